@@ -1,0 +1,100 @@
+# The options every target of the project shares, and the two kinds of target that come in numbers.
+
+set(TAVOLA_SANITIZER "" CACHE STRING "Sanitizers to build with: empty, 'address' (with undefined) or 'thread'")
+option(TAVOLA_PRECOMPILE "Precompile the Qt headers that most sources include" ON)
+
+# Qt headers that nearly every source of the toolkit reads; standard headers that are slow to parse.
+set(HOUSE_PRECOMPILED_HEADERS
+    <functional> <map> <memory> <string> <vector> <QByteArray> <QString> <QList>)
+
+# house_options(target): language level, warnings, visibility, sanitizers.
+function(house_options target)
+    target_compile_features(${target} PUBLIC cxx_std_17)
+    set_target_properties(${target} PROPERTIES
+        CXX_EXTENSIONS OFF
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON
+        POSITION_INDEPENDENT_CODE ON
+        BUILD_RPATH_USE_ORIGIN ON)
+    target_compile_definitions(${target} PRIVATE QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII QT_DEPRECATED_WARNINGS)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wno-psabi)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # A library that holds unique symbols stays in memory after dlclose, and its static destructors do not run.
+        target_compile_options(${target} PRIVATE -fno-gnu-unique)
+    endif()
+    if(TAVOLA_WARNINGS_ARE_ERRORS)
+        target_compile_options(${target} PRIVATE -Werror)
+    endif()
+    if(TAVOLA_SANITIZER STREQUAL "address")
+        target_compile_options(${target} PRIVATE -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+        target_link_options(${target} PRIVATE -fsanitize=address,undefined)
+    elseif(TAVOLA_SANITIZER STREQUAL "thread")
+        target_compile_options(${target} PRIVATE -fsanitize=thread -fno-omit-frame-pointer)
+        target_link_options(${target} PRIVATE -fsanitize=thread)
+    endif()
+endfunction()
+
+# Precompiles the common headers for a target of many sources.
+function(house_precompile target)
+    if(TAVOLA_PRECOMPILE)
+        target_precompile_headers(${target} PRIVATE ${HOUSE_PRECOMPILED_HEADERS} ${ARGN})
+    endif()
+endfunction()
+
+# house_library(name SOURCES ... LINKS ... [PRIVATE_LINKS ...]): a shared library of the platform with
+# include/ (public) and src/. LINKS names the libraries below it whose headers its own public headers include.
+function(house_library name)
+    cmake_parse_arguments(PARSE_ARGV 1 ARG "" "ALIAS" "SOURCES;LINKS;PRIVATE_LINKS")
+    add_library(${name} SHARED ${ARG_SOURCES})
+    if(ARG_ALIAS)
+        add_library(Tavola::${ARG_ALIAS} ALIAS ${name})
+    endif()
+    target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR}/include PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/src)
+    target_link_libraries(${name} PUBLIC ${ARG_LINKS} PRIVATE ${ARG_PRIVATE_LINKS})
+    # A missing symbol is found when the library is linked, not when a table opens.
+    if(NOT TAVOLA_SANITIZER)
+        target_link_options(${name} PRIVATE -Wl,--no-undefined)
+    endif()
+    house_options(${name})
+    house_check_headers(${name})
+endfunction()
+
+# Every public header must compile alone: one generated source per header, built by the target check_headers.
+function(house_check_headers name)
+    file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${CMAKE_CURRENT_SOURCE_DIR}/include ${CMAKE_CURRENT_SOURCE_DIR}/include/*.hpp ${CMAKE_CURRENT_SOURCE_DIR}/include/*.h)
+    set(sources)
+    foreach(header IN LISTS headers)
+        string(MAKE_C_IDENTIFIER ${header} stem)
+        set(source ${CMAKE_CURRENT_BINARY_DIR}/header_checks/${stem}.cpp)
+        file(CONFIGURE OUTPUT ${source} CONTENT "#include <${header}>\n")
+        list(APPEND sources ${source})
+    endforeach()
+    if(NOT TARGET check_headers)
+        add_custom_target(check_headers)
+    endif()
+    if(sources)
+        add_library(${name}_headers OBJECT EXCLUDE_FROM_ALL ${sources})
+        target_link_libraries(${name}_headers PRIVATE ${name})
+        house_options(${name}_headers)
+        add_dependencies(check_headers ${name}_headers)
+    endif()
+endfunction()
+
+# house_test(name SOURCES ATest.cpp BTest.cpp ... LINKS ... [LABELS unit]): one test program, one ctest entry per
+# source file, run without a display. A file whose filter finds no test case fails.
+function(house_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;HELPERS;LINKS;LABELS;ENVIRONMENT")
+    add_executable(${name} ${ARG_SOURCES} ${ARG_HELPERS})
+    target_link_libraries(${name} PRIVATE ${ARG_LINKS} test_support)
+    house_options(${name})
+    if(NOT ARG_LABELS)
+        set(ARG_LABELS unit)
+    endif()
+    foreach(source IN LISTS ARG_SOURCES)
+        get_filename_component(stem ${source} NAME_WE)
+        add_test(NAME ${name}.${stem} COMMAND ${name} --source-file=*${stem}.cpp)
+        set_tests_properties(${name}.${stem} PROPERTIES
+            LABELS "${ARG_LABELS}" TIMEOUT 120
+            ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_HASH_SEED=0;${ARG_ENVIRONMENT}")
+    endforeach()
+endfunction()

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <Bedrock/Export.hpp>
+
+#include <atomic>
+
+namespace Bedrock
+{
+class WeakAnchor;
+
+/// Base of objects that carry their own reference count, so that a counted pointer can be made again at any time from a
+/// plain reference. The object deletes itself when the last IntrusivePtr lets go; an object that no IntrusivePtr ever
+/// held belongs to whoever made it. Counting is safe from any thread; destruction happens on the releasing thread.
+class TAVOLA_EXPORT ReferenceCounted
+{
+public:
+    ReferenceCounted() noexcept;
+    ReferenceCounted(const ReferenceCounted&) = delete;
+    ReferenceCounted& operator=(const ReferenceCounted&) = delete;
+
+    /// Number of strong references. For tests and assertions; stale as soon as it is returned.
+    [[nodiscard]] long referenceCount() const noexcept;
+
+    /// Objects of this kind alive in the process, for leak checks at the end of a test.
+    [[nodiscard]] static long liveObjects() noexcept;
+
+    /// Used by the pointers only.
+    void addReference() const noexcept;
+    void releaseReference() const noexcept;
+    /// Adds a reference unless the count is zero (not yet owned, or dying). Used by WeakAnchor.
+    [[nodiscard]] bool addReferenceIfOwned() const noexcept;
+    /// The anchor that weak pointers share; made on first use, any thread. Returned with one reference for the caller.
+    [[nodiscard]] WeakAnchor* weakAnchor() const;
+
+protected:
+    virtual ~ReferenceCounted();
+
+private:
+    mutable std::atomic<long> m_references{0};
+    mutable std::atomic<WeakAnchor*> m_anchor{nullptr};
+};
+}

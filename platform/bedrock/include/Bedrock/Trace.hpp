@@ -1,0 +1,25 @@
+#pragma once
+
+#include <Bedrock/Export.hpp>
+
+#include <functional>
+#include <string>
+
+namespace Bedrock::Trace
+{
+enum class Level { Info, Warning, Error };
+
+/// Log a line, printf style; texts are UTF-8. Any thread; lines of several threads never mix.
+/// Form: class (and function), " # ", what failed, the detail.
+TAVOLA_EXPORT void info(const char* format, ...) __attribute__((format(printf, 1, 2)));
+TAVOLA_EXPORT void warning(const char* format, ...) __attribute__((format(printf, 1, 2)));
+TAVOLA_EXPORT void error(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+/// Receives every line, without line end, on the thread that logged it. Must not log itself.
+using Sink = std::function<void(Level, const std::string&)>;
+
+/// Replaces the sink (null: standard error, the default) and returns the one before. Any thread.
+TAVOLA_EXPORT Sink setSink(Sink sink);
+
+[[nodiscard]] TAVOLA_EXPORT const char* levelName(Level level) noexcept;
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <Bedrock/Export.hpp>
+
+#include <atomic>
+#include <mutex>
+
+namespace Bedrock
+{
+class ReferenceCounted;
+
+/// The small shared block behind weak pointers: knows the object while it lives and outlives it. Any thread.
+class TAVOLA_EXPORT WeakAnchor
+{
+public:
+    explicit WeakAnchor(const ReferenceCounted* object) noexcept;
+
+    void addReference() noexcept;
+    void releaseReference() noexcept;
+
+    /// The object with one more strong reference (the caller's), or null when it is gone, dying or not yet owned.
+    [[nodiscard]] const ReferenceCounted* lock() noexcept;
+    /// Whether the object still exists. True also for an object that nobody owns yet.
+    [[nodiscard]] bool isAlive() const noexcept;
+    /// Called by the dying object before anything of it is torn down.
+    void detach() noexcept;
+
+private:
+    ~WeakAnchor() = default;
+
+    std::atomic<long> m_references{1};
+    mutable std::mutex m_mutex;
+    const ReferenceCounted* m_object;
+};
+}
