@@ -1,0 +1,62 @@
+#pragma once
+
+#include <Bedrock/Export.hpp>
+
+#include <QByteArray>
+#include <QString>
+
+#include <memory>
+#include <vector>
+
+namespace Cascara
+{
+class Styleable;
+
+/// Applies style sheets to the style tree. One for the process, main thread only.
+///
+/// Syntax as CSS Syntax Module Level 3 has it; selectors by type, #id, .class, :pseudo-class, :not(), descendant and child,
+/// with the specificity and order of CSS Cascading and Inheritance (one origin, no inheritance of values from parents).
+/// A declaration sets the attribute of its name on layer 1 and is withdrawn when its rule stops matching.
+/// Errors are warnings with file, line and column, and cost one declaration (or one rule whose selector is wrong).
+class TAVOLA_EXPORT StyleEngine
+{
+public:
+    [[nodiscard]] static StyleEngine& instance();
+
+    /// Adds a sheet after those there are and restyles everything. `name` stands in messages; relative url()s are resolved
+    /// against `baseDirectory`.
+    void addStyleSheet(const QString& text, const QString& name, const QString& baseDirectory = QString());
+    /// As above from a UTF-8 file. False, with a warning, when it cannot be read.
+    bool loadStyleSheet(const QString& path);
+    /// Takes all sheets away and withdraws what they set.
+    void clearStyleSheets();
+
+    /// A declaration that matches a node, in the order of the cascade (the last one of a name wins).
+    struct MatchedDeclaration
+    {
+        QByteArray attribute;
+        QString value;
+        QString selector;
+        QString sheet;
+        int line;
+        int column;
+    };
+    [[nodiscard]] std::vector<MatchedDeclaration> matchedDeclarations(const Styleable& styleable) const;
+
+    /// Work done since the process began; for tests of precision.
+    struct Counters
+    {
+        long nodesRestyled = 0;
+        long selectorsTested = 0;
+    };
+    [[nodiscard]] Counters counters() const noexcept;
+
+private:
+    friend class Styleable;
+    StyleEngine();
+    ~StyleEngine();
+
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+}

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <Bedrock/Export.hpp>
+
+#include <QByteArray>
+#include <QList>
+
+#include <memory>
+#include <vector>
+
+namespace Facet
+{
+class Attribute;
+class Node;
+}
+
+namespace Cascara
+{
+/// A node that style sheets reach: it has a type, an id, classes and pseudo-classes, and a place in the style tree.
+/// The style engine writes layer 1 of the node's attributes. Main thread only.
+///
+/// Every change is applied before the call returns: code that adds a class and then reads a styled value reads the new one.
+class TAVOLA_EXPORT Styleable
+{
+public:
+    /// `node` is the object's own node part; its attributes receive the styled values.
+    explicit Styleable(Facet::Node& node);
+    Styleable(const Styleable&) = delete;
+    Styleable& operator=(const Styleable&) = delete;
+    virtual ~Styleable();
+
+    [[nodiscard]] Facet::Node& node() const noexcept { return m_node; }
+
+    /// The type selector that matches. Restyles.
+    void setCSSType(const QByteArray& type);
+    [[nodiscard]] QByteArray cssType() const;
+    /// The #id that matches. Restyles.
+    void setCSSId(const QByteArray& id);
+    [[nodiscard]] QByteArray cssId() const;
+
+    /// Adding a class twice keeps one, removing an absent one is silent; each real change restyles what it can reach.
+    void addCSSClass(const QByteArray& name);
+    void removeCSSClass(const QByteArray& name);
+    /// All in one change.
+    void removeCSSClasses(const QList<QByteArray>& names);
+    [[nodiscard]] bool hasCSSClass(const QByteArray& name) const;
+    /// In the order they were added.
+    [[nodiscard]] QList<QByteArray> cssClasses() const;
+
+    /// A state that the code sets and selectors test with ":name". Restyles when it changes.
+    void setPseudoClass(const QByteArray& name, bool on);
+    [[nodiscard]] bool hasPseudoClass(const QByteArray& name) const;
+    [[nodiscard]] QList<QByteArray> pseudoClasses() const;
+
+    /// Computes the styles of this node and everything below it anew.
+    void updateStyle();
+
+    /// The style tree. Whoever owns the objects keeps it in step; setting a parent restyles this node and what is below.
+    void setStyleParent(Styleable* parent);
+    [[nodiscard]] Styleable* styleParent() const noexcept { return m_parent; }
+    [[nodiscard]] const std::vector<Styleable*>& styleChildren() const noexcept { return m_children; }
+
+private:
+    friend class StyleEngine;
+    friend class LazyAttributeManager;
+    struct Private;
+
+    Facet::Node& m_node;
+    Styleable* m_parent = nullptr;
+    std::vector<Styleable*> m_children;
+    std::unique_ptr<Private> d;
+};
+}

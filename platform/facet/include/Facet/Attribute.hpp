@@ -1,0 +1,76 @@
+#pragma once
+
+#include <Bedrock/Export.hpp>
+
+#include <QByteArray>
+#include <QString>
+
+#include <functional>
+#include <memory>
+
+namespace Facet
+{
+class Node;
+struct StyleValue;
+
+/// Layers of an attribute's value; the highest one that is set shows.
+enum Layer : int
+{
+    kDefaultLayer = 0, ///< given by the constructor, always set
+    kStyleLayer = 1,   ///< written by the style engine only
+    kUserLayer = 2,    ///< values set at run time
+    kLayerCount = 3
+};
+
+/// A named, layered value of a node. This is the face without the type; see AttributeT. Main thread only.
+/// The attribute is a member of (or owned by) its node's class and must not outlive the node.
+class TAVOLA_EXPORT Attribute
+{
+public:
+    using ListenerId = long;
+    /// The only listener role there is: the visible value changed.
+    static constexpr int kValueChanged = 2;
+
+    Attribute(Node* host, const QByteArray& name);
+    Attribute(const Attribute&) = delete;
+    Attribute& operator=(const Attribute&) = delete;
+    virtual ~Attribute();
+
+    [[nodiscard]] Node* host() const noexcept { return m_host; }
+    [[nodiscard]] const QByteArray& name() const noexcept { return m_name; }
+
+    /// Calls `listener` inside the change, whenever the visible value has become another one, whichever layer caused it.
+    /// Listeners may read, set and clear attributes, add and remove listeners, and destroy the attribute.
+    ListenerId addListener(std::function<void()> listener, int role = kValueChanged);
+    void removeListener(ListenerId id);
+
+    [[nodiscard]] bool hasValue(int layer) const noexcept { return (m_layersSet & (1u << layer)) != 0; }
+    /// The layer whose value shows.
+    [[nodiscard]] int visibleLayer() const noexcept;
+    /// Takes the value of `layer` away (layer 0 cannot be cleared), so that the one below shows again.
+    virtual void clearValue(int layer) = 0;
+
+    /// Makes this attribute's type of a style sheet's value and sets it on `layer`. False, with the reason in `error`
+    /// ("expected a number"), and nothing changed, when the value does not fit.
+    virtual bool setStyleValue(const StyleValue& value, int layer, QString* error) = 0;
+    /// The visible value as text, for tools; `setStyleValue` of the same text gives the same value.
+    [[nodiscard]] virtual QString toText() const = 0;
+
+    /// Whether any attribute anywhere ever had this name. Lets the style engine tell a misspelt name from one that the
+    /// widget at hand merely does not have.
+    [[nodiscard]] static bool isKnownName(const QByteArray& name);
+
+protected:
+    void markSet(int layer) noexcept { m_layersSet |= 1u << layer; }
+    void markCleared(int layer) noexcept { m_layersSet &= ~(1u << layer); }
+    void notifyChanged();
+
+private:
+    struct Listeners;
+
+    Node* m_host;
+    QByteArray m_name;
+    unsigned m_layersSet = 1u;
+    std::shared_ptr<Listeners> m_listeners; ///< null until the first listener
+};
+}

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <Bedrock/BinaryData.hpp>
+#include <Bedrock/Export.hpp>
+#include <Facet/EventName.hpp>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace Facet
+{
+class Attribute;
+
+/// Something with an identity, attributes and events: base of widgets, operators and models. Main thread only, but for
+/// what is marked otherwise. Does not count references: use it under IntrusivePtr (with ReferenceCounted) or shared_ptr.
+///
+/// Events are delivered inside `eventSend`, to the listeners in the order they registered. A listener may add and remove
+/// listeners (a listener added during a send hears the next one; a removed one hears nothing more), destroy other nodes,
+/// and destroy the sender itself: the send then ends.
+class TAVOLA_EXPORT Node
+{
+public:
+    using ListenerId = long;
+    /// The only listener type there is: called inside `eventSend`.
+    static constexpr int kImmediate = 1;
+
+    Node();
+    Node(const Node&) = delete;
+    Node& operator=(const Node&) = delete;
+    virtual ~Node();
+
+    /// Unique in the process, never reused, ascending.
+    [[nodiscard]] long id() const noexcept { return m_id; }
+    /// The next number of the counter that node ids come from. Any thread.
+    [[nodiscard]] static long generateId() noexcept;
+
+    /// Declares an event that this node sends. Declaring twice is one declaration.
+    void eventAddOut(EventName name);
+    /// Declared events in the order of declaration.
+    [[nodiscard]] std::vector<EventName> eventsOut() const;
+
+    /// Calls `listener` at each sending of `name`, with or without payload. Ids are unique in the process.
+    ListenerId eventAddListener(EventName name, std::function<void()> listener, int type = kImmediate);
+    /// As above with the payload, rewound to its first value for every listener (empty when the event carries none).
+    ListenerId eventAddListenerBd(EventName name, std::function<void(Bedrock::BinaryData&)> listener, int type = kImmediate);
+    /// An id that is not (or no longer) registered is ignored.
+    void eventRemoveListener(ListenerId id);
+    [[nodiscard]] bool eventHasListeners(EventName name) const;
+
+    /// Sends an event that was declared; an undeclared one is a warning and is not sent.
+    /// A listener that throws is logged as an error, the others still hear the event.
+    void eventSend(EventName name);
+    void eventSend(EventName name, Bedrock::BinaryData& payload);
+
+    /// Runs `function` on the main thread after the next update, in order of arrival. Any thread.
+    static void invokeAfterUpdate(std::function<void()> function);
+
+    /// The attribute of that name, or null. For style sheets and tools; code holds its attributes as members.
+    [[nodiscard]] Attribute* attribute(const QByteArray& name) const;
+    /// All attributes in the order they were made.
+    [[nodiscard]] const std::vector<Attribute*>& attributes() const noexcept { return m_attributes; }
+
+protected:
+    /// Called after the visible value of one of this node's attributes changed, before the attribute's listeners.
+    virtual void attributeChanged(Attribute& attribute);
+
+private:
+    friend class Attribute;
+    struct Events;
+
+    void addAttribute(Attribute& attribute);
+    void removeAttribute(Attribute& attribute);
+
+    long m_id;
+    std::shared_ptr<Events> m_events; ///< null until the first declaration or listener; outlives the node during a send
+    std::vector<Attribute*> m_attributes;
+};
+}
