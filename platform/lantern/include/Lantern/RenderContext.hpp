@@ -1,0 +1,45 @@
+#pragma once
+
+#include <Bedrock/Color.hpp>
+#include <Bedrock/Export.hpp>
+#include <Vecta/Rect.hpp>
+#include <Vecta/Transform.hpp>
+#include <Vecta/Vector2T.hpp>
+
+class QImage;
+class QTextLayout;
+
+namespace Lantern
+{
+struct Style;
+
+/// Draws shapes, pictures and text in the coordinates of the widget at hand. Lives for one frame; main thread only.
+/// See PainterContext for the one that draws; tests record the calls instead.
+class TAVOLA_EXPORT RenderContext
+{
+public:
+    virtual ~RenderContext();
+
+    /// Nested states: each push is undone by one `pop`.
+    virtual void pushTransform(const Vecta::Transform& transform) = 0;
+    /// Everything until `pop` is drawn that much fainter; 0..1.
+    virtual void pushOpacity(float opacity) = 0;
+    /// Nothing is drawn outside `rect` (with rounded corners) until `pop`.
+    virtual void pushClip(const Vecta::Rect& rect, float cornerRadius = 0.f) = 0;
+    virtual void pop() = 0;
+
+    /// Whether anything inside `rect` could show in this frame; false lets a caller skip drawing.
+    [[nodiscard]] virtual bool isVisible(const Vecta::Rect& rect) const = 0;
+
+    virtual void drawRect(const Vecta::Rect& rect, float cornerRadius, const Style& style) = 0;
+    /// An arc from `fromRadians` to `toRadians`, clockwise on the screen, 0 pointing right. A radius below zero and angles
+    /// that are no finite numbers are accepted (and show nothing sensible). `segments` 0 lets the context choose.
+    virtual void drawArc(Vecta::Vector2f centre, float radius, float fromRadians, float toRadians, const Style& style,
+                         int segments = 0) = 0;
+    /// The part `source` (pixels of the image; empty: all of it) scaled into `target`.
+    virtual void drawImage(const QImage& image, const Vecta::Rect& target, const Vecta::Rect& source = Vecta::Rect(),
+                           float cornerRadius = 0.f) = 0;
+    /// Lines that were laid out before; `origin` is the layout's top left corner.
+    virtual void drawText(const QTextLayout& layout, Vecta::Vector2f origin, const Bedrock::Color& color) = 0;
+};
+}

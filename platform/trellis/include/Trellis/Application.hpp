@@ -1,0 +1,90 @@
+#pragma once
+
+#include <Bedrock/Export.hpp>
+#include <Bedrock/IntrusivePtr.hpp>
+#include <Vecta/Rect.hpp>
+#include <Vecta/Vector2T.hpp>
+
+#include <QImage>
+#include <QString>
+
+#include <memory>
+#include <vector>
+
+class QKeyEvent;
+class QRegion;
+
+namespace Tactile
+{
+class InputSource;
+}
+namespace Lantern
+{
+class RenderContext;
+}
+
+namespace Trellis
+{
+class DragObserver;
+class GrabManager;
+class Widget;
+
+/// Owns the widget tree and turns the crank: one call of `frame` is one frame, in the fixed order input, update, after
+/// update, style and layout. Drawing is a step of its own, so that a program without a window draws only when asked.
+/// One for the process, main thread only.
+class TAVOLA_EXPORT Application
+{
+public:
+    /// `sizePx`: the table's size.
+    explicit Application(Vecta::Vector2f sizePx);
+    ~Application();
+    Application(const Application&) = delete;
+    Application& operator=(const Application&) = delete;
+
+    /// Null while there is none.
+    [[nodiscard]] static Application* instance() noexcept;
+
+    /// The root of the tree, as large as the table. Takes no input itself.
+    [[nodiscard]] Bedrock::IntrusivePtr<Widget> mainLayer() const;
+    [[nodiscard]] GrabManager* grabManager() const noexcept;
+    [[nodiscard]] Vecta::Vector2f size() const noexcept;
+    void resize(Vecta::Vector2f sizePx);
+
+    /// Input is taken from all sources in the order they were added. Not owned; remove before destroying.
+    void addInputSource(Tactile::InputSource& source);
+    void removeInputSource(Tactile::InputSource& source);
+    /// Null for none. Not owned.
+    void setDragObserver(DragObserver* observer);
+
+    /// One frame of `dtSeconds` (below zero counts as zero). Pumps Qt's events first.
+    void frame(double dtSeconds);
+    [[nodiscard]] double time() const noexcept;
+    [[nodiscard]] long frameNumber() const noexcept;
+
+    /// Scene areas that must be drawn anew since `takeDamage` was last called; a frame in which nothing changed adds none.
+    [[nodiscard]] const std::vector<Vecta::Rect>& damage() const noexcept;
+    /// Gives the damage (clipped to the table, merged to few rectangles) and begins anew.
+    [[nodiscard]] QRegion takeDamage();
+    /// Draws the tree as it stands.
+    void render(Lantern::RenderContext& context);
+    /// The whole scene as a picture of its own.
+    [[nodiscard]] QImage renderToImage();
+    /// Something waits for the next frame (an animation, damage, the after-update queue): the loop should not sleep long.
+    [[nodiscard]] bool needsFrame() const;
+    /// Pictures that are on their way from the disk.
+    [[nodiscard]] int pendingImages() const;
+
+    /// The widget that keys go to, or null. Only text editors take the focus.
+    [[nodiscard]] Widget* focusWidget() const;
+    void setFocusWidget(Widget* widget);
+    void keyPressed(QKeyEvent& event);
+
+    /// Destroys what was taken from the tree; part of each frame, and for a shutdown.
+    void destroyRemovedWidgets();
+
+private:
+    friend class Widget;
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <Facet/StyleConversion.hpp>
+
+namespace Trellis
+{
+/// A distance of the layout: pixels, a share of the container's content box, or left to the layout.
+struct Length
+{
+    enum class Unit { Auto, Pixels, Percent };
+    Unit unit = Unit::Auto;
+    float value = 0.f; ///< pixels, or percent (50 for 50%)
+
+    [[nodiscard]] static Length pixels(float px) { return {Unit::Pixels, px}; }
+    [[nodiscard]] static Length percent(float p) { return {Unit::Percent, p}; }
+    [[nodiscard]] bool isAuto() const { return unit == Unit::Auto; }
+    /// In pixels; `reference` is what 100% means, `fallback` what auto means.
+    [[nodiscard]] float resolve(float reference, float fallback = 0.f) const
+    {
+        return unit == Unit::Pixels ? value : unit == Unit::Percent ? reference * value / 100.f : fallback;
+    }
+    friend bool operator==(const Length& a, const Length& b) { return a.unit == b.unit && a.value == b.value; }
+};
+
+/// Lengths of the four sides, written as in CSS with one to four values.
+struct Edges
+{
+    Length top = Length::pixels(0), right = Length::pixels(0), bottom = Length::pixels(0), left = Length::pixels(0);
+    friend bool operator==(const Edges& a, const Edges& b)
+    {
+        return a.top == b.top && a.right == b.right && a.bottom == b.bottom && a.left == b.left;
+    }
+};
+
+/// An angle, written in style sheets with deg, rad or turn (a bare number is degrees).
+struct Angle
+{
+    float radians = 0.f;
+    friend bool operator==(const Angle& a, const Angle& b) { return a.radians == b.radians; }
+};
+}
+
+namespace Facet
+{
+template <>
+struct TAVOLA_EXPORT StyleConversion<Trellis::Length>
+{
+    static bool read(const StyleValue& value, Trellis::Length& result, QString* error);
+    static QString write(const Trellis::Length& value);
+};
+template <>
+struct TAVOLA_EXPORT StyleConversion<Trellis::Edges>
+{
+    static bool read(const StyleValue& value, Trellis::Edges& result, QString* error);
+    static QString write(const Trellis::Edges& value);
+};
+template <>
+struct TAVOLA_EXPORT StyleConversion<Trellis::Angle>
+{
+    static bool read(const StyleValue& value, Trellis::Angle& result, QString* error);
+    static QString write(const Trellis::Angle& value);
+};
+}

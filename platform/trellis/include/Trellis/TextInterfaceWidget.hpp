@@ -1,0 +1,38 @@
+#pragma once
+
+#include <Trellis/Widget.hpp>
+
+#include <QString>
+
+namespace Trellis
+{
+/// What every widget with a text has in common: the text and its look. Bidirectional and CJK text is laid out as Unicode
+/// has it.
+///
+/// Attributes: "text", "color", "font-family", "font-size" (px), "font-weight" (100..900, normal, bold), "font-style",
+/// "line-height" (a multiple), "text-align" (left, center, right), "max-lines" (0: any number; more is cut with an ellipsis).
+class TAVOLA_EXPORT TextInterfaceWidget : public Widget
+{
+public:
+    ~TextInterfaceWidget() override;
+
+    /// Run-time layer.
+    void setText(const QString& text);
+    /// The text that shows.
+    [[nodiscard]] QString text() const;
+    /// The "text" attribute, so that its run-time value can be cleared.
+    [[nodiscard]] Facet::AttributeT<QString>& textAttribute();
+
+    void renderContent(Lantern::RenderContext& context) const override;
+
+protected:
+    explicit TextInterfaceWidget(Widget* parent);
+    [[nodiscard]] Vecta::Vector2f contentSize(float availableWidth) const override;
+    void attributeChanged(Facet::Attribute& attribute) override;
+
+private:
+    friend class TextEditWidget;
+    struct TextPrivate;
+    std::unique_ptr<TextPrivate> d;
+};
+}

@@ -1,0 +1,183 @@
+#pragma once
+
+#include <Bedrock/Color.hpp>
+#include <Bedrock/Export.hpp>
+#include <Bedrock/IntrusivePtr.hpp>
+#include <Bedrock/IntrusiveWeakPtr.hpp>
+#include <Bedrock/ReferenceCounted.hpp>
+#include <Cascara/Styleable.hpp>
+#include <Facet/AttributeT.hpp>
+#include <Facet/Node.hpp>
+#include <Tactile/Marker.hpp>
+#include <Trellis/Length.hpp>
+#include <Vecta/Transform.hpp>
+
+#include <memory>
+#include <vector>
+
+namespace Lantern
+{
+class RenderContext;
+}
+
+namespace Trellis
+{
+class FrameInfo;
+class GrabManager;
+class InputGrabber;
+class Operator;
+
+/// How a widget takes its place among the children of its parent.
+enum class Display
+{
+    Block,  ///< stands below the block before it, as wide as the container unless it has a width
+    Inline, ///< stands in a line beside its neighbours, which wraps
+    None    ///< takes no place and is neither drawn nor touched
+};
+/// Whether the flow decides where a widget stands.
+enum class Position
+{
+    Flow,
+    Absolute ///< "left", "top", "right", "bottom" or "location" decide; the widget takes no place in the flow
+};
+enum class Alignment { Left, Center, Right };
+
+/// A rectangle on the table with a look, children and input: base of everything that shows. Main thread only.
+///
+/// Ownership: a parent holds strong references to its children; a child knows its parent by plain pointer. A widget that
+/// is taken from its parent leaves the tree at once and is destroyed after the frame at the earliest, so a handler may
+/// remove its own widget.
+///
+/// Geometry: a point p of the widget lies in the parent at location + rotate(scale * p, rotation): location is where the
+/// widget's top left corner stands, and rotation and scale are about that corner. Angles are radians, clockwise on the
+/// screen. Reading a geometry brings a layout that is out of date up to date first.
+///
+/// A widget whose `location` is set on the run-time layer stands there, but keeps its place in the flow; clearing the
+/// layer lets it return.
+///
+/// Classes that override `update` turn it on with `setUpdating`; a widget that nothing moves costs nothing in a frame.
+class TAVOLA_EXPORT Widget : public Bedrock::ReferenceCounted, public Facet::Node, public Cascara::Styleable
+{
+public:
+    /// A widget with a parent is added to it by the constructor (the parent owns it from then on).
+    explicit Widget(Widget* parent = nullptr);
+    ~Widget() override;
+
+    /// Second half of construction, called once by whoever made the widget, when the constructors of all its classes
+    /// have run: finishes style and input set-up.
+    virtual void postConstruct();
+
+    // ---- A frame, and input -----------------------------------------------------------------------------------------
+
+    /// Called once a frame while updating is on.
+    virtual void update(const FrameInfo& frame);
+    /// A marker was given to this widget, or taken from the table or the widget. The base sends "marker-down" or
+    /// "marker-up" with the marker's id.
+    virtual void markerDown(Tactile::Marker marker, GrabManager& grabManager);
+    virtual void markerUp(Tactile::Marker marker, GrabManager& grabManager);
+    /// Whether this widget takes the object. The base decides by position; a widget that is hidden or has
+    /// "input-transparent" takes nothing.
+    virtual bool shouldGrab(GrabManager& grabManager, Tactile::TrackedObject object) const;
+    /// Draws the widget itself, below its children, in its own coordinates. The base draws background and border.
+    virtual void renderContent(Lantern::RenderContext& context) const;
+
+    [[nodiscard]] InputGrabber& inputGrabber();
+    void setUpdating(bool on);
+    [[nodiscard]] bool isUpdating() const noexcept;
+    /// Ends inertia and every other motion that a touch left behind.
+    void stopMotion();
+    [[nodiscard]] bool isMoving() const noexcept;
+    /// Whether any finger holds this widget.
+    [[nodiscard]] bool isHeld() const noexcept;
+    /// Seconds of frame time since a finger last touched this widget or anything inside it (since it was made, if never).
+    [[nodiscard]] double idleSeconds() const noexcept;
+
+    // ---- Tree -------------------------------------------------------------------------------------------------------
+
+    [[nodiscard]] Widget* parent() const noexcept { return m_parent; }
+    /// From the bottom to the top.
+    [[nodiscard]] const std::vector<Bedrock::IntrusivePtr<Widget>>& children() const noexcept { return m_children; }
+    /// Puts `child` on top of the children and restyles it; taken from its former parent first. A widget cannot become
+    /// its own descendant (asserted).
+    void addChild(Bedrock::IntrusivePtr<Widget> child);
+    void addChild(Widget& child) { addChild(Bedrock::IntrusivePtr<Widget>(&child)); }
+    void removeChild(Widget& child);
+    void removeFromParent();
+    /// To the top (or bottom) of its siblings; with `recursive` every ancestor as well. The flow keeps its order.
+    void raiseToTop(bool recursive = false);
+    void lowerToBottom();
+    /// Descendants of that CSS type, depth first, in child order; the widget itself is not among them.
+    [[nodiscard]] Widget* findByType(const QByteArray& type) const;
+    [[nodiscard]] std::vector<Widget*> findAllByType(const QByteArray& type) const;
+
+    // ---- Geometry ---------------------------------------------------------------------------------------------------
+
+    [[nodiscard]] Vecta::Vector2f location() const;
+    /// Run-time layer.
+    void setLocation(Vecta::Vector2f location);
+    [[nodiscard]] Vecta::Vector2f size() const;
+    [[nodiscard]] float width() const;
+    [[nodiscard]] float height() const;
+    void setSize(Vecta::Vector2f size);
+    /// The middle of the widget, in the parent's coordinates.
+    [[nodiscard]] Vecta::Vector2f centerLocation() const;
+    void setCenterLocation(Vecta::Vector2f center);
+    [[nodiscard]] float rotation() const;
+    void setRotation(float radians);
+    /// Sets the rotation and moves the location so that the widget's centre (or the scene point) stays where it is.
+    void setRotationAboutCenter(float radians);
+    void setRotationAboutScenePoint(float radians, Vecta::Vector2f scenePoint);
+    [[nodiscard]] float scale() const;
+    void setScale(float scale);
+    [[nodiscard]] float opacity() const;
+    void setOpacity(float opacity);
+
+    /// Between this widget's coordinates, its parent's, and the scene (the table's pixels).
+    [[nodiscard]] Vecta::Vector2f mapToParent(Vecta::Vector2f point) const;
+    [[nodiscard]] Vecta::Vector2f mapFromParent(Vecta::Vector2f point) const;
+    [[nodiscard]] Vecta::Vector2f mapToScene(Vecta::Vector2f point) const;
+    [[nodiscard]] Vecta::Vector2f mapFromScene(Vecta::Vector2f point) const;
+    [[nodiscard]] Vecta::Transform transformToParent() const;
+    [[nodiscard]] Vecta::Transform transformToScene() const;
+    /// Upright bounding box in the scene.
+    [[nodiscard]] Vecta::Rect sceneBounds() const;
+    /// Whether a point of this widget's coordinates lies on it.
+    [[nodiscard]] virtual bool isInside(Vecta::Vector2f point) const;
+    /// Whether the two rectangles, turned as they are, overlap in the scene. False for widgets of different trees.
+    [[nodiscard]] bool intersects(const Widget& other) const;
+    /// Neither this widget nor an ancestor is hidden ("display: none") or wholly transparent.
+    [[nodiscard]] bool isVisible() const;
+
+    // ---- Operators --------------------------------------------------------------------------------------------------
+
+    /// Attaches an operator, which is updated each frame from then on. One operator belongs to one widget.
+    void addOperator(Bedrock::IntrusivePtr<Operator> op);
+    /// Detaches at once, with `removed`. An operator that is not attached is ignored.
+    void removeOperator(Operator& op);
+    [[nodiscard]] const std::vector<Bedrock::IntrusivePtr<Operator>>& operators() const noexcept;
+
+    // ---- What a subclass calls --------------------------------------------------------------------------------------
+
+    /// The next frame draws this widget anew.
+    void requestRedraw();
+    /// The parent's layout must be computed anew before it is next read.
+    void requestLayout();
+
+protected:
+    /// Height (and width, where it is auto) that the content of a widget without an explicit size wants for a width in
+    /// pixels; the base gives the size of its flow. Text and images override it.
+    [[nodiscard]] virtual Vecta::Vector2f contentSize(float availableWidth) const;
+    void attributeChanged(Facet::Attribute& attribute) override;
+
+private:
+    friend class LayoutEngine;
+    friend class ScenePainter;
+    friend class WidgetInput;
+    friend class FrameUpdater;
+    struct Private;
+
+    Widget* m_parent = nullptr;
+    std::vector<Bedrock::IntrusivePtr<Widget>> m_children;
+    std::unique_ptr<Private> d;
+};
+}
