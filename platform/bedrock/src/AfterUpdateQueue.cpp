@@ -1,0 +1,97 @@
+#include "Bedrock/AfterUpdateQueue.hpp"
+
+#include "Bedrock/Trace.hpp"
+
+#include <cstdint>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <utility>
+
+namespace Bedrock
+{
+struct AfterUpdateQueue::Private
+{
+    std::mutex mutex;
+    std::deque<std::function<void()>> functions;
+    /// Running number of the function at the front; drain() runs up to a number and no further, whatever is added or cleared meanwhile.
+    std::uint64_t frontNumber = 0;
+
+    /// Held while the wake-up runs, so that a replaced one is over when setWakeUp() returns.
+    std::mutex wakeUpMutex;
+    std::function<void()> wakeUp;
+};
+
+AfterUpdateQueue& AfterUpdateQueue::instance()
+{
+    // Never destroyed: other threads and late destructors may still add.
+    static auto& queue = *new AfterUpdateQueue;
+    return queue;
+}
+
+AfterUpdateQueue::AfterUpdateQueue() : d(std::make_unique<Private>()) {}
+
+AfterUpdateQueue::~AfterUpdateQueue() = default;
+
+void AfterUpdateQueue::add(std::function<void()> function)
+{
+    if (!function)
+        return;
+    bool wasEmpty = false;
+    {
+        const std::lock_guard<std::mutex> guard(d->mutex);
+        wasEmpty = d->functions.empty();
+        d->functions.push_back(std::move(function));
+    }
+    if (!wasEmpty)
+        return;
+    const std::lock_guard<std::mutex> guard(d->wakeUpMutex);
+    if (d->wakeUp)
+        d->wakeUp();
+}
+
+int AfterUpdateQueue::drain()
+{
+    std::unique_lock<std::mutex> lock(d->mutex);
+    const std::uint64_t end = d->frontNumber + d->functions.size();
+    int ran = 0;
+    while (!d->functions.empty() && d->frontNumber < end) {
+        std::function<void()> function = std::move(d->functions.front());
+        d->functions.pop_front();
+        ++d->frontNumber;
+        lock.unlock();
+        try {
+            function();
+        } catch (const std::exception& error) {
+            Trace::error("AfterUpdateQueue::drain # A function failed, the others go on (%s)", error.what());
+        } catch (...) {
+            Trace::error("AfterUpdateQueue::drain # A function failed, the others go on (unknown exception)");
+        }
+        // What the function holds is let go outside the lock: a destructor may add to this queue.
+        function = nullptr;
+        ++ran;
+        lock.lock();
+    }
+    return ran;
+}
+
+void AfterUpdateQueue::clear()
+{
+    std::deque<std::function<void()>> dropped;
+    const std::lock_guard<std::mutex> guard(d->mutex);
+    d->frontNumber += d->functions.size();
+    dropped.swap(d->functions);
+}
+
+bool AfterUpdateQueue::isEmpty() const
+{
+    const std::lock_guard<std::mutex> guard(d->mutex);
+    return d->functions.empty();
+}
+
+void AfterUpdateQueue::setWakeUp(std::function<void()> wakeUp)
+{
+    const std::lock_guard<std::mutex> guard(d->wakeUpMutex);
+    d->wakeUp = std::move(wakeUp);
+}
+}

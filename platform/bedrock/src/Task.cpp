@@ -1,0 +1,6 @@
+#include "Bedrock/Task.hpp"
+
+namespace Bedrock
+{
+Task::~Task() = default;
+}

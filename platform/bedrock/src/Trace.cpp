@@ -1,0 +1,117 @@
+#include "Bedrock/Trace.hpp"
+
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+#include <utility>
+
+namespace Bedrock::Trace
+{
+namespace
+{
+struct State
+{
+    std::mutex mutex;
+    Sink sink;
+};
+
+State& state()
+{
+    // Never destroyed: destructors of other libraries may log at process exit.
+    static auto& instance = *new State;
+    return instance;
+}
+
+/// A text from outside may hold line ends; on the terminal it stays one line.
+void writeToStandardError(Level level, const std::string& text)
+{
+    std::string line = levelName(level);
+    line += ' ';
+    for (const char c : text) {
+        if (c == '\n')
+            line += "\\n";
+        else if (c == '\r')
+            line += "\\r";
+        else
+            line += c;
+    }
+    line += '\n';
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+std::string formatted(const char* format, va_list arguments)
+{
+    va_list again;
+    va_copy(again, arguments);
+    char buffer[512];
+    const int length = std::vsnprintf(buffer, sizeof buffer, format, arguments);
+    std::string text;
+    if (length >= 0 && std::size_t(length) < sizeof buffer) {
+        text.assign(buffer, std::size_t(length));
+    } else if (length >= 0) {
+        text.resize(std::size_t(length) + 1);
+        std::vsnprintf(text.data(), text.size(), format, again);
+        text.resize(std::size_t(length));
+    } else {
+        text = format;
+    }
+    va_end(again);
+    return text;
+}
+
+void log(Level level, const char* format, va_list arguments)
+{
+    const std::string text = formatted(format, arguments);
+    State& s = state();
+    const std::lock_guard<std::mutex> guard(s.mutex);
+    if (s.sink)
+        s.sink(level, text);
+    else
+        writeToStandardError(level, text);
+}
+}
+
+void info(const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    log(Level::Info, format, arguments);
+    va_end(arguments);
+}
+
+void warning(const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    log(Level::Warning, format, arguments);
+    va_end(arguments);
+}
+
+void error(const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    log(Level::Error, format, arguments);
+    va_end(arguments);
+}
+
+Sink setSink(Sink sink)
+{
+    State& s = state();
+    const std::lock_guard<std::mutex> guard(s.mutex);
+    return std::exchange(s.sink, std::move(sink));
+}
+
+const char* levelName(Level level) noexcept
+{
+    switch (level) {
+    case Level::Info:
+        return "info";
+    case Level::Warning:
+        return "warning";
+    case Level::Error:
+        return "error";
+    }
+    return "error";
+}
+}
