@@ -23,7 +23,7 @@ enum Layer : int
 };
 
 /// A named, layered value of a node. This is the face without the type; see AttributeT. Main thread only.
-/// The attribute is a member of (or owned by) its node's class and must not outlive the node.
+/// The attribute is a member of (or owned by) its node's class. One that is destroyed after its node has no host any more.
 class TAVOLA_EXPORT Attribute
 {
 public:
@@ -53,7 +53,7 @@ public:
     /// Makes this attribute's type of a style sheet's value and sets it on `layer`. False, with the reason in `error`
     /// ("expected a number"), and nothing changed, when the value does not fit.
     virtual bool setStyleValue(const StyleValue& value, int layer, QString* error) = 0;
-    /// The visible value as text, for tools; `setStyleValue` of the same text gives the same value.
+    /// The visible value as text, for tools: what a style sheet says, but texts without quotes.
     [[nodiscard]] virtual QString toText() const = 0;
 
     /// Whether any attribute anywhere ever had this name. Lets the style engine tell a misspelt name from one that the
@@ -66,6 +66,7 @@ protected:
     void notifyChanged();
 
 private:
+    friend class Node;
     struct Listeners;
 
     Node* m_host;

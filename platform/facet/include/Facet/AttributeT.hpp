@@ -122,7 +122,7 @@ public:
         const QString written = singleWord(styleValue).toLower();
         QString expected;
         for (const auto& entry : m_names) {
-            if (entry.first == written) {
+            if (entry.first.toLower() == written) {
                 setValue(entry.second, layer);
                 return true;
             }

@@ -51,7 +51,7 @@ struct TAVOLA_EXPORT StyleConversion<QString>
     static QString write(const QString& value);
 };
 
-/// Texts separated by commas or blanks; `none` is the empty list.
+/// Texts, names or numbers (as written) separated by commas or blanks; `none` is the empty list.
 template <>
 struct TAVOLA_EXPORT StyleConversion<QStringList>
 {

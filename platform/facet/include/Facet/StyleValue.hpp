@@ -17,9 +17,9 @@ struct StyleTerm
         String,     ///< text, quotes and escapes resolved
         Url,        ///< text; a relative file name is already resolved against the style sheet's folder
         Hash,       ///< text without '#'
-        Number,     ///< number
-        Percentage, ///< number (50 for 50%)
-        Dimension,  ///< number and unit, unit in lower case
+        Number,     ///< number; text as written
+        Percentage, ///< number (50 for 50%); text as written
+        Dimension,  ///< number and unit, unit in lower case; text as written
         Delimiter,  ///< text is one of "," "/"
         Function    ///< text is the function's name; number is how many of the following terms are its arguments
     };

@@ -1,0 +1,210 @@
+#include <Facet/StyleConversion.hpp>
+
+#include <cmath>
+#include <limits>
+#include <optional>
+
+namespace Facet
+{
+namespace
+{
+using Kind = StyleTerm::Kind;
+
+bool fail(QString* error, const char* expectation)
+{
+    if (error)
+        *error = QString::fromUtf8(expectation);
+    return false;
+}
+
+bool isComma(const StyleTerm& term)
+{
+    return term.kind == Kind::Delimiter && term.text == QLatin1String(",");
+}
+
+bool isPixels(const StyleTerm& term)
+{
+    return term.kind == Kind::Number || (term.kind == Kind::Dimension && term.unit == "px");
+}
+
+/// A component of rgb(): 0..255 or a percentage; as 0..1.
+std::optional<float> colorComponent(const StyleTerm& term, double full)
+{
+    double share = 0.0;
+    if (term.kind == Kind::Number)
+        share = term.number / full;
+    else if (term.kind == Kind::Percentage)
+        share = term.number / 100.0;
+    else
+        return std::nullopt;
+    return float(share < 0.0 ? 0.0 : share > 1.0 ? 1.0 : share);
+}
+
+/// rgb() and rgba(), with commas or with blanks and a slash before alpha.
+std::optional<Bedrock::Color> colorFunction(const StyleValue& value)
+{
+    const StyleTerm& function = value.terms.first();
+    const QString name = function.text.toLower();
+    if ((name != QLatin1String("rgb") && name != QLatin1String("rgba")) || int(function.number) != value.terms.size() - 1)
+        return std::nullopt;
+    float parts[4] = {0.f, 0.f, 0.f, 1.f};
+    int count = 0;
+    bool separatorMayCome = false;
+    for (int i = 1; i < value.terms.size(); ++i) {
+        const StyleTerm& term = value.terms[i];
+        if (term.kind == Kind::Delimiter) {
+            if (!separatorMayCome || (!isComma(term) && count != 3))
+                return std::nullopt;
+            separatorMayCome = false;
+            continue;
+        }
+        const auto part = count < 4 ? colorComponent(term, count == 3 ? 1.0 : 255.0) : std::nullopt;
+        if (!part)
+            return std::nullopt;
+        parts[count++] = *part;
+        separatorMayCome = true;
+    }
+    if (count < 3 || !separatorMayCome)
+        return std::nullopt;
+    return Bedrock::Color{parts[0], parts[1], parts[2], parts[3]};
+}
+}
+
+QString singleWord(const StyleValue& value)
+{
+    if (value.terms.size() != 1)
+        return {};
+    const StyleTerm& term = value.terms.first();
+    return term.kind == Kind::Ident || term.kind == Kind::String ? term.text : QString();
+}
+
+bool StyleConversion<bool>::read(const StyleValue& value, bool& result, QString* error)
+{
+    const QString word = singleWord(value).toLower();
+    if (word != QLatin1String("true") && word != QLatin1String("false"))
+        return fail(error, "expected true or false");
+    result = word == QLatin1String("true");
+    return true;
+}
+
+QString StyleConversion<bool>::write(const bool& value)
+{
+    return value ? QStringLiteral("true") : QStringLiteral("false");
+}
+
+bool StyleConversion<float>::read(const StyleValue& value, float& result, QString* error)
+{
+    if (value.terms.size() != 1)
+        return fail(error, "expected a number");
+    const StyleTerm& term = value.terms.first();
+    if (term.kind == Kind::Number
+        || (term.kind == Kind::Dimension && (term.unit == "px" || term.unit == "s" || term.unit == "deg")))
+        result = float(term.number);
+    else if (term.kind == Kind::Dimension && term.unit == "ms")
+        result = float(term.number / 1000.0);
+    else
+        return fail(error, "expected a number");
+    return true;
+}
+
+QString StyleConversion<float>::write(const float& value)
+{
+    return QString::number(double(value), 'g', 7);
+}
+
+bool StyleConversion<int>::read(const StyleValue& value, int& result, QString* error)
+{
+    if (value.terms.size() != 1 || !isPixels(value.terms.first()))
+        return fail(error, "expected a whole number");
+    const double number = value.terms.first().number;
+    if (number != std::floor(number) || number < double(std::numeric_limits<int>::min())
+        || number > double(std::numeric_limits<int>::max()))
+        return fail(error, "expected a whole number");
+    result = int(number);
+    return true;
+}
+
+QString StyleConversion<int>::write(const int& value)
+{
+    return QString::number(value);
+}
+
+bool StyleConversion<QString>::read(const StyleValue& value, QString& result, QString* error)
+{
+    if (value.terms.size() != 1)
+        return fail(error, "expected a quoted text");
+    const StyleTerm& term = value.terms.first();
+    if (term.kind != Kind::String && term.kind != Kind::Ident && term.kind != Kind::Url)
+        return fail(error, "expected a quoted text");
+    result = term.text;
+    return true;
+}
+
+QString StyleConversion<QString>::write(const QString& value)
+{
+    return value;
+}
+
+bool StyleConversion<QStringList>::read(const StyleValue& value, QStringList& result, QString* error)
+{
+    result.clear();
+    if (value.terms.size() == 1 && value.terms.first().kind == Kind::Ident
+        && value.terms.first().text.compare(QLatin1String("none"), Qt::CaseInsensitive) == 0)
+        return true;
+    bool commaMayCome = false;
+    for (const StyleTerm& term : value.terms) {
+        if (isComma(term)) {
+            if (!commaMayCome)
+                return fail(error, "expected texts separated by commas");
+            commaMayCome = false;
+            continue;
+        }
+        if (term.kind == Kind::Delimiter || term.kind == Kind::Function || term.kind == Kind::Hash)
+            return fail(error, "expected texts separated by commas");
+        result << term.text;
+        commaMayCome = true;
+    }
+    return commaMayCome || fail(error, "expected texts separated by commas");
+}
+
+QString StyleConversion<QStringList>::write(const QStringList& value)
+{
+    return value.isEmpty() ? QStringLiteral("none") : value.join(QStringLiteral(", "));
+}
+
+bool StyleConversion<Vecta::Vector2f>::read(const StyleValue& value, Vecta::Vector2f& result, QString* error)
+{
+    if (value.terms.size() != 2 || !isPixels(value.terms[0]) || !isPixels(value.terms[1]))
+        return fail(error, "expected two numbers");
+    result = {float(value.terms[0].number), float(value.terms[1].number)};
+    return true;
+}
+
+QString StyleConversion<Vecta::Vector2f>::write(const Vecta::Vector2f& value)
+{
+    return StyleConversion<float>::write(value.x) + QLatin1Char(' ') + StyleConversion<float>::write(value.y);
+}
+
+bool StyleConversion<Bedrock::Color>::read(const StyleValue& value, Bedrock::Color& result, QString* error)
+{
+    std::optional<Bedrock::Color> color;
+    if (!value.terms.isEmpty()) {
+        const StyleTerm& term = value.terms.first();
+        if (term.kind == Kind::Function)
+            color = colorFunction(value);
+        else if (value.terms.size() == 1 && term.kind == Kind::Hash)
+            color = Bedrock::Color::parse(QLatin1Char('#') + term.text);
+        else if (value.terms.size() == 1 && term.kind == Kind::Ident)
+            color = Bedrock::Color::parse(term.text);
+    }
+    if (!color)
+        return fail(error, "expected a colour");
+    result = *color;
+    return true;
+}
+
+QString StyleConversion<Bedrock::Color>::write(const Bedrock::Color& value)
+{
+    return value.toString();
+}
+}
