@@ -1,0 +1,76 @@
+#pragma once
+
+#include <folly/Executor.h>
+
+#include <deque>
+#include <mutex>
+#include <utility>
+
+namespace folly
+{
+/// Runs functions when it is told to, on the thread that tells it. Adding: any thread.
+class FOLLY_EXPORT ManualExecutor : public Executor
+{
+public:
+    ManualExecutor() = default;
+    ManualExecutor(const ManualExecutor&) = delete;
+    ManualExecutor& operator=(const ManualExecutor&) = delete;
+    /// Runs what is still waiting.
+    ~ManualExecutor() override { drain(); }
+
+    void add(Func function) override
+    {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        m_functions.push_back(std::move(function));
+    }
+
+    /// Runs what waits now, not what is added meanwhile; returns how many ran.
+    std::size_t run()
+    {
+        std::size_t count = 0;
+        {
+            const std::lock_guard<std::mutex> guard(m_mutex);
+            count = m_functions.size();
+        }
+        std::size_t ran = 0;
+        while (ran < count && runNext())
+            ++ran;
+        return ran;
+    }
+
+    /// Runs until nothing waits; returns how many ran.
+    std::size_t drain()
+    {
+        std::size_t ran = 0;
+        while (runNext())
+            ++ran;
+        return ran;
+    }
+
+    /// Drops what waits.
+    void clear()
+    {
+        std::deque<Func> dropped;
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        dropped.swap(m_functions);
+    }
+
+private:
+    bool runNext()
+    {
+        Func function;
+        {
+            const std::lock_guard<std::mutex> guard(m_mutex);
+            if (m_functions.empty())
+                return false;
+            function = std::move(m_functions.front());
+            m_functions.pop_front();
+        }
+        function();
+        return true;
+    }
+
+    std::mutex m_mutex;
+    std::deque<Func> m_functions;
+};
+}
