@@ -1,0 +1,159 @@
+#include "CommandHandler.hpp"
+
+#include "ContentFolder.hpp"
+#include "ItemStore.hpp"
+#include "Log.hpp"
+#include "WebLink.hpp"
+
+#include <QJsonDocument>
+#include <QVariant>
+
+#include <cmath>
+
+namespace MediaServer {
+
+namespace {
+
+CommandAnswer success(QJsonObject members = {})
+{
+    members.insert(QStringLiteral("success"), true);
+    return { 200, members };
+}
+
+CommandAnswer failure(int httpStatus, const QString& error)
+{
+    return { httpStatus, { { QStringLiteral("success"), false }, { QStringLiteral("error"), error } } };
+}
+
+CommandAnswer notUnderstood(const QString& error)
+{
+    return failure(400, error);
+}
+
+/// The sender learns that nothing was done; the reason concerns the operator alone.
+CommandAnswer storeFailed(const char* command, const QString& reason)
+{
+    logWarning(QStringLiteral("%1 failed in the database").arg(QLatin1String(command)), reason);
+    return failure(500, QStringLiteral("The media server could not reach its database; nothing was changed. Try again later."));
+}
+
+/// A JSON number that is a whole number of 64 bits.
+std::optional<qint64> wholeNumber(const QJsonValue& value)
+{
+    if (!value.isDouble())
+        return std::nullopt;
+    // A number written as an integer is kept exactly, but only the variant gives it out so.
+    const QVariant number = value.toVariant();
+    if (number.type() == QVariant::LongLong)
+        return number.toLongLong();
+    const double real = number.toDouble();
+    // From 2^53 on a double no longer tells neighbouring cards apart.
+    if (std::nearbyint(real) != real || std::abs(real) > 9007199254740992.0)
+        return std::nullopt;
+    return static_cast<qint64>(real);
+}
+
+/// The item that the command speaks of, without looking at whether it may be added.
+Result<Item> itemOf(const QJsonObject& command)
+{
+    const QJsonValue url = command.value(QLatin1String("url"));
+    const QJsonValue filename = command.value(QLatin1String("filename"));
+    if (url.isUndefined() == filename.isUndefined())
+        return tl::unexpected(QStringLiteral("Exactly one of \"url\" and \"filename\" is needed."));
+
+    Item item;
+    item.kind = url.isUndefined() ? ItemKind::File : ItemKind::Url;
+    const QJsonValue& value = url.isUndefined() ? filename : url;
+    item.value = value.toString();
+    if (item.value.isEmpty()) {
+        return tl::unexpected(QStringLiteral("\"%1\" has to be a text that is not empty.")
+                                  .arg(item.kind == ItemKind::Url ? QLatin1String("url") : QLatin1String("filename")));
+    }
+    for (const char* name : { "displayname", "systemname" }) {
+        const QJsonValue text = command.value(QLatin1String(name));
+        if (!text.isUndefined() && !text.isString())
+            return tl::unexpected(QStringLiteral("\"%1\" has to be a text.").arg(QLatin1String(name)));
+    }
+    item.displayName = command.value(QLatin1String("displayname")).toString();
+    item.systemName = command.value(QLatin1String("systemname")).toString();
+    return item;
+}
+
+} // namespace
+
+CommandHandler::CommandHandler(ItemStore& store, const ContentFolder& content, const PageAddresses& addresses)
+    : m_store(store)
+    , m_content(content)
+    , m_addresses(addresses)
+{
+}
+
+CommandAnswer CommandHandler::handle(const QByteArray& body)
+{
+    QJsonParseError parsing;
+    const QJsonDocument document = QJsonDocument::fromJson(body, &parsing);
+    if (parsing.error != QJsonParseError::NoError) {
+        return notUnderstood(
+            QStringLiteral("The request is not JSON: %1 at byte %2.").arg(parsing.errorString()).arg(parsing.offset));
+    }
+    if (!document.isObject())
+        return notUnderstood(QStringLiteral("The request has to be a JSON object."));
+    const QJsonObject command = document.object();
+
+    const QString name = command.value(QLatin1String("command")).toString();
+    const bool getUserPageAsked = name == QLatin1String("getuserpage");
+    const bool addItemAsked = name == QLatin1String("additem");
+    if (!getUserPageAsked && !addItemAsked && name != QLatin1String("deleteitem")) {
+        return notUnderstood(name.isEmpty()
+                                 ? QStringLiteral("\"command\" is missing.")
+                                 : QStringLiteral("The command \"%1\" is not known. Known are \"getuserpage\", \"additem\""
+                                                  " and \"deleteitem\".")
+                                       .arg(name));
+    }
+    const auto tessel = wholeNumber(command.value(QLatin1String("tessel")));
+    if (!tessel)
+        return notUnderstood(QStringLiteral("\"tessel\" has to be a whole number of 64 bits."));
+    if (getUserPageAsked)
+        return getUserPage(*tessel);
+
+    const auto item = itemOf(command);
+    if (!item)
+        return notUnderstood(item.error());
+    return addItemAsked ? addItem(*tessel, *item) : deleteItem(*tessel, *item);
+}
+
+CommandAnswer CommandHandler::getUserPage(qint64 tessel)
+{
+    const auto token = m_store.tokenFor(tessel);
+    if (!token)
+        return storeFailed("getuserpage", token.error());
+    return success({ { QStringLiteral("userpageurl"), m_addresses.page(*token) },
+                     { QStringLiteral("qrcodeurl"), m_addresses.qrCode(*token) } });
+}
+
+CommandAnswer CommandHandler::addItem(qint64 tessel, const Item& item)
+{
+    if (item.kind == ItemKind::Url && !parseWebLink(item.value)) {
+        return failure(
+            200, QStringLiteral("\"%1\" is not a web address that begins with http:// or https://.").arg(item.value));
+    }
+    if (item.kind == ItemKind::File) {
+        if (const auto file = m_content.open(item.value); !file)
+            return failure(200, file.error());
+    }
+    if (const auto added = m_store.add(tessel, item); !added)
+        return storeFailed("additem", added.error());
+    return success();
+}
+
+CommandAnswer CommandHandler::deleteItem(qint64 tessel, const Item& item)
+{
+    const auto removed = m_store.remove(tessel, item.kind, item.value);
+    if (!removed)
+        return storeFailed("deleteitem", removed.error());
+    if (!*removed)
+        return failure(200, QStringLiteral("\"%1\" is not among this person's items.").arg(item.value));
+    return success();
+}
+
+} // namespace MediaServer

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "PageAddresses.hpp"
+
+#include <QJsonObject>
+
+class QByteArray;
+
+namespace MediaServer {
+
+class ContentFolder;
+class ItemStore;
+struct Item;
+
+/// The answer to one command: {"success": true, ...} or {"success": false, "error": "clear text"}.
+struct CommandAnswer {
+    /// 200 whenever the command was understood, also when it failed; 400 when it was not; 500 when the store failed.
+    int httpStatus = 200;
+    QJsonObject json;
+};
+
+/// The commands that tables send: "getuserpage", "additem" and "deleteitem". Borrows store and folder; on the store's thread.
+class CommandHandler {
+public:
+    CommandHandler(ItemStore& store, const ContentFolder& content, const PageAddresses& addresses);
+
+    /// `body`: one JSON object, in UTF-8.
+    [[nodiscard]] CommandAnswer handle(const QByteArray& body);
+
+private:
+    [[nodiscard]] CommandAnswer getUserPage(qint64 tessel);
+    [[nodiscard]] CommandAnswer addItem(qint64 tessel, const Item& item);
+    [[nodiscard]] CommandAnswer deleteItem(qint64 tessel, const Item& item);
+
+    ItemStore& m_store;
+    const ContentFolder& m_content;
+    PageAddresses m_addresses;
+};
+
+} // namespace MediaServer

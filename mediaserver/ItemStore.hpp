@@ -1,0 +1,73 @@
+#pragma once
+
+#include "Result.hpp"
+
+#include <QSqlDatabase>
+#include <QString>
+
+#include <initializer_list>
+#include <memory>
+#include <optional>
+#include <vector>
+
+class QSqlQuery;
+class QVariant;
+
+namespace MediaServer {
+
+enum class ItemKind { Url, File };
+
+/// What somebody kept. For one person, kind and value together occur once.
+struct Item {
+    qint64 id = 0; ///< given by the store, never used twice
+    ItemKind kind = ItemKind::Url;
+    QString value; ///< web address or bare file name, exactly as sent
+    QString displayName;
+    QString systemName;
+};
+
+/// People, known by the number of their card, and their items, in an SQLite file. What an operation has
+/// reported as done is on the disk (write-ahead log, synchronous FULL): it survives a kill and a power cut.
+///
+/// A store lives on the thread that opened it. Several stores may be open on one file.
+class ItemStore {
+public:
+    /// Creates file and tables when needed. Refuses a file that is no database or was written by a newer version.
+    [[nodiscard]] static Result<std::unique_ptr<ItemStore>> open(const QString& file);
+    ~ItemStore();
+    ItemStore(const ItemStore&) = delete;
+    ItemStore& operator=(const ItemStore&) = delete;
+
+    /// The person's secret, made at the first call and the same ever after: 128 random bits as 22 characters
+    /// of base64url. It is not derived from the card.
+    [[nodiscard]] Result<QString> tokenFor(qint64 tessel);
+
+    /// The card of that token; empty when nobody has it.
+    [[nodiscard]] Result<std::optional<qint64>> personOf(const QString& token);
+
+    /// Keeps the item; when the person has it already, only its names are brought up to date. `item.id` is ignored.
+    [[nodiscard]] Result<void> add(qint64 tessel, const Item& item);
+
+    /// False when the person does not have it.
+    [[nodiscard]] Result<bool> remove(qint64 tessel, ItemKind kind, const QString& value);
+
+    /// In the order in which they were added first.
+    [[nodiscard]] Result<std::vector<Item>> items(qint64 tessel);
+
+    /// The person's item of that id; empty when it is somebody else's or nobody's.
+    [[nodiscard]] Result<std::optional<Item>> item(qint64 tessel, qint64 id);
+
+private:
+    explicit ItemStore(const QString& connectionName);
+    [[nodiscard]] Result<void> prepareFile();
+    [[nodiscard]] Result<void> execute(const char* statement);
+    [[nodiscard]] Result<QSqlQuery> query(const char* statement, std::initializer_list<QVariant> values);
+
+    QString m_connectionName;
+    QSqlDatabase m_database;
+};
+
+/// Whether the text has the form of a token; anything else need not be looked up.
+[[nodiscard]] bool looksLikeToken(const QString& text);
+
+} // namespace MediaServer

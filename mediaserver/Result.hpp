@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QString>
+#include <tl/expected.hpp>
+
+namespace MediaServer {
+
+/// A value, or a sentence that tells an operator what failed.
+template <class T>
+using Result = tl::expected<T, QString>;
+
+} // namespace MediaServer

@@ -1,0 +1,170 @@
+#include "Site.hpp"
+
+#include "ItemStore.hpp"
+#include "Log.hpp"
+#include "QrCode.hpp"
+
+#include <QJsonDocument>
+#include <QStringList>
+#include <QUrl>
+
+namespace MediaServer {
+
+namespace {
+
+/// A file may be a picture with scripts inside (SVG) or carry anything else a visitor never asked for: opened by itself
+/// it runs nothing and loads nothing. The PDF viewers of browsers do not start inside a sandbox.
+QByteArray filePolicy(const QByteArray& contentType)
+{
+    QByteArray policy = "default-src 'none'; img-src 'self' data:; media-src 'self'; style-src 'unsafe-inline'; "
+                        "frame-ancestors 'none'";
+    if (contentType != "application/pdf")
+        policy += "; sandbox";
+    return policy;
+}
+
+QByteArray contentDisposition(const QByteArray& contentType, const QString& name)
+{
+    const QByteArray manner = contentType == "application/octet-stream" ? "attachment" : "inline";
+    return manner + "; filename*=UTF-8''" + QUrl::toPercentEncoding(name);
+}
+
+} // namespace
+
+Site::Site(ItemStore& store, const QString& contentFolder, const QString& publicUrl)
+    : m_store(store)
+    , m_content(contentFolder)
+    , m_addresses(publicUrl)
+    , m_commands(store, m_content, m_addresses)
+{
+}
+
+HttpResponse Site::handle(const HttpRequest& request)
+{
+    // Every address of this server is made of characters that need no encoding, so an encoded one is none of ours.
+    const QString path = QString::fromLatin1(request.target.left(request.target.indexOf('?')));
+    if (path == QLatin1String("/"))
+        return request.method == "POST" ? command(request.body) : wrongMethod("POST");
+
+    const QStringList parts = path.split(QLatin1Char('/'));
+    const bool personalPath = parts.size() >= 3 && parts[0].isEmpty() && parts[1] == QLatin1String("p");
+    if (!personalPath || !looksLikeToken(parts[2]))
+        return notFound();
+    if (request.method != "GET" && request.method != "HEAD")
+        return wrongMethod("GET, HEAD");
+    return personal(parts[2], parts.mid(3));
+}
+
+HttpResponse Site::command(const QByteArray& body)
+{
+    const CommandAnswer answer = m_commands.handle(body);
+    HttpResponse response;
+    response.status = answer.httpStatus;
+    response.contentType = "application/json";
+    response.body = QJsonDocument(answer.json).toJson(QJsonDocument::Compact);
+    response.addHeader("Cache-Control", "no-store");
+    return response;
+}
+
+HttpResponse Site::personal(const QString& token, const QStringList& rest)
+{
+    const auto person = m_store.personOf(token);
+    if (!person)
+        return storeFailed(person.error());
+    if (!*person)
+        return notFound();
+    if (rest.isEmpty())
+        return page(token, **person);
+    if (rest.size() == 1 && rest[0] == QLatin1String("qr.png"))
+        return qrCode(token);
+    if (rest.size() == 2 && rest[0] == QLatin1String("file"))
+        return file(**person, rest[1]);
+    return notFound();
+}
+
+HttpResponse Site::page(const QString& token, qint64 tessel)
+{
+    const auto items = m_store.items(tessel);
+    if (!items)
+        return storeFailed(items.error());
+    std::vector<PageItem> shown;
+    shown.reserve(items->size());
+    for (const Item& item : *items)
+        shown.push_back({ &item, item.kind == ItemKind::Url || m_content.contains(item.value) });
+    return html(200, m_renderer.collection(token, shown));
+}
+
+HttpResponse Site::qrCode(const QString& token) const
+{
+    HttpResponse response;
+    response.contentType = "image/png";
+    response.body = qrCodePng(m_addresses.page(token).toUtf8());
+    if (response.body.isEmpty()) {
+        logWarning(QStringLiteral("A page's address is too long for a QR code"), QStringLiteral("shorten --public-url"));
+        return plainResponse(500, "The QR code could not be made.\n");
+    }
+    response.addHeader("Cache-Control", "private, max-age=3600");
+    return response;
+}
+
+HttpResponse Site::file(qint64 tessel, const QString& id)
+{
+    bool isNumber = false;
+    const qint64 number = id.toLongLong(&isNumber);
+    // One address per file: "7" and nothing else that also reads as seven.
+    if (!isNumber || QString::number(number) != id)
+        return notFound();
+    const auto item = m_store.item(tessel, number);
+    if (!item)
+        return storeFailed(item.error());
+    if (!*item || (*item)->kind != ItemKind::File)
+        return notFound();
+    auto opened = m_content.open((*item)->value);
+    if (!opened)
+        return notFound();
+
+    HttpResponse response;
+    response.contentType = ContentFolder::contentType((*item)->value);
+    response.file = std::move(*opened);
+    response.addHeader("Content-Disposition", contentDisposition(response.contentType, (*item)->value));
+    response.addHeader("Content-Security-Policy", filePolicy(response.contentType));
+    response.addHeader("Cache-Control", "private, max-age=3600");
+    return response;
+}
+
+HttpResponse Site::html(int status, const QByteArray& document) const
+{
+    HttpResponse response;
+    response.status = status;
+    response.contentType = "text/html; charset=utf-8";
+    response.body = document;
+    response.addHeader("Content-Security-Policy", m_renderer.securityPolicy());
+    response.addHeader("Cache-Control", "private, no-cache");
+    response.addHeader("X-Robots-Tag", "noindex, nofollow");
+    return response;
+}
+
+HttpResponse Site::notFound() const
+{
+    return html(404, m_renderer.message(QStringLiteral("There is nothing here"),
+                                        QStringLiteral("This address leads to no page. Scan the code on the table once more, or "
+                                                       "check that the address was copied whole.")));
+}
+
+HttpResponse Site::wrongMethod(const QByteArray& allowed) const
+{
+    HttpResponse response = html(405, m_renderer.message(QStringLiteral("There is nothing to see here"),
+                                                         QStringLiteral("Your own page has an address of its own. Scan the code on "
+                                                                        "the table to open it.")));
+    response.addHeader("Allow", allowed);
+    return response;
+}
+
+HttpResponse Site::storeFailed(const QString& reason) const
+{
+    logWarning(QStringLiteral("A page could not be read from the database"), reason);
+    return html(500, m_renderer.message(QStringLiteral("The page is not available right now"),
+                                        QStringLiteral("Nothing is lost. Please try again in a few minutes.")));
+}
+
+} // namespace MediaServer

@@ -1,0 +1,80 @@
+#include "HttpServer.hpp"
+#include "ItemStore.hpp"
+#include "Log.hpp"
+#include "Options.hpp"
+#include "Site.hpp"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+#include <exception>
+#include <sys/stat.h>
+
+using MediaServer::HttpRequest;
+using MediaServer::HttpServer;
+using MediaServer::ItemStore;
+using MediaServer::logInfo;
+using MediaServer::logWarning;
+using MediaServer::Options;
+using MediaServer::Site;
+
+namespace {
+
+void writeMessage(QtMsgType, const QMessageLogContext&, const QString& text)
+{
+    const QByteArray line = text.toUtf8() + '\n';
+    std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stderr);
+}
+
+int fail(const QString& what)
+{
+    logWarning(what);
+    return 1;
+}
+
+int serve(const Options& options)
+{
+    const auto store = ItemStore::open(options.databaseFile);
+    if (!store)
+        return fail(store.error());
+
+    HttpServer server(options.limits);
+    const auto listening = server.listen(options.address, options.port);
+    if (!listening)
+        return fail(listening.error());
+    if (listening->everywhere && options.publicUrl.isEmpty()) {
+        return fail(QStringLiteral("--address %1 listens everywhere, which is no address for a page: give --public-url")
+                        .arg(options.address));
+    }
+
+    Site site(**store, options.contentFolder, options.publicUrl.isEmpty() ? listening->url : options.publicUrl);
+    server.stopOnSignals();
+    std::printf("tavola-mediaserver: listening on %s\n", qPrintable(listening->url));
+    std::fflush(stdout);
+    server.run([&site](const HttpRequest& request) { return site.handle(request); });
+    logInfo(QStringLiteral("Stopped"));
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    // The database holds the secrets that open people's pages.
+    ::umask(0077);
+    qInstallMessageHandler(writeMessage);
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("tavola-mediaserver"));
+
+    const auto options = Options::parse(QCoreApplication::arguments());
+    if (!options) {
+        const QByteArray text = options.error().text.toLocal8Bit();
+        std::fputs(text.constData(), options.error().code == 0 ? stdout : stderr);
+        return options.error().code;
+    }
+    try {
+        return serve(*options);
+    } catch (const std::exception& error) {
+        return fail(QStringLiteral("The server ended: %1").arg(QString::fromLocal8Bit(error.what())));
+    }
+}
