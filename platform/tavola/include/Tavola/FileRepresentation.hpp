@@ -1,0 +1,44 @@
+#pragma once
+
+#include <Bedrock/Export.hpp>
+
+#include <QList>
+#include <QString>
+
+#include <folly/futures/Future.h>
+
+namespace Trellis
+{
+class Widget;
+}
+
+namespace Tavola
+{
+/// How content is turned into files. A widget class may implement it beside Trellis::Widget; for others see `widgetData`.
+class TAVOLA_EXPORT FileRepresentation
+{
+public:
+    /// The files, sources, display name and address that stand for a widget's content; any of them may be empty.
+    struct FileData
+    {
+        QString file;           ///< the main file's path; the fallback when the record names nothing else
+        QList<QString> sources; ///< file paths or web addresses
+        QList<QString> files;   ///< local files that make up the content
+        QString displayName;    ///< for people
+        QString url;            ///< one further link
+    };
+
+    virtual ~FileRepresentation();
+    /// May complete on any thread.
+    [[nodiscard]] virtual folly::Future<FileData> files() = 0;
+    /// The path of a preview picture. May complete on any thread.
+    [[nodiscard]] virtual folly::Future<QString> previewFileName() = 0;
+
+    /// Describes the content of any widget, at once; an empty record where nothing is known of it. Main thread.
+    [[nodiscard]] static FileData widgetData(const Trellis::Widget& widget);
+    /// Photographs a widget into a PNG file no larger than `maxSizePx` on either side. With an empty `fileName` the file gets
+    /// a name of its own in the table's temporary folder. The picture is drawn before the call returns; writing it happens
+    /// off the main thread, where the future is completed. Main thread.
+    [[nodiscard]] static folly::Future<QString> takeWidgetSnapshot(Trellis::Widget& widget, const QString& fileName, int maxSizePx);
+};
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <Trellis/Widget.hpp>
+
+#include <QString>
+
+#include <functional>
+
+namespace Trellis
+{
+class TextEditWidget;
+class TextWidget;
+}
+
+namespace Tavola
+{
+class TooltipWidget;
+
+/// A line of input with a placeholder, validation and an error tooltip. Exactly three text widgets: the editor, the
+/// tooltip's text and the placeholder (shown while the editor is empty). CSS type "InputFieldWidget"; pseudo-classes
+/// "invalid" (errors are shown), "empty".
+class TAVOLA_EXPORT InputFieldWidget : public Trellis::Widget
+{
+public:
+    /// With `takesFocus` the field has the keyboard as soon as it is made.
+    InputFieldWidget(Trellis::Widget* parent, bool takesFocus);
+    ~InputFieldWidget() override;
+
+    /// Without a validator every text is valid.
+    void setValidator(std::function<bool(const QString&)> validator);
+    /// Tests the present text; `isValid` tells the outcome.
+    void validate();
+    /// Outcome of the last `validate`; true before the first.
+    [[nodiscard]] bool isValid() const noexcept { return m_valid; }
+    [[nodiscard]] QString text() const;
+    /// Shows or hides the error tooltip, judged by the last `validate`. Errors go away by themselves with the next change.
+    void showErrors(bool on);
+    /// Empties the text and hides errors; keeps the validator. Sends no "enter".
+    void reset();
+
+    [[nodiscard]] Bedrock::IntrusivePtr<Trellis::TextEditWidget> editor() const;
+    [[nodiscard]] Bedrock::IntrusivePtr<TooltipWidget> tooltip() const;
+    [[nodiscard]] Bedrock::IntrusivePtr<Trellis::TextWidget> placeholder() const;
+
+private:
+    std::function<bool(const QString&)> m_validator;
+    bool m_valid = true;
+    Bedrock::IntrusivePtr<Trellis::TextEditWidget> m_editor;
+    Bedrock::IntrusivePtr<TooltipWidget> m_tooltip;
+    Bedrock::IntrusivePtr<Trellis::TextWidget> m_placeholder;
+};
+}

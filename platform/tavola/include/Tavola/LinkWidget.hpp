@@ -1,0 +1,31 @@
+#pragma once
+
+#include <Trellis/Widget.hpp>
+
+#include <QString>
+
+namespace Trellis
+{
+class TextWidget;
+}
+
+namespace Tavola
+{
+/// A web address as a small card: its title and the address. CSS type "LinkWidget"; children have the classes "link-title"
+/// and "link-address". Attributes "source" (the address) and "display-name" (the title).
+class TAVOLA_EXPORT LinkWidget : public Trellis::Widget
+{
+public:
+    explicit LinkWidget(Trellis::Widget* parent = nullptr);
+    ~LinkWidget() override;
+
+protected:
+    void attributeChanged(Facet::Attribute& attribute) override;
+
+private:
+    Facet::AttributeT<QString> m_source{this, "source"};
+    Facet::AttributeT<QString> m_displayName{this, "display-name"};
+    Bedrock::IntrusivePtr<Trellis::TextWidget> m_title;
+    Bedrock::IntrusivePtr<Trellis::TextWidget> m_address;
+};
+}

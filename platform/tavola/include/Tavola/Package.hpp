@@ -1,0 +1,51 @@
+#pragma once
+
+#include <Bedrock/Export.hpp>
+#include <Tavola/Schema.hpp>
+
+#include <QString>
+#include <QStringList>
+
+#include <map>
+#include <memory>
+
+namespace Tavola
+{
+/// What a package declares of one component. The schema is read when it is first wanted.
+class TAVOLA_EXPORT ComponentDefinition
+{
+public:
+    ComponentDefinition(QString name, QJsonObject declaration);
+
+    [[nodiscard]] const QString& name() const noexcept { return m_name; }
+    /// Prepares the definition; may be called again.
+    void initComponent();
+    /// Empty before `initComponent`.
+    [[nodiscard]] const Schema& schema() const noexcept { return m_schema; }
+
+private:
+    QString m_name;
+    QJsonObject m_declaration;
+    Schema m_schema;
+};
+
+/// The components that a plug-in declares in the JSON file beside it:
+///     { "package": "personal", "components": { "personal-space-widget": { "type": "widget", "slots": ["..."] } } }
+class TAVOLA_EXPORT Package
+{
+public:
+    /// Null, with a warning that names file and place, when the file cannot be read as a package. An entry that is no
+    /// component declaration is skipped with a warning.
+    [[nodiscard]] static std::shared_ptr<Package> load(const QString& path);
+    [[nodiscard]] static std::shared_ptr<Package> fromJson(const QJsonObject& json, const QString& fileName);
+
+    [[nodiscard]] const QString& name() const noexcept { return m_name; }
+    [[nodiscard]] QStringList componentNames() const;
+    /// Null for a component that this package does not declare.
+    [[nodiscard]] std::shared_ptr<ComponentDefinition> component(const QString& name) const;
+
+private:
+    QString m_name;
+    std::map<QString, std::shared_ptr<ComponentDefinition>> m_components;
+};
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <Bedrock/Export.hpp>
+#include <Bedrock/IntrusivePtr.hpp>
+
+#include <QByteArray>
+#include <QString>
+
+#include <memory>
+
+namespace Trellis
+{
+class Widget;
+}
+
+namespace Tavola
+{
+/// The layers of the table, all children of the toolkit's main layer, from the bottom: the background (class
+/// "tavola-background"), the main widget, the overlay, the internal overlay. Main thread only.
+class TAVOLA_EXPORT UserInterface
+{
+public:
+    UserInterface();
+    ~UserInterface();
+    UserInterface(const UserInterface&) = delete;
+    UserInterface& operator=(const UserInterface&) = delete;
+
+    /// The table's ground; takes every touch and card that nothing above it takes.
+    [[nodiscard]] Bedrock::IntrusivePtr<Trellis::Widget> background() const;
+    /// Launched content lives under it.
+    [[nodiscard]] Bedrock::IntrusivePtr<Trellis::Widget> mainWidget() const;
+    /// For what must show above all content: drop indicators. Takes no input.
+    [[nodiscard]] Bedrock::IntrusivePtr<Trellis::Widget> overlayWidget() const;
+    /// The host's own.
+    [[nodiscard]] Bedrock::IntrusivePtr<Trellis::Widget> internalOverlayWidget() const;
+
+    /// A new widget of a registered component. `style` names the set of looks it is meant for; "main" is the table's own and
+    /// the only one there is (another one is a warning and counts as "main"). Null, with a warning, for a component that is
+    /// not registered or whose widget cannot be made.
+    [[nodiscard]] Bedrock::IntrusivePtr<Trellis::Widget> createStockWidget(const QString& component, const QByteArray& style);
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+}
