@@ -61,9 +61,11 @@ bool isHttpError(const error_code& error)
     return error.category() == http::make_error_code(http::error::bad_method).category();
 }
 
-/// A message on its way out and the state of its sending.
+/// A message on its way out and the state of its sending. The message is complete before it comes here: a
+/// serializer looks at the body at once.
 template <class Body>
 struct Outgoing {
+    explicit Outgoing(http::response<Body>&& complete) : message(std::move(complete)) { }
     http::response<Body> message;
     http::response_serializer<Body> serializer { message };
 };
@@ -215,25 +217,25 @@ private:
             }
             if (headOnly)
                 return sendHead(response, body.size(), keepAlive);
-            auto out = std::make_shared<Outgoing<http::file_body>>();
-            fillHead(out->message, response, body.size(), keepAlive);
-            out->message.body() = std::move(body);
-            return write(out, keepAlive);
+            http::response<http::file_body> message;
+            fillHead(message, response, body.size(), keepAlive);
+            message.body() = std::move(body);
+            return write(std::make_shared<Outgoing<http::file_body>>(std::move(message)), keepAlive);
         }
         const auto size = static_cast<std::uint64_t>(response.body.size());
         if (headOnly)
             return sendHead(response, size, keepAlive);
-        auto out = std::make_shared<Outgoing<http::string_body>>();
-        fillHead(out->message, response, size, keepAlive);
-        out->message.body() = response.body.toStdString();
-        write(out, keepAlive);
+        http::response<http::string_body> message;
+        fillHead(message, response, size, keepAlive);
+        message.body() = response.body.toStdString();
+        write(std::make_shared<Outgoing<http::string_body>>(std::move(message)), keepAlive);
     }
 
     void sendHead(const HttpResponse& response, std::uint64_t size, bool keepAlive)
     {
-        auto out = std::make_shared<Outgoing<http::empty_body>>();
-        fillHead(out->message, response, size, keepAlive);
-        write(out, keepAlive);
+        http::response<http::empty_body> message;
+        fillHead(message, response, size, keepAlive);
+        write(std::make_shared<Outgoing<http::empty_body>>(std::move(message)), keepAlive);
     }
 
     template <class Message>

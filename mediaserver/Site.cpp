@@ -42,7 +42,7 @@ Site::Site(ItemStore& store, const QString& contentFolder, const QString& public
 HttpResponse Site::handle(const HttpRequest& request)
 {
     // Every address of this server is made of characters that need no encoding, so an encoded one is none of ours.
-    const QString path = QString::fromLatin1(request.target.left(request.target.indexOf('?')));
+    const QString path = QString::fromLatin1(request.target).section(QLatin1Char('?'), 0, 0);
     if (path == QLatin1String("/"))
         return request.method == "POST" ? command(request.body) : wrongMethod("POST");
 
