@@ -1,0 +1,115 @@
+#include <Trellis/Length.hpp>
+
+#include <cmath>
+
+namespace Facet
+{
+namespace
+{
+using Kind = StyleTerm::Kind;
+using Trellis::Angle;
+using Trellis::Edges;
+using Trellis::Length;
+
+constexpr double kPi = 3.14159265358979323846;
+
+bool fail(QString* error, const char* expectation)
+{
+    if (error)
+        *error = QString::fromUtf8(expectation);
+    return false;
+}
+
+bool readLength(const StyleTerm& term, Length& result)
+{
+    if (term.kind == Kind::Ident && term.text.compare(QLatin1String("auto"), Qt::CaseInsensitive) == 0)
+        result = Length();
+    else if (term.kind == Kind::Percentage)
+        result = Length::percent(float(term.number));
+    else if (term.kind == Kind::Number || (term.kind == Kind::Dimension && term.unit == "px"))
+        result = Length::pixels(float(term.number));
+    else
+        return false;
+    return true;
+}
+
+QString number(float value)
+{
+    return QString::number(double(value), 'g', 7);
+}
+}
+
+bool StyleConversion<Length>::read(const StyleValue& value, Length& result, QString* error)
+{
+    if (value.terms.size() != 1 || !readLength(value.terms.first(), result))
+        return fail(error, "expected a length in px, a percentage or auto");
+    return true;
+}
+
+QString StyleConversion<Length>::write(const Length& value)
+{
+    switch (value.unit) {
+    case Length::Unit::Auto:
+        return QStringLiteral("auto");
+    case Length::Unit::Percent:
+        return number(value.value) + QLatin1Char('%');
+    case Length::Unit::Pixels:
+        break;
+    }
+    return number(value.value) + QLatin1String("px");
+}
+
+bool StyleConversion<Edges>::read(const StyleValue& value, Edges& result, QString* error)
+{
+    Length sides[4];
+    const int count = value.terms.size();
+    bool fits = count >= 1 && count <= 4;
+    for (int i = 0; fits && i < count; ++i)
+        fits = readLength(value.terms[i], sides[i]);
+    if (!fits)
+        return fail(error, "expected one to four lengths");
+    result.top = sides[0];
+    result.right = count > 1 ? sides[1] : result.top;
+    result.bottom = count > 2 ? sides[2] : result.top;
+    result.left = count > 3 ? sides[3] : result.right;
+    return true;
+}
+
+QString StyleConversion<Edges>::write(const Edges& value)
+{
+    using Side = StyleConversion<Length>;
+    const QString blank = QStringLiteral(" ");
+    QString text = Side::write(value.top);
+    const bool fourth = !(value.left == value.right);
+    const bool third = fourth || !(value.bottom == value.top);
+    const bool second = third || !(value.right == value.top);
+    if (second)
+        text += blank + Side::write(value.right);
+    if (third)
+        text += blank + Side::write(value.bottom);
+    if (fourth)
+        text += blank + Side::write(value.left);
+    return text;
+}
+
+bool StyleConversion<Angle>::read(const StyleValue& value, Angle& result, QString* error)
+{
+    if (value.terms.size() != 1)
+        return fail(error, "expected an angle");
+    const StyleTerm& term = value.terms.first();
+    if (term.kind == Kind::Number || (term.kind == Kind::Dimension && term.unit == "deg"))
+        result.radians = float(term.number * kPi / 180.0);
+    else if (term.kind == Kind::Dimension && term.unit == "rad")
+        result.radians = float(term.number);
+    else if (term.kind == Kind::Dimension && term.unit == "turn")
+        result.radians = float(term.number * 2.0 * kPi);
+    else
+        return fail(error, "expected an angle in deg, rad or turn");
+    return true;
+}
+
+QString StyleConversion<Angle>::write(const Angle& value)
+{
+    return number(value.radians) + QLatin1String("rad");
+}
+}
