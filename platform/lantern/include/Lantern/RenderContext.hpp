@@ -24,6 +24,9 @@ public:
     virtual void pushTransform(const Vecta::Transform& transform) = 0;
     /// Everything until `pop` is drawn that much fainter; 0..1.
     virtual void pushOpacity(float opacity) = 0;
+    /// Everything until `pop` is put together first and faded as one picture, so that what overlaps in it does not shine
+    /// through. Nothing outside `bounds` shows. Costs a picture of that size: where things do not overlap use `pushOpacity`.
+    virtual void pushLayer(const Vecta::Rect& bounds, float opacity) = 0;
     /// Nothing is drawn outside `rect` (with rounded corners) until `pop`.
     virtual void pushClip(const Vecta::Rect& rect, float cornerRadius = 0.f) = 0;
     virtual void pop() = 0;

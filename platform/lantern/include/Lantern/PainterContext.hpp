@@ -1,0 +1,40 @@
+#pragma once
+
+#include <Lantern/RenderContext.hpp>
+
+#include <memory>
+
+class QPainter;
+class QRegion;
+
+namespace Lantern
+{
+/// Draws by a QPainter, antialiased, with pictures scaled smoothly. Lives for one frame; the painter must outlive it and
+/// is left as it was found. Coordinates are those of the painter at the beginning.
+class TAVOLA_EXPORT PainterContext final : public RenderContext
+{
+public:
+    /// Nothing is drawn outside `damage` (an empty region: nothing at all).
+    PainterContext(QPainter& painter, const QRegion& damage);
+    ~PainterContext() override;
+    PainterContext(const PainterContext&) = delete;
+    PainterContext& operator=(const PainterContext&) = delete;
+
+    void pushTransform(const Vecta::Transform& transform) override;
+    void pushOpacity(float opacity) override;
+    void pushLayer(const Vecta::Rect& bounds, float opacity) override;
+    void pushClip(const Vecta::Rect& rect, float cornerRadius = 0.f) override;
+    void pop() override;
+    [[nodiscard]] bool isVisible(const Vecta::Rect& rect) const override;
+    void drawRect(const Vecta::Rect& rect, float cornerRadius, const Style& style) override;
+    void drawArc(Vecta::Vector2f centre, float radius, float fromRadians, float toRadians, const Style& style,
+                 int segments = 0) override;
+    void drawImage(const QImage& image, const Vecta::Rect& target, const Vecta::Rect& source = Vecta::Rect(),
+                   float cornerRadius = 0.f) override;
+    void drawText(const QTextLayout& layout, Vecta::Vector2f origin, const Bedrock::Color& color) override;
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+}

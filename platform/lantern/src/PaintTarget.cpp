@@ -1,0 +1,6 @@
+#include <Lantern/PaintTarget.hpp>
+
+namespace Lantern
+{
+PaintTarget::~PaintTarget() = default;
+}

@@ -1,0 +1,6 @@
+#include <Lantern/RenderContext.hpp>
+
+namespace Lantern
+{
+RenderContext::~RenderContext() = default;
+}

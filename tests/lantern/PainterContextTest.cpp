@@ -1,0 +1,334 @@
+#include <doctest/doctest.h>
+
+#include <Lantern/ImageTarget.hpp>
+#include <Lantern/RenderContext.hpp>
+#include <Lantern/Style.hpp>
+
+#include <QImage>
+#include <QRegion>
+#include <QTextLayout>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+
+using Lantern::RenderContext;
+using Lantern::Style;
+
+namespace
+{
+const Bedrock::Color kRed{1, 0, 0, 1};
+const Bedrock::Color kBlue{0, 0, 1, 1};
+const Bedrock::Color kWhite{1, 1, 1, 1};
+
+QImage picture(const std::function<void(RenderContext&)>& draw, const QRegion& damage = QRegion(0, 0, 100, 100))
+{
+    Lantern::ImageTarget target({100, 100});
+    target.paint(damage, draw);
+    return target.image();
+}
+
+Style fill(const Bedrock::Color& color)
+{
+    return Style().setFill(color.premultiplied());
+}
+
+/// The largest difference of any colour channel of any pixel.
+int difference(const QImage& a, const QImage& b)
+{
+    REQUIRE(a.size() == b.size());
+    int largest = 0;
+    for (int y = 0; y < a.height(); ++y)
+        for (int x = 0; x < a.width(); ++x) {
+            const QColor p = a.pixelColor(x, y), q = b.pixelColor(x, y);
+            largest = std::max({largest, std::abs(p.red() - q.red()), std::abs(p.green() - q.green()), std::abs(p.blue() - q.blue())});
+        }
+    return largest;
+}
+
+/// Sum of the differences in red, of the red in `b`: tolerant of edges whose pixels are covered a little differently.
+double shareThatDiffers(const QImage& a, const QImage& b)
+{
+    double different = 0, all = 0;
+    for (int y = 0; y < a.height(); ++y)
+        for (int x = 0; x < a.width(); ++x) {
+            different += std::abs(a.pixelColor(x, y).red() - b.pixelColor(x, y).red());
+            all += b.pixelColor(x, y).red();
+        }
+    return different / all;
+}
+
+int pixelsLit(const QImage& image)
+{
+    int count = 0;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            count += image.pixelColor(x, y) != QColor(Qt::black);
+    return count;
+}
+}
+
+TEST_CASE("painter context: a transform maps as the transform says")
+{
+    const auto transform = Vecta::Transform::translation({50, 20}) * Vecta::Transform::rotation(float(M_PI / 2));
+    const QImage turned = picture([&](RenderContext& c) {
+        c.pushTransform(transform);
+        c.drawRect({0, 0, 20, 10}, 0.f, fill(kRed));
+        c.pop();
+        c.drawRect({0, 0, 5, 5}, 0.f, fill(kBlue));
+    });
+    const QImage straight = picture([&](RenderContext& c) {
+        c.drawRect({40, 20, 10, 20}, 0.f, fill(kRed));
+        c.drawRect({0, 0, 5, 5}, 0.f, fill(kBlue));
+    });
+    CHECK(difference(turned, straight) <= 1);
+    CHECK(straight.pixelColor(45, 30) == QColor(Qt::red));
+}
+
+TEST_CASE("painter context: nested transforms equal their product")
+{
+    const auto outer = Vecta::Transform::translation({30, 40}) * Vecta::Transform::rotation(0.4f);
+    const auto inner = Vecta::Transform::translation({5, 6}) * Vecta::Transform::scaling(1.5f);
+    const QImage nested = picture([&](RenderContext& c) {
+        c.pushTransform(outer);
+        c.pushTransform(inner);
+        c.drawRect({0, 0, 20, 10}, 3.f, fill(kRed));
+        c.pop();
+        c.pop();
+    });
+    const QImage product = picture([&](RenderContext& c) {
+        c.pushTransform(outer * inner);
+        c.drawRect({0, 0, 20, 10}, 3.f, fill(kRed));
+        c.pop();
+    });
+    CHECK(difference(nested, product) <= 1);
+    CHECK(pixelsLit(product) > 100);
+}
+
+TEST_CASE("painter context: nested opacities multiply")
+{
+    const QImage nested = picture([](RenderContext& c) {
+        c.pushOpacity(0.5f);
+        c.pushOpacity(0.5f);
+        c.drawRect({10, 10, 50, 50}, 0.f, fill(kWhite));
+        c.pop();
+        c.pop();
+        c.drawRect({70, 70, 10, 10}, 0.f, fill(kWhite));
+    });
+    CHECK(nested.pixelColor(30, 30).red() == doctest::Approx(64).epsilon(0.04));
+    CHECK(nested.pixelColor(75, 75) == QColor(Qt::white));
+}
+
+TEST_CASE("painter context: what overlaps in a layer does not shine through")
+{
+    const QImage layered = picture([](RenderContext& c) {
+        c.pushLayer({10, 10, 60, 60}, 0.5f);
+        c.drawRect({10, 10, 40, 40}, 0.f, fill(kRed));
+        c.drawRect({30, 30, 40, 40}, 0.f, fill(kBlue));
+        c.pop();
+    });
+    const QImage apart = picture([](RenderContext& c) {
+        c.drawRect({10, 10, 40, 40}, 0.f, fill({0.5f, 0, 0, 1}));
+        c.drawRect({30, 30, 40, 40}, 0.f, fill({0, 0, 0.5f, 1}));
+    });
+    CHECK(difference(layered, apart) <= 2);
+}
+
+TEST_CASE("painter context: a layer under a transform, an opacity and a clip lies where its content lies")
+{
+    const auto transform = Vecta::Transform::translation({20, 30}) * Vecta::Transform::rotation(0.3f);
+    const auto scene = [&](bool layer) {
+        return picture([&, layer](RenderContext& c) {
+            c.pushOpacity(0.5f);
+            c.pushClip({0, 0, 60, 100});
+            c.pushTransform(transform);
+            if (layer)
+                c.pushLayer({0, 0, 50, 50}, 1.f);
+            c.pushTransform(Vecta::Transform::translation({4, 4}));
+            c.drawRect({0, 0, 40, 30}, 5.f, fill(kRed));
+            c.pop();
+            if (layer)
+                c.pop();
+            c.pop();
+            c.pop();
+            c.pop();
+        });
+    };
+    CHECK(difference(scene(true), scene(false)) <= 2);
+    CHECK(pixelsLit(scene(true)) > 200);
+}
+
+TEST_CASE("painter context: an empty layer and a layer outside the damage leave the stack in order")
+{
+    const QImage image = picture(
+        [](RenderContext& c) {
+            c.pushLayer({}, 0.5f);
+            c.drawRect({0, 0, 100, 100}, 0.f, fill(kRed));
+            c.pop();
+            c.pushLayer({80, 80, 10, 10}, 0.5f);
+            c.drawRect({0, 0, 100, 100}, 0.f, fill(kRed));
+            c.pop();
+            c.drawRect({0, 0, 100, 100}, 0.f, fill(kBlue));
+        },
+        QRegion(0, 0, 50, 50));
+    CHECK(image.pixelColor(10, 10) == QColor(Qt::blue));
+    CHECK(pixelsLit(image) == 2500);
+}
+
+TEST_CASE("painter context: a clip holds until its pop, and clips intersect")
+{
+    const QImage clipped = picture([](RenderContext& c) {
+        c.pushClip({10, 10, 50, 50});
+        c.pushClip({40, 40, 50, 50});
+        c.drawRect({0, 0, 100, 100}, 0.f, fill(kRed));
+        c.pop();
+        c.pop();
+        c.drawRect({90, 0, 10, 10}, 0.f, fill(kBlue));
+    });
+    const QImage drawn = picture([](RenderContext& c) {
+        c.drawRect({40, 40, 20, 20}, 0.f, fill(kRed));
+        c.drawRect({90, 0, 10, 10}, 0.f, fill(kBlue));
+    });
+    CHECK(difference(clipped, drawn) == 0);
+}
+
+TEST_CASE("painter context: a rounded clip looks like a rounded rectangle")
+{
+    const QImage clipped = picture([](RenderContext& c) {
+        c.pushClip({10, 10, 60, 60}, 15.f);
+        c.drawRect({0, 0, 100, 100}, 0.f, fill(kRed));
+        c.pop();
+    });
+    const QImage drawn = picture([](RenderContext& c) { c.drawRect({10, 10, 60, 60}, 15.f, fill(kRed)); });
+    CHECK(clipped.pixelColor(11, 11) == QColor(Qt::black));
+    CHECK(difference(clipped, drawn) <= 40); // edge pixels round differently
+    CHECK(std::abs(pixelsLit(clipped) - pixelsLit(drawn)) < 20);
+}
+
+TEST_CASE("painter context: visibility follows damage, clip, transform and opacity")
+{
+    picture(
+        [](RenderContext& c) {
+            CHECK(c.isVisible({0, 0, 10, 10}));
+            CHECK_FALSE(c.isVisible({60, 0, 10, 10}));
+            CHECK_FALSE(c.isVisible({std::nanf(""), 0, 10, 10}));
+            c.pushTransform(Vecta::Transform::translation({-60, 0}));
+            CHECK(c.isVisible({60, 0, 10, 10}));
+            CHECK_FALSE(c.isVisible({0, 0, 10, 10}));
+            c.pushClip({60, 0, 5, 5});
+            CHECK_FALSE(c.isVisible({70, 0, 10, 10}));
+            c.pop();
+            c.pop();
+            c.pushLayer({0, 0, 20, 20}, 0.5f);
+            CHECK(c.isVisible({5, 5, 10, 10}));
+            CHECK_FALSE(c.isVisible({30, 30, 10, 10}));
+            c.pop();
+            c.pushOpacity(0.f);
+            CHECK_FALSE(c.isVisible({0, 0, 10, 10}));
+            c.pop();
+        },
+        QRegion(0, 0, 50, 50));
+}
+
+TEST_CASE("painter context: a whole arc looks like a circle, and an arc runs clockwise from the right")
+{
+    const Style ring = Style().setStroke(kRed, 6.f);
+    const QImage arc = picture([&](RenderContext& c) { c.drawArc({50, 50}, 30.f, 0.f, float(2 * M_PI), ring); });
+    const QImage circle = picture([&](RenderContext& c) { c.drawRect({20, 20, 60, 60}, 30.f, ring); });
+    CHECK(shareThatDiffers(arc, circle) < 0.04);
+
+    const QImage quarter = picture([&](RenderContext& c) { c.drawArc({50, 50}, 30.f, 0.f, float(M_PI / 2), ring); });
+    CHECK(quarter.pixelColor(71, 71) == QColor(Qt::red));
+    CHECK(quarter.pixelColor(71, 28) == QColor(Qt::black));
+    CHECK(quarter.pixelColor(28, 71) == QColor(Qt::black));
+}
+
+TEST_CASE("painter context: turns beyond a whole one draw one circle")
+{
+    const Style ring = Style().setStroke(Bedrock::Color{1, 0, 0, 0.5f}.premultiplied(), 6.f);
+    const QImage many = picture([&](RenderContext& c) { c.drawArc({50, 50}, 30.f, 0.f, 1000.f, ring); });
+    const QImage one = picture([&](RenderContext& c) { c.drawArc({50, 50}, 30.f, 0.f, float(2 * M_PI), ring); });
+    CHECK(difference(many, one) <= 2);
+}
+
+TEST_CASE("painter context: arcs without a sensible shape draw nothing")
+{
+    const float inf = std::numeric_limits<float>::infinity();
+    const float nan = std::nanf("");
+    const Style style = Style().setStroke(kRed, 5.f).setFill(kBlue);
+    const QImage image = picture([&](RenderContext& c) {
+        c.drawArc({50, 50}, -10.f, 0.f, 3.f, style);
+        c.drawArc({50, 50}, 0.f, 0.f, 3.f, style);
+        c.drawArc({50, 50}, nan, 0.f, 3.f, style);
+        c.drawArc({50, 50}, inf, 0.f, 3.f, style);
+        c.drawArc({50, 50}, 10.f, 0.f, inf, style);
+        c.drawArc({50, 50}, 10.f, -inf, inf, style);
+        c.drawArc({50, 50}, 10.f, inf, inf, style);
+        c.drawArc({50, 50}, 10.f, nan, 1.f, style);
+        c.drawArc({nan, 50}, 10.f, 0.f, 1.f, style);
+        c.drawArc({50, 50}, 10.f, 0.f, 1.f, Style().setStroke(kRed, nan));
+        c.drawArc({50, 50}, 10.f, 2.f, 2.f, style);
+    });
+    CHECK(pixelsLit(image) == 0);
+}
+
+TEST_CASE("painter context: a huge or tiny circle ends in time")
+{
+    const Style ring = Style().setStroke(kRed, 1.f);
+    const QImage image = picture([&](RenderContext& c) {
+        c.drawArc({50, 50}, 1e6f, 0.f, 7.f, ring);
+        c.drawArc({50, 50}, 1e-6f, 0.f, 7.f, ring);
+        c.drawArc({50, 50}, 20.f, 1e30f, 1e30f + 7.f, ring);
+        c.drawArc({50, 50}, 20.f, 0.f, 7.f, ring, 1 << 30);
+    });
+    CHECK(image.pixelColor(70, 50).red() > 60);
+}
+
+TEST_CASE("painter context: four segments make a square")
+{
+    const QImage diamond = picture([](RenderContext& c) { c.drawArc({50, 50}, 30.f, 0.f, float(2 * M_PI), fill(kRed), 4); });
+    CHECK(diamond.pixelColor(78, 50) == QColor(Qt::red));
+    CHECK(diamond.pixelColor(68, 68) == QColor(Qt::black));
+}
+
+TEST_CASE("painter context: a picture is scaled into its target, whole or in part")
+{
+    QImage source(2, 1, QImage::Format_RGB32);
+    source.setPixelColor(0, 0, Qt::red);
+    source.setPixelColor(1, 0, Qt::blue);
+    const QImage parts = picture([&](RenderContext& c) { c.drawImage(source, {0, 0, 50, 50}, {1, 0, 1, 1}); });
+    CHECK(parts.pixelColor(25, 25) == QColor(Qt::blue));
+    CHECK(parts.pixelColor(60, 25) == QColor(Qt::black));
+    const QImage whole = picture([&](RenderContext& c) { c.drawImage(source, {0, 0, 80, 40}); });
+    CHECK(whole.pixelColor(2, 20) == QColor(Qt::red));
+    CHECK(whole.pixelColor(77, 20) == QColor(Qt::blue));
+}
+
+TEST_CASE("painter context: a picture with rounded corners looks like a rounded rectangle of its colour")
+{
+    QImage source(10, 10, QImage::Format_RGB32);
+    source.fill(Qt::red);
+    const QImage image = picture([&](RenderContext& c) { c.drawImage(source, {10, 10, 60, 60}, {}, 20.f); });
+    const QImage rect = picture([&](RenderContext& c) { c.drawRect({10, 10, 60, 60}, 20.f, fill(kRed)); });
+    CHECK(image.pixelColor(11, 11) == QColor(Qt::black));
+    CHECK(std::abs(pixelsLit(image) - pixelsLit(rect)) < 20);
+}
+
+TEST_CASE("painter context: text shows in its colour at its origin")
+{
+    QFont font(QStringLiteral("sans-serif"));
+    font.setPixelSize(40);
+    QTextLayout layout(QStringLiteral("H"), font);
+    layout.beginLayout();
+    layout.createLine().setLineWidth(100);
+    layout.endLayout();
+    const QImage left = picture([&](RenderContext& c) { c.drawText(layout, {10, 20}, kRed); });
+    const QImage moved = picture([&](RenderContext& c) {
+        c.pushTransform(Vecta::Transform::translation({10, 20}));
+        c.drawText(layout, {0, 0}, kRed);
+        c.pop();
+    });
+    CHECK(pixelsLit(left) > 50);
+    CHECK(difference(left, moved) == 0);
+    CHECK(pixelsLit(picture([&](RenderContext& c) { c.drawText(layout, {10, 20}, {0, 0, 0, 0}); })) == 0);
+}
