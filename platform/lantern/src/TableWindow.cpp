@@ -1,0 +1,58 @@
+#include "TableWindow.hpp"
+
+#include <Lantern/WindowListener.hpp>
+
+#include <QCoreApplication>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QTouchEvent>
+
+namespace Lantern
+{
+TableWindow::TableWindow(WindowListener* listener) : m_listener(listener)
+{
+    // A touch that is heard as one must not come a second time as a mouse.
+    QCoreApplication::setAttribute(Qt::AA_SynthesizeMouseForUnhandledTouchEvents, false);
+}
+
+bool TableWindow::event(QEvent* event)
+{
+    if (m_listener) {
+        switch (event->type()) {
+        case QEvent::MouseButtonPress:
+        case QEvent::MouseButtonRelease:
+        case QEvent::MouseButtonDblClick:
+        case QEvent::MouseMove:
+            m_listener->mouseEvent(static_cast<QMouseEvent&>(*event));
+            return true;
+        case QEvent::TouchBegin:
+        case QEvent::TouchUpdate:
+        case QEvent::TouchEnd:
+        case QEvent::TouchCancel:
+            m_listener->touchEvent(static_cast<QTouchEvent&>(*event));
+            event->accept();
+            return true;
+        case QEvent::KeyPress:
+        case QEvent::KeyRelease:
+            m_listener->keyEvent(static_cast<QKeyEvent&>(*event));
+            return true;
+        case QEvent::Wheel:
+            m_listener->wheelEvent(static_cast<QWheelEvent&>(*event));
+            return true;
+        case QEvent::Resize:
+            m_listener->windowResized(static_cast<QResizeEvent&>(*event).size());
+            break;
+        case QEvent::Expose:
+            if (isExposed())
+                m_listener->windowExposed();
+            break;
+        case QEvent::Close:
+            m_listener->windowClosed();
+            break;
+        default:
+            break;
+        }
+    }
+    return QWindow::event(event);
+}
+}
