@@ -1,11 +1,13 @@
 #pragma once
 
+#include <Bedrock/Export.hpp>
+
 namespace Tactile
 {
 struct Sample;
 
 /// Where the main loop gets its input from: the TUIO table, the mouse of a window, a script in a test. Main thread only.
-class InputSource
+class TAVOLA_EXPORT InputSource
 {
 public:
     virtual ~InputSource() = default;

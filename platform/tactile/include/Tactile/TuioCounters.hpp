@@ -1,0 +1,47 @@
+#pragma once
+
+#include <Tactile/OscDecoder.hpp>
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Tactile
+{
+/// What was not used, and why. The first and the last count packets, `Late` frames, the others single messages.
+enum class TuioDrop : std::uint8_t
+{
+    Malformed,      ///< not OSC, or a message that does not fit its profile; see TuioCounters::refusals
+    Late,           ///< a frame older than one already shown
+    NotFinite,      ///< a position or angle that is no number
+    OutOfRange,     ///< beside the surface, or a negative marker code
+    NotAlive,       ///< a set without its alive
+    FingerCap,
+    MarkerCap,
+    SourceCap,
+    UnknownMessage, ///< another profile or protocol
+    QueueFull       ///< the main thread has not taken a sample for long
+};
+constexpr std::size_t kTuioDropCount = 10;
+using TuioDrops = std::array<std::uint64_t, kTuioDropCount>;
+
+struct TuioSourceCounters
+{
+    std::string name; ///< as the sender calls itself, else its address
+    std::uint64_t packets = 0;
+    std::uint64_t frames = 0; ///< accepted
+    TuioDrops drops{};
+    std::size_t fingers = 0; ///< now
+    std::size_t markers = 0; ///< now
+    bool isLost = false;
+};
+
+struct TuioCounters
+{
+    std::uint64_t packets = 0;
+    TuioDrops drops{}; ///< of all sources, and of packets that no source could be told for
+    std::array<std::uint64_t, kOscRefusalCount> refusals{};
+    std::vector<TuioSourceCounters> sources; ///< index: ContactKey::source
+};
+}
