@@ -13,9 +13,12 @@ class DragObserver
 public:
     virtual ~DragObserver() = default;
 
+    /// A finger begins to move the widget, which still stands where it stood; dragMoved follows.
+    virtual void dragBegan(Widget& /*widget*/) {}
     /// The widget was moved by `fingers` fingers (at least one); `scenePoint` is the middle of them.
     virtual void dragMoved(Widget& widget, Vecta::Vector2f scenePoint, int fingers) = 0;
-    /// The last finger let go of a widget that had been dragged. With `cancelled` the input was lost: nothing is dropped.
+    /// The last finger let go of a widget that had been dragged; inertia has been given to it already, and `stopMotion` ends
+    /// it. With `cancelled` the input was lost or the widget was taken from the tree: nothing is dropped.
     virtual void dragEnded(Widget& widget, Vecta::Vector2f scenePoint, bool cancelled) = 0;
 };
 }
