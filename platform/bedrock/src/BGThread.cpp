@@ -95,6 +95,7 @@ struct BGThread::Private
             dropped.swap(state->tasks);
         }
         state->changed.notify_all();
+        dropped.clear();
         const std::lock_guard<std::mutex> guard(threadMutex);
         if (!thread.joinable())
             return;

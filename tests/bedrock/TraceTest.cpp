@@ -1,0 +1,107 @@
+#include <Bedrock/Trace.hpp>
+
+#include <LogCapture.hpp>
+
+#include <QByteArray>
+#include <QTemporaryFile>
+
+#include <doctest/doctest.h>
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace Trace = Bedrock::Trace;
+
+namespace
+{
+/// Puts the sink that was there back at the end of the test.
+class SinkForTest
+{
+public:
+    explicit SinkForTest(Trace::Sink sink) : m_before(Trace::setSink(std::move(sink))) {}
+    ~SinkForTest() { Trace::setSink(std::move(m_before)); }
+    SinkForTest(const SinkForTest&) = delete;
+    SinkForTest& operator=(const SinkForTest&) = delete;
+
+private:
+    Trace::Sink m_before;
+};
+}
+
+TEST_CASE("trace: a line reaches the sink formatted, with its level")
+{
+    std::vector<std::pair<Trace::Level, std::string>> lines;
+    {
+        const SinkForTest sink([&](Trace::Level level, const std::string& text) { lines.emplace_back(level, text); });
+        Trace::info("Thing # %d of %s", 3, "four");
+        Trace::warning("Thing # code %llu", 18446744073709551615ULL);
+        Trace::error("Thing # Zoë 100%%");
+    }
+    REQUIRE(lines.size() == 3);
+    CHECK(lines[0].first == Trace::Level::Info);
+    CHECK(lines[0].second == "Thing # 3 of four");
+    CHECK(lines[1].first == Trace::Level::Warning);
+    CHECK(lines[1].second == "Thing # code 18446744073709551615");
+    CHECK(lines[2].first == Trace::Level::Error);
+    CHECK(lines[2].second == "Thing # Zoë 100%");
+}
+
+TEST_CASE("trace: a long line is not cut")
+{
+    std::string got;
+    const std::string text(5000, 'x');
+    {
+        const SinkForTest sink([&](Trace::Level, const std::string& line) { got = line; });
+        Trace::warning("%s!", text.c_str());
+    }
+    CHECK(got == text + "!");
+}
+
+TEST_CASE("trace: without a sink a line goes to standard error with its level, and stays one line")
+{
+    QTemporaryFile file;
+    REQUIRE(file.open());
+    std::fflush(stderr);
+    const int standardError = dup(STDERR_FILENO);
+    dup2(file.handle(), STDERR_FILENO);
+    {
+        const SinkForTest sink(nullptr);
+        Trace::info("A # started");
+        Trace::warning("B # late");
+        Trace::error("C # first\nsecond\r");
+    }
+    std::fflush(stderr);
+    dup2(standardError, STDERR_FILENO);
+    close(standardError);
+    file.seek(0);
+    CHECK(file.readAll() == QByteArray("info A # started\nwarning B # late\nerror C # first\\nsecond\\r\n"));
+}
+
+TEST_CASE("trace: lines of several threads all arrive, one at a time")
+{
+    std::vector<std::string> lines; // Needs no lock of its own: the sink is never called twice at once.
+    {
+        const SinkForTest sink([&](Trace::Level, const std::string& text) { lines.push_back(text); });
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 4; ++t) {
+            threads.emplace_back([t] {
+                for (int i = 0; i < 100; ++i)
+                    Trace::info("thread %d line %d", t, i);
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+    }
+    CHECK(lines.size() == 400);
+}
+
+TEST_CASE("trace: levels have names")
+{
+    CHECK(std::string(Trace::levelName(Trace::Level::Info)) == "info");
+    CHECK(std::string(Trace::levelName(Trace::Level::Warning)) == "warning");
+    CHECK(std::string(Trace::levelName(Trace::Level::Error)) == "error");
+}

@@ -1,0 +1,36 @@
+#include <Vecta/Rect.hpp>
+
+#include <doctest/doctest.h>
+
+using Vecta::Rect;
+
+TEST_CASE("rectangle: left and top edges belong to it, right and bottom do not")
+{
+    const Rect rect{10.f, 20.f, 30.f, 40.f};
+    CHECK(rect.contains({10.f, 20.f}));
+    CHECK(rect.contains({39.9f, 59.9f}));
+    CHECK_FALSE(rect.contains({40.f, 30.f}));
+    CHECK_FALSE(rect.contains({20.f, 60.f}));
+    CHECK_FALSE(rect.contains({9.9f, 30.f}));
+    CHECK(rect.center() == Vecta::Vector2f(25.f, 40.f));
+    CHECK(rect.right() == 40.f);
+    CHECK(rect.bottom() == 60.f);
+}
+
+TEST_CASE("rectangle: neighbours that share an edge do not intersect")
+{
+    const Rect rect{0.f, 0.f, 10.f, 10.f};
+    CHECK(rect.intersects({9.f, 9.f, 5.f, 5.f}));
+    CHECK_FALSE(rect.intersects({10.f, 0.f, 5.f, 5.f}));
+    CHECK_FALSE(rect.intersects({0.f, -5.f, 5.f, 5.f}));
+}
+
+TEST_CASE("rectangle: the union surrounds both, and an empty one counts as nothing")
+{
+    const Rect a{0.f, 0.f, 10.f, 10.f};
+    CHECK(a.united({20.f, -5.f, 5.f, 5.f}) == Rect{0.f, -5.f, 25.f, 15.f});
+    CHECK(a.united(Rect{100.f, 100.f, 0.f, 5.f}) == a);
+    CHECK(Rect{}.united(a) == a);
+    CHECK(Rect{}.isEmpty());
+    CHECK(a != Rect{});
+}
