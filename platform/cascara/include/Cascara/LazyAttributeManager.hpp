@@ -24,8 +24,8 @@ class TAVOLA_EXPORT LazyAttributeManager
 public:
     using Creator = std::function<std::unique_ptr<Facet::Attribute>(Styleable&, const QByteArray& name)>;
 
-    /// Enters a creator in its constructor and takes it out in its destructor. Nodes that have the attribute keep it, so
-    /// the library that registers must outlive the nodes or remove their attributes first.
+    /// Enters a creator in its constructor. Takes it out in its destructor, and destroys the attributes it made: their code
+    /// may lie in a library that is about to go. Nodes styled before the registration get theirs when next restyled.
     class TAVOLA_EXPORT Registrant
     {
     public:

@@ -23,8 +23,8 @@ class TAVOLA_EXPORT StyleEngine
 public:
     [[nodiscard]] static StyleEngine& instance();
 
-    /// Adds a sheet after those there are and restyles everything. `name` stands in messages; relative url()s are resolved
-    /// against `baseDirectory`.
+    /// Adds a sheet after those there are (and, before it, those it imports) and restyles everything. `name` stands in
+    /// messages; relative url()s and @imports are resolved against `baseDirectory`.
     void addStyleSheet(const QString& text, const QString& name, const QString& baseDirectory = QString());
     /// As above from a UTF-8 file. False, with a warning, when it cannot be read.
     bool loadStyleSheet(const QString& path);
@@ -51,12 +51,12 @@ public:
     };
     [[nodiscard]] Counters counters() const noexcept;
 
+    struct Private;
+
 private:
-    friend class Styleable;
     StyleEngine();
     ~StyleEngine();
 
-    struct Private;
     std::unique_ptr<Private> d;
 };
 }

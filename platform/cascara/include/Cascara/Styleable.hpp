@@ -16,6 +16,8 @@ class Node;
 
 namespace Cascara
 {
+struct StyleNode;
+
 /// A node that style sheets reach: it has a type, an id, classes and pseudo-classes, and a place in the style tree.
 /// The style engine writes layer 1 of the node's attributes. Main thread only.
 ///
@@ -61,13 +63,11 @@ public:
     [[nodiscard]] const std::vector<Styleable*>& styleChildren() const noexcept { return m_children; }
 
 private:
-    friend class StyleEngine;
-    friend class LazyAttributeManager;
-    struct Private;
+    friend struct StyleNode;
 
     Facet::Node& m_node;
     Styleable* m_parent = nullptr;
     std::vector<Styleable*> m_children;
-    std::unique_ptr<Private> d;
+    std::shared_ptr<StyleNode> d;
 };
 }

@@ -1,0 +1,95 @@
+#include "StyleSheetLoader.hpp"
+
+#include "StyleSheetParser.hpp"
+#include "ValueParser.hpp"
+
+#include <Bedrock/Trace.hpp>
+
+#include <QFile>
+#include <QFileInfo>
+#include <QUrl>
+
+#include <utility>
+
+namespace Cascara
+{
+namespace
+{
+void warn(const QString& name, int line, int column, const QString& text)
+{
+    Bedrock::Trace::warning("StyleEngine # %s:%d:%d: %s", name.toUtf8().constData(), line, column, text.toUtf8().constData());
+}
+
+QString fileName(const QString& url)
+{
+    if (url.startsWith(QLatin1String("file:"), Qt::CaseInsensitive))
+        return QUrl(url).toLocalFile();
+    if (url.startsWith(QLatin1String("qrc:"), Qt::CaseInsensitive))
+        return url.mid(3);
+    return url;
+}
+
+/// The reason why not in `error`.
+bool readFile(const QString& path, QString& text, QString& error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        error = file.errorString();
+        return false;
+    }
+    text = QString::fromUtf8(file.readAll());
+    return true;
+}
+
+QString identity(const QString& path)
+{
+    const QString canonical = QFileInfo(path).canonicalFilePath();
+    return canonical.isEmpty() ? path : canonical;
+}
+}
+
+void StyleSheetLoader::loadText(const QString& text, const QString& name, const QString& baseDirectory)
+{
+    auto sheet = StyleSheetParser::parse(text, name, baseDirectory);
+    for (const auto& import : sheet->imports)
+        loadImport(import, name, baseDirectory);
+    for (const auto& error : sheet->errors)
+        warn(name, error.line, error.column, error.text);
+    m_result.push_back(std::move(sheet));
+}
+
+bool StyleSheetLoader::loadFile(const QString& path)
+{
+    QString text;
+    QString error;
+    if (!readFile(path, text, error)) {
+        Bedrock::Trace::warning("StyleEngine # Cannot read style sheet '%s': %s; it is skipped", path.toUtf8().constData(),
+                                error.toUtf8().constData());
+        return false;
+    }
+    m_loading.append(identity(path));
+    loadText(text, path, QFileInfo(path).path());
+    m_loading.removeLast();
+    return true;
+}
+
+void StyleSheetLoader::loadImport(const StyleSheet::Import& import, const QString& importingName, const QString& baseDirectory)
+{
+    const QString path = fileName(ValueParser::resolve(import.url, baseDirectory));
+    if (m_loading.contains(identity(path))) {
+        warn(importingName, import.line, import.column,
+             QStringLiteral("@import: '%1' imports this file itself; it is skipped").arg(path));
+        return;
+    }
+    QString text;
+    QString error;
+    if (!readFile(path, text, error)) {
+        warn(importingName, import.line, import.column,
+             QStringLiteral("@import: cannot read '%1': %2; it is skipped").arg(path, error));
+        return;
+    }
+    m_loading.append(identity(path));
+    loadText(text, path, QFileInfo(path).path());
+    m_loading.removeLast();
+}
+}
