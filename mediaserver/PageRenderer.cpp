@@ -52,18 +52,19 @@ struct Card {
     QString view;
     QString title;
     QString detail;
-    QString href;
+    QString href; ///< empty: nothing to open
 };
 
-QString html(const Card& card, bool available)
+QString html(const Card& card, const char* cssClasses)
 {
+    const bool available = !card.href.isEmpty();
     // A name in another script keeps its own direction and does not turn the page's.
     QString title = QLatin1String("<span dir=\"auto\">") + card.title + QLatin1String("</span>");
     if (available) {
         title = QLatin1String("<a href=\"") + card.href + QLatin1String("\" rel=\"noopener noreferrer\">") + title
             + QLatin1String("</a>");
     }
-    return QLatin1String(available ? "<li class=\"item\">" : "<li class=\"item missing\">") + QLatin1String("<div class=\"view\">")
+    return QLatin1String("<li class=\"item ") + QLatin1String(cssClasses) + QLatin1String("\"><div class=\"view\">")
         + card.view + QLatin1String("</div><div class=\"text\"><h2>") + title + QLatin1String("</h2><p>") + card.detail
         + QLatin1String("</p></div></li>\n");
 }
@@ -78,7 +79,7 @@ QString linkCard(const Item& item)
     card.title = escaped(item.displayName.trimmed().isEmpty() ? link->host : item.displayName);
     card.detail = QStringLiteral("Website \u00b7 ") + escaped(link->host);
     card.href = escaped(link->href);
-    return html(card, true);
+    return html(card, "plain");
 }
 
 QString fileCard(const QString& token, const Item& item, bool available)
@@ -89,18 +90,20 @@ QString fileCard(const QString& token, const Item& item, bool available)
 
     Card card;
     card.title = escaped(name);
-    card.href = token + QLatin1String("/file/") + QString::number(item.id);
     card.view = QLatin1String(kFileSymbol);
     if (!available) {
         card.detail = QLatin1String("Not available at the moment");
-    } else if (isPicture) {
+        return html(card, "plain missing");
+    }
+    card.href = token + QLatin1String("/file/") + QString::number(item.id);
+    if (isPicture) {
         // The name stands beside the picture already; reading it out twice would help nobody.
         card.view = QLatin1String("<img src=\"") + card.href + QLatin1String("\" alt=\"\" loading=\"lazy\" decoding=\"async\">");
         card.detail = QLatin1String("Picture");
-    } else {
-        card.detail = ending.isEmpty() ? QStringLiteral("Document") : QStringLiteral("Document \u00b7 ") + escaped(ending);
+        return html(card, "picture");
     }
-    return html(card, available);
+    card.detail = ending.isEmpty() ? QStringLiteral("Document") : QStringLiteral("Document \u00b7 ") + escaped(ending);
+    return html(card, "plain");
 }
 
 QString sharing(const QString& token)

@@ -44,11 +44,11 @@ h1 { margin: 0; font: 400 clamp(2.25rem, 6vw, 3.75rem)/1.1 var(--serif); letter-
   box-shadow: 0 1px 2px rgb(var(--shadow) / .06), 0 10px 30px -18px rgb(var(--shadow) / .35);
 }
 .view {
-  aspect-ratio: 4 / 3; display: grid; place-items: center; background: var(--mat);
+  position: relative; aspect-ratio: 4 / 3; flex: none; display: grid; place-items: center; background: var(--mat);
   border-bottom: 1px solid var(--line); color: var(--soft);
 }
 .view img {
-  display: block; width: 100%; height: 100%; min-height: 0; padding: 1.125rem; object-fit: contain;
+  position: absolute; inset: 0; width: 100%; height: 100%; padding: 1.125rem; object-fit: contain;
   filter: drop-shadow(0 3px 8px rgb(var(--shadow) / .28));
 }
 .view svg { width: 3.5rem; height: 3.5rem; color: var(--accent); }
@@ -67,12 +67,18 @@ h1 { margin: 0; font: 400 clamp(2.25rem, 6vw, 3.75rem)/1.1 var(--serif); letter-
 }
 .empty h2 { margin: 0 0 .5rem; font: 400 1.625rem/1.25 var(--serif); }
 .empty p { margin: 0 auto; max-width: 32rem; color: var(--soft); }
-footer { border-top: 1px solid var(--line); padding-top: 2rem; padding-bottom: 3rem; }
-.share { display: flex; flex-wrap: wrap; align-items: center; gap: 1.25rem 1.75rem; margin: 0; }
-.share img { display: block; width: 9rem; height: 9rem; border-radius: .625rem; background: #fff; image-rendering: pixelated; }
+footer { padding-bottom: 3rem; }
+.share { padding-top: 2rem; border-top: 1px solid var(--line); display: flex; flex-wrap: wrap; align-items: center; gap: 1.25rem 1.75rem; margin: 0; }
+.share img { display: block; width: 9rem; height: 9rem; border-radius: .625rem; background: #fff; }
 .share div { flex: 1 1 16rem; max-width: 34rem; }
 .share h2 { margin: 0 0 .35rem; font: 400 1.3125rem/1.3 var(--serif); }
 .share p { margin: 0; color: var(--soft); font-size: .9375rem; }
+@media (max-width: 40rem) {
+  .plain { flex-direction: row; }
+  .plain .view { width: 6.5rem; aspect-ratio: auto; min-height: 6.5rem; border-bottom: 0; border-right: 1px solid var(--line); }
+  .plain .view svg { width: 2.5rem; height: 2.5rem; }
+  .plain .text { justify-content: center; min-width: 0; }
+}
 @media (prefers-reduced-motion: no-preference) {
   .item { transition: transform .18s ease, box-shadow .18s ease; }
   .item:has(a):hover { transform: translateY(-3px); box-shadow: 0 2px 4px rgb(var(--shadow) / .08), 0 22px 40px -20px rgb(var(--shadow) / .45); }
