@@ -69,6 +69,9 @@ public:
     void render(Lantern::RenderContext& context);
     /// The whole scene as a picture of its own.
     [[nodiscard]] QImage renderToImage();
+    /// A widget and everything in it as a picture on a transparent ground: upright and opaque whatever its rotation and
+    /// opacity, in its own size, made smaller where a side exceeds `maxSizePx`. Null for a widget without a size.
+    [[nodiscard]] QImage renderWidgetToImage(const Widget& widget, int maxSizePx);
     /// Something waits for the next frame (an animation, damage, the after-update queue): the loop should not sleep long.
     [[nodiscard]] bool needsFrame() const;
     /// Pictures that are on their way from the disk.

@@ -82,6 +82,8 @@ public:
     virtual void renderContent(Lantern::RenderContext& context) const;
 
     [[nodiscard]] InputGrabber& inputGrabber();
+    /// With false neither this widget nor anything in it takes input, whatever their styles say.
+    void setInputEnabled(bool on);
     void setUpdating(bool on);
     [[nodiscard]] bool isUpdating() const noexcept;
     /// Ends inertia and every other motion that a touch left behind.
