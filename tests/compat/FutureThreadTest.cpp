@@ -81,28 +81,6 @@ TEST_CASE("future across threads: failures of many threads are read on one")
     CHECK(broken == kThreads * kEach / 2);
 }
 
-TEST_CASE("future across threads: a promise given to two threads is kept by one of them")
-{
-    for (int round = 0; round < 200; ++round) {
-        auto promise = std::make_shared<Promise<int>>();
-        auto future = promise->getFuture();
-        std::atomic<int> refused{0};
-        const auto answer = [&](int value) {
-            try {
-                promise->setValue(value);
-            } catch (const folly::PromiseAlreadySatisfied&) {
-                ++refused;
-            }
-        };
-        std::thread first(answer, 1);
-        std::thread second(answer, 2);
-        first.join();
-        second.join();
-        CHECK(refused == 1);
-        CHECK(future.hasValue());
-    }
-}
-
 TEST_CASE("future across threads: one failure is looked at by several threads at once")
 {
     const auto wrapper = folly::make_exception_wrapper<std::runtime_error>("seen by all");

@@ -6,7 +6,8 @@
 #include <vector>
 
 /// The log of a test. While tests run, every warning and error must be announced; one that was not, and an announced one
-/// that did not come, fail the test. Info lines are free.
+/// that did not come, fail the test. Info lines are free. Checked and forgotten after every run of a test case, that is
+/// once for each of its subcases. All functions: any thread.
 namespace TestSupport
 {
 struct LogLine

@@ -6,6 +6,11 @@
 #include <QGuiApplication>
 
 #include <iostream>
+#include <optional>
+
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+#endif
 
 namespace
 {
@@ -51,13 +56,23 @@ private:
 };
 
 REGISTER_LISTENER("log", 1, LogListener);
+
+/// Makes the application. Qt's offscreen platform never frees its screen: that is not to be held against the tests.
+void makeApplication(std::optional<QGuiApplication>& application, int& argc, char** argv)
+{
+#ifdef __SANITIZE_ADDRESS__
+    const __lsan::ScopedDisabler disabler;
+#endif
+    application.emplace(argc, argv);
+}
 }
 
 int main(int argc, char** argv)
 {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QGuiApplication application(argc, argv);
+    std::optional<QGuiApplication> application;
+    makeApplication(application, argc, argv);
     TestSupport::installLogCapture();
 
     doctest::Context context(argc, argv);

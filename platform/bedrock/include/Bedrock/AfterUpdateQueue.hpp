@@ -25,10 +25,12 @@ public:
     /// Runs what was queued before the call, in order, and returns how many functions ran. Main thread, once a frame.
     /// A function that throws is logged as an error; the others still run.
     int drain();
-    /// Drops everything that waits. At shutdown and between tests.
+    /// Drops everything that waits, also during a drain. At shutdown, between tests, and before code is unloaded that the
+    /// functions live in.
     void clear();
     [[nodiscard]] bool isEmpty() const;
-    /// Called (on the adding thread) whenever the queue becomes non-empty, to wake a sleeping loop. Null to remove.
+    /// Called (on the adding thread) whenever the queue becomes non-empty, to wake a sleeping loop; it must not
+    /// use this queue. Null to remove. When this returns, the one before is over and is not called again.
     void setWakeUp(std::function<void()> wakeUp);
 
 private:

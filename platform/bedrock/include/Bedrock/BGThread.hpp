@@ -24,8 +24,10 @@ public:
     BGThread(const BGThread&) = delete;
     BGThread& operator=(const BGThread&) = delete;
 
+    /// A task that is finished before its turn does not run. After `shutdown()` tasks are dropped with a warning.
     void addTask(std::shared_ptr<Task> task);
-    /// Blocks until no task is waiting or running. For tests and orderly shutdown; never on the main thread of a running table.
+    /// Blocks until no task is waiting or running. For tests and orderly shutdown; never on the main thread of a running table,
+    /// never from a task.
     void waitUntilIdle();
 
 private:

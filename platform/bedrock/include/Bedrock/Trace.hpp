@@ -18,8 +18,10 @@ TAVOLA_EXPORT void error(const char* format, ...) __attribute__((format(printf, 
 /// Receives every line, without line end, on the thread that logged it. Must not log itself.
 using Sink = std::function<void(Level, const std::string&)>;
 
-/// Replaces the sink (null: standard error, the default) and returns the one before. Any thread.
+/// Replaces the sink (null: "LEVEL text" lines on standard error, the default) and returns the one before, which is not
+/// called any more. Any thread.
 TAVOLA_EXPORT Sink setSink(Sink sink);
 
+/// "info", "warning" or "error".
 [[nodiscard]] TAVOLA_EXPORT const char* levelName(Level level) noexcept;
 }
