@@ -1,0 +1,167 @@
+#include "CommandHandler.hpp"
+
+#include "ContentFolder.hpp"
+#include "Folder.hpp"
+#include "ItemStore.hpp"
+
+#include <LogCapture.hpp>
+#include <doctest/doctest.h>
+
+#include <QFile>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+
+#include <limits>
+
+using namespace MediaServer;
+
+namespace {
+
+struct Fixture {
+    Fixture()
+    {
+        folder.makeFolder(QStringLiteral("content"));
+        folder.write(QStringLiteral("content/boat.png"), "picture");
+        folder.write(QStringLiteral("secret.txt"), "secret");
+        REQUIRE(store);
+    }
+
+    CommandAnswer handle(const QByteArray& body) { return handler.handle(body); }
+
+    /// The error of a command that has to fail with that status.
+    std::string errorOf(const QByteArray& body, int status)
+    {
+        const CommandAnswer answer = handle(body);
+        CHECK(answer.httpStatus == status);
+        CHECK(answer.json.value(QLatin1String("success")) == QJsonValue(false));
+        return answer.json.value(QLatin1String("error")).toString().toStdString();
+    }
+
+    bool succeeds(const QByteArray& body)
+    {
+        const CommandAnswer answer = handle(body);
+        return answer.httpStatus == 200 && answer.json.value(QLatin1String("success")) == QJsonValue(true);
+    }
+
+    std::size_t count(qint64 tessel) { return (*store)->items(tessel)->size(); }
+
+    Folder folder;
+    Result<std::unique_ptr<ItemStore>> store = ItemStore::open(folder.path(QStringLiteral("items.sqlite")));
+    ContentFolder content { folder.path(QStringLiteral("content")) };
+    CommandHandler handler { **store, content, PageAddresses(QStringLiteral("https://museum.example/table")) };
+};
+
+} // namespace
+
+TEST_CASE_FIXTURE(Fixture, "command handler: getuserpage answers the page's address and that of its QR code")
+{
+    const QJsonObject answer = handle(R"({"command":"getuserpage","tessel":1234567})").json;
+    CHECK(answer.value(QLatin1String("success")) == QJsonValue(true));
+    const QString page = answer.value(QLatin1String("userpageurl")).toString();
+    CHECK(page == QLatin1String("https://museum.example/table/p/") + *(*store)->tokenFor(1234567));
+    CHECK(answer.value(QLatin1String("qrcodeurl")).toString() == page + QLatin1String("/qr.png"));
+    CHECK_FALSE(page.contains(QLatin1String("1234567")));
+    CHECK(handle(R"({"command":"getuserpage","tessel":1234567})").json == answer);
+    CHECK(handle(R"({"command":"getuserpage","tessel":1234568})").json != answer);
+}
+
+TEST_CASE_FIXTURE(Fixture, "command handler: links and files are added once and deleted")
+{
+    CHECK(succeeds(R"({"command":"additem","tessel":7,"systemname":"Undefined","url":"https://a.example/","displayname":"A"})"));
+    CHECK(succeeds(R"({"command":"additem","tessel":7,"systemname":"Undefined","url":"https://a.example/","displayname":"A2"})"));
+    CHECK(succeeds(R"({"command":"additem","tessel":7,"systemname":"Undefined","filename":"boat.png","displayname":"Boat"})"));
+    const auto items = *(*store)->items(7);
+    REQUIRE(items.size() == 2);
+    CHECK(items[0].displayName == QLatin1String("A2"));
+    CHECK(items[1].kind == ItemKind::File);
+    CHECK(items[1].systemName == QLatin1String("Undefined"));
+
+    CHECK(succeeds(R"({"command":"deleteitem","tessel":7,"systemname":"Undefined","url":"https://a.example/"})"));
+    CHECK(count(7) == 1);
+    CHECK(errorOf(R"({"command":"deleteitem","tessel":7,"systemname":"Undefined","url":"https://a.example/"})", 200)
+          == "\"https://a.example/\" is not among this person's items.");
+}
+
+TEST_CASE_FIXTURE(Fixture, "command handler: a file may be deleted after it has left the content folder")
+{
+    REQUIRE(succeeds(R"({"command":"additem","tessel":7,"filename":"boat.png"})"));
+    REQUIRE(QFile::remove(folder.path(QStringLiteral("content/boat.png"))));
+    CHECK(succeeds(R"({"command":"deleteitem","tessel":7,"filename":"boat.png"})"));
+}
+
+TEST_CASE_FIXTURE(Fixture, "command handler: files outside the content folder are not added")
+{
+    CHECK(errorOf(R"({"command":"additem","tessel":7,"filename":"gone.png"})", 200)
+          == "There is no file \"gone.png\" in the content folder.");
+    for (const char* name : { "../secret.txt", "/etc/passwd", "..\\\\secret.txt", "boat.png\\u0000.txt", "..", "./boat.png" }) {
+        CAPTURE(name);
+        const QByteArray body = QByteArray(R"({"command":"additem","tessel":7,"filename":")") + name + "\"}";
+        CHECK(errorOf(body, 200).find("is not the bare name of a file") != std::string::npos);
+    }
+    CHECK(count(7) == 0);
+}
+
+TEST_CASE_FIXTURE(Fixture, "command handler: addresses that are not of the web are not added")
+{
+    for (const char* url : { "javascript:alert(1)", "data:text/html,x", "file:///etc/passwd", "boat.png" }) {
+        CAPTURE(url);
+        const QByteArray body = QByteArray(R"({"command":"additem","tessel":7,"url":")") + url + "\"}";
+        CHECK(errorOf(body, 200) == "\"" + std::string(url) + "\" is not a web address that begins with http:// or https://.");
+    }
+    CHECK(count(7) == 0);
+}
+
+TEST_CASE_FIXTURE(Fixture, "command handler: what is not understood is answered with the reason")
+{
+    struct Row {
+        const char* body;
+        const char* error;
+    };
+    const Row rows[] = {
+        { "", "The request is not JSON: illegal value at byte 0." },
+        { "{\"command\":", "The request is not JSON: unterminated object at byte 11." },
+        { "[1]", "The request has to be a JSON object." },
+        { "{}", "\"command\" is missing." },
+        { R"({"command":5,"tessel":7})", "\"command\" is missing." },
+        { R"({"command":"GetUserPage","tessel":7})",
+          "The command \"GetUserPage\" is not known. Known are \"getuserpage\", \"additem\" and \"deleteitem\"." },
+        { R"({"command":"getuserpage"})", "\"tessel\" has to be a whole number of 64 bits." },
+        { R"({"command":"getuserpage","tessel":"7"})", "\"tessel\" has to be a whole number of 64 bits." },
+        { R"({"command":"getuserpage","tessel":7.5})", "\"tessel\" has to be a whole number of 64 bits." },
+        { R"({"command":"getuserpage","tessel":9223372036854775808})", "\"tessel\" has to be a whole number of 64 bits." },
+        { R"({"command":"additem","tessel":7})", "Exactly one of \"url\" and \"filename\" is needed." },
+        { R"({"command":"additem","tessel":7,"url":"https://a.example","filename":"boat.png"})",
+          "Exactly one of \"url\" and \"filename\" is needed." },
+        { R"({"command":"additem","tessel":7,"url":""})", "\"url\" has to be a text that is not empty." },
+        { R"({"command":"additem","tessel":7,"filename":5})", "\"filename\" has to be a text that is not empty." },
+        { R"({"command":"additem","tessel":7,"url":"https://a.example","displayname":5})", "\"displayname\" has to be a text." },
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.body);
+        CHECK(errorOf(row.body, 400) == row.error);
+    }
+    CHECK(count(7) == 0);
+}
+
+TEST_CASE_FIXTURE(Fixture, "command handler: cards above 2^53 are told apart")
+{
+    REQUIRE(succeeds(R"({"command":"additem","tessel":9007199254740993,"filename":"boat.png"})"));
+    CHECK(count(9007199254740993) == 1);
+    CHECK(count(9007199254740992) == 0);
+    REQUIRE(succeeds(R"({"command":"additem","tessel":-9223372036854775808,"filename":"boat.png"})"));
+    CHECK(count(std::numeric_limits<qint64>::min()) == 1);
+}
+
+TEST_CASE_FIXTURE(Fixture, "command handler: a failing database is logged and tells the sender no details")
+{
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("beside"));
+        database.setDatabaseName(folder.path(QStringLiteral("items.sqlite")));
+        REQUIRE(database.open());
+        REQUIRE(QSqlQuery(database).exec(QStringLiteral("DROP TABLE item")));
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("beside"));
+    TestSupport::expectWarningStartingWith("MediaServer # additem failed in the database (");
+    CHECK(errorOf(R"({"command":"additem","tessel":7,"filename":"boat.png"})", 500)
+          == "The media server could not reach its database; nothing was changed. Try again later.");
+}

@@ -1,0 +1,259 @@
+#include "HttpServer.hpp"
+
+#include "HttpClient.hpp"
+#include "ServerThread.hpp"
+
+#include <LogCapture.hpp>
+#include <doctest/doctest.h>
+
+#include <future>
+#include <stdexcept>
+
+using namespace MediaServer;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// Answers what it was asked: "METHOD TARGET BODY".
+ServerThread::MakeHandler echo()
+{
+    return [](const QString&) -> ServerThread::Handler {
+        return [](const HttpRequest& request) {
+            if (request.target == "/throw")
+                throw std::runtime_error("on purpose");
+            return plainResponse(200, request.method + ' ' + request.target + ' ' + request.body);
+        };
+    };
+}
+
+HttpLimits patient()
+{
+    HttpLimits limits;
+    limits.headerBytes = 2000;
+    limits.bodyBytes = 1000;
+    limits.timeout = 60s;
+    return limits;
+}
+
+HttpLimits impatient()
+{
+    HttpLimits limits = patient();
+    limits.timeout = 200ms;
+    return limits;
+}
+
+} // namespace
+
+TEST_CASE("HTTP server: requests on one connection are answered one after the other")
+{
+    const ServerThread server(patient(), echo());
+    HttpClient client(server.port());
+    client.send(requestText("GET", "/one"));
+    CHECK(client.receive().value().body == "GET /one ");
+    client.send(requestText("POST", "/two?x=1", "body"));
+    const HttpAnswer answer = client.receive().value();
+    CHECK(answer.body == "POST /two?x=1 body");
+    CHECK(answer.header("x-content-type-options") == "nosniff");
+    CHECK(answer.header("referrer-policy") == "no-referrer");
+    CHECK(answer.header("date").size() == 29);
+}
+
+TEST_CASE("HTTP server: pipelined requests are answered in order")
+{
+    const ServerThread server(patient(), echo());
+    HttpClient client(server.port());
+    client.send(requestText("GET", "/one") + requestText("POST", "/two", "body") + requestText("HEAD", "/three")
+                + requestText("GET", "/four"));
+    CHECK(client.receive().value().body == "GET /one ");
+    CHECK(client.receive().value().body == "POST /two body");
+    CHECK(client.receiveHead().value().header("content-length") == "12");
+    CHECK(client.receive().value().body == "GET /four ");
+}
+
+TEST_CASE("HTTP server: a request in small pieces and one in chunks are read whole")
+{
+    const ServerThread server(patient(), echo());
+    HttpClient client(server.port());
+    for (const char c : requestText("POST", "/slow", "body"))
+        client.send(std::string(1, c));
+    CHECK(client.receive().value().body == "POST /slow body");
+    client.send("POST /chunks HTTP/1.1\r\nHost: x\r\nTransfer-Encoding: chunked\r\n\r\n2\r\nbo\r\n2\r\ndy\r\n0\r\n\r\n");
+    CHECK(client.receive().value().body == "POST /chunks body");
+}
+
+TEST_CASE("HTTP server: a client that asks first is told to go on")
+{
+    const ServerThread server(patient(), echo());
+    HttpClient client(server.port());
+    client.send("POST / HTTP/1.1\r\nHost: x\r\nContent-Length: 4\r\nExpect: 100-continue\r\n\r\n");
+    CHECK(client.receiveHead().value().status == 100);
+    client.send("body");
+    CHECK(client.receive().value().body == "POST / body");
+}
+
+TEST_CASE("HTTP server: the connection ends when the client says so")
+{
+    const ServerThread server(patient(), echo());
+    HttpClient newer(server.port());
+    newer.send("GET / HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n");
+    CHECK(newer.receive().value().header("connection") == "close");
+    CHECK(newer.isClosedWithin(5s));
+    HttpClient older(server.port());
+    older.send("GET / HTTP/1.0\r\n\r\n");
+    CHECK(older.receive().value().status == 200);
+    CHECK(older.isClosedWithin(5s));
+}
+
+TEST_CASE("HTTP server: a head beyond the limit is refused and the connection ends")
+{
+    const ServerThread server(patient(), echo());
+    HttpClient client(server.port());
+    client.send("GET / HTTP/1.1\r\nHost: x\r\nX-Long: " + std::string(100000, 'x') + "\r\n\r\n");
+    CHECK(client.receive().value().status == 431);
+    CHECK(client.isClosedWithin(5s));
+    CHECK(ask(server.port(), "GET", "/" + std::string(3000, 'x')).status == 431);
+    CHECK(ask(server.port(), "GET", "/" + std::string(1800, 'x')).status == 200);
+}
+
+TEST_CASE("HTTP server: a body beyond the limit is refused, announced or not, and one at the limit is not")
+{
+    const ServerThread server(patient(), echo());
+    CHECK(ask(server.port(), "POST", "/", std::string(1000, 'x')).status == 200);
+    CHECK(ask(server.port(), "POST", "/", std::string(1001, 'x')).status == 413);
+    CHECK(ask(server.port(), "POST", "/", std::string(300000, 'x')).status == 413);
+
+    HttpClient announced(server.port());
+    announced.send("POST / HTTP/1.1\r\nHost: x\r\nContent-Length: 99999999999\r\n\r\n");
+    CHECK(announced.receive().value().status == 413);
+
+    HttpClient chunked(server.port());
+    chunked.send("POST / HTTP/1.1\r\nHost: x\r\nTransfer-Encoding: chunked\r\n\r\n");
+    const std::string chunk = "100\r\n" + std::string(256, 'x') + "\r\n";
+    chunked.send(chunk + chunk + chunk + chunk);
+    CHECK(chunked.receive().value().status == 413);
+}
+
+TEST_CASE("HTTP server: what is not HTTP is refused")
+{
+    const ServerThread server(patient(), echo());
+    for (const char* bytes : { "nonsense\r\n\r\n", "GET / HTTP/1.1\r\n\r\n", "GET / HTTP/1.1\r\nHost: a\r\nHost: b\r\n\r\n",
+                               "GET / HTTP/1.1\r\nHost: x\r\nContent-Length: -1\r\n\r\n",
+                               "POST / HTTP/1.1\r\nHost: x\r\nContent-Length: 4\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n" }) {
+        CAPTURE(bytes);
+        HttpClient client(server.port());
+        client.send(bytes);
+        const auto answer = client.receive();
+        REQUIRE(answer);
+        CHECK(answer->status == 400);
+        CHECK(client.isClosedWithin(5s));
+    }
+}
+
+TEST_CASE("HTTP server: a client that begins and falls silent is sent away")
+{
+    const ServerThread server(impatient(), echo());
+    HttpClient silent(server.port());
+    HttpClient inHead(server.port());
+    HttpClient inBody(server.port());
+    HttpClient kept(server.port());
+    inHead.send("GET / HTTP/1.1\r\nHost: x\r\nX-");
+    inBody.send("POST / HTTP/1.1\r\nHost: x\r\nContent-Length: 10\r\n\r\nbody");
+    kept.send(requestText("GET", "/"));
+    CHECK(kept.receive().value().status == 200);
+    CHECK(silent.isClosedWithin(5s));
+    CHECK(inHead.isClosedWithin(5s));
+    CHECK(inBody.isClosedWithin(5s));
+    CHECK(kept.isClosedWithin(5s));
+    CHECK(ask(server.port(), "GET", "/").status == 200);
+}
+
+TEST_CASE("HTTP server: a byte now and then does not prolong the time")
+{
+    const ServerThread server(impatient(), echo());
+    HttpClient client(server.port());
+    client.send("GET / HTTP/1.1\r\nHost: x\r\nX-Slow: ");
+    const auto begin = std::chrono::steady_clock::now();
+    bool closed = false;
+    while (!closed && std::chrono::steady_clock::now() - begin < 5s)
+        closed = !client.send("x") || client.isClosedWithin(20ms);
+    CHECK(closed);
+}
+
+TEST_CASE("HTTP server: a handler that throws costs its request an error and nothing else")
+{
+    const ServerThread server(patient(), echo());
+    TestSupport::expectWarning("MediaServer # A request failed and was answered with 500 (on purpose)");
+    HttpClient client(server.port());
+    client.send(requestText("GET", "/throw"));
+    CHECK(client.receive().value().status == 500);
+    client.send(requestText("GET", "/after"));
+    CHECK(client.receive().value().body == "GET /after ");
+}
+
+TEST_CASE("HTTP server: beyond the limit of connections a client waits for its turn")
+{
+    HttpLimits limits = patient();
+    limits.connections = 1;
+    const ServerThread server(limits, echo());
+    HttpClient first(server.port());
+    first.send(requestText("GET", "/first"));
+    REQUIRE(first.receive());
+    HttpClient second(server.port());
+    second.send(requestText("GET", "/second"));
+    CHECK_FALSE(second.receive(50ms));
+    first.close();
+    const auto answer = second.receive();
+    REQUIRE(answer);
+    CHECK(answer->body == "GET /second ");
+}
+
+TEST_CASE("HTTP server: a stop closes idle connections at once")
+{
+    ServerThread server(patient(), echo());
+    HttpClient idle(server.port());
+    idle.send(requestText("GET", "/"));
+    REQUIRE(idle.receive());
+    server.stop();
+    // Started requests would be given two seconds.
+    CHECK(idle.isClosedWithin(1500ms));
+}
+
+TEST_CASE("HTTP server: a stop lets a started request finish")
+{
+    std::promise<void> reached;
+    std::promise<void> goOn;
+    ServerThread server(patient(), [&](const QString&) -> ServerThread::Handler {
+        return [&](const HttpRequest&) {
+            reached.set_value();
+            goOn.get_future().wait();
+            return plainResponse(200, "whole");
+        };
+    });
+    HttpClient client(server.port());
+    client.send(requestText("GET", "/"));
+    reached.get_future().wait();
+    server.stop();
+    goOn.set_value();
+    const auto answer = client.receive();
+    REQUIRE(answer);
+    CHECK(answer->body == "whole");
+    CHECK(client.isClosedWithin(5s));
+}
+
+TEST_CASE("HTTP server: an address in use, a wrong one and a wildcard are told")
+{
+    const ServerThread server(patient(), echo());
+    HttpServer other(patient());
+    const auto inUse = other.listen(QStringLiteral("127.0.0.1"), server.port());
+    REQUIRE_FALSE(inUse);
+    CHECK(inUse.error().startsWith(QStringLiteral("Cannot listen on 127.0.0.1 port %1: ").arg(server.port())));
+
+    CHECK(HttpServer(patient()).listen(QStringLiteral("museum.example"), 0).error()
+          == QLatin1String("\"museum.example\" is not a numeric address such as 127.0.0.1 or ::1"));
+
+    HttpServer everywhere(patient());
+    const auto listening = everywhere.listen(QStringLiteral("0.0.0.0"), 0);
+    REQUIRE(listening);
+    CHECK(listening->everywhere);
+    CHECK(listening->port != 0);
+}

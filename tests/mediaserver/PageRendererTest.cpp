@@ -1,0 +1,118 @@
+#include "PageRenderer.hpp"
+
+#include "ItemStore.hpp"
+#include "PageStyle.hpp"
+
+#include <doctest/doctest.h>
+
+#include <QCryptographicHash>
+#include <QRegularExpression>
+
+using namespace MediaServer;
+
+namespace {
+
+const QString kToken = QStringLiteral("AAAAAAAAAAAAAAAAAAAAAA");
+
+Item item(ItemKind kind, const char* value, const char* name, qint64 id = 5)
+{
+    Item result;
+    result.id = id;
+    result.kind = kind;
+    result.value = QString::fromUtf8(value);
+    result.displayName = QString::fromUtf8(name);
+    return result;
+}
+
+QString pageOf(const Item& single, bool available = true)
+{
+    return QString::fromUtf8(PageRenderer().collection(kToken, { { &single, available } }));
+}
+
+} // namespace
+
+TEST_CASE("page renderer: a picture is shown, a document and a link are opened")
+{
+    const Item picture = item(ItemKind::File, "boat.png", "The boat", 3);
+    const Item document = item(ItemKind::File, "guide.pdf", "The guide", 4);
+    const Item link = item(ItemKind::Url, "https://www.museum.example/a?x=1&y=2", "The museum");
+    const QString page
+        = QString::fromUtf8(PageRenderer().collection(kToken, { { &picture, true }, { &document, true }, { &link, true } }));
+    CHECK(page.contains(QLatin1String("<img src=\"AAAAAAAAAAAAAAAAAAAAAA/file/3\"")));
+    CHECK(page.contains(QLatin1String("<a href=\"AAAAAAAAAAAAAAAAAAAAAA/file/3\"")));
+    CHECK_FALSE(page.contains(QLatin1String("<img src=\"AAAAAAAAAAAAAAAAAAAAAA/file/4\"")));
+    CHECK(page.contains(QLatin1String("<a href=\"AAAAAAAAAAAAAAAAAAAAAA/file/4\"")));
+    CHECK(page.contains(QString::fromUtf8("Document · PDF")));
+    CHECK(page.contains(QLatin1String("<a href=\"https://www.museum.example/a?x=1&amp;y=2\" rel=\"noopener noreferrer\">")));
+    CHECK(page.contains(QString::fromUtf8("Website · museum.example")));
+    CHECK(page.contains(QLatin1String("3 things you kept")));
+    CHECK(page.contains(QLatin1String("<img src=\"AAAAAAAAAAAAAAAAAAAAAA/qr.png\"")));
+    CHECK(page.indexOf(QLatin1String("The boat")) < page.indexOf(QLatin1String("The museum")));
+}
+
+TEST_CASE("page renderer: every text is escaped")
+{
+    const char* const hostile = "\"><script>alert('x')</script>&amp;<img src=x onerror=alert(1)>\x01";
+    for (const Item& entry : { item(ItemKind::File, "a.png", hostile), item(ItemKind::File, "a.txt", hostile),
+                               item(ItemKind::Url, "https://a.example/", hostile), item(ItemKind::File, hostile, ""),
+                               item(ItemKind::Url, "https://a.example/\"><script>x</script>?'", "") }) {
+        const QString page = pageOf(entry);
+        CHECK_FALSE(page.contains(QLatin1String("<script")));
+        CHECK_FALSE(page.contains(QLatin1String("<img src=x")));
+        CHECK_FALSE(page.contains(QChar(1)));
+    }
+    const QString page = pageOf(item(ItemKind::Url, "https://a.example/", hostile));
+    CHECK(page.contains(QLatin1String("&quot;&gt;&lt;script&gt;alert(&#39;x&#39;)&lt;/script&gt;&amp;amp;&lt;img")));
+    const QString message = QString::fromUtf8(PageRenderer().message(QStringLiteral("<b>"), QStringLiteral("<i>")));
+    CHECK_FALSE(message.contains(QLatin1String("<b>")));
+    CHECK_FALSE(message.contains(QLatin1String("<i>")));
+}
+
+TEST_CASE("page renderer: a stored address that is not of the web makes no link")
+{
+    const QString page = pageOf(item(ItemKind::Url, "javascript:alert(1)", "Click me"));
+    CHECK_FALSE(page.contains(QLatin1String("javascript")));
+    CHECK_FALSE(page.contains(QLatin1String("Click me")));
+}
+
+TEST_CASE("page renderer: a file that is away is named but not opened")
+{
+    const QString page = pageOf(item(ItemKind::File, "boat.png", "The boat"), false);
+    CHECK(page.contains(QLatin1String("The boat")));
+    CHECK(page.contains(QLatin1String("Not available at the moment")));
+    CHECK_FALSE(page.contains(QLatin1String("/file/")));
+}
+
+TEST_CASE("page renderer: without a name the file's or the site's own is shown")
+{
+    CHECK(pageOf(item(ItemKind::File, "boat.png", " ")).contains(QLatin1String(">boat.png<")));
+    CHECK(pageOf(item(ItemKind::Url, "https://www.a.example/x", "")).contains(QLatin1String(">a.example<")));
+}
+
+TEST_CASE("page renderer: an empty collection says what to do")
+{
+    const QString page = QString::fromUtf8(PageRenderer().collection(kToken, {}));
+    CHECK(page.contains(QLatin1String("Nothing here yet")));
+    CHECK_FALSE(page.contains(QLatin1String("<ul")));
+}
+
+TEST_CASE("page renderer: nothing is loaded from elsewhere and the policy admits just this style sheet")
+{
+    const Item link = item(ItemKind::Url, "https://a.example/picture.png", "A picture elsewhere");
+    const QString page = pageOf(link);
+    QRegularExpressionMatchIterator loaded = QRegularExpression(QStringLiteral("(src|srcset|data|poster)=\"([^\"]*)\"")).globalMatch(page);
+    REQUIRE(loaded.hasNext());
+    while (loaded.hasNext())
+        CHECK(loaded.next().captured(2).startsWith(kToken));
+    CHECK_FALSE(page.contains(QLatin1String("url(")));
+    CHECK_FALSE(page.contains(QLatin1String("@import")));
+
+    // The browser hashes what stands between the tags.
+    const QString style = page.section(QLatin1String("<style>"), 1).section(QLatin1String("</style>"), 0, 0);
+    const QByteArray hash = QCryptographicHash::hash(style.toUtf8(), QCryptographicHash::Sha256).toBase64();
+    const QByteArray policy = PageRenderer().securityPolicy();
+    CHECK(policy.contains("style-src 'sha256-" + hash + "'"));
+    CHECK(policy.startsWith("default-src 'none';"));
+    CHECK_FALSE(policy.contains("unsafe"));
+    CHECK_FALSE(page.contains(QLatin1String(" style=")));
+}

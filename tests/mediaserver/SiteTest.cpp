@@ -1,0 +1,215 @@
+#include "Site.hpp"
+
+#include "Folder.hpp"
+#include "HttpClient.hpp"
+#include "ItemStore.hpp"
+#include "QrReader.hpp"
+#include "ServerThread.hpp"
+
+#include <doctest/doctest.h>
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QRegularExpression>
+
+#include <vector>
+
+using namespace MediaServer;
+
+namespace {
+
+/// The whole site behind the real server, and a second store on its file to look up what addresses do not tell.
+struct Fixture {
+    Fixture()
+    {
+        folder.makeFolder(QStringLiteral("content"));
+        folder.write(QStringLiteral("content/boat.png"), picture);
+        folder.write(QStringLiteral("content/page.html"), "<script>alert(1)</script>");
+        folder.write(QStringLiteral("content/guide.pdf"), "%PDF-1.4");
+        folder.write(QStringLiteral("secret.txt"), "secret");
+    }
+
+    QJsonObject command(const QByteArray& json)
+    {
+        const HttpAnswer answer = ask(server.port(), "POST", "/", json.toStdString());
+        CHECK(answer.header("content-type") == "application/json");
+        return QJsonDocument::fromJson(QByteArray::fromStdString(answer.body)).object();
+    }
+
+    void add(qint64 tessel, const char* member, const char* value)
+    {
+        const QByteArray json = "{\"command\":\"additem\",\"tessel\":" + QByteArray::number(tessel) + ",\"" + member + "\":\"" + value
+            + "\",\"displayname\":\"Name\"}";
+        REQUIRE(command(json).value(QLatin1String("success")).toBool());
+    }
+
+    /// The path of a person's page.
+    std::string page(qint64 tessel)
+    {
+        const QByteArray json = "{\"command\":\"getuserpage\",\"tessel\":" + QByteArray::number(tessel) + "}";
+        return command(json).value(QLatin1String("userpageurl")).toString().section(QLatin1Char('/'), 3).prepend(QLatin1Char('/')).toStdString();
+    }
+
+    /// The paths of the files on a person's page, in order.
+    std::vector<std::string> files(const std::string& path)
+    {
+        std::vector<std::string> result;
+        auto found = QRegularExpression(QStringLiteral("<a href=\"([^\"]*/file/\\d+)\"")).globalMatch(QString::fromStdString(get(path).body));
+        while (found.hasNext())
+            result.push_back("/p/" + found.next().captured(1).toStdString());
+        return result;
+    }
+
+    HttpAnswer get(const std::string& path) { return ask(server.port(), "GET", path); }
+
+    QByteArray picture = QByteArray("\x89PNG\r\n\x1a\n", 8) + QByteArray(3'000'000, 'p');
+    Folder folder;
+    ServerThread server { HttpLimits {},
+                          siteFrom(folder.path(QStringLiteral("items.sqlite")), folder.path(QStringLiteral("content"))) };
+};
+
+} // namespace
+
+TEST_CASE_FIXTURE(Fixture, "site: a person's page shows what was added and nothing of the card")
+{
+    const std::string path = page(987654321);
+    CHECK(path.size() == 3 + 22);
+    CHECK(get(path).body.find("Nothing here yet") != std::string::npos);
+    add(987654321, "filename", "boat.png");
+    add(987654321, "url", "https://museum.example/");
+    const HttpAnswer answer = get(path);
+    CHECK(answer.status == 200);
+    CHECK(answer.header("content-type") == "text/html; charset=utf-8");
+    CHECK(answer.header("content-security-policy").find("default-src 'none'") == 0);
+    CHECK(answer.header("x-content-type-options") == "nosniff");
+    CHECK(answer.header("referrer-policy") == "no-referrer");
+    CHECK(answer.header("cache-control") == "private, no-cache");
+    CHECK(answer.body.find("2 things you kept") != std::string::npos);
+    CHECK(answer.body.find("987654321") == std::string::npos);
+    CHECK(get(path + "?from=phone").status == 200);
+}
+
+TEST_CASE_FIXTURE(Fixture, "site: a file is sent whole, with its type and shut in")
+{
+    add(7, "filename", "boat.png");
+    add(7, "filename", "guide.pdf");
+    add(7, "filename", "page.html");
+    const auto paths = files(page(7));
+    REQUIRE(paths.size() == 3);
+    const HttpAnswer boat = get(paths[0]);
+    CHECK(boat.status == 200);
+    CHECK(boat.header("content-type") == "image/png");
+    CHECK(boat.header("x-content-type-options") == "nosniff");
+    CHECK(boat.header("content-security-policy").find("sandbox") != std::string::npos);
+    CHECK(boat.header("content-disposition") == "inline; filename*=UTF-8''boat.png");
+    CHECK((boat.body == picture.toStdString()));
+    CHECK(get(paths[1]).header("content-type") == "application/pdf");
+    CHECK(get(paths[2]).header("content-type") == "application/octet-stream");
+    CHECK(get(paths[2]).header("content-disposition") == "attachment; filename*=UTF-8''page.html");
+}
+
+TEST_CASE_FIXTURE(Fixture, "site: a file is reached only as an item of that very page")
+{
+    add(7, "filename", "boat.png");
+    add(7, "url", "https://museum.example/");
+    const std::string mine = page(7);
+    const std::string theirs = page(8);
+    const std::string path = files(mine).at(0);
+    const std::string id = path.substr(path.rfind('/') + 1);
+    REQUIRE(get(path).status == 200);
+    for (const std::string& other :
+         { theirs + "/file/" + id, mine + "/file/0" + id, mine + "/file/+" + id, mine + "/file/" + std::to_string(std::stoi(id) + 1),
+           mine + "/file/99", mine + "/file/-1", mine + "/file/", mine + "/file", mine + "/file/boat.png",
+           mine + "/file/99999999999999999999", path + "/", path + "/../../../../secret.txt", mine + "/file/..%2f..%2fsecret.txt",
+           mine + "/file/../../secret.txt", mine + "/../../etc/passwd", mine + "/file/%2fetc%2fpasswd",
+           mine + "/file/..\\..\\secret.txt", mine + "/file/boat.png%00" }) {
+        CAPTURE(other);
+        CHECK(get(other).status == 404);
+    }
+    CHECK(command(R"({"command":"deleteitem","tessel":7,"filename":"boat.png"})").value(QLatin1String("success")).toBool());
+    CHECK(get(path).status == 404);
+}
+
+TEST_CASE_FIXTURE(Fixture, "site: a file that was exchanged for a link out of the folder is not sent")
+{
+    add(7, "filename", "boat.png");
+    const std::string path = page(7);
+    const std::string file = files(path).at(0);
+    const QString boat = folder.path(QStringLiteral("content/boat.png"));
+    REQUIRE(QFile::remove(boat));
+    REQUIRE(QFile::link(folder.path(QStringLiteral("secret.txt")), boat));
+    CHECK(get(file).status == 404);
+    CHECK(get(path).body.find("Not available at the moment") != std::string::npos);
+}
+
+TEST_CASE_FIXTURE(Fixture, "site: the QR code leads to the page")
+{
+    const QJsonObject answer = command(R"({"command":"getuserpage","tessel":7})");
+    const HttpAnswer code = get(page(7) + "/qr.png");
+    CHECK(code.status == 200);
+    CHECK(code.header("content-type") == "image/png");
+    CHECK(answer.value(QLatin1String("qrcodeurl")).toString() == answer.value(QLatin1String("userpageurl")).toString() + QLatin1String("/qr.png"));
+    CHECK(readQrCode(QByteArray::fromStdString(code.body)) == answer.value(QLatin1String("userpageurl")).toString().toStdString());
+}
+
+TEST_CASE_FIXTURE(Fixture, "site: HEAD says what GET would, without the body")
+{
+    add(7, "filename", "boat.png");
+    const std::string path = page(7);
+    for (const std::string& target : { path, path + "/qr.png", files(path).at(0), std::string("/none") }) {
+        CAPTURE(target);
+        const HttpAnswer whole = get(target);
+        HttpClient client(server.port());
+        client.send(requestText("HEAD", target) + requestText("GET", "/none"));
+        const auto head = client.receiveHead();
+        REQUIRE(head);
+        CHECK(head->status == whole.status);
+        CHECK(head->header("content-type") == whole.header("content-type"));
+        CHECK(head->header("content-length") == std::to_string(whole.body.size()));
+        // Had a body come, it would be read as the next answer.
+        const auto next = client.receive();
+        REQUIRE(next);
+        CHECK(next->status == 404);
+    }
+}
+
+TEST_CASE_FIXTURE(Fixture, "site: unknown addresses get a page that says so")
+{
+    const std::string token = page(7).substr(3);
+    for (const std::string& path :
+         { std::string("/x"), std::string("/p"), std::string("/p/"), std::string("/p/7"), std::string("/p/AAAAAAAAAAAAAAAAAAAAAA"),
+           "/p/" + token + "/", "/p/" + token + "x", "/p/" + token + "/x", "//p/" + token, "/P/" + token, std::string("/favicon.ico"),
+           std::string("/../etc/passwd") }) {
+        CAPTURE(path);
+        const HttpAnswer answer = get(path);
+        CHECK(answer.status == 404);
+        CHECK(answer.header("content-type") == "text/html; charset=utf-8");
+        CHECK(answer.body.find("There is nothing here") != std::string::npos);
+    }
+}
+
+TEST_CASE_FIXTURE(Fixture, "site: a wrong method is refused with the right ones")
+{
+    const std::string path = page(7);
+    const HttpAnswer atCommands = get("/");
+    CHECK(atCommands.status == 405);
+    CHECK(atCommands.header("allow") == "POST");
+    for (const char* method : { "POST", "PUT", "DELETE", "OPTIONS" }) {
+        CAPTURE(method);
+        const HttpAnswer atPage = ask(server.port(), method, path);
+        CHECK(atPage.status == 405);
+        CHECK(atPage.header("allow") == "GET, HEAD");
+    }
+}
+
+TEST_CASE_FIXTURE(Fixture, "site: a command that is not understood is answered with JSON and 400")
+{
+    for (const char* body : { "", "nonsense", "[]", "{\"command\":\"fly\"}", "\"text\"", "\xff\xfe" }) {
+        CAPTURE(body);
+        const HttpAnswer answer = ask(server.port(), "POST", "/", body);
+        CHECK(answer.status == 400);
+        const QJsonObject json = QJsonDocument::fromJson(QByteArray::fromStdString(answer.body)).object();
+        CHECK(json.value(QLatin1String("success")) == QJsonValue(false));
+        CHECK_FALSE(json.value(QLatin1String("error")).toString().isEmpty());
+    }
+}
