@@ -1,0 +1,50 @@
+#include "HostComponents.hpp"
+
+#include <Tavola/Component.hpp>
+#include <Tavola/ContentWidget.hpp>
+#include <Tavola/LinkWidget.hpp>
+#include <Tavola/Tavola.hpp>
+#include <Trellis/TextWidget.hpp>
+
+namespace
+{
+template <class W>
+Bedrock::IntrusivePtr<Trellis::Widget> makeWidget(const char* cssClass)
+{
+    Bedrock::IntrusivePtr<Trellis::Widget> widget(new W());
+    widget->postConstruct();
+    if (cssClass)
+        widget->addCSSClass(cssClass);
+    return widget;
+}
+
+template <class W>
+std::shared_ptr<Tavola::ComponentFactory> factory(const char* cssClass = nullptr)
+{
+    auto result = std::make_shared<Tavola::ComponentFactory>();
+    result->create = [cssClass] {
+        return std::make_shared<Tavola::WidgetComponent>([cssClass] { return makeWidget<W>(cssClass); });
+    };
+    result->type = &typeid(Tavola::WidgetComponent);
+    return result;
+}
+}
+
+HostComponents::HostComponents(Tavola::Tavola& application) : m_application(application)
+{
+    const auto add = [this](const char* name, std::shared_ptr<Tavola::ComponentFactory> entry) {
+        m_entries.push_back(m_application.registerFactory(QLatin1String(name), std::move(entry)));
+    };
+    add("picture", factory<Tavola::ContentWidget>("picture"));
+    add("document", factory<Tavola::ContentWidget>("document"));
+    add("link", factory<Tavola::LinkWidget>());
+    add("text", factory<Trellis::TextWidget>());
+    add("image", factory<Trellis::ImageWidget>());
+    add("panel", factory<Trellis::Widget>());
+}
+
+HostComponents::~HostComponents()
+{
+    for (auto it = m_entries.rbegin(); it != m_entries.rend(); ++it)
+        m_application.unregisterFactory(*it);
+}

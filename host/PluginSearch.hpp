@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+/// Where plug-ins are looked for by name: the folders of TAVOLA_PLUGIN_PATH (separated by ':'), then beside the program,
+/// in ../lib and ../lib/tavola of it.
+[[nodiscard]] QStringList pluginFolders();
+
+/// The absolute path of a plug-in's library, by name ("tavola-personal") or path; empty when there is none.
+[[nodiscard]] QString findPlugin(const QString& nameOrPath);

@@ -1,0 +1,246 @@
+#include "Presentation.hpp"
+
+#include "TextPosition.hpp"
+
+#include <Bedrock/Trace.hpp>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+
+namespace
+{
+class Reader
+{
+public:
+    Reader(const QString& fileName, Presentation& result) : m_file(fileName), m_folder(result.folder), m_result(result) {}
+
+    void read(const QJsonObject& root)
+    {
+        static const QStringList known{"title", "table", "styleSheets", "plugins", "people", "services", "cards", "widgets"};
+        for (auto it = root.begin(); it != root.end(); ++it)
+            if (!known.contains(it.key()))
+                skip(it.key(), QStringLiteral("unknown entry; known are ") + known.join(QLatin1String(", ")));
+
+        m_result.title = text(root, "title", QString());
+        readTable(root.value(QLatin1String("table")));
+        m_result.styleSheets = files(root.value(QLatin1String("styleSheets")), QStringLiteral("styleSheets"));
+        readPlugins(root.value(QLatin1String("plugins")));
+        if (root.contains(QLatin1String("people")))
+            m_result.peopleFile = file(root.value(QLatin1String("people")).toString(), QStringLiteral("people"));
+        readServices(root.value(QLatin1String("services")));
+        readCards(root.value(QLatin1String("cards")));
+        m_result.widgets = components(root.value(QLatin1String("widgets")), QStringLiteral("widgets"), 0);
+    }
+
+private:
+    void skip(const QString& place, const QString& why) const
+    {
+        Bedrock::Trace::warning("Presentation # %s: %s: %s; it is skipped", m_file.toUtf8().constData(),
+                                place.toUtf8().constData(), why.toUtf8().constData());
+    }
+
+    QString text(const QJsonObject& object, const char* key, const QString& fallback) const
+    {
+        const QJsonValue value = object.value(QLatin1String(key));
+        if (value.isUndefined())
+            return fallback;
+        if (!value.isString())
+            skip(QLatin1String(key), QStringLiteral("expected a text"));
+        return value.toString(fallback);
+    }
+
+    /// A positive number, or `fallback` with a warning.
+    float size(const QJsonObject& object, const char* key, const QString& place, float fallback) const
+    {
+        const QJsonValue value = object.value(QLatin1String(key));
+        if (value.isUndefined())
+            return fallback;
+        const double number = value.toDouble(-1.0);
+        if (number > 0.0 && number <= 32768.0)
+            return float(number);
+        skip(place + QLatin1Char('.') + QLatin1String(key), QStringLiteral("expected a number above 0 and up to 32768"));
+        return fallback;
+    }
+
+    void readTable(const QJsonValue& value)
+    {
+        if (value.isUndefined())
+            return;
+        if (!value.isObject())
+            return skip(QStringLiteral("table"), QStringLiteral("expected an object"));
+        const QJsonObject table = value.toObject();
+        m_result.sizePx.x = size(table, "width", QStringLiteral("table"), m_result.sizePx.x);
+        m_result.sizePx.y = size(table, "height", QStringLiteral("table"), m_result.sizePx.y);
+        m_result.pixelPitchMm = size(table, "pixelPitchMm", QStringLiteral("table"), m_result.pixelPitchMm);
+    }
+
+    /// The absolute path of a file of the presentation; empty, with a warning, when it is not there.
+    QString file(const QString& name, const QString& place) const
+    {
+        if (name.isEmpty()) {
+            skip(place, QStringLiteral("expected the name of a file"));
+            return {};
+        }
+        const QString path = QDir::cleanPath(QDir(m_folder).absoluteFilePath(name));
+        if (!QFileInfo::exists(path)) {
+            skip(place, QStringLiteral("there is no file ") + path);
+            return {};
+        }
+        return path;
+    }
+
+    QStringList files(const QJsonValue& value, const QString& place) const
+    {
+        QStringList result;
+        const QJsonArray array = value.toArray();
+        for (int i = 0; i < array.size(); ++i) {
+            const QString path = file(array.at(i).toString(), QStringLiteral("%1[%2]").arg(place).arg(i));
+            if (!path.isEmpty())
+                result << path;
+        }
+        return result;
+    }
+
+    void readPlugins(const QJsonValue& value)
+    {
+        const QJsonArray array = value.toArray();
+        for (int i = 0; i < array.size(); ++i) {
+            const QString name = array.at(i).toString();
+            if (name.isEmpty())
+                skip(QStringLiteral("plugins[%1]").arg(i), QStringLiteral("expected the name of a plug-in"));
+            else
+                m_result.plugins << (name.contains(QLatin1Char('/')) ? QDir(m_folder).absoluteFilePath(name) : name);
+        }
+    }
+
+    void readServices(const QJsonValue& value)
+    {
+        const QJsonObject services = value.toObject();
+        for (auto it = services.begin(); it != services.end(); ++it) {
+            if (it.key() != QLatin1String("media-server-service")) {
+                skip(QStringLiteral("services.") + it.key(), QStringLiteral("unknown kind of service; known is media-server-service"));
+                continue;
+            }
+            const QJsonArray entries = it.value().toArray();
+            for (int i = 0; i < entries.size(); ++i) {
+                const QString place = QStringLiteral("services.%1[%2]").arg(it.key()).arg(i);
+                const QJsonObject entry = entries.at(i).toObject();
+                MediaServerSettings settings;
+                settings.name = entry.value(QLatin1String("name")).toString();
+                settings.address = entry.value(QLatin1String("address")).toString();
+                settings.timeoutSeconds = double(size(entry, "timeoutSeconds", place, float(settings.timeoutSeconds)));
+                if (settings.address.startsWith(QLatin1String("http://")) || settings.address.startsWith(QLatin1String("https://")))
+                    m_result.mediaServers.push_back(settings);
+                else
+                    skip(place, QStringLiteral("\"address\" must begin with http:// or https://"));
+            }
+        }
+    }
+
+    void readCards(const QJsonValue& value)
+    {
+        const QJsonArray array = value.toArray();
+        for (int i = 0; i < array.size(); ++i) {
+            const double code = array.at(i).toDouble(-1.0);
+            if (code < 0.0 || code > 9007199254740992.0 || code != double(qint64(code)))
+                skip(QStringLiteral("cards[%1]").arg(i), QStringLiteral("expected a card's code, a whole number"));
+            else
+                m_result.cards.push_back(static_cast<unsigned long>(code));
+        }
+    }
+
+    /// Replaces {"file": "media/x.png"} by the absolute path, anywhere in a value. Undefined when a file is missing.
+    QJsonValue resolved(const QJsonValue& value, const QString& place) const
+    {
+        if (value.isArray()) {
+            QJsonArray result;
+            const QJsonArray array = value.toArray();
+            for (int i = 0; i < array.size(); ++i) {
+                const QJsonValue item = resolved(array.at(i), QStringLiteral("%1[%2]").arg(place).arg(i));
+                if (!item.isUndefined())
+                    result.append(item);
+            }
+            return result;
+        }
+        if (!value.isObject())
+            return value;
+        const QString path = file(value.toObject().value(QLatin1String("file")).toString(), place);
+        return path.isEmpty() ? QJsonValue(QJsonValue::Undefined) : QJsonValue(path);
+    }
+
+    std::vector<ComponentUse> components(const QJsonValue& value, const QString& place, int depth) const
+    {
+        std::vector<ComponentUse> result;
+        if (value.isUndefined())
+            return result;
+        if (!value.isArray()) {
+            skip(place, QStringLiteral("expected a list of components"));
+            return result;
+        }
+        constexpr int kDeepest = 16;
+        if (depth > kDeepest) {
+            skip(place, QStringLiteral("components are nested too deeply"));
+            return result;
+        }
+        const QJsonArray array = value.toArray();
+        for (int i = 0; i < array.size(); ++i) {
+            const QString at = QStringLiteral("%1[%2]").arg(place).arg(i);
+            const QJsonObject entry = array.at(i).toObject();
+            ComponentUse use;
+            use.component = entry.value(QLatin1String("component")).toString();
+            if (use.component.isEmpty()) {
+                skip(at, QStringLiteral("expected an object with a \"component\""));
+                continue;
+            }
+            use.properties = entry;
+            use.properties.remove(QStringLiteral("component"));
+            use.properties.remove(QStringLiteral("slots"));
+            QJsonObject attributes;
+            const QJsonObject given = entry.value(QLatin1String("attributes")).toObject();
+            for (auto it = given.begin(); it != given.end(); ++it) {
+                const QJsonValue attribute = resolved(it.value(), QStringLiteral("%1.attributes.%2").arg(at, it.key()));
+                if (!attribute.isUndefined())
+                    attributes.insert(it.key(), attribute);
+            }
+            use.properties.insert(QStringLiteral("attributes"), attributes);
+            const QJsonObject slotObject = entry.value(QLatin1String("slots")).toObject();
+            for (auto it = slotObject.begin(); it != slotObject.end(); ++it)
+                use.slotContents.emplace_back(it.key(), components(it.value(), QStringLiteral("%1.slots.%2").arg(at, it.key()), depth + 1));
+            result.push_back(std::move(use));
+        }
+        return result;
+    }
+
+    QString m_file;
+    QString m_folder;
+    Presentation& m_result;
+};
+}
+
+std::optional<Presentation> Presentation::load(const QString& path, QString& error)
+{
+    QFileInfo info(path);
+    if (info.isDir())
+        info.setFile(QDir(path).filePath(QStringLiteral("presentation.json")));
+    QFile file(info.absoluteFilePath());
+    if (!file.open(QIODevice::ReadOnly)) {
+        error = QStringLiteral("cannot read %1 (%2); give the folder of a presentation").arg(file.fileName(), file.errorString());
+        return std::nullopt;
+    }
+    const QByteArray bytes = file.readAll();
+    QJsonParseError parseError;
+    const QJsonDocument document = QJsonDocument::fromJson(bytes, &parseError);
+    if (!document.isObject()) {
+        const TextPosition position = TextPosition::of(bytes, parseError.offset);
+        error = QStringLiteral("%1:%2:%3: %4").arg(file.fileName()).arg(position.line).arg(position.column)
+                    .arg(document.isNull() ? parseError.errorString() : QStringLiteral("expected a JSON object"));
+        return std::nullopt;
+    }
+    Presentation result;
+    result.folder = info.absolutePath();
+    Reader(file.fileName(), result).read(document.object());
+    return result;
+}

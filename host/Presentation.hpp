@@ -1,0 +1,45 @@
+#pragma once
+
+#include <Vecta/Vector2T.hpp>
+
+#include <QJsonObject>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+#include <vector>
+
+/// A component that a presentation puts on the table or into a slot.
+struct ComponentUse
+{
+    QString component;
+    QJsonObject properties; ///< "id", "classes", "attributes"; file references are absolute paths
+    std::vector<std::pair<QString, std::vector<ComponentUse>>> slotContents;
+};
+
+struct MediaServerSettings
+{
+    QString name;
+    QString address;
+    double timeoutSeconds = 10.0;
+};
+
+/// What a table shows, read from the folder's presentation.json. A plain record.
+struct Presentation
+{
+    QString folder;
+    QString title;
+    Vecta::Vector2f sizePx{1920.f, 1080.f};
+    float pixelPitchMm = 0.55f;
+    QStringList styleSheets; ///< absolute paths
+    QStringList plugins;     ///< library names or absolute paths
+    QString peopleFile;      ///< absolute path; empty without people
+    std::vector<MediaServerSettings> mediaServers;
+    std::vector<unsigned long> cards; ///< the codes behind the keys 1 to 9
+    std::vector<ComponentUse> widgets;
+
+    /// Reads a presentation's folder (or the path of its presentation.json). Nothing, with the reason in `error`, when there
+    /// is none or it is no JSON object. What is wrong inside costs the smallest piece: a warning names the file and the place
+    /// ("widgets[3].attributes.source"), and the rest is read.
+    [[nodiscard]] static std::optional<Presentation> load(const QString& path, QString& error);
+};

@@ -1,0 +1,20 @@
+#pragma once
+
+class Table;
+class TableWindow;
+
+/// Turns the crank of an open table until it is closed or the program is told to end (SIGINT, SIGTERM). Frames follow the
+/// clock at 60 a second; one in which nothing happens costs next to nothing.
+class RunLoop
+{
+public:
+    /// `window` may be null. With `manualClock` no frame runs by itself; only Qt's events are served.
+    RunLoop(Table& table, TableWindow* window, bool manualClock);
+    /// The program's exit code.
+    int run();
+
+private:
+    Table& m_table;
+    TableWindow* m_window;
+    bool m_manualClock;
+};

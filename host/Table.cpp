@@ -1,0 +1,223 @@
+#include "Table.hpp"
+
+#include "HostComponents.hpp"
+#include "PluginSearch.hpp"
+#include "services/MarkerService.hpp"
+#include "services/MediaServerService.hpp"
+#include "services/PeopleRegistry.hpp"
+
+#include <Bedrock/AfterUpdateQueue.hpp>
+#include <Bedrock/BGThread.hpp>
+#include <Bedrock/Trace.hpp>
+#include <Cascara/StyleEngine.hpp>
+#include <Tactile/TuioInput.hpp>
+#include <Tactile/UdpDatagramSource.hpp>
+#include <Tavola/Component.hpp>
+#include <Tavola/PluginLoader.hpp>
+#include <Tavola/ServiceProvider.hpp>
+#include <Tavola/Tavola.hpp>
+#include <Tavola/UserInterface.hpp>
+#include <Trellis/Application.hpp>
+#include <Trellis/Widget.hpp>
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QStandardPaths>
+#include <QUrl>
+
+#include <vector>
+
+struct Table::Private
+{
+    std::unique_ptr<Trellis::Application> application;
+    std::unique_ptr<Tactile::TuioInput> input;
+    int tuioPort = 0;
+    std::shared_ptr<Tavola::Tavola> tavola;
+    std::unique_ptr<HostComponents> hostComponents;
+    std::vector<std::unique_ptr<Tavola::PluginLoader>> plugins;
+    std::vector<std::shared_ptr<Tavola::UIComponent>> components; ///< what the presentation uses, for as long as it is open
+
+    bool openInput(const Presentation& presentation, const RunOptions& options, QString& error);
+    bool openServices(const Presentation& presentation, const RunOptions& options, QString& error);
+    bool loadPlugins(const Presentation& presentation, const RunOptions& options, QString& error);
+    std::shared_ptr<Tavola::UIComponent> makeComponent(const ComponentUse& use);
+    void placeWidgets(const Presentation& presentation);
+};
+
+namespace
+{
+/// The folder of a presentation's own data: by its title for people, by its path so that two never share one.
+QString dataFolder(const Presentation& presentation, const RunOptions& options)
+{
+    if (!options.dataFolder.isEmpty())
+        return QDir(options.dataFolder).absolutePath();
+    const QByteArray hash = QCryptographicHash::hash(presentation.folder.toUtf8(), QCryptographicHash::Sha1).toHex().left(8);
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
+        + QStringLiteral("/tavola/%1-%2").arg(QDir(presentation.folder).dirName(), QString::fromLatin1(hash));
+}
+}
+
+bool Table::Private::openInput(const Presentation& presentation, const RunOptions& options, QString& error)
+{
+    Tactile::TuioSettings settings;
+    settings.tableRect = {0.f, 0.f, application->size().x, application->size().y};
+    settings.tracker.pixelPitchMm = presentation.pixelPitchMm;
+    input = std::make_unique<Tactile::TuioInput>(settings);
+    Tactile::UdpSettings udp;
+    udp.address = options.tuioAddress.toStdString();
+    udp.port = std::uint16_t(options.tuioPort);
+    auto source = std::make_unique<Tactile::UdpDatagramSource>(udp);
+    const auto* socket = source.get();
+    if (!input->addSource(std::move(source))) {
+        error = QString::fromStdString(input->errorText());
+        return false;
+    }
+    tuioPort = socket->port();
+    application->addInputSource(*input);
+    return true;
+}
+
+bool Table::Private::openServices(const Presentation& presentation, const RunOptions& options, QString& error)
+{
+    Tavola::ServiceProvider& services = *tavola->services();
+    if (!presentation.peopleFile.isEmpty()) {
+        std::shared_ptr<PeopleRegistry> registry =
+            PeopleRegistry::open(dataFolder(presentation, options) + QStringLiteral("/people.sqlite"), error);
+        if (!registry)
+            return false;
+        if (registry->isEmpty()) {
+            bool complete = false;
+            registry->insert(PeopleFile::read(presentation.peopleFile, complete));
+        }
+        auto service = std::make_shared<MarkerService>(registry, services.tesselServiceCache());
+        service->fillCache();
+        services.setTesselService(service);
+    }
+    std::vector<MediaServerSettings> mediaServers = presentation.mediaServers;
+    if (!options.mediaServer.isEmpty()) {
+        if (mediaServers.empty())
+            mediaServers.emplace_back();
+        mediaServers.resize(1);
+        mediaServers.front().address = options.mediaServer;
+    }
+    for (const MediaServerSettings& settings : mediaServers)
+        services.addService(QStringLiteral("media-server-service"), settings.name,
+                            std::make_shared<MediaServerService>(QUrl(settings.address), settings.timeoutSeconds));
+    return true;
+}
+
+bool Table::Private::loadPlugins(const Presentation& presentation, const RunOptions& options, QString& error)
+{
+    const QStringList wanted = options.plugin.isEmpty() ? presentation.plugins : QStringList{options.plugin};
+    for (const QString& name : wanted) {
+        const QString path = findPlugin(name);
+        if (path.isEmpty()) {
+            error = QStringLiteral("there is no plug-in %1; looked for in %2").arg(name, pluginFolders().join(QStringLiteral(", ")));
+            return false;
+        }
+        QString reason;
+        auto plugin = Tavola::PluginLoader::load(path, reason);
+        if (!plugin) {
+            error = QStringLiteral("plug-in %1 cannot be loaded: %2").arg(path, reason);
+            return false;
+        }
+        plugins.push_back(std::move(plugin));
+    }
+    return true;
+}
+
+std::shared_ptr<Tavola::UIComponent> Table::Private::makeComponent(const ComponentUse& use)
+{
+    std::shared_ptr<Tavola::UIComponent> component = tavola->createComponent(use.component);
+    if (!component) {
+        Bedrock::Trace::warning("Table # There is no component \"%s\"; what the presentation puts there is left out",
+                                use.component.toUtf8().constData());
+        return nullptr;
+    }
+    component->setProperties(use.properties);
+    for (const auto& slot : use.slotContents)
+        for (const ComponentUse& inner : slot.second)
+            if (auto innerComponent = makeComponent(inner))
+                component->assign(slot.first.toUtf8(), innerComponent);
+    return component;
+}
+
+void Table::Private::placeWidgets(const Presentation& presentation)
+{
+    for (const ComponentUse& use : presentation.widgets) {
+        const auto component = makeComponent(use);
+        if (!component)
+            continue;
+        components.push_back(component);
+        if (const auto widget = component->createContentWidget())
+            tavola->ui()->mainWidget()->addChild(widget);
+    }
+}
+
+Table::Table() : d(std::make_unique<Private>()) {}
+
+std::unique_ptr<Table> Table::open(const Presentation& presentation, const RunOptions& options, QString& error)
+{
+    std::unique_ptr<Table> table(new Table());
+    Private& d = *table->d;
+    const Vecta::Vector2f size =
+        options.size ? Vecta::Vector2f(float(options.size->width()), float(options.size->height())) : presentation.sizePx;
+    d.application = std::make_unique<Trellis::Application>(size);
+    if (!d.openInput(presentation, options, error))
+        return nullptr;
+    d.tavola = Tavola::Tavola::create();
+    d.hostComponents = std::make_unique<HostComponents>(*d.tavola);
+    if (!d.openServices(presentation, options, error))
+        return nullptr;
+    for (const QString& sheet : presentation.styleSheets)
+        Cascara::StyleEngine::instance().loadStyleSheet(sheet);
+    if (!d.loadPlugins(presentation, options, error))
+        return nullptr;
+    d.placeWidgets(presentation);
+    return table;
+}
+
+Table::~Table()
+{
+    // Nothing made by a plug-in may outlive it: first the background work, then the widgets, then the components, then the
+    // libraries.
+    Bedrock::BGThread::shutdown();
+    if (d->application) {
+        if (d->input)
+            d->application->removeInputSource(*d->input);
+        if (d->tavola) {
+            const auto children = d->tavola->ui()->mainWidget()->children();
+            for (const auto& child : children)
+                child->removeFromParent();
+            const auto overlays = d->tavola->ui()->overlayWidget()->children();
+            for (const auto& child : overlays)
+                child->removeFromParent();
+        }
+    }
+    d->components.clear();
+    Bedrock::AfterUpdateQueue::instance().clear();
+    if (d->application)
+        d->application->destroyRemovedWidgets();
+    Bedrock::AfterUpdateQueue::instance().clear();
+    while (!d->plugins.empty())
+        d->plugins.pop_back();
+    d->hostComponents.reset();
+    Cascara::StyleEngine::instance().clearStyleSheets();
+    d->tavola.reset();
+    d->application.reset();
+}
+
+Trellis::Application& Table::application() const noexcept
+{
+    return *d->application;
+}
+
+const Tactile::TuioInput& Table::input() const noexcept
+{
+    return *d->input;
+}
+
+int Table::tuioPort() const noexcept
+{
+    return d->tuioPort;
+}

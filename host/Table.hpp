@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Presentation.hpp"
+#include "RunOptions.hpp"
+
+#include <QString>
+
+#include <memory>
+
+namespace Tactile
+{
+class TuioInput;
+}
+namespace Trellis
+{
+class Application;
+}
+
+/// A presentation on a table: the toolkit's application, the host core, services, plug-ins and widgets, put together in
+/// order and taken apart in the opposite order. Main thread only.
+class Table
+{
+public:
+    /// Null, with the reason in `error`, when the table cannot open: a plug-in that does not load, a port that is taken, a
+    /// registry that cannot be read. What is merely wrong in the presentation is logged and skipped.
+    [[nodiscard]] static std::unique_ptr<Table> open(const Presentation& presentation, const RunOptions& options, QString& error);
+    ~Table();
+    Table(const Table&) = delete;
+    Table& operator=(const Table&) = delete;
+
+    [[nodiscard]] Trellis::Application& application() const noexcept;
+    [[nodiscard]] const Tactile::TuioInput& input() const noexcept;
+    /// Where datagrams arrive.
+    [[nodiscard]] int tuioPort() const noexcept;
+
+private:
+    Table();
+    struct Private;
+    std::unique_ptr<Private> d;
+};

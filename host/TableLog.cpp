@@ -1,0 +1,51 @@
+#include "TableLog.hpp"
+
+#include <Tavola/DataGathering.hpp>
+
+#include <QJsonObject>
+
+#include <cstdio>
+
+namespace
+{
+constexpr std::size_t kKept = 5000;
+}
+
+TableLog::TableLog() : m_lines(std::make_shared<Lines>())
+{
+    Bedrock::Trace::setSink([lines = m_lines](Bedrock::Trace::Level level, const std::string& text) {
+        const std::lock_guard<std::mutex> guard(lines->mutex);
+        std::fprintf(stderr, "%s %s\n", Bedrock::Trace::levelName(level), text.c_str());
+        lines->lines.push_back({level, text});
+        if (lines->lines.size() > kKept)
+            lines->lines.pop_front();
+    });
+    Tavola::DataGathering::setSink([this](const Tavola::DataGathering::Event& event) {
+        m_events.push_back(QJsonObject{{"type", event.type}, {"data", event.data}});
+        if (m_events.size() > kKept)
+            m_events.pop_front();
+    });
+}
+
+TableLog::~TableLog()
+{
+    Tavola::DataGathering::setSink({});
+    Bedrock::Trace::setSink({});
+}
+
+QJsonArray TableLog::lines() const
+{
+    const std::lock_guard<std::mutex> guard(m_lines->mutex);
+    QJsonArray result;
+    for (const Line& line : m_lines->lines)
+        result.append(QJsonObject{{"level", Bedrock::Trace::levelName(line.level)}, {"text", QString::fromStdString(line.text)}});
+    return result;
+}
+
+QJsonArray TableLog::analytics() const
+{
+    QJsonArray result;
+    for (const QJsonObject& event : m_events)
+        result.append(event);
+    return result;
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <Bedrock/Trace.hpp>
+
+#include <QJsonArray>
+
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string>
+
+/// Keeps the last lines of the log and the last analytics events of a running table, for the inspector. Installs itself as
+/// the trace sink and the analytics sink for as long as it lives; lines still go to standard error. Reading: main thread.
+class TableLog
+{
+public:
+    TableLog();
+    ~TableLog();
+    TableLog(const TableLog&) = delete;
+    TableLog& operator=(const TableLog&) = delete;
+
+    /// [{"level", "text"}], oldest first.
+    [[nodiscard]] QJsonArray lines() const;
+    /// [{"type", "data"}], oldest first.
+    [[nodiscard]] QJsonArray analytics() const;
+
+private:
+    struct Line
+    {
+        Bedrock::Trace::Level level;
+        std::string text;
+    };
+    /// Shared with the sink, which may be running on another thread while this is destroyed.
+    struct Lines
+    {
+        std::mutex mutex;
+        std::deque<Line> lines;
+    };
+    std::shared_ptr<Lines> m_lines;
+    std::deque<QJsonObject> m_events;
+};

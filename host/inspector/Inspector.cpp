@@ -1,0 +1,136 @@
+#include "Inspector.hpp"
+
+#include "../TableLog.hpp"
+#include "WidgetReport.hpp"
+
+#include <Tactile/TuioInput.hpp>
+#include <Trellis/Application.hpp>
+#include <Trellis/Widget.hpp>
+
+#include <QBuffer>
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <iterator>
+
+namespace
+{
+constexpr int kMostFrames = 100000;
+constexpr double kLongestStep = 10.0;
+
+template <class Json>
+QByteArray bytes(const Json& json)
+{
+    return QJsonDocument(json).toJson(QJsonDocument::Compact) + '\n';
+}
+
+LoopbackHttpServer::Response refusal(int status, const QByteArray& text)
+{
+    return {status, "text/plain; charset=utf-8", text + '\n'};
+}
+
+QJsonObject dropReport(const Tactile::TuioDrops& drops)
+{
+    static const char* const kNames[] = {"malformed", "late", "notFinite", "outOfRange", "notAlive",
+                                         "fingerCap", "markerCap", "sourceCap", "unknownMessage", "queueFull"};
+    static_assert(std::size(kNames) == Tactile::kTuioDropCount, "one name for each cause");
+    QJsonObject report;
+    for (std::size_t i = 0; i < drops.size(); ++i)
+        report.insert(QLatin1String(kNames[i]), qint64(drops[i]));
+    return report;
+}
+
+const char* const kIndex = "GET  /tree            the widgets\n"
+                           "GET  /screenshot.png  the table as it stands\n"
+                           "GET  /log             log lines\n"
+                           "GET  /analytics       what visitors did\n"
+                           "GET  /input           counts of the table's input\n"
+                           "GET  /status          time, frames, what is under way\n"
+                           "POST /frames?count=N&dt=SECONDS   run frames (manual clock only)\n";
+}
+
+Inspector::Inspector(const Subject& subject)
+    : m_subject(subject), m_server([this](const LoopbackHttpServer::Request& request) { return answer(request); })
+{
+}
+
+LoopbackHttpServer::Response Inspector::answer(const LoopbackHttpServer::Request& request)
+{
+    if (request.path == QLatin1String("/frames"))
+        return request.method == "POST" ? runFrames(request) : refusal(405, "POST /frames?count=N&dt=SECONDS");
+    if (request.method != "GET")
+        return refusal(405, "only GET here");
+    if (request.path == QLatin1String("/"))
+        return refusal(200, kIndex);
+    if (request.path == QLatin1String("/tree"))
+        return {200, "application/json", bytes(widgetReport(*m_subject.application.mainLayer()))};
+    if (request.path == QLatin1String("/screenshot.png"))
+        return {200, "image/png", screenshot()};
+    if (request.path == QLatin1String("/log"))
+        return {200, "application/json", bytes(m_subject.log.lines())};
+    if (request.path == QLatin1String("/analytics"))
+        return {200, "application/json", bytes(m_subject.log.analytics())};
+    if (request.path == QLatin1String("/input"))
+        return {200, "application/json", inputReport()};
+    if (request.path == QLatin1String("/status"))
+        return {200, "application/json", statusReport()};
+    return refusal(404, "no such page; GET / lists them");
+}
+
+LoopbackHttpServer::Response Inspector::runFrames(const LoopbackHttpServer::Request& request)
+{
+    if (!m_subject.manualClock)
+        return refusal(403, "frames run by the clock; start the table with --manual-clock to run them by hand");
+    bool countOk = true;
+    bool stepOk = true;
+    const QString count = request.query.queryItemValue(QStringLiteral("count"));
+    const QString step = request.query.queryItemValue(QStringLiteral("dt"));
+    const int frames = count.isEmpty() ? 1 : count.toInt(&countOk);
+    const double dt = step.isEmpty() ? 1.0 / 60.0 : step.toDouble(&stepOk);
+    if (!countOk || !stepOk || frames < 1 || frames > kMostFrames || !(dt >= 0.0 && dt <= kLongestStep))
+        return refusal(400, "count is a whole number from 1 to 100000, dt are seconds from 0 to 10");
+    for (int i = 0; i < frames; ++i)
+        m_subject.application.frame(dt);
+    return {200, "application/json", statusReport()};
+}
+
+QByteArray Inspector::screenshot() const
+{
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    m_subject.application.renderToImage().save(&buffer, "PNG");
+    return png;
+}
+
+QByteArray Inspector::inputReport() const
+{
+    if (!m_subject.input)
+        return bytes(QJsonObject{{"datagramsReceived", 0}, {"sources", QJsonArray()}});
+    const Tactile::TuioCounters counters = m_subject.input->counters();
+    QJsonArray sources;
+    for (const Tactile::TuioSourceCounters& source : counters.sources)
+        sources.append(QJsonObject{{"name", QString::fromStdString(source.name)},
+                                   {"packets", qint64(source.packets)},
+                                   {"frames", qint64(source.frames)},
+                                   {"fingers", qint64(source.fingers)},
+                                   {"markers", qint64(source.markers)},
+                                   {"lost", source.isLost},
+                                   {"drops", dropReport(source.drops)}});
+    return bytes(QJsonObject{{"datagramsReceived", qint64(m_subject.input->datagramsReceived())},
+                             {"packets", qint64(counters.packets)},
+                             {"drops", dropReport(counters.drops)},
+                             {"sources", sources}});
+}
+
+QByteArray Inspector::statusReport() const
+{
+    const Trellis::Application& application = m_subject.application;
+    return bytes(QJsonObject{{"time", application.time()},
+                             {"frame", qint64(application.frameNumber())},
+                             {"pendingImages", application.pendingImages()},
+                             {"needsFrame", application.needsFrame()},
+                             {"manualClock", m_subject.manualClock}});
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "LoopbackHttpServer.hpp"
+
+#include <functional>
+
+class TableLog;
+
+namespace Tactile
+{
+class TuioInput;
+}
+namespace Trellis
+{
+class Application;
+}
+
+/// Lets tools look at a running table over HTTP on the loopback address: GET /tree, /screenshot.png, /log, /analytics,
+/// /input, /status; POST /frames?count=N&dt=SECONDS under the manual clock. GET / lists them.
+class Inspector
+{
+public:
+    struct Subject
+    {
+        Trellis::Application& application;
+        const TableLog& log;
+        const Tactile::TuioInput* input = nullptr; ///< null: no table input
+        bool manualClock = false;
+    };
+
+    explicit Inspector(const Subject& subject);
+
+    /// False, with the reason in `error`, when the port is taken.
+    [[nodiscard]] bool listen(int port, QString& error) { return m_server.listen(port, error); }
+    [[nodiscard]] int port() const { return m_server.port(); }
+
+private:
+    LoopbackHttpServer::Response answer(const LoopbackHttpServer::Request& request);
+    LoopbackHttpServer::Response runFrames(const LoopbackHttpServer::Request& request);
+    [[nodiscard]] QByteArray screenshot() const;
+    [[nodiscard]] QByteArray inputReport() const;
+    [[nodiscard]] QByteArray statusReport() const;
+
+    Subject m_subject;
+    LoopbackHttpServer m_server;
+};

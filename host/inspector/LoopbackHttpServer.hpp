@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QUrlQuery>
+
+#include <functional>
+#include <memory>
+
+/// A small HTTP/1.1 server for tools on this machine: listens on the loopback address only, answers on the main thread,
+/// one request a connection at a time. Requests have limits on header, body and time, and must name this machine as their
+/// host, so that a web page somewhere cannot reach it through a visitor's browser.
+class LoopbackHttpServer
+{
+public:
+    struct Request
+    {
+        QByteArray method;
+        QString path;
+        QUrlQuery query;
+        QByteArray body;
+    };
+    struct Response
+    {
+        int status = 200;
+        QByteArray contentType = QByteArrayLiteral("application/json");
+        QByteArray body;
+    };
+    using Handler = std::function<Response(const Request&)>;
+
+    explicit LoopbackHttpServer(Handler handler);
+    ~LoopbackHttpServer();
+    LoopbackHttpServer(const LoopbackHttpServer&) = delete;
+    LoopbackHttpServer& operator=(const LoopbackHttpServer&) = delete;
+
+    /// Port 0 lets the system choose. False, with the reason in `error`, when the port is taken.
+    [[nodiscard]] bool listen(int port, QString& error);
+    [[nodiscard]] int port() const;
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};

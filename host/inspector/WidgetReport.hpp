@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QJsonObject>
+
+namespace Trellis
+{
+class Widget;
+}
+
+/// A widget and everything below it as JSON: id, type, cssId, classes, pseudoClasses, rect (upright, in scene pixels),
+/// rotation (radians), scale, opacity, visible, attributes (name → value and layer), children. Public interfaces only.
+[[nodiscard]] QJsonObject widgetReport(const Trellis::Widget& widget);

@@ -1,0 +1,100 @@
+#include "Presentation.hpp"
+#include "RunLoop.hpp"
+#include "RunOptions.hpp"
+#include "Table.hpp"
+#include "TableLog.hpp"
+#include "TableWindow.hpp"
+#include "inspector/Inspector.hpp"
+
+#include <Trellis/Application.hpp>
+
+#include <QGuiApplication>
+
+#include <cstdio>
+#include <cstring>
+
+namespace
+{
+int fail(const QString& text, int code)
+{
+    std::fprintf(stderr, "tavola: %s\n", text.toUtf8().constData());
+    return code;
+}
+
+void say(const QString& text)
+{
+    std::printf("tavola: %s\n", text.toUtf8().constData());
+    std::fflush(stdout);
+}
+
+int run(const RunOptions& options)
+{
+    QString error;
+    const auto presentation = Presentation::load(options.presentation, error);
+    if (!presentation)
+        return fail(error, 1);
+
+    const TableLog log;
+    const auto table = Table::open(*presentation, options, error);
+    if (!table)
+        return fail(error, 1);
+    say(QStringLiteral("TUIO on %1:%2").arg(options.tuioAddress).arg(table->tuioPort()));
+
+    std::unique_ptr<Inspector> inspector;
+    if (options.inspectPort) {
+        inspector = std::make_unique<Inspector>(Inspector::Subject{table->application(), log, &table->input(), options.manualClock});
+        if (!inspector->listen(*options.inspectPort, error))
+            return fail(QStringLiteral("the inspector cannot listen on port %1: %2").arg(*options.inspectPort).arg(error), 1);
+        say(QStringLiteral("inspector on http://127.0.0.1:%1/").arg(inspector->port()));
+    }
+
+    std::unique_ptr<TableWindow> window;
+    if (!options.headless) {
+        constexpr float kCardRadiusMm = 35.f;
+        window = std::make_unique<TableWindow>(table->application(), presentation->title, options.openGL, presentation->cards,
+                                               kCardRadiusMm / presentation->pixelPitchMm);
+    }
+    say(QStringLiteral("%1 is open").arg(presentation->title.isEmpty() ? presentation->folder : presentation->title));
+    return RunLoop(*table, window.get(), options.manualClock).run();
+}
+
+const char* const kHelp = "usage: tavola COMMAND ...\n"
+                          "  run PRESENTATION   open a presentation on the table; see tavola run --help\n";
+}
+
+int main(int argc, char** argv)
+{
+    bool headless = !qEnvironmentVariableIsSet("DISPLAY") && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+    for (int i = 1; i < argc; ++i)
+        headless = headless || std::strcmp(argv[i], "--headless") == 0;
+    if (headless && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    if (arguments.isEmpty() || arguments.first() == QLatin1String("--help") || arguments.first() == QLatin1String("-h")) {
+        std::fputs(kHelp, stdout);
+        return arguments.isEmpty() ? 2 : 0;
+    }
+    const QString command = arguments.takeFirst();
+    if (command != QLatin1String("run"))
+        return fail(QStringLiteral("unknown command %1; see tavola --help").arg(command), 2);
+    if (arguments.contains(QStringLiteral("--help")) || arguments.contains(QStringLiteral("-h"))) {
+        std::fputs(RunOptions::help().toUtf8().constData(), stdout);
+        return 0;
+    }
+    QString error;
+    auto options = RunOptions::parse(arguments, error);
+    if (!options)
+        return fail(error, 2);
+    if (headless && !options->headless) {
+        options->headless = true;
+        say(QStringLiteral("there is no display; running without a window"));
+    }
+
+    QGuiApplication application(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("tavola"));
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    return run(*options);
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QString>
+
+#include <vector>
+
+/// A card and its owner, as the registry keeps it.
+struct Person
+{
+    unsigned long code = 0;
+    QString name;
+    QString email;
+    QString contentKey;
+    int kind = 0; ///< marker kind: 0 personal, 3 unregistered
+
+    friend bool operator==(const Person& a, const Person& b)
+    {
+        return a.code == b.code && a.name == b.name && a.email == b.email && a.contentKey == b.contentKey && a.kind == b.kind;
+    }
+};
+
+/// Reads people from comma-separated values as RFC 4180 has them (quoted fields, doubled quotes, line breaks in quotes;
+/// UTF-8, a byte order mark is skipped). The first line names the columns: code, name, email, content-key, kind; only code
+/// must be there. "kind" is personal, unregistered or a number.
+namespace PeopleFile
+{
+/// Readable lines; each line that cannot be read is a warning with file and line number and is skipped, also one whose code
+/// stood in an earlier line. `complete` tells whether the file could be read at all and nothing was skipped.
+[[nodiscard]] std::vector<Person> read(const QString& path, bool& complete);
+[[nodiscard]] std::vector<Person> parse(const QString& text, const QString& fileName, bool& complete);
+}
