@@ -34,7 +34,9 @@ public:
     /// The name it was registered under, for messages.
     [[nodiscard]] const QString& name() const noexcept { return m_name; }
     void setName(const QString& name) { m_name = name; }
-    /// What the presentation says of this component: id, classes, attributes, texts. May be empty.
+    /// What the presentation says of this component; may be empty. Applied to every widget that it makes:
+    ///     { "id": "map", "classes": ["large"], "attributes": { "source": "/media/map.png", "location": [100, 200] } }
+    /// Attributes are set on the run-time layer; one that does not fit is a warning and is skipped.
     [[nodiscard]] const QJsonObject& properties() const noexcept { return m_properties; }
     void setProperties(const QJsonObject& properties) { m_properties = properties; }
 

@@ -34,11 +34,13 @@ public:
     /// The path of a preview picture. May complete on any thread.
     [[nodiscard]] virtual folly::Future<QString> previewFileName() = 0;
 
-    /// Describes the content of any widget, at once; an empty record where nothing is known of it. Main thread.
+    /// Describes the content of any widget by its attributes "source", "source-tessel-urls" (which goes first: a document's
+    /// file where "source" is its cover), "display-name" and "title"; an empty record where nothing is known. Main thread.
     [[nodiscard]] static FileData widgetData(const Trellis::Widget& widget);
     /// Photographs a widget into a PNG file no larger than `maxSizePx` on either side. With an empty `fileName` the file gets
     /// a name of its own in the table's temporary folder. The picture is drawn before the call returns; writing it happens
-    /// off the main thread, where the future is completed. Main thread.
+    /// off the main thread, where the future is completed; it fails with a std::runtime_error when there is nothing to draw
+    /// or the file cannot be written. The temporary folder goes with the application. Main thread.
     [[nodiscard]] static folly::Future<QString> takeWidgetSnapshot(Trellis::Widget& widget, const QString& fileName, int maxSizePx);
 };
 }

@@ -12,7 +12,8 @@ class TextWidget;
 namespace Tavola
 {
 /// A web address as a small card: its title and the address. CSS type "LinkWidget"; children have the classes "link-title"
-/// and "link-address". Attributes "source" (the address) and "display-name" (the title).
+/// and "link-address". Attributes "source" (the address) and "display-name" (the title; the address's host
+/// where there is none). May be moved, turned and scaled unless a style says otherwise.
 class TAVOLA_EXPORT LinkWidget : public Trellis::Widget
 {
 public:

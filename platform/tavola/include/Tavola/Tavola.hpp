@@ -9,10 +9,16 @@
 #include <functional>
 #include <memory>
 
+namespace Trellis
+{
+class Widget;
+}
+
 namespace Tavola
 {
 class Package;
 class ServiceProvider;
+class SnapshotWriter;
 class UIComponent;
 class UserInterface;
 class WidgetInstance;
@@ -37,7 +43,8 @@ public:
     [[nodiscard]] ServiceProvider* services() const noexcept;
     [[nodiscard]] UserInterface* ui() const noexcept;
 
-    /// Adds a named factory. A name that is taken already is a warning, and the new factory replaces the old one.
+    /// Adds a named factory. A name that is taken already is a warning: the factory that is there stays, and the iterator
+    /// returned is the table's end, which `unregisterFactory` ignores.
     FactoryTable::iterator registerFactory(const QString& name, std::shared_ptr<ComponentFactory> factory);
     void unregisterFactory(FactoryTable::iterator entry);
     [[nodiscard]] const FactoryTable& factories() const noexcept;
@@ -58,8 +65,13 @@ public:
 
 private:
     Tavola();
+    friend class FileRepresentation;
     friend class UIComponent;
     struct Private;
+
+    void keepInstance(Trellis::Widget& widget, std::shared_ptr<WidgetInstance> instance);
+    [[nodiscard]] SnapshotWriter& snapshots() const noexcept;
+
     std::unique_ptr<Private> d;
 };
 }

@@ -43,7 +43,7 @@ public:
 private:
     friend class UIComponent;
     std::shared_ptr<Component> m_component;
-    /// Holds the widget until the application has taken the instance; weak from then on.
+    /// Keeps a new widget alive until the frame ends, so that whoever made it can put it into the tree; then weak.
     Bedrock::IntrusivePtr<Trellis::Widget> m_newWidget;
     Bedrock::IntrusiveWeakPtr<Trellis::Widget> m_widget;
 };

@@ -1,0 +1,6 @@
+#include <Tavola/DropListener.hpp>
+
+namespace Tavola
+{
+DropListener::~DropListener() = default;
+}

@@ -1,0 +1,119 @@
+#include <Tavola/FileRepresentation.hpp>
+
+#include "SnapshotWriter.hpp"
+
+#include <Facet/AttributeT.hpp>
+#include <Tavola/Tavola.hpp>
+#include <Trellis/Application.hpp>
+#include <Trellis/Widget.hpp>
+
+#include <QDir>
+#include <QFileInfo>
+#include <QStringList>
+#include <QUrl>
+
+#include <stdexcept>
+
+namespace Tavola
+{
+namespace
+{
+QString textOf(const Trellis::Widget& widget, const char* name)
+{
+    const auto* attribute = dynamic_cast<const Facet::AttributeT<QString>*>(widget.attribute(name));
+    return attribute ? attribute->value() : QString();
+}
+
+QStringList listOf(const Trellis::Widget& widget, const char* name)
+{
+    const auto* attribute = dynamic_cast<const Facet::AttributeT<QStringList>*>(widget.attribute(name));
+    return attribute ? attribute->value() : QStringList();
+}
+
+bool isWebAddress(const QString& source)
+{
+    const QString scheme = QUrl(source).scheme().toLower();
+    return scheme == QLatin1String("http") || scheme == QLatin1String("https");
+}
+
+/// The path of a source that names a file of this computer, else empty.
+QString localPath(const QString& source)
+{
+    const QUrl url(source);
+    const QString path = url.isLocalFile() ? url.toLocalFile() : source;
+    return QDir::isAbsolutePath(path) ? QDir::cleanPath(path) : QString();
+}
+
+/// The documents behind a widget that shows only their cover.
+void addDocuments(const QStringList& documents, FileRepresentation::FileData& data)
+{
+    for (const QString& document : documents) {
+        if (document.isEmpty())
+            continue;
+        const QString path = localPath(document);
+        data.sources.append(path.isEmpty() ? document : path);
+        if (path.isEmpty() || !QFileInfo(path).isFile())
+            continue;
+        data.files.append(path);
+        if (data.file.isEmpty())
+            data.file = path;
+    }
+}
+
+void addSource(const QString& source, FileRepresentation::FileData& data)
+{
+    if (source.isEmpty())
+        return;
+    const QString path = localPath(source);
+    data.sources.append(path.isEmpty() ? source : path);
+    if (!path.isEmpty()) {
+        data.file = path;
+        data.files.append(path);
+    } else if (isWebAddress(source)) {
+        data.url = source;
+    }
+}
+
+/// What to call content that has no name of its own.
+QString nameBySource(const FileRepresentation::FileData& data)
+{
+    if (!data.file.isEmpty())
+        return QFileInfo(data.file).completeBaseName();
+    if (data.sources.isEmpty())
+        return {};
+    const QUrl url(data.sources.first());
+    const QString name = QFileInfo(url.path()).completeBaseName();
+    return name.isEmpty() ? url.host() : name;
+}
+}
+
+FileRepresentation::~FileRepresentation() = default;
+
+FileRepresentation::FileData FileRepresentation::widgetData(const Trellis::Widget& widget)
+{
+    FileData data;
+    addDocuments(listOf(widget, "source-tessel-urls"), data);
+    if (data.sources.isEmpty())
+        addSource(textOf(widget, "source"), data);
+
+    data.displayName = textOf(widget, "display-name");
+    if (data.displayName.isEmpty())
+        data.displayName = textOf(widget, "title");
+    if (data.displayName.isEmpty())
+        data.displayName = nameBySource(data);
+    return data;
+}
+
+folly::Future<QString> FileRepresentation::takeWidgetSnapshot(Trellis::Widget& widget, const QString& fileName, int maxSizePx)
+{
+    const auto application = Tavola::instance();
+    Trellis::Application* const toolkit = Trellis::Application::instance();
+    if (!application || !toolkit)
+        return folly::makeFuture<QString>(std::runtime_error("no application is running that could take a snapshot"));
+    QImage image = toolkit->renderWidgetToImage(widget, maxSizePx);
+    if (image.isNull())
+        return folly::makeFuture<QString>(
+            std::runtime_error("widget " + std::to_string(widget.id()) + " has no size, there is nothing to photograph"));
+    return application->snapshots().write(std::move(image), fileName);
+}
+}

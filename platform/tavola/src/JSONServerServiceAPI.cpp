@@ -1,0 +1,8 @@
+#include <Tavola/JSONServerServiceAPI.hpp>
+
+#include <QJsonObject>
+
+namespace Tavola
+{
+JSONServerServiceAPI::~JSONServerServiceAPI() = default;
+}

@@ -1,0 +1,6 @@
+#include <Tavola/ServiceInstance.hpp>
+
+namespace Tavola
+{
+ServiceInstance::~ServiceInstance() = default;
+}

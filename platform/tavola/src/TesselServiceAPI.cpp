@@ -1,0 +1,8 @@
+#include <Tavola/TesselServiceAPI.hpp>
+
+#include <Trellis/Widget.hpp>
+
+namespace Tavola
+{
+TesselServiceAPI::~TesselServiceAPI() = default;
+}

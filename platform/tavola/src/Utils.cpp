@@ -1,0 +1,9 @@
+#include <Tavola/Utils.hpp>
+
+namespace Tavola::Utils
+{
+QByteArray temporaryWidgetCSSClass()
+{
+    return QByteArrayLiteral("tavola-temporary");
+}
+}
