@@ -34,3 +34,12 @@ TEST_CASE("rectangle: the union surrounds both, and an empty one counts as nothi
     CHECK(Rect{}.isEmpty());
     CHECK(a != Rect{});
 }
+
+TEST_CASE("rectangle: the intersection is what belongs to both, and empty when they do not meet")
+{
+    const Rect a{0.f, 0.f, 10.f, 10.f};
+    CHECK(a.intersected({5.f, -5.f, 10.f, 10.f}) == Rect{5.f, 0.f, 5.f, 5.f});
+    CHECK(a.intersected({2.f, 3.f, 1.f, 1.f}) == Rect{2.f, 3.f, 1.f, 1.f});
+    CHECK(a.intersected({20.f, 0.f, 5.f, 5.f}).isEmpty());
+    CHECK(a.intersected({10.f, 0.f, 5.f, 5.f}).isEmpty());
+}

@@ -35,6 +35,13 @@ struct Rect
         const float t = std::min(y, o.y);
         return {l, t, std::max(right(), o.right()) - l, std::max(bottom(), o.bottom()) - t};
     }
+    /// What belongs to both; empty when they do not meet.
+    [[nodiscard]] Rect intersected(const Rect& o) const
+    {
+        const float l = std::max(x, o.x);
+        const float t = std::max(y, o.y);
+        return {l, t, std::max(0.f, std::min(right(), o.right()) - l), std::max(0.f, std::min(bottom(), o.bottom()) - t)};
+    }
     friend bool operator==(const Rect& a, const Rect& b)
     {
         return a.x == b.x && a.y == b.y && a.width == b.width && a.height == b.height;
