@@ -1,0 +1,197 @@
+#include "detector/PersonalTesselDetectorWidget.hpp"
+
+#include "detector/PersonalTesselDetectorInstance.hpp"
+#include "personalspace/PersonalSpaceContentWidget.hpp"
+#include "personalspace/PersonalSpaceWidget.hpp"
+
+#include <Bedrock/Trace.hpp>
+#include <Tavola/ServiceProvider.hpp>
+#include <Tavola/Tavola.hpp>
+#include <Tavola/TesselServiceCache.hpp>
+#include <Tavola/UserInterface.hpp>
+#include <Tavola/Utils.hpp>
+#include <Trellis/Application.hpp>
+#include <Trellis/GrabManager.hpp>
+#include <Trellis/InputGrabber.hpp>
+
+namespace Tavola
+{
+namespace
+{
+using Mode = PersonalTesselDetectorWidget::WidgetCollectionMode;
+using MarkerProperties = TesselServiceAPI::MarkerProperties;
+
+constexpr double kRadiansPerDegree = 3.141592653589793 / 180.0;
+
+Facet::AttributeT<Mode>::Names modeNames()
+{
+    return {{QLatin1String("disabled"), Mode::Disabled},
+            {QLatin1String("add-to-personal-space"), Mode::AddToPersonalSpace},
+            {QLatin1String("email-with-confirmation"), Mode::EmailWithConfirmation},
+            {QLatin1String("direct-email"), Mode::DirectEmail}};
+}
+
+std::shared_ptr<TesselServiceCache> markerCache()
+{
+    return Tavola::instance()->services()->tesselServiceCache();
+}
+
+/// What is known of the owner of a card; an empty record where nothing is.
+TesselServiceAPI::PersonalMarkerProperties ownerOf(const MarkerProperties& properties)
+{
+    const auto* personal = properties.personalProperties();
+    return personal ? *personal : TesselServiceAPI::PersonalMarkerProperties();
+}
+}
+
+PersonalTesselDetectorWidget::PersonalTesselDetectorWidget(Trellis::Widget* parent)
+    : Trellis::Widget(parent), m_collectionMode(this, "collection-mode", modeNames(), Mode::EmailWithConfirmation)
+{
+    m_markerFilters.addListener([this] { parseFilters(); }, Facet::Attribute::kValueChanged);
+    setCSSType("PersonalTesselDetectorWidget");
+    setUpdating(true);
+}
+
+PersonalTesselDetectorWidget::~PersonalTesselDetectorWidget() = default;
+
+void PersonalTesselDetectorWidget::parseFilters()
+{
+    m_filters.parse(m_markerFilters.value());
+}
+
+bool PersonalTesselDetectorWidget::validCode(unsigned long code) const
+{
+    return m_filters.validCode(code);
+}
+
+std::shared_ptr<PersonalTesselDetectorInstance> PersonalTesselDetectorWidget::instance() const
+{
+    return std::dynamic_pointer_cast<PersonalTesselDetectorInstance>(Tavola::instance()->widgetInstance(id()));
+}
+
+float PersonalTesselDetectorWidget::handAngle(const Tactile::Marker& marker) const
+{
+    if (!m_rotateTowardsHand.value())
+        return 0.f;
+    const double offset = static_cast<double>(m_rotationOffset.value()) * kRadiansPerDegree;
+    return static_cast<float>(static_cast<double>(marker.rotation()) + offset);
+}
+
+bool PersonalTesselDetectorWidget::shouldGrab(Trellis::GrabManager& grabManager, Tactile::TrackedObject object) const
+{
+    if (!object.isMarker())
+        return false;
+    const auto cache = markerCache();
+    const unsigned long code = object.code();
+    if (!cache->isCached(code) || !validCode(code))
+        return false;
+    const int kind = cache->markerProperties(code).type();
+    const bool wanted = kind == MarkerProperties::kPersonal
+        || (kind == MarkerProperties::kUnregistered && m_allowUnregistered.value());
+    return wanted && Trellis::Widget::shouldGrab(grabManager, object);
+}
+
+void PersonalTesselDetectorWidget::markerDown(Tactile::Marker marker, Trellis::GrabManager& /*grabManager*/)
+{
+    const unsigned long code = marker.code();
+    if (m_pickingUp || !validCode(code))
+        return;
+    const PersonalMarkerProperties owner = ownerOf(markerCache()->markerProperties(code));
+    // The marker service has a widget of its own for this card; a personal space is never opened in its place.
+    if (!owner.contentKey.isEmpty())
+        return;
+    (void)launchPersonalWidget(owner, code, marker.centerLocation(), handAngle(marker));
+}
+
+void PersonalTesselDetectorWidget::markerUp(Tactile::Marker /*marker*/, Trellis::GrabManager& /*grabManager*/)
+{
+    // A personal space stays when its card is lifted.
+}
+
+Bedrock::IntrusivePtr<PersonalTesselWidget> PersonalTesselDetectorWidget::launchPersonalWidget(
+    const PersonalMarkerProperties& properties, unsigned long code, const Vecta::Vector2T<float>& scenePoint, float angle)
+{
+    const auto detectorInstance = instance();
+    if (!detectorInstance)
+        return nullptr;
+    const auto widget = detectorInstance->createPersonalWidget();
+    if (!widget)
+        return nullptr;
+    widget->setCode(code);
+    widget->setProperties(properties);
+
+    const auto mainWidget = Tavola::instance()->ui()->mainWidget();
+    mainWidget->addChild(widget);
+    widget->setCenterLocation(mainWidget->mapFromScene(scenePoint));
+    widget->raiseToTop(false);
+    widget->setRotationAboutCenter(angle);
+    widget->addCSSClass(Utils::temporaryWidgetCSSClass());
+    return widget;
+}
+
+void PersonalTesselDetectorWidget::tesselOnWidget(Trellis::Widget& content, Tactile::Marker marker)
+{
+    if (m_collectionMode.value() == Mode::Disabled || !PersonalSpaceContentWidget::canWidgetBeCollected(content))
+        return;
+    const auto cache = markerCache();
+    const unsigned long code = marker.code();
+    if (!cache->isCached(code))
+        return;
+    const MarkerProperties properties = cache->markerProperties(code);
+    const bool personal = properties.type() == MarkerProperties::kPersonal;
+    if (!personal && !(m_allowUnregistered.value() && properties.type() == MarkerProperties::kUnregistered))
+        return;
+    const PersonalMarkerProperties owner = ownerOf(properties);
+    if (personal && !owner.contentKey.isEmpty())
+        return;
+
+    const auto widget = launchPersonalWidget(owner, code, marker.centerLocation(), handAngle(marker));
+    const auto space = Bedrock::dynamicPointerCast<PersonalSpaceWidget>(widget);
+    if (!space) {
+        Bedrock::Trace::warning(
+            "Cannot add widget to personal space, Tessel detector is not configured to use personal spaces.");
+        return;
+    }
+    space->addWidget(content);
+    // Above the content, which is raised itself when it is touched in this frame.
+    Facet::Node::invokeAfterUpdate([weak = Bedrock::IntrusiveWeakPtr<PersonalSpaceWidget>(space)] {
+        if (const auto launched = weak.lock())
+            launched->raiseToTop(false);
+    });
+}
+
+void PersonalTesselDetectorWidget::update(const Trellis::FrameInfo& /*frame*/)
+{
+    if (m_idlePickupDone)
+        return;
+    pickupIdleMarkers();
+    m_idlePickupDone = true;
+    setUpdating(false);
+}
+
+void PersonalTesselDetectorWidget::pickupIdleMarkers()
+{
+    m_pickingUp = true;
+    Trellis::GrabManager& grabManager = *Trellis::Application::instance()->grabManager();
+    const auto cache = markerCache();
+    auto* hostDetector = Tavola::instance()->ui()->internalOverlayWidget()->findByType("MarkerDetectorWidget");
+
+    const std::vector<Tactile::Marker> markers = grabManager.currentSample().markers;
+    for (const Tactile::Marker& marker : markers) {
+        const bool known = cache->isCached(marker.code());
+        if (known && !shouldGrab(grabManager, marker))
+            continue;
+        const auto* grabber = grabManager.grabber(marker.id());
+        const auto* holder = grabber ? dynamic_cast<Trellis::Widget*>(grabber->host()) : nullptr;
+        if (!holder || !holder->hasCSSClass("tavola-background"))
+            continue;
+        if (known) {
+            if (isInside(mapFromScene(marker.centerLocation())))
+                grabManager.transferGrab(marker.id(), inputGrabber());
+        } else if (hostDetector) {
+            grabManager.transferGrab(marker.id(), hostDetector->inputGrabber());
+        }
+    }
+    m_pickingUp = false;
+}
+}

@@ -1,0 +1,32 @@
+#include "frame/PersonalComponents.hpp"
+
+#include "detector/PersonalTesselDetectorInstance.hpp"
+#include "detector/PersonalTesselDetectorWidget.hpp"
+#include "personalspace/PersonalSpaceWidget.hpp"
+
+#include <Tavola/Component.hpp>
+
+namespace Tavola
+{
+std::shared_ptr<WidgetComponent> makePersonalSpaceComponent()
+{
+    return std::make_shared<WidgetComponent>([] {
+        auto widget = Bedrock::makeIntrusive<PersonalSpaceWidget>();
+        widget->postConstruct();
+        return Bedrock::IntrusivePtr<Trellis::Widget>(widget);
+    });
+}
+
+std::shared_ptr<CustomWidgetInstanceComponent> makeTesselDetectorComponent()
+{
+    return std::make_shared<CustomWidgetInstanceComponent>(
+        [] {
+            auto widget = Bedrock::makeIntrusive<PersonalTesselDetectorWidget>(nullptr);
+            widget->postConstruct();
+            return Bedrock::IntrusivePtr<Trellis::Widget>(widget);
+        },
+        [](std::shared_ptr<Component> component, Bedrock::IntrusivePtr<Trellis::Widget> widget) -> std::shared_ptr<WidgetInstance> {
+            return std::make_shared<PersonalTesselDetectorInstance>(std::move(component), std::move(widget));
+        });
+}
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <memory>
+
+namespace Tavola
+{
+class CustomWidgetInstanceComponent;
+class WidgetComponent;
+
+/// The components that the plug-in offers, each as the host's factory table wants it: a function that makes a new one.
+
+/// "personal-space-widget"
+[[nodiscard]] std::shared_ptr<WidgetComponent> makePersonalSpaceComponent();
+/// "tavola-personal-tessel-detector"
+[[nodiscard]] std::shared_ptr<CustomWidgetInstanceComponent> makeTesselDetectorComponent();
+}

@@ -1,0 +1,15 @@
+// What the plug-in offers, made known to the host by static objects while the library is loaded. They live in this one file,
+// so that they register in this order and leave in the reverse one.
+
+#include "frame/FactoryRegistrant.hpp"
+#include "frame/PersonalComponents.hpp"
+
+namespace Tavola
+{
+namespace
+{
+const FactoryRegistrant<WidgetComponent> personalSpaceRegistrant("personal-space-widget", makePersonalSpaceComponent);
+const FactoryRegistrant<CustomWidgetInstanceComponent> tesselDetectorRegistrant("tavola-personal-tessel-detector",
+                                                                                 makeTesselDetectorComponent);
+}
+}

@@ -1,0 +1,44 @@
+#include "personalspace/PersonalSpaceWidget.hpp"
+
+#include "personalspace/PersonalSpaceWidgetD.hpp"
+
+namespace Tavola
+{
+PersonalSpaceWidget::PersonalSpaceWidget() : PersonalTesselWidget(nullptr), d(std::make_unique<D>(*this))
+{
+    setCSSType("PersonalSpaceWidget");
+    updateStyle();
+    addCSSClass("initial-view");
+    eventAddOut("stylable-widget-added");
+    d->build();
+}
+
+PersonalSpaceWidget::~PersonalSpaceWidget()
+{
+    // The contents outlive every widget that shows them.
+    d->releaseContentWidget();
+}
+
+void PersonalSpaceWidget::setCode(unsigned long code)
+{
+    d->code = code;
+    d->updateCode();
+}
+
+void PersonalSpaceWidget::setProperties(const TesselServiceAPI::PersonalMarkerProperties& properties)
+{
+    d->userName.setValue(properties.name, Facet::kUserLayer);
+    d->userEmail.setValue(properties.email, Facet::kUserLayer);
+}
+
+std::vector<Bedrock::IntrusivePtr<Trellis::Widget>> PersonalSpaceWidget::stylableWidgets() const
+{
+    return d->stylable;
+}
+
+void PersonalSpaceWidget::addWidget(Trellis::Widget& widget)
+{
+    if (d->contentWidget)
+        d->contentWidget->addItem(Bedrock::IntrusivePtr<Trellis::Widget>(&widget));
+}
+}

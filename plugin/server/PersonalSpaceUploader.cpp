@@ -1,0 +1,169 @@
+#include "server/PersonalSpaceUploader.hpp"
+
+#include "frame/AfterUpdate.hpp"
+#include "personalspace/PersonalSpaceContents.hpp"
+#include "server/IconDownloader.hpp"
+#include "server/JSONRequests.hpp"
+
+#include <Bedrock/Trace.hpp>
+
+#include <QJsonObject>
+#include <QUrl>
+
+namespace Tavola
+{
+namespace
+{
+constexpr const char kSystemName[] = "Undefined";
+
+/// A JSON number: exact up to 2^53, which is more than a printed card holds.
+QJsonValue tesselValue(unsigned long code)
+{
+    return QJsonValue(static_cast<qint64>(code));
+}
+
+QJsonObject itemCommand(const char* command, unsigned long code, const UploadableItem& item)
+{
+    QJsonObject request;
+    request.insert(QLatin1String("command"), QLatin1String(command));
+    request.insert(QLatin1String("tessel"), tesselValue(code));
+    request.insert(QLatin1String("systemname"), QLatin1String(kSystemName));
+    request.insert(item.kind, item.value);
+    return request;
+}
+
+/// Sends a command; whatever goes wrong, also inside the call, is an exception of the future.
+folly::Future<QJsonObject> send(const QJsonObject& command)
+{
+    return folly::makeFutureWith([&command] { return requestJSON(command); });
+}
+
+void logDeleteFailure(const QByteArray& text)
+{
+    Bedrock::Trace::warning("PersonalSpaceUploader # Failed to delete user item : %s", text.constData());
+}
+}
+
+PersonalSpaceUploader::PersonalSpaceUploader(unsigned long code) : m_code(code), m_iconDownloader(IconDownloader::instance()) {}
+
+PersonalSpaceUploader::~PersonalSpaceUploader() = default;
+
+void PersonalSpaceUploader::setCode(unsigned long code)
+{
+    m_code = code;
+}
+
+void PersonalSpaceUploader::updateUserPage()
+{
+    QJsonObject request;
+    request.insert(QLatin1String("command"), QLatin1String("getuserpage"));
+    request.insert(QLatin1String("tessel"), tesselValue(m_code));
+
+    afterUpdate(send(request), [code = m_code](folly::Try<QJsonObject>&& result) {
+        if (result.hasException()) {
+            setUserPage(UserPage(), code, QString::fromUtf8(failureText(result)));
+            return;
+        }
+        const QJsonObject& answer = result.value();
+        if (!isSuccess(answer)) {
+            setUserPage(UserPage(), code, getErrorText(answer));
+            return;
+        }
+        const QString url = answer.value(QLatin1String("userpageurl")).toString();
+        setUserPage(UserPage{url, QString()}, code, QString());
+        getUserQR(code, url, answer.value(QLatin1String("qrcodeurl")).toString());
+    });
+}
+
+void PersonalSpaceUploader::getUserQR(unsigned long code, const QString& userPageUrl, const QString& qrCodeUrl)
+{
+    // A download of the same address that is under way makes the call throw, which is a failed download like any other.
+    // Nothing here keeps the downloader alive: a download that never ends would keep it for ever.
+    auto icon = folly::makeFutureWith(
+        [&qrCodeUrl] { return IconDownloader::instance()->getUserIcon(QUrl::fromUserInput(qrCodeUrl)); });
+
+    afterUpdate(std::move(icon), [code, userPageUrl, qrCodeUrl](folly::Try<QString>&& path) {
+        if (path.hasException()) {
+            Bedrock::Trace::warning("PersonalSpaceUploader # Failed to download QR icon for marker %llu from %s : %s",
+                                    static_cast<unsigned long long>(code), qrCodeUrl.toUtf8().constData(),
+                                    failureText(path).constData());
+            return;
+        }
+        const auto contents = PersonalSpaceContents::personalContent(code);
+        UserPage page = contents->userPage();
+        if (page.url != userPageUrl)
+            return;
+        page.qrIcon = path.value();
+        contents->setUserPage(page);
+    });
+}
+
+void PersonalSpaceUploader::uploadItem(long id)
+{
+    const auto contents = PersonalSpaceContents::personalContent(m_code);
+    const PersonalSpaceContents::Item item = contents->item(id);
+    if (item.status != ItemStatus::Ready && item.status != ItemStatus::Failed)
+        return;
+    contents->setItemStatus(ItemStatus::Uploading, id);
+
+    const UploadableItem uploadable = parseFiles(item);
+    if (uploadable.value.isEmpty()) {
+        setContentStatus(ItemStatus::Failed, m_code, id, QLatin1String("Failed to find anything to upload"));
+        return;
+    }
+    QJsonObject request = itemCommand("additem", m_code, uploadable);
+    request.insert(QLatin1String("displayname"), uploadable.displayName);
+
+    afterUpdate(send(request), [code = m_code, id](folly::Try<QJsonObject>&& result) {
+        if (result.hasException())
+            setContentStatus(ItemStatus::Failed, code, id, QString::fromUtf8(failureText(result)));
+        else if (isSuccess(result.value()))
+            setContentStatus(ItemStatus::Uploaded, code, id, QString());
+        else
+            setContentStatus(ItemStatus::Failed, code, id, getErrorText(result.value()));
+    });
+}
+
+void PersonalSpaceUploader::removeItem(long id)
+{
+    const PersonalSpaceContents::Item item = PersonalSpaceContents::personalContent(m_code)->item(id);
+    if (item.status != ItemStatus::Uploaded || !isLastCopy(id))
+        return;
+
+    afterUpdate(send(itemCommand("deleteitem", m_code, parseFiles(item))),
+                [code = m_code, id](folly::Try<QJsonObject>&& result) {
+                    if (result.hasException())
+                        logDeleteFailure(failureText(result));
+                    else if (isSuccess(result.value()))
+                        setContentStatus(ItemStatus::Ready, code, id, QString());
+                    else
+                        logDeleteFailure(getErrorText(result.value()).toUtf8());
+                });
+}
+
+bool PersonalSpaceUploader::isLastCopy(long id) const
+{
+    const auto contents = PersonalSpaceContents::personalContent(m_code);
+    const UploadableItem uploadable = parseFiles(contents->item(id));
+    bool last = true;
+    for (const auto& [otherId, other] : contents->items()) {
+        if (otherId != id && parseFiles(other) == uploadable)
+            last = false;
+    }
+    return last;
+}
+
+void PersonalSpaceUploader::setUserPage(const UserPage& page, unsigned long code, const QString& error)
+{
+    if (!error.isEmpty())
+        Bedrock::Trace::warning("PersonalSpaceUploader # Failed to fetch user's URL : %s", error.toUtf8().constData());
+    PersonalSpaceContents::personalContent(code)->setUserPage(page);
+}
+
+void PersonalSpaceUploader::setContentStatus(ItemStatus status, unsigned long code, long id, const QString& error)
+{
+    if (!error.isEmpty())
+        Bedrock::Trace::warning("PersonalSpaceUploader # Failed to upload user item : %s", error.toUtf8().constData());
+    PersonalSpaceContents::personalContent(code)->setItemStatus(status, id);
+}
+}
