@@ -11,6 +11,7 @@ namespace MediaServer {
 namespace {
 constexpr int kPixelsPerModule = 8;
 constexpr int kQuietModules = 4;
+static_assert(kPixelsPerModule == 8, "a module is written as whole bytes of one-bit pixels");
 } // namespace
 
 QByteArray qrCodePng(const QByteArray& text)
@@ -22,24 +23,25 @@ QByteArray qrCodePng(const QByteArray& text)
         return {};
 
     const int modules = code->width + 2 * kQuietModules;
-    QImage image(modules * kPixelsPerModule, modules * kPixelsPerModule, QImage::Format_Grayscale8);
-    image.fill(Qt::white);
-    for (int y = 0; y < image.height(); ++y) {
-        const int row = y / kPixelsPerModule - kQuietModules;
-        if (row < 0 || row >= code->width)
-            continue;
-        uchar* line = image.scanLine(y);
-        for (int x = 0; x < code->width * kPixelsPerModule; ++x) {
+    QImage image(modules * kPixelsPerModule, modules * kPixelsPerModule, QImage::Format_Mono);
+    image.setColorTable({ qRgb(255, 255, 255), qRgb(0, 0, 0) });
+    image.fill(0);
+    for (int row = 0; row < code->width; ++row) {
+        const int top = (row + kQuietModules) * kPixelsPerModule;
+        for (int column = 0; column < code->width; ++column) {
             // The lowest bit of each byte tells whether the module is dark.
-            if (code->data[row * code->width + x / kPixelsPerModule] & 1)
-                line[kQuietModules * kPixelsPerModule + x] = 0;
+            if (!(code->data[row * code->width + column] & 1))
+                continue;
+            // Eight pixels of one bit: a module is one byte in each of its lines.
+            for (int y = 0; y < kPixelsPerModule; ++y)
+                image.scanLine(top + y)[column + kQuietModules] = 0xff;
         }
     }
 
     QByteArray png;
     QBuffer buffer(&png);
     buffer.open(QIODevice::WriteOnly);
-    image.convertToFormat(QImage::Format_Mono, Qt::ThresholdDither).save(&buffer, "PNG");
+    image.save(&buffer, "PNG");
     return png;
 }
 

@@ -6,10 +6,12 @@
 
 std::string readQrCode(const QByteArray& png)
 {
-    const QImage image = QImage::fromData(png, "PNG").convertToFormat(QImage::Format_Grayscale8);
+    const QImage image = QImage::fromData(png, "PNG");
     QByteArray grey;
-    for (int y = 0; y < image.height(); ++y)
-        grey.append(reinterpret_cast<const char*>(image.constScanLine(y)), image.width());
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            grey.append(static_cast<char>(qGray(image.pixel(x, y))));
+    }
 
     zbar::ImageScanner scanner;
     scanner.set_config(zbar::ZBAR_NONE, zbar::ZBAR_CFG_ENABLE, 0);
