@@ -29,6 +29,7 @@ public:
     /// The visible value.
     [[nodiscard]] const T& value() const noexcept { return m_values[visibleLayer()]; }
     const T& operator*() const noexcept { return value(); }
+    const T* operator->() const noexcept { return &value(); }
     operator const T&() const noexcept { return value(); }
     /// The value of one layer; meaningful only where `hasValue(layer)`.
     [[nodiscard]] const T& value(int layer) const noexcept { return m_values[layer]; }

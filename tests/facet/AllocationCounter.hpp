@@ -1,0 +1,7 @@
+#pragma once
+
+namespace FacetTest
+{
+/// Calls of operator new in this program (libraries included) since it began.
+[[nodiscard]] long allocations();
+}

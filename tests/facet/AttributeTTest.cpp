@@ -1,0 +1,111 @@
+#include <doctest/doctest.h>
+
+#include <Facet/AttributeT.hpp>
+#include <Facet/Node.hpp>
+
+#include <QString>
+
+using Facet::AttributeT;
+using Facet::StyleTerm;
+using Facet::StyleValue;
+
+namespace
+{
+enum class Mode { Email = 0, Upload = 1 };
+
+StyleValue ident(const char* text)
+{
+    StyleTerm term;
+    term.text = QString::fromUtf8(text);
+    return {{term}};
+}
+
+[[maybe_unused]] int whichOverload(float) { return 1; }
+[[maybe_unused]] int whichOverload(double) { return 2; }
+[[maybe_unused]] int whichOverload(int) { return 3; }
+[[maybe_unused]] int whichOverload(const QString&) { return 4; }
+}
+
+TEST_CASE("typed attribute: reads like its value")
+{
+    Facet::Node node;
+    AttributeT<bool> flag(&node, "flag", true);
+    AttributeT<float> width(&node, "width", 2.5f);
+    AttributeT<QString> text(&node, "text", QStringLiteral("Hi"));
+    AttributeT<Vecta::Vector2f> location(&node, "location", {1.f, 2.f});
+    AttributeT<QStringList> list(&node, "list");
+    AttributeT<Mode> mode(&node, "mode", {{"email", Mode::Email}, {"upload", Mode::Upload}}, Mode::Email);
+    if (!flag)
+        FAIL("an attribute of a truth value is not false");
+    CHECK(width * 2.f == 5.f);
+    CHECK(width > 2);
+    CHECK(whichOverload(width) == 1);
+    CHECK(whichOverload(text) == 4);
+    CHECK(text == QStringLiteral("Hi"));
+    CHECK(text != QString());
+    CHECK(text->size() == 2);
+    CHECK(QStringLiteral("%1").arg(text) == QStringLiteral("Hi"));
+    CHECK(location + Vecta::Vector2f(1.f, 1.f) == Vecta::Vector2f(2.f, 3.f));
+    CHECK(list->isEmpty());
+    CHECK(mode == Mode::Email);
+    const QString copy = text;
+    CHECK(copy == *text);
+    mode = Mode::Upload;
+    CHECK(mode == Mode::Upload);
+    location = {3.f, 4.f};
+    CHECK(location->length() == 5.f);
+}
+
+TEST_CASE("typed attribute: both coordinates of a vector change with one notification")
+{
+    Facet::Node node;
+    AttributeT<Vecta::Vector2f> location(&node, "location");
+    int heard = 0;
+    location.addListener([&heard] { ++heard; });
+    location = {3.f, 4.f};
+    CHECK(heard == 1);
+}
+
+TEST_CASE("typed attribute: a style value that does not fit changes nothing and says what was expected")
+{
+    Facet::Node node;
+    AttributeT<float> width(&node, "width", 2.f);
+    QString error;
+    CHECK_FALSE(width.setStyleValue(ident("wide"), Facet::kStyleLayer, &error));
+    CHECK(error == QStringLiteral("expected a number"));
+    CHECK_FALSE(width.hasValue(Facet::kStyleLayer));
+    CHECK_FALSE(width.setStyleValue(ident("wide"), Facet::kStyleLayer, nullptr));
+    CHECK(width.value() == 2.f);
+}
+
+TEST_CASE("typed attribute: an enumeration is written by name, in any case of letters")
+{
+    Facet::Node node;
+    AttributeT<Mode> mode(&node, "collection-mode", {{"email", Mode::Email}, {"upload", Mode::Upload}}, Mode::Email);
+    QString error;
+    CHECK(mode.setStyleValue(ident("UpLoad"), Facet::kStyleLayer, &error));
+    CHECK(mode == Mode::Upload);
+    CHECK(mode.toText() == QStringLiteral("upload"));
+    CHECK_FALSE(mode.setStyleValue(ident("uploads"), Facet::kStyleLayer, &error));
+    CHECK(error == QStringLiteral("expected one of email, upload"));
+    CHECK(mode == Mode::Upload);
+    mode.clearValue(Facet::kStyleLayer);
+    CHECK(mode == Mode::Email);
+}
+
+TEST_CASE("typed attribute: an enumeration notifies on a change of the visible value only")
+{
+    Facet::Node node;
+    AttributeT<Mode> mode(&node, "collection-mode", {{"email", Mode::Email}, {"upload", Mode::Upload}}, Mode::Email);
+    int heard = 0;
+    mode.addListener([&heard] { ++heard; });
+    mode = Mode::Email;
+    CHECK(heard == 0);
+    mode = Mode::Upload;
+    CHECK(heard == 1);
+    mode.setValue(Mode::Upload, Facet::kStyleLayer);
+    mode.clearValue(Facet::kUserLayer);
+    CHECK(heard == 1);
+    mode.clearValue(Facet::kStyleLayer);
+    CHECK(heard == 2);
+}

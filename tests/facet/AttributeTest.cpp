@@ -1,0 +1,199 @@
+#include "LogCapture.hpp"
+
+#include <doctest/doctest.h>
+
+#include <Facet/AttributeT.hpp>
+#include <Facet/Node.hpp>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+using Facet::AttributeT;
+using Facet::kStyleLayer;
+using Facet::kUserLayer;
+
+namespace
+{
+/// Writes down when its hook runs.
+class HookNode : public Facet::Node
+{
+public:
+    std::string calls;
+    AttributeT<int> count{this, "count", 1};
+
+protected:
+    void attributeChanged(Facet::Attribute& attribute) override { calls += "hook:" + attribute.name().toStdString() + ' '; }
+};
+}
+
+TEST_CASE("attribute: the highest layer that is set shows, and clearing it lets the one below show again")
+{
+    Facet::Node node;
+    AttributeT<int> attribute(&node, "count", 1);
+    CHECK(attribute.value() == 1);
+    CHECK(attribute.visibleLayer() == 0);
+    attribute.setValue(3);
+    CHECK(attribute.value() == 3);
+    attribute.setValue(2, kStyleLayer);
+    CHECK(attribute.value() == 3);
+    CHECK(attribute.value(kStyleLayer) == 2);
+    attribute.clearValue(kUserLayer);
+    CHECK(attribute.value() == 2);
+    CHECK(attribute.visibleLayer() == kStyleLayer);
+    attribute.clearValue(kStyleLayer);
+    CHECK(attribute.value() == 1);
+    attribute.clearValue(Facet::kDefaultLayer);
+    CHECK(attribute.value() == 1);
+    CHECK(attribute.hasValue(Facet::kDefaultLayer));
+}
+
+TEST_CASE("attribute: listeners hear of changes of the visible value and of nothing else")
+{
+    struct Row
+    {
+        const char* what;
+        void (*change)(AttributeT<int>&);
+        int heard;
+    };
+    const Row rows[] = {
+        {"a new value at run time", [](auto& a) { a.setValue(5); }, 1},
+        {"the same value again", [](auto& a) { a.setValue(5); }, 0},
+        {"another value below the visible one", [](auto& a) { a.setValue(7, kStyleLayer); }, 0},
+        {"another default below the visible one", [](auto& a) { a.setValue(9, Facet::kDefaultLayer); }, 0},
+        {"the layer below holds another value", [](auto& a) { a.clearValue(kUserLayer); }, 1},
+        {"a layer that is not set", [](auto& a) { a.clearValue(kUserLayer); }, 0},
+        {"the visible value on a higher layer", [](auto& a) { a.setValue(7); }, 0},
+        {"the layer below holds the same value", [](auto& a) { a.clearValue(kUserLayer); }, 0},
+        {"back to the default", [](auto& a) { a.clearValue(kStyleLayer); }, 1},
+        {"a new default that shows", [](auto& a) { a.setValue(10, Facet::kDefaultLayer); }, 1},
+    };
+    Facet::Node node;
+    AttributeT<int> attribute(&node, "count", 1);
+    int heard = 0;
+    attribute.addListener([&heard] { ++heard; });
+    for (const Row& row : rows) {
+        INFO(row.what);
+        heard = 0;
+        row.change(attribute);
+        CHECK(heard == row.heard);
+    }
+}
+
+TEST_CASE("attribute: the node's hook runs before the listeners, which read the new value")
+{
+    HookNode node;
+    node.count.addListener([&node] { node.calls += "listener:" + std::to_string(node.count.value()); });
+    node.count = 4;
+    CHECK(node.calls == "hook:count listener:4");
+}
+
+TEST_CASE("attribute: a listener may set the attribute again")
+{
+    Facet::Node node;
+    AttributeT<int> attribute(&node, "count", 0);
+    int last = 0;
+    attribute.addListener([&attribute] {
+        if (attribute.value() < 3)
+            attribute.setValue(attribute.value() + 1);
+    });
+    attribute.addListener([&] { last = attribute.value(); });
+    attribute.setValue(1);
+    CHECK(attribute.value() == 3);
+    CHECK(last == 3);
+}
+
+TEST_CASE("attribute: listeners may be added and removed inside a call")
+{
+    Facet::Node node;
+    AttributeT<int> attribute(&node, "count", 0);
+    std::string calls;
+    Facet::Attribute::ListenerId self = 0;
+    Facet::Attribute::ListenerId other = 0;
+    self = attribute.addListener([&] {
+        calls += 'a';
+        attribute.removeListener(self);
+        attribute.removeListener(other);
+        attribute.addListener([&calls] { calls += 'c'; });
+    });
+    other = attribute.addListener([&calls] { calls += 'b'; });
+    attribute = 1;
+    attribute = 2;
+    CHECK(calls == "ac");
+}
+
+TEST_CASE("attribute: a listener may destroy the attribute, whose other listeners are then not called")
+{
+    Facet::Node node;
+    auto attribute = std::make_unique<AttributeT<QString>>(&node, "text");
+    std::string calls;
+    attribute->addListener([&] {
+        calls += 'a';
+        attribute.reset();
+    });
+    attribute->addListener([&calls] { calls += 'b'; });
+    attribute->setValue(QStringLiteral("x"));
+    CHECK(calls == "a");
+    CHECK(node.attributes().empty());
+}
+
+TEST_CASE("attribute: clearing may destroy the attribute")
+{
+    Facet::Node node;
+    auto attribute = std::make_unique<AttributeT<QString>>(&node, "text");
+    attribute->setValue(QStringLiteral("x"));
+    attribute->addListener([&attribute] { attribute.reset(); });
+    attribute->clearValue(kUserLayer);
+    CHECK(attribute == nullptr);
+}
+
+TEST_CASE("attribute: the node's hook may destroy the attribute")
+{
+    struct Destroyer : Facet::Node
+    {
+        std::unique_ptr<AttributeT<int>> attribute = std::make_unique<AttributeT<int>>(this, "count");
+        void attributeChanged(Facet::Attribute&) override { attribute.reset(); }
+    };
+    Destroyer node;
+    bool heard = false;
+    node.attribute->addListener([&heard] { heard = true; });
+    node.attribute->setValue(1);
+    CHECK_FALSE(heard);
+    CHECK(node.attribute == nullptr);
+}
+
+TEST_CASE("attribute: a listener that throws is logged and the others are called")
+{
+    Facet::Node node;
+    AttributeT<int> attribute(&node, "count", 0);
+    bool heard = false;
+    attribute.addListener([] { throw std::runtime_error("no width"); });
+    attribute.addListener([] { throw 1; });
+    attribute.addListener([&heard] { heard = true; });
+    TestSupport::expectError("Attribute::notifyChanged # A listener of attribute 'count' failed: no width");
+    TestSupport::expectError("Attribute::notifyChanged # A listener of attribute 'count' failed: unknown exception");
+    attribute = 1;
+    CHECK(heard);
+}
+
+TEST_CASE("attribute: one that is destroyed after its node has no host and still works")
+{
+    auto node = std::make_unique<Facet::Node>();
+    AttributeT<int> attribute(node.get(), "count", 0);
+    CHECK(attribute.host() == node.get());
+    node.reset();
+    CHECK(attribute.host() == nullptr);
+    attribute = 2;
+    CHECK(attribute.value() == 2);
+}
+
+TEST_CASE("attribute: a name is known from the first attribute that had it")
+{
+    CHECK_FALSE(Facet::Attribute::isKnownName("attribute-test-name"));
+    {
+        Facet::Node node;
+        AttributeT<int> attribute(&node, "attribute-test-name");
+    }
+    CHECK(Facet::Attribute::isKnownName("attribute-test-name"));
+}

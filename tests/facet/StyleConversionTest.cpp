@@ -1,0 +1,139 @@
+#include <doctest/doctest.h>
+
+#include <Facet/StyleConversion.hpp>
+
+#include <string>
+
+using Facet::StyleConversion;
+using Facet::StyleTerm;
+using Facet::StyleValue;
+using Kind = Facet::StyleTerm::Kind;
+
+namespace
+{
+StyleTerm ident(const char* text) { return {Kind::Ident, text, 0, {}}; }
+StyleTerm string(const char* text) { return {Kind::String, text, 0, {}}; }
+StyleTerm number(double value) { return {Kind::Number, QString::number(value), value, {}}; }
+StyleTerm dimension(double value, const char* unit) { return {Kind::Dimension, {}, value, unit}; }
+StyleTerm percentage(double value) { return {Kind::Percentage, {}, value, {}}; }
+StyleTerm hash(const char* text) { return {Kind::Hash, text, 0, {}}; }
+StyleTerm comma() { return {Kind::Delimiter, ",", 0, {}}; }
+StyleTerm slash() { return {Kind::Delimiter, "/", 0, {}}; }
+StyleTerm function(const char* name, int arguments) { return {Kind::Function, name, double(arguments), {}}; }
+
+/// The value read and written again, or the error in brackets.
+template <class T>
+std::string convert(QVector<StyleTerm> terms)
+{
+    T value{};
+    QString error;
+    if (!StyleConversion<T>::read(StyleValue{std::move(terms)}, value, &error))
+        return "[" + error.toStdString() + "]";
+    CHECK(error.isEmpty());
+    return StyleConversion<T>::write(value).toStdString();
+}
+}
+
+TEST_CASE("style conversion: truth values")
+{
+    CHECK(convert<bool>({ident("true")}) == "true");
+    CHECK(convert<bool>({ident("FALSE")}) == "false");
+    CHECK(convert<bool>({ident("yes")}) == "[expected true or false]");
+    CHECK(convert<bool>({number(1)}) == "[expected true or false]");
+    CHECK(convert<bool>({ident("true"), ident("true")}) == "[expected true or false]");
+    CHECK(convert<bool>({}) == "[expected true or false]");
+}
+
+TEST_CASE("style conversion: numbers with the units that mean the number itself, and milliseconds")
+{
+    CHECK(convert<float>({number(1.5)}) == "1.5");
+    CHECK(convert<float>({number(-3)}) == "-3");
+    CHECK(convert<float>({dimension(10, "px")}) == "10");
+    CHECK(convert<float>({dimension(2, "s")}) == "2");
+    CHECK(convert<float>({dimension(45, "deg")}) == "45");
+    CHECK(convert<float>({dimension(250, "ms")}) == "0.25");
+    CHECK(convert<float>({dimension(1, "em")}) == "[expected a number]");
+    CHECK(convert<float>({percentage(50)}) == "[expected a number]");
+    CHECK(convert<float>({ident("abc")}) == "[expected a number]");
+    CHECK(convert<float>({number(1), number(2)}) == "[expected a number]");
+}
+
+TEST_CASE("style conversion: whole numbers")
+{
+    CHECK(convert<int>({number(7)}) == "7");
+    CHECK(convert<int>({dimension(-7, "px")}) == "-7");
+    CHECK(convert<int>({number(7.5)}) == "[expected a whole number]");
+    CHECK(convert<int>({number(3e9)}) == "[expected a whole number]");
+    CHECK(convert<int>({ident("seven")}) == "[expected a whole number]");
+}
+
+TEST_CASE("style conversion: texts")
+{
+    CHECK(convert<QString>({string("Hi, Ann")}) == "Hi, Ann");
+    CHECK(convert<QString>({string("")}) == "");
+    CHECK(convert<QString>({ident("Sans")}) == "Sans");
+    CHECK(convert<QString>({{Kind::Url, "/a.png", 0, {}}}) == "/a.png");
+    CHECK(convert<QString>({number(1)}) == "[expected a quoted text]");
+    CHECK(convert<QString>({ident("DejaVu"), ident("Sans")}) == "[expected a quoted text]");
+}
+
+TEST_CASE("style conversion: lists of texts")
+{
+    CHECK(convert<QStringList>({string("a b"), comma(), ident("c")}) == "a b, c");
+    CHECK(convert<QStringList>({ident("a"), ident("b")}) == "a, b");
+    CHECK(convert<QStringList>({number(1001), comma(), number(7)}) == "1001, 7");
+    CHECK(convert<QStringList>({ident("None")}) == "none");
+    CHECK(convert<QStringList>({string("none"), comma(), string("b")}) == "none, b");
+    CHECK(convert<QStringList>({ident("a"), comma()}) == "[expected texts separated by commas]");
+    CHECK(convert<QStringList>({comma(), ident("a")}) == "[expected texts separated by commas]");
+    CHECK(convert<QStringList>({ident("a"), comma(), comma(), ident("b")}) == "[expected texts separated by commas]");
+    CHECK(convert<QStringList>({ident("a"), slash(), ident("b")}) == "[expected texts separated by commas]");
+    CHECK(convert<QStringList>({}) == "[expected texts separated by commas]");
+}
+
+TEST_CASE("style conversion: vectors")
+{
+    CHECK(convert<Vecta::Vector2f>({number(1), dimension(2.5, "px")}) == "1 2.5");
+    CHECK(convert<Vecta::Vector2f>({number(1)}) == "[expected two numbers]");
+    CHECK(convert<Vecta::Vector2f>({number(1), comma(), number(2)}) == "[expected two numbers]");
+    CHECK(convert<Vecta::Vector2f>({number(1), dimension(2, "s")}) == "[expected two numbers]");
+}
+
+TEST_CASE("style conversion: colours")
+{
+    CHECK(convert<Bedrock::Color>({hash("000000AA")}) == Bedrock::Color::fromString("#000000AA").toString().toStdString());
+    CHECK(convert<Bedrock::Color>({hash("f00")}) == convert<Bedrock::Color>({hash("FF0000")}));
+    CHECK(convert<Bedrock::Color>({ident("red")}) == convert<Bedrock::Color>({hash("ff0000")}));
+    CHECK(convert<Bedrock::Color>({ident("transparent")}) == convert<Bedrock::Color>({hash("00000000")}));
+    const std::string orange = convert<Bedrock::Color>({hash("ff8000")});
+    CHECK(convert<Bedrock::Color>({function("rgb", 5), number(255), comma(), number(128), comma(), number(0)}) == orange);
+    CHECK(convert<Bedrock::Color>({function("RGB", 3), number(300), number(128), number(-5)}) == orange);
+    CHECK(convert<Bedrock::Color>({function("rgba", 7), number(255), comma(), number(128), comma(), number(0), comma(), percentage(100)}) == orange);
+    CHECK(convert<Bedrock::Color>({function("rgb", 5), number(0), number(0), number(0), slash(), number(0)})
+          == convert<Bedrock::Color>({hash("00000000")}));
+    const std::string no = "[expected a colour]";
+    CHECK(convert<Bedrock::Color>({hash("12345")}) == no);
+    CHECK(convert<Bedrock::Color>({ident("reddish")}) == no);
+    CHECK(convert<Bedrock::Color>({number(5)}) == no);
+    CHECK(convert<Bedrock::Color>({function("rgb", 2), number(1), number(2)}) == no);
+    CHECK(convert<Bedrock::Color>({function("rgb", 4), number(1), number(2), number(3), comma()}) == no);
+    CHECK(convert<Bedrock::Color>({function("rgb", 4), number(1), slash(), number(2), number(3)}) == no);
+    CHECK(convert<Bedrock::Color>({function("hsl", 3), number(1), number(2), number(3)}) == no);
+    CHECK(convert<Bedrock::Color>({function("rgb", 3), number(1), number(2), number(3), ident("red")}) == no);
+    CHECK(convert<Bedrock::Color>({}) == no);
+}
+
+TEST_CASE("style conversion: a null error is allowed")
+{
+    float result = 4.f;
+    CHECK_FALSE(StyleConversion<float>::read(StyleValue{}, result, nullptr));
+    CHECK(result == 4.f);
+}
+
+TEST_CASE("style conversion: a single word is one identifier or text")
+{
+    CHECK(Facet::singleWord({{ident("Upload")}}) == QStringLiteral("Upload"));
+    CHECK(Facet::singleWord({{string("two words")}}) == QStringLiteral("two words"));
+    CHECK(Facet::singleWord({{number(1)}}).isEmpty());
+    CHECK(Facet::singleWord({{ident("a"), ident("b")}}).isEmpty());
+}
