@@ -10,10 +10,14 @@
 #include <cerrno>
 #include <charconv>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <iostream>
 #include <iterator>
+#include <limits>
 #include <string>
 #include <thread>
 
@@ -23,7 +27,7 @@ constexpr int kExitOk = 0;
 constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
 
-const char* const kHelp = R"(Usage: tavola-visit FILE [--to HOST:PORT] [--rate HZ] [--lift]
+const char* const kHelp = R"(Usage: tavola-visit FILE [--to HOST:PORT] [--rate HZ] [--lift] [--step]
 
 Plays a visit to the table, written down in FILE, as TUIO 1.1 over UDP.
 
@@ -31,6 +35,8 @@ Plays a visit to the table, written down in FILE, as TUIO 1.1 over UDP.
   --rate HZ        frames a second, 1 to 1000 (60); only what changed is sent, and everything once a second
   --lift           lift what is still down when the script ends. Without it, cards and fingers that the script left
                    stay: their last state is sent, and the table gives them up by its own rule for a silent sender
+  --step           play no faster than asked: for each line with a time in seconds on standard input, play the script up to
+                   that time and write how many datagrams have been sent so far. For a table under a manual clock
   --help           this text
 
 FILE has one action a line, in order of time; what follows a # is a remark:
@@ -55,6 +61,7 @@ struct Options
     std::string port = "3333";
     double rateHz = 60.0;
     bool lift = false;
+    bool step = false;
 };
 
 bool fail(const std::string& text)
@@ -97,6 +104,8 @@ bool readArguments(int count, char** arguments, Options& options)
                 return fail("Failed to read --rate \"" + text + "\"; give a number from 1 to 1000");
         } else if (argument == "--lift") {
             options.lift = true;
+        } else if (argument == "--step") {
+            options.step = true;
         } else if (argument.size() > 1 && argument.front() == '-') {
             return fail("Unknown option " + argument + "; see --help");
         } else if (!options.file.empty()) {
@@ -134,10 +143,60 @@ int connectTo(const Options& options)
     return descriptor;
 }
 
+/// Returns when the script may be played up to a time: at that time of the clock, or when standard input has asked for it.
+class Pace
+{
+public:
+    explicit Pace(bool isStepped) : m_isStepped(isStepped), m_start(std::chrono::steady_clock::now()) {}
+
+    void waitFor(double seconds, std::uint64_t datagramsSent)
+    {
+        if (!m_isStepped) {
+            std::this_thread::sleep_until(m_start + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                                                        std::chrono::duration<double>(seconds)));
+            return;
+        }
+        std::string line;
+        while (seconds > m_allowed) {
+            if (m_hasAsked)
+                answer(datagramsSent);
+            if (!std::getline(std::cin, line)) {
+                m_allowed = std::numeric_limits<double>::infinity();
+                return;
+            }
+            m_allowed = std::strtod(line.c_str(), nullptr);
+            m_hasAsked = true;
+        }
+    }
+    /// The script is over: answers what is still asked.
+    void finish(std::uint64_t datagramsSent)
+    {
+        std::string line;
+        while (m_isStepped && m_hasAsked) {
+            answer(datagramsSent);
+            m_hasAsked = bool(std::getline(std::cin, line));
+        }
+    }
+
+private:
+    static void answer(std::uint64_t datagramsSent)
+    {
+        std::printf("%llu\n", static_cast<unsigned long long>(datagramsSent));
+        std::fflush(stdout);
+    }
+
+    bool m_isStepped;
+    std::chrono::steady_clock::time_point m_start;
+    double m_allowed = -1.0;
+    bool m_hasAsked = false;
+};
+
 bool play(const Visit::Player& player, int descriptor, const Options& options)
 {
     bool isSent = true;
+    std::uint64_t sent = 0;
     const auto send = [&](const std::vector<char>& packet) {
+        ++sent;
         // Nobody listening yet (ECONNREFUSED) is no failure: the table may start later, and all is sent again each second.
         if (::send(descriptor, packet.data(), packet.size(), 0) < 0 && errno != ECONNREFUSED) {
             if (isSent)
@@ -148,7 +207,8 @@ bool play(const Visit::Player& player, int descriptor, const Options& options)
     };
     // Visits may play side by side and one after the other: each is a sender of its own.
     Visit::Packets packets("tavola-visit-" + std::to_string(getpid()) + "@localhost");
-    const auto start = std::chrono::steady_clock::now();
+    Pace pace(options.step);
+    pace.waitFor(0.0, sent);
     const double end = player.script().durationSeconds();
     std::uint64_t tick = 0;
     double seconds = 0.0;
@@ -159,13 +219,13 @@ bool play(const Visit::Player& player, int descriptor, const Options& options)
         while (static_cast<double>(tick) / options.rateHz <= seconds)
             ++tick;
         seconds = std::min({static_cast<double>(tick) / options.rateHz, player.nextActionAfter(seconds), end});
-        std::this_thread::sleep_until(start + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-                                                  std::chrono::duration<double>(seconds)));
+        pace.waitFor(seconds, sent);
     }
     // Once more, for the datagram that may have been lost.
     const Visit::Frame last = options.lift ? Visit::Frame() : player.frameAt(end);
     for (int i = 0; i < 2 && isSent; ++i)
         packets.sendAll(last, end, send);
+    pace.finish(sent);
     return isSent;
 }
 }

@@ -1,0 +1,293 @@
+#include "../support/LogCapture.hpp"
+#include "TestTable.hpp"
+
+#include <doctest/doctest.h>
+
+#include <chrono>
+
+using Tactile::SenderAddress;
+using Tactile::TuioDrop;
+
+TEST_CASE("tuio input: a card and a finger lie where their table's rectangle puts them")
+{
+    TestTable table;
+    REQUIRE(table.isAdded);
+    auto second = std::make_unique<TestSupport::ScriptedDatagrams>();
+    auto* right = second.get();
+    REQUIRE(table.input.addSource(std::move(second), {1000.f, 200.f, 500.f, 400.f}));
+
+    table.cards({{1, 1001, 0.25f, 0.5f, 1.5f}});
+    right->send(TestTable::fingersPacket(1, {{1, 0.5f, 0.25f}}));
+    table.frame();
+    REQUIRE(table.sample.markers.size() == 1);
+    CHECK(table.sample.markers[0].code() == 1001);
+    CHECK(table.sample.markers[0].centerLocation() == Vecta::Vector2f(250.f, 500.f));
+    CHECK(table.sample.markers[0].rotation() == 1.5f);
+    REQUIRE(table.sample.fingers.size() == 1);
+    CHECK(table.sample.fingers[0].centerLocation() == Vecta::Vector2f(1250.f, 300.f));
+
+    table.input.setTableRect(1, {0.f, 0.f, 100.f, 100.f});
+    right->send(TestTable::fingersPacket(2, {{1, 0.75f, 0.25f}}));
+    table.frame();
+    CHECK(table.sample.fingers[0].centerLocation() == Vecta::Vector2f(75.f, 25.f));
+}
+
+TEST_CASE("tuio input: a down and an up between two frames both arrive, in order")
+{
+    TestTable table;
+    table.fingers({{7, 0.5f, 0.5f}});
+    table.fingers({});
+    table.frame();
+    CHECK(table.changes() == "down 1 up 1");
+    CHECK(table.sample.fingers.empty());
+    table.frame();
+    CHECK(table.changes() == "");
+}
+
+TEST_CASE("tuio input: a card missing in one frame of its camera is never seen to go")
+{
+    TestTable table;
+    table.cards({{1, 1001, 0.5f, 0.5f}});
+    table.frame();
+    CHECK(table.changes() == "down 1");
+    table.cards({});
+    table.frame();
+    CHECK(table.changes() == "");
+    CHECK(table.sample.markers.size() == 1);
+    table.cards({{2, 1001, 0.501f, 0.5f}});
+    table.frame();
+    CHECK(table.changes() == "move 1");
+    table.cards({});
+    table.frame(0.3);
+    table.frame(0.3);
+    CHECK(table.changes() == "");
+    table.frame(0.31);
+    CHECK(table.changes() == "up 1");
+}
+
+TEST_CASE("tuio input: lost, doubled and swapped packets end in the state of the newest")
+{
+    TestTable table;
+    const auto first = TestTable::fingersPacket(1, {{1, 0.1f, 0.5f}});
+    const auto second = TestTable::fingersPacket(2, {{1, 0.2f, 0.5f}});
+    const auto third = TestTable::fingersPacket(3, {{1, 0.3f, 0.5f}, {2, 0.9f, 0.9f}});
+    table.datagrams->send(first);
+    table.datagrams->send(first);
+    table.datagrams->send(third);
+    table.datagrams->send(second);
+    table.datagrams->send(third);
+    table.frame();
+    CHECK(table.changes() == "down 1 down 2 move 1");
+    CHECK(table.sample.fingers.at(0).centerLocation().x == doctest::Approx(300));
+    CHECK(table.drops(TuioDrop::Late) == 1);
+}
+
+TEST_CASE("tuio input: a torn packet changes nothing, the first is logged, and then one line every 10 s with the counts")
+{
+    TestTable table;
+    table.fingers({{1, 0.5f, 0.5f}});
+    table.frame();
+    auto torn = TestTable::fingersPacket(2, {{1, 0.9f, 0.9f}});
+    torn.resize(torn.size() - 8);
+    TestSupport::expectWarning("TuioDecoder::decode # Dropped a datagram (from 127.0.0.1:5000, an element size that does not "
+                               "fit the packet); the table stays as it was");
+    table.datagrams->send(torn);
+    table.frame();
+    CHECK(table.changes() == "");
+
+    table.datagrams->send(torn);
+    table.datagrams->send({'x'});
+    table.frame();
+    table.frame(4.0);
+    table.datagrams->send({'x'});
+    table.fingers({{1, 0.5f, 0.5f}});
+    table.frame(4.0);
+    TestSupport::expectWarning("TuioDecoder::decode # Dropped 3 more datagrams (2 with a size that is no multiple of 4, 1 "
+                               "with an element size that does not fit the packet)");
+    table.fingers({{1, 0.5f, 0.5f}});
+    table.frame(2.5);
+    table.fingers({{1, 0.5f, 0.5f}});
+    table.frame(4.0);
+    CHECK(table.drops(TuioDrop::Malformed) == 4);
+    CHECK(table.sample.fingers.size() == 1);
+}
+
+TEST_CASE("tuio input: a message of another kind is told once and is no warning")
+{
+    TestTable table;
+    Tactile::OscWriter writer;
+    writer.beginMessage("/tuio/3Dcur", ",s");
+    writer.addString("alive");
+    writer.endMessage();
+    table.datagrams->send(writer.packet());
+    table.datagrams->send(writer.packet());
+    table.frame();
+    table.frame();
+    int lines = 0;
+    for (const auto& line : TestSupport::loggedLines())
+        lines += line.text == "TuioDecoder::decode # Skipped a message of another kind (/tuio/3Dcur); further ones are only "
+                              "counted";
+    CHECK(lines == 1);
+    CHECK(table.drops(TuioDrop::UnknownMessage) == 2);
+}
+
+TEST_CASE("tuio input: each limit is warned of once")
+{
+    TestTable table;
+    std::vector<TestTable::Card> cards;
+    for (int i = 0; i < 66; ++i)
+        cards.push_back({i, 2000 + i, 0.015f * float(i), 0.5f});
+    TestSupport::expectWarning("TuioDecoder::decode # Reached a limit at a@b (more than 64 markers at once; the newest are "
+                               "dropped)");
+    table.cards(cards);
+    table.frame();
+    table.cards(cards);
+    table.frame();
+    CHECK(table.sample.markers.size() == 64);
+
+    std::vector<TestTable::Finger> fingers;
+    for (int i = 0; i < 257; ++i)
+        fingers.push_back({i, 0.003f * float(i), 0.1f});
+    TestSupport::expectWarning("TuioDecoder::decode # Reached a limit at a@b (more than 256 fingers at once; the newest are "
+                               "dropped)");
+    table.fingers(fingers);
+    table.frame();
+    table.frame();
+    CHECK(table.sample.fingers.size() == 256);
+
+    TestSupport::expectWarning("TuioDecoder::decode # Reached a limit at the table (more than 16 senders at once; the newest "
+                               "are dropped)");
+    for (int i = 0; i < 20; ++i)
+        table.datagrams->send(TestTable::fingersPacket(1, {}, "cam" + std::to_string(i)));
+    table.frame();
+    table.frame();
+    CHECK(table.input.counters().sources.size() == 16);
+}
+
+TEST_CASE("tuio input: a sender that falls silent is told, its finger is cancelled and its card leaves")
+{
+    TestTable table;
+    table.cards({{1, 1001, 0.5f, 0.5f}});
+    table.fingers({{1, 0.1f, 0.1f}});
+    table.frame();
+    CHECK(table.changes() == "down 1 down 2");
+    table.frame(4.9);
+    CHECK(table.changes() == "");
+    TestSupport::expectWarning("TuioInput::takeSample # Lost the sender a@b (no packet for 5 s); its fingers are cancelled "
+                               "and its cards leave the table, look whether it runs");
+    table.frame(0.2);
+    CHECK(table.changes() == "cancel 2");
+    table.frame(0.7);
+    CHECK(table.changes() == "up 1");
+    CHECK(table.input.counters().sources.at(0).isLost);
+
+    // Back, and quiet: it repeats its alive lists only.
+    Tactile::TuioEncoder encoder("a@b");
+    encoder.begin(Tactile::TuioProfile::Objects);
+    encoder.alive({1});
+    table.datagrams->send(encoder.finish(++table.cardFrame));
+    table.fingers({{1, 0.2f, 0.1f}});
+    table.frame();
+    CHECK(table.changes() == "down 1");
+    CHECK(table.sample.markers.at(0).centerLocation() == Vecta::Vector2f(500.f, 500.f));
+    CHECK(table.sample.fingers.empty());
+}
+
+TEST_CASE("tuio input: a quiet sender that repeats its alive list is not lost")
+{
+    TestTable table;
+    table.cards({{1, 1001, 0.5f, 0.5f}});
+    for (int second = 0; second < 20; ++second) {
+        Tactile::TuioEncoder encoder("a@b");
+        encoder.begin(Tactile::TuioProfile::Objects);
+        encoder.alive({1});
+        table.datagrams->send(encoder.finish(++table.cardFrame));
+        table.frame(1.0);
+    }
+    CHECK(table.sample.markers.size() == 1);
+}
+
+TEST_CASE("tuio input: a sender that had nothing on the table goes without a warning")
+{
+    TestTable table;
+    table.fingers({});
+    table.frame();
+    table.frame(6.0);
+    CHECK(TestSupport::loggedLines().back().text == "TuioInput::takeSample # The sender a@b has gone (no packet for 5 s)");
+    CHECK(TestSupport::loggedLines().back().level == Bedrock::Trace::Level::Info);
+}
+
+TEST_CASE("tuio input: a restarted sender cancels its fingers and keeps the card that lies still")
+{
+    TestTable table;
+    table.cardFrame = table.fingerFrame = 1000;
+    table.cards({{17, 1001, 0.5f, 0.5f}});
+    table.fingers({{18, 0.1f, 0.1f}});
+    table.frame();
+    table.cardFrame = table.fingerFrame = 0;
+    table.cards({{1, 1001, 0.5f, 0.5f}});
+    table.fingers({{2, 0.1f, 0.1f}});
+    table.frame();
+    CHECK(table.changes() == "cancel 2 down 3");
+    CHECK(table.sample.markers.at(0).id() == 1);
+}
+
+TEST_CASE("tuio input: two tables that see the same card report it once")
+{
+    TestTable table;
+    table.datagrams->send(TestTable::cardsPacket(1, {{1, 1001, 0.5f, 0.5f}}, "left@cam"));
+    table.datagrams->send(TestTable::cardsPacket(9, {{4, 1001, 0.51f, 0.5f}}, "right@cam"));
+    table.frame();
+    CHECK(table.changes() == "down 1");
+    table.datagrams->send(TestTable::cardsPacket(2, {}, "left@cam"));
+    table.frame();
+    table.frame(2.0);
+    CHECK(table.sample.markers.size() == 1);
+}
+
+TEST_CASE("tuio input: datagrams that no frame takes are dropped whole beyond a limit, and the newest state still comes")
+{
+    TestTable table;
+    std::vector<TestTable::Finger> fingers;
+    for (int i = 0; i < 200; ++i)
+        fingers.push_back({i, 0.001f * float(i), 0.1f});
+    for (int i = 0; i < 1500; ++i) {
+        for (auto& f : fingers)
+            f.y = 0.1f + 0.0005f * float(i);
+        table.fingers(fingers);
+    }
+    CHECK(table.drops(TuioDrop::QueueFull) > 0);
+    TestSupport::expectWarningStartingWith("TuioDecoder::decode # Dropped ");
+    table.frame();
+    table.fingers({{3, 0.5f, 0.5f}});
+    table.frame();
+    REQUIRE(table.sample.fingers.size() == 1);
+    CHECK(table.sample.fingers[0].centerLocation() == Vecta::Vector2f(500.f, 500.f));
+}
+
+TEST_CASE("tuio input: a source that does not start is not kept and says why")
+{
+    TestTable table;
+    auto broken = std::make_unique<TestSupport::ScriptedDatagrams>();
+    broken->failToStart("no such thing; get one");
+    CHECK_FALSE(table.input.addSource(std::move(broken)));
+    CHECK(table.input.errorText() == "no such thing; get one");
+    auto good = std::make_unique<TestSupport::ScriptedDatagrams>();
+    auto* source = good.get();
+    CHECK(table.input.addSource(std::move(good), {0.f, 0.f, 100.f, 100.f}));
+    source->send(TestTable::fingersPacket(1, {{1, 0.5f, 0.5f}}));
+    table.frame();
+    CHECK(table.sample.fingers.at(0).centerLocation() == Vecta::Vector2f(50.f, 50.f));
+}
+
+TEST_CASE("tuio input: what has been received can be waited for")
+{
+    using namespace std::chrono_literals;
+    TestTable table;
+    CHECK(table.input.waitForDatagrams(0, 0ms));
+    CHECK_FALSE(table.input.waitForDatagrams(1, 1ms));
+    table.fingers({});
+    CHECK(table.input.waitForDatagrams(1, 0ms));
+    CHECK(table.input.datagramsReceived() == 1);
+    CHECK(table.input.counters().sources.at(0).packets == 1);
+}
