@@ -295,7 +295,8 @@ void DragAndDrop::update(float dtSeconds)
         const DragPtr drag = m_drags[i];
         if (drag->listener && !isInTree(*drag->listener))
             setListener(drag, nullptr, drag->scenePoint);
-        if (!isInTree(*drag->widget)) {
+        // A drag whose widget left the tree, or whose fingers went to somebody else, does not end by itself.
+        if (!isInTree(*drag->widget) || (!drag->isGliding && !drag->widget->isHeld())) {
             setListener(drag, nullptr, drag->scenePoint);
             forget(drag);
         } else if (drag->isGliding) {
