@@ -18,7 +18,8 @@ public:
     /// The widget was moved by `fingers` fingers (at least one); `scenePoint` is the middle of them.
     virtual void dragMoved(Widget& widget, Vecta::Vector2f scenePoint, int fingers) = 0;
     /// The last finger let go of a widget that had been dragged; inertia has been given to it already, and `stopMotion` ends
-    /// it. With `cancelled` the input was lost or the widget was taken from the tree: nothing is dropped.
+    /// it. With `cancelled` the input was lost: nothing is dropped. A widget that leaves the tree, or whose fingers are taken
+    /// away, is not heard of again.
     virtual void dragEnded(Widget& widget, Vecta::Vector2f scenePoint, bool cancelled) = 0;
 };
 }
