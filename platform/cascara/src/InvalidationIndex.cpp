@@ -36,13 +36,13 @@ void InvalidationIndex::add(const Selector& selector)
     bool onlyChildren = true;
     for (std::size_t i = 1; i < selector.parts.size(); ++i) {
         onlyChildren = onlyChildren && selector.parts[i - 1].toLeft == Combinator::Child;
-        const Reach reach{rightmost, onlyChildren ? int(i) : 0};
+        const Reach reach{&selector.parts[i].compound, rightmost, onlyChildren ? int(i) : 0};
         features.clear();
         selector.parts[i].compound.collectFeatures(features);
         for (const Feature feature : features) {
             auto& list = m_below[feature];
             const bool isKnown = std::any_of(list.begin(), list.end(), [&reach](const Reach& other) {
-                return other.depth == reach.depth && isSame(*other.rightmost, *reach.rightmost);
+                return other.depth == reach.depth && isSame(*other.changed, *reach.changed) && isSame(*other.rightmost, *reach.rightmost);
             });
             if (!isKnown)
                 list.push_back(reach);

@@ -11,12 +11,14 @@
 namespace Cascara
 {
 /// Which nodes a change of a feature can reach: the node itself when a rightmost compound mentions the feature, and those
-/// below it that match the rightmost compound of a selector that mentions the feature further left.
+/// below it that match the rightmost compound of a selector that mentions the feature further left, in a compound whose
+/// other features the node has.
 class InvalidationIndex
 {
 public:
     struct Reach
     {
+        const Compound* changed; ///< the compound that mentions the feature
         const Compound* rightmost;
         int depth; ///< levels below the changed node, 0 for any
     };

@@ -62,6 +62,7 @@ Facet::Attribute* LazyAttributeManager::create(Styleable& styleable, const QByte
     if (found == table().end())
         return nullptr;
     const auto node = StyleNode::shared(styleable);
+    const long nodeId = styleable.node().id();
     const std::vector<Entry> entries = found->second; // a creator may register others
     for (const Entry& entry : entries) {
         try {
@@ -74,7 +75,7 @@ Facet::Attribute* LazyAttributeManager::create(Styleable& styleable, const QByte
             }
         } catch (const std::exception& exception) {
             Bedrock::Trace::error("LazyAttributeManager # Making attribute '%s' of node %ld failed: %s", name.constData(),
-                                  styleable.node().id(), exception.what());
+                                  nodeId, exception.what());
         }
     }
     return nullptr;

@@ -140,10 +140,19 @@ void Restyler::restyleAfterChange(const Styleable& changed, const Feature* first
     Lists& lists = round.lists();
     bool reachesSelf = false;
     int deepest = -1;
+    const StyleNode& node = StyleNode::of(changed);
+    // Before the change or after it; what :not() excludes is left to the matching.
+    const auto couldMatch = [&](const Compound& compound) {
+        return std::all_of(compound.features.begin(), compound.features.end(), [&](Feature feature) {
+            return node.has(feature) || std::find(first, behind, feature) != behind;
+        });
+    };
     for (const Feature* feature = first; feature != behind; ++feature) {
         reachesSelf = reachesSelf || m_invalidation.reachesSelf(*feature);
         if (const auto* below = m_invalidation.reachBelow(*feature))
-            lists.reaches.insert(lists.reaches.end(), below->begin(), below->end());
+            for (const auto& reach : *below)
+                if (couldMatch(*reach.changed))
+                    lists.reaches.push_back(reach);
     }
     if (reachesSelf)
         lists.nodes.push_back(StyleNode::shared(changed));

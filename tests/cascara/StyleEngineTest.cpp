@@ -1,0 +1,200 @@
+#include "LogCapture.hpp"
+#include "TestNode.hpp"
+
+#include <doctest/doctest.h>
+
+using CascaraTest::restyledBy;
+using CascaraTest::StyleFixture;
+using CascaraTest::TestNode;
+using Facet::kStyleLayer;
+using TestSupport::expectWarning;
+
+TEST_CASE("style engine: a declaration writes layer 1, which run time values cover")
+{
+    StyleFixture fixture;
+    auto& node = fixture.add("", "N", "n");
+    node.width = 5.f;
+    fixture.sheet("N { width: 1 }");
+    CHECK(node.width == 5.f);
+    CHECK(node.width.value(kStyleLayer) == 1.f);
+    node.width.clearValue(Facet::kUserLayer);
+    CHECK(node.width == 1.f);
+}
+
+TEST_CASE("style engine: a rule that stops matching withdraws its values, down to the next rule or the default")
+{
+    StyleFixture fixture;
+    auto& node = fixture.add("", "N", "n", "a b");
+    fixture.sheet("N { width: 1 } .a { width: 2; height: 2 } .b { width: 3 }");
+    CHECK(node.width == 3.f);
+    node.removeCSSClass("b");
+    CHECK(node.width == 2.f);
+    node.removeCSSClass("a");
+    CHECK(node.width == 1.f);
+    CHECK(node.height == 0.f);
+    CHECK_FALSE(node.height.hasValue(kStyleLayer));
+}
+
+TEST_CASE("style engine: a class added later restyles descendants before the call returns")
+{
+    StyleFixture fixture;
+    auto& root = fixture.add("", "Root", "root");
+    auto& text = fixture.add("root", "Text", "text");
+    fixture.sheet(".email-failed Text { text: \"It failed\" }");
+    root.addCSSClass("email-failed");
+    CHECK(text.text == QStringLiteral("It failed"));
+    root.removeCSSClass("email-failed");
+    CHECK(text.text == QString());
+}
+
+TEST_CASE("style engine: a node outside any tree is styled as one without ancestors")
+{
+    StyleFixture fixture;
+    fixture.sheet("N { width: 1 } Root N { height: 1 }");
+    TestNode node("N");
+    CHECK(node.width == 1.f);
+    CHECK(node.height == 0.f);
+}
+
+TEST_CASE("style engine: taking a parent and leaving it restyles what is below")
+{
+    StyleFixture fixture;
+    fixture.sheet(".dark N { width: 1 }");
+    fixture.add("", "Root", "dark", "dark");
+    fixture.add("", "Root", "light");
+    fixture.add("dark", "Panel", "panel");
+    auto& node = fixture.add("panel", "N", "n");
+    CHECK(node.width == 1.f);
+    fixture["panel"].setStyleParent(&fixture["light"]);
+    CHECK(node.width == 0.f);
+    fixture["panel"].setStyleParent(&fixture["dark"]);
+    CHECK(node.width == 1.f);
+    fixture["panel"].setStyleParent(nullptr);
+    CHECK(node.width == 0.f);
+}
+
+TEST_CASE("style engine: children of a destroyed node are styled without it")
+{
+    StyleFixture fixture;
+    fixture.sheet("Root N { width: 1 }");
+    fixture.add("", "Root", "root");
+    auto& node = fixture.add("root", "N", "n");
+    CHECK(node.width == 1.f);
+    fixture.nodes.erase("root");
+    CHECK(node.styleParent() == nullptr);
+    CHECK(node.width == 0.f);
+}
+
+TEST_CASE("style engine: classes keep their order, twice is once, and absent ones are silent")
+{
+    TestNode node;
+    node.addCSSClass("b");
+    node.addCSSClass("a");
+    node.addCSSClass("b");
+    CHECK(node.cssClasses() == QList<QByteArray>{"b", "a"});
+    node.removeCSSClass("c");
+    node.removeCSSClasses({"c", "b"});
+    CHECK(node.cssClasses() == QList<QByteArray>{"a"});
+    CHECK(node.hasCSSClass("a"));
+    CHECK_FALSE(node.hasCSSClass("b"));
+    node.setPseudoClass("on", true);
+    node.setPseudoClass("on", true);
+    node.setPseudoClass("off", false);
+    CHECK(node.pseudoClasses() == QList<QByteArray>{"on"});
+    CHECK(node.hasPseudoClass("on"));
+    node.setPseudoClass("on", false);
+    CHECK_FALSE(node.hasPseudoClass("on"));
+}
+
+TEST_CASE("style engine: several classes removed at once are one change")
+{
+    StyleFixture fixture;
+    auto& node = fixture.add("", "N", "n", "a b c");
+    fixture.sheet(".a { width: 1 } .b { width: 2 } .c { height: 1 }");
+    node.takeChanges();
+    CHECK(restyledBy([&node] { node.removeCSSClasses({"a", "b", "x"}); }) == 1);
+    CHECK(node.takeChanges() == 1);
+    CHECK(node.width == 0.f);
+    CHECK(node.height == 1.f);
+}
+
+TEST_CASE("style engine: a value that does not fit is one warning per declaration, not per node")
+{
+    StyleFixture fixture;
+    fixture.add("", "N", "a");
+    fixture.add("", "N", "b");
+    expectWarning("StyleEngine # test.css:2:3: width: expected a number, got 'abc'; the declaration is skipped");
+    fixture.sheet("N {\n  width: abc; height: 2 }");
+    fixture.add("", "N", "c");
+    fixture["a"].updateStyle();
+    CHECK(fixture["c"].height == 2.f);
+}
+
+TEST_CASE("style engine: an attribute that no node ever had is one warning, at the first match")
+{
+    StyleFixture fixture;
+    fixture.sheet("N { heihgt: 2 }");
+    expectWarning("StyleEngine # test.css:1:5: heihgt: no attribute has this name; the declaration is skipped");
+    fixture.add("", "N", "a");
+    fixture.add("", "N", "b");
+}
+
+TEST_CASE("style engine: an attribute that this node lacks and another has is passed over in silence")
+{
+    struct Rich : TestNode
+    {
+        Rich() : TestNode("Rich") {}
+        Facet::AttributeT<float> depth{this, "depth"};
+    };
+    StyleFixture fixture;
+    Rich rich;
+    auto& plain = fixture.add("", "N", "n");
+    fixture.sheet("* { depth: 2; width: 1 }");
+    CHECK(rich.depth == 2.f);
+    CHECK(plain.width == 1.f);
+}
+
+TEST_CASE("style engine: an attribute that appears later gets its value at the next update")
+{
+    StyleFixture fixture;
+    auto& node = fixture.add("", "N", "n");
+    { Facet::AttributeT<float> known(nullptr, "late"); }
+    fixture.sheet("N { late: 3 }");
+    Facet::AttributeT<float> late(&node, "late");
+    node.updateStyle();
+    CHECK(late == 3.f);
+}
+
+TEST_CASE("style engine: clearing the sheets withdraws all they set")
+{
+    StyleFixture fixture;
+    auto& node = fixture.add("", "N", "n");
+    fixture.sheet("N { width: 1; text: a }");
+    fixture.sheet("N { height: 1 }");
+    fixture.engine.clearStyleSheets();
+    CHECK_FALSE(node.width.hasValue(kStyleLayer));
+    CHECK_FALSE(node.height.hasValue(kStyleLayer));
+    CHECK_FALSE(node.text.hasValue(kStyleLayer));
+    fixture.sheet("N { width: 2 }");
+    CHECK(node.width == 2.f);
+}
+
+TEST_CASE("style engine: tells which declarations match, the winning one last")
+{
+    StyleFixture fixture;
+    auto& node = fixture.add("", "N", "n", "a");
+    fixture.sheet("#n { width: 1px }\nN { width: 2 !important }\nM, N.a, N { height: 3; width: 4 }");
+    const auto found = fixture.engine.matchedDeclarations(node);
+    REQUIRE(found.size() == 4);
+    CHECK(found[0].attribute == "height");
+    CHECK(found[0].selector == QStringLiteral("N.a"));
+    CHECK(found[1].value == QStringLiteral("4"));
+    CHECK(found[2].selector == QStringLiteral("#n"));
+    CHECK(found[2].value == QStringLiteral("1px"));
+    CHECK(found[3].attribute == "width");
+    CHECK(found[3].value == QStringLiteral("2"));
+    CHECK(found[3].sheet == QStringLiteral("test.css"));
+    CHECK(found[3].line == 2);
+    CHECK(found[3].column == 5);
+    CHECK(node.width == 2.f);
+}

@@ -1,0 +1,235 @@
+#include "LogCapture.hpp"
+#include "TestNode.hpp"
+
+#include <doctest/doctest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <vector>
+
+using CascaraTest::StyleFixture;
+using TestSupport::expectWarning;
+
+TEST_CASE("parser: a mistake costs one declaration, and the others of the rule hold")
+{
+    struct Row
+    {
+        const char* declarations;
+        const char* warning; ///< behind "StyleEngine # test.css:"
+    };
+    const Row rows[] = {
+        {"width: 1; text; height: 2", "1:15: text: expected ':' after the attribute name; the declaration is skipped"},
+        {"width: 1; text: ; height: 2", "1:15: text: expected a value; the declaration is skipped"},
+        {"width: 1; 5: 6; height: 2", "1:15: expected an attribute name, got '5'; the declaration is skipped"},
+        {"width: 1; text: a = b; height: 2", "1:23: text: unexpected '='; the declaration is skipped"},
+        {"width: 1; text: {a; b}; height: 2", "1:21: text: unexpected '{'; the declaration is skipped"},
+        {"width: 1; text: [a; b]; height: 2", "1:21: text: unexpected '['; the declaration is skipped"},
+        {"width: 1; text: f(a; b); height: 2", "1:24: text: unexpected ';'; the declaration is skipped"},
+        {"width: 1; text: a); height: 2", "1:22: text: unexpected ')'; the declaration is skipped"},
+        {"width: 1; text: \"a\n; height: 2", "1:21: text: the text is not closed on its line; the declaration is skipped"},
+        {"width: 1; text: url(a b); height: 2", "1:21: text: the url() is malformed: put its address in quotes; the declaration is skipped"},
+        {"width: 1; text: url(\"a\" b); height: 2", "1:21: text: the url() is malformed: expected one quoted text; the declaration is skipped"},
+        {"width: 1; text: !important; height: 2", "1:15: text: expected a value; the declaration is skipped"},
+        {"width: 1; text: a !imp; height: 2", "1:23: text: unexpected '!'; the declaration is skipped"},
+        {"width: 1; .x { a: b } text: c; height: 2", "1:15: expected an attribute name, got '.'; the declaration is skipped"},
+        {"width: 1; @media x; height: 2", "1:15: @media is not supported; it is skipped"},
+        {"width: 1; @nest & { a: b } height: 2", "1:15: @nest is not supported; it is skipped"},
+        {"width: 1; text: abc def; height: 2", "1:15: text: expected a quoted text, got 'abc def'; the declaration is skipped"},
+        {"width: 1; width: abc; height: 2", "1:15: width: expected a number, got 'abc'; the declaration is skipped"},
+        {"width: 1; widht: 7; height: 2", "1:15: widht: no attribute has this name; the declaration is skipped"},
+    };
+    for (const Row& row : rows) {
+        INFO(row.declarations);
+        StyleFixture fixture;
+        auto& node = fixture.add("", "N", "n");
+        expectWarning(std::string("StyleEngine # test.css:") + row.warning);
+        fixture.sheet(("N { " + std::string(row.declarations) + " }").c_str());
+        CHECK(node.width == 1.f);
+        CHECK(node.height == 2.f);
+        CHECK_FALSE(node.text.hasValue(Facet::kStyleLayer));
+    }
+}
+
+TEST_CASE("parser: a mistake in a selector costs the rule, and the rules around it hold")
+{
+    struct Row
+    {
+        const char* rule;
+        const char* warning;
+    };
+    const Row rows[] = {
+        {"N + N { text: a }", "2:3: the combinator '+' is not supported"},
+        {"N ~ N { text: a }", "2:3: the combinator '~' is not supported"},
+        {"N, M > { text: a }", "2:7: expected a selector"},
+        {"N, , M { text: a }", "2:4: expected a selector"},
+        {", N { text: a }", "2:1: expected a selector"},
+        {"{ text: a }", "2:1: expected a selector"},
+        {"N[x=y] { text: a }", "2:2: attribute selectors are not supported"},
+        {"[x] { text: a }", "2:1: attribute selectors are not supported"},
+        {"N::before { text: a }", "2:3: pseudo-elements are not supported"},
+        {"N:nth-child(2n+1) { text: a }", "2:3: the pseudo-class ':nth-child()' is not supported"},
+        {"N: { text: a }", "2:3: expected a pseudo-class name after ':'"},
+        {"N. x { text: a }", "2:3: expected a class name after '.'"},
+        {"N.5 { text: a }", "2:2: unexpected '.5' in a selector"},
+        {"N#5 { text: a }", "2:2: '#5' is no id: an id does not begin with a digit"},
+        {"N:not(M N) { text: a }", "2:9: expected ',' or ')': :not() takes a list of simple conditions on one node"},
+        {"N:not() { text: a }", "2:7: expected a selector"},
+        {"N 5 { text: a }", "2:3: unexpected '5' in a selector"},
+        {"} N { text: a }", "2:1: expected a selector, got '}'"},
+        {"N, M! { text: { a: ; } }", "2:5: unexpected '!' in a selector"},
+    };
+    for (const Row& row : rows) {
+        INFO(row.rule);
+        StyleFixture fixture;
+        auto& node = fixture.add("", "N", "n");
+        expectWarning(std::string("StyleEngine # test.css:") + row.warning + "; the rule is skipped");
+        fixture.sheet(("N { width: 1 }\n" + std::string(row.rule) + "\nN { height: 2 }").c_str());
+        CHECK(node.width == 1.f);
+        CHECK(node.height == 2.f);
+        CHECK_FALSE(node.text.hasValue(Facet::kStyleLayer));
+    }
+}
+
+TEST_CASE("parser: an unknown at-rule is skipped whole, with one warning")
+{
+    StyleFixture fixture;
+    auto& node = fixture.add("", "N", "n");
+    expectWarning("StyleEngine # test.css:2:1: @media is not supported; it is skipped");
+    expectWarning("StyleEngine # test.css:3:1: @page is not supported; it is skipped");
+    expectWarning("StyleEngine # test.css:4:3: @font-face is not supported; it is skipped");
+    fixture.sheet("@charset \"utf-8\";\n"
+                  "@media print { N { text: no } N { text: no } }\n"
+                  "@page;\n"
+                  "  @font-face{ text: no }N { width: 1 }");
+    CHECK(node.width == 1.f);
+    CHECK_FALSE(node.text.hasValue(Facet::kStyleLayer));
+}
+
+TEST_CASE("parser: a file that ends too early keeps what it says so far")
+{
+    StyleFixture fixture;
+    auto& node = fixture.add("", "N", "n");
+    SUBCASE("within a block")
+    {
+        expectWarning("StyleEngine # test.css:2:3: the block is not closed; it ends with the file");
+        fixture.sheet("M { height: 1 }\nN { width: 1");
+        CHECK(node.width == 1.f);
+    }
+    SUBCASE("within a function")
+    {
+        expectWarning("StyleEngine # test.css:1:3: the block is not closed; it ends with the file");
+        fixture.sheet("N { color: rgb(255, 0, 0");
+        CHECK(node.color.value() == Bedrock::Color{1.f, 0.f, 0.f, 1.f});
+    }
+    SUBCASE("before a block")
+    {
+        expectWarning("StyleEngine # test.css:2:1: expected '{' after 'N .big'; the rule is skipped");
+        fixture.sheet("N { width: 1 }\nN .big ");
+        CHECK(node.width == 1.f);
+    }
+}
+
+TEST_CASE("parser: empty sheets and rules are no mistakes")
+{
+    StyleFixture fixture;
+    fixture.sheet("");
+    fixture.sheet(" \n\t/* nothing */ ");
+    fixture.sheet("N {} N{;} N { ; ; }");
+}
+
+TEST_CASE("parser: places count lines by any line end, and columns from one")
+{
+    StyleFixture fixture;
+    fixture.add("", "N", "n");
+    expectWarning("StyleEngine # test.css:5:3: a: expected ':' after the attribute name; the declaration is skipped");
+    fixture.sheet("N {\r\n\r/* two\nlines */\n  a }");
+}
+
+TEST_CASE("parser: a value may hold functions, lists and slashes")
+{
+    StyleFixture fixture;
+    auto& node = fixture.add("", "N", "n");
+    fixture.sheet("N { color: rgba(255,0,0,50%); list: a,b , \"c d\" }");
+    CHECK(node.color.value() == Bedrock::Color{1.f, 0.f, 0.f, 0.5f});
+    CHECK(node.list.value() == QStringList{"a", "b", "c d"});
+    const auto declarations = fixture.engine.matchedDeclarations(node);
+    REQUIRE(declarations.size() == 2);
+    CHECK(declarations[0].value == QStringLiteral("rgba(255, 0, 0, 50%)"));
+}
+
+namespace
+{
+class Folder
+{
+public:
+    QString write(const char* name, const char* text)
+    {
+        const QString path = m_folder.filePath(QString::fromUtf8(name));
+        QDir().mkpath(QFileInfo(path).path());
+        QFile file(path);
+        REQUIRE(file.open(QIODevice::WriteOnly));
+        file.write(text);
+        return path;
+    }
+    std::string path(const char* name) { return m_folder.filePath(QString::fromUtf8(name)).toStdString(); }
+
+private:
+    QTemporaryDir m_folder;
+};
+}
+
+TEST_CASE("parser: a file is read, its url()s are relative to it, and messages name it")
+{
+    StyleFixture fixture;
+    Folder folder;
+    auto& node = fixture.add("", "N", "n");
+    const QString path = folder.write("css/a.css", "N { text: url(../img/a.png);\nwidth: x }");
+    expectWarning("StyleEngine # " + path.toStdString() + ":2:1: width: expected a number, got 'x'; the declaration is skipped");
+    CHECK(fixture.engine.loadStyleSheet(path));
+    CHECK(node.text->toStdString() == folder.path("img/a.png"));
+}
+
+TEST_CASE("parser: a file that cannot be read is a warning and leaves the sheets as they are")
+{
+    StyleFixture fixture;
+    auto& node = fixture.add("", "N", "n");
+    fixture.sheet("N { width: 1 }");
+    expectWarning("StyleEngine # Cannot read style sheet '/nowhere/a.css': No such file or directory; it is skipped");
+    CHECK_FALSE(fixture.engine.loadStyleSheet(QStringLiteral("/nowhere/a.css")));
+    CHECK(node.width == 1.f);
+}
+
+TEST_CASE("parser: imported sheets stand before the importing one")
+{
+    StyleFixture fixture;
+    Folder folder;
+    auto& node = fixture.add("", "N", "n");
+    folder.write("base/base.css", "@import 'deep.css'; N { width: 2; height: 2; text: url(x.png) }");
+    folder.write("base/deep.css", "N { width: 3; height: 3; list: deep }");
+    const QString path = folder.write("a.css", "@import url(base/base.css);\nN { width: 1 }");
+    CHECK(fixture.engine.loadStyleSheet(path));
+    CHECK(node.width == 1.f);
+    CHECK(node.height == 2.f);
+    CHECK(node.list.value() == QStringList{"deep"});
+    CHECK(node.text->toStdString() == folder.path("base/x.png"));
+}
+
+TEST_CASE("parser: an import that cannot be, is skipped with its place")
+{
+    StyleFixture fixture;
+    Folder folder;
+    auto& node = fixture.add("", "N", "n");
+    const QString path = folder.write("a.css", "@import 'b.css';\n@import 'gone.css';\n@import;\nN { width: 1 }\n@import 'b.css';");
+    folder.write("b.css", "@import 'a.css'; N { height: 2 }");
+    const std::string a = folder.path("a.css");
+    const std::string b = folder.path("b.css");
+    expectWarning("StyleEngine # " + b + ":1:1: @import: '" + a + "' imports this file itself; it is skipped");
+    expectWarning("StyleEngine # " + a + ":2:1: @import: cannot read '" + folder.path("gone.css") + "': No such file or directory; it is skipped");
+    expectWarning("StyleEngine # " + a + ":3:1: @import: expected one file name in quotes; it is skipped");
+    expectWarning("StyleEngine # " + a + ":5:1: @import must stand before all rules; it is skipped");
+    CHECK(fixture.engine.loadStyleSheet(path));
+    CHECK(node.width == 1.f);
+    CHECK(node.height == 2.f);
+}

@@ -1,0 +1,44 @@
+#include "TestNode.hpp"
+
+namespace CascaraTest
+{
+TestNode::TestNode(const char* type, const char* id) : Cascara::Styleable(static_cast<Facet::Node&>(*this))
+{
+    setCSSType(type);
+    setCSSId(id);
+    updateStyle();
+    m_changes = 0;
+}
+
+StyleFixture::StyleFixture()
+{
+    engine.clearStyleSheets();
+}
+
+StyleFixture::~StyleFixture()
+{
+    nodes.clear();
+    engine.clearStyleSheets();
+}
+
+TestNode& StyleFixture::add(const char* parent, const char* type, const char* id, const char* classes)
+{
+    auto& node = nodes[id];
+    node = std::make_unique<TestNode>(type, id);
+    for (const QByteArray& name : QByteArray(classes).split(' '))
+        if (!name.isEmpty())
+            node->addCSSClass(name);
+    if (*parent)
+        node->setStyleParent(nodes.at(parent).get());
+    return *node;
+}
+
+std::string StyleFixture::styled() const
+{
+    std::string result;
+    for (const auto& [id, node] : nodes)
+        if (node->width.hasValue(Facet::kStyleLayer))
+            result += (result.empty() ? "" : " ") + id;
+    return result;
+}
+}
