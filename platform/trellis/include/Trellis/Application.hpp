@@ -55,11 +55,22 @@ public:
     void removeInputSource(Tactile::InputSource& source);
     /// Null for none. Not owned.
     void setDragObserver(DragObserver* observer);
+    /// A touch is a tap when its finger stays within `distancePx` (12) and lets go before `seconds` (0.5) of frame time;
+    /// a finger that goes further drags.
+    void setTapLimits(float distancePx, double seconds);
 
     /// One frame of `dtSeconds` (below zero counts as zero). Pumps Qt's events first.
     void frame(double dtSeconds);
     [[nodiscard]] double time() const noexcept;
     [[nodiscard]] long frameNumber() const noexcept;
+
+    /// Work done so far; for tests of precision.
+    struct Counters
+    {
+        long widgetsArranged = 0; ///< widgets whose children were placed anew, in the whole process
+        long widgetsVisited = 0;  ///< visits of updating widgets and widgets with operators
+    };
+    [[nodiscard]] Counters counters() const noexcept;
 
     /// Scene areas that must be drawn anew since `takeDamage` was last called; a frame in which nothing changed adds none.
     [[nodiscard]] const std::vector<Vecta::Rect>& damage() const noexcept;
@@ -88,6 +99,9 @@ public:
 private:
     friend class Widget;
     struct Private;
+
+    void takeInput(double dtSeconds);
+
     std::unique_ptr<Private> d;
 };
 }

@@ -40,7 +40,7 @@ public:
 
 private:
     friend class Application;
-    friend class Widget;
+    friend class WidgetInput;
     struct Private;
     std::unique_ptr<Private> d;
 };

@@ -23,6 +23,7 @@ public:
     [[nodiscard]] Facet::Node* host() const noexcept;
 
 private:
+    friend class GrabManager;
     Widget& m_host;
 };
 }

@@ -108,6 +108,8 @@ public:
     /// To the top (or bottom) of its siblings; with `recursive` every ancestor as well. The flow keeps its order.
     void raiseToTop(bool recursive = false);
     void lowerToBottom();
+    /// Whether `other` is this widget or stands somewhere below it.
+    [[nodiscard]] bool isAncestorOf(const Widget& other) const noexcept;
     /// Descendants of that CSS type, depth first, in child order; the widget itself is not among them.
     [[nodiscard]] Widget* findByType(const QByteArray& type) const;
     [[nodiscard]] std::vector<Widget*> findAllByType(const QByteArray& type) const;
@@ -172,11 +174,22 @@ protected:
     void attributeChanged(Facet::Attribute& attribute) override;
 
 private:
+    friend class Application;
+    friend class DamageTracker;
+    friend class FadeAnimator;
+    friend class FrameUpdater;
+    friend class HitTest;
     friend class LayoutEngine;
+    friend class LocationAttribute;
+    friend class MotionController;
     friend class ScenePainter;
     friend class WidgetInput;
-    friend class FrameUpdater;
     struct Private;
+
+    void attachTo(Widget& parent);
+    void detachFromParent();
+    void enterTree();
+    void leaveTree();
 
     Widget* m_parent = nullptr;
     std::vector<Bedrock::IntrusivePtr<Widget>> m_children;

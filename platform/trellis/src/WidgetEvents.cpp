@@ -1,0 +1,10 @@
+#include "WidgetEvents.hpp"
+
+namespace Trellis::WidgetEvents
+{
+const Facet::EventName kInteractionBegin("interaction-begin");
+const Facet::EventName kInteractionEnd("interaction-end");
+const Facet::EventName kSingleTap("single-tap");
+const Facet::EventName kMarkerDown("marker-down");
+const Facet::EventName kMarkerUp("marker-up");
+}
