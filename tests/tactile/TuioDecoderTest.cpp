@@ -208,10 +208,13 @@ TEST_CASE("tuio decoder: frames are counted for each profile and source by itsel
     Bench bench;
     CHECK(bench.feed(fingers(500, {1}, {1})) == "appear 1");
     CHECK(bench.feed(cards(450, {1}, {1})) == "appear 1");
-    CHECK(bench.feed(fingers(460, {1}, {1}, 0.1f, "other@host")) != "");
-    CHECK(bench.drops(TuioDrop::Late) == 0);
+    CHECK(bench.feed(fingers(501, {1}, {1}, 0.6f)) == "move 1");
     bench.sender = SenderAddress::fromIpv4(127, 0, 0, 1, 5001);
     CHECK(bench.feed(fingers(470, {1}, {1})) == "appear 1");
+    bench.sender = SenderAddress::fromIpv4(127, 0, 0, 1, 5002);
+    CHECK(bench.feed(fingers(480, {1}, {1}, 0.5f, "left@cam")) == "appear 1");
+    CHECK(bench.feed(fingers(460, {1}, {1}, 0.5f, "right@cam")) == "appear 1");
+    CHECK(bench.feed(fingers(481, {1}, {1}, 0.6f, "left@cam")) == "move 1");
     CHECK(bench.drops(TuioDrop::Late) == 0);
 }
 

@@ -17,6 +17,7 @@ namespace
 using Change = InputChange::Kind;
 
 constexpr std::size_t kUsualContacts = 64;
+constexpr double kTimeSlack = 1e-6; // frame times are sums of steps, and ten tenths are not quite one
 constexpr std::size_t kMaxDoubledCodes = 256; // what is warned of, so that a mad sender does not fill the log
 }
 
@@ -209,7 +210,7 @@ struct ContactTracker::Private
     void loseSilentSources()
     {
         for (std::size_t i = 0; i < sources.size(); ++i) {
-            if (!sources[i].isKnown || now - sources[i].lastSeen < settings.lostSenderSeconds)
+            if (!sources[i].isKnown || now - sources[i].lastSeen < settings.lostSenderSeconds - kTimeSlack)
                 continue;
             sources[i].isKnown = false;
             const auto index = static_cast<std::uint16_t>(i);
@@ -261,7 +262,7 @@ struct ContactTracker::Private
     void endHolds()
     {
         for (std::size_t i = 0; i < markers.size();) {
-            if (markers[i].isHeld && now - markers[i].heldSince >= settings.holdSeconds)
+            if (markers[i].isHeld && now - markers[i].heldSince >= settings.holdSeconds - kTimeSlack)
                 markerEnds(markers[i]);
             else
                 ++i;

@@ -14,7 +14,8 @@ namespace Tactile
 ///
 /// - A frame takes effect at its fseq: all of it, or none. A malformed message drops its whole packet.
 /// - Frames are ordered for each source and profile by itself. A source is known by what it calls itself, else by the
-///   address it sends from, and always within one listener.
+///   address it sends from, and always within one listener. The name of a source message holds for what the same address
+///   sends later, until it gives another.
 /// - A contact appears with its first position and vanishes when it is missing in an alive list.
 /// - Positions are clamped to 0..1, angles wrapped to [0, 2π).
 ///

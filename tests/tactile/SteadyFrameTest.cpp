@@ -1,0 +1,63 @@
+#include "TestTable.hpp"
+
+#include <doctest/doctest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+// Counts every allocation of this program and its libraries.
+namespace
+{
+std::atomic<long> allocations{0};
+}
+
+void* operator new(std::size_t size)
+{
+    ++allocations;
+    if (void* p = std::malloc(size == 0 ? 1 : size))
+        return p;
+    throw std::bad_alloc();
+}
+void operator delete(void* p) noexcept
+{
+    std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept
+{
+    std::free(p);
+}
+
+TEST_CASE("steady frames: cards and fingers that move, come and go allocate nothing")
+{
+    auto settings = TestTable::plainSettings();
+    settings.tracker.smoothing = true;
+    TestTable table(settings);
+    // Packets are made beforehand: what is measured is the table.
+    std::vector<std::vector<char>> packets;
+    for (std::int32_t frame = 1; frame <= 400; ++frame) {
+        std::vector<TestTable::Card> cards;
+        std::vector<TestTable::Finger> fingers;
+        const float shift = 0.0005f * float(frame);
+        for (std::int32_t i = 0; i < 8; ++i)
+            cards.push_back({i, 1001 + i, 0.1f * float(i) + shift, 0.9f, shift});
+        for (std::int32_t i = 0; i < 20; ++i) // each finger is lifted and put down again at times
+            fingers.push_back({i + 100 * (frame / 30), 0.04f * float(i) + shift, 0.2f});
+        packets.push_back(TestTable::cardsPacket(frame, cards));
+        packets.push_back(TestTable::fingersPacket(frame, fingers));
+    }
+    long before = 0;
+    std::size_t changes = 0;
+    for (std::size_t i = 0; i < packets.size(); i += 2) {
+        if (i == 200)
+            before = allocations;
+        table.datagrams->send(packets[i]);
+        table.datagrams->send(packets[i + 1]);
+        table.frame();
+        changes += table.sample.changes.size();
+    }
+    const long after = allocations;
+    CHECK(before > 0);
+    CHECK(changes > 400u * 20u);
+    CHECK(after - before == 0);
+}
