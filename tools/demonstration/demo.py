@@ -1,0 +1,107 @@
+"""Opens the museum's table for a visitor, or plays a visit by itself and reports what happened."""
+import argparse
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+
+from first_visit import FirstVisit  # noqa: E402
+from programs import Failure, MediaServer, Table  # noqa: E402
+from report import Report  # noqa: E402
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+PRESENTATION = os.path.join(ROOT, "presentations", "gallery")
+VISITS = {"first": FirstVisit}
+PAGE_PORT = 8180
+
+
+def open_table(build, headless):
+    """A table for people: until the window is closed or Ctrl-C is pressed."""
+    data = os.path.join(os.environ.get("XDG_DATA_HOME") or os.path.expanduser("~/.local/share"), "tavola", "demonstration")
+    os.makedirs(data, exist_ok=True)
+    headless = headless or not (os.environ.get("DISPLAY") or os.environ.get("WAYLAND_DISPLAY"))
+    media_server = MediaServer(build, os.path.join(PRESENTATION, "media"), data, PAGE_PORT)
+    command = [os.path.join(build, "bin", "tavola"), "run", PRESENTATION, "--media-server", media_server.address,
+               "--data", data]
+    if headless:
+        command += ["--headless", "--inspect", "8181"]
+    print("\nThe Small Museum is open.\n")
+    if headless:
+        print("  There is no display here, so the table runs without a window.\n"
+              "  Look at it:      http://127.0.0.1:8181/screenshot.png\n"
+              f"  Visit it:        {build}/bin/tavola-visit VISIT (TUIO on 127.0.0.1:3333); see --help there\n"
+              "  Or play a visit: tools/demo --headless --out DIR")
+    else:
+        print("  Hold the key 1 and click on the table: Ann's card comes down and her personal space opens.\n"
+              "  Drag pictures, documents and links onto it with the mouse.\n"
+              "  The keys 2 to 7 are other people's cards. The wheel turns a card, Shift and a click lift it.")
+    print(f"  What is collected is listed on the person's page, at {media_server.address}p/…: the space shows the\n"
+          "  whole address and its QR code.\n"
+          "  To end, close the window or press Ctrl-C.\n", flush=True)
+    try:
+        return subprocess.call(command)
+    except KeyboardInterrupt:
+        return 0
+    finally:
+        media_server.stop()
+
+
+def play(build, visit, out):
+    """Plays a visit by datagrams on loopback ports that the system chooses."""
+    os.makedirs(out, exist_ok=True)
+    for name in os.listdir(out):
+        if name == "report.json" or name[:2].isdigit() and name.endswith(".png"):
+            os.remove(os.path.join(out, name))
+    folder = tempfile.mkdtemp(prefix="tavola-visit-")
+    programs = []
+    try:
+        media_server = MediaServer(build, os.path.join(PRESENTATION, "media"), folder)
+        programs.append(media_server)
+        table = Table(build, PRESENTATION, media_server.address, os.path.join(folder, "data"))
+        programs.append(table)
+        report = Report(out, table)
+        played = VISITS[visit](build, table, media_server)
+        programs.append(played.visitor)
+        print(f"The visit \"{visit}\":")
+        for name, action in played.steps():
+            if not report.step(name, action):
+                break
+        held = report.write(media_server)
+        played.visitor.stop()
+        ended = table.stop()
+        if held and ended != 0:
+            raise Failure(f"the table ended with {ended}: {table.error_text()}")
+        print(f"Report and pictures are in {out}")
+        return 0 if held else 1
+    except Failure as failure:
+        print(f"tools/demo: {failure}", file=sys.stderr)
+        return 1
+    finally:
+        for program in reversed(programs):
+            program.stop()
+        shutil.rmtree(folder, ignore_errors=True)
+
+
+def main():
+    parser = argparse.ArgumentParser(
+        prog="tools/demo", description="Builds the project and opens the museum's table; or plays a visit by itself.")
+    parser.add_argument("--headless", action="store_true", help="no window")
+    parser.add_argument("--out", metavar="DIR", help="play a visit by itself and write its pictures and report.json here")
+    parser.add_argument("--visit", choices=sorted(VISITS), default="first", help="which visit to play (default: first)")
+    parser.add_argument("--build", metavar="DIR", default=os.path.join(ROOT, "build", "demo"), help="where the programs were built")
+    options = parser.parse_args()
+    build = os.path.abspath(options.build)
+    if options.out:
+        return play(build, options.visit, os.path.abspath(options.out))
+    try:
+        return open_table(build, options.headless)
+    except Failure as failure:
+        print(f"tools/demo: {failure}", file=sys.stderr)
+        return 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())

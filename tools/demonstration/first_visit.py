@@ -1,0 +1,134 @@
+"""The first visit: Ann puts her card down, collects a picture and a link, and finds them again."""
+import os
+import tempfile
+
+from programs import Failure, Visitor, by_class, by_id, by_type, centre, decode_qr, value
+from report import page_entries, unquote
+
+CARD = (1150, 560)
+DROP = (1150, 520)
+
+
+def require(condition, what):
+    if not condition:
+        raise Failure(what)
+
+
+def script(tree):
+    moons = centre(by_id(tree, "paper-moons")[0])
+    link = centre(by_id(tree, "opening-hours")[0])
+    return f"""
+size 1920 1080
+at 0.2  card 1001 down {CARD[0]} {CARD[1]} angle 0
+at 1.5  finger 1 down {moons[0]:.0f} {moons[1]:.0f}
+at 1.6  finger 1 move {DROP[0]} {DROP[1]} over 0.8
+at 3.0  finger 1 up
+at 4.0  finger 2 down {link[0]:.0f} {link[1]:.0f}
+at 4.1  finger 2 move {DROP[0]} {DROP[1] + 30} over 0.8
+at 5.4  finger 2 up
+at 7.0  card 1001 up
+at 90.0 card 1001 down {CARD[0]} {CARD[1]} angle 0
+at 93.0 card 1001 move {CARD[0]} {CARD[1]}
+"""
+
+
+class FirstVisit:
+    def __init__(self, build, table, media_server):
+        self.table = table
+        self.media_server = media_server
+        self.visitor = Visitor(build, table, script(table.tree()))
+
+    def steps(self):
+        return [
+            ("the table is ready", self.ready),
+            ("Ann's card opens her personal space at the card", self.card_opens_space),
+            ("a picture dragged over the space is welcome", self.picture_hovers),
+            ("the picture and a link become two tiles", self.two_tiles),
+            ("both are uploaded", self.uploaded),
+            ("her page lists both", self.page),
+            ("the space shows the page's address and a QR code that leads there", self.qr),
+            ("the space stays when the card is lifted", self.card_up),
+            ("the space closes when nobody touches it", self.closes),
+            ("the same card finds the same tiles again", self.again),
+        ]
+
+    def space(self):
+        spaces = by_type(self.table.tree(), "PersonalSpaceWidget")
+        require(len(spaces) == 1, f"{len(spaces)} personal spaces are open instead of one")
+        return spaces[0]
+
+    def tiles(self):
+        return by_class(self.space(), "container")
+
+    def ready(self):
+        self.table.frames(3)
+        self.table.wait_until("the pictures", lambda: self.table.get("/status")["pendingImages"] == 0)
+        require(len(by_type(self.table.tree(), "ContentWidget")) >= 8, "pictures are missing")
+
+    def card_opens_space(self):
+        self.visitor.play_until(1.0)
+        space = self.space()
+        x, y = centre(space)
+        require(abs(x - CARD[0]) < 2 and abs(y - CARD[1]) < 2, f"the space's centre is at {x:.1f}, {y:.1f}, not at the card")
+        title = unquote(value(by_class(space, "title")[0], "text"))
+        require(title == "Hi, Ann", f'the title is "{title}"')
+
+    def picture_hovers(self):
+        self.visitor.play_until(2.8)
+        require("valid-hover" in self.space()["pseudoClasses"], "the space does not welcome the picture")
+
+    def two_tiles(self):
+        self.visitor.play_until(3.9)
+        require(len(self.tiles()) == 1, f"{len(self.tiles())} tiles after the first drop")
+        self.visitor.play_until(6.4)
+        require(len(self.tiles()) == 2, f"{len(self.tiles())} tiles after the second drop")
+
+        def previews():
+            images = [image for tile in self.tiles() for image in by_type(tile, "ImageWidget")
+                      if "status-icon" not in image["classes"]]
+            return len(images) == 2 and all(unquote(value(image, "source")) for image in images)
+        self.table.wait_until("the tiles' previews", previews)
+
+    def uploaded(self):
+        self.table.wait_until("both tiles to be uploaded",
+                              lambda: all("uploaded" in tile["classes"] for tile in self.tiles()))
+
+    def page(self):
+        url = unquote(value(self.space(), "user-page-url"))
+        require(url.startswith(self.media_server.address + "p/"), f'the page\'s address is "{url}"')
+        require("1001" not in url.rsplit("/", 1)[1], "the card's number is in the page's address")
+        text = page_entries(url)
+        for name in ("Paper moons", "Opening hours and tickets"):
+            require(name in text, f"the page does not list {name}")
+
+    def qr(self):
+        space = self.space()
+        url = unquote(value(space, "user-page-url"))
+        link = unquote(value(by_class(space, "user-page-link")[0], "text"))
+        require(link == url, f'the link shows "{link}"')
+        self.table.wait_until("the QR picture", lambda: unquote(value(by_class(self.space(), "qr-icon")[0], "source")))
+        self.table.frames(2, 0)
+        self.table.wait_until("the QR picture", lambda: self.table.get("/status")["pendingImages"] == 0)
+        with tempfile.TemporaryDirectory() as folder:
+            picture = os.path.join(folder, "table.png")
+            self.table.screenshot(picture)
+            codes = decode_qr(picture)
+        require(codes == [url], f"the table's QR codes say {codes}, not {url}")
+
+    def card_up(self):
+        self.visitor.play_until(9.0)
+        require(self.table.get("/input")["sources"][0]["markers"] == 0, "the card is still on the table")
+        self.space()
+
+    def closes(self):
+        self.visitor.play_until(89.0)
+        require(not by_type(self.table.tree(), "PersonalSpaceWidget"), "the space is still open")
+
+    def again(self):
+        self.visitor.play_until(91.5)
+        require(len(self.tiles()) == 2, f"{len(self.tiles())} tiles instead of two")
+        self.table.wait_until("both tiles to show that they are uploaded",
+                              lambda: all("uploaded" in tile["classes"] for tile in self.tiles()))
+        self.table.wait_until("the page's address", lambda: unquote(value(self.space(), "user-page-url")))
+        self.table.frames(30)
+        self.table.wait_until("the pictures", lambda: self.table.get("/status")["pendingImages"] == 0)

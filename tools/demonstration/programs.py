@@ -1,0 +1,196 @@
+"""The programs of a demonstration: started, looked at through their own doors, and ended."""
+import json
+import os
+import re
+import shutil
+import subprocess
+import tempfile
+import threading
+import time
+import urllib.error
+import urllib.request
+
+
+class Failure(Exception):
+    """Something did not come about; the text says what."""
+
+
+class Program:
+    """A running program whose first lines on standard output tell where it can be reached."""
+
+    def __init__(self, command, environment=None, wait_for=(), seconds=30):
+        self.command = command
+        self.lines = []
+        self._arrived = threading.Condition()
+        self.errors = tempfile.NamedTemporaryFile("w+", prefix="tavola-demo-", suffix=".log")
+        self.process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=self.errors, stdin=subprocess.PIPE,
+                                        text=True, env={**os.environ, **(environment or {})})
+        threading.Thread(target=self._read, daemon=True).start()
+        self.found = [self._wait(pattern, seconds) for pattern in wait_for]
+
+    def _read(self):
+        for line in self.process.stdout:
+            with self._arrived:
+                self.lines.append(line.rstrip("\n"))
+                self._arrived.notify_all()
+        with self._arrived:
+            self.lines.append(None)
+            self._arrived.notify_all()
+
+    def _wait(self, pattern, seconds):
+        deadline = time.monotonic() + seconds
+        with self._arrived:
+            while True:
+                for line in self.lines:
+                    match = line is not None and re.search(pattern, line)
+                    if match:
+                        return match
+                if None in self.lines or time.monotonic() > deadline:
+                    raise Failure(f"{os.path.basename(self.command[0])} did not start: {self.error_text()}")
+                self._arrived.wait(deadline - time.monotonic())
+
+    def error_text(self):
+        self.errors.flush()
+        with open(self.errors.name, encoding="utf-8", errors="replace") as file:
+            return file.read().strip()[-2000:] or "it said nothing"
+
+    def stop(self):
+        if self.process.poll() is None:
+            self.process.terminate()
+            try:
+                self.process.wait(10)
+            except subprocess.TimeoutExpired:
+                self.process.kill()
+                self.process.wait()
+        return self.process.returncode
+
+
+def fetch(address, data=None, seconds=30):
+    """The body of an HTTP answer; Failure for anything but success."""
+    request = urllib.request.Request(address, data=data, method="GET" if data is None else "POST")
+    try:
+        with urllib.request.build_opener(urllib.request.ProxyHandler({})).open(request, timeout=seconds) as answer:
+            return answer.read()
+    except urllib.error.HTTPError as error:
+        raise Failure(f"{address} answered {error.code}: {error.read()[:300]!r}") from error
+    except OSError as error:
+        raise Failure(f"{address} cannot be reached: {error}") from error
+
+
+class MediaServer(Program):
+    def __init__(self, build, content, folder, port=0):
+        super().__init__([os.path.join(build, "bin", "tavola-mediaserver"), "--port", str(port), "--content", content,
+                          "--database", os.path.join(folder, "pages.sqlite")],
+                         wait_for=[r"listening on (http://\S+/)"])
+        self.address = self.found[0].group(1)
+
+    def command_answer(self, command):
+        return json.loads(fetch(self.address, json.dumps(command).encode()))
+
+
+class Table(Program):
+    """The table under a manual clock, its widgets read through the inspector."""
+
+    def __init__(self, build, presentation, media_server, folder):
+        super().__init__([os.path.join(build, "bin", "tavola"), "run", presentation, "--headless", "--manual-clock",
+                          "--inspect", "0", "--tuio", "127.0.0.1:0", "--media-server", media_server,
+                          "--data", folder],
+                         environment={"QT_QPA_PLATFORM": "offscreen"},
+                         wait_for=[r"TUIO on \S+:(\d+)", r"inspector on (http://\S+?)/$", r"is open$"])
+        self.tuio_port = int(self.found[0].group(1))
+        self.inspector = self.found[1].group(1)
+
+    def get(self, path):
+        return json.loads(fetch(self.inspector + path))
+
+    def frames(self, count=1, dt=1 / 60):
+        fetch(f"{self.inspector}/frames?count={count}&dt={dt}", b"")
+
+    def screenshot(self, path):
+        with open(path, "wb") as file:
+            file.write(fetch(self.inspector + "/screenshot.png"))
+
+    def tree(self):
+        return self.get("/tree")
+
+    def wait_until(self, what, condition, seconds=30):
+        """Runs frames without letting their time pass until `condition` gives something; for what comes over a network or
+        from a worker thread."""
+        deadline = time.monotonic() + seconds
+        while True:
+            result = condition()
+            if result:
+                return result
+            if time.monotonic() > deadline:
+                raise Failure(f"waited {seconds} s in vain for {what}")
+            self.frames(1, 0)
+
+
+class Visitor(Program):
+    """tavola-visit, kept in step with the table frame by frame."""
+
+    FRAME = 1 / 60
+
+    def __init__(self, build, table, script):
+        self.file = tempfile.NamedTemporaryFile("w", suffix=".visit", encoding="utf-8")
+        self.file.write(script)
+        self.file.flush()
+        super().__init__([os.path.join(build, "bin", "tavola-visit"), self.file.name, "--to",
+                          f"127.0.0.1:{table.tuio_port}", "--step"])
+        self.table = table
+        self.now = 0.0
+        self._before = table.get("/input")["datagramsReceived"]
+
+    def play_until(self, seconds):
+        """Plays the script up to that time: each datagram has arrived before the frame it belongs to runs."""
+        while self.now < seconds - 1e-9:
+            self.now = min(self.now + self.FRAME, seconds)
+            answers = len(self.lines)
+            self.process.stdin.write(f"{self.now:.6f}\n")
+            self.process.stdin.flush()
+            with self._arrived:
+                if not self._arrived.wait_for(lambda: len(self.lines) > answers, 20) or self.lines[-1] is None:
+                    raise Failure(f"the visitor stopped: {self.error_text()}")
+                sent = int(self.lines[-1])
+            deadline = time.monotonic() + 20
+            while self.table.get("/input")["datagramsReceived"] - self._before < sent:
+                if time.monotonic() > deadline:
+                    raise Failure("datagrams were lost on the way to the table")
+            self.table.frames(1, self.FRAME)
+
+
+def find(tree, predicate):
+    """Widgets of a tree, depth first, for which `predicate` holds."""
+    found = [tree] if predicate(tree) else []
+    for child in tree["children"]:
+        found += find(child, predicate)
+    return found
+
+
+def by_type(tree, name):
+    return find(tree, lambda widget: widget["type"] == name)
+
+
+def by_class(tree, name):
+    return find(tree, lambda widget: name in widget["classes"])
+
+
+def by_id(tree, name):
+    return find(tree, lambda widget: widget["cssId"] == name)
+
+
+def value(widget, attribute):
+    return widget["attributes"].get(attribute, {}).get("value", "")
+
+
+def centre(widget):
+    rect = widget["rect"]
+    return rect["x"] + rect["width"] / 2, rect["y"] + rect["height"] / 2
+
+
+def decode_qr(path):
+    """What the QR codes in a picture say; Failure where no decoder is installed."""
+    if not shutil.which("zbarimg"):
+        raise Failure("zbarimg is not installed (Debian package zbar-tools)")
+    result = subprocess.run(["zbarimg", "--quiet", "--raw", path], capture_output=True, text=True, check=False)
+    return result.stdout.split()

@@ -1,0 +1,102 @@
+"""What a played visit found: steps with pictures, and the state of the personal spaces as the programs tell it."""
+import html
+import json
+import os
+import re
+import traceback
+
+from programs import Failure, by_class, by_type, fetch, value
+
+
+def unquote(text):
+    """An attribute's text as the style sheet writes it, without its quotes."""
+    if len(text) > 1 and text[0] == text[-1] == '"':
+        return re.sub(r"\\(.)", r"\1", text[1:-1])
+    return text
+
+
+class Report:
+    def __init__(self, folder, table):
+        self.folder = folder
+        self.table = table
+        self.steps = []
+
+    def step(self, name, action):
+        """Runs one step, photographs the table and notes whether the step held. False ends the visit."""
+        number = len(self.steps) + 1
+        error = None
+        try:
+            action()
+        except Failure as failure:
+            error = str(failure)
+        except Exception:  # a mistake of the visit's own: report it like any other failure
+            error = traceback.format_exc()
+        try:
+            slug = re.sub(r"[^a-z0-9]+", "-", name.lower()).strip("-")[:60]
+            self.table.screenshot(os.path.join(self.folder, f"{number:02d}-{slug}.png"))
+        except Failure as failure:
+            error = error or str(failure)
+        self.steps.append({"name": name, "ok": error is None, **({"error": error} if error else {})})
+        print(f"  {'ok  ' if error is None else 'FAIL'} {name}" + (f"\n       {error}" if error else ""), flush=True)
+        return error is None
+
+    def write(self, media_server):
+        warnings = []
+        spaces = []
+        try:
+            warnings = [line["text"] for line in self.table.get("/log") if line["level"] in ("warning", "error")]
+            spaces = spaces_of(self.table, media_server)
+        except Failure as failure:
+            self.steps.append({"name": "the programs still answer", "ok": False, "error": str(failure)})
+        report = {"steps": self.steps, "spaces": spaces, "warnings": warnings}
+        with open(os.path.join(self.folder, "report.json"), "w", encoding="utf-8") as file:
+            json.dump(report, file, ensure_ascii=False, indent=2)
+            file.write("\n")
+        return all(step["ok"] for step in self.steps)
+
+
+STATUS = {"uploaded": "Uploaded", "failed": "Failed"}
+
+
+def spaces_of(table, media_server):
+    """The open personal spaces: title, page and tiles from the widget tree; whose card it is from the media server, which
+    knows the page of every card that collected something; the items' names from what visitors did (analytics), in the
+    order of the tiles."""
+    tree = table.tree()
+    names = {widget["id"]: unquote(value(widget, "display-name")) for widget in walk(tree)}
+    collected = {}
+    for event in table.get("/analytics"):
+        data = event["data"]
+        items = collected.setdefault(int(data["code"]), [])
+        if event["type"] == "widget-added-to-personal-space":
+            items.append(int(data["widgetId"]))
+        elif event["type"] == "widget-removed-from-personal-space" and int(data["widgetId"]) in items:
+            items.remove(int(data["widgetId"]))
+    page_of = {media_server.command_answer({"command": "getuserpage", "tessel": code})["userpageurl"]: code
+               for code in collected}
+    spaces = []
+    for space in by_type(tree, "PersonalSpaceWidget"):
+        url = unquote(value(space, "user-page-url"))
+        code = page_of.get(url)
+        titles = by_class(space, "title")
+        tiles = by_class(space, "container")
+        items = []
+        for index, tile in enumerate(tiles):
+            states = [STATUS[name] for name in tile["classes"] if name in STATUS]
+            widget = collected.get(code, [])[index] if index < len(collected.get(code, [])) else None
+            items.append({"displayName": names.get(widget), "status": states[0] if states else "Waiting"})
+        spaces.append({"code": code, "title": unquote(value(titles[0], "text")) if titles else None,
+                       "userPageUrl": url, "items": items})
+    return spaces
+
+
+def walk(widget):
+    yield widget
+    for child in widget["children"]:
+        yield from walk(child)
+
+
+def page_entries(address):
+    """The text of a person's page, without tags."""
+    text = fetch(address).decode("utf-8")
+    return html.unescape(re.sub(r"<[^>]+>", " ", text))
