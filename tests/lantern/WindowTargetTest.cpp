@@ -79,7 +79,10 @@ TEST_CASE("window target: mouse, touch, keys, wheel, size and close reach the li
 TEST_CASE("window target: a part that is not painted again keeps its look")
 {
     Heard heard;
-    WindowTarget target(smallWindow(), &heard);
+    WindowOptions options = smallWindow();
+    SUBCASE("raster") {}
+    SUBCASE("OpenGL where there is one") { options.drawing = WindowOptions::Drawing::OpenGl; }
+    WindowTarget target(options, &heard);
     REQUIRE(TestSupport::pumpUntil([&] { return heard.isExposed; }));
     const auto fill = [](Bedrock::Color color) {
         return [color](Lantern::RenderContext& c) { c.drawRect({0, 0, 500, 500}, 0.f, Lantern::Style().setFill(color)); };
@@ -96,7 +99,7 @@ TEST_CASE("window target: a window that cannot be seen is not drawn")
 {
     WindowTarget target(smallWindow(), nullptr);
     target.window().hide();
-    QCoreApplication::processEvents();
+    REQUIRE(TestSupport::pumpUntil([&] { return !target.window().isExposed(); }));
     int calls = 0;
     target.paint(QRegion(0, 0, 120, 80), [&](Lantern::RenderContext&) { ++calls; });
     CHECK(calls == 0);

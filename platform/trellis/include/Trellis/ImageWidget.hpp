@@ -2,13 +2,17 @@
 
 #include <Trellis/Widget.hpp>
 
+#include <QImage>
+#include <QString>
+
 namespace Trellis
 {
 /// Shows a picture from a file. Pictures are read off the main thread at the size they are shown, and shared between
 /// widgets; until one is there (or when it cannot be read: one warning) the widget shows its background.
 ///
-/// Attributes: "source" (file), "fit" (contain, cover, stretch).
+/// Attributes: "source" (file), "fit" (contain, cover, stretch). Corners follow "border-radius".
 /// A width or height that is auto follows the picture's proportions.
+/// Events: "image-loaded", each time a picture was read (also again, larger, when the widget has grown).
 class TAVOLA_EXPORT ImageWidget : public Widget
 {
 public:
@@ -24,8 +28,9 @@ public:
     [[nodiscard]] QString source() const;
     /// Whether the picture of the present source has been read and shows.
     [[nodiscard]] bool isLoaded() const;
+    /// The picture as it was read, in general smaller than the file's; null while none shows.
+    [[nodiscard]] QImage image() const;
 
-    void update(const FrameInfo& frame) override;
     void renderContent(Lantern::RenderContext& context) const override;
 
 protected:
@@ -33,6 +38,7 @@ protected:
     void attributeChanged(Facet::Attribute& attribute) override;
 
 private:
+    friend class ImageTileWidget;
     struct ImagePrivate;
     std::unique_ptr<ImagePrivate> d;
 };

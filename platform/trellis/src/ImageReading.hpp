@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QImage>
+#include <QString>
+
+namespace Trellis
+{
+/// How large a picture is wanted. Sizes come in powers of two, so that a widget that grows a little needs no new picture,
+/// and widgets of nearly one size share theirs.
+struct ImageSize
+{
+    enum class Side
+    {
+        Longest, ///< the picture will stand inside a square of `edgePx`
+        Shortest ///< it will fill one
+    };
+    Side side = Side::Longest;
+    int edgePx = 0; ///< 0: as large as the picture is, within kLargestUnknownPx
+
+    /// The power of two (at least 64) that is not below the longer side of a box.
+    [[nodiscard]] static ImageSize forBox(float widthPx, float heightPx, Side side);
+    friend bool operator==(const ImageSize& a, const ImageSize& b) { return a.side == b.side && a.edgePx == b.edgePx; }
+};
+
+/// A picture as it was read; null with a reason when it could not be.
+struct ReadImage
+{
+    QImage image;   ///< RGB32, or ARGB32 premultiplied when it has alpha
+    QSize fullSize; ///< the file's, upright
+    QString error;
+};
+
+/// Larger ones are refused before any pixel is read.
+constexpr qint64 kMostPixels = 200'000'000;
+constexpr int kLargestUnknownPx = 2048;
+
+/// Reads a picture, turned as its file says, scaled down to the wanted size and never up. Any thread; blocks.
+[[nodiscard]] ReadImage readImage(const QString& path, const ImageSize& wanted);
+}
