@@ -1,0 +1,163 @@
+#include "TestTable.hpp"
+
+#include <Tactile/UdpDatagramSource.hpp>
+
+#include <doctest/doctest.h>
+
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <chrono>
+
+namespace
+{
+struct Outcome
+{
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+Outcome run(const QStringList& arguments)
+{
+    QProcess process;
+    process.start(QStringLiteral(VISIT_PROGRAM), arguments);
+    Outcome outcome;
+    if (process.waitForFinished(30000) && process.exitStatus() == QProcess::NormalExit)
+        outcome.exitCode = process.exitCode();
+    outcome.out = QString::fromUtf8(process.readAllStandardOutput());
+    outcome.err = QString::fromUtf8(process.readAllStandardError());
+    return outcome;
+}
+
+QString write(const QTemporaryDir& dir, const QByteArray& text)
+{
+    QFile file(dir.filePath(QStringLiteral("visit.txt")));
+    REQUIRE(file.open(QIODevice::WriteOnly));
+    file.write(text);
+    return file.fileName();
+}
+
+/// A table that hears real datagrams.
+struct Hall
+{
+    Hall() : input(TestTable::plainSettings())
+    {
+        Tactile::UdpSettings settings;
+        settings.port = 0;
+        auto source = std::make_unique<Tactile::UdpDatagramSource>(settings);
+        auto* udp = source.get();
+        REQUIRE(input.addSource(std::move(source)));
+        target = QStringLiteral("127.0.0.1:%1").arg(udp->port());
+    }
+    Tactile::TuioInput input;
+    Tactile::Sample sample;
+    QString target;
+};
+
+const QByteArray kVisit = "size 1000 1000\n"
+                          "at 0 card 1001 down 500 250 angle 90\n"
+                          "at 0.05 finger 1 tap 100 100\n";
+}
+
+TEST_CASE("visit program: what it plays reaches a table, and a card that the script left stays")
+{
+    const QTemporaryDir dir;
+    Hall hall;
+    const Outcome outcome = run({write(dir, kVisit), QStringLiteral("--to"), hall.target});
+    CHECK(outcome.exitCode == 0);
+    CHECK(outcome.err == QString());
+    // At least: the whole, the tap's down and up, the whole twice.
+    REQUIRE(hall.input.waitForDatagrams(8, std::chrono::seconds(10)));
+    hall.input.takeSample(0.0, hall.sample);
+    REQUIRE(hall.sample.markers.size() == 1);
+    CHECK(hall.sample.markers[0].code() == 1001);
+    CHECK(hall.sample.markers[0].centerLocation() == Vecta::Vector2f(500.f, 250.f));
+    CHECK(hall.sample.markers[0].rotation() == doctest::Approx(1.5707963));
+    CHECK(hall.sample.fingers.empty());
+    REQUIRE(hall.sample.changes.size() == 3);
+    CHECK(hall.sample.changes[2].kind == Tactile::InputChange::Kind::Up);
+}
+
+TEST_CASE("visit program: asked to, it lifts what the script left")
+{
+    const QTemporaryDir dir;
+    Hall hall;
+    CHECK(run({write(dir, kVisit), QStringLiteral("--to"), hall.target, QStringLiteral("--lift")}).exitCode == 0);
+    REQUIRE(hall.input.waitForDatagrams(8, std::chrono::seconds(10)));
+    hall.input.takeSample(0.0, hall.sample);
+    hall.input.takeSample(1.0, hall.sample);
+    CHECK(hall.sample.markers.empty());
+}
+
+TEST_CASE("visit program: stepped, it plays as far as it is asked and says how many datagrams that took")
+{
+    const QTemporaryDir dir;
+    Hall hall;
+    QProcess process;
+    process.start(QStringLiteral(VISIT_PROGRAM),
+                  {write(dir, "size 1000 1000\nat 100 card 1001 down 500 500\nat 200 card 1001 up\n"), QStringLiteral("--rate"),
+                   QStringLiteral("1"), QStringLiteral("--to"), hall.target, QStringLiteral("--step")});
+    const auto playTo = [&](const QByteArray& seconds) {
+        process.write(seconds + '\n');
+        QByteArray answer;
+        while (!answer.endsWith('\n') && process.waitForReadyRead(10000))
+            answer += process.readLine();
+        REQUIRE(hall.input.waitForDatagrams(answer.trimmed().toULongLong(), std::chrono::seconds(10)));
+        CHECK(hall.input.datagramsReceived() == answer.trimmed().toULongLong());
+        hall.input.takeSample(seconds.toDouble(), hall.sample);
+    };
+    playTo("99.5");
+    CHECK(hall.sample.markers.empty());
+    playTo("150");
+    CHECK(hall.sample.markers.size() == 1);
+    playTo("300");
+    hall.input.takeSample(301.0, hall.sample);
+    CHECK(hall.sample.markers.empty());
+    process.closeWriteChannel();
+    REQUIRE(process.waitForFinished(10000));
+    CHECK(process.exitCode() == 0);
+}
+
+TEST_CASE("visit program: a script with errors is not played, and each error is named with its place")
+{
+    const QTemporaryDir dir;
+    Hall hall;
+    const QString file = write(dir, "at 0 card 1 down 5 5\nat 1 finger 1 up\nwait\n");
+    const Outcome outcome = run({file, QStringLiteral("--to"), hall.target});
+    CHECK(outcome.exitCode == 2);
+    CHECK(outcome.err == file + QStringLiteral(":2:15: finger 1 is not down; put it down first\n") + file +
+                             QStringLiteral(":3:1: unknown word \"wait\"; begin the line with \"size\" or \"at\"\n"));
+    CHECK(hall.input.datagramsReceived() == 0);
+}
+
+TEST_CASE("visit program: wrong arguments are told with their remedy")
+{
+    struct Row
+    {
+        QStringList arguments;
+        int exitCode;
+        const char* text;
+    };
+    const Row rows[] = {
+        {{}, 2, "tavola-visit # No script was given; see --help\n"},
+        {{"--fast"}, 2, "tavola-visit # Unknown option --fast; see --help\n"},
+        {{"a", "--to"}, 2, "tavola-visit # Missing a value after --to; see --help\n"},
+        {{"a", "--to", "here"}, 2, "tavola-visit # Failed to read --to \"here\"; give HOST:PORT such as 127.0.0.1:3333\n"},
+        {{"a", "--to", "h:70000"}, 2, "tavola-visit # Failed to read --to \"h:70000\"; give HOST:PORT such as 127.0.0.1:3333\n"},
+        {{"a", "--rate", "0"}, 2, "tavola-visit # Failed to read --rate \"0\"; give a number from 1 to 1000\n"},
+        {{"a", "b"}, 2, "tavola-visit # More than one file was given (a, b); play them one by one\n"},
+        {{"/nowhere/visit.txt"}, 1,
+         "tavola-visit # Failed to read /nowhere/visit.txt (No such file or directory); look at its name and rights\n"},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.text);
+        const Outcome outcome = run(row.arguments);
+        CHECK(outcome.exitCode == row.exitCode);
+        CHECK(outcome.err == QString::fromUtf8(row.text));
+    }
+    const Outcome help = run({QStringLiteral("--help")});
+    CHECK(help.exitCode == 0);
+    CHECK(help.out.startsWith(QStringLiteral("Usage: tavola-visit FILE [--to HOST:PORT]")));
+}
