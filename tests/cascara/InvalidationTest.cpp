@@ -1,3 +1,4 @@
+#include "../facet/AllocationCounter.hpp"
 #include "TestNode.hpp"
 
 #include <doctest/doctest.h>
@@ -127,4 +128,26 @@ TEST_CASE("invalidation: a node is tried only against rules that its features le
     const long before = fixture.engine.counters().selectorsTested;
     node.updateStyle();
     CHECK(fixture.engine.counters().selectorsTested - before == 4);
+}
+
+TEST_CASE("invalidation: a state that goes on and off allocates nothing once it has been there")
+{
+    StyleFixture fixture;
+    auto& panel = fixture.add("", "Panel", "panel");
+    auto& button = fixture.add("panel", "Button", "b");
+    fixture.sheet("Panel:hover Button { width: 1; height: 2 } Button { width: 3 } Panel:hover { height: 1 }");
+    const QByteArray hover("hover");
+    const auto blink = [&] {
+        panel.setPseudoClass(hover, true);
+        panel.setPseudoClass(hover, false);
+    };
+    blink();
+    const long before = FacetTest::allocations();
+    const long restyled = restyledBy([&blink] {
+        for (int i = 0; i < 50; ++i)
+            blink();
+    });
+    CHECK(FacetTest::allocations() == before);
+    CHECK(restyled == 200);
+    CHECK(button.width == 3.f);
 }
