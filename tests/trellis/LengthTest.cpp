@@ -1,0 +1,109 @@
+#include <Trellis/Length.hpp>
+
+#include <doctest/doctest.h>
+
+#include <cmath>
+
+using Facet::StyleConversion;
+using Facet::StyleTerm;
+using Facet::StyleValue;
+using Trellis::Angle;
+using Trellis::Edges;
+using Trellis::Length;
+
+namespace
+{
+StyleTerm term(double number, const char* unit)
+{
+    StyleTerm t;
+    t.number = number;
+    t.unit = unit;
+    t.kind = t.unit.isEmpty() ? StyleTerm::Kind::Number : t.unit == "%" ? StyleTerm::Kind::Percentage : StyleTerm::Kind::Dimension;
+    return t;
+}
+
+StyleTerm word(const char* text)
+{
+    StyleTerm t;
+    t.text = QString::fromLatin1(text);
+    return t;
+}
+
+template <class T>
+bool reads(const QVector<StyleTerm>& terms, T& result)
+{
+    QString error;
+    const bool ok = StyleConversion<T>::read(StyleValue{terms}, result, &error);
+    CHECK(ok == error.isEmpty());
+    return ok;
+}
+}
+
+TEST_CASE("length: is written in px, as a bare number, in percent or as auto")
+{
+    Length length;
+    CHECK(reads({term(12, "px")}, length));
+    CHECK(length == Length::pixels(12));
+    CHECK(reads({term(3, "")}, length));
+    CHECK(length == Length::pixels(3));
+    CHECK(reads({term(50, "%")}, length));
+    CHECK(length == Length::percent(50));
+    CHECK(reads({word("AUTO")}, length));
+    CHECK(length.isAuto());
+}
+
+TEST_CASE("length: refuses other units and several values, and leaves the result alone")
+{
+    Length length = Length::pixels(7);
+    CHECK_FALSE(reads({term(2, "em")}, length));
+    CHECK_FALSE(reads({term(2, "px"), term(2, "px")}, length));
+    CHECK_FALSE(reads({word("wide")}, length));
+    CHECK(length == Length::pixels(7));
+}
+
+TEST_CASE("edges: one to four values go round as in style sheets")
+{
+    const auto px = [](float v) { return Length::pixels(v); };
+    Edges edges;
+    CHECK(reads({term(1, "px")}, edges));
+    CHECK(edges == Edges{px(1), px(1), px(1), px(1)});
+    CHECK(reads({term(1, "px"), term(2, "px")}, edges));
+    CHECK(edges == Edges{px(1), px(2), px(1), px(2)});
+    CHECK(reads({term(1, "px"), term(2, "px"), term(3, "px")}, edges));
+    CHECK(edges == Edges{px(1), px(2), px(3), px(2)});
+    CHECK(reads({term(1, "px"), term(2, "px"), term(3, "px"), word("auto")}, edges));
+    CHECK(edges == Edges{px(1), px(2), px(3), Length()});
+    CHECK_FALSE(reads({}, edges));
+    CHECK_FALSE(reads({term(1, ""), term(1, ""), term(1, ""), term(1, ""), term(1, "")}, edges));
+}
+
+TEST_CASE("edges: are written with as few values as say the same")
+{
+    const auto px = [](float v) { return Length::pixels(v); };
+    CHECK(StyleConversion<Edges>::write({px(1), px(1), px(1), px(1)}) == QStringLiteral("1px"));
+    CHECK(StyleConversion<Edges>::write({px(1), px(2), px(1), px(2)}) == QStringLiteral("1px 2px"));
+    CHECK(StyleConversion<Edges>::write({px(1), px(2), px(3), px(2)}) == QStringLiteral("1px 2px 3px"));
+    CHECK(StyleConversion<Edges>::write({px(1), px(2), px(3), Length()}) == QStringLiteral("1px 2px 3px auto"));
+}
+
+TEST_CASE("angle: degrees, radians and turns mean the same angle")
+{
+    Angle angle;
+    CHECK(reads({term(90, "deg")}, angle));
+    CHECK(angle.radians == doctest::Approx(1.5707963));
+    CHECK(reads({term(90, "")}, angle));
+    CHECK(angle.radians == doctest::Approx(1.5707963));
+    CHECK(reads({term(0.25, "turn")}, angle));
+    CHECK(angle.radians == doctest::Approx(1.5707963));
+    CHECK(reads({term(1.5, "rad")}, angle));
+    CHECK(angle.radians == doctest::Approx(1.5));
+    CHECK_FALSE(reads({term(1, "px")}, angle));
+}
+
+TEST_CASE("length: what is written can be read again")
+{
+    CHECK(StyleConversion<Length>::write(Length::percent(33.5f)) == QStringLiteral("33.5%"));
+    CHECK(StyleConversion<Length>::write(Length::pixels(4)) == QStringLiteral("4px"));
+    CHECK(StyleConversion<Length>::write(Length()) == QStringLiteral("auto"));
+    CHECK(StyleConversion<Angle>::write({1.5f}) == QStringLiteral("1.5rad"));
+}
