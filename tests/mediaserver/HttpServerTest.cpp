@@ -126,6 +126,11 @@ TEST_CASE("HTTP server: a body beyond the limit is refused, announced or not, an
     announced.send("POST / HTTP/1.1\r\nHost: x\r\nContent-Length: 99999999999\r\n\r\n");
     CHECK(announced.receive().value().status == 413);
 
+    // The refusal must not be lost in a reset of the connection while the body is still on its way.
+    HttpClient large(server.port());
+    CHECK(large.send(requestText("POST", "/", std::string(900000, 'x'))));
+    CHECK(large.receive().value().status == 413);
+
     HttpClient chunked(server.port());
     chunked.send("POST / HTTP/1.1\r\nHost: x\r\nTransfer-Encoding: chunked\r\n\r\n");
     const std::string chunk = "100\r\n" + std::string(256, 'x') + "\r\n";
@@ -213,6 +218,8 @@ TEST_CASE("HTTP server: a stop closes idle connections at once")
     HttpClient idle(server.port());
     idle.send(requestText("GET", "/"));
     REQUIRE(idle.receive());
+    // When somebody else has been served, this connection waits for its next request for certain.
+    REQUIRE(ask(server.port(), "GET", "/").status == 200);
     server.stop();
     // Started requests would be given two seconds.
     CHECK(idle.isClosedWithin(1500ms));
