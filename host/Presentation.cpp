@@ -9,6 +9,9 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QUrl>
+
+#include <cmath>
 
 namespace
 {
@@ -19,12 +22,9 @@ public:
 
     void read(const QJsonObject& root)
     {
-        static const QStringList known{"title", "table", "styleSheets", "plugins", "people", "services", "cards", "widgets"};
-        for (auto it = root.begin(); it != root.end(); ++it)
-            if (!known.contains(it.key()))
-                skip(it.key(), QStringLiteral("unknown entry; known are ") + known.join(QLatin1String(", ")));
-
-        m_result.title = text(root, "title", QString());
+        checkEntries(root, {"title", "table", "styleSheets", "plugins", "people", "services", "cards", "widgets",
+                                         "closeTemporaryAfterSeconds"}, QString());
+        m_result.title = text(root, "title");
         readTable(root.value(QLatin1String("table")));
         m_result.styleSheets = files(root.value(QLatin1String("styleSheets")), QStringLiteral("styleSheets"));
         readPlugins(root.value(QLatin1String("plugins")));
@@ -32,6 +32,8 @@ public:
             m_result.peopleFile = file(root.value(QLatin1String("people")).toString(), QStringLiteral("people"));
         readServices(root.value(QLatin1String("services")));
         readCards(root.value(QLatin1String("cards")));
+        m_result.closeTemporaryAfterSeconds =
+            size(root, "closeTemporaryAfterSeconds", QString(), m_result.closeTemporaryAfterSeconds);
         m_result.widgets = components(root.value(QLatin1String("widgets")), QStringLiteral("widgets"), 0);
     }
 
@@ -42,36 +44,55 @@ private:
                                 place.toUtf8().constData(), why.toUtf8().constData());
     }
 
-    QString text(const QJsonObject& object, const char* key, const QString& fallback) const
+    /// Warns of what stands in `object` beside the entries that are read: mostly a slip of the pen.
+    void checkEntries(const QJsonObject& object, const QStringList& known, const QString& place) const
+    {
+        for (auto it = object.begin(); it != object.end(); ++it)
+            if (!known.contains(it.key()))
+                skip(place.isEmpty() ? it.key() : place + QLatin1Char('.') + it.key(),
+                     QStringLiteral("unknown entry; known are ") + known.join(QLatin1String(", ")));
+    }
+
+    QString text(const QJsonObject& object, const char* key) const
     {
         const QJsonValue value = object.value(QLatin1String(key));
-        if (value.isUndefined())
-            return fallback;
-        if (!value.isString())
+        if (!value.isUndefined() && !value.isString())
             skip(QLatin1String(key), QStringLiteral("expected a text"));
-        return value.toString(fallback);
+        return value.toString();
+    }
+
+    QJsonArray list(const QJsonValue& value, const QString& place, const char* what) const
+    {
+        if (!value.isUndefined() && !value.isArray())
+            skip(place, QStringLiteral("expected a list of ") + QLatin1String(what));
+        return value.toArray();
+    }
+
+    QJsonObject object(const QJsonValue& value, const QString& place) const
+    {
+        if (!value.isUndefined() && !value.isObject())
+            skip(place, QStringLiteral("expected an object of names and values"));
+        return value.toObject();
     }
 
     /// A positive number, or `fallback` with a warning.
-    float size(const QJsonObject& object, const char* key, const QString& place, float fallback) const
+    float size(const QJsonObject& entries, const char* key, const QString& place, float fallback) const
     {
-        const QJsonValue value = object.value(QLatin1String(key));
+        const QJsonValue value = entries.value(QLatin1String(key));
         if (value.isUndefined())
             return fallback;
         const double number = value.toDouble(-1.0);
-        if (number > 0.0 && number <= 32768.0)
+        if (number > 0.0 && number <= Presentation::kLargestSizePx)
             return float(number);
-        skip(place + QLatin1Char('.') + QLatin1String(key), QStringLiteral("expected a number above 0 and up to 32768"));
+        skip((place.isEmpty() ? QString() : place + QLatin1Char('.')) + QLatin1String(key),
+             QStringLiteral("expected a number above 0 and up to %1").arg(Presentation::kLargestSizePx));
         return fallback;
     }
 
     void readTable(const QJsonValue& value)
     {
-        if (value.isUndefined())
-            return;
-        if (!value.isObject())
-            return skip(QStringLiteral("table"), QStringLiteral("expected an object"));
-        const QJsonObject table = value.toObject();
+        const QJsonObject table = object(value, QStringLiteral("table"));
+        checkEntries(table, {"width", "height", "pixelPitchMm"}, QStringLiteral("table"));
         m_result.sizePx.x = size(table, "width", QStringLiteral("table"), m_result.sizePx.x);
         m_result.sizePx.y = size(table, "height", QStringLiteral("table"), m_result.sizePx.y);
         m_result.pixelPitchMm = size(table, "pixelPitchMm", QStringLiteral("table"), m_result.pixelPitchMm);
@@ -85,7 +106,7 @@ private:
             return {};
         }
         const QString path = QDir::cleanPath(QDir(m_folder).absoluteFilePath(name));
-        if (!QFileInfo::exists(path)) {
+        if (!QFileInfo(path).isFile()) {
             skip(place, QStringLiteral("there is no file ") + path);
             return {};
         }
@@ -95,7 +116,7 @@ private:
     QStringList files(const QJsonValue& value, const QString& place) const
     {
         QStringList result;
-        const QJsonArray array = value.toArray();
+        const QJsonArray array = list(value, place, "files");
         for (int i = 0; i < array.size(); ++i) {
             const QString path = file(array.at(i).toString(), QStringLiteral("%1[%2]").arg(place).arg(i));
             if (!path.isEmpty())
@@ -106,7 +127,7 @@ private:
 
     void readPlugins(const QJsonValue& value)
     {
-        const QJsonArray array = value.toArray();
+        const QJsonArray array = list(value, QStringLiteral("plugins"), "plug-ins");
         for (int i = 0; i < array.size(); ++i) {
             const QString name = array.at(i).toString();
             if (name.isEmpty())
@@ -118,38 +139,59 @@ private:
 
     void readServices(const QJsonValue& value)
     {
-        const QJsonObject services = value.toObject();
+        const QJsonObject services = object(value, QStringLiteral("services"));
         for (auto it = services.begin(); it != services.end(); ++it) {
             if (it.key() != QLatin1String("media-server-service")) {
                 skip(QStringLiteral("services.") + it.key(), QStringLiteral("unknown kind of service; known is media-server-service"));
                 continue;
             }
-            const QJsonArray entries = it.value().toArray();
-            for (int i = 0; i < entries.size(); ++i) {
-                const QString place = QStringLiteral("services.%1[%2]").arg(it.key()).arg(i);
-                const QJsonObject entry = entries.at(i).toObject();
-                MediaServerSettings settings;
-                settings.name = entry.value(QLatin1String("name")).toString();
-                settings.address = entry.value(QLatin1String("address")).toString();
-                settings.timeoutSeconds = double(size(entry, "timeoutSeconds", place, float(settings.timeoutSeconds)));
-                if (settings.address.startsWith(QLatin1String("http://")) || settings.address.startsWith(QLatin1String("https://")))
-                    m_result.mediaServers.push_back(settings);
-                else
-                    skip(place, QStringLiteral("\"address\" must begin with http:// or https://"));
-            }
+            const QJsonArray entries = list(it.value(), QStringLiteral("services.") + it.key(), "servers");
+            for (int i = 0; i < entries.size(); ++i)
+                readMediaServer(entries.at(i), QStringLiteral("services.%1[%2]").arg(it.key()).arg(i));
         }
+    }
+
+    void readMediaServer(const QJsonValue& value, const QString& place)
+    {
+        if (!value.isObject())
+            return skip(place, QStringLiteral("expected an object of names and values"));
+        const QJsonObject entry = value.toObject();
+        checkEntries(entry, {"name", "address", "timeoutSeconds"}, place);
+        MediaServerSettings settings;
+        settings.name = entry.value(QLatin1String("name")).toString();
+        settings.address = entry.value(QLatin1String("address")).toString();
+        settings.timeoutSeconds = double(size(entry, "timeoutSeconds", place, float(settings.timeoutSeconds)));
+        if (isWebAddress(settings.address))
+            m_result.mediaServers.push_back(settings);
+        else
+            skip(place, QStringLiteral("\"address\" must be an address that begins with http:// or https://"));
     }
 
     void readCards(const QJsonValue& value)
     {
-        const QJsonArray array = value.toArray();
+        const QJsonArray array = list(value, QStringLiteral("cards"), "codes");
         for (int i = 0; i < array.size(); ++i) {
-            const double code = array.at(i).toDouble(-1.0);
-            if (code < 0.0 || code > 9007199254740992.0 || code != double(qint64(code)))
-                skip(QStringLiteral("cards[%1]").arg(i), QStringLiteral("expected a card's code, a whole number"));
+            if (const auto code = cardCode(array.at(i)))
+                m_result.cards.push_back(*code);
             else
-                m_result.cards.push_back(static_cast<unsigned long>(code));
+                skip(QStringLiteral("cards[%1]").arg(i),
+                     QStringLiteral("expected a card's code, a whole number (as a text when it is above 9007199254740992)"));
         }
+    }
+
+    /// JSON's numbers are exact up to 2^53 only, so longer codes are texts.
+    static std::optional<unsigned long> cardCode(const QJsonValue& value)
+    {
+        constexpr double kLargestExact = 9007199254740992.0;
+        if (value.isString()) {
+            bool ok = false;
+            const unsigned long code = value.toString().toULong(&ok);
+            return ok ? std::optional(code) : std::nullopt;
+        }
+        const double number = value.toDouble(-1.0);
+        if (number < 0.0 || number > kLargestExact || number != std::floor(number))
+            return std::nullopt;
+        return static_cast<unsigned long>(number);
     }
 
     /// Replaces {"file": "media/x.png"} by the absolute path, anywhere in a value. Undefined when a file is missing.
@@ -174,18 +216,12 @@ private:
     std::vector<ComponentUse> components(const QJsonValue& value, const QString& place, int depth) const
     {
         std::vector<ComponentUse> result;
-        if (value.isUndefined())
-            return result;
-        if (!value.isArray()) {
-            skip(place, QStringLiteral("expected a list of components"));
-            return result;
-        }
         constexpr int kDeepest = 16;
         if (depth > kDeepest) {
             skip(place, QStringLiteral("components are nested too deeply"));
             return result;
         }
-        const QJsonArray array = value.toArray();
+        const QJsonArray array = list(value, place, "components");
         for (int i = 0; i < array.size(); ++i) {
             const QString at = QStringLiteral("%1[%2]").arg(place).arg(i);
             const QJsonObject entry = array.at(i).toObject();
@@ -195,18 +231,19 @@ private:
                 skip(at, QStringLiteral("expected an object with a \"component\""));
                 continue;
             }
+            checkEntries(entry, {"component", "id", "classes", "attributes", "slots"}, at);
             use.properties = entry;
             use.properties.remove(QStringLiteral("component"));
             use.properties.remove(QStringLiteral("slots"));
             QJsonObject attributes;
-            const QJsonObject given = entry.value(QLatin1String("attributes")).toObject();
+            const QJsonObject given = object(entry.value(QLatin1String("attributes")), at + QStringLiteral(".attributes"));
             for (auto it = given.begin(); it != given.end(); ++it) {
                 const QJsonValue attribute = resolved(it.value(), QStringLiteral("%1.attributes.%2").arg(at, it.key()));
                 if (!attribute.isUndefined())
                     attributes.insert(it.key(), attribute);
             }
             use.properties.insert(QStringLiteral("attributes"), attributes);
-            const QJsonObject slotObject = entry.value(QLatin1String("slots")).toObject();
+            const QJsonObject slotObject = object(entry.value(QLatin1String("slots")), at + QStringLiteral(".slots"));
             for (auto it = slotObject.begin(); it != slotObject.end(); ++it)
                 use.slotContents.emplace_back(it.key(), components(it.value(), QStringLiteral("%1.slots.%2").arg(at, it.key()), depth + 1));
             result.push_back(std::move(use));
@@ -218,6 +255,12 @@ private:
     QString m_folder;
     Presentation& m_result;
 };
+}
+
+bool isWebAddress(const QString& text)
+{
+    const QUrl url(text, QUrl::StrictMode);
+    return url.isValid() && !url.host().isEmpty() && (url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https"));
 }
 
 std::optional<Presentation> Presentation::load(const QString& path, QString& error)

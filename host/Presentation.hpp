@@ -24,9 +24,15 @@ struct MediaServerSettings
     double timeoutSeconds = 10.0;
 };
 
+/// Whether a text is an http or https address with a host.
+[[nodiscard]] bool isWebAddress(const QString& text);
+
 /// What a table shows, read from the folder's presentation.json. A plain record.
 struct Presentation
 {
+    /// A table's longest side.
+    static constexpr int kLargestSizePx = 16384;
+
     QString folder;
     QString title;
     Vecta::Vector2f sizePx{1920.f, 1080.f};
@@ -35,8 +41,9 @@ struct Presentation
     QStringList plugins;     ///< library names or absolute paths
     QString peopleFile;      ///< absolute path; empty without people
     std::vector<MediaServerSettings> mediaServers;
-    std::vector<unsigned long> cards; ///< the codes behind the keys 1 to 9
+    std::vector<unsigned long> cards; ///< the codes behind the keys 1 to 9; in the file numbers, or texts above 2^53
     std::vector<ComponentUse> widgets;
+    float closeTemporaryAfterSeconds = 120.f; ///< what visitors opened closes when nobody touched it that long
 
     /// Reads a presentation's folder (or the path of its presentation.json). Nothing, with the reason in `error`, when there
     /// is none or it is no JSON object. What is wrong inside costs the smallest piece: a warning names the file and the place

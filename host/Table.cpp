@@ -2,6 +2,7 @@
 
 #include "HostComponents.hpp"
 #include "PluginSearch.hpp"
+#include "TemporaryWidgets.hpp"
 #include "services/MarkerService.hpp"
 #include "services/MediaServerService.hpp"
 #include "services/PeopleRegistry.hpp"
@@ -174,6 +175,8 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const RunOp
     if (!d.loadPlugins(presentation, options, error))
         return nullptr;
     d.placeWidgets(presentation);
+    d.tavola->ui()->mainWidget()->addOperator(
+        Bedrock::makeIntrusive<TemporaryWidgets>(presentation.closeTemporaryAfterSeconds));
     return table;
 }
 

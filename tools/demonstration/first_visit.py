@@ -36,6 +36,10 @@ class FirstVisit:
     def __init__(self, build, table, media_server):
         self.table = table
         self.media_server = media_server
+        # Where things lie is known when the pictures' proportions are.
+        self.table.frames(3)
+        self.table.wait_until("the pictures", lambda: self.table.get("/status")["pendingImages"] == 0)
+        self.table.frames(1)
         self.visitor = Visitor(build, table, script(table.tree()))
 
     def steps(self):
@@ -61,8 +65,6 @@ class FirstVisit:
         return by_class(self.space(), "container")
 
     def ready(self):
-        self.table.frames(3)
-        self.table.wait_until("the pictures", lambda: self.table.get("/status")["pendingImages"] == 0)
         require(len(by_type(self.table.tree(), "ContentWidget")) >= 8, "pictures are missing")
 
     def card_opens_space(self):

@@ -67,11 +67,11 @@ def spaces_of(table, media_server):
     collected = {}
     for event in table.get("/analytics"):
         data = event["data"]
-        items = collected.setdefault(int(data["code"]), [])
+        items = collected.setdefault(int(data["tessel"]), [])
         if event["type"] == "widget-added-to-personal-space":
-            items.append(int(data["widgetId"]))
-        elif event["type"] == "widget-removed-from-personal-space" and int(data["widgetId"]) in items:
-            items.remove(int(data["widgetId"]))
+            items.append(int(data["widget"]))
+        elif event["type"] == "widget-removed-from-personal-space" and int(data["widget"]) in items:
+            items.remove(int(data["widget"]))
     page_of = {media_server.command_answer({"command": "getuserpage", "tessel": code})["userpageurl"]: code
                for code in collected}
     spaces = []
