@@ -400,9 +400,10 @@ def draw_signs(out):
         ctx.show_text("?")
 
     def drop(ctx, size):
-        ctx.set_source_rgba(*rgb("#f2c078"), 0.95)
-        ctx.set_line_width(size * 0.06)
-        ctx.arc(size / 2, size / 2, size * 0.44, 0, 7)
+        disc(ctx, size, "#ffffff")
+        ctx.set_source_rgb(*rgb("#d9694a"))
+        ctx.set_line_width(size * 0.05)
+        ctx.arc(size / 2, size / 2, size * 0.43, 0, 7)
         ctx.stroke()
         ctx.set_line_width(size * 0.09)
         ctx.move_to(size / 2, size * 0.26)
