@@ -54,7 +54,8 @@ int RunLoop::run()
     QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
         const double dt = std::min(double(clock.nsecsElapsed()) * 1e-9, kLongestStepSeconds);
         clock.start();
-        m_table.application().frame(dt);
+        if (!m_manualClock)
+            m_table.application().frame(dt);
         if (m_window) {
             m_window->draw();
             if (m_window->isClosed())
@@ -62,7 +63,7 @@ int RunLoop::run()
         }
     });
     timer.setTimerType(Qt::PreciseTimer);
-    if (!m_manualClock)
+    if (!m_manualClock || m_window)
         timer.start(kFrameMs);
     const int code = QCoreApplication::exec();
     std::signal(SIGINT, SIG_DFL);

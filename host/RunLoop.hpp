@@ -8,7 +8,8 @@ class TableWindow;
 class RunLoop
 {
 public:
-    /// `window` may be null. With `manualClock` no frame runs by itself; only Qt's events are served.
+    /// `window` may be null. With `manualClock` no frame runs by itself; Qt's events are served and the window shows
+    /// what the frames asked for have changed.
     RunLoop(Table& table, TableWindow* window, bool manualClock);
     /// The program's exit code.
     int run();

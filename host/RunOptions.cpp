@@ -1,6 +1,12 @@
 #include "RunOptions.hpp"
 
+#include "Presentation.hpp"
+
+#include <QHostAddress>
 #include <QRegularExpression>
+
+#include <algorithm>
+#include <iterator>
 
 QString RunOptions::help()
 {
@@ -30,6 +36,81 @@ bool parsePort(const QString& text, int& port)
     port = text.toInt(&ok);
     return ok && port >= 0 && port <= 65535;
 }
+
+bool parseSize(const QString& text, std::optional<QSize>& size)
+{
+    const auto match = QRegularExpression(QStringLiteral("^([1-9][0-9]{1,4})x([1-9][0-9]{1,4})$")).match(text);
+    if (!match.hasMatch())
+        return false;
+    size = QSize(match.captured(1).toInt(), match.captured(2).toInt());
+    return std::max(size->width(), size->height()) <= Presentation::kLargestSizePx;
+}
+
+/// "3333", "0.0.0.0:3333", "localhost:3333", "[::1]:3333".
+bool parseAddress(const QString& text, QString& address, int& port)
+{
+    const int colon = text.lastIndexOf(QLatin1Char(':'));
+    if (colon >= 0) {
+        address = text.left(colon);
+        if (address.startsWith(QLatin1Char('[')) && address.endsWith(QLatin1Char(']')))
+            address = address.mid(1, address.size() - 2);
+        if (address == QLatin1String("localhost"))
+            address = QStringLiteral("127.0.0.1");
+    }
+    return parsePort(text.mid(colon + 1), port) && !QHostAddress(address).isNull();
+}
+
+/// One option and what it takes; `value` is what stood behind it. The reason when that makes no sense, otherwise empty.
+struct OptionWithValue
+{
+    const char* name;
+    QString (*read)(const QString& value, RunOptions& options);
+};
+
+QString wants(bool isGood, const char* what)
+{
+    return isGood ? QString() : QLatin1String(what);
+}
+
+const OptionWithValue kOptionsWithValue[] = {
+    {"--size",
+     [](const QString& value, RunOptions& options) {
+         return wants(parseSize(value, options.size), "WIDTHxHEIGHT in pixels, each from 10 to 16384, for example 1920x1080");
+     }},
+    {"--tuio",
+     [](const QString& value, RunOptions& options) {
+         return wants(parseAddress(value, options.tuioAddress, options.tuioPort), "[ADDRESS:]PORT, for example 0.0.0.0:3333");
+     }},
+    {"--inspect",
+     [](const QString& value, RunOptions& options) {
+         int port = 0;
+         const bool isGood = parsePort(value, port);
+         options.inspectPort = port;
+         return wants(isGood, "a port from 0 to 65535");
+     }},
+    {"--plugin",
+     [](const QString& value, RunOptions& options) {
+         options.plugin = value;
+         return wants(!value.isEmpty(), "the file of a plug-in");
+     }},
+    {"--data",
+     [](const QString& value, RunOptions& options) {
+         options.dataFolder = value;
+         return wants(!value.isEmpty(), "a folder");
+     }},
+    {"--media-server",
+     [](const QString& value, RunOptions& options) {
+         options.mediaServer = value;
+         return wants(isWebAddress(value), "an address that begins with http:// or https://");
+     }},
+};
+
+const OptionWithValue* findOptionWithValue(const QString& argument)
+{
+    const auto found = std::find_if(std::begin(kOptionsWithValue), std::end(kOptionsWithValue),
+                                    [&](const OptionWithValue& option) { return argument == QLatin1String(option.name); });
+    return found != std::end(kOptionsWithValue) ? found : nullptr;
+}
 }
 
 std::optional<RunOptions> RunOptions::parse(const QStringList& arguments, QString& error)
@@ -37,54 +118,20 @@ std::optional<RunOptions> RunOptions::parse(const QStringList& arguments, QStrin
     RunOptions options;
     for (int i = 0; i < arguments.size(); ++i) {
         const QString& argument = arguments[i];
-        const auto value = [&]() -> QString { return i + 1 < arguments.size() ? arguments[++i] : QString(); };
-        if (argument == QLatin1String("--headless")) {
+        if (const OptionWithValue* option = findOptionWithValue(argument)) {
+            // What looks like the next option is no value: this one's was forgotten.
+            const bool hasValue = i + 1 < arguments.size() && !arguments[i + 1].startsWith(QLatin1String("--"));
+            const QString wanted = option->read(hasValue ? arguments[++i] : QString(), options);
+            if (!wanted.isEmpty()) {
+                error = QStringLiteral("%1 wants %2").arg(argument, wanted);
+                return std::nullopt;
+            }
+        } else if (argument == QLatin1String("--headless")) {
             options.headless = true;
         } else if (argument == QLatin1String("--manual-clock")) {
             options.manualClock = true;
         } else if (argument == QLatin1String("--opengl")) {
             options.openGL = true;
-        } else if (argument == QLatin1String("--size")) {
-            const auto match = QRegularExpression(QStringLiteral("^([1-9][0-9]{1,4})x([1-9][0-9]{1,4})$")).match(value());
-            if (!match.hasMatch()) {
-                error = QStringLiteral("--size wants WIDTHxHEIGHT in pixels, for example 1920x1080");
-                return std::nullopt;
-            }
-            options.size = QSize(match.captured(1).toInt(), match.captured(2).toInt());
-        } else if (argument == QLatin1String("--tuio")) {
-            const QString text = value();
-            const int colon = text.lastIndexOf(QLatin1Char(':'));
-            if (colon >= 0)
-                options.tuioAddress = text.left(colon);
-            if (!parsePort(text.mid(colon + 1), options.tuioPort) || QHostAddress(options.tuioAddress).isNull()) {
-                error = QStringLiteral("--tuio wants [ADDRESS:]PORT, for example 0.0.0.0:3333");
-                return std::nullopt;
-            }
-        } else if (argument == QLatin1String("--inspect")) {
-            int port = 0;
-            if (!parsePort(value(), port)) {
-                error = QStringLiteral("--inspect wants a port from 0 to 65535");
-                return std::nullopt;
-            }
-            options.inspectPort = port;
-        } else if (argument == QLatin1String("--plugin")) {
-            options.plugin = value();
-            if (options.plugin.isEmpty()) {
-                error = QStringLiteral("--plugin wants the file of a plug-in");
-                return std::nullopt;
-            }
-        } else if (argument == QLatin1String("--data")) {
-            options.dataFolder = value();
-            if (options.dataFolder.isEmpty()) {
-                error = QStringLiteral("--data wants a folder");
-                return std::nullopt;
-            }
-        } else if (argument == QLatin1String("--media-server")) {
-            options.mediaServer = value();
-            if (!options.mediaServer.startsWith(QLatin1String("http"))) {
-                error = QStringLiteral("--media-server wants an address that begins with http:// or https://");
-                return std::nullopt;
-            }
         } else if (argument.startsWith(QLatin1Char('-'))) {
             error = QStringLiteral("unknown option %1; see tavola run --help").arg(argument);
             return std::nullopt;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QHostAddress>
 #include <QSize>
 #include <QString>
 #include <QStringList>

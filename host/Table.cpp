@@ -21,8 +21,10 @@
 #include <Trellis/Application.hpp>
 #include <Trellis/Widget.hpp>
 
+#include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDir>
+#include <QEvent>
 #include <QStandardPaths>
 #include <QUrl>
 
@@ -30,7 +32,7 @@
 
 struct Table::Private
 {
-    std::unique_ptr<Trellis::Application> application;
+    std::unique_ptr<Trellis::Application> application; ///< from the first line of open on
     std::unique_ptr<Tactile::TuioInput> input;
     int tuioPort = 0;
     std::shared_ptr<Tavola::Tavola> tavola;
@@ -43,11 +45,14 @@ struct Table::Private
     bool loadPlugins(const Presentation& presentation, const RunOptions& options, QString& error);
     std::shared_ptr<Tavola::UIComponent> makeComponent(const ComponentUse& use);
     void placeWidgets(const Presentation& presentation);
+    void clearLayers();
+    void close();
 };
 
 namespace
 {
-/// The folder of a presentation's own data: by its title for people, by its path so that two never share one.
+/// The folder of a presentation's own data: named like the presentation's folder for people to find it, and by its path so
+/// that two never share one.
 QString dataFolder(const Presentation& presentation, const RunOptions& options)
 {
     if (!options.dataFolder.isEmpty())
@@ -155,6 +160,39 @@ void Table::Private::placeWidgets(const Presentation& presentation)
     }
 }
 
+void Table::Private::clearLayers()
+{
+    const Tavola::UserInterface& ui = *tavola->ui();
+    for (const auto& layer : {ui.internalOverlayWidget(), ui.overlayWidget(), ui.mainWidget(), ui.background()}) {
+        while (!layer->children().empty())
+            layer->children().back()->removeFromParent();
+    }
+}
+
+void Table::Private::close()
+{
+    // Nothing that holds code of a plug-in may outlive it: functions that wait on a thread or in a queue, widgets, their
+    // instances and components, answers that services owe. They go in the order in which one could make the other.
+    if (input)
+        application->removeInputSource(*input);
+    Bedrock::BGThread::shutdown();
+    if (tavola)
+        clearLayers();
+    components.clear();
+    application->destroyRemovedWidgets();
+    hostComponents.reset();
+    tavola.reset(); // with the layers, the instances and the services; waits for snapshots that are being written
+    application->destroyRemovedWidgets();
+    // Destructors may have begun a new thread, and left objects for Qt to delete.
+    Bedrock::BGThread::shutdown();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    while (!Bedrock::AfterUpdateQueue::instance().isEmpty())
+        Bedrock::AfterUpdateQueue::instance().clear();
+    while (!plugins.empty())
+        plugins.pop_back();
+    Cascara::StyleEngine::instance().clearStyleSheets();
+}
+
 Table::Table() : d(std::make_unique<Private>()) {}
 
 std::unique_ptr<Table> Table::open(const Presentation& presentation, const RunOptions& options, QString& error)
@@ -182,32 +220,7 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const RunOp
 
 Table::~Table()
 {
-    // Nothing made by a plug-in may outlive it: first the background work, then the widgets, then the components, then the
-    // libraries.
-    Bedrock::BGThread::shutdown();
-    if (d->application) {
-        if (d->input)
-            d->application->removeInputSource(*d->input);
-        if (d->tavola) {
-            const auto children = d->tavola->ui()->mainWidget()->children();
-            for (const auto& child : children)
-                child->removeFromParent();
-            const auto overlays = d->tavola->ui()->overlayWidget()->children();
-            for (const auto& child : overlays)
-                child->removeFromParent();
-        }
-    }
-    d->components.clear();
-    Bedrock::AfterUpdateQueue::instance().clear();
-    if (d->application)
-        d->application->destroyRemovedWidgets();
-    Bedrock::AfterUpdateQueue::instance().clear();
-    while (!d->plugins.empty())
-        d->plugins.pop_back();
-    d->hostComponents.reset();
-    Cascara::StyleEngine::instance().clearStyleSheets();
-    d->tavola.reset();
-    d->application.reset();
+    d->close();
 }
 
 Trellis::Application& Table::application() const noexcept

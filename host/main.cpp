@@ -10,6 +10,7 @@
 
 #include <QGuiApplication>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -59,7 +60,24 @@ int run(const RunOptions& options)
 }
 
 const char* const kHelp = "usage: tavola COMMAND ...\n"
-                          "  run PRESENTATION   open a presentation on the table; see tavola run --help\n";
+                          "Shows presentations on a multi-touch table.\n"
+                          "\n"
+                          "  run PRESENTATION [OPTION ...]  open a presentation on the table; its options: tavola run --help\n"
+                          "\n"
+                          "  --help     this text\n"
+                          "  --version  the program's version\n"
+                          "\n"
+                          "Exit code: 0 after a table that was closed, 1 when it could not open, 2 for a command line that makes no sense.\n";
+
+bool asksFor(const QString& argument, const char* longName, const char* shortName)
+{
+    return argument == QLatin1String(longName) || argument == QLatin1String(shortName);
+}
+
+bool asksForHelp(const QString& argument)
+{
+    return asksFor(argument, "--help", "-h") || argument == QLatin1String("help");
+}
 }
 
 int main(int argc, char** argv)
@@ -73,14 +91,22 @@ int main(int argc, char** argv)
     QStringList arguments;
     for (int i = 1; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
-    if (arguments.isEmpty() || arguments.first() == QLatin1String("--help") || arguments.first() == QLatin1String("-h")) {
+    if (arguments.isEmpty()) {
+        std::fputs(kHelp, stderr);
+        return 2;
+    }
+    if (asksForHelp(arguments.first())) {
         std::fputs(kHelp, stdout);
-        return arguments.isEmpty() ? 2 : 0;
+        return 0;
+    }
+    if (asksFor(arguments.first(), "--version", "-v")) {
+        std::puts("tavola " TAVOLA_VERSION);
+        return 0;
     }
     const QString command = arguments.takeFirst();
     if (command != QLatin1String("run"))
         return fail(QStringLiteral("unknown command %1; see tavola --help").arg(command), 2);
-    if (arguments.contains(QStringLiteral("--help")) || arguments.contains(QStringLiteral("-h"))) {
+    if (std::any_of(arguments.begin(), arguments.end(), [](const QString& argument) { return asksFor(argument, "--help", "-h"); })) {
         std::fputs(RunOptions::help().toUtf8().constData(), stdout);
         return 0;
     }

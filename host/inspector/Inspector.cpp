@@ -66,8 +66,10 @@ LoopbackHttpServer::Response Inspector::answer(const LoopbackHttpServer::Request
         return refusal(200, kIndex);
     if (request.path == QLatin1String("/tree"))
         return {200, "application/json", bytes(widgetReport(*m_subject.application.mainLayer()))};
-    if (request.path == QLatin1String("/screenshot.png"))
-        return {200, "image/png", screenshot()};
+    if (request.path == QLatin1String("/screenshot.png")) {
+        const QByteArray png = screenshot();
+        return png.isEmpty() ? refusal(500, "the picture of the table cannot be made") : LoopbackHttpServer::Response{200, "image/png", png};
+    }
     if (request.path == QLatin1String("/log"))
         return {200, "application/json", bytes(m_subject.log.lines())};
     if (request.path == QLatin1String("/analytics"))
@@ -90,7 +92,7 @@ LoopbackHttpServer::Response Inspector::runFrames(const LoopbackHttpServer::Requ
     const int frames = count.isEmpty() ? 1 : count.toInt(&countOk);
     const double dt = step.isEmpty() ? 1.0 / 60.0 : step.toDouble(&stepOk);
     if (!countOk || !stepOk || frames < 1 || frames > kMostFrames || !(dt >= 0.0 && dt <= kLongestStep))
-        return refusal(400, "count is a whole number from 1 to 100000, dt are seconds from 0 to 10");
+        return refusal(400, "count is a whole number from 1 to 100000, dt seconds from 0 to 10");
     for (int i = 0; i < frames; ++i)
         m_subject.application.frame(dt);
     return {200, "application/json", statusReport()};

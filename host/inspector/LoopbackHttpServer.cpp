@@ -2,6 +2,7 @@
 
 #include <Bedrock/Trace.hpp>
 
+#include <QPointer>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
@@ -10,15 +11,16 @@
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/string_body.hpp>
 
+#include <exception>
 #include <optional>
+#include <utility>
+#include <vector>
 
 namespace http = boost::beast::http;
 
 namespace
 {
-constexpr unsigned kHeaderLimit = 16 * 1024;
-constexpr unsigned kBodyLimit = 1024 * 1024;
-constexpr int kRequestTimeoutMs = 10000;
+constexpr qint64 kReadBuffer = 64 * 1024;
 
 const char* reason(int status)
 {
@@ -29,10 +31,17 @@ const char* reason(int status)
     case 404: return "Not Found";
     case 405: return "Method Not Allowed";
     case 413: return "Payload Too Large";
+    case 431: return "Request Header Fields Too Large";
     default: return "Internal Server Error";
     }
 }
 
+QByteArray text(boost::beast::string_view view)
+{
+    return {view.data(), int(view.size())};
+}
+
+/// "127.0.0.1:8080", "localhost", "[::1]:8080".
 bool isThisMachine(QByteArray host)
 {
     const int port = host.lastIndexOf(':');
@@ -40,100 +49,163 @@ bool isThisMachine(QByteArray host)
         host.truncate(port);
     return host == "127.0.0.1" || host == "localhost" || host == "[::1]";
 }
+
+/// Whether a browser says that the request comes from a page of another machine.
+bool comesFromElsewhere(const QByteArray& origin)
+{
+    const int host = origin.indexOf("://");
+    return !origin.isEmpty() && (host < 0 || !isThisMachine(origin.mid(host + 3)));
+}
 }
 
 struct LoopbackHttpServer::Private
 {
-    /// One connection; a child of its socket.
-    class Connection final : public QObject
-    {
-    public:
-        Connection(QTcpSocket* socket, const Handler& handler) : QObject(socket), m_socket(*socket), m_handler(handler)
-        {
-            begin();
-            QObject::connect(socket, &QTcpSocket::readyRead, this, [this] { read(); });
-            QObject::connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-            QObject::connect(&m_timer, &QTimer::timeout, socket, [socket] { socket->abort(); });
-            m_timer.setSingleShot(true);
-            m_timer.start(kRequestTimeoutMs);
-        }
+    class Connection;
 
-    private:
-        void begin()
-        {
-            m_parser.emplace();
-            m_parser->header_limit(kHeaderLimit);
-            m_parser->body_limit(kBodyLimit);
-            m_parser->eager(true);
-        }
+    explicit Private(Handler h) : handler(std::move(h)) {}
 
-        void read()
-        {
-            m_received += m_socket.readAll();
-            while (!m_received.isEmpty()) {
-                boost::system::error_code error;
-                const std::size_t used = m_parser->put(boost::asio::buffer(m_received.constData(), std::size_t(m_received.size())), error);
-                m_received.remove(0, int(used));
-                if (error == http::error::need_more)
-                    return;
-                if (error) {
-                    const bool tooLong = error == http::error::body_limit || error == http::error::header_limit;
-                    return send({tooLong ? 413 : 400, "text/plain", QByteArray::fromStdString(error.message()) + '\n'}, false);
-                }
-                if (!m_parser->is_done())
-                    return;
-                answer();
-                begin();
-                m_timer.start(kRequestTimeoutMs);
-            }
-        }
-
-        void answer()
-        {
-            const auto& message = m_parser->get();
-            const auto text = [](boost::beast::string_view view) { return QByteArray(view.data(), int(view.size())); };
-            if (!isThisMachine(text(message[http::field::host])))
-                return send({403, "text/plain", "The inspector answers to this machine's own name only.\n"}, false);
-            const QUrl url(QString::fromUtf8(text(message.target())));
-            Request request;
-            request.method = text(message.method_string());
-            request.path = url.path();
-            request.query = QUrlQuery(url);
-            request.body = QByteArray::fromStdString(message.body());
-            send(m_handler(request), message.keep_alive());
-        }
-
-        void send(const Response& response, bool keepAlive)
-        {
-            QByteArray head = "HTTP/1.1 " + QByteArray::number(response.status) + ' ' + reason(response.status) + "\r\n";
-            head += "Content-Type: " + response.contentType + "\r\n";
-            head += "Content-Length: " + QByteArray::number(response.body.size()) + "\r\n";
-            head += "Cache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\n";
-            head += keepAlive ? "Connection: keep-alive\r\n\r\n" : "Connection: close\r\n\r\n";
-            m_socket.write(head + response.body);
-            if (!keepAlive) {
-                m_received.clear();
-                m_socket.disconnectFromHost();
-            }
-        }
-
-        QTcpSocket& m_socket;
-        const Handler& m_handler;
-        QByteArray m_received;
-        std::optional<http::request_parser<http::string_body>> m_parser;
-        QTimer m_timer;
-    };
+    /// Calls the handler for one request at a time, also when it lets Qt's events through meanwhile.
+    Response call(const Request& request);
 
     Handler handler;
+    bool isAnswering = false;
+    int connections = 0;
+    std::vector<QPointer<Connection>> waiting; ///< have something to read as soon as the answer under way is given
     QTcpServer server;
 };
 
-LoopbackHttpServer::LoopbackHttpServer(Handler handler) : d(std::make_unique<Private>())
+/// One connection; a child of its socket.
+class LoopbackHttpServer::Private::Connection final : public QObject
 {
-    d->handler = std::move(handler);
+public:
+    Connection(QTcpSocket* socket, Private& owner) : QObject(socket), m_socket(*socket), m_owner(owner)
+    {
+        ++m_owner.connections;
+        m_socket.setReadBufferSize(kReadBuffer);
+        connect(socket, &QTcpSocket::readyRead, this, [this] { read(); });
+        connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+        connect(&m_timer, &QTimer::timeout, socket, [socket] { socket->abort(); });
+        m_timer.setSingleShot(true);
+        m_timer.start(kRequestTimeoutMs);
+        begin();
+    }
+    ~Connection() override { --m_owner.connections; }
+
+    void read()
+    {
+        // A handler may let events through, and with them the end of this connection.
+        const QPointer<Connection> alive(this);
+        while (alive && !m_isClosing) {
+            if (m_owner.isAnswering) {
+                m_owner.waiting.emplace_back(this);
+                return;
+            }
+            m_received += m_socket.readAll();
+            if (m_received.isEmpty() || !parse())
+                return;
+            answer();
+        }
+    }
+
+private:
+    void begin()
+    {
+        m_parser.emplace();
+        m_parser->header_limit(kHeaderLimit);
+        m_parser->body_limit(kBodyLimit);
+        m_parser->eager(true);
+    }
+
+    /// Whether a whole request has come.
+    bool parse()
+    {
+        boost::system::error_code error;
+        const std::size_t used = m_parser->put(boost::asio::buffer(m_received.constData(), std::size_t(m_received.size())), error);
+        m_received.remove(0, int(used));
+        if (!error || error == http::error::need_more)
+            return m_parser->is_done();
+        const int status = error == http::error::body_limit ? 413 : error == http::error::header_limit ? 431 : 400;
+        send({status, "text/plain; charset=utf-8", QByteArray::fromStdString(error.message()) + '\n'}, Connect::Close, Body::Sent);
+        return false;
+    }
+
+    void answer()
+    {
+        const auto message = m_parser->release();
+        begin();
+        if (!isThisMachine(text(message[http::field::host])) || comesFromElsewhere(text(message[http::field::origin])))
+            return send({403, "text/plain; charset=utf-8", "Only this machine is answered, under its own name (127.0.0.1 or localhost).\n"},
+                        Connect::Close, Body::Sent);
+        const bool isHead = message.method() == http::verb::head;
+        const QUrl url(QString::fromUtf8(text(message.target())));
+        Request request;
+        request.method = isHead ? QByteArrayLiteral("GET") : text(message.method_string());
+        request.path = url.path();
+        request.query = QUrlQuery(url);
+        request.body = QByteArray::fromStdString(message.body());
+
+        m_timer.stop();
+        const QPointer<Connection> alive(this);
+        const Response response = m_owner.call(request);
+        if (alive)
+            send(response, message.keep_alive() ? Connect::Keep : Connect::Close, isHead ? Body::Withheld : Body::Sent);
+    }
+
+    enum class Connect { Keep, Close };
+    enum class Body { Sent, Withheld };
+
+    void send(const Response& response, Connect connection, Body body)
+    {
+        QByteArray bytes = "HTTP/1.1 " + QByteArray::number(response.status) + ' ' + reason(response.status) + "\r\n";
+        bytes += "Content-Type: " + response.contentType + "\r\n";
+        bytes += "Content-Length: " + QByteArray::number(response.body.size()) + "\r\n";
+        bytes += "Cache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\n";
+        bytes += connection == Connect::Keep ? "Connection: keep-alive\r\n\r\n" : "Connection: close\r\n\r\n";
+        if (body == Body::Sent)
+            bytes += response.body;
+        m_timer.start(kRequestTimeoutMs);
+        m_socket.write(bytes);
+        if (connection == Connect::Close) {
+            m_isClosing = true;
+            m_socket.disconnectFromHost();
+        }
+    }
+
+    QTcpSocket& m_socket;
+    Private& m_owner;
+    QByteArray m_received;
+    std::optional<http::request_parser<http::string_body>> m_parser;
+    QTimer m_timer;
+    bool m_isClosing = false;
+};
+
+LoopbackHttpServer::Response LoopbackHttpServer::Private::call(const Request& request)
+{
+    isAnswering = true;
+    Response response;
+    try {
+        response = handler(request);
+    } catch (const std::exception& error) {
+        Bedrock::Trace::error("LoopbackHttpServer # Answering %s %s failed (%s)", request.method.constData(),
+                              request.path.toUtf8().constData(), error.what());
+        response = {500, "text/plain; charset=utf-8", QByteArray(error.what()) + '\n'};
+    }
+    isAnswering = false;
+    for (const QPointer<Connection>& connection : std::exchange(waiting, {}))
+        if (connection)
+            QMetaObject::invokeMethod(connection.data(), [connection] { connection->read(); }, Qt::QueuedConnection);
+    return response;
+}
+
+LoopbackHttpServer::LoopbackHttpServer(Handler handler) : d(std::make_unique<Private>(std::move(handler)))
+{
     QObject::connect(&d->server, &QTcpServer::newConnection, &d->server, [this] {
-        while (QTcpSocket* socket = d->server.nextPendingConnection())
-            new Private::Connection(socket, d->handler);
+        while (QTcpSocket* socket = d->server.nextPendingConnection()) {
+            if (d->connections < kMostConnections)
+                new Private::Connection(socket, *d);
+            else
+                delete socket;
+        }
     });
 }
 

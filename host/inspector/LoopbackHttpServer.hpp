@@ -7,12 +7,18 @@
 #include <functional>
 #include <memory>
 
-/// A small HTTP/1.1 server for tools on this machine: listens on the loopback address only, answers on the main thread,
-/// one request a connection at a time. Requests have limits on header, body and time, and must name this machine as their
-/// host, so that a web page somewhere cannot reach it through a visitor's browser.
+/// A small HTTP/1.1 server for tools on this machine: listens on the loopback address only, answers on the main thread, one
+/// request after the other in all. Requests have limits on header, body and time, and must name this machine as their host
+/// and origin, so that a web page somewhere cannot reach it through a visitor's browser.
 class LoopbackHttpServer
 {
 public:
+    static constexpr unsigned kHeaderLimit = 16 * 1024;
+    static constexpr unsigned kBodyLimit = 1024 * 1024;
+    static constexpr int kMostConnections = 32;
+    /// A connection on which nothing whole comes or goes for so long is cut.
+    static constexpr int kRequestTimeoutMs = 10000;
+
     struct Request
     {
         QByteArray method;
@@ -26,6 +32,7 @@ public:
         QByteArray contentType = QByteArrayLiteral("application/json");
         QByteArray body;
     };
+    /// May let Qt's events through; further requests wait meanwhile. HEAD comes as GET. What it throws is a 500.
     using Handler = std::function<Response(const Request&)>;
 
     explicit LoopbackHttpServer(Handler handler);

@@ -8,50 +8,82 @@
 #include <QNetworkRequest>
 #include <QTimer>
 
-#include <memory>
+#include <cmath>
 #include <stdexcept>
 
-namespace
+/// One command and its answer; a child of its reply, which it outlives by nothing.
+class MediaServerService::Exchange final : public QObject
 {
-/// Longer answers are refused: the commands' answers are short.
-constexpr qint64 kLargestAnswer = 1 << 20;
+public:
+    Exchange(QNetworkReply& reply, int timeoutMs) : QObject(&reply), m_reply(reply)
+    {
+        // One bound on the whole exchange; Qt's own transfer timeout begins anew with every byte.
+        m_timer.setSingleShot(true);
+        connect(&m_timer, &QTimer::timeout, this, [this, timeoutMs] {
+            giveUp(QStringLiteral("did not answer within %1 s").arg(timeoutMs / 1000.0));
+        });
+        m_timer.start(timeoutMs);
+        connect(&reply, &QNetworkReply::readyRead, this, [this] {
+            if (m_reply.bytesAvailable() > kLargestAnswerBytes)
+                giveUp(QStringLiteral("sent an answer that is too long"));
+        });
+        connect(&reply, &QNetworkReply::finished, this, [this] { finish(); });
+    }
 
-std::runtime_error failure(const QString& text)
-{
-    return std::runtime_error(text.toStdString());
-}
+    /// When the reply goes before its end, the service does.
+    ~Exchange() override
+    {
+        if (!m_promise.isFulfilled())
+            fail(QStringLiteral("was not waited for: the table closes"));
+    }
 
-void complete(folly::Promise<QJsonObject>& promise, QNetworkReply& reply, int timeoutMs)
-{
-    const QString server = reply.request().url().toString(QUrl::RemoveUserInfo);
-    if (reply.property("timedOut").toBool()) {
-        promise.setException(failure(QStringLiteral("The media server %1 did not answer within %2 s").arg(server).arg(timeoutMs / 1000.0)));
-        return;
+    folly::Future<QJsonObject> future() { return m_promise.getFuture(); }
+
+private:
+    void fail(const QString& what)
+    {
+        const QString server = m_address.toString(QUrl::RemoveUserInfo);
+        m_promise.setException(std::runtime_error(QStringLiteral("The media server %1 %2").arg(server, what).toStdString()));
     }
-    if (reply.property("tooLong").toBool()) {
-        promise.setException(failure(QStringLiteral("The media server %1 sent an answer that is too long").arg(server)));
-        return;
+
+    void giveUp(const QString& why)
+    {
+        if (m_promise.isFulfilled())
+            return;
+        fail(why);
+        m_reply.abort(); // ends in finish()
     }
-    const QByteArray body = reply.readAll();
-    const int status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    const bool answered = status != 0 && (reply.error() == QNetworkReply::NoError || status >= 400);
-    if (!answered) {
-        promise.setException(failure(QStringLiteral("The media server %1 cannot be reached: %2").arg(server, reply.errorString())));
-        return;
+
+    void finish()
+    {
+        m_timer.stop();
+        m_reply.deleteLater();
+        if (m_promise.isFulfilled())
+            return;
+        const int status = m_reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+        // Qt reports an error status as an error, too; those of the connection itself have numbers below.
+        const QNetworkReply::NetworkError error = m_reply.error();
+        if (status == 0 || (error != QNetworkReply::NoError && error < QNetworkReply::ContentAccessDenied))
+            return fail(QStringLiteral("cannot be reached: ") + m_reply.errorString());
+        if (status >= 300 && status < 400)
+            return fail(QStringLiteral("answered with status %1 and points elsewhere; give the address it points to").arg(status));
+        const QJsonDocument document = QJsonDocument::fromJson(m_reply.readAll());
+        if (document.isObject())
+            m_promise.setValue(document.object());
+        else if (status >= 400)
+            fail(QStringLiteral("answered with status %1").arg(status));
+        else
+            fail(QStringLiteral("sent no JSON object"));
     }
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(body, &error);
-    if (document.isObject())
-        promise.setValue(document.object());
-    else if (status >= 400)
-        promise.setException(failure(QStringLiteral("The media server %1 answered with status %2").arg(server).arg(status)));
-    else
-        promise.setException(failure(QStringLiteral("The media server %1 sent no JSON object").arg(server)));
-}
-}
+
+    QNetworkReply& m_reply;
+    const QUrl m_address = m_reply.request().url();
+    QTimer m_timer;
+    folly::Promise<QJsonObject> m_promise;
+};
 
 MediaServerService::MediaServerService(const QUrl& address, double timeoutSeconds)
-    : m_address(address), m_timeoutMs(int(timeoutSeconds * 1000.0))
+    : m_address(address), m_timeoutMs(int(std::ceil(timeoutSeconds * 1000.0)))
 {
 }
 
@@ -61,28 +93,11 @@ folly::Future<QJsonObject> MediaServerService::request(const QJsonObject& comman
 {
     QNetworkRequest request(m_address);
     request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
+    request.setRawHeader("Accept", "application/json");
+    // Set by hand so that Qt unpacks nothing: a packed answer could be far larger than it looks.
+    request.setRawHeader("Accept-Encoding", "identity");
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     QNetworkReply* reply = m_network.post(request, QJsonDocument(command).toJson(QJsonDocument::Compact));
-
-    // One bound on the whole exchange; Qt's own transfer timeout begins anew with every byte.
-    auto* timer = new QTimer(reply);
-    timer->setSingleShot(true);
-    QObject::connect(timer, &QTimer::timeout, reply, [reply] {
-        reply->setProperty("timedOut", true);
-        reply->abort();
-    });
-    timer->start(m_timeoutMs);
-    QObject::connect(reply, &QNetworkReply::downloadProgress, reply, [reply](qint64 received, qint64) {
-        if (received > kLargestAnswer) {
-            reply->setProperty("tooLong", true);
-            reply->abort();
-        }
-    });
-
-    auto promise = std::make_shared<folly::Promise<QJsonObject>>();
-    folly::Future<QJsonObject> future = promise->getFuture();
-    QObject::connect(reply, &QNetworkReply::finished, reply, [reply, promise, timeoutMs = m_timeoutMs] {
-        complete(*promise, *reply, timeoutMs);
-        reply->deleteLater();
-    });
-    return future;
+    auto* exchange = new Exchange(*reply, m_timeoutMs);
+    return exchange->future();
 }

@@ -7,17 +7,25 @@
 #include <QUrl>
 
 /// The media server, reached by JSON over HTTP POST. Main thread only; futures are completed there.
-/// An answer fails with a text for people: the server is away, is too slow, answered with an error status or with something
-/// that is no JSON object. An answer with an error status whose body is a JSON object is an answer.
+/// A future fails with a text for people: the server is away, is too slow, sends too much, answers with an error status, with
+/// a redirection (not followed: commands go to the address that was configured) or with something that is no JSON object.
+/// A JSON object that comes with an error status is an answer like any other.
 class MediaServerService final : public Tavola::ServiceInstance, public Tavola::JSONServerServiceAPI
 {
 public:
+    /// Answers are short; a longer one is refused.
+    static constexpr qint64 kLargestAnswerBytes = 1 << 20;
+
+    /// `timeoutSeconds` bounds a whole exchange, however many bytes trickle in meanwhile.
     MediaServerService(const QUrl& address, double timeoutSeconds);
+    /// What is under way fails.
     ~MediaServerService() override;
 
     folly::Future<QJsonObject> request(const QJsonObject& command) override;
 
 private:
+    class Exchange;
+
     QUrl m_address;
     int m_timeoutMs;
     QNetworkAccessManager m_network;

@@ -4,8 +4,8 @@
 #include <Tavola/TesselServiceAPI.hpp>
 
 #include <QFile>
+#include <QHash>
 #include <QMap>
-#include <QSet>
 #include <QStringList>
 
 namespace
@@ -29,14 +29,34 @@ public:
     {
         if (m_at >= m_text.size())
             return false;
+        const int start = m_at;
         line = Line();
         line.number = m_line;
+        if (!split(line)) {
+            // A quote that is never closed would swallow everybody below: it costs its own line only.
+            line.openQuote = true;
+            m_at = start;
+            m_line = line.number;
+            while (m_at < m_text.size() && !takeLineEnd())
+                ++m_at;
+        }
+        return true;
+    }
+
+private:
+    /// False when the text ends inside quotes.
+    bool split(Line& line)
+    {
         QString field;
         bool quoted = false;
         while (m_at < m_text.size()) {
+            if (takeLineEnd()) {
+                if (!quoted)
+                    break;
+                field += QLatin1Char('\n');
+                continue;
+            }
             const QChar c = m_text[m_at++];
-            if (c == QLatin1Char('\n'))
-                ++m_line;
             if (quoted) {
                 if (c != QLatin1Char('"'))
                     field += c;
@@ -50,22 +70,36 @@ public:
             } else if (c == QLatin1Char(',')) {
                 line.fields << field;
                 field.clear();
-            } else if (c == QLatin1Char('\n')) {
-                break;
-            } else if (c != QLatin1Char('\r')) {
+            } else {
                 field += c;
             }
         }
-        line.openQuote = quoted;
         line.fields << field;
+        return !quoted;
+    }
+
+    /// LF, CR LF or CR.
+    bool takeLineEnd()
+    {
+        const QChar c = m_text[m_at];
+        if (c != QLatin1Char('\n') && c != QLatin1Char('\r'))
+            return false;
+        ++m_at;
+        if (c == QLatin1Char('\r') && m_at < m_text.size() && m_text[m_at] == QLatin1Char('\n'))
+            ++m_at;
+        ++m_line;
         return true;
     }
 
-private:
     const QString& m_text;
     int m_at = 0;
     int m_line = 1;
 };
+
+bool isBlank(const Line& line)
+{
+    return !line.openQuote && line.fields.size() == 1 && line.fields[0].trimmed().isEmpty();
+}
 
 bool parseKind(const QString& text, int& kind)
 {
@@ -79,67 +113,112 @@ bool parseKind(const QString& text, int& kind)
         kind = word.toInt(&ok);
     return ok;
 }
+
+/// Reads one file's text; what is skipped is logged.
+class Reader
+{
+public:
+    Reader(const QString& text, const QString& fileName) : m_splitter(text), m_file(fileName.toUtf8()) {}
+
+    std::vector<Person> read()
+    {
+        if (!readColumns())
+            return {};
+        Line line;
+        while (m_splitter.next(line))
+            if (!isBlank(line))
+                readPerson(line);
+        return std::move(m_people);
+    }
+    [[nodiscard]] bool isComplete() const { return m_complete; }
+
+private:
+    void warn(int line, const QString& what)
+    {
+        m_complete = false;
+        Bedrock::Trace::warning("PeopleFile # %s:%d: %s", m_file.constData(), line, what.toUtf8().constData());
+    }
+    void skipLine(const Line& line, const QString& why) { warn(line.number, why + QStringLiteral("; the line is skipped")); }
+
+    bool readColumns()
+    {
+        Line line;
+        line.number = 1;
+        while (m_splitter.next(line) && isBlank(line)) { }
+        static const QStringList known{"code", "name", "email", "content-key", "kind"};
+        QStringList unknown;
+        for (int i = 0; i < line.fields.size(); ++i) {
+            const QString name = line.fields[i].trimmed().toLower();
+            if (known.contains(name))
+                m_columns.insert(name, i);
+            else
+                unknown << name;
+        }
+        m_columnCount = line.fields.size();
+        if (!m_columns.contains(QStringLiteral("code"))) {
+            warn(line.number, QStringLiteral("the first line must name the columns, \"code\" among them "
+                                             "(code,name,email,content-key,kind); nobody was read"));
+            return false;
+        }
+        for (const QString& name : unknown)
+            warn(line.number, QStringLiteral("unknown column '%1', known are %2; the column is skipped")
+                                  .arg(name, known.join(QStringLiteral(", "))));
+        return true;
+    }
+
+    QString field(const Line& line, const char* column) const
+    {
+        return line.fields.value(m_columns.value(QLatin1String(column), -1)).trimmed();
+    }
+
+    /// As `field`; nothing, with a warning, for bytes that are no UTF-8.
+    QString text(const Line& line, const char* column)
+    {
+        const QString value = field(line, column);
+        if (!value.contains(QChar(QChar::ReplacementCharacter)))
+            return value;
+        warn(line.number, QStringLiteral("the %1 is no UTF-8 text (save the file as UTF-8); it is left empty").arg(QLatin1String(column)));
+        return {};
+    }
+
+    void readPerson(const Line& line)
+    {
+        if (line.openQuote)
+            return skipLine(line, QStringLiteral("a quote is opened and never closed"));
+        if (line.fields.size() > m_columnCount)
+            return skipLine(line, QStringLiteral("%1 fields for %2 columns (put quotes around a field with a comma)")
+                                      .arg(line.fields.size()).arg(m_columnCount));
+        Person person;
+        bool isCode = false;
+        person.code = field(line, "code").toULong(&isCode);
+        if (!isCode)
+            return skipLine(line, QStringLiteral("'%1' is no card code, a whole number is expected").arg(field(line, "code")));
+        if (!parseKind(field(line, "kind"), person.kind))
+            return skipLine(line, QStringLiteral("'%1' is no kind; personal, unregistered or a number is expected").arg(field(line, "kind")));
+        if (const int earlier = m_lineOfCode.value(person.code))
+            return skipLine(line, QStringLiteral("code %1 stands in line %2 already").arg(person.code).arg(earlier));
+        m_lineOfCode.insert(person.code, line.number);
+        person.name = text(line, "name");
+        person.email = text(line, "email");
+        person.contentKey = text(line, "content-key");
+        m_people.push_back(std::move(person));
+    }
+
+    Splitter m_splitter;
+    QByteArray m_file;
+    QMap<QString, int> m_columns;
+    int m_columnCount = 0;
+    QHash<quint64, int> m_lineOfCode;
+    std::vector<Person> m_people;
+    bool m_complete = true;
+};
 }
 
 std::vector<Person> PeopleFile::parse(const QString& text, const QString& fileName, bool& complete)
 {
-    complete = true;
-    const auto skip = [&](int line, const QString& why) {
-        complete = false;
-        Bedrock::Trace::warning("PeopleFile # %s:%d: %s; the line is skipped", fileName.toUtf8().constData(), line,
-                                why.toUtf8().constData());
-    };
-
-    std::vector<Person> people;
-    Splitter splitter(text);
-    Line line;
-    QMap<QString, int> columns;
-    while (columns.isEmpty() && splitter.next(line)) {
-        if (line.fields.size() == 1 && line.fields[0].trimmed().isEmpty())
-            continue;
-        for (int i = 0; i < line.fields.size(); ++i)
-            columns.insert(line.fields[i].trimmed().toLower(), i);
-    }
-    if (!columns.contains(QStringLiteral("code"))) {
-        complete = false;
-        Bedrock::Trace::warning("PeopleFile # %s:1: the first line must name the columns, \"code\" among them "
-                                "(code,name,email,content-key,kind); nobody was read",
-                                fileName.toUtf8().constData());
-        return people;
-    }
-    const auto field = [&](const char* column) {
-        return line.fields.value(columns.value(QLatin1String(column), -1)).trimmed();
-    };
-
-    QSet<quint64> seen;
-    while (splitter.next(line)) {
-        if (line.fields.size() == 1 && line.fields[0].trimmed().isEmpty())
-            continue;
-        if (line.openQuote) {
-            skip(line.number, QStringLiteral("a quote is opened and never closed"));
-            continue;
-        }
-        Person person;
-        bool ok = false;
-        person.code = field("code").toULongLong(&ok);
-        if (!ok) {
-            skip(line.number, QStringLiteral("'%1' is no card code, a whole number is expected").arg(field("code")));
-            continue;
-        }
-        if (!parseKind(field("kind"), person.kind)) {
-            skip(line.number, QStringLiteral("'%1' is no kind; personal, unregistered or a number is expected").arg(field("kind")));
-            continue;
-        }
-        if (seen.contains(person.code)) {
-            skip(line.number, QStringLiteral("code %1 stood in an earlier line").arg(person.code));
-            continue;
-        }
-        seen.insert(person.code);
-        person.name = field("name");
-        person.email = field("email");
-        person.contentKey = field("content-key");
-        people.push_back(person);
-    }
+    Reader reader(text, fileName);
+    auto people = reader.read();
+    complete = reader.isComplete();
     return people;
 }
 

@@ -24,8 +24,9 @@ struct Person
 /// must be there. "kind" is personal, unregistered or a number.
 namespace PeopleFile
 {
-/// Readable lines; each line that cannot be read is a warning with file and line number and is skipped, also one whose code
-/// stood in an earlier line. `complete` tells whether the file could be read at all and nothing was skipped.
+/// The people in a file. Each line that cannot be read is a warning with file and line number and is skipped: a code that is
+/// none or stood in an earlier line, an unknown kind, more fields than columns, a quote that is never closed. A text that is
+/// no UTF-8 is left empty, a column that is not known is left out. `complete`: the file was there and nothing was skipped.
 [[nodiscard]] std::vector<Person> read(const QString& path, bool& complete);
 [[nodiscard]] std::vector<Person> parse(const QString& text, const QString& fileName, bool& complete);
 }

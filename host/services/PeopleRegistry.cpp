@@ -86,11 +86,19 @@ std::unique_ptr<PeopleRegistry> PeopleRegistry::open(const QString& path, QStrin
         return nullptr;
     }
     QSqlQuery query(connection.database());
-    if (!query.exec(QStringLiteral("PRAGMA journal_mode=WAL"))
+    const bool isDatabase = query.exec(QStringLiteral("PRAGMA user_version")) && query.next();
+    const int version = isDatabase ? query.value(0).toInt() : 0;
+    query.finish();
+    if (version > kSchemaVersion) {
+        error = QStringLiteral("%1 was made by a newer version of this program; use that one, or move the file away to begin a new one").arg(path);
+        return nullptr;
+    }
+    if (!isDatabase || !query.exec(QStringLiteral("PRAGMA journal_mode=WAL"))
         || !query.exec(QStringLiteral("CREATE TABLE IF NOT EXISTS people (code TEXT PRIMARY KEY, name TEXT NOT NULL, "
                                       "email TEXT NOT NULL, content_key TEXT NOT NULL, kind INTEGER NOT NULL)"))
         || !query.exec(QStringLiteral("PRAGMA user_version=%1").arg(kSchemaVersion))) {
-        error = QStringLiteral("%1 is no registry of people (%2); move it away to begin a new one").arg(path, query.lastError().text());
+        error = QStringLiteral("%1 cannot be used as the registry of people (%2); move it away to begin a new one")
+                    .arg(path, query.lastError().text());
         return nullptr;
     }
     return std::unique_ptr<PeopleRegistry>(new PeopleRegistry(path));
