@@ -55,7 +55,6 @@ public:
     }
 
     [[nodiscard]] const QString& name() const noexcept { return m_name; }
-    [[nodiscard]] bool isRegistered() const noexcept { return m_entry.has_value(); }
 
 private:
     std::optional<FactoryTable::iterator> m_entry;

@@ -45,6 +45,11 @@ PersonalSpaceContentWidget::PersonalSpaceContentWidget(Trellis::Widget* parent, 
     setCSSType("PersonalSpaceContentWidget");
     updateStyle();
 
+    // It counts as large as the space, and stands above the space's buttons: unless a style sheet says otherwise, touches go
+    // to its tiles or through it. Drops do not depend on this.
+    if (auto* transparent = dynamic_cast<Facet::AttributeT<bool>*>(attribute("input-transparent")))
+        transparent->setValue(true, Facet::kDefaultLayer);
+
     eventAddOut("empty");
     eventAddOut("content-changed");
     eventAddOut("widget-added");

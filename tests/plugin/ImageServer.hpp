@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QByteArray>
+#include <QMap>
+#include <QString>
+#include <QTcpServer>
+#include <QUrl>
+
+#include <memory>
+#include <vector>
+
+class QTcpSocket;
+
+namespace PluginTest
+{
+/// An HTTP server on a free loopback port that answers exact bytes, by path, and then closes the connection. Works in the event
+/// loop of the test.
+class ImageServer
+{
+public:
+    ImageServer();
+    ~ImageServer();
+
+    [[nodiscard]] QUrl url(const char* pathAndQuery) const;
+
+    /// A complete HTTP answer: 200 with this body.
+    void serve(const char* path, const QByteArray& body);
+    /// These bytes, whatever they are.
+    void serveRaw(const char* path, const QByteArray& bytes);
+    /// Nothing: the request stays open.
+    void hold(const char* path);
+    /// The targets that were asked for, in order.
+    [[nodiscard]] const std::vector<QString>& requests() const { return m_requests; }
+
+    [[nodiscard]] static QByteArray png(int width, int height);
+
+private:
+    void read(QTcpSocket* socket);
+
+    QTcpServer m_server;
+    QMap<QString, QByteArray> m_answers;
+    std::vector<QString> m_requests;
+};
+}

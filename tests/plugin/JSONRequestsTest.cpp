@@ -1,0 +1,197 @@
+#include "server/JSONRequests.hpp"
+
+#include "TestHost.hpp"
+
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include <doctest/doctest.h>
+
+using Tavola::PersonalSpaceContents;
+using Tavola::UploadableItem;
+
+namespace
+{
+const char* const kNoService = "No service configured, please configure a Media server service to use this feature.";
+
+UploadableItem parse(const QList<QString>& sources, const char* file = "", const char* displayName = "")
+{
+    PersonalSpaceContents::Item item;
+    item.files.sources = sources;
+    item.files.file = QString::fromUtf8(file);
+    item.files.displayName = QString::fromUtf8(displayName);
+    return Tavola::parseFiles(item);
+}
+
+bool succeeds(const QJsonValue& success)
+{
+    return Tavola::isSuccess({{"success", success}});
+}
+
+std::string failureOf(folly::Future<QJsonObject>& future)
+{
+    REQUIRE(future.isReady());
+    try {
+        (void)std::move(future).get();
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "no failure";
+}
+
+/// A service of the right name and another kind.
+class OtherService final : public Tavola::ServiceInstance
+{
+};
+}
+
+TEST_CASE("json requests: without a service the future has failed already and nothing is thrown")
+{
+    TestSupport::TestHost host;
+    host.removeMediaServer();
+    auto future = Tavola::requestJSON({});
+    CHECK(failureOf(future) == kNoService);
+}
+
+TEST_CASE("json requests: a service of another kind counts as none")
+{
+    TestSupport::TestHost host;
+    host.removeMediaServer();
+    host.tavola().services()->addService("media-server-service", "other", std::make_shared<OtherService>());
+    auto future = Tavola::requestJSON({});
+    CHECK(failureOf(future) == kNoService);
+}
+
+TEST_CASE("json requests: without an application the future has failed already")
+{
+    auto future = Tavola::requestJSON({});
+    CHECK(failureOf(future) == kNoService);
+}
+
+TEST_CASE("json requests: the command reaches the service whole and its future is handed back")
+{
+    TestSupport::TestHost host;
+    const QJsonObject command{{"command", "anything"}, {"number", 7}};
+    auto future = Tavola::requestJSON(command);
+    REQUIRE(host.mediaServer().commands().size() == 1);
+    CHECK(host.mediaServer().commands()[0] == command);
+    CHECK_FALSE(future.isReady());
+    host.mediaServer().answer(0, {{"success", true}});
+    REQUIRE(future.isReady());
+    CHECK(std::move(future).get() == QJsonObject{{"success", true}});
+}
+
+TEST_CASE("json requests: the first service configured is asked, whatever its name")
+{
+    TestSupport::TestHost host;
+    const auto second = std::make_shared<TestSupport::FakeMediaServer>();
+    host.tavola().services()->addService("media-server-service", "second", second);
+    (void)Tavola::requestJSON({{"command", "x"}});
+    CHECK(host.mediaServer().commands().size() == 1);
+    CHECK(second->commands().empty());
+}
+
+TEST_CASE("json requests: the service's failure is handed on")
+{
+    TestSupport::TestHost host;
+    auto future = Tavola::requestJSON({});
+    host.mediaServer().fail(0, "the line is dead");
+    CHECK(failureOf(future) == "the line is dead");
+}
+
+TEST_CASE("uploadable: an item without any file has an empty value under url")
+{
+    const auto item = parse({});
+    CHECK(item.value.isEmpty());
+    CHECK(item.kind == "url");
+    CHECK(item.displayName.isEmpty());
+}
+
+TEST_CASE("uploadable: a record made by default has no kind")
+{
+    CHECK(UploadableItem().kind.isEmpty());
+}
+
+TEST_CASE("uploadable: the first source goes before the file, the file before nothing")
+{
+    CHECK(parse({"/a/first.png", "/a/second.png"}, "/b/file.png").value == "first.png");
+    CHECK(parse({}, "/b/file.png").value == "file.png");
+    // Also where the first source says nothing.
+    CHECK(parse({""}, "/b/file.png").value.isEmpty());
+}
+
+TEST_CASE("uploadable: an absolute local path is its last part under filename")
+{
+    const auto item = parse({"/media/pictures/a.b/sun flower.jpg"}, "", "Sun");
+    CHECK(item.value == "sun flower.jpg");
+    CHECK(item.kind == "filename");
+    CHECK(item.displayName == "Sun");
+}
+
+TEST_CASE("uploadable: a web address keeps its scheme under url")
+{
+    const auto item = parse({"https://example.org/a?b=c#d"});
+    CHECK(item.value == "https://example.org/a?b=c#d");
+    CHECK(item.kind == "url");
+}
+
+TEST_CASE("uploadable: a web address without a scheme is sent with one")
+{
+    const auto item = parse({"www.example.org/page"});
+    CHECK(item.value == "http://www.example.org/page");
+    CHECK(item.kind == "url");
+}
+
+TEST_CASE("uploadable: what is no address stays as it is, under url")
+{
+    const auto item = parse({"x y"});
+    CHECK(item.value == "x y");
+    CHECK(item.kind == "url");
+}
+
+TEST_CASE("uploadable: a relative path counts as an address")
+{
+    CHECK(parse({"docs/a"}).value == "http://docs/a");
+}
+
+TEST_CASE("uploadable: equal are those whose three texts are equal")
+{
+    const UploadableItem item{"a", "b", "url"};
+    CHECK(item == UploadableItem{"a", "b", "url"});
+    CHECK(item != UploadableItem{"x", "b", "url"});
+    CHECK(item != UploadableItem{"a", "x", "url"});
+    CHECK(item != UploadableItem{"a", "b", "filename"});
+}
+
+TEST_CASE("answers: true and the text true are success, nothing else is")
+{
+    CHECK(succeeds(true));
+    CHECK(succeeds("true"));
+    CHECK_FALSE(succeeds(false));
+    CHECK_FALSE(succeeds("True"));
+    CHECK_FALSE(succeeds("TRUE"));
+    CHECK_FALSE(succeeds(" true"));
+    CHECK_FALSE(succeeds(1));
+    CHECK_FALSE(succeeds("1"));
+    CHECK_FALSE(succeeds(QJsonValue::Null));
+    CHECK_FALSE(succeeds(QJsonArray{true}));
+    CHECK_FALSE(Tavola::isSuccess({}));
+}
+
+TEST_CASE("answers: an error without a text is Unknown JSON and the answer on one line")
+{
+    CHECK(Tavola::getErrorText({{"success", false}}) == "Unknown JSON\nResponse was : {\"success\":false}");
+    CHECK(Tavola::getErrorText({}) == "Unknown JSON\nResponse was : {}");
+}
+
+TEST_CASE("answers: an error with a text begins with it")
+{
+    CHECK(Tavola::getErrorText({{"error", QString::fromUtf8("Zu groß")}, {"list", QJsonArray{1, 2}}})
+          == QString::fromUtf8("Zu groß\nResponse was : {\"error\":\"Zu groß\",\"list\":[1,2]}"));
+    CHECK(Tavola::getErrorText({{"error", ""}}) == "\nResponse was : {\"error\":\"\"}");
+}
+
+TEST_CASE("answers: an error that is no text is Unknown JSON")
+{
+    CHECK(Tavola::getErrorText({{"error", 5}}) == "Unknown JSON\nResponse was : {\"error\":5}");
+}

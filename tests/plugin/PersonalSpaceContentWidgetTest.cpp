@@ -1,0 +1,652 @@
+#include "personalspace/PersonalSpaceContentWidget.hpp"
+
+#include "LogCapture.hpp"
+#include "PluginSupport.hpp"
+#include "TestHost.hpp"
+
+#include <Tavola/ContentWidget.hpp>
+#include <Trellis/ImageWidget.hpp>
+
+#include <doctest/doctest.h>
+
+#include <stdexcept>
+
+using PluginTest::childrenOfClass;
+using PluginTest::classesOf;
+using PluginTest::EventLog;
+using PluginTest::FakeContent;
+using PluginTest::line;
+using PluginTest::newCode;
+using PluginTest::PlainContent;
+using PluginTest::pseudoClassesOf;
+using PluginTest::Strings;
+using Tavola::DropEvent;
+using Tavola::PersonalSpaceContents;
+using Tavola::PersonalSpaceContentWidget;
+using TestSupport::expectWarning;
+using TestSupport::TestHost;
+using ItemStatus = PersonalSpaceContents::ItemStatus;
+
+namespace
+{
+const std::string kFilesFailed = "PersonalSpaceContentWidget::addItem # Failed to load source files (";
+const std::string kPreviewFailed = "PersonalSpaceContentWidget::addItem # Failed to load preview file (";
+
+/// A drop area inside a space at (500, 300) of 400 by 300, which it fills but for a margin of 50 at the top.
+struct Area
+{
+    TestHost host;
+    unsigned long code = newCode();
+    Bedrock::IntrusivePtr<Trellis::Widget> space{new Trellis::Widget(&host.mainWidget())};
+    Bedrock::IntrusivePtr<PersonalSpaceContentWidget> widget{new PersonalSpaceContentWidget(space.get(), code)};
+    std::shared_ptr<PersonalSpaceContents> contents = widget->contents();
+
+    Area()
+    {
+        space->setSize({400.f, 300.f});
+        space->setLocation({500.f, 300.f});
+        widget->setSize({400.f, 250.f});
+        widget->setLocation({0.f, 50.f});
+    }
+
+    template <class Content>
+    Bedrock::IntrusivePtr<Content> make()
+    {
+        return Bedrock::IntrusivePtr<Content>(new Content(&host.mainWidget()));
+    }
+    bool drop(const Bedrock::IntrusivePtr<Trellis::Widget>& dragged, std::uint32_t type, Vecta::Vector2f position = {10.f, 20.f})
+    {
+        return widget->dropEvent({dragged, position, type});
+    }
+    [[nodiscard]] std::vector<Trellis::Widget*> indicators() { return childrenOfClass(*host.ui().overlayWidget(), "drop-indicator"); }
+    [[nodiscard]] std::vector<Trellis::Widget*> tiles() const { return childrenOfClass(*widget, "container"); }
+    [[nodiscard]] Trellis::Widget& tile(std::size_t index = 0) const { return *tiles().at(index); }
+    long addItem(ItemStatus status = ItemStatus::Ready)
+    {
+        PersonalSpaceContents::Item item;
+        item.widgetId = 77;
+        item.status = status;
+        return contents->addItem(item);
+    }
+    [[nodiscard]] ItemStatus status() const { return contents->items().begin()->second.status; }
+};
+
+void listenToAll(EventLog& log, PersonalSpaceContentWidget& widget)
+{
+    log.listen(widget, "empty", EventLog::Payload::Int32);
+    log.listen(widget, "content-changed", EventLog::Payload::None);
+    log.listen(widget, "widget-added", EventLog::Payload::Id);
+    log.listen(widget, "widget-removed", EventLog::Payload::Id);
+    log.listen(widget, "before-remove-item", EventLog::Payload::Id);
+}
+}
+
+TEST_CASE("content widget: type, attribute and events are as style sheets and listeners know them")
+{
+    Area area;
+    CHECK(area.widget->cssType() == "PersonalSpaceContentWidget");
+    CHECK(dynamic_cast<Facet::AttributeT<bool>&>(*area.widget->attribute("accept-drops")).value());
+    Strings events = PluginTest::eventsOf(*area.widget);
+    REQUIRE(events.size() >= 5);
+    events.erase(events.begin(), events.end() - 5);
+    CHECK(events == Strings{"empty", "content-changed", "widget-added", "widget-removed", "before-remove-item"});
+    CHECK(area.widget->contents() == PersonalSpaceContents::personalContent(area.code));
+    CHECK(area.widget->isEmpty());
+}
+
+TEST_CASE("collectable: content with files of its own, with addresses, or with a source")
+{
+    Area area;
+    CHECK(PersonalSpaceContentWidget::canWidgetBeCollected(*area.make<FakeContent>()));
+    const auto plain = area.make<PlainContent>();
+    CHECK_FALSE(PersonalSpaceContentWidget::canWidgetBeCollected(*plain));
+    plain->source.setValue("a.png");
+    CHECK(PersonalSpaceContentWidget::canWidgetBeCollected(*plain));
+    plain->source.setValue("");
+    plain->urls.setValue({"http://a"});
+    CHECK(PersonalSpaceContentWidget::canWidgetBeCollected(*plain));
+    plain->urls.setValue({});
+    CHECK_FALSE(PersonalSpaceContentWidget::canWidgetBeCollected(*plain));
+}
+
+TEST_CASE("collectable: the host's content widgets are when they show something")
+{
+    Area area;
+    const auto picture = area.make<Tavola::ContentWidget>();
+    CHECK_FALSE(PersonalSpaceContentWidget::canWidgetBeCollected(*picture));
+    dynamic_cast<Facet::AttributeT<QStringList>&>(*picture->attribute("source-tessel-urls")).setValue({"http://a"});
+    CHECK(PersonalSpaceContentWidget::canWidgetBeCollected(*picture));
+}
+
+TEST_CASE("collectable: a widget without such attributes, or with attributes of another type, is not")
+{
+    class Odd final : public Trellis::Widget
+    {
+    public:
+        Facet::AttributeT<bool> source{this, "source", true};
+        Facet::AttributeT<QString> urls{this, "source-tessel-urls", "http://a"};
+    };
+    Odd odd;
+    CHECK_FALSE(PersonalSpaceContentWidget::canWidgetBeCollected(odd));
+    Trellis::Widget bare;
+    CHECK_FALSE(PersonalSpaceContentWidget::canWidgetBeCollected(bare));
+}
+
+TEST_CASE("drop: a widget that cannot be collected is refused and leaves nothing behind")
+{
+    Area area;
+    const auto plain = area.make<PlainContent>();
+    for (std::uint32_t type = 1; type <= 4; ++type) {
+        CAPTURE(type);
+        CHECK_FALSE(area.drop(plain, type));
+    }
+    CHECK(pseudoClassesOf(*area.space).empty());
+    CHECK(pseudoClassesOf(*plain).empty());
+    CHECK(area.indicators().empty());
+    CHECK(area.contents->items().empty());
+}
+
+TEST_CASE("drop: with accept-drops off nothing is accepted and no indicator shows")
+{
+    Area area;
+    area.host.style("PersonalSpaceContentWidget { accept-drops: false }");
+    const auto content = area.make<FakeContent>();
+    for (std::uint32_t type = 1; type <= 4; ++type) {
+        CAPTURE(type);
+        CHECK_FALSE(area.drop(content, type));
+    }
+    CHECK(pseudoClassesOf(*area.space).empty());
+    CHECK(area.indicators().empty());
+    CHECK(area.contents->items().empty());
+}
+
+TEST_CASE("drop: an event without a widget is refused")
+{
+    Area area;
+    CHECK_FALSE(area.drop(nullptr, DropEvent::Drop));
+}
+
+TEST_CASE("drop: a content widget without a parent refuses")
+{
+    Area area;
+    const auto content = area.make<FakeContent>();
+    area.widget->removeFromParent();
+    CHECK_FALSE(area.drop(content, DropEvent::Drop));
+    CHECK_FALSE(area.drop(content, DropEvent::Hover));
+    CHECK(area.contents->items().empty());
+    CHECK(area.indicators().empty());
+}
+
+TEST_CASE("drop: an event of an unknown type does nothing and is refused")
+{
+    Area area;
+    const auto content = area.make<FakeContent>();
+    for (const std::uint32_t type : {0u, 5u, 4294967295u})
+        CHECK_FALSE(area.drop(content, type));
+    CHECK(pseudoClassesOf(*area.space).empty());
+    CHECK(area.indicators().empty());
+    CHECK(area.contents->items().empty());
+}
+
+TEST_CASE("drop: hovering marks the space and shows the indicator at the point")
+{
+    Area area;
+    const auto content = area.make<FakeContent>();
+    CHECK(area.drop(content, DropEvent::Hover, {10.f, 20.f}));
+    CHECK(pseudoClassesOf(*area.space) == Strings{"valid-hover"});
+    CHECK(pseudoClassesOf(*content).empty());
+    REQUIRE(area.indicators().size() == 1);
+    auto* indicator = area.indicators()[0];
+    CHECK(dynamic_cast<Trellis::ImageWidget*>(indicator));
+    CHECK(indicator->centerLocation() == Vecta::Vector2f(510.f, 370.f));
+
+    CHECK(area.drop(content, DropEvent::Hover, {110.f, 40.f}));
+    REQUIRE(area.indicators().size() == 1);
+    CHECK(area.indicators()[0] == indicator);
+    CHECK(indicator->centerLocation() == Vecta::Vector2f(610.f, 390.f));
+    CHECK(area.contents->items().empty());
+}
+
+TEST_CASE("drop: a hover that would drop marks the dragged widget too")
+{
+    Area area;
+    const auto content = area.make<FakeContent>();
+    CHECK(area.drop(content, DropEvent::ValidHover));
+    CHECK(pseudoClassesOf(*area.space) == Strings{"valid-hover"});
+    CHECK(pseudoClassesOf(*content) == Strings{"valid-drop"});
+    CHECK(area.indicators().size() == 1);
+}
+
+TEST_CASE("drop: leaving clears both marks and the indicator")
+{
+    Area area;
+    const auto content = area.make<FakeContent>();
+    area.drop(content, DropEvent::ValidHover);
+    CHECK(area.drop(content, DropEvent::Leave));
+    CHECK(pseudoClassesOf(*area.space).empty());
+    CHECK(pseudoClassesOf(*content).empty());
+    CHECK(area.indicators().empty());
+}
+
+TEST_CASE("drop: the drop collects and takes the indicator away, the marks wait for the leave")
+{
+    Area area;
+    const auto content = area.make<FakeContent>();
+    area.drop(content, DropEvent::ValidHover);
+    CHECK(area.drop(content, DropEvent::Drop));
+    CHECK(area.contents->items().size() == 1);
+    CHECK(area.indicators().empty());
+    CHECK(pseudoClassesOf(*area.space) == Strings{"valid-hover"});
+    CHECK(pseudoClassesOf(*content) == Strings{"valid-drop"});
+    CHECK(area.drop(content, DropEvent::Leave));
+    CHECK(pseudoClassesOf(*area.space).empty());
+}
+
+TEST_CASE("drop: a content widget that goes during a drag takes the indicator with it")
+{
+    Area area;
+    area.drop(area.make<FakeContent>(), DropEvent::Hover);
+    REQUIRE(area.indicators().size() == 1);
+    area.space->removeFromParent();
+    area.space.reset();
+    area.widget.reset();
+    area.host.frames(2);
+    CHECK(area.indicators().empty());
+}
+
+TEST_CASE("add: the item is Pending, names the widget, and its events come in order")
+{
+    Area area;
+    const auto content = area.make<FakeContent>();
+    EventLog log;
+    listenToAll(log, *area.widget);
+    area.widget->addItem(content);
+    REQUIRE(area.contents->items().size() == 1);
+    const auto item = area.contents->items().begin()->second;
+    CHECK(item.status == ItemStatus::Pending);
+    CHECK(item.widgetId == content->id());
+    CHECK(item.files.sources.isEmpty());
+    CHECK(item.preview.isEmpty());
+    CHECK(log.lines == Strings{"empty 0", "content-changed", line("widget-added", content->id())});
+    CHECK(area.tiles().size() == 1);
+    CHECK_FALSE(area.widget->isEmpty());
+}
+
+TEST_CASE("add: files and preview are stored after the update of a frame")
+{
+    Area area;
+    const auto content = area.make<FakeContent>();
+    area.widget->addItem(content);
+    CHECK(content->filesCalls == 1);
+    CHECK(content->previewCalls == 1);
+    content->giveFiles("http://example.org/x", "A name");
+    content->previewPromise.setValue("/none/preview.png");
+    CHECK(area.status() == ItemStatus::Pending);
+    TestSupport::expectWarningStartingWith("ImageWidget # Failed to load image "); // there is no such picture
+    area.host.frame();
+    const auto item = area.contents->items().begin()->second;
+    CHECK(item.status == ItemStatus::Ready);
+    CHECK(item.files.sources == QList<QString>{"http://example.org/x"});
+    CHECK(item.files.displayName == "A name");
+    CHECK(item.preview == "/none/preview.png");
+    CHECK(area.host.frameUntil([] { return !TestSupport::loggedLines().empty(); }));
+}
+
+TEST_CASE("add: a widget without files of its own is described and photographed by the host")
+{
+    Area area;
+    const auto plain = area.make<PlainContent>();
+    plain->source.setValue("https://example.org/page");
+    plain->setSize({100.f, 60.f});
+    area.widget->addItem(plain);
+    area.host.frame();
+    CHECK(area.status() == ItemStatus::Ready);
+    CHECK(area.contents->items().begin()->second.files.sources == QList<QString>{"https://example.org/page"});
+    REQUIRE(area.host.frameUntil([&] { return !area.contents->items().begin()->second.preview.isEmpty(); }));
+    CHECK(dynamic_cast<Trellis::ImageWidget&>(*area.tile().children().at(1)).source()
+          == area.contents->items().begin()->second.preview);
+}
+
+TEST_CASE("add: files that fail are logged with the exception's own text and leave the item Pending")
+{
+    Area area;
+    const auto content = area.make<FakeContent>();
+    area.widget->addItem(content);
+    SUBCASE("a runtime error")
+    {
+        content->filesPromise.setException(std::runtime_error("disk full"));
+        expectWarning(kFilesFailed + "disk full)");
+    }
+    SUBCASE("a broken promise")
+    {
+        content->filesPromise = folly::Promise<Tavola::FileRepresentation::FileData>();
+        expectWarning(kFilesFailed + "Broken promise for type name `Tavola::FileRepresentation::FileData`)");
+    }
+    SUBCASE("something that is no exception of the standard library")
+    {
+        content->filesPromise.setException(folly::exception_wrapper(std::make_exception_ptr(42)));
+        expectWarning(kFilesFailed + ")");
+    }
+    area.host.frame();
+    CHECK(area.status() == ItemStatus::Pending);
+    CHECK(area.tiles().size() == 1);
+}
+
+TEST_CASE("add: a preview that fails is logged and the item goes on without")
+{
+    Area area;
+    const auto content = area.make<FakeContent>();
+    area.widget->addItem(content);
+    content->giveFiles("http://a");
+    content->previewPromise.setException(std::runtime_error("no camera"));
+    expectWarning(kPreviewFailed + "no camera)");
+    area.host.frame();
+    CHECK(area.status() == ItemStatus::Ready);
+    CHECK(area.contents->items().begin()->second.preview.isEmpty());
+    CHECK(area.tiles().size() == 1);
+}
+
+TEST_CASE("add: content that throws in the call is logged like a failed future, and is announced all the same")
+{
+    Area area;
+    const auto content = area.make<FakeContent>();
+    content->throwOnFiles = "files thrown";
+    content->throwOnPreview = "preview thrown";
+    EventLog log;
+    log.listen(*area.widget, "widget-added", EventLog::Payload::Id);
+    CHECK_NOTHROW(area.widget->addItem(content));
+    CHECK(log.lines.size() == 1);
+    expectWarning(kFilesFailed + "files thrown)");
+    expectWarning(kPreviewFailed + "preview thrown)");
+    area.host.frame();
+}
+
+TEST_CASE("add: results that come when the content widget is gone still land in the contents")
+{
+    Area area;
+    const auto content = area.make<FakeContent>();
+    area.widget->addItem(content);
+    area.widget->removeFromParent();
+    area.widget.reset();
+    area.host.frame();
+    content->giveFiles("http://a");
+    content->previewPromise.setValue("/p.png");
+    area.host.frame();
+    CHECK(area.status() == ItemStatus::Ready);
+    CHECK(area.contents->items().begin()->second.preview == "/p.png");
+}
+
+TEST_CASE("add: results for an item that is gone are dropped")
+{
+    Area area;
+    const auto content = area.make<FakeContent>();
+    area.widget->addItem(content);
+    content->giveFiles("http://a");
+    area.contents->removeItems();
+    area.host.frame();
+    CHECK(area.contents->items().empty());
+}
+
+TEST_CASE("tile: a container with the status icon below the preview")
+{
+    Area area;
+    area.addItem();
+    REQUIRE(area.tiles().size() == 1);
+    CHECK(classesOf(area.tile()) == Strings{"container"});
+    REQUIRE(area.tile().children().size() == 2);
+    CHECK(dynamic_cast<Trellis::ImageWidget*>(area.tile().children()[0].get()));
+    CHECK(classesOf(*area.tile().children()[0]) == Strings{"status-icon"});
+    CHECK(dynamic_cast<Trellis::ImageWidget*>(area.tile().children()[1].get()));
+    CHECK(classesOf(*area.tile().children()[1]).empty());
+}
+
+TEST_CASE("tile: it fades in, 0.4 seconds after a delay of 0.2")
+{
+    Area area;
+    area.addItem();
+    CHECK(area.tile().opacity() == 0.f);
+    area.host.frame(0.2);
+    CHECK(area.tile().opacity() == doctest::Approx(0.0));
+    area.host.frame(0.2);
+    CHECK(area.tile().opacity() > 0.f);
+    CHECK(area.tile().opacity() < 1.f);
+    area.host.frame(0.21);
+    CHECK(area.tile().opacity() == 1.f);
+}
+
+TEST_CASE("tile: a removed item's tile fades out in 0.2 seconds and is deleted")
+{
+    Area area;
+    const long first = area.addItem();
+    const long second = area.addItem();
+    area.host.frame(1.0);
+    EventLog log;
+    listenToAll(log, *area.widget);
+    area.contents->removeItem(first);
+    CHECK(log.lines == Strings{"empty 0", "content-changed"});
+    CHECK(area.tiles().size() == 2);
+    area.host.frame(0.1);
+    CHECK(area.tiles().size() == 2);
+    area.host.frame(0.11);
+    area.host.frame();
+    CHECK(area.tiles().size() == 1);
+    log.lines.clear();
+    area.contents->removeItem(second);
+    CHECK(log.lines == Strings{"empty 1", "content-changed"});
+}
+
+TEST_CASE("tile: its scale follows the number of items")
+{
+    Area area;
+    const auto expected = [](int count) {
+        if (count <= 9)
+            return 1.f / 3.f;
+        return count <= 16 ? 1.f / 4.f : count <= 25 ? 1.f / 5.f : 1.f / 6.f;
+    };
+    for (int count = 1; count <= 26; ++count) {
+        area.addItem();
+        CAPTURE(count);
+        for (const auto* tile : area.tiles())
+            CHECK(tile->scale() == doctest::Approx(expected(count)));
+    }
+    for (int count = 25; count >= 9; count -= 8) {
+        while (int(area.contents->items().size()) > count)
+            area.contents->removeItem(area.contents->items().rbegin()->first);
+        CHECK(area.tile().scale() == doctest::Approx(expected(count)));
+    }
+}
+
+TEST_CASE("tile: the status shows as a class")
+{
+    Area area;
+    const long id = area.addItem();
+    const auto classes = [&](ItemStatus status) {
+        area.contents->setItemStatus(status, id);
+        return classesOf(area.tile());
+    };
+    CHECK(classes(ItemStatus::Uploaded) == Strings{"container", "uploaded"});
+    CHECK(classes(ItemStatus::Failed) == Strings{"container", "failed"});
+    CHECK(classes(ItemStatus::Uploaded) == Strings{"container", "uploaded"});
+    CHECK(classes(ItemStatus::Uploading) == Strings{"container"});
+    CHECK(classes(ItemStatus::Failed) == Strings{"container", "failed"});
+    CHECK(classes(ItemStatus::Ready) == Strings{"container"});
+    CHECK(classes(ItemStatus::Pending) == Strings{"container"});
+}
+
+TEST_CASE("tile: a preview is loaded into the picture above the icon")
+{
+    Area area;
+    const long id = area.addItem();
+    TestSupport::expectWarningStartingWith("ImageWidget # Failed to load image "); // there is no such picture
+    area.contents->previewReady(id, "/none/tile.png");
+    CHECK(dynamic_cast<Trellis::ImageWidget&>(*area.tile().children()[1]).source() == "/none/tile.png");
+    CHECK(dynamic_cast<Trellis::ImageWidget&>(*area.tile().children()[0]).source().isEmpty());
+    CHECK(area.host.frameUntil([] { return !TestSupport::loggedLines().empty(); }));
+}
+
+TEST_CASE("tile: what concerns an item without a tile is ignored")
+{
+    Area area;
+    EventLog log;
+    listenToAll(log, *area.widget);
+    area.widget->itemRemoved(5);
+    area.widget->previewReady(5, "/x");
+    area.widget->updateStatus(5, ItemStatus::Failed);
+    CHECK(log.lines.empty());
+    CHECK(area.tiles().empty());
+}
+
+TEST_CASE("tile: let go of inside the area it returns to its styled place")
+{
+    Area area;
+    area.addItem();
+    auto& tile = area.tile();
+    tile.setSize({90.f, 90.f});
+    const auto styled = tile.location();
+    tile.setLocation({200.f, 100.f});
+    EventLog log;
+    listenToAll(log, *area.widget);
+    tile.eventSend("interaction-end");
+    CHECK_FALSE(tile.attribute("location")->hasValue(Facet::kUserLayer));
+    CHECK(tile.location() == styled);
+    CHECK_FALSE(tile.isMoving());
+    CHECK(area.contents->items().size() == 1);
+    CHECK(log.lines.empty());
+}
+
+TEST_CASE("tile: let go of outside the area it takes its item with it")
+{
+    Area area;
+    const long id = area.addItem();
+    auto& tile = area.tile();
+    tile.setSize({90.f, 90.f});
+    tile.setLocation({700.f, 100.f});
+    EventLog log;
+    listenToAll(log, *area.widget);
+    area.widget->eventAddListener("before-remove-item", [&] { CHECK(area.contents->items().count(id) == 1); });
+    tile.eventSend("interaction-end");
+    CHECK(area.contents->items().empty());
+    CHECK(log.lines == Strings{line("before-remove-item", id), "empty 1", "content-changed", "widget-removed 77"});
+}
+
+TEST_CASE("tile: one that is fading out is let go of without effect")
+{
+    Area area;
+    const long id = area.addItem();
+    const long other = area.addItem();
+    const Bedrock::IntrusivePtr<Trellis::Widget> tile(&area.tile());
+    tile->setSize({90.f, 90.f});
+    tile->setLocation({700.f, 100.f});
+    area.contents->removeItem(id);
+    EventLog log;
+    listenToAll(log, *area.widget);
+    tile->eventSend("interaction-end");
+    CHECK(log.lines.empty());
+    CHECK(area.contents->items().count(other) == 1);
+}
+
+TEST_CASE("tile: a finger drags it out of the area, and back inside it returns")
+{
+    Area area;
+    area.host.style(".container { width: 90px; height: 90px; movable: true }");
+    area.addItem();
+    area.host.frame(1.0);
+    const auto centre = [&] { return area.tile().mapToScene(area.tile().size() * 0.5f); };
+    const auto styled = area.tile().location();
+
+    area.host.dragAndDrop(1, centre(), {850.f, 550.f});
+    REQUIRE(area.contents->items().size() == 1);
+    CHECK(area.tile().location() == styled);
+
+    area.host.dragAndDrop(1, centre(), {1500.f, 900.f});
+    CHECK(area.contents->items().empty());
+    area.host.frames(3, 0.2);
+    CHECK(area.tiles().empty());
+}
+
+TEST_CASE("remove: a single item is announced before it leaves the contents, all items are not")
+{
+    Area area;
+    const long first = area.addItem();
+    area.addItem();
+    area.addItem();
+    EventLog log;
+    listenToAll(log, *area.widget);
+    std::size_t sizeAtAnnouncement = 0;
+    area.widget->eventAddListener("before-remove-item", [&] { sizeAtAnnouncement = area.contents->items().size(); });
+    area.widget->removeItem(first);
+    CHECK(sizeAtAnnouncement == 3);
+    CHECK(log.lines == Strings{line("before-remove-item", first), "empty 0", "content-changed"});
+    log.lines.clear();
+    area.widget->removeItems();
+    CHECK(area.widget->isEmpty());
+    CHECK(log.lines == Strings{"empty 0", "content-changed", "empty 1", "content-changed"});
+}
+
+TEST_CASE("content widget: the whole space counts as the drop area")
+{
+    Area area;
+    CHECK(area.widget->isInside({10.f, -40.f})); // above the area, in the space
+    CHECK(area.widget->isInside({399.f, 249.f}));
+    CHECK_FALSE(area.widget->isInside({10.f, -51.f}));
+    CHECK_FALSE(area.widget->isInside({401.f, 10.f}));
+    area.widget->removeFromParent();
+    CHECK_FALSE(area.widget->isInside({10.f, -40.f}));
+    CHECK(area.widget->isInside({10.f, 10.f}));
+}
+
+TEST_CASE("content widget: two of one card show the same items")
+{
+    Area area;
+    const Bedrock::IntrusivePtr<PersonalSpaceContentWidget> other(new PersonalSpaceContentWidget(area.space.get(), area.code));
+    const long id = area.addItem();
+    CHECK(childrenOfClass(*other, "container").size() == 1);
+    CHECK(area.tiles().size() == 1);
+    CHECK(area.widget->items().count(id) == 1);
+    area.contents->setItemStatus(ItemStatus::Failed, id);
+    CHECK(childrenOfClass(*other, "failed").size() == 1);
+}
+
+TEST_CASE("content widget: when it goes, the contents forget it")
+{
+    Area area;
+    area.addItem();
+    area.widget->removeFromParent();
+    area.widget.reset();
+    area.host.frame();
+    for (const char* event : {"item-added", "item-removed", "preview-ready", "item-status-changed"}) {
+        CAPTURE(event);
+        CHECK_FALSE(area.contents->eventHasListeners(event));
+    }
+    area.addItem();
+    area.contents->removeItems();
+}
+
+TEST_CASE("content widget: a listener may close the space while an item is added")
+{
+    Area area;
+    area.widget->eventAddListener("content-changed", [&] {
+        area.space->removeFromParent();
+        area.space.reset();
+        area.widget.reset();
+    });
+    auto* widget = area.widget.get();
+    const auto content = area.make<FakeContent>();
+    widget->addItem(content);
+    content->giveFiles("http://a");
+    area.host.frames(2);
+    CHECK(area.status() == ItemStatus::Ready);
+}
+
+TEST_CASE("content widget: touches go through it to what lies under it")
+{
+    Area area;
+    area.host.style("#button { position: absolute; left: 20px; top: 100px; width: 60px; height: 40px }");
+    const Bedrock::IntrusivePtr<Trellis::Widget> button(new Trellis::Widget(area.space.get()));
+    button->setCSSId("button");
+    area.widget->raiseToTop(false);
+    int taps = 0;
+    button->eventAddListener("single-tap", [&] { ++taps; });
+    area.host.tap({540.f, 420.f});
+    CHECK(taps == 1);
+}

@@ -1,0 +1,520 @@
+#include "server/PersonalSpaceUploader.hpp"
+
+#include "EventLoop.hpp"
+#include "ImageServer.hpp"
+#include "LogCapture.hpp"
+#include "PluginSupport.hpp"
+#include "TemporaryFolder.hpp"
+#include "TestHost.hpp"
+#include "personalspace/PersonalSpaceContents.hpp"
+#include "server/IconDownloader.hpp"
+
+#include <QFile>
+#include <QJsonObject>
+
+#include <doctest/doctest.h>
+
+using PluginTest::EventLog;
+using PluginTest::ImageServer;
+using PluginTest::line;
+using PluginTest::newCode;
+using PluginTest::Strings;
+using Tavola::IconDownloader;
+using Tavola::PersonalSpaceContents;
+using Tavola::PersonalSpaceUploader;
+using TestSupport::expectWarning;
+using TestSupport::TestHost;
+using ItemStatus = PersonalSpaceUploader::ItemStatus;
+
+namespace
+{
+const std::string kUploadFailed = "PersonalSpaceUploader # Failed to upload user item : ";
+const std::string kDeleteFailed = "PersonalSpaceUploader # Failed to delete user item : ";
+const std::string kPageFailed = "PersonalSpaceUploader # Failed to fetch user's URL : ";
+const std::string kNoService =
+    "No service configured, please configure a Media server service to use this feature.";
+const QJsonObject kYes{{"success", true}};
+const QJsonObject kNo{{"success", false}};
+const std::string kNoText = "Unknown JSON\nResponse was : {\"success\":false}";
+
+/// A card with an uploader, and its items.
+struct Space
+{
+    TestHost host;
+    unsigned long code = newCode();
+    std::shared_ptr<PersonalSpaceContents> contents = PersonalSpaceContents::personalContent(code);
+    PersonalSpaceUploader uploader{code};
+
+    long addItem(const char* source, ItemStatus status = ItemStatus::Ready, const char* displayName = "A name")
+    {
+        PersonalSpaceContents::Item item;
+        if (*source)
+            item.files.sources = QList<QString>{source};
+        item.files.displayName = displayName;
+        item.status = status;
+        return contents->addItem(item);
+    }
+    [[nodiscard]] ItemStatus status(long id) const { return contents->item(id).status; }
+    [[nodiscard]] const std::vector<QJsonObject>& commands() { return host.mediaServer().commands(); }
+    void answer(std::size_t index, const QJsonObject& reply)
+    {
+        host.mediaServer().answer(index, reply);
+        host.frame();
+    }
+};
+
+QJsonObject addItemCommand(unsigned long code, const char* kind, const char* value, const char* displayName)
+{
+    return {{"command", "additem"}, {"tessel", double(code)}, {"systemname", "Undefined"}, {kind, value}, {"displayname", displayName}};
+}
+
+QJsonObject deleteItemCommand(unsigned long code, const char* kind, const char* value)
+{
+    return {{"command", "deleteitem"}, {"tessel", double(code)}, {"systemname", "Undefined"}, {kind, value}};
+}
+}
+
+TEST_CASE("uploader: an item is sent with card, system, address and name, and becomes Uploaded")
+{
+    Space space;
+    const long id = space.addItem("http://example.org/x");
+    EventLog log;
+    log.listen(*space.contents, "item-status-changed", EventLog::Payload::IdAndInt32);
+    space.uploader.uploadItem(id);
+    CHECK(space.status(id) == ItemStatus::Uploading);
+    REQUIRE(space.commands().size() == 1);
+    CHECK(space.commands()[0] == addItemCommand(space.code, "url", "http://example.org/x", "A name"));
+    space.answer(0, kYes);
+    CHECK(space.status(id) == ItemStatus::Uploaded);
+    CHECK(log.lines == Strings{line("item-status-changed", id, " 2"), line("item-status-changed", id, " 3")});
+}
+
+TEST_CASE("uploader: a local file is sent by its name alone")
+{
+    Space space;
+    space.uploader.uploadItem(space.addItem("/media/a/tiger.png"));
+    REQUIRE(space.commands().size() == 1);
+    CHECK(space.commands()[0] == addItemCommand(space.code, "filename", "tiger.png", "A name"));
+    CHECK_FALSE(space.commands()[0].contains("url"));
+}
+
+TEST_CASE("uploader: an answer waits for the end of a frame, also one that was there at once")
+{
+    Space space;
+    space.host.mediaServer().script = [](const QJsonObject&) { return kYes; };
+    const long id = space.addItem("http://a");
+    space.uploader.uploadItem(id);
+    CHECK(space.status(id) == ItemStatus::Uploading);
+    space.host.frame();
+    CHECK(space.status(id) == ItemStatus::Uploaded);
+}
+
+TEST_CASE("uploader: an answer of another thread is stored on the main thread")
+{
+    Space space;
+    const long id = space.addItem("http://a");
+    space.uploader.uploadItem(id);
+    std::thread::id thread;
+    space.contents->eventAddListener("item-status-changed", [&] { thread = std::this_thread::get_id(); });
+    space.host.mediaServer().answerFromThread(0, kYes);
+    CHECK(space.status(id) == ItemStatus::Uploading);
+    space.host.frame();
+    CHECK(space.status(id) == ItemStatus::Uploaded);
+    CHECK(thread == std::this_thread::get_id());
+}
+
+TEST_CASE("uploader: an item that is Pending, Uploading or Uploaded is left alone")
+{
+    Space space;
+    for (const auto status : {ItemStatus::Pending, ItemStatus::Uploading, ItemStatus::Uploaded}) {
+        CAPTURE(static_cast<int>(status));
+        const long id = space.addItem("http://a", status);
+        EventLog log;
+        const auto listener = space.contents->eventAddListener("item-status-changed", [&] { log.lines.push_back("changed"); });
+        space.uploader.uploadItem(id);
+        CHECK(space.status(id) == status);
+        CHECK(log.lines.empty());
+        space.contents->eventRemoveListener(listener);
+    }
+    CHECK(space.commands().empty());
+}
+
+TEST_CASE("uploader: an unknown item is left alone")
+{
+    Space space;
+    space.uploader.uploadItem(42);
+    space.uploader.removeItem(42);
+    CHECK(space.commands().empty());
+}
+
+TEST_CASE("uploader: a refused item is Failed, logged with the answer, and can be tried again")
+{
+    Space space;
+    const long id = space.addItem("http://a");
+    space.uploader.uploadItem(id);
+    expectWarning(kUploadFailed + kNoText);
+    space.answer(0, kNo);
+    CHECK(space.status(id) == ItemStatus::Failed);
+    space.uploader.uploadItem(id);
+    CHECK(space.status(id) == ItemStatus::Uploading);
+    REQUIRE(space.commands().size() == 2);
+    space.answer(1, {{"success", "true"}});
+    CHECK(space.status(id) == ItemStatus::Uploaded);
+}
+
+TEST_CASE("uploader: a request that fails makes the item Failed, with the exception's own text")
+{
+    Space space;
+    const long id = space.addItem("http://a");
+    space.uploader.uploadItem(id);
+    expectWarning(kUploadFailed + "timed out");
+    space.host.mediaServer().failFromThread(0, "timed out");
+    space.host.frame();
+    CHECK(space.status(id) == ItemStatus::Failed);
+}
+
+TEST_CASE("uploader: a service that lets go of a request makes the item Failed")
+{
+    Space space;
+    const long id = space.addItem("http://a");
+    space.uploader.uploadItem(id);
+    expectWarning(kUploadFailed + "Broken promise for type name `QJsonObject`");
+    space.host.mediaServer().breakPromises();
+    space.host.frame();
+    CHECK(space.status(id) == ItemStatus::Failed);
+}
+
+TEST_CASE("uploader: nothing to upload is Failed at once and nothing is sent")
+{
+    Space space;
+    const long id = space.addItem("");
+    EventLog log;
+    log.listen(*space.contents, "item-status-changed", EventLog::Payload::IdAndInt32);
+    expectWarning(kUploadFailed + "Failed to find anything to upload");
+    space.uploader.uploadItem(id);
+    CHECK(space.status(id) == ItemStatus::Failed);
+    CHECK(log.lines == Strings{line("item-status-changed", id, " 2"), line("item-status-changed", id, " 4")});
+    CHECK(space.commands().empty());
+}
+
+TEST_CASE("uploader: without a media server an item ends Failed with the reason in the log")
+{
+    Space space;
+    space.host.removeMediaServer();
+    const long id = space.addItem("http://a");
+    space.uploader.uploadItem(id);
+    CHECK(space.status(id) == ItemStatus::Uploading);
+    expectWarning(kUploadFailed + kNoService);
+    space.host.frame();
+    CHECK(space.status(id) == ItemStatus::Failed);
+}
+
+TEST_CASE("uploader: texts of the server reach the log as UTF-8, percent signs and all")
+{
+    Space space;
+    space.uploader.uploadItem(space.addItem("http://a"));
+    expectWarning(kUploadFailed + "100 %s für\nResponse was : {\"error\":\"100 %s für\"}");
+    space.answer(0, {{"error", QString::fromUtf8("100 %s für")}});
+}
+
+TEST_CASE("uploader: an item that is gone when the answer comes is not brought back")
+{
+    Space space;
+    const long id = space.addItem("http://a");
+    space.uploader.uploadItem(id);
+    space.contents->removeItem(id);
+    space.answer(0, kYes);
+    CHECK(space.contents->items().empty());
+}
+
+TEST_CASE("uploader: an answer that comes when the uploader is gone still lands in the contents")
+{
+    Space space;
+    auto uploader = std::make_unique<PersonalSpaceUploader>(space.code);
+    const long id = space.addItem("http://a");
+    uploader->uploadItem(id);
+    uploader.reset();
+    space.answer(0, kYes);
+    CHECK(space.status(id) == ItemStatus::Uploaded);
+}
+
+TEST_CASE("uploader: a new code is for later requests; answers under way go to the card they were sent for")
+{
+    Space space;
+    const long id = space.addItem("http://a");
+    space.uploader.uploadItem(id);
+    const auto otherCode = newCode();
+    space.uploader.setCode(otherCode);
+    space.uploader.updateUserPage();
+    REQUIRE(space.commands().size() == 2);
+    CHECK(space.commands()[1].value("tessel").toDouble() == double(otherCode));
+    space.answer(0, kYes);
+    CHECK(space.status(id) == ItemStatus::Uploaded);
+}
+
+TEST_CASE("uploader: only an Uploaded item is deleted on the server")
+{
+    Space space;
+    for (const auto status : {ItemStatus::Pending, ItemStatus::Ready, ItemStatus::Uploading, ItemStatus::Failed})
+        space.uploader.removeItem(space.addItem(("http://" + std::to_string(int(status))).c_str(), status));
+    CHECK(space.commands().empty());
+    const long id = space.addItem("/x/gone.png", ItemStatus::Uploaded);
+    space.uploader.removeItem(id);
+    REQUIRE(space.commands().size() == 1);
+    CHECK(space.commands()[0] == deleteItemCommand(space.code, "filename", "gone.png"));
+}
+
+TEST_CASE("uploader: a confirmed delete makes an item that is still there Ready again")
+{
+    Space space;
+    const long id = space.addItem("http://a", ItemStatus::Uploaded);
+    space.uploader.removeItem(id);
+    CHECK(space.status(id) == ItemStatus::Uploaded);
+    space.answer(0, kYes);
+    CHECK(space.status(id) == ItemStatus::Ready);
+}
+
+TEST_CASE("uploader: a delete that the server refuses is logged and changes nothing")
+{
+    Space space;
+    const long id = space.addItem("http://a", ItemStatus::Uploaded);
+    space.uploader.removeItem(id);
+    expectWarning(kDeleteFailed + kNoText);
+    space.answer(0, kNo);
+    CHECK(space.status(id) == ItemStatus::Uploaded);
+}
+
+TEST_CASE("uploader: a delete that fails on the way is logged and changes nothing")
+{
+    Space space;
+    const long id = space.addItem("http://a", ItemStatus::Uploaded);
+    space.uploader.removeItem(id);
+    expectWarning(kDeleteFailed + "no route");
+    space.host.mediaServer().fail(0, "no route");
+    space.host.frame();
+    CHECK(space.status(id) == ItemStatus::Uploaded);
+}
+
+TEST_CASE("uploader: of two items made from one file only the last one is deleted on the server")
+{
+    Space space;
+    const long first = space.addItem("/x/twin.png", ItemStatus::Uploaded);
+    const long second = space.addItem("/y/twin.png", ItemStatus::Uploaded);
+    CHECK_FALSE(space.uploader.isLastCopy(first));
+    CHECK_FALSE(space.uploader.isLastCopy(second));
+    space.uploader.removeItem(first);
+    CHECK(space.commands().empty());
+    space.contents->removeItem(first);
+    CHECK(space.uploader.isLastCopy(second));
+    space.uploader.removeItem(second);
+    REQUIRE(space.commands().size() == 1);
+    CHECK(space.commands()[0] == deleteItemCommand(space.code, "filename", "twin.png"));
+}
+
+TEST_CASE("uploader: a twin counts whatever its status, another name or kind makes no twin")
+{
+    Space space;
+    const long id = space.addItem("http://a/x.png", ItemStatus::Uploaded);
+    space.addItem("/a/x.png", ItemStatus::Uploaded);
+    space.addItem("http://a/x.png", ItemStatus::Uploaded, "Another name");
+    CHECK(space.uploader.isLastCopy(id));
+    space.addItem("http://a/x.png", ItemStatus::Pending);
+    CHECK_FALSE(space.uploader.isLastCopy(id));
+}
+
+TEST_CASE("uploader: an item alone, or none at all, is the last copy")
+{
+    Space space;
+    CHECK(space.uploader.isLastCopy(5));
+    CHECK(space.uploader.isLastCopy(space.addItem("http://a")));
+}
+
+TEST_CASE("uploader: the user page is asked for by the card")
+{
+    Space space;
+    space.uploader.updateUserPage();
+    REQUIRE(space.commands().size() == 1);
+    CHECK(space.commands()[0] == QJsonObject{{"command", "getuserpage"}, {"tessel", double(space.code)}});
+}
+
+TEST_CASE("uploader: the page is stored first, its QR picture when it is there")
+{
+    const PluginTest::TemporaryFolder folder;
+    Space space;
+    ImageServer images;
+    images.serve("/qr.png", ImageServer::png(7, 7));
+    EventLog log;
+    log.listen(*space.contents, "user-page-changed", EventLog::Payload::None);
+    space.uploader.updateUserPage();
+    space.answer(0, {{"success", true}, {"userpageurl", "http://pages/p/1"}, {"qrcodeurl", images.url("/qr.png").toString()}});
+    CHECK(space.contents->userPage().url == "http://pages/p/1");
+    CHECK(space.contents->userPage().qrIcon.isEmpty());
+    REQUIRE(space.host.frameUntil([&] { return !space.contents->userPage().qrIcon.isEmpty(); }));
+    CHECK(QFile::exists(space.contents->userPage().qrIcon));
+    CHECK(space.contents->userPage().url == "http://pages/p/1");
+    CHECK(log.lines.size() == 2);
+}
+
+TEST_CASE("uploader: a refused page is an empty page that keeps the items")
+{
+    Space space;
+    const long id = space.addItem("http://a");
+    space.contents->setUserPage({"http://old", "/old.png"});
+    space.uploader.updateUserPage();
+    expectWarning(kPageFailed + kNoText);
+    space.answer(0, kNo);
+    CHECK(space.contents->userPage().url.isEmpty());
+    CHECK(space.contents->userPage().qrIcon.isEmpty());
+    CHECK(space.contents->items().count(id) == 1);
+}
+
+TEST_CASE("uploader: a page request that fails is an empty page with the exception's own text in the log")
+{
+    Space space;
+    space.contents->setUserPage({"http://old", "/old.png"});
+    space.uploader.updateUserPage();
+    expectWarning(kPageFailed + "connection refused");
+    space.host.mediaServer().fail(0, "connection refused");
+    space.host.frame();
+    CHECK(space.contents->userPage().url.isEmpty());
+}
+
+TEST_CASE("uploader: without a media server the page is empty and the reason is logged")
+{
+    Space space;
+    space.host.removeMediaServer();
+    space.uploader.updateUserPage();
+    expectWarning(kPageFailed + kNoService);
+    space.host.frame();
+    CHECK(space.contents->userPage().url.isEmpty());
+}
+
+TEST_CASE("uploader: a QR picture that cannot be had leaves the page without one")
+{
+    const PluginTest::TemporaryFolder folder;
+    Space space;
+    ImageServer images;
+    images.serveRaw("/qr.png", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+    const QString address = images.url("/qr.png").toString();
+    space.uploader.updateUserPage();
+    bool logged = false;
+    expectWarning("PersonalSpaceUploader # Failed to download QR icon for marker " + std::to_string(space.code) + " from "
+                  + address.toStdString() + " : Error transferring " + address.toStdString() + " - server replied: Not Found");
+    space.answer(0, {{"success", true}, {"userpageurl", "http://pages/p/1"}, {"qrcodeurl", address}});
+    logged = space.host.frameUntil([] { return !TestSupport::loggedLines().empty(); });
+    CHECK(logged);
+    CHECK(space.contents->userPage().url == "http://pages/p/1");
+    CHECK(space.contents->userPage().qrIcon.isEmpty());
+}
+
+TEST_CASE("uploader: an answer without a QR address keeps the page and logs the missing picture")
+{
+    const PluginTest::TemporaryFolder folder;
+    Space space;
+    space.uploader.updateUserPage();
+    expectWarning("PersonalSpaceUploader # Failed to download QR icon for marker " + std::to_string(space.code)
+                  + " from  : Protocol \"\" is unknown");
+    space.answer(0, {{"success", true}, {"userpageurl", "http://pages/p/1"}});
+    CHECK(space.host.frameUntil([] { return !TestSupport::loggedLines().empty(); }));
+    CHECK(space.contents->userPage().url == "http://pages/p/1");
+}
+
+TEST_CASE("uploader: a QR picture for a page that is no longer the person's is dropped in silence")
+{
+    const PluginTest::TemporaryFolder folder;
+    Space space;
+    ImageServer images;
+    images.serve("/qr.png", ImageServer::png(7, 7));
+    const auto downloader = IconDownloader::instance();
+    space.uploader.updateUserPage();
+    space.answer(0, {{"success", true}, {"userpageurl", "http://pages/p/1"}, {"qrcodeurl", images.url("/qr.png").toString()}});
+    space.contents->setUserPage({"http://pages/p/2", "/two.png"});
+    EventLog log;
+    log.listen(*space.contents, "user-page-changed", EventLog::Payload::None);
+    REQUIRE(space.host.frameUntil([&] { return QFile::exists(downloader->iconPath(images.url("/qr.png"))); }));
+    space.host.frames(2);
+    CHECK(space.contents->userPage().url == "http://pages/p/2");
+    CHECK(space.contents->userPage().qrIcon == "/two.png");
+    CHECK(log.lines.empty());
+}
+
+TEST_CASE("uploader: a second download of one QR address is a warning that costs the page nothing")
+{
+    const PluginTest::TemporaryFolder folder;
+    Space space;
+    ImageServer images;
+    images.hold("/qr.png");
+    const QString address = images.url("/qr.png").toString();
+    const QJsonObject page{{"success", true}, {"userpageurl", "http://pages/p/1"}, {"qrcodeurl", address}};
+    space.uploader.updateUserPage();
+    space.answer(0, page);
+    space.uploader.updateUserPage();
+    expectWarning("PersonalSpaceUploader # Failed to download QR icon for marker " + std::to_string(space.code) + " from "
+                  + address.toStdString() + " : Future already retrieved");
+    space.answer(1, page);
+    space.host.frame();
+    CHECK(TestSupport::loggedLines().size() == 1);
+    CHECK(space.contents->userPage().url == "http://pages/p/1");
+}
+
+TEST_CASE("uploader: a page that comes when no uploader is left has no QR picture")
+{
+    const PluginTest::TemporaryFolder folder;
+    TestHost host;
+    ImageServer images;
+    images.hold("/qr.png");
+    const auto code = newCode();
+    std::make_unique<PersonalSpaceUploader>(code)->updateUserPage();
+    const QString address = images.url("/qr.png").toString();
+    expectWarning("PersonalSpaceUploader # Failed to download QR icon for marker " + std::to_string(code) + " from "
+                  + address.toStdString() + " : Broken promise for type name `QString`");
+    host.mediaServer().answer(0, {{"success", true}, {"userpageurl", "http://pages/p/1"}, {"qrcodeurl", address}});
+    host.frames(2);
+    CHECK(PersonalSpaceContents::personalContent(code)->userPage().url == "http://pages/p/1");
+}
+
+TEST_CASE("uploader: the downloader lives as long as any uploader")
+{
+    std::weak_ptr<IconDownloader> downloader;
+    {
+        const PersonalSpaceUploader first(1);
+        downloader = IconDownloader::instance();
+        {
+            const PersonalSpaceUploader second(2);
+        }
+        CHECK_FALSE(downloader.expired());
+    }
+    CHECK(downloader.expired());
+}
+
+TEST_CASE("uploader: results are written with a warning only where there is an error")
+{
+    Space space;
+    const long id = space.addItem("http://a");
+    PersonalSpaceUploader::setContentStatus(ItemStatus::Uploaded, space.code, id, QString());
+    CHECK(space.status(id) == ItemStatus::Uploaded);
+    expectWarning(kUploadFailed + "why");
+    PersonalSpaceUploader::setContentStatus(ItemStatus::Failed, space.code, id, "why");
+    CHECK(space.status(id) == ItemStatus::Failed);
+    PersonalSpaceUploader::setUserPage({"http://p", "/q"}, space.code, QString());
+    CHECK(space.contents->userPage().qrIcon == "/q");
+    expectWarning(kPageFailed + "because");
+    PersonalSpaceUploader::setUserPage({"http://p", ""}, space.code, "because");
+    CHECK(space.contents->userPage().qrIcon.isEmpty());
+}
+
+TEST_CASE("uploader: a service that throws in the call fails the item, nothing leaves the uploader")
+{
+    class Thrower final : public Tavola::ServiceInstance, public Tavola::JSONServerServiceAPI
+    {
+        folly::Future<QJsonObject> request(const QJsonObject&) override { throw std::runtime_error("not today"); }
+    };
+    Space space;
+    space.host.removeMediaServer();
+    space.host.tavola().services()->addService("media-server-service", "thrower", std::make_shared<Thrower>());
+    const long id = space.addItem("http://a");
+    CHECK_NOTHROW(space.uploader.uploadItem(id));
+    expectWarning(kUploadFailed + "not today");
+    space.host.frame();
+    CHECK(space.status(id) == ItemStatus::Failed);
+}

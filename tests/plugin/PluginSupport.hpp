@@ -1,0 +1,80 @@
+#pragma once
+
+#include <Facet/AttributeT.hpp>
+#include <Tavola/FileRepresentation.hpp>
+#include <Trellis/Widget.hpp>
+
+#include <folly/futures/Future.h>
+
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+/// What the plug-in's tests have in common: content to collect, and looks at widgets and events.
+namespace PluginTest
+{
+using Strings = std::vector<std::string>;
+
+/// Content that knows its files, and gives them when the test says so.
+class FakeContent final : public Trellis::Widget, public Tavola::FileRepresentation
+{
+public:
+    explicit FakeContent(Trellis::Widget* parent = nullptr) : Trellis::Widget(parent) {}
+    folly::Future<FileData> files() override;
+    folly::Future<QString> previewFileName() override;
+
+    void giveFiles(const QString& source, const QString& displayName = QString());
+
+    folly::Promise<FileData> filesPromise;
+    folly::Promise<QString> previewPromise;
+    std::string throwOnFiles;   ///< thrown out of the call unless empty
+    std::string throwOnPreview;
+    int filesCalls = 0;
+    int previewCalls = 0;
+};
+
+/// A widget with the attributes of content, which the host has to describe.
+class PlainContent final : public Trellis::Widget
+{
+public:
+    explicit PlainContent(Trellis::Widget* parent = nullptr) : Trellis::Widget(parent) {}
+    Facet::AttributeT<QString> source{this, "source"};
+    Facet::AttributeT<QStringList> urls{this, "source-tessel-urls"};
+};
+
+/// A card that no test had before: contents live as long as the process.
+[[nodiscard]] unsigned long newCode();
+
+/// The children of a class, in the order of the tree.
+[[nodiscard]] std::vector<Trellis::Widget*> childrenOfClass(const Trellis::Widget& widget, const char* cssClass);
+/// The only child of a class; throws where there is not exactly one.
+[[nodiscard]] Trellis::Widget& childOfClass(const Trellis::Widget& widget, const char* cssClass);
+/// The only child of a class as a type.
+template <class Type>
+[[nodiscard]] Type& childOfClass(const Trellis::Widget& widget, const char* cssClass)
+{
+    return dynamic_cast<Type&>(childOfClass(widget, cssClass));
+}
+/// In alphabetical order.
+[[nodiscard]] Strings classesOf(const Trellis::Widget& widget);
+[[nodiscard]] Strings pseudoClassesOf(const Trellis::Widget& widget);
+/// The events that a node declares, in order.
+[[nodiscard]] Strings eventsOf(const Facet::Node& node);
+
+/// Writes down what nodes send, in order, as "name", "name 3" or "name 3 7": the name and its payload. Must outlive the nodes'
+/// sending.
+class EventLog
+{
+public:
+    enum class Payload { None, Id, Int32, IdAndInt32, IdAndText };
+    void listen(Facet::Node& node, const char* event, Payload payload);
+
+    Strings lines;
+};
+
+/// "name 3", as EventLog writes it.
+[[nodiscard]] std::string line(const char* event, long id, const char* rest = "");
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QDir>
+#include <QTemporaryDir>
+
+namespace PluginTest
+{
+/// Makes a folder of its own the system's temporary directory for as long as it lives.
+class TemporaryFolder
+{
+public:
+    TemporaryFolder() : m_before(qgetenv("TMPDIR")) { qputenv("TMPDIR", m_folder.path().toUtf8()); }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    ~TemporaryFolder()
+    {
+        if (m_before.isEmpty())
+            qunsetenv("TMPDIR");
+        else
+            qputenv("TMPDIR", m_before);
+    }
+    [[nodiscard]] QString path() const { return m_folder.path(); }
+
+private:
+    QByteArray m_before;
+    QTemporaryDir m_folder;
+};
+}
