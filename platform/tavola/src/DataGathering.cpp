@@ -28,6 +28,22 @@ Event widgetRemovedFromPersonalSpaceEvent(long widgetId, unsigned long code)
             {{QStringLiteral("widget"), static_cast<qint64>(widgetId)}, {QStringLiteral("tessel"), static_cast<qint64>(code)}}};
 }
 
+Event widgetInEmailEvent(long widgetId, const QString& name, const QString& address)
+{
+    return {QStringLiteral("widget-in-email"),
+            {{QStringLiteral("widget"), static_cast<qint64>(widgetId)},
+             {QStringLiteral("name"), name},
+             {QStringLiteral("email"), address}}};
+}
+
+Event emailEvent(const QString& name, const QString& address, bool success, const QString& error)
+{
+    QJsonObject data{{QStringLiteral("name"), name}, {QStringLiteral("email"), address}, {QStringLiteral("success"), success}};
+    if (!success)
+        data.insert(QStringLiteral("error"), error);
+    return {QStringLiteral("email"), data};
+}
+
 void logEventToService(const Event& event)
 {
     // A copy: the sink may replace itself.

@@ -1,5 +1,6 @@
 #include <Tavola/ServiceProvider.hpp>
 
+#include <Tavola/EmailServiceAPI.hpp>
 #include <Tavola/ServiceInstance.hpp>
 #include <Tavola/TesselServiceAPI.hpp>
 #include <Tavola/TesselServiceCache.hpp>
@@ -36,6 +37,11 @@ std::shared_ptr<ServiceInstance> ServiceProvider::service(const QString& type, c
         if (entry.type == type && (name.isEmpty() || entry.name == name))
             return entry.service;
     return nullptr;
+}
+
+std::shared_ptr<EmailServiceAPI> ServiceProvider::emailService(const QString& name) const
+{
+    return std::dynamic_pointer_cast<EmailServiceAPI>(service(QStringLiteral("email-service"), name));
 }
 
 std::shared_ptr<TesselServiceAPI> ServiceProvider::tesselService() const

@@ -8,6 +8,7 @@
 
 namespace Tavola
 {
+class EmailServiceAPI;
 class ServiceInstance;
 class TesselServiceAPI;
 class TesselServiceCache;
@@ -23,6 +24,9 @@ public:
 
     /// The service of a type ("media-server-service") and name; with an empty name the first one configured. May be null.
     [[nodiscard]] std::shared_ptr<ServiceInstance> service(const QString& type, const QString& name) const;
+    /// The e-mail service of that name, with an empty name the first one configured; found among the services of type
+    /// "email-service". May be null.
+    [[nodiscard]] std::shared_ptr<EmailServiceAPI> emailService(const QString& name) const;
     /// May be null: no marker service is configured.
     [[nodiscard]] std::shared_ptr<TesselServiceAPI> tesselService() const;
     /// Never null.

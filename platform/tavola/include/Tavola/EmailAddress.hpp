@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QString>
+
+namespace Tavola
+{
+/// Somebody's mailbox. A plain record; nothing is checked before a message is sent.
+struct EmailAddress
+{
+    QString address; ///< "ann@example.org"
+    QString name;    ///< the person's name as shown beside it; may be empty
+};
+}

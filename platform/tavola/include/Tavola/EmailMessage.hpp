@@ -1,0 +1,66 @@
+#pragma once
+
+#include <Bedrock/Export.hpp>
+#include <Tavola/EmailAddress.hpp>
+
+#include <QString>
+
+#include <memory>
+#include <vector>
+
+class QIODevice;
+
+namespace Tavola
+{
+/// One e-mail before it is sent; made by EmailServiceAPI::createMessage. Moves, does not copy. One thread at a time.
+///
+/// The opened devices of its attachments belong to the message, and from EmailServiceAPI::send on to the service as well,
+/// which reads them on a thread of its own: whoever sent a message neither reads its devices nor sends it again.
+class TAVOLA_EXPORT EmailMessage
+{
+public:
+    enum RecipientType { To = 0, Cc, Bcc };
+
+    struct Recipient
+    {
+        EmailAddress address;
+        RecipientType type = To;
+    };
+    struct Attachment
+    {
+        QString fileName;                  ///< as the recipient sees it, without a folder
+        std::shared_ptr<QIODevice> device; ///< never null; open for reading, without a parent and without signals in use
+        QString mimeType;
+    };
+
+    EmailMessage();
+    EmailMessage(EmailMessage&& other) noexcept;
+    EmailMessage& operator=(EmailMessage&& other) noexcept;
+    EmailMessage(const EmailMessage&) = delete;
+    EmailMessage& operator=(const EmailMessage&) = delete;
+    ~EmailMessage();
+
+    /// The text of the message: in a new one the service's template, with its placeholders.
+    QString content;
+
+    void setContent(const QString& text);
+    void addRecipient(const EmailAddress& recipient, RecipientType type);
+    /// Attaches what `device` gives from its beginning. Takes the device, which is open for reading; a null one is ignored.
+    void addAttachment(const QString& fileName, std::unique_ptr<QIODevice> device, const QString& mimeType);
+    /// Replaces the service's own subject and sender, which apply while these are empty.
+    void setSubject(const QString& subject);
+    void setSender(const EmailAddress& sender);
+
+    [[nodiscard]] const QString& subject() const noexcept { return m_subject; }
+    [[nodiscard]] const EmailAddress& sender() const noexcept { return m_sender; }
+    /// In the order they were added.
+    [[nodiscard]] const std::vector<Recipient>& recipients() const noexcept { return m_recipients; }
+    [[nodiscard]] const std::vector<Attachment>& attachments() const noexcept { return m_attachments; }
+
+private:
+    QString m_subject;
+    EmailAddress m_sender;
+    std::vector<Recipient> m_recipients;
+    std::vector<Attachment> m_attachments;
+};
+}

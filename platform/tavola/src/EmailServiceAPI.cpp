@@ -1,0 +1,6 @@
+#include <Tavola/EmailServiceAPI.hpp>
+
+namespace Tavola
+{
+EmailServiceAPI::~EmailServiceAPI() = default;
+}
