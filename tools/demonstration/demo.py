@@ -1,5 +1,6 @@
 """Opens the museum's table for a visitor, or plays a visit by itself and reports what happened."""
 import argparse
+import json
 import os
 import shutil
 import subprocess
@@ -8,13 +9,15 @@ import tempfile
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
+from bad_server import BadMediaServer  # noqa: E402
+from faults_visit import FaultsVisit  # noqa: E402
 from first_visit import FirstVisit  # noqa: E402
 from programs import Failure, MediaServer, Table  # noqa: E402
 from report import Report  # noqa: E402
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 PRESENTATION = os.path.join(ROOT, "presentations", "gallery")
-VISITS = {"first": FirstVisit}
+VISITS = {"first": FirstVisit, "faults": FaultsVisit}
 PAGE_PORT = 8180
 
 
@@ -49,6 +52,22 @@ def open_table(build, headless):
         media_server.stop()
 
 
+def impatient_presentation(folder, seconds):
+    """The museum with another patience for its media server."""
+    copy = os.path.join(folder, "impatient")
+    os.makedirs(copy)
+    for name in os.listdir(PRESENTATION):
+        if name != "presentation.json":
+            os.symlink(os.path.join(PRESENTATION, name), os.path.join(copy, name))
+    with open(os.path.join(PRESENTATION, "presentation.json"), encoding="utf-8") as file:
+        presentation = json.load(file)
+    for service in presentation["services"]["media-server-service"]:
+        service["timeoutSeconds"] = seconds
+    with open(os.path.join(copy, "presentation.json"), "w", encoding="utf-8") as file:
+        json.dump(presentation, file)
+    return copy
+
+
 def play(build, visit, out):
     """Plays a visit by datagrams on loopback ports that the system chooses."""
     os.makedirs(out, exist_ok=True)
@@ -58,9 +77,14 @@ def play(build, visit, out):
     folder = tempfile.mkdtemp(prefix="tavola-visit-")
     programs = []
     try:
-        media_server = MediaServer(build, os.path.join(PRESENTATION, "media"), folder)
+        presentation = PRESENTATION
+        if visit == "faults":
+            media_server = BadMediaServer()
+            presentation = impatient_presentation(folder, FaultsVisit.TIMEOUT)
+        else:
+            media_server = MediaServer(build, os.path.join(PRESENTATION, "media"), folder)
         programs.append(media_server)
-        table = Table(build, PRESENTATION, media_server.address, os.path.join(folder, "data"))
+        table = Table(build, presentation, media_server.address, os.path.join(folder, "data"))
         programs.append(table)
         report = Report(out, table)
         played = VISITS[visit](build, table, media_server)

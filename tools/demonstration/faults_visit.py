@@ -1,0 +1,89 @@
+"""What Ann sees when the media server misbehaves: each thing she collects fails visibly, nothing stalls, and everything is
+uploaded once the server is well again."""
+from programs import Failure, Visitor, by_class, by_id, by_type, centre
+from report import unquote, value
+
+CARD = (1150, 560)
+DROP = (1150, 520)
+AGAIN = (1150, 130)
+UPLOAD_LINE = "PersonalSpaceUploader # Failed to upload user item : "
+PICTURES = ["paper-moons", "field-lines", "terraces", "night-harbour", "basalt"]
+#         mode     what the log says after the fixed beginning (%s: the server's address)
+FAULTS = [("error", "The media server %s answered with status 500"),
+          ("text", "The media server %s sent no JSON object"),
+          ("cut", "The media server %s cannot be reached: "),
+          ("slow", "The media server %s did not answer within 1 s"),
+          ("away", "The media server %s cannot be reached: ")]
+
+
+def require(condition, what):
+    if not condition:
+        raise Failure(what)
+
+
+def script(tree):
+    lines = ["size 1920 1080", f"at 0.2 card 1001 down {CARD[0]} {CARD[1]} angle 0"]
+    for index, name in enumerate(PICTURES):
+        x, y = centre(by_id(tree, name)[0])
+        begin = 2 + index * 4
+        lines += [f"at {begin} finger {index + 1} down {x:.0f} {y:.0f}",
+                  f"at {begin + 0.1:.1f} finger {index + 1} move {DROP[0]} {DROP[1]} over 0.5",
+                  f"at {begin + 1} finger {index + 1} up"]
+    # Beside the space that is still open: a card put on a space is on that space, not on the table.
+    lines += ["at 25 card 1001 up", f"at 27 card 1001 down {AGAIN[0]} {AGAIN[1]} angle 0",
+              f"at 30 card 1001 move {AGAIN[0]} {AGAIN[1]}"]
+    return "\n".join(lines) + "\n"
+
+
+class FaultsVisit:
+    #: seconds the table waits for the server in this visit
+    TIMEOUT = 1
+
+    def __init__(self, build, table, media_server):
+        self.table = table
+        self.server = media_server
+        self.table.frames(3)
+        self.table.wait_until("the pictures", lambda: self.table.get("/status")["pendingImages"] == 0)
+        self.table.frames(1)
+        self.visitor = Visitor(build, table, script(table.tree()))
+
+    def steps(self):
+        names = {"error": "answers 500", "text": "answers something else than JSON", "cut": "cuts the connection",
+                 "slow": "does not answer in time", "away": "is away"}
+        faults = [(f"a picture fails while the server {names[mode]}", lambda i=i: self.fault(i))
+                  for i, (mode, _) in enumerate(FAULTS)]
+        return [("Ann's card opens her space", self.begin), *faults,
+                ("everything is uploaded when the card comes again", self.well_again)]
+
+    def begin(self):
+        self.visitor.play_until(1.5)
+        self.table.wait_until("the page", lambda: unquote(value(self.space(), "user-page-url")))
+
+    def space(self):
+        spaces = by_type(self.table.tree(), "PersonalSpaceWidget")
+        require(spaces, "no personal space is open")
+        return spaces[-1]
+
+    def tiles(self):
+        return by_class(self.space(), "container")
+
+    def fault(self, index):
+        mode, said = FAULTS[index]
+        if mode == "away":
+            self.server.away()
+        else:
+            self.server.mode = mode
+        self.visitor.play_until(2 + index * 4 + 3)
+        self.table.wait_until("the tile to fail", lambda: len(self.tiles()) == index + 1
+                              and "failed" in self.tiles()[index]["classes"])
+        line = [entry for entry in self.table.get("/log") if entry["text"].startswith(UPLOAD_LINE)][-1]
+        require(line["level"] == "warning", f"the line is logged as {line['level']}")
+        wanted = UPLOAD_LINE + said % self.server.address
+        require(line["text"].startswith(wanted), f'the log says "{line["text"]}", not "{wanted}…"')
+
+    def well_again(self):
+        self.server.back()
+        self.server.mode = "good"
+        self.visitor.play_until(28.5)
+        self.table.wait_until("five uploaded tiles",
+                              lambda: len(self.tiles()) == 5 and all("uploaded" in tile["classes"] for tile in self.tiles()))
