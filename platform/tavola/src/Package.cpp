@@ -57,9 +57,13 @@ std::shared_ptr<Package> Package::load(const QString& path)
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(text, &error);
     if (error.error != QJsonParseError::NoError) {
-        const int offset = std::clamp(error.offset, 0, text.size());
-        const int line = 1 + static_cast<int>(std::count(text.begin(), text.begin() + offset, '\n'));
-        const int column = offset - (offset > 0 ? text.lastIndexOf('\n', offset - 1) : -1);
+        // The parser stands behind what it could not read, and behind the blanks that follow.
+        int place = std::clamp(error.offset, 0, text.size()) - 1;
+        while (place > 0 && QChar::isSpace(uchar(text.at(place))))
+            --place;
+        place = std::max(place, 0);
+        const int line = 1 + static_cast<int>(std::count(text.begin(), text.begin() + place, '\n'));
+        const int column = place - (place > 0 ? text.lastIndexOf('\n', place - 1) : -1);
         Bedrock::Trace::warning("Package::load # %s:%d:%d: %s", qUtf8Printable(path), line, column,
                                 qUtf8Printable(error.errorString()));
         return nullptr;

@@ -1,0 +1,126 @@
+#include <doctest/doctest.h>
+
+#include "LogCapture.hpp"
+
+#include <Tavola/Package.hpp>
+
+#include <QFile>
+#include <QTemporaryDir>
+
+using Tavola::Package;
+
+namespace
+{
+struct Folder
+{
+    QTemporaryDir directory;
+
+    QString write(const QByteArray& text) const
+    {
+        const QString path = directory.filePath("thing.json");
+        QFile file(path);
+        REQUIRE(file.open(QIODevice::WriteOnly));
+        file.write(text);
+        return path;
+    }
+};
+}
+
+TEST_CASE("package: declares components by name")
+{
+    const Folder folder;
+    const auto package = Package::load(folder.write(
+        R"({ "package": "things", "components": { "b": { "type": "widget-instance", "slots": ["pictures"] }, "a": { "type": "widget" } } })"));
+    REQUIRE(package);
+    CHECK(package->name() == "things");
+    CHECK(package->componentNames() == QStringList{"a", "b"});
+    CHECK(package->component("a")->name() == "a");
+    CHECK_FALSE(package->component("c"));
+}
+
+TEST_CASE("package: a definition has its schema once it is initialised")
+{
+    const Folder folder;
+    const auto package = Package::load(folder.write(R"({ "components": { "a": { "type": "widget-instance", "limit": 3 } } })"));
+    REQUIRE(package);
+    const auto definition = package->component("a");
+    CHECK(definition->schema().isEmpty());
+    definition->initComponent();
+    CHECK(definition->schema().type() == "widget-instance");
+    CHECK(definition->schema().object().value("limit").toInt() == 3);
+    definition->initComponent();
+    CHECK(definition->schema().type() == "widget-instance");
+}
+
+TEST_CASE("package: one without a name is called like its file")
+{
+    const Folder folder;
+    const auto package = Package::load(folder.write(R"({ "components": {} })"));
+    REQUIRE(package);
+    CHECK(package->name() == "thing");
+}
+
+TEST_CASE("package: a file that cannot be read is a warning with the reason")
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("missing.json");
+    TestSupport::expectWarningStartingWith("Package::load # Cannot read " + path.toStdString() + ": ");
+    CHECK_FALSE(Package::load(path));
+}
+
+TEST_CASE("package: a syntax error is a warning with file, line and column")
+{
+    const Folder folder;
+    SUBCASE("on a later line")
+    {
+        const QString path = folder.write("{\n  \"components\": {\n    \"a\": tru\n  }\n}\n");
+        TestSupport::expectWarning("Package::load # " + path.toStdString() + ":3:12: illegal value");
+        CHECK_FALSE(Package::load(path));
+    }
+    SUBCASE("on the first line")
+    {
+        const QString path = folder.write("{ nonsense");
+        TestSupport::expectWarning("Package::load # " + path.toStdString() + ":1:3: unterminated object");
+        CHECK_FALSE(Package::load(path));
+    }
+    SUBCASE("in an empty file")
+    {
+        const QString path = folder.write("");
+        TestSupport::expectWarning("Package::load # " + path.toStdString() + ":1:1: illegal value");
+        CHECK_FALSE(Package::load(path));
+    }
+}
+
+TEST_CASE("package: JSON that is no package is a warning")
+{
+    const Folder folder;
+    SUBCASE("a list")
+    {
+        const QString path = folder.write("[1, 2]");
+        TestSupport::expectWarning("Package::load # " + path.toStdString()
+                                   + ":1:1: expected an object with \"package\" and \"components\"");
+        CHECK_FALSE(Package::load(path));
+    }
+    SUBCASE("no components")
+    {
+        const QString path = folder.write(R"({ "package": "things" })");
+        TestSupport::expectWarning("Package::load # " + path.toStdString() + ": \"components\" is missing or not an object");
+        CHECK_FALSE(Package::load(path));
+    }
+}
+
+TEST_CASE("package: an entry that declares no component costs itself only")
+{
+    const Folder folder;
+    const QString path = folder.write(R"({ "components": {
+        "a": { "type": "widget" }, "b": 7, "c": { "type": "spoon" }, "d": { "type": "widget", "slots": "x" },
+        "e": { "type": "widget", "slots": [1] } } })");
+    const std::string start = "Package::load # " + path.toStdString() + ": component ";
+    TestSupport::expectWarning(start + "\"b\": expected an object such as { \"type\": \"widget\" }; skipped");
+    TestSupport::expectWarning(start + "\"c\": \"type\" must be \"widget\" or \"widget-instance\"; skipped");
+    TestSupport::expectWarning(start + "\"d\": \"slots\" must be a list of names; skipped");
+    TestSupport::expectWarning(start + "\"e\": \"slots\" must be a list of names; skipped");
+    const auto package = Package::load(path);
+    REQUIRE(package);
+    CHECK(package->componentNames() == QStringList{"a"});
+}

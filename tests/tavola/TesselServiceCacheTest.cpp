@@ -1,0 +1,34 @@
+#include <doctest/doctest.h>
+
+#include <Tavola/TesselServiceCache.hpp>
+#include <Trellis/Widget.hpp>
+
+using Tavola::TesselServiceAPI;
+using Properties = TesselServiceAPI::MarkerProperties;
+
+TEST_CASE("marker cache: answers what it was told, and an unregistered card for the rest")
+{
+    Tavola::TesselServiceCache cache;
+    CHECK_FALSE(cache.isCached(1001));
+    CHECK(cache.markerProperties(1001).type() == Properties::kUnregistered);
+    CHECK_FALSE(cache.markerProperties(1001).personalProperties());
+
+    cache.insert(1001, Properties(Properties::kPersonal, TesselServiceAPI::PersonalMarkerProperties{"Ann", "ann@example.org", {}}));
+    CHECK(cache.isCached(1001));
+    const auto ann = cache.markerProperties(1001);
+    CHECK(ann.type() == Properties::kPersonal);
+    REQUIRE(ann.personalProperties());
+    CHECK(ann.personalProperties()->name == "Ann");
+    CHECK(ann.personalProperties()->email == "ann@example.org");
+
+    cache.insert(1001, Properties(Properties::kUnregistered, std::nullopt));
+    CHECK_FALSE(cache.markerProperties(1001).personalProperties());
+    CHECK(ann.personalProperties()->name == "Ann"); // a copy
+
+    cache.insert(1002, Properties(7, std::nullopt));
+    cache.remove(1001);
+    CHECK_FALSE(cache.isCached(1001));
+    CHECK(cache.markerProperties(1002).type() == 7);
+    cache.clear();
+    CHECK_FALSE(cache.isCached(1002));
+}
