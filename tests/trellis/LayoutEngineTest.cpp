@@ -229,7 +229,7 @@ TEST_CASE("layout: what is not displayed takes no place, nor a gap")
     auto& b = child(box, "height: 10px;");
     style(a, "display: none;");
     CHECK(b.location().y == near(0));
-    style(a, "height: 10px;");
+    style(a, "display: block;");
     CHECK(b.location().y == near(15));
 }
 

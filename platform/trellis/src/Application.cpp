@@ -4,6 +4,7 @@
 #include "GrabManagerPrivate.hpp"
 #include "ImageLoader.hpp"
 #include "LayoutEngine.hpp"
+#include "TextBlock.hpp"
 #include "WidgetPrivate.hpp"
 
 #include <Bedrock/AfterUpdateQueue.hpp>
@@ -172,7 +173,7 @@ long Application::frameNumber() const noexcept
 
 Application::Counters Application::counters() const noexcept
 {
-    return {LayoutEngine::widgetsArranged(), d->updater.visits()};
+    return {LayoutEngine::widgetsArranged(), d->updater.visits(), ImageLoader::instance().filesRead(), TextBlock::layoutsMade()};
 }
 
 void Application::destroyRemovedWidgets()

@@ -15,6 +15,7 @@ namespace
 constexpr float kUnlimited = 1e6f;
 /// Three boxes of a third must fit in a line, whatever the sum of rounded thirds is.
 constexpr float kTolerancePx = 0.05f;
+constexpr int kMostRounds = 4;
 
 bool layoutRuns = false;
 long arrangedCount = 0;
@@ -92,17 +93,18 @@ void LayoutEngine::bringUpToDate(const Widget& widget)
 {
     if (layoutRuns)
         return;
-    const Widget* root = &widget;
-    while (root->m_parent)
-        root = root->m_parent;
-    if (!isDirty(*root))
-        return;
-
-    layoutRuns = true;
-    auto& top = const_cast<Widget&>(*root);
-    layOut(top, Room{kUnlimited, -1.f, true});
-    layoutRuns = false;
-    deliverMoves();
+    // Listeners to places may change the layout again; who answers each change with another one gets no further.
+    for (int round = 0; round < kMostRounds; ++round) {
+        const Widget* root = &widget;
+        while (root->m_parent)
+            root = root->m_parent;
+        if (!isDirty(*root))
+            return;
+        layoutRuns = true;
+        layOut(const_cast<Widget&>(*root), Room{kUnlimited, -1.f, true});
+        layoutRuns = false;
+        deliverMoves();
+    }
 }
 
 // ---- Sizes -----------------------------------------------------------------------------------------------------------
@@ -153,13 +155,14 @@ Vector2f LayoutEngine::boxSize(Widget& widget, const Room& room, bool final)
 
     const Length& wantedHeight = d.height.value();
     float height = 0.f;
+    bool heightFromContent = false;
     if (isKnown(wantedHeight, room.height)) {
         height = wantedHeight.resolve(room.height);
     } else if (outOfFlow && room.height >= 0.f && !d.top.value().isAuto() && !d.bottom.value().isAuto()) {
         height = room.height - d.top.value().resolve(room.height) - d.bottom.value().resolve(room.height)
             - margin.top.resolve(reference) - margin.bottom.resolve(reference);
     } else {
-        fromContent = true;
+        fromContent = heightFromContent = true;
         height = measure(widget, width - padLeft - padRight).y + padTop + padBottom;
     }
     height = clamped(height, d.minHeight.value(), d.maxHeight.value(), room.height);
@@ -170,6 +173,7 @@ Vector2f LayoutEngine::boxSize(Widget& widget, const Room& room, bool final)
         d.padTop = padTop;
         d.padBottom = padBottom;
         d.sizeFromContent = fromContent;
+        d.heightFromContent = heightFromContent;
     }
     return {width, height};
 }
@@ -295,7 +299,9 @@ void LayoutEngine::arrange(Widget& widget)
     ++arrangedCount;
     d.arrangeDirty = false;
     d.belowDirty = false;
-    const Room room{std::max(0.f, d.size.x - d.padLeft - d.padRight), std::max(0.f, d.size.y - d.padTop - d.padBottom), false};
+    // A share of a height that itself follows from the content would be a circle.
+    const float height = d.heightFromContent ? -1.f : std::max(0.f, d.size.y - d.padTop - d.padBottom);
+    const Room room{std::max(0.f, d.size.x - d.padLeft - d.padRight), height, false};
     flow(widget, room, true);
     for (Widget* child : d.flowOrder) {
         if (child->d->display.value() == Display::None) {

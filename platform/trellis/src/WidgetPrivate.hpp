@@ -64,6 +64,7 @@ struct Widget::Private
     Measure measures[2];        ///< what contentSize said of late; a negative width is an empty entry
     int nextMeasure = 0;
     bool sizeFromContent = true; ///< the size may change with the content
+    bool heightFromContent = false;
     bool arrangeDirty = true;    ///< the children must be placed anew
     bool belowDirty = false;     ///< a widget further down is dirty; set on all its ancestors
     bool movePending = false;    ///< waits for its flow location to be written

@@ -69,6 +69,8 @@ public:
     {
         long widgetsArranged = 0; ///< widgets whose children were placed anew, in the whole process
         long widgetsVisited = 0;  ///< visits of updating widgets and widgets with operators
+        long imagesRead = 0;      ///< pictures decoded from files (or tried to), in the whole process
+        long textsLaidOut = 0;    ///< texts broken into lines, in the whole process
     };
     [[nodiscard]] Counters counters() const noexcept;
 

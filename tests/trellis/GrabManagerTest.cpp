@@ -1,0 +1,281 @@
+#include "TestScene.hpp"
+
+#include <Trellis/GrabManager.hpp>
+#include <Trellis/InputGrabber.hpp>
+
+using Bedrock::IntrusiveWeakPtr;
+using Tactile::Marker;
+using Trellis::GrabManager;
+using Trellis::Widget;
+using namespace TrellisTest;
+
+namespace
+{
+/// Writes down what happens to it.
+class Tray final : public Widget
+{
+public:
+    explicit Tray(Widget* parent) : Widget(parent) {}
+    void markerDown(Marker marker, GrabManager& grabManager) override
+    {
+        log.push_back("down " + std::to_string(marker.code()));
+        heldWhenDown = grabManager.grabber(marker.id()) == &inputGrabber();
+        Widget::markerDown(marker, grabManager);
+        if (removesItself)
+            removeFromParent();
+    }
+    void markerUp(Marker marker, GrabManager& grabManager) override
+    {
+        log.push_back("up " + std::to_string(marker.code()));
+        Widget::markerUp(marker, grabManager);
+        if (removesItself)
+            removeFromParent();
+    }
+    std::vector<std::string> log;
+    bool heldWhenDown = false;
+    bool removesItself = false;
+};
+
+Tray& tray(TestScene& scene, float x)
+{
+    auto* widget = new Tray(scene.app.mainLayer().get());
+    style(*widget, ("position: absolute; top: 100px; width: 100px; height: 100px; left: " + std::to_string(x) + "px;").c_str());
+    return *widget;
+}
+
+using Log = std::vector<std::string>;
+}
+
+TEST_CASE("grabs: a card is given to the widget it lies on, until it leaves")
+{
+    TestScene scene;
+    auto& a = tray(scene, 100);
+    GrabManager& grabs = *scene.app.grabManager();
+    EventCount downs(a, "marker-down");
+    EventCount ups(a, "marker-up");
+    const auto id = scene.input.markerDown(1001, {150, 150});
+    scene.frames();
+    CHECK(a.log == Log{"down 1001"});
+    CHECK(a.heldWhenDown);
+    CHECK(grabs.grabber(id) == &a.inputGrabber());
+    CHECK(grabs.grabber(id)->host() == static_cast<Facet::Node*>(&a));
+    REQUIRE(downs.count == 1);
+    CHECK(downs.last.readInt64() == id);
+    // A card that moves away keeps its holder.
+    scene.input.markerMove(id, {500, 500});
+    scene.frames();
+    CHECK(grabs.grabber(id) == &a.inputGrabber());
+    scene.input.markerUp(id);
+    scene.frames();
+    CHECK(a.log == Log{"down 1001", "up 1001"});
+    REQUIRE(ups.count == 1);
+    CHECK(ups.last.readInt64() == id);
+    CHECK(grabs.grabber(id) == nullptr);
+}
+
+TEST_CASE("grabs: down and up within one frame both arrive")
+{
+    TestScene scene;
+    auto& a = tray(scene, 100);
+    const auto id = scene.input.markerDown(1001, {150, 150});
+    scene.input.markerUp(id);
+    scene.frames();
+    CHECK(a.log == Log{"down 1001", "up 1001"});
+}
+
+TEST_CASE("grabs: what nobody takes belongs to nobody")
+{
+    TestScene scene;
+    auto& a = tray(scene, 100);
+    const auto id = scene.input.markerDown(1001, {500, 500});
+    scene.frames();
+    CHECK(scene.app.grabManager()->grabber(id) == nullptr);
+    scene.input.markerMove(id, {150, 150});
+    scene.frames();
+    CHECK(scene.app.grabManager()->grabber(id) == nullptr);
+    scene.input.markerUp(id);
+    scene.frames();
+    CHECK(a.log.empty());
+}
+
+TEST_CASE("grabs: the present sample lists the cards in the order in which they were put down")
+{
+    TestScene scene;
+    const auto first = scene.input.markerDown(1003, {500, 500}, 1.f);
+    const auto second = scene.input.markerDown(1001, {600, 500});
+    scene.frames();
+    const auto& markers = scene.app.grabManager()->currentSample().markers;
+    REQUIRE(markers.size() == 2);
+    CHECK(markers[0].id() == first);
+    CHECK(markers[1].id() == second);
+    const auto found = scene.app.grabManager()->findMarker(first);
+    REQUIRE(found);
+    CHECK(found->code() == 1003);
+    CHECK(found->rotation() == near(1));
+    CHECK_FALSE(scene.app.grabManager()->findMarker(77));
+}
+
+TEST_CASE("grabs: a card that was lifted in this frame is found only on request")
+{
+    TestScene scene;
+    auto& a = tray(scene, 100);
+    const auto id = scene.input.markerDown(1001, {150, 150});
+    scene.frames();
+    GrabManager& grabs = *scene.app.grabManager();
+    bool withLifted = false;
+    bool without = true;
+    a.eventAddListener("marker-up", [&] {
+        withLifted = grabs.findMarker(id, true).has_value();
+        without = grabs.findMarker(id, false).has_value();
+    });
+    scene.input.markerUp(id);
+    scene.frames();
+    CHECK(withLifted);
+    CHECK_FALSE(without);
+    CHECK(grabs.findMarker(id, true));
+    scene.frames();
+    CHECK_FALSE(grabs.findMarker(id, true));
+}
+
+TEST_CASE("grabs: a transfer tells the new holder before it returns, and the old one not at all")
+{
+    TestScene scene;
+    auto& a = tray(scene, 100);
+    auto& b = tray(scene, 300);
+    GrabManager& grabs = *scene.app.grabManager();
+    const auto id = scene.input.markerDown(1001, {150, 150});
+    scene.frames();
+    grabs.transferGrab(id, b.inputGrabber());
+    CHECK(b.log == Log{"down 1001"});
+    CHECK(b.heldWhenDown);
+    CHECK(a.log == Log{"down 1001"});
+    CHECK(grabs.grabber(id) == &b.inputGrabber());
+    scene.input.markerUp(id);
+    scene.frames();
+    CHECK(a.log == Log{"down 1001"});
+    CHECK(b.log == Log{"down 1001", "up 1001"});
+}
+
+TEST_CASE("grabs: a card that nobody holds can be transferred, one that is not there cannot")
+{
+    TestScene scene;
+    auto& a = tray(scene, 100);
+    const auto id = scene.input.markerDown(1001, {500, 500});
+    scene.frames();
+    scene.app.grabManager()->transferGrab(4711, a.inputGrabber());
+    CHECK(a.log.empty());
+    scene.app.grabManager()->transferGrab(id, a.inputGrabber());
+    CHECK(a.log == Log{"down 1001"});
+}
+
+TEST_CASE("grabs: releasing works for the holder only")
+{
+    TestScene scene;
+    auto& a = tray(scene, 100);
+    auto& b = tray(scene, 300);
+    GrabManager& grabs = *scene.app.grabManager();
+    const auto id = scene.input.markerDown(1001, {150, 150});
+    scene.frames();
+    grabs.ungrab(id, b.inputGrabber());
+    CHECK(grabs.grabber(id) == &a.inputGrabber());
+    grabs.ungrab(id, a.inputGrabber());
+    CHECK(grabs.grabber(id) == nullptr);
+    grabs.ungrab(id, a.inputGrabber());
+    scene.input.markerUp(id);
+    scene.frames();
+    CHECK(a.log == Log{"down 1001"});
+}
+
+TEST_CASE("grabs: a widget that leaves the tree holds nothing any more")
+{
+    TestScene scene;
+    auto& a = tray(scene, 100);
+    const auto id = scene.input.markerDown(1001, {150, 150});
+    scene.frames();
+    a.removeFromParent();
+    CHECK(scene.app.grabManager()->grabber(id) == nullptr);
+    scene.frames();
+    scene.input.markerUp(id);
+    scene.frames();
+}
+
+TEST_CASE("grabs: a widget may delete itself when a card comes or goes")
+{
+    for (const bool whenDown : {true, false}) {
+        TestScene scene;
+        const IntrusiveWeakPtr<Widget> weak(&tray(scene, 100));
+        auto& a = static_cast<Tray&>(*weak.lock());
+        a.removesItself = whenDown;
+        const auto id = scene.input.markerDown(1001, {150, 150});
+        scene.frames();
+        if (!whenDown)
+            a.removesItself = true;
+        scene.input.markerUp(id);
+        scene.frames();
+        CHECK_FALSE(weak);
+    }
+}
+
+TEST_CASE("grabs: a finger is held by the widget that it hit, and can be given away")
+{
+    TestScene scene;
+    auto& a = scene.box(100, 100, 100, 100, "movable: true;");
+    auto& b = scene.box(300, 100, 100, 100, "movable: true;");
+    EventCount aEnds(a, "interaction-end");
+    EventCount bBegins(b, "interaction-begin");
+    EventCount bEnds(b, "interaction-end");
+    GrabManager& grabs = *scene.app.grabManager();
+    scene.input.fingerDown(1, {150, 150});
+    scene.frames();
+    CHECK(grabs.grabber(1) == &a.inputGrabber());
+    grabs.transferGrab(1, b.inputGrabber());
+    CHECK(grabs.grabber(1) == &b.inputGrabber());
+    CHECK_FALSE(a.isHeld());
+    CHECK(b.isHeld());
+    scene.input.fingerMove(1, {200, 150});
+    scene.frames();
+    CHECK_POINT(a.location(), 100, 100);
+    CHECK_POINT(b.location(), 350, 100);
+    scene.input.fingerUp(1);
+    scene.frames();
+    CHECK(aEnds.count == 0);
+    CHECK(bBegins.count == 1);
+    CHECK(bEnds.count == 1);
+}
+
+TEST_CASE("grabs: a finger that its holder releases does nothing more")
+{
+    TestScene scene;
+    auto& a = scene.box(100, 100, 100, 100, "movable: true;");
+    EventCount taps(a, "single-tap");
+    scene.input.fingerDown(1, {150, 150});
+    scene.frames();
+    scene.app.grabManager()->ungrab(1, a.inputGrabber());
+    CHECK_FALSE(a.isHeld());
+    scene.input.fingerMove(1, {200, 150});
+    scene.input.fingerUp(1);
+    scene.frames();
+    CHECK_POINT(a.location(), 100, 100);
+    CHECK(taps.count == 0);
+}
+
+TEST_CASE("grabs: input of several sources is one sample")
+{
+    TestScene scene;
+    TestSupport::ScriptedInput second;
+    scene.app.addInputSource(second);
+    auto& a = scene.box(100, 100, 100, 100);
+    EventCount taps(a, "single-tap");
+    scene.input.fingerDown(7, {500, 500});
+    second.fingerDown(3, {510, 500});
+    second.tap(4, {150, 150});
+    scene.frames();
+    CHECK(taps.count == 1);
+    const auto& fingers = scene.app.grabManager()->currentSample().fingers;
+    REQUIRE(fingers.size() == 2);
+    CHECK(fingers[0].id() == 3);
+    CHECK(fingers[1].id() == 7);
+    scene.app.removeInputSource(second);
+    scene.frames();
+    CHECK(second.samplesTaken() == 1);
+}
