@@ -23,6 +23,15 @@ struct Scene
     QImage picture() { return app.renderToImage(); }
 };
 
+/// The picture of a scene of its own, to compare with: there is one application at a time.
+template <class Build>
+QImage pictureOf(Build build, Vecta::Vector2f size = {200.f, 200.f})
+{
+    Scene scene(size);
+    build(scene);
+    return scene.picture();
+}
+
 template <class W>
 W& place(W& widget, const Vecta::Rect& rect)
 {

@@ -31,15 +31,14 @@ RecordingContext recorded(Scene& scene)
 
 TEST_CASE("scene painter: a nested, turned and scaled widget stands where the transforms put it")
 {
+    const QImage expected = pictureOf([](Scene& scene) { box(scene.root(), {20, 30, 30, 20}, kRed); });
     Scene scene;
     Widget& outer = box(scene.root(), {60, 20, 100, 100}, {0, 0, 0, 0});
     outer.setRotation(float(M_PI / 2));
     outer.setScale(0.5f);
     box(outer, {20, 20, 40, 60}, kRed);
     // (x, y) of the outer widget stands at (60 - y / 2, 20 + x / 2).
-    Scene expected;
-    box(expected.root(), {20, 30, 30, 20}, kRed);
-    CHECK(difference(scene.picture(), expected.picture()) <= 1);
+    CHECK(difference(scene.picture(), expected) <= 1);
     CHECK(litBounds(scene.picture()) == QRect(20, 30, 30, 20));
 }
 
@@ -61,15 +60,17 @@ TEST_CASE("scene painter: children cover their parent, later siblings cover earl
 
 TEST_CASE("scene painter: a half transparent group fades as one picture")
 {
-    Scene scene;
-    Widget& group = box(scene.root(), {10, 10, 100, 100}, kRed);
-    box(group, {50, 50, 80, 80}, kBlue);
-    group.setOpacity(0.5f);
-
-    Scene expected;
-    Widget& ground = box(expected.root(), {10, 10, 100, 100}, {0.5f, 0, 0, 1});
-    box(ground, {50, 50, 80, 80}, {0, 0, 0.5f, 1});
-    CHECK(difference(scene.picture(), expected.picture()) <= 2);
+    const QImage faded = pictureOf([](Scene& scene) {
+        Widget& group = box(scene.root(), {10, 10, 100, 100}, kRed);
+        box(group, {50, 50, 80, 80}, kBlue);
+        group.setOpacity(0.5f);
+    });
+    const QImage darker = pictureOf([](Scene& scene) {
+        Widget& ground = box(scene.root(), {10, 10, 100, 100}, {0.5f, 0, 0, 1});
+        box(ground, {50, 50, 80, 80}, {0, 0, 0.5f, 1});
+    });
+    CHECK(difference(faded, darker) <= 2);
+    CHECK(litBounds(faded) == QRect(10, 10, 130, 130));
 }
 
 TEST_CASE("scene painter: nested fading groups multiply")
@@ -155,14 +156,17 @@ TEST_CASE("scene painter: a child outside its parent is drawn even where the par
 
 TEST_CASE("scene painter: an opaque border looks like a larger rectangle under a smaller one")
 {
-    Scene scene;
-    Widget& framed = box(scene.root(), {20, 20, 100, 80}, kRed);
-    set(framed, "border-color", kBlue);
-    set(framed, "border-width", 6.f);
-    Scene expected;
-    Widget& outer = box(expected.root(), {20, 20, 100, 80}, kBlue);
-    box(outer, {6, 6, 88, 68}, kRed);
-    CHECK(difference(scene.picture(), expected.picture()) <= 1);
+    const QImage framed = pictureOf([](Scene& scene) {
+        Widget& widget = box(scene.root(), {20, 20, 100, 80}, kRed);
+        set(widget, "border-color", kBlue);
+        set(widget, "border-width", 6.f);
+    });
+    const QImage stacked = pictureOf([](Scene& scene) {
+        Widget& outer = box(scene.root(), {20, 20, 100, 80}, kBlue);
+        box(outer, {6, 6, 88, 68}, kRed);
+    });
+    CHECK(difference(framed, stacked) <= 1);
+    CHECK(framed.pixelColor(22, 50) == QColor(Qt::blue));
 }
 
 TEST_CASE("scene painter: a half transparent border lies on the ground")
@@ -178,12 +182,10 @@ TEST_CASE("scene painter: a half transparent border lies on the ground")
 
 TEST_CASE("scene painter: a border radius beyond half the size makes a circle, not less")
 {
-    Scene scene;
-    Widget& a = box(scene.root(), {0, 0, 50, 50}, kRed);
-    set(a, "border-radius", 1000.f);
-    Scene expected;
-    Widget& b = box(expected.root(), {0, 0, 50, 50}, kRed);
-    set(b, "border-radius", 25.f);
-    CHECK(difference(scene.picture(), expected.picture()) == 0);
-    CHECK(scene.picture().pixelColor(2, 2) == QColor(Qt::black));
+    const auto withRadius = [](float radius) {
+        return pictureOf([radius](Scene& scene) { set(box(scene.root(), {0, 0, 50, 50}, kRed), "border-radius", radius); });
+    };
+    CHECK(difference(withRadius(1000.f), withRadius(25.f)) == 0);
+    CHECK(withRadius(1000.f).pixelColor(2, 2) == QColor(Qt::black));
+    CHECK(difference(withRadius(25.f), withRadius(10.f)) > 100);
 }

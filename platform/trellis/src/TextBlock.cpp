@@ -16,20 +16,19 @@ namespace
 constexpr qreal kUnlimitedPx = 1e6;
 long layoutCount = 0;
 
-Qt::Alignment qtAlignment(TextAlign align)
+Qt::Alignment qtAlignment(TextAlign align, bool isRightToLeft)
 {
-    // Left and right follow the text's direction unless they are said to be absolute.
     switch (align) {
-    case TextAlign::Start:
-        return Qt::AlignLeft;
     case TextAlign::Left:
-        return Qt::AlignLeft | Qt::AlignAbsolute;
+        return Qt::AlignLeft;
+    case TextAlign::Right:
+        return Qt::AlignRight;
     case TextAlign::Center:
         return Qt::AlignHCenter;
-    case TextAlign::Right:
-        return Qt::AlignRight | Qt::AlignAbsolute;
+    case TextAlign::Start:
+        return isRightToLeft ? Qt::AlignRight : Qt::AlignLeft;
     case TextAlign::End:
-        return Qt::AlignRight;
+        return isRightToLeft ? Qt::AlignLeft : Qt::AlignRight;
     }
     return Qt::AlignLeft;
 }
@@ -51,10 +50,12 @@ void TextBlock::lay(const QString& text, const TextFormat& format, float widthPx
 
     QTextOption option;
     option.setWrapMode(m_wrap == Wrap::Words ? QTextOption::WrapAtWordBoundaryOrAnywhere : QTextOption::NoWrap);
-    option.setTextDirection(Qt::LayoutDirectionAuto);
+    // Decided here and not by the layout: a text that is cut keeps the direction of the whole.
+    const bool isRightToLeft = text.isRightToLeft();
+    option.setTextDirection(isRightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
     option.setUseDesignMetrics(true); // the same lines at every scale
     // A line that never wraps is aligned by whoever scrolls it.
-    option.setAlignment(m_wrap == Wrap::Words ? qtAlignment(format.align) : Qt::AlignLeft | Qt::AlignAbsolute);
+    option.setAlignment(m_wrap == Wrap::Words ? qtAlignment(format.align, isRightToLeft) : Qt::AlignLeft);
     m_layout.setTextOption(option);
     m_layout.setFont(format.font);
     m_layout.setCacheEnabled(true);

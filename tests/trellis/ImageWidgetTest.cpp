@@ -1,0 +1,470 @@
+#include <doctest/doctest.h>
+
+#include "EventLoop.hpp"
+#include "LogCapture.hpp"
+#include "RecordingContext.hpp"
+#include "Scene.hpp"
+
+#include <Trellis/ImageTileWidget.hpp>
+#include <Trellis/ImageWidget.hpp>
+
+#include <QBuffer>
+#include <QDateTime>
+#include <QFile>
+#include <QImage>
+#include <QImageWriter>
+#include <QPainter>
+#include <QTemporaryDir>
+#include <QtEndian>
+
+using namespace TestSupport;
+using Call = RecordingContext::Call;
+using Trellis::ImageTileWidget;
+using Trellis::ImageWidget;
+
+namespace
+{
+/// Left half of one colour, right half of another.
+QImage halves(int width, int height, QColor left = Qt::red, QColor right = Qt::blue)
+{
+    QImage image(width, height, QImage::Format_RGB32);
+    image.fill(left);
+    QPainter(&image).fillRect(width / 2, 0, width - width / 2, height, right);
+    return image;
+}
+
+struct ImageScene : Scene
+{
+    using Scene::Scene;
+    QTemporaryDir folder;
+
+    QString path(const char* name) const { return folder.filePath(QString::fromLatin1(name)); }
+    QString save(const char* name, const QImage& image)
+    {
+        REQUIRE(image.save(path(name)));
+        return path(name);
+    }
+    ImageWidget& widget(const Vecta::Rect& rect)
+    {
+        auto made = Bedrock::makeIntrusive<ImageWidget>();
+        root().addChild(made);
+        return place(*made, rect);
+    }
+    /// Frames until no picture is under way.
+    void settle()
+    {
+        REQUIRE(pumpUntil([this] {
+            frame();
+            return app.pendingImages() == 0;
+        }));
+        frame();
+    }
+};
+
+void setFit(ImageWidget& widget, const char* fit)
+{
+    Facet::StyleValue value;
+    value.terms.append({Facet::StyleTerm::Kind::Ident, QString::fromLatin1(fit), 0.0, {}});
+    REQUIRE(widget.attribute("fit")->setStyleValue(value, Facet::kUserLayer, nullptr));
+}
+
+/// A JPEG file's EXIF segment that says how the picture was held.
+QByteArray withExifOrientation(const QByteArray& jpeg, char orientation)
+{
+    QByteArray tiff("MM\0*\0\0\0\x08", 8);
+    tiff += QByteArray("\0\x01", 2);                                      // one entry
+    tiff += QByteArray("\x01\x12\0\x03\0\0\0\x01\0", 9) + orientation + QByteArray("\0\0", 2);
+    tiff += QByteArray("\0\0\0\0", 4);                                    // no further directory
+    const QByteArray content = QByteArray("Exif\0\0", 6) + tiff;
+    QByteArray length(2, 0);
+    qToBigEndian(quint16(content.size() + 2), length.data());
+    return jpeg.left(2) + QByteArray("\xFF\xE1", 2) + length + content + jpeg.mid(2);
+}
+}
+
+TEST_CASE("image widget: a picture appears after some frames, and says so once")
+{
+    ImageScene scene;
+    ImageWidget& widget = scene.widget({20, 20, 100, 100});
+    int loaded = 0;
+    widget.eventAddListener("image-loaded", [&] { ++loaded; });
+    widget.load(scene.save("a.png", halves(100, 100)));
+    CHECK(scene.app.pendingImages() == 1);
+    CHECK_FALSE(widget.isLoaded());
+    CHECK(litBounds(scene.picture()).isNull());
+    scene.settle();
+    CHECK(widget.isLoaded());
+    CHECK(loaded == 1);
+    const QImage image = scene.picture();
+    CHECK(litBounds(image) == QRect(20, 20, 100, 100));
+    CHECK(image.pixelColor(40, 60) == QColor(Qt::red));
+    CHECK(image.pixelColor(100, 60) == QColor(Qt::blue));
+}
+
+TEST_CASE("image widget: the area of a picture that arrives is damaged")
+{
+    ImageScene scene;
+    ImageWidget& widget = scene.widget({20, 20, 100, 100});
+    widget.load(scene.save("a.png", halves(100, 100)));
+    scene.frame();
+    (void)scene.app.takeDamage();
+    REQUIRE(pumpUntil([&] {
+        scene.frame();
+        return widget.isLoaded();
+    }));
+    CHECK(scene.app.takeDamage() == QRegion(20, 20, 100, 100));
+}
+
+TEST_CASE("image widget: a blocking load shows at once")
+{
+    ImageScene scene;
+    ImageWidget& widget = scene.widget({20, 20, 100, 100});
+    widget.load(scene.save("a.png", halves(100, 100)), ImageWidget::kBlocking);
+    CHECK(widget.isLoaded());
+    CHECK(litBounds(scene.picture()) == QRect(20, 20, 100, 100));
+    scene.settle();
+    CHECK(widget.isLoaded());
+}
+
+TEST_CASE("image widget: contain shows all, cover fills, stretch distorts")
+{
+    ImageScene scene;
+    ImageWidget& widget = scene.widget({0, 0, 100, 100});
+    widget.load(scene.save("wide.png", halves(200, 100)), ImageWidget::kBlocking);
+    CHECK(litBounds(scene.picture()) == QRect(0, 25, 100, 50));
+
+    setFit(widget, "cover");
+    scene.settle();
+    QImage image = scene.picture();
+    CHECK(litBounds(image) == QRect(0, 0, 100, 100));
+    RecordingContext context;
+    scene.app.render(context);
+    CHECK(context.calls().back().source == Vecta::Rect{50, 0, 100, 100});
+
+    setFit(widget, "stretch");
+    scene.settle();
+    image = scene.picture();
+    CHECK(litBounds(image) == QRect(0, 0, 100, 100));
+    CHECK(image.pixelColor(2, 50) == QColor(Qt::red));
+    CHECK(image.pixelColor(97, 50) == QColor(Qt::blue));
+}
+
+TEST_CASE("image widget: the picture stays inside the padding and follows the rounded corners")
+{
+    ImageScene scene;
+    ImageWidget& widget = scene.widget({0, 0, 100, 100});
+    const auto ten = Trellis::Length::pixels(10);
+    set(widget, "padding", Trellis::Edges{ten, ten, ten, ten});
+    widget.load(scene.save("a.png", halves(80, 80)), ImageWidget::kBlocking);
+    CHECK(litBounds(scene.picture()) == QRect(10, 10, 80, 80));
+    set(widget, "border-radius", 30.f);
+    CHECK(scene.picture().pixelColor(12, 12) == QColor(Qt::black));
+    CHECK(scene.picture().pixelColor(50, 50) != QColor(Qt::black));
+}
+
+TEST_CASE("image widget: an auto height follows the picture's proportions, and so does an auto width")
+{
+    ImageScene scene;
+    auto byWidth = Bedrock::makeIntrusive<ImageWidget>();
+    scene.root().addChild(byWidth);
+    set(*byWidth, "width", Trellis::Length::pixels(80));
+    auto byHeight = Bedrock::makeIntrusive<ImageWidget>();
+    scene.root().addChild(byHeight);
+    Facet::StyleValue value;
+    value.terms.append({Facet::StyleTerm::Kind::Ident, QStringLiteral("inline"), 0.0, {}});
+    REQUIRE(byHeight->attribute("display")->setStyleValue(value, Facet::kUserLayer, nullptr));
+    set(*byHeight, "height", Trellis::Length::pixels(30));
+    const QString path = scene.save("wide.png", halves(200, 100));
+    byWidth->load(path);
+    byHeight->load(path);
+    scene.settle();
+    CHECK(byWidth->size() == Vecta::Vector2f{80, 40});
+    CHECK(byHeight->size() == Vecta::Vector2f{60, 30});
+}
+
+TEST_CASE("image widget: a large picture is read about as large as it is shown")
+{
+    ImageScene scene;
+    ImageWidget& widget = scene.widget({0, 0, 100, 100});
+    widget.load(scene.save("large.jpg", halves(2000, 1000)));
+    scene.settle();
+    CHECK(widget.image().width() >= 100);
+    CHECK(widget.image().width() <= 256);
+    CHECK(widget.image().width() == 2 * widget.image().height());
+}
+
+TEST_CASE("image widget: a small picture is not read larger than it is")
+{
+    ImageScene scene;
+    ImageWidget& widget = scene.widget({0, 0, 150, 150});
+    widget.load(scene.save("small.png", halves(20, 10)));
+    scene.settle();
+    CHECK(widget.image().size() == QSize(20, 10));
+}
+
+TEST_CASE("image widget: a widget that is enlarged a lot gets a sharper picture")
+{
+    ImageScene scene;
+    ImageWidget& widget = scene.widget({0, 0, 100, 100});
+    widget.load(scene.save("large.png", halves(1600, 1600)));
+    scene.settle();
+    const int before = widget.image().width();
+    widget.setScale(1.1f);
+    scene.picture();
+    scene.settle();
+    CHECK(widget.image().width() == before);
+    widget.setScale(6.f);
+    scene.picture();
+    scene.settle();
+    CHECK(widget.image().width() >= 600);
+    CHECK(widget.isLoaded());
+    // Small again: the sharp one serves as well.
+    const int sharp = widget.image().width();
+    widget.setScale(0.5f);
+    scene.picture();
+    scene.settle();
+    CHECK(widget.image().width() == sharp);
+}
+
+TEST_CASE("image widget: many widgets with one picture read it once")
+{
+    ImageScene scene;
+    const QString path = scene.save("a.png", halves(100, 100));
+    const long before = scene.app.counters().imagesRead;
+    for (int i = 0; i < 20; ++i)
+        scene.widget({float(i), 0, 100, 100}).load(path);
+    scene.settle();
+    CHECK(scene.app.counters().imagesRead == before + 1);
+    for (const auto& child : scene.root().children())
+        CHECK(static_cast<ImageWidget&>(*child).isLoaded());
+
+    ImageWidget& later = scene.widget({0, 0, 90, 90});
+    later.load(path);
+    scene.frame();
+    CHECK(later.isLoaded()); // from the cache, without waiting
+    scene.settle();
+    CHECK(scene.app.counters().imagesRead == before + 1);
+}
+
+TEST_CASE("image widget: a file that was replaced is read again")
+{
+    ImageScene scene;
+    const QString path = scene.save("a.png", halves(100, 100));
+    ImageWidget& first = scene.widget({0, 0, 100, 100});
+    first.load(path);
+    scene.settle();
+    scene.save("a.png", halves(100, 100, Qt::green, Qt::green));
+    QFile file(path);
+    REQUIRE(file.open(QIODevice::ReadWrite));
+    REQUIRE(file.setFileTime(QDateTime::currentDateTime().addSecs(60), QFileDevice::FileModificationTime));
+    file.close();
+    ImageWidget& second = scene.widget({100, 0, 100, 100});
+    second.load(path);
+    scene.settle();
+    CHECK(scene.picture().pixelColor(120, 50) == QColor(Qt::green));
+}
+
+TEST_CASE("image widget: another source replaces the picture, an empty one shows nothing")
+{
+    ImageScene scene;
+    ImageWidget& widget = scene.widget({0, 0, 100, 100});
+    widget.load(scene.save("a.png", halves(100, 100)));
+    widget.load(scene.save("b.png", halves(100, 100, Qt::green, Qt::green)));
+    int loaded = 0;
+    widget.eventAddListener("image-loaded", [&] { ++loaded; });
+    scene.settle();
+    CHECK(loaded == 1);
+    CHECK(scene.picture().pixelColor(10, 50) == QColor(Qt::green));
+    widget.load(QString());
+    CHECK_FALSE(widget.isLoaded());
+    scene.settle();
+    CHECK(litBounds(scene.picture()).isNull());
+}
+
+TEST_CASE("image widget: a source replaced while its picture is under way does not show")
+{
+    ImageScene scene;
+    ImageWidget& widget = scene.widget({0, 0, 100, 100});
+    widget.load(scene.save("a.png", halves(100, 100)));
+    scene.frame(); // the reading has begun
+    widget.load(scene.save("b.png", halves(100, 100, Qt::green, Qt::green)));
+    int loaded = 0;
+    widget.eventAddListener("image-loaded", [&] { ++loaded; });
+    scene.settle();
+    CHECK(loaded == 1);
+    CHECK(scene.picture().pixelColor(10, 50) == QColor(Qt::green));
+}
+
+TEST_CASE("image widget: a picture that cannot be read is one warning, whoever wants it")
+{
+    ImageScene scene;
+    const QString missing = scene.path("missing.png");
+    QFile broken(scene.path("broken.png"));
+    REQUIRE(broken.open(QIODevice::WriteOnly));
+    broken.write("\x89PNG\r\n\x1a\n and then nothing of the kind");
+    broken.close();
+    expectWarning("ImageWidget # Failed to load image " + missing.toStdString() + " (no such file)");
+    expectWarningStartingWith("ImageWidget # Failed to load image " + broken.fileName().toStdString() + " (");
+    expectWarning("ImageWidget # Failed to load image " + scene.folder.path().toStdString() + " (not a file)");
+    ImageWidget& widget = scene.widget({0, 0, 100, 100});
+    widget.load(missing);
+    for (int i = 0; i < 5; ++i) {
+        scene.widget({0, 0, 100, 100}).load(missing);
+        scene.widget({0, 0, 100, 100}).load(broken.fileName());
+    }
+    scene.widget({0, 0, 10, 10}).load(scene.folder.path());
+    scene.settle();
+    CHECK_FALSE(widget.isLoaded());
+    CHECK(litBounds(scene.picture()).isNull());
+
+    // The file appears; the same load is another try.
+    scene.save("missing.png", halves(100, 100));
+    widget.load(missing);
+    scene.settle();
+    CHECK(widget.isLoaded());
+}
+
+TEST_CASE("image widget: a picture with too many pixels is refused by its header")
+{
+    ImageScene scene;
+    QByteArray png;
+    QBuffer buffer(&png);
+    REQUIRE(halves(1, 1).save(&buffer, "PNG"));
+    // The size stands in the first chunk, whose checksum follows it.
+    const auto crc = [](const QByteArray& bytes) {
+        quint32 c = 0xFFFFFFFFu;
+        for (const char byte : bytes) {
+            c ^= quint8(byte);
+            for (int k = 0; k < 8; ++k)
+                c = (c & 1) ? 0xEDB88320u ^ (c >> 1) : c >> 1;
+        }
+        return c ^ 0xFFFFFFFFu;
+    };
+    qToBigEndian(quint32(60000), png.data() + 16);
+    qToBigEndian(quint32(50000), png.data() + 20);
+    qToBigEndian(crc(png.mid(12, 17)), png.data() + 29);
+    QFile file(scene.path("huge.png"));
+    REQUIRE(file.open(QIODevice::WriteOnly));
+    file.write(png);
+    file.close();
+    expectWarning("ImageWidget # Failed to load image " + file.fileName().toStdString() +
+                  " (60000 x 50000 pixels are more than 200 megapixels; make it smaller)");
+    ImageWidget& widget = scene.widget({0, 0, 100, 100});
+    widget.load(file.fileName());
+    scene.settle();
+    CHECK_FALSE(widget.isLoaded());
+}
+
+TEST_CASE("image widget: a photograph is turned as its camera says")
+{
+    ImageScene scene;
+    QByteArray jpeg;
+    QBuffer buffer(&jpeg);
+    REQUIRE(halves(200, 100).save(&buffer, "JPEG", 95));
+    QFile file(scene.path("turned.jpg"));
+    REQUIRE(file.open(QIODevice::WriteOnly));
+    file.write(withExifOrientation(jpeg, 6)); // a quarter turn clockwise to see it upright
+    file.close();
+    ImageWidget& widget = scene.widget({0, 0, 50, 100});
+    SUBCASE("at its full size") { widget.load(file.fileName(), ImageWidget::kBlocking); }
+    SUBCASE("smaller")
+    {
+        place(widget, {0, 0, 25, 50});
+        widget.setScale(2.f);
+        set(widget, "padding", Trellis::Edges{});
+        widget.load(file.fileName());
+        scene.settle();
+        CHECK(widget.image().height() == 128);
+    }
+    CHECK(widget.image().height() == 2 * widget.image().width());
+    const QImage image = scene.picture();
+    CHECK(image.pixelColor(25, 10).red() > 200);
+    CHECK(image.pixelColor(25, 90).blue() > 200);
+}
+
+TEST_CASE("image widget: a widget that goes while its picture is under way is not missed")
+{
+    const long before = Bedrock::ReferenceCounted::liveObjects();
+    {
+        ImageScene scene;
+        const QString path = scene.save("a.png", halves(1000, 1000));
+        scene.widget({0, 0, 100, 100}).load(path); // goes before the request
+        scene.root().children().back()->removeFromParent();
+        ImageWidget& second = scene.widget({0, 0, 100, 100});
+        second.load(path);
+        scene.frame(); // goes after it
+        second.removeFromParent();
+        ImageWidget& third = scene.widget({0, 0, 100, 100});
+        third.load(path);
+        scene.settle();
+        CHECK(third.isLoaded());
+        CHECK(Bedrock::ReferenceCounted::liveObjects() <= before + 2); // the main layer and the third
+    }
+    CHECK(Bedrock::ReferenceCounted::liveObjects() == before);
+}
+
+TEST_CASE("image widget: a listener to the picture may remove the widget")
+{
+    ImageScene scene;
+    const QString path = scene.save("a.png", halves(100, 100));
+    for (int i = 0; i < 3; ++i) {
+        ImageWidget& widget = scene.widget({0, 0, 100, 100});
+        widget.eventAddListener("image-loaded", [&widget] { widget.removeFromParent(); });
+        widget.load(path);
+    }
+    scene.settle();
+    CHECK(scene.root().children().empty());
+}
+
+TEST_CASE("image widget: the application ends while pictures are under way, and the next one reads them")
+{
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("a.png"));
+    REQUIRE(halves(1500, 1500).save(path));
+    {
+        ImageScene scene;
+        for (int i = 1; i < 10; ++i)
+            scene.widget({0, 0, float(64 << i), 100}).load(path);
+        scene.frame();
+        CHECK(scene.app.pendingImages() > 0);
+    }
+    ImageScene scene;
+    CHECK(scene.app.pendingImages() == 0);
+    ImageWidget& widget = scene.widget({0, 0, 100, 100});
+    widget.load(path);
+    scene.settle();
+    CHECK(widget.isLoaded());
+}
+
+TEST_CASE("image tile widget: a picture repeats in its own size over the widget")
+{
+    ImageScene scene;
+    auto made = Bedrock::makeIntrusive<ImageTileWidget>();
+    scene.root().addChild(made);
+    place(*made, {10, 10, 150, 75});
+    made->load(scene.save("tile.png", halves(70, 70)));
+    scene.settle();
+    const QImage image = scene.picture();
+    CHECK(litBounds(image) == QRect(10, 10, 150, 75));
+    for (int x = 0; x < 150; ++x)
+        if (x % 35 > 1 && x % 35 < 33)
+            CHECK(image.pixelColor(10 + x, 12) == QColor(x % 70 < 35 ? Qt::red : Qt::blue));
+    RecordingContext context;
+    scene.app.render(context);
+    CHECK(context.count(Call::Kind::Image) == 6);
+}
+
+TEST_CASE("image tile widget: a ground of tiny tiles takes few drawings and looks the same")
+{
+    ImageScene scene;
+    auto made = Bedrock::makeIntrusive<ImageTileWidget>();
+    scene.root().addChild(made);
+    place(*made, {0, 0, 200, 200});
+    made->load(scene.save("tiny.png", halves(2, 2)), ImageWidget::kBlocking);
+    RecordingContext context;
+    scene.app.render(context);
+    CHECK(context.count(Call::Kind::Image) == 16);
+    const QImage image = scene.picture();
+    for (int x = 0; x < 200; ++x)
+        CHECK(image.pixelColor(x, 100) == QColor(x % 2 == 0 ? Qt::red : Qt::blue));
+}
