@@ -32,14 +32,13 @@ public:
     {
         m_elapsedSeconds += frame.dt();
         const float run = m_elapsedSeconds - std::max(0.f, m_delaySeconds);
+        if (run + kToleranceSeconds < 0.f)
+            return;
         if (run + kToleranceSeconds < m_seconds) {
             // The target is what the style sheet says now, which may change while the fade runs.
-            const float share = std::max(0.f, run) / m_seconds;
-            m_opacity.setValue(m_from + (target() - m_from) * share);
+            m_opacity.setValue(m_from + (target() - m_from) * std::max(0.f, run) / m_seconds);
             return;
         }
-        if (run + kToleranceSeconds < 0.f)
-            return; // A fade without duration still waits.
         setDone();
         if (fadesOut()) {
             m_opacity.setValue(0.f);

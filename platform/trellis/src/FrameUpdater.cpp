@@ -70,6 +70,9 @@ void FrameUpdater::run(const FrameInfo& frame)
             guarded("Widget::update", [&] { widget->update(frame); });
         if (m_active[i] == widget && widget->d->moving)
             MotionController::slide(*widget, frame.dt());
+        // Who left the list is not met again below.
+        if (m_active[i] != widget)
+            removeDoneOperators(*widget);
     }
     for (std::size_t i = 0; i < count; ++i) {
         if (!m_active[i] || m_active[i]->d->operators.empty())

@@ -19,6 +19,8 @@ constexpr float kStandstill = 8.f;
 constexpr float kFastestThrow = 4000.f;
 /// Share of the speed that friction takes per second, as an exponent: a throw of v slides v / 5 pixels.
 constexpr float kFriction = 5.f;
+/// Fingers that meet in one point say nothing about the size any more.
+constexpr float kLeastFactor = 1e-4f;
 }
 
 MotionController::Step MotionController::fit(const Vector2f* from, const Vector2f* to, int count, bool turns, bool scales)
@@ -49,7 +51,7 @@ MotionController::Step MotionController::fit(const Vector2f* from, const Vector2
         step.turn = std::atan2(across, along);
     if (scales) {
         const float factor = (turns ? std::sqrt(along * along + across * across) : along) / spread;
-        if (factor > 0.01f)
+        if (factor > kLeastFactor)
             step.factor = factor;
     }
     return step;
