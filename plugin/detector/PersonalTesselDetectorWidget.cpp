@@ -1,6 +1,7 @@
 #include "detector/PersonalTesselDetectorWidget.hpp"
 
 #include "detector/PersonalTesselDetectorInstance.hpp"
+#include "email/EmailSendingPopupWidget.hpp"
 #include "personalspace/PersonalSpaceContentWidget.hpp"
 #include "personalspace/PersonalSpaceWidget.hpp"
 
@@ -34,6 +35,15 @@ Facet::AttributeT<Mode>::Names modeNames()
 std::shared_ptr<TesselServiceCache> markerCache()
 {
     return Tavola::instance()->services()->tesselServiceCache();
+}
+
+/// Above the content that the card was put on, which is raised itself when it is touched in this frame.
+void raiseAfterUpdate(Trellis::Widget& widget)
+{
+    Facet::Node::invokeAfterUpdate([weak = Bedrock::IntrusiveWeakPtr<Trellis::Widget>(&widget)] {
+        if (const auto launched = weak.lock())
+            launched->raiseToTop(false);
+    });
 }
 
 /// What is known of the owner of a card; an empty record where nothing is.
@@ -145,7 +155,12 @@ void PersonalTesselDetectorWidget::tesselOnWidget(Trellis::Widget& content, Tact
     if (personal && !owner.contentKey.isEmpty())
         return;
 
-    const auto widget = launchPersonalWidget(owner, code, marker.centerLocation(), handAngle(marker));
+    const float angle = handAngle(marker);
+    if (m_collectionMode.value() != Mode::AddToPersonalSpace && !owner.email.isEmpty()) {
+        emailWidget(content, owner, marker.centerLocation(), angle);
+        return;
+    }
+    const auto widget = launchPersonalWidget(owner, code, marker.centerLocation(), angle);
     const auto space = Bedrock::dynamicPointerCast<PersonalSpaceWidget>(widget);
     if (!space) {
         Bedrock::Trace::warning(
@@ -153,11 +168,23 @@ void PersonalTesselDetectorWidget::tesselOnWidget(Trellis::Widget& content, Tact
         return;
     }
     space->addWidget(content);
-    // Above the content, which is raised itself when it is touched in this frame.
-    Facet::Node::invokeAfterUpdate([weak = Bedrock::IntrusiveWeakPtr<PersonalSpaceWidget>(space)] {
-        if (const auto launched = weak.lock())
-            launched->raiseToTop(false);
-    });
+    raiseAfterUpdate(*space);
+}
+
+void PersonalTesselDetectorWidget::emailWidget(Trellis::Widget& content, const PersonalMarkerProperties& properties,
+                                               const Vecta::Vector2T<float>& scenePoint, float angle)
+{
+    const auto popup = Bedrock::dynamicPointerCast<EmailSendingPopupWidget>(
+        Tavola::instance()->ui()->createStockWidget(QStringLiteral("email-widget-popup"), "main"));
+    if (!popup)
+        return;
+    const auto mainWidget = Tavola::instance()->ui()->mainWidget();
+    mainWidget->addChild(popup);
+    popup->setLocation(mainWidget->mapFromScene(scenePoint));
+    popup->raiseToTop(false);
+    popup->setRotation(angle);
+    popup->emailWidget(content, m_collectionMode.value() == Mode::EmailWithConfirmation, properties);
+    raiseAfterUpdate(*popup);
 }
 
 void PersonalTesselDetectorWidget::update(const Trellis::FrameInfo& /*frame*/)

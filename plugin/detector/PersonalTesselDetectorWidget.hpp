@@ -48,6 +48,9 @@ public:
     Bedrock::IntrusivePtr<PersonalTesselWidget> launchPersonalWidget(const PersonalMarkerProperties& properties,
                                                                      unsigned long code,
                                                                      const Vecta::Vector2T<float>& scenePoint, float angle);
+    /// Opens the popup that e-mails `content` to a card's owner, at a scene point and turned by `angle` (radians).
+    void emailWidget(Trellis::Widget& content, const PersonalMarkerProperties& properties,
+                     const Vecta::Vector2T<float>& scenePoint, float angle);
     /// A card was put on content somewhere on the table: collects it for the card's owner, or leaves it alone.
     void tesselOnWidget(Trellis::Widget& content, Tactile::Marker marker);
 

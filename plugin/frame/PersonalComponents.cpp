@@ -2,19 +2,32 @@
 
 #include "detector/PersonalTesselDetectorInstance.hpp"
 #include "detector/PersonalTesselDetectorWidget.hpp"
+#include "email/EmailSendingPopupWidget.hpp"
 #include "personalspace/PersonalSpaceWidget.hpp"
 
 #include <Tavola/Component.hpp>
 
 namespace Tavola
 {
+namespace
+{
+template <class WidgetType>
+Bedrock::IntrusivePtr<Trellis::Widget> makeWidget()
+{
+    const auto widget = Bedrock::makeIntrusive<WidgetType>();
+    widget->postConstruct();
+    return widget;
+}
+}
+
 std::shared_ptr<WidgetComponent> makePersonalSpaceComponent()
 {
-    return std::make_shared<WidgetComponent>([] {
-        auto widget = Bedrock::makeIntrusive<PersonalSpaceWidget>();
-        widget->postConstruct();
-        return Bedrock::IntrusivePtr<Trellis::Widget>(widget);
-    });
+    return std::make_shared<WidgetComponent>(makeWidget<PersonalSpaceWidget>);
+}
+
+std::shared_ptr<WidgetComponent> makeEmailPopupComponent()
+{
+    return std::make_shared<WidgetComponent>(makeWidget<EmailSendingPopupWidget>);
 }
 
 std::shared_ptr<CustomWidgetInstanceComponent> makeTesselDetectorComponent()

@@ -11,6 +11,8 @@ class WidgetComponent;
 
 /// "personal-space-widget"
 [[nodiscard]] std::shared_ptr<WidgetComponent> makePersonalSpaceComponent();
+/// "email-widget-popup"
+[[nodiscard]] std::shared_ptr<WidgetComponent> makeEmailPopupComponent();
 /// "tavola-personal-tessel-detector"
 [[nodiscard]] std::shared_ptr<CustomWidgetInstanceComponent> makeTesselDetectorComponent();
 }

@@ -9,6 +9,7 @@ namespace Tavola
 namespace
 {
 const FactoryRegistrant<WidgetComponent> personalSpaceRegistrant("personal-space-widget", makePersonalSpaceComponent);
+const FactoryRegistrant<WidgetComponent> emailPopupRegistrant("email-widget-popup", makeEmailPopupComponent);
 const FactoryRegistrant<CustomWidgetInstanceComponent> tesselDetectorRegistrant("tavola-personal-tessel-detector",
                                                                                  makeTesselDetectorComponent);
 }

@@ -33,7 +33,10 @@ void PersonalSpaceWidget::setProperties(const TesselServiceAPI::PersonalMarkerPr
 
 std::vector<Bedrock::IntrusivePtr<Trellis::Widget>> PersonalSpaceWidget::stylableWidgets() const
 {
-    return d->stylable;
+    auto widgets = d->stylable;
+    if (const auto tooltip = d->tooltip.lock())
+        widgets.push_back(tooltip->textWidget());
+    return widgets;
 }
 
 void PersonalSpaceWidget::addWidget(Trellis::Widget& widget)

@@ -2,7 +2,6 @@
 
 #include <Bedrock/BinaryData.hpp>
 #include <Tavola/DataGathering.hpp>
-#include <Tavola/TooltipWidget.hpp>
 #include <Trellis/TextEditWidget.hpp>
 
 #include <array>
@@ -67,10 +66,53 @@ void PersonalSpaceWidget::D::build()
     updateNoUserPage();
 
     listenToAttributes();
-    cancelButton->eventAddListener("single-tap", ifAlive([](D& self) { self.cancel(); }), Facet::Node::kImmediate);
+    listenToChildren(*cancelButton, *saveButton);
 
     stylable = {title,      info,         inputField->editor(), inputField->tooltip()->textWidget(), inputField->placeholder(),
                 customInfo, userPageLink, cancelButton,         saveButton};
+}
+
+void PersonalSpaceWidget::D::listenToChildren(Trellis::Widget& cancelButton, Trellis::Widget& saveButton)
+{
+    constexpr int kType = Facet::Node::kImmediate;
+    helpButton->eventAddListener("single-tap", ifAlive([](D& self) {
+                                     const Trellis::Widget& button = *self.helpButton;
+                                     self.toggleTooltip(QStringLiteral("help"), button.mapToParent(button.size() / 2.f));
+                                 }),
+                                 kType);
+    info->eventAddListenerBd("single-tap", ifAlive([](D& self, Bedrock::BinaryData& data) {
+                                 const float x = data.readFloat32();
+                                 const float y = data.readFloat32();
+                                 self.toggleTooltip(QStringLiteral("email"), self.info->mapToParent({x, y}));
+                             }),
+                             kType);
+    envelope->eventAddListener("single-tap", ifAlive([](D& self) { self.envelopeTapped(); }), kType);
+    cancelButton.eventAddListener("single-tap", ifAlive([](D& self) { self.cancel(); }), kType);
+    saveButton.eventAddListener("single-tap", ifAlive([](D& self) { self.checkNameInput(); }), kType);
+    inputField->editor()->eventAddListenerBd("editing-finished", ifAlive([](D& self, Bedrock::BinaryData& data) {
+                                                 (void)data.readString();
+                                                 if (data.readString() != QLatin1String("enter"))
+                                                     return;
+                                                 if (self.host.hasCSSClass("waiting-to-send-email"))
+                                                     self.checkEmailInput();
+                                                 else
+                                                     self.checkNameInput();
+                                             }),
+                                             kType);
+}
+
+void PersonalSpaceWidget::D::envelopeTapped()
+{
+    if (!userEmail.value().isEmpty()) {
+        host.removeCSSClass("initial-view");
+        emailContents();
+    } else if (host.hasCSSClass("waiting-to-send-email")) {
+        checkEmailInput();
+    } else {
+        host.removeCSSClass("initial-view");
+        host.addCSSClass("waiting-to-send-email");
+        setEmailValidator();
+    }
 }
 
 void PersonalSpaceWidget::D::updateUnregistered()
@@ -146,6 +188,7 @@ void PersonalSpaceWidget::D::listenToContentWidget()
             self.host.removeCSSClass("has-content");
         else
             self.host.addCSSClass("has-content");
+        self.closeTooltip();
     });
     onWidget("widget-added", [](D& self, Bedrock::BinaryData& data) {
         DataGathering::logEventToService(DataGathering::widgetAddedToPersonalSpaceEvent(
@@ -210,13 +253,18 @@ void PersonalSpaceWidget::D::updateTitle()
         title->setText(titleFormat.value().arg(userName.value(), 0, QLatin1Char(' ')));
 }
 
-void PersonalSpaceWidget::D::updateInfo()
+QString PersonalSpaceWidget::D::infoText() const
 {
     const bool uploads = collectionMode.value() == Mode::Upload;
     QString text = spaceInfo.value();
     text.replace(QLatin1String("<link>"), uploads ? userPageUrl.value() : userEmail.value());
     text.replace(QLatin1String("<br>"), QLatin1String("\n"));
-    customInfo->setText(text);
+    return text;
+}
+
+void PersonalSpaceWidget::D::updateInfo()
+{
+    customInfo->setText(infoText());
     host.setPseudoClass("has-custom-info", !spaceInfo.value().isEmpty());
 }
 
@@ -240,6 +288,7 @@ void PersonalSpaceWidget::D::userPageChanged()
 
 void PersonalSpaceWidget::D::cancel()
 {
+    closeTooltip();
     host.removeCSSClasses({"waiting-to-send-email", "sending-email", "email-successful", "email-failed",
                            "successfully-registered", "registering", "registering-failed"});
     host.addCSSClass("initial-view");

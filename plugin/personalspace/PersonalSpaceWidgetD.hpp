@@ -6,6 +6,7 @@
 #include "server/PersonalSpaceUploader.hpp"
 
 #include <Tavola/InputFieldWidget.hpp>
+#include <Tavola/TooltipWidget.hpp>
 #include <Trellis/ImageWidget.hpp>
 #include <Trellis/TextWidget.hpp>
 
@@ -48,11 +49,39 @@ struct PersonalSpaceWidget::D
     void updateTitle();
     void updateInfo();
     void userPageChanged();
+    /// "space-info" with its placeholders filled.
+    [[nodiscard]] QString infoText() const;
     /// Back to the initial view.
     void cancel();
+    void listenToChildren(Trellis::Widget& cancelButton, Trellis::Widget& saveButton);
+    void envelopeTapped();
+
+    // ---- Registration (PersonalSpaceRegistration.cpp) ----
+    /// Each empties the input field and says what it accepts from then on.
+    void setEmailValidator();
+    void setNameValidator();
+    /// The owner confirmed what they typed.
+    void checkEmailInput();
+    void checkNameInput();
+    /// Asks the marker service on the background thread; returns at once. The answer comes by the two below.
+    void registerUser();
+    void registerSuccessful();
+    void registerFailed();
+
+    // ---- Tooltips (PersonalSpaceTooltips.cpp) ----
+    /// Opens the tooltip of that name ("help", "email") at a point of this widget, or closes the one that is open.
+    void toggleTooltip(const QString& name, const Vecta::Vector2T<float>& location);
+    void closeTooltip();
+
+    // ---- E-mail (PersonalSpaceEmail.cpp) ----
+    /// Sends everything collected to the owner's address; returns at once. The outcome comes by the two below.
+    void emailContents();
+    void emailSuccessful();
+    void emailFailed();
 
     PersonalSpaceWidget& host;
     std::uint64_t code = 0; ///< 0 until the first setCode
+    Bedrock::IntrusiveWeakPtr<TooltipWidget> tooltip; ///< the last one opened; it belongs to the widget
     Bedrock::IntrusivePtr<Trellis::TextWidget> title;
     Bedrock::IntrusivePtr<Trellis::TextWidget> info; ///< its text comes from the style sheet only
     Bedrock::IntrusivePtr<EnvelopeWidget> envelope;

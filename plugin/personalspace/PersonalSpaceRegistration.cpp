@@ -1,0 +1,104 @@
+// Registration of a card's owner, and what the input field accepts.
+
+#include "personalspace/PersonalSpaceWidgetD.hpp"
+
+#include <Bedrock/BGThread.hpp>
+#include <Bedrock/FunctionTask.hpp>
+#include <Tavola/ServiceProvider.hpp>
+#include <Tavola/Tavola.hpp>
+#include <Tavola/TesselServiceAPI.hpp>
+#include <Trellis/TextEditWidget.hpp>
+
+#include <QRegExp>
+
+namespace Tavola
+{
+namespace
+{
+/// What the background thread works on: copies only, so that it reads nothing of the widget.
+struct RegistrationRequest
+{
+    unsigned long code;
+    QString name;
+    QString email;
+    Bedrock::IntrusiveWeakPtr<PersonalSpaceWidget> widget;
+};
+}
+
+void PersonalSpaceWidget::D::setEmailValidator()
+{
+    inputField->editor()->clear();
+    // Top-level domains of two to four letters are intended.
+    const QRegExp address(QStringLiteral("[A-Za-z0-9._%+-]+@[A-Za-z0-9.-]+\\.[A-Za-z]{2,4}"), Qt::CaseSensitive, QRegExp::RegExp);
+    inputField->setValidator([address](const QString& text) { return QRegExp(address).exactMatch(text.simplified()); });
+}
+
+void PersonalSpaceWidget::D::setNameValidator()
+{
+    inputField->editor()->clear();
+    inputField->setValidator([](const QString& text) { return !text.simplified().isEmpty(); });
+}
+
+void PersonalSpaceWidget::D::checkEmailInput()
+{
+    inputField->validate();
+    if (!inputField->isValid()) {
+        inputField->showErrors(true);
+        return;
+    }
+    userEmail.setValue(inputField->text(), Facet::kUserLayer);
+    emailContents();
+    inputField->reset();
+}
+
+void PersonalSpaceWidget::D::checkNameInput()
+{
+    inputField->editor()->endEditing();
+    inputField->validate();
+    if (!inputField->isValid()) {
+        inputField->showErrors(true);
+        return;
+    }
+    userName.setValue(inputField->text(), Facet::kUserLayer);
+    host.addCSSClass("registering");
+    inputField->reset();
+    registerUser();
+}
+
+void PersonalSpaceWidget::D::registerUser()
+{
+    const RegistrationRequest request{code, userName.value(), userEmail.value(),
+                                      Bedrock::IntrusiveWeakPtr<PersonalSpaceWidget>(&host)};
+    Bedrock::BGThread::instance()->addTask(std::make_shared<Bedrock::FunctionTask>([request](Bedrock::Task& task) {
+        // Done in every case: an unfinished task would be run again.
+        task.setFinished();
+        const std::shared_ptr<Tavola> application = Tavola::instance();
+        const std::shared_ptr<TesselServiceAPI> service = application ? application->services()->tesselService() : nullptr;
+        // Without a marker service no answer ever comes; the owner sees that the registration goes on until they cancel it.
+        if (!service)
+            return;
+        const bool registered = service->registerPersonalMarker(request.code, request.name, request.email);
+        Facet::Node::invokeAfterUpdate([weak = request.widget, registered] {
+            const auto widget = weak.lock();
+            if (!widget)
+                return;
+            if (registered)
+                widget->d->registerSuccessful();
+            else
+                widget->d->registerFailed();
+        });
+    }));
+}
+
+void PersonalSpaceWidget::D::registerSuccessful()
+{
+    host.removeCSSClass("registering");
+    host.addCSSClass("successfully-registered");
+}
+
+void PersonalSpaceWidget::D::registerFailed()
+{
+    host.removeCSSClass("registering");
+    host.addCSSClass("registering-failed");
+}
+}

@@ -1,0 +1,57 @@
+// The tooltips of a personal space: one at a time.
+
+#include "personalspace/PersonalSpaceWidgetD.hpp"
+
+#include <Bedrock/BinaryData.hpp>
+#include <Tavola/TooltipWidget.hpp>
+#include <Trellis/AfterIdleApplyLambdaOperator.hpp>
+#include <Trellis/FadeAnimator.hpp>
+
+namespace Tavola
+{
+namespace
+{
+constexpr float kFadeInSeconds = 0.2f;
+constexpr float kFadeOutSeconds = 0.5f;
+
+void close(Trellis::Widget& tooltip)
+{
+    Trellis::FadeAnimator::fadeOutAndDelete(tooltip, kFadeOutSeconds, 0.f);
+}
+}
+
+void PersonalSpaceWidget::D::toggleTooltip(const QString& name, const Vecta::Vector2T<float>& location)
+{
+    // A tooltip that is fading out is still there: the fade is asked for again, and no new one opens.
+    if (const auto open = tooltip.lock()) {
+        close(*open);
+        return;
+    }
+    const Bedrock::IntrusivePtr<TooltipWidget> opened(new TooltipWidget(Bedrock::IntrusivePtr<Trellis::Widget>(&host)));
+    opened->addCSSClass(name.toUtf8());
+
+    const bool uploads = collectionMode.value() == CollectionMode::Upload;
+    const QString& address = uploads ? userPageUrl.value() : userEmail.value();
+    if (!spaceInfo.value().isEmpty() && name == QLatin1String("help"))
+        opened->setText(infoText());
+    else if (!address.isEmpty())
+        opened->setText(opened->text().arg(address, 0, QLatin1Char(' ')));
+
+    opened->setLocation(location);
+    opened->raiseToTop();
+    opened->addOperator(Bedrock::makeIntrusive<Trellis::AfterIdleApplyLambdaOperator>(
+        tooltipTimeout.value(), [](Trellis::Widget& widget) { close(widget); }, false));
+    Trellis::FadeAnimator::fadeIn(*opened, kFadeInSeconds, 0.f);
+    tooltip = opened;
+
+    Bedrock::BinaryData payload;
+    payload.writeInt64(opened->textWidget()->id());
+    host.eventSend("stylable-widget-added", payload);
+}
+
+void PersonalSpaceWidget::D::closeTooltip()
+{
+    if (const auto open = tooltip.lock())
+        close(*open);
+}
+}
