@@ -10,6 +10,7 @@
 
 #include <QCoreApplication>
 #include <QGuiApplication>
+#include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QRegion>
@@ -74,6 +75,24 @@ TEST_CASE("window target: mouse, touch, keys, wheel, size and close reach the li
     heard.log.clear();
     target.window().close();
     CHECK(heard.log == "closed;");
+}
+
+TEST_CASE("window target: composed characters come as a key that writes them")
+{
+    Heard heard;
+    WindowTarget target(smallWindow(), &heard);
+    REQUIRE(TestSupport::pumpUntil([&] { return heard.isExposed; }));
+    heard.log.clear();
+    QInputMethodQueryEvent query(Qt::ImEnabled);
+    QCoreApplication::sendEvent(&target.window(), &query);
+    CHECK(query.value(Qt::ImEnabled).toBool());
+    QInputMethodEvent preview(QStringLiteral("^"), {});
+    QCoreApplication::sendEvent(&target.window(), &preview);
+    CHECK(heard.log.empty());
+    QInputMethodEvent composed;
+    composed.setCommitString(QString::fromUtf8("ê"));
+    QCoreApplication::sendEvent(&target.window(), &composed);
+    CHECK(heard.log == "key ê;key ê;");
 }
 
 TEST_CASE("window target: a part that is not painted again keeps its look")

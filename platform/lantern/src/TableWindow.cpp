@@ -3,6 +3,7 @@
 #include <Lantern/WindowListener.hpp>
 
 #include <QCoreApplication>
+#include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QTouchEvent>
@@ -13,6 +14,17 @@ TableWindow::TableWindow(WindowListener* listener) : m_listener(listener)
 {
     // A touch that is heard as one must not come a second time as a mouse.
     QCoreApplication::setAttribute(Qt::AA_SynthesizeMouseForUnhandledTouchEvents, false);
+}
+
+/// What was composed of several keys comes as one key that writes it.
+void TableWindow::sendComposed(const QString& text)
+{
+    if (text.isEmpty())
+        return;
+    QKeyEvent press(QEvent::KeyPress, Qt::Key_unknown, Qt::NoModifier, text);
+    m_listener->keyEvent(press);
+    QKeyEvent release(QEvent::KeyRelease, Qt::Key_unknown, Qt::NoModifier, text);
+    m_listener->keyEvent(release);
 }
 
 bool TableWindow::event(QEvent* event)
@@ -35,6 +47,15 @@ bool TableWindow::event(QEvent* event)
         case QEvent::KeyPress:
         case QEvent::KeyRelease:
             m_listener->keyEvent(static_cast<QKeyEvent&>(*event));
+            return true;
+        case QEvent::InputMethodQuery:
+            // Without this the platform composes no characters for the window.
+            static_cast<QInputMethodQueryEvent&>(*event).setValue(Qt::ImEnabled, true);
+            event->accept();
+            return true;
+        case QEvent::InputMethod:
+            sendComposed(static_cast<QInputMethodEvent&>(*event).commitString());
+            event->accept();
             return true;
         case QEvent::Wheel:
             m_listener->wheelEvent(static_cast<QWheelEvent&>(*event));

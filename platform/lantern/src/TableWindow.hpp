@@ -16,6 +16,8 @@ protected:
     bool event(QEvent* event) override;
 
 private:
+    void sendComposed(const QString& text);
+
     WindowListener* m_listener;
 };
 }

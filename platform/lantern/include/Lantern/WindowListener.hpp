@@ -20,6 +20,7 @@ public:
     /// Pressed, moved (also without a button), released.
     virtual void mouseEvent(QMouseEvent& event);
     virtual void touchEvent(QTouchEvent& event);
+    /// Pressed and released. Characters composed of several keys come as one key of no code (Qt::Key_unknown) with that text.
     virtual void keyEvent(QKeyEvent& event);
     virtual void wheelEvent(QWheelEvent& event);
     /// Everything that was drawn is lost: the whole window must be painted.
