@@ -462,7 +462,7 @@ TEST_CASE("tuio decoder: other profiles, commands and protocols are skipped and 
     Bench bench;
     Tactile::OscWriter writer;
     writer.beginBundle();
-    for (const char* address : {"/tuio/3Dobj", "/tuio2/frm", "/light/1"}) {
+    for (const char* address : {"/tuio/3Dobj", "/tuio2/t3d", "/light/1"}) {
         writer.beginMessage(address, ",Q");
         writer.endMessage();
     }

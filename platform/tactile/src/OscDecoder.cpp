@@ -123,6 +123,16 @@ bool OscArgumentReader::readFloat(float& value) noexcept
     return true;
 }
 
+bool OscArgumentReader::readTime(std::uint64_t& value) noexcept
+{
+    if (!take('t') || m_message.end - m_message.arguments < 8)
+        return false;
+    value = (std::uint64_t(read32(m_message.arguments)) << 32) | read32(m_message.arguments + 4);
+    m_message.arguments += 8;
+    ++m_tag;
+    return true;
+}
+
 bool OscArgumentReader::readString(std::string_view& value) noexcept
 {
     if (!take('s'))

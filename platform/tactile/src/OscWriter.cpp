@@ -55,6 +55,12 @@ void OscWriter::addFloat(float value)
     put32(bits);
 }
 
+void OscWriter::addTime(std::uint64_t tag)
+{
+    put32(static_cast<std::uint32_t>(tag >> 32));
+    put32(static_cast<std::uint32_t>(tag));
+}
+
 void OscWriter::addString(std::string_view value)
 {
     m_bytes.insert(m_bytes.end(), value.begin(), value.end());

@@ -1,41 +1,42 @@
 #pragma once
 
 #include <Tactile/DatagramSource.hpp>
-#include <Tactile/TuioEncoder.hpp>
 
 #include <array>
 #include <cstdint>
 #include <string>
-#include <string_view>
 #include <vector>
 
-/// What the TUIO 1.1 decoder remembers: of each address that sends, the frame that is being put together; of each source,
-/// the contacts that its last frame left.
+/// What the decoders of both versions of TUIO remember: of each address that sends, the frames that are being put
+/// together; of each source, the contacts that its last frames left.
 namespace Tactile
 {
+/// What numbers its sessions for itself: each profile of TUIO 1.1, and TUIO 2.0 as a whole. The first three are in the
+/// order of TuioProfile.
+enum class TuioChannel : std::uint8_t { Objects, Cursors, Blobs, Components };
+constexpr std::size_t kTuioChannelCount = 4;
+
+/// What a contact was seen as. One session of TUIO 2.0 may be several; the last in this list tells what it is and where.
+/// An area with a symbol on it is a marker that lies where the area is.
+enum class TuioShape : std::uint8_t { Area, Symbol, Pointer, Token };
+
+[[nodiscard]] constexpr bool isMarkerShape(TuioShape shape) noexcept
+{
+    return shape == TuioShape::Symbol || shape == TuioShape::Token;
+}
+
+/// One contact's report in a frame. A Symbol has no place of its own.
 struct TuioSet
 {
+    TuioShape shape = TuioShape::Token;
     std::int32_t session = 0;
-    std::int32_t code = 0;
+    std::int32_t code = 0; // Token, Symbol
     float x = 0.f;
     float y = 0.f;
     float angle = 0.f;
 };
 
-/// One understood message. A packet is turned into these as a whole before any of it takes effect.
-struct TuioOperation
-{
-    enum class Kind : std::uint8_t { Source, Alive, Set, Fseq };
-    Kind kind = Kind::Source;
-    TuioProfile profile = TuioProfile::Objects;
-    std::string_view source;      // Source: into the packet
-    std::size_t aliveBegin = 0;   // Alive: range of the packet's ids
-    std::size_t aliveEnd = 0;
-    TuioSet set;                  // Set
-    std::int32_t frame = 0;       // Fseq
-};
-
-/// The frame of one profile until its fseq comes, maybe in a later packet.
+/// The frame of one TUIO 1.1 profile until its fseq comes, maybe in a later packet.
 struct TuioPendingFrame
 {
     bool hasAlive = false;
@@ -50,6 +51,16 @@ struct TuioPendingFrame
     }
 };
 
+/// The frame of a TUIO 2.0 sender between its frm and its alv.
+struct Tuio2PendingFrame
+{
+    bool isOpen = false;
+    std::int32_t frame = 0;
+    std::uint64_t time = 0; // as sent: seconds << 32 | fraction; 0 and 1 mean "now"
+    std::uint32_t dimension = 0;
+    std::vector<TuioSet> sets;
+};
+
 struct TuioSender
 {
     std::uint16_t listener = 0;
@@ -57,11 +68,13 @@ struct TuioSender
     std::uint64_t lastUse = 0;
     std::string sourceText; // as sent; empty: it never named itself
     int source = -1;        // index, -1: not looked up yet
-    std::array<TuioPendingFrame, kTuioProfileCount> pending;
+    std::array<TuioPendingFrame, 3> pending; // by TuioProfile
+    Tuio2PendingFrame pending2;
 };
 
 struct TuioSession
 {
+    TuioShape shape = TuioShape::Token;
     std::int32_t id = 0;
     std::int32_t code = 0;
     float x = 0.f;
@@ -71,14 +84,23 @@ struct TuioSession
     bool isVoid = false;      // a finger that was cancelled: ignored until it is lifted
 };
 
-struct TuioProfileState
+/// A symbol that was named before the area it lies in.
+struct TuioSymbol
+{
+    std::int32_t session = 0;
+    std::int32_t code = 0;
+};
+
+struct TuioChannelState
 {
     bool hasFrame = false;
     bool isOrderLost = false; // the source was silent for long: any lower frame is a restart
     bool mustAnnounce = false;
     std::int32_t lastFrame = 0;
+    std::uint64_t lastTime = 0; // TUIO 2.0
     std::vector<std::int32_t> alive; // ascending, each once
     std::vector<TuioSession> sessions;
+    std::vector<TuioSymbol> symbols; // TUIO 2.0
 };
 
 struct TuioSource
@@ -86,6 +108,8 @@ struct TuioSource
     std::uint16_t listener = 0;
     bool isNamed = false;
     std::uint64_t lastUse = 0;
-    std::array<TuioProfileState, kTuioProfileCount> profiles;
+    std::array<TuioChannelState, kTuioChannelCount> channels;
+
+    [[nodiscard]] TuioChannelState& channel(TuioChannel c) { return channels[static_cast<std::size_t>(c)]; }
 };
 }

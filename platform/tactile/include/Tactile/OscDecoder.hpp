@@ -47,6 +47,8 @@ public:
     [[nodiscard]] bool readInt(std::int32_t& value) noexcept;
     [[nodiscard]] bool readFloat(float& value) noexcept;
     [[nodiscard]] bool readString(std::string_view& value) noexcept;
+    /// A time tag: seconds since 1900 in the upper 32 bits, their fraction in the lower; 1 means "now".
+    [[nodiscard]] bool readTime(std::uint64_t& value) noexcept;
 
     /// Neither a type tag nor a byte is left.
     [[nodiscard]] bool atEnd() const noexcept;

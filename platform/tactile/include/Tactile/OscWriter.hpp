@@ -31,6 +31,7 @@ public:
     void addInt(std::int32_t value);
     void addFloat(float value);
     void addString(std::string_view value);
+    void addTime(std::uint64_t tag);
 
     [[nodiscard]] const std::vector<char>& packet() const noexcept { return m_bytes; }
 

@@ -21,9 +21,10 @@ enum class TuioDrop : std::uint8_t
     MarkerCap,
     SourceCap,
     UnknownMessage, ///< another profile or protocol
-    QueueFull       ///< the main thread has not taken a sample for long
+    QueueFull,      ///< the main thread has not taken a sample for long
+    NoFrame         ///< TUIO 2.0 outside of a frame, whose beginning was lost
 };
-constexpr std::size_t kTuioDropCount = 10;
+constexpr std::size_t kTuioDropCount = 11;
 using TuioDrops = std::array<std::uint64_t, kTuioDropCount>;
 
 struct TuioSourceCounters
@@ -35,6 +36,8 @@ struct TuioSourceCounters
     std::size_t fingers = 0; ///< now
     std::size_t markers = 0; ///< now
     bool isLost = false;
+    std::uint16_t sensorWidth = 0;  ///< as a TUIO 2.0 sender gives it; 0: not given
+    std::uint16_t sensorHeight = 0;
 };
 
 struct TuioCounters

@@ -10,12 +10,17 @@
 
 namespace Tactile
 {
-/// Turns TUIO 1.1 packets (2Dobj, 2Dcur, 2Dblb) into contact events.
+/// Turns packets of TUIO 1.1 (2Dobj, 2Dcur, 2Dblb) and TUIO 2.0 (frm, tok, ptr, bnd, sym, alv) into contact events. Both
+/// may come through one port; the addresses of the messages tell them apart.
 ///
-/// - A frame takes effect at its fseq: all of it, or none. A malformed message drops its whole packet.
-/// - Frames are ordered for each source and profile by itself. A source is known by what it calls itself, else by the
-///   address it sends from, and always within one listener. The name of a source message holds for what the same address
-///   sends later, until it gives another.
+/// - A frame takes effect at its end (fseq, alv): all of it, or none. A malformed message drops its whole packet.
+/// - Frames are ordered for each source by itself, in TUIO 1.1 for each of its profiles. A source is known by what it
+///   calls itself, else by the address it sends from, and always within one listener. The name holds for what the same
+///   address sends later, until it gives another.
+/// - In TUIO 2.0 a token is a marker with its component id as code, a pointer is a finger, whatever its type. An area
+///   alone is a finger, as a blob is; an area with a symbol is a marker with the symbol's component id. Where one session
+///   is several of these, the token tells its place, then the pointer, then the area. An area or pointer that turns out
+///   to be a marker is cancelled as a finger. Type, user, pressure and derivatives are not used.
 /// - A contact appears with its first position and vanishes when it is missing in an alive list.
 /// - Positions are clamped to 0..1, angles wrapped to [0, 2π).
 ///
