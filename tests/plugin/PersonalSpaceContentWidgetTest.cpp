@@ -376,6 +376,21 @@ TEST_CASE("add: results that come when the content widget is gone still land in 
     CHECK(area.contents->items().begin()->second.preview == "/p.png");
 }
 
+TEST_CASE("add: content that goes before it gave its files is logged, the item stays Pending")
+{
+    Area area;
+    auto content = area.make<FakeContent>();
+    content->breaksPromises = true;
+    area.widget->addItem(content);
+    content->removeFromParent();
+    content.reset();
+    expectWarning(kFilesFailed + "Broken promise for type name `Tavola::FileRepresentation::FileData`)");
+    expectWarning(kPreviewFailed + "Broken promise for type name `QString`)");
+    area.host.frames(2);
+    CHECK(area.status() == ItemStatus::Pending);
+    CHECK(area.tiles().size() == 1);
+}
+
 TEST_CASE("add: results for an item that is gone are dropped")
 {
     Area area;

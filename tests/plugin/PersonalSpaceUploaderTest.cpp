@@ -45,6 +45,13 @@ struct Space
     std::shared_ptr<PersonalSpaceContents> contents = PersonalSpaceContents::personalContent(code);
     PersonalSpaceUploader uploader{code};
 
+    /// Answers what still waits, so that no request of this test ends in the log.
+    ~Space()
+    {
+        for (const auto index : host.mediaServer().waiting())
+            host.mediaServer().answer(index, kYes);
+    }
+
     long addItem(const char* source, ItemStatus status = ItemStatus::Ready, const char* displayName = "A name")
     {
         PersonalSpaceContents::Item item;

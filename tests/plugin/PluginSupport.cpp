@@ -7,6 +7,16 @@
 
 namespace PluginTest
 {
+FakeContent::~FakeContent()
+{
+    if (breaksPromises)
+        return;
+    if (filesCalls > 0 && !filesPromise.isFulfilled())
+        filesPromise.setValue(FileData());
+    if (previewCalls > 0 && !previewPromise.isFulfilled())
+        previewPromise.setValue(QString());
+}
+
 folly::Future<Tavola::FileRepresentation::FileData> FakeContent::files()
 {
     ++filesCalls;

@@ -23,6 +23,8 @@ class FakeContent final : public Trellis::Widget, public Tavola::FileRepresentat
 {
 public:
     explicit FakeContent(Trellis::Widget* parent = nullptr) : Trellis::Widget(parent) {}
+    /// Gives empty answers to who still waits, unless the test wants to see the promises broken.
+    ~FakeContent() override;
     folly::Future<FileData> files() override;
     folly::Future<QString> previewFileName() override;
 
@@ -32,6 +34,7 @@ public:
     folly::Promise<QString> previewPromise;
     std::string throwOnFiles;   ///< thrown out of the call unless empty
     std::string throwOnPreview;
+    bool breaksPromises = false;
     int filesCalls = 0;
     int previewCalls = 0;
 };

@@ -1,0 +1,528 @@
+#include "detector/PersonalTesselDetectorWidget.hpp"
+
+#include "DetectorHost.hpp"
+#include "LogCapture.hpp"
+#include "personalspace/PersonalSpaceContents.hpp"
+
+#include <Tavola/Utils.hpp>
+#include <Trellis/TextWidget.hpp>
+
+#include <doctest/doctest.h>
+
+using PluginTest::childOfClass;
+using PluginTest::DetectorHost;
+using PluginTest::FakeContent;
+using PluginTest::newCode;
+using PluginTest::PlainContent;
+using Tavola::PersonalSpaceContents;
+using Tavola::PersonalTesselDetectorWidget;
+using Mode = PersonalTesselDetectorWidget::WidgetCollectionMode;
+
+namespace
+{
+constexpr double kHalfTurn = 3.141592653589793;
+const char* const kNoSpaces =
+    "Cannot add widget to personal space, Tessel detector is not configured to use personal spaces.";
+
+/// A table with a detector and a person.
+struct Table : DetectorHost
+{
+    Table()
+    {
+        host.addPerson(code, "Ann", "ann@example.org");
+        addDetector();
+        host.frame();
+    }
+    [[nodiscard]] bool wouldGrab(unsigned long card, Vecta::Vector2f point = {600.f, 400.f})
+    {
+        return detector->shouldGrab(*host.app().grabManager(), Tactile::Marker(1, card, point));
+    }
+    Bedrock::IntrusivePtr<PlainContent> content()
+    {
+        const Bedrock::IntrusivePtr<PlainContent> made(new PlainContent(&host.mainWidget()));
+        made->source.setValue("https://example.org/page");
+        made->setSize({50.f, 50.f});
+        return made;
+    }
+    void putOn(Trellis::Widget& widget, unsigned long card, float rotation = 0.f)
+    {
+        detector->tesselOnWidget(widget, Tactile::Marker(1, card, {700.f, 500.f}, rotation));
+    }
+};
+
+/// Neither component nor widget of a personal space.
+std::shared_ptr<Tavola::WidgetComponent> makeOtherPersonalComponent()
+{
+    class Other final : public Tavola::PersonalTesselWidget
+    {
+    public:
+        void setCode(unsigned long) override {}
+        void setProperties(const Tavola::TesselServiceAPI::PersonalMarkerProperties&) override {}
+    };
+    return std::make_shared<Tavola::WidgetComponent>([] { return Bedrock::makeIntrusive<Other>(); });
+}
+}
+
+TEST_CASE("detector: type, attributes and their defaults are as style sheets know them")
+{
+    Table table;
+    CHECK(table.detector->cssType() == "PersonalTesselDetectorWidget");
+    CHECK_FALSE(table.attribute<bool>("allow-unregistered-markers").value());
+    CHECK_FALSE(table.attribute<bool>("rotate-towards-hand").value());
+    CHECK(table.attribute<float>("rotation-offset").value() == 90.f);
+    CHECK(table.attribute<QString>("marker-filters").value().isEmpty());
+    CHECK(table.attribute<Mode>("collection-mode").value() == Mode::EmailWithConfirmation);
+    std::vector<std::string> own;
+    for (const auto* attribute : table.detector->attributes())
+        own.push_back(attribute->name().toStdString());
+    own.erase(own.begin(), own.end() - 5);
+    CHECK(own == PluginTest::Strings{"allow-unregistered-markers", "rotate-towards-hand", "rotation-offset", "marker-filters",
+                                     "collection-mode"});
+}
+
+TEST_CASE("detector: the collection modes have their numbers, and names in any case")
+{
+    CHECK(int(Mode::Disabled) == 0);
+    CHECK(int(Mode::AddToPersonalSpace) == 1);
+    CHECK(int(Mode::EmailWithConfirmation) == 2);
+    CHECK(int(Mode::DirectEmail) == 3);
+    Table table;
+    const auto styled = [&](const char* word) {
+        table.host.style(QString("PersonalTesselDetectorWidget { collection-mode: %1 }").arg(word));
+        return table.attribute<Mode>("collection-mode").value();
+    };
+    CHECK(styled("disabled") == Mode::Disabled);
+    CHECK(styled("add-to-personal-space") == Mode::AddToPersonalSpace);
+    CHECK(styled("Direct-Email") == Mode::DirectEmail);
+    CHECK(styled("EMAIL-WITH-CONFIRMATION") == Mode::EmailWithConfirmation);
+}
+
+TEST_CASE("detector: the filters are read anew with every change of their attribute")
+{
+    Table table;
+    CHECK(table.detector->validCode(11));
+    table.host.style("PersonalTesselDetectorWidget { marker-filters: \"10,20-25\" }");
+    CHECK(table.detector->validCode(22));
+    CHECK_FALSE(table.detector->validCode(11));
+    table.attribute<QString>("marker-filters").setValue("11");
+    CHECK(table.detector->validCode(11));
+    CHECK_FALSE(table.detector->validCode(22));
+    table.attribute<QString>("marker-filters").clearValue(Facet::kUserLayer);
+    CHECK(table.detector->validCode(22));
+    TestSupport::expectError("PersonalTesselDetectorWidget::parseFilters # Invalid entry '5-5' in '5-5', expected format '10,20-25,30'");
+    table.attribute<QString>("marker-filters").setValue("5-5");
+    CHECK_FALSE(table.detector->filters().hasFilters);
+    CHECK(table.detector->validCode(11));
+}
+
+TEST_CASE("grab: a personal card on the detector is taken, one beside it is not")
+{
+    Table table;
+    CHECK(table.wouldGrab(table.code));
+    CHECK_FALSE(table.wouldGrab(table.code, {100.f, 400.f}));
+}
+
+TEST_CASE("grab: a finger is never taken")
+{
+    Table table;
+    CHECK_FALSE(table.detector->shouldGrab(*table.host.app().grabManager(),
+                                           {Tactile::TrackedObject::Type::Finger, 1, {600.f, 400.f}}));
+}
+
+TEST_CASE("grab: a card that the cache does not know is never taken")
+{
+    Table table;
+    table.attribute<bool>("allow-unregistered-markers").setValue(true);
+    const auto unknown = newCode();
+    CHECK_FALSE(table.wouldGrab(unknown));
+    const auto id = table.putDown(unknown);
+    CHECK(table.holder(id) != table.detector.get());
+    CHECK(table.spaces().empty());
+}
+
+TEST_CASE("grab: a card that the filters reject is ignored")
+{
+    Table table;
+    table.attribute<QString>("marker-filters").setValue(QString::number(table.code + 1));
+    CHECK_FALSE(table.wouldGrab(table.code));
+    const auto id = table.putDown(table.code);
+    CHECK(table.holder(id) != table.detector.get());
+    table.lift(id);
+    CHECK(table.spaces().empty());
+    table.attribute<QString>("marker-filters").setValue(QString::number(table.code));
+    CHECK(table.wouldGrab(table.code));
+}
+
+TEST_CASE("grab: an unregistered card is taken only where the detector allows it, other kinds never")
+{
+    Table table;
+    const auto unregistered = newCode();
+    const auto other = newCode();
+    table.host.addCard(unregistered, 3);
+    table.host.addCard(other, 1);
+    CHECK_FALSE(table.wouldGrab(unregistered));
+    CHECK_FALSE(table.wouldGrab(other));
+    table.attribute<bool>("allow-unregistered-markers").setValue(true);
+    CHECK(table.wouldGrab(unregistered));
+    CHECK_FALSE(table.wouldGrab(unregistered, {100.f, 400.f}));
+    CHECK_FALSE(table.wouldGrab(other));
+}
+
+TEST_CASE("card: it opens its owner's space, centred at the card and upright")
+{
+    Table table;
+    const auto id = table.putDown(table.code, {600.f, 400.f}, 1.f);
+    CHECK(table.holder(id) == table.detector.get());
+    REQUIRE(table.spaces().size() == 1);
+    auto& space = *table.spaces()[0];
+    CHECK(space.centerLocation().x == doctest::Approx(600.f));
+    CHECK(space.centerLocation().y == doctest::Approx(400.f));
+    CHECK(space.rotation() == 0.f);
+    CHECK(space.hasCSSClass(Tavola::Utils::temporaryWidgetCSSClass()));
+    CHECK(space.parent() == &table.host.mainWidget());
+    CHECK(table.host.mainWidget().children().back().get() == &space);
+    CHECK(childOfClass<Trellis::TextWidget>(space, "title").text() == "Hi, Ann");
+    CHECK(dynamic_cast<Facet::AttributeT<QString>&>(*space.attribute("user-email")).value() == "ann@example.org");
+    CHECK(space.findByType("PersonalSpaceContentWidget"));
+    CHECK(space.hasCSSClass("email-mode"));
+}
+
+TEST_CASE("card: the space stays when the card is lifted, and another card opens another one")
+{
+    Table table;
+    const auto other = newCode();
+    table.host.addPerson(other, "Bob");
+    table.lift(table.putDown(table.code));
+    CHECK(table.spaces().size() == 1);
+    (void)table.putDown(other);
+    REQUIRE(table.spaces().size() == 2);
+    CHECK(childOfClass<Trellis::TextWidget>(*table.spaces()[1], "title").text() == "Hi, Bob");
+}
+
+TEST_CASE("card: the main widget may be turned and scaled, the centre is the card all the same")
+{
+    Table table;
+    table.host.mainWidget().setScale(0.5f);
+    table.host.mainWidget().setRotation(0.3f);
+    const auto launched = table.detector->launchPersonalWidget({}, table.code, {600.f, 400.f}, 0.7f);
+    REQUIRE(launched);
+    const auto centre = launched->mapToScene(launched->size() * 0.5f);
+    CHECK(centre.x == doctest::Approx(600.0).epsilon(0.001));
+    CHECK(centre.y == doctest::Approx(400.0).epsilon(0.001));
+    CHECK(launched->rotation() == doctest::Approx(0.7));
+}
+
+TEST_CASE("card: turned towards the hand the space has the card's rotation and the offset, and keeps its centre")
+{
+    Table table;
+    table.attribute<bool>("rotate-towards-hand").setValue(true);
+    (void)table.putDown(table.code, {600.f, 400.f}, 0.5f);
+    REQUIRE(table.spaces().size() == 1);
+    CHECK(table.spaces()[0]->rotation() == doctest::Approx(0.5 + kHalfTurn / 2));
+    const auto centre = table.spaces()[0]->mapToScene(table.spaces()[0]->size() * 0.5f);
+    CHECK(centre.x == doctest::Approx(600.0));
+    CHECK(centre.y == doctest::Approx(400.0));
+}
+
+TEST_CASE("card: the offset is in degrees")
+{
+    Table table;
+    table.host.style("PersonalTesselDetectorWidget { rotate-towards-hand: true; rotation-offset: -45 }");
+    (void)table.putDown(table.code, {600.f, 400.f}, 1.f);
+    REQUIRE(table.spaces().size() == 1);
+    CHECK(table.spaces()[0]->rotation() == doctest::Approx(1.0 - kHalfTurn / 4));
+}
+
+TEST_CASE("card: an unregistered one opens a space for nobody where it is allowed")
+{
+    Table table;
+    const auto unregistered = newCode();
+    table.host.addCard(unregistered, 3);
+    table.lift(table.putDown(unregistered));
+    CHECK(table.spaces().empty());
+    table.attribute<bool>("allow-unregistered-markers").setValue(true);
+    (void)table.putDown(unregistered);
+    REQUIRE(table.spaces().size() == 1);
+    CHECK(table.spaces()[0]->hasPseudoClass("unregistered-user"));
+    CHECK(table.spaces()[0]->hasPseudoClass("no-email"));
+}
+
+TEST_CASE("card: one with a content key never opens a personal space")
+{
+    Table table;
+    const auto keyed = newCode();
+    table.host.addPerson(keyed, "Cleo", "cleo@example.org", "folder-1");
+    table.lift(table.putDown(keyed));
+    CHECK(table.spaces().empty());
+}
+
+TEST_CASE("card: without an instance, or where no personal widget can be made, nothing is opened")
+{
+    Table table;
+    SUBCASE("a detector that no component made")
+    {
+        const Bedrock::IntrusivePtr<PersonalTesselDetectorWidget> detector(
+            new PersonalTesselDetectorWidget(&table.host.mainWidget()));
+        CHECK_FALSE(detector->launchPersonalWidget({}, table.code, {600.f, 400.f}, 0.f));
+    }
+    SUBCASE("no component for personal spaces")
+    {
+        table.spaceRegistrant.reset();
+        TestSupport::expectWarning("UserInterface::createStockWidget # Component 'personal-space-widget' is not registered");
+        (void)table.putDown(table.code);
+    }
+    CHECK(table.spaces().empty());
+}
+
+TEST_CASE("card: spaces stay when the detector goes")
+{
+    Table table;
+    (void)table.putDown(table.code);
+    table.detector->removeFromParent();
+    table.detector.reset();
+    table.host.frames(2);
+    CHECK(table.spaces().size() == 1);
+}
+
+TEST_CASE("card on content: it is added to the owner's space, which comes to the top after the frame")
+{
+    Table table;
+    table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
+    const auto content = table.content();
+    table.putOn(*content, table.code);
+    REQUIRE(table.spaces().size() == 1);
+    auto& space = *table.spaces()[0];
+    CHECK(space.centerLocation().x == doctest::Approx(700.f));
+    CHECK(space.centerLocation().y == doctest::Approx(500.f));
+    CHECK(PersonalSpaceContents::personalContent(table.code)->items().size() == 1);
+    CHECK(PersonalSpaceContents::personalContent(table.code)->items().begin()->second.widgetId == content->id());
+    content->raiseToTop(false);
+    CHECK(table.host.mainWidget().children().back() == content);
+    table.host.frame();
+    CHECK(table.host.mainWidget().children().back().get() == &space);
+}
+
+TEST_CASE("card on content: the space of an owner without an address collects in the e-mail modes")
+{
+    Table table;
+    const auto noAddress = newCode();
+    table.host.addPerson(noAddress, "Dora");
+    for (const auto mode : {Mode::EmailWithConfirmation, Mode::DirectEmail}) {
+        table.attribute<Mode>("collection-mode").setValue(mode);
+        table.putOn(*table.content(), noAddress);
+    }
+    CHECK(PersonalSpaceContents::personalContent(noAddress)->items().size() == 2);
+    CHECK(table.spaces().size() == 2);
+}
+
+TEST_CASE("card on content: a disabled detector ignores it")
+{
+    Table table;
+    table.attribute<Mode>("collection-mode").setValue(Mode::Disabled);
+    table.putOn(*table.content(), table.code);
+    CHECK(table.spaces().empty());
+}
+
+TEST_CASE("card on content: what cannot be collected is left alone")
+{
+    Table table;
+    table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
+    Trellis::Widget bare(nullptr);
+    table.putOn(bare, table.code);
+    CHECK(table.spaces().empty());
+}
+
+TEST_CASE("card on content: an unknown card is ignored, an unregistered one is where it is not allowed")
+{
+    Table table;
+    table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
+    const auto unregistered = newCode();
+    const auto other = newCode();
+    table.host.addCard(unregistered, 3);
+    table.host.addCard(other, 2);
+    table.putOn(*table.content(), newCode());
+    table.putOn(*table.content(), unregistered);
+    table.putOn(*table.content(), other);
+    CHECK(table.spaces().empty());
+    table.attribute<bool>("allow-unregistered-markers").setValue(true);
+    table.putOn(*table.content(), other);
+    CHECK(table.spaces().empty());
+    table.putOn(*table.content(), unregistered);
+    CHECK(table.spaces().size() == 1);
+    CHECK(PersonalSpaceContents::personalContent(unregistered)->items().size() == 1);
+}
+
+TEST_CASE("card on content: a card that owns a folder does not collect")
+{
+    Table table;
+    table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
+    const auto keyed = newCode();
+    table.host.addPerson(keyed, "Cleo", "", "folder-1");
+    table.putOn(*table.content(), keyed);
+    CHECK(table.spaces().empty());
+}
+
+TEST_CASE("card on content: the filters of the detector do not matter there")
+{
+    Table table;
+    table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
+    table.attribute<QString>("marker-filters").setValue("1");
+    table.putOn(*table.content(), table.code);
+    CHECK(table.spaces().size() == 1);
+}
+
+TEST_CASE("card on content: the space is turned towards the hand where the detector is")
+{
+    Table table;
+    table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
+    table.attribute<bool>("rotate-towards-hand").setValue(true);
+    table.putOn(*table.content(), table.code, 0.25f);
+    REQUIRE(table.spaces().size() == 1);
+    CHECK(table.spaces()[0]->rotation() == doctest::Approx(0.25 + kHalfTurn / 2));
+}
+
+TEST_CASE("card on content: where the personal widget is no space, a warning says so")
+{
+    Table table;
+    table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
+    table.spaceRegistrant.reset();
+    SUBCASE("another personal widget")
+    {
+        const Tavola::FactoryRegistrant<Tavola::WidgetComponent> other("personal-space-widget", makeOtherPersonalComponent);
+        TestSupport::expectWarning(kNoSpaces);
+        table.putOn(*table.content(), table.code);
+    }
+    SUBCASE("none at all")
+    {
+        TestSupport::expectWarning("UserInterface::createStockWidget # Component 'personal-space-widget' is not registered");
+        TestSupport::expectWarning(kNoSpaces);
+        table.putOn(*table.content(), table.code);
+    }
+    table.host.frame();
+}
+
+TEST_CASE("card on content: a space that is closed in the same frame is not raised")
+{
+    Table table;
+    table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
+    table.putOn(*table.content(), table.code);
+    REQUIRE(table.spaces().size() == 1);
+    table.spaces()[0]->removeFromParent();
+    table.host.frames(2);
+    CHECK(table.spaces().empty());
+}
+
+TEST_CASE("pickup: cards that lay on the background are taken over once, and open nothing")
+{
+    DetectorHost table;
+    table.host.addPerson(table.code, "Ann");
+    const auto inside = table.putDown(table.code, {600.f, 400.f});
+    const auto outsideCode = newCode();
+    table.host.addPerson(outsideCode, "Bob");
+    const auto outside = table.putDown(outsideCode, {1500.f, 900.f});
+    auto* background = table.host.ui().background().get();
+    REQUIRE(table.holder(inside) == background);
+    REQUIRE(table.holder(outside) == background);
+
+    table.addDetector();
+    table.host.frame();
+    CHECK(table.holder(inside) == table.detector.get());
+    CHECK(table.holder(outside) == background);
+    CHECK(table.spaces().empty());
+    CHECK_FALSE(table.detector->isUpdating());
+
+    // Once: a card that the background gets later stays there.
+    table.host.app().grabManager()->transferGrab(inside, background->inputGrabber());
+    table.host.frames(3);
+    CHECK(table.holder(inside) == background);
+    CHECK(table.spaces().empty());
+}
+
+TEST_CASE("pickup: a card that was taken over opens a space when it is put down again")
+{
+    DetectorHost table;
+    table.host.addPerson(table.code, "Ann");
+    const auto id = table.putDown(table.code);
+    table.addDetector();
+    table.host.frame();
+    REQUIRE(table.holder(id) == table.detector.get());
+    table.lift(id);
+    (void)table.putDown(table.code);
+    CHECK(table.spaces().size() == 1);
+}
+
+TEST_CASE("pickup: a card that something else holds is left there, one that nobody holds too")
+{
+    DetectorHost table;
+    table.host.addPerson(table.code, "Ann");
+    const Bedrock::IntrusivePtr<Trellis::Widget> other(new Trellis::Widget(&table.host.mainWidget()));
+    other->setSize({100.f, 100.f});
+    other->setLocation({550.f, 350.f});
+    const auto held = table.putDown(table.code, {600.f, 400.f});
+    REQUIRE(table.holder(held) == other.get());
+    const auto freeCode = newCode();
+    table.host.addPerson(freeCode, "Bob");
+    const auto unheld = table.putDown(freeCode, {400.f, 300.f});
+    table.host.app().grabManager()->ungrab(unheld, table.host.ui().background()->inputGrabber());
+
+    table.addDetector();
+    table.host.frame();
+    CHECK(table.holder(held) == other.get());
+    CHECK_FALSE(table.holder(unheld));
+}
+
+TEST_CASE("pickup: known cards that the detector refuses stay where they are")
+{
+    DetectorHost table;
+    const auto unregistered = newCode();
+    table.host.addCard(unregistered, 3);
+    const auto id = table.putDown(unregistered);
+    table.addDetector();
+    table.host.frame();
+    CHECK(table.holder(id) == table.host.ui().background().get());
+}
+
+TEST_CASE("pickup: unknown cards on the background go to the host's own detector, wherever they lie")
+{
+    DetectorHost table;
+    const Bedrock::IntrusivePtr<Trellis::Widget> hostDetector(new Trellis::Widget(table.host.ui().internalOverlayWidget().get()));
+    hostDetector->setCSSType("MarkerDetectorWidget");
+    hostDetector->setSize({1.f, 1.f});
+    const auto inside = table.putDown(newCode(), {600.f, 400.f});
+    const auto outside = table.putDown(newCode(), {1500.f, 900.f});
+    table.addDetector();
+    table.host.frame();
+    CHECK(table.holder(inside) == hostDetector.get());
+    CHECK(table.holder(outside) == hostDetector.get());
+}
+
+TEST_CASE("pickup: without the host's detector unknown cards stay on the background")
+{
+    DetectorHost table;
+    const auto id = table.putDown(newCode());
+    table.addDetector();
+    table.host.frame();
+    CHECK(table.holder(id) == table.host.ui().background().get());
+}
+
+TEST_CASE("pickup: after it a card opens a space again")
+{
+    Table table;
+    table.detector->pickupIdleMarkers();
+    (void)table.putDown(table.code);
+    CHECK(table.spaces().size() == 1);
+}
+
+TEST_CASE("pickup: cards that are handed to the detector while it picks up open nothing, later ones do")
+{
+    Table table;
+    table.detector->removeFromParent();
+    const auto id = table.putDown(table.code);
+    table.host.mainWidget().addChild(table.detector);
+    table.detector->pickupIdleMarkers();
+    CHECK(table.holder(id) == table.detector.get());
+    CHECK(table.spaces().empty());
+    table.host.app().grabManager()->transferGrab(id, table.host.ui().background()->inputGrabber());
+    table.host.app().grabManager()->transferGrab(id, table.detector->inputGrabber());
+    CHECK(table.spaces().size() == 1);
+}

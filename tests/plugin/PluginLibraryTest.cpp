@@ -1,0 +1,178 @@
+#include "LogCapture.hpp"
+#include "TestHost.hpp"
+
+#include <Tavola/Component.hpp>
+#include <Tavola/PluginLoader.hpp>
+#include <Tavola/WidgetInstance.hpp>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <doctest/doctest.h>
+
+#include <fstream>
+
+using Tavola::PluginLoader;
+using TestSupport::TestHost;
+
+namespace
+{
+std::unique_ptr<PluginLoader> load(const QString& path = PLUGIN_FILE)
+{
+    QString error;
+    auto plugin = PluginLoader::load(path, error);
+    INFO(error.toStdString());
+    REQUIRE(plugin);
+    return plugin;
+}
+
+std::vector<QString> registeredNames(TestHost& host)
+{
+    std::vector<QString> names;
+    for (const auto& entry : host.tavola().factories())
+        names.push_back(entry.first);
+    return names;
+}
+
+bool isMapped(const QString& path)
+{
+    const std::string file = QFileInfo(path).canonicalFilePath().toStdString();
+    std::ifstream maps("/proc/self/maps");
+    for (std::string mapping; std::getline(maps, mapping);)
+        if (mapping.find(file) != std::string::npos)
+            return true;
+    return false;
+}
+
+const std::vector<QString> kAllNames{"personal-space-widget", "tavola-personal-tessel-detector"};
+
+/// The library with a package file of the test's.
+class Copy
+{
+public:
+    explicit Copy(const char* package)
+    {
+        REQUIRE(QFile::copy(PLUGIN_FILE, path()));
+        QFile file(m_folder.filePath("tavola-personal.json"));
+        REQUIRE(file.open(QIODevice::WriteOnly));
+        file.write(package);
+    }
+    [[nodiscard]] QString path() const { return m_folder.filePath(QFileInfo(PLUGIN_FILE).fileName()); }
+
+private:
+    QTemporaryDir m_folder;
+};
+}
+
+TEST_CASE("plug-in: loading fills the factory table, unloading empties it, and it can be loaded again")
+{
+    TestHost host;
+    for (int round = 0; round < 3; ++round) {
+        CAPTURE(round);
+        CHECK(registeredNames(host).empty());
+        CHECK_FALSE(isMapped(PLUGIN_FILE));
+        auto plugin = load();
+        CHECK(isMapped(PLUGIN_FILE));
+        CHECK(registeredNames(host) == kAllNames);
+        plugin.reset();
+        CHECK(registeredNames(host).empty());
+        CHECK_FALSE(isMapped(PLUGIN_FILE));
+    }
+    CHECK(host.errorMessages().empty());
+}
+
+TEST_CASE("plug-in: the records name the component's class and carry the package's schema")
+{
+    TestHost host;
+    const auto plugin = load();
+    const auto& factories = host.tavola().factories();
+    const auto& space = *factories.at("personal-space-widget");
+    CHECK(*space.type == typeid(Tavola::WidgetComponent));
+    CHECK(space.schema.type() == "widget");
+    const auto& detector = *factories.at("tavola-personal-tessel-detector");
+    CHECK(*detector.type == typeid(Tavola::CustomWidgetInstanceComponent));
+    CHECK(detector.schema.type() == "widget-instance");
+}
+
+TEST_CASE("plug-in: a card opens a space through the loaded library, which can be unloaded after that and loaded again")
+{
+    TestHost host;
+    host.addPerson(4711, "Ann");
+    host.style("PersonalTesselDetectorWidget { width: 100%; height: 100%; position: absolute; left: 0; top: 0 }"
+               "PersonalSpaceWidget { collection-mode: upload }");
+    host.mediaServer().script = [](const QJsonObject&) { return QJsonObject{{"success", "true"}, {"userpageurl", "http://p"}}; };
+    for (int round = 0; round < 2; ++round) {
+        CAPTURE(round);
+        auto plugin = load();
+        {
+            const auto detector = host.tavola().createComponent("tavola-personal-tessel-detector")->createContentWidget();
+            host.mainWidget().addChild(detector);
+            host.frame();
+            const auto card = host.input.markerDown(4711, {500.f, 500.f});
+            // The page has no QR address.
+            TestSupport::expectWarningStartingWith("PersonalSpaceUploader # Failed to download QR icon for marker 4711 from  : ");
+            host.frame();
+            const Bedrock::IntrusivePtr<Trellis::Widget> space(host.mainWidget().findByType("PersonalSpaceWidget"));
+            REQUIRE(space);
+            CHECK(host.frameUntil([&] { return TestSupport::loggedLines().size() == std::size_t(round + 1); }));
+            CHECK_FALSE(space->hasPseudoClass("no-user-page"));
+            host.input.markerUp(card);
+            host.frame();
+            CHECK(host.mainWidget().findByType("PersonalSpaceWidget") == space.get());
+            space->removeFromParent();
+            detector->removeFromParent();
+        }
+        host.frames(3);
+        plugin.reset();
+        CHECK_FALSE(isMapped(PLUGIN_FILE));
+    }
+}
+
+TEST_CASE("plug-in: a component that no package declares is reported and the others are registered")
+{
+    TestHost host;
+    SUBCASE("the first one is missing")
+    {
+        const Copy copy(R"({ "components": { "tavola-personal-tessel-detector": { "type": "widget-instance" } } })");
+        TestSupport::expectError("Tavola # Couldn't find package for component personal-space-widget.");
+        const auto plugin = load(copy.path());
+        CHECK(host.errorMessages() == std::vector<QString>{"Couldn't find package for component personal-space-widget."});
+        CHECK(registeredNames(host) == std::vector<QString>{"tavola-personal-tessel-detector"});
+    }
+    SUBCASE("both are missing, and are reported in their order")
+    {
+        const Copy copy(R"({ "components": {} })");
+        TestSupport::expectError("Tavola # Couldn't find package for component personal-space-widget.");
+        TestSupport::expectError("Tavola # Couldn't find package for component tavola-personal-tessel-detector.");
+        const auto plugin = load(copy.path());
+        CHECK(host.errorMessages()
+              == std::vector<QString>{"Couldn't find package for component personal-space-widget.",
+                                      "Couldn't find package for component tavola-personal-tessel-detector."});
+        CHECK(registeredNames(host).empty());
+    }
+    CHECK(registeredNames(host).empty());
+}
+
+TEST_CASE("plug-in: unloading when the application has gone is silent")
+{
+    std::unique_ptr<PluginLoader> plugin;
+    {
+        TestHost host;
+        plugin = load();
+    }
+    plugin.reset();
+    CHECK_FALSE(isMapped(PLUGIN_FILE));
+    CHECK(TestSupport::loggedLines().empty());
+}
+
+TEST_CASE("plug-in: it exports nothing")
+{
+    QProcess nm;
+    nm.start("nm", {"-D", "--defined-only", PLUGIN_FILE});
+    REQUIRE(nm.waitForFinished(30000));
+    CHECK(nm.exitCode() == 0);
+    CHECK(nm.readAllStandardOutput().toStdString().empty());
+}
