@@ -291,6 +291,32 @@ TEST_CASE("layout: a widget moved at run time keeps its place in the flow and ca
     CHECK_POINT(a.location(), 0, 0);
 }
 
+TEST_CASE("layout: a location that a style sheet sets counts even while another one shows")
+{
+    TestScene scene;
+    auto& box = scene.box(0, 0, 300, 200);
+    auto& a = child(box, "height: 10px;");
+    auto& b = child(box, "height: 10px;");
+    a.setLocation({200, 150});
+    CHECK_POINT(b.location(), 0, 10);
+    style(a, "height: 10px; location: 200 150;");
+    CHECK_POINT(a.location(), 200, 150);
+    CHECK_POINT(b.location(), 0, 0);
+}
+
+TEST_CASE("layout: a padded inline widget leaves its content the width that it asked for")
+{
+    TestScene scene;
+    auto& box = scene.box(0, 0, 300, 200);
+    for (const float width : {70.3f, 33.333f, 100.01f}) {
+        auto& button = child(box, "display: inline; padding: 0 3.7px;");
+        auto* content = new Content(&button, {width, 20});
+        CAPTURE(width);
+        CHECK(content->width() >= width);
+        CHECK(content->width() < width + 0.1f);
+    }
+}
+
 TEST_CASE("layout: a listener hears of a new place once, and reads the whole layout")
 {
     TestScene scene;

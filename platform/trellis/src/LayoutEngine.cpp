@@ -4,6 +4,7 @@
 #include "WidgetPrivate.hpp"
 
 #include <algorithm>
+#include <cmath>
 
 namespace Trellis
 {
@@ -16,6 +17,8 @@ constexpr float kUnlimited = 1e6f;
 /// Three boxes of a third must fit in a line, whatever the sum of rounded thirds is.
 constexpr float kTolerancePx = 0.05f;
 constexpr int kMostRounds = 4;
+/// Content widths are whole multiples of this part of a pixel.
+constexpr float kMeasureSteps = 32.f;
 
 bool layoutRuns = false;
 long arrangedCount = 0;
@@ -116,7 +119,9 @@ Vector2f LayoutEngine::measure(Widget& widget, float availableWidth)
     for (const auto& entry : d.measures)
         if (entry.availableWidth == availableWidth)
             return entry.size;
-    const Vector2f size = widget.contentSize(availableWidth);
+    Vector2f size = widget.contentSize(availableWidth);
+    // A width that paddings are added to and taken from again must not come out smaller: a text would break.
+    size.x = std::ceil(size.x * kMeasureSteps) / kMeasureSteps;
     d.measures[d.nextMeasure] = {availableWidth, size};
     d.nextMeasure = 1 - d.nextMeasure;
     return size;

@@ -24,6 +24,8 @@ Widget::Widget(Widget* parent) : Cascara::Styleable(static_cast<Facet::Node&>(*t
 {
     eventAddOut(WidgetEvents::kInteractionBegin);
     eventAddOut(WidgetEvents::kInteractionEnd);
+    eventAddOut(WidgetEvents::kFingerDown);
+    eventAddOut(WidgetEvents::kFingerUp);
     eventAddOut(WidgetEvents::kSingleTap);
     eventAddOut(WidgetEvents::kMarkerDown);
     eventAddOut(WidgetEvents::kMarkerUp);
@@ -274,6 +276,11 @@ void Widget::renderContent(Lantern::RenderContext& context) const
 {
     paintBox(context, size(),
              {d->backgroundColor.value(), d->borderColor.value(), d->borderWidth.value(), d->borderRadius.value()});
+}
+
+void Widget::setHoldsFingers(bool on)
+{
+    d->holdsFingers = on;
 }
 
 InputGrabber& Widget::inputGrabber()

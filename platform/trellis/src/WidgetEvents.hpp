@@ -7,6 +7,8 @@ namespace Trellis::WidgetEvents
 {
 extern const Facet::EventName kInteractionBegin;
 extern const Facet::EventName kInteractionEnd;
+extern const Facet::EventName kFingerDown;
+extern const Facet::EventName kFingerUp;
 extern const Facet::EventName kSingleTap;
 extern const Facet::EventName kMarkerDown;
 extern const Facet::EventName kMarkerUp;

@@ -106,11 +106,14 @@ void WidgetInput::begin(const Tactile::TrackedObject& object, Widget& hit, bool 
         ++receiver.d->fingersHeld;
     settle(receiver);
     touch(&hit);
-    if (joins)
-        return;
-    if (receiver.d->movable.value())
-        receiver.raiseToTop();
-    receiver.eventSend(WidgetEvents::kInteractionBegin);
+    if (!joins) {
+        if (receiver.d->movable.value())
+            receiver.raiseToTop();
+        receiver.eventSend(WidgetEvents::kInteractionBegin);
+    }
+    const Finger* finger = findFinger(object.id());
+    if (finger && finger->hit == &hit)
+        sendFinger(WidgetEvents::kFingerDown, hit, object.id(), object.centerLocation());
 }
 
 void WidgetInput::fingerMoved(const Tactile::TrackedObject& object)
@@ -147,8 +150,11 @@ void WidgetInput::fingerLeft(const Tactile::TrackedObject& object, bool cancelle
     touch(receiver.get());
     touch(finger.hit);
     eraseFinger(finger.id);
-    if (fingersOn(*receiver) > 0)
+    if (fingersOn(*receiver) > 0) {
+        if (finger.hit)
+            sendFinger(WidgetEvents::kFingerUp, *hit, finger.id, finger.now);
         return;
+    }
 
     const Hold hold = *findHold(*receiver);
     m_holds.erase(std::find_if(m_holds.begin(), m_holds.end(), [&](const Hold& h) { return h.receiver == receiver.get(); }));
@@ -164,9 +170,23 @@ void WidgetInput::fingerLeft(const Tactile::TrackedObject& object, bool cancelle
         m_observer->dragEnded(*receiver, finger.now, cancelled);
     if (receiver->d->inTree)
         receiver->eventSend(WidgetEvents::kInteractionEnd);
+    if (finger.hit && hit->d->inTree)
+        sendFinger(WidgetEvents::kFingerUp, *hit, finger.id, finger.now);
     const bool inTime = m_time - finger.downTime < m_tapSeconds;
     if (!cancelled && finger.tapPossible && inTime && finger.hit && hit->d->inTree)
         sendTap(*hit, finger.now);
+}
+
+void WidgetInput::sendFinger(Facet::EventName event, Widget& hit, std::int64_t id, Vector2f scenePoint)
+{
+    if (!hit.eventHasListeners(event))
+        return;
+    const Vector2f point = hit.mapFromScene(scenePoint);
+    Bedrock::BinaryData payload;
+    payload.writeInt64(id);
+    payload.writeFloat32(point.x);
+    payload.writeFloat32(point.y);
+    hit.eventSend(event, payload);
 }
 
 void WidgetInput::sendTap(Widget& hit, Vector2f scenePoint)
@@ -375,6 +395,8 @@ Widget& WidgetInput::receiverOf(Widget& hit)
         const auto& d = *widget->d;
         if (d.movable.value() || d.rotatable.value() || d.scalable.value())
             return *widget;
+        if (d.holdsFingers)
+            return hit;
     }
     return hit;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Bedrock/IntrusivePtr.hpp>
+#include <Facet/EventName.hpp>
 #include <Tactile/Sample.hpp>
 #include <Vecta/Vector2T.hpp>
 
@@ -82,6 +83,7 @@ private:
     void step(Widget& receiver);
     void stepAll();
     void finishFrame();
+    static void sendFinger(Facet::EventName event, Widget& hit, std::int64_t id, Vecta::Vector2f scenePoint);
     void sendTap(Widget& hit, Vecta::Vector2f scenePoint);
     void settle(Widget& receiver);
     void touch(Widget* widget) const;

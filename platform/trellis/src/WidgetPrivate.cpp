@@ -60,20 +60,18 @@ const Facet::AttributeT<Overflow>::Names kOverflows{
 constexpr Bedrock::Color kTransparent{0.f, 0.f, 0.f, 0.f};
 }
 
+// The layout is told first: a listener to the change may read it, or destroy the widget.
+
 bool LocationAttribute::setStyleValue(const Facet::StyleValue& value, int layer, QString* error)
 {
-    const bool had = hasValue(layer);
-    if (!AttributeT::setStyleValue(value, layer, error))
-        return false;
-    if (layer == Facet::kStyleLayer && !had)
+    if (layer == Facet::kStyleLayer && !hasValue(layer))
         LayoutEngine::invalidateBox(static_cast<Widget&>(*host()));
-    return true;
+    return AttributeT::setStyleValue(value, layer, error);
 }
 
 void LocationAttribute::clearValue(int layer)
 {
-    const bool leavesFlow = layer == Facet::kStyleLayer && hasValue(layer);
-    if (leavesFlow)
+    if (layer == Facet::kStyleLayer && hasValue(layer))
         LayoutEngine::invalidateBox(static_cast<Widget&>(*host()));
     AttributeT::clearValue(layer);
 }

@@ -79,6 +79,7 @@ struct Widget::Private
     int fingersHeld = 0;         ///< fingers that move this widget or came down on it
     double lastTouch = 0.0;      ///< frame time
     bool inputDisabled = false;  ///< the widget and what is in it take nothing
+    bool holdsFingers = false;   ///< what fingers do inside moves nothing above it
     bool fadingOut = false;      ///< likewise, as long as the widget is on its way out
     bool moving = false;         ///< slides after a release
     Vecta::Vector2f velocity;    ///< pixels of the parent per second

@@ -4,7 +4,8 @@
 
 namespace Trellis
 {
-/// A distance of the layout: pixels, a share of the container's content box, or left to the layout.
+/// A distance of the layout: pixels, a share of the container (its content box; for an absolute widget all of it), or left
+/// to the layout.
 struct Length
 {
     enum class Unit { Auto, Pixels, Percent };

@@ -55,6 +55,24 @@ enum class Alignment { Left, Center, Right };
 /// A widget whose `location` is set on the run-time layer stands there, but keeps its place in the flow; clearing the
 /// layer lets it return.
 ///
+/// Attributes, all within reach of style sheets (initial value first in parentheses where it is not zero or auto):
+/// - place: "location" (two numbers), "rotation" (angle), "scale" (1), "position" (flow, absolute), "left", "top", "right",
+///   "bottom" (lengths, for absolute widgets), "display" (block, inline, none)
+/// - size: "width", "height", "min-width", "max-width", "min-height", "max-height" (lengths; padding is part of the size)
+/// - inside: "padding" (one to four lengths), "align" (left, center, right: inline children in their line), "gap" (px between
+///   children in the flow), "overflow" (visible, hidden)
+/// - outside: "margin" (one to four lengths; auto to the left and right centres a block)
+/// - look: "opacity" (1), "background-color" (transparent), "border-color" (transparent), "border-width" (drawn inside the
+///   widget, takes no room), "border-radius"
+/// - input: "input-transparent" (false), "movable", "rotatable", "scalable" (false), "min-scale" (0.1), "max-scale" (10),
+///   "inertia" (true)
+/// Percentages mean the content box of the parent; for absolute widgets the whole parent. In the flow a widget takes the
+/// room that its scale shows; children stand in it in the order in which they were added.
+///
+/// Events: "interaction-begin" and "interaction-end" (the first finger takes the widget, the last lets go), "single-tap" (two
+/// floats: the place in the widget's coordinates; sent to the first widget upwards that listens), "marker-down" and
+/// "marker-up" (int64: the marker's id). A handler may remove any widget.
+///
 /// Classes that override `update` turn it on with `setUpdating`; a widget that nothing moves costs nothing in a frame.
 class TAVOLA_EXPORT Widget : public Bedrock::ReferenceCounted, public Facet::Node, public Cascara::Styleable
 {
@@ -84,6 +102,9 @@ public:
     [[nodiscard]] InputGrabber& inputGrabber();
     /// With false neither this widget nor anything in it takes input, whatever their styles say.
     void setInputEnabled(bool on);
+    /// With true, fingers that come down on this widget or inside it move nothing above it: what cannot be moved itself
+    /// then holds its fingers alone. For what is pressed rather than dragged, by several fingers at once.
+    void setHoldsFingers(bool on);
     void setUpdating(bool on);
     [[nodiscard]] bool isUpdating() const noexcept;
     /// Ends inertia and every other motion that a touch left behind.
