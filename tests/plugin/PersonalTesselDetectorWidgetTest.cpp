@@ -194,7 +194,7 @@ TEST_CASE("card: the space stays when the card is lifted, and another card opens
     table.host.addPerson(other, "Bob");
     table.lift(table.putDown(table.code));
     CHECK(table.spaces().size() == 1);
-    (void)table.putDown(other);
+    (void)table.putDown(other, {300.f, 200.f});
     REQUIRE(table.spaces().size() == 2);
     CHECK(childOfClass<Trellis::TextWidget>(*table.spaces()[1], "title").text() == "Hi, Bob");
 }
