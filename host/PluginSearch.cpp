@@ -17,13 +17,13 @@ QString findPlugin(const QString& nameOrPath)
 {
     if (nameOrPath.contains(QLatin1Char('/')) || nameOrPath.endsWith(QLatin1String(".so"))) {
         const QFileInfo info(nameOrPath);
-        return info.exists() ? info.absoluteFilePath() : QString();
+        return info.isFile() ? info.absoluteFilePath() : QString();
     }
     const QStringList folders = pluginFolders();
     for (const QString& folder : folders)
         for (const QString& prefix : {QString(), QStringLiteral("lib")}) {
             const QFileInfo info(QDir(folder).filePath(prefix + nameOrPath + QStringLiteral(".so")));
-            if (info.exists())
+            if (info.isFile())
                 return info.absoluteFilePath();
         }
     return {};

@@ -44,12 +44,14 @@ private:
                                 place.toUtf8().constData(), why.toUtf8().constData());
     }
 
+    static QString joined(const QString& place, const QString& key) { return place.isEmpty() ? key : place + QLatin1Char('.') + key; }
+
     /// Warns of what stands in `object` beside the entries that are read: mostly a slip of the pen.
     void checkEntries(const QJsonObject& object, const QStringList& known, const QString& place) const
     {
         for (auto it = object.begin(); it != object.end(); ++it)
             if (!known.contains(it.key()))
-                skip(place.isEmpty() ? it.key() : place + QLatin1Char('.') + it.key(),
+                skip(joined(place, it.key()),
                      QStringLiteral("unknown entry; known are ") + known.join(QLatin1String(", ")));
     }
 
@@ -84,7 +86,7 @@ private:
         const double number = value.toDouble(-1.0);
         if (number > 0.0 && number <= Presentation::kLargestSizePx)
             return float(number);
-        skip((place.isEmpty() ? QString() : place + QLatin1Char('.')) + QLatin1String(key),
+        skip(joined(place, QLatin1String(key)),
              QStringLiteral("expected a number above 0 and up to %1").arg(Presentation::kLargestSizePx));
         return fallback;
     }

@@ -1,26 +1,19 @@
 #include "TableLog.hpp"
 
-#include <Tavola/DataGathering.hpp>
-
 #include <QJsonObject>
 
 #include <cstdio>
 
-namespace
-{
-constexpr std::size_t kKept = 5000;
-}
-
 TableLog::TableLog() : m_lines(std::make_shared<Lines>())
 {
-    Bedrock::Trace::setSink([lines = m_lines](Bedrock::Trace::Level level, const std::string& text) {
+    m_traceSinkBefore = Bedrock::Trace::setSink([lines = m_lines](Bedrock::Trace::Level level, const std::string& text) {
         const std::lock_guard<std::mutex> guard(lines->mutex);
         std::fprintf(stderr, "%s %s\n", Bedrock::Trace::levelName(level), text.c_str());
         lines->lines.push_back({level, text});
         if (lines->lines.size() > kKept)
             lines->lines.pop_front();
     });
-    Tavola::DataGathering::setSink([this](const Tavola::DataGathering::Event& event) {
+    m_analyticsSinkBefore = Tavola::DataGathering::setSink([this](const Tavola::DataGathering::Event& event) {
         m_events.push_back(QJsonObject{{"type", event.type}, {"data", event.data}});
         if (m_events.size() > kKept)
             m_events.pop_front();
@@ -29,8 +22,8 @@ TableLog::TableLog() : m_lines(std::make_shared<Lines>())
 
 TableLog::~TableLog()
 {
-    Tavola::DataGathering::setSink({});
-    Bedrock::Trace::setSink({});
+    Tavola::DataGathering::setSink(std::move(m_analyticsSinkBefore));
+    Bedrock::Trace::setSink(std::move(m_traceSinkBefore));
 }
 
 QJsonArray TableLog::lines() const

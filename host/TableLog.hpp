@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Bedrock/Trace.hpp>
+#include <Tavola/DataGathering.hpp>
 
 #include <QJsonArray>
 
@@ -9,11 +10,14 @@
 #include <mutex>
 #include <string>
 
-/// Keeps the last lines of the log and the last analytics events of a running table, for the inspector. Installs itself as
+/// Keeps the last lines of the log and the last analytics events of a running table, for the inspector. Takes the place of
 /// the trace sink and the analytics sink for as long as it lives; lines still go to standard error. Reading: main thread.
 class TableLog
 {
 public:
+    /// Of each; older ones are forgotten.
+    static constexpr std::size_t kKept = 5000;
+
     TableLog();
     ~TableLog();
     TableLog(const TableLog&) = delete;
@@ -38,4 +42,6 @@ private:
     };
     std::shared_ptr<Lines> m_lines;
     std::deque<QJsonObject> m_events;
+    Bedrock::Trace::Sink m_traceSinkBefore;
+    Tavola::DataGathering::Sink m_analyticsSinkBefore;
 };

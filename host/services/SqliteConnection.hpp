@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QSqlDatabase>
+#include <QString>
+
+/// A connection to a SQLite file, of the thread that made it and for as long as it is in scope. Every commit is on the disk
+/// when it returns; a writer waits up to five seconds for another one.
+class SqliteConnection
+{
+public:
+    explicit SqliteConnection(const QString& path);
+    ~SqliteConnection();
+    SqliteConnection(const SqliteConnection&) = delete;
+    SqliteConnection& operator=(const SqliteConnection&) = delete;
+
+    [[nodiscard]] bool isOpen() const noexcept { return m_isOpen; }
+    [[nodiscard]] QSqlDatabase& database() noexcept { return m_database; }
+    [[nodiscard]] QString error() const;
+
+private:
+    QString m_name;
+    QSqlDatabase m_database;
+    bool m_isOpen = false;
+};

@@ -1,0 +1,186 @@
+#include "MailSettings.hpp"
+
+#include "MailHeader.hpp"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonObject>
+#include <QUrl>
+
+namespace
+{
+constexpr qint64 kLargestTemplate = 1 << 20;
+
+class EntryReader
+{
+public:
+    EntryReader(const QJsonObject& entry, const QString& folder, const MailSettings::Report& report)
+        : m_entry(entry), m_folder(folder), m_report(report)
+    {
+    }
+
+    void checkKeys(const QStringList& known) const
+    {
+        for (auto it = m_entry.begin(); it != m_entry.end(); ++it)
+            if (!known.contains(it.key()))
+                m_report(it.key(), QStringLiteral("unknown entry; known are ") + known.join(QLatin1String(", ")));
+    }
+
+    QString text(const char* key, const QString& fallback = QString()) const
+    {
+        const QJsonValue value = m_entry.value(QLatin1String(key));
+        if (value.isUndefined())
+            return fallback;
+        if (value.isString())
+            return value.toString();
+        m_report(QLatin1String(key), QStringLiteral("expected a text"));
+        return fallback;
+    }
+
+    double number(const char* key, double fallback, double largest) const
+    {
+        const QJsonValue value = m_entry.value(QLatin1String(key));
+        if (value.isUndefined())
+            return fallback;
+        const double result = value.toDouble(-1.0);
+        if (result >= 0.0 && result <= largest)
+            return result;
+        m_report(QLatin1String(key), QStringLiteral("expected a number from 0 to %1").arg(largest));
+        return fallback;
+    }
+
+    /// A number above 0.
+    double seconds(const char* key, double fallback, double largest) const
+    {
+        const double result = number(key, fallback, largest);
+        if (result > 0.0)
+            return result;
+        m_report(QLatin1String(key), QStringLiteral("expected a number above 0"));
+        return fallback;
+    }
+
+    /// The absolute path of a file that is there, or empty.
+    QString file(const char* key) const
+    {
+        const QString given = text(key);
+        if (given.isEmpty())
+            return {};
+        const QString path = QDir::cleanPath(QDir(m_folder).absoluteFilePath(given));
+        if (QFileInfo(path).isFile())
+            return path;
+        m_report(QLatin1String(key), QStringLiteral("there is no file ") + path);
+        return {};
+    }
+
+    QString contents(const char* key) const
+    {
+        const QString path = file(key);
+        if (path.isEmpty())
+            return {};
+        QFile source(path);
+        if (!source.open(QIODevice::ReadOnly)) {
+            m_report(QLatin1String(key), QStringLiteral("cannot read %1 (%2)").arg(path, source.errorString()));
+            return {};
+        }
+        if (source.size() > kLargestTemplate) {
+            m_report(QLatin1String(key), QStringLiteral("%1 is longer than 1 MiB").arg(path));
+            return {};
+        }
+        return QString::fromUtf8(source.readAll()).replace(QLatin1String("\r\n"), QLatin1String("\n"));
+    }
+
+private:
+    const QJsonObject& m_entry;
+    const QString& m_folder;
+    const MailSettings::Report& m_report;
+};
+}
+
+bool MailSettings::isMailServer(const QString& text)
+{
+    const QUrl url(text, QUrl::StrictMode);
+    return url.isValid() && !url.host().isEmpty() && url.userInfo().isEmpty()
+        && (url.scheme() == QLatin1String("smtp") || url.scheme() == QLatin1String("smtps"));
+}
+
+std::optional<MailSettings> MailSettings::read(const QJsonObject& entry, const QString& folder, const Report& report)
+{
+    const EntryReader reader(entry, folder, report);
+    reader.checkKeys({"name", "server", "startTls", "caFile", "credentials", "sender", "subject", "template", "htmlTemplate",
+                      "filesAddress", "largeFilesText", "missingFilesText", "attachmentLimitMegabytes", "connectTimeoutSeconds",
+                      "timeoutSeconds", "retrySeconds", "giveUpHours"});
+    MailSettings settings;
+    settings.folder = folder;
+    settings.name = reader.text("name");
+    settings.server = reader.text("server");
+    if (!isMailServer(settings.server)) {
+        report(QStringLiteral("server"),
+               QStringLiteral("expected an address that begins with smtp:// or smtps://, without user and password"));
+        return std::nullopt;
+    }
+    const QJsonObject sender = entry.value(QLatin1String("sender")).toObject();
+    settings.sender = {sender.value(QLatin1String("address")).toString(), sender.value(QLatin1String("name")).toString()};
+    if (!MailHeader::isMailAddress(settings.sender.address)) {
+        report(QStringLiteral("sender"),
+               QStringLiteral("expected an object with the \"address\" that messages come from, and a \"name\" if you like"));
+        return std::nullopt;
+    }
+
+    const QString startTls = reader.text("startTls", QStringLiteral("required"));
+    if (startTls == QLatin1String("if-offered"))
+        settings.startTls = StartTls::IfOffered;
+    else if (startTls == QLatin1String("never"))
+        settings.startTls = StartTls::Never;
+    else if (startTls != QLatin1String("required"))
+        report(QStringLiteral("startTls"), QStringLiteral("expected \"required\", \"if-offered\" or \"never\""));
+
+    settings.caFile = reader.file("caFile");
+    settings.credentialsFile = reader.file("credentials");
+    constexpr auto kOpenToAll = QFile::ReadOther | QFile::WriteOther;
+    if (!settings.credentialsFile.isEmpty() && QFile::permissions(settings.credentialsFile) & kOpenToAll)
+        report(QStringLiteral("credentials"),
+               QStringLiteral("everybody may read the password in %1; make it yours with chmod 600").arg(settings.credentialsFile));
+    settings.subject = reader.text("subject", QStringLiteral("What you collected"));
+    settings.textTemplate = reader.contents("template");
+    settings.htmlTemplate = reader.contents("htmlTemplate");
+    settings.filesAddress = reader.text("filesAddress");
+    if (!settings.filesAddress.isEmpty() && !settings.filesAddress.endsWith(QLatin1Char('/')))
+        settings.filesAddress += QLatin1Char('/');
+    settings.largeFilesText = reader.text("largeFilesText", QStringLiteral("These files are too large for an e-mail:"));
+    settings.missingFilesText =
+        reader.text("missingFilesText", QStringLiteral("These files could not be read and are missing:"));
+    constexpr double kMega = 1e6;
+    settings.attachmentLimitBytes =
+        qint64(reader.number("attachmentLimitMegabytes", double(settings.attachmentLimitBytes) / kMega, 1e6) * kMega);
+    settings.connectTimeoutSeconds = reader.seconds("connectTimeoutSeconds", settings.connectTimeoutSeconds, 3600.0);
+    settings.timeoutSeconds = reader.seconds("timeoutSeconds", settings.timeoutSeconds, 86400.0);
+    settings.retrySeconds = reader.seconds("retrySeconds", settings.retrySeconds, 3600.0);
+    settings.giveUpHours = reader.seconds("giveUpHours", settings.giveUpHours, 10000.0);
+    return settings;
+}
+
+std::optional<MailCredentials> MailCredentials::load(const QString& fileName, QString& error)
+{
+    if (fileName.isEmpty())
+        return MailCredentials{qEnvironmentVariable("TAVOLA_SMTP_USER"), qEnvironmentVariable("TAVOLA_SMTP_PASSWORD")};
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly)) {
+        error = QStringLiteral("cannot read %1 (%2)").arg(fileName, file.errorString());
+        return std::nullopt;
+    }
+    const auto line = [&file] {
+        QByteArray bytes = file.readLine(4096);
+        while (bytes.endsWith('\n') || bytes.endsWith('\r'))
+            bytes.chop(1);
+        return QString::fromUtf8(bytes);
+    };
+    MailCredentials credentials;
+    credentials.user = line();
+    credentials.password = line();
+    if (credentials.user.isEmpty()) {
+        error = QStringLiteral("%1 has no user in its first line and password in its second").arg(fileName);
+        return std::nullopt;
+    }
+    return credentials;
+}

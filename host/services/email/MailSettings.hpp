@@ -1,0 +1,61 @@
+#pragma once
+
+#include <Tavola/EmailAddress.hpp>
+
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+class QJsonObject;
+
+/// How a table sends e-mail: an entry of "services.email-service" in presentation.json. A plain record; the password is not in it.
+struct MailSettings
+{
+    /// What smtp:// does about encryption; smtps:// is encrypted from the first byte on.
+    enum class StartTls
+    {
+        Required,
+        IfOffered, ///< a password still never goes out unencrypted
+        Never
+    };
+
+    QString name;
+    QString server; ///< "smtp://mail.example.org:587" or "smtps://mail.example.org"
+    StartTls startTls = StartTls::Required;
+    QString caFile;          ///< absolute path of trusted certificates; empty: the system's
+    QString credentialsFile; ///< absolute path; empty: TAVOLA_SMTP_USER and TAVOLA_SMTP_PASSWORD, if set
+    Tavola::EmailAddress sender;
+    QString subject;
+    QString textTemplate;
+    QString htmlTemplate;   ///< empty: messages are plain text
+    QString folder;         ///< of the presentation
+    QString filesAddress;   ///< the web address under which the presentation's files can be had; ends with a slash; may be empty
+    QString largeFilesText; ///< stands above the files that are too large to attach
+    QString missingFilesText;
+    qint64 attachmentLimitBytes = 10'000'000; ///< all files of one message together
+    double connectTimeoutSeconds = 10.0;
+    double timeoutSeconds = 300.0; ///< one attempt from beginning to end
+    double retrySeconds = 60.0;    ///< before the second attempt; doubled with each further one, up to an hour
+    double giveUpHours = 120.0;
+
+    /// Reports what is wrong: the key inside the entry and the reason.
+    using Report = std::function<void(const QString& key, const QString& why)>;
+
+    /// Reads an entry. Nothing when it names no usable server or sender; what else is wrong costs that key. Reads the files it
+    /// names, so it may block a little.
+    [[nodiscard]] static std::optional<MailSettings> read(const QJsonObject& entry, const QString& folder, const Report& report);
+    /// Whether a text is a mail server's address with a host.
+    [[nodiscard]] static bool isMailServer(const QString& text);
+};
+
+/// Who the table is to the mail server. Never logged.
+struct MailCredentials
+{
+    QString user; ///< empty: the server is not asked to let us in
+    QString password;
+
+    /// From the file's first two lines, user and password; without a file name from the environment. Nothing, with the reason
+    /// in `error`, when the file cannot be read.
+    [[nodiscard]] static std::optional<MailCredentials> load(const QString& fileName, QString& error);
+};

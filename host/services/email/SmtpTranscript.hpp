@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <vector>
+
+/// What a mail server answered to what, gathered while a transfer runs. Credentials pass by and are not kept.
+class SmtpTranscript
+{
+public:
+    struct Reply
+    {
+        int code = 0; ///< 0: none came
+        QString words; ///< "550 5.1.1 No such user", all lines of it on one
+        [[nodiscard]] bool isPassing() const noexcept { return code >= 400 && code < 500; }
+        [[nodiscard]] bool isFinal() const noexcept { return code >= 500 && code < 600; }
+    };
+
+    void commandSent(const QByteArray& line);
+    void dataSent();
+    void lineReceived(const QByteArray& line);
+
+    /// To the last thing that was sent; in the beginning the greeting.
+    [[nodiscard]] const Reply& last() const noexcept { return m_last; }
+    /// Whether that was a RCPT: what its reply says is said of one recipient only.
+    [[nodiscard]] bool lastIsOfRecipient() const noexcept { return m_isRecipient; }
+    /// To each RCPT, in the order of the recipients; as many as were asked for.
+    [[nodiscard]] const std::vector<Reply>& recipients() const noexcept { return m_recipients; }
+
+private:
+    Reply m_last;
+    Reply m_coming;
+    std::vector<Reply> m_recipients;
+    bool m_isRecipient = false;
+};

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QByteArray>
+#include <QTcpServer>
+#include <QTcpSocket>
+
+#include <functional>
+#include <vector>
+
+/// A server inside the test that answers each whole HTTP request with exactly the bytes, and in exactly the way, that the
+/// test says.
+class AnsweringServer
+{
+public:
+    /// Called once a request has come whole; does with the socket what it likes.
+    using Answer = std::function<void(QTcpSocket&)>;
+
+    explicit AnsweringServer(Answer answer, quint16 port = 0);
+    /// Answers `bytes` and closes the connection.
+    explicit AnsweringServer(const QByteArray& bytes, quint16 port = 0);
+
+    [[nodiscard]] quint16 port() const { return m_server.serverPort(); }
+    [[nodiscard]] const std::vector<QByteArray>& requests() const { return m_requests; }
+
+private:
+    void take(QTcpSocket& socket);
+
+    Answer m_answer;
+    std::vector<QByteArray> m_requests;
+    QTcpServer m_server;
+};

@@ -1,0 +1,194 @@
+#include "inspector/Inspector.hpp"
+
+#include "HttpTalk.hpp"
+#include "TableLog.hpp"
+
+#include <Bedrock/Trace.hpp>
+#include <ScriptedDatagrams.hpp>
+#include <Tactile/TuioInput.hpp>
+#include <Tavola/DataGathering.hpp>
+#include <Trellis/Application.hpp>
+#include <Trellis/Widget.hpp>
+
+#include <doctest/doctest.h>
+
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonObject>
+
+namespace
+{
+struct Fixture
+{
+    explicit Fixture(bool manualClock = true) : inspector({application, log, nullptr, manualClock})
+    {
+        QString error;
+        REQUIRE_MESSAGE(inspector.listen(0, error), error.toStdString());
+    }
+    HttpReply get(const QByteArray& target) { return ask(inspector.port(), "GET", target); }
+    HttpReply post(const QByteArray& target) { return ask(inspector.port(), "POST", target); }
+
+    TableLog log;
+    Trellis::Application application{{320.f, 200.f}};
+    Inspector inspector;
+};
+}
+
+TEST_CASE("inspector: the first page lists the others")
+{
+    Fixture f;
+    const HttpReply reply = f.get("/");
+    CHECK(reply.status == 200);
+    CHECK(reply.head.contains("Content-Type: text/plain; charset=utf-8\r\n"));
+    for (const char* page : {"/tree", "/screenshot.png", "/log", "/analytics", "/input", "/status", "/frames"})
+        CHECK_MESSAGE(reply.body.contains(page), page);
+    CHECK(f.get("/none").status == 404);
+}
+
+TEST_CASE("inspector: the tree is the table's, with everything that is in it")
+{
+    Fixture f;
+    auto widget = Bedrock::makeIntrusive<Trellis::Widget>();
+    widget->setCSSType("PictureWidget");
+    widget->setCSSId("map");
+    widget->postConstruct();
+    widget->setSize({30, 20});
+    f.application.mainLayer()->addChild(widget);
+    f.application.frame(0.0);
+
+    const HttpReply reply = f.get("/tree");
+    CHECK(reply.status == 200);
+    CHECK(reply.head.contains("Content-Type: application/json\r\n"));
+    const QJsonObject root = reply.json().object();
+    CHECK(root.value("id").toInt() == f.application.mainLayer()->id());
+    CHECK(root.value("rect").toObject() == QJsonObject{{"x", 0}, {"y", 0}, {"width", 320}, {"height", 200}});
+    const QJsonArray children = root.value("children").toArray();
+    REQUIRE(children.size() == 1);
+    CHECK(children[0].toObject().value("type") == "PictureWidget");
+    CHECK(children[0].toObject().value("cssId") == "map");
+}
+
+TEST_CASE("inspector: the screenshot is a PNG of the table's size that shows the table")
+{
+    Fixture f;
+    auto widget = Bedrock::makeIntrusive<Trellis::Widget>();
+    widget->postConstruct();
+    f.application.mainLayer()->addChild(widget);
+    widget->setLocation({100, 50});
+    widget->setSize({40, 40});
+    auto* color = widget->attribute("background-color");
+    REQUIRE(color);
+    REQUIRE(dynamic_cast<Facet::AttributeT<Bedrock::Color>*>(color));
+    static_cast<Facet::AttributeT<Bedrock::Color>*>(color)->setValue(Bedrock::Color::fromString(QStringLiteral("#ff0000")));
+    f.application.frame(0.0);
+
+    const HttpReply reply = f.get("/screenshot.png");
+    CHECK(reply.status == 200);
+    CHECK(reply.head.contains("Content-Type: image/png\r\n"));
+    QImage picture;
+    REQUIRE(picture.loadFromData(reply.body, "PNG"));
+    CHECK(picture.size() == QSize(320, 200));
+    CHECK(picture.pixelColor(120, 70) == QColor(255, 0, 0));
+    CHECK(picture.pixelColor(10, 10) == QColor(0, 0, 0));
+}
+
+TEST_CASE("inspector: the log has level and text of every line, oldest first")
+{
+    Fixture f;
+    Bedrock::Trace::info("Table # opened");
+    Bedrock::Trace::warning("Table # \"ü\" is odd");
+    Bedrock::Trace::error("Table # broken");
+    CHECK(f.get("/log").json().array()
+          == QJsonArray{QJsonObject{{"level", "info"}, {"text", "Table # opened"}}, QJsonObject{{"level", "warning"}, {"text", "Table # \"ü\" is odd"}},
+                        QJsonObject{{"level", "error"}, {"text", "Table # broken"}}});
+}
+
+TEST_CASE("inspector: analytics are the events that were logged")
+{
+    Fixture f;
+    CHECK(f.get("/analytics").json().array().isEmpty());
+    Tavola::DataGathering::logEventToService({QStringLiteral("visit"), QJsonObject{{"code", 1001}}});
+    CHECK(f.get("/analytics").json().array() == QJsonArray{QJsonObject{{"type", "visit"}, {"data", QJsonObject{{"code", 1001}}}}});
+}
+
+TEST_CASE("inspector: under the manual clock frames run as they are asked for")
+{
+    Fixture f;
+    HttpReply reply = f.post("/frames?count=30&dt=0.1");
+    CHECK(reply.status == 200);
+    CHECK(reply.json().object().value("time").toDouble() == doctest::Approx(3.0));
+    CHECK(reply.json().object().value("frame").toInt() == 30);
+    CHECK(reply.json().object().value("manualClock").toBool());
+    CHECK(f.application.time() == doctest::Approx(3.0));
+
+    reply = f.post("/frames");
+    CHECK(reply.json().object().value("frame").toInt() == 31);
+    CHECK(f.application.time() == doctest::Approx(3.0 + 1.0 / 60.0));
+    CHECK(f.post("/frames?dt=0").status == 200);
+    CHECK(f.application.time() == doctest::Approx(3.0 + 1.0 / 60.0));
+    CHECK(f.get("/status").json().object().value("frame").toInt() == 32);
+}
+
+TEST_CASE("inspector: frames with arguments that make no sense do not run")
+{
+    Fixture f;
+    for (const char* query : {"count=0", "count=-1", "count=x", "count=1.5", "count=100001", "count=99999999999", "dt=-1", "dt=x", "dt=nan", "dt=inf", "dt=11"}) {
+        CAPTURE(query);
+        const HttpReply reply = f.post("/frames?" + QByteArray(query));
+        CHECK(reply.status == 400);
+        CHECK(reply.body == "count is a whole number from 1 to 100000, dt seconds from 0 to 10\n");
+    }
+    CHECK(f.application.frameNumber() == 0);
+    CHECK(f.get("/frames?count=1").status == 405);
+    CHECK(f.application.frameNumber() == 0);
+}
+
+TEST_CASE("inspector: without the manual clock nobody else turns the crank")
+{
+    Fixture f(false);
+    const HttpReply reply = f.post("/frames?count=1");
+    CHECK(reply.status == 403);
+    CHECK(reply.body == "frames run by the clock; start the table with --manual-clock to run them by hand\n");
+    CHECK(f.application.frameNumber() == 0);
+    CHECK_FALSE(f.get("/status").json().object().value("manualClock").toBool(true));
+}
+
+TEST_CASE("inspector: its pages can only be read")
+{
+    Fixture f;
+    for (const char* page : {"/", "/tree", "/screenshot.png", "/log", "/analytics", "/input", "/status"}) {
+        CAPTURE(page);
+        CHECK(f.post(page).status == 405);
+        CHECK(ask(f.inspector.port(), "HEAD", page).status == 200);
+    }
+}
+
+TEST_CASE("inspector: the input's counts name what was dropped")
+{
+    const TableLog log;
+    Trellis::Application application({320.f, 200.f});
+    Tactile::TuioInput input;
+    auto datagrams = std::make_unique<TestSupport::ScriptedDatagrams>();
+    auto* source = datagrams.get();
+    REQUIRE(input.addSource(std::move(datagrams)));
+    Inspector inspector({application, log, &input, true});
+    QString error;
+    REQUIRE(inspector.listen(0, error));
+
+    source->send({'x', 'y'});
+    source->send({});
+    const QJsonObject report = ask(inspector.port(), "GET", "/input").json().object();
+    CHECK(report.value("datagramsReceived").toInt() == 2);
+    CHECK(report.value("drops").toObject().value("malformed").toInt() == 2);
+    CHECK(report.value("drops").toObject().size() == 10);
+    CHECK(report.value("sources").isArray());
+}
+
+TEST_CASE("inspector: a port that is taken is told")
+{
+    Fixture f;
+    Inspector second({f.application, f.log, nullptr, false});
+    QString error;
+    CHECK_FALSE(second.listen(f.inspector.port(), error));
+    CHECK(error == "The bound address is already in use");
+}

@@ -1,0 +1,270 @@
+#include "inspector/LoopbackHttpServer.hpp"
+
+#include "HttpTalk.hpp"
+
+#include <EventLoop.hpp>
+#include <LogCapture.hpp>
+
+#include <doctest/doctest.h>
+
+#include <QCoreApplication>
+#include <QTcpServer>
+
+#include <algorithm>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+namespace
+{
+/// A server that answers with what it was asked, and remembers it.
+struct Fixture
+{
+    explicit Fixture(LoopbackHttpServer::Handler handler = nullptr)
+        : server([this, handler](const LoopbackHttpServer::Request& request) {
+              requests.push_back(request);
+              if (handler)
+                  return handler(request);
+              return LoopbackHttpServer::Response{200, "text/plain", request.method + ' ' + request.path.toUtf8() + ' ' + request.body};
+          })
+    {
+        QString error;
+        REQUIRE_MESSAGE(server.listen(0, error), error.toStdString());
+        REQUIRE(server.port() > 0);
+    }
+    /// What the server sends for exactly these bytes.
+    HttpReply replyTo(const QByteArray& bytes)
+    {
+        HttpTalk talk(server.port());
+        talk.send(bytes);
+        return talk.reply();
+    }
+
+    std::vector<LoopbackHttpServer::Request> requests;
+    LoopbackHttpServer server;
+};
+
+const QByteArray kHost = "Host: 127.0.0.1\r\n";
+}
+
+TEST_CASE("loopback server: a request reaches the handler with path, query and body")
+{
+    Fixture f;
+    HttpTalk talk(f.server.port());
+    talk.send("POST /frames?count=3&dt=0.5&name=%C3%BC HTTP/1.1\r\n" + kHost + "Content-Length: 5\r\n\r\nhello");
+    const HttpReply reply = talk.reply();
+    CHECK(reply.status == 200);
+    CHECK(reply.body == "POST /frames hello");
+    CHECK(reply.head.contains("Content-Type: text/plain\r\n"));
+    CHECK(reply.head.contains("Cache-Control: no-store\r\n"));
+    REQUIRE(f.requests.size() == 1);
+    CHECK(f.requests[0].query.queryItemValue(QStringLiteral("count")) == "3");
+    CHECK(f.requests[0].query.queryItemValue(QStringLiteral("dt")) == "0.5");
+    CHECK(f.requests[0].query.queryItemValue(QStringLiteral("name"), QUrl::FullyDecoded) == "ü");
+}
+
+TEST_CASE("loopback server: a connection serves one request after the other")
+{
+    Fixture f;
+    HttpTalk talk(f.server.port());
+    for (const char* path : {"/a", "/b", "/c"}) {
+        talk.send("GET " + QByteArray(path) + " HTTP/1.1\r\n" + kHost + "\r\n");
+        const HttpReply reply = talk.reply();
+        CHECK(reply.body == "GET " + QByteArray(path) + ' ');
+        CHECK(reply.head.contains("Connection: keep-alive\r\n"));
+    }
+}
+
+TEST_CASE("loopback server: requests sent in one go are answered in order")
+{
+    Fixture f;
+    HttpTalk talk(f.server.port());
+    talk.send("GET /a HTTP/1.1\r\n" + kHost + "\r\nPOST /b HTTP/1.1\r\n" + kHost + "Content-Length: 1\r\n\r\nxGET /c HTTP/1.1\r\n" + kHost + "\r\n");
+    CHECK(talk.reply().body == "GET /a ");
+    CHECK(talk.reply().body == "POST /b x");
+    CHECK(talk.reply().body == "GET /c ");
+}
+
+TEST_CASE("loopback server: a request that comes byte by byte is a request")
+{
+    Fixture f;
+    HttpTalk talk(f.server.port());
+    for (const char c : "POST /slow HTTP/1.1\r\n" + kHost + "Transfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n0\r\n\r\n") {
+        talk.send(QByteArray(1, c));
+        QCoreApplication::processEvents();
+    }
+    CHECK(talk.reply().body == "POST /slow abc");
+}
+
+TEST_CASE("loopback server: a client that asks for the end of the connection gets it")
+{
+    Fixture f;
+    for (const QByteArray& bytes : {"GET / HTTP/1.1\r\n" + kHost + "Connection: close\r\n\r\n", "GET / HTTP/1.0\r\n" + kHost + "\r\n"}) {
+        HttpTalk talk(f.server.port());
+        talk.send(bytes + "GET /more HTTP/1.1\r\n" + kHost + "\r\n");
+        const HttpReply reply = talk.reply();
+        CHECK(reply.status == 200);
+        CHECK(reply.head.contains("Connection: close\r\n"));
+        CHECK(talk.isClosedByServer());
+    }
+    CHECK(f.requests.size() == 2);
+}
+
+TEST_CASE("loopback server: HEAD is answered like GET without the body, other methods reach the handler")
+{
+    Fixture f;
+    HttpTalk talk(f.server.port());
+    talk.send("HEAD /x HTTP/1.1\r\n" + kHost + "\r\nDELETE /y HTTP/1.1\r\n" + kHost + "\r\nFROB /z HTTP/1.1\r\n" + kHost + "\r\n");
+    const HttpReply head = talk.reply(true);
+    CHECK(head.status == 200);
+    CHECK(head.head.contains("Content-Length: 7\r\n"));
+    CHECK(talk.reply().body == "DELETE /y ");
+    CHECK(talk.reply().body == "FROB /z ");
+}
+
+TEST_CASE("loopback server: a request under another machine's name is refused unread")
+{
+    Fixture f;
+    for (const char* host : {"evil.example", "evil.example:80", "127.0.0.1.evil.example", "localhost.evil.example", "192.168.0.1", "", "[::2]:80"}) {
+        CAPTURE(host);
+        HttpTalk talk(f.server.port());
+        talk.send("GET /tree HTTP/1.1\r\nHost: " + QByteArray(host) + "\r\n\r\n");
+        CHECK(talk.reply().status == 403);
+        CHECK(talk.isClosedByServer());
+    }
+    CHECK(f.replyTo("GET /tree HTTP/1.0\r\n\r\n").status == 403);
+    CHECK(f.requests.empty());
+
+    for (const char* host : {"127.0.0.1", "127.0.0.1:8080", "localhost", "localhost:1", "[::1]", "[::1]:80"}) {
+        CAPTURE(host);
+        CHECK(f.replyTo("GET / HTTP/1.1\r\nHost: " + QByteArray(host) + "\r\n\r\n").status == 200);
+    }
+}
+
+TEST_CASE("loopback server: a page of another machine cannot make a browser ask")
+{
+    Fixture f;
+    for (const char* origin : {"http://evil.example", "https://127.0.0.1.evil.example", "null"}) {
+        CAPTURE(origin);
+        CHECK(f.replyTo("POST /frames HTTP/1.1\r\n" + kHost + "Origin: " + origin + "\r\nContent-Length: 0\r\n\r\n").status == 403);
+    }
+    CHECK(f.requests.empty());
+    CHECK(f.replyTo("POST /frames HTTP/1.1\r\n" + kHost + "Origin: http://127.0.0.1:8000\r\nContent-Length: 0\r\n\r\n").status == 200);
+}
+
+TEST_CASE("loopback server: what is no HTTP gets status 400 and the end of the connection")
+{
+    Fixture f;
+    for (const QByteArray& bytes :
+         {QByteArray("hello\r\n\r\n"), QByteArray("GET /\r\n\r\n"), QByteArray("GET / HTTP/9.9\r\n\r\n"), QByteArray("\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03", 11),
+          "GET / HTTP/1.1\r\n" + kHost + "bad header\r\n\r\n", "POST / HTTP/1.1\r\n" + kHost + "Content-Length: many\r\n\r\n",
+          "POST / HTTP/1.1\r\n" + kHost + "Transfer-Encoding: chunked\r\n\r\nzz\r\n"}) {
+        CAPTURE(bytes.toStdString());
+        HttpTalk talk(f.server.port());
+        talk.send(bytes);
+        CHECK(talk.reply().status == 400);
+        CHECK(talk.isClosedByServer());
+    }
+    CHECK(f.requests.empty());
+}
+
+TEST_CASE("loopback server: a header without an end is cut at its limit")
+{
+    Fixture f;
+    HttpTalk talk(f.server.port());
+    talk.send("GET / HTTP/1.1\r\n" + kHost + "X: " + QByteArray(int(LoopbackHttpServer::kHeaderLimit), 'x'));
+    CHECK(talk.reply().status == 431);
+    CHECK(talk.isClosedByServer());
+}
+
+TEST_CASE("loopback server: a body above the limit is refused before it has come")
+{
+    Fixture f;
+    const QByteArray tooMuch = QByteArray::number(LoopbackHttpServer::kBodyLimit + 1);
+    CHECK(f.replyTo("POST / HTTP/1.1\r\n" + kHost + "Content-Length: " + tooMuch + "\r\n\r\n").status == 413);
+    CHECK(f.replyTo("POST / HTTP/1.1\r\n" + kHost + "Content-Length: 99999999999999999\r\n\r\n").status == 413);
+    CHECK(f.requests.empty());
+    const QByteArray most(int(LoopbackHttpServer::kBodyLimit), 'x');
+    CHECK(f.replyTo("POST / HTTP/1.1\r\n" + kHost + "Content-Length: " + QByteArray::number(most.size()) + "\r\n\r\n" + most).status == 200);
+    REQUIRE(f.requests.size() == 1);
+    CHECK(f.requests[0].body == most);
+}
+
+TEST_CASE("loopback server: connections beyond the limit are closed, and room is made again")
+{
+    Fixture f;
+    std::vector<std::unique_ptr<HttpTalk>> talks;
+    for (int i = 0; i < LoopbackHttpServer::kMostConnections; ++i) {
+        talks.push_back(std::make_unique<HttpTalk>(f.server.port()));
+        talks.back()->send("GET / HTTP/1.1\r\n" + kHost + "\r\n");
+        REQUIRE(talks.back()->reply().status == 200);
+    }
+    HttpTalk tooMany(f.server.port());
+    CHECK(tooMany.isClosedByServer());
+    talks.clear();
+    CHECK(TestSupport::pumpUntil([&] { return ask(f.server.port(), "GET", "/").status == 200; }));
+}
+
+TEST_CASE("loopback server: while one request is answered the others wait, also when the handler lets events through")
+{
+    int depth = 0;
+    int deepest = 0;
+    std::unique_ptr<HttpTalk> second;
+    Fixture* fixture = nullptr;
+    Fixture f([&](const LoopbackHttpServer::Request& request) {
+        ++depth;
+        deepest = std::max(deepest, depth);
+        if (request.path == QLatin1String("/first")) {
+            second = std::make_unique<HttpTalk>(fixture->server.port());
+            second->send("GET /second HTTP/1.1\r\n" + kHost + "\r\n");
+            for (int i = 0; i < 50; ++i)
+                QCoreApplication::processEvents();
+        }
+        --depth;
+        return LoopbackHttpServer::Response{200, "text/plain", request.path.toUtf8()};
+    });
+    fixture = &f;
+    CHECK(f.replyTo("GET /first HTTP/1.1\r\n" + kHost + "\r\n").body == "/first");
+    REQUIRE(second);
+    CHECK(second->reply().body == "/second");
+    CHECK(deepest == 1);
+}
+
+TEST_CASE("loopback server: a client that goes while it is answered does no harm")
+{
+    std::unique_ptr<HttpTalk> talk;
+    Fixture f([&](const LoopbackHttpServer::Request& request) {
+        talk.reset();
+        for (int i = 0; i < 50; ++i) {
+            QCoreApplication::processEvents();
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        }
+        return LoopbackHttpServer::Response{200, "text/plain", request.path.toUtf8()};
+    });
+    talk = std::make_unique<HttpTalk>(f.server.port());
+    talk->send("GET /gone HTTP/1.1\r\n" + kHost + "\r\nGET /more HTTP/1.1\r\n" + kHost + "\r\n");
+    REQUIRE(TestSupport::pumpUntil([&] { return !f.requests.empty(); }));
+    CHECK_FALSE(talk);
+    talk = std::make_unique<HttpTalk>(f.server.port());
+    talk->send("GET /next HTTP/1.1\r\n" + kHost + "\r\n");
+    REQUIRE(TestSupport::pumpUntil([&] { return f.requests.back().path == QLatin1String("/next"); }));
+}
+
+TEST_CASE("loopback server: a handler that throws is a logged error and status 500")
+{
+    Fixture f([](const LoopbackHttpServer::Request&) -> LoopbackHttpServer::Response { throw std::runtime_error("no picture"); });
+    TestSupport::expectError("LoopbackHttpServer # Answering GET /x failed (no picture)");
+    const HttpReply reply = f.replyTo("GET /x HTTP/1.1\r\n" + kHost + "\r\n");
+    CHECK(reply.status == 500);
+    CHECK(reply.body == "no picture\n");
+}
+
+TEST_CASE("loopback server: a port that is taken is told")
+{
+    QTcpServer other;
+    REQUIRE(other.listen(QHostAddress::LocalHost));
+    LoopbackHttpServer server([](const LoopbackHttpServer::Request&) { return LoopbackHttpServer::Response(); });
+    QString error;
+    CHECK_FALSE(server.listen(other.serverPort(), error));
+    CHECK(error == "The bound address is already in use");
+}

@@ -1,0 +1,101 @@
+#include "services/MarkerService.hpp"
+
+#include "Folder.hpp"
+#include "services/PeopleRegistry.hpp"
+
+#include <Bedrock/AfterUpdateQueue.hpp>
+#include <Tavola/TesselServiceCache.hpp>
+#include <Trellis/Widget.hpp>
+
+#include <doctest/doctest.h>
+
+#include <thread>
+
+namespace
+{
+struct Fixture
+{
+    Fixture()
+    {
+        QString error;
+        registry = PeopleRegistry::open(folder.path(QStringLiteral("people.sqlite")), error);
+        REQUIRE_MESSAGE(registry, error.toStdString());
+        REQUIRE(registry->insert({{1001, QStringLiteral("Ann"), QStringLiteral("ann@museum.example"), QStringLiteral("key"), 0},
+                                  {1007, QString(), QString(), QString(), 3}}));
+        service = std::make_shared<MarkerService>(registry, cache);
+        service->fillCache();
+    }
+    ~Fixture() { Bedrock::AfterUpdateQueue::instance().clear(); }
+
+    /// As the plug-in does it: on another thread.
+    bool registerOnAThread(unsigned long code, const QString& name, const QString& email)
+    {
+        bool accepted = false;
+        std::thread([&] { accepted = service->registerPersonalMarker(code, name, email); }).join();
+        return accepted;
+    }
+
+    Folder folder;
+    std::shared_ptr<PeopleRegistry> registry;
+    std::shared_ptr<Tavola::TesselServiceCache> cache = std::make_shared<Tavola::TesselServiceCache>();
+    std::shared_ptr<MarkerService> service;
+};
+
+using Tavola::TesselServiceAPI;
+}
+
+TEST_CASE("marker service: the cache knows everybody who is in the registry")
+{
+    Fixture table;
+    REQUIRE(table.cache->isCached(1001));
+    const auto ann = table.cache->markerProperties(1001);
+    CHECK(ann.type() == TesselServiceAPI::MarkerProperties::kPersonal);
+    REQUIRE(ann.personalProperties());
+    CHECK(ann.personalProperties()->name == "Ann");
+    CHECK(ann.personalProperties()->email == "ann@museum.example");
+    CHECK(ann.personalProperties()->contentKey == "key");
+    CHECK(table.cache->markerProperties(1007).type() == TesselServiceAPI::MarkerProperties::kUnregistered);
+    CHECK_FALSE(table.cache->isCached(1002));
+}
+
+TEST_CASE("marker service: a registration on another thread reaches the cache after the update, and the registry at once")
+{
+    Fixture table;
+    CHECK(table.registerOnAThread(1007, QStringLiteral("Bo"), QStringLiteral("bo@museum.example")));
+    CHECK(table.registry->person(1007)->name == "Bo");
+    CHECK(table.cache->markerProperties(1007).type() == TesselServiceAPI::MarkerProperties::kUnregistered);
+
+    CHECK(Bedrock::AfterUpdateQueue::instance().drain() == 1);
+    const auto bo = table.cache->markerProperties(1007);
+    CHECK(bo.type() == TesselServiceAPI::MarkerProperties::kPersonal);
+    REQUIRE(bo.personalProperties());
+    CHECK(bo.personalProperties()->name == "Bo");
+    CHECK(bo.personalProperties()->email == "bo@museum.example");
+}
+
+TEST_CASE("marker service: a card that is not in the registry is refused and changes nothing")
+{
+    Fixture table;
+    CHECK_FALSE(table.registerOnAThread(4711, QStringLiteral("Eve"), QString()));
+    CHECK(Bedrock::AfterUpdateQueue::instance().isEmpty());
+    CHECK_FALSE(table.cache->isCached(4711));
+    CHECK_FALSE(table.registry->person(4711));
+}
+
+TEST_CASE("marker service: one that goes with a registration on its way does no harm")
+{
+    Fixture table;
+    CHECK(table.registerOnAThread(1007, QStringLiteral("Bo"), QString()));
+    table.service.reset();
+    table.registry.reset();
+    CHECK(Bedrock::AfterUpdateQueue::instance().drain() == 1);
+    CHECK(table.cache->markerProperties(1007).personalProperties()->name == "Bo");
+}
+
+TEST_CASE("marker service: it has no personal widgets of its own and says so")
+{
+    Fixture table;
+    const auto widget = table.service->personalWidget(1001);
+    REQUIRE_FALSE(widget.has_value());
+    CHECK(widget.error() == "This presentation has no folder for card 1001");
+}

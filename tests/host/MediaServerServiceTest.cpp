@@ -1,0 +1,264 @@
+#include "services/MediaServerService.hpp"
+
+#include "AnsweringServer.hpp"
+
+#include <EventLoop.hpp>
+
+#include <doctest/doctest.h>
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTimer>
+
+#include <optional>
+
+using TestSupport::pumpUntil;
+
+namespace
+{
+QUrl addressOf(quint16 port)
+{
+    return QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(port));
+}
+
+/// What became of a request.
+struct Outcome
+{
+    std::optional<QJsonObject> answer;
+    std::string failure;
+    [[nodiscard]] bool isThere() const { return answer || !failure.empty(); }
+};
+
+std::shared_ptr<Outcome> watch(folly::Future<QJsonObject> future)
+{
+    auto outcome = std::make_shared<Outcome>();
+    auto done = std::move(future).thenTry([outcome](folly::Try<QJsonObject>&& result) {
+        if (result.hasValue())
+            outcome->answer = result.value();
+        else if (const auto* error = result.tryGetExceptionObject<std::exception>())
+            outcome->failure = error->what();
+    });
+    return outcome;
+}
+
+const QJsonObject kCommand{{"command", "getuserpage"}, {"tessel", 1001}};
+
+/// Asks a server that answers `bytes` and closes; the failure begins behind "The media server ADDRESS ".
+Outcome askOf(AnsweringServer& server, double timeoutSeconds = 5.0)
+{
+    MediaServerService service(addressOf(server.port()), timeoutSeconds);
+    const auto outcome = watch(service.request(kCommand));
+    REQUIRE(pumpUntil([&] { return outcome->isThere(); }));
+    const std::string start = "The media server " + addressOf(server.port()).toString().toStdString() + ' ';
+    if (!outcome->failure.empty()) {
+        CHECK(outcome->failure.compare(0, start.size(), start) == 0);
+        outcome->failure.erase(0, start.size());
+    }
+    return *outcome;
+}
+
+Outcome askOf(const QByteArray& bytes)
+{
+    AnsweringServer server(bytes);
+    return askOf(server);
+}
+
+QByteArray reply(const QByteArray& status, const QByteArray& body, const QByteArray& more = {})
+{
+    return "HTTP/1.1 " + status + "\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n" + more + "\r\n" + body;
+}
+}
+
+TEST_CASE("media server service: a command goes out as one JSON object by POST, and the answer comes back")
+{
+    AnsweringServer server(reply("200 OK", R"({"success": true, "userpageurl": "http://a/p/ü"})"));
+    const Outcome outcome = askOf(server);
+    CHECK(outcome.answer == QJsonObject{{"success", true}, {"userpageurl", "http://a/p/ü"}});
+    REQUIRE(server.requests().size() == 1);
+    const QByteArray request = server.requests().front();
+    CHECK(request.startsWith("POST / HTTP/1.1\r\n"));
+    CHECK(request.contains("\r\nContent-Type: application/json\r\n"));
+    CHECK(QJsonDocument::fromJson(request.mid(request.indexOf("\r\n\r\n") + 4)).object() == kCommand);
+}
+
+TEST_CASE("media server service: an answer in pieces is an answer")
+{
+    SUBCASE("chunked")
+    {
+        const Outcome outcome = askOf("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n6\r\n{\"a\": \r\n2\r\n1}\r\n0\r\n\r\n");
+        CHECK(outcome.answer == QJsonObject{{"a", 1}});
+    }
+    SUBCASE("ended by the end of the connection")
+    {
+        CHECK(askOf("HTTP/1.0 200 OK\r\n\r\n{\"a\": 1}").answer == QJsonObject{{"a", 1}});
+    }
+}
+
+TEST_CASE("media server service: a JSON object with an error status is an answer")
+{
+    for (const char* status : {"500 Oops", "404 Not Found", "400 Bad Request", "422 No"}) {
+        CAPTURE(status);
+        CHECK(askOf(reply(status, R"({"success": false, "error": "no such file"})")).answer
+              == QJsonObject{{"success", false}, {"error", "no such file"}});
+    }
+}
+
+TEST_CASE("media server service: an error status without a JSON object is told by number")
+{
+    CHECK(askOf(reply("500 Oops", "<html>")).failure == "answered with status 500");
+    CHECK(askOf(reply("503 Busy", "")).failure == "answered with status 503");
+    CHECK(askOf(reply("404 Not Found", "[1]")).failure == "answered with status 404");
+    CHECK(askOf(reply("401 Who?", "", "WWW-Authenticate: Basic realm=\"media\"\r\n")).failure == "answered with status 401");
+}
+
+TEST_CASE("media server service: what is no JSON object is no answer")
+{
+    for (const char* body : {"", "<html>", "[1, 2]", "\"text\"", "5", "{\"a\": 1", "{} {}", "\xff\xfe"}) {
+        CAPTURE(body);
+        CHECK(askOf(reply("200 OK", body)).failure == "sent no JSON object");
+    }
+    CHECK(askOf("HTTP/1.1 204 No Content\r\n\r\n").failure == "sent no JSON object");
+}
+
+TEST_CASE("media server service: a redirection is told and not followed")
+{
+    AnsweringServer elsewhere(reply("200 OK", R"({"success": true})"));
+    for (const char* status : {"301 Moved", "302 Found", "307 Temporary", "308 Permanent"}) {
+        CAPTURE(status);
+        const std::string number = QByteArray(status).left(3).toStdString();
+        // Even when it carries a JSON object: the command has reached nobody who would carry it out.
+        CHECK(askOf(reply(status, R"({"success": true})", "Location: " + addressOf(elsewhere.port()).toEncoded() + "\r\n")).failure
+              == "answered with status " + number + " and points elsewhere; give the address it points to");
+    }
+    CHECK(elsewhere.requests().empty());
+}
+
+TEST_CASE("media server service: a server that is away fails at once, and a later attempt succeeds")
+{
+    quint16 port = 0;
+    {
+        const AnsweringServer server("");
+        port = server.port();
+    }
+    MediaServerService service(addressOf(port), 5.0);
+    const auto first = watch(service.request(kCommand));
+    REQUIRE(pumpUntil([&] { return first->isThere(); }));
+    CHECK(first->failure == "The media server " + addressOf(port).toString().toStdString() + " cannot be reached: Connection refused");
+
+    const AnsweringServer server(reply("200 OK", "{}"), port);
+    const auto second = watch(service.request(kCommand));
+    REQUIRE(pumpUntil([&] { return second->isThere(); }));
+    CHECK(second->answer == QJsonObject());
+}
+
+TEST_CASE("media server service: a server that does not answer in time fails, and one that trickles does as well")
+{
+    SUBCASE("silent")
+    {
+        AnsweringServer server([](QTcpSocket&) {});
+        CHECK(askOf(server, 0.05).failure == "did not answer within 0.05 s");
+    }
+    SUBCASE("trickling")
+    {
+        AnsweringServer server([](QTcpSocket& socket) {
+            socket.write("HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n{");
+            auto* drops = new QTimer(&socket);
+            QObject::connect(drops, &QTimer::timeout, &socket, [&socket] { socket.write(" "); });
+            drops->start(5);
+        });
+        CHECK(askOf(server, 0.1).failure == "did not answer within 0.1 s");
+    }
+}
+
+TEST_CASE("media server service: a connection that is cut is no answer")
+{
+    struct Row
+    {
+        const char* name;
+        QByteArray bytes;
+    };
+    const Row rows[] = {
+        {"before anything", ""},
+        {"in the header", "HTTP/1.1 200 OK\r\nContent-Le"},
+        {"in the body", "HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n{\"success\": tr"},
+        {"in the body, which looks whole", "HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n{\"success\": true}"},
+        {"in the body of an error that looks whole", "HTTP/1.1 500 Oops\r\nContent-Length: 1000\r\n\r\n{\"success\": true}"},
+        {"in a chunk", "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n40\r\n{\"success\": true}"},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.name);
+        CHECK(askOf(row.bytes).failure == "cannot be reached: Connection closed");
+    }
+}
+
+TEST_CASE("media server service: a length that is too short cuts the answer, which is then none")
+{
+    CHECK(askOf("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\n{\"success\": true}").failure == "sent no JSON object");
+}
+
+TEST_CASE("media server service: what is no HTTP is no answer")
+{
+    const std::string failure = askOf("SSH-2.0-OpenSSH_9.2\r\n").failure;
+    CHECK(failure.compare(0, 19, "cannot be reached: ") == 0);
+}
+
+TEST_CASE("media server service: an answer without an end is given up at the limit")
+{
+    qint64 sent = 0;
+    AnsweringServer server([&sent](QTcpSocket& socket) {
+        const auto more = [&socket, &sent] {
+            if (socket.bytesToWrite() < (1 << 16))
+                sent += socket.write(QByteArray(1 << 16, ' '));
+        };
+        socket.write("HTTP/1.1 200 OK\r\n\r\n{");
+        QObject::connect(&socket, &QTcpSocket::bytesWritten, &socket, more);
+        more();
+    });
+    CHECK(askOf(server, 30.0).failure == "sent an answer that is too long");
+    // What the system's own buffers hold comes on top.
+    CHECK(sent < 32 * MediaServerService::kLargestAnswerBytes);
+}
+
+TEST_CASE("media server service: a long answer below the limit is read whole")
+{
+    const QJsonObject large{{"text", QString(int(MediaServerService::kLargestAnswerBytes) - 100, QLatin1Char('x'))}};
+    CHECK(askOf(reply("200 OK", QJsonDocument(large).toJson(QJsonDocument::Compact))).answer == large);
+}
+
+TEST_CASE("media server service: a packed answer is not unpacked")
+{
+    AnsweringServer server(reply("200 OK", "\x1f\x8b\x08 and so on", "Content-Encoding: gzip\r\n"));
+    CHECK(askOf(server).failure == "sent no JSON object");
+    REQUIRE(server.requests().size() == 1);
+    CHECK(server.requests().front().contains("\r\nAccept-Encoding: identity\r\n"));
+}
+
+TEST_CASE("media server service: one that goes fails what is under way")
+{
+    AnsweringServer server([](QTcpSocket&) {});
+    auto service = std::make_unique<MediaServerService>(addressOf(server.port()), 60.0);
+    const auto sent = watch(service->request(kCommand));
+    const auto unsent = watch(service->request(kCommand));
+    REQUIRE(pumpUntil([&] { return !server.requests().empty(); }));
+    CHECK_FALSE(sent->isThere());
+    service.reset();
+    const std::string told = "The media server " + addressOf(server.port()).toString().toStdString() + " was not waited for: the table closes";
+    CHECK(sent->failure == told);
+    CHECK(unsent->failure == told);
+}
+
+TEST_CASE("media server service: commands are answered each with its own answer")
+{
+    AnsweringServer server([&](QTcpSocket& socket) {
+        const QByteArray& request = server.requests().back();
+        socket.write(reply("200 OK", request.mid(request.indexOf("\r\n\r\n") + 4)));
+    });
+    MediaServerService service(addressOf(server.port()), 5.0);
+    std::vector<std::shared_ptr<Outcome>> outcomes;
+    for (int i = 0; i < 20; ++i)
+        outcomes.push_back(watch(service.request({{"number", i}})));
+    for (int i = 0; i < 20; ++i) {
+        REQUIRE(pumpUntil([&] { return outcomes[std::size_t(i)]->isThere(); }));
+        CHECK(outcomes[std::size_t(i)]->answer == QJsonObject{{"number", i}});
+    }
+}

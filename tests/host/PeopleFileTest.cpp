@@ -1,0 +1,164 @@
+#include "services/PeopleFile.hpp"
+
+#include "Folder.hpp"
+
+#include <LogCapture.hpp>
+
+#include <doctest/doctest.h>
+
+using TestSupport::expectWarning;
+
+namespace
+{
+std::vector<Person> parsed(const char* text)
+{
+    bool complete = false;
+    auto people = PeopleFile::parse(QString::fromUtf8(text), QStringLiteral("p.csv"), complete);
+    CHECK(complete);
+    return people;
+}
+
+/// Of a text in which something is skipped, with the warnings announced before.
+std::vector<Person> partOf(const char* text)
+{
+    bool complete = true;
+    auto people = PeopleFile::parse(QString::fromUtf8(text), QStringLiteral("p.csv"), complete);
+    CHECK_FALSE(complete);
+    return people;
+}
+
+Person person(unsigned long code, const char* name = "", const char* email = "", const char* contentKey = "", int kind = 0)
+{
+    return {code, QString::fromUtf8(name), QString::fromUtf8(email), QString::fromUtf8(contentKey), kind};
+}
+
+using People = std::vector<Person>;
+}
+
+TEST_CASE("people file: a line is a person")
+{
+    CHECK(parsed("code,name,email,content-key,kind\n"
+                 "1001,Ann,ann@museum.example,key-1,personal\n"
+                 "1002,,,,unregistered\n"
+                 "1003,Bo,,,7\n")
+          == People{person(1001, "Ann", "ann@museum.example", "key-1"), person(1002, "", "", "", 3), person(1003, "Bo", "", "", 7)});
+}
+
+TEST_CASE("people file: columns stand in any order, all but the code may be missing")
+{
+    CHECK(parsed("email, Code ,NAME\na@b,5,Ann\n") == People{person(5, "Ann", "a@b")});
+    CHECK(parsed("code\n5\n6") == People{person(5), person(6)});
+    CHECK(parsed("code,name,email\n5\n6,Bo\n") == People{person(5), person(6, "Bo")});
+    CHECK(parsed("code,name\n").empty());
+}
+
+TEST_CASE("people file: quotes keep commas, quotes and line breaks")
+{
+    CHECK(parsed("code,name,email\n"
+                 "1,\"Smith, Ann\",a@b\n"
+                 "2,\"Ann \"\"Bee\"\" Smith\",\n"
+                 "3,\"two\r\nlines\",\n"
+                 "\"4\", \"spaced\" ,\n"
+                 "5,\"\",\"\"\n")
+          == People{person(1, "Smith, Ann", "a@b"), person(2, "Ann \"Bee\" Smith"), person(3, "two\nlines"), person(4, "spaced"), person(5)});
+}
+
+TEST_CASE("people file: every kind of line end will do, and blank lines do not matter")
+{
+    const People both{person(1, "Ann"), person(2, "Bo")};
+    CHECK(parsed("code,name\r\n1,Ann\r\n2,Bo\r\n") == both);
+    CHECK(parsed("code,name\r1,Ann\r2,Bo") == both);
+    CHECK(parsed("\n\ncode,name\n\n1,Ann\n   \n2,Bo\n\n") == both);
+}
+
+TEST_CASE("people file: names of all scripts are kept")
+{
+    CHECK(parsed("code,name\n1,Jürgen Åström\n2,山田 花子\n3,ليلى حداد\n4,שלום\n5,😀\n")
+          == People{person(1, "Jürgen Åström"), person(2, "山田 花子"), person(3, "ليلى حداد"), person(4, "שלום"), person(5, "😀")});
+}
+
+TEST_CASE("people file: the whole range of codes is read")
+{
+    CHECK(parsed("code\n0\n9223372036854775808\n18446744073709551615\n")
+          == People{person(0), person(9223372036854775808ul), person(18446744073709551615ul)});
+}
+
+TEST_CASE("people file: a byte order mark at the beginning is no part of the first column")
+{
+    const Folder folder;
+    bool complete = false;
+    CHECK(PeopleFile::read(folder.write(QStringLiteral("p.csv"), "\xEF\xBB\xBF" "code,name\r\n7,Jürgen\r\n"), complete) == People{person(7, "Jürgen")});
+    CHECK(complete);
+}
+
+TEST_CASE("people file: a line that cannot be read is told by number and costs itself only")
+{
+    struct Row
+    {
+        const char* line;
+        const char* why;
+    };
+    const Row rows[] = {
+        {"x,Ann,", "'x' is no card code, a whole number is expected"},
+        {",Ann,", "'' is no card code, a whole number is expected"},
+        {"-1,Ann,", "'-1' is no card code, a whole number is expected"},
+        {"1.5,Ann,", "'1.5' is no card code, a whole number is expected"},
+        {"18446744073709551616,Ann,", "'18446744073709551616' is no card code, a whole number is expected"},
+        {"5,Ann,friend", "'friend' is no kind; personal, unregistered or a number is expected"},
+        {"5,Smith, Ann,personal", "4 fields for 3 columns (put quotes around a field with a comma)"},
+        {"1,Ann,", "code 1 stands in line 2 already"},
+        {"5,\"Ann,", "a quote is opened and never closed"},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.line);
+        expectWarning(std::string("PeopleFile # p.csv:3: ") + row.why + "; the line is skipped");
+        const QByteArray text = QByteArray("code,name,kind\n1,First,\n") + row.line + "\n2,Last,\n";
+        CHECK(partOf(text.constData()) == People{person(1, "First"), person(2, "Last")});
+    }
+}
+
+TEST_CASE("people file: line numbers go on counting through quotes and other line ends")
+{
+    expectWarning("PeopleFile # p.csv:5: 'x' is no card code, a whole number is expected; the line is skipped");
+    CHECK(partOf("code,name\r\n1,\"a\r\nb\nc\"\r\nx,\r\n2,\n") == People{person(1, "a\nb\nc"), person(2)});
+}
+
+TEST_CASE("people file: two open quotes cost two lines")
+{
+    expectWarning("PeopleFile # p.csv:4: a quote is opened and never closed; the line is skipped");
+    CHECK(partOf("code,name\n1,\"Ann\n2,Bo\"\n3,\"Cy\n4,Di\n") == People{person(1, "Ann\n2,Bo"), person(4, "Di")});
+}
+
+TEST_CASE("people file: without a column of codes nobody is read")
+{
+    const std::string why = ": the first line must name the columns, \"code\" among them (code,name,email,content-key,kind); nobody was read";
+    for (const char* text : {"", "\n\n", "1001,Ann,ann@museum.example\n1002,Bo,\n", "name,email\nAnn,\n", "\"code,name\n1,Ann\n"}) {
+        CAPTURE(text);
+        expectWarning("PeopleFile # p.csv:1" + why);
+        CHECK(partOf(text).empty());
+    }
+}
+
+TEST_CASE("people file: a column that is not known is told, and the rest is read")
+{
+    expectWarning("PeopleFile # p.csv:1: unknown column 'e-mail', known are code, name, email, content-key, kind; the column is skipped");
+    CHECK(partOf("code,e-mail,name\n1,a@b,Ann\n") == People{person(1, "Ann")});
+}
+
+TEST_CASE("people file: a text in another encoding is left empty, the card works")
+{
+    const Folder folder;
+    const QString path = folder.write(QStringLiteral("p.csv"), "code,name,email\n1,J\xfcrgen,j@b\n2,Ann,\n");
+    expectWarning("PeopleFile # " + path.toStdString() + ":2: the name is no UTF-8 text (save the file as UTF-8); it is left empty");
+    bool complete = true;
+    CHECK(PeopleFile::read(path, complete) == People{person(1, "", "j@b"), person(2, "Ann")});
+    CHECK_FALSE(complete);
+}
+
+TEST_CASE("people file: one that is not there is told, and nobody is read")
+{
+    expectWarning("PeopleFile # Failed to read /none/p.csv (No such file or directory); nobody was read");
+    bool complete = true;
+    CHECK(PeopleFile::read(QStringLiteral("/none/p.csv"), complete).empty());
+    CHECK_FALSE(complete);
+}

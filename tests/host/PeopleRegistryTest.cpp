@@ -1,0 +1,219 @@
+#include "services/PeopleRegistry.hpp"
+
+#include "Folder.hpp"
+
+#include <LogCapture.hpp>
+
+#include <doctest/doctest.h>
+
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QVariant>
+
+#include <algorithm>
+#include <thread>
+
+namespace
+{
+std::unique_ptr<PeopleRegistry> opened(const QString& path)
+{
+    QString error;
+    auto registry = PeopleRegistry::open(path, error);
+    REQUIRE_MESSAGE(registry, error.toStdString());
+    return registry;
+}
+
+QString refusal(const QString& path)
+{
+    QString error;
+    CHECK_FALSE(PeopleRegistry::open(path, error));
+    return error;
+}
+
+/// The database as another program sees it.
+void execute(const QString& path, const QString& statement)
+{
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("other"));
+        database.setDatabaseName(path);
+        REQUIRE(database.open());
+        QSqlQuery query(database);
+        REQUIRE_MESSAGE(query.exec(statement), query.lastError().text().toStdString());
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("other"));
+}
+
+using People = std::vector<Person>;
+const Person kAnn{1001, QStringLiteral("Ann"), QStringLiteral("ann@museum.example"), QStringLiteral("key"), 0};
+const Person kNobody{1002, QString(), QString(), QString(), 3};
+}
+
+TEST_CASE("people registry: a new one is empty, and its folder is made")
+{
+    const Folder folder;
+    const auto registry = opened(folder.path(QStringLiteral("a/b/people.sqlite")));
+    CHECK(registry->isEmpty());
+    CHECK(registry->people().empty());
+    CHECK_FALSE(registry->person(1001));
+}
+
+TEST_CASE("people registry: people are there again after a new start")
+{
+    const Folder folder;
+    const QString path = folder.path(QStringLiteral("people.sqlite"));
+    CHECK(opened(path)->insert({kNobody, kAnn}));
+    const auto registry = opened(path);
+    CHECK_FALSE(registry->isEmpty());
+    CHECK(registry->people() == People{kAnn, kNobody});
+    CHECK(registry->person(1001) == kAnn);
+    CHECK_FALSE(registry->person(7));
+}
+
+TEST_CASE("people registry: entering a code again replaces its owner")
+{
+    const Folder folder;
+    const auto registry = opened(folder.path(QStringLiteral("people.sqlite")));
+    CHECK(registry->insert({kAnn}));
+    Person other = kAnn;
+    other.name = QStringLiteral("Bo'; DROP TABLE people; --");
+    CHECK(registry->insert({other}));
+    CHECK(registry->people() == People{other});
+}
+
+TEST_CASE("people registry: codes of the whole range are kept and stand in order")
+{
+    const Folder folder;
+    const auto registry = opened(folder.path(QStringLiteral("people.sqlite")));
+    const unsigned long codes[] = {18446744073709551615ul, 9223372036854775808ul, 9007199254740993ul, 10, 9, 0};
+    People people;
+    for (const unsigned long code : codes)
+        people.push_back({code, {}, {}, {}, 0});
+    CHECK(registry->insert(people));
+    std::reverse(people.begin(), people.end());
+    CHECK(registry->people() == people);
+    CHECK(registry->registerOwner(18446744073709551615ul, QStringLiteral("Max"), QString()));
+    CHECK(registry->person(18446744073709551615ul)->name == "Max");
+}
+
+TEST_CASE("people registry: either everybody of a list is entered or nobody")
+{
+    const Folder folder;
+    const QString path = folder.path(QStringLiteral("people.sqlite"));
+    const auto registry = opened(path);
+    CHECK(registry->insert({kAnn}));
+    execute(path, QStringLiteral("CREATE TRIGGER refuse BEFORE INSERT ON people WHEN NEW.code = '666' BEGIN SELECT RAISE(ABORT, 'no such card'); END"));
+    TestSupport::expectWarningStartingWith("PeopleRegistry # Failed to write " + path.toStdString() + " (");
+    CHECK_FALSE(registry->insert({kNobody, {666, {}, {}, {}, 0}, {7, {}, {}, {}, 0}}));
+    CHECK(registry->people() == People{kAnn});
+}
+
+TEST_CASE("people registry: a card gets an owner, and is a personal card from then on")
+{
+    const Folder folder;
+    const QString path = folder.path(QStringLiteral("people.sqlite"));
+    CHECK(opened(path)->insert({kNobody}));
+    CHECK(opened(path)->registerOwner(1002, QStringLiteral("山田"), QStringLiteral("y@museum.example")));
+    CHECK(opened(path)->person(1002) == Person{1002, QStringLiteral("山田"), QStringLiteral("y@museum.example"), {}, 0});
+}
+
+TEST_CASE("people registry: a card that nobody has printed cannot be registered")
+{
+    const Folder folder;
+    const auto registry = opened(folder.path(QStringLiteral("people.sqlite")));
+    CHECK(registry->insert({kAnn}));
+    CHECK_FALSE(registry->registerOwner(77, QStringLiteral("Bo"), QString()));
+    CHECK(registry->people() == People{kAnn});
+}
+
+TEST_CASE("people registry: a file that is something else is refused and left as it was")
+{
+    const Folder folder;
+    const QByteArray bytes = QByteArray("This is a letter, not a database. ").repeated(200);
+    const QString path = folder.write(QStringLiteral("people.sqlite"), bytes);
+    CHECK(refusal(path).startsWith(path + QStringLiteral(" cannot be used as the registry of people (")));
+    CHECK(refusal(path).endsWith(QStringLiteral("; move it away to begin a new one")));
+    QFile file(path);
+    REQUIRE(file.open(QIODevice::ReadOnly));
+    CHECK(file.readAll() == bytes);
+}
+
+TEST_CASE("people registry: a damaged file is refused or told, never a crash")
+{
+    const Folder folder;
+    const QString path = folder.path(QStringLiteral("people.sqlite"));
+    {
+        People many;
+        for (unsigned long code = 1; code <= 500; ++code)
+            many.push_back({code, QStringLiteral("Visitor"), QString(), QString(), 0});
+        CHECK(opened(path)->insert(many));
+    }
+    QFile file(path);
+    REQUIRE(file.open(QIODevice::ReadWrite));
+    REQUIRE(file.size() > 8192);
+    REQUIRE(file.seek(4096));
+    REQUIRE(file.write(QByteArray(int(file.size()) - 4096, '\x5a')) > 0);
+    file.close();
+
+    const auto registry = opened(path); // the first page is whole
+    TestSupport::expectWarningStartingWith("PeopleRegistry # Failed to read " + path.toStdString() + " (");
+    CHECK(registry->people().empty());
+    TestSupport::expectWarningStartingWith("PeopleRegistry # Failed to write " + path.toStdString() + " (");
+    CHECK_FALSE(registry->insert({kAnn}));
+}
+
+TEST_CASE("people registry: a file of a newer version is refused and left as it was")
+{
+    const Folder folder;
+    const QString path = folder.path(QStringLiteral("people.sqlite"));
+    CHECK(opened(path)->insert({kAnn}));
+    execute(path, QStringLiteral("PRAGMA user_version = 99"));
+    CHECK(refusal(path) == path + QStringLiteral(" was made by a newer version of this program; use that one, or move the file away to begin a new one"));
+    execute(path, QStringLiteral("PRAGMA user_version = 1"));
+    CHECK(opened(path)->people() == People{kAnn});
+}
+
+TEST_CASE("people registry: where no file can be, the reason is told")
+{
+    const Folder folder;
+    const QString file = folder.write(QStringLiteral("file"), "");
+    CHECK(refusal(file + QStringLiteral("/people.sqlite")) == QStringLiteral("cannot make the folder ") + file);
+    CHECK(refusal(folder.path()).startsWith(QStringLiteral("cannot open ") + folder.path()));
+    // Not even the superuser can make files there.
+    CHECK(refusal(QStringLiteral("/proc/people.sqlite")).startsWith(QStringLiteral("cannot open /proc/people.sqlite (")));
+}
+
+TEST_CASE("people registry: two of them on one file see each other's people")
+{
+    const Folder folder;
+    const QString path = folder.path(QStringLiteral("people.sqlite"));
+    const auto one = opened(path);
+    const auto other = opened(path);
+    CHECK(one->insert({kAnn}));
+    CHECK(other->insert({kNobody}));
+    CHECK(one->people() == People{kAnn, kNobody});
+    CHECK(other->people() == People{kAnn, kNobody});
+}
+
+TEST_CASE("people registry: threads that write at once all get through")
+{
+    const Folder folder;
+    const auto registry = opened(folder.path(QStringLiteral("people.sqlite")));
+    constexpr unsigned long kEach = 20;
+    const auto enter = [&](unsigned long first) {
+        for (unsigned long i = 0; i < kEach; ++i)
+            if (!registry->insert({{first + i, QStringLiteral("Visitor"), QString(), QString(), 3}})
+                || !registry->registerOwner(first + i, QStringLiteral("Owner"), QString()))
+                return;
+    };
+    std::vector<std::thread> threads;
+    for (unsigned long t = 1; t <= 3; ++t)
+        threads.emplace_back(enter, t * 100);
+    for (unsigned long i = 0; i < kEach; ++i)
+        (void)registry->people();
+    for (std::thread& thread : threads)
+        thread.join();
+    const People people = registry->people();
+    CHECK(people.size() == 3 * kEach);
+    CHECK(std::all_of(people.begin(), people.end(), [](const Person& p) { return p.name == "Owner" && p.kind == 0; }));
+}

@@ -1,0 +1,258 @@
+// The real program, as a venue starts it.
+
+#include "Folder.hpp"
+#include "HttpTalk.hpp"
+
+#include <EventLoop.hpp>
+
+#include <doctest/doctest.h>
+
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTcpServer>
+#include <QUdpSocket>
+
+#include <algorithm>
+#include <csignal>
+
+namespace
+{
+constexpr int kPatienceMs = 30000;
+
+class Program
+{
+public:
+    explicit Program(const QStringList& arguments)
+    {
+        m_process.setProgram(QStringLiteral(TAVOLA_PROGRAM));
+        m_process.setArguments(arguments);
+        m_process.start();
+        REQUIRE(m_process.waitForStarted(kPatienceMs));
+    }
+    ~Program()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    /// The exit code, once it has ended by itself; -1 when it does not, or crashes.
+    int exitCode()
+    {
+        if (!TestSupport::pumpUntil([this] { return m_process.state() == QProcess::NotRunning; }, kPatienceMs))
+            return -1;
+        read();
+        return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+    }
+    void end(int signal) { ::kill(pid_t(m_process.processId()), signal); }
+
+    /// What the first group of `pattern` matches in the output, as soon as it does.
+    QString told(const char* pattern)
+    {
+        const QRegularExpression expression{QLatin1String(pattern)};
+        QRegularExpressionMatch match;
+        const bool found = TestSupport::pumpUntil(
+            [&] {
+                read();
+                match = expression.match(QString::fromUtf8(m_output));
+                return match.hasMatch() || m_process.state() == QProcess::NotRunning;
+            },
+            kPatienceMs);
+        REQUIRE_MESSAGE((found && match.hasMatch()), (m_output + m_errors).toStdString());
+        return match.captured(1);
+    }
+    int inspector() { return told("inspector on http://127\\.0\\.0\\.1:(\\d+)/").toInt(); }
+
+    const QByteArray& output() const { return m_output; }
+    const QByteArray& errors() const { return m_errors; }
+
+private:
+    void read()
+    {
+        m_output += m_process.readAllStandardOutput();
+        m_errors += m_process.readAllStandardError();
+    }
+
+    QProcess m_process;
+    QByteArray m_output;
+    QByteArray m_errors;
+};
+
+/// `tavola run` without a window, with data of its own and on a port of the system's choice.
+QStringList runArguments(const Folder& data, const QString& presentation, const QStringList& more = {})
+{
+    return QStringList{QStringLiteral("run"), presentation, QStringLiteral("--headless"), QStringLiteral("--data"),
+                       data.path(QStringLiteral("data"))}
+        + (more.contains(QStringLiteral("--tuio")) ? QStringList() : QStringList{QStringLiteral("--tuio"), QStringLiteral("127.0.0.1:0")}) + more;
+}
+
+QStringList texts(const QJsonArray& log, const char* level)
+{
+    QStringList result;
+    for (const QJsonValue& line : log)
+        if (line.toObject().value("level") == QLatin1String(level))
+            result << line.toObject().value("text").toString();
+    return result;
+}
+}
+
+TEST_CASE("tavola: help and version are told on standard output")
+{
+    for (const char* argument : {"--help", "-h", "help"}) {
+        Program program({QLatin1String(argument)});
+        CHECK(program.exitCode() == 0);
+        CHECK(program.output().startsWith("usage: tavola COMMAND ...\n"));
+        CHECK(program.output().contains("tavola run --help"));
+        CHECK(program.errors().isEmpty());
+    }
+    {
+        Program program({QStringLiteral("run"), QStringLiteral("x"), QStringLiteral("--help")});
+        CHECK(program.exitCode() == 0);
+        CHECK(program.output().startsWith("usage: tavola run PRESENTATION [OPTION ...]\n"));
+    }
+    Program program({QStringLiteral("--version")});
+    CHECK(program.exitCode() == 0);
+    CHECK(program.output() == "tavola " TAVOLA_VERSION "\n");
+}
+
+TEST_CASE("tavola: a command line that makes no sense is exit code 2 and tells why on standard error")
+{
+    struct Row
+    {
+        QStringList arguments;
+        QByteArray errors;
+    };
+    const Row rows[] = {
+        {{"open"}, "tavola: unknown command open; see tavola --help\n"},
+        {{"run"}, "tavola: which presentation? Give its folder, for example: tavola run presentations/gallery\n"},
+        {{"run", "x", "--fast"}, "tavola: unknown option --fast; see tavola run --help\n"},
+        {{"run", "x", "--size", "big"}, "tavola: --size wants WIDTHxHEIGHT in pixels, each from 10 to 16384, for example 1920x1080\n"},
+    };
+    for (const Row& row : rows) {
+        Program program(row.arguments);
+        CHECK(program.exitCode() == 2);
+        CHECK(program.errors().toStdString() == row.errors.toStdString());
+        CHECK(program.output().isEmpty());
+    }
+    Program program({});
+    CHECK(program.exitCode() == 2);
+    CHECK(program.errors().startsWith("usage: tavola COMMAND ...\n"));
+}
+
+TEST_CASE("tavola: what keeps a table from opening is exit code 1 and tells why")
+{
+    const Folder folder;
+    const QString good = folder.write(QStringLiteral("good/presentation.json"), "{}");
+    const QString bad = folder.write(QStringLiteral("bad/presentation.json"), "{\n  \"title\": \"x\",,\n}");
+    const QString library = folder.write(QStringLiteral("broken.so"), "This is a letter, not a library.");
+    QUdpSocket input;
+    REQUIRE(input.bind(QHostAddress::LocalHost, 0, QAbstractSocket::DontShareAddress));
+    QTcpServer inspector;
+    REQUIRE(inspector.listen(QHostAddress::LocalHost));
+    const QString inputAddress = QStringLiteral("127.0.0.1:%1").arg(input.localPort());
+    const QString inspectorPort = QString::number(inspector.serverPort());
+    struct Row
+    {
+        QStringList arguments;
+        QString told;
+    };
+    const Row rows[] = {
+        {runArguments(folder, folder.path(QStringLiteral("none"))),
+         QStringLiteral("tavola: cannot read %1 (No such file or directory); give the folder of a presentation\n").arg(folder.path(QStringLiteral("none")))},
+        {runArguments(folder, bad), QStringLiteral("tavola: %1:2:17: ").arg(bad)},
+        {runArguments(folder, good, {QStringLiteral("--plugin"), library}), QStringLiteral("tavola: plug-in %1 cannot be loaded: %1: ").arg(library)},
+        {runArguments(folder, good, {QStringLiteral("--plugin"), QStringLiteral("no-such-plug-in")}),
+         QStringLiteral("tavola: there is no plug-in no-such-plug-in; looked for in ")},
+        {runArguments(folder, good, {QStringLiteral("--tuio"), inputAddress}),
+         QStringLiteral("tavola: UdpDatagramSource # Failed to listen on %1 (").arg(inputAddress)},
+        {runArguments(folder, good, {QStringLiteral("--inspect"), inspectorPort}),
+         QStringLiteral("tavola: the inspector cannot listen on port %1: The bound address is already in use\n").arg(inspectorPort)},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.told.toStdString());
+        Program program(row.arguments);
+        CHECK(program.exitCode() == 1);
+        CAPTURE(program.errors().toStdString());
+        CHECK(QString::fromUtf8(program.errors()).contains(row.told));
+        CHECK_FALSE(program.output().contains("is open"));
+    }
+}
+
+TEST_CASE("tavola: a table without a window under the manual clock tells its ports, is looked at, and ends when asked to")
+{
+    for (const int signal : {SIGTERM, SIGINT}) {
+        CAPTURE(signal);
+        const Folder data;
+        Program program(runArguments(data, QStringLiteral(TAVOLA_GALLERY), {"--plugin", TAVOLA_PLUGIN, "--manual-clock", "--inspect", "0"}));
+        CHECK(program.told("TUIO on 127\\.0\\.0\\.1:(\\d+)\n").toInt() > 0);
+        const int port = program.inspector();
+        program.told("tavola: (The Small Museum) is open\n");
+
+        const QJsonObject before = ask(port, "GET", "/status").json().object();
+        CHECK(before.value("frame").toInt(-1) == 0);
+        const QJsonObject after = ask(port, "POST", "/frames?count=5&dt=0.1").json().object();
+        CHECK(after.value("frame").toInt() == 5);
+        CHECK(after.value("time").toDouble() == doctest::Approx(0.5));
+        const QByteArray tree = ask(port, "GET", "/tree").body;
+        for (const char* id : {"\"detector\"", "\"museum\"", "\"tidal-study\""})
+            CHECK_MESSAGE(tree.contains(id), id);
+        QImage picture;
+        REQUIRE(picture.loadFromData(ask(port, "GET", "/screenshot.png").body, "PNG"));
+        CHECK(picture.size() == QSize(1920, 1080));
+        CHECK(texts(ask(port, "GET", "/log").json().array(), "warning").isEmpty());
+        CHECK(texts(ask(port, "GET", "/log").json().array(), "error").isEmpty());
+
+        program.end(signal);
+        CHECK(program.exitCode() == 0);
+        CAPTURE(program.errors().toStdString());
+        CHECK_FALSE(program.errors().contains("warning"));
+        CHECK_FALSE(program.errors().contains("ERROR"));
+    }
+}
+
+TEST_CASE("tavola: by the clock frames run by themselves")
+{
+    const Folder data;
+    Program program(runArguments(data, QStringLiteral(TAVOLA_GALLERY), {"--plugin", TAVOLA_PLUGIN, "--inspect", "0", "--size", "640x360"}));
+    const int port = program.inspector();
+    CHECK(TestSupport::pumpUntil([&] { return ask(port, "GET", "/status").json().object().value("frame").toInt() >= 3; }, kPatienceMs));
+    CHECK(ask(port, "POST", "/frames?count=1").status == 403);
+    program.end(SIGTERM);
+    CHECK(program.exitCode() == 0);
+}
+
+TEST_CASE("tavola: files with mistakes are told with their places, and the rest of the presentation works")
+{
+    const Folder folder;
+    const QString presentation = folder.write(QStringLiteral("rooms/presentation.json"), R"({
+        "title": "Rooms", "styleSheets": ["look.css"], "people": "people.csv", "colour": "blue",
+        "widgets": [{"component": "panel", "id": "a"}, {"component": "picture", "attributes": {"source": {"file": "none.png"}}}, {"component": "volcano"}]})");
+    const QString sheet = folder.write(QStringLiteral("rooms/look.css"), "#a { left: 10px;\n     width: blue;\n     height: 30px }\n");
+    const QString people = folder.write(QStringLiteral("rooms/people.csv"), "code,name\nx,Bo\n1001,Ann\n");
+    Program program(runArguments(folder, folder.path(QStringLiteral("rooms")), {"--manual-clock", "--inspect", "0"}));
+    const int port = program.inspector();
+    program.told("tavola: (Rooms) is open\n");
+    ask(port, "POST", "/frames");
+
+    const QStringList warnings = texts(ask(port, "GET", "/log").json().array(), "warning");
+    const auto isTold = [&](const QString& text) {
+        return std::any_of(warnings.begin(), warnings.end(), [&](const QString& line) { return line.contains(text); });
+    };
+    CAPTURE(warnings.join(QLatin1Char('\n')).toStdString());
+    CHECK(isTold(presentation + QStringLiteral(": colour: unknown entry")));
+    CHECK(isTold(presentation + QStringLiteral(": widgets[1].attributes.source: there is no file")));
+    CHECK(isTold(QStringLiteral("There is no component \"volcano\"")));
+    CHECK(isTold(sheet + QStringLiteral(":2:")));
+    CHECK(isTold(people + QStringLiteral(":2: 'x' is no card code")));
+    CHECK(warnings.size() == 5);
+
+    const QByteArray tree = ask(port, "GET", "/tree").body;
+    CHECK(tree.contains("\"cssId\":\"a\""));
+    CHECK(tree.contains("\"height\":30"));
+    program.end(SIGTERM);
+    CHECK(program.exitCode() == 0);
+}

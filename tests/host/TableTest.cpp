@@ -1,0 +1,292 @@
+#include "Table.hpp"
+
+#include "Folder.hpp"
+#include "inspector/WidgetReport.hpp"
+#include "services/PeopleRegistry.hpp"
+
+#include <Bedrock/AfterUpdateQueue.hpp>
+#include <Bedrock/ReferenceCounted.hpp>
+#include <EventLoop.hpp>
+#include <LogCapture.hpp>
+#include <Tactile/TuioInput.hpp>
+#include <Tavola/ServiceProvider.hpp>
+#include <Tavola/Tavola.hpp>
+#include <Tavola/TesselServiceCache.hpp>
+#include <Tavola/UserInterface.hpp>
+#include <Trellis/Application.hpp>
+#include <Trellis/Widget.hpp>
+
+#include <doctest/doctest.h>
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QUdpSocket>
+
+#include <dlfcn.h>
+
+using TestSupport::expectWarning;
+using TestSupport::expectWarningStartingWith;
+
+namespace
+{
+/// A presentation in a folder of its own, with its data beside it.
+class Place
+{
+public:
+    Place() { m_options.dataFolder = m_folder.path(QStringLiteral("data")); }
+
+    Folder& folder() { return m_folder; }
+    RunOptions& options() { return m_options; }
+    void presentation(const QByteArray& json) { m_folder.write(QStringLiteral("presentation.json"), json); }
+
+    std::unique_ptr<Table> open()
+    {
+        auto table = tryToOpen();
+        REQUIRE_MESSAGE(table, m_error.toStdString());
+        return table;
+    }
+    std::unique_ptr<Table> tryToOpen()
+    {
+        if (m_options.presentation.isEmpty())
+            m_options.presentation = m_folder.path();
+        m_options.tuioPort = 0;
+        m_error.clear();
+        const auto presentation = Presentation::load(m_options.presentation, m_error);
+        REQUIRE_MESSAGE(presentation, m_error.toStdString());
+        return Table::open(*presentation, m_options, m_error);
+    }
+    const QString& error() const { return m_error; }
+
+private:
+    Folder m_folder;
+    RunOptions m_options;
+    QString m_error;
+};
+
+/// What lies on the table, by CSS id.
+Trellis::Widget* find(const Table&, const char* cssId)
+{
+    for (const auto& child : Tavola::Tavola::instance()->ui()->mainWidget()->children())
+        if (child->cssId() == cssId)
+            return child.get();
+    return nullptr;
+}
+
+bool isLoaded(const char* library)
+{
+    void* handle = dlopen(library, RTLD_NOW | RTLD_NOLOAD);
+    if (handle)
+        dlclose(handle);
+    return handle != nullptr;
+}
+
+/// A real visit needs the plug-in: the gallery with it.
+void openGallery(Place& place)
+{
+    place.options().presentation = QStringLiteral(TAVOLA_GALLERY);
+    place.options().plugin = QStringLiteral(TAVOLA_PLUGIN);
+}
+}
+
+TEST_CASE("table: the gallery opens with its plug-in, and nothing of either is left when it closes")
+{
+    const long before = Bedrock::ReferenceCounted::liveObjects();
+    Place place;
+    openGallery(place);
+    for (int round = 0; round < 2; ++round) {
+        CAPTURE(round);
+        {
+            const auto table = place.open();
+            CHECK(isLoaded(TAVOLA_PLUGIN));
+            CHECK(table->application().size().x == 1920.f);
+            for (int i = 0; i < 10; ++i)
+                table->application().frame(1.0 / 60.0);
+            for (const char* id : {"detector", "museum", "tidal-study", "guide", "opening-hours"})
+                CHECK_MESSAGE(find(*table, id), id);
+            REQUIRE(TestSupport::pumpUntil([&] {
+                table->application().frame(0.0);
+                return table->application().pendingImages() == 0;
+            }));
+            CHECK(table->application().renderToImage().size() == QSize(1920, 1080));
+        }
+        CHECK_FALSE(isLoaded(TAVOLA_PLUGIN));
+        CHECK_FALSE(Tavola::Tavola::instance());
+        CHECK_FALSE(Trellis::Application::instance());
+        CHECK(Bedrock::AfterUpdateQueue::instance().isEmpty());
+        CHECK(Bedrock::ReferenceCounted::liveObjects() == before);
+    }
+}
+
+TEST_CASE("table: one that closes before its first frame leaves nothing behind either")
+{
+    const long before = Bedrock::ReferenceCounted::liveObjects();
+    Place place;
+    openGallery(place);
+    (void)place.open();
+    CHECK_FALSE(isLoaded(TAVOLA_PLUGIN));
+    CHECK(Bedrock::ReferenceCounted::liveObjects() == before);
+}
+
+TEST_CASE("table: people come from the presentation's file the first time and are kept from then on")
+{
+    Place place;
+    place.presentation(R"({"people": "people.csv"})");
+    place.folder().write(QStringLiteral("people.csv"), "code,name,kind\n1001,Ann,\n1007,,unregistered\n");
+    {
+        const auto table = place.open();
+        const auto cache = Tavola::Tavola::instance()->services()->tesselServiceCache();
+        CHECK(cache->markerProperties(1001).personalProperties()->name == "Ann");
+        CHECK(cache->isCached(1007));
+        const auto service = Tavola::Tavola::instance()->services()->tesselService();
+        REQUIRE(service);
+        CHECK(service->registerPersonalMarker(1007, QStringLiteral("Bo"), QString()));
+        table->application().frame(0.0);
+        CHECK(cache->markerProperties(1007).personalProperties()->name == "Bo");
+    }
+    place.folder().write(QStringLiteral("people.csv"), "code,name\n1001,Zoe\n");
+    const auto table = place.open();
+    const auto cache = Tavola::Tavola::instance()->services()->tesselServiceCache();
+    CHECK(cache->markerProperties(1001).personalProperties()->name == "Ann");
+    CHECK(cache->markerProperties(1007).personalProperties()->name == "Bo");
+}
+
+TEST_CASE("table: a card that a datagram puts down reaches the widget below it")
+{
+    Place place;
+    place.presentation(R"({"table": {"width": 800, "height": 600}})");
+    const auto table = place.open();
+    long markers = 0;
+    Tavola::Tavola::instance()->ui()->background()->eventAddListener("marker-down", [&markers] { ++markers; });
+    QUdpSocket sender;
+    const QByteArray address("127.0.0.1");
+    const auto send = [&](const QByteArray& packet) {
+        sender.writeDatagram(packet, QHostAddress::LocalHost, quint16(table->tuioPort()));
+    };
+    send("noise");
+    REQUIRE(table->input().waitForDatagrams(1, std::chrono::seconds(5)));
+    TestSupport::expectWarningStartingWith("TuioInput");
+    table->application().frame(1.0 / 60.0);
+    CHECK(markers == 0);
+}
+
+TEST_CASE("table: a size on the command line goes before the presentation's")
+{
+    Place place;
+    place.presentation(R"({"table": {"width": 800, "height": 600}})");
+    CHECK(place.open()->application().size().x == 800.f);
+    place.options().size = QSize(640, 480);
+    const auto table = place.open();
+    CHECK(table->application().size().x == 640.f);
+    CHECK(table->application().size().y == 480.f);
+}
+
+TEST_CASE("table: the media servers of the presentation can be asked by name, the first one without")
+{
+    Place place;
+    place.presentation(R"({"services": {"media-server-service": [{"name": "one", "address": "http://a/"}, {"name": "two", "address": "http://b/"}]}})");
+    const auto service = [](const char* name) {
+        return Tavola::Tavola::instance()->services()->service(QStringLiteral("media-server-service"), QLatin1String(name));
+    };
+    {
+        const auto table = place.open();
+        REQUIRE(service("one"));
+        REQUIRE(service("two"));
+        CHECK(service("") == service("one"));
+        CHECK_FALSE(service("three"));
+    }
+    place.options().mediaServer = QStringLiteral("http://c/");
+    {
+        const auto table = place.open();
+        CHECK(service("one"));
+        CHECK_FALSE(service("two"));
+    }
+    place.presentation("{}");
+    const auto table = place.open();
+    CHECK(service(""));
+}
+
+TEST_CASE("table: an error in a style sheet is told with its place and costs one declaration")
+{
+    Place place;
+    place.presentation(R"({"styleSheets": ["look.css", "more.css"], "widgets": [{"component": "panel", "id": "a"}, {"component": "panel", "id": "b"}]})");
+    const QString sheet = place.folder().write(QStringLiteral("look.css"), "#a { left: 10px;\n     width: blue;\n     height: 30px }\n");
+    place.folder().write(QStringLiteral("more.css"), "#b { width: 40px }\n");
+    expectWarningStartingWith(sheet.toStdString() + ":2:6: ");
+    const auto table = place.open();
+    table->application().frame(0.0);
+    REQUIRE(find(*table, "a"));
+    CHECK(find(*table, "a")->height() == 30.f);
+    REQUIRE(find(*table, "b"));
+    CHECK(find(*table, "b")->width() == 40.f);
+}
+
+TEST_CASE("table: what is wrong in a presentation costs the smallest piece, the rest is on the table")
+{
+    Place place;
+    place.presentation(R"({"people": "people.csv", "widgets": [
+        {"component": "no-such-thing", "id": "none"},
+        {"component": "picture", "id": "map", "attributes": {"source": {"file": "none.png"}, "display-name": "Map"}},
+        {"component": "panel", "id": "odd", "attributes": {"no-such-attribute": 1, "rotation": "much", "opacity": 0.5}},
+        {"component": "text", "id": "title", "attributes": {"text": "Rooms"}}]})");
+    const std::string people = place.folder().write(QStringLiteral("people.csv"), "code,name\n1,Ann\nx,Bo\n3,Cy\n").toStdString();
+    const std::string file = place.folder().path(QStringLiteral("presentation.json")).toStdString();
+    expectWarning("Presentation # " + file + ": widgets[1].attributes.source: there is no file " + place.folder().path(QStringLiteral("none.png")).toStdString() + "; it is skipped");
+    expectWarning("PeopleFile # " + people + ":3: 'x' is no card code, a whole number is expected; the line is skipped");
+    expectWarning("Table # There is no component \"no-such-thing\"; what the presentation puts there is left out");
+    expectWarningStartingWith("UIComponent # Component 'panel': property \"attributes.no-such-attribute\": ");
+    expectWarningStartingWith("UIComponent # Component 'panel': property \"attributes.rotation\": ");
+
+    const auto table = place.open();
+    table->application().frame(0.0);
+    CHECK_FALSE(find(*table, "none"));
+    CHECK(find(*table, "map"));
+    REQUIRE(find(*table, "odd"));
+    CHECK(find(*table, "odd")->opacity() == 0.5f);
+    CHECK(find(*table, "title"));
+    const auto cache = Tavola::Tavola::instance()->services()->tesselServiceCache();
+    CHECK(cache->isCached(1));
+    CHECK_FALSE(cache->isCached(2));
+    CHECK(cache->isCached(3));
+}
+
+TEST_CASE("table: what keeps it from opening is told, and a later attempt succeeds")
+{
+    Place place;
+    place.presentation(R"({"people": "people.csv", "plugins": ["no-such-plug-in"]})");
+    place.folder().write(QStringLiteral("people.csv"), "code\n1\n");
+
+    CHECK_FALSE(place.tryToOpen());
+    CHECK(place.error().startsWith(QStringLiteral("there is no plug-in no-such-plug-in; looked for in ")));
+
+    const QString broken = place.folder().write(QStringLiteral("broken.so"), "This is a letter, not a library.");
+    place.options().plugin = broken;
+    expectWarningStartingWith("PluginLoader # " + place.folder().path(QStringLiteral("broken.json")).toStdString() + " is missing");
+    CHECK_FALSE(place.tryToOpen());
+    CHECK(place.error().startsWith(QStringLiteral("plug-in %1 cannot be loaded: %1: ").arg(broken)));
+
+    place.presentation(R"({"people": "people.csv"})");
+    place.options().plugin.clear();
+    const QString data = place.options().dataFolder;
+    place.options().dataFolder = place.folder().path(QStringLiteral("people.csv"));
+    CHECK_FALSE(place.tryToOpen());
+    CHECK(place.error() == QStringLiteral("cannot make the folder ") + place.options().dataFolder);
+
+    place.options().dataFolder = data;
+    CHECK(place.tryToOpen());
+}
+
+TEST_CASE("table: a port that is taken is told with the remedy")
+{
+    QUdpSocket other;
+    REQUIRE(other.bind(QHostAddress::LocalHost, 0, QAbstractSocket::DontShareAddress));
+    Place place;
+    place.presentation("{}");
+    QString error;
+    const auto presentation = Presentation::load(place.folder().path(), error);
+    REQUIRE(presentation);
+    place.options().tuioPort = other.localPort();
+    const std::string told = "UdpDatagramSource # Failed to listen on 127.0.0.1:" + std::to_string(other.localPort()) + " (";
+    TestSupport::expectErrorStartingWith(told);
+    CHECK_FALSE(Table::open(*presentation, place.options(), error));
+    CHECK(error.toStdString().compare(0, told.size(), told) == 0);
+}
