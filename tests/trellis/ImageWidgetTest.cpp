@@ -15,6 +15,7 @@
 #include <QImageWriter>
 #include <QPainter>
 #include <QTemporaryDir>
+#include <QUrl>
 #include <QtEndian>
 
 using namespace TestSupport;
@@ -122,6 +123,15 @@ TEST_CASE("image widget: a blocking load shows at once")
     widget.load(scene.save("a.png", halves(100, 100)), ImageWidget::kBlocking);
     CHECK(widget.isLoaded());
     CHECK(litBounds(scene.picture()) == QRect(20, 20, 100, 100));
+    scene.settle();
+    CHECK(widget.isLoaded());
+}
+
+TEST_CASE("image widget: a source may be written as a file url")
+{
+    ImageScene scene;
+    ImageWidget& widget = scene.widget({20, 20, 100, 100});
+    widget.load(QUrl::fromLocalFile(scene.save("a b.png", halves(100, 100))).toString(QUrl::FullyEncoded));
     scene.settle();
     CHECK(widget.isLoaded());
 }

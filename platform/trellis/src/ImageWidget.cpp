@@ -4,6 +4,8 @@
 
 #include <Lantern/RenderContext.hpp>
 
+#include <QUrl>
+
 #include <algorithm>
 #include <cmath>
 
@@ -15,6 +17,12 @@ const Facet::AttributeT<Fit>::Names kFits{{QStringLiteral("contain"), Fit::Conta
                                           {QStringLiteral("cover"), Fit::Cover},
                                           {QStringLiteral("stretch"), Fit::Stretch}};
 const Facet::EventName kImageLoaded("image-loaded");
+
+/// Style sheets may write a file as a url.
+QString localPath(const QString& source)
+{
+    return source.startsWith(QLatin1String("file:")) ? QUrl(source).toLocalFile() : source;
+}
 
 template <class T>
 const Facet::AttributeT<T>& baseAttribute(const Widget& widget, const char* name)
@@ -71,7 +79,7 @@ void ImageWidget::load(const QString& path, int blockingType)
     ++d->generation;
     d->wanted = d->sizeShown();
     d->isRequested = true;
-    d->show(ImageLoader::instance().readNow({path, d->wanted}));
+    d->show(ImageLoader::instance().readNow({localPath(path), d->wanted}));
 }
 
 void ImageWidget::attributeChanged(Facet::Attribute& attribute)
@@ -142,7 +150,7 @@ void ImageWidget::ImagePrivate::request()
         if (widget && widget->d->generation == wantedBy)
             widget->d->show(picture);
     };
-    if (const auto* known = ImageLoader::instance().request({source.value(), size}, done))
+    if (const auto* known = ImageLoader::instance().request({localPath(source.value()), size}, done))
         show(*known);
 }
 
