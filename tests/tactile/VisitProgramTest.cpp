@@ -80,6 +80,47 @@ TEST_CASE("visit program: what it plays reaches a table, and a card that the scr
     CHECK(hall.sample.changes[2].kind == Tactile::InputChange::Kind::Up);
 }
 
+TEST_CASE("visit program: sent as TUIO 2.0 the table sees the same")
+{
+    const QTemporaryDir dir;
+    const QString file = write(dir, kVisit);
+    struct Seen
+    {
+        std::vector<Tactile::InputChange::Kind> changes;
+        Vecta::Vector2f card;
+        std::uint64_t datagrams = 0;
+    };
+    const auto play = [&file](const char* version) {
+        Hall hall;
+        const Outcome outcome =
+            run({file, QStringLiteral("--to"), hall.target, QStringLiteral("--tuio-version"), QLatin1String(version)});
+        CHECK(outcome.exitCode == 0);
+        CHECK(outcome.err == QString());
+        Seen seen;
+        // Ends with its last state sent twice, with the finger lifted.
+        double now = 0.0;
+        const auto stop = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (seen.changes.size() < 3 && std::chrono::steady_clock::now() < stop) {
+            (void)hall.input.waitForDatagrams(seen.datagrams + 1, std::chrono::milliseconds(100));
+            seen.datagrams = hall.input.datagramsReceived();
+            hall.input.takeSample(now += 0.01, hall.sample);
+            for (const auto& change : hall.sample.changes)
+                if (change.kind != Tactile::InputChange::Kind::Move)
+                    seen.changes.push_back(change.kind);
+        }
+        REQUIRE(hall.sample.markers.size() == 1);
+        CHECK(hall.sample.markers[0].code() == 1001);
+        seen.card = hall.sample.markers[0].centerLocation();
+        return seen;
+    };
+    const Seen one = play("1.1");
+    const Seen two = play("2.0");
+    CHECK(one.changes.size() == 3);
+    CHECK(one.changes == two.changes);
+    CHECK(one.card == two.card);
+    CHECK(two.datagrams > 0);
+}
+
 TEST_CASE("visit program: asked to, it lifts what the script left")
 {
     const QTemporaryDir dir;
@@ -147,6 +188,7 @@ TEST_CASE("visit program: wrong arguments are told with their remedy")
         {{"a", "--to", "here"}, 2, "tavola-visit # Failed to read --to \"here\"; give HOST:PORT such as 127.0.0.1:3333\n"},
         {{"a", "--to", "h:70000"}, 2, "tavola-visit # Failed to read --to \"h:70000\"; give HOST:PORT such as 127.0.0.1:3333\n"},
         {{"a", "--rate", "0"}, 2, "tavola-visit # Failed to read --rate \"0\"; give a number from 1 to 1000\n"},
+        {{"a", "--tuio-version", "3"}, 2, "tavola-visit # Failed to read --tuio-version \"3\"; give 1.1 or 2.0\n"},
         {{"a", "b"}, 2, "tavola-visit # More than one file was given (a, b); play them one by one\n"},
         {{"/nowhere/visit.txt"}, 1,
          "tavola-visit # Failed to read /nowhere/visit.txt (No such file or directory); look at its name and rights\n"},

@@ -2,6 +2,7 @@
 
 #include "VisitPlayer.hpp"
 
+#include <Tactile/Tuio2Encoder.hpp>
 #include <Tactile/TuioEncoder.hpp>
 
 #include <cstdint>
@@ -11,14 +12,17 @@
 
 namespace Visit
 {
-/// Turns frames into the TUIO 1.1 packets that a table's tracker would send: one bundle for cards and one for fingers when
-/// something changed, and the whole state once a second, so that a lost packet does no lasting harm.
+enum class TuioVersion { One, Two };
+
+/// Turns frames into the packets that a table's tracker would send when something changed, and the whole state once a
+/// second, so that a lost packet does no lasting harm. In TUIO 1.1 cards and fingers have a bundle each, in TUIO 2.0 one
+/// holds both.
 class Packets
 {
 public:
     using Send = std::function<void(const std::vector<char>& packet)>;
 
-    explicit Packets(std::string source = "tavola-visit@localhost");
+    explicit Packets(std::string source = "tavola-visit@localhost", TuioVersion version = TuioVersion::One);
 
     /// Sends what is due for `frame` at `seconds` (growing). The packet is valid during the call.
     void send(const Frame& frame, double seconds, const Send& send);
@@ -26,11 +30,15 @@ public:
     void sendAll(const Frame& frame, double seconds, const Send& send);
 
 private:
+    void sendFrame(const Frame& frame, double seconds, bool isWhole, const Send& send);
+    void sendComponents(const Frame& frame, double seconds, bool isWhole, const Send& send);
     void sendProfile(Tactile::TuioProfile profile, const std::vector<Contact>& contacts, std::vector<Contact>& last,
                      bool isWhole, const Send& send);
 
+    TuioVersion m_version;
     Tactile::TuioEncoder m_encoder;
-    std::int32_t m_frame = -1; // the first is 0, which a table takes as a restart
+    Tactile::Tuio2Encoder m_encoder2;
+    std::int32_t m_frame; // of the last one sent
     bool m_hasSent = false;
     double m_lastWhole = 0.0;
     std::vector<Contact> m_lastCards;

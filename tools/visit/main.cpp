@@ -27,12 +27,13 @@ constexpr int kExitOk = 0;
 constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
 
-const char* const kHelp = R"(Usage: tavola-visit FILE [--to HOST:PORT] [--rate HZ] [--lift] [--step]
+const char* const kHelp = R"(Usage: tavola-visit FILE [--to HOST:PORT] [--rate HZ] [--tuio-version 1.1|2.0] [--lift] [--step]
 
-Plays a visit to the table, written down in FILE, as TUIO 1.1 over UDP.
+Plays a visit to the table, written down in FILE, as TUIO over UDP.
 
   --to HOST:PORT   where the table listens (127.0.0.1:3333)
   --rate HZ        frames a second, 1 to 1000 (60); only what changed is sent, and everything once a second
+  --tuio-version V 1.1 or 2.0, what the packets are (1.1)
   --lift           lift what is still down when the script ends. Without it, cards and fingers that the script left
                    stay: their last state is sent, and the table gives them up by its own rule for a silent sender
   --step           play no faster than asked: for each line with a time in seconds on standard input, play the script up to
@@ -60,6 +61,7 @@ struct Options
     std::string host = "127.0.0.1";
     std::string port = "3333";
     double rateHz = 60.0;
+    Visit::TuioVersion version = Visit::TuioVersion::One;
     bool lift = false;
     bool step = false;
 };
@@ -90,7 +92,7 @@ bool readArguments(int count, char** arguments, Options& options)
 {
     for (int i = 1; i < count; ++i) {
         const std::string argument = arguments[i];
-        const bool takesValue = argument == "--to" || argument == "--rate";
+        const bool takesValue = argument == "--to" || argument == "--rate" || argument == "--tuio-version";
         if (takesValue && i + 1 == count)
             return fail("Missing a value after " + argument + "; see --help");
         if (argument == "--to") {
@@ -102,6 +104,11 @@ bool readArguments(int count, char** arguments, Options& options)
             if (error != std::errc() || stop != text.data() + text.size() || !(options.rateHz >= 1.0) ||
                 options.rateHz > 1000.0)
                 return fail("Failed to read --rate \"" + text + "\"; give a number from 1 to 1000");
+        } else if (argument == "--tuio-version") {
+            const std::string text = arguments[++i];
+            if (text != "1.1" && text != "2.0")
+                return fail("Failed to read --tuio-version \"" + text + "\"; give 1.1 or 2.0");
+            options.version = text == "2.0" ? Visit::TuioVersion::Two : Visit::TuioVersion::One;
         } else if (argument == "--lift") {
             options.lift = true;
         } else if (argument == "--step") {
@@ -206,7 +213,7 @@ bool play(const Visit::Player& player, int descriptor, const Options& options)
         }
     };
     // Visits may play side by side and one after the other: each is a sender of its own.
-    Visit::Packets packets("tavola-visit-" + std::to_string(getpid()) + "@localhost");
+    Visit::Packets packets("tavola-visit-" + std::to_string(getpid()) + "@localhost", options.version);
     Pace pace(options.step);
     pace.waitFor(0.0, sent);
     const double end = player.script().durationSeconds();
