@@ -2,7 +2,10 @@
 
 #include "AttributeValues.hpp"
 
+#include <Tavola/KeyboardWidget.hpp>
+#include <Tavola/Tavola.hpp>
 #include <Tavola/TooltipWidget.hpp>
+#include <Tavola/UserInterface.hpp>
 #include <Trellis/Application.hpp>
 #include <Trellis/TextEditWidget.hpp>
 #include <Trellis/TextWidget.hpp>
@@ -48,18 +51,26 @@ InputFieldWidget::InputFieldWidget(Trellis::Widget* parent, bool takesFocus) : T
 
     setCSSType(QByteArrayLiteral("InputFieldWidget"));
     setPseudoClass(kEmpty, true);
-    m_editor->eventAddListener("text-changed", [this] {
+    m_editorListeners.push_back(m_editor->eventAddListener("text-changed", [this] {
         const bool empty = m_editor->text().isEmpty();
         setHidden(*m_placeholder, !empty);
         setPseudoClass(kEmpty, empty);
         showErrors(false);
-    });
+    }));
+    m_editorListeners.push_back(m_editor->eventAddListener("editing-began", [this] { openKeyboard(); }));
+    // Said again at each tap: when editing began the field may have stood nowhere.
+    m_editorListeners.push_back(m_editor->eventAddListener("single-tap", [this] { openKeyboard(); }));
     if (takesFocus)
         if (auto* const application = Trellis::Application::instance())
             application->setFocusWidget(m_editor.get());
 }
 
-InputFieldWidget::~InputFieldWidget() = default;
+InputFieldWidget::~InputFieldWidget()
+{
+    // Whoever holds the editor may go on with it.
+    for (const auto listener : m_editorListeners)
+        m_editor->eventRemoveListener(listener);
+}
 
 void InputFieldWidget::setValidator(std::function<bool(const QString&)> validator)
 {
@@ -104,5 +115,26 @@ Bedrock::IntrusivePtr<TooltipWidget> InputFieldWidget::tooltip() const
 Bedrock::IntrusivePtr<Trellis::TextWidget> InputFieldWidget::placeholder() const
 {
     return m_placeholder;
+}
+
+Bedrock::IntrusivePtr<KeyboardWidget> InputFieldWidget::keyboard() const
+{
+    const auto keyboard = m_keyboard.lock();
+    return keyboard && keyboard->isOpen() ? keyboard : nullptr;
+}
+
+void InputFieldWidget::openKeyboard()
+{
+    const auto table = Tavola::instance();
+    QString layout = m_keyboardLayout.value();
+    if (layout.isEmpty() && table)
+        layout = table->ui()->keyboardLayout();
+    if (!m_editor->isEditing() || layout == QLatin1String("none"))
+        return;
+    if (const auto open = keyboard()) {
+        m_editor->setOwnKeyboard(true);
+        return;
+    }
+    m_keyboard = KeyboardWidget::open(*this);
 }
 }

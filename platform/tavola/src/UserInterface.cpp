@@ -39,6 +39,8 @@ struct UserInterface::Private
     WidgetPtr main;
     WidgetPtr overlay;
     WidgetPtr internalOverlay;
+    float pixelPitchMm = kUsualPixelPitchMm;
+    QString keyboardLayout;
 };
 
 UserInterface::UserInterface() : d(std::make_unique<Private>())
@@ -78,6 +80,27 @@ WidgetPtr UserInterface::overlayWidget() const
 WidgetPtr UserInterface::internalOverlayWidget() const
 {
     return d->internalOverlay;
+}
+
+void UserInterface::setPixelPitchMm(float pitchMm)
+{
+    if (pitchMm > 0.f)
+        d->pixelPitchMm = pitchMm;
+}
+
+float UserInterface::pixelPitchMm() const noexcept
+{
+    return d->pixelPitchMm;
+}
+
+void UserInterface::setKeyboardLayout(const QString& name)
+{
+    d->keyboardLayout = name;
+}
+
+QString UserInterface::keyboardLayout() const
+{
+    return d->keyboardLayout;
 }
 
 WidgetPtr UserInterface::createStockWidget(const QString& component, const QByteArray& style)

@@ -22,6 +22,7 @@ namespace
 constexpr float kCaretWidthPx = 2.f;
 constexpr float kBlinkSeconds = 0.5f;
 const Facet::EventName kTextChanged("text-changed");
+const Facet::EventName kEditingBegan("editing-began");
 const Facet::EventName kEditingFinished("editing-finished");
 
 /// One line without control characters.
@@ -89,7 +90,9 @@ struct TextEditWidget::EditPrivate
     Facet::AttributeT<Bedrock::Color> caretColor; ///< transparent: the text's colour
     TextBlock line{TextBlock::Wrap::Never};
     int cursor = 0;
-    bool hasFocus = false;
+    bool hasFocus = false;       ///< of the one physical keyboard
+    bool hasOwnKeyboard = false; ///< one on the table serves it
+    bool isEditing = false;      ///< either of the two
     bool isFinishing = false; ///< a reason other than the loss of focus is being told
     bool isWriting = false;   ///< the text changes by the visitor's hand: the cursor is set by that
     float scroll = 0.f;
@@ -111,6 +114,7 @@ TextEditWidget::TextEditWidget(Widget* parent) : TextInterfaceWidget(parent), d(
 {
     setCSSType(QByteArrayLiteral("TextEditWidget"));
     eventAddOut(kTextChanged);
+    eventAddOut(kEditingBegan);
     eventAddOut(kEditingFinished);
     eventAddListenerBd("single-tap", [this](Bedrock::BinaryData& tap) {
         const float x = tap.readFloat32();
@@ -170,23 +174,50 @@ bool TextEditWidget::hasFocus() const
     return d->hasFocus;
 }
 
+bool TextEditWidget::isEditing() const
+{
+    return d->isEditing;
+}
+
+void TextEditWidget::setOwnKeyboard(bool on)
+{
+    d->hasOwnKeyboard = on;
+    const bool before = d->isFinishing;
+    d->isFinishing = before || !on; // the end is silent
+    editingChanged();
+    d->isFinishing = before;
+}
+
 void TextEditWidget::endEditing()
 {
+    const Bedrock::IntrusivePtr<Widget> keep(this);
+    d->hasOwnKeyboard = false;
     Application* application = Application::instance();
     if (d->hasFocus && application && application->focusWidget() == this)
         application->setFocusWidget(nullptr);
+    else
+        editingChanged();
 }
 
 void TextEditWidget::focusChanged(bool focused)
 {
-    if (d->hasFocus == focused)
+    d->hasFocus = focused;
+    editingChanged();
+}
+
+void TextEditWidget::editingChanged()
+{
+    const bool now = d->hasFocus || d->hasOwnKeyboard;
+    if (d->isEditing == now)
         return;
     const Bedrock::IntrusivePtr<Widget> keep(this);
-    d->hasFocus = focused;
-    setPseudoClass(QByteArrayLiteral("focus"), focused);
-    setUpdating(focused);
+    d->isEditing = now;
+    setPseudoClass(QByteArrayLiteral("focus"), now);
+    setUpdating(now);
     d->touchCaret(*this);
-    if (!focused && !d->isFinishing)
+    if (now)
+        eventSend(kEditingBegan);
+    else if (!d->isFinishing)
         sendFinished("focus-lost");
 }
 
@@ -310,7 +341,7 @@ void TextEditWidget::EditPrivate::touchCaret(TextEditWidget& widget)
 void TextEditWidget::update(const FrameInfo& frame)
 {
     TextInterfaceWidget::update(frame);
-    if (!d->hasFocus)
+    if (!d->isEditing)
         return;
     const bool wasOn = d->blinkSeconds < kBlinkSeconds;
     d->blinkSeconds = std::fmod(d->blinkSeconds + frame.dt(), 2.f * kBlinkSeconds);
@@ -325,7 +356,7 @@ void TextEditWidget::renderContent(Lantern::RenderContext& context) const
     if (place.content.isEmpty())
         return;
     const Bedrock::Color color = TextInterfaceWidget::d->color.value();
-    const bool caretShows = d->hasFocus && d->blinkSeconds < kBlinkSeconds;
+    const bool caretShows = d->isEditing && d->blinkSeconds < kBlinkSeconds;
     context.pushClip(place.content);
     if (d->line.size().x > 0.f)
         d->line.draw(context, {place.lineLeft, place.lineTop}, color.premultiplied());

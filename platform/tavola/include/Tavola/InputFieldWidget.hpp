@@ -1,10 +1,12 @@
 #pragma once
 
+#include <Facet/AttributeT.hpp>
 #include <Trellis/Widget.hpp>
 
 #include <QString>
 
 #include <functional>
+#include <vector>
 
 namespace Trellis
 {
@@ -14,11 +16,15 @@ class TextWidget;
 
 namespace Tavola
 {
+class KeyboardWidget;
 class TooltipWidget;
 
 /// A line of input with a placeholder, validation and an error tooltip. Exactly three text widgets: the editor, the
 /// tooltip's text and the placeholder (shown while the editor is empty). CSS type "InputFieldWidget"; pseudo-classes
 /// "invalid" (errors are shown), "empty".
+///
+/// A keyboard opens on the table when the editor is tapped; see KeyboardWidget. Attribute "keyboard-layout": the keyboard's
+/// layout, "none" for a table that has a keyboard beside it; empty: as the keyboard or the user interface has it.
 class TAVOLA_EXPORT InputFieldWidget : public Trellis::Widget
 {
 public:
@@ -41,12 +47,20 @@ public:
     [[nodiscard]] Bedrock::IntrusivePtr<Trellis::TextEditWidget> editor() const;
     [[nodiscard]] Bedrock::IntrusivePtr<TooltipWidget> tooltip() const;
     [[nodiscard]] Bedrock::IntrusivePtr<Trellis::TextWidget> placeholder() const;
+    /// The keyboard that is open for this field, or null.
+    [[nodiscard]] Bedrock::IntrusivePtr<KeyboardWidget> keyboard() const;
+    [[nodiscard]] Facet::AttributeT<QString>& keyboardLayout() noexcept { return m_keyboardLayout; }
 
 private:
+    void openKeyboard();
+
     std::function<bool(const QString&)> m_validator;
+    std::vector<Facet::Node::ListenerId> m_editorListeners;
     bool m_valid = true;
     Bedrock::IntrusivePtr<Trellis::TextEditWidget> m_editor;
     Bedrock::IntrusivePtr<TooltipWidget> m_tooltip;
     Bedrock::IntrusivePtr<Trellis::TextWidget> m_placeholder;
+    Facet::AttributeT<QString> m_keyboardLayout{this, QByteArrayLiteral("keyboard-layout")};
+    Bedrock::IntrusiveWeakPtr<KeyboardWidget> m_keyboard;
 };
 }

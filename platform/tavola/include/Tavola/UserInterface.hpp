@@ -39,6 +39,18 @@ public:
     /// not registered or whose widget cannot be made.
     [[nodiscard]] Bedrock::IntrusivePtr<Trellis::Widget> createStockWidget(const QString& component, const QByteArray& style);
 
+    // ---- The table itself, as the presentation describes it -----------------------------------------------------------
+
+    static constexpr float kUsualPixelPitchMm = 0.55f;
+    /// Millimetres from one pixel to the next. Keyboards that open from then on have keys that fit fingers. A pitch that is
+    /// no positive number is ignored.
+    void setPixelPitchMm(float pitchMm);
+    [[nodiscard]] float pixelPitchMm() const noexcept;
+    /// The layout of keyboards for which no style says another one; empty means "en", "none" that
+    /// there are none.
+    void setKeyboardLayout(const QString& name);
+    [[nodiscard]] QString keyboardLayout() const;
+
 private:
     struct Private;
     std::unique_ptr<Private> d;

@@ -7,10 +7,11 @@ class QKeyEvent;
 namespace Trellis
 {
 /// One line of text that a visitor writes. A tap gives it the keyboard and puts the cursor where the finger was; enter and
-/// escape give the keyboard back. What does not fit is scrolled so that the cursor stays in sight.
+/// escape give the keyboard back. An editor with a keyboard of its own on the table is edited independently of all others:
+/// several visitors write at once, while the physical keyboard goes to the editor that was tapped last. What does not fit is scrolled so that the cursor stays in sight.
 ///
 /// Attributes: those of a text but "max-lines", and "caret-color".
-/// Events: "text-changed"; "editing-finished" with the text and the reason: "enter" (the enter key), "escape" or
+/// Events: "editing-began"; "text-changed"; "editing-finished" with the text and the reason: "enter" (the enter key), "escape" or
 /// "focus-lost". A listener may take the widget from the tree.
 class TAVOLA_EXPORT TextEditWidget : public TextInterfaceWidget
 {
@@ -20,9 +21,15 @@ public:
 
     /// Empties the text; sends "text-changed" only.
     void clear();
-    /// Lets go of the keyboard. Sends "editing-finished" with "focus-lost" when it had it, never "enter".
+    /// Lets go of the keyboards. Sends "editing-finished" with "focus-lost" when it had one, never "enter".
     void endEditing();
+    /// Whether the physical keyboard goes here.
     [[nodiscard]] bool hasFocus() const;
+    /// Whether somebody writes here: it has the focus or a keyboard of its own. Shows the caret; pseudo-class "focus".
+    [[nodiscard]] bool isEditing() const;
+    /// Called by the keyboard on the table that serves this editor alone. While it does, editing goes on when the focus goes
+    /// elsewhere. Taking it away sends nothing: a keyboard that closes calls `endEditing` or `keyPressed` instead.
+    void setOwnKeyboard(bool on);
 
     /// Index of the character (UTF-16) behind the cursor; always at the border of what is seen as one character.
     [[nodiscard]] int cursorPosition() const noexcept;
@@ -41,6 +48,7 @@ protected:
 private:
     friend class Application;
     void focusChanged(bool focused);
+    void editingChanged();
     void finish(const char* reason);
     void sendFinished(const char* reason);
     struct EditPrivate;

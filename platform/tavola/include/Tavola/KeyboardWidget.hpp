@@ -1,0 +1,62 @@
+#pragma once
+
+#include <Tavola/KeyboardLayout.hpp>
+#include <Trellis/Widget.hpp>
+
+#include <memory>
+
+namespace Tavola
+{
+class InputFieldWidget;
+
+/// A keyboard on the table that writes into one input field and no other, so that several visitors type at once. It opens
+/// when its field's editor is tapped and belongs to the widget that carries the field: the outermost one that can be moved,
+/// or the field's parent where nothing can. It stands below that widget and turns with it, but is moved to where the table
+/// has room for it and leaves the field in sight; its keys keep their size on the table when the widget is scaled. A host
+/// with "overflow: hidden" clips it.
+///
+/// It closes at the enter key (the editor's "editing-finished" tells "enter"), at its hide key ("escape"), when the editor
+/// ends editing for any other reason, and when the field is hidden or taken away.
+///
+/// CSS type "KeyboardWidget", class "layout-NAME". Attributes: "keyboard-layout" (name), "key-size" (px, never less than
+/// 12 mm on the table), "key-gap" (px), "repeat-delay" and "repeat-interval" (seconds). Its keys have the CSS type
+/// "KeyWidget", the class "key" and one of their kind: "key-letter", "key-dead", "key-space", "key-shift", "key-backspace",
+/// "key-enter", "key-symbols", "key-language", "key-left", "key-right", "key-hide"; those wider than a letter "key-wide".
+/// Pseudo-classes of keys: "pressed", "lit" (shift or a dead key in force), "locked".
+class TAVOLA_EXPORT KeyboardWidget final : public Trellis::Widget
+{
+public:
+    /// No key is smaller than this, whatever a style sheet says.
+    static constexpr float kLeastKeyMm = 12.f;
+
+    /// Opens a keyboard for a field that stands on the table; null for one that does not.
+    static Bedrock::IntrusivePtr<KeyboardWidget> open(InputFieldWidget& field);
+    ~KeyboardWidget() override;
+
+    /// Null when it is gone.
+    [[nodiscard]] Bedrock::IntrusivePtr<InputFieldWidget> field() const;
+    /// Fades out, and ends editing where it has not ended yet. May be called more than once.
+    void close();
+    [[nodiscard]] bool isOpen() const noexcept;
+
+    /// The layout that shows: the one chosen with the language key, or else "keyboard-layout" of this widget, that of the
+    /// field, that of the user interface, "en".
+    [[nodiscard]] QString layoutName() const;
+    [[nodiscard]] bool showsSymbols() const noexcept;
+    /// The first key that types (or says) `text` as things stand, with shift and level as they are; null when there is none.
+    [[nodiscard]] Trellis::Widget* findKey(const QString& text) const;
+    [[nodiscard]] Trellis::Widget* findKey(KeyboardKey::Action action) const;
+
+    void update(const Trellis::FrameInfo& frame) override;
+    [[nodiscard]] bool shouldGrab(Trellis::GrabManager& grabManager, Tactile::TrackedObject object) const override;
+
+protected:
+    void attributeChanged(Facet::Attribute& attribute) override;
+
+private:
+    explicit KeyboardWidget(InputFieldWidget& field);
+
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <Vecta/Rect.hpp>
+#include <Vecta/Vector2T.hpp>
+
+#include <optional>
+
+namespace Tavola
+{
+/// Where a keyboard stands beside what it belongs to. Pure geometry, in table pixels.
+namespace KeyboardPlacement
+{
+enum class Side { Below, Above, Right, Left };
+
+/// All but `table` as seen with the angle turned upright, from the anchor's top left corner.
+struct Situation
+{
+    Vecta::Vector2f origin; ///< the anchor's top left corner on the table
+    float angleRadians = 0.f;
+    Vecta::Vector2f anchor; ///< the size of what the keyboard stands beside
+    Vecta::Rect field;      ///< must stay in sight
+    Vecta::Vector2f keyboard;
+    Vecta::Vector2f table;
+    float gap = 0.f; ///< between the two
+
+    friend bool operator==(const Situation& a, const Situation& b)
+    {
+        return a.origin == b.origin && a.angleRadians == b.angleRadians && a.anchor == b.anchor && a.field == b.field
+            && a.keyboard == b.keyboard && a.table == b.table && a.gap == b.gap;
+    }
+};
+
+struct Place
+{
+    Side side;
+    Vecta::Vector2f topLeft; ///< on the table
+};
+
+/// Below the anchor where that is possible; otherwise as `now`, below, above, right or left, moved inwards as far as it
+/// sticks out of the table and the field is not covered; otherwise where the field is covered least.
+[[nodiscard]] Place find(const Situation& situation, std::optional<Side> now);
+}
+}
