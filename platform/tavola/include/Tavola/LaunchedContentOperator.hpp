@@ -1,0 +1,39 @@
+#pragma once
+
+#include <Trellis/Operator.hpp>
+
+#include <Vecta/Vector2T.hpp>
+
+namespace Tavola
+{
+/// Opens content that was launched at a point: it grows out of the point to its own size, fading in. Done after its duration.
+/// Main thread.
+///
+/// Points are in the coordinates of the widget's parent. Relative content ends with its styled location taken as an offset from
+/// the point (turned with the widget, so that a widget that is turned meanwhile ends where the turn takes it); other content
+/// ends with its centre at the point.
+class TAVOLA_EXPORT LaunchedContentOperator final : public Trellis::Operator
+{
+public:
+    /// `durationSeconds` of 0 or less opens in the next frame.
+    LaunchedContentOperator(bool relative, Vecta::Vector2T<float> point, float durationSeconds);
+
+    /// Moves the point while the widget opens, so that the opening ends at the moved place.
+    void setRelativeLocation(Vecta::Vector2T<float> point) noexcept { m_point = point; }
+
+    void added(Trellis::Widget& widget) override;
+    void removed(Trellis::Widget& widget) override;
+    void update(Trellis::Widget& widget, const Trellis::FrameInfo& frame) override;
+
+private:
+    void place(Trellis::Widget& widget, float progress) const;
+
+    bool m_relative;
+    Vecta::Vector2T<float> m_point;
+    float m_durationSeconds;
+    float m_elapsedSeconds = 0.f;
+    Vecta::Vector2T<float> m_offset; ///< from the point to the location, at the rotation below
+    float m_rotationAtStart = 0.f;
+    float m_scaleAtEnd = 1.f;
+};
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <Bedrock/Export.hpp>
+
+namespace Tactile
+{
+class Marker;
+}
+
+namespace Tavola
+{
+/// A widget class that does something with a card it is given derives from this beside Trellis::Widget.
+class TAVOLA_EXPORT MarkerTaker
+{
+public:
+    virtual ~MarkerTaker();
+    /// The card that opened the widget lies on the table. Main thread.
+    virtual void takeMarker(const Tactile::Marker& marker) = 0;
+};
+}

@@ -1,0 +1,6 @@
+#include <Tavola/MarkerTaker.hpp>
+
+namespace Tavola
+{
+MarkerTaker::~MarkerTaker() = default;
+}
