@@ -2,6 +2,7 @@
 
 #include "detector/PersonalTesselDetectorInstance.hpp"
 #include "email/EmailSendingPopupWidget.hpp"
+#include "folder/PersonalFolderWidget.hpp"
 #include "personalspace/PersonalSpaceContentWidget.hpp"
 #include "personalspace/PersonalSpaceWidget.hpp"
 
@@ -93,7 +94,9 @@ bool PersonalTesselDetectorWidget::shouldGrab(Trellis::GrabManager& grabManager,
         return false;
     const auto cache = markerCache();
     const unsigned long code = object.code();
-    if (!cache->isCached(code) || !validCode(code))
+    if (!cache->isCached(code))
+        return false;
+    if (!validCode(code) && !rejectedCodesFolder())
         return false;
     const int kind = cache->markerProperties(code).type();
     const bool wanted = kind == MarkerProperties::kPersonal
@@ -101,21 +104,63 @@ bool PersonalTesselDetectorWidget::shouldGrab(Trellis::GrabManager& grabManager,
     return wanted && Trellis::Widget::shouldGrab(grabManager, object);
 }
 
-void PersonalTesselDetectorWidget::markerDown(Tactile::Marker marker, Trellis::GrabManager& /*grabManager*/)
+Bedrock::IntrusivePtr<PersonalFolderWidget> PersonalTesselDetectorWidget::rejectedCodesFolder() const
 {
-    const unsigned long code = marker.code();
-    if (m_pickingUp || !validCode(code))
+    const auto detectorInstance = instance();
+    return detectorInstance ? detectorInstance->contentForInvalidTessel() : nullptr;
+}
+
+void PersonalTesselDetectorWidget::markerDown(Tactile::Marker marker, Trellis::GrabManager& grabManager)
+{
+    if (m_pickingUp)
         return;
+    const unsigned long code = marker.code();
+    if (!validCode(code)) {
+        if (const auto folder = rejectedCodesFolder())
+            folder->personalMarkerDown(marker);
+        return;
+    }
     const PersonalMarkerProperties owner = ownerOf(markerCache()->markerProperties(code));
     // The marker service has a widget of its own for this card; a personal space is never opened in its place.
-    if (!owner.contentKey.isEmpty())
+    if (!owner.contentKey.isEmpty()) {
+        handlePersonalMarker(marker, grabManager, true);
         return;
+    }
     (void)launchPersonalWidget(owner, code, marker.centerLocation(), handAngle(marker));
 }
 
-void PersonalTesselDetectorWidget::markerUp(Tactile::Marker /*marker*/, Trellis::GrabManager& /*grabManager*/)
+void PersonalTesselDetectorWidget::markerUp(Tactile::Marker marker, Trellis::GrabManager& grabManager)
 {
-    // A personal space stays when its card is lifted.
+    // A personal space stays when its card is lifted; only folders hear of it.
+    if (validCode(marker.code()))
+        handlePersonalMarker(marker, grabManager, false);
+    else if (const auto folder = rejectedCodesFolder())
+        folder->personalMarkerUp(marker);
+}
+
+void PersonalTesselDetectorWidget::handlePersonalMarker(const Tactile::Marker& marker, Trellis::GrabManager& grabManager,
+                                                        bool down)
+{
+    const unsigned long code = marker.code();
+    QString failure = QStringLiteral("Got null widget");
+    if (const auto service = Tavola::instance()->services()->tesselService()) {
+        const auto widget = service->personalWidget(code);
+        if (!widget) {
+            failure = widget.error();
+        } else if (const auto folder = Bedrock::dynamicPointerCast<PersonalFolderWidget>(*widget)) {
+            if (down)
+                folder->personalMarkerDown(marker);
+            else
+                folder->personalMarkerUp(marker);
+            return;
+        }
+    }
+    if (!down)
+        return;
+    Bedrock::Trace::warning(
+        "PersonalTesselDetectorWidget::handlePersonalMarker # Failed to create personal folder for code %llu (%s)",
+        static_cast<unsigned long long>(code), failure.toUtf8().constData());
+    grabManager.ungrab(marker.id(), inputGrabber());
 }
 
 Bedrock::IntrusivePtr<PersonalTesselWidget> PersonalTesselDetectorWidget::launchPersonalWidget(

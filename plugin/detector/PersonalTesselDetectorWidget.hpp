@@ -7,6 +7,7 @@
 
 namespace Tavola
 {
+class PersonalFolderWidget;
 class PersonalTesselDetectorInstance;
 class PersonalTesselWidget;
 
@@ -26,7 +27,7 @@ public:
     /// What happens to content that a card is put on.
     enum class WidgetCollectionMode { Disabled = 0, AddToPersonalSpace = 1, EmailWithConfirmation = 2, DirectEmail = 3 };
 
-    explicit PersonalTesselDetectorWidget(Trellis::Widget* parent);
+    explicit PersonalTesselDetectorWidget(Trellis::Widget* parent = nullptr);
     ~PersonalTesselDetectorWidget() override;
 
     /// Takes over, in its first frame, the cards that lie idle on the table already.
@@ -48,6 +49,8 @@ public:
     Bedrock::IntrusivePtr<PersonalTesselWidget> launchPersonalWidget(const PersonalMarkerProperties& properties,
                                                                      unsigned long code,
                                                                      const Vecta::Vector2T<float>& scenePoint, float angle);
+    /// Hands a card to the folder that the marker service has for it; where there is none, logs why and lets go of the card.
+    void handlePersonalMarker(const Tactile::Marker& marker, Trellis::GrabManager& grabManager, bool down);
     /// Opens the popup that e-mails `content` to a card's owner, at a scene point and turned by `angle` (radians).
     void emailWidget(Trellis::Widget& content, const PersonalMarkerProperties& properties,
                      const Vecta::Vector2T<float>& scenePoint, float angle);
@@ -56,6 +59,8 @@ public:
 
 private:
     [[nodiscard]] std::shared_ptr<PersonalTesselDetectorInstance> instance() const;
+    /// Where cards that the filter rejects go; null where nobody takes them.
+    [[nodiscard]] Bedrock::IntrusivePtr<PersonalFolderWidget> rejectedCodesFolder() const;
     /// How a widget for that card is turned, radians.
     [[nodiscard]] float handAngle(const Tactile::Marker& marker) const;
 

@@ -3,6 +3,8 @@
 #include "detector/PersonalTesselDetectorInstance.hpp"
 #include "detector/PersonalTesselDetectorWidget.hpp"
 #include "email/EmailSendingPopupWidget.hpp"
+#include "folder/PersonalFolderWidget.hpp"
+#include "folder/PersonalFolderWidgetInstance.hpp"
 #include "personalspace/PersonalSpaceWidget.hpp"
 
 #include <Tavola/Component.hpp>
@@ -18,6 +20,13 @@ Bedrock::IntrusivePtr<Trellis::Widget> makeWidget()
     widget->postConstruct();
     return widget;
 }
+
+template <class InstanceType>
+std::shared_ptr<WidgetInstance> makeWidgetInstance(std::shared_ptr<Component> component,
+                                                   Bedrock::IntrusivePtr<Trellis::Widget> widget)
+{
+    return std::make_shared<InstanceType>(std::move(component), std::move(widget));
+}
 }
 
 std::shared_ptr<WidgetComponent> makePersonalSpaceComponent()
@@ -30,16 +39,15 @@ std::shared_ptr<WidgetComponent> makeEmailPopupComponent()
     return std::make_shared<WidgetComponent>(makeWidget<EmailSendingPopupWidget>);
 }
 
+std::shared_ptr<CustomWidgetInstanceComponent> makePersonalFolderComponent()
+{
+    return std::make_shared<CustomWidgetInstanceComponent>(makeWidget<PersonalFolderWidget>,
+                                                           makeWidgetInstance<PersonalFolderWidgetInstance>);
+}
+
 std::shared_ptr<CustomWidgetInstanceComponent> makeTesselDetectorComponent()
 {
-    return std::make_shared<CustomWidgetInstanceComponent>(
-        [] {
-            auto widget = Bedrock::makeIntrusive<PersonalTesselDetectorWidget>(nullptr);
-            widget->postConstruct();
-            return Bedrock::IntrusivePtr<Trellis::Widget>(widget);
-        },
-        [](std::shared_ptr<Component> component, Bedrock::IntrusivePtr<Trellis::Widget> widget) -> std::shared_ptr<WidgetInstance> {
-            return std::make_shared<PersonalTesselDetectorInstance>(std::move(component), std::move(widget));
-        });
+    return std::make_shared<CustomWidgetInstanceComponent>(makeWidget<PersonalTesselDetectorWidget>,
+                                                           makeWidgetInstance<PersonalTesselDetectorInstance>);
 }
 }

@@ -13,6 +13,8 @@ class WidgetComponent;
 [[nodiscard]] std::shared_ptr<WidgetComponent> makePersonalSpaceComponent();
 /// "email-widget-popup"
 [[nodiscard]] std::shared_ptr<WidgetComponent> makeEmailPopupComponent();
+/// "personal-folder"
+[[nodiscard]] std::shared_ptr<CustomWidgetInstanceComponent> makePersonalFolderComponent();
 /// "tavola-personal-tessel-detector"
 [[nodiscard]] std::shared_ptr<CustomWidgetInstanceComponent> makeTesselDetectorComponent();
 }

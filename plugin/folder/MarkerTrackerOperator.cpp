@@ -1,0 +1,135 @@
+#include "folder/MarkerTrackerOperator.hpp"
+
+#include "folder/PersonalFolderWidget.hpp"
+
+#include <Tavola/ContentMenuWidget.hpp>
+#include <Tavola/LaunchedContentOperator.hpp>
+#include <Tavola/MarkerTaker.hpp>
+#include <Trellis/Application.hpp>
+#include <Trellis/GrabManager.hpp>
+#include <Trellis/Widget.hpp>
+
+#include <vector>
+
+namespace Tavola
+{
+namespace
+{
+constexpr double kRadiansPerDegree = 3.141592653589793 / 180.0;
+constexpr const char* kManualControl = "manual-control";
+
+std::optional<Tactile::Marker> markerOnTable(std::int64_t id)
+{
+    return Trellis::Application::instance()->grabManager()->findMarker(id);
+}
+}
+
+MarkerTrackerOperator::MarkerTrackerOperator(const Tactile::Marker& marker, bool follow, bool dismiss,
+                                             PersonalFolderWidget& folder, std::function<void()> dismissAction,
+                                             float rotationOffsetDegrees, bool reverseMode)
+    : m_moveWithMarker(this, "move-widget-with-marker", follow)
+    , m_dismiss(dismiss)
+    , m_rotationOffset(static_cast<float>(static_cast<double>(rotationOffsetDegrees) * kRadiansPerDegree))
+    , m_manualControl(reverseMode)
+    , m_lastCenter(marker.centerLocation())
+    , m_lastRotation(marker.rotation())
+    , m_markerId(marker.id())
+    , m_folder(&folder)
+    , m_dismissAction(std::move(dismissAction))
+{
+    setCSSType("marker-tracker-operator");
+}
+
+MarkerTrackerOperator::~MarkerTrackerOperator() = default;
+
+void MarkerTrackerOperator::setWidget(Trellis::Widget& item)
+{
+    m_item = &item;
+    turnAtStart(item);
+    if (m_manualControl)
+        item.addCSSClass(kManualControl);
+    if (auto* taker = dynamic_cast<MarkerTaker*>(&item))
+        if (const auto marker = markerOnTable(m_markerId))
+            taker->takeMarker(*marker);
+}
+
+void MarkerTrackerOperator::setMenuNode(ContentMenuWidget& menu, unsigned long node)
+{
+    m_menu = &menu;
+    m_menuNode = node;
+    const auto target = getTargetWidget();
+    if (!target)
+        return;
+    turnAtStart(*target);
+    if (m_manualControl)
+        target->addCSSClass(kManualControl);
+}
+
+void MarkerTrackerOperator::turnAtStart(Trellis::Widget& target)
+{
+    if (!m_moveWithMarker.value())
+        return;
+    // Only the orientation is to change.
+    const Vecta::Vector2T<float> location = target.location();
+    target.setRotationAboutScenePoint(m_lastRotation + m_rotationOffset, m_lastCenter);
+    target.setLocation(location);
+}
+
+Bedrock::IntrusivePtr<Trellis::Widget> MarkerTrackerOperator::getTargetWidget() const
+{
+    if (const auto menu = m_menu.lock())
+        return menu->nodeWidget(m_menuNode);
+    return m_item.lock();
+}
+
+void MarkerTrackerOperator::update(Trellis::Widget& /*widget*/, const Trellis::FrameInfo& /*frame*/)
+{
+    if (m_manualControl)
+        return;
+    const auto marker = markerOnTable(m_markerId);
+    if (!marker) {
+        dismissContent();
+        return;
+    }
+    moveWith(*marker);
+    m_lastCenter = marker->centerLocation();
+    m_lastRotation = marker->rotation();
+}
+
+void MarkerTrackerOperator::moveWith(const Tactile::Marker& marker)
+{
+    if (!m_moveWithMarker.value())
+        return;
+    const auto target = getTargetWidget();
+    if (!target || !target->parent())
+        return;
+    const float change = marker.rotation() - m_lastRotation;
+    // A card that lies still moves nothing, and a widget that a visitor drags meanwhile is left to them.
+    if (change == 0.f && marker.centerLocation() == m_lastCenter)
+        return;
+    const Trellis::Widget& parent = *target->parent();
+    const Vecta::Vector2T<float> before = parent.mapFromScene(m_lastCenter);
+    const Vecta::Vector2T<float> now = parent.mapFromScene(marker.centerLocation());
+    target->setLocation(target->location() + (now - before));
+    target->setRotationAboutScenePoint(target->rotation() + change, marker.centerLocation());
+    for (const auto& op : target->operators())
+        if (auto* opening = dynamic_cast<LaunchedContentOperator*>(op.get()))
+            opening->setRelativeLocation(now);
+}
+
+void MarkerTrackerOperator::dismissContent()
+{
+    setDone();
+    if (!m_active)
+        return;
+    m_active = false;
+    if (m_dismiss && m_dismissAction)
+        m_dismissAction();
+}
+
+void MarkerTrackerOperator::removed(Trellis::Widget& /*widget*/)
+{
+    if (const auto target = getTargetWidget())
+        target->removeCSSClass(kManualControl);
+}
+}
