@@ -143,14 +143,33 @@ private:
     {
         const QJsonObject services = object(value, QStringLiteral("services"));
         for (auto it = services.begin(); it != services.end(); ++it) {
-            if (it.key() != QLatin1String("media-server-service")) {
-                skip(QStringLiteral("services.") + it.key(), QStringLiteral("unknown kind of service; known is media-server-service"));
+            const bool isMail = it.key() == QLatin1String("email-service");
+            if (!isMail && it.key() != QLatin1String("media-server-service")) {
+                skip(QStringLiteral("services.") + it.key(),
+                     QStringLiteral("unknown kind of service; known are email-service, media-server-service"));
                 continue;
             }
             const QJsonArray entries = list(it.value(), QStringLiteral("services.") + it.key(), "servers");
-            for (int i = 0; i < entries.size(); ++i)
-                readMediaServer(entries.at(i), QStringLiteral("services.%1[%2]").arg(it.key()).arg(i));
+            for (int i = 0; i < entries.size(); ++i) {
+                const QString place = QStringLiteral("services.%1[%2]").arg(it.key()).arg(i);
+                if (isMail)
+                    readMailService(entries.at(i), place);
+                else
+                    readMediaServer(entries.at(i), place);
+            }
         }
+    }
+
+    void readMailService(const QJsonValue& value, const QString& place)
+    {
+        const auto settings = MailSettings::read(object(value, place), m_folder,
+                                                 [&](const QString& key, const QString& why) { skip(joined(place, key), why); });
+        if (!settings)
+            return;
+        for (const MailSettings& other : m_result.mailServices)
+            if (other.name == settings->name)
+                return skip(place, QStringLiteral("there is an e-mail service named \"%1\" already").arg(settings->name));
+        m_result.mailServices.push_back(*settings);
     }
 
     void readMediaServer(const QJsonValue& value, const QString& place)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "services/email/MailSettings.hpp"
+
 #include <Vecta/Vector2T.hpp>
 
 #include <QJsonObject>
@@ -41,6 +43,7 @@ struct Presentation
     QStringList plugins;     ///< library names or absolute paths
     QString peopleFile;      ///< absolute path; empty without people
     std::vector<MediaServerSettings> mediaServers;
+    std::vector<MailSettings> mailServices; ///< each of another name
     std::vector<unsigned long> cards; ///< the codes behind the keys 1 to 9; in the file numbers, or texts above 2^53
     std::vector<ComponentUse> widgets;
     float closeTemporaryAfterSeconds = 120.f; ///< what visitors opened closes when nobody touched it that long

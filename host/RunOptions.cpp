@@ -22,7 +22,8 @@ QString RunOptions::help()
         "  --opengl                draw the window by OpenGL where there is one\n"
         "  --plugin FILE           load this plug-in instead of the presentation's\n"
         "  --media-server URL      use this media server instead of the presentation's\n"
-        "  --data DIR              folder of the registry of people (default: the user's data folder)\n"
+        "  --mail-server URL       use this mail server instead of those of the presentation's e-mail services\n"
+        "  --data DIR              folder of the registry of people and the outbox (default: the user's data folder)\n"
         "\n"
         "In a window the mouse is a finger. A click while a key 1 to 9 is held puts one of the presentation's cards down,\n"
         "the wheel over a card turns it, a click on it with Shift lifts it. F11 switches full screen, Escape closes.\n");
@@ -102,6 +103,11 @@ const OptionWithValue kOptionsWithValue[] = {
      [](const QString& value, RunOptions& options) {
          options.mediaServer = value;
          return wants(isWebAddress(value), "an address that begins with http:// or https://");
+     }},
+    {"--mail-server",
+     [](const QString& value, RunOptions& options) {
+         options.mailServer = value;
+         return wants(MailSettings::isMailServer(value), "an address that begins with smtp:// or smtps://");
      }},
 };
 

@@ -18,8 +18,9 @@ struct RunOptions
     int tuioPort = 3333;
     std::optional<int> inspectPort; ///< 0 chooses one
     QString plugin;                 ///< replaces the plug-ins of the presentation
-    QString dataFolder;             ///< where the registry of people lives
+    QString dataFolder;             ///< where the registry of people and the outbox live
     QString mediaServer;            ///< replaces the presentation's media server address
+    QString mailServer;             ///< replaces the mail server of each of the presentation's e-mail services
 
     [[nodiscard]] static QString help();
     /// Nothing, with the reason in `error`, for arguments that make no sense. `arguments` stand after "run".

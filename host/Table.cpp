@@ -1,11 +1,13 @@
 #include "Table.hpp"
 
+#include "DataFolder.hpp"
 #include "HostComponents.hpp"
 #include "PluginSearch.hpp"
 #include "TemporaryWidgets.hpp"
 #include "services/MarkerService.hpp"
 #include "services/MediaServerService.hpp"
 #include "services/PeopleRegistry.hpp"
+#include "services/email/OutboxService.hpp"
 
 #include <Bedrock/AfterUpdateQueue.hpp>
 #include <Bedrock/BGThread.hpp>
@@ -22,10 +24,8 @@
 #include <Trellis/Widget.hpp>
 
 #include <QCoreApplication>
-#include <QCryptographicHash>
 #include <QDir>
 #include <QEvent>
-#include <QStandardPaths>
 #include <QUrl>
 
 #include <vector>
@@ -36,32 +36,20 @@ struct Table::Private
     std::unique_ptr<Tactile::TuioInput> input;
     int tuioPort = 0;
     std::shared_ptr<Tavola::Tavola> tavola;
+    std::vector<std::weak_ptr<OutboxService>> mailServices; ///< they live with `tavola`
     std::unique_ptr<HostComponents> hostComponents;
     std::vector<std::unique_ptr<Tavola::PluginLoader>> plugins;
     std::vector<std::shared_ptr<Tavola::UIComponent>> components; ///< what the presentation uses, for as long as it is open
 
     bool openInput(const Presentation& presentation, const RunOptions& options, QString& error);
     bool openServices(const Presentation& presentation, const RunOptions& options, QString& error);
+    bool openMail(const Presentation& presentation, const RunOptions& options, QString& error);
     bool loadPlugins(const Presentation& presentation, const RunOptions& options, QString& error);
     std::shared_ptr<Tavola::UIComponent> makeComponent(const ComponentUse& use);
     void placeWidgets(const Presentation& presentation);
     void clearLayers();
     void close();
 };
-
-namespace
-{
-/// The folder of a presentation's own data: named like the presentation's folder for people to find it, and by its path so
-/// that two never share one.
-QString dataFolder(const Presentation& presentation, const RunOptions& options)
-{
-    if (!options.dataFolder.isEmpty())
-        return QDir(options.dataFolder).absolutePath();
-    const QByteArray hash = QCryptographicHash::hash(presentation.folder.toUtf8(), QCryptographicHash::Sha1).toHex().left(8);
-    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
-        + QStringLiteral("/tavola/%1-%2").arg(QDir(presentation.folder).dirName(), QString::fromLatin1(hash));
-}
-}
 
 bool Table::Private::openInput(const Presentation& presentation, const RunOptions& options, QString& error)
 {
@@ -88,7 +76,7 @@ bool Table::Private::openServices(const Presentation& presentation, const RunOpt
     Tavola::ServiceProvider& services = *tavola->services();
     if (!presentation.peopleFile.isEmpty()) {
         std::shared_ptr<PeopleRegistry> registry =
-            PeopleRegistry::open(dataFolder(presentation, options) + QStringLiteral("/people.sqlite"), error);
+            PeopleRegistry::open(dataFolder(presentation.folder, options.dataFolder) + QStringLiteral("/people.sqlite"), error);
         if (!registry)
             return false;
         if (registry->isEmpty()) {
@@ -109,6 +97,25 @@ bool Table::Private::openServices(const Presentation& presentation, const RunOpt
     for (const MediaServerSettings& settings : mediaServers)
         services.addService(QStringLiteral("media-server-service"), settings.name,
                             std::make_shared<MediaServerService>(QUrl(settings.address), settings.timeoutSeconds));
+    return openMail(presentation, options, error);
+}
+
+bool Table::Private::openMail(const Presentation& presentation, const RunOptions& options, QString& error)
+{
+    if (!options.mailServer.isEmpty() && presentation.mailServices.empty()) {
+        error = QStringLiteral("--mail-server: the presentation has no e-mail service whose server it could replace");
+        return false;
+    }
+    const QString data = dataFolder(presentation.folder, options.dataFolder);
+    for (MailSettings settings : presentation.mailServices) {
+        if (!options.mailServer.isEmpty())
+            settings.server = options.mailServer;
+        const auto service = OutboxService::open(settings, outboxFolder(data, settings.name), error);
+        if (!service)
+            return false;
+        mailServices.push_back(service);
+        tavola->services()->addService(QStringLiteral("email-service"), settings.name, service);
+    }
     return true;
 }
 
@@ -226,6 +233,15 @@ Table::~Table()
 Trellis::Application& Table::application() const noexcept
 {
     return *d->application;
+}
+
+QJsonArray Table::mailState() const
+{
+    QJsonArray result;
+    for (const auto& weak : d->mailServices)
+        if (const auto service = weak.lock())
+            result.append(service->state());
+    return result;
 }
 
 const Tactile::TuioInput& Table::input() const noexcept

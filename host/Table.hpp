@@ -3,6 +3,7 @@
 #include "Presentation.hpp"
 #include "RunOptions.hpp"
 
+#include <QJsonArray>
 #include <QString>
 
 #include <memory>
@@ -30,6 +31,8 @@ public:
 
     [[nodiscard]] Trellis::Application& application() const noexcept;
     [[nodiscard]] const Tactile::TuioInput& input() const noexcept;
+    /// The state of each e-mail service, for the inspector. Does not block.
+    [[nodiscard]] QJsonArray mailState() const;
     /// Where datagrams arrive.
     [[nodiscard]] int tuioPort() const noexcept;
 

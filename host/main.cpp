@@ -1,3 +1,4 @@
+#include "MailCommand.hpp"
 #include "Presentation.hpp"
 #include "RunLoop.hpp"
 #include "RunOptions.hpp"
@@ -57,7 +58,8 @@ int run(const RunOptions& options)
 
     std::unique_ptr<Inspector> inspector;
     if (options.inspectPort) {
-        inspector = std::make_unique<Inspector>(Inspector::Subject{table->application(), log, &table->input(), options.manualClock});
+        inspector = std::make_unique<Inspector>(Inspector::Subject{table->application(), log, &table->input(), options.manualClock,
+                                                                     [&table] { return table->mailState(); }});
         if (!inspector->listen(*options.inspectPort, error))
             return fail(QStringLiteral("the inspector cannot listen on port %1: %2").arg(*options.inspectPort).arg(error), 1);
         say(QStringLiteral("inspector on http://127.0.0.1:%1/").arg(inspector->port()));
@@ -77,6 +79,7 @@ const char* const kHelp = "usage: tavola COMMAND ...\n"
                           "Shows presentations on a multi-touch table.\n"
                           "\n"
                           "  run PRESENTATION [OPTION ...]  open a presentation on the table; its options: tavola run --help\n"
+                          "  mail list|retry|drop ...       work on undelivered e-mail; more: tavola mail --help\n"
                           "\n"
                           "  --help     this text\n"
                           "  --version  the program's version\n"
@@ -118,6 +121,15 @@ int main(int argc, char** argv)
         return 0;
     }
     const QString command = arguments.takeFirst();
+    if (command == QLatin1String("mail")) {
+        if (arguments.isEmpty() || asksForHelp(arguments.first())) {
+            std::fputs(MailCommand::help(), arguments.isEmpty() ? stderr : stdout);
+            return arguments.isEmpty() ? 2 : 0;
+        }
+        const QCoreApplication application(argc, argv);
+        QCoreApplication::setApplicationName(QStringLiteral("tavola"));
+        return MailCommand::run(arguments);
+    }
     if (command != QLatin1String("run"))
         return fail(QStringLiteral("unknown command %1; see tavola --help").arg(command), 2);
     if (std::any_of(arguments.begin(), arguments.end(), [](const QString& argument) { return asksFor(argument, "--help", "-h"); })) {

@@ -48,6 +48,7 @@ const char* const kIndex = "GET  /tree            the widgets\n"
                            "GET  /log             log lines\n"
                            "GET  /analytics       what visitors did\n"
                            "GET  /input           counts of the table's input\n"
+                           "GET  /mail            the outbox of each e-mail service\n"
                            "GET  /status          time, frames, what is under way\n"
                            "POST /frames?count=N&dt=SECONDS   run frames (manual clock only)\n";
 }
@@ -77,6 +78,8 @@ LoopbackHttpServer::Response Inspector::answer(const LoopbackHttpServer::Request
         return {200, "application/json", bytes(m_subject.log.analytics())};
     if (request.path == QLatin1String("/input"))
         return {200, "application/json", inputReport()};
+    if (request.path == QLatin1String("/mail"))
+        return {200, "application/json", bytes(m_subject.mail ? m_subject.mail() : QJsonArray())};
     if (request.path == QLatin1String("/status"))
         return {200, "application/json", statusReport()};
     return refusal(404, "no such page; GET / lists them");

@@ -2,6 +2,8 @@
 
 #include "LoopbackHttpServer.hpp"
 
+#include <QJsonArray>
+
 #include <functional>
 
 class TableLog;
@@ -16,7 +18,7 @@ class Application;
 }
 
 /// Lets tools look at a running table over HTTP on the loopback address: GET /tree, /screenshot.png, /log, /analytics,
-/// /input, /status; POST /frames?count=N&dt=SECONDS under the manual clock. GET / lists them.
+/// /input, /mail, /status; POST /frames?count=N&dt=SECONDS under the manual clock. GET / lists them.
 class Inspector
 {
 public:
@@ -26,6 +28,7 @@ public:
         const TableLog& log;
         const Tactile::TuioInput* input = nullptr; ///< null: no table input
         bool manualClock = false;
+        std::function<QJsonArray()> mail = {}; ///< the state of each e-mail service; may be empty
     };
 
     explicit Inspector(const Subject& subject);

@@ -152,7 +152,7 @@ TEST_CASE("presentation: unknown entries are told with their place, the rest is 
                                           "closeTemporaryAfterSeconds"));
     written.skips("table.widht", QStringLiteral("unknown entry; known are width, height, pixelPitchMm"));
     written.skips("widgets[0].atributes", QStringLiteral("unknown entry; known are component, id, classes, attributes, slots"));
-    written.skips("services.mail", QStringLiteral("unknown kind of service; known is media-server-service"));
+    written.skips("services.mail", QStringLiteral("unknown kind of service; known are email-service, media-server-service"));
     written.skips("services.media-server-service[0].timeout", QStringLiteral("unknown entry; known are name, address, timeoutSeconds"));
     const Presentation presentation = written.load();
     CHECK(presentation.title == "Rooms");

@@ -2,6 +2,8 @@
 
 #include "MailHeader.hpp"
 
+#include <Bedrock/Trace.hpp>
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -137,10 +139,6 @@ std::optional<MailSettings> MailSettings::read(const QJsonObject& entry, const Q
 
     settings.caFile = reader.file("caFile");
     settings.credentialsFile = reader.file("credentials");
-    constexpr auto kOpenToAll = QFile::ReadOther | QFile::WriteOther;
-    if (!settings.credentialsFile.isEmpty() && QFile::permissions(settings.credentialsFile) & kOpenToAll)
-        report(QStringLiteral("credentials"),
-               QStringLiteral("everybody may read the password in %1; make it yours with chmod 600").arg(settings.credentialsFile));
     settings.subject = reader.text("subject", QStringLiteral("What you collected"));
     settings.textTemplate = reader.contents("template");
     settings.htmlTemplate = reader.contents("htmlTemplate");
@@ -169,6 +167,9 @@ std::optional<MailCredentials> MailCredentials::load(const QString& fileName, QS
         error = QStringLiteral("cannot read %1 (%2)").arg(fileName, file.errorString());
         return std::nullopt;
     }
+    if (file.permissions() & (QFile::ReadOther | QFile::WriteOther))
+        Bedrock::Trace::warning("MailCredentials # Everybody may read the password in %s; make it yours alone with chmod 600",
+                                fileName.toUtf8().constData());
     const auto line = [&file] {
         QByteArray bytes = file.readLine(4096);
         while (bytes.endsWith('\n') || bytes.endsWith('\r'))

@@ -56,6 +56,6 @@ struct MailCredentials
     QString password;
 
     /// From the file's first two lines, user and password; without a file name from the environment. Nothing, with the reason
-    /// in `error`, when the file cannot be read.
+    /// in `error`, when the file cannot be read. A warning when others can read it too.
     [[nodiscard]] static std::optional<MailCredentials> load(const QString& fileName, QString& error);
 };
