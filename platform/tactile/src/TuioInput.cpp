@@ -3,10 +3,12 @@
 #include "TuioLog.hpp"
 
 #include <Bedrock/Trace.hpp>
+#include <Tactile/DatagramRecorder.hpp>
 #include <Tactile/DatagramSource.hpp>
 #include <Tactile/Sample.hpp>
 #include <Tactile/TuioDecoder.hpp>
 
+#include <cassert>
 #include <condition_variable>
 #include <limits>
 #include <mutex>
@@ -37,6 +39,7 @@ struct TuioInput::Private
     std::vector<ContactEvent> events;
     std::vector<Vecta::Rect> rects; // of each listener
     TuioLog log;
+    DatagramRecorder* recorder = nullptr;
 
     explicit Private(const TuioSettings& s) : settings(s), tracker(s.tracker) { events.reserve(kUsualEvents); }
 
@@ -44,6 +47,8 @@ struct TuioInput::Private
     {
         {
             const std::lock_guard<std::mutex> lock(mutex);
+            if (recorder)
+                recorder->datagram(listener, datagram);
             if (events.size() >= kMaxWaitingEvents)
                 decoder.countUnread(TuioDrop::QueueFull);
             else
@@ -86,6 +91,15 @@ TuioInput::~TuioInput()
         source->stop();
 }
 
+void TuioInput::setRecorder(DatagramRecorder* recorder)
+{
+    assert(d->datagramSources.empty() && "a recording begins before its sources");
+    const std::lock_guard<std::mutex> lock(d->mutex);
+    d->recorder = recorder;
+    if (recorder)
+        recorder->settings(d->settings);
+}
+
 bool TuioInput::addSource(std::unique_ptr<DatagramSource> source)
 {
     return addSource(std::move(source), d->settings.tableRect);
@@ -101,6 +115,8 @@ bool TuioInput::addSource(std::unique_ptr<DatagramSource> source, const Vecta::R
     {
         const std::lock_guard<std::mutex> lock(d->mutex);
         d->rects.push_back(tableRect);
+        if (d->recorder)
+            d->recorder->listener(listener, tableRect);
     }
     if (!source->start([input = d.get(), listener](const Datagram& datagram) { input->receive(datagram, listener); })) {
         d->errorText = source->errorText();
@@ -120,14 +136,19 @@ const std::string& TuioInput::errorText() const noexcept
 void TuioInput::setTableRect(std::size_t index, const Vecta::Rect& tableRect)
 {
     const std::lock_guard<std::mutex> lock(d->mutex);
-    if (index < d->rects.size())
-        d->rects[index] = tableRect;
+    if (index >= d->rects.size())
+        return;
+    d->rects[index] = tableRect;
+    if (d->recorder)
+        d->recorder->listener(static_cast<std::uint16_t>(index), tableRect);
 }
 
 void TuioInput::takeSample(double nowSeconds, Sample& sample)
 {
     // The tracker runs under the lock as well: a sender that it gives up must not slip in a frame meanwhile.
     const std::lock_guard<std::mutex> lock(d->mutex);
+    if (d->recorder)
+        d->recorder->frameTaken(nowSeconds);
     d->mapToTable();
     d->tracker.update(nowSeconds, d->events, sample);
     d->events.clear();

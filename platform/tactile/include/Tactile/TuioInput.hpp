@@ -12,6 +12,7 @@
 
 namespace Tactile
 {
+class DatagramRecorder;
 class DatagramSource;
 
 struct TuioSettings
@@ -34,6 +35,10 @@ class TAVOLA_EXPORT TuioInput final : public InputSource
 public:
     explicit TuioInput(const TuioSettings& settings = {});
     ~TuioInput() override;
+
+    /// Tells `recorder` everything from now on; before a source is added or a sample is taken. Not owned, and it outlives
+    /// this input.
+    void setRecorder(DatagramRecorder* recorder);
 
     /// Starts `source`, mapped to the settings' rectangle or to `tableRect`. When it does not start it is not kept, and
     /// errorText() says why.

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <Bedrock/Export.hpp>
+#include <Vecta/Rect.hpp>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace Tactile
+{
+struct Datagram;
+struct TuioSettings;
+
+/// Writes raw datagrams and the frames that took them to a file, from which a DatagramPlayer gives the same input frame by
+/// frame. Given to a TuioInput before anything else is done with it:
+///
+///     auto recorder = DatagramRecorder::create("evening.rec", error);
+///     input.setRecorder(recorder.get());
+///     … each frame: recorder->frameBegins(dt); input.takeSample(now, sample);
+///
+/// A thread of its own does the writing, so that a slow disk delays no frame. The file grows record by record: what a
+/// crash leaves can be replayed up to the last whole record. When the disk is full or too slow the recording ends there,
+/// with an error in the log, and the table goes on. All functions: any thread.
+class TAVOLA_EXPORT DatagramRecorder
+{
+public:
+    /// Seconds from any beginning, growing; for the arrival times, which nothing but the reader of a recording looks at.
+    using Clock = std::function<double()>;
+
+    /// Null, with the reason in `error`, when the file cannot be made. A file that exists is not touched.
+    [[nodiscard]] static std::unique_ptr<DatagramRecorder> create(const std::string& file, std::string& error,
+                                                                  Clock clock = {});
+    /// Writes what is left, and waits until it is on the disk.
+    ~DatagramRecorder();
+    DatagramRecorder(const DatagramRecorder&) = delete;
+    DatagramRecorder& operator=(const DatagramRecorder&) = delete;
+
+    /// The frame to come has this time step, exactly. Without it the step is the difference of the frames' times.
+    void frameBegins(double dtSeconds);
+
+    // What a TuioInput tells.
+    void settings(const TuioSettings& settings);
+    void listener(std::uint16_t index, const Vecta::Rect& tableRect);
+    void datagram(std::uint16_t listener, const Datagram& datagram);
+    /// A frame took what was told before.
+    void frameTaken(double nowSeconds);
+
+private:
+    DatagramRecorder();
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+}

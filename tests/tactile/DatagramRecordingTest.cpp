@@ -1,0 +1,357 @@
+#include "../support/LogCapture.hpp"
+#include "TestTable.hpp"
+
+#include <Tactile/DatagramPlayer.hpp>
+#include <Tactile/DatagramRecorder.hpp>
+#include <VisitPackets.hpp>
+
+#include <doctest/doctest.h>
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <sys/resource.h>
+
+#include <set>
+#include <sstream>
+
+using Tactile::DatagramPlayer;
+using Tactile::DatagramRecorder;
+
+namespace
+{
+/// Everything that a frame says, to the last bit.
+std::string describe(const Tactile::Sample& sample)
+{
+    std::ostringstream text;
+    text << std::hexfloat;
+    const auto object = [&text](const Tactile::TrackedObject& o) {
+        text << ' ' << o.id() << ' ' << o.code() << ' ' << o.centerLocation().x << ' ' << o.centerLocation().y << ' '
+             << o.rotation() << ';';
+    };
+    for (const auto& change : sample.changes) {
+        text << "change " << static_cast<int>(change.kind);
+        object(change.object);
+    }
+    for (const auto& finger : sample.fingers)
+        object(finger);
+    for (const auto& marker : sample.markers)
+        object(marker);
+    return text.str();
+}
+
+struct Folder
+{
+    QTemporaryDir dir;
+    std::string file = dir.filePath(QStringLiteral("evening.rec")).toStdString();
+
+    [[nodiscard]] QByteArray bytes() const
+    {
+        QFile f(QString::fromStdString(file));
+        REQUIRE(f.open(QIODevice::ReadOnly));
+        return f.readAll();
+    }
+    void write(const QByteArray& bytes) const
+    {
+        QFile f(QString::fromStdString(file));
+        REQUIRE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        f.write(bytes);
+    }
+    [[nodiscard]] std::unique_ptr<DatagramRecorder> record() const
+    {
+        std::string error;
+        auto recorder = DatagramRecorder::create(file, error, [] { return 0.0; });
+        REQUIRE(error.empty());
+        REQUIRE(recorder);
+        return recorder;
+    }
+    /// What each frame of the recording says.
+    [[nodiscard]] std::vector<std::string> replay() const
+    {
+        std::string error;
+        auto player = DatagramPlayer::open(file, error);
+        REQUIRE(error.empty());
+        REQUIRE(player);
+        Tactile::TuioInput input(player->settings());
+        Tactile::Sample sample;
+        std::vector<std::string> frames;
+        double now = 0.0;
+        while (const auto frame = player->nextFrame(input)) {
+            input.takeSample(now += frame->dtSeconds, sample);
+            frames.push_back(describe(sample));
+            CHECK(frame->number == frames.size());
+        }
+        CHECK_FALSE(player->nextFrame(input));
+        return frames;
+    }
+};
+
+Visit::Player visit()
+{
+    auto parsed = Visit::parseScript("size 1000 1000\n"
+                                     "at 0.0 card 1001 down 500 500 angle 90\n"
+                                     "at 0.2 finger 1 down 100 200\n"
+                                     "at 0.3 finger 1 move 300 400 over 0.5\n"
+                                     "at 0.5 finger 2 tap 800 800\n"
+                                     "at 0.9 card 1001 move 300 700 angle 180 over 0.5\n"
+                                     "at 1.0 finger 1 up\n"
+                                     "at 1.5 card 1001 up\n"
+                                     "at 1.7 card 1001 down 310 700\n"
+                                     "at 1.8 finger 3 down 900 100\n");
+    REQUIRE(parsed.errors.empty());
+    return Visit::Player(parsed.script);
+}
+
+/// Where the records of a recording end.
+std::set<int> recordEnds(const QByteArray& bytes)
+{
+    std::set<int> ends;
+    int place = bytes.indexOf('\n') + 1;
+    while (place + 8 <= bytes.size()) {
+        int size = 0;
+        for (int i = 0; i < 4; ++i)
+            size = size * 256 + static_cast<unsigned char>(bytes[place + i]);
+        ends.insert(place += 8 + size);
+    }
+    return ends;
+}
+
+void expectTheVisitsWarnings()
+{
+    for (const char* start : {"ContactTracker::update # Marker 1001 is on the table twice",
+                              "TuioDecoder::decode # Dropped a datagram", "TuioInput::takeSample # Lost the sender left@cam",
+                              "TuioInput::takeSample # Lost the sender right@cam"})
+        TestSupport::expectWarningStartingWith(start);
+}
+
+/// Records a visit with everything that can go wrong, and gives what each of its frames said.
+std::vector<std::string> recordVisit(const Folder& folder, Visit::TuioVersion version)
+{
+    auto settings = TestTable::plainSettings();
+    settings.tracker.smoothing = true;
+    settings.tracker.holdSeconds = 0.35;
+    settings.tracker.lostSenderSeconds = 1.5;
+    settings.tracker.pixelPitchMm = 0.7f;
+    settings.tracker.positionFilter.minCutoffHz = 3.f;
+    const auto recorder = folder.record();
+    Tactile::TuioInput input(settings);
+    input.setRecorder(recorder.get());
+    TestSupport::ScriptedDatagrams* listeners[2] = {};
+    for (auto& listener : listeners) {
+        auto source = std::make_unique<TestSupport::ScriptedDatagrams>();
+        listener = source.get();
+        REQUIRE(input.addSource(std::move(source), {listener == listeners[0] ? 0.f : 1000.f, 0.f, 1000.f, 1000.f}));
+    }
+    const Visit::Player player = visit();
+    Visit::Packets left("left@cam", version);
+    Visit::Packets right("right@cam", version);
+    std::vector<std::string> frames;
+    Tactile::Sample sample;
+    double now = 0.0;
+    expectTheVisitsWarnings();
+    // The senders end after two seconds and are given up; the steps are such that sums and differences are not exact.
+    for (int i = 0; i < 240; ++i) {
+        const double seconds = i / 60.0;
+        if (seconds < 2.0) {
+            left.send(player.frameAt(seconds), seconds, [&](const auto& packet) { listeners[0]->send(packet); });
+            if (i % 7 != 3)
+                right.send(player.frameAt(seconds / 2), seconds, [&](const auto& packet) { listeners[1]->send(packet); });
+        }
+        if (i == 40)
+            listeners[0]->send({'t', 'o', 'r'}, Tactile::SenderAddress::fromIpv4(10, 0, 0, 1, 77));
+        if (i == 60)
+            input.setTableRect(1, {1000.f, 0.f, 500.f, 500.f});
+        const double dt = 1.0 / 60 + i * 1e-5 / 7;
+        recorder->frameBegins(dt);
+        input.takeSample(now += dt, sample);
+        frames.push_back(describe(sample));
+    }
+    CHECK(sample.markers.empty());
+    return frames;
+}
+}
+
+TEST_CASE("datagram recording: a replay gives the same samples, frame by frame and to the last bit")
+{
+    for (const auto version : {Visit::TuioVersion::One, Visit::TuioVersion::Two}) {
+        const Folder folder;
+        const auto recorded = recordVisit(folder, version);
+        expectTheVisitsWarnings();
+        const auto replayed = folder.replay();
+        REQUIRE(replayed.size() == recorded.size());
+        for (std::size_t i = 0; i < recorded.size(); ++i) {
+            CAPTURE(i);
+            REQUIRE(replayed[i] == recorded[i]);
+        }
+        std::size_t busy = 0;
+        for (const auto& frame : recorded)
+            busy += frame.find("change") != std::string::npos ? 1 : 0;
+        CHECK(busy > 60);
+    }
+}
+
+TEST_CASE("datagram recording: without steps the frames' times are recorded by their differences")
+{
+    const Folder folder;
+    {
+        const auto recorder = folder.record();
+        TestTable table;
+        Tactile::TuioInput input(TestTable::plainSettings());
+        input.setRecorder(recorder.get());
+        Tactile::Sample sample;
+        input.takeSample(0.5, sample);
+        input.takeSample(0.75, sample);
+    }
+    std::string error;
+    auto player = DatagramPlayer::open(folder.file, error);
+    REQUIRE(player);
+    Tactile::TuioInput input(player->settings());
+    CHECK(player->nextFrame(input)->dtSeconds == 0.5);
+    CHECK(player->nextFrame(input)->dtSeconds == 0.25);
+    CHECK_FALSE(player->nextFrame(input));
+}
+
+TEST_CASE("datagram recording: the recorded settings are those of the table")
+{
+    const Folder folder;
+    {
+        auto settings = TestTable::plainSettings();
+        settings.tableRect = {1.f, 2.f, 3.f, 4.f};
+        settings.tracker.lostSenderSeconds = 9.5;
+        settings.tracker.rotationFilter.derivativeCutoffHz = 0.25f;
+        settings.tracker.quietRadians = 0.125f;
+        const auto recorder = folder.record();
+        Tactile::TuioInput(settings).setRecorder(recorder.get());
+    }
+    std::string error;
+    const auto player = DatagramPlayer::open(folder.file, error);
+    REQUIRE(player);
+    const Tactile::TuioSettings& read = player->settings();
+    CHECK(read.tableRect == Vecta::Rect{1.f, 2.f, 3.f, 4.f});
+    CHECK(read.tracker.pixelPitchMm == 1.f);
+    CHECK(read.tracker.lostSenderSeconds == 9.5);
+    CHECK(read.tracker.smoothing == false);
+    CHECK(read.tracker.rotationFilter.derivativeCutoffHz == 0.25f);
+    CHECK(read.tracker.quietRadians == 0.125f);
+}
+
+TEST_CASE("datagram recording: what a crash leaves is played up to the last whole frame")
+{
+    const Folder folder;
+    std::vector<std::string> recorded;
+    {
+        const auto recorder = folder.record();
+        TestTable table;
+        Tactile::TuioInput input(TestTable::plainSettings());
+        input.setRecorder(recorder.get());
+        auto source = std::make_unique<TestSupport::ScriptedDatagrams>();
+        auto* datagrams = source.get();
+        REQUIRE(input.addSource(std::move(source)));
+        Tactile::Sample sample;
+        for (int i = 1; i <= 3; ++i) {
+            datagrams->send(TestTable::fingersPacket(i, {{1, 0.1f * float(i), 0.5f}}));
+            input.takeSample(0.1 * i, sample);
+            recorded.push_back(describe(sample));
+        }
+    }
+    const QByteArray whole = folder.bytes();
+    REQUIRE(folder.replay().size() == 3);
+    const std::set<int> ends = recordEnds(whole);
+    REQUIRE(ends.size() == 8); // the settings, the listener, three datagrams and three frames
+    std::size_t longest = 0;
+    // Without the settings there is nothing to play.
+    for (int size = *ends.begin(); size < whole.size(); ++size) {
+        CAPTURE(size);
+        folder.write(whole.left(size));
+        if (ends.count(size) == 0)
+            TestSupport::expectWarningStartingWith("DatagramPlayer # The recording " + folder.file +
+                                                   " is cut off or damaged at byte ");
+        const auto replayed = folder.replay();
+        REQUIRE(replayed.size() < 3);
+        REQUIRE(replayed.size() >= longest);
+        longest = replayed.size();
+        for (std::size_t i = 0; i < replayed.size(); ++i)
+            REQUIRE(replayed[i] == recorded[i]);
+    }
+    CHECK(longest == 2);
+}
+
+TEST_CASE("datagram recording: a damaged byte ends the replay there, with a warning")
+{
+    const Folder folder;
+    {
+        const auto recorder = folder.record();
+        Tactile::TuioInput input(TestTable::plainSettings());
+        input.setRecorder(recorder.get());
+        Tactile::Sample sample;
+        for (int i = 1; i <= 3; ++i)
+            input.takeSample(0.1 * i, sample);
+    }
+    QByteArray bytes = folder.bytes();
+    constexpr int kFrameRecordBytes = 8 + 1 + 8 + 8;
+    const int second = bytes.size() - 2 * kFrameRecordBytes;
+    bytes[second + 12] = char(bytes[second + 12] ^ 1);
+    folder.write(bytes);
+    TestSupport::expectWarning("DatagramPlayer # The recording " + folder.file + " is cut off or damaged at byte " +
+                               std::to_string(second) +
+                               " (the recording program was ended, or its disk full); played are the 1 frames ahead of it");
+    CHECK(folder.replay().size() == 1);
+}
+
+TEST_CASE("datagram recording: what cannot be recorded or played is told with its remedy")
+{
+    const Folder folder;
+    std::string error;
+    const std::string head = "DatagramPlayer # Failed to read " + folder.file;
+    CHECK_FALSE(DatagramPlayer::open(folder.file, error));
+    CHECK(error == head + " (No such file or directory); look at its name and rights");
+    folder.write("at 0 card 1 down 0 0\n");
+    CHECK_FALSE(DatagramPlayer::open(folder.file, error));
+    CHECK(error == head + " (no recording of a table); give a file that \"tavola run --record\" made");
+    folder.write("tavola-recording 9\nxxxx");
+    CHECK_FALSE(DatagramPlayer::open(folder.file, error));
+    CHECK(error == head + " (a recording of another version); replay it with the program that made it");
+    folder.write("tavola-recording 1\n");
+    CHECK_FALSE(DatagramPlayer::open(folder.file, error));
+    CHECK(error == head + " (it ends before its first frame); record anew");
+
+    CHECK_FALSE(DatagramRecorder::create(folder.file, error));
+    CHECK(error == "DatagramRecorder # Failed to make " + folder.file +
+                       " (File exists); choose another name, or move that file away");
+    CHECK(folder.bytes() == "tavola-recording 1\n");
+    CHECK_FALSE(DatagramRecorder::create("/nowhere/a.rec", error));
+    CHECK(error == "DatagramRecorder # Failed to make /nowhere/a.rec (No such file or directory); choose a folder that can "
+                   "be written");
+}
+
+TEST_CASE("datagram recording: when the disk takes no more the recording ends, with an error, and the table goes on")
+{
+    const Folder folder;
+    rlimit before{};
+    REQUIRE(getrlimit(RLIMIT_FSIZE, &before) == 0);
+    rlimit small = before;
+    small.rlim_cur = 4096;
+    REQUIRE(setrlimit(RLIMIT_FSIZE, &small) == 0);
+    TestSupport::expectError("DatagramRecorder # Failed to write " + folder.file +
+                             " (File too large); the recording ends here, make room and begin another one");
+    TestTable table;
+    {
+        const auto recorder = folder.record();
+        Tactile::TuioInput input(TestTable::plainSettings());
+        input.setRecorder(recorder.get());
+        auto source = std::make_unique<TestSupport::ScriptedDatagrams>();
+        auto* datagrams = source.get();
+        REQUIRE(input.addSource(std::move(source)));
+        Tactile::Sample sample;
+        for (int i = 1; i <= 300; ++i) {
+            datagrams->send(TestTable::fingersPacket(i, {{1, 0.001f * float(i), 0.5f}}));
+            input.takeSample(0.1 * i, sample);
+        }
+        CHECK(sample.fingers.at(0).centerLocation().x == 300.f);
+    }
+    setrlimit(RLIMIT_FSIZE, &before);
+    TestSupport::expectWarningStartingWith("DatagramPlayer # The recording " + folder.file + " is cut off or damaged at byte ");
+    const auto replayed = folder.replay();
+    CHECK(replayed.size() > 5);
+    CHECK(replayed.size() < 300);
+}
