@@ -63,6 +63,8 @@ private:
         const int status = m_reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
         // Qt reports an error status as an error, too; those of the connection itself have numbers below.
         const QNetworkReply::NetworkError error = m_reply.error();
+        if (error == QNetworkReply::RemoteHostClosedError || isCutShort())
+            return fail(QStringLiteral("cut the connection"));
         if (status == 0 || (error != QNetworkReply::NoError && error < QNetworkReply::ContentAccessDenied))
             return fail(QStringLiteral("cannot be reached: ") + m_reply.errorString());
         if (status >= 300 && status < 400)
@@ -74,6 +76,13 @@ private:
             fail(QStringLiteral("answered with status %1").arg(status));
         else
             fail(QStringLiteral("sent no JSON object"));
+    }
+
+    /// Qt does not always notice that a body is shorter than was announced.
+    bool isCutShort() const
+    {
+        const QVariant announced = m_reply.header(QNetworkRequest::ContentLengthHeader);
+        return announced.isValid() && m_reply.bytesAvailable() < announced.toLongLong();
     }
 
     QNetworkReply& m_reply;

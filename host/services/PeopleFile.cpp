@@ -143,8 +143,9 @@ private:
     bool readColumns()
     {
         Line line;
-        line.number = 1;
         while (m_splitter.next(line) && isBlank(line)) { }
+        if (isBlank(line) || line.number == 0)
+            line.number = 1;
         static const QStringList known{"code", "name", "email", "content-key", "kind"};
         QStringList unknown;
         for (int i = 0; i < line.fields.size(); ++i) {

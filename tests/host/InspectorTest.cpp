@@ -180,7 +180,7 @@ TEST_CASE("inspector: the input's counts name what was dropped")
     const QJsonObject report = ask(inspector.port(), "GET", "/input").json().object();
     CHECK(report.value("datagramsReceived").toInt() == 2);
     CHECK(report.value("drops").toObject().value("malformed").toInt() == 2);
-    CHECK(report.value("drops").toObject().size() == 10);
+    CHECK(report.value("drops").toObject().value("unknownMessage").toInt(-1) == 0);
     CHECK(report.value("sources").isArray());
 }
 

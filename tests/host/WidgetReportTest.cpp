@@ -65,9 +65,9 @@ TEST_CASE("widget report: each attribute tells its value and the layer it comes 
     application.frame(0.0);
 
     QJsonObject report = widgetReport(*text);
-    CHECK(attribute(report, "font-size").value("value") == "31px");
+    CHECK(attribute(report, "font-size").value("value").toString().toStdString() == "31");
     CHECK(attribute(report, "font-size").value("layer") == 1);
-    CHECK(attribute(report, "opacity").value("value") == "0.75");
+    CHECK(attribute(report, "opacity").value("value").toString().toStdString() == "0.75");
     CHECK(attribute(report, "opacity").value("layer") == 2);
     CHECK(attribute(report, "text").value("layer") == 0);
 
