@@ -247,12 +247,17 @@ TEST_CASE("card: an unregistered one opens a space for nobody where it is allowe
     CHECK(table.spaces()[0]->hasPseudoClass("no-email"));
 }
 
-TEST_CASE("card: one with a content key never opens a personal space")
+TEST_CASE("card: one with a content key never opens a personal space, its folder is asked for instead")
 {
     Table table;
     const auto keyed = newCode();
     table.host.addPerson(keyed, "Cleo", "cleo@example.org", "folder-1");
-    table.lift(table.putDown(keyed));
+    TestSupport::expectWarning("PersonalTesselDetectorWidget::handlePersonalMarker # Failed to create personal folder for code "
+                               + std::to_string(keyed) + " (no personal widget)");
+    const auto id = table.putDown(keyed);
+    CHECK(table.host.tesselService().personalWidgetCalls == std::vector<unsigned long>{keyed});
+    CHECK_FALSE(table.holder(id));
+    table.lift(id);
     CHECK(table.spaces().empty());
 }
 

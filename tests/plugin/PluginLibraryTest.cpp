@@ -49,7 +49,8 @@ bool isMapped(const QString& path)
 }
 
 /// In the order in which the library registers them.
-const std::vector<std::string> kAllNames{"personal-space-widget", "email-widget-popup", "tavola-personal-tessel-detector"};
+const std::vector<std::string> kAllNames{"personal-space-widget", "email-widget-popup", "personal-folder",
+                                         "tavola-personal-tessel-detector"};
 
 std::vector<std::string> sorted(std::vector<std::string> names)
 {
@@ -166,15 +167,16 @@ TEST_CASE("plug-in: a card opens a space through the loaded library, which can b
 TEST_CASE("plug-in: a component that no package declares is reported and the others are registered")
 {
     TestHost host;
-    SUBCASE("one alone is declared")
+    SUBCASE("the folder is missing")
     {
-        const Copy copy(R"({ "components": { "email-widget-popup": { "type": "widget" } } })");
-        std::vector<std::string> missing = kAllNames;
-        missing.erase(std::find(missing.begin(), missing.end(), "email-widget-popup"));
-        const auto texts = expectPackageErrors(missing);
+        const Copy copy(R"({ "components": { "personal-space-widget": { "type": "widget" },
+                                             "email-widget-popup": { "type": "widget" },
+                                             "tavola-personal-tessel-detector": { "type": "widget-instance" } } })");
+        const auto texts = expectPackageErrors({"personal-folder"});
         const auto plugin = load(copy.path());
         CHECK(errorMessages(host) == texts);
-        CHECK(registeredNames(host) == std::vector<std::string>{"email-widget-popup"});
+        CHECK(registeredNames(host)
+              == std::vector<std::string>{"email-widget-popup", "personal-space-widget", "tavola-personal-tessel-detector"});
     }
     SUBCASE("all are missing, and are reported in their order")
     {
