@@ -142,7 +142,7 @@ void PersonalTesselDetectorWidget::handlePersonalMarker(const Tactile::Marker& m
                                                         bool down)
 {
     const unsigned long code = marker.code();
-    QString failure = QStringLiteral("Got null widget");
+    QString failure = QString::fromUtf8("Got null widget");
     if (const auto service = Tavola::instance()->services()->tesselService()) {
         const auto widget = service->personalWidget(code);
         if (!widget) {
@@ -220,7 +220,7 @@ void PersonalTesselDetectorWidget::emailWidget(Trellis::Widget& content, const P
                                                const Vecta::Vector2T<float>& scenePoint, float angle)
 {
     const auto popup = Bedrock::dynamicPointerCast<EmailSendingPopupWidget>(
-        Tavola::instance()->ui()->createStockWidget(QStringLiteral("email-widget-popup"), "main"));
+        Tavola::instance()->ui()->createStockWidget(QString::fromUtf8("email-widget-popup"), "main"));
     if (!popup)
         return;
     const auto mainWidget = Tavola::instance()->ui()->mainWidget();

@@ -23,7 +23,7 @@ void attachFile(EmailMessage& message, const QString& path)
         Bedrock::Trace::warning("createMessage # Failed to open file %s for reading", path.toUtf8().constData());
         return;
     }
-    message.addAttachment(QFileInfo(path).fileName(), std::move(file), QStringLiteral("application/octet-stream"));
+    message.addAttachment(QFileInfo(path).fileName(), std::move(file), QString::fromUtf8("application/octet-stream"));
 }
 
 /// Each link on a line of its own, with an empty line between two.
@@ -55,7 +55,7 @@ boost::expected<EmailMessage, QString> createMessage(const QList<Attachment>& at
 {
     const std::shared_ptr<EmailServiceAPI> service = Tavola::instance()->services()->emailService(QString());
     if (!service)
-        return boost::make_unexpected(QStringLiteral("No email service configured"));
+        return boost::make_unexpected(QString::fromUtf8("No email service configured"));
 
     EmailMessage message = service->createMessage();
     message.addRecipient({address, name}, EmailMessage::To);

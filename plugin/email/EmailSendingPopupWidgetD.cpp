@@ -78,7 +78,7 @@ void EmailSendingPopupWidget::D::addContent(Trellis::Widget& content)
                     }
                     const QList<Attachment> parsed = parseAttachments(files.value());
                     if (parsed.isEmpty()) {
-                        popup->d->handleError(QStringLiteral("Couldn't process widget for emailing"));
+                        popup->d->handleError(QString::fromUtf8("Couldn't process widget for emailing"));
                         return;
                     }
                     popup->d->attachments = parsed;

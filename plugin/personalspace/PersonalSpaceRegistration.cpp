@@ -29,7 +29,7 @@ void PersonalSpaceWidget::D::setEmailValidator()
 {
     inputField->editor()->clear();
     // Top-level domains of two to four letters are intended.
-    const QRegExp address(QStringLiteral("[A-Za-z0-9._%+-]+@[A-Za-z0-9.-]+\\.[A-Za-z]{2,4}"), Qt::CaseSensitive, QRegExp::RegExp);
+    const QRegExp address(QString::fromUtf8("[A-Za-z0-9._%+-]+@[A-Za-z0-9.-]+\\.[A-Za-z]{2,4}"), Qt::CaseSensitive, QRegExp::RegExp);
     inputField->setValidator([address](const QString& text) { return QRegExp(address).exactMatch(text.simplified()); });
 }
 

@@ -77,13 +77,13 @@ void PersonalSpaceWidget::D::listenToChildren(Trellis::Widget& cancelButton, Tre
     constexpr int kType = Facet::Node::kImmediate;
     helpButton->eventAddListener("single-tap", ifAlive([](D& self) {
                                      const Trellis::Widget& button = *self.helpButton;
-                                     self.toggleTooltip(QStringLiteral("help"), button.mapToParent(button.size() / 2.f));
+                                     self.toggleTooltip(QString::fromUtf8("help"), button.mapToParent(button.size() / 2.f));
                                  }),
                                  kType);
     info->eventAddListenerBd("single-tap", ifAlive([](D& self, Bedrock::BinaryData& data) {
                                  const float x = data.readFloat32();
                                  const float y = data.readFloat32();
-                                 self.toggleTooltip(QStringLiteral("email"), self.info->mapToParent({x, y}));
+                                 self.toggleTooltip(QString::fromUtf8("email"), self.info->mapToParent({x, y}));
                              }),
                              kType);
     envelope->eventAddListener("single-tap", ifAlive([](D& self) { self.envelopeTapped(); }), kType);

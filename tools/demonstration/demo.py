@@ -88,13 +88,13 @@ def play(build, visit, out):
         programs.append(table)
         report = Report(out, table)
         played = VISITS[visit](build, table, media_server)
-        programs.append(played.visitor)
+        programs.append(played.stage)
         print(f"The visit \"{visit}\":")
         for name, action in played.steps():
             if not report.step(name, action):
                 break
         held = report.write(media_server)
-        played.visitor.stop()
+        played.stage.stop()
         ended = table.stop()
         if held and ended != 0:
             raise Failure(f"the table ended with {ended}: {table.error_text()}")

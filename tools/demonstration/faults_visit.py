@@ -1,6 +1,6 @@
 """What Ann sees when the media server misbehaves: each thing she collects fails visibly, nothing stalls, and everything is
 uploaded once the server is well again."""
-from programs import Failure, Visitor, by_class, by_id, by_type, centre
+from programs import Failure, Stage, by_class, by_id, by_type, centre
 from report import unquote, value
 
 CARD = (1150, 560)
@@ -11,7 +11,7 @@ PICTURES = ["paper-moons", "field-lines", "terraces", "night-harbour", "basalt"]
 #         mode     what the log says after the fixed beginning (%s: the server's address)
 FAULTS = [("error", "The media server %s answered with status 500"),
           ("text", "The media server %s sent no JSON object"),
-          ("cut", "The media server %s cannot be reached: "),
+          ("cut", "The media server %s cut the connection"),
           ("slow", "The media server %s did not answer within 1 s"),
           ("away", "The media server %s cannot be reached: ")]
 
@@ -22,7 +22,7 @@ def require(condition, what):
 
 
 def script(tree):
-    lines = ["size 1920 1080", f"at 0.2 card 1001 down {CARD[0]} {CARD[1]} angle 0"]
+    lines = [f"at 0.2 card 1001 down {CARD[0]} {CARD[1]} angle 0"]
     for index, name in enumerate(PICTURES):
         x, y = centre(by_id(tree, name)[0])
         begin = 2 + index * 4
@@ -45,7 +45,8 @@ class FaultsVisit:
         self.table.frames(3)
         self.table.wait_until("the pictures", lambda: self.table.get("/status")["pendingImages"] == 0)
         self.table.frames(1)
-        self.visitor = Visitor(build, table, script(table.tree()))
+        self.stage = Stage(build, table)
+        self.stage.enter(script(table.tree()))
 
     def steps(self):
         names = {"error": "answers 500", "text": "answers something else than JSON", "cut": "cuts the connection",
@@ -56,7 +57,7 @@ class FaultsVisit:
                 ("everything is uploaded when the card comes again", self.well_again)]
 
     def begin(self):
-        self.visitor.play_until(1.5)
+        self.stage.play_until(1.5)
         self.table.wait_until("the page", lambda: unquote(value(self.space(), "user-page-url")))
 
     def space(self):
@@ -73,7 +74,7 @@ class FaultsVisit:
             self.server.away()
         else:
             self.server.mode = mode
-        self.visitor.play_until(2 + index * 4 + 3)
+        self.stage.play_until(2 + index * 4 + 3)
         self.table.wait_until("the tile to fail", lambda: len(self.tiles()) == index + 1
                               and "failed" in self.tiles()[index]["classes"])
         line = [entry for entry in self.table.get("/log") if entry["text"].startswith(UPLOAD_LINE)][-1]
@@ -84,6 +85,6 @@ class FaultsVisit:
     def well_again(self):
         self.server.back()
         self.server.mode = "good"
-        self.visitor.play_until(28.5)
+        self.stage.play_until(28.5)
         self.table.wait_until("five uploaded tiles",
                               lambda: len(self.tiles()) == 5 and all("uploaded" in tile["classes"] for tile in self.tiles()))

@@ -2,7 +2,7 @@
 import os
 import tempfile
 
-from programs import Failure, Visitor, by_class, by_id, by_type, centre, decode_qr, value
+from programs import Failure, Stage, by_class, by_id, by_type, centre, decode_qr, value
 from report import page_entries, unquote
 
 CARD = (1150, 560)
@@ -18,7 +18,6 @@ def script(tree):
     moons = centre(by_id(tree, "paper-moons")[0])
     link = centre(by_id(tree, "opening-hours")[0])
     return f"""
-size 1920 1080
 at 0.2  card 1001 down {CARD[0]} {CARD[1]} angle 0
 at 1.5  finger 1 down {moons[0]:.0f} {moons[1]:.0f}
 at 1.6  finger 1 move {DROP[0]} {DROP[1]} over 0.8
@@ -40,7 +39,8 @@ class FirstVisit:
         self.table.frames(3)
         self.table.wait_until("the pictures", lambda: self.table.get("/status")["pendingImages"] == 0)
         self.table.frames(1)
-        self.visitor = Visitor(build, table, script(table.tree()))
+        self.stage = Stage(build, table)
+        self.stage.enter(script(table.tree()))
 
     def steps(self):
         return [
@@ -68,7 +68,7 @@ class FirstVisit:
         require(len(by_type(self.table.tree(), "ContentWidget")) >= 8, "pictures are missing")
 
     def card_opens_space(self):
-        self.visitor.play_until(1.0)
+        self.stage.play_until(1.0)
         space = self.space()
         x, y = centre(space)
         require(abs(x - CARD[0]) < 2 and abs(y - CARD[1]) < 2, f"the space's centre is at {x:.1f}, {y:.1f}, not at the card")
@@ -76,13 +76,13 @@ class FirstVisit:
         require(title == "Hi, Ann", f'the title is "{title}"')
 
     def picture_hovers(self):
-        self.visitor.play_until(2.8)
+        self.stage.play_until(2.8)
         require("valid-hover" in self.space()["pseudoClasses"], "the space does not welcome the picture")
 
     def two_tiles(self):
-        self.visitor.play_until(3.9)
+        self.stage.play_until(3.9)
         require(len(self.tiles()) == 1, f"{len(self.tiles())} tiles after the first drop")
-        self.visitor.play_until(6.4)
+        self.stage.play_until(6.4)
         require(len(self.tiles()) == 2, f"{len(self.tiles())} tiles after the second drop")
 
         def previews():
@@ -118,16 +118,16 @@ class FirstVisit:
         require(codes == [url], f"the table's QR codes say {codes}, not {url}")
 
     def card_up(self):
-        self.visitor.play_until(9.0)
+        self.stage.play_until(9.0)
         require(self.table.get("/input")["sources"][0]["markers"] == 0, "the card is still on the table")
         self.space()
 
     def closes(self):
-        self.visitor.play_until(89.0)
+        self.stage.play_until(89.0)
         require(not by_type(self.table.tree(), "PersonalSpaceWidget"), "the space is still open")
 
     def again(self):
-        self.visitor.play_until(91.5)
+        self.stage.play_until(91.5)
         require(len(self.tiles()) == 2, f"{len(self.tiles())} tiles instead of two")
         self.table.wait_until("both tiles to show that they are uploaded",
                               lambda: all("uploaded" in tile["classes"] for tile in self.tiles()))

@@ -127,36 +127,85 @@ class Table(Program):
 
 
 class Visitor(Program):
-    """tavola-visit, kept in step with the table frame by frame."""
+    """tavola-visit with a script of its own, one frame at a time."""
 
-    FRAME = 1 / 60
-
-    def __init__(self, build, table, script):
+    def __init__(self, build, table, script, options=()):
         self.file = tempfile.NamedTemporaryFile("w", suffix=".visit", encoding="utf-8")
         self.file.write(script)
         self.file.flush()
         super().__init__([os.path.join(build, "bin", "tavola-visit"), self.file.name, "--to",
-                          f"127.0.0.1:{table.tuio_port}", "--step"])
+                          f"127.0.0.1:{table.tuio_port}", "--step", *options])
+        self.now = 0.0
+        self.sent = 0
+
+    def play(self, seconds):
+        """Sends what the script has for the next `seconds`."""
+        self.now += seconds
+        answers = len(self.lines)
+        self.process.stdin.write(f"{self.now:.6f}\n")
+        self.process.stdin.flush()
+        with self._arrived:
+            if not self._arrived.wait_for(lambda: len(self.lines) > answers, 20) or self.lines[-1] is None:
+                raise Failure(f"a visitor stopped: {self.error_text()}")
+            self.sent = int(self.lines[-1])
+
+
+class Stage:
+    """Visitors at a table, all in step with its clock: every datagram has arrived before the frame it belongs to runs."""
+
+    FRAME = 1 / 60
+
+    def __init__(self, build, table, visit_options=()):
+        self.build = build
         self.table = table
+        self.visit_options = list(visit_options)
+        self.visitors = []
+        self.left = 0  # datagrams of visitors who have gone
         self.now = 0.0
         self._before = table.get("/input")["datagramsReceived"]
 
-    def play_until(self, seconds):
-        """Plays the script up to that time: each datagram has arrived before the frame it belongs to runs."""
-        while self.now < seconds - 1e-9:
-            self.now = min(self.now + self.FRAME, seconds)
-            answers = len(self.lines)
-            self.process.stdin.write(f"{self.now:.6f}\n")
-            self.process.stdin.flush()
-            with self._arrived:
-                if not self._arrived.wait_for(lambda: len(self.lines) > answers, 20) or self.lines[-1] is None:
-                    raise Failure(f"the visitor stopped: {self.error_text()}")
-                sent = int(self.lines[-1])
+    def enter(self, script):
+        """Somebody comes to the table; the script's time begins now."""
+        visitor = Visitor(self.build, self.table, "size 1920 1080\n" + script + "\n", self.visit_options)
+        self.visitors.append(visitor)
+        return visitor
+
+    def leave(self, visitor):
+        self.left += visitor.sent
+        self.visitors.remove(visitor)
+        visitor.stop()
+
+    def play(self, seconds):
+        """Everybody's scripts go on for `seconds`, in frames of at most FRAME."""
+        rest = seconds
+        while rest > 1e-9:
+            step = min(self.FRAME, rest)
+            rest -= step
+            self.now += step
+            for visitor in self.visitors:
+                visitor.play(step)
+            sent = self.left + sum(visitor.sent for visitor in self.visitors)
             deadline = time.monotonic() + 20
             while self.table.get("/input")["datagramsReceived"] - self._before < sent:
                 if time.monotonic() > deadline:
                     raise Failure("datagrams were lost on the way to the table")
-            self.table.frames(1, self.FRAME)
+            self.table.frames(1, step)
+
+    def play_until(self, seconds):
+        self.play(max(0.0, seconds - self.now))
+
+    def act(self, script, seconds):
+        """A visitor who comes, plays a script and goes."""
+        visitor = self.enter(script)
+        self.play(seconds)
+        self.leave(visitor)
+
+    def tap(self, x, y):
+        self.act(f"at 0.02 finger 1 down {x:.1f} {y:.1f}\nat 0.10 finger 1 up", 0.15)
+
+    def stop(self):
+        for visitor in self.visitors:
+            visitor.stop()
 
 
 def find(tree, predicate):
