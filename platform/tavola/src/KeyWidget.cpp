@@ -54,7 +54,7 @@ Look lookOf(Action action, KeyWidget::Lit lit)
     }
 }
 
-constexpr float kIconShare = 0.34f; ///< of the key's height
+constexpr float kIconShare = 0.38f; ///< of the key's height
 }
 
 KeyWidget::KeyWidget(Trellis::Widget* keyboard, KeyboardKey key) : Trellis::TextWidget(keyboard), m_key(std::move(key))

@@ -181,7 +181,7 @@ void KeyboardWidget::Private::label()
     for (const auto& key : keys) {
         const Action action = key->key().action;
         const bool isWord = action == Action::Space || action == Action::Language || action == Action::Symbols;
-        setFontSize(*key, side * (isWord ? 0.34f : 0.46f));
+        setFontSize(*key, side * (isWord ? 0.34f : action == Action::Dead ? 0.62f : 0.46f));
         key->setText(action == Action::Space ? layout.title : typed(key->key()));
         if (action == Action::Shift)
             key->setLit(shift);
