@@ -377,3 +377,45 @@ TEST_CASE("text edit: a listener may remove the editor, or go on to the next one
     }
     CHECK(Bedrock::ReferenceCounted::liveObjects() == before);
 }
+
+TEST_CASE("text edit: an editor with a keyboard of its own goes on when the focus goes elsewhere")
+{
+    EditScene scene;
+    TextEditWidget& next = scene.add({10, 60, 100, 30});
+    int begun = 0;
+    scene.editor.eventAddListener("editing-began", [&] { ++begun; });
+    scene.tap({20, 20});
+    CHECK(begun == 1);
+    scene.editor.setOwnKeyboard(true);
+    CHECK(begun == 1);
+    scene.tap({20, 70});
+    CHECK(scene.takeHeard().empty());
+    CHECK_FALSE(scene.editor.hasFocus());
+    CHECK(scene.editor.isEditing());
+    CHECK(scene.editor.hasPseudoClass("focus"));
+    CHECK(next.isEditing());
+    scene.type(QStringLiteral("n"));
+    scene.editor.insertText(QStringLiteral("e"));
+    CHECK(next.text() == QStringLiteral("n"));
+    CHECK(scene.takeHeard() == "changed:e;");
+    SUBCASE("an end from the code is told")
+    {
+        scene.editor.endEditing();
+        CHECK(scene.takeHeard() == "finished:e:focus-lost;");
+    }
+    SUBCASE("so is its enter key, once")
+    {
+        QKeyEvent enter(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
+        scene.editor.keyPressed(enter);
+        CHECK(scene.takeHeard() == "finished:e:enter;");
+    }
+    SUBCASE("a keyboard that is taken away is not")
+    {
+        scene.editor.setOwnKeyboard(false);
+        CHECK(scene.takeHeard().empty());
+    }
+    CHECK_FALSE(scene.editor.isEditing());
+    CHECK_FALSE(scene.editor.hasPseudoClass("focus"));
+    CHECK_FALSE(scene.editor.isUpdating());
+    CHECK(next.hasFocus());
+}

@@ -537,7 +537,7 @@ TEST_CASE("input: the observer may remove the widget while it moves and when it 
 
 TEST_CASE("input: a widget may be deleted by its own events, or delete sibling and parent")
 {
-    for (const char* event : {"interaction-begin", "interaction-end", "single-tap"}) {
+    for (const char* event : {"interaction-begin", "finger-down", "finger-up", "interaction-end", "single-tap"}) {
         for (const int victim : {0, 1, 2}) {
             CAPTURE(event);
             CAPTURE(victim);
@@ -674,4 +674,68 @@ TEST_CASE("input: touching a widget or anything in it resets its idle time")
     CHECK(outer.idleSeconds() == doctest::Approx(0.2));
     auto& late = scene.box(0, 0, 10, 10);
     CHECK(late.idleSeconds() == 0.0);
+}
+
+// ---- Fingers one by one ------------------------------------------------------------------------------------------------
+
+TEST_CASE("input: each finger's coming and going is told to the widget it hit, with its id and the place")
+{
+    TestScene scene;
+    auto& outer = scene.box(100, 100, 200, 200, "movable: true;");
+    auto* inner = new Widget(&outer);
+    style(*inner, "width: 100px; height: 100px; scale: 2;");
+    EventCount outerDowns(outer, "finger-down");
+    EventCount downs(*inner, "finger-down");
+    EventCount ups(*inner, "finger-up");
+    scene.input.fingerDown(7, {120, 140});
+    scene.frames();
+    REQUIRE(downs.count == 1);
+    CHECK(downs.last.readInt64() == 7);
+    CHECK(downs.last.readFloat32() == near(10));
+    CHECK(downs.last.readFloat32() == near(20));
+    scene.input.fingerDown(8, {130, 140});
+    scene.frames();
+    CHECK(downs.count == 2);
+    scene.input.fingerUp(7);
+    scene.frames();
+    REQUIRE(ups.count == 1);
+    CHECK(ups.last.readInt64() == 7);
+    scene.input.fingerCancel(8);
+    scene.frames();
+    CHECK(ups.count == 2);
+    CHECK(downs.count == 2);
+    CHECK(outerDowns.count == 0);
+}
+
+TEST_CASE("input: a widget that holds its fingers keeps them from what carries it, and each such widget on its own")
+{
+    TestScene scene;
+    auto& sheet = scene.box(100, 100, 300, 200, "movable: true; rotatable: true;");
+    Widget* keys[2];
+    for (int i = 0; i < 2; ++i) {
+        keys[i] = new Widget(&sheet);
+        style(*keys[i], QStringLiteral("position: absolute; left: %1px; top: 50px; width: 100px; height: 100px;").arg(i * 150).toUtf8());
+        keys[i]->setHoldsFingers(true);
+    }
+    EventCount first(*keys[0], "interaction-begin");
+    EventCount second(*keys[1], "interaction-begin");
+    const Vector2f before = sheet.location();
+    scene.input.fingerDown(1, {150, 200});
+    scene.input.fingerDown(2, {300, 200});
+    scene.frames();
+    CHECK(first.count == 1);
+    CHECK(second.count == 1);
+    scene.input.fingerMove(1, {190, 260});
+    scene.input.fingerMove(2, {380, 100});
+    scene.frames(2);
+    CHECK(sheet.location() == before);
+    CHECK(sheet.rotation() == 0.f);
+    CHECK_FALSE(sheet.isHeld());
+
+    // The sheet itself is moved as before, by a finger beside the keys.
+    scene.input.fingerDown(3, {120, 120});
+    scene.frames();
+    scene.input.fingerMove(3, {170, 120});
+    scene.frames();
+    CHECK(sheet.location() == before + Vector2f(50.f, 0.f));
 }
