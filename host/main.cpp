@@ -45,12 +45,12 @@ void makeApplication(std::optional<QGuiApplication>& application, int& argc, cha
 
 int run(const RunOptions& options)
 {
+    const TableLog log;
     QString error;
     const auto presentation = Presentation::load(options.presentation, error);
     if (!presentation)
         return fail(error, 1);
 
-    const TableLog log;
     const auto table = Table::open(*presentation, options, error);
     if (!table)
         return fail(error, 1);
