@@ -308,6 +308,31 @@ TEST_CASE("keyboard: backspace repeats while it is held, by the table's time")
     CHECK(desk.text().size() == 4);
 }
 
+TEST_CASE("keyboard: a key whose finger is taken away repeats no longer")
+{
+    TestHost host;
+    Desk desk(host);
+    desk.field->editor()->setText("0123456789");
+    desk.open();
+    host.input.fingerDown(1, desk.at(Action::Backspace));
+    host.frame();
+    REQUIRE(desk.text().size() == 9);
+    SUBCASE("by input that is switched off")
+    {
+        desk.space->setInputEnabled(false);
+    }
+    SUBCASE("by a space that fades out")
+    {
+        Trellis::FadeAnimator::fadeOutAndDelete(*desk.space, 10.f, 0.f);
+    }
+    host.frame(2.0);
+    host.frame(2.0);
+    CHECK(desk.text().size() == 9);
+    CHECK_FALSE(desk.keyboard()->findKey(Action::Backspace)->hasPseudoClass("pressed"));
+    host.input.fingerUp(1);
+    host.frame();
+}
+
 // ---- Ends --------------------------------------------------------------------------------------------------------------
 
 TEST_CASE("keyboard: enter finishes with the text and the reason enter, once, and closes it")

@@ -88,12 +88,23 @@ void KeyWidget::fingerDown()
 
 void KeyWidget::fingerUp()
 {
-    m_fingers = std::max(0, m_fingers - 1);
-    if (m_fingers == 0) {
-        repeatAt = 0.0;
-        setPseudoClass(QByteArrayLiteral("pressed"), false);
-        look();
-    }
+    if (m_fingers > 0 && --m_fingers == 0)
+        letGo();
+}
+
+void KeyWidget::checkFingers()
+{
+    if (m_fingers == 0 || isHeld())
+        return;
+    m_fingers = 0;
+    letGo();
+}
+
+void KeyWidget::letGo()
+{
+    repeatAt = 0.0;
+    setPseudoClass(QByteArrayLiteral("pressed"), false);
+    look();
     if (const auto call = onRelease)
         call(*this);
 }

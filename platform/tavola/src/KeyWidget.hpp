@@ -24,7 +24,7 @@ public:
 
     /// Called at each finger that comes down; cleared by the keyboard when the key leaves it.
     std::function<void(KeyWidget&)> onPress;
-    /// Called when a finger leaves.
+    /// Called when the last finger has left.
     std::function<void(KeyWidget&)> onRelease;
 
     [[nodiscard]] const KeyboardKey& key() const noexcept { return m_key; }
@@ -32,6 +32,8 @@ public:
     /// Pixels outside the key's rectangle that count as the key.
     void setReach(float reachPx) { m_reachPx = reachPx; }
     void setLit(Lit lit);
+    /// Once a frame: fingers may have been taken away without a word, by a space that fades out for instance.
+    void checkFingers();
 
     /// Seconds of table time at which the key acts again while it is held; 0 when it does not.
     double repeatAt = 0.0;
@@ -43,6 +45,7 @@ public:
 private:
     void fingerDown();
     void fingerUp();
+    void letGo();
     void look();
 
     KeyboardKey m_key;

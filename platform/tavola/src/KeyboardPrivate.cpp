@@ -207,7 +207,7 @@ void KeyboardWidget::Private::pressed(KeyWidget& widget)
 
 void KeyboardWidget::Private::released(KeyWidget& widget)
 {
-    if (widget.key().action != Action::Shift || widget.isPressed() || !typedWhileShiftHeld)
+    if (widget.key().action != Action::Shift || !typedWhileShiftHeld)
         return;
     typedWhileShiftHeld = false;
     shift = Shift::No;
@@ -324,6 +324,7 @@ void KeyboardWidget::Private::repeat(double timeSeconds)
     const double interval = double(std::max(repeatInterval.value(), kLeastRepeatSeconds));
     for (std::size_t i = 0; i < keys.size(); ++i) {
         const auto key = keys[i];
+        key->checkFingers();
         // Letting go, and a level that changes, end it.
         while (!closing && key->repeatAt > 0.0 && key->isPressed() && key->repeatAt <= timeSeconds && key->parent() == &host) {
             key->repeatAt += interval;
