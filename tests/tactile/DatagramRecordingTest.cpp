@@ -211,7 +211,7 @@ TEST_CASE("datagram recording: without steps the frames' times are recorded by t
     CHECK_FALSE(player->nextFrame(input));
 }
 
-TEST_CASE("datagram recording: the recorded settings are those of the table")
+TEST_CASE("datagram recording: the recorded settings and note are those of the table")
 {
     const Folder folder;
     {
@@ -221,11 +221,13 @@ TEST_CASE("datagram recording: the recorded settings are those of the table")
         settings.tracker.rotationFilter.derivativeCutoffHz = 0.25f;
         settings.tracker.quietRadians = 0.125f;
         const auto recorder = folder.record();
+        recorder->note("presentations/gallery");
         Tactile::TuioInput(settings).setRecorder(recorder.get());
     }
     std::string error;
     const auto player = DatagramPlayer::open(folder.file, error);
     REQUIRE(player);
+    CHECK(player->note() == "presentations/gallery");
     const Tactile::TuioSettings& read = player->settings();
     CHECK(read.tableRect == Vecta::Rect{1.f, 2.f, 3.f, 4.f});
     CHECK(read.tracker.pixelPitchMm == 1.f);

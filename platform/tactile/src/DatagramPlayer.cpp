@@ -54,6 +54,7 @@ struct DatagramPlayer::Private
 {
     std::string file;
     std::ifstream stream;
+    std::string note;
     TuioSettings settings;
     std::vector<RecordedDatagramSource*> sources; // owned by the input
     std::vector<char> body;
@@ -171,7 +172,12 @@ std::unique_ptr<DatagramPlayer> DatagramPlayer::open(const std::string& file, st
         return nullptr;
     }
     d.place = line.size();
-    if (d.readRecord() != Private::Outcome::Record || d.body.front() != Recording::Settings) {
+    bool isRead = d.readRecord() == Private::Outcome::Record;
+    if (isRead && d.body.front() == Recording::Note) {
+        d.note.assign(d.body.data() + 1, d.body.size() - 1);
+        isRead = d.readRecord() == Private::Outcome::Record;
+    }
+    if (!isRead || d.body.front() != Recording::Settings) {
         error = "DatagramPlayer # Failed to read " + file + " (it ends before its first frame); record anew";
         return nullptr;
     }
@@ -182,6 +188,11 @@ std::unique_ptr<DatagramPlayer> DatagramPlayer::open(const std::string& file, st
         return nullptr;
     }
     return player;
+}
+
+const std::string& DatagramPlayer::note() const noexcept
+{
+    return d->note;
 }
 
 const TuioSettings& DatagramPlayer::settings() const noexcept

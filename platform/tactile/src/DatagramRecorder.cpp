@@ -166,6 +166,12 @@ DatagramRecorder::~DatagramRecorder()
         ::close(d->descriptor);
 }
 
+void DatagramRecorder::note(const std::string& text)
+{
+    const std::lock_guard<std::mutex> lock(d->mutex);
+    d->add(Recording::Note, [&text](Recording::Writer& w) { w.addBytes(text.data(), text.size()); });
+}
+
 void DatagramRecorder::frameBegins(double dtSeconds)
 {
     const std::lock_guard<std::mutex> lock(d->mutex);

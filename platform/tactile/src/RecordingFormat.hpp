@@ -12,7 +12,8 @@
 ///     uint32   check sum of the body: FNV-1a
 ///     body     one byte that tells its kind, then
 ///
-///     'S'      settings, the first record: float32 x, y, width, height of the table rectangle, pixelPitchMm; float64
+///     'N'      a note for whoever replays it, ahead of the settings: UTF-8
+///     'S'      settings, ahead of everything that follows: float32 x, y, width, height of the table rectangle, pixelPitchMm; float64
 ///              holdSeconds; float32 holdDistanceMm, markerOutlineRadiusMm; float64 lostSenderSeconds; uint8 smoothing;
 ///              float32 minCutoffHz, beta, derivativeCutoffHz of the position and of the rotation filter; float32
 ///              quietDistancePx, quietRadians
@@ -29,7 +30,7 @@ constexpr std::size_t kHeadBytes = 8;
 constexpr std::size_t kMaxBody = 1 << 17; // beyond a full datagram
 constexpr std::uint16_t kMaxListeners = 1024;
 
-enum Kind : char { Settings = 'S', Listener = 'L', DatagramKind = 'D', FrameKind = 'F' };
+enum Kind : char { Note = 'N', Settings = 'S', Listener = 'L', DatagramKind = 'D', FrameKind = 'F' };
 
 inline std::uint32_t checkSum(const char* data, std::size_t size) noexcept
 {

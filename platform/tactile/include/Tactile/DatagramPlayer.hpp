@@ -35,6 +35,9 @@ public:
     /// What the recorded table's input was set to. An input must have the same for the same outcome.
     [[nodiscard]] const TuioSettings& settings() const noexcept;
 
+    /// The recorder's note; empty without one.
+    [[nodiscard]] const std::string& note() const noexcept;
+
     /// Gives `input`, always the same one, the listeners and datagrams of the next frame; the caller then runs that frame.
     /// Nothing after the last whole frame; a recording that was cut off or damaged there is told in the log.
     [[nodiscard]] std::optional<Frame> nextFrame(TuioInput& input);

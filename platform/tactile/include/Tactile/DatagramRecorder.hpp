@@ -37,6 +37,9 @@ public:
     DatagramRecorder(const DatagramRecorder&) = delete;
     DatagramRecorder& operator=(const DatagramRecorder&) = delete;
 
+    /// Keeps a text for whoever replays the recording, such as what the table showed. Before the input is given this
+    /// recorder.
+    void note(const std::string& text);
     /// The frame to come has this time step, exactly. Without it the step is the difference of the frames' times.
     void frameBegins(double dtSeconds);
 
