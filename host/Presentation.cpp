@@ -3,6 +3,7 @@
 #include "TextPosition.hpp"
 
 #include <Bedrock/Trace.hpp>
+#include <Tavola/KeyboardLayout.hpp>
 
 #include <QDir>
 #include <QFile>
@@ -94,10 +95,11 @@ private:
     void readTable(const QJsonValue& value)
     {
         const QJsonObject table = object(value, QStringLiteral("table"));
-        checkEntries(table, {"width", "height", "pixelPitchMm"}, QStringLiteral("table"));
+        checkEntries(table, {"width", "height", "pixelPitchMm", "keyboardLayout"}, QStringLiteral("table"));
         m_result.sizePx.x = size(table, "width", QStringLiteral("table"), m_result.sizePx.x);
         m_result.sizePx.y = size(table, "height", QStringLiteral("table"), m_result.sizePx.y);
         m_result.pixelPitchMm = size(table, "pixelPitchMm", QStringLiteral("table"), m_result.pixelPitchMm);
+        readKeyboardLayout(table.value(QLatin1String("keyboardLayout")));
     }
 
     /// The absolute path of a file of the presentation; empty, with a warning, when it is not there.
@@ -125,6 +127,17 @@ private:
                 result << path;
         }
         return result;
+    }
+
+    void readKeyboardLayout(const QJsonValue& value)
+    {
+        const QStringList known = Tavola::KeyboardLayout::names() + QStringList{QStringLiteral("none")};
+        if (value.isUndefined())
+            return;
+        if (known.contains(value.toString()))
+            m_result.keyboardLayout = value.toString();
+        else
+            skip(QStringLiteral("table.keyboardLayout"), QStringLiteral("expected one of ") + known.join(QLatin1String(", ")));
     }
 
     void readPlugins(const QJsonValue& value)

@@ -39,6 +39,7 @@ struct Presentation
     QString title;
     Vecta::Vector2f sizePx{1920.f, 1080.f};
     float pixelPitchMm = 0.55f;
+    QString keyboardLayout; ///< of the keyboards on the table; empty for the usual one, "none" for a table without
     QStringList styleSheets; ///< absolute paths
     QStringList plugins;     ///< library names or absolute paths
     QString peopleFile;      ///< absolute path; empty without people

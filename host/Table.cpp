@@ -212,6 +212,8 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const RunOp
     if (!d.openInput(presentation, options, error))
         return nullptr;
     d.tavola = Tavola::Tavola::create();
+    d.tavola->ui()->setPixelPitchMm(presentation.pixelPitchMm);
+    d.tavola->ui()->setKeyboardLayout(presentation.keyboardLayout);
     d.hostComponents = std::make_unique<HostComponents>(*d.tavola);
     if (!d.openServices(presentation, options, error))
         return nullptr;

@@ -51,7 +51,7 @@ TEST_CASE("presentation: everything that may stand in one is read")
 {
     Written written(R"({
         "title": "Two rooms",
-        "table": {"width": 3840, "height": 2160, "pixelPitchMm": 0.4},
+        "table": {"width": 3840, "height": 2160, "pixelPitchMm": 0.4, "keyboardLayout": "fi"},
         "styleSheets": ["look/rooms.css"],
         "plugins": ["one", "lib/two.so"],
         "people": "people.csv",
@@ -70,6 +70,7 @@ TEST_CASE("presentation: everything that may stand in one is read")
     CHECK(presentation.sizePx.x == 3840.f);
     CHECK(presentation.sizePx.y == 2160.f);
     CHECK(presentation.pixelPitchMm == 0.4f);
+    CHECK(presentation.keyboardLayout == "fi");
     CHECK(presentation.styleSheets == QStringList{sheet});
     CHECK(presentation.plugins == QStringList{QStringLiteral("one"), written.folder().path(QStringLiteral("lib/two.so"))});
     CHECK(presentation.peopleFile == people);
@@ -150,7 +151,7 @@ TEST_CASE("presentation: unknown entries are told with their place, the rest is 
                         "services": {"mail": [], "media-server-service": [{"address": "http://a", "timeout": 3}]}})");
     written.skips("titel", QStringLiteral("unknown entry; known are title, table, styleSheets, plugins, people, services, cards, widgets, "
                                           "closeTemporaryAfterSeconds"));
-    written.skips("table.widht", QStringLiteral("unknown entry; known are width, height, pixelPitchMm"));
+    written.skips("table.widht", QStringLiteral("unknown entry; known are width, height, pixelPitchMm, keyboardLayout"));
     written.skips("widgets[0].atributes", QStringLiteral("unknown entry; known are component, id, classes, attributes, slots"));
     written.skips("services.mail", QStringLiteral("unknown kind of service; known are email-service, media-server-service"));
     written.skips("services.media-server-service[0].timeout", QStringLiteral("unknown entry; known are name, address, timeoutSeconds"));
@@ -182,7 +183,7 @@ TEST_CASE("presentation: an entry of the wrong kind costs itself only")
 
 TEST_CASE("presentation: an element of the wrong kind costs itself only")
 {
-    Written written(R"({"table": {"width": -3, "height": "high", "pixelPitchMm": 0},
+    Written written(R"({"table": {"width": -3, "height": "high", "pixelPitchMm": 0, "keyboardLayout": "qwerty"},
                         "styleSheets": [1, "look.css"], "plugins": [null, "one"], "cards": [1.5, -1, "x", 1e300, 7],
                         "services": {"media-server-service": [7, {"address": "ftp://a"}, {"address": "http://"}, {"address": "http://a", "timeoutSeconds": 0}]},
                         "widgets": [3, {"id": "nameless"}, {"component": "text", "attributes": [], "slots": 1}, {"component": "panel"}]})");
@@ -193,6 +194,7 @@ TEST_CASE("presentation: an element of the wrong kind costs itself only")
     const QString object = QStringLiteral("expected an object of names and values");
     const QString component = QStringLiteral("expected an object with a \"component\"");
     written.skips("table.width", number).skips("table.height", number).skips("table.pixelPitchMm", number);
+    written.skips("table.keyboardLayout", QStringLiteral("expected one of en, de, fi, fr, none"));
     written.skips("styleSheets[0]", QStringLiteral("expected the name of a file"));
     written.skips("plugins[0]", QStringLiteral("expected the name of a plug-in"));
     written.skips("cards[0]", code).skips("cards[1]", code).skips("cards[2]", code).skips("cards[3]", code);
