@@ -3,6 +3,7 @@
 #include "TextPosition.hpp"
 
 #include <Bedrock/Trace.hpp>
+#include <Tavola/ComponentReader.hpp>
 #include <Tavola/KeyboardLayout.hpp>
 
 #include <QDir>
@@ -19,14 +20,19 @@ namespace
 class Reader
 {
 public:
-    Reader(const QString& fileName, Presentation& result) : m_file(fileName), m_folder(result.folder), m_result(result) {}
+    Reader(const QString& fileName, Presentation& result)
+        : m_file(fileName), m_folder(result.folder), m_result(result),
+          m_components(fileName, [this](const QString& place, const QString& why) { skip(place, why); })
+    {
+    }
 
     void read(const QJsonObject& root)
     {
-        checkEntries(root, {"title", "table", "styleSheets", "plugins", "people", "services", "cards", "widgets",
-                                         "closeTemporaryAfterSeconds"}, QString());
+        checkEntries(root, {"title", "table", "input", "inputSettings", "styleSheets", "plugins", "people", "services", "cards", "components", "widgets",
+                                         "folders", "closeTemporaryAfterSeconds"}, QString());
         m_result.title = text(root, "title");
         readTable(root.value(QLatin1String("table")));
+        m_result.input = InputSettings::read(root, [this](const QString& place, const QString& why) { skip(place, why); });
         m_result.styleSheets = files(root.value(QLatin1String("styleSheets")), QStringLiteral("styleSheets"));
         readPlugins(root.value(QLatin1String("plugins")));
         if (root.contains(QLatin1String("people")))
@@ -35,7 +41,9 @@ public:
         readCards(root.value(QLatin1String("cards")));
         m_result.closeTemporaryAfterSeconds =
             size(root, "closeTemporaryAfterSeconds", QString(), m_result.closeTemporaryAfterSeconds);
-        m_result.widgets = components(root.value(QLatin1String("widgets")), QStringLiteral("widgets"), 0);
+        m_components.readNamed(root.value(QLatin1String("components")));
+        m_result.widgets = m_components.list(root.value(QLatin1String("widgets")), QStringLiteral("widgets"));
+        readFolders(root.value(QLatin1String("folders")));
     }
 
 private:
@@ -102,20 +110,7 @@ private:
         readKeyboardLayout(table.value(QLatin1String("keyboardLayout")));
     }
 
-    /// The absolute path of a file of the presentation; empty, with a warning, when it is not there.
-    QString file(const QString& name, const QString& place) const
-    {
-        if (name.isEmpty()) {
-            skip(place, QStringLiteral("expected the name of a file"));
-            return {};
-        }
-        const QString path = QDir::cleanPath(QDir(m_folder).absoluteFilePath(name));
-        if (!QFileInfo(path).isFile()) {
-            skip(place, QStringLiteral("there is no file ") + path);
-            return {};
-        }
-        return path;
-    }
+    [[nodiscard]] QString file(const QString& name, const QString& place) const { return m_components.file(name, place); }
 
     QStringList files(const QJsonValue& value, const QString& place) const
     {
@@ -213,6 +208,14 @@ private:
         }
     }
 
+    void readFolders(const QJsonValue& value)
+    {
+        const QJsonObject folders = object(value, QStringLiteral("folders"));
+        for (auto it = folders.begin(); it != folders.end(); ++it)
+            if (auto folder = m_components.single(it.value(), QStringLiteral("folders.") + it.key()))
+                m_result.folders.emplace_back(it.key(), std::move(*folder));
+    }
+
     /// JSON's numbers are exact up to 2^53 only, so longer codes are texts.
     static std::optional<unsigned long> cardCode(const QJsonValue& value)
     {
@@ -228,66 +231,10 @@ private:
         return static_cast<unsigned long>(number);
     }
 
-    /// Replaces {"file": "media/x.png"} by the absolute path, anywhere in a value. Undefined when a file is missing.
-    QJsonValue resolved(const QJsonValue& value, const QString& place) const
-    {
-        if (value.isArray()) {
-            QJsonArray result;
-            const QJsonArray array = value.toArray();
-            for (int i = 0; i < array.size(); ++i) {
-                const QJsonValue item = resolved(array.at(i), QStringLiteral("%1[%2]").arg(place).arg(i));
-                if (!item.isUndefined())
-                    result.append(item);
-            }
-            return result;
-        }
-        if (!value.isObject())
-            return value;
-        const QString path = file(value.toObject().value(QLatin1String("file")).toString(), place);
-        return path.isEmpty() ? QJsonValue(QJsonValue::Undefined) : QJsonValue(path);
-    }
-
-    std::vector<ComponentUse> components(const QJsonValue& value, const QString& place, int depth) const
-    {
-        std::vector<ComponentUse> result;
-        constexpr int kDeepest = 16;
-        if (depth > kDeepest) {
-            skip(place, QStringLiteral("components are nested too deeply"));
-            return result;
-        }
-        const QJsonArray array = list(value, place, "components");
-        for (int i = 0; i < array.size(); ++i) {
-            const QString at = QStringLiteral("%1[%2]").arg(place).arg(i);
-            const QJsonObject entry = array.at(i).toObject();
-            ComponentUse use;
-            use.component = entry.value(QLatin1String("component")).toString();
-            if (use.component.isEmpty()) {
-                skip(at, QStringLiteral("expected an object with a \"component\""));
-                continue;
-            }
-            checkEntries(entry, {"component", "id", "classes", "attributes", "slots"}, at);
-            use.properties = entry;
-            use.properties.remove(QStringLiteral("component"));
-            use.properties.remove(QStringLiteral("slots"));
-            QJsonObject attributes;
-            const QJsonObject given = object(entry.value(QLatin1String("attributes")), at + QStringLiteral(".attributes"));
-            for (auto it = given.begin(); it != given.end(); ++it) {
-                const QJsonValue attribute = resolved(it.value(), QStringLiteral("%1.attributes.%2").arg(at, it.key()));
-                if (!attribute.isUndefined())
-                    attributes.insert(it.key(), attribute);
-            }
-            use.properties.insert(QStringLiteral("attributes"), attributes);
-            const QJsonObject slotObject = object(entry.value(QLatin1String("slots")), at + QStringLiteral(".slots"));
-            for (auto it = slotObject.begin(); it != slotObject.end(); ++it)
-                use.slotContents.emplace_back(it.key(), components(it.value(), QStringLiteral("%1.slots.%2").arg(at, it.key()), depth + 1));
-            result.push_back(std::move(use));
-        }
-        return result;
-    }
-
     QString m_file;
     QString m_folder;
     Presentation& m_result;
+    Tavola::ComponentReader m_components;
 };
 }
 
@@ -311,7 +258,9 @@ std::optional<Presentation> Presentation::load(const QString& path, QString& err
     QJsonParseError parseError;
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &parseError);
     if (!document.isObject()) {
-        const TextPosition position = TextPosition::of(bytes, parseError.offset);
+        // Qt counts the character that it stumbled over as read, but for what stands behind the end.
+        const bool isBehind = parseError.offset > 0 && parseError.error != QJsonParseError::GarbageAtEnd;
+        const TextPosition position = TextPosition::of(bytes, document.isNull() ? parseError.offset - (isBehind ? 1 : 0) : 0);
         error = QStringLiteral("%1:%2:%3: %4").arg(file.fileName()).arg(position.line).arg(position.column)
                     .arg(document.isNull() ? parseError.errorString() : QStringLiteral("expected a JSON object"));
         return std::nullopt;

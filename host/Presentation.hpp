@@ -1,7 +1,9 @@
 #pragma once
 
+#include "InputSettings.hpp"
 #include "services/email/MailSettings.hpp"
 
+#include <Tavola/ComponentUse.hpp>
 #include <Vecta/Vector2T.hpp>
 
 #include <QJsonObject>
@@ -11,13 +13,7 @@
 #include <optional>
 #include <vector>
 
-/// A component that a presentation puts on the table or into a slot.
-struct ComponentUse
-{
-    QString component;
-    QJsonObject properties; ///< "id", "classes", "attributes"; file references are absolute paths
-    std::vector<std::pair<QString, std::vector<ComponentUse>>> slotContents;
-};
+using Tavola::ComponentUse;
 
 struct MediaServerSettings
 {
@@ -39,6 +35,7 @@ struct Presentation
     QString title;
     Vecta::Vector2f sizePx{1920.f, 1080.f};
     float pixelPitchMm = 0.55f;
+    InputSettings input;
     QString keyboardLayout; ///< of the keyboards on the table; empty for the usual one, "none" for a table without
     QStringList styleSheets; ///< absolute paths
     QStringList plugins;     ///< library names or absolute paths
@@ -47,6 +44,8 @@ struct Presentation
     std::vector<MailSettings> mailServices; ///< each of another name
     std::vector<unsigned long> cards; ///< the codes behind the keys 1 to 9; in the file numbers, or texts above 2^53
     std::vector<ComponentUse> widgets;
+    /// What a card with a content key opens, by that key.
+    std::vector<std::pair<QString, ComponentUse>> folders;
     float closeTemporaryAfterSeconds = 120.f; ///< what visitors opened closes when nobody touched it that long
 
     /// Reads a presentation's folder (or the path of its presentation.json). Nothing, with the reason in `error`, when there

@@ -1,22 +1,35 @@
 #include "RunOptions.hpp"
 
+#include "InputSettings.hpp"
 #include "Presentation.hpp"
 
-#include <QHostAddress>
 #include <QRegularExpression>
 
 #include <algorithm>
 #include <iterator>
 
-QString RunOptions::help()
+QString RunOptions::help(Command command)
 {
+    if (command == Command::Replay)
+        return QStringLiteral(
+            "usage: tavola replay RECORDING [PRESENTATION] [OPTION ...]\n"
+            "Replays the input of a table that \"tavola run --record\" recorded: the same frames with the same datagrams, in\n"
+            "the same time. Without a PRESENTATION the one that was recorded is opened. The table has the recorded size.\n"
+            "\n"
+            "With --manual-clock each frame that the inspector asks for is the next one of the recording, with its own step. At\n"
+            "the end the table stands still; without a window and a manual clock the program ends.\n"
+            "\n"
+            "The options are those of \"tavola run\" but for --size, --tuio and --record; see tavola run --help.\n");
     return QStringLiteral(
         "usage: tavola run PRESENTATION [OPTION ...]\n"
         "Opens a presentation (a folder with presentation.json) on the table.\n"
         "\n"
         "  --headless              no window; pictures of the table come from the inspector\n"
         "  --size WxH              the table's size in pixels (default: the presentation's)\n"
-        "  --tuio [ADDRESS:]PORT   where TUIO datagrams arrive (default 127.0.0.1:3333; port 0 chooses one and prints it)\n"
+        "  --tuio [ADDRESS:]PORT   where TUIO datagrams arrive (default 127.0.0.1:3333; port 0 chooses one and prints it);\n"
+        "                          goes before the presentation's own listeners\n"
+        "  --record FILE           record the input, for tavola replay; FILE must not exist yet\n"
+        "  --show-input            draw fingers and cards over the table, with their ids and codes\n"
         "  --inspect PORT          serve the inspector on this loopback port (0 chooses one and prints it)\n"
         "  --manual-clock          frames run only when the inspector asks for them\n"
         "  --opengl                draw the window by OpenGL where there is one\n"
@@ -47,20 +60,6 @@ bool parseSize(const QString& text, std::optional<QSize>& size)
     return std::max(size->width(), size->height()) <= Presentation::kLargestSizePx;
 }
 
-/// "3333", "0.0.0.0:3333", "localhost:3333", "[::1]:3333".
-bool parseAddress(const QString& text, QString& address, int& port)
-{
-    const int colon = text.lastIndexOf(QLatin1Char(':'));
-    if (colon >= 0) {
-        address = text.left(colon);
-        if (address.startsWith(QLatin1Char('[')) && address.endsWith(QLatin1Char(']')))
-            address = address.mid(1, address.size() - 2);
-        if (address == QLatin1String("localhost"))
-            address = QStringLiteral("127.0.0.1");
-    }
-    return parsePort(text.mid(colon + 1), port) && !QHostAddress(address).isNull();
-}
-
 /// One option and what it takes; `value` is what stood behind it. The reason when that makes no sense, otherwise empty.
 struct OptionWithValue
 {
@@ -80,7 +79,14 @@ const OptionWithValue kOptionsWithValue[] = {
      }},
     {"--tuio",
      [](const QString& value, RunOptions& options) {
-         return wants(parseAddress(value, options.tuioAddress, options.tuioPort), "[ADDRESS:]PORT, for example 0.0.0.0:3333");
+         options.hasTuio = true;
+         return wants(InputSettings::parseAddress(value, options.tuioAddress, options.tuioPort),
+                      "[ADDRESS:]PORT, for example 0.0.0.0:3333");
+     }},
+    {"--record",
+     [](const QString& value, RunOptions& options) {
+         options.recordFile = value;
+         return wants(!value.isEmpty(), "the name of a file that does not exist yet");
      }},
     {"--inspect",
      [](const QString& value, RunOptions& options) {
@@ -119,8 +125,9 @@ const OptionWithValue* findOptionWithValue(const QString& argument)
 }
 }
 
-std::optional<RunOptions> RunOptions::parse(const QStringList& arguments, QString& error)
+std::optional<RunOptions> RunOptions::parse(const QStringList& arguments, QString& error, Command command)
 {
+    const bool isReplay = command == Command::Replay;
     RunOptions options;
     for (int i = 0; i < arguments.size(); ++i) {
         const QString& argument = arguments[i];
@@ -138,9 +145,13 @@ std::optional<RunOptions> RunOptions::parse(const QStringList& arguments, QStrin
             options.manualClock = true;
         } else if (argument == QLatin1String("--opengl")) {
             options.openGL = true;
+        } else if (argument == QLatin1String("--show-input")) {
+            options.showInput = true;
         } else if (argument.startsWith(QLatin1Char('-'))) {
             error = QStringLiteral("unknown option %1; see tavola run --help").arg(argument);
             return std::nullopt;
+        } else if (isReplay && options.replayFile.isEmpty()) {
+            options.replayFile = argument;
         } else if (options.presentation.isEmpty()) {
             options.presentation = argument;
         } else {
@@ -148,7 +159,15 @@ std::optional<RunOptions> RunOptions::parse(const QStringList& arguments, QStrin
             return std::nullopt;
         }
     }
-    if (options.presentation.isEmpty()) {
+    if (isReplay && options.replayFile.isEmpty()) {
+        error = QStringLiteral("which recording? Give a file that was made by tavola run --record");
+        return std::nullopt;
+    }
+    if (isReplay && (options.hasTuio || options.size || !options.recordFile.isEmpty())) {
+        error = QStringLiteral("--tuio, --size and --record make no sense in a replay: the recording has the input and the size");
+        return std::nullopt;
+    }
+    if (!isReplay && options.presentation.isEmpty()) {
         error = QStringLiteral("which presentation? Give its folder, for example: tavola run presentations/gallery");
         return std::nullopt;
     }

@@ -2,7 +2,10 @@
 
 #include "DataFolder.hpp"
 #include "HostComponents.hpp"
+#include "InputOverlay.hpp"
+#include "PersonalWidgets.hpp"
 #include "PluginSearch.hpp"
+#include "TableInput.hpp"
 #include "TemporaryWidgets.hpp"
 #include "services/MarkerService.hpp"
 #include "services/MediaServerService.hpp"
@@ -14,8 +17,8 @@
 #include <Bedrock/Trace.hpp>
 #include <Cascara/StyleEngine.hpp>
 #include <Tactile/TuioInput.hpp>
-#include <Tactile/UdpDatagramSource.hpp>
 #include <Tavola/Component.hpp>
+#include <Tavola/MarkerDetectorWidget.hpp>
 #include <Tavola/PluginLoader.hpp>
 #include <Tavola/ServiceProvider.hpp>
 #include <Tavola/Tavola.hpp>
@@ -26,6 +29,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QEvent>
+#include <QTimer>
 #include <QUrl>
 
 #include <vector>
@@ -33,43 +37,24 @@
 struct Table::Private
 {
     std::unique_ptr<Trellis::Application> application; ///< from the first line of open on
-    std::unique_ptr<Tactile::TuioInput> input;
-    int tuioPort = 0;
+    std::unique_ptr<TableInput> input; ///< from the first line of open on
+    bool takesInput = false;
+    bool isInFrame = false;
     std::shared_ptr<Tavola::Tavola> tavola;
     std::vector<std::weak_ptr<OutboxService>> mailServices; ///< they live with `tavola`
+    QTimer peopleTimer;
     std::unique_ptr<HostComponents> hostComponents;
     std::vector<std::unique_ptr<Tavola::PluginLoader>> plugins;
+    std::shared_ptr<PersonalWidgets> personalWidgets;
     std::vector<std::shared_ptr<Tavola::UIComponent>> components; ///< what the presentation uses, for as long as it is open
 
-    bool openInput(const Presentation& presentation, const RunOptions& options, QString& error);
     bool openServices(const Presentation& presentation, const RunOptions& options, QString& error);
     bool openMail(const Presentation& presentation, const RunOptions& options, QString& error);
     bool loadPlugins(const Presentation& presentation, const RunOptions& options, QString& error);
-    std::shared_ptr<Tavola::UIComponent> makeComponent(const ComponentUse& use);
     void placeWidgets(const Presentation& presentation);
     void clearLayers();
     void close();
 };
-
-bool Table::Private::openInput(const Presentation& presentation, const RunOptions& options, QString& error)
-{
-    Tactile::TuioSettings settings;
-    settings.tableRect = {0.f, 0.f, application->size().x, application->size().y};
-    settings.tracker.pixelPitchMm = presentation.pixelPitchMm;
-    input = std::make_unique<Tactile::TuioInput>(settings);
-    Tactile::UdpSettings udp;
-    udp.address = options.tuioAddress.toStdString();
-    udp.port = std::uint16_t(options.tuioPort);
-    auto source = std::make_unique<Tactile::UdpDatagramSource>(udp);
-    const auto* socket = source.get();
-    if (!input->addSource(std::move(source))) {
-        error = QString::fromStdString(input->errorText());
-        return false;
-    }
-    tuioPort = socket->port();
-    application->addInputSource(*input);
-    return true;
-}
 
 bool Table::Private::openServices(const Presentation& presentation, const RunOptions& options, QString& error)
 {
@@ -85,7 +70,17 @@ bool Table::Private::openServices(const Presentation& presentation, const RunOpt
         }
         auto service = std::make_shared<MarkerService>(registry, services.tesselServiceCache());
         service->fillCache();
+        service->setPersonalWidgets(
+            [weak = std::weak_ptr(personalWidgets)](const QString& contentKey) -> MarkerService::PersonalWidget {
+                if (const auto widgets = weak.lock())
+                    return widgets->widget(contentKey);
+                return boost::make_unexpected(QStringLiteral("the table is closing"));
+            });
         services.setTesselService(service);
+        // People are registered at a desk while the table runs.
+        constexpr int kLookForPeopleEveryMs = 2000;
+        QObject::connect(&peopleTimer, &QTimer::timeout, &peopleTimer, [service] { service->refreshCache(); });
+        peopleTimer.start(kLookForPeopleEveryMs);
     }
     std::vector<MediaServerSettings> mediaServers = presentation.mediaServers;
     if (!options.mediaServer.isEmpty()) {
@@ -139,26 +134,12 @@ bool Table::Private::loadPlugins(const Presentation& presentation, const RunOpti
     return true;
 }
 
-std::shared_ptr<Tavola::UIComponent> Table::Private::makeComponent(const ComponentUse& use)
-{
-    std::shared_ptr<Tavola::UIComponent> component = tavola->createComponent(use.component);
-    if (!component) {
-        Bedrock::Trace::warning("Table # There is no component \"%s\"; what the presentation puts there is left out",
-                                use.component.toUtf8().constData());
-        return nullptr;
-    }
-    component->setProperties(use.properties);
-    for (const auto& slot : use.slotContents)
-        for (const ComponentUse& inner : slot.second)
-            if (auto innerComponent = makeComponent(inner))
-                component->assign(slot.first.toUtf8(), innerComponent);
-    return component;
-}
-
 void Table::Private::placeWidgets(const Presentation& presentation)
 {
+    for (const auto& folder : presentation.folders)
+        personalWidgets->add(folder.first, folder.second);
     for (const ComponentUse& use : presentation.widgets) {
-        const auto component = makeComponent(use);
+        const auto component = use.makeComponent();
         if (!component)
             continue;
         components.push_back(component);
@@ -180,9 +161,12 @@ void Table::Private::close()
 {
     // Nothing that holds code of a plug-in may outlive it: functions that wait on a thread or in a queue, widgets, their
     // instances and components, answers that services owe. They go in the order in which one could make the other.
-    if (input)
-        application->removeInputSource(*input);
+    if (!application)
+        return;
+    if (takesInput)
+        application->removeInputSource(input->tuio());
     Bedrock::BGThread::shutdown();
+    personalWidgets.reset();
     if (tavola)
         clearLayers();
     components.clear();
@@ -206,24 +190,36 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const RunOp
 {
     std::unique_ptr<Table> table(new Table());
     Private& d = *table->d;
+    d.input = TableInput::open(options, error);
+    if (!d.input)
+        return nullptr;
     const Vecta::Vector2f size =
         options.size ? Vecta::Vector2f(float(options.size->width()), float(options.size->height())) : presentation.sizePx;
-    d.application = std::make_unique<Trellis::Application>(size);
-    if (!d.openInput(presentation, options, error))
+    d.application = std::make_unique<Trellis::Application>(d.input->recordedSize().value_or(size));
+    if (!d.input->start(presentation, options, d.application->size(), error))
         return nullptr;
+    d.application->addInputSource(d.input->tuio());
+    d.takesInput = true;
     d.tavola = Tavola::Tavola::create();
     d.tavola->ui()->setPixelPitchMm(presentation.pixelPitchMm);
     d.tavola->ui()->setKeyboardLayout(presentation.keyboardLayout);
     d.hostComponents = std::make_unique<HostComponents>(*d.tavola);
+    d.personalWidgets = std::make_shared<PersonalWidgets>();
     if (!d.openServices(presentation, options, error))
         return nullptr;
     for (const QString& sheet : presentation.styleSheets)
         Cascara::StyleEngine::instance().loadStyleSheet(sheet);
     if (!d.loadPlugins(presentation, options, error))
         return nullptr;
+    d.tavola->ui()->internalOverlayWidget()->addChild(Bedrock::makeIntrusive<Tavola::MarkerDetectorWidget>());
     d.placeWidgets(presentation);
     d.tavola->ui()->mainWidget()->addOperator(
         Bedrock::makeIntrusive<TemporaryWidgets>(presentation.closeTemporaryAfterSeconds));
+    if (options.showInput) {
+        const auto overlay = Bedrock::makeIntrusive<InputOverlay>(presentation.pixelPitchMm);
+        overlay->postConstruct();
+        d.tavola->ui()->internalOverlayWidget()->addChild(overlay);
+    }
     return table;
 }
 
@@ -246,12 +242,35 @@ QJsonArray Table::mailState() const
     return result;
 }
 
+std::optional<double> Table::frame(double dtSeconds)
+{
+    // Qt's events may bring the timer that turns the crank: the frame that is under way is the one it wants.
+    if (d->isInFrame)
+        return 0.0;
+    d->isInFrame = true;
+    const std::optional<double> step = d->input->nextStep(dtSeconds);
+    if (step)
+        d->application->frame(*step);
+    d->isInFrame = false;
+    return step;
+}
+
+bool Table::isReplay() const noexcept
+{
+    return d->input->isReplay();
+}
+
 const Tactile::TuioInput& Table::input() const noexcept
 {
-    return *d->input;
+    return d->input->tuio();
+}
+
+QJsonArray Table::listeners() const
+{
+    return d->input->listeners();
 }
 
 int Table::tuioPort() const noexcept
 {
-    return d->tuioPort;
+    return d->input->port();
 }

@@ -1,8 +1,10 @@
 #include "MailCommand.hpp"
+#include "PeopleCommand.hpp"
 #include "Presentation.hpp"
 #include "RunLoop.hpp"
 #include "RunOptions.hpp"
 #include "Table.hpp"
+#include "TableInput.hpp"
 #include "TableLog.hpp"
 #include "TableWindow.hpp"
 #include "inspector/Inspector.hpp"
@@ -10,6 +12,8 @@
 #include <Trellis/Application.hpp>
 
 #include <QGuiApplication>
+#include <QJsonArray>
+#include <QJsonObject>
 
 #include <algorithm>
 #include <cstdio>
@@ -54,12 +58,17 @@ int run(const RunOptions& options)
     const auto table = Table::open(*presentation, options, error);
     if (!table)
         return fail(error, 1);
-    say(QStringLiteral("TUIO on %1:%2").arg(options.tuioAddress).arg(table->tuioPort()));
+    for (const QJsonValue& listener : table->listeners())
+        say(QStringLiteral("TUIO on ") + listener.toObject().value(QLatin1String("tuio")).toString());
+    if (table->isReplay())
+        say(QStringLiteral("replays ") + options.replayFile);
 
     std::unique_ptr<Inspector> inspector;
     if (options.inspectPort) {
         inspector = std::make_unique<Inspector>(Inspector::Subject{table->application(), log, &table->input(), options.manualClock,
-                                                                     [&table] { return table->mailState(); }});
+                                                                     [&table] { return table->mailState(); },
+                                                                     [&table](double dt) { return table->frame(dt).has_value(); },
+                                                                     [&table] { return table->listeners(); }});
         if (!inspector->listen(*options.inspectPort, error))
             return fail(QStringLiteral("the inspector cannot listen on port %1: %2").arg(*options.inspectPort).arg(error), 1);
         say(QStringLiteral("inspector on http://127.0.0.1:%1/").arg(inspector->port()));
@@ -79,7 +88,10 @@ const char* const kHelp = "usage: tavola COMMAND ...\n"
                           "Shows presentations on a multi-touch table.\n"
                           "\n"
                           "  run PRESENTATION [OPTION ...]  open a presentation on the table; its options: tavola run --help\n"
+                          "  replay RECORDING [OPTION ...]  replay the input that a run recorded; more: tavola replay --help\n"
                           "  mail list|retry|drop ...       work on undelivered e-mail; more: tavola mail --help\n"
+                          "  people list|add|import|export|remove ...\n"
+                          "                                 the people a table knows; more: tavola people --help\n"
                           "\n"
                           "  --help     this text\n"
                           "  --version  the program's version\n"
@@ -130,16 +142,31 @@ int main(int argc, char** argv)
         QCoreApplication::setApplicationName(QStringLiteral("tavola"));
         return MailCommand::run(arguments);
     }
-    if (command != QLatin1String("run"))
+    if (command == QLatin1String("people")) {
+        if (arguments.isEmpty() || asksForHelp(arguments.first())) {
+            std::fputs(PeopleCommand::help(), arguments.isEmpty() ? stderr : stdout);
+            return arguments.isEmpty() ? 2 : 0;
+        }
+        const QCoreApplication application(argc, argv);
+        QCoreApplication::setApplicationName(QStringLiteral("tavola"));
+        return PeopleCommand::run(arguments);
+    }
+    const auto kind = command == QLatin1String("replay") ? RunOptions::Command::Replay : RunOptions::Command::Run;
+    if (command != QLatin1String("run") && kind != RunOptions::Command::Replay)
         return fail(QStringLiteral("unknown command %1; see tavola --help").arg(command), 2);
     if (std::any_of(arguments.begin(), arguments.end(), [](const QString& argument) { return asksFor(argument, "--help", "-h"); })) {
-        std::fputs(RunOptions::help().toUtf8().constData(), stdout);
+        std::fputs(RunOptions::help(kind).toUtf8().constData(), stdout);
         return 0;
     }
     QString error;
-    auto options = RunOptions::parse(arguments, error);
+    auto options = RunOptions::parse(arguments, error, kind);
     if (!options)
         return fail(error, 2);
+    if (options->presentation.isEmpty()) {
+        options->presentation = recordedPresentation(options->replayFile, error);
+        if (options->presentation.isEmpty())
+            return fail(error, 1);
+    }
     if (headless && !options->headless) {
         options->headless = true;
         say(QStringLiteral("there is no display; running without a window"));

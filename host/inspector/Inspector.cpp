@@ -13,6 +13,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <array>
+#include <cstdint>
 #include <iterator>
 
 namespace
@@ -40,6 +42,16 @@ QJsonObject dropReport(const Tactile::TuioDrops& drops)
     QJsonObject report;
     for (std::size_t i = 0; i < drops.size(); ++i)
         report.insert(QLatin1String(kNames[i]), qint64(drops[i]));
+    return report;
+}
+
+/// Malformed packets by what was wrong with them, in words; what never happened is left out.
+QJsonObject refusalReport(const std::array<std::uint64_t, Tactile::kOscRefusalCount>& refusals)
+{
+    QJsonObject report;
+    for (std::size_t i = 0; i < refusals.size(); ++i)
+        if (refusals[i] > 0)
+            report.insert(QLatin1String(Tactile::describe(static_cast<Tactile::OscRefusal>(i))), qint64(refusals[i]));
     return report;
 }
 
@@ -97,8 +109,12 @@ LoopbackHttpServer::Response Inspector::runFrames(const LoopbackHttpServer::Requ
     const double dt = step.isEmpty() ? 1.0 / 60.0 : step.toDouble(&stepOk);
     if (!countOk || !stepOk || frames < 1 || frames > kMostFrames || !(dt >= 0.0 && dt <= kLongestStep))
         return refusal(400, "count is a whole number from 1 to 100000, dt seconds from 0 to 10");
-    for (int i = 0; i < frames; ++i)
-        m_subject.application.frame(dt);
+    for (int i = 0; i < frames; ++i) {
+        if (!m_subject.frame)
+            m_subject.application.frame(dt);
+        else if (!m_subject.frame(dt))
+            break;
+    }
     return {200, "application/json", statusReport()};
 }
 
@@ -114,7 +130,7 @@ QByteArray Inspector::screenshot() const
 QByteArray Inspector::inputReport() const
 {
     if (!m_subject.input)
-        return bytes(QJsonObject{{"datagramsReceived", 0}, {"sources", QJsonArray()}});
+        return bytes(QJsonObject{{"datagramsReceived", 0}, {"listeners", QJsonArray()}, {"sources", QJsonArray()}});
     const Tactile::TuioCounters counters = m_subject.input->counters();
     QJsonArray sources;
     for (const Tactile::TuioSourceCounters& source : counters.sources)
@@ -124,10 +140,14 @@ QByteArray Inspector::inputReport() const
                                    {"fingers", qint64(source.fingers)},
                                    {"markers", qint64(source.markers)},
                                    {"lost", source.isLost},
+                                   {"sensorWidth", source.sensorWidth},
+                                   {"sensorHeight", source.sensorHeight},
                                    {"drops", dropReport(source.drops)}});
     return bytes(QJsonObject{{"datagramsReceived", qint64(m_subject.input->datagramsReceived())},
                              {"packets", qint64(counters.packets)},
                              {"drops", dropReport(counters.drops)},
+                             {"refusals", refusalReport(counters.refusals)},
+                             {"listeners", m_subject.listeners ? m_subject.listeners() : QJsonArray()},
                              {"sources", sources}});
 }
 

@@ -29,6 +29,9 @@ public:
         const Tactile::TuioInput* input = nullptr; ///< null: no table input
         bool manualClock = false;
         std::function<QJsonArray()> mail = {}; ///< the state of each e-mail service; may be empty
+        /// Runs a frame; false when there are none any more. Empty: the application's own.
+        std::function<bool(double dtSeconds)> frame = {};
+        std::function<QJsonArray()> listeners = {}; ///< where the input listens, and what it refused; may be empty
     };
 
     explicit Inspector(const Subject& subject);

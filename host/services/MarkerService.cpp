@@ -23,13 +23,30 @@ MarkerService::MarkerService(std::shared_ptr<PeopleRegistry> registry, std::shar
 
 void MarkerService::fillCache()
 {
+    m_stamp = m_registry->stamp();
+    m_cache->clear();
     for (const Person& person : m_registry->people())
         m_cache->insert(person.code, propertiesOf(person));
 }
 
-boost::expected<Bedrock::IntrusivePtr<Trellis::Widget>, QString> MarkerService::personalWidget(unsigned long code)
+void MarkerService::refreshCache()
 {
-    return boost::make_unexpected(QStringLiteral("This presentation has no folder for card %1").arg(code));
+    if (m_registry->stamp() != m_stamp)
+        fillCache();
+}
+
+void MarkerService::setPersonalWidgets(std::function<PersonalWidget(const QString&)> widgetForKey)
+{
+    m_widgetForKey = std::move(widgetForKey);
+}
+
+MarkerService::PersonalWidget MarkerService::personalWidget(unsigned long code)
+{
+    const Api::MarkerProperties card = m_cache->markerProperties(code);
+    const auto* const owner = card.personalProperties();
+    if (!m_widgetForKey || !owner || owner->contentKey.isEmpty())
+        return boost::make_unexpected(QStringLiteral("This presentation has no folder for card %1").arg(code));
+    return m_widgetForKey(QString::fromUtf8(owner->contentKey));
 }
 
 bool MarkerService::registerPersonalMarker(unsigned long code, const QString& name, const QString& email)

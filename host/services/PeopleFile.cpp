@@ -8,6 +8,8 @@
 #include <QMap>
 #include <QStringList>
 
+#include <algorithm>
+
 namespace
 {
 using Kind = Tavola::TesselServiceAPI::MarkerProperties;
@@ -101,18 +103,6 @@ bool isBlank(const Line& line)
     return !line.openQuote && line.fields.size() == 1 && line.fields[0].trimmed().isEmpty();
 }
 
-bool parseKind(const QString& text, int& kind)
-{
-    const QString word = text.trimmed().toLower();
-    bool ok = true;
-    if (word.isEmpty() || word == QLatin1String("personal"))
-        kind = Kind::kPersonal;
-    else if (word == QLatin1String("unregistered"))
-        kind = Kind::kUnregistered;
-    else
-        kind = word.toInt(&ok);
-    return ok;
-}
 
 /// Reads one file's text; what is skipped is logged.
 class Reader
@@ -194,7 +184,7 @@ private:
         person.code = field(line, "code").toULong(&isCode);
         if (!isCode)
             return skipLine(line, QStringLiteral("'%1' is no card code, a whole number is expected").arg(field(line, "code")));
-        if (!parseKind(field(line, "kind"), person.kind))
+        if (!PeopleFile::parseKind(field(line, "kind"), person.kind))
             return skipLine(line, QStringLiteral("'%1' is no kind; personal, unregistered or a number is expected").arg(field(line, "kind")));
         if (const int earlier = m_lineOfCode.value(person.code))
             return skipLine(line, QStringLiteral("code %1 stands in line %2 already").arg(person.code).arg(earlier));
@@ -236,4 +226,44 @@ std::vector<Person> PeopleFile::read(const QString& path, bool& complete)
     if (bytes.startsWith("\xEF\xBB\xBF"))
         bytes.remove(0, 3);
     return parse(QString::fromUtf8(bytes), path, complete);
+}
+
+bool PeopleFile::parseKind(const QString& text, int& kind)
+{
+    const QString word = text.trimmed().toLower();
+    bool ok = true;
+    if (word.isEmpty() || word == QLatin1String("personal"))
+        kind = Kind::kPersonal;
+    else if (word == QLatin1String("unregistered"))
+        kind = Kind::kUnregistered;
+    else
+        kind = word.toInt(&ok);
+    return ok;
+}
+
+QString PeopleFile::kindName(int kind)
+{
+    if (kind == Kind::kPersonal)
+        return QStringLiteral("personal");
+    if (kind == Kind::kUnregistered)
+        return QStringLiteral("unregistered");
+    return QString::number(kind);
+}
+
+QString PeopleFile::format(const std::vector<Person>& people)
+{
+    const auto quoted = [](QString field) {
+        static const QString special = QStringLiteral(",\"\n\r");
+        const bool needsQuotes = field != field.trimmed()
+            || std::any_of(field.cbegin(), field.cend(), [](QChar c) { return special.contains(c); });
+        if (!needsQuotes)
+            return field;
+        return QLatin1Char('"') + field.replace(QLatin1Char('"'), QLatin1String("\"\"")) + QLatin1Char('"');
+    };
+    QString text = QStringLiteral("code,name,email,content-key,kind\n");
+    for (const Person& person : people)
+        text += QStringLiteral("%1,%2,%3,%4,%5\n")
+                    .arg(QString::number(person.code), quoted(person.name), quoted(person.email), quoted(person.contentKey),
+                         kindName(person.kind));
+    return text;
 }

@@ -29,4 +29,10 @@ namespace PeopleFile
 /// no UTF-8 is left empty, a column that is not known is left out. `complete`: the file was there and nothing was skipped.
 [[nodiscard]] std::vector<Person> read(const QString& path, bool& complete);
 [[nodiscard]] std::vector<Person> parse(const QString& text, const QString& fileName, bool& complete);
+/// The people as such a text; reading it gives the same people.
+[[nodiscard]] QString format(const std::vector<Person>& people);
+/// "personal", "unregistered" or the number.
+[[nodiscard]] QString kindName(int kind);
+/// The opposite; an empty word is personal. False for anything else.
+[[nodiscard]] bool parseKind(const QString& word, int& kind);
 }

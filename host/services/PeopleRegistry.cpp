@@ -2,6 +2,7 @@
 
 #include <Bedrock/Trace.hpp>
 
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <QSqlDatabase>
@@ -188,4 +189,44 @@ bool PeopleRegistry::registerOwner(unsigned long code, const QString& name, cons
         return false;
     }
     return query.numRowsAffected() == 1;
+}
+
+bool PeopleRegistry::remove(const std::vector<unsigned long>& codes, std::optional<unsigned long>& unknown)
+{
+    Connection connection(m_path);
+    QSqlDatabase& database = connection.database();
+    if (!connection.isOpen() || !database.transaction()) {
+        warnAbout("write", m_path, connection.error());
+        return false;
+    }
+    QSqlQuery query(database);
+    query.prepare(QStringLiteral("DELETE FROM people WHERE code = ?"));
+    for (const unsigned long code : codes) {
+        query.bindValue(0, QString::number(code));
+        const bool done = query.exec();
+        if (done && query.numRowsAffected() == 1)
+            continue;
+        if (done)
+            unknown = code;
+        else
+            warnAbout("write", m_path, query.lastError().text());
+        database.rollback();
+        return false;
+    }
+    if (!database.commit()) {
+        warnAbout("write", m_path, database.lastError().text());
+        database.rollback();
+        return false;
+    }
+    return true;
+}
+
+QByteArray PeopleRegistry::stamp() const
+{
+    QByteArray result;
+    for (const char* ending : {"", "-wal"}) {
+        const QFileInfo file(m_path + QLatin1String(ending));
+        result += QByteArray::number(file.size()) + ':' + QByteArray::number(file.lastModified().toMSecsSinceEpoch()) + ' ';
+    }
+    return result;
 }

@@ -2,6 +2,7 @@
 
 #include "PeopleFile.hpp"
 
+#include <QByteArray>
 #include <QString>
 
 #include <memory>
@@ -30,7 +31,14 @@ public:
     bool insert(const std::vector<Person>& people);
     /// Gives an existing card an owner and makes it a personal card. False for a code that is not in the registry or when the
     /// file cannot be written (logged).
+    /// A card that has an owner gets the new one.
     bool registerOwner(unsigned long code, const QString& name, const QString& email);
+    /// Takes cards out: all of them, or none when a code is not in the registry (it is then in `unknown`) or the file cannot be
+    /// written (logged).
+    bool remove(const std::vector<unsigned long>& codes, std::optional<unsigned long>& unknown);
+
+    /// Changes whenever somebody, also another program, has written to the registry. Looks at the files only.
+    [[nodiscard]] QByteArray stamp() const;
 
 private:
     explicit PeopleRegistry(const QString& path);
