@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <optional>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -51,11 +52,24 @@ int RunLoop::run()
     QTimer timer;
     QElapsedTimer clock;
     clock.start();
+    double ahead = 0.0; // of a replay: how far its frames are ahead of the clock
+    bool isOver = false;
     QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
         const double dt = std::min(double(clock.nsecsElapsed()) * 1e-9, kLongestStepSeconds);
         clock.start();
-        if (!m_manualClock)
-            m_table.application().frame(dt);
+        if (!m_manualClock && !m_table.isReplay()) {
+            m_table.frame(dt);
+        } else if (!m_manualClock && !isOver) {
+            for (ahead -= dt; ahead <= 0.0 && !isOver;) {
+                const std::optional<double> step = m_table.frame(dt);
+                isOver = !step;
+                ahead += step.value_or(0.0);
+                if (step == 0.0)
+                    break;
+            }
+            if (isOver && !m_window)
+                QCoreApplication::quit();
+        }
         if (m_window) {
             m_window->draw();
             if (m_window->isClosed())

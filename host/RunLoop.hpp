@@ -4,7 +4,8 @@ class Table;
 class TableWindow;
 
 /// Turns the crank of an open table until it is closed or the program is told to end (SIGINT, SIGTERM). Frames follow the
-/// clock at 60 a second; one in which nothing happens costs next to nothing.
+/// clock at 60 a second; one in which nothing happens costs next to nothing. A replay takes the time it took on the day; at its
+/// end the table stands still, and a program without a window ends.
 class RunLoop
 {
 public:

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <vector>
+
+class QJsonObject;
+
+/// How a table listens to its trackers, from a presentation. A plain record.
+struct InputSettings
+{
+    struct Listener
+    {
+        QString address = QStringLiteral("127.0.0.1");
+        int port = 3333;
+        bool hasRect = false; ///< without one: the whole table
+        float x = 0.f, y = 0.f, width = 0.f, height = 0.f; ///< table pixels
+        QStringList allow;    ///< numeric addresses; empty: every sender
+    };
+    std::vector<Listener> listeners; ///< none: one on the address of the command line
+    double holdSeconds = 0.6;
+    double lostSeconds = 5.0;
+    bool smoothing = true;
+
+    /// "3333", "0.0.0.0:3333", "localhost:3333", "[::1]:3333". False for anything else; `address` keeps its value where the
+    /// text has none.
+    [[nodiscard]] static bool parseAddress(const QString& text, QString& address, int& port);
+
+    /// Where in the file, and what is wrong there.
+    using Skip = std::function<void(const QString& place, const QString& why)>;
+    /// Reads "input" and "inputSettings" of a presentation:
+    ///
+    ///     "input": [{"tuio": "0.0.0.0:3333", "rect": [0, 0, 1920, 1080], "allow": ["192.168.0.20"]}],
+    ///     "inputSettings": {"holdMilliseconds": 600, "lostSeconds": 5, "smoothing": true}
+    ///
+    /// A listener with anything wrong in it is left out whole: one that took datagrams for another place, or from
+    /// everybody, would be worse. A setting that is wrong keeps its usual value.
+    [[nodiscard]] static InputSettings read(const QJsonObject& root, const Skip& skip);
+};

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <Vecta/Vector2T.hpp>
+
+#include <QJsonArray>
+#include <QString>
+
+#include <memory>
+#include <optional>
+
+struct Presentation;
+struct RunOptions;
+
+namespace Tactile
+{
+class TuioInput;
+}
+
+/// Where a table's input comes from: the presentation's listeners or the one of the command line, recorded if that is
+/// wished; or a recording that is replayed. Main thread only.
+class TableInput
+{
+public:
+    /// Null, with the reason in `error`, when the recording that is to be replayed cannot be read, or the one to be made
+    /// cannot be written.
+    [[nodiscard]] static std::unique_ptr<TableInput> open(const RunOptions& options, QString& error);
+    ~TableInput();
+    TableInput(const TableInput&) = delete;
+    TableInput& operator=(const TableInput&) = delete;
+
+    /// The size of the recorded table, in a replay.
+    [[nodiscard]] std::optional<Vecta::Vector2f> recordedSize() const;
+
+    /// Makes the input of a table of `size` and begins to listen. False, with the reason in `error`, when it cannot listen.
+    [[nodiscard]] bool start(const Presentation& presentation, const RunOptions& options, Vecta::Vector2f size, QString& error);
+    /// From a start that went well on.
+    [[nodiscard]] Tactile::TuioInput& tuio() const noexcept { return *m_tuio; }
+
+    /// The step of the frame to come: the given one, or that of the recording, whose datagrams are given to the input.
+    /// Nothing at the end of a recording.
+    [[nodiscard]] std::optional<double> nextStep(double dtSeconds);
+    [[nodiscard]] bool isReplay() const noexcept;
+
+    /// The port of the first listener; 0 in a replay.
+    [[nodiscard]] int port() const;
+    /// [{"tuio", "refusedSenders"}] of each listener: where it listens, and how many datagrams it threw away because their
+    /// sender is not allowed.
+    [[nodiscard]] QJsonArray listeners() const;
+
+private:
+    TableInput();
+    struct Private;
+    std::unique_ptr<Private> d;
+    std::unique_ptr<Tactile::TuioInput> m_tuio; // goes first: its sources call the recorder
+};
+
+/// The presentation that a recording was made with; empty, with the reason in `error`, when it cannot be told.
+[[nodiscard]] QString recordedPresentation(const QString& recording, QString& error);
