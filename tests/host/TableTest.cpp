@@ -243,7 +243,7 @@ TEST_CASE("table: what is wrong in a presentation costs the smallest piece, the 
     const std::string file = place.folder().path(QStringLiteral("presentation.json")).toStdString();
     expectWarning("Presentation # " + file + ": widgets[1].attributes.source: there is no file " + place.folder().path(QStringLiteral("none.png")).toStdString() + "; it is skipped");
     expectWarning("PeopleFile # " + people + ":3: 'x' is no card code, a whole number is expected; the line is skipped");
-    expectWarning("Table # There is no component \"no-such-thing\"; what the presentation puts there is left out");
+    expectWarning("ComponentUse # " + file + ": widgets[0]: there is no component \"no-such-thing\"; it is left out");
     expectWarningStartingWith("UIComponent # Component 'panel': property \"attributes.no-such-attribute\": ");
     expectWarningStartingWith("UIComponent # Component 'panel': property \"attributes.rotation\": ");
 
