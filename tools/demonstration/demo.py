@@ -1,6 +1,5 @@
 """Opens the museum's table for a visitor, or plays a visit by itself and reports what happened."""
 import argparse
-import json
 import os
 import shutil
 import subprocess
@@ -9,15 +8,15 @@ import tempfile
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
-from bad_server import BadMediaServer  # noqa: E402
+from email_visit import EmailVisit  # noqa: E402
 from faults_visit import FaultsVisit  # noqa: E402
 from first_visit import FirstVisit  # noqa: E402
-from programs import Failure, MediaServer, Table  # noqa: E402
+from programs import Failure, MediaServer  # noqa: E402
 from report import Report  # noqa: E402
+from visit import PRESENTATIONS, ROOT, World  # noqa: E402
 
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-PRESENTATION = os.path.join(ROOT, "presentations", "gallery")
-VISITS = {"first": FirstVisit, "faults": FaultsVisit}
+PRESENTATION = os.path.join(PRESENTATIONS, "gallery")
+VISITS = {"first": FirstVisit, "faults": FaultsVisit, "email": EmailVisit}
 PAGE_PORT = 8180
 
 
@@ -52,61 +51,34 @@ def open_table(build, headless):
         media_server.stop()
 
 
-def impatient_presentation(folder, seconds):
-    """The museum with another patience for its media server."""
-    copy = os.path.join(folder, "impatient")
-    os.makedirs(copy)
-    for name in os.listdir(PRESENTATION):
-        if name != "presentation.json":
-            os.symlink(os.path.join(PRESENTATION, name), os.path.join(copy, name))
-    with open(os.path.join(PRESENTATION, "presentation.json"), encoding="utf-8") as file:
-        presentation = json.load(file)
-    for service in presentation["services"]["media-server-service"]:
-        service["timeoutSeconds"] = seconds
-    with open(os.path.join(copy, "presentation.json"), "w", encoding="utf-8") as file:
-        json.dump(presentation, file)
-    return copy
-
-
-def play(build, visit, out):
+def play(build, visit, out, visit_options):
     """Plays a visit by datagrams on loopback ports that the system chooses."""
     os.makedirs(out, exist_ok=True)
     for name in os.listdir(out):
-        if name == "report.json" or name[:2].isdigit() and name.endswith(".png"):
+        if name == "report.json" or name.endswith(".eml") or name[:2].isdigit() and name.endswith(".png"):
             os.remove(os.path.join(out, name))
-    folder = tempfile.mkdtemp(prefix="tavola-visit-")
-    programs = []
+    world = World(build, tempfile.mkdtemp(prefix="tavola-visit-"), out, visit_options)
     try:
-        presentation = PRESENTATION
-        if visit == "faults":
-            media_server = BadMediaServer()
-            presentation = impatient_presentation(folder, FaultsVisit.TIMEOUT)
-        else:
-            media_server = MediaServer(build, os.path.join(PRESENTATION, "media"), folder)
-        programs.append(media_server)
-        table = Table(build, presentation, media_server.address, os.path.join(folder, "data"))
-        programs.append(table)
-        report = Report(out, table)
-        played = VISITS[visit](build, table, media_server)
-        programs.append(played.stage)
+        played = VISITS[visit](world)
+        report = Report(out, played.table)
         print(f"The visit \"{visit}\":")
         for name, action in played.steps():
             if not report.step(name, action):
                 break
-        held = report.write(media_server)
+        held = report.write(played.media_server)
         played.stage.stop()
-        ended = table.stop()
+        ended = played.table.stop()
         if held and ended != 0:
-            raise Failure(f"the table ended with {ended}: {table.error_text()}")
+            raise Failure(f"the table ended with {ended}: {played.table.error_text()}")
         print(f"Report and pictures are in {out}")
         return 0 if held else 1
     except Failure as failure:
         print(f"tools/demo: {failure}", file=sys.stderr)
         return 1
     finally:
-        for program in reversed(programs):
+        for program in reversed(world.programs):
             program.stop()
-        shutil.rmtree(folder, ignore_errors=True)
+        shutil.rmtree(world.folder, ignore_errors=True)
 
 
 def main():
@@ -119,7 +91,7 @@ def main():
     options = parser.parse_args()
     build = os.path.abspath(options.build)
     if options.out:
-        return play(build, options.visit, os.path.abspath(options.out))
+        return play(build, options.visit, os.path.abspath(options.out), [])
     try:
         return open_table(build, options.headless)
     except Failure as failure:

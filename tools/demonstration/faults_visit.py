@@ -1,7 +1,8 @@
 """What Ann sees when the media server misbehaves: each thing she collects fails visibly, nothing stalls, and everything is
 uploaded once the server is well again."""
-from programs import Failure, Stage, by_class, by_id, by_type, centre
-from report import unquote, value
+from bad_server import BadMediaServer
+from programs import by_id, centre, value
+from visit import Visit, require
 
 CARD = (1150, 560)
 DROP = (1150, 520)
@@ -14,11 +15,6 @@ FAULTS = [("error", "The media server %s answered with status 500"),
           ("cut", "The media server %s cut the connection"),
           ("slow", "The media server %s did not answer within 1 s"),
           ("away", "The media server %s cannot be reached: ")]
-
-
-def require(condition, what):
-    if not condition:
-        raise Failure(what)
 
 
 def script(tree):
@@ -35,18 +31,16 @@ def script(tree):
     return "\n".join(lines) + "\n"
 
 
-class FaultsVisit:
-    #: seconds the table waits for the server in this visit
-    TIMEOUT = 1
+class FaultsVisit(Visit):
+    def __init__(self, world):
+        super().__init__(world)
+        self.server = self.media_server = world.add(BadMediaServer())
 
-    def __init__(self, build, table, media_server):
-        self.table = table
-        self.server = media_server
-        self.table.frames(3)
-        self.table.wait_until("the pictures", lambda: self.table.get("/status")["pendingImages"] == 0)
-        self.table.frames(1)
-        self.stage = Stage(build, table)
-        self.stage.enter(script(table.tree()))
+        def impatient(presentation):
+            for service in presentation["services"]["media-server-service"]:
+                service["timeoutSeconds"] = 1
+        self.open_table(world.copy_of("gallery", impatient), ["--media-server", self.server.address])
+        self.stage.enter(script(self.table.tree()))
 
     def steps(self):
         names = {"error": "answers 500", "text": "answers something else than JSON", "cut": "cuts the connection",
@@ -58,15 +52,7 @@ class FaultsVisit:
 
     def begin(self):
         self.stage.play_until(1.5)
-        self.table.wait_until("the page", lambda: unquote(value(self.space(), "user-page-url")))
-
-    def space(self):
-        spaces = by_type(self.table.tree(), "PersonalSpaceWidget")
-        require(spaces, "no personal space is open")
-        return spaces[-1]
-
-    def tiles(self):
-        return by_class(self.space(), "container")
+        self.table.wait_until("the page", lambda: value(self.space(), "user-page-url"))
 
     def fault(self, index):
         mode, said = FAULTS[index]

@@ -2,16 +2,12 @@
 import os
 import tempfile
 
-from programs import Failure, Stage, by_class, by_id, by_type, centre, decode_qr, value
-from report import page_entries, unquote
+from programs import MediaServer, by_class, by_id, by_type, centre, decode_qr, value
+from report import page_entries
+from visit import PRESENTATIONS, Visit, require
 
 CARD = (1150, 560)
 DROP = (1150, 520)
-
-
-def require(condition, what):
-    if not condition:
-        raise Failure(what)
 
 
 def script(tree):
@@ -31,16 +27,13 @@ at 93.0 card 1001 move {CARD[0]} {CARD[1]}
 """
 
 
-class FirstVisit:
-    def __init__(self, build, table, media_server):
-        self.table = table
-        self.media_server = media_server
-        # Where things lie is known when the pictures' proportions are.
-        self.table.frames(3)
-        self.table.wait_until("the pictures", lambda: self.table.get("/status")["pendingImages"] == 0)
-        self.table.frames(1)
-        self.stage = Stage(build, table)
-        self.stage.enter(script(table.tree()))
+class FirstVisit(Visit):
+    def __init__(self, world):
+        super().__init__(world)
+        gallery = os.path.join(PRESENTATIONS, "gallery")
+        self.media_server = world.add(MediaServer(world.build, os.path.join(gallery, "media"), world.folder))
+        self.open_table(gallery, ["--media-server", self.media_server.address])
+        self.stage.enter(script(self.table.tree()))
 
     def steps(self):
         return [
@@ -56,23 +49,16 @@ class FirstVisit:
             ("the same card finds the same tiles again", self.again),
         ]
 
-    def space(self):
-        spaces = by_type(self.table.tree(), "PersonalSpaceWidget")
-        require(len(spaces) == 1, f"{len(spaces)} personal spaces are open instead of one")
-        return spaces[0]
-
-    def tiles(self):
-        return by_class(self.space(), "container")
-
     def ready(self):
         require(len(by_type(self.table.tree(), "ContentWidget")) >= 8, "pictures are missing")
 
     def card_opens_space(self):
         self.stage.play_until(1.0)
+        require(len(self.spaces()) == 1, f"{len(self.spaces())} personal spaces are open instead of one")
         space = self.space()
         x, y = centre(space)
         require(abs(x - CARD[0]) < 2 and abs(y - CARD[1]) < 2, f"the space's centre is at {x:.1f}, {y:.1f}, not at the card")
-        title = unquote(value(by_class(space, "title")[0], "text"))
+        title = value(by_class(space, "title")[0], "text")
         require(title == "Hi, Ann", f'the title is "{title}"')
 
     def picture_hovers(self):
@@ -88,7 +74,7 @@ class FirstVisit:
         def previews():
             images = [image for tile in self.tiles() for image in by_type(tile, "ImageWidget")
                       if "status-icon" not in image["classes"]]
-            return len(images) == 2 and all(unquote(value(image, "source")) for image in images)
+            return len(images) == 2 and all(value(image, "source") for image in images)
         self.table.wait_until("the tiles' previews", previews)
 
     def uploaded(self):
@@ -96,7 +82,7 @@ class FirstVisit:
                               lambda: all("uploaded" in tile["classes"] for tile in self.tiles()))
 
     def page(self):
-        url = unquote(value(self.space(), "user-page-url"))
+        url = value(self.space(), "user-page-url")
         require(url.startswith(self.media_server.address + "p/"), f'the page\'s address is "{url}"')
         require("1001" not in url.rsplit("/", 1)[1], "the card's number is in the page's address")
         text = page_entries(url)
@@ -105,10 +91,10 @@ class FirstVisit:
 
     def qr(self):
         space = self.space()
-        url = unquote(value(space, "user-page-url"))
-        link = unquote(value(by_class(space, "user-page-link")[0], "text"))
+        url = value(space, "user-page-url")
+        link = value(by_class(space, "user-page-link")[0], "text")
         require(link == url, f'the link shows "{link}"')
-        self.table.wait_until("the QR picture", lambda: unquote(value(by_class(self.space(), "qr-icon")[0], "source")))
+        self.table.wait_until("the QR picture", lambda: value(by_class(self.space(), "qr-icon")[0], "source"))
         self.table.frames(2, 0)
         self.table.wait_until("the QR picture", lambda: self.table.get("/status")["pendingImages"] == 0)
         with tempfile.TemporaryDirectory() as folder:
@@ -131,6 +117,6 @@ class FirstVisit:
         require(len(self.tiles()) == 2, f"{len(self.tiles())} tiles instead of two")
         self.table.wait_until("both tiles to show that they are uploaded",
                               lambda: all("uploaded" in tile["classes"] for tile in self.tiles()))
-        self.table.wait_until("the page's address", lambda: unquote(value(self.space(), "user-page-url")))
+        self.table.wait_until("the page's address", lambda: value(self.space(), "user-page-url"))
         self.table.frames(30)
         self.table.wait_until("the pictures", lambda: self.table.get("/status")["pendingImages"] == 0)

@@ -91,10 +91,9 @@ class MediaServer(Program):
 class Table(Program):
     """The table under a manual clock, its widgets read through the inspector."""
 
-    def __init__(self, build, presentation, media_server, folder):
+    def __init__(self, build, presentation, folder, options=()):
         super().__init__([os.path.join(build, "bin", "tavola"), "run", presentation, "--headless", "--manual-clock",
-                          "--inspect", "0", "--tuio", "127.0.0.1:0", "--media-server", media_server,
-                          "--data", folder],
+                          "--inspect", "0", "--tuio", "127.0.0.1:0", "--data", folder, *options],
                          environment={"QT_QPA_PLATFORM": "offscreen"},
                          wait_for=[r"TUIO on \S+:(\d+)", r"inspector on (http://\S+?)/$", r"is open$"])
         self.tuio_port = int(self.found[0].group(1))
@@ -166,7 +165,11 @@ class Stage:
 
     def enter(self, script):
         """Somebody comes to the table; the script's time begins now."""
-        visitor = Visitor(self.build, self.table, "size 1920 1080\n" + script + "\n", self.visit_options)
+        # Those who come one after the other are one sender: a table knows only so many.
+        taken = {visitor.name for visitor in self.visitors}
+        name = next(name for name in map("visitor-{}".format, range(100)) if name not in taken)
+        visitor = Visitor(self.build, self.table, "size 1920 1080\n" + script + "\n", ["--source", name, *self.visit_options])
+        visitor.name = name
         self.visitors.append(visitor)
         return visitor
 
@@ -200,8 +203,12 @@ class Stage:
         self.play(seconds)
         self.leave(visitor)
 
-    def tap(self, x, y):
-        self.act(f"at 0.02 finger 1 down {x:.1f} {y:.1f}\nat 0.10 finger 1 up", 0.15)
+    def tap(self, *points):
+        """Taps the points one after the other."""
+        lines = []
+        for index, (x, y) in enumerate(points):
+            lines += [f"at {0.02 + index * 0.16:.2f} finger 1 down {x:.1f} {y:.1f}", f"at {0.10 + index * 0.16:.2f} finger 1 up"]
+        self.act("\n".join(lines), len(points) * 0.16)
 
     def stop(self):
         for visitor in self.visitors:

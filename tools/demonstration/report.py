@@ -8,13 +8,6 @@ import traceback
 from programs import Failure, by_class, by_type, fetch, value
 
 
-def unquote(text):
-    """An attribute's text as the style sheet writes it, without its quotes."""
-    if len(text) > 1 and text[0] == text[-1] == '"':
-        return re.sub(r"\\(.)", r"\1", text[1:-1])
-    return text
-
-
 class Report:
     def __init__(self, folder, table):
         self.folder = folder
@@ -58,34 +51,41 @@ class Report:
 STATUS = {"uploaded": "Uploaded", "failed": "Failed"}
 
 
-def spaces_of(table, media_server):
-    """The open personal spaces: title, page and tiles from the widget tree; whose card it is from the media server, which
-    knows the page of every card that collected something; the items' names from what visitors did (analytics), in the
-    order of the tiles."""
-    tree = table.tree()
-    names = {widget["id"]: unquote(value(widget, "display-name")) for widget in walk(tree)}
+def collected_widgets(table):
+    """What visitors collected and did not take out again, by card, in the order of the tiles: node ids from the analytics."""
     collected = {}
     for event in table.get("/analytics"):
         data = event["data"]
-        items = collected.setdefault(int(data["tessel"]), [])
         if event["type"] == "widget-added-to-personal-space":
-            items.append(int(data["widget"]))
-        elif event["type"] == "widget-removed-from-personal-space" and int(data["widget"]) in items:
-            items.remove(int(data["widget"]))
-    page_of = {media_server.command_answer({"command": "getuserpage", "tessel": code})["userpageurl"]: code
-               for code in collected}
+            collected.setdefault(int(data["tessel"]), []).append(int(data["widget"]))
+        elif event["type"] == "widget-removed-from-personal-space":
+            items = collected.setdefault(int(data["tessel"]), [])
+            if int(data["widget"]) in items:
+                items.remove(int(data["widget"]))
+    return collected
+
+
+def spaces_of(table, media_server):
+    """The open personal spaces: title, page and tiles from the widget tree; whose card it is from the media server, which
+    knows everybody's page, and where there is none from what was collected, if that was by one card only."""
+    tree = table.tree()
+    names = {widget["id"]: value(widget, "display-name") for widget in walk(tree)}
+    collected = collected_widgets(table)
+    page_of = {}
+    if media_server:
+        page_of = {media_server.command_answer({"command": "getuserpage", "tessel": code})["userpageurl"]: code
+                   for code in collected}
     spaces = []
     for space in by_type(tree, "PersonalSpaceWidget"):
-        url = unquote(value(space, "user-page-url"))
-        code = page_of.get(url)
+        url = value(space, "user-page-url")
+        code = page_of.get(url) or (next(iter(collected)) if len(collected) == 1 else None)
         titles = by_class(space, "title")
-        tiles = by_class(space, "container")
         items = []
-        for index, tile in enumerate(tiles):
+        for index, tile in enumerate(by_class(space, "container")):
             states = [STATUS[name] for name in tile["classes"] if name in STATUS]
             widget = collected.get(code, [])[index] if index < len(collected.get(code, [])) else None
             items.append({"displayName": names.get(widget), "status": states[0] if states else "Waiting"})
-        spaces.append({"code": code, "title": unquote(value(titles[0], "text")) if titles else None,
+        spaces.append({"code": code, "title": value(titles[0], "text") if titles else None,
                        "userPageUrl": url, "items": items})
     return spaces
 

@@ -28,6 +28,7 @@ constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
 
 const char* const kHelp = R"(Usage: tavola-visit FILE [--to HOST:PORT] [--rate HZ] [--tuio-version 1.1|2.0] [--lift] [--step]
+                          [--source NAME]
 
 Plays a visit to the table, written down in FILE, as TUIO over UDP.
 
@@ -38,6 +39,8 @@ Plays a visit to the table, written down in FILE, as TUIO over UDP.
                    stay: their last state is sent, and the table gives them up by its own rule for a silent sender
   --step           play no faster than asked: for each line with a time in seconds on standard input, play the script up to
                    that time and write how many datagrams have been sent so far. For a table under a manual clock
+  --source NAME    how the sender calls itself (default: a name of its own); a table takes visits of one name, played one
+                   after the other, for one sender
   --help           this text
 
 FILE has one action a line, in order of time; what follows a # is a remark:
@@ -64,6 +67,7 @@ struct Options
     Visit::TuioVersion version = Visit::TuioVersion::One;
     bool lift = false;
     bool step = false;
+    std::string source;
 };
 
 bool fail(const std::string& text)
@@ -92,7 +96,7 @@ bool readArguments(int count, char** arguments, Options& options)
 {
     for (int i = 1; i < count; ++i) {
         const std::string argument = arguments[i];
-        const bool takesValue = argument == "--to" || argument == "--rate" || argument == "--tuio-version";
+        const bool takesValue = argument == "--to" || argument == "--rate" || argument == "--source" || argument == "--tuio-version";
         if (takesValue && i + 1 == count)
             return fail("Missing a value after " + argument + "; see --help");
         if (argument == "--to") {
@@ -113,6 +117,8 @@ bool readArguments(int count, char** arguments, Options& options)
             options.lift = true;
         } else if (argument == "--step") {
             options.step = true;
+        } else if (argument == "--source") {
+            options.source = arguments[++i];
         } else if (argument.size() > 1 && argument.front() == '-') {
             return fail("Unknown option " + argument + "; see --help");
         } else if (!options.file.empty()) {
@@ -213,7 +219,8 @@ bool play(const Visit::Player& player, int descriptor, const Options& options)
         }
     };
     // Visits may play side by side and one after the other: each is a sender of its own.
-    Visit::Packets packets("tavola-visit-" + std::to_string(getpid()) + "@localhost", options.version);
+    const std::string name = options.source.empty() ? "tavola-visit-" + std::to_string(getpid()) : options.source;
+    Visit::Packets packets(name + "@localhost", options.version);
     Pace pace(options.step);
     pace.waitFor(0.0, sent);
     const double end = player.script().durationSeconds();

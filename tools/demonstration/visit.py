@@ -1,0 +1,127 @@
+"""What all visits have in common: a table with its servers, people who do things at it, and what can be read off it."""
+import json
+import os
+
+from programs import Failure, Stage, Table, by_class, by_id, by_type, centre, value
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+PRESENTATIONS = os.path.join(ROOT, "presentations")
+
+
+def require(condition, what):
+    if not condition:
+        raise Failure(what)
+
+
+
+class World:
+    """Where a visit takes place: the programs' build, a folder of its own, and where results go."""
+
+    def __init__(self, build, folder, out, visit_options=()):
+        self.build = build
+        self.folder = folder
+        self.out = out
+        self.visit_options = visit_options
+        self.programs = []
+
+    def add(self, program):
+        self.programs.append(program)
+        return program
+
+    def copy_of(self, name, change):
+        """The presentation `name` with a presentation.json that `change` has altered, beside all the others."""
+        place = os.path.join(self.folder, "presentations")
+        os.makedirs(os.path.join(place, "copy"))
+        for other in os.listdir(PRESENTATIONS):
+            os.symlink(os.path.join(PRESENTATIONS, other), os.path.join(place, other))
+        source = os.path.join(PRESENTATIONS, name)
+        for file in os.listdir(source):
+            if file != "presentation.json":
+                os.symlink(os.path.join(source, file), os.path.join(place, "copy", file))
+        with open(os.path.join(source, "presentation.json"), encoding="utf-8") as file:
+            presentation = json.load(file)
+        change(presentation)
+        with open(os.path.join(place, "copy", "presentation.json"), "w", encoding="utf-8") as file:
+            json.dump(presentation, file)
+        return os.path.join(place, "copy")
+
+
+class Visit:
+    """Base of the visits; a subclass opens its table in `__init__` and names its steps in `steps`."""
+
+    media_server = None
+
+    def __init__(self, world):
+        self.world = world
+        self.table = None
+        self.stage = None
+
+    def open_table(self, presentation, options=()):
+        self.table = self.world.add(Table(self.world.build, presentation, os.path.join(self.world.folder, "data"), options))
+        # Where things lie is known when the pictures' proportions are.
+        self.settle()
+        self.stage = self.world.add(Stage(self.world.build, self.table, self.world.visit_options))
+
+    def settle(self):
+        """Until every picture has come from the disk."""
+        self.table.frames(3)
+        self.table.wait_until("the pictures", lambda: self.table.get("/status")["pendingImages"] == 0)
+        self.table.frames(2)
+
+    # ---- What people do ----
+
+    def drag(self, css_id, target):
+        """One finger carries something to a point and lets go."""
+        x, y = centre(by_id(self.table.tree(), css_id)[0])
+        self.stage.act(f"at 0.05 finger 1 down {x:.0f} {y:.0f}\n"
+                       f"at 0.15 finger 1 move {target[0]:.0f} {target[1]:.0f} over 0.5\nat 0.85 finger 1 up", 1.6)
+
+    def tap(self, widget):
+        self.stage.tap(centre(widget))
+
+    def type(self, text):
+        """Taps the keys of the keyboard that is open on the table, one after the other."""
+        keys = []
+        for letter in text:
+            if letter != letter.lower():
+                keys.append(by_class(self.keyboard(), "key-shift")[0])
+            key = self.key(letter.lower())
+            require(key is not None, f'the keyboard has no key for "{letter}"')
+            keys.append(key)
+        self.stage.tap(*map(centre, keys))
+
+    def keyboard(self):
+        keyboards = by_type(self.table.tree(), "KeyboardWidget")
+        require(keyboards, "no keyboard is open")
+        return keyboards[-1]
+
+    def key(self, letter):
+        if letter == " ":
+            return by_class(self.keyboard(), "key-space")[0]
+        keys = [key for key in by_class(self.keyboard(), "key") if value(key, "text") == letter]
+        return keys[0] if keys else None
+
+    def press(self, css_class):
+        self.tap(by_class(self.keyboard(), css_class)[0])
+
+    # ---- What can be seen ----
+
+    def spaces(self):
+        return by_type(self.table.tree(), "PersonalSpaceWidget")
+
+    def space(self):
+        spaces = self.spaces()
+        require(spaces, "no personal space is open")
+        return spaces[-1]
+
+    def child(self, css_class):
+        return by_class(self.space(), css_class)[0]
+
+    def tiles(self):
+        return by_class(self.space(), "container")
+
+    def title(self):
+        return value(self.child("title"), "text")
+
+    def has_class(self, name):
+        return name in self.space()["classes"]
