@@ -6,6 +6,7 @@
 #include <doctest/doctest.h>
 
 #include <stdexcept>
+#include <vector>
 
 using Cascara::LazyAttributeManager;
 using CascaraTest::StyleFixture;
@@ -97,6 +98,34 @@ TEST_CASE("lazy attribute: taking the creator away takes its attributes away")
     node.updateStyle();
     REQUIRE(node.attribute("lazy-d"));
     CHECK(node.attribute("lazy-d")->toText() == QStringLiteral("2"));
+}
+
+TEST_CASE("lazy attribute: before it goes with its creator, its listeners hear that its values went, as long as the node is there")
+{
+    StyleFixture fixture;
+    auto& node = fixture.add("", "N", "n");
+    auto other = std::make_unique<TestNode>("N");
+    std::vector<float> heard;
+    {
+        const LazyAttributeManager::Registrant registrant("lazy-g", &makeTracking);
+        fixture.sheet("N { lazy-g: 2 }");
+        auto* attribute = dynamic_cast<FloatAttribute*>(node.attribute("lazy-g"));
+        auto* others = dynamic_cast<FloatAttribute*>(other->attribute("lazy-g"));
+        REQUIRE(attribute);
+        REQUIRE(others);
+        attribute->setValue(3.f, Facet::kUserLayer);
+        // Each takes the other node away if it comes first: the listener of a node that is gone is not called.
+        attribute->addListener([&, attribute] {
+            heard.push_back(*attribute);
+            other.reset();
+        });
+        others->addListener([&] {
+            if (!other)
+                heard.push_back(-1.f);
+        });
+    }
+    CHECK(heard == std::vector<float>{2.f, 0.f});
+    CHECK(node.attribute("lazy-g") == nullptr);
 }
 
 TEST_CASE("lazy attribute: a value that does not fit is a warning, and the attribute stays without it")

@@ -4,6 +4,7 @@
 #include <Tavola/Component.hpp>
 #include <Tavola/PluginLoader.hpp>
 #include <Tavola/WidgetInstance.hpp>
+#include <Trellis/Operator.hpp>
 
 #include <QDir>
 #include <QFile>
@@ -161,6 +162,34 @@ TEST_CASE("plug-in: a card opens a space through the loaded library, which can b
         host.frames(3);
         plugin.reset();
         CHECK_FALSE(isMapped(PLUGIN_FILE));
+    }
+}
+
+TEST_CASE("plug-in: widgets that stay when the library goes are left without anything of it")
+{
+    TestHost host;
+    host.style(".tracked { track-tessels-on-widget: true; width: 100px; height: 100px }");
+    const auto widget = Bedrock::makeIntrusive<Trellis::Widget>();
+    for (int round = 0; round < 2; ++round) {
+        CAPTURE(round);
+        auto plugin = load();
+        if (round == 0) {
+            host.mainWidget().addChild(widget);
+            widget->addCSSClass("tracked");
+        } else {
+            widget->updateStyle();
+        }
+        REQUIRE(widget->attribute("track-tessels-on-widget"));
+        REQUIRE(widget->operators().size() == 1);
+        host.frame();
+        plugin.reset();
+        CHECK_FALSE(isMapped(PLUGIN_FILE));
+        CHECK_FALSE(widget->attribute("track-tessels-on-widget"));
+        CHECK(widget->operators().empty());
+        const auto card = host.input.markerDown(4711, {50.f, 50.f});
+        host.frame();
+        host.input.markerUp(card);
+        host.frame();
     }
 }
 

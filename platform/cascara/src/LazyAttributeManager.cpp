@@ -4,6 +4,7 @@
 #include "StyleEnginePrivate.hpp"
 
 #include <Bedrock/Trace.hpp>
+#include <Facet/Attribute.hpp>
 #include <Facet/Node.hpp>
 
 #include <algorithm>
@@ -44,16 +45,24 @@ LazyAttributeManager::Registrant::~Registrant()
     auto& entries = table()[number];
     entries.erase(std::remove_if(entries.begin(), entries.end(), [this](const Entry& entry) { return entry.id == m_entry; }),
                   entries.end());
+    std::vector<std::unique_ptr<Facet::Attribute>> taken;
     for (StyleNode* node : restyler().nodes()) {
         auto& lazy = node->lazyAttributes;
         const auto found = std::find_if(lazy.begin(), lazy.end(), [this](const auto& made) { return made.creator == m_entry; });
         if (found == lazy.end())
             continue;
+        taken.push_back(std::move(found->attribute));
         lazy.erase(found);
         node->applied.erase(std::remove_if(node->applied.begin(), node->applied.end(),
                                            [number](const auto& applied) { return applied.attribute == number; }),
                             node->applied.end());
     }
+    // Back to the default while the listeners' code is still there: they take back what they gave the node for the value.
+    // Only now, as that may make and destroy nodes; one that is gone has no listeners to hear of it.
+    for (const auto& attribute : taken)
+        for (const int layer : {Facet::kUserLayer, Facet::kStyleLayer})
+            if (attribute->host())
+                attribute->clearValue(layer);
 }
 
 Facet::Attribute* LazyAttributeManager::create(Styleable& styleable, const QByteArray& name)

@@ -25,7 +25,8 @@ public:
     using Creator = std::function<std::unique_ptr<Facet::Attribute>(Styleable&, const QByteArray& name)>;
 
     /// Enters a creator in its constructor. Takes it out in its destructor, and destroys the attributes it made: their code
-    /// may lie in a library that is about to go. Nodes styled before the registration get theirs when next restyled.
+    /// may lie in a library that is about to go. Their values are cleared first, so that listeners undo what they did for
+    /// them. Nodes styled before the registration get theirs when next restyled.
     class TAVOLA_EXPORT Registrant
     {
     public:
