@@ -177,8 +177,10 @@ void Table::Private::close()
     // Destructors may have begun a new thread, and left objects for Qt to delete.
     Bedrock::BGThread::shutdown();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    while (!Bedrock::AfterUpdateQueue::instance().isEmpty())
+    while (!Bedrock::AfterUpdateQueue::instance().isEmpty()) {
         Bedrock::AfterUpdateQueue::instance().clear();
+        application->destroyRemovedWidgets(); // what a dropped function held may have left the tree only now
+    }
     while (!plugins.empty())
         plugins.pop_back();
     Cascara::StyleEngine::instance().clearStyleSheets();

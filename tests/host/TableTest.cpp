@@ -128,6 +128,32 @@ TEST_CASE("table: one that closes before its first frame leaves nothing behind e
     CHECK(Bedrock::ReferenceCounted::liveObjects() == before);
 }
 
+TEST_CASE("table: a widget of a plug-in that leaves the tree with a queued function is destroyed before the plug-in is unloaded")
+{
+    /// Takes its widget from its parent when it is dropped.
+    struct Holder
+    {
+        ~Holder() { widget->removeFromParent(); }
+        Bedrock::IntrusivePtr<Trellis::Widget> parent;
+        Bedrock::IntrusivePtr<Trellis::Widget> widget;
+    };
+    const long before = Bedrock::ReferenceCounted::liveObjects();
+    Place place;
+    openGallery(place);
+    {
+        const auto table = place.open();
+        const auto holder = std::make_shared<Holder>();
+        holder->parent = Bedrock::makeIntrusive<Trellis::Widget>();
+        holder->widget = Tavola::Tavola::instance()->ui()->createStockWidget(QStringLiteral("personal-space-widget"), "main");
+        REQUIRE(holder->widget);
+        holder->parent->addChild(holder->widget);
+        table->application().frame(0.0);
+        Facet::Node::invokeAfterUpdate([holder] {});
+    }
+    CHECK_FALSE(isLoaded(TAVOLA_PLUGIN));
+    CHECK(Bedrock::ReferenceCounted::liveObjects() == before);
+}
+
 TEST_CASE("table: people come from the presentation's file the first time and are kept from then on")
 {
     Place place;
