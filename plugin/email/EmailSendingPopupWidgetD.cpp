@@ -66,8 +66,9 @@ void EmailSendingPopupWidget::D::addContent(Trellis::Widget& content)
 {
     widgetId = content.id();
     const auto representation = fileRepresentationOf(Bedrock::IntrusivePtr<Trellis::Widget>(&content));
-    // The continuation keeps the representation until the files have arrived.
-    afterUpdate(representation->files(),
+    // The continuation keeps the representation until the files have arrived. Content that throws has failed like content
+    // whose future does.
+    afterUpdate(folly::makeFutureWith([&] { return representation->files(); }),
                 [weak = WeakPopup(&owner), representation](folly::Try<FileRepresentation::FileData>&& files) {
                     const auto popup = weak.lock();
                     if (!popup)
@@ -101,8 +102,9 @@ void EmailSendingPopupWidget::D::emailContents()
         return;
     }
     const auto service = Tavola::instance()->services()->emailService(QString());
-    afterUpdate(service->send(*message), [weak = WeakPopup(&owner), name = name,
-                                          address = address](folly::Try<EmailServiceAPI::EmailStatus>&& result) {
+    auto sent = folly::makeFutureWith([&] { return service->send(*message); });
+    afterUpdate(std::move(sent), [weak = WeakPopup(&owner), name = name,
+                                  address = address](folly::Try<EmailServiceAPI::EmailStatus>&& result) {
         const auto popup = weak.lock();
         const bool success = !result.hasException() && result.value().success;
         QString error;

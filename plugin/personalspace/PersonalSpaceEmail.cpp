@@ -37,8 +37,10 @@ void PersonalSpaceWidget::D::emailContents()
         return;
     }
     const auto service = Tavola::instance()->services()->emailService(QString());
-    afterUpdate(service->send(*message), [weak = Bedrock::IntrusiveWeakPtr<PersonalSpaceWidget>(&host), name, address,
-                                          code = code](folly::Try<EmailServiceAPI::EmailStatus>&& result) {
+    // A service that throws instead of giving a future has failed like one whose future does.
+    auto sent = folly::makeFutureWith([&] { return service->send(*message); });
+    afterUpdate(std::move(sent), [weak = Bedrock::IntrusiveWeakPtr<PersonalSpaceWidget>(&host), name, address,
+                                  code = code](folly::Try<EmailServiceAPI::EmailStatus>&& result) {
         const auto widget = weak.lock();
         if (!result.hasException() && result.value().success) {
             if (widget)

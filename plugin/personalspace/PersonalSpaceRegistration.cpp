@@ -4,12 +4,15 @@
 
 #include <Bedrock/BGThread.hpp>
 #include <Bedrock/FunctionTask.hpp>
+#include <Bedrock/Trace.hpp>
 #include <Tavola/ServiceProvider.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Tavola/TesselServiceAPI.hpp>
 #include <Trellis/TextEditWidget.hpp>
 
 #include <QRegExp>
+
+#include <exception>
 
 namespace Tavola
 {
@@ -77,7 +80,14 @@ void PersonalSpaceWidget::D::registerUser()
         // Without a marker service no answer ever comes; the owner sees that the registration goes on until they cancel it.
         if (!service)
             return;
-        const bool registered = service->registerPersonalMarker(request.code, request.name, request.email);
+        bool registered = false;
+        try {
+            registered = service->registerPersonalMarker(request.code, request.name, request.email);
+        } catch (const std::exception& exception) {
+            // To the owner the same as a refusal: the space must not wait for an answer that never comes.
+            Bedrock::Trace::error("PersonalSpaceWidget::registerUser # Failed to register the owner of card %llu (%s)",
+                                  static_cast<unsigned long long>(request.code), exception.what());
+        }
         Facet::Node::invokeAfterUpdate([weak = request.widget, registered] {
             const auto widget = weak.lock();
             if (!widget)

@@ -38,6 +38,15 @@ int FakeEmailService::created() const
     return m_created;
 }
 
+std::vector<std::size_t> FakeEmailService::waiting() const
+{
+    const std::lock_guard lock(m_mutex);
+    std::vector<std::size_t> indices;
+    for (const auto& one : m_waiting)
+        indices.push_back(one.first);
+    return indices;
+}
+
 folly::Promise<Tavola::EmailServiceAPI::EmailStatus> FakeEmailService::take(std::size_t index)
 {
     const std::lock_guard lock(m_mutex);

@@ -53,6 +53,8 @@ public:
     /// How many messages were created.
     [[nodiscard]] int created() const;
 
+    /// The indices of those that wait for an answer.
+    [[nodiscard]] std::vector<std::size_t> waiting() const;
     /// Answers a held message on the caller's thread, which may be any.
     void answer(std::size_t index, const EmailStatus& status);
     /// Fails its future with an exception of that text.

@@ -1,0 +1,630 @@
+#include "EmailSupport.hpp"
+#include "LogCapture.hpp"
+#include "PersonalSpaceFixture.hpp"
+
+#include <doctest/doctest.h>
+
+#include <stdexcept>
+
+using PluginTest::addEmailService;
+using PluginTest::analyticsOf;
+using PluginTest::classesOf;
+using PluginTest::emailNotSent;
+using PluginTest::emailSent;
+using PluginTest::FakeContent;
+using PluginTest::HookedEmailService;
+using PluginTest::newCode;
+using PluginTest::OpenSpace;
+using PluginTest::Strings;
+using PluginTest::widgetInEmail;
+using Tavola::PersonalSpaceContents;
+using TestSupport::expectError;
+using TestSupport::expectWarning;
+using TestSupport::FakeEmailService;
+using Status = Tavola::EmailServiceAPI::EmailStatus;
+
+namespace
+{
+const std::string kFailed = "PersonalSpaceWidget::emailContents # Failed to send email to ann@example.org (";
+
+void expectFailure(const std::string& text)
+{
+    expectError(kFailed + text + ")");
+}
+
+/// Ann's space, and an e-mail service that answers when the test says so.
+struct Mail : OpenSpace
+{
+    std::shared_ptr<FakeEmailService> service = addEmailService<FakeEmailService>(host);
+    PluginTest::AnswerAtEnd answerAtEnd{service};
+
+    explicit Mail(bool withCode = true) : OpenSpace(withCode)
+    {
+        widget->setProperties({"Ann", "ann@example.org", ""});
+        service->holdAnswers(true);
+    }
+};
+
+/// Ann's space, and an e-mail service that does something at the moment of each call.
+struct HookedMail : OpenSpace
+{
+    std::shared_ptr<HookedEmailService> service = addEmailService<HookedEmailService>(host);
+    HookedMail() { widget->setProperties({"Ann", "ann@example.org", ""}); }
+};
+}
+
+// ---- Sending ---------------------------------------------------------------------------------------------------------
+
+TEST_CASE("sending: everything collected goes into one message to the owner, in the order of the items")
+{
+    Mail mail;
+    mail.service->setTemplate("Dear <name>,<links>Bye");
+    mail.addItem("http://one");
+    mail.addItem("http://two");
+    mail.tapEnvelope();
+    REQUIRE(mail.service->sent().size() == 1);
+    const auto sent = mail.service->sent()[0];
+    CHECK(sent.content == "Dear Ann,\nhttp://one\n\nhttp://two\n\nBye");
+    REQUIRE(sent.recipients.size() == 1);
+    CHECK(sent.recipients[0].address.address == "ann@example.org");
+    CHECK(sent.recipients[0].address.name == "Ann");
+    CHECK(sent.recipients[0].type == Tavola::EmailMessage::To);
+    CHECK(sent.attachments.empty());
+}
+
+TEST_CASE("sending: the tap ends the initial view and shows that the mail is on its way")
+{
+    Mail mail;
+    mail.tapEnvelope();
+    CHECK(classesOf(*mail.widget) == Strings{"email-mode", "sending-email"});
+}
+
+TEST_CASE("sending: items are counted one by one before the message is made, and the view has changed by then")
+{
+    HookedMail mail;
+    mail.addItem("http://one", 71);
+    mail.addItem("http://two", 70);
+    const Strings expected{widgetInEmail(71, "Ann", "ann@example.org"), widgetInEmail(70, "Ann", "ann@example.org")};
+    int created = 0;
+    int sent = 0;
+    mail.service->onCreate = [&] {
+        ++created;
+        CHECK(sent == 0);
+        CHECK(analyticsOf(mail.host) == expected);
+        CHECK(classesOf(*mail.widget) == Strings{"email-mode", "has-content", "sending-email"});
+        return Tavola::EmailMessage();
+    };
+    mail.service->onSend = [&](const Tavola::EmailMessage&) {
+        ++sent;
+        CHECK(created == 1);
+        CHECK(analyticsOf(mail.host) == expected);
+        return folly::makeFuture(Status{true, {}});
+    };
+    mail.tapEnvelope();
+    CHECK(sent == 1);
+    mail.host.frames(3);
+    CHECK(created == 1);
+    CHECK(sent == 1);
+}
+
+TEST_CASE("sending: one tap sends one message, however many frames go by")
+{
+    Mail mail;
+    mail.addItem("http://one");
+    mail.tapEnvelope();
+    mail.host.frames(10);
+    mail.service->answer(0, {true, {}});
+    mail.host.frames(10);
+    CHECK(mail.service->sent().size() == 1);
+    CHECK(mail.service->created() == 1);
+    CHECK(mail.host.analytics().size() == 2);
+}
+
+TEST_CASE("sending: an empty space is sent as the template with an empty list of links, and counts no items")
+{
+    Mail mail;
+    mail.service->setTemplate("[<links>]");
+    mail.tapEnvelope();
+    REQUIRE(mail.service->sent().size() == 1);
+    CHECK(mail.service->sent()[0].content == "[\n]");
+    CHECK(mail.host.analytics().empty());
+    mail.service->answer(0, {true, {}});
+    mail.host.frame();
+    CHECK(analyticsOf(mail.host) == Strings{emailSent("Ann", "ann@example.org")});
+    CHECK(mail.hasClass("email-successful"));
+}
+
+TEST_CASE("sending: an item whose files are not known yet is an empty line among the links")
+{
+    Mail mail;
+    const Bedrock::IntrusivePtr<FakeContent> content(new FakeContent(&mail.host.mainWidget()));
+    mail.widget->addWidget(*content);
+    mail.tapEnvelope();
+    REQUIRE(mail.service->sent().size() == 1);
+    CHECK(mail.service->sent()[0].content == "\n\n\n");
+    CHECK(analyticsOf(mail.host).back() == widgetInEmail(content->id(), "Ann", "ann@example.org"));
+}
+
+TEST_CASE("sending: an attachment that cannot be opened costs only that attachment")
+{
+    Mail mail;
+    PersonalSpaceContents::Item item;
+    item.files.files = QList<QString>{"/none/a.txt"};
+    mail.contents->addItem(item);
+    mail.addItem("http://two");
+    expectWarning("createMessage # Failed to open file /none/a.txt for reading");
+    mail.tapEnvelope();
+    REQUIRE(mail.service->sent().size() == 1);
+    CHECK(mail.service->sent()[0].content == "\nhttp://two\n\n");
+    CHECK(mail.hasClass("sending-email"));
+    CHECK_FALSE(mail.hasClass("email-failed"));
+    CHECK(mail.host.analytics().size() == 2);
+}
+
+TEST_CASE("sending: before the first code there are no items, and the outcome still shows")
+{
+    Mail mail(false);
+    mail.tapEnvelope();
+    REQUIRE(mail.service->sent().size() == 1);
+    CHECK(mail.service->sent()[0].content == "\n");
+    mail.service->answer(0, {true, {}});
+    mail.host.frame();
+    CHECK(classesOf(*mail.widget) == Strings{"email-successful", "sending-email"});
+}
+
+TEST_CASE("sending: it closes the open tooltip")
+{
+    Mail mail;
+    mail.tapHelp();
+    mail.host.frames(20);
+    REQUIRE(mail.tooltips().size() == 1);
+    mail.tapEnvelope();
+    mail.host.frame(0.49);
+    CHECK(mail.tooltips().size() == 1);
+    mail.host.frame(0.02);
+    CHECK(mail.tooltips().empty());
+}
+
+TEST_CASE("sending: a finger on the envelope starts it")
+{
+    Mail mail;
+    mail.host.style("PersonalSpaceWidget { width: 400px; height: 300px; position: absolute }"
+                    "PersonalSpaceWidget > * { position: absolute; display: none }"
+                    "PersonalSpaceWidget > PersonalSpaceContentWidget { display: block; left: 0; top: 0; width: 400px; height: 300px }"
+                    "PersonalSpaceWidget > .envelope { display: block; left: 300px; top: 250px; width: 80px; height: 40px }");
+    mail.widget->setLocation({100.f, 100.f});
+    mail.host.frame();
+    mail.host.tap({440.f, 370.f});
+    CHECK(mail.service->sent().size() == 1);
+    CHECK_FALSE(mail.hasClass("initial-view"));
+}
+
+// ---- No message ------------------------------------------------------------------------------------------------------
+
+TEST_CASE("no service: it is logged and shown at once, items are counted, the mail is not")
+{
+    OpenSpace space;
+    space.widget->setProperties({"Ann", "ann@example.org", ""});
+    space.addItem("http://one", 71);
+    expectFailure("No email service configured");
+    space.tapEnvelope();
+    CHECK(classesOf(*space.widget) == Strings{"email-failed", "email-mode", "has-content", "sending-email"});
+    space.host.frames(3);
+    CHECK(analyticsOf(space.host) == Strings{widgetInEmail(71, "Ann", "ann@example.org")});
+    CHECK(space.contents->items().size() == 1);
+}
+
+// ---- Outcomes --------------------------------------------------------------------------------------------------------
+
+TEST_CASE("success: the outcome is added beside the sending view, the space is emptied, the mail is counted")
+{
+    Mail mail;
+    mail.addItem("http://one", 71);
+    mail.tapEnvelope();
+    mail.service->answer(0, {true, {}});
+    mail.host.frame();
+    CHECK(classesOf(*mail.widget) == Strings{"email-mode", "email-successful", "sending-email"});
+    CHECK(mail.contents->items().empty());
+    CHECK(analyticsOf(mail.host) == Strings{widgetInEmail(71, "Ann", "ann@example.org"), emailSent("Ann", "ann@example.org")});
+}
+
+TEST_CASE("success: an error text beside it is not counted")
+{
+    Mail mail;
+    mail.tapEnvelope();
+    mail.service->answer(0, {true, "queued"});
+    mail.host.frame();
+    CHECK(mail.hasClass("email-successful"));
+    CHECK(analyticsOf(mail.host) == Strings{emailSent("Ann", "ann@example.org")});
+}
+
+TEST_CASE("success: the space is emptied before the mail is counted")
+{
+    Mail mail;
+    mail.addItem("http://one");
+    mail.tapEnvelope();
+    std::size_t countedBefore = 0;
+    bool shownBefore = false;
+    mail.contents->eventAddListener("item-removed", [&] {
+        countedBefore = mail.host.analytics().size();
+        shownBefore = mail.hasClass("email-successful");
+    });
+    mail.service->answer(0, {true, {}});
+    mail.host.frame();
+    CHECK(countedBefore == 1);
+    CHECK(shownBefore);
+    CHECK(mail.host.analytics().size() == 2);
+}
+
+TEST_CASE("success: what was collected meanwhile goes as well")
+{
+    Mail mail;
+    mail.addItem("http://one");
+    mail.tapEnvelope();
+    mail.addItem("http://late");
+    mail.service->answer(0, {true, {}});
+    mail.host.frame();
+    CHECK(mail.service->sent()[0].content == "\nhttp://one\n\n");
+    CHECK(mail.contents->items().empty());
+}
+
+TEST_CASE("success: the input asks for a name from then on, and is empty")
+{
+    Mail mail;
+    mail.tapEnvelope();
+    mail.write("half");
+    mail.service->answer(0, {true, {}});
+    mail.host.frame();
+    CHECK(mail.field().text().isEmpty());
+    mail.write("   ");
+    mail.field().validate();
+    CHECK_FALSE(mail.field().isValid());
+    mail.write("Ann");
+    mail.field().validate();
+    CHECK(mail.field().isValid());
+}
+
+TEST_CASE("outcome: it comes after a frame's update, also when the answer was there at once")
+{
+    Mail mail;
+    mail.service->holdAnswers(false);
+    mail.addItem("http://one");
+    mail.tapEnvelope();
+    CHECK(classesOf(*mail.widget) == Strings{"email-mode", "has-content", "sending-email"});
+    CHECK(mail.contents->items().size() == 1);
+    mail.host.frame();
+    CHECK(mail.hasClass("email-successful"));
+    CHECK(mail.contents->items().empty());
+}
+
+TEST_CASE("outcome: an answer from another thread is shown in the next frame")
+{
+    Mail mail;
+    mail.addItem("http://one");
+    mail.tapEnvelope();
+    SUBCASE("success")
+    {
+        mail.service->answerFromThread(0, {true, {}});
+        CHECK_FALSE(mail.hasClass("email-successful"));
+        CHECK(mail.contents->items().size() == 1);
+        mail.host.frame();
+        CHECK(mail.hasClass("email-successful"));
+    }
+    SUBCASE("failure")
+    {
+        mail.service->failFromThread(0, "line is down");
+        CHECK_FALSE(mail.hasClass("email-failed"));
+        expectFailure("line is down");
+        mail.host.frame();
+        CHECK(mail.hasClass("email-failed"));
+    }
+}
+
+TEST_CASE("failure: a refused mail is logged, shown and counted, and all items stay in place")
+{
+    Mail mail;
+    const long first = mail.addItem("http://one", 71);
+    const long second = mail.addItem("http://two", 72);
+    mail.tapEnvelope();
+    mail.write("half");
+    expectFailure("mailbox full: 100%s");
+    mail.service->answer(0, {false, "mailbox full: 100%s"});
+    mail.host.frame();
+    CHECK(classesOf(*mail.widget) == Strings{"email-failed", "email-mode", "has-content", "sending-email"});
+    REQUIRE(mail.contents->items().size() == 2);
+    CHECK(mail.contents->items().count(first) == 1);
+    CHECK(mail.contents->items().count(second) == 1);
+    CHECK(mail.field().text() == "half");
+    CHECK(analyticsOf(mail.host) == Strings{widgetInEmail(71, "Ann", "ann@example.org"),
+                                            widgetInEmail(72, "Ann", "ann@example.org"),
+                                            emailNotSent("Ann", "ann@example.org", "mailbox full: 100%s")});
+}
+
+TEST_CASE("failure: an exception is logged, shown and counted by its own text")
+{
+    Mail mail;
+    mail.addItem("http://one", 71);
+    mail.tapEnvelope();
+    expectFailure("getrennt: für immer");
+    mail.service->fail(0, "getrennt: für immer");
+    mail.host.frame();
+    CHECK(classesOf(*mail.widget) == Strings{"email-failed", "email-mode", "has-content", "sending-email"});
+    CHECK(mail.contents->items().size() == 1);
+    CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", "ann@example.org", "getrennt: für immer"));
+}
+
+TEST_CASE("failure: an exception object without a text is logged and counted with an empty one")
+{
+    HookedMail mail;
+    mail.service->onSend = [](const Tavola::EmailMessage&) { return PluginTest::failWithNumber(); };
+    mail.tapEnvelope();
+    expectFailure("");
+    mail.host.frame();
+    CHECK(mail.hasClass("email-failed"));
+    CHECK(analyticsOf(mail.host) == Strings{emailNotSent("Ann", "ann@example.org", "")});
+}
+
+TEST_CASE("failure: a service that gives up its promise has failed")
+{
+    HookedMail mail;
+    mail.service->onSend = [](const Tavola::EmailMessage&) { return folly::Promise<Status>().getFuture(); };
+    const QString text = "Broken promise for type name `Tavola::EmailServiceAPI::EmailStatus`";
+    mail.tapEnvelope();
+    CHECK_FALSE(mail.hasClass("email-failed"));
+    expectFailure(text.toStdString());
+    mail.host.frame();
+    CHECK(mail.hasClass("email-failed"));
+    CHECK(analyticsOf(mail.host) == Strings{emailNotSent("Ann", "ann@example.org", text)});
+}
+
+TEST_CASE("failure: a service that throws out of the call has failed")
+{
+    HookedMail mail;
+    mail.addItem("http://one");
+    mail.service->onSend = [](const Tavola::EmailMessage&) -> folly::Future<Status> { throw std::runtime_error("disk full"); };
+    expectFailure("disk full");
+    mail.tapEnvelope();
+    mail.host.frame();
+    CHECK(mail.hasClass("email-failed"));
+    CHECK(mail.contents->items().size() == 1);
+    CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", "ann@example.org", "disk full"));
+}
+
+TEST_CASE("failure: the visitor may try again, and the outcome is added to the one before")
+{
+    Mail mail;
+    mail.addItem("http://one");
+    mail.tapEnvelope();
+    expectFailure("no");
+    mail.service->answer(0, {false, "no"});
+    mail.host.frame();
+    mail.tapEnvelope();
+    REQUIRE(mail.service->sent().size() == 2);
+    CHECK(mail.service->sent()[1].content == "\nhttp://one\n\n");
+    CHECK(mail.hasClass("email-failed"));
+    mail.service->answer(1, {true, {}});
+    mail.host.frame();
+    CHECK(classesOf(*mail.widget) == Strings{"email-failed", "email-mode", "email-successful", "sending-email"});
+    mail.tapCancel();
+    CHECK(classesOf(*mail.widget) == Strings{"email-mode", "initial-view"});
+}
+
+TEST_CASE("outcome: after a cancel it still is added, for the mail was sent")
+{
+    Mail mail;
+    mail.addItem("http://one");
+    mail.tapEnvelope();
+    mail.tapCancel();
+    mail.service->answer(0, {true, {}});
+    mail.host.frame();
+    CHECK(classesOf(*mail.widget) == Strings{"email-mode", "email-successful", "initial-view"});
+    CHECK(mail.contents->items().empty());
+}
+
+// ---- What changes meanwhile ------------------------------------------------------------------------------------------
+
+TEST_CASE("meanwhile: editing name or address does not change what is counted and logged")
+{
+    Mail mail;
+    mail.addItem("http://one", 71);
+    mail.tapEnvelope();
+    mail.widget->setProperties({"Bob", "bob@example.org", ""});
+    SUBCASE("success")
+    {
+        mail.service->answer(0, {true, {}});
+        mail.host.frame();
+        CHECK(analyticsOf(mail.host).back() == emailSent("Ann", "ann@example.org"));
+    }
+    SUBCASE("failure")
+    {
+        expectFailure("no");
+        mail.service->answer(0, {false, "no"});
+        mail.host.frame();
+        CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", "ann@example.org", "no"));
+    }
+    SUBCASE("exception")
+    {
+        expectFailure("down");
+        mail.service->fail(0, "down");
+        mail.host.frame();
+        CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", "ann@example.org", "down"));
+    }
+    CHECK(mail.host.analytics().size() == 2);
+}
+
+TEST_CASE("meanwhile: another code's items go with a success, for they are what the space holds then")
+{
+    Mail mail;
+    mail.addItem("http://one");
+    mail.tapEnvelope();
+    const auto other = newCode();
+    mail.widget->setCode(other);
+    const auto otherContents = PersonalSpaceContents::personalContent(other);
+    otherContents->addItem({});
+    mail.service->answer(0, {true, {}});
+    mail.host.frame();
+    CHECK(otherContents->items().empty());
+    CHECK(mail.contents->items().size() == 1);
+    CHECK(mail.hasClass("email-successful"));
+}
+
+TEST_CASE("meanwhile: with another code and then closed, the items of the code that was sent go")
+{
+    Mail mail;
+    mail.addItem("http://one");
+    mail.tapEnvelope();
+    const auto other = newCode();
+    mail.widget->setCode(other);
+    const auto otherContents = PersonalSpaceContents::personalContent(other);
+    otherContents->addItem({});
+    mail.close();
+    mail.service->answer(0, {true, {}});
+    mail.host.frame();
+    CHECK(otherContents->items().size() == 1);
+    CHECK(mail.contents->items().empty());
+}
+
+// ---- Closed meanwhile ------------------------------------------------------------------------------------------------
+
+TEST_CASE("closed: on success the stored items of the code are removed all the same, and the mail is counted")
+{
+    Mail mail;
+    mail.addItem("http://one", 71);
+    mail.tapEnvelope();
+    SUBCASE("in flight")
+    {
+        mail.close();
+        mail.host.frame();
+        CHECK(mail.contents->items().size() == 1);
+        mail.service->answer(0, {true, {}});
+    }
+    SUBCASE("between the answer and the frame")
+    {
+        mail.service->answer(0, {true, {}});
+        mail.close();
+    }
+    CHECK(mail.contents->items().size() == 1);
+    mail.host.frame();
+    CHECK(mail.contents->items().empty());
+    CHECK(analyticsOf(mail.host) == Strings{widgetInEmail(71, "Ann", "ann@example.org"), emailSent("Ann", "ann@example.org")});
+}
+
+TEST_CASE("closed: on failure it is logged and counted, and the stored items stay")
+{
+    Mail mail;
+    mail.addItem("http://one", 71);
+    mail.tapEnvelope();
+    expectFailure("no");
+    SUBCASE("a status, in flight")
+    {
+        mail.close();
+        mail.service->answer(0, {false, "no"});
+    }
+    SUBCASE("a status, between the answer and the frame")
+    {
+        mail.service->answer(0, {false, "no"});
+        mail.close();
+    }
+    SUBCASE("an exception, in flight")
+    {
+        mail.close();
+        mail.service->fail(0, "no");
+    }
+    SUBCASE("an exception, between the answer and the frame")
+    {
+        mail.service->fail(0, "no");
+        mail.close();
+    }
+    mail.host.frame();
+    CHECK(mail.contents->items().size() == 1);
+    CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", "ann@example.org", "no"));
+    CHECK(mail.host.analytics().size() == 2);
+}
+
+TEST_CASE("closed: a space opened anew for the card loses its items with the success, and shows no outcome")
+{
+    Mail mail;
+    mail.addItem("http://one");
+    mail.tapEnvelope();
+    mail.close();
+    const auto reopened = Bedrock::makeIntrusive<Tavola::PersonalSpaceWidget>();
+    reopened->setCode(mail.code);
+    CHECK(classesOf(*reopened) == Strings{"email-mode", "has-content", "initial-view"});
+    mail.service->answer(0, {true, {}});
+    mail.host.frame();
+    CHECK(classesOf(*reopened) == Strings{"email-mode", "initial-view"});
+}
+
+TEST_CASE("closed: a space taken from the table that somebody still holds shows the outcome")
+{
+    Mail mail;
+    mail.tapEnvelope();
+    mail.widget->removeFromParent();
+    mail.host.frame();
+    mail.service->answer(0, {true, {}});
+    mail.host.frame();
+    CHECK(mail.hasClass("email-successful"));
+}
+
+TEST_CASE("closed: a listener may close the space while a success empties it")
+{
+    Mail mail;
+    mail.addItem("http://one");
+    mail.tapEnvelope();
+    mail.contents->eventAddListener("item-removed", [&] {
+        if (!mail.widget)
+            return;
+        mail.widget->removeFromParent();
+        mail.widget.reset();
+    });
+    mail.service->answer(0, {true, {}});
+    mail.host.frames(2);
+    CHECK(mail.contents->items().empty());
+    CHECK(analyticsOf(mail.host).back() == emailSent("Ann", "ann@example.org"));
+}
+
+// ---- The address form ------------------------------------------------------------------------------------------------
+
+TEST_CASE("address: without one the envelope asks for it and sends nothing")
+{
+    Mail mail;
+    mail.widget->setProperties({"Ann", "", ""});
+    mail.write("left over");
+    mail.tapEnvelope();
+    CHECK(classesOf(*mail.widget) == Strings{"email-mode", "waiting-to-send-email"});
+    CHECK(mail.field().text().isEmpty());
+    CHECK(mail.service->created() == 0);
+    CHECK(mail.host.analytics().empty());
+}
+
+TEST_CASE("address: the envelope sends once it is written, and the form goes")
+{
+    Mail mail;
+    mail.widget->setProperties({"Ann", "", ""});
+    mail.addItem("http://one", 71);
+    mail.tapEnvelope();
+    mail.write("new@example.org");
+    mail.tapEnvelope();
+    CHECK(classesOf(*mail.widget) == Strings{"email-mode", "has-content", "sending-email"});
+    REQUIRE(mail.service->sent().size() == 1);
+    CHECK(mail.service->sent()[0].recipients[0].address.address == "new@example.org");
+    CHECK(mail.text("user-email").value(Facet::kUserLayer) == "new@example.org");
+    CHECK(mail.field().text().isEmpty());
+    mail.service->answer(0, {true, {}});
+    mail.host.frame();
+    CHECK(analyticsOf(mail.host) == Strings{widgetInEmail(71, "Ann", "new@example.org"), emailSent("Ann", "new@example.org")});
+}
+
+TEST_CASE("address: a cancel takes the form back, and the next tap asks again")
+{
+    Mail mail;
+    mail.widget->setProperties({"Ann", "", ""});
+    mail.tapEnvelope();
+    mail.write("new@example.org");
+    mail.tapCancel();
+    CHECK(classesOf(*mail.widget) == Strings{"email-mode", "initial-view"});
+    CHECK(mail.field().text().isEmpty());
+    mail.tapEnvelope();
+    CHECK(mail.hasClass("waiting-to-send-email"));
+    CHECK(mail.service->sent().empty());
+}
