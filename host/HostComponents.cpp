@@ -1,6 +1,7 @@
 #include "HostComponents.hpp"
 
 #include <Tavola/Component.hpp>
+#include <Tavola/ContentMenuWidget.hpp>
 #include <Tavola/ContentWidget.hpp>
 #include <Tavola/LinkWidget.hpp>
 #include <Tavola/Tavola.hpp>
@@ -40,6 +41,7 @@ HostComponents::HostComponents(Tavola::Tavola& application) : m_application(appl
     add("link", factory<Tavola::LinkWidget>());
     add("text", factory<Trellis::TextWidget>());
     add("image", factory<Trellis::ImageWidget>());
+    add("content-menu", factory<Tavola::ContentMenuWidget>());
     add("panel", factory<Trellis::Widget>());
 }
 

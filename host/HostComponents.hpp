@@ -9,8 +9,8 @@ namespace Tavola
 class Tavola;
 }
 
-/// The components that presentations can use without any plug-in: "picture", "document", "link", "text", "image", "panel".
-/// Registered while this lives. Main thread only.
+/// The components that presentations can use without any plug-in: "picture", "document", "link", "text", "image", "panel",
+/// "content-menu". Registered while this lives. Main thread only.
 class HostComponents
 {
 public:

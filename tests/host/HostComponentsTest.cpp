@@ -23,6 +23,7 @@ TEST_CASE("host components: each makes a widget of its kind")
     const Row rows[] = {
         {"picture", "ContentWidget", "picture"}, {"document", "ContentWidget", "document"}, {"link", "LinkWidget", nullptr},
         {"text", "TextWidget", nullptr},         {"image", "ImageWidget", nullptr},         {"panel", "Widget", nullptr},
+        {"content-menu", "ContentMenuWidget", nullptr},
     };
     Trellis::Application application({800.f, 600.f});
     const auto tavola = Tavola::Tavola::create();

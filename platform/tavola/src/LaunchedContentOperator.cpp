@@ -29,8 +29,7 @@ void LaunchedContentOperator::added(Trellis::Widget& widget)
 {
     m_scaleAtEnd = widget.scale();
     m_rotationAtStart = widget.rotation();
-    // Without an offset of its own the widget is put so that its centre is at the point.
-    m_offset = m_relative ? widget.location() : widget.location() - widget.centerLocation();
+    m_offset = widget.location();
     place(widget, 0.f);
 }
 
@@ -49,12 +48,23 @@ void LaunchedContentOperator::update(Trellis::Widget& widget, const Trellis::Fra
     place(widget, progress);
 }
 
-void LaunchedContentOperator::place(Trellis::Widget& widget, float progress) const
+void LaunchedContentOperator::place(Trellis::Widget& widget, float progress)
 {
     const float grown = eased(progress);
-    const Vecta::Vector2T<float> offset = m_offset.rotated(widget.rotation() - m_rotationAtStart);
-    widget.setScale(m_scaleAtEnd * std::max(kSmallest, grown));
-    widget.setLocation(m_point + offset * grown);
+    const float scale = m_scaleAtEnd * std::max(kSmallest, grown);
+    m_isTaken = m_isTaken || widget.isHeld();
+    if (m_isTaken) {
+        const Vecta::Vector2T<float> center = widget.centerLocation();
+        widget.setScale(scale);
+        widget.setCenterLocation(center);
+    } else if (m_relative) {
+        widget.setScale(scale);
+        widget.setLocation(m_point + m_offset.rotated(widget.rotation() - m_rotationAtStart) * grown);
+    } else {
+        // By the centre as it is now: a picture may get its size while it opens.
+        widget.setScale(scale);
+        widget.setCenterLocation(m_point);
+    }
     if (progress < 1.f)
         widget.setOpacity(grown);
     else if (auto* opacity = widget.attribute("opacity"))

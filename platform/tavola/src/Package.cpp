@@ -1,5 +1,7 @@
 #include <Tavola/Package.hpp>
 
+#include "JsonText.hpp"
+
 #include <Bedrock/Trace.hpp>
 
 #include <QFile>
@@ -7,8 +9,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonParseError>
-
-#include <algorithm>
 
 namespace Tavola
 {
@@ -57,15 +57,8 @@ std::shared_ptr<Package> Package::load(const QString& path)
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(text, &error);
     if (error.error != QJsonParseError::NoError) {
-        // The parser stands behind what it could not read, and behind the blanks that follow.
-        int place = std::clamp(error.offset, 0, text.size()) - 1;
-        while (place > 0 && QChar::isSpace(uchar(text.at(place))))
-            --place;
-        place = std::max(place, 0);
-        const int line = 1 + static_cast<int>(std::count(text.begin(), text.begin() + place, '\n'));
-        const int column = place - (place > 0 ? text.lastIndexOf('\n', place - 1) : -1);
-        Bedrock::Trace::warning("Package::load # %s:%d:%d: %s", qUtf8Printable(path), line, column,
-                                qUtf8Printable(error.errorString()));
+        Bedrock::Trace::warning("Package::load # %s:%s: %s", qUtf8Printable(path),
+                                qUtf8Printable(jsonPosition(text, error.offset)), qUtf8Printable(error.errorString()));
         return nullptr;
     }
     if (!document.isObject()) {

@@ -1,6 +1,7 @@
 #include <Tavola/Tavola.hpp>
 
 #include "DragAndDrop.hpp"
+#include "MenuFile.hpp"
 #include "SnapshotWriter.hpp"
 
 #include <Bedrock/Trace.hpp>
@@ -51,6 +52,7 @@ struct Tavola::Private
 {
     ServiceProvider services;
     SnapshotWriter snapshots;
+    MenuFiles menuFiles;
     FactoryTable factories;
     std::vector<std::shared_ptr<Package>> packages;
     std::unordered_map<long, std::shared_ptr<WidgetInstance>> instances;
@@ -184,6 +186,11 @@ void Tavola::keepInstance(Trellis::Widget& widget, std::shared_ptr<WidgetInstanc
             alive->d->forget(id);
     });
     widget.eventAddListener(kEndOfWidget, [end = std::move(end)] {});
+}
+
+MenuFiles& Tavola::menuFiles() const noexcept
+{
+    return d->menuFiles;
 }
 
 SnapshotWriter& Tavola::snapshots() const noexcept

@@ -2,22 +2,29 @@
 
 #include <Trellis/Widget.hpp>
 
-#include <QString>
-
 #include <memory>
 
 namespace Tavola
 {
-/// A menu of content: opens nodes at points of the table; each node shows entries, an entry opens a further node or
-/// launches content. Several nodes may be open at once, for several hands. CSS type "ContentMenuWidget". Main thread only.
+/// A menu of content: opens nodes at points of the table; a node shows entries, and an entry opens a further node beside it or
+/// launches content. Any number of nodes may be open at once, for several hands. CSS type "ContentMenuWidget". Main thread only.
 ///
-/// Attributes: "menu" (a JSON file), "menu-style" (ring or list), "content-opening-duration" (seconds).
+/// Attributes: "menu" (a JSON file), "menu-style" (ring or list), "content-opening-duration" (0.3 seconds).
 ///
-/// The file is an object with "entries"; an entry has "text", "icon" (a file), and either "entries" (a further level) or
-/// "content" (a component as in a presentation). Files are named relative to the menu's file. What is wrong in it costs the
-/// smallest piece and is a warning with file and place.
+/// The file:
+///     { "components": { ... },                                     // what may be used below, see ComponentReader
+///       "entries": [
+///         { "text": "Map", "icon": "icons/map.png", "content": { "component": "picture", "attributes": { ... } } },
+///         { "text": "Rooms", "entries": [ ... ] },                 // a further level
+///         { "text": "Artists", "menu": "artists.json" } ] }        // a further level from a file of its own
+/// Files are named relative to the menu's file. What is wrong in it costs the smallest piece and is a warning with file and
+/// place; an entry that has nothing to open is left out.
 ///
-/// A node is a widget of CSS type "ContentMenuNode" with children of class "menu-entry"; it is a child of the menu.
+/// A node is a widget of CSS type "ContentMenuNode" (class "ring" or "list"; the attributes "entry-gap" and "inner-radius" of a
+/// ring are pixels). In it are widgets of class "menu-entry" (and "has-entries", "open", "pressed"), with "menu-icon",
+/// "menu-text" and "menu-more" inside, and one of class "menu-close". The first level is a child of the menu and can be moved;
+/// further levels are children of the node they were opened from, and go with it. Launched content becomes a child of the
+/// host's main widget with the class of temporary content, turned like its node.
 class TAVOLA_EXPORT ContentMenuWidget : public Trellis::Widget
 {
 public:
@@ -26,8 +33,8 @@ public:
     explicit ContentMenuWidget(Trellis::Widget* parent = nullptr);
     ~ContentMenuWidget() override;
 
-    /// Opens the menu's first level at a point of this widget's parent, and returns the node that stands there; 0 when the
-    /// menu has no entries.
+    /// Opens the menu's first level at a point of this widget's parent, kept inside the table's edge as it is turned in the next
+    /// frame. Returns the node that stands there; 0 when the menu has no entries.
     NodeId prepare(Vecta::Vector2T<float> point);
     /// Fades a node and everything opened from it out. Unknown ids are ignored. A menu whose last node has closed, and that
     /// had been prepared, removes itself.
@@ -35,8 +42,7 @@ public:
     /// The widget that stands for a node, or null once it is closed.
     [[nodiscard]] Bedrock::IntrusivePtr<Trellis::Widget> nodeWidget(NodeId node) const;
 
-protected:
-    void attributeChanged(Facet::Attribute& attribute) override;
+    void update(const Trellis::FrameInfo& frame) override;
 
 private:
     struct MenuPrivate;

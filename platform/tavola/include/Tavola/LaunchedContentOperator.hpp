@@ -11,7 +11,7 @@ namespace Tavola
 ///
 /// Points are in the coordinates of the widget's parent. Relative content ends with its styled location taken as an offset from
 /// the point (turned with the widget, so that a widget that is turned meanwhile ends where the turn takes it); other content
-/// ends with its centre at the point.
+/// ends with its centre at the point. A finger that takes the widget meanwhile has it from then on: it grows, and is not moved.
 class TAVOLA_EXPORT LaunchedContentOperator final : public Trellis::Operator
 {
 public:
@@ -21,18 +21,23 @@ public:
     /// Moves the point while the widget opens, so that the opening ends at the moved place.
     void setRelativeLocation(Vecta::Vector2T<float> point) noexcept { m_point = point; }
 
+    [[nodiscard]] Vecta::Vector2T<float> point() const noexcept { return m_point; }
+    /// The scale that the widget grows to.
+    [[nodiscard]] float scaleAtEnd() const noexcept { return m_scaleAtEnd; }
+
     void added(Trellis::Widget& widget) override;
     void removed(Trellis::Widget& widget) override;
     void update(Trellis::Widget& widget, const Trellis::FrameInfo& frame) override;
 
 private:
-    void place(Trellis::Widget& widget, float progress) const;
+    void place(Trellis::Widget& widget, float progress);
 
     bool m_relative;
+    bool m_isTaken = false; ///< by a finger
     Vecta::Vector2T<float> m_point;
     float m_durationSeconds;
     float m_elapsedSeconds = 0.f;
-    Vecta::Vector2T<float> m_offset; ///< from the point to the location, at the rotation below
+    Vecta::Vector2T<float> m_offset; ///< of relative content: from the point to the location, at the rotation below
     float m_rotationAtStart = 0.f;
     float m_scaleAtEnd = 1.f;
 };

@@ -16,6 +16,7 @@ class Widget;
 
 namespace Tavola
 {
+class MenuFiles;
 class Package;
 class ServiceProvider;
 class SnapshotWriter;
@@ -65,11 +66,13 @@ public:
 
 private:
     Tavola();
+    friend class ContentMenuWidget;
     friend class FileRepresentation;
     friend class UIComponent;
     struct Private;
 
     void keepInstance(Trellis::Widget& widget, std::shared_ptr<WidgetInstance> instance);
+    [[nodiscard]] MenuFiles& menuFiles() const noexcept;
     [[nodiscard]] SnapshotWriter& snapshots() const noexcept;
 
     std::unique_ptr<Private> d;

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <Bedrock/IntrusivePtr.hpp>
+
+#include <QString>
+
+#include <boost/expected.hpp>
+
+#include <map>
+#include <memory>
+
+namespace Tavola
+{
+struct ComponentUse;
+class UIComponent;
+}
+namespace Trellis
+{
+class Widget;
+}
+
+/// The personal widgets that a presentation has for content keys ("folders"): one for each key, made when it is first wanted
+/// and kept on the table out of sight, so that it remembers what it opened. Main thread only.
+class PersonalWidgets
+{
+public:
+    PersonalWidgets();
+    ~PersonalWidgets();
+    PersonalWidgets(const PersonalWidgets&) = delete;
+    PersonalWidgets& operator=(const PersonalWidgets&) = delete;
+
+    /// Makes the component at once (which tells what is wrong with it), its widget later.
+    void add(const QString& contentKey, const Tavola::ComponentUse& use);
+    /// The widget for a key, or why there is none.
+    [[nodiscard]] boost::expected<Bedrock::IntrusivePtr<Trellis::Widget>, QString> widget(const QString& contentKey);
+
+private:
+    struct Entry
+    {
+        std::shared_ptr<Tavola::UIComponent> component;
+        Bedrock::IntrusivePtr<Trellis::Widget> widget;
+    };
+    std::map<QString, Entry> m_entries;
+};

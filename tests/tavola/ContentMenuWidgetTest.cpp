@@ -1,0 +1,521 @@
+#include "LogCapture.hpp"
+#include "MenuHost.hpp"
+
+#include <Tavola/Utils.hpp>
+#include <Trellis/ImageWidget.hpp>
+#include <Trellis/TextWidget.hpp>
+
+#include <cmath>
+
+using TestSupport::expectWarning;
+using Vecta::Vector2f;
+
+namespace
+{
+constexpr float kPi = 3.14159265f;
+
+bool isNear(Vector2f a, Vector2f b, float tolerance = 0.5f)
+{
+    return (a - b).length() < tolerance;
+}
+
+bool isOnTable(const Trellis::Widget& widget)
+{
+    const Vecta::Rect bounds = widget.sceneBounds();
+    return bounds.x >= -0.5f && bounds.y >= -0.5f && bounds.x + bounds.width <= 1920.5f && bounds.y + bounds.height <= 1080.5f;
+}
+
+const char* const kTwoLevels = R"({"entries": [
+    {"text": "Rooms", "entries": [
+        {"text": "Red", "content": {"component": "panel", "classes": ["content", "red"]}},
+        {"text": "Blue", "content": {"component": "panel", "classes": ["content", "blue"]}}]},
+    {"text": "Map", "content": {"component": "panel", "classes": ["content", "map"]}}]})";
+}
+
+TEST_CASE("content menu: a ring stands round the point where it was opened")
+{
+    MenuHost table;
+    for (const int count : {1, 2, 3, 8, 20}) {
+        CAPTURE(count);
+        const auto menu = table.menu(MenuHost::entriesOf(count));
+        const auto node = menu->nodeWidget(menu->prepare({900.f, 540.f}));
+        REQUIRE(node);
+        table.host.frame(1.0);
+        CHECK(node->cssType() == "ContentMenuNode");
+        CHECK(node->hasCSSClass("ring"));
+        CHECK(isNear(node->centerLocation(), {900.f, 540.f}));
+        const auto entries = MenuHost::withClass(*node, "menu-entry");
+        REQUIRE(entries.size() == std::size_t(count));
+        const float radius = (MenuHost::sceneCenter(*entries[0]) - Vector2f(900.f, 540.f)).length();
+        for (const auto* entry : entries) {
+            CHECK((MenuHost::sceneCenter(*entry) - Vector2f(900.f, 540.f)).length() == doctest::Approx(radius));
+            for (const auto* other : entries)
+                CHECK((other == entry || (MenuHost::sceneCenter(*entry) - MenuHost::sceneCenter(*other)).length() >= entry->width()));
+        }
+        // The first stands at the top, and the middle is free for the card.
+        CHECK(isNear(MenuHost::sceneCenter(*entries[0]), {900.f, 540.f - radius}));
+        CHECK(radius - entries[0]->width() / 2.f >= 60.f);
+        menu->removeFromParent();
+        table.host.frame();
+    }
+}
+
+TEST_CASE("content menu: a list has its entries below one another, with icon and text")
+{
+    MenuHost table;
+    table.write(QStringLiteral("icon.png"), "");
+    const auto menu = table.menu(R"({"entries": [
+        {"text": "Both", "icon": "icon.png", "content": {"component": "panel"}},
+        {"text": "Text", "content": {"component": "panel"}},
+        {"icon": "icon.png", "content": {"component": "panel"}}]})", "list");
+    const auto node = menu->nodeWidget(menu->prepare({900.f, 540.f}));
+    REQUIRE(node);
+    CHECK(node->hasCSSClass("list"));
+    const auto entries = MenuHost::withClass(*node, "menu-entry");
+    REQUIRE(entries.size() == 3);
+    for (std::size_t i = 1; i < 3; ++i)
+        CHECK(entries[i]->location().y >= entries[i - 1]->location().y + entries[i - 1]->height());
+    const auto iconOf = [](const Trellis::Widget& entry) {
+        const auto icons = MenuHost::withClass(entry, "menu-icon");
+        return icons.empty() ? QString() : dynamic_cast<Trellis::ImageWidget&>(*icons[0]).source();
+    };
+    const auto textOf = [](const Trellis::Widget& entry) {
+        const auto texts = MenuHost::withClass(entry, "menu-text");
+        return texts.empty() ? QString() : dynamic_cast<Trellis::TextWidget&>(*texts[0]).text();
+    };
+    CHECK(iconOf(*entries[0]) == table.path(QStringLiteral("icon.png")));
+    CHECK(textOf(*entries[0]) == "Both");
+    CHECK(iconOf(*entries[1]).isEmpty());
+    CHECK(textOf(*entries[1]) == "Text");
+    CHECK(iconOf(*entries[2]) == table.path(QStringLiteral("icon.png")));
+    CHECK(textOf(*entries[2]).isEmpty());
+    // The empty file is no picture, which the pictures say themselves.
+    TestSupport::expectWarningStartingWith("ImageWidget # Failed to load image ");
+    CHECK(table.host.frameUntil([&] { return table.host.app().pendingImages() == 0; }));
+}
+
+TEST_CASE("content menu: an entry launches its content beside it, turned like the menu, as temporary content")
+{
+    MenuHost table;
+    for (const char* style : {"ring", "list"}) {
+        CAPTURE(style);
+        const auto menu = table.menu(MenuHost::entriesOf(4), style);
+        const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
+        node->setRotationAboutCenter(kPi / 2.f);
+        table.host.frame(1.0);
+        table.host.frame();
+        table.tap(MenuHost::entry(*node, 1));
+        auto launched = table.launched();
+        REQUIRE(launched.size() == 1);
+        CHECK(launched[0]->hasCSSClass(Tavola::Utils::temporaryWidgetCSSClass()));
+        CHECK(launched[0]->rotation() == doctest::Approx(kPi / 2.f));
+        CHECK(launched[0]->opacity() < 1.f);
+        table.host.frame(0.3);
+        table.host.frame();
+        CHECK(launched[0]->scale() == 1.f);
+        CHECK(launched[0]->opacity() == 1.f);
+        CHECK_FALSE(launched[0]->intersects(*node));
+        CHECK(isOnTable(*launched[0]));
+        // Each tap launches one more.
+        table.tap(MenuHost::entry(*node, 1));
+        CHECK(table.launched().size() == 2);
+        for (auto* widget : table.launched())
+            widget->removeFromParent();
+        menu->removeFromParent();
+        table.host.frame();
+    }
+}
+
+TEST_CASE("content menu: an entry with entries opens them beside it, and closes them again")
+{
+    MenuHost table;
+    for (const char* style : {"ring", "list"}) {
+        CAPTURE(style);
+        const auto menu = table.menu(kTwoLevels, style);
+        const auto first = menu->prepare({960.f, 540.f});
+        const auto node = menu->nodeWidget(first);
+        table.host.frame(1.0);
+        auto& rooms = MenuHost::entry(*node, 0);
+        CHECK(rooms.hasCSSClass("has-entries"));
+        CHECK_FALSE(MenuHost::entry(*node, 1).hasCSSClass("has-entries"));
+        table.tap(rooms);
+        CHECK(rooms.hasCSSClass("open"));
+        const auto second = menu->nodeWidget(first + 1);
+        REQUIRE(second);
+        CHECK(second->parent() == node.get());
+        table.host.frame(1.0);
+        CHECK(isOnTable(*second));
+        CHECK_FALSE(MenuHost::entry(*second, 0).intersects(rooms));
+        // It goes where its opener goes.
+        const Vector2f before = MenuHost::sceneCenter(*second);
+        node->setLocation(node->location() + Vector2f(30.f, 10.f));
+        CHECK(isNear(MenuHost::sceneCenter(*second), before + Vector2f(30.f, 10.f)));
+
+        table.tap(MenuHost::entry(*second, 1));
+        REQUIRE(table.launched().size() == 1);
+        CHECK(table.launched()[0]->hasCSSClass("blue"));
+
+        table.tap(rooms);
+        CHECK_FALSE(rooms.hasCSSClass("open"));
+        CHECK_FALSE(menu->nodeWidget(first + 1));
+        table.host.frames(2, 0.2);
+        CHECK_FALSE(second->parent());
+        CHECK(node->parent());
+        table.launched()[0]->removeFromParent();
+        menu->removeFromParent();
+        table.host.frame();
+    }
+}
+
+TEST_CASE("content menu: a node fades for 0.2 seconds, and the menu goes with its last one")
+{
+    MenuHost table;
+    const auto menu = table.menu(kTwoLevels);
+    const auto one = menu->prepare({500.f, 540.f});
+    const auto two = menu->prepare({1400.f, 540.f});
+    CHECK(one != two);
+    table.host.frame(1.0);
+    const auto first = menu->nodeWidget(one);
+    const auto second = menu->nodeWidget(two);
+    menu->closeNode(one);
+    CHECK_FALSE(menu->nodeWidget(one));
+    table.host.frame(0.1);
+    CHECK(first->opacity() == doctest::Approx(0.5f).epsilon(0.05));
+    CHECK(first->parent());
+    table.host.frame(0.11);
+    table.host.frame();
+    CHECK_FALSE(first->parent());
+    CHECK(menu->parent());
+    CHECK(second->parent());
+
+    menu->closeNode(one); // known no more
+    menu->closeNode(77);
+    menu->closeNode(0);
+    table.tap(MenuHost::entry(*second, 0));
+    CHECK(menu->nodeWidget(two + 1));
+    menu->closeNode(two);
+    CHECK_FALSE(menu->nodeWidget(two + 1)); // what was opened from it
+    CHECK(menu->parent());
+    table.host.frames(4, 0.1);
+    CHECK_FALSE(menu->parent());
+}
+
+TEST_CASE("content menu: the button in a node closes it")
+{
+    MenuHost table;
+    for (const char* style : {"ring", "list"}) {
+        CAPTURE(style);
+        const auto menu = table.menu(kTwoLevels, style);
+        const auto first = menu->prepare({960.f, 540.f});
+        const auto node = menu->nodeWidget(first);
+        table.host.frame(1.0);
+        table.tap(MenuHost::entry(*node, 0));
+        table.host.frame(1.0);
+        const auto second = menu->nodeWidget(first + 1);
+        REQUIRE(second);
+        table.tap(*MenuHost::withClass(*second, "menu-close").at(0));
+        CHECK_FALSE(menu->nodeWidget(first + 1));
+        CHECK_FALSE(MenuHost::entry(*node, 0).hasCSSClass("open"));
+        table.host.frames(3, 0.1);
+        table.tap(*MenuHost::withClass(*node, "menu-close").at(0));
+        CHECK_FALSE(menu->nodeWidget(first));
+        table.host.frames(4, 0.1);
+        CHECK_FALSE(menu->parent());
+    }
+}
+
+TEST_CASE("content menu: several hands use it at once")
+{
+    MenuHost table;
+    const auto menu = table.menu(R"({"entries": [
+        {"text": "Rooms", "entries": [{"text": "Red", "content": {"component": "panel", "classes": ["content", "red"]}}]},
+        {"text": "Tours", "entries": [{"text": "Long", "content": {"component": "panel", "classes": ["content", "long"]}}]},
+        {"text": "Map", "content": {"component": "panel", "classes": ["content", "map"]}}]})");
+    const auto first = menu->prepare({960.f, 540.f});
+    const auto node = menu->nodeWidget(first);
+    table.host.frame(1.0);
+    // Three fingers press three entries, and let go in another order.
+    for (int finger = 1; finger <= 3; ++finger)
+        table.host.input.fingerDown(finger, MenuHost::sceneCenter(MenuHost::entry(*node, std::size_t(finger - 1))));
+    table.host.frame();
+    for (std::size_t i = 0; i < 3; ++i)
+        CHECK(MenuHost::entry(*node, i).hasCSSClass("pressed"));
+    for (const int finger : {2, 3, 1}) {
+        table.host.input.fingerUp(finger);
+        table.host.frame();
+        CHECK_FALSE(MenuHost::entry(*node, std::size_t(finger - 1)).hasCSSClass("pressed"));
+    }
+    CHECK(menu->nodeWidget(first + 1)); // tours
+    CHECK(menu->nodeWidget(first + 2)); // rooms
+    CHECK(MenuHost::entry(*node, 0).hasCSSClass("open"));
+    CHECK(MenuHost::entry(*node, 1).hasCSSClass("open"));
+    REQUIRE(table.launched().size() == 1);
+    CHECK(table.launched()[0]->hasCSSClass("map"));
+    CHECK(isNear(node->centerLocation(), {960.f, 540.f})); // pressing moved nothing
+
+    // One hand closes what another has open: the other's goes on.
+    menu->closeNode(first + 1);
+    CHECK(menu->nodeWidget(first + 2));
+}
+
+TEST_CASE("content menu: a finger on a node's ground moves it, with everything opened from it")
+{
+    MenuHost table;
+    const auto menu = table.menu(MenuHost::entriesOf(4));
+    const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
+    table.host.frame(1.0);
+    const Vector2f ground = node->mapToScene({node->width() / 2.f + 52.f, node->height() / 2.f + 52.f});
+    table.host.dragAndDrop(1, ground, ground + Vector2f(100.f, 50.f));
+    CHECK((node->centerLocation() - Vector2f(960.f, 540.f)).length() > 80.f);
+    CHECK(table.launched().empty());
+}
+
+TEST_CASE("content menu: cards pass through it")
+{
+    MenuHost table;
+    const auto menu = table.menu(MenuHost::entriesOf(4));
+    const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
+    table.host.frame(1.0);
+    const Vector2f places[] = {MenuHost::sceneCenter(MenuHost::entry(*node, 0)), {960.f, 540.f}, node->mapToScene({node->width() / 2.f + 52.f, node->height() / 2.f + 52.f})};
+    unsigned long code = 1001;
+    for (const Vector2f place : places) {
+        const auto card = table.host.input.markerDown(code++, place);
+        table.host.frame();
+        CHECK(table.host.app().grabManager()->grabber(card) == &table.host.ui().background()->inputGrabber());
+    }
+}
+
+TEST_CASE("content menu: what is opened at the table's edge stands on the table as it is turned")
+{
+    struct Row
+    {
+        Vector2f point;
+        float rotation;
+    };
+    const Row rows[] = {{{0.f, 0.f}, 0.f}, {{1920.f, 1080.f}, kPi / 4.f}, {{1910.f, 500.f}, kPi / 2.f}, {{700.f, 1075.f}, -2.f}, {{-500.f, 3000.f}, 0.3f}};
+    MenuHost table;
+    for (const char* style : {"ring", "list"}) {
+        for (const Row& row : rows) {
+            CAPTURE(style);
+            CAPTURE(row.point.x);
+            CAPTURE(row.rotation);
+            const auto menu = table.menu(kTwoLevels, style);
+            const auto first = menu->prepare(row.point);
+            const auto node = menu->nodeWidget(first);
+            node->setRotation(row.rotation); // as a card turns it before the first frame
+            table.host.frame(0.1);
+            table.host.frame(0.3);
+            CHECK(isOnTable(*node));
+            CHECK(node->scale() == 1.f);
+            table.tap(MenuHost::entry(*node, 0));
+            const auto second = menu->nodeWidget(first + 1);
+            REQUIRE(second);
+            table.host.frame(0.4);
+            CHECK(isOnTable(*second));
+            table.tap(MenuHost::entry(*second, 0));
+            REQUIRE(table.launched().size() == 1);
+            table.host.frame(0.4);
+            CHECK(isOnTable(*table.launched()[0]));
+            table.launched()[0]->removeFromParent();
+            menu->removeFromParent();
+            table.host.frame();
+        }
+    }
+}
+
+TEST_CASE("content menu: content may be a menu of its own, also the same one")
+{
+    MenuHost table;
+    const auto menu = table.menu(R"({"entries": [{"text": "Again", "content":
+        {"component": "content-menu", "attributes": {"menu": {"file": "menu.json"}, "menu-style": "list"}}}]})");
+    const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
+    table.host.frame(1.0);
+    table.tap(MenuHost::entry(*node, 0));
+    const auto menus = table.host.mainWidget().findAllByType("ContentMenuWidget");
+    REQUIRE(menus.size() == 2);
+    CHECK(menus[1]->hasCSSClass(Tavola::Utils::temporaryWidgetCSSClass()));
+    auto* const opened = menus[1]->findByType("ContentMenuNode");
+    REQUIRE(opened);
+    CHECK(opened->hasCSSClass("list"));
+    table.host.frame(1.0);
+    CHECK(isOnTable(*opened));
+}
+
+TEST_CASE("content menu: what is launched may take the menu away")
+{
+    MenuHost table;
+    static Trellis::Widget* toRemove = nullptr;
+    class Closer final : public Trellis::Widget
+    {
+    public:
+        Closer() : Trellis::Widget(nullptr) { toRemove->removeFromParent(); }
+    };
+    table.addComponent<Closer>("closer");
+    const auto json = QByteArray(R"({"entries": [{"text": "Close", "content": {"component": "closer", "classes": ["content"]}}]})");
+    auto menu = table.menu(json);
+    auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
+    table.host.frame(1.0);
+    toRemove = menu.get();
+    const Vector2f point = MenuHost::sceneCenter(MenuHost::entry(*node, 0));
+    menu.reset();
+    node.reset();
+    table.host.tap(point);
+    CHECK_FALSE(table.host.mainWidget().findByType("ContentMenuWidget"));
+    CHECK(table.launched().size() == 1);
+    table.host.frame();
+}
+
+TEST_CASE("content menu: a menu that leaves while it opens, and one that is destroyed with open nodes, leave nothing")
+{
+    MenuHost table; // whose end counts what is left
+    const auto menu = table.menu(kTwoLevels);
+    static_cast<void>(menu->prepare({960.f, 540.f}));
+    table.host.frame();
+    menu->removeFromParent();
+    table.host.frame();
+    const auto again = table.menu(kTwoLevels);
+    const auto node = again->nodeWidget(again->prepare({960.f, 540.f}));
+    again->closeNode(1);
+    table.host.frame();
+    again->removeFromParent();
+    table.host.frame();
+}
+
+TEST_CASE("content menu: a style sheet reaches its look")
+{
+    MenuHost table;
+    table.host.style("ContentMenuNode.ring { inner-radius: 200px; background-color: #ffffff }"
+                     "ContentMenuNode .menu-entry { width: 60px; height: 60px } ContentMenuWidget { content-opening-duration: 2 }");
+    const auto menu = table.menu(MenuHost::entriesOf(4));
+    const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
+    table.host.frame(1.0);
+    CHECK(node->scale() < 1.f);
+    table.host.frame(1.0);
+    CHECK(node->scale() == 1.f);
+    CHECK(MenuHost::entry(*node, 0).width() == 60.f);
+    CHECK((MenuHost::sceneCenter(MenuHost::entry(*node, 0)) - Vector2f(960.f, 540.f)).length() == doctest::Approx(230.f));
+}
+
+TEST_CASE("content menu: an open menu that nobody touches costs nothing")
+{
+    MenuHost table;
+    const auto menu = table.menu(kTwoLevels);
+    static_cast<void>(menu->prepare({960.f, 540.f}));
+    table.host.frame(1.0);
+    table.host.frame();
+    static_cast<void>(table.host.app().takeDamage());
+    const auto before = table.host.app().counters();
+    table.host.frames(10);
+    const auto after = table.host.app().counters();
+    CHECK(after.widgetsVisited == before.widgetsVisited);
+    CHECK(after.widgetsArranged == before.widgetsArranged);
+    CHECK(table.host.app().damage().empty());
+}
+
+TEST_CASE("content menu: what is wrong in its file costs the smallest piece, with its place")
+{
+    struct Row
+    {
+        const char* json;
+        std::vector<const char*> skipped; ///< place and reason
+        int entries;
+    };
+    const Row rows[] = {
+        {R"({"entries": [1, {"text": "A", "content": {"component": "panel"}}]})",
+         {"entries[0]: expected an object such as { \"text\": \"Map\", \"content\": { \"component\": \"picture\" } }"}, 1},
+        {R"({"entries": [{"text": "A", "content": {"component": "volcano"}}, {"text": "B", "content": {"component": "panel"}}]})",
+         {"entries[0].content: there is no component \"volcano\""}, 1},
+        {R"({"entries": [{"text": "A", "content": {"component": "panel", "slots": {"s": [{"component": "volcano"}, {"component": "panel"}]}}}]})",
+         {"entries[0].content.slots.s[0]: there is no component \"volcano\""}, 1},
+        {R"({"entries": [{"text": "A", "icon": "none.png", "content": {"component": "panel"}}]})",
+         {"entries[0].icon: there is no file %FOLDER%/none.png"}, 1},
+        {R"({"entries": [{"text": 5, "icon": "none.png", "content": {"component": "panel"}}, {"text": "B", "content": {"component": "panel"}}]})",
+         {"entries[0].text: expected a text", "entries[0].icon: there is no file %FOLDER%/none.png", "entries[0]: expected a \"text\" or an \"icon\""}, 1},
+        {R"({"entries": [{"text": "A"}, {"text": "B", "menu": "a.json", "entries": []}, {"text": "C", "content": {"component": "panel"}}]})",
+         {"entries[0]: expected one of \"entries\", \"menu\" and \"content\"", "entries[1]: expected one of \"entries\", \"menu\" and \"content\""}, 1},
+        {R"({"entries": [{"text": "A", "content": {"component": "panel", "attributes": {"source": {"file": "none.png"}}}}]})",
+         {"entries[0].content.attributes.source: there is no file %FOLDER%/none.png"}, 1},
+        {R"({"entries": [{"text": "A", "entries": 3}, {"text": "B", "content": {"component": "panel"}}]})",
+         {"entries[0].entries: expected a list of entries", "entries[0]: it leads to no entries"}, 1},
+        {R"({"entries": [{"text": "A", "menu": "none.json"}, {"text": "B", "content": {"component": "panel"}}]})",
+         {"entries[0].menu: there is no file %FOLDER%/none.json", "entries[0]: it leads to no entries"}, 1},
+        {R"({"entries": [{"text": "A", "menu": "broken.json"}, {"text": "B", "content": {"component": "panel"}}]})",
+         {"entries[0].menu: %FOLDER%/broken.json:2:3: unterminated object", "entries[0]: it leads to no entries"}, 1},
+        {R"({"entires": [], "entries": [{"text": "A", "tip": "x", "content": {"component": "panel"}}]})",
+         {"entires: unknown entry; known are components, entries", "entries[0].tip: unknown entry; known are text, icon, entries, menu, content"}, 1},
+        {R"({"entries": [{"text": "A", "menu": "menu.json"}, {"text": "B", "content": {"component": "panel"}}]})",
+         {"entries[0].menu: menus include one another in a circle: menu.json > menu.json", "entries[0]: it leads to no entries"}, 1},
+        {R"({"entries": {}})", {"entries: expected a list of entries"}, 0},
+        {R"({})", {"entries: expected a list of entries"}, 0},
+    };
+    MenuHost table;
+    table.write(QStringLiteral("broken.json"), "{\n  ]");
+    int index = 0;
+    for (const Row& row : rows) {
+        CAPTURE(row.json);
+        const QString file = QStringLiteral("menu.json");
+        for (const char* skipped : row.skipped)
+            expectWarning(QStringLiteral("ContentMenuWidget # %1: %2; it is skipped")
+                              .arg(table.path(file), QString::fromUtf8(skipped).replace(QLatin1String("%FOLDER%"), table.folder.path()))
+                              .toStdString());
+        // Longer by a blank than the row before, so that it is read anew within the same tick of the disk's clock.
+        const auto menu = table.menu(QByteArray(row.json) + QByteArray(1000 + ++index * 700, ' '));
+        const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
+        CHECK(bool(node) == (row.entries > 0));
+        if (node)
+            CHECK(MenuHost::withClass(*node, "menu-entry").size() == std::size_t(row.entries));
+        menu->removeFromParent();
+        table.host.frame();
+    }
+}
+
+TEST_CASE("content menu: files that include one another in a circle are told, and the rest opens")
+{
+    MenuHost table;
+    const QString second = table.write(QStringLiteral("second.json"), R"({"entries": [
+        {"text": "Back", "menu": "menu.json"}, {"text": "Map", "content": {"component": "panel", "classes": ["content"]}}]})");
+    expectWarning("ContentMenuWidget # " + second.toStdString()
+                  + ": entries[0].menu: menus include one another in a circle: menu.json > second.json > menu.json; it is skipped");
+    expectWarning("ContentMenuWidget # " + second.toStdString() + ": entries[0]: it leads to no entries; it is skipped");
+    const auto menu = table.menu(R"({"entries": [{"text": "On", "menu": "second.json"}]})");
+    const auto first = menu->prepare({960.f, 540.f});
+    table.host.frame(1.0);
+    table.tap(MenuHost::entry(*menu->nodeWidget(first), 0));
+    const auto opened = menu->nodeWidget(first + 1);
+    REQUIRE(opened);
+    CHECK(MenuHost::withClass(*opened, "menu-entry").size() == 1);
+}
+
+TEST_CASE("content menu: a file that cannot be read leaves the menu empty, and a menu without one says so")
+{
+    MenuHost table;
+    const auto broken = table.menu("{");
+    TestSupport::expectWarningStartingWith("ContentMenuWidget # " + table.path(QStringLiteral("menu.json")).toStdString() + ":1:1: ");
+    CHECK(broken->prepare({960.f, 540.f}) == 0);
+    // What a folder opened and nobody can use goes by itself.
+    table.host.frame();
+    CHECK_FALSE(broken->parent());
+
+    const auto none = Bedrock::makeIntrusive<Tavola::ContentMenuWidget>(&table.host.mainWidget());
+    expectWarning("ContentMenuWidget # Menu '' has no file; set its attribute \"menu\"");
+    CHECK(none->prepare({960.f, 540.f}) == 0);
+    const QString missing = table.path(QStringLiteral("none.json"));
+    static_cast<Facet::AttributeT<QString>&>(*none->attribute("menu")).setValue(missing);
+    expectWarning("ContentMenuWidget # cannot read the menu " + missing.toStdString() + " (No such file or directory); the menu stays empty");
+    CHECK(none->prepare({960.f, 540.f}) == 0);
+}
+
+TEST_CASE("content menu: a file is read once, and again when it has changed")
+{
+    MenuHost table;
+    expectWarning("ContentMenuWidget # " + table.path(QStringLiteral("menu.json")).toStdString()
+                  + ": entries[0]: expected one of \"entries\", \"menu\" and \"content\"; it is skipped");
+    const QByteArray json = R"({"entries": [{"text": "Nothing"}, {"text": "A", "content": {"component": "panel"}}]})";
+    const auto menu = table.menu(json);
+    CHECK(menu->prepare({500.f, 540.f}) > 0);
+    CHECK(menu->prepare({600.f, 540.f}) > 0); // tells nothing
+    table.write(QStringLiteral("menu.json"), MenuHost::entriesOf(5));
+    const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
+    REQUIRE(node);
+    CHECK(MenuHost::withClass(*node, "menu-entry").size() == 5);
+}

@@ -1,0 +1,147 @@
+#include "TestHost.hpp"
+
+#include <Tavola/LaunchedContentOperator.hpp>
+
+#include <doctest/doctest.h>
+
+using Bedrock::makeIntrusive;
+using Tavola::LaunchedContentOperator;
+using TestSupport::TestHost;
+using Vecta::Vector2f;
+
+namespace
+{
+constexpr float kPi = 3.14159265f;
+
+Bedrock::IntrusivePtr<Trellis::Widget> item(TestHost& host)
+{
+    const auto widget = makeIntrusive<Trellis::Widget>(&host.mainWidget());
+    widget->setSize({200.f, 100.f});
+    return widget;
+}
+
+bool isNear(Vector2f a, Vector2f b)
+{
+    return (a - b).length() < 0.5f;
+}
+}
+
+TEST_CASE("launched content: grows out of the point to its centre there, and fades in")
+{
+    TestHost host;
+    const auto widget = item(host);
+    widget->setScale(1.5f);
+    widget->addOperator(makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), 0.3f));
+    CHECK(widget->opacity() == 0.f);
+    float scale = widget->scale();
+    CHECK(scale < 0.2f);
+    for (int i = 0; i < 3; ++i) {
+        CHECK(isNear(widget->centerLocation(), {900.f, 500.f}));
+        host.frame(0.1);
+        CHECK(widget->scale() > scale);
+        scale = widget->scale();
+    }
+    host.frame(0.1);
+    CHECK(widget->scale() == 1.5f);
+    CHECK(widget->opacity() == 1.f);
+    CHECK_FALSE(widget->attribute("opacity")->hasValue(Facet::kUserLayer));
+    CHECK(isNear(widget->centerLocation(), {900.f, 500.f}));
+    CHECK(widget->operators().empty());
+}
+
+TEST_CASE("launched content: relative content ends with its location as an offset from the point")
+{
+    TestHost host;
+    const auto widget = item(host);
+    widget->setLocation({60.f, -20.f});
+    widget->addOperator(makeIntrusive<LaunchedContentOperator>(true, Vector2f(900.f, 500.f), 0.3f));
+    host.frame(1.0);
+    CHECK(isNear(widget->location(), {960.f, 480.f}));
+}
+
+TEST_CASE("launched content: relative content that is turned while it opens ends where the turn takes it")
+{
+    TestHost host;
+    const auto widget = item(host);
+    widget->setLocation({60.f, 0.f});
+    widget->addOperator(makeIntrusive<LaunchedContentOperator>(true, Vector2f(900.f, 500.f), 0.3f));
+    widget->setRotation(kPi / 2.f);
+    host.frame(1.0);
+    CHECK(isNear(widget->location(), {900.f, 560.f}));
+}
+
+TEST_CASE("launched content: the opening ends at a point that was moved meanwhile")
+{
+    TestHost host;
+    for (const bool relative : {true, false}) {
+        CAPTURE(relative);
+        const auto widget = item(host);
+        const auto opening = makeIntrusive<LaunchedContentOperator>(relative, Vector2f(900.f, 500.f), 0.3f);
+        widget->addOperator(opening);
+        host.frame(0.1);
+        opening->setRelativeLocation({300.f, 200.f});
+        host.frame(0.3);
+        CHECK(isNear(relative ? widget->location() : widget->centerLocation(), {300.f, 200.f}));
+        widget->removeFromParent();
+    }
+}
+
+TEST_CASE("launched content: a widget that gets its size while it opens still ends with its centre at the point")
+{
+    TestHost host;
+    const auto widget = item(host);
+    widget->addOperator(makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), 0.3f));
+    host.frame(0.1);
+    widget->setSize({400.f, 300.f});
+    host.frame(0.3);
+    CHECK(isNear(widget->centerLocation(), {900.f, 500.f}));
+}
+
+TEST_CASE("launched content: without a duration it is open in the next frame")
+{
+    TestHost host;
+    for (const float seconds : {0.f, -1.f}) {
+        const auto widget = item(host);
+        widget->addOperator(makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), seconds));
+        host.frame();
+        CHECK(widget->scale() == 1.f);
+        CHECK(widget->operators().empty());
+    }
+}
+
+TEST_CASE("launched content: taken away while it opens it leaves the widget where it was going")
+{
+    TestHost host;
+    const auto widget = item(host);
+    const auto opening = makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), 0.3f);
+    widget->addOperator(opening);
+    host.frame(0.1);
+    widget->removeOperator(*opening);
+    CHECK(widget->scale() == 1.f);
+    CHECK(widget->opacity() == 1.f);
+    CHECK(isNear(widget->centerLocation(), {900.f, 500.f}));
+}
+
+TEST_CASE("launched content: a finger that takes the widget while it opens keeps it")
+{
+    TestHost host;
+    host.style("Widget.it { movable: true }");
+    const auto widget = item(host);
+    widget->addCSSClass("it");
+    widget->addOperator(makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), 0.5f));
+    host.frame(0.1);
+    host.drag(1, {900.f, 500.f}, {1100.f, 600.f});
+    host.frames(2, 0.5);
+    CHECK(widget->scale() == 1.f);
+    CHECK(isNear(widget->centerLocation(), {1100.f, 600.f}));
+}
+
+TEST_CASE("launched content: a widget may leave while it opens")
+{
+    TestHost host; // whose end counts what is left
+    const auto widget = item(host);
+    widget->addOperator(makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), 0.3f));
+    host.frame(0.1);
+    widget->removeFromParent();
+    host.frames(2, 0.2);
+}
