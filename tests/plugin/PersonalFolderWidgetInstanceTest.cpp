@@ -1,0 +1,86 @@
+#include "folder/PersonalFolderWidgetInstance.hpp"
+
+#include "FolderHost.hpp"
+#include "LogCapture.hpp"
+
+#include <doctest/doctest.h>
+
+using PluginTest::FolderHost;
+using PluginTest::FolderItem;
+using PluginTest::Strings;
+using Tavola::PersonalFolderWidgetInstance;
+
+namespace
+{
+struct Table : FolderHost
+{
+    Table() { addFolder(); }
+    std::shared_ptr<PersonalFolderWidgetInstance> instance()
+    {
+        return std::dynamic_pointer_cast<PersonalFolderWidgetInstance>(host.tavola().widgetInstance(folder->id()));
+    }
+    Strings made(bool relative)
+    {
+        Strings names;
+        for (const auto& widget : instance()->createContents(relative)) {
+            CHECK_FALSE(widget->parent());
+            names.push_back(dynamic_cast<FolderItem&>(*widget).name);
+        }
+        return names;
+    }
+};
+}
+
+TEST_CASE("folder instance: the host finds it by the folder, it knows component and widget")
+{
+    Table table;
+    REQUIRE(table.instance());
+    CHECK(table.instance()->widget() == table.folder);
+    CHECK(table.instance()->component() == table.component);
+}
+
+TEST_CASE("folder instance: it makes what its two slots hold, in order and without parents")
+{
+    Table table;
+    CHECK(table.made(true).empty());
+    CHECK(table.made(false).empty());
+    table.addItem(FolderHost::kRelative, "r1");
+    table.addItem(FolderHost::kAbsolute, "a1");
+    table.addItem(FolderHost::kRelative, "r2");
+    table.addItem("some-other-slot", "x");
+    CHECK(table.made(true) == Strings{"r1", "r2"});
+    CHECK(table.made(false) == Strings{"a1"});
+}
+
+TEST_CASE("folder instance: every call makes new widgets, with instances that the host knows")
+{
+    Table table;
+    table.addItem(FolderHost::kRelative, "r");
+    const auto first = table.instance()->createContents(true);
+    const auto second = table.instance()->createContents(true);
+    REQUIRE(first.size() == 1);
+    REQUIRE(second.size() == 1);
+    CHECK(first[0] != second[0]);
+    CHECK(table.host.tavola().widgetInstance(first[0]->id()));
+    CHECK(table.host.tavola().widgetInstance(second[0]->id()));
+}
+
+TEST_CASE("folder instance: an assignment whose widget cannot be created is skipped")
+{
+    Table table;
+    const auto broken = std::make_shared<Tavola::WidgetComponent>(nullptr);
+    broken->setName("broken");
+    table.component->assign(FolderHost::kAbsolute, broken);
+    table.addItem(FolderHost::kAbsolute, "a");
+    TestSupport::expectWarning("UIComponent::createInstance # Component 'broken' made no widget");
+    CHECK(table.made(false) == Strings{"a"});
+}
+
+TEST_CASE("folder instance: one whose component has no slots makes nothing")
+{
+    Table table;
+    const auto instance = std::make_shared<PersonalFolderWidgetInstance>(
+        std::make_shared<Tavola::Component>(), Bedrock::IntrusivePtr<Trellis::Widget>(table.folder.get()));
+    CHECK(instance->createContents(true).empty());
+    CHECK(instance->createContents(false).empty());
+}

@@ -1,0 +1,744 @@
+#include "folder/PersonalFolderWidget.hpp"
+
+#include "FolderHost.hpp"
+#include "LogCapture.hpp"
+
+#include <Tavola/Utils.hpp>
+#include <Trellis/FadeAnimator.hpp>
+
+#include <doctest/doctest.h>
+
+using PluginTest::FolderHost;
+using PluginTest::FolderItem;
+using PluginTest::near;
+using PluginTest::operatorsOf;
+using PluginTest::sameDirection;
+using PluginTest::Strings;
+using Tavola::LaunchedContentOperator;
+using Tavola::MarkerTrackerOperator;
+using Tavola::PersonalFolderWidget;
+using Vecta::Vector2f;
+
+namespace
+{
+const Vector2f kCard{600.f, 400.f};
+const Vector2f kStyledPlace{30.f, 40.f}; ///< of an item
+
+/// A card on the table and a folder that is told of it by the test.
+struct Table : FolderHost
+{
+    std::int64_t id = 0;
+
+    explicit Table(float cardRotation = 0.f)
+    {
+        addFolder();
+        id = putDown(code, kCard, cardRotation);
+        host.frame();
+    }
+    void down() { folder->personalMarkerDown(*card(id)); }
+    void up() { folder->personalMarkerUp(*card(id)); }
+    void moveCard(Vector2f to)
+    {
+        host.input.markerMove(id, to);
+        host.frame();
+    }
+};
+
+bool isTemporary(const Trellis::Widget& widget)
+{
+    return widget.hasCSSClass(Tavola::Utils::temporaryWidgetCSSClass());
+}
+}
+
+TEST_CASE("folder: type, attributes and their defaults are as style sheets know them")
+{
+    Table table;
+    CHECK(table.folder->cssType() == "PersonalFolderWidget");
+    Strings own;
+    for (const auto* attribute : table.folder->attributes())
+        own.push_back(attribute->name().toStdString() + " " + attribute->toText().toStdString());
+    own.erase(own.begin(), own.end() - 5);
+    CHECK(own == Strings{"content-opening-duration 0.3", "follow-marker false", "dismiss-widgets false", "rotation-offset 90",
+                         "reverse-mode false"});
+}
+
+TEST_CASE("folder: the component makes a folder with its instance, which the host finds by the widget")
+{
+    Table table;
+    CHECK_FALSE(table.folder->parent());
+    CHECK(table.host.tavola().widgetInstance(table.folder->id()));
+}
+
+TEST_CASE("folder: card down opens all relative and then all absolute contents")
+{
+    Table table;
+    table.addItem(FolderHost::kAbsolute, "a1");
+    table.addItem(FolderHost::kRelative, "r1");
+    table.addItem(FolderHost::kAbsolute, "a2");
+    table.addItem(FolderHost::kRelative, "r2");
+    table.down();
+    CHECK(table.itemNames() == Strings{"r1", "r2", "a1", "a2"});
+    // The absolute ones are made when the relative ones have been opened.
+    CHECK(*table.log == Strings{"r1 made", "r2 made", "r1 took card", "r2 took card", "a1 made", "a2 made", "a1 took card",
+                                "a2 took card"});
+    for (const auto* item : table.items())
+        CHECK(isTemporary(*item));
+}
+
+TEST_CASE("folder: items open above what stands on the table")
+{
+    Table table;
+    const Bedrock::IntrusivePtr<Trellis::Widget> other(new Trellis::Widget(&table.host.mainWidget()));
+    table.addItem(FolderHost::kRelative, "r");
+    table.addItem(FolderHost::kAbsolute, "a");
+    table.down();
+    const auto& children = table.host.mainWidget().children();
+    REQUIRE(children.size() == 3);
+    CHECK(children[0] == other);
+    CHECK(children[1].get() == &table.item("r"));
+    CHECK(children[2].get() == &table.item("a"));
+}
+
+TEST_CASE("folder: an item has its opening before its tracker, and is no temporary content before it is tracked")
+{
+    Table table;
+    bool checked = false;
+    const auto item = Bedrock::makeIntrusive<FolderItem>("watched");
+    item->onTake = [&] {
+        checked = true;
+        CHECK(item->parent() == &table.host.mainWidget());
+        CHECK(operatorsOf<LaunchedContentOperator>(*item).size() == 1);
+        CHECK(operatorsOf<MarkerTrackerOperator>(*item).empty());
+        CHECK_FALSE(isTemporary(*item));
+    };
+    table.component->assign(FolderHost::kRelative, std::make_shared<Tavola::WidgetComponent>([item] { return item; }));
+    table.down();
+    CHECK(checked);
+    REQUIRE(item->operators().size() == 2);
+    CHECK(dynamic_cast<LaunchedContentOperator*>(item->operators()[0].get()));
+    CHECK(dynamic_cast<MarkerTrackerOperator*>(item->operators()[1].get()));
+    CHECK(isTemporary(*item));
+    item->onTake = nullptr;
+    table.component.reset();
+}
+
+TEST_CASE("folder: relative items end at their styled place from the card, absolute ones with their centre at it")
+{
+    Table table(0.7f);
+    table.addItem(FolderHost::kRelative, "r");
+    table.addItem(FolderHost::kAbsolute, "a");
+    table.down();
+    table.finishOpening();
+    CHECK(near(table.item("r").location(), kCard + kStyledPlace));
+    CHECK(near(table.item("a").centerLocation(), kCard));
+    CHECK(table.item("r").rotation() == 0.f);
+    CHECK(table.item("a").rotation() == 0.f);
+}
+
+TEST_CASE("folder: the card's place is mapped into a main widget that is turned and scaled")
+{
+    Table table;
+    table.host.mainWidget().setScale(0.5f);
+    table.host.mainWidget().setRotation(0.4f);
+    table.host.mainWidget().setLocation({50.f, -20.f});
+    table.addItem(FolderHost::kRelative, "r");
+    table.addItem(FolderHost::kAbsolute, "a");
+    table.down();
+    table.finishOpening();
+    CHECK(near(table.seenCentre(table.item("a")), kCard, 0.2f));
+    CHECK(near(table.item("r").location(), table.host.mainWidget().mapFromScene(kCard) + kStyledPlace, 0.2f));
+}
+
+TEST_CASE("folder: the opening takes as long as the attribute says")
+{
+    Table table;
+    table.addItem(FolderHost::kRelative, "r");
+    SUBCASE("0.3 seconds at first")
+    {
+        table.down();
+        table.host.frame(0.25);
+        CHECK(operatorsOf<LaunchedContentOperator>(table.item("r")).size() == 1);
+        table.host.frame(0.1);
+    }
+    SUBCASE("two seconds by style")
+    {
+        table.host.style("PersonalFolderWidget { content-opening-duration: 2 }");
+        table.folder->updateStyle();
+        table.down();
+        table.host.frame(1.9);
+        CHECK(operatorsOf<LaunchedContentOperator>(table.item("r")).size() == 1);
+        table.host.frame(0.2);
+    }
+    CHECK(operatorsOf<LaunchedContentOperator>(table.item("r")).empty());
+}
+
+TEST_CASE("folder: each card that comes down opens contents of its own")
+{
+    Table table;
+    table.addItem(FolderHost::kRelative, "r");
+    table.down();
+    const auto otherId = table.putDown(PluginTest::newCode(), {300.f, 200.f});
+    table.folder->personalMarkerDown(*table.card(otherId));
+    table.finishOpening();
+    REQUIRE(table.items().size() == 2);
+    CHECK(near(table.items()[0]->location(), kCard + kStyledPlace));
+    CHECK(near(table.items()[1]->location(), Vector2f(300.f, 200.f) + kStyledPlace));
+}
+
+TEST_CASE("folder: a component that is in a slot twice opens twice")
+{
+    Table table;
+    const auto one = table.itemComponent("r");
+    table.component->assign(FolderHost::kRelative, one);
+    table.component->assign(FolderHost::kRelative, one);
+    table.down();
+    CHECK(table.itemNames() == Strings{"r", "r"});
+}
+
+TEST_CASE("folder: without an instance nothing opens")
+{
+    Table table;
+    const PluginTest::FolderHost::Folder* const before = table.folder.get();
+    const auto lonely = Bedrock::makeIntrusive<PersonalFolderWidget>();
+    REQUIRE(lonely.get() != before);
+    lonely->personalMarkerDown(*table.card(table.id));
+    lonely->createContents(*table.card(table.id));
+    CHECK(table.host.mainWidget().children().empty());
+}
+
+TEST_CASE("folder: an empty one opens nothing")
+{
+    Table table;
+    table.down();
+    table.up();
+    CHECK(table.host.mainWidget().children().empty());
+}
+
+TEST_CASE("folder: an assignment whose widget cannot be created is skipped, the others open")
+{
+    Table table;
+    table.addItem(FolderHost::kRelative, "first");
+    const auto broken = std::make_shared<Tavola::WidgetComponent>([] { return Bedrock::IntrusivePtr<Trellis::Widget>(); });
+    broken->setName("broken");
+    table.component->assign(FolderHost::kRelative, broken);
+    table.addItem(FolderHost::kRelative, "second");
+    TestSupport::expectWarning("UIComponent::createInstance # Component 'broken' made no widget");
+    table.down();
+    CHECK(table.itemNames() == Strings{"first", "second"});
+}
+
+TEST_CASE("folder: what shows nothing in a slot is skipped, the others open")
+{
+    Table table;
+    table.component->assign(FolderHost::kAbsolute, std::make_shared<Tavola::Component>());
+    table.addItem(FolderHost::kAbsolute, "a");
+    table.down();
+    CHECK(table.itemNames() == Strings{"a"});
+}
+
+TEST_CASE("folder: what was taken out of a slot does not open any more, what is open stays")
+{
+    Table table;
+    const auto one = table.itemComponent("r");
+    table.component->assign(FolderHost::kRelative, one);
+    table.down();
+    table.component->unassign(FolderHost::kRelative, one);
+    table.down();
+    CHECK(table.items().size() == 1);
+}
+
+// ---- Following -------------------------------------------------------------------------------------------------------
+
+TEST_CASE("follow: relative items and menus move with the card, absolute items do not")
+{
+    Table table;
+    table.set("follow-marker", true);
+    table.set("rotation-offset", 0.f);
+    table.addItem(FolderHost::kRelative, "r");
+    table.addItem(FolderHost::kAbsolute, "a");
+    table.addMenu(FolderHost::kRelative);
+    table.addMenu(FolderHost::kAbsolute);
+    table.down();
+    table.finishOpening();
+    REQUIRE(table.menus().size() == 2);
+    const auto relative = table.seen(table.item("r"));
+    const auto absolute = table.seen(table.item("a"));
+    const auto firstNode = table.seen(table.nodeOf(*table.menus()[0]));
+    const auto secondNode = table.seen(table.nodeOf(*table.menus()[1]));
+    const Vector2f way(45.f, -25.f);
+    table.moveCard(kCard + way);
+    CHECK(near(table.seen(table.item("r")), relative + way));
+    CHECK(near(table.seen(table.item("a")), absolute));
+    CHECK(near(table.seen(table.nodeOf(*table.menus()[0])), firstNode + way));
+    CHECK(near(table.seen(table.nodeOf(*table.menus()[1])), secondNode + way));
+}
+
+TEST_CASE("follow: without the attribute nothing moves")
+{
+    Table table;
+    table.addItem(FolderHost::kRelative, "r");
+    table.addItem(FolderHost::kAbsolute, "a");
+    table.addMenu(FolderHost::kRelative);
+    table.down();
+    table.finishOpening();
+    const auto relative = table.seen(table.item("r"));
+    const auto absolute = table.seen(table.item("a"));
+    const auto node = table.seen(table.nodeOf(*table.menus()[0]));
+    table.moveCard({700.f, 500.f});
+    CHECK(near(table.seen(table.item("r")), relative));
+    CHECK(near(table.seen(table.item("a")), absolute));
+    CHECK(near(table.seen(table.nodeOf(*table.menus()[0])), node));
+}
+
+TEST_CASE("follow: the attribute counts as it is when the content is opened")
+{
+    Table table;
+    table.addItem(FolderHost::kRelative, "r");
+    table.down();
+    table.set("follow-marker", true);
+    table.finishOpening();
+    table.moveCard({700.f, 500.f});
+    CHECK(near(table.item("r").location(), kCard + kStyledPlace));
+}
+
+TEST_CASE("follow: a following item has the card's rotation and the folder's offset, in degrees")
+{
+    Table table(0.25f);
+    table.set("follow-marker", true);
+    table.addItem(FolderHost::kRelative, "r");
+    table.addItem(FolderHost::kAbsolute, "a");
+    double offset = PluginTest::kPi / 2;
+    SUBCASE("90 at first") {}
+    SUBCASE("as styled")
+    {
+        table.host.style("PersonalFolderWidget { rotation-offset: -45 }");
+        table.folder->updateStyle();
+        offset = -PluginTest::kPi / 4;
+    }
+    table.down();
+    CHECK(sameDirection(table.item("r").rotation(), 0.25 + offset));
+    CHECK(table.item("a").rotation() == 0.f);
+    table.finishOpening();
+    CHECK(sameDirection(table.item("r").rotation(), 0.25 + offset));
+}
+
+TEST_CASE("follow: with several cards each item goes with the card that opened it")
+{
+    Table table;
+    table.set("follow-marker", true);
+    table.set("rotation-offset", 0.f);
+    table.addItem(FolderHost::kRelative, "r");
+    table.down();
+    const auto otherId = table.putDown(PluginTest::newCode(), {300.f, 200.f});
+    table.folder->personalMarkerDown(*table.card(otherId));
+    table.finishOpening();
+    table.host.input.markerMove(otherId, {310.f, 200.f});
+    table.moveCard(kCard + Vector2f(0.f, 20.f));
+    CHECK(near(table.items()[0]->location(), kCard + kStyledPlace + Vector2f(0.f, 20.f)));
+    CHECK(near(table.items()[1]->location(), Vector2f(310.f, 200.f) + kStyledPlace));
+}
+
+// ---- Lifting ---------------------------------------------------------------------------------------------------------
+
+TEST_CASE("lifting: card up alone dismisses nothing")
+{
+    Table table;
+    table.addItem(FolderHost::kRelative, "r");
+    table.addMenu(FolderHost::kAbsolute);
+    table.down();
+    table.up();
+    table.finishOpening();
+    table.lift(table.id);
+    table.host.frames(30);
+    CHECK(table.items().size() == 1);
+    CHECK(table.menus().size() == 1);
+    CHECK(table.item("r").operators().empty());
+    CHECK(table.item("r").opacity() == doctest::Approx(1.f));
+}
+
+TEST_CASE("lifting: with dismiss-widgets items fade out in 0.2 seconds and are deleted")
+{
+    Table table;
+    table.set("dismiss-widgets", true);
+    table.addItem(FolderHost::kRelative, "r");
+    table.addItem(FolderHost::kAbsolute, "a");
+    table.down();
+    table.finishOpening();
+    CHECK(table.items().size() == 2);
+    const Bedrock::IntrusiveWeakPtr<FolderItem> watched(&table.item("r"));
+    table.host.input.markerUp(table.id);
+    table.host.frame(0.0);
+    REQUIRE(table.items().size() == 2);
+    for (const auto* item : table.items()) {
+        CHECK(Trellis::FadeAnimator::isFadingOut(*item));
+        CHECK(operatorsOf<MarkerTrackerOperator>(*item).empty());
+    }
+    table.host.frame(0.1);
+    REQUIRE(table.items().size() == 2);
+    CHECK(table.item("r").opacity() == doctest::Approx(0.5f).epsilon(0.05));
+    table.host.frame(0.09);
+    CHECK(table.items().size() == 2);
+    table.host.frame(0.02);
+    CHECK(table.items().empty());
+    table.host.frame();
+    CHECK_FALSE(watched.lock());
+}
+
+TEST_CASE("lifting: with dismiss-widgets an item that still opens goes too")
+{
+    Table table;
+    table.set("dismiss-widgets", true);
+    table.addItem(FolderHost::kRelative, "r");
+    table.down();
+    table.host.frames(2);
+    table.lift(table.id);
+    table.host.frames(30);
+    CHECK(table.items().empty());
+}
+
+TEST_CASE("lifting: with dismiss-widgets only what the lifted card opened goes")
+{
+    Table table;
+    table.set("dismiss-widgets", true);
+    table.addItem(FolderHost::kRelative, "r");
+    table.down();
+    const auto otherId = table.putDown(PluginTest::newCode(), {300.f, 200.f});
+    table.folder->personalMarkerDown(*table.card(otherId));
+    table.finishOpening();
+    table.lift(table.id);
+    table.host.frames(30);
+    REQUIRE(table.items().size() == 1);
+    CHECK(near(table.items()[0]->location(), Vector2f(300.f, 200.f) + kStyledPlace));
+}
+
+TEST_CASE("lifting: an item that a visitor has closed is no trouble, and the others go")
+{
+    Table table;
+    table.set("dismiss-widgets", true);
+    table.addItem(FolderHost::kRelative, "closed");
+    table.addItem(FolderHost::kRelative, "open");
+    table.down();
+    table.finishOpening();
+    table.item("closed").removeFromParent();
+    table.host.frame();
+    table.lift(table.id);
+    table.host.frames(30);
+    CHECK(table.items().empty());
+}
+
+TEST_CASE("lifting: items stay and are dismissed when their folder has gone")
+{
+    Table table;
+    table.set("dismiss-widgets", true);
+    table.set("follow-marker", true);
+    table.addItem(FolderHost::kRelative, "r");
+    table.down();
+    table.folder.reset();
+    table.component.reset();
+    table.finishOpening();
+    CHECK(table.items().size() == 1);
+    table.moveCard({700.f, 500.f});
+    table.lift(table.id);
+    table.host.frames(30);
+    CHECK(table.items().empty());
+}
+
+TEST_CASE("lifting: with dismiss-widgets the menu closes the node that was opened for the card")
+{
+    Table table;
+    table.set("dismiss-widgets", true);
+    table.addMenu(FolderHost::kRelative);
+    table.down();
+    table.finishOpening();
+    REQUIRE(table.menus().size() == 1);
+    const Bedrock::IntrusivePtr<Tavola::ContentMenuWidget> menu(table.menus()[0]);
+    const auto other = menu->prepare({900.f, 500.f});
+    const auto node = other - 1;
+    REQUIRE(menu->nodeWidget(node));
+    table.lift(table.id);
+    CHECK_FALSE(menu->nodeWidget(node));
+    CHECK(menu->nodeWidget(other));
+    table.host.frames(30);
+    CHECK(menu->nodeWidget(other));
+    CHECK(menu->parent() == &table.host.mainWidget());
+}
+
+// ---- Menus -----------------------------------------------------------------------------------------------------------
+
+TEST_CASE("menu: it opens at the card as temporary content of class personal-menu, with its tracker")
+{
+    Table table(0.5f);
+    table.addMenu(FolderHost::kRelative);
+    table.addMenu(FolderHost::kAbsolute);
+    table.down();
+    REQUIRE(table.menus().size() == 2);
+    table.finishOpening();
+    for (auto* menu : table.menus()) {
+        CHECK(menu->hasCSSClass("personal-menu"));
+        CHECK(isTemporary(*menu));
+        CHECK(operatorsOf<MarkerTrackerOperator>(*menu).size() == 1);
+        CHECK(operatorsOf<LaunchedContentOperator>(*menu).empty());
+        CHECK(near(table.seenCentre(table.nodeOf(*menu)), kCard, 1.f));
+    }
+}
+
+TEST_CASE("menu: items are not of class personal-menu")
+{
+    Table table;
+    table.addItem(FolderHost::kRelative, "r");
+    table.down();
+    CHECK_FALSE(table.item("r").hasCSSClass("personal-menu"));
+}
+
+TEST_CASE("menu: the order of the slot holds for menus and items alike")
+{
+    Table table;
+    table.addItem(FolderHost::kRelative, "before");
+    table.addMenu(FolderHost::kRelative);
+    table.addItem(FolderHost::kRelative, "after");
+    table.down();
+    const auto& children = table.host.mainWidget().children();
+    REQUIRE(children.size() == 3);
+    CHECK(children[0].get() == &table.item("before"));
+    CHECK(dynamic_cast<Tavola::ContentMenuWidget*>(children[1].get()));
+    CHECK(children[2].get() == &table.item("after"));
+}
+
+TEST_CASE("menu: under a turned and scaled main widget it opens at the card")
+{
+    Table table;
+    table.host.mainWidget().setScale(0.5f);
+    table.host.mainWidget().setRotation(0.4f);
+    table.addMenu(FolderHost::kRelative);
+    table.down();
+    table.finishOpening();
+    CHECK(near(table.seenCentre(table.nodeOf(*table.menus()[0])), kCard, 1.f));
+}
+
+// ---- Reverse mode ----------------------------------------------------------------------------------------------------
+
+namespace
+{
+/// A folder in reverse mode with an item and a menu, and a card that was lifted from it.
+struct ReverseTable : Table
+{
+    Tactile::Marker marker{1, 1, {0.f, 0.f}};
+    Tactile::Marker other{9999, 4242, {300.f, 200.f}};
+
+    explicit ReverseTable(bool dismiss = true)
+    {
+        set("reverse-mode", true);
+        set("dismiss-widgets", dismiss);
+        addItem(kRelative, "r");
+        addItem(kAbsolute, "a");
+        marker = *card(id);
+        lift(id);
+    }
+    void down() { folder->personalMarkerDown(marker); }
+    void up() { folder->personalMarkerUp(marker); }
+    /// Lets what was dismissed go.
+    void settle() { host.frames(30); }
+};
+}
+
+TEST_CASE("reverse mode: card up opens, and the next card down dismisses")
+{
+    ReverseTable table;
+    table.down();
+    CHECK(table.items().empty());
+    table.up();
+    CHECK(table.itemNames() == Strings{"r", "a"});
+    table.settle();
+    CHECK(table.items().size() == 2);
+    table.down();
+    for (const auto* item : table.items())
+        CHECK(Trellis::FadeAnimator::isFadingOut(*item));
+    table.settle();
+    CHECK(table.items().empty());
+}
+
+TEST_CASE("reverse mode: the card down dismisses exactly what the same marker id opened")
+{
+    ReverseTable table;
+    table.up();
+    table.folder->personalMarkerUp(table.other);
+    const auto before = table.items();
+    REQUIRE(before.size() == 4);
+    SUBCASE("the first card")
+    {
+        table.down();
+        table.settle();
+        CHECK(table.items() == std::vector<FolderItem*>{before[2], before[3]});
+    }
+    SUBCASE("the second card")
+    {
+        table.folder->personalMarkerDown(table.other);
+        table.settle();
+        CHECK(table.items() == std::vector<FolderItem*>{before[0], before[1]});
+    }
+    SUBCASE("a card that opened nothing")
+    {
+        table.folder->personalMarkerDown(Tactile::Marker(77, table.marker.code(), kCard));
+        table.settle();
+        CHECK(table.items().size() == 4);
+    }
+    SUBCASE("both cards, in turn")
+    {
+        table.down();
+        table.folder->personalMarkerDown(table.other);
+        table.settle();
+        CHECK(table.items().empty());
+    }
+}
+
+TEST_CASE("reverse mode: a second card down does nothing")
+{
+    ReverseTable table;
+    table.up();
+    table.down();
+    table.settle();
+    REQUIRE(table.items().empty());
+    table.folder->personalMarkerUp(table.other);
+    table.down();
+    table.down();
+    table.settle();
+    CHECK(table.items().size() == 2);
+}
+
+TEST_CASE("reverse mode: what two liftings opened goes with one card down")
+{
+    ReverseTable table;
+    table.up();
+    table.up();
+    CHECK(table.items().size() == 4);
+    table.down();
+    table.settle();
+    CHECK(table.items().empty());
+}
+
+TEST_CASE("reverse mode: after a dismissal the card opens anew")
+{
+    ReverseTable table;
+    table.up();
+    table.down();
+    table.settle();
+    table.up();
+    CHECK(table.items().size() == 2);
+    table.down();
+    table.settle();
+    CHECK(table.items().empty());
+}
+
+TEST_CASE("reverse mode: where widgets are not dismissed they stay, and lose manual control when the card comes down")
+{
+    ReverseTable table(false);
+    table.up();
+    table.settle();
+    for (const auto* item : table.items())
+        CHECK(item->hasCSSClass("manual-control"));
+    table.down();
+    table.settle();
+    REQUIRE(table.items().size() == 2);
+    for (const auto* item : table.items()) {
+        CHECK_FALSE(item->hasCSSClass("manual-control"));
+        CHECK(item->operators().empty());
+    }
+}
+
+TEST_CASE("reverse mode: an item that has gone meanwhile is skipped")
+{
+    ReverseTable table;
+    table.up();
+    table.settle();
+    table.item("r").removeFromParent();
+    table.host.frames(2);
+    table.down();
+    table.settle();
+    CHECK(table.items().empty());
+}
+
+TEST_CASE("reverse mode: an item whose tracker has ended meanwhile is left alone")
+{
+    ReverseTable table;
+    table.up();
+    table.settle();
+    auto& item = table.item("r");
+    item.removeOperator(*operatorsOf<MarkerTrackerOperator>(item).at(0));
+    table.down();
+    table.settle();
+    CHECK(table.itemNames() == Strings{"r"});
+}
+
+TEST_CASE("reverse mode: items stay when the folder goes")
+{
+    ReverseTable table;
+    table.up();
+    table.folder.reset();
+    table.component.reset();
+    table.settle();
+    CHECK(table.items().size() == 2);
+}
+
+TEST_CASE("reverse mode: items neither follow nor go while the card does what it wants")
+{
+    ReverseTable table;
+    table.set("follow-marker", true);
+    table.up();
+    table.settle();
+    const auto location = table.item("r").location();
+    CHECK(table.putDown(table.code, {610.f, 410.f}) == table.id);
+    table.moveCard({800.f, 600.f});
+    table.lift(table.id);
+    table.settle();
+    CHECK(table.items().size() == 2);
+    CHECK(table.item("r").location() == location);
+}
+
+TEST_CASE("reverse mode: nobody is handed a card that was lifted")
+{
+    ReverseTable table;
+    table.up();
+    for (const auto* item : table.items())
+        CHECK(item->taken.empty());
+}
+
+TEST_CASE("reverse mode: items open where the card was lifted")
+{
+    ReverseTable table;
+    table.up();
+    table.settle();
+    CHECK(near(table.item("a").centerLocation(), kCard));
+    CHECK(near(table.item("r").location(), kCard + kStyledPlace));
+}
+
+TEST_CASE("reverse mode: menus close their node when the card comes down")
+{
+    Table table;
+    table.set("reverse-mode", true);
+    table.set("dismiss-widgets", true);
+    table.addMenu(FolderHost::kAbsolute);
+    const auto marker = *table.card(table.id);
+    table.lift(table.id);
+    table.folder->personalMarkerUp(marker);
+    table.host.frames(30);
+    REQUIRE(table.menus().size() == 1);
+    const Bedrock::IntrusivePtr<Tavola::ContentMenuWidget> menu(table.menus()[0]);
+    const auto* node = &table.nodeOf(*menu);
+    CHECK(node->isVisible());
+    table.folder->personalMarkerDown(marker);
+    table.host.frames(30);
+    CHECK_FALSE(menu->findByType("ContentMenuNode"));
+}
+
+TEST_CASE("reverse mode: outside it nothing is remembered for a later card down")
+{
+    Table table;
+    table.set("dismiss-widgets", true);
+    table.addItem(FolderHost::kRelative, "r");
+    const auto marker = *table.card(table.id);
+    table.down();
+    table.set("reverse-mode", true);
+    table.folder->personalMarkerDown(marker);
+    table.host.frames(30);
+    CHECK(table.items().size() == 1);
+}
