@@ -1,6 +1,7 @@
 #include "Inspector.hpp"
 
 #include "../TableLog.hpp"
+#include "GrabReport.hpp"
 #include "WidgetReport.hpp"
 
 #include <Tactile/TuioInput.hpp>
@@ -56,10 +57,11 @@ QJsonObject refusalReport(const std::array<std::uint64_t, Tactile::kOscRefusalCo
 }
 
 const char* const kIndex = "GET  /tree            the widgets\n"
-                           "GET  /screenshot.png  the table as it stands\n"
+                           "GET  /screenshot.png  the table as it stands; ?rect=x,y,width,height for a part\n"
                            "GET  /log             log lines\n"
                            "GET  /analytics       what visitors did\n"
                            "GET  /input           counts of the table's input\n"
+                           "GET  /grabs           the cards on the table and who holds them\n"
                            "GET  /mail            the outbox of each e-mail service\n"
                            "GET  /status          time, frames, what is under way\n"
                            "POST /frames?count=N&dt=SECONDS   run frames (manual clock only)\n";
@@ -80,16 +82,16 @@ LoopbackHttpServer::Response Inspector::answer(const LoopbackHttpServer::Request
         return refusal(200, kIndex);
     if (request.path == QLatin1String("/tree"))
         return {200, "application/json", bytes(widgetReport(*m_subject.application.mainLayer()))};
-    if (request.path == QLatin1String("/screenshot.png")) {
-        const QByteArray png = screenshot();
-        return png.isEmpty() ? refusal(500, "the picture of the table cannot be made") : LoopbackHttpServer::Response{200, "image/png", png};
-    }
+    if (request.path == QLatin1String("/screenshot.png"))
+        return screenshot(request);
     if (request.path == QLatin1String("/log"))
         return {200, "application/json", bytes(m_subject.log.lines())};
     if (request.path == QLatin1String("/analytics"))
         return {200, "application/json", bytes(m_subject.log.analytics())};
     if (request.path == QLatin1String("/input"))
         return {200, "application/json", inputReport()};
+    if (request.path == QLatin1String("/grabs"))
+        return {200, "application/json", bytes(grabReport(*m_subject.application.grabManager()))};
     if (request.path == QLatin1String("/mail"))
         return {200, "application/json", bytes(m_subject.mail ? m_subject.mail() : QJsonArray())};
     if (request.path == QLatin1String("/status"))
@@ -118,13 +120,27 @@ LoopbackHttpServer::Response Inspector::runFrames(const LoopbackHttpServer::Requ
     return {200, "application/json", statusReport()};
 }
 
-QByteArray Inspector::screenshot() const
+LoopbackHttpServer::Response Inspector::screenshot(const LoopbackHttpServer::Request& request) const
 {
+    QImage image = m_subject.application.renderToImage();
+    const QString area = request.query.queryItemValue(QStringLiteral("rect"));
+    if (!area.isEmpty()) {
+        std::array<int, 4> numbers{};
+        const QStringList parts = area.split(QLatin1Char(','));
+        bool ok = parts.size() == int(numbers.size());
+        for (int i = 0; ok && i < parts.size(); ++i)
+            numbers[std::size_t(i)] = parts[i].toInt(&ok);
+        const QRect rect = QRect(numbers[0], numbers[1], numbers[2], numbers[3]).intersected(image.rect());
+        if (!ok || rect.isEmpty())
+            return refusal(400, "rect is x,y,width,height in whole pixels of the table");
+        image = image.copy(rect);
+    }
     QByteArray png;
     QBuffer buffer(&png);
     buffer.open(QIODevice::WriteOnly);
-    m_subject.application.renderToImage().save(&buffer, "PNG");
-    return png;
+    if (!image.save(&buffer, "PNG"))
+        return refusal(500, "the picture of the table cannot be made");
+    return {200, "image/png", png};
 }
 
 QByteArray Inspector::inputReport() const

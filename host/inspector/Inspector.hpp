@@ -18,7 +18,7 @@ class Application;
 }
 
 /// Lets tools look at a running table over HTTP on the loopback address: GET /tree, /screenshot.png, /log, /analytics,
-/// /input, /mail, /status; POST /frames?count=N&dt=SECONDS under the manual clock. GET / lists them.
+/// /input, /grabs, /mail, /status; POST /frames?count=N&dt=SECONDS under the manual clock. GET / lists them.
 class Inspector
 {
 public:
@@ -43,7 +43,7 @@ public:
 private:
     LoopbackHttpServer::Response answer(const LoopbackHttpServer::Request& request);
     LoopbackHttpServer::Response runFrames(const LoopbackHttpServer::Request& request);
-    [[nodiscard]] QByteArray screenshot() const;
+    [[nodiscard]] LoopbackHttpServer::Response screenshot(const LoopbackHttpServer::Request& request) const;
     [[nodiscard]] QByteArray inputReport() const;
     [[nodiscard]] QByteArray statusReport() const;
 

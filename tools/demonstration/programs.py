@@ -105,9 +105,10 @@ class Table(Program):
     def frames(self, count=1, dt=1 / 60):
         fetch(f"{self.inspector}/frames?count={count}&dt={dt}", b"")
 
-    def screenshot(self, path):
+    def screenshot(self, path, rect=None):
+        part = "?rect=" + ",".join(f"{number:.0f}" for number in rect) if rect else ""
         with open(path, "wb") as file:
-            file.write(fetch(self.inspector + "/screenshot.png"))
+            file.write(fetch(self.inspector + "/screenshot.png" + part))
 
     def tree(self):
         return self.get("/tree")

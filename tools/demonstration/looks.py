@@ -1,0 +1,196 @@
+"""Photographs every state of a personal space, its tooltips and the e-mail popup, for the documentation.
+
+usage: tools/screenshots [--build DIR] [--out DIR]
+"""
+import argparse
+import os
+import shutil
+import sqlite3
+import sys
+import tempfile
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+
+from programs import Failure, MediaServer, by_class, by_id, by_type, centre  # noqa: E402
+from visit import PRESENTATIONS, ROOT, Visit, World  # noqa: E402
+
+CARD = (1150, 480)
+DROP = (1150, 470)
+MARGIN = 24
+
+
+class Looks(Visit):
+    """A table to be photographed: `take` crops the picture to a widget and its surroundings."""
+
+    def take(self, name, *widgets):
+        self.settle()
+        rects = [widget["rect"] for widget in widgets]
+        left = max(0, min(rect["x"] for rect in rects) - MARGIN)
+        top = max(0, min(rect["y"] for rect in rects) - MARGIN)
+        right = min(1920, max(rect["x"] + rect["width"] for rect in rects) + MARGIN)
+        bottom = min(1080, max(rect["y"] + rect["height"] for rect in rects) + MARGIN)
+        self.table.screenshot(os.path.join(self.world.out, name + ".png"), (left, top, right - left, bottom - top))
+        print(f"  {name}", flush=True)
+
+    def card(self, code, point=CARD):
+        self.stage.act(f"at 0.1 card {code} down {point[0]} {point[1]} angle 0\nat 0.6 card {code} up", 1.4)
+
+    def collect(self):
+        self.drag("paper-moons", DROP)
+        self.drag("opening-hours", DROP)
+        self.stage.play(1)
+
+
+class UploadLooks(Looks):
+    def __init__(self, world):
+        super().__init__(world)
+        gallery = os.path.join(PRESENTATIONS, "gallery")
+        media_server = world.add(MediaServer(world.build, os.path.join(gallery, "media"), world.folder))
+        self.open_table(gallery, ["--media-server", media_server.address])
+        self.card(1001, (1150, 560))
+        self.collect()
+        self.table.wait_until("uploads", lambda: all("uploaded" in tile["classes"] for tile in self.tiles()))
+        self.take("personal-space", self.space())
+        self.settle()
+        self.table.screenshot(os.path.join(world.out, "table.png"))
+        print("  table", flush=True)
+
+
+class MailLooks(Looks):
+    def __init__(self, world):
+        super().__init__(world)
+        from mail_server import MailServer
+        self.mail = world.add(MailServer(world.folder))
+        self.open_table(os.path.join(PRESENTATIONS, "mailroom"), ["--mail-server", self.mail.address])
+        self.of_an_unregistered_card()
+        self.of_a_failure()
+        self.of_tooltips()
+        self.of_the_popup()
+
+    def of_an_unregistered_card(self):
+        self.card(1004)
+        self.collect()
+        self.take("unregistered", self.space())
+        self.tap(self.child("envelope"))
+        self.stage.play(0.4)
+        self.take("no-email", self.space())
+        self.tap(by_type(self.space(), "TextEditWidget")[0])
+        self.stage.play(0.8)
+        self.type("lena.o@museum.test")
+        self.take("waiting-with-keyboard", self.space(), self.keyboard())
+        self.mail.hold()
+        self.press("key-enter")
+        self.stage.play(1.2)
+        self.take("sending", self.space())
+        self.mail.release()
+        self.table.wait_until("the mail", lambda: self.has_class("email-successful"))
+        self.stage.play(1)
+        self.take("successful", self.space())
+        self.register("registering", "registered", "lena")
+
+    def register(self, registering, outcome, name):
+        """While another program holds the registry the space waits for it."""
+        registry = sqlite3.connect(os.path.join(self.world.folder, "data", "people.sqlite"), isolation_level=None)
+        registry.execute("BEGIN IMMEDIATE")
+        self.tap(by_type(self.space(), "TextEditWidget")[0])
+        self.stage.play(0.8)
+        self.type(name)
+        self.press("key-enter")
+        self.stage.play(0.6)
+        self.take(registering, self.space())
+        if outcome == "registered":
+            registry.execute("ROLLBACK")
+        self.table.wait_until("the registry's answer", lambda: not self.has_class("registering"))
+        self.stage.play(0.3)
+        self.take(outcome, self.space())
+        if registry.in_transaction:
+            registry.execute("ROLLBACK")
+        registry.close()
+        self.close_space()
+
+    def close_space(self):
+        """Spaces that nobody touches go away."""
+        self.table.frames(130, 1)
+        self.table.frames(60)
+
+    def of_a_failure(self):
+        self.card(1001)
+        self.collect()
+        self.take("initial", self.space())
+        self.mail.refusal = "554 This mailbox is closed"
+        self.tap(self.child("envelope"))
+        self.table.wait_until("the refusal", lambda: self.has_class("email-failed"))
+        self.mail.refusal = None
+        self.stage.play(0.3)
+        self.take("failed", self.space())
+        self.close_space()
+        # A card without a name whose registration fails: nobody lets go of the registry in time.
+        self.card(1003)
+        self.drag("terraces", DROP)
+        self.stage.play(0.5)
+        self.tap(self.child("envelope"))
+        self.table.wait_until("the mail", lambda: self.has_class("email-successful"))
+        self.stage.play(0.5)
+        self.register("registering-again", "registering-failed", "ida")
+        os.remove(os.path.join(self.world.out, "registering-again.png"))
+
+    def of_tooltips(self):
+        self.card(1001)
+        self.tap(self.child("help-button"))
+        self.stage.play(0.5)
+        self.take("tooltip-help", self.space(), by_type(self.space(), "TooltipWidget")[-1])
+        self.tap(self.child("help-button"))
+        self.stage.play(1)
+        self.tap(self.child("info"))
+        self.stage.play(0.5)
+        self.take("tooltip-email", self.space(), by_type(self.space(), "TooltipWidget")[-1])
+        self.close_space()
+
+    def popup(self):
+        popups = by_type(self.table.tree(), "EmailSendingPopupWidget")
+        if not popups:
+            raise Failure("no popup is open")
+        return popups[-1]
+
+    def of_the_popup(self):
+        x, y = centre(by_id(self.table.tree(), "night-harbour")[0])
+        self.stage.act(f"at 0.1 card 1001 down {x:.0f} {y:.0f} angle 270\nat 1.2 card 1001 up", 2)
+        self.take("popup-waiting", self.popup())
+        self.mail.hold()
+        self.tap(by_class(self.popup(), "send-button")[0])
+        self.stage.play(1.2)
+        self.take("popup-sending", self.popup())
+        self.mail.release()
+        self.table.wait_until("the mail", lambda: "email-successful" in self.popup()["classes"])
+        self.stage.play(0.3)
+        self.take("popup-successful", self.popup())
+        self.stage.play(11)
+        self.mail.refusal = "554 This mailbox is closed"
+        self.stage.act(f"at 0.1 card 1001 down {x:.0f} {y:.0f} angle 270\nat 1.2 card 1001 up", 2)
+        self.tap(by_class(self.popup(), "send-button")[0])
+        self.table.wait_until("the refusal", lambda: "email-failed" in self.popup()["classes"])
+        self.stage.play(0.3)
+        self.take("popup-failed", self.popup())
+
+
+def main():
+    parser = argparse.ArgumentParser(prog="tools/screenshots", description="Photographs what visitors see, for the documentation.")
+    parser.add_argument("--build", metavar="DIR", default=os.path.join(ROOT, "build", "demo"), help="where the programs were built")
+    parser.add_argument("--out", metavar="DIR", default=os.path.join(ROOT, "docs", "images"), help="where pictures go")
+    options = parser.parse_args()
+    out = os.path.abspath(options.out)
+    os.makedirs(out, exist_ok=True)
+    for looks in (UploadLooks, MailLooks):
+        world = World(os.path.abspath(options.build), tempfile.mkdtemp(prefix="tavola-looks-"), out)
+        try:
+            looks(world)
+        except Failure as failure:
+            sys.exit(f"tools/screenshots: {failure}")
+        finally:
+            for program in reversed(world.programs):
+                program.stop()
+            shutil.rmtree(world.folder, ignore_errors=True)
+
+
+if __name__ == "__main__":
+    main()
