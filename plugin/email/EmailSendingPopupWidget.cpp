@@ -1,6 +1,7 @@
 #include "email/EmailSendingPopupWidget.hpp"
 
 #include "email/EmailSendingPopupWidgetD.hpp"
+#include "frame/Placeholder.hpp"
 
 namespace Tavola
 {
@@ -19,7 +20,7 @@ void EmailSendingPopupWidget::emailWidget(Trellis::Widget& content, bool confirm
     d->address = owner.email;
     if (confirm) {
         addCSSClass("waiting-to-send");
-        d->info->setText(d->info->text().arg(d->address));
+        d->info->setText(fillPlaceholder(d->info->text(), d->address));
     } else {
         d->ready = true;
     }

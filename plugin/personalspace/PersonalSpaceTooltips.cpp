@@ -1,5 +1,6 @@
 // The tooltips of a personal space: one at a time.
 
+#include "frame/Placeholder.hpp"
 #include "personalspace/PersonalSpaceWidgetD.hpp"
 
 #include <Bedrock/BinaryData.hpp>
@@ -35,7 +36,7 @@ void PersonalSpaceWidget::D::toggleTooltip(const QString& name, const Vecta::Vec
     if (!spaceInfo.value().isEmpty() && name == QLatin1String("help"))
         opened->setText(infoText());
     else if (!address.isEmpty())
-        opened->setText(opened->text().arg(address, 0, QLatin1Char(' ')));
+        opened->setText(fillPlaceholder(opened->text(), address));
 
     opened->setLocation(location);
     opened->raiseToTop();

@@ -1,5 +1,7 @@
 #include "personalspace/PersonalSpaceWidgetD.hpp"
 
+#include "frame/Placeholder.hpp"
+
 #include <Bedrock/BinaryData.hpp>
 #include <Tavola/DataGathering.hpp>
 #include <Trellis/TextEditWidget.hpp>
@@ -250,7 +252,7 @@ void PersonalSpaceWidget::D::updateTitle()
     else if (userName.value().isEmpty())
         title->textAttribute().clearValue(Facet::kUserLayer);
     else
-        title->setText(titleFormat.value().arg(userName.value(), 0, QLatin1Char(' ')));
+        title->setText(fillPlaceholder(titleFormat.value(), userName.value()));
 }
 
 QString PersonalSpaceWidget::D::infoText() const
