@@ -13,6 +13,8 @@
 
 #include <QStringList>
 
+#include <algorithm>
+
 namespace Tavola
 {
 namespace
@@ -64,6 +66,10 @@ PersonalSpaceContentWidget::~PersonalSpaceContentWidget()
     for (const auto listener : m_contentsListeners)
         m_contents->eventRemoveListener(listener);
     removeIndicator();
+    // Without this widget nobody tells a dragged one that the drag has left.
+    for (const auto& marked : m_marked)
+        if (const auto dragged = marked.lock())
+            dragged->setPseudoClass("valid-drop", false);
 }
 
 void PersonalSpaceContentWidget::listenToContents()
@@ -178,13 +184,13 @@ bool PersonalSpaceContentWidget::dropEvent(const DropEvent& event)
         updateIndicator(mapToScene(event.position));
         return true;
     case DropEvent::ValidHover:
-        event.widget->setPseudoClass("valid-drop", true);
+        markDragged(*event.widget, true);
         parent()->setPseudoClass("valid-hover", true);
         updateIndicator(mapToScene(event.position));
         return true;
     case DropEvent::Leave:
         parent()->setPseudoClass("valid-hover", false);
-        event.widget->setPseudoClass("valid-drop", false);
+        markDragged(*event.widget, false);
         removeIndicator();
         return true;
     case DropEvent::Drop: {
@@ -196,6 +202,18 @@ bool PersonalSpaceContentWidget::dropEvent(const DropEvent& event)
     default:
         return false;
     }
+}
+
+void PersonalSpaceContentWidget::markDragged(Trellis::Widget& widget, bool on)
+{
+    widget.setPseudoClass("valid-drop", on);
+    const auto isItOrGone = [&widget](const Bedrock::IntrusiveWeakPtr<Trellis::Widget>& weak) {
+        const auto marked = weak.lock();
+        return !marked || marked.get() == &widget;
+    };
+    m_marked.erase(std::remove_if(m_marked.begin(), m_marked.end(), isItOrGone), m_marked.end());
+    if (on)
+        m_marked.emplace_back(&widget);
 }
 
 void PersonalSpaceContentWidget::updateIndicator(Vecta::Vector2f scenePoint)

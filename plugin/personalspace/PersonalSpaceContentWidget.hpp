@@ -2,6 +2,7 @@
 
 #include "personalspace/PersonalSpaceContents.hpp"
 
+#include <Bedrock/IntrusiveWeakPtr.hpp>
 #include <Tavola/DropListener.hpp>
 #include <Trellis/Widget.hpp>
 
@@ -22,7 +23,7 @@ namespace Tavola
 /// CSS type "PersonalSpaceContentWidget". Tiles are children of class "container" ("uploaded" or "failed" by the item's status)
 /// with a picture of class "status-icon" and, above it, the preview. While an acceptable widget hovers, the parent has the
 /// pseudo-class "valid-hover" and a picture of class "drop-indicator" stands in the host's overlay; the dragged widget has
-/// "valid-drop" when letting go would drop it.
+/// "valid-drop" when letting go would drop it; both stay on a drop until the drag leaves.
 ///
 /// Attribute: "accept-drops" (bool, true).
 /// Events: "empty" (int32 1 or 0, after each tile added or removed), "content-changed", "widget-added" and "widget-removed"
@@ -63,6 +64,8 @@ private:
     void tileReleased(long id);
     void updateIndicator(Vecta::Vector2f scenePoint);
     void removeIndicator();
+    /// Sets or clears "valid-drop" on a dragged widget, and remembers where it is set.
+    void markDragged(Trellis::Widget& widget, bool on);
     void resizeContents();
     void checkEmpty();
     /// The container of an item's tile, or null.
@@ -72,6 +75,7 @@ private:
     std::shared_ptr<PersonalSpaceContents> m_contents;
     std::map<long, Bedrock::IntrusivePtr<Trellis::ImageWidget>> m_tiles; ///< previews; the parent of each is the tile
     Bedrock::IntrusivePtr<Trellis::ImageWidget> m_indicator;             ///< null while nothing hovers
+    std::vector<Bedrock::IntrusiveWeakPtr<Trellis::Widget>> m_marked;    ///< dragged ones that have "valid-drop" from here
     Facet::AttributeT<bool> m_acceptDrops{this, "accept-drops", true};
     std::vector<Facet::Node::ListenerId> m_contentsListeners;
 };

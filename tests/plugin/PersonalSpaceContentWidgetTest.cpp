@@ -254,6 +254,26 @@ TEST_CASE("drop: a content widget that goes during a drag takes the indicator wi
     CHECK(area.indicators().empty());
 }
 
+TEST_CASE("drop: a content widget that goes during drags leaves no mark on what was dragged over it")
+{
+    Area area;
+    const auto first = area.make<FakeContent>();
+    const auto second = area.make<FakeContent>();
+    const auto left = area.make<FakeContent>();
+    area.drop(first, DropEvent::ValidHover);
+    area.drop(second, DropEvent::ValidHover);
+    area.drop(left, DropEvent::ValidHover);
+    area.drop(left, DropEvent::Leave);
+    left->setPseudoClass("valid-drop", true); // by another space
+    area.space->removeFromParent();
+    area.space.reset();
+    area.widget.reset();
+    area.host.frames(2);
+    CHECK(pseudoClassesOf(*first).empty());
+    CHECK(pseudoClassesOf(*second).empty());
+    CHECK(pseudoClassesOf(*left) == Strings{"valid-drop"});
+}
+
 TEST_CASE("add: the item is Pending, names the widget, and its events come in order")
 {
     Area area;
