@@ -16,7 +16,7 @@ namespace Tavola
 {
 /// Makes a component known to the host for as long as the registrant lives. As a static object of a plug-in it does so from
 /// load to unload. Without an application nothing happens; a component that no package declares is reported to the operator
-/// and stays unknown. T is the component's class.
+/// and stays unknown. T is the component's class. To be made and destroyed on the main thread.
 template <class T>
 class FactoryRegistrant
 {

@@ -6,7 +6,7 @@
 namespace Tavola
 {
 /// Base of the widgets that open for a personal card. Whoever creates one gives it the card's code first, then what is known of
-/// its owner.
+/// its owner, and then adds it to the tree, which owns it. Main thread only.
 class PersonalTesselWidget : public Trellis::Widget
 {
 public:

@@ -15,7 +15,9 @@ namespace Tavola
 /// "user-page-link", the "envelope", pictures "help-button" and "qr-icon", an InputFieldWidget, and from the first code on a
 /// PersonalSpaceContentWidget.
 ///
-/// Classes: "initial-view"; from the first code on "email-mode" or "upload-mode"; "has-content".
+/// Classes: "initial-view"; from the first code on "email-mode" or "upload-mode"; "has-content"; by what the owner does
+/// "waiting-to-send-email" (their address is asked for), "sending-email", then "email-successful" or "email-failed";
+/// "registering", then "successfully-registered" or "registering-failed". Tooltips have the class "help" or "email".
 /// Pseudo-classes: "unregistered-user" (no name known), "no-email", "no-user-page", "user-page-failed", "has-custom-info".
 ///
 /// Attributes: "title" (a greeting, %1 is the name), "user-name", "user-email", "tooltip-timeout" (seconds), "collection-mode"
