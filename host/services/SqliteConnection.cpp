@@ -12,10 +12,13 @@ SqliteConnection::SqliteConnection(const QString& path)
     m_database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_name);
     m_database.setDatabaseName(path);
     m_database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000"));
-    if (!m_database.open())
+    m_isOpen = m_database.open();
+    if (!m_isOpen)
         return;
+    // A file that is no database is found out by the first statement that reads it, with a better word than these have.
     QSqlQuery pragma(m_database);
-    m_isOpen = pragma.exec(QStringLiteral("PRAGMA synchronous=FULL")) && pragma.exec(QStringLiteral("PRAGMA foreign_keys=ON"));
+    pragma.exec(QStringLiteral("PRAGMA synchronous=FULL"));
+    pragma.exec(QStringLiteral("PRAGMA foreign_keys=ON"));
 }
 
 SqliteConnection::~SqliteConnection()

@@ -6,6 +6,7 @@
 
 #include <curl/curl.h>
 
+#include <chrono>
 #include <memory>
 #include <vector>
 
@@ -30,9 +31,19 @@ int onTraffic(CURL*, curl_infotype type, char* data, std::size_t size, void* use
     return 0;
 }
 
+/// Ends a transfer that the library would go on with: it waits two minutes for the farewell of a server that fell silent.
+struct Patience
+{
+    const std::atomic<bool>& stop;
+    const SmtpTranscript& transcript;
+    std::chrono::steady_clock::time_point end;
+
+    [[nodiscard]] bool isOver() const { return stop || transcript.hasQuit() || std::chrono::steady_clock::now() > end; }
+};
+
 int onProgress(void* user, curl_off_t, curl_off_t, curl_off_t, curl_off_t)
 {
-    return static_cast<const std::atomic<bool>*>(user)->load() ? 1 : 0;
+    return static_cast<const Patience*>(user)->isOver() ? 1 : 0;
 }
 
 curl_slist* appended(curl_slist* list, const QByteArray& text)
@@ -54,6 +65,7 @@ void SmtpSender::setUp(void* transfer) const
     curl_easy_setopt(transfer, CURLOPT_PROXY, "");
     curl_easy_setopt(transfer, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(transfer, CURLOPT_UPLOAD, 1L);
+    curl_easy_setopt(transfer, CURLOPT_FORBID_REUSE, 1L); // says goodbye within the transfer, under our patience
     curl_easy_setopt(transfer, CURLOPT_CONNECTTIMEOUT_MS, long(m_settings.connectTimeoutSeconds * 1000.0));
     curl_easy_setopt(transfer, CURLOPT_TIMEOUT_MS, long(m_settings.timeoutSeconds * 1000.0));
 
@@ -98,7 +110,9 @@ SmtpSender::Result SmtpSender::send(OutboxMessage& message, const std::atomic<bo
     curl_easy_setopt(transfer, CURLOPT_DEBUGDATA, &transcript);
     curl_easy_setopt(transfer, CURLOPT_NOPROGRESS, 0L);
     curl_easy_setopt(transfer, CURLOPT_XFERINFOFUNCTION, onProgress);
-    curl_easy_setopt(transfer, CURLOPT_XFERINFODATA, &stop);
+    Patience patience{stop, transcript,
+                      std::chrono::steady_clock::now() + std::chrono::milliseconds(qint64(m_settings.timeoutSeconds * 1000.0))};
+    curl_easy_setopt(transfer, CURLOPT_XFERINFODATA, &patience);
     char detail[CURL_ERROR_SIZE] = "";
     curl_easy_setopt(transfer, CURLOPT_ERRORBUFFER, detail);
 
@@ -106,9 +120,12 @@ SmtpSender::Result SmtpSender::send(OutboxMessage& message, const std::atomic<bo
     QString error;
     if (!composer.compose(message, error))
         return {Outcome::Refused, error};
-    const CURLcode code = curl_easy_perform(transfer);
-    if (code == CURLE_ABORTED_BY_CALLBACK)
-        return {Outcome::Stopped, QString()};
+    CURLcode code = curl_easy_perform(transfer);
+    if (code == CURLE_ABORTED_BY_CALLBACK) {
+        if (stop)
+            return {Outcome::Stopped, QString()};
+        code = CURLE_OPERATION_TIMEDOUT;
+    }
     return judge(code, detail, transcript, message);
 }
 

@@ -9,6 +9,9 @@ constexpr int kLongestWords = 500;
 
 void SmtpTranscript::commandSent(const QByteArray& line)
 {
+    m_hasQuit = m_hasQuit || line.left(4).toUpper() == "QUIT";
+    if (m_hasQuit)
+        return;
     m_last = {};
     m_coming = {};
     m_isRecipient = line.left(8).toUpper() == "RCPT TO:";
@@ -28,7 +31,7 @@ void SmtpTranscript::lineReceived(const QByteArray& line)
     const QByteArray code = line.left(3);
     bool isNumber = false;
     const int number = code.toInt(&isNumber);
-    if (!isNumber || number < 200 || number > 599)
+    if (m_hasQuit || !isNumber || number < 200 || number > 599)
         return;
     const QString text = MailHeader::oneLine(QString::fromUtf8(line.mid(4)));
     if (m_coming.code == 0)

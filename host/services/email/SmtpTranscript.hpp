@@ -5,7 +5,8 @@
 
 #include <vector>
 
-/// What a mail server answered to what, gathered while a transfer runs. Credentials pass by and are not kept.
+/// What a mail server answered to what, gathered while a transfer runs. Credentials pass by and are not kept. After QUIT nothing
+/// counts any more.
 class SmtpTranscript
 {
 public:
@@ -25,6 +26,7 @@ public:
     [[nodiscard]] const Reply& last() const noexcept { return m_last; }
     /// Whether that was a RCPT: what its reply says is said of one recipient only.
     [[nodiscard]] bool lastIsOfRecipient() const noexcept { return m_isRecipient; }
+    [[nodiscard]] bool hasQuit() const noexcept { return m_hasQuit; }
     /// To each RCPT, in the order of the recipients; as many as were asked for.
     [[nodiscard]] const std::vector<Reply>& recipients() const noexcept { return m_recipients; }
 
@@ -33,4 +35,5 @@ private:
     Reply m_coming;
     std::vector<Reply> m_recipients;
     bool m_isRecipient = false;
+    bool m_hasQuit = false;
 };

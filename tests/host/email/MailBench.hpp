@@ -1,0 +1,68 @@
+#pragma once
+
+#include "../Folder.hpp"
+
+#include "services/email/MailSettings.hpp"
+#include "services/email/Outbox.hpp"
+#include "services/email/OutboxService.hpp"
+
+#include <SmtpTestServer.hpp>
+
+#include <Tavola/EmailMessage.hpp>
+
+#include <QJsonObject>
+
+#include <atomic>
+#include <memory>
+
+/// Settings with which a table talks to a server of the test.
+[[nodiscard]] MailSettings testSettings(const QString& server);
+
+/// A certificate for 127.0.0.1 that signed itself, made for the test.
+struct TestCertificate
+{
+    explicit TestCertificate(const Folder& folder);
+    QString certificate;
+    QString key;
+};
+
+/// What Python's own e-mail parser finds in a message: {"headers": {name: text}, "defects": [...], "parts": [{"type",
+/// "disposition", "filename", "encoding", "charset", "longestLine", "base64"}]}, leaves in order.
+[[nodiscard]] QJsonObject parseMail(const QByteArray& data);
+/// The decoded bytes of its part `index`.
+[[nodiscard]] QByteArray partBytes(const QJsonObject& mail, int index);
+[[nodiscard]] QJsonObject part(const QJsonObject& mail, int index);
+
+/// An e-mail service with a server to talk to, an outbox and a clock that the test moves.
+struct MailBench
+{
+    using Status = Tavola::EmailServiceAPI::EmailStatus;
+
+    Folder folder;
+    TestSupport::SmtpTestServer server;
+    MailSettings settings = testSettings(server.address());
+    std::atomic<qint64> nowMs{1'790'000'000'000};
+    std::shared_ptr<OutboxService> service;
+
+    /// Opens the service, or opens it anew.
+    void open();
+    void close() { service.reset(); }
+    /// A message as visitors send it.
+    [[nodiscard]] Tavola::EmailMessage message(const QString& text = QStringLiteral("Hello\n"),
+                                               const QString& address = QStringLiteral("ann@example.org"));
+    /// Sends, and waits for the outcome.
+    [[nodiscard]] Status send(const Tavola::EmailMessage& message);
+    [[nodiscard]] static Status outcome(folly::Future<Status> future);
+    void attach(Tavola::EmailMessage& message, const QString& path, const QString& name) const;
+    /// Moves the clock, and lets the service look.
+    void pass(double seconds);
+    /// Waits until the server has that many mails.
+    [[nodiscard]] bool hasMails(std::size_t count) const;
+    /// Waits until the service's report has this number at `key` ("queued", "sending", "failed").
+    [[nodiscard]] bool reports(const char* key, int number) const;
+    /// What the outbox holds, seen by somebody else.
+    [[nodiscard]] std::vector<OutboxMessage> kept() const;
+    [[nodiscard]] QString outboxPath() const { return folder.path(QStringLiteral("outbox")); }
+    /// How many folders of attachments there are.
+    [[nodiscard]] int folders() const;
+};

@@ -1,0 +1,481 @@
+#include "MailBench.hpp"
+
+#include <EventLoop.hpp>
+#include <LogCapture.hpp>
+
+#include <doctest/doctest.h>
+
+#include <QJsonArray>
+
+#include <set>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+using State = OutboxMessage::State;
+
+void expectDelay(int id, const char* words, const char* pause)
+{
+    TestSupport::expectWarning("OutboxService # Message " + std::to_string(id) + " to ann@example.org is not delivered yet (" + words
+                               + "); the next attempt is in " + pause + " s");
+}
+
+void expectRefusal(int id, const std::string& words)
+{
+    TestSupport::expectWarning("OutboxService # Message " + std::to_string(id) + " to ann@example.org was refused (" + words
+                               + "); it stays in the outbox as failed");
+}
+}
+
+TEST_CASE("outbox service: a message that is delivered at once is a success and leaves nothing behind")
+{
+    MailBench bench;
+    bench.open();
+    auto message = bench.message("Hello\n");
+    bench.attach(message, bench.folder.write("a.txt", "attached"), "a.txt");
+    const auto status = bench.send(message);
+    CHECK(status.success);
+    CHECK(status.error.isEmpty());
+    REQUIRE(bench.server.mails().size() == 1);
+    const QJsonObject mail = parseMail(bench.server.mails()[0].data);
+    CHECK(mail.value("headers").toObject().value("Subject") == "What you collected");
+    CHECK(mail.value("headers").toObject().value("From") == "The Small Museum <museum@example.net>");
+    CHECK(mail.value("headers").toObject().value("To") == "Ann <ann@example.org>");
+    CHECK(partBytes(mail, 0) == "Hello\r\n");
+    CHECK(partBytes(mail, 1) == "attached");
+    CHECK(bench.kept().empty());
+    CHECK(bench.folders() == 0);
+    CHECK(bench.reports("queued", 0));
+}
+
+TEST_CASE("outbox service: a new message has the template as its content, whatever stands in it")
+{
+    MailBench bench;
+    bench.settings.textTemplate = QStringLiteral("Dear visitor\n");
+    bench.open();
+    const auto message = bench.service->createMessage();
+    CHECK(message.content == "Dear visitor\n");
+    CHECK(message.recipients().empty());
+    CHECK(message.attachments().empty());
+}
+
+TEST_CASE("outbox service: a message may bring its own subject and sender")
+{
+    MailBench bench;
+    bench.open();
+    auto message = bench.message();
+    message.setSubject("Other");
+    message.setSender({"other@example.net", "Other"});
+    CHECK(bench.send(message).success);
+    CHECK(bench.server.mails()[0].sender == "other@example.net");
+    CHECK(parseMail(bench.server.mails()[0].data).value("headers").toObject().value("Subject") == "Other");
+}
+
+TEST_CASE("outbox service: sending returns before anything is read")
+{
+    MailBench bench;
+    bench.server.holdAt("CONNECT");
+    bench.open();
+    auto message = bench.message();
+    bench.attach(message, bench.folder.write("a.txt", "attached"), "a.txt");
+    auto future = bench.service->send(message);
+    CHECK_FALSE(future.isReady());
+    REQUIRE(bench.reports("sending", 1));
+    bench.server.release();
+    CHECK(MailBench::outcome(std::move(future)).success);
+}
+
+TEST_CASE("outbox service: after a passing failure the message is safe, and comes when the server does")
+{
+    MailBench bench;
+    bench.server.answer("MAIL", "451 Come back");
+    bench.open();
+    auto message = bench.message();
+    const QString path = bench.folder.write("a.txt", "attached");
+    bench.attach(message, path, "a.txt");
+    expectDelay(1, "451 Come back", "60");
+    CHECK(bench.send(message).success);
+    const auto kept = bench.kept();
+    REQUIRE(kept.size() == 1);
+    CHECK(kept[0].state == State::Queued);
+    CHECK(kept[0].lastError == "451 Come back");
+    CHECK(kept[0].nextAttemptMs == bench.nowMs + 60000);
+    const QJsonObject state = bench.service->state();
+    CHECK(state.value("queued") == 1);
+    CHECK(state.value("oldest") == "2026-09-21T14:13:20Z");
+    CHECK(state.value("lastError") == "451 Come back");
+    CHECK(state.value("lastErrorAt") == "2026-09-21T14:13:20Z");
+
+    // The visitor's file may go now.
+    REQUIRE(QFile::remove(path));
+    bench.server.forgive();
+    bench.pass(59.9);
+    bench.pass(0.2);
+    REQUIRE(bench.hasMails(1));
+    CHECK(partBytes(parseMail(bench.server.mails()[0].data), 1) == "attached");
+    CHECK(bench.reports("queued", 0));
+    CHECK(bench.reports("sending", 0));
+    CHECK(bench.kept().empty());
+    CHECK(bench.folders() == 0);
+    CHECK(bench.server.connections() == 2);
+}
+
+TEST_CASE("outbox service: each further attempt waits twice as long, up to an hour")
+{
+    MailBench bench;
+    bench.settings.retrySeconds = 1000.0;
+    bench.server.answer("DATA", "450 busy");
+    bench.open();
+    expectDelay(1, "450 busy", "1000");
+    CHECK(bench.send(bench.message()).success);
+    double pause = 1000.0;
+    for (const char* next : {"2000", "3600", "3600"}) {
+        expectDelay(1, "450 busy", next);
+        const int before = bench.server.connections();
+        bench.pass(pause);
+        REQUIRE(TestSupport::pumpUntil([&] { return bench.server.connections() > before; }, 20000));
+        REQUIRE(bench.reports("queued", 1));
+        pause = QString::fromLatin1(next).toDouble();
+    }
+}
+
+TEST_CASE("outbox service: a message that nobody takes is given up in the end, and kept for somebody to look at")
+{
+    MailBench bench;
+    bench.settings.giveUpHours = 1.0;
+    bench.server.answer("DATA", "450 busy");
+    bench.open();
+    expectDelay(1, "450 busy", "60");
+    CHECK(bench.send(bench.message()).success);
+    TestSupport::expectWarning("OutboxService # Message 1 to ann@example.org is given up after 1 hours (450 busy); it stays in the outbox "
+                               "as failed");
+    bench.pass(3600.0);
+    REQUIRE(bench.reports("failed", 1));
+    CHECK(bench.kept()[0].state == State::Failed);
+}
+
+TEST_CASE("outbox service: a refusal for good is a failure in the server's words, and the message is kept as failed")
+{
+    for (const char* step : {"CONNECT", "MAIL", "RCPT", "DATA", "BODY"}) {
+        INFO("step: " << std::string(step));
+        MailBench bench;
+        bench.server.answer(step, "550 5.1.1 No such user");
+        bench.open();
+        expectRefusal(1, "550 5.1.1 No such user");
+        const auto status = bench.send(bench.message());
+        CHECK_FALSE(status.success);
+        CHECK(status.error == "550 5.1.1 No such user");
+        REQUIRE(bench.kept().size() == 1);
+        CHECK(bench.kept()[0].state == State::Failed);
+        CHECK(bench.reports("failed", 1));
+        bench.close();
+    }
+}
+
+TEST_CASE("outbox service: a passing failure at any step loses nothing")
+{
+    for (const char* step : {"CONNECT", "EHLO", "MAIL", "RCPT", "DATA", "BODY"}) {
+        for (const char* fault : {"4xx", "close", "silence"}) {
+            INFO("step: " << std::string(step));
+            INFO("fault: " << std::string(fault));
+            MailBench bench;
+            if (QByteArray(fault) == "4xx") {
+                bench.server.answer(step, "450 busy");
+                bench.server.answer("HELO", "450 busy");
+            } else if (QByteArray(fault) == "close") {
+                bench.server.closeAt(step);
+            } else {
+                bench.settings.timeoutSeconds = 0.2;
+                bench.server.fallSilentAt(step);
+            }
+            bench.open();
+            TestSupport::expectWarningStartingWith("OutboxService # Message 1 to ann@example.org is not delivered yet (");
+            auto message = bench.message(QString(2'000'000, 'x'));
+            CHECK(bench.send(message).success);
+            CHECK(bench.server.mails().empty());
+            const auto kept = bench.kept();
+            REQUIRE(kept.size() == 1);
+            CHECK(kept[0].state == State::Queued);
+            bench.settings.timeoutSeconds = 20.0;
+            bench.open();
+            bench.server.forgive();
+            bench.pass(60.0);
+            REQUIRE(bench.hasMails(1));
+            CHECK(bench.server.mails()[0].data.contains("Message-ID: " + kept[0].messageId.toLatin1() + "\r\n"));
+            CHECK(bench.reports("sending", 0));
+            CHECK(bench.kept().empty());
+        }
+    }
+}
+
+TEST_CASE("outbox service: a wrong certificate keeps the message until it is right")
+{
+    const Folder folder;
+    const TestCertificate own(folder);
+    const TestSupport::SmtpTestServer server(TestSupport::SmtpTestServer::Encryption::StartTls, own.certificate, own.key);
+    MailBench bench;
+    bench.settings.server = server.address();
+    bench.settings.startTls = MailSettings::StartTls::Required;
+    bench.open();
+    const std::string words = "the certificate of the mail server " + server.address().toStdString() + " is not to be trusted";
+    expectDelay(1, words.c_str(), "60");
+    CHECK(bench.send(bench.message()).success);
+    CHECK(server.mails().empty());
+    bench.settings.caFile = own.certificate;
+    bench.open();
+    bench.pass(60.0);
+    CHECK(TestSupport::pumpUntil([&] { return server.mails().size() == 1; }, 20000));
+}
+
+TEST_CASE("outbox service: an address that is none is refused at once, and nothing is kept")
+{
+    for (const char* address : {"", "ann", "ann@example.org\r\nRCPT TO:<eve@example.org>", "ann@example.org>", "<ann@example.org>"}) {
+        INFO("address: " << std::string(address));
+        MailBench bench;
+        bench.open();
+        TestSupport::expectWarningStartingWith("OutboxService # Failed to accept a message (");
+        const auto status = bench.send(bench.message("Hello\n", address));
+        CHECK_FALSE(status.success);
+        CHECK(status.error.endsWith(" is no e-mail address"));
+        CHECK(bench.kept().empty());
+        CHECK(bench.server.connections() == 0);
+    }
+    MailBench bench;
+    bench.open();
+    TestSupport::expectWarning("OutboxService # Failed to accept a message (the message has no recipient)");
+    const auto status = bench.send(bench.service->createMessage());
+    CHECK_FALSE(status.success);
+    CHECK(status.error == "the message has no recipient");
+}
+
+TEST_CASE("outbox service: an attachment that cannot be read costs that attachment, and the body says so")
+{
+    MailBench bench;
+    bench.open();
+    auto message = bench.message("Hello\n");
+    const QString path = bench.folder.path("pipe");
+    REQUIRE(::mkfifo(QFile::encodeName(path).constData(), 0600) == 0);
+    auto pipe = std::make_unique<QFile>();
+    REQUIRE(pipe->open(::open(QFile::encodeName(path).constData(), O_RDWR | O_NONBLOCK), QIODevice::ReadOnly, QFileDevice::AutoCloseHandle));
+    message.addAttachment("pipe\r\nX: y", std::move(pipe), "application/octet-stream");
+    auto directory = std::make_unique<QFile>();
+    REQUIRE(directory->open(::open(QFile::encodeName(bench.folder.path()).constData(), O_RDONLY), QIODevice::ReadOnly,
+                            QFileDevice::AutoCloseHandle));
+    message.addAttachment("directory", std::move(directory), "application/octet-stream");
+    bench.attach(message, bench.folder.write("a.txt", "attached"), "a.txt");
+    bench.attach(message, bench.folder.write("empty", ""), "empty");
+    TestSupport::expectWarning("MessageIntake # Failed to read the attachment pipe X: y (it is no ordinary file); the message goes without it");
+    TestSupport::expectWarning("MessageIntake # Failed to read the attachment directory (it is no ordinary file); the message goes without it");
+    CHECK(bench.send(message).success);
+    const QJsonObject mail = parseMail(bench.server.mails()[0].data);
+    CHECK(partBytes(mail, 0) == "Hello\r\n\r\nMissing:\r\npipe X: y\r\ndirectory\r\n");
+    REQUIRE(mail.value("parts").toArray().size() == 3);
+    CHECK(part(mail, 1).value("filename") == "a.txt");
+    CHECK(partBytes(mail, 1) == "attached");
+    CHECK(part(mail, 2).value("filename") == "empty");
+    CHECK(partBytes(mail, 2) == "");
+}
+
+TEST_CASE("outbox service: files beyond the limit become links, and the body says so")
+{
+    MailBench bench;
+    bench.settings.attachmentLimitBytes = 1000;
+    bench.settings.folder = bench.folder.path();
+    bench.settings.filesAddress = QStringLiteral("https://museum.example/files/");
+    bench.settings.textTemplate = QStringLiteral("<links>");
+    bench.settings.htmlTemplate = QStringLiteral("<body><links></body>");
+    bench.open();
+    auto message = bench.message("\n");
+    bench.attach(message, bench.folder.write("a.bin", QByteArray(600, 'a')), "a.bin");
+    bench.attach(message, bench.folder.write("media/b & c.bin", QByteArray(500, 'b')), "b & c.bin");
+    bench.attach(message, bench.folder.write("c.bin", QByteArray(400, 'c')), "c.bin");
+    bench.attach(message, bench.folder.write("d.bin", "d"), "d.bin");
+    bench.attach(message, bench.folder.write("e.bin", ""), "e.bin");
+    CHECK(bench.send(message).success);
+    const QJsonObject mail = parseMail(bench.server.mails()[0].data);
+    CHECK(partBytes(mail, 0).toStdString()
+          == "\r\n\r\nToo large:\r\nhttps://museum.example/files/media/b%20%26%20c.bin (0.0 MB)\r\nhttps://museum.example/files/d.bin (0.0 "
+             "MB)\r\n");
+    CHECK(partBytes(mail, 1).contains("<a href=\"https://museum.example/files/media/b%20%26%20c.bin\">"));
+    REQUIRE(mail.value("parts").toArray().size() == 5);
+    CHECK(part(mail, 2).value("filename") == "a.bin");
+    CHECK(part(mail, 3).value("filename") == "c.bin");
+    CHECK(part(mail, 4).value("filename") == "e.bin");
+}
+
+TEST_CASE("outbox service: without an address for files the body names those that are too large")
+{
+    MailBench bench;
+    bench.settings.attachmentLimitBytes = 10;
+    bench.open();
+    auto message = bench.message("Hello\n");
+    bench.attach(message, bench.folder.write("big.bin", QByteArray(1'250'000, 'a')), "big\n.bin");
+    CHECK(bench.send(message).success);
+    CHECK(partBytes(parseMail(bench.server.mails()[0].data), 0) == "Hello\r\n\r\nToo large:\r\nbig .bin (1.2 MB)\r\n");
+    CHECK(bench.folders() == 0);
+}
+
+TEST_CASE("outbox service: the html part is filled like the text part")
+{
+    MailBench bench;
+    bench.settings.textTemplate = QStringLiteral("Dear <name>,<links>");
+    bench.settings.htmlTemplate = QStringLiteral("<body><h1>Dear <name></h1><links></body>");
+    bench.open();
+    CHECK(bench.send(bench.message("Dear Ann,\nhttps://a.example/1\n\nhttps://a.example/2\n\n")).success);
+    const QJsonObject mail = parseMail(bench.server.mails()[0].data);
+    CHECK(partBytes(mail, 1).toStdString()
+          == "<body><h1>Dear Ann</h1><a href=\"https://a.example/1\">https://a.example/1</a><br>\r\n<br>\r\n"
+             "<a href=\"https://a.example/2\">https://a.example/2</a></body>");
+}
+
+TEST_CASE("outbox service: a slow message does not keep the next one waiting")
+{
+    MailBench bench;
+    bench.server.holdAt("RCPT slow@example.org");
+    bench.open();
+    auto slow = bench.service->send(bench.message("a\n", "slow@example.org"));
+    REQUIRE(TestSupport::pumpUntil([&] { return bench.server.held() == 1; }));
+    CHECK(bench.send(bench.message("b\n")).success);
+    CHECK_FALSE(slow.isReady());
+    bench.server.release();
+    CHECK(MailBench::outcome(std::move(slow)).success);
+}
+
+TEST_CASE("outbox service: many messages at once all arrive, each once")
+{
+    MailBench bench;
+    bench.open();
+    std::vector<folly::Future<MailBench::Status>> futures;
+    for (int i = 0; i < 30; ++i)
+        futures.push_back(bench.service->send(bench.message(QStringLiteral("message %1\n").arg(i), QStringLiteral("v%1@example.org").arg(i))));
+    for (auto& future : futures)
+        CHECK(MailBench::outcome(std::move(future)).success);
+    std::set<QByteArray> recipients;
+    for (const auto& mail : bench.server.mails())
+        recipients.insert(mail.recipients.at(0));
+    CHECK(bench.server.mails().size() == 30);
+    CHECK(recipients.size() == 30);
+    CHECK(bench.kept().empty());
+}
+
+TEST_CASE("outbox service: closing the table answers everybody and keeps what was not delivered")
+{
+    MailBench bench;
+    bench.server.fallSilentAt("MAIL");
+    bench.open();
+    std::vector<folly::Future<MailBench::Status>> futures;
+    for (int i = 0; i < 5; ++i) {
+        auto message = bench.message(QStringLiteral("message %1\n").arg(i));
+        bench.attach(message, bench.folder.write("a.txt", "attached"), "a.txt");
+        futures.push_back(bench.service->send(message));
+    }
+    REQUIRE(TestSupport::pumpUntil([&] { return bench.server.connections() >= 1; }));
+    bench.close();
+    for (auto& future : futures) {
+        REQUIRE(future.isReady());
+        CHECK(future.value().success);
+    }
+    const auto kept = bench.kept();
+    REQUIRE(kept.size() == 5);
+    for (const OutboxMessage& message : kept)
+        CHECK(message.state == State::Queued);
+    bench.server.forgive();
+    bench.open();
+    REQUIRE(bench.hasMails(5));
+    CHECK(bench.reports("sending", 0));
+    CHECK(bench.reports("queued", 0));
+    CHECK(bench.server.mails().size() == 5);
+}
+
+TEST_CASE("outbox service: a message whose sender is gone is delivered all the same")
+{
+    MailBench bench;
+    bench.server.holdAt("MAIL");
+    bench.open();
+    {
+        auto message = bench.message("Hello\n");
+        bench.attach(message, bench.folder.write("a.txt", "attached"), "a.txt");
+        static_cast<void>(bench.service->send(message));
+    }
+    bench.server.release();
+    REQUIRE(bench.hasMails(1));
+    CHECK(partBytes(parseMail(bench.server.mails()[0].data), 1) == "attached");
+}
+
+TEST_CASE("outbox service: what others do to the queue is noticed while the table runs")
+{
+    MailBench bench;
+    bench.server.answer("RCPT", "550 nobody");
+    bench.open();
+    expectRefusal(1, "550 nobody");
+    expectRefusal(2, "550 nobody");
+    CHECK_FALSE(bench.send(bench.message()).success);
+    CHECK_FALSE(bench.send(bench.message()).success);
+    bench.server.forgive();
+    QString error;
+    const auto other = Outbox::open(bench.outboxPath(), error);
+    REQUIRE(other);
+    CHECK(other->drop(1));
+    CHECK(other->retry(2, bench.nowMs));
+    REQUIRE(bench.hasMails(1)); // without being woken
+    CHECK(bench.reports("failed", 0));
+    CHECK(bench.kept().empty());
+}
+
+TEST_CASE("outbox service: a second table keeps off the outbox of the first")
+{
+    MailBench bench;
+    bench.open();
+    QString error;
+    CHECK(OutboxService::open(bench.settings, bench.outboxPath(), error) == nullptr);
+    CHECK(error == "the outbox in " + bench.outboxPath() + " is in use by another table");
+}
+
+TEST_CASE("outbox service: credentials that cannot be read keep the table from opening")
+{
+    MailBench bench;
+    bench.settings.credentialsFile = bench.folder.path("none");
+    QString error;
+    CHECK(OutboxService::open(bench.settings, bench.outboxPath(), error) == nullptr);
+    CHECK(error.startsWith("cannot read "));
+}
+
+TEST_CASE("outbox service: a password never reaches the log, whatever happens")
+{
+    MailBench bench;
+    const QString file = bench.folder.write("login", "user\nt0p-s3cret\n");
+    QFile::setPermissions(file, QFile::ReadOwner);
+    bench.settings.credentialsFile = file;
+    bench.server.answer("AUTH", "535 5.7.8 Wrong");
+    bench.open();
+    expectRefusal(1, "535 5.7.8 Wrong");
+    CHECK_FALSE(bench.send(bench.message()).success);
+    bench.server.closeAt("AUTH");
+    TestSupport::expectWarningStartingWith("OutboxService # Message 2 to ann@example.org is not delivered yet (");
+    CHECK(bench.send(bench.message()).success);
+    bench.close();
+    const std::string encoded = QByteArray("\0user\0t0p-s3cret", 16).toBase64().toStdString();
+    for (const auto& line : TestSupport::loggedLines()) {
+        CHECK(line.text.find("t0p-s3cret") == std::string::npos);
+        CHECK(line.text.find(encoded) == std::string::npos);
+    }
+}
+
+TEST_CASE("outbox service: when the disk cannot keep a message, the visitor is told and keeps the items")
+{
+    MailBench bench;
+    bench.open();
+    // Something else stands where the copies would go.
+    REQUIRE(QDir(bench.outboxPath() + "/files").removeRecursively());
+    bench.folder.write("outbox/files", "in the way");
+    auto message = bench.message();
+    bench.attach(message, bench.folder.write("a.txt", "attached"), "a.txt");
+    TestSupport::expectWarningStartingWith("OutboxService # Failed to accept a message (cannot make a folder in ");
+    const auto status = bench.send(message);
+    CHECK_FALSE(status.success);
+    CHECK(status.error.startsWith("cannot make a folder in "));
+    CHECK(bench.kept().empty());
+}

@@ -1,0 +1,242 @@
+#include "../Folder.hpp"
+
+#include "services/email/Outbox.hpp"
+
+#include <LogCapture.hpp>
+
+#include <doctest/doctest.h>
+
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QThread>
+
+#include <set>
+#include <thread>
+
+namespace
+{
+using State = OutboxMessage::State;
+
+struct Bench
+{
+    Folder folder;
+    QString error;
+    std::unique_ptr<Outbox> outbox = Outbox::open(folder.path("outbox"), error);
+
+    OutboxMessage add(State state = State::Queued, qint64 dueMs = 0, const QString& id = QStringLiteral("<1@x>"))
+    {
+        OutboxMessage message;
+        message.messageId = id;
+        message.createdMs = 1000;
+        message.queuedSinceMs = 1000;
+        message.state = state;
+        message.nextAttemptMs = dueMs;
+        message.sender = {"museum@example.net", QString::fromUtf8("Mus\u00e9e")};
+        message.subject = QStringLiteral("S");
+        message.text = QStringLiteral("T");
+        message.recipients = {{{"ann@example.org", "Ann"}, Tavola::EmailMessage::To, OutboxMessage::Outcome::Open, {}},
+                              {{"bob@example.org", ""}, Tavola::EmailMessage::Cc, OutboxMessage::Outcome::Open, {}}};
+        message.folder = outbox->files().makeFolder(error);
+        message.files = {{"a.txt", "text/plain", outbox->files().path(message.folder, 0), 3}};
+        REQUIRE(outbox->add(message));
+        return message;
+    }
+    [[nodiscard]] State state(qint64 id) const { return outbox->message(id).value().state; }
+};
+}
+
+TEST_CASE("outbox: what was added is there for everybody who opens it")
+{
+    Bench bench;
+    const OutboxMessage added = bench.add();
+    const auto other = Outbox::open(bench.folder.path("outbox"), bench.error);
+    REQUIRE(other);
+    const auto messages = other->messages();
+    REQUIRE(messages.size() == 1);
+    const OutboxMessage& message = messages[0];
+    CHECK(message.id == added.id);
+    CHECK(message.messageId == "<1@x>");
+    CHECK(message.createdMs == 1000);
+    CHECK(message.sender.name == QString::fromUtf8("Mus\u00e9e"));
+    CHECK(message.recipientNames() == "ann@example.org, bob@example.org");
+    CHECK(message.recipients[1].type == Tavola::EmailMessage::Cc);
+    REQUIRE(message.files.size() == 1);
+    CHECK(message.files[0].path == added.files[0].path);
+    CHECK(message.files[0].sizeBytes == 3);
+}
+
+TEST_CASE("outbox: the queued message that is due longest is taken, and nobody takes it again")
+{
+    Bench bench;
+    const auto late = bench.add(State::Queued, 3000, "<1@x>");
+    const auto early = bench.add(State::Queued, 2000, "<2@x>");
+    bench.add(State::Failed, 0, "<3@x>");
+    CHECK_FALSE(bench.outbox->claimDue(1999).has_value());
+    CHECK(bench.outbox->claimDue(5000).value().id == early.id);
+    CHECK(bench.outbox->claimDue(5000).value().id == late.id);
+    CHECK_FALSE(bench.outbox->claimDue(5000).has_value());
+    CHECK(bench.state(early.id) == State::Sending);
+}
+
+TEST_CASE("outbox: many threads take each message once")
+{
+    Bench bench;
+    for (int i = 0; i < 40; ++i)
+        bench.add(State::Queued, 0, QStringLiteral("<%1@x>").arg(i));
+    std::vector<std::vector<qint64>> taken(4);
+    std::vector<std::thread> threads;
+    for (auto& mine : taken)
+        threads.emplace_back([&bench, &mine] {
+            while (const auto message = bench.outbox->claimDue(1))
+                mine.push_back(message->id);
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    std::multiset<qint64> all;
+    for (const auto& mine : taken)
+        all.insert(mine.begin(), mine.end());
+    CHECK(all.size() == 40);
+    CHECK(std::set<qint64>(all.begin(), all.end()).size() == 40);
+}
+
+TEST_CASE("outbox: the outcome of an attempt is kept")
+{
+    Bench bench;
+    OutboxMessage message = bench.add();
+    message.state = State::Queued;
+    message.attempts = 2;
+    message.nextAttemptMs = 7000;
+    message.lastError = QStringLiteral("450 busy");
+    message.recipients[0].outcome = OutboxMessage::Outcome::Delivered;
+    message.recipients[1].reply = QStringLiteral("450 busy");
+    CHECK(bench.outbox->update(message));
+    const OutboxMessage read = bench.outbox->message(message.id).value();
+    CHECK(read.attempts == 2);
+    CHECK(read.nextAttemptMs == 7000);
+    CHECK(read.lastError == "450 busy");
+    CHECK(read.recipients[0].outcome == OutboxMessage::Outcome::Delivered);
+    CHECK(read.recipients[1].reply == "450 busy");
+    const OutboxSummary summary = bench.outbox->summary();
+    CHECK(summary.queued == 1);
+    CHECK(summary.nextAttemptMs == 7000);
+    CHECK(summary.oldestMs == 1000);
+}
+
+TEST_CASE("outbox: a removed message takes its files along")
+{
+    Bench bench;
+    const OutboxMessage message = bench.add();
+    CHECK(QFileInfo::exists(bench.folder.path("outbox/files/" + message.folder)));
+    CHECK(bench.outbox->remove(message));
+    CHECK_FALSE(QFileInfo::exists(bench.folder.path("outbox/files/" + message.folder)));
+    CHECK(bench.outbox->messages().empty());
+}
+
+TEST_CASE("outbox: after a crash what was being sent is queued, and copies of no message are gone")
+{
+    Bench bench;
+    const OutboxMessage sending = bench.add(State::Sending, 5000);
+    const OutboxMessage failed = bench.add(State::Failed, 0, "<2@x>");
+    const QString orphan = bench.outbox->files().makeFolder(bench.error);
+    bench.outbox = Outbox::open(bench.folder.path("outbox"), bench.error);
+    REQUIRE(bench.outbox->lock());
+    bench.outbox->recover();
+    CHECK(bench.state(sending.id) == State::Queued);
+    CHECK(bench.outbox->claimDue(0).value().id == sending.id);
+    CHECK(bench.state(failed.id) == State::Failed);
+    CHECK_FALSE(QFileInfo::exists(bench.folder.path("outbox/files/" + orphan)));
+    CHECK(QFileInfo::exists(bench.folder.path("outbox/files/" + sending.folder)));
+}
+
+TEST_CASE("outbox: one at a time sends")
+{
+    Bench bench;
+    CHECK(bench.outbox->lock());
+    CHECK(bench.outbox->lock());
+    auto other = Outbox::open(bench.folder.path("outbox"), bench.error);
+    REQUIRE(other);
+    CHECK_FALSE(other->lock());
+    bench.outbox.reset();
+    CHECK(other->lock());
+}
+
+TEST_CASE("outbox: a retry makes a failed message due at once, with those recipients that were refused")
+{
+    Bench bench;
+    OutboxMessage message = bench.add(State::Failed, 9000);
+    message.attempts = 5;
+    message.recipients[0].outcome = OutboxMessage::Outcome::Delivered;
+    message.recipients[1].outcome = OutboxMessage::Outcome::Refused;
+    REQUIRE(bench.outbox->update(message));
+    CHECK(bench.outbox->retry(message.id, 4000));
+    const OutboxMessage again = bench.outbox->claimDue(0).value();
+    CHECK(again.queuedSinceMs == 4000);
+    CHECK(again.createdMs == 1000);
+    CHECK(again.attempts == 0);
+    CHECK(again.recipients[0].outcome == OutboxMessage::Outcome::Delivered);
+    CHECK(again.recipients[1].outcome == OutboxMessage::Outcome::Open);
+    CHECK_FALSE(bench.outbox->retry(message.id, 4000)); // it is being sent
+    CHECK_FALSE(bench.outbox->retry(99, 4000));
+}
+
+TEST_CASE("outbox: a message that is being sent is dropped only when nobody sends")
+{
+    Bench bench;
+    const OutboxMessage message = bench.add(State::Sending);
+    const auto visitor = Outbox::open(bench.folder.path("outbox"), bench.error);
+    REQUIRE(bench.outbox->lock());
+    CHECK_FALSE(visitor->drop(message.id));
+    bench.outbox.reset();
+    CHECK(visitor->drop(message.id));
+    CHECK(visitor->messages().empty());
+    CHECK_FALSE(QFileInfo::exists(bench.folder.path("outbox/files/" + message.folder)));
+    CHECK_FALSE(visitor->drop(message.id));
+    // Looking does not keep the lock.
+    CHECK(Outbox::open(bench.folder.path("outbox"), bench.error)->lock());
+}
+
+TEST_CASE("outbox: the outcome of a message that was dropped meanwhile brings nothing back")
+{
+    Bench bench;
+    OutboxMessage message = bench.add();
+    REQUIRE(bench.outbox->drop(message.id));
+    message.state = State::Queued;
+    CHECK(bench.outbox->update(message));
+    CHECK(bench.outbox->messages().empty());
+}
+
+TEST_CASE("outbox: a file that is something else is not touched")
+{
+    const Folder folder;
+    const QString file = folder.write("outbox/outbox.sqlite", QByteArray("this is no database, but a letter").repeated(40));
+    QString error;
+    CHECK(Outbox::open(folder.path("outbox"), error) == nullptr);
+    CHECK(error.startsWith(file + " is no outbox ("));
+    CHECK(error.endsWith("); move it away to begin a new one"));
+    CHECK(QFileInfo(file).size() == 33 * 40);
+}
+
+TEST_CASE("outbox: a newer program's outbox is left to it")
+{
+    Bench bench;
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE", "newer");
+        database.setDatabaseName(bench.folder.path("outbox/outbox.sqlite"));
+        REQUIRE(database.open());
+        QSqlQuery(database).exec("PRAGMA user_version=99");
+    }
+    QSqlDatabase::removeDatabase("newer");
+    CHECK(Outbox::open(bench.folder.path("outbox"), bench.error) == nullptr);
+    CHECK(bench.error.endsWith("outbox.sqlite was made by a newer version of this program"));
+}
+
+TEST_CASE("outbox: the same message is not accepted twice")
+{
+    Bench bench;
+    bench.add();
+    OutboxMessage again;
+    again.messageId = QStringLiteral("<1@x>");
+    TestSupport::expectWarningStartingWith("Outbox # Failed to write " + bench.folder.path("outbox/outbox.sqlite").toStdString());
+    CHECK_FALSE(bench.outbox->add(again));
+    CHECK(bench.outbox->messages().size() == 1);
+}

@@ -1,0 +1,320 @@
+#include "MailBench.hpp"
+
+#include "services/email/SmtpSender.hpp"
+
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <thread>
+
+namespace
+{
+using Outcome = SmtpSender::Outcome;
+using Encryption = TestSupport::SmtpTestServer::Encryption;
+using TestSupport::SmtpTestServer;
+
+OutboxMessage letter(const QStringList& recipients = {"ann@example.org"})
+{
+    OutboxMessage message;
+    message.messageId = QStringLiteral("<1@example.net>");
+    message.createdMs = 1'790'000'000'000;
+    message.sender = {"museum@example.net", "The Small Museum"};
+    message.subject = QStringLiteral("What you collected");
+    message.text = QStringLiteral("Hello\n.\n..dots\n");
+    for (const QString& recipient : recipients)
+        message.recipients.push_back({{recipient, "Ann"}, Tavola::EmailMessage::To, OutboxMessage::Outcome::Open, {}});
+    return message;
+}
+
+SmtpSender::Result send(const MailSettings& settings, OutboxMessage& message, const MailCredentials& credentials = {})
+{
+    const std::atomic<bool> stop{false};
+    return SmtpSender(settings, credentials).send(message, stop);
+}
+
+SmtpSender::Result send(const SmtpTestServer& server)
+{
+    OutboxMessage message = letter();
+    return send(testSettings(server.address()), message);
+}
+}
+
+TEST_CASE("smtp sender: a message arrives as it was written, dots and all")
+{
+    SmtpTestServer server;
+    OutboxMessage message = letter();
+    CHECK(send(testSettings(server.address()), message).outcome == Outcome::Delivered);
+    CHECK(message.recipients[0].outcome == OutboxMessage::Outcome::Delivered);
+    const auto mails = server.mails();
+    REQUIRE(mails.size() == 1);
+    CHECK(mails[0].sender == "museum@example.net");
+    CHECK(mails[0].recipients == std::vector<QByteArray>{"ann@example.org"});
+    const QJsonObject mail = parseMail(mails[0].data);
+    CHECK(partBytes(mail, 0) == "Hello\r\n.\r\n..dots\r\n");
+    CHECK(mails[0].login.isEmpty());
+}
+
+TEST_CASE("smtp sender: a 4xx at any step is worth another attempt, a 5xx is final, in the server's words")
+{
+    for (const char* step : {"CONNECT", "MAIL", "RCPT", "DATA", "BODY"}) {
+        INFO("step: " << std::string(step));
+        SmtpTestServer server;
+        server.answer(step, "451 4.3.0 Come back later");
+        const auto later = send(server);
+        CHECK(later.outcome == Outcome::Later);
+        CHECK(later.words.toStdString() == "451 4.3.0 Come back later");
+        server.answer(step, "554-5.7.1 Go away\r\n554 for good");
+        const auto refused = send(server);
+        CHECK(refused.outcome == Outcome::Refused);
+        CHECK(refused.words.toStdString() == "554 5.7.1 Go away for good");
+        CHECK(server.mails().empty());
+    }
+}
+
+TEST_CASE("smtp sender: a server that knows the older greeting only is served")
+{
+    SmtpTestServer server;
+    server.answer("EHLO", "502 what?");
+    CHECK(send(server).outcome == Outcome::Delivered);
+}
+
+TEST_CASE("smtp sender: a server that refuses both greetings is taken at its word")
+{
+    SmtpTestServer server;
+    server.answer("EHLO", "502 what?");
+    server.answer("HELO", "550 not you");
+    const auto refused = send(server);
+    CHECK(refused.outcome == Outcome::Refused);
+    CHECK(refused.words == "550 not you");
+    server.answer("HELO", "421 too busy");
+    const auto later = send(server);
+    CHECK(later.outcome == Outcome::Later);
+    CHECK(later.words == "421 too busy");
+}
+
+TEST_CASE("smtp sender: a connection that ends at any step is worth another attempt")
+{
+    for (const char* step : {"CONNECT", "EHLO", "MAIL", "RCPT", "DATA", "BODY"}) {
+        INFO("step: " << std::string(step));
+        SmtpTestServer server;
+        server.closeAt(step);
+        OutboxMessage message = letter();
+        message.text = QString(3'000'000, 'x'); // more than the buffers between the two hold
+        const auto result = send(testSettings(server.address()), message);
+        CHECK(result.outcome == Outcome::Later);
+        CHECK(result.words.toStdString() == ("the connection to the mail server " + server.address() + " broke").toStdString());
+        CHECK(message.recipients[0].outcome == OutboxMessage::Outcome::Open);
+        CHECK(server.mails().empty());
+    }
+}
+
+TEST_CASE("smtp sender: a silent server costs no more than the timeout")
+{
+    for (const char* step : {"CONNECT", "EHLO", "MAIL", "RCPT", "DATA", "BODY"}) {
+        INFO("step: " << std::string(step));
+        SmtpTestServer server;
+        server.fallSilentAt(step);
+        MailSettings settings = testSettings(server.address());
+        settings.timeoutSeconds = 0.2;
+        OutboxMessage message = letter();
+        const auto result = send(settings, message);
+        CHECK(result.outcome == Outcome::Later);
+        CHECK(result.words.toStdString() == ("the mail server " + server.address() + " was too slow").toStdString());
+    }
+}
+
+TEST_CASE("smtp sender: a server that is not there is worth another attempt")
+{
+    QString address;
+    {
+        const SmtpTestServer gone;
+        address = gone.address();
+    }
+    OutboxMessage message = letter();
+    const auto result = send(testSettings(address), message);
+    CHECK(result.outcome == Outcome::Later);
+    CHECK(result.words.toStdString() == ("the mail server " + address + " cannot be reached").toStdString());
+}
+
+TEST_CASE("smtp sender: a server whose name nobody knows is worth another attempt")
+{
+    OutboxMessage message = letter();
+    const auto result = send(testSettings("smtp://mail.invalid:25"), message);
+    CHECK(result.outcome == Outcome::Later);
+    CHECK(result.words == "the name of the mail server smtp://mail.invalid:25 is not known");
+}
+
+TEST_CASE("smtp sender: a server that never says goodbye has taken the message all the same")
+{
+    SmtpTestServer server;
+    server.fallSilentAt("QUIT");
+    CHECK(send(server).outcome == Outcome::Delivered);
+    CHECK(server.mails().size() == 1);
+}
+
+TEST_CASE("smtp sender: each recipient has an outcome of its own")
+{
+    SmtpTestServer server;
+    server.answer("RCPT bob@example.org", "550 5.1.1 No such user");
+    server.answer("RCPT cid@example.org", "450 4.2.1 Mailbox busy");
+    OutboxMessage message = letter({"ann@example.org", "bob@example.org", "cid@example.org"});
+    auto result = send(testSettings(server.address()), message);
+    CHECK(result.outcome == Outcome::Later);
+    CHECK(result.words == "450 4.2.1 Mailbox busy");
+    CHECK(message.recipients[0].outcome == OutboxMessage::Outcome::Delivered);
+    CHECK(message.recipients[1].outcome == OutboxMessage::Outcome::Refused);
+    CHECK(message.recipients[1].reply == "550 5.1.1 No such user");
+    CHECK(message.recipients[2].outcome == OutboxMessage::Outcome::Open);
+
+    server.forgive();
+    result = send(testSettings(server.address()), message);
+    CHECK(result.outcome == Outcome::Refused);
+    CHECK(result.words == "550 5.1.1 No such user");
+    const auto mails = server.mails();
+    REQUIRE(mails.size() == 2);
+    CHECK(mails[0].recipients == std::vector<QByteArray>{"ann@example.org"});
+    CHECK(mails[1].recipients == std::vector<QByteArray>{"cid@example.org"});
+}
+
+TEST_CASE("smtp sender: with recipients refused for now and for good, those for now are tried again")
+{
+    SmtpTestServer server;
+    server.answer("RCPT ann@example.org", "450 busy");
+    server.answer("RCPT bob@example.org", "550 nobody");
+    OutboxMessage message = letter({"ann@example.org", "bob@example.org"});
+    const auto result = send(testSettings(server.address()), message);
+    CHECK(result.outcome == Outcome::Later);
+    CHECK(result.words == "450 busy");
+}
+
+TEST_CASE("smtp sender: once stopped it ends, whatever the server does")
+{
+    SmtpTestServer server;
+    server.fallSilentAt("MAIL");
+    OutboxMessage message = letter();
+    std::atomic<bool> stop{false};
+    std::thread stopper([&] {
+        while (server.steps().empty())
+            std::this_thread::yield();
+        stop = true;
+    });
+    const auto result = SmtpSender(testSettings(server.address()), {}).send(message, stop);
+    stopper.join();
+    CHECK(result.outcome == Outcome::Stopped);
+    CHECK(message.recipients[0].outcome == OutboxMessage::Outcome::Open);
+}
+
+TEST_CASE("smtp sender: a file that the outbox has lost ends the message")
+{
+    SmtpTestServer server;
+    OutboxMessage message = letter();
+    message.files.push_back({"a.txt", "text/plain", "/nonexistent/0", 3});
+    const auto result = send(testSettings(server.address()), message);
+    CHECK(result.outcome == Outcome::Refused);
+    CHECK(result.words == "the outbox has lost its copy of a.txt");
+    CHECK(server.connections() == 0);
+}
+
+TEST_CASE("smtp sender: encryption by STARTTLS and from the first byte on, with a login")
+{
+    const Folder folder;
+    const TestCertificate own(folder);
+    for (const Encryption encryption : {Encryption::StartTls, Encryption::Implicit}) {
+        CAPTURE(int(encryption));
+        SmtpTestServer server(encryption, own.certificate, own.key);
+        MailSettings settings = testSettings(server.address());
+        settings.startTls = MailSettings::StartTls::Required;
+        settings.caFile = own.certificate;
+        OutboxMessage message = letter();
+        const auto result = send(settings, message, {QString::fromUtf8("k\u00e4yttaj\u00e4"), "s3cret"});
+        CHECK(result.words.toStdString() == "");
+        CHECK(result.outcome == Outcome::Delivered);
+        REQUIRE(server.mails().size() == 1);
+        CHECK(server.mails()[0].isEncrypted);
+        CHECK(server.mails()[0].login == QByteArray("k\u00e4yttaj\u00e4 s3cret"));
+    }
+}
+
+TEST_CASE("smtp sender: a certificate that nobody vouches for is not trusted, and nothing is said to that server")
+{
+    const Folder folder;
+    const TestCertificate own(folder);
+    for (const Encryption encryption : {Encryption::StartTls, Encryption::Implicit}) {
+        CAPTURE(int(encryption));
+        SmtpTestServer server(encryption, own.certificate, own.key);
+        MailSettings settings = testSettings(server.address());
+        settings.startTls = MailSettings::StartTls::IfOffered;
+        OutboxMessage message = letter();
+        const auto result = send(settings, message, {"user", "s3cret"});
+        CHECK(result.outcome == Outcome::Later);
+        CHECK(result.words.toStdString()
+              == ("the certificate of the mail server " + server.address() + " is not to be trusted").toStdString());
+        const auto steps = server.steps();
+        CHECK(std::count(steps.begin(), steps.end(), "AUTH") == 0);
+        CHECK(std::count(steps.begin(), steps.end(), "MAIL") == 0);
+    }
+}
+
+TEST_CASE("smtp sender: a certificate for another name is not trusted")
+{
+    const Folder folder;
+    const TestCertificate own(folder);
+    SmtpTestServer server(Encryption::StartTls, own.certificate, own.key);
+    MailSettings settings = testSettings(QStringLiteral("smtp://localhost:%1").arg(server.port()));
+    settings.startTls = MailSettings::StartTls::Required;
+    settings.caFile = own.certificate;
+    OutboxMessage message = letter();
+    const auto result = send(settings, message);
+    CHECK(result.outcome == Outcome::Later);
+    CHECK(result.words.endsWith("is not to be trusted"));
+}
+
+TEST_CASE("smtp sender: where encryption is required, a server without it gets neither login nor message")
+{
+    SmtpTestServer server;
+    MailSettings settings = testSettings(server.address());
+    settings.startTls = MailSettings::StartTls::Required;
+    OutboxMessage message = letter();
+    auto result = send(settings, message, {"user", "s3cret"});
+    CHECK(result.outcome == Outcome::Later);
+    CHECK(result.words.toStdString() == ("the mail server " + server.address() + " offers no encryption").toStdString());
+
+    settings.startTls = MailSettings::StartTls::IfOffered;
+    result = send(settings, message, {"user", "s3cret"});
+    CHECK(result.outcome == Outcome::Later);
+    const auto steps = server.steps();
+    CHECK(std::count(steps.begin(), steps.end(), "AUTH") == 0);
+    CHECK(server.mails().empty());
+
+    CHECK(send(settings, message).outcome == Outcome::Delivered);
+}
+
+TEST_CASE("smtp sender: a STARTTLS that is refused counts as any other command")
+{
+    const Folder folder;
+    const TestCertificate own(folder);
+    SmtpTestServer server(Encryption::StartTls, own.certificate, own.key);
+    MailSettings settings = testSettings(server.address());
+    settings.startTls = MailSettings::StartTls::Required;
+    server.answer("STARTTLS", "454 not now");
+    OutboxMessage message = letter();
+    CHECK(send(settings, message).outcome == Outcome::Later);
+    server.answer("STARTTLS", "554 never");
+    const auto result = send(settings, message);
+    CHECK(result.outcome == Outcome::Refused);
+    CHECK(result.words == "554 never");
+}
+
+TEST_CASE("smtp sender: a login that is refused is in the server's words, without the password")
+{
+    SmtpTestServer server;
+    server.answer("AUTH", "535 5.7.8 Wrong");
+    OutboxMessage message = letter();
+    auto result = send(testSettings(server.address()), message, {"user", "s3cret"});
+    CHECK(result.outcome == Outcome::Refused);
+    CHECK(result.words == "535 5.7.8 Wrong");
+    server.answer("AUTH", "454 4.7.0 Not now");
+    result = send(testSettings(server.address()), message, {"user", "s3cret"});
+    CHECK(result.outcome == Outcome::Later);
+    CHECK(result.words == "454 4.7.0 Not now");
+}
