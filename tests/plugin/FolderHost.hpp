@@ -195,4 +195,27 @@ struct FolderHost : DetectorHost
     }
     [[nodiscard]] static Vecta::Vector2f seenCentre(const Trellis::Widget& widget) { return widget.mapToScene(widget.size() * 0.5f); }
 };
+
+/// A card on the table and a folder that is told of it by the test.
+struct CardAndFolder : FolderHost
+{
+    static constexpr Vecta::Vector2f kCard{600.f, 400.f};
+    static constexpr Vecta::Vector2f kStyledPlace{30.f, 40.f}; ///< of an item
+
+    std::int64_t id = 0;
+
+    explicit CardAndFolder(float cardRotation = 0.f)
+    {
+        addFolder();
+        id = putDown(code, kCard, cardRotation);
+        host.frame();
+    }
+    void down() { folder->personalMarkerDown(*card(id)); }
+    void up() { folder->personalMarkerUp(*card(id)); }
+    void moveCard(Vecta::Vector2f to)
+    {
+        host.input.markerMove(id, to);
+        host.frame();
+    }
+};
 }

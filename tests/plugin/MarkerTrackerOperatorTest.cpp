@@ -1,91 +1,30 @@
 #include "folder/MarkerTrackerOperator.hpp"
 
-#include "FolderHost.hpp"
+#include "TrackerTable.hpp"
 #include "LogCapture.hpp"
 
 #include <QRegion>
 
 #include <doctest/doctest.h>
 
-using PluginTest::FolderHost;
-using PluginTest::FolderItem;
+using PluginTest::carried;
+using PluginTest::kDegree;
 using PluginTest::near;
 using PluginTest::operatorsOf;
 using PluginTest::sameDirection;
-using Tavola::LaunchedContentOperator;
+using PluginTest::TrackerTable;
 using Tavola::MarkerTrackerOperator;
 using Vecta::Vector2f;
 
 namespace
 {
-constexpr double kDegree = PluginTest::kPi / 180.0;
-const Vector2f kCard{600.f, 400.f};
-const Vector2f kCorner{100.f, 50.f}; ///< of an item
-
-struct Options
-{
-    bool follow = true;
-    bool dismiss = false;
-    float offsetDegrees = 90.f;
-    bool reverse = false;
-};
-
-/// A card on the table, an item under the main widget, and trackers made by hand.
-struct Table : FolderHost
-{
-    std::int64_t id = 0;
-    Bedrock::IntrusivePtr<FolderItem> item = Bedrock::makeIntrusive<FolderItem>();
-    Bedrock::IntrusivePtr<MarkerTrackerOperator> tracker;
-    int dismissals = 0;
-    std::function<void()> whenDismissed;
-
-    explicit Table(float cardRotation = 0.f)
-    {
-        addFolder();
-        host.mainWidget().addChild(item);
-        item->setLocation({500.f, 300.f});
-        id = putDown(code, kCard, cardRotation);
-        host.frame();
-    }
-    Bedrock::IntrusivePtr<MarkerTrackerOperator> make(const Options& options = {})
-    {
-        const auto action = [this] {
-            ++dismissals;
-            if (whenDismissed)
-                whenDismissed();
-        };
-        return Bedrock::makeIntrusive<MarkerTrackerOperator>(*card(id), options.follow, options.dismiss, *folder, action,
-                                                             options.offsetDegrees, options.reverse);
-    }
-    /// A tracker at work on the item.
-    void track(const Options& options = {})
-    {
-        tracker = make(options);
-        tracker->setWidget(*item);
-        item->addOperator(tracker);
-    }
-    void moveCard(Vector2f to)
-    {
-        host.input.markerMove(id, to);
-        host.frame();
-    }
-    void moveCard(Vector2f to, double rotation)
-    {
-        host.input.markerMove(id, to, float(rotation));
-        host.frame();
-    }
-};
-
-/// Where a point that is fixed to a card goes with it.
-Vector2f carried(Vector2f point, Vector2f cardBefore, Vector2f cardAfter, double turn)
-{
-    return (point - cardBefore).rotated(float(turn)) + cardAfter;
-}
+constexpr Vector2f kCard = TrackerTable::kCard;
+constexpr Vector2f kCorner = TrackerTable::kCorner;
 }
 
 TEST_CASE("tracker: type and attribute are as style sheets know them")
 {
-    Table table;
+    TrackerTable table;
     for (const bool follow : {false, true}) {
         const auto tracker = table.make({follow});
         CHECK(tracker->cssType() == "marker-tracker-operator");
@@ -101,7 +40,7 @@ TEST_CASE("tracker: type and attribute are as style sheets know them")
 
 TEST_CASE("tracker: a style sheet decides over following where it says so")
 {
-    Table table;
+    TrackerTable table;
     table.track({false});
     table.host.style("FolderItem > marker-tracker-operator { move-widget-with-marker: true }");
     table.host.frame();
@@ -111,7 +50,7 @@ TEST_CASE("tracker: a style sheet decides over following where it says so")
 
 TEST_CASE("tracker: an item moves by as much as its card does")
 {
-    Table table;
+    TrackerTable table;
     table.track();
     const auto before = table.item->location();
     table.moveCard({650.f, 370.f});
@@ -122,7 +61,7 @@ TEST_CASE("tracker: an item moves by as much as its card does")
 
 TEST_CASE("tracker: turning the card by 30 degrees turns a following item by the same angle about the card's centre")
 {
-    Table table(float(10.0 * kDegree));
+    TrackerTable table(float(10.0 * kDegree));
     table.track();
     const auto rotation = table.item->rotation();
     const auto origin = table.seen(*table.item);
@@ -135,7 +74,7 @@ TEST_CASE("tracker: turning the card by 30 degrees turns a following item by the
 
 TEST_CASE("tracker: a card that is moved and turned at once takes the item along like a picture glued to it")
 {
-    Table table;
+    TrackerTable table;
     table.track();
     const auto origin = table.seen(*table.item);
     const auto corner = table.seen(*table.item, kCorner);
@@ -147,7 +86,7 @@ TEST_CASE("tracker: a card that is moved and turned at once takes the item along
 
 TEST_CASE("tracker: a turn over the zero of the angle is the short turn that it is")
 {
-    Table table(float(350.0 * kDegree));
+    TrackerTable table(float(350.0 * kDegree));
     table.track();
     const auto corner = table.seen(*table.item, kCorner);
     table.moveCard(kCard, 20.0 * kDegree);
@@ -158,7 +97,7 @@ TEST_CASE("tracker: a turn over the zero of the angle is the short turn that it 
 
 TEST_CASE("tracker: a full turn in many steps brings the item back to where it was")
 {
-    Table table;
+    TrackerTable table;
     table.track();
     const auto origin = table.seen(*table.item);
     for (int step = 1; step <= 36; ++step)
@@ -168,7 +107,7 @@ TEST_CASE("tracker: a full turn in many steps brings the item back to where it w
 
 TEST_CASE("tracker: the parent may be turned and scaled, on the table the item moves and turns as the card does")
 {
-    Table table;
+    TrackerTable table;
     const Bedrock::IntrusivePtr<Trellis::Widget> parent(new Trellis::Widget(&table.host.mainWidget()));
     parent->setSize({300.f, 300.f});
     parent->setLocation({400.f, 200.f});
@@ -197,7 +136,7 @@ TEST_CASE("tracker: the parent may be turned and scaled, on the table the item m
 
 TEST_CASE("tracker: an item that a visitor has put elsewhere follows from there")
 {
-    Table table;
+    TrackerTable table;
     table.track();
     table.item->setLocation({1000.f, 700.f});
     table.host.frames(3);
@@ -208,7 +147,7 @@ TEST_CASE("tracker: an item that a visitor has put elsewhere follows from there"
 
 TEST_CASE("tracker: while the card lies still nothing is changed and nothing is drawn")
 {
-    Table table;
+    TrackerTable table;
     table.track();
     table.host.frames(2);
     (void)table.host.app().takeDamage();
@@ -222,7 +161,7 @@ TEST_CASE("tracker: while the card lies still nothing is changed and nothing is 
 
 TEST_CASE("tracker: an item that does not follow is neither turned at the start nor moved")
 {
-    Table table(1.f);
+    TrackerTable table(1.f);
     table.track({false});
     CHECK(table.item->rotation() == 0.f);
     table.moveCard({700.f, 500.f}, 2.0);
@@ -232,7 +171,7 @@ TEST_CASE("tracker: an item that does not follow is neither turned at the start 
 
 TEST_CASE("tracker: following that is switched on later begins with the card as it lies then")
 {
-    Table table;
+    TrackerTable table;
     table.track({false});
     table.moveCard({700.f, 500.f}, 1.0);
     auto& moves = dynamic_cast<Facet::AttributeT<bool>&>(*table.tracker->attribute("move-widget-with-marker"));
@@ -249,7 +188,7 @@ TEST_CASE("tracker: following that is switched on later begins with the card as 
 
 TEST_CASE("tracker: at the start a following item gets the card's rotation and the offset, and keeps its location")
 {
-    Table table(float(20.0 * kDegree));
+    TrackerTable table(float(20.0 * kDegree));
     SUBCASE("a quarter turn") { table.track(); }
     SUBCASE("an offset of its own") { table.track({true, false, -35.f}); }
     const double offset = table.item->rotation() > 1.f ? 90.0 : -35.0;
@@ -260,7 +199,7 @@ TEST_CASE("tracker: at the start a following item gets the card's rotation and t
 
 TEST_CASE("tracker: at the start the location is restored under turned and scaled parents too")
 {
-    Table table(0.4f);
+    TrackerTable table(0.4f);
     table.host.mainWidget().setScale(0.6f);
     table.host.mainWidget().setRotation(1.1f);
     table.item->setScale(1.5f);
@@ -271,7 +210,7 @@ TEST_CASE("tracker: at the start the location is restored under turned and scale
 
 TEST_CASE("tracker: at the start the card counts as it lay when the tracker was made")
 {
-    Table table(0.5f);
+    TrackerTable table(0.5f);
     table.tracker = table.make({true, false, 0.f});
     table.moveCard({800.f, 600.f}, 1.5);
     table.tracker->setWidget(*table.item);
@@ -286,7 +225,7 @@ TEST_CASE("tracker: at the start the card counts as it lay when the tracker was 
 
 TEST_CASE("tracker: in reverse mode the item has the class manual-control until the tracker is removed")
 {
-    Table table;
+    TrackerTable table;
     table.track({false, false, 90.f, true});
     CHECK(table.item->hasCSSClass("manual-control"));
     table.host.frames(3);
@@ -303,7 +242,7 @@ TEST_CASE("tracker: in reverse mode the item has the class manual-control until 
 
 TEST_CASE("tracker: outside reverse mode the item never has the class manual-control")
 {
-    Table table;
+    TrackerTable table;
     table.track();
     CHECK_FALSE(table.item->hasCSSClass("manual-control"));
     table.host.frame();
@@ -312,7 +251,7 @@ TEST_CASE("tracker: outside reverse mode the item never has the class manual-con
 
 TEST_CASE("tracker: in reverse mode an item neither follows its card nor goes with it")
 {
-    Table table;
+    TrackerTable table;
     table.track({true, true, 90.f, true});
     // Its start is the same.
     CHECK(sameDirection(table.item->rotation(), 90.0 * kDegree));
@@ -331,7 +270,7 @@ TEST_CASE("tracker: in reverse mode an item neither follows its card nor goes wi
 
 TEST_CASE("tracker: the class goes from the item, not from the widget that carries the tracker")
 {
-    Table table;
+    TrackerTable table;
     const Bedrock::IntrusivePtr<Trellis::Widget> carrier(new Trellis::Widget(&table.host.mainWidget()));
     carrier->addCSSClass("manual-control");
     table.tracker = table.make({false, false, 90.f, true});
@@ -345,7 +284,7 @@ TEST_CASE("tracker: the class goes from the item, not from the widget that carri
 
 TEST_CASE("tracker: an item that can take a card is handed it, as it lies now")
 {
-    Table table(0.25f);
+    TrackerTable table(0.25f);
     table.tracker = table.make();
     table.moveCard({640.f, 420.f});
     bool wasTurned = false;
@@ -363,7 +302,7 @@ TEST_CASE("tracker: an item that can take a card is handed it, as it lies now")
 
 TEST_CASE("tracker: an item is marked for manual control before it is handed its card")
 {
-    Table table;
+    TrackerTable table;
     bool wasMarked = false;
     table.item->onTake = [&] { wasMarked = table.item->hasCSSClass("manual-control"); };
     table.track({false, false, 90.f, true});
@@ -373,7 +312,7 @@ TEST_CASE("tracker: an item is marked for manual control before it is handed its
 
 TEST_CASE("tracker: a card that is gone is handed to nobody")
 {
-    Table table;
+    TrackerTable table;
     table.tracker = table.make();
     table.lift(table.id);
     table.tracker->setWidget(*table.item);
@@ -383,7 +322,7 @@ TEST_CASE("tracker: a card that is gone is handed to nobody")
 
 TEST_CASE("tracker: an item that takes no cards is tracked all the same")
 {
-    Table table;
+    TrackerTable table;
     const Bedrock::IntrusivePtr<Trellis::Widget> plain(new Trellis::Widget(&table.host.mainWidget()));
     plain->setSize({10.f, 10.f});
     plain->setLocation({5.f, 5.f});
@@ -396,7 +335,7 @@ TEST_CASE("tracker: an item that takes no cards is tracked all the same")
 
 TEST_CASE("tracker: an item that removes itself when it is handed the card is let go")
 {
-    Table table;
+    TrackerTable table;
     table.item->onTake = [&] { table.item->removeFromParent(); };
     table.track();
     table.moveCard({700.f, 500.f});
@@ -405,7 +344,7 @@ TEST_CASE("tracker: an item that removes itself when it is handed the card is le
 
 TEST_CASE("lifting: without dismissal the item stays where it is and the tracker ends")
 {
-    Table table;
+    TrackerTable table;
     table.track({true, false});
     table.moveCard({640.f, 400.f});
     const auto location = table.item->location();
@@ -423,7 +362,7 @@ TEST_CASE("lifting: without dismissal the item stays where it is and the tracker
 
 TEST_CASE("lifting: with dismissal the action runs once and the tracker ends")
 {
-    Table table;
+    TrackerTable table;
     table.track({true, true});
     table.host.frames(2);
     CHECK(table.dismissals == 0);
@@ -436,7 +375,7 @@ TEST_CASE("lifting: with dismissal the action runs once and the tracker ends")
 
 TEST_CASE("lifting: an item that does not follow is dismissed too")
 {
-    Table table;
+    TrackerTable table;
     table.track({false, true});
     table.lift(table.id);
     CHECK(table.dismissals == 1);
@@ -444,7 +383,7 @@ TEST_CASE("lifting: an item that does not follow is dismissed too")
 
 TEST_CASE("lifting: the card's last way is not made up for")
 {
-    Table table;
+    TrackerTable table;
     table.track();
     const auto location = table.item->location();
     table.host.input.markerMove(table.id, {900.f, 700.f});
@@ -454,7 +393,7 @@ TEST_CASE("lifting: the card's last way is not made up for")
 
 TEST_CASE("lifting: a card that was gone before the tracker began is found out in the first frame")
 {
-    Table table;
+    TrackerTable table;
     table.tracker = table.make({true, true});
     table.lift(table.id);
     table.tracker->setWidget(*table.item);
@@ -467,7 +406,7 @@ TEST_CASE("lifting: a card that was gone before the tracker began is found out i
 
 TEST_CASE("lifting: a card that is lifted and put down within one frame is the same card to its item")
 {
-    Table table;
+    TrackerTable table;
     table.track({true, true});
     const auto before = table.item->location();
     table.host.input.markerUp(table.id);
@@ -479,7 +418,7 @@ TEST_CASE("lifting: a card that is lifted and put down within one frame is the s
 
 TEST_CASE("lifting: other cards that stay do not hold an item")
 {
-    Table table;
+    TrackerTable table;
     table.track({true, true});
     (void)table.putDown(PluginTest::newCode(), {800.f, 500.f});
     CHECK(table.dismissals == 0);
@@ -489,7 +428,7 @@ TEST_CASE("lifting: other cards that stay do not hold an item")
 
 TEST_CASE("lifting: a dismissal may take the item from the tree at once")
 {
-    Table table;
+    TrackerTable table;
     table.whenDismissed = [&] { table.item->removeFromParent(); };
     table.track({true, true});
     table.lift(table.id);
@@ -500,7 +439,7 @@ TEST_CASE("lifting: a dismissal may take the item from the tree at once")
 
 TEST_CASE("lifting: a dismissal may take the tracker away at once")
 {
-    Table table;
+    TrackerTable table;
     table.whenDismissed = [&] {
         table.item->removeOperator(*table.tracker);
         table.tracker.reset();
@@ -514,7 +453,7 @@ TEST_CASE("lifting: a dismissal may take the tracker away at once")
 
 TEST_CASE("dismissing: the action runs only where items are dismissed, the tracker ends in every case")
 {
-    Table table;
+    TrackerTable table;
     for (const bool dismiss : {false, true}) {
         CAPTURE(dismiss);
         table.dismissals = 0;
@@ -529,7 +468,7 @@ TEST_CASE("dismissing: the action runs only where items are dismissed, the track
 
 TEST_CASE("dismissing: in the frame in which the card goes too, the action runs once")
 {
-    Table table;
+    TrackerTable table;
     table.track({true, true});
     table.tracker->dismissContent();
     table.lift(table.id);
@@ -539,7 +478,7 @@ TEST_CASE("dismissing: in the frame in which the card goes too, the action runs 
 
 TEST_CASE("dismissing: what was dismissed does not follow any more")
 {
-    Table table;
+    TrackerTable table;
     table.track({true, true});
     table.tracker->dismissContent();
     const auto location = table.item->location();
@@ -549,7 +488,7 @@ TEST_CASE("dismissing: what was dismissed does not follow any more")
 
 TEST_CASE("tracked item: one that is gone is no target any more, and nothing is done to it")
 {
-    Table table;
+    TrackerTable table;
     const Bedrock::IntrusivePtr<Trellis::Widget> carrier(new Trellis::Widget(&table.host.mainWidget()));
     table.tracker = table.make({true, true});
     table.tracker->setWidget(*table.item);
@@ -573,7 +512,7 @@ TEST_CASE("tracked item: one that is gone is no target any more, and nothing is 
 
 TEST_CASE("tracked item: one that goes with its tracker, before the card or with it, is no trouble")
 {
-    Table table;
+    TrackerTable table;
     table.track({true, true, 90.f, false});
     SUBCASE("before the card")
     {
@@ -604,7 +543,7 @@ TEST_CASE("tracked item: one that goes with its tracker, before the card or with
 
 TEST_CASE("tracked item: while it has no parent it does not move, but the card is kept in mind")
 {
-    Table table;
+    TrackerTable table;
     table.tracker = table.make();
     table.tracker->setWidget(*table.item);
     table.item->removeFromParent();
@@ -622,7 +561,7 @@ TEST_CASE("tracked item: while it has no parent it does not move, but the card i
 
 TEST_CASE("tracker: the folder may go while its items are tracked")
 {
-    Table table;
+    TrackerTable table;
     table.track({true, true});
     table.folder.reset();
     table.component.reset();
@@ -635,7 +574,7 @@ TEST_CASE("tracker: the folder may go while its items are tracked")
 
 TEST_CASE("tracker: two trackers of one item both move it, and each ends with its own card")
 {
-    Table table;
+    TrackerTable table;
     const auto otherId = table.putDown(PluginTest::newCode(), {300.f, 300.f});
     table.track({true, false, 0.f});
     const auto second = Bedrock::makeIntrusive<MarkerTrackerOperator>(*table.card(otherId), true, false, *table.folder,
@@ -651,209 +590,9 @@ TEST_CASE("tracker: two trackers of one item both move it, and each ends with it
 
 TEST_CASE("tracker: a dismissal without an action is no trouble")
 {
-    Table table;
+    TrackerTable table;
     const auto tracker = Bedrock::makeIntrusive<MarkerTrackerOperator>(*table.card(table.id), true, true, *table.folder,
                                                                        std::function<void()>(), 0.f, false);
     tracker->dismissContent();
     CHECK(tracker->isDone());
-}
-
-// ---- While the item still opens --------------------------------------------------------------------------------------
-
-namespace
-{
-/// Where origin and corner of a following item are seen in the end, when the card moves after `framesBefore` frames of an
-/// opening that takes 30.
-std::pair<Vector2f, Vector2f> endOfOpening(bool relative, int framesBefore, Vector2f to, double rotation, bool turnedMain)
-{
-    Table table(0.3f);
-    if (turnedMain) {
-        table.host.mainWidget().setScale(0.8f);
-        table.host.mainWidget().setRotation(0.5f);
-    }
-    table.item->setLocation({40.f, 25.f});
-    table.item->addOperator(Bedrock::makeIntrusive<LaunchedContentOperator>(
-        relative, table.host.mainWidget().mapFromScene(kCard), 0.5f));
-    table.track({true, false, 20.f});
-    table.host.frames(framesBefore);
-    table.moveCard(to, rotation);
-    table.host.frames(60);
-    CHECK(operatorsOf<LaunchedContentOperator>(*table.item).empty());
-    return {FolderHost::seen(*table.item), FolderHost::seen(*table.item, kCorner)};
-}
-}
-
-TEST_CASE("opening: it ends at the moved place when the card moves meanwhile")
-{
-    const Vector2f to{750.f, 460.f};
-    for (const bool relative : {true, false}) {
-        for (const bool turnedMain : {false, true}) {
-            for (const double rotation : {0.3, 1.2}) {
-                CAPTURE(relative);
-                CAPTURE(turnedMain);
-                CAPTURE(rotation);
-                const auto afterwards = endOfOpening(relative, 60, to, rotation, turnedMain);
-                for (const int frames : {0, 1, 10, 28}) {
-                    CAPTURE(frames);
-                    const auto meanwhile = endOfOpening(relative, frames, to, rotation, turnedMain);
-                    CHECK(near(meanwhile.first, afterwards.first, 0.5f));
-                    CHECK(near(meanwhile.second, afterwards.second, 0.5f));
-                }
-            }
-        }
-    }
-}
-
-TEST_CASE("opening: many small moves meanwhile end where one would")
-{
-    Table table;
-    table.item->setLocation({40.f, 25.f});
-    table.item->addOperator(Bedrock::makeIntrusive<LaunchedContentOperator>(true, kCard, 0.5f));
-    table.track({true, false, 0.f});
-    for (int step = 1; step <= 25; ++step)
-        table.moveCard(kCard + Vector2f(4.f, -2.f) * float(step));
-    table.host.frames(60);
-    CHECK(near(table.item->location(), kCard + Vector2f(40.f, 25.f) + Vector2f(100.f, -50.f), 0.2f));
-    CHECK(table.item->scale() == doctest::Approx(1.f));
-}
-
-TEST_CASE("opening: an item that does not follow opens where the card was")
-{
-    Table table;
-    table.item->setLocation({40.f, 25.f});
-    table.item->addOperator(Bedrock::makeIntrusive<LaunchedContentOperator>(true, kCard, 0.5f));
-    table.track({false});
-    table.host.frames(5);
-    table.moveCard({900.f, 600.f}, 1.0);
-    table.host.frames(60);
-    CHECK(near(table.item->location(), kCard + Vector2f(40.f, 25.f)));
-}
-
-// ---- Nodes of menus --------------------------------------------------------------------------------------------------
-
-namespace
-{
-/// A menu on the table with one node at the card.
-struct MenuTable : Table
-{
-    Bedrock::IntrusivePtr<Tavola::ContentMenuWidget> menu;
-    Tavola::ContentMenuWidget::NodeId node = 0;
-
-    MenuTable()
-    {
-        addMenu(kRelative);
-        const auto menuComponent =
-            std::dynamic_pointer_cast<Tavola::WidgetComponent>(component->assignments(kRelative).front());
-        menu = Bedrock::dynamicPointerCast<Tavola::ContentMenuWidget>(menuComponent->createContentWidget());
-        host.mainWidget().addChild(menu);
-        node = menu->prepare(kCard);
-        REQUIRE(node != 0);
-        REQUIRE(menu->nodeWidget(node));
-    }
-    void trackNode(const Options& options = {})
-    {
-        tracker = make(options);
-        tracker->setMenuNode(*menu, node);
-        menu->addOperator(tracker);
-    }
-};
-}
-
-TEST_CASE("menu: the widget of the node is what is moved, the menu stays")
-{
-    MenuTable table;
-    table.trackNode();
-    CHECK(table.tracker->getTargetWidget() == table.menu->nodeWidget(table.node));
-    table.finishOpening();
-    const auto menuBefore = table.seen(*table.menu);
-    const auto origin = table.seen(*table.menu->nodeWidget(table.node));
-    const Vector2f to{660.f, 420.f};
-    table.moveCard(to, 30.0 * kDegree);
-    CHECK(near(table.seen(*table.menu->nodeWidget(table.node)), carried(origin, kCard, to, 30.0 * kDegree)));
-    CHECK(near(table.seen(*table.menu), menuBefore));
-}
-
-TEST_CASE("menu: a node that still opens ends at the moved place")
-{
-    MenuTable table;
-    table.trackNode({true, false, 0.f});
-    table.host.frames(3);
-    table.moveCard(kCard + Vector2f(80.f, 30.f));
-    table.finishOpening();
-    CHECK(near(table.seenCentre(*table.menu->nodeWidget(table.node)), kCard + Vector2f(80.f, 30.f), 0.5f));
-}
-
-TEST_CASE("menu: a node that does not follow stays")
-{
-    MenuTable table;
-    table.trackNode({false});
-    table.finishOpening();
-    const auto origin = table.seen(*table.menu->nodeWidget(table.node));
-    table.moveCard({800.f, 500.f}, 1.0);
-    CHECK(near(table.seen(*table.menu->nodeWidget(table.node)), origin));
-}
-
-TEST_CASE("menu: a node that is closed is no target any more")
-{
-    MenuTable table;
-    table.trackNode({true, true});
-    table.finishOpening();
-    SUBCASE("the menu goes with its last node, and the tracker with it")
-    {
-        table.menu->closeNode(table.node);
-        CHECK_FALSE(table.tracker->getTargetWidget());
-        table.moveCard({800.f, 500.f}, 1.0);
-        table.host.frames(30);
-        REQUIRE_FALSE(table.menu->parent());
-        table.lift(table.id);
-        CHECK(table.dismissals == 0);
-    }
-    SUBCASE("a menu with another node stays, and the tracker waits for its card")
-    {
-        const auto other = table.menu->prepare({900.f, 600.f});
-        table.finishOpening();
-        const auto origin = table.seen(*table.menu->nodeWidget(other));
-        table.menu->closeNode(table.node);
-        CHECK_FALSE(table.tracker->getTargetWidget());
-        table.moveCard({800.f, 500.f}, 1.0);
-        CHECK(near(table.seen(*table.menu->nodeWidget(other)), origin));
-        table.host.frames(30);
-        CHECK(table.dismissals == 0);
-        table.lift(table.id);
-        CHECK(table.dismissals == 1);
-        CHECK(operatorsOf<MarkerTrackerOperator>(*table.menu).empty());
-    }
-}
-
-TEST_CASE("menu: a menu that is gone is no target any more")
-{
-    MenuTable table;
-    table.trackNode({true, true});
-    table.menu->removeFromParent();
-    table.menu.reset();
-    table.host.frames(2);
-    CHECK_FALSE(table.tracker->getTargetWidget());
-    table.moveCard({800.f, 500.f});
-    table.lift(table.id);
-    table.tracker->dismissContent();
-    CHECK(table.tracker->isDone());
-}
-
-TEST_CASE("menu: lifting the card dismisses where items are dismissed, and ends the tracker")
-{
-    MenuTable table;
-    SUBCASE("dismissed")
-    {
-        table.trackNode({true, true});
-        table.lift(table.id);
-        CHECK(table.dismissals == 1);
-    }
-    SUBCASE("left")
-    {
-        table.trackNode({true, false});
-        table.lift(table.id);
-        CHECK(table.dismissals == 0);
-        CHECK(table.menu->nodeWidget(table.node));
-    }
-    CHECK(operatorsOf<MarkerTrackerOperator>(*table.menu).empty());
 }

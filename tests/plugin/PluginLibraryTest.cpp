@@ -1,6 +1,7 @@
 #include "LogCapture.hpp"
 #include "TestHost.hpp"
 
+#include <Cascara/LazyAttributeManager.hpp>
 #include <Tavola/Component.hpp>
 #include <Tavola/PluginLoader.hpp>
 #include <Tavola/WidgetInstance.hpp>
@@ -14,8 +15,13 @@
 
 #include <doctest/doctest.h>
 
+#include <dlfcn.h>
+
 #include <algorithm>
 #include <fstream>
+#include <optional>
+#include <typeinfo>
+#include <utility>
 
 using Tavola::PluginLoader;
 using TestSupport::TestHost;
@@ -129,6 +135,80 @@ TEST_CASE("plug-in: the records name the component's class and carry the package
     const auto& detector = *factories.at("tavola-personal-tessel-detector");
     CHECK(*detector.type == typeid(Tavola::CustomWidgetInstanceComponent));
     CHECK(detector.schema.type() == "widget-instance");
+}
+
+TEST_CASE("plug-in: every component makes its widget, and folder and detector have instances of their own")
+{
+    TestHost host;
+    const auto plugin = load();
+    const std::vector<std::pair<const char*, const char*>> types{
+        {"personal-space-widget", "PersonalSpaceWidget"},
+        {"email-widget-popup", "EmailSendingPopupWidget"},
+        {"personal-folder", "PersonalFolderWidget"},
+        {"tavola-personal-tessel-detector", "PersonalTesselDetectorWidget"}};
+    REQUIRE(types.size() == kAllNames.size());
+    for (const auto& [name, cssType] : types) {
+        CAPTURE(name);
+        const auto& factory = *host.tavola().factories().at(name);
+        const bool hasOwnInstance = *factory.type == typeid(Tavola::CustomWidgetInstanceComponent);
+        CHECK(hasOwnInstance == (factory.schema.type() == "widget-instance"));
+        const auto component = host.tavola().createComponent(name);
+        REQUIRE(component);
+        CHECK(component != host.tavola().createComponent(name));
+        const auto instance = component->createInstance();
+        REQUIRE(instance);
+        CHECK(instance->component() == component);
+        CHECK((typeid(*instance) != typeid(Tavola::WidgetInstance)) == hasOwnInstance);
+        CHECK(instance->widget()->cssType() == cssType);
+        CHECK_FALSE(instance->widget()->parent());
+        CHECK(instance->widget() != component->createContentWidget());
+    }
+    host.frame();
+}
+
+TEST_CASE("plug-in: the attribute of tracked widgets is known as long as the library is loaded")
+{
+    const auto isKnown = [] { return Cascara::LazyAttributeManager::isRegistered("track-tessels-on-widget"); };
+    for (const bool applicationGoesFirst : {false, true}) {
+        CAPTURE(applicationGoesFirst);
+        std::optional<TestHost> host(std::in_place);
+        CHECK_FALSE(isKnown());
+        auto plugin = load();
+        CHECK(isKnown());
+        if (applicationGoesFirst)
+            host.reset();
+        plugin.reset();
+        CHECK_FALSE(isKnown());
+    }
+}
+
+TEST_CASE("plug-in: loaded where no application exists it registers nothing, silently, and leaves so")
+{
+    void* const library = dlopen(PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL);
+    REQUIRE(library);
+    {
+        TestHost host;
+        CHECK(registeredNames(host).empty());
+        CHECK(dlclose(library) == 0);
+        CHECK(registeredNames(host).empty());
+    }
+    CHECK_FALSE(isMapped(PLUGIN_FILE));
+    CHECK(TestSupport::loggedLines().empty());
+}
+
+TEST_CASE("plug-in: unloading takes the components out in the reverse order of their registration")
+{
+    TestHost host;
+    auto plugin = load();
+    std::vector<std::string> gone;
+    for (const auto& entry : host.tavola().factories()) {
+        // Ends with its record, which nobody but the table keeps.
+        const std::shared_ptr<void> witness(nullptr, [&gone, name = entry.first.toStdString()](void*) { gone.push_back(name); });
+        entry.second->create = [witness] { return std::shared_ptr<Tavola::UIComponent>(); };
+    }
+    CHECK(gone.empty());
+    plugin.reset();
+    CHECK(gone == std::vector<std::string>(kAllNames.rbegin(), kAllNames.rend()));
 }
 
 TEST_CASE("plug-in: a card opens a space through the loaded library, which can be unloaded after that and loaded again")

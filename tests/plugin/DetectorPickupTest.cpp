@@ -1,0 +1,179 @@
+#include "detector/PersonalTesselDetectorWidget.hpp"
+
+#include "FoldersOnDetector.hpp"
+#include "LogCapture.hpp"
+
+#include <doctest/doctest.h>
+
+// Folders, and the host's own detector, for cards that lie on the table when a detector comes.
+
+using PluginTest::FolderHost;
+using PluginTest::newCode;
+using PluginTest::Strings;
+using Vecta::Vector2f;
+
+namespace
+{
+using Table = PluginTest::FoldersOnDetector;
+using Answer = Table::Answer;
+constexpr const char* kSlot = Table::kSlot;
+constexpr Vector2f kCard = Table::kCard;
+}
+
+namespace
+{
+/// The host's own detector; says what it got.
+class HostDetector final : public Trellis::Widget
+{
+public:
+    explicit HostDetector(Trellis::Widget* parent) : Trellis::Widget(parent) { setCSSType("MarkerDetectorWidget"); }
+    void markerDown(Tactile::Marker marker, Trellis::GrabManager& grabManager) override
+    {
+        codes.push_back(marker.code());
+        if (whenDown)
+            whenDown(marker, grabManager);
+    }
+    std::vector<unsigned long> codes;
+    std::function<void(Tactile::Marker, Trellis::GrabManager&)> whenDown;
+};
+}
+
+TEST_CASE("pickup: a card with a content key is taken over without opening its folder, and its lifting goes there")
+{
+    FolderHost table;
+    const auto keyed = newCode();
+    table.host.addPerson(keyed, "Cleo", "", "folder-1");
+    table.addFolder();
+    table.addItem(FolderHost::kRelative, "r");
+    table.set("reverse-mode", true);
+    table.host.tesselService().answerPersonalWidget = [&table](unsigned long) { return Answer(table.folder); };
+    const auto id = table.putDown(keyed, kCard);
+    table.addDetector();
+    table.host.frame();
+    CHECK(table.holder(id) == table.detector.get());
+    CHECK(table.host.tesselService().personalWidgetCalls.empty());
+    table.lift(id);
+    CHECK(table.itemNames() == Strings{"r"});
+}
+
+TEST_CASE("pickup: the markers are taken in the order in which they lie in the sample")
+{
+    FolderHost table;
+    const Bedrock::IntrusivePtr<HostDetector> hostDetector(new HostDetector(table.host.ui().internalOverlayWidget().get()));
+    const std::vector<unsigned long> codes{newCode() + 5000, newCode(), newCode() + 9000};
+    for (std::size_t i = 0; i < codes.size(); ++i)
+        (void)table.putDown(codes[i], {1200.f + 100.f * float(i), 900.f});
+    table.addDetector();
+    table.host.frame();
+    CHECK(hostDetector->codes == codes);
+}
+
+TEST_CASE("pickup: unknown cards inside the detector go to the host's own detector, the first one of several")
+{
+    FolderHost table;
+    const Bedrock::IntrusivePtr<Trellis::Widget> nest(new Trellis::Widget(table.host.ui().internalOverlayWidget().get()));
+    const Bedrock::IntrusivePtr<HostDetector> first(new HostDetector(nest.get()));
+    const Bedrock::IntrusivePtr<HostDetector> second(new HostDetector(table.host.ui().internalOverlayWidget().get()));
+    const auto id = table.putDown(newCode(), kCard);
+    table.addDetector();
+    table.host.frame();
+    CHECK(table.holder(id) == first.get());
+    CHECK(second->codes.empty());
+}
+
+TEST_CASE("pickup: an unknown card that a widget beside the background holds is left to it")
+{
+    FolderHost table;
+    const Bedrock::IntrusivePtr<HostDetector> hostDetector(new HostDetector(table.host.ui().internalOverlayWidget().get()));
+    const Bedrock::IntrusivePtr<Trellis::Widget> other(new Trellis::Widget(&table.host.mainWidget()));
+    other->setSize({100.f, 100.f});
+    other->setLocation({550.f, 350.f});
+    const auto id = table.putDown(newCode(), kCard);
+    table.addDetector();
+    table.host.frame();
+    CHECK(table.holder(id) == other.get());
+    CHECK(hostDetector->codes.empty());
+}
+
+TEST_CASE("pickup: any widget of class tavola-background counts as background")
+{
+    FolderHost table;
+    table.host.addPerson(table.code, "Ann");
+    const Bedrock::IntrusivePtr<Trellis::Widget> other(new Trellis::Widget(&table.host.mainWidget()));
+    other->setSize({100.f, 100.f});
+    other->setLocation({550.f, 350.f});
+    other->addCSSClass("tavola-background");
+    const auto id = table.putDown(table.code, kCard);
+    REQUIRE(table.holder(id) == other.get());
+    table.addDetector();
+    table.host.frame();
+    CHECK(table.holder(id) == table.detector.get());
+}
+
+TEST_CASE("pickup: a known card outside the detector is left alone also where the host has a detector")
+{
+    FolderHost table;
+    const Bedrock::IntrusivePtr<HostDetector> hostDetector(new HostDetector(table.host.ui().internalOverlayWidget().get()));
+    table.host.addPerson(table.code, "Ann");
+    const auto id = table.putDown(table.code, {1500.f, 900.f});
+    table.addDetector();
+    table.host.frame();
+    CHECK(table.holder(id) == table.host.ui().background().get());
+    CHECK(hostDetector->codes.empty());
+}
+
+TEST_CASE("pickup: the place is looked at in the detector's own coordinates, turned and scaled as it may be")
+{
+    FolderHost table;
+    table.host.addPerson(table.code, "Ann");
+    const auto other = newCode();
+    table.host.addPerson(other, "Bob");
+    // 800 by 600 at (200, 100), turned by a quarter about its corner: x from -400 to 200, y from 100 to 900.
+    const auto inside = table.putDown(table.code, {100.f, 850.f});
+    const auto outside = table.putDown(other, kCard);
+    table.addDetector();
+    table.detector->setRotation(float(PluginTest::kPi / 2));
+    table.host.frame();
+    CHECK(table.holder(inside) == table.detector.get());
+    CHECK(table.holder(outside) == table.host.ui().background().get());
+}
+
+TEST_CASE("pickup: rejected cards are refused in the first frame, the slot's folder counts only after it")
+{
+    FolderHost table;
+    table.host.addPerson(table.code, "Ann");
+    const auto id = table.putDown(table.code);
+    const auto component =
+        std::dynamic_pointer_cast<Tavola::UIComponent>(table.host.tavola().createComponent("tavola-personal-tessel-detector"));
+    component->assign(kSlot, table.makeFolderComponent());
+    table.detector = Bedrock::dynamicPointerCast<FolderHost::Detector>(component->createContentWidget());
+    table.host.mainWidget().addChild(table.detector);
+    table.attribute<QString>("marker-filters").setValue("1");
+    table.host.frame();
+    CHECK(table.holder(id) == table.host.ui().background().get());
+    // A pickup asked for later takes it.
+    table.detector->pickupIdleMarkers();
+    CHECK(table.holder(id) == table.detector.get());
+}
+
+TEST_CASE("pickup: while it runs cards down are ignored, cards up are not")
+{
+    Table table;
+    table.set("reverse-mode", true);
+    const Bedrock::IntrusivePtr<HostDetector> hostDetector(new HostDetector(table.host.ui().internalOverlayWidget().get()));
+    const auto unknown = table.putDown(newCode(), {1500.f, 900.f});
+    REQUIRE(table.holder(unknown) == table.host.ui().background().get());
+    const Tactile::Marker keyed(4711, table.keyed, kCard);
+    hostDetector->whenDown = [&](const Tactile::Marker&, Trellis::GrabManager& grabs) {
+        table.detector->markerDown(keyed, grabs);
+        CHECK(table.asked().empty());
+        table.detector->markerUp(keyed, grabs);
+        CHECK(table.asked() == std::vector<unsigned long>{table.keyed});
+    };
+    table.detector->pickupIdleMarkers();
+    CHECK(hostDetector->codes.size() == 1);
+    CHECK(table.itemNames() == Strings{"r"});
+    hostDetector->whenDown = nullptr;
+    table.detector->markerDown(Tactile::Marker(4712, table.code, kCard), table.grabs());
+    CHECK(table.spaces().size() == 1);
+}

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "FolderHost.hpp"
+#include "detector/PersonalTesselDetectorInstance.hpp"
+
+namespace PluginTest
+{
+/// A table with a detector, and a person whose card owns the table's folder of one relative item.
+struct FoldersOnDetector : FolderHost
+{
+    using Answer = TestSupport::FakeTesselService::WidgetOrError;
+    static constexpr const char* kSlot = "custom-tessel-content";
+    static constexpr Vecta::Vector2f kCard{600.f, 400.f};
+
+    unsigned long keyed = newCode();
+
+    FoldersOnDetector()
+    {
+        host.addPerson(code, "Ann", "ann@example.org");
+        host.addPerson(keyed, "Cleo", "cleo@example.org", "folder-1");
+        addFolder();
+        addItem(kRelative, "r");
+        host.tesselService().answerPersonalWidget = [this](unsigned long) { return Answer(folder); };
+        addDetector();
+        host.frame();
+    }
+    /// Something that keeps the service's answer from keeping the folder.
+    ~FoldersOnDetector() { host.tesselService().answerPersonalWidget = nullptr; }
+
+    void answer(std::function<Answer()> what)
+    {
+        host.tesselService().answerPersonalWidget = [what = std::move(what)](unsigned long) { return what(); };
+    }
+    [[nodiscard]] std::vector<unsigned long>& asked() { return host.tesselService().personalWidgetCalls; }
+    [[nodiscard]] std::shared_ptr<Tavola::PersonalTesselDetectorInstance> instance()
+    {
+        return std::dynamic_pointer_cast<Tavola::PersonalTesselDetectorInstance>(host.tavola().widgetInstance(detector->id()));
+    }
+    [[nodiscard]] std::shared_ptr<Tavola::UIComponent> detectorComponent()
+    {
+        return std::dynamic_pointer_cast<Tavola::UIComponent>(instance()->component());
+    }
+    [[nodiscard]] Trellis::GrabManager& grabs() { return *host.app().grabManager(); }
+    [[nodiscard]] bool wouldGrab(unsigned long card, Vecta::Vector2f point = kCard)
+    {
+        return detector->shouldGrab(grabs(), Tactile::Marker(1, card, point));
+    }
+    static std::string failure(unsigned long card, const std::string& text)
+    {
+        return "PersonalTesselDetectorWidget::handlePersonalMarker # Failed to create personal folder for code " +
+               std::to_string(card) + " (" + text + ")";
+    }
+
+    /// The component of a folder whose item has that name, for the detector's slot.
+    [[nodiscard]] std::shared_ptr<Component> folderWith(const std::string& name)
+    {
+        auto made = makeFolderComponent();
+        made->assign(kRelative, itemComponent(name));
+        return made;
+    }
+    void rejectAll() { attribute<QString>("marker-filters").setValue("1"); }
+    /// Puts a folder of one item "slot" into the detector's slot, and waits until it counts.
+    std::shared_ptr<Component> useSlot()
+    {
+        auto made = folderWith("slot");
+        detectorComponent()->assign(kSlot, made);
+        host.frame();
+        REQUIRE(instance()->contentForInvalidTessel());
+        return made;
+    }
+};
+}

@@ -1,0 +1,248 @@
+#include "folder/PersonalFolderWidget.hpp"
+
+#include "FolderHost.hpp"
+#include "LogCapture.hpp"
+
+#include <Trellis/FadeAnimator.hpp>
+
+#include <doctest/doctest.h>
+
+// Folders that open when a card is lifted.
+
+using PluginTest::FolderHost;
+using PluginTest::FolderItem;
+using PluginTest::near;
+using PluginTest::operatorsOf;
+using PluginTest::Strings;
+using Tavola::MarkerTrackerOperator;
+using Vecta::Vector2f;
+using Table = PluginTest::CardAndFolder;
+
+namespace
+{
+constexpr Vector2f kCard = Table::kCard;
+constexpr Vector2f kStyledPlace = Table::kStyledPlace;
+
+/// A folder in reverse mode with an item and a menu, and a card that was lifted from it.
+struct ReverseTable : Table
+{
+    Tactile::Marker marker{1, 1, {0.f, 0.f}};
+    Tactile::Marker other{9999, 4242, {300.f, 200.f}};
+
+    explicit ReverseTable(bool dismiss = true)
+    {
+        set("reverse-mode", true);
+        set("dismiss-widgets", dismiss);
+        addItem(kRelative, "r");
+        addItem(kAbsolute, "a");
+        marker = *card(id);
+        lift(id);
+    }
+    void down() { folder->personalMarkerDown(marker); }
+    void up() { folder->personalMarkerUp(marker); }
+    /// Lets what was dismissed go.
+    void settle() { host.frames(30); }
+};
+}
+
+TEST_CASE("reverse mode: card up opens, and the next card down dismisses")
+{
+    ReverseTable table;
+    table.down();
+    CHECK(table.items().empty());
+    table.up();
+    CHECK(table.itemNames() == Strings{"r", "a"});
+    table.settle();
+    CHECK(table.items().size() == 2);
+    table.down();
+    for (const auto* item : table.items())
+        CHECK(Trellis::FadeAnimator::isFadingOut(*item));
+    table.settle();
+    CHECK(table.items().empty());
+}
+
+TEST_CASE("reverse mode: the card down dismisses exactly what the same marker id opened")
+{
+    ReverseTable table;
+    table.up();
+    table.folder->personalMarkerUp(table.other);
+    const auto before = table.items();
+    REQUIRE(before.size() == 4);
+    SUBCASE("the first card")
+    {
+        table.down();
+        table.settle();
+        CHECK(table.items() == std::vector<FolderItem*>{before[2], before[3]});
+    }
+    SUBCASE("the second card")
+    {
+        table.folder->personalMarkerDown(table.other);
+        table.settle();
+        CHECK(table.items() == std::vector<FolderItem*>{before[0], before[1]});
+    }
+    SUBCASE("a card that opened nothing")
+    {
+        table.folder->personalMarkerDown(Tactile::Marker(77, table.marker.code(), kCard));
+        table.settle();
+        CHECK(table.items().size() == 4);
+    }
+    SUBCASE("both cards, in turn")
+    {
+        table.down();
+        table.folder->personalMarkerDown(table.other);
+        table.settle();
+        CHECK(table.items().empty());
+    }
+}
+
+TEST_CASE("reverse mode: a second card down does nothing")
+{
+    ReverseTable table;
+    table.up();
+    table.down();
+    table.settle();
+    REQUIRE(table.items().empty());
+    table.folder->personalMarkerUp(table.other);
+    table.down();
+    table.down();
+    table.settle();
+    CHECK(table.items().size() == 2);
+}
+
+TEST_CASE("reverse mode: what two liftings opened goes with one card down")
+{
+    ReverseTable table;
+    table.up();
+    table.up();
+    CHECK(table.items().size() == 4);
+    table.down();
+    table.settle();
+    CHECK(table.items().empty());
+}
+
+TEST_CASE("reverse mode: after a dismissal the card opens anew")
+{
+    ReverseTable table;
+    table.up();
+    table.down();
+    table.settle();
+    table.up();
+    CHECK(table.items().size() == 2);
+    table.down();
+    table.settle();
+    CHECK(table.items().empty());
+}
+
+TEST_CASE("reverse mode: where widgets are not dismissed they stay, and lose manual control when the card comes down")
+{
+    ReverseTable table(false);
+    table.up();
+    table.settle();
+    for (const auto* item : table.items())
+        CHECK(item->hasCSSClass("manual-control"));
+    table.down();
+    table.settle();
+    REQUIRE(table.items().size() == 2);
+    for (const auto* item : table.items()) {
+        CHECK_FALSE(item->hasCSSClass("manual-control"));
+        CHECK(item->operators().empty());
+    }
+}
+
+TEST_CASE("reverse mode: an item that has gone meanwhile is skipped")
+{
+    ReverseTable table;
+    table.up();
+    table.settle();
+    table.item("r").removeFromParent();
+    table.host.frames(2);
+    table.down();
+    table.settle();
+    CHECK(table.items().empty());
+}
+
+TEST_CASE("reverse mode: an item whose tracker has ended meanwhile is left alone")
+{
+    ReverseTable table;
+    table.up();
+    table.settle();
+    auto& item = table.item("r");
+    item.removeOperator(*operatorsOf<MarkerTrackerOperator>(item).at(0));
+    table.down();
+    table.settle();
+    CHECK(table.itemNames() == Strings{"r"});
+}
+
+TEST_CASE("reverse mode: items stay when the folder goes")
+{
+    ReverseTable table;
+    table.up();
+    table.folder.reset();
+    table.component.reset();
+    table.settle();
+    CHECK(table.items().size() == 2);
+}
+
+TEST_CASE("reverse mode: items neither follow nor go while the card does what it wants")
+{
+    ReverseTable table;
+    table.set("follow-marker", true);
+    table.up();
+    table.settle();
+    const auto location = table.item("r").location();
+    CHECK(table.putDown(table.code, {610.f, 410.f}) == table.id);
+    table.moveCard({800.f, 600.f});
+    table.lift(table.id);
+    table.settle();
+    CHECK(table.items().size() == 2);
+    CHECK(table.item("r").location() == location);
+}
+
+TEST_CASE("reverse mode: nobody is handed a card that was lifted")
+{
+    ReverseTable table;
+    table.up();
+    for (const auto* item : table.items())
+        CHECK(item->taken.empty());
+}
+
+TEST_CASE("reverse mode: items open where the card was lifted")
+{
+    ReverseTable table;
+    table.up();
+    table.settle();
+    CHECK(near(table.item("a").centerLocation(), kCard));
+    CHECK(near(table.item("r").location(), kCard + kStyledPlace));
+}
+
+TEST_CASE("reverse mode: menus close their node when the card comes down")
+{
+    Table table;
+    table.set("reverse-mode", true);
+    table.set("dismiss-widgets", true);
+    table.addMenu(FolderHost::kAbsolute);
+    const auto marker = *table.card(table.id);
+    table.lift(table.id);
+    table.folder->personalMarkerUp(marker);
+    table.host.frames(30);
+    REQUIRE(table.menus().size() == 1);
+    const Bedrock::IntrusivePtr<Tavola::ContentMenuWidget> menu(table.menus()[0]);
+    const auto* node = &table.nodeOf(*menu);
+    CHECK(node->isVisible());
+    table.folder->personalMarkerDown(marker);
+    table.host.frames(30);
+    CHECK_FALSE(menu->findByType("ContentMenuNode"));
+}
+
+TEST_CASE("reverse mode: outside it nothing is remembered for a later card down")
+{
+    Table table;
+    table.set("dismiss-widgets", true);
+    table.addItem(FolderHost::kRelative, "r");
+    const auto marker = *table.card(table.id);
+    table.down();
+    table.set("reverse-mode", true);
+    table.folder->personalMarkerDown(marker);
+    table.host.frames(30);
+    CHECK(table.items().size() == 1);
+}

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "FolderHost.hpp"
+
+namespace PluginTest
+{
+constexpr double kDegree = kPi / 180.0;
+
+struct TrackerOptions
+{
+    bool follow = true;
+    bool dismiss = false;
+    float offsetDegrees = 90.f;
+    bool reverse = false;
+};
+
+/// A card on the table, an item under the main widget, and trackers made by hand.
+struct TrackerTable : FolderHost
+{
+    static constexpr Vecta::Vector2f kCard{600.f, 400.f};
+    static constexpr Vecta::Vector2f kCorner{100.f, 50.f}; ///< of an item
+
+    std::int64_t id = 0;
+    Bedrock::IntrusivePtr<FolderItem> item = Bedrock::makeIntrusive<FolderItem>();
+    Bedrock::IntrusivePtr<Tavola::MarkerTrackerOperator> tracker;
+    int dismissals = 0;
+    std::function<void()> whenDismissed;
+
+    explicit TrackerTable(float cardRotation = 0.f)
+    {
+        addFolder();
+        host.mainWidget().addChild(item);
+        item->setLocation({500.f, 300.f});
+        id = putDown(code, kCard, cardRotation);
+        host.frame();
+    }
+    Bedrock::IntrusivePtr<Tavola::MarkerTrackerOperator> make(const TrackerOptions& options = {})
+    {
+        const auto action = [this] {
+            ++dismissals;
+            if (whenDismissed)
+                whenDismissed();
+        };
+        return Bedrock::makeIntrusive<Tavola::MarkerTrackerOperator>(*card(id), options.follow, options.dismiss, *folder, action,
+                                                             options.offsetDegrees, options.reverse);
+    }
+    /// A tracker at work on the item.
+    void track(const TrackerOptions& options = {})
+    {
+        tracker = make(options);
+        tracker->setWidget(*item);
+        item->addOperator(tracker);
+    }
+    void moveCard(Vecta::Vector2f to)
+    {
+        host.input.markerMove(id, to);
+        host.frame();
+    }
+    void moveCard(Vecta::Vector2f to, double rotation)
+    {
+        host.input.markerMove(id, to, float(rotation));
+        host.frame();
+    }
+};
+
+/// Where a point that is fixed to a card goes with it.
+[[nodiscard]] inline Vecta::Vector2f carried(Vecta::Vector2f point, Vecta::Vector2f cardBefore, Vecta::Vector2f cardAfter, double turn)
+{
+    return (point - cardBefore).rotated(float(turn)) + cardAfter;
+}
+}
