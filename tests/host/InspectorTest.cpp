@@ -5,6 +5,7 @@
 
 #include <Bedrock/Trace.hpp>
 #include <ScriptedDatagrams.hpp>
+#include <ScriptedInput.hpp>
 #include <Tactile/TuioInput.hpp>
 #include <Tavola/DataGathering.hpp>
 #include <Trellis/Application.hpp>
@@ -40,7 +41,7 @@ TEST_CASE("inspector: the first page lists the others")
     const HttpReply reply = f.get("/");
     CHECK(reply.status == 200);
     CHECK(reply.head.contains("Content-Type: text/plain; charset=utf-8\r\n"));
-    for (const char* page : {"/tree", "/screenshot.png", "/log", "/analytics", "/input", "/status", "/frames"})
+    for (const char* page : {"/tree", "/screenshot.png", "/log", "/analytics", "/input", "/grabs", "/status", "/frames"})
         CHECK_MESSAGE(reply.body.contains(page), page);
     CHECK(f.get("/none").status == 404);
 }
@@ -182,6 +183,31 @@ TEST_CASE("inspector: the input's counts name what was dropped")
     CHECK(report.value("drops").toObject().value("malformed").toInt() == 2);
     CHECK(report.value("drops").toObject().value("unknownMessage").toInt(-1) == 0);
     CHECK(report.value("sources").isArray());
+}
+
+TEST_CASE("inspector: the cards on the table are told with who holds them")
+{
+    Fixture f;
+    TestSupport::ScriptedInput input;
+    f.application.addInputSource(input);
+    auto tray = Bedrock::makeIntrusive<Trellis::Widget>();
+    tray->setCSSType("TrayWidget");
+    tray->setCSSId("tray");
+    tray->postConstruct();
+    f.application.mainLayer()->addChild(tray);
+    tray->setSize({100, 100});
+    f.application.frame(0.0);
+    CHECK(f.get("/grabs").json().array().isEmpty());
+
+    const auto held = input.markerDown(18446744073709551615ul, {50, 50});
+    const auto free = input.markerDown(7, {200, 150});
+    f.application.frame(0.0);
+    const QJsonObject holder{{"id", qint64(tray->id())}, {"type", "TrayWidget"}, {"cssId", "tray"}};
+    CHECK(f.get("/grabs").json().array()
+          == QJsonArray{QJsonObject{{"id", qint64(held)}, {"code", "18446744073709551615"}, {"holder", holder}},
+                        QJsonObject{{"id", qint64(free)}, {"code", "7"}, {"holder", QJsonValue()}}});
+
+    f.application.removeInputSource(input);
 }
 
 TEST_CASE("inspector: a port that is taken is told")
