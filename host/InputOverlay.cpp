@@ -96,6 +96,7 @@ InputOverlay::InputOverlay(float pixelPitchMm) : m_pixelPitchMm(std::max(pixelPi
     setCSSType(QByteArrayLiteral("InputOverlay"));
     setInputEnabled(false);
     setUpdating(true);
+    setLocation({0.f, 0.f}); // the table's corner, whatever else lies in the layer
 }
 
 InputOverlay::~InputOverlay() = default;

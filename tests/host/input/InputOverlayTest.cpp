@@ -1,0 +1,118 @@
+#include "InputOverlay.hpp"
+
+#include <ScriptedInput.hpp>
+#include <Trellis/Application.hpp>
+#include <Trellis/GrabManager.hpp>
+
+#include <doctest/doctest.h>
+
+#include <QImage>
+#include <QRegion>
+
+namespace
+{
+struct Fixture
+{
+    Fixture()
+    {
+        overlay->postConstruct();
+        application.mainLayer()->addChild(below);
+        application.mainLayer()->addChild(overlay);
+        below->setSize({400.f, 300.f});
+        application.addInputSource(input);
+        application.frame(0.0);
+    }
+    ~Fixture() { application.removeInputSource(input); }
+
+    QColor at(float x, float y) { return application.renderToImage().pixelColor(int(x), int(y)); }
+
+    Trellis::Application application{{400.f, 300.f}};
+    TestSupport::ScriptedInput input;
+    Bedrock::IntrusivePtr<Trellis::Widget> below = Bedrock::makeIntrusive<Trellis::Widget>();
+    Bedrock::IntrusivePtr<InputOverlay> overlay = Bedrock::makeIntrusive<InputOverlay>(1.f);
+};
+
+bool isCyan(const QColor& c)
+{
+    return c.blue() > 150 && c.red() < 120;
+}
+bool isOrange(const QColor& c)
+{
+    return c.red() > 150 && c.blue() < 120;
+}
+}
+
+TEST_CASE("input overlay: a finger has a ring that follows it and goes with it")
+{
+    Fixture f;
+    f.input.fingerDown(1, {100.f, 100.f});
+    f.application.frame(0.02);
+    CHECK(isCyan(f.at(109.f, 100.f)));
+    CHECK(isCyan(f.at(100.f, 91.f)));
+    CHECK_FALSE(isCyan(f.at(100.f, 100.f)));
+
+    f.input.fingerMove(1, {200.f, 150.f});
+    f.application.frame(0.02);
+    CHECK(isCyan(f.at(209.f, 150.f)));
+    CHECK_FALSE(isCyan(f.at(109.f, 100.f)));
+
+    f.input.fingerUp(1);
+    f.application.frame(0.02);
+    CHECK(f.overlay->children().empty());
+    CHECK_FALSE(isCyan(f.at(209.f, 150.f)));
+}
+
+TEST_CASE("input overlay: a card has a larger ring and a line towards its upper edge, which turns with it")
+{
+    Fixture f;
+    const auto card = f.input.markerDown(1001, {100.f, 100.f}, 0.f);
+    f.application.frame(0.02);
+    CHECK(isOrange(f.at(138.f, 100.f)));
+    CHECK(isOrange(f.at(100.f, 80.f)));
+    CHECK_FALSE(isOrange(f.at(120.f, 100.f)));
+
+    f.input.markerMove(card, {100.f, 100.f}, 1.5707964f);
+    f.application.frame(0.02);
+    CHECK(isOrange(f.at(120.f, 100.f)));
+    CHECK_FALSE(isOrange(f.at(100.f, 80.f)));
+}
+
+TEST_CASE("input overlay: the id and the code stand beside the ring, longer for a card than for a finger")
+{
+    Fixture f;
+    f.input.fingerDown(1, {100.f, 50.f});
+    f.input.markerDown(1001, {100.f, 200.f}, 0.f);
+    f.application.frame(0.02);
+    REQUIRE(f.overlay->children().size() == 2);
+    CHECK(f.overlay->children()[1]->width() - 76.f > f.overlay->children()[0]->width() - 18.f);
+    // Their letters are drawn in the colour of the ring, on a dark ground.
+    const QImage picture = f.application.renderToImage();
+    int lit = 0;
+    for (int x = 145; x < 260; ++x)
+        for (int y = 190; y < 210; ++y)
+            lit += isOrange(picture.pixelColor(x, y)) ? 1 : 0;
+    CHECK(lit > 20);
+}
+
+TEST_CASE("input overlay: it takes no input")
+{
+    Fixture f;
+    f.input.fingerDown(1, {100.f, 100.f});
+    f.application.frame(0.02);
+    f.application.frame(0.02);
+    CHECK(f.application.grabManager()->grabber(1) == &f.below->inputGrabber());
+    const auto card = f.input.markerDown(1001, {100.f, 101.f}, 0.f);
+    f.application.frame(0.02);
+    CHECK(f.application.grabManager()->grabber(card) != nullptr);
+    CHECK(f.application.grabManager()->grabber(card) == &f.below->inputGrabber());
+}
+
+TEST_CASE("input overlay: where nothing moves nothing is drawn")
+{
+    Fixture f;
+    f.input.fingerDown(1, {100.f, 100.f});
+    f.application.frame(0.02);
+    (void)f.application.takeDamage();
+    f.application.frame(0.02);
+    CHECK(f.application.takeDamage().isEmpty());
+}

@@ -1,0 +1,157 @@
+#include "TablePlace.hpp"
+
+#include "HttpTalk.hpp"
+#include "InputOverlay.hpp"
+#include "TableLog.hpp"
+#include "inspector/Inspector.hpp"
+
+#include <EventLoop.hpp>
+#include <LogCapture.hpp>
+#include <Trellis/Widget.hpp>
+#include <Tactile/TuioEncoder.hpp>
+#include <Tavola/Tavola.hpp>
+#include <Tavola/UserInterface.hpp>
+#include <Trellis/GrabManager.hpp>
+
+namespace
+{
+std::vector<char> fingerPacket(const char* source, float x, float y)
+{
+    Tactile::TuioEncoder encoder(source);
+    encoder.begin(Tactile::TuioProfile::Cursors);
+    encoder.alive({1});
+    encoder.setCursor(1, x, y);
+    return encoder.finish(1);
+}
+
+const Tactile::Sample& sampleOf(const Table& table)
+{
+    return table.application().grabManager()->currentSample();
+}
+}
+
+TEST_CASE("table input: each listener of a presentation has its part of the table")
+{
+    TablePlace place;
+    place.presentation(R"({"table": {"width": 2000, "height": 1000}, "input": [
+        {"tuio": "127.0.0.1:0", "rect": [0, 0, 1000, 1000]},
+        {"tuio": "[::1]:0", "rect": [1000, 500, 1000, 500]}]})");
+    const auto table = place.open();
+    REQUIRE(table->listeners().size() == 2);
+    CHECK(table->listeners().at(1).toObject().value("tuio").toString().startsWith("[::1]:"));
+    TableSender sender(*table);
+    sender.setPort(portOf(*table, 0));
+    sender.send(fingerPacket("left@cam", 0.5f, 0.5f));
+    sender.setPort(portOf(*table, 1));
+    sender.send(fingerPacket("right@cam", 0.5f, 0.5f), QHostAddress(QHostAddress::LocalHostIPv6));
+    table->frame(0.02);
+    REQUIRE(sampleOf(*table).fingers.size() == 2);
+    CHECK(sampleOf(*table).fingers[0].centerLocation() == Vecta::Vector2f(500.f, 500.f));
+    CHECK(sampleOf(*table).fingers[1].centerLocation() == Vecta::Vector2f(1500.f, 750.f));
+}
+
+TEST_CASE("table input: the address on the command line goes before the presentation's listeners")
+{
+    TablePlace place;
+    place.presentation(R"({"input": [{"tuio": "127.0.0.1:0"}, {"tuio": "127.0.0.1:0"}]})");
+    place.options.hasTuio = true;
+    place.options.tuioAddress = QStringLiteral("127.0.0.2");
+    place.options.tuioPort = 0;
+    const auto table = place.open();
+    REQUIRE(table->listeners().size() == 1);
+    CHECK(table->listeners().at(0).toObject().value("tuio").toString() == QStringLiteral("127.0.0.2:%1").arg(table->tuioPort()));
+}
+
+TEST_CASE("table input: what is sent by others than those allowed is refused, and the inspector counts it")
+{
+    TablePlace place;
+    place.presentation(R"({"input": [{"tuio": "127.0.0.1:0", "allow": ["127.0.0.9"]}, {"tuio": "127.0.0.1:0", "allow": ["127.0.0.1"]}]})");
+    const TableLog log;
+    const auto table = place.open();
+    Inspector inspector({table->application(), log, &table->input(), true, {}, {}, [&table] { return table->listeners(); }});
+    QString error;
+    REQUIRE(inspector.listen(0, error));
+
+    TableSender sender(*table);
+    sender.setPort(portOf(*table, 0));
+    sender.post(fingerPacket("stranger@x", 0.5f, 0.5f));
+    const auto refused = [&] {
+        return ask(inspector.port(), "GET", "/input").json().object().value("listeners").toArray().at(0).toObject().value("refusedSenders").toInt();
+    };
+    CHECK(TestSupport::pumpUntil([&] { return refused() == 1; }, 10000));
+    CHECK(log.lines().last().toObject().value("text").toString().startsWith(
+        QStringLiteral("UdpDatagramSource # Refused a datagram from 127.0.0.1:")));
+    sender.setPort(portOf(*table, 1));
+    sender.send(fingerPacket("friend@x", 0.5f, 0.5f));
+    table->frame(0.02);
+
+    const QJsonObject report = ask(inspector.port(), "GET", "/input").json().object();
+    CHECK(report.value("listeners").toArray().at(1).toObject().value("refusedSenders").toInt(-1) == 0);
+    REQUIRE(report.value("sources").toArray().size() == 1);
+    const QJsonObject source = report.value("sources").toArray().at(0).toObject();
+    CHECK(source.value("name") == "friend@x");
+    CHECK(source.value("packets").toInt() == 1);
+    CHECK(source.value("fingers").toInt() == 1);
+    CHECK(source.value("drops").toObject().contains("noFrame"));
+    CHECK(report.value("refusals").isObject());
+}
+
+TEST_CASE("table input: the hold and the time after which a sender is lost are the presentation's")
+{
+    TablePlace place;
+    place.presentation(R"({"inputSettings": {"holdMilliseconds": 100, "lostSeconds": 1}})");
+    place.options.tuioPort = 0;
+    const auto table = place.open();
+    TableSender sender(*table);
+    Tactile::TuioEncoder encoder("a@b");
+    encoder.begin(Tactile::TuioProfile::Objects);
+    encoder.alive({1});
+    encoder.setObject(1, 1001, 0.5f, 0.5f, 0.f);
+    sender.send(encoder.finish(1));
+    table->frame(0.02);
+    table->frame(0.9);
+    CHECK(sampleOf(*table).markers.size() == 1);
+    TestSupport::expectWarningStartingWith("TuioInput::takeSample # Lost the sender a@b (no packet for 1 s)");
+    table->frame(0.11);
+    CHECK(sampleOf(*table).markers.size() == 1);
+    table->frame(0.11);
+    CHECK(sampleOf(*table).markers.empty());
+}
+
+TEST_CASE("table input: what cannot be recorded, replayed or listened to keeps the table from opening")
+{
+    TablePlace place;
+    place.presentation("{}");
+    place.options.tuioPort = 0;
+    place.options.recordFile = place.folder.path(QStringLiteral("presentation.json"));
+    CHECK_FALSE(place.tryToOpen());
+    CHECK(place.error == QStringLiteral("DatagramRecorder # Failed to make %1 (File exists); choose another name, or move that file away")
+                             .arg(place.options.recordFile));
+    place.options.replayFile = place.options.recordFile;
+    place.options.recordFile.clear();
+    CHECK_FALSE(place.tryToOpen());
+    CHECK(place.error == QStringLiteral("DatagramPlayer # Failed to read %1 (no recording of a table); give a file that "
+                                        "\"tavola run --record\" made")
+                             .arg(place.options.replayFile));
+    place.options.replayFile.clear();
+    CHECK(place.tryToOpen());
+}
+
+TEST_CASE("table input: contacts are drawn over the table when asked for")
+{
+    TablePlace place;
+    place.presentation("{}");
+    place.options.tuioPort = 0;
+    const auto overlay = [] { return Tavola::Tavola::instance()->ui()->internalOverlayWidget()->findByType("InputOverlay"); };
+    {
+        const auto table = place.open();
+        CHECK_FALSE(overlay());
+    }
+    place.options.showInput = true;
+    const auto table = place.open();
+    TableSender sender(*table);
+    sender.send(fingerPacket("a@b", 0.5f, 0.5f));
+    table->frame(0.02);
+    REQUIRE(overlay());
+    CHECK(overlay()->children().size() == 1);
+}
