@@ -261,8 +261,8 @@ std::optional<Presentation> Presentation::load(const QString& path, QString& err
         // Qt counts the character that it stumbled over as read, but for what stands behind the end.
         const bool isBehind = parseError.offset > 0 && parseError.error != QJsonParseError::GarbageAtEnd;
         const TextPosition position = TextPosition::of(bytes, document.isNull() ? parseError.offset - (isBehind ? 1 : 0) : 0);
-        error = QStringLiteral("%1:%2:%3: %4").arg(file.fileName()).arg(position.line).arg(position.column)
-                    .arg(document.isNull() ? parseError.errorString() : QStringLiteral("expected a JSON object"));
+        error = QStringLiteral("%1:%2:%3: %4").arg(file.fileName(), QString::number(position.line), QString::number(position.column),
+                         document.isNull() ? parseError.errorString() : QStringLiteral("expected a JSON object"));
         return std::nullopt;
     }
     Presentation result;

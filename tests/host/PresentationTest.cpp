@@ -130,6 +130,15 @@ TEST_CASE("presentation: what is no JSON is refused with line and column")
     }
 }
 
+TEST_CASE("presentation: a complaint names its file whatever the file's name holds")
+{
+    const Folder folder;
+    const QString file = folder.write(QStringLiteral("50%2 %4/presentation.json"), "[]");
+    QString error;
+    CHECK_FALSE(Presentation::load(file, error));
+    CHECK(error.toStdString() == file.toStdString() + ":1:1: expected a JSON object");
+}
+
 TEST_CASE("presentation: nesting without an end is refused, not followed")
 {
     CHECK(Written(QByteArray(100000, '[')).error().contains(QStringLiteral("too deeply nested")));

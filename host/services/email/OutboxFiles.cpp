@@ -82,7 +82,7 @@ QString OutboxFiles::makeFolder(QString& error) const
 
 QString OutboxFiles::path(const QString& folder, int number) const
 {
-    return QStringLiteral("%1/%2/%3").arg(m_root, folder).arg(number);
+    return QStringLiteral("%1/%2/%3").arg(m_root, folder, QString::number(number));
 }
 
 OutboxFiles::Copy OutboxFiles::copy(QIODevice& source, const QString& folder, int number, qint64& sizeBytes, QString& error) const

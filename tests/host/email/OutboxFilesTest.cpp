@@ -66,6 +66,13 @@ TEST_CASE("outbox files: a file is copied from its beginning, wherever it was re
     CHECK(bench.files.finish(bench.home, bench.error));
 }
 
+TEST_CASE("outbox files: the outbox may lie in a folder with percent signs in its name")
+{
+    const Folder folder;
+    const OutboxFiles files(folder.path("50%3 %1"));
+    CHECK(files.path(QStringLiteral("m"), 7) == folder.path("50%3 %1") + QStringLiteral("/m/7"));
+}
+
 TEST_CASE("outbox files: an empty file and bytes in memory are copied too")
 {
     Bench bench;
