@@ -30,7 +30,7 @@ private:
 };
 
 /// The components that a plug-in declares in the JSON file beside it:
-///     { "package": "personal", "components": { "personal-space-widget": { "type": "widget", "slots": ["..."] } } }
+///     { "package": "frames", "components": { "picture-frame": { "type": "widget", "slots": ["picture"] } } }
 class TAVOLA_EXPORT Package
 {
 public:
