@@ -1,0 +1,365 @@
+#include "PopupFixture.hpp"
+
+#include <stdexcept>
+
+using PluginTest::analyticsOf;
+using PluginTest::childOfClass;
+using PluginTest::classesOf;
+using PluginTest::emailNotSent;
+using PluginTest::emailSent;
+using PluginTest::expectFailure;
+using PluginTest::expectSendFailure;
+using PluginTest::kAddress;
+using PluginTest::Popup;
+using PluginTest::Strings;
+using PluginTest::widgetInEmail;
+using HookedMail = PluginTest::HookedPopupMail;
+using Level = Bedrock::Trace::Level;
+using Mail = PluginTest::PopupMail;
+using Status = Tavola::EmailServiceAPI::EmailStatus;
+
+// ---- Outcomes ------------------------------------------------------------------------------------------------------------
+
+TEST_CASE("success: it is shown and counted after a frame's update")
+{
+    Mail mail;
+    mail.send();
+    mail.service->answer(0, {true, "queued"});
+    CHECK(classesOf(*mail.widget) == Strings{"sending-email"});
+    CHECK(mail.host.analytics().size() == 1);
+    mail.host.frame();
+    CHECK(classesOf(*mail.widget) == Strings{"email-successful"});
+    CHECK(analyticsOf(mail.host) == mail.counted(emailSent("Ann", kAddress)));
+    mail.host.frames(5);
+    CHECK(mail.sent() == 1);
+    CHECK(mail.host.analytics().size() == 2);
+}
+
+TEST_CASE("success: an answer that was there at once still waits for the frame")
+{
+    Mail mail;
+    mail.service->holdAnswers(false);
+    mail.email(true);
+    mail.giveFiles();
+    mail.tapSend();
+    CHECK(classesOf(*mail.widget) == Strings{"sending-email"});
+    mail.host.frame();
+    CHECK(classesOf(*mail.widget) == Strings{"email-successful"});
+}
+
+TEST_CASE("outcome: an answer from another thread is shown in the next frame")
+{
+    Mail mail;
+    mail.send();
+    mail.service->answerFromThread(0, {true, {}});
+    CHECK(classesOf(*mail.widget) == Strings{"sending-email"});
+    mail.host.frame();
+    CHECK(classesOf(*mail.widget) == Strings{"email-successful"});
+}
+
+TEST_CASE("failure: a refused mail is logged as an error and as a warning, shown and counted")
+{
+    Mail mail;
+    mail.send();
+    expectSendFailure("mailbox full: 100%s");
+    mail.service->answer(0, {false, "mailbox full: 100%s"});
+    mail.host.frame();
+    CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
+    CHECK(analyticsOf(mail.host) == mail.counted(emailNotSent("Ann", kAddress, "mailbox full: 100%s")));
+    const auto lines = TestSupport::loggedLines();
+    REQUIRE(lines.size() == 2);
+    CHECK(lines[0].level == Level::Error);
+    CHECK(lines[1].level == Level::Warning);
+    mail.host.frames(5);
+    CHECK(mail.sent() == 1);
+}
+
+TEST_CASE("failure: an exception is logged, shown and counted by its own text")
+{
+    Mail mail;
+    mail.send();
+    expectSendFailure("getrennt: für immer");
+    mail.service->fail(0, "getrennt: für immer");
+    mail.host.frame();
+    CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
+    CHECK(analyticsOf(mail.host) == mail.counted(emailNotSent("Ann", kAddress, "getrennt: für immer")));
+}
+
+TEST_CASE("failure: an exception object without a text has an empty one")
+{
+    HookedMail mail;
+    mail.service->onSend = [](const Tavola::EmailMessage&) { return PluginTest::failWithNumber(); };
+    mail.email(false);
+    mail.giveFiles();
+    expectSendFailure("");
+    mail.host.frame();
+    CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
+    CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", kAddress, ""));
+}
+
+TEST_CASE("failure: a service that gives up its promise has failed")
+{
+    HookedMail mail;
+    mail.service->onSend = [](const Tavola::EmailMessage&) { return folly::Promise<Status>().getFuture(); };
+    mail.email(false);
+    mail.giveFiles();
+    const QString text = "Broken promise for type name `Tavola::EmailServiceAPI::EmailStatus`";
+    expectSendFailure(text.toStdString());
+    mail.host.frame();
+    CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
+    CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", kAddress, text));
+}
+
+TEST_CASE("failure: a service that throws out of the call has failed")
+{
+    HookedMail mail;
+    mail.service->onSend = [](const Tavola::EmailMessage&) -> folly::Future<Status> { throw std::runtime_error("disk full"); };
+    expectSendFailure("disk full");
+    mail.email(false);
+    mail.giveFiles();
+    mail.host.frame();
+    CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
+    CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", kAddress, "disk full"));
+}
+
+TEST_CASE("failure: without an e-mail service the widget is counted, the mail is not")
+{
+    Popup popup;
+    popup.email(false);
+    expectFailure("No email service configured");
+    popup.giveFiles();
+    CHECK(classesOf(*popup.widget) == Strings{"email-failed"});
+    popup.host.frames(3);
+    CHECK(analyticsOf(popup.host) == Strings{widgetInEmail(popup.contentId, "Ann", kAddress)});
+}
+
+TEST_CASE("failure: files that fail are logged and shown, nothing is sent or counted")
+{
+    Mail mail;
+    mail.email(false);
+    SUBCASE("with a text")
+    {
+        expectFailure("keine Datei ä");
+        mail.content->filesPromise.setException(std::runtime_error("keine Datei ä"));
+    }
+    SUBCASE("with an object that has none")
+    {
+        expectFailure("");
+        mail.content->filesPromise.setException(folly::exception_wrapper(std::make_exception_ptr(42)));
+    }
+    CHECK(classesOf(*mail.widget).empty());
+    mail.host.frame();
+    CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
+    CHECK(mail.service->created() == 0);
+    CHECK(mail.host.analytics().empty());
+}
+
+TEST_CASE("failure: content that gives up its promise has failed")
+{
+    Mail mail;
+    mail.email(false);
+    mail.content->breaksPromises = true;
+    expectFailure("Broken promise for type name `Tavola::FileRepresentation::FileData`");
+    mail.content->removeFromParent();
+    mail.content.reset();
+    mail.host.frames(2);
+    CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
+    CHECK(mail.service->created() == 0);
+}
+
+TEST_CASE("failure: content that throws when it is asked for its files has failed")
+{
+    Mail mail;
+    mail.content->throwOnFiles = "unreadable";
+    expectFailure("unreadable");
+    mail.email(false);
+    mail.host.frame();
+    CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
+    CHECK(mail.host.analytics().empty());
+}
+
+TEST_CASE("failure: when files fail while the popup waits for the button, it still waits")
+{
+    Mail mail;
+    mail.email(true);
+    expectFailure("no file");
+    mail.content->filesPromise.setException(std::runtime_error("no file"));
+    mail.host.frame();
+    CHECK(classesOf(*mail.widget) == Strings{"email-failed", "waiting-to-send"});
+    mail.tapSend();
+    mail.host.frame();
+    CHECK(mail.service->created() == 0);
+    CHECK(classesOf(*mail.widget) == Strings{"email-failed", "waiting-to-send"});
+}
+
+TEST_CASE("outcome: the popup does not try again by itself, a further tap on the button does")
+{
+    Mail mail;
+    mail.send();
+    expectSendFailure("no");
+    mail.service->answer(0, {false, "no"});
+    mail.host.frames(10);
+    CHECK(mail.sent() == 1);
+    mail.tapSend();
+    CHECK(mail.sent() == 2);
+    CHECK(mail.service->sent()[1].content == mail.service->sent()[0].content);
+    CHECK(classesOf(*mail.widget) == Strings{"email-failed", "sending-email"});
+    mail.service->answer(1, {true, {}});
+    mail.host.frame();
+    CHECK(classesOf(*mail.widget) == Strings{"email-failed", "email-successful"});
+    CHECK(mail.host.analytics().size() == 4);
+}
+
+// ---- Going -----------------------------------------------------------------------------------------------------------------
+
+TEST_CASE("going: ten seconds after the outcome it fades out within a fifth of a second")
+{
+    Mail mail;
+    mail.send();
+    mail.pass(3);
+    CHECK_FALSE(mail.isFadingOut());
+    SUBCASE("success") { mail.service->answer(0, {true, {}}); }
+    SUBCASE("failure")
+    {
+        expectSendFailure("no");
+        mail.service->answer(0, {false, "no"});
+    }
+    mail.host.frame(0);
+    mail.pass(9.95);
+    CHECK_FALSE(mail.isFadingOut());
+    CHECK(mail.widget->opacity() == 1.f);
+    mail.pass(0.1);
+    CHECK(mail.isFadingOut());
+    CHECK(mail.isOnTable());
+    mail.pass(0.1);
+    CHECK(mail.isOnTable());
+    mail.pass(0.1);
+    CHECK_FALSE(mail.isOnTable());
+}
+
+TEST_CASE("going: without an outcome it stays")
+{
+    Mail mail;
+    SUBCASE("waiting for the files") { mail.email(false); }
+    SUBCASE("waiting for the button")
+    {
+        mail.email(true);
+        mail.giveFiles();
+    }
+    SUBCASE("in flight") { mail.send(); }
+    for (int i = 0; i < 20; ++i)
+        mail.host.frame(1);
+    CHECK(mail.isOnTable());
+    CHECK_FALSE(mail.isFadingOut());
+}
+
+TEST_CASE("going: a touch starts the ten seconds anew")
+{
+    Mail mail;
+    mail.send();
+    mail.service->answer(0, {true, {}});
+    mail.host.frame(0);
+    mail.pass(8);
+    mail.host.tap({650.f, 520.f});
+    mail.pass(9.9);
+    CHECK_FALSE(mail.isFadingOut());
+    mail.pass(0.2);
+    CHECK(mail.isFadingOut());
+}
+
+// ---- Gone --------------------------------------------------------------------------------------------------------------------
+
+TEST_CASE("gone: before the files are known, nothing happens when they come")
+{
+    Mail mail;
+    mail.email(false);
+    SUBCASE("files, after the popup")
+    {
+        mail.close();
+        mail.content->giveFiles("http://a");
+    }
+    SUBCASE("files, in the frame before")
+    {
+        mail.content->giveFiles("http://a");
+        mail.close();
+    }
+    SUBCASE("a failure, after the popup")
+    {
+        mail.close();
+        mail.content->filesPromise.setException(std::runtime_error("no file"));
+    }
+    SUBCASE("a failure, in the frame before")
+    {
+        mail.content->filesPromise.setException(std::runtime_error("no file"));
+        mail.close();
+    }
+    mail.host.frames(2);
+    CHECK(mail.service->created() == 0);
+    CHECK(mail.host.analytics().empty());
+    CHECK(TestSupport::loggedLines().empty());
+}
+
+TEST_CASE("gone: while it waits for the button, nothing is sent")
+{
+    Mail mail;
+    mail.email(true);
+    mail.giveFiles();
+    mail.close();
+    mail.host.frames(2);
+    CHECK(mail.service->created() == 0);
+    CHECK(mail.host.analytics().empty());
+}
+
+TEST_CASE("gone: while the message is in flight, the mail is still counted and nothing else happens")
+{
+    for (const bool beforeTheAnswer : {true, false})
+        for (const char* outcome : {"success", "refusal", "exception"}) {
+            CAPTURE(beforeTheAnswer);
+            CAPTURE(outcome);
+            Mail mail;
+            mail.send();
+            if (beforeTheAnswer)
+                mail.close();
+            std::string expected = emailNotSent("Ann", kAddress, "no");
+            if (outcome == std::string("success")) {
+                mail.service->answer(0, {true, {}});
+                expected = emailSent("Ann", kAddress);
+            } else if (outcome == std::string("refusal")) {
+                mail.service->answer(0, {false, "no"});
+            } else {
+                mail.service->fail(0, "no");
+            }
+            if (!beforeTheAnswer)
+                mail.close();
+            mail.host.frames(2);
+            CHECK(analyticsOf(mail.host) == mail.counted(expected));
+            CHECK(TestSupport::loggedLines().empty());
+        }
+}
+
+TEST_CASE("gone: buttons that outlive the popup do nothing")
+{
+    Mail mail;
+    mail.email(true);
+    mail.giveFiles();
+    const Bedrock::IntrusivePtr<Trellis::Widget> send(&childOfClass(*mail.widget, "send-button"));
+    const Bedrock::IntrusivePtr<Trellis::Widget> cancel(&childOfClass(*mail.widget, "cancel-button"));
+    mail.close();
+    send->eventSend("single-tap");
+    cancel->eventSend("single-tap");
+    mail.host.frames(2);
+    CHECK(mail.service->created() == 0);
+}
+
+TEST_CASE("gone: content that is destroyed after it gave its files is sent all the same")
+{
+    Mail mail;
+    mail.email(true);
+    mail.giveFiles();
+    mail.content->removeFromParent();
+    mail.content.reset();
+    mail.host.frames(2);
+    mail.tapSend();
+    REQUIRE(mail.sent() == 1);
+    CHECK(analyticsOf(mail.host) == Strings{widgetInEmail(mail.contentId, "Ann", kAddress)});
+}
