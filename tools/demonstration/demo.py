@@ -8,6 +8,7 @@ import tempfile
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
+from cards_visit import CardsVisit  # noqa: E402
 from email_visit import EmailVisit  # noqa: E402
 from faults_visit import FaultsVisit  # noqa: E402
 from first_visit import FirstVisit  # noqa: E402
@@ -16,7 +17,7 @@ from report import Report  # noqa: E402
 from visit import PRESENTATIONS, ROOT, World  # noqa: E402
 
 PRESENTATION = os.path.join(PRESENTATIONS, "gallery")
-VISITS = {"first": FirstVisit, "faults": FaultsVisit, "email": EmailVisit}
+VISITS = {"first": FirstVisit, "faults": FaultsVisit, "email": EmailVisit, "cards": CardsVisit}
 PAGE_PORT = 8180
 
 
@@ -60,12 +61,12 @@ def play(build, visit, out, visit_options):
     world = World(build, tempfile.mkdtemp(prefix="tavola-visit-"), out, visit_options)
     try:
         played = VISITS[visit](world)
-        report = Report(out, played.table)
+        report = Report(out, played)
         print(f"The visit \"{visit}\":")
         for name, action in played.steps():
             if not report.step(name, action):
                 break
-        held = report.write(played.media_server)
+        held = report.write()
         played.stage.stop()
         ended = played.table.stop()
         if held and ended != 0:
@@ -87,11 +88,13 @@ def main():
     parser.add_argument("--headless", action="store_true", help="no window")
     parser.add_argument("--out", metavar="DIR", help="play a visit by itself and write its pictures and report.json here")
     parser.add_argument("--visit", choices=sorted(VISITS), default="first", help="which visit to play (default: first)")
+    parser.add_argument("--tuio-version", choices=["1.1", "2.0"], default="1.1",
+                        help="how the visit's datagrams are written (default: 1.1)")
     parser.add_argument("--build", metavar="DIR", default=os.path.join(ROOT, "build", "demo"), help="where the programs were built")
     options = parser.parse_args()
     build = os.path.abspath(options.build)
     if options.out:
-        return play(build, options.visit, os.path.abspath(options.out), [])
+        return play(build, options.visit, os.path.abspath(options.out), ["--tuio-version", options.tuio_version])
     try:
         return open_table(build, options.headless)
     except Failure as failure:

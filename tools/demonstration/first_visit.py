@@ -50,7 +50,8 @@ class FirstVisit(Visit):
         ]
 
     def ready(self):
-        require(len(by_type(self.table.tree(), "ContentWidget")) >= 8, "pictures are missing")
+        require(len(by_type(self.table.tree(), "ContentWidget")) >= 7, "pictures are missing")
+        require(len(by_type(self.table.tree(), "DocumentWidget")) >= 2, "documents are missing")
 
     def card_opens_space(self):
         self.stage.play_until(1.0)
@@ -99,7 +100,8 @@ class FirstVisit(Visit):
         self.table.wait_until("the QR picture", lambda: self.table.get("/status")["pendingImages"] == 0)
         with tempfile.TemporaryDirectory() as folder:
             picture = os.path.join(folder, "table.png")
-            self.table.screenshot(picture)
+            rect = by_class(self.space(), "qr-icon")[0]["rect"]
+            self.table.screenshot(picture, [rect[side] for side in ("x", "y", "width", "height")])
             codes = decode_qr(picture)
         require(codes == [url], f"the table's QR codes say {codes}, not {url}")
 

@@ -9,9 +9,9 @@ from programs import Failure, by_class, by_type, fetch, value
 
 
 class Report:
-    def __init__(self, folder, table):
+    def __init__(self, folder, visit):
         self.folder = folder
-        self.table = table
+        self.visit = visit
         self.steps = []
 
     def step(self, name, action):
@@ -26,22 +26,24 @@ class Report:
             error = traceback.format_exc()
         try:
             slug = re.sub(r"[^a-z0-9]+", "-", name.lower()).strip("-")[:60]
-            self.table.screenshot(os.path.join(self.folder, f"{number:02d}-{slug}.png"))
+            self.visit.table.screenshot(os.path.join(self.folder, f"{number:02d}-{slug}.png"))
         except Failure as failure:
             error = error or str(failure)
         self.steps.append({"name": name, "ok": error is None, **({"error": error} if error else {})})
         print(f"  {'ok  ' if error is None else 'FAIL'} {name}" + (f"\n       {error}" if error else ""), flush=True)
         return error is None
 
-    def write(self, media_server):
-        warnings = []
+    def write(self):
+        warnings = list(self.visit.warnings)
         spaces = []
         try:
-            warnings = [line["text"] for line in self.table.get("/log") if line["level"] in ("warning", "error")]
-            spaces = spaces_of(self.table, media_server)
+            warnings += warnings_of(self.visit.table)
+            spaces = spaces_of(self.visit.table, self.visit.media_server)
         except Failure as failure:
             self.steps.append({"name": "the programs still answer", "ok": False, "error": str(failure)})
         report = {"steps": self.steps, "spaces": spaces, "warnings": warnings}
+        if self.visit.outcomes:
+            report["outcomes"] = self.visit.outcomes
         with open(os.path.join(self.folder, "report.json"), "w", encoding="utf-8") as file:
             json.dump(report, file, ensure_ascii=False, indent=2)
             file.write("\n")
@@ -49,6 +51,10 @@ class Report:
 
 
 STATUS = {"uploaded": "Uploaded", "failed": "Failed"}
+
+
+def warnings_of(table):
+    return [line["text"] for line in table.get("/log") if line["level"] in ("warning", "error")]
 
 
 def collected_widgets(table):

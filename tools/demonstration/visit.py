@@ -1,8 +1,10 @@
 """What all visits have in common: a table with its servers, people who do things at it, and what can be read off it."""
 import json
 import os
+import shutil
 
 from programs import Failure, Stage, Table, by_class, by_id, by_type, centre, value
+from report import warnings_of
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 PRESENTATIONS = os.path.join(ROOT, "presentations")
@@ -29,8 +31,10 @@ class World:
         return program
 
     def copy_of(self, name, change):
-        """The presentation `name` with a presentation.json that `change` has altered, beside all the others."""
+        """The presentation `name` with a presentation.json that `change` has altered, beside all the others. There is one
+        copy at a time."""
         place = os.path.join(self.folder, "presentations")
+        shutil.rmtree(place, ignore_errors=True)
         os.makedirs(os.path.join(place, "copy"))
         for other in os.listdir(PRESENTATIONS):
             os.symlink(os.path.join(PRESENTATIONS, other), os.path.join(place, other))
@@ -55,12 +59,21 @@ class Visit:
         self.world = world
         self.table = None
         self.stage = None
+        self.outcomes = {}  # what was seen, for the report
+        self.warnings = []  # of tables that are closed already
 
     def open_table(self, presentation, options=()):
         self.table = self.world.add(Table(self.world.build, presentation, os.path.join(self.world.folder, "data"), options))
         # Where things lie is known when the pictures' proportions are.
         self.settle()
         self.stage = self.world.add(Stage(self.world.build, self.table, self.world.visit_options))
+
+    def close_table(self):
+        """So that another one can be opened."""
+        self.warnings += warnings_of(self.table)
+        self.stage.stop()
+        ended = self.table.stop()
+        require(ended == 0, f"the table ended with {ended}: {self.table.error_text()}")
 
     def settle(self):
         """Until every picture has come from the disk."""
