@@ -183,7 +183,7 @@ class CardsVisit(Visit):
             "temporary": all("tavola-temporary" in widget["classes"] for widget in opened),
             "personalMenu": [widget["cssId"] for widget in opened if "personal-menu" in widget["classes"]]})
         require(seen["opened"] == ["garden-terraces", "garden-menu", "garden-guide"], f"{seen['opened']} is open")
-        require(seen["menu"] == ["Orchard", "Lines", "Indoors", "Visit us"], f"the menu shows {seen['menu']}")
+        require(seen["menu"] == ["Orchard", "Lines", "Visit us", "Indoors"], f"the menu shows {seen['menu']}")
         require(seen["menuAtTheCard"], f"the menu is at {centre(self.node())}")
         require(seen["temporary"] and seen["personalMenu"] == ["garden-menu"], f"classes are missing: {seen}")
         require(not self.spaces(), "a card with a content key opened a personal space")
