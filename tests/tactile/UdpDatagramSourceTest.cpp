@@ -6,6 +6,7 @@
 #include <doctest/doctest.h>
 
 #include <arpa/inet.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -123,6 +124,57 @@ TEST_CASE("udp source: datagrams from senders that are not allowed are thrown aw
     CHECK(udp->refusedSenders() == 2);
     CHECK(input.datagramsReceived() == 1);
     CHECK(input.counters().sources.at(0).name.rfind("127.0.0.2:", 0) == 0);
+}
+
+namespace
+{
+/// To the machine's own address in IPv6.
+void sendByIpv6(const std::vector<char>& packet, std::uint16_t port)
+{
+    const int descriptor = socket(AF_INET6, SOCK_DGRAM, 0);
+    REQUIRE(descriptor >= 0);
+    sockaddr_in6 address{};
+    address.sin6_family = AF_INET6;
+    address.sin6_port = htons(port);
+    address.sin6_addr = in6addr_loopback;
+    const ssize_t sent =
+        sendto(descriptor, packet.data(), packet.size(), 0, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    close(descriptor);
+    REQUIRE(sent == static_cast<ssize_t>(packet.size()));
+}
+}
+
+TEST_CASE("udp source: it listens on an IPv6 address, and the allowed senders may be of that kind")
+{
+    TuioInput input(TestTable::plainSettings());
+    UdpSettings settings = anyPort();
+    settings.address = "::1";
+    settings.allowedSenders = {"::1"};
+    auto source = std::make_unique<UdpDatagramSource>(settings);
+    auto* udp = source.get();
+    REQUIRE(input.addSource(std::move(source)));
+    sendByIpv6(TestTable::cardsPacket(1, {{1, 1001, 0.5f, 0.5f}}, ""), udp->port());
+    REQUIRE(input.waitForDatagrams(1, 10s));
+    CHECK(input.counters().sources.at(0).name.rfind("[::1]:", 0) == 0);
+    CHECK(udp->refusedSenders() == 0);
+}
+
+TEST_CASE("udp source: on all addresses of both kinds, a sender by IPv4 is known by its IPv4 address")
+{
+    TuioInput input(TestTable::plainSettings());
+    UdpSettings settings = anyPort();
+    settings.address = "::";
+    settings.allowedSenders = {"127.0.0.1"};
+    auto source = std::make_unique<UdpDatagramSource>(settings);
+    auto* udp = source.get();
+    REQUIRE(input.addSource(std::move(source)));
+    TestSupport::expectWarningStartingWith("UdpDatagramSource # Refused a datagram from [::1]:");
+    sendByIpv6(TestTable::fingersPacket(1, {{1, 0.5f, 0.5f}}, ""), udp->port());
+    const Sender friendly;
+    friendly.send(TestTable::fingersPacket(1, {{1, 0.5f, 0.5f}}, ""), udp->port());
+    REQUIRE(input.waitForDatagrams(1, 10s));
+    CHECK(udp->refusedSenders() == 1);
+    CHECK(input.counters().sources.at(0).name.rfind("127.0.0.1:", 0) == 0);
 }
 
 TEST_CASE("udp source: what keeps it from listening is told with its remedy")
