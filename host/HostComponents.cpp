@@ -3,9 +3,11 @@
 #include <Tavola/Component.hpp>
 #include <Tavola/ContentMenuWidget.hpp>
 #include <Tavola/ContentWidget.hpp>
+#include <Tavola/DocumentWidget.hpp>
 #include <Tavola/LinkWidget.hpp>
 #include <Tavola/Tavola.hpp>
-#include <Trellis/TextWidget.hpp>
+#include <Tavola/TextFileWidget.hpp>
+#include <Trellis/ImageWidget.hpp>
 
 namespace
 {
@@ -37,9 +39,9 @@ HostComponents::HostComponents(Tavola::Tavola& application) : m_application(appl
         m_entries.push_back(m_application.registerFactory(QLatin1String(name), std::move(entry)));
     };
     add("picture", factory<Tavola::ContentWidget>("picture"));
-    add("document", factory<Tavola::ContentWidget>("document"));
+    add("document", factory<Tavola::DocumentWidget>("document"));
     add("link", factory<Tavola::LinkWidget>());
-    add("text", factory<Trellis::TextWidget>());
+    add("text", factory<Tavola::TextFileWidget>());
     add("image", factory<Trellis::ImageWidget>());
     add("content-menu", factory<Tavola::ContentMenuWidget>());
     add("panel", factory<Trellis::Widget>());

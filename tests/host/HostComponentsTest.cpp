@@ -21,7 +21,7 @@ TEST_CASE("host components: each makes a widget of its kind")
         const char* cssClass;
     };
     const Row rows[] = {
-        {"picture", "ContentWidget", "picture"}, {"document", "ContentWidget", "document"}, {"link", "LinkWidget", nullptr},
+        {"picture", "ContentWidget", "picture"}, {"document", "DocumentWidget", "document"}, {"link", "LinkWidget", nullptr},
         {"text", "TextWidget", nullptr},         {"image", "ImageWidget", nullptr},         {"panel", "Widget", nullptr},
         {"content-menu", "ContentMenuWidget", nullptr},
     };

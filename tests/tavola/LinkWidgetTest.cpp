@@ -50,3 +50,38 @@ TEST_CASE("link widget: a finger on its words moves the card")
     host.drag(1, {50.f, 20.f}, {150.f, 20.f});
     CHECK(link->location().x == doctest::Approx(100.0));
 }
+
+TEST_CASE("link widget: shows its address as a QR code, where it is one of the web")
+{
+    struct Row
+    {
+        const char* source;
+        bool hasCode;
+    };
+    const Row rows[] = {{"https://example.org/a", true}, {"http://example.org", true}, {"no address", false},
+                        {"ftp://example.org/a", false},  {"https://", false},            {"", false}};
+    TestHost host;
+    host.style("LinkWidget { position: absolute; left: 100px; top: 100px; width: 300px; background-color: #204060 }"
+               "LinkWidget > .link-qr { width: 200px; height: 200px }");
+    for (const Row& row : rows) {
+        CAPTURE(row.source);
+        const auto link = makeIntrusive<Tavola::LinkWidget>(&host.mainWidget());
+        dynamic_cast<Facet::AttributeT<QString>&>(*link->attribute("source")).setValue(row.source);
+        const auto code = link->children().at(2);
+        REQUIRE(code->hasCSSClass("link-qr"));
+        CHECK(code->isVisible() == row.hasCode);
+        host.frame();
+        const QImage picture = host.app().renderToImage();
+        const auto corner = code->mapToScene({0.f, 0.f});
+        int white = 0;
+        int black = 0;
+        for (int y = 0; y < 200; ++y)
+            for (int x = 0; x < 200; ++x) {
+                const QColor colour = picture.pixelColor(int(corner.x) + x, int(corner.y) + y);
+                white += colour == QColor(Qt::white) ? 1 : 0;
+                black += colour == QColor(Qt::black) ? 1 : 0;
+            }
+        CHECK((white > 10000 && black > 5000) == row.hasCode);
+        link->removeFromParent();
+    }
+}

@@ -74,6 +74,14 @@ void addSource(const QString& source, FileRepresentation::FileData& data)
     }
 }
 
+/// The first line of a text, shortened.
+QString firstWords(const QString& text)
+{
+    constexpr int kLongest = 60;
+    const QString line = text.trimmed().section(QLatin1Char('\n'), 0, 0).trimmed();
+    return line.size() <= kLongest ? line : line.left(kLongest - 1) + QChar(0x2026);
+}
+
 /// What to call content that has no name of its own.
 QString nameBySource(const FileRepresentation::FileData& data)
 {
@@ -100,7 +108,7 @@ FileRepresentation::FileData FileRepresentation::widgetData(const Trellis::Widge
     if (data.displayName.isEmpty())
         data.displayName = textOf(widget, "title");
     if (data.displayName.isEmpty())
-        data.displayName = nameBySource(data);
+        data.displayName = data.sources.isEmpty() ? firstWords(textOf(widget, "text")) : nameBySource(data);
     return data;
 }
 

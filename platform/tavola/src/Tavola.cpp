@@ -2,6 +2,7 @@
 
 #include "DragAndDrop.hpp"
 #include "MenuFile.hpp"
+#include "PageRenderer.hpp"
 #include "SnapshotWriter.hpp"
 
 #include <Bedrock/Trace.hpp>
@@ -53,6 +54,7 @@ struct Tavola::Private
     ServiceProvider services;
     SnapshotWriter snapshots;
     MenuFiles menuFiles;
+    PageRenderer pageRenderer;
     FactoryTable factories;
     std::vector<std::shared_ptr<Package>> packages;
     std::unordered_map<long, std::shared_ptr<WidgetInstance>> instances;
@@ -191,6 +193,11 @@ void Tavola::keepInstance(Trellis::Widget& widget, std::shared_ptr<WidgetInstanc
 MenuFiles& Tavola::menuFiles() const noexcept
 {
     return d->menuFiles;
+}
+
+PageRenderer& Tavola::pageRenderer() const noexcept
+{
+    return d->pageRenderer;
 }
 
 SnapshotWriter& Tavola::snapshots() const noexcept

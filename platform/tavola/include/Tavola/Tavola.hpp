@@ -18,6 +18,7 @@ namespace Tavola
 {
 class MenuFiles;
 class Package;
+class PageRenderer;
 class ServiceProvider;
 class SnapshotWriter;
 class UIComponent;
@@ -67,12 +68,14 @@ public:
 private:
     Tavola();
     friend class ContentMenuWidget;
+    friend class DocumentWidget;
     friend class FileRepresentation;
     friend class UIComponent;
     struct Private;
 
     void keepInstance(Trellis::Widget& widget, std::shared_ptr<WidgetInstance> instance);
     [[nodiscard]] MenuFiles& menuFiles() const noexcept;
+    [[nodiscard]] PageRenderer& pageRenderer() const noexcept;
     [[nodiscard]] SnapshotWriter& snapshots() const noexcept;
 
     std::unique_ptr<Private> d;
