@@ -19,6 +19,9 @@ QString RunOptions::help(Command command)
             "With --manual-clock each frame that the inspector asks for is the next one of the recording, with its own step. At\n"
             "the end the table stands still; without a window and a manual clock the program ends.\n"
             "\n"
+            "A replay is a visit like any other: it registers people, uploads and sends e-mail again. Use --data, --media-server\n"
+            "and --mail-server to keep it away from the venue's own.\n"
+            "\n"
             "The options are those of \"tavola run\" but for --size, --tuio and --record; see tavola run --help.\n");
     return QStringLiteral(
         "usage: tavola run PRESENTATION [OPTION ...]\n"
