@@ -65,9 +65,21 @@ TEST_CASE("launched content: relative content that is turned while it opens ends
     const auto widget = item(host);
     widget->setLocation({60.f, 0.f});
     widget->addOperator(makeIntrusive<LaunchedContentOperator>(true, Vector2f(900.f, 500.f), 0.3f));
+    host.frame(0.1);
     widget->setRotation(kPi / 2.f);
     host.frame(1.0);
     CHECK(isNear(widget->location(), {900.f, 560.f}));
+}
+
+TEST_CASE("launched content: a turn in the frame of the launch changes only the orientation")
+{
+    TestHost host;
+    const auto widget = item(host);
+    widget->setLocation({60.f, 0.f});
+    widget->addOperator(makeIntrusive<LaunchedContentOperator>(true, Vector2f(900.f, 500.f), 0.3f));
+    widget->setRotation(kPi / 2.f);
+    host.frame(1.0);
+    CHECK(isNear(widget->location(), {960.f, 500.f}));
 }
 
 TEST_CASE("launched content: the opening ends at a point that was moved meanwhile")

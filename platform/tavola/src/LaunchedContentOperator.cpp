@@ -41,6 +41,9 @@ void LaunchedContentOperator::removed(Trellis::Widget& widget)
 
 void LaunchedContentOperator::update(Trellis::Widget& widget, const Trellis::FrameInfo& frame)
 {
+    if (m_elapsedSeconds == 0.f)
+        // How the widget was turned while it was made ready, in the frame of its launch, is not a turn of the opening.
+        m_rotationAtStart = widget.rotation();
     m_elapsedSeconds += frame.dt();
     const float progress = m_durationSeconds > 0.f ? std::min(1.f, m_elapsedSeconds / m_durationSeconds) : 1.f;
     if (progress >= 1.f)
