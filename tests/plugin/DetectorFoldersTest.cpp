@@ -77,6 +77,27 @@ TEST_CASE("card with a content key: in reverse mode its folder opens with the li
     CHECK(table.items() == std::vector<PluginTest::FolderItem*>{const_cast<PluginTest::FolderItem*>(second)});
 }
 
+TEST_CASE("card with a content key: two cards of one code have contents of their own")
+{
+    Table table;
+    table.set("follow-marker", true);
+    table.set("dismiss-widgets", true);
+    table.set("rotation-offset", 0.f);
+    const auto first = table.putDown(table.keyed, kCard);
+    const auto second = table.putDown(table.keyed, {400.f, 300.f});
+    REQUIRE(first != second);
+    table.finishOpening();
+    REQUIRE(table.items().size() == 2);
+    table.host.input.markerMove(second, {420.f, 300.f});
+    table.host.frame();
+    CHECK(near(table.items()[0]->location(), kCard + Vector2f(30.f, 40.f)));
+    CHECK(near(table.items()[1]->location(), Vector2f(450.f, 340.f)));
+    table.lift(first);
+    table.host.frames(30);
+    REQUIRE(table.items().size() == 1);
+    CHECK(near(table.items()[0]->location(), Vector2f(450.f, 340.f)));
+}
+
 TEST_CASE("card with a content key: a card without one asks for no folder when it comes down")
 {
     Table table;

@@ -3,6 +3,8 @@
 #include "FoldersOnDetector.hpp"
 #include "LogCapture.hpp"
 
+#include <Tavola/MarkerDetectorWidget.hpp>
+
 #include <doctest/doctest.h>
 
 // Folders, and the host's own detector, for cards that lie on the table when a detector comes.
@@ -79,6 +81,24 @@ TEST_CASE("pickup: unknown cards inside the detector go to the host's own detect
     table.host.frame();
     CHECK(table.holder(id) == first.get());
     CHECK(second->codes.empty());
+}
+
+TEST_CASE("pickup: the detector that the host brings takes an unknown card and marks it, and lets it go when it is lifted")
+{
+    FolderHost table;
+    const auto hostDetector = Bedrock::makeIntrusive<Tavola::MarkerDetectorWidget>();
+    table.host.ui().internalOverlayWidget()->addChild(hostDetector);
+    table.host.addPerson(table.code, "Ann");
+    const auto unknown = table.putDown(newCode(), {500.f, 300.f});
+    const auto known = table.putDown(table.code, kCard);
+    table.addDetector();
+    table.host.frame();
+    CHECK(table.holder(unknown) == hostDetector.get());
+    CHECK(table.holder(known) == table.detector.get());
+    CHECK(hostDetector->markerCount() == 1);
+    table.lift(unknown);
+    CHECK(hostDetector->markerCount() == 0);
+    CHECK(table.spaces().empty());
 }
 
 TEST_CASE("pickup: an unknown card that a widget beside the background holds is left to it")
