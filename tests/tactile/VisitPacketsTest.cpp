@@ -142,3 +142,17 @@ TEST_CASE("visit packets: as TUIO 2.0 a frame is one packet, and only what chang
     CHECK(packets == 1);
     CHECK(theatre.table.sample.fingers.size() == 1);
 }
+
+TEST_CASE("visit packets: another visit of the same name counts from its first packet on, told by the time it began")
+{
+    for (const auto version : {Visit::TuioVersion::One, Visit::TuioVersion::Two}) {
+        Theatre theatre("at 0 card 1001 down 500 500\nat 0.3 card 1001 up\n", version);
+        while (theatre.seconds < 0.4)
+            theatre.step();
+        theatre.player = Visit::Player(Theatre::parse("at 0 finger 1 tap 100 100\n"));
+        theatre.packets = Visit::Packets("a@b", version, 3.0);
+        theatre.seconds = 0.0;
+        theatre.step();
+        CHECK(theatre.table.sample.fingers.size() == 1);
+    }
+}

@@ -85,7 +85,7 @@ class CardsVisit(Visit):
             presentation = self.world.copy_of("cards", change)
         else:
             presentation = os.path.join(PRESENTATIONS, "cards")
-        self.open_table(presentation, ["--mail-server", self.mail.address])
+        self.open_table(presentation, ["--mail-server", self.mail.address, "--show-input"])
         self.lies_always = {widget["id"] for widget in self.main()["children"]}
 
     def reopen(self, **attributes):
@@ -149,12 +149,14 @@ class CardsVisit(Visit):
 
     def towards_hand(self):
         seen = []
-        for angle in (290, 200):
+        for angle in (200, 290):
             self.put(ANN, PLACE, angle)
             space = self.space()
             x, y = centre(space)
             seen.append({"cardDegrees": angle, "spaceDegrees": degrees(space), "title": self.title(),
                          "atTheCard": near((x, y), PLACE), "holder": self.holder(ANN)})
+            if angle == 290:
+                break  # the next step takes it away
             self.lift()
             self.clear()
         self.see("a personal card with rotation towards the hand", seen)
@@ -174,6 +176,8 @@ class CardsVisit(Visit):
                 if entry in node["children"]}
 
     def folder_opens(self):
+        self.lift()
+        self.clear()
         self.folder_begin = self.put(GARDEN, PLACE, 270, 9.0, [(4, "move 1020 600 over 0.5"), (6, "move 1020 600 angle 300 over 0.5")])
         self.settle()
         opened = self.opened()

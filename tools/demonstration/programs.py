@@ -154,6 +154,7 @@ class Stage:
     """Visitors at a table, all in step with its clock: every datagram has arrived before the frame it belongs to runs."""
 
     FRAME = 1 / 60
+    APART = 100_000  # seconds between the times of visitors: a table tells by them that another one has begun
 
     def __init__(self, build, table, visit_options=()):
         self.build = build
@@ -162,14 +163,17 @@ class Stage:
         self.visitors = []
         self.left = 0  # datagrams of visitors who have gone
         self.now = 0.0
+        self._began = 0
         self._before = table.get("/input")["datagramsReceived"]
 
     def enter(self, script):
         """Somebody comes to the table; the script's time begins now."""
         # Those who come one after the other are one sender: a table knows only so many.
         taken = {visitor.name for visitor in self.visitors}
+        self._began += self.APART
         name = next(name for name in map("visitor-{}".format, range(100)) if name not in taken)
-        visitor = Visitor(self.build, self.table, "size 1920 1080\n" + script + "\n", ["--source", name, *self.visit_options])
+        visitor = Visitor(self.build, self.table, "size 1920 1080\n" + script + "\n",
+                          ["--source", name, "--began", str(self._began), *self.visit_options])
         visitor.name = name
         self.visitors.append(visitor)
         return visitor

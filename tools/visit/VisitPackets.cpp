@@ -8,12 +8,12 @@ namespace Visit
 namespace
 {
 constexpr double kSecondsBetweenWholes = 1.0;
-constexpr double kFirstSeconds = 1.0; // a time tag near 0 would mean "now"
 }
 
 // In TUIO 1.1 the first frame is 0, which a table takes as a restart; in TUIO 2.0 that number has no place in the order.
-Packets::Packets(std::string source, TuioVersion version)
-    : m_version(version), m_encoder(source), m_encoder2(std::move(source)), m_frame(version == TuioVersion::One ? -1 : 0)
+Packets::Packets(std::string source, TuioVersion version, double beganSeconds)
+    : m_version(version), m_beganSeconds(beganSeconds), m_encoder(source), m_encoder2(std::move(source)),
+      m_frame(version == TuioVersion::One ? -1 : 0)
 {
 }
 
@@ -50,7 +50,7 @@ void Packets::sendComponents(const Frame& frame, double seconds, bool isWhole, c
         return isWhole || std::find(last.begin(), last.end(), contact) == last.end();
     };
     m_alive.clear();
-    m_encoder2.begin(m_frame, Tactile::Tuio2Encoder::timeTag(kFirstSeconds + seconds));
+    m_encoder2.begin(m_frame, Tactile::Tuio2Encoder::timeTag(m_beganSeconds + seconds));
     for (const Contact& c : frame.cards) {
         m_alive.push_back(c.session);
         if (isDue(c, m_lastCards))

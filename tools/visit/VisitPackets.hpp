@@ -22,7 +22,10 @@ class Packets
 public:
     using Send = std::function<void(const std::vector<char>& packet)>;
 
-    explicit Packets(std::string source = "tavola-visit@localhost", TuioVersion version = TuioVersion::One);
+    /// `beganSeconds`, from any beginning and above 0, is when the sender began: frames of TUIO 2.0 carry their time, and a
+    /// table knows by it that a sender of the same name has begun anew.
+    explicit Packets(std::string source = "tavola-visit@localhost", TuioVersion version = TuioVersion::One,
+                     double beganSeconds = 1.0);
 
     /// Sends what is due for `frame` at `seconds` (growing). The packet is valid during the call.
     void send(const Frame& frame, double seconds, const Send& send);
@@ -36,6 +39,7 @@ private:
                      bool isWhole, const Send& send);
 
     TuioVersion m_version;
+    double m_beganSeconds;
     Tactile::TuioEncoder m_encoder;
     Tactile::Tuio2Encoder m_encoder2;
     std::int32_t m_frame; // of the last one sent

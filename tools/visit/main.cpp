@@ -26,9 +26,10 @@ namespace
 constexpr int kExitOk = 0;
 constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
+constexpr double kLatestSeconds = 4e9; // a time tag has 32 bits for seconds
 
 const char* const kHelp = R"(Usage: tavola-visit FILE [--to HOST:PORT] [--rate HZ] [--tuio-version 1.1|2.0] [--lift] [--step]
-                          [--source NAME]
+                          [--source NAME] [--began SECONDS]
 
 Plays a visit to the table, written down in FILE, as TUIO over UDP.
 
@@ -41,6 +42,8 @@ Plays a visit to the table, written down in FILE, as TUIO over UDP.
                    that time and write how many datagrams have been sent so far. For a table under a manual clock
   --source NAME    how the sender calls itself (default: a name of its own); a table takes visits of one name, played one
                    after the other, for one sender
+  --began SECONDS  when the sender began, above 0, for the times in TUIO 2.0 (now, in seconds since 1970). Visits of one
+                   name that are played in less than a second must say it, a second or more apart from one another
   --help           this text
 
 FILE has one action a line, in order of time; what follows a # is a remark:
@@ -68,6 +71,7 @@ struct Options
     bool lift = false;
     bool step = false;
     std::string source;
+    double beganSeconds = std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 };
 
 bool fail(const std::string& text)
@@ -96,7 +100,8 @@ bool readArguments(int count, char** arguments, Options& options)
 {
     for (int i = 1; i < count; ++i) {
         const std::string argument = arguments[i];
-        const bool takesValue = argument == "--to" || argument == "--rate" || argument == "--source" || argument == "--tuio-version";
+        const bool takesValue = argument == "--to" || argument == "--rate" || argument == "--source" ||
+            argument == "--tuio-version" || argument == "--began";
         if (takesValue && i + 1 == count)
             return fail("Missing a value after " + argument + "; see --help");
         if (argument == "--to") {
@@ -117,6 +122,12 @@ bool readArguments(int count, char** arguments, Options& options)
             options.lift = true;
         } else if (argument == "--step") {
             options.step = true;
+        } else if (argument == "--began") {
+            const std::string text = arguments[++i];
+            const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), options.beganSeconds);
+            if (error != std::errc() || stop != text.data() + text.size() || !(options.beganSeconds > 0.0) ||
+                options.beganSeconds > kLatestSeconds)
+                return fail("Failed to read --began \"" + text + "\"; give seconds above 0 and up to 4000000000");
         } else if (argument == "--source") {
             options.source = arguments[++i];
         } else if (argument.size() > 1 && argument.front() == '-') {
@@ -220,7 +231,7 @@ bool play(const Visit::Player& player, int descriptor, const Options& options)
     };
     // Visits may play side by side and one after the other: each is a sender of its own.
     const std::string name = options.source.empty() ? "tavola-visit-" + std::to_string(getpid()) : options.source;
-    Visit::Packets packets(name + "@localhost", options.version);
+    Visit::Packets packets(name + "@localhost", options.version, options.beganSeconds);
     Pace pace(options.step);
     pace.waitFor(0.0, sent);
     const double end = player.script().durationSeconds();
