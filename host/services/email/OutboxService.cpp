@@ -202,10 +202,10 @@ EmailStatus OutboxService::Private::attempt(OutboxMessage& message)
         outbox->update(message);
         break;
     }
-    const qint64 pauseMs = look();
-    if (pauseMs >= 0 && message.state == OutboxMessage::State::Queued) {
+    if (look() >= 0) {
+        // The retries' thread may be waiting for a later message, or without end because there was none to look after.
         const std::lock_guard lock(mutex);
-        isWoken = true; // the retries' thread may be waiting for nothing, or for a later message
+        isWoken = true;
         retriesChanged.notify_all();
     }
     return status;

@@ -65,6 +65,7 @@ void SmtpSender::setUp(void* transfer) const
     curl_easy_setopt(transfer, CURLOPT_PROXY, "");
     curl_easy_setopt(transfer, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(transfer, CURLOPT_UPLOAD, 1L);
+    curl_easy_setopt(transfer, CURLOPT_UPLOAD_BUFFERSIZE, 128L * 1024L);
     curl_easy_setopt(transfer, CURLOPT_FORBID_REUSE, 1L); // says goodbye within the transfer, under our patience
     curl_easy_setopt(transfer, CURLOPT_CONNECTTIMEOUT_MS, long(m_settings.connectTimeoutSeconds * 1000.0));
     curl_easy_setopt(transfer, CURLOPT_TIMEOUT_MS, long(m_settings.timeoutSeconds * 1000.0));

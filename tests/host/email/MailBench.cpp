@@ -124,6 +124,11 @@ bool MailBench::reports(const char* key, int number) const
     return TestSupport::pumpUntil([&] { return service->state().value(QLatin1String(key)).toInt() == number; }, 20000);
 }
 
+bool MailBench::becomesEmpty() const
+{
+    return TestSupport::pumpUntil([&] { return kept().empty() && folders() == 0; }, 20000);
+}
+
 std::vector<OutboxMessage> MailBench::kept() const
 {
     QString error;

@@ -60,6 +60,8 @@ struct MailBench
     [[nodiscard]] bool hasMails(std::size_t count) const;
     /// Waits until the service's report has this number at `key` ("queued", "sending", "failed").
     [[nodiscard]] bool reports(const char* key, int number) const;
+    /// Waits until nothing is left, neither a message nor a file.
+    [[nodiscard]] bool becomesEmpty() const;
     /// What the outbox holds, seen by somebody else.
     [[nodiscard]] std::vector<OutboxMessage> kept() const;
     [[nodiscard]] QString outboxPath() const { return folder.path(QStringLiteral("outbox")); }

@@ -90,10 +90,7 @@ TEST_CASE("outbox crash: a table killed at any step of an attempt delivers after
         bench.nowMs = QDateTime::currentMSecsSinceEpoch();
         bench.open();
         REQUIRE(bench.hasMails(1));
-        REQUIRE(bench.reports("sending", 0));
-        REQUIRE(bench.reports("queued", 0));
-        CHECK(bench.kept().empty());
-        CHECK(bench.folders() == 0);
+        CHECK(bench.becomesEmpty());
         const auto mails = bench.server.mails();
         CHECK(messageIds(mails).size() == 1);
         if (!messageId.isEmpty())
@@ -160,8 +157,6 @@ TEST_CASE("outbox crash: a table killed again and again delivers every message i
     bench.nowMs = QDateTime::currentMSecsSinceEpoch();
     bench.open();
     REQUIRE(bench.hasMails(5));
-    REQUIRE(bench.reports("queued", 0));
-    REQUIRE(bench.reports("sending", 0));
+    CHECK(bench.becomesEmpty());
     CHECK(messageIds(bench.server.mails()).size() == 5);
-    CHECK(bench.kept().empty());
 }
