@@ -99,3 +99,23 @@ TEST_CASE("marker service: it has no personal widgets of its own and says so")
     REQUIRE_FALSE(widget.has_value());
     CHECK(widget.error() == "This presentation has no folder for card 1001");
 }
+
+TEST_CASE("marker service: a card with a content key gets the widget that the presentation has for the key")
+{
+    Fixture table;
+    QStringList asked;
+    const auto widget = Bedrock::makeIntrusive<Trellis::Widget>();
+    table.service->setPersonalWidgets([&](const QString& contentKey) -> MarkerService::PersonalWidget {
+        asked << contentKey;
+        if (asked.size() > 1)
+            return boost::make_unexpected(QStringLiteral("no more"));
+        return widget;
+    });
+    CHECK(*table.service->personalWidget(1001) == widget);
+    CHECK(table.service->personalWidget(1001).error() == "no more");
+    CHECK(asked == QStringList{QStringLiteral("key"), QStringLiteral("key")});
+    // Neither the card without a key nor the one that nobody knows is asked for.
+    CHECK(table.service->personalWidget(1007).error() == "This presentation has no folder for card 1007");
+    CHECK(table.service->personalWidget(4711).error() == "This presentation has no folder for card 4711");
+    CHECK(asked.size() == 2);
+}

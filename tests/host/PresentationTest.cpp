@@ -284,3 +284,36 @@ TEST_CASE("presentation: slots nested too deeply are cut off there")
         ++depth;
     CHECK(depth == 17);
 }
+
+TEST_CASE("presentation: components with a name, and folders for content keys")
+{
+    Written written(R"({
+        "components": {"map": {"component": "picture", "attributes": {"source": {"file": "map.png"}}}},
+        "widgets": [{"use": "map", "id": "first"}],
+        "folders": {"garden": {"component": "personal-folder", "slots": {"content-widget-relative": [{"use": "map"}]}},
+                    "empty": 3}})");
+    const QString map = written.folder().write(QStringLiteral("map.png"), "");
+    written.skips("folders.empty", QStringLiteral("expected an object with a \"component\" or \"use\""));
+    const Presentation presentation = written.load();
+    REQUIRE(presentation.widgets.size() == 1);
+    CHECK(presentation.widgets[0].component == "picture");
+    CHECK(presentation.widgets[0].properties.value("id").toString() == "first");
+    REQUIRE(presentation.folders.size() == 1);
+    CHECK(presentation.folders[0].first == "garden");
+    CHECK(presentation.folders[0].second.component == "personal-folder");
+    REQUIRE(presentation.folders[0].second.slotContents.size() == 1);
+    CHECK(presentation.folders[0].second.slotContents[0].second.at(0).properties.value("attributes").toObject().value("source").toString() == map);
+}
+
+TEST_CASE("presentation: components that contain one another in a circle are told, the rest is read")
+{
+    Written written(R"({"components": {
+            "a": {"component": "panel", "slots": {"s": [{"use": "b"}, {"component": "text"}]}},
+            "b": {"component": "panel", "slots": {"s": [{"use": "a"}]}}},
+        "widgets": [{"use": "a"}, {"component": "text"}]})");
+    written.skips("components.b.slots.s[0]", QStringLiteral("components contain one another in a circle: a > b > a"));
+    const Presentation presentation = written.load();
+    REQUIRE(presentation.widgets.size() == 2);
+    CHECK(presentation.widgets[0].slotContents[0].second.size() == 2);
+    CHECK(presentation.widgets[1].component == "text");
+}

@@ -206,6 +206,110 @@ TEST_CASE("table: a card that a datagram puts down reaches what lies below it, a
     CHECK(cards == 1);
 }
 
+namespace
+{
+/// Cards that a tracker sees, as datagrams over a real socket.
+class Tracker
+{
+public:
+    explicit Tracker(Table& table) : m_table(table) {}
+
+    /// One frame of the tracker and of the table: these cards lie there, by session and code.
+    void frame(const std::vector<std::pair<int, int>>& cards, float x = 0.5f, float y = 0.5f)
+    {
+        m_encoder.begin(Tactile::TuioProfile::Objects);
+        std::vector<std::int32_t> alive;
+        for (const auto& card : cards)
+            alive.push_back(card.first);
+        m_encoder.alive(alive);
+        for (const auto& card : cards)
+            m_encoder.setObject(card.first, card.second, x, y, 0.f);
+        const auto& packet = m_encoder.finish(++m_frames);
+        REQUIRE(m_socket.writeDatagram(packet.data(), qint64(packet.size()), QHostAddress::LocalHost, quint16(m_table.tuioPort()))
+                == qint64(packet.size()));
+        REQUIRE(m_table.input().waitForDatagrams(++m_sent, std::chrono::seconds(5)));
+        m_table.application().frame(1.0 / 60.0);
+    }
+    /// Longer than a card that is lost for a moment is held.
+    void rest()
+    {
+        for (int i = 0; i < 10; ++i)
+            m_table.application().frame(0.1);
+    }
+
+private:
+    Table& m_table;
+    QUdpSocket m_socket;
+    Tactile::TuioEncoder m_encoder;
+    int m_frames = 0;
+    int m_sent = 0;
+};
+}
+
+TEST_CASE("table: a card has the same id whenever its code comes back")
+{
+    Place place;
+    place.presentation(R"({"table": {"width": 800, "height": 600}})");
+    const auto table = place.open();
+    std::vector<std::int64_t> down;
+    std::vector<std::int64_t> up;
+    const auto background = Tavola::Tavola::instance()->ui()->background();
+    background->eventAddListenerBd("marker-down", [&](Bedrock::BinaryData& id) { down.push_back(id.readInt64()); });
+    background->eventAddListenerBd("marker-up", [&](Bedrock::BinaryData& id) { up.push_back(id.readInt64()); });
+    Tracker tracker(*table);
+    tracker.frame({{5, 1001}});
+    tracker.frame({});
+    tracker.rest();
+    tracker.frame({{6, 1002}});
+    tracker.frame({{6, 1002}, {7, 1001}}); // a session of its own, the same card
+    REQUIRE(down.size() == 3);
+    REQUIRE(up.size() == 1);
+    CHECK(up[0] == down[0]);
+    CHECK(down[1] != down[0]);
+    CHECK(down[2] == down[0]);
+}
+
+TEST_CASE("table: a card with a content key opens the presentation's folder for it, on whichever detector it is put")
+{
+    const long before = Bedrock::ReferenceCounted::liveObjects();
+    {
+        Place place;
+        place.options().plugin = QStringLiteral(TAVOLA_PLUGIN);
+        place.folder().write(QStringLiteral("people.csv"), "code,name,content-key\n1001,Ann,garden\n1002,Bo,moon\n1003,Cy,\n");
+        place.folder().write(QStringLiteral("table.css"),
+                             "#left { position: absolute; left: 0px; top: 0px; width: 50%; height: 100% }"
+                             "#right { position: absolute; left: 50%; top: 0px; width: 50%; height: 100% }"
+                             "#item { width: 100px; height: 100px } PersonalFolderWidget { dismiss-widgets: true }");
+        place.presentation(R"({"table": {"width": 800, "height": 600}, "people": "people.csv", "styleSheets": ["table.css"],
+            "folders": {"garden": {"component": "personal-folder", "slots": {"content-widget-relative": [{"component": "panel", "id": "item"}]}}},
+            "widgets": [{"component": "tavola-personal-tessel-detector", "id": "left"},
+                        {"component": "tavola-personal-tessel-detector", "id": "right"}]})");
+        const auto table = place.open();
+        table->application().frame(0.0);
+        CHECK(Tavola::Tavola::instance()->ui()->internalOverlayWidget()->findByType("MarkerDetectorWidget"));
+        CHECK(Tavola::Tavola::instance()->ui()->background()->hasCSSClass("tavola-background"));
+        Tracker tracker(*table);
+        const auto mainWidget = Tavola::Tavola::instance()->ui()->mainWidget();
+        for (const float x : {0.25f, 0.75f}) {
+            CAPTURE(x);
+            tracker.frame({{5, 1001}}, x);
+            REQUIRE(find(*table, "item"));
+            CHECK(find(*table, "item")->hasCSSClass("tavola-temporary"));
+            CHECK(mainWidget->findAllByType("PersonalFolderWidget").size() == 1);
+            tracker.frame({});
+            tracker.rest();
+            CHECK_FALSE(find(*table, "item"));
+        }
+        expectWarning("PersonalTesselDetectorWidget::handlePersonalMarker # Failed to create personal folder for code 1002 (the presentation "
+                      "has nothing for the content key \"moon\"; add it to \"folders\")");
+        tracker.frame({{6, 1002}});
+        tracker.frame({{6, 1002}, {7, 1003}}, 0.75f);
+        CHECK(mainWidget->findByType("PersonalSpaceWidget"));
+    }
+    CHECK_FALSE(isLoaded(TAVOLA_PLUGIN));
+    CHECK(Bedrock::ReferenceCounted::liveObjects() == before);
+}
+
 TEST_CASE("table: a size on the command line goes before the presentation's")
 {
     Place place;

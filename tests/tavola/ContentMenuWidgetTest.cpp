@@ -258,6 +258,41 @@ TEST_CASE("content menu: several hands use it at once")
     CHECK(menu->nodeWidget(first + 2));
 }
 
+TEST_CASE("content menu: an entry shows that it is pressed, and that what it leads to is open")
+{
+    MenuHost table;
+    const auto menu = table.menu(kTwoLevels);
+    const auto first = menu->prepare({960.f, 540.f});
+    const auto node = menu->nodeWidget(first);
+    table.host.frame(1.0);
+    auto& rooms = MenuHost::entry(*node, 0);
+    const auto colour = [&] { return rooms.attribute("background-color")->toText(); };
+    const QString atRest = colour();
+    table.host.input.fingerDown(1, MenuHost::sceneCenter(rooms));
+    table.host.frame();
+    const QString pressed = colour();
+    table.host.input.fingerUp(1);
+    table.host.frame();
+    const QString open = colour();
+    CHECK(pressed != atRest);
+    CHECK(open != atRest);
+    CHECK(open != pressed);
+    // A second finger on it is no tap; it is pressed until both have gone.
+    table.host.input.fingerDown(1, MenuHost::sceneCenter(rooms));
+    table.host.frame();
+    table.host.input.fingerDown(2, MenuHost::sceneCenter(rooms) + Vector2f(10.f, 0.f));
+    table.host.frame();
+    table.host.input.fingerUp(1);
+    table.host.frame();
+    CHECK(rooms.hasCSSClass("pressed"));
+    table.host.input.fingerUp(2);
+    table.host.frame();
+    CHECK_FALSE(rooms.hasCSSClass("pressed"));
+    CHECK(colour() == open);
+    menu->closeNode(first + 1);
+    CHECK(colour() == atRest);
+}
+
 TEST_CASE("content menu: a finger on a node's ground moves it, with everything opened from it")
 {
     MenuHost table;

@@ -34,7 +34,10 @@ void setDefaults(Trellis::Widget& widget, const Default (&defaults)[N])
 
 constexpr Default kNode[] = {{"position", "absolute"}, {"background-color", "#1c2733"}, {"border-color", "#3f5368"}, {"border-width", "2"}};
 constexpr Default kListNode[] = {{"width", "320"}, {"padding", "10"}, {"gap", "6"}, {"border-radius", "20"}};
-constexpr Default kEntry[] = {{"background-color", "#30445a"}};
+constexpr const char* kEntryColor = "#30445a";
+constexpr const char* kCloseColor = "#3f5368";
+constexpr const char* kPressedColor = "#4a6d8f";
+constexpr const char* kOpenColor = "#8a5a2b";
 constexpr Default kListEntry[] = {{"width", "100%"}, {"min-height", "60"}, {"border-radius", "12"}};
 constexpr Default kRingEntry[] = {{"position", "absolute"}, {"width", "116"}, {"height", "116"}, {"border-radius", "58"}};
 constexpr Default kIcon[] = {{"position", "absolute"}, {"fit", "contain"}};
@@ -47,20 +50,46 @@ constexpr Default kRingText[] = {{"left", "8"}, {"width", "100"}, {"max-lines", 
 constexpr Default kMore[] = {{"position", "absolute"}, {"color", "#f2a65a"}};
 constexpr Default kListMore[] = {{"right", "16"}, {"top", "12"}, {"font-size", "26"}};
 constexpr Default kRingMore[] = {{"left", "8"}, {"width", "100"}, {"bottom", "2"}, {"font-size", "22"}, {"text-align", "center"}};
-constexpr Default kClose[] = {{"position", "absolute"}, {"background-color", "#3f5368"}};
 constexpr Default kListClose[] = {{"right", "-18"}, {"top", "-18"}, {"width", "44"}, {"height", "44"}, {"border-radius", "22"}};
 constexpr Default kRingClose[] = {{"width", "64"}, {"height", "64"}, {"border-radius", "32"}};
 constexpr Default kCloseText[] = {{"position", "absolute"}, {"left", "0"}, {"width", "100%"}, {"color", "#f4f7fa"}, {"text-align", "center"}};
 
-/// What fingers press and cards pass through.
+/// A text of that many letters stands in one line of a ring's entry.
+constexpr int kShortText = 12;
+
+/// What fingers press, which shows, and cards pass through.
 class MenuButton final : public Trellis::Widget
 {
 public:
-    explicit MenuButton(Trellis::Widget* parent) : Trellis::Widget(parent) {}
+    explicit MenuButton(Trellis::Widget* parent) : Trellis::Widget(parent)
+    {
+        setHoldsFingers(true);
+        eventAddListener("finger-down", [this] {
+            addCSSClass("pressed");
+            setDefault(*this, "background-color", kPressedColor);
+        });
+        eventAddListener("finger-up", [this] {
+            if (isHeld())
+                return;
+            removeCSSClass("pressed");
+            setDefault(*this, "background-color", m_color);
+        });
+    }
+
+    /// The colour while no finger presses it, where no style has another one.
+    void rest(const char* color)
+    {
+        m_color = color;
+        if (!isHeld())
+            setDefault(*this, "background-color", color);
+    }
     bool shouldGrab(Trellis::GrabManager& grabManager, Tactile::TrackedObject object) const override
     {
         return object.isFinger() && Widget::shouldGrab(grabManager, object);
     }
+
+private:
+    const char* m_color = kEntryColor;
 };
 
 Bedrock::IntrusivePtr<Trellis::TextWidget> addText(Trellis::Widget& parent, const QString& text, const char* cssClass)
@@ -70,17 +99,6 @@ Bedrock::IntrusivePtr<Trellis::TextWidget> addText(Trellis::Widget& parent, cons
     widget->setInputEnabled(false);
     widget->setText(text);
     return widget;
-}
-
-/// Shows which widget a finger presses.
-void showPresses(Trellis::Widget& widget)
-{
-    widget.setHoldsFingers(true);
-    widget.eventAddListener("finger-down", [&widget] { widget.addCSSClass("pressed"); });
-    widget.eventAddListener("finger-up", [&widget] {
-        if (!widget.isHeld())
-            widget.removeCSSClass("pressed");
-    });
 }
 }
 
@@ -105,8 +123,8 @@ void ContentMenuNode::addEntry(const MenuEntry& entry)
     const bool isRing = m_style == MenuStyle::Ring;
     const bool hasIcon = !entry.icon.isEmpty();
     const std::size_t index = m_entryWidgets.size();
-    const WidgetPtr widget(new MenuButton(this));
-    setDefaults(*widget, kEntry);
+    const Bedrock::IntrusivePtr<MenuButton> widget(new MenuButton(this));
+    widget->rest(kEntryColor);
     isRing ? setDefaults(*widget, kRingEntry) : setDefaults(*widget, kListEntry);
     widget->addCSSClass("menu-entry");
     if (!entry.entries.empty())
@@ -131,14 +149,13 @@ void ContentMenuNode::addEntry(const MenuEntry& entry)
         if (hasIcon)
             setDefault(*text, isRing ? "top" : "left", "66");
         else if (isRing)
-            setDefault(*text, "top", "40");
+            setDefault(*text, "top", entry.text.size() > kShortText ? "40" : "48");
     }
     if (!entry.entries.empty()) {
         const auto more = addText(*widget, QStringLiteral("›"), "menu-more");
         setDefaults(*more, kMore);
         isRing ? setDefaults(*more, kRingMore) : setDefaults(*more, kListMore);
     }
-    showPresses(*widget);
     widget->eventAddListener("single-tap", [this, index] {
         if (const auto tapped = m_handlers.entryTapped)
             tapped(*this, index);
@@ -148,8 +165,10 @@ void ContentMenuNode::addEntry(const MenuEntry& entry)
 
 void ContentMenuNode::addCloseButton()
 {
-    m_closeButton = WidgetPtr(new MenuButton(this));
-    setDefaults(*m_closeButton, kClose);
+    const Bedrock::IntrusivePtr<MenuButton> button(new MenuButton(this));
+    button->rest(kCloseColor);
+    m_closeButton = button;
+    setDefault(*m_closeButton, "position", "absolute");
     const bool isRing = m_style == MenuStyle::Ring;
     isRing ? setDefaults(*m_closeButton, kRingClose) : setDefaults(*m_closeButton, kListClose);
     m_closeButton->addCSSClass("menu-close");
@@ -159,7 +178,6 @@ void ContentMenuNode::addCloseButton()
     cross->textAttribute().setValue(QStringLiteral("×"), Facet::kDefaultLayer);
     setDefault(*cross, "font-size", isRing ? "38" : "28");
     setDefault(*cross, "top", isRing ? "8" : "5");
-    showPresses(*m_closeButton);
     m_closeButton->eventAddListener("single-tap", [this] {
         if (const auto tapped = m_handlers.closeTapped)
             tapped(*this);
@@ -197,11 +215,12 @@ void ContentMenuNode::arrangeRing()
 
 void ContentMenuNode::setOpen(std::size_t entry, bool open)
 {
-    Trellis::Widget& widget = *m_entryWidgets[entry];
+    auto& button = static_cast<MenuButton&>(*m_entryWidgets[entry]);
     if (open)
-        widget.addCSSClass("open");
+        button.addCSSClass("open");
     else
-        widget.removeCSSClass("open");
+        button.removeCSSClass("open");
+    button.rest(open ? kOpenColor : kEntryColor);
 }
 
 Vecta::Vector2f ContentMenuNode::placeBeside(std::size_t entry, Vecta::Vector2f besideSize) const

@@ -14,6 +14,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <initializer_list>
+#include <utility>
 
 namespace Tavola
 {
@@ -90,15 +92,15 @@ DocumentWidget::DocumentWidget(Trellis::Widget* parent) : Trellis::Widget(parent
     d->note->addCSSClass("document-note");
     for (const auto& text : {d->pageText, d->note}) {
         setDefault(*text, "position", "absolute");
-        setDefault(*text, "left", "0");
-        setDefault(*text, "width", "100%");
         setDefault(*text, "text-align", "center");
         setDefault(*text, "font-size", "14");
-        setDefault(*text, "color", "#4a5866");
     }
-    setDefault(*d->pageText, "bottom", "6");
-    setDefault(*d->note, "top", "40%");
-    setDefault(*d->note, "padding", "12");
+    // Legible on whatever the page shows there.
+    for (const std::pair<const char*, const char*>& entry : std::initializer_list<std::pair<const char*, const char*>>{{"left", "36%"}, {"width", "28%"}, {"bottom", "10"}, {"padding", "2"}, {"color", "#ffffff"},
+                                         {"background-color", "#1c2733b0"}, {"border-radius", "10"}})
+        setDefault(*d->pageText, entry.first, entry.second);
+    for (const std::pair<const char*, const char*>& entry : std::initializer_list<std::pair<const char*, const char*>>{{"left", "0"}, {"width", "100%"}, {"top", "40%"}, {"padding", "12"}, {"color", "#4a5866"}})
+        setDefault(*d->note, entry.first, entry.second);
     d->note->textAttribute().setValue(QStringLiteral("This document cannot be shown."), Facet::kDefaultLayer);
     for (const Bedrock::IntrusivePtr<Trellis::Widget>& inside :
          {Bedrock::IntrusivePtr<Trellis::Widget>(d->cover), Bedrock::IntrusivePtr<Trellis::Widget>(d->pageText),
