@@ -6,6 +6,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <memory>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
