@@ -117,7 +117,7 @@ private:
         QStringList result;
         const QJsonArray array = list(value, place, "files");
         for (int i = 0; i < array.size(); ++i) {
-            const QString path = file(array.at(i).toString(), QStringLiteral("%1[%2]").arg(place).arg(i));
+            const QString path = file(array.at(i).toString(), QStringLiteral("%1[%2]").arg(place, QString::number(i)));
             if (!path.isEmpty())
                 result << path;
         }
@@ -159,7 +159,7 @@ private:
             }
             const QJsonArray entries = list(it.value(), QStringLiteral("services.") + it.key(), "servers");
             for (int i = 0; i < entries.size(); ++i) {
-                const QString place = QStringLiteral("services.%1[%2]").arg(it.key()).arg(i);
+                const QString place = QStringLiteral("services.%1[%2]").arg(it.key(), QString::number(i));
                 if (isMail)
                     readMailService(entries.at(i), place);
                 else

@@ -317,3 +317,14 @@ TEST_CASE("presentation: components that contain one another in a circle are tol
     CHECK(presentation.widgets[0].slotContents[0].second.size() == 2);
     CHECK(presentation.widgets[1].component == "text");
 }
+
+TEST_CASE("presentation: percent signs in names stand in the warnings as they are written")
+{
+    Written written(R"({"folders": {"100%2 %1": {"component": "panel", "slots": {"%3": [{"component": "text"}, {}]}}},
+                        "services": {"e%1-service": [{}]}})");
+    written.skips("folders.100%2 %1.slots.%3[1]", QStringLiteral("expected an object with a \"component\""));
+    written.skips("services.e%1-service", QStringLiteral("unknown kind of service; known are email-service, media-server-service"));
+    const Presentation presentation = written.load();
+    REQUIRE(presentation.folders.size() == 1);
+    CHECK(presentation.folders[0].first == "100%2 %1");
+}

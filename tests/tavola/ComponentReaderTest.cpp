@@ -153,3 +153,18 @@ TEST_CASE("component reader: a small file cannot ask for a table without end")
     CHECK(deep.skipped.first().endsWith(QLatin1String("components are nested too deeply")));
     REQUIRE(deep.widgets.size() == 2);
 }
+
+TEST_CASE("component reader: percent signs in names stand in the warnings' places as they are written")
+{
+    const Read read(R"({
+        "components": {"50%2 off": {"component": "panel", "slots": {"%1": [{}]}}},
+        "widgets": [{"component": "panel", "attributes": {"%2": [{"file": "%1%3.png"}]},
+                     "slots": {"100%2": [{"component": "text"}, 3], "%1": [{"component": "panel", "slots": {"%5": [{"use": "%2"}]}}]}},
+                    {"use": "50%2 off"}]})");
+    const QString expected = QStringLiteral("expected an object with a \"component\" or \"use\"");
+    CHECK(read.skipped
+          == QStringList{QStringLiteral("components.50%2 off.slots.%1[0]: ") + expected,
+                         QStringLiteral("widgets[0].attributes.%2[0]: there is no file ") + QDir(read.folder.path()).filePath(QStringLiteral("%1%3.png")),
+                         QStringLiteral("widgets[0].slots.%1[0].slots.%5[0]: \"components\" has no \"%2\""),
+                         QStringLiteral("widgets[0].slots.100%2[1]: ") + expected});
+}

@@ -82,7 +82,7 @@ std::vector<ComponentUse> ComponentReader::listAt(const QJsonValue& value, const
         m_skip(place, QStringLiteral("expected a list of components"));
     const QJsonArray array = value.toArray();
     for (int i = 0; i < array.size(); ++i)
-        if (auto use = singleAt(array.at(i), QStringLiteral("%1[%2]").arg(place).arg(i), depth))
+        if (auto use = singleAt(array.at(i), QStringLiteral("%1[%2]").arg(place, QString::number(i)), depth))
             result.push_back(std::move(*use));
     return result;
 }
@@ -204,7 +204,7 @@ QJsonValue ComponentReader::resolved(const QJsonValue& value, const QString& pla
         QJsonArray result;
         const QJsonArray array = value.toArray();
         for (int i = 0; i < array.size(); ++i) {
-            const QJsonValue item = resolved(array.at(i), QStringLiteral("%1[%2]").arg(place).arg(i));
+            const QJsonValue item = resolved(array.at(i), QStringLiteral("%1[%2]").arg(place, QString::number(i)));
             if (!item.isUndefined())
                 result.append(item);
         }

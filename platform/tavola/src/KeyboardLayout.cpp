@@ -48,7 +48,7 @@ public:
         }
         const QJsonArray array = value.toArray();
         for (int i = 0; i < array.size(); ++i) {
-            const QString rowPlace = QStringLiteral("%1[%2]").arg(place).arg(i);
+            const QString rowPlace = QStringLiteral("%1[%2]").arg(place, QString::number(i));
             if (!array.at(i).isArray()) {
                 skip(rowPlace, "expected a list of keys; the row is skipped");
                 continue;
@@ -58,7 +58,7 @@ public:
             for (int k = 0; k < keys.size(); ++k) {
                 KeyboardKey key;
                 if (const char* wrong = readKey(keys.at(k), key))
-                    skip(QStringLiteral("%1[%2]").arg(rowPlace).arg(k), QByteArray(wrong) + "; the key is skipped");
+                    skip(QStringLiteral("%1[%2]").arg(rowPlace, QString::number(k)), QByteArray(wrong) + "; the key is skipped");
                 else
                     row.push_back(std::move(key));
             }

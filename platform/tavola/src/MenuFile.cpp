@@ -102,7 +102,7 @@ private:
         ++m_depth;
         const QJsonArray array = value.toArray();
         for (int i = 0; i < array.size(); ++i) {
-            const QString at = QStringLiteral("%1[%2]").arg(place).arg(i);
+            const QString at = QStringLiteral("%1[%2]").arg(place, QString::number(i));
             if (++m_count > kMostEntries) {
                 if (m_count == kMostEntries + 1)
                     skip(file.path, at, QStringLiteral("there are more than %1 entries").arg(kMostEntries));
