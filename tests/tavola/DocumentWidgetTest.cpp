@@ -248,7 +248,7 @@ TEST_CASE("document: describes itself by its file, and its snapshot is a PNG wit
     const auto data = Tavola::FileRepresentation::widgetData(*widget);
     CHECK(data.file == path);
     CHECK(data.files == QStringList{path});
-    CHECK(data.sources == QStringList{path});
+    CHECK(data.sources.isEmpty());
     CHECK(data.displayName == "Guide");
     CHECK(data.url.isEmpty());
     widget->setScale(2.f);

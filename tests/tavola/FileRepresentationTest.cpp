@@ -57,48 +57,60 @@ TEST_CASE("file representation: what is known of a widget's content comes from i
 {
     struct Row
     {
-        const char* source;
+        QString source;
         QStringList urls;
         const char* name;
-        const char* file;
+        QString file;
         QStringList sources;
         QStringList files;
         const char* displayName;
-        const char* url;
     };
+    const QTemporaryDir folder;
+    const QString dotted = touch(folder.filePath("a.b.png"));
+    const QString spaced = touch(folder.filePath("a b.png"));
+    const QString named100Percent = touch(folder.filePath("100%.png"));
     const Row rows[] = {
-        {"", {}, "", "", {}, {}, "", ""},
-        {"", {}, "Named", "", {}, {}, "Named", ""},
-        {"/media/a.b.png", {}, "", "/media/a.b.png", {"/media/a.b.png"}, {"/media/a.b.png"}, "a.b", ""},
-        {"/media/x/../a.png", {}, "", "/media/a.png", {"/media/a.png"}, {"/media/a.png"}, "a", ""},
-        {"file:///media/a%20b.png", {}, "A", "/media/a b.png", {"/media/a b.png"}, {"/media/a b.png"}, "A", ""},
-        {"https://example.org/page.html", {}, "", "", {"https://example.org/page.html"}, {}, "page", "https://example.org/page.html"},
-        {"HTTP://example.org", {}, "", "", {"HTTP://example.org"}, {}, "example.org", "HTTP://example.org"},
-        {"pictures/a.png", {}, "", "", {"pictures/a.png"}, {}, "a", ""},
-        {"ftp://example.org/a", {}, "A", "", {"ftp://example.org/a"}, {}, "A", ""},
+        {"", {}, "", "", {}, {}, ""},
+        {"", {}, "Named", "", {}, {}, "Named"},
+        // A file that is there is a file, and no source.
+        {dotted, {}, "", dotted, {}, {dotted}, "a.b"},
+        {folder.filePath("x/../a.b.png"), {}, "", dotted, {}, {dotted}, "a.b"},
+        {"file://" + folder.filePath("a%20b.png"), {}, "A", spaced, {}, {spaced}, "A"},
+        {named100Percent, {}, "", named100Percent, {}, {named100Percent}, "100%"},
+        // One that is not there, or not a file, is a source.
+        {"/media/a.b.png", {}, "", "", {"/media/a.b.png"}, {}, "a.b"},
+        {"/media/x/../a.png", {}, "", "", {"/media/a.png"}, {}, "a"},
+        {"file:///media/a%20b.png", {}, "A", "", {"/media/a b.png"}, {}, "A"},
+        {folder.path(), {}, "A", "", {folder.path()}, {}, "A"},
+        {"pictures/a.png", {}, "", "", {"pictures/a.png"}, {}, "a"},
+        // A web address is a source.
+        {"https://example.org/page.html", {}, "", "", {"https://example.org/page.html"}, {}, "page"},
+        {"HTTP://example.org", {}, "", "", {"HTTP://example.org"}, {}, "example.org"},
+        {"ftp://example.org/a", {}, "A", "", {"ftp://example.org/a"}, {}, "A"},
         // What a document is stands before its cover.
-        {"/media/cover.png", {"https://example.org/a"}, "", "", {"https://example.org/a"}, {}, "a", ""},
-        {"/media/cover.png", {"", ""}, "", "/media/cover.png", {"/media/cover.png"}, {"/media/cover.png"}, "cover", ""},
-        {"/media/cover.png", {"/no/such/file.pdf"}, "", "", {"/no/such/file.pdf"}, {}, "file", ""},
+        {dotted, {"https://example.org/a"}, "", "", {"https://example.org/a"}, {}, "a"},
+        {dotted, {"", ""}, "", dotted, {}, {dotted}, "a.b"},
+        {dotted, {"/no/such/file.pdf"}, "", "", {"/no/such/file.pdf"}, {}, "file"},
+        {dotted, {spaced}, "", spaced, {}, {spaced}, "a b"},
     };
     TestHost host;
     for (const Row& row : rows) {
-        CAPTURE(row.source);
+        CAPTURE(row.source.toStdString());
         CAPTURE(row.displayName);
         const auto widget = makeIntrusive<Tavola::ContentWidget>();
         set<QString>(*widget, "source", row.source);
         set<QString>(*widget, "display-name", row.name);
         set<QStringList>(*widget, "source-tessel-urls", row.urls);
         const auto data = FileRepresentation::widgetData(*widget);
-        CHECK(data.file.toStdString() == row.file);
+        CHECK(data.file == row.file);
         CHECK(data.sources == row.sources);
         CHECK(data.files == row.files);
         CHECK(data.displayName.toStdString() == row.displayName);
-        CHECK(data.url.toStdString() == row.url);
+        CHECK(data.url.isEmpty());
     }
 }
 
-TEST_CASE("file representation: of a document's sources the files that exist are its files")
+TEST_CASE("file representation: a document's entries are its files where they exist, its sources where they do not")
 {
     TestHost host;
     const QTemporaryDir folder;
@@ -108,7 +120,7 @@ TEST_CASE("file representation: of a document's sources the files that exist are
     set<QString>(*widget, "source", touch(folder.filePath("cover.png")));
     set<QStringList>(*widget, "source-tessel-urls", {"https://example.org/a", "/no/such.pdf", first, "file://" + second, folder.path()});
     const auto data = FileRepresentation::widgetData(*widget);
-    CHECK(data.sources == QStringList{"https://example.org/a", "/no/such.pdf", first, second, folder.path()});
+    CHECK(data.sources == QStringList{"https://example.org/a", "/no/such.pdf", folder.path()});
     CHECK(data.files == QStringList{first, second});
     CHECK(data.file == first);
     CHECK(data.displayName == "first");
@@ -119,11 +131,13 @@ TEST_CASE("file representation: every widget with a source is described, and one
 {
     TestHost host;
     const auto poster = makeIntrusive<Poster>();
-    poster->source = QString("/media/poster.png");
+    const QTemporaryDir folder;
+    const QString file = touch(folder.filePath("poster.png"));
+    poster->source = file;
     CHECK(FileRepresentation::widgetData(*poster).displayName == "poster");
     poster->title = QString("The poster");
     CHECK(FileRepresentation::widgetData(*poster).displayName == "The poster");
-    CHECK(FileRepresentation::widgetData(*poster).file == "/media/poster.png");
+    CHECK(FileRepresentation::widgetData(*poster).file == file);
 
     const auto plain = makeIntrusive<Trellis::Widget>();
     const auto nothing = FileRepresentation::widgetData(*plain);
@@ -141,7 +155,7 @@ TEST_CASE("file representation: a link is described by its address")
     set<QString>(*link, "source", "https://example.org/");
     set<QString>(*link, "display-name", "An example");
     const auto data = FileRepresentation::widgetData(*link);
-    CHECK(data.url == "https://example.org/");
+    CHECK(data.url.isEmpty()); // mentioned once
     CHECK(data.sources == QStringList{"https://example.org/"});
     CHECK(data.displayName == "An example");
     CHECK(data.file.isEmpty());

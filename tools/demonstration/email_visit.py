@@ -3,6 +3,7 @@ owner's name."""
 import email
 import email.policy
 import os
+import re
 import subprocess
 
 from programs import by_class, by_type, value
@@ -80,11 +81,16 @@ class EmailVisit(Visit):
         require(recipient.addr_spec == ADDRESS, f"To says {message['To']}")
         body = message.get_body(("plain",)).get_content()
         require("<links>" not in body and "<name>" not in body, "placeholders are left in the letter")
-        require("https://museum.example/visit" in body, "the link is not in the letter")
-        files = {part.get_filename(): part.get_content() for part in message.iter_attachments()}
-        require(list(files) == ["paper-moons.png"], f"attached are {list(files)}")
+        listed = body.count("https://museum.example/visit")
+        require(listed == 1, f"the link stands in the letter {listed} times")
+        links = re.findall(r"\S+://\S+", body)
+        require(len(links) == 1, f"there are more links than were collected: {links}")
+        require("paper-moons" not in body, "the letter mentions the picture's file beside attaching it")
+        attached = list(message.iter_attachments())
+        names = [part.get_filename() for part in attached]
+        require(names == ["paper-moons.png"], f"attached are {names}")
         with open(os.path.join(GALLERY, "paper-moons.png"), "rb") as file:
-            require(files["paper-moons.png"] == file.read(), "the picture has changed on the way")
+            require(attached[0].get_content() == file.read(), "the picture has changed on the way")
         require(message["Message-ID"] and message["Date"] and message["Subject"], "the letter's head is not complete")
 
     def type_name(self):

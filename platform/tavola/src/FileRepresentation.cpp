@@ -30,12 +30,6 @@ QStringList listOf(const Trellis::Widget& widget, const char* name)
     return attribute ? attribute->value() : QStringList();
 }
 
-bool isWebAddress(const QString& source)
-{
-    const QString scheme = QUrl(source).scheme().toLower();
-    return scheme == QLatin1String("http") || scheme == QLatin1String("https");
-}
-
 /// The path of a source that names a file of this computer, else empty.
 QString localPath(const QString& source)
 {
@@ -44,34 +38,20 @@ QString localPath(const QString& source)
     return QDir::isAbsolutePath(path) ? QDir::cleanPath(path) : QString();
 }
 
-/// The documents behind a widget that shows only their cover.
-void addDocuments(const QStringList& documents, FileRepresentation::FileData& data)
-{
-    for (const QString& document : documents) {
-        if (document.isEmpty())
-            continue;
-        const QString path = localPath(document);
-        data.sources.append(path.isEmpty() ? document : path);
-        if (path.isEmpty() || !QFileInfo(path).isFile())
-            continue;
-        data.files.append(path);
-        if (data.file.isEmpty())
-            data.file = path;
-    }
-}
-
+/// Enters one source. A file that is there is listed as a file only and everything else as a source only: whoever makes
+/// links of the sources and attachments of the files mentions each once, and no path of this computer becomes a link.
 void addSource(const QString& source, FileRepresentation::FileData& data)
 {
     if (source.isEmpty())
         return;
     const QString path = localPath(source);
-    data.sources.append(path.isEmpty() ? source : path);
-    if (!path.isEmpty()) {
-        data.file = path;
-        data.files.append(path);
-    } else if (isWebAddress(source)) {
-        data.url = source;
+    if (path.isEmpty() || !QFileInfo(path).isFile()) {
+        data.sources.append(path.isEmpty() ? source : path);
+        return;
     }
+    data.files.append(path);
+    if (data.file.isEmpty())
+        data.file = path;
 }
 
 /// The first line of a text, shortened.
@@ -100,15 +80,17 @@ FileRepresentation::~FileRepresentation() = default;
 FileRepresentation::FileData FileRepresentation::widgetData(const Trellis::Widget& widget)
 {
     FileData data;
-    addDocuments(listOf(widget, "source-tessel-urls"), data);
-    if (data.sources.isEmpty())
+    // The documents behind a widget that shows only their cover.
+    for (const QString& document : listOf(widget, "source-tessel-urls"))
+        addSource(document, data);
+    if (data.sources.isEmpty() && data.files.isEmpty())
         addSource(textOf(widget, "source"), data);
 
     data.displayName = textOf(widget, "display-name");
     if (data.displayName.isEmpty())
         data.displayName = textOf(widget, "title");
     if (data.displayName.isEmpty())
-        data.displayName = data.sources.isEmpty() ? firstWords(textOf(widget, "text")) : nameBySource(data);
+        data.displayName = data.sources.isEmpty() && data.files.isEmpty() ? firstWords(textOf(widget, "text")) : nameBySource(data);
     return data;
 }
 
