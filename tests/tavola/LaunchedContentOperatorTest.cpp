@@ -109,6 +109,44 @@ TEST_CASE("launched content: a widget that gets its size while it opens still en
     CHECK(isNear(widget->centerLocation(), {900.f, 500.f}));
 }
 
+TEST_CASE("launched content: what has no size yet is waited for, but not for ever")
+{
+    TestHost host;
+    const auto widget = item(host);
+    widget->setSize({300.f, 0.f});
+    widget->addOperator(makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), 0.3f));
+    host.frame(1.0);
+    CHECK(widget->opacity() == 1.f);
+    CHECK(widget->operators().size() == 1);
+    widget->setSize({300.f, 200.f});
+    host.frame(0.1);
+    CHECK(isNear(widget->centerLocation(), {900.f, 500.f}));
+    CHECK(widget->operators().empty());
+
+    const auto never = makeIntrusive<Trellis::Widget>(&host.mainWidget());
+    never->setSize({300.f, 0.f});
+    never->addOperator(makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), 0.3f));
+    host.frame(4.9);
+    CHECK(never->operators().size() == 1);
+    host.frame(0.2);
+    CHECK(never->operators().empty());
+}
+
+TEST_CASE("launched content: kept on the table it ends inside the edge, also when its size comes late")
+{
+    TestHost host;
+    const auto widget = item(host);
+    widget->setSize({300.f, 0.f});
+    const auto opening = makeIntrusive<LaunchedContentOperator>(false, Vector2f(1900.f, 1070.f), 0.3f);
+    opening->keepOnTable();
+    widget->addOperator(opening);
+    host.frame(1.0);
+    widget->setSize({300.f, 200.f});
+    host.frame(0.1);
+    CHECK(isNear(widget->centerLocation(), {1770.f, 980.f}));
+    CHECK(widget->scale() == 1.f);
+}
+
 TEST_CASE("launched content: without a duration it is open in the next frame")
 {
     TestHost host;

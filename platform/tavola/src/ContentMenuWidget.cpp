@@ -212,8 +212,9 @@ void ContentMenuWidget::MenuPrivate::launch(const ContentMenuNode& node, std::si
         return;
     }
     widget->setRotation(sceneRotation(node) - sceneRotation(*mainWidget));
-    widget->addOperator(Bedrock::makeIntrusive<LaunchedContentOperator>(
-        false, centerOnTable(*widget, widget->scale(), *mainWidget, center), openingSeconds.value()));
+    const auto opening = Bedrock::makeIntrusive<LaunchedContentOperator>(false, center, openingSeconds.value());
+    opening->keepOnTable(); // also when it gets its size later
+    widget->addOperator(opening);
 }
 
 /// The node and what was opened from it; the widgets go with the node's widget.

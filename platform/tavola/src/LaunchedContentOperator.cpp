@@ -1,5 +1,7 @@
 #include <Tavola/LaunchedContentOperator.hpp>
 
+#include "TableEdge.hpp"
+
 #include <Trellis/FrameInfo.hpp>
 #include <Trellis/Widget.hpp>
 
@@ -46,9 +48,11 @@ void LaunchedContentOperator::update(Trellis::Widget& widget, const Trellis::Fra
         m_rotationAtStart = widget.rotation();
     m_elapsedSeconds += frame.dt();
     const float progress = m_durationSeconds > 0.f ? std::min(1.f, m_elapsedSeconds / m_durationSeconds) : 1.f;
-    if (progress >= 1.f)
-        setDone();
     place(widget, progress);
+    const Vecta::Vector2T<float> size = widget.size();
+    const bool isSizeKnown = m_relative || m_isTaken || (size.x > 0.f && size.y > 0.f);
+    if (progress >= 1.f && (isSizeKnown || m_elapsedSeconds >= kLongestWaitSeconds))
+        setDone();
 }
 
 void LaunchedContentOperator::place(Trellis::Widget& widget, float progress)
@@ -66,7 +70,8 @@ void LaunchedContentOperator::place(Trellis::Widget& widget, float progress)
     } else {
         // By the centre as it is now: a picture may get its size while it opens.
         widget.setScale(scale);
-        widget.setCenterLocation(m_point);
+        const bool isKept = m_keepsOnTable && widget.parent();
+        widget.setCenterLocation(isKept ? centerOnTable(widget, m_scaleAtEnd, *widget.parent(), m_point) : m_point);
     }
     if (progress < 1.f)
         widget.setOpacity(grown);
