@@ -15,7 +15,8 @@ function(house_options target)
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON
         POSITION_INDEPENDENT_CODE ON
-        BUILD_RPATH_USE_ORIGIN ON)
+        BUILD_RPATH_USE_ORIGIN ON
+        INSTALL_RPATH "$ORIGIN;$ORIGIN/..;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
     target_compile_definitions(${target} PRIVATE QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII QT_DEPRECATED_WARNINGS)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wno-psabi)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
@@ -57,6 +58,7 @@ function(house_library name)
     endif()
     house_options(${name})
     house_check_headers(${name})
+    install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endfunction()
 
 # Every public header must compile alone: one generated source per header, built by the target check_headers.

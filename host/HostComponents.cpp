@@ -1,5 +1,7 @@
 #include "HostComponents.hpp"
 
+#include "PanelInstance.hpp"
+
 #include <Tavola/Component.hpp>
 #include <Tavola/ContentMenuWidget.hpp>
 #include <Tavola/ContentWidget.hpp>
@@ -31,6 +33,21 @@ std::shared_ptr<Tavola::ComponentFactory> factory(const char* cssClass = nullptr
     result->type = &typeid(Tavola::WidgetComponent);
     return result;
 }
+
+std::shared_ptr<Tavola::ComponentFactory> panelFactory()
+{
+    auto result = std::make_shared<Tavola::ComponentFactory>();
+    result->create = [] {
+        return std::make_shared<Tavola::CustomWidgetInstanceComponent>(
+            [] { return makeWidget<Trellis::Widget>(nullptr); },
+            [](std::shared_ptr<Tavola::Component> component, Bedrock::IntrusivePtr<Trellis::Widget> widget)
+                -> std::shared_ptr<Tavola::WidgetInstance> {
+                return std::make_shared<PanelInstance>(std::move(component), std::move(widget));
+            });
+    };
+    result->type = &typeid(Tavola::CustomWidgetInstanceComponent);
+    return result;
+}
 }
 
 HostComponents::HostComponents(Tavola::Tavola& application) : m_application(application)
@@ -44,7 +61,7 @@ HostComponents::HostComponents(Tavola::Tavola& application) : m_application(appl
     add("text", factory<Tavola::TextFileWidget>());
     add("image", factory<Trellis::ImageWidget>());
     add("content-menu", factory<Tavola::ContentMenuWidget>());
-    add("panel", factory<Trellis::Widget>());
+    add("panel", panelFactory());
 }
 
 HostComponents::~HostComponents()

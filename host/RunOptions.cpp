@@ -35,6 +35,7 @@ QString RunOptions::help(Command command)
         "  --show-input            draw fingers and cards over the table, with their ids and codes\n"
         "  --inspect PORT          serve the inspector on this loopback port (0 chooses one and prints it)\n"
         "  --manual-clock          frames run only when the inspector asks for them\n"
+        "  --fullscreen            fill the screen, whatever the presentation's size\n"
         "  --opengl                draw the window by OpenGL where there is one\n"
         "  --plugin FILE           load this plug-in instead of the presentation's\n"
         "  --media-server URL      use this media server instead of the presentation's\n"
@@ -148,6 +149,8 @@ std::optional<RunOptions> RunOptions::parse(const QStringList& arguments, QStrin
             options.manualClock = true;
         } else if (argument == QLatin1String("--opengl")) {
             options.openGL = true;
+        } else if (argument == QLatin1String("--fullscreen")) {
+            options.fullScreen = true;
         } else if (argument == QLatin1String("--show-input")) {
             options.showInput = true;
         } else if (argument.startsWith(QLatin1Char('-'))) {

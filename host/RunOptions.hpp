@@ -15,6 +15,7 @@ struct RunOptions
     bool headless = false;
     bool manualClock = false;
     bool openGL = false;
+    bool fullScreen = false;
     std::optional<QSize> size;
     QString tuioAddress = QStringLiteral("127.0.0.1");
     int tuioPort = 3333;

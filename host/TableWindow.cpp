@@ -16,14 +16,10 @@ Vecta::Vector2f point(const QPointF& position)
 }
 }
 
-TableWindow::TableWindow(Trellis::Application& application, const QString& title, bool openGL,
+TableWindow::TableWindow(Trellis::Application& application, const Lantern::WindowOptions& options,
                          std::vector<unsigned long> cards, float cardRadiusPx)
     : m_application(application), m_mouse(std::move(cards), cardRadiusPx)
 {
-    Lantern::WindowOptions options;
-    options.size = QSize(int(application.size().x), int(application.size().y));
-    options.title = title;
-    options.drawing = openGL ? Lantern::WindowOptions::Drawing::OpenGl : Lantern::WindowOptions::Drawing::Raster;
     m_target = std::make_unique<Lantern::WindowTarget>(options, this);
     m_application.addInputSource(m_mouse);
 }

@@ -17,7 +17,7 @@ class Application;
 class TableWindow final : public Lantern::WindowListener
 {
 public:
-    TableWindow(Trellis::Application& application, const QString& title, bool openGL, std::vector<unsigned long> cards,
+    TableWindow(Trellis::Application& application, const Lantern::WindowOptions& options, std::vector<unsigned long> cards,
                 float cardRadiusPx);
     ~TableWindow() override;
 

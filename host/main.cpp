@@ -14,11 +14,14 @@
 #include <QGuiApplication>
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QScreen>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <optional>
+
+#include <sys/stat.h>
 
 #ifdef __SANITIZE_ADDRESS__
 #include <sanitizer/lsan_interface.h>
@@ -45,6 +48,18 @@ void makeApplication(std::optional<QGuiApplication>& application, int& argc, cha
     const __lsan::ScopedDisabler disabler;
 #endif
     application.emplace(argc, argv);
+}
+
+Lantern::WindowOptions windowOptions(const Presentation& presentation, const RunOptions& options,
+                                     const Trellis::Application& application)
+{
+    Lantern::WindowOptions result;
+    result.size = QSize(int(application.size().x), int(application.size().y));
+    result.title = presentation.title;
+    result.isFullScreen = options.fullScreen;
+    if (options.openGL)
+        result.drawing = Lantern::WindowOptions::Drawing::OpenGl;
+    return result;
 }
 
 int run(const RunOptions& options)
@@ -77,8 +92,8 @@ int run(const RunOptions& options)
     std::unique_ptr<TableWindow> window;
     if (!options.headless) {
         constexpr float kCardRadiusMm = 35.f;
-        window = std::make_unique<TableWindow>(table->application(), presentation->title, options.openGL, presentation->cards,
-                                               kCardRadiusMm / presentation->pixelPitchMm);
+        window = std::make_unique<TableWindow>(table->application(), windowOptions(*presentation, options, table->application()),
+                                               presentation->cards, kCardRadiusMm / presentation->pixelPitchMm);
     }
     say(QStringLiteral("%1 is open").arg(presentation->title.isEmpty() ? presentation->folder : presentation->title));
     return RunLoop(*table, window.get(), options.manualClock).run();
@@ -111,6 +126,8 @@ bool asksForHelp(const QString& argument)
 
 int main(int argc, char** argv)
 {
+    // Names, addresses and recordings of visitors are nobody else's business on this machine.
+    ::umask(077);
     bool headless = !qEnvironmentVariableIsSet("DISPLAY") && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
     for (int i = 1; i < argc; ++i)
         headless = headless || std::strcmp(argv[i], "--headless") == 0;
@@ -173,8 +190,12 @@ int main(int argc, char** argv)
     }
 
     std::optional<QGuiApplication> application;
-    makeApplication(application, argc, argv);
+    // Qt would take some of the table's options for its own.
+    int programOnly = 1;
+    makeApplication(application, programOnly, argv);
     QGuiApplication::setApplicationName(QStringLiteral("tavola"));
     QGuiApplication::setQuitOnLastWindowClosed(false);
+    if (options->fullScreen && !options->headless && !options->size)
+        options->size = QGuiApplication::primaryScreen()->size();
     return run(*options);
 }

@@ -15,6 +15,14 @@
 
 namespace
 {
+Lantern::WindowOptions windowOptions(const Trellis::Application& application)
+{
+    Lantern::WindowOptions options;
+    options.size = QSize(int(application.size().x), int(application.size().y));
+    options.title = QStringLiteral("Rooms");
+    return options;
+}
+
 /// A table of one large widget in a window, used by hand.
 struct Fixture
 {
@@ -48,7 +56,7 @@ struct Fixture
 
     Trellis::Application application{{640.f, 480.f}};
     std::shared_ptr<Tavola::Tavola> tavola = Tavola::Tavola::create();
-    TableWindow table{application, QStringLiteral("Rooms"), false, {1001, 1002}, 50.f};
+    TableWindow table{application, windowOptions(application), {1001, 1002}, 50.f};
     QWindow* window = nullptr;
     int cardsDown = 0;
     int cardsUp = 0;
@@ -116,7 +124,7 @@ TEST_CASE("table window: when it goes, its mouse is no input any more")
 {
     Trellis::Application application({640.f, 480.f});
     {
-        const TableWindow window(application, QString(), false, {}, 50.f);
+        const TableWindow window(application, windowOptions(application), {}, 50.f);
     }
     application.frame(0.01);
     CHECK(application.frameNumber() == 1);

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <Tavola/WidgetInstance.hpp>
+
+#include <map>
+#include <memory>
+
+/// The host's side of a panel: what its slot "content" holds stands in the panel, in the order it was put there.
+class PanelInstance final : public Tavola::WidgetInstance
+{
+public:
+    PanelInstance(std::shared_ptr<Tavola::Component> component, Bedrock::IntrusivePtr<Trellis::Widget> widget);
+    ~PanelInstance() override;
+
+    void componentAddedToSlot(const QByteArray& slot, std::shared_ptr<Tavola::Component> component) override;
+    void componentRemovedFromSlot(const QByteArray& slot, std::shared_ptr<Tavola::Component> component) override;
+
+private:
+    std::multimap<std::shared_ptr<Tavola::Component>, Bedrock::IntrusiveWeakPtr<Trellis::Widget>> m_contents;
+};
