@@ -4,7 +4,6 @@
 #include "Presentation.hpp"
 #include "services/PeopleRegistry.hpp"
 
-#include <QFile>
 #include <QSaveFile>
 
 #include <cstdio>
@@ -19,6 +18,7 @@ struct Request
     QString presentation;
     QString data;
     Person person; ///< of the options
+    QString personOption; ///< one that describes a person, if any was given
     QStringList rest;
 };
 
@@ -50,6 +50,8 @@ bool parse(const QStringList& arguments, Request& request, QString& error)
                 return false;
             }
             *option->second = arguments[++i];
+            if (argument != QLatin1String("--data"))
+                request.personOption = argument;
         } else if (argument.startsWith(QLatin1String("--"))) {
             error = QStringLiteral("unknown option %1; see tavola people --help").arg(argument);
             return false;
@@ -63,6 +65,10 @@ bool parse(const QStringList& arguments, Request& request, QString& error)
     }
     if (!QStringList{"list", "add", "import", "export", "remove"}.contains(request.action)) {
         error = QStringLiteral("list, add, import, export or remove? See tavola people --help");
+        return false;
+    }
+    if (!request.personOption.isEmpty() && request.action != QLatin1String("add")) {
+        error = QStringLiteral("%1 belongs to add only").arg(request.personOption);
         return false;
     }
     if (request.presentation.isEmpty()) {
@@ -85,17 +91,33 @@ bool parseCode(const QString& text, unsigned long& code, QString& error)
     return isNumber;
 }
 
-int list(const PeopleRegistry& registry)
+/// 0, or 1 with a word when what was printed did not get out.
+int printed()
 {
+    if (std::fflush(stdout) == 0 && !std::ferror(stdout))
+        return 0;
+    return fail(QStringLiteral("cannot write to standard output"), 1);
+}
+
+int list(const PeopleRegistry& registry, const Request& request)
+{
+    if (!request.rest.isEmpty())
+        return fail(QStringLiteral("list wants a presentation and nothing more"), 2);
     const auto people = registry.people();
-    for (const Person& person : people)
+    if (!people)
+        return 1;
+    // A line for each, whatever stands in a name.
+    const auto word = [](const QString& text, const char* none) {
+        return text.simplified().isEmpty() ? QString::fromUtf8(none) : text.simplified();
+    };
+    for (const Person& person : *people)
         print(QStringLiteral("%1  %2  %3  %4%5")
-                  .arg(QString::number(person.code), person.name.isEmpty() ? QStringLiteral("(no name)") : person.name,
-                       person.email.isEmpty() ? QStringLiteral("(no e-mail)") : person.email, PeopleFile::kindName(person.kind),
-                       person.contentKey.isEmpty() ? QString() : QStringLiteral("  content ") + person.contentKey));
-    if (people.empty())
+                  .arg(QString::number(person.code), word(person.name, "(no name)"), word(person.email, "(no e-mail)"),
+                       PeopleFile::kindName(person.kind),
+                       person.contentKey.isEmpty() ? QString() : QStringLiteral("  content ") + person.contentKey.simplified()));
+    if (people->empty())
         print(QStringLiteral("Nobody is registered."));
-    return 0;
+    return printed();
 }
 
 int add(PeopleRegistry& registry, Request& request)
@@ -105,11 +127,13 @@ int add(PeopleRegistry& registry, Request& request)
         return fail(QStringLiteral("add wants the code of one card"), 2);
     if (!parseCode(request.rest.front(), request.person.code, error))
         return fail(error, 2);
-    if (registry.person(request.person.code))
-        return fail(QStringLiteral("card %1 is in the registry already; remove it first, or import a file to replace it")
-                        .arg(request.person.code),
-                    1);
-    return registry.insert({request.person}) ? 0 : fail(QStringLiteral("nothing was added"), 1);
+    bool isThere = false;
+    if (registry.add(request.person, isThere))
+        return 0;
+    return fail(isThere ? QStringLiteral("card %1 is in the registry already; remove it first, or import a file to replace it")
+                              .arg(request.person.code)
+                        : QStringLiteral("nothing was added"),
+                1);
 }
 
 int importFrom(PeopleRegistry& registry, const Request& request)
@@ -123,17 +147,20 @@ int importFrom(PeopleRegistry& registry, const Request& request)
     if (!registry.insert(people))
         return fail(QStringLiteral("nothing was imported"), 1);
     print(QStringLiteral("%1 people imported; cards that were there already have the file's owners now.").arg(people.size()));
-    return 0;
+    return printed();
 }
 
 int exportTo(const PeopleRegistry& registry, const Request& request)
 {
     if (request.rest.size() != 1)
         return fail(QStringLiteral("export wants the name of one CSV file, or - for standard output"), 2);
-    const QByteArray text = PeopleFile::format(registry.people()).toUtf8();
+    const auto people = registry.people();
+    if (!people)
+        return fail(QStringLiteral("nothing was exported"), 1);
+    const QByteArray text = PeopleFile::format(*people).toUtf8();
     if (request.rest.front() == QLatin1String("-")) {
         std::fwrite(text.constData(), 1, std::size_t(text.size()), stdout);
-        return 0;
+        return printed();
     }
     QSaveFile file(request.rest.front());
     if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit())
@@ -189,16 +216,20 @@ int PeopleCommand::run(const QStringList& arguments)
     const auto presentation = Presentation::load(request.presentation, error);
     if (!presentation)
         return fail(error, 1);
+    if (presentation->peopleFile.isEmpty())
+        return fail(QStringLiteral("%1 knows no people; name a file of them as its \"people\", which may hold its first line only")
+                        .arg(presentation->folder),
+                    1);
     const auto registry = PeopleRegistry::open(dataFolder(presentation->folder, request.data) + QStringLiteral("/people.sqlite"), error);
     if (!registry)
         return fail(error, 1);
     // As a table that opens: a registry that is new begins with the presentation's people.
-    if (registry->isEmpty() && !presentation->peopleFile.isEmpty()) {
+    if (registry->isNew()) {
         bool complete = false;
-        registry->insert(PeopleFile::read(presentation->peopleFile, complete));
+        registry->beginWith(PeopleFile::read(presentation->peopleFile, complete));
     }
     if (request.action == QLatin1String("list"))
-        return list(*registry);
+        return list(*registry, request);
     if (request.action == QLatin1String("add"))
         return add(*registry, request);
     if (request.action == QLatin1String("import"))

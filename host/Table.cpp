@@ -64,9 +64,9 @@ bool Table::Private::openServices(const Presentation& presentation, const RunOpt
             PeopleRegistry::open(dataFolder(presentation.folder, options.dataFolder) + QStringLiteral("/people.sqlite"), error);
         if (!registry)
             return false;
-        if (registry->isEmpty()) {
+        if (registry->isNew()) {
             bool complete = false;
-            registry->insert(PeopleFile::read(presentation.peopleFile, complete));
+            registry->beginWith(PeopleFile::read(presentation.peopleFile, complete));
         }
         auto service = std::make_shared<MarkerService>(registry, services.tesselServiceCache());
         service->fillCache();

@@ -2,37 +2,89 @@
 
 #include "PeopleRegistry.hpp"
 
+#include <Bedrock/BGThread.hpp>
+#include <Bedrock/FunctionTask.hpp>
 #include <Facet/Node.hpp>
 #include <Tavola/TesselServiceCache.hpp>
 #include <Trellis/Widget.hpp>
 
+#include <mutex>
+
 namespace
 {
 using Api = Tavola::TesselServiceAPI;
+using Entries = Tavola::TesselServiceCache::Entries;
 
 Api::MarkerProperties propertiesOf(const Person& person)
 {
     return {person.kind, Api::PersonalMarkerProperties{person.name, person.email, person.contentKey.toUtf8()}};
 }
+
+Entries entriesOf(const std::vector<Person>& people)
+{
+    Entries entries;
+    entries.reserve(people.size());
+    for (const Person& person : people)
+        entries.emplace(person.code, propertiesOf(person));
+    return entries;
 }
 
+void runInBackground(std::function<void()> work)
+{
+    Bedrock::BGThread::instance()->addTask(std::make_shared<Bedrock::FunctionTask>([work = std::move(work)](Bedrock::Task& task) {
+        task.setFinished();
+        work();
+    }));
+}
+}
+
+struct MarkerService::State
+{
+    /// Held from an access to the registry until its result is queued for the cache, so that results come in the order of the
+    /// accesses: a reading that has not seen a registration never undoes it. Never locked on the main thread.
+    std::mutex order;
+    // Main thread only.
+    QByteArray stamp; ///< of the registry when the cache was filled
+    bool isReading = false;
+};
+
 MarkerService::MarkerService(std::shared_ptr<PeopleRegistry> registry, std::shared_ptr<Tavola::TesselServiceCache> cache)
-    : m_registry(std::move(registry)), m_cache(std::move(cache))
+    : m_registry(std::move(registry)), m_cache(std::move(cache)), m_state(std::make_shared<State>())
 {
 }
 
 void MarkerService::fillCache()
 {
-    m_stamp = m_registry->stamp();
-    m_cache->clear();
-    for (const Person& person : m_registry->people())
-        m_cache->insert(person.code, propertiesOf(person));
+    m_state->stamp = m_registry->stamp();
+    if (const auto people = m_registry->people())
+        m_cache->replace(entriesOf(*people));
 }
 
-void MarkerService::refreshCache()
+bool MarkerService::refreshCache()
 {
-    if (m_registry->stamp() != m_stamp)
-        fillCache();
+    if (m_state->isReading)
+        return false;
+    // Taken before the reading: what is written meanwhile is read the next time.
+    const QByteArray stamp = m_registry->stamp();
+    if (stamp == m_state->stamp)
+        return false;
+    m_state->isReading = true;
+    runInBackground([state = m_state, registry = m_registry, cache = m_cache, stamp] {
+        const std::lock_guard lock(state->order);
+        const auto people = registry->people();
+        // Behind a pointer, because queued functions are copied.
+        const auto entries = people ? std::make_shared<Entries>(entriesOf(*people)) : nullptr;
+        Facet::Node::invokeAfterUpdate([state, cache, stamp, entries] {
+            state->isReading = false;
+            state->stamp = stamp;
+            if (!entries)
+                return;
+            // To let thousands of entries go takes its time, too.
+            *entries = cache->replace(std::move(*entries));
+            runInBackground([entries] { entries->clear(); });
+        });
+    });
+    return true;
 }
 
 void MarkerService::setPersonalWidgets(std::function<PersonalWidget(const QString&)> widgetForKey)
@@ -51,9 +103,8 @@ MarkerService::PersonalWidget MarkerService::personalWidget(unsigned long code)
 
 bool MarkerService::registerPersonalMarker(unsigned long code, const QString& name, const QString& email)
 {
-    if (!m_registry->registerOwner(code, name, email))
-        return false;
-    const auto person = m_registry->person(code);
+    const std::lock_guard lock(m_state->order);
+    const auto person = m_registry->registerOwner(code, name, email);
     if (!person)
         return false;
     Facet::Node::invokeAfterUpdate([cache = m_cache, entry = *person] { cache->insert(entry.code, propertiesOf(entry)); });

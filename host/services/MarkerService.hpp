@@ -21,17 +21,21 @@ public:
     /// Where the widgets for content keys come from; without it there are none.
     void setPersonalWidgets(std::function<PersonalWidget(const QString& contentKey)> widgetForKey);
 
-    /// Fills the cache with everybody in the registry, and with nobody else. Main thread.
+    /// Fills the cache with everybody in the registry, and with nobody else. Reads it in the call: before the table opens.
+    /// Main thread.
     void fillCache();
-    /// As above when somebody has written to the registry since; cheap when nobody has. Main thread.
-    void refreshCache();
+    /// When somebody has written to the registry since it was read: reads it on the background thread, after which the cache
+    /// changes at once in a frame's after-update; a card that stays is known at every moment. What cannot be read leaves the
+    /// cache as it is. True when it begins to read; not while an earlier reading is under way. Main thread.
+    bool refreshCache();
 
     PersonalWidget personalWidget(unsigned long code) override;
     bool registerPersonalMarker(unsigned long code, const QString& name, const QString& email) override;
 
 private:
+    struct State;
     std::shared_ptr<PeopleRegistry> m_registry;
     std::shared_ptr<Tavola::TesselServiceCache> m_cache;
+    std::shared_ptr<State> m_state; ///< shared with what is on its way between the threads
     std::function<PersonalWidget(const QString&)> m_widgetForKey;
-    QByteArray m_stamp; ///< of the registry when the cache was filled
 };

@@ -21,6 +21,13 @@ struct Line
     bool openQuote = false;
 };
 
+QString rightTrimmed(QString text)
+{
+    while (!text.isEmpty() && text.back().isSpace())
+        text.chop(1);
+    return text;
+}
+
 /// Splits a text into lines of fields.
 class Splitter
 {
@@ -51,6 +58,15 @@ private:
     {
         QString field;
         bool quoted = false;
+        int kept = 0; // characters that were quoted, whose blanks belong to the field
+        const auto finish = [&] {
+            QString after = field.mid(kept);
+            field.truncate(kept);
+            // Blanks beside a field are no part of it, also those between a closing quote and the comma.
+            line.fields << (kept > 0 ? field + rightTrimmed(std::move(after)) : after.trimmed());
+            field.clear();
+            kept = 0;
+        };
         while (m_at < m_text.size()) {
             if (takeLineEnd()) {
                 if (!quoted)
@@ -64,19 +80,20 @@ private:
                     field += c;
                 else if (m_at < m_text.size() && m_text[m_at] == QLatin1Char('"'))
                     field += m_text[m_at++];
-                else
+                else {
                     quoted = false;
-            } else if (c == QLatin1Char('"') && field.trimmed().isEmpty()) {
+                    kept = field.size();
+                }
+            } else if (c == QLatin1Char('"') && kept == 0 && field.trimmed().isEmpty()) {
                 field.clear();
                 quoted = true;
             } else if (c == QLatin1Char(',')) {
-                line.fields << field;
-                field.clear();
+                finish();
             } else {
                 field += c;
             }
         }
-        line.fields << field;
+        finish();
         return !quoted;
     }
 
@@ -102,7 +119,6 @@ bool isBlank(const Line& line)
 {
     return !line.openQuote && line.fields.size() == 1 && line.fields[0].trimmed().isEmpty();
 }
-
 
 /// Reads one file's text; what is skipped is logged.
 class Reader
@@ -159,7 +175,7 @@ private:
 
     QString field(const Line& line, const char* column) const
     {
-        return line.fields.value(m_columns.value(QLatin1String(column), -1)).trimmed();
+        return line.fields.value(m_columns.value(QLatin1String(column), -1));
     }
 
     /// As `field`; nothing, with a warning, for bytes that are no UTF-8.
@@ -181,7 +197,7 @@ private:
                                       .arg(line.fields.size()).arg(m_columnCount));
         Person person;
         bool isCode = false;
-        person.code = field(line, "code").toULong(&isCode);
+        person.code = field(line, "code").trimmed().toULong(&isCode);
         if (!isCode)
             return skipLine(line, QStringLiteral("'%1' is no card code, a whole number is expected").arg(field(line, "code")));
         if (!PeopleFile::parseKind(field(line, "kind"), person.kind))

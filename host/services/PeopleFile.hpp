@@ -20,7 +20,8 @@ struct Person
 };
 
 /// Reads people from comma-separated values as RFC 4180 has them (quoted fields, doubled quotes, line breaks in quotes;
-/// UTF-8, a byte order mark is skipped). The first line names the columns: code, name, email, content-key, kind; only code
+/// UTF-8, a byte order mark is skipped). Blanks around a field are no part of it, those in quotes are; a line break in quotes is
+/// read as LF. The first line names the columns: code, name, email, content-key, kind; only code
 /// must be there. "kind" is personal, unregistered or a number.
 namespace PeopleFile
 {
@@ -29,7 +30,7 @@ namespace PeopleFile
 /// no UTF-8 is left empty, a column that is not known is left out. `complete`: the file was there and nothing was skipped.
 [[nodiscard]] std::vector<Person> read(const QString& path, bool& complete);
 [[nodiscard]] std::vector<Person> parse(const QString& text, const QString& fileName, bool& complete);
-/// The people as such a text; reading it gives the same people.
+/// The people as such a text; reading it gives the same people (but for the kinds of line breaks in their names).
 [[nodiscard]] QString format(const std::vector<Person>& people);
 /// "personal", "unregistered" or the number.
 [[nodiscard]] QString kindName(int kind);

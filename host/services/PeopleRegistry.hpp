@@ -21,23 +21,29 @@ public:
     PeopleRegistry& operator=(const PeopleRegistry&) = delete;
 
     [[nodiscard]] const QString& path() const noexcept { return m_path; }
-    /// Whether nobody is in it yet.
-    [[nodiscard]] bool isEmpty() const;
-    /// By code, ascending.
-    [[nodiscard]] std::vector<Person> people() const;
+    /// Whether nobody has ever been in it. One that `remove` has emptied is not new; one that cannot be read is not either.
+    [[nodiscard]] bool isNew() const;
+    /// By code, ascending. Nothing when the file cannot be read (logged).
+    [[nodiscard]] std::optional<std::vector<Person>> people() const;
+    /// Nothing also when the file cannot be read (logged).
     [[nodiscard]] std::optional<Person> person(unsigned long code) const;
 
+    /// Enters the people a presentation brings along if the registry is still new then, and nobody otherwise. False when the
+    /// file cannot be written (logged).
+    bool beginWith(const std::vector<Person>& people);
+    /// Enters a card that is not there yet. False when it is (then `isThere`) or the file cannot be written (logged).
+    bool add(const Person& person, bool& isThere);
     /// Enters people, replacing those of the same code: all of them, or on failure (logged as a warning) none.
     bool insert(const std::vector<Person>& people);
-    /// Gives an existing card an owner and makes it a personal card. False for a code that is not in the registry or when the
-    /// file cannot be written (logged).
-    /// A card that has an owner gets the new one.
-    bool registerOwner(unsigned long code, const QString& name, const QString& email);
+    /// Gives an existing card an owner, in place of the one it may have, and makes it a personal card; its content key stays.
+    /// The card as it is then; nothing for a code that is not in the registry or when the file cannot be written (logged).
+    std::optional<Person> registerOwner(unsigned long code, const QString& name, const QString& email);
     /// Takes cards out: all of them, or none when a code is not in the registry (it is then in `unknown`) or the file cannot be
-    /// written (logged).
+    /// written (logged). A code that is named twice counts once.
     bool remove(const std::vector<unsigned long>& codes, std::optional<unsigned long>& unknown);
 
-    /// Changes whenever somebody, also another program, has written to the registry. Looks at the files only.
+    /// Differs from an earlier one whenever somebody, also another program, has written to the registry in between; for a second
+    /// after that it may differ without need. Looks at the files only.
     [[nodiscard]] QByteArray stamp() const;
 
 private:

@@ -32,3 +32,18 @@ TEST_CASE("marker cache: answers what it was told, and an unregistered card for 
     cache.clear();
     CHECK_FALSE(cache.isCached(1002));
 }
+
+TEST_CASE("marker cache: everything is replaced at once, and what was there is given back")
+{
+    Tavola::TesselServiceCache cache;
+    cache.insert(1001, Properties(7, std::nullopt));
+    cache.insert(1002, Properties(8, std::nullopt));
+    const auto before = cache.replace({{1002, Properties(9, std::nullopt)}, {1003, Properties(10, std::nullopt)}});
+    CHECK(before.size() == 2);
+    CHECK(before.at(1001).type() == 7);
+    CHECK_FALSE(cache.isCached(1001));
+    CHECK(cache.markerProperties(1002).type() == 9);
+    CHECK(cache.markerProperties(1003).type() == 10);
+    CHECK(cache.replace({}).size() == 2);
+    CHECK_FALSE(cache.isCached(1002));
+}

@@ -29,4 +29,10 @@ void TesselServiceCache::clear()
 {
     m_entries.clear();
 }
+
+TesselServiceCache::Entries TesselServiceCache::replace(Entries entries)
+{
+    m_entries.swap(entries);
+    return entries;
+}
 }

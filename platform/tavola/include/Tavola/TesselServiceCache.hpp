@@ -12,6 +12,8 @@ namespace Tavola
 class TAVOLA_EXPORT TesselServiceCache
 {
 public:
+    using Entries = std::unordered_map<unsigned long, TesselServiceAPI::MarkerProperties>;
+
     [[nodiscard]] bool isCached(unsigned long code) const;
     /// An unregistered card's record for a code that is not cached.
     [[nodiscard]] TesselServiceAPI::MarkerProperties markerProperties(unsigned long code) const;
@@ -19,8 +21,10 @@ public:
     void insert(unsigned long code, const TesselServiceAPI::MarkerProperties& properties);
     void remove(unsigned long code);
     void clear();
+    /// Puts `entries` in the place of everything cached; gives back what was. Takes the same time for any number of cards.
+    Entries replace(Entries entries);
 
 private:
-    std::unordered_map<unsigned long, TesselServiceAPI::MarkerProperties> m_entries;
+    Entries m_entries;
 };
 }
