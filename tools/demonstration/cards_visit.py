@@ -75,7 +75,7 @@ class CardsVisit(Visit):
     # ---- Tables and cards ----
 
     def open(self, **attributes):
-        """A table with the presentation as it is, or with other attributes of its detector."""
+        """A table with the presentation as it is, or with other attributes or slots of its detector."""
         if attributes:
             def change(presentation):
                 detector = next(w for w in presentation["widgets"] if w.get("id") == "detector")
@@ -302,7 +302,6 @@ class CardsVisit(Visit):
         require(seen["unknown"]["type"] == "MarkerDetectorWidget", f"the unknown card is held by {seen['unknown']}")
         require(seen["outside"]["type"] == "BackgroundWidget", f"the card outside is held by {seen['outside']}")
         require(seen["spaces"] == 0, "taking a card over opened a personal space")
-        self.lift()
 
     # Tables with another detector.
 
@@ -322,7 +321,6 @@ class CardsVisit(Visit):
             "unregistered": "unregistered-user" in space["pseudoClasses"]})
         require(seen["opened"] == ["PersonalSpaceWidget"] and seen["unregistered"], f"seen: {seen}")
         require(seen["holder"]["id"] == "detector", f"it is held by {seen['holder']}")
-        self.lift()
 
     # A card on a picture.
 
@@ -332,7 +330,6 @@ class CardsVisit(Visit):
         self.put(ANN, centre(by_id(self.main(), PICTURE)[0]), stay=5.0)
         seen = {"holder": self.holder(ANN), "opened": self.ids(self.opened())}
         action(seen)
-        self.lift()
         self.see(f"a card on a picture, collection-mode {mode}", {**seen, "mails": self.mails()})
         require(seen["holder"] == {"type": "ContentWidget", "id": PICTURE}, f"the card is held by {seen['holder']}")
 

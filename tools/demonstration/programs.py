@@ -88,16 +88,15 @@ class MediaServer(Program):
         return json.loads(fetch(self.address, json.dumps(command).encode()))
 
 
-class Table(Program):
-    """The table under a manual clock, its widgets read through the inspector."""
+class ManualTable(Program):
+    """A table under a manual clock, its widgets read through the inspector."""
 
-    def __init__(self, build, presentation, folder, options=()):
-        super().__init__([os.path.join(build, "bin", "tavola"), "run", presentation, "--headless", "--manual-clock",
-                          "--inspect", "0", "--tuio", "127.0.0.1:0", "--data", folder, *options],
+    def __init__(self, build, command, folder, options, wait_for=()):
+        super().__init__([os.path.join(build, "bin", "tavola"), *command, "--headless", "--manual-clock", "--inspect", "0",
+                          "--data", folder, *options],
                          environment={"QT_QPA_PLATFORM": "offscreen"},
-                         wait_for=[r"TUIO on \S+:(\d+)", r"inspector on (http://\S+?)/$", r"is open$"])
-        self.tuio_port = int(self.found[0].group(1))
-        self.inspector = self.found[1].group(1)
+                         wait_for=[r"inspector on (http://\S+?)/$", r"is open$", *wait_for])
+        self.inspector = self.found[0].group(1)
 
     def get(self, path):
         return json.loads(fetch(self.inspector + path))
@@ -124,6 +123,14 @@ class Table(Program):
             if time.monotonic() > deadline:
                 raise Failure(f"waited {seconds} s in vain for {what}")
             self.frames(1, 0)
+
+
+class Table(ManualTable):
+    """A table that visitors can come to."""
+
+    def __init__(self, build, presentation, folder, options=()):
+        super().__init__(build, ["run", presentation, "--tuio", "127.0.0.1:0"], folder, options, [r"TUIO on \S+:(\d+)"])
+        self.tuio_port = int(self.found[2].group(1))
 
 
 class Visitor(Program):

@@ -11,16 +11,17 @@ import sys
 DEMO = os.path.join(os.path.dirname(os.path.abspath(__file__)), "demo.py")
 
 
-def differences(one, two, place=""):
+def differences(one, two, place="", names=("in TUIO 1.1", "in TUIO 2.0")):
     """The places at which two JSON values are not the same."""
     if isinstance(one, dict) and isinstance(two, dict):
         for key in sorted(set(one) | set(two)):
-            yield from differences(one.get(key), two.get(key), f"{place}/{key}")
+            yield from differences(one.get(key), two.get(key), f"{place}/{key}", names)
     elif isinstance(one, list) and isinstance(two, list) and len(one) == len(two):
         for index, pair in enumerate(zip(one, two)):
-            yield from differences(*pair, f"{place}[{index}]")
+            yield from differences(*pair, f"{place}[{index}]", names)
     elif one != two:
-        yield f"{place}: {json.dumps(one, ensure_ascii=False)} in TUIO 1.1, {json.dumps(two, ensure_ascii=False)} in TUIO 2.0"
+        yield "{}: {} {}, {} {}".format(place, *(part for value, name in zip((one, two), names)
+                                                 for part in (json.dumps(value, ensure_ascii=False), name)))
 
 
 def main():

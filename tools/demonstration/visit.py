@@ -54,6 +54,7 @@ class Visit:
     """Base of the visits; a subclass opens its table in `__init__` and names its steps in `steps`."""
 
     media_server = None
+    table_class = Table
 
     def __init__(self, world):
         self.world = world
@@ -63,7 +64,7 @@ class Visit:
         self.warnings = []  # of tables that are closed already
 
     def open_table(self, presentation, options=()):
-        self.table = self.world.add(Table(self.world.build, presentation, os.path.join(self.world.folder, "data"), options))
+        self.table = self.world.add(self.table_class(self.world.build, presentation, os.path.join(self.world.folder, "data"), options))
         # Where things lie is known when the pictures' proportions are.
         self.settle()
         self.stage = self.world.add(Stage(self.world.build, self.table, self.world.visit_options))
