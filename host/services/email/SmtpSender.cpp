@@ -122,7 +122,7 @@ SmtpSender::Result SmtpSender::send(OutboxMessage& message, const std::atomic<bo
     if (!composer.compose(message, error))
         return {Outcome::Refused, error};
     CURLcode code = curl_easy_perform(transfer);
-    if (code == CURLE_ABORTED_BY_CALLBACK) {
+    if (code == CURLE_ABORTED_BY_CALLBACK && (stop || patience.isOver())) {
         if (stop)
             return {Outcome::Stopped, QString()};
         code = CURLE_OPERATION_TIMEDOUT;
