@@ -13,6 +13,13 @@
 
 namespace Tavola
 {
+namespace
+{
+/// What an answer begins with, as it is handed over and recorded: the words of an error, or a picture.
+constexpr char kErrorMark = 'E';
+constexpr char kPictureMark = 'P';
+}
+
 Bedrock::Mutex IconDownloader::s_instanceMutex;
 std::weak_ptr<IconDownloader> IconDownloader::s_multiSingletonInstance;
 
@@ -32,7 +39,13 @@ IconDownloader::IconDownloader() : m_network(new QNetworkAccessManager(this))
     connect(m_network, &QNetworkAccessManager::finished, this, &IconDownloader::onNetworkRequestFinished);
 }
 
-IconDownloader::~IconDownloader() = default;
+IconDownloader::~IconDownloader()
+{
+    m_alive.reset();
+    // What is under way is not waited for any more.
+    for (const auto& [url, ticket] : m_tickets)
+        Bedrock::Arrivals::instance().answer(ticket, QByteArray());
+}
 
 folly::Future<QString> IconDownloader::getUserIcon(const QUrl& url)
 {
@@ -46,7 +59,13 @@ folly::Future<QString> IconDownloader::getUserIcon(const QUrl& url)
 
     const auto promise = std::make_shared<folly::Promise<QString>>();
     m_pending.emplace(url, promise);
-    m_network->get(QNetworkRequest(url));
+    auto& arrivals = Bedrock::Arrivals::instance();
+    m_tickets[url] = arrivals.ask('d', [this, url, alive = std::weak_ptr<char>(m_alive)](const QByteArray& answer) {
+        if (!alive.expired())
+            take(url, answer);
+    });
+    if (!arrivals.isReplaying())
+        m_network->get(QNetworkRequest(url));
     return promise->getFuture();
 }
 
@@ -64,19 +83,29 @@ QString IconDownloader::iconPath(const QUrl& url)
 
 void IconDownloader::onNetworkRequestFinished(QNetworkReply* reply)
 {
-    const QUrl url = reply->url();
+    const auto ticket = m_tickets.find(reply->url());
+    if (ticket == m_tickets.end())
+        return;
+    const auto number = ticket->second;
+    m_tickets.erase(ticket);
+    const bool isError = reply->error() != QNetworkReply::NoError;
+    Bedrock::Arrivals::instance().answer(number, isError ? kErrorMark + reply->errorString().toUtf8() : kPictureMark + reply->readAll());
+}
+
+void IconDownloader::take(const QUrl& url, const QByteArray& answer)
+{
     const auto pending = m_pending.find(url);
     if (pending == m_pending.end())
         return;
     const auto promise = pending->second;
 
-    if (reply->error() != QNetworkReply::NoError) {
-        promise->setException(std::runtime_error(reply->errorString().toStdString()));
+    if (!answer.startsWith(kPictureMark)) {
+        promise->setException(std::runtime_error(answer.mid(1).toStdString()));
         m_pending.erase(url);
         return;
     }
     QImage image;
-    if (!image.loadFromData(reply->readAll()))
+    if (!image.loadFromData(answer.mid(1)))
         return; // Not a picture: the entry stays, and with it the future without an answer.
     const QString path = iconPath(url);
     image.save(path);

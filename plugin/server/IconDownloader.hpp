@@ -1,9 +1,11 @@
 #pragma once
 
+#include <Bedrock/Arrivals.hpp>
 #include <Bedrock/Mutex.hpp>
 
 #include <folly/futures/Future.h>
 
+#include <QByteArray>
 #include <QObject>
 #include <QString>
 #include <QUrl>
@@ -40,10 +42,14 @@ private Q_SLOTS:
     void onNetworkRequestFinished(QNetworkReply* reply);
 
 private:
+    void take(const QUrl& url, const QByteArray& answer);
+
     static Bedrock::Mutex s_instanceMutex;
     static std::weak_ptr<IconDownloader> s_multiSingletonInstance;
 
     std::map<QUrl, std::shared_ptr<folly::Promise<QString>>> m_pending;
+    std::map<QUrl, Bedrock::Arrivals::Ticket> m_tickets; ///< of downloads under way
+    std::shared_ptr<char> m_alive = std::make_shared<char>();
     QNetworkAccessManager* m_network; ///< a child of this object
 };
 }

@@ -237,6 +237,40 @@ TEST_CASE("datagram recording: the recorded settings and note are those of the t
     CHECK(read.tracker.quietRadians == 0.125f);
 }
 
+TEST_CASE("datagram recording: results of asynchronous work come back with the frame that took them")
+{
+    const Folder folder;
+    {
+        const auto recorder = folder.record();
+        Tactile::TuioInput input(TestTable::plainSettings());
+        input.setRecorder(recorder.get());
+        Tactile::Sample sample;
+        recorder->arrival({7, 2, 'i', {}});
+        recorder->arrival({1ull << 40, 0, 'j', QByteArray("{\"a\":\0}", 8)});
+        input.takeSample(0.5, sample);
+        recorder->arrival({8, 0, 'm', ""});
+        input.takeSample(0.5, sample);
+        input.takeSample(0.5, sample);
+    }
+    std::string error;
+    auto player = DatagramPlayer::open(folder.file, error);
+    REQUIRE(player);
+    Tactile::TuioInput input(player->settings());
+    const auto first = player->nextFrame(input)->arrivals;
+    REQUIRE(first.size() == 2);
+    CHECK(first[0].ticket == 7);
+    CHECK(first[0].part == 2);
+    CHECK(first[0].kind == 'i');
+    CHECK(first[0].answer.isNull());
+    CHECK(first[1].ticket == 1ull << 40);
+    CHECK(first[1].answer == QByteArray("{\"a\":\0}", 8));
+    const auto second = player->nextFrame(input)->arrivals;
+    REQUIRE(second.size() == 1);
+    CHECK_FALSE(second[0].answer.isNull());
+    CHECK(second[0].answer.isEmpty());
+    CHECK(player->nextFrame(input)->arrivals.empty());
+}
+
 TEST_CASE("datagram recording: what a crash leaves is played up to the last whole frame")
 {
     const Folder folder;
@@ -310,17 +344,17 @@ TEST_CASE("datagram recording: what cannot be recorded or played is told with it
     folder.write("at 0 card 1 down 0 0\n");
     CHECK_FALSE(DatagramPlayer::open(folder.file, error));
     CHECK(error == head + " (no recording of a table); give a file that \"tavola run --record\" made");
-    folder.write("tavola-recording 9\nxxxx");
+    folder.write("tavola-recording 1\nxxxx"); // without the results of asynchronous work
     CHECK_FALSE(DatagramPlayer::open(folder.file, error));
     CHECK(error == head + " (a recording of another version); replay it with the program that made it");
-    folder.write("tavola-recording 1\n");
+    folder.write("tavola-recording 2\n");
     CHECK_FALSE(DatagramPlayer::open(folder.file, error));
     CHECK(error == head + " (it ends before its first frame); record anew");
 
     CHECK_FALSE(DatagramRecorder::create(folder.file, error));
     CHECK(error == "DatagramRecorder # Failed to make " + folder.file +
                        " (File exists); choose another name, or move that file away");
-    CHECK(folder.bytes() == "tavola-recording 1\n");
+    CHECK(folder.bytes() == "tavola-recording 2\n");
     CHECK_FALSE(DatagramRecorder::create("/nowhere/a.rec", error));
     CHECK(error == "DatagramRecorder # Failed to make /nowhere/a.rec (No such file or directory); choose a folder that can "
                    "be written");

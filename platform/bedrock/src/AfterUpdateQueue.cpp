@@ -1,5 +1,6 @@
 #include "Bedrock/AfterUpdateQueue.hpp"
 
+#include "Bedrock/Arrivals.hpp"
 #include "Bedrock/Trace.hpp"
 
 #include <cstdint>
@@ -37,6 +38,10 @@ void AfterUpdateQueue::add(std::function<void()> function)
 {
     if (!function)
         return;
+    if (const Arrivals::Ticket ticket = Arrivals::Scope::current()) {
+        Arrivals::instance().deliver(ticket, [this, queued = std::move(function)]() mutable { add(std::move(queued)); });
+        return;
+    }
     bool wasEmpty = false;
     {
         const std::lock_guard<std::mutex> guard(d->mutex);

@@ -1,5 +1,6 @@
 #include "Bedrock/BGThread.hpp"
 
+#include "Bedrock/Arrivals.hpp"
 #include "Bedrock/Task.hpp"
 #include "Bedrock/Trace.hpp"
 
@@ -14,20 +15,27 @@ namespace Bedrock
 {
 namespace
 {
+struct Entry
+{
+    std::shared_ptr<Task> task;
+    Arrivals::Ticket ticket = 0;
+};
+
 /// Shared with the thread, which may outlive the BGThread when its last task lets go of it.
 struct State
 {
     std::mutex mutex;
     std::condition_variable changed;
-    std::deque<std::shared_ptr<Task>> tasks;
+    std::deque<Entry> tasks;
     bool isRunningTask = false;
     bool isStopping = false;
 };
 
-void runOnce(Task& task) noexcept
+void runOnce(Task& task, Arrivals::Ticket ticket) noexcept
 {
     if (task.isFinished())
         return;
+    const Arrivals::Scope scope(ticket);
     try {
         task.doTask();
     } catch (const std::exception& error) {
@@ -46,16 +54,19 @@ void runTasks(const std::shared_ptr<State>& state)
         state->changed.wait(lock, [&] { return state->isStopping || !state->tasks.empty(); });
         if (state->isStopping)
             return;
-        std::shared_ptr<Task> task = std::move(state->tasks.front());
+        Entry entry = std::move(state->tasks.front());
         state->tasks.pop_front();
+        std::shared_ptr<Task>& task = entry.task;
         state->isRunningTask = true;
         lock.unlock();
-        runOnce(*task);
-        if (task->isFinished())
+        runOnce(*task, entry.ticket);
+        if (task->isFinished()) {
             task.reset();
+            Arrivals::instance().ended(entry.ticket);
+        }
         lock.lock();
         if (task && !state->isStopping)
-            state->tasks.push_back(std::move(task));
+            state->tasks.push_back(std::move(entry));
         state->isRunningTask = false;
         state->changed.notify_all();
         if (task) {
@@ -88,7 +99,7 @@ struct BGThread::Private
 
     void stop()
     {
-        std::deque<std::shared_ptr<Task>> dropped;
+        std::deque<Entry> dropped;
         {
             const std::lock_guard<std::mutex> guard(state->mutex);
             state->isStopping = true;
@@ -144,7 +155,7 @@ void BGThread::addTask(std::shared_ptr<Task> task)
         const std::lock_guard<std::mutex> stateGuard(d->state->mutex);
         isStopping = d->state->isStopping;
         if (!isStopping) {
-            d->state->tasks.push_back(std::move(task));
+            d->state->tasks.push_back({std::move(task), Arrivals::instance().begin('t')});
             if (!d->thread.joinable())
                 d->thread = std::thread([state = d->state] { runTasks(state); });
         }

@@ -87,6 +87,17 @@ struct DatagramPlayer::Private
         return Outcome::Record;
     }
 
+    static bool readArrival(Recording::Reader reader, Bedrock::Arrivals::Arrival& arrival)
+    {
+        arrival.ticket = reader.read64();
+        arrival.part = reader.read16();
+        arrival.kind = static_cast<char>(reader.read8());
+        const bool isAnswer = reader.read8() != 0;
+        if (isAnswer)
+            arrival.answer = QByteArray(reader.rest(), int(reader.left()));
+        return reader.isGood() && arrival.ticket != 0;
+    }
+
     void keep()
     {
         if (waitingCount == waiting.size())
@@ -202,6 +213,7 @@ const TuioSettings& DatagramPlayer::settings() const noexcept
 
 std::optional<DatagramPlayer::Frame> DatagramPlayer::nextFrame(TuioInput& input)
 {
+    Frame frame;
     while (!d->isOver) {
         const Private::Outcome outcome = d->readRecord();
         if (outcome == Private::Outcome::Damage)
@@ -213,10 +225,11 @@ std::optional<DatagramPlayer::Frame> DatagramPlayer::nextFrame(TuioInput& input)
         const char kind = d->body.front();
         if (kind == Recording::Listener || kind == Recording::DatagramKind)
             d->keep();
+        Recording::Reader reader(d->body.data() + 1, d->body.size() - 1);
+        if (kind == Recording::ArrivalKind && !Private::readArrival(reader, frame.arrivals.emplace_back()))
+            return d->endsDamaged();
         if (kind != Recording::FrameKind)
             continue;
-        Recording::Reader reader(d->body.data() + 1, d->body.size() - 1);
-        Frame frame;
         frame.number = reader.read64();
         frame.dtSeconds = reader.readDouble();
         if (!reader.isGood() || !(std::abs(frame.dtSeconds) <= kLongestStepSeconds) || frame.number != d->lastFrame + 1 ||

@@ -76,9 +76,12 @@ struct DatagramRecorder::Private
             return;
         if (waiting.size() > kMaxWaitingBytes)
             return stopRecording("the disk is too slow");
+        const std::size_t before = waiting.size();
         Recording::Writer writer(waiting);
         writer.begin(kind);
         write(writer);
+        if (waiting.size() - before > Recording::kMaxBody)
+            return stopRecording("a record is too large");
         writer.end();
     }
 
@@ -218,6 +221,18 @@ void DatagramRecorder::datagram(std::uint16_t listener, const Datagram& datagram
         w.addBytes(datagram.sender.bytes.data(), datagram.sender.bytes.size());
         w.add16(datagram.sender.port);
         w.addBytes(datagram.data, datagram.size);
+    });
+}
+
+void DatagramRecorder::arrival(const Bedrock::Arrivals::Arrival& arrival)
+{
+    const std::lock_guard<std::mutex> lock(d->mutex);
+    d->add(Recording::ArrivalKind, [&arrival](Recording::Writer& w) {
+        w.add64(arrival.ticket);
+        w.add16(arrival.part);
+        w.add8(static_cast<std::uint8_t>(arrival.kind));
+        w.add8(arrival.answer.isNull() ? 0 : 1);
+        w.addBytes(arrival.answer.constData(), std::size_t(arrival.answer.size()));
     });
 }
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-/// The file of a recording. A line of text, "tavola-recording 1" with a line feed, then records until the end:
+/// The file of a recording. A line of text, "tavola-recording 2" with a line feed, then records until the end:
 ///
 ///     uint32   size of the body in bytes
 ///     uint32   check sum of the body: FNV-1a
@@ -19,18 +19,20 @@
 ///              quietDistancePx, quietRadians
 ///     'L'      a listener has this rectangle from now on: uint16 index, float32 x, y, width, height
 ///     'D'      a datagram: uint16 listener, float64 seconds of arrival, 16 bytes IPv6 address, uint16 port, its bytes
+///     'A'      a result of asynchronous work that the frame to come took when it began: uint64 ticket, uint16 part, uint8 kind,
+///              uint8 1 when it is an answer, then its bytes
 ///     'F'      a frame took the datagrams since the one before: uint64 number from 1, float64 seconds of its step
 ///
 /// Numbers are big-endian. A kind that is not known is skipped. Another layout gets another number in the first line.
 namespace Tactile::Recording
 {
-constexpr std::string_view kFirstLine = "tavola-recording 1\n";
+constexpr std::string_view kFirstLine = "tavola-recording 2\n";
 constexpr std::string_view kFirstWord = "tavola-recording ";
 constexpr std::size_t kHeadBytes = 8;
-constexpr std::size_t kMaxBody = 1 << 17; // beyond a full datagram
+constexpr std::size_t kMaxBody = 1 << 25; // far beyond a full datagram, a long answer, a long list of people
 constexpr std::uint16_t kMaxListeners = 1024;
 
-enum Kind : char { Note = 'N', Settings = 'S', Listener = 'L', DatagramKind = 'D', FrameKind = 'F' };
+enum Kind : char { Note = 'N', Settings = 'S', Listener = 'L', DatagramKind = 'D', ArrivalKind = 'A', FrameKind = 'F' };
 
 inline std::uint32_t checkSum(const char* data, std::size_t size) noexcept
 {

@@ -1,5 +1,6 @@
 #include "PageRenderer.hpp"
 
+#include <Bedrock/Arrivals.hpp>
 #include <Facet/Node.hpp>
 
 #include <QFile>
@@ -17,6 +18,19 @@ struct Interest
 {
     const std::atomic<bool>* cancelled;
     const std::atomic<bool>* stopping;
+};
+
+/// Ends the ticket of a request, whether a page came of it or not.
+class End
+{
+public:
+    explicit End(Bedrock::Arrivals::Ticket ticket) : m_ticket(ticket) {}
+    ~End() { Bedrock::Arrivals::instance().ended(m_ticket); }
+    End(const End&) = delete;
+    End& operator=(const End&) = delete;
+
+private:
+    Bedrock::Arrivals::Ticket m_ticket;
 };
 
 bool isGivenUp(const QVariant& payload)
@@ -45,7 +59,10 @@ PageRenderer::~PageRenderer()
 PageRenderer::Cancel PageRenderer::request(const Request& wanted, Done done)
 {
     auto cancelled = std::make_shared<std::atomic<bool>>(false);
-    m_thread.start([this, wanted, done = std::move(done), weak = std::weak_ptr<std::atomic<bool>>(cancelled)] {
+    m_thread.start([this, wanted, done = std::move(done), weak = std::weak_ptr<std::atomic<bool>>(cancelled),
+                    ticket = Bedrock::Arrivals::instance().begin('p')] {
+        const End end(ticket);
+        const Bedrock::Arrivals::Scope scope(ticket);
         Outcome outcome;
         {
             const auto asked = weak.lock();

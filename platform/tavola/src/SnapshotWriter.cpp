@@ -1,5 +1,6 @@
 #include "SnapshotWriter.hpp"
 
+#include <Bedrock/Arrivals.hpp>
 #include <Bedrock/Trace.hpp>
 
 #include <QCoreApplication>
@@ -8,6 +9,7 @@
 
 #include <memory>
 #include <stdexcept>
+#include <string>
 
 namespace Tavola
 {
@@ -50,14 +52,20 @@ folly::Future<QString> SnapshotWriter::write(QImage image, const QString& fileNa
     // The pool takes copyable functions only.
     auto promise = std::make_shared<folly::Promise<QString>>();
     auto future = promise->getFuture();
-    m_threads.start([promise, picture = std::move(image), path] {
+    m_threads.start([promise, picture = std::move(image), path, ticket = Bedrock::Arrivals::instance().begin('s')] {
+        std::string error;
         try {
             writePng(picture, path);
         } catch (const std::exception& failure) {
-            promise->setException(std::runtime_error(failure.what()));
-            return;
+            error = failure.what();
         }
-        promise->setValue(path);
+        Bedrock::Arrivals::instance().deliver(ticket, [promise, path, error] {
+            if (error.empty())
+                promise->setValue(path);
+            else
+                promise->setException(std::runtime_error(error));
+        });
+        Bedrock::Arrivals::instance().ended(ticket);
     });
     return future;
 }

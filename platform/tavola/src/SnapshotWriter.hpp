@@ -18,7 +18,7 @@ public:
     SnapshotWriter(const SnapshotWriter&) = delete;
     SnapshotWriter& operator=(const SnapshotWriter&) = delete;
 
-    /// Main thread; the future is completed on a thread of the writer.
+    /// Main thread; the future is completed on a thread of the writer; on the main one while a table is recorded or replayed.
     [[nodiscard]] folly::Future<QString> write(QImage image, const QString& fileName);
 
 private:

@@ -8,6 +8,7 @@
 #include "WidgetPrivate.hpp"
 
 #include <Bedrock/AfterUpdateQueue.hpp>
+#include <Bedrock/Arrivals.hpp>
 #include <Tactile/InputSource.hpp>
 #include <Trellis/FrameInfo.hpp>
 
@@ -112,6 +113,7 @@ void Application::frame(double dtSeconds)
     d->time += dt;
     ++d->frameNumber;
 
+    Bedrock::Arrivals::instance().admit();
     takeInput(dt);
     d->updater.run(FrameInfo(float(dt), d->time, d->frameNumber));
     Bedrock::AfterUpdateQueue::instance().drain();
@@ -207,6 +209,6 @@ QRegion Application::takeDamage()
 bool Application::needsFrame() const
 {
     return !d->updater.isIdle() || !d->damage.isEmpty() || !d->removed.empty() || LayoutEngine::isDirty(*d->mainLayer)
-        || !Bedrock::AfterUpdateQueue::instance().isEmpty() || pendingImages() > 0;
+        || !Bedrock::AfterUpdateQueue::instance().isEmpty() || Bedrock::Arrivals::instance().isWaiting() || pendingImages() > 0;
 }
 }

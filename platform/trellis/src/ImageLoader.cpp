@@ -1,6 +1,7 @@
 #include "ImageLoader.hpp"
 
 #include <Bedrock/AfterUpdateQueue.hpp>
+#include <Bedrock/Arrivals.hpp>
 #include <Bedrock/Trace.hpp>
 
 #include <QDateTime>
@@ -39,6 +40,7 @@ ImageLoader::ImageLoader() : m_cache(kCacheBytes)
 {
     // The queue is used to the end by the loader's threads: made first, it goes last.
     (void)Bedrock::AfterUpdateQueue::instance();
+    (void)Bedrock::Arrivals::instance();
     // One core stays for the table.
     m_pool.setMaxThreadCount(std::clamp(QThread::idealThreadCount() - 1, 1, 4));
 }
@@ -65,9 +67,11 @@ const ImageLoader::Picture* ImageLoader::request(const ImageKey& key, Done done)
         entry.known = *known;
     entry.waiters.push_back({std::move(done), known != nullptr});
     const qint64 knownTime = known ? known->modifiedMs : kUnknownTime;
-    m_pool.start(new Work([this, key, job, knownTime] {
+    m_pool.start(new Work([this, key, job, knownTime, ticket = Bedrock::Arrivals::instance().begin('i')] {
         Outcome outcome = look(key, knownTime);
+        const Bedrock::Arrivals::Scope scope(ticket);
         Bedrock::AfterUpdateQueue::instance().add([this, job, outcome = std::move(outcome)] { finished(job, outcome); });
+        Bedrock::Arrivals::instance().ended(ticket);
     }));
     return known;
 }

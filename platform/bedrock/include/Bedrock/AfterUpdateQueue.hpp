@@ -8,7 +8,8 @@
 namespace Bedrock
 {
 /// The one queue through which work reaches the main thread after a frame's update: first in, first out. What a queued
-/// function queues runs in the next frame. This is the only way back into the widget tree from another thread.
+/// function queues runs in the next frame. This is the only way back into the widget tree from another thread. While a table is
+/// recorded or replayed, what other threads add comes in at the beginning of a frame; see Arrivals.
 class TAVOLA_EXPORT AfterUpdateQueue
 {
 public:

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <Bedrock/Arrivals.hpp>
 #include <Tactile/TuioInput.hpp>
 
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Tactile
 {
@@ -24,6 +26,7 @@ public:
     {
         std::uint64_t number = 0; ///< 1 for the first
         double dtSeconds = 0.0;
+        std::vector<Bedrock::Arrivals::Arrival> arrivals; ///< what asynchronous work gave the frame, in this order
     };
 
     /// Null, with the reason in `error`, for a file that cannot be read or is no recording of this version.

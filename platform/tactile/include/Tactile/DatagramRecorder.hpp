@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Bedrock/Arrivals.hpp>
 #include <Bedrock/Export.hpp>
 #include <Vecta/Rect.hpp>
 
@@ -42,6 +43,9 @@ public:
     void note(const std::string& text);
     /// The frame to come has this time step, exactly. Without it the step is the difference of the frames' times.
     void frameBegins(double dtSeconds);
+
+    /// The frame to come took this result of asynchronous work when it began.
+    void arrival(const Bedrock::Arrivals::Arrival& arrival);
 
     // What a TuioInput tells.
     void settings(const TuioSettings& settings);
