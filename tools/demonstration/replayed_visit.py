@@ -53,8 +53,8 @@ class RecordedVisit(CardsVisit):
         super().open_table(self.of_links(), [*options, "--record", self.recording])
 
     def of_links(self):
-        """The presentation with links for the pictures and documents that cards open: what waits for a file is moved by
-        the disk as well as by the input."""
+        """The presentation with links for its pictures and documents: what waits for a file depends on the disk as well as
+        on the input."""
         def change(value):
             if isinstance(value, list):
                 for item in value:
@@ -65,9 +65,10 @@ class RecordedVisit(CardsVisit):
                     attributes = value["attributes"]
                     attributes.pop("cover", None)
                     attributes["source"] = "https://museum.example/" + os.path.basename(attributes["source"]["file"])
+                value.pop("icon", None)
                 for item in value.values():
                     change(item)
-        folder = self.world.copy_of("cards", lambda presentation: change(presentation["folders"]))
+        folder = self.world.copy_of("cards", change)
         menu = os.path.join(folder, "garden-menu.json")
         with open(menu, encoding="utf-8") as file:
             entries = json.load(file)
@@ -79,7 +80,7 @@ class RecordedVisit(CardsVisit):
 
     def steps(self):
         names = [name for name, action in super().steps()]
-        return super().steps()[:names.index("a rejected card does nothing where there is no such folder")]
+        return super().steps()[1:names.index("a rejected card does nothing where there is no such folder")]
 
 
 def replay(world, played):
