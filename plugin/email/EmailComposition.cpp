@@ -19,7 +19,8 @@ namespace
 void attachFile(EmailMessage& message, const QString& path)
 {
     auto file = std::make_unique<QFile>(path);
-    if (!file->open(QIODevice::ReadOnly)) {
+    // Opening a named pipe would wait for somebody to write into it, and the table with it.
+    if (!QFileInfo(path).isFile() || !file->open(QIODevice::ReadOnly)) {
         Bedrock::Trace::warning("createMessage # Failed to open file %s for reading", path.toUtf8().constData());
         return;
     }

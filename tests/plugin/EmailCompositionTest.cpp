@@ -10,6 +10,8 @@
 
 #include <doctest/doctest.h>
 
+#include <sys/stat.h>
+
 using PluginTest::addEmailService;
 using Tavola::Attachment;
 using Tavola::createMessage;
@@ -298,6 +300,17 @@ TEST_CASE("files: one that cannot be opened is left out with a warning, the rest
     CHECK(message.attachments()[0].fileName == "a.txt");
     CHECK(message.content == "Hello.\nhttp://a\n\nhttp://b\n\n");
     CHECK(message.recipients().size() == 1);
+}
+
+TEST_CASE("files: a pipe is not waited for, it is left out like one that cannot be opened")
+{
+    Post post;
+    const QString pipe = post.folder.filePath("pipe");
+    REQUIRE(::mkfifo(QFile::encodeName(pipe).constData(), 0600) == 0);
+    expectWarning("createMessage # Failed to open file " + pipe.toStdString() + " for reading");
+    const auto message = post.message({{pipe, false}, {post.file("a.txt"), false}});
+    REQUIRE(message.attachments().size() == 1);
+    CHECK(message.attachments()[0].fileName == "a.txt");
 }
 
 TEST_CASE("files: links keep their order among the files between them")
