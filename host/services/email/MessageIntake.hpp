@@ -24,6 +24,9 @@ struct MailJob
         : subject(message.subject()), sender(message.sender()), content(message.content), recipients(message.recipients()),
           attachments(message.attachments())
     {
+        // As people type them: blanks around an address are no part of it.
+        for (auto& recipient : recipients)
+            recipient.address.address = recipient.address.address.trimmed();
     }
 };
 

@@ -248,6 +248,16 @@ TEST_CASE("outbox service: an address that is none is refused at once, and nothi
     CHECK(status.error == "the message has no recipient");
 }
 
+TEST_CASE("outbox service: blanks around a typed address are no part of it")
+{
+    MailBench bench;
+    bench.open();
+    CHECK(bench.send(bench.message("Hello\n", "  ann@example.org ")).success);
+    REQUIRE(bench.server.mails().size() == 1);
+    REQUIRE(bench.server.mails()[0].recipients.size() == 1);
+    CHECK(bench.server.mails()[0].recipients[0] == "ann@example.org");
+}
+
 TEST_CASE("outbox service: an attachment that cannot be read costs that attachment, and the body says so")
 {
     MailBench bench;
