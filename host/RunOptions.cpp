@@ -19,8 +19,9 @@ QString RunOptions::help(Command command)
             "With --manual-clock each frame that the inspector asks for is the next one of the recording, with its own step. At\n"
             "the end the table stands still; without a window and a manual clock the program ends.\n"
             "\n"
-            "A replay is a visit like any other: it registers people, uploads and sends e-mail again. Use --data, --media-server\n"
-            "and --mail-server to keep it away from the venue's own.\n"
+            "A replay asks nobody and tells nobody: what the media server answered and what became of e-mail is in the recording,\n"
+            "--media-server and --mail-server have no effect. People are registered in a temporary folder, which begins with those\n"
+            "who were known on the day, or in that of --data.\n"
             "\n"
             "The options are those of \"tavola run\" but for --size, --tuio and --record; see tavola run --help.\n");
     return QStringLiteral(
@@ -32,6 +33,7 @@ QString RunOptions::help(Command command)
         "  --tuio [ADDRESS:]PORT   where TUIO datagrams arrive (default 127.0.0.1:3333; port 0 chooses one and prints it);\n"
         "                          goes before the presentation's own listeners\n"
         "  --record FILE           record the input, for tavola replay; FILE must not exist yet\n"
+        "  --trees FILE            write down the widgets of each frame, to compare runs; FILE must not exist yet\n"
         "  --show-input            draw fingers and cards over the table, with their ids and codes\n"
         "  --inspect PORT          serve the inspector on this loopback port (0 chooses one and prints it)\n"
         "  --manual-clock          frames run only when the inspector asks for them\n"
@@ -90,6 +92,11 @@ const OptionWithValue kOptionsWithValue[] = {
     {"--record",
      [](const QString& value, RunOptions& options) {
          options.recordFile = value;
+         return wants(!value.isEmpty(), "the name of a file that does not exist yet");
+     }},
+    {"--trees",
+     [](const QString& value, RunOptions& options) {
+         options.treesFile = value;
          return wants(!value.isEmpty(), "the name of a file that does not exist yet");
      }},
     {"--inspect",

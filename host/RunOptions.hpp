@@ -23,6 +23,7 @@ struct RunOptions
     bool showInput = false; ///< draw contacts over the table
     QString recordFile;     ///< record the input into it
     QString replayFile;     ///< the recording that is replayed instead of listening
+    QString treesFile;      ///< write the widgets of each frame into it
     std::optional<int> inspectPort; ///< 0 chooses one
     QString plugin;                 ///< replaces the plug-ins of the presentation
     QString dataFolder;             ///< where the registry of people and the outbox live

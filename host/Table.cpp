@@ -5,14 +5,20 @@
 #include "InputOverlay.hpp"
 #include "PersonalWidgets.hpp"
 #include "PluginSearch.hpp"
+#include "RecordingNote.hpp"
 #include "TableInput.hpp"
+#include "TemporaryPlace.hpp"
 #include "TemporaryWidgets.hpp"
+#include "TreeLog.hpp"
 #include "services/MarkerService.hpp"
 #include "services/MediaServerService.hpp"
 #include "services/PeopleRegistry.hpp"
+#include "services/PeopleWatch.hpp"
+#include "services/RecordedServices.hpp"
 #include "services/email/OutboxService.hpp"
 
 #include <Bedrock/AfterUpdateQueue.hpp>
+#include <Bedrock/Arrivals.hpp>
 #include <Bedrock/BGThread.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Cascara/StyleEngine.hpp>
@@ -36,18 +42,26 @@
 
 struct Table::Private
 {
+    std::unique_ptr<TemporaryPlace> temporaryPlace; ///< of a table that is recorded or replayed
+    std::unique_ptr<TreeLog> trees;                 ///< may be null
     std::unique_ptr<Trellis::Application> application; ///< from the first line of open on
     std::unique_ptr<TableInput> input; ///< from the first line of open on
     bool takesInput = false;
     bool isInFrame = false;
     std::shared_ptr<Tavola::Tavola> tavola;
     std::vector<std::weak_ptr<OutboxService>> mailServices; ///< they live with `tavola`
+    std::shared_ptr<PeopleRegistry> people; ///< null without people
     QTimer peopleTimer;
+    std::unique_ptr<PeopleWatch> peopleWatch; ///< in place of the timer, of a table that is recorded or replayed
     std::unique_ptr<HostComponents> hostComponents;
     std::vector<std::unique_ptr<Tavola::PluginLoader>> plugins;
     std::shared_ptr<PersonalWidgets> personalWidgets;
     std::vector<std::shared_ptr<Tavola::UIComponent>> components; ///< what the presentation uses, for as long as it is open
 
+    /// Whether results of asynchronous work come in an order that is, or was, recorded.
+    [[nodiscard]] bool isOrdered() const { return input->isRecording() || input->isReplay(); }
+    bool openPeople(const Presentation& presentation, const RunOptions& options, QString& error);
+    [[nodiscard]] RecordingNote describe(const Presentation& presentation, const RunOptions& options) const;
     bool openServices(const Presentation& presentation, const RunOptions& options, QString& error);
     bool openMail(const Presentation& presentation, const RunOptions& options, QString& error);
     bool loadPlugins(const Presentation& presentation, const RunOptions& options, QString& error);
@@ -56,19 +70,51 @@ struct Table::Private
     void close();
 };
 
+bool Table::Private::openPeople(const Presentation& presentation, const RunOptions& options, QString& error)
+{
+    if (presentation.peopleFile.isEmpty())
+        return true;
+    people = PeopleRegistry::open(dataFolder(presentation.folder, options.dataFolder) + QStringLiteral("/people.sqlite"), error);
+    if (people && people->isNew()) {
+        bool complete = false;
+        people->beginWith(input->isReplay() ? PeopleFile::parse(input->recordedNote().people, options.replayFile, complete)
+                                            : PeopleFile::read(presentation.peopleFile, complete));
+    }
+    return people != nullptr;
+}
+
+namespace
+{
+std::vector<MediaServerSettings> mediaServersOf(const Presentation& presentation, const RunOptions& options)
+{
+    std::vector<MediaServerSettings> mediaServers = presentation.mediaServers;
+    if (!options.mediaServer.isEmpty()) {
+        if (mediaServers.empty())
+            mediaServers.emplace_back();
+        mediaServers.resize(1);
+        mediaServers.front().address = options.mediaServer;
+    }
+    return mediaServers;
+}
+}
+
+RecordingNote Table::Private::describe(const Presentation& presentation, const RunOptions& options) const
+{
+    RecordingNote note;
+    note.presentation = QDir(presentation.folder).absolutePath();
+    for (const MediaServerSettings& settings : mediaServersOf(presentation, options))
+        note.mediaServers << settings.name;
+    const auto known = people ? people->people() : std::nullopt;
+    if (known)
+        note.people = PeopleFile::format(*known);
+    return note;
+}
+
 bool Table::Private::openServices(const Presentation& presentation, const RunOptions& options, QString& error)
 {
     Tavola::ServiceProvider& services = *tavola->services();
-    if (!presentation.peopleFile.isEmpty()) {
-        std::shared_ptr<PeopleRegistry> registry =
-            PeopleRegistry::open(dataFolder(presentation.folder, options.dataFolder) + QStringLiteral("/people.sqlite"), error);
-        if (!registry)
-            return false;
-        if (registry->isNew()) {
-            bool complete = false;
-            registry->beginWith(PeopleFile::read(presentation.peopleFile, complete));
-        }
-        auto service = std::make_shared<MarkerService>(registry, services.tesselServiceCache());
+    if (people) {
+        auto service = std::make_shared<MarkerService>(people, services.tesselServiceCache());
         service->fillCache();
         service->setPersonalWidgets(
             [weak = std::weak_ptr(personalWidgets)](const QString& contentKey) -> MarkerService::PersonalWidget {
@@ -78,20 +124,27 @@ bool Table::Private::openServices(const Presentation& presentation, const RunOpt
             });
         services.setTesselService(service);
         // People are registered at a desk while the table runs.
-        constexpr int kLookForPeopleEveryMs = 2000;
-        QObject::connect(&peopleTimer, &QTimer::timeout, &peopleTimer, [service] { service->refreshCache(); });
-        peopleTimer.start(kLookForPeopleEveryMs);
+        if (isOrdered()) {
+            peopleWatch = std::make_unique<PeopleWatch>(people, service);
+        } else {
+            constexpr int kLookForPeopleEveryMs = 2000;
+            QObject::connect(&peopleTimer, &QTimer::timeout, &peopleTimer, [service] { service->refreshCache(); });
+            peopleTimer.start(kLookForPeopleEveryMs);
+        }
     }
-    std::vector<MediaServerSettings> mediaServers = presentation.mediaServers;
-    if (!options.mediaServer.isEmpty()) {
-        if (mediaServers.empty())
-            mediaServers.emplace_back();
-        mediaServers.resize(1);
-        mediaServers.front().address = options.mediaServer;
+    const QString mediaServerType = QStringLiteral("media-server-service");
+    if (input->isReplay()) {
+        for (const QString& name : input->recordedNote().mediaServers)
+            services.addService(mediaServerType, name, std::make_shared<RecordedMediaServer>(nullptr));
+        return openMail(presentation, options, error);
     }
-    for (const MediaServerSettings& settings : mediaServers)
-        services.addService(QStringLiteral("media-server-service"), settings.name,
-                            std::make_shared<MediaServerService>(QUrl(settings.address), settings.timeoutSeconds));
+    for (const MediaServerSettings& settings : mediaServersOf(presentation, options)) {
+        const auto server = std::make_shared<MediaServerService>(QUrl(settings.address), settings.timeoutSeconds);
+        if (input->isRecording())
+            services.addService(mediaServerType, settings.name, std::make_shared<RecordedMediaServer>(server));
+        else
+            services.addService(mediaServerType, settings.name, server);
+    }
     return openMail(presentation, options, error);
 }
 
@@ -101,15 +154,23 @@ bool Table::Private::openMail(const Presentation& presentation, const RunOptions
         error = QStringLiteral("--mail-server: the presentation has no e-mail service whose server it could replace");
         return false;
     }
+    const QString type = QStringLiteral("email-service");
     const QString data = dataFolder(presentation.folder, options.dataFolder);
     for (MailSettings settings : presentation.mailServices) {
+        if (input->isReplay()) {
+            tavola->services()->addService(type, settings.name, std::make_shared<RecordedEmail>(nullptr, settings.textTemplate));
+            continue;
+        }
         if (!options.mailServer.isEmpty())
             settings.server = options.mailServer;
         const auto service = OutboxService::open(settings, outboxFolder(data, settings.name), error);
         if (!service)
             return false;
         mailServices.push_back(service);
-        tavola->services()->addService(QStringLiteral("email-service"), settings.name, service);
+        if (input->isRecording())
+            tavola->services()->addService(type, settings.name, std::make_shared<RecordedEmail>(service, settings.textTemplate));
+        else
+            tavola->services()->addService(type, settings.name, service);
     }
     return true;
 }
@@ -166,6 +227,7 @@ void Table::Private::close()
     if (takesInput)
         application->removeInputSource(input->tuio());
     Bedrock::BGThread::shutdown();
+    peopleWatch.reset();
     personalWidgets.reset();
     if (tavola)
         clearLayers();
@@ -177,6 +239,7 @@ void Table::Private::close()
     // Destructors may have begun a new thread, and left objects for Qt to delete.
     Bedrock::BGThread::shutdown();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    Bedrock::Arrivals::instance().stop();
     while (!Bedrock::AfterUpdateQueue::instance().isEmpty()) {
         Bedrock::AfterUpdateQueue::instance().clear();
         application->destroyRemovedWidgets(); // what a dropped function held may have left the tree only now
@@ -188,13 +251,29 @@ void Table::Private::close()
 
 Table::Table() : d(std::make_unique<Private>()) {}
 
-std::unique_ptr<Table> Table::open(const Presentation& presentation, const RunOptions& options, QString& error)
+std::unique_ptr<Table> Table::open(const Presentation& presentation, const RunOptions& givenOptions, QString& error)
 {
     std::unique_ptr<Table> table(new Table());
     Private& d = *table->d;
+    RunOptions options = givenOptions;
     d.input = TableInput::open(options, error);
     if (!d.input)
         return nullptr;
+    if (d.isOrdered()) {
+        d.temporaryPlace = std::make_unique<TemporaryPlace>();
+        if (!d.temporaryPlace->isValid()) {
+            error = QStringLiteral("no folder can be made in %1 for temporary files").arg(QDir::tempPath());
+            return nullptr;
+        }
+        if (d.input->isReplay() && options.dataFolder.isEmpty())
+            options.dataFolder = d.temporaryPlace->path() + QStringLiteral("/data");
+    }
+    if (!options.treesFile.isEmpty() && !(d.trees = TreeLog::create(options.treesFile, error)))
+        return nullptr;
+    if (!d.openPeople(presentation, options, error))
+        return nullptr;
+    if (d.input->isRecording())
+        d.input->describe(d.describe(presentation, options));
     const Vecta::Vector2f size =
         options.size ? Vecta::Vector2f(float(options.size->width()), float(options.size->height())) : presentation.sizePx;
     d.application = std::make_unique<Trellis::Application>(d.input->recordedSize().value_or(size));
@@ -202,6 +281,7 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const RunOp
         return nullptr;
     d.application->addInputSource(d.input->tuio());
     d.takesInput = true;
+    d.input->orderArrivals();
     d.tavola = Tavola::Tavola::create();
     d.tavola->ui()->setPixelPitchMm(presentation.pixelPitchMm);
     d.tavola->ui()->setKeyboardLayout(presentation.keyboardLayout);
@@ -251,8 +331,11 @@ std::optional<double> Table::frame(double dtSeconds)
         return 0.0;
     d->isInFrame = true;
     const std::optional<double> step = d->input->nextStep(dtSeconds);
-    if (step)
+    if (step) {
         d->application->frame(*step);
+        if (d->trees)
+            d->trees->write(d->application->frameNumber(), *d->application->mainLayer());
+    }
     d->isInFrame = false;
     return step;
 }

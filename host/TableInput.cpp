@@ -1,22 +1,31 @@
 #include "TableInput.hpp"
 
 #include "Presentation.hpp"
+#include "RecordingNote.hpp"
 #include "RunOptions.hpp"
 
+#include <Bedrock/Arrivals.hpp>
+#include <Bedrock/Trace.hpp>
 #include <Tactile/DatagramPlayer.hpp>
 #include <Tactile/DatagramRecorder.hpp>
 #include <Tactile/TuioInput.hpp>
 #include <Tactile/UdpDatagramSource.hpp>
 
-#include <QDir>
+#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonObject>
 
+#include <chrono>
 #include <string>
 #include <vector>
 
 namespace
 {
+constexpr int kPatienceMs = 10000;
+constexpr int kLittlePatienceMs = 200;
+constexpr std::chrono::milliseconds kBetweenEvents(5);
+
 std::string fileName(const QString& name)
 {
     return QFile::encodeName(name).toStdString();
@@ -41,6 +50,25 @@ struct TableInput::Private
     std::unique_ptr<Tactile::DatagramPlayer> player;
     std::unique_ptr<Tactile::DatagramRecorder> recorder;
     std::vector<Listening> listening;
+    int patienceMs = kPatienceMs;
+
+    void waitForArrivals(const Tactile::DatagramPlayer::Frame& frame)
+    {
+        auto& arrivals = Bedrock::Arrivals::instance();
+        arrivals.expect(frame.arrivals);
+        QElapsedTimer clock;
+        clock.start();
+        while (!arrivals.waitForExpected(kBetweenEvents)) {
+            if (clock.elapsed() >= patienceMs) {
+                Bedrock::Trace::warning("TableInput # Waited %g s in vain for what frame %llu of the recording took, such as a picture; "
+                                        "the replay goes on without",
+                                        patienceMs * 1e-3, static_cast<unsigned long long>(frame.number));
+                patienceMs = kLittlePatienceMs;
+                return;
+            }
+            QCoreApplication::processEvents();
+        }
+    }
 };
 
 TableInput::TableInput() : d(std::make_unique<Private>()) {}
@@ -55,11 +83,34 @@ std::unique_ptr<TableInput> TableInput::open(const RunOptions& options, QString&
         d.player = Tactile::DatagramPlayer::open(fileName(options.replayFile), reason);
     } else if (!options.recordFile.isEmpty()) {
         d.recorder = Tactile::DatagramRecorder::create(fileName(options.recordFile), reason);
-        if (d.recorder)
-            d.recorder->note(QDir(options.presentation).absolutePath().toStdString());
     }
     error = QString::fromStdString(reason);
     return reason.empty() ? std::move(input) : nullptr;
+}
+
+bool TableInput::isRecording() const noexcept
+{
+    return d->recorder != nullptr;
+}
+
+RecordingNote TableInput::recordedNote() const
+{
+    return d->player ? RecordingNote::fromText(d->player->note()) : RecordingNote();
+}
+
+void TableInput::describe(const RecordingNote& note)
+{
+    if (d->recorder)
+        d->recorder->note(note.toText());
+}
+
+void TableInput::orderArrivals()
+{
+    if (d->player)
+        Bedrock::Arrivals::instance().startReplaying();
+    else if (d->recorder)
+        Bedrock::Arrivals::instance().startRecording(
+            [recorder = d->recorder.get()](const Bedrock::Arrivals::Arrival& arrival) { recorder->arrival(arrival); });
 }
 
 std::optional<Vecta::Vector2f> TableInput::recordedSize() const
@@ -116,7 +167,10 @@ std::optional<double> TableInput::nextStep(double dtSeconds)
 {
     if (d->player) {
         const auto frame = d->player->nextFrame(*m_tuio);
-        return frame ? std::optional<double>(frame->dtSeconds) : std::nullopt;
+        if (!frame)
+            return std::nullopt;
+        d->waitForArrivals(*frame);
+        return frame->dtSeconds;
     }
     if (d->recorder)
         d->recorder->frameBegins(dtSeconds);
@@ -146,7 +200,7 @@ QString recordedPresentation(const QString& recording, QString& error)
 {
     std::string reason;
     const auto player = Tactile::DatagramPlayer::open(fileName(recording), reason);
-    const QString presentation = player ? QString::fromStdString(player->note()) : QString();
+    const QString presentation = player ? RecordingNote::fromText(player->note()).presentation : QString();
     if (presentation.isEmpty())
         error = player ? QStringLiteral("the recording does not say which presentation it was made with; give its folder behind "
                                         "the recording")

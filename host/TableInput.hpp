@@ -9,6 +9,7 @@
 #include <optional>
 
 struct Presentation;
+struct RecordingNote;
 struct RunOptions;
 
 namespace Tactile
@@ -28,6 +29,12 @@ public:
     TableInput(const TableInput&) = delete;
     TableInput& operator=(const TableInput&) = delete;
 
+    [[nodiscard]] bool isRecording() const noexcept;
+    /// What the recording that is replayed says of its table.
+    [[nodiscard]] RecordingNote recordedNote() const;
+    /// Keeps it in the recording that is made, if there is one. Before the start.
+    void describe(const RecordingNote& note);
+
     /// The size of the recorded table, in a replay.
     [[nodiscard]] std::optional<Vecta::Vector2f> recordedSize() const;
 
@@ -36,8 +43,13 @@ public:
     /// From a start that went well on.
     [[nodiscard]] Tactile::TuioInput& tuio() const noexcept { return *m_tuio; }
 
-    /// The step of the frame to come: the given one, or that of the recording, whose datagrams are given to the input.
-    /// Nothing at the end of a recording.
+    /// From here on results of asynchronous work go into the recording, or come as they were recorded. When the application is
+    /// there, and before anything that works asynchronously is.
+    void orderArrivals();
+
+    /// The step of the frame to come: the given one, or that of the recording, whose datagrams are given to the input. Nothing at
+    /// the end of a recording. In a replay this waits, serving Qt's events, for pictures and the like that the recorded frame
+    /// took; after ten seconds in vain with a warning, from when on it is less patient.
     [[nodiscard]] std::optional<double> nextStep(double dtSeconds);
     [[nodiscard]] bool isReplay() const noexcept;
 

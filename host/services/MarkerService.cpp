@@ -60,6 +60,11 @@ void MarkerService::fillCache()
         m_cache->replace(entriesOf(*people));
 }
 
+void MarkerService::fillCache(const std::vector<Person>& people)
+{
+    m_cache->replace(entriesOf(people));
+}
+
 bool MarkerService::refreshCache()
 {
     if (m_state->isReading)

@@ -4,12 +4,14 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace Tavola
 {
 class TesselServiceCache;
 }
 class PeopleRegistry;
+struct Person;
 
 /// The marker service of a table: answers from the registry of people and keeps the cache in step with it.
 class MarkerService final : public Tavola::TesselServiceAPI
@@ -24,6 +26,8 @@ public:
     /// Fills the cache with everybody in the registry, and with nobody else. Reads it in the call: before the table opens.
     /// Main thread.
     void fillCache();
+    /// Fills it with these people, and with nobody else. Main thread.
+    void fillCache(const std::vector<Person>& people);
     /// When somebody has written to the registry since it was read: reads it on the background thread, after which the cache
     /// changes at once in a frame's after-update; a card that stays is known at every moment. What cannot be read leaves the
     /// cache as it is. True when it begins to read; not while an earlier reading is under way. Main thread.
