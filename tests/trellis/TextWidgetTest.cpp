@@ -127,6 +127,50 @@ TEST_CASE("text widget: a Hebrew text starts at the right unless it is told othe
     CHECK(litBounds(scene.picture()).left() < 20);
 }
 
+TEST_CASE("text widget: Latin letters among Hebrew ones keep their own direction")
+{
+    const auto picture = [](const char* text) {
+        return pictureOf([text](Scene& scene) {
+            TextWidget& widget = textWidget(scene, QString::fromUtf8(text));
+            place(widget, {0, 0, 200, 40});
+            setWord(widget, "text-align", "left");
+        });
+    };
+    // In a text from right to left what comes last stands leftmost, and reads from left to right all the same.
+    const QImage latin = picture("LR");
+    const QRect ink = litBounds(latin);
+    const QImage mixed = picture("\u05d0LR");
+    CHECK(litBounds(mixed).right() > ink.right() + 3);
+    CHECK(difference(mixed.copy(ink), latin.copy(ink)) == 0);
+    CHECK(difference(picture("\u05d0RL").copy(ink), latin.copy(ink)) > 100);
+}
+
+TEST_CASE("text widget: Chinese and Japanese have letters, and break between any two")
+{
+    const auto picture = [](const char* text) {
+        return pictureOf([text](Scene& scene) { place(textWidget(scene, QString::fromUtf8(text)), {0, 0, 200, 40}); });
+    };
+    // Letters that no font has would all be the same box.
+    CHECK(difference(picture("\u5c71"), picture("\u7530")) > 100);
+    CHECK(difference(picture("\u3042"), picture("\u3044")) > 100);
+
+    Scene scene;
+    TextWidget& widget = textWidget(scene, QString::fromUtf8("\u5c71\u7530"));
+    set(widget, "width", Trellis::Length::pixels(100));
+    const float one = widget.height();
+    widget.setText(QString(20, QChar(0x5c71)));
+    CHECK(widget.height() > 1.9f * one);
+    CHECK(litBounds(scene.picture()).right() < 100);
+    // A full stop never begins a line: the letter before it comes along.
+    int fits = 1;
+    while (widget.setText(QString(fits + 1, QChar(0x5c71))), widget.height() < 1.5f * one)
+        REQUIRE(++fits < 100);
+    widget.setText(QString(fits, QChar(0x5c71)) + QChar(0x3002));
+    const QImage wrapped = scene.picture();
+    const QRect secondLine(0, int(one), 100, int(one));
+    CHECK(litBounds(wrapped.copy(secondLine)).width() > 10);
+}
+
 TEST_CASE("text widget: the text stands at the top, the middle or the bottom of its box")
 {
     Scene scene;
