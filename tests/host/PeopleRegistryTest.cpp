@@ -6,12 +6,14 @@
 
 #include <doctest/doctest.h>
 
+#include <QDateTime>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QVariant>
 
 #include <algorithm>
+#include <atomic>
 #include <thread>
 
 namespace
@@ -216,4 +218,138 @@ TEST_CASE("people registry: threads that write at once all get through")
     const People people = *registry->people();
     CHECK(people.size() == 3 * kEach);
     CHECK(std::all_of(people.begin(), people.end(), [](const Person& p) { return p.name == "Owner" && p.kind == 0; }));
+}
+
+TEST_CASE("people registry: a presentation's people come into a new one only")
+{
+    const Folder folder;
+    const QString path = folder.path(QStringLiteral("people.sqlite"));
+    const auto registry = opened(path);
+    CHECK(registry->beginWith({}));
+    CHECK(registry->isNew());
+    CHECK(registry->beginWith({kAnn}));
+    CHECK(registry->people() == People{kAnn});
+    CHECK(registry->beginWith({kNobody}));
+    CHECK(registry->people() == People{kAnn});
+    std::optional<unsigned long> unknown;
+    CHECK(registry->remove({1001}, unknown));
+    CHECK_FALSE(opened(path)->isNew());
+    CHECK(opened(path)->beginWith({kAnn}));
+    CHECK(opened(path)->people() == People{});
+}
+
+TEST_CASE("people registry: a card is added once, whoever else adds it at the same time")
+{
+    const Folder folder;
+    const QString path = folder.path(QStringLiteral("people.sqlite"));
+    const auto registry = opened(path);
+    bool isThere = true;
+    CHECK(registry->add(kAnn, isThere));
+    CHECK_FALSE(isThere);
+    Person other = kAnn;
+    other.name = QStringLiteral("Bo");
+    CHECK_FALSE(registry->add(other, isThere));
+    CHECK(isThere);
+    CHECK(registry->people() == People{kAnn});
+
+    std::atomic<int> added{0};
+    std::atomic<int> refused{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&, i] {
+            bool known = false;
+            const bool done = registry->add({7, QString::number(i), {}, {}, 0}, known);
+            ++(done ? added : refused);
+            if (done == known)
+                refused += 100;
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    CHECK(added == 1);
+    CHECK(refused == 3);
+}
+
+TEST_CASE("people registry: cards are taken out together, or none of them")
+{
+    const Folder folder;
+    const auto registry = opened(folder.path(QStringLiteral("people.sqlite")));
+    CHECK(registry->insert({kAnn, kNobody, {7, {}, {}, {}, 0}}));
+    std::optional<unsigned long> unknown;
+    CHECK_FALSE(registry->remove({1001, 4711, 7}, unknown));
+    CHECK(unknown == 4711ul);
+    CHECK(registry->people()->size() == 3);
+    CHECK(registry->remove({1001, 7, 1001}, unknown));
+    CHECK_FALSE(unknown);
+    CHECK(registry->people() == People{kNobody});
+    CHECK_FALSE(registry->remove({1001}, unknown));
+    CHECK(unknown == 1001ul);
+    CHECK(registry->remove({}, unknown));
+    CHECK(registry->people() == People{kNobody});
+}
+
+TEST_CASE("people registry: what cannot be written is told and leaves everything as it was")
+{
+    const Folder folder;
+    const QString path = folder.path(QStringLiteral("people.sqlite"));
+    const auto registry = opened(path);
+    CHECK(registry->insert({kAnn, kNobody}));
+    for (const char* what : {"INSERT", "UPDATE", "DELETE"})
+        execute(path, QStringLiteral("CREATE TRIGGER refuse_%1 BEFORE %1 ON people BEGIN SELECT RAISE(ABORT, 'no'); END").arg(QLatin1String(what)));
+    const std::string told = "PeopleRegistry # Failed to write " + path.toStdString() + " (";
+    bool isThere = true;
+    std::optional<unsigned long> unknown = 5ul;
+    TestSupport::expectWarningStartingWith(told);
+    CHECK_FALSE(registry->add({9, {}, {}, {}, 0}, isThere));
+    CHECK_FALSE(isThere);
+    TestSupport::expectWarningStartingWith(told);
+    CHECK_FALSE(registry->registerOwner(1002, QStringLiteral("Bo"), QString()));
+    TestSupport::expectWarningStartingWith(told);
+    CHECK_FALSE(registry->remove({1001}, unknown));
+    CHECK_FALSE(unknown);
+    CHECK(registry->people() == People{kAnn, kNobody});
+}
+
+TEST_CASE("people registry: registering gives the card as it is then, with the content it had")
+{
+    const Folder folder;
+    const auto registry = opened(folder.path(QStringLiteral("people.sqlite")));
+    CHECK(registry->insert({kAnn}));
+    const Person bo{1001, QStringLiteral("Bo"), QString(), QStringLiteral("key"), 0};
+    CHECK(registry->registerOwner(1001, QStringLiteral("Bo"), QString()) == bo);
+    CHECK(registry->people() == People{bo});
+}
+
+TEST_CASE("people registry: the stamp shows every write, however close they follow")
+{
+    const Folder folder;
+    const QString path = folder.path(QStringLiteral("people.sqlite"));
+    const auto registry = opened(path);
+    const auto desk = opened(path);
+    for (int i = 0; i < 20; ++i) {
+        CAPTURE(i);
+        const QByteArray before = registry->stamp();
+        Person ann = kAnn;
+        ann.name = QString(QLatin1Char(char('a' + i))); // every time as long
+        CHECK(desk->insert({ann}));
+        CHECK(registry->stamp() != before);
+    }
+}
+
+TEST_CASE("people registry: the stamp of one that nobody writes to stays, also while people are read")
+{
+    const Folder folder;
+    const QString path = folder.path(QStringLiteral("people.sqlite"));
+    const auto registry = opened(path);
+    CHECK(registry->insert({kAnn}));
+    QFile file(path);
+    REQUIRE(file.open(QIODevice::ReadWrite));
+    REQUIRE(file.setFileTime(QDateTime::currentDateTime().addSecs(-60), QFileDevice::FileModificationTime));
+    file.close();
+    const QByteArray stamp = registry->stamp();
+    CHECK(registry->stamp() == stamp);
+    CHECK(registry->people() == People{kAnn});
+    CHECK(registry->person(1001) == kAnn);
+    CHECK(registry->stamp() == stamp);
+    CHECK(registry->insert({kNobody}));
+    CHECK(registry->stamp() != stamp);
 }

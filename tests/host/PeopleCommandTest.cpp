@@ -1,0 +1,332 @@
+// The real program's `tavola people`, as a desk uses it.
+
+#include "Folder.hpp"
+#include "services/MarkerService.hpp"
+#include "services/PeopleRegistry.hpp"
+
+#include <Bedrock/AfterUpdateQueue.hpp>
+#include <Bedrock/BGThread.hpp>
+#include <Tavola/TesselServiceCache.hpp>
+#include <Trellis/Widget.hpp>
+
+#include <doctest/doctest.h>
+
+#include <QProcess>
+
+#include <vector>
+
+namespace
+{
+struct Answer
+{
+    int code = -1;
+    QString out;
+    QString err;
+};
+
+/// A presentation with people, and the data of its table.
+class Desk
+{
+public:
+    Desk()
+    {
+        m_folder.write(QStringLiteral("show/presentation.json"), R"({"people": "people.csv"})");
+        m_folder.write(QStringLiteral("show/people.csv"), "code,name,email,content-key,kind\n1001,Ann,ann@museum.example,key,\n1002,,,,unregistered\n");
+    }
+
+    const Folder& folder() const { return m_folder; }
+    /// `tavola people ACTION show MORE --data DATA`.
+    Answer ask(const QString& action, const QStringList& more = {}, const QString& data = QStringLiteral("data")) const
+    {
+        return run(QStringList{action, m_folder.path(QStringLiteral("show"))} + more + QStringList{QStringLiteral("--data"), m_folder.path(data)});
+    }
+    static Answer run(const QStringList& arguments, const QString& standardOutput = QString())
+    {
+        QProcess program;
+        if (!standardOutput.isEmpty())
+            program.setStandardOutputFile(standardOutput);
+        program.start(QStringLiteral(TAVOLA_PROGRAM), QStringList{QStringLiteral("people")} + arguments);
+        REQUIRE(program.waitForFinished());
+        REQUIRE(program.exitStatus() == QProcess::NormalExit);
+        return {program.exitCode(), QString::fromUtf8(program.readAllStandardOutput()), QString::fromUtf8(program.readAllStandardError())};
+    }
+    /// The registry's file in the data folder.
+    QString registryFile(const QString& data = QStringLiteral("data")) const
+    {
+        const QString name = QStringLiteral("people.sqlite");
+        const QStringList folders = QDir(m_folder.path(data)).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+        return m_folder.path(data) + QLatin1Char('/') + (folders.isEmpty() ? QString() : folders.front() + QLatin1Char('/')) + name;
+    }
+    std::unique_ptr<PeopleRegistry> registry(const QString& data = QStringLiteral("data")) const
+    {
+        REQUIRE(QFile::exists(registryFile(data)));
+        QString error;
+        auto result = PeopleRegistry::open(registryFile(data), error);
+        REQUIRE_MESSAGE(result, error.toStdString());
+        return result;
+    }
+    std::vector<Person> people() const
+    {
+        const auto read = registry()->people();
+        REQUIRE(read);
+        return *read;
+    }
+
+private:
+    Folder m_folder;
+};
+
+const Person kAnn{1001, QStringLiteral("Ann"), QStringLiteral("ann@museum.example"), QStringLiteral("key"), 0};
+const Person kNobody{1002, QString(), QString(), QString(), 3};
+using People = std::vector<Person>;
+
+QByteArray contents(const QString& path)
+{
+    QFile file(path);
+    REQUIRE(file.open(QIODevice::ReadOnly));
+    return file.readAll();
+}
+}
+
+TEST_CASE("tavola people: a table that never ran begins with the presentation's people")
+{
+    const Desk desk;
+    const Answer answer = desk.ask(QStringLiteral("list"));
+    CHECK(answer.code == 0);
+    CHECK(answer.out == "1001  Ann  ann@museum.example  personal  content key\n1002  (no name)  (no e-mail)  unregistered\n");
+    CHECK(answer.err.isEmpty());
+    CHECK(desk.people() == People{kAnn, kNobody});
+}
+
+TEST_CASE("tavola people: a card is added with what is said of its owner")
+{
+    const Desk desk;
+    CHECK(desk.ask(QStringLiteral("add"), {"2001", "--name", QString::fromUtf8("Jürgen, \"Åke\" 花子"), "--email", "j@museum.example",
+                                           "--content-key", "garden"}).code == 0);
+    CHECK(desk.ask(QStringLiteral("add"), {"18446744073709551615", "--kind", "unregistered"}).code == 0);
+    CHECK(desk.ask(QStringLiteral("add"), {"5", "--kind", "7"}).code == 0);
+    CHECK(desk.people()
+          == People{{5, QString(), QString(), QString(), 7}, kAnn, kNobody,
+                    {2001, QString::fromUtf8("Jürgen, \"Åke\" 花子"), QStringLiteral("j@museum.example"), QStringLiteral("garden"), 0},
+                    {18446744073709551615ul, QString(), QString(), QString(), 3}});
+}
+
+TEST_CASE("tavola people: a card that is there is not added again")
+{
+    const Desk desk;
+    const Answer answer = desk.ask(QStringLiteral("add"), {"1001", "--name", "Bo"});
+    CHECK(answer.code == 1);
+    CHECK(answer.err == "tavola people: card 1001 is in the registry already; remove it first, or import a file to replace it\n");
+    CHECK(desk.people() == People{kAnn, kNobody});
+}
+
+TEST_CASE("tavola people: the list has one line for each card, whatever its owner is called")
+{
+    const Desk desk;
+    REQUIRE(desk.ask(QStringLiteral("remove"), {"1001", "1002"}).code == 0);
+    REQUIRE(desk.ask(QStringLiteral("add"), {"7", "--name", " two\nlines ", "--email", "%1 100%2"}).code == 0);
+    CHECK(desk.ask(QStringLiteral("list")).out == "7  two lines  %1 100%2  personal\n");
+    CHECK(desk.people() == People{{7, QStringLiteral(" two\nlines "), QStringLiteral("%1 100%2"), QString(), 0}});
+}
+
+TEST_CASE("tavola people: a file is imported, and its owners take the place of others")
+{
+    const Desk desk;
+    const QString file = desk.folder().write(QStringLiteral("new.csv"), "code,name,kind\r\n1001,\"Bo, the second\",\r\n2001,Cy,\r\n");
+    const Answer answer = desk.ask(QStringLiteral("import"), {file});
+    CHECK(answer.code == 0);
+    CHECK(answer.out == "2 people imported; cards that were there already have the file's owners now.\n");
+    CHECK(answer.err.isEmpty());
+    CHECK(desk.people()
+          == People{{1001, QStringLiteral("Bo, the second"), QString(), QString(), 0}, kNobody, {2001, QStringLiteral("Cy"), QString(), QString(), 0}});
+}
+
+TEST_CASE("tavola people: a file with a mistake is told by line, and nobody of it is imported")
+{
+    struct Row
+    {
+        const char* lines;
+        const char* told;
+    };
+    const Row rows[] = {
+        {"code,name\n2001,Cy\nx,Di\n2002,Ed\n", ":3: 'x' is no card code, a whole number is expected; the line is skipped\n"},
+        {"code,name\n2001,Cy\n2001,Di\n", ":3: code 2001 stands in line 2 already; the line is skipped\n"},
+        {"code,name\n2001,\"Cy\nand\"\n2002,Smith, Ann\n", ":4: 3 fields for 2 columns (put quotes around a field with a comma); the line is skipped\n"},
+        {"code,kind\n2001,friend\n", ":2: 'friend' is no kind; personal, unregistered or a number is expected; the line is skipped\n"},
+        {"code,name\n2001,\"Cy\n2002,Di\n", ":2: a quote is opened and never closed; the line is skipped\n"},
+        {"code,name\n2001,J\xfcrgen\n", ":2: the name is no UTF-8 text (save the file as UTF-8); it is left empty\n"},
+        {"code,e-mail\n2001,a@b\n", ":1: unknown column 'e-mail', known are code, name, email, content-key, kind; the column is skipped\n"},
+        {"2001,Cy\n", ":1: the first line must name the columns, \"code\" among them (code,name,email,content-key,kind); nobody was read\n"},
+    };
+    const Desk desk;
+    for (const Row& row : rows) {
+        const QString file = desk.folder().write(QStringLiteral("new.csv"), row.lines);
+        const Answer answer = desk.ask(QStringLiteral("import"), {file});
+        CAPTURE(row.told);
+        CAPTURE(answer.err.toStdString());
+        CHECK(answer.code == 1);
+        CHECK(answer.out.isEmpty());
+        CHECK(answer.err.contains(file + QLatin1String(row.told)));
+        CHECK(answer.err.endsWith(QStringLiteral("tavola people: nothing was imported; mend what is named above and import again\n")));
+        CHECK(desk.people() == People{kAnn, kNobody});
+    }
+    const Answer missing = desk.ask(QStringLiteral("import"), {QStringLiteral("/none/new.csv")});
+    CHECK(missing.code == 1);
+    CHECK(missing.err.contains(QStringLiteral("/none/new.csv (No such file or directory)")));
+}
+
+TEST_CASE("tavola people: what is exported can be imported elsewhere and is the same there")
+{
+    const Desk desk;
+    REQUIRE(desk.ask(QStringLiteral("list")).code == 0);
+    const People more{kAnn,
+                      {1002, QStringLiteral("Smith, \"Bo\""), QStringLiteral(" b@c "), QStringLiteral("two\nlines"), 3},
+                      {2001, QString::fromUtf8("花子 Åström"), QString(), QStringLiteral("%1"), 7}};
+    REQUIRE(desk.registry()->insert(more));
+    const QString file = desk.folder().path(QStringLiteral("out.csv"));
+    const Answer answer = desk.ask(QStringLiteral("export"), {file});
+    CHECK(answer.code == 0);
+    CHECK(answer.out.isEmpty());
+    CHECK(answer.err.isEmpty());
+    CHECK(contents(file).startsWith("code,name,email,content-key,kind\n1001,Ann,ann@museum.example,key,personal\n1002,\"Smith, \"\"Bo\"\"\","));
+
+    CHECK(desk.ask(QStringLiteral("import"), {file}, QStringLiteral("elsewhere")).code == 0);
+    CHECK(desk.registry(QStringLiteral("elsewhere"))->people() == more);
+    CHECK(desk.ask(QStringLiteral("export"), {QStringLiteral("-")}, QStringLiteral("elsewhere")).out.toUtf8() == contents(file));
+}
+
+TEST_CASE("tavola people: an export that cannot be written is told")
+{
+    const Desk desk;
+    const Answer answer = desk.ask(QStringLiteral("export"), {QStringLiteral("/none/out.csv")});
+    CHECK(answer.code == 1);
+    CHECK(answer.err.startsWith(QStringLiteral("tavola people: cannot write /none/out.csv (")));
+    for (const QStringList& arguments : {QStringList{"export", desk.folder().path("show"), "-"}, QStringList{"list", desk.folder().path("show")}}) {
+        const Answer full = Desk::run(arguments + QStringList{"--data", desk.folder().path("data")}, QStringLiteral("/dev/full"));
+        CHECK(full.code == 1);
+        CHECK(full.err == "tavola people: cannot write to standard output\n");
+    }
+}
+
+TEST_CASE("tavola people: cards are removed together, or none of them")
+{
+    const Desk desk;
+    const Answer answer = desk.ask(QStringLiteral("remove"), {"1001", "4711"});
+    CHECK(answer.code == 1);
+    CHECK(answer.err == "tavola people: card 4711 is not in the registry; nothing was removed\n");
+    CHECK(desk.people() == People{kAnn, kNobody});
+    CHECK(desk.ask(QStringLiteral("remove"), {"1001", "1001"}).code == 0);
+    CHECK(desk.people() == People{kNobody});
+}
+
+TEST_CASE("tavola people: when everybody is removed the presentation's people do not come back")
+{
+    const Desk desk;
+    CHECK(desk.ask(QStringLiteral("remove"), {"1001", "1002"}).code == 0);
+    CHECK(desk.ask(QStringLiteral("list")).out == "Nobody is registered.\n");
+    CHECK(desk.people().empty());
+    CHECK(desk.ask(QStringLiteral("export"), {QStringLiteral("-")}).out == "code,name,email,content-key,kind\n");
+}
+
+TEST_CASE("tavola people: a command line that makes no sense is exit code 2, tells why and changes nothing")
+{
+    const Desk desk;
+    const QString show = desk.folder().path(QStringLiteral("show"));
+    struct Row
+    {
+        QStringList arguments;
+        QString told;
+    };
+    const Row rows[] = {
+        {{"lits", show}, "list, add, import, export or remove? See tavola people --help"},
+        {{"list"}, "which presentation? Give its folder, for example: tavola people list presentations/gallery"},
+        {{"list", show, "1001"}, "list wants a presentation and nothing more"},
+        {{"list", show, "--fast"}, "unknown option --fast; see tavola people --help"},
+        {{"list", show, "--data"}, "--data wants a value; see tavola people --help"},
+        {{"list", show, "--name", "Ann"}, "--name belongs to add only"},
+        {{"remove", show, "1001", "--kind", "personal"}, "--kind belongs to add only"},
+        {{"add", show}, "add wants the code of one card"},
+        {{"add", show, "1", "2"}, "add wants the code of one card"},
+        {{"add", show, "-1"}, "\"-1\" is no card code, a whole number is expected"},
+        {{"add", show, "18446744073709551616"}, "\"18446744073709551616\" is no card code, a whole number is expected"},
+        {{"add", show, "Ann"}, "\"Ann\" is no card code, a whole number is expected"},
+        {{"add", show, "7", "--kind", "friend"}, "\"friend\" is no kind; personal, unregistered or a number is expected"},
+        {{"import", show}, "import wants one CSV file"},
+        {{"import", show, "a.csv", "b.csv"}, "import wants one CSV file"},
+        {{"export", show}, "export wants the name of one CSV file, or - for standard output"},
+        {{"remove", show}, "remove wants the codes of cards"},
+        {{"remove", show, "1001", "x"}, "\"x\" is no card code, a whole number is expected"},
+    };
+    REQUIRE(desk.ask(QStringLiteral("list")).code == 0);
+    for (const Row& row : rows) {
+        CAPTURE(row.told.toStdString());
+        QStringList arguments = row.arguments;
+        arguments.insert(1, QStringLiteral("--data"));
+        arguments.insert(2, desk.folder().path(QStringLiteral("data")));
+        const Answer answer = Desk::run(row.arguments.last() == QLatin1String("--data") ? row.arguments : arguments);
+        CHECK(answer.code == 2);
+        CHECK(answer.err == QStringLiteral("tavola people: ") + row.told + QLatin1Char('\n'));
+        CHECK(answer.out.isEmpty());
+    }
+    CHECK(desk.people() == People{kAnn, kNobody});
+    const Answer nothing = Desk::run({});
+    CHECK(nothing.code == 2);
+    CHECK(nothing.err.startsWith(QStringLiteral("usage: tavola people ACTION PRESENTATION ")));
+    CHECK(Desk::run({QStringLiteral("--help")}).out == nothing.err);
+}
+
+TEST_CASE("tavola people: what keeps the registry from opening is exit code 1 and tells why")
+{
+    const Desk desk;
+    const Answer none = Desk::run({"list", desk.folder().path("none")});
+    CHECK(none.code == 1);
+    CHECK(none.err.startsWith(QStringLiteral("tavola people: cannot read ") + desk.folder().path("none") + QStringLiteral(" (")));
+
+    desk.folder().write(QStringLiteral("empty/presentation.json"), "{}");
+    const Answer empty = Desk::run({"list", desk.folder().path("empty"), "--data", desk.folder().path("other")});
+    CHECK(empty.code == 1);
+    CHECK(empty.err == QStringLiteral("tavola people: %1 knows no people; name a file of them as its \"people\", which may hold its first line only\n")
+                           .arg(desk.folder().path("empty")));
+    CHECK_FALSE(QFile::exists(desk.folder().path("other")));
+
+    REQUIRE(desk.ask(QStringLiteral("list")).code == 0);
+    const QByteArray letter = QByteArray("This is a letter, not a database. ").repeated(300);
+    QFile file(desk.registryFile());
+    REQUIRE(file.open(QIODevice::WriteOnly));
+    REQUIRE(file.write(letter) == letter.size());
+    file.close();
+    for (const char* action : {"list", "export"}) {
+        const Answer broken = desk.ask(QLatin1String(action), action[0] == 'e' ? QStringList{"-"} : QStringList());
+        CHECK(broken.code == 1);
+        CHECK(broken.out.isEmpty());
+        CHECK(broken.err.startsWith(QStringLiteral("tavola people: ") + desk.registryFile() + QStringLiteral(" cannot be used as the registry of people (")));
+    }
+    CHECK(contents(desk.registryFile()) == letter);
+}
+
+TEST_CASE("tavola people: a table that is open follows what the desk does")
+{
+    const Desk desk;
+    REQUIRE(desk.ask(QStringLiteral("list")).code == 0);
+    const auto cache = std::make_shared<Tavola::TesselServiceCache>();
+    MarkerService table(desk.registry(), cache);
+    table.fillCache();
+    const auto look = [&] {
+        const bool reads = table.refreshCache();
+        Bedrock::BGThread::instance()->waitUntilIdle();
+        Bedrock::AfterUpdateQueue::instance().drain();
+        return reads;
+    };
+    REQUIRE(desk.ask(QStringLiteral("add"), {"2001", "--name", "Cy"}).code == 0);
+    CHECK(look());
+    REQUIRE(cache->isCached(2001));
+    CHECK(cache->markerProperties(2001).personalProperties()->name == "Cy");
+    CHECK(cache->isCached(1001));
+    REQUIRE(desk.ask(QStringLiteral("remove"), {"1001"}).code == 0);
+    CHECK(look());
+    CHECK_FALSE(cache->isCached(1001));
+    CHECK(cache->isCached(2001));
+    REQUIRE(desk.ask(QStringLiteral("import"), {desk.folder().write(QStringLiteral("new.csv"), "code,name\n2001,Di\n")}).code == 0);
+    CHECK(look());
+    CHECK(cache->markerProperties(2001).personalProperties()->name == "Di");
+}
