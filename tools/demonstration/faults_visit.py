@@ -39,6 +39,7 @@ class FaultsVisit(Visit):
         def impatient(presentation):
             for service in presentation["services"]["media-server-service"]:
                 service["timeoutSeconds"] = 1
+        self.announced = [UPLOAD_LINE + said % self.server.address for _, said in FAULTS]
         self.open_table(world.copy_of("gallery", impatient), ["--media-server", self.server.address])
         self.stage.enter(script(self.table.tree()))
 

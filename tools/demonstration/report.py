@@ -41,6 +41,8 @@ class Report:
             spaces = spaces_of(self.visit.table, self.visit.media_server)
         except Failure as failure:
             self.steps.append({"name": "the programs still answer", "ok": False, "error": str(failure)})
+        if all(step["ok"] for step in self.steps):
+            self.judge_warnings(warnings)
         report = {"steps": self.steps, "spaces": spaces, "warnings": warnings}
         if self.visit.outcomes:
             report["outcomes"] = self.visit.outcomes
@@ -48,6 +50,22 @@ class Report:
             json.dump(report, file, ensure_ascii=False, indent=2)
             file.write("\n")
         return all(step["ok"] for step in self.steps)
+
+    def judge_warnings(self, warnings):
+        """A visit logs the warnings it announces, by how they begin, each once, and no others. Notes only what went wrong."""
+        announced = list(getattr(self.visit, "announced", ()))
+        unexpected = []
+        for text in warnings:
+            beginning = next((beginning for beginning in announced if text.startswith(beginning)), None)
+            if beginning is None:
+                unexpected.append(text)
+            else:
+                announced.remove(beginning)
+        error = "; ".join([f"not announced: {text}" for text in unexpected] + [f"never logged: {text}" for text in announced])
+        if error:
+            name = "nothing but the announced warnings is logged"
+            self.steps.append({"name": name, "ok": False, "error": error})
+            print(f"  FAIL {name}\n       {error}", flush=True)
 
 
 STATUS = {"uploaded": "Uploaded", "failed": "Failed"}
