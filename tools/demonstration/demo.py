@@ -52,13 +52,15 @@ def open_table(build, headless):
         media_server.stop()
 
 
-def play(build, visit, out, visit_options):
+def play(build, visit, out, visit_options, recordings=None):
     """Plays a visit by datagrams on loopback ports that the system chooses."""
     os.makedirs(out, exist_ok=True)
     for name in os.listdir(out):
         if name == "report.json" or name.endswith(".eml") or name[:2].isdigit() and name.endswith(".png"):
             os.remove(os.path.join(out, name))
-    world = World(build, tempfile.mkdtemp(prefix="tavola-visit-"), out, visit_options)
+    if recordings:
+        os.makedirs(recordings, exist_ok=True)
+    world = World(build, tempfile.mkdtemp(prefix="tavola-visit-"), out, visit_options, recordings)
     try:
         played = VISITS[visit](world)
         report = Report(out, played)
@@ -90,11 +92,13 @@ def main():
     parser.add_argument("--visit", choices=sorted(VISITS), default="first", help="which visit to play (default: first)")
     parser.add_argument("--tuio-version", choices=["1.1", "2.0"], default="1.1",
                         help="how the visit's datagrams are written (default: 1.1)")
+    parser.add_argument("--record", metavar="DIR", help="record the visit's tables into this folder, which has no recordings yet")
     parser.add_argument("--build", metavar="DIR", default=os.path.join(ROOT, "build", "demo"), help="where the programs were built")
     options = parser.parse_args()
     build = os.path.abspath(options.build)
     if options.out:
-        return play(build, options.visit, os.path.abspath(options.out), ["--tuio-version", options.tuio_version])
+        return play(build, options.visit, os.path.abspath(options.out), ["--tuio-version", options.tuio_version],
+                    options.record and os.path.abspath(options.record))
     try:
         return open_table(build, options.headless)
     except Failure as failure:

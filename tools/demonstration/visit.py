@@ -1,7 +1,6 @@
 """What all visits have in common: a table with its servers, people who do things at it, and what can be read off it."""
 import json
 import os
-import shutil
 
 from programs import Failure, Stage, Table, by_class, by_id, by_type, centre, value
 from report import warnings_of
@@ -17,24 +16,34 @@ def require(condition, what):
 
 
 class World:
-    """Where a visit takes place: the programs' build, a folder of its own, and where results go."""
+    """Where a visit takes place: the programs' build, a folder of its own, where results go, and where each of its tables is
+    recorded, if anywhere."""
 
-    def __init__(self, build, folder, out, visit_options=()):
+    def __init__(self, build, folder, out, visit_options=(), recordings=None):
         self.build = build
         self.folder = folder
         self.out = out
         self.visit_options = visit_options
+        self.recordings = recordings
+        self.recorded = []  # the recordings made so far, one for each table that was opened
+        self.copies = 0
         self.programs = []
 
     def add(self, program):
         self.programs.append(program)
         return program
 
+    def recording(self):
+        """Options for a table that is about to open: it is recorded, and the widgets of each frame written down beside it."""
+        if not self.recordings:
+            return []
+        self.recorded.append(os.path.join(self.recordings, f"table-{len(self.recorded) + 1}.recording"))
+        return ["--record", self.recorded[-1], "--trees", self.recorded[-1] + ".trees"]
+
     def copy_of(self, name, change):
-        """The presentation `name` with a presentation.json that `change` has altered, beside all the others. There is one
-        copy at a time."""
-        place = os.path.join(self.folder, "presentations")
-        shutil.rmtree(place, ignore_errors=True)
+        """The presentation `name` with a presentation.json that `change` has altered, beside all the others."""
+        self.copies += 1
+        place = os.path.join(self.folder, f"presentations-{self.copies}")
         os.makedirs(os.path.join(place, "copy"))
         for other in os.listdir(PRESENTATIONS):
             os.symlink(os.path.join(PRESENTATIONS, other), os.path.join(place, other))
@@ -54,7 +63,6 @@ class Visit:
     """Base of the visits; a subclass opens its table in `__init__` and names its steps in `steps`."""
 
     media_server = None
-    table_class = Table
 
     def __init__(self, world):
         self.world = world
@@ -64,7 +72,8 @@ class Visit:
         self.warnings = []  # of tables that are closed already
 
     def open_table(self, presentation, options=()):
-        self.table = self.world.add(self.table_class(self.world.build, presentation, os.path.join(self.world.folder, "data"), options))
+        self.table = self.world.add(Table(self.world.build, presentation, os.path.join(self.world.folder, "data"),
+                                                [*options, *self.world.recording()]))
         # Where things lie is known when the pictures' proportions are.
         self.settle()
         self.stage = self.world.add(Stage(self.world.build, self.table, self.world.visit_options))
