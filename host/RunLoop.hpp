@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 class Table;
 class TableWindow;
 
@@ -12,11 +14,15 @@ public:
     /// `window` may be null. With `manualClock` no frame runs by itself; Qt's events are served and the window shows
     /// what the frames asked for have changed.
     RunLoop(Table& table, TableWindow* window, bool manualClock);
-    /// The program's exit code.
+    /// As above, with a clock of its own: seconds since any moment, never going back.
+    using Clock = std::function<double()>;
+    RunLoop(Table& table, TableWindow* window, bool manualClock, Clock clock);
+    /// The program's exit code. May be called again.
     int run();
 
 private:
     Table& m_table;
     TableWindow* m_window;
     bool m_manualClock;
+    Clock m_clock;
 };
