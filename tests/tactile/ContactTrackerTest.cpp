@@ -169,8 +169,47 @@ TEST_CASE("contact tracker: a held card back within 40 mm moves there under its 
     bench.frame(1.0, {card(Kind::Vanish, 1)});
     CHECK(bench.frame(1.1, {card(Kind::Appear, 2, {139, 100})}) == "move 1");
     bench.frame(1.2, {card(Kind::Vanish, 2)});
-    CHECK(bench.frame(1.3, {card(Kind::Appear, 3, {181, 100})}) == "up 1 down 1");
+    CHECK(bench.frame(1.3, {card(Kind::Appear, 3, {181, 100})}) == "up 1");
+    CHECK(bench.sample.markers.empty());
+    CHECK(bench.frame(1.4) == "down 1");
     CHECK(bench.sample.markers.size() == 1);
+}
+
+TEST_CASE("contact tracker: a card that is back elsewhere comes one frame later, with what was said of it meanwhile")
+{
+    const auto lifted = [](Bench& bench) {
+        bench.frame(0, {card(Kind::Appear, 1, {100, 100})});
+        bench.frame(1.0, {card(Kind::Vanish, 1)});
+    };
+    Bench moved;
+    lifted(moved);
+    CHECK(moved.frame(1.1, {card(Kind::Appear, 2, {300, 100}), card(Kind::Move, 2, {310, 100})}) == "up 1");
+    CHECK(moved.frame(1.2, {card(Kind::Move, 2, {320, 100})}) == "down 1 move 1");
+    REQUIRE(moved.sample.markers.size() == 1);
+    CHECK(moved.sample.markers[0].centerLocation() == Vecta::Vector2f(320, 100));
+
+    Bench gone;
+    lifted(gone);
+    CHECK(gone.frame(1.1, {card(Kind::Appear, 2, {300, 100}), card(Kind::Vanish, 2)}) == "up 1");
+    CHECK(gone.frame(1.2) == "down 1");
+    CHECK(gone.frame(1.9) == "up 1");
+
+    Bench changed;
+    lifted(changed);
+    CHECK(changed.frame(1.1, {card(Kind::Vanish, 1), card(Kind::Appear, 2, {300, 100}), card(Kind::Appear, 3, {600, 100})}) ==
+          "up 1");
+    TestSupport::expectWarning("ContactTracker::update # Marker 1001 is on the table twice (at 300, 100 and at 600, 100); "
+                               "the second is taken as another card, give each card a code of its own");
+    CHECK(changed.frame(1.2) == "down 1 down 2");
+}
+
+TEST_CASE("contact tracker: a finger that starts where a card is about to be put down is its shadow")
+{
+    Bench bench;
+    bench.frame(0, {card(Kind::Appear, 1, {100, 100})});
+    bench.frame(1.0, {card(Kind::Vanish, 1)});
+    CHECK(bench.frame(1.1, {finger(Kind::Appear, 1, {300, 100}), card(Kind::Appear, 2, {300, 100})}) == "up 1");
+    CHECK(bench.frame(1.2, {finger(Kind::Appear, 2, {305, 100})}) == "down 1");
 }
 
 TEST_CASE("contact tracker: the pixel pitch says how far 40 mm are")

@@ -29,6 +29,8 @@ struct ContactTracker::Private
     std::vector<MarkerContact> markers; // as put down
     std::vector<Sighting> sightings;
     std::vector<Vecta::Vector2f> coming; // places of the markers that appear in this frame
+    std::vector<ContactEvent> returning; // of cards that wait for the next frame
+    std::vector<ContactEvent> returned;  // of the frame before; kept for its memory
     std::unordered_set<std::uint64_t> doubledCodes; // warned of
 
     struct Source
@@ -49,6 +51,8 @@ struct ContactTracker::Private
         fingers.reserve(kUsualContacts);
         markers.reserve(kUsualContacts);
         sightings.reserve(kUsualContacts);
+        returning.reserve(kUsualContacts);
+        returned.reserve(kUsualContacts);
     }
 
     [[nodiscard]] float pixels(float millimetres) const { return millimetres / std::max(settings.pixelPitchMm, 1e-3f); }
@@ -132,10 +136,33 @@ struct ContactTracker::Private
                 lead(*same, event);
             return;
         }
-        // Back, but elsewhere: it was lifted and put down again.
-        if (MarkerContact* lifted = nearest(event.code, event.position, std::numeric_limits<float>::max(), true))
+        // Back, but elsewhere: it was lifted and put down again. It has its id again, so it comes one frame later: who looks
+        // for the id in each frame would not see that the card was gone, and what lay open for it would be opened twice.
+        MarkerContact* const lifted = nearest(event.code, event.position, std::numeric_limits<float>::max(), true);
+        if (lifted)
             markerEnds(*lifted);
-        putDown(event);
+        if (lifted || isReturning(event.code))
+            returning.push_back(event);
+        else
+            putDown(event);
+    }
+
+    [[nodiscard]] bool isReturning(std::uint64_t code) const
+    {
+        return std::any_of(returning.begin(), returning.end(), [code](const ContactEvent& e) { return e.code == code; });
+    }
+    [[nodiscard]] bool isReturning(const ContactKey& key) const
+    {
+        return std::any_of(returning.begin(), returning.end(), [&key](const ContactEvent& e) { return e.key == key; });
+    }
+
+    /// The cards that waited for this frame, with what was said of them meanwhile.
+    void takeReturned()
+    {
+        returned.swap(returning);
+        for (const ContactEvent& event : returned)
+            take(event);
+        returned.clear();
     }
 
     void putDown(const ContactEvent& event)
@@ -250,6 +277,10 @@ struct ContactTracker::Private
                 fingerEnds(*contact, Change::Cancel);
             return;
         }
+        if (isReturning(event.key)) {
+            returning.push_back(event);
+            return;
+        }
         Sighting* known = sighting(event.key);
         if (event.kind == Kind::Appear && !known)
             markerAppears(event);
@@ -296,6 +327,7 @@ void ContactTracker::update(double nowSeconds, const std::vector<ContactEvent>& 
         if (event.kind == ContactEvent::Kind::Appear && event.type == TrackedObject::Type::Marker)
             d->coming.push_back(event.position);
 
+    d->takeReturned();
     for (const ContactEvent& event : events)
         d->take(event);
     d->loseSilentSources();

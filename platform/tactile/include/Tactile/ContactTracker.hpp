@@ -28,7 +28,7 @@ struct TrackerSettings
 /// Decides what is one and the same thing on the table, and gives it its id.
 ///
 /// - A marker that vanishes is held; the same code back in time and near enough goes on as if it had never left.
-///   Back further away, it was lifted: an Up and a Down under the same id.
+///   Back further away, it was lifted: an Up, and in the next frame a Down under the same id.
 /// - A code seen twice within the hold distance is one card seen twice. Further apart, the second is a card with an id of
 ///   its own, and a warning.
 /// - Fingers are never held. One that starts in a marker's outline is ignored until it is lifted.
