@@ -133,7 +133,8 @@ std::unique_ptr<DatagramRecorder> DatagramRecorder::create(const std::string& fi
         return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
     };
     d.start = d.clock();
-    d.descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, 0644);
+    // Visitors' names may be in it.
+    d.descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, 0600);
     if (d.descriptor < 0) {
         error = "DatagramRecorder # Failed to make " + file + " (" + systemError(errno) + "); " +
                 (errno == EEXIST ? "choose another name, or move that file away" : "choose a folder that can be written");

@@ -4,11 +4,17 @@
 #include "TableInput.hpp"
 #include "inspector/WidgetReport.hpp"
 
+#include <Bedrock/Arrivals.hpp>
 #include <EventLoop.hpp>
 #include <LogCapture.hpp>
+#include <Tavola/ServiceProvider.hpp>
+#include <Tavola/Tavola.hpp>
+#include <Tavola/TesselServiceCache.hpp>
 #include <Trellis/Widget.hpp>
 
+#include <QDir>
 #include <QFile>
+#include <QImage>
 #include <QJsonDocument>
 #include <QProcess>
 #include <QRegularExpression>
@@ -17,7 +23,7 @@ namespace
 {
 constexpr int kPatienceMs = 30000;
 
-/// A table with the plug-in, in the gallery's look, and without what comes when it comes: pictures and servers' answers.
+/// A table with the plug-in, in the gallery's look.
 void placeTable(const TablePlace& place)
 {
     for (const char* name : {"gallery.css", "people.csv"})
@@ -131,6 +137,83 @@ TEST_CASE("table replay: a visit with the plug-in gives the same widget trees, f
         CHECK_FALSE(table->frame(1.0 / 60));
         CHECK(table->application().frameNumber() == 240);
     }
+}
+
+TEST_CASE("table replay: pictures and texts come in the frames they came in on the day, however long the disk takes now")
+{
+    TablePlace place;
+    QImage picture(640, 480, QImage::Format_RGB32);
+    picture.fill(Qt::darkGreen);
+    REQUIRE(picture.save(place.folder.path(QStringLiteral("moon.png"))));
+    place.folder.write(QStringLiteral("look.css"), ".thing { position: absolute; width: 300px }\n");
+    place.presentation(R"({"table": {"width": 800, "height": 600}, "styleSheets": ["look.css"], "widgets": [
+        {"component": "picture", "id": "a", "classes": ["thing"], "attributes": {"source": {"file": "moon.png"}}}]})");
+    place.options.tuioPort = 0;
+    place.options.recordFile = place.folder.path(QStringLiteral("a.rec"));
+    std::vector<QByteArray> recorded;
+    {
+        const auto table = place.open();
+        for (int i = 0; i < 3; ++i) {
+            REQUIRE(table->frame(0.01));
+            recorded.push_back(treeOf(*table));
+        }
+        // The picture comes now at the latest, and the frame after that shows it.
+        REQUIRE(TestSupport::pumpUntil([&] { return table->application().pendingImages() == 0 || Bedrock::Arrivals::instance().isWaiting(); },
+                                       kPatienceMs));
+        for (int i = 0; i < 3; ++i) {
+            REQUIRE(table->frame(0.01));
+            recorded.push_back(treeOf(*table));
+        }
+    }
+    CHECK(recorded.front() != recorded.back());
+    std::swap(place.options.replayFile, place.options.recordFile);
+    for (const bool isEarly : {false, true}) {
+        CAPTURE(isEarly);
+        const auto table = place.open();
+        if (isEarly) {
+            REQUIRE(table->frame(0.01));
+            REQUIRE(differenceOf(treeOf(*table), recorded[0]) == "");
+            REQUIRE(TestSupport::pumpUntil(
+                [&] { return table->application().pendingImages() == 0 || Bedrock::Arrivals::instance().isWaiting(); }, kPatienceMs));
+        }
+        for (std::size_t i = isEarly ? 1 : 0; i < recorded.size(); ++i) {
+            CAPTURE(i);
+            REQUIRE(table->frame(0.01));
+            REQUIRE(differenceOf(treeOf(*table), recorded[i]) == "");
+        }
+    }
+}
+
+TEST_CASE("table replay: without a data folder it begins with the people of the day, in a folder that goes with it")
+{
+    TablePlace place;
+    place.folder.write(QStringLiteral("people.csv"), "code,name\n1001,Ann\n");
+    place.presentation(R"({"table": {"width": 800, "height": 600}, "people": "people.csv"})");
+    place.options.tuioPort = 0;
+    place.options.recordFile = place.folder.path(QStringLiteral("a.rec"));
+    const auto name = [](unsigned long code) {
+        const auto card = Tavola::Tavola::instance()->services()->tesselServiceCache()->markerProperties(code);
+        return card.personalProperties() ? card.personalProperties()->name : QStringLiteral("nobody");
+    };
+    const QString temporary = QDir::tempPath();
+    {
+        const auto table = place.open();
+        CHECK(QDir::tempPath() != temporary);
+        REQUIRE(table->frame(0.01));
+    }
+    // Since then somebody else has got the card.
+    place.folder.write(QStringLiteral("people.csv"), "code,name\n1001,Bob\n");
+    std::swap(place.options.replayFile, place.options.recordFile);
+    place.options.dataFolder.clear();
+    QString own;
+    {
+        const auto table = place.open();
+        own = QDir::tempPath();
+        CHECK(name(1001) == QStringLiteral("Ann"));
+        CHECK(QFile::exists(own + QStringLiteral("/data/people.sqlite")));
+    }
+    CHECK_FALSE(QFile::exists(own));
+    CHECK(QDir::tempPath() == temporary);
 }
 
 TEST_CASE("table replay: the table has the size that was recorded, and the recording knows its presentation")
