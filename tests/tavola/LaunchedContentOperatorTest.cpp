@@ -1,6 +1,14 @@
+#include "LogCapture.hpp"
+#include "PdfFile.hpp"
 #include "TestHost.hpp"
 
+#include <Facet/AttributeT.hpp>
+#include <Tavola/ContentWidget.hpp>
+#include <Tavola/DocumentWidget.hpp>
 #include <Tavola/LaunchedContentOperator.hpp>
+
+#include <QImage>
+#include <QTemporaryDir>
 
 #include <doctest/doctest.h>
 
@@ -145,6 +153,63 @@ TEST_CASE("launched content: kept on the table it ends inside the edge, also whe
     host.frame(0.1);
     CHECK(isNear(widget->centerLocation(), {1770.f, 980.f}));
     CHECK(widget->scale() == 1.f);
+}
+
+TEST_CASE("launched content: a picture that is still being read is waited for, though the frame round it has a size")
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("wide.png"));
+    QImage image(300, 200, QImage::Format_RGB32);
+    image.fill(Qt::darkGreen);
+    REQUIRE(image.save(path));
+    TestHost host;
+    host.style("ContentWidget { width: 318px; padding: 9px }");
+    const auto picture = makeIntrusive<Tavola::ContentWidget>(&host.mainWidget());
+    picture->load(path);
+    const auto opening = makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 1070.f), 0.3f);
+    opening->keepOnTable();
+    picture->addOperator(opening);
+    host.frame(0.5); // the picture is asked for in this frame
+    REQUIRE(picture->size().y == 18.f);
+    REQUIRE(host.frameUntil([&] { return picture->isLoaded(); }));
+    host.frames(3);
+    CHECK(picture->size().y == 218.f);
+    CHECK(isNear(picture->centerLocation(), {900.f, 1080.f - 109.f}));
+    CHECK(picture->operators().empty());
+}
+
+TEST_CASE("launched content: a document ends inside the edge with the proportions of its page")
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("broad.pdf"));
+    PdfFile::write(path, {Qt::darkCyan});
+    TestHost host;
+    host.style("DocumentWidget { width: 200px; padding: 5px }");
+    const auto document = makeIntrusive<Tavola::DocumentWidget>(&host.mainWidget());
+    dynamic_cast<Facet::AttributeT<QString>&>(*document->attribute("source")).setValue(path);
+    const auto opening = makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 1070.f), 0.3f);
+    opening->keepOnTable();
+    document->addOperator(opening);
+    host.frame(0.5);
+    REQUIRE(host.frameUntil([&] { return document->isLoaded(); }));
+    host.frames(3);
+    CHECK(isNear(document->centerLocation(), {900.f, 1080.f - document->height() / 2.f}));
+    CHECK(document->operators().empty());
+}
+
+TEST_CASE("launched content: what cannot be read is open all the same")
+{
+    TestHost host;
+    const auto picture = makeIntrusive<Tavola::ContentWidget>(&host.mainWidget());
+    TestSupport::expectWarningStartingWith("ImageWidget # Failed to load image ");
+    picture->load(QStringLiteral("/nowhere/none.png"));
+    picture->addOperator(makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), 0.3f));
+    host.frame(0.5);
+    CHECK(picture->scale() == 1.f);
+    CHECK(picture->opacity() == 1.f);
+    CHECK(host.frameUntil([&] { return host.app().pendingImages() == 0; }));
+    host.frame(LaunchedContentOperator::kLongestWaitSeconds);
+    CHECK(picture->operators().empty());
 }
 
 TEST_CASE("launched content: without a duration it is open in the next frame")

@@ -2,8 +2,9 @@
 
 #include "TableEdge.hpp"
 
+#include <Tavola/DocumentWidget.hpp>
 #include <Trellis/FrameInfo.hpp>
-#include <Trellis/Widget.hpp>
+#include <Trellis/ImageWidget.hpp>
 
 #include <algorithm>
 
@@ -18,6 +19,17 @@ float eased(float progress)
 {
     const float rest = 1.f - progress;
     return 1.f - rest * rest * rest;
+}
+
+/// Whether the widget is as large as it will be. Around a picture that is still being read stands the frame of its padding.
+bool isSizeKnown(const Trellis::Widget& widget)
+{
+    if (const auto* picture = dynamic_cast<const Trellis::ImageWidget*>(&widget); picture && !picture->source().isEmpty())
+        return picture->isLoaded();
+    if (const auto* document = dynamic_cast<const DocumentWidget*>(&widget))
+        return document->isLoaded() || document->hasPseudoClass("failed");
+    const Vecta::Vector2T<float> size = widget.size();
+    return size.x > 0.f && size.y > 0.f;
 }
 }
 
@@ -49,9 +61,7 @@ void LaunchedContentOperator::update(Trellis::Widget& widget, const Trellis::Fra
     m_elapsedSeconds += frame.dt();
     const float progress = m_durationSeconds > 0.f ? std::min(1.f, m_elapsedSeconds / m_durationSeconds) : 1.f;
     place(widget, progress);
-    const Vecta::Vector2T<float> size = widget.size();
-    const bool isSizeKnown = m_relative || m_isTaken || (size.x > 0.f && size.y > 0.f);
-    if (progress >= 1.f && (isSizeKnown || m_elapsedSeconds >= kLongestWaitSeconds))
+    if (progress >= 1.f && (m_relative || m_isTaken || isSizeKnown(widget) || m_elapsedSeconds >= kLongestWaitSeconds))
         setDone();
 }
 
