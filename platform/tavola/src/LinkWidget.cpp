@@ -14,13 +14,16 @@ namespace Tavola
 {
 namespace
 {
-/// The address as people write it: without scheme and trailing slash.
+/// The address as people write it: without scheme, name and password, fragment and trailing slash. Whoever types it arrives
+/// at the same page, so its port and its query stay.
 QString shownAddress(const QString& source)
 {
     const QUrl url(source);
     if (!url.isValid() || url.host().isEmpty())
         return source;
-    QString shown = url.host() + url.path();
+    QString shown = url.toString(QUrl::RemoveScheme | QUrl::RemoveUserInfo | QUrl::RemoveFragment);
+    if (shown.startsWith(QLatin1String("//")))
+        shown.remove(0, 2);
     if (shown.endsWith(QLatin1Char('/')))
         shown.chop(1);
     return shown;
