@@ -89,6 +89,8 @@ function(house_test name)
     add_executable(${name} ${ARG_SOURCES} ${ARG_HELPERS})
     target_link_libraries(${name} PRIVATE ${ARG_LINKS} test_support)
     house_options(${name})
+    # A test file is compiled more often than its code matters: optimising it would take most of the build's time.
+    target_compile_options(${name} PRIVATE -O0)
     if(NOT ARG_LABELS)
         set(ARG_LABELS unit)
     endif()
