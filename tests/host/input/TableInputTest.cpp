@@ -13,6 +13,8 @@
 #include <Tavola/UserInterface.hpp>
 #include <Trellis/GrabManager.hpp>
 
+#include <limits>
+
 namespace
 {
 std::vector<char> fingerPacket(const char* source, float x, float y)
@@ -94,6 +96,49 @@ TEST_CASE("table input: what is sent by others than those allowed is refused, an
     CHECK(source.value("fingers").toInt() == 1);
     CHECK(source.value("drops").toObject().contains("noFrame"));
     CHECK(report.value("refusals").isObject());
+}
+
+TEST_CASE("table input: the inspector tells for each sender what was dropped, and why")
+{
+    TablePlace place;
+    place.presentation("{}");
+    place.options.tuioPort = 0;
+    const auto table = place.open();
+    const TableLog log;
+    Inspector inspector({table->application(), log, &table->input(), true});
+    QString error;
+    REQUIRE(inspector.listen(0, error));
+    TableSender sender(*table);
+    const auto finger = [&](const char* source, int frame, float x) {
+        Tactile::TuioEncoder encoder(source);
+        encoder.begin(Tactile::TuioProfile::Cursors);
+        encoder.alive({1, 2});
+        encoder.setCursor(1, 0.5f, 0.5f);
+        encoder.setCursor(2, x, 0.5f);
+        sender.send(encoder.finish(frame));
+    };
+    finger("left@cam", 10, std::numeric_limits<float>::quiet_NaN());
+    finger("left@cam", 11, 1.5f);
+    finger("left@cam", 5, 0.7f);
+    finger("right@cam", 5, 0.7f);
+    sender.send({'n', 'o', 'n', 'e'});
+    table->frame(0.02);
+    CHECK(log.lines().last().toObject().value("text").toString().startsWith("TuioDecoder::decode # Dropped a datagram (from 127.0.0.1:"));
+
+    const QJsonObject report = ask(inspector.port(), "GET", "/input").json().object();
+    const QJsonArray sources = report.value("sources").toArray();
+    REQUIRE(sources.size() == 2);
+    const auto drops = [](const QJsonValue& of, const char* cause) { return of.toObject().value("drops").toObject().value(QLatin1String(cause)).toInt(-1); };
+    for (const char* cause : {"notFinite", "outOfRange", "late"}) {
+        CAPTURE(cause);
+        CHECK(drops(sources.at(0), cause) == 1);
+        CHECK(drops(sources.at(1), cause) == 0);
+        CHECK(drops(report, cause) == 1);
+    }
+    CHECK(drops(report, "malformed") == 1);
+    CHECK(sources.at(0).toObject().value("frames").toInt() == 2);
+    CHECK(sources.at(0).toObject().value("fingers").toInt() == 1);
+    CHECK(sources.at(1).toObject().value("fingers").toInt() == 2);
 }
 
 TEST_CASE("table input: the hold and the time after which a sender is lost are the presentation's")
