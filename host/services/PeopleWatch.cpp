@@ -11,7 +11,6 @@ constexpr int kLookEveryMs = 2000;
 PeopleWatch::PeopleWatch(std::shared_ptr<PeopleRegistry> registry, std::shared_ptr<MarkerService> service)
     : m_registry(std::move(registry)), m_service(std::move(service)), m_stamp(m_registry->stamp())
 {
-    m_thread.setMaxThreadCount(1);
     ask();
     if (Bedrock::Arrivals::instance().isReplaying())
         return;
@@ -21,7 +20,7 @@ PeopleWatch::PeopleWatch(std::shared_ptr<PeopleRegistry> registry, std::shared_p
 
 PeopleWatch::~PeopleWatch()
 {
-    m_thread.waitForDone();
+    m_thread.waitUntilIdle();
     m_alive.reset();
     Bedrock::Arrivals::instance().answer(m_ticket, QByteArray());
 }
@@ -35,7 +34,7 @@ void PeopleWatch::look()
     if (m_readStamp == m_stamp)
         return;
     m_isReading = true;
-    m_thread.start([this, registry = m_registry, ticket = m_ticket] {
+    m_thread.add([this, registry = m_registry, ticket = m_ticket] {
         if (const auto people = registry->people())
             Bedrock::Arrivals::instance().answer(ticket, PeopleFile::format(*people).toUtf8());
         else

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <Bedrock/Arrivals.hpp>
+#include <Bedrock/WorkerPool.hpp>
 
 #include <QByteArray>
-#include <QThreadPool>
 #include <QTimer>
 
 #include <atomic>
@@ -38,5 +38,5 @@ private:
     Bedrock::Arrivals::Ticket m_ticket = 0;
     std::shared_ptr<char> m_alive = std::make_shared<char>();
     QTimer m_timer;
-    QThreadPool m_thread; ///< last member: its thread ends first
+    Bedrock::WorkerPool m_thread{1}; ///< last member: its thread ends first
 };

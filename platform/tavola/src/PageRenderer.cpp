@@ -46,21 +46,18 @@ void ignoreMessage(const QString& /*message*/, const QVariant& /*closure*/) {}
 PageRenderer::PageRenderer()
 {
     Poppler::setDebugErrorFunction(ignoreMessage, QVariant());
-    m_thread.setMaxThreadCount(1);
 }
 
 PageRenderer::~PageRenderer()
 {
-    m_stopping = true;
-    m_thread.clear();
-    m_thread.waitForDone();
+    m_stopping = true; // and the thread ends with the page it is at
 }
 
 PageRenderer::Cancel PageRenderer::request(const Request& wanted, Done done)
 {
     auto cancelled = std::make_shared<std::atomic<bool>>(false);
-    m_thread.start([this, wanted, done = std::move(done), weak = std::weak_ptr<std::atomic<bool>>(cancelled),
-                    ticket = Bedrock::Arrivals::instance().begin('p')] {
+    m_thread.add([this, wanted, done = std::move(done), weak = std::weak_ptr<std::atomic<bool>>(cancelled),
+                  ticket = Bedrock::Arrivals::instance().begin('p')] {
         const End end(ticket);
         const Bedrock::Arrivals::Scope scope(ticket);
         Outcome outcome;

@@ -1,11 +1,12 @@
 #pragma once
 
+#include <Bedrock/WorkerPool.hpp>
+
 #include <QDateTime>
 #include <QImage>
 #include <QSet>
 #include <QSizeF>
 #include <QString>
-#include <QThreadPool>
 
 #include <atomic>
 #include <functional>
@@ -70,6 +71,6 @@ private:
     std::list<OpenFile> m_open; ///< the last used first; belongs to the thread
     std::atomic<bool> m_stopping{false};
     QSet<QString> m_failures;
-    QThreadPool m_thread; ///< last member: its thread ends first
+    Bedrock::WorkerPool m_thread{1}; ///< last member: its thread ends first
 };
 }

@@ -27,14 +27,14 @@ void writePng(const QImage& image, const QString& path)
 }
 
 SnapshotWriter::SnapshotWriter()
-    : m_folder(QDir::tempPath() + QStringLiteral("/tavola-snapshots-%1").arg(QCoreApplication::applicationPid()))
+    : m_folder(QDir::tempPath() + QStringLiteral("/tavola-snapshots-%1").arg(QCoreApplication::applicationPid())),
+      m_threads(kThreads)
 {
-    m_threads.setMaxThreadCount(kThreads);
 }
 
 SnapshotWriter::~SnapshotWriter()
 {
-    m_threads.waitForDone();
+    m_threads.waitUntilIdle();
     if (m_folderMade && !QDir(m_folder).removeRecursively())
         Bedrock::Trace::warning("SnapshotWriter # Cannot remove the folder %s", qUtf8Printable(m_folder));
 }
@@ -52,7 +52,7 @@ folly::Future<QString> SnapshotWriter::write(QImage image, const QString& fileNa
     // The pool takes copyable functions only.
     auto promise = std::make_shared<folly::Promise<QString>>();
     auto future = promise->getFuture();
-    m_threads.start([promise, picture = std::move(image), path, ticket = Bedrock::Arrivals::instance().begin('s')] {
+    m_threads.add([promise, picture = std::move(image), path, ticket = Bedrock::Arrivals::instance().begin('s')] {
         std::string error;
         try {
             writePng(picture, path);

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <Bedrock/WorkerPool.hpp>
+
 #include <QImage>
 #include <QString>
-#include <QThreadPool>
 
 #include <folly/futures/Future.h>
 
@@ -22,9 +23,9 @@ public:
     [[nodiscard]] folly::Future<QString> write(QImage image, const QString& fileName);
 
 private:
-    QThreadPool m_threads;
     QString m_folder;
     bool m_folderMade = false;
     long m_filesNamed = 0;
+    Bedrock::WorkerPool m_threads; ///< last member: its threads end first
 };
 }

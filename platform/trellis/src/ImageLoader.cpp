@@ -6,7 +6,6 @@
 
 #include <QDateTime>
 #include <QFileInfo>
-#include <QRunnable>
 #include <QThread>
 
 #include <algorithm>
@@ -19,15 +18,11 @@ constexpr qint64 kCacheBytes = 256ll * 1024 * 1024;
 /// A file that is not there has no time; no file has this one.
 constexpr qint64 kUnknownTime = -1;
 
-class Work final : public QRunnable
+/// One core stays for the table.
+int threadCount()
 {
-public:
-    explicit Work(std::function<void()> work) : m_work(std::move(work)) {}
-    void run() override { m_work(); }
-
-private:
-    std::function<void()> m_work;
-};
+    return std::clamp(QThread::idealThreadCount() - 1, 1, 4);
+}
 }
 
 ImageLoader& ImageLoader::instance()
@@ -36,20 +31,14 @@ ImageLoader& ImageLoader::instance()
     return loader;
 }
 
-ImageLoader::ImageLoader() : m_cache(kCacheBytes)
+ImageLoader::ImageLoader() : m_cache(kCacheBytes), m_pool(threadCount())
 {
     // The queue is used to the end by the loader's threads: made first, it goes last.
     (void)Bedrock::AfterUpdateQueue::instance();
     (void)Bedrock::Arrivals::instance();
-    // One core stays for the table.
-    m_pool.setMaxThreadCount(std::clamp(QThread::idealThreadCount() - 1, 1, 4));
 }
 
-ImageLoader::~ImageLoader()
-{
-    m_pool.clear();
-    m_pool.waitForDone();
-}
+ImageLoader::~ImageLoader() = default;
 
 const ImageLoader::Picture* ImageLoader::request(const ImageKey& key, Done done)
 {
@@ -67,12 +56,12 @@ const ImageLoader::Picture* ImageLoader::request(const ImageKey& key, Done done)
         entry.known = *known;
     entry.waiters.push_back({std::move(done), known != nullptr});
     const qint64 knownTime = known ? known->modifiedMs : kUnknownTime;
-    m_pool.start(new Work([this, key, job, knownTime, ticket = Bedrock::Arrivals::instance().begin('i')] {
+    m_pool.add([this, key, job, knownTime, ticket = Bedrock::Arrivals::instance().begin('i')] {
         Outcome outcome = look(key, knownTime);
         const Bedrock::Arrivals::Scope scope(ticket);
         Bedrock::AfterUpdateQueue::instance().add([this, job, outcome = std::move(outcome)] { finished(job, outcome); });
         Bedrock::Arrivals::instance().ended(ticket);
-    }));
+    });
     return known;
 }
 
@@ -94,8 +83,8 @@ std::shared_ptr<void> ImageLoader::announce()
 
 void ImageLoader::shutDown()
 {
-    m_pool.clear();
-    m_pool.waitForDone();
+    m_pool.dropWaiting();
+    m_pool.waitUntilIdle();
     // Results that wait in the queue find no job any more.
     m_jobs.clear();
     m_jobOfKey.clear();

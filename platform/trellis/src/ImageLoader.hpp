@@ -2,7 +2,7 @@
 
 #include "ImageCache.hpp"
 
-#include <QThreadPool>
+#include <Bedrock/WorkerPool.hpp>
 
 #include <functional>
 #include <memory>
@@ -76,6 +76,6 @@ private:
     std::shared_ptr<int> m_announced = std::make_shared<int>(0);
     long m_lastJob = 0;
     long m_filesRead = 0;
-    QThreadPool m_pool; ///< last member: its threads end first
+    Bedrock::WorkerPool m_pool; ///< last member: its threads end first
 };
 }
