@@ -111,7 +111,7 @@ class FirstVisit(Visit):
         self.space()
 
     def closes(self):
-        self.stage.play_until(89.0)
+        self.stage.play_until(89.0, frame=0.25)
         require(not by_type(self.table.tree(), "PersonalSpaceWidget"), "the space is still open")
 
     def again(self):

@@ -190,11 +190,11 @@ class Stage:
         self.visitors.remove(visitor)
         visitor.stop()
 
-    def play(self, seconds):
-        """Everybody's scripts go on for `seconds`, in frames of at most FRAME."""
+    def play(self, seconds, frame=FRAME):
+        """Everybody's scripts go on for `seconds`, in frames of at most `frame`; longer ones do where nothing happens."""
         rest = seconds
         while rest > 1e-9:
-            step = min(self.FRAME, rest)
+            step = min(frame, rest)
             rest -= step
             self.now += step
             for visitor in self.visitors:
@@ -206,8 +206,8 @@ class Stage:
                     raise Failure("datagrams were lost on the way to the table")
             self.table.frames(1, step)
 
-    def play_until(self, seconds):
-        self.play(max(0.0, seconds - self.now))
+    def play_until(self, seconds, frame=FRAME):
+        self.play(max(0.0, seconds - self.now), frame)
 
     def act(self, script, seconds):
         """A visitor who comes, plays a script and goes."""
