@@ -12,7 +12,7 @@ from cards_visit import CardsVisit  # noqa: E402
 from email_visit import EmailVisit  # noqa: E402
 from faults_visit import FaultsVisit  # noqa: E402
 from first_visit import FirstVisit  # noqa: E402
-from programs import Failure, MediaServer  # noqa: E402
+from programs import Failure, MediaServer, end_all  # noqa: E402
 from report import Report  # noqa: E402
 from visit import PRESENTATIONS, ROOT, World  # noqa: E402
 
@@ -73,6 +73,7 @@ def play(build, visit, out, visit_options, recordings=None):
         ended = played.table.stop()
         if held and ended != 0:
             raise Failure(f"the table ended with {ended}: {played.table.error_text()}")
+        end_all(world.programs)
         print(f"Report and pictures are in {out}")
         return 0 if held else 1
     except Failure as failure:

@@ -10,6 +10,8 @@ import time
 import urllib.error
 import urllib.request
 
+RACE = 66  # how ThreadSanitizer ends a program
+
 
 class Failure(Exception):
     """Something did not come about; the text says what."""
@@ -63,6 +65,13 @@ class Program:
                 self.process.kill()
                 self.process.wait()
         return self.process.returncode
+
+
+def end_all(programs):
+    """Ends them, the last one first; Failure when one had a data race."""
+    for program in reversed(programs):
+        if program.stop() == RACE:
+            raise Failure(f"{os.path.basename(program.command[0])} had a data race: {program.error_text()}")
 
 
 def fetch(address, data=None, seconds=30):

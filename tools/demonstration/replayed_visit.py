@@ -12,7 +12,7 @@ import sys
 import tempfile
 
 from demo import VISITS
-from programs import Failure, Program, fetch
+from programs import Failure, Program, end_all, fetch
 from same_in_both import differences
 from visit import World
 
@@ -88,8 +88,7 @@ def main():
             action()
             print(f"  played {name}", flush=True)
         played.close_table()
-        for program in reversed(world.programs):
-            program.stop()
+        end_all(world.programs)
         for recording in world.recorded:
             found += replay(build, recording)
     except Failure as failure:

@@ -54,6 +54,15 @@ TEST_CASE("log capture: a test that logs otherwise than announced fails, and say
     CHECK(probe("subcases").complaints.count("LOG FAILURE in \"subcases\"") == 1);
 }
 
+#ifdef __SANITIZE_THREAD__
+TEST_CASE("test main: a race that ThreadSanitizer sees fails the process")
+{
+    const Outcome outcome = probe("two threads race");
+    CHECK(outcome.exitCode != 0);
+    CHECK(outcome.complaints.contains("ThreadSanitizer: data race"));
+}
+#endif
+
 TEST_CASE("test main: a failed check fails the process")
 {
     CHECK(probe("fails by itself").exitCode != 0);

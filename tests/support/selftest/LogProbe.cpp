@@ -70,6 +70,15 @@ TEST_CASE("clean subcases")
     CHECK(TestSupport::loggedLines().size() == 1);
 }
 
+TEST_CASE("two threads race")
+{
+    int count = 0;
+    std::thread other([&] { ++count; });
+    ++count;
+    other.join();
+    CHECK(count > 0);
+}
+
 TEST_CASE("fails by itself")
 {
     CHECK(1 == 2);
