@@ -3,6 +3,9 @@
 
 #include <doctest/doctest.h>
 
+#include <algorithm>
+#include <cmath>
+
 #include <chrono>
 
 using Tactile::SenderAddress;
@@ -63,6 +66,54 @@ TEST_CASE("tuio input: a card missing in one frame of its camera is never seen t
     CHECK(table.changes() == "");
     table.frame(0.31);
     CHECK(table.changes() == "up 1");
+}
+
+TEST_CASE("tuio input: a finger that starts inside a card's outline is its ghost, one that slides in later is not")
+{
+    TestTable table;
+    table.cards({{1, 1001, 0.5f, 0.5f}});
+    table.frame();
+    table.fingers({{1, 0.51f, 0.5f}});
+    table.frame();
+    CHECK(table.changes() == "");
+    CHECK(table.sample.fingers.empty());
+    // Also when it moves out from under the card.
+    table.fingers({{1, 0.8f, 0.5f}});
+    table.frame();
+    CHECK(table.sample.fingers.empty());
+    table.fingers({{2, 0.9f, 0.5f}});
+    table.frame();
+    REQUIRE(table.sample.fingers.size() == 1);
+    table.fingers({{2, 0.51f, 0.5f}});
+    table.frame();
+    CHECK(table.sample.fingers.size() == 1);
+}
+
+TEST_CASE("tuio input: a card that trembles in its camera lies still, also where its angle passes zero")
+{
+    Tactile::TuioSettings settings = TestTable::plainSettings();
+    settings.tracker.smoothing = true;
+    TestTable table(settings);
+    float least = 1000.f;
+    float most = 0.f;
+    for (int i = 0; i < 240; ++i) {
+        const float sign = i % 2 == 0 ? 1.f : -1.f;
+        const float angle = 0.02f * sign;
+        table.cards({{1, 1001, 0.5f + 0.002f * sign, 0.5f, angle < 0.f ? angle + 6.2831853f : angle}});
+        table.frame();
+        REQUIRE(table.sample.markers.size() == 1);
+        if (i < 120)
+            continue;
+        const Tactile::Marker& card = table.sample.markers[0];
+        least = std::min(least, card.centerLocation().x);
+        most = std::max(most, card.centerLocation().x);
+        // The shortest way between the two angles leads over zero, not over half a turn.
+        const float rotation = card.rotation() > 3.1415927f ? card.rotation() - 6.2831853f : card.rotation();
+        CHECK(std::abs(rotation) < 0.02f);
+    }
+    // It is sent 4 pixels to and fro.
+    CHECK(most - least < 2.f);
+    CHECK(std::abs((most + least) / 2.f - 500.f) < 2.f);
 }
 
 TEST_CASE("tuio input: lost, doubled and swapped packets end in the state of the newest")
