@@ -6,7 +6,7 @@ import os
 import re
 import subprocess
 
-from programs import by_class, by_type, value
+from programs import by_type, value
 from visit import PRESENTATIONS, Visit, require
 
 CARD = (1150, 480)
