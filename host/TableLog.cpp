@@ -2,13 +2,11 @@
 
 #include <QJsonObject>
 
-#include <cstdio>
-
 TableLog::TableLog() : m_lines(std::make_shared<Lines>())
 {
     m_traceSinkBefore = Bedrock::Trace::setSink([lines = m_lines](Bedrock::Trace::Level level, const std::string& text) {
         const std::lock_guard<std::mutex> guard(lines->mutex);
-        std::fprintf(stderr, "%s %s\n", Bedrock::Trace::levelName(level), text.c_str());
+        Bedrock::Trace::writeToStandardError(level, text);
         lines->lines.push_back({level, text});
         if (lines->lines.size() > kKept)
             lines->lines.pop_front();

@@ -5,7 +5,11 @@
 #include <doctest/doctest.h>
 
 #include <QJsonObject>
+#include <QTemporaryFile>
 
+#include <unistd.h>
+
+#include <cstdio>
 #include <thread>
 #include <vector>
 
@@ -74,4 +78,23 @@ TEST_CASE("table log: when it goes, those that listened before listen again")
     Tavola::DataGathering::logEventToService({QStringLiteral("of the test"), {}});
     CHECK(events == 1);
     Tavola::DataGathering::setSink(before);
+}
+
+TEST_CASE("table log: a text from outside with line ends is one line on standard error, and kept as it came")
+{
+    QTemporaryFile file;
+    REQUIRE(file.open());
+    std::fflush(stderr);
+    const int standardError = dup(STDERR_FILENO);
+    dup2(file.handle(), STDERR_FILENO);
+    {
+        const TableLog log;
+        warning("Uploader # refused\nResponse was : {}\nerror Forged # line");
+        CHECK(textOf(log.lines().first()) == "Uploader # refused\nResponse was : {}\nerror Forged # line");
+    }
+    std::fflush(stderr);
+    dup2(standardError, STDERR_FILENO);
+    close(standardError);
+    file.seek(0);
+    CHECK(file.readAll() == QByteArray("warning Uploader # refused\\nResponse was : {}\\nerror Forged # line\n"));
 }

@@ -22,23 +22,6 @@ State& state()
     return instance;
 }
 
-/// A text from outside may hold line ends; on the terminal it stays one line.
-void writeToStandardError(Level level, const std::string& text)
-{
-    std::string line = levelName(level);
-    line += ' ';
-    for (const char c : text) {
-        if (c == '\n')
-            line += "\\n";
-        else if (c == '\r')
-            line += "\\r";
-        else
-            line += c;
-    }
-    line += '\n';
-    std::fwrite(line.data(), 1, line.size(), stderr);
-}
-
 std::string formatted(const char* format, va_list arguments)
 {
     va_list again;
@@ -93,6 +76,22 @@ void error(const char* format, ...)
     va_start(arguments, format);
     log(Level::Error, format, arguments);
     va_end(arguments);
+}
+
+void writeToStandardError(Level level, const std::string& text)
+{
+    std::string line = levelName(level);
+    line += ' ';
+    for (const char c : text) {
+        if (c == '\n')
+            line += "\\n";
+        else if (c == '\r')
+            line += "\\r";
+        else
+            line += c;
+    }
+    line += '\n';
+    std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
 Sink setSink(Sink sink)

@@ -22,6 +22,10 @@ using Sink = std::function<void(Level, const std::string&)>;
 /// called any more. Any thread.
 TAVOLA_EXPORT Sink setSink(Sink sink);
 
+/// Writes "LEVEL text" on standard error, in one piece: what a sink calls whose lines also go there. A text from outside
+/// may hold line ends; they are written as \n and \r, so that it stays one line. Any thread.
+TAVOLA_EXPORT void writeToStandardError(Level level, const std::string& text);
+
 /// "info", "warning" or "error".
 [[nodiscard]] TAVOLA_EXPORT const char* levelName(Level level) noexcept;
 }
