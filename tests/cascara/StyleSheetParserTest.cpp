@@ -233,3 +233,37 @@ TEST_CASE("parser: an import that cannot be, is skipped with its place")
     CHECK(node.width == 1.f);
     CHECK(node.height == 2.f);
 }
+
+TEST_CASE("parser: functions and conditions in one another without end cost one declaration or rule")
+{
+    const auto nested = [](const char* opening, int times, const char* core, char closing) {
+        return QByteArray(opening).repeated(times) + core + QByteArray(times, closing);
+    };
+    StyleFixture fixture;
+    auto& node = fixture.add("", "N", "n");
+    expectWarning("StyleEngine # test.css:1:" + std::to_string(11 + 2 * 32)
+                  + ": text: functions are nested too deeply: at most 32; the declaration is skipped");
+    fixture.sheet("N { text: " + nested("f(", 100000, "", ')') + "; width: 1 }");
+    CHECK(node.width == 1.f);
+    expectWarning("StyleEngine # test.css:1:" + std::to_string(2 + 5 * 32 + 1)
+                  + ": :not() is nested too deeply: at most 32; the rule is skipped");
+    fixture.sheet("N" + nested(":not(", 100000, "*", ')') + " { width: 2 } N { height: 3 }");
+    CHECK(node.width == 1.f);
+    CHECK(node.height == 3.f);
+    fixture.sheet("N" + nested(":not(", 32, "N", ')') + " { width: 4 }");
+    CHECK(node.width == 4.f);
+}
+
+TEST_CASE("parser: a file that is no UTF-8 is used as far as it can be read, with a warning and the place")
+{
+    StyleFixture fixture;
+    Folder folder;
+    auto& node = fixture.add("", "N", "n");
+    const QString path = folder.write("latin.css", "/* caf\u00e9 */\nN { width: 1 }\n/* \xe9t\xe9 */");
+    expectWarning("StyleEngine # " + path.toStdString() + ":3:4: this is no UTF-8 text: save the file as UTF-8");
+    CHECK(fixture.engine.loadStyleSheet(path));
+    CHECK(node.width == 1.f);
+    const QString sound = folder.write("sound.css", "/* \xef\xbf\xbd */ N { width: 2 }");
+    CHECK(fixture.engine.loadStyleSheet(sound));
+    CHECK(node.width == 2.f);
+}

@@ -2,6 +2,7 @@
 
 #include <Facet/StyleConversion.hpp>
 
+#include <cmath>
 #include <string>
 
 using Facet::StyleConversion;
@@ -56,6 +57,11 @@ TEST_CASE("style conversion: numbers with the units that mean the number itself,
     CHECK(convert<float>({percentage(50)}) == "[expected a number]");
     CHECK(convert<float>({ident("abc")}) == "[expected a number]");
     CHECK(convert<float>({number(1), number(2)}) == "[expected a number]");
+    CHECK(convert<float>({number(1e9)}) == "1e+09");
+    for (const double large : {1.1e9, -1e39, 1e300, double(INFINITY), double(NAN)})
+        CHECK(convert<float>({number(large)}) == "[expected a number of at most 1000000000]");
+    CHECK(convert<float>({dimension(1e39, "ms")}) == "[expected a number of at most 1000000000]");
+    CHECK(convert<Vecta::Vector2f>({number(1), number(1e39)}) == "[expected a number of at most 1000000000]");
 }
 
 TEST_CASE("style conversion: whole numbers")

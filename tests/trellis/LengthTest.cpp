@@ -107,3 +107,24 @@ TEST_CASE("length: what is written can be read again")
     CHECK(StyleConversion<Length>::write(Length()) == QStringLiteral("auto"));
     CHECK(StyleConversion<Angle>::write({1.5f}) == QStringLiteral("1.5rad"));
 }
+
+TEST_CASE("length: a number that would take every place from the widgets beside it is refused")
+{
+    const char* const kTooLarge = "expected a number of at most 1000000000";
+    QString error;
+    Length length;
+    CHECK_FALSE(StyleConversion<Length>::read(StyleValue{{term(1e40, "px")}}, length, &error));
+    CHECK(error == kTooLarge);
+    CHECK_FALSE(StyleConversion<Length>::read(StyleValue{{term(-1e10, "%")}}, length, &error));
+    CHECK(StyleConversion<Length>::read(StyleValue{{term(1e9, "px")}}, length, nullptr));
+    Edges edges;
+    error.clear();
+    CHECK_FALSE(StyleConversion<Edges>::read(StyleValue{{term(1, "px"), term(1e39, "px")}}, edges, &error));
+    CHECK(error == kTooLarge);
+    Angle angle;
+    for (const char* unit : {"deg", "rad", "turn"}) {
+        error.clear();
+        CHECK_FALSE(StyleConversion<Angle>::read(StyleValue{{term(1e39, unit)}}, angle, &error));
+        CHECK(error == kTooLarge);
+    }
+}

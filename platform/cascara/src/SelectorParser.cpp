@@ -141,8 +141,14 @@ bool SelectorParser::parsePseudo(Compound& result)
         return true;
     }
     if (at(Token::Kind::Function)) {
-        if (token().text.compare(QLatin1String("not"), Qt::CaseInsensitive) == 0)
-            return parseNegation(result);
+        if (token().text.compare(QLatin1String("not"), Qt::CaseInsensitive) == 0) {
+            if (m_depth >= kDeepestNesting)
+                return fail(QStringLiteral(":not() is nested too deeply: at most %1").arg(kDeepestNesting));
+            ++m_depth;
+            const bool negation = parseNegation(result);
+            --m_depth;
+            return negation;
+        }
         return fail(QStringLiteral("the pseudo-class ':%1()' is not supported").arg(token().text));
     }
     if (at(Token::Kind::Colon))

@@ -35,6 +35,7 @@ private:
     const Tokens& m_tokens;
     int m_position;
     int m_end;
+    int m_depth = 0;
     StyleSheetError m_error;
 };
 }

@@ -29,6 +29,17 @@ QString fileName(const QString& url)
     return url;
 }
 
+/// Says where the first character stands that is none. What can be read of the file is used.
+void warnOfEncoding(const QByteArray& bytes, const QString& text, const QString& path)
+{
+    const int place = text.indexOf(QChar(QChar::ReplacementCharacter));
+    if (place < 0 || bytes.contains("\xEF\xBF\xBD"))
+        return;
+    const QString before = text.left(place);
+    const int column = place - before.lastIndexOf(QLatin1Char('\n'));
+    warn(path, before.count(QLatin1Char('\n')) + 1, column, QStringLiteral("this is no UTF-8 text: save the file as UTF-8"));
+}
+
 /// The reason why not in `error`.
 bool readFile(const QString& path, QString& text, QString& error)
 {
@@ -37,7 +48,9 @@ bool readFile(const QString& path, QString& text, QString& error)
         error = file.errorString();
         return false;
     }
-    text = QString::fromUtf8(file.readAll());
+    const QByteArray bytes = file.readAll();
+    text = QString::fromUtf8(bytes);
+    warnOfEncoding(bytes, text, path);
     return true;
 }
 

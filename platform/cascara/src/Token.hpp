@@ -6,6 +6,9 @@
 
 namespace Cascara
 {
+/// Functions and conditions stand in one another to this depth and no further: each takes a piece of the parser's stack.
+constexpr int kDeepestNesting = 32;
+
 /// A token of CSS Syntax Module Level 3.
 struct Token
 {

@@ -85,6 +85,8 @@ bool ValueParser::parseTerms(int& position, int behind, bool inFunction, Facet::
 bool ValueParser::parseFunction(int& position, int behind, Facet::StyleValue& result)
 {
     const Token& function = m_tokens.list[std::size_t(position)];
+    if (m_depth >= kDeepestNesting)
+        return fail(function, QStringLiteral("functions are nested too deeply: at most %1").arg(kDeepestNesting));
     const int index = result.terms.size();
     StyleTerm term;
     term.kind = StyleTerm::Kind::Function;
@@ -92,7 +94,10 @@ bool ValueParser::parseFunction(int& position, int behind, Facet::StyleValue& re
     result.terms.push_back(term);
     ++position;
     // A parenthesis left open is closed by the end of the declaration's block, as everywhere in CSS.
-    if (!parseTerms(position, behind, true, result))
+    ++m_depth;
+    const bool terms = parseTerms(position, behind, true, result);
+    --m_depth;
+    if (!terms)
         return false;
     if (function.text.compare(QLatin1String("url"), Qt::CaseInsensitive) == 0) {
         if (result.terms.size() != index + 2 || result.terms[index + 1].kind != StyleTerm::Kind::String)

@@ -27,6 +27,7 @@ private:
 
     const Tokens& m_tokens;
     QString m_baseDirectory;
+    int m_depth = 0;
     StyleSheetError m_error;
 };
 }

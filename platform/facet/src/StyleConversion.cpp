@@ -78,6 +78,15 @@ QString singleWord(const StyleValue& value)
     return term.kind == Kind::Ident || term.kind == Kind::String ? term.text : QString();
 }
 
+bool toFloat(double number, float& result, QString* error)
+{
+    constexpr double kLargest = 1e9;
+    if (!(std::abs(number) <= kLargest))
+        return fail(error, "expected a number of at most 1000000000");
+    result = float(number);
+    return true;
+}
+
 bool StyleConversion<bool>::read(const StyleValue& value, bool& result, QString* error)
 {
     const QString word = singleWord(value).toLower();
@@ -99,12 +108,10 @@ bool StyleConversion<float>::read(const StyleValue& value, float& result, QStrin
     const StyleTerm& term = value.terms.first();
     if (term.kind == Kind::Number
         || (term.kind == Kind::Dimension && (term.unit == "px" || term.unit == "s" || term.unit == "deg")))
-        result = float(term.number);
-    else if (term.kind == Kind::Dimension && term.unit == "ms")
-        result = float(term.number / 1000.0);
-    else
-        return fail(error, "expected a number");
-    return true;
+        return toFloat(term.number, result, error);
+    if (term.kind == Kind::Dimension && term.unit == "ms")
+        return toFloat(term.number / 1000.0, result, error);
+    return fail(error, "expected a number");
 }
 
 QString StyleConversion<float>::write(const float& value)
@@ -176,8 +183,7 @@ bool StyleConversion<Vecta::Vector2f>::read(const StyleValue& value, Vecta::Vect
 {
     if (value.terms.size() != 2 || !isPixels(value.terms[0]) || !isPixels(value.terms[1]))
         return fail(error, "expected two numbers");
-    result = {float(value.terms[0].number), float(value.terms[1].number)};
-    return true;
+    return toFloat(value.terms[0].number, result.x, error) && toFloat(value.terms[1].number, result.y, error);
 }
 
 QString StyleConversion<Vecta::Vector2f>::write(const Vecta::Vector2f& value)

@@ -1,6 +1,6 @@
 #include <Trellis/Length.hpp>
 
-#include <cmath>
+#include <Facet/StyleConversion.hpp>
 
 namespace Facet
 {
@@ -20,16 +20,19 @@ bool fail(QString* error, const char* expectation)
     return false;
 }
 
-bool readLength(const StyleTerm& term, Length& result)
+bool readLength(const StyleTerm& term, Length& result, const char* expectation, QString* error)
 {
-    if (term.kind == Kind::Ident && term.text.compare(QLatin1String("auto"), Qt::CaseInsensitive) == 0)
+    if (term.kind == Kind::Ident && term.text.compare(QLatin1String("auto"), Qt::CaseInsensitive) == 0) {
         result = Length();
-    else if (term.kind == Kind::Percentage)
-        result = Length::percent(float(term.number));
-    else if (term.kind == Kind::Number || (term.kind == Kind::Dimension && term.unit == "px"))
-        result = Length::pixels(float(term.number));
-    else
+        return true;
+    }
+    const bool percent = term.kind == Kind::Percentage;
+    if (!percent && term.kind != Kind::Number && (term.kind != Kind::Dimension || term.unit != "px"))
+        return fail(error, expectation);
+    float number = 0.f;
+    if (!toFloat(term.number, number, error))
         return false;
+    result = percent ? Length::percent(number) : Length::pixels(number);
     return true;
 }
 
@@ -41,9 +44,10 @@ QString number(float value)
 
 bool StyleConversion<Length>::read(const StyleValue& value, Length& result, QString* error)
 {
-    if (value.terms.size() != 1 || !readLength(value.terms.first(), result))
-        return fail(error, "expected a length in px, a percentage or auto");
-    return true;
+    constexpr const char* kExpectation = "expected a length in px, a percentage or auto";
+    if (value.terms.size() != 1)
+        return fail(error, kExpectation);
+    return readLength(value.terms.first(), result, kExpectation, error);
 }
 
 QString StyleConversion<Length>::write(const Length& value)
@@ -63,11 +67,12 @@ bool StyleConversion<Edges>::read(const StyleValue& value, Edges& result, QStrin
 {
     Length sides[4];
     const int count = value.terms.size();
-    bool fits = count >= 1 && count <= 4;
-    for (int i = 0; fits && i < count; ++i)
-        fits = readLength(value.terms[i], sides[i]);
-    if (!fits)
-        return fail(error, "expected one to four lengths");
+    constexpr const char* kExpectation = "expected one to four lengths";
+    if (count < 1 || count > 4)
+        return fail(error, kExpectation);
+    for (int i = 0; i < count; ++i)
+        if (!readLength(value.terms[i], sides[i], kExpectation, error))
+            return false;
     result.top = sides[0];
     result.right = count > 1 ? sides[1] : result.top;
     result.bottom = count > 2 ? sides[2] : result.top;
@@ -98,14 +103,12 @@ bool StyleConversion<Angle>::read(const StyleValue& value, Angle& result, QStrin
         return fail(error, "expected an angle");
     const StyleTerm& term = value.terms.first();
     if (term.kind == Kind::Number || (term.kind == Kind::Dimension && term.unit == "deg"))
-        result.radians = float(term.number * kPi / 180.0);
-    else if (term.kind == Kind::Dimension && term.unit == "rad")
-        result.radians = float(term.number);
-    else if (term.kind == Kind::Dimension && term.unit == "turn")
-        result.radians = float(term.number * 2.0 * kPi);
-    else
-        return fail(error, "expected an angle in deg, rad or turn");
-    return true;
+        return toFloat(term.number * kPi / 180.0, result.radians, error);
+    if (term.kind == Kind::Dimension && term.unit == "rad")
+        return toFloat(term.number, result.radians, error);
+    if (term.kind == Kind::Dimension && term.unit == "turn")
+        return toFloat(term.number * 2.0 * kPi, result.radians, error);
+    return fail(error, "expected an angle in deg, rad or turn");
 }
 
 QString StyleConversion<Angle>::write(const Angle& value)

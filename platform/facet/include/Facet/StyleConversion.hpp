@@ -19,6 +19,10 @@ struct StyleConversion;
 /// The text of a value that is exactly one identifier or string, else an empty text.
 [[nodiscard]] TAVOLA_EXPORT QString singleWord(const StyleValue& value);
 
+/// A number as an attribute keeps it. False beyond a thousand million, with the reason in `error` (may be null): sums of
+/// such lengths leave the range of a float, and then nothing beside them has a place any more.
+[[nodiscard]] TAVOLA_EXPORT bool toFloat(double number, float& result, QString* error);
+
 /// true, false.
 template <>
 struct TAVOLA_EXPORT StyleConversion<bool>
