@@ -20,6 +20,7 @@
 #include <Bedrock/AfterUpdateQueue.hpp>
 #include <Bedrock/Arrivals.hpp>
 #include <Bedrock/BGThread.hpp>
+#include <Bedrock/FlagGuard.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Cascara/StyleEngine.hpp>
 #include <Tactile/TuioInput.hpp>
@@ -181,7 +182,9 @@ bool Table::Private::loadPlugins(const Presentation& presentation, const RunOpti
     for (const QString& name : wanted) {
         const QString path = findPlugin(name);
         if (path.isEmpty()) {
-            error = QStringLiteral("there is no plug-in %1; looked for in %2").arg(name, pluginFolders().join(QStringLiteral(", ")));
+            error = isPluginPath(name) ? QStringLiteral("there is no plug-in file %1").arg(name)
+                                       : QStringLiteral("there is no plug-in %1; looked for in %2")
+                                             .arg(name, pluginFolders().join(QStringLiteral(", ")));
             return false;
         }
         QString reason;
@@ -329,14 +332,13 @@ std::optional<double> Table::frame(double dtSeconds)
     // Qt's events may bring the timer that turns the crank: the frame that is under way is the one it wants.
     if (d->isInFrame)
         return 0.0;
-    d->isInFrame = true;
+    const Bedrock::FlagGuard inFrame(d->isInFrame);
     const std::optional<double> step = d->input->nextStep(dtSeconds);
     if (step) {
         d->application->frame(*step);
         if (d->trees)
             d->trees->write(d->application->frameNumber(), *d->application->mainLayer());
     }
-    d->isInFrame = false;
     return step;
 }
 

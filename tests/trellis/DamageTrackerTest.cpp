@@ -189,3 +189,40 @@ TEST_CASE("damage: a frame in which nothing changed allocates nothing")
         scene.frame();
     CHECK(FacetTest::allocations() == before);
 }
+
+TEST_CASE("damage: listeners to places that answer each other for ever keep no widget from being drawn or removed")
+{
+    Scene scene;
+    Widget& first = box(scene.root(), {10, 10, 20, 20}, kRed);
+    Widget& second = box(scene.root(), {50, 10, 20, 20}, kRed);
+    Widget& third = box(scene.root(), {90, 10, 20, 20}, kRed);
+    int answers = 0;
+    bool answering = true;
+    const auto answer = [&](Widget& other) {
+        // Each change of a height moves what is below it, which changes a height again.
+        if (answering)
+            set(other, "height", Trellis::Length::pixels(float(20 + ++answers % 7)));
+    };
+    auto flowing = Bedrock::makeIntrusive<Widget>();
+    scene.root().addChild(flowing);
+    auto below = Bedrock::makeIntrusive<Widget>();
+    scene.root().addChild(below);
+    set(*flowing, "height", Trellis::Length::pixels(10.f));
+    below->attribute("location")->addListener([&] {
+        answer(*flowing);
+        set(third, "opacity", third.opacity() < 1.f ? 1.f : 0.5f);
+    });
+    answer(*flowing);
+    for (int frame = 0; frame < 20; ++frame) {
+        second.setLocation({50.f, float(frame)});
+        CHECK_FALSE(damageOfFrame(scene).isEmpty());
+    }
+    answering = false;
+    third.removeFromParent();
+    scene.frame();
+    damageOfFrame(scene);
+    first.setLocation({100, 100});
+    QRegion expected(10, 10, 20, 20);
+    expected += QRect(100, 100, 20, 20);
+    CHECK(damageOfFrame(scene) == expected);
+}

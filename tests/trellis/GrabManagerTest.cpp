@@ -1,7 +1,11 @@
 #include "TestScene.hpp"
 
+#include <LogCapture.hpp>
+
 #include <Trellis/GrabManager.hpp>
 #include <Trellis/InputGrabber.hpp>
+
+#include <stdexcept>
 
 using Bedrock::IntrusiveWeakPtr;
 using Tactile::Marker;
@@ -278,4 +282,38 @@ TEST_CASE("grabs: input of several sources is one sample")
     scene.app.removeInputSource(second);
     scene.frames();
     CHECK(second.samplesTaken() == 1);
+}
+
+TEST_CASE("grabs: a widget that throws when a card comes or goes, or when it is asked, stops nobody else")
+{
+    struct Thrower final : Widget
+    {
+        using Widget::Widget;
+        void markerDown(Marker, GrabManager&) override { throw std::runtime_error("down"); }
+        void markerUp(Marker, GrabManager&) override { throw 7; }
+    };
+    struct Asked final : Widget
+    {
+        using Widget::Widget;
+        bool shouldGrab(GrabManager&, Tactile::TrackedObject) const override { throw std::runtime_error("asked"); }
+    };
+    TestScene scene;
+    auto& good = tray(scene, 300);
+    auto* thrower = new Thrower(scene.app.mainLayer().get());
+    style(*thrower, "position: absolute; left: 100px; top: 100px; width: 100px; height: 100px;");
+    auto* asked = new Asked(scene.app.mainLayer().get());
+    style(*asked, "position: absolute; left: 300px; top: 100px; width: 100px; height: 100px;");
+    const auto first = scene.input.markerDown(1, {150, 150});
+    const auto second = scene.input.markerDown(2, {350, 150});
+    TestSupport::expectError("Application::frame # Widget::markerDown threw (down), the frame goes on");
+    for (int cards = 0; cards < 2; ++cards)
+        TestSupport::expectError("Application::frame # Widget::shouldGrab threw (asked), the frame goes on");
+    scene.frames();
+    CHECK(good.log == Log{"down 2"});
+    scene.input.markerUp(first);
+    scene.input.markerUp(second);
+    TestSupport::expectError("Application::frame # Widget::markerUp threw, the frame goes on");
+    scene.frames();
+    CHECK(good.log == Log{"down 2", "up 2"});
+    CHECK(scene.app.frameNumber() == 2);
 }

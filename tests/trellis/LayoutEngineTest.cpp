@@ -1,5 +1,9 @@
 #include "TestScene.hpp"
 
+#include <LogCapture.hpp>
+
+#include <stdexcept>
+
 using Bedrock::makeIntrusive;
 using Trellis::Widget;
 using Vecta::Vector2f;
@@ -437,4 +441,29 @@ TEST_CASE("layout: the main layer has the table's size, and follows it")
     scene.app.resize({400, 300});
     CHECK_POINT(all.size(), 400, 300);
     CHECK_POINT(scene.app.size(), 400, 300);
+}
+
+TEST_CASE("layout: an exception from a widget's own size is logged once, and the others are laid out in the next frame")
+{
+    struct Sizeless final : Widget
+    {
+        using Widget::Widget;
+        Vecta::Vector2f contentSize(float) const override
+        {
+            if (throws)
+                throw std::runtime_error("no size");
+            return {10.f, 10.f};
+        }
+        bool throws = true;
+    };
+    TestScene scene;
+    auto* bad = new Sizeless(scene.app.mainLayer().get());
+    TestSupport::expectError("Application::frame # The layout threw (no size), the frame goes on");
+    scene.frames();
+    bad->throws = false;
+    auto* later = new Widget(scene.app.mainLayer().get());
+    style(*later, "width: 30px; height: 20px;");
+    scene.frames();
+    CHECK(later->size().x == near(30));
+    CHECK(later->size().y == near(20));
 }

@@ -2,8 +2,12 @@
 
 #include <Trellis/DragObserver.hpp>
 #include <Trellis/GrabManager.hpp>
+#include <Trellis/InputGrabber.hpp>
+
+#include <LogCapture.hpp>
 
 #include <cmath>
+#include <stdexcept>
 
 using Bedrock::IntrusiveWeakPtr;
 using Trellis::Widget;
@@ -738,4 +742,75 @@ TEST_CASE("input: a widget that holds its fingers keeps them from what carries i
     scene.input.fingerMove(3, {170, 120});
     scene.frames();
     CHECK(sheet.location() == before + Vector2f(50.f, 0.f));
+}
+
+TEST_CASE("input: a finger that is given to another widget in its last step ends there")
+{
+    struct Giver final : Trellis::DragObserver
+    {
+        void dragMoved(Widget&, Vector2f, int) override
+        {
+            if (to)
+                Trellis::Application::instance()->grabManager()->transferGrab(1, to->inputGrabber());
+        }
+        void dragBegan(Widget&) override {}
+        void dragEnded(Widget&, Vector2f, bool) override {}
+        Widget* to = nullptr;
+    };
+    TestScene scene;
+    Giver giver;
+    scene.app.setDragObserver(&giver);
+    auto& first = scene.box(100, 100, 100, 100, "movable: true;");
+    auto& second = scene.box(400, 100, 100, 100, "movable: true;");
+    EventCount ends(second, "interaction-end");
+    giver.to = &second;
+    scene.input.fingerDown(1, {150, 150});
+    scene.frames();
+    scene.input.fingerMove(1, {200, 150});
+    scene.input.fingerUp(1);
+    scene.frames();
+    CHECK(ends.count == 1);
+    CHECK_FALSE(first.isHeld());
+    CHECK_FALSE(second.isHeld());
+    CHECK_POINT(second.mapToScene({0, 0}), 400, 100);
+    scene.app.setDragObserver(nullptr);
+}
+
+TEST_CASE("input: an exception in the observer of one drag keeps no other finger from its widget")
+{
+    struct Thrower final : Trellis::DragObserver
+    {
+        void dragBegan(Widget& widget) override { check(widget); }
+        void dragMoved(Widget&, Vector2f, int) override {}
+        void dragEnded(Widget& widget, Vector2f, bool) override { check(widget); }
+        void check(Widget& widget)
+        {
+            if (&widget == bad)
+                throw std::runtime_error("observer");
+        }
+        Widget* bad = nullptr;
+    };
+    TestScene scene;
+    Thrower observer;
+    scene.app.setDragObserver(&observer);
+    auto& bad = scene.box(100, 100, 100, 100, "movable: true;");
+    auto& good = scene.box(400, 100, 100, 100, "movable: true;");
+    observer.bad = &bad;
+    EventCount ends(good, "interaction-end");
+    scene.input.fingerDown(1, {150, 150});
+    scene.input.fingerDown(2, {450, 150});
+    scene.frames();
+    scene.input.fingerMove(1, {200, 150});
+    scene.input.fingerMove(2, {500, 150});
+    TestSupport::expectError("Application::frame # A listener to a drag threw (observer), the frame goes on");
+    scene.frames();
+    CHECK_POINT(good.mapToScene({0, 0}), 450, 100);
+    scene.input.fingerUp(1);
+    scene.input.fingerUp(2);
+    TestSupport::expectError("Application::frame # A listener to a finger threw (observer), the frame goes on");
+    scene.frames();
+    CHECK(ends.count == 1);
+    CHECK_FALSE(bad.isHeld());
+    CHECK_FALSE(good.isHeld());
+    scene.app.setDragObserver(nullptr);
 }

@@ -2,6 +2,7 @@
 
 #include "ApplicationPrivate.hpp"
 #include "GrabManagerPrivate.hpp"
+#include "Guarded.hpp"
 #include "ImageLoader.hpp"
 #include "LayoutEngine.hpp"
 #include "TextBlock.hpp"
@@ -9,6 +10,7 @@
 
 #include <Bedrock/AfterUpdateQueue.hpp>
 #include <Bedrock/Arrivals.hpp>
+#include <Bedrock/FlagGuard.hpp>
 #include <Tactile/InputSource.hpp>
 #include <Trellis/FrameInfo.hpp>
 
@@ -103,7 +105,7 @@ void Application::frame(double dtSeconds)
     // Qt's events may bring the timer that turns the crank: the frame that is under way is the one it wants.
     if (d->inFrame)
         return;
-    d->inFrame = true;
+    const Bedrock::FlagGuard inFrame(d->inFrame);
     const double dt = std::isfinite(dtSeconds) ? std::max(0.0, dtSeconds) : 0.0;
     if (QCoreApplication::instance()) {
         QCoreApplication::processEvents();
@@ -117,12 +119,13 @@ void Application::frame(double dtSeconds)
     takeInput(dt);
     d->updater.run(FrameInfo(float(dt), d->time, d->frameNumber));
     Bedrock::AfterUpdateQueue::instance().drain();
-    LayoutEngine::bringUpToDate(*d->mainLayer);
-    destroyRemovedWidgets();
-    // Listeners to positions and destructors may have changed something again.
-    LayoutEngine::bringUpToDate(*d->mainLayer);
+    guarded("The layout", [&] {
+        LayoutEngine::bringUpToDate(*d->mainLayer);
+        destroyRemovedWidgets();
+        // Listeners to positions and destructors may have changed something again.
+        LayoutEngine::bringUpToDate(*d->mainLayer);
+    });
     d->damage.collect();
-    d->inFrame = false;
 }
 
 void Application::takeInput(double dtSeconds)

@@ -1,5 +1,6 @@
 #include "DamageTracker.hpp"
 
+#include "LayoutEngine.hpp"
 #include "WidgetPrivate.hpp"
 
 #include <algorithm>
@@ -76,6 +77,9 @@ void DamageTracker::forget(Widget& widget)
 
 void DamageTracker::collect()
 {
+    // What is still out of date now will be told of by the layout of the next frame; made here, its listeners would
+    // change the queue and the tree under way.
+    const Bedrock::FlagGuard layoutHeld = LayoutEngine::hold();
     for (Widget* widget : m_queue) {
         if (!widget->d->redrawQueued)
             continue; // an ancestor has accounted for it already

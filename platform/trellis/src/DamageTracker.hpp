@@ -37,7 +37,7 @@ public:
     /// To be called while `widget` and its children are whole.
     static void widgetLeaves(Widget& widget);
 
-    /// Turns the announcements into areas. Needs a layout that is up to date.
+    /// Turns the announcements into areas. The layout is taken as it is.
     void collect();
     /// Few rectangles (at most kMostAreas), which may overlap.
     [[nodiscard]] const std::vector<Vecta::Rect>& areas() const noexcept { return m_areas; }

@@ -1,31 +1,13 @@
 #include "FrameUpdater.hpp"
 
+#include "Guarded.hpp"
 #include "MotionController.hpp"
 #include "WidgetPrivate.hpp"
 
-#include <Bedrock/Trace.hpp>
 #include <Trellis/FrameInfo.hpp>
-
-#include <exception>
 
 namespace Trellis
 {
-namespace
-{
-/// A frame goes on whatever one widget throws.
-template <class Function>
-void guarded(const char* what, Function&& function)
-{
-    try {
-        function();
-    } catch (const std::exception& e) {
-        Bedrock::Trace::error("Application::frame # %s threw (%s), the frame goes on", what, e.what());
-    } catch (...) {
-        Bedrock::Trace::error("Application::frame # %s threw, the frame goes on", what);
-    }
-}
-}
-
 FrameUpdater* FrameUpdater::s_current = nullptr;
 
 FrameUpdater::FrameUpdater()

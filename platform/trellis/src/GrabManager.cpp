@@ -1,6 +1,7 @@
 #include <Trellis/GrabManager.hpp>
 
 #include "GrabManagerPrivate.hpp"
+#include "Guarded.hpp"
 #include "HitTest.hpp"
 #include "WidgetInput.hpp"
 
@@ -49,7 +50,7 @@ void GrabManager::transferGrab(std::int64_t id, InputGrabber& to)
         return;
     if (const auto marker = findMarker(id)) {
         d->set(id, *host);
-        host->markerDown(*marker, *this);
+        guarded("Widget::markerDown", [&] { host->markerDown(*marker, *this); });
     } else if (d->fingers) {
         d->fingers->transfer(id, *host);
     }
@@ -102,7 +103,7 @@ void GrabManager::Private::markerAppeared(GrabManager& self, const Tactile::Mark
     if (!taker)
         return;
     set(marker.id(), *taker);
-    taker->markerDown(marker, self);
+    guarded("Widget::markerDown", [&] { taker->markerDown(marker, self); });
 }
 
 void GrabManager::Private::markerLeft(GrabManager& self, const Tactile::Marker& marker)
@@ -111,6 +112,6 @@ void GrabManager::Private::markerLeft(GrabManager& self, const Tactile::Marker& 
     if (!taker)
         return;
     release(marker.id());
-    taker->markerUp(marker, self);
+    guarded("Widget::markerUp", [&] { taker->markerUp(marker, self); });
 }
 }

@@ -1,5 +1,6 @@
 #include "HitTest.hpp"
 
+#include "Guarded.hpp"
 #include "LayoutEngine.hpp"
 #include "WidgetPrivate.hpp"
 
@@ -26,8 +27,10 @@ Widget* HitTest::search(Widget& widget, Vecta::Vector2f point, GrabManager& grab
                 return found;
         }
     }
-    if (d.inputTransparent.value() || !widget.shouldGrab(grabManager, object))
+    if (d.inputTransparent.value())
         return nullptr;
-    return &widget;
+    bool takes = false;
+    guarded("Widget::shouldGrab", [&] { takes = widget.shouldGrab(grabManager, object); });
+    return takes ? &widget : nullptr;
 }
 }

@@ -103,11 +103,17 @@ void LayoutEngine::bringUpToDate(const Widget& widget)
             root = root->m_parent;
         if (!isDirty(*root))
             return;
-        layoutRuns = true;
-        layOut(const_cast<Widget&>(*root), Room{kUnlimited, -1.f, true});
-        layoutRuns = false;
+        {
+            const Bedrock::FlagGuard running(layoutRuns);
+            layOut(const_cast<Widget&>(*root), Room{kUnlimited, -1.f, true});
+        }
         deliverMoves();
     }
+}
+
+Bedrock::FlagGuard LayoutEngine::hold()
+{
+    return Bedrock::FlagGuard(layoutRuns);
 }
 
 // ---- Sizes -----------------------------------------------------------------------------------------------------------

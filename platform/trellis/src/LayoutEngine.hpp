@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Bedrock/FlagGuard.hpp>
 #include <Trellis/Widget.hpp>
 
 #include <vector>
@@ -23,6 +24,9 @@ public:
     static void invalidateBox(Widget& widget);
     /// Lays out what is dirty in the tree that `widget` belongs to. While a layout is under way: does nothing.
     static void bringUpToDate(const Widget& widget);
+    /// As long as the guard lives no layout is made, and geometries are read as they were at the last one. Not while a
+    /// layout is under way.
+    [[nodiscard]] static Bedrock::FlagGuard hold();
     [[nodiscard]] static bool isDirty(const Widget& root);
     /// The size of the children's flow in a content box of that width.
     [[nodiscard]] static Vecta::Vector2f flowSize(const Widget& widget, float availableWidth);

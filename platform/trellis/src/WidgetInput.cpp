@@ -1,6 +1,7 @@
 #include "WidgetInput.hpp"
 
 #include "GrabManagerPrivate.hpp"
+#include "Guarded.hpp"
 #include "HitTest.hpp"
 #include "LayoutEngine.hpp"
 #include "MotionController.hpp"
@@ -48,18 +49,20 @@ void WidgetInput::process(const Tactile::Sample& sample, double timeSeconds, dou
         const Tactile::InputChange& change = sample.changes[i];
         if (!change.object.isFinger())
             continue;
-        switch (change.kind) {
-        case Kind::Down:
-            fingerDown(change.object);
-            break;
-        case Kind::Move:
-            fingerMoved(change.object);
-            break;
-        case Kind::Up:
-        case Kind::Cancel:
-            fingerLeft(change.object, change.kind == Kind::Cancel);
-            break;
-        }
+        guarded("A listener to a finger", [&] {
+            switch (change.kind) {
+            case Kind::Down:
+                fingerDown(change.object);
+                break;
+            case Kind::Move:
+                fingerMoved(change.object);
+                break;
+            case Kind::Up:
+            case Kind::Cancel:
+                fingerLeft(change.object, change.kind == Kind::Cancel);
+                break;
+            }
+        });
     }
     stepAll();
     finishFrame();
@@ -140,13 +143,14 @@ void WidgetInput::fingerLeft(const Tactile::TrackedObject& object, bool cancelle
         return;
     if (!cancelled)
         fingerMoved(object);
-    const IntrusivePtr<Widget> receiver(findFinger(object.id())->receiver);
-    const IntrusivePtr<Widget> hit(findFinger(object.id())->hit);
-    step(*receiver);
+    guarded("A listener to a drag", [&] { step(*findFinger(object.id())->receiver); });
+    // A listener may have taken the finger away. Where one gave it to another widget, it ends there.
     const Finger* found = findFinger(object.id());
     if (!found)
         return;
     const Finger finger = *found;
+    const IntrusivePtr<Widget> receiver(finger.receiver);
+    const IntrusivePtr<Widget> hit(finger.hit);
     touch(receiver.get());
     touch(finger.hit);
     eraseFinger(finger.id);
@@ -296,7 +300,7 @@ void WidgetInput::stepAll()
         if (!next)
             return;
         next->stepped = true;
-        step(*next->receiver);
+        guarded("A listener to a drag", [&] { step(*next->receiver); });
     }
 }
 
