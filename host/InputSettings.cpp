@@ -104,8 +104,9 @@ InputSettings InputSettings::read(const QJsonObject& root, const Skip& skip)
     InputSettings settings;
     const QJsonValue input = root.value(QLatin1String("input"));
     if (!input.isUndefined() && !input.isArray())
-        skip(QStringLiteral("input"), QStringLiteral("expected a list of listeners"));
+        skip(QStringLiteral("input"), QStringLiteral("expected a list of listeners; no tracker is listened to"));
     const QJsonArray entries = input.toArray();
+    settings.usualListener = input.isUndefined() || (input.isArray() && entries.isEmpty());
     for (int i = 0; i < entries.size(); ++i) {
         const QString place = QStringLiteral("input[%1]").arg(i);
         const QJsonObject entry = entries.at(i).toObject();

@@ -19,7 +19,9 @@ struct InputSettings
         float x = 0.f, y = 0.f, width = 0.f, height = 0.f; ///< table pixels
         QStringList allow;    ///< numeric addresses; empty: every sender
     };
-    std::vector<Listener> listeners; ///< none: one on the address of the command line
+    std::vector<Listener> listeners;
+    /// None was named: the table has one on the address of the command line. Stays false where all were left out.
+    bool usualListener = true;
     double holdSeconds = 0.6;
     double lostSeconds = 5.0;
     bool smoothing = true;

@@ -13,9 +13,14 @@ QStringList pluginFolders()
     return folders;
 }
 
+bool isPluginPath(const QString& nameOrPath)
+{
+    return nameOrPath.contains(QLatin1Char('/')) || nameOrPath.endsWith(QLatin1String(".so"));
+}
+
 QString findPlugin(const QString& nameOrPath)
 {
-    if (nameOrPath.contains(QLatin1Char('/')) || nameOrPath.endsWith(QLatin1String(".so"))) {
+    if (isPluginPath(nameOrPath)) {
         const QFileInfo info(nameOrPath);
         return info.isFile() ? info.absoluteFilePath() : QString();
     }

@@ -7,5 +7,8 @@
 /// in ../lib and ../lib/tavola of it.
 [[nodiscard]] QStringList pluginFolders();
 
+/// Whether a presentation's or the command line's plug-in is told by its file, which is then not searched for.
+[[nodiscard]] bool isPluginPath(const QString& nameOrPath);
+
 /// The absolute path of a plug-in's library, by name ("tavola-personal") or path; empty when there is none.
 [[nodiscard]] QString findPlugin(const QString& nameOrPath);

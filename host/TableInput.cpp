@@ -139,7 +139,7 @@ bool TableInput::start(const Presentation& presentation, const RunOptions& optio
         m_tuio->setRecorder(d->recorder.get());
 
     std::vector<InputSettings::Listener> listeners = given.listeners;
-    if (options.hasTuio || listeners.empty()) {
+    if (options.hasTuio || given.usualListener) {
         listeners.assign(1, {});
         listeners.front().address = options.tuioAddress;
         listeners.front().port = options.tuioPort;

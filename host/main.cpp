@@ -118,6 +118,15 @@ bool asksFor(const QString& argument, const char* longName, const char* shortNam
     return argument == QLatin1String(longName) || argument == QLatin1String(shortName);
 }
 
+/// A desktop's, or one that Qt is told to use without a desktop (eglfs, linuxfb).
+bool hasDisplay()
+{
+    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+    if (!platform.isEmpty())
+        return platform != "offscreen" && platform != "minimal";
+    return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+}
+
 bool asksForHelp(const QString& argument)
 {
     return asksFor(argument, "--help", "-h") || argument == QLatin1String("help");
@@ -128,7 +137,7 @@ int main(int argc, char** argv)
 {
     // Names, addresses and recordings of visitors are nobody else's business on this machine.
     ::umask(077);
-    bool headless = !qEnvironmentVariableIsSet("DISPLAY") && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+    bool headless = !hasDisplay();
     for (int i = 1; i < argc; ++i)
         headless = headless || std::strcmp(argv[i], "--headless") == 0;
     if (headless && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))

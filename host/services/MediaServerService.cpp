@@ -70,7 +70,9 @@ private:
         if (status >= 300 && status < 400)
             return fail(QStringLiteral("answered with status %1 and points elsewhere; give the address it points to").arg(status));
         const QJsonDocument document = QJsonDocument::fromJson(m_reply.readAll());
-        if (document.isObject())
+        // An error's body may say why. One that speaks of success is from somebody else on the way.
+        const bool contradicts = status >= 400 && document.object().value(QLatin1String("success")).toBool();
+        if (document.isObject() && !contradicts)
             m_promise.setValue(document.object());
         else if (status >= 400)
             fail(QStringLiteral("answered with status %1").arg(status));

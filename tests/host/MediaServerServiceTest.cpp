@@ -103,8 +103,9 @@ TEST_CASE("media server service: a JSON object with an error status is an answer
     }
 }
 
-TEST_CASE("media server service: an error status without a JSON object is told by number")
+TEST_CASE("media server service: an error status without a JSON object, or with one that speaks of success, is told by number")
 {
+    CHECK(askOf(reply("500 Oops", R"({"success": true})")).failure == "answered with status 500");
     CHECK(askOf(reply("500 Oops", "<html>")).failure == "answered with status 500");
     CHECK(askOf(reply("503 Busy", "")).failure == "answered with status 503");
     CHECK(askOf(reply("404 Not Found", "[1]")).failure == "answered with status 404");

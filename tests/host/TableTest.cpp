@@ -399,6 +399,10 @@ TEST_CASE("table: what keeps it from opening is told, and a later attempt succee
     CHECK_FALSE(place.tryToOpen());
     CHECK(place.error().startsWith(QStringLiteral("there is no plug-in no-such-plug-in; looked for in ")));
 
+    place.options().plugin = QStringLiteral("/nowhere/such.so");
+    CHECK_FALSE(place.tryToOpen());
+    CHECK(place.error() == QStringLiteral("there is no plug-in file /nowhere/such.so"));
+
     const QString broken = place.folder().write(QStringLiteral("broken.so"), "This is a letter, not a library.");
     place.options().plugin = broken;
     expectWarningStartingWith("PluginLoader # " + place.folder().path(QStringLiteral("broken.json")).toStdString() + " is missing");

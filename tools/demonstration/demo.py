@@ -21,11 +21,19 @@ VISITS = {"first": FirstVisit, "faults": FaultsVisit, "email": EmailVisit, "card
 PAGE_PORT = 8180
 
 
+def has_display():
+    """A desktop's, or one that Qt is told to use without a desktop."""
+    platform = os.environ.get("QT_QPA_PLATFORM")
+    if platform:
+        return platform not in ("offscreen", "minimal")
+    return bool(os.environ.get("DISPLAY") or os.environ.get("WAYLAND_DISPLAY"))
+
+
 def open_table(build, headless):
     """A table for people: until the window is closed or Ctrl-C is pressed."""
     data = os.path.join(os.environ.get("XDG_DATA_HOME") or os.path.expanduser("~/.local/share"), "tavola", "demonstration")
     os.makedirs(data, exist_ok=True)
-    headless = headless or not (os.environ.get("DISPLAY") or os.environ.get("WAYLAND_DISPLAY"))
+    headless = headless or not has_display()
     media_server = MediaServer(build, os.path.join(PRESENTATION, "media"), data, PAGE_PORT)
     command = [os.path.join(build, "bin", "tavola"), "run", PRESENTATION, "--media-server", media_server.address,
                "--data", data]

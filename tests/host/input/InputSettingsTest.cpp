@@ -103,7 +103,7 @@ TEST_CASE("input settings: a setting that is wrong keeps its usual value")
     const Outcome outcome = read(R"({"input": 3333, "inputSettings": {
         "holdMilliseconds": -1, "lostSeconds": "long", "smoothing": 1, "speed": 2}})");
     CHECK(outcome.skipped
-          == QStringList{"input: expected a list of listeners",
+          == QStringList{"input: expected a list of listeners; no tracker is listened to",
                          "inputSettings.speed: unknown entry; known are holdMilliseconds, lostSeconds, smoothing",
                          "inputSettings.holdMilliseconds: expected a number from 0 to 60000",
                          "inputSettings.lostSeconds: expected a number from 0 to 3600",
@@ -115,4 +115,13 @@ TEST_CASE("input settings: a setting that is wrong keeps its usual value")
           == QStringList{"input[0].port: unknown entry; known are tuio, rect, allow"});
     CHECK(read(R"({"inputSettings": []})").skipped
           == QStringList{"inputSettings: expected an object of names and values"});
+}
+
+TEST_CASE("input settings: the usual listener is there where none is named, and not where the named ones are wrong")
+{
+    CHECK(read("{}").settings.usualListener);
+    CHECK(read(R"({"input": []})").settings.usualListener);
+    CHECK_FALSE(read(R"({"input": [{"tuio": "127.0.0.1:1"}]})").settings.usualListener);
+    CHECK_FALSE(read(R"({"input": [{"tuio": "0.0.0.0:1", "allow": ["camera"]}]})").settings.usualListener);
+    CHECK_FALSE(read(R"({"input": 3333})").settings.usualListener);
 }
