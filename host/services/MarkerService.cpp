@@ -46,6 +46,7 @@ struct MarkerService::State
     // Main thread only.
     QByteArray stamp; ///< of the registry when the cache was filled
     bool isReading = false;
+    int looksToLeaveOut = 0;
 };
 
 MarkerService::MarkerService(std::shared_ptr<PeopleRegistry> registry, std::shared_ptr<Tavola::TesselServiceCache> cache)
@@ -55,9 +56,12 @@ MarkerService::MarkerService(std::shared_ptr<PeopleRegistry> registry, std::shar
 
 void MarkerService::fillCache()
 {
-    m_state->stamp = m_registry->stamp();
-    if (const auto people = m_registry->people())
-        m_cache->replace(entriesOf(*people));
+    const QByteArray stamp = m_registry->stamp();
+    const auto people = m_registry->people();
+    if (!people)
+        return;
+    m_state->stamp = stamp;
+    m_cache->replace(entriesOf(*people));
 }
 
 void MarkerService::fillCache(const std::vector<Person>& people)
@@ -69,6 +73,10 @@ bool MarkerService::refreshCache()
 {
     if (m_state->isReading)
         return false;
+    if (m_state->looksToLeaveOut > 0) {
+        --m_state->looksToLeaveOut;
+        return false;
+    }
     // Taken before the reading: what is written meanwhile is read the next time.
     const QByteArray stamp = m_registry->stamp();
     if (stamp == m_state->stamp)
@@ -81,15 +89,23 @@ bool MarkerService::refreshCache()
         const auto entries = people ? std::make_shared<Entries>(entriesOf(*people)) : nullptr;
         Facet::Node::invokeAfterUpdate([state, cache, stamp, entries] {
             state->isReading = false;
-            state->stamp = stamp;
-            if (!entries)
+            if (!entries) {
+                state->looksToLeaveOut = kLooksLeftOutAfterFailure;
                 return;
+            }
+            state->stamp = stamp;
             // To let thousands of entries go takes its time, too.
             *entries = cache->replace(std::move(*entries));
             runInBackground([entries] { entries->clear(); });
         });
     });
     return true;
+}
+
+void MarkerService::inOrder(const std::function<void()>& readAndHandOver)
+{
+    const std::lock_guard lock(m_state->order);
+    readAndHandOver();
 }
 
 void MarkerService::setPersonalWidgets(std::function<PersonalWidget(const QString&)> widgetForKey)

@@ -30,8 +30,14 @@ public:
     void fillCache(const std::vector<Person>& people);
     /// When somebody has written to the registry since it was read: reads it on the background thread, after which the cache
     /// changes at once in a frame's after-update; a card that stays is known at every moment. What cannot be read leaves the
-    /// cache as it is. True when it begins to read; not while an earlier reading is under way. Main thread.
+    /// cache as it is, and is tried again after kLooksLeftOutAfterFailure calls. True when it begins to read; not while an
+    /// earlier reading is under way. Main thread.
     bool refreshCache();
+    /// Runs what reads the registry and hands over what it read to the main thread: no registration comes in between, so
+    /// that what is older never arrives after what is newer. Any thread.
+    void inOrder(const std::function<void()>& readAndHandOver);
+    /// A registry that cannot be read is looked at more seldom: each attempt is a warning.
+    static constexpr int kLooksLeftOutAfterFailure = 15;
 
     PersonalWidget personalWidget(unsigned long code) override;
     bool registerPersonalMarker(unsigned long code, const QString& name, const QString& email) override;

@@ -29,16 +29,22 @@ void PeopleWatch::look()
 {
     if (m_isReading)
         return;
+    if (m_looksToLeaveOut > 0) {
+        --m_looksToLeaveOut;
+        return;
+    }
     // Taken before the reading: what is written meanwhile is read the next time.
     m_readStamp = m_registry->stamp();
     if (m_readStamp == m_stamp)
         return;
     m_isReading = true;
-    m_thread.add([this, registry = m_registry, ticket = m_ticket] {
-        if (const auto people = registry->people())
-            Bedrock::Arrivals::instance().answer(ticket, PeopleFile::format(*people).toUtf8());
-        else
+    m_thread.add([this, ticket = m_ticket] {
+        m_service->inOrder([this, ticket] {
+            if (const auto people = m_registry->people())
+                return Bedrock::Arrivals::instance().answer(ticket, PeopleFile::format(*people).toUtf8());
+            m_looksToLeaveOut = MarkerService::kLooksLeftOutAfterFailure;
             m_isReading = false;
+        });
     });
 }
 
