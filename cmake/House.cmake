@@ -96,7 +96,7 @@ function(house_test name)
     endif()
     foreach(source IN LISTS ARG_SOURCES)
         get_filename_component(stem ${source} NAME_WE)
-        add_test(NAME ${name}.${stem} COMMAND ${name} --source-file=*${stem}.cpp)
+        add_test(NAME ${name}.${stem} COMMAND ${name} --source-file=*/${stem}.cpp)
         set_tests_properties(${name}.${stem} PROPERTIES
             LABELS "${ARG_LABELS}" TIMEOUT 120
             ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_HASH_SEED=0;${ARG_ENVIRONMENT}")
