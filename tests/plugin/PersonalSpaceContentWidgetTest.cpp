@@ -1,8 +1,7 @@
 #include "personalspace/PersonalSpaceContentWidget.hpp"
 
+#include "ContentArea.hpp"
 #include "LogCapture.hpp"
-#include "PluginSupport.hpp"
-#include "TestHost.hpp"
 
 #include <Tavola/ContentWidget.hpp>
 #include <Trellis/ImageWidget.hpp>
@@ -16,7 +15,6 @@ using PluginTest::classesOf;
 using PluginTest::EventLog;
 using PluginTest::FakeContent;
 using PluginTest::line;
-using PluginTest::newCode;
 using PluginTest::PlainContent;
 using PluginTest::pseudoClassesOf;
 using PluginTest::Strings;
@@ -24,7 +22,7 @@ using Tavola::DropEvent;
 using Tavola::PersonalSpaceContents;
 using Tavola::PersonalSpaceContentWidget;
 using TestSupport::expectWarning;
-using TestSupport::TestHost;
+using Area = PluginTest::ContentArea;
 using ItemStatus = PersonalSpaceContents::ItemStatus;
 
 namespace
@@ -32,52 +30,22 @@ namespace
 const std::string kFilesFailed = "PersonalSpaceContentWidget::addItem # Failed to load source files (";
 const std::string kPreviewFailed = "PersonalSpaceContentWidget::addItem # Failed to load preview file (";
 
-/// A drop area inside a space at (500, 300) of 400 by 300, which it fills but for a margin of 50 at the top.
-struct Area
+/// Space and area are each turned by a quarter about their corners: (x, y) of the area is (300 - y, x) of the space, and
+/// (500 - x, 600 - y) of the table.
+void turnByQuarters(Area& area)
 {
-    TestHost host;
-    unsigned long code = newCode();
-    Bedrock::IntrusivePtr<Trellis::Widget> space{new Trellis::Widget(&host.mainWidget())};
-    Bedrock::IntrusivePtr<PersonalSpaceContentWidget> widget{new PersonalSpaceContentWidget(space.get(), code)};
-    std::shared_ptr<PersonalSpaceContents> contents = widget->contents();
+    constexpr float kQuarter = 1.5707963f;
+    area.space->setRotation(kQuarter);
+    area.widget->setRotation(kQuarter);
+    area.widget->setLocation({300.f, 0.f});
+}
 
-    Area()
-    {
-        space->setSize({400.f, 300.f});
-        space->setLocation({500.f, 300.f});
-        widget->setSize({400.f, 250.f});
-        widget->setLocation({0.f, 50.f});
-    }
-
-    template <class Content>
-    Bedrock::IntrusivePtr<Content> make()
-    {
-        return Bedrock::IntrusivePtr<Content>(new Content(&host.mainWidget()));
-    }
-    bool drop(const Bedrock::IntrusivePtr<Trellis::Widget>& dragged, std::uint32_t type, Vecta::Vector2f position = {10.f, 20.f})
-    {
-        return widget->dropEvent({dragged, position, type});
-    }
-    [[nodiscard]] std::vector<Trellis::Widget*> indicators() { return childrenOfClass(*host.ui().overlayWidget(), "drop-indicator"); }
-    [[nodiscard]] std::vector<Trellis::Widget*> tiles() const { return childrenOfClass(*widget, "container"); }
-    [[nodiscard]] Trellis::Widget& tile(std::size_t index = 0) const { return *tiles().at(index); }
-    long addItem(ItemStatus status = ItemStatus::Ready)
-    {
-        PersonalSpaceContents::Item item;
-        item.widgetId = 77;
-        item.status = status;
-        return contents->addItem(item);
-    }
-    [[nodiscard]] ItemStatus status() const { return contents->items().begin()->second.status; }
-};
-
-void listenToAll(EventLog& log, PersonalSpaceContentWidget& widget)
+bool near(Vecta::Vector2f a, Vecta::Vector2f b)
 {
-    log.listen(widget, "empty", EventLog::Payload::Int32);
-    log.listen(widget, "content-changed", EventLog::Payload::None);
-    log.listen(widget, "widget-added", EventLog::Payload::Id);
-    log.listen(widget, "widget-removed", EventLog::Payload::Id);
-    log.listen(widget, "before-remove-item", EventLog::Payload::Id);
+    const bool is = (a - b).length() < 0.05f;
+    if (!is)
+        MESSAGE("(" << a.x << ", " << a.y << ") is not near (" << b.x << ", " << b.y << ")");
+    return is;
 }
 }
 
@@ -214,7 +182,57 @@ TEST_CASE("drop: a hover that would drop marks the dragged widget too")
     CHECK(area.drop(content, DropEvent::ValidHover));
     CHECK(pseudoClassesOf(*area.space) == Strings{"valid-hover"});
     CHECK(pseudoClassesOf(*content) == Strings{"valid-drop"});
-    CHECK(area.indicators().size() == 1);
+    REQUIRE(area.indicators().size() == 1);
+    auto* indicator = area.indicators()[0];
+    CHECK(indicator->centerLocation() == Vecta::Vector2f(510.f, 370.f));
+
+    CHECK(area.drop(content, DropEvent::ValidHover, {110.f, 40.f}));
+    REQUIRE(area.indicators().size() == 1);
+    CHECK(area.indicators()[0] == indicator);
+    CHECK(indicator->centerLocation() == Vecta::Vector2f(610.f, 390.f));
+    CHECK(area.contents->items().empty());
+}
+
+TEST_CASE("drop: a hover that would not drop leaves the mark that the dragged widget has")
+{
+    Area area;
+    const auto content = area.make<FakeContent>();
+    area.drop(content, DropEvent::ValidHover);
+    // A second finger joins the drag.
+    CHECK(area.drop(content, DropEvent::Hover, {110.f, 40.f}));
+    CHECK(pseudoClassesOf(*content) == Strings{"valid-drop"});
+    CHECK(pseudoClassesOf(*area.space) == Strings{"valid-hover"});
+    CHECK(area.drop(content, DropEvent::Leave));
+    CHECK(pseudoClassesOf(*content).empty());
+}
+
+TEST_CASE("drop: the indicator stands at the point also where space and area are turned")
+{
+    Area area;
+    const auto content = area.make<FakeContent>();
+    turnByQuarters(area);
+    for (const auto type : {DropEvent::Hover, DropEvent::ValidHover}) {
+        CAPTURE(type);
+        CHECK(area.drop(content, type, {10.f, 20.f}));
+        REQUIRE(area.indicators().size() == 1);
+        CHECK(near(area.indicators()[0]->centerLocation(), {490.f, 580.f}));
+        area.drop(content, DropEvent::Leave);
+    }
+}
+
+TEST_CASE("drop: the indicator stands at the point also where the overlay is moved, turned and scaled")
+{
+    Area area;
+    const auto content = area.make<FakeContent>();
+    auto& overlay = *area.host.ui().overlayWidget();
+    overlay.setLocation({100.f, 70.f});
+    overlay.setScale(0.5f);
+    area.drop(content, DropEvent::Hover, {10.f, 20.f});
+    REQUIRE(area.indicators().size() == 1);
+    CHECK(near(area.indicators()[0]->centerLocation(), {820.f, 600.f}));
+    overlay.setRotation(0.7f);
+    area.drop(content, DropEvent::ValidHover, {110.f, 40.f});
+    CHECK(near(overlay.mapToScene(area.indicators()[0]->centerLocation()), {610.f, 390.f}));
 }
 
 TEST_CASE("drop: leaving clears both marks and the indicator")
@@ -233,7 +251,10 @@ TEST_CASE("drop: the drop collects and takes the indicator away, the marks wait 
     Area area;
     const auto content = area.make<FakeContent>();
     area.drop(content, DropEvent::ValidHover);
+    bool showsWhileCollecting = false;
+    area.widget->eventAddListener("widget-added", [&] { showsWhileCollecting = area.indicators().size() == 1; });
     CHECK(area.drop(content, DropEvent::Drop));
+    CHECK(showsWhileCollecting);
     CHECK(area.contents->items().size() == 1);
     CHECK(area.indicators().empty());
     CHECK(pseudoClassesOf(*area.space) == Strings{"valid-hover"});
@@ -290,6 +311,20 @@ TEST_CASE("add: the item is Pending, names the widget, and its events come in or
     CHECK(log.lines == Strings{"empty 0", "content-changed", line("widget-added", content->id())});
     CHECK(area.tiles().size() == 1);
     CHECK_FALSE(area.widget->isEmpty());
+}
+
+TEST_CASE("add: the widget is announced when it has been asked for its files and its preview")
+{
+    Area area;
+    const auto content = area.make<FakeContent>();
+    std::vector<int> asked;
+    area.widget->eventAddListener("empty", [&] { asked = {content->filesCalls, content->previewCalls}; });
+    area.widget->eventAddListener("widget-added", [&] {
+        CHECK(asked == std::vector<int>{0, 0}); // when its tile appeared
+        asked = {content->filesCalls, content->previewCalls};
+    });
+    area.widget->addItem(content);
+    CHECK(asked == std::vector<int>{1, 1});
 }
 
 TEST_CASE("add: files and preview are stored after the update of a frame")
@@ -422,183 +457,6 @@ TEST_CASE("add: results for an item that is gone are dropped")
     CHECK(area.contents->items().empty());
 }
 
-TEST_CASE("tile: a container with the status icon below the preview")
-{
-    Area area;
-    area.addItem();
-    REQUIRE(area.tiles().size() == 1);
-    CHECK(classesOf(area.tile()) == Strings{"container"});
-    REQUIRE(area.tile().children().size() == 2);
-    CHECK(dynamic_cast<Trellis::ImageWidget*>(area.tile().children()[0].get()));
-    CHECK(classesOf(*area.tile().children()[0]) == Strings{"status-icon"});
-    CHECK(dynamic_cast<Trellis::ImageWidget*>(area.tile().children()[1].get()));
-    CHECK(classesOf(*area.tile().children()[1]).empty());
-}
-
-TEST_CASE("tile: it fades in, 0.4 seconds after a delay of 0.2")
-{
-    Area area;
-    area.addItem();
-    CHECK(area.tile().opacity() == 0.f);
-    area.host.frame(0.2);
-    CHECK(area.tile().opacity() == doctest::Approx(0.0));
-    area.host.frame(0.2);
-    CHECK(area.tile().opacity() > 0.f);
-    CHECK(area.tile().opacity() < 1.f);
-    area.host.frame(0.21);
-    CHECK(area.tile().opacity() == 1.f);
-}
-
-TEST_CASE("tile: a removed item's tile fades out in 0.2 seconds and is deleted")
-{
-    Area area;
-    const long first = area.addItem();
-    const long second = area.addItem();
-    area.host.frame(1.0);
-    EventLog log;
-    listenToAll(log, *area.widget);
-    area.contents->removeItem(first);
-    CHECK(log.lines == Strings{"empty 0", "content-changed"});
-    CHECK(area.tiles().size() == 2);
-    area.host.frame(0.1);
-    CHECK(area.tiles().size() == 2);
-    area.host.frame(0.11);
-    area.host.frame();
-    CHECK(area.tiles().size() == 1);
-    log.lines.clear();
-    area.contents->removeItem(second);
-    CHECK(log.lines == Strings{"empty 1", "content-changed"});
-}
-
-TEST_CASE("tile: its scale follows the number of items")
-{
-    Area area;
-    const auto expected = [](int count) {
-        if (count <= 9)
-            return 1.f / 3.f;
-        return count <= 16 ? 1.f / 4.f : count <= 25 ? 1.f / 5.f : 1.f / 6.f;
-    };
-    for (int count = 1; count <= 26; ++count) {
-        area.addItem();
-        CAPTURE(count);
-        for (const auto* tile : area.tiles())
-            CHECK(tile->scale() == doctest::Approx(expected(count)));
-    }
-    for (int count = 25; count >= 9; count -= 8) {
-        while (int(area.contents->items().size()) > count)
-            area.contents->removeItem(area.contents->items().rbegin()->first);
-        CHECK(area.tile().scale() == doctest::Approx(expected(count)));
-    }
-}
-
-TEST_CASE("tile: the status shows as a class")
-{
-    Area area;
-    const long id = area.addItem();
-    const auto classes = [&](ItemStatus status) {
-        area.contents->setItemStatus(status, id);
-        return classesOf(area.tile());
-    };
-    CHECK(classes(ItemStatus::Uploaded) == Strings{"container", "uploaded"});
-    CHECK(classes(ItemStatus::Failed) == Strings{"container", "failed"});
-    CHECK(classes(ItemStatus::Uploaded) == Strings{"container", "uploaded"});
-    CHECK(classes(ItemStatus::Uploading) == Strings{"container"});
-    CHECK(classes(ItemStatus::Failed) == Strings{"container", "failed"});
-    CHECK(classes(ItemStatus::Ready) == Strings{"container"});
-    CHECK(classes(ItemStatus::Pending) == Strings{"container"});
-}
-
-TEST_CASE("tile: a preview is loaded into the picture above the icon")
-{
-    Area area;
-    const long id = area.addItem();
-    TestSupport::expectWarningStartingWith("ImageWidget # Failed to load image "); // there is no such picture
-    area.contents->previewReady(id, "/none/tile.png");
-    CHECK(dynamic_cast<Trellis::ImageWidget&>(*area.tile().children()[1]).source() == "/none/tile.png");
-    CHECK(dynamic_cast<Trellis::ImageWidget&>(*area.tile().children()[0]).source().isEmpty());
-    CHECK(area.host.frameUntil([] { return !TestSupport::loggedLines().empty(); }));
-}
-
-TEST_CASE("tile: what concerns an item without a tile is ignored")
-{
-    Area area;
-    EventLog log;
-    listenToAll(log, *area.widget);
-    area.widget->itemRemoved(5);
-    area.widget->previewReady(5, "/x");
-    area.widget->updateStatus(5, ItemStatus::Failed);
-    CHECK(log.lines.empty());
-    CHECK(area.tiles().empty());
-}
-
-TEST_CASE("tile: let go of inside the area it returns to its styled place")
-{
-    Area area;
-    area.addItem();
-    auto& tile = area.tile();
-    tile.setSize({90.f, 90.f});
-    const auto styled = tile.location();
-    tile.setLocation({200.f, 100.f});
-    EventLog log;
-    listenToAll(log, *area.widget);
-    tile.eventSend("interaction-end");
-    CHECK_FALSE(tile.attribute("location")->hasValue(Facet::kUserLayer));
-    CHECK(tile.location() == styled);
-    CHECK_FALSE(tile.isMoving());
-    CHECK(area.contents->items().size() == 1);
-    CHECK(log.lines.empty());
-}
-
-TEST_CASE("tile: let go of outside the area it takes its item with it")
-{
-    Area area;
-    const long id = area.addItem();
-    auto& tile = area.tile();
-    tile.setSize({90.f, 90.f});
-    tile.setLocation({700.f, 100.f});
-    EventLog log;
-    listenToAll(log, *area.widget);
-    area.widget->eventAddListener("before-remove-item", [&] { CHECK(area.contents->items().count(id) == 1); });
-    tile.eventSend("interaction-end");
-    CHECK(area.contents->items().empty());
-    CHECK(log.lines == Strings{line("before-remove-item", id), "empty 1", "content-changed", "widget-removed 77"});
-}
-
-TEST_CASE("tile: one that is fading out is let go of without effect")
-{
-    Area area;
-    const long id = area.addItem();
-    const long other = area.addItem();
-    const Bedrock::IntrusivePtr<Trellis::Widget> tile(&area.tile());
-    tile->setSize({90.f, 90.f});
-    tile->setLocation({700.f, 100.f});
-    area.contents->removeItem(id);
-    EventLog log;
-    listenToAll(log, *area.widget);
-    tile->eventSend("interaction-end");
-    CHECK(log.lines.empty());
-    CHECK(area.contents->items().count(other) == 1);
-}
-
-TEST_CASE("tile: a finger drags it out of the area, and back inside it returns")
-{
-    Area area;
-    area.host.style(".container { width: 90px; height: 90px; movable: true }");
-    area.addItem();
-    area.host.frame(1.0);
-    const auto centre = [&] { return area.tile().mapToScene(area.tile().size() * 0.5f); };
-    const auto styled = area.tile().location();
-
-    area.host.dragAndDrop(1, centre(), {850.f, 550.f});
-    REQUIRE(area.contents->items().size() == 1);
-    CHECK(area.tile().location() == styled);
-
-    area.host.dragAndDrop(1, centre(), {1500.f, 900.f});
-    CHECK(area.contents->items().empty());
-    area.host.frames(3, 0.2);
-    CHECK(area.tiles().empty());
-}
-
 TEST_CASE("remove: a single item is announced before it leaves the contents, all items are not")
 {
     Area area;
@@ -628,6 +486,19 @@ TEST_CASE("content widget: the whole space counts as the drop area")
     area.widget->removeFromParent();
     CHECK_FALSE(area.widget->isInside({10.f, -40.f}));
     CHECK(area.widget->isInside({10.f, 10.f}));
+}
+
+TEST_CASE("content widget: the whole space counts as the drop area also where both are turned")
+{
+    Area area;
+    turnByQuarters(area);
+    CHECK(area.widget->isInside({10.f, 20.f}));
+    CHECK(area.widget->isInside({200.f, -50.f})); // (350, 200) of the space
+    CHECK_FALSE(area.widget->isInside({350.f, 20.f}));
+    CHECK_FALSE(area.widget->isInside({-50.f, 100.f}));
+    area.widget->setScale(0.5f);
+    CHECK(area.widget->isInside({590.f, 20.f})); // (290, 295) of the space
+    CHECK_FALSE(area.widget->isInside({610.f, 20.f}));
 }
 
 TEST_CASE("content widget: two of one card show the same items")
