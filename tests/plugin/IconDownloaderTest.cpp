@@ -4,11 +4,13 @@
 #include "ImageServer.hpp"
 #include "TemporaryFolder.hpp"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QImage>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <QPointer>
 
 #include <doctest/doctest.h>
 
@@ -86,6 +88,23 @@ TEST_CASE("icon path: the folder is made when it is missing, each time")
     REQUIRE(icons.removeRecursively());
     (void)downloader->iconPath(QUrl("http://h/a"));
     CHECK(icons.exists());
+}
+
+TEST_CASE("icon path: where the folder cannot be made the paths are the same, and pictures are fetched although none is stored")
+{
+    const TemporaryFolder folder;
+    QFile inTheWay(folder.path() + "/tavola-user-page-icons");
+    REQUIRE(inTheWay.open(QIODevice::WriteOnly));
+    inTheWay.write("a file");
+    inTheWay.close();
+    ImageServer server;
+    server.serve("/qr.png", ImageServer::png(3, 3));
+    const auto downloader = IconDownloader::instance();
+    CHECK(downloader->iconPath(QUrl("http://example.org/qr.svg")) == pathIn(folder, "ba1ec7a166effc3879199322f86bd933.svg"));
+    auto future = downloader->getUserIcon(server.url("/qr.png"));
+    REQUIRE(pumpUntil([&] { return future.isReady(); }));
+    CHECK(std::move(future).get() == downloader->iconPath(server.url("/qr.png")));
+    CHECK(inTheWay.size() == 6);
 }
 
 TEST_CASE("icon downloader: a picture is fetched once, stored, and its path told")
@@ -169,6 +188,42 @@ TEST_CASE("icon downloader: a second request for an address under way throws, th
     REQUIRE(pumpUntil([&] { return first.isReady(); }));
     CHECK(QFile::exists(std::move(first).get()));
     CHECK(server.requests().size() == 1);
+}
+
+TEST_CASE("icon downloader: an address under way stays taken, also when a file of its picture appears meanwhile")
+{
+    const TemporaryFolder folder;
+    ImageServer server;
+    server.hold("/qr.png");
+    const auto downloader = IconDownloader::instance();
+    const auto first = downloader->getUserIcon(server.url("/qr.png"));
+    QFile file(downloader->iconPath(server.url("/qr.png")));
+    REQUIRE(file.open(QIODevice::WriteOnly));
+    file.write(ImageServer::png(3, 3));
+    file.close();
+    CHECK_THROWS_WITH_AS((void)downloader->getUserIcon(server.url("/qr.png")), "Future already retrieved", std::logic_error);
+    CHECK_FALSE(first.isReady());
+}
+
+TEST_CASE("icon downloader: the network's replies are left to the network, for whoever else looks at them")
+{
+    const TemporaryFolder folder;
+    ImageServer server;
+    const auto downloader = IconDownloader::instance();
+    SUBCASE("a picture") { server.serve("/qr.png", ImageServer::png(3, 3)); }
+    SUBCASE("no picture") { server.serve("/qr.png", "<html>no picture</html>"); }
+    SUBCASE("an error")
+    {
+        server.serveRaw("/qr.png", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+    }
+    const FinishedCounter finished(*downloader);
+    const auto future = downloader->getUserIcon(server.url("/qr.png"));
+    const auto replies = downloader->findChildren<QNetworkReply*>();
+    REQUIRE(replies.size() == 1);
+    const QPointer<QNetworkReply> reply(replies.front());
+    REQUIRE(pumpUntil([&] { return finished.count() == 1; }));
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    CHECK(reply);
 }
 
 TEST_CASE("icon downloader: addresses are fetched side by side")

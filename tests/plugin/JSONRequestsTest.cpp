@@ -142,6 +142,14 @@ TEST_CASE("uploadable: a web address without a scheme is sent with one")
     CHECK(item.kind == "url");
 }
 
+TEST_CASE("uploadable: an address is sent as people read it, with its blanks and umlauts")
+{
+    CHECK(parse({"www.example.org/a b"}).value == "http://www.example.org/a b");
+    CHECK(parse({"https://example.org/a%20b"}).value == "https://example.org/a b");
+    CHECK(parse({QString::fromUtf8("www.example.org/gr\u00fc\u00dfe")}).value
+          == QString::fromUtf8("http://www.example.org/gr\u00fc\u00dfe"));
+}
+
 TEST_CASE("uploadable: what is no address stays as it is, under url")
 {
     const auto item = parse({"x y"});

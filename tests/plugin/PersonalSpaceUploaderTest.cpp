@@ -281,6 +281,39 @@ TEST_CASE("uploader: a confirmed delete makes an item that is still there Ready 
     CHECK(space.status(id) == ItemStatus::Ready);
 }
 
+TEST_CASE("uploader: the text true confirms a delete as well as the value does")
+{
+    Space space;
+    const long id = space.addItem("http://a", ItemStatus::Uploaded);
+    space.uploader.removeItem(id);
+    space.answer(0, {{"success", "true"}});
+    CHECK(space.status(id) == ItemStatus::Ready);
+}
+
+TEST_CASE("uploader: a delete that another thread confirms is stored on the main thread, after a frame's update")
+{
+    Space space;
+    const long id = space.addItem("http://a", ItemStatus::Uploaded);
+    space.uploader.removeItem(id);
+    std::thread::id thread;
+    space.contents->eventAddListener("item-status-changed", [&] { thread = std::this_thread::get_id(); });
+    space.host.mediaServer().answerFromThread(0, kYes);
+    CHECK(space.status(id) == ItemStatus::Uploaded);
+    space.host.frame();
+    CHECK(space.status(id) == ItemStatus::Ready);
+    CHECK(thread == std::this_thread::get_id());
+}
+
+TEST_CASE("uploader: a delete that is refused at once is logged with the frame, not inside the call")
+{
+    Space space;
+    space.host.mediaServer().script = [](const QJsonObject&) { return kNo; };
+    space.uploader.removeItem(space.addItem("http://a", ItemStatus::Uploaded));
+    CHECK(TestSupport::loggedLines().empty());
+    expectWarning(kDeleteFailed + kNoText);
+    space.host.frame();
+}
+
 TEST_CASE("uploader: a delete that the server refuses is logged and changes nothing")
 {
     Space space;
@@ -362,6 +395,48 @@ TEST_CASE("uploader: the page is stored first, its QR picture when it is there")
     CHECK(log.lines.size() == 2);
 }
 
+TEST_CASE("uploader: the text true gives a page as well as the value does")
+{
+    const PluginTest::TemporaryFolder folder;
+    Space space;
+    ImageServer images;
+    images.hold("/qr.png");
+    space.uploader.updateUserPage();
+    space.answer(0, {{"success", "true"}, {"userpageurl", "http://pages/p/1"}, {"qrcodeurl", images.url("/qr.png").toString()}});
+    CHECK(space.contents->userPage().url == "http://pages/p/1");
+}
+
+TEST_CASE("uploader: a page begins without a picture, whatever the page before had")
+{
+    const PluginTest::TemporaryFolder folder;
+    Space space;
+    ImageServer images;
+    images.hold("/qr.png");
+    SUBCASE("another page") { space.contents->setUserPage({"http://pages/p/1", "/one.png"}); }
+    SUBCASE("the same page again") { space.contents->setUserPage({"http://pages/p/2", "/two.png"}); }
+    space.uploader.updateUserPage();
+    space.answer(0, {{"success", true}, {"userpageurl", "http://pages/p/2"}, {"qrcodeurl", images.url("/qr.png").toString()}});
+    CHECK(space.contents->userPage().url == "http://pages/p/2");
+    CHECK(space.contents->userPage().qrIcon.isEmpty());
+}
+
+TEST_CASE("uploader: a success without a page's address is an empty page, and its picture is asked for all the same")
+{
+    const PluginTest::TemporaryFolder folder;
+    Space space;
+    ImageServer images;
+    images.serve("/qr.png", ImageServer::png(7, 7));
+    space.contents->setUserPage({"http://old", "/old.png"});
+    space.uploader.updateUserPage();
+    space.answer(0, {{"success", true}, {"qrcodeurl", images.url("/qr.png").toString()}});
+    CHECK(space.contents->userPage().url.isEmpty());
+    CHECK(space.contents->userPage().qrIcon.isEmpty());
+    REQUIRE(space.host.frameUntil([&] { return !space.contents->userPage().qrIcon.isEmpty(); }));
+    CHECK(QFile::exists(space.contents->userPage().qrIcon));
+    CHECK(space.contents->userPage().url.isEmpty());
+    CHECK(images.requests() == std::vector<QString>{"/qr.png"});
+}
+
 TEST_CASE("uploader: a refused page is an empty page that keeps the items")
 {
     Space space;
@@ -412,6 +487,22 @@ TEST_CASE("uploader: a QR picture that cannot be had leaves the page without one
     CHECK(logged);
     CHECK(space.contents->userPage().url == "http://pages/p/1");
     CHECK(space.contents->userPage().qrIcon.isEmpty());
+}
+
+TEST_CASE("uploader: a QR address without a scheme is asked for with one, and logged as the server wrote it")
+{
+    const PluginTest::TemporaryFolder folder;
+    Space space;
+    ImageServer images;
+    images.serveRaw("/qr.png", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+    const std::string asked = images.url("/qr.png").toString().toStdString();
+    const std::string written = asked.substr(std::string("http://").size());
+    space.uploader.updateUserPage();
+    expectWarning("PersonalSpaceUploader # Failed to download QR icon for marker " + std::to_string(space.code) + " from " + written
+                  + " : Error transferring " + asked + " - server replied: Not Found");
+    space.answer(0, {{"success", true}, {"userpageurl", "http://pages/p/1"}, {"qrcodeurl", QString::fromStdString(written)}});
+    CHECK(space.host.frameUntil([] { return !TestSupport::loggedLines().empty(); }));
+    CHECK(images.requests() == std::vector<QString>{"/qr.png"});
 }
 
 TEST_CASE("uploader: an answer without a QR address keeps the page and logs the missing picture")
