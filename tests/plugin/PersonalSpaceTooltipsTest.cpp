@@ -1,6 +1,7 @@
 #include "LogCapture.hpp"
 #include "PersonalSpaceFixture.hpp"
 
+#include <Cascara/LazyAttributeManager.hpp>
 #include <Trellis/FadeAnimator.hpp>
 
 #include <doctest/doctest.h>
@@ -115,14 +116,37 @@ TEST_CASE("tooltip: the address is explained where the text was tapped")
 
 TEST_CASE("tooltip: its place is set in one change")
 {
-    Help help;
-    int changes = 0;
-    help.widget->eventAddListener("stylable-widget-added", [&] {
-        help.tooltip().attribute("location")->addListener([&] { ++changes; });
+    // The style sheet gives each tooltip an attribute that watches its place from before it is placed.
+    std::vector<Vecta::Vector2f> places;
+    const Cascara::LazyAttributeManager::Registrant watcher("watched-place", [&](Cascara::Styleable& styleable, const QByteArray& name) {
+        auto& tooltip = dynamic_cast<TooltipWidget&>(styleable);
+        tooltip.attribute("location")->addListener([&] { places.push_back(tooltip.location()); });
+        return std::make_unique<Facet::AttributeT<float>>(&tooltip, name);
     });
-    help.tapInfo({30.f, 10.f});
-    CHECK(changes == 0); // it is placed before it is announced
-    CHECK(help.tooltip().location() == Vecta::Vector2f{130.f, 60.f});
+    Help help;
+    help.host.style("TooltipWidget.help, TooltipWidget.email { watched-place: 1 }");
+    SUBCASE("help")
+    {
+        help.tapHelp();
+        CHECK(places == std::vector<Vecta::Vector2f>{{320.f, 210.f}});
+    }
+    SUBCASE("email")
+    {
+        help.tapInfo({30.f, 10.f});
+        CHECK(places == std::vector<Vecta::Vector2f>{{130.f, 60.f}});
+    }
+}
+
+TEST_CASE("tooltip: it comes to the top of the space, not the space to the top of the table")
+{
+    Help help;
+    const Bedrock::IntrusivePtr<Trellis::Widget> above(new Trellis::Widget(&help.host.mainWidget()));
+    const auto layers = help.host.mainWidget().parent()->children();
+    REQUIRE(layers.back() != &help.host.mainWidget());
+    help.tapHelp();
+    CHECK(help.widget->children().back() == &help.tooltip());
+    CHECK(help.host.mainWidget().children().back() == above);
+    CHECK(help.host.mainWidget().parent()->children() == layers);
 }
 
 TEST_CASE("tooltip: a finger on the help button opens it there, a second one closes it")
@@ -388,6 +412,19 @@ TEST_CASE("idle: without touches it starts to fade out five seconds after it ope
     help.pass(0.4);
     CHECK(help.tooltips().size() == 1);
     help.pass(0.15);
+    CHECK(help.tooltips().empty());
+}
+
+TEST_CASE("idle: an idle time that is shorter than the fade starts one fade, which comes to its end")
+{
+    Help help;
+    help.timeout().setValue(0.2f);
+    help.tapHelp();
+    help.pass(0.25);
+    CHECK(help.isFadingOut());
+    help.pass(0.4);
+    CHECK(help.tooltips().size() == 1);
+    help.pass(0.1);
     CHECK(help.tooltips().empty());
 }
 
