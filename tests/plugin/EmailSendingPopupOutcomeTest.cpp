@@ -57,6 +57,42 @@ TEST_CASE("outcome: an answer from another thread is shown in the next frame")
     CHECK(classesOf(*mail.widget) == Strings{"email-successful"});
 }
 
+TEST_CASE("outcome: it shows, and a failure is in the log, by the time it is counted")
+{
+    Mail mail;
+    mail.send();
+    Strings shown;
+    std::size_t logged = 0;
+    const auto before = Tavola::DataGathering::setSink([&](const Tavola::DataGathering::Event&) {
+        shown = classesOf(*mail.widget);
+        logged = TestSupport::loggedLines().size();
+    });
+    SUBCASE("success")
+    {
+        mail.service->answer(0, {true, {}});
+        mail.host.frame();
+        CHECK(shown == Strings{"email-successful"});
+        CHECK(logged == 0);
+    }
+    SUBCASE("a refusal")
+    {
+        expectSendFailure("no");
+        mail.service->answer(0, {false, "no"});
+        mail.host.frame();
+        CHECK(shown == Strings{"email-failed"});
+        CHECK(logged == 2);
+    }
+    SUBCASE("an exception")
+    {
+        expectSendFailure("no");
+        mail.service->fail(0, "no");
+        mail.host.frame();
+        CHECK(shown == Strings{"email-failed"});
+        CHECK(logged == 2);
+    }
+    (void)Tavola::DataGathering::setSink(before);
+}
+
 TEST_CASE("failure: a refused mail is logged as an error and as a warning, shown and counted")
 {
     Mail mail;

@@ -227,6 +227,22 @@ TEST_CASE("confirming: a styled text without a place for the address is shown as
     CHECK(mail.info().text() == "Send it? 100 %");
 }
 
+TEST_CASE("confirming: between the waiting view and the sending view the information is the plain one, of no view")
+{
+    Mail mail;
+    mail.email(true);
+    mail.giveFiles();
+    Strings views;
+    mail.info().attribute("text")->addListener([&] {
+        std::string view = mail.info().text().toStdString() + ":";
+        for (const auto& name : classesOf(*mail.widget))
+            view += " " + name;
+        views.push_back(view);
+    });
+    mail.tapSend();
+    CHECK(views == Strings{"Mail:", "On its way: sending-email"});
+}
+
 TEST_CASE("confirming: files that arrive first wait for the tap")
 {
     Mail mail;

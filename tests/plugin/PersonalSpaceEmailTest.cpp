@@ -228,6 +228,24 @@ TEST_CASE("success: the outcome is added beside the sending view, the space is e
     CHECK(analyticsOf(mail.host) == Strings{widgetInEmail(71, "Ann", "ann@example.org"), emailSent("Ann", "ann@example.org")});
 }
 
+TEST_CASE("success: the media server keeps what was sent, although the space is emptied")
+{
+    Mail mail;
+    mail.mode().setValue(OpenSpace::Mode::Upload);
+    PersonalSpaceContents::Item item;
+    item.files.sources = QList<QString>{"http://one"};
+    item.status = PersonalSpaceContents::ItemStatus::Uploaded;
+    mail.contents->addItem(item);
+    int announced = 0;
+    mail.widget->findByType("PersonalSpaceContentWidget")->eventAddListener("before-remove-item", [&] { ++announced; });
+    mail.tapEnvelope();
+    mail.service->answer(0, {true, {}});
+    mail.host.frame();
+    CHECK(mail.contents->items().empty());
+    CHECK(announced == 0);
+    CHECK(mail.host.mediaServer().commands("deleteitem").empty());
+}
+
 TEST_CASE("success: an error text beside it is not counted")
 {
     Mail mail;
