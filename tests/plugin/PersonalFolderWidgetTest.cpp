@@ -80,6 +80,21 @@ TEST_CASE("folder: items open above what stands on the table")
     CHECK(children[2].get() == &table.item("a"));
 }
 
+TEST_CASE("folder: what opens comes to the top of its layer, not the layer to the top of the table")
+{
+    Table table;
+    const auto layers = table.host.mainWidget().parent()->children();
+    REQUIRE(layers.back() != &table.host.mainWidget());
+    table.addItem(FolderHost::kRelative, "r");
+    table.addItem(FolderHost::kAbsolute, "a");
+    table.addMenu(FolderHost::kRelative);
+    table.down();
+    REQUIRE(table.items().size() == 2);
+    CHECK(table.host.mainWidget().parent()->children() == layers);
+    table.finishOpening();
+    CHECK(table.host.mainWidget().parent()->children() == layers);
+}
+
 TEST_CASE("folder: an item has its opening before its tracker, and is no temporary content before it is tracked")
 {
     Table table;
@@ -494,4 +509,77 @@ TEST_CASE("menu: under a turned and scaled main widget it opens at the card")
     table.down();
     table.finishOpening();
     CHECK(near(table.seenCentre(table.nodeOf(*table.menus()[0])), kCard, 1.f));
+}
+
+TEST_CASE("menu: what styles say of personal menus counts for the node that it opens with")
+{
+    Table table;
+    table.host.style(".personal-menu { menu-style: list }");
+    table.addMenu(FolderHost::kRelative);
+    table.down();
+    const auto& node = table.nodeOf(*table.menus()[0]);
+    CHECK(node.hasCSSClass("list"));
+    CHECK_FALSE(node.hasCSSClass("ring"));
+}
+
+TEST_CASE("menu: the node of a following menu has the card's rotation and the folder's offset, in degrees")
+{
+    Table table(0.25f);
+    table.set("follow-marker", true);
+    table.addMenu(FolderHost::kRelative);
+    table.addMenu(FolderHost::kAbsolute);
+    double offset = PluginTest::kPi / 2;
+    SUBCASE("90 at first") {}
+    SUBCASE("as styled")
+    {
+        table.host.style("PersonalFolderWidget { rotation-offset: -45 }");
+        table.folder->updateStyle();
+        offset = -PluginTest::kPi / 4;
+    }
+    SUBCASE("in reverse mode too")
+    {
+        table.set("reverse-mode", true);
+        table.up();
+    }
+    if (table.menus().empty())
+        table.down();
+    REQUIRE(table.menus().size() == 2);
+    for (const auto* menu : table.menus()) {
+        CHECK(sameDirection(table.nodeOf(*menu).rotation(), 0.25 + offset));
+        CHECK(menu->rotation() == 0.f);
+    }
+    table.finishOpening();
+    for (const auto* menu : table.menus()) {
+        CHECK(sameDirection(table.nodeOf(*menu).rotation(), 0.25 + offset));
+        CHECK(near(table.seenCentre(table.nodeOf(*menu)), kCard, 1.f));
+    }
+}
+
+TEST_CASE("menu: the node of a menu that does not follow stands upright")
+{
+    Table table(0.25f);
+    table.addMenu(FolderHost::kRelative);
+    table.down();
+    CHECK(table.nodeOf(*table.menus()[0]).rotation() == 0.f);
+    table.finishOpening();
+    CHECK(table.nodeOf(*table.menus()[0]).rotation() == 0.f);
+}
+
+TEST_CASE("menu: in reverse mode its node is the visitors' to move, and is marked so; the menu around it is not")
+{
+    Table table;
+    table.addMenu(FolderHost::kRelative);
+    bool reverse = false;
+    SUBCASE("in reverse mode")
+    {
+        reverse = true;
+        table.set("reverse-mode", true);
+        table.up();
+    }
+    SUBCASE("outside it") { table.down(); }
+    REQUIRE(table.menus().size() == 1);
+    CHECK(table.nodeOf(*table.menus()[0]).hasCSSClass("manual-control") == reverse);
+    CHECK_FALSE(table.menus()[0]->hasCSSClass("manual-control"));
+    table.finishOpening();
+    CHECK(table.nodeOf(*table.menus()[0]).hasCSSClass("manual-control") == reverse);
 }
