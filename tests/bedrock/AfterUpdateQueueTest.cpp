@@ -108,32 +108,12 @@ TEST_CASE("after-update queue: an empty function is not queued")
     CHECK(queue.isEmpty());
 }
 
-TEST_CASE("after-update queue: the wake-up is called when the queue becomes non-empty")
-{
-    AfterUpdateQueue queue;
-    int wakeUps = 0;
-    queue.setWakeUp([&] { ++wakeUps; });
-    queue.add([] {});
-    queue.add([] {});
-    CHECK(wakeUps == 1);
-    queue.drain();
-    CHECK(wakeUps == 1);
-    queue.add([] {});
-    CHECK(wakeUps == 2);
-    queue.drain();
-    queue.setWakeUp(nullptr);
-    queue.add([] {});
-    CHECK(wakeUps == 2);
-}
-
 TEST_CASE("after-update queue: functions of several threads all run, each thread's in its own order")
 {
     AfterUpdateQueue queue;
     constexpr int kThreads = 4;
     constexpr int kEach = 500;
     std::vector<std::vector<int>> seen(kThreads);
-    std::atomic<int> wakeUps{0};
-    queue.setWakeUp([&] { ++wakeUps; });
     std::atomic<int> done{0};
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t) {
@@ -150,7 +130,6 @@ TEST_CASE("after-update queue: functions of several threads all run, each thread
         thread.join();
     ran += queue.drain();
     CHECK(ran == kThreads * kEach);
-    CHECK(wakeUps >= 1);
     for (const std::vector<int>& numbers : seen) {
         REQUIRE(numbers.size() == kEach);
         for (int i = 0; i < kEach; ++i)

@@ -1,6 +1,5 @@
 #include <Bedrock/Color.hpp>
 
-#include <QColor>
 #include <QString>
 
 #include <doctest/doctest.h>
@@ -24,7 +23,10 @@ TEST_CASE("color: hexadecimal notations are read with alpha last")
         CAPTURE(row.text);
         const auto color = Color::parse(QString::fromLatin1(row.text));
         REQUIRE(color.has_value());
-        CHECK(color->toQColor() == QColor(row.red, row.green, row.blue, row.alpha));
+        CHECK(color->red * 255.f == doctest::Approx(row.red));
+        CHECK(color->green * 255.f == doctest::Approx(row.green));
+        CHECK(color->blue * 255.f == doctest::Approx(row.blue));
+        CHECK(color->alpha * 255.f == doctest::Approx(row.alpha));
     }
 }
 
@@ -47,8 +49,6 @@ TEST_CASE("color: premultiplied multiplies the components by alpha")
     CHECK(premultiplied.green == doctest::Approx(128.0 / 255.0 * 170.0 / 255.0));
     CHECK(premultiplied.blue == 0.f);
     CHECK(premultiplied.alpha == doctest::Approx(170.0 / 255.0));
-    CHECK(color.withAlpha(0.5f).alpha == 0.5f);
-    CHECK(color.withAlpha(0.5f).red == color.red);
 }
 
 TEST_CASE("color: a color written as text reads back the same")
@@ -60,8 +60,7 @@ TEST_CASE("color: a color written as text reads back the same")
     }
 }
 
-TEST_CASE("color: components outside 0..1 are cut when converted")
+TEST_CASE("color: components outside 0..1 are cut when written")
 {
-    CHECK((Color{2.f, -1.f, 0.f, 1.f}).toQColor() == QColor(255, 0, 0));
     CHECK((Color{2.f, -1.f, 0.f, 1.f}).toString() == QStringLiteral("#FF0000"));
 }

@@ -17,10 +17,6 @@ struct AfterUpdateQueue::Private
     std::deque<std::function<void()>> functions;
     /// Running number of the function at the front; drain() runs up to a number and no further, whatever is added or cleared meanwhile.
     std::uint64_t frontNumber = 0;
-
-    /// Held while the wake-up runs, so that a replaced one is over when setWakeUp() returns.
-    std::mutex wakeUpMutex;
-    std::function<void()> wakeUp;
 };
 
 AfterUpdateQueue& AfterUpdateQueue::instance()
@@ -42,17 +38,8 @@ void AfterUpdateQueue::add(std::function<void()> function)
         Arrivals::instance().deliver(ticket, [this, queued = std::move(function)]() mutable { add(std::move(queued)); });
         return;
     }
-    bool wasEmpty = false;
-    {
-        const std::lock_guard<std::mutex> guard(d->mutex);
-        wasEmpty = d->functions.empty();
-        d->functions.push_back(std::move(function));
-    }
-    if (!wasEmpty)
-        return;
-    const std::lock_guard<std::mutex> guard(d->wakeUpMutex);
-    if (d->wakeUp)
-        d->wakeUp();
+    const std::lock_guard<std::mutex> guard(d->mutex);
+    d->functions.push_back(std::move(function));
 }
 
 int AfterUpdateQueue::drain()
@@ -92,11 +79,5 @@ bool AfterUpdateQueue::isEmpty() const
 {
     const std::lock_guard<std::mutex> guard(d->mutex);
     return d->functions.empty();
-}
-
-void AfterUpdateQueue::setWakeUp(std::function<void()> wakeUp)
-{
-    const std::lock_guard<std::mutex> guard(d->wakeUpMutex);
-    d->wakeUp = std::move(wakeUp);
 }
 }

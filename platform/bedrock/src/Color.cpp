@@ -1,6 +1,5 @@
 #include "Bedrock/Color.hpp"
 
-#include <QColor>
 #include <QString>
 
 #include <algorithm>
@@ -82,11 +81,6 @@ std::optional<Color> Color::parse(const QString& text)
 Color Color::fromString(const QString& text)
 {
     return parse(text).value_or(Color{});
-}
-
-QColor Color::toQColor() const
-{
-    return QColor(toByte(red), toByte(green), toByte(blue), toByte(alpha));
 }
 
 QString Color::toString() const

@@ -30,9 +30,6 @@ public:
     /// functions live in.
     void clear();
     [[nodiscard]] bool isEmpty() const;
-    /// Called (on the adding thread) whenever the queue becomes non-empty, to wake a sleeping loop; it must not
-    /// use this queue. Null to remove. When this returns, the one before is over and is not called again.
-    void setWakeUp(std::function<void()> wakeUp);
 
 private:
     struct Private;

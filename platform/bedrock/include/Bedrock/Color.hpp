@@ -5,7 +5,6 @@
 #include <optional>
 
 class QString;
-class QColor;
 
 namespace Bedrock
 {
@@ -25,8 +24,6 @@ struct TAVOLA_EXPORT Color
 
     /// Red, green and blue multiplied by alpha.
     [[nodiscard]] Color premultiplied() const noexcept { return {red * alpha, green * alpha, blue * alpha, alpha}; }
-    [[nodiscard]] Color withAlpha(float newAlpha) const noexcept { return {red, green, blue, newAlpha}; }
-    [[nodiscard]] QColor toQColor() const;
     /// "#RRGGBB", or "#RRGGBBAA" when not opaque.
     [[nodiscard]] QString toString() const;
 
