@@ -83,6 +83,30 @@ TEST_CASE("pickup: unknown cards inside the detector go to the host's own detect
     CHECK(second->codes.empty());
 }
 
+TEST_CASE("pickup: only what stands in the host's own overlay counts as the host's detector")
+{
+    FolderHost table;
+    auto& ui = table.host.ui();
+    std::vector<Bedrock::IntrusivePtr<HostDetector>> others;
+    for (auto* layer : {ui.background().get(), ui.mainWidget().get(), ui.overlayWidget().get(), table.host.app().mainLayer().get()})
+        others.emplace_back(new HostDetector(layer));
+    const auto id = table.putDown(newCode(), kCard);
+    REQUIRE(table.holder(id) == ui.background().get());
+    Trellis::Widget* expected = ui.background().get();
+    Bedrock::IntrusivePtr<HostDetector> own;
+    SUBCASE("there is none: the card stays on the background") {}
+    SUBCASE("there is one beside others")
+    {
+        own = new HostDetector(ui.internalOverlayWidget().get());
+        expected = own.get();
+    }
+    table.addDetector();
+    table.host.frame();
+    CHECK(table.holder(id) == expected);
+    for (const auto& other : others)
+        CHECK(other->codes.empty());
+}
+
 TEST_CASE("pickup: the detector that the host brings takes an unknown card and marks it, and lets it go when it is lifted")
 {
     FolderHost table;
@@ -95,9 +119,10 @@ TEST_CASE("pickup: the detector that the host brings takes an unknown card and m
     table.host.frame();
     CHECK(table.holder(unknown) == hostDetector.get());
     CHECK(table.holder(known) == table.detector.get());
-    CHECK(hostDetector->markerCount() == 1);
+    CHECK(hostDetector->children().size() == 1);
+    CHECK(hostDetector->isUpdating());
     table.lift(unknown);
-    CHECK(hostDetector->markerCount() == 0);
+    CHECK_FALSE(hostDetector->isUpdating());
     CHECK(table.spaces().empty());
 }
 

@@ -95,14 +95,6 @@ std::shared_ptr<Package> Package::fromJson(const QJsonObject& json, const QStrin
     return package;
 }
 
-QStringList Package::componentNames() const
-{
-    QStringList names;
-    for (const auto& entry : m_components)
-        names.append(entry.first);
-    return names;
-}
-
 std::shared_ptr<ComponentDefinition> Package::component(const QString& name) const
 {
     const auto found = m_components.find(name);

@@ -12,7 +12,6 @@
 #include <functional>
 #include <list>
 #include <memory>
-#include <mutex>
 
 namespace Poppler
 {

@@ -60,7 +60,6 @@ public:
 
     /// The components in a slot, in order; none for an unknown slot.
     [[nodiscard]] std::vector<std::shared_ptr<Component>> assignments(const QByteArray& slot) const;
-    [[nodiscard]] const std::vector<Slot>& slotList() const noexcept { return m_slots; }
     /// Puts a component at the end of a slot (takes it out again); living instances are told.
     void assign(const QByteArray& slot, std::shared_ptr<Component> component);
     void unassign(const QByteArray& slot, const std::shared_ptr<Component>& component);

@@ -16,9 +16,6 @@ public:
     explicit MarkerDetectorWidget(Trellis::Widget* parent = nullptr);
     ~MarkerDetectorWidget() override;
 
-    /// Number of cards it holds.
-    [[nodiscard]] std::size_t markerCount() const noexcept { return m_marks.size(); }
-
     void markerDown(Tactile::Marker marker, Trellis::GrabManager& grabManager) override;
     void markerUp(Tactile::Marker marker, Trellis::GrabManager& grabManager) override;
     void update(const Trellis::FrameInfo& frame) override;

@@ -4,7 +4,6 @@
 #include <Tavola/Schema.hpp>
 
 #include <QString>
-#include <QStringList>
 
 #include <map>
 #include <memory>
@@ -40,7 +39,6 @@ public:
     [[nodiscard]] static std::shared_ptr<Package> fromJson(const QJsonObject& json, const QString& fileName);
 
     [[nodiscard]] const QString& name() const noexcept { return m_name; }
-    [[nodiscard]] QStringList componentNames() const;
     /// Null for a component that this package does not declare.
     [[nodiscard]] std::shared_ptr<ComponentDefinition> component(const QString& name) const;
 
