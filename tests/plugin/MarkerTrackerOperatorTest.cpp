@@ -148,24 +148,28 @@ TEST_CASE("tracker: an item that a visitor has put elsewhere follows from there"
 TEST_CASE("tracker: while the card lies still nothing is changed and nothing is drawn")
 {
     TrackerTable table(0.37f);
-    // Angles and scales that no float holds exactly: what is computed again and again would creep.
+    // Angles and scales that no float holds exactly. What is computed anew from them creeps in the first frames, until it has
+    // found numbers that come out as they went in: so this looks from the first frame on, and at many places.
     table.host.mainWidget().setScale(0.7f);
     table.host.mainWidget().setRotation(0.61f);
     table.item->setScale(1.3f);
     table.track();
-    table.moveCard({611.3f, 397.9f}, 0.83);
-    table.host.frames(2);
-    (void)table.host.app().takeDamage();
-    const auto location = table.item->location();
-    const auto rotation = table.item->rotation();
     int changes = 0;
     for (const char* name : {"location", "rotation"})
         table.item->attribute(name)->addListener([&changes] { ++changes; });
-    table.host.frames(200);
-    CHECK(changes == 0);
-    CHECK(table.item->location() == location);
-    CHECK(table.item->rotation() == rotation);
-    CHECK(table.host.app().takeDamage().isEmpty());
+    for (int place = 0; place < 20; ++place) {
+        CAPTURE(place);
+        table.moveCard(Vector2f(611.3f, 397.9f) + Vector2f(13.7f, -7.3f) * float(place), 0.83 + 0.29 * place);
+        (void)table.host.app().takeDamage();
+        const auto location = table.item->location();
+        const auto rotation = table.item->rotation();
+        changes = 0;
+        table.host.frames(10);
+        CHECK(changes == 0);
+        CHECK(table.item->location() == location);
+        CHECK(table.item->rotation() == rotation);
+        CHECK(table.host.app().takeDamage().isEmpty());
+    }
 }
 
 TEST_CASE("tracker: an item that does not follow is neither turned at the start nor moved")

@@ -511,10 +511,10 @@ TEST_CASE("menu: under a turned and scaled main widget it opens at the card")
     CHECK(near(table.seenCentre(table.nodeOf(*table.menus()[0])), kCard, 1.f));
 }
 
-TEST_CASE("menu: what styles say of personal menus counts for the node that it opens with")
+TEST_CASE("menu: what styles say of personal menus on the table counts for the node that it opens with")
 {
     Table table;
-    table.host.style(".personal-menu { menu-style: list }");
+    table.host.style("* > .personal-menu { menu-style: list }");
     table.addMenu(FolderHost::kRelative);
     table.down();
     const auto& node = table.nodeOf(*table.menus()[0]);
