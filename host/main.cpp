@@ -1,13 +1,13 @@
-#include "MailCommand.hpp"
-#include "PeopleCommand.hpp"
-#include "Presentation.hpp"
-#include "RunLoop.hpp"
-#include "RunOptions.hpp"
-#include "Table.hpp"
-#include "TableInput.hpp"
-#include "TableLog.hpp"
-#include "TableWindow.hpp"
+#include "commands/MailCommand.hpp"
+#include "commands/PeopleCommand.hpp"
+#include "commands/RunOptions.hpp"
+#include "input/TableInput.hpp"
 #include "inspector/Inspector.hpp"
+#include "presentation/Presentation.hpp"
+#include "table/RunLoop.hpp"
+#include "table/Table.hpp"
+#include "table/TableLog.hpp"
+#include "window/TableWindow.hpp"
 
 #include <Trellis/Application.hpp>
 

@@ -1,8 +1,8 @@
 #include "Inspector.hpp"
 
-#include "../TableLog.hpp"
 #include "GrabReport.hpp"
 #include "WidgetReport.hpp"
+#include "table/TableLog.hpp"
 
 #include <Tactile/TuioInput.hpp>
 #include <Trellis/Application.hpp>

@@ -1,7 +1,7 @@
 #include "inspector/Inspector.hpp"
 
 #include "HttpTalk.hpp"
-#include "TableLog.hpp"
+#include "table/TableLog.hpp"
 
 #include <Bedrock/Trace.hpp>
 #include <ScriptedDatagrams.hpp>

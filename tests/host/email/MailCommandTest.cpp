@@ -2,7 +2,7 @@
 
 #include "MailBench.hpp"
 
-#include "DataFolder.hpp"
+#include "presentation/DataFolder.hpp"
 
 #include <EventLoop.hpp>
 #include <LogCapture.hpp>

@@ -3,9 +3,9 @@
 #include "../HttpTalk.hpp"
 #include "MailBench.hpp"
 
-#include "DataFolder.hpp"
-#include "Presentation.hpp"
-#include "RunOptions.hpp"
+#include "commands/RunOptions.hpp"
+#include "presentation/DataFolder.hpp"
+#include "presentation/Presentation.hpp"
 
 #include <EventLoop.hpp>
 #include <LogCapture.hpp>

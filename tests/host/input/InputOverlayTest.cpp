@@ -1,4 +1,4 @@
-#include "InputOverlay.hpp"
+#include "input/InputOverlay.hpp"
 
 #include <ScriptedInput.hpp>
 #include <Trellis/Application.hpp>

@@ -1,4 +1,4 @@
-#include "InputSettings.hpp"
+#include "input/InputSettings.hpp"
 
 #include <doctest/doctest.h>
 

@@ -1,9 +1,9 @@
 #include "TablePlace.hpp"
 
 #include "HttpTalk.hpp"
-#include "InputOverlay.hpp"
-#include "TableLog.hpp"
+#include "input/InputOverlay.hpp"
 #include "inspector/Inspector.hpp"
+#include "table/TableLog.hpp"
 
 #include <EventLoop.hpp>
 #include <LogCapture.hpp>

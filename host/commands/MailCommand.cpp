@@ -1,0 +1,227 @@
+#include "commands/MailCommand.hpp"
+
+#include "presentation/DataFolder.hpp"
+#include "presentation/Presentation.hpp"
+#include "services/email/MailHeader.hpp"
+#include "services/email/Outbox.hpp"
+
+#include <QDateTime>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+namespace
+{
+struct Request
+{
+    QString action;
+    QString data;
+    QString service;
+    QString presentation;
+    QStringList which;
+};
+
+/// The outbox of one e-mail service.
+struct Queue
+{
+    QString service;
+    std::unique_ptr<Outbox> outbox;
+};
+
+int fail(const QString& text, int code)
+{
+    std::fprintf(stderr, "tavola mail: %s\n", text.toUtf8().constData());
+    return code;
+}
+
+void print(const QString& line)
+{
+    std::printf("%s\n", line.toUtf8().constData());
+}
+
+bool parse(const QStringList& arguments, Request& request, QString& error)
+{
+    for (int i = 0; i < arguments.size(); ++i) {
+        const QString& argument = arguments[i];
+        const bool isData = argument == QLatin1String("--data");
+        if (isData || argument == QLatin1String("--service")) {
+            if (i + 1 == arguments.size() || arguments[i + 1].isEmpty()) {
+                error = argument + (isData ? QStringLiteral(" wants a folder") : QStringLiteral(" wants the name of an e-mail service"));
+                return false;
+            }
+            (isData ? request.data : request.service) = arguments[++i];
+        } else if (argument.startsWith(QLatin1Char('-'))) {
+            error = QStringLiteral("unknown option %1; see tavola mail --help").arg(argument);
+            return false;
+        } else if (request.action.isEmpty()) {
+            request.action = argument;
+        } else if (request.presentation.isEmpty()) {
+            request.presentation = argument;
+        } else {
+            request.which << argument;
+        }
+    }
+    if (!QStringList{"list", "retry", "drop"}.contains(request.action)) {
+        error = QStringLiteral("list, retry or drop? See tavola mail --help");
+        return false;
+    }
+    if (request.presentation.isEmpty()) {
+        error = QStringLiteral("which presentation? Give its folder, for example: tavola mail list presentations/gallery");
+        return false;
+    }
+    if (request.action == QLatin1String("drop") && request.which.isEmpty()) {
+        error = QStringLiteral("which messages? Give their numbers, \"failed\" or \"all\"");
+        return false;
+    }
+    for (const QString& one : request.which) {
+        bool isNumber = false;
+        if (one != QLatin1String("failed") && one != QLatin1String("all") && (one.toLongLong(&isNumber) <= 0 || !isNumber)) {
+            error = QStringLiteral("\"%1\" is no message; give a number, \"failed\" or \"all\"").arg(one);
+            return false;
+        }
+    }
+    return true;
+}
+
+bool openQueues(const Request& request, std::vector<Queue>& queues, QString& error)
+{
+    const auto presentation = Presentation::load(request.presentation, error);
+    if (!presentation)
+        return false;
+    if (presentation->mailServices.empty()) {
+        error = QStringLiteral("the presentation has no e-mail service");
+        return false;
+    }
+    const QString data = dataFolder(presentation->folder, request.data);
+    for (const MailSettings& settings : presentation->mailServices) {
+        if (!request.service.isEmpty() && settings.name != request.service)
+            continue;
+        const QString folder = outboxFolder(data, settings.name);
+        // Looking makes nothing: a table that never ran has no outbox.
+        Queue queue{settings.name, nullptr};
+        if (QFileInfo::exists(folder + QStringLiteral("/outbox.sqlite"))) {
+            queue.outbox = Outbox::open(folder, error);
+            if (!queue.outbox)
+                return false;
+        }
+        queues.push_back(std::move(queue));
+    }
+    if (queues.empty())
+        error = QStringLiteral("there is no e-mail service \"%1\" in the presentation").arg(request.service);
+    return !queues.empty();
+}
+
+const char* name(OutboxMessage::State state)
+{
+    switch (state) {
+    case OutboxMessage::State::Queued:
+        return "queued";
+    case OutboxMessage::State::Sending:
+        return "sending";
+    case OutboxMessage::State::Failed:
+        break;
+    }
+    return "failed";
+}
+
+QString time(qint64 ms)
+{
+    return QDateTime::fromMSecsSinceEpoch(ms).toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));
+}
+
+void list(const std::vector<Queue>& queues)
+{
+    for (const Queue& queue : queues) {
+        const std::vector<OutboxMessage> messages = queue.outbox ? queue.outbox->messages() : std::vector<OutboxMessage>();
+        if (queues.size() > 1)
+            print(QStringLiteral("%1:").arg(queue.service.isEmpty() ? QStringLiteral("(without a name)") : queue.service));
+        if (messages.empty())
+            print(QStringLiteral("no messages"));
+        for (const OutboxMessage& message : messages) {
+            QString line = QStringLiteral("%1  %2  accepted %3  attempts %4  to %5")
+                               .arg(message.id)
+                               .arg(QLatin1String(name(message.state)), -7)
+                               .arg(time(message.createdMs))
+                               .arg(message.attempts)
+                               .arg(MailHeader::oneLine(message.recipientNames()));
+            if (message.state == OutboxMessage::State::Queued && message.attempts > 0)
+                line += QStringLiteral("  next %1").arg(time(message.nextAttemptMs));
+            if (!message.lastError.isEmpty())
+                line += QStringLiteral("  (%1)").arg(MailHeader::oneLine(message.lastError));
+            print(line);
+        }
+    }
+}
+
+bool isWanted(const OutboxMessage& message, const QStringList& which)
+{
+    if (which.contains(QLatin1String("failed")) && message.state == OutboxMessage::State::Failed)
+        return true;
+    return which.contains(QLatin1String("all")) || which.contains(QString::number(message.id));
+}
+
+/// Retries or drops; false when a message that was named could not be.
+bool change(const Request& request, const std::vector<Queue>& queues)
+{
+    const bool isRetry = request.action == QLatin1String("retry");
+    const QStringList which = request.which.isEmpty() ? QStringList{"all"} : request.which;
+    QStringList unseen = which;
+    unseen.removeAll(QStringLiteral("all"));
+    unseen.removeAll(QStringLiteral("failed"));
+    bool isComplete = true;
+    int changed = 0;
+    for (const Queue& queue : queues) {
+        if (!queue.outbox)
+            continue;
+        for (const OutboxMessage& message : queue.outbox->messages()) {
+            if (!isWanted(message, which))
+                continue;
+            unseen.removeAll(QString::number(message.id));
+            const bool ok = isRetry ? queue.outbox->retry(message.id, QDateTime::currentMSecsSinceEpoch()) : queue.outbox->drop(message.id);
+            if (ok)
+                ++changed;
+            else
+                fail(QStringLiteral("message %1 is being sent; try again when that has ended").arg(message.id), 1);
+            isComplete = isComplete && ok;
+        }
+    }
+    for (const QString& number : unseen)
+        fail(QStringLiteral("there is no message %1").arg(number), 1);
+    print(isRetry ? QStringLiteral("%1 to be sent anew, at once where the table runs").arg(changed) : QStringLiteral("%1 dropped").arg(changed));
+    return isComplete && unseen.isEmpty();
+}
+}
+
+const char* MailCommand::help()
+{
+    return "usage: tavola mail list|retry|drop [--data DIR] [--service NAME] PRESENTATION [MESSAGE ...]\n"
+           "Works on the e-mail that a presentation's table has accepted and not yet delivered, also while the table runs.\n"
+           "\n"
+           "  list    what is queued, being sent, or failed for good\n"
+           "  retry   send these messages anew, at once: numbers, \"failed\" or \"all\" (the default)\n"
+           "  drop    forget these messages and their files: numbers, \"failed\" or \"all\"\n"
+           "\n"
+           "  --data DIR      the folder given to tavola run\n"
+           "  --service NAME  one e-mail service of several\n"
+           "\n"
+           "Exit code: 0, 1 when it could not be done, 2 for a command line that makes no sense.\n";
+}
+
+int MailCommand::run(const QStringList& arguments)
+{
+    Request request;
+    QString error;
+    if (!parse(arguments, request, error))
+        return fail(error, 2);
+    std::vector<Queue> queues;
+    if (!openQueues(request, queues, error))
+        return fail(error, 1);
+    if (request.action == QLatin1String("list")) {
+        list(queues);
+        return 0;
+    }
+    return change(request, queues) ? 0 : 1;
+}

@@ -1,0 +1,28 @@
+#include "components/TemporaryWidgets.hpp"
+
+#include <Tavola/Utils.hpp>
+#include <Trellis/FadeAnimator.hpp>
+#include <Trellis/FrameInfo.hpp>
+#include <Trellis/Widget.hpp>
+
+namespace
+{
+/// Closing is nothing to hurry about; between two looks a frame costs an addition.
+constexpr float kLookEverySeconds = 1.f;
+constexpr float kFadeSeconds = 0.6f;
+}
+
+TemporaryWidgets::TemporaryWidgets(float closeAfterSeconds) : m_closeAfterSeconds(closeAfterSeconds) {}
+
+void TemporaryWidgets::update(Trellis::Widget& widget, const Trellis::FrameInfo& frame)
+{
+    m_sinceLastLook += frame.dt();
+    if (m_sinceLastLook < kLookEverySeconds)
+        return;
+    m_sinceLastLook = 0.f;
+    const QByteArray temporary = Tavola::Utils::temporaryWidgetCSSClass();
+    for (const auto& child : widget.children())
+        if (child->idleSeconds() >= double(m_closeAfterSeconds) && child->hasCSSClass(temporary)
+            && !Trellis::FadeAnimator::isFadingOut(*child))
+            Trellis::FadeAnimator::fadeOutAndDelete(*child, kFadeSeconds, 0.f);
+}

@@ -1,0 +1,136 @@
+#include "input/InputSettings.hpp"
+
+#include <QHostAddress>
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include <optional>
+
+namespace
+{
+using Listener = InputSettings::Listener;
+
+constexpr double kMostPixels = 100000.0;
+constexpr double kMostHoldMilliseconds = 60000.0;
+constexpr double kMostLostSeconds = 3600.0;
+
+/// What keeps a listener from being used, at its place.
+struct Wrong
+{
+    QString place;
+    QString why;
+};
+
+void checkEntries(const QJsonObject& object, const QStringList& known, const QString& place, const InputSettings::Skip& skip)
+{
+    for (auto it = object.begin(); it != object.end(); ++it)
+        if (!known.contains(it.key()))
+            skip(place + QLatin1Char('.') + it.key(),
+                 QStringLiteral("unknown entry; known are ") + known.join(QLatin1String(", ")));
+}
+
+bool readRect(const QJsonValue& value, Listener& listener)
+{
+    const QJsonArray numbers = value.toArray();
+    if (numbers.size() != 4)
+        return false;
+    float* const parts[] = {&listener.x, &listener.y, &listener.width, &listener.height};
+    for (int i = 0; i < 4; ++i) {
+        const double number = numbers.at(i).toDouble(2 * kMostPixels);
+        if (!(number >= -kMostPixels && number <= kMostPixels))
+            return false;
+        *parts[i] = float(number);
+    }
+    listener.hasRect = true;
+    return listener.width > 0.f && listener.height > 0.f;
+}
+
+bool readAllow(const QJsonValue& value, QStringList& allow)
+{
+    for (const QJsonValue& entry : value.toArray()) {
+        if (QHostAddress(entry.toString()).isNull())
+            return false;
+        allow << entry.toString();
+    }
+    // An empty list would let everybody in.
+    return !allow.isEmpty();
+}
+
+std::optional<Wrong> readListener(const QJsonObject& entry, const QString& place, Listener& listener)
+{
+    if (!InputSettings::parseAddress(entry.value(QLatin1String("tuio")).toString(), listener.address, listener.port))
+        return Wrong{place + QLatin1String(".tuio"), QStringLiteral("expected \"ADDRESS:PORT\", such as \"127.0.0.1:3333\"")};
+    const QJsonValue rect = entry.value(QLatin1String("rect"));
+    if (!rect.isUndefined() && !readRect(rect, listener))
+        return Wrong{place + QLatin1String(".rect"),
+                     QStringLiteral("expected [x, y, width, height] in pixels of the table, the last two above 0")};
+    const QJsonValue allow = entry.value(QLatin1String("allow"));
+    if (!allow.isUndefined() && !readAllow(allow, listener.allow))
+        return Wrong{place + QLatin1String(".allow"),
+                     QStringLiteral("expected a list of numeric addresses, such as [\"192.168.0.20\"]")};
+    return std::nullopt;
+}
+
+void readNumber(const QJsonObject& object, const char* key, double most, double& value, const InputSettings::Skip& skip)
+{
+    const QJsonValue given = object.value(QLatin1String(key));
+    if (given.isUndefined())
+        return;
+    const double number = given.toDouble(-1.0);
+    if (number >= 0.0 && number <= most)
+        value = number;
+    else
+        skip(QStringLiteral("inputSettings.") + QLatin1String(key), QStringLiteral("expected a number from 0 to %1").arg(most));
+}
+}
+
+bool InputSettings::parseAddress(const QString& text, QString& address, int& port)
+{
+    const int colon = text.lastIndexOf(QLatin1Char(':'));
+    if (colon >= 0) {
+        address = text.left(colon);
+        if (address.startsWith(QLatin1Char('[')) && address.endsWith(QLatin1Char(']')))
+            address = address.mid(1, address.size() - 2);
+        if (address == QLatin1String("localhost"))
+            address = QStringLiteral("127.0.0.1");
+    }
+    bool ok = false;
+    port = text.mid(colon + 1).toInt(&ok);
+    return ok && port >= 0 && port <= 65535 && !QHostAddress(address).isNull();
+}
+
+InputSettings InputSettings::read(const QJsonObject& root, const Skip& skip)
+{
+    InputSettings settings;
+    const QJsonValue input = root.value(QLatin1String("input"));
+    if (!input.isUndefined() && !input.isArray())
+        skip(QStringLiteral("input"), QStringLiteral("expected a list of listeners; no tracker is listened to"));
+    const QJsonArray entries = input.toArray();
+    settings.usualListener = input.isUndefined() || (input.isArray() && entries.isEmpty());
+    for (int i = 0; i < entries.size(); ++i) {
+        const QString place = QStringLiteral("input[%1]").arg(i);
+        const QJsonObject entry = entries.at(i).toObject();
+        checkEntries(entry, {QStringLiteral("tuio"), QStringLiteral("rect"), QStringLiteral("allow")}, place, skip);
+        Listener listener;
+        if (const auto wrong = readListener(entry, place, listener))
+            skip(wrong->place, wrong->why + QStringLiteral("; nothing listens there"));
+        else
+            settings.listeners.push_back(listener);
+    }
+    const QJsonValue value = root.value(QLatin1String("inputSettings"));
+    if (!value.isUndefined() && !value.isObject())
+        skip(QStringLiteral("inputSettings"), QStringLiteral("expected an object of names and values"));
+    const QJsonObject given = value.toObject();
+    checkEntries(given, {QStringLiteral("holdMilliseconds"), QStringLiteral("lostSeconds"), QStringLiteral("smoothing")},
+                 QStringLiteral("inputSettings"), skip);
+    double holdMilliseconds = settings.holdSeconds * 1000.0;
+    readNumber(given, "holdMilliseconds", kMostHoldMilliseconds, holdMilliseconds, skip);
+    settings.holdSeconds = holdMilliseconds / 1000.0;
+    readNumber(given, "lostSeconds", kMostLostSeconds, settings.lostSeconds, skip);
+    const QJsonValue smoothing = given.value(QLatin1String("smoothing"));
+    if (smoothing.isBool())
+        settings.smoothing = smoothing.toBool();
+    else if (!smoothing.isUndefined())
+        skip(QStringLiteral("inputSettings.smoothing"), QStringLiteral("expected true or false"));
+    return settings;
+}

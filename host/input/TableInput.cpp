@@ -1,0 +1,209 @@
+#include "input/TableInput.hpp"
+
+#include "commands/RunOptions.hpp"
+#include "presentation/Presentation.hpp"
+#include "recording/RecordingNote.hpp"
+
+#include <Bedrock/Arrivals.hpp>
+#include <Bedrock/Trace.hpp>
+#include <Tactile/DatagramPlayer.hpp>
+#include <Tactile/DatagramRecorder.hpp>
+#include <Tactile/TuioInput.hpp>
+#include <Tactile/UdpDatagramSource.hpp>
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonObject>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace
+{
+constexpr int kPatienceMs = 10000;
+constexpr int kLittlePatienceMs = 200;
+constexpr std::chrono::milliseconds kBetweenEvents(5);
+
+std::string fileName(const QString& name)
+{
+    return QFile::encodeName(name).toStdString();
+}
+
+QString where(const InputSettings::Listener& listener, int port)
+{
+    return (listener.address.contains(QLatin1Char(':')) ? QStringLiteral("[%1]:%2") : QStringLiteral("%1:%2"))
+        .arg(listener.address)
+        .arg(port);
+}
+}
+
+struct TableInput::Private
+{
+    struct Listening
+    {
+        InputSettings::Listener settings;
+        const Tactile::UdpDatagramSource* socket; ///< owned by the input
+    };
+
+    std::unique_ptr<Tactile::DatagramPlayer> player;
+    std::unique_ptr<Tactile::DatagramRecorder> recorder;
+    std::vector<Listening> listening;
+    int patienceMs = kPatienceMs;
+
+    void waitForArrivals(const Tactile::DatagramPlayer::Frame& frame)
+    {
+        auto& arrivals = Bedrock::Arrivals::instance();
+        arrivals.expect(frame.arrivals);
+        QElapsedTimer clock;
+        clock.start();
+        while (!arrivals.waitForExpected(kBetweenEvents)) {
+            if (clock.elapsed() >= patienceMs) {
+                Bedrock::Trace::warning("TableInput # Waited %g s in vain for what frame %llu of the recording took, such as a picture; "
+                                        "the replay goes on without",
+                                        patienceMs * 1e-3, static_cast<unsigned long long>(frame.number));
+                patienceMs = kLittlePatienceMs;
+                return;
+            }
+            QCoreApplication::processEvents();
+        }
+    }
+};
+
+TableInput::TableInput() : d(std::make_unique<Private>()) {}
+TableInput::~TableInput() = default;
+
+std::unique_ptr<TableInput> TableInput::open(const RunOptions& options, QString& error)
+{
+    std::unique_ptr<TableInput> input(new TableInput());
+    Private& d = *input->d;
+    std::string reason;
+    if (!options.replayFile.isEmpty()) {
+        d.player = Tactile::DatagramPlayer::open(fileName(options.replayFile), reason);
+    } else if (!options.recordFile.isEmpty()) {
+        d.recorder = Tactile::DatagramRecorder::create(fileName(options.recordFile), reason);
+    }
+    error = QString::fromStdString(reason);
+    return reason.empty() ? std::move(input) : nullptr;
+}
+
+bool TableInput::isRecording() const noexcept
+{
+    return d->recorder != nullptr;
+}
+
+RecordingNote TableInput::recordedNote() const
+{
+    return d->player ? RecordingNote::fromText(d->player->note()) : RecordingNote();
+}
+
+void TableInput::describe(const RecordingNote& note)
+{
+    if (d->recorder)
+        d->recorder->note(note.toText());
+}
+
+void TableInput::orderArrivals()
+{
+    if (d->player)
+        Bedrock::Arrivals::instance().startReplaying();
+    else if (d->recorder)
+        Bedrock::Arrivals::instance().startRecording(
+            [recorder = d->recorder.get()](const Bedrock::Arrivals::Arrival& arrival) { recorder->arrival(arrival); });
+}
+
+std::optional<Vecta::Vector2f> TableInput::recordedSize() const
+{
+    if (!d->player)
+        return std::nullopt;
+    const Vecta::Rect& rect = d->player->settings().tableRect;
+    return Vecta::Vector2f(rect.width, rect.height);
+}
+
+bool TableInput::start(const Presentation& presentation, const RunOptions& options, Vecta::Vector2f size, QString& error)
+{
+    if (d->player) {
+        m_tuio = std::make_unique<Tactile::TuioInput>(d->player->settings());
+        return true;
+    }
+    const InputSettings& given = presentation.input;
+    Tactile::TuioSettings settings;
+    settings.tableRect = {0.f, 0.f, size.x, size.y};
+    settings.tracker.pixelPitchMm = presentation.pixelPitchMm;
+    settings.tracker.holdSeconds = given.holdSeconds;
+    settings.tracker.lostSenderSeconds = given.lostSeconds;
+    settings.tracker.smoothing = given.smoothing;
+    m_tuio = std::make_unique<Tactile::TuioInput>(settings);
+    if (d->recorder)
+        m_tuio->setRecorder(d->recorder.get());
+
+    std::vector<InputSettings::Listener> listeners = given.listeners;
+    if (options.hasTuio || given.usualListener) {
+        listeners.assign(1, {});
+        listeners.front().address = options.tuioAddress;
+        listeners.front().port = options.tuioPort;
+    }
+    for (const InputSettings::Listener& listener : listeners) {
+        Tactile::UdpSettings udp;
+        udp.address = listener.address.toStdString();
+        udp.port = std::uint16_t(listener.port);
+        for (const QString& sender : listener.allow)
+            udp.allowedSenders.push_back(sender.toStdString());
+        auto source = std::make_unique<Tactile::UdpDatagramSource>(udp);
+        const auto* socket = source.get();
+        const Vecta::Rect rect =
+            listener.hasRect ? Vecta::Rect{listener.x, listener.y, listener.width, listener.height} : settings.tableRect;
+        if (!m_tuio->addSource(std::move(source), rect)) {
+            error = QString::fromStdString(m_tuio->errorText());
+            return false;
+        }
+        d->listening.push_back({listener, socket});
+    }
+    return true;
+}
+
+std::optional<double> TableInput::nextStep(double dtSeconds)
+{
+    if (d->player) {
+        const auto frame = d->player->nextFrame(*m_tuio);
+        if (!frame)
+            return std::nullopt;
+        d->waitForArrivals(*frame);
+        return frame->dtSeconds;
+    }
+    if (d->recorder)
+        d->recorder->frameBegins(dtSeconds);
+    return dtSeconds;
+}
+
+bool TableInput::isReplay() const noexcept
+{
+    return d->player != nullptr;
+}
+
+int TableInput::port() const
+{
+    return d->listening.empty() ? 0 : d->listening.front().socket->port();
+}
+
+QJsonArray TableInput::listeners() const
+{
+    QJsonArray result;
+    for (const Private::Listening& one : d->listening)
+        result.append(QJsonObject{{"tuio", where(one.settings, one.socket->port())},
+                                  {"refusedSenders", qint64(one.socket->refusedSenders())}});
+    return result;
+}
+
+QString recordedPresentation(const QString& recording, QString& error)
+{
+    std::string reason;
+    const auto player = Tactile::DatagramPlayer::open(fileName(recording), reason);
+    const QString presentation = player ? RecordingNote::fromText(player->note()).presentation : QString();
+    if (presentation.isEmpty())
+        error = player ? QStringLiteral("the recording does not say which presentation it was made with; give its folder behind "
+                                        "the recording")
+                       : QString::fromStdString(reason);
+    return presentation;
+}

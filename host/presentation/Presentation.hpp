@@ -1,0 +1,55 @@
+#pragma once
+
+#include "input/InputSettings.hpp"
+#include "services/email/MailSettings.hpp"
+
+#include <Tavola/ComponentUse.hpp>
+#include <Vecta/Vector2T.hpp>
+
+#include <QJsonObject>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+#include <vector>
+
+using Tavola::ComponentUse;
+
+struct MediaServerSettings
+{
+    QString name;
+    QString address;
+    double timeoutSeconds = 10.0;
+};
+
+/// Whether a text is an http or https address with a host.
+[[nodiscard]] bool isWebAddress(const QString& text);
+
+/// What a table shows, read from the folder's presentation.json. A plain record.
+struct Presentation
+{
+    /// A table's longest side.
+    static constexpr int kLargestSizePx = 16384;
+
+    QString folder;
+    QString title;
+    Vecta::Vector2f sizePx{1920.f, 1080.f};
+    float pixelPitchMm = 0.55f;
+    InputSettings input;
+    QString keyboardLayout; ///< of the keyboards on the table; empty for the usual one, "none" for a table without
+    QStringList styleSheets; ///< absolute paths
+    QStringList plugins;     ///< library names or absolute paths
+    QString peopleFile;      ///< absolute path; empty without people
+    std::vector<MediaServerSettings> mediaServers;
+    std::vector<MailSettings> mailServices; ///< each of another name
+    std::vector<unsigned long> cards; ///< the codes behind the keys 1 to 9; in the file numbers, or texts above 2^53
+    std::vector<ComponentUse> widgets;
+    /// What a card with a content key opens, by that key.
+    std::vector<std::pair<QString, ComponentUse>> folders;
+    float closeTemporaryAfterSeconds = 120.f; ///< what visitors opened closes when nobody touched it that long
+
+    /// Reads a presentation's folder (or the path of its presentation.json). Nothing, with the reason in `error`, when there
+    /// is none or it is no JSON object. What is wrong inside costs the smallest piece: a warning names the file and the place
+    /// ("widgets[3].attributes.source"), and the rest is read.
+    [[nodiscard]] static std::optional<Presentation> load(const QString& path, QString& error);
+};

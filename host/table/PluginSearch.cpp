@@ -1,0 +1,35 @@
+#include "table/PluginSearch.hpp"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+
+QStringList pluginFolders()
+{
+    QStringList folders = QString::fromLocal8Bit(qgetenv("TAVOLA_PLUGIN_PATH")).split(QLatin1Char(':'), Qt::SkipEmptyParts);
+    const QDir program(QCoreApplication::applicationDirPath());
+    for (const char* folder : {".", "../lib", "../lib/tavola"})
+        folders << QDir::cleanPath(program.absoluteFilePath(QLatin1String(folder)));
+    return folders;
+}
+
+bool isPluginPath(const QString& nameOrPath)
+{
+    return nameOrPath.contains(QLatin1Char('/')) || nameOrPath.endsWith(QLatin1String(".so"));
+}
+
+QString findPlugin(const QString& nameOrPath)
+{
+    if (isPluginPath(nameOrPath)) {
+        const QFileInfo info(nameOrPath);
+        return info.isFile() ? info.absoluteFilePath() : QString();
+    }
+    const QStringList folders = pluginFolders();
+    for (const QString& folder : folders)
+        for (const QString& prefix : {QString(), QStringLiteral("lib")}) {
+            const QFileInfo info(QDir(folder).filePath(prefix + nameOrPath + QStringLiteral(".so")));
+            if (info.isFile())
+                return info.absoluteFilePath();
+        }
+    return {};
+}

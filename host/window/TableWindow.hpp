@@ -1,0 +1,41 @@
+#pragma once
+
+#include "input/MouseInput.hpp"
+
+#include <Lantern/WindowListener.hpp>
+#include <Lantern/WindowTarget.hpp>
+
+#include <memory>
+#include <vector>
+
+namespace Trellis
+{
+class Application;
+}
+
+/// Shows a table in a window and makes its mouse and keys input of the table. Main thread only.
+class TableWindow final : public Lantern::WindowListener
+{
+public:
+    TableWindow(Trellis::Application& application, const Lantern::WindowOptions& options, std::vector<unsigned long> cards,
+                float cardRadiusPx);
+    ~TableWindow() override;
+
+    /// Draws what changed since the last call.
+    void draw();
+    [[nodiscard]] bool isClosed() const noexcept { return m_closed; }
+
+private:
+    void mouseEvent(QMouseEvent& event) override;
+    void keyEvent(QKeyEvent& event) override;
+    void wheelEvent(QWheelEvent& event) override;
+    void windowResized(QSize size) override;
+    void windowExposed() override;
+    void windowClosed() override;
+
+    Trellis::Application& m_application;
+    MouseInput m_mouse;
+    std::unique_ptr<Lantern::WindowTarget> m_target;
+    bool m_closed = false;
+    bool m_everythingDamaged = true;
+};

@@ -1,0 +1,123 @@
+#include "commands/RunOptions.hpp"
+
+#include <doctest/doctest.h>
+
+namespace
+{
+QStringList words(const char* line)
+{
+    return QString::fromUtf8(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+RunOptions parsed(const char* line)
+{
+    QString error;
+    const auto options = RunOptions::parse(words(line), error);
+    REQUIRE_MESSAGE(options, error.toStdString());
+    return *options;
+}
+}
+
+TEST_CASE("run options: a presentation alone is shown with the usual settings")
+{
+    const RunOptions options = parsed("presentations/gallery");
+    CHECK(options.presentation == "presentations/gallery");
+    CHECK_FALSE(options.headless);
+    CHECK_FALSE(options.manualClock);
+    CHECK_FALSE(options.openGL);
+    CHECK_FALSE(options.size);
+    CHECK_FALSE(options.inspectPort);
+    CHECK(options.tuioAddress == "127.0.0.1");
+    CHECK(options.tuioPort == 3333);
+    CHECK(options.plugin.isEmpty());
+    CHECK(options.dataFolder.isEmpty());
+    CHECK(options.mediaServer.isEmpty());
+}
+
+TEST_CASE("run options: every option is read, in any order")
+{
+    const RunOptions options = parsed("--headless --size 800x600 --inspect 0 gallery --manual-clock --opengl --tuio 0.0.0.0:4000 "
+                                      "--plugin lib/one.so --data /var/table --media-server https://media.example/");
+    CHECK(options.presentation == "gallery");
+    CHECK(options.headless);
+    CHECK(options.manualClock);
+    CHECK(options.openGL);
+    CHECK(options.size == QSize(800, 600));
+    CHECK(options.inspectPort == 0);
+    CHECK(options.tuioAddress == "0.0.0.0");
+    CHECK(options.tuioPort == 4000);
+    CHECK(options.plugin == "lib/one.so");
+    CHECK(options.dataFolder == "/var/table");
+    CHECK(options.mediaServer == "https://media.example/");
+}
+
+TEST_CASE("run options: the address of the table's input may be left out, named or of either kind")
+{
+    struct Row
+    {
+        const char* line;
+        const char* address;
+        int port;
+    };
+    const Row rows[] = {
+        {"g --tuio 4000", "127.0.0.1", 4000},
+        {"g --tuio 0", "127.0.0.1", 0},
+        {"g --tuio localhost:1", "127.0.0.1", 1},
+        {"g --tuio 192.168.0.20:65535", "192.168.0.20", 65535},
+        {"g --tuio [::1]:3333", "::1", 3333},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.line);
+        const RunOptions options = parsed(row.line);
+        CHECK(options.tuioAddress == row.address);
+        CHECK(options.tuioPort == row.port);
+    }
+}
+
+TEST_CASE("run options: arguments that make no sense are refused with what would")
+{
+    const char* const kSize = "--size wants WIDTHxHEIGHT in pixels, each from 10 to 16384, for example 1920x1080";
+    const char* const kTuio = "--tuio wants [ADDRESS:]PORT, for example 0.0.0.0:3333";
+    const char* const kInspect = "--inspect wants a port from 0 to 65535";
+    const char* const kServer = "--media-server wants an address that begins with http:// or https://";
+    struct Row
+    {
+        const char* line;
+        const char* error;
+    };
+    const Row rows[] = {
+        {"", "which presentation? Give its folder, for example: tavola run presentations/gallery"},
+        {"--headless", "which presentation? Give its folder, for example: tavola run presentations/gallery"},
+        {"a b", "one presentation at a time: b is one too many"},
+        {"a --fast", "unknown option --fast; see tavola run --help"},
+        {"a -x", "unknown option -x; see tavola run --help"},
+        {"a --size", kSize}, {"a --size 800", kSize}, {"a --size 0x600", kSize}, {"a --size 800x600x2", kSize},
+        {"a --size -5x7", kSize}, {"a --size 16385x600", kSize}, {"a --size 99999999x1", kSize},
+        {"a --tuio", kTuio}, {"a --tuio 65536", kTuio}, {"a --tuio -1", kTuio}, {"a --tuio museum:3333", kTuio},
+        {"a --tuio :3333", kTuio}, {"a --tuio 127.0.0.1:", kTuio},
+        {"a --inspect", kInspect}, {"a --inspect high", kInspect}, {"a --inspect 65536", kInspect},
+        {"a --inspect --headless", kInspect},
+        {"a --plugin", "--plugin wants the file of a plug-in"},
+        {"a --plugin --headless", "--plugin wants the file of a plug-in"},
+        {"a --data", "--data wants a folder"},
+        {"a --media-server", kServer}, {"a --media-server ftp://media", kServer}, {"a --media-server httpx", kServer},
+        {"a --media-server http://", kServer},
+        {"a --manual-clock", "--manual-clock wants --inspect PORT as well: frames are asked for through the inspector"},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.line);
+        QString error;
+        CHECK_FALSE(RunOptions::parse(words(row.line), error));
+        CHECK(error.toStdString() == row.error);
+    }
+}
+
+TEST_CASE("run options: the help names every option")
+{
+    const QString help = RunOptions::help();
+    for (const char* option : {"--headless", "--size WxH", "--tuio [ADDRESS:]PORT", "--inspect PORT", "--manual-clock", "--opengl",
+                               "--plugin FILE", "--media-server URL", "--data DIR"})
+        CHECK_MESSAGE(help.contains(QLatin1String(option)), option);
+    for (const QString& line : help.split(QLatin1Char('\n')))
+        CHECK_MESSAGE(line.size() <= 120, line.toStdString());
+}

@@ -1,0 +1,59 @@
+#include "table/PluginSearch.hpp"
+
+#include "Folder.hpp"
+
+#include <doctest/doctest.h>
+
+#include <QCoreApplication>
+
+namespace
+{
+/// Sets the search path for the time of a test.
+class SearchPath
+{
+public:
+    explicit SearchPath(const QString& path) { qputenv("TAVOLA_PLUGIN_PATH", path.toLocal8Bit()); }
+    ~SearchPath() { qunsetenv("TAVOLA_PLUGIN_PATH"); }
+    SearchPath(const SearchPath&) = delete;
+    SearchPath& operator=(const SearchPath&) = delete;
+};
+}
+
+TEST_CASE("plug-in search: the search path comes first, then the program's own folders")
+{
+    const SearchPath path(QStringLiteral("/a:/b::"));
+    const QString program = QCoreApplication::applicationDirPath();
+    CHECK(pluginFolders()
+          == QStringList{QStringLiteral("/a"), QStringLiteral("/b"), program, QDir::cleanPath(program + QStringLiteral("/../lib")),
+                         QDir::cleanPath(program + QStringLiteral("/../lib/tavola"))});
+}
+
+TEST_CASE("plug-in search: a name is found with and without the usual beginning, in the order of the folders")
+{
+    const Folder folder;
+    const SearchPath path(folder.path(QStringLiteral("one")) + QLatin1Char(':') + folder.path(QStringLiteral("two")));
+    const QString second = folder.write(QStringLiteral("two/libpanel.so"), "");
+    CHECK(findPlugin(QStringLiteral("panel")) == second);
+    const QString first = folder.write(QStringLiteral("one/libpanel.so"), "");
+    CHECK(findPlugin(QStringLiteral("panel")) == first);
+    const QString plain = folder.write(QStringLiteral("one/panel.so"), "");
+    CHECK(findPlugin(QStringLiteral("panel")) == plain);
+}
+
+TEST_CASE("plug-in search: a path is taken as it is")
+{
+    const Folder folder;
+    const QString file = folder.write(QStringLiteral("panel.so"), "");
+    CHECK(findPlugin(file) == file);
+    CHECK(findPlugin(folder.path(QStringLiteral("none.so"))).isEmpty());
+}
+
+TEST_CASE("plug-in search: what is nowhere, or a folder, is not found")
+{
+    const Folder folder;
+    const SearchPath path(folder.path());
+    folder.write(QStringLiteral("libfolder.so/file"), "");
+    CHECK(findPlugin(QStringLiteral("no-such-plug-in")).isEmpty());
+    CHECK(findPlugin(QStringLiteral("folder")).isEmpty());
+    CHECK(findPlugin(QString()).isEmpty());
+}

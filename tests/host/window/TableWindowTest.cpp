@@ -1,0 +1,131 @@
+#include "window/TableWindow.hpp"
+
+#include <Tavola/Tavola.hpp>
+#include <Tavola/UserInterface.hpp>
+#include <Trellis/Application.hpp>
+#include <Trellis/Widget.hpp>
+
+#include <doctest/doctest.h>
+
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QWheelEvent>
+#include <QWindow>
+
+namespace
+{
+Lantern::WindowOptions windowOptions(const Trellis::Application& application)
+{
+    Lantern::WindowOptions options;
+    options.size = QSize(int(application.size().x), int(application.size().y));
+    options.title = QStringLiteral("Rooms");
+    return options;
+}
+
+/// A table of one large widget in a window, used by hand.
+struct Fixture
+{
+    Fixture()
+    {
+        REQUIRE(QGuiApplication::allWindows().size() == 1);
+        window = QGuiApplication::allWindows().front();
+        auto& ground = *tavola->ui()->background();
+        ground.eventAddListener("marker-down", [this] { ++cardsDown; });
+        ground.eventAddListener("marker-up", [this] { ++cardsUp; });
+        ground.eventAddListener("single-tap", [this] { ++taps; });
+        application.frame(0.0);
+    }
+    void mouse(QEvent::Type type, QPointF point, Qt::KeyboardModifiers modifiers = Qt::NoModifier, Qt::MouseButton button = Qt::LeftButton)
+    {
+        QMouseEvent event(type, point, point, button, type == QEvent::MouseButtonRelease ? Qt::NoButton : button, modifiers);
+        QGuiApplication::sendEvent(window, &event);
+    }
+    void click(QPointF point, Qt::KeyboardModifiers modifiers = Qt::NoModifier, Qt::MouseButton button = Qt::LeftButton)
+    {
+        mouse(QEvent::MouseButtonPress, point, modifiers, button);
+        application.frame(0.01);
+        mouse(QEvent::MouseButtonRelease, point, modifiers, button);
+        application.frame(0.01);
+    }
+    void key(QEvent::Type type, int code)
+    {
+        QKeyEvent event(type, code, Qt::NoModifier);
+        QGuiApplication::sendEvent(window, &event);
+    }
+
+    Trellis::Application application{{640.f, 480.f}};
+    std::shared_ptr<Tavola::Tavola> tavola = Tavola::Tavola::create();
+    TableWindow table{application, windowOptions(application), {1001, 1002}, 50.f};
+    QWindow* window = nullptr;
+    int cardsDown = 0;
+    int cardsUp = 0;
+    int taps = 0;
+};
+}
+
+TEST_CASE("table window: it has the table's size and the presentation's title")
+{
+    Fixture f;
+    CHECK(f.window->size() == QSize(640, 480));
+    CHECK(f.window->title() == "Rooms");
+    CHECK_FALSE(f.table.isClosed());
+}
+
+TEST_CASE("table window: the left button is a finger, the others are none")
+{
+    Fixture f;
+    f.click({100, 100});
+    CHECK(f.taps == 1);
+    f.click({100, 100}, Qt::NoModifier, Qt::RightButton);
+    CHECK(f.taps == 1);
+}
+
+TEST_CASE("table window: a click while a digit is held puts a card down, a click on it with Shift lifts it")
+{
+    Fixture f;
+    f.key(QEvent::KeyPress, Qt::Key_2);
+    f.click({200, 200});
+    f.key(QEvent::KeyRelease, Qt::Key_2);
+    CHECK(f.cardsDown == 1);
+    f.click({210, 210}, Qt::ShiftModifier);
+    CHECK(f.cardsUp == 1);
+    f.click({210, 210});
+    CHECK(f.cardsDown == 1);
+    CHECK(f.taps == 1);
+}
+
+TEST_CASE("table window: Escape closes it, and so does the window's own button")
+{
+    SUBCASE("Escape")
+    {
+        Fixture f;
+        f.key(QEvent::KeyPress, Qt::Key_Escape);
+        CHECK(f.table.isClosed());
+    }
+    SUBCASE("the window's button")
+    {
+        Fixture f;
+        f.window->close();
+        CHECK(f.table.isClosed());
+    }
+}
+
+TEST_CASE("table window: the table grows with it")
+{
+    Fixture f;
+    f.window->resize(800, 500);
+    QGuiApplication::processEvents();
+    CHECK(f.application.size().x == 800.f);
+    CHECK(f.application.size().y == 500.f);
+}
+
+TEST_CASE("table window: when it goes, its mouse is no input any more")
+{
+    Trellis::Application application({640.f, 480.f});
+    {
+        const TableWindow window(application, windowOptions(application), {}, 50.f);
+    }
+    application.frame(0.01);
+    CHECK(application.frameNumber() == 1);
+}
