@@ -118,11 +118,12 @@ TEST_CASE("tooltip: its place is set in one change")
 {
     // The style sheet gives each tooltip an attribute that watches its place from before it is placed.
     std::vector<Vecta::Vector2f> places;
-    const Cascara::LazyAttributeManager::Registrant watcher("watched-place", [&](Cascara::Styleable& styleable, const QByteArray& name) {
+    const auto watch = [&](Cascara::Styleable& styleable, const QByteArray& name) {
         auto& tooltip = dynamic_cast<TooltipWidget&>(styleable);
         tooltip.attribute("location")->addListener([&] { places.push_back(tooltip.location()); });
         return std::make_unique<Facet::AttributeT<float>>(&tooltip, name);
-    });
+    };
+    const Cascara::LazyAttributeManager::Registrant watcher("watched-place", watch);
     Help help;
     help.host.style("TooltipWidget.help, TooltipWidget.email { watched-place: 1 }");
     SUBCASE("help")
