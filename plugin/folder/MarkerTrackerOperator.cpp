@@ -46,8 +46,7 @@ void MarkerTrackerOperator::setWidget(Trellis::Widget& item)
 {
     m_item = &item;
     turnAtStart(item);
-    if (m_manualControl)
-        item.addCSSClass(kManualControl);
+    markManual(item);
     if (auto* taker = dynamic_cast<MarkerTaker*>(&item))
         if (const auto marker = markerOnTable(m_markerId))
             taker->takeMarker(*marker);
@@ -61,8 +60,15 @@ void MarkerTrackerOperator::setMenuNode(ContentMenuWidget& menu, unsigned long n
     if (!target)
         return;
     turnAtStart(*target);
-    if (m_manualControl)
-        target->addCSSClass(kManualControl);
+    markManual(*target);
+}
+
+void MarkerTrackerOperator::markManual(Trellis::Widget& target)
+{
+    if (!m_manualControl)
+        return;
+    target.addCSSClass(kManualControl);
+    m_marked = &target;
 }
 
 void MarkerTrackerOperator::turnAtStart(Trellis::Widget& target)
@@ -131,5 +137,8 @@ void MarkerTrackerOperator::removed(Trellis::Widget& /*widget*/)
 {
     if (const auto target = getTargetWidget())
         target->removeCSSClass(kManualControl);
+    // A menu that is told to close a node knows its widget no more, while that still fades away.
+    if (const auto marked = m_marked.lock())
+        marked->removeCSSClass(kManualControl);
 }
 }

@@ -49,6 +49,7 @@ public:
 private:
     void moveWith(const Tactile::Marker& marker);
     void turnAtStart(Trellis::Widget& target);
+    void markManual(Trellis::Widget& target);
 
     Facet::AttributeT<bool> m_moveWithMarker;
     bool m_dismiss;
@@ -59,6 +60,7 @@ private:
     float m_lastRotation;                ///< the card's, radians
     std::int64_t m_markerId;
     Bedrock::IntrusiveWeakPtr<Trellis::Widget> m_item;
+    Bedrock::IntrusiveWeakPtr<Trellis::Widget> m_marked; ///< what has "manual-control" from here
     Bedrock::IntrusiveWeakPtr<ContentMenuWidget> m_menu;
     unsigned long m_menuNode = 0;
     Bedrock::IntrusiveWeakPtr<PersonalFolderWidget> m_folder;

@@ -14,6 +14,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <utility>
 
 namespace Tavola
 {
@@ -59,17 +60,21 @@ PersonalSpaceContentWidget::PersonalSpaceContentWidget(Trellis::Widget* parent, 
     eventAddOut("before-remove-item");
 
     listenToContents();
+    m_acceptDrops.addListener(
+        [this] {
+            // From now on the leave is refused, too: what shows the hover goes at once.
+            if (!*m_acceptDrops)
+                endHover();
+        },
+        Facet::Attribute::kValueChanged);
 }
 
 PersonalSpaceContentWidget::~PersonalSpaceContentWidget()
 {
     for (const auto listener : m_contentsListeners)
         m_contents->eventRemoveListener(listener);
-    removeIndicator();
     // Without this widget nobody tells a dragged one that the drag has left.
-    for (const auto& marked : m_marked)
-        if (const auto dragged = marked.lock())
-            dragged->setPseudoClass("valid-drop", false);
+    endHover();
 }
 
 void PersonalSpaceContentWidget::listenToContents()
@@ -214,6 +219,17 @@ void PersonalSpaceContentWidget::markDragged(Trellis::Widget& widget, bool on)
     m_marked.erase(std::remove_if(m_marked.begin(), m_marked.end(), isItOrGone), m_marked.end());
     if (on)
         m_marked.emplace_back(&widget);
+}
+
+void PersonalSpaceContentWidget::endHover()
+{
+    removeIndicator();
+    if (parent())
+        parent()->setPseudoClass("valid-hover", false);
+    const auto marked = std::exchange(m_marked, {});
+    for (const auto& weak : marked)
+        if (const auto dragged = weak.lock())
+            dragged->setPseudoClass("valid-drop", false);
 }
 
 void PersonalSpaceContentWidget::updateIndicator(Vecta::Vector2f scenePoint)

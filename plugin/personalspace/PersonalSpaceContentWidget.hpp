@@ -50,6 +50,9 @@ public:
     [[nodiscard]] const std::shared_ptr<PersonalSpaceContents>& contents() const noexcept { return m_contents; }
 
     [[nodiscard]] bool isInside(Vecta::Vector2f point) const override;
+    /// Takes away all that shows a hover: indicator, "valid-hover" of the parent, "valid-drop" of what is dragged. For who
+    /// takes this widget away during a drag, which it then does not hear of any more.
+    void endHover();
     bool dropEvent(const DropEvent& event) override;
 
     /// What the contents' events lead to; also the way to show items that were there before this widget was. Ids without a

@@ -26,6 +26,13 @@ struct RegistrationRequest
     QString email;
     Bedrock::IntrusiveWeakPtr<PersonalSpaceWidget> widget;
 };
+
+/// Null without an application or without a service. Any thread.
+std::shared_ptr<TesselServiceAPI> markerService()
+{
+    const std::shared_ptr<Tavola> application = Tavola::instance();
+    return application ? application->services()->tesselService() : nullptr;
+}
 }
 
 void PersonalSpaceWidget::D::setEmailValidator()
@@ -75,8 +82,8 @@ void PersonalSpaceWidget::D::registerUser()
     Bedrock::BGThread::instance()->addTask(std::make_shared<Bedrock::FunctionTask>([request](Bedrock::Task& task) {
         // Done in every case: an unfinished task would be run again.
         task.setFinished();
-        const std::shared_ptr<Tavola> application = Tavola::instance();
-        const std::shared_ptr<TesselServiceAPI> service = application ? application->services()->tesselService() : nullptr;
+        // The service alone is kept for the call: the application, with its widgets, may end on the main thread meanwhile.
+        const std::shared_ptr<TesselServiceAPI> service = markerService();
         // Without a marker service no answer ever comes; the owner sees that the registration goes on until they cancel it.
         if (!service)
             return;
@@ -87,6 +94,9 @@ void PersonalSpaceWidget::D::registerUser()
             // To the owner the same as a refusal: the space must not wait for an answer that never comes.
             Bedrock::Trace::error("PersonalSpaceWidget::registerUser # Failed to register the owner of card %llu (%s)",
                                   static_cast<unsigned long long>(request.code), exception.what());
+        } catch (...) {
+            Bedrock::Trace::error("PersonalSpaceWidget::registerUser # Failed to register the owner of card %llu (unknown exception)",
+                                  static_cast<unsigned long long>(request.code));
         }
         Facet::Node::invokeAfterUpdate([weak = request.widget, registered] {
             const auto widget = weak.lock();

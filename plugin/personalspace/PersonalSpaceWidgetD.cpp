@@ -224,6 +224,8 @@ void PersonalSpaceWidget::D::releaseContentWidget()
         contentWidget->eventRemoveListener(listener);
     contentsListeners.clear();
     contentWidgetListeners.clear();
+    // A drag that hovers is told to the next content widget, and leaves only that one.
+    contentWidget->endHover();
     contentWidget->removeFromParent();
     contentWidget.reset();
 }

@@ -223,3 +223,16 @@ TEST_CASE("menu: lifting the card dismisses where items are dismissed, and ends 
     }
     CHECK(operatorsOf<MarkerTrackerOperator>(*table.menu).empty());
 }
+
+TEST_CASE("menu: a node in reverse mode is marked while it is tracked, and no more while it fades away")
+{
+    MenuTable table;
+    table.whenDismissed = [&] { table.menu->closeNode(table.node); };
+    table.trackNode({true, true, 0.f, true});
+    const Bedrock::IntrusivePtr<Trellis::Widget> widget = table.menu->nodeWidget(table.node);
+    CHECK(widget->hasCSSClass("manual-control"));
+    table.tracker->dismissContent();
+    table.host.frame();
+    CHECK(table.dismissals == 1);
+    CHECK_FALSE(widget->hasCSSClass("manual-control"));
+}
