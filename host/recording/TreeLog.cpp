@@ -5,7 +5,6 @@
 #include <Bedrock/Trace.hpp>
 #include <Trellis/Widget.hpp>
 
-#include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QJsonArray>
@@ -18,14 +17,24 @@ namespace
 {
 using Lines = QHash<QByteArray, QByteArray>;
 
+/// Folders in the temporary place have other names each time.
+void hidePlaces(QByteArray& line)
+{
+    const QByteArray temporary = QDir::tempPath().toUtf8() + '/';
+    const QByteArray snapshots = temporary + "tavola-snapshots-";
+    for (int begin = line.indexOf(snapshots); begin >= 0; begin = line.indexOf(snapshots, begin)) {
+        const int end = line.indexOf('/', begin + snapshots.size());
+        line.replace(begin, (end < 0 ? begin + snapshots.size() : end) - begin, "snapshots");
+    }
+    line.replace(temporary, "");
+}
+
 void addLines(QJsonObject widget, const QByteArray& place, Lines& lines, QCryptographicHash& hash)
 {
     const QJsonArray children = widget.take(QStringLiteral("children")).toArray();
     widget.remove(QStringLiteral("id"));
     QByteArray line = QJsonDocument(widget).toJson(QJsonDocument::Compact);
-    const QByteArray temporary = QDir::tempPath().toUtf8() + '/';
-    line.replace(temporary + "tavola-snapshots-" + QByteArray::number(QCoreApplication::applicationPid()), "snapshots");
-    line.replace(temporary, "");
+    hidePlaces(line);
     hash.addData(place + ' ' + line + '\n');
     lines.insert(place, line);
     int number = 0;

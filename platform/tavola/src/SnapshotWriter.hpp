@@ -7,10 +7,18 @@
 
 #include <folly/futures/Future.h>
 
+#include <memory>
+
+class QTemporaryDir;
+
 namespace Tavola
 {
-/// Writes pictures to PNG files on threads of its own. Owns the folder of the files without a name, which is made with the
-/// first one and removed at the end, after everything that was begun has been written.
+/// Writes pictures to PNG files on threads of its own.
+///
+/// Pictures without a name go to a folder in the temporary place that only the user of this process can read, named
+/// tavola-snapshots-PID-…; it is made with the first of them and removed at the end, after everything that was begun has
+/// been written. What a process that was killed has left is removed then, too. Files there are named after what they show:
+/// a table that runs for weeks keeps one file for each look of its content, however often that is collected.
 class SnapshotWriter
 {
 public:
@@ -23,9 +31,10 @@ public:
     [[nodiscard]] folly::Future<QString> write(QImage image, const QString& fileName);
 
 private:
-    QString m_folder;
-    bool m_folderMade = false;
-    long m_filesNamed = 0;
+    /// Made anew where somebody has removed it; empty when that is impossible.
+    QString folder();
+
+    std::unique_ptr<QTemporaryDir> m_folder;
     Bedrock::WorkerPool m_threads; ///< last member: its threads end first
 };
 }
