@@ -1,6 +1,7 @@
 #include "PeopleRegistry.hpp"
 
 #include "SqliteConnection.hpp"
+#include "SqliteTransaction.hpp"
 
 #include <Bedrock/Trace.hpp>
 
@@ -9,20 +10,15 @@
 #include <QFileInfo>
 #include <QSqlError>
 #include <QSqlQuery>
-#include <QVariant>
 
 #include <set>
+#include <utility>
 
 namespace
 {
 constexpr int kSchemaVersion = 1;
 /// Disks stamp files with a clock that ticks more slowly than people can be entered.
 constexpr qint64 kFreshMs = 1000;
-
-void warnAbout(const char* what, const QString& path, const QString& detail)
-{
-    Bedrock::Trace::warning("PeopleRegistry # Failed to %s %s (%s)", what, path.toUtf8().constData(), detail.toUtf8().constData());
-}
 
 Person personOf(const QSqlQuery& query)
 {
@@ -39,70 +35,21 @@ Person personOf(const QSqlQuery& query)
 const char* const kColumns = "SELECT code, name, email, content_key, kind FROM people";
 const char* const kAnyEver = "SELECT 1 FROM people UNION ALL SELECT 1 FROM emptied LIMIT 1";
 
-/// One transaction that writes: takes the lock at once, so that what it reads first stays true, and is undone unless it is
-/// committed.
-class Writing
+SqliteTransaction::Report warning(const char* what, const QString& path)
 {
-public:
-    explicit Writing(const QString& path) : m_path(path), m_connection(path), m_query(m_connection.database())
-    {
-        if (!m_connection.isOpen())
-            warnAbout("write", m_path, m_connection.error());
-        else
-            m_isOpen = exec(QStringLiteral("BEGIN IMMEDIATE"));
-    }
-    ~Writing()
-    {
-        m_query.finish();
-        if (m_isOpen)
-            m_query.exec(QStringLiteral("ROLLBACK"));
-    }
-    Writing(const Writing&) = delete;
-    Writing& operator=(const Writing&) = delete;
-
-    explicit operator bool() const noexcept { return m_isOpen; }
-    [[nodiscard]] QSqlQuery& query() noexcept { return m_query; }
-    /// False, with a warning, when SQLite cannot.
-    bool exec() { return m_query.exec() || fail(); }
-    bool exec(const QString& statement) { return m_query.exec(statement) || fail(); }
-    bool commit()
-    {
-        m_query.finish();
-        if (!exec(QStringLiteral("COMMIT")))
-            return false;
-        m_isOpen = false;
-        return true;
-    }
-
-private:
-    bool fail()
-    {
-        warnAbout("write", m_path, m_query.lastError().text());
-        return false;
-    }
-
-    QString m_path;
-    SqliteConnection m_connection;
-    QSqlQuery m_query;
-    bool m_isOpen = false;
-};
+    return [what, path](const QString& reason) {
+        Bedrock::Trace::warning("PeopleRegistry # Failed to %s %s (%s)", what, path.toUtf8().constData(), reason.toUtf8().constData());
+    };
+}
 
 /// "INSERT ..." as `verb` has it.
-bool enter(Writing& writing, const char* verb, const std::vector<Person>& people)
+bool enter(SqliteTransaction& writing, const char* verb, const std::vector<Person>& people)
 {
-    // An absent text is the empty one: a null QString would be stored as NULL.
-    const auto text = [](const QString& value) { return value.isNull() ? QStringLiteral("") : value; };
-    QSqlQuery& query = writing.query();
-    query.prepare(QLatin1String(verb) + QStringLiteral(" INTO people (code, name, email, content_key, kind) VALUES (?, ?, ?, ?, ?)"));
-    for (const Person& person : people) {
-        query.bindValue(0, QString::number(person.code));
-        query.bindValue(1, text(person.name));
-        query.bindValue(2, text(person.email));
-        query.bindValue(3, text(person.contentKey));
-        query.bindValue(4, person.kind);
-        if (!writing.exec())
+    const QString statement =
+        QLatin1String(verb) + QStringLiteral(" INTO people (code, name, email, content_key, kind) VALUES (?, ?, ?, ?, ?)");
+    for (const Person& person : people)
+        if (!writing.run(statement, {QString::number(person.code), person.name, person.email, person.contentKey, person.kind}))
             return false;
-    }
     return true;
 }
 }
@@ -152,93 +99,70 @@ bool PeopleRegistry::isNew() const
 std::optional<std::vector<Person>> PeopleRegistry::people() const
 {
     std::vector<Person> result;
-    SqliteConnection connection(m_path);
-    QSqlQuery query(connection.database());
-    query.setForwardOnly(true);
-    bool isRead = query.exec(QLatin1String(kColumns) + QStringLiteral(" ORDER BY length(code), code"));
-    while (isRead && query.next())
-        result.push_back(personOf(query));
-    isRead = isRead && !query.lastError().isValid();
-    if (isRead)
-        return result;
-    warnAbout("read", m_path, query.lastError().text());
-    return std::nullopt;
+    SqliteTransaction reading(m_path, SqliteTransaction::Kind::Read, warning("read", m_path));
+    const bool isRead = reading.run(QLatin1String(kColumns) + QStringLiteral(" ORDER BY length(code), code"))
+        && reading.forEachRow([&result](const QSqlQuery& row) { result.push_back(personOf(row)); });
+    return isRead ? std::optional(std::move(result)) : std::nullopt;
 }
 
 std::optional<Person> PeopleRegistry::person(unsigned long code) const
 {
-    SqliteConnection connection(m_path);
-    QSqlQuery query(connection.database());
-    query.prepare(QLatin1String(kColumns) + QStringLiteral(" WHERE code = ?"));
-    query.addBindValue(QString::number(code));
-    if (!query.exec()) {
-        warnAbout("read", m_path, query.lastError().text());
-        return std::nullopt;
-    }
-    if (!query.next())
-        return std::nullopt;
-    return personOf(query);
+    std::optional<Person> result;
+    SqliteTransaction reading(m_path, SqliteTransaction::Kind::Read, warning("read", m_path));
+    const bool isRead = reading.run(QLatin1String(kColumns) + QStringLiteral(" WHERE code = ?"), {QString::number(code)})
+        && reading.forEachRow([&result](const QSqlQuery& row) { result = personOf(row); });
+    return isRead ? result : std::nullopt;
 }
 
 bool PeopleRegistry::beginWith(const std::vector<Person>& people)
 {
-    Writing writing(m_path);
-    if (!writing || !writing.exec(QLatin1String(kAnyEver)))
+    SqliteTransaction writing(m_path, SqliteTransaction::Kind::Write, warning("write", m_path));
+    bool isUsed = false;
+    if (!writing.run(QLatin1String(kAnyEver)) || !writing.forEachRow([&isUsed](const QSqlQuery&) { isUsed = true; }))
         return false;
-    if (writing.query().next())
-        return true;
-    return enter(writing, "INSERT", people) && writing.commit();
+    return isUsed || (enter(writing, "INSERT", people) && writing.commit());
 }
 
 bool PeopleRegistry::add(const Person& person, bool& isThere)
 {
     isThere = false;
-    Writing writing(m_path);
-    if (!writing || !enter(writing, "INSERT OR IGNORE", {person}))
+    SqliteTransaction writing(m_path, SqliteTransaction::Kind::Write, warning("write", m_path));
+    if (!enter(writing, "INSERT OR IGNORE", {person}))
         return false;
-    isThere = writing.query().numRowsAffected() == 0;
+    isThere = writing.changedRows() == 0;
     return !isThere && writing.commit();
 }
 
 bool PeopleRegistry::insert(const std::vector<Person>& people)
 {
-    Writing writing(m_path);
-    return writing && enter(writing, "INSERT OR REPLACE", people) && writing.commit();
+    SqliteTransaction writing(m_path, SqliteTransaction::Kind::Write, warning("write", m_path));
+    return enter(writing, "INSERT OR REPLACE", people) && writing.commit();
 }
 
 std::optional<Person> PeopleRegistry::registerOwner(unsigned long code, const QString& name, const QString& email)
 {
-    Writing writing(m_path);
-    if (!writing)
+    SqliteTransaction writing(m_path, SqliteTransaction::Kind::Write, warning("write", m_path));
+    const QString number = QString::number(code);
+    if (!writing.run(QStringLiteral("UPDATE people SET name = ?, email = ?, kind = 0 WHERE code = ?"), {name, email, number})
+        || writing.changedRows() != 1)
         return std::nullopt;
-    QSqlQuery& query = writing.query();
-    query.prepare(QStringLiteral("UPDATE people SET name = ?, email = ?, kind = 0 WHERE code = ?"));
-    query.addBindValue(name.isNull() ? QStringLiteral("") : name);
-    query.addBindValue(email.isNull() ? QStringLiteral("") : email);
-    query.addBindValue(QString::number(code));
-    if (!writing.exec() || query.numRowsAffected() != 1)
+    std::optional<Person> person;
+    if (!writing.run(QLatin1String(kColumns) + QStringLiteral(" WHERE code = ?"), {number})
+        || !writing.forEachRow([&person](const QSqlQuery& row) { person = personOf(row); }) || !writing.commit())
         return std::nullopt;
-    query.prepare(QLatin1String(kColumns) + QStringLiteral(" WHERE code = ?"));
-    query.addBindValue(QString::number(code));
-    if (!writing.exec() || !query.next())
-        return std::nullopt;
-    Person person = personOf(query);
-    return writing.commit() ? std::optional(std::move(person)) : std::nullopt;
+    return person;
 }
 
 bool PeopleRegistry::remove(const std::vector<unsigned long>& codes, std::optional<unsigned long>& unknown)
 {
     unknown.reset();
-    Writing writing(m_path);
-    if (!writing || !writing.exec(QStringLiteral("INSERT OR IGNORE INTO emptied (once) VALUES (1)")))
+    SqliteTransaction writing(m_path, SqliteTransaction::Kind::Write, warning("write", m_path));
+    if (!writing.run(QStringLiteral("INSERT OR IGNORE INTO emptied (once) VALUES (1)")))
         return false;
-    QSqlQuery& query = writing.query();
-    query.prepare(QStringLiteral("DELETE FROM people WHERE code = ?"));
     for (const unsigned long code : std::set<unsigned long>(codes.begin(), codes.end())) {
-        query.bindValue(0, QString::number(code));
-        if (!writing.exec())
+        if (!writing.run(QStringLiteral("DELETE FROM people WHERE code = ?"), {QString::number(code)}))
             return false;
-        if (query.numRowsAffected() != 1) {
+        if (writing.changedRows() != 1) {
             unknown = code;
             return false;
         }

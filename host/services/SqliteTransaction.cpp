@@ -1,0 +1,68 @@
+#include "SqliteTransaction.hpp"
+
+#include <QSqlError>
+
+#include <utility>
+
+SqliteTransaction::SqliteTransaction(const QString& path, Kind kind, Report report)
+    : m_report(std::move(report)), m_connection(path), m_query(m_connection.database())
+{
+    if (!m_connection.isOpen()) {
+        fail(m_connection.error());
+        return;
+    }
+    m_query.setForwardOnly(true);
+    m_isOpen = m_query.exec(kind == Kind::Write ? QStringLiteral("BEGIN IMMEDIATE") : QStringLiteral("BEGIN"));
+    if (!m_isOpen)
+        fail(m_query.lastError().text());
+}
+
+SqliteTransaction::~SqliteTransaction()
+{
+    m_query.finish();
+    if (m_isOpen)
+        m_query.exec(QStringLiteral("ROLLBACK"));
+}
+
+bool SqliteTransaction::run(const QString& statement, std::initializer_list<QVariant> values)
+{
+    if (!*this)
+        return false;
+    // A statement that is run again and again is prepared once.
+    if (m_query.lastQuery() != statement && !m_query.prepare(statement))
+        return fail(m_query.lastError().text());
+    for (const QVariant& value : values) {
+        // SQLite would take a null QString for NULL.
+        const bool isAbsent = value.type() == QVariant::String && value.isNull();
+        m_query.addBindValue(isAbsent ? QVariant(QStringLiteral("")) : value);
+    }
+    return m_query.exec() || fail(m_query.lastError().text());
+}
+
+bool SqliteTransaction::forEachRow(const std::function<void(const QSqlQuery& row)>& handle)
+{
+    if (!*this)
+        return false;
+    while (m_query.next())
+        handle(m_query);
+    return !m_query.lastError().isValid() || fail(m_query.lastError().text());
+}
+
+bool SqliteTransaction::commit()
+{
+    if (!*this)
+        return false;
+    m_query.finish();
+    if (!m_query.exec(QStringLiteral("COMMIT")))
+        return fail(m_query.lastError().text());
+    m_isOpen = false;
+    return true;
+}
+
+bool SqliteTransaction::fail(const QString& reason)
+{
+    m_hasFailed = true;
+    if (m_report)
+        m_report(reason);
+    return false;
+}
