@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace
@@ -132,15 +133,31 @@ QString time(qint64 ms)
     return QDateTime::fromMSecsSinceEpoch(ms).toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));
 }
 
-void list(const std::vector<Queue>& queues)
+/// What is in a queue. An outbox that cannot be read is said to be so: it is not empty.
+std::optional<std::vector<OutboxMessage>> messagesOf(const Queue& queue)
 {
+    if (!queue.outbox)
+        return std::vector<OutboxMessage>();
+    auto messages = queue.outbox->messages();
+    if (!messages)
+        fail(QStringLiteral("the outbox cannot be read"), 1);
+    return messages;
+}
+
+/// False when an outbox cannot be read.
+bool list(const std::vector<Queue>& queues)
+{
+    bool isComplete = true;
     for (const Queue& queue : queues) {
-        const std::vector<OutboxMessage> messages = queue.outbox ? queue.outbox->messages() : std::vector<OutboxMessage>();
+        const auto messages = messagesOf(queue);
+        isComplete = isComplete && messages;
+        if (!messages)
+            continue;
         if (queues.size() > 1)
             print(QStringLiteral("%1:").arg(queue.service.isEmpty() ? QStringLiteral("(without a name)") : queue.service));
-        if (messages.empty())
+        if (messages->empty())
             print(QStringLiteral("no messages"));
-        for (const OutboxMessage& message : messages) {
+        for (const OutboxMessage& message : *messages) {
             QString line = QStringLiteral("%1  %2  accepted %3  attempts %4  to %5")
                                .arg(message.id)
                                .arg(QLatin1String(name(message.state)), -7)
@@ -154,6 +171,7 @@ void list(const std::vector<Queue>& queues)
             print(line);
         }
     }
+    return isComplete;
 }
 
 bool isWanted(const OutboxMessage& message, const QStringList& which)
@@ -174,9 +192,11 @@ bool change(const Request& request, const std::vector<Queue>& queues)
     bool isComplete = true;
     int changed = 0;
     for (const Queue& queue : queues) {
-        if (!queue.outbox)
+        const auto messages = messagesOf(queue);
+        isComplete = isComplete && messages;
+        if (!messages)
             continue;
-        for (const OutboxMessage& message : queue.outbox->messages()) {
+        for (const OutboxMessage& message : *messages) {
             if (!isWanted(message, which))
                 continue;
             unseen.removeAll(QString::number(message.id));
@@ -219,9 +239,7 @@ int MailCommand::run(const QStringList& arguments)
     std::vector<Queue> queues;
     if (!openQueues(request, queues, error))
         return fail(error, 1);
-    if (request.action == QLatin1String("list")) {
-        list(queues);
-        return 0;
-    }
+    if (request.action == QLatin1String("list"))
+        return list(queues) ? 0 : 1;
     return change(request, queues) ? 0 : 1;
 }

@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHostAddress>
 #include <QJsonObject>
 #include <QUrl>
 
@@ -106,12 +107,20 @@ bool MailSettings::isMailServer(const QString& text)
         && (url.scheme() == QLatin1String("smtp") || url.scheme() == QLatin1String("smtps"));
 }
 
+bool MailSettings::isOpenToListeners() const
+{
+    const QUrl url(server, QUrl::StrictMode);
+    const QString host = url.host();
+    const bool isThisMachine = host == QLatin1String("localhost") || QHostAddress(host).isLoopback();
+    return startTls == StartTls::Never && url.scheme() == QLatin1String("smtp") && !isThisMachine;
+}
+
 std::optional<MailSettings> MailSettings::read(const QJsonObject& entry, const QString& folder, const Report& report)
 {
     const EntryReader reader(entry, folder, report);
     reader.checkKeys({"name", "server", "startTls", "caFile", "credentials", "sender", "subject", "template", "htmlTemplate",
                       "filesAddress", "largeFilesText", "missingFilesText", "attachmentLimitMegabytes", "connectTimeoutSeconds",
-                      "timeoutSeconds", "retrySeconds", "giveUpHours"});
+                      "timeoutSeconds", "answerSeconds", "retrySeconds", "giveUpHours"});
     MailSettings settings;
     settings.folder = folder;
     settings.name = reader.text("name");
@@ -153,6 +162,7 @@ std::optional<MailSettings> MailSettings::read(const QJsonObject& entry, const Q
         qint64(reader.number("attachmentLimitMegabytes", double(settings.attachmentLimitBytes) / kMega, 1e6) * kMega);
     settings.connectTimeoutSeconds = reader.seconds("connectTimeoutSeconds", settings.connectTimeoutSeconds, 3600.0);
     settings.timeoutSeconds = reader.seconds("timeoutSeconds", settings.timeoutSeconds, 86400.0);
+    settings.answerSeconds = reader.seconds("answerSeconds", settings.answerSeconds, 3600.0);
     settings.retrySeconds = reader.seconds("retrySeconds", settings.retrySeconds, 3600.0);
     settings.giveUpHours = reader.seconds("giveUpHours", settings.giveUpHours, 10000.0);
     return settings;

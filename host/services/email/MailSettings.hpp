@@ -17,7 +17,7 @@ struct MailSettings
     {
         Required,
         IfOffered, ///< a password still never goes out unencrypted
-        Never
+        Never      ///< with a password only for a server on this machine
     };
 
     QString name;
@@ -36,6 +36,7 @@ struct MailSettings
     qint64 attachmentLimitBytes = 10'000'000; ///< all files of one message together
     double connectTimeoutSeconds = 10.0;
     double timeoutSeconds = 300.0; ///< one attempt from beginning to end
+    double answerSeconds = 15.0;   ///< how long a sender waits for the first attempt; then a message that is kept counts as success
     double retrySeconds = 60.0;    ///< before the second attempt; doubled with each further one, up to an hour
     double giveUpHours = 120.0;
 
@@ -47,6 +48,8 @@ struct MailSettings
     [[nodiscard]] static std::optional<MailSettings> read(const QJsonObject& entry, const QString& folder, const Report& report);
     /// Whether a text is a mail server's address with a host.
     [[nodiscard]] static bool isMailServer(const QString& text);
+    /// Whether what is said to the server crosses a network unencrypted, whatever the server offers.
+    [[nodiscard]] bool isOpenToListeners() const;
 };
 
 /// Who the table is to the mail server. Never logged.

@@ -1,6 +1,7 @@
 #include "Outbox.hpp"
 
 #include "../SqliteConnection.hpp"
+#include "../SqliteTransaction.hpp"
 
 #include <Bedrock/Trace.hpp>
 
@@ -37,48 +38,42 @@ const char* const kSchema[] = {
 constexpr auto kQueued = int(OutboxMessage::State::Queued);
 constexpr auto kSending = int(OutboxMessage::State::Sending);
 
-/// An absent text is the empty one: a null QString would be stored as NULL.
-QString text(const QString& value)
-{
-    return value.isNull() ? QStringLiteral("") : value;
-}
+const char* const kColumns = "SELECT id, message_id, created, state, attempts, next_attempt, last_error, sender_address, sender_name, "
+                             "subject, text, html, folder, queued_since FROM messages ";
 
-bool run(QSqlQuery& query, const QString& statement, std::initializer_list<QVariant> values)
-{
-    if (!query.prepare(statement))
-        return false;
-    for (const QVariant& value : values)
-        query.addBindValue(value);
-    return query.exec();
-}
-
-bool insertParts(QSqlQuery& query, const OutboxMessage& message)
+bool insertParts(SqliteTransaction& transaction, const OutboxMessage& message)
 {
     int position = 0;
     for (const auto& recipient : message.recipients)
-        if (!run(query, QStringLiteral("INSERT INTO recipients VALUES (?, ?, ?, ?, ?, ?, ?)"),
-                 {message.id, position++, text(recipient.address.address), text(recipient.address.name), int(recipient.type),
-                  int(recipient.outcome), text(recipient.reply)}))
+        if (!transaction.run(QStringLiteral("INSERT INTO recipients VALUES (?, ?, ?, ?, ?, ?, ?)"),
+                             {message.id, position++, recipient.address.address, recipient.address.name, int(recipient.type),
+                              int(recipient.outcome), recipient.reply}))
             return false;
     position = 0;
     for (const auto& file : message.files)
-        if (!run(query, QStringLiteral("INSERT INTO files VALUES (?, ?, ?, ?, ?)"),
-                 {message.id, position++, text(file.name), text(file.mimeType), file.sizeBytes}))
+        if (!transaction.run(QStringLiteral("INSERT INTO files VALUES (?, ?, ?, ?, ?)"),
+                             {message.id, position++, file.name, file.mimeType, file.sizeBytes}))
             return false;
     return true;
 }
 
-bool insertMessage(QSqlQuery& query, OutboxMessage& message)
+OutboxMessage messageOf(const QSqlQuery& row)
 {
-    if (!run(query,
-             QStringLiteral("INSERT INTO messages (message_id, created, queued_since, state, attempts, next_attempt, last_error, "
-                            "sender_address, sender_name, subject, text, html, folder) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
-             {message.messageId, message.createdMs, message.queuedSinceMs, int(message.state), message.attempts, message.nextAttemptMs,
-              text(message.lastError), text(message.sender.address), text(message.sender.name), text(message.subject),
-              text(message.text), text(message.html), text(message.folder)}))
-        return false;
-    message.id = query.lastInsertId().toLongLong();
-    return insertParts(query, message);
+    OutboxMessage message;
+    message.id = row.value(0).toLongLong();
+    message.messageId = row.value(1).toString();
+    message.createdMs = row.value(2).toLongLong();
+    message.state = OutboxMessage::State(row.value(3).toInt());
+    message.attempts = row.value(4).toInt();
+    message.nextAttemptMs = row.value(5).toLongLong();
+    message.lastError = row.value(6).toString();
+    message.sender = {row.value(7).toString(), row.value(8).toString()};
+    message.subject = row.value(9).toString();
+    message.text = row.value(10).toString();
+    message.html = row.value(11).toString();
+    message.folder = row.value(12).toString();
+    message.queuedSinceMs = row.value(13).toLongLong();
+    return message;
 }
 }
 
@@ -154,127 +149,96 @@ bool Outbox::lock()
     return m_lock >= 0;
 }
 
-void Outbox::recover()
+bool Outbox::recover()
 {
-    SqliteConnection connection(m_path);
-    QSqlQuery query(connection.database());
-    if (!run(query, QStringLiteral("UPDATE messages SET state = ?, next_attempt = 0 WHERE state = ?"), {kQueued, kSending})
-        || !query.exec(QStringLiteral("SELECT folder FROM messages"))) {
-        warnAbout("recover", query.lastError().text());
-        return;
-    }
+    SqliteTransaction transaction = writing();
+    return transaction.run(QStringLiteral("UPDATE messages SET state = ?, next_attempt = 0 WHERE state = ?"), {kQueued, kSending})
+        && transaction.commit();
+}
+
+void Outbox::removeOrphans() const
+{
+    SqliteTransaction transaction = reading();
     QStringList folders;
-    while (query.next())
-        folders << query.value(0).toString();
-    m_files.removeAllBut(folders);
+    if (transaction.run(QStringLiteral("SELECT folder FROM messages"))
+        && transaction.forEachRow([&folders](const QSqlQuery& row) { folders << row.value(0).toString(); }))
+        m_files.removeAllBut(folders);
 }
 
 bool Outbox::add(OutboxMessage& message)
 {
-    SqliteConnection connection(m_path);
-    QSqlDatabase& database = connection.database();
-    if (!connection.isOpen() || !database.transaction()) {
-        warnAbout("write", connection.error());
+    SqliteTransaction transaction = writing();
+    if (!transaction.run(
+            QStringLiteral("INSERT INTO messages (message_id, created, queued_since, state, attempts, next_attempt, last_error, "
+                           "sender_address, sender_name, subject, text, html, folder) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
+            {message.messageId, message.createdMs, message.queuedSinceMs, int(message.state), message.attempts, message.nextAttemptMs,
+             message.lastError, message.sender.address, message.sender.name, message.subject, message.text, message.html,
+             message.folder}))
         return false;
-    }
-    QSqlQuery query(database);
-    if (!insertMessage(query, message)) {
-        warnAbout("write", query.lastError().text());
-        query.finish();
-        database.rollback();
+    message.id = transaction.insertedId();
+    if (!insertParts(transaction, message) || !transaction.commit())
         return false;
-    }
-    query.finish();
-    if (!database.commit()) {
-        warnAbout("write", connection.error());
-        database.rollback();
-        return false;
-    }
+    forgetWarnings();
     return true;
 }
 
-std::vector<OutboxMessage> Outbox::select(const QString& condition, qint64 id) const
+std::optional<std::vector<OutboxMessage>> Outbox::select(SqliteTransaction& transaction, const QString& condition,
+                                                         std::initializer_list<QVariant> values) const
 {
     std::vector<OutboxMessage> result;
-    SqliteConnection connection(m_path);
-    QSqlDatabase& database = connection.database();
-    // One transaction: a message and its parts are of the same moment.
-    if (!connection.isOpen() || !database.transaction()) {
-        warnAbout("read", connection.error());
-        return result;
-    }
-    QSqlQuery query(database);
-    const QString columns = QStringLiteral("SELECT id, message_id, created, state, attempts, next_attempt, last_error, "
-                                           "sender_address, sender_name, subject, text, html, folder, queued_since FROM messages ");
-    if (!query.prepare(columns + condition + QStringLiteral(" ORDER BY id"))) {
-        warnAbout("read", query.lastError().text());
-        return result;
-    }
-    if (!condition.isEmpty())
-        query.addBindValue(id);
-    if (!query.exec())
-        warnAbout("read", query.lastError().text());
-    while (query.next()) {
-        OutboxMessage message;
-        message.id = query.value(0).toLongLong();
-        message.messageId = query.value(1).toString();
-        message.createdMs = query.value(2).toLongLong();
-        message.state = OutboxMessage::State(query.value(3).toInt());
-        message.attempts = query.value(4).toInt();
-        message.nextAttemptMs = query.value(5).toLongLong();
-        message.lastError = query.value(6).toString();
-        message.sender = {query.value(7).toString(), query.value(8).toString()};
-        message.subject = query.value(9).toString();
-        message.text = query.value(10).toString();
-        message.html = query.value(11).toString();
-        message.folder = query.value(12).toString();
-        message.queuedSinceMs = query.value(13).toLongLong();
-        result.push_back(std::move(message));
-    }
-    for (OutboxMessage& message : result) {
-        run(query, QStringLiteral("SELECT address, name, type, outcome, reply FROM recipients WHERE message = ? ORDER BY position"),
-            {message.id});
-        while (query.next())
-            message.recipients.push_back({{query.value(0).toString(), query.value(1).toString()},
-                                          Tavola::EmailMessage::RecipientType(query.value(2).toInt()),
-                                          OutboxMessage::Outcome(query.value(3).toInt()),
-                                          query.value(4).toString()});
-        run(query, QStringLiteral("SELECT name, mime_type, size FROM files WHERE message = ? ORDER BY position"), {message.id});
-        for (int number = 0; query.next(); ++number)
-            message.files.push_back({query.value(0).toString(), query.value(1).toString(), m_files.path(message.folder, number),
-                                     query.value(2).toLongLong()});
-    }
-    query.finish();
-    database.commit();
+    if (!transaction.run(QLatin1String(kColumns) + condition, values)
+        || !transaction.forEachRow([&result](const QSqlQuery& row) { result.push_back(messageOf(row)); }))
+        return std::nullopt;
+    for (OutboxMessage& message : result)
+        if (!selectParts(transaction, message))
+            return std::nullopt;
     return result;
 }
 
-std::vector<OutboxMessage> Outbox::messages() const
+bool Outbox::selectParts(SqliteTransaction& transaction, OutboxMessage& message) const
 {
-    return select(QString(), 0);
+    const auto addRecipient = [&message](const QSqlQuery& row) {
+        message.recipients.push_back({{row.value(0).toString(), row.value(1).toString()},
+                                      Tavola::EmailMessage::RecipientType(row.value(2).toInt()),
+                                      OutboxMessage::Outcome(row.value(3).toInt()),
+                                      row.value(4).toString()});
+    };
+    const auto addFile = [this, &message](const QSqlQuery& row) {
+        message.files.push_back({row.value(0).toString(), row.value(1).toString(),
+                                 m_files.path(message.folder, int(message.files.size())), row.value(2).toLongLong()});
+    };
+    return transaction.run(
+               QStringLiteral("SELECT address, name, type, outcome, reply FROM recipients WHERE message = ? ORDER BY position"),
+               {message.id})
+        && transaction.forEachRow(addRecipient)
+        && transaction.run(QStringLiteral("SELECT name, mime_type, size FROM files WHERE message = ? ORDER BY position"), {message.id})
+        && transaction.forEachRow(addFile);
+}
+
+std::optional<std::vector<OutboxMessage>> Outbox::messages() const
+{
+    SqliteTransaction transaction = reading();
+    return select(transaction, QStringLiteral("ORDER BY id"), {});
 }
 
 std::optional<OutboxMessage> Outbox::message(qint64 id) const
 {
-    auto found = select(QStringLiteral("WHERE id = ?"), id);
-    return found.empty() ? std::nullopt : std::optional(std::move(found.front()));
+    SqliteTransaction transaction = reading();
+    auto found = select(transaction, QStringLiteral("WHERE id = ?"), {id});
+    return !found || found->empty() ? std::nullopt : std::optional(std::move(found->front()));
 }
 
-OutboxSummary Outbox::summary() const
+std::optional<OutboxSummary> Outbox::summary(qint64 nowMs) const
 {
     OutboxSummary summary;
-    SqliteConnection connection(m_path);
-    QSqlQuery query(connection.database());
-    if (!query.exec(QStringLiteral("SELECT state, COUNT(*), MIN(created), MIN(next_attempt) FROM messages GROUP BY state")))
-        warnAbout("read", query.lastError().text());
-    while (query.next()) {
-        const int count = query.value(1).toInt();
-        const qint64 createdMs = query.value(2).toLongLong();
+    const auto addRow = [&summary](const QSqlQuery& row) {
+        const int count = row.value(1).toInt();
+        const qint64 createdMs = row.value(2).toLongLong();
         summary.oldestMs = summary.oldestMs == 0 ? createdMs : std::min(summary.oldestMs, createdMs);
-        switch (OutboxMessage::State(query.value(0).toInt())) {
+        switch (OutboxMessage::State(row.value(0).toInt())) {
         case OutboxMessage::State::Queued:
             summary.queued = count;
-            summary.nextAttemptMs = query.value(3).toLongLong();
+            summary.nextAttemptMs = row.value(3).toLongLong();
             break;
         case OutboxMessage::State::Sending:
             summary.sending = count;
@@ -283,120 +247,120 @@ OutboxSummary Outbox::summary() const
             summary.failed = count;
             break;
         }
-    }
-    return summary;
+    };
+    SqliteTransaction transaction = reading();
+    const bool isRead =
+        transaction.run(QStringLiteral("SELECT state, COUNT(*), MIN(created), MIN(CASE WHEN next_attempt > ? THEN 0 ELSE next_attempt END) "
+                                       "FROM messages GROUP BY state"),
+                        {nowMs + kLongestPauseMs})
+        && transaction.forEachRow(addRow);
+    return isRead ? std::optional(summary) : std::nullopt;
 }
 
-std::optional<OutboxMessage> Outbox::claimDue(qint64 nowMs)
+Outbox::Claim Outbox::claimDue(qint64 nowMs, Which which)
 {
-    qint64 id = 0;
-    {
-        SqliteConnection connection(m_path);
-        QSqlQuery query(connection.database());
-        if (!run(query,
-                 QStringLiteral("UPDATE messages SET state = ? WHERE id = (SELECT id FROM messages WHERE state = ? AND "
-                                "next_attempt <= ? ORDER BY next_attempt, id LIMIT 1) RETURNING id"),
-                 {kSending, kQueued, nowMs})) {
-            warnAbout("write", query.lastError().text());
-            return std::nullopt;
-        }
-        if (!query.next())
-            return std::nullopt;
-        id = query.value(0).toLongLong();
-        // The statement is complete, and its transaction with it, only when there are no more rows.
-        while (query.next()) {
-        }
-    }
-    return message(id);
+    // Read first, then taken, in one transaction: what cannot be read stays queued.
+    SqliteTransaction transaction = writing("take a message from");
+    auto due = select(transaction,
+                      QStringLiteral("WHERE state = ? AND (next_attempt <= ? OR next_attempt > ?) AND (attempts = 0 OR ?) "
+                                     "ORDER BY next_attempt, id LIMIT 1"),
+                      {kQueued, nowMs, nowMs + kLongestPauseMs, which == Which::All});
+    if (!due)
+        return {std::nullopt, true};
+    if (due->empty())
+        return {};
+    OutboxMessage& message = due->front();
+    if (!transaction.run(QStringLiteral("UPDATE messages SET state = ? WHERE id = ?"), {kSending, message.id}) || !transaction.commit())
+        return {std::nullopt, true};
+    message.state = OutboxMessage::State::Sending;
+    forgetWarnings();
+    return {std::move(message), false};
 }
 
 bool Outbox::remove(const OutboxMessage& message)
 {
-    {
-        SqliteConnection connection(m_path);
-        QSqlQuery query(connection.database());
-        if (!run(query, QStringLiteral("DELETE FROM messages WHERE id = ?"), {message.id})) {
-            warnAbout("write", query.lastError().text());
-            return false;
-        }
-    }
+    SqliteTransaction transaction = writing();
+    if (!transaction.run(QStringLiteral("DELETE FROM messages WHERE id = ?"), {message.id}) || !transaction.commit())
+        return false;
     m_files.remove(message.folder);
+    forgetWarnings();
     return true;
 }
 
 bool Outbox::update(const OutboxMessage& message)
 {
-    SqliteConnection connection(m_path);
-    QSqlDatabase& database = connection.database();
-    if (!connection.isOpen() || !database.transaction()) {
-        warnAbout("write", connection.error());
+    SqliteTransaction transaction = writing();
+    if (!transaction.run(
+            QStringLiteral("UPDATE messages SET state = ?, attempts = ?, next_attempt = ?, queued_since = ?, last_error = ? WHERE id = ?"),
+            {int(message.state), message.attempts, message.nextAttemptMs, message.queuedSinceMs, message.lastError, message.id}))
         return false;
-    }
-    QSqlQuery query(database);
-    bool ok = run(query, QStringLiteral("UPDATE messages SET state = ?, attempts = ?, next_attempt = ?, last_error = ? WHERE id = ?"),
-                  {int(message.state), message.attempts, message.nextAttemptMs, text(message.lastError), message.id});
     int position = 0;
     for (const auto& recipient : message.recipients)
-        ok = ok
-            && run(query, QStringLiteral("UPDATE recipients SET outcome = ?, reply = ? WHERE message = ? AND position = ?"),
-                   {int(recipient.outcome), text(recipient.reply), message.id, position++});
-    const QString reason = query.lastError().text();
-    query.finish();
-    if (ok && database.commit())
-        return true;
-    warnAbout("write", ok ? connection.error() : reason);
-    database.rollback();
-    return false;
+        if (!transaction.run(QStringLiteral("UPDATE recipients SET outcome = ?, reply = ? WHERE message = ? AND position = ?"),
+                             {int(recipient.outcome), recipient.reply, message.id, position++}))
+            return false;
+    if (!transaction.commit())
+        return false;
+    forgetWarnings();
+    return true;
 }
 
 bool Outbox::retry(qint64 id, qint64 nowMs)
 {
-    SqliteConnection connection(m_path);
-    QSqlDatabase& database = connection.database();
-    if (!connection.isOpen() || !database.transaction()) {
-        warnAbout("write", connection.error());
+    SqliteTransaction transaction = writing();
+    if (!transaction.run(
+            QStringLiteral("UPDATE messages SET state = ?, attempts = 0, next_attempt = 0, queued_since = ? WHERE id = ? AND state <> ?"),
+            {kQueued, nowMs, id, kSending}))
         return false;
-    }
-    QSqlQuery query(database);
-    bool ok = run(query, QStringLiteral("UPDATE messages SET state = ?, attempts = 0, next_attempt = 0, queued_since = ? WHERE id = ? AND state <> ?"),
-                  {kQueued, nowMs, id, kSending});
-    const bool isThere = ok && query.numRowsAffected() == 1;
-    if (isThere)
-        ok = run(query, QStringLiteral("UPDATE recipients SET outcome = ? WHERE message = ? AND outcome = ?"),
-                 {int(OutboxMessage::Outcome::Open), id, int(OutboxMessage::Outcome::Refused)});
-    const QString reason = query.lastError().text();
-    query.finish();
-    if (ok && database.commit())
-        return isThere;
-    warnAbout("write", ok ? connection.error() : reason);
-    database.rollback();
-    return false;
+    return transaction.changedRows() == 1
+        && transaction.run(QStringLiteral("UPDATE recipients SET outcome = ? WHERE message = ? AND outcome = ?"),
+                           {int(OutboxMessage::Outcome::Open), id, int(OutboxMessage::Outcome::Refused)})
+        && transaction.commit();
 }
 
 bool Outbox::drop(qint64 id)
 {
-    const auto found = message(id);
-    if (!found)
-        return false;
     const bool nobodySends = m_lock < 0 && lock();
+    QString folder;
     bool isDropped = false;
     {
-        SqliteConnection connection(m_path);
-        QSqlQuery query(connection.database());
-        if (!run(query, QStringLiteral("DELETE FROM messages WHERE id = ? AND (state <> ? OR ?)"), {id, kSending, nobodySends})) {
-            warnAbout("write", query.lastError().text());
-        } else {
-            isDropped = query.numRowsAffected() == 1;
-        }
+        SqliteTransaction transaction = writing();
+        isDropped = transaction.run(QStringLiteral("SELECT folder FROM messages WHERE id = ?"), {id})
+            && transaction.forEachRow([&folder](const QSqlQuery& row) { folder = row.value(0).toString(); })
+            && transaction.run(QStringLiteral("DELETE FROM messages WHERE id = ? AND (state <> ? OR ?)"), {id, kSending, nobodySends})
+            && transaction.changedRows() == 1 && transaction.commit();
     }
     if (nobodySends)
         ::close(std::exchange(m_lock, -1));
     if (isDropped)
-        m_files.remove(found->folder);
+        m_files.remove(folder);
     return isDropped;
+}
+
+SqliteTransaction Outbox::reading() const
+{
+    return {m_path, SqliteTransaction::Kind::Read, [this](const QString& reason) { warnAbout("read", reason); }};
+}
+
+SqliteTransaction Outbox::writing(const char* what) const
+{
+    return {m_path, SqliteTransaction::Kind::Write, [this, what](const QString& reason) { warnAbout(what, reason); }};
 }
 
 void Outbox::warnAbout(const char* what, const QString& detail) const
 {
-    Bedrock::Trace::warning("Outbox # Failed to %s %s (%s)", what, m_path.toUtf8().constData(), detail.toUtf8().constData());
+    const QString warning = QStringLiteral("Outbox # Failed to %1 %2 (%3)").arg(QLatin1String(what), m_path, detail);
+    {
+        const std::lock_guard lock(m_warningsMutex);
+        if (m_warnings.contains(warning))
+            return;
+        m_warnings << warning;
+    }
+    Bedrock::Trace::warning("%s", warning.toUtf8().constData());
+}
+
+void Outbox::forgetWarnings() const
+{
+    const std::lock_guard lock(m_warningsMutex);
+    m_warnings.clear();
 }

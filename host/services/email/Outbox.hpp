@@ -4,10 +4,16 @@
 #include "OutboxMessage.hpp"
 
 #include <QString>
+#include <QStringList>
 
+#include <initializer_list>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <vector>
+
+class QVariant;
+class SqliteTransaction;
 
 /// An outbox in a few numbers.
 struct OutboxSummary
@@ -16,7 +22,7 @@ struct OutboxSummary
     int sending = 0;
     int failed = 0;
     qint64 oldestMs = 0;      ///< when the oldest message was accepted; 0 without one
-    qint64 nextAttemptMs = 0; ///< of the queued message that is due first
+    qint64 nextAttemptMs = 0; ///< of the queued message that is due first; 0 or in the past when one is due
 };
 
 /// The messages that a table has accepted and not yet delivered, in a folder: a SQLite file and the attachments' copies.
@@ -28,10 +34,26 @@ struct OutboxSummary
 ///
 /// Every operation is one transaction that is on the disk when it returns, so the program may be killed at any point: a message
 /// is either not accepted, or kept until it is delivered; one that was being sent is sent again, with the same Message-ID.
-/// Several programs may look and change; only the holder of the lock sends. Any thread. Failures are logged as warnings.
+/// Several programs may look and change; only the holder of the lock sends. Any thread. Failures are logged as warnings, each
+/// reason once until something has been written again.
 class Outbox
 {
 public:
+    /// No attempt waits longer than this for the next one. A message that would was put off under a wrong clock: it is due.
+    static constexpr qint64 kLongestPauseMs = 3'600'000;
+
+    enum class Which
+    {
+        All,
+        Untried ///< those of which no attempt has failed yet
+    };
+    /// What taking a message came to.
+    struct Claim
+    {
+        std::optional<OutboxMessage> message; ///< nothing when none is due, or when it could not be taken
+        bool isFault = false;                 ///< the outbox could not be read or written; nothing in it has changed
+    };
+
     /// Opens or makes the folder. Null, with the reason in `error`, when that fails or the file in it is something else.
     [[nodiscard]] static std::unique_ptr<Outbox> open(const QString& folder, QString& error);
     ~Outbox();
@@ -40,40 +62,52 @@ public:
 
     /// Makes this the one that sends. The lock ends with the object or the process, however that ends.
     [[nodiscard]] bool lock();
-    /// For the holder of the lock, before the first message: what was being sent is queued again, and copies that belong to no
-    /// message are removed.
-    void recover();
+    /// For the holder of the lock, before the first message is claimed: what was being sent is queued again. False when that
+    /// could not be written; nothing must be claimed then.
+    [[nodiscard]] bool recover();
+    /// For the holder of the lock, while no message is being added: removes copies that belong to no message.
+    void removeOrphans() const;
 
     [[nodiscard]] const OutboxFiles& files() const noexcept { return m_files; }
 
     /// Accepts a message, in the state it has; gives it its number. False when it could not be written.
     [[nodiscard]] bool add(OutboxMessage& message);
-    /// Everything, oldest first.
-    [[nodiscard]] std::vector<OutboxMessage> messages() const;
+    /// Everything, oldest first. Nothing when it cannot all be read.
+    [[nodiscard]] std::optional<std::vector<OutboxMessage>> messages() const;
     [[nodiscard]] std::optional<OutboxMessage> message(qint64 id) const;
-    [[nodiscard]] OutboxSummary summary() const;
-    /// Takes the queued message that is due longest: it is being sent from here on.
-    [[nodiscard]] std::optional<OutboxMessage> claimDue(qint64 nowMs);
+    [[nodiscard]] std::optional<OutboxSummary> summary(qint64 nowMs) const;
+    /// Takes the queued message that is due longest, complete: it is being sent from here on.
+    [[nodiscard]] Claim claimDue(qint64 nowMs, Which which = Which::All);
 
-    /// Ends of an attempt. A message that was dropped meanwhile stays dropped.
-    bool remove(const OutboxMessage& message);
-    /// Writes the state, the attempts, the next one's time, the last error and the recipients' outcomes.
-    bool update(const OutboxMessage& message);
+    /// Ends of an attempt; false when they could not be written. A message that was dropped meanwhile stays dropped.
+    [[nodiscard]] bool remove(const OutboxMessage& message);
+    /// Writes the state, the attempts, the next one's time, since when it is queued, the last error and the recipients' outcomes.
+    [[nodiscard]] bool update(const OutboxMessage& message);
 
     /// For people at the queue: sends a queued or failed message anew, at once. Recipients that were refused are tried again.
     /// False when there is none of that number, or it is being sent.
-    bool retry(qint64 id, qint64 nowMs);
+    [[nodiscard]] bool retry(qint64 id, qint64 nowMs);
     /// Forgets a message; one that is being sent only when nobody holds the lock.
-    bool drop(qint64 id);
+    [[nodiscard]] bool drop(qint64 id);
 
 private:
-    Outbox(const QString& folder);
+    explicit Outbox(const QString& folder);
     [[nodiscard]] bool prepare(QString& error) const;
-    [[nodiscard]] std::vector<OutboxMessage> select(const QString& condition, qint64 id) const;
+    /// The messages of the statement "SELECT ... FROM messages" + `condition`, with their parts. Nothing when any of it cannot be
+    /// read: half a message is none.
+    [[nodiscard]] std::optional<std::vector<OutboxMessage>> select(SqliteTransaction& transaction, const QString& condition,
+                                                                   std::initializer_list<QVariant> values) const;
+    [[nodiscard]] bool selectParts(SqliteTransaction& transaction, OutboxMessage& message) const;
+    [[nodiscard]] SqliteTransaction reading() const;
+    [[nodiscard]] SqliteTransaction writing(const char* what = "write") const;
     void warnAbout(const char* what, const QString& detail) const;
+    /// What went wrong before is over, and would be news.
+    void forgetWarnings() const;
 
     QString m_folder;
     QString m_path;
     OutboxFiles m_files;
     int m_lock = -1;
+    mutable std::mutex m_warningsMutex;
+    mutable QStringList m_warnings; ///< those that were logged already
 };

@@ -90,6 +90,9 @@ void SmtpSender::setUp(void* transfer) const
 
 SmtpSender::Result SmtpSender::send(OutboxMessage& message, const std::atomic<bool>& stop) const
 {
+    // Half a message does not go out: nobody would miss the rest.
+    if (message.files.empty() && !message.folder.isEmpty())
+        return {Outcome::Refused, QStringLiteral("the outbox has lost the list of its files")};
     const std::unique_ptr<CURL, void (*)(CURL*)> handle(curl_easy_init(), curl_easy_cleanup);
     CURL* transfer = handle.get();
     if (!transfer)
@@ -101,6 +104,8 @@ SmtpSender::Result SmtpSender::send(OutboxMessage& message, const std::atomic<bo
         if (recipient.outcome == OutboxMessage::Outcome::Open)
             recipients = appended(recipients, MailHeader::plainAddress(recipient.address.address));
     const std::unique_ptr<curl_slist, void (*)(curl_slist*)> recipientsOwner(recipients, curl_slist_free_all);
+    if (!recipients)
+        return judge(CURLE_OK, "", SmtpTranscript(), message); // nobody is left to be asked for
     curl_easy_setopt(transfer, CURLOPT_MAIL_RCPT, recipients);
     curl_easy_setopt(transfer, CURLOPT_MAIL_RCPT_ALLLOWFAILS, 1L);
 
@@ -133,6 +138,8 @@ SmtpSender::Result SmtpSender::send(OutboxMessage& message, const std::atomic<bo
 SmtpSender::Result SmtpSender::judge(int code, const char* detail, const SmtpTranscript& transcript, OutboxMessage& message) const
 {
     using State = OutboxMessage::Outcome;
+    if (message.recipients.empty())
+        return {Outcome::Refused, QStringLiteral("the outbox has lost the recipients")};
     const std::vector<SmtpTranscript::Reply>& replies = transcript.recipients();
     std::size_t asked = 0;
     QString refusal; // said to one who will not get it

@@ -1,10 +1,13 @@
 #include "MailBench.hpp"
 
 #include <EventLoop.hpp>
+#include <LogCapture.hpp>
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QProcess>
+
+#include <algorithm>
 
 MailSettings testSettings(const QString& server)
 {
@@ -16,6 +19,7 @@ MailSettings testSettings(const QString& server)
     settings.largeFilesText = QStringLiteral("Too large:");
     settings.missingFilesText = QStringLiteral("Missing:");
     settings.timeoutSeconds = 20.0;
+    settings.answerSeconds = 60.0;
     return settings;
 }
 
@@ -77,7 +81,10 @@ void MailBench::open()
 {
     service.reset();
     QString error;
-    service = OutboxService::open(settings, outboxPath(), error, [this] { return nowMs.load(); });
+    service = OutboxService::open(settings, outboxPath(), error, [this] {
+        ++timesAsked;
+        return nowMs.load();
+    });
     INFO(error.toStdString());
     REQUIRE(service);
 }
@@ -129,12 +136,22 @@ bool MailBench::becomesEmpty() const
     return TestSupport::pumpUntil([&] { return kept().empty() && folders() == 0; }, 20000);
 }
 
+bool MailBench::logs(const std::string& start)
+{
+    return TestSupport::pumpUntil(
+        [&start] {
+            const auto lines = TestSupport::loggedLines();
+            return std::any_of(lines.begin(), lines.end(), [&start](const auto& line) { return line.text.rfind(start, 0) == 0; });
+        },
+        20000);
+}
+
 std::vector<OutboxMessage> MailBench::kept() const
 {
     QString error;
     const auto outbox = Outbox::open(outboxPath(), error);
     REQUIRE(outbox);
-    return outbox->messages();
+    return outbox->messages().value();
 }
 
 int MailBench::folders() const

@@ -42,6 +42,7 @@ struct MailBench
     TestSupport::SmtpTestServer server;
     MailSettings settings = testSettings(server.address());
     std::atomic<qint64> nowMs{1'790'000'000'000};
+    std::atomic<int> timesAsked{0}; ///< how often the service has asked for the time
     std::shared_ptr<OutboxService> service;
 
     /// Opens the service, or opens it anew.
@@ -62,9 +63,12 @@ struct MailBench
     [[nodiscard]] bool reports(const char* key, int number) const;
     /// Waits until nothing is left, neither a message nor a file.
     [[nodiscard]] bool becomesEmpty() const;
+    /// Waits until the log has a line that starts with this.
+    [[nodiscard]] static bool logs(const std::string& start);
     /// What the outbox holds, seen by somebody else.
     [[nodiscard]] std::vector<OutboxMessage> kept() const;
     [[nodiscard]] QString outboxPath() const { return folder.path(QStringLiteral("outbox")); }
+    [[nodiscard]] QString databasePath() const { return outboxPath() + QStringLiteral("/outbox.sqlite"); }
     /// How many folders of attachments there are.
     [[nodiscard]] int folders() const;
 };
