@@ -122,9 +122,11 @@ TEST_CASE("grab: a personal card on the detector is taken, one beside it is not"
     CHECK_FALSE(table.wouldGrab(table.code, {100.f, 400.f}));
 }
 
-TEST_CASE("grab: a finger is never taken")
+TEST_CASE("grab: a finger is never taken, also where its missing code is somebody's")
 {
     Table table;
+    table.host.addPerson(0, "Nil");
+    REQUIRE(table.wouldGrab(0));
     CHECK_FALSE(table.detector->shouldGrab(*table.host.app().grabManager(),
                                            {Tactile::TrackedObject::Type::Finger, 1, {600.f, 400.f}}));
 }
