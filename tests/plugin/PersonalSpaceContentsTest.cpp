@@ -213,6 +213,42 @@ TEST_CASE("personal contents: files make an item Ready without a word about its 
     CHECK(log.lines == Strings{line("files-ready", id)});
 }
 
+TEST_CASE("personal contents: files in place of others make an item Ready again, whatever its status was")
+{
+    Tavola::FileRepresentation::FileData files;
+    files.sources = {QLatin1String("three")};
+    for (const auto before : {ItemStatus::Pending, ItemStatus::Ready, ItemStatus::Uploading, ItemStatus::Uploaded, ItemStatus::Failed}) {
+        CAPTURE(int(before));
+        PersonalSpaceContents contents;
+        auto item = someItem();
+        item.status = before;
+        const long id = contents.addItem(item);
+        EventLog log;
+        listenToAll(log, contents);
+        contents.filesReady(id, files);
+        CHECK(contents.item(id).status == ItemStatus::Ready);
+        CHECK(contents.item(id).files.sources == files.sources);
+        CHECK(contents.item(id).files.file.isEmpty());
+        CHECK(contents.item(id).files.displayName.isEmpty());
+        CHECK(contents.item(id).preview == "/a/preview.png");
+        CHECK(log.lines == Strings{line("files-ready", id)});
+    }
+}
+
+TEST_CASE("personal contents: a preview takes the place of the one before")
+{
+    PersonalSpaceContents contents;
+    const long id = contents.addItem(someItem());
+    EventLog log;
+    listenToAll(log, contents);
+    contents.previewReady(id, QLatin1String("/b/preview.png"));
+    CHECK(contents.item(id).preview == "/b/preview.png");
+    CHECK(contents.item(id).status == ItemStatus::Uploaded);
+    contents.previewReady(id, QString());
+    CHECK(contents.item(id).preview.isEmpty());
+    CHECK(log.lines == Strings{line("preview-ready", id, " /b/preview.png"), line("preview-ready", id, " ")});
+}
+
 TEST_CASE("personal contents: a preview is stored and told with its path")
 {
     PersonalSpaceContents contents;
@@ -267,6 +303,22 @@ TEST_CASE("personal contents: only one known page in place of another clears the
     CHECK(pageAtRemoval == b);
     CHECK(contents.userPage().url == a);
     CHECK(log.lines == Strings{line("item-removed", id), "user-page-changed"});
+}
+
+TEST_CASE("personal contents: another QR picture of the same page keeps the items")
+{
+    PersonalSpaceContents contents;
+    contents.setUserPage({QLatin1String("http://a"), QLatin1String("/one.png")});
+    contents.addItem({});
+    EventLog log;
+    listenToAll(log, contents);
+    contents.setUserPage({QLatin1String("http://a"), QLatin1String("/two.png")});
+    CHECK(contents.items().size() == 1);
+    CHECK(contents.userPage().qrIcon == "/two.png");
+    contents.setUserPage({QLatin1String("http://a"), QString()});
+    CHECK(contents.items().size() == 1);
+    CHECK(contents.userPage().qrIcon.isEmpty());
+    CHECK(log.lines == Strings(2, "user-page-changed"));
 }
 
 TEST_CASE("personal contents: addresses are compared as they are written")
