@@ -1,8 +1,8 @@
 #include "LayoutEngine.hpp"
 #include "WidgetPrivate.hpp"
 
-// Where a widget is. The functions without "mapTo" and "mapFrom" in the name that read a geometry bring the layout up to
-// date themselves; the maps do so once, and then go up the ancestors with what is there.
+// Where a widget is. What reads a place or a size first brings the layout of the whole tree up to date; the maps do so once,
+// and then go up the ancestors with what is there.
 
 namespace Trellis
 {
@@ -98,49 +98,75 @@ void Widget::setOpacity(float opacity)
 
 // ---- Maps ------------------------------------------------------------------------------------------------------------
 
+Vector2f Widget::Private::toParent(Vector2f point) const
+{
+    return location.value() + (point * scale.value()).rotated(rotation.value().radians);
+}
+
+Vector2f Widget::Private::fromParent(Vector2f point) const
+{
+    const float factor = scale.value();
+    const Vector2f turnedBack = (point - location.value()).rotated(-rotation.value().radians);
+    // A widget scaled to nothing has no coordinates to map to.
+    return factor != 0.f ? turnedBack / factor : Vector2f();
+}
+
+Vecta::Transform Widget::Private::transformToParent() const
+{
+    return Vecta::Transform::translation(location.value()) * Vecta::Transform::rotation(rotation.value().radians)
+        * Vecta::Transform::scaling(scale.value());
+}
+
+Vector2f Widget::Private::fromScene(const Widget& widget, Vector2f point)
+{
+    return widget.d->fromParent(widget.m_parent ? fromScene(*widget.m_parent, point) : point);
+}
+
 Vecta::Transform Widget::transformToParent() const
 {
-    return Vecta::Transform::translation(location()) * Vecta::Transform::rotation(rotation())
-        * Vecta::Transform::scaling(scale());
+    LayoutEngine::bringUpToDate(*this);
+    return d->transformToParent();
 }
 
 Vecta::Transform Widget::transformToScene() const
 {
-    Vecta::Transform transform = transformToParent();
+    LayoutEngine::bringUpToDate(*this);
+    Vecta::Transform transform = d->transformToParent();
     for (const Widget* widget = m_parent; widget; widget = widget->m_parent)
-        transform = widget->transformToParent() * transform;
+        transform = widget->d->transformToParent() * transform;
     return transform;
 }
 
 Vector2f Widget::mapToParent(Vector2f point) const
 {
-    return location() + (point * scale()).rotated(rotation());
+    LayoutEngine::bringUpToDate(*this);
+    return d->toParent(point);
 }
 
 Vector2f Widget::mapFromParent(Vector2f point) const
 {
-    const float factor = scale();
-    const Vector2f turnedBack = (point - location()).rotated(-rotation());
-    // A widget scaled to nothing has no coordinates to map to.
-    return factor != 0.f ? turnedBack / factor : Vector2f();
+    LayoutEngine::bringUpToDate(*this);
+    return d->fromParent(point);
 }
 
 Vector2f Widget::mapToScene(Vector2f point) const
 {
+    LayoutEngine::bringUpToDate(*this);
     for (const Widget* widget = this; widget; widget = widget->m_parent)
-        point = widget->mapToParent(point);
+        point = widget->d->toParent(point);
     return point;
 }
 
 Vector2f Widget::mapFromScene(Vector2f point) const
 {
-    return mapFromParent(m_parent ? m_parent->mapFromScene(point) : point);
+    LayoutEngine::bringUpToDate(*this);
+    return Private::fromScene(*this, point);
 }
 
 Vecta::Rect Widget::sceneBounds() const
 {
-    const Vector2f extent = size();
-    return transformToScene().mapBounds({0.f, 0.f, extent.x, extent.y});
+    const Vecta::Transform toScene = transformToScene();
+    return toScene.mapBounds({0.f, 0.f, d->size.x, d->size.y});
 }
 
 bool Widget::isInside(Vector2f point) const

@@ -29,6 +29,12 @@ struct Widget::Private
 {
     explicit Private(Widget* host);
 
+    /// The maps, by the layout as it stands: whoever calls them has brought it up to date.
+    [[nodiscard]] Vecta::Vector2f toParent(Vecta::Vector2f point) const;
+    [[nodiscard]] Vecta::Vector2f fromParent(Vecta::Vector2f point) const;
+    [[nodiscard]] Vecta::Transform transformToParent() const;
+    [[nodiscard]] static Vecta::Vector2f fromScene(const Widget& widget, Vecta::Vector2f point);
+
     // ---- Attributes ---------------------------------------------------------------------------------------------------
     LocationAttribute location;
     Facet::AttributeT<Length> width, height, minWidth, maxWidth, minHeight, maxHeight;
