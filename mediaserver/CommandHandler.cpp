@@ -37,6 +37,14 @@ CommandAnswer storeFailed(const char* command, const QString& reason)
     return failure(500, QStringLiteral("The media server could not reach its database; nothing was changed. Try again later."));
 }
 
+CommandAnswer notOpened(const ContentError& error)
+{
+    if (error.kind == ContentError::Kind::NoSuchFile)
+        return failure(200, error.text);
+    logWarning(QStringLiteral("A file could not be opened"), error.reason);
+    return failure(500, error.text);
+}
+
 /// A JSON number that is a whole number of 64 bits.
 std::optional<qint64> wholeNumber(const QJsonValue& value)
 {
@@ -139,7 +147,7 @@ CommandAnswer CommandHandler::addItem(qint64 tessel, const Item& item)
     }
     if (item.kind == ItemKind::File) {
         if (const auto file = m_content.open(item.value); !file)
-            return failure(200, file.error());
+            return notOpened(file.error());
     }
     if (const auto added = m_store.add(tessel, item); !added)
         return storeFailed("additem", added.error());

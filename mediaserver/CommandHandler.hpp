@@ -14,7 +14,8 @@ struct Item;
 
 /// The answer to one command: {"success": true, ...} or {"success": false, "error": "clear text"}.
 struct CommandAnswer {
-    /// 200 whenever the command was understood, also when it failed; 400 when it was not; 500 when the store failed.
+    /// 200 whenever the command was understood, also when it failed; 400 when it was not; 500 when the store or the
+    /// content folder failed.
     int httpStatus = 200;
     QJsonObject json;
 };

@@ -2,8 +2,10 @@
 
 #include <QFile>
 
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -48,6 +50,39 @@ bool isBareName(const QString& name)
     return true;
 }
 
+/// Whether a file could not be opened because there is none that may be shown under its name. ELOOP is a symbolic link,
+/// ENXIO a socket; the last ones are names that the file system cannot have.
+bool meansNoSuchFile(int error)
+{
+    switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+    case ELOOP:
+    case ENXIO:
+    case ENAMETOOLONG:
+    case EINVAL:
+    case EILSEQ:
+        return true;
+    default:
+        return false;
+    }
+}
+
+tl::unexpected<ContentError> noSuchFile(const QString& name)
+{
+    return tl::unexpected(ContentError { ContentError::Kind::NoSuchFile,
+                                         QStringLiteral("There is no file \"%1\" in the content folder.").arg(name), {} });
+}
+
+tl::unexpected<ContentError> unreadable(const QString& name, const QString& what, int error)
+{
+    const QString words = QString::fromStdString(std::generic_category().message(error));
+    return tl::unexpected(ContentError {
+        ContentError::Kind::Unreadable,
+        QStringLiteral("The media server cannot read \"%1\" at the moment. Try again later.").arg(name),
+        QStringLiteral("%1: %2").arg(what, words) });
+}
+
 } // namespace
 
 ContentFile& ContentFile::operator=(ContentFile&& other) noexcept
@@ -75,29 +110,30 @@ ContentFolder::ContentFolder(const QString& path)
 {
 }
 
-Result<ContentFile> ContentFolder::open(const QString& name) const
+tl::expected<ContentFile, ContentError> ContentFolder::open(const QString& name) const
 {
     if (!isBareName(name)) {
-        return tl::unexpected(
-            QStringLiteral("\"%1\" is not the bare name of a file: send a name without folders.").arg(name));
+        return tl::unexpected(ContentError {
+            ContentError::Kind::NoSuchFile,
+            QStringLiteral("\"%1\" is not the bare name of a file: send a name without folders.").arg(name), {} });
     }
     const int folder = ::open(m_path.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder < 0)
-        return tl::unexpected(QStringLiteral("The content folder cannot be read, so \"%1\" was not found.").arg(name));
+        return unreadable(name, QStringLiteral("the content folder"), errno);
     // O_NOFOLLOW decides about symbolic links in the same step that opens the file, so none can be slipped in between.
     // O_NONBLOCK keeps a named pipe from holding the server.
     ContentFile file(::openat(folder, QFile::encodeName(name).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const int error = errno;
     ::close(folder);
+    if (!file.isOpen())
+        return meansNoSuchFile(error) ? noSuchFile(name) : unreadable(name, name, error);
 
     struct stat status;
-    if (!file.isOpen() || ::fstat(file.descriptor(), &status) != 0 || !S_ISREG(status.st_mode))
-        return tl::unexpected(QStringLiteral("There is no file \"%1\" in the content folder.").arg(name));
+    if (::fstat(file.descriptor(), &status) != 0)
+        return unreadable(name, name, errno);
+    if (!S_ISREG(status.st_mode))
+        return noSuchFile(name);
     return file;
-}
-
-bool ContentFolder::contains(const QString& name) const
-{
-    return open(name).has_value();
 }
 
 QByteArray ContentFolder::contentType(const QString& name)

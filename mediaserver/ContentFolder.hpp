@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Result.hpp"
-
 #include <QByteArray>
 #include <QString>
+
+#include <tl/expected.hpp>
 
 namespace MediaServer {
 
@@ -27,6 +27,17 @@ private:
     int m_descriptor = -1;
 };
 
+/// Why a file is not there to be sent.
+struct ContentError {
+    enum class Kind {
+        NoSuchFile, ///< no file of the folder has that name, or the name is none that may be given
+        Unreadable, ///< there may be one, but the system does not let it be read now: the operator has to know
+    };
+    Kind kind;
+    QString text;   ///< a sentence that names the file and may be shown to the sender
+    QString reason; ///< for the log, of what is unreadable: the file and the system's words
+};
+
 /// The one folder whose files may be shown. Files are found by their bare name directly in it: no subfolders, no hidden
 /// files, and no symbolic links, whose targets could lie anywhere. Nothing is cached, so the folder may be
 /// exchanged while the server runs. Any thread.
@@ -34,9 +45,7 @@ class ContentFolder {
 public:
     explicit ContentFolder(const QString& path);
 
-    /// Opens the file of that name. The error is a sentence that names the file and may be shown to the sender.
-    [[nodiscard]] Result<ContentFile> open(const QString& name) const;
-    [[nodiscard]] bool contains(const QString& name) const;
+    [[nodiscard]] tl::expected<ContentFile, ContentError> open(const QString& name) const;
 
     /// By the name's ending, in any case; "application/octet-stream" for everything that a browser should not open by
     /// itself, which includes HTML.

@@ -14,6 +14,7 @@ struct HttpRequest {
     QByteArray method; ///< in capitals, as sent
     QByteArray target; ///< path and query as sent, not decoded
     QByteArray body;
+    bool hasOrigin = false; ///< it has an Origin header: a web page has made a browser send it
 };
 
 /// What the handler answers. The server adds length, date and connection headers and leaves the body out for HEAD.

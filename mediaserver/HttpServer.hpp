@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ConnectionRoster.hpp"
 #include "HttpMessage.hpp"
 #include "Result.hpp"
 
@@ -9,16 +10,17 @@
 
 namespace MediaServer {
 
-/// What one client may ask of the server.
+/// What clients may ask of the server.
 struct HttpLimits {
     std::size_t headerBytes = 8 * 1024; ///< more is answered with 431
     std::size_t bodyBytes = 64 * 1024;  ///< more is answered with 413
     /// For a whole request to arrive, for the next one on a kept connection, and for each piece of an answer to leave.
     std::chrono::milliseconds timeout { 10000 };
-    std::size_t connections = 512; ///< further ones wait to be accepted until one of these ends
+    ConnectionLimits clients; ///< a download too many is answered with 503
 };
 
-/// HTTP/1.1 over TCP: kept and pipelined connections, limits on header, body and time. It knows nothing of what is served.
+/// HTTP/1.1 over TCP: kept and pipelined connections, limits on header, body, time and number. It knows nothing of what
+/// is served.
 ///
 ///     HttpServer server(HttpLimits {});
 ///     const auto listening = server.listen("127.0.0.1", 0);
@@ -52,7 +54,6 @@ public:
     void stop();
 
 private:
-    class Connection;
     struct Private;
     std::unique_ptr<Private> d;
 };

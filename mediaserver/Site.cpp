@@ -44,7 +44,7 @@ HttpResponse Site::handle(const HttpRequest& request)
     // Every address of this server is made of characters that need no encoding, so an encoded one is none of ours.
     const QString path = QString::fromLatin1(request.target).section(QLatin1Char('?'), 0, 0);
     if (path == QLatin1String("/"))
-        return request.method == "POST" ? command(request.body) : wrongMethod("POST");
+        return request.method == "POST" ? command(request) : wrongMethod("POST");
 
     const QStringList parts = path.split(QLatin1Char('/'));
     const bool personalPath = parts.size() >= 3 && parts[0].isEmpty() && parts[1] == QLatin1String("p");
@@ -55,15 +55,17 @@ HttpResponse Site::handle(const HttpRequest& request)
     return personal(parts[2], parts.mid(3));
 }
 
-HttpResponse Site::command(const QByteArray& body)
+HttpResponse Site::command(const HttpRequest& request)
 {
-    const CommandAnswer answer = m_commands.handle(body);
-    HttpResponse response;
-    response.status = answer.httpStatus;
-    response.contentType = "application/json";
-    response.body = QJsonDocument(answer.json).toJson(QJsonDocument::Compact);
-    response.addHeader("Cache-Control", "no-store");
-    return response;
+    // A browser on the tables' network sends what any web page asks it to, and gets round the firewall that keeps others
+    // out; but it adds where the page is from. Tables add nothing.
+    if (request.hasOrigin) {
+        return json(403, { { QStringLiteral("success"), false },
+                           { QStringLiteral("error"),
+                             QStringLiteral("Commands are taken from tables, not from web pages: the request has an Origin header.") } });
+    }
+    const CommandAnswer answer = m_commands.handle(request.body);
+    return json(answer.httpStatus, answer.json);
 }
 
 HttpResponse Site::personal(const QString& token, const QStringList& rest)
@@ -89,8 +91,19 @@ HttpResponse Site::page(const QString& token, qint64 tessel)
         return storeFailed(items.error());
     std::vector<PageItem> shown;
     shown.reserve(items->size());
-    for (const Item& item : *items)
-        shown.push_back({ &item, item.kind == ItemKind::Url || m_content.contains(item.value) });
+    QString unreadable;
+    for (const Item& item : *items) {
+        shown.push_back({ &item, true });
+        if (item.kind == ItemKind::Url)
+            continue;
+        const auto file = m_content.open(item.value);
+        shown.back().available = file.has_value();
+        if (!file && file.error().kind == ContentError::Kind::Unreadable)
+            unreadable = file.error().reason;
+    }
+    // One line for the whole page: what keeps one file from being read mostly keeps all of them.
+    if (!unreadable.isEmpty())
+        logWarning(QStringLiteral("A page shows files as not available that could not be opened"), unreadable);
     return html(200, m_renderer.collection(token, shown));
 }
 
@@ -121,7 +134,7 @@ HttpResponse Site::file(qint64 tessel, const QString& id)
         return notFound();
     auto opened = m_content.open((*item)->value);
     if (!opened)
-        return notFound();
+        return opened.error().kind == ContentError::Kind::NoSuchFile ? notFound() : fileFailed(opened.error().reason);
 
     HttpResponse response;
     response.contentType = ContentFolder::contentType((*item)->value);
@@ -129,6 +142,16 @@ HttpResponse Site::file(qint64 tessel, const QString& id)
     response.addHeader("Content-Disposition", contentDisposition(response.contentType, (*item)->value));
     response.addHeader("Content-Security-Policy", filePolicy(response.contentType));
     response.addHeader("Cache-Control", "private, max-age=3600");
+    return response;
+}
+
+HttpResponse Site::json(int status, const QJsonObject& object) const
+{
+    HttpResponse response;
+    response.status = status;
+    response.contentType = "application/json";
+    response.body = QJsonDocument(object).toJson(QJsonDocument::Compact);
+    response.addHeader("Cache-Control", "no-store");
     return response;
 }
 
@@ -163,6 +186,17 @@ HttpResponse Site::wrongMethod(const QByteArray& allowed) const
 HttpResponse Site::storeFailed(const QString& reason) const
 {
     logWarning(QStringLiteral("A page could not be read from the database"), reason);
+    return notRightNow();
+}
+
+HttpResponse Site::fileFailed(const QString& reason) const
+{
+    logWarning(QStringLiteral("A file could not be opened"), reason);
+    return notRightNow();
+}
+
+HttpResponse Site::notRightNow() const
+{
     return html(500, m_renderer.message(QStringLiteral("The page is not available right now"),
                                         QStringLiteral("Nothing is lost. Please try again in a few minutes.")));
 }

@@ -1,6 +1,7 @@
 #include "HttpServer.hpp"
 #include "ItemStore.hpp"
 #include "Log.hpp"
+#include "OpenFiles.hpp"
 #include "Options.hpp"
 #include "Site.hpp"
 
@@ -10,6 +11,8 @@
 #include <exception>
 #include <sys/stat.h>
 
+using MediaServer::connectionsWithinOpenFiles;
+using MediaServer::HttpLimits;
 using MediaServer::HttpRequest;
 using MediaServer::HttpServer;
 using MediaServer::ItemStore;
@@ -19,12 +22,6 @@ using MediaServer::Options;
 using MediaServer::Site;
 
 namespace {
-
-void writeMessage(QtMsgType, const QMessageLogContext&, const QString& text)
-{
-    const QByteArray line = text.toUtf8() + '\n';
-    std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stderr);
-}
 
 int fail(const QString& what)
 {
@@ -38,7 +35,12 @@ int serve(const Options& options)
     if (!store)
         return fail(store.error());
 
-    HttpServer server(options.limits);
+    HttpLimits limits = options.limits;
+    const auto connections = connectionsWithinOpenFiles(limits.clients.connections);
+    if (!connections)
+        return fail(connections.error());
+    limits.clients.connections = *connections;
+    HttpServer server(limits);
     const auto listening = server.listen(options.address, options.port);
     if (!listening)
         return fail(listening.error());
@@ -62,7 +64,7 @@ int main(int argc, char* argv[])
 {
     // The database holds the secrets that open people's pages.
     ::umask(0077);
-    qInstallMessageHandler(writeMessage);
+    qInstallMessageHandler(MediaServer::writeToStandardError);
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tavola-mediaserver"));
 

@@ -1,6 +1,7 @@
 #include "CommandHandler.hpp"
 
 #include "ContentFolder.hpp"
+#include "FewerFiles.hpp"
 #include "Folder.hpp"
 #include "ItemStore.hpp"
 
@@ -164,4 +165,17 @@ TEST_CASE_FIXTURE(Fixture, "command handler: a failing database is logged and te
     TestSupport::expectWarningStartingWith("MediaServer # additem failed in the database (");
     CHECK(errorOf(R"({"command":"additem","tessel":7,"filename":"boat.png"})", 500)
           == "The media server could not reach its database; nothing was changed. Try again later.");
+}
+
+TEST_CASE_FIXTURE(Fixture, "command handler: a file that cannot be read now is logged and not said to be missing")
+{
+    REQUIRE(succeeds(R"({"command":"getuserpage","tessel":7})"));
+    TestSupport::expectWarning("MediaServer # A file could not be opened (boat.png: Too many open files)");
+    {
+        const FewerFiles one(1);
+        CHECK(errorOf(R"({"command":"additem","tessel":7,"filename":"boat.png"})", 500)
+              == "The media server cannot read \"boat.png\" at the moment. Try again later.");
+    }
+    CHECK(count(7) == 0);
+    CHECK(succeeds(R"({"command":"additem","tessel":7,"filename":"boat.png"})"));
 }

@@ -1,5 +1,6 @@
 #include "HttpServer.hpp"
 
+#include "Folder.hpp"
 #include "HttpClient.hpp"
 #include "ServerThread.hpp"
 
@@ -7,7 +8,9 @@
 #include <doctest/doctest.h>
 
 #include <future>
+#include <memory>
 #include <stdexcept>
+#include <vector>
 
 using namespace MediaServer;
 using namespace std::chrono_literals;
@@ -195,21 +198,81 @@ TEST_CASE("HTTP server: a handler that throws costs its request an error and not
     CHECK(client.receive().value().body == "GET /after ");
 }
 
-TEST_CASE("HTTP server: beyond the limit of connections a client waits for its turn")
+TEST_CASE("HTTP server: connections that do nothing keep nobody from being served")
 {
     HttpLimits limits = patient();
-    limits.connections = 1;
+    limits.clients.connections = 4;
     const ServerThread server(limits, echo());
+    TestSupport::expectWarning("MediaServer # All connections are in use; whoever has been waiting longest is sent away for a "
+                               "new one (4 connections)");
+    HttpClient silent(server.port());
+    HttpClient inHead(server.port());
+    inHead.send("GET / HTTP/1.1\r\nHost: x\r\nX-");
+    HttpClient inBody(server.port());
+    inBody.send("POST / HTTP/1.1\r\nHost: x\r\nContent-Length: 10\r\n\r\nbody");
+    HttpClient kept(server.port());
+    kept.send(requestText("GET", "/"));
+    CHECK(kept.receive().value().status == 200);
+
     HttpClient first(server.port());
     first.send(requestText("GET", "/first"));
-    REQUIRE(first.receive());
+    CHECK(first.receive().value().body == "GET /first ");
+    CHECK(silent.isClosedWithin(5s));
     HttpClient second(server.port());
     second.send(requestText("GET", "/second"));
-    CHECK_FALSE(second.receive(50ms));
-    first.close();
-    const auto answer = second.receive();
-    REQUIRE(answer);
-    CHECK(answer->body == "GET /second ");
+    CHECK(second.receive().value().body == "GET /second ");
+    CHECK(inHead.isClosedWithin(5s));
+    HttpClient third(server.port());
+    third.send(requestText("GET", "/third"));
+    CHECK(third.receive().value().body == "GET /third ");
+    CHECK(inBody.isClosedWithin(5s));
+    // Who was served last stays longest.
+    kept.send(requestText("GET", "/again"));
+    CHECK(kept.receive().value().body == "GET /again ");
+}
+
+TEST_CASE("HTTP server: downloads that nobody reads leave connections for others, and one too many is told to come later")
+{
+    constexpr std::size_t kBytes = 20'000'000; // more than the system keeps for a client that does not read
+    const Folder folder;
+    folder.write(QStringLiteral("large"), QByteArray(kBytes, 'x'));
+    HttpLimits limits = patient();
+    limits.clients.connections = 16;
+    limits.clients.keptFree = 8;
+    const ServerThread server(limits, [&folder](const QString&) -> ServerThread::Handler {
+        return [content = ContentFolder(folder.path())](const HttpRequest& request) {
+            HttpResponse response = plainResponse(200, request.method);
+            if (request.target == "/large")
+                response.file = content.open(QStringLiteral("large")).value();
+            else if (request.target == "/text")
+                response.body = QByteArray(kBytes, 'x');
+            return response;
+        };
+    });
+    std::vector<std::unique_ptr<HttpClient>> downloads;
+    for (int i = 0; i < 8; ++i) {
+        downloads.push_back(std::make_unique<HttpClient>(server.port()));
+        downloads.back()->send(requestText("GET", i == 0 ? "/text" : "/large"));
+        // The server is at the next request when it has answered one.
+        REQUIRE(ask(server.port(), "GET", "/").status == 200);
+    }
+    TestSupport::expectWarning("MediaServer # Too many downloads at a time; some were answered with 503");
+    for (const char* target : { "/large", "/text" }) {
+        const HttpAnswer late = ask(server.port(), "GET", target);
+        CHECK(late.status == 503);
+        CHECK(late.header("retry-after") == "5");
+    }
+    CHECK(ask(server.port(), "HEAD", "/large").status == 200);
+    CHECK(ask(server.port(), "POST", "/", "command").body == "POST");
+
+    downloads.front()->close();
+    HttpAnswer again;
+    // The server learns of the end with its next piece for the connection.
+    for (int i = 0; i < 500 && again.status != 200; ++i)
+        again = ask(server.port(), "GET", "/large");
+    CHECK(again.status == 200);
+    CHECK(again.body.size() == kBytes);
+    CHECK(downloads[1]->receive().value().body.size() == kBytes);
 }
 
 TEST_CASE("HTTP server: a stop closes idle connections at once")

@@ -30,6 +30,7 @@ TEST_CASE_FIXTURE(Fixture, "options: what is not said has a careful default")
     CHECK(options->publicUrl.isEmpty());
     CHECK(options->limits.bodyBytes == 65536);
     CHECK(options->limits.timeout == std::chrono::seconds(10));
+    CHECK(options->limits.clients.perAddress == 64);
 }
 
 TEST_CASE_FIXTURE(Fixture, "options: everything can be said")
@@ -37,7 +38,7 @@ TEST_CASE_FIXTURE(Fixture, "options: everything can be said")
     const auto options = parse({ QStringLiteral("--port=0"), QStringLiteral("--address"), QStringLiteral("::1"),
                                  QStringLiteral("--public-url"), QStringLiteral("https://museum.example/table"),
                                  QStringLiteral("--max-body"), QStringLiteral("1000"), QStringLiteral("--timeout"),
-                                 QStringLiteral("0.5") });
+                                 QStringLiteral("0.5"), QStringLiteral("--max-per-address"), QStringLiteral("500") });
     REQUIRE(options);
     CHECK(options->port == 0);
     CHECK(options->address == QLatin1String("::1"));
@@ -46,6 +47,7 @@ TEST_CASE_FIXTURE(Fixture, "options: everything can be said")
     CHECK(options->publicUrl == QLatin1String("https://museum.example/table"));
     CHECK(options->limits.bodyBytes == 1000);
     CHECK(options->limits.timeout == std::chrono::milliseconds(500));
+    CHECK(options->limits.clients.perAddress == 500);
 }
 
 TEST_CASE_FIXTURE(Fixture, "options: help is a success and names every option")
@@ -53,7 +55,7 @@ TEST_CASE_FIXTURE(Fixture, "options: help is a success and names every option")
     const auto options = parse({ QStringLiteral("--help") });
     REQUIRE_FALSE(options);
     CHECK(options.error().code == 0);
-    for (const char* name : { "--address", "--port", "--content", "--database", "--public-url", "--max-body", "--timeout" })
+    for (const char* name : { "--address", "--port", "--content", "--database", "--public-url", "--max-body", "--timeout", "--max-per-address" })
         CHECK(options.error().text.contains(QLatin1String(name)));
 }
 
@@ -69,6 +71,7 @@ TEST_CASE_FIXTURE(Fixture, "options: a mistake is named with its option")
         { { QStringLiteral("--timeout"), QStringLiteral("0") }, "--timeout" },
         { { QStringLiteral("--timeout"), QStringLiteral("nan") }, "--timeout" },
         { { QStringLiteral("--max-body"), QStringLiteral("-1") }, "--max-body" },
+        { { QStringLiteral("--max-per-address"), QStringLiteral("1") }, "--max-per-address" },
         { { QStringLiteral("--public-url"), QStringLiteral("museum.example") }, "--public-url" },
         { { QStringLiteral("--public-url"), QStringLiteral("javascript:x") }, "--public-url" },
         { { QStringLiteral("--public-url"), QStringLiteral("https://museum.example/?a") }, "--public-url" },

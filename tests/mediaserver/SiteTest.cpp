@@ -1,11 +1,13 @@
 #include "Site.hpp"
 
+#include "FewerFiles.hpp"
 #include "Folder.hpp"
 #include "HttpClient.hpp"
 #include "ItemStore.hpp"
 #include "QrReader.hpp"
 #include "ServerThread.hpp"
 
+#include <LogCapture.hpp>
 #include <doctest/doctest.h>
 
 #include <QFile>
@@ -212,4 +214,64 @@ TEST_CASE_FIXTURE(Fixture, "site: a command that is not understood is answered w
         CHECK(json.value(QLatin1String("success")) == QJsonValue(false));
         CHECK_FALSE(json.value(QLatin1String("error")).toString().isEmpty());
     }
+}
+
+TEST_CASE_FIXTURE(Fixture, "site: a command that a web page makes a browser send is refused and does nothing")
+{
+    add(7, "filename", "boat.png");
+    const std::string path = page(7);
+    for (const char* origin : { "http://evil.example", "null", "http://127.0.0.1", "" }) {
+        for (const char* body : { R"({"command":"getuserpage","tessel":7})", R"({"command":"deleteitem","tessel":7,"filename":"boat.png"})" }) {
+            CAPTURE(origin);
+            CAPTURE(body);
+            HttpClient client(server.port());
+            client.send("POST / HTTP/1.1\r\nHost: 127.0.0.1\r\norigin: " + std::string(origin)
+                        + "\r\nContent-Type: text/plain\r\nContent-Length: " + std::to_string(std::string(body).size()) + "\r\n\r\n" + body);
+            const HttpAnswer answer = client.receive().value();
+            CHECK(answer.status == 403);
+            CHECK(answer.header("content-type") == "application/json");
+            CHECK(answer.header("access-control-allow-origin").empty());
+            const QJsonObject json = QJsonDocument::fromJson(QByteArray::fromStdString(answer.body)).object();
+            CHECK(json.size() == 2);
+            CHECK(json.value(QLatin1String("success")) == QJsonValue(false));
+            CHECK(json.value(QLatin1String("error")).toString()
+                  == QLatin1String("Commands are taken from tables, not from web pages: the request has an Origin header."));
+        }
+    }
+    CHECK(files(path).size() == 1);
+    // Pages are read by browsers, which may say where they have been.
+    HttpClient client(server.port());
+    client.send("GET " + path + " HTTP/1.1\r\nHost: x\r\nOrigin: http://museum.example\r\n\r\n");
+    CHECK(client.receive().value().status == 200);
+}
+
+TEST_CASE("site: a file that cannot be read now is logged, answered with 500 and shown as not available")
+{
+    const Folder folder;
+    folder.write(QStringLiteral("boat.png"), "picture");
+    folder.write(QStringLiteral("guide.pdf"), "%PDF-1.4");
+    const auto store = ItemStore::open(folder.path(QStringLiteral("items.sqlite")));
+    REQUIRE(store);
+    for (const char* name : { "boat.png", "guide.pdf" }) {
+        Item item;
+        item.kind = ItemKind::File;
+        item.value = QLatin1String(name);
+        REQUIRE((*store)->add(7, item));
+    }
+    Site site(**store, folder.path(), QStringLiteral("http://museum.example/"));
+    const QByteArray page = "/p/" + (*store)->tokenFor(7)->toLatin1();
+    const auto get = [&site](const QByteArray& target) { return site.handle({ "GET", target, {} }); };
+    const QByteArray file = page + "/file/" + QByteArray::number((*store)->items(7)->front().id);
+    REQUIRE(get(page).body.count("Not available") == 0);
+    REQUIRE(get(file).status == 200);
+
+    TestSupport::expectWarning("MediaServer # A file could not be opened (boat.png: Too many open files)");
+    TestSupport::expectWarning("MediaServer # A page shows files as not available that could not be opened (guide.pdf: Too many open files)");
+    const FewerFiles one(1);
+    const HttpResponse failed = get(file);
+    CHECK(failed.status == 500);
+    CHECK(failed.body.contains("Nothing is lost"));
+    const HttpResponse shown = get(page);
+    CHECK(shown.status == 200);
+    CHECK(shown.body.count("Not available at the moment") == 2);
 }
