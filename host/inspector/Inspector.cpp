@@ -135,12 +135,17 @@ LoopbackHttpServer::Response Inspector::screenshot(const LoopbackHttpServer::Req
             return refusal(400, "rect is x,y,width,height in whole pixels of the table");
         image = image.copy(rect);
     }
-    QByteArray png;
-    QBuffer buffer(&png);
-    buffer.open(QIODevice::WriteOnly);
-    if (!image.save(&buffer, "PNG"))
-        return refusal(500, "the picture of the table cannot be made");
-    return {200, "image/png", png};
+    LoopbackHttpServer::Response response;
+    // Packing takes far longer than drawing.
+    response.later = [image]() -> LoopbackHttpServer::Response {
+        QByteArray png;
+        QBuffer buffer(&png);
+        buffer.open(QIODevice::WriteOnly);
+        if (!image.save(&buffer, "PNG"))
+            return refusal(500, "the picture of the table cannot be made");
+        return {200, "image/png", png};
+    };
+    return response;
 }
 
 QByteArray Inspector::inputReport() const

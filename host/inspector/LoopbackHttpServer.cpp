@@ -1,6 +1,7 @@
 #include "LoopbackHttpServer.hpp"
 
 #include <Bedrock/Trace.hpp>
+#include <Bedrock/WorkerPool.hpp>
 
 #include <QPointer>
 #include <QTcpServer>
@@ -66,12 +67,15 @@ struct LoopbackHttpServer::Private
 
     /// Calls the handler for one request at a time, also when it lets Qt's events through meanwhile.
     Response call(const Request& request);
+    /// Makes the answer on the server's thread and gives it to the connection, if that is still there.
+    void finishLater(std::function<Response()> make, QPointer<Connection> connection);
 
     Handler handler;
     bool isAnswering = false;
     int connections = 0;
     std::vector<QPointer<Connection>> waiting; ///< have something to read as soon as the answer under way is given
     QTcpServer server;
+    Bedrock::WorkerPool thread{1}; ///< last member: ends first
 };
 
 /// One connection; a child of its socket.
@@ -83,6 +87,8 @@ public:
         ++m_owner.connections;
         m_socket.setReadBufferSize(kReadBuffer);
         connect(socket, &QTcpSocket::readyRead, this, [this] { read(); });
+        // The next request may be here already.
+        connect(socket, &QTcpSocket::bytesWritten, this, [this] { read(); });
         connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
         connect(&m_timer, &QTimer::timeout, socket, [socket] { socket->abort(); });
         m_timer.setSingleShot(true);
@@ -93,21 +99,27 @@ public:
 
     void read()
     {
-        // A handler may let events through, and with them the end of this connection.
-        const QPointer<Connection> alive(this);
-        while (alive && !m_isClosing) {
-            if (m_owner.isAnswering) {
-                m_owner.waiting.emplace_back(this);
-                return;
-            }
-            m_received += m_socket.readAll();
-            if (m_received.isEmpty() || !parse())
-                return;
-            answer();
+        if (m_isClosing || m_isAnswering || m_socket.bytesToWrite() > 0)
+            return;
+        if (m_owner.isAnswering) {
+            m_owner.waiting.emplace_back(this);
+            return;
         }
+        m_received += m_socket.readAll();
+        if (!m_received.isEmpty() && parse())
+            answer();
+    }
+
+    void finish(const Response& response)
+    {
+        m_isAnswering = false;
+        send(response, m_keep, m_body);
     }
 
 private:
+    enum class Connect { Keep, Close };
+    enum class Body { Sent, Withheld };
+
     void begin()
     {
         m_parser.emplace();
@@ -145,14 +157,19 @@ private:
         request.body = QByteArray::fromStdString(message.body());
 
         m_timer.stop();
+        m_isAnswering = true;
+        m_keep = message.keep_alive() ? Connect::Keep : Connect::Close;
+        m_body = isHead ? Body::Withheld : Body::Sent;
+        // A handler may let events through, and with them the end of this connection.
         const QPointer<Connection> alive(this);
         const Response response = m_owner.call(request);
-        if (alive)
-            send(response, message.keep_alive() ? Connect::Keep : Connect::Close, isHead ? Body::Withheld : Body::Sent);
+        if (!alive)
+            return;
+        if (response.later)
+            m_owner.finishLater(response.later, alive);
+        else
+            finish(response);
     }
-
-    enum class Connect { Keep, Close };
-    enum class Body { Sent, Withheld };
 
     void send(const Response& response, Connect connection, Body body)
     {
@@ -177,6 +194,10 @@ private:
     std::optional<http::request_parser<http::string_body>> m_parser;
     QTimer m_timer;
     bool m_isClosing = false;
+    // Of the answer under way.
+    bool m_isAnswering = false;
+    Connect m_keep = Connect::Keep;
+    Body m_body = Body::Sent;
 };
 
 LoopbackHttpServer::Response LoopbackHttpServer::Private::call(const Request& request)
@@ -195,6 +216,17 @@ LoopbackHttpServer::Response LoopbackHttpServer::Private::call(const Request& re
         if (connection)
             QMetaObject::invokeMethod(connection.data(), [connection] { connection->read(); }, Qt::QueuedConnection);
     return response;
+}
+
+void LoopbackHttpServer::Private::finishLater(std::function<Response()> make, QPointer<Connection> connection)
+{
+    thread.add([this, make = std::move(make), connection = std::move(connection)] {
+        const Response response = make();
+        QMetaObject::invokeMethod(&server, [response, connection] {
+            if (connection)
+                connection->finish(response);
+        }, Qt::QueuedConnection);
+    });
 }
 
 LoopbackHttpServer::LoopbackHttpServer(Handler handler) : d(std::make_unique<Private>(std::move(handler)))

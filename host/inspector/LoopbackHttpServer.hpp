@@ -8,7 +8,8 @@
 #include <memory>
 
 /// A small HTTP/1.1 server for tools on this machine: listens on the loopback address only, answers on the main thread, one
-/// request after the other in all. Requests have limits on header, body and time, and must name this machine as their host
+/// request after the other in all and at most one of a connection per turn of the event loop, when the answer before has
+/// been taken: who asks faster than they read does not stop the table. Requests have limits on header, body and time, and must name this machine as their host
 /// and origin, so that a web page somewhere cannot reach it through a visitor's browser.
 class LoopbackHttpServer
 {
@@ -31,6 +32,9 @@ public:
         int status = 200;
         QByteArray contentType = QByteArrayLiteral("application/json");
         QByteArray body;
+        /// When set: makes the answer that is sent in the place of this one, on a thread of the server, while frames go on.
+        /// It must touch nothing that belongs to the main thread.
+        std::function<Response()> later = nullptr;
     };
     /// May let Qt's events through; further requests wait meanwhile. HEAD comes as GET. What it throws is a 500.
     using Handler = std::function<Response(const Request&)>;

@@ -9,10 +9,13 @@
 
 #include <QCoreApplication>
 #include <QTcpServer>
+#include <QTcpSocket>
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 #include <stdexcept>
+#include <thread>
 #include <vector>
 
 namespace
@@ -267,4 +270,76 @@ TEST_CASE("loopback server: a port that is taken is told")
     QString error;
     CHECK_FALSE(server.listen(other.serverPort(), error));
     CHECK(error == "The bound address is already in use");
+}
+
+TEST_CASE("loopback server: an answer that takes long is made on another thread, and the main one goes on")
+{
+    std::atomic<bool> isHeld{true};
+    std::thread::id maker;
+    Fixture f([&](const LoopbackHttpServer::Request& request) {
+        LoopbackHttpServer::Response response{200, "text/plain", "at once"};
+        if (request.path == QLatin1String("/long"))
+            response.later = [&] {
+                maker = std::this_thread::get_id();
+                while (isHeld)
+                    std::this_thread::yield();
+                return LoopbackHttpServer::Response{200, "text/plain", "in the end"};
+            };
+        return response;
+    });
+    HttpTalk slow(f.server.port());
+    slow.send("GET /long HTTP/1.1\r\n" + kHost + "\r\nGET /next HTTP/1.1\r\n" + kHost + "\r\n");
+    REQUIRE(TestSupport::pumpUntil([&] { return f.requests.size() == 1; }));
+    CHECK(f.replyTo("GET /other HTTP/1.1\r\n" + kHost + "\r\n").body == "at once");
+    CHECK(f.requests.size() == 2); // the second of the slow connection waits for its first
+    isHeld = false;
+    CHECK(slow.reply().body == "in the end");
+    CHECK(slow.reply().body == "at once");
+    CHECK(maker != std::this_thread::get_id());
+}
+
+TEST_CASE("loopback server: a client that goes while its answer is made elsewhere, and a server that goes, do no harm")
+{
+    std::atomic<bool> isHeld{true};
+    std::atomic<int> made{0};
+    const auto handler = [&](const LoopbackHttpServer::Request&) {
+        LoopbackHttpServer::Response response;
+        response.later = [&] {
+            while (isHeld)
+                std::this_thread::yield();
+            ++made;
+            return LoopbackHttpServer::Response();
+        };
+        return response;
+    };
+    auto f = std::make_unique<Fixture>(handler);
+    {
+        HttpTalk talk(f->server.port());
+        talk.send("GET / HTTP/1.1\r\n" + kHost + "\r\n");
+        REQUIRE(TestSupport::pumpUntil([&] { return f->requests.size() == 1; }));
+    }
+    HttpTalk stays(f->server.port());
+    stays.send("GET / HTTP/1.1\r\n" + kHost + "\r\n");
+    REQUIRE(TestSupport::pumpUntil([&] { return f->requests.size() == 2; }));
+    isHeld = false;
+    REQUIRE(TestSupport::pumpUntil([&] { return made >= 1; }));
+    f.reset();
+    CHECK(stays.isClosedByServer());
+}
+
+TEST_CASE("loopback server: who asks without end and reads nothing is asked to wait, and the event loop turns")
+{
+    const QByteArray large(4 * 1024 * 1024, 'x');
+    Fixture f([&](const LoopbackHttpServer::Request&) { return LoopbackHttpServer::Response{200, "text/plain", large}; });
+    QTcpSocket greedy;
+    greedy.setReadBufferSize(1024);
+    greedy.connectToHost(QHostAddress::LocalHost, quint16(f.server.port()));
+    REQUIRE(TestSupport::pumpUntil([&] { return greedy.state() == QAbstractSocket::ConnectedState; }));
+    greedy.write(QByteArray("GET / HTTP/1.1\r\n" + kHost + "\r\n").repeated(300));
+    REQUIRE(TestSupport::pumpUntil([&] { return !f.requests.empty(); }));
+    for (int turn = 0; turn < 200; ++turn)
+        QCoreApplication::processEvents();
+    // What the system's buffers take may be more than one answer, and is far less than all.
+    CHECK(f.requests.size() < 30);
+    CHECK(f.replyTo("GET /other HTTP/1.1\r\n" + kHost + "\r\n").status == 200);
 }
