@@ -52,10 +52,13 @@ def open_table(build, headless):
     print(f"  What is collected is listed on the person's page, at {media_server.address}p/…: the space shows the\n"
           "  whole address and its QR code.\n"
           "  To end, close the window or press Ctrl-C.\n", flush=True)
+    table = subprocess.Popen(command)
     try:
-        return subprocess.call(command)
-    except KeyboardInterrupt:
-        return 0
+        while True:
+            try:
+                return table.wait()
+            except KeyboardInterrupt:
+                continue  # the table has heard it, too, and closes in order
     finally:
         media_server.stop()
 

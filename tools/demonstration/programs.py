@@ -3,14 +3,13 @@ import json
 import os
 import re
 import shutil
+import signal
 import subprocess
 import tempfile
 import threading
 import time
 import urllib.error
 import urllib.request
-
-RACE = 66  # how ThreadSanitizer ends a program
 
 
 class Failure(Exception):
@@ -68,10 +67,14 @@ class Program:
 
 
 def end_all(programs):
-    """Ends them, the last one first; Failure when one had a data race."""
+    """Ends them all, the last one first; Failure when one ended badly, as with what a sanitizer has found at its end."""
+    bad = []
     for program in reversed(programs):
-        if program.stop() == RACE:
-            raise Failure(f"{os.path.basename(program.command[0])} had a data race: {program.error_text()}")
+        code = program.stop()
+        if code not in (0, -signal.SIGTERM):
+            bad.append(f"{os.path.basename(program.command[0])} ended with code {code}: {program.error_text()}")
+    if bad:
+        raise Failure("; ".join(bad))
 
 
 def fetch(address, data=None, seconds=30):
