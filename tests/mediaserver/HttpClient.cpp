@@ -80,10 +80,14 @@ std::string HttpAnswer::header(const std::string& name) const
     return found == headers.end() ? std::string() : found->second;
 }
 
-HttpClient::HttpClient(std::uint16_t port)
+HttpClient::HttpClient(std::uint16_t port, const std::string& from)
     : d(std::make_unique<Private>())
 {
     boost::system::error_code error;
+    if (!from.empty()) {
+        d->socket.open(tcp::v4());
+        d->socket.bind({ asio::ip::make_address_v4(from), 0 });
+    }
     d->socket.connect({ asio::ip::address_v4::loopback(), port }, error);
     d->ended = bool(error);
 }

@@ -20,7 +20,8 @@ struct HttpAnswer {
 /// seconds at the latest.
 class HttpClient {
 public:
-    explicit HttpClient(std::uint16_t port);
+    /// `from`: the address of this machine that the server sees; empty for the usual one.
+    explicit HttpClient(std::uint16_t port, const std::string& from = {});
     ~HttpClient();
 
     /// False when the server has closed the connection.

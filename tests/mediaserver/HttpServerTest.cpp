@@ -7,8 +7,11 @@
 #include <LogCapture.hpp>
 #include <doctest/doctest.h>
 
+#include <arpa/inet.h>
 #include <future>
+#include <ifaddrs.h>
 #include <memory>
+#include <net/if.h>
 #include <stdexcept>
 #include <vector>
 
@@ -36,6 +39,24 @@ HttpLimits patient()
     limits.bodyBytes = 1000;
     limits.timeout = 60s;
     return limits;
+}
+
+/// Of IPv4 and not the loopback one; empty when there is none.
+std::string addressOfThisMachine()
+{
+    std::string found;
+    ifaddrs* all = nullptr;
+    if (::getifaddrs(&all) != 0)
+        return found;
+    for (const ifaddrs* one = all; one && found.empty(); one = one->ifa_next) {
+        if (!one->ifa_addr || one->ifa_addr->sa_family != AF_INET || (one->ifa_flags & IFF_LOOPBACK) != 0)
+            continue;
+        char text[INET_ADDRSTRLEN] = {};
+        if (::inet_ntop(AF_INET, &reinterpret_cast<const sockaddr_in*>(one->ifa_addr)->sin_addr, text, sizeof text))
+            found = text;
+    }
+    ::freeifaddrs(all);
+    return found;
 }
 
 HttpLimits impatient()
@@ -229,6 +250,30 @@ TEST_CASE("HTTP server: connections that do nothing keep nobody from being serve
     // Who was served last stays longest.
     kept.send(requestText("GET", "/again"));
     CHECK(kept.receive().value().body == "GET /again ");
+}
+
+TEST_CASE("HTTP server: one address has only so many connections, this machine any number")
+{
+    // The server listens on the loopback address, and so takes a client with another one for somebody from outside.
+    const std::string outside = addressOfThisMachine();
+    if (outside.empty()) {
+        MESSAGE("This machine has no network: nothing to be seen here.");
+        return;
+    }
+    HttpLimits limits = patient();
+    limits.clients.perAddress = 2;
+    const ServerThread server(limits, echo());
+    std::vector<std::unique_ptr<HttpClient>> own;
+    for (int i = 0; i < 4; ++i)
+        own.push_back(std::make_unique<HttpClient>(server.port()));
+    HttpClient first(server.port(), outside);
+    HttpClient second(server.port(), outside);
+    HttpClient third(server.port(), outside);
+    CHECK(first.isClosedWithin(5s));
+    for (HttpClient* client : { &second, &third, own[0].get(), own[1].get(), own[2].get(), own[3].get() }) {
+        client->send(requestText("GET", "/"));
+        REQUIRE(client->receive());
+    }
 }
 
 TEST_CASE("HTTP server: downloads that nobody reads leave connections for others, and one too many is told to come later")
