@@ -88,4 +88,7 @@ class BadMediaServer:
     def stop(self):
         self.release()
         self.away()
-        return 0
+
+    def end(self):
+        self.stop()
+        return ""

@@ -51,4 +51,7 @@ class MailServer:
         if self._controller:
             self._controller.stop()
             self._controller = None
-        return 0
+
+    def end(self):
+        self.stop()
+        return ""

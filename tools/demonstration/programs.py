@@ -65,14 +65,17 @@ class Program:
                 self.process.wait()
         return self.process.returncode
 
+    def end(self):
+        """Stops it; what was wrong with how it ended, such as what a sanitizer has found then, or nothing."""
+        code = self.stop()
+        if code in (0, -signal.SIGTERM):
+            return ""
+        return f"{os.path.basename(self.command[0])} ended with code {code}: {self.error_text()}"
+
 
 def end_all(programs):
-    """Ends them all, the last one first; Failure when one ended badly, as with what a sanitizer has found at its end."""
-    bad = []
-    for program in reversed(programs):
-        code = program.stop()
-        if code not in (0, -signal.SIGTERM):
-            bad.append(f"{os.path.basename(program.command[0])} ended with code {code}: {program.error_text()}")
+    """Ends them all, the last one first; Failure when one ended badly."""
+    bad = [complaint for program in reversed(programs) for complaint in [program.end()] if complaint]
     if bad:
         raise Failure("; ".join(bad))
 
@@ -181,6 +184,7 @@ class Stage:
         self.visit_options = list(visit_options)
         self.visitors = []
         self.left = 0  # datagrams of visitors who have gone
+        self.complaints = []  # about how they went
         self.now = 0.0
         self._began = 0
         self._before = table.get("/input")["datagramsReceived"]
@@ -200,7 +204,7 @@ class Stage:
     def leave(self, visitor):
         self.left += visitor.sent
         self.visitors.remove(visitor)
-        visitor.stop()
+        self.complaints.append(visitor.end())
 
     def play(self, seconds, frame=FRAME):
         """Everybody's scripts go on for `seconds`, in frames of at most `frame`; longer ones do where nothing happens."""
@@ -237,6 +241,9 @@ class Stage:
     def stop(self):
         for visitor in self.visitors:
             visitor.stop()
+
+    def end(self):
+        return "; ".join(filter(None, self.complaints + [visitor.end() for visitor in self.visitors]))
 
 
 def find(tree, predicate):
