@@ -6,6 +6,7 @@
 
 #include <EventLoop.hpp>
 #include <LogCapture.hpp>
+#include <SqliteFault.hpp>
 
 #include <doctest/doctest.h>
 
@@ -143,6 +144,23 @@ TEST_CASE("tavola mail: a message that is being sent is left alone")
     CHECK(answer.err == "tavola mail: message 1 is being sent; try again when that has ended\n");
     bench.server.release();
     CHECK(MailBench::outcome(std::move(future)).success);
+}
+
+TEST_CASE("tavola mail: an outbox that cannot be read is not called empty")
+{
+    CommandBench bench;
+    bench.openService();
+    bench.refuse(1);
+    bench.close();
+    const auto fault =
+        TestSupport::SqliteFault::lostTable(outboxFolder(bench.folder.path("data"), QString()) + "/outbox.sqlite", QStringLiteral("recipients"));
+    for (const char* action : {"list", "retry"}) {
+        const Answer answer = bench.ask(action);
+        CHECK(answer.code == 1);
+        CHECK_FALSE(answer.out.contains("no messages"));
+        CHECK(answer.err.contains("no such table: recipients"));
+        CHECK(answer.err.endsWith("tavola mail: the outbox cannot be read\n"));
+    }
 }
 
 TEST_CASE("tavola mail: a command line that makes no sense is told what to write instead")

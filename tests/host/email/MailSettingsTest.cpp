@@ -39,6 +39,7 @@ TEST_CASE("mail settings: a server and a sender are enough, and encryption is re
     CHECK(reading.complaints.isEmpty());
     CHECK(reading.settings->startTls == MailSettings::StartTls::Required);
     CHECK(reading.settings->attachmentLimitBytes == 10'000'000);
+    CHECK(reading.settings->answerSeconds == 15.0);
     CHECK(reading.settings->textTemplate.isEmpty());
 }
 
@@ -52,7 +53,7 @@ TEST_CASE("mail settings: everything can be set")
     const Reading reading = read("{" + kLeast + R"(, "name": "post", "startTls": "if-offered", "caFile": "ca.pem", "credentials": "login",
         "subject": "S", "template": "mail.txt", "htmlTemplate": "mail.html", "filesAddress": "https://a.example/files",
         "largeFilesText": "L", "missingFilesText": "M", "attachmentLimitMegabytes": 2.5, "connectTimeoutSeconds": 1, "timeoutSeconds": 2,
-        "retrySeconds": 3, "giveUpHours": 4})", folder.path());
+        "answerSeconds": 5, "retrySeconds": 3, "giveUpHours": 4})", folder.path());
     REQUIRE(reading.settings);
     CHECK(reading.complaints.join('\n').toStdString() == "");
     const MailSettings& settings = *reading.settings;
@@ -66,6 +67,7 @@ TEST_CASE("mail settings: everything can be set")
     CHECK(settings.attachmentLimitBytes == 2'500'000);
     CHECK(settings.connectTimeoutSeconds == 1.0);
     CHECK(settings.timeoutSeconds == 2.0);
+    CHECK(settings.answerSeconds == 5.0);
     CHECK(settings.retrySeconds == 3.0);
     CHECK(settings.giveUpHours == 4.0);
 }
@@ -80,6 +82,36 @@ TEST_CASE("mail settings: without a usable server or sender there is no service"
     CHECK_FALSE(sender.settings);
     CHECK(sender.complaints
           == QStringList{"sender: expected an object with the \"address\" that messages come from, and a \"name\" if you like"});
+}
+
+TEST_CASE("mail settings: what is said to a server can be listened to where it is never encrypted and leaves this machine")
+{
+    using StartTls = MailSettings::StartTls;
+    const struct
+    {
+        const char* server;
+        StartTls startTls;
+        bool isOpen;
+    } rows[] = {
+        {"smtp://mail.example.org", StartTls::Never, true},
+        {"smtp://192.168.1.5:25", StartTls::Never, true},
+        {"smtp://[fe80::1]:25", StartTls::Never, true},
+        {"smtp://localhost.example.org", StartTls::Never, true},
+        {"smtp://mail.example.org", StartTls::IfOffered, false},
+        {"smtp://mail.example.org", StartTls::Required, false},
+        {"smtps://mail.example.org", StartTls::Never, false},
+        {"smtp://127.0.0.1:2525", StartTls::Never, false},
+        {"smtp://127.8.9.1", StartTls::Never, false},
+        {"smtp://[::1]:2525", StartTls::Never, false},
+        {"smtp://LocalHost:2525", StartTls::Never, false},
+    };
+    for (const auto& row : rows) {
+        CAPTURE(std::string(row.server));
+        MailSettings settings;
+        settings.server = QString::fromLatin1(row.server);
+        settings.startTls = row.startTls;
+        CHECK(settings.isOpenToListeners() == row.isOpen);
+    }
 }
 
 TEST_CASE("mail settings: what is wrong costs that entry only")

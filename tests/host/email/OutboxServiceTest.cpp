@@ -2,11 +2,14 @@
 
 #include <EventLoop.hpp>
 #include <LogCapture.hpp>
+#include <SqliteFault.hpp>
 
 #include <doctest/doctest.h>
 
+#include <QElapsedTimer>
 #include <QJsonArray>
 
+#include <algorithm>
 #include <set>
 
 #include <fcntl.h>
@@ -351,6 +354,167 @@ TEST_CASE("outbox service: a slow message does not keep the next one waiting")
     CHECK(MailBench::outcome(std::move(slow)).success);
 }
 
+TEST_CASE("outbox service: with a silent server every message is on the disk at once, and its files are closed")
+{
+    MailBench bench;
+    bench.server.fallSilentAt("MAIL");
+    bench.open();
+    std::vector<folly::Future<MailBench::Status>> futures;
+    std::vector<std::weak_ptr<QIODevice>> devices;
+    for (int i = 0; i < 8; ++i) {
+        auto message = bench.message(QStringLiteral("message %1\n").arg(i));
+        bench.attach(message, bench.folder.write("a.txt", "attached"), "a.txt");
+        devices.push_back(message.attachments().front().device);
+        futures.push_back(bench.service->send(message));
+    }
+    CHECK(TestSupport::pumpUntil([&] { return bench.kept().size() == 8; }, 20000));
+    CHECK(TestSupport::pumpUntil(
+        [&] { return std::all_of(devices.begin(), devices.end(), [](const auto& device) { return device.expired(); }); }, 20000));
+    for (const auto& future : futures)
+        CHECK_FALSE(future.isReady()); // attempts are under way
+    CHECK(bench.server.mails().empty());
+}
+
+TEST_CASE("outbox service: with a silent server everybody is answered after a while, and every message comes when the server does")
+{
+    MailBench bench;
+    bench.settings.answerSeconds = 0.2;
+    bench.server.holdAt("MAIL");
+    bench.open();
+    std::vector<folly::Future<MailBench::Status>> futures;
+    for (int i = 0; i < 6; ++i)
+        futures.push_back(bench.service->send(bench.message(QStringLiteral("message %1\n").arg(i))));
+    for (auto& future : futures) {
+        const auto status = MailBench::outcome(std::move(future));
+        CHECK(status.success);
+        CHECK(status.error.isEmpty());
+    }
+    // The server has said nothing all the while, and the attempts have not ended.
+    CHECK(bench.server.mails().empty());
+    CHECK(bench.kept().size() == 6);
+    bench.server.release();
+    REQUIRE(bench.hasMails(6));
+    CHECK(bench.becomesEmpty());
+}
+
+TEST_CASE("outbox service: a refusal that comes after the answer leaves the message as failed")
+{
+    MailBench bench;
+    bench.settings.answerSeconds = 0.1;
+    bench.server.holdAt("RCPT");
+    bench.server.answer("RCPT", "550 nobody");
+    bench.open();
+    CHECK(bench.send(bench.message()).success);
+    expectRefusal(1, "550 nobody");
+    bench.server.release();
+    REQUIRE(bench.reports("failed", 1));
+    CHECK(bench.kept().at(0).state == State::Failed);
+}
+
+TEST_CASE("outbox service: attempts that hang on old messages do not keep a new one waiting")
+{
+    MailBench bench;
+    bench.server.answer("MAIL", "451 Come back");
+    bench.open();
+    for (int i = 1; i <= 3; ++i) {
+        expectDelay(i, "451 Come back", "60");
+        CHECK(bench.send(bench.message()).success);
+    }
+    bench.server.forgive();
+    bench.server.holdAt("RCPT ann@example.org");
+    bench.pass(60.0);
+    REQUIRE(TestSupport::pumpUntil([&] { return bench.server.held() > 0; }, 20000));
+    CHECK(bench.send(bench.message("Hello\n", "bob@example.org")).success);
+    CHECK(bench.server.mails().size() == 1);
+    bench.server.release();
+    REQUIRE(bench.hasMails(4));
+    CHECK(bench.becomesEmpty());
+}
+
+TEST_CASE("outbox service: on a full disk the queue is asked at a walk, and goes on when there is room")
+{
+    MailBench bench;
+    bench.server.answer("MAIL", "451 Come back");
+    bench.open();
+    expectDelay(1, "451 Come back", "60");
+    CHECK(bench.send(bench.message()).success);
+    bench.server.forgive();
+    auto fault = TestSupport::SqliteFault::fullDisk(bench.databasePath(), "UPDATE", "messages");
+    const std::string warning = "Outbox # Failed to take a message from " + bench.databasePath().toStdString() + " (database or disk is full";
+    TestSupport::expectWarningStartingWith(warning);
+    bench.pass(60.0);
+    REQUIRE(MailBench::logs(warning));
+    // Each look and each claim asks for the time. More than one round's worth of them takes a pause at least.
+    QElapsedTimer timer;
+    timer.start();
+    const int before = bench.timesAsked;
+    REQUIRE(TestSupport::pumpUntil([&] { return bench.timesAsked > before + 8; }, 30000));
+    CHECK(timer.elapsed() >= 1500);
+    CHECK(bench.server.mails().empty());
+    fault.mend();
+    REQUIRE(bench.hasMails(1)); // without being woken
+    CHECK(bench.becomesEmpty());
+}
+
+TEST_CASE("outbox service: a delivery that cannot be noted is noted when there is room, and the message came once")
+{
+    MailBench bench;
+    bench.server.holdAt("BODY");
+    bench.open();
+    auto future = bench.service->send(bench.message());
+    REQUIRE(TestSupport::pumpUntil([&] { return bench.server.held() == 1; }, 20000));
+    auto fault = TestSupport::SqliteFault::fullDisk(bench.databasePath(), "DELETE", "messages");
+    TestSupport::expectWarningStartingWith("Outbox # Failed to write " + bench.databasePath().toStdString() + " (database or disk is full");
+    TestSupport::expectWarningStartingWith("OutboxService # Failed to write what became of message 1 to ann@example.org (it is delivered)");
+    bench.server.release();
+    CHECK(MailBench::outcome(std::move(future)).success);
+    CHECK(bench.kept().size() == 1);
+    fault.mend();
+    CHECK(bench.becomesEmpty()); // without being woken
+    CHECK(bench.server.mails().size() == 1);
+    bench.open();
+    CHECK(bench.send(bench.message()).success);
+    CHECK(bench.server.mails().size() == 2);
+}
+
+TEST_CASE("outbox service: a delay that cannot be noted is noted when there is room, and the message is tried again")
+{
+    MailBench bench;
+    bench.server.holdAt("MAIL");
+    bench.server.answer("MAIL", "451 Come back");
+    bench.open();
+    auto future = bench.service->send(bench.message());
+    REQUIRE(TestSupport::pumpUntil([&] { return bench.server.held() == 1; }, 20000));
+    auto fault = TestSupport::SqliteFault::fullDisk(bench.databasePath(), "UPDATE", "messages");
+    TestSupport::expectWarningStartingWith("Outbox # Failed to write " + bench.databasePath().toStdString() + " (database or disk is full");
+    TestSupport::expectWarningStartingWith("OutboxService # Failed to write what became of message 1 to ann@example.org (it is not delivered: 451");
+    bench.server.release();
+    CHECK(MailBench::outcome(std::move(future)).success);
+    expectDelay(1, "451 Come back", "60");
+    fault.mend();
+    REQUIRE(bench.reports("queued", 1)); // without being woken
+    bench.server.forgive();
+    bench.pass(60.0);
+    REQUIRE(bench.hasMails(1));
+    CHECK(bench.becomesEmpty());
+}
+
+TEST_CASE("outbox service: a message queued under a clock that was far ahead is sent")
+{
+    MailBench bench;
+    bench.server.answer("MAIL", "451 Come back");
+    bench.nowMs += qint64(10) * 365 * 24 * 3'600'000;
+    bench.open();
+    expectDelay(1, "451 Come back", "60");
+    CHECK(bench.send(bench.message()).success);
+    bench.close();
+    bench.server.forgive();
+    bench.nowMs = 1'790'000'000'000;
+    bench.open();
+    REQUIRE(bench.hasMails(1));
+    CHECK(bench.becomesEmpty());
+}
+
 TEST_CASE("outbox service: many messages at once all arrive, each once")
 {
     MailBench bench;
@@ -449,6 +613,26 @@ TEST_CASE("outbox service: credentials that cannot be read keep the table from o
     CHECK(error.startsWith("cannot read "));
 }
 
+TEST_CASE("outbox service: a password that would go unencrypted to another machine keeps the table from opening")
+{
+    MailBench bench;
+    const QString file = bench.folder.write("login", "user\nt0p-s3cret\n");
+    QFile::setPermissions(file, QFile::ReadOwner);
+    bench.settings.credentialsFile = file;
+    bench.settings.server = QStringLiteral("smtp://mail.example.org:587");
+    QString error;
+    CHECK(OutboxService::open(bench.settings, bench.outboxPath(), error) == nullptr);
+    CHECK(error.toStdString()
+          == "\"startTls\": \"never\" would send the password to the mail server smtp://mail.example.org:587 unencrypted; set it to "
+             "\"required\", or leave out the credentials (the file, or TAVOLA_SMTP_USER)");
+    CHECK_FALSE(QFileInfo::exists(bench.outboxPath()));
+    bench.settings.startTls = MailSettings::StartTls::IfOffered;
+    CHECK(OutboxService::open(bench.settings, bench.outboxPath(), error) != nullptr);
+    bench.settings.startTls = MailSettings::StartTls::Never;
+    bench.settings.credentialsFile.clear();
+    CHECK(OutboxService::open(bench.settings, bench.outboxPath(), error) != nullptr);
+}
+
 TEST_CASE("outbox service: a password never reaches the log, whatever happens")
 {
     MailBench bench;
@@ -485,4 +669,22 @@ TEST_CASE("outbox service: when the disk cannot keep a message, the visitor is t
     CHECK(status.error.startsWith("cannot make a folder in "));
     REQUIRE(QFile::remove(bench.outboxPath() + "/files"));
     CHECK(bench.kept().empty());
+}
+
+TEST_CASE("outbox service: when the outbox cannot take a message, its sender is told at once, and nothing is left behind")
+{
+    MailBench bench;
+    bench.open();
+    const auto fault = TestSupport::SqliteFault::fullDisk(bench.databasePath(), "INSERT", "recipients");
+    auto message = bench.message();
+    bench.attach(message, bench.folder.write("a.txt", "attached"), "a.txt");
+    TestSupport::expectWarningStartingWith("Outbox # Failed to write " + bench.databasePath().toStdString() + " (database or disk is full");
+    TestSupport::expectWarning("OutboxService # Failed to accept a message (the message cannot be kept)");
+    const auto status = bench.send(message);
+    CHECK_FALSE(status.success);
+    CHECK(status.error == "the message cannot be kept");
+    CHECK(bench.kept().empty());
+    CHECK(bench.folders() == 0);
+    CHECK(bench.server.connections() == 0);
+    CHECK(bench.service->state().value("lastError") == "the message cannot be kept");
 }

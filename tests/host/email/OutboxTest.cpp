@@ -3,6 +3,7 @@
 #include "services/email/Outbox.hpp"
 
 #include <LogCapture.hpp>
+#include <SqliteFault.hpp>
 
 #include <doctest/doctest.h>
 
@@ -246,4 +247,104 @@ TEST_CASE("outbox: the same message is not accepted twice")
     TestSupport::expectWarningStartingWith("Outbox # Failed to write " + bench.folder.path("outbox/outbox.sqlite").toStdString());
     CHECK_FALSE(bench.outbox->add(again));
     CHECK(bench.outbox->messages().value().size() == 1);
+}
+
+TEST_CASE("outbox: a message of which a part cannot be read is not read at all")
+{
+    for (const char* table : {"recipients", "files"}) {
+        INFO("table: " << std::string(table));
+        Bench bench;
+        const OutboxMessage message = bench.add();
+        const std::string path = bench.folder.path("outbox/outbox.sqlite").toStdString();
+        auto fault = TestSupport::SqliteFault::lostTable(QString::fromStdString(path), table);
+        TestSupport::expectWarningStartingWith("Outbox # Failed to read " + path + " (no such table: " + table);
+        CHECK_FALSE(bench.outbox->messages().has_value());
+        CHECK_FALSE(bench.outbox->message(message.id).has_value());
+        TestSupport::expectWarningStartingWith("Outbox # Failed to take a message from " + path + " (no such table: " + table);
+        const Outbox::Claim claim = bench.outbox->claimDue(5000);
+        CHECK(claim.isFault);
+        CHECK_FALSE(claim.message.has_value());
+        fault.mend();
+        CHECK(bench.state(message.id) == State::Queued);
+        CHECK(bench.outbox->claimDue(5000).message.value().files.size() == 1);
+    }
+}
+
+TEST_CASE("outbox: a message that cannot be marked as being sent is not handed out")
+{
+    Bench bench;
+    const OutboxMessage message = bench.add();
+    const QString path = bench.folder.path("outbox/outbox.sqlite");
+    auto fault = TestSupport::SqliteFault::fullDisk(path, "UPDATE", "messages");
+    TestSupport::expectWarningStartingWith("Outbox # Failed to take a message from " + path.toStdString() + " (database or disk is full");
+    CHECK(bench.outbox->claimDue(5000).isFault);
+    fault.mend();
+    CHECK(bench.outbox->claimDue(5000).message.value().id == message.id);
+}
+
+TEST_CASE("outbox: an outcome is written as a whole or not at all")
+{
+    Bench bench;
+    OutboxMessage message = bench.add(State::Sending);
+    const QString path = bench.folder.path("outbox/outbox.sqlite");
+    auto fault = TestSupport::SqliteFault::fullDisk(path, "UPDATE", "recipients");
+    message.state = State::Failed;
+    TestSupport::expectWarningStartingWith("Outbox # Failed to write " + path.toStdString() + " (database or disk is full");
+    CHECK_FALSE(bench.outbox->update(message));
+    fault.mend();
+    CHECK(bench.state(message.id) == State::Sending);
+}
+
+TEST_CASE("outbox: a message that cannot be removed keeps its files")
+{
+    Bench bench;
+    const OutboxMessage message = bench.add();
+    const QString path = bench.folder.path("outbox/outbox.sqlite");
+    auto fault = TestSupport::SqliteFault::fullDisk(path, "DELETE", "messages");
+    TestSupport::expectWarningStartingWith("Outbox # Failed to write " + path.toStdString() + " (database or disk is full");
+    CHECK_FALSE(bench.outbox->remove(message));
+    CHECK_FALSE(bench.outbox->drop(message.id));
+    CHECK(QFileInfo::exists(bench.folder.path("outbox/files/" + message.folder)));
+    fault.mend();
+    CHECK(bench.outbox->remove(message));
+}
+
+TEST_CASE("outbox: a reason is told once until something has been written again")
+{
+    Bench bench;
+    const QString path = bench.folder.path("outbox/outbox.sqlite");
+    for (int i = 0; i < 2; ++i) {
+        OutboxMessage message = bench.add(State::Queued, 0, QStringLiteral("<%1@x>").arg(i));
+        auto fault = TestSupport::SqliteFault::fullDisk(path, "UPDATE", "messages");
+        TestSupport::expectWarningStartingWith("Outbox # Failed to write " + path.toStdString() + " (database or disk is full");
+        CHECK_FALSE(bench.outbox->update(message));
+        CHECK_FALSE(bench.outbox->update(message));
+        fault.mend();
+        CHECK(bench.outbox->update(message));
+    }
+}
+
+TEST_CASE("outbox: a message that is due later than any pause lasts was put off under a wrong clock, and is due")
+{
+    Bench bench;
+    const qint64 nowMs = 1'790'000'000'000;
+    const auto usual = bench.add(State::Queued, nowMs + Outbox::kLongestPauseMs, "<1@x>");
+    CHECK_FALSE(bench.outbox->claimDue(nowMs).message.has_value());
+    CHECK(bench.outbox->summary(nowMs).value().nextAttemptMs == usual.nextAttemptMs);
+    const auto wrong = bench.add(State::Queued, nowMs + Outbox::kLongestPauseMs + 1, "<2@x>");
+    CHECK(bench.outbox->summary(nowMs).value().nextAttemptMs <= nowMs);
+    CHECK(bench.outbox->claimDue(nowMs).message.value().id == wrong.id);
+    CHECK_FALSE(bench.outbox->claimDue(nowMs).message.has_value());
+}
+
+TEST_CASE("outbox: on request only messages are taken of which no attempt has failed")
+{
+    Bench bench;
+    OutboxMessage tried = bench.add(State::Queued, 0, "<1@x>");
+    tried.attempts = 1;
+    REQUIRE(bench.outbox->update(tried));
+    CHECK_FALSE(bench.outbox->claimDue(5000, Outbox::Which::Untried).message.has_value());
+    const auto untried = bench.add(State::Queued, 4000, "<2@x>");
+    CHECK(bench.outbox->claimDue(5000, Outbox::Which::Untried).message.value().id == untried.id);
+    CHECK(bench.outbox->claimDue(5000).message.value().id == tried.id);
 }

@@ -215,6 +215,34 @@ TEST_CASE("smtp sender: a file that the outbox has lost ends the message")
     CHECK(server.connections() == 0);
 }
 
+TEST_CASE("smtp sender: a message that has lost its recipients or the list of its files is no delivery")
+{
+    SmtpTestServer server;
+    OutboxMessage nobody = letter({});
+    auto result = send(testSettings(server.address()), nobody);
+    CHECK(result.outcome == Outcome::Refused);
+    CHECK(result.words == "the outbox has lost the recipients");
+    OutboxMessage bare = letter();
+    bare.folder = QStringLiteral("1");
+    result = send(testSettings(server.address()), bare);
+    CHECK(result.outcome == Outcome::Refused);
+    CHECK(result.words == "the outbox has lost the list of its files");
+    CHECK(server.connections() == 0);
+}
+
+TEST_CASE("smtp sender: where everybody has an outcome nobody is asked for again")
+{
+    SmtpTestServer server;
+    OutboxMessage message = letter({"ann@example.org", "bob@example.org"});
+    message.recipients[0].outcome = OutboxMessage::Outcome::Delivered;
+    message.recipients[1].outcome = OutboxMessage::Outcome::Refused;
+    message.recipients[1].reply = QStringLiteral("550 nobody");
+    const auto result = send(testSettings(server.address()), message);
+    CHECK(result.outcome == Outcome::Refused);
+    CHECK(result.words == "550 nobody");
+    CHECK(server.connections() == 0);
+}
+
 TEST_CASE("smtp sender: encryption by STARTTLS and from the first byte on, with a login")
 {
     const Folder folder;

@@ -1,0 +1,104 @@
+#include "../Folder.hpp"
+
+#include "services/email/Outbox.hpp"
+#include "services/email/OutboxReport.hpp"
+
+#include <LogCapture.hpp>
+#include <SqliteFault.hpp>
+
+#include <doctest/doctest.h>
+
+namespace
+{
+using State = OutboxMessage::State;
+using std::chrono::milliseconds;
+
+struct Bench
+{
+    Folder folder;
+    QString error;
+    std::unique_ptr<Outbox> outbox = Outbox::open(folder.path("outbox"), error);
+    qint64 nowMs = 1'790'000'000'000;
+    OutboxReport report{*outbox, [this] { return nowMs; }};
+    int count = 0;
+
+    void add(State state, qint64 dueMs)
+    {
+        OutboxMessage message;
+        message.messageId = QStringLiteral("<%1@x>").arg(++count);
+        message.createdMs = message.queuedSinceMs = 1000 * count;
+        message.state = state;
+        message.nextAttemptMs = dueMs;
+        message.recipients = {{{"ann@example.org", "Ann"}, Tavola::EmailMessage::To, OutboxMessage::Outcome::Open, {}}};
+        REQUIRE(outbox->add(message));
+    }
+};
+}
+
+TEST_CASE("outbox report: an empty outbox needs no look until somebody adds to it")
+{
+    Bench bench;
+    const auto look = bench.report.look();
+    CHECK_FALSE(look.isDue);
+    CHECK_FALSE(look.pause.has_value());
+    CHECK(bench.report.json("post")
+          == QJsonObject{{"name", "post"},
+                         {"queued", 0},
+                         {"sending", 0},
+                         {"failed", 0},
+                         {"oldest", QJsonValue()},
+                         {"lastError", ""},
+                         {"lastErrorAt", QJsonValue()}});
+}
+
+TEST_CASE("outbox report: the next look is when a message is due, and every two seconds at least")
+{
+    Bench bench;
+    bench.add(State::Queued, bench.nowMs + 5000);
+    CHECK(bench.report.look().pause == milliseconds(2000));
+    bench.nowMs += 4400;
+    CHECK_FALSE(bench.report.look().isDue);
+    CHECK(bench.report.look().pause == milliseconds(600));
+    bench.nowMs += 600;
+    CHECK(bench.report.look().isDue);
+    // Whoever attempts it was told; were it told again and again, an outbox that cannot be written would keep them busy.
+    CHECK(bench.report.look().pause == milliseconds(2000));
+}
+
+TEST_CASE("outbox report: what is being sent or has failed is looked after, because others may change it")
+{
+    Bench bench;
+    bench.add(State::Failed, 0);
+    bench.add(State::Sending, 0);
+    CHECK_FALSE(bench.report.look().isDue);
+    CHECK(bench.report.look().pause == milliseconds(2000));
+    CHECK(bench.report.json({}).value("failed") == 1);
+    CHECK(bench.report.json({}).value("sending") == 1);
+    CHECK(bench.report.json({}).value("oldest") == "1970-01-01T00:00:01Z");
+}
+
+TEST_CASE("outbox report: a message put off under a wrong clock is due, whatever else is queued")
+{
+    Bench bench;
+    bench.add(State::Queued, bench.nowMs + 1000);
+    bench.add(State::Queued, bench.nowMs + Outbox::kLongestPauseMs);
+    CHECK_FALSE(bench.report.look().isDue);
+    bench.add(State::Queued, bench.nowMs + Outbox::kLongestPauseMs + 1);
+    CHECK(bench.report.look().isDue);
+}
+
+TEST_CASE("outbox report: an outbox that cannot be read keeps its numbers and is looked at again")
+{
+    Bench bench;
+    bench.add(State::Failed, 0);
+    bench.report.look();
+    bench.report.noteError("550 nobody");
+    auto fault = TestSupport::SqliteFault::lostTable(bench.folder.path("outbox/outbox.sqlite"), "messages");
+    TestSupport::expectWarningStartingWith("Outbox # Failed to read ");
+    const auto look = bench.report.look();
+    CHECK(look.pause == milliseconds(2000));
+    CHECK(bench.report.json({}).value("failed") == 1);
+    CHECK(bench.report.json({}).value("lastError") == "550 nobody");
+    CHECK(bench.report.json({}).value("lastErrorAt") == "2026-09-21T14:13:20Z");
+    fault.mend();
+}
