@@ -1,6 +1,5 @@
 #include "commands/RunOptions.hpp"
 
-#include "input/InputSettings.hpp"
 #include "presentation/Presentation.hpp"
 
 #include <QRegularExpression>
@@ -30,8 +29,9 @@ QString RunOptions::help(Command command)
         "\n"
         "  --headless              no window; pictures of the table come from the inspector\n"
         "  --size WxH              the table's size in pixels (default: the presentation's)\n"
-        "  --tuio [ADDRESS:]PORT   where TUIO datagrams arrive (default 127.0.0.1:3333; port 0 chooses one and prints it);\n"
-        "                          goes before the presentation's own listeners\n"
+        "  --tuio [tcp:][ADDRESS:]PORT\n"
+        "                          where TUIO arrives, by UDP or with tcp: by TCP (default 127.0.0.1:3333; port 0 chooses one\n"
+        "                          and prints it); goes before the presentation's own listeners\n"
         "  --record FILE           record the input, for tavola replay; FILE must not exist yet\n"
         "  --trees FILE            write down the widgets of each frame, to compare runs; FILE must not exist yet\n"
         "  --show-input            draw fingers and cards over the table, with their ids and codes\n"
@@ -86,8 +86,8 @@ const OptionWithValue kOptionsWithValue[] = {
     {"--tuio",
      [](const QString& value, RunOptions& options) {
          options.hasTuio = true;
-         return wants(InputSettings::parseAddress(value, options.tuioAddress, options.tuioPort),
-                      "[ADDRESS:]PORT, for example 0.0.0.0:3333");
+         return wants(InputSettings::parseAddress(value, options.tuioTransport, options.tuioAddress, options.tuioPort),
+                      "[tcp:][ADDRESS:]PORT, for example 0.0.0.0:3333");
      }},
     {"--record",
      [](const QString& value, RunOptions& options) {

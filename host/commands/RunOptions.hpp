@@ -1,5 +1,7 @@
 #pragma once
 
+#include "input/InputSettings.hpp"
+
 #include <QSize>
 #include <QString>
 #include <QStringList>
@@ -17,6 +19,7 @@ struct RunOptions
     bool openGL = false;
     bool fullScreen = false;
     std::optional<QSize> size;
+    InputSettings::Transport tuioTransport = InputSettings::Transport::Udp;
     QString tuioAddress = QStringLiteral("127.0.0.1");
     int tuioPort = 3333;
     bool hasTuio = false;   ///< given: goes before the presentation's listeners

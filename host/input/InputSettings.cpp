@@ -58,8 +58,10 @@ bool readAllow(const QJsonValue& value, QStringList& allow)
 
 std::optional<Wrong> readListener(const QJsonObject& entry, const QString& place, Listener& listener)
 {
-    if (!InputSettings::parseAddress(entry.value(QLatin1String("tuio")).toString(), listener.address, listener.port))
-        return Wrong{place + QLatin1String(".tuio"), QStringLiteral("expected \"ADDRESS:PORT\", such as \"127.0.0.1:3333\"")};
+    if (!InputSettings::parseAddress(entry.value(QLatin1String("tuio")).toString(), listener.transport, listener.address,
+                                     listener.port))
+        return Wrong{place + QLatin1String(".tuio"),
+                     QStringLiteral("expected \"ADDRESS:PORT\" or \"tcp:ADDRESS:PORT\", such as \"127.0.0.1:3333\"")};
     const QJsonValue rect = entry.value(QLatin1String("rect"));
     if (!rect.isUndefined() && !readRect(rect, listener))
         return Wrong{place + QLatin1String(".rect"),
@@ -84,18 +86,22 @@ void readNumber(const QJsonObject& object, const char* key, double most, double&
 }
 }
 
-bool InputSettings::parseAddress(const QString& text, QString& address, int& port)
+bool InputSettings::parseAddress(const QString& text, Transport& transport, QString& address, int& port)
 {
-    const int colon = text.lastIndexOf(QLatin1Char(':'));
+    const QLatin1String tcp("tcp:");
+    const bool isTcp = text.startsWith(tcp);
+    transport = isTcp ? Transport::Tcp : Transport::Udp;
+    const QString place = isTcp ? text.mid(tcp.size()) : text;
+    const int colon = place.lastIndexOf(QLatin1Char(':'));
     if (colon >= 0) {
-        address = text.left(colon);
+        address = place.left(colon);
         if (address.startsWith(QLatin1Char('[')) && address.endsWith(QLatin1Char(']')))
             address = address.mid(1, address.size() - 2);
         if (address == QLatin1String("localhost"))
             address = QStringLiteral("127.0.0.1");
     }
     bool ok = false;
-    port = text.mid(colon + 1).toInt(&ok);
+    port = place.mid(colon + 1).toInt(&ok);
     return ok && port >= 0 && port <= 65535 && !QHostAddress(address).isNull();
 }
 

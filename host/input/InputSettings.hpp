@@ -11,8 +11,10 @@ class QJsonObject;
 /// How a table listens to its trackers, from a presentation. A plain record.
 struct InputSettings
 {
+    enum class Transport { Udp, Tcp };
     struct Listener
     {
+        Transport transport = Transport::Udp;
         QString address = QStringLiteral("127.0.0.1");
         int port = 3333;
         bool hasRect = false; ///< without one: the whole table
@@ -26,9 +28,9 @@ struct InputSettings
     double lostSeconds = 5.0;
     bool smoothing = true;
 
-    /// "3333", "0.0.0.0:3333", "localhost:3333", "[::1]:3333". False for anything else; `address` keeps its value where the
-    /// text has none.
-    [[nodiscard]] static bool parseAddress(const QString& text, QString& address, int& port);
+    /// "3333", "0.0.0.0:3333", "localhost:3333", "[::1]:3333" for UDP, with "tcp:" ahead of it for TCP. False for anything
+    /// else; `address` keeps its value where the text has none.
+    [[nodiscard]] static bool parseAddress(const QString& text, Transport& transport, QString& address, int& port);
 
     /// Where in the file, and what is wrong there.
     using Skip = std::function<void(const QString& place, const QString& why)>;

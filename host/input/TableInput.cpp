@@ -8,6 +8,7 @@
 #include <Bedrock/Trace.hpp>
 #include <Tactile/DatagramPlayer.hpp>
 #include <Tactile/DatagramRecorder.hpp>
+#include <Tactile/TcpDatagramSource.hpp>
 #include <Tactile/TuioInput.hpp>
 #include <Tactile/UdpDatagramSource.hpp>
 
@@ -18,6 +19,7 @@
 
 #include <chrono>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -33,9 +35,16 @@ std::string fileName(const QString& name)
 
 QString where(const InputSettings::Listener& listener, int port)
 {
-    return (listener.address.contains(QLatin1Char(':')) ? QStringLiteral("[%1]:%2") : QStringLiteral("%1:%2"))
-        .arg(listener.address)
+    const QString place = listener.address.contains(QLatin1Char(':')) ? QStringLiteral("%1[%2]:%3") : QStringLiteral("%1%2:%3");
+    return place.arg(listener.transport == InputSettings::Transport::Tcp ? QLatin1String("tcp:") : QLatin1String(""), listener.address)
         .arg(port);
+}
+
+std::unique_ptr<Tactile::NetworkDatagramSource> makeSource(InputSettings::Transport transport, Tactile::NetworkSettings settings)
+{
+    if (transport == InputSettings::Transport::Tcp)
+        return std::make_unique<Tactile::TcpDatagramSource>(std::move(settings));
+    return std::make_unique<Tactile::UdpDatagramSource>(std::move(settings));
 }
 }
 
@@ -44,7 +53,7 @@ struct TableInput::Private
     struct Listening
     {
         InputSettings::Listener settings;
-        const Tactile::UdpDatagramSource* socket; ///< owned by the input
+        const Tactile::NetworkDatagramSource* socket; ///< owned by the input
     };
 
     std::unique_ptr<Tactile::DatagramPlayer> player;
@@ -141,16 +150,17 @@ bool TableInput::start(const Presentation& presentation, const RunOptions& optio
     std::vector<InputSettings::Listener> listeners = given.listeners;
     if (options.hasTuio || given.usualListener) {
         listeners.assign(1, {});
+        listeners.front().transport = options.tuioTransport;
         listeners.front().address = options.tuioAddress;
         listeners.front().port = options.tuioPort;
     }
     for (const InputSettings::Listener& listener : listeners) {
-        Tactile::UdpSettings udp;
-        udp.address = listener.address.toStdString();
-        udp.port = std::uint16_t(listener.port);
+        Tactile::NetworkSettings network;
+        network.address = listener.address.toStdString();
+        network.port = std::uint16_t(listener.port);
         for (const QString& sender : listener.allow)
-            udp.allowedSenders.push_back(sender.toStdString());
-        auto source = std::make_unique<Tactile::UdpDatagramSource>(udp);
+            network.allowedSenders.push_back(sender.toStdString());
+        auto source = makeSource(listener.transport, std::move(network));
         const auto* socket = source.get();
         const Vecta::Rect rect =
             listener.hasRect ? Vecta::Rect{listener.x, listener.y, listener.width, listener.height} : settings.tableRect;

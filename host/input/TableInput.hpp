@@ -55,8 +55,8 @@ public:
 
     /// The port of the first listener; 0 in a replay.
     [[nodiscard]] int port() const;
-    /// [{"tuio", "refusedSenders"}] of each listener: where it listens, and how many datagrams it threw away because their
-    /// sender is not allowed.
+    /// [{"tuio", "refusedSenders"}] of each listener: where it listens, and how many datagrams it threw away, or connections
+    /// it refused, because their sender is not allowed.
     [[nodiscard]] QJsonArray listeners() const;
 
 private:

@@ -18,7 +18,7 @@
 
 using Tactile::TuioInput;
 using Tactile::UdpDatagramSource;
-using Tactile::UdpSettings;
+using Tactile::NetworkSettings;
 using namespace std::chrono_literals;
 
 namespace
@@ -52,9 +52,9 @@ private:
     int m_socket;
 };
 
-UdpSettings anyPort()
+NetworkSettings anyPort()
 {
-    UdpSettings settings;
+    NetworkSettings settings;
     settings.port = 0;
     return settings;
 }
@@ -62,8 +62,8 @@ UdpSettings anyPort()
 
 TEST_CASE("udp source: it listens on this machine only, unless told otherwise")
 {
-    CHECK(UdpSettings().address == "127.0.0.1");
-    CHECK(UdpSettings().port == 3333);
+    CHECK(NetworkSettings().address == "127.0.0.1");
+    CHECK(NetworkSettings().port == 3333);
 }
 
 TEST_CASE("udp source: real datagrams on a port that the system chose put a card and a finger on the table")
@@ -109,7 +109,7 @@ TEST_CASE("udp source: the largest datagram comes whole, and an empty one is cou
 TEST_CASE("udp source: datagrams from senders that are not allowed are thrown away, and told once")
 {
     TuioInput input(TestTable::plainSettings());
-    UdpSettings settings = anyPort();
+    NetworkSettings settings = anyPort();
     settings.allowedSenders = {"127.0.0.3", "127.0.0.2"};
     auto source = std::make_unique<UdpDatagramSource>(settings);
     auto* udp = source.get();
@@ -147,7 +147,7 @@ void sendByIpv6(const std::vector<char>& packet, std::uint16_t port)
 TEST_CASE("udp source: it listens on an IPv6 address, and the allowed senders may be of that kind")
 {
     TuioInput input(TestTable::plainSettings());
-    UdpSettings settings = anyPort();
+    NetworkSettings settings = anyPort();
     settings.address = "::1";
     settings.allowedSenders = {"::1"};
     auto source = std::make_unique<UdpDatagramSource>(settings);
@@ -162,7 +162,7 @@ TEST_CASE("udp source: it listens on an IPv6 address, and the allowed senders ma
 TEST_CASE("udp source: on all addresses of both kinds, a sender by IPv4 is known by its IPv4 address")
 {
     TuioInput input(TestTable::plainSettings());
-    UdpSettings settings = anyPort();
+    NetworkSettings settings = anyPort();
     settings.address = "::";
     settings.allowedSenders = {"127.0.0.1"};
     auto source = std::make_unique<UdpDatagramSource>(settings);
@@ -183,7 +183,7 @@ TEST_CASE("udp source: what keeps it from listening is told with its remedy")
     REQUIRE(first.start([](const Tactile::Datagram&) {}));
     struct Row
     {
-        UdpSettings settings;
+        NetworkSettings settings;
         std::string text;
     };
     const std::string taken = "127.0.0.1:" + std::to_string(first.port());
@@ -219,7 +219,7 @@ TEST_CASE("udp source: stopped, its port is free again and its handler rests")
         source.stop();
         source.stop();
     }
-    UdpSettings settings;
+    NetworkSettings settings;
     settings.port = port;
     UdpDatagramSource again(settings);
     CHECK(again.start([](const Tactile::Datagram&) {}));

@@ -44,7 +44,7 @@ struct Hall
 {
     Hall() : input(TestTable::plainSettings())
     {
-        Tactile::UdpSettings settings;
+        Tactile::NetworkSettings settings;
         settings.port = 0;
         auto source = std::make_unique<Tactile::UdpDatagramSource>(settings);
         auto* udp = source.get();

@@ -65,19 +65,22 @@ TEST_CASE("run options: the address of the table's input may be left out, named 
         {"g --tuio localhost:1", "127.0.0.1", 1},
         {"g --tuio 192.168.0.20:65535", "192.168.0.20", 65535},
         {"g --tuio [::1]:3333", "::1", 3333},
+        {"g --tuio tcp:4000", "127.0.0.1", 4000},
+        {"g --tuio tcp:[::1]:3333", "::1", 3333},
     };
     for (const Row& row : rows) {
         CAPTURE(row.line);
         const RunOptions options = parsed(row.line);
         CHECK(options.tuioAddress == row.address);
         CHECK(options.tuioPort == row.port);
+        CHECK((options.tuioTransport == InputSettings::Transport::Tcp) == (std::string(row.line).find("tcp:") != std::string::npos));
     }
 }
 
 TEST_CASE("run options: arguments that make no sense are refused with what would")
 {
     const char* const kSize = "--size wants WIDTHxHEIGHT in pixels, each from 10 to 16384, for example 1920x1080";
-    const char* const kTuio = "--tuio wants [ADDRESS:]PORT, for example 0.0.0.0:3333";
+    const char* const kTuio = "--tuio wants [tcp:][ADDRESS:]PORT, for example 0.0.0.0:3333";
     const char* const kInspect = "--inspect wants a port from 0 to 65535";
     const char* const kServer = "--media-server wants an address that begins with http:// or https://";
     struct Row
@@ -94,7 +97,7 @@ TEST_CASE("run options: arguments that make no sense are refused with what would
         {"a --size", kSize}, {"a --size 800", kSize}, {"a --size 0x600", kSize}, {"a --size 800x600x2", kSize},
         {"a --size -5x7", kSize}, {"a --size 16385x600", kSize}, {"a --size 99999999x1", kSize},
         {"a --tuio", kTuio}, {"a --tuio 65536", kTuio}, {"a --tuio -1", kTuio}, {"a --tuio museum:3333", kTuio},
-        {"a --tuio :3333", kTuio}, {"a --tuio 127.0.0.1:", kTuio},
+        {"a --tuio :3333", kTuio}, {"a --tuio 127.0.0.1:", kTuio}, {"a --tuio tcp:", kTuio}, {"a --tuio udp:4000", kTuio},
         {"a --inspect", kInspect}, {"a --inspect high", kInspect}, {"a --inspect 65536", kInspect},
         {"a --inspect --headless", kInspect},
         {"a --plugin", "--plugin wants the file of a plug-in"},
@@ -115,7 +118,7 @@ TEST_CASE("run options: arguments that make no sense are refused with what would
 TEST_CASE("run options: the help names every option")
 {
     const QString help = RunOptions::help();
-    for (const char* option : {"--headless", "--size WxH", "--tuio [ADDRESS:]PORT", "--inspect PORT", "--manual-clock", "--opengl",
+    for (const char* option : {"--headless", "--size WxH", "--tuio [tcp:][ADDRESS:]PORT", "--inspect PORT", "--manual-clock", "--opengl",
                                "--plugin FILE", "--media-server URL", "--data DIR"})
         CHECK_MESSAGE(help.contains(QLatin1String(option)), option);
     for (const QString& line : help.split(QLatin1Char('\n')))

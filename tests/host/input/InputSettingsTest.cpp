@@ -40,16 +40,18 @@ TEST_CASE("input settings: every listener and setting is read")
 {
     const Outcome outcome = read(R"({
         "input": [{"tuio": "127.0.0.1:3333"},
-                  {"tuio": "[::1]:4000", "rect": [1920, 0, 1920, 1080.5], "allow": ["192.168.0.20", "::1"]}],
+                  {"tuio": "tcp:[::1]:4000", "rect": [1920, 0, 1920, 1080.5], "allow": ["192.168.0.20", "::1"]}],
         "inputSettings": {"holdMilliseconds": 250, "lostSeconds": 1.5, "smoothing": false}})");
     CHECK(outcome.skipped.isEmpty());
     REQUIRE(outcome.settings.listeners.size() == 2);
     const auto& first = outcome.settings.listeners[0];
+    CHECK(first.transport == InputSettings::Transport::Udp);
     CHECK(first.address == "127.0.0.1");
     CHECK(first.port == 3333);
     CHECK_FALSE(first.hasRect);
     CHECK(first.allow.isEmpty());
     const auto& second = outcome.settings.listeners[1];
+    CHECK(second.transport == InputSettings::Transport::Tcp);
     CHECK(second.address == "::1");
     CHECK(second.port == 4000);
     CHECK(second.hasRect);
@@ -68,7 +70,7 @@ TEST_CASE("input settings: a listener with anything wrong in it is left out whol
         const char* listener;
         const char* told;
     };
-    const char* const kTuio = "input[0].tuio: expected \"ADDRESS:PORT\", such as \"127.0.0.1:3333\"; nothing listens there";
+    const char* const kTuio = "input[0].tuio: expected \"ADDRESS:PORT\" or \"tcp:ADDRESS:PORT\", such as \"127.0.0.1:3333\"; nothing listens there";
     const char* const kRect =
         "input[0].rect: expected [x, y, width, height] in pixels of the table, the last two above 0; nothing listens there";
     const char* const kAllow =
@@ -77,6 +79,8 @@ TEST_CASE("input settings: a listener with anything wrong in it is left out whol
         {R"({})", kTuio},
         {R"({"tuio": "here:3333"})", kTuio},
         {R"({"tuio": "127.0.0.1:70000"})", kTuio},
+        {R"({"tuio": "tcp:127.0.0.1"})", kTuio},
+        {R"({"tuio": "TCP:127.0.0.1:3333"})", kTuio},
         {R"({"tuio": 3333})", kTuio},
         {R"("127.0.0.1:3333")", kTuio},
         {R"({"tuio": "127.0.0.1:1", "rect": [0, 0, 100]})", kRect},

@@ -13,6 +13,8 @@
 #include <Tavola/UserInterface.hpp>
 #include <Trellis/GrabManager.hpp>
 
+#include <QTcpSocket>
+
 #include <limits>
 
 namespace
@@ -50,6 +52,34 @@ TEST_CASE("table input: each listener of a presentation has its part of the tabl
     REQUIRE(sampleOf(*table).fingers.size() == 2);
     CHECK(sampleOf(*table).fingers[0].centerLocation() == Vecta::Vector2f(500.f, 500.f));
     CHECK(sampleOf(*table).fingers[1].centerLocation() == Vecta::Vector2f(1500.f, 750.f));
+}
+
+TEST_CASE("table input: a listener of a presentation, or that of the command line, may be one by TCP")
+{
+    TablePlace place;
+    place.presentation(R"({"table": {"width": 2000, "height": 1000}, "input": [{"tuio": "tcp:127.0.0.1:0", "allow": ["127.0.0.1"]}]})");
+    for (const bool isOnCommandLine : {false, true}) {
+        CAPTURE(isOnCommandLine);
+        place.options.hasTuio = isOnCommandLine;
+        place.options.tuioTransport = InputSettings::Transport::Tcp;
+        place.options.tuioPort = 0;
+        const auto table = place.open();
+        REQUIRE(table->listeners().size() == 1);
+        CHECK(table->listeners().at(0).toObject().value("tuio").toString() == QStringLiteral("tcp:127.0.0.1:%1").arg(table->tuioPort()));
+        QTcpSocket tracker;
+        tracker.connectToHost(QHostAddress(QHostAddress::LocalHost), quint16(table->tuioPort()));
+        REQUIRE(tracker.waitForConnected(10000));
+        const std::vector<char> packet = fingerPacket("left@cam", 0.5f, 0.5f);
+        const char length[4] = {0, 0, char(packet.size() >> 8), char(packet.size())};
+        tracker.write(length, sizeof length);
+        tracker.write(packet.data(), qint64(packet.size()));
+        while (tracker.bytesToWrite() > 0)
+            REQUIRE(tracker.waitForBytesWritten(10000));
+        REQUIRE(table->input().waitForDatagrams(1, std::chrono::seconds(10)));
+        table->frame(0.02);
+        REQUIRE(sampleOf(*table).fingers.size() == 1);
+        CHECK(sampleOf(*table).fingers[0].centerLocation() == Vecta::Vector2f(1000.f, 500.f));
+    }
 }
 
 TEST_CASE("table input: the address on the command line goes before the presentation's listeners")

@@ -24,7 +24,7 @@ struct TuioSettings
 /// The TUIO table: takes datagrams from any number of sources, each with its own part of the table.
 ///
 ///     TuioInput input({{0, 0, 3840, 2160}, {}});
-///     if (!input.addSource(std::make_unique<UdpDatagramSource>(UdpSettings{})))
+///     if (!input.addSource(std::make_unique<UdpDatagramSource>(NetworkSettings{})))
 ///         … input.errorText() …
 ///     input.takeSample(now, sample); // once a frame
 ///

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <Tactile/DatagramSource.hpp>
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace Tactile
+{
+struct NetworkSettings
+{
+    /// Numeric IPv4 or IPv6 address, or "localhost". TUIO knows no senders' names: whoever reaches this address can put
+    /// cards on the table, so it is this machine only unless told otherwise.
+    std::string address = "127.0.0.1";
+    std::uint16_t port = 3333; ///< 0: the system chooses, see NetworkDatagramSource::port
+    /// Numeric addresses from which packets are taken; empty: from everywhere that reaches `address`.
+    std::vector<std::string> allowedSenders;
+};
+
+/// What the sources that listen on a port have in common: the port, who may send, and a thread of their own, which calls
+/// the handler. Make a UdpDatagramSource or a TcpDatagramSource. The functions here: the thread that owns the source,
+/// except the counter.
+class TAVOLA_EXPORT NetworkDatagramSource : public DatagramSource
+{
+public:
+    ~NetworkDatagramSource() override;
+    NetworkDatagramSource(const NetworkDatagramSource&) = delete;
+    NetworkDatagramSource& operator=(const NetworkDatagramSource&) = delete;
+
+    /// A failure is logged as an error too.
+    [[nodiscard]] bool start(Handler handler) final;
+    void stop() final;
+    [[nodiscard]] std::string errorText() const final { return m_errorText; }
+
+    /// The port that is listened on; 0 before a start that went well.
+    [[nodiscard]] std::uint16_t port() const noexcept { return m_port; }
+    /// Datagrams, or connections, refused because their sender is not allowed. Any thread.
+    [[nodiscard]] std::uint64_t refusedSenders() const noexcept { return m_refusedSenders; }
+
+protected:
+    enum class Transport { Datagrams, Streams };
+    /// `name` is the class's, for the log, and outlives the source.
+    NetworkDatagramSource(const char* name, Transport transport, NetworkSettings settings);
+
+    /// Runs on the source's thread and returns when isWoken(). A derived class calls stop() in its destructor.
+    virtual void receive() = 0;
+
+    // For receive().
+    [[nodiscard]] int listeningSocket() const noexcept { return m_socket; }
+    /// Can be read from when receive() must return.
+    [[nodiscard]] int wakeDescriptor() const noexcept { return m_wakeRead; }
+    [[nodiscard]] bool isWoken() const;
+    /// Whether `sender` may send. If not it is counted, and told in the log the first time; `what` it sent: "a datagram".
+    [[nodiscard]] bool admit(const SenderAddress& sender, const char* what);
+    /// Calls the handler, and keeps what it throws.
+    void deliver(const Datagram& datagram) const;
+
+private:
+    bool fail(const std::string& text);
+    bool readAllowedSenders();
+    bool openSocket();
+    bool openPipe();
+
+    const char* m_name;
+    Transport m_transport;
+    NetworkSettings m_settings;
+    Handler m_handler;
+    std::vector<SenderAddress> m_allowed;
+    std::string m_errorText;
+    std::thread m_thread;
+    int m_socket = -1;
+    int m_wakeRead = -1;
+    int m_wakeWrite = -1;
+    std::uint16_t m_port = 0;
+    std::atomic<std::uint64_t> m_refusedSenders{0};
+};
+}

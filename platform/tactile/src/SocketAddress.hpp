@@ -1,0 +1,24 @@
+#pragma once
+
+#include <Tactile/DatagramSource.hpp>
+
+#include <sys/socket.h>
+
+#include <cstdint>
+#include <string>
+
+namespace Tactile
+{
+/// An address as the operating system's functions take it.
+struct SocketAddress
+{
+    sockaddr_storage storage{};
+    socklen_t size = sizeof(sockaddr_storage); ///< as given: all of it, for a function that fills it in
+
+    [[nodiscard]] sockaddr* get() { return reinterpret_cast<sockaddr*>(&storage); }
+    [[nodiscard]] SenderAddress toSender() const;
+
+    /// A numeric IPv4 or IPv6 address, or "localhost". False for any other text.
+    [[nodiscard]] static bool parse(const std::string& text, std::uint16_t port, SocketAddress& address);
+};
+}
