@@ -2,7 +2,6 @@
 
 #include "FakeEmailService.hpp"
 #include "FolderHost.hpp"
-#include "LogCapture.hpp"
 #include "email/EmailSendingPopupWidget.hpp"
 #include "frame/PersonalTesselWidget.hpp"
 

@@ -1,11 +1,11 @@
 #include "frame/PersonalComponents.hpp"
 
 #include "FolderHost.hpp"
-#include "LogCapture.hpp"
 
 #include <doctest/doctest.h>
 
-#include <string>
+#include <memory>
+#include <utility>
 
 using PluginTest::FolderHost;
 

@@ -1,4 +1,3 @@
-#include "LogCapture.hpp"
 #include "PersonalSpaceFixture.hpp"
 
 #include <Trellis/ImageWidget.hpp>
