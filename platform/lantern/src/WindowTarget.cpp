@@ -2,7 +2,7 @@
 
 #include <Lantern/PainterContext.hpp>
 
-#include "TableWindow.hpp"
+#include "EventWindow.hpp"
 #include "WindowSurface.hpp"
 
 #include <Bedrock/Trace.hpp>
@@ -16,14 +16,14 @@ namespace Lantern
 {
 struct WindowTarget::Private
 {
-    std::unique_ptr<TableWindow> window;
+    std::unique_ptr<EventWindow> window;
     std::unique_ptr<WindowSurface> surface; ///< goes before its window
     WindowOptions::Drawing drawing = WindowOptions::Drawing::Raster;
 
     void makeWindow(const WindowOptions& options, WindowListener* listener, QSurface::SurfaceType type)
     {
         surface.reset();
-        window = std::make_unique<TableWindow>(listener);
+        window = std::make_unique<EventWindow>(listener);
         window->setSurfaceType(type);
         window->setTitle(options.title);
         if (options.isFullScreen && QGuiApplication::primaryScreen())

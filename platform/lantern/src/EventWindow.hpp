@@ -7,10 +7,10 @@ namespace Lantern
 class WindowListener;
 
 /// A window that hands its events on.
-class TableWindow final : public QWindow
+class EventWindow final : public QWindow
 {
 public:
-    explicit TableWindow(WindowListener* listener);
+    explicit EventWindow(WindowListener* listener);
 
 protected:
     bool event(QEvent* event) override;

@@ -1,4 +1,4 @@
-#include "TableWindow.hpp"
+#include "EventWindow.hpp"
 
 #include <Lantern/WindowListener.hpp>
 
@@ -10,14 +10,14 @@
 
 namespace Lantern
 {
-TableWindow::TableWindow(WindowListener* listener) : m_listener(listener)
+EventWindow::EventWindow(WindowListener* listener) : m_listener(listener)
 {
     // A touch that is heard as one must not come a second time as a mouse.
     QCoreApplication::setAttribute(Qt::AA_SynthesizeMouseForUnhandledTouchEvents, false);
 }
 
 /// What was composed of several keys comes as one key that writes it.
-void TableWindow::sendComposed(const QString& text)
+void EventWindow::sendComposed(const QString& text)
 {
     if (text.isEmpty())
         return;
@@ -27,7 +27,7 @@ void TableWindow::sendComposed(const QString& text)
     m_listener->keyEvent(release);
 }
 
-bool TableWindow::event(QEvent* event)
+bool EventWindow::event(QEvent* event)
 {
     if (m_listener) {
         switch (event->type()) {
