@@ -3,11 +3,11 @@
 #include "StyleSheetParser.hpp"
 #include "ValueParser.hpp"
 
+#include <Bedrock/LocalPath.hpp>
 #include <Bedrock/Trace.hpp>
 
 #include <QFile>
 #include <QFileInfo>
-#include <QUrl>
 
 #include <utility>
 
@@ -22,11 +22,9 @@ void warn(const QString& name, int line, int column, const QString& text)
 
 QString fileName(const QString& url)
 {
-    if (url.startsWith(QLatin1String("file:"), Qt::CaseInsensitive))
-        return QUrl(url).toLocalFile();
     if (url.startsWith(QLatin1String("qrc:"), Qt::CaseInsensitive))
         return url.mid(3);
-    return url;
+    return Bedrock::localPath(url);
 }
 
 /// Says where the first character stands that is none. What can be read of the file is used.

@@ -2,6 +2,7 @@
 
 #include "SnapshotWriter.hpp"
 
+#include <Bedrock/LocalPath.hpp>
 #include <Facet/AttributeT.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Trellis/Application.hpp>
@@ -31,10 +32,9 @@ QStringList listOf(const Trellis::Widget& widget, const char* name)
 }
 
 /// The path of a source that names a file of this computer, else empty.
-QString localPath(const QString& source)
+QString absolutePath(const QString& source)
 {
-    const QUrl url(source);
-    const QString path = url.isLocalFile() ? url.toLocalFile() : source;
+    const QString path = Bedrock::localPath(source);
     return QDir::isAbsolutePath(path) ? QDir::cleanPath(path) : QString();
 }
 
@@ -44,7 +44,7 @@ void addSource(const QString& source, FileRepresentation::FileData& data)
 {
     if (source.isEmpty())
         return;
-    const QString path = localPath(source);
+    const QString path = absolutePath(source);
     if (path.isEmpty() || !QFileInfo(path).isFile()) {
         data.sources.append(path.isEmpty() ? source : path);
         return;

@@ -2,11 +2,11 @@
 
 #include <Bedrock/BGThread.hpp>
 #include <Bedrock/FunctionTask.hpp>
+#include <Bedrock/LocalPath.hpp>
 #include <Bedrock/Trace.hpp>
 
 #include <QFile>
 #include <QTextCodec>
-#include <QUrl>
 
 namespace Tavola
 {
@@ -48,7 +48,7 @@ void TextFileWidget::readSource()
     const QString source = m_source.value();
     if (source.isEmpty())
         return;
-    const QString path = source.startsWith(QLatin1String("file:")) ? QUrl(source).toLocalFile() : source;
+    const QString path = Bedrock::localPath(source);
     auto read = [path, weak = Bedrock::IntrusiveWeakPtr<TextFileWidget>(this), generation = m_generation](Bedrock::Task& task) {
         task.setFinished();
         QString error;
