@@ -150,3 +150,58 @@ TEST_CASE("geometry: a widget is visible unless it or an ancestor is hidden or t
     style(outer, "display: none;");
     CHECK_FALSE(inner->isVisible());
 }
+
+namespace
+{
+/// Shows what its subclasses see.
+struct Framed final : Widget
+{
+    using Widget::contentBox;
+    using Widget::Widget;
+};
+}
+
+TEST_CASE("geometry: the content box is the widget without its padding")
+{
+    TestScene scene;
+    // The container is 200 wide, its content 160: what percentages in the flow mean. Out of the flow the container counts.
+    auto& container = scene.box(50, 50, 200, 200, "padding: 0 20px;");
+    struct Row
+    {
+        const char* declarations;
+        float x, y, width, height;
+    };
+    const Row rows[] = {
+        {"width: 100px; height: 60px", 0, 0, 100, 60},
+        {"width: 100px; height: 60px; padding: 1px 2px 3px 4px", 4, 1, 94, 56},
+        {"width: 100px; height: 60px; padding: 10%", 16, 16, 68, 28},
+        {"width: 100px; height: 60px; padding: 10%; position: absolute", 20, 20, 60, 20},
+        {"width: 100px; height: 60px; padding: 10px; scale: 2; rotation: 90deg", 10, 10, 80, 40},
+        {"width: 10px; height: 60px; padding: 0 20px", 20, 0, 0, 60}, // nothing is left, and no less than that
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.declarations);
+        auto* widget = new Framed(&container);
+        style(*widget, row.declarations);
+        const Vecta::Rect box = widget->contentBox();
+        CHECK(box.x == near(row.x));
+        CHECK(box.y == near(row.y));
+        CHECK(box.width == near(row.width));
+        CHECK(box.height == near(row.height));
+        widget->removeFromParent();
+    }
+}
+
+TEST_CASE("geometry: the content box is up to date with a padding that has just changed")
+{
+    TestScene scene;
+    const auto widget = makeIntrusive<Framed>(scene.app.mainLayer().get());
+    widget->setSize({100, 60});
+    CHECK(widget->contentBox().x == near(0));
+    widget->addCSSClass("tight");
+    Cascara::StyleEngine::instance().addStyleSheet(QStringLiteral(".tight { padding: 5px }"), QStringLiteral("test.css"));
+    CHECK(widget->contentBox().x == near(5));
+    CHECK(widget->contentBox().width == near(90));
+    widget->removeCSSClass("tight");
+    CHECK(widget->contentBox().width == near(100));
+}

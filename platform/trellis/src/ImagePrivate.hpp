@@ -21,8 +21,7 @@ struct ImageWidget::ImagePrivate
 
     Facet::AttributeT<QString> source;
     Facet::AttributeT<Fit> fit;
-    const Facet::AttributeT<Edges>& padding; ///< these three belong to the widget
-    const Facet::AttributeT<Length>& height;
+    const Facet::AttributeT<Length>& height; ///< these two belong to the widget
     const Facet::AttributeT<float>& borderRadius;
 
     ImageWidget& host;
@@ -38,8 +37,6 @@ struct ImageWidget::ImagePrivate
 
     /// The size that serves the widget as it stands in the scene.
     [[nodiscard]] ImageSize sizeShown() const;
-    /// Inside the padding.
-    [[nodiscard]] Vecta::Rect contentBox() const;
     void sourceChanged();
     void schedule();
     void request();

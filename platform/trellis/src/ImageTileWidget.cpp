@@ -40,7 +40,7 @@ ImageTileWidget::ImageTileWidget(Widget* parent) : ImageWidget(parent)
 void ImageTileWidget::renderContent(Lantern::RenderContext& context) const
 {
     Widget::renderContent(context);
-    const Vecta::Rect box = d->contentBox();
+    const Vecta::Rect box = contentBox();
     if (d->image.isNull() || box.isEmpty())
         return;
     // A ground of single pixels would take millions of drawings.

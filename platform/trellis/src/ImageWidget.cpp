@@ -2,9 +2,8 @@
 
 #include "ImagePrivate.hpp"
 
+#include <Bedrock/LocalPath.hpp>
 #include <Lantern/RenderContext.hpp>
-
-#include <QUrl>
 
 #include <algorithm>
 #include <cmath>
@@ -18,12 +17,6 @@ const Facet::AttributeT<Fit>::Names kFits{{QStringLiteral("contain"), Fit::Conta
                                           {QStringLiteral("stretch"), Fit::Stretch}};
 const Facet::EventName kImageLoaded("image-loaded");
 
-/// Style sheets may write a file as a url.
-QString localPath(const QString& source)
-{
-    return source.startsWith(QLatin1String("file:")) ? QUrl(source).toLocalFile() : source;
-}
-
 template <class T>
 const Facet::AttributeT<T>& baseAttribute(const Widget& widget, const char* name)
 {
@@ -34,7 +27,6 @@ const Facet::AttributeT<T>& baseAttribute(const Widget& widget, const char* name
 ImageWidget::ImagePrivate::ImagePrivate(ImageWidget* widget)
     : source(widget, QByteArrayLiteral("source")),
       fit(widget, QByteArrayLiteral("fit"), kFits, Fit::Contain),
-      padding(baseAttribute<Edges>(*widget, "padding")),
       height(baseAttribute<Length>(*widget, "height")),
       borderRadius(baseAttribute<float>(*widget, "border-radius")),
       host(*widget)
@@ -79,7 +71,7 @@ void ImageWidget::load(const QString& path, int blockingType)
     ++d->generation;
     d->wanted = d->sizeShown();
     d->isRequested = true;
-    d->show(ImageLoader::instance().readNow({localPath(path), d->wanted}));
+    d->show(ImageLoader::instance().readNow({Bedrock::localPath(path), d->wanted}));
 }
 
 void ImageWidget::attributeChanged(Facet::Attribute& attribute)
@@ -131,7 +123,7 @@ ImageSize ImageWidget::ImagePrivate::sizeShown() const
         return {};
     const Vecta::Transform toScene = host.transformToScene();
     const float scale = std::hypot(toScene.m11, toScene.m21);
-    const Vecta::Rect box = contentBox();
+    const Vecta::Rect box = host.contentBox();
     const auto side = fit.value() == Fit::Contain ? ImageSize::Side::Longest : ImageSize::Side::Shortest;
     return ImageSize::forBox(box.width * scale, box.height * scale, side);
 }
@@ -150,7 +142,7 @@ void ImageWidget::ImagePrivate::request()
         if (widget && widget->d->generation == wantedBy)
             widget->d->show(picture);
     };
-    if (const auto* known = ImageLoader::instance().request({localPath(source.value()), size}, done))
+    if (const auto* known = ImageLoader::instance().request({Bedrock::localPath(source.value()), size}, done))
         show(*known);
 }
 
@@ -170,18 +162,6 @@ void ImageWidget::ImagePrivate::show(const ImageLoader::Picture& picture)
 
 // ---- Size and look ---------------------------------------------------------------------------------------------------
 
-Vecta::Rect ImageWidget::ImagePrivate::contentBox() const
-{
-    const Vecta::Vector2f size = host.size();
-    const Edges& edges = padding.value();
-    // Percentages are of the container's width, as the layout has them.
-    const float reference = host.parent() ? host.parent()->width() : 0.f;
-    const float left = edges.left.resolve(reference);
-    const float top = edges.top.resolve(reference);
-    return {left, top, std::max(0.f, size.x - left - edges.right.resolve(reference)),
-            std::max(0.f, size.y - top - edges.bottom.resolve(reference))};
-}
-
 Vecta::Vector2f ImageWidget::contentSize(float availableWidth) const
 {
     if (d->fullSize.isEmpty())
@@ -199,7 +179,7 @@ void ImageWidget::renderContent(Lantern::RenderContext& context) const
     Widget::renderContent(context);
     if (d->image.isNull())
         return;
-    const Vecta::Rect box = d->contentBox();
+    const Vecta::Rect box = contentBox();
     if (box.isEmpty())
         return;
     const float imageWidth = float(d->image.width());

@@ -308,7 +308,7 @@ TextEditWidget::EditPrivate::Place TextEditWidget::EditPrivate::place(const Text
 {
     auto& base = *widget.TextInterfaceWidget::d;
     const QString& text = base.text.value();
-    const Vecta::Rect content = TextInterfaceWidget::TextPrivate::contentBox(widget, base.padding.value());
+    const Vecta::Rect content = widget.contentBox();
     line.lay(text, base.format(), 0.f);
     const float width = line.size().x;
     const float room = std::max(0.f, content.width - kCaretWidthPx);

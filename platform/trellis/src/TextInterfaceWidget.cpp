@@ -44,8 +44,7 @@ TextInterfaceWidget::TextPrivate::TextPrivate(TextInterfaceWidget* host)
       lineHeight(host, QByteArrayLiteral("line-height"), 0.f),
       textAlign(host, QByteArrayLiteral("text-align"), kAligns, TextAlign::Start),
       verticalAlign(host, QByteArrayLiteral("vertical-align"), kVerticalAligns, VerticalAlign::Top),
-      maxLines(host, QByteArrayLiteral("max-lines"), 0),
-      padding(static_cast<const Facet::AttributeT<Edges>&>(*host->attribute(QByteArrayLiteral("padding"))))
+      maxLines(host, QByteArrayLiteral("max-lines"), 0)
 {
 }
 
@@ -72,17 +71,6 @@ const TextBlock& TextInterfaceWidget::TextPrivate::lines(TextBlock& block, float
 {
     block.lay(text.value(), format(), widthPx);
     return block;
-}
-
-Vecta::Rect TextInterfaceWidget::TextPrivate::contentBox(const Widget& widget, const Edges& padding)
-{
-    const Vecta::Vector2f size = widget.size();
-    // Percentages are of the container's width, as the layout has them.
-    const float reference = widget.parent() ? widget.parent()->width() : 0.f;
-    const float left = padding.left.resolve(reference);
-    const float top = padding.top.resolve(reference);
-    return {left, top, std::max(0.f, size.x - left - padding.right.resolve(reference)),
-            std::max(0.f, size.y - top - padding.bottom.resolve(reference))};
 }
 
 float TextInterfaceWidget::TextPrivate::topOf(float height, const Vecta::Rect& box) const
@@ -143,7 +131,7 @@ void TextInterfaceWidget::renderContent(Lantern::RenderContext& context) const
     Widget::renderContent(context);
     if (d->text.value().isEmpty())
         return;
-    const Vecta::Rect box = TextPrivate::contentBox(*this, d->padding.value());
+    const Vecta::Rect box = contentBox();
     const TextBlock& lines = d->lines(d->shown, box.width);
     // What is larger than the widget is cut off at its edge: only its own rectangle is ever drawn anew.
     const bool sticksOut = lines.size().y > box.height + 1.f || lines.size().x > box.width + 1.f;

@@ -25,7 +25,6 @@ struct TextInterfaceWidget::TextPrivate
     Facet::AttributeT<TextAlign> textAlign;
     Facet::AttributeT<VerticalAlign> verticalAlign;
     Facet::AttributeT<int> maxLines;
-    const Facet::AttributeT<Edges>& padding; ///< the widget's
 
     TextBlock shown;
     TextBlock measured;
@@ -34,8 +33,6 @@ struct TextInterfaceWidget::TextPrivate
     [[nodiscard]] const TextFormat& format();
     /// The lines in that width.
     [[nodiscard]] const TextBlock& lines(TextBlock& block, float widthPx);
-    /// The widget without its padding, in its coordinates.
-    [[nodiscard]] static Vecta::Rect contentBox(const Widget& widget, const Edges& padding);
     /// Where something of that height begins in the box.
     [[nodiscard]] float topOf(float height, const Vecta::Rect& box) const;
     /// Whether the attribute is one of those that the lines depend on.

@@ -1,6 +1,8 @@
 #include "LayoutEngine.hpp"
 #include "WidgetPrivate.hpp"
 
+#include <algorithm>
+
 // Where a widget is. What reads a place or a size first brings the layout of the whole tree up to date; the maps do so once,
 // and then go up the ancestors with what is there.
 
@@ -167,6 +169,13 @@ Vecta::Rect Widget::sceneBounds() const
 {
     const Vecta::Transform toScene = transformToScene();
     return toScene.mapBounds({0.f, 0.f, d->size.x, d->size.y});
+}
+
+Vecta::Rect Widget::contentBox() const
+{
+    LayoutEngine::bringUpToDate(*this);
+    return {d->padLeft, d->padTop, std::max(0.f, d->size.x - d->padLeft - d->padRight),
+            std::max(0.f, d->size.y - d->padTop - d->padBottom)};
 }
 
 bool Widget::isInside(Vector2f point) const

@@ -10,6 +10,7 @@
 #include <Facet/Node.hpp>
 #include <Tactile/Marker.hpp>
 #include <Trellis/Length.hpp>
+#include <Vecta/Rect.hpp>
 #include <Vecta/Transform.hpp>
 
 #include <memory>
@@ -192,6 +193,8 @@ protected:
     /// Height (and width, where it is auto) that the content of a widget without an explicit size wants for a width in
     /// pixels; the base gives the size of its flow. Text and images override it.
     [[nodiscard]] virtual Vecta::Vector2f contentSize(float availableWidth) const;
+    /// The widget without its padding, in its own coordinates.
+    [[nodiscard]] Vecta::Rect contentBox() const;
     void attributeChanged(Facet::Attribute& attribute) override;
 
 private:
