@@ -1,16 +1,15 @@
 #include <Tavola/DocumentWidget.hpp>
 
 #include "AttributeValues.hpp"
-#include "PageRenderer.hpp"
+#include "PdfPages.hpp"
 
+#include <Bedrock/LocalPath.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Lantern/RenderContext.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Trellis/ImageWidget.hpp>
 #include <Trellis/Length.hpp>
 #include <Trellis/TextWidget.hpp>
-
-#include <QUrl>
 
 #include <algorithm>
 #include <cmath>
@@ -26,25 +25,18 @@ const Facet::EventName kPageLoaded("page-loaded");
 constexpr float kPaperProportion = 297.f / 210.f;
 /// Pages are asked for in steps of that many pixels, so that a small change of size asks for nothing.
 constexpr int kStepPx = 128;
-
-QString localPath(const QString& source)
-{
-    return source.startsWith(QLatin1String("file:")) ? QUrl(source).toLocalFile() : source;
-}
 }
 
 struct DocumentWidget::DocumentPrivate
 {
     explicit DocumentPrivate(DocumentWidget& widget)
-        : host(widget), padding(static_cast<const Facet::AttributeT<Trellis::Edges>&>(*widget.attribute("padding"))),
-          height(static_cast<const Facet::AttributeT<Trellis::Length>&>(*widget.attribute("height"))),
+        : host(widget), height(static_cast<const Facet::AttributeT<Trellis::Length>&>(*widget.attribute("height"))),
           borderRadius(static_cast<const Facet::AttributeT<float>&>(*widget.attribute("border-radius")))
     {
     }
 
     DocumentWidget& host;
-    const Facet::AttributeT<Trellis::Edges>& padding; ///< these three belong to the widget
-    const Facet::AttributeT<Trellis::Length>& height;
+    const Facet::AttributeT<Trellis::Length>& height; ///< these two belong to the widget
     const Facet::AttributeT<float>& borderRadius;
     Facet::AttributeT<QString> source{&host, "source"};
     Facet::AttributeT<QString> coverFile{&host, "cover"};
@@ -60,19 +52,18 @@ struct DocumentWidget::DocumentPrivate
     int shownPage = 0;  ///< from 1
     int renderedPx = 0; ///< the width that was asked for
     bool isScheduled = false;
-    PageRenderer::Cancel asked; ///< while an answer is owed
+    PdfPages::Cancel asked; ///< while an answer is owed
 
     [[nodiscard]] int wantedPage() const
     {
         const int wanted = std::max(1, page.value());
         return pageCount > 0 ? std::min(wanted, pageCount) : wanted;
     }
-    [[nodiscard]] Vecta::Rect contentBox() const;
     [[nodiscard]] int wantedPx() const;
     void sourceChanged();
     void schedule();
     void request();
-    void answered(const PageRenderer::Outcome& outcome);
+    void answered(const PdfPages::Outcome& outcome);
     void showPageText();
     void setShown(Trellis::Widget& widget, bool shown) const;
 };
@@ -146,7 +137,7 @@ void DocumentWidget::attributeChanged(Facet::Attribute& attribute)
     if (&attribute == &d->source) {
         d->sourceChanged();
     } else if (&attribute == &d->coverFile) {
-        d->cover->load(localPath(d->coverFile.value()));
+        d->cover->load(Bedrock::localPath(d->coverFile.value()));
         d->setShown(*d->cover, !d->coverFile.value().isEmpty() && d->image.isNull());
         requestLayout();
     } else if (&attribute == &d->page) {
@@ -193,14 +184,14 @@ void DocumentWidget::DocumentPrivate::request()
     if (!asked && shownPage == wantedPage() && px <= renderedPx)
         return;
     renderedPx = px;
-    asked = application->pageRenderer().request({localPath(source.value()), wantedPage() - 1, px},
-                                                [weak = Bedrock::IntrusiveWeakPtr<DocumentWidget>(&host)](const PageRenderer::Outcome& outcome) {
-                                                    if (const auto widget = weak.lock())
-                                                        widget->d->answered(outcome);
-                                                });
+    asked = application->pdfPages().request({Bedrock::localPath(source.value()), wantedPage() - 1, px},
+                                            [weak = Bedrock::IntrusiveWeakPtr<DocumentWidget>(&host)](const PdfPages::Outcome& outcome) {
+                                                if (const auto widget = weak.lock())
+                                                    widget->d->answered(outcome);
+                                            });
 }
 
-void DocumentWidget::DocumentPrivate::answered(const PageRenderer::Outcome& outcome)
+void DocumentWidget::DocumentPrivate::answered(const PdfPages::Outcome& outcome)
 {
     asked.reset();
     pageCount = outcome.pageCount;
@@ -214,7 +205,7 @@ void DocumentWidget::DocumentPrivate::answered(const PageRenderer::Outcome& outc
     host.setPseudoClass("failed", hasFailed);
     if (hasFailed) {
         const QString told = QStringLiteral("%1: %2").arg(source.value(), outcome.error);
-        if (const auto application = Tavola::instance(); application && application->pageRenderer().isFirstFailure(told))
+        if (const auto application = Tavola::instance(); application && application->pdfPages().isFirstFailure(told))
             Bedrock::Trace::warning("DocumentWidget # Cannot show %s; a note stands in its place", qUtf8Printable(told));
         showPageText();
         return;
@@ -243,22 +234,11 @@ void DocumentWidget::DocumentPrivate::setShown(Trellis::Widget& widget, bool sho
 
 // ---- Size and look ---------------------------------------------------------------------------------------------------
 
-Vecta::Rect DocumentWidget::DocumentPrivate::contentBox() const
-{
-    const Vecta::Vector2f size = host.size();
-    const Trellis::Edges& edges = padding.value();
-    const float reference = host.parent() ? host.parent()->width() : 0.f;
-    const float left = edges.left.resolve(reference);
-    const float top = edges.top.resolve(reference);
-    return {left, top, std::max(0.f, size.x - left - edges.right.resolve(reference)),
-            std::max(0.f, size.y - top - edges.bottom.resolve(reference))};
-}
-
 int DocumentWidget::DocumentPrivate::wantedPx() const
 {
     const Vecta::Transform toScene = host.transformToScene();
     const float scale = std::hypot(toScene.m11, toScene.m21);
-    const float px = std::clamp(contentBox().width * scale, 1.f, float(PageRenderer::kMostPixels));
+    const float px = std::clamp(host.contentBox().width * scale, 1.f, float(PdfPages::kMostPixels));
     return (int(std::ceil(px)) + kStepPx - 1) / kStepPx * kStepPx;
 }
 
@@ -281,7 +261,7 @@ void DocumentWidget::renderContent(Lantern::RenderContext& context) const
     Widget::renderContent(context);
     if (d->image.isNull())
         return;
-    const Vecta::Rect box = d->contentBox();
+    const Vecta::Rect box = contentBox();
     if (box.isEmpty())
         return;
     const float scale = std::min(box.width / float(d->image.width()), box.height / float(d->image.height()));

@@ -2,7 +2,7 @@
 
 #include "DragAndDrop.hpp"
 #include "MenuFile.hpp"
-#include "PageRenderer.hpp"
+#include "PdfPages.hpp"
 #include "SnapshotWriter.hpp"
 
 #include <Bedrock/Trace.hpp>
@@ -54,7 +54,7 @@ struct Tavola::Private
     ServiceProvider services;
     SnapshotWriter snapshots;
     MenuFiles menuFiles;
-    PageRenderer pageRenderer;
+    PdfPages pdfPages;
     FactoryTable factories;
     std::vector<std::shared_ptr<Package>> packages;
     std::unordered_map<long, std::shared_ptr<WidgetInstance>> instances;
@@ -195,9 +195,9 @@ MenuFiles& Tavola::menuFiles() const noexcept
     return d->menuFiles;
 }
 
-PageRenderer& Tavola::pageRenderer() const noexcept
+PdfPages& Tavola::pdfPages() const noexcept
 {
-    return d->pageRenderer;
+    return d->pdfPages;
 }
 
 SnapshotWriter& Tavola::snapshots() const noexcept

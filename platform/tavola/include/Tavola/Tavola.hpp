@@ -18,7 +18,7 @@ namespace Tavola
 {
 class MenuFiles;
 class Package;
-class PageRenderer;
+class PdfPages;
 class ServiceProvider;
 class SnapshotWriter;
 class UIComponent;
@@ -75,7 +75,7 @@ private:
 
     void keepInstance(Trellis::Widget& widget, std::shared_ptr<WidgetInstance> instance);
     [[nodiscard]] MenuFiles& menuFiles() const noexcept;
-    [[nodiscard]] PageRenderer& pageRenderer() const noexcept;
+    [[nodiscard]] PdfPages& pdfPages() const noexcept;
     [[nodiscard]] SnapshotWriter& snapshots() const noexcept;
 
     std::unique_ptr<Private> d;

@@ -1,4 +1,4 @@
-#include "PageRenderer.hpp"
+#include "PdfPages.hpp"
 
 #include <Bedrock/Arrivals.hpp>
 #include <Facet/Node.hpp>
@@ -43,17 +43,17 @@ bool isGivenUp(const QVariant& payload)
 void ignoreMessage(const QString& /*message*/, const QVariant& /*closure*/) {}
 }
 
-PageRenderer::PageRenderer()
+PdfPages::PdfPages()
 {
     Poppler::setDebugErrorFunction(ignoreMessage, QVariant());
 }
 
-PageRenderer::~PageRenderer()
+PdfPages::~PdfPages()
 {
     m_stopping = true; // and the thread ends with the page it is at
 }
 
-PageRenderer::Cancel PageRenderer::request(const Request& wanted, Done done)
+PdfPages::Cancel PdfPages::request(const Request& wanted, Done done)
 {
     auto cancelled = std::make_shared<std::atomic<bool>>(false);
     m_thread.add([this, wanted, done = std::move(done), weak = std::weak_ptr<std::atomic<bool>>(cancelled),
@@ -76,7 +76,7 @@ PageRenderer::Cancel PageRenderer::request(const Request& wanted, Done done)
     return cancelled;
 }
 
-bool PageRenderer::isFirstFailure(const QString& text)
+bool PdfPages::isFirstFailure(const QString& text)
 {
     if (m_failures.contains(text))
         return false;
@@ -84,7 +84,7 @@ bool PageRenderer::isFirstFailure(const QString& text)
     return true;
 }
 
-PageRenderer::Outcome PageRenderer::render(const Request& request, const std::atomic<bool>& cancelled)
+PdfPages::Outcome PdfPages::render(const Request& request, const std::atomic<bool>& cancelled)
 {
     Outcome outcome;
     const auto pages = document(request.path, outcome.error);
@@ -109,7 +109,7 @@ PageRenderer::Outcome PageRenderer::render(const Request& request, const std::at
     return outcome;
 }
 
-std::shared_ptr<Poppler::Document> PageRenderer::document(const QString& path, QString& error)
+std::shared_ptr<Poppler::Document> PdfPages::document(const QString& path, QString& error)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {

@@ -22,7 +22,7 @@ namespace Tavola
 {
 /// Renders pages of PDF files on one thread of its own; the files that were used last stay open. Requests are served in their
 /// order. Owned by the application; main thread only.
-class PageRenderer
+class PdfPages
 {
 public:
     static constexpr int kMostPixels = 4096; ///< of a page's longer side
@@ -46,10 +46,10 @@ public:
     /// Whoever asked keeps it. Gone or set, the request is of no interest any more: `done` is not called.
     using Cancel = std::shared_ptr<std::atomic<bool>>;
 
-    PageRenderer();
-    ~PageRenderer();
-    PageRenderer(const PageRenderer&) = delete;
-    PageRenderer& operator=(const PageRenderer&) = delete;
+    PdfPages();
+    ~PdfPages();
+    PdfPages(const PdfPages&) = delete;
+    PdfPages& operator=(const PdfPages&) = delete;
 
     /// `done` is called after a later frame's update.
     [[nodiscard]] Cancel request(const Request& request, Done done);
