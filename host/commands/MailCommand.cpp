@@ -1,5 +1,6 @@
 #include "commands/MailCommand.hpp"
 
+#include "commands/CommandLine.hpp"
 #include "presentation/DataFolder.hpp"
 #include "presentation/Presentation.hpp"
 #include "services/email/MailHeader.hpp"
@@ -9,20 +10,24 @@
 #include <QFileInfo>
 
 #include <algorithm>
-#include <cstdio>
 #include <memory>
 #include <optional>
 #include <vector>
 
 namespace
 {
-struct Request
+class Request : public CommandLine
 {
-    QString action;
+public:
+    Request()
+        : CommandLine(QStringLiteral("mail"), {"list", "retry", "drop"},
+                      {{QStringLiteral("--data"), &data, QStringLiteral("a folder")},
+                       {QStringLiteral("--service"), &service, QStringLiteral("the name of an e-mail service")}})
+    {
+    }
+
     QString data;
     QString service;
-    QString presentation;
-    QStringList which;
 };
 
 /// The outbox of one e-mail service.
@@ -32,52 +37,15 @@ struct Queue
     std::unique_ptr<Outbox> outbox;
 };
 
-int fail(const QString& text, int code)
-{
-    std::fprintf(stderr, "tavola mail: %s\n", text.toUtf8().constData());
-    return code;
-}
-
-void print(const QString& line)
-{
-    std::printf("%s\n", line.toUtf8().constData());
-}
-
 bool parse(const QStringList& arguments, Request& request, QString& error)
 {
-    for (int i = 0; i < arguments.size(); ++i) {
-        const QString& argument = arguments[i];
-        const bool isData = argument == QLatin1String("--data");
-        if (isData || argument == QLatin1String("--service")) {
-            if (i + 1 == arguments.size() || arguments[i + 1].isEmpty()) {
-                error = argument + (isData ? QStringLiteral(" wants a folder") : QStringLiteral(" wants the name of an e-mail service"));
-                return false;
-            }
-            (isData ? request.data : request.service) = arguments[++i];
-        } else if (argument.startsWith(QLatin1Char('-'))) {
-            error = QStringLiteral("unknown option %1; see tavola mail --help").arg(argument);
-            return false;
-        } else if (request.action.isEmpty()) {
-            request.action = argument;
-        } else if (request.presentation.isEmpty()) {
-            request.presentation = argument;
-        } else {
-            request.which << argument;
-        }
-    }
-    if (!QStringList{"list", "retry", "drop"}.contains(request.action)) {
-        error = QStringLiteral("list, retry or drop? See tavola mail --help");
+    if (!request.parse(arguments, error))
         return false;
-    }
-    if (request.presentation.isEmpty()) {
-        error = QStringLiteral("which presentation? Give its folder, for example: tavola mail list presentations/gallery");
-        return false;
-    }
-    if (request.action == QLatin1String("drop") && request.which.isEmpty()) {
+    if (request.action() == QLatin1String("drop") && request.words().isEmpty()) {
         error = QStringLiteral("which messages? Give their numbers, \"failed\" or \"all\"");
         return false;
     }
-    for (const QString& one : request.which) {
+    for (const QString& one : request.words()) {
         bool isNumber = false;
         if (one != QLatin1String("failed") && one != QLatin1String("all") && (one.toLongLong(&isNumber) <= 0 || !isNumber)) {
             error = QStringLiteral("\"%1\" is no message; give a number, \"failed\" or \"all\"").arg(one);
@@ -89,7 +57,7 @@ bool parse(const QStringList& arguments, Request& request, QString& error)
 
 bool openQueues(const Request& request, std::vector<Queue>& queues, QString& error)
 {
-    const auto presentation = Presentation::load(request.presentation, error);
+    const auto presentation = Presentation::load(request.presentation(), error);
     if (!presentation)
         return false;
     if (presentation->mailServices.empty()) {
@@ -134,29 +102,29 @@ QString time(qint64 ms)
 }
 
 /// What is in a queue. An outbox that cannot be read is said to be so: it is not empty.
-std::optional<std::vector<OutboxMessage>> messagesOf(const Queue& queue)
+std::optional<std::vector<OutboxMessage>> messagesOf(const Request& request, const Queue& queue)
 {
     if (!queue.outbox)
         return std::vector<OutboxMessage>();
     auto messages = queue.outbox->messages();
     if (!messages)
-        fail(QStringLiteral("the outbox cannot be read"), 1);
+        request.fail(QStringLiteral("the outbox cannot be read"), 1);
     return messages;
 }
 
 /// False when an outbox cannot be read.
-bool list(const std::vector<Queue>& queues)
+bool list(const Request& request, const std::vector<Queue>& queues)
 {
     bool isComplete = true;
     for (const Queue& queue : queues) {
-        const auto messages = messagesOf(queue);
+        const auto messages = messagesOf(request, queue);
         isComplete = isComplete && messages;
         if (!messages)
             continue;
         if (queues.size() > 1)
-            print(QStringLiteral("%1:").arg(queue.service.isEmpty() ? QStringLiteral("(without a name)") : queue.service));
+            request.print(QStringLiteral("%1:").arg(queue.service.isEmpty() ? QStringLiteral("(without a name)") : queue.service));
         if (messages->empty())
-            print(QStringLiteral("no messages"));
+            request.print(QStringLiteral("no messages"));
         for (const OutboxMessage& message : *messages) {
             QString line = QStringLiteral("%1  %2  accepted %3  attempts %4  to %5")
                                .arg(message.id)
@@ -168,7 +136,7 @@ bool list(const std::vector<Queue>& queues)
                 line += QStringLiteral("  next %1").arg(time(message.nextAttemptMs));
             if (!message.lastError.isEmpty())
                 line += QStringLiteral("  (%1)").arg(MailHeader::oneLine(message.lastError));
-            print(line);
+            request.print(line);
         }
     }
     return isComplete;
@@ -184,15 +152,15 @@ bool isWanted(const OutboxMessage& message, const QStringList& which)
 /// Retries or drops; false when a message that was named could not be.
 bool change(const Request& request, const std::vector<Queue>& queues)
 {
-    const bool isRetry = request.action == QLatin1String("retry");
-    const QStringList which = request.which.isEmpty() ? QStringList{"all"} : request.which;
+    const bool isRetry = request.action() == QLatin1String("retry");
+    const QStringList which = request.words().isEmpty() ? QStringList{"all"} : request.words();
     QStringList unseen = which;
     unseen.removeAll(QStringLiteral("all"));
     unseen.removeAll(QStringLiteral("failed"));
     bool isComplete = true;
     int changed = 0;
     for (const Queue& queue : queues) {
-        const auto messages = messagesOf(queue);
+        const auto messages = messagesOf(request, queue);
         isComplete = isComplete && messages;
         if (!messages)
             continue;
@@ -204,13 +172,13 @@ bool change(const Request& request, const std::vector<Queue>& queues)
             if (ok)
                 ++changed;
             else
-                fail(QStringLiteral("message %1 is being sent; try again when that has ended").arg(message.id), 1);
+                request.fail(QStringLiteral("message %1 is being sent; try again when that has ended").arg(message.id), 1);
             isComplete = isComplete && ok;
         }
     }
     for (const QString& number : unseen)
-        fail(QStringLiteral("there is no message %1").arg(number), 1);
-    print(isRetry ? QStringLiteral("%1 to be sent anew, at once where the table runs").arg(changed) : QStringLiteral("%1 dropped").arg(changed));
+        request.fail(QStringLiteral("there is no message %1").arg(number), 1);
+    request.print((isRetry ? QStringLiteral("%1 to be sent anew, at once where the table runs") : QStringLiteral("%1 dropped")).arg(changed));
     return isComplete && unseen.isEmpty();
 }
 }
@@ -235,11 +203,11 @@ int MailCommand::run(const QStringList& arguments)
     Request request;
     QString error;
     if (!parse(arguments, request, error))
-        return fail(error, 2);
+        return request.fail(error, 2);
     std::vector<Queue> queues;
     if (!openQueues(request, queues, error))
-        return fail(error, 1);
-    if (request.action == QLatin1String("list"))
-        return list(queues) ? 0 : 1;
+        return request.fail(error, 1);
+    if (request.action() == QLatin1String("list"))
+        return list(request, queues) ? 0 : 1;
     return change(request, queues) ? 0 : 1;
 }

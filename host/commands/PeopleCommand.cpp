@@ -1,5 +1,6 @@
 #include "commands/PeopleCommand.hpp"
 
+#include "commands/CommandLine.hpp"
 #include "presentation/DataFolder.hpp"
 #include "presentation/Presentation.hpp"
 #include "services/PeopleRegistry.hpp"
@@ -7,76 +8,43 @@
 #include <QSaveFile>
 
 #include <cstdio>
-#include <map>
 #include <memory>
 
 namespace
 {
-struct Request
+class Request : public CommandLine
 {
-    QString action;
-    QString presentation;
+public:
+    Request()
+        : CommandLine(QStringLiteral("people"), {"list", "add", "import", "export", "remove"},
+                      {option("--data", data), option("--name", person.name), option("--email", person.email),
+                       option("--content-key", person.contentKey), option("--kind", kind)})
+    {
+    }
+
     QString data;
+    QString kind;
     Person person; ///< of the options
-    QString personOption; ///< one that describes a person, if any was given
-    QStringList rest;
+
+private:
+    static Option option(const char* name, QString& value)
+    {
+        return {QString::fromLatin1(name), &value, QStringLiteral("a value; see tavola people --help"), true};
+    }
 };
-
-int fail(const QString& text, int code)
-{
-    std::fprintf(stderr, "tavola people: %s\n", text.toUtf8().constData());
-    return code;
-}
-
-void print(const QString& line)
-{
-    std::printf("%s\n", line.toUtf8().constData());
-}
 
 bool parse(const QStringList& arguments, Request& request, QString& error)
 {
-    QString kind;
-    const std::map<QString, QString*> options{{QStringLiteral("--data"), &request.data},
-                                              {QStringLiteral("--name"), &request.person.name},
-                                              {QStringLiteral("--email"), &request.person.email},
-                                              {QStringLiteral("--content-key"), &request.person.contentKey},
-                                              {QStringLiteral("--kind"), &kind}};
-    for (int i = 0; i < arguments.size(); ++i) {
-        const QString& argument = arguments[i];
-        const auto option = options.find(argument);
-        if (option != options.end()) {
-            if (i + 1 == arguments.size()) {
-                error = argument + QStringLiteral(" wants a value; see tavola people --help");
-                return false;
-            }
-            *option->second = arguments[++i];
-            if (argument != QLatin1String("--data"))
-                request.personOption = argument;
-        } else if (argument.startsWith(QLatin1String("--"))) {
-            error = QStringLiteral("unknown option %1; see tavola people --help").arg(argument);
-            return false;
-        } else if (request.action.isEmpty()) {
-            request.action = argument;
-        } else if (request.presentation.isEmpty()) {
-            request.presentation = argument;
-        } else {
-            request.rest << argument;
-        }
-    }
-    if (!QStringList{"list", "add", "import", "export", "remove"}.contains(request.action)) {
-        error = QStringLiteral("list, add, import, export or remove? See tavola people --help");
+    if (!request.parse(arguments, error))
+        return false;
+    QStringList ofPeople = request.givenOptions();
+    ofPeople.removeAll(QStringLiteral("--data"));
+    if (!ofPeople.isEmpty() && request.action() != QLatin1String("add")) {
+        error = QStringLiteral("%1 belongs to add only").arg(ofPeople.last());
         return false;
     }
-    if (!request.personOption.isEmpty() && request.action != QLatin1String("add")) {
-        error = QStringLiteral("%1 belongs to add only").arg(request.personOption);
-        return false;
-    }
-    if (request.presentation.isEmpty()) {
-        error = QStringLiteral("which presentation? Give its folder, for example: tavola people list presentations/gallery");
-        return false;
-    }
-    if (!PeopleFile::parseKind(kind, request.person.kind)) {
-        error = QStringLiteral("\"%1\" is no kind; personal, unregistered or a number is expected").arg(kind);
+    if (!PeopleFile::parseKind(request.kind, request.person.kind)) {
+        error = QStringLiteral("\"%1\" is no kind; personal, unregistered or a number is expected").arg(request.kind);
         return false;
     }
     return true;
@@ -91,18 +59,10 @@ bool parseCode(const QString& text, unsigned long& code, QString& error)
     return isNumber;
 }
 
-/// 0, or 1 with a word when what was printed did not get out.
-int printed()
-{
-    if (std::fflush(stdout) == 0 && !std::ferror(stdout))
-        return 0;
-    return fail(QStringLiteral("cannot write to standard output"), 1);
-}
-
 int list(const PeopleRegistry& registry, const Request& request)
 {
-    if (!request.rest.isEmpty())
-        return fail(QStringLiteral("list wants a presentation and nothing more"), 2);
+    if (!request.words().isEmpty())
+        return request.fail(QStringLiteral("list wants a presentation and nothing more"), 2);
     const auto people = registry.people();
     if (!people)
         return 1;
@@ -111,81 +71,81 @@ int list(const PeopleRegistry& registry, const Request& request)
         return text.simplified().isEmpty() ? QString::fromUtf8(none) : text.simplified();
     };
     for (const Person& person : *people)
-        print(QStringLiteral("%1  %2  %3  %4%5")
-                  .arg(QString::number(person.code), word(person.name, "(no name)"), word(person.email, "(no e-mail)"),
-                       PeopleFile::kindName(person.kind),
-                       person.contentKey.isEmpty() ? QString() : QStringLiteral("  content ") + person.contentKey.simplified()));
+        request.print(QStringLiteral("%1  %2  %3  %4%5")
+                          .arg(QString::number(person.code), word(person.name, "(no name)"), word(person.email, "(no e-mail)"),
+                               PeopleFile::kindName(person.kind),
+                               person.contentKey.isEmpty() ? QString() : QStringLiteral("  content ") + person.contentKey.simplified()));
     if (people->empty())
-        print(QStringLiteral("Nobody is registered."));
-    return printed();
+        request.print(QStringLiteral("Nobody is registered."));
+    return request.printed();
 }
 
 int add(PeopleRegistry& registry, Request& request)
 {
     QString error;
-    if (request.rest.size() != 1)
-        return fail(QStringLiteral("add wants the code of one card"), 2);
-    if (!parseCode(request.rest.front(), request.person.code, error))
-        return fail(error, 2);
+    if (request.words().size() != 1)
+        return request.fail(QStringLiteral("add wants the code of one card"), 2);
+    if (!parseCode(request.words().first(), request.person.code, error))
+        return request.fail(error, 2);
     bool isThere = false;
     if (registry.add(request.person, isThere))
         return 0;
-    return fail(isThere ? QStringLiteral("card %1 is in the registry already; remove it first, or import a file to replace it")
-                              .arg(request.person.code)
-                        : QStringLiteral("nothing was added"),
-                1);
+    return request.fail(
+        isThere ? QStringLiteral("card %1 is in the registry already; remove it first, or import a file to replace it").arg(request.person.code)
+                : QStringLiteral("nothing was added"),
+        1);
 }
 
 int importFrom(PeopleRegistry& registry, const Request& request)
 {
-    if (request.rest.size() != 1)
-        return fail(QStringLiteral("import wants one CSV file"), 2);
+    if (request.words().size() != 1)
+        return request.fail(QStringLiteral("import wants one CSV file"), 2);
     bool complete = false;
-    const auto people = PeopleFile::read(request.rest.front(), complete);
+    const auto people = PeopleFile::read(request.words().first(), complete);
     if (!complete)
-        return fail(QStringLiteral("nothing was imported; mend what is named above and import again"), 1);
+        return request.fail(QStringLiteral("nothing was imported; mend what is named above and import again"), 1);
     if (!registry.insert(people))
-        return fail(QStringLiteral("nothing was imported"), 1);
-    print(QStringLiteral("%1 people imported; cards that were there already have the file's owners now.").arg(people.size()));
-    return printed();
+        return request.fail(QStringLiteral("nothing was imported"), 1);
+    request.print(QStringLiteral("%1 people imported; cards that were there already have the file's owners now.").arg(people.size()));
+    return request.printed();
 }
 
 int exportTo(const PeopleRegistry& registry, const Request& request)
 {
-    if (request.rest.size() != 1)
-        return fail(QStringLiteral("export wants the name of one CSV file, or - for standard output"), 2);
+    if (request.words().size() != 1)
+        return request.fail(QStringLiteral("export wants the name of one CSV file, or - for standard output"), 2);
     const auto people = registry.people();
     if (!people)
-        return fail(QStringLiteral("nothing was exported"), 1);
+        return request.fail(QStringLiteral("nothing was exported"), 1);
     const QByteArray text = PeopleFile::format(*people).toUtf8();
-    if (request.rest.front() == QLatin1String("-")) {
+    if (request.words().first() == QLatin1String("-")) {
         std::fwrite(text.constData(), 1, std::size_t(text.size()), stdout);
-        return printed();
+        return request.printed();
     }
-    QSaveFile file(request.rest.front());
+    QSaveFile file(request.words().first());
     if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit())
-        return fail(QStringLiteral("cannot write %1 (%2)").arg(file.fileName(), file.errorString()), 1);
+        return request.fail(QStringLiteral("cannot write %1 (%2)").arg(file.fileName(), file.errorString()), 1);
     return 0;
 }
 
 int remove(PeopleRegistry& registry, const Request& request)
 {
-    if (request.rest.isEmpty())
-        return fail(QStringLiteral("remove wants the codes of cards"), 2);
+    if (request.words().isEmpty())
+        return request.fail(QStringLiteral("remove wants the codes of cards"), 2);
     std::vector<unsigned long> codes;
     QString error;
-    for (const QString& text : request.rest) {
+    for (const QString& text : request.words()) {
         unsigned long code = 0;
         if (!parseCode(text, code, error))
-            return fail(error, 2);
+            return request.fail(error, 2);
         codes.push_back(code);
     }
     std::optional<unsigned long> unknown;
     if (registry.remove(codes, unknown))
         return 0;
-    return fail(unknown ? QStringLiteral("card %1 is not in the registry; nothing was removed").arg(*unknown)
-                        : QStringLiteral("nothing was removed"),
-                1);
+    return request.fail(unknown ? QStringLiteral("card %1 is not in the registry; nothing was removed").arg(*unknown)
+                                : QStringLiteral("nothing was removed"),
+                        1);
 }
 }
 
@@ -212,29 +172,30 @@ int PeopleCommand::run(const QStringList& arguments)
     Request request;
     QString error;
     if (!parse(arguments, request, error))
-        return fail(error, 2);
-    const auto presentation = Presentation::load(request.presentation, error);
+        return request.fail(error, 2);
+    const auto presentation = Presentation::load(request.presentation(), error);
     if (!presentation)
-        return fail(error, 1);
+        return request.fail(error, 1);
     if (presentation->peopleFile.isEmpty())
-        return fail(QStringLiteral("%1 knows no people; name a file of them as its \"people\", which may hold its first line only")
-                        .arg(presentation->folder),
-                    1);
+        return request.fail(
+            QStringLiteral("%1 knows no people; name a file of them as its \"people\", which may hold its first line only")
+                .arg(presentation->folder),
+            1);
     const auto registry = PeopleRegistry::open(dataFolder(presentation->folder, request.data) + QStringLiteral("/people.sqlite"), error);
     if (!registry)
-        return fail(error, 1);
+        return request.fail(error, 1);
     // As a table that opens: a registry that is new begins with the presentation's people.
     if (registry->isNew()) {
         bool complete = false;
         registry->beginWith(PeopleFile::read(presentation->peopleFile, complete));
     }
-    if (request.action == QLatin1String("list"))
+    if (request.action() == QLatin1String("list"))
         return list(*registry, request);
-    if (request.action == QLatin1String("add"))
+    if (request.action() == QLatin1String("add"))
         return add(*registry, request);
-    if (request.action == QLatin1String("import"))
+    if (request.action() == QLatin1String("import"))
         return importFrom(*registry, request);
-    if (request.action == QLatin1String("export"))
+    if (request.action() == QLatin1String("export"))
         return exportTo(*registry, request);
     return remove(*registry, request);
 }
