@@ -1,5 +1,7 @@
 #include "window/TableWindow.hpp"
 
+#include "commands/RunOptions.hpp"
+
 #include <Trellis/Application.hpp>
 
 #include <QKeyEvent>
@@ -16,11 +18,22 @@ Vecta::Vector2f point(const QPointF& position)
 }
 }
 
-TableWindow::TableWindow(Trellis::Application& application, const Lantern::WindowOptions& options,
+Lantern::WindowOptions TableWindow::options(const QString& title, const RunOptions& run, QSize size)
+{
+    Lantern::WindowOptions result;
+    result.size = size;
+    result.title = title;
+    result.isFullScreen = run.fullScreen;
+    if (run.openGL)
+        result.drawing = Lantern::WindowOptions::Drawing::OpenGl;
+    return result;
+}
+
+TableWindow::TableWindow(Trellis::Application& application, const Lantern::WindowOptions& windowOptions,
                          std::vector<unsigned long> cards, float cardRadiusPx)
     : m_application(application), m_mouse(std::move(cards), cardRadiusPx)
 {
-    m_target = std::make_unique<Lantern::WindowTarget>(options, this);
+    m_target = std::make_unique<Lantern::WindowTarget>(windowOptions, this);
     m_application.addInputSource(m_mouse);
 }
 

@@ -8,6 +8,8 @@
 #include <memory>
 #include <vector>
 
+struct RunOptions;
+
 namespace Trellis
 {
 class Application;
@@ -17,6 +19,9 @@ class Application;
 class TableWindow final : public Lantern::WindowListener
 {
 public:
+    /// The window that a run asks for.
+    [[nodiscard]] static Lantern::WindowOptions options(const QString& title, const RunOptions& run, QSize size);
+
     TableWindow(Trellis::Application& application, const Lantern::WindowOptions& options, std::vector<unsigned long> cards,
                 float cardRadiusPx);
     ~TableWindow() override;

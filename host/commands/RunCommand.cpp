@@ -1,0 +1,137 @@
+#include "commands/RunCommand.hpp"
+
+#include "input/TableInput.hpp"
+#include "inspector/Inspector.hpp"
+#include "presentation/Presentation.hpp"
+#include "table/RunLoop.hpp"
+#include "table/Table.hpp"
+#include "table/TableLog.hpp"
+#include "window/Display.hpp"
+#include "window/TableWindow.hpp"
+
+#include <Trellis/Application.hpp>
+
+#include <QGuiApplication>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QProcessEnvironment>
+#include <QScreen>
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+#endif
+
+namespace
+{
+int fail(const QString& text, int code)
+{
+    std::fprintf(stderr, "tavola: %s\n", text.toUtf8().constData());
+    return code;
+}
+
+void say(const QString& text)
+{
+    std::printf("tavola: %s\n", text.toUtf8().constData());
+    std::fflush(stdout);
+}
+
+/// Makes the application. Qt's offscreen platform never frees its screen, which is not to be taken for a leak of the table.
+void makeApplication(std::optional<QGuiApplication>& application, int& argc, char** argv)
+{
+#ifdef __SANITIZE_ADDRESS__
+    const __lsan::ScopedDisabler disabler;
+#endif
+    application.emplace(argc, argv);
+}
+
+/// Null, with the reason in `error`, when it cannot listen.
+std::unique_ptr<Inspector> openInspector(Table& table, const TableLog& log, const RunOptions& options, QString& error)
+{
+    auto inspector = std::make_unique<Inspector>(Inspector::Subject{table.application(), log, &table.input(), options.manualClock,
+                                                                    [&table] { return table.mailState(); },
+                                                                    [&table](double dt) { return table.frame(dt).has_value(); },
+                                                                    [&table] { return table.listeners(); }});
+    if (!inspector->listen(*options.inspectPort, error)) {
+        error = QStringLiteral("the inspector cannot listen on port %1: %2").arg(*options.inspectPort).arg(error);
+        return nullptr;
+    }
+    say(QStringLiteral("inspector on http://127.0.0.1:%1/").arg(inspector->port()));
+    return inspector;
+}
+
+std::unique_ptr<TableWindow> openWindow(Table& table, const Presentation& presentation, const RunOptions& options)
+{
+    constexpr float kCardRadiusMm = 35.f;
+    const Vecta::Vector2f size = table.application().size();
+    return std::make_unique<TableWindow>(table.application(),
+                                         TableWindow::options(presentation.title, options, QSize(int(size.x), int(size.y))),
+                                         presentation.cards, kCardRadiusMm / presentation.pixelPitchMm);
+}
+
+int runTable(const RunOptions& options)
+{
+    const TableLog log;
+    QString error;
+    const auto presentation = Presentation::load(options.presentation, error);
+    if (!presentation)
+        return fail(error, 1);
+
+    const auto table = Table::open(*presentation, options, error);
+    if (!table)
+        return fail(error, 1);
+    for (const QJsonValue& listener : table->listeners())
+        say(QStringLiteral("TUIO on ") + listener.toObject().value(QLatin1String("tuio")).toString());
+    if (table->isReplay())
+        say(QStringLiteral("replays ") + options.replayFile);
+
+    std::unique_ptr<Inspector> inspector;
+    if (options.inspectPort) {
+        inspector = openInspector(*table, log, options, error);
+        if (!inspector)
+            return fail(error, 1);
+    }
+    std::unique_ptr<TableWindow> window;
+    if (!options.headless)
+        window = openWindow(*table, *presentation, options);
+    say(QStringLiteral("%1 is open").arg(presentation->title.isEmpty() ? presentation->folder : presentation->title));
+    return RunLoop(*table, window.get(), options.manualClock).run();
+}
+}
+
+int RunCommand::run(RunOptions::Command command, const QStringList& arguments, char* program)
+{
+    if (arguments.contains(QStringLiteral("--help")) || arguments.contains(QStringLiteral("-h"))) {
+        std::fputs(RunOptions::help(command).toUtf8().constData(), stdout);
+        return 0;
+    }
+    QString error;
+    auto options = RunOptions::parse(arguments, error, command);
+    if (!options)
+        return fail(error, 2);
+    if (options->presentation.isEmpty()) {
+        options->presentation = recordedPresentation(options->replayFile, error);
+        if (options->presentation.isEmpty())
+            return fail(error, 1);
+    }
+    if (!options->headless && !hasDisplay(QProcessEnvironment::systemEnvironment())) {
+        options->headless = true;
+        say(QStringLiteral("there is no display; running without a window"));
+    }
+    if (options->headless && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+
+    std::optional<QGuiApplication> application;
+    // Qt would take some of the table's options for its own.
+    int programOnly = 1;
+    char* argv[] = {program, nullptr};
+    makeApplication(application, programOnly, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("tavola"));
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    if (options->fullScreen && !options->headless && !options->size)
+        options->size = QGuiApplication::primaryScreen()->size();
+    return runTable(*options);
+}
