@@ -1,8 +1,12 @@
+#include "LoopbackStream.hpp"
 #include "TestTable.hpp"
+
+#include <Tactile/TcpDatagramSource.hpp>
 
 #include <doctest/doctest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <new>
 
@@ -28,12 +32,11 @@ void operator delete(void* p, std::size_t) noexcept
     std::free(p);
 }
 
-TEST_CASE("steady frames: cards and fingers that move, come and go allocate nothing")
+namespace
 {
-    auto settings = TestTable::plainSettings();
-    settings.tracker.smoothing = true;
-    TestTable table(settings);
-    // Packets are made beforehand: what is measured is the table.
+/// A card packet and a finger packet for each of 400 frames. Made beforehand: what is measured is the table.
+std::vector<std::vector<char>> busyPackets()
+{
     std::vector<std::vector<char>> packets;
     for (std::int32_t frame = 1; frame <= 400; ++frame) {
         std::vector<TestTable::Card> cards;
@@ -46,6 +49,16 @@ TEST_CASE("steady frames: cards and fingers that move, come and go allocate noth
         packets.push_back(TestTable::cardsPacket(frame, cards));
         packets.push_back(TestTable::fingersPacket(frame, fingers));
     }
+    return packets;
+}
+}
+
+TEST_CASE("steady frames: cards and fingers that move, come and go allocate nothing")
+{
+    auto settings = TestTable::plainSettings();
+    settings.tracker.smoothing = true;
+    TestTable table(settings);
+    const auto packets = busyPackets();
     long before = 0;
     std::size_t changes = 0;
     for (std::size_t i = 0; i < packets.size(); i += 2) {
@@ -59,5 +72,34 @@ TEST_CASE("steady frames: cards and fingers that move, come and go allocate noth
     const long after = allocations;
     CHECK(before > 0);
     CHECK(changes > 400u * 20u);
+    CHECK(after - before == 0);
+}
+
+TEST_CASE("steady frames: packets that come by a connection allocate nothing either")
+{
+    Tactile::TuioInput input(TestTable::plainSettings());
+    Tactile::NetworkSettings network;
+    network.port = 0;
+    auto source = std::make_unique<Tactile::TcpDatagramSource>(network);
+    const auto* tcp = source.get();
+    REQUIRE(input.addSource(std::move(source)));
+    const LoopbackStream tracker(tcp->port());
+    std::vector<std::string> frames;
+    const auto packets = busyPackets();
+    for (std::size_t i = 0; i < packets.size(); i += 2)
+        frames.push_back(framed(packets[i]) + framed(packets[i + 1]));
+    Tactile::Sample sample;
+    long before = 0;
+    bool isWhole = true;
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        if (i == 100)
+            before = allocations;
+        isWhole = tracker.trySend(frames[i]) && input.waitForDatagrams(2 * (i + 1), std::chrono::seconds(10)) && isWhole;
+        input.takeSample(0.02 * double(i), sample);
+    }
+    const long after = allocations;
+    CHECK(isWhole);
+    CHECK(before > 0);
+    CHECK(sample.markers.size() == 8);
     CHECK(after - before == 0);
 }
