@@ -3,7 +3,6 @@
 
 #include <doctest/doctest.h>
 
-using CascaraTest::restyledBy;
 using CascaraTest::StyleFixture;
 using CascaraTest::TestNode;
 using Facet::kStyleLayer;
@@ -45,77 +44,6 @@ TEST_CASE("style engine: a class added later restyles descendants before the cal
     CHECK(text.text == QStringLiteral("It failed"));
     root.removeCSSClass("email-failed");
     CHECK(text.text == QString());
-}
-
-TEST_CASE("style engine: a node outside any tree is styled as one without ancestors")
-{
-    StyleFixture fixture;
-    fixture.sheet("N { width: 1 } Root N { height: 1 }");
-    TestNode node("N");
-    CHECK(node.width == 1.f);
-    CHECK(node.height == 0.f);
-}
-
-TEST_CASE("style engine: taking a parent and leaving it restyles what is below")
-{
-    StyleFixture fixture;
-    fixture.sheet(".dark N { width: 1 }");
-    fixture.add("", "Root", "dark", "dark");
-    fixture.add("", "Root", "light");
-    fixture.add("dark", "Panel", "panel");
-    auto& node = fixture.add("panel", "N", "n");
-    CHECK(node.width == 1.f);
-    fixture["panel"].setStyleParent(&fixture["light"]);
-    CHECK(node.width == 0.f);
-    fixture["panel"].setStyleParent(&fixture["dark"]);
-    CHECK(node.width == 1.f);
-    fixture["panel"].setStyleParent(nullptr);
-    CHECK(node.width == 0.f);
-}
-
-TEST_CASE("style engine: children of a destroyed node are styled without it")
-{
-    StyleFixture fixture;
-    fixture.sheet("Root N { width: 1 }");
-    fixture.add("", "Root", "root");
-    auto& node = fixture.add("root", "N", "n");
-    CHECK(node.width == 1.f);
-    fixture.nodes.erase("root");
-    CHECK(node.styleParent() == nullptr);
-    CHECK(node.width == 0.f);
-}
-
-TEST_CASE("style engine: classes keep their order, twice is once, and absent ones are silent")
-{
-    TestNode node;
-    node.addCSSClass("b");
-    node.addCSSClass("a");
-    node.addCSSClass("b");
-    CHECK(node.cssClasses() == QList<QByteArray>{"b", "a"});
-    node.removeCSSClass("c");
-    node.removeCSSClasses({"c", "b"});
-    CHECK(node.cssClasses() == QList<QByteArray>{"a"});
-    CHECK(node.hasCSSClass("a"));
-    CHECK_FALSE(node.hasCSSClass("b"));
-    node.setPseudoClass("on", true);
-    node.setPseudoClass("on", true);
-    node.setPseudoClass("off", false);
-    CHECK(node.pseudoClasses() == QList<QByteArray>{"on"});
-    CHECK(node.hasPseudoClass("on"));
-    node.setPseudoClass("on", false);
-    CHECK_FALSE(node.hasPseudoClass("on"));
-}
-
-TEST_CASE("style engine: several classes removed at once are one change")
-{
-    StyleFixture fixture;
-    auto& node = fixture.add("", "N", "n", "a b c");
-    fixture.sheet(".a { width: 1 } .b { width: 2 } .c { height: 1 }");
-    node.takeChanges();
-    CHECK(restyledBy([&node] { node.removeCSSClasses({"a", "b", "x"}); }) == 1);
-    CHECK(node.takeChanges() == 1);
-    CHECK(node.width == 0.f);
-    CHECK(node.height == 1.f);
 }
 
 TEST_CASE("style engine: a value that does not fit is one warning per declaration, not per node")

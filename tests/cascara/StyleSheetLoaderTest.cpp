@@ -1,0 +1,165 @@
+#include "LogCapture.hpp"
+#include "TestNode.hpp"
+
+#include <doctest/doctest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QUrl>
+
+using CascaraTest::StyleFixture;
+using TestSupport::expectWarning;
+
+namespace
+{
+class Folder
+{
+public:
+    QString write(const char* name, const char* text)
+    {
+        const QString path = m_folder.filePath(QString::fromUtf8(name));
+        QDir().mkpath(QFileInfo(path).path());
+        QFile file(path);
+        REQUIRE(file.open(QIODevice::WriteOnly));
+        file.write(text);
+        return path;
+    }
+    std::string path(const char* name) { return m_folder.filePath(QString::fromUtf8(name)).toStdString(); }
+
+private:
+    QTemporaryDir m_folder;
+};
+}
+
+TEST_CASE("style sheet loader: a file is read, its url()s are relative to it, and messages name it")
+{
+    StyleFixture fixture;
+    Folder folder;
+    auto& node = fixture.add("", "N", "n");
+    const QString path = folder.write("css/a.css", "N { text: url(../img/a.png);\nwidth: x }");
+    expectWarning("StyleEngine # " + path.toStdString() + ":2:1: width: expected a number, got 'x'; the declaration is skipped");
+    CHECK(fixture.engine.loadStyleSheet(path));
+    CHECK(node.text->toStdString() == folder.path("img/a.png"));
+}
+
+TEST_CASE("style sheet loader: a file that cannot be read is a warning and leaves the sheets as they are")
+{
+    StyleFixture fixture;
+    auto& node = fixture.add("", "N", "n");
+    fixture.sheet("N { width: 1 }");
+    expectWarning("StyleEngine # Cannot read style sheet '/nowhere/a.css': No such file or directory; it is skipped");
+    CHECK_FALSE(fixture.engine.loadStyleSheet(QStringLiteral("/nowhere/a.css")));
+    CHECK(node.width == 1.f);
+}
+
+TEST_CASE("style sheet loader: imported sheets stand before the importing one")
+{
+    StyleFixture fixture;
+    Folder folder;
+    auto& node = fixture.add("", "N", "n");
+    folder.write("base/base.css", "@import 'deep.css'; N { width: 2; height: 2; text: url(x.png) }");
+    folder.write("base/deep.css", "N { width: 3; height: 3; list: deep }");
+    const QString path = folder.write("a.css", "@import url(base/base.css);\nN { width: 1 }");
+    CHECK(fixture.engine.loadStyleSheet(path));
+    CHECK(node.width == 1.f);
+    CHECK(node.height == 2.f);
+    CHECK(node.list.value() == QStringList{"deep"});
+    CHECK(node.text->toStdString() == folder.path("base/x.png"));
+}
+
+TEST_CASE("style sheet loader: an import that cannot be, is skipped with its place")
+{
+    StyleFixture fixture;
+    Folder folder;
+    auto& node = fixture.add("", "N", "n");
+    const QString path = folder.write("a.css", "@import 'b.css';\n@import 'gone.css';\n@import;\nN { width: 1 }\n@import 'b.css';");
+    folder.write("b.css", "@import 'a.css'; N { height: 2 }");
+    const std::string a = folder.path("a.css");
+    const std::string b = folder.path("b.css");
+    expectWarning("StyleEngine # " + b + ":1:1: @import: '" + a + "' imports this file itself; it is skipped");
+    expectWarning("StyleEngine # " + a + ":2:1: @import: cannot read '" + folder.path("gone.css") + "': No such file or directory; it is skipped");
+    expectWarning("StyleEngine # " + a + ":3:1: @import: expected one file name in quotes; it is skipped");
+    expectWarning("StyleEngine # " + a + ":5:1: @import must stand before all rules; it is skipped");
+    CHECK(fixture.engine.loadStyleSheet(path));
+    CHECK(node.width == 1.f);
+    CHECK(node.height == 2.f);
+}
+
+TEST_CASE("style sheet loader: a file that is no UTF-8 is used as far as it can be read, with a warning and the place")
+{
+    StyleFixture fixture;
+    Folder folder;
+    auto& node = fixture.add("", "N", "n");
+    const QString path = folder.write("latin.css", "/* caf\u00e9 */\nN { width: 1 }\n/* \xe9t\xe9 */");
+    expectWarning("StyleEngine # " + path.toStdString() + ":3:4: this is no UTF-8 text: save the file as UTF-8");
+    CHECK(fixture.engine.loadStyleSheet(path));
+    CHECK(node.width == 1.f);
+    const QString sound = folder.write("sound.css", "/* \xef\xbf\xbd */ N { width: 2 }");
+    CHECK(fixture.engine.loadStyleSheet(sound));
+    CHECK(node.width == 2.f);
+}
+
+TEST_CASE("style sheet loader: an import may be written as a file's address")
+{
+    StyleFixture fixture;
+    Folder folder;
+    auto& node = fixture.add("", "N", "n");
+    const QString base = folder.write("the base.css", "N { height: 2 }");
+    const QByteArray address = QUrl::fromLocalFile(base).toEncoded();
+    REQUIRE(address.contains("%20"));
+    SUBCASE("in small letters") { folder.write("a.css", "@import '" + address + "'; N { width: 1 }"); }
+    SUBCASE("in capitals") { folder.write("a.css", "@import 'FILE" + address.mid(4) + "'; N { width: 1 }"); }
+    CHECK(fixture.engine.loadStyleSheet(QString::fromStdString(folder.path("a.css"))));
+    CHECK(node.height == 2.f);
+    CHECK(node.width == 1.f);
+}
+
+TEST_CASE("style sheet loader: a sheet may be imported in two places, and counts where it stands last")
+{
+    StyleFixture fixture;
+    Folder folder;
+    auto& node = fixture.add("", "N", "n");
+    folder.write("base.css", "N { width: 1; height: 1 }");
+    folder.write("left.css", "@import 'base.css'; N { width: 2; height: 2 }");
+    folder.write("right.css", "@import 'base.css'; N { height: 3 }");
+    CHECK(fixture.engine.loadStyleSheet(folder.write("a.css", "@import 'left.css'; @import 'right.css';")));
+    CHECK(node.width == 1.f);
+    CHECK(node.height == 3.f);
+}
+
+TEST_CASE("style sheet loader: a sheet that imports itself, by whatever name, is told and holds once")
+{
+    StyleFixture fixture;
+    Folder folder;
+    auto& node = fixture.add("", "N", "n");
+    const QString path = folder.write("a.css", "");
+    REQUIRE(QFile::link(path, QString::fromStdString(folder.path("other.css"))));
+    folder.write("a.css", "@import 'a.css'; @import 'css/../other.css'; N { width: 1 }");
+    REQUIRE(QDir().mkpath(QString::fromStdString(folder.path("css"))));
+    const std::string a = folder.path("a.css");
+    expectWarning("StyleEngine # " + a + ":1:1: @import: '" + a + "' imports this file itself; it is skipped");
+    expectWarning("StyleEngine # " + a + ":1:18: @import: '" + folder.path("other.css") + "' imports this file itself; it is skipped");
+    CHECK(fixture.engine.loadStyleSheet(path));
+    CHECK(node.width == 1.f);
+}
+
+TEST_CASE("style sheet loader: an empty file is a sheet without rules")
+{
+    StyleFixture fixture;
+    Folder folder;
+    auto& node = fixture.add("", "N", "n");
+    CHECK(fixture.engine.loadStyleSheet(folder.write("empty.css", "")));
+    CHECK(fixture.engine.loadStyleSheet(folder.write("mark.css", "\xef\xbb\xbfN { width: 1 }")));
+    CHECK(node.width == 1.f);
+}
+
+TEST_CASE("style sheet loader: a folder is no sheet")
+{
+    StyleFixture fixture;
+    Folder folder;
+    REQUIRE(QDir().mkpath(QString::fromStdString(folder.path("css"))));
+    TestSupport::expectWarningStartingWith("StyleEngine # Cannot read style sheet '" + folder.path("css") + "': ");
+    CHECK_FALSE(fixture.engine.loadStyleSheet(QString::fromStdString(folder.path("css"))));
+}
