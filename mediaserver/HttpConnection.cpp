@@ -186,7 +186,6 @@ void HttpConnection::answer()
 void HttpConnection::send(HttpResponse response, bool keepAlive, bool headOnly)
 {
     m_state = State::Writing;
-    m_server.roster.waitsAnew(*this);
     const bool isDownload = !headOnly && (response.file.isOpen() || response.body.size() > kShortAnswerBytes);
     if (isDownload && !m_server.roster.beginDownload(*this)) {
         m_server.downloadRefused.log(QStringLiteral("Too many downloads at a time; some were answered with 503"));

@@ -226,14 +226,17 @@ TEST_CASE("HTTP server: connections that do nothing keep nobody from being serve
     const ServerThread server(limits, echo());
     TestSupport::expectWarning("MediaServer # All connections are in use; whoever has been waiting longest is sent away for a "
                                "new one (4 connections)");
+    HttpClient kept(server.port());
     HttpClient silent(server.port());
     HttpClient inHead(server.port());
     inHead.send("GET / HTTP/1.1\r\nHost: x\r\nX-");
     HttpClient inBody(server.port());
+    // Connections are accepted in their order: with this answer all four are in.
+    inBody.send(requestText("GET", "/"));
+    REQUIRE(inBody.receive());
     inBody.send("POST / HTTP/1.1\r\nHost: x\r\nContent-Length: 10\r\n\r\nbody");
-    HttpClient kept(server.port());
     kept.send(requestText("GET", "/"));
-    CHECK(kept.receive().value().status == 200);
+    REQUIRE(kept.receive());
 
     HttpClient first(server.port());
     first.send(requestText("GET", "/first"));
@@ -250,6 +253,16 @@ TEST_CASE("HTTP server: connections that do nothing keep nobody from being serve
     // Who was served last stays longest.
     kept.send(requestText("GET", "/again"));
     CHECK(kept.receive().value().body == "GET /again ");
+}
+
+TEST_CASE("HTTP server: connections that have ended count no more")
+{
+    HttpLimits limits = patient();
+    limits.clients.connections = 8;
+    const ServerThread server(limits, echo());
+    // A warning that all connections are in use would fail the test.
+    for (int i = 0; i < 40; ++i)
+        REQUIRE(ask(server.port(), "GET", "/").status == 200);
 }
 
 TEST_CASE("HTTP server: one address has only so many connections, this machine any number")
@@ -317,7 +330,14 @@ TEST_CASE("HTTP server: downloads that nobody reads leave connections for others
         again = ask(server.port(), "GET", "/large");
     CHECK(again.status == 200);
     CHECK(again.body.size() == kBytes);
+    // A download that has ended counts no more, though its connection is kept.
     CHECK(downloads[1]->receive().value().body.size() == kBytes);
+    HttpClient another(server.port());
+    another.send(requestText("GET", "/large"));
+    CHECK(another.receiveHead().value().status == 200);
+    HttpClient last(server.port());
+    last.send(requestText("GET", "/large"));
+    CHECK(last.receiveHead().value().status == 200);
 }
 
 TEST_CASE("HTTP server: a stop closes idle connections at once")
