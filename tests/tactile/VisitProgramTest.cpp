@@ -1,5 +1,6 @@
 #include "TestTable.hpp"
 
+#include <Tactile/TcpDatagramSource.hpp>
 #include <Tactile/UdpDatagramSource.hpp>
 
 #include <doctest/doctest.h>
@@ -42,14 +43,19 @@ QString write(const QTemporaryDir& dir, const QByteArray& text)
 /// A table that hears real datagrams.
 struct Hall
 {
-    Hall() : input(TestTable::plainSettings())
+    enum class Way { Udp, Tcp };
+    explicit Hall(Way way = Way::Udp) : input(TestTable::plainSettings())
     {
         Tactile::NetworkSettings settings;
         settings.port = 0;
-        auto source = std::make_unique<Tactile::UdpDatagramSource>(settings);
-        auto* udp = source.get();
+        std::unique_ptr<Tactile::NetworkDatagramSource> source;
+        if (way == Way::Udp)
+            source = std::make_unique<Tactile::UdpDatagramSource>(settings);
+        else
+            source = std::make_unique<Tactile::TcpDatagramSource>(settings);
+        const auto* network = source.get();
         REQUIRE(input.addSource(std::move(source)));
-        target = QStringLiteral("127.0.0.1:%1").arg(udp->port());
+        target = (way == Way::Tcp ? QStringLiteral("tcp:127.0.0.1:%1") : QStringLiteral("127.0.0.1:%1")).arg(network->port());
     }
     Tactile::TuioInput input;
     Tactile::Sample sample;
@@ -61,23 +67,25 @@ const QByteArray kVisit = "size 1000 1000\n"
                           "at 0.05 finger 1 tap 100 100\n";
 }
 
-TEST_CASE("visit program: what it plays reaches a table, and a card that the script left stays")
+TEST_CASE("visit program: what it plays reaches a table by UDP and by TCP, and a card that the script left stays")
 {
     const QTemporaryDir dir;
-    Hall hall;
-    const Outcome outcome = run({write(dir, kVisit), QStringLiteral("--to"), hall.target});
-    CHECK(outcome.exitCode == 0);
-    CHECK(outcome.err == QString());
-    // At least: the whole, the tap's down and up, the whole twice.
-    REQUIRE(hall.input.waitForDatagrams(8, std::chrono::seconds(10)));
-    hall.input.takeSample(0.0, hall.sample);
-    REQUIRE(hall.sample.markers.size() == 1);
-    CHECK(hall.sample.markers[0].code() == 1001);
-    CHECK(hall.sample.markers[0].centerLocation() == Vecta::Vector2f(500.f, 250.f));
-    CHECK(hall.sample.markers[0].rotation() == doctest::Approx(1.5707963));
-    CHECK(hall.sample.fingers.empty());
-    REQUIRE(hall.sample.changes.size() == 3);
-    CHECK(hall.sample.changes[2].kind == Tactile::InputChange::Kind::Up);
+    for (const Hall::Way way : {Hall::Way::Udp, Hall::Way::Tcp}) {
+        Hall hall(way);
+        const Outcome outcome = run({write(dir, kVisit), QStringLiteral("--to"), hall.target});
+        CHECK(outcome.exitCode == 0);
+        CHECK(outcome.err == QString());
+        // At least: the whole, the tap's down and up, the whole twice.
+        REQUIRE(hall.input.waitForDatagrams(8, std::chrono::seconds(10)));
+        hall.input.takeSample(0.0, hall.sample);
+        REQUIRE(hall.sample.markers.size() == 1);
+        CHECK(hall.sample.markers[0].code() == 1001);
+        CHECK(hall.sample.markers[0].centerLocation() == Vecta::Vector2f(500.f, 250.f));
+        CHECK(hall.sample.markers[0].rotation() == doctest::Approx(1.5707963));
+        CHECK(hall.sample.fingers.empty());
+        REQUIRE(hall.sample.changes.size() == 3);
+        CHECK(hall.sample.changes[2].kind == Tactile::InputChange::Kind::Up);
+    }
 }
 
 TEST_CASE("visit program: sent as TUIO 2.0 the table sees the same")
@@ -161,6 +169,20 @@ TEST_CASE("visit program: stepped, it plays as far as it is asked and says how m
     CHECK(process.exitCode() == 0);
 }
 
+TEST_CASE("visit program: by TCP it says so when no table listens")
+{
+    const QTemporaryDir dir;
+    QString target;
+    {
+        const Hall hall(Hall::Way::Tcp);
+        target = hall.target;
+    }
+    const Outcome outcome = run({write(dir, kVisit), QStringLiteral("--to"), target});
+    CHECK(outcome.exitCode == 1);
+    CHECK(outcome.err == QStringLiteral("tavola-visit # Failed to reach %1 (Connection refused); look at --to and at the network\n")
+                             .arg(target.mid(4)));
+}
+
 TEST_CASE("visit program: a script with errors is not played, and each error is named with its place")
 {
     const QTemporaryDir dir;
@@ -185,8 +207,10 @@ TEST_CASE("visit program: wrong arguments are told with their remedy")
         {{}, 2, "tavola-visit # No script was given; see --help\n"},
         {{"--fast"}, 2, "tavola-visit # Unknown option --fast; see --help\n"},
         {{"a", "--to"}, 2, "tavola-visit # Missing a value after --to; see --help\n"},
-        {{"a", "--to", "here"}, 2, "tavola-visit # Failed to read --to \"here\"; give HOST:PORT such as 127.0.0.1:3333\n"},
-        {{"a", "--to", "h:70000"}, 2, "tavola-visit # Failed to read --to \"h:70000\"; give HOST:PORT such as 127.0.0.1:3333\n"},
+        {{"a", "--to", "here"}, 2, "tavola-visit # Failed to read --to \"here\"; give HOST:PORT such as 127.0.0.1:3333, or tcp:HOST:PORT\n"},
+        {{"a", "--to", "h:70000"}, 2, "tavola-visit # Failed to read --to \"h:70000\"; give HOST:PORT such as 127.0.0.1:3333, or tcp:HOST:PORT\n"},
+        {{"a", "--to", "tcp:3333"}, 2,
+         "tavola-visit # Failed to read --to \"tcp:3333\"; give HOST:PORT such as 127.0.0.1:3333, or tcp:HOST:PORT\n"},
         {{"a", "--rate", "0"}, 2, "tavola-visit # Failed to read --rate \"0\"; give a number from 1 to 1000\n"},
         {{"a", "--tuio-version", "3"}, 2, "tavola-visit # Failed to read --tuio-version \"3\"; give 1.1 or 2.0\n"},
         {{"a", "b"}, 2, "tavola-visit # More than one file was given (a, b); play them one by one\n"},
@@ -201,5 +225,5 @@ TEST_CASE("visit program: wrong arguments are told with their remedy")
     }
     const Outcome help = run({QStringLiteral("--help")});
     CHECK(help.exitCode == 0);
-    CHECK(help.out.startsWith(QStringLiteral("Usage: tavola-visit FILE [--to HOST:PORT]")));
+    CHECK(help.out.startsWith(QStringLiteral("Usage: tavola-visit FILE [--to [tcp:]HOST:PORT]")));
 }

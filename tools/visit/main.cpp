@@ -3,6 +3,8 @@
 #include "VisitScript.hpp"
 
 #include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -20,6 +22,7 @@
 #include <limits>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace
 {
@@ -28,12 +31,12 @@ constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
 constexpr double kLatestSeconds = 4e9; // a time tag has 32 bits for seconds
 
-const char* const kHelp = R"(Usage: tavola-visit FILE [--to HOST:PORT] [--rate HZ] [--tuio-version 1.1|2.0] [--lift] [--step]
+const char* const kHelp = R"(Usage: tavola-visit FILE [--to [tcp:]HOST:PORT] [--rate HZ] [--tuio-version 1.1|2.0] [--lift] [--step]
                           [--source NAME] [--began SECONDS]
 
-Plays a visit to the table, written down in FILE, as TUIO over UDP.
+Plays a visit to the table, written down in FILE, as TUIO.
 
-  --to HOST:PORT   where the table listens (127.0.0.1:3333)
+  --to HOST:PORT   where the table listens (127.0.0.1:3333), by UDP; as tcp:HOST:PORT by TCP, for which it must listen already
   --rate HZ        frames a second, 1 to 1000 (60); only what changed is sent, and everything once a second
   --tuio-version V 1.1 or 2.0, what the packets are (1.1)
   --lift           lift what is still down when the script ends. Without it, cards and fingers that the script left
@@ -64,6 +67,7 @@ Exit status: 0 played, 1 reading or sending failed, 2 wrong arguments or errors 
 struct Options
 {
     std::string file;
+    bool isStream = false; // TCP
     std::string host = "127.0.0.1";
     std::string port = "3333";
     double rateHz = 60.0;
@@ -80,15 +84,18 @@ bool fail(const std::string& text)
     return false;
 }
 
-bool readTarget(const std::string& text, Options& options)
+bool readTarget(const std::string& given, Options& options)
 {
+    const std::string tcp = "tcp:";
+    options.isStream = given.compare(0, tcp.size(), tcp) == 0;
+    const std::string text = options.isStream ? given.substr(tcp.size()) : given;
     const std::size_t colon = text.rfind(':');
     int port = 0;
     const char* begin = text.data() + (colon == std::string::npos ? text.size() : colon + 1);
     const char* end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(begin, end, port);
     if (colon == 0 || error != std::errc() || stop != end || port < 1 || port > 65535)
-        return fail("Failed to read --to \"" + text + "\"; give HOST:PORT such as 127.0.0.1:3333");
+        return fail("Failed to read --to \"" + given + "\"; give HOST:PORT such as 127.0.0.1:3333, or tcp:HOST:PORT");
     options.host = text.substr(0, colon);
     options.port = std::to_string(port);
     if (options.host.size() > 2 && options.host.front() == '[' && options.host.back() == ']')
@@ -145,7 +152,7 @@ bool readArguments(int count, char** arguments, Options& options)
 int connectTo(const Options& options)
 {
     addrinfo hints{};
-    hints.ai_socktype = SOCK_DGRAM;
+    hints.ai_socktype = options.isStream ? SOCK_STREAM : SOCK_DGRAM;
     addrinfo* found = nullptr;
     const std::string where = options.host + ':' + options.port;
     const int error = getaddrinfo(options.host.c_str(), options.port.c_str(), &hints, &found);
@@ -164,7 +171,29 @@ int connectTo(const Options& options)
     if (descriptor < 0)
         fail("Failed to reach " + where + " (" + std::strerror(errno) + "); look at --to and at the network");
     freeaddrinfo(found);
+    const int yes = 1;
+    if (options.isStream && descriptor >= 0)
+        setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes); // a touch must not wait for the next one
     return descriptor;
+}
+
+/// All of the packet, in a stream led by its length. False with the reason in errno.
+bool sendPacket(int descriptor, const std::vector<char>& packet, bool isStream)
+{
+    if (!isStream)
+        return ::send(descriptor, packet.data(), packet.size(), 0) >= 0;
+    std::vector<char> bytes;
+    for (int shift = 24; shift >= 0; shift -= 8)
+        bytes.push_back(static_cast<char>(packet.size() >> shift));
+    bytes.insert(bytes.end(), packet.begin(), packet.end());
+    std::size_t sent = 0;
+    while (sent < bytes.size()) {
+        const ssize_t size = ::send(descriptor, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+        if (size < 0 && errno != EINTR)
+            return false;
+        sent += size < 0 ? 0 : static_cast<std::size_t>(size);
+    }
+    return true;
 }
 
 /// Returns when the script may be played up to a time: at that time of the clock, or when standard input has asked for it.
@@ -221,8 +250,9 @@ bool play(const Visit::Player& player, int descriptor, const Options& options)
     std::uint64_t sent = 0;
     const auto send = [&](const std::vector<char>& packet) {
         ++sent;
-        // Nobody listening yet (ECONNREFUSED) is no failure: the table may start later, and all is sent again each second.
-        if (::send(descriptor, packet.data(), packet.size(), 0) < 0 && errno != ECONNREFUSED) {
+        // By UDP nobody listening yet (ECONNREFUSED) is no failure: the table may start later, and all is sent again each
+        // second.
+        if (!sendPacket(descriptor, packet, options.isStream) && (options.isStream || errno != ECONNREFUSED)) {
             if (isSent)
                 fail(std::string("Failed to send to ") + options.host + ':' + options.port + " (" +
                      std::strerror(errno) + "); look at --to and at the network");
