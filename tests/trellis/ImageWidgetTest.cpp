@@ -1,67 +1,24 @@
 #include <doctest/doctest.h>
 
 #include "EventLoop.hpp"
+#include "ImageScene.hpp"
 #include "LogCapture.hpp"
 #include "RecordingContext.hpp"
-#include "Scene.hpp"
 
-#include <Trellis/ImageTileWidget.hpp>
 #include <Trellis/ImageWidget.hpp>
 
 #include <QBuffer>
-#include <QDateTime>
 #include <QFile>
 #include <QImage>
 #include <QImageWriter>
-#include <QPainter>
-#include <QTemporaryDir>
 #include <QUrl>
 #include <QtEndian>
 
 using namespace TestSupport;
-using Call = RecordingContext::Call;
-using Trellis::ImageTileWidget;
 using Trellis::ImageWidget;
 
 namespace
 {
-/// Left half of one colour, right half of another.
-QImage halves(int width, int height, QColor left = Qt::red, QColor right = Qt::blue)
-{
-    QImage image(width, height, QImage::Format_RGB32);
-    image.fill(left);
-    QPainter(&image).fillRect(width / 2, 0, width - width / 2, height, right);
-    return image;
-}
-
-struct ImageScene : Scene
-{
-    using Scene::Scene;
-    QTemporaryDir folder;
-
-    QString path(const char* name) const { return folder.filePath(QString::fromLatin1(name)); }
-    QString save(const char* name, const QImage& image)
-    {
-        REQUIRE(image.save(path(name)));
-        return path(name);
-    }
-    ImageWidget& widget(const Vecta::Rect& rect)
-    {
-        auto made = Bedrock::makeIntrusive<ImageWidget>();
-        root().addChild(made);
-        return place(*made, rect);
-    }
-    /// Frames until no picture is under way.
-    void settle()
-    {
-        REQUIRE(pumpUntil([this] {
-            frame();
-            return app.pendingImages() == 0;
-        }));
-        frame();
-    }
-};
-
 void setFit(ImageWidget& widget, const char* fit)
 {
     Facet::StyleValue value;
@@ -236,44 +193,6 @@ TEST_CASE("image widget: a widget that is enlarged a lot gets a sharper picture"
     CHECK(widget.image().width() == sharp);
 }
 
-TEST_CASE("image widget: many widgets with one picture read it once")
-{
-    ImageScene scene;
-    const QString path = scene.save("a.png", halves(100, 100));
-    const long before = scene.app.counters().imagesRead;
-    for (int i = 0; i < 20; ++i)
-        scene.widget({float(i), 0, 100, 100}).load(path);
-    scene.settle();
-    CHECK(scene.app.counters().imagesRead == before + 1);
-    for (const auto& child : scene.root().children())
-        CHECK(static_cast<ImageWidget&>(*child).isLoaded());
-
-    ImageWidget& later = scene.widget({0, 0, 90, 90});
-    later.load(path);
-    scene.frame();
-    CHECK(later.isLoaded()); // from the cache, without waiting
-    scene.settle();
-    CHECK(scene.app.counters().imagesRead == before + 1);
-}
-
-TEST_CASE("image widget: a file that was replaced is read again")
-{
-    ImageScene scene;
-    const QString path = scene.save("a.png", halves(100, 100));
-    ImageWidget& first = scene.widget({0, 0, 100, 100});
-    first.load(path);
-    scene.settle();
-    scene.save("a.png", halves(100, 100, Qt::green, Qt::green));
-    QFile file(path);
-    REQUIRE(file.open(QIODevice::ReadWrite));
-    REQUIRE(file.setFileTime(QDateTime::currentDateTime().addSecs(60), QFileDevice::FileModificationTime));
-    file.close();
-    ImageWidget& second = scene.widget({100, 0, 100, 100});
-    second.load(path);
-    scene.settle();
-    CHECK(scene.picture().pixelColor(120, 50) == QColor(Qt::green));
-}
-
 TEST_CASE("image widget: another source replaces the picture, an empty one shows nothing")
 {
     ImageScene scene;
@@ -303,35 +222,6 @@ TEST_CASE("image widget: a source replaced while its picture is under way does n
     scene.settle();
     CHECK(loaded == 1);
     CHECK(scene.picture().pixelColor(10, 50) == QColor(Qt::green));
-}
-
-TEST_CASE("image widget: a picture that cannot be read is one warning, whoever wants it")
-{
-    ImageScene scene;
-    const QString missing = scene.path("missing.png");
-    QFile broken(scene.path("broken.png"));
-    REQUIRE(broken.open(QIODevice::WriteOnly));
-    broken.write("\x89PNG\r\n\x1a\n and then nothing of the kind");
-    broken.close();
-    expectWarning("ImageWidget # Failed to load image " + missing.toStdString() + " (no such file)");
-    expectWarningStartingWith("ImageWidget # Failed to load image " + broken.fileName().toStdString() + " (");
-    expectWarning("ImageWidget # Failed to load image " + scene.folder.path().toStdString() + " (not a file)");
-    ImageWidget& widget = scene.widget({0, 0, 100, 100});
-    widget.load(missing);
-    for (int i = 0; i < 5; ++i) {
-        scene.widget({0, 0, 100, 100}).load(missing);
-        scene.widget({0, 0, 100, 100}).load(broken.fileName());
-    }
-    scene.widget({0, 0, 10, 10}).load(scene.folder.path());
-    scene.settle();
-    CHECK_FALSE(widget.isLoaded());
-    CHECK(litBounds(scene.picture()).isNull());
-
-    // The file appears; the same load is another try.
-    scene.save("missing.png", halves(100, 100));
-    widget.load(missing);
-    scene.settle();
-    CHECK(widget.isLoaded());
 }
 
 TEST_CASE("image widget: a picture with too many pixels is refused by its header")
@@ -424,57 +314,4 @@ TEST_CASE("image widget: a listener to the picture may remove the widget")
     }
     scene.settle();
     CHECK(scene.root().children().empty());
-}
-
-TEST_CASE("image widget: the application ends while pictures are under way, and the next one reads them")
-{
-    QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("a.png"));
-    REQUIRE(halves(1500, 1500).save(path));
-    {
-        ImageScene scene;
-        for (int i = 1; i < 10; ++i)
-            scene.widget({0, 0, float(64 << i), 100}).load(path);
-        scene.frame();
-        CHECK(scene.app.pendingImages() > 0);
-    }
-    ImageScene scene;
-    CHECK(scene.app.pendingImages() == 0);
-    ImageWidget& widget = scene.widget({0, 0, 100, 100});
-    widget.load(path);
-    scene.settle();
-    CHECK(widget.isLoaded());
-}
-
-TEST_CASE("image tile widget: a picture repeats in its own size over the widget")
-{
-    ImageScene scene;
-    auto made = Bedrock::makeIntrusive<ImageTileWidget>();
-    scene.root().addChild(made);
-    place(*made, {10, 10, 150, 75});
-    made->load(scene.save("tile.png", halves(70, 70)));
-    scene.settle();
-    const QImage image = scene.picture();
-    CHECK(litBounds(image) == QRect(10, 10, 150, 75));
-    for (int x = 0; x < 150; ++x)
-        if (x % 35 > 1 && x % 35 < 33)
-            CHECK(image.pixelColor(10 + x, 12) == QColor(x % 70 < 35 ? Qt::red : Qt::blue));
-    RecordingContext context;
-    scene.app.render(context);
-    CHECK(context.count(Call::Kind::Image) == 6);
-}
-
-TEST_CASE("image tile widget: a ground of tiny tiles takes few drawings and looks the same")
-{
-    ImageScene scene;
-    auto made = Bedrock::makeIntrusive<ImageTileWidget>();
-    scene.root().addChild(made);
-    place(*made, {0, 0, 200, 200});
-    made->load(scene.save("tiny.png", halves(2, 2)), ImageWidget::kBlocking);
-    RecordingContext context;
-    scene.app.render(context);
-    CHECK(context.count(Call::Kind::Image) == 16);
-    const QImage image = scene.picture();
-    for (int x = 0; x < 200; ++x)
-        CHECK(image.pixelColor(x, 100) == QColor(x % 2 == 0 ? Qt::red : Qt::blue));
 }
