@@ -97,8 +97,10 @@ int runTable(const RunOptions& options)
     std::unique_ptr<TableWindow> window;
     if (!options.headless)
         window = openWindow(*table, *presentation, options);
+    // From here on it ends in order when it is told to, so that whoever reads the line may do so.
+    RunLoop loop(*table, window.get(), options.manualClock);
     say(QStringLiteral("%1 is open").arg(presentation->title.isEmpty() ? presentation->folder : presentation->title));
-    return RunLoop(*table, window.get(), options.manualClock).run();
+    return loop.run();
 }
 }
 

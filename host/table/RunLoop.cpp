@@ -22,6 +22,11 @@ double secondsSinceStart()
     }();
     return double(timer.nsecsElapsed()) * 1e-9;
 }
+
+std::unique_ptr<EndSignals> listen()
+{
+    return std::make_unique<EndSignals>([] { QCoreApplication::quit(); });
+}
 }
 
 RunLoop::RunLoop(Table& table, TableWindow* window, bool manualClock)
@@ -30,14 +35,18 @@ RunLoop::RunLoop(Table& table, TableWindow* window, bool manualClock)
 }
 
 RunLoop::RunLoop(Table& table, TableWindow* window, bool manualClock, Clock clock)
-    : m_table(table), m_window(window), m_manualClock(manualClock), m_clock(std::move(clock))
+    : m_table(table), m_window(window), m_manualClock(manualClock), m_clock(std::move(clock)),
+      m_signals(listen())
 {
 }
 
+RunLoop::~RunLoop() = default;
+
 int RunLoop::run()
 {
-    const EndSignals signals([] { QCoreApplication::quit(); });
-    if (!signals.isListening())
+    if (!m_signals)
+        m_signals = listen();
+    if (!m_signals->isListening())
         return 1;
     FramePacer pacer(m_table.isReplay() ? FramePacer::Mode::Replay : FramePacer::Mode::Live,
                      [this](double dt) { return m_table.frame(dt); });
@@ -60,5 +69,7 @@ int RunLoop::run()
     timer.setTimerType(Qt::PreciseTimer);
     if (!m_manualClock || m_window)
         timer.start(kFrameMs);
-    return QCoreApplication::exec();
+    const int code = QCoreApplication::exec();
+    m_signals.reset();
+    return code;
 }

@@ -1,13 +1,15 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 
+class EndSignals;
 class Table;
 class TableWindow;
 
-/// Turns the crank of an open table until it is closed or the program is told to end (SIGINT, SIGTERM). Frames follow the
-/// clock at 60 a second; one in which nothing happens costs next to nothing. A replay takes the time it took on the day; at its
-/// end the table stands still, and a program without a window ends.
+/// Turns the crank of an open table until it is closed or the program is told to end (SIGINT, SIGTERM), also before run() begins.
+/// Frames follow the clock at 60 a second; one in which nothing happens costs next to nothing. A replay takes the time it took
+/// on the day; at its end the table stands still, and a program without a window ends.
 class RunLoop
 {
 public:
@@ -17,6 +19,10 @@ public:
     /// As above, with a clock of its own: seconds since any moment, never going back.
     using Clock = std::function<double()>;
     RunLoop(Table& table, TableWindow* window, bool manualClock, Clock clock);
+    ~RunLoop();
+    RunLoop(const RunLoop&) = delete;
+    RunLoop& operator=(const RunLoop&) = delete;
+
     /// The program's exit code. May be called again.
     int run();
 
@@ -25,4 +31,5 @@ private:
     TableWindow* m_window;
     bool m_manualClock;
     Clock m_clock;
+    std::unique_ptr<EndSignals> m_signals; ///< until a run ends: they are heard once
 };

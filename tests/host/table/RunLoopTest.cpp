@@ -94,6 +94,16 @@ TEST_CASE("run loop: it ends with 0 when the program is told to end, and may run
     CHECK(place.guard.caught() == 1); // as it was before
 }
 
+TEST_CASE("run loop: it ends with 0 when the program was told to end before it ran")
+{
+    Place place;
+    const auto table = place.open();
+    RunLoop loop(*table, nullptr, false);
+    ::raise(SIGTERM);
+    CHECK(loop.run() == 0);
+    CHECK(place.guard.caught() == 0);
+}
+
 TEST_CASE("run loop: frames take the time that the clock says")
 {
     Place place;
