@@ -18,6 +18,8 @@
 #include <algorithm>
 #include <csignal>
 
+#include <sys/stat.h>
+
 namespace
 {
 constexpr int kPatienceMs = 30000;
@@ -88,6 +90,21 @@ QStringList runArguments(const Folder& data, const QString& presentation, const 
     return QStringList{QStringLiteral("run"), presentation, QStringLiteral("--headless"), QStringLiteral("--data"),
                        data.path(QStringLiteral("data"))}
         + (more.contains(QStringLiteral("--tuio")) ? QStringList() : QStringList{QStringLiteral("--tuio"), QStringLiteral("127.0.0.1:0")}) + more;
+}
+
+/// Programs that are started while this lives let everybody read and write what they make, unless they see to it.
+struct OpenHanded
+{
+    OpenHanded() : before(::umask(0)) {}
+    ~OpenHanded() { ::umask(before); }
+    const mode_t before;
+};
+
+/// A file's permissions; -1 when there is none.
+int modeOf(const QString& file)
+{
+    struct stat status = {};
+    return ::stat(QFile::encodeName(file).constData(), &status) == 0 ? int(status.st_mode & 07777) : -1;
 }
 
 QStringList texts(const QJsonArray& log, const char* level)
@@ -223,6 +240,32 @@ TEST_CASE("tavola: by the clock frames run by themselves")
     CHECK(ask(port, "POST", "/frames?count=1").status == 403);
     program.end(SIGTERM);
     CHECK(program.exitCode() == 0);
+}
+
+TEST_CASE("tavola: what it keeps of visitors is its user's alone, whatever the caller allows")
+{
+    const Folder folder;
+    folder.write("show/people.csv", "code,name,email,content-key,kind\n1001,Ann,ann@museum.example,,\n");
+    folder.write("show/presentation.json", R"({"people": "people.csv", "services": {"email-service": [
+        {"server": "smtp://127.0.0.1:9", "sender": {"address": "table@museum.example"}}]}})");
+    const QString data = folder.path("data");
+    const OpenHanded openHanded;
+    SUBCASE("a table")
+    {
+        Program program(runArguments(folder, folder.path("show"), {"--record", folder.path("evening.rec")}));
+        program.told("tavola: (.+) is open\n");
+        program.end(SIGTERM);
+        REQUIRE(program.exitCode() == 0);
+        CHECK(modeOf(data + "/mail/outbox/outbox.sqlite") == 0600);
+        CHECK(modeOf(folder.path("evening.rec")) == 0600);
+    }
+    SUBCASE("a desk")
+    {
+        Program program({"people", "list", folder.path("show"), "--data", data});
+        REQUIRE(program.exitCode() == 0);
+    }
+    CHECK(modeOf(data + "/people.sqlite") == 0600);
+    CHECK(modeOf(data) == 0700);
 }
 
 TEST_CASE("tavola: files with mistakes are told with their places, and the rest of the presentation works")

@@ -9,10 +9,10 @@ QStringList words(const char* line)
     return QString::fromUtf8(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
-RunOptions parsed(const char* line)
+RunOptions parsed(const char* line, RunOptions::Command command = RunOptions::Command::Run)
 {
     QString error;
-    const auto options = RunOptions::parse(words(line), error);
+    const auto options = RunOptions::parse(words(line), error, command);
     REQUIRE_MESSAGE(options, error.toStdString());
     return *options;
 }
@@ -113,6 +113,46 @@ TEST_CASE("run options: arguments that make no sense are refused with what would
         CHECK_FALSE(RunOptions::parse(words(row.line), error));
         CHECK(error.toStdString() == row.error);
     }
+}
+
+TEST_CASE("run options: what is recorded and drawn is asked for, and nothing otherwise")
+{
+    const RunOptions usual = parsed("gallery");
+    CHECK_FALSE(usual.hasTuio);
+    CHECK_FALSE(usual.showInput);
+    CHECK(usual.recordFile.isEmpty());
+    CHECK(usual.replayFile.isEmpty());
+    const RunOptions options = parsed("gallery --record evening.rec --show-input --tuio 0");
+    CHECK(options.hasTuio);
+    CHECK(options.showInput);
+    CHECK(options.recordFile == "evening.rec");
+    CHECK(options.presentation == "gallery");
+}
+
+TEST_CASE("run options: a replay has a recording, and a presentation if need be")
+{
+    const RunOptions alone = parsed("evening.rec --show-input", RunOptions::Command::Replay);
+    CHECK(alone.replayFile == "evening.rec");
+    CHECK(alone.presentation.isEmpty());
+    CHECK(alone.showInput);
+    const RunOptions both = parsed("--headless evening.rec gallery --inspect 0 --manual-clock", RunOptions::Command::Replay);
+    CHECK(both.replayFile == "evening.rec");
+    CHECK(both.presentation == "gallery");
+    CHECK(both.manualClock);
+}
+
+TEST_CASE("run options: what makes no sense in a replay is refused")
+{
+    QString error;
+    CHECK_FALSE(RunOptions::parse({}, error, RunOptions::Command::Replay));
+    CHECK(error == "which recording? Give a file that was made by tavola run --record");
+    for (const char* line : {"a.rec p --tuio 3333", "a.rec p --record b.rec", "a.rec p --size 800x600"}) {
+        CAPTURE(line);
+        CHECK_FALSE(RunOptions::parse(words(line), error, RunOptions::Command::Replay));
+        CHECK(error == "--tuio, --size and --record make no sense in a replay: the recording has the input and the size");
+    }
+    CHECK_FALSE(RunOptions::parse(words("a.rec p q"), error, RunOptions::Command::Replay));
+    CHECK(error == "one presentation at a time: q is one too many");
 }
 
 TEST_CASE("run options: the help names every option")

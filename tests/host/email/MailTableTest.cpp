@@ -107,16 +107,6 @@ TEST_CASE("run options: the mail server of the command line must be one")
     CHECK(error == "--mail-server wants an address that begins with smtp:// or smtps://");
 }
 
-TEST_CASE("data folder: each e-mail service has a folder of its own, whatever its name")
-{
-    CHECK(dataFolder("/show", "/data") == "/data");
-    CHECK(dataFolder("/a/show", "") != dataFolder("/b/show", ""));
-    CHECK(QFileInfo(dataFolder("/a/show", "")).fileName().startsWith("show-"));
-    CHECK(outboxFolder("/data", "") == "/data/mail/outbox");
-    CHECK(outboxFolder("/data", "post") == "/data/mail/outbox-post");
-    CHECK(outboxFolder("/data", "../x") == "/data/mail/outbox-..%2Fx");
-}
-
 TEST_CASE("tavola: a table sends what an earlier one kept, and the inspector shows its outbox")
 {
     MailBench bench;

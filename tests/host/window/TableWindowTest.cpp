@@ -1,8 +1,11 @@
 #include "window/TableWindow.hpp"
 
+#include "commands/RunOptions.hpp"
+
 #include <Tavola/Tavola.hpp>
 #include <Tavola/UserInterface.hpp>
 #include <Trellis/Application.hpp>
+#include <Trellis/GrabManager.hpp>
 #include <Trellis/Widget.hpp>
 
 #include <doctest/doctest.h>
@@ -12,6 +15,8 @@
 #include <QMouseEvent>
 #include <QWheelEvent>
 #include <QWindow>
+
+#include <vector>
 
 namespace
 {
@@ -53,6 +58,14 @@ struct Fixture
         QKeyEvent event(type, code, Qt::NoModifier);
         QGuiApplication::sendEvent(window, &event);
     }
+    /// One step of a mouse's wheel, or as many as `angle` has of 120.
+    void wheel(QPointF point, int angle)
+    {
+        QWheelEvent event(point, point, QPoint(), QPoint(0, angle), Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+        QGuiApplication::sendEvent(window, &event);
+        application.frame(0.01);
+    }
+    std::vector<Tactile::Marker> cards() const { return application.grabManager()->currentSample().markers; }
 
     Trellis::Application application{{640.f, 480.f}};
     std::shared_ptr<Tavola::Tavola> tavola = Tavola::Tavola::create();
@@ -93,6 +106,62 @@ TEST_CASE("table window: a click while a digit is held puts a card down, a click
     f.click({210, 210});
     CHECK(f.cardsDown == 1);
     CHECK(f.taps == 1);
+}
+
+TEST_CASE("table window: the wheel turns the card under it by 15 degrees a step, and no other")
+{
+    constexpr double kStepRadians = 3.14159265358979 / 12.0;
+    Fixture f;
+    f.key(QEvent::KeyPress, Qt::Key_1);
+    f.click({200, 200});
+    f.key(QEvent::KeyRelease, Qt::Key_1);
+    f.key(QEvent::KeyPress, Qt::Key_2);
+    f.click({500, 300});
+    f.key(QEvent::KeyRelease, Qt::Key_2);
+    REQUIRE(f.cards().size() == 2);
+    const double other = double(f.cards()[1].rotation());
+
+    f.wheel({210, 210}, 120);
+    CHECK(double(f.cards()[0].rotation()) == doctest::Approx(kStepRadians));
+    f.wheel({210, 210}, 60);
+    CHECK(double(f.cards()[0].rotation()) == doctest::Approx(1.5 * kStepRadians));
+    f.wheel({210, 210}, -240);
+    CHECK(double(f.cards()[0].rotation()) == doctest::Approx(23.5 * kStepRadians));
+    f.wheel({350, 60}, 120); // where no card lies
+    CHECK(double(f.cards()[0].rotation()) == doctest::Approx(23.5 * kStepRadians));
+    CHECK(double(f.cards()[1].rotation()) == other);
+}
+
+TEST_CASE("table window: F11 switches full screen, when it is pressed and not when it is let go")
+{
+    Fixture f;
+    REQUIRE(f.window->windowState() == Qt::WindowNoState);
+    f.key(QEvent::KeyPress, Qt::Key_F11);
+    CHECK(f.window->windowState() == Qt::WindowFullScreen);
+    f.key(QEvent::KeyRelease, Qt::Key_F11);
+    CHECK(f.window->windowState() == Qt::WindowFullScreen);
+    f.key(QEvent::KeyPress, Qt::Key_F11);
+    CHECK(f.window->windowState() == Qt::WindowNoState);
+    CHECK_FALSE(f.table.isClosed());
+}
+
+TEST_CASE("table window: a run without wishes opens a usual one, and each wish is passed on")
+{
+    using Drawing = Lantern::WindowOptions::Drawing;
+    RunOptions run;
+    const Lantern::WindowOptions usual = TableWindow::options("Rooms", run, {800, 600});
+    CHECK(usual.title == "Rooms");
+    CHECK(usual.size == QSize(800, 600));
+    CHECK_FALSE(usual.isFullScreen);
+    CHECK(usual.drawing == Drawing::Raster);
+
+    run.fullScreen = true;
+    CHECK(TableWindow::options("Rooms", run, {800, 600}).isFullScreen);
+    CHECK(TableWindow::options("Rooms", run, {800, 600}).drawing == Drawing::Raster);
+    run.fullScreen = false;
+    run.openGL = true;
+    CHECK(TableWindow::options("Rooms", run, {800, 600}).drawing == Drawing::OpenGl);
+    CHECK_FALSE(TableWindow::options("Rooms", run, {800, 600}).isFullScreen);
 }
 
 TEST_CASE("table window: Escape closes it, and so does the window's own button")
