@@ -21,6 +21,7 @@ namespace {
 
 constexpr std::chrono::seconds kGraceTime { 2 };
 constexpr std::chrono::milliseconds kAcceptPause { 100 };
+constexpr int kAcceptedAtOnce = 16;
 
 } // namespace
 
@@ -29,7 +30,7 @@ struct HttpServer::Private final : HttpConnection::Server {
     ~Private() { tornDown = true; }
 
     void acceptNext();
-    void accepted(const error_code& error, tcp::socket socket);
+    void accept(error_code error);
     void letIn(tcp::socket socket);
     void connectionEnded(HttpConnection* connection) override;
     void beginStop();
@@ -50,31 +51,36 @@ void HttpServer::Private::acceptNext()
 {
     if (stopping)
         return;
-    acceptor.async_accept([this](error_code error, tcp::socket socket) { accepted(error, std::move(socket)); });
+    acceptor.async_wait(tcp::acceptor::wait_read, [this](error_code error) {
+        if (!stopping)
+            accept(error);
+    });
 }
 
-void HttpServer::Private::accepted(const error_code& error, tcp::socket socket)
+void HttpServer::Private::accept(error_code error)
 {
-    if (stopping)
-        return;
-    if (error == asio::error::connection_aborted)
-        return acceptNext();
-    if (error) {
-        // Most likely out of descriptors, which passes when connections end; trying at once would only burn time.
-        acceptFailed.log(QStringLiteral("A connection could not be accepted"), QString::fromStdString(error.message()));
-        acceptTimer.expires_after(kAcceptPause);
-        acceptTimer.async_wait([this](error_code cancelled) {
-            if (!cancelled)
-                acceptNext();
-        });
-        return;
+    // With many downloads under way it takes a while until the event loop comes back here, so more than one comes in at a
+    // time; but only a few, so that they are heard before they have to make room for the next.
+    for (int i = 0; i < kAcceptedAtOnce && !error; ++i) {
+        tcp::socket socket = acceptor.accept(error);
+        if (!error)
+            letIn(std::move(socket));
+        else if (error == asio::error::connection_aborted)
+            error.clear();
     }
-    acceptNext();
-    letIn(std::move(socket));
+    if (!error || error == asio::error::would_block)
+        return acceptNext();
+    // Most likely out of descriptors, which passes when connections end; trying at once would only burn time.
+    acceptFailed.log(QStringLiteral("A connection could not be accepted"), QString::fromStdString(error.message()));
+    acceptTimer.expires_after(kAcceptPause);
+    acceptTimer.async_wait([this](error_code cancelled) {
+        if (!cancelled)
+            acceptNext();
+    });
 }
 
 void HttpServer::Private::letIn(tcp::socket socket)
-{
+try {
     error_code ignored;
     socket.set_option(tcp::no_delay(true), ignored);
     error_code remoteError;
@@ -91,6 +97,8 @@ void HttpServer::Private::letIn(tcp::socket socket)
                  QStringLiteral("%1 connections").arg(limits.clients.connections));
     }
     connection->readNext();
+} catch (const std::exception& error) {
+    logWarning(QStringLiteral("A connection was given up"), QString::fromLocal8Bit(error.what()));
 }
 
 void HttpServer::Private::connectionEnded(HttpConnection* connection)
@@ -148,7 +156,7 @@ Result<HttpServer::Listening> HttpServer::listen(const QString& address, quint16
     d->acceptor.set_option(tcp::acceptor::reuse_address(true), error);
     if (d->acceptor.bind(wanted, error))
         return failed("listen on");
-    if (d->acceptor.listen(tcp::acceptor::max_listen_connections, error))
+    if (d->acceptor.listen(tcp::acceptor::max_listen_connections, error) || d->acceptor.non_blocking(true, error))
         return failed("listen on");
 
     Listening listening;
