@@ -1,5 +1,6 @@
 #include "../support/LogCapture.hpp"
 #include "LoopbackStream.hpp"
+#include "SampleText.hpp"
 #include "TestTable.hpp"
 
 #include <Tactile/DatagramPlayer.hpp>
@@ -384,24 +385,6 @@ TEST_CASE("tcp source: a handler that throws costs one packet")
 
 namespace
 {
-std::string describe(const Tactile::Sample& sample)
-{
-    std::string text;
-    const auto object = [&text](const Tactile::TrackedObject& o) {
-        text += ' ' + std::to_string(o.id()) + ' ' + std::to_string(o.code()) + ' ' + std::to_string(o.centerLocation().x) + ' ' +
-            std::to_string(o.centerLocation().y) + ' ' + std::to_string(o.rotation()) + ';';
-    };
-    for (const auto& change : sample.changes) {
-        text += "change " + std::to_string(static_cast<int>(change.kind));
-        object(change.object);
-    }
-    for (const auto& finger : sample.fingers)
-        object(finger);
-    for (const auto& marker : sample.markers)
-        object(marker);
-    return text;
-}
-
 /// The packets of a visit, in both versions of TUIO, frame by frame.
 std::vector<std::vector<std::vector<char>>> visit()
 {

@@ -1,11 +1,9 @@
+#include "TuioBench.hpp"
+
 #include <Tactile/OscWriter.hpp>
-#include <Tactile/TuioDecoder.hpp>
-#include <Tactile/TuioEncoder.hpp>
 
 #include <doctest/doctest.h>
 
-#include <cmath>
-#include <limits>
 #include <random>
 #include <string>
 
@@ -15,56 +13,12 @@ using Tactile::TuioDecoder;
 using Tactile::TuioDrop;
 using Tactile::TuioEncoder;
 using Tactile::TuioProfile;
+using TestTuio::Bench;
+using TestTuio::cards;
+using TestTuio::fingers;
 
 namespace
 {
-struct Bench
-{
-    TuioDecoder decoder;
-    std::vector<ContactEvent> events;
-    SenderAddress sender = SenderAddress::fromIpv4(127, 0, 0, 1, 5000);
-
-    /// What the packet changed, in short: "appear 5 vanish 7".
-    std::string feed(const std::vector<char>& packet, std::uint16_t listener = 0)
-    {
-        events.clear();
-        decoder.decode({packet.data(), packet.size(), sender}, listener, events);
-        static const char* const kNames[] = {"seen", "appear", "move", "vanish", "cancel"};
-        std::string text;
-        for (const ContactEvent& e : events)
-            if (e.kind != ContactEvent::Kind::Seen)
-                text += (text.empty() ? "" : " ") + std::string(kNames[static_cast<int>(e.kind)]) + ' ' +
-                        std::to_string(e.key.session);
-        return text;
-    }
-    [[nodiscard]] std::uint64_t drops(TuioDrop cause) const
-    {
-        return decoder.counters().drops[static_cast<std::size_t>(cause)];
-    }
-};
-
-std::vector<char> fingers(std::int32_t frame, const std::vector<std::int32_t>& alive,
-                          const std::vector<std::int32_t>& sets, float x = 0.5f, const std::string& source = {})
-{
-    TuioEncoder encoder(source);
-    encoder.begin(TuioProfile::Cursors);
-    encoder.alive(alive);
-    for (const std::int32_t s : sets)
-        encoder.setCursor(s, x, 0.5f);
-    return encoder.finish(frame);
-}
-
-std::vector<char> cards(std::int32_t frame, const std::vector<std::int32_t>& alive,
-                        const std::vector<std::int32_t>& sets, std::int32_t code = 1001, float x = 0.5f, float angle = 0.f)
-{
-    TuioEncoder encoder;
-    encoder.begin(TuioProfile::Objects);
-    encoder.alive(alive);
-    for (const std::int32_t s : sets)
-        encoder.setObject(s, code, x, 0.5f, angle);
-    return encoder.finish(frame);
-}
-
 /// A single message of ints and floats behind its command.
 std::vector<char> single(const std::string& address, const std::string& tags, const std::string& command,
                          const std::vector<double>& arguments)
@@ -107,54 +61,6 @@ TEST_CASE("tuio decoder: a card, a finger and a blob appear with place, turn and
     CHECK(bench.events[0].code == 0);
     CHECK(bench.decoder.counters().sources.at(0).fingers == 2);
     CHECK(bench.decoder.counters().sources.at(0).markers == 1);
-}
-
-TEST_CASE("tuio decoder: the same session number of a card, a finger and a blob are three contacts")
-{
-    Bench bench;
-    bench.feed(cards(1, {5}, {5}));
-    const auto card = bench.events[0].key;
-    bench.feed(fingers(1, {5}, {5}));
-    CHECK_FALSE(bench.events[0].key == card);
-    CHECK(bench.feed(cards(2, {}, {})) == "vanish 5");
-    CHECK(bench.events[0].key == card);
-}
-
-TEST_CASE("tuio decoder: a contact lives as long as the alive lists name it")
-{
-    Bench bench;
-    CHECK(bench.feed(fingers(1, {1, 2}, {1, 2})) == "appear 1 appear 2");
-    CHECK(bench.feed(fingers(2, {1, 2}, {})) == "");
-    CHECK(bench.feed(fingers(3, {1, 2}, {2}, 0.6f)) == "move 2");
-    CHECK(bench.feed(fingers(4, {1, 2}, {2}, 0.6f)) == "");
-    CHECK(bench.feed(fingers(5, {2}, {})) == "vanish 1");
-    CHECK(bench.feed(fingers(6, {}, {})) == "vanish 2");
-}
-
-TEST_CASE("tuio decoder: an id that is alive but was never set has no place yet")
-{
-    Bench bench;
-    CHECK(bench.feed(fingers(1, {1}, {})) == "");
-    CHECK(bench.feed(fingers(2, {1}, {})) == "");
-    CHECK(bench.feed(fingers(3, {1}, {1})) == "appear 1");
-    CHECK(bench.feed(fingers(4, {1, 2}, {})) == "");
-    CHECK(bench.feed(fingers(5, {1}, {})) == "");
-}
-
-TEST_CASE("tuio decoder: a set whose id is not alive is ignored and counted")
-{
-    Bench bench;
-    CHECK(bench.feed(fingers(1, {1}, {1, 2})) == "appear 1");
-    CHECK(bench.drops(TuioDrop::NotAlive) == 1);
-    CHECK(bench.feed(fingers(2, {1, 2}, {})) == "");
-}
-
-TEST_CASE("tuio decoder: ids that stand twice in an alive list are one")
-{
-    Bench bench;
-    CHECK(bench.feed(fingers(1, {1, 2, 1, 1}, {1, 2})) == "appear 1 appear 2");
-    CHECK(bench.feed(fingers(2, {2, 1}, {})) == "");
-    CHECK(bench.feed(fingers(3, {2, 2}, {})) == "vanish 1");
 }
 
 TEST_CASE("tuio decoder: a late frame is dropped whole")
@@ -216,44 +122,6 @@ TEST_CASE("tuio decoder: frames are counted for each profile and source by itsel
     CHECK(bench.feed(fingers(460, {1}, {1}, 0.5f, "right@cam")) == "appear 1");
     CHECK(bench.feed(fingers(481, {1}, {1}, 0.6f, "left@cam")) == "move 1");
     CHECK(bench.drops(TuioDrop::Late) == 0);
-}
-
-TEST_CASE("tuio decoder: a source is known by its name, from whichever port it sends")
-{
-    Bench bench;
-    CHECK(bench.feed(fingers(1, {1}, {1}, 0.5f, "cam@left")) == "appear 1");
-    bench.sender = SenderAddress::fromIpv4(127, 0, 0, 1, 5001);
-    CHECK(bench.feed(fingers(2, {1}, {1}, 0.6f, "cam@left")) == "move 1");
-    CHECK(bench.feed(fingers(3, {1}, {1}, 0.6f, "cam@right")) == "appear 1");
-    CHECK(bench.decoder.counters().sources.size() == 2);
-    CHECK(bench.decoder.counters().sources[0].name == "cam@left");
-}
-
-TEST_CASE("tuio decoder: a source name without an at sign means this machine")
-{
-    Bench bench;
-    bench.feed(fingers(1, {1}, {1}, 0.5f, "cam"));
-    CHECK(bench.feed(fingers(2, {1}, {1}, 0.6f, "cam@localhost")) == "move 1");
-    CHECK(bench.decoder.counters().sources.at(0).name == "cam@localhost");
-}
-
-TEST_CASE("tuio decoder: a source without a name is known by its address, and keeps its contacts when it names itself")
-{
-    Bench bench;
-    CHECK(bench.feed(fingers(1, {1}, {1})) == "appear 1");
-    CHECK(bench.decoder.counters().sources.at(0).name == "127.0.0.1:5000");
-    CHECK(bench.feed(fingers(2, {1}, {1}, 0.6f, "cam@left")) == "move 1");
-    CHECK(bench.feed(fingers(3, {1}, {1}, 0.7f)) == "move 1");
-    REQUIRE(bench.decoder.counters().sources.size() == 1);
-    CHECK(bench.decoder.counters().sources[0].name == "cam@left");
-}
-
-TEST_CASE("tuio decoder: the same source on two listeners is two sources")
-{
-    Bench bench;
-    CHECK(bench.feed(fingers(1, {1}, {1}, 0.5f, "cam@left"), 0) == "appear 1");
-    CHECK(bench.feed(fingers(2, {1}, {1}, 0.6f, "cam@left"), 1) == "appear 1");
-    CHECK(bench.events[0].listener == 1);
 }
 
 TEST_CASE("tuio decoder: single messages take effect at their fseq")
@@ -346,117 +214,6 @@ TEST_CASE("tuio decoder: a malformed message drops its packet and leaves the sta
     }
 }
 
-TEST_CASE("tuio decoder: a set that is no number or infinite is dropped, the others of its frame are not")
-{
-    for (const float bad : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
-                            -std::numeric_limits<float>::infinity()}) {
-        Bench bench;
-        TuioEncoder encoder;
-        encoder.begin(TuioProfile::Objects);
-        encoder.alive({1, 2, 3, 4});
-        encoder.setObject(1, 11, bad, 0.5f, 0.f);
-        encoder.setObject(2, 12, 0.5f, bad, 0.f);
-        encoder.setObject(3, 13, 0.5f, 0.5f, bad);
-        encoder.setObject(4, 14, 0.5f, 0.5f, 0.f);
-        CHECK(bench.feed(encoder.finish(1)) == "appear 4");
-        CHECK(bench.drops(TuioDrop::NotFinite) == 3);
-    }
-}
-
-TEST_CASE("tuio decoder: a place slightly beside the surface is clamped to it, one further out is dropped")
-{
-    struct Row
-    {
-        float sent;
-        bool isTaken;
-        float x;
-    };
-    for (const Row& row : {Row{-0.04f, true, 0.f}, Row{1.04f, true, 1.f}, Row{0.f, true, 0.f}, Row{1.f, true, 1.f},
-                           Row{-0.06f, false, 0.f}, Row{1.06f, false, 0.f}, Row{1e30f, false, 0.f}}) {
-        CAPTURE(row.sent);
-        Bench bench;
-        CHECK(bench.feed(fingers(1, {1}, {1}, row.sent)) == (row.isTaken ? "appear 1" : ""));
-        if (row.isTaken)
-            CHECK(bench.events[0].position.x == row.x);
-        CHECK(bench.drops(TuioDrop::OutOfRange) == (row.isTaken ? 0u : 1u));
-    }
-}
-
-TEST_CASE("tuio decoder: angles are wrapped into one turn")
-{
-    Bench bench;
-    bench.feed(cards(1, {1}, {1}, 1, 0.5f, -1.f));
-    CHECK(bench.events[0].rotationRadians == doctest::Approx(5.283185307));
-    bench.feed(cards(2, {1}, {1}, 1, 0.5f, 100.f));
-    CHECK(bench.events[0].rotationRadians == doctest::Approx(std::fmod(100.0, 6.283185307179586)));
-}
-
-TEST_CASE("tuio decoder: a card whose code changes under its session is another card")
-{
-    Bench bench;
-    bench.feed(cards(1, {1}, {1}, 1001));
-    CHECK(bench.feed(cards(2, {1}, {1}, 1002)) == "vanish 1 appear 1");
-    CHECK(bench.events[0].code == 1001);
-    CHECK(bench.events[1].code == 1002);
-}
-
-TEST_CASE("tuio decoder: a negative code is no card")
-{
-    Bench bench;
-    CHECK(bench.feed(cards(1, {1}, {1}, -1)) == "");
-    CHECK(bench.drops(TuioDrop::OutOfRange) == 1);
-}
-
-TEST_CASE("tuio decoder: of more fingers and markers than fit, the newest wait until there is room")
-{
-    std::vector<std::int32_t> ids;
-    for (std::int32_t i = 1; i <= 257; ++i)
-        ids.push_back(i);
-    Bench bench;
-    bench.feed(fingers(1, ids, ids));
-    CHECK(bench.decoder.counters().sources.at(0).fingers == 256);
-    CHECK(bench.drops(TuioDrop::FingerCap) == 1);
-    ids.erase(ids.begin());
-    CHECK(bench.feed(fingers(2, ids, {257})) == "vanish 1 appear 257");
-
-    TuioEncoder encoder;
-    encoder.begin(TuioProfile::Blobs);
-    encoder.alive({1});
-    encoder.setBlob(1, 0.5f, 0.5f, 0.f, 0.1f, 0.1f);
-    CHECK(bench.feed(encoder.finish(1)) == "");
-    CHECK(bench.drops(TuioDrop::FingerCap) == 2);
-
-    ids.resize(65);
-    bench.feed(cards(1, ids, ids));
-    CHECK(bench.decoder.counters().sources.at(0).markers == 64);
-    CHECK(bench.drops(TuioDrop::MarkerCap) == 1);
-}
-
-TEST_CASE("tuio decoder: the seventeenth source is dropped until another one is lost")
-{
-    Bench bench;
-    for (int i = 0; i < 17; ++i)
-        CHECK(bench.feed(fingers(1, {1}, {1}, 0.5f, "cam" + std::to_string(i))) == (i < 16 ? "appear 1" : ""));
-    CHECK(bench.drops(TuioDrop::SourceCap) == 1);
-    CHECK(bench.decoder.counters().sources.size() == 16);
-    bench.decoder.sourceLost(3);
-    CHECK(bench.feed(fingers(2, {1}, {1}, 0.5f, "cam16")) == "appear 1");
-    CHECK(bench.events[0].key.source == 3);
-    CHECK(bench.feed(fingers(2, {1}, {1}, 0.5f, "cam3")) == "");
-    CHECK(bench.drops(TuioDrop::SourceCap) == 2);
-}
-
-TEST_CASE("tuio decoder: more senders than it remembers do no harm to the sources")
-{
-    Bench bench;
-    for (int i = 0; i < 200; ++i) {
-        bench.sender.port = static_cast<std::uint16_t>(6000 + i);
-        bench.feed(fingers(i, {1}, {1}, 0.5f, "cam"));
-    }
-    CHECK(bench.decoder.counters().sources.size() == 1);
-    CHECK(bench.decoder.counters().sources[0].frames == 200);
-}
-
 TEST_CASE("tuio decoder: other profiles, commands and protocols are skipped and counted, the rest of the packet is used")
 {
     Bench bench;
@@ -501,23 +258,6 @@ TEST_CASE("tuio decoder: a malformed packet makes no source, and tells first whe
     CHECK(bench.decoder.firstRefused().cause == Tactile::OscRefusal::NotMultipleOfFour);
     CHECK(bench.decoder.firstRefused().sender == bench.sender);
     CHECK(bench.decoder.counters().refusals[static_cast<std::size_t>(Tactile::OscRefusal::Empty)] == 1);
-}
-
-TEST_CASE("tuio decoder: a source that was lost shows its cards anew where they were, and its fingers after they were lifted")
-{
-    Bench bench;
-    bench.feed(cards(300, {1}, {1}, 1001, 0.25f));
-    bench.feed(fingers(300, {2}, {2}));
-    bench.decoder.sourceLost(0);
-    CHECK(bench.decoder.counters().sources.at(0).isLost);
-    CHECK(bench.decoder.counters().sources[0].markers == 0);
-
-    CHECK(bench.feed(cards(301, {1}, {})) == "appear 1");
-    CHECK(bench.events[0].position.x == 0.25f);
-    CHECK_FALSE(bench.decoder.counters().sources[0].isLost);
-    CHECK(bench.feed(fingers(301, {2}, {2}, 0.9f)) == "");
-    CHECK(bench.feed(fingers(302, {}, {})) == "");
-    CHECK(bench.feed(fingers(303, {3}, {3})) == "appear 3");
 }
 
 TEST_CASE("tuio decoder: after a loss any lower frame number is a restart")

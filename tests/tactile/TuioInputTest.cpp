@@ -4,11 +4,9 @@
 #include <doctest/doctest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 
-#include <chrono>
-
-using Tactile::SenderAddress;
 using Tactile::TuioDrop;
 
 TEST_CASE("tuio input: a card and a finger lie where their table's rectangle puts them")
@@ -131,88 +129,6 @@ TEST_CASE("tuio input: lost, doubled and swapped packets end in the state of the
     CHECK(table.changes() == "down 1 down 2 move 1");
     CHECK(table.sample.fingers.at(0).centerLocation().x == doctest::Approx(300));
     CHECK(table.drops(TuioDrop::Late) == 1);
-}
-
-TEST_CASE("tuio input: a torn packet changes nothing, the first is logged, and then one line every 10 s with the counts")
-{
-    TestTable table;
-    table.fingers({{1, 0.5f, 0.5f}});
-    table.frame();
-    auto torn = TestTable::fingersPacket(2, {{1, 0.9f, 0.9f}});
-    torn.resize(torn.size() - 8);
-    TestSupport::expectWarning("TuioDecoder::decode # Dropped a datagram (from 127.0.0.1:5000, an element size that does not "
-                               "fit the packet); the table stays as it was");
-    table.datagrams->send(torn);
-    table.frame();
-    CHECK(table.changes() == "");
-
-    table.datagrams->send(torn);
-    table.datagrams->send({'x'});
-    table.frame();
-    table.frame(4.0);
-    table.datagrams->send({'x'});
-    table.fingers({{1, 0.5f, 0.5f}});
-    table.frame(4.0);
-    TestSupport::expectWarning("TuioDecoder::decode # Dropped 3 more datagrams (2 with a size that is no multiple of 4, 1 "
-                               "with an element size that does not fit the packet)");
-    table.fingers({{1, 0.5f, 0.5f}});
-    table.frame(2.5);
-    table.fingers({{1, 0.5f, 0.5f}});
-    table.frame(4.0);
-    CHECK(table.drops(TuioDrop::Malformed) == 4);
-    CHECK(table.sample.fingers.size() == 1);
-}
-
-TEST_CASE("tuio input: a message of another kind is told once and is no warning")
-{
-    TestTable table;
-    Tactile::OscWriter writer;
-    writer.beginMessage("/tuio/3Dcur", ",s");
-    writer.addString("alive");
-    writer.endMessage();
-    table.datagrams->send(writer.packet());
-    table.datagrams->send(writer.packet());
-    table.frame();
-    table.frame();
-    int lines = 0;
-    for (const auto& line : TestSupport::loggedLines())
-        lines += line.text == "TuioDecoder::decode # Skipped a message of another kind (/tuio/3Dcur); further ones are only "
-                              "counted";
-    CHECK(lines == 1);
-    CHECK(table.drops(TuioDrop::UnknownMessage) == 2);
-}
-
-TEST_CASE("tuio input: each limit is warned of once")
-{
-    TestTable table;
-    std::vector<TestTable::Card> cards;
-    for (int i = 0; i < 66; ++i)
-        cards.push_back({i, 2000 + i, 0.015f * float(i), 0.5f});
-    TestSupport::expectWarning("TuioDecoder::decode # Reached a limit at a@b (more than 64 markers at once; the newest are "
-                               "dropped)");
-    table.cards(cards);
-    table.frame();
-    table.cards(cards);
-    table.frame();
-    CHECK(table.sample.markers.size() == 64);
-
-    std::vector<TestTable::Finger> fingers;
-    for (int i = 0; i < 257; ++i)
-        fingers.push_back({i, 0.003f * float(i), 0.1f});
-    TestSupport::expectWarning("TuioDecoder::decode # Reached a limit at a@b (more than 256 fingers at once; the newest are "
-                               "dropped)");
-    table.fingers(fingers);
-    table.frame();
-    table.frame();
-    CHECK(table.sample.fingers.size() == 256);
-
-    TestSupport::expectWarning("TuioDecoder::decode # Reached a limit at the table (more than 16 senders at once; the newest "
-                               "are dropped)");
-    for (int i = 0; i < 20; ++i)
-        table.datagrams->send(TestTable::fingersPacket(1, {}, "cam" + std::to_string(i)));
-    table.frame();
-    table.frame();
-    CHECK(table.input.counters().sources.size() == 16);
 }
 
 TEST_CASE("tuio input: a sender that falls silent is told, its finger is cancelled and its card leaves")

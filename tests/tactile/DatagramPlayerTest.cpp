@@ -1,91 +1,19 @@
 #include "../support/LogCapture.hpp"
+#include "RecordingFolder.hpp"
 #include "TestTable.hpp"
 
-#include <Tactile/DatagramPlayer.hpp>
-#include <Tactile/DatagramRecorder.hpp>
 #include <VisitPackets.hpp>
 
 #include <doctest/doctest.h>
 
-#include <QFile>
-#include <QTemporaryDir>
-
-#include <sys/resource.h>
-
 #include <set>
-#include <sstream>
 
 using Tactile::DatagramPlayer;
 using Tactile::DatagramRecorder;
+using Folder = RecordingFolder;
 
 namespace
 {
-/// Everything that a frame says, to the last bit.
-std::string describe(const Tactile::Sample& sample)
-{
-    std::ostringstream text;
-    text << std::hexfloat;
-    const auto object = [&text](const Tactile::TrackedObject& o) {
-        text << ' ' << o.id() << ' ' << o.code() << ' ' << o.centerLocation().x << ' ' << o.centerLocation().y << ' '
-             << o.rotation() << ';';
-    };
-    for (const auto& change : sample.changes) {
-        text << "change " << static_cast<int>(change.kind);
-        object(change.object);
-    }
-    for (const auto& finger : sample.fingers)
-        object(finger);
-    for (const auto& marker : sample.markers)
-        object(marker);
-    return text.str();
-}
-
-struct Folder
-{
-    QTemporaryDir dir;
-    std::string file = dir.filePath(QStringLiteral("evening.rec")).toStdString();
-
-    [[nodiscard]] QByteArray bytes() const
-    {
-        QFile f(QString::fromStdString(file));
-        REQUIRE(f.open(QIODevice::ReadOnly));
-        return f.readAll();
-    }
-    void write(const QByteArray& bytes) const
-    {
-        QFile f(QString::fromStdString(file));
-        REQUIRE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        f.write(bytes);
-    }
-    [[nodiscard]] std::unique_ptr<DatagramRecorder> record() const
-    {
-        std::string error;
-        auto recorder = DatagramRecorder::create(file, error, [] { return 0.0; });
-        REQUIRE(error.empty());
-        REQUIRE(recorder);
-        return recorder;
-    }
-    /// What each frame of the recording says.
-    [[nodiscard]] std::vector<std::string> replay() const
-    {
-        std::string error;
-        auto player = DatagramPlayer::open(file, error);
-        REQUIRE(error.empty());
-        REQUIRE(player);
-        Tactile::TuioInput input(player->settings());
-        Tactile::Sample sample;
-        std::vector<std::string> frames;
-        double now = 0.0;
-        while (const auto frame = player->nextFrame(input)) {
-            input.takeSample(now += frame->dtSeconds, sample);
-            frames.push_back(describe(sample));
-            CHECK(frame->number == frames.size());
-        }
-        CHECK_FALSE(player->nextFrame(input));
-        return frames;
-    }
-};
-
 Visit::Player visit()
 {
     auto parsed = Visit::parseScript("size 1000 1000\n"
@@ -169,9 +97,36 @@ std::vector<std::string> recordVisit(const Folder& folder, Visit::TuioVersion ve
     CHECK(sample.markers.empty());
     return frames;
 }
+
+/// A record of a recording, with its size and its check sum.
+QByteArray recordOf(const QByteArray& body)
+{
+    std::uint32_t sum = 2166136261u;
+    for (const char c : body)
+        sum = (sum ^ static_cast<unsigned char>(c)) * 16777619u;
+    QByteArray bytes;
+    for (const std::uint32_t value : {std::uint32_t(body.size()), sum})
+        for (int shift = 24; shift >= 0; shift -= 8)
+            bytes += char(value >> shift);
+    return bytes + body;
 }
 
-TEST_CASE("datagram recording: a replay gives the same samples, frame by frame and to the last bit")
+/// A recording of two frames of a quiet table.
+QByteArray recordQuietTable(const Folder& folder)
+{
+    {
+        const auto recorder = folder.record();
+        Tactile::TuioInput input(TestTable::plainSettings());
+        input.setRecorder(recorder.get());
+        Tactile::Sample sample;
+        input.takeSample(0.5, sample);
+        input.takeSample(1.0, sample);
+    }
+    return folder.bytes();
+}
+}
+
+TEST_CASE("datagram player: a replay gives the same samples, frame by frame and to the last bit")
 {
     for (const auto version : {Visit::TuioVersion::One, Visit::TuioVersion::Two}) {
         const Folder folder;
@@ -190,28 +145,7 @@ TEST_CASE("datagram recording: a replay gives the same samples, frame by frame a
     }
 }
 
-TEST_CASE("datagram recording: without steps the frames' times are recorded by their differences")
-{
-    const Folder folder;
-    {
-        const auto recorder = folder.record();
-        TestTable table;
-        Tactile::TuioInput input(TestTable::plainSettings());
-        input.setRecorder(recorder.get());
-        Tactile::Sample sample;
-        input.takeSample(0.5, sample);
-        input.takeSample(0.75, sample);
-    }
-    std::string error;
-    auto player = DatagramPlayer::open(folder.file, error);
-    REQUIRE(player);
-    Tactile::TuioInput input(player->settings());
-    CHECK(player->nextFrame(input)->dtSeconds == 0.5);
-    CHECK(player->nextFrame(input)->dtSeconds == 0.25);
-    CHECK_FALSE(player->nextFrame(input));
-}
-
-TEST_CASE("datagram recording: the recorded settings and note are those of the table")
+TEST_CASE("datagram player: the recorded settings and note are those of the table")
 {
     const Folder folder;
     {
@@ -237,7 +171,7 @@ TEST_CASE("datagram recording: the recorded settings and note are those of the t
     CHECK(read.tracker.quietRadians == 0.125f);
 }
 
-TEST_CASE("datagram recording: results of asynchronous work come back with the frame that took them")
+TEST_CASE("datagram player: results of asynchronous work come back with the frame that took them")
 {
     const Folder folder;
     {
@@ -271,7 +205,7 @@ TEST_CASE("datagram recording: results of asynchronous work come back with the f
     CHECK(player->nextFrame(input)->arrivals.empty());
 }
 
-TEST_CASE("datagram recording: what a crash leaves is played up to the last whole frame")
+TEST_CASE("datagram player: what a crash leaves is played up to the last whole frame")
 {
     const Folder folder;
     std::vector<std::string> recorded;
@@ -312,7 +246,7 @@ TEST_CASE("datagram recording: what a crash leaves is played up to the last whol
     CHECK(longest == 2);
 }
 
-TEST_CASE("datagram recording: a damaged byte ends the replay there, with a warning")
+TEST_CASE("datagram player: a damaged byte ends the replay there, with a warning")
 {
     const Folder folder;
     {
@@ -334,7 +268,7 @@ TEST_CASE("datagram recording: a damaged byte ends the replay there, with a warn
     CHECK(folder.replay().size() == 1);
 }
 
-TEST_CASE("datagram recording: what cannot be recorded or played is told with its remedy")
+TEST_CASE("datagram player: what cannot be played is told with its remedy")
 {
     const Folder folder;
     std::string error;
@@ -350,44 +284,73 @@ TEST_CASE("datagram recording: what cannot be recorded or played is told with it
     folder.write("tavola-recording 2\n");
     CHECK_FALSE(DatagramPlayer::open(folder.file, error));
     CHECK(error == head + " (it ends before its first frame); record anew");
-
-    CHECK_FALSE(DatagramRecorder::create(folder.file, error));
-    CHECK(error == "DatagramRecorder # Failed to make " + folder.file +
-                       " (File exists); choose another name, or move that file away");
-    CHECK(folder.bytes() == "tavola-recording 2\n");
-    CHECK_FALSE(DatagramRecorder::create("/nowhere/a.rec", error));
-    CHECK(error == "DatagramRecorder # Failed to make /nowhere/a.rec (No such file or directory); choose a folder that can "
-                   "be written");
 }
 
-TEST_CASE("datagram recording: when the disk takes no more the recording ends, with an error, and the table goes on")
+TEST_CASE("datagram player: a recording without a note has none, and settings that are damaged are told")
 {
     const Folder folder;
-    rlimit before{};
-    REQUIRE(getrlimit(RLIMIT_FSIZE, &before) == 0);
-    rlimit small = before;
-    small.rlim_cur = 4096;
-    REQUIRE(setrlimit(RLIMIT_FSIZE, &small) == 0);
-    TestSupport::expectError("DatagramRecorder # Failed to write " + folder.file +
-                             " (File too large); the recording ends here, make room and begin another one");
-    TestTable table;
+    const QByteArray bytes = recordQuietTable(folder);
+    std::string error;
+    const auto player = DatagramPlayer::open(folder.file, error);
+    REQUIRE(player);
+    CHECK(player->note().empty());
+
+    folder.write(QByteArray("tavola-recording 2\n") + recordOf("S and nothing more"));
+    CHECK_FALSE(DatagramPlayer::open(folder.file, error));
+    CHECK(error == "DatagramPlayer # Failed to read " + folder.file + " (its settings are damaged); record anew");
+}
+
+TEST_CASE("datagram player: a kind of record that is not known is skipped")
+{
+    const Folder folder;
+    QByteArray bytes = recordQuietTable(folder);
+    const std::set<int> ends = recordEnds(bytes);
+    REQUIRE(ends.size() == 3);
+    bytes.insert(*ends.begin(), recordOf("Z of a later day"));
+    folder.write(bytes);
+    CHECK(folder.replay().size() == 2);
+}
+
+TEST_CASE("datagram player: a record that cannot be ends the replay ahead of its frame, with a warning")
+{
+    const char kNotANumber[] = "F\0\0\0\0\0\0\0\2\x7f\xf8\0\0\0\0\0\0";
+    const char kSkippedFrame[] = "F\0\0\0\0\0\0\0\3\x3f\xe0\0\0\0\0\0\0";
+    const char kNoListener[] = "D\0\1\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\1";
+    const char kNoTicket[] = "A\0\0\0\0\0\0\0\0\0\0i\0";
+    struct Row
     {
-        const auto recorder = folder.record();
-        Tactile::TuioInput input(TestTable::plainSettings());
-        input.setRecorder(recorder.get());
-        auto source = std::make_unique<TestSupport::ScriptedDatagrams>();
-        auto* datagrams = source.get();
-        REQUIRE(input.addSource(std::move(source)));
-        Tactile::Sample sample;
-        for (int i = 1; i <= 300; ++i) {
-            datagrams->send(TestTable::fingersPacket(i, {{1, 0.001f * float(i), 0.5f}}));
-            input.takeSample(0.1 * i, sample);
-        }
-        CHECK(sample.fingers.at(0).centerLocation().x == 300.f);
+        const char* what;
+        QByteArray body;
+    };
+    const Row rows[] = {{"a step that is no number", QByteArray(kNotANumber, sizeof kNotANumber - 1)},
+                        {"a frame that is missing", QByteArray(kSkippedFrame, sizeof kSkippedFrame - 1)},
+                        {"a datagram of no listener", QByteArray(kNoListener, sizeof kNoListener - 1)},
+                        {"a result without a ticket", QByteArray(kNoTicket, sizeof kNoTicket - 1)},
+                        {"a listener beyond the next", "L\xff"},
+                        {"a frame that is cut off", "F"}};
+    const Folder folder;
+    const QByteArray whole = recordQuietTable(folder);
+    const std::set<int> ends = recordEnds(whole);
+    REQUIRE(ends.size() == 3);
+    for (const Row& row : rows) {
+        CAPTURE(row.what);
+        QByteArray bytes = whole;
+        bytes.insert(*std::next(ends.begin()), recordOf(row.body));
+        folder.write(bytes);
+        TestSupport::expectWarningStartingWith("DatagramPlayer # The recording " + folder.file + " is cut off or damaged at byte ");
+        CHECK(folder.replay().size() == 1);
     }
-    setrlimit(RLIMIT_FSIZE, &before);
-    TestSupport::expectWarningStartingWith("DatagramPlayer # The recording " + folder.file + " is cut off or damaged at byte ");
-    const auto replayed = folder.replay();
-    CHECK(replayed.size() > 5);
-    CHECK(replayed.size() < 300);
+}
+
+TEST_CASE("datagram player: a record of no bytes, or of more than there can be, is damage")
+{
+    const Folder folder;
+    const QByteArray whole = recordQuietTable(folder);
+    for (const char* size : {"\0\0\0\0", "\x7f\xff\xff\xff", "\xff\xff\xff\xff"}) {
+        folder.write(whole + QByteArray(size, 4) + "1234");
+        TestSupport::expectWarning("DatagramPlayer # The recording " + folder.file + " is cut off or damaged at byte " +
+                                   std::to_string(whole.size()) +
+                                   " (the recording program was ended, or its disk full); played are the 2 frames ahead of it");
+        CHECK(folder.replay().size() == 2);
+    }
 }
