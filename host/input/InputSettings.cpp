@@ -1,5 +1,7 @@
 #include "input/InputSettings.hpp"
 
+#include <Tavola/JsonEntries.hpp>
+
 #include <QHostAddress>
 #include <QJsonArray>
 #include <QJsonObject>
@@ -20,14 +22,6 @@ struct Wrong
     QString place;
     QString why;
 };
-
-void checkEntries(const QJsonObject& object, const QStringList& known, const QString& place, const InputSettings::Skip& skip)
-{
-    for (auto it = object.begin(); it != object.end(); ++it)
-        if (!known.contains(it.key()))
-            skip(place + QLatin1Char('.') + it.key(),
-                 QStringLiteral("unknown entry; known are ") + known.join(QLatin1String(", ")));
-}
 
 bool readRect(const QJsonValue& value, Listener& listener)
 {
@@ -72,18 +66,6 @@ std::optional<Wrong> readListener(const QJsonObject& entry, const QString& place
                      QStringLiteral("expected a list of numeric addresses, such as [\"192.168.0.20\"]")};
     return std::nullopt;
 }
-
-void readNumber(const QJsonObject& object, const char* key, double most, double& value, const InputSettings::Skip& skip)
-{
-    const QJsonValue given = object.value(QLatin1String(key));
-    if (given.isUndefined())
-        return;
-    const double number = given.toDouble(-1.0);
-    if (number >= 0.0 && number <= most)
-        value = number;
-    else
-        skip(QStringLiteral("inputSettings.") + QLatin1String(key), QStringLiteral("expected a number from 0 to %1").arg(most));
-}
 }
 
 bool InputSettings::parseAddress(const QString& text, Transport& transport, QString& address, int& port)
@@ -116,27 +98,18 @@ InputSettings InputSettings::read(const QJsonObject& root, const Skip& skip)
     for (int i = 0; i < entries.size(); ++i) {
         const QString place = QStringLiteral("input[%1]").arg(i);
         const QJsonObject entry = entries.at(i).toObject();
-        checkEntries(entry, {QStringLiteral("tuio"), QStringLiteral("rect"), QStringLiteral("allow")}, place, skip);
+        Tavola::JsonEntries(entry, place, skip).checkKnown({"tuio", "rect", "allow"});
         Listener listener;
         if (const auto wrong = readListener(entry, place, listener))
             skip(wrong->place, wrong->why + QStringLiteral("; nothing listens there"));
         else
             settings.listeners.push_back(listener);
     }
-    const QJsonValue value = root.value(QLatin1String("inputSettings"));
-    if (!value.isUndefined() && !value.isObject())
-        skip(QStringLiteral("inputSettings"), QStringLiteral("expected an object of names and values"));
-    const QJsonObject given = value.toObject();
-    checkEntries(given, {QStringLiteral("holdMilliseconds"), QStringLiteral("lostSeconds"), QStringLiteral("smoothing")},
-                 QStringLiteral("inputSettings"), skip);
-    double holdMilliseconds = settings.holdSeconds * 1000.0;
-    readNumber(given, "holdMilliseconds", kMostHoldMilliseconds, holdMilliseconds, skip);
-    settings.holdSeconds = holdMilliseconds / 1000.0;
-    readNumber(given, "lostSeconds", kMostLostSeconds, settings.lostSeconds, skip);
-    const QJsonValue smoothing = given.value(QLatin1String("smoothing"));
-    if (smoothing.isBool())
-        settings.smoothing = smoothing.toBool();
-    else if (!smoothing.isUndefined())
-        skip(QStringLiteral("inputSettings.smoothing"), QStringLiteral("expected true or false"));
+    const Tavola::JsonEntries given =
+        Tavola::JsonEntries::of(root.value(QLatin1String("inputSettings")), QStringLiteral("inputSettings"), skip);
+    given.checkKnown({"holdMilliseconds", "lostSeconds", "smoothing"});
+    settings.holdSeconds = given.number("holdMilliseconds", settings.holdSeconds * 1000.0, kMostHoldMilliseconds) / 1000.0;
+    settings.lostSeconds = given.number("lostSeconds", settings.lostSeconds, kMostLostSeconds);
+    settings.smoothing = given.flag("smoothing", settings.smoothing);
     return settings;
 }

@@ -3,6 +3,7 @@
 #include "MailHeader.hpp"
 
 #include <Bedrock/Trace.hpp>
+#include <Tavola/JsonEntries.hpp>
 
 #include <QDir>
 #include <QFile>
@@ -15,42 +16,12 @@ namespace
 {
 constexpr qint64 kLargestTemplate = 1 << 20;
 
-class EntryReader
+class EntryReader : public Tavola::JsonEntries
 {
 public:
     EntryReader(const QJsonObject& entry, const QString& folder, const MailSettings::Report& report)
-        : m_entry(entry), m_folder(folder), m_report(report)
+        : JsonEntries(entry, QString(), report), m_folder(folder)
     {
-    }
-
-    void checkKeys(const QStringList& known) const
-    {
-        for (auto it = m_entry.begin(); it != m_entry.end(); ++it)
-            if (!known.contains(it.key()))
-                m_report(it.key(), QStringLiteral("unknown entry; known are ") + known.join(QLatin1String(", ")));
-    }
-
-    QString text(const char* key, const QString& fallback = QString()) const
-    {
-        const QJsonValue value = m_entry.value(QLatin1String(key));
-        if (value.isUndefined())
-            return fallback;
-        if (value.isString())
-            return value.toString();
-        m_report(QLatin1String(key), QStringLiteral("expected a text"));
-        return fallback;
-    }
-
-    double number(const char* key, double fallback, double largest) const
-    {
-        const QJsonValue value = m_entry.value(QLatin1String(key));
-        if (value.isUndefined())
-            return fallback;
-        const double result = value.toDouble(-1.0);
-        if (result >= 0.0 && result <= largest)
-            return result;
-        m_report(QLatin1String(key), QStringLiteral("expected a number from 0 to %1").arg(largest));
-        return fallback;
     }
 
     /// A number above 0.
@@ -59,7 +30,7 @@ public:
         const double result = number(key, fallback, largest);
         if (result > 0.0)
             return result;
-        m_report(QLatin1String(key), QStringLiteral("expected a number above 0"));
+        skip(key, QStringLiteral("expected a number above 0"));
         return fallback;
     }
 
@@ -72,7 +43,7 @@ public:
         const QString path = QDir::cleanPath(QDir(m_folder).absoluteFilePath(given));
         if (QFileInfo(path).isFile())
             return path;
-        m_report(QLatin1String(key), QStringLiteral("there is no file ") + path);
+        skip(key, QStringLiteral("there is no file ") + path);
         return {};
     }
 
@@ -83,20 +54,18 @@ public:
             return {};
         QFile source(path);
         if (!source.open(QIODevice::ReadOnly)) {
-            m_report(QLatin1String(key), QStringLiteral("cannot read %1 (%2)").arg(path, source.errorString()));
+            skip(key, QStringLiteral("cannot read %1 (%2)").arg(path, source.errorString()));
             return {};
         }
         if (source.size() > kLargestTemplate) {
-            m_report(QLatin1String(key), QStringLiteral("%1 is longer than 1 MiB").arg(path));
+            skip(key, QStringLiteral("%1 is longer than 1 MiB").arg(path));
             return {};
         }
         return QString::fromUtf8(source.readAll()).replace(QLatin1String("\r\n"), QLatin1String("\n"));
     }
 
 private:
-    const QJsonObject& m_entry;
     const QString& m_folder;
-    const MailSettings::Report& m_report;
 };
 }
 
@@ -118,7 +87,7 @@ bool MailSettings::isOpenToListeners() const
 std::optional<MailSettings> MailSettings::read(const QJsonObject& entry, const QString& folder, const Report& report)
 {
     const EntryReader reader(entry, folder, report);
-    reader.checkKeys({"name", "server", "startTls", "caFile", "credentials", "sender", "subject", "template", "htmlTemplate",
+    reader.checkKnown({"name", "server", "startTls", "caFile", "credentials", "sender", "subject", "template", "htmlTemplate",
                       "filesAddress", "largeFilesText", "missingFilesText", "attachmentLimitMegabytes", "connectTimeoutSeconds",
                       "timeoutSeconds", "answerSeconds", "retrySeconds", "giveUpHours"});
     MailSettings settings;

@@ -1,4 +1,5 @@
 #include <Tavola/ComponentReader.hpp>
+#include <Tavola/JsonEntries.hpp>
 
 #include <QDir>
 #include <QFileInfo>
@@ -31,11 +32,6 @@ int heightOf(const ComponentUse& use)
             inside = std::max(inside, heightOf(inner));
     return inside + 1;
 }
-
-QString joined(const QString& place, const QString& key)
-{
-    return place.isEmpty() ? key : place + QLatin1Char('.') + key;
-}
 }
 
 ComponentReader::ComponentReader(QString file, Skip skip)
@@ -56,7 +52,7 @@ void ComponentReader::readNamed(const QJsonValue& components)
         m_named[it.key()].value = it.value();
     // All of them, so that a mistake is told also where nobody uses the component yet. They count where they are used.
     for (auto& entry : m_named)
-        static_cast<void>(named(entry.first, joined(QStringLiteral("components"), entry.first), 0));
+        static_cast<void>(named(entry.first, JsonEntries::joined(QStringLiteral("components"), entry.first), 0));
     m_count = 0;
     m_isFull = false;
 }
@@ -90,10 +86,11 @@ std::vector<ComponentUse> ComponentReader::listAt(const QJsonValue& value, const
 std::optional<ComponentUse> ComponentReader::singleAt(const QJsonValue& value, const QString& place, int depth)
 {
     const QJsonObject entry = value.toObject();
+    const JsonEntries entries(entry, place, m_skip);
     const QString name = entry.value(QLatin1String("use")).toString();
     std::optional<ComponentUse> use;
     if (!name.isEmpty()) {
-        checkEntries(entry, {"use", "id", "classes", "attributes", "slots"}, place);
+        entries.checkKnown({"use", "id", "classes", "attributes", "slots"});
         use = named(name, place, depth);
         if (!use)
             return std::nullopt;
@@ -109,12 +106,12 @@ std::optional<ComponentUse> ComponentReader::singleAt(const QJsonValue& value, c
             m_skip(place, QStringLiteral("there is no component \"%1\"").arg(use->component));
             return std::nullopt;
         }
-        checkEntries(entry, {"component", "id", "classes", "attributes", "slots"}, place);
+        entries.checkKnown({"component", "id", "classes", "attributes", "slots"});
         if (!countIn(1, place))
             return std::nullopt;
     }
     use->place = m_file + QStringLiteral(": ") + place;
-    addEntries(entry, place, depth, *use);
+    addEntries(entries, place, depth, *use);
     return use;
 }
 
@@ -137,7 +134,7 @@ std::optional<ComponentUse> ComponentReader::named(const QString& name, const QS
     }
     if (!entry.isRead) {
         m_beingRead.append(name);
-        entry.use = singleAt(entry.value, joined(QStringLiteral("components"), name), depth);
+        entry.use = singleAt(entry.value, JsonEntries::joined(QStringLiteral("components"), name), depth);
         m_beingRead.removeLast();
         entry.isRead = true;
         if (entry.use) {
@@ -151,11 +148,11 @@ std::optional<ComponentUse> ComponentReader::named(const QString& name, const QS
     return countIn(entry.count, place) ? entry.use : std::nullopt;
 }
 
-void ComponentReader::addEntries(const QJsonObject& entry, const QString& place, int depth, ComponentUse& use)
+void ComponentReader::addEntries(const JsonEntries& entries, const QString& place, int depth, ComponentUse& use)
 {
-    if (entry.contains(QLatin1String("id")))
-        use.properties.insert(QStringLiteral("id"), entry.value(QLatin1String("id")));
-    const QJsonValue classes = entry.value(QLatin1String("classes"));
+    if (!entries.value(QStringLiteral("id")).isUndefined())
+        use.properties.insert(QStringLiteral("id"), entries.value(QStringLiteral("id")));
+    const QJsonValue classes = entries.value(QStringLiteral("classes"));
     if (!classes.isUndefined()) {
         QJsonArray together = use.properties.value(QLatin1String("classes")).toArray();
         for (const QJsonValue& name : classes.toArray())
@@ -164,10 +161,7 @@ void ComponentReader::addEntries(const QJsonObject& entry, const QString& place,
         use.properties.insert(QStringLiteral("classes"), classes.isArray() ? QJsonValue(together) : classes);
     }
     QJsonObject attributes = use.properties.value(QLatin1String("attributes")).toObject();
-    const QJsonValue given = entry.value(QLatin1String("attributes"));
-    if (!given.isUndefined() && !given.isObject())
-        m_skip(joined(place, QStringLiteral("attributes")), QStringLiteral("expected an object of names and values"));
-    const QJsonObject values = given.toObject();
+    const QJsonObject values = entries.inner(QStringLiteral("attributes")).object();
     for (auto it = values.begin(); it != values.end(); ++it) {
         const QJsonValue attribute = resolved(it.value(), QStringLiteral("%1.attributes.%2").arg(place, it.key()));
         if (!attribute.isUndefined())
@@ -175,10 +169,7 @@ void ComponentReader::addEntries(const QJsonObject& entry, const QString& place,
     }
     use.properties.insert(QStringLiteral("attributes"), attributes);
 
-    const QJsonValue slotValue = entry.value(QLatin1String("slots"));
-    if (!slotValue.isUndefined() && !slotValue.isObject())
-        m_skip(joined(place, QStringLiteral("slots")), QStringLiteral("expected an object of names and values"));
-    const QJsonObject slotObject = slotValue.toObject();
+    const QJsonObject slotObject = entries.inner(QStringLiteral("slots")).object();
     for (auto it = slotObject.begin(); it != slotObject.end(); ++it) {
         auto contents = listAt(it.value(), QStringLiteral("%1.slots.%2").arg(place, it.key()), depth + 1);
         const auto present = std::find_if(use.slotContents.begin(), use.slotContents.end(),
@@ -188,13 +179,6 @@ void ComponentReader::addEntries(const QJsonObject& entry, const QString& place,
         else
             std::move(contents.begin(), contents.end(), std::back_inserter(present->second));
     }
-}
-
-void ComponentReader::checkEntries(const QJsonObject& entry, const QStringList& known, const QString& place) const
-{
-    for (auto it = entry.begin(); it != entry.end(); ++it)
-        if (!known.contains(it.key()))
-            m_skip(joined(place, it.key()), QStringLiteral("unknown entry; known are ") + known.join(QStringLiteral(", ")));
 }
 
 /// Replaces {"file": "media/x.png"} by the absolute path, anywhere in a value. Undefined when a file is missing.

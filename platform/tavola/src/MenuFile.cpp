@@ -4,6 +4,7 @@
 
 #include <Bedrock/Trace.hpp>
 #include <Tavola/ComponentReader.hpp>
+#include <Tavola/JsonEntries.hpp>
 #include <Tavola/Tavola.hpp>
 
 #include <QFile>
@@ -72,20 +73,12 @@ private:
             return application && application->factories().count(component) > 0;
         });
         const QJsonObject root = document.object();
-        checkEntries(here, root, {"components", "entries"}, QString());
+        JsonEntries(root, QString(), skipHere).checkKnown({"components", "entries"});
         here.components.readNamed(root.value(QLatin1String("components")));
         m_reading.append(info.canonicalFilePath());
         auto entries = readEntries(here, root.value(QLatin1String("entries")), QStringLiteral("entries"));
         m_reading.removeLast();
         return entries;
-    }
-
-    static void checkEntries(const File& file, const QJsonObject& object, const QStringList& known, const QString& place)
-    {
-        for (auto it = object.begin(); it != object.end(); ++it)
-            if (!known.contains(it.key()))
-                skip(file.path, place.isEmpty() ? it.key() : place + QLatin1Char('.') + it.key(),
-                     QStringLiteral("unknown entry; known are ") + known.join(QStringLiteral(", ")));
     }
 
     std::vector<MenuEntry> readEntries(File& file, const QJsonValue& value, const QString& place)
@@ -124,10 +117,11 @@ private:
         if (!value.isObject())
             return refuse(QStringLiteral("expected an object such as { \"text\": \"Map\", \"content\": { \"component\": \"picture\" } }"));
         const QJsonObject object = value.toObject();
-        checkEntries(file, object, {"text", "icon", "entries", "menu", "content"}, place);
+        const JsonEntries written(object, place, [path = file.path](const QString& at, const QString& why) { skip(path, at, why); });
+        written.checkKnown({"text", "icon", "entries", "menu", "content"});
         MenuEntry entry;
-        entry.text = text(file, object, "text", place);
-        const QString icon = text(file, object, "icon", place);
+        entry.text = written.text(QStringLiteral("text"));
+        const QString icon = written.text(QStringLiteral("icon"));
         if (!icon.isEmpty())
             entry.icon = file.components.file(icon, place + QStringLiteral(".icon"));
         if (entry.text.isEmpty() && entry.icon.isEmpty())
@@ -142,7 +136,7 @@ private:
             entry.content = file.components.single(object.value(QLatin1String("content")), place + QStringLiteral(".content"));
             return entry.content ? std::optional<MenuEntry>(std::move(entry)) : std::nullopt; // told already
         }
-        entry.entries = hasMenu ? included(file, text(file, object, "menu", place), place + QStringLiteral(".menu"))
+        entry.entries = hasMenu ? included(file, written.text(QStringLiteral("menu")), place + QStringLiteral(".menu"))
                                 : readEntries(file, object.value(QLatin1String("entries")), place + QStringLiteral(".entries"));
         if (entry.entries.empty())
             return refuse(QStringLiteral("it leads to no entries"));
@@ -164,14 +158,6 @@ private:
             return {};
         }
         return readFile(path, [&](const QString& why) { skip(file.path, place, why); });
-    }
-
-    static QString text(const File& file, const QJsonObject& object, const char* key, const QString& place)
-    {
-        const QJsonValue value = object.value(QLatin1String(key));
-        if (!value.isUndefined() && !value.isString())
-            skip(file.path, place + QLatin1Char('.') + QLatin1String(key), QStringLiteral("expected a text"));
-        return value.toString();
     }
 
     std::vector<FileSeen> m_files;

@@ -11,6 +11,8 @@
 
 namespace Tavola
 {
+class JsonEntries;
+
 /// Reads components from a JSON file:
 ///
 ///     { "component": "picture", "id": "map", "classes": ["large"],
@@ -59,8 +61,7 @@ private:
     std::vector<ComponentUse> listAt(const QJsonValue& value, const QString& place, int depth);
     std::optional<ComponentUse> singleAt(const QJsonValue& value, const QString& place, int depth);
     std::optional<ComponentUse> named(const QString& name, const QString& place, int depth);
-    void addEntries(const QJsonObject& entry, const QString& place, int depth, ComponentUse& use);
-    void checkEntries(const QJsonObject& entry, const QStringList& known, const QString& place) const;
+    void addEntries(const JsonEntries& entries, const QString& place, int depth, ComponentUse& use);
     QJsonValue resolved(const QJsonValue& value, const QString& place) const;
     bool countIn(int components, const QString& place);
 
