@@ -25,6 +25,7 @@
 #include <Cascara/StyleEngine.hpp>
 #include <Tactile/TuioInput.hpp>
 #include <Tavola/Component.hpp>
+#include <Tavola/ContentMenuWidget.hpp>
 #include <Tavola/MarkerDetectorWidget.hpp>
 #include <Tavola/PluginLoader.hpp>
 #include <Tavola/ServiceProvider.hpp>
@@ -200,9 +201,12 @@ bool Table::Private::loadPlugins(const Presentation& presentation, const RunOpti
 
 void Table::Private::placeWidgets(const Presentation& presentation)
 {
-    for (const auto& folder : presentation.folders)
+    for (const auto& folder : presentation.folders) {
+        Tavola::ContentMenuWidget::readFiles(folder.second);
         personalWidgets->add(folder.first, folder.second);
+    }
     for (const ComponentUse& use : presentation.widgets) {
+        Tavola::ContentMenuWidget::readFiles(use);
         const auto component = use.makeComponent();
         if (!component)
             continue;

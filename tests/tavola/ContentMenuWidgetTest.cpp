@@ -1,6 +1,7 @@
 #include "LogCapture.hpp"
 #include "MenuHost.hpp"
 
+#include <Tavola/ComponentUse.hpp>
 #include <Tavola/Utils.hpp>
 #include <Trellis/ImageWidget.hpp>
 #include <Trellis/TextWidget.hpp>
@@ -553,4 +554,29 @@ TEST_CASE("content menu: a file is read once, and again when it has changed")
     const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
     REQUIRE(node);
     CHECK(MenuHost::withClass(*node, "menu-entry").size() == 5);
+}
+
+TEST_CASE("content menu: files that are read ahead are not read when a menu opens, and their mistakes are told before")
+{
+    MenuHost table;
+    table.write(QStringLiteral("inner.json"), R"({"entries": [{"text": "Map", "content": {"component": "panel"}}, 7]})");
+    table.write(QStringLiteral("outer.json"), R"({"entries": [
+        {"text": "More", "entries": [
+            {"text": "Inner", "content": {"component": "content-menu", "attributes": {"menu": {"file": "inner.json"}}}}]},
+        {"text": "Again", "content": {"component": "content-menu", "attributes": {"menu": {"file": "outer.json"}}}}]})");
+    Tavola::ComponentUse menu;
+    menu.component = QStringLiteral("content-menu");
+    menu.properties = QJsonObject{{"attributes", QJsonObject{{"menu", table.path(QStringLiteral("outer.json"))}}}};
+    Tavola::ComponentUse folder;
+    folder.component = QStringLiteral("personal-folder");
+    folder.slotContents = {{QStringLiteral("content-widget-relative"), {menu}}};
+
+    expectWarning("ContentMenuWidget # " + table.path(QStringLiteral("inner.json")).toStdString()
+                  + ": entries[1]: expected an object such as { \"text\": \"Map\", \"content\": { \"component\": \"picture\" } }; it is skipped");
+    Tavola::ContentMenuWidget::readFiles(folder);
+    // Nothing is told a second time: it is not read again.
+    const auto opened = Bedrock::makeIntrusive<Tavola::ContentMenuWidget>(&table.host.mainWidget());
+    dynamic_cast<Facet::AttributeT<QString>&>(*opened->attribute("menu")).setValue(table.path(QStringLiteral("inner.json")));
+    CHECK(opened->prepare({900.f, 540.f}) != 0);
+    opened->removeFromParent();
 }

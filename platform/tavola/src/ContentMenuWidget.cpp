@@ -2,6 +2,7 @@
 
 #include "AttributeValues.hpp"
 #include "ContentMenuNode.hpp"
+#include "MenuFile.hpp"
 #include "TableEdge.hpp"
 
 #include <Bedrock/IntrusiveWeakPtr.hpp>
@@ -66,6 +67,40 @@ struct ContentMenuWidget::MenuPrivate
     void launch(const ContentMenuNode& node, std::size_t entry);
     void forget(NodeId node);
 };
+
+namespace
+{
+void readEntries(MenuFiles& files, const std::vector<MenuEntry>& entries, QStringList& paths);
+
+/// `paths` are those that were read already: menus may launch one another.
+void readMenus(MenuFiles& files, const ComponentUse& use, QStringList& paths)
+{
+    const QString path = use.properties.value(QLatin1String("attributes")).toObject().value(QLatin1String("menu")).toString();
+    if (use.component == QLatin1String("content-menu") && !path.isEmpty() && !paths.contains(path)) {
+        paths.append(path);
+        const auto menu = files.menu(path);
+        readEntries(files, menu->entries, paths);
+    }
+    for (const auto& slot : use.slotContents)
+        for (const ComponentUse& content : slot.second)
+            readMenus(files, content, paths);
+}
+
+void readEntries(MenuFiles& files, const std::vector<MenuEntry>& entries, QStringList& paths)
+{
+    for (const MenuEntry& entry : entries) {
+        readEntries(files, entry.entries, paths);
+        if (entry.content)
+            readMenus(files, *entry.content, paths);
+    }
+}
+}
+
+void ContentMenuWidget::readFiles(const ComponentUse& use)
+{
+    QStringList paths;
+    readMenus(Tavola::instance()->menuFiles(), use, paths);
+}
 
 ContentMenuWidget::ContentMenuWidget(Trellis::Widget* parent)
     : Trellis::Widget(parent), d(std::make_unique<MenuPrivate>(*this))

@@ -6,6 +6,8 @@
 
 namespace Tavola
 {
+struct ComponentUse;
+
 /// A menu of content: opens nodes at points of the table; a node shows entries, and an entry opens a further node beside it or
 /// launches content. Any number of nodes may be open at once, for several hands. CSS type "ContentMenuWidget". Main thread only.
 ///
@@ -29,6 +31,11 @@ class TAVOLA_EXPORT ContentMenuWidget : public Trellis::Widget
 {
 public:
     using NodeId = unsigned long; ///< 0 is no node
+
+    /// Reads the files of all menus among a component, what is in its slots and what those menus launch, so that no card
+    /// has to wait for the disk and a mistake is told when the table opens. A file that changes later is read when its menu
+    /// next opens. For components that are used as "content-menu". Needs the application.
+    static void readFiles(const ComponentUse& use);
 
     explicit ContentMenuWidget(Trellis::Widget* parent = nullptr);
     ~ContentMenuWidget() override;
