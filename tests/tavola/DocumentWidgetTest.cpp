@@ -198,24 +198,6 @@ TEST_CASE("document: a source that works takes the note away")
     CHECK(table.colour(*widget) == QColor(Qt::red));
 }
 
-TEST_CASE("document: a file that has changed is opened anew")
-{
-    Documents table;
-    const auto first = table.widget(table.pdf({Qt::red}));
-    REQUIRE(table.load(*first));
-    first->removeFromParent();
-    table.host.frame();
-    table.pdf({Qt::green, Qt::green});
-    QFile file(table.path(QStringLiteral("pages.pdf")));
-    REQUIRE(file.open(QIODevice::ReadWrite));
-    REQUIRE(file.setFileTime(QDateTime::currentDateTime().addSecs(10), QFileDevice::FileModificationTime));
-    file.close();
-    const auto second = table.widget(file.fileName());
-    REQUIRE(table.load(*second));
-    CHECK(second->pageCount() == 2);
-    CHECK(table.colour(*second) == QColor(Qt::green));
-}
-
 TEST_CASE("document: shown much larger it is rendered anew, at most as large as is sensible")
 {
     Documents table;

@@ -8,12 +8,9 @@
 #include <Tavola/FileRepresentation.hpp>
 #include <Tavola/LinkWidget.hpp>
 
-#include <QCoreApplication>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QImage>
-#include <QProcess>
 #include <QTemporaryDir>
 
 using Bedrock::makeIntrusive;
@@ -205,93 +202,6 @@ TEST_CASE("file representation: a small widget is photographed in its own size")
     auto future = FileRepresentation::takeWidgetSnapshot(*widget, QString(), 500);
     REQUIRE(host.frameUntil([&] { return future.isReady(); }));
     CHECK(QImage(future.value()).size() == QSize(200, 100));
-}
-
-TEST_CASE("file representation: snapshots without a name are files named by what they show, which go with the application")
-{
-    QString folder;
-    {
-        TestHost host;
-        host.style(kRed);
-        const auto widget = makeIntrusive<Trellis::Widget>(&host.mainWidget());
-        auto first = FileRepresentation::takeWidgetSnapshot(*widget, QString(), 500);
-        auto second = FileRepresentation::takeWidgetSnapshot(*widget, QString(), 500);
-        auto smaller = FileRepresentation::takeWidgetSnapshot(*widget, QString(), 50);
-        REQUIRE(host.frameUntil([&] { return first.isReady() && second.isReady() && smaller.isReady(); }));
-        CHECK(first.value() == second.value());
-        CHECK(first.value() != smaller.value());
-        CHECK(QImage(first.value()).size() == QSize(200, 100));
-        CHECK(QImage(smaller.value()).size() == QSize(50, 25));
-        const QFileInfo file(first.value());
-        folder = file.absolutePath();
-        CHECK(QDir(folder).entryList(QDir::Files).size() == 2);
-        CHECK(folder.startsWith(QDir::tempPath() + QStringLiteral("/tavola-snapshots-%1-").arg(QCoreApplication::applicationPid())));
-        CHECK((QFileInfo(folder).permissions() & (QFile::ReadGroup | QFile::ReadOther)) == 0);
-    }
-    CHECK_FALSE(QFileInfo::exists(folder));
-}
-
-TEST_CASE("file representation: a snapshot is taken also when somebody has cleared the temporary folder")
-{
-    TestHost host;
-    host.style(kRed);
-    const auto widget = makeIntrusive<Trellis::Widget>(&host.mainWidget());
-    auto first = FileRepresentation::takeWidgetSnapshot(*widget, QString(), 500);
-    REQUIRE(host.frameUntil([&] { return first.isReady(); }));
-    REQUIRE(QDir(QFileInfo(first.value()).absolutePath()).removeRecursively());
-    auto second = FileRepresentation::takeWidgetSnapshot(*widget, QString(), 500);
-    REQUIRE(host.frameUntil([&] { return second.isReady(); }));
-    CHECK(QImage(second.value()).size() == QSize(200, 100));
-}
-
-TEST_CASE("file representation: what a table that was killed has left is removed, what belongs to a running one is not")
-{
-    QProcess ended;
-    ended.start(QStringLiteral("true"), QStringList());
-    REQUIRE(ended.waitForStarted());
-    const QString prefix = QDir::tempPath() + QStringLiteral("/tavola-snapshots-");
-    const QString left = prefix + QString::number(ended.processId()) + QStringLiteral("-abcdef");
-    const QString running = prefix + QStringLiteral("%1-abcdef").arg(QCoreApplication::applicationPid());
-    REQUIRE(ended.waitForFinished());
-    REQUIRE(QDir().mkpath(left + QStringLiteral("/deep")));
-    REQUIRE(QDir().mkpath(running));
-    {
-        TestHost host;
-        host.style(kRed);
-        const auto widget = makeIntrusive<Trellis::Widget>(&host.mainWidget());
-        auto snapshot = FileRepresentation::takeWidgetSnapshot(*widget, QString(), 500);
-        REQUIRE(host.frameUntil([&] { return snapshot.isReady(); }));
-        CHECK_FALSE(QFileInfo::exists(left));
-        CHECK(QFileInfo::exists(running));
-    }
-    QDir(running).removeRecursively();
-}
-
-TEST_CASE("file representation: the application waits for its snapshots before it goes")
-{
-    QString path;
-    folly::Future<QString> future = folly::Future<QString>::makeEmpty();
-    const QTemporaryDir folder;
-    {
-        TestHost host;
-        host.style(kRed);
-        const auto widget = makeIntrusive<Trellis::Widget>(&host.mainWidget());
-        future = FileRepresentation::takeWidgetSnapshot(*widget, folder.filePath("red.png"), 500);
-    }
-    REQUIRE(future.isReady());
-    CHECK(QImage(future.value()).size() == QSize(200, 100));
-}
-
-TEST_CASE("file representation: a snapshot is written under the name given")
-{
-    TestHost host;
-    host.style(kRed);
-    const QTemporaryDir folder;
-    const auto widget = makeIntrusive<Trellis::Widget>(&host.mainWidget());
-    auto future = FileRepresentation::takeWidgetSnapshot(*widget, folder.filePath("red.image"), 500);
-    REQUIRE(host.frameUntil([&] { return future.isReady(); }));
-    CHECK(future.value() == folder.filePath("red.image"));
-    CHECK(QImage(future.value(), "png").width() == 200);
 }
 
 TEST_CASE("file representation: a snapshot that cannot be taken says why")

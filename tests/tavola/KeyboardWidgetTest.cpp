@@ -232,43 +232,6 @@ TEST_CASE("keyboard: the cursor keys and backspace work at the cursor")
     CHECK(desk.text() == "xbyc");
 }
 
-TEST_CASE("keyboard: keys act when the finger comes down, and show it until it leaves")
-{
-    TestHost host;
-    Desk desk(host);
-    desk.open();
-    Trellis::Widget* const key = desk.keyboard()->findKey("a");
-    host.input.fingerDown(1, desk.at(key));
-    host.frame();
-    CHECK(desk.text() == "a");
-    CHECK(key->hasPseudoClass("pressed"));
-    host.frames(120); // a letter that is held is written once
-    CHECK(desk.text() == "a");
-    host.input.fingerUp(1);
-    host.frame();
-    CHECK_FALSE(key->hasPseudoClass("pressed"));
-    CHECK(desk.text() == "a");
-}
-
-TEST_CASE("keyboard: two fingers on one key are two letters")
-{
-    TestHost host;
-    Desk desk(host);
-    desk.open();
-    Trellis::Widget* const key = desk.keyboard()->findKey("e");
-    host.input.fingerDown(1, desk.at(key));
-    host.frame();
-    host.input.fingerDown(2, desk.at(key) + Vector2f(5.f, 0.f));
-    host.frame();
-    CHECK(desk.text() == "ee");
-    host.input.fingerUp(1);
-    host.frame();
-    CHECK(key->hasPseudoClass("pressed"));
-    host.input.fingerUp(2);
-    host.frame();
-    CHECK_FALSE(key->hasPseudoClass("pressed"));
-}
-
 TEST_CASE("keyboard: the room between two keys belongs to them")
 {
     TestHost host;
@@ -306,31 +269,6 @@ TEST_CASE("keyboard: backspace repeats while it is held, by the table's time")
     host.frame(0.0);
     host.frame(1.0);
     CHECK(desk.text().size() == 4);
-}
-
-TEST_CASE("keyboard: a key whose finger is taken away repeats no longer")
-{
-    TestHost host;
-    Desk desk(host);
-    desk.field->editor()->setText("0123456789");
-    desk.open();
-    host.input.fingerDown(1, desk.at(Action::Backspace));
-    host.frame();
-    REQUIRE(desk.text().size() == 9);
-    SUBCASE("by input that is switched off")
-    {
-        desk.space->setInputEnabled(false);
-    }
-    SUBCASE("by a space that fades out")
-    {
-        Trellis::FadeAnimator::fadeOutAndDelete(*desk.space, 10.f, 0.f);
-    }
-    host.frame(2.0);
-    host.frame(2.0);
-    CHECK(desk.text().size() == 9);
-    CHECK_FALSE(desk.keyboard()->findKey(Action::Backspace)->hasPseudoClass("pressed"));
-    host.input.fingerUp(1);
-    host.frame();
 }
 
 // ---- Ends --------------------------------------------------------------------------------------------------------------
