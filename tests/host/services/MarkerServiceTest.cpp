@@ -7,6 +7,7 @@
 #include <Bedrock/BGThread.hpp>
 #include <Bedrock/FunctionTask.hpp>
 #include <LogCapture.hpp>
+#include <SqliteFault.hpp>
 #include <Tavola/TesselServiceCache.hpp>
 #include <Trellis/Widget.hpp>
 
@@ -267,20 +268,13 @@ TEST_CASE("marker service: a registration is not undone by a reading that began 
 TEST_CASE("marker service: a registry that cannot be read leaves the cache as it is")
 {
     Fixture table;
-    QFile file(table.registry->path());
-    REQUIRE(file.open(QIODevice::ReadWrite));
-    const QByteArray whole = file.readAll();
-    REQUIRE(file.seek(0));
-    REQUIRE(file.write(QByteArray(whole.size(), 'x')) == whole.size());
-    file.flush();
+    TestSupport::SqliteFault fault = TestSupport::SqliteFault::lostTable(table.registry->path(), QStringLiteral("people"));
     TestSupport::expectWarningStartingWith("PeopleRegistry # Failed to read " + table.registry->path().toStdString() + " (");
     CHECK(table.refresh());
     CHECK(table.nameOf(1001) == "Ann");
     CHECK(table.cache->isCached(1007));
 
-    REQUIRE(file.seek(0));
-    REQUIRE(file.write(whole) == whole.size());
-    file.close();
+    fault.mend();
     CHECK(table.desk()->insert({{2001, QStringLiteral("Cy"), QString(), QString(), 0}}));
     for (int look = 0; look < MarkerService::kLooksLeftOutAfterFailure; ++look)
         CHECK_FALSE(table.refresh());
@@ -292,17 +286,10 @@ TEST_CASE("marker service: who was written before a reading that failed is known
 {
     Fixture table;
     CHECK(table.desk()->insert({{2001, QStringLiteral("Cy"), QString(), QString(), 0}}));
-    QFile file(table.registry->path());
-    REQUIRE(file.open(QIODevice::ReadWrite));
-    const QByteArray whole = file.readAll();
-    REQUIRE(file.seek(0));
-    REQUIRE(file.write(QByteArray(whole.size(), 'x')) == whole.size());
-    file.flush();
+    TestSupport::SqliteFault fault = TestSupport::SqliteFault::lostTable(table.registry->path(), QStringLiteral("people"));
     TestSupport::expectWarningStartingWith("PeopleRegistry # Failed to read " + table.registry->path().toStdString() + " (");
     CHECK(table.refresh());
-    REQUIRE(file.seek(0));
-    REQUIRE(file.write(whole) == whole.size());
-    file.close();
+    fault.mend();
     bool read = false;
     for (int look = 0; look <= MarkerService::kLooksLeftOutAfterFailure; ++look)
         read = table.refresh();
