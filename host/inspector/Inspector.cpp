@@ -1,6 +1,7 @@
 #include "Inspector.hpp"
 
 #include "GrabReport.hpp"
+#include "StyleReport.hpp"
 #include "WidgetReport.hpp"
 #include "table/TableLog.hpp"
 
@@ -56,7 +57,18 @@ QJsonObject refusalReport(const std::array<std::uint64_t, Tactile::kOscRefusalCo
     return report;
 }
 
+const Trellis::Widget* findById(const Trellis::Widget& widget, qint64 id)
+{
+    if (widget.id() == id)
+        return &widget;
+    for (const auto& child : widget.children())
+        if (const Trellis::Widget* found = findById(*child, id))
+            return found;
+    return nullptr;
+}
+
 const char* const kIndex = "GET  /tree            the widgets\n"
+                           "GET  /styles?id=N     what the style sheets say about a widget, and where; its id is in /tree\n"
                            "GET  /screenshot.png  the table as it stands; ?rect=x,y,width,height for a part\n"
                            "GET  /log             log lines\n"
                            "GET  /analytics       what visitors did\n"
@@ -84,6 +96,8 @@ LoopbackHttpServer::Response Inspector::answer(const LoopbackHttpServer::Request
         return {200, "application/json", bytes(widgetReport(*m_subject.application.mainLayer()))};
     if (request.path == QLatin1String("/screenshot.png"))
         return screenshot(request);
+    if (request.path == QLatin1String("/styles"))
+        return styles(request);
     if (request.path == QLatin1String("/log"))
         return {200, "application/json", bytes(m_subject.log.lines())};
     if (request.path == QLatin1String("/analytics"))
@@ -146,6 +160,18 @@ LoopbackHttpServer::Response Inspector::screenshot(const LoopbackHttpServer::Req
         return {200, "image/png", png};
     };
     return response;
+}
+
+LoopbackHttpServer::Response Inspector::styles(const LoopbackHttpServer::Request& request) const
+{
+    bool isNumber = false;
+    const qint64 id = request.query.queryItemValue(QStringLiteral("id")).toLongLong(&isNumber);
+    if (!isNumber)
+        return refusal(400, "id is a widget's, as /tree has it");
+    const Trellis::Widget* widget = findById(*m_subject.application.mainLayer(), id);
+    if (!widget)
+        return refusal(404, "there is no such widget (any more); /tree lists them");
+    return {200, "application/json", bytes(styleReport(*widget))};
 }
 
 QByteArray Inspector::inputReport() const

@@ -17,7 +17,7 @@ namespace Trellis
 class Application;
 }
 
-/// Lets tools look at a running table over HTTP on the loopback address: GET /tree, /screenshot.png, /log, /analytics,
+/// Lets tools look at a running table over HTTP on the loopback address: GET /tree, /styles, /screenshot.png, /log, /analytics,
 /// /input, /grabs, /mail, /status; POST /frames?count=N&dt=SECONDS under the manual clock. GET / lists them.
 class Inspector
 {
@@ -44,6 +44,7 @@ private:
     LoopbackHttpServer::Response answer(const LoopbackHttpServer::Request& request);
     LoopbackHttpServer::Response runFrames(const LoopbackHttpServer::Request& request);
     [[nodiscard]] LoopbackHttpServer::Response screenshot(const LoopbackHttpServer::Request& request) const;
+    [[nodiscard]] LoopbackHttpServer::Response styles(const LoopbackHttpServer::Request& request) const;
     [[nodiscard]] QByteArray inputReport() const;
     [[nodiscard]] QByteArray statusReport() const;
 

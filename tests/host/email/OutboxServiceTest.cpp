@@ -411,7 +411,7 @@ TEST_CASE("outbox service: a refusal that comes after the answer leaves the mess
     CHECK(bench.kept().at(0).state == State::Failed);
 }
 
-TEST_CASE("outbox service: attempts that hang on old messages do not keep a new one waiting")
+TEST_CASE("outbox service: attempts that hang on old messages do not keep new ones waiting")
 {
     MailBench bench;
     bench.server.answer("MAIL", "451 Come back");
@@ -424,10 +424,14 @@ TEST_CASE("outbox service: attempts that hang on old messages do not keep a new 
     bench.server.holdAt("RCPT ann@example.org");
     bench.pass(60.0);
     REQUIRE(TestSupport::pumpUntil([&] { return bench.server.held() > 0; }, 20000));
-    CHECK(bench.send(bench.message("Hello\n", "bob@example.org")).success);
-    CHECK(bench.server.mails().size() == 1);
+    // Whoever has delivered one looks for the next; none of them may get stuck in the old ones.
+    for (std::size_t i = 1; i <= 6; ++i) {
+        REQUIRE(bench.send(bench.message("Hello\n", "bob@example.org")).success);
+        CHECK(bench.server.mails().size() == i);
+    }
+    CHECK(bench.server.held() == 1);
     bench.server.release();
-    REQUIRE(bench.hasMails(4));
+    REQUIRE(bench.hasMails(9));
     CHECK(bench.becomesEmpty());
 }
 

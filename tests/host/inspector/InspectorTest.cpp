@@ -11,6 +11,8 @@
 #include <Trellis/Application.hpp>
 #include <Trellis/Widget.hpp>
 
+#include <Cascara/StyleEngine.hpp>
+
 #include <doctest/doctest.h>
 
 #include <QImage>
@@ -41,7 +43,7 @@ TEST_CASE("inspector: the first page lists the others")
     const HttpReply reply = f.get("/");
     CHECK(reply.status == 200);
     CHECK(reply.head.contains("Content-Type: text/plain; charset=utf-8\r\n"));
-    for (const char* page : {"/tree", "/screenshot.png", "/log", "/analytics", "/input", "/grabs", "/status", "/frames"})
+    for (const char* page : {"/tree", "/styles", "/screenshot.png", "/log", "/analytics", "/input", "/grabs", "/status", "/frames"})
         CHECK_MESSAGE(reply.body.contains(page), page);
     CHECK(f.get("/none").status == 404);
 }
@@ -208,6 +210,23 @@ TEST_CASE("inspector: the cards on the table are told with who holds them")
                         QJsonObject{{"id", qint64(free)}, {"code", "7"}, {"holder", QJsonValue()}}});
 
     f.application.removeInputSource(input);
+}
+
+TEST_CASE("inspector: what the style sheets say about a widget is told by its id in the tree")
+{
+    Fixture f;
+    Cascara::StyleEngine::instance().addStyleSheet(QStringLiteral("#map { width: 30px }"), QStringLiteral("hall.css"));
+    auto widget = Bedrock::makeIntrusive<Trellis::Widget>();
+    widget->setCSSId("map");
+    f.application.mainLayer()->addChild(widget);
+    const QByteArray id = QByteArray::number(qlonglong(widget->id()));
+    CHECK(f.get("/styles?id=" + id).json().array()
+          == QJsonArray{QJsonObject{{"attribute", "width"}, {"value", "30px"}, {"selector", "#map"}, {"sheet", "hall.css"}, {"line", 1}, {"column", 8}}});
+    CHECK(f.get("/styles").status == 400);
+    CHECK(f.get("/styles?id=map").status == 400);
+    widget->removeFromParent();
+    CHECK(f.get("/styles?id=" + id).status == 404);
+    Cascara::StyleEngine::instance().clearStyleSheets();
 }
 
 TEST_CASE("inspector: a port that is taken is told")
