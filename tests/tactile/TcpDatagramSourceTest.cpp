@@ -342,6 +342,32 @@ TEST_CASE("tcp source: a sender that never stops does not keep others, the frame
     CHECK(counter.of('q') == 5);
 }
 
+TEST_CASE("tcp source: a table goes on drawing while a sender floods it, and takes all of what it let in")
+{
+    Hall hall;
+    std::string flood;
+    for (int i = 0; i < 2000; ++i)
+        flood += framed(TestTable::fingersPacket(-1, {{1, 0.0004f * float(i), 0.5f}}, "flood@one"));
+    std::atomic<bool> isOver{false};
+    std::thread sender([&, tracker = std::make_shared<LoopbackStream>(hall.port())] {
+        while (!isOver && tracker->trySend(flood)) {
+        }
+    });
+    std::uint64_t taken = 0;
+    bool isGoingOn = true;
+    for (int i = 0; i < 30 && isGoingOn; ++i) {
+        isGoingOn = hall.input.waitForDatagrams(taken + 100, 10s);
+        taken = hall.input.datagramsReceived();
+        hall.input.takeSample(hall.now += 0.01, hall.sample);
+    }
+    hall.tcp->stop();
+    isOver = true;
+    sender.join();
+    CHECK(isGoingOn);
+    CHECK(hall.sample.fingers.size() == 1);
+    CHECK(hall.input.counters().drops[static_cast<std::size_t>(Tactile::TuioDrop::QueueFull)] == 0);
+}
+
 TEST_CASE("tcp source: a sender that is made to wait loses nothing")
 {
     Counter counter;
@@ -361,6 +387,20 @@ TEST_CASE("tcp source: a sender that is made to wait loses nothing")
     source.stop();
     CHECK(counter.of('a') == packets);
     CHECK(counter.of('b') == 40);
+}
+
+TEST_CASE("tcp source: what came in one read with too much comes by itself, without anything behind it")
+{
+    Counter counter;
+    TcpDatagramSource source(anyPort());
+    REQUIRE(source.start([&](const Tactile::Datagram& datagram) { counter.take(datagram); }));
+    const std::size_t packets = 3 * TcpDatagramSource::kPacketsPerTurn + 3;
+    std::string bytes;
+    for (std::size_t i = 0; i < packets; ++i)
+        bytes += framed({'a'});
+    const LoopbackStream tracker(source.port());
+    tracker.send(bytes);
+    CHECK(counter.waitFor('a', packets));
 }
 
 TEST_CASE("tcp source: a handler that throws costs one packet")
