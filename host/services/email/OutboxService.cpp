@@ -151,8 +151,8 @@ void OutboxService::Private::runAttempts(Outbox::Which which)
     while (!isStopping) {
         const unsigned seen = round;
         lock.unlock();
-        while (!isStopping && attempts.makeOne(which, isStopping) == OutboxAttempts::Turn::Made)
-            look(); // the message may be due again before the watch would look
+        while (!isStopping && attempts.makeOne(which, isStopping) == OutboxAttempts::Turn::Made) {
+        }
         lock.lock();
         roundBegun.wait(lock, [&] { return isStopping || round != seen; });
     }

@@ -357,6 +357,7 @@ TEST_CASE("outbox service: a slow message does not keep the next one waiting")
 TEST_CASE("outbox service: with a silent server every message is on the disk at once, and its files are closed")
 {
     MailBench bench;
+    bench.settings.timeoutSeconds = 300.0;
     bench.server.fallSilentAt("MAIL");
     bench.open();
     std::vector<folly::Future<MailBench::Status>> futures;
@@ -414,6 +415,7 @@ TEST_CASE("outbox service: a refusal that comes after the answer leaves the mess
 TEST_CASE("outbox service: attempts that hang on old messages do not keep new ones waiting")
 {
     MailBench bench;
+    bench.settings.timeoutSeconds = 300.0;
     bench.server.answer("MAIL", "451 Come back");
     bench.open();
     for (int i = 1; i <= 3; ++i) {
