@@ -1,6 +1,7 @@
 #include "Log.hpp"
 
-#include <QDebug>
+#include <QByteArray>
+#include <QtGlobal>
 
 #include <cstdio>
 
@@ -46,12 +47,12 @@ void writeToStandardError(QtMsgType type, const QMessageLogContext&, const QStri
 
 void logInfo(const QString& what, const QString& detail)
 {
-    qInfo().noquote() << line(what, detail);
+    qInfo("%s", line(what, detail).toUtf8().constData());
 }
 
 void logWarning(const QString& what, const QString& detail)
 {
-    qWarning().noquote() << line(what, detail);
+    qWarning("%s", line(what, detail).toUtf8().constData());
 }
 
 void RareWarning::log(const QString& what, const QString& detail, Clock::time_point now)
