@@ -84,18 +84,25 @@ private:
         [[nodiscard]] bool isResting() const { return packets >= kPacketsPerTurn || bytes >= kBytesPerTurn; }
     };
 
+    static void watch(pollfd& one, int descriptor)
+    {
+        one.fd = descriptor;
+        one.events = POLLIN;
+        one.revents = 0;
+    }
+
     /// Until something arrived, or a connection has rested. False when the thread is to end.
     bool wait()
     {
         const bool isAccepting = m_accepted < kAcceptedPerTurn;
         bool isAnyoneResting = !isAccepting;
-        m_waiting[0] = {m_source.wakeDescriptor(), POLLIN, 0};
-        m_waiting[1] = {isAccepting ? m_source.listeningSocket() : -1, POLLIN, 0};
+        watch(m_waiting[0], m_source.wakeDescriptor());
+        watch(m_waiting[1], isAccepting ? m_source.listeningSocket() : -1);
         for (std::size_t i = 0; i < kMaxConnections; ++i) {
             const Connection& connection = m_connections[i];
             const bool isResting = connection.isOpen() && connection.isResting();
             isAnyoneResting = isAnyoneResting || isResting;
-            m_waiting[2 + i] = {isResting ? -1 : connection.descriptor, POLLIN, 0};
+            watch(m_waiting[2 + i], isResting ? -1 : connection.descriptor);
         }
         if (::poll(m_waiting.data(), m_waiting.size(), isAnyoneResting ? static_cast<int>(kTurn.count()) : -1) < 0) {
             if (errno != EINTR) {
