@@ -13,6 +13,8 @@
 #include <boost/beast/http/string_body.hpp>
 
 #include <exception>
+#include <map>
+#include <mutex>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -22,6 +24,7 @@ namespace http = boost::beast::http;
 namespace
 {
 constexpr qint64 kReadBuffer = 64 * 1024;
+constexpr int kLookForMadeMs = 2;
 
 const char* reason(int status)
 {
@@ -63,18 +66,31 @@ struct LoopbackHttpServer::Private
 {
     class Connection;
 
-    explicit Private(Handler h) : handler(std::move(h)) {}
+    explicit Private(Handler h) : handler(std::move(h))
+    {
+        lookForMade.setInterval(kLookForMadeMs);
+        QObject::connect(&lookForMade, &QTimer::timeout, &lookForMade, [this] { sendMade(); });
+    }
 
     /// Calls the handler for one request at a time, also when it lets Qt's events through meanwhile.
     Response call(const Request& request);
     /// Makes the answer on the server's thread and gives it to the connection, if that is still there.
     void finishLater(std::function<Response()> make, QPointer<Connection> connection);
+    void sendMade();
 
     Handler handler;
     bool isAnswering = false;
     int connections = 0;
     std::vector<QPointer<Connection>> waiting; ///< have something to read as soon as the answer under way is given
     QTcpServer server;
+
+    // Answers that are made on the thread. While there are any the main thread looks for them: what crosses is an answer
+    // and its number, behind a mutex.
+    std::map<long, QPointer<Connection>> making;
+    long lastMade = 0;
+    std::mutex madeMutex;
+    std::vector<std::pair<long, Response>> made;
+    QTimer lookForMade;
     Bedrock::WorkerPool thread{1}; ///< last member: ends first
 };
 
@@ -220,13 +236,31 @@ LoopbackHttpServer::Response LoopbackHttpServer::Private::call(const Request& re
 
 void LoopbackHttpServer::Private::finishLater(std::function<Response()> make, QPointer<Connection> connection)
 {
-    thread.add([this, make = std::move(make), connection = std::move(connection)] {
-        const Response response = make();
-        QMetaObject::invokeMethod(&server, [response, connection] {
-            if (connection)
-                connection->finish(response);
-        }, Qt::QueuedConnection);
+    const long number = ++lastMade;
+    making[number] = std::move(connection);
+    thread.add([this, make = std::move(make), number] {
+        Response response = make();
+        const std::lock_guard<std::mutex> guard(madeMutex);
+        made.emplace_back(number, std::move(response));
     });
+    lookForMade.start();
+}
+
+void LoopbackHttpServer::Private::sendMade()
+{
+    std::vector<std::pair<long, Response>> ready;
+    {
+        const std::lock_guard<std::mutex> guard(madeMutex);
+        ready.swap(made);
+    }
+    for (const auto& [number, response] : ready) {
+        const QPointer<Connection> connection = making[number];
+        making.erase(number);
+        if (connection)
+            connection->finish(response);
+    }
+    if (making.empty())
+        lookForMade.stop();
 }
 
 LoopbackHttpServer::LoopbackHttpServer(Handler handler) : d(std::make_unique<Private>(std::move(handler)))
