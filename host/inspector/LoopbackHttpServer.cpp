@@ -239,7 +239,14 @@ void LoopbackHttpServer::Private::finishLater(std::function<Response()> make, QP
     const long number = ++lastMade;
     making[number] = std::move(connection);
     thread.add([this, make = std::move(make), number] {
-        Response response = make();
+        Response response;
+        try {
+            response = make();
+        } catch (const std::exception& error) {
+            // Somebody waits for it all the same.
+            Bedrock::Trace::error("LoopbackHttpServer # Making an answer failed (%s)", error.what());
+            response = {500, "text/plain; charset=utf-8", QByteArray(error.what()) + '\n'};
+        }
         const std::lock_guard<std::mutex> guard(madeMutex);
         made.emplace_back(number, std::move(response));
     });

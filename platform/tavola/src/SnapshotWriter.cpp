@@ -91,7 +91,7 @@ SnapshotWriter::~SnapshotWriter()
 QString SnapshotWriter::folder()
 {
     if (!m_folder)
-        removeFoldersLeftBehind();
+        m_threads.add(removeFoldersLeftBehind); // there may be thousands of files in them
     if (!m_folder || !QFileInfo(m_folder->path()).isDir())
         m_folder = std::make_unique<QTemporaryDir>(QDir::tempPath() + QLatin1Char('/') + QLatin1String(kFolderPrefix)
                                                    + QString::number(QCoreApplication::applicationPid()) + QStringLiteral("-XXXXXX"));

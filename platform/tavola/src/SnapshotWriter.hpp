@@ -17,7 +17,7 @@ namespace Tavola
 ///
 /// Pictures without a name go to a folder in the temporary place that only the user of this process can read, named
 /// tavola-snapshots-PID-…; it is made with the first of them and removed at the end, after everything that was begun has
-/// been written. What a process that was killed has left is removed then, too. Files there are named after what they show:
+/// been written. What a process that was killed has left is removed by the way. Files there are named after what they show:
 /// a table that runs for weeks keeps one file for each look of its content, however often that is collected.
 class SnapshotWriter
 {

@@ -343,3 +343,21 @@ TEST_CASE("loopback server: who asks without end and reads nothing is asked to w
     CHECK(f.requests.size() < 30);
     CHECK(f.replyTo("GET /other HTTP/1.1\r\n" + kHost + "\r\n").status == 200);
 }
+
+TEST_CASE("loopback server: an answer whose making fails is a logged error and status 500, and the next one is made")
+{
+    bool fails = true;
+    Fixture f([&](const LoopbackHttpServer::Request&) {
+        LoopbackHttpServer::Response response;
+        response.later = [fails]() -> LoopbackHttpServer::Response {
+            if (fails)
+                throw std::runtime_error("no memory");
+            return {200, "text/plain", "made"};
+        };
+        return response;
+    });
+    TestSupport::expectError("LoopbackHttpServer # Making an answer failed (no memory)");
+    CHECK(f.replyTo("GET / HTTP/1.1\r\n" + kHost + "\r\n").status == 500);
+    fails = false;
+    CHECK(f.replyTo("GET / HTTP/1.1\r\n" + kHost + "\r\n").body == "made");
+}
