@@ -87,6 +87,8 @@ endfunction()
 function(house_test name)
     cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;HELPERS;LINKS;LABELS;ENVIRONMENT")
     add_executable(${name} ${ARG_SOURCES} ${ARG_HELPERS})
+    # Helpers lie at the top of a test folder, tests in the same folders as what they test.
+    target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
     target_link_libraries(${name} PRIVATE ${ARG_LINKS} test_support)
     house_options(${name})
     # A test file is compiled more often than its code matters: optimising it would take most of the build's time.

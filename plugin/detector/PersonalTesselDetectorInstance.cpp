@@ -1,7 +1,7 @@
 #include "detector/PersonalTesselDetectorInstance.hpp"
 
 #include "folder/PersonalFolderWidget.hpp"
-#include "frame/PersonalTesselWidget.hpp"
+#include "shared/PersonalTesselWidget.hpp"
 
 #include <Tavola/Tavola.hpp>
 #include <Tavola/UserInterface.hpp>

@@ -1,7 +1,7 @@
 #include "email/EmailSendingPopupWidget.hpp"
 
 #include "email/EmailSendingPopupWidgetD.hpp"
-#include "frame/Placeholder.hpp"
+#include "shared/Placeholder.hpp"
 
 namespace Tavola
 {

@@ -1,8 +1,8 @@
 #include "email/EmailSendingPopupWidgetD.hpp"
 
 #include "email/EnvelopeWidget.hpp"
-#include "frame/AfterUpdate.hpp"
-#include "frame/DefaultFileRepresentation.hpp"
+#include "shared/AfterUpdate.hpp"
+#include "shared/DefaultFileRepresentation.hpp"
 
 #include <Bedrock/Trace.hpp>
 #include <Tavola/DataGathering.hpp>

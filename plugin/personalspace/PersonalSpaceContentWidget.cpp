@@ -1,7 +1,7 @@
 #include "personalspace/PersonalSpaceContentWidget.hpp"
 
-#include "frame/AfterUpdate.hpp"
-#include "frame/DefaultFileRepresentation.hpp"
+#include "shared/AfterUpdate.hpp"
+#include "shared/DefaultFileRepresentation.hpp"
 
 #include <Bedrock/BinaryData.hpp>
 #include <Bedrock/Trace.hpp>

@@ -1,7 +1,7 @@
 // How a personal space e-mails what it holds to its owner.
 
 #include "email/EmailComposition.hpp"
-#include "frame/AfterUpdate.hpp"
+#include "shared/AfterUpdate.hpp"
 #include "personalspace/PersonalSpaceWidgetD.hpp"
 
 #include <Tavola/DataGathering.hpp>

@@ -1,6 +1,6 @@
 // The tooltips of a personal space: one at a time.
 
-#include "frame/Placeholder.hpp"
+#include "shared/Placeholder.hpp"
 #include "personalspace/PersonalSpaceWidgetD.hpp"
 
 #include <Bedrock/BinaryData.hpp>

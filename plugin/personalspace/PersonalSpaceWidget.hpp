@@ -1,6 +1,6 @@
 #pragma once
 
-#include "frame/PersonalTesselWidget.hpp"
+#include "shared/PersonalTesselWidget.hpp"
 
 #include <Tavola/StylableTextHost.hpp>
 

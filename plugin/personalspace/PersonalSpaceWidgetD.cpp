@@ -1,6 +1,6 @@
 #include "personalspace/PersonalSpaceWidgetD.hpp"
 
-#include "frame/Placeholder.hpp"
+#include "shared/Placeholder.hpp"
 
 #include <Bedrock/BinaryData.hpp>
 #include <Tavola/DataGathering.hpp>

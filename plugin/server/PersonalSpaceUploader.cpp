@@ -1,6 +1,6 @@
 #include "server/PersonalSpaceUploader.hpp"
 
-#include "frame/AfterUpdate.hpp"
+#include "shared/AfterUpdate.hpp"
 #include "personalspace/PersonalSpaceContents.hpp"
 #include "server/IconDownloader.hpp"
 #include "server/JSONRequests.hpp"

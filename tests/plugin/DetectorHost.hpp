@@ -3,8 +3,8 @@
 #include "PluginSupport.hpp"
 #include "TestHost.hpp"
 #include "detector/PersonalTesselDetectorWidget.hpp"
-#include "frame/FactoryRegistrant.hpp"
-#include "frame/PersonalComponents.hpp"
+#include "registration/FactoryRegistrant.hpp"
+#include "registration/PersonalComponents.hpp"
 #include "personalspace/PersonalSpaceWidget.hpp"
 
 #include <Tavola/Component.hpp>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../support/ScriptedDatagrams.hpp"
+#include "ScriptedDatagrams.hpp"
 
 #include <Tactile/Sample.hpp>
 #include <Tactile/TuioEncoder.hpp>

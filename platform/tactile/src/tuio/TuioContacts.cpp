@@ -1,0 +1,227 @@
+#include "tuio/TuioContacts.hpp"
+
+#include "tuio/TuioSources.hpp"
+
+#include <Tactile/TuioDecoder.hpp>
+
+#include <algorithm>
+#include <cmath>
+
+namespace Tactile
+{
+namespace
+{
+using Kind = ContactEvent::Kind;
+
+constexpr float kMargin = 0.05f; // calibration may put the rim of the surface slightly outside 0..1
+constexpr std::size_t kMaxSymbols = TuioDecoder::kMaxMarkers;
+
+float wrapAngle(float radians) noexcept
+{
+    constexpr float kTurn = 6.28318530717958647692f;
+    const float wrapped = std::fmod(radians, kTurn);
+    const float positive = wrapped < 0.f ? wrapped + kTurn : wrapped;
+    return positive < kTurn ? positive : 0.f;
+}
+
+bool isAlive(const TuioChannelState& state, std::int32_t session)
+{
+    return std::binary_search(state.alive.begin(), state.alive.end(), session);
+}
+
+TuioSession* findSession(TuioChannelState& state, std::int32_t id)
+{
+    const auto found =
+        std::find_if(state.sessions.begin(), state.sessions.end(), [id](const TuioSession& s) { return s.id == id; });
+    return found == state.sessions.end() ? nullptr : &*found;
+}
+
+TuioSymbol* findSymbol(TuioChannelState& state, std::int32_t session)
+{
+    const auto found = std::find_if(state.symbols.begin(), state.symbols.end(),
+                                    [session](const TuioSymbol& s) { return s.session == session; });
+    return found == state.symbols.end() ? nullptr : &*found;
+}
+}
+
+void TuioContacts::restart(int source, TuioChannel channel)
+{
+    TuioChannelState& state = m_sources.source(source).channel(channel);
+    for (const TuioSession& session : state.sessions)
+        if (session.isAnnounced)
+            write(Kind::Cancel, source, channel, session);
+    state.sessions.clear();
+    state.symbols.clear();
+    state.alive.clear();
+}
+
+void TuioContacts::takeAlive(int source, TuioChannel channel, std::vector<std::int32_t>& alive)
+{
+    TuioChannelState& state = m_sources.source(source).channel(channel);
+    std::sort(alive.begin(), alive.end());
+    alive.erase(std::unique(alive.begin(), alive.end()), alive.end());
+    if (alive == state.alive)
+        return;
+    state.alive.swap(alive);
+    auto kept = state.sessions.begin();
+    for (TuioSession& session : state.sessions) {
+        if (isAlive(state, session.id))
+            *kept++ = session;
+        else if (session.isAnnounced)
+            write(Kind::Vanish, source, channel, session);
+    }
+    state.sessions.erase(kept, state.sessions.end());
+    state.symbols.erase(std::remove_if(state.symbols.begin(), state.symbols.end(),
+                                       [&state](const TuioSymbol& s) { return !isAlive(state, s.session); }),
+                        state.symbols.end());
+}
+
+void TuioContacts::takeSet(int source, TuioChannel channel, const TuioSet& given)
+{
+    TuioSet set = given;
+    TuioChannelState& state = m_sources.source(source).channel(channel);
+    if (!std::isfinite(set.x) || !std::isfinite(set.y) || !std::isfinite(set.angle))
+        return m_sources.count(TuioDrop::NotFinite, source);
+    const auto isNear = [](float v) { return v >= -kMargin && v <= 1.f + kMargin; };
+    if (!isNear(set.x) || !isNear(set.y) || set.code < 0)
+        return m_sources.count(TuioDrop::OutOfRange, source);
+    if (!isAlive(state, set.session))
+        return m_sources.count(TuioDrop::NotAlive, source);
+    if (set.shape == TuioShape::Symbol)
+        return takeSymbol(source, channel, set);
+    if (const TuioSymbol* symbol = set.shape == TuioShape::Area ? findSymbol(state, set.session) : nullptr) {
+        set.shape = TuioShape::Symbol;
+        set.code = symbol->code;
+    }
+
+    set.x = std::clamp(set.x, 0.f, 1.f);
+    set.y = std::clamp(set.y, 0.f, 1.f);
+    set.angle = wrapAngle(set.angle);
+    const bool isMarker = isMarkerShape(set.shape);
+    const TuioDrop cap = isMarker ? TuioDrop::MarkerCap : TuioDrop::FingerCap;
+    TuioSession* session = findSession(state, set.session);
+    if (!session) {
+        if (isFull(source, isMarker))
+            return m_sources.count(cap, source);
+        state.sessions.push_back({set.shape, set.session, set.code, set.x, set.y, set.angle, false, false});
+        return announce(source, channel, state.sessions.back());
+    }
+    if (set.shape < session->shape)
+        return; // the same thing, less well known
+    if (isMarker != isMarkerShape(session->shape) && isFull(source, isMarker))
+        return m_sources.count(cap, source);
+    reshape(source, channel, *session, set.shape);
+    if (session->isVoid)
+        return;
+    if (session->isAnnounced && session->code != set.code) {
+        // The sender read another code: another card.
+        write(Kind::Vanish, source, channel, *session);
+        session->isAnnounced = false;
+    }
+    const bool isChanged = session->x != set.x || session->y != set.y || session->angle != set.angle;
+    session->code = set.code;
+    session->x = set.x;
+    session->y = set.y;
+    session->angle = set.angle;
+    if (!session->isAnnounced)
+        announce(source, channel, *session);
+    else if (isChanged)
+        write(Kind::Move, source, channel, *session);
+}
+
+void TuioContacts::takeSymbol(int source, TuioChannel channel, const TuioSet& set)
+{
+    TuioChannelState& state = m_sources.source(source).channel(channel);
+    if (TuioSymbol* known = findSymbol(state, set.session))
+        known->code = set.code;
+    else if (state.symbols.size() < kMaxSymbols)
+        state.symbols.push_back({set.session, set.code});
+    else
+        return m_sources.count(TuioDrop::MarkerCap, source);
+    // An area seen before is the place of this symbol.
+    const TuioSession* session = findSession(state, set.session);
+    if (session && (session->shape == TuioShape::Area || session->shape == TuioShape::Symbol))
+        takeSet(source, channel, {TuioShape::Area, session->id, 0, session->x, session->y, session->angle});
+}
+
+/// What was taken for a finger turns out to be a card: the finger did nothing. And the other way about.
+void TuioContacts::reshape(int source, TuioChannel channel, TuioSession& session, TuioShape shape)
+{
+    if (isMarkerShape(shape) != isMarkerShape(session.shape)) {
+        if (session.isAnnounced)
+            write(Kind::Cancel, source, channel, session);
+        session.isAnnounced = false;
+        session.isVoid = false;
+    }
+    session.shape = shape;
+}
+
+void TuioContacts::endFrame(int source, TuioChannel channel)
+{
+    TuioChannelState& state = m_sources.source(source).channel(channel);
+    ++m_sources.countersOf(source).frames;
+    if (state.mustAnnounce) {
+        for (TuioSession& session : state.sessions)
+            announce(source, channel, session);
+        state.mustAnnounce = false;
+    }
+    recount(source);
+}
+
+void TuioContacts::announce(int source, TuioChannel channel, TuioSession& session)
+{
+    if (session.isAnnounced || session.isVoid)
+        return;
+    session.isAnnounced = true;
+    write(Kind::Appear, source, channel, session);
+}
+
+bool TuioContacts::isFull(int source, bool isMarker) const
+{
+    std::size_t count = 0;
+    for (const TuioChannelState& state : m_sources.source(source).channels)
+        for (const TuioSession& session : state.sessions)
+            count += isMarkerShape(session.shape) == isMarker ? 1 : 0;
+    return count >= (isMarker ? TuioDecoder::kMaxMarkers : TuioDecoder::kMaxFingers);
+}
+
+void TuioContacts::write(Kind kind, int source, TuioChannel channel, const TuioSession& session)
+{
+    const bool isMarker = isMarkerShape(session.shape);
+    ContactEvent event;
+    event.kind = kind;
+    event.type = isMarker ? TrackedObject::Type::Marker : TrackedObject::Type::Finger;
+    event.listener = m_sources.source(source).listener;
+    event.key = {static_cast<std::uint16_t>(source), static_cast<std::uint8_t>(channel), session.id};
+    event.position = {session.x, session.y};
+    if (isMarker) {
+        event.rotationRadians = session.angle;
+        event.code = static_cast<std::uint64_t>(session.code);
+    }
+    m_events->push_back(event);
+}
+
+void TuioContacts::recount(int source)
+{
+    TuioSourceCounters& counters = m_sources.countersOf(source);
+    counters.markers = counters.fingers = 0;
+    for (const TuioChannelState& state : m_sources.source(source).channels)
+        for (const TuioSession& session : state.sessions)
+            if (session.isAnnounced)
+                ++(isMarkerShape(session.shape) ? counters.markers : counters.fingers);
+}
+
+void TuioContacts::sourceLost(int source)
+{
+    m_sources.countersOf(source).isLost = true;
+    for (TuioChannelState& state : m_sources.source(source).channels) {
+        state.isOrderLost = true;
+        state.mustAnnounce = true;
+        for (TuioSession& session : state.sessions) {
+            session.isAnnounced = false;
+            session.isVoid = !isMarkerShape(session.shape);
+        }
+    }
+    recount(source);
+}
+}

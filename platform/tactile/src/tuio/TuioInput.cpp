@@ -1,0 +1,176 @@
+#include <Tactile/TuioInput.hpp>
+
+#include "tuio/TuioLog.hpp"
+
+#include <Bedrock/Trace.hpp>
+#include <Tactile/DatagramRecorder.hpp>
+#include <Tactile/DatagramSource.hpp>
+#include <Tactile/Sample.hpp>
+#include <Tactile/TuioDecoder.hpp>
+
+#include <cassert>
+#include <condition_variable>
+#include <limits>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace Tactile
+{
+namespace
+{
+// More than a minute of a busy table. Beyond it whole datagrams are dropped, as if the network had lost them, so that
+// what is taken later is still a true state of the table.
+constexpr std::size_t kMaxWaitingEvents = std::size_t(1) << 18;
+constexpr std::size_t kUsualEvents = 1024;
+}
+
+struct TuioInput::Private
+{
+    const TuioSettings settings;
+    std::vector<std::unique_ptr<DatagramSource>> datagramSources;
+    std::string errorText;
+    ContactTracker tracker;
+
+    mutable std::mutex mutex;
+    mutable std::condition_variable arrived;
+    // Guarded by mutex.
+    TuioDecoder decoder;
+    std::vector<ContactEvent> events;
+    std::vector<Vecta::Rect> rects; // of each listener
+    TuioLog log;
+    DatagramRecorder* recorder = nullptr;
+
+    explicit Private(const TuioSettings& s) : settings(s), tracker(s.tracker) { events.reserve(kUsualEvents); }
+
+    void receive(const Datagram& datagram, std::uint16_t listener)
+    {
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            if (recorder)
+                recorder->datagram(listener, datagram);
+            if (events.size() >= kMaxWaitingEvents)
+                decoder.countUnread(TuioDrop::QueueFull);
+            else
+                decoder.decode(datagram, listener, events);
+        }
+        arrived.notify_all();
+    }
+
+    void mapToTable()
+    {
+        for (ContactEvent& event : events) {
+            if (event.kind == ContactEvent::Kind::Seen)
+                continue;
+            const Vecta::Rect& rect = rects[event.listener];
+            event.position = {rect.x + event.position.x * rect.width, rect.y + event.position.y * rect.height};
+        }
+    }
+
+    void giveUpLostSources()
+    {
+        for (const ContactTracker::LostSource& lost : tracker.lostSources()) {
+            const std::string& name = decoder.counters().sources[lost.source].name;
+            if (lost.hadContacts)
+                Bedrock::Trace::warning("TuioInput::takeSample # Lost the sender %s (no packet for %g s); its fingers are "
+                                        "cancelled and its cards leave the table, look whether it runs",
+                                        name.c_str(), settings.tracker.lostSenderSeconds);
+            else
+                Bedrock::Trace::info("TuioInput::takeSample # The sender %s has gone (no packet for %g s)", name.c_str(),
+                                     settings.tracker.lostSenderSeconds);
+            decoder.sourceLost(lost.source);
+        }
+    }
+};
+
+TuioInput::TuioInput(const TuioSettings& settings) : d(std::make_unique<Private>(settings)) {}
+
+TuioInput::~TuioInput()
+{
+    for (const auto& source : d->datagramSources)
+        source->stop();
+}
+
+void TuioInput::setRecorder(DatagramRecorder* recorder)
+{
+    assert(d->datagramSources.empty() && "a recording begins before its sources");
+    const std::lock_guard<std::mutex> lock(d->mutex);
+    d->recorder = recorder;
+    if (recorder)
+        recorder->settings(d->settings);
+}
+
+bool TuioInput::addSource(std::unique_ptr<DatagramSource> source)
+{
+    return addSource(std::move(source), d->settings.tableRect);
+}
+
+bool TuioInput::addSource(std::unique_ptr<DatagramSource> source, const Vecta::Rect& tableRect)
+{
+    if (d->datagramSources.size() >= std::numeric_limits<std::uint16_t>::max()) {
+        d->errorText = "TuioInput::addSource # Failed to add a source (there are 65535 already); use fewer";
+        return false;
+    }
+    const auto listener = static_cast<std::uint16_t>(d->datagramSources.size());
+    {
+        const std::lock_guard<std::mutex> lock(d->mutex);
+        d->rects.push_back(tableRect);
+        if (d->recorder)
+            d->recorder->listener(listener, tableRect);
+    }
+    if (!source->start([input = d.get(), listener](const Datagram& datagram) { input->receive(datagram, listener); })) {
+        d->errorText = source->errorText();
+        const std::lock_guard<std::mutex> lock(d->mutex);
+        d->rects.pop_back();
+        return false;
+    }
+    d->datagramSources.push_back(std::move(source));
+    return true;
+}
+
+const std::string& TuioInput::errorText() const noexcept
+{
+    return d->errorText;
+}
+
+void TuioInput::setTableRect(std::size_t index, const Vecta::Rect& tableRect)
+{
+    const std::lock_guard<std::mutex> lock(d->mutex);
+    if (index >= d->rects.size())
+        return;
+    d->rects[index] = tableRect;
+    if (d->recorder)
+        d->recorder->listener(static_cast<std::uint16_t>(index), tableRect);
+}
+
+void TuioInput::takeSample(double nowSeconds, Sample& sample)
+{
+    // The tracker runs under the lock as well: a sender that it gives up must not slip in a frame meanwhile.
+    const std::lock_guard<std::mutex> lock(d->mutex);
+    if (d->recorder)
+        d->recorder->frameTaken(nowSeconds);
+    d->mapToTable();
+    d->tracker.update(nowSeconds, d->events, sample);
+    d->events.clear();
+    d->giveUpLostSources();
+    d->log.report(nowSeconds, d->decoder);
+}
+
+TuioCounters TuioInput::counters() const
+{
+    const std::lock_guard<std::mutex> lock(d->mutex);
+    return d->decoder.counters();
+}
+
+std::uint64_t TuioInput::datagramsReceived() const
+{
+    const std::lock_guard<std::mutex> lock(d->mutex);
+    return d->decoder.counters().packets;
+}
+
+bool TuioInput::waitForDatagrams(std::uint64_t count, std::chrono::milliseconds timeout) const
+{
+    std::unique_lock<std::mutex> lock(d->mutex);
+    return d->arrived.wait_for(lock, timeout, [&] { return d->decoder.counters().packets >= count; });
+}
+}

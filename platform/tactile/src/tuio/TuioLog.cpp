@@ -1,0 +1,83 @@
+#include "tuio/TuioLog.hpp"
+
+#include <Bedrock/Trace.hpp>
+#include <Tactile/TuioDecoder.hpp>
+
+#include <string>
+
+namespace Tactile
+{
+namespace
+{
+constexpr double kSecondsBetweenLines = 10.0;
+
+std::uint64_t countOf(const TuioCounters& counters, TuioDrop cause)
+{
+    return counters.drops[static_cast<std::size_t>(cause)];
+}
+}
+
+void TuioLog::report(double nowSeconds, const TuioDecoder& decoder)
+{
+    const TuioCounters& counters = decoder.counters();
+    reportPackets(nowSeconds, decoder);
+    reportCap(counters, TuioDrop::FingerCap, "more than 256 fingers at once; the newest are dropped");
+    reportCap(counters, TuioDrop::MarkerCap, "more than 64 markers at once; the newest are dropped");
+    reportCap(counters, TuioDrop::SourceCap, "more than 16 senders at once; the newest are dropped");
+    if (!m_hasToldUnknown && !decoder.firstUnknownAddress().empty()) {
+        m_hasToldUnknown = true;
+        Bedrock::Trace::info("TuioDecoder::decode # Skipped a message of another kind (%s); further ones are only counted",
+                             decoder.firstUnknownAddress().c_str());
+    }
+}
+
+void TuioLog::reportPackets(double nowSeconds, const TuioDecoder& decoder)
+{
+    const TuioCounters& counters = decoder.counters();
+    const std::uint64_t malformed = countOf(counters, TuioDrop::Malformed);
+    const std::uint64_t queueFull = countOf(counters, TuioDrop::QueueFull);
+    if (malformed == m_reportedMalformed && queueFull == m_reportedQueueFull)
+        return;
+    if (!m_hasReported && malformed > 0) {
+        const TuioDecoder::RefusedPacket& first = decoder.firstRefused();
+        Bedrock::Trace::warning("TuioDecoder::decode # Dropped a datagram (from %s, %s); the table stays as it was",
+                                first.sender.toString().c_str(), describe(first.cause));
+        m_reportedMalformed = 1;
+        m_reportedRefusals[static_cast<std::size_t>(first.cause)] = 1;
+    } else {
+        if (m_hasReported && nowSeconds - m_lastReport < kSecondsBetweenLines)
+            return;
+        std::string detail;
+        for (std::size_t i = 0; i < kOscRefusalCount; ++i) {
+            const std::uint64_t count = counters.refusals[i] - m_reportedRefusals[i];
+            if (count > 0)
+                detail += (detail.empty() ? "" : ", ") + std::to_string(count) + " with " +
+                          describe(static_cast<OscRefusal>(i));
+        }
+        if (queueFull > m_reportedQueueFull)
+            detail += (detail.empty() ? "" : ", ") + std::to_string(queueFull - m_reportedQueueFull) +
+                      " while no frame was drawn";
+        const std::uint64_t dropped = malformed - m_reportedMalformed + queueFull - m_reportedQueueFull;
+        Bedrock::Trace::warning("TuioDecoder::decode # Dropped %llu more datagrams (%s)",
+                                static_cast<unsigned long long>(dropped), detail.c_str());
+        m_reportedMalformed = malformed;
+        m_reportedQueueFull = queueFull;
+        m_reportedRefusals = counters.refusals;
+    }
+    m_hasReported = true;
+    m_lastReport = nowSeconds;
+}
+
+void TuioLog::reportCap(const TuioCounters& counters, TuioDrop cause, const char* what)
+{
+    const auto index = static_cast<std::size_t>(cause);
+    if (m_warned[index] > 0 || counters.drops[index] == 0)
+        return;
+    m_warned[index] = 1;
+    const char* name = "the table";
+    for (const TuioSourceCounters& source : counters.sources)
+        if (source.drops[index] > 0)
+            name = source.name.c_str();
+    Bedrock::Trace::warning("TuioDecoder::decode # Reached a limit at %s (%s)", name, what);
+}
+}

@@ -1,0 +1,20 @@
+#include "component/JsonText.hpp"
+
+#include <QChar>
+
+#include <algorithm>
+
+namespace Tavola
+{
+QString jsonPosition(const QByteArray& text, int parserOffset)
+{
+    // The parser stands behind what it could not read, and behind the blanks that follow.
+    int place = std::clamp(parserOffset, 0, text.size()) - 1;
+    while (place > 0 && QChar::isSpace(uchar(text.at(place))))
+        --place;
+    place = std::max(place, 0);
+    const int line = 1 + static_cast<int>(std::count(text.begin(), text.begin() + place, '\n'));
+    const int column = place - (place > 0 ? text.lastIndexOf('\n', place - 1) : -1);
+    return QStringLiteral("%1:%2").arg(line).arg(column);
+}
+}

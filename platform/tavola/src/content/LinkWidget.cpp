@@ -1,0 +1,107 @@
+#include <Tavola/LinkWidget.hpp>
+
+#include "component/AttributeValues.hpp"
+#include "content/QrPicture.hpp"
+
+#include <Lantern/RenderContext.hpp>
+#include <Trellis/TextWidget.hpp>
+
+#include <QUrl>
+
+#include <algorithm>
+
+namespace Tavola
+{
+namespace
+{
+/// The address as people write it: without scheme, name and password, fragment and trailing slash. Whoever types it arrives
+/// at the same page, so its port and its query stay.
+QString shownAddress(const QString& source)
+{
+    const QUrl url(source);
+    if (!url.isValid() || url.host().isEmpty())
+        return source;
+    QString shown = url.toString(QUrl::RemoveScheme | QUrl::RemoveUserInfo | QUrl::RemoveFragment);
+    if (shown.startsWith(QLatin1String("//")))
+        shown.remove(0, 2);
+    if (shown.endsWith(QLatin1Char('/')))
+        shown.chop(1);
+    return shown;
+}
+
+bool isWebAddress(const QString& source)
+{
+    const QUrl url(source, QUrl::StrictMode);
+    const QString scheme = url.scheme();
+    return !url.host().isEmpty() && (scheme == QLatin1String("http") || scheme == QLatin1String("https"));
+}
+
+QString hostOf(const QString& source)
+{
+    const QString host = QUrl(source).host();
+    return host.isEmpty() ? source : host;
+}
+}
+
+/// Shows a QR code, as large as its shorter side; without one it takes no place.
+class LinkWidget::QrWidget final : public Trellis::Widget
+{
+public:
+    explicit QrWidget(Trellis::Widget* parent) : Trellis::Widget(parent)
+    {
+        setDefault(*this, "width", "96");
+        setDefault(*this, "height", "96");
+        setDefault(*this, "display", "none");
+        setInputEnabled(false);
+        addCSSClass("link-qr");
+    }
+
+    void show(const QString& address)
+    {
+        m_picture = qrPicture(address.toUtf8());
+        setDefault(*this, "display", m_picture.isNull() ? "none" : "block");
+        requestRedraw();
+    }
+
+    void renderContent(Lantern::RenderContext& context) const override
+    {
+        Widget::renderContent(context);
+        const float side = std::min(width(), height());
+        if (!m_picture.isNull() && side > 0.f)
+            context.drawImage(m_picture, {(width() - side) / 2.f, (height() - side) / 2.f, side, side});
+    }
+
+private:
+    QImage m_picture;
+};
+
+LinkWidget::LinkWidget(Trellis::Widget* parent) : Trellis::Widget(parent)
+{
+    for (const char* freedom : {"movable", "rotatable", "scalable"})
+        setDefault(*this, freedom, "true");
+    m_title = Bedrock::makeIntrusive<Trellis::TextWidget>(this);
+    m_title->addCSSClass(QByteArrayLiteral("link-title"));
+    m_address = Bedrock::makeIntrusive<Trellis::TextWidget>(this);
+    m_address->addCSSClass(QByteArrayLiteral("link-address"));
+    m_qr = Bedrock::makeIntrusive<QrWidget>(this);
+    // A finger on the words moves the card.
+    for (const auto& text : {m_title, m_address})
+        text->setInputEnabled(false);
+    setCSSType(QByteArrayLiteral("LinkWidget"));
+}
+
+LinkWidget::~LinkWidget() = default;
+
+void LinkWidget::attributeChanged(Facet::Attribute& attribute)
+{
+    Widget::attributeChanged(attribute);
+    if (!m_qr || (&attribute != &m_source && &attribute != &m_displayName))
+        return;
+    const QString& source = m_source.value();
+    const QString& name = m_displayName.value();
+    m_title->setText(name.isEmpty() ? hostOf(source) : name);
+    m_address->setText(shownAddress(source));
+    if (&attribute == &m_source)
+        m_qr->show(isWebAddress(source) ? source : QString());
+}
+}

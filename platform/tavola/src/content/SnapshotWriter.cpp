@@ -1,0 +1,132 @@
+#include "content/SnapshotWriter.hpp"
+
+#include <Bedrock/Arrivals.hpp>
+#include <Bedrock/Trace.hpp>
+
+#include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFileInfo>
+#include <QImageWriter>
+#include <QSaveFile>
+#include <QTemporaryDir>
+
+#include <cerrno>
+#include <csignal>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace Tavola
+{
+namespace
+{
+constexpr int kThreads = 2;
+const char* const kFolderPrefix = "tavola-snapshots-";
+
+[[noreturn]] void fail(const QString& path, const QString& why)
+{
+    throw std::runtime_error(QStringLiteral("cannot write the snapshot %1: %2").arg(path, why).toStdString());
+}
+
+void writePng(const QImage& image, const QString& path)
+{
+    QImageWriter writer(path, QByteArrayLiteral("png"));
+    if (!writer.write(image))
+        fail(path, writer.errorString());
+}
+
+/// The name of a file that shows exactly this.
+QString nameOf(const QImage& image)
+{
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    const int head[] = {image.width(), image.height(), int(image.format())};
+    hash.addData(reinterpret_cast<const char*>(head), int(sizeof head));
+    const int lineBytes = (image.width() * image.depth() + 7) / 8; // without what pads a line
+    for (int y = 0; y < image.height(); ++y)
+        hash.addData(reinterpret_cast<const char*>(image.constScanLine(y)), lineBytes);
+    return QStringLiteral("snapshot-%1.png").arg(QString::fromLatin1(hash.result().toHex().left(32)));
+}
+
+/// Writes it whole or not at all: another thread may be asked for the same picture.
+QString writeInto(const QString& folder, const QImage& image)
+{
+    const QString path = folder + QLatin1Char('/') + nameOf(image);
+    if (QFileInfo::exists(path))
+        return path;
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        fail(path, file.errorString());
+    QImageWriter writer(&file, QByteArrayLiteral("png"));
+    if (!writer.write(image))
+        fail(path, writer.errorString());
+    if (!file.commit())
+        fail(path, file.errorString());
+    return path;
+}
+
+/// Of processes that are no more. Those of other users cannot be removed, and stay.
+void removeFoldersLeftBehind()
+{
+    QDir place(QDir::tempPath());
+    const QStringList folders = place.entryList({QLatin1String(kFolderPrefix) + QLatin1Char('*')}, QDir::Dirs | QDir::NoSymLinks);
+    for (const QString& folder : folders) {
+        bool isNumber = false;
+        const long process = folder.mid(int(qstrlen(kFolderPrefix))).section(QLatin1Char('-'), 0, 0).toLong(&isNumber);
+        if (isNumber && process > 0 && ::kill(pid_t(process), 0) != 0 && errno == ESRCH)
+            QDir(place.filePath(folder)).removeRecursively();
+    }
+}
+}
+
+SnapshotWriter::SnapshotWriter() : m_threads(kThreads) {}
+
+SnapshotWriter::~SnapshotWriter()
+{
+    m_threads.waitUntilIdle();
+    if (m_folder && QFileInfo::exists(m_folder->path()) && !m_folder->remove())
+        Bedrock::Trace::warning("SnapshotWriter # Cannot remove the folder %s", qUtf8Printable(m_folder->path()));
+}
+
+QString SnapshotWriter::folder()
+{
+    if (!m_folder)
+        m_threads.add(removeFoldersLeftBehind); // there may be thousands of files in them
+    if (!m_folder || !QFileInfo(m_folder->path()).isDir())
+        m_folder = std::make_unique<QTemporaryDir>(QDir::tempPath() + QLatin1Char('/') + QLatin1String(kFolderPrefix)
+                                                   + QString::number(QCoreApplication::applicationPid()) + QStringLiteral("-XXXXXX"));
+    return m_folder->isValid() ? m_folder->path() : QString();
+}
+
+folly::Future<QString> SnapshotWriter::write(QImage image, const QString& fileName)
+{
+    const QString place = fileName.isEmpty() ? folder() : QString();
+    if (fileName.isEmpty() && place.isEmpty())
+        return folly::makeFuture<QString>(
+            std::runtime_error(QStringLiteral("cannot make a folder for snapshots in %1: %2")
+                                   .arg(QDir::tempPath(), m_folder->errorString()).toStdString()));
+    // The pool takes copyable functions only.
+    auto promise = std::make_shared<folly::Promise<QString>>();
+    auto future = promise->getFuture();
+    m_threads.add([promise, picture = std::move(image), fileName, place, ticket = Bedrock::Arrivals::instance().begin('s')] {
+        QString path = fileName;
+        std::string error;
+        try {
+            if (place.isEmpty())
+                writePng(picture, path);
+            else
+                path = writeInto(place, picture);
+        } catch (const std::exception& failure) {
+            error = failure.what();
+        }
+        Bedrock::Arrivals::instance().deliver(ticket, [promise, path, error] {
+            if (error.empty())
+                promise->setValue(path);
+            else
+                promise->setException(std::runtime_error(error));
+        });
+        Bedrock::Arrivals::instance().ended(ticket);
+    });
+    return future;
+}
+}

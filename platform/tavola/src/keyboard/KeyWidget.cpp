@@ -1,0 +1,153 @@
+#include "keyboard/KeyWidget.hpp"
+
+#include "component/AttributeValues.hpp"
+#include "keyboard/KeyIcon.hpp"
+
+#include <algorithm>
+
+namespace Tavola
+{
+namespace
+{
+using Action = KeyboardKey::Action;
+
+const char* className(Action action)
+{
+    switch (action) {
+    case Action::Text: return "key-letter";
+    case Action::Dead: return "key-dead";
+    case Action::Space: return "key-space";
+    case Action::Shift: return "key-shift";
+    case Action::Backspace: return "key-backspace";
+    case Action::Enter: return "key-enter";
+    case Action::Symbols: return "key-symbols";
+    case Action::Language: return "key-language";
+    case Action::Left: return "key-left";
+    case Action::Right: return "key-right";
+    case Action::Hide: return "key-hide";
+    case Action::Gap: break;
+    }
+    return "key-gap";
+}
+
+struct Look
+{
+    const char* ground;
+    const char* pressedGround;
+    const char* sign;
+};
+
+Look lookOf(Action action, KeyWidget::Lit lit)
+{
+    if (lit != KeyWidget::Lit::No)
+        return {"#dfe6ee", "#ffffff", "#1c232c"};
+    switch (action) {
+    case Action::Text:
+    case Action::Space:
+        return {"#4a5563", "#8fa3ba", "#f6f8fa"};
+    case Action::Dead:
+        return {"#4a5563", "#8fa3ba", "#b9c9dc"};
+    case Action::Enter:
+        return {"#3f82d8", "#8ab9f5", "#ffffff"};
+    default:
+        return {"#333c47", "#74879c", "#d5dde6"};
+    }
+}
+
+constexpr float kIconShare = 0.38f; ///< of the key's height
+}
+
+KeyWidget::KeyWidget(Trellis::Widget* keyboard, KeyboardKey key) : Trellis::TextWidget(keyboard), m_key(std::move(key))
+{
+    setCSSType(QByteArrayLiteral("KeyWidget"));
+    addCSSClass(QByteArrayLiteral("key"));
+    addCSSClass(className(m_key.action));
+    if (m_key.width > 1.f)
+        addCSSClass(QByteArrayLiteral("key-wide"));
+    setDefault(*this, "position", "absolute");
+    setDefault(*this, "text-align", "center");
+    setDefault(*this, "vertical-align", "middle");
+    setDefault(*this, "max-lines", "1");
+    setDefault(*this, "border-radius", "8px");
+    setHoldsFingers(true);
+    look();
+    eventAddListener("finger-down", [this] { fingerDown(); });
+    eventAddListener("finger-up", [this] { fingerUp(); });
+}
+
+KeyWidget::~KeyWidget() = default;
+
+void KeyWidget::fingerDown()
+{
+    ++m_fingers;
+    setPseudoClass(QByteArrayLiteral("pressed"), true);
+    look();
+    if (const auto call = onPress)
+        call(*this);
+}
+
+void KeyWidget::fingerUp()
+{
+    if (m_fingers > 0 && --m_fingers == 0)
+        letGo();
+}
+
+void KeyWidget::checkFingers()
+{
+    if (m_fingers == 0 || isHeld())
+        return;
+    m_fingers = 0;
+    letGo();
+}
+
+void KeyWidget::letGo()
+{
+    repeatAt = 0.0;
+    setPseudoClass(QByteArrayLiteral("pressed"), false);
+    look();
+    if (const auto call = onRelease)
+        call(*this);
+}
+
+void KeyWidget::setLit(Lit lit)
+{
+    if (m_lit == lit)
+        return;
+    m_lit = lit;
+    setPseudoClass(QByteArrayLiteral("lit"), lit != Lit::No);
+    setPseudoClass(QByteArrayLiteral("locked"), lit == Lit::Locked);
+    look();
+    requestRedraw();
+}
+
+/// What the key looks like where no style sheet says so.
+void KeyWidget::look()
+{
+    const Look now = lookOf(m_key.action, m_lit);
+    setDefault(*this, "background-color", isPressed() ? now.pressedGround : now.ground);
+    setDefault(*this, "color", now.sign);
+}
+
+bool KeyWidget::isInside(Vecta::Vector2f point) const
+{
+    const Vecta::Vector2f extent = size();
+    return point.x >= -m_reachPx && point.y >= -m_reachPx && point.x < extent.x + m_reachPx && point.y < extent.y + m_reachPx;
+}
+
+bool KeyWidget::shouldGrab(Trellis::GrabManager& grabManager, Tactile::TrackedObject object) const
+{
+    // A card that is put down here is meant for what lies below.
+    return object.isFinger() && Trellis::TextWidget::shouldGrab(grabManager, object);
+}
+
+void KeyWidget::renderContent(Lantern::RenderContext& context) const
+{
+    Trellis::TextWidget::renderContent(context);
+    if (!KeyIcon::has(m_key.action))
+        return;
+    const auto& color = static_cast<const Facet::AttributeT<Bedrock::Color>&>(*attribute(QByteArrayLiteral("color")));
+    const Vecta::Vector2f extent = size();
+    KeyIcon::draw(context, m_key.action, {0.f, 0.f, extent.x, extent.y}, std::min(extent.x, extent.y) * kIconShare, color.value(),
+                  m_lit == Lit::Locked);
+}
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "picture/ImageLoader.hpp"
+
+#include <Trellis/ImageWidget.hpp>
+
+namespace Trellis
+{
+enum class Fit
+{
+    Contain, ///< all of it shows
+    Cover,   ///< it fills the widget, what sticks out is cut off
+    Stretch  ///< it fills the widget, out of proportion
+};
+
+/// What an image widget shows and what it waits for. A request is made after the update, when the size can be known;
+/// answers of a source that was replaced meanwhile are told by `generation` and dropped.
+struct ImageWidget::ImagePrivate
+{
+    explicit ImagePrivate(ImageWidget* host);
+
+    Facet::AttributeT<QString> source;
+    Facet::AttributeT<Fit> fit;
+    const Facet::AttributeT<Length>& height; ///< these two belong to the widget
+    const Facet::AttributeT<float>& borderRadius;
+
+    ImageWidget& host;
+    QImage image;
+    QSize fullSize;              ///< pixels of the file
+    ImageSize wanted;            ///< what was asked for last
+    bool isRequested = false;    ///< `wanted` holds
+    bool isLoading = false;      ///< asked for and not answered
+    bool isTiled = false;        ///< shows the picture in its own size, however large the widget is
+    QImage pattern;              ///< several tiles in one picture, where one is very small
+    long generation = 0;
+    std::shared_ptr<void> scheduled; ///< a request will be made after the update
+
+    /// The size that serves the widget as it stands in the scene.
+    [[nodiscard]] ImageSize sizeShown() const;
+    void sourceChanged();
+    void schedule();
+    void request();
+    void show(const ImageLoader::Picture& picture);
+};
+}

@@ -1,0 +1,145 @@
+#include <Trellis/TextInterfaceWidget.hpp>
+
+#include "text/TextPrivate.hpp"
+
+#include <Lantern/RenderContext.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace Trellis
+{
+namespace
+{
+const Facet::AttributeT<FontStyle>::Names kFontStyles{{QStringLiteral("normal"), FontStyle::Normal},
+                                                      {QStringLiteral("italic"), FontStyle::Italic},
+                                                      {QStringLiteral("oblique"), FontStyle::Italic}};
+const Facet::AttributeT<TextAlign>::Names kAligns{{QStringLiteral("start"), TextAlign::Start},
+                                                  {QStringLiteral("left"), TextAlign::Left},
+                                                  {QStringLiteral("center"), TextAlign::Center},
+                                                  {QStringLiteral("right"), TextAlign::Right},
+                                                  {QStringLiteral("end"), TextAlign::End}};
+const Facet::AttributeT<VerticalAlign>::Names kVerticalAligns{{QStringLiteral("top"), VerticalAlign::Top},
+                                                              {QStringLiteral("middle"), VerticalAlign::Middle},
+                                                              {QStringLiteral("bottom"), VerticalAlign::Bottom}};
+const QStringList kDefaultFamilies{QStringLiteral("Inter"), QStringLiteral("sans-serif")};
+
+/// The font's own scale of boldness runs to 99.
+int qtWeight(int weight)
+{
+    constexpr std::array<int, 9> kWeights{QFont::Thin,   QFont::ExtraLight, QFont::Light,     QFont::Normal, QFont::Medium,
+                                          QFont::DemiBold, QFont::Bold,     QFont::ExtraBold, QFont::Black};
+    return kWeights[std::size_t(std::clamp((weight + 50) / 100, 1, 9) - 1)];
+}
+}
+
+TextInterfaceWidget::TextPrivate::TextPrivate(TextInterfaceWidget* host)
+    : text(host, QByteArrayLiteral("text")),
+      color(host, QByteArrayLiteral("color"), Bedrock::Color{0.f, 0.f, 0.f, 1.f}),
+      fontFamily(host, QByteArrayLiteral("font-family"), kDefaultFamilies),
+      fontSize(host, QByteArrayLiteral("font-size"), 16.f),
+      fontWeight(host, QByteArrayLiteral("font-weight")),
+      fontStyle(host, QByteArrayLiteral("font-style"), kFontStyles, FontStyle::Normal),
+      lineHeight(host, QByteArrayLiteral("line-height"), 0.f),
+      textAlign(host, QByteArrayLiteral("text-align"), kAligns, TextAlign::Start),
+      verticalAlign(host, QByteArrayLiteral("vertical-align"), kVerticalAligns, VerticalAlign::Top),
+      maxLines(host, QByteArrayLiteral("max-lines"), 0)
+{
+}
+
+const TextFormat& TextInterfaceWidget::TextPrivate::format()
+{
+    if (formatIsKnown)
+        return m_format;
+    formatIsKnown = true;
+    QStringList families = fontFamily.value();
+    if (!families.contains(QStringLiteral("sans-serif")))
+        families.append(QStringLiteral("sans-serif"));
+    QFont font;
+    font.setFamilies(families);
+    font.setPixelSize(std::clamp(int(std::lround(fontSize.value())), 1, 2000));
+    font.setWeight(qtWeight(fontWeight.value().value));
+    font.setItalic(fontStyle.value() == FontStyle::Italic);
+    // Letters keep their shape and place when the widget is turned and scaled.
+    font.setHintingPreference(QFont::PreferNoHinting);
+    m_format = {font, std::max(0.f, lineHeight.value()), textAlign.value(), std::max(0, maxLines.value())};
+    return m_format;
+}
+
+const TextBlock& TextInterfaceWidget::TextPrivate::lines(TextBlock& block, float widthPx)
+{
+    block.lay(text.value(), format(), widthPx);
+    return block;
+}
+
+float TextInterfaceWidget::TextPrivate::topOf(float height, const Vecta::Rect& box) const
+{
+    const float share = verticalAlign.value() == VerticalAlign::Top ? 0.f : verticalAlign.value() == VerticalAlign::Middle ? 0.5f : 1.f;
+    return box.y + (box.height - height) * share;
+}
+
+bool TextInterfaceWidget::TextPrivate::changesLines(const Facet::Attribute& attribute) const
+{
+    return &attribute == &text || &attribute == &fontFamily || &attribute == &fontSize || &attribute == &fontWeight ||
+           &attribute == &fontStyle || &attribute == &lineHeight || &attribute == &textAlign || &attribute == &maxLines;
+}
+
+TextInterfaceWidget::TextInterfaceWidget(Widget* parent) : Widget(parent), d(std::make_unique<TextPrivate>(this)) {}
+
+TextInterfaceWidget::~TextInterfaceWidget() = default;
+
+void TextInterfaceWidget::setText(const QString& text)
+{
+    d->text.setValue(text);
+}
+
+QString TextInterfaceWidget::text() const
+{
+    return d->text.value();
+}
+
+Facet::AttributeT<QString>& TextInterfaceWidget::textAttribute()
+{
+    return d->text;
+}
+
+Vecta::Vector2f TextInterfaceWidget::contentSize(float availableWidth) const
+{
+    if (text().isEmpty())
+        return {};
+    const Vecta::Vector2f size = d->lines(d->measured, availableWidth).size();
+    // A whole pixel more than the widest line, so that it does not wrap in a box of that width.
+    return {std::min(availableWidth, std::ceil(size.x + 0.01f)), std::ceil(size.y)};
+}
+
+void TextInterfaceWidget::attributeChanged(Facet::Attribute& attribute)
+{
+    Widget::attributeChanged(attribute);
+    if (d->changesLines(attribute)) {
+        if (&attribute != &d->text)
+            d->formatIsKnown = false;
+        requestLayout();
+        requestRedraw();
+    } else if (&attribute == &d->color || &attribute == &d->verticalAlign) {
+        requestRedraw();
+    }
+}
+
+void TextInterfaceWidget::renderContent(Lantern::RenderContext& context) const
+{
+    Widget::renderContent(context);
+    if (d->text.value().isEmpty())
+        return;
+    const Vecta::Rect box = contentBox();
+    const TextBlock& lines = d->lines(d->shown, box.width);
+    // What is larger than the widget is cut off at its edge: only its own rectangle is ever drawn anew.
+    const bool sticksOut = lines.size().y > box.height + 1.f || lines.size().x > box.width + 1.f;
+    if (sticksOut)
+        context.pushClip({0.f, 0.f, width(), height()});
+    lines.draw(context, {box.x, sticksOut ? std::max(box.y, d->topOf(lines.size().y, box)) : d->topOf(lines.size().y, box)},
+               d->color.value().premultiplied());
+    if (sticksOut)
+        context.pop();
+}
+}

@@ -1,8 +1,0 @@
-#include "frame/PersonalTesselWidget.hpp"
-
-namespace Tavola
-{
-PersonalTesselWidget::PersonalTesselWidget(Trellis::Widget* parent) : Trellis::Widget(parent) {}
-
-PersonalTesselWidget::~PersonalTesselWidget() = default;
-}

@@ -1,0 +1,175 @@
+#include "detector/PersonalTesselDetectorWidget.hpp"
+
+#include "FakeEmailService.hpp"
+#include "FolderHost.hpp"
+#include "email/EmailSendingPopupWidget.hpp"
+#include "shared/PersonalTesselWidget.hpp"
+
+#include <Tavola/Utils.hpp>
+#include <Trellis/TextWidget.hpp>
+
+#include <doctest/doctest.h>
+
+// How a detector opens widgets: in which order, on which layer, for whom.
+
+using PluginTest::childOfClass;
+using PluginTest::FolderHost;
+using PluginTest::newCode;
+using PluginTest::PlainContent;
+using PluginTest::Strings;
+using Tavola::EmailSendingPopupWidget;
+using Tavola::TesselServiceAPI;
+using Vecta::Vector2f;
+using Mode = Tavola::PersonalTesselDetectorWidget::WidgetCollectionMode;
+
+namespace
+{
+constexpr Vector2f kCard{700.f, 500.f};
+
+struct Table : FolderHost
+{
+    std::shared_ptr<TestSupport::FakeEmailService> mail = std::make_shared<TestSupport::FakeEmailService>();
+    const TesselServiceAPI::PersonalMarkerProperties ann{"Ann", "ann@example.org", {}};
+
+    Table()
+    {
+        host.tavola().services()->addService("email-service", "", mail);
+        host.addPerson(code, ann.name, ann.email);
+        addDetector();
+        host.frame();
+    }
+    Bedrock::IntrusivePtr<PlainContent> content()
+    {
+        const Bedrock::IntrusivePtr<PlainContent> made(new PlainContent(&host.mainWidget()));
+        made->source.setValue("https://example.org/page");
+        made->setSize({50.f, 50.f});
+        return made;
+    }
+    void putOn(Trellis::Widget& widget)
+    {
+        detector->tesselOnWidget(widget, Tactile::Marker(1, code, kCard));
+    }
+    /// The layers of the table, from the bottom to the top.
+    [[nodiscard]] Strings layers()
+    {
+        Strings ids;
+        for (const auto& layer : host.app().mainLayer()->children())
+            ids.push_back(layer->cssId().toStdString());
+        return ids;
+    }
+    [[nodiscard]] Trellis::Widget* topmost() { return host.mainWidget().children().back().get(); }
+};
+
+/// A personal widget that writes down how it is opened.
+class WatchedPersonalWidget final : public Tavola::PersonalTesselWidget
+{
+public:
+    explicit WatchedPersonalWidget(Strings& log) : m_log(log) {}
+    void setCode(unsigned long code) override { write("code " + std::to_string(code)); }
+    void setProperties(const TesselServiceAPI::PersonalMarkerProperties& properties) override
+    {
+        write("owner " + properties.name.toStdString());
+    }
+
+private:
+    void write(const std::string& what) { m_log.push_back(what + (parent() ? ", in the tree" : ", alone")); }
+    Strings& m_log;
+};
+}
+
+TEST_CASE("launch: a personal widget gets its code, then its owner, and is added to the table after that")
+{
+    Table table;
+    table.spaceRegistrant.reset();
+    Strings log;
+    const Tavola::FactoryRegistrant<Tavola::WidgetComponent> watched("personal-space-widget", [&log] {
+        return std::make_shared<Tavola::WidgetComponent>([&log] { return Bedrock::makeIntrusive<WatchedPersonalWidget>(log); });
+    });
+    const auto launched = table.detector->launchPersonalWidget(table.ann, table.code, kCard, 0.f);
+    REQUIRE(launched);
+    CHECK(log == Strings{"code " + std::to_string(table.code) + ", alone", "owner Ann, alone"});
+    CHECK(launched->parent() == &table.host.mainWidget());
+}
+
+TEST_CASE("launch: what opens comes to the top of the content, the table's layers keep their order")
+{
+    Table table;
+    const auto layers = table.layers();
+    REQUIRE(layers.size() >= 4);
+    REQUIRE(layers.back() != "main");
+    const auto content = table.content();
+    SUBCASE("a personal widget")
+    {
+        const auto launched = table.detector->launchPersonalWidget(table.ann, table.code, kCard, 0.f);
+        CHECK(table.topmost() == launched.get());
+        CHECK(table.layers() == layers);
+    }
+    SUBCASE("a personal widget that collects content, also when it is raised after the frame")
+    {
+        table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
+        table.putOn(*content);
+        REQUIRE(table.spaces().size() == 1);
+        CHECK(table.layers() == layers);
+        content->raiseToTop(false);
+        table.host.frame();
+        CHECK(table.topmost() == table.spaces()[0]);
+    }
+    SUBCASE("the popup, also when it is raised after the frame")
+    {
+        table.detector->emailWidget(*content, table.ann, kCard, 0.f);
+        REQUIRE(table.opened<EmailSendingPopupWidget>().size() == 1);
+        CHECK(table.topmost() == table.opened<EmailSendingPopupWidget>()[0]);
+        CHECK(table.layers() == layers);
+        content->raiseToTop(false);
+        table.host.frame();
+        CHECK(table.topmost() == table.opened<EmailSendingPopupWidget>()[0]);
+    }
+    CHECK(table.layers() == layers);
+}
+
+TEST_CASE("launch: a personal widget is temporary content, the popup is not")
+{
+    Table table;
+    const auto content = table.content();
+    table.detector->emailWidget(*content, table.ann, kCard, 0.f);
+    (void)table.detector->launchPersonalWidget(table.ann, table.code, kCard, 0.f);
+    table.host.frames(2);
+    REQUIRE(table.opened<EmailSendingPopupWidget>().size() == 1);
+    CHECK_FALSE(table.opened<EmailSendingPopupWidget>()[0]->hasCSSClass(Tavola::Utils::temporaryWidgetCSSClass()));
+    REQUIRE(table.spaces().size() == 1);
+    CHECK(table.spaces()[0]->hasCSSClass(Tavola::Utils::temporaryWidgetCSSClass()));
+}
+
+TEST_CASE("unregistered card: the owner that is on record all the same is greeted")
+{
+    Table table;
+    const auto odd = newCode();
+    table.host.cache().insert(odd, TesselServiceAPI::MarkerProperties(
+                                       3, TesselServiceAPI::PersonalMarkerProperties{"Odd", "odd@example.org", {}}));
+    table.attribute<bool>("allow-unregistered-markers").setValue(true);
+    (void)table.putDown(odd);
+    REQUIRE(table.spaces().size() == 1);
+    auto& space = *table.spaces()[0];
+    CHECK(childOfClass<Trellis::TextWidget>(space, "title").text() == "Hi, Odd");
+    CHECK(dynamic_cast<Facet::AttributeT<QString>&>(*space.attribute("user-email")).value() == "odd@example.org");
+    CHECK_FALSE(space.hasPseudoClass("unregistered-user"));
+}
+
+TEST_CASE("unregistered card: one with a content key opens its folder and no personal space, when it is allowed")
+{
+    Table table;
+    const auto odd = newCode();
+    table.host.cache().insert(odd, TesselServiceAPI::MarkerProperties(
+                                       3, TesselServiceAPI::PersonalMarkerProperties{"Odd", "odd@example.org", "folder-1"}));
+    table.addFolder();
+    table.addItem(FolderHost::kRelative, "r");
+    table.host.tesselService().answerPersonalWidget = [&table](unsigned long) {
+        return TestSupport::FakeTesselService::WidgetOrError(table.folder);
+    };
+    table.attribute<bool>("allow-unregistered-markers").setValue(true);
+    (void)table.putDown(odd);
+    CHECK(table.host.tesselService().personalWidgetCalls == std::vector<unsigned long>{odd});
+    CHECK(table.itemNames() == Strings{"r"});
+    CHECK(table.spaces().empty());
+    table.host.tesselService().answerPersonalWidget = nullptr;
+}

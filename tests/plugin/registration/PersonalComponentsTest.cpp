@@ -1,0 +1,60 @@
+#include "registration/PersonalComponents.hpp"
+
+#include "FolderHost.hpp"
+
+#include <doctest/doctest.h>
+
+#include <memory>
+#include <utility>
+
+using PluginTest::FolderHost;
+
+namespace
+{
+/// What the table's host makes of a component's name: a widget that is in no tree yet.
+Bedrock::IntrusivePtr<Trellis::Widget> made(FolderHost& table, const char* component)
+{
+    return table.host.tavola().createComponent(component)->createContentWidget();
+}
+}
+
+TEST_CASE("components: each makes its widget, new ones every time")
+{
+    FolderHost table;
+    const std::pair<const char*, const char*> rows[] = {{"personal-space-widget", "PersonalSpaceWidget"},
+                                                        {"email-widget-popup", "EmailSendingPopupWidget"},
+                                                        {"personal-folder", "PersonalFolderWidget"},
+                                                        {"tavola-personal-tessel-detector", "PersonalTesselDetectorWidget"}};
+    for (const auto& [component, type] : rows) {
+        CAPTURE(component);
+        const auto widget = made(table, component);
+        REQUIRE(widget);
+        CHECK(widget->cssType() == type);
+        CHECK_FALSE(widget->parent());
+        CHECK(made(table, component) != widget);
+    }
+}
+
+TEST_CASE("components: a widget has its style before it is added to anything")
+{
+    // No rule names the widgets' types, so nothing but the end of their construction brings the style in.
+    TestSupport::TestHost host;
+    host.style("* { opacity: 0.5; dismiss-widgets: true; rotate-towards-hand: true }");
+    const std::shared_ptr<Tavola::UIComponent> components[] = {
+        Tavola::makePersonalSpaceComponent(), Tavola::makeEmailPopupComponent(), Tavola::makePersonalFolderComponent(),
+        Tavola::makeTesselDetectorComponent()};
+    int own = 0;
+    for (const auto& component : components) {
+        const auto widget = component->createContentWidget();
+        REQUIRE(widget);
+        CAPTURE(widget->cssType().toStdString());
+        CHECK(widget->opacity() == 0.5f);
+        for (const char* name : {"dismiss-widgets", "rotate-towards-hand"}) {
+            if (const auto* attribute = widget->attribute(name)) {
+                ++own;
+                CHECK(attribute->toText() == "true");
+            }
+        }
+    }
+    CHECK(own == 2);
+}

@@ -1,0 +1,151 @@
+#include "LogCapture.hpp"
+#include "RecordingFolder.hpp"
+#include "TestTable.hpp"
+
+#include <doctest/doctest.h>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <thread>
+
+using Tactile::DatagramPlayer;
+using Tactile::DatagramRecorder;
+using Folder = RecordingFolder;
+
+TEST_CASE("datagram recorder: without steps the frames' times are recorded by their differences")
+{
+    const Folder folder;
+    {
+        const auto recorder = folder.record();
+        TestTable table;
+        Tactile::TuioInput input(TestTable::plainSettings());
+        input.setRecorder(recorder.get());
+        Tactile::Sample sample;
+        input.takeSample(0.5, sample);
+        input.takeSample(0.75, sample);
+    }
+    std::string error;
+    auto player = DatagramPlayer::open(folder.file, error);
+    REQUIRE(player);
+    Tactile::TuioInput input(player->settings());
+    CHECK(player->nextFrame(input)->dtSeconds == 0.5);
+    CHECK(player->nextFrame(input)->dtSeconds == 0.25);
+    CHECK_FALSE(player->nextFrame(input));
+}
+
+TEST_CASE("datagram recorder: what cannot be recorded is told with its remedy, and a file that is there stays as it is")
+{
+    const Folder folder;
+    std::string error;
+    folder.write("tavola-recording 2\n");
+    CHECK_FALSE(DatagramRecorder::create(folder.file, error));
+    CHECK(error == "DatagramRecorder # Failed to make " + folder.file +
+                       " (File exists); choose another name, or move that file away");
+    CHECK(folder.bytes() == "tavola-recording 2\n");
+    CHECK_FALSE(DatagramRecorder::create("/nowhere/a.rec", error));
+    CHECK(error == "DatagramRecorder # Failed to make /nowhere/a.rec (No such file or directory); choose a folder that can "
+                   "be written");
+}
+
+TEST_CASE("datagram recorder: when the disk takes no more the recording ends, with an error, and the table goes on")
+{
+    const Folder folder;
+    rlimit before{};
+    REQUIRE(getrlimit(RLIMIT_FSIZE, &before) == 0);
+    rlimit small = before;
+    small.rlim_cur = 4096;
+    REQUIRE(setrlimit(RLIMIT_FSIZE, &small) == 0);
+    TestSupport::expectError("DatagramRecorder # Failed to write " + folder.file +
+                             " (File too large); the recording ends here, make room and begin another one");
+    TestTable table;
+    {
+        const auto recorder = folder.record();
+        Tactile::TuioInput input(TestTable::plainSettings());
+        input.setRecorder(recorder.get());
+        auto source = std::make_unique<TestSupport::ScriptedDatagrams>();
+        auto* datagrams = source.get();
+        REQUIRE(input.addSource(std::move(source)));
+        Tactile::Sample sample;
+        for (int i = 1; i <= 300; ++i) {
+            datagrams->send(TestTable::fingersPacket(i, {{1, 0.001f * float(i), 0.5f}}));
+            input.takeSample(0.1 * i, sample);
+        }
+        CHECK(sample.fingers.at(0).centerLocation().x == 300.f);
+    }
+    setrlimit(RLIMIT_FSIZE, &before);
+    TestSupport::expectWarningStartingWith("DatagramPlayer # The recording " + folder.file + " is cut off or damaged at byte ");
+    const auto replayed = folder.replay();
+    CHECK(replayed.size() > 5);
+    CHECK(replayed.size() < 300);
+}
+
+TEST_CASE("datagram recorder: only its owner may read what it writes, since names of visitors may be in it")
+{
+    const Folder folder;
+    const auto recorder = folder.record();
+    struct stat about{};
+    REQUIRE(stat(folder.file.c_str(), &about) == 0);
+    CHECK((about.st_mode & 0777) == 0600);
+}
+
+TEST_CASE("datagram recorder: it begins with its version, and a recording of nothing ends before its first frame")
+{
+    const Folder folder;
+    folder.record().reset();
+    CHECK(folder.bytes() == "tavola-recording 2\n");
+}
+
+TEST_CASE("datagram recorder: a datagram is kept to the byte, with who sent it and when it came")
+{
+    const Folder folder;
+    {
+        std::string error;
+        double now = 10.0;
+        const auto recorder = DatagramRecorder::create(folder.file, error, [&now] { return now; });
+        REQUIRE(recorder);
+        now = 11.5;
+        recorder->datagram(258, {"\x01\0zz", 4, Tactile::SenderAddress::fromIpv4(10, 0, 0, 7, 258)});
+    }
+    const QByteArray bytes = folder.bytes();
+    const QByteArray body = bytes.mid(bytes.indexOf('\n') + 1 + 8);
+    const char expected[] = "D\1\2\x3f\xf8\0\0\0\0\0\0" // listener, 1.5
+                            "\0\0\0\0\0\0\0\0\0\0\xff\xff\x0a\0\0\7\1\2"
+                            "\1\0zz";
+    CHECK(body == QByteArray(expected, sizeof expected - 1));
+}
+
+TEST_CASE("datagram recorder: what several threads tell it stands in it whole")
+{
+    const Folder folder;
+    {
+        const auto recorder = folder.record();
+        Tactile::TuioInput input(TestTable::plainSettings());
+        input.setRecorder(recorder.get());
+        auto source = std::make_unique<TestSupport::ScriptedDatagrams>();
+        REQUIRE(input.addSource(std::move(source)));
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 3; ++t)
+            threads.emplace_back([&recorder, t] {
+                const auto packet = TestTable::fingersPacket(1, {{1, 0.5f, 0.5f}}, "cam" + std::to_string(t));
+                for (int i = 0; i < 500; ++i)
+                    recorder->datagram(0, {packet.data(), packet.size(), Tactile::SenderAddress::fromIpv4(10, 0, 0, 1, 1)});
+            });
+        Tactile::Sample sample;
+        for (int i = 1; i <= 100; ++i)
+            input.takeSample(0.01 * i, sample);
+        for (std::thread& thread : threads)
+            thread.join();
+        input.takeSample(1.01, sample);
+    }
+    std::string error;
+    const auto player = DatagramPlayer::open(folder.file, error);
+    REQUIRE(player);
+    Tactile::TuioInput input(player->settings());
+    Tactile::Sample sample;
+    double now = 0.0;
+    while (const auto frame = player->nextFrame(input))
+        input.takeSample(now += frame->dtSeconds, sample);
+    CHECK(input.datagramsReceived() == 1500);
+    CHECK(sample.fingers.size() == 3);
+}

@@ -1,0 +1,228 @@
+#include <doctest/doctest.h>
+
+#include "../../facet/AllocationCounter.hpp"
+#include "RecordingContext.hpp"
+#include "Scene.hpp"
+
+#include <Lantern/ImageTarget.hpp>
+#include <Trellis/TextWidget.hpp>
+
+#include <random>
+
+using namespace TestSupport;
+using Trellis::Widget;
+
+namespace
+{
+QRegion damageOfFrame(Scene& scene)
+{
+    scene.frame();
+    return scene.app.takeDamage();
+}
+}
+
+TEST_CASE("damage: the first frame damages the whole table, the next one nothing")
+{
+    Scene scene;
+    box(scene.root(), {10, 10, 20, 20}, kRed);
+    CHECK(damageOfFrame(scene) == QRegion(0, 0, 200, 200));
+    CHECK(damageOfFrame(scene).isEmpty());
+    CHECK(scene.app.damage().empty());
+    CHECK_FALSE(scene.app.needsFrame());
+}
+
+TEST_CASE("damage: a widget that moves damages where it was and where it is")
+{
+    Scene scene;
+    Widget& widget = box(scene.root(), {10, 10, 20, 20}, kRed);
+    box(scene.root(), {10, 100, 20, 20}, kRed);
+    damageOfFrame(scene);
+    widget.setLocation({100, 50});
+    QRegion expected(10, 10, 20, 20);
+    expected += QRect(100, 50, 20, 20);
+    CHECK(damageOfFrame(scene) == expected);
+    CHECK(damageOfFrame(scene).isEmpty());
+}
+
+TEST_CASE("damage: what stands in a moving widget is damaged along, also outside it")
+{
+    Scene scene;
+    Widget& widget = box(scene.root(), {10, 10, 20, 20}, kRed);
+    box(widget, {50, 0, 10, 10}, kBlue);
+    damageOfFrame(scene);
+    widget.setLocation({10, 100});
+    QRegion expected(10, 10, 20, 20);
+    expected += QRect(60, 10, 10, 10);
+    expected += QRect(10, 100, 20, 20);
+    expected += QRect(60, 100, 10, 10);
+    CHECK(damageOfFrame(scene) == expected);
+}
+
+TEST_CASE("damage: another colour damages the widget only")
+{
+    Scene scene;
+    Widget& widget = box(scene.root(), {10, 10, 20, 20}, kRed);
+    box(widget, {50, 0, 10, 10}, kBlue);
+    damageOfFrame(scene);
+    set(widget, "background-color", kGreen);
+    CHECK(damageOfFrame(scene) == QRegion(10, 10, 20, 20));
+}
+
+TEST_CASE("damage: a widget that is added, removed or hidden damages its place")
+{
+    Scene scene;
+    damageOfFrame(scene);
+    Widget& widget = box(scene.root(), {10, 10, 20, 20}, kRed);
+    CHECK(damageOfFrame(scene) == QRegion(10, 10, 20, 20));
+    widget.setOpacity(0.f);
+    CHECK(damageOfFrame(scene) == QRegion(10, 10, 20, 20));
+    widget.setLocation({50, 50});
+    CHECK(damageOfFrame(scene).isEmpty());
+    widget.setOpacity(1.f);
+    CHECK(damageOfFrame(scene) == QRegion(50, 50, 20, 20));
+    widget.removeFromParent();
+    CHECK(damageOfFrame(scene) == QRegion(50, 50, 20, 20));
+    CHECK(damageOfFrame(scene).isEmpty());
+}
+
+TEST_CASE("damage: a widget that comes and goes between two frames leaves no trace")
+{
+    Scene scene;
+    damageOfFrame(scene);
+    Widget& widget = box(scene.root(), {10, 10, 20, 20}, kRed);
+    widget.removeFromParent();
+    CHECK(damageOfFrame(scene).isEmpty());
+}
+
+TEST_CASE("damage: areas outside the table and outside a clipping parent do not count")
+{
+    Scene scene;
+    Widget& frame = box(scene.root(), {10, 10, 50, 50}, kRed);
+    Facet::StyleValue hidden;
+    hidden.terms.append({Facet::StyleTerm::Kind::Ident, QStringLiteral("hidden"), 0.0, {}});
+    REQUIRE(frame.attribute("overflow")->setStyleValue(hidden, Facet::kUserLayer, nullptr));
+    Widget& inner = box(frame, {0, 0, 500, 20}, kBlue);
+    damageOfFrame(scene);
+    set(inner, "background-color", kGreen);
+    CHECK(damageOfFrame(scene) == QRegion(10, 10, 50, 20));
+    inner.setLocation({-600, 0});
+    CHECK(damageOfFrame(scene) == QRegion(10, 10, 50, 20));
+    inner.setLocation({-700, 0});
+    CHECK(damageOfFrame(scene).isEmpty());
+}
+
+TEST_CASE("damage: many small changes are merged to few rectangles that cover them all")
+{
+    Scene scene;
+    std::vector<Widget*> widgets;
+    for (int i = 0; i < 10; ++i)
+        for (int j = 0; j < 10; ++j)
+            widgets.push_back(&box(scene.root(), {float(20 * i), float(20 * j), 5, 5}, kRed));
+    damageOfFrame(scene);
+    for (Widget* widget : widgets)
+        set(*widget, "background-color", kGreen);
+    scene.frame();
+    CHECK(scene.app.damage().size() <= 12);
+    const QRegion damage = scene.app.takeDamage();
+    for (int i = 0; i < 10; ++i)
+        for (int j = 0; j < 10; ++j)
+            CHECK(damage.contains(QRect(20 * i, 20 * j, 5, 5)));
+}
+
+TEST_CASE("damage: only the widgets in the damage are drawn")
+{
+    Scene scene;
+    for (int i = 0; i < 10; ++i)
+        box(scene.root(), {float(20 * i), 0, 10, 10}, kRed);
+    damageOfFrame(scene);
+    Widget& widget = *scene.root().children()[3];
+    widget.setLocation({60, 100});
+    const QRect bounds = damageOfFrame(scene).boundingRect();
+    RecordingContext context({float(bounds.x()), float(bounds.y()), float(bounds.width()), float(bounds.height())});
+    scene.app.render(context);
+    CHECK(context.count(RecordingContext::Call::Kind::Rect) == 1);
+}
+
+TEST_CASE("damage: drawing only the damage gives the same picture as drawing everything")
+{
+    Scene scene;
+    std::mt19937 random(7);
+    const auto number = [&](int limit) { return float(random() % unsigned(limit)); };
+    std::vector<Widget*> widgets;
+    for (int i = 0; i < 12; ++i) {
+        Widget& parent = i % 3 == 0 || widgets.empty() ? scene.root() : *widgets[std::size_t(number(int(widgets.size())))];
+        Widget& widget = box(parent, {number(100), number(100), 20 + number(60), 20 + number(60)},
+                             {number(100) / 100, number(100) / 100, number(100) / 100, 1});
+        widgets.push_back(&widget);
+    }
+    Lantern::ImageTarget kept({200, 200});
+    for (int step = 0; step < 150; ++step) {
+        Widget& widget = *widgets[std::size_t(number(int(widgets.size())))];
+        switch (random() % 6) {
+        case 0: widget.setLocation({number(150), number(150)}); break;
+        case 1: widget.setRotation(number(100) / 16); break;
+        case 2: widget.setScale(0.5f + number(100) / 100); break;
+        case 3: widget.setOpacity(number(4) / 3); break;
+        case 4: widget.raiseToTop(); break;
+        case 5: widget.setSize({20 + number(80), 20 + number(80)}); break;
+        }
+        scene.frame();
+        kept.paint(scene.app.takeDamage(), [&](Lantern::RenderContext& context) { scene.app.render(context); });
+        const int off = difference(kept.image(), scene.picture());
+        // Each faded group in a faded group rounds once more.
+        REQUIRE_MESSAGE(off <= 4, "step " << step << " differs by " << off);
+    }
+}
+
+TEST_CASE("damage: a frame in which nothing changed allocates nothing")
+{
+    Scene scene;
+    for (int i = 0; i < 50; ++i)
+        box(scene.root(), {float(i), float(i), 20, 20}, kRed);
+    auto text = Bedrock::makeIntrusive<Trellis::TextWidget>(&scene.root());
+    text->setText(QStringLiteral("Ann"));
+    scene.frame();
+    (void)scene.app.takeDamage();
+    scene.frame();
+    const long before = FacetTest::allocations();
+    for (int i = 0; i < 10; ++i)
+        scene.frame();
+    CHECK(FacetTest::allocations() == before);
+}
+
+TEST_CASE("damage: listeners to places that answer each other for ever keep no widget from being drawn or removed")
+{
+    Scene scene;
+    Widget& first = box(scene.root(), {10, 10, 20, 20}, kRed);
+    Widget& second = box(scene.root(), {50, 10, 20, 20}, kRed);
+    Widget& third = box(scene.root(), {90, 10, 20, 20}, kRed);
+    int answers = 0;
+    bool answering = true;
+    const auto answer = [&](Widget& other) {
+        // Each change of a height moves what is below it, which changes a height again.
+        if (answering)
+            set(other, "height", Trellis::Length::pixels(float(20 + ++answers % 7)));
+    };
+    auto flowing = Bedrock::makeIntrusive<Widget>();
+    scene.root().addChild(flowing);
+    auto below = Bedrock::makeIntrusive<Widget>();
+    scene.root().addChild(below);
+    set(*flowing, "height", Trellis::Length::pixels(10.f));
+    below->attribute("location")->addListener([&] {
+        answer(*flowing);
+        set(third, "opacity", third.opacity() < 1.f ? 1.f : 0.5f);
+    });
+    answer(*flowing);
+    for (int frame = 0; frame < 20; ++frame) {
+        second.setLocation({50.f, float(frame)});
+        CHECK_FALSE(damageOfFrame(scene).isEmpty());
+    }
+    answering = false;
+    third.removeFromParent();
+    scene.frame();
+    damageOfFrame(scene);
+    first.setLocation({100, 100});
+    QRegion expected(10, 10, 20, 20);
+    expected += QRect(100, 100, 20, 20);
+    CHECK(damageOfFrame(scene) == expected);
+}
