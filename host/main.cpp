@@ -11,19 +11,20 @@
 
 namespace
 {
-const char* const kHelp = "usage: tavola COMMAND ...\n"
-                          "Shows presentations on a multi-touch table.\n"
-                          "\n"
-                          "  run PRESENTATION [OPTION ...]  open a presentation on the table; its options: tavola run --help\n"
-                          "  replay RECORDING [OPTION ...]  replay the input that a run recorded; more: tavola replay --help\n"
-                          "  mail list|retry|drop ...       work on undelivered e-mail; more: tavola mail --help\n"
-                          "  people list|add|import|export|remove ...\n"
-                          "                                 the people a table knows; more: tavola people --help\n"
-                          "\n"
-                          "  --help     this text\n"
-                          "  --version  the program's version\n"
-                          "\n"
-                          "Exit code: 0 after a table that was closed, 1 when it could not open, 2 for a command line that makes no sense.\n";
+const char* const kHelp =
+    "usage: tavola COMMAND ...\n"
+    "Shows presentations on a multi-touch table.\n"
+    "\n"
+    "  run PRESENTATION [OPTION ...]  open a presentation on the table; its options: tavola run --help\n"
+    "  replay RECORDING [OPTION ...]  replay the input that a run recorded; more: tavola replay --help\n"
+    "  mail list|retry|drop ...       work on undelivered e-mail; more: tavola mail --help\n"
+    "  people list|add|import|export|remove ...\n"
+    "                                 the people a table knows; more: tavola people --help\n"
+    "\n"
+    "  --help     this text\n"
+    "  --version  the program's version\n"
+    "\n"
+    "Exit code: 0 after a table that was closed, 1 when it could not open, 2 for a command line that makes no sense.\n";
 
 bool asksFor(const QString& argument, const char* longName, const char* shortName)
 {
@@ -43,7 +44,8 @@ int printHelp(const char* help, bool wasAskedFor)
 }
 
 /// A command that works on a presentation without opening a table.
-template <class Command> int work(const QStringList& arguments, char* program)
+template <class Command>
+int work(const QStringList& arguments, char* program)
 {
     if (arguments.isEmpty() || asksForHelp(arguments.first()))
         return printHelp(Command::help(), !arguments.isEmpty());
@@ -54,7 +56,8 @@ template <class Command> int work(const QStringList& arguments, char* program)
     return Command::run(arguments);
 }
 
-template <RunOptions::Command command> int openTable(const QStringList& arguments, char* program)
+template <RunOptions::Command command>
+int openTable(const QStringList& arguments, char* program)
 {
     return RunCommand::run(command, arguments, program);
 }

@@ -10,19 +10,21 @@
 
 #include <cmath>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
-namespace {
+namespace
+{
 
 CommandAnswer success(QJsonObject members = {})
 {
     members.insert(QStringLiteral("success"), true);
-    return { 200, members };
+    return {200, members};
 }
 
 CommandAnswer failure(int httpStatus, const QString& error)
 {
-    return { httpStatus, { { QStringLiteral("success"), false }, { QStringLiteral("error"), error } } };
+    return {httpStatus, {{QStringLiteral("success"), false}, {QStringLiteral("error"), error}}};
 }
 
 CommandAnswer notUnderstood(const QString& error)
@@ -77,7 +79,7 @@ Result<Item> itemOf(const QJsonObject& command)
         return tl::unexpected(QStringLiteral("\"%1\" has to be a text that is not empty.")
                                   .arg(item.kind == ItemKind::Url ? QLatin1String("url") : QLatin1String("filename")));
     }
-    for (const char* name : { "displayname", "systemname" }) {
+    for (const char* name : {"displayname", "systemname"}) {
         const QJsonValue text = command.value(QLatin1String(name));
         if (!text.isUndefined() && !text.isString())
             return tl::unexpected(QStringLiteral("\"%1\" has to be a text.").arg(QLatin1String(name)));
@@ -90,9 +92,7 @@ Result<Item> itemOf(const QJsonObject& command)
 } // namespace
 
 CommandHandler::CommandHandler(ItemStore& store, const ContentFolder& content, const PageAddresses& addresses)
-    : m_store(store)
-    , m_content(content)
-    , m_addresses(addresses)
+    : m_store(store), m_content(content), m_addresses(addresses)
 {
 }
 
@@ -135,15 +135,14 @@ CommandAnswer CommandHandler::getUserPage(qint64 tessel)
     const auto token = m_store.tokenFor(tessel);
     if (!token)
         return storeFailed("getuserpage", token.error());
-    return success({ { QStringLiteral("userpageurl"), m_addresses.page(*token) },
-                     { QStringLiteral("qrcodeurl"), m_addresses.qrCode(*token) } });
+    return success(
+        {{QStringLiteral("userpageurl"), m_addresses.page(*token)}, {QStringLiteral("qrcodeurl"), m_addresses.qrCode(*token)}});
 }
 
 CommandAnswer CommandHandler::addItem(qint64 tessel, const Item& item)
 {
     if (item.kind == ItemKind::Url && !parseWebLink(item.value)) {
-        return failure(
-            200, QStringLiteral("\"%1\" is not a web address that begins with http:// or https://.").arg(item.value));
+        return failure(200, QStringLiteral("\"%1\" is not a web address that begins with http:// or https://.").arg(item.value));
     }
     if (item.kind == ItemKind::File) {
         if (const auto file = m_content.open(item.value); !file)

@@ -6,14 +6,16 @@
 
 class QByteArray;
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 class ContentFolder;
 class ItemStore;
 struct Item;
 
 /// The answer to one command: {"success": true, ...} or {"success": false, "error": "clear text"}.
-struct CommandAnswer {
+struct CommandAnswer
+{
     /// 200 whenever the command was understood, also when it failed; 400 when it was not; 500 when the store or the
     /// content folder failed.
     int httpStatus = 200;
@@ -21,7 +23,8 @@ struct CommandAnswer {
 };
 
 /// The commands that tables send: "getuserpage", "additem" and "deleteitem". Borrows store and folder; on the store's thread.
-class CommandHandler {
+class CommandHandler
+{
 public:
     CommandHandler(ItemStore& store, const ContentFolder& content, const PageAddresses& addresses);
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <tuple>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
-ConnectionRoster::ConnectionRoster(const ConnectionLimits& limits)
-    : m_limits(limits)
+ConnectionRoster::ConnectionRoster(const ConnectionLimits& limits) : m_limits(limits)
 {
     m_limits.keptFree = std::min(m_limits.keptFree, m_limits.connections / 2);
 }

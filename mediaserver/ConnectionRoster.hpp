@@ -5,10 +5,12 @@
 #include <string>
 #include <unordered_set>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 /// How many may be connected at once, and for what.
-struct ConnectionLimits {
+struct ConnectionLimits
+{
     std::size_t connections = 512;
     /// So many are never used for downloads, which may take long; but at most half of `connections`.
     std::size_t keptFree = 64;
@@ -21,13 +23,15 @@ struct ConnectionLimits {
 /// begin one. So neither phones that do nothing nor downloads, however many, keep a table from being heard.
 ///
 /// Knows no sockets. One thread.
-class ConnectionRoster {
+class ConnectionRoster
+{
 public:
     /// A connection. In the roster from enter() until leave() or giveUp(); has to leave before it is destroyed.
-    class Member {
+    class Member
+    {
     public:
         /// `address`: the client's; empty for this machine.
-        explicit Member(std::string address) : m_address(std::move(address)) { }
+        explicit Member(std::string address) : m_address(std::move(address)) {}
         Member(const Member&) = delete;
         Member& operator=(const Member&) = delete;
 

@@ -9,34 +9,28 @@
 #include <unistd.h>
 #include <utility>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
-namespace {
+namespace
+{
 
-struct Type {
+struct Type
+{
     const char* ending;
     const char* contentType;
 };
 
 constexpr Type kTypes[] = {
-    { "avif", "image/avif" },
-    { "bmp", "image/bmp" },
-    { "gif", "image/gif" },
-    { "jpeg", "image/jpeg" },
-    { "jpg", "image/jpeg" },
-    { "png", "image/png" },
-    { "svg", "image/svg+xml" },
-    { "webp", "image/webp" },
-    { "pdf", "application/pdf" },
-    { "txt", "text/plain; charset=utf-8" },
-    { "mp3", "audio/mpeg" },
-    { "oga", "audio/ogg" },
-    { "ogg", "audio/ogg" },
-    { "wav", "audio/wav" },
-    { "m4v", "video/mp4" },
-    { "mov", "video/quicktime" },
-    { "mp4", "video/mp4" },
-    { "webm", "video/webm" },
+    {"avif", "image/avif"},     {"bmp", "image/bmp"},
+    {"gif", "image/gif"},       {"jpeg", "image/jpeg"},
+    {"jpg", "image/jpeg"},      {"png", "image/png"},
+    {"svg", "image/svg+xml"},   {"webp", "image/webp"},
+    {"pdf", "application/pdf"}, {"txt", "text/plain; charset=utf-8"},
+    {"mp3", "audio/mpeg"},      {"oga", "audio/ogg"},
+    {"ogg", "audio/ogg"},       {"wav", "audio/wav"},
+    {"m4v", "video/mp4"},       {"mov", "video/quicktime"},
+    {"mp4", "video/mp4"},       {"webm", "video/webm"},
 };
 
 bool isBareName(const QString& name)
@@ -61,26 +55,24 @@ bool meansNoSuchFile(int error)
     case ENXIO:
     case ENAMETOOLONG:
     case EINVAL:
-    case EILSEQ:
-        return true;
-    default:
-        return false;
+    case EILSEQ: return true;
+    default: return false;
     }
 }
 
 tl::unexpected<ContentError> noSuchFile(const QString& name)
 {
-    return tl::unexpected(ContentError { ContentError::Kind::NoSuchFile,
-                                         QStringLiteral("There is no file \"%1\" in the content folder.").arg(name), {} });
+    return tl::unexpected(ContentError{
+        ContentError::Kind::NoSuchFile, QStringLiteral("There is no file \"%1\" in the content folder.").arg(name), {}});
 }
 
 tl::unexpected<ContentError> unreadable(const QString& name, const QString& what, int error)
 {
     const QString words = QString::fromStdString(std::generic_category().message(error));
-    return tl::unexpected(ContentError {
-        ContentError::Kind::Unreadable,
-        QStringLiteral("The media server cannot read \"%1\" at the moment. Try again later.").arg(name),
-        QStringLiteral("%1: %2").arg(what, words) });
+    return tl::unexpected(
+        ContentError{ContentError::Kind::Unreadable,
+                     QStringLiteral("The media server cannot read \"%1\" at the moment. Try again later.").arg(name),
+                     QStringLiteral("%1: %2").arg(what, words)});
 }
 
 } // namespace
@@ -105,17 +97,15 @@ int ContentFile::release()
     return std::exchange(m_descriptor, -1);
 }
 
-ContentFolder::ContentFolder(const QString& path)
-    : m_path(QFile::encodeName(path))
-{
-}
+ContentFolder::ContentFolder(const QString& path) : m_path(QFile::encodeName(path)) {}
 
 tl::expected<ContentFile, ContentError> ContentFolder::open(const QString& name) const
 {
     if (!isBareName(name)) {
-        return tl::unexpected(ContentError {
-            ContentError::Kind::NoSuchFile,
-            QStringLiteral("\"%1\" is not the bare name of a file: send a name without folders.").arg(name), {} });
+        return tl::unexpected(
+            ContentError{ContentError::Kind::NoSuchFile,
+                         QStringLiteral("\"%1\" is not the bare name of a file: send a name without folders.").arg(name),
+                         {}});
     }
     const int folder = ::open(m_path.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder < 0)

@@ -5,14 +5,16 @@
 
 #include <tl/expected.hpp>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 /// An open file, read only; owns its descriptor. Move only.
-class ContentFile {
+class ContentFile
+{
 public:
     ContentFile() = default;
-    explicit ContentFile(int descriptor) : m_descriptor(descriptor) { }
-    ContentFile(ContentFile&& other) noexcept : m_descriptor(other.release()) { }
+    explicit ContentFile(int descriptor) : m_descriptor(descriptor) {}
+    ContentFile(ContentFile&& other) noexcept : m_descriptor(other.release()) {}
     ContentFile& operator=(ContentFile&& other) noexcept;
     ContentFile(const ContentFile&) = delete;
     ContentFile& operator=(const ContentFile&) = delete;
@@ -28,7 +30,8 @@ private:
 };
 
 /// Why a file is not there to be sent.
-struct ContentError {
+struct ContentError
+{
     enum class Kind {
         NoSuchFile, ///< no file of the folder has that name, or the name is none that may be given
         Unreadable, ///< there may be one, but the system does not let it be read now: the operator has to know
@@ -41,7 +44,8 @@ struct ContentError {
 /// The one folder whose files may be shown. Files are found by their bare name directly in it: no subfolders, no hidden
 /// files, and no symbolic links, whose targets could lie anywhere. Nothing is cached, so the folder may be
 /// exchanged while the server runs. Any thread.
-class ContentFolder {
+class ContentFolder
+{
 public:
     explicit ContentFolder(const QString& path);
 

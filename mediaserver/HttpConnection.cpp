@@ -7,7 +7,8 @@
 #include <algorithm>
 #include <ctime>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 namespace asio = boost::asio;
 namespace beast = boost::beast;
@@ -15,9 +16,10 @@ namespace http = boost::beast::http;
 using asio::ip::tcp;
 using boost::system::error_code;
 
-namespace {
+namespace
+{
 
-constexpr std::chrono::seconds kLingerTime { 2 };
+constexpr std::chrono::seconds kLingerTime{2};
 constexpr std::size_t kReadAhead = 16 * 1024;
 /// How much of a refused request is read and dropped, so that the refusal is not lost in a reset of the connection.
 constexpr std::size_t kLingerBytes = 1024 * 1024;
@@ -27,10 +29,10 @@ constexpr int kShortAnswerBytes = 16 * 1024;
 std::string httpDate()
 {
     const std::time_t now = std::time(nullptr);
-    std::tm parts {};
+    std::tm parts{};
     ::gmtime_r(&now, &parts);
-    static const char* const days[] = { "Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat" };
-    static const char* const months[] = { "Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec" };
+    static const char* const days[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+    static const char* const months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
     std::array<char, 64> text;
     std::snprintf(text.data(), text.size(), "%s, %02d %s %d %02d:%02d:%02d GMT", days[parts.tm_wday], parts.tm_mday,
                   months[parts.tm_mon], 1900 + parts.tm_year, parts.tm_hour, parts.tm_min, parts.tm_sec);
@@ -44,7 +46,7 @@ QByteArray toBytes(boost::beast::string_view text)
 
 boost::beast::string_view toView(const QByteArray& bytes)
 {
-    return { bytes.constData(), static_cast<std::size_t>(bytes.size()) };
+    return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
 }
 
 bool isHttpError(const error_code& error)
@@ -55,10 +57,11 @@ bool isHttpError(const error_code& error)
 /// A message on its way out and the state of its sending. The message is complete before it comes here: a
 /// serializer looks at the body at once.
 template <class Body>
-struct Outgoing {
-    explicit Outgoing(http::response<Body>&& complete) : message(std::move(complete)) { }
+struct Outgoing
+{
+    explicit Outgoing(http::response<Body>&& complete) : message(std::move(complete)) {}
     http::response<Body> message;
-    http::response_serializer<Body> serializer { message };
+    http::response_serializer<Body> serializer{message};
 };
 
 } // namespace
@@ -66,7 +69,7 @@ struct Outgoing {
 std::string HttpConnection::clientAddress(asio::ip::address remote, asio::ip::address local)
 {
     // Who listens on IPv6 sees the clients of IPv4 as a part of it.
-    for (asio::ip::address* address : { &remote, &local }) {
+    for (asio::ip::address* address : {&remote, &local}) {
         if (address->is_v6() && address->to_v6().is_v4_mapped())
             *address = asio::ip::make_address_v4(asio::ip::v4_mapped, address->to_v6());
     }
@@ -74,10 +77,7 @@ std::string HttpConnection::clientAddress(asio::ip::address remote, asio::ip::ad
 }
 
 HttpConnection::HttpConnection(Server& server, tcp::socket socket, std::string address)
-    : Member(std::move(address))
-    , m_server(server)
-    , m_stream(std::move(socket))
-    , m_buffer(server.limits.headerBytes + kReadAhead)
+    : Member(std::move(address)), m_server(server), m_stream(std::move(socket)), m_buffer(server.limits.headerBytes + kReadAhead)
 {
 }
 
@@ -100,9 +100,8 @@ void HttpConnection::readNext()
     m_state = State::ReadingHead;
     // One deadline for the whole request: sending a byte now and then does not prolong it.
     m_stream.expires_after(m_server.limits.timeout);
-    http::async_read_header(m_stream, m_buffer, *m_parser, [self = shared_from_this()](error_code error, std::size_t) {
-        self->headRead(error);
-    });
+    http::async_read_header(m_stream, m_buffer, *m_parser,
+                            [self = shared_from_this()](error_code error, std::size_t) { self->headRead(error); });
 }
 
 void HttpConnection::finishUp()

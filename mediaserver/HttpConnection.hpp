@@ -14,18 +14,21 @@
 #include <memory>
 #include <optional>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 /// One client of an HttpServer, on its thread. It lives as long as an operation on its socket is under way: each holds a
 /// shared pointer.
 ///
 ///     reading head -> reading body -> writing -+-> reading head (kept connection)
 ///                 \______________\_____________+-> lingering -> gone
-class HttpConnection final : public ConnectionRoster::Member, public std::enable_shared_from_this<HttpConnection> {
+class HttpConnection final : public ConnectionRoster::Member, public std::enable_shared_from_this<HttpConnection>
+{
 public:
     /// What the connections of a server have in common. Outlives them.
-    struct Server {
-        explicit Server(const HttpLimits& limitsToKeep) : limits(limitsToKeep), roster(limitsToKeep.clients) { }
+    struct Server
+    {
+        explicit Server(const HttpLimits& limitsToKeep) : limits(limitsToKeep), roster(limitsToKeep.clients) {}
         virtual void connectionEnded(HttpConnection* connection) = 0;
 
         HttpLimits limits;

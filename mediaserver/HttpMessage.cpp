@@ -1,6 +1,7 @@
 #include "HttpMessage.hpp"
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 HttpResponse plainResponse(int status, const QByteArray& text)
 {

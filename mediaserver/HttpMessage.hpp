@@ -7,10 +7,12 @@
 #include <utility>
 #include <vector>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 /// A request as the handler sees it: read whole, within the limits of the server.
-struct HttpRequest {
+struct HttpRequest
+{
     QByteArray method; ///< in capitals, as sent
     QByteArray target; ///< path and query as sent, not decoded
     QByteArray body;
@@ -18,7 +20,8 @@ struct HttpRequest {
 };
 
 /// What the handler answers. The server adds length, date and connection headers and leaves the body out for HEAD.
-struct HttpResponse {
+struct HttpResponse
+{
     int status = 200;
     QByteArray contentType;
     QByteArray body;  ///< ignored when `file` is open

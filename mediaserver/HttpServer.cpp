@@ -11,21 +11,24 @@
 #include <csignal>
 #include <unordered_set>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 namespace asio = boost::asio;
 using asio::ip::tcp;
 using boost::system::error_code;
 
-namespace {
+namespace
+{
 
-constexpr std::chrono::seconds kGraceTime { 2 };
-constexpr std::chrono::milliseconds kAcceptPause { 100 };
+constexpr std::chrono::seconds kGraceTime{2};
+constexpr std::chrono::milliseconds kAcceptPause{100};
 constexpr int kAcceptedAtOnce = 16;
 
 } // namespace
 
-struct HttpServer::Private final : HttpConnection::Server {
+struct HttpServer::Private final : HttpConnection::Server
+{
     using Server::Server;
     ~Private() { tornDown = true; }
 
@@ -40,11 +43,11 @@ struct HttpServer::Private final : HttpConnection::Server {
     std::unordered_set<HttpConnection*> connections;
     RareWarning full;
     RareWarning acceptFailed;
-    asio::io_context io { 1 };
-    tcp::acceptor acceptor { io };
-    asio::signal_set signals { io };
-    asio::steady_timer acceptTimer { io };
-    asio::steady_timer graceTimer { io };
+    asio::io_context io{1};
+    tcp::acceptor acceptor{io};
+    asio::signal_set signals{io};
+    asio::steady_timer acceptTimer{io};
+    asio::steady_timer graceTimer{io};
 };
 
 void HttpServer::Private::acceptNext()
@@ -128,10 +131,7 @@ void HttpServer::Private::beginStop()
     });
 }
 
-HttpServer::HttpServer(const HttpLimits& limits)
-    : d(std::make_unique<Private>(limits))
-{
-}
+HttpServer::HttpServer(const HttpLimits& limits) : d(std::make_unique<Private>(limits)) {}
 
 HttpServer::~HttpServer() = default;
 
@@ -163,9 +163,8 @@ Result<HttpServer::Listening> HttpServer::listen(const QString& address, quint16
     listening.port = d->acceptor.local_endpoint().port();
     listening.everywhere = parsed.is_unspecified();
     const QString host = QString::fromStdString(parsed.to_string());
-    listening.url = (parsed.is_v6() ? QStringLiteral("http://[%1]:%2/") : QStringLiteral("http://%1:%2/"))
-                        .arg(host)
-                        .arg(listening.port);
+    listening.url =
+        (parsed.is_v6() ? QStringLiteral("http://[%1]:%2/") : QStringLiteral("http://%1:%2/")).arg(host).arg(listening.port);
     return listening;
 }
 

@@ -8,14 +8,16 @@
 #include <functional>
 #include <memory>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 /// What clients may ask of the server.
-struct HttpLimits {
+struct HttpLimits
+{
     std::size_t headerBytes = 8 * 1024; ///< more is answered with 431
     std::size_t bodyBytes = 64 * 1024;  ///< more is answered with 413
     /// For a whole request to arrive, for the next one on a kept connection, and for each piece of an answer to leave.
-    std::chrono::milliseconds timeout { 10000 };
+    std::chrono::milliseconds timeout{10000};
     ConnectionLimits clients; ///< a download too many is answered with 503
 };
 
@@ -27,12 +29,14 @@ struct HttpLimits {
 ///     server.run([](const HttpRequest& request) { ... return response; });
 ///
 /// One thread, the one that calls run(); only stop() may be called from elsewhere.
-class HttpServer {
+class HttpServer
+{
 public:
     /// Called on the thread of run(), one request at a time. What it throws is logged and answered with 500.
     using Handler = std::function<HttpResponse(const HttpRequest&)>;
 
-    struct Listening {
+    struct Listening
+    {
         QString url; ///< "http://ADDRESS:PORT/" with the port really in use
         quint16 port = 0;
         bool everywhere = false; ///< the address is a wildcard, so `url` is of no use to other devices

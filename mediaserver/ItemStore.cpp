@@ -8,9 +8,11 @@
 
 #include <array>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
-namespace {
+namespace
+{
 
 constexpr int kSchemaVersion = 1;
 constexpr int kTokenBytes = 16;
@@ -94,8 +96,7 @@ Result<std::unique_ptr<ItemStore>> ItemStore::open(const QString& file)
 }
 
 ItemStore::ItemStore(const QString& connectionName)
-    : m_connectionName(connectionName)
-    , m_database(QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connectionName))
+    : m_connectionName(connectionName), m_database(QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connectionName))
 {
 }
 
@@ -109,7 +110,7 @@ ItemStore::~ItemStore()
 
 Result<void> ItemStore::prepareFile()
 {
-    for (const char* pragma : { "PRAGMA journal_mode = WAL", "PRAGMA synchronous = FULL", "PRAGMA foreign_keys = ON" }) {
+    for (const char* pragma : {"PRAGMA journal_mode = WAL", "PRAGMA synchronous = FULL", "PRAGMA foreign_keys = ON"}) {
         if (const auto done = execute(pragma); !done)
             return done;
     }
@@ -117,7 +118,7 @@ Result<void> ItemStore::prepareFile()
     if (const auto begun = execute("BEGIN IMMEDIATE"); !begun)
         return begun;
     const auto giveUp = [this](const QString& reason) {
-        (void) execute("ROLLBACK");
+        (void)execute("ROLLBACK");
         return tl::unexpected(reason);
     };
 
@@ -167,12 +168,12 @@ Result<QSqlQuery> ItemStore::query(const char* statement, std::initializer_list<
 
 Result<QString> ItemStore::tokenFor(qint64 tessel)
 {
-    const auto look = [this, tessel] { return query("SELECT token FROM person WHERE tessel = ?", { tessel }); };
+    const auto look = [this, tessel] { return query("SELECT token FROM person WHERE tessel = ?", {tessel}); };
     auto known = look();
     if (known && !known->next()) {
         known->finish();
-        const auto made = query("INSERT INTO person (tessel, token) VALUES (?, ?) ON CONFLICT (tessel) DO NOTHING",
-                                { tessel, newToken() });
+        const auto made =
+            query("INSERT INTO person (tessel, token) VALUES (?, ?) ON CONFLICT (tessel) DO NOTHING", {tessel, newToken()});
         if (!made)
             return tl::unexpected(made.error());
         known = look();
@@ -186,7 +187,7 @@ Result<QString> ItemStore::tokenFor(qint64 tessel)
 
 Result<std::optional<qint64>> ItemStore::personOf(const QString& token)
 {
-    auto found = query("SELECT tessel FROM person WHERE token = ?", { token });
+    auto found = query("SELECT tessel FROM person WHERE token = ?", {token});
     if (!found)
         return tl::unexpected(found.error());
     if (!found->next())
@@ -198,11 +199,11 @@ Result<void> ItemStore::add(qint64 tessel, const Item& item)
 {
     if (const auto person = tokenFor(tessel); !person)
         return tl::unexpected(person.error());
-    const auto added = query("INSERT INTO item (tessel, kind, value, displayname, systemname) VALUES (?, ?, ?, ?, ?)"
-                             " ON CONFLICT (tessel, kind, value) DO UPDATE"
-                             " SET displayname = excluded.displayname, systemname = excluded.systemname",
-                             { tessel, kindText(item.kind), textValue(item.value), textValue(item.displayName),
-                               textValue(item.systemName) });
+    const auto added =
+        query("INSERT INTO item (tessel, kind, value, displayname, systemname) VALUES (?, ?, ?, ?, ?)"
+              " ON CONFLICT (tessel, kind, value) DO UPDATE"
+              " SET displayname = excluded.displayname, systemname = excluded.systemname",
+              {tessel, kindText(item.kind), textValue(item.value), textValue(item.displayName), textValue(item.systemName)});
     if (!added)
         return tl::unexpected(added.error());
     return {};
@@ -210,8 +211,8 @@ Result<void> ItemStore::add(qint64 tessel, const Item& item)
 
 Result<bool> ItemStore::remove(qint64 tessel, ItemKind kind, const QString& value)
 {
-    const auto removed = query("DELETE FROM item WHERE tessel = ? AND kind = ? AND value = ?",
-                               { tessel, kindText(kind), textValue(value) });
+    const auto removed =
+        query("DELETE FROM item WHERE tessel = ? AND kind = ? AND value = ?", {tessel, kindText(kind), textValue(value)});
     if (!removed)
         return tl::unexpected(removed.error());
     return removed->numRowsAffected() > 0;
@@ -219,7 +220,7 @@ Result<bool> ItemStore::remove(qint64 tessel, ItemKind kind, const QString& valu
 
 Result<std::vector<Item>> ItemStore::items(qint64 tessel)
 {
-    auto rows = query("SELECT id, kind, value, displayname, systemname FROM item WHERE tessel = ? ORDER BY id", { tessel });
+    auto rows = query("SELECT id, kind, value, displayname, systemname FROM item WHERE tessel = ? ORDER BY id", {tessel});
     if (!rows)
         return tl::unexpected(rows.error());
     std::vector<Item> result;
@@ -232,7 +233,7 @@ Result<std::vector<Item>> ItemStore::items(qint64 tessel)
 
 Result<std::optional<Item>> ItemStore::item(qint64 tessel, qint64 id)
 {
-    auto row = query("SELECT id, kind, value, displayname, systemname FROM item WHERE tessel = ? AND id = ?", { tessel, id });
+    auto row = query("SELECT id, kind, value, displayname, systemname FROM item WHERE tessel = ? AND id = ?", {tessel, id});
     if (!row)
         return tl::unexpected(row.error());
     if (!row->next())

@@ -13,12 +13,14 @@
 class QSqlQuery;
 class QVariant;
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 enum class ItemKind { Url, File };
 
 /// What somebody kept. For one person, kind and value together occur once.
-struct Item {
+struct Item
+{
     qint64 id = 0; ///< given by the store, never used twice
     ItemKind kind = ItemKind::Url;
     QString value; ///< web address or bare file name, exactly as sent
@@ -30,7 +32,8 @@ struct Item {
 /// reported as done is on the disk (write-ahead log, synchronous FULL): it survives a kill and a power cut.
 ///
 /// A store lives on the thread that opened it. Several stores may be open on one file.
-class ItemStore {
+class ItemStore
+{
 public:
     /// Creates file and tables when needed. Refuses a file that is no database or was written by a newer version.
     [[nodiscard]] static Result<std::unique_ptr<ItemStore>> open(const QString& file);

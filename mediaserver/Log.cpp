@@ -5,9 +5,11 @@
 
 #include <cstdio>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
-namespace {
+namespace
+{
 
 QString line(const QString& what, const QString& detail)
 {
@@ -19,13 +21,10 @@ const char* levelName(QtMsgType type)
 {
     switch (type) {
     case QtDebugMsg:
-    case QtInfoMsg:
-        return "info ";
-    case QtWarningMsg:
-        return "warning ";
+    case QtInfoMsg: return "info ";
+    case QtWarningMsg: return "warning ";
     case QtCriticalMsg:
-    case QtFatalMsg:
-        break;
+    case QtFatalMsg: break;
     }
     return "error ";
 }

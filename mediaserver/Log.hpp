@@ -5,7 +5,8 @@
 #include <chrono>
 #include <optional>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 /// Log lines of the form "MediaServer # what (detail)", written through Qt's message handler (the program installs
 /// writeToStandardError). Never pass a page's token: who reads the log must not be able to open people's pages. Any thread.
@@ -15,10 +16,11 @@ void logInfo(const QString& what, const QString& detail = {});
 void logWarning(const QString& what, const QString& detail = {});
 
 /// A warning about something that may happen thousands of times in a row: it is written at most once a minute. One thread.
-class RareWarning {
+class RareWarning
+{
 public:
     using Clock = std::chrono::steady_clock;
-    static constexpr std::chrono::minutes kPause { 1 };
+    static constexpr std::chrono::minutes kPause{1};
 
     void log(const QString& what, const QString& detail = {}, Clock::time_point now = Clock::now());
 

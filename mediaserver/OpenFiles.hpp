@@ -4,7 +4,8 @@
 
 #include <cstddef>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 /// How many connections this process can hold, `wanted` at most: each takes two open files, one for the client and one
 /// for what it downloads, and some are needed beside. Raises the process's own limit where the system allows that. The

@@ -7,10 +7,12 @@
 
 #include <tl/expected.hpp>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 /// What the command line asks for.
-struct Options {
+struct Options
+{
     QString address = QStringLiteral("127.0.0.1");
     quint16 port = 8090; ///< 0: a free one
     QString contentFolder;
@@ -20,7 +22,8 @@ struct Options {
 
     /// Why the program ends before it serves: a text for standard output when the code is 0 (help was asked
     /// for), else for standard error.
-    struct Exit {
+    struct Exit
+    {
         int code;
         QString text;
     };

@@ -1,6 +1,7 @@
 #include "PageAddresses.hpp"
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 PageAddresses::PageAddresses(const QString& publicUrl)
     : m_base(publicUrl.endsWith(QLatin1Char('/')) ? publicUrl : publicUrl + QLatin1Char('/'))

@@ -2,10 +2,12 @@
 
 #include <QString>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 /// Makes the addresses that visitors' devices open. A value; `base` ends with "/".
-class PageAddresses {
+class PageAddresses
+{
 public:
     /// `publicUrl`: where visitors reach this server, with or without a closing slash, for example
     /// "https://museum.example/table".

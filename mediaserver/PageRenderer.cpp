@@ -7,16 +7,20 @@
 
 #include <QCryptographicHash>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
-namespace {
+namespace
+{
 
-constexpr char kLinkSymbol[] = "<svg viewBox=\"0 0 24 24\" fill=\"none\" stroke=\"currentColor\" stroke-width=\"1.3\" "
-                               "aria-hidden=\"true\"><circle cx=\"12\" cy=\"12\" r=\"9\"/><path d=\"M3 12h18M12 3c2.6 2.6 3.8 5.6 3.8 "
-                               "9s-1.2 6.4-3.8 9c-2.6-2.6-3.8-5.6-3.8-9S9.4 5.6 12 3z\"/></svg>";
-constexpr char kFileSymbol[] = "<svg viewBox=\"0 0 24 24\" fill=\"none\" stroke=\"currentColor\" stroke-width=\"1.3\" "
-                               "stroke-linejoin=\"round\" aria-hidden=\"true\"><path d=\"M6 3h8l4 4v14H6z\"/><path d=\"M14 3v4h4M9 "
-                               "12h6M9 15h6M9 18h4\"/></svg>";
+constexpr char kLinkSymbol[] =
+    "<svg viewBox=\"0 0 24 24\" fill=\"none\" stroke=\"currentColor\" stroke-width=\"1.3\" "
+    "aria-hidden=\"true\"><circle cx=\"12\" cy=\"12\" r=\"9\"/><path d=\"M3 12h18M12 3c2.6 2.6 3.8 5.6 3.8 "
+    "9s-1.2 6.4-3.8 9c-2.6-2.6-3.8-5.6-3.8-9S9.4 5.6 12 3z\"/></svg>";
+constexpr char kFileSymbol[] =
+    "<svg viewBox=\"0 0 24 24\" fill=\"none\" stroke=\"currentColor\" stroke-width=\"1.3\" "
+    "stroke-linejoin=\"round\" aria-hidden=\"true\"><path d=\"M6 3h8l4 4v14H6z\"/><path d=\"M14 3v4h4M9 "
+    "12h6M9 15h6M9 18h4\"/></svg>";
 
 /// The text for a place between tags or in a quoted attribute. Control characters, which HTML does not know, become
 /// spaces.
@@ -48,7 +52,8 @@ QString heading(const QString& title, const QString& lead)
 }
 
 /// How a card of the page is filled. All members are HTML already.
-struct Card {
+struct Card
+{
     QString view;
     QString title;
     QString detail;
@@ -64,8 +69,8 @@ QString html(const Card& card, const char* cssClasses)
         title = QLatin1String("<a href=\"") + card.href + QLatin1String("\" rel=\"noopener noreferrer\">") + title
             + QLatin1String("</a>");
     }
-    return QLatin1String("<li class=\"item ") + QLatin1String(cssClasses) + QLatin1String("\"><div class=\"view\">")
-        + card.view + QLatin1String("</div><div class=\"text\"><h2>") + title + QLatin1String("</h2><p>") + card.detail
+    return QLatin1String("<li class=\"item ") + QLatin1String(cssClasses) + QLatin1String("\"><div class=\"view\">") + card.view
+        + QLatin1String("</div><div class=\"text\"><h2>") + title + QLatin1String("</h2><p>") + card.detail
         + QLatin1String("</p></div></li>\n");
 }
 
@@ -137,8 +142,7 @@ QByteArray PageRenderer::collection(const QString& token, const std::vector<Page
 {
     QString cards;
     for (const PageItem& entry : items) {
-        cards += entry.item->kind == ItemKind::Url ? linkCard(*entry.item)
-                                                   : fileCard(token, *entry.item, entry.available);
+        cards += entry.item->kind == ItemKind::Url ? linkCard(*entry.item) : fileCard(token, *entry.item, entry.available);
     }
     QString body = heading(QStringLiteral("Your collection"), leadFor(items.size())) + QLatin1String("<main>\n");
     if (cards.isEmpty()) {

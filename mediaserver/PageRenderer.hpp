@@ -5,19 +5,22 @@
 
 #include <vector>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 struct Item;
 
 /// An item and whether it can be opened at this moment: its file is in the content folder.
-struct PageItem {
+struct PageItem
+{
     const Item* item;
     bool available;
 };
 
 /// The pages that people see, as complete HTML documents in UTF-8. They load nothing but pictures, and those from this
 /// server by addresses relative to the page, so that the server may stand behind any path. Every text is escaped. Any thread.
-class PageRenderer {
+class PageRenderer
+{
 public:
     PageRenderer();
 

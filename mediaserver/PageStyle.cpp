@@ -1,6 +1,7 @@
 #include "PageStyle.hpp"
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 const char* const kPageStyle = R"css(
 :root {

@@ -1,6 +1,7 @@
 #pragma once
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 /// The style sheet of all pages. It stands inside the page, so it must never contain "</".
 extern const char* const kPageStyle;

@@ -6,9 +6,11 @@
 #include <memory>
 #include <qrencode.h>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
-namespace {
+namespace
+{
 constexpr int kPixelsPerModule = 8;
 constexpr int kQuietModules = 4;
 static_assert(kPixelsPerModule == 8, "a module is written as whole bytes of one-bit pixels");
@@ -17,14 +19,13 @@ static_assert(kPixelsPerModule == 8, "a module is written as whole bytes of one-
 QByteArray qrCodePng(const QByteArray& text)
 {
     const std::unique_ptr<QRcode, void (*)(QRcode*)> code(
-        QRcode_encodeData(text.size(), reinterpret_cast<const unsigned char*>(text.constData()), 0, QR_ECLEVEL_M),
-        &QRcode_free);
+        QRcode_encodeData(text.size(), reinterpret_cast<const unsigned char*>(text.constData()), 0, QR_ECLEVEL_M), &QRcode_free);
     if (!code)
         return {};
 
     const int modules = code->width + 2 * kQuietModules;
     QImage image(modules * kPixelsPerModule, modules * kPixelsPerModule, QImage::Format_Mono);
-    image.setColorTable({ qRgb(255, 255, 255), qRgb(0, 0, 0) });
+    image.setColorTable({qRgb(255, 255, 255), qRgb(0, 0, 0)});
     image.fill(0);
     for (int row = 0; row < code->width; ++row) {
         const int top = (row + kQuietModules) * kPixelsPerModule;

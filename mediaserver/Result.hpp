@@ -3,7 +3,8 @@
 #include <QString>
 #include <tl/expected.hpp>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 /// A value, or a sentence that tells an operator what failed.
 template <class T>

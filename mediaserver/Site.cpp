@@ -8,9 +8,11 @@
 #include <QStringList>
 #include <QUrl>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
-namespace {
+namespace
+{
 
 /// A file may be a picture with scripts inside (SVG) or carry anything else a visitor never asked for: opened by itself
 /// it runs nothing and loads nothing. The PDF viewers of browsers do not start inside a sandbox.
@@ -32,10 +34,7 @@ QByteArray contentDisposition(const QByteArray& contentType, const QString& name
 } // namespace
 
 Site::Site(ItemStore& store, const QString& contentFolder, const QString& publicUrl)
-    : m_store(store)
-    , m_content(contentFolder)
-    , m_addresses(publicUrl)
-    , m_commands(store, m_content, m_addresses)
+    : m_store(store), m_content(contentFolder), m_addresses(publicUrl), m_commands(store, m_content, m_addresses)
 {
 }
 
@@ -60,9 +59,10 @@ HttpResponse Site::command(const HttpRequest& request)
     // A browser on the tables' network sends what any web page asks it to, and gets round the firewall that keeps others
     // out; but it adds where the page is from. Tables add nothing.
     if (request.hasOrigin) {
-        return json(403, { { QStringLiteral("success"), false },
-                           { QStringLiteral("error"),
-                             QStringLiteral("Commands are taken from tables, not from web pages: the request has an Origin header.") } });
+        return json(403,
+                    {{QStringLiteral("success"), false},
+                     {QStringLiteral("error"),
+                      QStringLiteral("Commands are taken from tables, not from web pages: the request has an Origin header.")}});
     }
     const CommandAnswer answer = m_commands.handle(request.body);
     return json(answer.httpStatus, answer.json);
@@ -93,7 +93,7 @@ HttpResponse Site::page(const QString& token, qint64 tessel)
     shown.reserve(items->size());
     QString unreadable;
     for (const Item& item : *items) {
-        shown.push_back({ &item, true });
+        shown.push_back({&item, true});
         if (item.kind == ItemKind::Url)
             continue;
         const auto file = m_content.open(item.value);
@@ -169,16 +169,18 @@ HttpResponse Site::html(int status, const QByteArray& document) const
 
 HttpResponse Site::notFound() const
 {
-    return html(404, m_renderer.message(QStringLiteral("There is nothing here"),
-                                        QStringLiteral("This address leads to no page. Scan the code on the table once more, or "
-                                                       "check that the address was copied whole.")));
+    return html(404,
+                m_renderer.message(QStringLiteral("There is nothing here"),
+                                   QStringLiteral("This address leads to no page. Scan the code on the table once more, or "
+                                                  "check that the address was copied whole.")));
 }
 
 HttpResponse Site::wrongMethod(const QByteArray& allowed) const
 {
-    HttpResponse response = html(405, m_renderer.message(QStringLiteral("There is nothing to see here"),
-                                                         QStringLiteral("Your own page has an address of its own. Scan the code on "
-                                                                        "the table to open it.")));
+    HttpResponse response = html(405,
+                                 m_renderer.message(QStringLiteral("There is nothing to see here"),
+                                                    QStringLiteral("Your own page has an address of its own. Scan the code on "
+                                                                   "the table to open it.")));
     response.addHeader("Allow", allowed);
     return response;
 }
@@ -197,8 +199,9 @@ HttpResponse Site::fileFailed(const QString& reason) const
 
 HttpResponse Site::notRightNow() const
 {
-    return html(500, m_renderer.message(QStringLiteral("The page is not available right now"),
-                                        QStringLiteral("Nothing is lost. Please try again in a few minutes.")));
+    return html(500,
+                m_renderer.message(QStringLiteral("The page is not available right now"),
+                                   QStringLiteral("Nothing is lost. Please try again in a few minutes.")));
 }
 
 } // namespace MediaServer

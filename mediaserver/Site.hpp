@@ -5,7 +5,8 @@
 #include "HttpMessage.hpp"
 #include "PageRenderer.hpp"
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 class ItemStore;
 
@@ -17,7 +18,8 @@ class ItemStore;
 ///     GET  /p/TOKEN/file/ID      the file of one item on that page
 ///
 /// HEAD is allowed wherever GET is. Borrows the store; on the store's thread.
-class Site {
+class Site
+{
 public:
     /// `contentFolder`: path of the folder with the files; `publicUrl`: where visitors reach this server.
     Site(ItemStore& store, const QString& contentFolder, const QString& publicUrl);

@@ -2,7 +2,8 @@
 
 #include <QUrl>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 std::optional<WebLink> parseWebLink(const QString& text)
 {

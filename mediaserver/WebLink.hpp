@@ -3,10 +3,12 @@
 #include <QString>
 #include <optional>
 
-namespace MediaServer {
+namespace MediaServer
+{
 
 /// A web address that may stand in a link: absolute, http or https, with a host.
-struct WebLink {
+struct WebLink
+{
     QString href; ///< encoded, pure ASCII; still to be escaped for HTML
     QString host; ///< for display, without "www."
 };

@@ -21,7 +21,8 @@ using MediaServer::logWarning;
 using MediaServer::Options;
 using MediaServer::Site;
 
-namespace {
+namespace
+{
 
 int fail(const QString& what)
 {

@@ -9,7 +9,8 @@
 ///
 ///     tavola people ACTION PRESENTATION [WORD ...] [--option VALUE ...]
 ///
-/// Options stand anywhere. A lone "-" and what looks like a negative number are words; whatever else begins with "-" is an option.
+/// Options stand anywhere. A lone "-" and what looks like a negative number are words; whatever else begins with "-" is an
+/// option.
 class CommandLine
 {
 public:

@@ -86,12 +86,9 @@ bool openQueues(const Request& request, std::vector<Queue>& queues, QString& err
 const char* name(OutboxMessage::State state)
 {
     switch (state) {
-    case OutboxMessage::State::Queued:
-        return "queued";
-    case OutboxMessage::State::Sending:
-        return "sending";
-    case OutboxMessage::State::Failed:
-        break;
+    case OutboxMessage::State::Queued: return "queued";
+    case OutboxMessage::State::Sending: return "sending";
+    case OutboxMessage::State::Failed: break;
     }
     return "failed";
 }
@@ -122,7 +119,8 @@ bool list(const Request& request, const std::vector<Queue>& queues)
         if (!messages)
             continue;
         if (queues.size() > 1)
-            request.print(QStringLiteral("%1:").arg(queue.service.isEmpty() ? QStringLiteral("(without a name)") : queue.service));
+            request.print(
+                QStringLiteral("%1:").arg(queue.service.isEmpty() ? QStringLiteral("(without a name)") : queue.service));
         if (messages->empty())
             request.print(QStringLiteral("no messages"));
         for (const OutboxMessage& message : *messages) {
@@ -168,7 +166,8 @@ bool change(const Request& request, const std::vector<Queue>& queues)
             if (!isWanted(message, which))
                 continue;
             unseen.removeAll(QString::number(message.id));
-            const bool ok = isRetry ? queue.outbox->retry(message.id, QDateTime::currentMSecsSinceEpoch()) : queue.outbox->drop(message.id);
+            const bool ok =
+                isRetry ? queue.outbox->retry(message.id, QDateTime::currentMSecsSinceEpoch()) : queue.outbox->drop(message.id);
             if (ok)
                 ++changed;
             else
@@ -178,7 +177,8 @@ bool change(const Request& request, const std::vector<Queue>& queues)
     }
     for (const QString& number : unseen)
         request.fail(QStringLiteral("there is no message %1").arg(number), 1);
-    request.print((isRetry ? QStringLiteral("%1 to be sent anew, at once where the table runs") : QStringLiteral("%1 dropped")).arg(changed));
+    request.print((isRetry ? QStringLiteral("%1 to be sent anew, at once where the table runs") : QStringLiteral("%1 dropped"))
+                      .arg(changed));
     return isComplete && unseen.isEmpty();
 }
 }

@@ -71,10 +71,11 @@ int list(const PeopleRegistry& registry, const Request& request)
         return text.simplified().isEmpty() ? QString::fromUtf8(none) : text.simplified();
     };
     for (const Person& person : *people)
-        request.print(QStringLiteral("%1  %2  %3  %4%5")
-                          .arg(QString::number(person.code), word(person.name, "(no name)"), word(person.email, "(no e-mail)"),
-                               PeopleFile::kindName(person.kind),
-                               person.contentKey.isEmpty() ? QString() : QStringLiteral("  content ") + person.contentKey.simplified()));
+        request.print(
+            QStringLiteral("%1  %2  %3  %4%5")
+                .arg(QString::number(person.code), word(person.name, "(no name)"), word(person.email, "(no e-mail)"),
+                     PeopleFile::kindName(person.kind),
+                     person.contentKey.isEmpty() ? QString() : QStringLiteral("  content ") + person.contentKey.simplified()));
     if (people->empty())
         request.print(QStringLiteral("Nobody is registered."));
     return request.printed();
@@ -91,7 +92,8 @@ int add(PeopleRegistry& registry, Request& request)
     if (registry.add(request.person, isThere))
         return 0;
     return request.fail(
-        isThere ? QStringLiteral("card %1 is in the registry already; remove it first, or import a file to replace it").arg(request.person.code)
+        isThere ? QStringLiteral("card %1 is in the registry already; remove it first, or import a file to replace it")
+                      .arg(request.person.code)
                 : QStringLiteral("nothing was added"),
         1);
 }
@@ -106,7 +108,8 @@ int importFrom(PeopleRegistry& registry, const Request& request)
         return request.fail(QStringLiteral("nothing was imported; mend what is named above and import again"), 1);
     if (!registry.insert(people))
         return request.fail(QStringLiteral("nothing was imported"), 1);
-    request.print(QStringLiteral("%1 people imported; cards that were there already have the file's owners now.").arg(people.size()));
+    request.print(
+        QStringLiteral("%1 people imported; cards that were there already have the file's owners now.").arg(people.size()));
     return request.printed();
 }
 
@@ -152,7 +155,8 @@ int remove(PeopleRegistry& registry, const Request& request)
 const char* PeopleCommand::help()
 {
     return "usage: tavola people ACTION PRESENTATION ... [--data DIR]\n"
-           "Looks at and changes the people a presentation's table knows, also while the table runs (it notices within seconds).\n"
+           "Looks at and changes the people a presentation's table knows, also while the table runs (it notices within "
+           "seconds).\n"
            "\n"
            "  list PRESENTATION              everybody: code, name, e-mail address, kind\n"
            "  add PRESENTATION CODE          a card; --name NAME, --email ADDRESS, --content-key KEY,\n"
@@ -181,7 +185,8 @@ int PeopleCommand::run(const QStringList& arguments)
             QStringLiteral("%1 knows no people; name a file of them as its \"people\", which may hold its first line only")
                 .arg(presentation->folder),
             1);
-    const auto registry = PeopleRegistry::open(dataFolder(presentation->folder, request.data) + QStringLiteral("/people.sqlite"), error);
+    const auto registry =
+        PeopleRegistry::open(dataFolder(presentation->folder, request.data) + QStringLiteral("/people.sqlite"), error);
     if (!registry)
         return request.fail(error, 1);
     // As a table that opens: a registry that is new begins with the presentation's people.

@@ -51,10 +51,9 @@ void makeApplication(std::optional<QGuiApplication>& application, int& argc, cha
 /// Null, with the reason in `error`, when it cannot listen.
 std::unique_ptr<Inspector> openInspector(Table& table, const TableLog& log, const RunOptions& options, QString& error)
 {
-    auto inspector = std::make_unique<Inspector>(Inspector::Subject{table.application(), log, &table.input(), options.manualClock,
-                                                                    [&table] { return table.mailState(); },
-                                                                    [&table](double dt) { return table.frame(dt).has_value(); },
-                                                                    [&table] { return table.listeners(); }});
+    auto inspector = std::make_unique<Inspector>(
+        Inspector::Subject{table.application(), log, &table.input(), options.manualClock, [&table] { return table.mailState(); },
+                           [&table](double dt) { return table.frame(dt).has_value(); }, [&table] { return table.listeners(); }});
     if (!inspector->listen(*options.inspectPort, error)) {
         error = QStringLiteral("the inspector cannot listen on port %1: %2").arg(*options.inspectPort).arg(error);
         return nullptr;

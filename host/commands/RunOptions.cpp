@@ -18,8 +18,10 @@ QString RunOptions::help(Command command)
             "With --manual-clock each frame that the inspector asks for is the next one of the recording, with its own step. At\n"
             "the end the table stands still; without a window and a manual clock the program ends.\n"
             "\n"
-            "A replay asks nobody and tells nobody: what the media server answered and what became of e-mail is in the recording,\n"
-            "--media-server and --mail-server have no effect. People are registered in a temporary folder, which begins with those\n"
+            "A replay asks nobody and tells nobody: what the media server answered and what became of e-mail is in the "
+            "recording,\n"
+            "--media-server and --mail-server have no effect. People are registered in a temporary folder, which begins with "
+            "those\n"
             "who were known on the day, or in that of --data.\n"
             "\n"
             "The options are those of \"tavola run\" but for --size, --tuio and --record; see tavola run --help.\n");

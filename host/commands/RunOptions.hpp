@@ -22,11 +22,11 @@ struct RunOptions
     InputSettings::Transport tuioTransport = InputSettings::Transport::Udp;
     QString tuioAddress = QStringLiteral("127.0.0.1");
     int tuioPort = 3333;
-    bool hasTuio = false;   ///< given: goes before the presentation's listeners
-    bool showInput = false; ///< draw contacts over the table
-    QString recordFile;     ///< record the input into it
-    QString replayFile;     ///< the recording that is replayed instead of listening
-    QString treesFile;      ///< write the widgets of each frame into it
+    bool hasTuio = false;           ///< given: goes before the presentation's listeners
+    bool showInput = false;         ///< draw contacts over the table
+    QString recordFile;             ///< record the input into it
+    QString replayFile;             ///< the recording that is replayed instead of listening
+    QString treesFile;              ///< write the widgets of each frame into it
     std::optional<int> inspectPort; ///< 0 chooses one
     QString plugin;                 ///< replaces the plug-ins of the presentation
     QString dataFolder;             ///< where the registry of people and the outbox live

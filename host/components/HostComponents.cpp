@@ -40,8 +40,8 @@ std::shared_ptr<Tavola::ComponentFactory> panelFactory()
     result->create = [] {
         return std::make_shared<Tavola::CustomWidgetInstanceComponent>(
             [] { return makeWidget<Trellis::Widget>(nullptr); },
-            [](std::shared_ptr<Tavola::Component> component, Bedrock::IntrusivePtr<Trellis::Widget> widget)
-                -> std::shared_ptr<Tavola::WidgetInstance> {
+            [](std::shared_ptr<Tavola::Component> component,
+               Bedrock::IntrusivePtr<Trellis::Widget> widget) -> std::shared_ptr<Tavola::WidgetInstance> {
                 return std::make_shared<PanelInstance>(std::move(component), std::move(widget));
             });
     };

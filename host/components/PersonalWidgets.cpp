@@ -37,8 +37,8 @@ boost::expected<Bedrock::IntrusivePtr<Trellis::Widget>, QString> PersonalWidgets
     if (!entry.widget || !entry.widget->parent()) {
         entry.widget = entry.component->createContentWidget();
         if (!entry.widget)
-            return boost::make_unexpected(
-                QStringLiteral("component \"%1\" of the content key \"%2\" made no widget").arg(entry.component->name(), contentKey));
+            return boost::make_unexpected(QStringLiteral("component \"%1\" of the content key \"%2\" made no widget")
+                                              .arg(entry.component->name(), contentKey));
         Tavola::Tavola::instance()->ui()->mainWidget()->addChild(entry.widget);
     }
     return entry.widget;

@@ -81,7 +81,8 @@ private:
         }
         const Vecta::Vector2f origin{2.f * m_radius + kLinePx + 2.f * kGapPx, middle.y - m_textSize.y / 2.f};
         Lantern::Style ground;
-        context.drawRect({origin.x - kGapPx, origin.y, m_textSize.x + 2.f * kGapPx, m_textSize.y}, kGapPx, ground.setFill(kGround));
+        context.drawRect({origin.x - kGapPx, origin.y, m_textSize.x + 2.f * kGapPx, m_textSize.y}, kGapPx,
+                         ground.setFill(kGround));
         context.drawText(m_text, origin, color);
     }
 

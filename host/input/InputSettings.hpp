@@ -17,9 +17,9 @@ struct InputSettings
         Transport transport = Transport::Udp;
         QString address = QStringLiteral("127.0.0.1");
         int port = 3333;
-        bool hasRect = false; ///< without one: the whole table
+        bool hasRect = false;                              ///< without one: the whole table
         float x = 0.f, y = 0.f, width = 0.f, height = 0.f; ///< table pixels
-        QStringList allow;    ///< numeric addresses; empty: every sender
+        QStringList allow;                                 ///< numeric addresses; empty: every sender
     };
     std::vector<Listener> listeners;
     /// None was named: the table has one on the address of the command line. Stays false where all were left out.

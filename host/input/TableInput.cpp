@@ -36,7 +36,8 @@ std::string fileName(const QString& name)
 QString where(const InputSettings::Listener& listener, int port)
 {
     const QString place = listener.address.contains(QLatin1Char(':')) ? QStringLiteral("%1[%2]:%3") : QStringLiteral("%1%2:%3");
-    return place.arg(listener.transport == InputSettings::Transport::Tcp ? QLatin1String("tcp:") : QLatin1String(""), listener.address)
+    return place
+        .arg(listener.transport == InputSettings::Transport::Tcp ? QLatin1String("tcp:") : QLatin1String(""), listener.address)
         .arg(port);
 }
 
@@ -69,9 +70,10 @@ struct TableInput::Private
         clock.start();
         while (!arrivals.waitForExpected(kBetweenEvents)) {
             if (clock.elapsed() >= patienceMs) {
-                Bedrock::Trace::warning("TableInput # Waited %g s in vain for what frame %llu of the recording took, such as a picture; "
-                                        "the replay goes on without",
-                                        patienceMs * 1e-3, static_cast<unsigned long long>(frame.number));
+                Bedrock::Trace::warning(
+                    "TableInput # Waited %g s in vain for what frame %llu of the recording took, such as a picture; "
+                    "the replay goes on without",
+                    patienceMs * 1e-3, static_cast<unsigned long long>(frame.number));
                 patienceMs = kLittlePatienceMs;
                 return;
             }

@@ -37,9 +37,8 @@ LoopbackHttpServer::Response refusal(int status, const QByteArray& text)
 
 QJsonObject dropReport(const Tactile::TuioDrops& drops)
 {
-    static const char* const kNames[] = {"malformed", "late", "notFinite", "outOfRange", "notAlive",
-                                         "fingerCap", "markerCap", "sourceCap", "unknownMessage", "queueFull",
-                                         "noFrame"};
+    static const char* const kNames[] = {"malformed", "late",      "notFinite",      "outOfRange", "notAlive", "fingerCap",
+                                         "markerCap", "sourceCap", "unknownMessage", "queueFull",  "noFrame"};
     static_assert(std::size(kNames) == Tactile::kTuioDropCount, "one name for each cause");
     QJsonObject report;
     for (std::size_t i = 0; i < drops.size(); ++i)

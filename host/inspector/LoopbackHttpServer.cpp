@@ -148,12 +148,14 @@ private:
     bool parse()
     {
         boost::system::error_code error;
-        const std::size_t used = m_parser->put(boost::asio::buffer(m_received.constData(), std::size_t(m_received.size())), error);
+        const std::size_t used =
+            m_parser->put(boost::asio::buffer(m_received.constData(), std::size_t(m_received.size())), error);
         m_received.remove(0, int(used));
         if (!error || error == http::error::need_more)
             return m_parser->is_done();
         const int status = error == http::error::body_limit ? 413 : error == http::error::header_limit ? 431 : 400;
-        send({status, "text/plain; charset=utf-8", QByteArray::fromStdString(error.message()) + '\n'}, Connect::Close, Body::Sent);
+        send({status, "text/plain; charset=utf-8", QByteArray::fromStdString(error.message()) + '\n'}, Connect::Close,
+             Body::Sent);
         return false;
     }
 
@@ -162,7 +164,8 @@ private:
         const auto message = m_parser->release();
         begin();
         if (!isThisMachine(text(message[http::field::host])) || comesFromElsewhere(text(message[http::field::origin])))
-            return send({403, "text/plain; charset=utf-8", "Only this machine is answered, under its own name (127.0.0.1 or localhost).\n"},
+            return send({403, "text/plain; charset=utf-8",
+                         "Only this machine is answered, under its own name (127.0.0.1 or localhost).\n"},
                         Connect::Close, Body::Sent);
         const bool isHead = message.method() == http::verb::head;
         const QUrl url(QString::fromUtf8(text(message.target())));
@@ -230,7 +233,8 @@ LoopbackHttpServer::Response LoopbackHttpServer::Private::call(const Request& re
     isAnswering = false;
     for (const QPointer<Connection>& connection : std::exchange(waiting, {}))
         if (connection)
-            QMetaObject::invokeMethod(connection.data(), [connection] { connection->read(); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                connection.data(), [connection] { connection->read(); }, Qt::QueuedConnection);
     return response;
 }
 

@@ -9,8 +9,8 @@
 
 /// A small HTTP/1.1 server for tools on this machine: listens on the loopback address only, answers on the main thread, one
 /// request after the other in all and at most one of a connection per turn of the event loop, when the answer before has
-/// been taken: who asks faster than they read does not stop the table. Requests have limits on header, body and time, and must name this machine as their host
-/// and origin, so that a web page somewhere cannot reach it through a visitor's browser.
+/// been taken: who asks faster than they read does not stop the table. Requests have limits on header, body and time, and must
+/// name this machine as their host and origin, so that a web page somewhere cannot reach it through a visitor's browser.
 class LoopbackHttpServer
 {
 public:

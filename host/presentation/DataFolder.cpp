@@ -16,6 +16,7 @@ QString dataFolder(const QString& presentationFolder, const QString& given)
 
 QString outboxFolder(const QString& data, const QString& serviceName)
 {
-    const QString suffix = serviceName.isEmpty() ? QString() : QLatin1Char('-') + QString::fromLatin1(QUrl::toPercentEncoding(serviceName));
+    const QString suffix =
+        serviceName.isEmpty() ? QString() : QLatin1Char('-') + QString::fromLatin1(QUrl::toPercentEncoding(serviceName));
     return data + QStringLiteral("/mail/outbox") + suffix;
 }

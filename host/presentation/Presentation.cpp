@@ -24,8 +24,7 @@ class Reader
 {
 public:
     Reader(const QString& fileName, Presentation& result)
-        : m_folder(result.folder), m_result(result),
-          m_skip([fileName](const QString& place, const QString& why) {
+        : m_folder(result.folder), m_result(result), m_skip([fileName](const QString& place, const QString& why) {
               Bedrock::Trace::warning("Presentation # %s: %s: %s; it is skipped", fileName.toUtf8().constData(),
                                       place.toUtf8().constData(), why.toUtf8().constData());
           }),
@@ -36,8 +35,8 @@ public:
     void read(const QJsonObject& object)
     {
         const JsonEntries root(object, QString(), m_skip);
-        root.checkKnown({"title", "table", "input", "inputSettings", "styleSheets", "plugins", "people", "services", "cards", "components",
-                         "widgets", "folders", "closeTemporaryAfterSeconds"});
+        root.checkKnown({"title", "table", "input", "inputSettings", "styleSheets", "plugins", "people", "services", "cards",
+                         "components", "widgets", "folders", "closeTemporaryAfterSeconds"});
         m_result.title = root.text("title");
         readTable(root.inner("table"));
         m_result.input = InputSettings::read(object, m_skip);
@@ -154,7 +153,7 @@ private:
                 m_result.cards.push_back(*code);
             else
                 m_skip(QStringLiteral("cards[%1]").arg(i),
-                     QStringLiteral("expected a card's code, a whole number (as a text when it is above 9007199254740992)"));
+                       QStringLiteral("expected a card's code, a whole number (as a text when it is above 9007199254740992)"));
         }
     }
 
@@ -190,7 +189,8 @@ private:
 bool isWebAddress(const QString& text)
 {
     const QUrl url(text, QUrl::StrictMode);
-    return url.isValid() && !url.host().isEmpty() && (url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https"));
+    return url.isValid() && !url.host().isEmpty()
+        && (url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https"));
 }
 
 std::optional<Presentation> Presentation::load(const QString& path, QString& error)
@@ -210,7 +210,8 @@ std::optional<Presentation> Presentation::load(const QString& path, QString& err
         // Qt counts the character that it stumbled over as read, but for what stands behind the end.
         const bool isBehind = parseError.offset > 0 && parseError.error != QJsonParseError::GarbageAtEnd;
         const TextPosition position = TextPosition::of(bytes, document.isNull() ? parseError.offset - (isBehind ? 1 : 0) : 0);
-        error = QStringLiteral("%1:%2:%3: %4").arg(file.fileName(), QString::number(position.line), QString::number(position.column),
+        error = QStringLiteral("%1:%2:%3: %4")
+                    .arg(file.fileName(), QString::number(position.line), QString::number(position.column),
                          document.isNull() ? parseError.errorString() : QStringLiteral("expected a JSON object"));
         return std::nullopt;
     }

@@ -36,13 +36,13 @@ struct Presentation
     Vecta::Vector2f sizePx{1920.f, 1080.f};
     float pixelPitchMm = 0.55f;
     InputSettings input;
-    QString keyboardLayout; ///< of the keyboards on the table; empty for the usual one, "none" for a table without
+    QString keyboardLayout;  ///< of the keyboards on the table; empty for the usual one, "none" for a table without
     QStringList styleSheets; ///< absolute paths
     QStringList plugins;     ///< library names or absolute paths
     QString peopleFile;      ///< absolute path; empty without people
     std::vector<MediaServerSettings> mediaServers;
     std::vector<MailSettings> mailServices; ///< each of another name
-    std::vector<unsigned long> cards; ///< the codes behind the keys 1 to 9; in the file numbers, or texts above 2^53
+    std::vector<unsigned long> cards;       ///< the codes behind the keys 1 to 9; in the file numbers, or texts above 2^53
     std::vector<ComponentUse> widgets;
     /// What a card with a content key opens, by that key.
     std::vector<std::pair<QString, ComponentUse>> folders;

@@ -12,9 +12,9 @@
 class MarkerService;
 class PeopleRegistry;
 
-/// For a table that is recorded or replayed, in place of MarkerService::refreshCache. While it is recorded it looks every two seconds
-/// whether somebody was registered elsewhere, at a desk while the table runs, and who is known then goes into the recording; a
-/// replay looks at nothing and has it from there, in the same frame. Main thread.
+/// For a table that is recorded or replayed, in place of MarkerService::refreshCache. While it is recorded it looks every two
+/// seconds whether somebody was registered elsewhere, at a desk while the table runs, and who is known then goes into the
+/// recording; a replay looks at nothing and has it from there, in the same frame. Main thread.
 class PeopleWatch
 {
 public:

@@ -17,7 +17,7 @@ using EmailStatus = Tavola::EmailServiceAPI::EmailStatus;
 
 // What an outcome begins with.
 constexpr char kValue = 'V';
-constexpr char kRefusal = 'R'; ///< of an e-mail; then the words of the service
+constexpr char kRefusal = 'R';   ///< of an e-mail; then the words of the service
 constexpr char kException = 'E'; ///< then its text
 
 template <class T>
@@ -46,10 +46,13 @@ folly::Future<QJsonObject> RecordedMediaServer::request(const QJsonObject& comma
             fail(*promise, bytes);
     });
     if (m_server)
-        (void)folly::makeFutureWith([&] { return m_server->request(command); }).thenTry([ticket](folly::Try<QJsonObject>&& outcome) {
-            Arrivals::instance().answer(ticket, outcome.hasException()
-                                                    ? exceptionBytes(outcome)
-                                                    : kValue + QJsonDocument(outcome.value()).toJson(QJsonDocument::Compact));
+        (void)folly::makeFutureWith([&] {
+            return m_server->request(command);
+        }).thenTry([ticket](folly::Try<QJsonObject>&& outcome) {
+            Arrivals::instance().answer(ticket,
+                                        outcome.hasException()
+                                            ? exceptionBytes(outcome)
+                                            : kValue + QJsonDocument(outcome.value()).toJson(QJsonDocument::Compact));
         });
     return promise->getFuture();
 }
@@ -71,7 +74,9 @@ folly::Future<EmailStatus> RecordedEmail::send(const Tavola::EmailMessage& messa
             fail(*promise, bytes);
     });
     if (m_service)
-        (void)folly::makeFutureWith([&] { return m_service->send(message); }).thenTry([ticket](folly::Try<EmailStatus>&& outcome) {
+        (void)folly::makeFutureWith([&] {
+            return m_service->send(message);
+        }).thenTry([ticket](folly::Try<EmailStatus>&& outcome) {
             QByteArray bytes;
             if (outcome.hasException())
                 bytes = exceptionBytes(outcome);

@@ -6,7 +6,8 @@
 
 std::string RecordingNote::toText() const
 {
-    const QJsonObject note{{"presentation", presentation}, {"mediaServers", QJsonArray::fromStringList(mediaServers)}, {"people", people}};
+    const QJsonObject note{
+        {"presentation", presentation}, {"mediaServers", QJsonArray::fromStringList(mediaServers)}, {"people", people}};
     return QJsonDocument(note).toJson(QJsonDocument::Compact).toStdString();
 }
 

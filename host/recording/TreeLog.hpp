@@ -16,8 +16,8 @@ class Widget;
 ///
 ///     {"changed":{"0/2":{…}},"frame":7,"gone":["0/3"],"hash":"…"}
 ///
-/// "hash" stands for all widgets; "changed" has those that are not as in the frame before, by their places below the root, "gone" the
-/// places where there is none any more. Left out are ids, which count on through the life of a process, and what
+/// "hash" stands for all widgets; "changed" has those that are not as in the frame before, by their places below the root, "gone"
+/// the places where there is none any more. Left out are ids, which count on through the life of a process, and what
 /// --show-input draws, and temporary files stand without their folder. For tests and for searching: it costs time in each frame.
 class TreeLog
 {

@@ -19,9 +19,8 @@ public:
     {
         // One bound on the whole exchange; Qt's own transfer timeout begins anew with every byte.
         m_timer.setSingleShot(true);
-        connect(&m_timer, &QTimer::timeout, this, [this, timeoutMs] {
-            giveUp(QStringLiteral("did not answer within %1 s").arg(timeoutMs / 1000.0));
-        });
+        connect(&m_timer, &QTimer::timeout, this,
+                [this, timeoutMs] { giveUp(QStringLiteral("did not answer within %1 s").arg(timeoutMs / 1000.0)); });
         m_timer.start(timeoutMs);
         connect(&reply, &QNetworkReply::readyRead, this, [this] {
             if (m_reply.bytesAvailable() > kLargestAnswerBytes)
@@ -68,7 +67,8 @@ private:
         if (status == 0 || (error != QNetworkReply::NoError && error < QNetworkReply::ContentAccessDenied))
             return fail(QStringLiteral("cannot be reached: ") + m_reply.errorString());
         if (status >= 300 && status < 400)
-            return fail(QStringLiteral("answered with status %1 and points elsewhere; give the address it points to").arg(status));
+            return fail(
+                QStringLiteral("answered with status %1 and points elsewhere; give the address it points to").arg(status));
         const QJsonDocument document = QJsonDocument::fromJson(m_reply.readAll());
         // An error's body may say why. One that speaks of success is from somebody else on the way.
         const bool contradicts = status >= 400 && document.object().value(QLatin1String("success")).toBool();

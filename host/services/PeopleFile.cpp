@@ -149,7 +149,7 @@ private:
     bool readColumns()
     {
         Line line;
-        while (m_splitter.next(line) && isBlank(line)) { }
+        while (m_splitter.next(line) && isBlank(line)) {}
         if (isBlank(line) || line.number == 0)
             line.number = 1;
         static const QStringList known{"code", "name", "email", "content-key", "kind"};
@@ -163,13 +163,15 @@ private:
         }
         m_columnCount = line.fields.size();
         if (!m_columns.contains(QStringLiteral("code"))) {
-            warn(line.number, QStringLiteral("the first line must name the columns, \"code\" among them "
-                                             "(code,name,email,content-key,kind); nobody was read"));
+            warn(line.number,
+                 QStringLiteral("the first line must name the columns, \"code\" among them "
+                                "(code,name,email,content-key,kind); nobody was read"));
             return false;
         }
         for (const QString& name : unknown)
-            warn(line.number, QStringLiteral("unknown column '%1', known are %2; the column is skipped")
-                                  .arg(name, known.join(QStringLiteral(", "))));
+            warn(line.number,
+                 QStringLiteral("unknown column '%1', known are %2; the column is skipped")
+                     .arg(name, known.join(QStringLiteral(", "))));
         return true;
     }
 
@@ -184,7 +186,8 @@ private:
         const QString value = field(line, column);
         if (!value.contains(QChar(QChar::ReplacementCharacter)))
             return value;
-        warn(line.number, QStringLiteral("the %1 is no UTF-8 text (save the file as UTF-8); it is left empty").arg(QLatin1String(column)));
+        warn(line.number,
+             QStringLiteral("the %1 is no UTF-8 text (save the file as UTF-8); it is left empty").arg(QLatin1String(column)));
         return {};
     }
 
@@ -193,15 +196,18 @@ private:
         if (line.openQuote)
             return skipLine(line, QStringLiteral("a quote is opened and never closed"));
         if (line.fields.size() > m_columnCount)
-            return skipLine(line, QStringLiteral("%1 fields for %2 columns (put quotes around a field with a comma)")
-                                      .arg(line.fields.size()).arg(m_columnCount));
+            return skipLine(line,
+                            QStringLiteral("%1 fields for %2 columns (put quotes around a field with a comma)")
+                                .arg(line.fields.size())
+                                .arg(m_columnCount));
         Person person;
         bool isCode = false;
         person.code = field(line, "code").trimmed().toULong(&isCode);
         if (!isCode)
             return skipLine(line, QStringLiteral("'%1' is no card code, a whole number is expected").arg(field(line, "code")));
         if (!PeopleFile::parseKind(field(line, "kind"), person.kind))
-            return skipLine(line, QStringLiteral("'%1' is no kind; personal, unregistered or a number is expected").arg(field(line, "kind")));
+            return skipLine(
+                line, QStringLiteral("'%1' is no kind; personal, unregistered or a number is expected").arg(field(line, "kind")));
         if (const int earlier = m_lineOfCode.value(person.code))
             return skipLine(line, QStringLiteral("code %1 stands in line %2 already").arg(person.code).arg(earlier));
         m_lineOfCode.insert(person.code, line.number);
@@ -270,8 +276,8 @@ QString PeopleFile::format(const std::vector<Person>& people)
 {
     const auto quoted = [](QString field) {
         static const QString special = QStringLiteral(",\"\n\r");
-        const bool needsQuotes = field != field.trimmed()
-            || std::any_of(field.cbegin(), field.cend(), [](QChar c) { return special.contains(c); });
+        const bool needsQuotes =
+            field != field.trimmed() || std::any_of(field.cbegin(), field.cend(), [](QChar c) { return special.contains(c); });
         if (!needsQuotes)
             return field;
         return QLatin1Char('"') + field.replace(QLatin1Char('"'), QLatin1String("\"\"")) + QLatin1Char('"');

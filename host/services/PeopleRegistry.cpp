@@ -38,7 +38,8 @@ const char* const kAnyEver = "SELECT 1 FROM people UNION ALL SELECT 1 FROM empti
 SqliteTransaction::Report warning(const char* what, const QString& path)
 {
     return [what, path](const QString& reason) {
-        Bedrock::Trace::warning("PeopleRegistry # Failed to %s %s (%s)", what, path.toUtf8().constData(), reason.toUtf8().constData());
+        Bedrock::Trace::warning("PeopleRegistry # Failed to %s %s (%s)", what, path.toUtf8().constData(),
+                                reason.toUtf8().constData());
     };
 }
 
@@ -73,7 +74,9 @@ std::unique_ptr<PeopleRegistry> PeopleRegistry::open(const QString& path, QStrin
     const int version = isDatabase ? query.value(0).toInt() : 0;
     query.finish();
     if (version > kSchemaVersion) {
-        error = QStringLiteral("%1 was made by a newer version of this program; use that one, or move the file away to begin a new one").arg(path);
+        error = QStringLiteral(
+                    "%1 was made by a newer version of this program; use that one, or move the file away to begin a new one")
+                    .arg(path);
         return nullptr;
     }
     if (!isDatabase || !query.exec(QStringLiteral("PRAGMA journal_mode=WAL"))

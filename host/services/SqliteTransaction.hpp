@@ -19,8 +19,7 @@
 class SqliteTransaction
 {
 public:
-    enum class Kind
-    {
+    enum class Kind {
         Read, ///< sees one moment of the file
         Write ///< is the only writer from its beginning on, so that what it reads first stays true
     };

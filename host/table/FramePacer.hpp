@@ -3,8 +3,8 @@
 #include <functional>
 #include <optional>
 
-/// Makes frames of the time that passes. Live, each tick is a frame of the time since the one before; in a replay, frames have the
-/// steps they had on the day, and as many run as have become due.
+/// Makes frames of the time that passes. Live, each tick is a frame of the time since the one before; in a replay, frames have
+/// the steps they had on the day, and as many run as have become due.
 class FramePacer
 {
 public:

@@ -29,14 +29,10 @@ std::unique_ptr<EndSignals> listen()
 }
 }
 
-RunLoop::RunLoop(Table& table, TableWindow* window, bool manualClock)
-    : RunLoop(table, window, manualClock, secondsSinceStart)
-{
-}
+RunLoop::RunLoop(Table& table, TableWindow* window, bool manualClock) : RunLoop(table, window, manualClock, secondsSinceStart) {}
 
 RunLoop::RunLoop(Table& table, TableWindow* window, bool manualClock, Clock clock)
-    : m_table(table), m_window(window), m_manualClock(manualClock), m_clock(std::move(clock)),
-      m_signals(listen())
+    : m_table(table), m_window(window), m_manualClock(manualClock), m_clock(std::move(clock)), m_signals(listen())
 {
 }
 

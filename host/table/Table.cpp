@@ -44,15 +44,15 @@
 
 struct Table::Private
 {
-    std::unique_ptr<TemporaryPlace> temporaryPlace; ///< of a table that is recorded or replayed
-    std::unique_ptr<TreeLog> trees;                 ///< may be null
+    std::unique_ptr<TemporaryPlace> temporaryPlace;    ///< of a table that is recorded or replayed
+    std::unique_ptr<TreeLog> trees;                    ///< may be null
     std::unique_ptr<Trellis::Application> application; ///< from the first line of open on
-    std::unique_ptr<TableInput> input; ///< from the first line of open on
+    std::unique_ptr<TableInput> input;                 ///< from the first line of open on
     bool takesInput = false;
     bool isInFrame = false;
     std::shared_ptr<Tavola::Tavola> tavola;
     std::vector<std::weak_ptr<OutboxService>> mailServices; ///< they live with `tavola`
-    std::shared_ptr<PeopleRegistry> people; ///< null without people
+    std::shared_ptr<PeopleRegistry> people;                 ///< null without people
     QTimer peopleTimer;
     std::unique_ptr<PeopleWatch> peopleWatch; ///< in place of the timer, of a table that is recorded or replayed
     std::unique_ptr<HostComponents> hostComponents;
@@ -302,8 +302,7 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const RunOp
         return nullptr;
     d.tavola->ui()->internalOverlayWidget()->addChild(Bedrock::makeIntrusive<Tavola::MarkerDetectorWidget>());
     d.placeWidgets(presentation);
-    d.tavola->ui()->mainWidget()->addOperator(
-        Bedrock::makeIntrusive<TemporaryWidgets>(presentation.closeTemporaryAfterSeconds));
+    d.tavola->ui()->mainWidget()->addOperator(Bedrock::makeIntrusive<TemporaryWidgets>(presentation.closeTemporaryAfterSeconds));
     if (options.showInput) {
         const auto overlay = Bedrock::makeIntrusive<InputOverlay>(presentation.pixelPitchMm);
         overlay->postConstruct();

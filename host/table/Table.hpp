@@ -24,7 +24,8 @@ class Table
 {
 public:
     /// Null, with the reason in `error`, when the table cannot open: a plug-in that does not load, a port that is taken, a
-    /// registry that cannot be read, a recording that cannot be made or replayed. What is merely wrong in the presentation is logged and skipped.
+    /// registry that cannot be read, a recording that cannot be made or replayed. What is merely wrong in the presentation is
+    /// logged and skipped.
     [[nodiscard]] static std::unique_ptr<Table> open(const Presentation& presentation, const RunOptions& options, QString& error);
     ~Table();
     Table(const Table&) = delete;

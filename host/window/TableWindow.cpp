@@ -78,7 +78,7 @@ void TableWindow::keyEvent(QKeyEvent& event)
         m_mouse.setHeldDigit(pressed ? event.key() - Qt::Key_0 : 0);
     else if (pressed && event.key() == Qt::Key_F11)
         m_target->window().setWindowState(m_target->window().windowState() == Qt::WindowFullScreen ? Qt::WindowNoState
-                                                                                                    : Qt::WindowFullScreen);
+                                                                                                   : Qt::WindowFullScreen);
     else if (pressed && event.key() == Qt::Key_Escape)
         m_closed = true;
 }

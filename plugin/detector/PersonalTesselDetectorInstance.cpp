@@ -39,7 +39,8 @@ void PersonalTesselDetectorInstance::componentAddedToSlot(const QByteArray& slot
 {
     if (slot != kInvalidTesselSlot)
         return;
-    const auto folder = Bedrock::dynamicPointerCast<PersonalFolderWidget>(createInstanceWidget(slot, std::move(component), false));
+    const auto folder =
+        Bedrock::dynamicPointerCast<PersonalFolderWidget>(createInstanceWidget(slot, std::move(component), false));
     if (folder)
         setInvalidTesselContentAfterUpdate(folder);
 }

@@ -99,8 +99,8 @@ bool PersonalTesselDetectorWidget::shouldGrab(Trellis::GrabManager& grabManager,
     if (!validCode(code) && !rejectedCodesFolder())
         return false;
     const int kind = cache->markerProperties(code).type();
-    const bool wanted = kind == MarkerProperties::kPersonal
-        || (kind == MarkerProperties::kUnregistered && m_allowUnregistered.value());
+    const bool wanted =
+        kind == MarkerProperties::kPersonal || (kind == MarkerProperties::kUnregistered && m_allowUnregistered.value());
     return wanted && Trellis::Widget::shouldGrab(grabManager, object);
 }
 
@@ -208,8 +208,7 @@ void PersonalTesselDetectorWidget::tesselOnWidget(Trellis::Widget& content, Tact
     const auto widget = launchPersonalWidget(owner, code, marker.centerLocation(), angle);
     const auto space = Bedrock::dynamicPointerCast<PersonalSpaceWidget>(widget);
     if (!space) {
-        Bedrock::Trace::warning(
-            "Cannot add widget to personal space, Tessel detector is not configured to use personal spaces.");
+        Bedrock::Trace::warning("Cannot add widget to personal space, Tessel detector is not configured to use personal spaces.");
         return;
     }
     space->addWidget(content);

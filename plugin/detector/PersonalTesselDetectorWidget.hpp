@@ -47,8 +47,8 @@ public:
     void pickupIdleMarkers();
     /// Opens a personal widget with its centre at `scenePoint`, turned by `angle` (radians). Null when none can be made.
     Bedrock::IntrusivePtr<PersonalTesselWidget> launchPersonalWidget(const PersonalMarkerProperties& properties,
-                                                                     unsigned long code,
-                                                                     const Vecta::Vector2T<float>& scenePoint, float angle);
+                                                                     unsigned long code, const Vecta::Vector2T<float>& scenePoint,
+                                                                     float angle);
     /// Hands a card to the folder that the marker service has for it; where there is none, logs why and lets go of the card.
     void handlePersonalMarker(const Tactile::Marker& marker, Trellis::GrabManager& grabManager, bool down);
     /// Opens the popup that e-mails `content` to a card's owner, at a scene point and turned by `angle` (radians).

@@ -103,24 +103,24 @@ void EmailSendingPopupWidget::D::emailContents()
     }
     const auto service = Tavola::instance()->services()->emailService(QString());
     auto sent = folly::makeFutureWith([&] { return service->send(*message); });
-    afterUpdate(std::move(sent), [weak = WeakPopup(&owner), name = name,
-                                  address = address](folly::Try<EmailServiceAPI::EmailStatus>&& result) {
-        const auto popup = weak.lock();
-        const bool success = !result.hasException() && result.value().success;
-        QString error;
-        if (result.hasException())
-            error = QString::fromUtf8(failureText(result));
-        else if (!success)
-            error = result.value().error;
+    afterUpdate(std::move(sent),
+                [weak = WeakPopup(&owner), name = name, address = address](folly::Try<EmailServiceAPI::EmailStatus>&& result) {
+                    const auto popup = weak.lock();
+                    const bool success = !result.hasException() && result.value().success;
+                    QString error;
+                    if (result.hasException())
+                        error = QString::fromUtf8(failureText(result));
+                    else if (!success)
+                        error = result.value().error;
 
-        if (popup && success) {
-            popup->d->emailSuccessful();
-        } else if (popup) {
-            printEmailError(error, address);
-            popup->d->handleError(error);
-        }
-        DataGathering::logEventToService(DataGathering::emailEvent(name, address, success, error));
-    });
+                    if (popup && success) {
+                        popup->d->emailSuccessful();
+                    } else if (popup) {
+                        printEmailError(error, address);
+                        popup->d->handleError(error);
+                    }
+                    DataGathering::logEventToService(DataGathering::emailEvent(name, address, success, error));
+                });
 }
 
 void EmailSendingPopupWidget::D::emailSuccessful()
@@ -141,7 +141,7 @@ void EmailSendingPopupWidget::D::handleError(const QString& error)
 void EmailSendingPopupWidget::D::closeWhenIdle()
 {
     owner.addOperator(Bedrock::makeIntrusive<Trellis::AfterIdleApplyLambdaOperator>(
-        kIdleSeconds,
-        [](Trellis::Widget& widget) { Trellis::FadeAnimator::fadeOutAndDelete(widget, kFadeOutSeconds, 0.f); }, false));
+        kIdleSeconds, [](Trellis::Widget& widget) { Trellis::FadeAnimator::fadeOutAndDelete(widget, kFadeOutSeconds, 0.f); },
+        false));
 }
 }

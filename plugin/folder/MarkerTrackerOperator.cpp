@@ -27,15 +27,10 @@ std::optional<Tactile::Marker> markerOnTable(std::int64_t id)
 MarkerTrackerOperator::MarkerTrackerOperator(const Tactile::Marker& marker, bool follow, bool dismiss,
                                              PersonalFolderWidget& folder, std::function<void()> dismissAction,
                                              float rotationOffsetDegrees, bool reverseMode)
-    : m_moveWithMarker(this, "move-widget-with-marker", follow)
-    , m_dismiss(dismiss)
-    , m_rotationOffset(static_cast<float>(static_cast<double>(rotationOffsetDegrees) * kRadiansPerDegree))
-    , m_manualControl(reverseMode)
-    , m_lastCenter(marker.centerLocation())
-    , m_lastRotation(marker.rotation())
-    , m_markerId(marker.id())
-    , m_folder(&folder)
-    , m_dismissAction(std::move(dismissAction))
+    : m_moveWithMarker(this, "move-widget-with-marker", follow), m_dismiss(dismiss),
+      m_rotationOffset(static_cast<float>(static_cast<double>(rotationOffsetDegrees) * kRadiansPerDegree)),
+      m_manualControl(reverseMode), m_lastCenter(marker.centerLocation()), m_lastRotation(marker.rotation()),
+      m_markerId(marker.id()), m_folder(&folder), m_dismissAction(std::move(dismissAction))
 {
     setCSSType("marker-tracker-operator");
 }

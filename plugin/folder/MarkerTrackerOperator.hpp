@@ -53,7 +53,7 @@ private:
 
     Facet::AttributeT<bool> m_moveWithMarker;
     bool m_dismiss;
-    bool m_active = true; ///< until it has dismissed what it tracks
+    bool m_active = true;   ///< until it has dismissed what it tracks
     float m_rotationOffset; ///< radians
     bool m_manualControl;
     Vecta::Vector2T<float> m_lastCenter; ///< the card's, scene coordinates

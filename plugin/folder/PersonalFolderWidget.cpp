@@ -76,9 +76,9 @@ void PersonalFolderWidget::handleWidget(Trellis::Widget& item, const Vecta::Vect
         if (const auto widget = weak.lock())
             Trellis::FadeAnimator::fadeOutAndDelete(*widget, kFadeOutSeconds, 0.f);
     };
-    const auto tracker = Bedrock::makeIntrusive<MarkerTrackerOperator>(marker, relative && m_followMarker.value(),
-                                                                       m_dismissWidgets.value(), *this, std::move(dismiss),
-                                                                       m_rotationOffset.value(), m_reverseMode.value());
+    const auto tracker =
+        Bedrock::makeIntrusive<MarkerTrackerOperator>(marker, relative && m_followMarker.value(), m_dismissWidgets.value(), *this,
+                                                      std::move(dismiss), m_rotationOffset.value(), m_reverseMode.value());
     tracker->setWidget(item);
     item.addOperator(tracker);
     item.addCSSClass(Utils::temporaryWidgetCSSClass());
@@ -96,9 +96,9 @@ void PersonalFolderWidget::handleMenu(ContentMenuWidget& menu, const Vecta::Vect
         if (const auto widget = weak.lock())
             widget->closeNode(node);
     };
-    const auto tracker = Bedrock::makeIntrusive<MarkerTrackerOperator>(marker, m_followMarker.value(), m_dismissWidgets.value(),
-                                                                       *this, std::move(dismiss), m_rotationOffset.value(),
-                                                                       m_reverseMode.value());
+    const auto tracker =
+        Bedrock::makeIntrusive<MarkerTrackerOperator>(marker, m_followMarker.value(), m_dismissWidgets.value(), *this,
+                                                      std::move(dismiss), m_rotationOffset.value(), m_reverseMode.value());
     tracker->setMenuNode(menu, node);
     menu.addOperator(tracker);
     menu.addCSSClass(Utils::temporaryWidgetCSSClass());

@@ -204,8 +204,7 @@ bool PersonalSpaceContentWidget::dropEvent(const DropEvent& event)
         removeIndicator();
         return true;
     }
-    default:
-        return false;
+    default: return false;
     }
 }
 

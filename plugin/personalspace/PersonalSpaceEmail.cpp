@@ -1,8 +1,8 @@
 // How a personal space e-mails what it holds to its owner.
 
 #include "email/EmailComposition.hpp"
-#include "shared/AfterUpdate.hpp"
 #include "personalspace/PersonalSpaceWidgetD.hpp"
+#include "shared/AfterUpdate.hpp"
 
 #include <Tavola/DataGathering.hpp>
 #include <Tavola/EmailServiceAPI.hpp>
@@ -39,23 +39,24 @@ void PersonalSpaceWidget::D::emailContents()
     const auto service = Tavola::instance()->services()->emailService(QString());
     // A service that throws instead of giving a future has failed like one whose future does.
     auto sent = folly::makeFutureWith([&] { return service->send(*message); });
-    afterUpdate(std::move(sent), [weak = Bedrock::IntrusiveWeakPtr<PersonalSpaceWidget>(&host), name, address,
-                                  code = code](folly::Try<EmailServiceAPI::EmailStatus>&& result) {
-        const auto widget = weak.lock();
-        if (!result.hasException() && result.value().success) {
-            if (widget)
-                widget->d->emailSuccessful();
-            else
-                PersonalSpaceContents::removeItems(code);
-            DataGathering::logEventToService(DataGathering::emailEvent(name, address, true, QString()));
-            return;
-        }
-        const QString error = result.hasException() ? QString::fromUtf8(failureText(result)) : result.value().error;
-        printEmailError(error, address);
-        if (widget)
-            widget->d->emailFailed();
-        DataGathering::logEventToService(DataGathering::emailEvent(name, address, false, error));
-    });
+    afterUpdate(std::move(sent),
+                [weak = Bedrock::IntrusiveWeakPtr<PersonalSpaceWidget>(&host), name, address,
+                 code = code](folly::Try<EmailServiceAPI::EmailStatus>&& result) {
+                    const auto widget = weak.lock();
+                    if (!result.hasException() && result.value().success) {
+                        if (widget)
+                            widget->d->emailSuccessful();
+                        else
+                            PersonalSpaceContents::removeItems(code);
+                        DataGathering::logEventToService(DataGathering::emailEvent(name, address, true, QString()));
+                        return;
+                    }
+                    const QString error = result.hasException() ? QString::fromUtf8(failureText(result)) : result.value().error;
+                    printEmailError(error, address);
+                    if (widget)
+                        widget->d->emailFailed();
+                    DataGathering::logEventToService(DataGathering::emailEvent(name, address, false, error));
+                });
 }
 
 void PersonalSpaceWidget::D::emailSuccessful()

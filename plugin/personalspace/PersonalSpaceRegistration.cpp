@@ -39,7 +39,8 @@ void PersonalSpaceWidget::D::setEmailValidator()
 {
     inputField->editor()->clear();
     // Top-level domains of two to four letters are intended.
-    const QRegExp address(QString::fromUtf8("[A-Za-z0-9._%+-]+@[A-Za-z0-9.-]+\\.[A-Za-z]{2,4}"), Qt::CaseSensitive, QRegExp::RegExp);
+    const QRegExp address(QString::fromUtf8("[A-Za-z0-9._%+-]+@[A-Za-z0-9.-]+\\.[A-Za-z]{2,4}"), Qt::CaseSensitive,
+                          QRegExp::RegExp);
     inputField->setValidator([address](const QString& text) { return QRegExp(address).exactMatch(text.simplified()); });
 }
 
@@ -95,8 +96,9 @@ void PersonalSpaceWidget::D::registerUser()
             Bedrock::Trace::error("PersonalSpaceWidget::registerUser # Failed to register the owner of card %llu (%s)",
                                   static_cast<unsigned long long>(request.code), exception.what());
         } catch (...) {
-            Bedrock::Trace::error("PersonalSpaceWidget::registerUser # Failed to register the owner of card %llu (unknown exception)",
-                                  static_cast<unsigned long long>(request.code));
+            Bedrock::Trace::error(
+                "PersonalSpaceWidget::registerUser # Failed to register the owner of card %llu (unknown exception)",
+                static_cast<unsigned long long>(request.code));
         }
         Facet::Node::invokeAfterUpdate([weak = request.widget, registered] {
             const auto widget = weak.lock();

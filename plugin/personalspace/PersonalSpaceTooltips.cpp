@@ -1,7 +1,7 @@
 // The tooltips of a personal space: one at a time.
 
-#include "shared/Placeholder.hpp"
 #include "personalspace/PersonalSpaceWidgetD.hpp"
+#include "shared/Placeholder.hpp"
 
 #include <Bedrock/BinaryData.hpp>
 #include <Tavola/TooltipWidget.hpp>

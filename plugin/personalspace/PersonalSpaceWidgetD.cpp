@@ -33,16 +33,10 @@ Bedrock::IntrusivePtr<WidgetType> makeChild(Trellis::Widget& parent, const char*
 }
 
 PersonalSpaceWidget::D::D(PersonalSpaceWidget& widget)
-    : host(widget)
-    , titleFormat(&widget, "title", QLatin1String("Hi, %1"))
-    , userName(&widget, "user-name")
-    , userEmail(&widget, "user-email")
-    , tooltipTimeout(&widget, "tooltip-timeout", 5.f)
-    , collectionMode(&widget, "collection-mode", modeNames(), Mode::Email)
-    , spaceTitle(&widget, "space-title")
-    , spaceInfo(&widget, "space-info")
-    , uploader(0)
-    , userPageUrl(&widget, "user-page-url")
+    : host(widget), titleFormat(&widget, "title", QLatin1String("Hi, %1")), userName(&widget, "user-name"),
+      userEmail(&widget, "user-email"), tooltipTimeout(&widget, "tooltip-timeout", 5.f),
+      collectionMode(&widget, "collection-mode", modeNames(), Mode::Email), spaceTitle(&widget, "space-title"),
+      spaceInfo(&widget, "space-info"), uploader(0), userPageUrl(&widget, "user-page-url")
 {
 }
 
@@ -70,8 +64,15 @@ void PersonalSpaceWidget::D::build()
     listenToAttributes();
     listenToChildren(*cancelButton, *saveButton);
 
-    stylable = {title,      info,         inputField->editor(), inputField->tooltip()->textWidget(), inputField->placeholder(),
-                customInfo, userPageLink, cancelButton,         saveButton};
+    stylable = {title,
+                info,
+                inputField->editor(),
+                inputField->tooltip()->textWidget(),
+                inputField->placeholder(),
+                customInfo,
+                userPageLink,
+                cancelButton,
+                saveButton};
 }
 
 void PersonalSpaceWidget::D::listenToChildren(Trellis::Widget& cancelButton, Trellis::Widget& saveButton)

@@ -80,7 +80,7 @@ struct PersonalSpaceWidget::D
     void emailFailed();
 
     PersonalSpaceWidget& host;
-    std::uint64_t code = 0; ///< 0 until the first setCode
+    std::uint64_t code = 0;                           ///< 0 until the first setCode
     Bedrock::IntrusiveWeakPtr<TooltipWidget> tooltip; ///< the last one opened; it belongs to the widget
     Bedrock::IntrusivePtr<Trellis::TextWidget> title;
     Bedrock::IntrusivePtr<Trellis::TextWidget> info; ///< its text comes from the style sheet only

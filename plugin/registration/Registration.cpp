@@ -16,7 +16,7 @@ const FactoryRegistrant<WidgetComponent> personalSpaceRegistrant("personal-space
 const FactoryRegistrant<WidgetComponent> emailPopupRegistrant("email-widget-popup", makeEmailPopupComponent);
 const FactoryRegistrant<CustomWidgetInstanceComponent> personalFolderRegistrant("personal-folder", makePersonalFolderComponent);
 const FactoryRegistrant<CustomWidgetInstanceComponent> tesselDetectorRegistrant("tavola-personal-tessel-detector",
-                                                                                 makeTesselDetectorComponent);
+                                                                                makeTesselDetectorComponent);
 const Cascara::LazyAttributeManager::Registrant trackTesselsRegistrant("track-tessels-on-widget", createTrackTesselsAttribute);
 }
 }

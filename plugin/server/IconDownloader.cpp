@@ -89,7 +89,8 @@ void IconDownloader::onNetworkRequestFinished(QNetworkReply* reply)
     const auto number = ticket->second;
     m_tickets.erase(ticket);
     const bool isError = reply->error() != QNetworkReply::NoError;
-    Bedrock::Arrivals::instance().answer(number, isError ? kErrorMark + reply->errorString().toUtf8() : kPictureMark + reply->readAll());
+    Bedrock::Arrivals::instance().answer(number,
+                                         isError ? kErrorMark + reply->errorString().toUtf8() : kPictureMark + reply->readAll());
 }
 
 void IconDownloader::take(const QUrl& url, const QByteArray& answer)

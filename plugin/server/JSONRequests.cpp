@@ -21,8 +21,8 @@ folly::Future<QJsonObject> requestJSON(const QJsonObject& request)
         application ? application->services()->service(QLatin1String("media-server-service"), QString()) : nullptr;
     auto* server = dynamic_cast<JSONServerServiceAPI*>(service.get());
     if (!server) {
-        return folly::makeFuture<QJsonObject>(std::runtime_error(
-            "No service configured, please configure a Media server service to use this feature."));
+        return folly::makeFuture<QJsonObject>(
+            std::runtime_error("No service configured, please configure a Media server service to use this feature."));
     }
     return server->request(request);
 }

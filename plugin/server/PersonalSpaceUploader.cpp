@@ -1,9 +1,9 @@
 #include "server/PersonalSpaceUploader.hpp"
 
-#include "shared/AfterUpdate.hpp"
 #include "personalspace/PersonalSpaceContents.hpp"
 #include "server/IconDownloader.hpp"
 #include "server/JSONRequests.hpp"
+#include "shared/AfterUpdate.hpp"
 
 #include <Bedrock/Trace.hpp>
 
@@ -79,8 +79,8 @@ void PersonalSpaceUploader::getUserQR(unsigned long code, const QString& userPag
 {
     // A download of the same address that is under way makes the call throw, which is a failed download like any other.
     // Nothing here keeps the downloader alive: a download that never ends would keep it for ever.
-    auto icon = folly::makeFutureWith(
-        [&qrCodeUrl] { return IconDownloader::instance()->getUserIcon(QUrl::fromUserInput(qrCodeUrl)); });
+    auto icon =
+        folly::makeFutureWith([&qrCodeUrl] { return IconDownloader::instance()->getUserIcon(QUrl::fromUserInput(qrCodeUrl)); });
 
     afterUpdate(std::move(icon), [code, userPageUrl, qrCodeUrl](folly::Try<QString>&& path) {
         if (path.hasException()) {
@@ -130,15 +130,14 @@ void PersonalSpaceUploader::removeItem(long id)
     if (item.status != ItemStatus::Uploaded || !isLastCopy(id))
         return;
 
-    afterUpdate(send(itemCommand("deleteitem", m_code, parseFiles(item))),
-                [code = m_code, id](folly::Try<QJsonObject>&& result) {
-                    if (result.hasException())
-                        logDeleteFailure(failureText(result));
-                    else if (isSuccess(result.value()))
-                        setContentStatus(ItemStatus::Ready, code, id, QString());
-                    else
-                        logDeleteFailure(getErrorText(result.value()).toUtf8());
-                });
+    afterUpdate(send(itemCommand("deleteitem", m_code, parseFiles(item))), [code = m_code, id](folly::Try<QJsonObject>&& result) {
+        if (result.hasException())
+            logDeleteFailure(failureText(result));
+        else if (isSuccess(result.value()))
+            setContentStatus(ItemStatus::Ready, code, id, QString());
+        else
+            logDeleteFailure(getErrorText(result.value()).toUtf8());
+    });
 }
 
 bool PersonalSpaceUploader::isLastCopy(long id) const

@@ -23,8 +23,7 @@ public:
     };
 
     /// The numbers are part of the event "item-status-changed".
-    enum class ItemStatus : std::int32_t
-    {
+    enum class ItemStatus : std::int32_t {
         Pending = 0,   ///< just added, files not known yet
         Ready = 1,     ///< files known, not on the server
         Uploading = 2, ///< the server has been asked

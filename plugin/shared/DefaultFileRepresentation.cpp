@@ -9,8 +9,7 @@ namespace
 constexpr int kSnapshotSize = 500;
 }
 
-DefaultFileRepresentation::DefaultFileRepresentation(Bedrock::IntrusivePtr<Trellis::Widget> widget)
-    : m_widget(std::move(widget))
+DefaultFileRepresentation::DefaultFileRepresentation(Bedrock::IntrusivePtr<Trellis::Widget> widget) : m_widget(std::move(widget))
 {
 }
 

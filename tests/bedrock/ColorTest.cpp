@@ -14,10 +14,18 @@ TEST_CASE("color: hexadecimal notations are read with alpha last")
         int red, green, blue, alpha;
     };
     const Row rows[] = {
-        {"#fff", 255, 255, 255, 255},      {"#1234", 0x11, 0x22, 0x33, 0x44}, {"#A0B1c2", 0xA0, 0xB1, 0xC2, 255},
-        {"#000000AA", 0, 0, 0, 170},       {"#80402010", 0x80, 0x40, 0x20, 0x10}, {"  #F00  ", 255, 0, 0, 255},
-        {"transparent", 0, 0, 0, 0},       {"red", 255, 0, 0, 255},           {"Navy", 0, 0, 128, 255},
-        {"GRAY", 128, 128, 128, 255},      {"grey", 128, 128, 128, 255},      {"orange", 255, 165, 0, 255},
+        {"#fff", 255, 255, 255, 255},
+        {"#1234", 0x11, 0x22, 0x33, 0x44},
+        {"#A0B1c2", 0xA0, 0xB1, 0xC2, 255},
+        {"#000000AA", 0, 0, 0, 170},
+        {"#80402010", 0x80, 0x40, 0x20, 0x10},
+        {"  #F00  ", 255, 0, 0, 255},
+        {"transparent", 0, 0, 0, 0},
+        {"red", 255, 0, 0, 255},
+        {"Navy", 0, 0, 128, 255},
+        {"GRAY", 128, 128, 128, 255},
+        {"grey", 128, 128, 128, 255},
+        {"orange", 255, 165, 0, 255},
     };
     for (const Row& row : rows) {
         CAPTURE(row.text);
@@ -32,7 +40,8 @@ TEST_CASE("color: hexadecimal notations are read with alpha last")
 
 TEST_CASE("color: anything else is no color")
 {
-    for (const char* text : {"", "#", "#12", "#12345", "#1234567", "#123456789", "#GGG", "#12 456", "123456", "reddish", "# fff"}) {
+    for (const char* text :
+         {"", "#", "#12", "#12345", "#1234567", "#123456789", "#GGG", "#12 456", "123456", "reddish", "# fff"}) {
         CAPTURE(text);
         CHECK_FALSE(Color::parse(QString::fromLatin1(text)).has_value());
         CHECK(Color::fromString(QString::fromLatin1(text)) == Color{0.f, 0.f, 0.f, 1.f});

@@ -67,7 +67,8 @@ TEST_CASE("after-update executor: each step of a chain takes a frame of its own"
 {
     folly::Executor* executor = TaskScheduler::instance()->afterUpdate();
     int steps = 0;
-    auto future = folly::makeFuture().via(executor).thenValue([&](folly::Unit) { ++steps; }).thenValue([&](folly::Unit) { ++steps; });
+    auto future =
+        folly::makeFuture().via(executor).thenValue([&](folly::Unit) { ++steps; }).thenValue([&](folly::Unit) { ++steps; });
     AfterUpdateQueue::instance().drain();
     CHECK(steps == 1);
     AfterUpdateQueue::instance().drain();

@@ -17,9 +17,7 @@ TEST_CASE("invalidation: a change restyles only what some selector lets it reach
         std::function<void(StyleFixture&)> change;
         long restyled;
     };
-    const auto addClass = [](const char* id, const char* name) {
-        return [=](StyleFixture& f) { f[id].addCSSClass(name); };
-    };
+    const auto addClass = [](const char* id, const char* name) { return [=](StyleFixture& f) { f[id].addCSSClass(name); }; };
     const auto pseudo = [](const char* id, const char* name) {
         return [=](StyleFixture& f) { f[id].setPseudoClass(name, true); };
     };
@@ -40,7 +38,12 @@ TEST_CASE("invalidation: a change restyles only what some selector lets it reach
         {".x > Panel Button { width: 1 }", addClass("root", "x"), 5},
         {".x * { width: 1 }", addClass("panel", "x"), 6},
         {".x, .x Text { width: 1 }", addClass("panel", "x"), 4},
-        {".x.y Text { width: 1 }", [](StyleFixture& f) { f["panel"].addCSSClass("x"); f["panel"].addCSSClass("y"); }, 3},
+        {".x.y Text { width: 1 }",
+         [](StyleFixture& f) {
+             f["panel"].addCSSClass("x");
+             f["panel"].addCSSClass("y");
+         },
+         3},
         {"Text:not(.x) { width: 1 }", addClass("t1", "x"), 1},
         {":not(.x) > Text { width: 1 }", addClass("panel", "x"), 3},
         {".x Button:not(.big) { width: 1 }", addClass("panel", "x"), 2},

@@ -100,7 +100,8 @@ TEST_CASE("lazy attribute: taking the creator away takes its attributes away")
     CHECK(node.attribute("lazy-d")->toText() == QStringLiteral("2"));
 }
 
-TEST_CASE("lazy attribute: before it goes with its creator, its listeners hear that its values went, as long as the node is there")
+TEST_CASE(
+    "lazy attribute: before it goes with its creator, its listeners hear that its values went, as long as the node is there")
 {
     StyleFixture fixture;
     auto& node = fixture.add("", "N", "n");
@@ -147,7 +148,8 @@ TEST_CASE("lazy attribute: a creator that throws is logged and costs its attribu
         }));
     StyleFixture fixture;
     auto& node = fixture.add("", "N", "n");
-    TestSupport::expectError("LazyAttributeManager # Making attribute 'lazy-f' of node " + std::to_string(node.id()) + " failed: no reader");
+    TestSupport::expectError("LazyAttributeManager # Making attribute 'lazy-f' of node " + std::to_string(node.id())
+                             + " failed: no reader");
     fixture.sheet("N { lazy-f: x; width: 1 }");
     CHECK(node.width == 1.f);
 }

@@ -162,8 +162,9 @@ TEST_CASE("re-entrancy: listeners that undo each other for ever are stopped with
         else
             node.removeCSSClass("a");
     });
-    TestSupport::expectError("StyleEngine # Restyling does not settle: attribute listeners keep changing what the style sheets match; "
-                             "the innermost change is not styled");
+    TestSupport::expectError(
+        "StyleEngine # Restyling does not settle: attribute listeners keep changing what the style sheets match; "
+        "the innermost change is not styled");
     node.addCSSClass("a");
     // The engine still works.
     auto& other = fixture.add("", "N", "other", "a");

@@ -11,11 +11,26 @@ namespace
 {
 using Change = std::function<void(StyleFixture&)>;
 
-Change addClass(const char* id, const char* name) { return [=](StyleFixture& f) { f[id].addCSSClass(name); }; }
-Change removeClass(const char* id, const char* name) { return [=](StyleFixture& f) { f[id].removeCSSClass(name); }; }
-Change pseudo(const char* id, const char* name, bool on) { return [=](StyleFixture& f) { f[id].setPseudoClass(name, on); }; }
-Change setId(const char* id, const char* name) { return [=](StyleFixture& f) { f[id].setCSSId(name); }; }
-Change setType(const char* id, const char* name) { return [=](StyleFixture& f) { f[id].setCSSType(name); }; }
+Change addClass(const char* id, const char* name)
+{
+    return [=](StyleFixture& f) { f[id].addCSSClass(name); };
+}
+Change removeClass(const char* id, const char* name)
+{
+    return [=](StyleFixture& f) { f[id].removeCSSClass(name); };
+}
+Change pseudo(const char* id, const char* name, bool on)
+{
+    return [=](StyleFixture& f) { f[id].setPseudoClass(name, on); };
+}
+Change setId(const char* id, const char* name)
+{
+    return [=](StyleFixture& f) { f[id].setCSSId(name); };
+}
+Change setType(const char* id, const char* name)
+{
+    return [=](StyleFixture& f) { f[id].setCSSType(name); };
+}
 Change move(const char* id, const char* parent)
 {
     return [=](StyleFixture& f) { f[id].setStyleParent(*parent ? &f[parent] : nullptr); };

@@ -86,7 +86,9 @@ TEST_CASE("style engine: an attribute that appears later gets its value at the n
 {
     StyleFixture fixture;
     auto& node = fixture.add("", "N", "n");
-    { Facet::AttributeT<float> known(nullptr, "late"); }
+    {
+        Facet::AttributeT<float> known(nullptr, "late");
+    }
     fixture.sheet("N { late: 3 }");
     Facet::AttributeT<float> late(&node, "late");
     node.updateStyle();

@@ -74,12 +74,14 @@ TEST_CASE("style sheet loader: an import that cannot be, is skipped with its pla
     StyleFixture fixture;
     Folder folder;
     auto& node = fixture.add("", "N", "n");
-    const QString path = folder.write("a.css", "@import 'b.css';\n@import 'gone.css';\n@import;\nN { width: 1 }\n@import 'b.css';");
+    const QString path =
+        folder.write("a.css", "@import 'b.css';\n@import 'gone.css';\n@import;\nN { width: 1 }\n@import 'b.css';");
     folder.write("b.css", "@import 'a.css'; N { height: 2 }");
     const std::string a = folder.path("a.css");
     const std::string b = folder.path("b.css");
     expectWarning("StyleEngine # " + b + ":1:1: @import: '" + a + "' imports this file itself; it is skipped");
-    expectWarning("StyleEngine # " + a + ":2:1: @import: cannot read '" + folder.path("gone.css") + "': No such file or directory; it is skipped");
+    expectWarning("StyleEngine # " + a + ":2:1: @import: cannot read '" + folder.path("gone.css")
+                  + "': No such file or directory; it is skipped");
     expectWarning("StyleEngine # " + a + ":3:1: @import: expected one file name in quotes; it is skipped");
     expectWarning("StyleEngine # " + a + ":5:1: @import must stand before all rules; it is skipped");
     CHECK(fixture.engine.loadStyleSheet(path));
@@ -109,8 +111,14 @@ TEST_CASE("style sheet loader: an import may be written as a file's address")
     const QString base = folder.write("the base.css", "N { height: 2 }");
     const QByteArray address = QUrl::fromLocalFile(base).toEncoded();
     REQUIRE(address.contains("%20"));
-    SUBCASE("in small letters") { folder.write("a.css", "@import '" + address + "'; N { width: 1 }"); }
-    SUBCASE("in capitals") { folder.write("a.css", "@import 'FILE" + address.mid(4) + "'; N { width: 1 }"); }
+    SUBCASE("in small letters")
+    {
+        folder.write("a.css", "@import '" + address + "'; N { width: 1 }");
+    }
+    SUBCASE("in capitals")
+    {
+        folder.write("a.css", "@import 'FILE" + address.mid(4) + "'; N { width: 1 }");
+    }
     CHECK(fixture.engine.loadStyleSheet(QString::fromStdString(folder.path("a.css"))));
     CHECK(node.height == 2.f);
     CHECK(node.width == 1.f);
@@ -140,7 +148,8 @@ TEST_CASE("style sheet loader: a sheet that imports itself, by whatever name, is
     REQUIRE(QDir().mkpath(QString::fromStdString(folder.path("css"))));
     const std::string a = folder.path("a.css");
     expectWarning("StyleEngine # " + a + ":1:1: @import: '" + a + "' imports this file itself; it is skipped");
-    expectWarning("StyleEngine # " + a + ":1:18: @import: '" + folder.path("other.css") + "' imports this file itself; it is skipped");
+    expectWarning("StyleEngine # " + a + ":1:18: @import: '" + folder.path("other.css")
+                  + "' imports this file itself; it is skipped");
     CHECK(fixture.engine.loadStyleSheet(path));
     CHECK(node.width == 1.f);
 }

@@ -62,8 +62,9 @@ TEST_CASE("tokens: numbers in all their spellings")
         const char* written;
         const char* value;
     };
-    const Row rows[] = {{"12", "12"},     {"+1.5", "1.5"},  {"-.5", "-0.5"},   {"1e2", "100"},     {"1.5E-1", "0.15"}, {"2e+1px", "20"},
-                        {"10px", "10"},   {"10PX", "10"},   {"250ms", "0.25"}, {"0.25s", "0.25"}, {"45deg", "45"},    {"1\\70x", "1"}};
+    const Row rows[] = {{"12", "12"},       {"+1.5", "1.5"},   {"-.5", "-0.5"}, {"1e2", "100"},
+                        {"1.5E-1", "0.15"}, {"2e+1px", "20"},  {"10px", "10"},  {"10PX", "10"},
+                        {"250ms", "0.25"},  {"0.25s", "0.25"}, {"45deg", "45"}, {"1\\70x", "1"}};
     for (const Row& row : rows) {
         INFO(row.written);
         CHECK(styledBy("N { width: "s + row.written + " }", "width") == row.value);
@@ -96,8 +97,8 @@ TEST_CASE("tokens: url with and without quotes, relative to the folder of the sh
     };
     for (const Row& row : rows) {
         INFO(row.written);
-        fixture.engine.addStyleSheet(QStringLiteral("N { text: %1 }").arg(QString::fromUtf8(row.written)), QStringLiteral("u.css"),
-                                     QStringLiteral("/show"));
+        fixture.engine.addStyleSheet(QStringLiteral("N { text: %1 }").arg(QString::fromUtf8(row.written)),
+                                     QStringLiteral("u.css"), QStringLiteral("/show"));
         CHECK(node.text->toStdString() == row.value);
     }
 }

@@ -90,9 +90,11 @@ TEST_CASE("future: an error continuation stands in for a failure of its type")
 {
     const auto failing = [] { return makeFuture<int>(std::out_of_range("far")); };
     CHECK(failing().thenError(folly::tag_t<std::logic_error>{}, [](const std::logic_error&) { return 7; }).value() == 7);
-    CHECK(failing().thenError(folly::tag_t<std::exception>{}, [](const std::exception& e) {
-        return makeFuture(int(std::string(e.what()).size()));
-    }).value() == 3);
+    CHECK(failing()
+              .thenError(folly::tag_t<std::exception>{},
+                         [](const std::exception& e) { return makeFuture(int(std::string(e.what()).size())); })
+              .value()
+          == 3);
 
     SUBCASE("another failure passes it by")
     {
@@ -105,8 +107,8 @@ TEST_CASE("future: an error continuation stands in for a failure of its type")
     }
     SUBCASE("what it throws is the new failure")
     {
-        auto future = failing().thenError(
-            folly::tag_t<std::exception>{}, [](const std::exception&) -> int { throw std::runtime_error("worse"); });
+        auto future = failing().thenError(folly::tag_t<std::exception>{},
+                                          [](const std::exception&) -> int { throw std::runtime_error("worse"); });
         CHECK_THROWS_WITH_AS((void)future.value(), "worse", std::runtime_error);
     }
     SUBCASE("one without a type stands in for any failure")
@@ -122,8 +124,10 @@ TEST_CASE("future: an error continuation stands in for a failure of its type")
     SUBCASE("one of a future of nothing returns nothing")
     {
         int handled = 0;
-        auto future = makeFuture<Unit>(std::runtime_error("no"))
-                          .thenError(folly::tag_t<std::exception>{}, [&](const std::exception&) { ++handled; });
+        auto future =
+            makeFuture<Unit>(std::runtime_error("no")).thenError(folly::tag_t<std::exception>{}, [&](const std::exception&) {
+                ++handled;
+            });
         CHECK(handled == 1);
         CHECK(future.hasValue());
     }
@@ -134,10 +138,9 @@ TEST_CASE("future: continuations run on the executor, never inside the call")
     folly::ManualExecutor executor;
     std::vector<int> order;
     Promise<int> promise;
-    auto future = promise.getFuture()
-                      .via(&executor)
-                      .thenValue([&](int) { order.push_back(1); })
-                      .thenValue([&](Unit) { order.push_back(2); });
+    auto future = promise.getFuture().via(&executor).thenValue([&](int) { order.push_back(1); }).thenValue([&](Unit) {
+        order.push_back(2);
+    });
     promise.setValue(1);
     CHECK(order.empty());
     CHECK(executor.run() == 1);
@@ -210,12 +213,10 @@ TEST_CASE("future: what a continuation holds is gone when its future is answered
     auto held = std::make_shared<int>(1);
     long uses = 0;
     Promise<int> promise;
-    auto future = promise.getFuture()
-                      .thenValue([copy = held](int value) { return value + *copy; })
-                      .thenValue([&](int value) {
-                          uses = held.use_count();
-                          return value;
-                      });
+    auto future = promise.getFuture().thenValue([copy = held](int value) { return value + *copy; }).thenValue([&](int value) {
+        uses = held.use_count();
+        return value;
+    });
     CHECK(held.use_count() == 2);
     promise.setValue(1);
     CHECK(uses == 1);

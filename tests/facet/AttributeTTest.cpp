@@ -20,10 +20,22 @@ StyleValue ident(const char* text)
     return {{term}};
 }
 
-[[maybe_unused]] int whichOverload(float) { return 1; }
-[[maybe_unused]] int whichOverload(double) { return 2; }
-[[maybe_unused]] int whichOverload(int) { return 3; }
-[[maybe_unused]] int whichOverload(const QString&) { return 4; }
+[[maybe_unused]] int whichOverload(float)
+{
+    return 1;
+}
+[[maybe_unused]] int whichOverload(double)
+{
+    return 2;
+}
+[[maybe_unused]] int whichOverload(int)
+{
+    return 3;
+}
+[[maybe_unused]] int whichOverload(const QString&)
+{
+    return 4;
+}
 }
 
 TEST_CASE("typed attribute: reads like its value")

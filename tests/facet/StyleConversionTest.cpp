@@ -12,15 +12,42 @@ using Kind = Facet::StyleTerm::Kind;
 
 namespace
 {
-StyleTerm ident(const char* text) { return {Kind::Ident, text, 0, {}}; }
-StyleTerm string(const char* text) { return {Kind::String, text, 0, {}}; }
-StyleTerm number(double value) { return {Kind::Number, QString::number(value), value, {}}; }
-StyleTerm dimension(double value, const char* unit) { return {Kind::Dimension, {}, value, unit}; }
-StyleTerm percentage(double value) { return {Kind::Percentage, {}, value, {}}; }
-StyleTerm hash(const char* text) { return {Kind::Hash, text, 0, {}}; }
-StyleTerm comma() { return {Kind::Delimiter, ",", 0, {}}; }
-StyleTerm slash() { return {Kind::Delimiter, "/", 0, {}}; }
-StyleTerm function(const char* name, int arguments) { return {Kind::Function, name, double(arguments), {}}; }
+StyleTerm ident(const char* text)
+{
+    return {Kind::Ident, text, 0, {}};
+}
+StyleTerm string(const char* text)
+{
+    return {Kind::String, text, 0, {}};
+}
+StyleTerm number(double value)
+{
+    return {Kind::Number, QString::number(value), value, {}};
+}
+StyleTerm dimension(double value, const char* unit)
+{
+    return {Kind::Dimension, {}, value, unit};
+}
+StyleTerm percentage(double value)
+{
+    return {Kind::Percentage, {}, value, {}};
+}
+StyleTerm hash(const char* text)
+{
+    return {Kind::Hash, text, 0, {}};
+}
+StyleTerm comma()
+{
+    return {Kind::Delimiter, ",", 0, {}};
+}
+StyleTerm slash()
+{
+    return {Kind::Delimiter, "/", 0, {}};
+}
+StyleTerm function(const char* name, int arguments)
+{
+    return {Kind::Function, name, double(arguments), {}};
+}
 
 /// The value read and written again, or the error in brackets.
 template <class T>
@@ -114,7 +141,9 @@ TEST_CASE("style conversion: colours")
     const std::string orange = convert<Bedrock::Color>({hash("ff8000")});
     CHECK(convert<Bedrock::Color>({function("rgb", 5), number(255), comma(), number(128), comma(), number(0)}) == orange);
     CHECK(convert<Bedrock::Color>({function("RGB", 3), number(300), number(128), number(-5)}) == orange);
-    CHECK(convert<Bedrock::Color>({function("rgba", 7), number(255), comma(), number(128), comma(), number(0), comma(), percentage(100)}) == orange);
+    CHECK(convert<Bedrock::Color>(
+              {function("rgba", 7), number(255), comma(), number(128), comma(), number(0), comma(), percentage(100)})
+          == orange);
     CHECK(convert<Bedrock::Color>({function("rgb", 5), number(0), number(0), number(0), slash(), number(0)})
           == convert<Bedrock::Color>({hash("00000000")}));
     const std::string no = "[expected a colour]";

@@ -21,8 +21,7 @@ TEST_CASE("style value: functions close behind their last argument, nested and e
 {
     StyleValue value;
     value.terms << StyleTerm{Kind::Function, "outer", 4, {}} << StyleTerm{Kind::Function, "inner", 2, {}}
-                << StyleTerm{Kind::Number, "1", 1, {}} << StyleTerm{Kind::Ident, "a", 0, {}}
-                << StyleTerm{Kind::Ident, "b", 0, {}} << StyleTerm{Kind::Function, "none", 0, {}}
-                << StyleTerm{Kind::Ident, "c", 0, {}};
+                << StyleTerm{Kind::Number, "1", 1, {}} << StyleTerm{Kind::Ident, "a", 0, {}} << StyleTerm{Kind::Ident, "b", 0, {}}
+                << StyleTerm{Kind::Function, "none", 0, {}} << StyleTerm{Kind::Ident, "c", 0, {}};
     CHECK(value.toString() == QStringLiteral("outer(inner(1 a) b) none() c"));
 }

@@ -123,10 +123,10 @@ int main(int count, char** arguments)
         Seed seed(folder, "cursors");
         seed.add(cursors(1, {1, 2}, 0.1f));
         seed.add(cursors(2, {1}, 0.2f));
-        seed.add(cursors(1, {1}, 0.3f));   // late
+        seed.add(cursors(1, {1}, 0.3f)); // late
         seed.add(cursors(200, {1}, 0.3f));
-        seed.add(cursors(1, {3}, 0.3f));   // restarted
-        seed.add(cursors(-1, {3}, 0.4f));  // redundant
+        seed.add(cursors(1, {3}, 0.3f));  // restarted
+        seed.add(cursors(-1, {3}, 0.4f)); // redundant
     }
     {
         Seed seed(folder, "objects");

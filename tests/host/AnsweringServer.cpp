@@ -28,11 +28,11 @@ AnsweringServer::AnsweringServer(Answer answer, quint16 port) : m_answer(std::mo
 
 AnsweringServer::AnsweringServer(const QByteArray& bytes, quint16 port)
     : AnsweringServer(
-          [bytes](QTcpSocket& socket) {
-              socket.write(bytes);
-              socket.disconnectFromHost();
-          },
-          port)
+        [bytes](QTcpSocket& socket) {
+            socket.write(bytes);
+            socket.disconnectFromHost();
+        },
+        port)
 {
 }
 

@@ -11,7 +11,10 @@
 class Folder
 {
 public:
-    [[nodiscard]] QString path(const QString& name = QString()) const { return name.isEmpty() ? m_folder.path() : m_folder.filePath(name); }
+    [[nodiscard]] QString path(const QString& name = QString()) const
+    {
+        return name.isEmpty() ? m_folder.path() : m_folder.filePath(name);
+    }
     /// Writes a file, and the folders above it; returns its path.
     QString write(const QString& name, const QByteArray& bytes) const
     {

@@ -48,6 +48,7 @@ bool HttpTalk::isClosedByServer()
 HttpReply ask(int port, const QByteArray& method, const QByteArray& target)
 {
     HttpTalk talk(port);
-    talk.send(method + ' ' + target + " HTTP/1.1\r\nHost: 127.0.0.1:" + QByteArray::number(port) + "\r\nContent-Length: 0\r\n\r\n");
+    talk.send(method + ' ' + target + " HTTP/1.1\r\nHost: 127.0.0.1:" + QByteArray::number(port)
+              + "\r\nContent-Length: 0\r\n\r\n");
     return talk.reply(method == "HEAD");
 }

@@ -89,7 +89,9 @@ QStringList runArguments(const Folder& data, const QString& presentation, const 
 {
     return QStringList{QStringLiteral("run"), presentation, QStringLiteral("--headless"), QStringLiteral("--data"),
                        data.path(QStringLiteral("data"))}
-        + (more.contains(QStringLiteral("--tuio")) ? QStringList() : QStringList{QStringLiteral("--tuio"), QStringLiteral("127.0.0.1:0")}) + more;
+    + (more.contains(QStringLiteral("--tuio")) ? QStringList()
+                                               : QStringList{QStringLiteral("--tuio"), QStringLiteral("127.0.0.1:0")})
+        + more;
 }
 
 /// Programs that are started while this lives let everybody read and write what they make, unless they see to it.
@@ -147,7 +149,8 @@ TEST_CASE("tavola: a command line that makes no sense is exit code 2 and tells w
         {{"open"}, "tavola: unknown command open; see tavola --help\n"},
         {{"run"}, "tavola: which presentation? Give its folder, for example: tavola run presentations/gallery\n"},
         {{"run", "x", "--fast"}, "tavola: unknown option --fast; see tavola run --help\n"},
-        {{"run", "x", "--size", "big"}, "tavola: --size wants WIDTHxHEIGHT in pixels, each from 10 to 16384, for example 1920x1080\n"},
+        {{"run", "x", "--size", "big"},
+         "tavola: --size wants WIDTHxHEIGHT in pixels, each from 10 to 16384, for example 1920x1080\n"},
     };
     for (const Row& row : rows) {
         Program program(row.arguments);
@@ -179,15 +182,18 @@ TEST_CASE("tavola: what keeps a table from opening is exit code 1 and tells why"
     };
     const Row rows[] = {
         {runArguments(folder, folder.path(QStringLiteral("none"))),
-         QStringLiteral("tavola: cannot read %1 (No such file or directory); give the folder of a presentation\n").arg(folder.path(QStringLiteral("none")))},
+         QStringLiteral("tavola: cannot read %1 (No such file or directory); give the folder of a presentation\n")
+             .arg(folder.path(QStringLiteral("none")))},
         {runArguments(folder, bad), QStringLiteral("tavola: %1:2:16: ").arg(bad)},
-        {runArguments(folder, good, {QStringLiteral("--plugin"), library}), QStringLiteral("tavola: plug-in %1 cannot be loaded: %1: ").arg(library)},
+        {runArguments(folder, good, {QStringLiteral("--plugin"), library}),
+         QStringLiteral("tavola: plug-in %1 cannot be loaded: %1: ").arg(library)},
         {runArguments(folder, good, {QStringLiteral("--plugin"), QStringLiteral("no-such-plug-in")}),
          QStringLiteral("tavola: there is no plug-in no-such-plug-in; looked for in ")},
         {runArguments(folder, good, {QStringLiteral("--tuio"), inputAddress}),
          QStringLiteral("tavola: UdpDatagramSource # Failed to listen on %1 (").arg(inputAddress)},
         {runArguments(folder, good, {QStringLiteral("--inspect"), inspectorPort}),
-         QStringLiteral("tavola: the inspector cannot listen on port %1: The bound address is already in use\n").arg(inspectorPort)},
+         QStringLiteral("tavola: the inspector cannot listen on port %1: The bound address is already in use\n")
+             .arg(inspectorPort)},
     };
     for (const Row& row : rows) {
         CAPTURE(row.told.toStdString());
@@ -204,7 +210,8 @@ TEST_CASE("tavola: a table without a window under the manual clock tells its por
     for (const int signal : {SIGTERM, SIGINT}) {
         CAPTURE(signal);
         const Folder data;
-        Program program(runArguments(data, QStringLiteral(TAVOLA_GALLERY), {"--plugin", TAVOLA_PLUGIN, "--manual-clock", "--inspect", "0"}));
+        Program program(
+            runArguments(data, QStringLiteral(TAVOLA_GALLERY), {"--plugin", TAVOLA_PLUGIN, "--manual-clock", "--inspect", "0"}));
         CHECK(program.told("TUIO on 127\\.0\\.0\\.1:(\\d+)\n").toInt() > 0);
         const int port = program.inspector();
         program.told("tavola: (The Small Museum) is open\n");
@@ -234,9 +241,11 @@ TEST_CASE("tavola: a table without a window under the manual clock tells its por
 TEST_CASE("tavola: by the clock frames run by themselves")
 {
     const Folder data;
-    Program program(runArguments(data, QStringLiteral(TAVOLA_GALLERY), {"--plugin", TAVOLA_PLUGIN, "--inspect", "0", "--size", "640x360"}));
+    Program program(
+        runArguments(data, QStringLiteral(TAVOLA_GALLERY), {"--plugin", TAVOLA_PLUGIN, "--inspect", "0", "--size", "640x360"}));
     const int port = program.inspector();
-    CHECK(TestSupport::pumpUntil([&] { return ask(port, "GET", "/status").json().object().value("frame").toInt() >= 3; }, kPatienceMs));
+    CHECK(TestSupport::pumpUntil([&] { return ask(port, "GET", "/status").json().object().value("frame").toInt() >= 3; },
+                                 kPatienceMs));
     CHECK(ask(port, "POST", "/frames?count=1").status == 403);
     program.end(SIGTERM);
     CHECK(program.exitCode() == 0);
@@ -274,7 +283,8 @@ TEST_CASE("tavola: files with mistakes are told with their places, and the rest 
     const QString presentation = folder.write(QStringLiteral("rooms/presentation.json"), R"({
         "title": "Rooms", "styleSheets": ["look.css"], "people": "people.csv", "colour": "blue",
         "widgets": [{"component": "panel", "id": "a"}, {"component": "picture", "attributes": {"source": {"file": "none.png"}}}, {"component": "volcano"}]})");
-    const QString sheet = folder.write(QStringLiteral("rooms/look.css"), "#a { left: 10px;\n     width: blue;\n     height: 30px }\n");
+    const QString sheet =
+        folder.write(QStringLiteral("rooms/look.css"), "#a { left: 10px;\n     width: blue;\n     height: 30px }\n");
     const QString people = folder.write(QStringLiteral("rooms/people.csv"), "code,name\nx,Bo\n1001,Ann\n");
     Program program(runArguments(folder, folder.path(QStringLiteral("rooms")), {"--manual-clock", "--inspect", "0"}));
     const int port = program.inspector();

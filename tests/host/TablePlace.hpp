@@ -45,7 +45,13 @@ public:
 
 inline int portOf(const Table& table, int listener)
 {
-    return table.listeners().at(listener).toObject().value(QLatin1String("tuio")).toString().section(QLatin1Char(':'), -1).toInt();
+    return table.listeners()
+        .at(listener)
+        .toObject()
+        .value(QLatin1String("tuio"))
+        .toString()
+        .section(QLatin1Char(':'), -1)
+        .toInt();
 }
 
 /// Sends real datagrams to a table and waits until they have arrived.

@@ -37,7 +37,10 @@ TEST_CASE("window target: a part that is not painted again keeps its look")
     Heard heard;
     WindowOptions options = smallWindow();
     SUBCASE("raster") {}
-    SUBCASE("OpenGL where there is one") { options.drawing = WindowOptions::Drawing::OpenGl; }
+    SUBCASE("OpenGL where there is one")
+    {
+        options.drawing = WindowOptions::Drawing::OpenGl;
+    }
     WindowTarget target(options, &heard);
     REQUIRE(TestSupport::pumpUntil([&] { return heard.isExposed; }));
     const auto fill = [](Bedrock::Color color) {

@@ -16,9 +16,11 @@
 
 using namespace MediaServer;
 
-namespace {
+namespace
+{
 
-struct Fixture {
+struct Fixture
+{
     Fixture()
     {
         folder.makeFolder(QStringLiteral("content"));
@@ -48,8 +50,8 @@ struct Fixture {
 
     Folder folder;
     Result<std::unique_ptr<ItemStore>> store = ItemStore::open(folder.path(QStringLiteral("items.sqlite")));
-    ContentFolder content { folder.path(QStringLiteral("content")) };
-    CommandHandler handler { **store, content, PageAddresses(QStringLiteral("https://museum.example/table")) };
+    ContentFolder content{folder.path(QStringLiteral("content"))};
+    CommandHandler handler{**store, content, PageAddresses(QStringLiteral("https://museum.example/table"))};
 };
 
 } // namespace
@@ -94,7 +96,7 @@ TEST_CASE_FIXTURE(Fixture, "command handler: files outside the content folder ar
 {
     CHECK(errorOf(R"({"command":"additem","tessel":7,"filename":"gone.png"})", 200)
           == "There is no file \"gone.png\" in the content folder.");
-    for (const char* name : { "../secret.txt", "/etc/passwd", "..\\\\secret.txt", "boat.png\\u0000.txt", "..", "./boat.png" }) {
+    for (const char* name : {"../secret.txt", "/etc/passwd", "..\\\\secret.txt", "boat.png\\u0000.txt", "..", "./boat.png"}) {
         CAPTURE(name);
         const QByteArray body = QByteArray(R"({"command":"additem","tessel":7,"filename":")") + name + "\"}";
         CHECK(errorOf(body, 200).find("is not the bare name of a file") != std::string::npos);
@@ -104,7 +106,7 @@ TEST_CASE_FIXTURE(Fixture, "command handler: files outside the content folder ar
 
 TEST_CASE_FIXTURE(Fixture, "command handler: addresses that are not of the web are not added")
 {
-    for (const char* url : { "javascript:alert(1)", "data:text/html,x", "file:///etc/passwd", "boat.png" }) {
+    for (const char* url : {"javascript:alert(1)", "data:text/html,x", "file:///etc/passwd", "boat.png"}) {
         CAPTURE(url);
         const QByteArray body = QByteArray(R"({"command":"additem","tessel":7,"url":")") + url + "\"}";
         CHECK(errorOf(body, 200) == "\"" + std::string(url) + "\" is not a web address that begins with http:// or https://.");
@@ -114,28 +116,29 @@ TEST_CASE_FIXTURE(Fixture, "command handler: addresses that are not of the web a
 
 TEST_CASE_FIXTURE(Fixture, "command handler: what is not understood is answered with the reason")
 {
-    struct Row {
+    struct Row
+    {
         const char* body;
         const char* error;
     };
     const Row rows[] = {
-        { "", "The request is not JSON: illegal value at byte 0." },
-        { "{\"command\":", "The request is not JSON: unterminated object at byte 11." },
-        { "[1]", "The request has to be a JSON object." },
-        { "{}", "\"command\" is missing." },
-        { R"({"command":5,"tessel":7})", "\"command\" is missing." },
-        { R"({"command":"GetUserPage","tessel":7})",
-          "The command \"GetUserPage\" is not known. Known are \"getuserpage\", \"additem\" and \"deleteitem\"." },
-        { R"({"command":"getuserpage"})", "\"tessel\" has to be a whole number of 64 bits." },
-        { R"({"command":"getuserpage","tessel":"7"})", "\"tessel\" has to be a whole number of 64 bits." },
-        { R"({"command":"getuserpage","tessel":7.5})", "\"tessel\" has to be a whole number of 64 bits." },
-        { R"({"command":"getuserpage","tessel":9223372036854775808})", "\"tessel\" has to be a whole number of 64 bits." },
-        { R"({"command":"additem","tessel":7})", "Exactly one of \"url\" and \"filename\" is needed." },
-        { R"({"command":"additem","tessel":7,"url":"https://a.example","filename":"boat.png"})",
-          "Exactly one of \"url\" and \"filename\" is needed." },
-        { R"({"command":"additem","tessel":7,"url":""})", "\"url\" has to be a text that is not empty." },
-        { R"({"command":"additem","tessel":7,"filename":5})", "\"filename\" has to be a text that is not empty." },
-        { R"({"command":"additem","tessel":7,"url":"https://a.example","displayname":5})", "\"displayname\" has to be a text." },
+        {"", "The request is not JSON: illegal value at byte 0."},
+        {"{\"command\":", "The request is not JSON: unterminated object at byte 11."},
+        {"[1]", "The request has to be a JSON object."},
+        {"{}", "\"command\" is missing."},
+        {R"({"command":5,"tessel":7})", "\"command\" is missing."},
+        {R"({"command":"GetUserPage","tessel":7})",
+         "The command \"GetUserPage\" is not known. Known are \"getuserpage\", \"additem\" and \"deleteitem\"."},
+        {R"({"command":"getuserpage"})", "\"tessel\" has to be a whole number of 64 bits."},
+        {R"({"command":"getuserpage","tessel":"7"})", "\"tessel\" has to be a whole number of 64 bits."},
+        {R"({"command":"getuserpage","tessel":7.5})", "\"tessel\" has to be a whole number of 64 bits."},
+        {R"({"command":"getuserpage","tessel":9223372036854775808})", "\"tessel\" has to be a whole number of 64 bits."},
+        {R"({"command":"additem","tessel":7})", "Exactly one of \"url\" and \"filename\" is needed."},
+        {R"({"command":"additem","tessel":7,"url":"https://a.example","filename":"boat.png"})",
+         "Exactly one of \"url\" and \"filename\" is needed."},
+        {R"({"command":"additem","tessel":7,"url":""})", "\"url\" has to be a text that is not empty."},
+        {R"({"command":"additem","tessel":7,"filename":5})", "\"filename\" has to be a text that is not empty."},
+        {R"({"command":"additem","tessel":7,"url":"https://a.example","displayname":5})", "\"displayname\" has to be a text."},
     };
     for (const Row& row : rows) {
         CAPTURE(row.body);

@@ -6,15 +6,18 @@
 
 using namespace MediaServer;
 
-namespace {
+namespace
+{
 
-struct Visitor final : ConnectionRoster::Member {
-    explicit Visitor(const std::string& address) : Member(address) { }
+struct Visitor final : ConnectionRoster::Member
+{
+    explicit Visitor(const std::string& address) : Member(address) {}
     void giveUp() override { ++givenUp; }
     int givenUp = 0;
 };
 
-struct Fixture {
+struct Fixture
+{
     /// A new connection that has entered; "" is this machine.
     Visitor& enter(const std::string& address)
     {
@@ -32,7 +35,7 @@ struct Fixture {
 
     std::deque<Visitor> visitors;
     ConnectionRoster::Entry entry = ConnectionRoster::Entry::Free;
-    ConnectionRoster roster { { /*connections*/ 8, /*keptFree*/ 2, /*perAddress*/ 3 } };
+    ConnectionRoster roster{{/*connections*/ 8, /*keptFree*/ 2, /*perAddress*/ 3}};
 };
 
 using Entry = ConnectionRoster::Entry;
@@ -43,7 +46,7 @@ TEST_CASE_FIXTURE(Fixture, "connection roster: who has been waiting longest make
 {
     Visitor& first = enter("a");
     Visitor& second = enter("b");
-    for (const char* address : { "c", "d", "e", "f", "g", "h" })
+    for (const char* address : {"c", "d", "e", "f", "g", "h"})
         enter(address);
     CHECK(entry == Entry::Free);
     CHECK(first.givenUp == 0);
@@ -61,7 +64,7 @@ TEST_CASE_FIXTURE(Fixture, "connection roster: who has been waiting longest make
 TEST_CASE_FIXTURE(Fixture, "connection roster: other machines go before this one")
 {
     Visitor& table = enter("");
-    for (const char* address : { "a", "b", "c", "d", "e", "f", "g" })
+    for (const char* address : {"a", "b", "c", "d", "e", "f", "g"})
         enter(address);
     enter("h");
     CHECK(entry == Entry::Full);
@@ -95,7 +98,7 @@ TEST_CASE_FIXTURE(Fixture, "connection roster: an address that has its number ma
 
 TEST_CASE_FIXTURE(Fixture, "connection roster: downloads leave some connections free, and are never given up")
 {
-    for (const char* address : { "a", "b", "c", "d", "e", "" })
+    for (const char* address : {"a", "b", "c", "d", "e", ""})
         download(address);
     Visitor& late = enter("f");
     CHECK_FALSE(roster.beginDownload(late));
@@ -127,7 +130,7 @@ TEST_CASE_FIXTURE(Fixture, "connection roster: downloads of one address leave it
 
 TEST_CASE_FIXTURE(Fixture, "connection roster: who has left is neither counted nor given up")
 {
-    for (const char* address : { "a", "b", "c", "d", "e", "f" })
+    for (const char* address : {"a", "b", "c", "d", "e", "f"})
         download(address);
     roster.leave(visitors[0]);
     download("g");
@@ -142,7 +145,7 @@ TEST_CASE_FIXTURE(Fixture, "connection roster: who has left is neither counted n
 
 TEST_CASE("connection roster: if all others download, the new one has to go")
 {
-    ConnectionRoster roster({ /*connections*/ 1, /*keptFree*/ 1, /*perAddress*/ 1 });
+    ConnectionRoster roster({/*connections*/ 1, /*keptFree*/ 1, /*perAddress*/ 1});
     Visitor first("");
     Visitor second("");
     roster.enter(first);

@@ -46,11 +46,26 @@ TEST_CASE("content folder: nothing outside it is found, whatever the name says")
     REQUIRE(content.open(QStringLiteral("a.txt")));
 
     const QStringList names = {
-        QStringLiteral("../secret.txt"), QStringLiteral(".."), QStringLiteral("."), QString(), QStringLiteral("/etc/passwd"),
-        outside.path(QStringLiteral("secret.txt")), QStringLiteral("inner/b.txt"), QStringLiteral("inner"),
-        QStringLiteral("./a.txt"), QStringLiteral("..\\secret.txt"), QStringLiteral(".hidden"), QStringLiteral("out.txt"),
-        QStringLiteral("in.txt"), QStringLiteral("up/secret.txt"), QStringLiteral("pipe"), QStringLiteral("%2e%2e/secret.txt"),
-        QString(300, QLatin1Char('a')), QStringLiteral("a.txt") + QChar(0) + QStringLiteral(".png"), QStringLiteral("a.txt\n"), QStringLiteral("A.TXT"),
+        QStringLiteral("../secret.txt"),
+        QStringLiteral(".."),
+        QStringLiteral("."),
+        QString(),
+        QStringLiteral("/etc/passwd"),
+        outside.path(QStringLiteral("secret.txt")),
+        QStringLiteral("inner/b.txt"),
+        QStringLiteral("inner"),
+        QStringLiteral("./a.txt"),
+        QStringLiteral("..\\secret.txt"),
+        QStringLiteral(".hidden"),
+        QStringLiteral("out.txt"),
+        QStringLiteral("in.txt"),
+        QStringLiteral("up/secret.txt"),
+        QStringLiteral("pipe"),
+        QStringLiteral("%2e%2e/secret.txt"),
+        QString(300, QLatin1Char('a')),
+        QStringLiteral("a.txt") + QChar(0) + QStringLiteral(".png"),
+        QStringLiteral("a.txt\n"),
+        QStringLiteral("A.TXT"),
     };
     for (const QString& name : names) {
         CAPTURE(name.toStdString());
@@ -64,7 +79,8 @@ TEST_CASE("content folder: the error names the file")
 {
     const Folder folder;
     const ContentFolder content(folder.path());
-    CHECK(content.open(QStringLiteral("gone.png")).error().text == QLatin1String("There is no file \"gone.png\" in the content folder."));
+    CHECK(content.open(QStringLiteral("gone.png")).error().text
+          == QLatin1String("There is no file \"gone.png\" in the content folder."));
     CHECK(content.open(QStringLiteral("../x")).error().text
           == QLatin1String("\"../x\" is not the bare name of a file: send a name without folders."));
 }
@@ -99,7 +115,7 @@ TEST_CASE("content folder: types follow the ending, and what a browser should no
     CHECK(ContentFolder::contentType(QStringLiteral("a.b.JPG")) == "image/jpeg");
     CHECK(ContentFolder::contentType(QStringLiteral("a.svg")) == "image/svg+xml");
     CHECK(ContentFolder::contentType(QStringLiteral("a.pdf")) == "application/pdf");
-    for (const char* name : { "a.html", "a.htm", "a.xhtml", "a.js", "a", "a.exe" })
+    for (const char* name : {"a.html", "a.htm", "a.xhtml", "a.js", "a", "a.exe"})
         CHECK(ContentFolder::contentType(QString::fromLatin1(name)) == "application/octet-stream");
     CHECK(ContentFolder::isPicture(QStringLiteral("a.webp")));
     CHECK_FALSE(ContentFolder::isPicture(QStringLiteral("a.pdf")));

@@ -15,7 +15,7 @@ FewerFiles::FewerFiles(int more)
         taken.push_back(::open("/dev/null", O_RDONLY | O_CLOEXEC));
         REQUIRE(taken.back() >= 0);
     }
-    const rlimit fewer { static_cast<rlim_t>(taken.back()), m_before.rlim_max };
+    const rlimit fewer{static_cast<rlim_t>(taken.back()), m_before.rlim_max};
     for (const int file : taken)
         ::close(file);
     REQUIRE(::setrlimit(RLIMIT_NOFILE, &fewer) == 0);

@@ -3,7 +3,8 @@
 #include <sys/resource.h>
 
 /// As long as it lives, this process can open so many more files and not one beyond.
-class FewerFiles {
+class FewerFiles
+{
 public:
     explicit FewerFiles(int more);
     ~FewerFiles();
@@ -11,5 +12,5 @@ public:
     FewerFiles& operator=(const FewerFiles&) = delete;
 
 private:
-    rlimit m_before {};
+    rlimit m_before{};
 };

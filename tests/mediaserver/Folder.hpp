@@ -5,7 +5,8 @@
 #include <QTemporaryDir>
 
 /// A folder that goes away with the test.
-class Folder {
+class Folder
+{
 public:
     [[nodiscard]] QString path() const { return m_folder.path(); }
     [[nodiscard]] QString path(const QString& name) const { return m_folder.filePath(name); }

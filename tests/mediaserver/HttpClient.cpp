@@ -13,9 +13,10 @@ namespace asio = boost::asio;
 using asio::ip::tcp;
 using Clock = std::chrono::steady_clock;
 
-struct HttpClient::Private {
+struct HttpClient::Private
+{
     asio::io_context io;
-    tcp::socket socket { io };
+    tcp::socket socket{io};
     std::string received;
     bool ended = false;
 
@@ -80,15 +81,14 @@ std::string HttpAnswer::header(const std::string& name) const
     return found == headers.end() ? std::string() : found->second;
 }
 
-HttpClient::HttpClient(std::uint16_t port, const std::string& from)
-    : d(std::make_unique<Private>())
+HttpClient::HttpClient(std::uint16_t port, const std::string& from) : d(std::make_unique<Private>())
 {
     boost::system::error_code error;
     if (!from.empty()) {
         d->socket.open(tcp::v4());
-        d->socket.bind({ asio::ip::make_address_v4(from), 0 });
+        d->socket.bind({asio::ip::make_address_v4(from), 0});
     }
-    d->socket.connect({ asio::ip::address_v4::loopback(), port }, error);
+    d->socket.connect({asio::ip::address_v4::loopback(), port}, error);
     d->ended = bool(error);
 }
 
@@ -114,7 +114,7 @@ std::optional<HttpAnswer> HttpClient::receiveHead()
 bool HttpClient::isClosedWithin(std::chrono::milliseconds limit)
 {
     const auto deadline = Clock::now() + limit;
-    while (!d->ended && d->received.empty() && d->readSome(deadline)) { }
+    while (!d->ended && d->received.empty() && d->readSome(deadline)) {}
     return d->ended && d->received.empty();
 }
 
@@ -135,5 +135,5 @@ HttpAnswer ask(std::uint16_t port, const std::string& method, const std::string&
 {
     HttpClient client(port);
     client.send(requestText(method, target, body));
-    return (method == "HEAD" ? client.receiveHead() : client.receive()).value_or(HttpAnswer {});
+    return (method == "HEAD" ? client.receiveHead() : client.receive()).value_or(HttpAnswer{});
 }

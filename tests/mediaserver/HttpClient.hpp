@@ -8,7 +8,8 @@
 #include <string>
 
 /// What came back: names of headers in small letters.
-struct HttpAnswer {
+struct HttpAnswer
+{
     int status = 0;
     std::map<std::string, std::string> headers;
     std::string body;
@@ -18,7 +19,8 @@ struct HttpAnswer {
 
 /// One connection to a server on this machine, on which a test says exact bytes. Blocking; every wait ends after five
 /// seconds at the latest.
-class HttpClient {
+class HttpClient
+{
 public:
     /// `from`: the address of this machine that the server sees; empty for the usual one.
     explicit HttpClient(std::uint16_t port, const std::string& from = {});

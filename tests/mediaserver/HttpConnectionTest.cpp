@@ -2,28 +2,29 @@
 
 #include <doctest/doctest.h>
 
-using MediaServer::HttpConnection;
 using boost::asio::ip::make_address;
+using MediaServer::HttpConnection;
 
 // What a connection says and hears is tested with its server.
 
 TEST_CASE("HTTP connection: this machine has no address of its own, whichever it uses; others have theirs")
 {
-    struct Row {
+    struct Row
+    {
         const char* remote;
         const char* local;
         const char* client;
     };
     const Row rows[] = {
-        { "127.0.0.1", "127.0.0.1", "" },
-        { "127.0.0.5", "127.0.0.1", "" },
-        { "::1", "::1", "" },
-        { "::ffff:127.0.0.1", "::ffff:127.0.0.1", "" },
-        { "192.0.2.5", "192.0.2.5", "" },
-        { "192.0.2.6", "192.0.2.5", "192.0.2.6" },
-        { "::ffff:192.0.2.6", "::ffff:192.0.2.5", "192.0.2.6" },
-        { "2001:db8::6", "2001:db8::5", "2001:db8::6" },
-        { "2001:db8::5", "2001:db8::5", "" },
+        {"127.0.0.1", "127.0.0.1", ""},
+        {"127.0.0.5", "127.0.0.1", ""},
+        {"::1", "::1", ""},
+        {"::ffff:127.0.0.1", "::ffff:127.0.0.1", ""},
+        {"192.0.2.5", "192.0.2.5", ""},
+        {"192.0.2.6", "192.0.2.5", "192.0.2.6"},
+        {"::ffff:192.0.2.6", "::ffff:192.0.2.5", "192.0.2.6"},
+        {"2001:db8::6", "2001:db8::5", "2001:db8::6"},
+        {"2001:db8::5", "2001:db8::5", ""},
     };
     for (const Row& row : rows) {
         CAPTURE(row.remote);

@@ -18,7 +18,8 @@
 using namespace MediaServer;
 using namespace std::chrono_literals;
 
-namespace {
+namespace
+{
 
 /// Answers what it was asked: "METHOD TARGET BODY".
 ServerThread::MakeHandler echo()
@@ -165,9 +166,9 @@ TEST_CASE("HTTP server: a body beyond the limit is refused, announced or not, an
 TEST_CASE("HTTP server: what is not HTTP is refused")
 {
     const ServerThread server(patient(), echo());
-    for (const char* bytes : { "nonsense\r\n\r\n", "GET / HTTP/1.1\r\n\r\n", "GET / HTTP/1.1\r\nHost: a\r\nHost: b\r\n\r\n",
-                               "GET / HTTP/1.1\r\nHost: x\r\nContent-Length: -1\r\n\r\n",
-                               "POST / HTTP/1.1\r\nHost: x\r\nContent-Length: 4\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n" }) {
+    for (const char* bytes : {"nonsense\r\n\r\n", "GET / HTTP/1.1\r\n\r\n", "GET / HTTP/1.1\r\nHost: a\r\nHost: b\r\n\r\n",
+                              "GET / HTTP/1.1\r\nHost: x\r\nContent-Length: -1\r\n\r\n",
+                              "POST / HTTP/1.1\r\nHost: x\r\nContent-Length: 4\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n"}) {
         CAPTURE(bytes);
         HttpClient client(server.port());
         client.send(bytes);
@@ -283,7 +284,7 @@ TEST_CASE("HTTP server: one address has only so many connections, this machine a
     HttpClient second(server.port(), outside);
     HttpClient third(server.port(), outside);
     CHECK(first.isClosedWithin(5s));
-    for (HttpClient* client : { &second, &third, own[0].get(), own[1].get(), own[2].get(), own[3].get() }) {
+    for (HttpClient* client : {&second, &third, own[0].get(), own[1].get(), own[2].get(), own[3].get()}) {
         client->send(requestText("GET", "/"));
         REQUIRE(client->receive());
     }
@@ -315,7 +316,7 @@ TEST_CASE("HTTP server: downloads that nobody reads leave connections for others
         REQUIRE(ask(server.port(), "GET", "/").status == 200);
     }
     TestSupport::expectWarning("MediaServer # Too many downloads at a time; some were answered with 503");
-    for (const char* target : { "/large", "/text" }) {
+    for (const char* target : {"/large", "/text"}) {
         const HttpAnswer late = ask(server.port(), "GET", target);
         CHECK(late.status == 503);
         CHECK(late.header("retry-after") == "5");

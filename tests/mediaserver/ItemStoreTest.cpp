@@ -13,7 +13,8 @@
 
 using namespace MediaServer;
 
-namespace {
+namespace
+{
 
 std::unique_ptr<ItemStore> openStore(const QString& file)
 {
@@ -157,7 +158,7 @@ TEST_CASE("item store: cards of all 64 bits are kept apart")
     const auto store = openStore(folder.path(QStringLiteral("items.sqlite")));
     using Limits = std::numeric_limits<qint64>;
     std::set<QString> tokens;
-    const qint64 cards[] = { Limits::min(), -1, 0, 9007199254740992, 9007199254740993, Limits::max() };
+    const qint64 cards[] = {Limits::min(), -1, 0, 9007199254740992, 9007199254740993, Limits::max()};
     for (const qint64 tessel : cards) {
         const QString token = *store->tokenFor(tessel);
         CHECK(**store->personOf(token) == tessel);
@@ -195,7 +196,8 @@ TEST_CASE("item store: a file that is no database is refused and left alone")
     folder.write(QStringLiteral("notes.txt"), text);
     const auto store = ItemStore::open(folder.path(QStringLiteral("notes.txt")));
     REQUIRE_FALSE(store);
-    CHECK(store.error().startsWith(QStringLiteral("The database \"%1\" cannot be used: ").arg(folder.path(QStringLiteral("notes.txt")))));
+    CHECK(store.error().startsWith(
+        QStringLiteral("The database \"%1\" cannot be used: ").arg(folder.path(QStringLiteral("notes.txt")))));
     QFile file(folder.path(QStringLiteral("notes.txt")));
     REQUIRE(file.open(QIODevice::ReadOnly));
     CHECK(file.readAll() == text);

@@ -30,7 +30,7 @@ TEST_CASE("log: the detail stands in brackets, if there is one")
 
 TEST_CASE("log: a rare warning is written once a minute")
 {
-    const RareWarning::Clock::time_point begin {};
+    const RareWarning::Clock::time_point begin{};
     RareWarning warning;
     TestSupport::expectWarning("MediaServer # Full (1)");
     warning.log(QStringLiteral("Full"), QStringLiteral("1"), begin);

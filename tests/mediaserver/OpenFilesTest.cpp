@@ -6,27 +6,29 @@
 
 using MediaServer::connectionsWithinOpenFiles;
 
-namespace {
+namespace
+{
 
 /// Another limit for this process while the test runs. The hard one cannot be raised again and stays.
-struct Fixture {
+struct Fixture
+{
     Fixture() { REQUIRE(::getrlimit(RLIMIT_NOFILE, &before) == 0); }
     ~Fixture() { ::setrlimit(RLIMIT_NOFILE, &before); }
 
     void allow(rlim_t files)
     {
-        const rlimit wanted { files, before.rlim_max };
+        const rlimit wanted{files, before.rlim_max};
         REQUIRE(::setrlimit(RLIMIT_NOFILE, &wanted) == 0);
     }
 
     rlim_t allowed()
     {
-        rlimit now {};
+        rlimit now{};
         REQUIRE(::getrlimit(RLIMIT_NOFILE, &now) == 0);
         return now.rlim_cur;
     }
 
-    rlimit before {};
+    rlimit before{};
 };
 
 } // namespace

@@ -6,14 +6,16 @@
 
 using MediaServer::Options;
 
-namespace {
+namespace
+{
 
-struct Fixture {
+struct Fixture
+{
     /// With what is always needed.
     auto parse(const QStringList& more)
     {
-        return Options::parse(QStringList { QStringLiteral("tavola-mediaserver"), QStringLiteral("--content"), folder.path(),
-                                            QStringLiteral("--database"), QStringLiteral("items.sqlite") }
+        return Options::parse(QStringList{QStringLiteral("tavola-mediaserver"), QStringLiteral("--content"), folder.path(),
+                                          QStringLiteral("--database"), QStringLiteral("items.sqlite")}
                               + more);
     }
 
@@ -35,10 +37,10 @@ TEST_CASE_FIXTURE(Fixture, "options: what is not said has a careful default")
 
 TEST_CASE_FIXTURE(Fixture, "options: everything can be said")
 {
-    const auto options = parse({ QStringLiteral("--port=0"), QStringLiteral("--address"), QStringLiteral("::1"),
-                                 QStringLiteral("--public-url"), QStringLiteral("https://museum.example/table"),
-                                 QStringLiteral("--max-body"), QStringLiteral("1000"), QStringLiteral("--timeout"),
-                                 QStringLiteral("0.5"), QStringLiteral("--max-per-address"), QStringLiteral("500") });
+    const auto options =
+        parse({QStringLiteral("--port=0"), QStringLiteral("--address"), QStringLiteral("::1"), QStringLiteral("--public-url"),
+               QStringLiteral("https://museum.example/table"), QStringLiteral("--max-body"), QStringLiteral("1000"),
+               QStringLiteral("--timeout"), QStringLiteral("0.5"), QStringLiteral("--max-per-address"), QStringLiteral("500")});
     REQUIRE(options);
     CHECK(options->port == 0);
     CHECK(options->address == QLatin1String("::1"));
@@ -52,33 +54,35 @@ TEST_CASE_FIXTURE(Fixture, "options: everything can be said")
 
 TEST_CASE_FIXTURE(Fixture, "options: help is a success and names every option")
 {
-    const auto options = parse({ QStringLiteral("--help") });
+    const auto options = parse({QStringLiteral("--help")});
     REQUIRE_FALSE(options);
     CHECK(options.error().code == 0);
-    for (const char* name : { "--address", "--port", "--content", "--database", "--public-url", "--max-body", "--timeout", "--max-per-address" })
+    for (const char* name :
+         {"--address", "--port", "--content", "--database", "--public-url", "--max-body", "--timeout", "--max-per-address"})
         CHECK(options.error().text.contains(QLatin1String(name)));
 }
 
 TEST_CASE_FIXTURE(Fixture, "options: a mistake is named with its option")
 {
-    struct Row {
+    struct Row
+    {
         QStringList arguments;
         const char* named;
     };
     const Row rows[] = {
-        { { QStringLiteral("--port"), QStringLiteral("70000") }, "--port" },
-        { { QStringLiteral("--port"), QStringLiteral("x") }, "--port" },
-        { { QStringLiteral("--timeout"), QStringLiteral("0") }, "--timeout" },
-        { { QStringLiteral("--timeout"), QStringLiteral("nan") }, "--timeout" },
-        { { QStringLiteral("--max-body"), QStringLiteral("-1") }, "--max-body" },
-        { { QStringLiteral("--max-per-address"), QStringLiteral("1") }, "--max-per-address" },
-        { { QStringLiteral("--public-url"), QStringLiteral("museum.example") }, "--public-url" },
-        { { QStringLiteral("--public-url"), QStringLiteral("javascript:x") }, "--public-url" },
-        { { QStringLiteral("--public-url"), QStringLiteral("https://museum.example/?a") }, "--public-url" },
-        { { QStringLiteral("--content"), folder.path(QStringLiteral("none")) }, "--content" },
-        { { QStringLiteral("--database"), QString() }, "--database" },
-        { { QStringLiteral("--wrong") }, "wrong" },
-        { { QStringLiteral("stray") }, "stray" },
+        {{QStringLiteral("--port"), QStringLiteral("70000")}, "--port"},
+        {{QStringLiteral("--port"), QStringLiteral("x")}, "--port"},
+        {{QStringLiteral("--timeout"), QStringLiteral("0")}, "--timeout"},
+        {{QStringLiteral("--timeout"), QStringLiteral("nan")}, "--timeout"},
+        {{QStringLiteral("--max-body"), QStringLiteral("-1")}, "--max-body"},
+        {{QStringLiteral("--max-per-address"), QStringLiteral("1")}, "--max-per-address"},
+        {{QStringLiteral("--public-url"), QStringLiteral("museum.example")}, "--public-url"},
+        {{QStringLiteral("--public-url"), QStringLiteral("javascript:x")}, "--public-url"},
+        {{QStringLiteral("--public-url"), QStringLiteral("https://museum.example/?a")}, "--public-url"},
+        {{QStringLiteral("--content"), folder.path(QStringLiteral("none"))}, "--content"},
+        {{QStringLiteral("--database"), QString()}, "--database"},
+        {{QStringLiteral("--wrong")}, "wrong"},
+        {{QStringLiteral("stray")}, "stray"},
     };
     for (const Row& row : rows) {
         const auto options = parse(row.arguments);
@@ -87,5 +91,5 @@ TEST_CASE_FIXTURE(Fixture, "options: a mistake is named with its option")
         CHECK(options.error().code == 2);
         CHECK(options.error().text.contains(QLatin1String(row.named)));
     }
-    CHECK_FALSE(Options::parse({ QStringLiteral("tavola-mediaserver") }));
+    CHECK_FALSE(Options::parse({QStringLiteral("tavola-mediaserver")}));
 }

@@ -6,16 +6,17 @@ using MediaServer::PageAddresses;
 
 TEST_CASE("page addresses: a page lies below the public address, with or without its closing slash")
 {
-    struct Row {
+    struct Row
+    {
         const char* publicUrl;
         const char* page;
     };
     const Row rows[] = {
-        { "http://127.0.0.1:8090/", "http://127.0.0.1:8090/p/TOKEN" },
-        { "http://127.0.0.1:8090", "http://127.0.0.1:8090/p/TOKEN" },
-        { "https://museum.example/table", "https://museum.example/table/p/TOKEN" },
-        { "https://museum.example/table/", "https://museum.example/table/p/TOKEN" },
-        { "http://[::1]:8090/", "http://[::1]:8090/p/TOKEN" },
+        {"http://127.0.0.1:8090/", "http://127.0.0.1:8090/p/TOKEN"},
+        {"http://127.0.0.1:8090", "http://127.0.0.1:8090/p/TOKEN"},
+        {"https://museum.example/table", "https://museum.example/table/p/TOKEN"},
+        {"https://museum.example/table/", "https://museum.example/table/p/TOKEN"},
+        {"http://[::1]:8090/", "http://[::1]:8090/p/TOKEN"},
     };
     for (const Row& row : rows) {
         CAPTURE(row.publicUrl);

@@ -10,7 +10,8 @@
 
 using namespace MediaServer;
 
-namespace {
+namespace
+{
 
 const QString kToken = QStringLiteral("AAAAAAAAAAAAAAAAAAAAAA");
 
@@ -26,7 +27,7 @@ Item item(ItemKind kind, const char* value, const char* name, qint64 id = 5)
 
 QString pageOf(const Item& single, bool available = true)
 {
-    return QString::fromUtf8(PageRenderer().collection(kToken, { { &single, available } }));
+    return QString::fromUtf8(PageRenderer().collection(kToken, {{&single, available}}));
 }
 
 } // namespace
@@ -36,8 +37,8 @@ TEST_CASE("page renderer: a picture is shown, a document and a link are opened")
     const Item picture = item(ItemKind::File, "boat.png", "The boat", 3);
     const Item document = item(ItemKind::File, "guide.pdf", "The guide", 4);
     const Item link = item(ItemKind::Url, "https://www.museum.example/a?x=1&y=2", "The museum");
-    const QString page
-        = QString::fromUtf8(PageRenderer().collection(kToken, { { &picture, true }, { &document, true }, { &link, true } }));
+    const QString page =
+        QString::fromUtf8(PageRenderer().collection(kToken, {{&picture, true}, {&document, true}, {&link, true}}));
     CHECK(page.contains(QLatin1String("<img src=\"AAAAAAAAAAAAAAAAAAAAAA/file/3\"")));
     CHECK(page.contains(QLatin1String("<a href=\"AAAAAAAAAAAAAAAAAAAAAA/file/3\"")));
     CHECK_FALSE(page.contains(QLatin1String("<img src=\"AAAAAAAAAAAAAAAAAAAAAA/file/4\"")));
@@ -53,9 +54,9 @@ TEST_CASE("page renderer: a picture is shown, a document and a link are opened")
 TEST_CASE("page renderer: every text is escaped")
 {
     const char* const hostile = "\"><script>alert('x')</script>&amp;<img src=x onerror=alert(1)>\x01";
-    for (const Item& entry : { item(ItemKind::File, "a.png", hostile), item(ItemKind::File, "a.txt", hostile),
-                               item(ItemKind::Url, "https://a.example/", hostile), item(ItemKind::File, hostile, ""),
-                               item(ItemKind::Url, "https://a.example/\"><script>x</script>?'", "") }) {
+    for (const Item& entry : {item(ItemKind::File, "a.png", hostile), item(ItemKind::File, "a.txt", hostile),
+                              item(ItemKind::Url, "https://a.example/", hostile), item(ItemKind::File, hostile, ""),
+                              item(ItemKind::Url, "https://a.example/\"><script>x</script>?'", "")}) {
         const QString page = pageOf(entry);
         CHECK_FALSE(page.contains(QLatin1String("<script")));
         CHECK_FALSE(page.contains(QLatin1String("<img src=x")));
@@ -100,7 +101,8 @@ TEST_CASE("page renderer: nothing is loaded from elsewhere and the policy admits
 {
     const Item link = item(ItemKind::Url, "https://a.example/picture.png", "A picture elsewhere");
     const QString page = pageOf(link);
-    QRegularExpressionMatchIterator loaded = QRegularExpression(QStringLiteral("(src|srcset|data|poster)=\"([^\"]*)\"")).globalMatch(page);
+    QRegularExpressionMatchIterator loaded =
+        QRegularExpression(QStringLiteral("(src|srcset|data|poster)=\"([^\"]*)\"")).globalMatch(page);
     REQUIRE(loaded.hasNext());
     while (loaded.hasNext())
         CHECK(loaded.next().captured(2).startsWith(kToken));

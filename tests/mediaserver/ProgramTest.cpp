@@ -14,12 +14,14 @@
 #include <sys/stat.h>
 #include <vector>
 
-namespace {
+namespace
+{
 
 /// A process that begins with what a test asks for, in place of what the test program itself has.
-class Process : public QProcess {
+class Process : public QProcess
+{
 public:
-    explicit Process(std::function<void()> before) : m_before(std::move(before)) { }
+    explicit Process(std::function<void()> before) : m_before(std::move(before)) {}
 
 protected:
     void setupChildProcess() override
@@ -33,14 +35,15 @@ private:
 };
 
 /// The real program as a venue would start it.
-class Program {
+class Program
+{
 public:
-    Program(const Folder& folder, const QStringList& more = {}, std::function<void()> before = {})
-        : m_process(std::move(before))
+    Program(const Folder& folder, const QStringList& more = {}, std::function<void()> before = {}) : m_process(std::move(before))
     {
         m_process.setProgram(QStringLiteral(TAVOLA_MEDIASERVER));
-        m_process.setArguments(QStringList { QStringLiteral("--port"), QStringLiteral("0"), QStringLiteral("--content"), folder.path(),
-                                             QStringLiteral("--database"), folder.path(QStringLiteral("items.sqlite")) }
+        m_process.setArguments(QStringList{QStringLiteral("--port"), QStringLiteral("0"), QStringLiteral("--content"),
+                                           folder.path(), QStringLiteral("--database"),
+                                           folder.path(QStringLiteral("items.sqlite"))}
                                + more);
         m_process.start();
     }
@@ -53,7 +56,7 @@ public:
     /// Waits for the line that tells the address.
     std::uint16_t port()
     {
-        while (!m_process.canReadLine() && m_process.waitForReadyRead(10000)) { }
+        while (!m_process.canReadLine() && m_process.waitForReadyRead(10000)) {}
         m_line = m_process.readLine();
         return m_line.trimmed().split(':').last().chopped(1).toUShort();
     }
@@ -82,9 +85,11 @@ TEST_CASE("media server: an item survives the kill of the program right after it
         Program program(folder);
         const std::uint16_t port = program.port();
         page = command(port, R"({"command":"getuserpage","tessel":7})").value(QLatin1String("userpageurl")).toString();
-        REQUIRE(command(port, R"({"command":"additem","tessel":7,"systemname":"Undefined","filename":"boat.png","displayname":"The boat"})")
-                    .value(QLatin1String("success"))
-                    .toBool());
+        REQUIRE(
+            command(port,
+                    R"({"command":"additem","tessel":7,"systemname":"Undefined","filename":"boat.png","displayname":"The boat"})")
+                .value(QLatin1String("success"))
+                .toBool());
         program.process().kill();
         REQUIRE(program.process().waitForFinished());
         CHECK(program.process().exitStatus() == QProcess::CrashExit);
@@ -95,20 +100,26 @@ TEST_CASE("media server: an item survives the kill of the program right after it
     const HttpAnswer answer = ask(port, "GET", path);
     CHECK(answer.status == 200);
     CHECK(answer.body.find("The boat") != std::string::npos);
-    CHECK(command(port, R"({"command":"getuserpage","tessel":7})").value(QLatin1String("userpageurl")).toString().endsWith(QString::fromStdString(path)));
+    CHECK(command(port, R"({"command":"getuserpage","tessel":7})")
+              .value(QLatin1String("userpageurl"))
+              .toString()
+              .endsWith(QString::fromStdString(path)));
 }
 
 TEST_CASE("media server: it says one line when it listens and ends cleanly when asked to")
 {
     const Folder folder;
-    for (const char* signal : { "TERM", "INT" }) {
+    for (const char* signal : {"TERM", "INT"}) {
         CAPTURE(signal);
         Program program(folder);
         const std::uint16_t port = program.port();
         REQUIRE(port != 0);
         CHECK(program.line() == "tavola-mediaserver: listening on http://127.0.0.1:" + QByteArray::number(port) + "/\n");
         CHECK(ask(port, "GET", "/none").status == 404);
-        REQUIRE(QProcess::execute(QStringLiteral("kill"), { QStringLiteral("-s"), QString::fromLatin1(signal), QString::number(program.process().processId()) }) == 0);
+        REQUIRE(
+            QProcess::execute(QStringLiteral("kill"),
+                              {QStringLiteral("-s"), QString::fromLatin1(signal), QString::number(program.process().processId())})
+            == 0);
         REQUIRE(program.process().waitForFinished(10000));
         CHECK(program.process().exitStatus() == QProcess::NormalExit);
         CHECK(program.process().exitCode() == 0);
@@ -120,8 +131,11 @@ TEST_CASE("media server: it says one line when it listens and ends cleanly when 
 TEST_CASE("media server: the public address stands in pages' addresses")
 {
     const Folder folder;
-    Program program(folder, { QStringLiteral("--address"), QStringLiteral("0.0.0.0"), QStringLiteral("--public-url"), QStringLiteral("https://museum.example/table/") });
-    const QString page = command(program.port(), R"({"command":"getuserpage","tessel":7})").value(QLatin1String("userpageurl")).toString();
+    Program program(folder,
+                    {QStringLiteral("--address"), QStringLiteral("0.0.0.0"), QStringLiteral("--public-url"),
+                     QStringLiteral("https://museum.example/table/")});
+    const QString page =
+        command(program.port(), R"({"command":"getuserpage","tessel":7})").value(QLatin1String("userpageurl")).toString();
     CHECK(page.startsWith(QLatin1String("https://museum.example/table/p/")));
 }
 
@@ -130,14 +144,16 @@ TEST_CASE("media server: what keeps it from starting is told, with exit code 1")
     const Folder folder;
     Program first(folder);
     const QString port = QString::number(first.port());
-    struct Row {
+    struct Row
+    {
         QStringList arguments;
         QByteArray told;
     };
     const Row rows[] = {
-        { { QStringLiteral("--port"), port }, "warning MediaServer # Cannot listen on 127.0.0.1 port " + port.toLatin1() + ": " },
-        { { QStringLiteral("--address"), QStringLiteral("0.0.0.0") }, "warning MediaServer # --address 0.0.0.0 listens everywhere" },
-        { { QStringLiteral("--database"), folder.path() }, "warning MediaServer # The database \"" + folder.path().toLocal8Bit() + "\" cannot be used: " },
+        {{QStringLiteral("--port"), port}, "warning MediaServer # Cannot listen on 127.0.0.1 port " + port.toLatin1() + ": "},
+        {{QStringLiteral("--address"), QStringLiteral("0.0.0.0")}, "warning MediaServer # --address 0.0.0.0 listens everywhere"},
+        {{QStringLiteral("--database"), folder.path()},
+         "warning MediaServer # The database \"" + folder.path().toLocal8Bit() + "\" cannot be used: "},
     };
     for (const Row& row : rows) {
         Program program(folder, row.arguments);
@@ -155,11 +171,12 @@ TEST_CASE("media server: the database is its user's alone, whatever umask the pr
     const Folder folder;
     Program program(folder, {}, [] { ::umask(0); });
     REQUIRE(command(program.port(), R"({"command":"getuserpage","tessel":7})").value(QLatin1String("success")).toBool());
-    for (const char* name : { "items.sqlite", "items.sqlite-wal", "items.sqlite-shm" }) {
+    for (const char* name : {"items.sqlite", "items.sqlite-wal", "items.sqlite-shm"}) {
         CAPTURE(name);
         const QFileInfo file(folder.path(QString::fromLatin1(name)));
         REQUIRE(file.exists());
-        const auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
+        const auto others =
+            QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
         CHECK((file.permissions() & others) == 0);
         CHECK((file.permissions() & QFile::ExeOwner) == 0);
     }
@@ -171,12 +188,13 @@ TEST_CASE("media server: with few open files and many slow downloads, the table 
     // More than the system keeps for a client that does not read.
     folder.write(QStringLiteral("large.png"), QByteArray(20'000'000, 'x'));
     Program program(folder, {}, [] {
-        const rlimit few { 96, 96 };
+        const rlimit few{96, 96};
         ::setrlimit(RLIMIT_NOFILE, &few);
     });
     const std::uint16_t port = program.port();
     REQUIRE(command(port, R"({"command":"additem","tessel":7,"filename":"large.png"})").value(QLatin1String("success")).toBool());
-    const QString address = command(port, R"({"command":"getuserpage","tessel":7})").value(QLatin1String("userpageurl")).toString();
+    const QString address =
+        command(port, R"({"command":"getuserpage","tessel":7})").value(QLatin1String("userpageurl")).toString();
     const std::string page = '/' + address.section(QLatin1Char('/'), 3).toStdString();
 
     std::vector<std::unique_ptr<HttpClient>> phones;
@@ -197,7 +215,7 @@ TEST_CASE("media server: with few open files and many slow downloads, the table 
     const HttpAnswer shown = ask(port, "GET", page);
     CHECK(shown.status == 200);
     CHECK(shown.body.find("Not available") == std::string::npos);
-    REQUIRE(QProcess::execute(QStringLiteral("kill"), { QString::number(program.process().processId()) }) == 0);
+    REQUIRE(QProcess::execute(QStringLiteral("kill"), {QString::number(program.process().processId())}) == 0);
     REQUIRE(program.process().waitForFinished(10000));
     const QByteArray told = program.process().readAllStandardError();
     CAPTURE(told.toStdString());
@@ -209,12 +227,13 @@ TEST_CASE("media server: too few open files to serve anybody keep it from starti
 {
     const Folder folder;
     Program program(folder, {}, [] {
-        const rlimit few { 60, 60 };
+        const rlimit few{60, 60};
         ::setrlimit(RLIMIT_NOFILE, &few);
     });
     REQUIRE(program.process().waitForFinished(10000));
     CHECK(program.process().exitCode() == 1);
     CHECK(program.process().readAllStandardError()
-          == "warning MediaServer # The system allows 60 open files, which is too few: allow 1072 (LimitNOFILE of a systemd service, "
+          == "warning MediaServer # The system allows 60 open files, which is too few: allow 1072 (LimitNOFILE of a systemd "
+             "service, "
              "ulimit -n of a shell)\n");
 }

@@ -10,8 +10,8 @@ using MediaServer::qrCodePng;
 
 TEST_CASE("QR code: a scanner reads the text")
 {
-    for (const QByteArray& text : { QByteArray("https://museum.example/table/p/Zm9vYmFyYmF6cXV4cXV1eA"), QByteArray("x"),
-                                    "https://museum.example/" + QByteArray(500, 'a') }) {
+    for (const QByteArray& text : {QByteArray("https://museum.example/table/p/Zm9vYmFyYmF6cXV4cXV1eA"), QByteArray("x"),
+                                   "https://museum.example/" + QByteArray(500, 'a')}) {
         CAPTURE(text.toStdString());
         CHECK(readQrCode(qrCodePng(text)) == text.toStdString());
     }

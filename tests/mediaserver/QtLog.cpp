@@ -4,7 +4,8 @@
 
 /// The media server logs through Qt. Here its lines go the way of every other log, so that a warning nobody announced
 /// fails the test, and so do Qt's own warnings.
-namespace {
+namespace
+{
 
 void toTrace(QtMsgType type, const QMessageLogContext&, const QString& text)
 {

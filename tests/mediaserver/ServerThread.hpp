@@ -7,7 +7,8 @@
 #include <thread>
 
 /// The real server on a thread of its own and a free port of this machine, stopped by the destructor.
-class ServerThread {
+class ServerThread
+{
 public:
     using Limits = MediaServer::HttpLimits;
     using Handler = MediaServer::HttpServer::Handler;

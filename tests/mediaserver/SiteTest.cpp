@@ -18,10 +18,12 @@
 
 using namespace MediaServer;
 
-namespace {
+namespace
+{
 
 /// The whole site behind the real server, and a second store on its file to look up what addresses do not tell.
-struct Fixture {
+struct Fixture
+{
     Fixture()
     {
         folder.makeFolder(QStringLiteral("content"));
@@ -40,8 +42,8 @@ struct Fixture {
 
     void add(qint64 tessel, const char* member, const char* value)
     {
-        const QByteArray json = "{\"command\":\"additem\",\"tessel\":" + QByteArray::number(tessel) + ",\"" + member + "\":\"" + value
-            + "\",\"displayname\":\"Name\"}";
+        const QByteArray json = "{\"command\":\"additem\",\"tessel\":" + QByteArray::number(tessel) + ",\"" + member + "\":\""
+            + value + "\",\"displayname\":\"Name\"}";
         REQUIRE(command(json).value(QLatin1String("success")).toBool());
     }
 
@@ -49,14 +51,20 @@ struct Fixture {
     std::string page(qint64 tessel)
     {
         const QByteArray json = "{\"command\":\"getuserpage\",\"tessel\":" + QByteArray::number(tessel) + "}";
-        return command(json).value(QLatin1String("userpageurl")).toString().section(QLatin1Char('/'), 3).prepend(QLatin1Char('/')).toStdString();
+        return command(json)
+            .value(QLatin1String("userpageurl"))
+            .toString()
+            .section(QLatin1Char('/'), 3)
+            .prepend(QLatin1Char('/'))
+            .toStdString();
     }
 
     /// The paths of the files on a person's page, in order.
     std::vector<std::string> files(const std::string& path)
     {
         std::vector<std::string> result;
-        auto found = QRegularExpression(QStringLiteral("<a href=\"([^\"]*/file/\\d+)\"")).globalMatch(QString::fromStdString(get(path).body));
+        auto found = QRegularExpression(QStringLiteral("<a href=\"([^\"]*/file/\\d+)\""))
+                         .globalMatch(QString::fromStdString(get(path).body));
         while (found.hasNext())
             result.push_back("/p/" + found.next().captured(1).toStdString());
         return result;
@@ -66,8 +74,8 @@ struct Fixture {
 
     QByteArray picture = QByteArray("\x89PNG\r\n\x1a\n", 8) + QByteArray(3'000'000, 'p');
     Folder folder;
-    ServerThread server { HttpLimits {},
-                          siteFrom(folder.path(QStringLiteral("items.sqlite")), folder.path(QStringLiteral("content"))) };
+    ServerThread server{HttpLimits{},
+                        siteFrom(folder.path(QStringLiteral("items.sqlite")), folder.path(QStringLiteral("content")))};
 };
 
 } // namespace
@@ -120,11 +128,12 @@ TEST_CASE_FIXTURE(Fixture, "site: a file is reached only as an item of that very
     const std::string id = path.substr(path.rfind('/') + 1);
     REQUIRE(get(path).status == 200);
     for (const std::string& other :
-         { theirs + "/file/" + id, mine + "/file/0" + id, mine + "/file/+" + id, mine + "/file/" + std::to_string(std::stoi(id) + 1),
-           mine + "/file/99", mine + "/file/-1", mine + "/file/", mine + "/file", mine + "/file/boat.png",
-           mine + "/file/99999999999999999999", path + "/", path + "/../../../../secret.txt", mine + "/file/..%2f..%2fsecret.txt",
-           mine + "/file/../../secret.txt", mine + "/../../etc/passwd", mine + "/file/%2fetc%2fpasswd",
-           mine + "/file/..\\..\\secret.txt", mine + "/file/boat.png%00" }) {
+         {theirs + "/file/" + id, mine + "/file/0" + id, mine + "/file/+" + id,
+          mine + "/file/" + std::to_string(std::stoi(id) + 1), mine + "/file/99", mine + "/file/-1", mine + "/file/",
+          mine + "/file", mine + "/file/boat.png", mine + "/file/99999999999999999999", path + "/",
+          path + "/../../../../secret.txt", mine + "/file/..%2f..%2fsecret.txt", mine + "/file/../../secret.txt",
+          mine + "/../../etc/passwd", mine + "/file/%2fetc%2fpasswd", mine + "/file/..\\..\\secret.txt",
+          mine + "/file/boat.png%00"}) {
         CAPTURE(other);
         CHECK(get(other).status == 404);
     }
@@ -150,15 +159,17 @@ TEST_CASE_FIXTURE(Fixture, "site: the QR code leads to the page")
     const HttpAnswer code = get(page(7) + "/qr.png");
     CHECK(code.status == 200);
     CHECK(code.header("content-type") == "image/png");
-    CHECK(answer.value(QLatin1String("qrcodeurl")).toString() == answer.value(QLatin1String("userpageurl")).toString() + QLatin1String("/qr.png"));
-    CHECK(readQrCode(QByteArray::fromStdString(code.body)) == answer.value(QLatin1String("userpageurl")).toString().toStdString());
+    CHECK(answer.value(QLatin1String("qrcodeurl")).toString()
+          == answer.value(QLatin1String("userpageurl")).toString() + QLatin1String("/qr.png"));
+    CHECK(readQrCode(QByteArray::fromStdString(code.body))
+          == answer.value(QLatin1String("userpageurl")).toString().toStdString());
 }
 
 TEST_CASE_FIXTURE(Fixture, "site: HEAD says what GET would, without the body")
 {
     add(7, "filename", "boat.png");
     const std::string path = page(7);
-    for (const std::string& target : { path, path + "/qr.png", files(path).at(0), std::string("/none") }) {
+    for (const std::string& target : {path, path + "/qr.png", files(path).at(0), std::string("/none")}) {
         CAPTURE(target);
         const HttpAnswer whole = get(target);
         HttpClient client(server.port());
@@ -179,9 +190,9 @@ TEST_CASE_FIXTURE(Fixture, "site: unknown addresses get a page that says so")
 {
     const std::string token = page(7).substr(3);
     for (const std::string& path :
-         { std::string("/x"), std::string("/p"), std::string("/p/"), std::string("/p/7"), std::string("/p/AAAAAAAAAAAAAAAAAAAAAA"),
-           "/p/" + token + "/", "/p/" + token + "x", "/p/" + token + "/x", "//p/" + token, "/P/" + token, std::string("/favicon.ico"),
-           std::string("/../etc/passwd") }) {
+         {std::string("/x"), std::string("/p"), std::string("/p/"), std::string("/p/7"), std::string("/p/AAAAAAAAAAAAAAAAAAAAAA"),
+          "/p/" + token + "/", "/p/" + token + "x", "/p/" + token + "/x", "//p/" + token, "/P/" + token,
+          std::string("/favicon.ico"), std::string("/../etc/passwd")}) {
         CAPTURE(path);
         const HttpAnswer answer = get(path);
         CHECK(answer.status == 404);
@@ -196,7 +207,7 @@ TEST_CASE_FIXTURE(Fixture, "site: a wrong method is refused with the right ones"
     const HttpAnswer atCommands = get("/");
     CHECK(atCommands.status == 405);
     CHECK(atCommands.header("allow") == "POST");
-    for (const char* method : { "POST", "PUT", "DELETE", "OPTIONS" }) {
+    for (const char* method : {"POST", "PUT", "DELETE", "OPTIONS"}) {
         CAPTURE(method);
         const HttpAnswer atPage = ask(server.port(), method, path);
         CHECK(atPage.status == 405);
@@ -206,7 +217,7 @@ TEST_CASE_FIXTURE(Fixture, "site: a wrong method is refused with the right ones"
 
 TEST_CASE_FIXTURE(Fixture, "site: a command that is not understood is answered with JSON and 400")
 {
-    for (const char* body : { "", "nonsense", "[]", "{\"command\":\"fly\"}", "\"text\"", "\xff\xfe" }) {
+    for (const char* body : {"", "nonsense", "[]", "{\"command\":\"fly\"}", "\"text\"", "\xff\xfe"}) {
         CAPTURE(body);
         const HttpAnswer answer = ask(server.port(), "POST", "/", body);
         CHECK(answer.status == 400);
@@ -220,13 +231,15 @@ TEST_CASE_FIXTURE(Fixture, "site: a command that a web page makes a browser send
 {
     add(7, "filename", "boat.png");
     const std::string path = page(7);
-    for (const char* origin : { "http://evil.example", "null", "http://127.0.0.1", "" }) {
-        for (const char* body : { R"({"command":"getuserpage","tessel":7})", R"({"command":"deleteitem","tessel":7,"filename":"boat.png"})" }) {
+    for (const char* origin : {"http://evil.example", "null", "http://127.0.0.1", ""}) {
+        for (const char* body :
+             {R"({"command":"getuserpage","tessel":7})", R"({"command":"deleteitem","tessel":7,"filename":"boat.png"})"}) {
             CAPTURE(origin);
             CAPTURE(body);
             HttpClient client(server.port());
             client.send("POST / HTTP/1.1\r\nHost: 127.0.0.1\r\norigin: " + std::string(origin)
-                        + "\r\nContent-Type: text/plain\r\nContent-Length: " + std::to_string(std::string(body).size()) + "\r\n\r\n" + body);
+                        + "\r\nContent-Type: text/plain\r\nContent-Length: " + std::to_string(std::string(body).size())
+                        + "\r\n\r\n" + body);
             const HttpAnswer answer = client.receive().value();
             CHECK(answer.status == 403);
             CHECK(answer.header("content-type") == "application/json");
@@ -252,7 +265,7 @@ TEST_CASE("site: a file that cannot be read now is logged, answered with 500 and
     folder.write(QStringLiteral("guide.pdf"), "%PDF-1.4");
     const auto store = ItemStore::open(folder.path(QStringLiteral("items.sqlite")));
     REQUIRE(store);
-    for (const char* name : { "boat.png", "guide.pdf" }) {
+    for (const char* name : {"boat.png", "guide.pdf"}) {
         Item item;
         item.kind = ItemKind::File;
         item.value = QLatin1String(name);
@@ -260,13 +273,14 @@ TEST_CASE("site: a file that cannot be read now is logged, answered with 500 and
     }
     Site site(**store, folder.path(), QStringLiteral("http://museum.example/"));
     const QByteArray page = "/p/" + (*store)->tokenFor(7)->toLatin1();
-    const auto get = [&site](const QByteArray& target) { return site.handle({ "GET", target, {} }); };
+    const auto get = [&site](const QByteArray& target) { return site.handle({"GET", target, {}}); };
     const QByteArray file = page + "/file/" + QByteArray::number((*store)->items(7)->front().id);
     REQUIRE(get(page).body.count("Not available") == 0);
     REQUIRE(get(file).status == 200);
 
     TestSupport::expectWarning("MediaServer # A file could not be opened (boat.png: Too many open files)");
-    TestSupport::expectWarning("MediaServer # A page shows files as not available that could not be opened (guide.pdf: Too many open files)");
+    TestSupport::expectWarning(
+        "MediaServer # A page shows files as not available that could not be opened (guide.pdf: Too many open files)");
     const FewerFiles one(1);
     const HttpResponse failed = get(file);
     CHECK(failed.status == 500);

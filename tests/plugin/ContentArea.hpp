@@ -39,7 +39,10 @@ struct ContentArea
     {
         return widget->dropEvent({dragged, position, type});
     }
-    [[nodiscard]] std::vector<Trellis::Widget*> indicators() { return childrenOfClass(*host.ui().overlayWidget(), "drop-indicator"); }
+    [[nodiscard]] std::vector<Trellis::Widget*> indicators()
+    {
+        return childrenOfClass(*host.ui().overlayWidget(), "drop-indicator");
+    }
     [[nodiscard]] std::vector<Trellis::Widget*> tiles() const { return childrenOfClass(*widget, "container"); }
     [[nodiscard]] Trellis::Widget& tile(std::size_t index = 0) const { return *tiles().at(index); }
     long addItem(ItemStatus status = ItemStatus::Ready)

@@ -3,9 +3,9 @@
 #include "PluginSupport.hpp"
 #include "TestHost.hpp"
 #include "detector/PersonalTesselDetectorWidget.hpp"
+#include "personalspace/PersonalSpaceWidget.hpp"
 #include "registration/FactoryRegistrant.hpp"
 #include "registration/PersonalComponents.hpp"
-#include "personalspace/PersonalSpaceWidget.hpp"
 
 #include <Tavola/Component.hpp>
 #include <Trellis/InputGrabber.hpp>

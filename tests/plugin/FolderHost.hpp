@@ -193,7 +193,10 @@ struct FolderHost : DetectorHost
     {
         return widget.mapToScene(point);
     }
-    [[nodiscard]] static Vecta::Vector2f seenCentre(const Trellis::Widget& widget) { return widget.mapToScene(widget.size() * 0.5f); }
+    [[nodiscard]] static Vecta::Vector2f seenCentre(const Trellis::Widget& widget)
+    {
+        return widget.mapToScene(widget.size() * 0.5f);
+    }
 };
 
 /// A card on the table and a folder that is told of it by the test.

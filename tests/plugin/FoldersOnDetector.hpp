@@ -47,8 +47,8 @@ struct FoldersOnDetector : FolderHost
     }
     static std::string failure(unsigned long card, const std::string& text)
     {
-        return "PersonalTesselDetectorWidget::handlePersonalMarker # Failed to create personal folder for code " +
-               std::to_string(card) + " (" + text + ")";
+        return "PersonalTesselDetectorWidget::handlePersonalMarker # Failed to create personal folder for code "
+            + std::to_string(card) + " (" + text + ")";
     }
 
     /// The component of a folder whose item has that name, for the detector's slot.

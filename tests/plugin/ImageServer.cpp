@@ -27,7 +27,8 @@ QUrl ImageServer::url(const char* pathAndQuery) const
 
 void ImageServer::serve(const char* path, const QByteArray& body)
 {
-    serveRaw(path, "HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\nConnection: close\r\n\r\n" + body);
+    serveRaw(path,
+             "HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\nConnection: close\r\n\r\n" + body);
 }
 
 void ImageServer::serveRaw(const char* path, const QByteArray& bytes)

@@ -32,7 +32,7 @@ public:
 
     folly::Promise<FileData> filesPromise;
     folly::Promise<QString> previewPromise;
-    std::string throwOnFiles;   ///< thrown out of the call unless empty
+    std::string throwOnFiles; ///< thrown out of the call unless empty
     std::string throwOnPreview;
     bool breaksPromises = false;
     int filesCalls = 0;

@@ -42,7 +42,7 @@ struct TrackerTable : FolderHost
                 whenDismissed();
         };
         return Bedrock::makeIntrusive<Tavola::MarkerTrackerOperator>(*card(id), options.follow, options.dismiss, *folder, action,
-                                                             options.offsetDegrees, options.reverse);
+                                                                     options.offsetDegrees, options.reverse);
     }
     /// A tracker at work on the item.
     void track(const TrackerOptions& options = {})
@@ -64,7 +64,8 @@ struct TrackerTable : FolderHost
 };
 
 /// Where a point that is fixed to a card goes with it.
-[[nodiscard]] inline Vecta::Vector2f carried(Vecta::Vector2f point, Vecta::Vector2f cardBefore, Vecta::Vector2f cardAfter, double turn)
+[[nodiscard]] inline Vecta::Vector2f carried(Vecta::Vector2f point, Vecta::Vector2f cardBefore, Vecta::Vector2f cardAfter,
+                                             double turn)
 {
     return (point - cardBefore).rotated(float(turn)) + cardAfter;
 }

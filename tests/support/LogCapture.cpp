@@ -45,8 +45,8 @@ void receive(Level level, const std::string& text)
     l.lines.push_back({level, text});
     if (level == Level::Info)
         return;
-    const auto found = std::find_if(
-        l.awaited.begin(), l.awaited.end(), [&](const Announcement& a) { return a.matches(l.lines.back()); });
+    const auto found =
+        std::find_if(l.awaited.begin(), l.awaited.end(), [&](const Announcement& a) { return a.matches(l.lines.back()); });
     if (found != l.awaited.end())
         l.awaited.erase(found);
     else
@@ -110,8 +110,8 @@ std::vector<std::string> logComplaints()
     for (const LogLine& line : l.unannounced)
         complaints.push_back(std::string("unannounced ") + Bedrock::Trace::levelName(line.level) + ": " + line.text);
     for (const Announcement& a : l.awaited)
-        complaints.push_back(std::string("announced ") + Bedrock::Trace::levelName(a.level) + " did not come: " + a.text +
-                             (a.isStartOnly ? "..." : ""));
+        complaints.push_back(std::string("announced ") + Bedrock::Trace::levelName(a.level) + " did not come: " + a.text
+                             + (a.isStartOnly ? "..." : ""));
     return complaints;
 }
 }

@@ -23,20 +23,20 @@ public:
     {
         enum class Kind { Rect, Arc, Image, Text };
         Kind kind;
-        Vecta::Rect rect;           ///< as it was given; for texts the origin and the size of the layout
-        Vecta::Rect sceneBounds;    ///< the same in the scene
-        float opacity = 1.f;        ///< product of all that was pushed, layers too
-        int layers = 0;             ///< how many layers are open
-        int clips = 0;              ///< how many clips hold
+        Vecta::Rect rect;        ///< as it was given; for texts the origin and the size of the layout
+        Vecta::Rect sceneBounds; ///< the same in the scene
+        float opacity = 1.f;     ///< product of all that was pushed, layers too
+        int layers = 0;          ///< how many layers are open
+        int clips = 0;           ///< how many clips hold
         float cornerRadius = 0.f;
-        Lantern::Style style;       ///< rectangles and arcs
-        float radius = 0.f;         ///< arcs
+        Lantern::Style style; ///< rectangles and arcs
+        float radius = 0.f;   ///< arcs
         float fromRadians = 0.f;
         float toRadians = 0.f;
         int segments = 0;
-        QSize imageSize;            ///< images
+        QSize imageSize; ///< images
         Vecta::Rect source;
-        QString text;               ///< texts
+        QString text; ///< texts
         Bedrock::Color color;
     };
 

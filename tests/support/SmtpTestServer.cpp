@@ -249,7 +249,8 @@ SmtpTestServer::Next SmtpTestServer::command(QSslSocket& socket, const QByteArra
     if (verb == "EHLO") {
         const bool offersTls = m_encryption == Encryption::StartTls && !socket.isEncrypted();
         return step(socket, "EHLO",
-                    QByteArray("250-test.example\r\n") + (offersTls ? "250-STARTTLS\r\n" : "") + "250-AUTH PLAIN\r\n250-8BITMIME\r\n250 SMTPUTF8");
+                    QByteArray("250-test.example\r\n") + (offersTls ? "250-STARTTLS\r\n" : "")
+                        + "250-AUTH PLAIN\r\n250-8BITMIME\r\n250 SMTPUTF8");
     }
     if (line.toUpper() == "STARTTLS") {
         if (step(socket, "STARTTLS", "220 go ahead", &isRefused) == Next::End)

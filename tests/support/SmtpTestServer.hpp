@@ -21,12 +21,7 @@ namespace TestSupport
 class SmtpTestServer
 {
 public:
-    enum class Encryption
-    {
-        None,
-        StartTls,
-        Implicit
-    };
+    enum class Encryption { None, StartTls, Implicit };
     struct Mail
     {
         QByteArray sender;
@@ -69,11 +64,7 @@ public:
     [[nodiscard]] qint64 dataBytes() const { return m_dataBytes; }
 
 private:
-    enum class Next
-    {
-        GoOn,
-        End
-    };
+    enum class Next { GoOn, End };
     void listen();
     void accept();
     void serve(int descriptor);

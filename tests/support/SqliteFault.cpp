@@ -14,7 +14,8 @@ SqliteFault SqliteFault::fullDisk(const QString& path, const QString& event, con
 {
     const QString name = QStringLiteral("full_%1_%2").arg(event, table);
     return {path,
-            QStringLiteral("CREATE TRIGGER %1 BEFORE %2 ON %3 BEGIN SELECT RAISE(FAIL, 'database or disk is full'); END").arg(name, event, table),
+            QStringLiteral("CREATE TRIGGER %1 BEFORE %2 ON %3 BEGIN SELECT RAISE(FAIL, 'database or disk is full'); END")
+                .arg(name, event, table),
             QStringLiteral("DROP TRIGGER %1").arg(name)};
 }
 

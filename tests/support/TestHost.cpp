@@ -15,10 +15,8 @@
 namespace TestSupport
 {
 TestHost::TestHost(Vecta::Vector2f sizePx)
-    : m_liveObjectsBefore(Bedrock::ReferenceCounted::liveObjects()),
-      m_app(std::make_unique<Trellis::Application>(sizePx)),
-      m_tavola(Tavola::Tavola::create()),
-      m_tesselService(std::make_shared<FakeTesselService>()),
+    : m_liveObjectsBefore(Bedrock::ReferenceCounted::liveObjects()), m_app(std::make_unique<Trellis::Application>(sizePx)),
+      m_tavola(Tavola::Tavola::create()), m_tesselService(std::make_shared<FakeTesselService>()),
       m_mediaServer(std::make_shared<FakeMediaServer>())
 {
     m_app->addInputSource(input);
@@ -112,8 +110,9 @@ void TestHost::declareComponents(const QStringList& names)
 void TestHost::addPerson(unsigned long code, const QString& name, const QString& email, const QByteArray& contentKey)
 {
     using Tavola::TesselServiceAPI;
-    cache().insert(code, TesselServiceAPI::MarkerProperties(TesselServiceAPI::MarkerProperties::kPersonal,
-                                                            TesselServiceAPI::PersonalMarkerProperties{name, email, contentKey}));
+    cache().insert(code,
+                   TesselServiceAPI::MarkerProperties(TesselServiceAPI::MarkerProperties::kPersonal,
+                                                      TesselServiceAPI::PersonalMarkerProperties{name, email, contentKey}));
 }
 
 void TestHost::addCard(unsigned long code, int type)

@@ -89,8 +89,8 @@ struct TestTable
         static const char* const kNames[] = {"down", "move", "up", "cancel"};
         std::string text;
         for (const Tactile::InputChange& change : sample.changes)
-            text += (text.empty() ? "" : " ") + std::string(kNames[static_cast<int>(change.kind)]) + ' ' +
-                    std::to_string(change.object.id());
+            text += (text.empty() ? "" : " ") + std::string(kNames[static_cast<int>(change.kind)]) + ' '
+                + std::to_string(change.object.id());
         return text;
     }
     [[nodiscard]] std::uint64_t drops(Tactile::TuioDrop cause) const

@@ -26,8 +26,8 @@ struct Bench
         std::string text;
         for (const Tactile::ContactEvent& e : events)
             if (e.kind != Tactile::ContactEvent::Kind::Seen)
-                text += (text.empty() ? "" : " ") + std::string(kNames[static_cast<int>(e.kind)]) + ' ' +
-                        std::to_string(e.key.session);
+                text += (text.empty() ? "" : " ") + std::string(kNames[static_cast<int>(e.kind)]) + ' '
+                    + std::to_string(e.key.session);
         return text;
     }
     [[nodiscard]] std::uint64_t drops(Tactile::TuioDrop cause) const
@@ -47,8 +47,8 @@ inline std::vector<char> fingers(std::int32_t frame, const std::vector<std::int3
     return encoder.finish(frame);
 }
 
-inline std::vector<char> cards(std::int32_t frame, const std::vector<std::int32_t>& alive,
-                               const std::vector<std::int32_t>& sets, std::int32_t code = 1001, float x = 0.5f, float angle = 0.f)
+inline std::vector<char> cards(std::int32_t frame, const std::vector<std::int32_t>& alive, const std::vector<std::int32_t>& sets,
+                               std::int32_t code = 1001, float x = 0.5f, float angle = 0.f)
 {
     Tactile::TuioEncoder encoder;
     encoder.begin(Tactile::TuioProfile::Objects);

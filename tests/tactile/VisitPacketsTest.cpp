@@ -57,9 +57,9 @@ TEST_CASE("visit packets: a script's cards and fingers arrive on a table")
             if (change.kind == Tactile::InputChange::Kind::Move)
                 last = change.object.centerLocation();
             else
-                story += (story.empty() ? "" : " ") +
-                         std::string(change.kind == Tactile::InputChange::Kind::Down ? "down " : "up ") +
-                         (change.object.isMarker() ? "card" : "finger");
+                story += (story.empty() ? "" : " ")
+                    + std::string(change.kind == Tactile::InputChange::Kind::Down ? "down " : "up ")
+                    + (change.object.isMarker() ? "card" : "finger");
         }
     }
     CHECK(story == "down card down finger up finger up card");

@@ -179,8 +179,9 @@ TEST_CASE("visit program: by TCP it says so when no table listens")
     }
     const Outcome outcome = run({write(dir, kVisit), QStringLiteral("--to"), target});
     CHECK(outcome.exitCode == 1);
-    CHECK(outcome.err == QStringLiteral("tavola-visit # Failed to reach %1 (Connection refused); look at --to and at the network\n")
-                             .arg(target.mid(4)));
+    CHECK(outcome.err
+          == QStringLiteral("tavola-visit # Failed to reach %1 (Connection refused); look at --to and at the network\n")
+                 .arg(target.mid(4)));
 }
 
 TEST_CASE("visit program: a script with errors is not played, and each error is named with its place")
@@ -190,8 +191,9 @@ TEST_CASE("visit program: a script with errors is not played, and each error is 
     const QString file = write(dir, "at 0 card 1 down 5 5\nat 1 finger 1 up\nwait\n");
     const Outcome outcome = run({file, QStringLiteral("--to"), hall.target});
     CHECK(outcome.exitCode == 2);
-    CHECK(outcome.err == file + QStringLiteral(":2:15: finger 1 is not down; put it down first\n") + file +
-                             QStringLiteral(":3:1: unknown word \"wait\"; begin the line with \"size\" or \"at\"\n"));
+    CHECK(outcome.err
+          == file + QStringLiteral(":2:15: finger 1 is not down; put it down first\n") + file
+              + QStringLiteral(":3:1: unknown word \"wait\"; begin the line with \"size\" or \"at\"\n"));
     CHECK(hall.input.datagramsReceived() == 0);
 }
 
@@ -207,14 +209,20 @@ TEST_CASE("visit program: wrong arguments are told with their remedy")
         {{}, 2, "tavola-visit # No script was given; see --help\n"},
         {{"--fast"}, 2, "tavola-visit # Unknown option --fast; see --help\n"},
         {{"a", "--to"}, 2, "tavola-visit # Missing a value after --to; see --help\n"},
-        {{"a", "--to", "here"}, 2, "tavola-visit # Failed to read --to \"here\"; give HOST:PORT such as 127.0.0.1:3333, or tcp:HOST:PORT\n"},
-        {{"a", "--to", "h:70000"}, 2, "tavola-visit # Failed to read --to \"h:70000\"; give HOST:PORT such as 127.0.0.1:3333, or tcp:HOST:PORT\n"},
-        {{"a", "--to", "tcp:3333"}, 2,
+        {{"a", "--to", "here"},
+         2,
+         "tavola-visit # Failed to read --to \"here\"; give HOST:PORT such as 127.0.0.1:3333, or tcp:HOST:PORT\n"},
+        {{"a", "--to", "h:70000"},
+         2,
+         "tavola-visit # Failed to read --to \"h:70000\"; give HOST:PORT such as 127.0.0.1:3333, or tcp:HOST:PORT\n"},
+        {{"a", "--to", "tcp:3333"},
+         2,
          "tavola-visit # Failed to read --to \"tcp:3333\"; give HOST:PORT such as 127.0.0.1:3333, or tcp:HOST:PORT\n"},
         {{"a", "--rate", "0"}, 2, "tavola-visit # Failed to read --rate \"0\"; give a number from 1 to 1000\n"},
         {{"a", "--tuio-version", "3"}, 2, "tavola-visit # Failed to read --tuio-version \"3\"; give 1.1 or 2.0\n"},
         {{"a", "b"}, 2, "tavola-visit # More than one file was given (a, b); play them one by one\n"},
-        {{"/nowhere/visit.txt"}, 1,
+        {{"/nowhere/visit.txt"},
+         1,
          "tavola-visit # Failed to read /nowhere/visit.txt (No such file or directory); look at its name and rights\n"},
     };
     for (const Row& row : rows) {

@@ -63,7 +63,7 @@ struct MenuHost
         QByteArray json = R"({"entries": [)";
         for (int i = 0; i < count; ++i)
             json += QByteArray(i > 0 ? "," : "") + R"({"text": "Entry )" + QByteArray::number(i)
-                    + R"(", "content": {"component": "panel", "classes": ["content"]}})";
+                + R"(", "content": {"component": "panel", "classes": ["content"]}})";
         return json + "]}";
     }
     static std::vector<Trellis::Widget*> withClass(const Trellis::Widget& widget, const char* cssClass)
@@ -74,12 +74,12 @@ struct MenuHost
                 found.push_back(child.get());
         return found;
     }
-    static Trellis::Widget& entry(const Trellis::Widget& node, std::size_t index) { return *withClass(node, "menu-entry").at(index); }
-    static Vecta::Vector2f sceneCenter(const Trellis::Widget& widget) { return widget.mapToScene(widget.size() * 0.5f); }
-    void tap(const Trellis::Widget& widget)
+    static Trellis::Widget& entry(const Trellis::Widget& node, std::size_t index)
     {
-        host.tap(sceneCenter(widget));
+        return *withClass(node, "menu-entry").at(index);
     }
+    static Vecta::Vector2f sceneCenter(const Trellis::Widget& widget) { return widget.mapToScene(widget.size() * 0.5f); }
+    void tap(const Trellis::Widget& widget) { host.tap(sceneCenter(widget)); }
     /// What menus have launched.
     [[nodiscard]] std::vector<Trellis::Widget*> launched() { return withClass(host.mainWidget(), "content"); }
 

@@ -59,6 +59,7 @@ inline QByteArray locked()
     pdf += "xref\n0 5\n0000000000 65535 f \n";
     for (const int place : places)
         pdf += QByteArray::number(place).rightJustified(10, '0') + " 00000 n \n";
-    return pdf + "trailer\n<< /Size 5 /Root 1 0 R /Encrypt 4 0 R /ID [<33> <33>] >>\nstartxref\n" + QByteArray::number(table) + "\n%%EOF\n";
+    return pdf + "trailer\n<< /Size 5 /Root 1 0 R /Encrypt 4 0 R /ID [<33> <33>] >>\nstartxref\n" + QByteArray::number(table)
+        + "\n%%EOF\n";
 }
 }

@@ -23,9 +23,8 @@ public:
             return;
         auto factory = std::make_shared<Tavola::ComponentFactory>();
         factory->create = [] {
-            return std::make_shared<Tavola::WidgetComponent>([]() -> Bedrock::IntrusivePtr<Trellis::Widget> {
-                return Bedrock::makeIntrusive<ThingWidget>();
-            });
+            return std::make_shared<Tavola::WidgetComponent>(
+                []() -> Bedrock::IntrusivePtr<Trellis::Widget> { return Bedrock::makeIntrusive<ThingWidget>(); });
         };
         factory->type = &typeid(Tavola::WidgetComponent);
         m_entry = application->registerFactory(QStringLiteral("thing"), factory);

@@ -25,11 +25,11 @@ inline doctest::Approx near(float value)
     return doctest::Approx(double(value)).epsilon(1e-4);
 }
 
-#define CHECK_POINT(point, expectedX, expectedY)                                                                          \
-    do {                                                                                                                  \
-        const Vecta::Vector2f checkedPoint = (point);                                                                     \
-        CHECK(checkedPoint.x == doctest::Approx(double(expectedX)).epsilon(1e-4));                                       \
-        CHECK(checkedPoint.y == doctest::Approx(double(expectedY)).epsilon(1e-4));                                       \
+#define CHECK_POINT(point, expectedX, expectedY)                                                                                 \
+    do {                                                                                                                         \
+        const Vecta::Vector2f checkedPoint = (point);                                                                            \
+        CHECK(checkedPoint.x == doctest::Approx(double(expectedX)).epsilon(1e-4));                                               \
+        CHECK(checkedPoint.y == doctest::Approx(double(expectedY)).epsilon(1e-4));                                               \
     } while (false)
 
 /// Gives a widget declarations of its own, on the style layer.
@@ -37,8 +37,8 @@ inline void style(Trellis::Widget& widget, const char* declarations)
 {
     const QByteArray id = "w" + QByteArray::number(qlonglong(widget.id()));
     widget.setCSSId(id);
-    Cascara::StyleEngine::instance().addStyleSheet(QStringLiteral("#%1 { %2 }").arg(QString::fromLatin1(id), QString::fromUtf8(declarations)),
-                                                   QStringLiteral("test.css"));
+    Cascara::StyleEngine::instance().addStyleSheet(
+        QStringLiteral("#%1 { %2 }").arg(QString::fromLatin1(id), QString::fromUtf8(declarations)), QStringLiteral("test.css"));
 }
 
 /// A table of 1000 by 800 pixels with a scripted input, cranked by hand.
@@ -61,9 +61,10 @@ struct TestScene
     Trellis::Widget& box(float x, float y, float width, float height, const char* more = "")
     {
         auto* widget = new Trellis::Widget(app.mainLayer().get());
-        style(*widget, ("position: absolute; left: " + std::to_string(x) + "px; top: " + std::to_string(y) + "px; width: "
-                        + std::to_string(width) + "px; height: " + std::to_string(height) + "px; " + more)
-                           .c_str());
+        style(*widget,
+              ("position: absolute; left: " + std::to_string(x) + "px; top: " + std::to_string(y)
+               + "px; width: " + std::to_string(width) + "px; height: " + std::to_string(height) + "px; " + more)
+                  .c_str());
         return *widget;
     }
 

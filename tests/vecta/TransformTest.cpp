@@ -41,8 +41,8 @@ TEST_CASE("transform: the inverse undoes it")
     std::uniform_real_distribution<float> angle(-7.f, 7.f);
     std::uniform_real_distribution<float> scale(0.1f, 5.f);
     for (int i = 0; i < 100; ++i) {
-        const Transform t = Transform::translation({coordinate(random), coordinate(random)}) *
-            Transform::rotation(angle(random)) * Transform::scaling(scale(random));
+        const Transform t = Transform::translation({coordinate(random), coordinate(random)}) * Transform::rotation(angle(random))
+            * Transform::scaling(scale(random));
         const auto back = t.inverted();
         REQUIRE(back.has_value());
         const Vector2f p{coordinate(random), coordinate(random)};

@@ -35,8 +35,8 @@ public:
 private:
     void sendFrame(const Frame& frame, double seconds, bool isWhole, const Send& send);
     void sendComponents(const Frame& frame, double seconds, bool isWhole, const Send& send);
-    void sendProfile(Tactile::TuioProfile profile, const std::vector<Contact>& contacts, std::vector<Contact>& last,
-                     bool isWhole, const Send& send);
+    void sendProfile(Tactile::TuioProfile profile, const std::vector<Contact>& contacts, std::vector<Contact>& last, bool isWhole,
+                     const Send& send);
 
     TuioVersion m_version;
     double m_beganSeconds;

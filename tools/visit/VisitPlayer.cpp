@@ -55,8 +55,8 @@ Frame Player::frameAt(double seconds) const
             break;
         if (action.verb == Verb::Down) {
             const float angle = action.angleDegrees.value_or(0.f);
-            walkers.push_back({action.subject, action.number, ++session, action.x, action.y, angle, action.x, action.y,
-                               angle, action.atSeconds, 0.0});
+            walkers.push_back({action.subject, action.number, ++session, action.x, action.y, angle, action.x, action.y, angle,
+                               action.atSeconds, 0.0});
             continue;
         }
         const auto found = std::find_if(walkers.begin(), walkers.end(), [&action](const Walker& w) {

@@ -18,8 +18,7 @@ struct Contact
 
     friend bool operator==(const Contact& a, const Contact& b)
     {
-        return a.session == b.session && a.number == b.number && a.x == b.x && a.y == b.y &&
-               a.angleRadians == b.angleRadians;
+        return a.session == b.session && a.number == b.number && a.x == b.x && a.y == b.y && a.angleRadians == b.angleRadians;
     }
 };
 

@@ -87,8 +87,8 @@ private:
             else if (first.text == "at")
                 readAction(number);
             else
-                throw BadLine{first.column, "unknown word \"" + std::string(first.text) +
-                                                "\"; begin the line with \"size\" or \"at\""};
+                throw BadLine{first.column,
+                              "unknown word \"" + std::string(first.text) + "\"; begin the line with \"size\" or \"at\""};
         } catch (const BadLine& bad) {
             m_result.errors.push_back({number, bad.column, bad.text});
         }
@@ -117,8 +117,9 @@ private:
         if (error != std::errc() || end != word.text.data() + word.text.size() || !std::isfinite(value))
             throw BadLine{word.column, '"' + std::string(word.text) + "\" is no number; give " + what};
         if (value < least || value > most)
-            throw BadLine{word.column, '"' + std::string(word.text) + "\" is out of range; give " + what +
-                                           " between " + inShort(least) + " and " + inShort(most)};
+            throw BadLine{word.column,
+                          '"' + std::string(word.text) + "\" is out of range; give " + what + " between " + inShort(least)
+                              + " and " + inShort(most)};
         return value;
     }
 
@@ -169,8 +170,7 @@ private:
         if (subject.text == "card")
             action.subject = Subject::Card;
         else if (subject.text != "finger")
-            throw BadLine{subject.column, "unknown word \"" + std::string(subject.text) +
-                                              "\"; write \"card\" or \"finger\""};
+            throw BadLine{subject.column, "unknown word \"" + std::string(subject.text) + "\"; write \"card\" or \"finger\""};
         const bool isCard = action.subject == Subject::Card;
         action.number = isCard ? takeWhole("the card's code, 0 or more", 0) : takeWhole("the finger's number, 1 or more", 1);
         const char* verbs = isCard ? "\"down\", \"move\" or \"up\"" : "\"down\", \"move\", \"up\" or \"tap\"";
@@ -212,8 +212,7 @@ private:
     void checkPresence(const Action& action, bool isTap, int column)
     {
         Presence& presence = m_presence[{action.subject, action.number}];
-        const std::string name =
-            (action.subject == Subject::Card ? "card " : "finger ") + std::to_string(action.number);
+        const std::string name = (action.subject == Subject::Card ? "card " : "finger ") + std::to_string(action.number);
         if (presence.busyUntil > action.atSeconds)
             throw BadLine{column, name + " still taps; begin at least 0.1 s later"};
         if (action.verb == Verb::Down && presence.isDown)

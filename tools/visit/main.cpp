@@ -31,7 +31,8 @@ constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
 constexpr double kLatestSeconds = 4e9; // a time tag has 32 bits for seconds
 
-const char* const kHelp = R"(Usage: tavola-visit FILE [--to [tcp:]HOST:PORT] [--rate HZ] [--tuio-version 1.1|2.0] [--lift] [--step]
+const char* const kHelp =
+    R"(Usage: tavola-visit FILE [--to [tcp:]HOST:PORT] [--rate HZ] [--tuio-version 1.1|2.0] [--lift] [--step]
                           [--source NAME] [--began SECONDS]
 
 Plays a visit to the table, written down in FILE, as TUIO.
@@ -107,8 +108,8 @@ bool readArguments(int count, char** arguments, Options& options)
 {
     for (int i = 1; i < count; ++i) {
         const std::string argument = arguments[i];
-        const bool takesValue = argument == "--to" || argument == "--rate" || argument == "--source" ||
-            argument == "--tuio-version" || argument == "--began";
+        const bool takesValue = argument == "--to" || argument == "--rate" || argument == "--source"
+            || argument == "--tuio-version" || argument == "--began";
         if (takesValue && i + 1 == count)
             return fail("Missing a value after " + argument + "; see --help");
         if (argument == "--to") {
@@ -117,8 +118,7 @@ bool readArguments(int count, char** arguments, Options& options)
         } else if (argument == "--rate") {
             const std::string text = arguments[++i];
             const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), options.rateHz);
-            if (error != std::errc() || stop != text.data() + text.size() || !(options.rateHz >= 1.0) ||
-                options.rateHz > 1000.0)
+            if (error != std::errc() || stop != text.data() + text.size() || !(options.rateHz >= 1.0) || options.rateHz > 1000.0)
                 return fail("Failed to read --rate \"" + text + "\"; give a number from 1 to 1000");
         } else if (argument == "--tuio-version") {
             const std::string text = arguments[++i];
@@ -132,8 +132,8 @@ bool readArguments(int count, char** arguments, Options& options)
         } else if (argument == "--began") {
             const std::string text = arguments[++i];
             const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), options.beganSeconds);
-            if (error != std::errc() || stop != text.data() + text.size() || !(options.beganSeconds > 0.0) ||
-                options.beganSeconds > kLatestSeconds)
+            if (error != std::errc() || stop != text.data() + text.size() || !(options.beganSeconds > 0.0)
+                || options.beganSeconds > kLatestSeconds)
                 return fail("Failed to read --began \"" + text + "\"; give seconds above 0 and up to 4000000000");
         } else if (argument == "--source") {
             options.source = arguments[++i];
@@ -205,8 +205,9 @@ public:
     void waitFor(double seconds, std::uint64_t datagramsSent)
     {
         if (!m_isStepped) {
-            std::this_thread::sleep_until(m_start + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-                                                        std::chrono::duration<double>(seconds)));
+            std::this_thread::sleep_until(
+                m_start
+                + std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(seconds)));
             return;
         }
         std::string line;
@@ -254,8 +255,8 @@ bool play(const Visit::Player& player, int descriptor, const Options& options)
         // second.
         if (!sendPacket(descriptor, packet, options.isStream) && (options.isStream || errno != ECONNREFUSED)) {
             if (isSent)
-                fail(std::string("Failed to send to ") + options.host + ':' + options.port + " (" +
-                     std::strerror(errno) + "); look at --to and at the network");
+                fail(std::string("Failed to send to ") + options.host + ':' + options.port + " (" + std::strerror(errno)
+                     + "); look at --to and at the network");
             isSent = false;
         }
     };

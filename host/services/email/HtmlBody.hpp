@@ -15,8 +15,8 @@ struct Parts
 {
     QString htmlTemplate;
     QString textTemplate;
-    QString text;    ///< the text template, filled
-    QString name;    ///< what stands for "<name>"
+    QString text;     ///< the text template, filled
+    QString name;     ///< what stands for "<name>"
     QString addendum; ///< lines at the end, beside what the template says; may be empty
 };
 

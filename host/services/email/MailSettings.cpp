@@ -88,8 +88,8 @@ std::optional<MailSettings> MailSettings::read(const QJsonObject& entry, const Q
 {
     const EntryReader reader(entry, folder, report);
     reader.checkKnown({"name", "server", "startTls", "caFile", "credentials", "sender", "subject", "template", "htmlTemplate",
-                      "filesAddress", "largeFilesText", "missingFilesText", "attachmentLimitMegabytes", "connectTimeoutSeconds",
-                      "timeoutSeconds", "answerSeconds", "retrySeconds", "giveUpHours"});
+                       "filesAddress", "largeFilesText", "missingFilesText", "attachmentLimitMegabytes", "connectTimeoutSeconds",
+                       "timeoutSeconds", "answerSeconds", "retrySeconds", "giveUpHours"});
     MailSettings settings;
     settings.folder = folder;
     settings.name = reader.text("name");
@@ -124,8 +124,7 @@ std::optional<MailSettings> MailSettings::read(const QJsonObject& entry, const Q
     if (!settings.filesAddress.isEmpty() && !settings.filesAddress.endsWith(QLatin1Char('/')))
         settings.filesAddress += QLatin1Char('/');
     settings.largeFilesText = reader.text("largeFilesText", QStringLiteral("These files are too large for an e-mail:"));
-    settings.missingFilesText =
-        reader.text("missingFilesText", QStringLiteral("These files could not be read and are missing:"));
+    settings.missingFilesText = reader.text("missingFilesText", QStringLiteral("These files could not be read and are missing:"));
     constexpr double kMega = 1e6;
     settings.attachmentLimitBytes =
         qint64(reader.number("attachmentLimitMegabytes", double(settings.attachmentLimitBytes) / kMega, 1e6) * kMega);

@@ -9,12 +9,12 @@
 
 class QJsonObject;
 
-/// How a table sends e-mail: an entry of "services.email-service" in presentation.json. A plain record; the password is not in it.
+/// How a table sends e-mail: an entry of "services.email-service" in presentation.json. A plain record; the password is not in
+/// it.
 struct MailSettings
 {
     /// What smtp:// does about encryption; smtps:// is encrypted from the first byte on.
-    enum class StartTls
-    {
+    enum class StartTls {
         Required,
         IfOffered, ///< a password still never goes out unencrypted
         Never      ///< with a password only for a server on this machine
@@ -36,8 +36,8 @@ struct MailSettings
     qint64 attachmentLimitBytes = 10'000'000; ///< all files of one message together
     double connectTimeoutSeconds = 10.0;
     double timeoutSeconds = 300.0; ///< one attempt from beginning to end
-    double answerSeconds = 15.0;   ///< how long a sender waits for the first attempt; then a message that is kept counts as success
-    double retrySeconds = 60.0;    ///< before the second attempt; doubled with each further one, up to an hour
+    double answerSeconds = 15.0; ///< how long a sender waits for the first attempt; then a message that is kept counts as success
+    double retrySeconds = 60.0;  ///< before the second attempt; doubled with each further one, up to an hour
     double giveUpHours = 120.0;
 
     /// Reports what is wrong: the key inside the entry and the reason.

@@ -83,9 +83,7 @@ bool MessageIntake::takeFiles(const MailJob& job, OutboxMessage& message, Notes&
                                     name.toUtf8().constData(), reason.toUtf8().constData());
             notes.missing += name + QLatin1Char('\n');
             break;
-        case OutboxFiles::Copy::DiskFault:
-            error = QStringLiteral("the message cannot be kept (%1)").arg(reason);
-            return false;
+        case OutboxFiles::Copy::DiskFault: error = QStringLiteral("the message cannot be kept (%1)").arg(reason); return false;
         }
     }
     if (message.files.empty()) {
@@ -130,6 +128,6 @@ void MessageIntake::write(const MailJob& job, const Notes& notes, OutboxMessage&
         addendum += QLatin1Char('\n') + m_settings.missingFilesText + QLatin1Char('\n') + notes.missing;
     message.text = job.content + addendum;
     if (!m_settings.htmlTemplate.isEmpty())
-        message.html = HtmlBody::compose({m_settings.htmlTemplate, m_settings.textTemplate, job.content,
-                                          job.recipients.front().address.name, addendum});
+        message.html = HtmlBody::compose(
+            {m_settings.htmlTemplate, m_settings.textTemplate, job.content, job.recipients.front().address.name, addendum});
 }

@@ -25,7 +25,8 @@ constexpr int kSchemaVersion = 1;
 
 const char* const kSchema[] = {
     "CREATE TABLE IF NOT EXISTS messages (id INTEGER PRIMARY KEY AUTOINCREMENT, message_id TEXT NOT NULL UNIQUE, "
-    "created INTEGER NOT NULL, queued_since INTEGER NOT NULL, state INTEGER NOT NULL, attempts INTEGER NOT NULL, next_attempt INTEGER NOT NULL, "
+    "created INTEGER NOT NULL, queued_since INTEGER NOT NULL, state INTEGER NOT NULL, attempts INTEGER NOT NULL, next_attempt "
+    "INTEGER NOT NULL, "
     "last_error TEXT NOT NULL, sender_address TEXT NOT NULL, sender_name TEXT NOT NULL, subject TEXT NOT NULL, "
     "text TEXT NOT NULL, html TEXT NOT NULL, folder TEXT NOT NULL)",
     "CREATE TABLE IF NOT EXISTS recipients (message INTEGER NOT NULL REFERENCES messages(id) ON DELETE CASCADE, "
@@ -38,8 +39,9 @@ const char* const kSchema[] = {
 constexpr auto kQueued = int(OutboxMessage::State::Queued);
 constexpr auto kSending = int(OutboxMessage::State::Sending);
 
-const char* const kColumns = "SELECT id, message_id, created, state, attempts, next_attempt, last_error, sender_address, sender_name, "
-                             "subject, text, html, folder, queued_since FROM messages ";
+const char* const kColumns =
+    "SELECT id, message_id, created, state, attempts, next_attempt, last_error, sender_address, sender_name, "
+    "subject, text, html, folder, queued_since FROM messages ";
 
 bool insertParts(SqliteTransaction& transaction, const OutboxMessage& message)
 {
@@ -169,11 +171,12 @@ bool Outbox::add(OutboxMessage& message)
 {
     SqliteTransaction transaction = writing();
     if (!transaction.run(
-            QStringLiteral("INSERT INTO messages (message_id, created, queued_since, state, attempts, next_attempt, last_error, "
-                           "sender_address, sender_name, subject, text, html, folder) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
-            {message.messageId, message.createdMs, message.queuedSinceMs, int(message.state), message.attempts, message.nextAttemptMs,
-             message.lastError, message.sender.address, message.sender.name, message.subject, message.text, message.html,
-             message.folder}))
+            QStringLiteral(
+                "INSERT INTO messages (message_id, created, queued_since, state, attempts, next_attempt, last_error, "
+                "sender_address, sender_name, subject, text, html, folder) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
+            {message.messageId, message.createdMs, message.queuedSinceMs, int(message.state), message.attempts,
+             message.nextAttemptMs, message.lastError, message.sender.address, message.sender.name, message.subject, message.text,
+             message.html, message.folder}))
         return false;
     message.id = transaction.insertedId();
     if (!insertParts(transaction, message) || !transaction.commit())
@@ -211,7 +214,8 @@ bool Outbox::selectParts(SqliteTransaction& transaction, OutboxMessage& message)
                QStringLiteral("SELECT address, name, type, outcome, reply FROM recipients WHERE message = ? ORDER BY position"),
                {message.id})
         && transaction.forEachRow(addRecipient)
-        && transaction.run(QStringLiteral("SELECT name, mime_type, size FROM files WHERE message = ? ORDER BY position"), {message.id})
+        && transaction.run(QStringLiteral("SELECT name, mime_type, size FROM files WHERE message = ? ORDER BY position"),
+                           {message.id})
         && transaction.forEachRow(addFile);
 }
 
@@ -240,19 +244,16 @@ std::optional<OutboxSummary> Outbox::summary(qint64 nowMs) const
             summary.queued = count;
             summary.nextAttemptMs = row.value(3).toLongLong();
             break;
-        case OutboxMessage::State::Sending:
-            summary.sending = count;
-            break;
-        case OutboxMessage::State::Failed:
-            summary.failed = count;
-            break;
+        case OutboxMessage::State::Sending: summary.sending = count; break;
+        case OutboxMessage::State::Failed: summary.failed = count; break;
         }
     };
     SqliteTransaction transaction = reading();
     const bool isRead =
-        transaction.run(QStringLiteral("SELECT state, COUNT(*), MIN(created), MIN(CASE WHEN next_attempt > ? THEN 0 ELSE next_attempt END) "
-                                       "FROM messages GROUP BY state"),
-                        {nowMs + kLongestPauseMs})
+        transaction.run(
+            QStringLiteral("SELECT state, COUNT(*), MIN(created), MIN(CASE WHEN next_attempt > ? THEN 0 ELSE next_attempt END) "
+                           "FROM messages GROUP BY state"),
+            {nowMs + kLongestPauseMs})
         && transaction.forEachRow(addRow);
     return isRead ? std::optional(summary) : std::nullopt;
 }
@@ -270,7 +271,8 @@ Outbox::Claim Outbox::claimDue(qint64 nowMs, Which which)
     if (due->empty())
         return {};
     OutboxMessage& message = due->front();
-    if (!transaction.run(QStringLiteral("UPDATE messages SET state = ? WHERE id = ?"), {kSending, message.id}) || !transaction.commit())
+    if (!transaction.run(QStringLiteral("UPDATE messages SET state = ? WHERE id = ?"), {kSending, message.id})
+        || !transaction.commit())
         return {std::nullopt, true};
     message.state = OutboxMessage::State::Sending;
     forgetWarnings();
@@ -291,7 +293,8 @@ bool Outbox::update(const OutboxMessage& message)
 {
     SqliteTransaction transaction = writing();
     if (!transaction.run(
-            QStringLiteral("UPDATE messages SET state = ?, attempts = ?, next_attempt = ?, queued_since = ?, last_error = ? WHERE id = ?"),
+            QStringLiteral(
+                "UPDATE messages SET state = ?, attempts = ?, next_attempt = ?, queued_since = ?, last_error = ? WHERE id = ?"),
             {int(message.state), message.attempts, message.nextAttemptMs, message.queuedSinceMs, message.lastError, message.id}))
         return false;
     int position = 0;
@@ -309,7 +312,8 @@ bool Outbox::retry(qint64 id, qint64 nowMs)
 {
     SqliteTransaction transaction = writing();
     if (!transaction.run(
-            QStringLiteral("UPDATE messages SET state = ?, attempts = 0, next_attempt = 0, queued_since = ? WHERE id = ? AND state <> ?"),
+            QStringLiteral(
+                "UPDATE messages SET state = ?, attempts = 0, next_attempt = 0, queued_since = ? WHERE id = ? AND state <> ?"),
             {kQueued, nowMs, id, kSending}))
         return false;
     return transaction.changedRows() == 1
@@ -327,7 +331,8 @@ bool Outbox::drop(qint64 id)
         SqliteTransaction transaction = writing();
         isDropped = transaction.run(QStringLiteral("SELECT folder FROM messages WHERE id = ?"), {id})
             && transaction.forEachRow([&folder](const QSqlQuery& row) { folder = row.value(0).toString(); })
-            && transaction.run(QStringLiteral("DELETE FROM messages WHERE id = ? AND (state <> ? OR ?)"), {id, kSending, nobodySends})
+            && transaction.run(QStringLiteral("DELETE FROM messages WHERE id = ? AND (state <> ? OR ?)"),
+                               {id, kSending, nobodySends})
             && transaction.changedRows() == 1 && transaction.commit();
     }
     if (nobodySends)

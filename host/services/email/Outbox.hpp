@@ -42,8 +42,7 @@ public:
     /// No attempt waits longer than this for the next one. A message that would was put off under a wrong clock: it is due.
     static constexpr qint64 kLongestPauseMs = 3'600'000;
 
-    enum class Which
-    {
+    enum class Which {
         All,
         Untried ///< those of which no attempt has failed yet
     };

@@ -66,17 +66,14 @@ std::optional<OutboxAttempts::Ending> OutboxAttempts::attempt(OutboxMessage mess
 {
     const SmtpSender::Result result = m_sender.send(message, stop);
     switch (result.outcome) {
-    case SmtpSender::Outcome::Delivered:
-        return Ending{Ending::Kind::Delivered, std::move(message), QString(), 0.0};
-    case SmtpSender::Outcome::Later:
-        return putOff(std::move(message), result.words);
+    case SmtpSender::Outcome::Delivered: return Ending{Ending::Kind::Delivered, std::move(message), QString(), 0.0};
+    case SmtpSender::Outcome::Later: return putOff(std::move(message), result.words);
     case SmtpSender::Outcome::Refused:
         ++message.attempts;
         message.state = OutboxMessage::State::Failed;
         message.lastError = result.words;
         return Ending{Ending::Kind::Refused, std::move(message), result.words, 0.0};
-    case SmtpSender::Outcome::Stopped:
-        break;
+    case SmtpSender::Outcome::Stopped: break;
     }
     message.state = OutboxMessage::State::Queued;
     message.nextAttemptMs = 0;
@@ -140,8 +137,9 @@ void OutboxAttempts::tell(const Ending& ending) const
                                 names.constData(), words.constData(), ending.pauseSeconds);
         break;
     case Ending::Kind::GivenUp:
-        Bedrock::Trace::warning("OutboxService # Message %lld to %s is given up after %g hours (%s); it stays in the outbox as failed", id,
-                                names.constData(), m_settings.giveUpHours, words.constData());
+        Bedrock::Trace::warning(
+            "OutboxService # Message %lld to %s is given up after %g hours (%s); it stays in the outbox as failed", id,
+            names.constData(), m_settings.giveUpHours, words.constData());
         break;
     case Ending::Kind::Refused:
         Bedrock::Trace::warning("OutboxService # Message %lld to %s was refused (%s); it stays in the outbox as failed", id,
@@ -155,7 +153,8 @@ void OutboxAttempts::tellUnwritten(const Ending& ending) const
     const QString what = ending.kind == Ending::Kind::Delivered ? QStringLiteral("it is delivered")
         : ending.kind == Ending::Kind::Refused                  ? QStringLiteral("it was refused: ") + ending.words
                                                                 : QStringLiteral("it is not delivered: ") + ending.words;
-    Bedrock::Trace::warning("OutboxService # Failed to write what became of message %lld to %s (%s); nothing else is sent until that is written",
-                            static_cast<long long>(ending.message.id), ending.message.recipientNames().toUtf8().constData(),
-                            what.toUtf8().constData());
+    Bedrock::Trace::warning(
+        "OutboxService # Failed to write what became of message %lld to %s (%s); nothing else is sent until that is written",
+        static_cast<long long>(ending.message.id), ending.message.recipientNames().toUtf8().constData(),
+        what.toUtf8().constData());
 }

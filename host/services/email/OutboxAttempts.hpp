@@ -23,8 +23,7 @@ class OutboxAttempts
 public:
     /// Milliseconds since 1970; called on any thread.
     using Clock = std::function<qint64()>;
-    enum class Turn
-    {
+    enum class Turn {
         Made,
         NothingDue,
         Fault ///< the outbox cannot be read or written now
@@ -55,13 +54,7 @@ private:
     /// How an attempt ended, until that is written.
     struct Ending
     {
-        enum class Kind
-        {
-            Delivered,
-            PutOff,
-            GivenUp,
-            Refused
-        };
+        enum class Kind { Delivered, PutOff, GivenUp, Refused };
         Kind kind = Kind::Delivered;
         OutboxMessage message;
         QString words;

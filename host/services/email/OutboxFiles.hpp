@@ -9,8 +9,7 @@ class QIODevice;
 class OutboxFiles
 {
 public:
-    enum class Copy
-    {
+    enum class Copy {
         Done,
         Unreadable, ///< the source's fault
         DiskFault   ///< ours: the disk is full or broken

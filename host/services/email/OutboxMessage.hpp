@@ -9,18 +9,12 @@
 /// A message as the outbox keeps it: complete, so that it goes out the same however often it is tried. A plain record.
 struct OutboxMessage
 {
-    enum class State
-    {
+    enum class State {
         Queued,
         Sending, ///< an attempt is under way; after a crash as good as queued
         Failed   ///< refused for good, or given up; somebody must look at it
     };
-    enum class Outcome
-    {
-        Open,
-        Delivered,
-        Refused
-    };
+    enum class Outcome { Open, Delivered, Refused };
     struct Recipient
     {
         Tavola::EmailAddress address;

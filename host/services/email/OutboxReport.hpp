@@ -21,7 +21,7 @@ public:
     /// What a look at the queue found.
     struct Look
     {
-        bool isDue = false; ///< a message should be tried now, as far as one can see
+        bool isDue = false;                             ///< a message should be tried now, as far as one can see
         std::optional<std::chrono::milliseconds> pause; ///< until the next look; nothing while the outbox is empty
     };
 
@@ -36,7 +36,7 @@ public:
 private:
     const Outbox& m_outbox;
     const Clock m_clock;
-    std::mutex m_lookMutex; ///< one look at a time, so that an older one never replaces a newer one
+    std::mutex m_lookMutex;     ///< one look at a time, so that an older one never replaces a newer one
     mutable std::mutex m_mutex; ///< guards what follows
     int m_queued = 0;
     int m_sending = 0;

@@ -32,9 +32,11 @@ struct OutboxService::Private
         OutboxAnswers::Promise promise;
     };
 
-    Private(const MailSettings& mailSettings, const MailCredentials& credentials, std::unique_ptr<Outbox> openOutbox, const Clock& theClock)
-        : settings(mailSettings), clock(theClock), outbox(std::move(openOutbox)), answers(settings.answerSeconds), report(*outbox, clock),
-          attempts(settings, credentials, {*outbox, answers, report, clock}), intake(settings, outbox->files())
+    Private(const MailSettings& mailSettings, const MailCredentials& credentials, std::unique_ptr<Outbox> openOutbox,
+            const Clock& theClock)
+        : settings(mailSettings), clock(theClock), outbox(std::move(openOutbox)), answers(settings.answerSeconds),
+          report(*outbox, clock), attempts(settings, credentials, {*outbox, answers, report, clock}),
+          intake(settings, outbox->files())
     {
     }
 
@@ -151,8 +153,7 @@ void OutboxService::Private::runAttempts(Outbox::Which which)
     while (!isStopping) {
         const unsigned seen = round;
         lock.unlock();
-        while (!isStopping && attempts.makeOne(which, isStopping) == OutboxAttempts::Turn::Made) {
-        }
+        while (!isStopping && attempts.makeOne(which, isStopping) == OutboxAttempts::Turn::Made) {}
         lock.lock();
         roundBegun.wait(lock, [&] { return isStopping || round != seen; });
     }
@@ -203,14 +204,16 @@ void OutboxService::Private::look()
 
 OutboxService::OutboxService() = default;
 
-std::shared_ptr<OutboxService> OutboxService::open(const MailSettings& settings, const QString& folder, QString& error, Clock clock)
+std::shared_ptr<OutboxService> OutboxService::open(const MailSettings& settings, const QString& folder, QString& error,
+                                                   Clock clock)
 {
     const auto credentials = MailCredentials::load(settings.credentialsFile, error);
     if (!credentials)
         return nullptr;
     if (!credentials->user.isEmpty() && settings.isOpenToListeners()) {
-        error = QStringLiteral("\"startTls\": \"never\" would send the password to the mail server %1 unencrypted; set it to \"required\", "
-                               "or leave out the credentials (the file, or TAVOLA_SMTP_USER)")
+        error = QStringLiteral(
+                    "\"startTls\": \"never\" would send the password to the mail server %1 unencrypted; set it to \"required\", "
+                    "or leave out the credentials (the file, or TAVOLA_SMTP_USER)")
                     .arg(settings.server);
         return nullptr;
     }

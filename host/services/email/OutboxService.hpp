@@ -40,7 +40,8 @@ public:
     folly::Future<EmailStatus> send(const Tavola::EmailMessage& message) override;
     Tavola::EmailMessage createMessage() override;
 
-    /// {"name", "queued", "sending", "failed", "oldest" (ISO time or null), "lastError", "lastErrorAt"}. Any thread; does not block.
+    /// {"name", "queued", "sending", "failed", "oldest" (ISO time or null), "lastError", "lastErrorAt"}. Any thread; does not
+    /// block.
     [[nodiscard]] QJsonObject state() const;
     /// Looks at the queue now, because time has passed or somebody changed it. Any thread.
     void wake();

@@ -176,22 +176,17 @@ QString SmtpSender::explain(int code, const char* detail) const
 {
     const QString& server = m_settings.server;
     switch (code) {
-    case CURLE_COULDNT_RESOLVE_HOST:
-        return QStringLiteral("the name of the mail server %1 is not known").arg(server);
-    case CURLE_COULDNT_CONNECT:
-        return QStringLiteral("the mail server %1 cannot be reached").arg(server);
-    case CURLE_OPERATION_TIMEDOUT:
-        return QStringLiteral("the mail server %1 was too slow").arg(server);
+    case CURLE_COULDNT_RESOLVE_HOST: return QStringLiteral("the name of the mail server %1 is not known").arg(server);
+    case CURLE_COULDNT_CONNECT: return QStringLiteral("the mail server %1 cannot be reached").arg(server);
+    case CURLE_OPERATION_TIMEDOUT: return QStringLiteral("the mail server %1 was too slow").arg(server);
     case CURLE_PEER_FAILED_VERIFICATION:
         return QStringLiteral("the certificate of the mail server %1 is not to be trusted").arg(server);
-    case CURLE_USE_SSL_FAILED:
-        return QStringLiteral("the mail server %1 offers no encryption").arg(server);
+    case CURLE_USE_SSL_FAILED: return QStringLiteral("the mail server %1 offers no encryption").arg(server);
     case CURLE_SEND_ERROR:
     case CURLE_RECV_ERROR:
     case CURLE_GOT_NOTHING:
     case CURLE_PARTIAL_FILE:
-    case CURLE_WEIRD_SERVER_REPLY:
-        return QStringLiteral("the connection to the mail server %1 broke").arg(server);
+    case CURLE_WEIRD_SERVER_REPLY: return QStringLiteral("the connection to the mail server %1 broke").arg(server);
     default:
         return QStringLiteral("the mail server %1: %2")
             .arg(server, MailHeader::oneLine(QString::fromUtf8(*detail ? detail : curl_easy_strerror(CURLcode(code)))));

@@ -14,8 +14,7 @@ class SmtpTranscript;
 class SmtpSender
 {
 public:
-    enum class Outcome
-    {
+    enum class Outcome {
         Delivered, ///< everybody has got it
         Later,     ///< a passing failure: worth another attempt for those whose outcome is open
         Refused,   ///< for good, by the server or for one recipient at least; the others have got it

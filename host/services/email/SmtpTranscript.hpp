@@ -12,7 +12,7 @@ class SmtpTranscript
 public:
     struct Reply
     {
-        int code = 0; ///< 0: none came
+        int code = 0;  ///< 0: none came
         QString words; ///< "550 5.1.1 No such user", all lines of it on one
         [[nodiscard]] bool isPassing() const noexcept { return code >= 400 && code < 500; }
         [[nodiscard]] bool isFinal() const noexcept { return code >= 500 && code < 600; }

@@ -15,7 +15,8 @@ struct AfterUpdateQueue::Private
 {
     std::mutex mutex;
     std::deque<std::function<void()>> functions;
-    /// Running number of the function at the front; drain() runs up to a number and no further, whatever is added or cleared meanwhile.
+    /// Running number of the function at the front; drain() runs up to a number and no further, whatever is added or cleared
+    /// meanwhile.
     std::uint64_t frontNumber = 0;
 };
 

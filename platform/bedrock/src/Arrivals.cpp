@@ -75,15 +75,16 @@ struct Arrivals::Private
     std::vector<Held>::iterator find(const Arrival& wanted)
     {
         return std::find_if(held.begin(), held.end(), [&wanted](const Held& entry) {
-            return entry.arrival.ticket == wanted.ticket && entry.arrival.part == wanted.part && entry.arrival.kind == wanted.kind;
+            return entry.arrival.ticket == wanted.ticket && entry.arrival.part == wanted.part
+                && entry.arrival.kind == wanted.kind;
         });
     }
 
     /// Guarded. Whether something that is expected may still come.
     [[nodiscard]] bool isComing(const Arrival& wanted)
     {
-        return wanted.ticket <= kinds.size() && kinds[std::size_t(wanted.ticket - 1)] == wanted.kind && wanted.answer.isNull() &&
-               endedTickets.count(wanted.ticket) == 0 && find(wanted) == held.end();
+        return wanted.ticket <= kinds.size() && kinds[std::size_t(wanted.ticket - 1)] == wanted.kind && wanted.answer.isNull()
+            && endedTickets.count(wanted.ticket) == 0 && find(wanted) == held.end();
     }
 
     /// Guarded. Moves what the replay's frame takes to `running`.
@@ -184,7 +185,8 @@ void Arrivals::answer(Ticket ticket, const QByteArray& bytes)
         if (!d->isFree() && ticket <= d->kinds.size()) {
             // An empty answer is one all the same.
             const QByteArray kept = bytes.isNull() ? QByteArray("") : bytes;
-            d->hold(ticket, [answered = std::move(answered), kept] { answered(kept); }, kept);
+            d->hold(
+                ticket, [answered = std::move(answered), kept] { answered(kept); }, kept);
             d->partsOf.erase(ticket);
             answered = nullptr;
         }
@@ -299,8 +301,9 @@ void Arrivals::expect(std::vector<Arrival> arrivals)
         const auto found = wanted.answer.isNull() ? d->asked.end() : d->asked.find(wanted.ticket);
         if (found == d->asked.end() || found->second.first != wanted.kind)
             continue;
-        d->hold(wanted.ticket, [answered = std::move(found->second.second), bytes = wanted.answer] { answered(bytes); },
-                wanted.answer);
+        d->hold(
+            wanted.ticket, [answered = std::move(found->second.second), bytes = wanted.answer] { answered(bytes); },
+            wanted.answer);
         d->asked.erase(found);
     }
 }
@@ -309,7 +312,8 @@ bool Arrivals::waitForExpected(std::chrono::milliseconds patience)
 {
     std::unique_lock<std::mutex> lock(d->mutex);
     return d->changed.wait_for(lock, patience, [this] {
-        return std::none_of(d->expected.begin(), d->expected.end(), [this](const Arrival& wanted) { return d->isComing(wanted); });
+        return std::none_of(d->expected.begin(), d->expected.end(),
+                            [this](const Arrival& wanted) { return d->isComing(wanted); });
     });
 }
 }

@@ -17,11 +17,10 @@ struct NamedColor
 };
 
 constexpr NamedColor kNamedColors[] = {
-    {"aqua", 0x00FFFFFF},   {"black", 0x000000FF},  {"blue", 0x0000FFFF},   {"fuchsia", 0xFF00FFFF},
-    {"gray", 0x808080FF},   {"green", 0x008000FF},  {"grey", 0x808080FF},   {"lime", 0x00FF00FF},
-    {"maroon", 0x800000FF}, {"navy", 0x000080FF},   {"olive", 0x808000FF},  {"orange", 0xFFA500FF},
-    {"purple", 0x800080FF}, {"red", 0xFF0000FF},    {"silver", 0xC0C0C0FF}, {"teal", 0x008080FF},
-    {"white", 0xFFFFFFFF},  {"yellow", 0xFFFF00FF}, {"transparent", 0x00000000},
+    {"aqua", 0x00FFFFFF},  {"black", 0x000000FF},  {"blue", 0x0000FFFF},   {"fuchsia", 0xFF00FFFF},     {"gray", 0x808080FF},
+    {"green", 0x008000FF}, {"grey", 0x808080FF},   {"lime", 0x00FF00FF},   {"maroon", 0x800000FF},      {"navy", 0x000080FF},
+    {"olive", 0x808000FF}, {"orange", 0xFFA500FF}, {"purple", 0x800080FF}, {"red", 0xFF0000FF},         {"silver", 0xC0C0C0FF},
+    {"teal", 0x008080FF},  {"white", 0xFFFFFFFF},  {"yellow", 0xFFFF00FF}, {"transparent", 0x00000000},
 };
 
 Color fromRgba(std::uint32_t rgba)
@@ -85,8 +84,7 @@ Color Color::fromString(const QString& text)
 
 QString Color::toString() const
 {
-    const std::uint32_t rgb =
-        std::uint32_t(toByte(red)) << 16 | std::uint32_t(toByte(green)) << 8 | std::uint32_t(toByte(blue));
+    const std::uint32_t rgb = std::uint32_t(toByte(red)) << 16 | std::uint32_t(toByte(green)) << 8 | std::uint32_t(toByte(blue));
     QString text = QStringLiteral("#%1").arg(rgb, 6, 16, QLatin1Char('0'));
     if (toByte(alpha) != 255)
         text += QStringLiteral("%1").arg(toByte(alpha), 2, 16, QLatin1Char('0'));

@@ -104,12 +104,9 @@ Sink setSink(Sink sink)
 const char* levelName(Level level) noexcept
 {
     switch (level) {
-    case Level::Info:
-        return "info";
-    case Level::Warning:
-        return "warning";
-    case Level::Error:
-        return "error";
+    case Level::Info: return "info";
+    case Level::Warning: return "warning";
+    case Level::Error: return "error";
     }
     return "error";
 }

@@ -34,8 +34,8 @@ struct WorkerPool::Private
     explicit Private(int count) : most(std::size_t(std::max(count, 1))) {}
 
     const std::size_t most;
-    std::mutex mutex; ///< guards what follows
-    std::condition_variable work; ///< a task came, or the end
+    std::mutex mutex;              ///< guards what follows
+    std::condition_variable work;  ///< a task came, or the end
     std::condition_variable ended; ///< no task is running
     std::deque<Task> waiting;
     std::vector<std::thread> threads;

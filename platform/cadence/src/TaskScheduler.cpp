@@ -16,8 +16,7 @@ public:
     void add(folly::Func function) override
     {
         // The queue's functions are copyable, this one is not.
-        Bedrock::AfterUpdateQueue::instance().add(
-            [shared = std::make_shared<folly::Func>(std::move(function))] { (*shared)(); });
+        Bedrock::AfterUpdateQueue::instance().add([shared = std::make_shared<folly::Func>(std::move(function))] { (*shared)(); });
     }
 };
 }

@@ -42,7 +42,8 @@ void InvalidationIndex::add(const Selector& selector)
         for (const Feature feature : features) {
             auto& list = m_below[feature];
             const bool isKnown = std::any_of(list.begin(), list.end(), [&reach](const Reach& other) {
-                return other.depth == reach.depth && isSame(*other.changed, *reach.changed) && isSame(*other.rightmost, *reach.rightmost);
+                return other.depth == reach.depth && isSame(*other.changed, *reach.changed)
+                    && isSame(*other.rightmost, *reach.rightmost);
             });
             if (!isKnown)
                 list.push_back(reach);

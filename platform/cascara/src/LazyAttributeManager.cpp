@@ -33,8 +33,7 @@ Table& table()
 long g_lastEntry = 0;
 }
 
-LazyAttributeManager::Registrant::Registrant(const QByteArray& name, Creator creator)
-    : m_name(name), m_entry(++g_lastEntry)
+LazyAttributeManager::Registrant::Registrant(const QByteArray& name, Creator creator) : m_name(name), m_entry(++g_lastEntry)
 {
     table()[NameTable::instance().number(name)].push_back({m_entry, std::move(creator)});
 }
@@ -83,8 +82,8 @@ Facet::Attribute* LazyAttributeManager::create(Styleable& styleable, const QByte
                 return node->lazyAttributes.back().attribute.get();
             }
         } catch (const std::exception& exception) {
-            Bedrock::Trace::error("LazyAttributeManager # Making attribute '%s' of node %ld failed: %s", name.constData(),
-                                  nodeId, exception.what());
+            Bedrock::Trace::error("LazyAttributeManager # Making attribute '%s' of node %ld failed: %s", name.constData(), nodeId,
+                                  exception.what());
         }
     }
     return nullptr;

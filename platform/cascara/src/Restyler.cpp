@@ -143,9 +143,8 @@ void Restyler::restyleAfterChange(const Styleable& changed, const Feature* first
     const StyleNode& node = StyleNode::of(changed);
     // Before the change or after it; what :not() excludes is left to the matching.
     const auto couldMatch = [&](const Compound& compound) {
-        return std::all_of(compound.features.begin(), compound.features.end(), [&](Feature feature) {
-            return node.has(feature) || std::find(first, behind, feature) != behind;
-        });
+        return std::all_of(compound.features.begin(), compound.features.end(),
+                           [&](Feature feature) { return node.has(feature) || std::find(first, behind, feature) != behind; });
     };
     for (const Feature* feature = first; feature != behind; ++feature) {
         reachesSelf = reachesSelf || m_invalidation.reachesSelf(*feature);
@@ -253,9 +252,9 @@ bool Restyler::withdraw(StyleNode& node, unsigned restyling, const Lists& lists)
 {
     for (std::size_t i = 0; i < node.applied.size();) {
         const int attributeNumber = node.applied[i].attribute;
-        const auto candidate = std::lower_bound(
-            lists.candidates.begin(), lists.candidates.end(), attributeNumber,
-            [](const Candidate& entry, int number) { return entry.declaration->attributeNumber < number; });
+        const auto candidate =
+            std::lower_bound(lists.candidates.begin(), lists.candidates.end(), attributeNumber,
+                             [](const Candidate& entry, int number) { return entry.declaration->attributeNumber < number; });
         if (candidate != lists.candidates.end() && candidate->declaration->attributeNumber == attributeNumber) {
             ++i;
             continue;

@@ -20,7 +20,6 @@ namespace Cascara
 class Restyler
 {
 public:
-
     void addNode(StyleNode& node);
     void removeNode(StyleNode& node);
     [[nodiscard]] const std::vector<StyleNode*>& nodes() const noexcept { return m_nodes; }

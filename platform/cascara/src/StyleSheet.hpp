@@ -23,7 +23,7 @@ struct Declaration
     bool isImportant = false;
     int line = 0;
     int column = 0;
-    long serial = 0;        ///< unique in the process
+    long serial = 0; ///< unique in the process
     const Rule* rule = nullptr;
     /// Said already; a declaration is complained about once, not once per node.
     mutable bool isReported = false;

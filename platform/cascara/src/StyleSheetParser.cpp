@@ -29,9 +29,8 @@ std::unique_ptr<StyleSheet> StyleSheetParser::parse(const QString& text, const Q
     parser.m_sheet->errors = std::move(parser.m_tokens.errors);
     parser.parseSheet();
     auto& errors = parser.m_sheet->errors;
-    std::stable_sort(errors.begin(), errors.end(), [](const auto& a, const auto& b) {
-        return std::tie(a.line, a.column) < std::tie(b.line, b.column);
-    });
+    std::stable_sort(errors.begin(), errors.end(),
+                     [](const auto& a, const auto& b) { return std::tie(a.line, a.column) < std::tie(b.line, b.column); });
     return std::move(parser.m_sheet);
 }
 
@@ -45,8 +44,7 @@ void StyleSheetParser::skipComponent()
     std::vector<Kind> closing;
     do {
         switch (kind()) {
-        case Kind::End:
-            return;
+        case Kind::End: return;
         case Kind::OpenCurly: closing.push_back(Kind::CloseCurly); break;
         case Kind::OpenSquare: closing.push_back(Kind::CloseSquare); break;
         case Kind::OpenRound:
@@ -72,15 +70,9 @@ void StyleSheetParser::parseSheet()
         switch (kind()) {
         case Kind::Whitespace:
         case Kind::Cdo:
-        case Kind::Cdc:
-            ++m_position;
-            break;
-        case Kind::AtKeyword:
-            parseAtRule(false);
-            break;
-        default:
-            parseRule();
-            break;
+        case Kind::Cdc: ++m_position; break;
+        case Kind::AtKeyword: parseAtRule(false); break;
+        default: parseRule(); break;
         }
     }
 }
@@ -129,7 +121,8 @@ void StyleSheetParser::parseRule()
     while (kind() != Kind::OpenCurly && kind() != Kind::End)
         skipComponent();
     if (kind() == Kind::End) {
-        error(token(first), QStringLiteral("expected '{' after '%1'; the rule is skipped").arg(m_tokens.textBetween(first, m_position)));
+        error(token(first),
+              QStringLiteral("expected '{' after '%1'; the rule is skipped").arg(m_tokens.textBetween(first, m_position)));
         return;
     }
     int behind = m_position;
@@ -156,20 +149,11 @@ void StyleSheetParser::parseDeclarations(Rule* rule)
     for (;;) {
         switch (kind()) {
         case Kind::Whitespace:
-        case Kind::Semicolon:
-            ++m_position;
-            continue;
-        case Kind::CloseCurly:
-            ++m_position;
-            return;
-        case Kind::End:
-            error(open, QStringLiteral("the block is not closed; it ends with the file"));
-            return;
-        case Kind::AtKeyword:
-            parseAtRule(true);
-            continue;
-        default:
-            break;
+        case Kind::Semicolon: ++m_position; continue;
+        case Kind::CloseCurly: ++m_position; return;
+        case Kind::End: error(open, QStringLiteral("the block is not closed; it ends with the file")); return;
+        case Kind::AtKeyword: parseAtRule(true); continue;
+        default: break;
         }
         const int first = m_position;
         while (kind() != Kind::Semicolon && kind() != Kind::CloseCurly && kind() != Kind::End)
@@ -216,7 +200,8 @@ void StyleSheetParser::parseDeclaration(Rule* rule, int first, int behind)
     ValueParser values(m_tokens, m_baseDirectory);
     if (!values.parse(position, behind, declaration.value)) {
         const StyleSheetError& wrong = values.error();
-        m_sheet->errors.push_back({wrong.line, wrong.column, QStringLiteral("%1: %2; the declaration is skipped").arg(name.text, wrong.text)});
+        m_sheet->errors.push_back(
+            {wrong.line, wrong.column, QStringLiteral("%1: %2; the declaration is skipped").arg(name.text, wrong.text)});
         return;
     }
     if (declaration.value.terms.isEmpty()) {

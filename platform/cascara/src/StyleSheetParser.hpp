@@ -12,7 +12,8 @@ namespace Cascara
 class StyleSheetParser
 {
 public:
-    [[nodiscard]] static std::unique_ptr<StyleSheet> parse(const QString& text, const QString& name, const QString& baseDirectory);
+    [[nodiscard]] static std::unique_ptr<StyleSheet> parse(const QString& text, const QString& name,
+                                                           const QString& baseDirectory);
 
 private:
     StyleSheetParser(Tokens tokens, QString baseDirectory);

@@ -12,17 +12,16 @@ constexpr int kDeepestNesting = 32;
 /// A token of CSS Syntax Module Level 3.
 struct Token
 {
-    enum class Kind
-    {
+    enum class Kind {
         Ident,
-        Function,   ///< text is the name; the '(' belongs to the token
-        AtKeyword,  ///< text without '@'
-        Hash,       ///< text without '#'
+        Function,  ///< text is the name; the '(' belongs to the token
+        AtKeyword, ///< text without '@'
+        Hash,      ///< text without '#'
         String,
-        BadString,  ///< ended by the end of its line
+        BadString, ///< ended by the end of its line
         Url,
         BadUrl,
-        Delim,      ///< text is the one character
+        Delim, ///< text is the one character
         Number,
         Percentage,
         Dimension,
@@ -41,14 +40,14 @@ struct Token
         End
     };
     Kind kind = Kind::End;
-    QString text;          ///< escapes resolved
-    QString unit;          ///< of a Dimension
+    QString text; ///< escapes resolved
+    QString unit; ///< of a Dimension
     double number = 0.0;
-    bool isName = false;   ///< of a Hash: could stand as an identifier
-    int start = 0;         ///< in Tokens::source
+    bool isName = false; ///< of a Hash: could stand as an identifier
+    int start = 0;       ///< in Tokens::source
     int end = 0;
-    int line = 1;          ///< from 1
-    int column = 1;        ///< from 1, in UTF-16 units
+    int line = 1;   ///< from 1
+    int column = 1; ///< from 1, in UTF-16 units
 };
 
 /// A mistake in a style sheet. `text` says what is wrong and what happens next.
@@ -61,7 +60,7 @@ struct StyleSheetError
 
 struct Tokens
 {
-    QString source; ///< line ends made one
+    QString source;          ///< line ends made one
     std::vector<Token> list; ///< ends with an End token
     std::vector<StyleSheetError> errors;
 

@@ -8,7 +8,10 @@ namespace
 {
 constexpr char16_t kReplacement = 0xFFFD;
 
-bool isDigit(QChar c) { return c >= QLatin1Char('0') && c <= QLatin1Char('9'); }
+bool isDigit(QChar c)
+{
+    return c >= QLatin1Char('0') && c <= QLatin1Char('9');
+}
 bool isHexDigit(QChar c)
 {
     return isDigit(c) || (c >= QLatin1Char('a') && c <= QLatin1Char('f')) || (c >= QLatin1Char('A') && c <= QLatin1Char('F'));
@@ -18,8 +21,14 @@ bool isNameStart(QChar c)
     return (c >= QLatin1Char('a') && c <= QLatin1Char('z')) || (c >= QLatin1Char('A') && c <= QLatin1Char('Z'))
         || c == QLatin1Char('_') || c.unicode() >= 0x80;
 }
-bool isNameCharacter(QChar c) { return isNameStart(c) || isDigit(c) || c == QLatin1Char('-'); }
-bool isBlank(QChar c) { return c == QLatin1Char(' ') || c == QLatin1Char('\t') || c == QLatin1Char('\n'); }
+bool isNameCharacter(QChar c)
+{
+    return isNameStart(c) || isDigit(c) || c == QLatin1Char('-');
+}
+bool isBlank(QChar c)
+{
+    return c == QLatin1Char(' ') || c == QLatin1Char('\t') || c == QLatin1Char('\n');
+}
 
 /// One kind of line end; a character that stands for itself instead of NUL, which also marks the end here.
 QString preprocess(QString text)
@@ -326,7 +335,8 @@ void Tokenizer::takeUrl(Token& token)
             token.text += takeEscape();
             continue;
         }
-        if (c == QLatin1Char('"') || c == QLatin1Char('\'') || c == QLatin1Char('(') || c == QLatin1Char('\\') || c.unicode() < 0x20) {
+        if (c == QLatin1Char('"') || c == QLatin1Char('\'') || c == QLatin1Char('(') || c == QLatin1Char('\\')
+            || c.unicode() < 0x20) {
             token.kind = Token::Kind::BadUrl;
             takeBadUrlRest();
             return;

@@ -28,34 +28,21 @@ bool ValueParser::parseTerms(int& position, int behind, bool inFunction, Facet::
         term.text = token.text;
         term.number = token.number;
         switch (token.kind) {
-        case Kind::Whitespace:
-            continue;
-        case Kind::Ident:
-            term.kind = StyleTerm::Kind::Ident;
-            break;
-        case Kind::String:
-            term.kind = StyleTerm::Kind::String;
-            break;
+        case Kind::Whitespace: continue;
+        case Kind::Ident: term.kind = StyleTerm::Kind::Ident; break;
+        case Kind::String: term.kind = StyleTerm::Kind::String; break;
         case Kind::Url:
             term.kind = StyleTerm::Kind::Url;
             term.text = resolve(token.text, m_baseDirectory);
             break;
-        case Kind::Hash:
-            term.kind = StyleTerm::Kind::Hash;
-            break;
-        case Kind::Number:
-            term.kind = StyleTerm::Kind::Number;
-            break;
-        case Kind::Percentage:
-            term.kind = StyleTerm::Kind::Percentage;
-            break;
+        case Kind::Hash: term.kind = StyleTerm::Kind::Hash; break;
+        case Kind::Number: term.kind = StyleTerm::Kind::Number; break;
+        case Kind::Percentage: term.kind = StyleTerm::Kind::Percentage; break;
         case Kind::Dimension:
             term.kind = StyleTerm::Kind::Dimension;
             term.unit = token.unit.toLower().toUtf8();
             break;
-        case Kind::Comma:
-            term.kind = StyleTerm::Kind::Delimiter;
-            break;
+        case Kind::Comma: term.kind = StyleTerm::Kind::Delimiter; break;
         case Kind::Function:
             if (!parseFunction(position, behind, result))
                 return false;
@@ -64,18 +51,15 @@ bool ValueParser::parseTerms(int& position, int behind, bool inFunction, Facet::
             if (inFunction)
                 return true;
             return fail(token, QStringLiteral("unexpected ')'"));
-        case Kind::BadString:
-            return fail(token, QStringLiteral("the text is not closed on its line"));
-        case Kind::BadUrl:
-            return fail(token, QStringLiteral("the url() is malformed: put its address in quotes"));
+        case Kind::BadString: return fail(token, QStringLiteral("the text is not closed on its line"));
+        case Kind::BadUrl: return fail(token, QStringLiteral("the url() is malformed: put its address in quotes"));
         case Kind::Delim:
             if (token.text == QLatin1String("/")) {
                 term.kind = StyleTerm::Kind::Delimiter;
                 break;
             }
             Q_FALLTHROUGH();
-        default:
-            return fail(token, QStringLiteral("unexpected '%1'").arg(m_tokens.textBetween(position, position + 1)));
+        default: return fail(token, QStringLiteral("unexpected '%1'").arg(m_tokens.textBetween(position, position + 1)));
         }
         result.terms.push_back(term);
     }

@@ -98,8 +98,9 @@ void Attribute::notifyChanged()
                                     Bedrock::Trace::error("Attribute::notifyChanged # A listener of attribute '%s' failed: %s",
                                                           attributeName.constData(), exception.what());
                                 } catch (...) {
-                                    Bedrock::Trace::error("Attribute::notifyChanged # A listener of attribute '%s' failed: unknown exception",
-                                                          attributeName.constData());
+                                    Bedrock::Trace::error(
+                                        "Attribute::notifyChanged # A listener of attribute '%s' failed: unknown exception",
+                                        attributeName.constData());
                                 }
                             });
 }

@@ -25,23 +25,16 @@ QString quoted(const QString& text)
 QString termToString(const StyleTerm& term)
 {
     switch (term.kind) {
-    case StyleTerm::Kind::String:
-        return quoted(term.text);
-    case StyleTerm::Kind::Url:
-        return QStringLiteral("url(") + quoted(term.text) + QLatin1Char(')');
-    case StyleTerm::Kind::Hash:
-        return QLatin1Char('#') + term.text;
-    case StyleTerm::Kind::Number:
-        return term.text.isEmpty() ? QString::number(term.number) : term.text;
-    case StyleTerm::Kind::Percentage:
-        return term.text.isEmpty() ? QString::number(term.number) + QLatin1Char('%') : term.text;
+    case StyleTerm::Kind::String: return quoted(term.text);
+    case StyleTerm::Kind::Url: return QStringLiteral("url(") + quoted(term.text) + QLatin1Char(')');
+    case StyleTerm::Kind::Hash: return QLatin1Char('#') + term.text;
+    case StyleTerm::Kind::Number: return term.text.isEmpty() ? QString::number(term.number) : term.text;
+    case StyleTerm::Kind::Percentage: return term.text.isEmpty() ? QString::number(term.number) + QLatin1Char('%') : term.text;
     case StyleTerm::Kind::Dimension:
         return term.text.isEmpty() ? QString::number(term.number) + QString::fromUtf8(term.unit) : term.text;
-    case StyleTerm::Kind::Function:
-        return term.text + QLatin1Char('(');
+    case StyleTerm::Kind::Function: return term.text + QLatin1Char('(');
     case StyleTerm::Kind::Ident:
-    case StyleTerm::Kind::Delimiter:
-        break;
+    case StyleTerm::Kind::Delimiter: break;
     }
     return term.text;
 }

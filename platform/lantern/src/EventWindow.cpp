@@ -34,9 +34,7 @@ bool EventWindow::event(QEvent* event)
         case QEvent::MouseButtonPress:
         case QEvent::MouseButtonRelease:
         case QEvent::MouseButtonDblClick:
-        case QEvent::MouseMove:
-            m_listener->mouseEvent(static_cast<QMouseEvent&>(*event));
-            return true;
+        case QEvent::MouseMove: m_listener->mouseEvent(static_cast<QMouseEvent&>(*event)); return true;
         case QEvent::TouchBegin:
         case QEvent::TouchUpdate:
         case QEvent::TouchEnd:
@@ -45,9 +43,7 @@ bool EventWindow::event(QEvent* event)
             event->accept();
             return true;
         case QEvent::KeyPress:
-        case QEvent::KeyRelease:
-            m_listener->keyEvent(static_cast<QKeyEvent&>(*event));
-            return true;
+        case QEvent::KeyRelease: m_listener->keyEvent(static_cast<QKeyEvent&>(*event)); return true;
         case QEvent::InputMethodQuery:
             // Without this the platform composes no characters for the window.
             static_cast<QInputMethodQueryEvent&>(*event).setValue(Qt::ImEnabled, true);
@@ -57,21 +53,14 @@ bool EventWindow::event(QEvent* event)
             sendComposed(static_cast<QInputMethodEvent&>(*event).commitString());
             event->accept();
             return true;
-        case QEvent::Wheel:
-            m_listener->wheelEvent(static_cast<QWheelEvent&>(*event));
-            return true;
-        case QEvent::Resize:
-            m_listener->windowResized(static_cast<QResizeEvent&>(*event).size());
-            break;
+        case QEvent::Wheel: m_listener->wheelEvent(static_cast<QWheelEvent&>(*event)); return true;
+        case QEvent::Resize: m_listener->windowResized(static_cast<QResizeEvent&>(*event).size()); break;
         case QEvent::Expose:
             if (isExposed())
                 m_listener->windowExposed();
             break;
-        case QEvent::Close:
-            m_listener->windowClosed();
-            break;
-        default:
-            break;
+        case QEvent::Close: m_listener->windowClosed(); break;
+        default: break;
         }
     }
     return QWindow::event(event);

@@ -33,8 +33,8 @@ public:
         m_context.setFormat(m_window.requestedFormat());
         if (!m_context.create() || !m_context.makeCurrent(&m_window))
             return false;
-        const bool canCopy = QOpenGLFramebufferObject::hasOpenGLFramebufferObjects() &&
-                             QOpenGLFramebufferObject::hasOpenGLFramebufferBlit();
+        const bool canCopy =
+            QOpenGLFramebufferObject::hasOpenGLFramebufferObjects() && QOpenGLFramebufferObject::hasOpenGLFramebufferBlit();
         m_context.doneCurrent();
         return canCopy;
     }

@@ -19,8 +19,7 @@ namespace Lantern
 namespace
 {
 constexpr double kTwoPi = 6.283185307179586;
-constexpr QPainter::RenderHints kHints =
-    QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform;
+constexpr QPainter::RenderHints kHints = QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform;
 
 bool isFinite(const Vecta::Rect& r)
 {
@@ -246,8 +245,8 @@ void PainterContext::drawArc(Vecta::Vector2f centre, float radius, float fromRad
                              int segments)
 {
     const double wantedSweep = double(toRadians) - double(fromRadians);
-    if (!(radius > 0.f) || !std::isfinite(radius) || !std::isfinite(wantedSweep) || !std::isfinite(centre.x) ||
-        !std::isfinite(centre.y) || wantedSweep == 0.0)
+    if (!(radius > 0.f) || !std::isfinite(radius) || !std::isfinite(wantedSweep) || !std::isfinite(centre.x)
+        || !std::isfinite(centre.y) || wantedSweep == 0.0)
         return;
     const double sweep = std::clamp(wantedSweep, -kTwoPi, kTwoPi);
     // Large angles lose their fraction; what is left of it is still a direction.

@@ -108,7 +108,7 @@ bool operator==(const Transform& a, const Transform& b)
 bool quadsIntersect(const std::array<Vector2f, 4>& a, const std::array<Vector2f, 4>& b)
 {
     // The upright axes first: they reject most pairs cheaply, and settle quadrilaterals that have shrunk to a line or point.
-    return overlapAlong(a, b, {1.f, 0.f}) && overlapAlong(a, b, {0.f, 1.f}) && overlapAlongNormals(a, a, b) &&
-        overlapAlongNormals(b, a, b);
+    return overlapAlong(a, b, {1.f, 0.f}) && overlapAlong(a, b, {0.f, 1.f}) && overlapAlongNormals(a, a, b)
+        && overlapAlongNormals(b, a, b);
 }
 }

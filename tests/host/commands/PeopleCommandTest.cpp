@@ -31,14 +31,16 @@ public:
     Desk()
     {
         m_folder.write(QStringLiteral("show/presentation.json"), R"({"people": "people.csv"})");
-        m_folder.write(QStringLiteral("show/people.csv"), "code,name,email,content-key,kind\n1001,Ann,ann@museum.example,key,\n1002,,,,unregistered\n");
+        m_folder.write(QStringLiteral("show/people.csv"),
+                       "code,name,email,content-key,kind\n1001,Ann,ann@museum.example,key,\n1002,,,,unregistered\n");
     }
 
     const Folder& folder() const { return m_folder; }
     /// `tavola people ACTION show MORE --data DATA`.
     Answer ask(const QString& action, const QStringList& more = {}, const QString& data = QStringLiteral("data")) const
     {
-        return run(QStringList{action, m_folder.path(QStringLiteral("show"))} + more + QStringList{QStringLiteral("--data"), m_folder.path(data)});
+        return run(QStringList{action, m_folder.path(QStringLiteral("show"))} + more
+                   + QStringList{QStringLiteral("--data"), m_folder.path(data)});
     }
     static Answer run(const QStringList& arguments, const QString& standardOutput = QString())
     {
@@ -48,14 +50,16 @@ public:
         program.start(QStringLiteral(TAVOLA_PROGRAM), QStringList{QStringLiteral("people")} + arguments);
         REQUIRE(program.waitForFinished());
         REQUIRE(program.exitStatus() == QProcess::NormalExit);
-        return {program.exitCode(), QString::fromUtf8(program.readAllStandardOutput()), QString::fromUtf8(program.readAllStandardError())};
+        return {program.exitCode(), QString::fromUtf8(program.readAllStandardOutput()),
+                QString::fromUtf8(program.readAllStandardError())};
     }
     /// The registry's file in the data folder.
     QString registryFile(const QString& data = QStringLiteral("data")) const
     {
         const QString name = QStringLiteral("people.sqlite");
         const QStringList folders = QDir(m_folder.path(data)).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-        return m_folder.path(data) + QLatin1Char('/') + (folders.isEmpty() ? QString() : folders.front() + QLatin1Char('/')) + name;
+        return m_folder.path(data) + QLatin1Char('/') + (folders.isEmpty() ? QString() : folders.front() + QLatin1Char('/'))
+            + name;
     }
     std::unique_ptr<PeopleRegistry> registry(const QString& data = QStringLiteral("data")) const
     {
@@ -101,14 +105,20 @@ TEST_CASE("tavola people: a table that never ran begins with the presentation's 
 TEST_CASE("tavola people: a card is added with what is said of its owner")
 {
     const Desk desk;
-    CHECK(desk.ask(QStringLiteral("add"), {"2001", "--name", QString::fromUtf8("Jürgen, \"Åke\" 花子"), "--email", "j@museum.example",
-                                           "--content-key", "garden"}).code == 0);
+    CHECK(desk.ask(QStringLiteral("add"),
+                   {"2001", "--name", QString::fromUtf8("Jürgen, \"Åke\" 花子"), "--email", "j@museum.example", "--content-key",
+                    "garden"})
+              .code
+          == 0);
     CHECK(desk.ask(QStringLiteral("add"), {"18446744073709551615", "--kind", "unregistered"}).code == 0);
     CHECK(desk.ask(QStringLiteral("add"), {"5", "--kind", "7"}).code == 0);
     CHECK(desk.people()
-          == People{{5, QString(), QString(), QString(), 7}, kAnn, kNobody,
-                    {2001, QString::fromUtf8("Jürgen, \"Åke\" 花子"), QStringLiteral("j@museum.example"), QStringLiteral("garden"), 0},
-                    {18446744073709551615ul, QString(), QString(), QString(), 3}});
+          == People{
+              {5, QString(), QString(), QString(), 7},
+              kAnn,
+              kNobody,
+              {2001, QString::fromUtf8("Jürgen, \"Åke\" 花子"), QStringLiteral("j@museum.example"), QStringLiteral("garden"), 0},
+              {18446744073709551615ul, QString(), QString(), QString(), 3}});
 }
 
 TEST_CASE("tavola people: a card that is there is not added again")
@@ -132,13 +142,16 @@ TEST_CASE("tavola people: the list has one line for each card, whatever its owne
 TEST_CASE("tavola people: a file is imported, and its owners take the place of others")
 {
     const Desk desk;
-    const QString file = desk.folder().write(QStringLiteral("new.csv"), "code,name,kind\r\n1001,\"Bo, the second\",\r\n2001,Cy,\r\n");
+    const QString file =
+        desk.folder().write(QStringLiteral("new.csv"), "code,name,kind\r\n1001,\"Bo, the second\",\r\n2001,Cy,\r\n");
     const Answer answer = desk.ask(QStringLiteral("import"), {file});
     CHECK(answer.code == 0);
     CHECK(answer.out == "2 people imported; cards that were there already have the file's owners now.\n");
     CHECK(answer.err.isEmpty());
     CHECK(desk.people()
-          == People{{1001, QStringLiteral("Bo, the second"), QString(), QString(), 0}, kNobody, {2001, QStringLiteral("Cy"), QString(), QString(), 0}});
+          == People{{1001, QStringLiteral("Bo, the second"), QString(), QString(), 0},
+                    kNobody,
+                    {2001, QStringLiteral("Cy"), QString(), QString(), 0}});
 }
 
 TEST_CASE("tavola people: a file with a mistake is told by line, and nobody of it is imported")
@@ -151,12 +164,16 @@ TEST_CASE("tavola people: a file with a mistake is told by line, and nobody of i
     const Row rows[] = {
         {"code,name\n2001,Cy\nx,Di\n2002,Ed\n", ":3: 'x' is no card code, a whole number is expected; the line is skipped\n"},
         {"code,name\n2001,Cy\n2001,Di\n", ":3: code 2001 stands in line 2 already; the line is skipped\n"},
-        {"code,name\n2001,\"Cy\nand\"\n2002,Smith, Ann\n", ":4: 3 fields for 2 columns (put quotes around a field with a comma); the line is skipped\n"},
-        {"code,kind\n2001,friend\n", ":2: 'friend' is no kind; personal, unregistered or a number is expected; the line is skipped\n"},
+        {"code,name\n2001,\"Cy\nand\"\n2002,Smith, Ann\n",
+         ":4: 3 fields for 2 columns (put quotes around a field with a comma); the line is skipped\n"},
+        {"code,kind\n2001,friend\n",
+         ":2: 'friend' is no kind; personal, unregistered or a number is expected; the line is skipped\n"},
         {"code,name\n2001,\"Cy\n2002,Di\n", ":2: a quote is opened and never closed; the line is skipped\n"},
         {"code,name\n2001,J\xfcrgen\n", ":2: the name is no UTF-8 text (save the file as UTF-8); it is left empty\n"},
-        {"code,e-mail\n2001,a@b\n", ":1: unknown column 'e-mail', known are code, name, email, content-key, kind; the column is skipped\n"},
-        {"2001,Cy\n", ":1: the first line must name the columns, \"code\" among them (code,name,email,content-key,kind); nobody was read\n"},
+        {"code,e-mail\n2001,a@b\n",
+         ":1: unknown column 'e-mail', known are code, name, email, content-key, kind; the column is skipped\n"},
+        {"2001,Cy\n",
+         ":1: the first line must name the columns, \"code\" among them (code,name,email,content-key,kind); nobody was read\n"},
     };
     const Desk desk;
     for (const Row& row : rows) {
@@ -167,7 +184,8 @@ TEST_CASE("tavola people: a file with a mistake is told by line, and nobody of i
         CHECK(answer.code == 1);
         CHECK(answer.out.isEmpty());
         CHECK(answer.err.contains(file + QLatin1String(row.told)));
-        CHECK(answer.err.endsWith(QStringLiteral("tavola people: nothing was imported; mend what is named above and import again\n")));
+        CHECK(answer.err.endsWith(
+            QStringLiteral("tavola people: nothing was imported; mend what is named above and import again\n")));
         CHECK(desk.people() == People{kAnn, kNobody});
     }
     const Answer missing = desk.ask(QStringLiteral("import"), {QStringLiteral("/none/new.csv")});
@@ -188,7 +206,8 @@ TEST_CASE("tavola people: what is exported can be imported elsewhere and is the 
     CHECK(answer.code == 0);
     CHECK(answer.out.isEmpty());
     CHECK(answer.err.isEmpty());
-    CHECK(contents(file).startsWith("code,name,email,content-key,kind\n1001,Ann,ann@museum.example,key,personal\n1002,\"Smith, \"\"Bo\"\"\","));
+    CHECK(contents(file).startsWith(
+        "code,name,email,content-key,kind\n1001,Ann,ann@museum.example,key,personal\n1002,\"Smith, \"\"Bo\"\"\","));
 
     CHECK(desk.ask(QStringLiteral("import"), {file}, QStringLiteral("elsewhere")).code == 0);
     CHECK(desk.registry(QStringLiteral("elsewhere"))->people() == more);
@@ -201,7 +220,8 @@ TEST_CASE("tavola people: an export that cannot be written is told")
     const Answer answer = desk.ask(QStringLiteral("export"), {QStringLiteral("/none/out.csv")});
     CHECK(answer.code == 1);
     CHECK(answer.err.startsWith(QStringLiteral("tavola people: cannot write /none/out.csv (")));
-    for (const QStringList& arguments : {QStringList{"export", desk.folder().path("show"), "-"}, QStringList{"list", desk.folder().path("show")}}) {
+    for (const QStringList& arguments :
+         {QStringList{"export", desk.folder().path("show"), "-"}, QStringList{"list", desk.folder().path("show")}}) {
         const Answer full = Desk::run(arguments + QStringList{"--data", desk.folder().path("data")}, QStringLiteral("/dev/full"));
         CHECK(full.code == 1);
         CHECK(full.err == "tavola people: cannot write to standard output\n");
@@ -285,8 +305,10 @@ TEST_CASE("tavola people: what keeps the registry from opening is exit code 1 an
     desk.folder().write(QStringLiteral("empty/presentation.json"), "{}");
     const Answer empty = Desk::run({"list", desk.folder().path("empty"), "--data", desk.folder().path("other")});
     CHECK(empty.code == 1);
-    CHECK(empty.err == QStringLiteral("tavola people: %1 knows no people; name a file of them as its \"people\", which may hold its first line only\n")
-                           .arg(desk.folder().path("empty")));
+    CHECK(empty.err
+          == QStringLiteral(
+                 "tavola people: %1 knows no people; name a file of them as its \"people\", which may hold its first line only\n")
+                 .arg(desk.folder().path("empty")));
     CHECK_FALSE(QFile::exists(desk.folder().path("other")));
 
     REQUIRE(desk.ask(QStringLiteral("list")).code == 0);
@@ -299,7 +321,8 @@ TEST_CASE("tavola people: what keeps the registry from opening is exit code 1 an
         const Answer broken = desk.ask(QLatin1String(action), action[0] == 'e' ? QStringList{"-"} : QStringList());
         CHECK(broken.code == 1);
         CHECK(broken.out.isEmpty());
-        CHECK(broken.err.startsWith(QStringLiteral("tavola people: ") + desk.registryFile() + QStringLiteral(" cannot be used as the registry of people (")));
+        CHECK(broken.err.startsWith(QStringLiteral("tavola people: ") + desk.registryFile()
+                                    + QStringLiteral(" cannot be used as the registry of people (")));
     }
     CHECK(contents(desk.registryFile()) == letter);
 }
@@ -326,7 +349,8 @@ TEST_CASE("tavola people: a table that is open follows what the desk does")
     CHECK(look());
     CHECK_FALSE(cache->isCached(1001));
     CHECK(cache->isCached(2001));
-    REQUIRE(desk.ask(QStringLiteral("import"), {desk.folder().write(QStringLiteral("new.csv"), "code,name\n2001,Di\n")}).code == 0);
+    REQUIRE(desk.ask(QStringLiteral("import"), {desk.folder().write(QStringLiteral("new.csv"), "code,name\n2001,Di\n")}).code
+            == 0);
     CHECK(look());
     CHECK(cache->markerProperties(2001).personalProperties()->name == "Di");
 }

@@ -60,12 +60,9 @@ TEST_CASE("run options: the address of the table's input may be left out, named 
         int port;
     };
     const Row rows[] = {
-        {"g --tuio 4000", "127.0.0.1", 4000},
-        {"g --tuio 0", "127.0.0.1", 0},
-        {"g --tuio localhost:1", "127.0.0.1", 1},
-        {"g --tuio 192.168.0.20:65535", "192.168.0.20", 65535},
-        {"g --tuio [::1]:3333", "::1", 3333},
-        {"g --tuio tcp:4000", "127.0.0.1", 4000},
+        {"g --tuio 4000", "127.0.0.1", 4000},     {"g --tuio 0", "127.0.0.1", 0},
+        {"g --tuio localhost:1", "127.0.0.1", 1}, {"g --tuio 192.168.0.20:65535", "192.168.0.20", 65535},
+        {"g --tuio [::1]:3333", "::1", 3333},     {"g --tuio tcp:4000", "127.0.0.1", 4000},
         {"g --tuio tcp:[::1]:3333", "::1", 3333},
     };
     for (const Row& row : rows) {
@@ -73,7 +70,8 @@ TEST_CASE("run options: the address of the table's input may be left out, named 
         const RunOptions options = parsed(row.line);
         CHECK(options.tuioAddress == row.address);
         CHECK(options.tuioPort == row.port);
-        CHECK((options.tuioTransport == InputSettings::Transport::Tcp) == (std::string(row.line).find("tcp:") != std::string::npos));
+        CHECK((options.tuioTransport == InputSettings::Transport::Tcp)
+              == (std::string(row.line).find("tcp:") != std::string::npos));
     }
 }
 
@@ -94,16 +92,31 @@ TEST_CASE("run options: arguments that make no sense are refused with what would
         {"a b", "one presentation at a time: b is one too many"},
         {"a --fast", "unknown option --fast; see tavola run --help"},
         {"a -x", "unknown option -x; see tavola run --help"},
-        {"a --size", kSize}, {"a --size 800", kSize}, {"a --size 0x600", kSize}, {"a --size 800x600x2", kSize},
-        {"a --size -5x7", kSize}, {"a --size 16385x600", kSize}, {"a --size 99999999x1", kSize},
-        {"a --tuio", kTuio}, {"a --tuio 65536", kTuio}, {"a --tuio -1", kTuio}, {"a --tuio museum:3333", kTuio},
-        {"a --tuio :3333", kTuio}, {"a --tuio 127.0.0.1:", kTuio}, {"a --tuio tcp:", kTuio}, {"a --tuio udp:4000", kTuio},
-        {"a --inspect", kInspect}, {"a --inspect high", kInspect}, {"a --inspect 65536", kInspect},
+        {"a --size", kSize},
+        {"a --size 800", kSize},
+        {"a --size 0x600", kSize},
+        {"a --size 800x600x2", kSize},
+        {"a --size -5x7", kSize},
+        {"a --size 16385x600", kSize},
+        {"a --size 99999999x1", kSize},
+        {"a --tuio", kTuio},
+        {"a --tuio 65536", kTuio},
+        {"a --tuio -1", kTuio},
+        {"a --tuio museum:3333", kTuio},
+        {"a --tuio :3333", kTuio},
+        {"a --tuio 127.0.0.1:", kTuio},
+        {"a --tuio tcp:", kTuio},
+        {"a --tuio udp:4000", kTuio},
+        {"a --inspect", kInspect},
+        {"a --inspect high", kInspect},
+        {"a --inspect 65536", kInspect},
         {"a --inspect --headless", kInspect},
         {"a --plugin", "--plugin wants the file of a plug-in"},
         {"a --plugin --headless", "--plugin wants the file of a plug-in"},
         {"a --data", "--data wants a folder"},
-        {"a --media-server", kServer}, {"a --media-server ftp://media", kServer}, {"a --media-server httpx", kServer},
+        {"a --media-server", kServer},
+        {"a --media-server ftp://media", kServer},
+        {"a --media-server httpx", kServer},
         {"a --media-server http://", kServer},
         {"a --manual-clock", "--manual-clock wants --inspect PORT as well: frames are asked for through the inspector"},
     };
@@ -158,8 +171,8 @@ TEST_CASE("run options: what makes no sense in a replay is refused")
 TEST_CASE("run options: the help names every option")
 {
     const QString help = RunOptions::help();
-    for (const char* option : {"--headless", "--size WxH", "--tuio [tcp:][ADDRESS:]PORT", "--inspect PORT", "--manual-clock", "--opengl",
-                               "--plugin FILE", "--media-server URL", "--data DIR"})
+    for (const char* option : {"--headless", "--size WxH", "--tuio [tcp:][ADDRESS:]PORT", "--inspect PORT", "--manual-clock",
+                               "--opengl", "--plugin FILE", "--media-server URL", "--data DIR"})
         CHECK_MESSAGE(help.contains(QLatin1String(option)), option);
     for (const QString& line : help.split(QLatin1Char('\n')))
         CHECK_MESSAGE(line.size() <= 120, line.toStdString());

@@ -21,8 +21,12 @@ TEST_CASE("host components: each makes a widget of its kind")
         const char* cssClass;
     };
     const Row rows[] = {
-        {"picture", "ContentWidget", "picture"}, {"document", "DocumentWidget", "document"}, {"link", "LinkWidget", nullptr},
-        {"text", "TextWidget", nullptr},         {"image", "ImageWidget", nullptr},         {"panel", "Widget", nullptr},
+        {"picture", "ContentWidget", "picture"},
+        {"document", "DocumentWidget", "document"},
+        {"link", "LinkWidget", nullptr},
+        {"text", "TextWidget", nullptr},
+        {"image", "ImageWidget", nullptr},
+        {"panel", "Widget", nullptr},
         {"content-menu", "ContentMenuWidget", nullptr},
     };
     Trellis::Application application({800.f, 600.f});
@@ -33,7 +37,8 @@ TEST_CASE("host components: each makes a widget of its kind")
         CAPTURE(row.component);
         const auto component = tavola->createComponent(QLatin1String(row.component));
         REQUIRE(component);
-        component->setProperties({{"id", "it"}, {"classes", QJsonArray{"own"}}, {"attributes", QJsonObject{{"location", QJsonArray{30, 40}}}}});
+        component->setProperties(
+            {{"id", "it"}, {"classes", QJsonArray{"own"}}, {"attributes", QJsonObject{{"location", QJsonArray{30, 40}}}}});
         const auto widget = component->createContentWidget();
         REQUIRE(widget);
         CHECK(widget->cssType() == row.type);

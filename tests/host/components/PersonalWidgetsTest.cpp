@@ -85,7 +85,8 @@ TEST_CASE("personal widgets: why there is none is said")
 {
     Fixture table;
     PersonalWidgets widgets;
-    TestSupport::expectWarning("ComponentUse # presentation.json: folders.garden: there is no component \"volcano\"; it is left out");
+    TestSupport::expectWarning(
+        "ComponentUse # presentation.json: folders.garden: there is no component \"volcano\"; it is left out");
     widgets.add(QStringLiteral("lava"), Fixture::use("volcano"));
     widgets.add(QStringLiteral("garden"), Fixture::use("folder"));
     CHECK(widgets.widget(QStringLiteral("moon")).error()
@@ -94,7 +95,8 @@ TEST_CASE("personal widgets: why there is none is said")
           == "the presentation has nothing for the content key \"lava\"; add it to \"folders\"");
     table.makes = false;
     TestSupport::expectWarning("UIComponent::createInstance # Component 'folder' made no widget");
-    CHECK(widgets.widget(QStringLiteral("garden")).error() == "component \"folder\" of the content key \"garden\" made no widget");
+    CHECK(widgets.widget(QStringLiteral("garden")).error()
+          == "component \"folder\" of the content key \"garden\" made no widget");
     // It is tried again the next time.
     table.makes = true;
     CHECK(widgets.widget(QStringLiteral("garden")).has_value());

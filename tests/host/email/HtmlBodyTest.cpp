@@ -21,16 +21,19 @@ TEST_CASE("html body: a text that is not the filled template has no part that st
 TEST_CASE("html body: text is escaped, lines are kept, web addresses can be clicked")
 {
     CHECK(HtmlBody::fromText("a < b & \"c\"\nd") == "a &lt; b &amp; &quot;c&quot;<br>\nd");
-    CHECK(HtmlBody::fromText("see https://a.example/x?a=1&b=2.") ==
-          "see <a href=\"https://a.example/x?a=1&amp;b=2\">https://a.example/x?a=1&amp;b=2</a>.");
+    CHECK(HtmlBody::fromText("see https://a.example/x?a=1&b=2.")
+          == "see <a href=\"https://a.example/x?a=1&amp;b=2\">https://a.example/x?a=1&amp;b=2</a>.");
     CHECK(HtmlBody::fromText("javascript:alert(1)") == "javascript:alert(1)");
     CHECK(HtmlBody::fromText("http://a\"onclick=x") == "<a href=\"http://a\">http://a</a>&quot;onclick=x");
 }
 
 TEST_CASE("html body: name, links and content are filled in")
 {
-    const QString html = HtmlBody::compose({"<body><h1><name></h1><links>|<content></body>", "<name>!<links>", "A & B!\nhttp://x\n\n", "A & B", ""});
-    CHECK(html == "<body><h1>A &amp; B</h1><a href=\"http://x\">http://x</a>|A &amp; B!<br>\n<a href=\"http://x\">http://x</a><br>\n<br>\n</body>");
+    const QString html = HtmlBody::compose(
+        {"<body><h1><name></h1><links>|<content></body>", "<name>!<links>", "A & B!\nhttp://x\n\n", "A & B", ""});
+    CHECK(html
+          == "<body><h1>A &amp; B</h1><a href=\"http://x\">http://x</a>|A &amp; B!<br>\n<a "
+             "href=\"http://x\">http://x</a><br>\n<br>\n</body>");
 }
 
 TEST_CASE("html body: a name that looks like a placeholder stays a name")

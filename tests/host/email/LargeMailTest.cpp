@@ -14,7 +14,8 @@ qint64 memory(const char* entry)
 {
     QFile status(QStringLiteral("/proc/self/status"));
     REQUIRE(status.open(QIODevice::ReadOnly));
-    const auto match = QRegularExpression(QStringLiteral("%1:\\s+(\\d+) kB").arg(QLatin1String(entry))).match(QString::fromLatin1(status.readAll()));
+    const auto match = QRegularExpression(QStringLiteral("%1:\\s+(\\d+) kB").arg(QLatin1String(entry)))
+                           .match(QString::fromLatin1(status.readAll()));
     REQUIRE(match.hasMatch());
     return match.captured(1).toLongLong() * 1024;
 }

@@ -27,15 +27,17 @@ Answer mail(const QStringList& arguments)
     program.start(QStringLiteral(TAVOLA_PROGRAM), QStringList{"mail"} + arguments);
     // The events of this program go on: a server of the test may be waiting for them.
     REQUIRE(TestSupport::pumpUntil([&] { return program.state() == QProcess::NotRunning; }, 30000));
-    return {program.exitCode(), QString::fromUtf8(program.readAllStandardOutput()), QString::fromUtf8(program.readAllStandardError())};
+    return {program.exitCode(), QString::fromUtf8(program.readAllStandardOutput()),
+            QString::fromUtf8(program.readAllStandardError())};
 }
 
 struct CommandBench : MailBench
 {
     CommandBench()
     {
-        folder.write("show/presentation.json",
-                     R"({"services": {"email-service": [{"server": "smtp://127.0.0.1:9", "sender": {"address": "museum@example.net"}}]}})");
+        folder.write(
+            "show/presentation.json",
+            R"({"services": {"email-service": [{"server": "smtp://127.0.0.1:9", "sender": {"address": "museum@example.net"}}]}})");
     }
     Answer ask(const QString& action, const QStringList& which = {}) const
     {
@@ -44,7 +46,8 @@ struct CommandBench : MailBench
     void openService()
     {
         QString error;
-        service = OutboxService::open(settings, outboxFolder(folder.path("data"), QString()), error, [this] { return nowMs.load(); });
+        service =
+            OutboxService::open(settings, outboxFolder(folder.path("data"), QString()), error, [this] { return nowMs.load(); });
         REQUIRE(service);
     }
     /// Messages 1 to `count`, refused.
@@ -152,8 +155,8 @@ TEST_CASE("tavola mail: an outbox that cannot be read is not called empty")
     bench.openService();
     bench.refuse(1);
     bench.close();
-    const auto fault =
-        TestSupport::SqliteFault::lostTable(outboxFolder(bench.folder.path("data"), QString()) + "/outbox.sqlite", QStringLiteral("recipients"));
+    const auto fault = TestSupport::SqliteFault::lostTable(outboxFolder(bench.folder.path("data"), QString()) + "/outbox.sqlite",
+                                                           QStringLiteral("recipients"));
     for (const char* action : {"list", "retry"}) {
         const Answer answer = bench.ask(action);
         CHECK(answer.code == 1);

@@ -6,15 +6,31 @@
 
 TEST_CASE("mail header: a mailbox has one @, a domain, and no letter that could end it")
 {
-    for (const char* good : {"ann@example.org", "a.b+c@example.co.uk", "ann@localhost", "o'neil@example.org", "p\u00e4ivi@example.fi",
-                             "ann@m\u00fcnchen.example"}) {
+    for (const char* good : {"ann@example.org", "a.b+c@example.co.uk", "ann@localhost", "o'neil@example.org",
+                             "p\u00e4ivi@example.fi", "ann@m\u00fcnchen.example"}) {
         INFO("good: " << std::string(good));
         CHECK(MailHeader::isMailAddress(QString::fromUtf8(good)));
     }
-    for (const char* bad : {"", "ann", "@example.org", "ann@", "ann@@example.org", "a b@example.org", "ann@exam ple.org", "<ann@example.org>",
-                            "ann@example.org\r\nBcc: bob@example.org", "ann@example.org\n", "ann@.example.org", "ann@example.org.",
-                            "ann@-example.org", "ann@example..org", "ann@example.org,bob@example.org", "\"ann\"@example.org", ".ann@example.org",
-                            "ann.@example.org", "ann@example.org>", "a\u200b@example.org"}) {
+    for (const char* bad : {"",
+                            "ann",
+                            "@example.org",
+                            "ann@",
+                            "ann@@example.org",
+                            "a b@example.org",
+                            "ann@exam ple.org",
+                            "<ann@example.org>",
+                            "ann@example.org\r\nBcc: bob@example.org",
+                            "ann@example.org\n",
+                            "ann@.example.org",
+                            "ann@example.org.",
+                            "ann@-example.org",
+                            "ann@example..org",
+                            "ann@example.org,bob@example.org",
+                            "\"ann\"@example.org",
+                            ".ann@example.org",
+                            "ann.@example.org",
+                            "ann@example.org>",
+                            "a\u200b@example.org"}) {
         INFO("bad: " << std::string(bad));
         CHECK_FALSE(MailHeader::isMailAddress(QString::fromUtf8(bad)));
     }
@@ -65,8 +81,10 @@ TEST_CASE("mail header: a name is quoted, and quotes in it are escaped")
 {
     CHECK(MailHeader::mailbox({"ann@example.org", ""}) == "ann@example.org");
     CHECK(MailHeader::mailbox({"ann@example.org", "Ann \"A\" \\ B"}) == "\"Ann \\\"A\\\" \\\\ B\"\r\n <ann@example.org>");
-    CHECK(MailHeader::mailbox({"ann@example.org", "x\r\nBcc: eve@example.org"}) == "\"x Bcc: eve@example.org\"\r\n <ann@example.org>");
-    CHECK(MailHeader::mailbox({"ann@example.org", QString::fromUtf8("P\u00e4ivi")}) == "=?UTF-8?B?UMOkaXZp?=\r\n <ann@example.org>");
+    CHECK(MailHeader::mailbox({"ann@example.org", "x\r\nBcc: eve@example.org"})
+          == "\"x Bcc: eve@example.org\"\r\n <ann@example.org>");
+    CHECK(MailHeader::mailbox({"ann@example.org", QString::fromUtf8("P\u00e4ivi")})
+          == "=?UTF-8?B?UMOkaXZp?=\r\n <ann@example.org>");
 }
 
 TEST_CASE("mail header: a parameter of many letters is written in numbered pieces")

@@ -68,7 +68,8 @@ private:
 
 QStringList runArguments(const Folder& folder, const QStringList& more = {})
 {
-    return QStringList{"run", folder.path("show"), "--headless", "--tuio", "0", "--inspect", "0", "--data", folder.path("data")} + more;
+    return QStringList{"run", folder.path("show"), "--headless", "--tuio", "0", "--inspect", "0", "--data", folder.path("data")}
+    + more;
 }
 }
 
@@ -84,9 +85,12 @@ TEST_CASE("presentation: e-mail services are read, each under a name of its own"
         {"name": "fourth", "server": "smtp://mail.example.org", "sender": {"address": "e@example.org"}, "template": "none.txt"}]}})");
     const std::string place = "Presentation # " + file.toStdString() + ": services.email-service";
     TestSupport::expectWarning(place + "[2]: there is an e-mail service named \"other\" already; it is skipped");
-    TestSupport::expectWarning(place + "[3].server: expected an address that begins with smtp:// or smtps://, without user and password; "
-                                       "it is skipped");
-    TestSupport::expectWarning(place + "[4].template: there is no file " + folder.path("show/none.txt").toStdString() + "; it is skipped");
+    TestSupport::expectWarning(
+        place
+        + "[3].server: expected an address that begins with smtp:// or smtps://, without user and password; "
+          "it is skipped");
+    TestSupport::expectWarning(place + "[4].template: there is no file " + folder.path("show/none.txt").toStdString()
+                               + "; it is skipped");
     QString error;
     const auto presentation = Presentation::load(folder.path("show"), error);
     REQUIRE(presentation);
@@ -128,7 +132,8 @@ TEST_CASE("tavola: a table sends what an earlier one kept, and the inspector sho
     // Somebody at the queue does not want to wait.
     bench.server.forgive();
     QProcess retry;
-    retry.start(QStringLiteral(TAVOLA_PROGRAM), {"mail", "retry", "--data", bench.folder.path("data"), bench.folder.path("show")});
+    retry.start(QStringLiteral(TAVOLA_PROGRAM),
+                {"mail", "retry", "--data", bench.folder.path("data"), bench.folder.path("show")});
     REQUIRE(retry.waitForFinished());
     CHECK(retry.exitCode() == 0);
     REQUIRE(bench.hasMails(1));
@@ -157,5 +162,6 @@ TEST_CASE("tavola: a mail server on the command line wants a service to use it")
     Program table(runArguments(folder, {"--mail-server", "smtp://127.0.0.1:9"}));
     REQUIRE(table.hasEnded());
     CHECK(table.exitCode() == 1);
-    CHECK(table.errors().contains("tavola: --mail-server: the presentation has no e-mail service whose server it could replace\n"));
+    CHECK(
+        table.errors().contains("tavola: --mail-server: the presentation has no e-mail service whose server it could replace\n"));
 }

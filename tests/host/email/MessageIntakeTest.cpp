@@ -162,7 +162,8 @@ TEST_CASE("message intake: a file below the presentation's folder is linked with
     bench.mail.addAttachment("shown too.txt", std::move(file), "text/plain");
     REQUIRE(bench.take());
     CHECK(bench.message.text
-          == "Hello\n\nToo large:\nhttps://museum.example/media/b%20%26%20c.txt (0.0 MB)\nhttps://museum.example/shown%20too.txt (0.0 MB)\n");
+          == "Hello\n\nToo large:\nhttps://museum.example/media/b%20%26%20c.txt (0.0 MB)\nhttps://museum.example/shown%20too.txt "
+             "(0.0 MB)\n");
     CHECK(bench.folders() == 0);
 }
 
@@ -174,7 +175,8 @@ TEST_CASE("message intake: an attachment that cannot be read is named, and costs
     socket->open(QIODevice::ReadOnly);
     bench.mail.addAttachment("stream", std::move(socket), "text/plain");
     bench.attach("a.txt", "first");
-    TestSupport::expectWarning("MessageIntake # Failed to read the attachment stream (it is no ordinary file); the message goes without it");
+    TestSupport::expectWarning(
+        "MessageIntake # Failed to read the attachment stream (it is no ordinary file); the message goes without it");
     REQUIRE(bench.take());
     CHECK(bench.message.text == "Hello\n\nMissing:\nstream\n");
     REQUIRE(bench.message.files.size() == 1);

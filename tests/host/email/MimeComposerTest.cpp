@@ -112,8 +112,13 @@ TEST_CASE("mime: files arrive byte for byte, under their names, in base64 with s
     for (int i = 0; i < 100000; ++i)
         everyByte += char(i * 7 + i / 256);
     OutboxMessage message = letter();
-    const QStringList names{"plain.bin", "empty", "quo\"te\\d; x=\"y\".bin", QString(300, 'n') + ".bin",
-                            QString::fromUtf8("\u00e4iti \u674e.bin"), QString(300, QChar(0x674e)), "plain.bin"};
+    const QStringList names{"plain.bin",
+                            "empty",
+                            "quo\"te\\d; x=\"y\".bin",
+                            QString(300, 'n') + ".bin",
+                            QString::fromUtf8("\u00e4iti \u674e.bin"),
+                            QString(300, QChar(0x674e)),
+                            "plain.bin"};
     for (int i = 0; i < names.size(); ++i) {
         const QByteArray bytes = i == 1 ? QByteArray() : everyByte.left(everyByte.size() - i);
         message.files.push_back({names[i], "application/octet-stream", folder.write(QString::number(i), bytes), bytes.size()});

@@ -40,8 +40,8 @@ struct Bench
     /// As a program does at its start.
     void start()
     {
-        attempts = std::make_unique<OutboxAttempts>(settings, MailCredentials(),
-                                                    OutboxAttempts::Surroundings{*outbox, answers, report, [this] { return nowMs; }});
+        attempts = std::make_unique<OutboxAttempts>(
+            settings, MailCredentials(), OutboxAttempts::Surroundings{*outbox, answers, report, [this] { return nowMs; }});
         attempts->begin();
     }
     /// Adds message 1, 2, ...; its answer is owed.
@@ -89,7 +89,8 @@ TEST_CASE("outbox attempts: who takes new messages only is not kept busy by old 
 {
     Bench bench;
     bench.server.answer("MAIL", "451 Come back");
-    TestSupport::expectWarning("OutboxService # Message 1 to ann@example.org is not delivered yet (451 Come back); the next attempt is in 60 s");
+    TestSupport::expectWarning(
+        "OutboxService # Message 1 to ann@example.org is not delivered yet (451 Come back); the next attempt is in 60 s");
     auto old = bench.add();
     CHECK(bench.turn(Which::Untried) == Turn::Made);
     bench.nowMs += 60000;
@@ -111,7 +112,8 @@ TEST_CASE("outbox attempts: a message whose recipients or files cannot be read s
         auto future = bench.add();
         auto fault = SqliteFault::lostTable(bench.path, table);
         // The second time says nothing new.
-        TestSupport::expectWarningStartingWith("Outbox # Failed to take a message from " + bench.path.toStdString() + " (no such table: " + table);
+        TestSupport::expectWarningStartingWith("Outbox # Failed to take a message from " + bench.path.toStdString()
+                                               + " (no such table: " + table);
         CHECK(bench.turn() == Turn::Fault);
         CHECK(bench.turn() == Turn::Fault);
         CHECK(bench.server.connections() == 0);
@@ -129,7 +131,8 @@ TEST_CASE("outbox attempts: a message that has lost its recipients is kept as fa
     auto damaged = bench.add();
     auto whole = bench.add();
     SqliteFault::run(bench.path, "DELETE FROM recipients WHERE message = 1");
-    TestSupport::expectWarning("OutboxService # Message 1 to  was refused (the outbox has lost the recipients); it stays in the outbox as failed");
+    TestSupport::expectWarning(
+        "OutboxService # Message 1 to  was refused (the outbox has lost the recipients); it stays in the outbox as failed");
     CHECK(bench.turn() == Turn::Made);
     CHECK(bench.turn() == Turn::Made);
     REQUIRE(damaged.isReady());
@@ -175,8 +178,9 @@ TEST_CASE("outbox attempts: a delivery that cannot be noted is noted later, and 
     auto second = bench.add();
     auto fault = SqliteFault::fullDisk(bench.path, "DELETE", "messages");
     expectFullDisk(bench.warning);
-    TestSupport::expectWarning("OutboxService # Failed to write what became of message 1 to ann@example.org (it is delivered); nothing else is "
-                               "sent until that is written");
+    TestSupport::expectWarning(
+        "OutboxService # Failed to write what became of message 1 to ann@example.org (it is delivered); nothing else is "
+        "sent until that is written");
     CHECK(bench.turn() == Turn::Made);
     REQUIRE(first.isReady());
     CHECK(first.value().success); // it has arrived
@@ -202,8 +206,9 @@ TEST_CASE("outbox attempts: a delay that cannot be noted strands no message, and
     auto future = bench.add();
     Turn made = Turn::NothingDue;
     expectFullDisk(bench.warning);
-    TestSupport::expectWarning("OutboxService # Failed to write what became of message 1 to ann@example.org (it is not delivered: 451 Come back); "
-                               "nothing else is sent until that is written");
+    TestSupport::expectWarning(
+        "OutboxService # Failed to write what became of message 1 to ann@example.org (it is not delivered: 451 Come back); "
+        "nothing else is sent until that is written");
     std::thread attempt([&] { made = bench.turn(); });
     const bool isHeld = TestSupport::pumpUntil([&] { return bench.server.held() == 1; }, 20000);
     auto full = SqliteFault::fullDisk(bench.path, "UPDATE", "messages");
@@ -216,7 +221,8 @@ TEST_CASE("outbox attempts: a delay that cannot be noted strands no message, and
     CHECK(bench.message(1).state == State::Sending);
     full.mend();
     bench.nowMs += 5000;
-    TestSupport::expectWarning("OutboxService # Message 1 to ann@example.org is not delivered yet (451 Come back); the next attempt is in 60 s");
+    TestSupport::expectWarning(
+        "OutboxService # Message 1 to ann@example.org is not delivered yet (451 Come back); the next attempt is in 60 s");
     CHECK(bench.turn() == Turn::NothingDue);
     const OutboxMessage kept = bench.message(1);
     CHECK(kept.state == State::Queued);
@@ -235,14 +241,16 @@ TEST_CASE("outbox attempts: a refusal that cannot be noted is a failure for the 
     auto future = bench.add();
     auto fault = SqliteFault::fullDisk(bench.path, "UPDATE", "recipients");
     expectFullDisk(bench.warning);
-    TestSupport::expectWarning("OutboxService # Failed to write what became of message 1 to ann@example.org (it was refused: 550 Go away); nothing "
-                               "else is sent until that is written");
+    TestSupport::expectWarning(
+        "OutboxService # Failed to write what became of message 1 to ann@example.org (it was refused: 550 Go away); nothing "
+        "else is sent until that is written");
     CHECK(bench.turn() == Turn::Made);
     REQUIRE(future.isReady());
     CHECK(future.value().error == "550 Go away");
     CHECK(bench.message(1).state == State::Sending);
     fault.mend();
-    TestSupport::expectWarning("OutboxService # Message 1 to ann@example.org was refused (550 Go away); it stays in the outbox as failed");
+    TestSupport::expectWarning(
+        "OutboxService # Message 1 to ann@example.org was refused (550 Go away); it stays in the outbox as failed");
     CHECK(bench.attempts->catchUp());
     CHECK(bench.message(1).state == State::Failed);
     CHECK(bench.server.connections() == 1);

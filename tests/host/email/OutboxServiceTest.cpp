@@ -22,8 +22,8 @@ using State = OutboxMessage::State;
 
 void expectDelay(int id, const char* words, const char* pause)
 {
-    TestSupport::expectWarning("OutboxService # Message " + std::to_string(id) + " to ann@example.org is not delivered yet (" + words
-                               + "); the next attempt is in " + pause + " s");
+    TestSupport::expectWarning("OutboxService # Message " + std::to_string(id) + " to ann@example.org is not delivered yet ("
+                               + words + "); the next attempt is in " + pause + " s");
 }
 
 void expectRefusal(int id, const std::string& words)
@@ -151,8 +151,9 @@ TEST_CASE("outbox service: a message that nobody takes is given up in the end, a
     bench.open();
     expectDelay(1, "450 busy", "60");
     CHECK(bench.send(bench.message()).success);
-    TestSupport::expectWarning("OutboxService # Message 1 to ann@example.org is given up after 1 hours (450 busy); it stays in the outbox "
-                               "as failed");
+    TestSupport::expectWarning(
+        "OutboxService # Message 1 to ann@example.org is given up after 1 hours (450 busy); it stays in the outbox "
+        "as failed");
     bench.pass(3600.0);
     REQUIRE(bench.reports("failed", 1));
     CHECK(bench.kept()[0].state == State::Failed);
@@ -232,7 +233,8 @@ TEST_CASE("outbox service: a wrong certificate keeps the message until it is rig
 
 TEST_CASE("outbox service: an address that is none is refused at once, and nothing is kept")
 {
-    for (const char* address : {"", "ann", "ann@example.org\r\nRCPT TO:<eve@example.org>", "ann@example.org>", "<ann@example.org>"}) {
+    for (const char* address :
+         {"", "ann", "ann@example.org\r\nRCPT TO:<eve@example.org>", "ann@example.org>", "<ann@example.org>"}) {
         INFO("address: " << std::string(address));
         MailBench bench;
         bench.open();
@@ -269,7 +271,8 @@ TEST_CASE("outbox service: an attachment that cannot be read costs that attachme
     const QString path = bench.folder.path("pipe");
     REQUIRE(::mkfifo(QFile::encodeName(path).constData(), 0600) == 0);
     auto pipe = std::make_unique<QFile>();
-    REQUIRE(pipe->open(::open(QFile::encodeName(path).constData(), O_RDWR | O_NONBLOCK), QIODevice::ReadOnly, QFileDevice::AutoCloseHandle));
+    REQUIRE(pipe->open(::open(QFile::encodeName(path).constData(), O_RDWR | O_NONBLOCK), QIODevice::ReadOnly,
+                       QFileDevice::AutoCloseHandle));
     message.addAttachment("pipe\r\nX: y", std::move(pipe), "application/octet-stream");
     auto directory = std::make_unique<QFile>();
     REQUIRE(directory->open(::open(QFile::encodeName(bench.folder.path()).constData(), O_RDONLY), QIODevice::ReadOnly,
@@ -277,8 +280,10 @@ TEST_CASE("outbox service: an attachment that cannot be read costs that attachme
     message.addAttachment("directory", std::move(directory), "application/octet-stream");
     bench.attach(message, bench.folder.write("a.txt", "attached"), "a.txt");
     bench.attach(message, bench.folder.write("empty", ""), "empty");
-    TestSupport::expectWarning("MessageIntake # Failed to read the attachment pipe X: y (it is no ordinary file); the message goes without it");
-    TestSupport::expectWarning("MessageIntake # Failed to read the attachment directory (it is no ordinary file); the message goes without it");
+    TestSupport::expectWarning(
+        "MessageIntake # Failed to read the attachment pipe X: y (it is no ordinary file); the message goes without it");
+    TestSupport::expectWarning(
+        "MessageIntake # Failed to read the attachment directory (it is no ordinary file); the message goes without it");
     CHECK(bench.send(message).success);
     const QJsonObject mail = parseMail(bench.server.mails()[0].data);
     CHECK(partBytes(mail, 0) == "Hello\r\n\r\nMissing:\r\npipe X: y\r\ndirectory\r\n");
@@ -307,7 +312,8 @@ TEST_CASE("outbox service: files beyond the limit become links, and the body say
     CHECK(bench.send(message).success);
     const QJsonObject mail = parseMail(bench.server.mails()[0].data);
     CHECK(partBytes(mail, 0).toStdString()
-          == "\r\n\r\nToo large:\r\nhttps://museum.example/files/media/b%20%26%20c.bin (0.0 MB)\r\nhttps://museum.example/files/d.bin (0.0 "
+          == "\r\n\r\nToo large:\r\nhttps://museum.example/files/media/b%20%26%20c.bin (0.0 "
+             "MB)\r\nhttps://museum.example/files/d.bin (0.0 "
              "MB)\r\n");
     CHECK(partBytes(mail, 1).contains("<a href=\"https://museum.example/files/media/b%20%26%20c.bin\">"));
     REQUIRE(mail.value("parts").toArray().size() == 5);
@@ -376,7 +382,8 @@ TEST_CASE("outbox service: with a silent server every message is on the disk at 
     CHECK(bench.server.mails().empty());
 }
 
-TEST_CASE("outbox service: with a silent server everybody is answered after a while, and every message comes when the server does")
+TEST_CASE(
+    "outbox service: with a silent server everybody is answered after a while, and every message comes when the server does")
 {
     MailBench bench;
     bench.settings.answerSeconds = 0.2;
@@ -446,7 +453,8 @@ TEST_CASE("outbox service: on a full disk the queue is asked at a walk, and goes
     CHECK(bench.send(bench.message()).success);
     bench.server.forgive();
     auto fault = TestSupport::SqliteFault::fullDisk(bench.databasePath(), "UPDATE", "messages");
-    const std::string warning = "Outbox # Failed to take a message from " + bench.databasePath().toStdString() + " (database or disk is full";
+    const std::string warning =
+        "Outbox # Failed to take a message from " + bench.databasePath().toStdString() + " (database or disk is full";
     TestSupport::expectWarningStartingWith(warning);
     bench.pass(60.0);
     REQUIRE(MailBench::logs(warning));
@@ -470,8 +478,10 @@ TEST_CASE("outbox service: a delivery that cannot be noted is noted when there i
     auto future = bench.service->send(bench.message());
     REQUIRE(TestSupport::pumpUntil([&] { return bench.server.held() == 1; }, 20000));
     auto fault = TestSupport::SqliteFault::fullDisk(bench.databasePath(), "DELETE", "messages");
-    TestSupport::expectWarningStartingWith("Outbox # Failed to write " + bench.databasePath().toStdString() + " (database or disk is full");
-    TestSupport::expectWarningStartingWith("OutboxService # Failed to write what became of message 1 to ann@example.org (it is delivered)");
+    TestSupport::expectWarningStartingWith("Outbox # Failed to write " + bench.databasePath().toStdString()
+                                           + " (database or disk is full");
+    TestSupport::expectWarningStartingWith(
+        "OutboxService # Failed to write what became of message 1 to ann@example.org (it is delivered)");
     bench.server.release();
     CHECK(MailBench::outcome(std::move(future)).success);
     CHECK(bench.kept().size() == 1);
@@ -492,8 +502,10 @@ TEST_CASE("outbox service: a delay that cannot be noted is noted when there is r
     auto future = bench.service->send(bench.message());
     REQUIRE(TestSupport::pumpUntil([&] { return bench.server.held() == 1; }, 20000));
     auto fault = TestSupport::SqliteFault::fullDisk(bench.databasePath(), "UPDATE", "messages");
-    TestSupport::expectWarningStartingWith("Outbox # Failed to write " + bench.databasePath().toStdString() + " (database or disk is full");
-    TestSupport::expectWarningStartingWith("OutboxService # Failed to write what became of message 1 to ann@example.org (it is not delivered: 451");
+    TestSupport::expectWarningStartingWith("Outbox # Failed to write " + bench.databasePath().toStdString()
+                                           + " (database or disk is full");
+    TestSupport::expectWarningStartingWith(
+        "OutboxService # Failed to write what became of message 1 to ann@example.org (it is not delivered: 451");
     bench.server.release();
     CHECK(MailBench::outcome(std::move(future)).success);
     expectDelay(1, "451 Come back", "60");
@@ -527,7 +539,8 @@ TEST_CASE("outbox service: many messages at once all arrive, each once")
     bench.open();
     std::vector<folly::Future<MailBench::Status>> futures;
     for (int i = 0; i < 30; ++i)
-        futures.push_back(bench.service->send(bench.message(QStringLiteral("message %1\n").arg(i), QStringLiteral("v%1@example.org").arg(i))));
+        futures.push_back(
+            bench.service->send(bench.message(QStringLiteral("message %1\n").arg(i), QStringLiteral("v%1@example.org").arg(i))));
     for (auto& future : futures)
         CHECK(MailBench::outcome(std::move(future)).success);
     std::set<QByteArray> recipients;
@@ -629,7 +642,8 @@ TEST_CASE("outbox service: a password that would go unencrypted to another machi
     QString error;
     CHECK(OutboxService::open(bench.settings, bench.outboxPath(), error) == nullptr);
     CHECK(error.toStdString()
-          == "\"startTls\": \"never\" would send the password to the mail server smtp://mail.example.org:587 unencrypted; set it to "
+          == "\"startTls\": \"never\" would send the password to the mail server smtp://mail.example.org:587 unencrypted; set it "
+             "to "
              "\"required\", or leave out the credentials (the file, or TAVOLA_SMTP_USER)");
     CHECK_FALSE(QFileInfo::exists(bench.outboxPath()));
     bench.settings.startTls = MailSettings::StartTls::IfOffered;
@@ -684,7 +698,8 @@ TEST_CASE("outbox service: when the outbox cannot take a message, its sender is 
     const auto fault = TestSupport::SqliteFault::fullDisk(bench.databasePath(), "INSERT", "recipients");
     auto message = bench.message();
     bench.attach(message, bench.folder.write("a.txt", "attached"), "a.txt");
-    TestSupport::expectWarningStartingWith("Outbox # Failed to write " + bench.databasePath().toStdString() + " (database or disk is full");
+    TestSupport::expectWarningStartingWith("Outbox # Failed to write " + bench.databasePath().toStdString()
+                                           + " (database or disk is full");
     TestSupport::expectWarning("OutboxService # Failed to accept a message (the message cannot be kept)");
     const auto status = bench.send(message);
     CHECK_FALSE(status.success);

@@ -276,7 +276,8 @@ TEST_CASE("outbox: a message that cannot be marked as being sent is not handed o
     const OutboxMessage message = bench.add();
     const QString path = bench.folder.path("outbox/outbox.sqlite");
     auto fault = TestSupport::SqliteFault::fullDisk(path, "UPDATE", "messages");
-    TestSupport::expectWarningStartingWith("Outbox # Failed to take a message from " + path.toStdString() + " (database or disk is full");
+    TestSupport::expectWarningStartingWith("Outbox # Failed to take a message from " + path.toStdString()
+                                           + " (database or disk is full");
     CHECK(bench.outbox->claimDue(5000).isFault);
     fault.mend();
     CHECK(bench.outbox->claimDue(5000).message.value().id == message.id);

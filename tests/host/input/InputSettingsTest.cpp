@@ -19,9 +19,8 @@ Outcome read(const char* json)
     const QJsonObject root = QJsonDocument::fromJson(json, &error).object();
     REQUIRE_MESSAGE(error.error == QJsonParseError::NoError, error.errorString().toStdString());
     Outcome outcome;
-    outcome.settings = InputSettings::read(root, [&outcome](const QString& place, const QString& why) {
-        outcome.skipped << place + QStringLiteral(": ") + why;
-    });
+    outcome.settings = InputSettings::read(
+        root, [&outcome](const QString& place, const QString& why) { outcome.skipped << place + QStringLiteral(": ") + why; });
     return outcome;
 }
 }
@@ -70,7 +69,8 @@ TEST_CASE("input settings: a listener with anything wrong in it is left out whol
         const char* listener;
         const char* told;
     };
-    const char* const kTuio = "input[0].tuio: expected \"ADDRESS:PORT\" or \"tcp:ADDRESS:PORT\", such as \"127.0.0.1:3333\"; nothing listens there";
+    const char* const kTuio =
+        "input[0].tuio: expected \"ADDRESS:PORT\" or \"tcp:ADDRESS:PORT\", such as \"127.0.0.1:3333\"; nothing listens there";
     const char* const kRect =
         "input[0].rect: expected [x, y, width, height] in pixels of the table, the last two above 0; nothing listens there";
     const char* const kAllow =
@@ -94,8 +94,7 @@ TEST_CASE("input settings: a listener with anything wrong in it is left out whol
     };
     for (const Row& row : rows) {
         CAPTURE(row.listener);
-        const Outcome outcome =
-            read(("{\"input\": [" + std::string(row.listener) + ", {\"tuio\": \"127.0.0.1:2\"}]}").c_str());
+        const Outcome outcome = read(("{\"input\": [" + std::string(row.listener) + ", {\"tuio\": \"127.0.0.1:2\"}]}").c_str());
         CHECK(outcome.skipped == QStringList{QLatin1String(row.told)});
         REQUIRE(outcome.settings.listeners.size() == 1);
         CHECK(outcome.settings.listeners[0].port == 2);
@@ -117,8 +116,7 @@ TEST_CASE("input settings: a setting that is wrong keeps its usual value")
     CHECK(outcome.settings.smoothing);
     CHECK(read(R"({"input": [{"tuio": "127.0.0.1:1", "port": 2}]})").skipped
           == QStringList{"input[0].port: unknown entry; known are tuio, rect, allow"});
-    CHECK(read(R"({"inputSettings": []})").skipped
-          == QStringList{"inputSettings: expected an object of names and values"});
+    CHECK(read(R"({"inputSettings": []})").skipped == QStringList{"inputSettings: expected an object of names and values"});
 }
 
 TEST_CASE("input settings: the usual listener is there where none is named, and not where the named ones are wrong")

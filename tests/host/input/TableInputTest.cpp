@@ -7,11 +7,11 @@
 
 #include <EventLoop.hpp>
 #include <LogCapture.hpp>
-#include <Trellis/Widget.hpp>
 #include <Tactile/TuioEncoder.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Tavola/UserInterface.hpp>
 #include <Trellis/GrabManager.hpp>
+#include <Trellis/Widget.hpp>
 
 #include <QTcpSocket>
 
@@ -57,7 +57,8 @@ TEST_CASE("table input: each listener of a presentation has its part of the tabl
 TEST_CASE("table input: a listener of a presentation, or that of the command line, may be one by TCP")
 {
     TablePlace place;
-    place.presentation(R"({"table": {"width": 2000, "height": 1000}, "input": [{"tuio": "tcp:127.0.0.1:0", "allow": ["127.0.0.1"]}]})");
+    place.presentation(
+        R"({"table": {"width": 2000, "height": 1000}, "input": [{"tuio": "tcp:127.0.0.1:0", "allow": ["127.0.0.1"]}]})");
     for (const bool isOnCommandLine : {false, true}) {
         CAPTURE(isOnCommandLine);
         place.options.hasTuio = isOnCommandLine;
@@ -65,7 +66,8 @@ TEST_CASE("table input: a listener of a presentation, or that of the command lin
         place.options.tuioPort = 0;
         const auto table = place.open();
         REQUIRE(table->listeners().size() == 1);
-        CHECK(table->listeners().at(0).toObject().value("tuio").toString() == QStringLiteral("tcp:127.0.0.1:%1").arg(table->tuioPort()));
+        CHECK(table->listeners().at(0).toObject().value("tuio").toString()
+              == QStringLiteral("tcp:127.0.0.1:%1").arg(table->tuioPort()));
         QTcpSocket tracker;
         tracker.connectToHost(QHostAddress(QHostAddress::LocalHost), quint16(table->tuioPort()));
         REQUIRE(tracker.waitForConnected(10000));
@@ -97,7 +99,8 @@ TEST_CASE("table input: the address on the command line goes before the presenta
 TEST_CASE("table input: what is sent by others than those allowed is refused, and the inspector counts it")
 {
     TablePlace place;
-    place.presentation(R"({"input": [{"tuio": "127.0.0.1:0", "allow": ["127.0.0.9"]}, {"tuio": "127.0.0.1:0", "allow": ["127.0.0.1"]}]})");
+    place.presentation(
+        R"({"input": [{"tuio": "127.0.0.1:0", "allow": ["127.0.0.9"]}, {"tuio": "127.0.0.1:0", "allow": ["127.0.0.1"]}]})");
     const TableLog log;
     const auto table = place.open();
     Inspector inspector({table->application(), log, &table->input(), true, {}, {}, [&table] { return table->listeners(); }});
@@ -108,7 +111,15 @@ TEST_CASE("table input: what is sent by others than those allowed is refused, an
     sender.setPort(portOf(*table, 0));
     sender.post(fingerPacket("stranger@x", 0.5f, 0.5f));
     const auto refused = [&] {
-        return ask(inspector.port(), "GET", "/input").json().object().value("listeners").toArray().at(0).toObject().value("refusedSenders").toInt();
+        return ask(inspector.port(), "GET", "/input")
+            .json()
+            .object()
+            .value("listeners")
+            .toArray()
+            .at(0)
+            .toObject()
+            .value("refusedSenders")
+            .toInt();
     };
     CHECK(TestSupport::pumpUntil([&] { return refused() == 1; }, 10000));
     CHECK(log.lines().last().toObject().value("text").toString().startsWith(
@@ -153,12 +164,15 @@ TEST_CASE("table input: the inspector tells for each sender what was dropped, an
     finger("right@cam", 5, 0.7f);
     sender.send({'n', 'o', 'n', 'e'});
     table->frame(0.02);
-    CHECK(log.lines().last().toObject().value("text").toString().startsWith("TuioDecoder::decode # Dropped a datagram (from 127.0.0.1:"));
+    CHECK(log.lines().last().toObject().value("text").toString().startsWith(
+        "TuioDecoder::decode # Dropped a datagram (from 127.0.0.1:"));
 
     const QJsonObject report = ask(inspector.port(), "GET", "/input").json().object();
     const QJsonArray sources = report.value("sources").toArray();
     REQUIRE(sources.size() == 2);
-    const auto drops = [](const QJsonValue& of, const char* cause) { return of.toObject().value("drops").toObject().value(QLatin1String(cause)).toInt(-1); };
+    const auto drops = [](const QJsonValue& of, const char* cause) {
+        return of.toObject().value("drops").toObject().value(QLatin1String(cause)).toInt(-1);
+    };
     for (const char* cause : {"notFinite", "outOfRange", "late"}) {
         CAPTURE(cause);
         CHECK(drops(sources.at(0), cause) == 1);
@@ -200,14 +214,16 @@ TEST_CASE("table input: what cannot be recorded, replayed or listened to keeps t
     place.options.tuioPort = 0;
     place.options.recordFile = place.folder.path(QStringLiteral("presentation.json"));
     CHECK_FALSE(place.tryToOpen());
-    CHECK(place.error == QStringLiteral("DatagramRecorder # Failed to make %1 (File exists); choose another name, or move that file away")
-                             .arg(place.options.recordFile));
+    CHECK(place.error
+          == QStringLiteral("DatagramRecorder # Failed to make %1 (File exists); choose another name, or move that file away")
+                 .arg(place.options.recordFile));
     place.options.replayFile = place.options.recordFile;
     place.options.recordFile.clear();
     CHECK_FALSE(place.tryToOpen());
-    CHECK(place.error == QStringLiteral("DatagramPlayer # Failed to read %1 (no recording of a table); give a file that "
-                                        "\"tavola run --record\" made")
-                             .arg(place.options.replayFile));
+    CHECK(place.error
+          == QStringLiteral("DatagramPlayer # Failed to read %1 (no recording of a table); give a file that "
+                            "\"tavola run --record\" made")
+                 .arg(place.options.replayFile));
     place.options.replayFile.clear();
     CHECK(place.tryToOpen());
 }

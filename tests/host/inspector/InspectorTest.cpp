@@ -43,7 +43,8 @@ TEST_CASE("inspector: the first page lists the others")
     const HttpReply reply = f.get("/");
     CHECK(reply.status == 200);
     CHECK(reply.head.contains("Content-Type: text/plain; charset=utf-8\r\n"));
-    for (const char* page : {"/tree", "/styles", "/screenshot.png", "/log", "/analytics", "/input", "/grabs", "/status", "/frames"})
+    for (const char* page :
+         {"/tree", "/styles", "/screenshot.png", "/log", "/analytics", "/input", "/grabs", "/status", "/frames"})
         CHECK_MESSAGE(reply.body.contains(page), page);
     CHECK(f.get("/none").status == 404);
 }
@@ -102,7 +103,8 @@ TEST_CASE("inspector: the log has level and text of every line, oldest first")
     Bedrock::Trace::warning("Table # \"ü\" is odd");
     Bedrock::Trace::error("Table # broken");
     CHECK(f.get("/log").json().array()
-          == QJsonArray{QJsonObject{{"level", "info"}, {"text", "Table # opened"}}, QJsonObject{{"level", "warning"}, {"text", "Table # \"ü\" is odd"}},
+          == QJsonArray{QJsonObject{{"level", "info"}, {"text", "Table # opened"}},
+                        QJsonObject{{"level", "warning"}, {"text", "Table # \"ü\" is odd"}},
                         QJsonObject{{"level", "error"}, {"text", "Table # broken"}}});
 }
 
@@ -111,7 +113,8 @@ TEST_CASE("inspector: analytics are the events that were logged")
     Fixture f;
     CHECK(f.get("/analytics").json().array().isEmpty());
     Tavola::DataGathering::logEventToService({QStringLiteral("visit"), QJsonObject{{"code", 1001}}});
-    CHECK(f.get("/analytics").json().array() == QJsonArray{QJsonObject{{"type", "visit"}, {"data", QJsonObject{{"code", 1001}}}}});
+    CHECK(f.get("/analytics").json().array()
+          == QJsonArray{QJsonObject{{"type", "visit"}, {"data", QJsonObject{{"code", 1001}}}}});
 }
 
 TEST_CASE("inspector: under the manual clock frames run as they are asked for")
@@ -135,7 +138,8 @@ TEST_CASE("inspector: under the manual clock frames run as they are asked for")
 TEST_CASE("inspector: frames with arguments that make no sense do not run")
 {
     Fixture f;
-    for (const char* query : {"count=0", "count=-1", "count=x", "count=1.5", "count=100001", "count=99999999999", "dt=-1", "dt=x", "dt=nan", "dt=inf", "dt=11"}) {
+    for (const char* query : {"count=0", "count=-1", "count=x", "count=1.5", "count=100001", "count=99999999999", "dt=-1", "dt=x",
+                              "dt=nan", "dt=inf", "dt=11"}) {
         CAPTURE(query);
         const HttpReply reply = f.post("/frames?" + QByteArray(query));
         CHECK(reply.status == 400);
@@ -220,8 +224,10 @@ TEST_CASE("inspector: what the style sheets say about a widget is told by its id
     widget->setCSSId("map");
     f.application.mainLayer()->addChild(widget);
     const QByteArray id = QByteArray::number(qlonglong(widget->id()));
-    CHECK(f.get("/styles?id=" + id).json().array()
-          == QJsonArray{QJsonObject{{"attribute", "width"}, {"value", "30px"}, {"selector", "#map"}, {"sheet", "hall.css"}, {"line", 1}, {"column", 8}}});
+    CHECK(
+        f.get("/styles?id=" + id).json().array()
+        == QJsonArray{QJsonObject{
+            {"attribute", "width"}, {"value", "30px"}, {"selector", "#map"}, {"sheet", "hall.css"}, {"line", 1}, {"column", 8}}});
     CHECK(f.get("/styles").status == 400);
     CHECK(f.get("/styles?id=map").status == 400);
     widget->removeFromParent();

@@ -28,7 +28,8 @@ struct Fixture
               requests.push_back(request);
               if (handler)
                   return handler(request);
-              return LoopbackHttpServer::Response{200, "text/plain", request.method + ' ' + request.path.toUtf8() + ' ' + request.body};
+              return LoopbackHttpServer::Response{200, "text/plain",
+                                                  request.method + ' ' + request.path.toUtf8() + ' ' + request.body};
           })
     {
         QString error;
@@ -82,7 +83,8 @@ TEST_CASE("loopback server: requests sent in one go are answered in order")
 {
     Fixture f;
     HttpTalk talk(f.server.port());
-    talk.send("GET /a HTTP/1.1\r\n" + kHost + "\r\nPOST /b HTTP/1.1\r\n" + kHost + "Content-Length: 1\r\n\r\nxGET /c HTTP/1.1\r\n" + kHost + "\r\n");
+    talk.send("GET /a HTTP/1.1\r\n" + kHost + "\r\nPOST /b HTTP/1.1\r\n" + kHost + "Content-Length: 1\r\n\r\nxGET /c HTTP/1.1\r\n"
+              + kHost + "\r\n");
     CHECK(talk.reply().body == "GET /a ");
     CHECK(talk.reply().body == "POST /b x");
     CHECK(talk.reply().body == "GET /c ");
@@ -102,7 +104,8 @@ TEST_CASE("loopback server: a request that comes byte by byte is a request")
 TEST_CASE("loopback server: a client that asks for the end of the connection gets it")
 {
     Fixture f;
-    for (const QByteArray& bytes : {"GET / HTTP/1.1\r\n" + kHost + "Connection: close\r\n\r\n", "GET / HTTP/1.0\r\n" + kHost + "\r\n"}) {
+    for (const QByteArray& bytes :
+         {"GET / HTTP/1.1\r\n" + kHost + "Connection: close\r\n\r\n", "GET / HTTP/1.0\r\n" + kHost + "\r\n"}) {
         HttpTalk talk(f.server.port());
         talk.send(bytes + "GET /more HTTP/1.1\r\n" + kHost + "\r\n");
         const HttpReply reply = talk.reply();
@@ -117,7 +120,8 @@ TEST_CASE("loopback server: HEAD is answered like GET without the body, other me
 {
     Fixture f;
     HttpTalk talk(f.server.port());
-    talk.send("HEAD /x HTTP/1.1\r\n" + kHost + "\r\nDELETE /y HTTP/1.1\r\n" + kHost + "\r\nFROB /z HTTP/1.1\r\n" + kHost + "\r\n");
+    talk.send("HEAD /x HTTP/1.1\r\n" + kHost + "\r\nDELETE /y HTTP/1.1\r\n" + kHost + "\r\nFROB /z HTTP/1.1\r\n" + kHost
+              + "\r\n");
     const HttpReply head = talk.reply(true);
     CHECK(head.status == 200);
     CHECK(head.head.contains("Content-Length: 7\r\n"));
@@ -128,7 +132,8 @@ TEST_CASE("loopback server: HEAD is answered like GET without the body, other me
 TEST_CASE("loopback server: a request under another machine's name is refused unread")
 {
     Fixture f;
-    for (const char* host : {"evil.example", "evil.example:80", "127.0.0.1.evil.example", "localhost.evil.example", "192.168.0.1", "", "[::2]:80"}) {
+    for (const char* host :
+         {"evil.example", "evil.example:80", "127.0.0.1.evil.example", "localhost.evil.example", "192.168.0.1", "", "[::2]:80"}) {
         CAPTURE(host);
         HttpTalk talk(f.server.port());
         talk.send("GET /tree HTTP/1.1\r\nHost: " + QByteArray(host) + "\r\n\r\n");
@@ -149,18 +154,21 @@ TEST_CASE("loopback server: a page of another machine cannot make a browser ask"
     Fixture f;
     for (const char* origin : {"http://evil.example", "https://127.0.0.1.evil.example", "null"}) {
         CAPTURE(origin);
-        CHECK(f.replyTo("POST /frames HTTP/1.1\r\n" + kHost + "Origin: " + origin + "\r\nContent-Length: 0\r\n\r\n").status == 403);
+        CHECK(f.replyTo("POST /frames HTTP/1.1\r\n" + kHost + "Origin: " + origin + "\r\nContent-Length: 0\r\n\r\n").status
+              == 403);
     }
     CHECK(f.requests.empty());
-    CHECK(f.replyTo("POST /frames HTTP/1.1\r\n" + kHost + "Origin: http://127.0.0.1:8000\r\nContent-Length: 0\r\n\r\n").status == 200);
+    CHECK(f.replyTo("POST /frames HTTP/1.1\r\n" + kHost + "Origin: http://127.0.0.1:8000\r\nContent-Length: 0\r\n\r\n").status
+          == 200);
 }
 
 TEST_CASE("loopback server: what is no HTTP gets status 400 and the end of the connection")
 {
     Fixture f;
     for (const QByteArray& bytes :
-         {QByteArray("hello\r\n\r\n"), QByteArray("GET /\r\n\r\n"), QByteArray("GET / HTTP/9.9\r\n\r\n"), QByteArray("\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03", 11),
-          "GET / HTTP/1.1\r\n" + kHost + "bad header\r\n\r\n", "POST / HTTP/1.1\r\n" + kHost + "Content-Length: many\r\n\r\n",
+         {QByteArray("hello\r\n\r\n"), QByteArray("GET /\r\n\r\n"), QByteArray("GET / HTTP/9.9\r\n\r\n"),
+          QByteArray("\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03", 11), "GET / HTTP/1.1\r\n" + kHost + "bad header\r\n\r\n",
+          "POST / HTTP/1.1\r\n" + kHost + "Content-Length: many\r\n\r\n",
           "POST / HTTP/1.1\r\n" + kHost + "Transfer-Encoding: chunked\r\n\r\nzz\r\n"}) {
         CAPTURE(bytes.toStdString());
         HttpTalk talk(f.server.port());
@@ -188,7 +196,9 @@ TEST_CASE("loopback server: a body above the limit is refused before it has come
     CHECK(f.replyTo("POST / HTTP/1.1\r\n" + kHost + "Content-Length: 99999999999999999\r\n\r\n").status == 413);
     CHECK(f.requests.empty());
     const QByteArray most(int(LoopbackHttpServer::kBodyLimit), 'x');
-    CHECK(f.replyTo("POST / HTTP/1.1\r\n" + kHost + "Content-Length: " + QByteArray::number(most.size()) + "\r\n\r\n" + most).status == 200);
+    CHECK(
+        f.replyTo("POST / HTTP/1.1\r\n" + kHost + "Content-Length: " + QByteArray::number(most.size()) + "\r\n\r\n" + most).status
+        == 200);
     REQUIRE(f.requests.size() == 1);
     CHECK(f.requests[0].body == most);
 }

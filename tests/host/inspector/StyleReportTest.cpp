@@ -24,9 +24,11 @@ struct Fixture
     {
         Cascara::StyleEngine::instance().addStyleSheet(QString::fromUtf8(css), QString::fromUtf8(name));
     }
-    static QJsonObject entry(const char* attribute, const char* value, const char* selector, const char* sheet, int line, int column)
+    static QJsonObject entry(const char* attribute, const char* value, const char* selector, const char* sheet, int line,
+                             int column)
     {
-        return {{"attribute", attribute}, {"value", value}, {"selector", selector}, {"sheet", sheet}, {"line", line}, {"column", column}};
+        return {{"attribute", attribute}, {"value", value}, {"selector", selector},
+                {"sheet", sheet},         {"line", line},   {"column", column}};
     }
 
     Trellis::Application application{{320.f, 200.f}};

@@ -86,7 +86,9 @@ TEST_CASE("presentation: everything that may stand in one is read")
     REQUIRE(presentation.widgets.size() == 1);
     CHECK(presentation.widgets[0].component == "picture");
     CHECK(presentation.widgets[0].properties
-          == QJsonObject{{"id", "map"}, {"classes", QJsonArray{"large"}}, {"attributes", QJsonObject{{"source", map}, {"location", QJsonArray{1, 2}}}}});
+          == QJsonObject{{"id", "map"},
+                         {"classes", QJsonArray{"large"}},
+                         {"attributes", QJsonObject{{"source", map}, {"location", QJsonArray{1, 2}}}}});
 }
 
 TEST_CASE("presentation: the path of the file itself will do as well")
@@ -150,7 +152,9 @@ TEST_CASE("presentation: a folder without one is named")
     const Folder folder;
     QString error;
     CHECK_FALSE(Presentation::load(folder.path(), error));
-    CHECK(error == QStringLiteral("cannot read %1/presentation.json (No such file or directory); give the folder of a presentation").arg(folder.path()));
+    CHECK(error
+          == QStringLiteral("cannot read %1/presentation.json (No such file or directory); give the folder of a presentation")
+                 .arg(folder.path()));
     CHECK_FALSE(Presentation::load(folder.path(QStringLiteral("none")), error));
     CHECK(error.startsWith(QStringLiteral("cannot read %1 ").arg(folder.path(QStringLiteral("none")))));
 }
@@ -164,7 +168,8 @@ TEST_CASE("presentation: unknown entries are told with their place, the rest is 
     written.skips("table.widht", QStringLiteral("unknown entry; known are width, height, pixelPitchMm, keyboardLayout"));
     written.skips("widgets[0].atributes", QStringLiteral("unknown entry; known are component, id, classes, attributes, slots"));
     written.skips("services.mail", QStringLiteral("unknown kind of service; known are email-service, media-server-service"));
-    written.skips("services.media-server-service[0].timeout", QStringLiteral("unknown entry; known are name, address, timeoutSeconds"));
+    written.skips("services.media-server-service[0].timeout",
+                  QStringLiteral("unknown entry; known are name, address, timeoutSeconds"));
     const Presentation presentation = written.load();
     CHECK(presentation.title == "Rooms");
     CHECK(presentation.sizePx.y == 600.f);
@@ -174,7 +179,8 @@ TEST_CASE("presentation: unknown entries are told with their place, the rest is 
 
 TEST_CASE("presentation: an entry of the wrong kind costs itself only")
 {
-    Written written(R"({"title": 5, "table": [], "styleSheets": "a.css", "plugins": {}, "people": 7, "services": [], "cards": 3, "widgets": {},
+    Written written(
+        R"({"title": 5, "table": [], "styleSheets": "a.css", "plugins": {}, "people": 7, "services": [], "cards": 3, "widgets": {},
                         "closeTemporaryAfterSeconds": -1})");
     written.skips("title", QStringLiteral("expected a text"));
     written.skips("table", QStringLiteral("expected an object of names and values"));
@@ -234,8 +240,12 @@ TEST_CASE("presentation: files that are not there are named, and what needs them
                             "source-tessel-urls": [{"file": "media/guide.pdf"}, {"file": "media/none.pdf"}, "https://museum.example"],
                             "other": {"fil": "media/guide.pdf"}}}]})");
     const QString guide = written.folder().write(QStringLiteral("media/guide.pdf"), "");
-    const auto missing = [&](const char* name) { return QStringLiteral("there is no file ") + written.folder().path(QLatin1String(name)); };
-    written.skips("styleSheets[0]", missing("none.css")).skips("styleSheets[1]", missing("media")).skips("people", missing("none.csv"));
+    const auto missing = [&](const char* name) {
+        return QStringLiteral("there is no file ") + written.folder().path(QLatin1String(name));
+    };
+    written.skips("styleSheets[0]", missing("none.css"))
+        .skips("styleSheets[1]", missing("media"))
+        .skips("people", missing("none.csv"));
     written.skips("widgets[1].attributes.source", missing("none.png"));
     written.skips("widgets[1].attributes.source-tessel-urls[1]", missing("media/none.pdf"));
     written.skips("widgets[1].attributes.other", QStringLiteral("expected the name of a file"));
@@ -251,7 +261,8 @@ TEST_CASE("presentation: slots hold components, and theirs")
 {
     const Presentation presentation = Written(R"({"widgets": [{"component": "panel", "slots": {
         "left": [{"component": "picture", "id": "a"}, {"component": "panel", "slots": {"inner": [{"component": "text", "id": "deep"}]}}],
-        "right": []}}]})").load();
+        "right": []}}]})")
+                                          .load();
     REQUIRE(presentation.widgets.size() == 1);
     const auto& outer = presentation.widgets[0].slotContents;
     REQUIRE(outer.size() == 2);
@@ -302,7 +313,14 @@ TEST_CASE("presentation: components with a name, and folders for content keys")
     CHECK(presentation.folders[0].first == "garden");
     CHECK(presentation.folders[0].second.component == "personal-folder");
     REQUIRE(presentation.folders[0].second.slotContents.size() == 1);
-    CHECK(presentation.folders[0].second.slotContents[0].second.at(0).properties.value("attributes").toObject().value("source").toString() == map);
+    CHECK(presentation.folders[0]
+              .second.slotContents[0]
+              .second.at(0)
+              .properties.value("attributes")
+              .toObject()
+              .value("source")
+              .toString()
+          == map);
 }
 
 TEST_CASE("presentation: components that contain one another in a circle are told, the rest is read")
@@ -323,7 +341,8 @@ TEST_CASE("presentation: percent signs in names stand in the warnings as they ar
     Written written(R"({"folders": {"100%2 %1": {"component": "panel", "slots": {"%3": [{"component": "text"}, {}]}}},
                         "services": {"e%1-service": [{}]}})");
     written.skips("folders.100%2 %1.slots.%3[1]", QStringLiteral("expected an object with a \"component\""));
-    written.skips("services.e%1-service", QStringLiteral("unknown kind of service; known are email-service, media-server-service"));
+    written.skips("services.e%1-service",
+                  QStringLiteral("unknown kind of service; known are email-service, media-server-service"));
     const Presentation presentation = written.load();
     REQUIRE(presentation.folders.size() == 1);
     CHECK(presentation.folders[0].first == "100%2 %1");

@@ -12,8 +12,8 @@ TEST_CASE("text position: lines and columns count from one")
         int column;
     };
     const Row rows[] = {
-        {"", 0, 1, 1}, {"abc", 0, 1, 1}, {"abc", 2, 1, 3}, {"a\nbc", 2, 2, 1}, {"a\nbc", 3, 2, 2},
-        {"a\r\nb", 3, 2, 1}, {"ab", 99, 1, 3}, {"\n\n\n", 3, 4, 1},
+        {"", 0, 1, 1},      {"abc", 0, 1, 1},    {"abc", 2, 1, 3}, {"a\nbc", 2, 2, 1},
+        {"a\nbc", 3, 2, 2}, {"a\r\nb", 3, 2, 1}, {"ab", 99, 1, 3}, {"\n\n\n", 3, 4, 1},
     };
     for (const Row& row : rows) {
         CAPTURE(row.text.toStdString());

@@ -51,12 +51,14 @@ std::string outcome(const folly::Future<T>& future, Describe describe)
 
 std::string told(const folly::Future<QJsonObject>& future)
 {
-    return outcome(future, [](const QJsonObject& answer) { return answer.value(QLatin1String("says")).toString().toStdString(); });
+    return outcome(future,
+                   [](const QJsonObject& answer) { return answer.value(QLatin1String("says")).toString().toStdString(); });
 }
 
 std::string told(const folly::Future<EmailStatus>& future)
 {
-    return outcome(future, [](const EmailStatus& status) { return status.success ? "sent" : "refused: " + status.error.toStdString(); });
+    return outcome(future,
+                   [](const EmailStatus& status) { return status.success ? "sent" : "refused: " + status.error.toStdString(); });
 }
 }
 

@@ -28,9 +28,10 @@ void placeTable(const TablePlace& place)
 {
     for (const char* name : {"gallery.css", "people.csv"})
         REQUIRE(QFile::link(QStringLiteral(TAVOLA_GALLERY "/") + QLatin1String(name), place.folder.path(QLatin1String(name))));
-    place.folder.write(QStringLiteral("things.css"), ".thing { position: absolute; width: 300px; height: 200px; background-color: #446688;"
-                                                     " movable: true; rotatable: true; scalable: true }\n"
-                                                     "#left { left: 200px; top: 320px }\n#right { left: 1400px; top: 100px }\n");
+    place.folder.write(QStringLiteral("things.css"),
+                       ".thing { position: absolute; width: 300px; height: 200px; background-color: #446688;"
+                       " movable: true; rotatable: true; scalable: true }\n"
+                       "#left { left: 200px; top: 320px }\n#right { left: 1400px; top: 100px }\n");
     place.presentation(R"({"table": {"width": 1920, "height": 1080}, "styleSheets": ["gallery.css", "things.css"],
         "plugins": [")" TAVOLA_PLUGIN R"("], "people": "people.csv", "widgets": [
             {"component": "tavola-personal-tessel-detector", "id": "detector"},
@@ -158,8 +159,8 @@ TEST_CASE("table replay: pictures and texts come in the frames they came in on t
             recorded.push_back(treeOf(*table));
         }
         // The picture comes now at the latest, and the frame after that shows it.
-        REQUIRE(TestSupport::pumpUntil([&] { return table->application().pendingImages() == 0 || Bedrock::Arrivals::instance().isWaiting(); },
-                                       kPatienceMs));
+        REQUIRE(TestSupport::pumpUntil(
+            [&] { return table->application().pendingImages() == 0 || Bedrock::Arrivals::instance().isWaiting(); }, kPatienceMs));
         for (int i = 0; i < 3; ++i) {
             REQUIRE(table->frame(0.01));
             recorded.push_back(treeOf(*table));
@@ -174,7 +175,8 @@ TEST_CASE("table replay: pictures and texts come in the frames they came in on t
             REQUIRE(table->frame(0.01));
             REQUIRE(differenceOf(treeOf(*table), recorded[0]) == "");
             REQUIRE(TestSupport::pumpUntil(
-                [&] { return table->application().pendingImages() == 0 || Bedrock::Arrivals::instance().isWaiting(); }, kPatienceMs));
+                [&] { return table->application().pendingImages() == 0 || Bedrock::Arrivals::instance().isWaiting(); },
+                kPatienceMs));
         }
         for (std::size_t i = isEarly ? 1 : 0; i < recorded.size(); ++i) {
             CAPTURE(i);
@@ -268,7 +270,9 @@ public:
     }
     int exitCode()
     {
-        return TestSupport::pumpUntil([this] { return m_process.state() == QProcess::NotRunning; }, kPatienceMs) ? m_process.exitCode() : -1;
+        return TestSupport::pumpUntil([this] { return m_process.state() == QProcess::NotRunning; }, kPatienceMs)
+            ? m_process.exitCode()
+            : -1;
     }
     int inspector() { return told("inspector on http://127\\.0\\.0\\.1:(\\d+)/").toInt(); }
 
@@ -288,7 +292,8 @@ TEST_CASE("tavola replay: the program gives the same trees as the one that recor
     TablePlace place;
     place.presentation(R"({"table": {"width": 800, "height": 600}, "styleSheets": ["look.css"], "widgets": [
         {"component": "panel", "id": "a", "attributes": {"movable": true}}]})");
-    place.folder.write(QStringLiteral("look.css"), "#a { position: absolute; left: 100px; top: 100px; width: 200px; height: 150px; inertia: true }\n");
+    place.folder.write(QStringLiteral("look.css"),
+                       "#a { position: absolute; left: 100px; top: 100px; width: 200px; height: 150px; inertia: true }\n");
     const QString recording = place.folder.path(QStringLiteral("a.rec"));
     std::vector<QByteArray> recorded;
     {
@@ -298,16 +303,20 @@ TEST_CASE("tavola replay: the program gives the same trees as the one that recor
         const int port = program.told("TUIO on 127\\.0\\.0\\.1:(\\d+)").toInt();
         QUdpSocket socket;
         Visit::Packets packets("visit@test");
-        const Visit::Player player = visit("size 800 600\nat 0 card 7 down 700 500\nat 0.1 finger 1 down 150 150\nat 0.2 finger 1 move 500 300 over 0.4\nat 0.7 finger 1 up\n");
+        const Visit::Player player = visit("size 800 600\nat 0 card 7 down 700 500\nat 0.1 finger 1 down 150 150\nat 0.2 finger "
+                                           "1 move 500 300 over 0.4\nat 0.7 finger 1 up\n");
         int sent = 0;
         for (int i = 0; i < 60; ++i) {
             const double seconds = i / 60.0;
             packets.send(player.frameAt(seconds), seconds, [&](const auto& packet) {
-                REQUIRE(socket.writeDatagram(packet.data(), qint64(packet.size()), QHostAddress(QHostAddress::LocalHost), quint16(port)) > 0);
+                REQUIRE(socket.writeDatagram(packet.data(), qint64(packet.size()), QHostAddress(QHostAddress::LocalHost),
+                                             quint16(port))
+                        > 0);
                 ++sent;
             });
             REQUIRE(TestSupport::pumpUntil(
-                [&] { return ask(inspector, "GET", "/input").json().object().value("datagramsReceived").toInt() == sent; }, kPatienceMs));
+                [&] { return ask(inspector, "GET", "/input").json().object().value("datagramsReceived").toInt() == sent; },
+                kPatienceMs));
             REQUIRE(ask(inspector, "POST", "/frames?dt=0.017").status == 200);
             recorded.push_back(ask(inspector, "GET", "/tree").body);
         }

@@ -195,7 +195,8 @@ TEST_CASE("marker service: people that are entered, changed and taken out elsewh
 {
     Fixture table;
     const auto desk = table.desk();
-    CHECK(desk->insert({{2001, QStringLiteral("Cy"), QString(), QString(), 0}, {1007, QStringLiteral("Di"), QString(), QString(), 0}}));
+    CHECK(desk->insert(
+        {{2001, QStringLiteral("Cy"), QString(), QString(), 0}, {1007, QStringLiteral("Di"), QString(), QString(), 0}}));
     CHECK_FALSE(table.cache->isCached(2001));
     CHECK(table.refresh());
     CHECK(table.nameOf(2001) == "Cy");

@@ -85,7 +85,8 @@ TEST_CASE("media server service: an answer in pieces is an answer")
 {
     SUBCASE("chunked")
     {
-        const Outcome outcome = askOf("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n6\r\n{\"a\": \r\n2\r\n1}\r\n0\r\n\r\n");
+        const Outcome outcome =
+            askOf("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n6\r\n{\"a\": \r\n2\r\n1}\r\n0\r\n\r\n");
         CHECK(outcome.answer == QJsonObject{{"a", 1}});
     }
     SUBCASE("ended by the end of the connection")
@@ -128,8 +129,9 @@ TEST_CASE("media server service: a redirection is told and not followed")
         CAPTURE(status);
         const std::string number = QByteArray(status).left(3).toStdString();
         // Even when it carries a JSON object: the command has reached nobody who would carry it out.
-        CHECK(askOf(reply(status, R"({"success": true})", "Location: " + addressOf(elsewhere.port()).toEncoded() + "\r\n")).failure
-              == "answered with status " + number + " and points elsewhere; give the address it points to");
+        CHECK(
+            askOf(reply(status, R"({"success": true})", "Location: " + addressOf(elsewhere.port()).toEncoded() + "\r\n")).failure
+            == "answered with status " + number + " and points elsewhere; give the address it points to");
     }
     CHECK(elsewhere.requests().empty());
 }
@@ -144,7 +146,8 @@ TEST_CASE("media server service: a server that is away fails at once, and a late
     MediaServerService service(addressOf(port), 5.0);
     const auto first = watch(service.request(kCommand));
     REQUIRE(pumpUntil([&] { return first->isThere(); }));
-    CHECK(first->failure == "The media server " + addressOf(port).toString().toStdString() + " cannot be reached: Connection refused");
+    CHECK(first->failure
+          == "The media server " + addressOf(port).toString().toStdString() + " cannot be reached: Connection refused");
 
     const AnsweringServer server(reply("200 OK", "{}"), port);
     const auto second = watch(service.request(kCommand));
@@ -244,7 +247,8 @@ TEST_CASE("media server service: one that goes fails what is under way")
     REQUIRE(pumpUntil([&] { return !server.requests().empty(); }));
     CHECK_FALSE(sent->isThere());
     service.reset();
-    const std::string told = "The media server " + addressOf(server.port()).toString().toStdString() + " was not waited for: the table closes";
+    const std::string told =
+        "The media server " + addressOf(server.port()).toString().toStdString() + " was not waited for: the table closes";
     CHECK(sent->failure == told);
     CHECK(unsent->failure == told);
 }

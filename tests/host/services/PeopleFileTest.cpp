@@ -43,7 +43,8 @@ TEST_CASE("people file: a line is a person")
                  "1001,Ann,ann@museum.example,key-1,personal\n"
                  "1002,,,,unregistered\n"
                  "1003,Bo,,,7\n")
-          == People{person(1001, "Ann", "ann@museum.example", "key-1"), person(1002, "", "", "", 3), person(1003, "Bo", "", "", 7)});
+          == People{person(1001, "Ann", "ann@museum.example", "key-1"), person(1002, "", "", "", 3),
+                    person(1003, "Bo", "", "", 7)});
 }
 
 TEST_CASE("people file: columns stand in any order, all but the code may be missing")
@@ -62,7 +63,8 @@ TEST_CASE("people file: quotes keep commas, quotes and line breaks")
                  "3,\"two\r\nlines\",\n"
                  "\"4\", \"spaced\" ,\n"
                  "5,\"\",\"\"\n")
-          == People{person(1, "Smith, Ann", "a@b"), person(2, "Ann \"Bee\" Smith"), person(3, "two\nlines"), person(4, "spaced"), person(5)});
+          == People{person(1, "Smith, Ann", "a@b"), person(2, "Ann \"Bee\" Smith"), person(3, "two\nlines"), person(4, "spaced"),
+                    person(5)});
 }
 
 TEST_CASE("people file: every kind of line end will do, and blank lines do not matter")
@@ -75,8 +77,9 @@ TEST_CASE("people file: every kind of line end will do, and blank lines do not m
 
 TEST_CASE("people file: names of all scripts are kept")
 {
-    CHECK(parsed("code,name\n1,Jürgen Åström\n2,山田 花子\n3,ليلى حداد\n4,שלום\n5,😀\n")
-          == People{person(1, "Jürgen Åström"), person(2, "山田 花子"), person(3, "ليلى حداد"), person(4, "שלום"), person(5, "😀")});
+    CHECK(
+        parsed("code,name\n1,Jürgen Åström\n2,山田 花子\n3,ليلى حداد\n4,שלום\n5,😀\n")
+        == People{person(1, "Jürgen Åström"), person(2, "山田 花子"), person(3, "ليلى حداد"), person(4, "שלום"), person(5, "😀")});
 }
 
 TEST_CASE("people file: the whole range of codes is read")
@@ -89,7 +92,11 @@ TEST_CASE("people file: a byte order mark at the beginning is no part of the fir
 {
     const Folder folder;
     bool complete = false;
-    CHECK(PeopleFile::read(folder.write(QStringLiteral("p.csv"), "\xEF\xBB\xBF" "code,name\r\n7,Jürgen\r\n"), complete) == People{person(7, "Jürgen")});
+    CHECK(PeopleFile::read(folder.write(QStringLiteral("p.csv"),
+                                        "\xEF\xBB\xBF"
+                                        "code,name\r\n7,Jürgen\r\n"),
+                           complete)
+          == People{person(7, "Jürgen")});
     CHECK(complete);
 }
 
@@ -133,8 +140,10 @@ TEST_CASE("people file: two open quotes cost two lines")
 
 TEST_CASE("people file: without a column of codes nobody is read")
 {
-    const std::string why = ": the first line must name the columns, \"code\" among them (code,name,email,content-key,kind); nobody was read";
-    for (const char* text : {"", "\n\n", "1001,Ann,ann@museum.example\n1002,Bo,\n", "name,email\nAnn,\n", "\"code,name\n1,Ann\n"}) {
+    const std::string why =
+        ": the first line must name the columns, \"code\" among them (code,name,email,content-key,kind); nobody was read";
+    for (const char* text :
+         {"", "\n\n", "1001,Ann,ann@museum.example\n1002,Bo,\n", "name,email\nAnn,\n", "\"code,name\n1,Ann\n"}) {
         CAPTURE(text);
         expectWarning("PeopleFile # p.csv:1" + why);
         CHECK(partOf(text).empty());
@@ -143,7 +152,8 @@ TEST_CASE("people file: without a column of codes nobody is read")
 
 TEST_CASE("people file: a column that is not known is told, and the rest is read")
 {
-    expectWarning("PeopleFile # p.csv:1: unknown column 'e-mail', known are code, name, email, content-key, kind; the column is skipped");
+    expectWarning(
+        "PeopleFile # p.csv:1: unknown column 'e-mail', known are code, name, email, content-key, kind; the column is skipped");
     CHECK(partOf("code,e-mail,name\n1,a@b,Ann\n") == People{person(1, "Ann")});
 }
 
@@ -151,7 +161,8 @@ TEST_CASE("people file: a text in another encoding is left empty, the card works
 {
     const Folder folder;
     const QString path = folder.write(QStringLiteral("p.csv"), "code,name,email\n1,J\xfcrgen,j@b\n2,Ann,\n");
-    expectWarning("PeopleFile # " + path.toStdString() + ":2: the name is no UTF-8 text (save the file as UTF-8); it is left empty");
+    expectWarning("PeopleFile # " + path.toStdString()
+                  + ":2: the name is no UTF-8 text (save the file as UTF-8); it is left empty");
     bool complete = true;
     CHECK(PeopleFile::read(path, complete) == People{person(1, "", "j@b"), person(2, "Ann")});
     CHECK_FALSE(complete);
@@ -167,21 +178,51 @@ TEST_CASE("people file: one that is not there is told, and nobody is read")
 
 TEST_CASE("people file: blanks in quotes belong to a field, those around it do not")
 {
-    CHECK(parsed("code,name,email\n"
-                 "1,  Ann\t, a@b \n"
-                 "2,\"  Ann \", \" a@b\" \n"
-                 "3,\"Ann\"  Smith ,\n"
-                 "4,\"\" ,\" \"\n"
-                 "\" 5 \",,\n")
-          == People{person(1, "Ann", "a@b"), person(2, "  Ann ", " a@b"), person(3, "Ann  Smith"), person(4, "", " "), person(5)});
+    CHECK(
+        parsed("code,name,email\n"
+               "1,  Ann\t, a@b \n"
+               "2,\"  Ann \", \" a@b\" \n"
+               "3,\"Ann\"  Smith ,\n"
+               "4,\"\" ,\" \"\n"
+               "\" 5 \",,\n")
+        == People{person(1, "Ann", "a@b"), person(2, "  Ann ", " a@b"), person(3, "Ann  Smith"), person(4, "", " "), person(5)});
 }
 
 TEST_CASE("people file: people that are written are read the same")
 {
-    const char* const texts[] = {"",       "Ann",          "Smith, Ann", "\"Ann\"",   "Ann \"Bee\" Smith", "\"",      "\"\"",       ",",
-                                 "a\nb",   "\n",           "\n\n",       "  leading", "trailing  ",        "\t",      "\u00a0Ann",  "Jürgen Åström",
-                                 "山田 花子", "ليلى, حداد", "😀\"😀\n😀", "%1 100%2",  "code,name",         "1001",    "'Ann'",      "\"a\",\"b\"\n",
-                                 "a;b",    "\\",           "#",          "=1+1",      "personal",          "\"\n\"", "\xEF\xBB\xBF" "Ann", "-"};
+    const char* const texts[] = {"",
+                                 "Ann",
+                                 "Smith, Ann",
+                                 "\"Ann\"",
+                                 "Ann \"Bee\" Smith",
+                                 "\"",
+                                 "\"\"",
+                                 ",",
+                                 "a\nb",
+                                 "\n",
+                                 "\n\n",
+                                 "  leading",
+                                 "trailing  ",
+                                 "\t",
+                                 "\u00a0Ann",
+                                 "Jürgen Åström",
+                                 "山田 花子",
+                                 "ليلى, حداد",
+                                 "😀\"😀\n😀",
+                                 "%1 100%2",
+                                 "code,name",
+                                 "1001",
+                                 "'Ann'",
+                                 "\"a\",\"b\"\n",
+                                 "a;b",
+                                 "\\",
+                                 "#",
+                                 "=1+1",
+                                 "personal",
+                                 "\"\n\"",
+                                 "\xEF\xBB\xBF"
+                                 "Ann",
+                                 "-"};
     People people;
     unsigned long code = 0;
     for (const char* text : texts) {
@@ -235,8 +276,14 @@ TEST_CASE("people file: a kind is a word or a number, and the number of a word i
         int kind;
         const char* name;
     };
-    const Row rows[] = {{"", 0, "personal"}, {"personal", 0, "personal"}, {" Personal ", 0, "personal"}, {"UNREGISTERED", 3, "unregistered"},
-                        {"0", 0, "personal"}, {"3", 3, "unregistered"},   {"7", 7, "7"},                 {"-1", -1, "-1"}};
+    const Row rows[] = {{"", 0, "personal"},
+                        {"personal", 0, "personal"},
+                        {" Personal ", 0, "personal"},
+                        {"UNREGISTERED", 3, "unregistered"},
+                        {"0", 0, "personal"},
+                        {"3", 3, "unregistered"},
+                        {"7", 7, "7"},
+                        {"-1", -1, "-1"}};
     for (const Row& row : rows) {
         CAPTURE(row.word);
         int kind = 99;

@@ -104,7 +104,9 @@ TEST_CASE("people registry: either everybody of a list is entered or nobody")
     const QString path = folder.path(QStringLiteral("people.sqlite"));
     const auto registry = opened(path);
     CHECK(registry->insert({kAnn}));
-    execute(path, QStringLiteral("CREATE TRIGGER refuse BEFORE INSERT ON people WHEN NEW.code = '666' BEGIN SELECT RAISE(ABORT, 'no such card'); END"));
+    execute(path,
+            QStringLiteral("CREATE TRIGGER refuse BEFORE INSERT ON people WHEN NEW.code = '666' BEGIN SELECT RAISE(ABORT, 'no "
+                           "such card'); END"));
     TestSupport::expectWarningStartingWith("PeopleRegistry # Failed to write " + path.toStdString() + " (");
     CHECK_FALSE(registry->insert({kNobody, {666, {}, {}, {}, 0}, {7, {}, {}, {}, 0}}));
     CHECK(registry->people() == People{kAnn});
@@ -170,7 +172,10 @@ TEST_CASE("people registry: a file of a newer version is refused and left as it 
     const QString path = folder.path(QStringLiteral("people.sqlite"));
     CHECK(opened(path)->insert({kAnn}));
     execute(path, QStringLiteral("PRAGMA user_version = 99"));
-    CHECK(refusal(path) == path + QStringLiteral(" was made by a newer version of this program; use that one, or move the file away to begin a new one"));
+    CHECK(refusal(path)
+          == path
+              + QStringLiteral(
+                  " was made by a newer version of this program; use that one, or move the file away to begin a new one"));
     execute(path, QStringLiteral("PRAGMA user_version = 1"));
     CHECK(opened(path)->people() == People{kAnn});
 }
@@ -294,7 +299,9 @@ TEST_CASE("people registry: what cannot be written is told and leaves everything
     const auto registry = opened(path);
     CHECK(registry->insert({kAnn, kNobody}));
     for (const char* what : {"INSERT", "UPDATE", "DELETE"})
-        execute(path, QStringLiteral("CREATE TRIGGER refuse_%1 BEFORE %1 ON people BEGIN SELECT RAISE(ABORT, 'no'); END").arg(QLatin1String(what)));
+        execute(path,
+                QStringLiteral("CREATE TRIGGER refuse_%1 BEFORE %1 ON people BEGIN SELECT RAISE(ABORT, 'no'); END")
+                    .arg(QLatin1String(what)));
     const std::string told = "PeopleRegistry # Failed to write " + path.toStdString() + " (";
     bool isThere = true;
     std::optional<unsigned long> unknown = 5ul;

@@ -16,7 +16,8 @@ struct Recording
 
     FramePacer pacer()
     {
-        return {FramePacer::Mode::Replay, [this](double) { return next < steps.size() ? std::optional(steps[next++]) : std::nullopt; }};
+        return {FramePacer::Mode::Replay,
+                [this](double) { return next < steps.size() ? std::optional(steps[next++]) : std::nullopt; }};
     }
 };
 }

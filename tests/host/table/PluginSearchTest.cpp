@@ -24,7 +24,8 @@ TEST_CASE("plug-in search: the search path comes first, then the program's own f
     const SearchPath path(QStringLiteral("/a:/b::"));
     const QString program = QCoreApplication::applicationDirPath();
     CHECK(pluginFolders()
-          == QStringList{QStringLiteral("/a"), QStringLiteral("/b"), program, QDir::cleanPath(program + QStringLiteral("/../lib")),
+          == QStringList{QStringLiteral("/a"), QStringLiteral("/b"), program,
+                         QDir::cleanPath(program + QStringLiteral("/../lib")),
                          QDir::cleanPath(program + QStringLiteral("/../lib/tavola"))});
 }
 

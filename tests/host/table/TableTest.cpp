@@ -300,7 +300,8 @@ TEST_CASE("table: a card with a content key opens the presentation's folder for 
             tracker.rest();
             CHECK_FALSE(find(*table, "item"));
         }
-        expectWarning("PersonalTesselDetectorWidget::handlePersonalMarker # Failed to create personal folder for code 1002 (the presentation "
+        expectWarning("PersonalTesselDetectorWidget::handlePersonalMarker # Failed to create personal folder for code 1002 (the "
+                      "presentation "
                       "has nothing for the content key \"moon\"; add it to \"folders\")");
         tracker.frame({{6, 1002}});
         tracker.frame({{6, 1002}, {7, 1003}}, 0.75f);
@@ -324,7 +325,8 @@ TEST_CASE("table: a size on the command line goes before the presentation's")
 TEST_CASE("table: the media servers of the presentation can be asked by name, the first one without")
 {
     Place place;
-    place.presentation(R"({"services": {"media-server-service": [{"name": "one", "address": "http://a/"}, {"name": "two", "address": "http://b/"}]}})");
+    place.presentation(
+        R"({"services": {"media-server-service": [{"name": "one", "address": "http://a/"}, {"name": "two", "address": "http://b/"}]}})");
     const auto service = [](const char* name) {
         return Tavola::Tavola::instance()->services()->service(QStringLiteral("media-server-service"), QLatin1String(name));
     };
@@ -349,8 +351,10 @@ TEST_CASE("table: the media servers of the presentation can be asked by name, th
 TEST_CASE("table: an error in a style sheet is told with its place and costs one declaration")
 {
     Place place;
-    place.presentation(R"({"styleSheets": ["look.css", "more.css"], "widgets": [{"component": "panel", "id": "a"}, {"component": "panel", "id": "b"}]})");
-    const QString sheet = place.folder().write(QStringLiteral("look.css"), "#a { left: 10px;\n     width: blue;\n     height: 30px }\n");
+    place.presentation(
+        R"({"styleSheets": ["look.css", "more.css"], "widgets": [{"component": "panel", "id": "a"}, {"component": "panel", "id": "b"}]})");
+    const QString sheet =
+        place.folder().write(QStringLiteral("look.css"), "#a { left: 10px;\n     width: blue;\n     height: 30px }\n");
     place.folder().write(QStringLiteral("more.css"), "#b { width: 40px }\n");
     expectWarningStartingWith("StyleEngine # " + sheet.toStdString() + ":2:6: width: ");
     const auto table = place.open();
@@ -371,7 +375,8 @@ TEST_CASE("table: what is wrong in a presentation costs the smallest piece, the 
         {"component": "text", "id": "title", "attributes": {"text": "Rooms"}}]})");
     const std::string people = place.folder().write(QStringLiteral("people.csv"), "code,name\n1,Ann\nx,Bo\n3,Cy\n").toStdString();
     const std::string file = place.folder().path(QStringLiteral("presentation.json")).toStdString();
-    expectWarning("Presentation # " + file + ": widgets[1].attributes.source: there is no file " + place.folder().path(QStringLiteral("none.png")).toStdString() + "; it is skipped");
+    expectWarning("Presentation # " + file + ": widgets[1].attributes.source: there is no file "
+                  + place.folder().path(QStringLiteral("none.png")).toStdString() + "; it is skipped");
     expectWarning("PeopleFile # " + people + ":3: 'x' is no card code, a whole number is expected; the line is skipped");
     expectWarning("ComponentUse # " + file + ": widgets[0]: there is no component \"no-such-thing\"; it is left out");
     expectWarningStartingWith("UIComponent # Component 'panel': property \"attributes.no-such-attribute\": ");
@@ -405,7 +410,8 @@ TEST_CASE("table: what keeps it from opening is told, and a later attempt succee
 
     const QString broken = place.folder().write(QStringLiteral("broken.so"), "This is a letter, not a library.");
     place.options().plugin = broken;
-    expectWarningStartingWith("PluginLoader # " + place.folder().path(QStringLiteral("broken.json")).toStdString() + " is missing");
+    expectWarningStartingWith("PluginLoader # " + place.folder().path(QStringLiteral("broken.json")).toStdString()
+                              + " is missing");
     CHECK_FALSE(place.tryToOpen());
     CHECK(place.error().startsWith(QStringLiteral("plug-in %1 cannot be loaded: %1: ").arg(broken)));
 

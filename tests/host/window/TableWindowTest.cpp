@@ -41,7 +41,8 @@ struct Fixture
         ground.eventAddListener("single-tap", [this] { ++taps; });
         application.frame(0.0);
     }
-    void mouse(QEvent::Type type, QPointF point, Qt::KeyboardModifiers modifiers = Qt::NoModifier, Qt::MouseButton button = Qt::LeftButton)
+    void mouse(QEvent::Type type, QPointF point, Qt::KeyboardModifiers modifiers = Qt::NoModifier,
+               Qt::MouseButton button = Qt::LeftButton)
     {
         QMouseEvent event(type, point, point, button, type == QEvent::MouseButtonRelease ? Qt::NoButton : button, modifiers);
         QGuiApplication::sendEvent(window, &event);

@@ -56,7 +56,10 @@ struct Table : FolderHost
             throw std::runtime_error(std::to_string(found.size()) + " popups");
         return *found.front();
     }
-    [[nodiscard]] std::size_t collected(unsigned long card) { return PersonalSpaceContents::personalContent(card)->items().size(); }
+    [[nodiscard]] std::size_t collected(unsigned long card)
+    {
+        return PersonalSpaceContents::personalContent(card)->items().size();
+    }
 };
 
 /// Content that calls when it is asked for its files.
@@ -234,7 +237,8 @@ TEST_CASE("collection modes: each does with each card what it says")
     for (const Row& row : rows) {
         CAPTURE(row.mode);
         Table table;
-        table.host.style(QString("PersonalTesselDetectorWidget { allow-unregistered-markers: true; collection-mode: %1 }").arg(row.mode));
+        table.host.style(
+            QString("PersonalTesselDetectorWidget { allow-unregistered-markers: true; collection-mode: %1 }").arg(row.mode));
         const auto withAddress = newCode();
         const auto without = newCode();
         const auto unregistered = newCode();
@@ -262,8 +266,9 @@ TEST_CASE("collection modes: an unregistered card with an address on record is e
     table.collect(Mode::DirectEmail);
     const auto odd = newCode();
     using Tavola::TesselServiceAPI;
-    table.host.cache().insert(odd, TesselServiceAPI::MarkerProperties(
-                                       3, TesselServiceAPI::PersonalMarkerProperties{"Odd", "odd@example.org", "folder"}));
+    table.host.cache().insert(
+        odd,
+        TesselServiceAPI::MarkerProperties(3, TesselServiceAPI::PersonalMarkerProperties{"Odd", "odd@example.org", "folder"}));
     const auto content = table.content();
     table.putOn(*content, odd);
     CHECK(table.popups().empty());

@@ -148,7 +148,10 @@ TEST_CASE("card with a content key: what the service cannot give is a warning, a
     {
         table.answer([] { return Answer(Bedrock::makeIntrusive<Trellis::Widget>()); });
     }
-    SUBCASE("no service") { table.host.removeTesselService(); }
+    SUBCASE("no service")
+    {
+        table.host.removeTesselService();
+    }
     expectWarning(Table::failure(table.keyed, text));
     const auto id = table.putDown(table.keyed);
     CHECK_FALSE(table.holder(id));
@@ -176,7 +179,10 @@ TEST_CASE("card with a content key: what the service cannot give when the card i
     {
         table.answer([] { return Answer(Bedrock::makeIntrusive<Trellis::Widget>()); });
     }
-    SUBCASE("no service") { table.host.removeTesselService(); }
+    SUBCASE("no service")
+    {
+        table.host.removeTesselService();
+    }
     table.lift(id);
     CHECK(TestSupport::loggedLines().empty());
 }

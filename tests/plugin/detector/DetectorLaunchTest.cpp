@@ -45,10 +45,7 @@ struct Table : FolderHost
         made->setSize({50.f, 50.f});
         return made;
     }
-    void putOn(Trellis::Widget& widget)
-    {
-        detector->tesselOnWidget(widget, Tactile::Marker(1, code, kCard));
-    }
+    void putOn(Trellis::Widget& widget) { detector->tesselOnWidget(widget, Tactile::Marker(1, code, kCard)); }
     /// The layers of the table, from the bottom to the top.
     [[nodiscard]] Strings layers()
     {
@@ -144,8 +141,8 @@ TEST_CASE("unregistered card: the owner that is on record all the same is greete
 {
     Table table;
     const auto odd = newCode();
-    table.host.cache().insert(odd, TesselServiceAPI::MarkerProperties(
-                                       3, TesselServiceAPI::PersonalMarkerProperties{"Odd", "odd@example.org", {}}));
+    table.host.cache().insert(
+        odd, TesselServiceAPI::MarkerProperties(3, TesselServiceAPI::PersonalMarkerProperties{"Odd", "odd@example.org", {}}));
     table.attribute<bool>("allow-unregistered-markers").setValue(true);
     (void)table.putDown(odd);
     REQUIRE(table.spaces().size() == 1);
@@ -159,8 +156,9 @@ TEST_CASE("unregistered card: one with a content key opens its folder and no per
 {
     Table table;
     const auto odd = newCode();
-    table.host.cache().insert(odd, TesselServiceAPI::MarkerProperties(
-                                       3, TesselServiceAPI::PersonalMarkerProperties{"Odd", "odd@example.org", "folder-1"}));
+    table.host.cache().insert(
+        odd,
+        TesselServiceAPI::MarkerProperties(3, TesselServiceAPI::PersonalMarkerProperties{"Odd", "odd@example.org", "folder-1"}));
     table.addFolder();
     table.addItem(FolderHost::kRelative, "r");
     table.host.tesselService().answerPersonalWidget = [&table](unsigned long) {

@@ -88,7 +88,8 @@ TEST_CASE("pickup: only what stands in the host's own overlay counts as the host
     FolderHost table;
     auto& ui = table.host.ui();
     std::vector<Bedrock::IntrusivePtr<HostDetector>> others;
-    for (auto* layer : {ui.background().get(), ui.mainWidget().get(), ui.overlayWidget().get(), table.host.app().mainLayer().get()})
+    for (auto* layer :
+         {ui.background().get(), ui.mainWidget().get(), ui.overlayWidget().get(), table.host.app().mainLayer().get()})
         others.emplace_back(new HostDetector(layer));
     const auto id = table.putDown(newCode(), kCard);
     REQUIRE(table.holder(id) == ui.background().get());

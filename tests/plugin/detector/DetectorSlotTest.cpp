@@ -123,8 +123,14 @@ TEST_CASE("slot: a step that comes when the instance has gone does nothing")
     Table table;
     auto instance = std::make_shared<PersonalTesselDetectorInstance>(
         std::make_shared<Tavola::Component>(), Bedrock::IntrusivePtr<Trellis::Widget>(table.detector.get()));
-    SUBCASE("an addition") { instance->componentAddedToSlot(kSlot, table.folderWith("slot")); }
-    SUBCASE("a removal") { instance->componentRemovedFromSlot(kSlot, table.folderWith("slot")); }
+    SUBCASE("an addition")
+    {
+        instance->componentAddedToSlot(kSlot, table.folderWith("slot"));
+    }
+    SUBCASE("a removal")
+    {
+        instance->componentRemovedFromSlot(kSlot, table.folderWith("slot"));
+    }
     const std::weak_ptr<PersonalTesselDetectorInstance> watched = instance;
     instance.reset();
     CHECK(watched.expired());

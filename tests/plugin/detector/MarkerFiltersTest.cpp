@@ -24,7 +24,8 @@ void expectInvalid(const std::string& entry, const std::string& text)
                              + "', expected format '10,20-25,30'");
 }
 
-void checkCodes(const MarkerFilters& filters, const std::vector<std::uint64_t>& accepted, const std::vector<std::uint64_t>& rejected)
+void checkCodes(const MarkerFilters& filters, const std::vector<std::uint64_t>& accepted,
+                const std::vector<std::uint64_t>& rejected)
 {
     for (const auto code : accepted) {
         CAPTURE(code);
@@ -99,7 +100,8 @@ TEST_CASE("marker filters: an empty text accepts every code")
 TEST_CASE("marker filters: codes of 64 bits are compared in full")
 {
     const auto filters = filtersOf("4294967306,5000000000-6000000000,18446744073709551615");
-    checkCodes(filters, {4294967306u, 5000000000u, 6000000000u, 18446744073709551615u}, {10, 705032704, 4999999999u, 6000000001u});
+    checkCodes(filters, {4294967306u, 5000000000u, 6000000000u, 18446744073709551615u},
+               {10, 705032704, 4999999999u, 6000000001u});
 }
 
 TEST_CASE("marker filters: a number that 64 bits do not hold is an error")

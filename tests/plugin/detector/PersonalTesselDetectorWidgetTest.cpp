@@ -21,8 +21,7 @@ using Mode = PersonalTesselDetectorWidget::WidgetCollectionMode;
 namespace
 {
 constexpr double kHalfTurn = 3.141592653589793;
-const char* const kNoSpaces =
-    "Cannot add widget to personal space, Tessel detector is not configured to use personal spaces.";
+const char* const kNoSpaces = "Cannot add widget to personal space, Tessel detector is not configured to use personal spaces.";
 
 /// A table with a detector and a person.
 struct Table : DetectorHost
@@ -76,8 +75,9 @@ TEST_CASE("detector: type, attributes and their defaults are as style sheets kno
     for (const auto* attribute : table.detector->attributes())
         own.push_back(attribute->name().toStdString());
     own.erase(own.begin(), own.end() - 5);
-    CHECK(own == PluginTest::Strings{"allow-unregistered-markers", "rotate-towards-hand", "rotation-offset", "marker-filters",
-                                     "collection-mode"});
+    CHECK(own
+          == PluginTest::Strings{"allow-unregistered-markers", "rotate-towards-hand", "rotation-offset", "marker-filters",
+                                 "collection-mode"});
 }
 
 TEST_CASE("detector: the collection modes have their numbers, and names in any case")
@@ -109,7 +109,8 @@ TEST_CASE("detector: the filters are read anew with every change of their attrib
     CHECK_FALSE(table.detector->validCode(22));
     table.attribute<QString>("marker-filters").clearValue(Facet::kUserLayer);
     CHECK(table.detector->validCode(22));
-    TestSupport::expectError("PersonalTesselDetectorWidget::parseFilters # Invalid entry '5-5' in '5-5', expected format '10,20-25,30'");
+    TestSupport::expectError(
+        "PersonalTesselDetectorWidget::parseFilters # Invalid entry '5-5' in '5-5', expected format '10,20-25,30'");
     table.attribute<QString>("marker-filters").setValue("5-5");
     CHECK_FALSE(table.detector->filters().hasFilters);
     CHECK(table.detector->validCode(11));
@@ -127,8 +128,8 @@ TEST_CASE("grab: a finger is never taken, also where its missing code is somebod
     Table table;
     table.host.addPerson(0, "Nil");
     REQUIRE(table.wouldGrab(0));
-    CHECK_FALSE(table.detector->shouldGrab(*table.host.app().grabManager(),
-                                           {Tactile::TrackedObject::Type::Finger, 1, {600.f, 400.f}}));
+    CHECK_FALSE(
+        table.detector->shouldGrab(*table.host.app().grabManager(), {Tactile::TrackedObject::Type::Finger, 1, {600.f, 400.f}}));
 }
 
 TEST_CASE("grab: a card that the cache does not know is never taken")

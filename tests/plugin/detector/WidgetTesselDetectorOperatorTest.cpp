@@ -19,8 +19,7 @@ using Mode = Tavola::PersonalTesselDetectorWidget::WidgetCollectionMode;
 
 namespace
 {
-const char* const kSeveral =
-    "WidgetTesselDetectorOperator # Multiple PersonalTesselDetectorWidgets found, using first one";
+const char* const kSeveral = "WidgetTesselDetectorOperator # Multiple PersonalTesselDetectorWidgets found, using first one";
 const char* const kAttribute = "track-tessels-on-widget";
 
 /// A table with a detector that collects into spaces, and a picture beside the detector.
@@ -296,9 +295,8 @@ TEST_CASE("card operator: the widget may go with its operator, and take it away 
     SUBCASE("switched off by an earlier listener")
     {
         const auto other = table.addPicture();
-        other->eventAddListener("marker-down", [&] {
-            dynamic_cast<Facet::AttributeT<bool>&>(*other->attribute(kAttribute)).setValue(false);
-        });
+        other->eventAddListener("marker-down",
+                                [&] { dynamic_cast<Facet::AttributeT<bool>&>(*other->attribute(kAttribute)).setValue(false); });
         other->addOperator(Bedrock::makeIntrusive<WidgetTesselDetectorOperator>());
         table.host.frame();
         (void)table.putDown(table.code, {1300.f, 850.f});

@@ -271,8 +271,8 @@ TEST_CASE("files: a relative path that names an existing file is never attached,
 TEST_CASE("files: an address given as a file is listed as a link")
 {
     Post post;
-    CHECK(post.body("", {{"https://example.org/a", false}, {"file:///etc/hostname", false}}) ==
-          "\nhttps://example.org/a\n\nfile:///etc/hostname\n\n");
+    CHECK(post.body("", {{"https://example.org/a", false}, {"file:///etc/hostname", false}})
+          == "\nhttps://example.org/a\n\nfile:///etc/hostname\n\n");
 }
 
 TEST_CASE("files: an existing file given as a link is a link")
@@ -316,7 +316,8 @@ TEST_CASE("files: a pipe is not waited for, it is left out like one that cannot 
 TEST_CASE("files: links keep their order among the files between them")
 {
     Post post;
-    const auto message = post.message({{"z", false}, {post.file("2.txt"), false}, {"a", true}, {post.file("1.txt"), false}, {"", true}});
+    const auto message =
+        post.message({{"z", false}, {post.file("2.txt"), false}, {"a", true}, {post.file("1.txt"), false}, {"", true}});
     REQUIRE(message.attachments().size() == 2);
     CHECK(message.attachments()[0].fileName == "2.txt");
     CHECK(message.attachments()[1].fileName == "1.txt");

@@ -254,7 +254,10 @@ TEST_CASE("going: ten seconds after the outcome it fades out within a fifth of a
     mail.send();
     mail.pass(3);
     CHECK_FALSE(mail.isFadingOut());
-    SUBCASE("success") { mail.service->answer(0, {true, {}}); }
+    SUBCASE("success")
+    {
+        mail.service->answer(0, {true, {}});
+    }
     SUBCASE("failure")
     {
         expectSendFailure("no");
@@ -276,13 +279,19 @@ TEST_CASE("going: ten seconds after the outcome it fades out within a fifth of a
 TEST_CASE("going: without an outcome it stays")
 {
     Mail mail;
-    SUBCASE("waiting for the files") { mail.email(false); }
+    SUBCASE("waiting for the files")
+    {
+        mail.email(false);
+    }
     SUBCASE("waiting for the button")
     {
         mail.email(true);
         mail.giveFiles();
     }
-    SUBCASE("in flight") { mail.send(); }
+    SUBCASE("in flight")
+    {
+        mail.send();
+    }
     for (int i = 0; i < 20; ++i)
         mail.host.frame(1);
     CHECK(mail.isOnTable());

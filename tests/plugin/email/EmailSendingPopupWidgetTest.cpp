@@ -321,7 +321,10 @@ TEST_CASE("cancel: files that come later are not sent, also when sending was tap
 {
     Mail mail;
     bool confirm = true;
-    SUBCASE("asked, not answered") { mail.email(true); }
+    SUBCASE("asked, not answered")
+    {
+        mail.email(true);
+    }
     SUBCASE("asked and answered")
     {
         mail.email(true);

@@ -27,8 +27,14 @@ struct Envelope
 
     Envelope() { widget->setSize({115.f, 75.f}); }
 
-    Facet::AttributeT<bool>& drawProgress() { return dynamic_cast<Facet::AttributeT<bool>&>(*widget->attribute("draw-progress")); }
-    Facet::AttributeT<float>& animationTime() { return dynamic_cast<Facet::AttributeT<float>&>(*widget->attribute("animation-time")); }
+    Facet::AttributeT<bool>& drawProgress()
+    {
+        return dynamic_cast<Facet::AttributeT<bool>&>(*widget->attribute("draw-progress"));
+    }
+    Facet::AttributeT<float>& animationTime()
+    {
+        return dynamic_cast<Facet::AttributeT<float>&>(*widget->attribute("animation-time"));
+    }
 
     std::vector<RecordingContext::Call> arcs()
     {

@@ -38,8 +38,8 @@ std::pair<Vector2f, Vector2f> endOfOpening(bool relative, int framesBefore, Vect
         table.host.mainWidget().setRotation(0.5f);
     }
     table.item->setLocation({40.f, 25.f});
-    table.item->addOperator(Bedrock::makeIntrusive<LaunchedContentOperator>(
-        relative, table.host.mainWidget().mapFromScene(kCard), 0.5f));
+    table.item->addOperator(
+        Bedrock::makeIntrusive<LaunchedContentOperator>(relative, table.host.mainWidget().mapFromScene(kCard), 0.5f));
     table.track({true, false, 20.f});
     table.host.frames(framesBefore);
     table.moveCard(to, rotation);
@@ -108,8 +108,7 @@ struct MenuTable : TrackerTable
     MenuTable()
     {
         addMenu(kRelative);
-        const auto menuComponent =
-            std::dynamic_pointer_cast<Tavola::WidgetComponent>(component->assignments(kRelative).front());
+        const auto menuComponent = std::dynamic_pointer_cast<Tavola::WidgetComponent>(component->assignments(kRelative).front());
         menu = Bedrock::dynamicPointerCast<Tavola::ContentMenuWidget>(menuComponent->createContentWidget());
         host.mainWidget().addChild(menu);
         node = menu->prepare(kCard);

@@ -1,7 +1,7 @@
 #include "folder/MarkerTrackerOperator.hpp"
 
-#include "TrackerTable.hpp"
 #include "LogCapture.hpp"
+#include "TrackerTable.hpp"
 
 #include <QRegion>
 
@@ -202,8 +202,14 @@ TEST_CASE("tracker: following that is switched on later begins with the card as 
 TEST_CASE("tracker: at the start a following item gets the card's rotation and the offset, and keeps its location")
 {
     TrackerTable table(float(20.0 * kDegree));
-    SUBCASE("a quarter turn") { table.track(); }
-    SUBCASE("an offset of its own") { table.track({true, false, -35.f}); }
+    SUBCASE("a quarter turn")
+    {
+        table.track();
+    }
+    SUBCASE("an offset of its own")
+    {
+        table.track({true, false, -35.f});
+    }
     const double offset = table.item->rotation() > 1.f ? 90.0 : -35.0;
     CHECK(sameDirection(table.item->rotation(), (20.0 + offset) * kDegree));
     CHECK(near(table.item->location(), {500.f, 300.f}, 0.001f));
@@ -243,7 +249,10 @@ TEST_CASE("tracker: in reverse mode the item has the class manual-control until 
     CHECK(table.item->hasCSSClass("manual-control"));
     table.host.frames(3);
     CHECK(table.item->hasCSSClass("manual-control"));
-    SUBCASE("by hand") { table.item->removeOperator(*table.tracker); }
+    SUBCASE("by hand")
+    {
+        table.item->removeOperator(*table.tracker);
+    }
     SUBCASE("because it is done")
     {
         table.tracker->dismissContent();
@@ -529,8 +538,14 @@ TEST_CASE("tracked item: one that is gone is no target any more, and nothing is 
         CHECK(table.dismissals == 1);
         CHECK(carrier->operators().empty());
     }
-    SUBCASE("then the tracker goes") { carrier->removeOperator(*table.tracker); }
-    SUBCASE("then the carrier goes") { carrier->removeFromParent(); }
+    SUBCASE("then the tracker goes")
+    {
+        carrier->removeOperator(*table.tracker);
+    }
+    SUBCASE("then the carrier goes")
+    {
+        carrier->removeFromParent();
+    }
     table.host.frames(2);
 }
 

@@ -39,8 +39,9 @@ TEST_CASE("folder: type, attributes and their defaults are as style sheets know 
     for (const auto* attribute : table.folder->attributes())
         own.push_back(attribute->name().toStdString() + " " + attribute->toText().toStdString());
     own.erase(own.begin(), own.end() - 5);
-    CHECK(own == Strings{"content-opening-duration 0.3", "follow-marker false", "dismiss-widgets false", "rotation-offset 90",
-                         "reverse-mode false"});
+    CHECK(own
+          == Strings{"content-opening-duration 0.3", "follow-marker false", "dismiss-widgets false", "rotation-offset 90",
+                     "reverse-mode false"});
 }
 
 TEST_CASE("folder: the component makes a folder with its instance, which the host finds by the widget")
@@ -60,8 +61,8 @@ TEST_CASE("folder: card down opens all relative and then all absolute contents")
     table.down();
     CHECK(table.itemNames() == Strings{"r1", "r2", "a1", "a2"});
     // The absolute ones are made when the relative ones have been opened.
-    CHECK(*table.log == Strings{"r1 made", "r2 made", "r1 took card", "r2 took card", "a1 made", "a2 made", "a1 took card",
-                                "a2 took card"});
+    CHECK(*table.log
+          == Strings{"r1 made", "r2 made", "r1 took card", "r2 took card", "a1 made", "a2 made", "a1 took card", "a2 took card"});
     for (const auto* item : table.items())
         CHECK(isTemporary(*item));
 }
@@ -576,7 +577,10 @@ TEST_CASE("menu: in reverse mode its node is the visitors' to move, and is marke
         table.set("reverse-mode", true);
         table.up();
     }
-    SUBCASE("outside it") { table.down(); }
+    SUBCASE("outside it")
+    {
+        table.down();
+    }
     REQUIRE(table.menus().size() == 1);
     CHECK(table.nodeOf(*table.menus()[0]).hasCSSClass("manual-control") == reverse);
     CHECK_FALSE(table.menus()[0]->hasCSSClass("manual-control"));

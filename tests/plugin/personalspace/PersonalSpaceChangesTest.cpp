@@ -32,7 +32,8 @@ struct Changing : OpenSpace
         const auto& commands = host.mediaServer().commands();
         for (; m_seen < commands.size(); ++m_seen) {
             const QJsonObject& command = commands[m_seen];
-            QString text = command.value("command").toString() + " " + QString::number(command.value("tessel").toDouble(), 'f', 0);
+            QString text =
+                command.value("command").toString() + " " + QString::number(command.value("tessel").toDouble(), 'f', 0);
             if (command.contains("url"))
                 text += " " + command.value("url").toString();
             lines.push_back(text.toStdString());
@@ -72,9 +73,9 @@ TEST_CASE("first code: what its owner collected before is uploaded in upload mod
     for (const char* address : {"http://one", "http://two", "http://three"})
         collect(space.code, address);
     space.widget->setCode(space.code);
-    CHECK(space.asked() == Strings{command("getuserpage", space.code), command("additem", space.code, " http://one"),
-                                   command("additem", space.code, " http://two"),
-                                   command("additem", space.code, " http://three")});
+    CHECK(space.asked()
+          == Strings{command("getuserpage", space.code), command("additem", space.code, " http://one"),
+                     command("additem", space.code, " http://two"), command("additem", space.code, " http://three")});
     CHECK(space.hasClass("upload-mode"));
 }
 
@@ -88,8 +89,9 @@ TEST_CASE("another code: in upload mode its page is asked for and its items are 
     collect(other, "http://two", ItemStatus::Uploaded);
     collect(other, "http://three", ItemStatus::Failed);
     space.widget->setCode(other);
-    CHECK(space.asked() == Strings{command("getuserpage", other), command("additem", other, " http://one"),
-                                   command("additem", other, " http://three")});
+    CHECK(space.asked()
+          == Strings{command("getuserpage", other), command("additem", other, " http://one"),
+                     command("additem", other, " http://three")});
     CHECK(classesOf(*space.widget) == Strings{"has-content", "initial-view", "upload-mode"});
 }
 
@@ -159,8 +161,14 @@ TEST_CASE("envelope: an address that becomes known while it is asked for is sent
     REQUIRE(space.hasClass("waiting-to-send-email"));
     const char* written = "";
     SUBCASE("nothing") {}
-    SUBCASE("no address") { written = "ann@"; }
-    SUBCASE("another address") { written = "written@example.org"; }
+    SUBCASE("no address")
+    {
+        written = "ann@";
+    }
+    SUBCASE("another address")
+    {
+        written = "written@example.org";
+    }
     space.write(written);
     space.widget->setProperties({"Ann", "ann@example.org", ""});
     space.tapEnvelope();

@@ -6,11 +6,11 @@
 
 #include <doctest/doctest.h>
 
-using Tavola::PersonalSpaceContents;
 using PluginTest::EventLog;
 using PluginTest::line;
 using PluginTest::newCode;
 using PluginTest::Strings;
+using Tavola::PersonalSpaceContents;
 using ItemStatus = PersonalSpaceContents::ItemStatus;
 
 namespace
@@ -43,7 +43,8 @@ PersonalSpaceContents::Item someItem(long widgetId = 7)
 TEST_CASE("personal contents: the events are declared in their order")
 {
     const PersonalSpaceContents contents;
-    CHECK(PluginTest::eventsOf(contents) == Strings{"item-added", "item-removed", "preview-ready", "files-ready", "user-page-changed", "item-status-changed"});
+    CHECK(PluginTest::eventsOf(contents)
+          == Strings{"item-added", "item-removed", "preview-ready", "files-ready", "user-page-changed", "item-status-changed"});
 }
 
 TEST_CASE("personal contents: a card has the same contents each time, another card has others")
@@ -93,7 +94,8 @@ TEST_CASE("personal contents: the item is there when its event is heard")
 {
     PersonalSpaceContents contents;
     bool wasThere = false;
-    contents.eventAddListenerBd("item-added", [&](Bedrock::BinaryData& data) { wasThere = contents.items().count(data.readInt64()) == 1; });
+    contents.eventAddListenerBd("item-added",
+                                [&](Bedrock::BinaryData& data) { wasThere = contents.items().count(data.readInt64()) == 1; });
     contents.addItem({});
     CHECK(wasThere);
 }
@@ -217,7 +219,8 @@ TEST_CASE("personal contents: files in place of others make an item Ready again,
 {
     Tavola::FileRepresentation::FileData files;
     files.sources = {QLatin1String("three")};
-    for (const auto before : {ItemStatus::Pending, ItemStatus::Ready, ItemStatus::Uploading, ItemStatus::Uploaded, ItemStatus::Failed}) {
+    for (const auto before :
+         {ItemStatus::Pending, ItemStatus::Ready, ItemStatus::Uploading, ItemStatus::Uploaded, ItemStatus::Failed}) {
         CAPTURE(int(before));
         PersonalSpaceContents contents;
         auto item = someItem();
@@ -267,7 +270,8 @@ TEST_CASE("personal contents: a status is told by its number, also when it stays
     const long id = contents.addItem({});
     EventLog log;
     listenToAll(log, contents);
-    for (const auto status : {ItemStatus::Pending, ItemStatus::Ready, ItemStatus::Uploading, ItemStatus::Uploaded, ItemStatus::Failed})
+    for (const auto status :
+         {ItemStatus::Pending, ItemStatus::Ready, ItemStatus::Uploading, ItemStatus::Uploaded, ItemStatus::Failed})
         contents.setItemStatus(status, id);
     contents.setItemStatus(ItemStatus::Failed, id);
     const auto told = [id](const char* number) { return line("item-status-changed", id, number); };

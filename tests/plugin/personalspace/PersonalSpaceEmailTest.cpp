@@ -188,10 +188,11 @@ TEST_CASE("sending: it closes the open tooltip")
 TEST_CASE("sending: a finger on the envelope starts it")
 {
     Mail mail;
-    mail.host.style("PersonalSpaceWidget { width: 400px; height: 300px; position: absolute }"
-                    "PersonalSpaceWidget > * { position: absolute; display: none }"
-                    "PersonalSpaceWidget > PersonalSpaceContentWidget { display: block; left: 0; top: 0; width: 400px; height: 300px }"
-                    "PersonalSpaceWidget > .envelope { display: block; left: 300px; top: 250px; width: 80px; height: 40px }");
+    mail.host.style(
+        "PersonalSpaceWidget { width: 400px; height: 300px; position: absolute }"
+        "PersonalSpaceWidget > * { position: absolute; display: none }"
+        "PersonalSpaceWidget > PersonalSpaceContentWidget { display: block; left: 0; top: 0; width: 400px; height: 300px }"
+        "PersonalSpaceWidget > .envelope { display: block; left: 300px; top: 250px; width: 80px; height: 40px }");
     mail.widget->setLocation({100.f, 100.f});
     mail.host.frame();
     mail.host.tap({440.f, 370.f});
@@ -353,9 +354,9 @@ TEST_CASE("failure: a refused mail is logged, shown and counted, and all items s
     CHECK(mail.contents->items().count(first) == 1);
     CHECK(mail.contents->items().count(second) == 1);
     CHECK(mail.field().text() == "half");
-    CHECK(analyticsOf(mail.host) == Strings{widgetInEmail(71, "Ann", "ann@example.org"),
-                                            widgetInEmail(72, "Ann", "ann@example.org"),
-                                            emailNotSent("Ann", "ann@example.org", "mailbox full: 100%s")});
+    CHECK(analyticsOf(mail.host)
+          == Strings{widgetInEmail(71, "Ann", "ann@example.org"), widgetInEmail(72, "Ann", "ann@example.org"),
+                     emailNotSent("Ann", "ann@example.org", "mailbox full: 100%s")});
 }
 
 TEST_CASE("failure: an exception is logged, shown and counted by its own text")

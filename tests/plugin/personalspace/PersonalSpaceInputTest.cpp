@@ -38,8 +38,14 @@ TEST_CASE("written address: it is kept and sent to as it was written, blanks and
     Writing space;
     space.tapEnvelope();
     space.write("  ann@example.org\t ");
-    SUBCASE("by the envelope") { space.tapEnvelope(); }
-    SUBCASE("by enter") { space.finishEditing(); }
+    SUBCASE("by the envelope")
+    {
+        space.tapEnvelope();
+    }
+    SUBCASE("by enter")
+    {
+        space.finishEditing();
+    }
     CHECK(space.text("user-email").value() == "  ann@example.org\t ");
     REQUIRE(space.service->sent().size() == 1);
     CHECK(space.service->sent()[0].recipients[0].address.address == "  ann@example.org\t ");
@@ -50,8 +56,14 @@ TEST_CASE("written name: it is kept and registered as it was written, blanks and
     Writing space;
     space.askForName();
     space.write(" Ann  Lee\t");
-    SUBCASE("by the button") { space.tapSave(); }
-    SUBCASE("by enter") { space.finishEditing(); }
+    SUBCASE("by the button")
+    {
+        space.tapSave();
+    }
+    SUBCASE("by enter")
+    {
+        space.finishEditing();
+    }
     CHECK(space.text("user-name").value() == " Ann  Lee\t");
     CHECK(space.textChild("title").text() == "Hi,  Ann  Lee\t");
     Bedrock::BGThread::instance()->waitUntilIdle();
@@ -66,15 +78,27 @@ TEST_CASE("cancel: errors that the input shows go, also where there is no text t
     SUBCASE("for a name")
     {
         space.askForName();
-        SUBCASE("an empty one") { space.write(""); }
-        SUBCASE("blanks") { space.write("   "); }
+        SUBCASE("an empty one")
+        {
+            space.write("");
+        }
+        SUBCASE("blanks")
+        {
+            space.write("   ");
+        }
         space.tapSave();
     }
     SUBCASE("for an address")
     {
         space.tapEnvelope();
-        SUBCASE("an empty one") { space.write(""); }
-        SUBCASE("a wrong one") { space.write("ann@example"); }
+        SUBCASE("an empty one")
+        {
+            space.write("");
+        }
+        SUBCASE("a wrong one")
+        {
+            space.write("ann@example");
+        }
         space.tapEnvelope();
     }
     REQUIRE(space.showsErrors());

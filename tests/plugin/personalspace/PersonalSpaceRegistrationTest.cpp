@@ -98,9 +98,18 @@ public:
 TEST_CASE("address: what counts as an e-mail address")
 {
     AddressForm form;
-    const char* const accepted[] = {"ann@example.org", "  ann@example.org\t", "\n ann@example.org \n", "Ann.Lee@Example.ORG",
-                                    "a+b@c.de", "a%b@c.de", "a_b-c.d@e-f.gh", "1@2.co", "a@b.info", "a@very.many.dotted.parts.eu",
-                                    ".@-.xy", "a@b..org"};
+    const char* const accepted[] = {"ann@example.org",
+                                    "  ann@example.org\t",
+                                    "\n ann@example.org \n",
+                                    "Ann.Lee@Example.ORG",
+                                    "a+b@c.de",
+                                    "a%b@c.de",
+                                    "a_b-c.d@e-f.gh",
+                                    "1@2.co",
+                                    "a@b.info",
+                                    "a@very.many.dotted.parts.eu",
+                                    ".@-.xy",
+                                    "a@b..org"};
     for (const char* address : accepted) {
         CAPTURE(address);
         CHECK(form.accepts(address));
@@ -110,12 +119,32 @@ TEST_CASE("address: what counts as an e-mail address")
 TEST_CASE("address: what does not count as one")
 {
     AddressForm form;
-    const char* const refused[] = {"", "   ", "ann", "ann@example", "@example.org", "ann@.org", "ann@example.", "ann@example.c",
-                                   "ann@example.abcde", "ann@example.museum", "ann@example.org.", "ann lee@example.org",
-                                   "ann@exam ple.org", "ann@example.org bob@example.org", "ann@example.org,bob@example.org",
-                                   "ann@@example.org", "a@b@c.de", "än@example.org", "ann@exämple.org", "ann@example.o1",
-                                   "ann@ex_ample.org", "<ann@example.org>", "Ann <ann@example.org>", "mailto:ann@example.org",
-                                   "ann@example.org\nx", "ann!@example.org"};
+    const char* const refused[] = {"",
+                                   "   ",
+                                   "ann",
+                                   "ann@example",
+                                   "@example.org",
+                                   "ann@.org",
+                                   "ann@example.",
+                                   "ann@example.c",
+                                   "ann@example.abcde",
+                                   "ann@example.museum",
+                                   "ann@example.org.",
+                                   "ann lee@example.org",
+                                   "ann@exam ple.org",
+                                   "ann@example.org bob@example.org",
+                                   "ann@example.org,bob@example.org",
+                                   "ann@@example.org",
+                                   "a@b@c.de",
+                                   "än@example.org",
+                                   "ann@exämple.org",
+                                   "ann@example.o1",
+                                   "ann@ex_ample.org",
+                                   "<ann@example.org>",
+                                   "Ann <ann@example.org>",
+                                   "mailto:ann@example.org",
+                                   "ann@example.org\nx",
+                                   "ann!@example.org"};
     for (const char* address : refused) {
         CAPTURE(address);
         CHECK_FALSE(form.accepts(address));
@@ -141,8 +170,14 @@ TEST_CASE("confirming an address: a wrong one shows the field's errors, nothing 
 {
     AddressForm form;
     form.write("ann@example");
-    SUBCASE("by the envelope") { form.tapEnvelope(); }
-    SUBCASE("by enter") { form.finishEditing(); }
+    SUBCASE("by the envelope")
+    {
+        form.tapEnvelope();
+    }
+    SUBCASE("by enter")
+    {
+        form.finishEditing();
+    }
     CHECK(form.field().hasPseudoClass("invalid"));
     CHECK(form.field().text() == "ann@example");
     CHECK_FALSE(form.text("user-email").hasValue(Facet::kUserLayer));
@@ -158,8 +193,14 @@ TEST_CASE("confirming an address: a right one is kept above the style sheet, sen
     form.host.style("PersonalSpaceWidget { space-info: \"To <link>\" }");
     CHECK(form.widget->hasPseudoClass("no-email"));
     form.write("ann@example.org");
-    SUBCASE("by the envelope") { form.tapEnvelope(); }
-    SUBCASE("by enter") { form.finishEditing(); }
+    SUBCASE("by the envelope")
+    {
+        form.tapEnvelope();
+    }
+    SUBCASE("by enter")
+    {
+        form.finishEditing();
+    }
     CHECK(form.text("user-email").value(Facet::kUserLayer) == "ann@example.org");
     CHECK_FALSE(form.widget->hasPseudoClass("no-email"));
     CHECK(form.textChild("custom-info").text() == "To ann@example.org");
@@ -251,11 +292,12 @@ TEST_CASE("enter: no other end of the writing confirms anything")
 TEST_CASE("enter: a finger gives the field the keyboard, its enter key registers once")
 {
     Visit visit;
-    visit.host.style("PersonalSpaceWidget { width: 400px; height: 300px; position: absolute }"
-                     "PersonalSpaceWidget > * { position: absolute; display: none }"
-                     "PersonalSpaceWidget > PersonalSpaceContentWidget { display: block; left: 0; top: 0; width: 400px; height: 300px }"
-                     "PersonalSpaceWidget > InputFieldWidget { display: block; left: 100px; top: 100px; width: 200px; height: 40px }"
-                     "InputFieldWidget { keyboard-layout: none }");
+    visit.host.style(
+        "PersonalSpaceWidget { width: 400px; height: 300px; position: absolute }"
+        "PersonalSpaceWidget > * { position: absolute; display: none }"
+        "PersonalSpaceWidget > PersonalSpaceContentWidget { display: block; left: 0; top: 0; width: 400px; height: 300px }"
+        "PersonalSpaceWidget > InputFieldWidget { display: block; left: 100px; top: 100px; width: 200px; height: 40px }"
+        "InputFieldWidget { keyboard-layout: none }");
     visit.widget->setLocation({100.f, 100.f});
     visit.host.frame();
     visit.host.tap({250.f, 210.f});
@@ -281,8 +323,14 @@ TEST_CASE("confirming a name: a blank one shows the field's errors, nothing else
 {
     NameForm form;
     form.write("   ");
-    SUBCASE("by the button") { form.tapSave(); }
-    SUBCASE("by enter") { form.finishEditing(); }
+    SUBCASE("by the button")
+    {
+        form.tapSave();
+    }
+    SUBCASE("by enter")
+    {
+        form.finishEditing();
+    }
     CHECK(form.field().hasPseudoClass("invalid"));
     CHECK(form.field().text() == "   ");
     CHECK(form.text("user-name").value().isEmpty());
@@ -297,7 +345,10 @@ TEST_CASE("confirming a name: it greets the owner, empties the field and asks th
     Visit visit;
     visit.widget->setProperties({"", "ann@example.org", ""});
     visit.host.tesselService().holdRegistrations();
-    SUBCASE("by the button") { visit.saveName("Ann"); }
+    SUBCASE("by the button")
+    {
+        visit.saveName("Ann");
+    }
     SUBCASE("by enter")
     {
         visit.write("Ann");
@@ -323,10 +374,11 @@ TEST_CASE("confirming a name: it greets the owner, empties the field and asks th
 TEST_CASE("confirming a name: a finger on the save button does it")
 {
     Visit visit;
-    visit.host.style("PersonalSpaceWidget { width: 400px; height: 300px; position: absolute }"
-                     "PersonalSpaceWidget > * { position: absolute; display: none }"
-                     "PersonalSpaceWidget > PersonalSpaceContentWidget { display: block; left: 0; top: 0; width: 400px; height: 300px }"
-                     "PersonalSpaceWidget > .save-button { display: block; left: 300px; top: 250px; width: 80px; height: 40px }");
+    visit.host.style(
+        "PersonalSpaceWidget { width: 400px; height: 300px; position: absolute }"
+        "PersonalSpaceWidget > * { position: absolute; display: none }"
+        "PersonalSpaceWidget > PersonalSpaceContentWidget { display: block; left: 0; top: 0; width: 400px; height: 300px }"
+        "PersonalSpaceWidget > .save-button { display: block; left: 300px; top: 250px; width: 80px; height: 40px }");
     visit.widget->setLocation({100.f, 100.f});
     visit.write("Ann");
     visit.host.frame();
@@ -577,8 +629,8 @@ TEST_CASE("marker service that throws: the visitor sees that registering failed"
 {
     Visit visit;
     visit.host.tavola().services()->setTesselService(std::make_shared<BrokenTesselService>());
-    TestSupport::expectError("PersonalSpaceWidget::registerUser # Failed to register the owner of card " +
-                             std::to_string(visit.code) + " (no database)");
+    TestSupport::expectError("PersonalSpaceWidget::registerUser # Failed to register the owner of card "
+                             + std::to_string(visit.code) + " (no database)");
     visit.saveName("Ann");
     for (int i = 0; i < 3; ++i)
         visit.answered();

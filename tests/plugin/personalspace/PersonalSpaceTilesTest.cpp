@@ -226,11 +226,11 @@ TEST_CASE("tile: let go of across the border it returns, beside the area it take
         bool returns;
     };
     // The tile shows as 30 by 30; the area is 400 by 250, with the space's margin of 50 above it.
-    const Row rows[] = {{"across the right border", {390.f, 100.f}, true},  {"beside the right border", {405.f, 100.f}, false},
-                        {"across the left border", {-25.f, 100.f}, true},   {"beside the left border", {-35.f, 100.f}, false},
-                        {"across the lower border", {200.f, 240.f}, true},  {"below the lower border", {200.f, 255.f}, false},
-                        {"across the upper border", {200.f, -25.f}, true},  {"in the space's margin", {200.f, -40.f}, false},
-                        {"across a corner", {395.f, 245.f}, true},          {"beyond the corner", {401.f, 251.f}, false}};
+    const Row rows[] = {{"across the right border", {390.f, 100.f}, true}, {"beside the right border", {405.f, 100.f}, false},
+                        {"across the left border", {-25.f, 100.f}, true},  {"beside the left border", {-35.f, 100.f}, false},
+                        {"across the lower border", {200.f, 240.f}, true}, {"below the lower border", {200.f, 255.f}, false},
+                        {"across the upper border", {200.f, -25.f}, true}, {"in the space's margin", {200.f, -40.f}, false},
+                        {"across a corner", {395.f, 245.f}, true},         {"beyond the corner", {401.f, 251.f}, false}};
     for (const Row& row : rows) {
         CAPTURE(row.where);
         Area area;

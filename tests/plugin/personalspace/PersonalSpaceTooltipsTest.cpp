@@ -109,7 +109,10 @@ TEST_CASE("tooltip: the address is explained where the text was tapped")
 {
     Help help;
     SUBCASE("upright") {}
-    SUBCASE("in a space that is turned") { help.widget->setRotation(1.f); }
+    SUBCASE("in a space that is turned")
+    {
+        help.widget->setRotation(1.f);
+    }
     help.tapInfo({30.f, 10.f});
     CHECK(help.tooltip().location() == Vecta::Vector2f{130.f, 60.f});
 }
@@ -265,8 +268,14 @@ TEST_CASE("fade: a tap while it fades out asks for its fade again and opens noth
     help.tapHelp();
     help.host.frame(0.4);
     const float opacity = help.tooltip().opacity();
-    SUBCASE("the help button") { help.tapHelp(); }
-    SUBCASE("the information text") { help.tapInfo(); }
+    SUBCASE("the help button")
+    {
+        help.tapHelp();
+    }
+    SUBCASE("the information text")
+    {
+        help.tapInfo();
+    }
     CHECK(help.tooltip().id() == id);
     CHECK(help.tooltip().opacity() == doctest::Approx(opacity));
     help.host.frame(0.4);
@@ -507,8 +516,14 @@ TEST_CASE("idle: changing the time affects only tooltips opened afterwards")
 TEST_CASE("text: in e-mail mode both tooltips have the style sheet's text filled with the address")
 {
     Help help;
-    SUBCASE("help") { CHECK(help.helpText() == "Help for ann@example.org"); }
-    SUBCASE("email") { CHECK(help.emailText() == "We write to ann@example.org"); }
+    SUBCASE("help")
+    {
+        CHECK(help.helpText() == "Help for ann@example.org");
+    }
+    SUBCASE("email")
+    {
+        CHECK(help.emailText() == "We write to ann@example.org");
+    }
 }
 
 TEST_CASE("text: in upload mode both have it filled with the page's address")
@@ -516,16 +531,28 @@ TEST_CASE("text: in upload mode both have it filled with the page's address")
     Help help;
     help.mode().setValue(OpenSpace::Mode::Upload);
     help.text("user-page-url").setValue("http://page/1");
-    SUBCASE("help") { CHECK(help.helpText() == "Help for http://page/1"); }
-    SUBCASE("email") { CHECK(help.emailText() == "We write to http://page/1"); }
+    SUBCASE("help")
+    {
+        CHECK(help.helpText() == "Help for http://page/1");
+    }
+    SUBCASE("email")
+    {
+        CHECK(help.emailText() == "We write to http://page/1");
+    }
 }
 
 TEST_CASE("text: in upload mode before the page is known it is the style sheet's, unchanged")
 {
     Help help;
     help.mode().setValue(OpenSpace::Mode::Upload);
-    SUBCASE("help") { CHECK(help.helpText() == "Help for %1"); }
-    SUBCASE("email") { CHECK(help.emailText() == "We write to %1"); }
+    SUBCASE("help")
+    {
+        CHECK(help.helpText() == "Help for %1");
+    }
+    SUBCASE("email")
+    {
+        CHECK(help.emailText() == "We write to %1");
+    }
     CHECK_FALSE(help.tooltip().attribute("text")->hasValue(Facet::kUserLayer));
 }
 
@@ -534,8 +561,14 @@ TEST_CASE("text: in e-mail mode without an address it is the style sheet's, unch
     Help help;
     help.widget->setProperties({"Ann", "", ""});
     help.text("user-page-url").setValue("http://page/1");
-    SUBCASE("help") { CHECK(help.helpText() == "Help for %1"); }
-    SUBCASE("email") { CHECK(help.emailText() == "We write to %1"); }
+    SUBCASE("help")
+    {
+        CHECK(help.helpText() == "Help for %1");
+    }
+    SUBCASE("email")
+    {
+        CHECK(help.emailText() == "We write to %1");
+    }
     help.host.style("TooltipWidget { text: \"Later\" }"
                     "TooltipWidget.help, TooltipWidget.email { text: \"Later\" }");
     CHECK(help.tooltip().text() == "Later");
@@ -552,8 +585,14 @@ TEST_CASE("text: a configured help text is shown by the help, and the other stil
 {
     Help help;
     help.text("space-info").setValue("Mail: <link><br>Bye <link> %1");
-    SUBCASE("help") { CHECK(help.helpText() == "Mail: ann@example.org\nBye ann@example.org %1"); }
-    SUBCASE("email") { CHECK(help.emailText() == "We write to ann@example.org"); }
+    SUBCASE("help")
+    {
+        CHECK(help.helpText() == "Mail: ann@example.org\nBye ann@example.org %1");
+    }
+    SUBCASE("email")
+    {
+        CHECK(help.emailText() == "We write to ann@example.org");
+    }
 }
 
 TEST_CASE("text: a configured help text has the page's address in upload mode, also an empty one")
@@ -566,7 +605,10 @@ TEST_CASE("text: a configured help text has the page's address in upload mode, a
         help.text("user-page-url").setValue("http://page/1");
         CHECK(help.helpText() == "At http://page/1\nBye <BR>");
     }
-    SUBCASE("not yet known") { CHECK(help.helpText() == "At \nBye <BR>"); }
+    SUBCASE("not yet known")
+    {
+        CHECK(help.helpText() == "At \nBye <BR>");
+    }
     SUBCASE("the other tooltip")
     {
         help.text("user-page-url").setValue("http://page/1");

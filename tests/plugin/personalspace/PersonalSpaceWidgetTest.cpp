@@ -55,7 +55,10 @@ struct Space
     {
         return dynamic_cast<Facet::AttributeT<QString>&>(*widget->attribute(name));
     }
-    Facet::AttributeT<Mode>& mode() const { return dynamic_cast<Facet::AttributeT<Mode>&>(*widget->attribute("collection-mode")); }
+    Facet::AttributeT<Mode>& mode() const
+    {
+        return dynamic_cast<Facet::AttributeT<Mode>&>(*widget->attribute("collection-mode"));
+    }
     QString shown(const char* cssClass) const { return childOfClass<Trellis::TextWidget>(*widget, cssClass).text(); }
     Trellis::ImageWidget& qrIcon() const { return childOfClass<Trellis::ImageWidget>(*widget, "qr-icon"); }
     Tavola::InputFieldWidget& inputField() const
@@ -123,8 +126,9 @@ TEST_CASE("personal space: its children stand in their order, each with its clas
     std::vector<std::string> names;
     for (const auto& child : space.widget->children())
         names.push_back(child->cssClasses().isEmpty() ? child->cssType().toStdString() : child->cssClasses()[0].toStdString());
-    CHECK(names == Strings{"title", "info", "custom-info", "envelope", "help-button", "cancel-button", "save-button",
-                           "InputFieldWidget", "qr-icon", "user-page-link"});
+    CHECK(names
+          == Strings{"title", "info", "custom-info", "envelope", "help-button", "cancel-button", "save-button",
+                     "InputFieldWidget", "qr-icon", "user-page-link"});
     CHECK(PluginTest::eventsOf(*space.widget).back() == "stylable-widget-added");
 }
 
@@ -518,10 +522,11 @@ TEST_CASE("cancel: it goes back to the initial view and empties the input")
 TEST_CASE("cancel: a finger reaches the button although the drop area covers the space")
 {
     Space space;
-    space.host.style("PersonalSpaceWidget { width: 400px; height: 300px }"
-                     "PersonalSpaceWidget > * { position: absolute; display: none }"
-                     "PersonalSpaceWidget > PersonalSpaceContentWidget { display: block; left: 0; top: 0; width: 400px; height: 300px }"
-                     "PersonalSpaceWidget > .cancel-button { display: block; left: 300px; top: 250px; width: 80px; height: 40px }");
+    space.host.style(
+        "PersonalSpaceWidget { width: 400px; height: 300px }"
+        "PersonalSpaceWidget > * { position: absolute; display: none }"
+        "PersonalSpaceWidget > PersonalSpaceContentWidget { display: block; left: 0; top: 0; width: 400px; height: 300px }"
+        "PersonalSpaceWidget > .cancel-button { display: block; left: 300px; top: 250px; width: 80px; height: 40px }");
     space.widget->setCode(space.code);
     space.widget->setLocation({100.f, 100.f});
     space.widget->removeCSSClass("initial-view");
@@ -563,7 +568,8 @@ TEST_CASE("lifetime: a space that goes is forgotten by the contents")
     space.widget->removeFromParent();
     space.widget.reset();
     space.host.frame();
-    for (const char* event : {"item-added", "item-removed", "preview-ready", "files-ready", "user-page-changed", "item-status-changed"}) {
+    for (const char* event :
+         {"item-added", "item-removed", "preview-ready", "files-ready", "user-page-changed", "item-status-changed"}) {
         CAPTURE(event);
         CHECK_FALSE(space.contents->eventHasListeners(event));
     }

@@ -43,8 +43,8 @@ TEST_CASE("registration: a service that throws what is no exception has refused,
 {
     OpenSpace space;
     space.host.tavola().services()->setTesselService(std::make_shared<OddTesselService>());
-    TestSupport::expectError("PersonalSpaceWidget::registerUser # Failed to register the owner of card " +
-                             std::to_string(space.code) + " (unknown exception)");
+    TestSupport::expectError("PersonalSpaceWidget::registerUser # Failed to register the owner of card "
+                             + std::to_string(space.code) + " (unknown exception)");
     space.write("Ann");
     space.tapSave();
     Bedrock::BGThread::instance()->waitUntilIdle();

@@ -210,8 +210,14 @@ TEST_CASE("icon downloader: the network's replies are left to the network, for w
     const TemporaryFolder folder;
     ImageServer server;
     const auto downloader = IconDownloader::instance();
-    SUBCASE("a picture") { server.serve("/qr.png", ImageServer::png(3, 3)); }
-    SUBCASE("no picture") { server.serve("/qr.png", "<html>no picture</html>"); }
+    SUBCASE("a picture")
+    {
+        server.serve("/qr.png", ImageServer::png(3, 3));
+    }
+    SUBCASE("no picture")
+    {
+        server.serve("/qr.png", "<html>no picture</html>");
+    }
     SUBCASE("an error")
     {
         server.serveRaw("/qr.png", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");

@@ -31,8 +31,7 @@ namespace
 const std::string kUploadFailed = "PersonalSpaceUploader # Failed to upload user item : ";
 const std::string kDeleteFailed = "PersonalSpaceUploader # Failed to delete user item : ";
 const std::string kPageFailed = "PersonalSpaceUploader # Failed to fetch user's URL : ";
-const std::string kNoService =
-    "No service configured, please configure a Media server service to use this feature.";
+const std::string kNoService = "No service configured, please configure a Media server service to use this feature.";
 const QJsonObject kYes{{"success", true}};
 const QJsonObject kNo{{"success", false}};
 const std::string kNoText = "Unknown JSON\nResponse was : {\"success\":false}";
@@ -72,7 +71,11 @@ struct Space
 
 QJsonObject addItemCommand(unsigned long code, const char* kind, const char* value, const char* displayName)
 {
-    return {{"command", "additem"}, {"tessel", double(code)}, {"systemname", "Undefined"}, {kind, value}, {"displayname", displayName}};
+    return {{"command", "additem"},
+            {"tessel", double(code)},
+            {"systemname", "Undefined"},
+            {kind, value},
+            {"displayname", displayName}};
 }
 
 QJsonObject deleteItemCommand(unsigned long code, const char* kind, const char* value)
@@ -412,8 +415,14 @@ TEST_CASE("uploader: a page begins without a picture, whatever the page before h
     Space space;
     ImageServer images;
     images.hold("/qr.png");
-    SUBCASE("another page") { space.contents->setUserPage({"http://pages/p/1", "/one.png"}); }
-    SUBCASE("the same page again") { space.contents->setUserPage({"http://pages/p/2", "/two.png"}); }
+    SUBCASE("another page")
+    {
+        space.contents->setUserPage({"http://pages/p/1", "/one.png"});
+    }
+    SUBCASE("the same page again")
+    {
+        space.contents->setUserPage({"http://pages/p/2", "/two.png"});
+    }
     space.uploader.updateUserPage();
     space.answer(0, {{"success", true}, {"userpageurl", "http://pages/p/2"}, {"qrcodeurl", images.url("/qr.png").toString()}});
     CHECK(space.contents->userPage().url == "http://pages/p/2");
@@ -498,8 +507,8 @@ TEST_CASE("uploader: a QR address without a scheme is asked for with one, and lo
     const std::string asked = images.url("/qr.png").toString().toStdString();
     const std::string written = asked.substr(std::string("http://").size());
     space.uploader.updateUserPage();
-    expectWarning("PersonalSpaceUploader # Failed to download QR icon for marker " + std::to_string(space.code) + " from " + written
-                  + " : Error transferring " + asked + " - server replied: Not Found");
+    expectWarning("PersonalSpaceUploader # Failed to download QR icon for marker " + std::to_string(space.code) + " from "
+                  + written + " : Error transferring " + asked + " - server replied: Not Found");
     space.answer(0, {{"success", true}, {"userpageurl", "http://pages/p/1"}, {"qrcodeurl", QString::fromStdString(written)}});
     CHECK(space.host.frameUntil([] { return !TestSupport::loggedLines().empty(); }));
     CHECK(images.requests() == std::vector<QString>{"/qr.png"});

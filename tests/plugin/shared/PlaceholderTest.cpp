@@ -19,8 +19,8 @@ class QtMessages
 {
 public:
     QtMessages()
-        : m_before(qInstallMessageHandler(
-            [](QtMsgType, const QMessageLogContext&, const QString& text) { messages().append(text); }))
+        : m_before(
+            qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& text) { messages().append(text); }))
     {
         messages().clear();
     }

@@ -17,7 +17,7 @@ Outcome probe(const char* testCase)
 {
     QProcess process;
     process.start(QCoreApplication::applicationDirPath() + QStringLiteral("/log_probe"),
-        {QStringLiteral("-tc=%1").arg(QString::fromLatin1(testCase))});
+                  {QStringLiteral("-tc=%1").arg(QString::fromLatin1(testCase))});
     REQUIRE(process.waitForFinished());
     REQUIRE(process.exitStatus() == QProcess::NormalExit);
     return {process.exitCode(), process.readAllStandardError()};

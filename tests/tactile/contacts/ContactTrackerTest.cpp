@@ -35,8 +35,8 @@ ContactEvent event(Kind kind, TrackedObject::Type type, std::int32_t session, Ve
     return e;
 }
 
-ContactEvent card(Kind kind, std::int32_t session, Vecta::Vector2f point = {}, std::uint64_t code = 1001,
-                  float angle = 0.f, std::uint16_t source = 0)
+ContactEvent card(Kind kind, std::int32_t session, Vecta::Vector2f point = {}, std::uint64_t code = 1001, float angle = 0.f,
+                  std::uint16_t source = 0)
 {
     return event(kind, TrackedObject::Type::Marker, session, point, code, angle, source);
 }
@@ -64,8 +64,8 @@ struct Bench
         static const char* const kNames[] = {"down", "move", "up", "cancel"};
         std::string text;
         for (const Tactile::InputChange& change : sample.changes)
-            text += (text.empty() ? "" : " ") + std::string(kNames[static_cast<int>(change.kind)]) + ' ' +
-                    std::to_string(change.object.id());
+            text += (text.empty() ? "" : " ") + std::string(kNames[static_cast<int>(change.kind)]) + ' '
+                + std::to_string(change.object.id());
         return text;
     }
 
@@ -92,8 +92,8 @@ TEST_CASE("contact tracker: a down and an up within one frame both arrive, in or
     Bench bench;
     CHECK(bench.frame(0, {finger(Kind::Appear, 7, {10, 10}), finger(Kind::Vanish, 7)}) == "down 1 up 1");
     CHECK(bench.sample.fingers.empty());
-    CHECK(bench.frame(1, {finger(Kind::Appear, 8, {10, 10}), finger(Kind::Move, 8, {300, 10}), finger(Kind::Vanish, 8)}) ==
-          "down 2 move 2 up 2");
+    CHECK(bench.frame(1, {finger(Kind::Appear, 8, {10, 10}), finger(Kind::Move, 8, {300, 10}), finger(Kind::Vanish, 8)})
+          == "down 2 move 2 up 2");
     CHECK(bench.sample.changes[1].object.centerLocation() == Vecta::Vector2f(300, 10));
     CHECK(bench.sample.changes[2].object.centerLocation() == Vecta::Vector2f(300, 10));
 }
@@ -196,8 +196,8 @@ TEST_CASE("contact tracker: a card that is back elsewhere comes one frame later,
 
     Bench changed;
     lifted(changed);
-    CHECK(changed.frame(1.1, {card(Kind::Vanish, 1), card(Kind::Appear, 2, {300, 100}), card(Kind::Appear, 3, {600, 100})}) ==
-          "up 1");
+    CHECK(changed.frame(1.1, {card(Kind::Vanish, 1), card(Kind::Appear, 2, {300, 100}), card(Kind::Appear, 3, {600, 100})})
+          == "up 1");
     TestSupport::expectWarning("ContactTracker::update # Marker 1001 is on the table twice (at 300, 100 and at 600, 100); "
                                "the second is taken as another card, give each card a code of its own");
     CHECK(changed.frame(1.2) == "down 1 down 2");

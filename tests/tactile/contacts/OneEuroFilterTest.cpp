@@ -31,7 +31,7 @@ TEST_CASE("one euro filter: trembling at rest becomes smaller, and a quick movem
     float x = 0.f;
     for (int i = 0; i < 60; ++i)
         filter.filter({x += 30.f, 0.f}, 1.0 / 60); // 1800 px/s
-    CHECK(x - filter.value().x < 15.f); // half a frame
+    CHECK(x - filter.value().x < 15.f);            // half a frame
     CHECK(x - filter.value().x > 0.f);
 }
 

@@ -65,8 +65,9 @@ TEST_CASE("osc writer: numbers are written big end first, to their limits")
     writer.addFloat(-0.f);
     writer.addFloat(std::numeric_limits<float>::infinity());
     writer.addTime(0x0102030405060708u);
-    CHECK(written(writer) == bytes("\x80\0\0\0\xff\xff\xff\xff\x7f\xff\xff\xff\xbf\x80\0\0\x80\0\0\0\x7f\x80\0\0"
-                                   "\1\2\3\4\5\6\7\x8"));
+    CHECK(written(writer)
+          == bytes("\x80\0\0\0\xff\xff\xff\xff\x7f\xff\xff\xff\xbf\x80\0\0\x80\0\0\0\x7f\x80\0\0"
+                   "\1\2\3\4\5\6\7\x8"));
 }
 
 TEST_CASE("osc writer: type tags may be left out, which is not the same as none")

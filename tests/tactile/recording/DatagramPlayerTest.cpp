@@ -46,9 +46,9 @@ std::set<int> recordEnds(const QByteArray& bytes)
 
 void expectTheVisitsWarnings()
 {
-    for (const char* start : {"ContactTracker::update # Marker 1001 is on the table twice",
-                              "TuioDecoder::decode # Dropped a datagram", "TuioInput::takeSample # Lost the sender left@cam",
-                              "TuioInput::takeSample # Lost the sender right@cam"})
+    for (const char* start :
+         {"ContactTracker::update # Marker 1001 is on the table twice", "TuioDecoder::decode # Dropped a datagram",
+          "TuioInput::takeSample # Lost the sender left@cam", "TuioInput::takeSample # Lost the sender right@cam"})
         TestSupport::expectWarningStartingWith(start);
 }
 
@@ -234,8 +234,8 @@ TEST_CASE("datagram player: what a crash leaves is played up to the last whole f
         CAPTURE(size);
         folder.write(whole.left(size));
         if (ends.count(size) == 0)
-            TestSupport::expectWarningStartingWith("DatagramPlayer # The recording " + folder.file +
-                                                   " is cut off or damaged at byte ");
+            TestSupport::expectWarningStartingWith("DatagramPlayer # The recording " + folder.file
+                                                   + " is cut off or damaged at byte ");
         const auto replayed = folder.replay();
         REQUIRE(replayed.size() < 3);
         REQUIRE(replayed.size() >= longest);
@@ -262,9 +262,9 @@ TEST_CASE("datagram player: a damaged byte ends the replay there, with a warning
     const int second = bytes.size() - 2 * kFrameRecordBytes;
     bytes[second + 12] = char(bytes[second + 12] ^ 1);
     folder.write(bytes);
-    TestSupport::expectWarning("DatagramPlayer # The recording " + folder.file + " is cut off or damaged at byte " +
-                               std::to_string(second) +
-                               " (the recording program was ended, or its disk full); played are the 1 frames ahead of it");
+    TestSupport::expectWarning("DatagramPlayer # The recording " + folder.file + " is cut off or damaged at byte "
+                               + std::to_string(second)
+                               + " (the recording program was ended, or its disk full); played are the 1 frames ahead of it");
     CHECK(folder.replay().size() == 1);
 }
 
@@ -337,7 +337,8 @@ TEST_CASE("datagram player: a record that cannot be ends the replay ahead of its
         QByteArray bytes = whole;
         bytes.insert(*std::next(ends.begin()), recordOf(row.body));
         folder.write(bytes);
-        TestSupport::expectWarningStartingWith("DatagramPlayer # The recording " + folder.file + " is cut off or damaged at byte ");
+        TestSupport::expectWarningStartingWith("DatagramPlayer # The recording " + folder.file
+                                               + " is cut off or damaged at byte ");
         CHECK(folder.replay().size() == 1);
     }
 }
@@ -348,9 +349,9 @@ TEST_CASE("datagram player: a record of no bytes, or of more than there can be, 
     const QByteArray whole = recordQuietTable(folder);
     for (const char* size : {"\0\0\0\0", "\x7f\xff\xff\xff", "\xff\xff\xff\xff"}) {
         folder.write(whole + QByteArray(size, 4) + "1234");
-        TestSupport::expectWarning("DatagramPlayer # The recording " + folder.file + " is cut off or damaged at byte " +
-                                   std::to_string(whole.size()) +
-                                   " (the recording program was ended, or its disk full); played are the 2 frames ahead of it");
+        TestSupport::expectWarning("DatagramPlayer # The recording " + folder.file + " is cut off or damaged at byte "
+                                   + std::to_string(whole.size())
+                                   + " (the recording program was ended, or its disk full); played are the 2 frames ahead of it");
         CHECK(folder.replay().size() == 2);
     }
 }

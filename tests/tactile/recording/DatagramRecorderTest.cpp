@@ -40,12 +40,13 @@ TEST_CASE("datagram recorder: what cannot be recorded is told with its remedy, a
     std::string error;
     folder.write("tavola-recording 2\n");
     CHECK_FALSE(DatagramRecorder::create(folder.file, error));
-    CHECK(error == "DatagramRecorder # Failed to make " + folder.file +
-                       " (File exists); choose another name, or move that file away");
+    CHECK(error
+          == "DatagramRecorder # Failed to make " + folder.file + " (File exists); choose another name, or move that file away");
     CHECK(folder.bytes() == "tavola-recording 2\n");
     CHECK_FALSE(DatagramRecorder::create("/nowhere/a.rec", error));
-    CHECK(error == "DatagramRecorder # Failed to make /nowhere/a.rec (No such file or directory); choose a folder that can "
-                   "be written");
+    CHECK(error
+          == "DatagramRecorder # Failed to make /nowhere/a.rec (No such file or directory); choose a folder that can "
+             "be written");
 }
 
 TEST_CASE("datagram recorder: when the disk takes no more the recording ends, with an error, and the table goes on")
@@ -56,8 +57,8 @@ TEST_CASE("datagram recorder: when the disk takes no more the recording ends, wi
     rlimit small = before;
     small.rlim_cur = 4096;
     REQUIRE(setrlimit(RLIMIT_FSIZE, &small) == 0);
-    TestSupport::expectError("DatagramRecorder # Failed to write " + folder.file +
-                             " (File too large); the recording ends here, make room and begin another one");
+    TestSupport::expectError("DatagramRecorder # Failed to write " + folder.file
+                             + " (File too large); the recording ends here, make room and begin another one");
     TestTable table;
     {
         const auto recorder = folder.record();
@@ -84,7 +85,9 @@ TEST_CASE("datagram recorder: only its owner may read what it writes, since name
 {
     const Folder folder;
     const auto recorder = folder.record();
-    struct stat about{};
+    struct stat about
+    {
+    };
     REQUIRE(stat(folder.file.c_str(), &about) == 0);
     CHECK((about.st_mode & 0777) == 0600);
 }

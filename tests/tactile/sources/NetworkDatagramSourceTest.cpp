@@ -62,8 +62,8 @@ TEST_CASE("network source: what keeps it from listening is told with its remedy"
         const std::string taken = "127.0.0.1:" + std::to_string(first->port());
         const Row rows[] = {
             {{"127.0.0.1", first->port(), {}},
-             " # Failed to listen on " + taken +
-                 " (Address already in use); close the program that listens there, or choose another port"},
+             " # Failed to listen on " + taken
+                 + " (Address already in use); close the program that listens there, or choose another port"},
             {{"table.local", 3333, {}},
              " # Failed to listen on table.local:3333 (not a numeric address); give one of this machine's addresses, such as "
              "127.0.0.1"},

@@ -100,8 +100,8 @@ TEST_CASE("packet stream: a length of zero, below it or above the largest packet
         std::uint32_t bytes;
         std::int32_t length;
     };
-    for (const Row& row : {Row{0, 0}, Row{0xffffffffu, -1}, Row{0x80000000u, -2147483647 - 1}, Row{65536, 65536},
-                           Row{0x2f747569u, 0x2f747569}}) {
+    for (const Row& row :
+         {Row{0, 0}, Row{0xffffffffu, -1}, Row{0x80000000u, -2147483647 - 1}, Row{65536, 65536}, Row{0x2f747569u, 0x2f747569}}) {
         CAPTURE(row.length);
         PacketStream stream;
         fill(stream, head(1) + "a" + head(row.bytes) + "more");

@@ -11,9 +11,9 @@ TEST_CASE("socket address: numeric addresses of both kinds and this machine's na
         const char* text;
         const char* sender;
     };
-    for (const Row& row : {Row{"127.0.0.1", "127.0.0.1:3333"}, Row{"0.0.0.0", "0.0.0.0:3333"},
-                           Row{"localhost", "127.0.0.1:3333"}, Row{"::1", "[::1]:3333"},
-                           Row{"2001:db8::20", "[2001:db8::20]:3333"}, Row{"::ffff:10.0.0.7", "10.0.0.7:3333"}}) {
+    for (const Row& row :
+         {Row{"127.0.0.1", "127.0.0.1:3333"}, Row{"0.0.0.0", "0.0.0.0:3333"}, Row{"localhost", "127.0.0.1:3333"},
+          Row{"::1", "[::1]:3333"}, Row{"2001:db8::20", "[2001:db8::20]:3333"}, Row{"::ffff:10.0.0.7", "10.0.0.7:3333"}}) {
         CAPTURE(row.text);
         SocketAddress address;
         REQUIRE(SocketAddress::parse(row.text, 3333, address));

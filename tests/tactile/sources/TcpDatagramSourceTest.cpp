@@ -189,10 +189,10 @@ TEST_CASE("tcp source: a length that cannot be ends its connection with a warnin
         CAPTURE(row.length);
         const LoopbackStream bad(hall.port());
         // What was good ahead of it counts.
-        TestSupport::expectWarning("TcpDatagramSource # Closed the connection of 127.0.0.1:" + std::to_string(bad.port()) +
-                                   " (a packet of " + row.length +
-                                   " bytes, where 1 to 65535 are possible); look what connects there: the length goes ahead of "
-                                   "each packet, in 4 bytes, big end first");
+        TestSupport::expectWarning("TcpDatagramSource # Closed the connection of 127.0.0.1:" + std::to_string(bad.port())
+                                   + " (a packet of " + row.length
+                                   + " bytes, where 1 to 65535 are possible); look what connects there: the length goes ahead of "
+                                     "each packet, in 4 bytes, big end first");
         bad.send(framed(TestTable::fingersPacket(1, {}, "bad")) + row.bytes + framed(finger(9, 0.9f)));
         CHECK(bad.isClosed());
         good.send(finger(static_cast<std::int32_t>(++packets), 0.5f, "good@one"));
@@ -239,10 +239,13 @@ TEST_CASE("tcp source: a connection that dies inside a packet loses that packet 
     again.send(finger(4, 0.3f, "cam@left"));
     hall.frame(3); // the older connection was read before it
     const auto lines = TestSupport::loggedLines();
-    CHECK(std::count_if(lines.begin(), lines.end(), [&](const auto& line) {
-              return line.text ==
-                  "TcpDatagramSource # The connection of 127.0.0.1:" + port + " ended inside a packet; that packet is lost";
-          }) == 1);
+    CHECK(std::count_if(lines.begin(), lines.end(),
+                        [&](const auto& line) {
+                            return line.text
+                                == "TcpDatagramSource # The connection of 127.0.0.1:" + port
+                                + " ended inside a packet; that packet is lost";
+                        })
+          == 1);
 }
 
 TEST_CASE("tcp source: a connection that begins in the place of another one begins anew")
@@ -297,13 +300,13 @@ TEST_CASE("tcp source: beyond sixteen connections the newest is closed, until th
     CHECK(hall.sample.fingers.size() == 16);
     {
         const LoopbackStream late(hall.port());
-        TestSupport::expectWarning("TcpDatagramSource # Closed the connection of 127.0.0.1:" + std::to_string(late.port()) +
-                                   " (16 are open already); look who connects there, and use fewer trackers");
+        TestSupport::expectWarning("TcpDatagramSource # Closed the connection of 127.0.0.1:" + std::to_string(late.port())
+                                   + " (16 are open already); look who connects there, and use fewer trackers");
         CHECK(late.isClosed());
     }
     // Garbage ends the first, whose place the next one takes.
-    TestSupport::expectWarningStartingWith("TcpDatagramSource # Closed the connection of 127.0.0.1:" +
-                                           std::to_string(trackers.front().port()) + " (a packet of 0 bytes");
+    TestSupport::expectWarningStartingWith("TcpDatagramSource # Closed the connection of 127.0.0.1:"
+                                           + std::to_string(trackers.front().port()) + " (a packet of 0 bytes");
     trackers.front().send(head(0));
     CHECK(trackers.front().isClosed());
     const LoopbackStream next(hall.port());
@@ -323,8 +326,7 @@ TEST_CASE("tcp source: a sender that never stops does not keep others, the frame
         flood += framed({'f'});
     std::atomic<bool> isOver{false};
     std::thread sender([&, tracker = std::make_shared<LoopbackStream>(source.port())] {
-        while (!isOver && tracker->trySend(flood)) {
-        }
+        while (!isOver && tracker->trySend(flood)) {}
     });
     const LoopbackStream quiet(source.port());
     REQUIRE(counter.waitFor('f', 1000));
@@ -350,8 +352,7 @@ TEST_CASE("tcp source: a table goes on drawing while a sender floods it, and tak
         flood += framed(TestTable::fingersPacket(-1, {{1, 0.0004f * float(i), 0.5f}}, "flood@one"));
     std::atomic<bool> isOver{false};
     std::thread sender([&, tracker = std::make_shared<LoopbackStream>(hall.port())] {
-        while (!isOver && tracker->trySend(flood)) {
-        }
+        while (!isOver && tracker->trySend(flood)) {}
     });
     std::uint64_t taken = 0;
     bool isGoingOn = true;

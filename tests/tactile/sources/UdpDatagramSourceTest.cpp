@@ -17,9 +17,9 @@
 #include <stdexcept>
 #include <thread>
 
+using Tactile::NetworkSettings;
 using Tactile::TuioInput;
 using Tactile::UdpDatagramSource;
-using Tactile::NetworkSettings;
 using namespace std::chrono_literals;
 
 namespace
@@ -45,8 +45,8 @@ public:
         address.sin_family = AF_INET;
         address.sin_port = htons(port);
         inet_pton(AF_INET, "127.0.0.1", &address.sin_addr);
-        REQUIRE(sendto(m_socket, packet.data(), packet.size(), 0, reinterpret_cast<sockaddr*>(&address),
-                       sizeof address) == static_cast<ssize_t>(packet.size()));
+        REQUIRE(sendto(m_socket, packet.data(), packet.size(), 0, reinterpret_cast<sockaddr*>(&address), sizeof address)
+                == static_cast<ssize_t>(packet.size()));
     }
 
 private:

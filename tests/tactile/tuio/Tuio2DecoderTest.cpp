@@ -36,8 +36,8 @@ struct Bench
         std::string text;
         for (const ContactEvent& e : events)
             if (e.kind != ContactEvent::Kind::Seen)
-                text += (text.empty() ? "" : " ") + std::string(kNames[static_cast<int>(e.kind)]) +
-                        (e.type == Type::Marker ? " card " : " finger ") + std::to_string(e.key.session);
+                text += (text.empty() ? "" : " ") + std::string(kNames[static_cast<int>(e.kind)])
+                    + (e.type == Type::Marker ? " card " : " finger ") + std::to_string(e.key.session);
         return text;
     }
     std::string end(const std::vector<std::int32_t>& alive) { return feed(encoder.finish(alive)); }
@@ -51,10 +51,7 @@ struct Bench
             encoder.pointer(session, x, 0.5f);
         return end(alive);
     }
-    [[nodiscard]] std::uint64_t drops(TuioDrop cause) const
-    {
-        return decoder.counters().drops[static_cast<std::size_t>(cause)];
-    }
+    [[nodiscard]] std::uint64_t drops(TuioDrop cause) const { return decoder.counters().drops[static_cast<std::size_t>(cause)]; }
 };
 
 std::uint64_t at(double seconds)
@@ -193,10 +190,19 @@ TEST_CASE("tuio 2 decoder: a malformed message drops its packet and leaves the s
         const char* address;
         const char* tags;
     };
-    const Row rows[] = {{"/tuio2/tok", "iiiff"},  {"/tuio2/tok", "iiffff"},     {"/tuio2/tok", "iiifffi"},
-                        {"/tuio2/ptr", "iiifff"}, {"/tuio2/bnd", "ifff"},       {"/tuio2/sym", "iiis"},
-                        {"/tuio2/sym", "iiisss"}, {"/tuio2/frm", "iti"},        {"/tuio2/frm", "iiis"},
-                        {"/tuio2/alv", "if"},     {"/tuio2/tok", "iiiffffffff" "f"}};
+    const Row rows[] = {{"/tuio2/tok", "iiiff"},
+                        {"/tuio2/tok", "iiffff"},
+                        {"/tuio2/tok", "iiifffi"},
+                        {"/tuio2/ptr", "iiifff"},
+                        {"/tuio2/bnd", "ifff"},
+                        {"/tuio2/sym", "iiis"},
+                        {"/tuio2/sym", "iiisss"},
+                        {"/tuio2/frm", "iti"},
+                        {"/tuio2/frm", "iiis"},
+                        {"/tuio2/alv", "if"},
+                        {"/tuio2/tok",
+                         "iiiffffffff"
+                         "f"}};
     for (const Row& row : rows) {
         CAPTURE(row.address);
         CAPTURE(row.tags);
@@ -269,8 +275,13 @@ TEST_CASE("tuio 2 decoder: a lower number within a second is late, further away 
         const char* outcome;
     };
     const Row rows[] = {
-        {499, 10.0, ""},   {1, 9.1, ""},  {1, 11.0, ""}, {499, 11.1, "cancel finger 1 appear finger 1"},
-        {1, 2.0, "cancel finger 1 appear finger 1"}, {501, 2.0, "move finger 1"}, {500, 90.0, "move finger 1"},
+        {499, 10.0, ""},
+        {1, 9.1, ""},
+        {1, 11.0, ""},
+        {499, 11.1, "cancel finger 1 appear finger 1"},
+        {1, 2.0, "cancel finger 1 appear finger 1"},
+        {501, 2.0, "move finger 1"},
+        {500, 90.0, "move finger 1"},
     };
     for (const Row& row : rows) {
         CAPTURE(row.frame);

@@ -44,8 +44,10 @@ TEST_CASE("tuio 2 encoder: a pointer presses, without a turn, a lean and a size"
     Tuio2Encoder encoder;
     encoder.begin(1);
     encoder.pointer(6, 0.5f, 0.25f);
-    CHECK(text(encoder.finish({6})).find(bytes("\0\0\0\x3c/tuio2/ptr\0\0,iiiffffff\0\0\0\0\0\6\0\0\0\0\0\0\0\0") + kHalf + kQuarter +
-                                         kZero + kZero + kZero + kOne) != std::string::npos);
+    CHECK(text(encoder.finish({6}))
+              .find(bytes("\0\0\0\x3c/tuio2/ptr\0\0,iiiffffff\0\0\0\0\0\6\0\0\0\0\0\0\0\0") + kHalf + kQuarter + kZero + kZero
+                    + kZero + kOne)
+          != std::string::npos);
 }
 
 TEST_CASE("tuio 2 encoder: an area says how large it is, in each direction and as a whole")
@@ -53,8 +55,10 @@ TEST_CASE("tuio 2 encoder: an area says how large it is, in each direction and a
     Tuio2Encoder encoder;
     encoder.begin(1);
     encoder.area(6, 0.5f, 0.25f, 1.f, 0.5f, 0.5f);
-    CHECK(text(encoder.finish({6})).find(bytes("\0\0\0\x34/tuio2/bnd\0\0,iffffff\0\0\0\0\0\0\0\6") + kHalf + kQuarter + kOne + kHalf +
-                                         kHalf + kQuarter) != std::string::npos);
+    CHECK(
+        text(encoder.finish({6}))
+            .find(bytes("\0\0\0\x34/tuio2/bnd\0\0,iffffff\0\0\0\0\0\0\0\6") + kHalf + kQuarter + kOne + kHalf + kHalf + kQuarter)
+        != std::string::npos);
 }
 
 TEST_CASE("tuio 2 encoder: a symbol has its group and its data as texts")
@@ -62,8 +66,8 @@ TEST_CASE("tuio 2 encoder: a symbol has its group and its data as texts")
     Tuio2Encoder encoder;
     encoder.begin(1);
     encoder.symbol(6, 258, "fid", "data");
-    CHECK(text(encoder.finish({6})).find(bytes("\0\0\0\x2c/tuio2/sym\0\0,iiiss\0\0\0\0\0\6\0\0\0\0\0\0\1\2fid\0data\0\0\0\0")) !=
-          std::string::npos);
+    CHECK(text(encoder.finish({6})).find(bytes("\0\0\0\x2c/tuio2/sym\0\0,iiiss\0\0\0\0\0\6\0\0\0\0\0\0\1\2fid\0data\0\0\0\0"))
+          != std::string::npos);
 }
 
 TEST_CASE("tuio 2 encoder: a frame with nothing in it, of a sender without name and size, has exactly these bytes")

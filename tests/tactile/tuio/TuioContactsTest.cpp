@@ -1,6 +1,6 @@
 #include "tuio/TuioContacts.hpp"
-#include "tuio/TuioSources.hpp"
 #include "TuioBench.hpp"
+#include "tuio/TuioSources.hpp"
 
 #include <doctest/doctest.h>
 
@@ -47,8 +47,8 @@ struct Direct
         static const char* const kNames[] = {"seen", "appear", "move", "vanish", "cancel"};
         std::string text;
         for (const ContactEvent& e : events)
-            text += (text.empty() ? "" : " ") + std::string(kNames[static_cast<int>(e.kind)]) +
-                (e.type == Tactile::TrackedObject::Type::Marker ? " card " : " finger ") + std::to_string(e.key.session);
+            text += (text.empty() ? "" : " ") + std::string(kNames[static_cast<int>(e.kind)])
+                + (e.type == Tactile::TrackedObject::Type::Marker ? " card " : " finger ") + std::to_string(e.key.session);
         events.clear();
         return text;
     }

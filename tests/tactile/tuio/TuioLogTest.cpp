@@ -80,8 +80,9 @@ TEST_CASE("tuio log: a message of another kind is told once and is no warning")
     table.frame();
     int lines = 0;
     for (const auto& line : TestSupport::loggedLines())
-        lines += line.text == "TuioDecoder::decode # Skipped a message of another kind (/tuio/3Dcur); further ones are only "
-                              "counted";
+        lines += line.text
+            == "TuioDecoder::decode # Skipped a message of another kind (/tuio/3Dcur); further ones are only "
+               "counted";
     CHECK(lines == 1);
     CHECK(table.drops(TuioDrop::UnknownMessage) == 2);
 }
@@ -164,8 +165,9 @@ TEST_CASE("tuio log: datagrams that found no room are told with those that were 
     direct.feed({'x'});
     direct.decoder.countUnread(TuioDrop::QueueFull);
     CHECK(direct.report(5.0) == 0);
-    TestSupport::expectWarning("TuioDecoder::decode # Dropped 2 more datagrams (1 with a size that is no multiple of 4, 1 while no "
-                               "frame was drawn)");
+    TestSupport::expectWarning(
+        "TuioDecoder::decode # Dropped 2 more datagrams (1 with a size that is no multiple of 4, 1 while no "
+        "frame was drawn)");
     CHECK(direct.report(10.0) == 1);
 }
 

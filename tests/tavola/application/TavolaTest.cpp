@@ -19,9 +19,7 @@ namespace
 std::shared_ptr<ComponentFactory> makeFactory()
 {
     auto factory = std::make_shared<ComponentFactory>();
-    factory->create = [] {
-        return std::make_shared<Tavola::WidgetComponent>([] { return makeIntrusive<Trellis::Widget>(); });
-    };
+    factory->create = [] { return std::make_shared<Tavola::WidgetComponent>([] { return makeIntrusive<Trellis::Widget>(); }); };
     factory->type = &typeid(Tavola::WidgetComponent);
     return factory;
 }
@@ -121,7 +119,8 @@ TEST_CASE("tavola: finds the package that declares a component")
 {
     TestHost host;
     CHECK_FALSE(host.tavola().packageOfComponent("a"));
-    const auto package = Tavola::Package::fromJson({{"components", QJsonObject{{"a", QJsonObject{{"type", "widget"}}}}}}, "x.json");
+    const auto package =
+        Tavola::Package::fromJson({{"components", QJsonObject{{"a", QJsonObject{{"type", "widget"}}}}}}, "x.json");
     host.tavola().addPackage(package);
     host.tavola().addPackage(nullptr);
     CHECK(host.tavola().packageOfComponent("a") == package);

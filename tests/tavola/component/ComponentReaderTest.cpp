@@ -22,8 +22,9 @@ struct Read
     {
         const QJsonDocument document = QJsonDocument::fromJson(json);
         REQUIRE(document.isObject());
-        ComponentReader reader(QDir(folder.path()).filePath(QStringLiteral("file.json")),
-                               [this](const QString& place, const QString& why) { skipped << place + QStringLiteral(": ") + why; });
+        ComponentReader reader(
+            QDir(folder.path()).filePath(QStringLiteral("file.json")),
+            [this](const QString& place, const QString& why) { skipped << place + QStringLiteral(": ") + why; });
         reader.readNamed(document.object().value(QLatin1String("components")));
         widgets = reader.list(document.object().value(QLatin1String("widgets")), QStringLiteral("widgets"));
     }
@@ -110,14 +111,20 @@ TEST_CASE("component reader: what is wrong is told once, where it stands")
     const Row rows[] = {
         {R"({"components": [], "widgets": []})", {"components: expected an object of names and components"}, 0},
         {R"({"components": {"a": 3}, "widgets": [{"use": "a"}, {"use": "a"}]})",
-         {"components.a: expected an object with a \"component\" or \"use\""}, 0},
+         {"components.a: expected an object with a \"component\" or \"use\""},
+         0},
         {R"({"components": {"a": {"component": "text", "attributes": {"source": {"file": ""}}}}, "widgets": [{"use": "a"}, {"use": "a"}]})",
-         {"components.a.attributes.source: expected the name of a file"}, 2},
+         {"components.a.attributes.source: expected the name of a file"},
+         2},
         {R"({"widgets": [{"use": "b"}, {"component": "text"}]})", {"widgets[0]: \"components\" has no \"b\""}, 1},
         {R"({"widgets": [{"use": "b", "component": "text"}]})",
-         {"widgets[0].component: unknown entry; known are use, id, classes, attributes, slots", "widgets[0]: \"components\" has no \"b\""}, 0},
+         {"widgets[0].component: unknown entry; known are use, id, classes, attributes, slots",
+          "widgets[0]: \"components\" has no \"b\""},
+         0},
         {R"({"widgets": [{"component": "text", "attributes": 3, "slots": []}]})",
-         {"widgets[0].attributes: expected an object of names and values", "widgets[0].slots: expected an object of names and values"}, 1},
+         {"widgets[0].attributes: expected an object of names and values",
+          "widgets[0].slots: expected an object of names and values"},
+         1},
         {R"({"widgets": {}})", {"widgets: expected a list of components"}, 0},
     };
     for (const Row& row : rows) {
@@ -134,7 +141,8 @@ TEST_CASE("component reader: a small file cannot ask for a table without end")
     QByteArray json = R"({"components": {"n00": {"component": "text"})";
     for (int i = 1; i < 16; ++i) {
         const auto name = [](int number) { return QByteArray("n") + QByteArray::number(number).rightJustified(2, '0'); };
-        json += ", \"" + name(i) + R"(": {"component": "panel", "slots": {"s": [{"use": ")" + name(i - 1) + R"("}, {"use": ")" + name(i - 1) + "\"}]}}";
+        json += ", \"" + name(i) + R"(": {"component": "panel", "slots": {"s": [{"use": ")" + name(i - 1) + R"("}, {"use": ")"
+            + name(i - 1) + "\"}]}}";
     }
     json += R"(}, "widgets": [{"use": "n15"}, {"use": "n12"}, {"component": "text"}]})";
     const Read read(json);
@@ -146,8 +154,9 @@ TEST_CASE("component reader: a small file cannot ask for a table without end")
 
     QByteArray chain = R"({"components": {"n000": {"component": "text"})";
     for (int i = 999; i > 0; --i)
-        chain += ", \"n" + QByteArray::number(1000 - i).rightJustified(3, '0') + R"(": {"component": "panel", "slots": {"s": [{"use": "n)"
-                 + QByteArray::number(999 - i).rightJustified(3, '0') + "\"}]}}";
+        chain += ", \"n" + QByteArray::number(1000 - i).rightJustified(3, '0')
+            + R"(": {"component": "panel", "slots": {"s": [{"use": "n)" + QByteArray::number(999 - i).rightJustified(3, '0')
+            + "\"}]}}";
     const Read deep(chain + R"(}, "widgets": [{"use": "n999"}, {"use": "n003"}]})");
     CHECK_FALSE(deep.skipped.isEmpty());
     CHECK(deep.skipped.first().endsWith(QLatin1String("components are nested too deeply")));
@@ -164,7 +173,8 @@ TEST_CASE("component reader: percent signs in names stand in the warnings' place
     const QString expected = QStringLiteral("expected an object with a \"component\" or \"use\"");
     CHECK(read.skipped
           == QStringList{QStringLiteral("components.50%2 off.slots.%1[0]: ") + expected,
-                         QStringLiteral("widgets[0].attributes.%2[0]: there is no file ") + QDir(read.folder.path()).filePath(QStringLiteral("%1%3.png")),
+                         QStringLiteral("widgets[0].attributes.%2[0]: there is no file ")
+                             + QDir(read.folder.path()).filePath(QStringLiteral("%1%3.png")),
                          QStringLiteral("widgets[0].slots.%1[0].slots.%5[0]: \"components\" has no \"%2\""),
                          QStringLiteral("widgets[0].slots.100%2[1]: ") + expected});
 }

@@ -177,17 +177,16 @@ TEST_CASE("component: its properties are applied to every widget it makes")
     TestHost host;
     host.style("ContentWidget#map.large { rotation: 1rad }");
     const auto component = makeComponent();
-    component->setProperties(
-        {{"id", "map"},
-         {"classes", QJsonArray{"large", "old"}},
-         {"attributes",
-          QJsonObject{{"display-name", "A map"},
-                      {"source-tessel-urls", QJsonArray{"/a.pdf", "https://example.org/b"}},
-                      {"location", QJsonArray{100, 50.5}},
-                      {"width", 300},
-                      {"height", "25%"},
-                      {"background-color", "#ff0000"},
-                      {"movable", false}}}});
+    component->setProperties({{"id", "map"},
+                              {"classes", QJsonArray{"large", "old"}},
+                              {"attributes",
+                               QJsonObject{{"display-name", "A map"},
+                                           {"source-tessel-urls", QJsonArray{"/a.pdf", "https://example.org/b"}},
+                                           {"location", QJsonArray{100, 50.5}},
+                                           {"width", 300},
+                                           {"height", "25%"},
+                                           {"background-color", "#ff0000"},
+                                           {"movable", false}}}});
     const auto widget = component->createContentWidget();
     REQUIRE(widget);
     host.mainWidget().addChild(widget);
@@ -216,18 +215,18 @@ TEST_CASE("component: a property that does not fit is a warning and costs itself
 {
     TestHost host;
     const auto component = makeComponent("card");
-    component->setProperties({{"id", 3},
-                              {"classes", QJsonArray{"large", 5}},
-                              {"attributes", QJsonObject{{"display-name", "A map"},
-                                                         {"no-such", "x"},
-                                                         {"opacity", "thick"},
-                                                         {"scale", QJsonObject()}}}});
+    component->setProperties(
+        {{"id", 3},
+         {"classes", QJsonArray{"large", 5}},
+         {"attributes",
+          QJsonObject{{"display-name", "A map"}, {"no-such", "x"}, {"opacity", "thick"}, {"scale", QJsonObject()}}}});
     const std::string start = "UIComponent # Component 'card': property ";
     TestSupport::expectWarning(start + "\"id\": expected a name; skipped");
     TestSupport::expectWarning(start + "\"classes[1]\": expected a name; skipped");
     TestSupport::expectWarning(start + "\"attributes.no-such\": a ContentWidget has no such attribute; skipped");
     TestSupport::expectWarningStartingWith(start + "\"attributes.opacity\": expected a number");
-    TestSupport::expectWarning(start + "\"attributes.scale\": expected a text, a number, true, false or a list of these; skipped");
+    TestSupport::expectWarning(start
+                               + "\"attributes.scale\": expected a text, a number, true, false or a list of these; skipped");
     auto widget = component->createContentWidget();
     CHECK(widget->cssId().isEmpty());
     CHECK(widget->cssClasses() == QList<QByteArray>{"large"});

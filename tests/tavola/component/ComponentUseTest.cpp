@@ -95,7 +95,8 @@ TEST_CASE("component use: what is not registered in a slot is left out, with a w
 {
     const Table table;
     ComponentUse outer = use("panel");
-    outer.slotContents = {{"s", {use("picture", "a"), use("spoon", "b", "file.json: widgets[0].slots.s[1]"), use("picture", "c")}}};
+    outer.slotContents = {
+        {"s", {use("picture", "a"), use("spoon", "b", "file.json: widgets[0].slots.s[1]"), use("picture", "c")}}};
     expectWarning("ComponentUse # file.json: widgets[0].slots.s[1]: there is no component \"spoon\"; it is left out");
     CHECK(ids(outer.makeComponent()->assignments("s")) == "a c");
 }

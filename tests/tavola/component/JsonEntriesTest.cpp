@@ -24,7 +24,8 @@ struct File
 
 TEST_CASE("json entries: what stands in the file is read as it is, and nothing is told")
 {
-    const File file(R"({"title": "Rooms", "width": 640.5, "least": 0, "most": 10, "on": false, "table": {"height": 2}, "cards": [7]})");
+    const File file(
+        R"({"title": "Rooms", "width": 640.5, "least": 0, "most": 10, "on": false, "table": {"height": 2}, "cards": [7]})");
     file.root.checkKnown({"title", "width", "least", "most", "on", "table", "cards"});
     CHECK(file.root.text("title", "none") == "Rooms");
     CHECK(file.root.positive("width", 1.0, 1000.0) == 640.5);
@@ -68,9 +69,9 @@ TEST_CASE("json entries: what is wrong has its usual value, and is told with its
     CHECK(file.told
           == QStringList{"hall.title: expected a text", "hall.less: expected a number from 0 to 10",
                          "hall.more: expected a number from 0 to 10", "hall.word: expected a number from 0 to 10",
-                         "hall.zero: expected a number above 0 and up to 10.5", "hall.more: expected a number above 0 and up to 10.5",
-                         "hall.on: expected true or false", "hall.table: expected an object of names and values",
-                         "hall.cards: expected a list of codes"});
+                         "hall.zero: expected a number above 0 and up to 10.5",
+                         "hall.more: expected a number above 0 and up to 10.5", "hall.on: expected true or false",
+                         "hall.table: expected an object of names and values", "hall.cards: expected a list of codes"});
 }
 
 TEST_CASE("json entries: each unknown entry is told with those that are known, at its own place")
@@ -78,5 +79,6 @@ TEST_CASE("json entries: each unknown entry is told with those that are known, a
     const File file(R"({"titel": "Rooms", "table": {"hight": 2, "width": 3}})");
     file.root.checkKnown({"title", "table"});
     file.root.inner("table").checkKnown({"width", "height"});
-    CHECK(file.told == QStringList{"titel: unknown entry; known are title, table", "table.hight: unknown entry; known are width, height"});
+    CHECK(file.told
+          == QStringList{"titel: unknown entry; known are title, table", "table.hight: unknown entry; known are width, height"});
 }

@@ -24,7 +24,8 @@ struct Documents
     Documents() { host.style("DocumentWidget { position: absolute; left: 100px; top: 100px; width: 400px }"); }
 
     QString path(const QString& name) const { return QDir(folder.path()).filePath(name); }
-    QString pdf(const std::vector<QColor>& pages, QSizeF points = {200.0, 100.0}, const QString& name = QStringLiteral("pages.pdf"))
+    QString pdf(const std::vector<QColor>& pages, QSizeF points = {200.0, 100.0},
+                const QString& name = QStringLiteral("pages.pdf"))
     {
         PdfFile::write(path(name), pages, points);
         return path(name);
@@ -91,8 +92,11 @@ TEST_CASE("document: taps on its halves turn the pages, and stop at the first an
         QColor colour;
         const char* words;
     };
-    const Row rows[] = {{0.2f, 1, Qt::red, "1 / 3"},   {0.8f, 2, Qt::green, "2 / 3"}, {0.51f, 3, Qt::blue, "3 / 3"},
-                        {0.9f, 3, Qt::blue, "3 / 3"},  {0.49f, 2, Qt::green, "2 / 3"}};
+    const Row rows[] = {{0.2f, 1, Qt::red, "1 / 3"},
+                        {0.8f, 2, Qt::green, "2 / 3"},
+                        {0.51f, 3, Qt::blue, "3 / 3"},
+                        {0.9f, 3, Qt::blue, "3 / 3"},
+                        {0.49f, 2, Qt::green, "2 / 3"}};
     for (const Row& row : rows) {
         CAPTURE(row.share);
         tap(row.share);
@@ -188,7 +192,8 @@ TEST_CASE("document: a source that works takes the note away")
     Documents table;
     const QString bad = table.path(QStringLiteral("bad.pdf"));
     PdfFile::writeBytes(bad, "no");
-    expectWarning("DocumentWidget # Cannot show " + bad.toStdString() + ": it is no PDF file, or is damaged; a note stands in its place");
+    expectWarning("DocumentWidget # Cannot show " + bad.toStdString()
+                  + ": it is no PDF file, or is damaged; a note stands in its place");
     const auto widget = table.widget(bad);
     REQUIRE(table.host.frameUntil([&] { return widget->hasPseudoClass("failed"); }));
     Documents::set(*widget, "source", table.pdf({Qt::red}));

@@ -117,7 +117,8 @@ TEST_CASE("file representation: a document's entries are its files where they ex
     const QString second = touch(folder.filePath("second.pdf"));
     const auto widget = makeIntrusive<Tavola::ContentWidget>();
     set<QString>(*widget, "source", touch(folder.filePath("cover.png")));
-    set<QStringList>(*widget, "source-tessel-urls", {"https://example.org/a", "/no/such.pdf", first, "file://" + second, folder.path()});
+    set<QStringList>(*widget, "source-tessel-urls",
+                     {"https://example.org/a", "/no/such.pdf", first, "file://" + second, folder.path()});
     const auto data = FileRepresentation::widgetData(*widget);
     CHECK(data.sources == QStringList{"https://example.org/a", "/no/such.pdf", folder.path()});
     CHECK(data.files == QStringList{first, second});
@@ -213,7 +214,8 @@ TEST_CASE("file representation: a snapshot that cannot be taken says why")
     {
         auto future = FileRepresentation::takeWidgetSnapshot(*widget, "/no/such/folder/a.png", 500);
         REQUIRE(host.frameUntil([&] { return future.isReady(); }));
-        CHECK(failureOf(future).toStdString() == "cannot write the snapshot /no/such/folder/a.png: Cannot open device for writing: No such file or directory");
+        CHECK(failureOf(future).toStdString()
+              == "cannot write the snapshot /no/such/folder/a.png: Cannot open device for writing: No such file or directory");
     }
     SUBCASE("the widget has no size")
     {

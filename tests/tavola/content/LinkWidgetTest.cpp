@@ -61,7 +61,7 @@ TEST_CASE("link widget: shows its address as a QR code, where it is one of the w
         bool hasCode;
     };
     const Row rows[] = {{"https://example.org/a", true}, {"http://example.org", true}, {"no address", false},
-                        {"ftp://example.org/a", false},  {"https://", false},            {"", false}};
+                        {"ftp://example.org/a", false},  {"https://", false},          {"", false}};
     TestHost host;
     host.style("LinkWidget { position: absolute; left: 100px; top: 100px; width: 300px; background-color: #204060 }"
                "LinkWidget > .link-qr { width: 200px; height: 200px }");

@@ -117,7 +117,8 @@ TEST_CASE("pdf pages: answers come in the order of the requests, and never insid
     std::vector<int> order;
     std::vector<PdfPages::Cancel> asked;
     for (const int page : {2, 0, 1})
-        asked.push_back(reader.pages.request({path, page, 50}, [&](const PdfPages::Outcome& given) { order.push_back(given.page); }));
+        asked.push_back(
+            reader.pages.request({path, page, 50}, [&](const PdfPages::Outcome& given) { order.push_back(given.page); }));
     CHECK(order.empty());
     REQUIRE(Reader::drainUntil([&] { return order.size() == 3; }));
     CHECK(order == std::vector<int>{2, 0, 1});

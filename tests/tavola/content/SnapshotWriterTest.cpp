@@ -65,9 +65,8 @@ TEST_CASE("snapshot writer: without a name equal pictures are one file, and what
         for (int round = 0; round < 3; ++round)
             for (const QImage& picture : pictures)
                 futures.push_back(writer.write(picture, QString()));
-        REQUIRE(TestHost().frameUntil([&] {
-            return std::all_of(futures.begin(), futures.end(), [](const auto& future) { return future.isReady(); });
-        }));
+        REQUIRE(TestHost().frameUntil(
+            [&] { return std::all_of(futures.begin(), futures.end(), [](const auto& future) { return future.isReady(); }); }));
         for (const auto& future : futures)
             paths.append(future.value());
         CHECK(paths[0] == paths[1]);
@@ -144,7 +143,8 @@ TEST_CASE("snapshot writer: snapshots without a name are files named by what the
         const QFileInfo file(first.value());
         folder = file.absolutePath();
         CHECK(QDir(folder).entryList(QDir::Files).size() == 2);
-        CHECK(folder.startsWith(QDir::tempPath() + QStringLiteral("/tavola-snapshots-%1-").arg(QCoreApplication::applicationPid())));
+        CHECK(folder.startsWith(QDir::tempPath()
+                                + QStringLiteral("/tavola-snapshots-%1-").arg(QCoreApplication::applicationPid())));
         CHECK((QFileInfo(folder).permissions() & (QFile::ReadGroup | QFile::ReadOther)) == 0);
     }
     CHECK_FALSE(QFileInfo::exists(folder));

@@ -61,7 +61,8 @@ TEST_CASE("text file: one that cannot be read is a warning, and the text stays")
     TestHost host;
     const auto widget = makeIntrusive<TextFileWidget>(&host.mainWidget());
     widget->setText(QStringLiteral("Words"));
-    TestSupport::expectWarning("TextFileWidget # Cannot read /none/none.txt (No such file or directory); the text stays as it is");
+    TestSupport::expectWarning(
+        "TextFileWidget # Cannot read /none/none.txt (No such file or directory); the text stays as it is");
     setSource(*widget, QStringLiteral("/none/none.txt"));
     Bedrock::BGThread::instance()->waitUntilIdle();
     host.frame();

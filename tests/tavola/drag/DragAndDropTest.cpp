@@ -42,10 +42,7 @@ public:
         widgets.push_back(event.widget ? event.widget->id() : 0);
         return answer ? answer(event) : true;
     }
-    bool isInside(Vector2f point) const override
-    {
-        return insideEverywhere || Trellis::Widget::isInside(point);
-    }
+    bool isInside(Vector2f point) const override { return insideEverywhere || Trellis::Widget::isInside(point); }
 
     Types types;
     std::vector<Vector2f> positions;
@@ -164,8 +161,14 @@ TEST_CASE("drag and drop: the next listener is told after the one before was lef
     const auto second = addBin(host.mainWidget(), {1200.f, 300.f});
     const auto card = addCard(host.mainWidget(), {100.f, 100.f});
     std::vector<std::string> order;
-    first->answer = [&](const DropEvent& e) { order.push_back("first " + std::to_string(e.type)); return true; };
-    second->answer = [&](const DropEvent& e) { order.push_back("second " + std::to_string(e.type)); return true; };
+    first->answer = [&](const DropEvent& e) {
+        order.push_back("first " + std::to_string(e.type));
+        return true;
+    };
+    second->answer = [&](const DropEvent& e) {
+        order.push_back("second " + std::to_string(e.type));
+        return true;
+    };
     host.drag(1, {150.f, 150.f}, {700.f, 400.f}, 1);
     host.input.fingerMove(1, {1300.f, 400.f});
     host.frame();
@@ -485,7 +488,10 @@ TEST_CASE("drag and drop: a listener that leaves the tree is left, and goes")
     const Bedrock::IntrusiveWeakPtr<Trellis::Widget> weakBin(bin.get());
     const auto card = addCard(host.mainWidget(), {100.f, 100.f});
     Types heard;
-    bin->answer = [&heard](const DropEvent& e) { heard.push_back(e.type); return true; };
+    bin->answer = [&heard](const DropEvent& e) {
+        heard.push_back(e.type);
+        return true;
+    };
     host.drag(1, {150.f, 150.f}, {700.f, 400.f}, 1);
     bin->removeFromParent();
     bin.reset();

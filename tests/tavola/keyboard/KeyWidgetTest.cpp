@@ -49,10 +49,10 @@ struct OneKey
 TEST_CASE("key: its classes say what it does, and whether it is wide")
 {
     const std::pair<Action, const char*> rows[] = {
-        {Action::Text, "key-letter"},      {Action::Dead, "key-dead"},       {Action::Space, "key-space"},
-        {Action::Shift, "key-shift"},      {Action::Backspace, "key-backspace"}, {Action::Enter, "key-enter"},
-        {Action::Symbols, "key-symbols"},  {Action::Language, "key-language"}, {Action::Left, "key-left"},
-        {Action::Right, "key-right"},      {Action::Hide, "key-hide"},
+        {Action::Text, "key-letter"},     {Action::Dead, "key-dead"},           {Action::Space, "key-space"},
+        {Action::Shift, "key-shift"},     {Action::Backspace, "key-backspace"}, {Action::Enter, "key-enter"},
+        {Action::Symbols, "key-symbols"}, {Action::Language, "key-language"},   {Action::Left, "key-left"},
+        {Action::Right, "key-right"},     {Action::Hide, "key-hide"},
     };
     TestHost host;
     for (const auto& [action, name] : rows) {

@@ -84,7 +84,8 @@ TEST_CASE("keyboard: it stands below its space, turns and moves with it, and can
 
 TEST_CASE("keyboard: at the table's edge it comes inside and leaves the field in sight")
 {
-    const Vector2f places[] = {{600.f, 700.f}, {600.f, 1000.f}, {-200.f, 300.f}, {1500.f, 300.f}, {1100.f, 900.f}, {600.f, -100.f}};
+    const Vector2f places[] = {{600.f, 700.f},  {600.f, 1000.f}, {-200.f, 300.f},
+                               {1500.f, 300.f}, {1100.f, 900.f}, {600.f, -100.f}};
     for (const Vector2f place : places) {
         for (const float angle : {0.f, 0.4f, 3.1416f}) {
             CAPTURE(place.x);
@@ -128,8 +129,7 @@ TEST_CASE("keyboard: typing with many fingers moves nothing, and counts as use o
     host.frame(30.0);
     CHECK(desk.space->idleSeconds() > 29.0);
     const Vector2f before = desk.space->location();
-    const Vector2f keys[] = {desk.at("a"), desk.at("s"), desk.at("k"), desk.at("l"),
-                             desk.keyboard()->mapToScene({2.f, 2.f})};
+    const Vector2f keys[] = {desk.at("a"), desk.at("s"), desk.at("k"), desk.at("l"), desk.keyboard()->mapToScene({2.f, 2.f})};
     int id = 1;
     for (const Vector2f& key : keys)
         host.input.fingerDown(id++, key);

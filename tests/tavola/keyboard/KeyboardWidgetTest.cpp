@@ -84,10 +84,10 @@ TEST_CASE("keyboard: a dead key joins the letter typed next")
         const char* keys;
         const char* text;
     };
-    const Row rows[] = {{"de", "´e", "é"},        {"de", "´a", "á"},   {"de", "^o", "ô"},     {"fi", "¨u", "ü"},
-                        {"fi", "´e", "é"},        {"fi", "~n", "ñ"},   {"fr", "^e", "ê"},     {"fr", "`a", "à"},
-                        {"de", "´ ", "´"},        {"fi", "~ ", "~"},   {"de", "^^", "^"},     {"de", "^´e", "^é"},
-                        {"de", "´x1", "´x1"},     {"fi", "¨yx", "ÿx"}, {"de", "´1", "´1"},    {"de", "a´eb", "aéb"}};
+    const Row rows[] = {{"de", "´e", "é"},    {"de", "´a", "á"},   {"de", "^o", "ô"},  {"fi", "¨u", "ü"},
+                        {"fi", "´e", "é"},    {"fi", "~n", "ñ"},   {"fr", "^e", "ê"},  {"fr", "`a", "à"},
+                        {"de", "´ ", "´"},    {"fi", "~ ", "~"},   {"de", "^^", "^"},  {"de", "^´e", "^é"},
+                        {"de", "´x1", "´x1"}, {"fi", "¨yx", "ÿx"}, {"de", "´1", "´1"}, {"de", "a´eb", "aéb"}};
     for (const Row& row : rows) {
         CAPTURE(row.layout);
         CAPTURE(row.keys);
@@ -334,8 +334,7 @@ TEST_CASE("keyboard: who begins anew when enter is told keeps it")
     TestHost host;
     Desk desk(host);
     desk.open();
-    desk.field->editor()->eventAddListener("editing-finished",
-                                           [&] { host.app().setFocusWidget(desk.field->editor().get()); });
+    desk.field->editor()->eventAddListener("editing-finished", [&] { host.app().setFocusWidget(desk.field->editor().get()); });
     const auto keyboard = desk.keyboard();
     desk.press(Action::Enter);
     CHECK(desk.field->editor()->isEditing());

@@ -160,11 +160,18 @@ TEST_CASE("menu node: who hears of a tap may take the node away, and nobody need
     TestHost host;
     const auto menu = std::make_shared<Menu>(Menu{entriesNamed(2)});
     ContentMenuNode::Handlers handlers;
-    SUBCASE("a tap on an entry") { handlers.entryTapped = [](ContentMenuNode& node, std::size_t) { node.removeFromParent(); }; }
-    SUBCASE("a tap on the button") { handlers.closeTapped = [](ContentMenuNode& node) { node.removeFromParent(); }; }
+    SUBCASE("a tap on an entry")
+    {
+        handlers.entryTapped = [](ContentMenuNode& node, std::size_t) { node.removeFromParent(); };
+    }
+    SUBCASE("a tap on the button")
+    {
+        handlers.closeTapped = [](ContentMenuNode& node) { node.removeFromParent(); };
+    }
     SUBCASE("nobody") {}
     const bool isHeard = handlers.entryTapped || handlers.closeTapped;
-    const Bedrock::IntrusiveWeakPtr<ContentMenuNode> node(new ContentMenuNode(&host.mainWidget(), MenuStyle::List, menu, menu->entries, handlers));
+    const Bedrock::IntrusiveWeakPtr<ContentMenuNode> node(
+        new ContentMenuNode(&host.mainWidget(), MenuStyle::List, menu, menu->entries, handlers));
     node.lock()->setCenterLocation({900.f, 500.f});
     host.frame();
     host.tap(MenuHost::sceneCenter(MenuHost::entry(*node.lock(), 1)));

@@ -51,7 +51,8 @@ TEST_CASE("content menu: a ring stands round the point where it was opened")
         for (const auto* entry : entries) {
             CHECK((MenuHost::sceneCenter(*entry) - Vector2f(900.f, 540.f)).length() == doctest::Approx(radius));
             for (const auto* other : entries)
-                CHECK((other == entry || (MenuHost::sceneCenter(*entry) - MenuHost::sceneCenter(*other)).length() >= entry->width()));
+                CHECK((other == entry
+                       || (MenuHost::sceneCenter(*entry) - MenuHost::sceneCenter(*other)).length() >= entry->width()));
         }
         // The first stands at the top, and the middle is free for the card.
         CHECK(isNear(MenuHost::sceneCenter(*entries[0]), {900.f, 540.f - radius}));
@@ -68,7 +69,8 @@ TEST_CASE("content menu: a list has its entries below one another, with icon and
     const auto menu = table.menu(R"({"entries": [
         {"text": "Both", "icon": "icon.png", "content": {"component": "panel"}},
         {"text": "Text", "content": {"component": "panel"}},
-        {"icon": "icon.png", "content": {"component": "panel"}}]})", "list");
+        {"icon": "icon.png", "content": {"component": "panel"}}]})",
+                                 "list");
     const auto node = menu->nodeWidget(menu->prepare({900.f, 540.f}));
     REQUIRE(node);
     CHECK(node->hasCSSClass("list"));
@@ -312,7 +314,9 @@ TEST_CASE("content menu: cards pass through it")
     const auto menu = table.menu(MenuHost::entriesOf(4));
     const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
     table.host.frame(1.0);
-    const Vector2f places[] = {MenuHost::sceneCenter(MenuHost::entry(*node, 0)), {960.f, 540.f}, node->mapToScene({node->width() / 2.f + 52.f, node->height() / 2.f + 52.f})};
+    const Vector2f places[] = {MenuHost::sceneCenter(MenuHost::entry(*node, 0)),
+                               {960.f, 540.f},
+                               node->mapToScene({node->width() / 2.f + 52.f, node->height() / 2.f + 52.f})};
     unsigned long code = 1001;
     for (const Vector2f place : places) {
         const auto card = table.host.input.markerDown(code++, place);
@@ -328,7 +332,11 @@ TEST_CASE("content menu: what is opened at the table's edge stands on the table 
         Vector2f point;
         float rotation;
     };
-    const Row rows[] = {{{0.f, 0.f}, 0.f}, {{1920.f, 1080.f}, kPi / 4.f}, {{1910.f, 500.f}, kPi / 2.f}, {{700.f, 1075.f}, -2.f}, {{-500.f, 3000.f}, 0.3f}};
+    const Row rows[] = {{{0.f, 0.f}, 0.f},
+                        {{1920.f, 1080.f}, kPi / 4.f},
+                        {{1910.f, 500.f}, kPi / 2.f},
+                        {{700.f, 1075.f}, -2.f},
+                        {{-500.f, 3000.f}, 0.3f}};
     MenuHost table;
     for (const char* style : {"ring", "list"}) {
         for (const Row& row : rows) {
@@ -387,7 +395,8 @@ TEST_CASE("content menu: what is launched may take the menu away")
         Closer() : Trellis::Widget(nullptr) { toRemove->removeFromParent(); }
     };
     table.addComponent<Closer>("closer");
-    const auto json = QByteArray(R"({"entries": [{"text": "Close", "content": {"component": "closer", "classes": ["content"]}}]})");
+    const auto json =
+        QByteArray(R"({"entries": [{"text": "Close", "content": {"component": "closer", "classes": ["content"]}}]})");
     auto menu = table.menu(json);
     auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
     table.host.frame(1.0);
@@ -420,8 +429,9 @@ TEST_CASE("content menu: a menu that leaves while it opens, and one that is dest
 TEST_CASE("content menu: a style sheet reaches its look")
 {
     MenuHost table;
-    table.host.style("ContentMenuNode.ring { inner-radius: 200px; background-color: #ffffff }"
-                     "ContentMenuNode .menu-entry { width: 60px; height: 60px } ContentMenuWidget { content-opening-duration: 2 }");
+    table.host.style(
+        "ContentMenuNode.ring { inner-radius: 200px; background-color: #ffffff }"
+        "ContentMenuNode .menu-entry { width: 60px; height: 60px } ContentMenuWidget { content-opening-duration: 2 }");
     const auto menu = table.menu(MenuHost::entriesOf(4));
     const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
     table.host.frame(1.0);
@@ -458,29 +468,44 @@ TEST_CASE("content menu: what is wrong in its file costs the smallest piece, wit
     };
     const Row rows[] = {
         {R"({"entries": [1, {"text": "A", "content": {"component": "panel"}}]})",
-         {"entries[0]: expected an object such as { \"text\": \"Map\", \"content\": { \"component\": \"picture\" } }"}, 1},
+         {"entries[0]: expected an object such as { \"text\": \"Map\", \"content\": { \"component\": \"picture\" } }"},
+         1},
         {R"({"entries": [{"text": "A", "content": {"component": "volcano"}}, {"text": "B", "content": {"component": "panel"}}]})",
-         {"entries[0].content: there is no component \"volcano\""}, 1},
+         {"entries[0].content: there is no component \"volcano\""},
+         1},
         {R"({"entries": [{"text": "A", "content": {"component": "panel", "slots": {"s": [{"component": "volcano"}, {"component": "panel"}]}}}]})",
-         {"entries[0].content.slots.s[0]: there is no component \"volcano\""}, 1},
+         {"entries[0].content.slots.s[0]: there is no component \"volcano\""},
+         1},
         {R"({"entries": [{"text": "A", "icon": "none.png", "content": {"component": "panel"}}]})",
-         {"entries[0].icon: there is no file %FOLDER%/none.png"}, 1},
+         {"entries[0].icon: there is no file %FOLDER%/none.png"},
+         1},
         {R"({"entries": [{"text": 5, "icon": "none.png", "content": {"component": "panel"}}, {"text": "B", "content": {"component": "panel"}}]})",
-         {"entries[0].text: expected a text", "entries[0].icon: there is no file %FOLDER%/none.png", "entries[0]: expected a \"text\" or an \"icon\""}, 1},
+         {"entries[0].text: expected a text", "entries[0].icon: there is no file %FOLDER%/none.png",
+          "entries[0]: expected a \"text\" or an \"icon\""},
+         1},
         {R"({"entries": [{"text": "A"}, {"text": "B", "menu": "a.json", "entries": []}, {"text": "C", "content": {"component": "panel"}}]})",
-         {"entries[0]: expected one of \"entries\", \"menu\" and \"content\"", "entries[1]: expected one of \"entries\", \"menu\" and \"content\""}, 1},
+         {"entries[0]: expected one of \"entries\", \"menu\" and \"content\"",
+          "entries[1]: expected one of \"entries\", \"menu\" and \"content\""},
+         1},
         {R"({"entries": [{"text": "A", "content": {"component": "panel", "attributes": {"source": {"file": "none.png"}}}}]})",
-         {"entries[0].content.attributes.source: there is no file %FOLDER%/none.png"}, 1},
+         {"entries[0].content.attributes.source: there is no file %FOLDER%/none.png"},
+         1},
         {R"({"entries": [{"text": "A", "entries": 3}, {"text": "B", "content": {"component": "panel"}}]})",
-         {"entries[0].entries: expected a list of entries", "entries[0]: it leads to no entries"}, 1},
+         {"entries[0].entries: expected a list of entries", "entries[0]: it leads to no entries"},
+         1},
         {R"({"entries": [{"text": "A", "menu": "none.json"}, {"text": "B", "content": {"component": "panel"}}]})",
-         {"entries[0].menu: there is no file %FOLDER%/none.json", "entries[0]: it leads to no entries"}, 1},
+         {"entries[0].menu: there is no file %FOLDER%/none.json", "entries[0]: it leads to no entries"},
+         1},
         {R"({"entries": [{"text": "A", "menu": "broken.json"}, {"text": "B", "content": {"component": "panel"}}]})",
-         {"entries[0].menu: %FOLDER%/broken.json:2:3: unterminated object", "entries[0]: it leads to no entries"}, 1},
+         {"entries[0].menu: %FOLDER%/broken.json:2:3: unterminated object", "entries[0]: it leads to no entries"},
+         1},
         {R"({"entires": [], "entries": [{"text": "A", "tip": "x", "content": {"component": "panel"}}]})",
-         {"entires: unknown entry; known are components, entries", "entries[0].tip: unknown entry; known are text, icon, entries, menu, content"}, 1},
+         {"entires: unknown entry; known are components, entries",
+          "entries[0].tip: unknown entry; known are text, icon, entries, menu, content"},
+         1},
         {R"({"entries": [{"text": "A", "menu": "menu.json"}, {"text": "B", "content": {"component": "panel"}}]})",
-         {"entries[0].menu: menus include one another in a circle: menu.json > menu.json", "entries[0]: it leads to no entries"}, 1},
+         {"entries[0].menu: menus include one another in a circle: menu.json > menu.json", "entries[0]: it leads to no entries"},
+         1},
         {R"({"entries": {}})", {"entries: expected a list of entries"}, 0},
         {R"({})", {"entries: expected a list of entries"}, 0},
     };
@@ -491,9 +516,10 @@ TEST_CASE("content menu: what is wrong in its file costs the smallest piece, wit
         CAPTURE(row.json);
         const QString file = QStringLiteral("menu.json");
         for (const char* skipped : row.skipped)
-            expectWarning(QStringLiteral("ContentMenuWidget # %1: %2; it is skipped")
-                              .arg(table.path(file), QString::fromUtf8(skipped).replace(QLatin1String("%FOLDER%"), table.folder.path()))
-                              .toStdString());
+            expectWarning(
+                QStringLiteral("ContentMenuWidget # %1: %2; it is skipped")
+                    .arg(table.path(file), QString::fromUtf8(skipped).replace(QLatin1String("%FOLDER%"), table.folder.path()))
+                    .toStdString());
         // Longer by a blank than the row before, so that it is read anew within the same tick of the disk's clock.
         const auto menu = table.menu(QByteArray(row.json) + QByteArray(1000 + ++index * 700, ' '));
         const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
@@ -510,8 +536,9 @@ TEST_CASE("content menu: files that include one another in a circle are told, an
     MenuHost table;
     const QString second = table.write(QStringLiteral("second.json"), R"({"entries": [
         {"text": "Back", "menu": "menu.json"}, {"text": "Map", "content": {"component": "panel", "classes": ["content"]}}]})");
-    expectWarning("ContentMenuWidget # " + second.toStdString()
-                  + ": entries[0].menu: menus include one another in a circle: menu.json > second.json > menu.json; it is skipped");
+    expectWarning(
+        "ContentMenuWidget # " + second.toStdString()
+        + ": entries[0].menu: menus include one another in a circle: menu.json > second.json > menu.json; it is skipped");
     expectWarning("ContentMenuWidget # " + second.toStdString() + ": entries[0]: it leads to no entries; it is skipped");
     const auto menu = table.menu(R"({"entries": [{"text": "On", "menu": "second.json"}]})");
     const auto first = menu->prepare({960.f, 540.f});
@@ -526,7 +553,8 @@ TEST_CASE("content menu: a file that cannot be read leaves the menu empty, and a
 {
     MenuHost table;
     const auto broken = table.menu("{");
-    TestSupport::expectWarningStartingWith("ContentMenuWidget # " + table.path(QStringLiteral("menu.json")).toStdString() + ":1:1: ");
+    TestSupport::expectWarningStartingWith("ContentMenuWidget # " + table.path(QStringLiteral("menu.json")).toStdString()
+                                           + ":1:1: ");
     CHECK(broken->prepare({960.f, 540.f}) == 0);
     // What a folder opened and nobody can use goes by itself.
     table.host.frame();
@@ -537,7 +565,8 @@ TEST_CASE("content menu: a file that cannot be read leaves the menu empty, and a
     CHECK(none->prepare({960.f, 540.f}) == 0);
     const QString missing = table.path(QStringLiteral("none.json"));
     static_cast<Facet::AttributeT<QString>&>(*none->attribute("menu")).setValue(missing);
-    expectWarning("ContentMenuWidget # cannot read the menu " + missing.toStdString() + " (No such file or directory); the menu stays empty");
+    expectWarning("ContentMenuWidget # cannot read the menu " + missing.toStdString()
+                  + " (No such file or directory); the menu stays empty");
     CHECK(none->prepare({960.f, 540.f}) == 0);
 }
 
@@ -572,7 +601,8 @@ TEST_CASE("content menu: files that are read ahead are not read when a menu open
     folder.slotContents = {{QStringLiteral("content-widget-relative"), {menu}}};
 
     expectWarning("ContentMenuWidget # " + table.path(QStringLiteral("inner.json")).toStdString()
-                  + ": entries[1]: expected an object such as { \"text\": \"Map\", \"content\": { \"component\": \"picture\" } }; it is skipped");
+                  + ": entries[1]: expected an object such as { \"text\": \"Map\", \"content\": { \"component\": \"picture\" } "
+                    "}; it is skipped");
     Tavola::ContentMenuWidget::readFiles(folder);
     // Nothing is told a second time: it is not read again.
     const auto opened = Bedrock::makeIntrusive<Tavola::ContentMenuWidget>(&table.host.mainWidget());

@@ -10,8 +10,7 @@ TEST_CASE("data gathering: an event says what happened to which widget and card"
 {
     const auto added = DataGathering::widgetAddedToPersonalSpaceEvent(17, 1001, "Ann", "ann@example.org");
     CHECK(added.type == "widget-added-to-personal-space");
-    CHECK(added.data
-          == QJsonObject{{"widget", 17}, {"tessel", 1001}, {"name", "Ann"}, {"email", "ann@example.org"}});
+    CHECK(added.data == QJsonObject{{"widget", 17}, {"tessel", 1001}, {"name", "Ann"}, {"email", "ann@example.org"}});
     const auto removed = DataGathering::widgetRemovedFromPersonalSpaceEvent(17, 1001);
     CHECK(removed.type == "widget-removed-from-personal-space");
     CHECK(removed.data == QJsonObject{{"widget", 17}, {"tessel", 1001}});

@@ -13,7 +13,8 @@ TEST_CASE("marker cache: answers what it was told, and an unregistered card for 
     CHECK(cache.markerProperties(1001).type() == Properties::kUnregistered);
     CHECK_FALSE(cache.markerProperties(1001).personalProperties());
 
-    cache.insert(1001, Properties(Properties::kPersonal, TesselServiceAPI::PersonalMarkerProperties{"Ann", "ann@example.org", {}}));
+    cache.insert(1001,
+                 Properties(Properties::kPersonal, TesselServiceAPI::PersonalMarkerProperties{"Ann", "ann@example.org", {}}));
     CHECK(cache.isCached(1001));
     const auto ann = cache.markerProperties(1001);
     CHECK(ann.type() == Properties::kPersonal);

@@ -217,7 +217,9 @@ TEST_CASE("application: a steady frame damages nothing, needs no other frame, an
         auto& box = scene.box(float(i), 0, 100, 100, "movable: true;");
         new Widget(&box);
     }
-    scene.box(0, 0, 10, 10).addOperator(makeIntrusive<Trellis::AfterIdleApplyLambdaOperator>(1e6f, [](Widget&) {}, false));
+    scene.box(0, 0, 10, 10)
+        .addOperator(makeIntrusive<Trellis::AfterIdleApplyLambdaOperator>(
+            1e6f, [](Widget&) {}, false));
     new Ticker(scene.app.mainLayer().get());
     scene.input.fingerDown(1, {50, 50});
     scene.input.markerDown(1001, {500, 500});

@@ -584,7 +584,8 @@ TEST_CASE("input: a widget that holds its fingers keeps them from what carries i
     Widget* keys[2];
     for (int i = 0; i < 2; ++i) {
         keys[i] = new Widget(&sheet);
-        style(*keys[i], QStringLiteral("position: absolute; left: %1px; top: 50px; width: 100px; height: 100px;").arg(i * 150).toUtf8());
+        style(*keys[i],
+              QStringLiteral("position: absolute; left: %1px; top: 50px; width: 100px; height: 100px;").arg(i * 150).toUtf8());
         keys[i]->setHoldsFingers(true);
     }
     EventCount first(*keys[0], "interaction-begin");

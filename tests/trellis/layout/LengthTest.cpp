@@ -18,7 +18,9 @@ StyleTerm term(double number, const char* unit)
     StyleTerm t;
     t.number = number;
     t.unit = unit;
-    t.kind = t.unit.isEmpty() ? StyleTerm::Kind::Number : t.unit == "%" ? StyleTerm::Kind::Percentage : StyleTerm::Kind::Dimension;
+    t.kind = t.unit.isEmpty() ? StyleTerm::Kind::Number
+        : t.unit == "%"       ? StyleTerm::Kind::Percentage
+                              : StyleTerm::Kind::Dimension;
     return t;
 }
 

@@ -213,12 +213,10 @@ TEST_CASE("image loader: who is told may ask for the next picture")
     const ImageKey first = Reading::key(reading.save("a.png", halves(32, 32)));
     const ImageKey second = Reading::key(reading.save("b.png", halves(16, 16)));
     const ImageLoader::Picture* again = nullptr;
-    CHECK(reading.loader.request(first,
-                                 [&](const ImageLoader::Picture&) {
-                                     again = reading.request(first);
-                                     CHECK(reading.request(second) == nullptr);
-                                 })
-          == nullptr);
+    CHECK(reading.loader.request(first, [&](const ImageLoader::Picture&) {
+        again = reading.request(first);
+        CHECK(reading.request(second) == nullptr);
+    }) == nullptr);
     reading.settle();
     CHECK(again);
     REQUIRE(reading.told.size() == 1);

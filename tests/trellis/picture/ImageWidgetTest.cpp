@@ -30,9 +30,9 @@ void setFit(ImageWidget& widget, const char* fit)
 QByteArray withExifOrientation(const QByteArray& jpeg, char orientation)
 {
     QByteArray tiff("MM\0*\0\0\0\x08", 8);
-    tiff += QByteArray("\0\x01", 2);                                      // one entry
+    tiff += QByteArray("\0\x01", 2); // one entry
     tiff += QByteArray("\x01\x12\0\x03\0\0\0\x01\0", 9) + orientation + QByteArray("\0\0", 2);
-    tiff += QByteArray("\0\0\0\0", 4);                                    // no further directory
+    tiff += QByteArray("\0\0\0\0", 4); // no further directory
     const QByteArray content = QByteArray("Exif\0\0", 6) + tiff;
     QByteArray length(2, 0);
     qToBigEndian(quint16(content.size() + 2), length.data());
@@ -247,8 +247,8 @@ TEST_CASE("image widget: a picture with too many pixels is refused by its header
     REQUIRE(file.open(QIODevice::WriteOnly));
     file.write(png);
     file.close();
-    expectWarning("ImageWidget # Failed to load image " + file.fileName().toStdString() +
-                  " (60000 x 50000 pixels are more than 200 megapixels; make it smaller)");
+    expectWarning("ImageWidget # Failed to load image " + file.fileName().toStdString()
+                  + " (60000 x 50000 pixels are more than 200 megapixels; make it smaller)");
     ImageWidget& widget = scene.widget({0, 0, 100, 100});
     widget.load(file.fileName());
     scene.settle();
@@ -266,7 +266,10 @@ TEST_CASE("image widget: a photograph is turned as its camera says")
     file.write(withExifOrientation(jpeg, 6)); // a quarter turn clockwise to see it upright
     file.close();
     ImageWidget& widget = scene.widget({0, 0, 50, 100});
-    SUBCASE("at its full size") { widget.load(file.fileName(), ImageWidget::kBlocking); }
+    SUBCASE("at its full size")
+    {
+        widget.load(file.fileName(), ImageWidget::kBlocking);
+    }
     SUBCASE("smaller")
     {
         place(widget, {0, 0, 25, 50});

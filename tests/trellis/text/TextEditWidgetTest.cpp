@@ -39,7 +39,8 @@ struct EditScene : Scene
     }
     void listen(TextEditWidget& widget, const std::string& name)
     {
-        widget.eventAddListener("text-changed", [this, name, &widget] { heard += name + "changed:" + widget.text().toStdString() + ";"; });
+        widget.eventAddListener("text-changed",
+                                [this, name, &widget] { heard += name + "changed:" + widget.text().toStdString() + ";"; });
         widget.eventAddListenerBd("editing-finished", [this, name](Bedrock::BinaryData& payload) {
             const std::string text = payload.readString().toStdString();
             heard += name + "finished:" + text + ":" + payload.readString().toStdString() + ";";
@@ -210,7 +211,10 @@ TEST_CASE("text edit: the cursor passes what is seen as one character in one ste
         CHECK(scene.editor.cursorPosition() == 1 + character.size());
         scene.key(Qt::Key_Left);
         CHECK(scene.editor.cursorPosition() == 1);
-        SUBCASE("delete") { scene.key(Qt::Key_Delete); }
+        SUBCASE("delete")
+        {
+            scene.key(Qt::Key_Delete);
+        }
         SUBCASE("backspace")
         {
             scene.key(Qt::Key_Right);

@@ -13,7 +13,8 @@ TEST_CASE("after idle: applies its function once, when nobody touched the widget
     auto& widget = scene.box(100, 100, 100, 100);
     scene.frames(10, 1.0);
     int calls = 0;
-    widget.addOperator(makeIntrusive<AfterIdleApplyLambdaOperator>(10.f, [&](Widget&) { ++calls; }, false));
+    widget.addOperator(makeIntrusive<AfterIdleApplyLambdaOperator>(
+        10.f, [&](Widget&) { ++calls; }, false));
     scene.frames(99, 0.1);
     CHECK(calls == 0); // counted from the attaching, though nobody ever touched the widget
     scene.frames(1, 0.1);
@@ -30,7 +31,8 @@ TEST_CASE("after idle: a touch of anything in the widget begins the time anew, a
     auto* child = new Widget(&widget);
     style(*child, "width: 50px; height: 50px;");
     int calls = 0;
-    widget.addOperator(makeIntrusive<AfterIdleApplyLambdaOperator>(2.f, [&](Widget&) { ++calls; }, false));
+    widget.addOperator(makeIntrusive<AfterIdleApplyLambdaOperator>(
+        2.f, [&](Widget&) { ++calls; }, false));
     scene.frames(15, 0.1);
     scene.input.fingerDown(1, {120, 120});
     scene.frames(50, 0.1);
@@ -47,7 +49,8 @@ TEST_CASE("after idle: with repeat it goes on")
     TestScene scene;
     auto& widget = scene.box(100, 100, 100, 100);
     int calls = 0;
-    widget.addOperator(makeIntrusive<AfterIdleApplyLambdaOperator>(1.f, [&](Widget&) { ++calls; }, true));
+    widget.addOperator(makeIntrusive<AfterIdleApplyLambdaOperator>(
+        1.f, [&](Widget&) { ++calls; }, true));
     scene.frames(35, 0.1);
     CHECK(calls == 3);
     CHECK(widget.operators().size() == 1);
@@ -57,8 +60,8 @@ TEST_CASE("after idle: the function may delete the widget")
 {
     TestScene scene;
     const Bedrock::IntrusiveWeakPtr<Widget> widget(&scene.box(100, 100, 100, 100));
-    widget.lock()->addOperator(
-        makeIntrusive<AfterIdleApplyLambdaOperator>(0.f, [](Widget& host) { host.removeFromParent(); }, false));
+    widget.lock()->addOperator(makeIntrusive<AfterIdleApplyLambdaOperator>(
+        0.f, [](Widget& host) { host.removeFromParent(); }, false));
     scene.frames();
     CHECK_FALSE(widget);
 }

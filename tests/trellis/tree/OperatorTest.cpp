@@ -203,7 +203,8 @@ TEST_CASE("operators: style sheets reach one as a child of its widget")
         Facet::AttributeT<float> distance{this, "tracker-distance", 1.f};
     };
     const auto op = makeIntrusive<Styled>();
-    Cascara::StyleEngine::instance().addStyleSheet(QStringLiteral(".tray > tracker { tracker-distance: 7; }"), QStringLiteral("t.css"));
+    Cascara::StyleEngine::instance().addStyleSheet(QStringLiteral(".tray > tracker { tracker-distance: 7; }"),
+                                                   QStringLiteral("t.css"));
     CHECK(op->distance.value() == 1.f);
     widget.addOperator(op);
     CHECK(op->distance.value() == 7.f);

@@ -219,11 +219,38 @@ TEST_CASE("widget: the main layer may outlive the application")
 TEST_CASE("widget: its attributes can be reached by name")
 {
     const auto widget = makeIntrusive<Widget>();
-    for (const char* name : {"location", "width", "height", "min-width", "max-width", "min-height", "max-height", "left",
-                             "top", "right", "bottom", "padding", "margin", "position", "display", "align", "gap",
-                             "rotation", "scale", "opacity", "background-color", "border-color", "border-width",
-                             "border-radius", "overflow", "input-transparent", "movable", "rotatable", "scalable",
-                             "inertia", "min-scale", "max-scale"}) {
+    for (const char* name : {"location",
+                             "width",
+                             "height",
+                             "min-width",
+                             "max-width",
+                             "min-height",
+                             "max-height",
+                             "left",
+                             "top",
+                             "right",
+                             "bottom",
+                             "padding",
+                             "margin",
+                             "position",
+                             "display",
+                             "align",
+                             "gap",
+                             "rotation",
+                             "scale",
+                             "opacity",
+                             "background-color",
+                             "border-color",
+                             "border-width",
+                             "border-radius",
+                             "overflow",
+                             "input-transparent",
+                             "movable",
+                             "rotatable",
+                             "scalable",
+                             "inertia",
+                             "min-scale",
+                             "max-scale"}) {
         CAPTURE(name);
         CHECK(widget->attribute(name) != nullptr);
     }

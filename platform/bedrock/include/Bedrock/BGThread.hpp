@@ -16,7 +16,8 @@ class TAVOLA_EXPORT BGThread
 public:
     /// The instance; kept until process exit or `shutdown()`.
     [[nodiscard]] static std::shared_ptr<BGThread> instance();
-    /// Ends the instance's thread: waits for the task that is running, drops the waiting ones. The next `instance()` is a new one.
+    /// Ends the instance's thread: waits for the task that is running, drops the waiting ones. The next `instance()` is a new
+    /// one.
     static void shutdown();
 
     BGThread();

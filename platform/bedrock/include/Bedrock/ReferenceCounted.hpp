@@ -18,7 +18,8 @@ public:
     ReferenceCounted(const ReferenceCounted&) = delete;
     ReferenceCounted& operator=(const ReferenceCounted&) = delete;
 
-    /// Number of strong references; without meaning while the object is being destroyed. For tests and assertions; stale as soon as it is returned.
+    /// Number of strong references; without meaning while the object is being destroyed. For tests and assertions; stale as soon
+    /// as it is returned.
     [[nodiscard]] long referenceCount() const noexcept;
 
     /// Objects of this kind alive in the process, for leak checks at the end of a test.

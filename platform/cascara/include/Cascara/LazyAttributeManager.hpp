@@ -35,9 +35,9 @@ public:
         template <class Target>
         Registrant(const QByteArray& name, std::unique_ptr<Facet::Attribute> (*creator)(Target&, const QByteArray&))
             : Registrant(name, Creator([creator](Styleable& styleable, const QByteArray& attributeName) {
-                  auto* target = dynamic_cast<Target*>(&styleable);
-                  return target ? creator(*target, attributeName) : std::unique_ptr<Facet::Attribute>();
-              }))
+                             auto* target = dynamic_cast<Target*>(&styleable);
+                             return target ? creator(*target, attributeName) : std::unique_ptr<Facet::Attribute>();
+                         }))
         {
         }
         Registrant(const Registrant&) = delete;

@@ -24,8 +24,9 @@ public:
     Function& operator=(const Function&) = delete;
     Function(Function&& other) noexcept { take(other); }
 
-    template <class F, class = std::enable_if_t<!std::is_same_v<std::decay_t<F>, Function> &&
-                                                std::is_invocable_r_v<Result, std::decay_t<F>&, Args...>>>
+    template <class F,
+              class = std::enable_if_t<
+                  !std::is_same_v<std::decay_t<F>, Function> && std::is_invocable_r_v<Result, std::decay_t<F>&, Args...>>>
     Function(F&& function)
     {
         using Callable = std::decay_t<F>;
@@ -86,8 +87,8 @@ private:
     template <class Callable>
     static constexpr bool isSmall()
     {
-        return sizeof(Callable) <= kInPlaceSize && alignof(Callable) <= alignof(std::max_align_t) &&
-            std::is_nothrow_move_constructible_v<Callable>;
+        return sizeof(Callable) <= kInPlaceSize && alignof(Callable) <= alignof(std::max_align_t)
+            && std::is_nothrow_move_constructible_v<Callable>;
     }
 
     void take(Function& other) noexcept

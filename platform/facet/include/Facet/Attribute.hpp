@@ -14,8 +14,7 @@ class Node;
 struct StyleValue;
 
 /// Layers of an attribute's value; the highest one that is set shows.
-enum Layer : int
-{
+enum Layer : int {
     kDefaultLayer = 0, ///< given by the constructor, always set
     kStyleLayer = 1,   ///< written by the style engine only
     kUserLayer = 2,    ///< values set at run time

@@ -86,8 +86,7 @@ class AttributeT<E, std::enable_if_t<std::is_enum_v<E>>> : public Attribute
 public:
     using Names = QVector<QPair<QString, E>>;
 
-    AttributeT(Node* host, const QByteArray& name, Names names, E defaultValue)
-        : Attribute(host, name), m_names(std::move(names))
+    AttributeT(Node* host, const QByteArray& name, Names names, E defaultValue) : Attribute(host, name), m_names(std::move(names))
     {
         m_values[kDefaultLayer] = defaultValue;
     }

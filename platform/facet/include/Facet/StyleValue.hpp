@@ -11,8 +11,7 @@ namespace Facet
 /// One component of a declaration's value, as the style sheet has it.
 struct StyleTerm
 {
-    enum class Kind
-    {
+    enum class Kind {
         Ident,      ///< text, as written
         String,     ///< text, quotes and escapes resolved
         Url,        ///< text; a relative file name is already resolved against the style sheet's folder

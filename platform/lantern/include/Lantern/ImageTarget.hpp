@@ -10,8 +10,7 @@ namespace Lantern
 class TAVOLA_EXPORT ImageTarget final : public PaintTarget
 {
 public:
-    enum class Ground
-    {
+    enum class Ground {
         Black,      ///< opaque (RGB32)
         Transparent ///< with premultiplied alpha
     };

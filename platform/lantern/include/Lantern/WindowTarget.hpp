@@ -15,8 +15,7 @@ class WindowListener;
 /// How a window is opened.
 struct WindowOptions
 {
-    enum class Drawing
-    {
+    enum class Drawing {
         Raster,
         OpenGl ///< where a context can be made, else raster with an info line
     };

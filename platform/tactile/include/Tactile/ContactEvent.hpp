@@ -9,8 +9,8 @@ namespace Tactile
 /// Names a contact as its sender does. Meaningful until the sender takes it away.
 struct ContactKey
 {
-    std::uint16_t source = 0;  ///< index of the sender
-    std::uint8_t channel = 0;  ///< the sender numbers each kind of contact for itself
+    std::uint16_t source = 0; ///< index of the sender
+    std::uint8_t channel = 0; ///< the sender numbers each kind of contact for itself
     std::int32_t session = 0;
 
     friend bool operator==(const ContactKey& a, const ContactKey& b) noexcept
@@ -22,8 +22,7 @@ struct ContactKey
 /// What a sender reports of one contact, free of any protocol: decoders write these, the ContactTracker reads them.
 struct ContactEvent
 {
-    enum class Kind : std::uint8_t
-    {
+    enum class Kind : std::uint8_t {
         Seen,   ///< the sender lives; only `key.source` is set
         Appear, ///< a contact has its first position
         Move,   ///< a new position
@@ -34,7 +33,7 @@ struct ContactEvent
     TrackedObject::Type type = TrackedObject::Type::Finger;
     std::uint16_t listener = 0; ///< which datagram source it came through
     ContactKey key;
-    Vecta::Vector2f position;   ///< 0 to 1 of the surface; scene pixels once the input has mapped it
+    Vecta::Vector2f position; ///< 0 to 1 of the surface; scene pixels once the input has mapped it
     float rotationRadians = 0.f;
     std::uint64_t code = 0;
 };

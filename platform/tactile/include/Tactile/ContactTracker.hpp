@@ -13,16 +13,16 @@ struct Sample;
 
 struct TrackerSettings
 {
-    float pixelPitchMm = 0.6f;           ///< millimetres of table for each scene pixel
-    double holdSeconds = 0.6;            ///< how long a marker that vanished stays on the table
-    float holdDistanceMm = 40.f;         ///< how near the same code must come back to be the same card
-    float markerOutlineRadiusMm = 40.f;  ///< fingers that start within it are the card's own shadow
-    double lostSenderSeconds = 5.0;      ///< silence after which a sender is given up
+    float pixelPitchMm = 0.6f;          ///< millimetres of table for each scene pixel
+    double holdSeconds = 0.6;           ///< how long a marker that vanished stays on the table
+    float holdDistanceMm = 40.f;        ///< how near the same code must come back to be the same card
+    float markerOutlineRadiusMm = 40.f; ///< fingers that start within it are the card's own shadow
+    double lostSenderSeconds = 5.0;     ///< silence after which a sender is given up
     bool smoothing = true;
-    OneEuroSettings positionFilter;                       ///< speed in pixels per second
-    OneEuroSettings rotationFilter{2.f, 1.f, 1.f};        ///< speed in radians per second
-    float quietDistancePx = 0.25f;       ///< smaller movements since the last reported place are not reported
-    float quietRadians = 0.002f;         ///< the same for turning
+    OneEuroSettings positionFilter;                ///< speed in pixels per second
+    OneEuroSettings rotationFilter{2.f, 1.f, 1.f}; ///< speed in radians per second
+    float quietDistancePx = 0.25f;                 ///< smaller movements since the last reported place are not reported
+    float quietRadians = 0.002f;                   ///< the same for turning
 };
 
 /// Decides what is one and the same thing on the table, and gives it its id.

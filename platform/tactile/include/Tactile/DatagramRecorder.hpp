@@ -31,8 +31,7 @@ public:
     using Clock = std::function<double()>;
 
     /// Null, with the reason in `error`, when the file cannot be made. A file that exists is not touched.
-    [[nodiscard]] static std::unique_ptr<DatagramRecorder> create(const std::string& file, std::string& error,
-                                                                  Clock clock = {});
+    [[nodiscard]] static std::unique_ptr<DatagramRecorder> create(const std::string& file, std::string& error, Clock clock = {});
     /// Writes what is left, and waits until it is on the disk.
     ~DatagramRecorder();
     DatagramRecorder(const DatagramRecorder&) = delete;

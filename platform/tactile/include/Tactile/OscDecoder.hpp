@@ -10,8 +10,7 @@
 namespace Tactile
 {
 /// Why a packet was refused as a whole.
-enum class OscRefusal : std::uint8_t
-{
+enum class OscRefusal : std::uint8_t {
     None,
     Empty,
     TooLarge,

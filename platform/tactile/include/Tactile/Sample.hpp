@@ -10,8 +10,7 @@ namespace Tactile
 /// What happened to one object since the sample before.
 struct InputChange
 {
-    enum class Kind
-    {
+    enum class Kind {
         Down,  ///< appeared
         Move,  ///< moved or turned
         Up,    ///< left the table

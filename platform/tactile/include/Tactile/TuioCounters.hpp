@@ -10,13 +10,12 @@
 namespace Tactile
 {
 /// What was not used, and why. The first and the last count packets, `Late` frames, the others single messages.
-enum class TuioDrop : std::uint8_t
-{
-    Malformed,      ///< not OSC, or a message that does not fit its profile; see TuioCounters::refusals
-    Late,           ///< a frame older than one already shown
-    NotFinite,      ///< a position or angle that is no number
-    OutOfRange,     ///< beside the surface, or a negative marker code
-    NotAlive,       ///< a set without its alive
+enum class TuioDrop : std::uint8_t {
+    Malformed,  ///< not OSC, or a message that does not fit its profile; see TuioCounters::refusals
+    Late,       ///< a frame older than one already shown
+    NotFinite,  ///< a position or angle that is no number
+    OutOfRange, ///< beside the surface, or a negative marker code
+    NotAlive,   ///< a set without its alive
     FingerCap,
     MarkerCap,
     SourceCap,
@@ -36,7 +35,7 @@ struct TuioSourceCounters
     std::size_t fingers = 0; ///< now
     std::size_t markers = 0; ///< now
     bool isLost = false;
-    std::uint16_t sensorWidth = 0;  ///< as a TUIO 2.0 sender gives it; 0: not given
+    std::uint16_t sensorWidth = 0; ///< as a TUIO 2.0 sender gives it; 0: not given
     std::uint16_t sensorHeight = 0;
 };
 

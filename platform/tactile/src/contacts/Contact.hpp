@@ -62,8 +62,8 @@ struct Contact
         }
         const float quiet = settings.smoothing ? settings.quietDistancePx : 0.f;
         const float quietTurn = settings.smoothing ? settings.quietRadians : 0.f;
-        if ((place - object.centerLocation()).length() <= quiet &&
-            std::abs(angleDifference(angle, object.rotation())) <= quietTurn)
+        if ((place - object.centerLocation()).length() <= quiet
+            && std::abs(angleDifference(angle, object.rotation())) <= quietTurn)
             return false;
         object.setCenterLocation(place);
         setAngle(object, angle);

@@ -17,7 +17,7 @@ namespace
 using Change = InputChange::Kind;
 
 constexpr std::size_t kUsualContacts = 64;
-constexpr double kTimeSlack = 1e-6; // frame times are sums of steps, and ten tenths are not quite one
+constexpr double kTimeSlack = 1e-6;           // frame times are sums of steps, and ten tenths are not quite one
 constexpr std::size_t kMaxDoubledCodes = 256; // what is warned of, so that a mad sender does not fill the log
 }
 
@@ -28,9 +28,9 @@ struct ContactTracker::Private
     std::vector<FingerContact> fingers; // by id, ascending: ids only grow
     std::vector<MarkerContact> markers; // as put down
     std::vector<Sighting> sightings;
-    std::vector<Vecta::Vector2f> coming; // places of the markers that appear in this frame
-    std::vector<ContactEvent> returning; // of cards that wait for the next frame
-    std::vector<ContactEvent> returned;  // of the frame before; kept for its memory
+    std::vector<Vecta::Vector2f> coming;            // places of the markers that appear in this frame
+    std::vector<ContactEvent> returning;            // of cards that wait for the next frame
+    std::vector<ContactEvent> returned;             // of the frame before; kept for its memory
     std::unordered_set<std::uint64_t> doubledCodes; // warned of
 
     struct Source
@@ -77,8 +77,8 @@ struct ContactTracker::Private
     {
         const float radius = pixels(settings.markerOutlineRadiusMm);
         const auto isInside = [&](Vecta::Vector2f centre) { return (centre - point).lengthSquared() < radius * radius; };
-        return std::any_of(markers.begin(), markers.end(), [&](const auto& m) { return isInside(m.target); }) ||
-               std::any_of(coming.begin(), coming.end(), isInside);
+        return std::any_of(markers.begin(), markers.end(), [&](const auto& m) { return isInside(m.target); })
+            || std::any_of(coming.begin(), coming.end(), isInside);
     }
 
     void fingerAppears(const ContactEvent& event)
@@ -109,8 +109,7 @@ struct ContactTracker::Private
 
     MarkerContact* marker(std::int64_t id)
     {
-        const auto found =
-            std::find_if(markers.begin(), markers.end(), [id](const auto& m) { return m.object.id() == id; });
+        const auto found = std::find_if(markers.begin(), markers.end(), [id](const auto& m) { return m.object.id() == id; });
         return found == markers.end() ? nullptr : &*found;
     }
 
@@ -167,13 +166,13 @@ struct ContactTracker::Private
 
     void putDown(const ContactEvent& event)
     {
-        const auto twin = std::find_if(markers.begin(), markers.end(),
-                                       [&event](const auto& m) { return m.object.code() == event.code; });
+        const auto twin =
+            std::find_if(markers.begin(), markers.end(), [&event](const auto& m) { return m.object.code() == event.code; });
         if (twin != markers.end() && doubledCodes.size() < kMaxDoubledCodes && doubledCodes.insert(event.code).second)
             Bedrock::Trace::warning("ContactTracker::update # Marker %llu is on the table twice (at %.0f, %.0f and at "
                                     "%.0f, %.0f); the second is taken as another card, give each card a code of its own",
-                                    static_cast<unsigned long long>(event.code), double(twin->target.x),
-                                    double(twin->target.y), double(event.position.x), double(event.position.y));
+                                    static_cast<unsigned long long>(event.code), double(twin->target.x), double(twin->target.y),
+                                    double(event.position.x), double(event.position.y));
         const std::int64_t id = ids.idFor(event.code, [this](std::int64_t i) { return marker(i) != nullptr; });
         const Marker object(id, event.code, event.position, event.rotationRadians);
         markers.emplace_back(object, event, now, settings);

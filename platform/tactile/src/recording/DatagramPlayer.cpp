@@ -151,8 +151,7 @@ struct DatagramPlayer::Private
         isOver = true;
         Bedrock::Trace::warning("DatagramPlayer # The recording %s is cut off or damaged at byte %llu (the recording program "
                                 "was ended, or its disk full); played are the %llu frames ahead of it",
-                                file.c_str(), static_cast<unsigned long long>(place),
-                                static_cast<unsigned long long>(lastFrame));
+                                file.c_str(), static_cast<unsigned long long>(place), static_cast<unsigned long long>(lastFrame));
         return std::nullopt;
     }
 };
@@ -168,8 +167,8 @@ std::unique_ptr<DatagramPlayer> DatagramPlayer::open(const std::string& file, st
     d.stream.open(file, std::ios::binary);
     std::string line;
     if (!d.stream) {
-        error = "DatagramPlayer # Failed to read " + file + " (" + std::generic_category().message(errno) +
-                "); look at its name and rights";
+        error = "DatagramPlayer # Failed to read " + file + " (" + std::generic_category().message(errno)
+            + "); look at its name and rights";
         return nullptr;
     }
     line.resize(Recording::kFirstLine.size());
@@ -177,9 +176,9 @@ std::unique_ptr<DatagramPlayer> DatagramPlayer::open(const std::string& file, st
     line.resize(static_cast<std::size_t>(d.stream.gcount()));
     if (line != Recording::kFirstLine) {
         const bool isOther = line.compare(0, Recording::kFirstWord.size(), Recording::kFirstWord) == 0;
-        error = "DatagramPlayer # Failed to read " + file +
-                (isOther ? " (a recording of another version); replay it with the program that made it"
-                         : " (no recording of a table); give a file that \"tavola run --record\" made");
+        error = "DatagramPlayer # Failed to read " + file
+            + (isOther ? " (a recording of another version); replay it with the program that made it"
+                       : " (no recording of a table); give a file that \"tavola run --record\" made");
         return nullptr;
     }
     d.place = line.size();
@@ -232,8 +231,8 @@ std::optional<DatagramPlayer::Frame> DatagramPlayer::nextFrame(TuioInput& input)
             continue;
         frame.number = reader.read64();
         frame.dtSeconds = reader.readDouble();
-        if (!reader.isGood() || !(std::abs(frame.dtSeconds) <= kLongestStepSeconds) || frame.number != d->lastFrame + 1 ||
-            !d->playAll(input))
+        if (!reader.isGood() || !(std::abs(frame.dtSeconds) <= kLongestStepSeconds) || frame.number != d->lastFrame + 1
+            || !d->playAll(input))
             return d->endsDamaged();
         d->lastFrame = frame.number;
         return frame;

@@ -129,15 +129,14 @@ std::unique_ptr<DatagramRecorder> DatagramRecorder::create(const std::string& fi
     std::unique_ptr<DatagramRecorder> recorder(new DatagramRecorder());
     Private& d = *recorder->d;
     d.file = file;
-    d.clock = clock ? std::move(clock) : [] {
-        return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-    };
+    d.clock = clock ? std::move(clock)
+                    : [] { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); };
     d.start = d.clock();
     // Visitors' names may be in it.
     d.descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, 0600);
     if (d.descriptor < 0) {
-        error = "DatagramRecorder # Failed to make " + file + " (" + systemError(errno) + "); " +
-                (errno == EEXIST ? "choose another name, or move that file away" : "choose a folder that can be written");
+        error = "DatagramRecorder # Failed to make " + file + " (" + systemError(errno) + "); "
+            + (errno == EEXIST ? "choose another name, or move that file away" : "choose a folder that can be written");
         return nullptr;
     }
     d.waiting.assign(Recording::kFirstLine.begin(), Recording::kFirstLine.end());
@@ -149,8 +148,8 @@ std::unique_ptr<DatagramRecorder> DatagramRecorder::create(const std::string& fi
     try {
         d.thread = std::thread([&d] { d.run(); });
     } catch (const std::system_error& e) {
-        error = std::string("DatagramRecorder # Failed to start its thread (") + e.what() +
-                "); raise this machine's limit of threads";
+        error = std::string("DatagramRecorder # Failed to start its thread (") + e.what()
+            + "); raise this machine's limit of threads";
     }
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     return d.thread.joinable() ? std::move(recorder) : nullptr;

@@ -13,7 +13,8 @@
 ///     body     one byte that tells its kind, then
 ///
 ///     'N'      a note for whoever replays it, ahead of the settings: UTF-8
-///     'S'      settings, ahead of everything that follows: float32 x, y, width, height of the table rectangle, pixelPitchMm; float64
+///     'S'      settings, ahead of everything that follows: float32 x, y, width, height of the table rectangle, pixelPitchMm;
+///     float64
 ///              holdSeconds; float32 holdDistanceMm, markerOutlineRadiusMm; float64 lostSenderSeconds; uint8 smoothing;
 ///              float32 minCutoffHz, beta, derivativeCutoffHz of the position and of the rotation filter; float32
 ///              quietDistancePx, quietRadians

@@ -11,8 +11,7 @@ namespace
 constexpr std::array<std::uint8_t, 12> kIpv4Prefix{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xff, 0xff};
 }
 
-SenderAddress SenderAddress::fromIpv4(std::uint8_t a, std::uint8_t b, std::uint8_t c, std::uint8_t d,
-                                      std::uint16_t port) noexcept
+SenderAddress SenderAddress::fromIpv4(std::uint8_t a, std::uint8_t b, std::uint8_t c, std::uint8_t d, std::uint16_t port) noexcept
 {
     SenderAddress address;
     std::copy(kIpv4Prefix.begin(), kIpv4Prefix.end(), address.bytes.begin());

@@ -41,14 +41,10 @@ void closeIfOpen(int& descriptor)
 const char* remedyFor(int number)
 {
     switch (number) {
-    case EADDRINUSE:
-        return "close the program that listens there, or choose another port";
-    case EADDRNOTAVAIL:
-        return "give an address of this machine, or 0.0.0.0 for all of them";
-    case EACCES:
-        return "choose a port from 1024 on";
-    default:
-        return "choose another address or port";
+    case EADDRINUSE: return "close the program that listens there, or choose another port";
+    case EADDRNOTAVAIL: return "give an address of this machine, or 0.0.0.0 for all of them";
+    case EACCES: return "choose a port from 1024 on";
+    default: return "choose another address or port";
     }
 }
 }
@@ -91,12 +87,12 @@ bool NetworkDatagramSource::openSocket()
     const std::string where = m_settings.address + ':' + std::to_string(m_settings.port);
     SocketAddress address;
     if (!SocketAddress::parse(m_settings.address, m_settings.port, address))
-        return fail("Failed to listen on " + where +
-                    " (not a numeric address); give one of this machine's addresses, such as 127.0.0.1");
+        return fail("Failed to listen on " + where
+                    + " (not a numeric address); give one of this machine's addresses, such as 127.0.0.1");
     m_socket = ::socket(address.storage.ss_family, (isStream ? SOCK_STREAM : SOCK_DGRAM) | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (m_socket < 0)
-        return fail("Failed to make a socket for " + where + " (" + systemError(errno) +
-                    "); look at this machine's network and its limit of open files");
+        return fail("Failed to make a socket for " + where + " (" + systemError(errno)
+                    + "); look at this machine's network and its limit of open files");
     // Connections of a table that has just ended must not keep its port from the next one.
     const int yes = 1;
     if (isStream)
@@ -150,8 +146,7 @@ void NetworkDatagramSource::stop()
 {
     if (m_thread.joinable()) {
         const char wake = 0;
-        while (::write(m_wakeWrite, &wake, 1) < 0 && errno == EINTR) {
-        }
+        while (::write(m_wakeWrite, &wake, 1) < 0 && errno == EINTR) {}
         m_thread.join();
     }
     closeIfOpen(m_socket);
@@ -167,12 +162,12 @@ bool NetworkDatagramSource::isWoken() const
 
 bool NetworkDatagramSource::admit(const SenderAddress& sender, const char* what)
 {
-    if (m_allowed.empty() || std::any_of(m_allowed.begin(), m_allowed.end(),
-                                         [&sender](const SenderAddress& a) { return a.bytes == sender.bytes; }))
+    if (m_allowed.empty()
+        || std::any_of(m_allowed.begin(), m_allowed.end(), [&sender](const SenderAddress& a) { return a.bytes == sender.bytes; }))
         return true;
     if (m_refusedSenders++ == 0)
-        Bedrock::Trace::warning("%s # Refused %s from %s (not among the allowed senders); further ones are only counted",
-                                m_name, what, sender.toString().c_str());
+        Bedrock::Trace::warning("%s # Refused %s from %s (not among the allowed senders); further ones are only counted", m_name,
+                                what, sender.toString().c_str());
     return false;
 }
 

@@ -136,14 +136,14 @@ private:
     {
         while (m_accepted < kAcceptedPerTurn) {
             SocketAddress from;
-            const int descriptor =
-                ::accept4(m_source.listeningSocket(), from.get(), &from.size, SOCK_NONBLOCK | SOCK_CLOEXEC);
+            const int descriptor = ::accept4(m_source.listeningSocket(), from.get(), &from.size, SOCK_NONBLOCK | SOCK_CLOEXEC);
             if (descriptor < 0) {
                 if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
                     // It stays readable; without a rest this would be a busy loop.
                     m_accepted = kAcceptedPerTurn;
-                    tell(Bedrock::Trace::Level::Warning, "Failed to take a connection (" + std::generic_category().message(errno) +
-                                                             "); raise this machine's limit of open files");
+                    tell(Bedrock::Trace::Level::Warning,
+                         "Failed to take a connection (" + std::generic_category().message(errno)
+                             + "); raise this machine's limit of open files");
                 }
                 return;
             }
@@ -160,9 +160,9 @@ private:
                 if (!place && !connection.isOpen())
                     place = &connection;
             if (!place)
-                tell(Bedrock::Trace::Level::Warning, "Closed the connection of " + sender.toString() + " (" +
-                                                         std::to_string(kMaxConnections) +
-                                                         " are open already); look who connects there, and use fewer trackers");
+                tell(Bedrock::Trace::Level::Warning,
+                     "Closed the connection of " + sender.toString() + " (" + std::to_string(kMaxConnections)
+                         + " are open already); look who connects there, and use fewer trackers");
         }
         if (!place) {
             ::close(descriptor);
@@ -192,8 +192,8 @@ private:
             deliverAll(connection);
         } else if (size == 0 || (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR)) {
             if (connection.stream->waiting() > 0)
-                tell(Bedrock::Trace::Level::Info, "The connection of " + connection.sender.toString() +
-                                                      " ended inside a packet; that packet is lost");
+                tell(Bedrock::Trace::Level::Info,
+                     "The connection of " + connection.sender.toString() + " ended inside a packet; that packet is lost");
             close(connection);
         }
     }
@@ -207,15 +207,13 @@ private:
                 ++connection.packets;
                 m_source.deliver({stream.packet(), stream.packetSize(), connection.sender});
                 break;
-            case PacketStream::Next::Incomplete:
-                return;
+            case PacketStream::Next::Incomplete: return;
             case PacketStream::Next::BadLength:
                 tell(Bedrock::Trace::Level::Warning,
-                     "Closed the connection of " + connection.sender.toString() + " (a packet of " +
-                         std::to_string(stream.length()) + " bytes, where 1 to " +
-                         std::to_string(OscDecoder::kMaxPacketBytes) +
-                         " are possible); look what connects there: the length goes ahead of each packet, in 4 bytes, big "
-                         "end first");
+                     "Closed the connection of " + connection.sender.toString() + " (a packet of "
+                         + std::to_string(stream.length()) + " bytes, where 1 to " + std::to_string(OscDecoder::kMaxPacketBytes)
+                         + " are possible); look what connects there: the length goes ahead of each packet, in 4 bytes, big "
+                           "end first");
                 return close(connection);
             }
         }

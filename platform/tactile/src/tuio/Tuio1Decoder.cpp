@@ -88,8 +88,8 @@ bool Tuio1Decoder::readSet(OscArgumentReader& reader, Operation& operation)
     const bool isObject = operation.profile == TuioProfile::Objects;
     const bool isBlob = operation.profile == TuioProfile::Blobs;
     set.shape = isObject ? TuioShape::Token : isBlob ? TuioShape::Area : TuioShape::Pointer;
-    bool isRead = reader.readInt(set.session) && (!isObject || reader.readInt(set.code)) && reader.readFloat(set.x) &&
-                  reader.readFloat(set.y) && (!(isObject || isBlob) || reader.readFloat(set.angle));
+    bool isRead = reader.readInt(set.session) && (!isObject || reader.readInt(set.code)) && reader.readFloat(set.x)
+        && reader.readFloat(set.y) && (!(isObject || isBlob) || reader.readFloat(set.angle));
     // Sizes and derivatives: we compute our own.
     const int rest = isObject ? 5 : isBlob ? 8 : 3;
     float ignored = 0.f;
@@ -103,9 +103,7 @@ void Tuio1Decoder::apply(TuioSender& sender)
     for (const Operation& operation : m_operations) {
         TuioPendingFrame& pending = sender.pending[static_cast<std::size_t>(operation.profile)];
         switch (operation.kind) {
-        case Operation::Kind::Source:
-            m_sources.nameSender(sender, operation.source);
-            break;
+        case Operation::Kind::Source: m_sources.nameSender(sender, operation.source); break;
         case Operation::Kind::Alive:
             pending.hasAlive = true;
             pending.alive.assign(m_aliveIds.begin() + std::ptrdiff_t(operation.aliveBegin),

@@ -34,8 +34,8 @@ private:
         std::string_view source;    // Source: into the packet
         std::size_t aliveBegin = 0; // Alive: range of the packet's ids
         std::size_t aliveEnd = 0;
-        TuioSet set;                // Set
-        std::int32_t frame = 0;     // Fseq
+        TuioSet set;            // Set
+        std::int32_t frame = 0; // Fseq
     };
 
     bool readAlive(OscArgumentReader& reader, Operation& operation);

@@ -70,29 +70,28 @@ bool Tuio2Decoder::readMessage(std::string_view name, OscArgumentReader& reader,
     std::string_view text;
     if (name == "tok") {
         set.shape = TuioShape::Token;
-        return reader.readInt(set.session) && reader.readInt(typeAndUser) && reader.readInt(set.code) &&
-               reader.readFloat(set.x) && reader.readFloat(set.y) && reader.readFloat(set.angle) && skipDerivatives(reader);
+        return reader.readInt(set.session) && reader.readInt(typeAndUser) && reader.readInt(set.code) && reader.readFloat(set.x)
+            && reader.readFloat(set.y) && reader.readFloat(set.angle) && skipDerivatives(reader);
     }
     if (name == "ptr") {
         set.shape = TuioShape::Pointer;
-        return reader.readInt(set.session) && reader.readInt(typeAndUser) && reader.readInt(component) &&
-               reader.readFloat(set.x) && reader.readFloat(set.y) && reader.readFloat(set.angle) && skipFloats(reader, 3) &&
-               skipDerivatives(reader);
+        return reader.readInt(set.session) && reader.readInt(typeAndUser) && reader.readInt(component) && reader.readFloat(set.x)
+            && reader.readFloat(set.y) && reader.readFloat(set.angle) && skipFloats(reader, 3) && skipDerivatives(reader);
     }
     if (name == "bnd") {
         set.shape = TuioShape::Area;
-        return reader.readInt(set.session) && reader.readFloat(set.x) && reader.readFloat(set.y) &&
-               reader.readFloat(set.angle) && skipFloats(reader, 3) && skipDerivatives(reader);
+        return reader.readInt(set.session) && reader.readFloat(set.x) && reader.readFloat(set.y) && reader.readFloat(set.angle)
+            && skipFloats(reader, 3) && skipDerivatives(reader);
     }
     if (name == "sym") {
         set.shape = TuioShape::Symbol;
-        return reader.readInt(set.session) && reader.readInt(typeAndUser) && reader.readInt(set.code) &&
-               reader.readString(text) && reader.readString(text);
+        return reader.readInt(set.session) && reader.readInt(typeAndUser) && reader.readInt(set.code) && reader.readString(text)
+            && reader.readString(text);
     }
     if (name == "frm") {
         operation.kind = Operation::Kind::Frame;
-        return reader.readInt(operation.frame) && reader.readTime(operation.time) && reader.readInt(operation.dimension) &&
-               reader.readString(operation.source);
+        return reader.readInt(operation.frame) && reader.readTime(operation.time) && reader.readInt(operation.dimension)
+            && reader.readString(operation.source);
     }
     if (name == "alv") {
         operation.kind = Operation::Kind::Alive;
@@ -153,8 +152,7 @@ void Tuio2Decoder::commit(TuioSender& sender, const Operation& alive)
     TuioSourceCounters& counters = m_sources.countersOf(source);
     counters.sensorWidth = static_cast<std::uint16_t>(pending.dimension >> 16);
     counters.sensorHeight = static_cast<std::uint16_t>(pending.dimension & 0xffff);
-    m_alive.assign(m_aliveIds.begin() + std::ptrdiff_t(alive.aliveBegin),
-                   m_aliveIds.begin() + std::ptrdiff_t(alive.aliveEnd));
+    m_alive.assign(m_aliveIds.begin() + std::ptrdiff_t(alive.aliveBegin), m_aliveIds.begin() + std::ptrdiff_t(alive.aliveEnd));
     m_contacts.takeAlive(source, TuioChannel::Components, m_alive);
     // What tells most of a session first, so that a card's area is never shown as a finger.
     for (const TuioShape shape : {TuioShape::Token, TuioShape::Pointer, TuioShape::Symbol, TuioShape::Area})
@@ -172,8 +170,8 @@ bool Tuio2Decoder::isInOrder(int source, const Tuio2PendingFrame& frame)
     if (state.hasFrame && frame.frame < state.lastFrame) {
         const std::uint64_t apart = frame.time > state.lastTime ? frame.time - state.lastTime : state.lastTime - frame.time;
         const bool isNear = hasTime(frame.time) && hasTime(state.lastTime)
-                                ? apart <= kSecond
-                                : std::int64_t(state.lastFrame) - frame.frame <= TuioDecoder::kLateFrames;
+            ? apart <= kSecond
+            : std::int64_t(state.lastFrame) - frame.frame <= TuioDecoder::kLateFrames;
         if (isNear && !state.isOrderLost)
             return false;
         m_contacts.restart(source, TuioChannel::Components);

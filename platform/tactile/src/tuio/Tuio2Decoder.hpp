@@ -42,7 +42,7 @@ private:
         std::int32_t dimension = 0; // Frame
         std::size_t aliveBegin = 0; // Alive: range of the packet's ids
         std::size_t aliveEnd = 0;
-        TuioSet set;                // Set
+        TuioSet set; // Set
     };
 
     [[nodiscard]] bool readMessage(std::string_view name, OscArgumentReader& reader, Operation& operation, bool& isKnown);

@@ -5,8 +5,7 @@
 namespace Tactile
 {
 Tuio2Encoder::Tuio2Encoder(std::string source, std::uint16_t sensorWidth, std::uint16_t sensorHeight)
-    : m_source(std::move(source)),
-      m_dimension(static_cast<std::int32_t>((std::uint32_t(sensorWidth) << 16) | sensorHeight))
+    : m_source(std::move(source)), m_dimension(static_cast<std::int32_t>((std::uint32_t(sensorWidth) << 16) | sensorHeight))
 {
 }
 
@@ -27,8 +26,7 @@ void Tuio2Encoder::begin(std::int32_t frame, std::uint64_t timeTag)
     m_writer.endMessage();
 }
 
-void Tuio2Encoder::token(std::int32_t session, std::int32_t code, float x, float y, float angleRadians,
-                         std::int32_t typeAndUser)
+void Tuio2Encoder::token(std::int32_t session, std::int32_t code, float x, float y, float angleRadians, std::int32_t typeAndUser)
 {
     m_writer.beginMessage("/tuio2/tok", ",iiifff");
     m_writer.addInt(session);

@@ -38,8 +38,8 @@ TuioSession* findSession(TuioChannelState& state, std::int32_t id)
 
 TuioSymbol* findSymbol(TuioChannelState& state, std::int32_t session)
 {
-    const auto found = std::find_if(state.symbols.begin(), state.symbols.end(),
-                                    [session](const TuioSymbol& s) { return s.session == session; });
+    const auto found =
+        std::find_if(state.symbols.begin(), state.symbols.end(), [session](const TuioSymbol& s) { return s.session == session; });
     return found == state.symbols.end() ? nullptr : &*found;
 }
 }

@@ -27,8 +27,8 @@ struct TuioDecoder::Private final : OscMessageSink
     OscRefusal message(const OscMessage& message) override
     {
         bool isKnown = true;
-        const OscRefusal refusal = Tuio2Decoder::isAddress(message.address) ? version2.read(message, isKnown)
-                                                                            : version1.read(message, isKnown);
+        const OscRefusal refusal =
+            Tuio2Decoder::isAddress(message.address) ? version2.read(message, isKnown) : version1.read(message, isKnown);
         if (!isKnown) {
             ++unknownMessages;
             if (firstUnknown.empty())

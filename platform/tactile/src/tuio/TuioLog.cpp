@@ -51,12 +51,11 @@ void TuioLog::reportPackets(double nowSeconds, const TuioDecoder& decoder)
         for (std::size_t i = 0; i < kOscRefusalCount; ++i) {
             const std::uint64_t count = counters.refusals[i] - m_reportedRefusals[i];
             if (count > 0)
-                detail += (detail.empty() ? "" : ", ") + std::to_string(count) + " with " +
-                          describe(static_cast<OscRefusal>(i));
+                detail += (detail.empty() ? "" : ", ") + std::to_string(count) + " with " + describe(static_cast<OscRefusal>(i));
         }
         if (queueFull > m_reportedQueueFull)
-            detail += (detail.empty() ? "" : ", ") + std::to_string(queueFull - m_reportedQueueFull) +
-                      " while no frame was drawn";
+            detail +=
+                (detail.empty() ? "" : ", ") + std::to_string(queueFull - m_reportedQueueFull) + " while no frame was drawn";
         const std::uint64_t dropped = malformed - m_reportedMalformed + queueFull - m_reportedQueueFull;
         Bedrock::Trace::warning("TuioDecoder::decode # Dropped %llu more datagrams (%s)",
                                 static_cast<unsigned long long>(dropped), detail.c_str());

@@ -66,8 +66,8 @@ struct TuioSender
     std::uint16_t listener = 0;
     SenderAddress address;
     std::uint64_t lastUse = 0;
-    std::string sourceText; // as sent; empty: it never named itself
-    int source = -1;        // index, -1: not looked up yet
+    std::string sourceText;                  // as sent; empty: it never named itself
+    int source = -1;                         // index, -1: not looked up yet
     std::array<TuioPendingFrame, 3> pending; // by TuioProfile
     Tuio2PendingFrame pending2;
 };
@@ -97,7 +97,7 @@ struct TuioChannelState
     bool isOrderLost = false; // the source was silent for long: any lower frame is a restart
     bool mustAnnounce = false;
     std::int32_t lastFrame = 0;
-    std::uint64_t lastTime = 0; // TUIO 2.0
+    std::uint64_t lastTime = 0;      // TUIO 2.0
     std::vector<std::int32_t> alive; // ascending, each once
     std::vector<TuioSession> sessions;
     std::vector<TuioSymbol> symbols; // TUIO 2.0

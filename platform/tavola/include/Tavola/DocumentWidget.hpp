@@ -13,8 +13,8 @@ namespace Tavola
 /// shows), "display-name". A width or height that is auto follows the page's proportions.
 ///
 /// Pages are rendered off the main thread at the size they are shown. Children: class "document-cover" (a picture),
-/// "document-page" (the words "2 / 12", where there are several pages), "document-note" (what shows when the file cannot be shown: one
-/// warning, and the pseudo-class "failed"). Event: "page-loaded", each time a page was rendered.
+/// "document-page" (the words "2 / 12", where there are several pages), "document-note" (what shows when the file cannot be
+/// shown: one warning, and the pseudo-class "failed"). Event: "page-loaded", each time a page was rendered.
 class TAVOLA_EXPORT DocumentWidget final : public Trellis::Widget
 {
 public:

@@ -16,8 +16,7 @@ namespace Tavola
 /// What a drag over a drop listener does.
 struct DropEvent
 {
-    enum Type : std::uint32_t
-    {
+    enum Type : std::uint32_t {
         Hover = 1,      ///< above the listener, held by several fingers: letting go with one would not drop yet
         ValidHover = 2, ///< above the listener: letting go drops
         Leave = 3,

@@ -43,6 +43,7 @@ public:
     /// a name of its own in the table's temporary folder. The picture is drawn before the call returns; writing it happens
     /// off the main thread, where the future is completed; it fails with a std::runtime_error when there is nothing to draw
     /// or the file cannot be written. The temporary folder goes with the application. Main thread.
-    [[nodiscard]] static folly::Future<QString> takeWidgetSnapshot(Trellis::Widget& widget, const QString& fileName, int maxSizePx);
+    [[nodiscard]] static folly::Future<QString> takeWidgetSnapshot(Trellis::Widget& widget, const QString& fileName,
+                                                                   int maxSizePx);
 };
 }

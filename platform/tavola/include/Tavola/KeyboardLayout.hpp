@@ -14,8 +14,7 @@ namespace Tavola
 /// What one key of a keyboard on the table does.
 struct KeyboardKey
 {
-    enum class Action
-    {
+    enum class Action {
         Text, ///< types `text` (or `shifted`)
         Dead, ///< an accent that joins the letter typed next: ´ ` ^ ¨ ~
         Space,

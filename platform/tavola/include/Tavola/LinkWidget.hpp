@@ -12,9 +12,9 @@ class TextWidget;
 namespace Tavola
 {
 /// A web address as a small card: its title, the address, and the address as a QR code. CSS type "LinkWidget"; children have the
-/// classes "link-title", "link-address" and "link-qr" (which is there for http and https addresses only). Attributes "source" (the
-/// address) and "display-name" (the title; the address's host where there is none). May be moved, turned and scaled unless a style
-/// says otherwise.
+/// classes "link-title", "link-address" and "link-qr" (which is there for http and https addresses only). Attributes "source"
+/// (the address) and "display-name" (the title; the address's host where there is none). May be moved, turned and scaled unless a
+/// style says otherwise.
 class TAVOLA_EXPORT LinkWidget : public Trellis::Widget
 {
 public:

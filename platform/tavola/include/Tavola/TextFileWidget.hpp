@@ -6,8 +6,8 @@ namespace Tavola
 {
 /// A text to be read, from a file or from its attribute. CSS type "TextWidget". Main thread only.
 ///
-/// Attributes beside those of a text: "source" (a text file, UTF-8 or with a byte order mark), which replaces the attribute "text"
-/// once it has been read, off the main thread; "display-name". A file that cannot be read is a warning, and "text" stays.
+/// Attributes beside those of a text: "source" (a text file, UTF-8 or with a byte order mark), which replaces the attribute
+/// "text" once it has been read, off the main thread; "display-name". A file that cannot be read is a warning, and "text" stays.
 /// Event: "text-loaded".
 class TAVOLA_EXPORT TextFileWidget final : public Trellis::TextWidget
 {

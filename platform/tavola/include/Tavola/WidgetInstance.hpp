@@ -37,8 +37,8 @@ public:
     /// Makes the widget of a component that was put into a slot. With `addToWidget` it becomes a child of this instance's
     /// widget; otherwise it has no parent yet. Null when it cannot be made.
     [[nodiscard]] Bedrock::IntrusivePtr<Trellis::Widget> createInstanceWidget(const QByteArray& slot,
-                                                                             std::shared_ptr<Component> component,
-                                                                             bool addToWidget);
+                                                                              std::shared_ptr<Component> component,
+                                                                              bool addToWidget);
 
 private:
     friend class UIComponent;

@@ -1,9 +1,9 @@
 #include <Tavola/Tavola.hpp>
 
-#include "drag/DragAndDrop.hpp"
-#include "menu/MenuFile.hpp"
 #include "content/PdfPages.hpp"
 #include "content/SnapshotWriter.hpp"
+#include "drag/DragAndDrop.hpp"
+#include "menu/MenuFile.hpp"
 
 #include <Bedrock/Trace.hpp>
 #include <Tavola/Component.hpp>

@@ -111,8 +111,7 @@ WidgetPtr UserInterface::createStockWidget(const QString& component, const QByte
     const auto application = Tavola::instance();
     const auto made = application ? application->createComponent(component) : nullptr;
     if (!made) {
-        Bedrock::Trace::warning("UserInterface::createStockWidget # Component '%s' is not registered",
-                                qUtf8Printable(component));
+        Bedrock::Trace::warning("UserInterface::createStockWidget # Component '%s' is not registered", qUtf8Printable(component));
         return nullptr;
     }
     return made->createContentWidget();

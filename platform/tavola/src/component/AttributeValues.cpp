@@ -35,9 +35,9 @@ StyleTerm wordTerm(const QString& word)
         return term;
     const QString unit = word.mid(digits).toLower();
     term.number = number;
-    term.kind = unit.isEmpty()                 ? StyleTerm::Kind::Number
-                : unit == QLatin1String("%") ? StyleTerm::Kind::Percentage
-                                             : StyleTerm::Kind::Dimension;
+    term.kind = unit.isEmpty()       ? StyleTerm::Kind::Number
+        : unit == QLatin1String("%") ? StyleTerm::Kind::Percentage
+                                     : StyleTerm::Kind::Dimension;
     if (term.kind == StyleTerm::Kind::Dimension)
         term.unit = unit.toLatin1();
     return term;
@@ -68,8 +68,7 @@ bool appendJson(const QJsonValue& json, StyleValue& value)
         term.kind = StyleTerm::Kind::Ident;
         term.text = json.toBool() ? QStringLiteral("true") : QStringLiteral("false");
         break;
-    default:
-        return false;
+    default: return false;
     }
     value.terms.append(term);
     return true;

@@ -98,8 +98,9 @@ std::optional<ComponentUse> ComponentReader::singleAt(const QJsonValue& value, c
         use.emplace();
         use->component = entry.value(QLatin1String("component")).toString();
         if (use->component.isEmpty()) {
-            m_skip(place, m_named.empty() ? QStringLiteral("expected an object with a \"component\"")
-                                          : QStringLiteral("expected an object with a \"component\" or \"use\""));
+            m_skip(place,
+                   m_named.empty() ? QStringLiteral("expected an object with a \"component\"")
+                                   : QStringLiteral("expected an object with a \"component\" or \"use\""));
             return std::nullopt;
         }
         if (m_isKnown && !m_isKnown(use->component)) {

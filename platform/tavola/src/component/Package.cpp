@@ -89,8 +89,7 @@ std::shared_ptr<Package> Package::fromJson(const QJsonObject& json, const QStrin
                                     qUtf8Printable(entry.key()), qUtf8Printable(complaint));
             continue;
         }
-        package->m_components.emplace(entry.key(),
-                                      std::make_shared<ComponentDefinition>(entry.key(), entry.value().toObject()));
+        package->m_components.emplace(entry.key(), std::make_shared<ComponentDefinition>(entry.key(), entry.value().toObject()));
     }
     return package;
 }

@@ -66,8 +66,7 @@ std::unique_ptr<PluginLoader> PluginLoader::load(const QString& path, QString& e
 PluginLoader::~PluginLoader()
 {
     if (m_handle && dlclose(m_handle) != 0)
-        Bedrock::Trace::warning("PluginLoader # Unloading %s failed: %s", qUtf8Printable(m_path),
-                                qUtf8Printable(loaderReason()));
+        Bedrock::Trace::warning("PluginLoader # Unloading %s failed: %s", qUtf8Printable(m_path), qUtf8Printable(loaderReason()));
     const auto application = Tavola::instance();
     if (application && m_package)
         application->removePackage(m_package);

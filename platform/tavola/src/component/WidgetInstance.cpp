@@ -23,8 +23,8 @@ Bedrock::IntrusivePtr<Trellis::Widget> WidgetInstance::widget() const
 }
 
 Bedrock::IntrusivePtr<Trellis::Widget> WidgetInstance::createInstanceWidget(const QByteArray& slot,
-                                                                           std::shared_ptr<Component> component,
-                                                                           bool addToWidget)
+                                                                            std::shared_ptr<Component> component,
+                                                                            bool addToWidget)
 {
     const auto made = std::dynamic_pointer_cast<UIComponent>(component);
     if (!made) {

@@ -46,8 +46,8 @@ struct DocumentWidget::DocumentPrivate
     Bedrock::IntrusivePtr<Trellis::TextWidget> pageText;
     Bedrock::IntrusivePtr<Trellis::TextWidget> note;
 
-    QImage image;       ///< of the page `shownPage`
-    QSizeF pageSize;    ///< points; empty until a page is there
+    QImage image;    ///< of the page `shownPage`
+    QSizeF pageSize; ///< points; empty until a page is there
     int pageCount = 0;
     int shownPage = 0;  ///< from 1
     int renderedPx = 0; ///< the width that was asked for
@@ -87,10 +87,17 @@ DocumentWidget::DocumentWidget(Trellis::Widget* parent) : Trellis::Widget(parent
         setDefault(*text, "font-size", "14");
     }
     // Legible on whatever the page shows there.
-    for (const std::pair<const char*, const char*>& entry : std::initializer_list<std::pair<const char*, const char*>>{{"left", "36%"}, {"width", "28%"}, {"bottom", "10"}, {"padding", "2"}, {"color", "#ffffff"},
-                                         {"background-color", "#1c2733b0"}, {"border-radius", "10"}})
+    for (const std::pair<const char*, const char*>& entry :
+         std::initializer_list<std::pair<const char*, const char*>>{{"left", "36%"},
+                                                                    {"width", "28%"},
+                                                                    {"bottom", "10"},
+                                                                    {"padding", "2"},
+                                                                    {"color", "#ffffff"},
+                                                                    {"background-color", "#1c2733b0"},
+                                                                    {"border-radius", "10"}})
         setDefault(*d->pageText, entry.first, entry.second);
-    for (const std::pair<const char*, const char*>& entry : std::initializer_list<std::pair<const char*, const char*>>{{"left", "0"}, {"width", "100%"}, {"top", "40%"}, {"padding", "12"}, {"color", "#4a5866"}})
+    for (const std::pair<const char*, const char*>& entry : std::initializer_list<std::pair<const char*, const char*>>{
+             {"left", "0"}, {"width", "100%"}, {"top", "40%"}, {"padding", "12"}, {"color", "#4a5866"}})
         setDefault(*d->note, entry.first, entry.second);
     d->note->textAttribute().setValue(QStringLiteral("This document cannot be shown."), Facet::kDefaultLayer);
     for (const Bedrock::IntrusivePtr<Trellis::Widget>& inside :
@@ -184,11 +191,12 @@ void DocumentWidget::DocumentPrivate::request()
     if (!asked && shownPage == wantedPage() && px <= renderedPx)
         return;
     renderedPx = px;
-    asked = application->pdfPages().request({Bedrock::localPath(source.value()), wantedPage() - 1, px},
-                                            [weak = Bedrock::IntrusiveWeakPtr<DocumentWidget>(&host)](const PdfPages::Outcome& outcome) {
-                                                if (const auto widget = weak.lock())
-                                                    widget->d->answered(outcome);
-                                            });
+    asked = application->pdfPages().request(
+        {Bedrock::localPath(source.value()), wantedPage() - 1, px},
+        [weak = Bedrock::IntrusiveWeakPtr<DocumentWidget>(&host)](const PdfPages::Outcome& outcome) {
+            if (const auto widget = weak.lock())
+                widget->d->answered(outcome);
+        });
 }
 
 void DocumentWidget::DocumentPrivate::answered(const PdfPages::Outcome& outcome)

@@ -90,7 +90,8 @@ FileRepresentation::FileData FileRepresentation::widgetData(const Trellis::Widge
     if (data.displayName.isEmpty())
         data.displayName = textOf(widget, "title");
     if (data.displayName.isEmpty())
-        data.displayName = data.sources.isEmpty() && data.files.isEmpty() ? firstWords(textOf(widget, "text")) : nameBySource(data);
+        data.displayName =
+            data.sources.isEmpty() && data.files.isEmpty() ? firstWords(textOf(widget, "text")) : nameBySource(data);
     return data;
 }
 

@@ -102,8 +102,8 @@ PdfPages::Outcome PdfPages::render(const Request& request, const std::atomic<boo
     const double pixelsPerPoint = std::min(request.widthPx / outcome.pageSize.width(), kMostPixels / longest);
     const double dotsPerInch = 72.0 * pixelsPerPoint;
     const Interest interest{&cancelled, &m_stopping};
-    outcome.image = page->renderToImage(dotsPerInch, dotsPerInch, -1, -1, -1, -1, Poppler::Page::Rotate0, nullptr, nullptr, isGivenUp,
-                                        QVariant::fromValue(reinterpret_cast<quintptr>(&interest)));
+    outcome.image = page->renderToImage(dotsPerInch, dotsPerInch, -1, -1, -1, -1, Poppler::Page::Rotate0, nullptr, nullptr,
+                                        isGivenUp, QVariant::fromValue(reinterpret_cast<quintptr>(&interest)));
     if (outcome.image.isNull())
         outcome.error = QStringLiteral("page %1 cannot be drawn").arg(outcome.page + 1);
     return outcome;

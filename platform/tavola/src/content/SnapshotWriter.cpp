@@ -93,8 +93,9 @@ QString SnapshotWriter::folder()
     if (!m_folder)
         m_threads.add(removeFoldersLeftBehind); // there may be thousands of files in them
     if (!m_folder || !QFileInfo(m_folder->path()).isDir())
-        m_folder = std::make_unique<QTemporaryDir>(QDir::tempPath() + QLatin1Char('/') + QLatin1String(kFolderPrefix)
-                                                   + QString::number(QCoreApplication::applicationPid()) + QStringLiteral("-XXXXXX"));
+        m_folder =
+            std::make_unique<QTemporaryDir>(QDir::tempPath() + QLatin1Char('/') + QLatin1String(kFolderPrefix)
+                                            + QString::number(QCoreApplication::applicationPid()) + QStringLiteral("-XXXXXX"));
     return m_folder->isValid() ? m_folder->path() : QString();
 }
 
@@ -102,9 +103,9 @@ folly::Future<QString> SnapshotWriter::write(QImage image, const QString& fileNa
 {
     const QString place = fileName.isEmpty() ? folder() : QString();
     if (fileName.isEmpty() && place.isEmpty())
-        return folly::makeFuture<QString>(
-            std::runtime_error(QStringLiteral("cannot make a folder for snapshots in %1: %2")
-                                   .arg(QDir::tempPath(), m_folder->errorString()).toStdString()));
+        return folly::makeFuture<QString>(std::runtime_error(QStringLiteral("cannot make a folder for snapshots in %1: %2")
+                                                                 .arg(QDir::tempPath(), m_folder->errorString())
+                                                                 .toStdString()));
     // The pool takes copyable functions only.
     auto promise = std::make_shared<folly::Promise<QString>>();
     auto future = promise->getFuture();

@@ -67,10 +67,8 @@ bool has(Action action)
     case Action::Enter:
     case Action::Left:
     case Action::Right:
-    case Action::Hide:
-        return true;
-    default:
-        return false;
+    case Action::Hide: return true;
+    default: return false;
     }
 }
 
@@ -80,7 +78,14 @@ void draw(Lantern::RenderContext& context, Action action, const Vecta::Rect& box
     Pen pen(context, box.center(), sizePx / 2, color);
     switch (action) {
     case Action::Shift:
-        pen.lines({{-0.9f, 0.f}, {0.f, -0.9f}, {0.9f, 0.f}, {0.42f, 0.f}, {0.42f, 0.55f}, {-0.42f, 0.55f}, {-0.42f, 0.f}, {-0.9f, 0.f}});
+        pen.lines({{-0.9f, 0.f},
+                   {0.f, -0.9f},
+                   {0.9f, 0.f},
+                   {0.42f, 0.f},
+                   {0.42f, 0.55f},
+                   {-0.42f, 0.55f},
+                   {-0.42f, 0.f},
+                   {-0.9f, 0.f}});
         if (marked)
             pen.lines({{-0.42f, 0.98f}, {0.42f, 0.98f}});
         return;
@@ -93,12 +98,8 @@ void draw(Lantern::RenderContext& context, Action action, const Vecta::Rect& box
         pen.lines({{1.f, -0.75f}, {1.f, 0.25f}, {-0.95f, 0.25f}});
         pen.lines({{-0.4f, -0.3f}, {-0.95f, 0.25f}, {-0.4f, 0.8f}});
         return;
-    case Action::Left:
-        pen.lines({{0.35f, -0.7f}, {-0.35f, 0.f}, {0.35f, 0.7f}});
-        return;
-    case Action::Right:
-        pen.lines({{-0.35f, -0.7f}, {0.35f, 0.f}, {-0.35f, 0.7f}});
-        return;
+    case Action::Left: pen.lines({{0.35f, -0.7f}, {-0.35f, 0.f}, {0.35f, 0.7f}}); return;
+    case Action::Right: pen.lines({{-0.35f, -0.7f}, {0.35f, 0.f}, {-0.35f, 0.7f}}); return;
     case Action::Hide:
         pen.lines({{-1.1f, -0.95f}, {1.1f, -0.95f}, {1.1f, 0.2f}, {-1.1f, 0.2f}, {-1.1f, -0.95f}});
         for (const float x : {-0.6f, 0.f, 0.6f})
@@ -106,8 +107,7 @@ void draw(Lantern::RenderContext& context, Action action, const Vecta::Rect& box
         pen.lines({{-0.5f, -0.14f}, {0.5f, -0.14f}});
         pen.lines({{-0.4f, 0.65f}, {0.f, 1.f}, {0.4f, 0.65f}});
         return;
-    default:
-        return;
+    default: return;
     }
 }
 }

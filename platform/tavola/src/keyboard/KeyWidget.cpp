@@ -43,14 +43,10 @@ Look lookOf(Action action, KeyWidget::Lit lit)
         return {"#dfe6ee", "#ffffff", "#1c232c"};
     switch (action) {
     case Action::Text:
-    case Action::Space:
-        return {"#4a5563", "#8fa3ba", "#f6f8fa"};
-    case Action::Dead:
-        return {"#4a5563", "#8fa3ba", "#b9c9dc"};
-    case Action::Enter:
-        return {"#3f82d8", "#8ab9f5", "#ffffff"};
-    default:
-        return {"#333c47", "#74879c", "#d5dde6"};
+    case Action::Space: return {"#4a5563", "#8fa3ba", "#f6f8fa"};
+    case Action::Dead: return {"#4a5563", "#8fa3ba", "#b9c9dc"};
+    case Action::Enter: return {"#3f82d8", "#8ab9f5", "#ffffff"};
+    default: return {"#333c47", "#74879c", "#d5dde6"};
     }
 }
 

@@ -12,8 +12,7 @@ namespace Tavola
 class KeyWidget final : public Trellis::TextWidget
 {
 public:
-    enum class Lit
-    {
+    enum class Lit {
         No,
         Once,  ///< in force for the next letter
         Locked ///< in force until it is pressed again

@@ -220,7 +220,8 @@ void KeyboardLayout::add(KeyboardLayout layout)
     auto& all = layouts();
     if (layout.symbols.empty() && !all.empty())
         layout.symbols = all.front().symbols;
-    const auto same = std::find_if(all.begin(), all.end(), [&](const KeyboardLayout& other) { return other.name == layout.name; });
+    const auto same =
+        std::find_if(all.begin(), all.end(), [&](const KeyboardLayout& other) { return other.name == layout.name; });
     if (same != all.end())
         *same = std::move(layout);
     else

@@ -61,8 +61,7 @@ void setFontSize(Widget& key, float sizePx)
 }
 
 KeyboardWidget::Private::Private(KeyboardWidget& keyboard, InputFieldWidget& input)
-    : host(keyboard), field(&input),
-      layoutAttribute(&keyboard, QByteArrayLiteral("keyboard-layout")),
+    : host(keyboard), field(&input), layoutAttribute(&keyboard, QByteArrayLiteral("keyboard-layout")),
       keySize(&keyboard, QByteArrayLiteral("key-size"), 44.f), keyGap(&keyboard, QByteArrayLiteral("key-gap"), 5.f),
       repeatDelay(&keyboard, QByteArrayLiteral("repeat-delay"), 0.5f),
       repeatInterval(&keyboard, QByteArrayLiteral("repeat-interval"), 0.08f)
@@ -166,8 +165,7 @@ QString KeyboardWidget::Private::typed(const KeyboardKey& key) const
 {
     switch (key.action) {
     case Action::Text:
-    case Action::Dead:
-        return shift != Shift::No ? key.shifted : key.text;
+    case Action::Dead: return shift != Shift::No ? key.shifted : key.text;
     case Action::Space: return key.text;
     case Action::Language: return layout.label;
     case Action::Symbols: return symbols ? QStringLiteral("ABC") : QStringLiteral("?123");
@@ -249,9 +247,7 @@ void KeyboardWidget::Private::act(const KeyboardKey& key)
         const QString text = accents.take();
         label();
         insert(text);
-        return sendKey(key.action == Action::Enter  ? Qt::Key_Return
-                       : key.action == Action::Left ? Qt::Key_Left
-                                                    : Qt::Key_Right);
+        return sendKey(key.action == Action::Enter ? Qt::Key_Return : key.action == Action::Left ? Qt::Key_Left : Qt::Key_Right);
     }
     case Action::Symbols:
         symbols = !symbols;
@@ -279,9 +275,8 @@ void KeyboardWidget::Private::actShift()
 
 void KeyboardWidget::Private::letterDone()
 {
-    const bool isHeld = std::any_of(keys.begin(), keys.end(), [](const auto& key) {
-        return key->key().action == Action::Shift && key->isPressed();
-    });
+    const bool isHeld = std::any_of(keys.begin(), keys.end(),
+                                    [](const auto& key) { return key->key().action == Action::Shift && key->isPressed(); });
     if (shift == Shift::Once && isHeld)
         typedWhileShiftHeld = true;
     else if (shift == Shift::Once)
@@ -393,10 +388,9 @@ void KeyboardWidget::Private::place()
     situation.angleRadians = sceneAngle(&anchor);
     situation.anchor = anchor.size() * scale;
     const Vector2f fieldSize = input->size();
-    const Vecta::Rect bounds =
-        (Vecta::Transform::rotation(-situation.angleRadians) * Vecta::Transform::translation(-situation.origin)
-         * input->transformToScene())
-            .mapBounds({0.f, 0.f, fieldSize.x, fieldSize.y});
+    const Vecta::Rect bounds = (Vecta::Transform::rotation(-situation.angleRadians)
+                                * Vecta::Transform::translation(-situation.origin) * input->transformToScene())
+                                   .mapBounds({0.f, 0.f, fieldSize.x, fieldSize.y});
     situation.field = bounds;
     situation.keyboard = host.size();
     situation.table = application->size();

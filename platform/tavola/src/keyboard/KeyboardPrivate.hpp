@@ -63,7 +63,7 @@ struct KeyboardWidget::Private
     KeyboardWidget& host;
     Bedrock::IntrusiveWeakPtr<InputFieldWidget> field;
     Bedrock::IntrusiveWeakPtr<Trellis::TextEditWidget> editor; ///< may outlive its field
-    bool standsByField = false; ///< nothing around the field can be moved
+    bool standsByField = false;                                ///< nothing around the field can be moved
     Facet::Node::ListenerId finishedListener = 0;
 
     Facet::AttributeT<QString> layoutAttribute;

@@ -27,7 +27,6 @@ Vecta::Vector2f centerOnTable(const Trellis::Widget& widget, float scale, const 
     const float halfWidth = std::abs(std::cos(rotation)) * half.x + std::abs(std::sin(rotation)) * half.y;
     const float halfHeight = std::abs(std::sin(rotation)) * half.x + std::abs(std::cos(rotation)) * half.y;
     const Vecta::Vector2f inScene = parent.mapToScene(center);
-    return parent.mapFromScene(
-        {kept(inScene.x, halfWidth, toolkit->size().x), kept(inScene.y, halfHeight, toolkit->size().y)});
+    return parent.mapFromScene({kept(inScene.x, halfWidth, toolkit->size().x), kept(inScene.y, halfHeight, toolkit->size().y)});
 }
 }

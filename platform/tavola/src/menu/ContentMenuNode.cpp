@@ -32,7 +32,8 @@ void setDefaults(Trellis::Widget& widget, const Default (&defaults)[N])
         setDefault(widget, entry.attribute, entry.value);
 }
 
-constexpr Default kNode[] = {{"position", "absolute"}, {"background-color", "#1c2733"}, {"border-color", "#3f5368"}, {"border-width", "2"}};
+constexpr Default kNode[] = {
+    {"position", "absolute"}, {"background-color", "#1c2733"}, {"border-color", "#3f5368"}, {"border-width", "2"}};
 constexpr Default kListNode[] = {{"width", "320"}, {"padding", "10"}, {"gap", "6"}, {"border-radius", "20"}};
 constexpr const char* kEntryColor = "#30445a";
 constexpr const char* kCloseColor = "#3f5368";
@@ -46,13 +47,15 @@ constexpr Default kRingIcon[] = {{"left", "36"}, {"top", "18"}, {"width", "44"},
 constexpr Default kRingIconAlone[] = {{"left", "26"}, {"top", "26"}, {"width", "64"}, {"height", "64"}};
 constexpr Default kText[] = {{"color", "#f4f7fa"}, {"position", "absolute"}};
 constexpr Default kListText[] = {{"left", "18"}, {"right", "18"}, {"top", "17"}, {"max-lines", "1"}, {"font-size", "19"}};
-constexpr Default kRingText[] = {{"left", "8"}, {"width", "100"}, {"max-lines", "2"}, {"font-size", "15"}, {"text-align", "center"}, {"line-height", "1.15"}};
+constexpr Default kRingText[] = {{"left", "8"},       {"width", "100"},         {"max-lines", "2"},
+                                 {"font-size", "15"}, {"text-align", "center"}, {"line-height", "1.15"}};
 constexpr Default kMore[] = {{"position", "absolute"}, {"color", "#f2a65a"}};
 constexpr Default kListMore[] = {{"right", "16"}, {"top", "12"}, {"font-size", "26"}};
 constexpr Default kRingMore[] = {{"left", "8"}, {"width", "100"}, {"bottom", "2"}, {"font-size", "22"}, {"text-align", "center"}};
 constexpr Default kListClose[] = {{"right", "-18"}, {"top", "-18"}, {"width", "44"}, {"height", "44"}, {"border-radius", "22"}};
 constexpr Default kRingClose[] = {{"width", "64"}, {"height", "64"}, {"border-radius", "32"}};
-constexpr Default kCloseText[] = {{"position", "absolute"}, {"left", "0"}, {"width", "100%"}, {"color", "#f4f7fa"}, {"text-align", "center"}};
+constexpr Default kCloseText[] = {
+    {"position", "absolute"}, {"left", "0"}, {"width", "100%"}, {"color", "#f4f7fa"}, {"text-align", "center"}};
 
 /// A text of that many letters stands in one line of a ring's entry.
 constexpr int kShortText = 12;
@@ -235,8 +238,10 @@ Vecta::Vector2f ContentMenuNode::placeBeside(std::size_t entry, Vecta::Vector2f 
         const Vecta::Vector2f left(middle.x - offset.x, y);
         const auto kept = [&](Vecta::Vector2f center) {
             const auto* const toolkit = Trellis::Application::instance();
-            const Vecta::Vector2f farEdge = mapToScene(center + Vecta::Vector2f(center.x > middle.x ? besideSize.x / 2.f : -besideSize.x / 2.f, 0.f));
-            return !toolkit || (farEdge.x >= 0.f && farEdge.y >= 0.f && farEdge.x <= toolkit->size().x && farEdge.y <= toolkit->size().y);
+            const Vecta::Vector2f farEdge =
+                mapToScene(center + Vecta::Vector2f(center.x > middle.x ? besideSize.x / 2.f : -besideSize.x / 2.f, 0.f));
+            return !toolkit
+                || (farEdge.x >= 0.f && farEdge.y >= 0.f && farEdge.x <= toolkit->size().x && farEdge.y <= toolkit->size().y);
         };
         return kept(right) || !kept(left) ? right : left;
     }

@@ -8,8 +8,7 @@
 
 namespace Tavola
 {
-enum class MenuStyle
-{
+enum class MenuStyle {
     Ring, ///< entries stand round the place where the menu was opened
     List  ///< entries stand below one another
 };
@@ -60,7 +59,7 @@ private:
     Handlers m_handlers;
     std::vector<WidgetPtr> m_entryWidgets;
     WidgetPtr m_closeButton;
-    Facet::AttributeT<float> m_gap{this, "entry-gap", 10.f};         ///< px between the entries of a ring
+    Facet::AttributeT<float> m_gap{this, "entry-gap", 10.f};            ///< px between the entries of a ring
     Facet::AttributeT<float> m_innerRadius{this, "inner-radius", 74.f}; ///< px that a ring leaves free in its middle
 };
 }

@@ -1,9 +1,9 @@
 #include <Tavola/ContentMenuWidget.hpp>
 
 #include "component/AttributeValues.hpp"
+#include "keyboard/TableEdge.hpp"
 #include "menu/ContentMenuNode.hpp"
 #include "menu/MenuFile.hpp"
-#include "keyboard/TableEdge.hpp"
 
 #include <Bedrock/IntrusiveWeakPtr.hpp>
 #include <Bedrock/Trace.hpp>
@@ -102,8 +102,7 @@ void ContentMenuWidget::readFiles(const ComponentUse& use)
     readMenus(Tavola::instance()->menuFiles(), use, paths);
 }
 
-ContentMenuWidget::ContentMenuWidget(Trellis::Widget* parent)
-    : Trellis::Widget(parent), d(std::make_unique<MenuPrivate>(*this))
+ContentMenuWidget::ContentMenuWidget(Trellis::Widget* parent) : Trellis::Widget(parent), d(std::make_unique<MenuPrivate>(*this))
 {
     // Takes no room; what it shows stands where it was opened.
     setDefault(*this, "position", "absolute");
@@ -171,8 +170,9 @@ void ContentMenuWidget::update(const Trellis::FrameInfo& frame)
 }
 
 Bedrock::IntrusivePtr<ContentMenuNode> ContentMenuWidget::MenuPrivate::makeNode(Trellis::Widget& parent,
-                                                                               std::shared_ptr<const Menu> file,
-                                                                               const std::vector<MenuEntry>& entries, OpenNode from)
+                                                                                std::shared_ptr<const Menu> file,
+                                                                                const std::vector<MenuEntry>& entries,
+                                                                                OpenNode from)
 {
     ContentMenuNode::Handlers handlers;
     const Bedrock::IntrusiveWeakPtr<ContentMenuWidget> weak(&host);
@@ -209,7 +209,8 @@ ContentMenuWidget::NodeId ContentMenuWidget::MenuPrivate::findOpenedFrom(NodeId 
     return 0;
 }
 
-void ContentMenuWidget::MenuPrivate::entryTapped(const std::shared_ptr<const Menu>& file, ContentMenuNode& node, std::size_t entry)
+void ContentMenuWidget::MenuPrivate::entryTapped(const std::shared_ptr<const Menu>& file, ContentMenuNode& node,
+                                                 std::size_t entry)
 {
     const NodeId opener = find(node);
     if (opener == 0)

@@ -115,9 +115,11 @@ private:
             return std::nullopt;
         };
         if (!value.isObject())
-            return refuse(QStringLiteral("expected an object such as { \"text\": \"Map\", \"content\": { \"component\": \"picture\" } }"));
+            return refuse(
+                QStringLiteral("expected an object such as { \"text\": \"Map\", \"content\": { \"component\": \"picture\" } }"));
         const QJsonObject object = value.toObject();
-        const JsonEntries written(object, place, [path = file.path](const QString& at, const QString& why) { skip(path, at, why); });
+        const JsonEntries written(object, place,
+                                  [path = file.path](const QString& at, const QString& why) { skip(path, at, why); });
         written.checkKnown({"text", "icon", "entries", "menu", "content"});
         MenuEntry entry;
         entry.text = written.text(QStringLiteral("text"));
@@ -154,7 +156,8 @@ private:
             for (const QString& member : m_reading.mid(first))
                 circle << QFileInfo(member).fileName();
             circle << circle.first();
-            skip(file.path, place, QStringLiteral("menus include one another in a circle: %1").arg(circle.join(QStringLiteral(" > "))));
+            skip(file.path, place,
+                 QStringLiteral("menus include one another in a circle: %1").arg(circle.join(QStringLiteral(" > "))));
             return {};
         }
         return readFile(path, [&](const QString& why) { skip(file.path, place, why); });
@@ -175,8 +178,9 @@ bool MenuFiles::FileSeen::isUnchanged() const
 std::shared_ptr<const Menu> MenuFiles::menu(const QString& path)
 {
     const auto known = m_read.find(path);
-    if (known != m_read.end()
-        && std::all_of(known->second.files.begin(), known->second.files.end(), [](const FileSeen& file) { return file.isUnchanged(); }))
+    if (known != m_read.end() && std::all_of(known->second.files.begin(), known->second.files.end(), [](const FileSeen& file) {
+            return file.isUnchanged();
+        }))
         return known->second.menu;
     Reader reader;
     auto menu = std::make_shared<Menu>();

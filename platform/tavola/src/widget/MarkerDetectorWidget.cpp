@@ -18,8 +18,13 @@ struct Default
     const char* value;
 };
 constexpr Default kMarkDefaults[] = {
-    {"position", "absolute"},    {"width", "150"},        {"height", "150"},        {"border-radius", "75"},
-    {"border-color", "#8899aa"}, {"border-width", "3"}, {"input-transparent", "true"},
+    {"position", "absolute"},
+    {"width", "150"},
+    {"height", "150"},
+    {"border-radius", "75"},
+    {"border-color", "#8899aa"},
+    {"border-width", "3"},
+    {"input-transparent", "true"},
 };
 }
 

@@ -8,7 +8,8 @@ namespace Trellis
 {
 /// One line of text that a visitor writes. A tap gives it the keyboard and puts the cursor where the finger was; enter and
 /// escape give the keyboard back. An editor with a keyboard of its own on the table is edited independently of all others:
-/// several visitors write at once, while the physical keyboard goes to the editor that was tapped last. What does not fit is scrolled so that the cursor stays in sight.
+/// several visitors write at once, while the physical keyboard goes to the editor that was tapped last. What does not fit is
+/// scrolled so that the cursor stays in sight.
 ///
 /// Attributes: those of a text but "max-lines", and "caret-color".
 /// Events: "editing-began"; "text-changed"; "editing-finished" with the text and the reason: "enter" (the enter key), "escape" or

@@ -29,15 +29,13 @@ class InputGrabber;
 class Operator;
 
 /// How a widget takes its place among the children of its parent.
-enum class Display
-{
+enum class Display {
     Block,  ///< stands below the block before it, as wide as the container unless it has a width
     Inline, ///< stands in a line beside its neighbours, which wraps
     None    ///< takes no place and is neither drawn nor touched
 };
 /// Whether the flow decides where a widget stands.
-enum class Position
-{
+enum class Position {
     Flow,
     Absolute ///< "left", "top", "right", "bottom" or "location" decide; the widget takes no place in the flow
 };

@@ -1,10 +1,10 @@
 #include <Trellis/Application.hpp>
 
 #include "application/ApplicationPrivate.hpp"
-#include "input/GrabManagerPrivate.hpp"
 #include "application/Guarded.hpp"
-#include "picture/ImageLoader.hpp"
+#include "input/GrabManagerPrivate.hpp"
 #include "layout/LayoutEngine.hpp"
+#include "picture/ImageLoader.hpp"
 #include "text/TextBlock.hpp"
 #include "tree/WidgetPrivate.hpp"
 
@@ -143,8 +143,7 @@ void Application::takeInput(double dtSeconds)
             sample.markers.insert(sample.markers.end(), d->scratch.markers.begin(), d->scratch.markers.end());
             sample.changes.insert(sample.changes.end(), d->scratch.changes.begin(), d->scratch.changes.end());
         }
-        std::sort(sample.fingers.begin(), sample.fingers.end(),
-                  [](const auto& a, const auto& b) { return a.id() < b.id(); });
+        std::sort(sample.fingers.begin(), sample.fingers.end(), [](const auto& a, const auto& b) { return a.id() < b.id(); });
     }
 
     using Kind = Tactile::InputChange::Kind;

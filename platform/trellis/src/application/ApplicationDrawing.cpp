@@ -1,6 +1,6 @@
 #include "application/ApplicationPrivate.hpp"
-#include "picture/ImageLoader.hpp"
 #include "drawing/ScenePainter.hpp"
+#include "picture/ImageLoader.hpp"
 
 #include <Lantern/ImageTarget.hpp>
 #include <Lantern/RenderContext.hpp>

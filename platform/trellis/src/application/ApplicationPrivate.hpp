@@ -1,7 +1,7 @@
 #pragma once
 
-#include "drawing/DamageTracker.hpp"
 #include "application/FrameUpdater.hpp"
+#include "drawing/DamageTracker.hpp"
 #include "input/WidgetInput.hpp"
 
 #include <Tactile/Sample.hpp>

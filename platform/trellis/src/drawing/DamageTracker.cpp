@@ -102,7 +102,8 @@ void DamageTracker::collect()
     m_queue.clear();
 }
 
-void DamageTracker::account(Widget& widget, const Vecta::Transform& parentToScene, const Vecta::Rect& clip, bool visible, Extent extent)
+void DamageTracker::account(Widget& widget, const Vecta::Transform& parentToScene, const Vecta::Rect& clip, bool visible,
+                            Extent extent)
 {
     auto& d = *widget.d;
     const bool shows = visible && d.display.value() != Display::None && d.opacity.value() > 0.f;
@@ -110,7 +111,8 @@ void DamageTracker::account(Widget& widget, const Vecta::Transform& parentToScen
     const bool isUpright = toScene.m12 == 0.f && toScene.m21 == 0.f && toScene.m11 == 1.f && toScene.m22 == 1.f;
     Vecta::Rect whole = toScene.mapBounds({0.f, 0.f, d.size.x, d.size.y});
     if (!isUpright && !whole.isEmpty())
-        whole = {whole.x - kSmoothEdgePx, whole.y - kSmoothEdgePx, whole.width + 2 * kSmoothEdgePx, whole.height + 2 * kSmoothEdgePx};
+        whole = {whole.x - kSmoothEdgePx, whole.y - kSmoothEdgePx, whole.width + 2 * kSmoothEdgePx,
+                 whole.height + 2 * kSmoothEdgePx};
     const bool clips = d.overflow.value() == Overflow::Hidden;
     addArea(d.drawnBounds);
     d.drawnBounds = shows ? whole.intersected(clip) : Vecta::Rect{};

@@ -19,8 +19,7 @@ class Widget;
 class DamageTracker
 {
 public:
-    enum class Extent
-    {
+    enum class Extent {
         Widget, ///< the widget's own look or size
         Subtree ///< what is in it moved, faded, came or went along
     };

@@ -1,7 +1,7 @@
 #include <Trellis/GrabManager.hpp>
 
-#include "input/GrabManagerPrivate.hpp"
 #include "application/Guarded.hpp"
+#include "input/GrabManagerPrivate.hpp"
 #include "input/HitTest.hpp"
 #include "input/WidgetInput.hpp"
 

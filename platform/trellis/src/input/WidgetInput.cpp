@@ -1,7 +1,7 @@
 #include "input/WidgetInput.hpp"
 
-#include "input/GrabManagerPrivate.hpp"
 #include "application/Guarded.hpp"
+#include "input/GrabManagerPrivate.hpp"
 #include "input/HitTest.hpp"
 #include "layout/LayoutEngine.hpp"
 #include "motion/MotionController.hpp"
@@ -51,16 +51,10 @@ void WidgetInput::process(const Tactile::Sample& sample, double timeSeconds, dou
             continue;
         guarded("A listener to a finger", [&] {
             switch (change.kind) {
-            case Kind::Down:
-                fingerDown(change.object);
-                break;
-            case Kind::Move:
-                fingerMoved(change.object);
-                break;
+            case Kind::Down: fingerDown(change.object); break;
+            case Kind::Move: fingerMoved(change.object); break;
             case Kind::Up:
-            case Kind::Cancel:
-                fingerLeft(change.object, change.kind == Kind::Cancel);
-                break;
+            case Kind::Cancel: fingerLeft(change.object, change.kind == Kind::Cancel); break;
             }
         });
     }
@@ -101,8 +95,8 @@ void WidgetInput::begin(const Tactile::TrackedObject& object, Widget& hit, bool 
         hold.receiver = &receiver;
         m_holds.push_back(hold);
     }
-    m_fingers.push_back({object.id(), object.centerLocation(), object.centerLocation(), Vector2f(), m_time, &hit, &receiver,
-                         tapPossible});
+    m_fingers.push_back(
+        {object.id(), object.centerLocation(), object.centerLocation(), Vector2f(), m_time, &hit, &receiver, tapPossible});
     m_grabManager.d->set(object.id(), hit);
     ++hit.d->fingersHeld;
     if (&receiver != &hit)

@@ -296,8 +296,8 @@ void LayoutEngine::layOut(Widget& widget, const Room& room)
         DamageTracker::widgetChanged(widget, DamageTracker::Extent::Widget);
         d.size = size;
     }
-    const bool padded = padsBefore[0] != d.padLeft || padsBefore[1] != d.padTop || padsBefore[2] != d.padRight
-        || padsBefore[3] != d.padBottom;
+    const bool padded =
+        padsBefore[0] != d.padLeft || padsBefore[1] != d.padTop || padsBefore[2] != d.padRight || padsBefore[3] != d.padBottom;
     if (d.arrangeDirty || resized || padded)
         arrange(widget);
     else if (d.belowDirty)
@@ -333,8 +333,8 @@ void LayoutEngine::placeAbsolute(Widget& widget, Widget& child)
     const auto& c = *child.d;
     const Vector2f box = c.size * std::max(0.f, c.scale.value());
     const Edges& margin = c.margin.value();
-    const auto along = [&](const Length& near, const Length& far, const Length& marginNear, const Length& marginFar,
-                           float extent, float boxExtent) {
+    const auto along = [&](const Length& near, const Length& far, const Length& marginNear, const Length& marginFar, float extent,
+                           float boxExtent) {
         const float before = marginNear.resolve(whole.x);
         const float after = marginFar.resolve(whole.x);
         if (near.isAuto() && far.isAuto())

@@ -12,7 +12,8 @@ namespace Trellis
 /// A widget's size includes its padding; borders are drawn inside it. Children that stand in the flow fill the content box
 /// (the widget without its padding): a block has a line of its own, inline children share lines, which wrap. The flow
 /// reckons with a child's box as its scale shows it, not with its rotation. Out of the flow are children with "position:
-/// absolute" and those whose location a style sheet sets; for them 100% is the whole parent, and an auto size is that of the content.
+/// absolute" and those whose location a style sheet sets; for them 100% is the whole parent, and an auto size is that of the
+/// content.
 ///
 /// The location that the flow gives goes to layer 0. Listeners hear of it when the whole tree is laid out.
 class LayoutEngine

@@ -53,12 +53,9 @@ bool StyleConversion<Length>::read(const StyleValue& value, Length& result, QStr
 QString StyleConversion<Length>::write(const Length& value)
 {
     switch (value.unit) {
-    case Length::Unit::Auto:
-        return QStringLiteral("auto");
-    case Length::Unit::Percent:
-        return number(value.value) + QLatin1Char('%');
-    case Length::Unit::Pixels:
-        break;
+    case Length::Unit::Auto: return QStringLiteral("auto");
+    case Length::Unit::Percent: return number(value.value) + QLatin1Char('%');
+    case Length::Unit::Pixels: break;
     }
     return number(value.value) + QLatin1String("px");
 }

@@ -83,8 +83,7 @@ void FadeAnimator::fadeIn(Widget& widget, float seconds, float delaySeconds)
     }
     widget.d->fadingOut = false;
     widget.setOpacity(from);
-    widget.addOperator(
-        Bedrock::makeIntrusive<FadeOperator>(widget.d->opacity, Direction::In, from, seconds, delaySeconds));
+    widget.addOperator(Bedrock::makeIntrusive<FadeOperator>(widget.d->opacity, Direction::In, from, seconds, delaySeconds));
 }
 
 void FadeAnimator::fadeOutAndDelete(Widget& widget, float seconds, float delaySeconds)

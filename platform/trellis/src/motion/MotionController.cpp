@@ -115,7 +115,8 @@ void MotionController::slide(Widget& widget, float dtSeconds)
             speed = 0.f;
         return inside;
     };
-    const Vector2f inside{keptInside(before.x, after.x, room.x, d.velocity.x), keptInside(before.y, after.y, room.y, d.velocity.y)};
+    const Vector2f inside{keptInside(before.x, after.x, room.x, d.velocity.x),
+                          keptInside(before.y, after.y, room.y, d.velocity.y)};
     if (inside != before)
         widget.setCenterLocation(inside);
 }

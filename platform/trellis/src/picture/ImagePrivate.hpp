@@ -6,8 +6,7 @@
 
 namespace Trellis
 {
-enum class Fit
-{
+enum class Fit {
     Contain, ///< all of it shows
     Cover,   ///< it fills the widget, what sticks out is cut off
     Stretch  ///< it fills the widget, out of proportion
@@ -26,12 +25,12 @@ struct ImageWidget::ImagePrivate
 
     ImageWidget& host;
     QImage image;
-    QSize fullSize;              ///< pixels of the file
-    ImageSize wanted;            ///< what was asked for last
-    bool isRequested = false;    ///< `wanted` holds
-    bool isLoading = false;      ///< asked for and not answered
-    bool isTiled = false;        ///< shows the picture in its own size, however large the widget is
-    QImage pattern;              ///< several tiles in one picture, where one is very small
+    QSize fullSize;           ///< pixels of the file
+    ImageSize wanted;         ///< what was asked for last
+    bool isRequested = false; ///< `wanted` holds
+    bool isLoading = false;   ///< asked for and not answered
+    bool isTiled = false;     ///< shows the picture in its own size, however large the widget is
+    QImage pattern;           ///< several tiles in one picture, where one is very small
     long generation = 0;
     std::shared_ptr<void> scheduled; ///< a request will be made after the update
 

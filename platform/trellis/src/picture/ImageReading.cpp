@@ -76,8 +76,8 @@ ReadImage readImage(const QString& path, const ImageSize& wanted)
         if (scaled != image.size())
             image = image.scaled(scaled, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     }
-    result.image = std::move(image).convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied
-                                                                            : QImage::Format_RGB32);
+    result.image =
+        std::move(image).convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
     return result;
 }
 }

@@ -9,8 +9,7 @@ namespace Trellis
 /// and widgets of nearly one size share theirs.
 struct ImageSize
 {
-    enum class Side
-    {
+    enum class Side {
         Longest, ///< the picture will stand inside a square of `edgePx`
         Shortest ///< it will fill one
     };

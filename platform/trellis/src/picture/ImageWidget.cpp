@@ -12,9 +12,8 @@ namespace Trellis
 {
 namespace
 {
-const Facet::AttributeT<Fit>::Names kFits{{QStringLiteral("contain"), Fit::Contain},
-                                          {QStringLiteral("cover"), Fit::Cover},
-                                          {QStringLiteral("stretch"), Fit::Stretch}};
+const Facet::AttributeT<Fit>::Names kFits{
+    {QStringLiteral("contain"), Fit::Contain}, {QStringLiteral("cover"), Fit::Cover}, {QStringLiteral("stretch"), Fit::Stretch}};
 const Facet::EventName kImageLoaded("image-loaded");
 
 template <class T>
@@ -25,10 +24,8 @@ const Facet::AttributeT<T>& baseAttribute(const Widget& widget, const char* name
 }
 
 ImageWidget::ImagePrivate::ImagePrivate(ImageWidget* widget)
-    : source(widget, QByteArrayLiteral("source")),
-      fit(widget, QByteArrayLiteral("fit"), kFits, Fit::Contain),
-      height(baseAttribute<Length>(*widget, "height")),
-      borderRadius(baseAttribute<float>(*widget, "border-radius")),
+    : source(widget, QByteArrayLiteral("source")), fit(widget, QByteArrayLiteral("fit"), kFits, Fit::Contain),
+      height(baseAttribute<Length>(*widget, "height")), borderRadius(baseAttribute<float>(*widget, "border-radius")),
       host(*widget)
 {
 }
@@ -137,7 +134,8 @@ void ImageWidget::ImagePrivate::request()
     wanted = size;
     isRequested = isLoading = true;
     ++generation;
-    const auto done = [weak = Bedrock::IntrusiveWeakPtr<ImageWidget>(&host), wantedBy = generation](const ImageLoader::Picture& picture) {
+    const auto done = [weak = Bedrock::IntrusiveWeakPtr<ImageWidget>(&host),
+                       wantedBy = generation](const ImageLoader::Picture& picture) {
         const auto widget = weak.lock();
         if (widget && widget->d->generation == wantedBy)
             widget->d->show(picture);
@@ -205,7 +203,8 @@ void ImageWidget::renderContent(Lantern::RenderContext& context) const
 
     // Shown much larger than it was asked for: a larger one is fetched. A smaller one would look no better.
     const int edgePx = d->wanted.edgePx > 0 ? d->wanted.edgePx : kLargestUnknownPx;
-    if (d->isRequested && !d->scheduled && !d->isLoading && d->image.width() < d->fullSize.width() && d->sizeShown().edgePx > edgePx)
+    if (d->isRequested && !d->scheduled && !d->isLoading && d->image.width() < d->fullSize.width()
+        && d->sizeShown().edgePx > edgePx)
         d->schedule();
 }
 }

@@ -13,8 +13,8 @@ bool StyleConversion<Trellis::FontWeight>::read(const StyleValue& value, Trellis
         result.value = 700;
         return true;
     }
-    if (value.terms.size() == 1 && value.terms.first().kind == StyleTerm::Kind::Number && value.terms.first().number >= 1.0 &&
-        value.terms.first().number <= 1000.0) {
+    if (value.terms.size() == 1 && value.terms.first().kind == StyleTerm::Kind::Number && value.terms.first().number >= 1.0
+        && value.terms.first().number <= 1000.0) {
         result.value = int(value.terms.first().number);
         return true;
     }

@@ -19,16 +19,11 @@ long layoutCount = 0;
 Qt::Alignment qtAlignment(TextAlign align, bool isRightToLeft)
 {
     switch (align) {
-    case TextAlign::Left:
-        return Qt::AlignLeft;
-    case TextAlign::Right:
-        return Qt::AlignRight;
-    case TextAlign::Center:
-        return Qt::AlignHCenter;
-    case TextAlign::Start:
-        return isRightToLeft ? Qt::AlignRight : Qt::AlignLeft;
-    case TextAlign::End:
-        return isRightToLeft ? Qt::AlignLeft : Qt::AlignRight;
+    case TextAlign::Left: return Qt::AlignLeft;
+    case TextAlign::Right: return Qt::AlignRight;
+    case TextAlign::Center: return Qt::AlignHCenter;
+    case TextAlign::Start: return isRightToLeft ? Qt::AlignRight : Qt::AlignLeft;
+    case TextAlign::End: return isRightToLeft ? Qt::AlignLeft : Qt::AlignRight;
     }
     return Qt::AlignLeft;
 }

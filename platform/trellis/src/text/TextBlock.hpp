@@ -14,8 +14,7 @@ class RenderContext;
 
 namespace Trellis
 {
-enum class TextAlign
-{
+enum class TextAlign {
     Start, ///< left, or right where the text runs from right to left
     Left,
     Center,
@@ -41,8 +40,7 @@ struct TextFormat
 class TextBlock
 {
 public:
-    enum class Wrap
-    {
+    enum class Wrap {
         Words,
         Never ///< one line, however long; line ends in the text are not expected
     };

@@ -32,7 +32,8 @@ QString asOneLine(const QString& text)
     line.reserve(text.size());
     for (int i = 0; i < text.size(); ++i) {
         const QChar c = text.at(i);
-        const bool isLineEnd = c == QLatin1Char('\n') || c == QLatin1Char('\r') || c == QChar::LineSeparator || c == QChar::ParagraphSeparator;
+        const bool isLineEnd =
+            c == QLatin1Char('\n') || c == QLatin1Char('\r') || c == QChar::LineSeparator || c == QChar::ParagraphSeparator;
         if (isLineEnd || c == QLatin1Char('\t')) {
             line += QLatin1Char(' ');
             if (c == QLatin1Char('\r') && i + 1 < text.size() && text.at(i + 1) == QLatin1Char('\n'))
@@ -93,8 +94,8 @@ struct TextEditWidget::EditPrivate
     bool hasFocus = false;       ///< of the one physical keyboard
     bool hasOwnKeyboard = false; ///< one on the table serves it
     bool isEditing = false;      ///< either of the two
-    bool isFinishing = false; ///< a reason other than the loss of focus is being told
-    bool isWriting = false;   ///< the text changes by the visitor's hand: the cursor is set by that
+    bool isFinishing = false;    ///< a reason other than the loss of focus is being told
+    bool isWriting = false;      ///< the text changes by the visitor's hand: the cursor is set by that
     float scroll = 0.f;
     float blinkSeconds = 0.f;
 
@@ -258,33 +259,16 @@ void TextEditWidget::keyPressed(QKeyEvent& event)
         setText(changed);
     };
     switch (event.key()) {
-    case Qt::Key_Left:
-        moveTo(isRightToLeft ? borderBehind(content, d->cursor) : borderBefore(content, d->cursor));
-        return;
-    case Qt::Key_Right:
-        moveTo(isRightToLeft ? borderBefore(content, d->cursor) : borderBehind(content, d->cursor));
-        return;
-    case Qt::Key_Home:
-        moveTo(0);
-        return;
-    case Qt::Key_End:
-        moveTo(content.size());
-        return;
-    case Qt::Key_Backspace:
-        remove(borderBefore(content, d->cursor), d->cursor);
-        return;
-    case Qt::Key_Delete:
-        remove(d->cursor, borderBehind(content, d->cursor));
-        return;
+    case Qt::Key_Left: moveTo(isRightToLeft ? borderBehind(content, d->cursor) : borderBefore(content, d->cursor)); return;
+    case Qt::Key_Right: moveTo(isRightToLeft ? borderBefore(content, d->cursor) : borderBehind(content, d->cursor)); return;
+    case Qt::Key_Home: moveTo(0); return;
+    case Qt::Key_End: moveTo(content.size()); return;
+    case Qt::Key_Backspace: remove(borderBefore(content, d->cursor), d->cursor); return;
+    case Qt::Key_Delete: remove(d->cursor, borderBehind(content, d->cursor)); return;
     case Qt::Key_Return:
-    case Qt::Key_Enter:
-        finish("enter");
-        return;
-    case Qt::Key_Escape:
-        finish("escape");
-        return;
-    default:
-        break;
+    case Qt::Key_Enter: finish("enter"); return;
+    case Qt::Key_Escape: finish("escape"); return;
+    default: break;
     }
     if (isWriting(event))
         insertText(event.text());
@@ -320,7 +304,8 @@ TextEditWidget::EditPrivate::Place TextEditWidget::EditPrivate::place(const Text
         const TextAlign align = base.textAlign.value();
         if (align == TextAlign::Center)
             indent = (room - width) / 2.f;
-        else if (align == TextAlign::Right || (align == TextAlign::Start && isRightToLeft) || (align == TextAlign::End && !isRightToLeft))
+        else if (align == TextAlign::Right || (align == TextAlign::Start && isRightToLeft)
+                 || (align == TextAlign::End && !isRightToLeft))
             indent = room - width;
         scroll = 0.f;
     } else {

@@ -28,17 +28,15 @@ const QStringList kDefaultFamilies{QStringLiteral("Inter"), QStringLiteral("sans
 /// The font's own scale of boldness runs to 99.
 int qtWeight(int weight)
 {
-    constexpr std::array<int, 9> kWeights{QFont::Thin,   QFont::ExtraLight, QFont::Light,     QFont::Normal, QFont::Medium,
-                                          QFont::DemiBold, QFont::Bold,     QFont::ExtraBold, QFont::Black};
+    constexpr std::array<int, 9> kWeights{QFont::Thin,     QFont::ExtraLight, QFont::Light,     QFont::Normal, QFont::Medium,
+                                          QFont::DemiBold, QFont::Bold,       QFont::ExtraBold, QFont::Black};
     return kWeights[std::size_t(std::clamp((weight + 50) / 100, 1, 9) - 1)];
 }
 }
 
 TextInterfaceWidget::TextPrivate::TextPrivate(TextInterfaceWidget* host)
-    : text(host, QByteArrayLiteral("text")),
-      color(host, QByteArrayLiteral("color"), Bedrock::Color{0.f, 0.f, 0.f, 1.f}),
-      fontFamily(host, QByteArrayLiteral("font-family"), kDefaultFamilies),
-      fontSize(host, QByteArrayLiteral("font-size"), 16.f),
+    : text(host, QByteArrayLiteral("text")), color(host, QByteArrayLiteral("color"), Bedrock::Color{0.f, 0.f, 0.f, 1.f}),
+      fontFamily(host, QByteArrayLiteral("font-family"), kDefaultFamilies), fontSize(host, QByteArrayLiteral("font-size"), 16.f),
       fontWeight(host, QByteArrayLiteral("font-weight")),
       fontStyle(host, QByteArrayLiteral("font-style"), kFontStyles, FontStyle::Normal),
       lineHeight(host, QByteArrayLiteral("line-height"), 0.f),
@@ -75,14 +73,16 @@ const TextBlock& TextInterfaceWidget::TextPrivate::lines(TextBlock& block, float
 
 float TextInterfaceWidget::TextPrivate::topOf(float height, const Vecta::Rect& box) const
 {
-    const float share = verticalAlign.value() == VerticalAlign::Top ? 0.f : verticalAlign.value() == VerticalAlign::Middle ? 0.5f : 1.f;
+    const float share = verticalAlign.value() == VerticalAlign::Top ? 0.f
+        : verticalAlign.value() == VerticalAlign::Middle            ? 0.5f
+                                                                    : 1.f;
     return box.y + (box.height - height) * share;
 }
 
 bool TextInterfaceWidget::TextPrivate::changesLines(const Facet::Attribute& attribute) const
 {
-    return &attribute == &text || &attribute == &fontFamily || &attribute == &fontSize || &attribute == &fontWeight ||
-           &attribute == &fontStyle || &attribute == &lineHeight || &attribute == &textAlign || &attribute == &maxLines;
+    return &attribute == &text || &attribute == &fontFamily || &attribute == &fontSize || &attribute == &fontWeight
+        || &attribute == &fontStyle || &attribute == &lineHeight || &attribute == &textAlign || &attribute == &maxLines;
 }
 
 TextInterfaceWidget::TextInterfaceWidget(Widget* parent) : Widget(parent), d(std::make_unique<TextPrivate>(this)) {}

@@ -1,13 +1,13 @@
 #include <Trellis/Widget.hpp>
 
 #include "application/ApplicationPrivate.hpp"
+#include "application/FrameUpdater.hpp"
 #include "drawing/BoxPainter.hpp"
 #include "drawing/DamageTracker.hpp"
-#include "application/FrameUpdater.hpp"
+#include "input/WidgetInput.hpp"
 #include "layout/LayoutEngine.hpp"
 #include "motion/MotionController.hpp"
 #include "tree/WidgetEvents.hpp"
-#include "input/WidgetInput.hpp"
 #include "tree/WidgetPrivate.hpp"
 
 #include <Trellis/Application.hpp>
@@ -354,8 +354,8 @@ void Widget::attributeChanged(Facet::Attribute& attribute)
     } else if (a == &d->align || a == &d->gap) {
         LayoutEngine::invalidateContent(*this);
     } else if (a == &d->width || a == &d->height || a == &d->minWidth || a == &d->maxWidth || a == &d->minHeight
-               || a == &d->maxHeight || a == &d->left || a == &d->top || a == &d->right || a == &d->bottom
-               || a == &d->padding || a == &d->margin || a == &d->position) {
+               || a == &d->maxHeight || a == &d->left || a == &d->top || a == &d->right || a == &d->bottom || a == &d->padding
+               || a == &d->margin || a == &d->position) {
         LayoutEngine::invalidateBox(*this);
     }
 }

@@ -42,20 +42,16 @@ TRELLIS_NAME(kMinScale, "min-scale");
 TRELLIS_NAME(kMaxScale, "max-scale");
 #undef TRELLIS_NAME
 
-const Facet::AttributeT<Position>::Names kPositions{
-    {QStringLiteral("flow"), Position::Flow},
-    {QStringLiteral("absolute"), Position::Absolute}};
-const Facet::AttributeT<Display>::Names kDisplays{
-    {QStringLiteral("block"), Display::Block},
-    {QStringLiteral("inline"), Display::Inline},
-    {QStringLiteral("none"), Display::None}};
-const Facet::AttributeT<Alignment>::Names kAlignments{
-    {QStringLiteral("left"), Alignment::Left},
-    {QStringLiteral("center"), Alignment::Center},
-    {QStringLiteral("right"), Alignment::Right}};
-const Facet::AttributeT<Overflow>::Names kOverflows{
-    {QStringLiteral("visible"), Overflow::Visible},
-    {QStringLiteral("hidden"), Overflow::Hidden}};
+const Facet::AttributeT<Position>::Names kPositions{{QStringLiteral("flow"), Position::Flow},
+                                                    {QStringLiteral("absolute"), Position::Absolute}};
+const Facet::AttributeT<Display>::Names kDisplays{{QStringLiteral("block"), Display::Block},
+                                                  {QStringLiteral("inline"), Display::Inline},
+                                                  {QStringLiteral("none"), Display::None}};
+const Facet::AttributeT<Alignment>::Names kAlignments{{QStringLiteral("left"), Alignment::Left},
+                                                      {QStringLiteral("center"), Alignment::Center},
+                                                      {QStringLiteral("right"), Alignment::Right}};
+const Facet::AttributeT<Overflow>::Names kOverflows{{QStringLiteral("visible"), Overflow::Visible},
+                                                    {QStringLiteral("hidden"), Overflow::Hidden}};
 
 constexpr Bedrock::Color kTransparent{0.f, 0.f, 0.f, 0.f};
 }
@@ -77,39 +73,16 @@ void LocationAttribute::clearValue(int layer)
 }
 
 Widget::Private::Private(Widget* host)
-    : location(host, kLocation),
-      width(host, kWidth),
-      height(host, kHeight),
-      minWidth(host, kMinWidth),
-      maxWidth(host, kMaxWidth),
-      minHeight(host, kMinHeight),
-      maxHeight(host, kMaxHeight),
-      left(host, kLeft),
-      top(host, kTop),
-      right(host, kRight),
-      bottom(host, kBottom),
-      padding(host, kPadding),
-      margin(host, kMargin),
-      position(host, kPosition, kPositions, Position::Flow),
-      display(host, kDisplay, kDisplays, Display::Block),
-      align(host, kAlign, kAlignments, Alignment::Left),
-      gap(host, kGap, 0.f),
-      rotation(host, kRotation),
-      scale(host, kScale, 1.f),
-      opacity(host, kOpacity, 1.f),
-      backgroundColor(host, kBackgroundColor, kTransparent),
-      borderColor(host, kBorderColor, kTransparent),
-      borderWidth(host, kBorderWidth, 0.f),
-      borderRadius(host, kBorderRadius, 0.f),
-      overflow(host, kOverflow, kOverflows, Overflow::Visible),
-      inputTransparent(host, kInputTransparent, false),
-      movable(host, kMovable, false),
-      rotatable(host, kRotatable, false),
-      scalable(host, kScalable, false),
-      inertia(host, kInertia, true),
-      minScale(host, kMinScale, 0.1f),
-      maxScale(host, kMaxScale, 10.f),
-      grabber(*host)
+    : location(host, kLocation), width(host, kWidth), height(host, kHeight), minWidth(host, kMinWidth), maxWidth(host, kMaxWidth),
+      minHeight(host, kMinHeight), maxHeight(host, kMaxHeight), left(host, kLeft), top(host, kTop), right(host, kRight),
+      bottom(host, kBottom), padding(host, kPadding), margin(host, kMargin),
+      position(host, kPosition, kPositions, Position::Flow), display(host, kDisplay, kDisplays, Display::Block),
+      align(host, kAlign, kAlignments, Alignment::Left), gap(host, kGap, 0.f), rotation(host, kRotation),
+      scale(host, kScale, 1.f), opacity(host, kOpacity, 1.f), backgroundColor(host, kBackgroundColor, kTransparent),
+      borderColor(host, kBorderColor, kTransparent), borderWidth(host, kBorderWidth, 0.f), borderRadius(host, kBorderRadius, 0.f),
+      overflow(host, kOverflow, kOverflows, Overflow::Visible), inputTransparent(host, kInputTransparent, false),
+      movable(host, kMovable, false), rotatable(host, kRotatable, false), scalable(host, kScalable, false),
+      inertia(host, kInertia, true), minScale(host, kMinScale, 0.1f), maxScale(host, kMaxScale, 10.f), grabber(*host)
 {
 }
 }

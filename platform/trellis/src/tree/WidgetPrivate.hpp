@@ -7,8 +7,7 @@
 
 namespace Trellis
 {
-enum class Overflow
-{
+enum class Overflow {
     Visible,
     Hidden ///< children are neither drawn nor touched outside the widget
 };
@@ -65,15 +64,15 @@ struct Widget::Private
         Vecta::Vector2f size;
     };
     Vecta::Vector2f size;
-    Vecta::Vector2f flowLocation;                                         ///< where the layout wants the widget
+    Vecta::Vector2f flowLocation;                                       ///< where the layout wants the widget
     float padLeft = 0.f, padTop = 0.f, padRight = 0.f, padBottom = 0.f; ///< the padding in pixels
-    Measure measures[2];        ///< what contentSize said of late; a negative width is an empty entry
+    Measure measures[2]; ///< what contentSize said of late; a negative width is an empty entry
     int nextMeasure = 0;
     bool sizeFromContent = true; ///< the size may change with the content
     bool heightFromContent = false;
-    bool arrangeDirty = true;    ///< the children must be placed anew
-    bool belowDirty = false;     ///< a widget further down is dirty; set on all its ancestors
-    bool movePending = false;    ///< waits for its flow location to be written
+    bool arrangeDirty = true; ///< the children must be placed anew
+    bool belowDirty = false;  ///< a widget further down is dirty; set on all its ancestors
+    bool movePending = false; ///< waits for its flow location to be written
 
     // ---- Update (FrameUpdater) ----------------------------------------------------------------------------------------
     int activeIndex = -1; ///< place in the list of widgets that a frame visits
@@ -82,16 +81,16 @@ struct Widget::Private
     int operatorEnd = -1;
 
     // ---- Input (WidgetInput, MotionController) --------------------------------------------------------------------------
-    int fingersHeld = 0;         ///< fingers that move this widget or came down on it
-    double lastTouch = 0.0;      ///< frame time
-    bool inputDisabled = false;  ///< the widget and what is in it take nothing
-    bool holdsFingers = false;   ///< what fingers do inside moves nothing above it
-    bool fadingOut = false;      ///< likewise, as long as the widget is on its way out
-    bool moving = false;         ///< slides after a release
-    Vecta::Vector2f velocity;    ///< pixels of the parent per second
+    int fingersHeld = 0;        ///< fingers that move this widget or came down on it
+    double lastTouch = 0.0;     ///< frame time
+    bool inputDisabled = false; ///< the widget and what is in it take nothing
+    bool holdsFingers = false;  ///< what fingers do inside moves nothing above it
+    bool fadingOut = false;     ///< likewise, as long as the widget is on its way out
+    bool moving = false;        ///< slides after a release
+    Vecta::Vector2f velocity;   ///< pixels of the parent per second
 
     // ---- Drawing (DamageTracker) ----------------------------------------------------------------------------------------
-    Vecta::Rect drawnBounds;         ///< scene area of the widget itself when it was last accounted for
+    Vecta::Rect drawnBounds; ///< scene area of the widget itself when it was last accounted for
     bool redrawQueued = false;
     bool subtreeRedrawQueued = false; ///< what is in it moved along
 };

@@ -24,9 +24,24 @@ struct Vector2T
         return {x * c - y * s, x * s + y * c};
     }
 
-    constexpr Vector2T& operator+=(const Vector2T& o) { x += o.x; y += o.y; return *this; }
-    constexpr Vector2T& operator-=(const Vector2T& o) { x -= o.x; y -= o.y; return *this; }
-    constexpr Vector2T& operator*=(T f) { x *= f; y *= f; return *this; }
+    constexpr Vector2T& operator+=(const Vector2T& o)
+    {
+        x += o.x;
+        y += o.y;
+        return *this;
+    }
+    constexpr Vector2T& operator-=(const Vector2T& o)
+    {
+        x -= o.x;
+        y -= o.y;
+        return *this;
+    }
+    constexpr Vector2T& operator*=(T f)
+    {
+        x *= f;
+        y *= f;
+        return *this;
+    }
     friend constexpr Vector2T operator+(Vector2T a, const Vector2T& b) { return a += b; }
     friend constexpr Vector2T operator-(Vector2T a, const Vector2T& b) { return a -= b; }
     friend constexpr Vector2T operator-(const Vector2T& a) { return {-a.x, -a.y}; }
@@ -41,5 +56,8 @@ using Vector2f = Vector2T<float>;
 
 /// Dot product.
 template <class T>
-[[nodiscard]] constexpr T dot(const Vector2T<T>& a, const Vector2T<T>& b) { return a.x * b.x + a.y * b.y; }
+[[nodiscard]] constexpr T dot(const Vector2T<T>& a, const Vector2T<T>& b)
+{
+    return a.x * b.x + a.y * b.y;
+}
 }

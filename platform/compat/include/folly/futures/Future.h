@@ -131,7 +131,7 @@ public:
     Future thenError(tag_t<Ex>, F&& function) &&
     {
         static_assert(std::is_same_v<futures::detail::ContinuationValue<std::decay_t<F>, Ex&>, T>,
-            "An error continuation returns T or Future<T>");
+                      "An error continuation returns T or Future<T>");
         return std::move(*this).template continueWith<T>(
             [f = std::decay_t<F>(std::forward<F>(function))](Try<T>&& result, Promise<T> promise) mutable {
                 if (Ex* exception = result.template tryGetExceptionObject<Ex>())
@@ -146,7 +146,7 @@ public:
     Future thenError(F&& function) &&
     {
         static_assert(std::is_same_v<futures::detail::ContinuationValue<std::decay_t<F>, exception_wrapper&&>, T>,
-            "An error continuation returns T or Future<T>");
+                      "An error continuation returns T or Future<T>");
         return std::move(*this).template continueWith<T>(
             [f = std::decay_t<F>(std::forward<F>(function))](Try<T>&& result, Promise<T> promise) mutable {
                 if (result.hasException())
@@ -241,8 +241,9 @@ private:
         Promise<Value> promise;
         Future<Value> future = promise.getFuture();
         future.m_core->setExecutor(m_core->executor());
-        Core::setCallback(std::move(m_core),
-            [s = std::move(step), p = std::move(promise)](Try<T>&& result) mutable { s(std::move(result), std::move(p)); });
+        Core::setCallback(std::move(m_core), [s = std::move(step), p = std::move(promise)](Try<T>&& result) mutable {
+            s(std::move(result), std::move(p));
+        });
         return future;
     }
 

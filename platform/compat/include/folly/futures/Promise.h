@@ -40,8 +40,7 @@ class Promise
 {
 public:
     Promise() : m_core(std::make_shared<Core>()) {}
-    Promise(Promise&& other) noexcept
-        : m_core(std::move(other.m_core)), m_isRetrieved(std::exchange(other.m_isRetrieved, false))
+    Promise(Promise&& other) noexcept : m_core(std::move(other.m_core)), m_isRetrieved(std::exchange(other.m_isRetrieved, false))
     {
     }
     Promise& operator=(Promise&& other) noexcept
