@@ -1,16 +1,15 @@
 #pragma once
 
-#include "FolderHost.hpp"
+#include "Table.hpp"
 #include "detector/PersonalTesselDetectorInstance.hpp"
 
 namespace PluginTest
 {
 /// A table with a detector, and a person whose card owns the table's folder of one relative item.
-struct FoldersOnDetector : FolderHost
+struct FoldersOnDetector : Table
 {
     using Answer = TestSupport::FakeTesselService::WidgetOrError;
     static constexpr const char* kSlot = "custom-tessel-content";
-    static constexpr Vecta::Vector2f kCard{600.f, 400.f};
 
     unsigned long keyed = newCode();
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FolderHost.hpp"
+#include "Table.hpp"
 
 namespace PluginTest
 {
@@ -15,12 +15,10 @@ struct TrackerOptions
 };
 
 /// A card on the table, an item under the main widget, and trackers made by hand.
-struct TrackerTable : FolderHost
+struct TrackerTable : Table
 {
-    static constexpr Vecta::Vector2f kCard{600.f, 400.f};
     static constexpr Vecta::Vector2f kCorner{100.f, 50.f}; ///< of an item
 
-    std::int64_t id = 0;
     Bedrock::IntrusivePtr<FolderItem> item = Bedrock::makeIntrusive<FolderItem>();
     Bedrock::IntrusivePtr<Tavola::MarkerTrackerOperator> tracker;
     int dismissals = 0;
@@ -31,8 +29,7 @@ struct TrackerTable : FolderHost
         addFolder();
         host.mainWidget().addChild(item);
         item->setLocation({500.f, 300.f});
-        id = putDown(code, kCard, cardRotation);
-        host.frame();
+        putCard(cardRotation);
     }
     Bedrock::IntrusivePtr<Tavola::MarkerTrackerOperator> make(const TrackerOptions& options = {})
     {
@@ -50,16 +47,6 @@ struct TrackerTable : FolderHost
         tracker = make(options);
         tracker->setWidget(*item);
         item->addOperator(tracker);
-    }
-    void moveCard(Vecta::Vector2f to)
-    {
-        host.input.markerMove(id, to);
-        host.frame();
-    }
-    void moveCard(Vecta::Vector2f to, double rotation)
-    {
-        host.input.markerMove(id, to, float(rotation));
-        host.frame();
     }
 };
 

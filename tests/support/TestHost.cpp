@@ -21,7 +21,7 @@ TestHost::TestHost(Vecta::Vector2f sizePx)
 {
     m_app->addInputSource(input);
     m_tavola->services()->setTesselService(m_tesselService);
-    m_tavola->services()->addService(QStringLiteral("media-server-service"), QStringLiteral("media"), m_mediaServer);
+    m_tavola->services()->addService(QStringLiteral("media-server-service"), QStringLiteral("server-of-the-test"), m_mediaServer);
     m_tavola->setErrorMessageHandler([this](const QString& text) { m_errorMessages.push_back(text); });
     m_sinkBefore =
         Tavola::DataGathering::setSink([this](const Tavola::DataGathering::Event& event) { m_analytics.push_back(event); });

@@ -82,7 +82,8 @@ public:
     /// Makes a card known to the cache as one that nobody owns (or of another kind).
     void addCard(unsigned long code, int type);
 
-    /// The media server, configured from the start as "media-server-service" named "media".
+    /// The media server, configured from the start as "media-server-service". The plug-in asks for that type and for no name; the
+    /// name here is one that nothing else uses, so that a look-up by a name finds no service.
     [[nodiscard]] FakeMediaServer& mediaServer() { return *m_mediaServer; }
     void removeMediaServer() { m_tavola->services()->removeService(m_mediaServer); }
 

@@ -1,7 +1,7 @@
 #include "detector/PersonalTesselDetectorWidget.hpp"
 
 #include "FakeEmailService.hpp"
-#include "FolderHost.hpp"
+#include "Table.hpp"
 #include "LogCapture.hpp"
 #include "email/EmailSendingPopupWidget.hpp"
 #include "personalspace/PersonalSpaceContents.hpp"
@@ -10,7 +10,6 @@
 
 #include <doctest/doctest.h>
 
-using PluginTest::FolderHost;
 using PluginTest::near;
 using PluginTest::newCode;
 using PluginTest::PlainContent;
@@ -24,12 +23,12 @@ namespace
 {
 const Vector2f kCard{700.f, 500.f};
 
-struct Table : FolderHost
+struct MailTable : PluginTest::Table
 {
     std::shared_ptr<TestSupport::FakeEmailService> mail = std::make_shared<TestSupport::FakeEmailService>();
     const Tavola::TesselServiceAPI::PersonalMarkerProperties ann{"Ann", "ann@example.org", {}};
 
-    Table()
+    MailTable()
     {
         host.tavola().services()->addService("email-service", "", mail);
         host.addPerson(code, ann.name, ann.email);
@@ -37,17 +36,6 @@ struct Table : FolderHost
         host.frame();
     }
     void collect(Mode mode) { attribute<Mode>("collection-mode").setValue(mode); }
-    Bedrock::IntrusivePtr<PlainContent> content()
-    {
-        const Bedrock::IntrusivePtr<PlainContent> made(new PlainContent(&host.mainWidget()));
-        made->source.setValue("https://example.org/page");
-        made->setSize({50.f, 50.f});
-        return made;
-    }
-    void putOn(Trellis::Widget& widget, unsigned long card, float rotation = 0.f)
-    {
-        detector->tesselOnWidget(widget, Tactile::Marker(1, card, kCard, rotation));
-    }
     [[nodiscard]] std::vector<EmailSendingPopupWidget*> popups() { return opened<EmailSendingPopupWidget>(); }
     [[nodiscard]] EmailSendingPopupWidget& popup()
     {
@@ -81,7 +69,7 @@ public:
 
 TEST_CASE("popup: its corner stands at the card under the main widget, turned, on top")
 {
-    Table table;
+    MailTable table;
     const auto content = table.content();
     SUBCASE("an upright main widget") {}
     SUBCASE("a turned and scaled one")
@@ -101,7 +89,7 @@ TEST_CASE("popup: its corner stands at the card under the main widget, turned, o
 
 TEST_CASE("popup: both coordinates of its place change at once")
 {
-    Table table;
+    MailTable table;
     table.popupRegistrant.reset();
     std::vector<Vector2f> places;
     const Tavola::FactoryRegistrant<Tavola::WidgetComponent> watched("email-widget-popup", [&places] {
@@ -123,7 +111,7 @@ TEST_CASE("popup: both coordinates of its place change at once")
 
 TEST_CASE("popup: it comes to the top again after the frame")
 {
-    Table table;
+    MailTable table;
     const auto content = table.content();
     table.detector->emailWidget(*content, table.ann, kCard, 0.f);
     content->raiseToTop(false);
@@ -138,7 +126,7 @@ TEST_CASE("popup: it comes to the top again after the frame")
 
 TEST_CASE("popup: one that is closed in the same frame is not raised")
 {
-    Table table;
+    MailTable table;
     const auto content = table.content();
     table.detector->emailWidget(*content, table.ann, kCard, 0.f);
     table.popup().removeFromParent();
@@ -148,7 +136,7 @@ TEST_CASE("popup: one that is closed in the same frame is not raised")
 
 TEST_CASE("popup: where none can be made nothing happens")
 {
-    Table table;
+    MailTable table;
     table.popupRegistrant.reset();
     const auto content = table.content();
     const auto children = table.host.mainWidget().children().size();
@@ -171,7 +159,7 @@ TEST_CASE("popup: where none can be made nothing happens")
 
 TEST_CASE("popup: it stands in its place, raised and turned, before the content is asked for anything")
 {
-    Table table;
+    MailTable table;
     table.collect(Mode::DirectEmail);
     const Bedrock::IntrusivePtr<WatchedContent> content(new WatchedContent(&table.host.mainWidget()));
     int asked = 0;
@@ -189,7 +177,7 @@ TEST_CASE("popup: it stands in its place, raised and turned, before the content 
 
 TEST_CASE("collection mode email-with-confirmation: the popup asks, and nothing is sent by itself")
 {
-    Table table;
+    MailTable table;
     table.collect(Mode::EmailWithConfirmation);
     const auto content = table.content();
     table.putOn(*content, table.code, 1.f);
@@ -204,7 +192,7 @@ TEST_CASE("collection mode email-with-confirmation: the popup asks, and nothing 
 
 TEST_CASE("collection mode direct-email: the content is sent to the card's owner at once")
 {
-    Table table;
+    MailTable table;
     table.collect(Mode::DirectEmail);
     table.mail->setTemplate("Dear <name>,\n<links>");
     const auto content = table.content();
@@ -236,7 +224,7 @@ TEST_CASE("collection modes: each does with each card what it says")
                         {"direct-email", true, true, false}};
     for (const Row& row : rows) {
         CAPTURE(row.mode);
-        Table table;
+        MailTable table;
         table.host.style(
             QString("PersonalTesselDetectorWidget { allow-unregistered-markers: true; collection-mode: %1 }").arg(row.mode));
         const auto withAddress = newCode();
@@ -262,7 +250,7 @@ TEST_CASE("collection modes: each does with each card what it says")
 
 TEST_CASE("collection modes: an unregistered card with an address on record is e-mailed to where it is allowed")
 {
-    Table table;
+    MailTable table;
     table.collect(Mode::DirectEmail);
     const auto odd = newCode();
     using Tavola::TesselServiceAPI;
@@ -280,7 +268,7 @@ TEST_CASE("collection modes: an unregistered card with an address on record is e
 
 TEST_CASE("collection modes: the popup is turned to the hand where the detector is, upright elsewhere")
 {
-    Table table;
+    MailTable table;
     const auto content = table.content();
     table.putOn(*content, table.code, 1.25f);
     CHECK(table.popup().rotation() == 0.f);
@@ -296,7 +284,7 @@ TEST_CASE("collection modes: the popup is turned to the hand where the detector 
 
 TEST_CASE("collection modes: what cannot be collected is not e-mailed either")
 {
-    Table table;
+    MailTable table;
     table.collect(Mode::DirectEmail);
     const Bedrock::IntrusivePtr<Trellis::Widget> bare(new Trellis::Widget(&table.host.mainWidget()));
     table.putOn(*bare, table.code);

@@ -7,7 +7,7 @@
 
 #include <string>
 
-using PluginTest::FolderHost;
+using PluginTest::FoldersOnDetector;
 using PluginTest::near;
 using PluginTest::newCode;
 using PluginTest::Strings;
@@ -16,17 +16,16 @@ using Vecta::Vector2f;
 
 namespace
 {
-using Table = PluginTest::FoldersOnDetector;
-using Answer = Table::Answer;
-constexpr const char* kSlot = Table::kSlot;
-constexpr Vector2f kCard = Table::kCard;
+using Answer = FoldersOnDetector::Answer;
+constexpr const char* kSlot = FoldersOnDetector::kSlot;
+constexpr Vector2f kCard = FoldersOnDetector::kCard;
 }
 
 // ---- Cards that own a folder -----------------------------------------------------------------------------------------
 
 TEST_CASE("card with a content key: it never launches a personal space, its folder opens at it and hears of its lifting")
 {
-    Table table;
+    FoldersOnDetector table;
     table.set("dismiss-widgets", true);
     const auto id = table.putDown(table.keyed, kCard);
     CHECK(table.asked() == std::vector<unsigned long>{table.keyed});
@@ -44,7 +43,7 @@ TEST_CASE("card with a content key: it never launches a personal space, its fold
 
 TEST_CASE("card with a content key: the folder follows and turns with the card on the detector")
 {
-    Table table;
+    FoldersOnDetector table;
     table.set("follow-marker", true);
     const auto id = table.putDown(table.keyed, kCard, 0.2f);
     table.finishOpening();
@@ -57,7 +56,7 @@ TEST_CASE("card with a content key: the folder follows and turns with the card o
 
 TEST_CASE("card with a content key: in reverse mode its folder opens with the lifting and is dismissed by the same card")
 {
-    Table table;
+    FoldersOnDetector table;
     table.set("reverse-mode", true);
     table.set("dismiss-widgets", true);
     const auto other = newCode();
@@ -79,7 +78,7 @@ TEST_CASE("card with a content key: in reverse mode its folder opens with the li
 
 TEST_CASE("card with a content key: two cards of one code have contents of their own")
 {
-    Table table;
+    FoldersOnDetector table;
     table.set("follow-marker", true);
     table.set("dismiss-widgets", true);
     table.set("rotation-offset", 0.f);
@@ -100,7 +99,7 @@ TEST_CASE("card with a content key: two cards of one code have contents of their
 
 TEST_CASE("card with a content key: a card without one asks for no folder when it comes down")
 {
-    Table table;
+    FoldersOnDetector table;
     (void)table.putDown(table.code);
     CHECK(table.asked().empty());
     CHECK(table.items().empty());
@@ -109,7 +108,7 @@ TEST_CASE("card with a content key: a card without one asks for no folder when i
 
 TEST_CASE("card up: every card that the filters let pass goes to the folder that the service has for it")
 {
-    Table table;
+    FoldersOnDetector table;
     table.set("reverse-mode", true);
     const auto id = table.putDown(table.code);
     table.lift(id);
@@ -119,7 +118,7 @@ TEST_CASE("card up: every card that the filters let pass goes to the folder that
 
 TEST_CASE("card up: where the service has no folder nothing is logged")
 {
-    Table table;
+    FoldersOnDetector table;
     table.answer([] { return boost::make_unexpected(QString("out of folders")); });
     table.lift(table.putDown(table.code));
     CHECK(table.asked() == std::vector<unsigned long>{table.code});
@@ -128,7 +127,7 @@ TEST_CASE("card up: where the service has no folder nothing is logged")
 
 TEST_CASE("card with a content key: what the service cannot give is a warning, and the card is let go")
 {
-    Table table;
+    FoldersOnDetector table;
     std::string text = "Got null widget";
     SUBCASE("an error text")
     {
@@ -152,7 +151,7 @@ TEST_CASE("card with a content key: what the service cannot give is a warning, a
     {
         table.host.removeTesselService();
     }
-    expectWarning(Table::failure(table.keyed, text));
+    expectWarning(FoldersOnDetector::failure(table.keyed, text));
     const auto id = table.putDown(table.keyed);
     CHECK_FALSE(table.holder(id));
     CHECK(table.spaces().empty());
@@ -165,7 +164,7 @@ TEST_CASE("card with a content key: what the service cannot give is a warning, a
 
 TEST_CASE("card with a content key: what the service cannot give when the card is lifted is silent")
 {
-    Table table;
+    FoldersOnDetector table;
     const auto id = table.putDown(table.keyed);
     SUBCASE("an error text")
     {
@@ -189,32 +188,32 @@ TEST_CASE("card with a content key: what the service cannot give when the card i
 
 TEST_CASE("failed folder: on card up the grab is left alone")
 {
-    Table table;
+    FoldersOnDetector table;
     const auto id = table.putDown(table.keyed);
     table.answer([] { return boost::make_unexpected(QString("gone")); });
     table.detector->handlePersonalMarker(*table.card(id), table.grabs(), false);
     CHECK(table.holder(id) == table.detector.get());
     CHECK(TestSupport::loggedLines().empty());
-    expectWarning(Table::failure(table.keyed, "gone"));
+    expectWarning(FoldersOnDetector::failure(table.keyed, "gone"));
     table.detector->handlePersonalMarker(*table.card(id), table.grabs(), true);
     CHECK_FALSE(table.holder(id));
 }
 
 TEST_CASE("failed folder: a grab that somebody else has is not released")
 {
-    Table table;
+    FoldersOnDetector table;
     const auto id = table.putDown(table.keyed);
     auto* background = table.host.ui().background().get();
     table.grabs().transferGrab(id, background->inputGrabber());
     table.answer([] { return boost::make_unexpected(QString("gone")); });
-    expectWarning(Table::failure(table.keyed, "gone"));
+    expectWarning(FoldersOnDetector::failure(table.keyed, "gone"));
     table.detector->handlePersonalMarker(*table.card(id), table.grabs(), true);
     CHECK(table.holder(id) == background);
 }
 
 TEST_CASE("failed folder: the largest code is printed as it is")
 {
-    Table table;
+    FoldersOnDetector table;
     table.answer([] { return boost::make_unexpected(QString("gone")); });
     expectWarning("PersonalTesselDetectorWidget::handlePersonalMarker # Failed to create personal folder for code "
                   "18446744073709551615 (gone)");
@@ -225,7 +224,7 @@ TEST_CASE("failed folder: the largest code is printed as it is")
 
 TEST_CASE("rejected card: with nothing in custom-tessel-content there is no folder and the card is ignored")
 {
-    Table table;
+    FoldersOnDetector table;
     table.rejectAll();
     CHECK_FALSE(table.instance()->contentForInvalidTessel());
     CHECK_FALSE(table.wouldGrab(table.code));
@@ -238,7 +237,7 @@ TEST_CASE("rejected card: with nothing in custom-tessel-content there is no fold
 
 TEST_CASE("rejected card: it goes to the folder of custom-tessel-content from the next frame on, and stops with the next")
 {
-    Table table;
+    FoldersOnDetector table;
     table.rejectAll();
     const auto made = table.folderWith("slot");
     table.detectorComponent()->assign(kSlot, made);
@@ -265,7 +264,7 @@ TEST_CASE("rejected card: it goes to the folder of custom-tessel-content from th
 
 TEST_CASE("rejected card: down and up both go to the slot's folder, and the marker service is not asked")
 {
-    Table table;
+    FoldersOnDetector table;
     table.rejectAll();
     table.useSlot();
     auto folder = table.instance()->contentForInvalidTessel();
@@ -286,7 +285,7 @@ TEST_CASE("rejected card: down and up both go to the slot's folder, and the mark
 
 TEST_CASE("rejected card: the slot's folder goes before the card's own")
 {
-    Table table;
+    FoldersOnDetector table;
     table.rejectAll();
     table.useSlot();
     table.lift(table.putDown(table.keyed));
@@ -296,7 +295,7 @@ TEST_CASE("rejected card: the slot's folder goes before the card's own")
 
 TEST_CASE("rejected card: cards that pass the filters do not go to the slot's folder")
 {
-    Table table;
+    FoldersOnDetector table;
     table.useSlot();
     table.lift(table.putDown(table.code));
     CHECK(table.items().empty());
@@ -305,7 +304,7 @@ TEST_CASE("rejected card: cards that pass the filters do not go to the slot's fo
 
 TEST_CASE("rejected card: with a folder in the slot, place and kind decide as ever")
 {
-    Table table;
+    FoldersOnDetector table;
     table.rejectAll();
     table.useSlot();
     const auto unregistered = newCode();
@@ -328,7 +327,7 @@ TEST_CASE("rejected card: with a folder in the slot, place and kind decide as ev
 
 TEST_CASE("rejected card: the filters count as they are when the card is lifted")
 {
-    Table table;
+    FoldersOnDetector table;
     table.rejectAll();
     table.useSlot();
     const auto id = table.putDown(table.code);
@@ -339,7 +338,7 @@ TEST_CASE("rejected card: the filters count as they are when the card is lifted"
 
 TEST_CASE("rejected card: one that is lifted when the slot is empty again is no trouble")
 {
-    Table table;
+    FoldersOnDetector table;
     table.rejectAll();
     const auto made = table.useSlot();
     const auto id = table.putDown(table.code);
@@ -352,7 +351,7 @@ TEST_CASE("rejected card: one that is lifted when the slot is empty again is no 
 
 TEST_CASE("rejected card: a card that is delivered to a detector without a folder opens nothing")
 {
-    Table table;
+    FoldersOnDetector table;
     table.rejectAll();
     const auto id = table.host.input.markerDown(table.keyed, {1500.f, 900.f});
     table.host.frame();
@@ -365,8 +364,8 @@ TEST_CASE("rejected card: a card that is delivered to a detector without a folde
 
 TEST_CASE("rejected card: a detector that no component made ignores it")
 {
-    Table table;
-    const Bedrock::IntrusivePtr<FolderHost::Detector> lonely(new FolderHost::Detector(&table.host.mainWidget()));
+    FoldersOnDetector table;
+    const Bedrock::IntrusivePtr<FoldersOnDetector::Detector> lonely(new FoldersOnDetector::Detector(&table.host.mainWidget()));
     dynamic_cast<Facet::AttributeT<QString>&>(*lonely->attribute("marker-filters")).setValue("1");
     const Tactile::Marker marker(1, table.code, kCard);
     CHECK_FALSE(lonely->shouldGrab(table.grabs(), marker));

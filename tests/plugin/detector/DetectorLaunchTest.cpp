@@ -1,7 +1,7 @@
 #include "detector/PersonalTesselDetectorWidget.hpp"
 
 #include "FakeEmailService.hpp"
-#include "FolderHost.hpp"
+#include "Table.hpp"
 #include "email/EmailSendingPopupWidget.hpp"
 #include "shared/PersonalTesselWidget.hpp"
 
@@ -13,7 +13,6 @@
 // How a detector opens widgets: in which order, on which layer, for whom.
 
 using PluginTest::childOfClass;
-using PluginTest::FolderHost;
 using PluginTest::newCode;
 using PluginTest::PlainContent;
 using PluginTest::Strings;
@@ -26,26 +25,18 @@ namespace
 {
 constexpr Vector2f kCard{700.f, 500.f};
 
-struct Table : FolderHost
+struct LaunchTable : PluginTest::Table
 {
     std::shared_ptr<TestSupport::FakeEmailService> mail = std::make_shared<TestSupport::FakeEmailService>();
     const TesselServiceAPI::PersonalMarkerProperties ann{"Ann", "ann@example.org", {}};
 
-    Table()
+    LaunchTable()
     {
         host.tavola().services()->addService("email-service", "", mail);
         host.addPerson(code, ann.name, ann.email);
         addDetector();
         host.frame();
     }
-    Bedrock::IntrusivePtr<PlainContent> content()
-    {
-        const Bedrock::IntrusivePtr<PlainContent> made(new PlainContent(&host.mainWidget()));
-        made->source.setValue("https://example.org/page");
-        made->setSize({50.f, 50.f});
-        return made;
-    }
-    void putOn(Trellis::Widget& widget) { detector->tesselOnWidget(widget, Tactile::Marker(1, code, kCard)); }
     /// The layers of the table, from the bottom to the top.
     [[nodiscard]] Strings layers()
     {
@@ -76,7 +67,7 @@ private:
 
 TEST_CASE("launch: a personal widget gets its code, then its owner, and is added to the table after that")
 {
-    Table table;
+    LaunchTable table;
     table.spaceRegistrant.reset();
     Strings log;
     const Tavola::FactoryRegistrant<Tavola::WidgetComponent> watched("personal-space-widget", [&log] {
@@ -90,7 +81,7 @@ TEST_CASE("launch: a personal widget gets its code, then its owner, and is added
 
 TEST_CASE("launch: what opens comes to the top of the content, the table's layers keep their order")
 {
-    Table table;
+    LaunchTable table;
     const auto layers = table.layers();
     REQUIRE(layers.size() >= 4);
     REQUIRE(layers.back() != "main");
@@ -126,7 +117,7 @@ TEST_CASE("launch: what opens comes to the top of the content, the table's layer
 
 TEST_CASE("launch: a personal widget is temporary content, the popup is not")
 {
-    Table table;
+    LaunchTable table;
     const auto content = table.content();
     table.detector->emailWidget(*content, table.ann, kCard, 0.f);
     (void)table.detector->launchPersonalWidget(table.ann, table.code, kCard, 0.f);
@@ -139,7 +130,7 @@ TEST_CASE("launch: a personal widget is temporary content, the popup is not")
 
 TEST_CASE("unregistered card: the owner that is on record all the same is greeted")
 {
-    Table table;
+    LaunchTable table;
     const auto odd = newCode();
     table.host.cache().insert(
         odd, TesselServiceAPI::MarkerProperties(3, TesselServiceAPI::PersonalMarkerProperties{"Odd", "odd@example.org", {}}));
@@ -154,13 +145,13 @@ TEST_CASE("unregistered card: the owner that is on record all the same is greete
 
 TEST_CASE("unregistered card: one with a content key opens its folder and no personal space, when it is allowed")
 {
-    Table table;
+    LaunchTable table;
     const auto odd = newCode();
     table.host.cache().insert(
         odd,
         TesselServiceAPI::MarkerProperties(3, TesselServiceAPI::PersonalMarkerProperties{"Odd", "odd@example.org", "folder-1"}));
     table.addFolder();
-    table.addItem(FolderHost::kRelative, "r");
+    table.addItem(PluginTest::Table::kRelative, "r");
     table.host.tesselService().answerPersonalWidget = [&table](unsigned long) {
         return TestSupport::FakeTesselService::WidgetOrError(table.folder);
     };

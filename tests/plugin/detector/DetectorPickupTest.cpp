@@ -9,17 +9,16 @@
 
 // Folders, and the host's own detector, for cards that lie on the table when a detector comes.
 
-using PluginTest::FolderHost;
+using PluginTest::FoldersOnDetector;
 using PluginTest::newCode;
 using PluginTest::Strings;
 using Vecta::Vector2f;
 
 namespace
 {
-using Table = PluginTest::FoldersOnDetector;
-using Answer = Table::Answer;
-constexpr const char* kSlot = Table::kSlot;
-constexpr Vector2f kCard = Table::kCard;
+using Answer = FoldersOnDetector::Answer;
+constexpr const char* kSlot = FoldersOnDetector::kSlot;
+constexpr Vector2f kCard = FoldersOnDetector::kCard;
 }
 
 namespace
@@ -42,11 +41,11 @@ public:
 
 TEST_CASE("pickup: a card with a content key is taken over without opening its folder, and its lifting goes there")
 {
-    FolderHost table;
+    PluginTest::Table table;
     const auto keyed = newCode();
     table.host.addPerson(keyed, "Cleo", "", "folder-1");
     table.addFolder();
-    table.addItem(FolderHost::kRelative, "r");
+    table.addItem(PluginTest::Table::kRelative, "r");
     table.set("reverse-mode", true);
     table.host.tesselService().answerPersonalWidget = [&table](unsigned long) { return Answer(table.folder); };
     const auto id = table.putDown(keyed, kCard);
@@ -60,7 +59,7 @@ TEST_CASE("pickup: a card with a content key is taken over without opening its f
 
 TEST_CASE("pickup: the markers are taken in the order in which they lie in the sample")
 {
-    FolderHost table;
+    PluginTest::Table table;
     const Bedrock::IntrusivePtr<HostDetector> hostDetector(new HostDetector(table.host.ui().internalOverlayWidget().get()));
     const std::vector<unsigned long> codes{newCode() + 5000, newCode(), newCode() + 9000};
     for (std::size_t i = 0; i < codes.size(); ++i)
@@ -72,7 +71,7 @@ TEST_CASE("pickup: the markers are taken in the order in which they lie in the s
 
 TEST_CASE("pickup: unknown cards inside the detector go to the host's own detector, the first one of several")
 {
-    FolderHost table;
+    PluginTest::Table table;
     const Bedrock::IntrusivePtr<Trellis::Widget> nest(new Trellis::Widget(table.host.ui().internalOverlayWidget().get()));
     const Bedrock::IntrusivePtr<HostDetector> first(new HostDetector(nest.get()));
     const Bedrock::IntrusivePtr<HostDetector> second(new HostDetector(table.host.ui().internalOverlayWidget().get()));
@@ -85,7 +84,7 @@ TEST_CASE("pickup: unknown cards inside the detector go to the host's own detect
 
 TEST_CASE("pickup: only what stands in the host's own overlay counts as the host's detector")
 {
-    FolderHost table;
+    PluginTest::Table table;
     auto& ui = table.host.ui();
     std::vector<Bedrock::IntrusivePtr<HostDetector>> others;
     for (auto* layer :
@@ -110,7 +109,7 @@ TEST_CASE("pickup: only what stands in the host's own overlay counts as the host
 
 TEST_CASE("pickup: the detector that the host brings takes an unknown card and marks it, and lets it go when it is lifted")
 {
-    FolderHost table;
+    PluginTest::Table table;
     const auto hostDetector = Bedrock::makeIntrusive<Tavola::MarkerDetectorWidget>();
     table.host.ui().internalOverlayWidget()->addChild(hostDetector);
     table.host.addPerson(table.code, "Ann");
@@ -129,7 +128,7 @@ TEST_CASE("pickup: the detector that the host brings takes an unknown card and m
 
 TEST_CASE("pickup: an unknown card that a widget beside the background holds is left to it")
 {
-    FolderHost table;
+    PluginTest::Table table;
     const Bedrock::IntrusivePtr<HostDetector> hostDetector(new HostDetector(table.host.ui().internalOverlayWidget().get()));
     const Bedrock::IntrusivePtr<Trellis::Widget> other(new Trellis::Widget(&table.host.mainWidget()));
     other->setSize({100.f, 100.f});
@@ -143,7 +142,7 @@ TEST_CASE("pickup: an unknown card that a widget beside the background holds is 
 
 TEST_CASE("pickup: any widget of class tavola-background counts as background")
 {
-    FolderHost table;
+    PluginTest::Table table;
     table.host.addPerson(table.code, "Ann");
     const Bedrock::IntrusivePtr<Trellis::Widget> other(new Trellis::Widget(&table.host.mainWidget()));
     other->setSize({100.f, 100.f});
@@ -158,7 +157,7 @@ TEST_CASE("pickup: any widget of class tavola-background counts as background")
 
 TEST_CASE("pickup: a known card outside the detector is left alone also where the host has a detector")
 {
-    FolderHost table;
+    PluginTest::Table table;
     const Bedrock::IntrusivePtr<HostDetector> hostDetector(new HostDetector(table.host.ui().internalOverlayWidget().get()));
     table.host.addPerson(table.code, "Ann");
     const auto id = table.putDown(table.code, {1500.f, 900.f});
@@ -170,7 +169,7 @@ TEST_CASE("pickup: a known card outside the detector is left alone also where th
 
 TEST_CASE("pickup: the place is looked at in the detector's own coordinates, turned and scaled as it may be")
 {
-    FolderHost table;
+    PluginTest::Table table;
     table.host.addPerson(table.code, "Ann");
     const auto other = newCode();
     table.host.addPerson(other, "Bob");
@@ -186,13 +185,13 @@ TEST_CASE("pickup: the place is looked at in the detector's own coordinates, tur
 
 TEST_CASE("pickup: rejected cards are refused in the first frame, the slot's folder counts only after it")
 {
-    FolderHost table;
+    PluginTest::Table table;
     table.host.addPerson(table.code, "Ann");
     const auto id = table.putDown(table.code);
     const auto component =
         std::dynamic_pointer_cast<Tavola::UIComponent>(table.host.tavola().createComponent("tavola-personal-tessel-detector"));
     component->assign(kSlot, table.makeFolderComponent());
-    table.detector = Bedrock::dynamicPointerCast<FolderHost::Detector>(component->createContentWidget());
+    table.detector = Bedrock::dynamicPointerCast<PluginTest::Table::Detector>(component->createContentWidget());
     table.host.mainWidget().addChild(table.detector);
     table.attribute<QString>("marker-filters").setValue("1");
     table.host.frame();
@@ -204,7 +203,7 @@ TEST_CASE("pickup: rejected cards are refused in the first frame, the slot's fol
 
 TEST_CASE("pickup: while it runs cards down are ignored, cards up are not")
 {
-    Table table;
+    FoldersOnDetector table;
     table.set("reverse-mode", true);
     const Bedrock::IntrusivePtr<HostDetector> hostDetector(new HostDetector(table.host.ui().internalOverlayWidget().get()));
     const auto unknown = table.putDown(newCode(), {1500.f, 900.f});

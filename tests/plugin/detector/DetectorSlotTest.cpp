@@ -9,7 +9,7 @@
 
 // The slot "custom-tessel-content" of a detector.
 
-using PluginTest::FolderHost;
+using PluginTest::FoldersOnDetector;
 using PluginTest::Strings;
 using Tavola::PersonalFolderWidget;
 using Tavola::PersonalTesselDetectorInstance;
@@ -17,13 +17,12 @@ using Vecta::Vector2f;
 
 namespace
 {
-using Table = PluginTest::FoldersOnDetector;
-constexpr const char* kSlot = Table::kSlot;
+constexpr const char* kSlot = FoldersOnDetector::kSlot;
 }
 
 TEST_CASE("slot: the folder is made without a parent, and is kept while it is in the slot")
 {
-    Table table;
+    FoldersOnDetector table;
     const auto made = table.useSlot();
     table.host.frames(3);
     auto folder = table.instance()->contentForInvalidTessel();
@@ -40,7 +39,7 @@ TEST_CASE("slot: the folder is made without a parent, and is kept while it is in
 
 TEST_CASE("slot: a component whose widget is no folder is ignored silently, and takes no folder's place")
 {
-    Table table;
+    FoldersOnDetector table;
     table.detectorComponent()->assign(kSlot, table.itemComponent("no folder"));
     table.host.frame();
     CHECK_FALSE(table.instance()->contentForInvalidTessel());
@@ -53,7 +52,7 @@ TEST_CASE("slot: a component whose widget is no folder is ignored silently, and 
 
 TEST_CASE("slot: other slots are ignored")
 {
-    Table table;
+    FoldersOnDetector table;
     const auto made = table.folderWith("x");
     table.detectorComponent()->assign("custom-tessel-contents", made);
     table.detectorComponent()->assign("", made);
@@ -67,7 +66,7 @@ TEST_CASE("slot: other slots are ignored")
 
 TEST_CASE("slot: of two folders the later one counts")
 {
-    Table table;
+    FoldersOnDetector table;
     table.rejectAll();
     table.detectorComponent()->assign(kSlot, table.folderWith("first"));
     table.detectorComponent()->assign(kSlot, table.folderWith("second"));
@@ -82,7 +81,7 @@ TEST_CASE("slot: of two folders the later one counts")
 
 TEST_CASE("slot: a removal after an addition in the same frame leaves none, an addition after a removal leaves the new one")
 {
-    Table table;
+    FoldersOnDetector table;
     const auto made = table.folderWith("slot");
     table.detectorComponent()->assign(kSlot, made);
     table.detectorComponent()->unassign(kSlot, made);
@@ -103,14 +102,14 @@ TEST_CASE("slot: a removal after an addition in the same frame leaves none, an a
 
 TEST_CASE("slot: what is in it before the detector is made counts after the detector's first frame")
 {
-    FolderHost table;
+    PluginTest::Table table;
     table.host.addPerson(table.code, "Ann");
     const auto component =
         std::dynamic_pointer_cast<Tavola::UIComponent>(table.host.tavola().createComponent("tavola-personal-tessel-detector"));
     const auto folder = table.makeFolderComponent();
-    folder->assign(FolderHost::kRelative, table.itemComponent("slot"));
+    folder->assign(PluginTest::Table::kRelative, table.itemComponent("slot"));
     component->assign(kSlot, folder);
-    table.detector = Bedrock::dynamicPointerCast<FolderHost::Detector>(component->createContentWidget());
+    table.detector = Bedrock::dynamicPointerCast<PluginTest::Table::Detector>(component->createContentWidget());
     table.host.mainWidget().addChild(table.detector);
     table.attribute<QString>("marker-filters").setValue("1");
     table.host.frame();
@@ -120,7 +119,7 @@ TEST_CASE("slot: what is in it before the detector is made counts after the dete
 
 TEST_CASE("slot: a step that comes when the instance has gone does nothing")
 {
-    Table table;
+    FoldersOnDetector table;
     auto instance = std::make_shared<PersonalTesselDetectorInstance>(
         std::make_shared<Tavola::Component>(), Bedrock::IntrusivePtr<Trellis::Widget>(table.detector.get()));
     SUBCASE("an addition")
@@ -139,7 +138,7 @@ TEST_CASE("slot: a step that comes when the instance has gone does nothing")
 
 TEST_CASE("slot: a detector that goes before the frame ends takes its folder along")
 {
-    Table table;
+    FoldersOnDetector table;
     table.detectorComponent()->assign(kSlot, table.folderWith("slot"));
     table.detector->removeFromParent();
     table.detector.reset();
@@ -149,7 +148,7 @@ TEST_CASE("slot: a detector that goes before the frame ends takes its folder alo
 
 TEST_CASE("slot: an instance that no shared pointer owns throws for this slot")
 {
-    Table table;
+    FoldersOnDetector table;
     PersonalTesselDetectorInstance instance(std::make_shared<Tavola::Component>(),
                                             Bedrock::IntrusivePtr<Trellis::Widget>(table.detector.get()));
     const auto made = table.folderWith("slot");

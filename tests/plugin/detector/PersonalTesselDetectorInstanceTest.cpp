@@ -1,12 +1,12 @@
 #include "detector/PersonalTesselDetectorInstance.hpp"
 
-#include "DetectorHost.hpp"
+#include "Table.hpp"
 #include "LogCapture.hpp"
 #include "shared/PersonalTesselWidget.hpp"
 
 #include <doctest/doctest.h>
 
-using PluginTest::DetectorHost;
+using PluginTest::Table;
 using Tavola::PersonalTesselDetectorInstance;
 
 namespace
@@ -20,7 +20,7 @@ std::shared_ptr<PersonalTesselDetectorInstance> makeInstance(TestSupport::TestHo
 
 TEST_CASE("detector instance: the component makes a detector with its instance, which the host finds by the widget")
 {
-    DetectorHost table;
+    Table table;
     table.addDetector();
     REQUIRE(table.detector);
     const auto instance = table.host.tavola().widgetInstance(table.detector->id());
@@ -31,7 +31,7 @@ TEST_CASE("detector instance: the component makes a detector with its instance, 
 
 TEST_CASE("detector instance: it makes a personal space without a parent")
 {
-    DetectorHost table;
+    Table table;
     const auto widget = makeInstance(table.host)->createPersonalWidget();
     REQUIRE(widget);
     CHECK(dynamic_cast<Tavola::PersonalSpaceWidget*>(widget.get()));
@@ -41,7 +41,7 @@ TEST_CASE("detector instance: it makes a personal space without a parent")
 
 TEST_CASE("detector instance: where the component is not known there is no widget")
 {
-    DetectorHost table;
+    Table table;
     table.spaceRegistrant.reset();
     TestSupport::expectWarning("UserInterface::createStockWidget # Component 'personal-space-widget' is not registered");
     CHECK_FALSE(makeInstance(table.host)->createPersonalWidget());
@@ -49,7 +49,7 @@ TEST_CASE("detector instance: where the component is not known there is no widge
 
 TEST_CASE("detector instance: a component that makes something else makes no personal widget")
 {
-    DetectorHost table;
+    Table table;
     table.spaceRegistrant.reset();
     const Tavola::FactoryRegistrant<Tavola::WidgetComponent> other("personal-space-widget", [] {
         return std::make_shared<Tavola::WidgetComponent>([] { return Bedrock::makeIntrusive<Trellis::Widget>(); });
@@ -59,7 +59,7 @@ TEST_CASE("detector instance: a component that makes something else makes no per
 
 TEST_CASE("detector instance: without an application there is no widget")
 {
-    DetectorHost table;
+    Table table;
     const auto instance = makeInstance(table.host);
     table.host.destroyTavola();
     CHECK_FALSE(instance->createPersonalWidget());

@@ -1,6 +1,6 @@
 #include "detector/PersonalTesselDetectorWidget.hpp"
 
-#include "DetectorHost.hpp"
+#include "Table.hpp"
 #include "LogCapture.hpp"
 #include "personalspace/PersonalSpaceContents.hpp"
 
@@ -10,7 +10,7 @@
 #include <doctest/doctest.h>
 
 using PluginTest::childOfClass;
-using PluginTest::DetectorHost;
+using PluginTest::Table;
 using PluginTest::FakeContent;
 using PluginTest::newCode;
 using PluginTest::PlainContent;
@@ -24,9 +24,9 @@ constexpr double kHalfTurn = 3.141592653589793;
 const char* const kNoSpaces = "Cannot add widget to personal space, Tessel detector is not configured to use personal spaces.";
 
 /// A table with a detector and a person.
-struct Table : DetectorHost
+struct PersonTable : Table
 {
-    Table()
+    PersonTable()
     {
         host.addPerson(code, "Ann", "ann@example.org");
         addDetector();
@@ -35,17 +35,6 @@ struct Table : DetectorHost
     [[nodiscard]] bool wouldGrab(unsigned long card, Vecta::Vector2f point = {600.f, 400.f})
     {
         return detector->shouldGrab(*host.app().grabManager(), Tactile::Marker(1, card, point));
-    }
-    Bedrock::IntrusivePtr<PlainContent> content()
-    {
-        const Bedrock::IntrusivePtr<PlainContent> made(new PlainContent(&host.mainWidget()));
-        made->source.setValue("https://example.org/page");
-        made->setSize({50.f, 50.f});
-        return made;
-    }
-    void putOn(Trellis::Widget& widget, unsigned long card, float rotation = 0.f)
-    {
-        detector->tesselOnWidget(widget, Tactile::Marker(1, card, {700.f, 500.f}, rotation));
     }
 };
 
@@ -64,7 +53,7 @@ std::shared_ptr<Tavola::WidgetComponent> makeOtherPersonalComponent()
 
 TEST_CASE("detector: type, attributes and their defaults are as style sheets know them")
 {
-    Table table;
+    PersonTable table;
     CHECK(table.detector->cssType() == "PersonalTesselDetectorWidget");
     CHECK_FALSE(table.attribute<bool>("allow-unregistered-markers").value());
     CHECK_FALSE(table.attribute<bool>("rotate-towards-hand").value());
@@ -86,7 +75,7 @@ TEST_CASE("detector: the collection modes have their numbers, and names in any c
     CHECK(int(Mode::AddToPersonalSpace) == 1);
     CHECK(int(Mode::EmailWithConfirmation) == 2);
     CHECK(int(Mode::DirectEmail) == 3);
-    Table table;
+    PersonTable table;
     const auto styled = [&](const char* word) {
         table.host.style(QString("PersonalTesselDetectorWidget { collection-mode: %1 }").arg(word));
         return table.attribute<Mode>("collection-mode").value();
@@ -99,7 +88,7 @@ TEST_CASE("detector: the collection modes have their numbers, and names in any c
 
 TEST_CASE("detector: the filters are read anew with every change of their attribute")
 {
-    Table table;
+    PersonTable table;
     CHECK(table.detector->validCode(11));
     table.host.style("PersonalTesselDetectorWidget { marker-filters: \"10,20-25\" }");
     CHECK(table.detector->validCode(22));
@@ -118,14 +107,14 @@ TEST_CASE("detector: the filters are read anew with every change of their attrib
 
 TEST_CASE("grab: a personal card on the detector is taken, one beside it is not")
 {
-    Table table;
+    PersonTable table;
     CHECK(table.wouldGrab(table.code));
     CHECK_FALSE(table.wouldGrab(table.code, {100.f, 400.f}));
 }
 
 TEST_CASE("grab: a finger is never taken, also where its missing code is somebody's")
 {
-    Table table;
+    PersonTable table;
     table.host.addPerson(0, "Nil");
     REQUIRE(table.wouldGrab(0));
     CHECK_FALSE(
@@ -134,7 +123,7 @@ TEST_CASE("grab: a finger is never taken, also where its missing code is somebod
 
 TEST_CASE("grab: a card that the cache does not know is never taken")
 {
-    Table table;
+    PersonTable table;
     table.attribute<bool>("allow-unregistered-markers").setValue(true);
     const auto unknown = newCode();
     CHECK_FALSE(table.wouldGrab(unknown));
@@ -145,7 +134,7 @@ TEST_CASE("grab: a card that the cache does not know is never taken")
 
 TEST_CASE("grab: a card that the filters reject is ignored")
 {
-    Table table;
+    PersonTable table;
     table.attribute<QString>("marker-filters").setValue(QString::number(table.code + 1));
     CHECK_FALSE(table.wouldGrab(table.code));
     const auto id = table.putDown(table.code);
@@ -158,7 +147,7 @@ TEST_CASE("grab: a card that the filters reject is ignored")
 
 TEST_CASE("grab: an unregistered card is taken only where the detector allows it, other kinds never")
 {
-    Table table;
+    PersonTable table;
     const auto unregistered = newCode();
     const auto other = newCode();
     table.host.addCard(unregistered, 3);
@@ -173,7 +162,7 @@ TEST_CASE("grab: an unregistered card is taken only where the detector allows it
 
 TEST_CASE("card: it opens its owner's space, centred at the card and upright")
 {
-    Table table;
+    PersonTable table;
     const auto id = table.putDown(table.code, {600.f, 400.f}, 1.f);
     CHECK(table.holder(id) == table.detector.get());
     REQUIRE(table.spaces().size() == 1);
@@ -192,7 +181,7 @@ TEST_CASE("card: it opens its owner's space, centred at the card and upright")
 
 TEST_CASE("card: the space stays when the card is lifted, and another card opens another one")
 {
-    Table table;
+    PersonTable table;
     const auto other = newCode();
     table.host.addPerson(other, "Bob");
     table.lift(table.putDown(table.code));
@@ -204,7 +193,7 @@ TEST_CASE("card: the space stays when the card is lifted, and another card opens
 
 TEST_CASE("card: the main widget may be turned and scaled, the centre is the card all the same")
 {
-    Table table;
+    PersonTable table;
     table.host.mainWidget().setScale(0.5f);
     table.host.mainWidget().setRotation(0.3f);
     const auto launched = table.detector->launchPersonalWidget({}, table.code, {600.f, 400.f}, 0.7f);
@@ -217,7 +206,7 @@ TEST_CASE("card: the main widget may be turned and scaled, the centre is the car
 
 TEST_CASE("card: turned towards the hand the space has the card's rotation and the offset, and keeps its centre")
 {
-    Table table;
+    PersonTable table;
     table.attribute<bool>("rotate-towards-hand").setValue(true);
     (void)table.putDown(table.code, {600.f, 400.f}, 0.5f);
     REQUIRE(table.spaces().size() == 1);
@@ -229,7 +218,7 @@ TEST_CASE("card: turned towards the hand the space has the card's rotation and t
 
 TEST_CASE("card: the offset is in degrees")
 {
-    Table table;
+    PersonTable table;
     table.host.style("PersonalTesselDetectorWidget { rotate-towards-hand: true; rotation-offset: -45 }");
     (void)table.putDown(table.code, {600.f, 400.f}, 1.f);
     REQUIRE(table.spaces().size() == 1);
@@ -238,7 +227,7 @@ TEST_CASE("card: the offset is in degrees")
 
 TEST_CASE("card: an unregistered one opens a space for nobody where it is allowed")
 {
-    Table table;
+    PersonTable table;
     const auto unregistered = newCode();
     table.host.addCard(unregistered, 3);
     table.lift(table.putDown(unregistered));
@@ -252,7 +241,7 @@ TEST_CASE("card: an unregistered one opens a space for nobody where it is allowe
 
 TEST_CASE("card: one with a content key never opens a personal space, its folder is asked for instead")
 {
-    Table table;
+    PersonTable table;
     const auto keyed = newCode();
     table.host.addPerson(keyed, "Cleo", "cleo@example.org", "folder-1");
     TestSupport::expectWarning("PersonalTesselDetectorWidget::handlePersonalMarker # Failed to create personal folder for code "
@@ -266,7 +255,7 @@ TEST_CASE("card: one with a content key never opens a personal space, its folder
 
 TEST_CASE("card: without an instance, or where no personal widget can be made, nothing is opened")
 {
-    Table table;
+    PersonTable table;
     SUBCASE("a detector that no component made")
     {
         const Bedrock::IntrusivePtr<PersonalTesselDetectorWidget> detector(
@@ -284,7 +273,7 @@ TEST_CASE("card: without an instance, or where no personal widget can be made, n
 
 TEST_CASE("card: spaces stay when the detector goes")
 {
-    Table table;
+    PersonTable table;
     (void)table.putDown(table.code);
     table.detector->removeFromParent();
     table.detector.reset();
@@ -294,7 +283,7 @@ TEST_CASE("card: spaces stay when the detector goes")
 
 TEST_CASE("card on content: it is added to the owner's space, which comes to the top after the frame")
 {
-    Table table;
+    PersonTable table;
     table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
     const auto content = table.content();
     table.putOn(*content, table.code);
@@ -312,7 +301,7 @@ TEST_CASE("card on content: it is added to the owner's space, which comes to the
 
 TEST_CASE("card on content: the space of an owner without an address collects in the e-mail modes")
 {
-    Table table;
+    PersonTable table;
     const auto noAddress = newCode();
     table.host.addPerson(noAddress, "Dora");
     for (const auto mode : {Mode::EmailWithConfirmation, Mode::DirectEmail}) {
@@ -325,7 +314,7 @@ TEST_CASE("card on content: the space of an owner without an address collects in
 
 TEST_CASE("card on content: a disabled detector ignores it")
 {
-    Table table;
+    PersonTable table;
     table.attribute<Mode>("collection-mode").setValue(Mode::Disabled);
     table.putOn(*table.content(), table.code);
     CHECK(table.spaces().empty());
@@ -333,7 +322,7 @@ TEST_CASE("card on content: a disabled detector ignores it")
 
 TEST_CASE("card on content: what cannot be collected is left alone")
 {
-    Table table;
+    PersonTable table;
     table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
     Trellis::Widget bare(nullptr);
     table.putOn(bare, table.code);
@@ -342,7 +331,7 @@ TEST_CASE("card on content: what cannot be collected is left alone")
 
 TEST_CASE("card on content: an unknown card is ignored, an unregistered one is where it is not allowed")
 {
-    Table table;
+    PersonTable table;
     table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
     const auto unregistered = newCode();
     const auto other = newCode();
@@ -362,7 +351,7 @@ TEST_CASE("card on content: an unknown card is ignored, an unregistered one is w
 
 TEST_CASE("card on content: a card that owns a folder does not collect")
 {
-    Table table;
+    PersonTable table;
     table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
     const auto keyed = newCode();
     table.host.addPerson(keyed, "Cleo", "", "folder-1");
@@ -372,7 +361,7 @@ TEST_CASE("card on content: a card that owns a folder does not collect")
 
 TEST_CASE("card on content: the filters of the detector do not matter there")
 {
-    Table table;
+    PersonTable table;
     table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
     table.attribute<QString>("marker-filters").setValue("1");
     table.putOn(*table.content(), table.code);
@@ -381,7 +370,7 @@ TEST_CASE("card on content: the filters of the detector do not matter there")
 
 TEST_CASE("card on content: the space is turned towards the hand where the detector is")
 {
-    Table table;
+    PersonTable table;
     table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
     table.attribute<bool>("rotate-towards-hand").setValue(true);
     table.putOn(*table.content(), table.code, 0.25f);
@@ -391,7 +380,7 @@ TEST_CASE("card on content: the space is turned towards the hand where the detec
 
 TEST_CASE("card on content: where the personal widget is no space, a warning says so")
 {
-    Table table;
+    PersonTable table;
     table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
     table.spaceRegistrant.reset();
     SUBCASE("another personal widget")
@@ -411,7 +400,7 @@ TEST_CASE("card on content: where the personal widget is no space, a warning say
 
 TEST_CASE("card on content: a space that is closed in the same frame is not raised")
 {
-    Table table;
+    PersonTable table;
     table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
     table.putOn(*table.content(), table.code);
     REQUIRE(table.spaces().size() == 1);
@@ -422,7 +411,7 @@ TEST_CASE("card on content: a space that is closed in the same frame is not rais
 
 TEST_CASE("pickup: cards that lay on the background are taken over once, and open nothing")
 {
-    DetectorHost table;
+    Table table;
     table.host.addPerson(table.code, "Ann");
     const auto inside = table.putDown(table.code, {600.f, 400.f});
     const auto outsideCode = newCode();
@@ -448,7 +437,7 @@ TEST_CASE("pickup: cards that lay on the background are taken over once, and ope
 
 TEST_CASE("pickup: a card that was taken over opens a space when it is put down again")
 {
-    DetectorHost table;
+    Table table;
     table.host.addPerson(table.code, "Ann");
     const auto id = table.putDown(table.code);
     table.addDetector();
@@ -461,7 +450,7 @@ TEST_CASE("pickup: a card that was taken over opens a space when it is put down 
 
 TEST_CASE("pickup: a card that something else holds is left there, one that nobody holds too")
 {
-    DetectorHost table;
+    Table table;
     table.host.addPerson(table.code, "Ann");
     const Bedrock::IntrusivePtr<Trellis::Widget> other(new Trellis::Widget(&table.host.mainWidget()));
     other->setSize({100.f, 100.f});
@@ -481,7 +470,7 @@ TEST_CASE("pickup: a card that something else holds is left there, one that nobo
 
 TEST_CASE("pickup: known cards that the detector refuses stay where they are")
 {
-    DetectorHost table;
+    Table table;
     const auto unregistered = newCode();
     table.host.addCard(unregistered, 3);
     const auto id = table.putDown(unregistered);
@@ -492,7 +481,7 @@ TEST_CASE("pickup: known cards that the detector refuses stay where they are")
 
 TEST_CASE("pickup: unknown cards on the background go to the host's own detector, wherever they lie")
 {
-    DetectorHost table;
+    Table table;
     const Bedrock::IntrusivePtr<Trellis::Widget> hostDetector(new Trellis::Widget(table.host.ui().internalOverlayWidget().get()));
     hostDetector->setCSSType("MarkerDetectorWidget");
     hostDetector->setSize({1.f, 1.f});
@@ -506,7 +495,7 @@ TEST_CASE("pickup: unknown cards on the background go to the host's own detector
 
 TEST_CASE("pickup: without the host's detector unknown cards stay on the background")
 {
-    DetectorHost table;
+    Table table;
     const auto id = table.putDown(newCode());
     table.addDetector();
     table.host.frame();
@@ -515,7 +504,7 @@ TEST_CASE("pickup: without the host's detector unknown cards stay on the backgro
 
 TEST_CASE("pickup: after it a card opens a space again")
 {
-    Table table;
+    PersonTable table;
     table.detector->pickupIdleMarkers();
     (void)table.putDown(table.code);
     CHECK(table.spaces().size() == 1);
@@ -523,7 +512,7 @@ TEST_CASE("pickup: after it a card opens a space again")
 
 TEST_CASE("pickup: cards that are handed to the detector while it picks up open nothing, later ones do")
 {
-    Table table;
+    PersonTable table;
     table.detector->removeFromParent();
     const auto id = table.putDown(table.code);
     table.host.mainWidget().addChild(table.detector);

@@ -1,6 +1,6 @@
 #include "detector/WidgetTesselDetectorOperator.hpp"
 
-#include "FolderHost.hpp"
+#include "Table.hpp"
 #include "LogCapture.hpp"
 #include "personalspace/PersonalSpaceContents.hpp"
 
@@ -9,7 +9,6 @@
 
 #include <doctest/doctest.h>
 
-using PluginTest::DetectorHost;
 using PluginTest::newCode;
 using PluginTest::operatorsOf;
 using PluginTest::PlainContent;
@@ -23,12 +22,12 @@ const char* const kSeveral = "WidgetTesselDetectorOperator # Multiple PersonalTe
 const char* const kAttribute = "track-tessels-on-widget";
 
 /// A table with a detector that collects into spaces, and a picture beside the detector.
-struct Table : DetectorHost
+struct PictureTable : PluginTest::Table
 {
     Cascara::LazyAttributeManager::Registrant registrant{kAttribute, &Tavola::createTrackTesselsAttribute};
     Bedrock::IntrusivePtr<PlainContent> picture;
 
-    explicit Table(bool withDetector = true)
+    explicit PictureTable(bool withDetector = true)
     {
         host.style("PersonalTesselDetectorWidget { collection-mode: add-to-personal-space }");
         host.addPerson(code, "Ann");
@@ -69,7 +68,7 @@ TEST_CASE("card operator: its type is as style sheets know it")
 
 TEST_CASE("track-tessels-on-widget: a widget has it only when a style names it, false at first")
 {
-    Table table;
+    PictureTable table;
     CHECK_FALSE(table.picture->attribute(kAttribute));
     table.host.style(QString("Picture { %1: false }").arg(kAttribute));
     table.host.frame();
@@ -81,7 +80,7 @@ TEST_CASE("track-tessels-on-widget: a widget has it only when a style names it, 
 
 TEST_CASE("track-tessels-on-widget: true attaches one operator, false removes it, a rule that stops matching too")
 {
-    Table table;
+    PictureTable table;
     table.track();
     table.host.frame();
     CHECK(table.operators() == 1);
@@ -101,7 +100,7 @@ TEST_CASE("track-tessels-on-widget: true attaches one operator, false removes it
 
 TEST_CASE("track-tessels-on-widget: a value of the program's counts like one of a style")
 {
-    Table table;
+    PictureTable table;
     table.host.style(QString("Picture { %1: false }").arg(kAttribute));
     table.host.frame();
     REQUIRE(table.tracking());
@@ -115,7 +114,7 @@ TEST_CASE("track-tessels-on-widget: a value of the program's counts like one of 
 
 TEST_CASE("track-tessels-on-widget: false removes every detector operator of the widget, however many were attached")
 {
-    Table table;
+    PictureTable table;
     table.track();
     table.host.frame();
     const auto other = Bedrock::makeIntrusive<Trellis::Operator>();
@@ -132,7 +131,7 @@ TEST_CASE("track-tessels-on-widget: false removes every detector operator of the
 
 TEST_CASE("card operator: it listens while it is attached")
 {
-    Table table;
+    PictureTable table;
     CHECK_FALSE(table.picture->eventHasListeners("marker-down"));
     const auto op = Bedrock::makeIntrusive<WidgetTesselDetectorOperator>();
     table.picture->addOperator(op);
@@ -145,7 +144,7 @@ TEST_CASE("card operator: it listens while it is attached")
 
 TEST_CASE("card operator: a card that is put on its widget collects it")
 {
-    Table table;
+    PictureTable table;
     table.track();
     table.host.frame();
     const auto id = table.putOnPicture(table.code);
@@ -162,7 +161,7 @@ TEST_CASE("card operator: a card that is put on its widget collects it")
 
 TEST_CASE("card operator: a widget that is not tracked is not collected")
 {
-    Table table;
+    PictureTable table;
     (void)table.putOnPicture(table.code);
     CHECK(table.spaces().empty());
     CHECK(table.collected() == 0);
@@ -170,8 +169,8 @@ TEST_CASE("card operator: a widget that is not tracked is not collected")
 
 TEST_CASE("card operator: a marker-down for a marker that is no longer tracked does nothing")
 {
-    Table table;
-    const Bedrock::IntrusivePtr<DetectorHost::Detector> second(new DetectorHost::Detector(&table.host.mainWidget()));
+    PictureTable table;
+    const Bedrock::IntrusivePtr<PluginTest::Table::Detector> second(new PluginTest::Table::Detector(&table.host.mainWidget()));
     table.track();
     table.host.frame();
     // No word of the two detectors either: nobody looks for them.
@@ -185,7 +184,7 @@ TEST_CASE("card operator: a marker-down for a marker that is no longer tracked d
 
 TEST_CASE("card operator: a marker-down without an id does nothing")
 {
-    Table table;
+    PictureTable table;
     table.track();
     table.host.frame();
     (void)table.putDown(table.code, {1700.f, 1000.f});
@@ -195,7 +194,7 @@ TEST_CASE("card operator: a marker-down without an id does nothing")
 
 TEST_CASE("card operator: without a detector the card is ignored silently")
 {
-    Table table(false);
+    PictureTable table(false);
     table.track();
     table.host.frame();
     (void)table.putOnPicture(table.code);
@@ -205,7 +204,7 @@ TEST_CASE("card operator: without a detector the card is ignored silently")
 
 TEST_CASE("card operator: a detector that is not in the tree does not count")
 {
-    Table table;
+    PictureTable table;
     table.detector->removeFromParent();
     table.track();
     table.host.frame();
@@ -215,12 +214,12 @@ TEST_CASE("card operator: a detector that is not in the tree does not count")
 
 TEST_CASE("card operator: of several detectors the first one of the tree is used, with a warning")
 {
-    Table table;
+    PictureTable table;
     // Before the table's own one, and deep in the tree.
     const Bedrock::IntrusivePtr<Trellis::Widget> nest(new Trellis::Widget(table.host.ui().background().get()));
     const auto made = table.host.tavola().createComponent("tavola-personal-tessel-detector")->createContentWidget();
     nest->addChild(made);
-    auto& first = dynamic_cast<DetectorHost::Detector&>(*made);
+    auto& first = dynamic_cast<PluginTest::Table::Detector&>(*made);
     first.setInputEnabled(false);
     table.track();
     table.host.frame();
@@ -242,7 +241,7 @@ TEST_CASE("card operator: of several detectors the first one of the tree is used
 
 TEST_CASE("card operator: a widget that merely calls itself a detector is skipped silently")
 {
-    Table table(false);
+    PictureTable table(false);
     const Bedrock::IntrusivePtr<Trellis::Widget> impostor(new Trellis::Widget(table.host.ui().background().get()));
     impostor->setCSSType("PersonalTesselDetectorWidget");
     impostor->setInputEnabled(false);
@@ -265,7 +264,7 @@ TEST_CASE("card operator: a widget that merely calls itself a detector is skippe
 
 TEST_CASE("card operator: two operators of one widget report a card twice")
 {
-    Table table;
+    PictureTable table;
     table.picture->addOperator(Bedrock::makeIntrusive<WidgetTesselDetectorOperator>());
     table.picture->addOperator(Bedrock::makeIntrusive<WidgetTesselDetectorOperator>());
     (void)table.putOnPicture(table.code);
@@ -274,7 +273,7 @@ TEST_CASE("card operator: two operators of one widget report a card twice")
 
 TEST_CASE("card operator: the widget may go with its operator, and take it away when a card comes")
 {
-    Table table;
+    PictureTable table;
     table.track();
     table.host.frame();
     SUBCASE("gone before")

@@ -8,7 +8,6 @@
 // What trackers do to items that still open, and to nodes of menus.
 
 using PluginTest::carried;
-using PluginTest::FolderHost;
 using PluginTest::kDegree;
 using PluginTest::near;
 using PluginTest::operatorsOf;
@@ -45,7 +44,7 @@ std::pair<Vector2f, Vector2f> endOfOpening(bool relative, int framesBefore, Vect
     table.moveCard(to, rotation);
     table.host.frames(60);
     CHECK(operatorsOf<LaunchedContentOperator>(*table.item).empty());
-    return {FolderHost::seen(*table.item), FolderHost::seen(*table.item, kCorner)};
+    return {TrackerTable::seen(*table.item), TrackerTable::seen(*table.item, kCorner)};
 }
 }
 

@@ -1,6 +1,6 @@
 #include "folder/PersonalFolderWidget.hpp"
 
-#include "FolderHost.hpp"
+#include "Table.hpp"
 #include "LogCapture.hpp"
 
 #include <Trellis/FadeAnimator.hpp>
@@ -9,22 +9,21 @@
 
 // Folders that open when a card is lifted.
 
-using PluginTest::FolderHost;
+using PluginTest::CardAndFolder;
 using PluginTest::FolderItem;
 using PluginTest::near;
 using PluginTest::operatorsOf;
 using PluginTest::Strings;
 using Tavola::MarkerTrackerOperator;
 using Vecta::Vector2f;
-using Table = PluginTest::CardAndFolder;
 
 namespace
 {
-constexpr Vector2f kCard = Table::kCard;
-constexpr Vector2f kStyledPlace = Table::kStyledPlace;
+constexpr Vector2f kCard = CardAndFolder::kCard;
+constexpr Vector2f kStyledPlace = CardAndFolder::kStyledPlace;
 
 /// A folder in reverse mode with an item and a menu, and a card that was lifted from it.
-struct ReverseTable : Table
+struct ReverseTable : PluginTest::Table
 {
     Tactile::Marker marker{1, 1, {0.f, 0.f}};
     Tactile::Marker other{9999, 4242, {300.f, 200.f}};
@@ -217,10 +216,10 @@ TEST_CASE("reverse mode: items open where the card was lifted")
 
 TEST_CASE("reverse mode: menus close their node when the card comes down")
 {
-    Table table;
+    CardAndFolder table;
     table.set("reverse-mode", true);
     table.set("dismiss-widgets", true);
-    table.addMenu(FolderHost::kAbsolute);
+    table.addMenu(CardAndFolder::kAbsolute);
     const auto marker = *table.card(table.id);
     table.lift(table.id);
     table.folder->personalMarkerUp(marker);
@@ -236,9 +235,9 @@ TEST_CASE("reverse mode: menus close their node when the card comes down")
 
 TEST_CASE("reverse mode: outside it nothing is remembered for a later card down")
 {
-    Table table;
+    CardAndFolder table;
     table.set("dismiss-widgets", true);
-    table.addItem(FolderHost::kRelative, "r");
+    table.addItem(CardAndFolder::kRelative, "r");
     const auto marker = *table.card(table.id);
     table.down();
     table.set("reverse-mode", true);

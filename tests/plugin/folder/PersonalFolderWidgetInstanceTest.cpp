@@ -1,20 +1,19 @@
 #include "folder/PersonalFolderWidgetInstance.hpp"
 
-#include "FolderHost.hpp"
+#include "Table.hpp"
 #include "LogCapture.hpp"
 
 #include <doctest/doctest.h>
 
-using PluginTest::FolderHost;
 using PluginTest::FolderItem;
 using PluginTest::Strings;
 using Tavola::PersonalFolderWidgetInstance;
 
 namespace
 {
-struct Table : FolderHost
+struct InstanceTable : PluginTest::Table
 {
-    Table() { addFolder(); }
+    InstanceTable() { addFolder(); }
     std::shared_ptr<PersonalFolderWidgetInstance> instance()
     {
         return std::dynamic_pointer_cast<PersonalFolderWidgetInstance>(host.tavola().widgetInstance(folder->id()));
@@ -33,7 +32,7 @@ struct Table : FolderHost
 
 TEST_CASE("folder instance: the host finds it by the folder, it knows component and widget")
 {
-    Table table;
+    InstanceTable table;
     REQUIRE(table.instance());
     CHECK(table.instance()->widget() == table.folder);
     CHECK(table.instance()->component() == table.component);
@@ -41,12 +40,12 @@ TEST_CASE("folder instance: the host finds it by the folder, it knows component 
 
 TEST_CASE("folder instance: it makes what its two slots hold, in order and without parents")
 {
-    Table table;
+    InstanceTable table;
     CHECK(table.made(true).empty());
     CHECK(table.made(false).empty());
-    table.addItem(FolderHost::kRelative, "r1");
-    table.addItem(FolderHost::kAbsolute, "a1");
-    table.addItem(FolderHost::kRelative, "r2");
+    table.addItem(InstanceTable::kRelative, "r1");
+    table.addItem(InstanceTable::kAbsolute, "a1");
+    table.addItem(InstanceTable::kRelative, "r2");
     table.addItem("some-other-slot", "x");
     CHECK(table.made(true) == Strings{"r1", "r2"});
     CHECK(table.made(false) == Strings{"a1"});
@@ -54,8 +53,8 @@ TEST_CASE("folder instance: it makes what its two slots hold, in order and witho
 
 TEST_CASE("folder instance: every call makes new widgets, with instances that the host knows")
 {
-    Table table;
-    table.addItem(FolderHost::kRelative, "r");
+    InstanceTable table;
+    table.addItem(InstanceTable::kRelative, "r");
     const auto first = table.instance()->createContents(true);
     const auto second = table.instance()->createContents(true);
     REQUIRE(first.size() == 1);
@@ -67,18 +66,18 @@ TEST_CASE("folder instance: every call makes new widgets, with instances that th
 
 TEST_CASE("folder instance: an assignment whose widget cannot be created is skipped")
 {
-    Table table;
+    InstanceTable table;
     const auto broken = std::make_shared<Tavola::WidgetComponent>(nullptr);
     broken->setName("broken");
-    table.component->assign(FolderHost::kAbsolute, broken);
-    table.addItem(FolderHost::kAbsolute, "a");
+    table.component->assign(InstanceTable::kAbsolute, broken);
+    table.addItem(InstanceTable::kAbsolute, "a");
     TestSupport::expectWarning("UIComponent::createInstance # Component 'broken' made no widget");
     CHECK(table.made(false) == Strings{"a"});
 }
 
 TEST_CASE("folder instance: one whose component has no slots makes nothing")
 {
-    Table table;
+    InstanceTable table;
     const auto instance = std::make_shared<PersonalFolderWidgetInstance>(
         std::make_shared<Tavola::Component>(), Bedrock::IntrusivePtr<Trellis::Widget>(table.folder.get()));
     CHECK(instance->createContents(true).empty());

@@ -1,6 +1,6 @@
 #include "folder/PersonalFolderWidget.hpp"
 
-#include "FolderHost.hpp"
+#include "Table.hpp"
 #include "LogCapture.hpp"
 
 #include <Tavola/Utils.hpp>
@@ -8,7 +8,7 @@
 
 #include <doctest/doctest.h>
 
-using PluginTest::FolderHost;
+using PluginTest::CardAndFolder;
 using PluginTest::FolderItem;
 using PluginTest::near;
 using PluginTest::operatorsOf;
@@ -21,9 +21,8 @@ using Vecta::Vector2f;
 
 namespace
 {
-using Table = PluginTest::CardAndFolder;
-constexpr Vector2f kCard = Table::kCard;
-constexpr Vector2f kStyledPlace = Table::kStyledPlace;
+constexpr Vector2f kCard = CardAndFolder::kCard;
+constexpr Vector2f kStyledPlace = CardAndFolder::kStyledPlace;
 
 bool isTemporary(const Trellis::Widget& widget)
 {
@@ -33,7 +32,7 @@ bool isTemporary(const Trellis::Widget& widget)
 
 TEST_CASE("folder: type, attributes and their defaults are as style sheets know them")
 {
-    Table table;
+    CardAndFolder table;
     CHECK(table.folder->cssType() == "PersonalFolderWidget");
     Strings own;
     for (const auto* attribute : table.folder->attributes())
@@ -46,18 +45,18 @@ TEST_CASE("folder: type, attributes and their defaults are as style sheets know 
 
 TEST_CASE("folder: the component makes a folder with its instance, which the host finds by the widget")
 {
-    Table table;
+    CardAndFolder table;
     CHECK_FALSE(table.folder->parent());
     CHECK(table.host.tavola().widgetInstance(table.folder->id()));
 }
 
 TEST_CASE("folder: card down opens all relative and then all absolute contents")
 {
-    Table table;
-    table.addItem(FolderHost::kAbsolute, "a1");
-    table.addItem(FolderHost::kRelative, "r1");
-    table.addItem(FolderHost::kAbsolute, "a2");
-    table.addItem(FolderHost::kRelative, "r2");
+    CardAndFolder table;
+    table.addItem(CardAndFolder::kAbsolute, "a1");
+    table.addItem(CardAndFolder::kRelative, "r1");
+    table.addItem(CardAndFolder::kAbsolute, "a2");
+    table.addItem(CardAndFolder::kRelative, "r2");
     table.down();
     CHECK(table.itemNames() == Strings{"r1", "r2", "a1", "a2"});
     // The absolute ones are made when the relative ones have been opened.
@@ -69,10 +68,10 @@ TEST_CASE("folder: card down opens all relative and then all absolute contents")
 
 TEST_CASE("folder: items open above what stands on the table")
 {
-    Table table;
+    CardAndFolder table;
     const Bedrock::IntrusivePtr<Trellis::Widget> other(new Trellis::Widget(&table.host.mainWidget()));
-    table.addItem(FolderHost::kRelative, "r");
-    table.addItem(FolderHost::kAbsolute, "a");
+    table.addItem(CardAndFolder::kRelative, "r");
+    table.addItem(CardAndFolder::kAbsolute, "a");
     table.down();
     const auto& children = table.host.mainWidget().children();
     REQUIRE(children.size() == 3);
@@ -83,12 +82,12 @@ TEST_CASE("folder: items open above what stands on the table")
 
 TEST_CASE("folder: what opens comes to the top of its layer, not the layer to the top of the table")
 {
-    Table table;
+    CardAndFolder table;
     const auto layers = table.host.mainWidget().parent()->children();
     REQUIRE(layers.back() != &table.host.mainWidget());
-    table.addItem(FolderHost::kRelative, "r");
-    table.addItem(FolderHost::kAbsolute, "a");
-    table.addMenu(FolderHost::kRelative);
+    table.addItem(CardAndFolder::kRelative, "r");
+    table.addItem(CardAndFolder::kAbsolute, "a");
+    table.addMenu(CardAndFolder::kRelative);
     table.down();
     REQUIRE(table.items().size() == 2);
     CHECK(table.host.mainWidget().parent()->children() == layers);
@@ -98,7 +97,7 @@ TEST_CASE("folder: what opens comes to the top of its layer, not the layer to th
 
 TEST_CASE("folder: an item has its opening before its tracker, and is no temporary content before it is tracked")
 {
-    Table table;
+    CardAndFolder table;
     bool checked = false;
     const auto item = Bedrock::makeIntrusive<FolderItem>("watched");
     item->onTake = [&] {
@@ -108,7 +107,7 @@ TEST_CASE("folder: an item has its opening before its tracker, and is no tempora
         CHECK(operatorsOf<MarkerTrackerOperator>(*item).empty());
         CHECK_FALSE(isTemporary(*item));
     };
-    table.component->assign(FolderHost::kRelative, std::make_shared<Tavola::WidgetComponent>([item] { return item; }));
+    table.component->assign(CardAndFolder::kRelative, std::make_shared<Tavola::WidgetComponent>([item] { return item; }));
     table.down();
     CHECK(checked);
     REQUIRE(item->operators().size() == 2);
@@ -121,9 +120,9 @@ TEST_CASE("folder: an item has its opening before its tracker, and is no tempora
 
 TEST_CASE("folder: relative items end at their styled place from the card, absolute ones with their centre at it")
 {
-    Table table(0.7f);
-    table.addItem(FolderHost::kRelative, "r");
-    table.addItem(FolderHost::kAbsolute, "a");
+    CardAndFolder table(0.7f);
+    table.addItem(CardAndFolder::kRelative, "r");
+    table.addItem(CardAndFolder::kAbsolute, "a");
     table.down();
     table.finishOpening();
     CHECK(near(table.item("r").location(), kCard + kStyledPlace));
@@ -134,12 +133,12 @@ TEST_CASE("folder: relative items end at their styled place from the card, absol
 
 TEST_CASE("folder: the card's place is mapped into a main widget that is turned and scaled")
 {
-    Table table;
+    CardAndFolder table;
     table.host.mainWidget().setScale(0.5f);
     table.host.mainWidget().setRotation(0.4f);
     table.host.mainWidget().setLocation({50.f, -20.f});
-    table.addItem(FolderHost::kRelative, "r");
-    table.addItem(FolderHost::kAbsolute, "a");
+    table.addItem(CardAndFolder::kRelative, "r");
+    table.addItem(CardAndFolder::kAbsolute, "a");
     table.down();
     table.finishOpening();
     CHECK(near(table.seenCentre(table.item("a")), kCard, 0.2f));
@@ -148,8 +147,8 @@ TEST_CASE("folder: the card's place is mapped into a main widget that is turned 
 
 TEST_CASE("folder: the opening takes as long as the attribute says")
 {
-    Table table;
-    table.addItem(FolderHost::kRelative, "r");
+    CardAndFolder table;
+    table.addItem(CardAndFolder::kRelative, "r");
     SUBCASE("0.3 seconds at first")
     {
         table.down();
@@ -171,8 +170,8 @@ TEST_CASE("folder: the opening takes as long as the attribute says")
 
 TEST_CASE("folder: each card that comes down opens contents of its own")
 {
-    Table table;
-    table.addItem(FolderHost::kRelative, "r");
+    CardAndFolder table;
+    table.addItem(CardAndFolder::kRelative, "r");
     table.down();
     const auto otherId = table.putDown(PluginTest::newCode(), {300.f, 200.f});
     table.folder->personalMarkerDown(*table.card(otherId));
@@ -184,18 +183,18 @@ TEST_CASE("folder: each card that comes down opens contents of its own")
 
 TEST_CASE("folder: a component that is in a slot twice opens twice")
 {
-    Table table;
+    CardAndFolder table;
     const auto one = table.itemComponent("r");
-    table.component->assign(FolderHost::kRelative, one);
-    table.component->assign(FolderHost::kRelative, one);
+    table.component->assign(CardAndFolder::kRelative, one);
+    table.component->assign(CardAndFolder::kRelative, one);
     table.down();
     CHECK(table.itemNames() == Strings{"r", "r"});
 }
 
 TEST_CASE("folder: without an instance nothing opens")
 {
-    Table table;
-    const PluginTest::FolderHost::Folder* const before = table.folder.get();
+    CardAndFolder table;
+    const CardAndFolder::Folder* const before = table.folder.get();
     const auto lonely = Bedrock::makeIntrusive<PersonalFolderWidget>();
     REQUIRE(lonely.get() != before);
     lonely->personalMarkerDown(*table.card(table.id));
@@ -205,7 +204,7 @@ TEST_CASE("folder: without an instance nothing opens")
 
 TEST_CASE("folder: an empty one opens nothing")
 {
-    Table table;
+    CardAndFolder table;
     table.down();
     table.up();
     CHECK(table.host.mainWidget().children().empty());
@@ -213,12 +212,12 @@ TEST_CASE("folder: an empty one opens nothing")
 
 TEST_CASE("folder: an assignment whose widget cannot be created is skipped, the others open")
 {
-    Table table;
-    table.addItem(FolderHost::kRelative, "first");
+    CardAndFolder table;
+    table.addItem(CardAndFolder::kRelative, "first");
     const auto broken = std::make_shared<Tavola::WidgetComponent>([] { return Bedrock::IntrusivePtr<Trellis::Widget>(); });
     broken->setName("broken");
-    table.component->assign(FolderHost::kRelative, broken);
-    table.addItem(FolderHost::kRelative, "second");
+    table.component->assign(CardAndFolder::kRelative, broken);
+    table.addItem(CardAndFolder::kRelative, "second");
     TestSupport::expectWarning("UIComponent::createInstance # Component 'broken' made no widget");
     table.down();
     CHECK(table.itemNames() == Strings{"first", "second"});
@@ -226,20 +225,20 @@ TEST_CASE("folder: an assignment whose widget cannot be created is skipped, the 
 
 TEST_CASE("folder: what shows nothing in a slot is skipped, the others open")
 {
-    Table table;
-    table.component->assign(FolderHost::kAbsolute, std::make_shared<Tavola::Component>());
-    table.addItem(FolderHost::kAbsolute, "a");
+    CardAndFolder table;
+    table.component->assign(CardAndFolder::kAbsolute, std::make_shared<Tavola::Component>());
+    table.addItem(CardAndFolder::kAbsolute, "a");
     table.down();
     CHECK(table.itemNames() == Strings{"a"});
 }
 
 TEST_CASE("folder: what was taken out of a slot does not open any more, what is open stays")
 {
-    Table table;
+    CardAndFolder table;
     const auto one = table.itemComponent("r");
-    table.component->assign(FolderHost::kRelative, one);
+    table.component->assign(CardAndFolder::kRelative, one);
     table.down();
-    table.component->unassign(FolderHost::kRelative, one);
+    table.component->unassign(CardAndFolder::kRelative, one);
     table.down();
     CHECK(table.items().size() == 1);
 }
@@ -248,13 +247,13 @@ TEST_CASE("folder: what was taken out of a slot does not open any more, what is 
 
 TEST_CASE("follow: relative items and menus move with the card, absolute items do not")
 {
-    Table table;
+    CardAndFolder table;
     table.set("follow-marker", true);
     table.set("rotation-offset", 0.f);
-    table.addItem(FolderHost::kRelative, "r");
-    table.addItem(FolderHost::kAbsolute, "a");
-    table.addMenu(FolderHost::kRelative);
-    table.addMenu(FolderHost::kAbsolute);
+    table.addItem(CardAndFolder::kRelative, "r");
+    table.addItem(CardAndFolder::kAbsolute, "a");
+    table.addMenu(CardAndFolder::kRelative);
+    table.addMenu(CardAndFolder::kAbsolute);
     table.down();
     table.finishOpening();
     REQUIRE(table.menus().size() == 2);
@@ -272,10 +271,10 @@ TEST_CASE("follow: relative items and menus move with the card, absolute items d
 
 TEST_CASE("follow: without the attribute nothing moves")
 {
-    Table table;
-    table.addItem(FolderHost::kRelative, "r");
-    table.addItem(FolderHost::kAbsolute, "a");
-    table.addMenu(FolderHost::kRelative);
+    CardAndFolder table;
+    table.addItem(CardAndFolder::kRelative, "r");
+    table.addItem(CardAndFolder::kAbsolute, "a");
+    table.addMenu(CardAndFolder::kRelative);
     table.down();
     table.finishOpening();
     const auto relative = table.seen(table.item("r"));
@@ -289,8 +288,8 @@ TEST_CASE("follow: without the attribute nothing moves")
 
 TEST_CASE("follow: the attribute counts as it is when the content is opened")
 {
-    Table table;
-    table.addItem(FolderHost::kRelative, "r");
+    CardAndFolder table;
+    table.addItem(CardAndFolder::kRelative, "r");
     table.down();
     table.set("follow-marker", true);
     table.finishOpening();
@@ -300,10 +299,10 @@ TEST_CASE("follow: the attribute counts as it is when the content is opened")
 
 TEST_CASE("follow: a following item has the card's rotation and the folder's offset, in degrees")
 {
-    Table table(0.25f);
+    CardAndFolder table(0.25f);
     table.set("follow-marker", true);
-    table.addItem(FolderHost::kRelative, "r");
-    table.addItem(FolderHost::kAbsolute, "a");
+    table.addItem(CardAndFolder::kRelative, "r");
+    table.addItem(CardAndFolder::kAbsolute, "a");
     double offset = PluginTest::kPi / 2;
     SUBCASE("90 at first") {}
     SUBCASE("as styled")
@@ -321,10 +320,10 @@ TEST_CASE("follow: a following item has the card's rotation and the folder's off
 
 TEST_CASE("follow: with several cards each item goes with the card that opened it")
 {
-    Table table;
+    CardAndFolder table;
     table.set("follow-marker", true);
     table.set("rotation-offset", 0.f);
-    table.addItem(FolderHost::kRelative, "r");
+    table.addItem(CardAndFolder::kRelative, "r");
     table.down();
     const auto otherId = table.putDown(PluginTest::newCode(), {300.f, 200.f});
     table.folder->personalMarkerDown(*table.card(otherId));
@@ -339,9 +338,9 @@ TEST_CASE("follow: with several cards each item goes with the card that opened i
 
 TEST_CASE("lifting: card up alone dismisses nothing")
 {
-    Table table;
-    table.addItem(FolderHost::kRelative, "r");
-    table.addMenu(FolderHost::kAbsolute);
+    CardAndFolder table;
+    table.addItem(CardAndFolder::kRelative, "r");
+    table.addMenu(CardAndFolder::kAbsolute);
     table.down();
     table.up();
     table.finishOpening();
@@ -355,10 +354,10 @@ TEST_CASE("lifting: card up alone dismisses nothing")
 
 TEST_CASE("lifting: with dismiss-widgets items fade out in 0.2 seconds and are deleted")
 {
-    Table table;
+    CardAndFolder table;
     table.set("dismiss-widgets", true);
-    table.addItem(FolderHost::kRelative, "r");
-    table.addItem(FolderHost::kAbsolute, "a");
+    table.addItem(CardAndFolder::kRelative, "r");
+    table.addItem(CardAndFolder::kAbsolute, "a");
     table.down();
     table.finishOpening();
     CHECK(table.items().size() == 2);
@@ -383,9 +382,9 @@ TEST_CASE("lifting: with dismiss-widgets items fade out in 0.2 seconds and are d
 
 TEST_CASE("lifting: with dismiss-widgets an item that still opens goes too")
 {
-    Table table;
+    CardAndFolder table;
     table.set("dismiss-widgets", true);
-    table.addItem(FolderHost::kRelative, "r");
+    table.addItem(CardAndFolder::kRelative, "r");
     table.down();
     table.host.frames(2);
     table.lift(table.id);
@@ -395,9 +394,9 @@ TEST_CASE("lifting: with dismiss-widgets an item that still opens goes too")
 
 TEST_CASE("lifting: with dismiss-widgets only what the lifted card opened goes")
 {
-    Table table;
+    CardAndFolder table;
     table.set("dismiss-widgets", true);
-    table.addItem(FolderHost::kRelative, "r");
+    table.addItem(CardAndFolder::kRelative, "r");
     table.down();
     const auto otherId = table.putDown(PluginTest::newCode(), {300.f, 200.f});
     table.folder->personalMarkerDown(*table.card(otherId));
@@ -410,10 +409,10 @@ TEST_CASE("lifting: with dismiss-widgets only what the lifted card opened goes")
 
 TEST_CASE("lifting: an item that a visitor has closed is no trouble, and the others go")
 {
-    Table table;
+    CardAndFolder table;
     table.set("dismiss-widgets", true);
-    table.addItem(FolderHost::kRelative, "closed");
-    table.addItem(FolderHost::kRelative, "open");
+    table.addItem(CardAndFolder::kRelative, "closed");
+    table.addItem(CardAndFolder::kRelative, "open");
     table.down();
     table.finishOpening();
     table.item("closed").removeFromParent();
@@ -425,10 +424,10 @@ TEST_CASE("lifting: an item that a visitor has closed is no trouble, and the oth
 
 TEST_CASE("lifting: items stay and are dismissed when their folder has gone")
 {
-    Table table;
+    CardAndFolder table;
     table.set("dismiss-widgets", true);
     table.set("follow-marker", true);
-    table.addItem(FolderHost::kRelative, "r");
+    table.addItem(CardAndFolder::kRelative, "r");
     table.down();
     table.folder.reset();
     table.component.reset();
@@ -442,9 +441,9 @@ TEST_CASE("lifting: items stay and are dismissed when their folder has gone")
 
 TEST_CASE("lifting: with dismiss-widgets the menu closes the node that was opened for the card")
 {
-    Table table;
+    CardAndFolder table;
     table.set("dismiss-widgets", true);
-    table.addMenu(FolderHost::kRelative);
+    table.addMenu(CardAndFolder::kRelative);
     table.down();
     table.finishOpening();
     REQUIRE(table.menus().size() == 1);
@@ -464,9 +463,9 @@ TEST_CASE("lifting: with dismiss-widgets the menu closes the node that was opene
 
 TEST_CASE("menu: it opens at the card as temporary content of class personal-menu, with its tracker")
 {
-    Table table(0.5f);
-    table.addMenu(FolderHost::kRelative);
-    table.addMenu(FolderHost::kAbsolute);
+    CardAndFolder table(0.5f);
+    table.addMenu(CardAndFolder::kRelative);
+    table.addMenu(CardAndFolder::kAbsolute);
     table.down();
     REQUIRE(table.menus().size() == 2);
     table.finishOpening();
@@ -481,18 +480,18 @@ TEST_CASE("menu: it opens at the card as temporary content of class personal-men
 
 TEST_CASE("menu: items are not of class personal-menu")
 {
-    Table table;
-    table.addItem(FolderHost::kRelative, "r");
+    CardAndFolder table;
+    table.addItem(CardAndFolder::kRelative, "r");
     table.down();
     CHECK_FALSE(table.item("r").hasCSSClass("personal-menu"));
 }
 
 TEST_CASE("menu: the order of the slot holds for menus and items alike")
 {
-    Table table;
-    table.addItem(FolderHost::kRelative, "before");
-    table.addMenu(FolderHost::kRelative);
-    table.addItem(FolderHost::kRelative, "after");
+    CardAndFolder table;
+    table.addItem(CardAndFolder::kRelative, "before");
+    table.addMenu(CardAndFolder::kRelative);
+    table.addItem(CardAndFolder::kRelative, "after");
     table.down();
     const auto& children = table.host.mainWidget().children();
     REQUIRE(children.size() == 3);
@@ -503,10 +502,10 @@ TEST_CASE("menu: the order of the slot holds for menus and items alike")
 
 TEST_CASE("menu: under a turned and scaled main widget it opens at the card")
 {
-    Table table;
+    CardAndFolder table;
     table.host.mainWidget().setScale(0.5f);
     table.host.mainWidget().setRotation(0.4f);
-    table.addMenu(FolderHost::kRelative);
+    table.addMenu(CardAndFolder::kRelative);
     table.down();
     table.finishOpening();
     CHECK(near(table.seenCentre(table.nodeOf(*table.menus()[0])), kCard, 1.f));
@@ -514,9 +513,9 @@ TEST_CASE("menu: under a turned and scaled main widget it opens at the card")
 
 TEST_CASE("menu: what styles say of personal menus on the table counts for the node that it opens with")
 {
-    Table table;
+    CardAndFolder table;
     table.host.style("* > .personal-menu { menu-style: list }");
-    table.addMenu(FolderHost::kRelative);
+    table.addMenu(CardAndFolder::kRelative);
     table.down();
     const auto& node = table.nodeOf(*table.menus()[0]);
     CHECK(node.hasCSSClass("list"));
@@ -525,10 +524,10 @@ TEST_CASE("menu: what styles say of personal menus on the table counts for the n
 
 TEST_CASE("menu: the node of a following menu has the card's rotation and the folder's offset, in degrees")
 {
-    Table table(0.25f);
+    CardAndFolder table(0.25f);
     table.set("follow-marker", true);
-    table.addMenu(FolderHost::kRelative);
-    table.addMenu(FolderHost::kAbsolute);
+    table.addMenu(CardAndFolder::kRelative);
+    table.addMenu(CardAndFolder::kAbsolute);
     double offset = PluginTest::kPi / 2;
     SUBCASE("90 at first") {}
     SUBCASE("as styled")
@@ -558,8 +557,8 @@ TEST_CASE("menu: the node of a following menu has the card's rotation and the fo
 
 TEST_CASE("menu: the node of a menu that does not follow stands upright")
 {
-    Table table(0.25f);
-    table.addMenu(FolderHost::kRelative);
+    CardAndFolder table(0.25f);
+    table.addMenu(CardAndFolder::kRelative);
     table.down();
     CHECK(table.nodeOf(*table.menus()[0]).rotation() == 0.f);
     table.finishOpening();
@@ -568,8 +567,8 @@ TEST_CASE("menu: the node of a menu that does not follow stands upright")
 
 TEST_CASE("menu: in reverse mode its node is the visitors' to move, and is marked so; the menu around it is not")
 {
-    Table table;
-    table.addMenu(FolderHost::kRelative);
+    CardAndFolder table;
+    table.addMenu(CardAndFolder::kRelative);
     bool reverse = false;
     SUBCASE("in reverse mode")
     {

@@ -1,18 +1,18 @@
 #include "registration/PersonalComponents.hpp"
 
-#include "FolderHost.hpp"
+#include "Table.hpp"
 
 #include <doctest/doctest.h>
 
 #include <memory>
 #include <utility>
 
-using PluginTest::FolderHost;
+using PluginTest::Table;
 
 namespace
 {
 /// What the table's host makes of a component's name: a widget that is in no tree yet.
-Bedrock::IntrusivePtr<Trellis::Widget> made(FolderHost& table, const char* component)
+Bedrock::IntrusivePtr<Trellis::Widget> made(Table& table, const char* component)
 {
     return table.host.tavola().createComponent(component)->createContentWidget();
 }
@@ -20,7 +20,7 @@ Bedrock::IntrusivePtr<Trellis::Widget> made(FolderHost& table, const char* compo
 
 TEST_CASE("components: each makes its widget, new ones every time")
 {
-    FolderHost table;
+    Table table;
     const std::pair<const char*, const char*> rows[] = {{"personal-space-widget", "PersonalSpaceWidget"},
                                                         {"email-widget-popup", "EmailSendingPopupWidget"},
                                                         {"personal-folder", "PersonalFolderWidget"},

@@ -1,13 +1,20 @@
 #pragma once
 
-#include "DetectorHost.hpp"
+#include "PluginSupport.hpp"
+#include "TestHost.hpp"
+#include "detector/PersonalTesselDetectorWidget.hpp"
 #include "folder/MarkerTrackerOperator.hpp"
 #include "folder/PersonalFolderWidget.hpp"
+#include "personalspace/PersonalSpaceWidget.hpp"
+#include "registration/FactoryRegistrant.hpp"
+#include "registration/PersonalComponents.hpp"
 
+#include <Tavola/Component.hpp>
 #include <Tavola/ContentMenuWidget.hpp>
 #include <Tavola/LaunchedContentOperator.hpp>
 #include <Tavola/MarkerTaker.hpp>
 #include <Trellis/FrameInfo.hpp>
+#include <Trellis/InputGrabber.hpp>
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -17,6 +24,8 @@
 #include <cmath>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -24,8 +33,8 @@ namespace PluginTest
 {
 constexpr double kPi = 3.141592653589793;
 
-/// Content of a folder: 100 by 50, styled 30 to the right of and 40 below where it is opened. Takes cards, and writes down
-/// what happens to it.
+/// Content of a folder: 100 by 50, styled 30 to the right of and 40 below the point where it is opened. Accepts cards, and
+/// records what happens to it.
 class FolderItem final : public Trellis::Widget, public Tavola::MarkerTaker
 {
 public:
@@ -84,29 +93,124 @@ template <class Type>
     return is;
 }
 
-/// A table whose host knows every component of the plug-in, with folders beside the detector.
-struct FolderHost : DetectorHost
+/// A table whose host has every component of the plug-in. Detector, folder and card are added by the test; fixtures of single
+/// test files derive from this one.
+struct Table
 {
+    using Detector = Tavola::PersonalTesselDetectorWidget;
     using Folder = Tavola::PersonalFolderWidget;
     using Component = Tavola::CustomWidgetInstanceComponent;
     static constexpr const char* kRelative = "content-widget-relative";
     static constexpr const char* kAbsolute = "content-widget-absolute";
+    static constexpr Vecta::Vector2f kCard{600.f, 400.f};      ///< where putCard puts the card
+    static constexpr Vecta::Vector2f kStyledPlace{30.f, 40.f}; ///< of a FolderItem
 
-    std::optional<Tavola::FactoryRegistrant<Component>> folderRegistrant;
-    std::optional<Tavola::FactoryRegistrant<Tavola::WidgetComponent>> popupRegistrant;
+    TestSupport::TestHost host;
+    /// Unregisters the components when the table goes.
+    struct Registrants
+    {
+        Tavola::FactoryRegistrant<Tavola::WidgetComponent> space{"personal-space-widget", Tavola::makePersonalSpaceComponent};
+        Tavola::FactoryRegistrant<Tavola::WidgetComponent> popup{"email-widget-popup", Tavola::makeEmailPopupComponent};
+        Tavola::FactoryRegistrant<Component> folder{"personal-folder", Tavola::makePersonalFolderComponent};
+        Tavola::FactoryRegistrant<Component> detector{"tavola-personal-tessel-detector", Tavola::makeTesselDetectorComponent};
+    };
+    std::unique_ptr<Registrants> registrants;
+    Bedrock::IntrusivePtr<Detector> detector; ///< null until addDetector
+    unsigned long code = newCode();           ///< of the card that most tests use
+    std::int64_t id = 0;                      ///< on the table, of the card of putCard
     std::shared_ptr<Strings> log = std::make_shared<Strings>();
-    std::shared_ptr<Component> component;
-    Bedrock::IntrusivePtr<Folder> folder;
+    std::shared_ptr<Component> component; ///< of the folder
+    Bedrock::IntrusivePtr<Folder> folder; ///< null until addFolder
     QTemporaryDir files;
 
-    FolderHost()
+    Table()
     {
-        host.declareComponents({"personal-folder", "email-widget-popup"});
-        folderRegistrant.emplace("personal-folder", Tavola::makePersonalFolderComponent);
-        popupRegistrant.emplace("email-widget-popup", Tavola::makeEmailPopupComponent);
-        host.style("FolderItem { width: 100px; height: 50px; position: absolute; left: 30px; top: 40px }"
+        host.declareComponents(
+            {"personal-space-widget", "email-widget-popup", "personal-folder", "tavola-personal-tessel-detector"});
+        registrants = std::make_unique<Registrants>();
+        host.style("PersonalSpaceWidget { width: 400px; height: 300px; position: absolute }"
+                   "PersonalTesselDetectorWidget { width: 800px; height: 600px; position: absolute; left: 200px; top: 100px }"
+                   "FolderItem { width: 100px; height: 50px; position: absolute; left: 30px; top: 40px }"
                    "ContentMenuNode { width: 80px; height: 60px; position: absolute }");
     }
+
+    // ---- Detector ------------------------------------------------------------------------------------------------------
+
+    /// A detector of 800 by 600 at (200, 100), made as the host makes one for a presentation.
+    void addDetector()
+    {
+        const auto made = host.tavola().createComponent("tavola-personal-tessel-detector")->createContentWidget();
+        detector = Bedrock::dynamicPointerCast<Detector>(made);
+        host.mainWidget().addChild(detector);
+    }
+    /// An attribute of the detector.
+    template <class Type>
+    Facet::AttributeT<Type>& attribute(const char* name)
+    {
+        return dynamic_cast<Facet::AttributeT<Type>&>(*detector->attribute(name));
+    }
+    [[nodiscard]] std::vector<Tavola::PersonalSpaceWidget*> spaces()
+    {
+        std::vector<Tavola::PersonalSpaceWidget*> found;
+        for (const auto& child : host.mainWidget().children())
+            if (auto* space = dynamic_cast<Tavola::PersonalSpaceWidget*>(child.get()))
+                found.push_back(space);
+        return found;
+    }
+    /// Content that the host describes, 50 by 50, under the main widget.
+    Bedrock::IntrusivePtr<PlainContent> content()
+    {
+        const Bedrock::IntrusivePtr<PlainContent> made(new PlainContent(&host.mainWidget()));
+        made->source.setValue("https://example.org/page");
+        made->setSize({50.f, 50.f});
+        return made;
+    }
+    /// Gives the detector a card that was put on a widget, at (700, 500).
+    void putOn(Trellis::Widget& widget, unsigned long card, float rotationRadians = 0.f)
+    {
+        detector->tesselOnWidget(widget, Tactile::Marker(1, card, {700.f, 500.f}, rotationRadians));
+    }
+
+    // ---- Cards ---------------------------------------------------------------------------------------------------------
+
+    /// Puts a card of this code down and cranks a frame; its id on the table.
+    std::int64_t putDown(unsigned long card, Vecta::Vector2f point = {600.f, 400.f}, float rotationRadians = 0.f)
+    {
+        const auto put = host.input.markerDown(card, point, rotationRadians);
+        host.frame();
+        return put;
+    }
+    void lift(std::int64_t card)
+    {
+        host.input.markerUp(card);
+        host.frame();
+    }
+    /// Puts the card of most tests at `kCard`; its id is `id` from here on.
+    void putCard(float rotationRadians = 0.f)
+    {
+        id = putDown(code, kCard, rotationRadians);
+        host.frame();
+    }
+    /// Moves, and turns, the card of `putCard`.
+    void moveCard(Vecta::Vector2f to)
+    {
+        host.input.markerMove(id, to);
+        host.frame();
+    }
+    void moveCard(Vecta::Vector2f to, double rotationRadians)
+    {
+        host.input.markerMove(id, to, float(rotationRadians));
+        host.frame();
+    }
+    [[nodiscard]] std::optional<Tactile::Marker> card(std::int64_t cardId) { return host.app().grabManager()->findMarker(cardId); }
+    /// The widget that has grabbed an object, or null.
+    [[nodiscard]] Trellis::Widget* holder(std::int64_t object)
+    {
+        auto* grabber = host.app().grabManager()->grabber(object);
+        return grabber ? dynamic_cast<Trellis::Widget*>(grabber->host()) : nullptr;
+    }
+
+    // ---- Folder --------------------------------------------------------------------------------------------------------
 
     [[nodiscard]] std::shared_ptr<Component> makeFolderComponent()
     {
@@ -150,7 +254,7 @@ struct FolderHost : DetectorHost
         dynamic_cast<Facet::AttributeT<Type>&>(*folder->attribute(name)).setValue(value);
     }
 
-    /// What was opened and stands under the main widget, from the bottom to the top.
+    /// The opened widgets of a type under the main widget, from the bottom to the top.
     template <class Type>
     [[nodiscard]] std::vector<Type*> opened()
     {
@@ -184,8 +288,6 @@ struct FolderHost : DetectorHost
             throw std::runtime_error("the menu shows no node");
         return *node;
     }
-    [[nodiscard]] std::optional<Tactile::Marker> card(std::int64_t id) { return host.app().grabManager()->findMarker(id); }
-
     /// Frames until every opening has ended.
     void finishOpening() { host.frames(30); }
     /// Where a point of a widget is seen.
@@ -199,26 +301,15 @@ struct FolderHost : DetectorHost
     }
 };
 
-/// A card on the table and a folder that is told of it by the test.
-struct CardAndFolder : FolderHost
+/// A table with a folder and a card that the test gives to the folder itself.
+struct CardAndFolder : Table
 {
-    static constexpr Vecta::Vector2f kCard{600.f, 400.f};
-    static constexpr Vecta::Vector2f kStyledPlace{30.f, 40.f}; ///< of an item
-
-    std::int64_t id = 0;
-
     explicit CardAndFolder(float cardRotation = 0.f)
     {
         addFolder();
-        id = putDown(code, kCard, cardRotation);
-        host.frame();
+        putCard(cardRotation);
     }
     void down() { folder->personalMarkerDown(*card(id)); }
     void up() { folder->personalMarkerUp(*card(id)); }
-    void moveCard(Vecta::Vector2f to)
-    {
-        host.input.markerMove(id, to);
-        host.frame();
-    }
 };
 }
