@@ -7,20 +7,25 @@
 #include "personalspace/PersonalSpaceContents.hpp"
 #include "personalspace/PersonalSpaceWidget.hpp"
 
+#include <Bedrock/BGThread.hpp>
 #include <Tavola/InputFieldWidget.hpp>
 #include <Tavola/TooltipWidget.hpp>
+#include <Trellis/ImageWidget.hpp>
 #include <Trellis/TextEditWidget.hpp>
 #include <Trellis/TextWidget.hpp>
+
+#include <QJsonObject>
 
 #include <vector>
 
 namespace PluginTest
 {
-/// A personal space on the table, opened for a card of its own, and what visitors do with it.
+/// A personal space on the table, opened for a card of its own, and the actions of visitors on it.
 struct OpenSpace
 {
     using Space = Tavola::PersonalSpaceWidget;
     using Mode = Space::CollectionMode;
+    using ItemStatus = Tavola::PersonalSpaceContents::ItemStatus;
 
     TestSupport::TestHost host;
     unsigned long code = newCode();
@@ -35,7 +40,7 @@ struct OpenSpace
         if (withCode)
             widget->setCode(code);
     }
-    /// Answers what still waits, so that no request of a test ends in the log.
+    /// Answers the requests that are open, so that none ends in the log.
     ~OpenSpace()
     {
         for (const auto index : host.mediaServer().waiting())
@@ -56,13 +61,65 @@ struct OpenSpace
     {
         return dynamic_cast<Tavola::InputFieldWidget&>(*widget->findByType("InputFieldWidget"));
     }
-    long addItem(const QString& source, long widgetId = 55)
+    Trellis::ImageWidget& qrIcon() const { return childOfClass<Trellis::ImageWidget>(*widget, "qr-icon"); }
+    /// The text that a child shows.
+    QString shown(const char* cssClass) const { return textChild(cssClass).text(); }
+    /// Null before the first code.
+    Tavola::PersonalSpaceContentWidget* contentWidget() const
+    {
+        return dynamic_cast<Tavola::PersonalSpaceContentWidget*>(widget->findByType("PersonalSpaceContentWidget"));
+    }
+
+    long addItem(const QString& source, long widgetId = 55, ItemStatus status = ItemStatus::Ready)
     {
         Tavola::PersonalSpaceContents::Item item;
         item.files.sources = QList<QString>{source};
-        item.status = Tavola::PersonalSpaceContents::ItemStatus::Ready;
+        item.status = status;
         item.widgetId = widgetId;
         return contents->addItem(item);
+    }
+    long addItem(ItemStatus status = ItemStatus::Ready, const char* source = "http://a") { return addItem(source, 55, status); }
+
+    /// The names of the commands to the media server, in order.
+    Strings commands()
+    {
+        Strings names;
+        for (const auto& command : host.mediaServer().commands())
+            names.push_back(command.value("command").toString().toStdString());
+        return names;
+    }
+    /// The media server's answer to a command, and the frame that delivers it.
+    void answer(std::size_t index, const QJsonObject& reply)
+    {
+        host.mediaServer().answer(index, reply);
+        host.frame();
+    }
+
+    static void waitForRegistration() { Bedrock::BGThread::instance()->waitUntilIdle(); }
+    /// The background thread's answer, and the frame that delivers it.
+    void registrationAnswered()
+    {
+        waitForRegistration();
+        host.frame();
+    }
+    auto registrations() { return host.tesselService().registrations(); }
+    void saveName(const QString& name)
+    {
+        write(name);
+        tapSave();
+    }
+    /// Whether the input field accepts a text, which it holds from then on.
+    bool accepts(const QString& words)
+    {
+        write(words);
+        field().validate();
+        return field().isValid();
+    }
+    /// Time in steps of a hundredth of a second.
+    void pass(double seconds)
+    {
+        for (int i = 0; i < int(seconds * 100 + 0.5); ++i)
+            host.frame(0.01);
     }
 
     void tapEnvelope() { child("envelope").eventSend("single-tap"); }
@@ -77,7 +134,7 @@ struct OpenSpace
         child("info").eventSend("single-tap", payload);
     }
     void write(const QString& words) { field().editor()->setText(words); }
-    /// What the editor sends when somebody ends writing.
+    /// Sends what the editor sends when a visitor ends writing.
     void finishEditing(const QString& reason = "enter")
     {
         Bedrock::BinaryData payload;
@@ -95,7 +152,7 @@ struct OpenSpace
                 found.push_back(tooltip);
         return found;
     }
-    /// Takes the space from the table and lets go of it: it is destroyed with the next frame at the latest.
+    /// Removes the space from the table and releases it: it is destroyed in this call.
     void close()
     {
         widget->removeFromParent();

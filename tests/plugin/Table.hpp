@@ -106,15 +106,10 @@ struct Table
     static constexpr Vecta::Vector2f kStyledPlace{30.f, 40.f}; ///< of a FolderItem
 
     TestSupport::TestHost host;
-    /// Unregisters the components when the table goes.
-    struct Registrants
-    {
-        Tavola::FactoryRegistrant<Tavola::WidgetComponent> space{"personal-space-widget", Tavola::makePersonalSpaceComponent};
-        Tavola::FactoryRegistrant<Tavola::WidgetComponent> popup{"email-widget-popup", Tavola::makeEmailPopupComponent};
-        Tavola::FactoryRegistrant<Component> folder{"personal-folder", Tavola::makePersonalFolderComponent};
-        Tavola::FactoryRegistrant<Component> detector{"tavola-personal-tessel-detector", Tavola::makeTesselDetectorComponent};
-    };
-    std::unique_ptr<Registrants> registrants;
+    std::optional<Tavola::FactoryRegistrant<Tavola::WidgetComponent>> spaceRegistrant;
+    std::optional<Tavola::FactoryRegistrant<Tavola::WidgetComponent>> popupRegistrant;
+    std::optional<Tavola::FactoryRegistrant<Component>> folderRegistrant;
+    std::optional<Tavola::FactoryRegistrant<Component>> detectorRegistrant;
     Bedrock::IntrusivePtr<Detector> detector; ///< null until addDetector
     unsigned long code = newCode();           ///< of the card that most tests use
     std::int64_t id = 0;                      ///< on the table, of the card of putCard
@@ -127,7 +122,10 @@ struct Table
     {
         host.declareComponents(
             {"personal-space-widget", "email-widget-popup", "personal-folder", "tavola-personal-tessel-detector"});
-        registrants = std::make_unique<Registrants>();
+        spaceRegistrant.emplace("personal-space-widget", Tavola::makePersonalSpaceComponent);
+        popupRegistrant.emplace("email-widget-popup", Tavola::makeEmailPopupComponent);
+        folderRegistrant.emplace("personal-folder", Tavola::makePersonalFolderComponent);
+        detectorRegistrant.emplace("tavola-personal-tessel-detector", Tavola::makeTesselDetectorComponent);
         host.style("PersonalSpaceWidget { width: 400px; height: 300px; position: absolute }"
                    "PersonalTesselDetectorWidget { width: 800px; height: 600px; position: absolute; left: 200px; top: 100px }"
                    "FolderItem { width: 100px; height: 50px; position: absolute; left: 30px; top: 40px }"
@@ -202,7 +200,10 @@ struct Table
         host.input.markerMove(id, to, float(rotationRadians));
         host.frame();
     }
-    [[nodiscard]] std::optional<Tactile::Marker> card(std::int64_t cardId) { return host.app().grabManager()->findMarker(cardId); }
+    [[nodiscard]] std::optional<Tactile::Marker> card(std::int64_t cardId)
+    {
+        return host.app().grabManager()->findMarker(cardId);
+    }
     /// The widget that has grabbed an object, or null.
     [[nodiscard]] Trellis::Widget* holder(std::int64_t object)
     {

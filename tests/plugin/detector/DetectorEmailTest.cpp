@@ -1,8 +1,8 @@
 #include "detector/PersonalTesselDetectorWidget.hpp"
 
 #include "FakeEmailService.hpp"
-#include "Table.hpp"
 #include "LogCapture.hpp"
+#include "Table.hpp"
 #include "email/EmailSendingPopupWidget.hpp"
 #include "personalspace/PersonalSpaceContents.hpp"
 

@@ -95,7 +95,7 @@ TEST_CASE("launch: what opens comes to the top of the content, the table's layer
     SUBCASE("a personal widget that collects content, also when it is raised after the frame")
     {
         table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
-        table.putOn(*content);
+        table.putOn(*content, table.code);
         REQUIRE(table.spaces().size() == 1);
         CHECK(table.layers() == layers);
         content->raiseToTop(false);

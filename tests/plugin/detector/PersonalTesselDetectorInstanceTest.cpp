@@ -1,7 +1,7 @@
 #include "detector/PersonalTesselDetectorInstance.hpp"
 
-#include "Table.hpp"
 #include "LogCapture.hpp"
+#include "Table.hpp"
 #include "shared/PersonalTesselWidget.hpp"
 
 #include <doctest/doctest.h>

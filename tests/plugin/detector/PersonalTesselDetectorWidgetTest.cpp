@@ -1,7 +1,7 @@
 #include "detector/PersonalTesselDetectorWidget.hpp"
 
-#include "Table.hpp"
 #include "LogCapture.hpp"
+#include "Table.hpp"
 #include "personalspace/PersonalSpaceContents.hpp"
 
 #include <Tavola/Utils.hpp>
@@ -10,10 +10,10 @@
 #include <doctest/doctest.h>
 
 using PluginTest::childOfClass;
-using PluginTest::Table;
 using PluginTest::FakeContent;
 using PluginTest::newCode;
 using PluginTest::PlainContent;
+using PluginTest::Table;
 using Tavola::PersonalSpaceContents;
 using Tavola::PersonalTesselDetectorWidget;
 using Mode = PersonalTesselDetectorWidget::WidgetCollectionMode;

@@ -1,7 +1,7 @@
 #include "detector/WidgetTesselDetectorOperator.hpp"
 
-#include "Table.hpp"
 #include "LogCapture.hpp"
+#include "Table.hpp"
 #include "personalspace/PersonalSpaceContents.hpp"
 
 #include <Bedrock/BinaryData.hpp>
@@ -51,10 +51,10 @@ struct PictureTable : PluginTest::Table
     Facet::AttributeT<bool>* tracking() { return dynamic_cast<Facet::AttributeT<bool>*>(picture->attribute(kAttribute)); }
     [[nodiscard]] std::size_t operators() { return operatorsOf<WidgetTesselDetectorOperator>(*picture).size(); }
     std::int64_t putOnPicture(unsigned long card) { return putDown(card, {1300.f, 850.f}); }
-    void sendDown(std::int64_t id)
+    void sendDown(std::int64_t object)
     {
         Bedrock::BinaryData payload;
-        payload.writeInt64(id);
+        payload.writeInt64(object);
         picture->eventSend("marker-down", payload);
     }
     [[nodiscard]] std::size_t collected() { return PersonalSpaceContents::personalContent(code)->items().size(); }

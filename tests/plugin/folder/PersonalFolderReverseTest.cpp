@@ -1,7 +1,7 @@
 #include "folder/PersonalFolderWidget.hpp"
 
-#include "Table.hpp"
 #include "LogCapture.hpp"
+#include "Table.hpp"
 
 #include <Trellis/FadeAnimator.hpp>
 
@@ -22,7 +22,7 @@ namespace
 constexpr Vector2f kCard = CardAndFolder::kCard;
 constexpr Vector2f kStyledPlace = CardAndFolder::kStyledPlace;
 
-/// A folder in reverse mode with an item and a menu, and a card that was lifted from it.
+/// A folder in reverse mode with two items, and a card that was lifted from it.
 struct ReverseTable : PluginTest::Table
 {
     Tactile::Marker marker{1, 1, {0.f, 0.f}};
@@ -30,6 +30,8 @@ struct ReverseTable : PluginTest::Table
 
     explicit ReverseTable(bool dismiss = true)
     {
+        addFolder();
+        putCard();
         set("reverse-mode", true);
         set("dismiss-widgets", dismiss);
         addItem(kRelative, "r");

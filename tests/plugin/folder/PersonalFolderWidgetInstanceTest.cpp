@@ -1,7 +1,7 @@
 #include "folder/PersonalFolderWidgetInstance.hpp"
 
-#include "Table.hpp"
 #include "LogCapture.hpp"
+#include "Table.hpp"
 
 #include <doctest/doctest.h>
 

@@ -1,7 +1,7 @@
 #include "folder/PersonalFolderWidget.hpp"
 
-#include "Table.hpp"
 #include "LogCapture.hpp"
+#include "Table.hpp"
 
 #include <Tavola/Utils.hpp>
 #include <Trellis/FadeAnimator.hpp>

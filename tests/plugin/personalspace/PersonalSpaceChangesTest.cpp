@@ -1,4 +1,4 @@
-#include "PersonalSpaceFixture.hpp"
+#include "OpenSpace.hpp"
 
 #include <Trellis/ImageWidget.hpp>
 
@@ -39,10 +39,6 @@ struct Changing : OpenSpace
             lines.push_back(text.toStdString());
         }
         return lines;
-    }
-    Tavola::PersonalSpaceContentWidget& area() const
-    {
-        return dynamic_cast<Tavola::PersonalSpaceContentWidget&>(*widget->findByType("PersonalSpaceContentWidget"));
     }
 
 private:
@@ -108,13 +104,13 @@ TEST_CASE("the same code again: the space takes another content widget, and the 
 {
     Changing space;
     space.mode().setValue(OpenSpace::Mode::Upload);
-    const Bedrock::IntrusivePtr<Trellis::Widget> before(&space.area());
+    const Bedrock::IntrusivePtr<Trellis::Widget> before(space.contentWidget());
     collect(space.code, "http://one");
     (void)space.asked();
     space.widget->setCode(space.code);
-    CHECK(&space.area() != before.get());
+    CHECK(space.contentWidget() != before.get());
     CHECK_FALSE(before->parent());
-    CHECK(space.area().contents() == space.contents);
+    CHECK(space.contentWidget()->contents() == space.contents);
     CHECK(space.asked() == Strings{command("getuserpage", space.code), command("additem", space.code, " http://one")});
 }
 

@@ -1,6 +1,6 @@
 #include "EmailSupport.hpp"
 #include "LogCapture.hpp"
-#include "PersonalSpaceFixture.hpp"
+#include "OpenSpace.hpp"
 
 #include <doctest/doctest.h>
 

@@ -1,4 +1,4 @@
-#include "PersonalSpaceFixture.hpp"
+#include "OpenSpace.hpp"
 
 #include <doctest/doctest.h>
 

@@ -1,5 +1,5 @@
 #include "LogCapture.hpp"
-#include "PersonalSpaceFixture.hpp"
+#include "OpenSpace.hpp"
 
 #include <Bedrock/BGThread.hpp>
 
@@ -20,28 +20,8 @@ using TestSupport::TestHost;
 
 namespace
 {
-/// A space of a card that belongs to nobody yet.
-struct Visit : OpenSpace
-{
-    explicit Visit(bool withCode = true) : OpenSpace(withCode) {}
-
-    static void waitForAnswer() { Bedrock::BGThread::instance()->waitUntilIdle(); }
-    /// The background thread's answer, and the frame that brings it.
-    void answered()
-    {
-        waitForAnswer();
-        host.frame();
-    }
-    void saveName(const QString& name)
-    {
-        write(name);
-        tapSave();
-    }
-    auto registrations() { return host.tesselService().registrations(); }
-};
-
-/// A visit whose input asks for an e-mail address.
-struct AddressForm : Visit
+/// A space whose input asks for an e-mail address.
+struct AddressForm : OpenSpace
 {
     std::shared_ptr<FakeEmailService> service = addEmailService<FakeEmailService>(host);
     PluginTest::AnswerAtEnd answerAtEnd{service};
@@ -50,16 +30,10 @@ struct AddressForm : Visit
         service->holdAnswers(true);
         tapEnvelope();
     }
-    bool accepts(const QString& address)
-    {
-        write(address);
-        field().validate();
-        return field().isValid();
-    }
 };
 
-/// A visit whose input asks for a name, as it does after an e-mail was sent.
-struct NameForm : Visit
+/// A space whose input asks for a name, as it does after an e-mail was sent.
+struct NameForm : OpenSpace
 {
     NameForm()
     {
@@ -69,12 +43,6 @@ struct NameForm : Visit
         host.frame();
         tapCancel();
         REQUIRE(service->sent().size() == 1);
-    }
-    bool accepts(const QString& name)
-    {
-        write(name);
-        field().validate();
-        return field().isValid();
     }
 };
 
@@ -240,15 +208,15 @@ TEST_CASE("confirming an address: the address is known when sending starts, the 
 
 TEST_CASE("confirming an address: without an e-mail service it is kept all the same")
 {
-    Visit visit;
-    visit.tapEnvelope();
-    visit.write("ann@example.org");
+    OpenSpace space;
+    space.tapEnvelope();
+    space.write("ann@example.org");
     TestSupport::expectError(
         "PersonalSpaceWidget::emailContents # Failed to send email to ann@example.org (No email service configured)");
-    visit.tapEnvelope();
-    CHECK(visit.text("user-email").value() == "ann@example.org");
-    CHECK(classesOf(*visit.widget) == Strings{"email-failed", "email-mode", "sending-email"});
-    CHECK(visit.field().text().isEmpty());
+    space.tapEnvelope();
+    CHECK(space.text("user-email").value() == "ann@example.org");
+    CHECK(classesOf(*space.widget) == Strings{"email-failed", "email-mode", "sending-email"});
+    CHECK(space.field().text().isEmpty());
 }
 
 // ---- Enter -----------------------------------------------------------------------------------------------------------
@@ -269,7 +237,7 @@ TEST_CASE("enter: while an address is waited for the text is an address, otherwi
     form.finishEditing();
     CHECK(form.text("user-name").value() == "ann@example.net");
     CHECK(form.text("user-email").value() == "ann@example.org");
-    form.waitForAnswer();
+    form.waitForRegistration();
 }
 
 TEST_CASE("enter: no other end of the writing confirms anything")
@@ -285,36 +253,36 @@ TEST_CASE("enter: no other end of the writing confirms anything")
         form.finishEditing(reason);
     CHECK(form.text("user-name").value().isEmpty());
     CHECK_FALSE(form.hasClass("registering"));
-    form.answered();
+    form.registrationAnswered();
     CHECK(form.registrations().empty());
 }
 
 TEST_CASE("enter: a finger gives the field the keyboard, its enter key registers once")
 {
-    Visit visit;
-    visit.host.style(
+    OpenSpace space;
+    space.host.style(
         "PersonalSpaceWidget { width: 400px; height: 300px; position: absolute }"
         "PersonalSpaceWidget > * { position: absolute; display: none }"
         "PersonalSpaceWidget > PersonalSpaceContentWidget { display: block; left: 0; top: 0; width: 400px; height: 300px }"
         "PersonalSpaceWidget > InputFieldWidget { display: block; left: 100px; top: 100px; width: 200px; height: 40px }"
         "InputFieldWidget { keyboard-layout: none }");
-    visit.widget->setLocation({100.f, 100.f});
-    visit.host.frame();
-    visit.host.tap({250.f, 210.f});
-    REQUIRE(visit.field().editor()->hasFocus());
+    space.widget->setLocation({100.f, 100.f});
+    space.host.frame();
+    space.host.tap({250.f, 210.f});
+    REQUIRE(space.field().editor()->hasFocus());
     for (const QChar letter : QStringLiteral("Ann")) {
         QKeyEvent key(QEvent::KeyPress, 0, Qt::NoModifier, QString(letter));
-        visit.host.app().keyPressed(key);
+        space.host.app().keyPressed(key);
     }
-    CHECK(visit.field().text() == "Ann");
+    CHECK(space.field().text() == "Ann");
     QKeyEvent enter(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, "\r");
-    visit.host.app().keyPressed(enter);
-    visit.host.frames(2);
-    visit.answered();
-    CHECK(visit.text("user-name").value() == "Ann");
-    CHECK(visit.registrations().size() == 1);
-    CHECK(visit.hasClass("successfully-registered"));
-    CHECK_FALSE(visit.field().editor()->hasFocus());
+    space.host.app().keyPressed(enter);
+    space.host.frames(2);
+    space.registrationAnswered();
+    CHECK(space.text("user-name").value() == "Ann");
+    CHECK(space.registrations().size() == 1);
+    CHECK(space.hasClass("successfully-registered"));
+    CHECK_FALSE(space.field().editor()->hasFocus());
 }
 
 // ---- Confirming the name ---------------------------------------------------------------------------------------------
@@ -336,67 +304,67 @@ TEST_CASE("confirming a name: a blank one shows the field's errors, nothing else
     CHECK(form.text("user-name").value().isEmpty());
     CHECK(form.widget->hasPseudoClass("unregistered-user"));
     CHECK(classesOf(*form.widget) == Strings{"email-mode", "initial-view"});
-    form.answered();
+    form.registrationAnswered();
     CHECK(form.registrations().empty());
 }
 
 TEST_CASE("confirming a name: it greets the owner, empties the field and asks the marker service")
 {
-    Visit visit;
-    visit.widget->setProperties({"", "ann@example.org", ""});
-    visit.host.tesselService().holdRegistrations();
+    OpenSpace space;
+    space.widget->setProperties({"", "ann@example.org", ""});
+    space.host.tesselService().holdRegistrations();
     SUBCASE("by the button")
     {
-        visit.saveName("Ann");
+        space.saveName("Ann");
     }
     SUBCASE("by enter")
     {
-        visit.write("Ann");
-        visit.finishEditing();
+        space.write("Ann");
+        space.finishEditing();
     }
     // The service has not answered, and nobody waited for it.
-    CHECK(visit.text("user-name").value(Facet::kUserLayer) == "Ann");
-    CHECK_FALSE(visit.widget->hasPseudoClass("unregistered-user"));
-    CHECK(visit.textChild("title").text() == "Hi, Ann");
-    CHECK(visit.field().text().isEmpty());
-    CHECK(classesOf(*visit.widget) == Strings{"email-mode", "initial-view", "registering"});
-    visit.host.frames(3);
-    CHECK(visit.hasClass("registering"));
-    visit.host.tesselService().releaseRegistrations();
-    visit.answered();
-    REQUIRE(visit.registrations().size() == 1);
-    CHECK(visit.registrations()[0].code == visit.code);
-    CHECK(visit.registrations()[0].name == "Ann");
-    CHECK(visit.registrations()[0].email == "ann@example.org");
-    CHECK(visit.registrations()[0].thread != std::this_thread::get_id());
+    CHECK(space.text("user-name").value(Facet::kUserLayer) == "Ann");
+    CHECK_FALSE(space.widget->hasPseudoClass("unregistered-user"));
+    CHECK(space.textChild("title").text() == "Hi, Ann");
+    CHECK(space.field().text().isEmpty());
+    CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "registering"});
+    space.host.frames(3);
+    CHECK(space.hasClass("registering"));
+    space.host.tesselService().releaseRegistrations();
+    space.registrationAnswered();
+    REQUIRE(space.registrations().size() == 1);
+    CHECK(space.registrations()[0].code == space.code);
+    CHECK(space.registrations()[0].name == "Ann");
+    CHECK(space.registrations()[0].email == "ann@example.org");
+    CHECK(space.registrations()[0].thread != std::this_thread::get_id());
 }
 
 TEST_CASE("confirming a name: a finger on the save button does it")
 {
-    Visit visit;
-    visit.host.style(
+    OpenSpace space;
+    space.host.style(
         "PersonalSpaceWidget { width: 400px; height: 300px; position: absolute }"
         "PersonalSpaceWidget > * { position: absolute; display: none }"
         "PersonalSpaceWidget > PersonalSpaceContentWidget { display: block; left: 0; top: 0; width: 400px; height: 300px }"
         "PersonalSpaceWidget > .save-button { display: block; left: 300px; top: 250px; width: 80px; height: 40px }");
-    visit.widget->setLocation({100.f, 100.f});
-    visit.write("Ann");
-    visit.host.frame();
-    visit.host.tap({440.f, 370.f});
-    visit.answered();
-    CHECK(visit.registrations().size() == 1);
-    CHECK(visit.hasClass("successfully-registered"));
+    space.widget->setLocation({100.f, 100.f});
+    space.write("Ann");
+    space.host.frame();
+    space.host.tap({440.f, 370.f});
+    space.registrationAnswered();
+    CHECK(space.registrations().size() == 1);
+    CHECK(space.hasClass("successfully-registered"));
 }
 
 TEST_CASE("confirming a name: the editor lets go of the keyboard, and that registers nothing more")
 {
-    Visit visit;
-    visit.host.app().setFocusWidget(visit.field().editor().get());
-    REQUIRE(visit.field().editor()->hasFocus());
-    visit.saveName("Ann");
-    CHECK_FALSE(visit.field().editor()->hasFocus());
-    visit.answered();
-    CHECK(visit.registrations().size() == 1);
+    OpenSpace space;
+    space.host.app().setFocusWidget(space.field().editor().get());
+    REQUIRE(space.field().editor()->hasFocus());
+    space.saveName("Ann");
+    CHECK_FALSE(space.field().editor()->hasFocus());
+    space.registrationAnswered();
+    CHECK(space.registrations().size() == 1);
 }
 
 TEST_CASE("confirming a name: the editor lets go of the keyboard also for a wrong one")
@@ -411,52 +379,52 @@ TEST_CASE("confirming a name: the editor lets go of the keyboard also for a wron
 
 TEST_CASE("confirming a name: without an address the request is sent with an empty one")
 {
-    Visit visit;
-    visit.saveName("Ann");
-    visit.answered();
-    REQUIRE(visit.registrations().size() == 1);
-    CHECK(visit.registrations()[0].email.isEmpty());
-    CHECK(visit.hasClass("successfully-registered"));
+    OpenSpace space;
+    space.saveName("Ann");
+    space.registrationAnswered();
+    REQUIRE(space.registrations().size() == 1);
+    CHECK(space.registrations()[0].email.isEmpty());
+    CHECK(space.hasClass("successfully-registered"));
 }
 
 TEST_CASE("confirming a name: before the first code the request is for card 0")
 {
-    Visit visit(false);
-    visit.saveName("Ann");
-    visit.answered();
-    REQUIRE(visit.registrations().size() == 1);
-    CHECK(visit.registrations()[0].code == 0);
-    CHECK(classesOf(*visit.widget) == Strings{"initial-view", "successfully-registered"});
+    OpenSpace space(false);
+    space.saveName("Ann");
+    space.registrationAnswered();
+    REQUIRE(space.registrations().size() == 1);
+    CHECK(space.registrations()[0].code == 0);
+    CHECK(classesOf(*space.widget) == Strings{"initial-view", "successfully-registered"});
 }
 
 TEST_CASE("confirming a name: several frames later it still was one request")
 {
-    Visit visit;
-    visit.saveName("Ann");
+    OpenSpace space;
+    space.saveName("Ann");
     for (int i = 0; i < 5; ++i)
-        visit.answered();
-    CHECK(visit.registrations().size() == 1);
+        space.registrationAnswered();
+    CHECK(space.registrations().size() == 1);
 }
 
 // ---- The request -----------------------------------------------------------------------------------------------------
 
 TEST_CASE("request: what changes while it waits does not change it")
 {
-    Visit visit;
-    visit.widget->setProperties({"", "ann@example.org", ""});
-    visit.host.tesselService().holdRegistrations();
-    visit.saveName("Ann"); // holds the background thread
-    visit.saveName("Bea");
-    visit.widget->setProperties({"Cleo", "cleo@example.org", ""});
-    visit.widget->setCode(newCode());
-    visit.host.tesselService().releaseRegistrations();
-    visit.answered();
-    const auto requests = visit.registrations();
+    OpenSpace space;
+    space.widget->setProperties({"", "ann@example.org", ""});
+    space.host.tesselService().holdRegistrations();
+    space.saveName("Ann"); // holds the background thread
+    space.saveName("Bea");
+    space.widget->setProperties({"Cleo", "cleo@example.org", ""});
+    space.widget->setCode(newCode());
+    space.host.tesselService().releaseRegistrations();
+    space.registrationAnswered();
+    const auto requests = space.registrations();
     REQUIRE(requests.size() == 2);
     CHECK(requests[0].name == "Ann");
     CHECK(requests[1].name == "Bea");
     for (const auto& request : requests) {
-        CHECK(request.code == visit.code);
+        CHECK(request.code == space.code);
         CHECK(request.email == "ann@example.org");
     }
 }
@@ -469,7 +437,7 @@ TEST_CASE("request: an address typed earlier goes with it")
     form.service->answer(0, {true, {}});
     form.host.frame();
     form.saveName("Ann");
-    form.answered();
+    form.registrationAnswered();
     REQUIRE(form.registrations().size() == 1);
     CHECK(form.registrations()[0].email == "new@example.org");
 }
@@ -478,108 +446,108 @@ TEST_CASE("request: an address typed earlier goes with it")
 
 TEST_CASE("answer: it takes effect after a frame's update, not on the background thread")
 {
-    Visit visit;
-    visit.saveName("Ann");
-    visit.waitForAnswer();
-    CHECK(classesOf(*visit.widget) == Strings{"email-mode", "initial-view", "registering"});
-    visit.host.frame();
-    CHECK(classesOf(*visit.widget) == Strings{"email-mode", "initial-view", "successfully-registered"});
+    OpenSpace space;
+    space.saveName("Ann");
+    space.waitForRegistration();
+    CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "registering"});
+    space.host.frame();
+    CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "successfully-registered"});
 }
 
 TEST_CASE("answer: a refusal is shown, the name stays, nothing is logged")
 {
-    Visit visit;
-    visit.host.tesselService().acceptRegistrations(false);
-    visit.saveName("Ann");
-    visit.answered();
-    CHECK(classesOf(*visit.widget) == Strings{"email-mode", "initial-view", "registering-failed"});
-    CHECK(visit.textChild("title").text() == "Hi, Ann");
-    CHECK(visit.text("user-name").value() == "Ann");
+    OpenSpace space;
+    space.host.tesselService().acceptRegistrations(false);
+    space.saveName("Ann");
+    space.registrationAnswered();
+    CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "registering-failed"});
+    CHECK(space.textChild("title").text() == "Hi, Ann");
+    CHECK(space.text("user-name").value() == "Ann");
     CHECK(TestSupport::loggedLines().empty());
 }
 
 TEST_CASE("answer: a second one is added to the first")
 {
-    Visit visit;
-    visit.host.tesselService().acceptRegistrations(false);
-    visit.saveName("Ann");
-    visit.answered();
-    visit.host.tesselService().acceptRegistrations(true);
-    visit.saveName("Bea");
-    CHECK(classesOf(*visit.widget) == Strings{"email-mode", "initial-view", "registering", "registering-failed"});
-    visit.answered();
-    CHECK(classesOf(*visit.widget) == Strings{"email-mode", "initial-view", "registering-failed", "successfully-registered"});
-    CHECK(visit.textChild("title").text() == "Hi, Bea");
-    visit.tapCancel();
-    CHECK(classesOf(*visit.widget) == Strings{"email-mode", "initial-view"});
+    OpenSpace space;
+    space.host.tesselService().acceptRegistrations(false);
+    space.saveName("Ann");
+    space.registrationAnswered();
+    space.host.tesselService().acceptRegistrations(true);
+    space.saveName("Bea");
+    CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "registering", "registering-failed"});
+    space.registrationAnswered();
+    CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "registering-failed", "successfully-registered"});
+    CHECK(space.textChild("title").text() == "Hi, Bea");
+    space.tapCancel();
+    CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view"});
 }
 
 TEST_CASE("answer: after a cancel its class is added all the same")
 {
-    Visit visit;
-    visit.host.tesselService().holdRegistrations();
-    visit.saveName("Ann");
-    visit.tapCancel();
-    CHECK(classesOf(*visit.widget) == Strings{"email-mode", "initial-view"});
+    OpenSpace space;
+    space.host.tesselService().holdRegistrations();
+    space.saveName("Ann");
+    space.tapCancel();
+    CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view"});
     SUBCASE("accepted")
     {
-        visit.host.tesselService().releaseRegistrations();
-        visit.answered();
-        CHECK(classesOf(*visit.widget) == Strings{"email-mode", "initial-view", "successfully-registered"});
+        space.host.tesselService().releaseRegistrations();
+        space.registrationAnswered();
+        CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "successfully-registered"});
     }
     SUBCASE("refused")
     {
-        visit.host.tesselService().acceptRegistrations(false);
-        visit.host.tesselService().releaseRegistrations();
-        visit.answered();
-        CHECK(classesOf(*visit.widget) == Strings{"email-mode", "initial-view", "registering-failed"});
+        space.host.tesselService().acceptRegistrations(false);
+        space.host.tesselService().releaseRegistrations();
+        space.registrationAnswered();
+        CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "registering-failed"});
     }
 }
 
 TEST_CASE("answer: it touches neither items nor attributes")
 {
-    Visit visit;
-    visit.addItem("http://one");
-    visit.text("user-page-url").setValue("http://page");
-    visit.saveName("Ann");
-    visit.write("Bea");
-    visit.answered();
-    CHECK(visit.contents->items().size() == 1);
-    CHECK(visit.text("user-page-url").value() == "http://page");
-    CHECK_FALSE(visit.text("user-email").hasValue(Facet::kUserLayer));
-    CHECK(visit.field().text() == "Bea");
+    OpenSpace space;
+    space.addItem("http://one");
+    space.text("user-page-url").setValue("http://page");
+    space.saveName("Ann");
+    space.write("Bea");
+    space.registrationAnswered();
+    CHECK(space.contents->items().size() == 1);
+    CHECK(space.text("user-page-url").value() == "http://page");
+    CHECK_FALSE(space.text("user-email").hasValue(Facet::kUserLayer));
+    CHECK(space.field().text() == "Bea");
 }
 
 TEST_CASE("answer: it is dropped when the space is gone")
 {
-    Visit visit;
-    visit.host.tesselService().holdRegistrations();
-    visit.saveName("Ann");
+    OpenSpace space;
+    space.host.tesselService().holdRegistrations();
+    space.saveName("Ann");
     SUBCASE("while the service is asked")
     {
-        visit.close();
-        visit.host.tesselService().releaseRegistrations();
-        visit.waitForAnswer();
+        space.close();
+        space.host.tesselService().releaseRegistrations();
+        space.waitForRegistration();
     }
     SUBCASE("between the answer and the frame")
     {
-        visit.host.tesselService().releaseRegistrations();
-        visit.waitForAnswer();
-        visit.close();
+        space.host.tesselService().releaseRegistrations();
+        space.waitForRegistration();
+        space.close();
     }
-    visit.host.frames(2);
-    CHECK(visit.registrations().size() == 1);
+    space.host.frames(2);
+    CHECK(space.registrations().size() == 1);
     CHECK(TestSupport::loggedLines().empty());
 }
 
 TEST_CASE("answer: two spaces get their own")
 {
-    Visit visit;
+    OpenSpace space;
     const auto other = Bedrock::makeIntrusive<Tavola::PersonalSpaceWidget>();
     other->setCode(newCode());
-    visit.saveName("Ann");
-    visit.answered();
-    CHECK(visit.hasClass("successfully-registered"));
+    space.saveName("Ann");
+    space.registrationAnswered();
+    CHECK(space.hasClass("successfully-registered"));
     CHECK(classesOf(*other) == Strings{"email-mode", "initial-view"});
 }
 
@@ -587,52 +555,52 @@ TEST_CASE("answer: two spaces get their own")
 
 TEST_CASE("no marker service: the space stays registering until the visitor cancels")
 {
-    Visit visit;
-    visit.host.removeTesselService();
-    visit.saveName("Ann");
+    OpenSpace space;
+    space.host.removeTesselService();
+    space.saveName("Ann");
     for (int i = 0; i < 5; ++i)
-        visit.answered();
-    CHECK(classesOf(*visit.widget) == Strings{"email-mode", "initial-view", "registering"});
-    CHECK(visit.textChild("title").text() == "Hi, Ann");
+        space.registrationAnswered();
+    CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "registering"});
+    CHECK(space.textChild("title").text() == "Hi, Ann");
     CHECK(TestSupport::loggedLines().empty());
-    visit.tapCancel();
-    CHECK(classesOf(*visit.widget) == Strings{"email-mode", "initial-view"});
+    space.tapCancel();
+    CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view"});
 }
 
 TEST_CASE("no marker service: one that comes later is not asked for what was dropped")
 {
-    Visit visit;
-    visit.host.removeTesselService();
-    visit.saveName("Ann");
-    visit.waitForAnswer();
+    OpenSpace space;
+    space.host.removeTesselService();
+    space.saveName("Ann");
+    space.waitForRegistration();
     const auto later = std::make_shared<TestSupport::FakeTesselService>();
-    visit.host.tavola().services()->setTesselService(later);
-    visit.answered();
+    space.host.tavola().services()->setTesselService(later);
+    space.registrationAnswered();
     CHECK(later->registrations().empty());
-    CHECK(visit.hasClass("registering"));
+    CHECK(space.hasClass("registering"));
 }
 
 TEST_CASE("no application any more: a waiting request is dropped")
 {
-    Visit visit;
-    visit.host.tesselService().holdRegistrations();
-    visit.saveName("Ann"); // holds the background thread
-    visit.saveName("Bea");
-    REQUIRE(visit.host.frameUntil([&] { return visit.registrations().size() == 1; }));
-    visit.host.destroyTavola();
-    visit.host.tesselService().releaseRegistrations();
-    visit.waitForAnswer();
-    CHECK(visit.registrations().size() == 1);
+    OpenSpace space;
+    space.host.tesselService().holdRegistrations();
+    space.saveName("Ann"); // holds the background thread
+    space.saveName("Bea");
+    REQUIRE(space.host.frameUntil([&] { return space.registrations().size() == 1; }));
+    space.host.destroyTavola();
+    space.host.tesselService().releaseRegistrations();
+    space.waitForRegistration();
+    CHECK(space.registrations().size() == 1);
 }
 
 TEST_CASE("marker service that throws: the visitor sees that registering failed")
 {
-    Visit visit;
-    visit.host.tavola().services()->setTesselService(std::make_shared<BrokenTesselService>());
+    OpenSpace space;
+    space.host.tavola().services()->setTesselService(std::make_shared<BrokenTesselService>());
     TestSupport::expectError("PersonalSpaceWidget::registerUser # Failed to register the owner of card "
-                             + std::to_string(visit.code) + " (no database)");
-    visit.saveName("Ann");
+                             + std::to_string(space.code) + " (no database)");
+    space.saveName("Ann");
     for (int i = 0; i < 3; ++i)
-        visit.answered();
-    CHECK(classesOf(*visit.widget) == Strings{"email-mode", "initial-view", "registering-failed"});
+        space.registrationAnswered();
+    CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "registering-failed"});
 }

@@ -1,5 +1,5 @@
 #include "LogCapture.hpp"
-#include "PersonalSpaceFixture.hpp"
+#include "OpenSpace.hpp"
 
 #include <Cascara/LazyAttributeManager.hpp>
 #include <Trellis/FadeAnimator.hpp>
@@ -51,12 +51,6 @@ struct Help : OpenSpace
         return tooltip().text();
     }
     Facet::AttributeT<float>& timeout() const { return attribute<float>("tooltip-timeout"); }
-    /// Time in small steps.
-    void pass(double seconds)
-    {
-        for (int i = 0; i < int(seconds * 100 + 0.5); ++i)
-            host.frame(0.01);
-    }
 };
 }
 

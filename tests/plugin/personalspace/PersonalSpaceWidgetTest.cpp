@@ -1,17 +1,7 @@
 #include "personalspace/PersonalSpaceWidget.hpp"
 
 #include "LogCapture.hpp"
-#include "PluginSupport.hpp"
-#include "TestHost.hpp"
-#include "personalspace/PersonalSpaceContentWidget.hpp"
-
-#include <Tavola/InputFieldWidget.hpp>
-#include <Tavola/TooltipWidget.hpp>
-#include <Trellis/ImageWidget.hpp>
-#include <Trellis/TextEditWidget.hpp>
-#include <Trellis/TextWidget.hpp>
-
-#include <QJsonObject>
+#include "OpenSpace.hpp"
 
 #include <doctest/doctest.h>
 
@@ -20,6 +10,7 @@ using PluginTest::childrenOfClass;
 using PluginTest::classesOf;
 using PluginTest::FakeContent;
 using PluginTest::newCode;
+using PluginTest::OpenSpace;
 using PluginTest::pseudoClassesOf;
 using PluginTest::Strings;
 using Tavola::PersonalSpaceContents;
@@ -29,72 +20,9 @@ using TestSupport::TestHost;
 using Mode = PersonalSpaceWidget::CollectionMode;
 using ItemStatus = PersonalSpaceContents::ItemStatus;
 
-namespace
-{
-/// A personal space on the table, without a code at first.
-struct Space
-{
-    TestHost host;
-    unsigned long code = newCode();
-    std::shared_ptr<PersonalSpaceContents> contents = PersonalSpaceContents::personalContent(code);
-    Bedrock::IntrusivePtr<PersonalSpaceWidget> widget = Bedrock::makeIntrusive<PersonalSpaceWidget>();
-
-    Space()
-    {
-        widget->postConstruct();
-        host.mainWidget().addChild(widget);
-    }
-    /// Answers what still waits, so that no request of a test ends in the log.
-    ~Space()
-    {
-        for (const auto index : host.mediaServer().waiting())
-            host.mediaServer().answer(index, {{"success", true}});
-    }
-
-    Facet::AttributeT<QString>& text(const char* name) const
-    {
-        return dynamic_cast<Facet::AttributeT<QString>&>(*widget->attribute(name));
-    }
-    Facet::AttributeT<Mode>& mode() const
-    {
-        return dynamic_cast<Facet::AttributeT<Mode>&>(*widget->attribute("collection-mode"));
-    }
-    QString shown(const char* cssClass) const { return childOfClass<Trellis::TextWidget>(*widget, cssClass).text(); }
-    Trellis::ImageWidget& qrIcon() const { return childOfClass<Trellis::ImageWidget>(*widget, "qr-icon"); }
-    Tavola::InputFieldWidget& inputField() const
-    {
-        return dynamic_cast<Tavola::InputFieldWidget&>(*widget->findByType("InputFieldWidget"));
-    }
-    PersonalSpaceContentWidget* contentWidget() const
-    {
-        return dynamic_cast<PersonalSpaceContentWidget*>(widget->findByType("PersonalSpaceContentWidget"));
-    }
-    long addItem(ItemStatus status = ItemStatus::Ready, const char* source = "http://a")
-    {
-        PersonalSpaceContents::Item item;
-        item.files.sources = QList<QString>{source};
-        item.status = status;
-        item.widgetId = 55;
-        return contents->addItem(item);
-    }
-    Strings commands()
-    {
-        Strings names;
-        for (const auto& command : host.mediaServer().commands())
-            names.push_back(command.value("command").toString().toStdString());
-        return names;
-    }
-    void answer(std::size_t index, const QJsonObject& reply)
-    {
-        host.mediaServer().answer(index, reply);
-        host.frame();
-    }
-};
-}
-
 TEST_CASE("personal space: with all defaults and no code it greets nobody and knows nothing")
 {
-    Space space;
+    OpenSpace space(false);
     CHECK(space.widget->cssType() == "PersonalSpaceWidget");
     CHECK(classesOf(*space.widget) == Strings{"initial-view"});
     CHECK(pseudoClassesOf(*space.widget) == Strings{"no-email", "no-user-page", "unregistered-user"});
@@ -107,7 +35,7 @@ TEST_CASE("personal space: with all defaults and no code it greets nobody and kn
 
 TEST_CASE("personal space: its attributes have the defaults that style sheets count on")
 {
-    Space space;
+    OpenSpace space(false);
     CHECK(space.text("title").value() == "Hi, %1");
     for (const char* name : {"user-name", "user-email", "space-title", "space-info", "user-page-url"}) {
         CAPTURE(name);
@@ -122,7 +50,7 @@ TEST_CASE("personal space: its attributes have the defaults that style sheets co
 
 TEST_CASE("personal space: its children stand in their order, each with its class")
 {
-    Space space;
+    OpenSpace space(false);
     std::vector<std::string> names;
     for (const auto& child : space.widget->children())
         names.push_back(child->cssClasses().isEmpty() ? child->cssType().toStdString() : child->cssClasses()[0].toStdString());
@@ -134,8 +62,8 @@ TEST_CASE("personal space: its children stand in their order, each with its clas
 
 TEST_CASE("personal space: the stylable texts come in their order")
 {
-    Space space;
-    auto& field = space.inputField();
+    OpenSpace space(false);
+    auto& field = space.field();
     const auto child = [&](const char* cssClass) { return &childOfClass(*space.widget, cssClass); };
     const std::vector<Trellis::Widget*> expected{child("title"),
                                                  child("info"),
@@ -158,7 +86,7 @@ TEST_CASE("personal space: the stylable texts come in their order")
 
 TEST_CASE("title: the owner is greeted by name")
 {
-    Space space;
+    OpenSpace space(false);
     space.widget->setProperties({"Ann", "", ""});
     CHECK(space.shown("title") == "Hi, Ann");
     CHECK_FALSE(space.widget->hasPseudoClass("unregistered-user"));
@@ -168,7 +96,7 @@ TEST_CASE("title: the owner is greeted by name")
 
 TEST_CASE("title: a space title is shown as it stands, whatever the name")
 {
-    Space space;
+    OpenSpace space(false);
     space.text("space-title").setValue("Museum %1");
     CHECK(space.shown("title") == "Museum %1");
     space.widget->setProperties({"Ann", "", ""});
@@ -179,7 +107,7 @@ TEST_CASE("title: a space title is shown as it stands, whatever the name")
 
 TEST_CASE("title: without a name the style sheet's text shows again")
 {
-    Space space;
+    OpenSpace space(false);
     space.host.style(".title { text: \"Who are you?\" }");
     CHECK(space.shown("title") == "Who are you?");
     space.widget->setProperties({"Ann", "", ""});
@@ -191,7 +119,7 @@ TEST_CASE("title: without a name the style sheet's text shows again")
 
 TEST_CASE("title: a name from the style sheet counts, and a format from it is applied")
 {
-    Space space;
+    OpenSpace space(false);
     space.host.style("PersonalSpaceWidget { title: \"Moin, %1\"; user-name: \"Uwe\" }");
     CHECK(space.shown("title") == "Moin, Uwe");
     CHECK_FALSE(space.widget->hasPseudoClass("unregistered-user"));
@@ -201,7 +129,7 @@ TEST_CASE("title: a name from the style sheet counts, and a format from it is ap
 
 TEST_CASE("properties: they are set above the style sheet")
 {
-    Space space;
+    OpenSpace space(false);
     space.host.style("PersonalSpaceWidget { user-name: \"Style\"; user-email: \"style@example.org\" }");
     space.widget->setProperties({"Ann", "ann@example.org", "key"});
     CHECK(space.text("user-name").value(Facet::kUserLayer) == "Ann");
@@ -213,7 +141,7 @@ TEST_CASE("properties: they are set above the style sheet")
 
 TEST_CASE("info: the link is the owner's address in e-mail mode, breaks are lines")
 {
-    Space space;
+    OpenSpace space(false);
     space.widget->setProperties({"Ann", "ann@example.org", ""});
     CHECK_FALSE(space.widget->hasPseudoClass("has-custom-info"));
     space.text("space-info").setValue("Mail: <link><br>Bye");
@@ -226,7 +154,7 @@ TEST_CASE("info: the link is the owner's address in e-mail mode, breaks are line
 
 TEST_CASE("info: every mark is replaced, exactly as it is spelled")
 {
-    Space space;
+    OpenSpace space(false);
     space.widget->setProperties({"", "a@b", ""});
     space.text("space-info").setValue("<link> <link><br><br><LINK><BR>");
     CHECK(space.shown("custom-info") == "a@b a@b\n\n<LINK><BR>");
@@ -234,7 +162,7 @@ TEST_CASE("info: every mark is replaced, exactly as it is spelled")
 
 TEST_CASE("info: the mark for custom info is judged by the attribute, not by what comes of it")
 {
-    Space space;
+    OpenSpace space(false);
     space.text("space-info").setValue("<link>");
     CHECK(space.shown("custom-info").isEmpty());
     CHECK(space.widget->hasPseudoClass("has-custom-info"));
@@ -244,8 +172,7 @@ TEST_CASE("info: the mark for custom info is judged by the attribute, not by wha
 
 TEST_CASE("info: in upload mode the link is the page, which a change of the address alone does not bring in")
 {
-    Space space;
-    space.widget->setCode(space.code);
+    OpenSpace space;
     space.mode().setValue(Mode::Upload);
     space.text("space-info").setValue("At <link>");
     CHECK(space.shown("custom-info") == "At ");
@@ -260,8 +187,7 @@ TEST_CASE("info: in upload mode the link is the page, which a change of the addr
 
 TEST_CASE("user page: a known one shows link and QR picture")
 {
-    Space space;
-    space.widget->setCode(space.code);
+    OpenSpace space;
     space.contents->setUserPage({"http://pages/1", ""});
     CHECK(space.shown("user-page-link") == "http://pages/1");
     CHECK(space.qrIcon().source().isEmpty());
@@ -276,7 +202,7 @@ TEST_CASE("user page: a known one shows link and QR picture")
 
 TEST_CASE("user page: an empty one is marked as failed, and the style sheet's link and picture show again")
 {
-    Space space;
+    OpenSpace space(false);
     space.host.style(".user-page-link { text: \"no page\" }");
     space.widget->setCode(space.code);
     space.contents->setUserPage({"http://pages/1", "/none/qr.png"});
@@ -294,7 +220,7 @@ TEST_CASE("user page: an empty one is marked as failed, and the style sheet's li
 
 TEST_CASE("user page: one that was known before the space opened shows with its next change")
 {
-    Space space;
+    OpenSpace space(false);
     space.contents->setUserPage({"http://pages/1", ""});
     space.widget->setCode(space.code);
     CHECK(space.shown("user-page-link").isEmpty());
@@ -305,7 +231,7 @@ TEST_CASE("user page: one that was known before the space opened shows with its 
 
 TEST_CASE("mode: from the first code on there is exactly one class for it")
 {
-    Space space;
+    OpenSpace space(false);
     CHECK(classesOf(*space.widget) == Strings{"initial-view"});
     space.widget->setCode(space.code);
     CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view"});
@@ -317,8 +243,7 @@ TEST_CASE("mode: from the first code on there is exactly one class for it")
 
 TEST_CASE("mode: switching to upload asks for the page and uploads every item in order, switching back sends nothing")
 {
-    Space space;
-    space.widget->setCode(space.code);
+    OpenSpace space;
     space.addItem(ItemStatus::Ready, "http://one");
     space.addItem(ItemStatus::Failed, "http://two");
     space.addItem(ItemStatus::Pending, "http://three");
@@ -351,7 +276,7 @@ TEST_CASE("mode: set by the style sheet before the code, it holds from the code 
 
 TEST_CASE("mode: changed before the first code it sets the class and asks for the page, there are no items")
 {
-    Space space;
+    OpenSpace space(false);
     space.mode().setValue(Mode::Upload);
     CHECK(classesOf(*space.widget) == Strings{"initial-view", "upload-mode"});
     CHECK(space.commands() == Strings{"getuserpage"});
@@ -360,8 +285,7 @@ TEST_CASE("mode: changed before the first code it sets the class and asks for th
 
 TEST_CASE("items: files that become ready are uploaded in upload mode only")
 {
-    Space space;
-    space.widget->setCode(space.code);
+    OpenSpace space;
     const long id = space.addItem(ItemStatus::Pending);
     space.contents->filesReady(id, space.contents->item(id).files);
     CHECK(space.commands().empty());
@@ -375,8 +299,7 @@ TEST_CASE("items: files that become ready are uploaded in upload mode only")
 
 TEST_CASE("items: one that is dragged out is deleted on the server in upload mode only")
 {
-    Space space;
-    space.widget->setCode(space.code);
+    OpenSpace space;
     const long first = space.addItem(ItemStatus::Uploaded, "http://one");
     const long second = space.addItem(ItemStatus::Uploaded, "http://two");
     space.contentWidget()->removeItem(first);
@@ -389,8 +312,7 @@ TEST_CASE("items: one that is dragged out is deleted on the server in upload mod
 
 TEST_CASE("items: the class for content follows what is there")
 {
-    Space space;
-    space.widget->setCode(space.code);
+    OpenSpace space;
     CHECK_FALSE(space.widget->hasCSSClass("has-content"));
     const long id = space.addItem();
     CHECK(space.widget->hasCSSClass("has-content"));
@@ -400,8 +322,7 @@ TEST_CASE("items: the class for content follows what is there")
 
 TEST_CASE("items: a widget put on the space is collected and logged for analytics")
 {
-    Space space;
-    space.widget->setCode(space.code);
+    OpenSpace space;
     space.widget->setProperties({"Ann", "ann@example.org", ""});
     const Bedrock::IntrusivePtr<FakeContent> content(new FakeContent(&space.host.mainWidget()));
     space.widget->addWidget(*content);
@@ -416,8 +337,7 @@ TEST_CASE("items: a widget put on the space is collected and logged for analytic
 
 TEST_CASE("items: one that is dragged out is logged for analytics, one that is removed is not")
 {
-    Space space;
-    space.widget->setCode(space.code);
+    OpenSpace space;
     space.addItem();
     const long id = space.addItem();
     space.contentWidget()->removeItem(id);
@@ -435,7 +355,7 @@ TEST_CASE("items: one that is dragged out is logged for analytics, one that is r
 
 TEST_CASE("items: before the first code a widget put on the space is left alone")
 {
-    Space space;
+    OpenSpace space(false);
     const Bedrock::IntrusivePtr<FakeContent> content(new FakeContent(&space.host.mainWidget()));
     space.widget->addWidget(*content);
     CHECK(content->filesCalls == 0);
@@ -444,7 +364,7 @@ TEST_CASE("items: before the first code a widget put on the space is left alone"
 
 TEST_CASE("reopening: a space for a card shows the tiles that were there, with preview and status")
 {
-    Space space;
+    OpenSpace space(false);
     const long first = space.addItem(ItemStatus::Uploaded);
     space.addItem(ItemStatus::Failed);
     space.contents->previewReady(first, "/none/preview.png");
@@ -462,8 +382,7 @@ TEST_CASE("reopening: a space for a card shows the tiles that were there, with p
 
 TEST_CASE("another code: the space takes a content widget of its own for it and forgets the one before")
 {
-    Space space;
-    space.widget->setCode(space.code);
+    OpenSpace space;
     space.addItem();
     CHECK(space.widget->hasCSSClass("has-content"));
     const auto other = newCode();
@@ -492,8 +411,7 @@ TEST_CASE("another code: the space takes a content widget of its own for it and 
 
 TEST_CASE("another code: the same one again doubles nothing")
 {
-    Space space;
-    space.widget->setCode(space.code);
+    OpenSpace space;
     space.widget->setCode(space.code);
     const Bedrock::IntrusivePtr<FakeContent> content(new FakeContent(&space.host.mainWidget()));
     space.widget->addWidget(*content);
@@ -507,21 +425,20 @@ TEST_CASE("another code: the same one again doubles nothing")
 
 TEST_CASE("cancel: it goes back to the initial view and empties the input")
 {
-    Space space;
-    space.widget->setCode(space.code);
+    OpenSpace space;
     for (const char* name : {"waiting-to-send-email", "sending-email", "email-successful", "email-failed",
                              "successfully-registered", "registering", "registering-failed", "of-the-presentation"})
         space.widget->addCSSClass(name);
     space.widget->removeCSSClass("initial-view");
-    space.inputField().editor()->setText("half a name");
+    space.field().editor()->setText("half a name");
     childOfClass(*space.widget, "cancel-button").eventSend("single-tap");
     CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "of-the-presentation"});
-    CHECK(space.inputField().text().isEmpty());
+    CHECK(space.field().text().isEmpty());
 }
 
 TEST_CASE("cancel: a finger reaches the button although the drop area covers the space")
 {
-    Space space;
+    OpenSpace space(false);
     space.host.style(
         "PersonalSpaceWidget { width: 400px; height: 300px }"
         "PersonalSpaceWidget > * { position: absolute; display: none }"
@@ -537,7 +454,7 @@ TEST_CASE("cancel: a finger reaches the button although the drop area covers the
 
 TEST_CASE("drop: a finger drags content into the space and its tile appears")
 {
-    Space space;
+    OpenSpace space(false);
     space.host.style("PersonalSpaceWidget { width: 400px; height: 300px; position: absolute }"
                      ".content { width: 100px; height: 100px; position: absolute; movable: true }");
     space.widget->setCode(space.code);
@@ -562,8 +479,7 @@ TEST_CASE("drop: a finger drags content into the space and its tile appears")
 
 TEST_CASE("lifetime: a space that goes is forgotten by the contents")
 {
-    Space space;
-    space.widget->setCode(space.code);
+    OpenSpace space;
     space.addItem();
     space.widget->removeFromParent();
     space.widget.reset();
@@ -578,8 +494,7 @@ TEST_CASE("lifetime: a space that goes is forgotten by the contents")
 
 TEST_CASE("lifetime: children that outlive the space do nothing")
 {
-    Space space;
-    space.widget->setCode(space.code);
+    OpenSpace space;
     const Bedrock::IntrusivePtr<Trellis::Widget> cancel(&childOfClass(*space.widget, "cancel-button"));
     const Bedrock::IntrusivePtr<PersonalSpaceContentWidget> area(space.contentWidget());
     space.widget->removeFromParent();
@@ -593,7 +508,7 @@ TEST_CASE("lifetime: children that outlive the space do nothing")
 
 TEST_CASE("lifetime: an upload that ends when the space is gone is stored for the next one")
 {
-    Space space;
+    OpenSpace space(false);
     space.mode().setValue(Mode::Upload);
     space.widget->setCode(space.code);
     const long id = space.addItem(ItemStatus::Pending);
@@ -611,8 +526,7 @@ TEST_CASE("lifetime: an upload that ends when the space is gone is stored for th
 
 TEST_CASE("lifetime: a space may be closed by a listener of its own events")
 {
-    Space space;
-    space.widget->setCode(space.code);
+    OpenSpace space;
     const Bedrock::IntrusivePtr<FakeContent> content(new FakeContent(&space.host.mainWidget()));
     space.contentWidget()->eventAddListener("widget-added", [&] {
         space.widget->removeFromParent();

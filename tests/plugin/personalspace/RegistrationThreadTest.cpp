@@ -1,5 +1,5 @@
 #include "LogCapture.hpp"
-#include "PersonalSpaceFixture.hpp"
+#include "OpenSpace.hpp"
 
 #include <Bedrock/BGThread.hpp>
 
