@@ -1,5 +1,6 @@
 #include "LoopbackHttpServer.hpp"
 
+#include <Bedrock/Guarded.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Bedrock/WorkerPool.hpp>
 
@@ -12,7 +13,6 @@
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/string_body.hpp>
 
-#include <exception>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -223,13 +223,12 @@ LoopbackHttpServer::Response LoopbackHttpServer::Private::call(const Request& re
 {
     isAnswering = true;
     Response response;
-    try {
-        response = handler(request);
-    } catch (const std::exception& error) {
-        Bedrock::Trace::error("LoopbackHttpServer # Answering %s %s failed (%s)", request.method.constData(),
-                              request.path.toUtf8().constData(), error.what());
-        response = {500, "text/plain; charset=utf-8", QByteArray(error.what()) + '\n'};
-    }
+    Bedrock::guarded([&] { response = handler(request); },
+                     [&](const char* reason) {
+                         Bedrock::Trace::error("LoopbackHttpServer # Answering %s %s failed (%s)", request.method.constData(),
+                                               request.path.toUtf8().constData(), reason);
+                         response = {500, "text/plain; charset=utf-8", QByteArray(reason) + '\n'};
+                     });
     isAnswering = false;
     for (const QPointer<Connection>& connection : std::exchange(waiting, {}))
         if (connection)
@@ -244,13 +243,12 @@ void LoopbackHttpServer::Private::finishLater(std::function<Response()> make, QP
     making[number] = std::move(connection);
     thread.add([this, make = std::move(make), number] {
         Response response;
-        try {
-            response = make();
-        } catch (const std::exception& error) {
-            // Somebody waits for it all the same.
-            Bedrock::Trace::error("LoopbackHttpServer # Making an answer failed (%s)", error.what());
-            response = {500, "text/plain; charset=utf-8", QByteArray(error.what()) + '\n'};
-        }
+        Bedrock::guarded([&] { response = make(); },
+                         [&](const char* reason) {
+                             // The client waits for an answer all the same.
+                             Bedrock::Trace::error("LoopbackHttpServer # Making an answer failed (%s)", reason);
+                             response = {500, "text/plain; charset=utf-8", QByteArray(reason) + '\n'};
+                         });
         const std::lock_guard<std::mutex> guard(madeMutex);
         made.emplace_back(number, std::move(response));
     });

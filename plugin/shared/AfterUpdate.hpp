@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Bedrock/Trace.hpp>
+#include <Bedrock/Guarded.hpp>
 #include <Cadence/TaskScheduler.hpp>
 
 #include <folly/futures/Future.h>
@@ -28,12 +28,8 @@ void afterUpdate(folly::Future<T> future, Callback callback)
     (void)std::move(future)
         .via(Cadence::TaskScheduler::instance()->afterUpdate())
         .thenTry([callback = std::move(callback)](folly::Try<T>&& result) mutable {
-            // Nobody waits for the future of the callback: an exception that left it here would go unseen.
-            try {
-                callback(std::move(result));
-            } catch (const std::exception& exception) {
-                Bedrock::Trace::error("Tavola::afterUpdate # A result could not be handled (%s)", exception.what());
-            }
+            // The future of the callback is dropped, and an exception in it would go unseen.
+            Bedrock::guarded("Tavola::afterUpdate # A result could not be handled", [&] { callback(std::move(result)); });
         });
 }
 }

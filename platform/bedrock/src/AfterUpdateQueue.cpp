@@ -1,11 +1,10 @@
 #include "Bedrock/AfterUpdateQueue.hpp"
 
 #include "Bedrock/Arrivals.hpp"
-#include "Bedrock/Trace.hpp"
+#include "Bedrock/Guarded.hpp"
 
 #include <cstdint>
 #include <deque>
-#include <exception>
 #include <mutex>
 #include <utility>
 
@@ -53,13 +52,7 @@ int AfterUpdateQueue::drain()
         d->functions.pop_front();
         ++d->frontNumber;
         lock.unlock();
-        try {
-            function();
-        } catch (const std::exception& error) {
-            Trace::error("AfterUpdateQueue::drain # A function failed, the others go on (%s)", error.what());
-        } catch (...) {
-            Trace::error("AfterUpdateQueue::drain # A function failed, the others go on (unknown exception)");
-        }
+        guarded("AfterUpdateQueue::drain # A function failed, the others go on", function);
         // What the function holds is let go outside the lock: a destructor may add to this queue.
         function = nullptr;
         ++ran;

@@ -1,12 +1,12 @@
 #include "Bedrock/BGThread.hpp"
 
 #include "Bedrock/Arrivals.hpp"
+#include "Bedrock/Guarded.hpp"
 #include "Bedrock/Task.hpp"
 #include "Bedrock/Trace.hpp"
 
 #include <condition_variable>
 #include <deque>
-#include <exception>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -36,15 +36,8 @@ void runOnce(Task& task, Arrivals::Ticket ticket) noexcept
     if (task.isFinished())
         return;
     const Arrivals::Scope scope(ticket);
-    try {
-        task.doTask();
-    } catch (const std::exception& error) {
+    if (!guarded("BGThread # A task failed and is dropped", [&task] { task.doTask(); }))
         task.setFinished();
-        Trace::error("BGThread # A task failed and is dropped (%s)", error.what());
-    } catch (...) {
-        task.setFinished();
-        Trace::error("BGThread # A task failed and is dropped (unknown exception)");
-    }
 }
 
 void runTasks(const std::shared_ptr<State>& state)

@@ -1,12 +1,12 @@
 #include "Bedrock/WorkerPool.hpp"
 
+#include "Bedrock/Guarded.hpp"
 #include "Bedrock/Trace.hpp"
 
 #include <algorithm>
 #include <cassert>
 #include <condition_variable>
 #include <deque>
-#include <exception>
 #include <mutex>
 #include <system_error>
 #include <thread>
@@ -15,20 +15,6 @@
 
 namespace Bedrock
 {
-namespace
-{
-void runOnce(const WorkerPool::Task& task) noexcept
-{
-    try {
-        task();
-    } catch (const std::exception& error) {
-        Trace::error("WorkerPool # A task failed and is dropped (%s)", error.what());
-    } catch (...) {
-        Trace::error("WorkerPool # A task failed and is dropped (unknown exception)");
-    }
-}
-}
-
 struct WorkerPool::Private
 {
     explicit Private(int count) : most(std::size_t(std::max(count, 1))) {}
@@ -58,7 +44,7 @@ void WorkerPool::Private::run()
         waiting.pop_front();
         ++running;
         lock.unlock();
-        runOnce(task);
+        guarded("WorkerPool # A task failed and is dropped", task);
         task = nullptr; // what it holds may take the lock
         lock.lock();
         if (--running == 0)

@@ -2,6 +2,7 @@
 
 #include "sources/SocketAddress.hpp"
 
+#include <Bedrock/Guarded.hpp>
 #include <Bedrock/Trace.hpp>
 
 #include <fcntl.h>
@@ -14,7 +15,6 @@
 #include <cassert>
 #include <cerrno>
 #include <csignal>
-#include <exception>
 #include <system_error>
 #include <utility>
 
@@ -173,10 +173,9 @@ bool NetworkDatagramSource::admit(const SenderAddress& sender, const char* what)
 
 void NetworkDatagramSource::deliver(const Datagram& datagram) const
 {
-    try {
-        m_handler(datagram);
-    } catch (const std::exception& e) {
-        Bedrock::Trace::error("%s # Failed to handle a datagram (%s); it is dropped", m_name, e.what());
-    }
+    Bedrock::guarded([&] { m_handler(datagram); },
+                     [this](const char* reason) {
+                         Bedrock::Trace::error("%s # Failed to handle a datagram (%s); it is dropped", m_name, reason);
+                     });
 }
 }
