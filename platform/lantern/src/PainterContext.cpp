@@ -1,6 +1,7 @@
 #include <Lantern/PainterContext.hpp>
 
 #include <Lantern/Style.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <QImage>
 #include <QPainter>
@@ -18,7 +19,7 @@ namespace Lantern
 {
 namespace
 {
-constexpr double kTwoPi = 6.283185307179586;
+using Vecta::kTwoPi;
 constexpr QPainter::RenderHints kHints = QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform;
 
 bool isFinite(const Vecta::Rect& r)

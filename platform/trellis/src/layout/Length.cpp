@@ -1,6 +1,7 @@
 #include <Trellis/Length.hpp>
 
 #include <Facet/StyleConversion.hpp>
+#include <Vecta/Angle.hpp>
 
 namespace Facet
 {
@@ -10,8 +11,6 @@ using Kind = StyleTerm::Kind;
 using Trellis::Angle;
 using Trellis::Edges;
 using Trellis::Length;
-
-constexpr double kPi = 3.14159265358979323846;
 
 bool fail(QString* error, const char* expectation)
 {
@@ -100,11 +99,11 @@ bool StyleConversion<Angle>::read(const StyleValue& value, Angle& result, QStrin
         return fail(error, "expected an angle");
     const StyleTerm& term = value.terms.first();
     if (term.kind == Kind::Number || (term.kind == Kind::Dimension && term.unit == "deg"))
-        return toFloat(term.number * kPi / 180.0, result.radians, error);
+        return toFloat(Vecta::degreesToRadians(term.number), result.radians, error);
     if (term.kind == Kind::Dimension && term.unit == "rad")
         return toFloat(term.number, result.radians, error);
     if (term.kind == Kind::Dimension && term.unit == "turn")
-        return toFloat(term.number * 2.0 * kPi, result.radians, error);
+        return toFloat(term.number * Vecta::kTwoPi, result.radians, error);
     return fail(error, "expected an angle in deg, rad or turn");
 }
 
