@@ -9,6 +9,11 @@
 
 #include <sys/stat.h>
 
+using Host::MailCommand;
+using Host::PeopleCommand;
+using Host::RunCommand;
+using Host::RunOptions;
+
 namespace
 {
 const char* const kHelp =

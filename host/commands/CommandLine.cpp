@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+namespace Host
+{
 namespace
 {
 /// "list, retry or drop"
@@ -74,4 +76,5 @@ int CommandLine::printed() const
     if (std::fflush(stdout) == 0 && !std::ferror(stdout))
         return 0;
     return fail(QStringLiteral("cannot write to standard output"), 1);
+}
 }

@@ -5,6 +5,8 @@
 
 #include <vector>
 
+namespace Host
+{
 /// The command line of a command that works on a presentation:
 ///
 ///     tavola people ACTION PRESENTATION [WORD ...] [--option VALUE ...]
@@ -54,3 +56,4 @@ private:
     QStringList m_words;
     QStringList m_givenOptions;
 };
+}

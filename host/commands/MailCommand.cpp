@@ -14,6 +14,8 @@
 #include <optional>
 #include <vector>
 
+namespace Host
+{
 namespace
 {
 class Request : public CommandLine
@@ -210,4 +212,5 @@ int MailCommand::run(const QStringList& arguments)
     if (request.action() == QLatin1String("list"))
         return list(request, queues) ? 0 : 1;
     return change(request, queues) ? 0 : 1;
+}
 }

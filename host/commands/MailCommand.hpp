@@ -2,6 +2,8 @@
 
 #include <QStringList>
 
+namespace Host
+{
 /// `tavola mail`: looks at and works on the messages that a presentation's table has not delivered, also while the table runs.
 class MailCommand
 {
@@ -10,3 +12,4 @@ public:
     /// Prints its result; returns the program's exit code. `arguments` stand after "mail".
     [[nodiscard]] static int run(const QStringList& arguments);
 };
+}

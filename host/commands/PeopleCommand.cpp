@@ -10,6 +10,8 @@
 #include <cstdio>
 #include <memory>
 
+namespace Host
+{
 namespace
 {
 class Request : public CommandLine
@@ -203,4 +205,5 @@ int PeopleCommand::run(const QStringList& arguments)
     if (request.action() == QLatin1String("export"))
         return exportTo(*registry, request);
     return remove(*registry, request);
+}
 }

@@ -2,6 +2,8 @@
 
 #include <QStringList>
 
+namespace Host
+{
 /// `tavola people`: looks at and changes a presentation's registry of people, also while its table runs.
 class PeopleCommand
 {
@@ -10,3 +12,4 @@ public:
     /// Prints its result; returns the program's exit code. `arguments` stand after "people".
     [[nodiscard]] static int run(const QStringList& arguments);
 };
+}

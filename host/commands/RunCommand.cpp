@@ -2,10 +2,10 @@
 
 #include "input/TableInput.hpp"
 #include "inspector/Inspector.hpp"
+#include "inspector/TableLog.hpp"
 #include "presentation/Presentation.hpp"
 #include "table/RunLoop.hpp"
 #include "table/Table.hpp"
-#include "table/TableLog.hpp"
 #include "window/Display.hpp"
 #include "window/TableWindow.hpp"
 
@@ -25,6 +25,8 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
+namespace Host
+{
 namespace
 {
 int fail(const QString& text, int code)
@@ -66,8 +68,7 @@ std::unique_ptr<TableWindow> openWindow(Table& table, const Presentation& presen
 {
     constexpr float kCardRadiusMm = 35.f;
     const Vecta::Vector2f size = table.application().size();
-    return std::make_unique<TableWindow>(table.application(),
-                                         TableWindow::options(presentation.title, options, QSize(int(size.x), int(size.y))),
+    return std::make_unique<TableWindow>(table.application(), options.window(presentation.title, QSize(int(size.x), int(size.y))),
                                          presentation.cards, kCardRadiusMm / presentation.pixelPitchMm);
 }
 
@@ -79,13 +80,13 @@ int runTable(const RunOptions& options)
     if (!presentation)
         return fail(error, 1);
 
-    const auto table = Table::open(*presentation, options, error);
+    const auto table = Table::open(*presentation, options.table, error);
     if (!table)
         return fail(error, 1);
     for (const QJsonValue& listener : table->listeners())
         say(QStringLiteral("TUIO on ") + listener.toObject().value(QLatin1String("tuio")).toString());
     if (table->isReplay())
-        say(QStringLiteral("replays ") + options.replayFile);
+        say(QStringLiteral("replays ") + options.table.replayFile);
 
     std::unique_ptr<Inspector> inspector;
     if (options.inspectPort) {
@@ -114,7 +115,7 @@ int RunCommand::run(RunOptions::Command command, const QStringList& arguments, c
     if (!options)
         return fail(error, 2);
     if (options->presentation.isEmpty()) {
-        options->presentation = recordedPresentation(options->replayFile, error);
+        options->presentation = recordedPresentation(options->table.replayFile, error);
         if (options->presentation.isEmpty())
             return fail(error, 1);
     }
@@ -132,7 +133,8 @@ int RunCommand::run(RunOptions::Command command, const QStringList& arguments, c
     makeApplication(application, programOnly, argv);
     QGuiApplication::setApplicationName(QStringLiteral("tavola"));
     QGuiApplication::setQuitOnLastWindowClosed(false);
-    if (options->fullScreen && !options->headless && !options->size)
-        options->size = QGuiApplication::primaryScreen()->size();
+    if (options->fullScreen && !options->headless && !options->table.size)
+        options->table.size = QGuiApplication::primaryScreen()->size();
     return runTable(*options);
+}
 }

@@ -4,6 +4,8 @@
 
 #include <QStringList>
 
+namespace Host
+{
 /// `tavola run` and `tavola replay`: a table from its opening to its end.
 class RunCommand
 {
@@ -12,3 +14,4 @@ public:
     /// `arguments` stand after the command's word. What went wrong is said on standard error.
     [[nodiscard]] static int run(RunOptions::Command command, const QStringList& arguments, char* program);
 };
+}

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <iterator>
 
+namespace Host
+{
 QString RunOptions::help(Command command)
 {
     if (command == Command::Replay)
@@ -83,22 +85,23 @@ QString wants(bool isGood, const char* what)
 const OptionWithValue kOptionsWithValue[] = {
     {"--size",
      [](const QString& value, RunOptions& options) {
-         return wants(parseSize(value, options.size), "WIDTHxHEIGHT in pixels, each from 10 to 16384, for example 1920x1080");
+         return wants(parseSize(value, options.table.size),
+                      "WIDTHxHEIGHT in pixels, each from 10 to 16384, for example 1920x1080");
      }},
     {"--tuio",
      [](const QString& value, RunOptions& options) {
-         options.hasTuio = true;
-         return wants(InputSettings::parseAddress(value, options.tuioTransport, options.tuioAddress, options.tuioPort),
+         InputSettings::Listener& listener = options.table.listener.emplace();
+         return wants(InputSettings::parseAddress(value, listener.transport, listener.address, listener.port),
                       "[tcp:][ADDRESS:]PORT, for example 0.0.0.0:3333");
      }},
     {"--record",
      [](const QString& value, RunOptions& options) {
-         options.recordFile = value;
+         options.table.recordFile = value;
          return wants(!value.isEmpty(), "the name of a file that does not exist yet");
      }},
     {"--trees",
      [](const QString& value, RunOptions& options) {
-         options.treesFile = value;
+         options.table.treesFile = value;
          return wants(!value.isEmpty(), "the name of a file that does not exist yet");
      }},
     {"--inspect",
@@ -110,22 +113,22 @@ const OptionWithValue kOptionsWithValue[] = {
      }},
     {"--plugin",
      [](const QString& value, RunOptions& options) {
-         options.plugin = value;
+         options.table.plugin = value;
          return wants(!value.isEmpty(), "the file of a plug-in");
      }},
     {"--data",
      [](const QString& value, RunOptions& options) {
-         options.dataFolder = value;
+         options.table.dataFolder = value;
          return wants(!value.isEmpty(), "a folder");
      }},
     {"--media-server",
      [](const QString& value, RunOptions& options) {
-         options.mediaServer = value;
+         options.table.mediaServer = value;
          return wants(isWebAddress(value), "an address that begins with http:// or https://");
      }},
     {"--mail-server",
      [](const QString& value, RunOptions& options) {
-         options.mailServer = value;
+         options.table.mailServer = value;
          return wants(MailSettings::isMailServer(value), "an address that begins with smtp:// or smtps://");
      }},
 };
@@ -136,6 +139,17 @@ const OptionWithValue* findOptionWithValue(const QString& argument)
                                     [&](const OptionWithValue& option) { return argument == QLatin1String(option.name); });
     return found != std::end(kOptionsWithValue) ? found : nullptr;
 }
+}
+
+Lantern::WindowOptions RunOptions::window(const QString& title, QSize size) const
+{
+    Lantern::WindowOptions result;
+    result.size = size;
+    result.title = title;
+    result.isFullScreen = fullScreen;
+    if (openGL)
+        result.drawing = Lantern::WindowOptions::Drawing::OpenGl;
+    return result;
 }
 
 std::optional<RunOptions> RunOptions::parse(const QStringList& arguments, QString& error, Command command)
@@ -161,12 +175,12 @@ std::optional<RunOptions> RunOptions::parse(const QStringList& arguments, QStrin
         } else if (argument == QLatin1String("--fullscreen")) {
             options.fullScreen = true;
         } else if (argument == QLatin1String("--show-input")) {
-            options.showInput = true;
+            options.table.showInput = true;
         } else if (argument.startsWith(QLatin1Char('-'))) {
             error = QStringLiteral("unknown option %1; see tavola run --help").arg(argument);
             return std::nullopt;
-        } else if (isReplay && options.replayFile.isEmpty()) {
-            options.replayFile = argument;
+        } else if (isReplay && options.table.replayFile.isEmpty()) {
+            options.table.replayFile = argument;
         } else if (options.presentation.isEmpty()) {
             options.presentation = argument;
         } else {
@@ -174,11 +188,11 @@ std::optional<RunOptions> RunOptions::parse(const QStringList& arguments, QStrin
             return std::nullopt;
         }
     }
-    if (isReplay && options.replayFile.isEmpty()) {
+    if (isReplay && options.table.replayFile.isEmpty()) {
         error = QStringLiteral("which recording? Give a file that was made by tavola run --record");
         return std::nullopt;
     }
-    if (isReplay && (options.hasTuio || options.size || !options.recordFile.isEmpty())) {
+    if (isReplay && (options.table.listener || options.table.size || !options.table.recordFile.isEmpty())) {
         error = QStringLiteral("--tuio, --size and --record make no sense in a replay: the recording has the input and the size");
         return std::nullopt;
     }
@@ -191,4 +205,5 @@ std::optional<RunOptions> RunOptions::parse(const QStringList& arguments, QStrin
         return std::nullopt;
     }
     return options;
+}
 }

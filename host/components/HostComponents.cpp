@@ -11,6 +11,8 @@
 #include <Tavola/TextFileWidget.hpp>
 #include <Trellis/ImageWidget.hpp>
 
+namespace Host
+{
 namespace
 {
 template <class W>
@@ -68,4 +70,5 @@ HostComponents::~HostComponents()
 {
     for (auto it = m_entries.rbegin(); it != m_entries.rend(); ++it)
         m_application.unregisterFactory(*it);
+}
 }

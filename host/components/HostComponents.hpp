@@ -9,6 +9,8 @@ namespace Tavola
 class Tavola;
 }
 
+namespace Host
+{
 /// The components that presentations can use without any plug-in: "picture", "document", "link", "text", "image", "panel",
 /// "content-menu". Registered while this lives. Main thread only.
 class HostComponents
@@ -23,3 +25,4 @@ private:
     Tavola::Tavola& m_application;
     std::vector<Tavola::FactoryTable::iterator> m_entries;
 };
+}

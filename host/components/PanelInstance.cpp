@@ -2,6 +2,8 @@
 
 #include <Trellis/Widget.hpp>
 
+namespace Host
+{
 namespace
 {
 constexpr const char* kContentSlot = "content";
@@ -32,4 +34,5 @@ void PanelInstance::componentRemovedFromSlot(const QByteArray& slot, std::shared
     if (const auto content = entry->second.lock())
         content->removeFromParent();
     m_contents.erase(entry);
+}
 }

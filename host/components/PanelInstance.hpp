@@ -5,6 +5,8 @@
 #include <map>
 #include <memory>
 
+namespace Host
+{
 /// The host's side of a panel: what its slot "content" holds stands in the panel, in the order it was put there.
 class PanelInstance final : public Tavola::WidgetInstance
 {
@@ -18,3 +20,4 @@ public:
 private:
     std::multimap<std::shared_ptr<Tavola::Component>, Bedrock::IntrusiveWeakPtr<Trellis::Widget>> m_contents;
 };
+}

@@ -7,6 +7,8 @@
 #include <Tavola/WidgetInstance.hpp>
 #include <Trellis/Widget.hpp>
 
+namespace Host
+{
 PersonalWidgets::PersonalWidgets() = default;
 
 PersonalWidgets::~PersonalWidgets()
@@ -42,4 +44,5 @@ boost::expected<Bedrock::IntrusivePtr<Trellis::Widget>, QString> PersonalWidgets
         Tavola::Tavola::instance()->ui()->mainWidget()->addChild(entry.widget);
     }
     return entry.widget;
+}
 }

@@ -19,6 +19,8 @@ namespace Trellis
 class Widget;
 }
 
+namespace Host
+{
 /// The personal widgets that a presentation has for content keys ("folders"): one for each key, made when it is first wanted
 /// and kept on the table out of sight, so that it remembers what it opened. Main thread only.
 class PersonalWidgets
@@ -42,3 +44,4 @@ private:
     };
     std::map<QString, Entry> m_entries;
 };
+}

@@ -5,6 +5,8 @@
 #include <Trellis/FrameInfo.hpp>
 #include <Trellis/Widget.hpp>
 
+namespace Host
+{
 namespace
 {
 /// Closing is nothing to hurry about; between two looks a frame costs an addition.
@@ -25,4 +27,5 @@ void TemporaryWidgets::update(Trellis::Widget& widget, const Trellis::FrameInfo&
         if (child->idleSeconds() >= double(m_closeAfterSeconds) && child->hasCSSClass(temporary)
             && !Trellis::FadeAnimator::isFadingOut(*child))
             Trellis::FadeAnimator::fadeOutAndDelete(*child, kFadeSeconds, 0.f);
+}
 }

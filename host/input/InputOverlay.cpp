@@ -13,6 +13,8 @@
 #include <cmath>
 #include <memory>
 
+namespace Host
+{
 namespace
 {
 constexpr float kFingerRadiusMm = 9.f;
@@ -126,4 +128,5 @@ void InputOverlay::show(const Tactile::TrackedObject& object)
     mark->postConstruct();
     m_marks.push_back(mark.get());
     addChild(mark);
+}
 }

@@ -4,6 +4,8 @@
 
 #include <vector>
 
+namespace Host
+{
 /// Draws what lies on the table, for those who set it up: a ring round each finger with its id; a larger one round each
 /// card, with a line that points where the card's upper edge does, its id and its code. Takes no input. Lies in the
 /// internal overlay; a table without contacts draws nothing.
@@ -24,3 +26,4 @@ private:
     float m_pixelPitchMm;
     std::vector<Mark*> m_marks; // children
 };
+}

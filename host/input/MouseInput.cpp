@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace Host
+{
 namespace
 {
 /// Ids of the mouse's objects lie far above those of the table's own input.
@@ -113,4 +115,5 @@ void MouseInput::takeSample(double, Tactile::Sample& sample)
     sample.markers.assign(m_markers.begin(), m_markers.end());
     sample.changes.assign(m_changes.begin(), m_changes.end());
     m_changes.clear();
+}
 }

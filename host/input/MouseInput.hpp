@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace Host
+{
 /// Makes fingers and cards of a window's mouse and keys, for a table without a table. Main thread only.
 ///
 /// The left button is a finger. A click while a digit key is held puts that card down; a click on a card with Shift lifts
@@ -43,3 +45,4 @@ private:
     std::vector<Tactile::Marker> m_markers;
     std::vector<Tactile::InputChange> m_changes;
 };
+}

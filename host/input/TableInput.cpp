@@ -1,7 +1,6 @@
 #include "input/TableInput.hpp"
 
-#include "commands/RunOptions.hpp"
-#include "presentation/Presentation.hpp"
+#include "presentation/InputSettings.hpp"
 #include "recording/RecordingNote.hpp"
 
 #include <Bedrock/Arrivals.hpp>
@@ -22,6 +21,8 @@
 #include <utility>
 #include <vector>
 
+namespace Host
+{
 namespace
 {
 constexpr int kPatienceMs = 10000;
@@ -85,15 +86,15 @@ struct TableInput::Private
 TableInput::TableInput() : d(std::make_unique<Private>()) {}
 TableInput::~TableInput() = default;
 
-std::unique_ptr<TableInput> TableInput::open(const RunOptions& options, QString& error)
+std::unique_ptr<TableInput> TableInput::open(const Recordings& recordings, QString& error)
 {
     std::unique_ptr<TableInput> input(new TableInput());
     Private& d = *input->d;
     std::string reason;
-    if (!options.replayFile.isEmpty()) {
-        d.player = Tactile::DatagramPlayer::open(fileName(options.replayFile), reason);
-    } else if (!options.recordFile.isEmpty()) {
-        d.recorder = Tactile::DatagramRecorder::create(fileName(options.recordFile), reason);
+    if (!recordings.replayed.isEmpty()) {
+        d.player = Tactile::DatagramPlayer::open(fileName(recordings.replayed), reason);
+    } else if (!recordings.made.isEmpty()) {
+        d.recorder = Tactile::DatagramRecorder::create(fileName(recordings.made), reason);
     }
     error = QString::fromStdString(reason);
     return reason.empty() ? std::move(input) : nullptr;
@@ -132,16 +133,15 @@ std::optional<Vecta::Vector2f> TableInput::recordedSize() const
     return Vecta::Vector2f(rect.width, rect.height);
 }
 
-bool TableInput::start(const Presentation& presentation, const RunOptions& options, Vecta::Vector2f size, QString& error)
+bool TableInput::start(const InputSettings& given, Vecta::Vector2f sizePx, float pixelPitchMm, QString& error)
 {
     if (d->player) {
         m_tuio = std::make_unique<Tactile::TuioInput>(d->player->settings());
         return true;
     }
-    const InputSettings& given = presentation.input;
     Tactile::TuioSettings settings;
-    settings.tableRect = {0.f, 0.f, size.x, size.y};
-    settings.tracker.pixelPitchMm = presentation.pixelPitchMm;
+    settings.tableRect = {0.f, 0.f, sizePx.x, sizePx.y};
+    settings.tracker.pixelPitchMm = pixelPitchMm;
     settings.tracker.holdSeconds = given.holdSeconds;
     settings.tracker.lostSenderSeconds = given.lostSeconds;
     settings.tracker.smoothing = given.smoothing;
@@ -149,14 +149,7 @@ bool TableInput::start(const Presentation& presentation, const RunOptions& optio
     if (d->recorder)
         m_tuio->setRecorder(d->recorder.get());
 
-    std::vector<InputSettings::Listener> listeners = given.listeners;
-    if (options.hasTuio || given.usualListener) {
-        listeners.assign(1, {});
-        listeners.front().transport = options.tuioTransport;
-        listeners.front().address = options.tuioAddress;
-        listeners.front().port = options.tuioPort;
-    }
-    for (const InputSettings::Listener& listener : listeners) {
+    for (const InputSettings::Listener& listener : given.listeners) {
         Tactile::NetworkSettings network;
         network.address = listener.address.toStdString();
         network.port = std::uint16_t(listener.port);
@@ -218,4 +211,5 @@ QString recordedPresentation(const QString& recording, QString& error)
                                         "the recording")
                        : QString::fromStdString(reason);
     return presentation;
+}
 }

@@ -8,23 +8,31 @@
 #include <memory>
 #include <optional>
 
-struct Presentation;
-struct RecordingNote;
-struct RunOptions;
-
 namespace Tactile
 {
 class TuioInput;
 }
+
+namespace Host
+{
+struct InputSettings;
+struct RecordingNote;
 
 /// Where a table's input comes from: the presentation's listeners or the one of the command line, recorded if that is
 /// wished; or a recording that is replayed. Main thread only.
 class TableInput
 {
 public:
+    /// The recording to make or the one to replay; at most one of the two is given.
+    struct Recordings
+    {
+        QString made;
+        QString replayed;
+    };
+
     /// Null, with the reason in `error`, when the recording that is to be replayed cannot be read, or the one to be made
     /// cannot be written.
-    [[nodiscard]] static std::unique_ptr<TableInput> open(const RunOptions& options, QString& error);
+    [[nodiscard]] static std::unique_ptr<TableInput> open(const Recordings& recordings, QString& error);
     ~TableInput();
     TableInput(const TableInput&) = delete;
     TableInput& operator=(const TableInput&) = delete;
@@ -38,8 +46,9 @@ public:
     /// The size of the recorded table, in a replay.
     [[nodiscard]] std::optional<Vecta::Vector2f> recordedSize() const;
 
-    /// Makes the input of a table of `size` and begins to listen. False, with the reason in `error`, when it cannot listen.
-    [[nodiscard]] bool start(const Presentation& presentation, const RunOptions& options, Vecta::Vector2f size, QString& error);
+    /// Makes the input of a table of `sizePx` and begins to listen; in a replay the recording's settings count instead. False,
+    /// with the reason in `error`, when it cannot listen.
+    [[nodiscard]] bool start(const InputSettings& given, Vecta::Vector2f sizePx, float pixelPitchMm, QString& error);
     /// From a start that went well on.
     [[nodiscard]] Tactile::TuioInput& tuio() const noexcept { return *m_tuio; }
 
@@ -68,3 +77,4 @@ private:
 
 /// The presentation that a recording was made with; empty, with the reason in `error`, when it cannot be told.
 [[nodiscard]] QString recordedPresentation(const QString& recording, QString& error);
+}

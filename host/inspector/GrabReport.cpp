@@ -6,6 +6,8 @@
 
 #include <QJsonObject>
 
+namespace Host
+{
 QJsonArray grabReport(const Trellis::GrabManager& grabManager)
 {
     QJsonArray report;
@@ -19,4 +21,5 @@ QJsonArray grabReport(const Trellis::GrabManager& grabManager)
         report.append(QJsonObject{{"id", qint64(marker.id())}, {"code", QString::number(marker.code())}, {"holder", told}});
     }
     return report;
+}
 }

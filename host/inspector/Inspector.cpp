@@ -2,8 +2,8 @@
 
 #include "GrabReport.hpp"
 #include "StyleReport.hpp"
+#include "TableLog.hpp"
 #include "WidgetReport.hpp"
-#include "table/TableLog.hpp"
 
 #include <Tactile/TuioInput.hpp>
 #include <Trellis/Application.hpp>
@@ -19,6 +19,8 @@
 #include <cstdint>
 #include <iterator>
 
+namespace Host
+{
 namespace
 {
 constexpr int kMostFrames = 100000;
@@ -205,4 +207,5 @@ QByteArray Inspector::statusReport() const
                              {"pendingImages", application.pendingImages()},
                              {"needsFrame", application.needsFrame()},
                              {"manualClock", m_subject.manualClock}});
+}
 }

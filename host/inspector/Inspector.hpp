@@ -6,8 +6,6 @@
 
 #include <functional>
 
-class TableLog;
-
 namespace Tactile
 {
 class TuioInput;
@@ -16,6 +14,10 @@ namespace Trellis
 {
 class Application;
 }
+
+namespace Host
+{
+class TableLog;
 
 /// Lets tools look at a running table over HTTP on the loopback address: GET /tree, /styles, /screenshot.png, /log, /analytics,
 /// /input, /grabs, /mail, /status; POST /frames?count=N&dt=SECONDS under the manual clock. GET / lists them.
@@ -51,3 +53,4 @@ private:
     Subject m_subject;
     LoopbackHttpServer m_server;
 };
+}

@@ -19,6 +19,8 @@
 #include <utility>
 #include <vector>
 
+namespace Host
+{
 namespace http = boost::beast::http;
 
 namespace
@@ -297,4 +299,5 @@ bool LoopbackHttpServer::listen(int port, QString& error)
 int LoopbackHttpServer::port() const
 {
     return d->server.serverPort();
+}
 }

@@ -7,6 +7,8 @@
 #include <functional>
 #include <memory>
 
+namespace Host
+{
 /// A small HTTP/1.1 server for tools on this machine: listens on the loopback address only, answers on the main thread, one
 /// request after the other in all and at most one of a connection per turn of the event loop, when the answer before has
 /// been taken: who asks faster than they read does not stop the table. Requests have limits on header, body and time, and must
@@ -52,3 +54,4 @@ private:
     struct Private;
     std::unique_ptr<Private> d;
 };
+}

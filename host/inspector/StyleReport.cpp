@@ -5,6 +5,8 @@
 
 #include <QJsonObject>
 
+namespace Host
+{
 QJsonArray styleReport(const Trellis::Widget& widget)
 {
     QJsonArray report;
@@ -16,4 +18,5 @@ QJsonArray styleReport(const Trellis::Widget& widget)
                                   {"line", declaration.line},
                                   {"column", declaration.column}});
     return report;
+}
 }

@@ -6,6 +6,8 @@
 
 #include <QJsonArray>
 
+namespace Host
+{
 namespace
 {
 QJsonArray names(const QList<QByteArray>& list)
@@ -45,4 +47,5 @@ QJsonObject widgetReport(const Trellis::Widget& widget)
         {"attributes", attributes},
         {"children", children},
     };
+}
 }

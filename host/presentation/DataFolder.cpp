@@ -5,6 +5,8 @@
 #include <QStandardPaths>
 #include <QUrl>
 
+namespace Host
+{
 QString dataFolder(const QString& presentationFolder, const QString& given)
 {
     if (!given.isEmpty())
@@ -19,4 +21,5 @@ QString outboxFolder(const QString& data, const QString& serviceName)
     const QString suffix =
         serviceName.isEmpty() ? QString() : QLatin1Char('-') + QString::fromLatin1(QUrl::toPercentEncoding(serviceName));
     return data + QStringLiteral("/mail/outbox") + suffix;
+}
 }

@@ -16,6 +16,8 @@
 
 #include <cmath>
 
+namespace Host
+{
 namespace
 {
 using Tavola::JsonEntries;
@@ -219,4 +221,5 @@ std::optional<Presentation> Presentation::load(const QString& path, QString& err
     result.folder = info.absolutePath();
     Reader(file.fileName(), result).read(document.object());
     return result;
+}
 }

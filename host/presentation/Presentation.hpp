@@ -1,6 +1,6 @@
 #pragma once
 
-#include "input/InputSettings.hpp"
+#include "presentation/InputSettings.hpp"
 #include "services/email/MailSettings.hpp"
 
 #include <Tavola/ComponentUse.hpp>
@@ -13,6 +13,8 @@
 #include <optional>
 #include <vector>
 
+namespace Host
+{
 using Tavola::ComponentUse;
 
 struct MediaServerSettings
@@ -53,3 +55,4 @@ struct Presentation
     /// ("widgets[3].attributes.source"), and the rest is read.
     [[nodiscard]] static std::optional<Presentation> load(const QString& path, QString& error);
 };
+}

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace Host
+{
 /// Where a byte stands in a text, for messages; both count from 1, the column in bytes.
 struct TextPosition
 {
@@ -24,3 +26,4 @@ struct TextPosition
         return position;
     }
 };
+}

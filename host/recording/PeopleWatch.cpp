@@ -3,6 +3,8 @@
 #include "services/MarkerService.hpp"
 #include "services/PeopleRegistry.hpp"
 
+namespace Host
+{
 namespace
 {
 constexpr int kLookEveryMs = 2000;
@@ -66,4 +68,5 @@ void PeopleWatch::take(const QByteArray& people)
     m_service->fillCache(known);
     if (Bedrock::Arrivals::instance().isReplaying())
         m_registry->insert(known); // for those who register at the table
+}
 }

@@ -9,6 +9,8 @@
 #include <atomic>
 #include <memory>
 
+namespace Host
+{
 class MarkerService;
 class PeopleRegistry;
 
@@ -41,3 +43,4 @@ private:
     QTimer m_timer;
     Bedrock::WorkerPool m_thread{1}; ///< last member: its thread ends first
 };
+}

@@ -10,6 +10,8 @@
 
 #include <stdexcept>
 
+namespace Host
+{
 namespace
 {
 using Bedrock::Arrivals;
@@ -94,4 +96,5 @@ Tavola::EmailMessage RecordedEmail::createMessage()
     Tavola::EmailMessage message;
     message.setContent(m_textTemplate);
     return message;
+}
 }

@@ -8,6 +8,8 @@
 
 #include <memory>
 
+namespace Host
+{
 /// The services of a table that is recorded or replayed. While it is recorded they pass everything on, and its outcome goes into
 /// the recording; in a replay they have nobody to pass it on to and give the recorded outcome in the recorded frame: no server is
 /// asked and no e-mail is sent. An outcome that was not recorded any more leaves its future open. Main thread only; futures are
@@ -35,3 +37,4 @@ private:
     std::shared_ptr<Tavola::EmailServiceAPI> m_service;
     QString m_textTemplate;
 };
+}

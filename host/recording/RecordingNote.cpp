@@ -4,6 +4,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+namespace Host
+{
 std::string RecordingNote::toText() const
 {
     const QJsonObject note{
@@ -20,4 +22,5 @@ RecordingNote RecordingNote::fromText(const std::string& text)
         result.mediaServers << name.toString();
     result.people = note.value(QLatin1String("people")).toString();
     return result;
+}
 }

@@ -5,6 +5,8 @@
 
 #include <string>
 
+namespace Host
+{
 /// What a recording says of the table beside its input, for whoever replays it. A plain record.
 struct RecordingNote
 {
@@ -16,3 +18,4 @@ struct RecordingNote
     /// Everything is empty that the text does not tell.
     [[nodiscard]] static RecordingNote fromText(const std::string& text);
 };
+}

@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QFile>
 
+namespace Host
+{
 namespace
 {
 // Read by Qt each time it is asked for the folder of temporary files.
@@ -23,4 +25,5 @@ TemporaryPlace::~TemporaryPlace()
         qputenv(kVariable, m_other);
     else
         qunsetenv(kVariable);
+}
 }

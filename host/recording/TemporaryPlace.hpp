@@ -4,6 +4,8 @@
 #include <QString>
 #include <QTemporaryDir>
 
+namespace Host
+{
 /// The folder of temporary files is an empty one of its own for as long as this lives, in the whole process, so that a table
 /// finds nothing of what earlier ones left there. Its files go with it.
 class TemporaryPlace
@@ -23,3 +25,4 @@ private:
     bool m_hadOther;
     QByteArray m_other;
 };
+}

@@ -13,6 +13,8 @@
 
 #include <algorithm>
 
+namespace Host
+{
 namespace
 {
 using Lines = QHash<QByteArray, QByteArray>;
@@ -83,4 +85,5 @@ void TreeLog::write(long frame, const Trellis::Widget& root)
     Bedrock::Trace::error("TreeLog # Failed to write %s (%s); no further frames are written", qUtf8Printable(m_file.fileName()),
                           qUtf8Printable(m_file.errorString()));
     m_file.close();
+}
 }

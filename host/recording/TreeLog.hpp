@@ -12,6 +12,8 @@ namespace Trellis
 class Widget;
 }
 
+namespace Host
+{
 /// Writes down the widgets of each frame, one line of JSON for a frame, so that two runs can be compared line by line:
 ///
 ///     {"changed":{"0/2":{…}},"frame":7,"gone":["0/3"],"hash":"…"}
@@ -33,3 +35,4 @@ private:
     QFile m_file;
     QHash<QByteArray, QByteArray> m_before; ///< by place
 };
+}

@@ -10,6 +10,8 @@
 
 #include <mutex>
 
+namespace Host
+{
 namespace
 {
 using Api = Tavola::TesselServiceAPI;
@@ -130,4 +132,5 @@ bool MarkerService::registerPersonalMarker(unsigned long code, const QString& na
         return false;
     Facet::Node::invokeAfterUpdate([cache = m_cache, entry = *person] { cache->insert(entry.code, propertiesOf(entry)); });
     return true;
+}
 }

@@ -10,6 +10,9 @@ namespace Tavola
 {
 class TesselServiceCache;
 }
+
+namespace Host
+{
 class PeopleRegistry;
 struct Person;
 
@@ -49,3 +52,4 @@ private:
     std::shared_ptr<State> m_state; ///< shared with what is on its way between the threads
     std::function<PersonalWidget(const QString&)> m_widgetForKey;
 };
+}

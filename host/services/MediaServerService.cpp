@@ -11,6 +11,8 @@
 #include <cmath>
 #include <stdexcept>
 
+namespace Host
+{
 /// One command and its answer; a child of its reply, which it outlives by nothing.
 class MediaServerService::Exchange final : public QObject
 {
@@ -111,4 +113,5 @@ folly::Future<QJsonObject> MediaServerService::request(const QJsonObject& comman
     QNetworkReply* reply = m_network.post(request, QJsonDocument(command).toJson(QJsonDocument::Compact));
     auto* exchange = new Exchange(*reply, m_timeoutMs);
     return exchange->future();
+}
 }

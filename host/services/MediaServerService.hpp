@@ -6,6 +6,8 @@
 #include <QNetworkAccessManager>
 #include <QUrl>
 
+namespace Host
+{
 /// The media server, reached by JSON over HTTP POST. Main thread only; futures are completed there.
 /// A future fails with a text for people: the server is away, is too slow, sends too much, answers with an error status, with
 /// a redirection (not followed: commands go to the address that was configured) or with something that is no JSON object.
@@ -30,3 +32,4 @@ private:
     int m_timeoutMs;
     QNetworkAccessManager m_network;
 };
+}

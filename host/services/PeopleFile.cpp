@@ -10,6 +10,8 @@
 
 #include <algorithm>
 
+namespace Host
+{
 namespace
 {
 using Kind = Tavola::TesselServiceAPI::MarkerProperties;
@@ -288,4 +290,5 @@ QString PeopleFile::format(const std::vector<Person>& people)
                     .arg(QString::number(person.code), quoted(person.name), quoted(person.email), quoted(person.contentKey),
                          kindName(person.kind));
     return text;
+}
 }

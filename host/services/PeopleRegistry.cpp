@@ -14,6 +14,8 @@
 #include <set>
 #include <utility>
 
+namespace Host
+{
 namespace
 {
 constexpr int kSchemaVersion = 1;
@@ -188,4 +190,5 @@ QByteArray PeopleRegistry::stamp() const
     if (isFresh)
         result += "at " + QByteArray::number(now);
     return result;
+}
 }

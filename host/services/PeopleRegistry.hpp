@@ -9,6 +9,8 @@
 #include <optional>
 #include <vector>
 
+namespace Host
+{
 /// The people a table knows, in a SQLite file. Each operation is one transaction that is on the disk when it returns.
 /// Any thread: each thread has a connection of its own, and SQLite orders the writers.
 class PeopleRegistry
@@ -50,3 +52,4 @@ private:
     explicit PeopleRegistry(const QString& path);
     QString m_path;
 };
+}

@@ -5,6 +5,8 @@
 
 #include <atomic>
 
+namespace Host
+{
 SqliteConnection::SqliteConnection(const QString& path)
 {
     static std::atomic<int> counter{0};
@@ -31,4 +33,5 @@ SqliteConnection::~SqliteConnection()
 QString SqliteConnection::error() const
 {
     return m_database.lastError().text();
+}
 }

@@ -3,6 +3,8 @@
 #include <QSqlDatabase>
 #include <QString>
 
+namespace Host
+{
 /// A connection to a SQLite file, of the thread that made it and for as long as it is in scope. Every commit is on the disk
 /// when it returns; a writer waits up to five seconds for another one.
 class SqliteConnection
@@ -22,3 +24,4 @@ private:
     QSqlDatabase m_database;
     bool m_isOpen = false;
 };
+}

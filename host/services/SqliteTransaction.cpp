@@ -4,6 +4,8 @@
 
 #include <utility>
 
+namespace Host
+{
 SqliteTransaction::SqliteTransaction(const QString& path, Kind kind, Report report)
     : m_report(std::move(report)), m_connection(path), m_query(m_connection.database())
 {
@@ -65,4 +67,5 @@ bool SqliteTransaction::fail(const QString& reason)
     if (m_report)
         m_report(reason);
     return false;
+}
 }

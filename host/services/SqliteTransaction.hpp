@@ -9,6 +9,8 @@
 #include <functional>
 #include <initializer_list>
 
+namespace Host
+{
 /// One transaction on a SQLite file, with a connection of its own; undone at the end of its scope unless it was committed.
 /// Of the thread that made it.
 ///
@@ -53,3 +55,4 @@ private:
     bool m_isOpen = false;
     bool m_hasFailed = false;
 };
+}

@@ -4,6 +4,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+namespace Host
+{
 namespace
 {
 volatile std::sig_atomic_t writeEnd = -1;
@@ -49,4 +51,5 @@ EndSignals::~EndSignals()
     ::close(m_readEnd);
     ::close(int(writeEnd));
     writeEnd = -1;
+}
 }

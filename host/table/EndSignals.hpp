@@ -6,6 +6,8 @@
 #include <functional>
 #include <memory>
 
+namespace Host
+{
 /// Notices that the program is told to end (SIGINT, SIGTERM) while it exists; before and after, the signals do what they did.
 /// One at a time, main thread only.
 class EndSignals
@@ -27,3 +29,4 @@ private:
     struct sigaction m_interruptBefore = {};
     struct sigaction m_terminateBefore = {};
 };
+}

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace Host
+{
 void FramePacer::tick(double seconds)
 {
     const double dt = std::clamp(seconds, 0.0, kLongestStepSeconds);
@@ -18,4 +20,5 @@ void FramePacer::tick(double seconds)
             break;
         m_ahead += *step;
     }
+}
 }

@@ -3,6 +3,8 @@
 #include <functional>
 #include <optional>
 
+namespace Host
+{
 /// Makes frames of the time that passes. Live, each tick is a frame of the time since the one before; in a replay, frames have
 /// the steps they had on the day, and as many run as have become due.
 class FramePacer
@@ -29,3 +31,4 @@ private:
     double m_ahead = 0.0; ///< seconds by which the frames of a replay are ahead of the clock
     bool m_isOver = false;
 };
+}

@@ -1,9 +1,13 @@
 #include "table/PluginSearch.hpp"
 
+#include <Tavola/PluginLoader.hpp>
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 
+namespace Host
+{
 QStringList pluginFolders()
 {
     QStringList folders = QString::fromLocal8Bit(qgetenv("TAVOLA_PLUGIN_PATH")).split(QLatin1Char(':'), Qt::SkipEmptyParts);
@@ -32,4 +36,21 @@ QString findPlugin(const QString& nameOrPath)
                 return info.absoluteFilePath();
         }
     return {};
+}
+
+std::unique_ptr<Tavola::PluginLoader> loadPlugin(const QString& nameOrPath, QString& error)
+{
+    const QString path = findPlugin(nameOrPath);
+    if (path.isEmpty()) {
+        error = isPluginPath(nameOrPath) ? QStringLiteral("there is no plug-in file %1").arg(nameOrPath)
+                                         : QStringLiteral("there is no plug-in %1; looked for in %2")
+                                               .arg(nameOrPath, pluginFolders().join(QStringLiteral(", ")));
+        return nullptr;
+    }
+    QString reason;
+    auto plugin = Tavola::PluginLoader::load(path, reason);
+    if (!plugin)
+        error = QStringLiteral("plug-in %1 cannot be loaded: %2").arg(path, reason);
+    return plugin;
+}
 }

@@ -3,6 +3,15 @@
 #include <QString>
 #include <QStringList>
 
+#include <memory>
+
+namespace Tavola
+{
+class PluginLoader;
+}
+
+namespace Host
+{
 /// Where plug-ins are looked for by name: the folders of TAVOLA_PLUGIN_PATH (separated by ':'), then beside the program,
 /// in ../lib and ../lib/tavola of it.
 [[nodiscard]] QStringList pluginFolders();
@@ -12,3 +21,7 @@
 
 /// The absolute path of a plug-in's library, by name ("tavola-personal") or path; empty when there is none.
 [[nodiscard]] QString findPlugin(const QString& nameOrPath);
+
+/// Loads a plug-in by name or path. Null, with the reason in `error`, when there is none or it cannot be loaded. Main thread.
+[[nodiscard]] std::unique_ptr<Tavola::PluginLoader> loadPlugin(const QString& nameOrPath, QString& error);
+}

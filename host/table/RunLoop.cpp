@@ -9,6 +9,8 @@
 #include <QElapsedTimer>
 #include <QTimer>
 
+namespace Host
+{
 namespace
 {
 constexpr int kFrameMs = 16;
@@ -68,4 +70,5 @@ int RunLoop::run()
     const int code = QCoreApplication::exec();
     m_signals.reset();
     return code;
+}
 }

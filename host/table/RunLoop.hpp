@@ -3,6 +3,8 @@
 #include <functional>
 #include <memory>
 
+namespace Host
+{
 class EndSignals;
 class Table;
 class TableWindow;
@@ -33,3 +35,4 @@ private:
     Clock m_clock;
     std::unique_ptr<EndSignals> m_signals; ///< until a run ends: they are heard once
 };
+}

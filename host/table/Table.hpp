@@ -1,7 +1,7 @@
 #pragma once
 
-#include "commands/RunOptions.hpp"
 #include "presentation/Presentation.hpp"
+#include "table/TableOptions.hpp"
 
 #include <QJsonArray>
 #include <QString>
@@ -18,6 +18,8 @@ namespace Trellis
 class Application;
 }
 
+namespace Host
+{
 /// A presentation on a table: the toolkit's application, the host core, services, plug-ins and widgets, put together in
 /// order and taken apart in the opposite order. Main thread only.
 class Table
@@ -26,7 +28,8 @@ public:
     /// Null, with the reason in `error`, when the table cannot open: a plug-in that does not load, a port that is taken, a
     /// registry that cannot be read, a recording that cannot be made or replayed. What is merely wrong in the presentation is
     /// logged and skipped.
-    [[nodiscard]] static std::unique_ptr<Table> open(const Presentation& presentation, const RunOptions& options, QString& error);
+    [[nodiscard]] static std::unique_ptr<Table> open(const Presentation& presentation, const TableOptions& options,
+                                                     QString& error);
     ~Table();
     Table(const Table&) = delete;
     Table& operator=(const Table&) = delete;
@@ -49,3 +52,4 @@ private:
     struct Private;
     std::unique_ptr<Private> d;
 };
+}

@@ -1,7 +1,5 @@
 #include "window/TableWindow.hpp"
 
-#include "commands/RunOptions.hpp"
-
 #include <Trellis/Application.hpp>
 
 #include <QKeyEvent>
@@ -10,23 +8,14 @@
 #include <QWheelEvent>
 #include <QWindow>
 
+namespace Host
+{
 namespace
 {
 Vecta::Vector2f point(const QPointF& position)
 {
     return {float(position.x()), float(position.y())};
 }
-}
-
-Lantern::WindowOptions TableWindow::options(const QString& title, const RunOptions& run, QSize size)
-{
-    Lantern::WindowOptions result;
-    result.size = size;
-    result.title = title;
-    result.isFullScreen = run.fullScreen;
-    if (run.openGL)
-        result.drawing = Lantern::WindowOptions::Drawing::OpenGl;
-    return result;
 }
 
 TableWindow::TableWindow(Trellis::Application& application, const Lantern::WindowOptions& windowOptions,
@@ -102,4 +91,5 @@ void TableWindow::windowExposed()
 void TableWindow::windowClosed()
 {
     m_closed = true;
+}
 }

@@ -8,20 +8,17 @@
 #include <memory>
 #include <vector>
 
-struct RunOptions;
-
 namespace Trellis
 {
 class Application;
 }
 
+namespace Host
+{
 /// Shows a table in a window and makes its mouse and keys input of the table. Main thread only.
 class TableWindow final : public Lantern::WindowListener
 {
 public:
-    /// The window that a run asks for.
-    [[nodiscard]] static Lantern::WindowOptions options(const QString& title, const RunOptions& run, QSize size);
-
     TableWindow(Trellis::Application& application, const Lantern::WindowOptions& options, std::vector<unsigned long> cards,
                 float cardRadiusPx);
     ~TableWindow() override;
@@ -44,3 +41,4 @@ private:
     bool m_closed = false;
     bool m_everythingDamaged = true;
 };
+}

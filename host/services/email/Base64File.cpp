@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
+namespace Host
+{
 namespace
 {
 constexpr int kLineBytes = 57; ///< of the file; 76 characters
@@ -74,4 +76,5 @@ bool Base64File::rewind()
     m_encoded.clear();
     m_given = 0;
     return true;
+}
 }

@@ -4,6 +4,8 @@
 #include <QFile>
 #include <QString>
 
+namespace Host
+{
 /// A file as it stands in a mail: base64 in lines of 76 characters that end with CR LF, made piece by piece while it is read.
 class Base64File
 {
@@ -27,3 +29,4 @@ private:
     QByteArray m_encoded; ///< a piece of it
     int m_given = 0;      ///< how much of that piece is given out
 };
+}

@@ -3,6 +3,8 @@
 #include <QRegularExpression>
 #include <QStringList>
 
+namespace Host
+{
 namespace
 {
 const QString kName = QStringLiteral("<name>");
@@ -86,5 +88,6 @@ QString compose(const Parts& parts)
     if (!parts.addendum.isEmpty())
         append(html, paragraph(fromText(parts.addendum.trimmed())));
     return html;
+}
 }
 }

@@ -4,6 +4,8 @@
 
 #include <optional>
 
+namespace Host
+{
 /// The HTML part of a message whose text part was filled by somebody else.
 ///
 /// In the HTML template "<name>" becomes the recipient's name, "<links>" the lines that the text part got in place of its own
@@ -27,4 +29,5 @@ struct Parts
 [[nodiscard]] std::optional<QString> filledLinks(const QString& textTemplate, const QString& name, const QString& text);
 /// Escaped, with line breaks and clickable web addresses.
 [[nodiscard]] QString fromText(const QString& text);
+}
 }

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+namespace Host
+{
 namespace
 {
 constexpr int kLongestPlain = 60;
@@ -132,5 +134,6 @@ QByteArray mimeType(const QString& type)
 {
     static const QRegularExpression form(QStringLiteral("\\A[a-zA-Z0-9!#$&^_.+-]{1,60}/[a-zA-Z0-9!#$&^_.+-]{1,60}\\z"));
     return form.match(type).hasMatch() ? type.toLatin1() : QByteArrayLiteral("application/octet-stream");
+}
 }
 }

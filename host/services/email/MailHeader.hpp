@@ -7,6 +7,8 @@
 
 class QDateTime;
 
+namespace Host
+{
 /// Texts of people as they may stand in a message's header. No result holds a line end that is not followed by a blank, so no
 /// text can begin a header line of its own; lines are short enough for every server.
 namespace MailHeader
@@ -28,4 +30,5 @@ namespace MailHeader
 [[nodiscard]] QByteArray date(const QDateTime& time);
 /// A type as "image/png"; "application/octet-stream" for what is none.
 [[nodiscard]] QByteArray mimeType(const QString& type);
+}
 }

@@ -12,6 +12,8 @@
 #include <QJsonObject>
 #include <QUrl>
 
+namespace Host
+{
 namespace
 {
 constexpr qint64 kLargestTemplate = 1 << 20;
@@ -162,4 +164,5 @@ std::optional<MailCredentials> MailCredentials::load(const QString& fileName, QS
         return std::nullopt;
     }
     return credentials;
+}
 }

@@ -9,6 +9,8 @@
 
 class QJsonObject;
 
+namespace Host
+{
 /// How a table sends e-mail: an entry of "services.email-service" in presentation.json. A plain record; the password is not in
 /// it.
 struct MailSettings
@@ -62,3 +64,4 @@ struct MailCredentials
     /// in `error`, when the file cannot be read. A warning when others can read it too.
     [[nodiscard]] static std::optional<MailCredentials> load(const QString& fileName, QString& error);
 };
+}

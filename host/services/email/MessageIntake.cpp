@@ -11,6 +11,8 @@
 #include <QUrl>
 #include <QUuid>
 
+namespace Host
+{
 namespace
 {
 QString megabytes(qint64 bytes)
@@ -130,4 +132,5 @@ void MessageIntake::write(const MailJob& job, const Notes& notes, OutboxMessage&
     if (!m_settings.htmlTemplate.isEmpty())
         message.html = HtmlBody::compose(
             {m_settings.htmlTemplate, m_settings.textTemplate, job.content, job.recipients.front().address.name, addendum});
+}
 }

@@ -9,6 +9,8 @@
 
 #include <vector>
 
+namespace Host
+{
 class OutboxFiles;
 
 /// What the service takes over from a message: its words by value, its devices shared.
@@ -55,3 +57,4 @@ private:
     const MailSettings& m_settings;
     const OutboxFiles& m_files;
 };
+}

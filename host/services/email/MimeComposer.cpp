@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <memory>
 
+namespace Host
+{
 namespace
 {
 /// Lines of a mail end with CR LF.
@@ -117,4 +119,5 @@ bool MimeComposer::compose(const OutboxMessage& message, QString& error)
     curl_easy_setopt(m_transfer, CURLOPT_HTTPHEADER, m_headers);
     curl_easy_setopt(m_transfer, CURLOPT_MIMEPOST, m_mime);
     return true;
+}
 }

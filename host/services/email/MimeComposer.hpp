@@ -4,6 +4,8 @@
 
 #include <QString>
 
+namespace Host
+{
 struct OutboxMessage;
 
 /// Puts an outbox message on a transfer: header lines and body. Files are read while the transfer runs, piece by piece.
@@ -32,3 +34,4 @@ private:
     curl_slist* m_headers = nullptr;
     curl_mime* m_mime = nullptr;
 };
+}

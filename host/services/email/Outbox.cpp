@@ -19,6 +19,8 @@
 #include <algorithm>
 #include <utility>
 
+namespace Host
+{
 namespace
 {
 constexpr int kSchemaVersion = 1;
@@ -368,4 +370,5 @@ void Outbox::forgetWarnings() const
 {
     const std::lock_guard lock(m_warningsMutex);
     m_warnings.clear();
+}
 }

@@ -13,6 +13,9 @@
 #include <vector>
 
 class QVariant;
+
+namespace Host
+{
 class SqliteTransaction;
 
 /// An outbox in a few numbers.
@@ -110,3 +113,4 @@ private:
     mutable std::mutex m_warningsMutex;
     mutable QStringList m_warnings; ///< those that were logged already
 };
+}

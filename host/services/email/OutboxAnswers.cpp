@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+namespace Host
+{
 OutboxAnswers::OutboxAnswers(double patienceSeconds) : m_patience(qint64(patienceSeconds * 1000.0)) {}
 
 void OutboxAnswers::owe(const QString& messageId, Promise promise)
@@ -73,4 +75,5 @@ void OutboxAnswers::complete(Promise& promise, const Status& status)
     } catch (const std::exception& failure) {
         Bedrock::Trace::error("OutboxService # Failed to hand over an outcome (%s)", failure.what());
     }
+}
 }

@@ -9,6 +9,8 @@
 #include <mutex>
 #include <optional>
 
+namespace Host
+{
 /// The answers that an e-mail service owes to those who sent messages, by Message-ID. Each is given once: when the first attempt
 /// has ended, or with success when a kept message has waited for that long enough. Any thread; a promise is completed on the
 /// thread that settles it, and what its continuation throws is logged.
@@ -46,3 +48,4 @@ private:
     std::mutex m_mutex;
     std::map<QString, Debt> m_debts;
 };
+}

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <utility>
 
+namespace Host
+{
 namespace
 {
 constexpr double kLongestPauseSeconds = double(Outbox::kLongestPauseMs) / 1000.0;
@@ -157,4 +159,5 @@ void OutboxAttempts::tellUnwritten(const Ending& ending) const
         "OutboxService # Failed to write what became of message %lld to %s (%s); nothing else is sent until that is written",
         static_cast<long long>(ending.message.id), ending.message.recipientNames().toUtf8().constData(),
         what.toUtf8().constData());
+}
 }

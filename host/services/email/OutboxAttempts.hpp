@@ -11,6 +11,8 @@
 #include <optional>
 #include <vector>
 
+namespace Host
+{
 class OutboxAnswers;
 class OutboxReport;
 
@@ -77,3 +79,4 @@ private:
     std::vector<Ending> m_unwritten;
     std::atomic<bool> m_isBehind{true}; ///< read without the mutex
 };
+}

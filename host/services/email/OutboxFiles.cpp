@@ -12,6 +12,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace Host
+{
 namespace
 {
 constexpr qint64 kPieceBytes = 64 * 1024;
@@ -151,4 +153,5 @@ void OutboxFiles::removeAllBut(const QStringList& folders) const
     for (const QString& folder : found)
         if (!folders.contains(folder))
             remove(folder);
+}
 }

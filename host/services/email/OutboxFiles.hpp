@@ -4,6 +4,8 @@
 
 class QIODevice;
 
+namespace Host
+{
 /// The folders in which an outbox keeps copies of attachments, one for each message. Any thread; nothing is shared.
 /// Everything written is on the disk when `finish` has returned.
 class OutboxFiles
@@ -33,3 +35,4 @@ public:
 private:
     QString m_root;
 };
+}

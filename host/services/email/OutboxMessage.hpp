@@ -6,6 +6,8 @@
 
 #include <vector>
 
+namespace Host
+{
 /// A message as the outbox keeps it: complete, so that it goes out the same however often it is tried. A plain record.
 struct OutboxMessage
 {
@@ -49,3 +51,4 @@ struct OutboxMessage
     /// "ann@example.org, bob@example.org", for people.
     [[nodiscard]] QString recipientNames() const;
 };
+}

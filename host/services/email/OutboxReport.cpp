@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+namespace Host
+{
 namespace
 {
 /// How often a queue is looked at while there is one: other programs may change it, and a disk that was full may be so no longer.
@@ -58,4 +60,5 @@ QJsonObject OutboxReport::json(const QString& name) const
             {"oldest", isoTime(m_oldestMs)},
             {"lastError", m_lastError},
             {"lastErrorAt", isoTime(m_lastErrorMs)}};
+}
 }

@@ -9,6 +9,8 @@
 #include <optional>
 #include <utility>
 
+namespace Host
+{
 class Outbox;
 
 /// What an inspector shows of an outbox, kept in step by whoever changes the queue, so that asking for it does not block.
@@ -45,3 +47,4 @@ private:
     QString m_lastError;
     qint64 m_lastErrorMs = 0;
 };
+}

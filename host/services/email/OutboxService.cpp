@@ -18,6 +18,8 @@
 #include <thread>
 #include <vector>
 
+namespace Host
+{
 namespace
 {
 constexpr int kIntakeThreads = 2;
@@ -265,4 +267,5 @@ QJsonObject OutboxService::state() const
 void OutboxService::wake()
 {
     d->look();
+}
 }

@@ -11,6 +11,8 @@
 #include <functional>
 #include <memory>
 
+namespace Host
+{
 /// The e-mail service of a table. Accepts a message by writing it into its outbox, tries it at once, and answers: delivered,
 /// or kept after a passing failure, is success; a refusal for good is a failure with the server's words, and the message stays
 /// in the outbox as failed for somebody to look at. The answer comes within `answerSeconds` of the acceptance: an attempt that
@@ -51,3 +53,4 @@ private:
     struct Private;
     std::unique_ptr<Private> d;
 };
+}

@@ -10,6 +10,8 @@
 #include <memory>
 #include <vector>
 
+namespace Host
+{
 namespace
 {
 /// libcurl wants to be initialised once, before there are threads that use it.
@@ -191,4 +193,5 @@ QString SmtpSender::explain(int code, const char* detail) const
         return QStringLiteral("the mail server %1: %2")
             .arg(server, MailHeader::oneLine(QString::fromUtf8(*detail ? detail : curl_easy_strerror(CURLcode(code)))));
     }
+}
 }

@@ -7,6 +7,8 @@
 
 #include <atomic>
 
+namespace Host
+{
 class SmtpTranscript;
 
 /// Hands messages to a mail server. `send` blocks, on a thread of the caller's that is not the main one; several threads may
@@ -39,3 +41,4 @@ private:
     MailSettings m_settings;
     MailCredentials m_credentials;
 };
+}

@@ -2,6 +2,8 @@
 
 #include "MailHeader.hpp"
 
+namespace Host
+{
 namespace
 {
 constexpr int kLongestWords = 500;
@@ -44,4 +46,5 @@ void SmtpTranscript::lineReceived(const QByteArray& line)
     m_coming = {};
     if (m_isRecipient)
         m_recipients.back() = m_last;
+}
 }

@@ -5,6 +5,8 @@
 
 #include <vector>
 
+namespace Host
+{
 /// What a mail server answered to what, gathered while a transfer runs. Credentials pass by and are not kept. After QUIT nothing
 /// counts any more.
 class SmtpTranscript
@@ -37,3 +39,4 @@ private:
     bool m_isRecipient = false;
     bool m_hasQuit = false;
 };
+}

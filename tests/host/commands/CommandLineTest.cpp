@@ -2,6 +2,8 @@
 
 #include <doctest/doctest.h>
 
+using namespace Host;
+
 namespace
 {
 /// `tavola lamps`, which switches lamps on and off.

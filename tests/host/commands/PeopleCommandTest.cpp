@@ -15,6 +15,8 @@
 
 #include <vector>
 
+using namespace Host;
+
 namespace
 {
 struct Answer

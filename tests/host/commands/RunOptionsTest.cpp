@@ -2,6 +2,8 @@
 
 #include <doctest/doctest.h>
 
+using namespace Host;
+
 namespace
 {
 QStringList words(const char* line)
@@ -25,13 +27,12 @@ TEST_CASE("run options: a presentation alone is shown with the usual settings")
     CHECK_FALSE(options.headless);
     CHECK_FALSE(options.manualClock);
     CHECK_FALSE(options.openGL);
-    CHECK_FALSE(options.size);
+    CHECK_FALSE(options.table.size);
     CHECK_FALSE(options.inspectPort);
-    CHECK(options.tuioAddress == "127.0.0.1");
-    CHECK(options.tuioPort == 3333);
-    CHECK(options.plugin.isEmpty());
-    CHECK(options.dataFolder.isEmpty());
-    CHECK(options.mediaServer.isEmpty());
+    CHECK_FALSE(options.table.listener);
+    CHECK(options.table.plugin.isEmpty());
+    CHECK(options.table.dataFolder.isEmpty());
+    CHECK(options.table.mediaServer.isEmpty());
 }
 
 TEST_CASE("run options: every option is read, in any order")
@@ -42,13 +43,13 @@ TEST_CASE("run options: every option is read, in any order")
     CHECK(options.headless);
     CHECK(options.manualClock);
     CHECK(options.openGL);
-    CHECK(options.size == QSize(800, 600));
+    CHECK(options.table.size == QSize(800, 600));
     CHECK(options.inspectPort == 0);
-    CHECK(options.tuioAddress == "0.0.0.0");
-    CHECK(options.tuioPort == 4000);
-    CHECK(options.plugin == "lib/one.so");
-    CHECK(options.dataFolder == "/var/table");
-    CHECK(options.mediaServer == "https://media.example/");
+    CHECK(options.table.listener->address == "0.0.0.0");
+    CHECK(options.table.listener->port == 4000);
+    CHECK(options.table.plugin == "lib/one.so");
+    CHECK(options.table.dataFolder == "/var/table");
+    CHECK(options.table.mediaServer == "https://media.example/");
 }
 
 TEST_CASE("run options: the address of the table's input may be left out, named or of either kind")
@@ -68,9 +69,10 @@ TEST_CASE("run options: the address of the table's input may be left out, named 
     for (const Row& row : rows) {
         CAPTURE(row.line);
         const RunOptions options = parsed(row.line);
-        CHECK(options.tuioAddress == row.address);
-        CHECK(options.tuioPort == row.port);
-        CHECK((options.tuioTransport == InputSettings::Transport::Tcp)
+        REQUIRE(options.table.listener);
+        CHECK(options.table.listener->address == row.address);
+        CHECK(options.table.listener->port == row.port);
+        CHECK((options.table.listener->transport == InputSettings::Transport::Tcp)
               == (std::string(row.line).find("tcp:") != std::string::npos));
     }
 }
@@ -131,25 +133,25 @@ TEST_CASE("run options: arguments that make no sense are refused with what would
 TEST_CASE("run options: what is recorded and drawn is asked for, and nothing otherwise")
 {
     const RunOptions usual = parsed("gallery");
-    CHECK_FALSE(usual.hasTuio);
-    CHECK_FALSE(usual.showInput);
-    CHECK(usual.recordFile.isEmpty());
-    CHECK(usual.replayFile.isEmpty());
+    CHECK_FALSE(usual.table.listener);
+    CHECK_FALSE(usual.table.showInput);
+    CHECK(usual.table.recordFile.isEmpty());
+    CHECK(usual.table.replayFile.isEmpty());
     const RunOptions options = parsed("gallery --record evening.rec --show-input --tuio 0");
-    CHECK(options.hasTuio);
-    CHECK(options.showInput);
-    CHECK(options.recordFile == "evening.rec");
+    CHECK(options.table.listener);
+    CHECK(options.table.showInput);
+    CHECK(options.table.recordFile == "evening.rec");
     CHECK(options.presentation == "gallery");
 }
 
 TEST_CASE("run options: a replay has a recording, and a presentation if need be")
 {
     const RunOptions alone = parsed("evening.rec --show-input", RunOptions::Command::Replay);
-    CHECK(alone.replayFile == "evening.rec");
+    CHECK(alone.table.replayFile == "evening.rec");
     CHECK(alone.presentation.isEmpty());
-    CHECK(alone.showInput);
+    CHECK(alone.table.showInput);
     const RunOptions both = parsed("--headless evening.rec gallery --inspect 0 --manual-clock", RunOptions::Command::Replay);
-    CHECK(both.replayFile == "evening.rec");
+    CHECK(both.table.replayFile == "evening.rec");
     CHECK(both.presentation == "gallery");
     CHECK(both.manualClock);
 }
@@ -166,6 +168,25 @@ TEST_CASE("run options: what makes no sense in a replay is refused")
     }
     CHECK_FALSE(RunOptions::parse(words("a.rec p q"), error, RunOptions::Command::Replay));
     CHECK(error == "one presentation at a time: q is one too many");
+}
+
+TEST_CASE("run options: without window options the window is an ordinary raster one, and each option is passed on")
+{
+    using Drawing = Lantern::WindowOptions::Drawing;
+    RunOptions run;
+    const Lantern::WindowOptions usual = run.window("Rooms", {800, 600});
+    CHECK(usual.title == "Rooms");
+    CHECK(usual.size == QSize(800, 600));
+    CHECK_FALSE(usual.isFullScreen);
+    CHECK(usual.drawing == Drawing::Raster);
+
+    run.fullScreen = true;
+    CHECK(run.window("Rooms", {800, 600}).isFullScreen);
+    CHECK(run.window("Rooms", {800, 600}).drawing == Drawing::Raster);
+    run.fullScreen = false;
+    run.openGL = true;
+    CHECK(run.window("Rooms", {800, 600}).drawing == Drawing::OpenGl);
+    CHECK_FALSE(run.window("Rooms", {800, 600}).isFullScreen);
 }
 
 TEST_CASE("run options: the help names every option")

@@ -12,6 +12,8 @@
 
 #include <iterator>
 
+using namespace Host;
+
 TEST_CASE("host components: each makes a widget of its kind")
 {
     struct Row

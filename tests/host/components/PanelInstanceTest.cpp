@@ -9,6 +9,8 @@
 
 #include <doctest/doctest.h>
 
+using namespace Host;
+
 namespace
 {
 struct Panel

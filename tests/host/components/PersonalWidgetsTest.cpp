@@ -14,6 +14,8 @@
 
 #include <QJsonArray>
 
+using namespace Host;
+
 namespace
 {
 struct Fixture

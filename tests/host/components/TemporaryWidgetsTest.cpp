@@ -7,6 +7,8 @@
 
 #include <doctest/doctest.h>
 
+using namespace Host;
+
 namespace
 {
 struct Fixture

@@ -4,6 +4,8 @@
 
 #include <doctest/doctest.h>
 
+using namespace Host;
+
 namespace
 {
 QByteArray everyByte(int size)

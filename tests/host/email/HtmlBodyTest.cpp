@@ -2,6 +2,8 @@
 
 #include <doctest/doctest.h>
 
+using namespace Host;
+
 TEST_CASE("html body: what stands for the links is found in the filled text")
 {
     CHECK(HtmlBody::filledLinks("Hi <name>:<links>Bye", "Ann", "Hi Ann:\nhttp://a\n\nBye") == QString("\nhttp://a\n\n"));

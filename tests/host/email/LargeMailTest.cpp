@@ -8,6 +8,8 @@
 
 #include <QRegularExpression>
 
+using namespace Host;
+
 namespace
 {
 qint64 memory(const char* entry)

@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+using namespace Host;
+
 MailSettings testSettings(const QString& server)
 {
     MailSettings settings;

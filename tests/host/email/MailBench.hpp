@@ -16,7 +16,7 @@
 #include <memory>
 
 /// Settings with which a table talks to a server of the test.
-[[nodiscard]] MailSettings testSettings(const QString& server);
+[[nodiscard]] Host::MailSettings testSettings(const QString& server);
 
 /// A certificate for 127.0.0.1 that signed itself, made for the test.
 struct TestCertificate
@@ -40,10 +40,10 @@ struct MailBench
 
     Folder folder;
     TestSupport::SmtpTestServer server;
-    MailSettings settings = testSettings(server.address());
+    Host::MailSettings settings = testSettings(server.address());
     std::atomic<qint64> nowMs{1'790'000'000'000};
     std::atomic<int> timesAsked{0}; ///< how often the service has asked for the time
-    std::shared_ptr<OutboxService> service;
+    std::shared_ptr<Host::OutboxService> service;
 
     /// Opens the service, or opens it anew.
     void open();
@@ -66,7 +66,7 @@ struct MailBench
     /// Waits until the log has a line that starts with this.
     [[nodiscard]] static bool logs(const std::string& start);
     /// What the outbox holds, seen by somebody else.
-    [[nodiscard]] std::vector<OutboxMessage> kept() const;
+    [[nodiscard]] std::vector<Host::OutboxMessage> kept() const;
     [[nodiscard]] QString outboxPath() const { return folder.path(QStringLiteral("outbox")); }
     [[nodiscard]] QString databasePath() const { return outboxPath() + QStringLiteral("/outbox.sqlite"); }
     /// How many folders of attachments there are.

@@ -12,6 +12,8 @@
 
 #include <QProcess>
 
+using namespace Host;
+
 namespace
 {
 struct Answer

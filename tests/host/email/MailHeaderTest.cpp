@@ -4,6 +4,8 @@
 
 #include <QDateTime>
 
+using namespace Host;
+
 TEST_CASE("mail header: a mailbox has one @, a domain, and no letter that could end it")
 {
     for (const char* good : {"ann@example.org", "a.b+c@example.co.uk", "ann@localhost", "o'neil@example.org",

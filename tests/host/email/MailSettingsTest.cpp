@@ -10,6 +10,8 @@
 #include <QJsonObject>
 #include <QStringList>
 
+using namespace Host;
+
 namespace
 {
 struct Reading

@@ -16,6 +16,8 @@
 #include <QProcess>
 #include <QRegularExpression>
 
+using namespace Host;
+
 namespace
 {
 const char* const kOneService =
@@ -106,7 +108,7 @@ TEST_CASE("run options: the mail server of the command line must be one")
     QString error;
     const auto options = RunOptions::parse({"show", "--mail-server", "smtp://127.0.0.1:2525"}, error);
     REQUIRE(options);
-    CHECK(options->mailServer == "smtp://127.0.0.1:2525");
+    CHECK(options->table.mailServer == "smtp://127.0.0.1:2525");
     CHECK_FALSE(RunOptions::parse({"show", "--mail-server", "127.0.0.1"}, error).has_value());
     CHECK(error == "--mail-server wants an address that begins with smtp:// or smtps://");
 }

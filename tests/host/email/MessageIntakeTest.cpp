@@ -11,6 +11,8 @@
 #include <QBuffer>
 #include <QTcpSocket>
 
+using namespace Host;
+
 namespace
 {
 struct Bench

@@ -6,6 +6,8 @@
 
 #include <QJsonArray>
 
+using namespace Host;
+
 namespace
 {
 OutboxMessage letter()

@@ -4,6 +4,8 @@
 
 #include <utility>
 
+using namespace Host;
+
 namespace
 {
 using Status = OutboxAnswers::Status;

@@ -14,6 +14,8 @@
 
 #include <thread>
 
+using namespace Host;
+
 namespace
 {
 using State = OutboxMessage::State;

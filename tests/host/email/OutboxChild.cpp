@@ -10,6 +10,8 @@
 
 #include <cstdio>
 
+using namespace Host;
+
 int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);

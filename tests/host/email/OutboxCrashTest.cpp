@@ -13,6 +13,8 @@
 #include <csignal>
 #include <set>
 
+using namespace Host;
+
 namespace
 {
 class Child

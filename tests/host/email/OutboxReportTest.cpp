@@ -8,6 +8,8 @@
 
 #include <doctest/doctest.h>
 
+using namespace Host;
+
 namespace
 {
 using State = OutboxMessage::State;

@@ -16,6 +16,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Host;
+
 namespace
 {
 using State = OutboxMessage::State;

@@ -14,6 +14,8 @@
 #include <set>
 #include <thread>
 
+using namespace Host;
+
 namespace
 {
 using State = OutboxMessage::State;

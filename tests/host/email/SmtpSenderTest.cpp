@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <thread>
 
+using namespace Host;
+
 namespace
 {
 using Outcome = SmtpSender::Outcome;

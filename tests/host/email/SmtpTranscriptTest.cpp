@@ -2,6 +2,8 @@
 
 #include <doctest/doctest.h>
 
+using namespace Host;
+
 TEST_CASE("smtp transcript: the lines of a reply become one")
 {
     SmtpTranscript transcript;

@@ -9,6 +9,8 @@
 #include <QImage>
 #include <QRegion>
 
+using namespace Host;
+
 namespace
 {
 struct Fixture

@@ -2,6 +2,8 @@
 
 #include <doctest/doctest.h>
 
+using namespace Host;
+
 using Kind = Tactile::InputChange::Kind;
 
 namespace

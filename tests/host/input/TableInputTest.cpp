@@ -1,9 +1,10 @@
 #include "TablePlace.hpp"
+#include "TableSender.hpp"
 
 #include "HttpTalk.hpp"
 #include "input/InputOverlay.hpp"
 #include "inspector/Inspector.hpp"
-#include "table/TableLog.hpp"
+#include "inspector/TableLog.hpp"
 
 #include <EventLoop.hpp>
 #include <LogCapture.hpp>
@@ -16,6 +17,8 @@
 #include <QTcpSocket>
 
 #include <limits>
+
+using namespace Host;
 
 namespace
 {
@@ -37,6 +40,7 @@ const Tactile::Sample& sampleOf(const Table& table)
 TEST_CASE("table input: each listener of a presentation has its part of the table")
 {
     TablePlace place;
+    place.options.listener.reset();
     place.presentation(R"({"table": {"width": 2000, "height": 1000}, "input": [
         {"tuio": "127.0.0.1:0", "rect": [0, 0, 1000, 1000]},
         {"tuio": "[::1]:0", "rect": [1000, 500, 1000, 500]}]})");
@@ -61,9 +65,12 @@ TEST_CASE("table input: a listener of a presentation, or that of the command lin
         R"({"table": {"width": 2000, "height": 1000}, "input": [{"tuio": "tcp:127.0.0.1:0", "allow": ["127.0.0.1"]}]})");
     for (const bool isOnCommandLine : {false, true}) {
         CAPTURE(isOnCommandLine);
-        place.options.hasTuio = isOnCommandLine;
-        place.options.tuioTransport = InputSettings::Transport::Tcp;
-        place.options.tuioPort = 0;
+        place.options.listener.reset();
+        if (isOnCommandLine) {
+            auto& listener = place.options.listener.emplace();
+            listener.transport = InputSettings::Transport::Tcp;
+            listener.port = 0;
+        }
         const auto table = place.open();
         REQUIRE(table->listeners().size() == 1);
         CHECK(table->listeners().at(0).toObject().value("tuio").toString()
@@ -88,9 +95,7 @@ TEST_CASE("table input: the address on the command line goes before the presenta
 {
     TablePlace place;
     place.presentation(R"({"input": [{"tuio": "127.0.0.1:0"}, {"tuio": "127.0.0.1:0"}]})");
-    place.options.hasTuio = true;
-    place.options.tuioAddress = QStringLiteral("127.0.0.2");
-    place.options.tuioPort = 0;
+    place.options.listener->address = QStringLiteral("127.0.0.2");
     const auto table = place.open();
     REQUIRE(table->listeners().size() == 1);
     CHECK(table->listeners().at(0).toObject().value("tuio").toString() == QStringLiteral("127.0.0.2:%1").arg(table->tuioPort()));
@@ -101,6 +106,7 @@ TEST_CASE("table input: what is sent by others than those allowed is refused, an
     TablePlace place;
     place.presentation(
         R"({"input": [{"tuio": "127.0.0.1:0", "allow": ["127.0.0.9"]}, {"tuio": "127.0.0.1:0", "allow": ["127.0.0.1"]}]})");
+    place.options.listener.reset();
     const TableLog log;
     const auto table = place.open();
     Inspector inspector({table->application(), log, &table->input(), true, {}, {}, [&table] { return table->listeners(); }});
@@ -143,7 +149,6 @@ TEST_CASE("table input: the inspector tells for each sender what was dropped, an
 {
     TablePlace place;
     place.presentation("{}");
-    place.options.tuioPort = 0;
     const auto table = place.open();
     const TableLog log;
     Inspector inspector({table->application(), log, &table->input(), true});
@@ -189,7 +194,6 @@ TEST_CASE("table input: the hold and the time after which a sender is lost are t
 {
     TablePlace place;
     place.presentation(R"({"inputSettings": {"holdMilliseconds": 100, "lostSeconds": 1}})");
-    place.options.tuioPort = 0;
     const auto table = place.open();
     TableSender sender(*table);
     Tactile::TuioEncoder encoder("a@b");
@@ -211,7 +215,6 @@ TEST_CASE("table input: what cannot be recorded, replayed or listened to keeps t
 {
     TablePlace place;
     place.presentation("{}");
-    place.options.tuioPort = 0;
     place.options.recordFile = place.folder.path(QStringLiteral("presentation.json"));
     CHECK_FALSE(place.tryToOpen());
     CHECK(place.error
@@ -232,7 +235,6 @@ TEST_CASE("table input: contacts are drawn over the table when asked for")
 {
     TablePlace place;
     place.presentation("{}");
-    place.options.tuioPort = 0;
     const auto overlay = [] { return Tavola::Tavola::instance()->ui()->internalOverlayWidget()->findByType("InputOverlay"); };
     {
         const auto table = place.open();

@@ -9,6 +9,8 @@
 
 #include <QJsonObject>
 
+using namespace Host;
+
 namespace
 {
 /// A table with a tray in its upper left corner.

@@ -1,7 +1,7 @@
 #include "inspector/Inspector.hpp"
 
 #include "HttpTalk.hpp"
-#include "table/TableLog.hpp"
+#include "inspector/TableLog.hpp"
 
 #include <Bedrock/Trace.hpp>
 #include <ScriptedDatagrams.hpp>
@@ -18,6 +18,8 @@
 #include <QImage>
 #include <QJsonArray>
 #include <QJsonObject>
+
+using namespace Host;
 
 namespace
 {

@@ -18,6 +18,8 @@
 #include <thread>
 #include <vector>
 
+using namespace Host;
+
 namespace
 {
 /// A server that answers with what it was asked, and remembers it.

@@ -8,6 +8,8 @@
 
 #include <QJsonObject>
 
+using namespace Host;
+
 namespace
 {
 struct Fixture

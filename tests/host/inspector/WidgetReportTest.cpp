@@ -9,6 +9,8 @@
 
 #include <QJsonArray>
 
+using namespace Host;
+
 namespace
 {
 QJsonObject attribute(const QJsonObject& report, const char* name)

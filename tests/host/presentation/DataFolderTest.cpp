@@ -6,6 +6,8 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 
+using namespace Host;
+
 TEST_CASE("data folder: what is given is taken, and made absolute")
 {
     CHECK(dataFolder("/show", "/data") == "/data");

@@ -8,6 +8,8 @@
 
 #include <QJsonArray>
 
+using namespace Host;
+
 using TestSupport::expectWarning;
 
 namespace

@@ -2,6 +2,8 @@
 
 #include <doctest/doctest.h>
 
+using namespace Host;
+
 TEST_CASE("text position: lines and columns count from one")
 {
     struct Row

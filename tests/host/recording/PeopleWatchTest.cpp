@@ -10,6 +10,8 @@
 
 #include <doctest/doctest.h>
 
+using namespace Host;
+
 using Bedrock::Arrivals;
 
 namespace

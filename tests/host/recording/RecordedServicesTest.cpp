@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+using namespace Host;
+
 using Bedrock::Arrivals;
 using EmailStatus = Tavola::EmailServiceAPI::EmailStatus;
 

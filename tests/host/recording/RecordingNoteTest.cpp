@@ -2,6 +2,8 @@
 
 #include <doctest/doctest.h>
 
+using namespace Host;
+
 TEST_CASE("recording note: what it says of a table is read again as it was")
 {
     RecordingNote note;

@@ -1,4 +1,5 @@
 #include "TablePlace.hpp"
+#include "TableSender.hpp"
 
 #include "HttpTalk.hpp"
 #include "input/TableInput.hpp"
@@ -11,6 +12,7 @@
 #include <Tavola/Tavola.hpp>
 #include <Tavola/TesselServiceCache.hpp>
 #include <Trellis/Widget.hpp>
+#include <VisitPackets.hpp>
 
 #include <QDir>
 #include <QFile>
@@ -18,6 +20,8 @@
 #include <QJsonDocument>
 #include <QProcess>
 #include <QRegularExpression>
+
+using namespace Host;
 
 namespace
 {
@@ -96,7 +100,6 @@ TEST_CASE("table replay: a visit with the plug-in gives the same widget trees, f
     for (const auto version : {Visit::TuioVersion::One, Visit::TuioVersion::Two}) {
         TablePlace place;
         placeTable(place);
-        place.options.tuioPort = 0;
         place.options.recordFile = place.folder.path(QStringLiteral("evening.rec"));
         std::vector<QByteArray> recorded;
         std::size_t changed = 0;
@@ -149,7 +152,6 @@ TEST_CASE("table replay: pictures and texts come in the frames they came in on t
     place.folder.write(QStringLiteral("look.css"), ".thing { position: absolute; width: 300px }\n");
     place.presentation(R"({"table": {"width": 800, "height": 600}, "styleSheets": ["look.css"], "widgets": [
         {"component": "picture", "id": "a", "classes": ["thing"], "attributes": {"source": {"file": "moon.png"}}}]})");
-    place.options.tuioPort = 0;
     place.options.recordFile = place.folder.path(QStringLiteral("a.rec"));
     std::vector<QByteArray> recorded;
     {
@@ -191,7 +193,6 @@ TEST_CASE("table replay: without a data folder it begins with the people of the 
     TablePlace place;
     place.folder.write(QStringLiteral("people.csv"), "code,name\n1001,Ann\n");
     place.presentation(R"({"table": {"width": 800, "height": 600}, "people": "people.csv"})");
-    place.options.tuioPort = 0;
     place.options.recordFile = place.folder.path(QStringLiteral("a.rec"));
     const auto name = [](unsigned long code) {
         const auto card = Tavola::Tavola::instance()->services()->tesselServiceCache()->markerProperties(code);
@@ -222,8 +223,6 @@ TEST_CASE("table replay: the table has the size that was recorded, and the recor
 {
     TablePlace place;
     place.presentation(R"({"table": {"width": 800, "height": 600}})");
-    place.options.presentation = place.folder.path();
-    place.options.tuioPort = 0;
     place.options.size = QSize(640, 480);
     place.options.recordFile = place.folder.path(QStringLiteral("a.rec"));
     place.open()->frame(0.0);

@@ -6,6 +6,8 @@
 
 #include <QTemporaryFile>
 
+using namespace Host;
+
 namespace
 {
 /// TMPDIR is as it was when this goes.

@@ -11,6 +11,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+using namespace Host;
+
 namespace
 {
 std::vector<QJsonObject> linesOf(const QString& path)

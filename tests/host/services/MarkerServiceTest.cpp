@@ -20,6 +20,8 @@
 #include <mutex>
 #include <thread>
 
+using namespace Host;
+
 namespace
 {
 struct Fixture

@@ -12,6 +12,8 @@
 
 #include <optional>
 
+using namespace Host;
+
 using TestSupport::pumpUntil;
 
 namespace

@@ -8,6 +8,8 @@
 
 #include <random>
 
+using namespace Host;
+
 using TestSupport::expectWarning;
 
 namespace

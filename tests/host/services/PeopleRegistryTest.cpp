@@ -16,6 +16,8 @@
 #include <atomic>
 #include <thread>
 
+using namespace Host;
+
 namespace
 {
 std::unique_ptr<PeopleRegistry> opened(const QString& path)

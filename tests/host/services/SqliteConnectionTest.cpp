@@ -7,6 +7,8 @@
 #include <QSqlQuery>
 #include <QVariant>
 
+using namespace Host;
+
 namespace
 {
 bool run(SqliteConnection& connection, const char* statement)

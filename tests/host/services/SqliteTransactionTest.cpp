@@ -10,6 +10,8 @@
 #include <thread>
 #include <utility>
 
+using namespace Host;
+
 namespace
 {
 using Kind = SqliteTransaction::Kind;

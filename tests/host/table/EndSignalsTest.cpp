@@ -10,6 +10,8 @@
 
 #include <cerrno>
 
+using namespace Host;
+
 namespace
 {
 constexpr int kSignals[] = {SIGINT, SIGTERM};

@@ -4,6 +4,8 @@
 
 #include <vector>
 
+using namespace Host;
+
 namespace
 {
 using Steps = std::vector<double>;

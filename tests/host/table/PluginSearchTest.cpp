@@ -6,6 +6,8 @@
 
 #include <QCoreApplication>
 
+using namespace Host;
+
 namespace
 {
 /// Sets the search path for the time of a test.

@@ -1,8 +1,7 @@
 #include "table/RunLoop.hpp"
 
-#include "Folder.hpp"
 #include "SignalGuard.hpp"
-#include "table/Table.hpp"
+#include "TablePlace.hpp"
 #include "window/TableWindow.hpp"
 
 #include <Trellis/Application.hpp>
@@ -14,17 +13,17 @@
 #include <QTimer>
 #include <QWindow>
 
+using namespace Host;
+
 namespace
 {
 /// An empty table, the clock of its loop, and a word when the loop does not end by itself.
-struct Place
+struct Place : TablePlace
 {
     Place()
     {
         QGuiApplication::setQuitOnLastWindowClosed(false); // as the program has it: the loop ends itself
-        folder.write(QStringLiteral("presentation.json"), "{}");
-        options.dataFolder = folder.path(QStringLiteral("data"));
-        options.tuioPort = 0;
+        presentation("{}");
         options.size = QSize(64, 48);
         constexpr int kPatienceMs = 20000;
         patience.setSingleShot(true);
@@ -33,15 +32,6 @@ struct Place
     }
     ~Place() { QGuiApplication::setQuitOnLastWindowClosed(true); }
 
-    std::unique_ptr<Table> open()
-    {
-        QString error;
-        const auto presentation = Presentation::load(folder.path(), error);
-        REQUIRE_MESSAGE(presentation, error.toStdString());
-        auto table = Table::open(*presentation, options, error);
-        REQUIRE_MESSAGE(table, error.toStdString());
-        return table;
-    }
     /// Goes on by each of `steps` when it is asked, then stands still and has the program told to end.
     RunLoop::Clock clock(std::vector<double> steps)
     {
@@ -57,8 +47,6 @@ struct Place
         };
     }
 
-    Folder folder;
-    RunOptions options;
     SignalGuard guard;
     QTimer patience;
     double seconds = 1000.0;

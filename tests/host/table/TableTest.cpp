@@ -1,6 +1,6 @@
 #include "table/Table.hpp"
 
-#include "Folder.hpp"
+#include "TablePlace.hpp"
 #include "inspector/WidgetReport.hpp"
 #include "services/PeopleRegistry.hpp"
 
@@ -25,45 +25,13 @@
 
 #include <dlfcn.h>
 
+using namespace Host;
+
 using TestSupport::expectWarning;
 using TestSupport::expectWarningStartingWith;
 
 namespace
 {
-/// A presentation in a folder of its own, with its data beside it.
-class Place
-{
-public:
-    Place() { m_options.dataFolder = m_folder.path(QStringLiteral("data")); }
-
-    Folder& folder() { return m_folder; }
-    RunOptions& options() { return m_options; }
-    void presentation(const QByteArray& json) { m_folder.write(QStringLiteral("presentation.json"), json); }
-
-    std::unique_ptr<Table> open()
-    {
-        auto table = tryToOpen();
-        REQUIRE_MESSAGE(table, m_error.toStdString());
-        return table;
-    }
-    std::unique_ptr<Table> tryToOpen()
-    {
-        if (m_options.presentation.isEmpty())
-            m_options.presentation = m_folder.path();
-        m_options.tuioPort = 0;
-        m_error.clear();
-        const auto presentation = Presentation::load(m_options.presentation, m_error);
-        REQUIRE_MESSAGE(presentation, m_error.toStdString());
-        return Table::open(*presentation, m_options, m_error);
-    }
-    const QString& error() const { return m_error; }
-
-private:
-    Folder m_folder;
-    RunOptions m_options;
-    QString m_error;
-};
-
 /// What lies on the table, by CSS id.
 Trellis::Widget* find(const Table&, const char* cssId)
 {
@@ -82,17 +50,17 @@ bool isLoaded(const char* library)
 }
 
 /// A real visit needs the plug-in: the gallery with it.
-void openGallery(Place& place)
+void openGallery(TablePlace& place)
 {
-    place.options().presentation = QStringLiteral(TAVOLA_GALLERY);
-    place.options().plugin = QStringLiteral(TAVOLA_PLUGIN);
+    place.presentationFolder = QStringLiteral(TAVOLA_GALLERY);
+    place.options.plugin = QStringLiteral(TAVOLA_PLUGIN);
 }
 }
 
 TEST_CASE("table: the gallery opens with its plug-in, and nothing of either is left when it closes")
 {
     const long before = Bedrock::ReferenceCounted::liveObjects();
-    Place place;
+    TablePlace place;
     openGallery(place);
     for (int round = 0; round < 2; ++round) {
         CAPTURE(round);
@@ -121,7 +89,7 @@ TEST_CASE("table: the gallery opens with its plug-in, and nothing of either is l
 TEST_CASE("table: one that closes before its first frame leaves nothing behind either")
 {
     const long before = Bedrock::ReferenceCounted::liveObjects();
-    Place place;
+    TablePlace place;
     openGallery(place);
     (void)place.open();
     CHECK_FALSE(isLoaded(TAVOLA_PLUGIN));
@@ -138,7 +106,7 @@ TEST_CASE("table: a widget of a plug-in that leaves the tree with a queued funct
         Bedrock::IntrusivePtr<Trellis::Widget> widget;
     };
     const long before = Bedrock::ReferenceCounted::liveObjects();
-    Place place;
+    TablePlace place;
     openGallery(place);
     {
         const auto table = place.open();
@@ -156,9 +124,9 @@ TEST_CASE("table: a widget of a plug-in that leaves the tree with a queued funct
 
 TEST_CASE("table: people come from the presentation's file the first time and are kept from then on")
 {
-    Place place;
+    TablePlace place;
     place.presentation(R"({"people": "people.csv"})");
-    place.folder().write(QStringLiteral("people.csv"), "code,name,kind\n1001,Ann,\n1007,,unregistered\n");
+    place.folder.write(QStringLiteral("people.csv"), "code,name,kind\n1001,Ann,\n1007,,unregistered\n");
     {
         const auto table = place.open();
         const auto cache = Tavola::Tavola::instance()->services()->tesselServiceCache();
@@ -170,7 +138,7 @@ TEST_CASE("table: people come from the presentation's file the first time and ar
         table->application().frame(0.0);
         CHECK(cache->markerProperties(1007).personalProperties()->name == "Bo");
     }
-    place.folder().write(QStringLiteral("people.csv"), "code,name\n1001,Zoe\n");
+    place.folder.write(QStringLiteral("people.csv"), "code,name\n1001,Zoe\n");
     const auto table = place.open();
     const auto cache = Tavola::Tavola::instance()->services()->tesselServiceCache();
     CHECK(cache->markerProperties(1001).personalProperties()->name == "Ann");
@@ -179,7 +147,7 @@ TEST_CASE("table: people come from the presentation's file the first time and ar
 
 TEST_CASE("table: a card that a datagram puts down reaches what lies below it, and noise does nothing")
 {
-    Place place;
+    TablePlace place;
     place.presentation(R"({"table": {"width": 800, "height": 600}})");
     const auto table = place.open();
     int cards = 0;
@@ -248,7 +216,7 @@ private:
 
 TEST_CASE("table: a card has the same id whenever its code comes back")
 {
-    Place place;
+    TablePlace place;
     place.presentation(R"({"table": {"width": 800, "height": 600}})");
     const auto table = place.open();
     std::vector<std::int64_t> down;
@@ -273,13 +241,13 @@ TEST_CASE("table: a card with a content key opens the presentation's folder for 
 {
     const long before = Bedrock::ReferenceCounted::liveObjects();
     {
-        Place place;
-        place.options().plugin = QStringLiteral(TAVOLA_PLUGIN);
-        place.folder().write(QStringLiteral("people.csv"), "code,name,content-key\n1001,Ann,garden\n1002,Bo,moon\n1003,Cy,\n");
-        place.folder().write(QStringLiteral("table.css"),
-                             "#left { position: absolute; left: 0px; top: 0px; width: 50%; height: 100% }"
-                             "#right { position: absolute; left: 50%; top: 0px; width: 50%; height: 100% }"
-                             "#item { width: 100px; height: 100px } PersonalFolderWidget { dismiss-widgets: true }");
+        TablePlace place;
+        place.options.plugin = QStringLiteral(TAVOLA_PLUGIN);
+        place.folder.write(QStringLiteral("people.csv"), "code,name,content-key\n1001,Ann,garden\n1002,Bo,moon\n1003,Cy,\n");
+        place.folder.write(QStringLiteral("table.css"),
+                           "#left { position: absolute; left: 0px; top: 0px; width: 50%; height: 100% }"
+                           "#right { position: absolute; left: 50%; top: 0px; width: 50%; height: 100% }"
+                           "#item { width: 100px; height: 100px } PersonalFolderWidget { dismiss-widgets: true }");
         place.presentation(R"({"table": {"width": 800, "height": 600}, "people": "people.csv", "styleSheets": ["table.css"],
             "folders": {"garden": {"component": "personal-folder", "slots": {"content-widget-relative": [{"component": "panel", "id": "item"}]}}},
             "widgets": [{"component": "tavola-personal-tessel-detector", "id": "left"},
@@ -313,10 +281,10 @@ TEST_CASE("table: a card with a content key opens the presentation's folder for 
 
 TEST_CASE("table: a size on the command line goes before the presentation's")
 {
-    Place place;
+    TablePlace place;
     place.presentation(R"({"table": {"width": 800, "height": 600}})");
     CHECK(place.open()->application().size().x == 800.f);
-    place.options().size = QSize(640, 480);
+    place.options.size = QSize(640, 480);
     const auto table = place.open();
     CHECK(table->application().size().x == 640.f);
     CHECK(table->application().size().y == 480.f);
@@ -324,7 +292,7 @@ TEST_CASE("table: a size on the command line goes before the presentation's")
 
 TEST_CASE("table: the media servers of the presentation can be asked by name, the first one without")
 {
-    Place place;
+    TablePlace place;
     place.presentation(
         R"({"services": {"media-server-service": [{"name": "one", "address": "http://a/"}, {"name": "two", "address": "http://b/"}]}})");
     const auto service = [](const char* name) {
@@ -337,7 +305,7 @@ TEST_CASE("table: the media servers of the presentation can be asked by name, th
         CHECK(service("") == service("one"));
         CHECK_FALSE(service("three"));
     }
-    place.options().mediaServer = QStringLiteral("http://c/");
+    place.options.mediaServer = QStringLiteral("http://c/");
     {
         const auto table = place.open();
         CHECK(service("one"));
@@ -350,12 +318,12 @@ TEST_CASE("table: the media servers of the presentation can be asked by name, th
 
 TEST_CASE("table: an error in a style sheet is told with its place and costs one declaration")
 {
-    Place place;
+    TablePlace place;
     place.presentation(
         R"({"styleSheets": ["look.css", "more.css"], "widgets": [{"component": "panel", "id": "a"}, {"component": "panel", "id": "b"}]})");
     const QString sheet =
-        place.folder().write(QStringLiteral("look.css"), "#a { left: 10px;\n     width: blue;\n     height: 30px }\n");
-    place.folder().write(QStringLiteral("more.css"), "#b { width: 40px }\n");
+        place.folder.write(QStringLiteral("look.css"), "#a { left: 10px;\n     width: blue;\n     height: 30px }\n");
+    place.folder.write(QStringLiteral("more.css"), "#b { width: 40px }\n");
     expectWarningStartingWith("StyleEngine # " + sheet.toStdString() + ":2:6: width: ");
     const auto table = place.open();
     table->application().frame(0.0);
@@ -367,16 +335,16 @@ TEST_CASE("table: an error in a style sheet is told with its place and costs one
 
 TEST_CASE("table: what is wrong in a presentation costs the smallest piece, the rest is on the table")
 {
-    Place place;
+    TablePlace place;
     place.presentation(R"({"people": "people.csv", "widgets": [
         {"component": "no-such-thing", "id": "none"},
         {"component": "picture", "id": "map", "attributes": {"source": {"file": "none.png"}, "display-name": "Map"}},
         {"component": "panel", "id": "odd", "attributes": {"no-such-attribute": 1, "rotation": "much", "opacity": 0.5}},
         {"component": "text", "id": "title", "attributes": {"text": "Rooms"}}]})");
-    const std::string people = place.folder().write(QStringLiteral("people.csv"), "code,name\n1,Ann\nx,Bo\n3,Cy\n").toStdString();
-    const std::string file = place.folder().path(QStringLiteral("presentation.json")).toStdString();
+    const std::string people = place.folder.write(QStringLiteral("people.csv"), "code,name\n1,Ann\nx,Bo\n3,Cy\n").toStdString();
+    const std::string file = place.folder.path(QStringLiteral("presentation.json")).toStdString();
     expectWarning("Presentation # " + file + ": widgets[1].attributes.source: there is no file "
-                  + place.folder().path(QStringLiteral("none.png")).toStdString() + "; it is skipped");
+                  + place.folder.path(QStringLiteral("none.png")).toStdString() + "; it is skipped");
     expectWarning("PeopleFile # " + people + ":3: 'x' is no card code, a whole number is expected; the line is skipped");
     expectWarning("ComponentUse # " + file + ": widgets[0]: there is no component \"no-such-thing\"; it is left out");
     expectWarningStartingWith("UIComponent # Component 'panel': property \"attributes.no-such-attribute\": ");
@@ -397,32 +365,31 @@ TEST_CASE("table: what is wrong in a presentation costs the smallest piece, the 
 
 TEST_CASE("table: what keeps it from opening is told, and a later attempt succeeds")
 {
-    Place place;
+    TablePlace place;
     place.presentation(R"({"people": "people.csv", "plugins": ["no-such-plug-in"]})");
-    place.folder().write(QStringLiteral("people.csv"), "code\n1\n");
+    place.folder.write(QStringLiteral("people.csv"), "code\n1\n");
 
     CHECK_FALSE(place.tryToOpen());
-    CHECK(place.error().startsWith(QStringLiteral("there is no plug-in no-such-plug-in; looked for in ")));
+    CHECK(place.error.startsWith(QStringLiteral("there is no plug-in no-such-plug-in; looked for in ")));
 
-    place.options().plugin = QStringLiteral("/nowhere/such.so");
+    place.options.plugin = QStringLiteral("/nowhere/such.so");
     CHECK_FALSE(place.tryToOpen());
-    CHECK(place.error() == QStringLiteral("there is no plug-in file /nowhere/such.so"));
+    CHECK(place.error == QStringLiteral("there is no plug-in file /nowhere/such.so"));
 
-    const QString broken = place.folder().write(QStringLiteral("broken.so"), "This is a letter, not a library.");
-    place.options().plugin = broken;
-    expectWarningStartingWith("PluginLoader # " + place.folder().path(QStringLiteral("broken.json")).toStdString()
-                              + " is missing");
+    const QString broken = place.folder.write(QStringLiteral("broken.so"), "This is a letter, not a library.");
+    place.options.plugin = broken;
+    expectWarningStartingWith("PluginLoader # " + place.folder.path(QStringLiteral("broken.json")).toStdString() + " is missing");
     CHECK_FALSE(place.tryToOpen());
-    CHECK(place.error().startsWith(QStringLiteral("plug-in %1 cannot be loaded: %1: ").arg(broken)));
+    CHECK(place.error.startsWith(QStringLiteral("plug-in %1 cannot be loaded: %1: ").arg(broken)));
 
     place.presentation(R"({"people": "people.csv"})");
-    place.options().plugin.clear();
-    const QString data = place.options().dataFolder;
-    place.options().dataFolder = place.folder().path(QStringLiteral("people.csv"));
+    place.options.plugin.clear();
+    const QString data = place.options.dataFolder;
+    place.options.dataFolder = place.folder.path(QStringLiteral("people.csv"));
     CHECK_FALSE(place.tryToOpen());
-    CHECK(place.error() == QStringLiteral("cannot make the folder ") + place.options().dataFolder);
+    CHECK(place.error == QStringLiteral("cannot make the folder ") + place.options.dataFolder);
 
-    place.options().dataFolder = data;
+    place.options.dataFolder = data;
     CHECK(place.tryToOpen());
 }
 
@@ -430,14 +397,11 @@ TEST_CASE("table: a port that is taken is told with the remedy")
 {
     QUdpSocket other;
     REQUIRE(other.bind(QHostAddress::LocalHost, 0, QAbstractSocket::DontShareAddress));
-    Place place;
+    TablePlace place;
     place.presentation("{}");
-    QString error;
-    const auto presentation = Presentation::load(place.folder().path(), error);
-    REQUIRE(presentation);
-    place.options().tuioPort = other.localPort();
+    place.options.listener->port = other.localPort();
     const std::string told = "UdpDatagramSource # Failed to listen on 127.0.0.1:" + std::to_string(other.localPort()) + " (";
     TestSupport::expectErrorStartingWith(told);
-    CHECK_FALSE(Table::open(*presentation, place.options(), error));
-    CHECK(error.toStdString().compare(0, told.size(), told) == 0);
+    CHECK_FALSE(place.tryToOpen());
+    CHECK(place.error.toStdString().compare(0, told.size(), told) == 0);
 }

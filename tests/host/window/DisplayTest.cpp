@@ -5,6 +5,8 @@
 #include <QProcessEnvironment>
 #include <QStringList>
 
+using namespace Host;
+
 namespace
 {
 /// "NAME=VALUE" each.

@@ -1,7 +1,5 @@
 #include "window/TableWindow.hpp"
 
-#include "commands/RunOptions.hpp"
-
 #include <Tavola/Tavola.hpp>
 #include <Tavola/UserInterface.hpp>
 #include <Trellis/Application.hpp>
@@ -17,6 +15,8 @@
 #include <QWindow>
 
 #include <vector>
+
+using namespace Host;
 
 namespace
 {
@@ -144,25 +144,6 @@ TEST_CASE("table window: F11 switches full screen, when it is pressed and not wh
     f.key(QEvent::KeyPress, Qt::Key_F11);
     CHECK(f.window->windowState() == Qt::WindowNoState);
     CHECK_FALSE(f.table.isClosed());
-}
-
-TEST_CASE("table window: a run without wishes opens a usual one, and each wish is passed on")
-{
-    using Drawing = Lantern::WindowOptions::Drawing;
-    RunOptions run;
-    const Lantern::WindowOptions usual = TableWindow::options("Rooms", run, {800, 600});
-    CHECK(usual.title == "Rooms");
-    CHECK(usual.size == QSize(800, 600));
-    CHECK_FALSE(usual.isFullScreen);
-    CHECK(usual.drawing == Drawing::Raster);
-
-    run.fullScreen = true;
-    CHECK(TableWindow::options("Rooms", run, {800, 600}).isFullScreen);
-    CHECK(TableWindow::options("Rooms", run, {800, 600}).drawing == Drawing::Raster);
-    run.fullScreen = false;
-    run.openGL = true;
-    CHECK(TableWindow::options("Rooms", run, {800, 600}).drawing == Drawing::OpenGl);
-    CHECK_FALSE(TableWindow::options("Rooms", run, {800, 600}).isFullScreen);
 }
 
 TEST_CASE("table window: Escape closes it, and so does the window's own button")

@@ -1,7 +1,9 @@
-#include "table/TableLog.hpp"
+#include "inspector/TableLog.hpp"
 
 #include <QJsonObject>
 
+namespace Host
+{
 TableLog::TableLog() : m_lines(std::make_shared<Lines>())
 {
     m_traceSinkBefore = Bedrock::Trace::setSink([lines = m_lines](Bedrock::Trace::Level level, const std::string& text) {
@@ -39,4 +41,5 @@ QJsonArray TableLog::analytics() const
     for (const QJsonObject& event : m_events)
         result.append(event);
     return result;
+}
 }

@@ -1,9 +1,11 @@
-#include "input/InputSettings.hpp"
+#include "presentation/InputSettings.hpp"
 
 #include <doctest/doctest.h>
 
 #include <QJsonDocument>
 #include <QJsonObject>
+
+using namespace Host;
 
 namespace
 {
@@ -25,11 +27,10 @@ Outcome read(const char* json)
 }
 }
 
-TEST_CASE("input settings: a presentation that says nothing has the usual ones")
+TEST_CASE("input settings: a presentation without input has the default ones")
 {
     const Outcome outcome = read("{}");
     CHECK(outcome.skipped.isEmpty());
-    CHECK(outcome.settings.listeners.empty());
     CHECK(outcome.settings.holdSeconds == 0.6);
     CHECK(outcome.settings.lostSeconds == 5.0);
     CHECK(outcome.settings.smoothing);
@@ -119,11 +120,17 @@ TEST_CASE("input settings: a setting that is wrong keeps its usual value")
     CHECK(read(R"({"inputSettings": []})").skipped == QStringList{"inputSettings: expected an object of names and values"});
 }
 
-TEST_CASE("input settings: the usual listener is there where none is named, and not where the named ones are wrong")
+TEST_CASE("input settings: the default listener stands in where none is named, never where some were left out")
 {
-    CHECK(read("{}").settings.usualListener);
-    CHECK(read(R"({"input": []})").settings.usualListener);
-    CHECK_FALSE(read(R"({"input": [{"tuio": "127.0.0.1:1"}]})").settings.usualListener);
-    CHECK_FALSE(read(R"({"input": [{"tuio": "0.0.0.0:1", "allow": ["camera"]}]})").settings.usualListener);
-    CHECK_FALSE(read(R"({"input": 3333})").settings.usualListener);
+    for (const char* none : {"{}", R"({"input": []})"}) {
+        CAPTURE(none);
+        const auto listeners = read(none).settings.listeners;
+        REQUIRE(listeners.size() == 1);
+        CHECK(listeners[0].transport == InputSettings::Transport::Udp);
+        CHECK(listeners[0].address == "127.0.0.1");
+        CHECK(listeners[0].port == 3333);
+    }
+    CHECK(read(R"({"input": [{"tuio": "127.0.0.1:1"}]})").settings.listeners.size() == 1);
+    CHECK(read(R"({"input": [{"tuio": "0.0.0.0:1", "allow": ["camera"]}]})").settings.listeners.empty());
+    CHECK(read(R"({"input": 3333})").settings.listeners.empty());
 }

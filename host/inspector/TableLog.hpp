@@ -10,6 +10,8 @@
 #include <mutex>
 #include <string>
 
+namespace Host
+{
 /// Keeps the last lines of the log and the last analytics events of a running table, for the inspector. Takes the place of
 /// the trace sink and the analytics sink for as long as it lives; lines still go to standard error. Reading: main thread.
 class TableLog
@@ -45,3 +47,4 @@ private:
     Bedrock::Trace::Sink m_traceSinkBefore;
     Tavola::DataGathering::Sink m_analyticsSinkBefore;
 };
+}

@@ -8,6 +8,8 @@
 
 class QJsonObject;
 
+namespace Host
+{
 /// How a table listens to its trackers, from a presentation. A plain record.
 struct InputSettings
 {
@@ -21,9 +23,8 @@ struct InputSettings
         float x = 0.f, y = 0.f, width = 0.f, height = 0.f; ///< table pixels
         QStringList allow;                                 ///< numeric addresses; empty: every sender
     };
-    std::vector<Listener> listeners;
-    /// None was named: the table has one on the address of the command line. Stays false where all were left out.
-    bool usualListener = true;
+    /// Without a list, or with an empty one: the default listener. Empty where every listener of the list was left out.
+    std::vector<Listener> listeners{1};
     double holdSeconds = 0.6;
     double lostSeconds = 5.0;
     bool smoothing = true;
@@ -43,3 +44,4 @@ struct InputSettings
     /// everybody, would be worse. A setting that is wrong keeps its usual value.
     [[nodiscard]] static InputSettings read(const QJsonObject& root, const Skip& skip);
 };
+}

@@ -1,4 +1,4 @@
-#include "table/TableLog.hpp"
+#include "inspector/TableLog.hpp"
 
 #include <LogCapture.hpp>
 
@@ -12,6 +12,8 @@
 #include <cstdio>
 #include <thread>
 #include <vector>
+
+using namespace Host;
 
 using Bedrock::Trace::warning;
 

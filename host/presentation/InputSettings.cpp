@@ -1,4 +1,4 @@
-#include "input/InputSettings.hpp"
+#include "presentation/InputSettings.hpp"
 
 #include <Tavola/JsonEntries.hpp>
 
@@ -8,6 +8,8 @@
 
 #include <optional>
 
+namespace Host
+{
 namespace
 {
 using Listener = InputSettings::Listener;
@@ -94,7 +96,9 @@ InputSettings InputSettings::read(const QJsonObject& root, const Skip& skip)
     if (!input.isUndefined() && !input.isArray())
         skip(QStringLiteral("input"), QStringLiteral("expected a list of listeners; no tracker is listened to"));
     const QJsonArray entries = input.toArray();
-    settings.usualListener = input.isUndefined() || (input.isArray() && entries.isEmpty());
+    const bool namesNone = input.isUndefined() || (input.isArray() && entries.isEmpty());
+    if (!namesNone)
+        settings.listeners.clear();
     for (int i = 0; i < entries.size(); ++i) {
         const QString place = QStringLiteral("input[%1]").arg(i);
         const QJsonObject entry = entries.at(i).toObject();
@@ -112,4 +116,5 @@ InputSettings InputSettings::read(const QJsonObject& root, const Skip& skip)
     settings.lostSeconds = given.number("lostSeconds", settings.lostSeconds, kMostLostSeconds);
     settings.smoothing = given.flag("smoothing", settings.smoothing);
     return settings;
+}
 }

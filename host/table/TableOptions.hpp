@@ -1,0 +1,26 @@
+#pragma once
+
+#include "presentation/InputSettings.hpp"
+
+#include <QSize>
+#include <QString>
+
+#include <optional>
+
+namespace Host
+{
+/// What is asked of a table beyond its presentation. What is empty leaves the presentation's own in force. A plain record.
+struct TableOptions
+{
+    std::optional<QSize> size;                       ///< pixels
+    std::optional<InputSettings::Listener> listener; ///< replaces the presentation's listeners
+    bool showInput = false;                          ///< draw contacts over the table
+    QString recordFile;                              ///< record the input into it
+    QString replayFile;                              ///< the recording that is replayed instead of listening
+    QString treesFile;                               ///< write the widgets of each frame into it
+    QString plugin;                                  ///< replaces the plug-ins
+    QString dataFolder;                              ///< where the registry of people and the outbox live
+    QString mediaServer;                             ///< replaces the address of the media server
+    QString mailServer;                              ///< replaces the mail server of each e-mail service
+};
+}

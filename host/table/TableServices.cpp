@@ -1,0 +1,159 @@
+#include "table/TableServices.hpp"
+
+#include "components/PersonalWidgets.hpp"
+#include "input/TableInput.hpp"
+#include "presentation/DataFolder.hpp"
+#include "presentation/Presentation.hpp"
+#include "recording/PeopleWatch.hpp"
+#include "recording/RecordedServices.hpp"
+#include "recording/RecordingNote.hpp"
+#include "services/MarkerService.hpp"
+#include "services/MediaServerService.hpp"
+#include "services/PeopleRegistry.hpp"
+#include "services/email/OutboxService.hpp"
+#include "table/TableOptions.hpp"
+
+#include <Tavola/ServiceProvider.hpp>
+#include <Trellis/Widget.hpp>
+
+#include <QDir>
+#include <QUrl>
+
+namespace Host
+{
+namespace
+{
+std::vector<MediaServerSettings> mediaServersOf(const Presentation& presentation, const TableOptions& options)
+{
+    std::vector<MediaServerSettings> mediaServers = presentation.mediaServers;
+    if (!options.mediaServer.isEmpty()) {
+        if (mediaServers.empty())
+            mediaServers.emplace_back();
+        mediaServers.resize(1);
+        mediaServers.front().address = options.mediaServer;
+    }
+    return mediaServers;
+}
+}
+
+TableServices::TableServices() = default;
+TableServices::~TableServices() = default;
+
+bool TableServices::openPeople(const Presentation& presentation, const TableOptions& options, const TableInput& input,
+                               QString& error)
+{
+    if (presentation.peopleFile.isEmpty())
+        return true;
+    m_people =
+        PeopleRegistry::open(dataFolder(presentation.folder, options.dataFolder) + QStringLiteral("/people.sqlite"), error);
+    if (m_people && m_people->isNew()) {
+        bool complete = false;
+        m_people->beginWith(input.isReplay() ? PeopleFile::parse(input.recordedNote().people, options.replayFile, complete)
+                                             : PeopleFile::read(presentation.peopleFile, complete));
+    }
+    return m_people != nullptr;
+}
+
+RecordingNote TableServices::recordingNote(const Presentation& presentation, const TableOptions& options) const
+{
+    RecordingNote note;
+    note.presentation = QDir(presentation.folder).absolutePath();
+    for (const MediaServerSettings& settings : mediaServersOf(presentation, options))
+        note.mediaServers << settings.name;
+    const auto known = m_people ? m_people->people() : std::nullopt;
+    if (known)
+        note.people = PeopleFile::format(*known);
+    return note;
+}
+
+bool TableServices::start(Tavola::ServiceProvider& provider, const std::shared_ptr<PersonalWidgets>& personalWidgets,
+                          const Presentation& presentation, const TableOptions& options, const TableInput& input, QString& error)
+{
+    if (m_people)
+        startPeople(provider, personalWidgets, input.isRecording() || input.isReplay());
+    startMediaServers(provider, presentation, options, input);
+    return startMail(provider, presentation, options, input, error);
+}
+
+void TableServices::startPeople(Tavola::ServiceProvider& provider, const std::shared_ptr<PersonalWidgets>& personalWidgets,
+                                bool isOrdered)
+{
+    auto service = std::make_shared<MarkerService>(m_people, provider.tesselServiceCache());
+    service->fillCache();
+    service->setPersonalWidgets(
+        [weak = std::weak_ptr(personalWidgets)](const QString& contentKey) -> MarkerService::PersonalWidget {
+            if (const auto widgets = weak.lock())
+                return widgets->widget(contentKey);
+            return boost::make_unexpected(QStringLiteral("the table is closing"));
+        });
+    provider.setTesselService(service);
+    // People are registered at a desk while the table runs.
+    if (isOrdered) {
+        m_peopleWatch = std::make_unique<PeopleWatch>(m_people, service);
+    } else {
+        constexpr int kLookForPeopleEveryMs = 2000;
+        QObject::connect(&m_peopleTimer, &QTimer::timeout, &m_peopleTimer, [service] { service->refreshCache(); });
+        m_peopleTimer.start(kLookForPeopleEveryMs);
+    }
+}
+
+void TableServices::startMediaServers(Tavola::ServiceProvider& provider, const Presentation& presentation,
+                                      const TableOptions& options, const TableInput& input)
+{
+    const QString type = QStringLiteral("media-server-service");
+    if (input.isReplay()) {
+        for (const QString& name : input.recordedNote().mediaServers)
+            provider.addService(type, name, std::make_shared<RecordedMediaServer>(nullptr));
+        return;
+    }
+    for (const MediaServerSettings& settings : mediaServersOf(presentation, options)) {
+        const auto server = std::make_shared<MediaServerService>(QUrl(settings.address), settings.timeoutSeconds);
+        if (input.isRecording())
+            provider.addService(type, settings.name, std::make_shared<RecordedMediaServer>(server));
+        else
+            provider.addService(type, settings.name, server);
+    }
+}
+
+bool TableServices::startMail(Tavola::ServiceProvider& provider, const Presentation& presentation, const TableOptions& options,
+                              const TableInput& input, QString& error)
+{
+    if (!options.mailServer.isEmpty() && presentation.mailServices.empty()) {
+        error = QStringLiteral("--mail-server: the presentation has no e-mail service whose server it could replace");
+        return false;
+    }
+    const QString type = QStringLiteral("email-service");
+    const QString data = dataFolder(presentation.folder, options.dataFolder);
+    for (MailSettings settings : presentation.mailServices) {
+        if (input.isReplay()) {
+            provider.addService(type, settings.name, std::make_shared<RecordedEmail>(nullptr, settings.textTemplate));
+            continue;
+        }
+        if (!options.mailServer.isEmpty())
+            settings.server = options.mailServer;
+        const auto service = OutboxService::open(settings, outboxFolder(data, settings.name), error);
+        if (!service)
+            return false;
+        m_mailServices.push_back(service);
+        if (input.isRecording())
+            provider.addService(type, settings.name, std::make_shared<RecordedEmail>(service, settings.textTemplate));
+        else
+            provider.addService(type, settings.name, service);
+    }
+    return true;
+}
+
+void TableServices::stopWatching()
+{
+    m_peopleWatch.reset();
+}
+
+QJsonArray TableServices::mailState() const
+{
+    QJsonArray result;
+    for (const auto& weak : m_mailServices)
+        if (const auto service = weak.lock())
+            result.append(service->state());
+    return result;
+}
+}

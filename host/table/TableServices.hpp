@@ -1,0 +1,66 @@
+#pragma once
+
+#include "services/PeopleFile.hpp"
+
+#include <QJsonArray>
+#include <QString>
+#include <QTimer>
+
+#include <memory>
+#include <vector>
+
+namespace Tavola
+{
+class ServiceProvider;
+}
+
+namespace Host
+{
+class OutboxService;
+class PeopleRegistry;
+class PeopleWatch;
+class PersonalWidgets;
+class TableInput;
+struct Presentation;
+struct RecordingNote;
+struct TableOptions;
+
+/// The services of a table: the registry of people, the media servers and e-mail, as the presentation and the options name
+/// them. The media servers and e-mail live in the ServiceProvider; the registry lives here. Main thread only.
+class TableServices
+{
+public:
+    TableServices();
+    ~TableServices();
+    TableServices(const TableServices&) = delete;
+    TableServices& operator=(const TableServices&) = delete;
+
+    /// Opens the registry of people, if the presentation has people; a new registry is filled from the presentation's file, in a
+    /// replay from the recording. False, with the reason in `error`, when it cannot be opened.
+    [[nodiscard]] bool openPeople(const Presentation& presentation, const TableOptions& options, const TableInput& input,
+                                  QString& error);
+    /// The note that a recording of this table begins with. After openPeople.
+    [[nodiscard]] RecordingNote recordingNote(const Presentation& presentation, const TableOptions& options) const;
+    /// Enters all services into `provider` and begins to watch the registry. False, with the reason in `error`, when an e-mail
+    /// service cannot open its outbox. After openPeople, once.
+    [[nodiscard]] bool start(Tavola::ServiceProvider& provider, const std::shared_ptr<PersonalWidgets>& personalWidgets,
+                             const Presentation& presentation, const TableOptions& options, const TableInput& input,
+                             QString& error);
+    /// Ends the watch on the registry. Call when the table begins to close.
+    void stopWatching();
+    /// The state of each e-mail service, for the inspector. Does not block.
+    [[nodiscard]] QJsonArray mailState() const;
+
+private:
+    void startPeople(Tavola::ServiceProvider& provider, const std::shared_ptr<PersonalWidgets>& personalWidgets, bool isOrdered);
+    static void startMediaServers(Tavola::ServiceProvider& provider, const Presentation& presentation,
+                                  const TableOptions& options, const TableInput& input);
+    bool startMail(Tavola::ServiceProvider& provider, const Presentation& presentation, const TableOptions& options,
+                   const TableInput& input, QString& error);
+
+    std::shared_ptr<PeopleRegistry> m_people; ///< null without people
+    QTimer m_peopleTimer;
+    std::unique_ptr<PeopleWatch> m_peopleWatch; ///< in place of the timer, of a table that is recorded or replayed
+    std::vector<std::weak_ptr<OutboxService>> m_mailServices;
+};
+}
