@@ -77,29 +77,9 @@ tl::unexpected<ContentError> unreadable(const QString& name, const QString& what
 
 } // namespace
 
-ContentFile& ContentFile::operator=(ContentFile&& other) noexcept
-{
-    if (this != &other) {
-        ContentFile old(release());
-        m_descriptor = other.release();
-    }
-    return *this;
-}
-
-ContentFile::~ContentFile()
-{
-    if (isOpen())
-        ::close(m_descriptor);
-}
-
-int ContentFile::release()
-{
-    return std::exchange(m_descriptor, -1);
-}
-
 ContentFolder::ContentFolder(const QString& path) : m_path(QFile::encodeName(path)) {}
 
-tl::expected<ContentFile, ContentError> ContentFolder::open(const QString& name) const
+tl::expected<Http::File, ContentError> ContentFolder::open(const QString& name) const
 {
     if (!isBareName(name)) {
         return tl::unexpected(
@@ -112,7 +92,7 @@ tl::expected<ContentFile, ContentError> ContentFolder::open(const QString& name)
         return unreadable(name, QStringLiteral("the content folder"), errno);
     // O_NOFOLLOW decides about symbolic links in the same step that opens the file, so none can be slipped in between.
     // O_NONBLOCK keeps a named pipe from holding the server.
-    ContentFile file(::openat(folder, QFile::encodeName(name).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    Http::File file(::openat(folder, QFile::encodeName(name).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     const int error = errno;
     ::close(folder);
     if (!file.isOpen())

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <Http/Message.hpp>
+
 #include <QByteArray>
 #include <QString>
 
@@ -7,27 +9,6 @@
 
 namespace MediaServer
 {
-
-/// An open file, read only; owns its descriptor. Move only.
-class ContentFile
-{
-public:
-    ContentFile() = default;
-    explicit ContentFile(int descriptor) : m_descriptor(descriptor) {}
-    ContentFile(ContentFile&& other) noexcept : m_descriptor(other.release()) {}
-    ContentFile& operator=(ContentFile&& other) noexcept;
-    ContentFile(const ContentFile&) = delete;
-    ContentFile& operator=(const ContentFile&) = delete;
-    ~ContentFile();
-
-    [[nodiscard]] bool isOpen() const { return m_descriptor >= 0; }
-    [[nodiscard]] int descriptor() const { return m_descriptor; }
-    /// Gives the descriptor away; the caller closes it.
-    [[nodiscard]] int release();
-
-private:
-    int m_descriptor = -1;
-};
 
 /// Why a file is not there to be sent.
 struct ContentError
@@ -49,7 +30,7 @@ class ContentFolder
 public:
     explicit ContentFolder(const QString& path);
 
-    [[nodiscard]] tl::expected<ContentFile, ContentError> open(const QString& name) const;
+    [[nodiscard]] tl::expected<Http::File, ContentError> open(const QString& name) const;
 
     /// By the name's ending, in any case; "application/octet-stream" for everything that a browser should not open by
     /// itself, which includes HTML.

@@ -1,9 +1,8 @@
 #include "Log.hpp"
 
-#include <QByteArray>
-#include <QtGlobal>
+#include <Bedrock/Trace.hpp>
 
-#include <cstdio>
+#include <QByteArray>
 
 namespace MediaServer
 {
@@ -11,55 +10,35 @@ namespace MediaServer
 namespace
 {
 
-QString line(const QString& what, const QString& detail)
+QByteArray line(const QString& what, const QString& detail)
 {
-    return detail.isEmpty() ? QStringLiteral("MediaServer # %1").arg(what)
-                            : QStringLiteral("MediaServer # %1 (%2)").arg(what, detail);
-}
-
-const char* levelName(QtMsgType type)
-{
-    switch (type) {
-    case QtDebugMsg:
-    case QtInfoMsg: return "info ";
-    case QtWarningMsg: return "warning ";
-    case QtCriticalMsg:
-    case QtFatalMsg: break;
-    }
-    return "error ";
+    const QString text = QStringLiteral("MediaServer # %1").arg(what);
+    return (detail.isEmpty() ? text : QStringLiteral("%1 (%2)").arg(text, detail)).toUtf8();
 }
 
 } // namespace
 
-QByteArray logLine(QtMsgType type, const QString& text)
-{
-    QByteArray bytes = text.toUtf8();
-    bytes.replace('\n', "\\n").replace('\r', "\\r");
-    return levelName(type) + bytes + '\n';
-}
-
-void writeToStandardError(QtMsgType type, const QMessageLogContext&, const QString& text)
-{
-    const QByteArray whole = logLine(type, text);
-    std::fwrite(whole.constData(), 1, static_cast<std::size_t>(whole.size()), stderr);
-}
-
 void logInfo(const QString& what, const QString& detail)
 {
-    qInfo("%s", line(what, detail).toUtf8().constData());
+    Bedrock::Trace::info("%s", line(what, detail).constData());
 }
 
 void logWarning(const QString& what, const QString& detail)
 {
-    qWarning("%s", line(what, detail).toUtf8().constData());
+    Bedrock::Trace::warning("%s", line(what, detail).constData());
 }
 
-void RareWarning::log(const QString& what, const QString& detail, Clock::time_point now)
+void logQtMessage(QtMsgType type, const QMessageLogContext&, const QString& text)
 {
-    if (m_loggedAt && now - *m_loggedAt < kPause)
-        return;
-    m_loggedAt = now;
-    logWarning(what, detail);
+    const QByteArray bytes = text.toUtf8();
+    switch (type) {
+    case QtDebugMsg:
+    case QtInfoMsg: Bedrock::Trace::info("%s", bytes.constData()); return;
+    case QtWarningMsg: Bedrock::Trace::warning("%s", bytes.constData()); return;
+    case QtCriticalMsg:
+    case QtFatalMsg: break;
+    }
+    Bedrock::Trace::error("%s", bytes.constData());
 }
 
 } // namespace MediaServer

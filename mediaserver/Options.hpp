@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HttpServer.hpp"
+#include <Http/Limits.hpp>
 
 #include <QString>
 #include <QStringList>
@@ -18,7 +18,7 @@ struct Options
     QString contentFolder;
     QString databaseFile;
     QString publicUrl; ///< empty: the address the server listens on
-    HttpLimits limits;
+    Http::Limits limits;
 
     /// Why the program ends before it serves: a text for standard output when the code is 0 (help was asked
     /// for), else for standard error.

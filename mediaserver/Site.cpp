@@ -38,7 +38,7 @@ Site::Site(ItemStore& store, const QString& contentFolder, const QString& public
 {
 }
 
-HttpResponse Site::handle(const HttpRequest& request)
+Http::Response Site::handle(const Http::Request& request)
 {
     // Every address of this server is made of characters that need no encoding, so an encoded one is none of ours.
     const QString path = QString::fromLatin1(request.target).section(QLatin1Char('?'), 0, 0);
@@ -54,11 +54,11 @@ HttpResponse Site::handle(const HttpRequest& request)
     return personal(parts[2], parts.mid(3));
 }
 
-HttpResponse Site::command(const HttpRequest& request)
+Http::Response Site::command(const Http::Request& request)
 {
     // A browser on the tables' network sends what any web page asks it to, and gets round the firewall that keeps others
     // out; but it adds where the page is from. Tables add nothing.
-    if (request.hasOrigin) {
+    if (request.hasHeader("Origin")) {
         return json(403,
                     {{QStringLiteral("success"), false},
                      {QStringLiteral("error"),
@@ -68,7 +68,7 @@ HttpResponse Site::command(const HttpRequest& request)
     return json(answer.httpStatus, answer.json);
 }
 
-HttpResponse Site::personal(const QString& token, const QStringList& rest)
+Http::Response Site::personal(const QString& token, const QStringList& rest)
 {
     const auto person = m_store.personOf(token);
     if (!person)
@@ -84,7 +84,7 @@ HttpResponse Site::personal(const QString& token, const QStringList& rest)
     return notFound();
 }
 
-HttpResponse Site::page(const QString& token, qint64 tessel)
+Http::Response Site::page(const QString& token, qint64 tessel)
 {
     const auto items = m_store.items(tessel);
     if (!items)
@@ -107,20 +107,20 @@ HttpResponse Site::page(const QString& token, qint64 tessel)
     return html(200, m_renderer.collection(token, shown));
 }
 
-HttpResponse Site::qrCode(const QString& token) const
+Http::Response Site::qrCode(const QString& token) const
 {
-    HttpResponse response;
+    Http::Response response;
     response.contentType = "image/png";
     response.body = qrCodePng(m_addresses.page(token).toUtf8());
     if (response.body.isEmpty()) {
         logWarning(QStringLiteral("A page's address is too long for a QR code"), QStringLiteral("shorten --public-url"));
-        return plainResponse(500, "The QR code could not be made.\n");
+        return Http::plainResponse(500, "The QR code could not be made.\n");
     }
     response.addHeader("Cache-Control", "private, max-age=3600");
     return response;
 }
 
-HttpResponse Site::file(qint64 tessel, const QString& id)
+Http::Response Site::file(qint64 tessel, const QString& id)
 {
     bool isNumber = false;
     const qint64 number = id.toLongLong(&isNumber);
@@ -136,7 +136,7 @@ HttpResponse Site::file(qint64 tessel, const QString& id)
     if (!opened)
         return opened.error().kind == ContentError::Kind::NoSuchFile ? notFound() : fileFailed(opened.error().reason);
 
-    HttpResponse response;
+    Http::Response response;
     response.contentType = ContentFolder::contentType((*item)->value);
     response.file = std::move(*opened);
     response.addHeader("Content-Disposition", contentDisposition(response.contentType, (*item)->value));
@@ -145,9 +145,9 @@ HttpResponse Site::file(qint64 tessel, const QString& id)
     return response;
 }
 
-HttpResponse Site::json(int status, const QJsonObject& object) const
+Http::Response Site::json(int status, const QJsonObject& object) const
 {
-    HttpResponse response;
+    Http::Response response;
     response.status = status;
     response.contentType = "application/json";
     response.body = QJsonDocument(object).toJson(QJsonDocument::Compact);
@@ -155,9 +155,9 @@ HttpResponse Site::json(int status, const QJsonObject& object) const
     return response;
 }
 
-HttpResponse Site::html(int status, const QByteArray& document) const
+Http::Response Site::html(int status, const QByteArray& document) const
 {
-    HttpResponse response;
+    Http::Response response;
     response.status = status;
     response.contentType = "text/html; charset=utf-8";
     response.body = document;
@@ -167,7 +167,7 @@ HttpResponse Site::html(int status, const QByteArray& document) const
     return response;
 }
 
-HttpResponse Site::notFound() const
+Http::Response Site::notFound() const
 {
     return html(404,
                 m_renderer.message(QStringLiteral("There is nothing here"),
@@ -175,29 +175,29 @@ HttpResponse Site::notFound() const
                                                   "check that the address was copied whole.")));
 }
 
-HttpResponse Site::wrongMethod(const QByteArray& allowed) const
+Http::Response Site::wrongMethod(const QByteArray& allowed) const
 {
-    HttpResponse response = html(405,
-                                 m_renderer.message(QStringLiteral("There is nothing to see here"),
-                                                    QStringLiteral("Your own page has an address of its own. Scan the code on "
-                                                                   "the table to open it.")));
+    Http::Response response = html(405,
+                                   m_renderer.message(QStringLiteral("There is nothing to see here"),
+                                                      QStringLiteral("Your own page has an address of its own. Scan the code on "
+                                                                     "the table to open it.")));
     response.addHeader("Allow", allowed);
     return response;
 }
 
-HttpResponse Site::storeFailed(const QString& reason) const
+Http::Response Site::storeFailed(const QString& reason) const
 {
     logWarning(QStringLiteral("A page could not be read from the database"), reason);
     return notRightNow();
 }
 
-HttpResponse Site::fileFailed(const QString& reason) const
+Http::Response Site::fileFailed(const QString& reason) const
 {
     logWarning(QStringLiteral("A file could not be opened"), reason);
     return notRightNow();
 }
 
-HttpResponse Site::notRightNow() const
+Http::Response Site::notRightNow() const
 {
     return html(500,
                 m_renderer.message(QStringLiteral("The page is not available right now"),

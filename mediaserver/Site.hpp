@@ -2,8 +2,8 @@
 
 #include "CommandHandler.hpp"
 #include "ContentFolder.hpp"
-#include "HttpMessage.hpp"
 #include "PageRenderer.hpp"
+#include <Http/Message.hpp>
 
 namespace MediaServer
 {
@@ -24,22 +24,22 @@ public:
     /// `contentFolder`: path of the folder with the files; `publicUrl`: where visitors reach this server.
     Site(ItemStore& store, const QString& contentFolder, const QString& publicUrl);
 
-    [[nodiscard]] HttpResponse handle(const HttpRequest& request);
+    [[nodiscard]] Http::Response handle(const Http::Request& request);
 
 private:
-    [[nodiscard]] HttpResponse command(const HttpRequest& request);
-    [[nodiscard]] HttpResponse personal(const QString& token, const QStringList& rest);
-    [[nodiscard]] HttpResponse page(const QString& token, qint64 tessel);
-    [[nodiscard]] HttpResponse qrCode(const QString& token) const;
-    [[nodiscard]] HttpResponse file(qint64 tessel, const QString& id);
+    [[nodiscard]] Http::Response command(const Http::Request& request);
+    [[nodiscard]] Http::Response personal(const QString& token, const QStringList& rest);
+    [[nodiscard]] Http::Response page(const QString& token, qint64 tessel);
+    [[nodiscard]] Http::Response qrCode(const QString& token) const;
+    [[nodiscard]] Http::Response file(qint64 tessel, const QString& id);
 
-    [[nodiscard]] HttpResponse json(int status, const QJsonObject& object) const;
-    [[nodiscard]] HttpResponse html(int status, const QByteArray& document) const;
-    [[nodiscard]] HttpResponse notFound() const;
-    [[nodiscard]] HttpResponse wrongMethod(const QByteArray& allowed) const;
-    [[nodiscard]] HttpResponse storeFailed(const QString& reason) const;
-    [[nodiscard]] HttpResponse fileFailed(const QString& reason) const;
-    [[nodiscard]] HttpResponse notRightNow() const;
+    [[nodiscard]] Http::Response json(int status, const QJsonObject& object) const;
+    [[nodiscard]] Http::Response html(int status, const QByteArray& document) const;
+    [[nodiscard]] Http::Response notFound() const;
+    [[nodiscard]] Http::Response wrongMethod(const QByteArray& allowed) const;
+    [[nodiscard]] Http::Response storeFailed(const QString& reason) const;
+    [[nodiscard]] Http::Response fileFailed(const QString& reason) const;
+    [[nodiscard]] Http::Response notRightNow() const;
 
     ItemStore& m_store;
     ContentFolder m_content;

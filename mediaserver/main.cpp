@@ -1,20 +1,19 @@
-#include "HttpServer.hpp"
 #include "ItemStore.hpp"
 #include "Log.hpp"
 #include "OpenFiles.hpp"
 #include "Options.hpp"
 #include "Site.hpp"
 
+#include <Http/Server.hpp>
+
 #include <QCoreApplication>
 
 #include <cstdio>
 #include <exception>
+#include <memory>
 #include <sys/stat.h>
 
 using MediaServer::connectionsWithinOpenFiles;
-using MediaServer::HttpLimits;
-using MediaServer::HttpRequest;
-using MediaServer::HttpServer;
 using MediaServer::ItemStore;
 using MediaServer::logInfo;
 using MediaServer::logWarning;
@@ -36,25 +35,34 @@ int serve(const Options& options)
     if (!store)
         return fail(store.error());
 
-    HttpLimits limits = options.limits;
+    Http::Limits limits = options.limits;
     const auto connections = connectionsWithinOpenFiles(limits.clients.connections);
     if (!connections)
         return fail(connections.error());
     limits.clients.connections = *connections;
-    HttpServer server(limits);
-    const auto listening = server.listen(options.address, options.port);
+    Http::Server server;
+    std::unique_ptr<Site> site;
+    const QString host =
+        options.address.contains(QLatin1Char(':')) ? QStringLiteral("[%1]").arg(options.address) : options.address;
+    const auto parsed = Http::Address::parse(QStringLiteral("%1:%2").arg(host).arg(options.port));
+    if (!parsed)
+        return fail(QStringLiteral("\"%1\" is not a numeric address such as 127.0.0.1 or ::1").arg(options.address));
+    const Http::Address& address = *parsed;
+    const auto listening = server.listen(
+        address, limits, [&site](const Http::Request& request, Http::Reply reply) { reply.send(site->handle(request)); });
     if (!listening)
         return fail(listening.error());
-    if (listening->everywhere && options.publicUrl.isEmpty()) {
+    if (address.isUnspecified() && options.publicUrl.isEmpty()) {
         return fail(QStringLiteral("--address %1 listens everywhere, which is no address for a page: give --public-url")
                         .arg(options.address));
     }
 
-    Site site(**store, options.contentFolder, options.publicUrl.isEmpty() ? listening->url : options.publicUrl);
+    site =
+        std::make_unique<Site>(**store, options.contentFolder, options.publicUrl.isEmpty() ? listening->url : options.publicUrl);
     server.stopOnSignals();
     std::printf("tavola-mediaserver: listening on %s\n", qPrintable(listening->url));
     std::fflush(stdout);
-    server.run([&site](const HttpRequest& request) { return site.handle(request); });
+    server.run();
     logInfo(QStringLiteral("Stopped"));
     return 0;
 }
@@ -65,7 +73,7 @@ int main(int argc, char* argv[])
 {
     // The database holds the secrets that open people's pages.
     ::umask(0077);
-    qInstallMessageHandler(MediaServer::writeToStandardError);
+    qInstallMessageHandler(MediaServer::logQtMessage);
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tavola-mediaserver"));
 

@@ -219,8 +219,8 @@ TEST_CASE("media server: with few open files and many slow downloads, the table 
     REQUIRE(program.process().waitForFinished(10000));
     const QByteArray told = program.process().readAllStandardError();
     CAPTURE(told.toStdString());
-    CHECK(told.contains("warning MediaServer # Too many downloads at a time; some were answered with 503\n"));
-    CHECK(told.contains("warning MediaServer # All connections are in use; "));
+    CHECK(told.contains("warning HttpServer # Too many downloads at a time; some were answered with 503 ("));
+    CHECK(told.contains("warning HttpServer # All connections are in use; "));
 }
 
 TEST_CASE("media server: too few open files to serve anybody keep it from starting")

@@ -3,9 +3,9 @@
 #include "FewerFiles.hpp"
 #include "Folder.hpp"
 #include "HttpClient.hpp"
+#include "HttpServerThread.hpp"
 #include "ItemStore.hpp"
 #include "QrReader.hpp"
-#include "ServerThread.hpp"
 
 #include <LogCapture.hpp>
 #include <doctest/doctest.h>
@@ -20,6 +20,19 @@ using namespace MediaServer;
 
 namespace
 {
+
+/// A handler that serves the whole site from `database` and `contentFolder`.
+HttpServerThread::MakeHandler siteFrom(const QString& database, const QString& contentFolder)
+{
+    return [database, contentFolder](const QString& url) -> HttpServerThread::Handler {
+        auto opened = ItemStore::open(database);
+        if (!opened)
+            return [](const Http::Request&) { return Http::plainResponse(500, "no database"); };
+        std::shared_ptr<ItemStore> store = std::move(*opened);
+        auto site = std::make_shared<Site>(*store, contentFolder, url);
+        return [store, site](const Http::Request& request) { return site->handle(request); };
+    };
+}
 
 /// The whole site behind the real server, and a second store on its file to look up what addresses do not tell.
 struct Fixture
@@ -74,8 +87,8 @@ struct Fixture
 
     QByteArray picture = QByteArray("\x89PNG\r\n\x1a\n", 8) + QByteArray(3'000'000, 'p');
     Folder folder;
-    ServerThread server{HttpLimits{},
-                        siteFrom(folder.path(QStringLiteral("items.sqlite")), folder.path(QStringLiteral("content")))};
+    HttpServerThread server{Http::Limits{},
+                            siteFrom(folder.path(QStringLiteral("items.sqlite")), folder.path(QStringLiteral("content")))};
 };
 
 } // namespace
@@ -282,10 +295,10 @@ TEST_CASE("site: a file that cannot be read now is logged, answered with 500 and
     TestSupport::expectWarning(
         "MediaServer # A page shows files as not available that could not be opened (guide.pdf: Too many open files)");
     const FewerFiles one(1);
-    const HttpResponse failed = get(file);
+    const Http::Response failed = get(file);
     CHECK(failed.status == 500);
     CHECK(failed.body.contains("Nothing is lost"));
-    const HttpResponse shown = get(page);
+    const Http::Response shown = get(page);
     CHECK(shown.status == 200);
     CHECK(shown.body.count("Not available at the moment") == 2);
 }

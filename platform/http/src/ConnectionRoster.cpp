@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <tuple>
 
-namespace MediaServer
+namespace Http
 {
-
 ConnectionRoster::ConnectionRoster(const ConnectionLimits& limits) : m_limits(limits)
 {
     m_limits.keptFree = std::min(m_limits.keptFree, m_limits.connections / 2);
@@ -69,7 +68,8 @@ ConnectionRoster::Member* ConnectionRoster::longestWaiting(const Member& newcome
     Member* found = nullptr;
     const auto order = [](const Member& member) { return std::make_tuple(member.m_address.empty(), member.m_turn); };
     for (Member* other : m_members) {
-        if (other == &newcomer || other->m_isDownloading || (sameAddressOnly && other->m_address != newcomer.m_address))
+        if (other == &newcomer || other->m_isDownloading || other->m_isAnswering
+            || (sameAddressOnly && other->m_address != newcomer.m_address))
             continue;
         if (!found || order(*other) < order(*found))
             found = other;
@@ -83,4 +83,4 @@ void ConnectionRoster::giveUp(Member& member)
     member.giveUp();
 }
 
-} // namespace MediaServer
+}

@@ -4,7 +4,7 @@
 
 #include <deque>
 
-using namespace MediaServer;
+using namespace Http;
 
 namespace
 {
@@ -154,4 +154,20 @@ TEST_CASE("connection roster: if all others download, the new one has to go")
     CHECK(first.givenUp == 0);
     CHECK(second.givenUp == 1);
     CHECK(roster.size() == 1);
+}
+
+TEST_CASE("connection roster: a connection that is owed an answer makes no room")
+{
+    Fixture f;
+    Visitor& answering = f.enter("phone");
+    f.roster.setAnswering(answering, true);
+    Visitor& idle = f.enter("phone");
+    f.enter("phone");
+    f.enter("phone");
+    CHECK(f.entry == ConnectionRoster::Entry::AddressFull);
+    CHECK(answering.givenUp == 0);
+    CHECK(idle.givenUp == 1);
+    f.roster.setAnswering(answering, false);
+    f.enter("phone");
+    CHECK(answering.givenUp == 1);
 }

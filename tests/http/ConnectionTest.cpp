@@ -1,11 +1,11 @@
-#include "HttpConnection.hpp"
+#include "Connection.hpp"
 
 #include <doctest/doctest.h>
 
 using boost::asio::ip::make_address;
-using MediaServer::HttpConnection;
+using Http::Connection;
 
-// What a connection says and hears is tested with its server.
+// What a connection sends and receives is tested with its server.
 
 TEST_CASE("HTTP connection: this machine has no address of its own, whichever it uses; others have theirs")
 {
@@ -28,6 +28,6 @@ TEST_CASE("HTTP connection: this machine has no address of its own, whichever it
     };
     for (const Row& row : rows) {
         CAPTURE(row.remote);
-        CHECK(HttpConnection::clientAddress(make_address(row.remote), make_address(row.local)) == row.client);
+        CHECK(Connection::clientAddress(make_address(row.remote), make_address(row.local)) == row.client);
     }
 }

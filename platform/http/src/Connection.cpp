@@ -1,5 +1,8 @@
-#include "HttpConnection.hpp"
+#include "Connection.hpp"
 
+#include <Bedrock/Trace.hpp>
+
+#include <boost/asio/post.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/core/file_posix.hpp>
 #include <boost/beast/http.hpp>
@@ -7,18 +10,15 @@
 #include <algorithm>
 #include <ctime>
 
-namespace MediaServer
+namespace Http
 {
-
 namespace asio = boost::asio;
 namespace beast = boost::beast;
 namespace http = boost::beast::http;
-using asio::ip::tcp;
 using boost::system::error_code;
 
 namespace
 {
-
 constexpr std::chrono::seconds kLingerTime{2};
 constexpr std::size_t kReadAhead = 16 * 1024;
 /// How much of a refused request is read and dropped, so that the refusal is not lost in a reset of the connection.
@@ -64,11 +64,11 @@ struct Outgoing
     http::response_serializer<Body> serializer{message};
 };
 
-} // namespace
+}
 
-std::string HttpConnection::clientAddress(asio::ip::address remote, asio::ip::address local)
+std::string Connection::clientAddress(asio::ip::address remote, asio::ip::address local)
 {
-    // Who listens on IPv6 sees the clients of IPv4 as a part of it.
+    // A socket of IPv6 sees the clients of IPv4 at mapped addresses.
     for (asio::ip::address* address : {&remote, &local}) {
         if (address->is_v6() && address->to_v6().is_v4_mapped())
             *address = asio::ip::make_address_v4(asio::ip::v4_mapped, address->to_v6());
@@ -76,42 +76,45 @@ std::string HttpConnection::clientAddress(asio::ip::address remote, asio::ip::ad
     return remote.is_loopback() || remote == local ? std::string() : remote.to_string();
 }
 
-HttpConnection::HttpConnection(Server& server, tcp::socket socket, std::string address)
-    : Member(std::move(address)), m_server(server), m_stream(std::move(socket)), m_buffer(server.limits.headerBytes + kReadAhead)
+Connection::Connection(Door& door, Socket socket, std::string address)
+    : Member(std::move(address)), m_door(door), m_stream(std::move(socket)), m_buffer(door.limits.headerBytes + kReadAhead)
 {
 }
 
-HttpConnection::~HttpConnection()
+Connection::~Connection()
 {
-    m_server.roster.leave(*this);
-    m_server.connectionEnded(this);
+    m_door.roster.leave(*this);
+    m_door.connections.erase(this);
+    m_door.connectionEnded();
 }
 
-void HttpConnection::giveUp()
+void Connection::giveUp()
 {
     m_stream.close();
+    // The last line: this may be the end of the connection.
+    m_whileAnswering.reset();
 }
 
-void HttpConnection::readNext()
+void Connection::readNext()
 {
     m_parser.emplace();
-    m_parser->header_limit(static_cast<std::uint32_t>(m_server.limits.headerBytes));
-    m_parser->body_limit(m_server.limits.bodyBytes);
+    m_parser->header_limit(static_cast<std::uint32_t>(m_door.limits.headerBytes));
+    m_parser->body_limit(m_door.limits.bodyBytes);
     m_state = State::ReadingHead;
     // One deadline for the whole request: sending a byte now and then does not prolong it.
-    m_stream.expires_after(m_server.limits.timeout);
+    m_stream.expires_after(m_door.limits.timeout);
     http::async_read_header(m_stream, m_buffer, *m_parser,
                             [self = shared_from_this()](error_code error, std::size_t) { self->headRead(error); });
 }
 
-void HttpConnection::finishUp()
+void Connection::finishUp()
 {
     const bool idle = m_state == State::ReadingHead && !m_parser->got_some() && m_buffer.size() == 0;
     if (idle || m_state == State::Lingering)
         m_stream.close();
 }
 
-void HttpConnection::headRead(const error_code& error)
+void Connection::headRead(const error_code& error)
 {
     if (error)
         return readFailed(error);
@@ -132,7 +135,7 @@ void HttpConnection::headRead(const error_code& error)
     readBody();
 }
 
-void HttpConnection::readBody()
+void Connection::readBody()
 {
     http::async_read(m_stream, m_buffer, *m_parser, [self = shared_from_this()](error_code error, std::size_t) {
         if (error)
@@ -142,7 +145,7 @@ void HttpConnection::readBody()
     });
 }
 
-void HttpConnection::readFailed(const error_code& error)
+void Connection::readFailed(const error_code& error)
 {
     if (error == http::error::end_of_stream)
         return linger();
@@ -152,43 +155,70 @@ void HttpConnection::readFailed(const error_code& error)
         return refuse(413, "The body of the request is too long.\n");
     if (isHttpError(error))
         return refuse(400, "The request is not HTTP.\n");
-    // Out of time (the stream has closed itself) or cut off by the client: nobody listens any more.
+    // Out of time (the stream has closed itself) or cut off by the client: there is nothing to answer.
 }
 
-void HttpConnection::refuse(int status, const char* text)
+void Connection::refuse(int status, const char* text)
 {
     send(plainResponse(status, text), false, false);
 }
 
-void HttpConnection::answer()
+void Connection::answer()
 {
-    const auto& message = m_parser->get();
-    HttpRequest request;
+    auto& message = m_parser->get();
+    Request request;
     request.method = toBytes(message.method_string());
     request.target = toBytes(message.target());
     request.body = QByteArray(message.body().data(), static_cast<int>(message.body().size()));
-    request.hasOrigin = message.count(http::field::origin) != 0;
+    for (const auto& field : message)
+        request.headers.emplace_back(toBytes(field.name_string()), toBytes(field.value()));
+    message.body() = std::string();
 
-    HttpResponse response;
+    m_state = State::Answering;
+    m_stream.expires_never();
+    m_door.roster.setAnswering(*this, true);
+    m_whileAnswering = shared_from_this();
+    // A handler that throws has let go of the reply, which answers 500.
     try {
-        response = m_server.handler(request);
+        m_door.handler(std::move(request), makeReply());
     } catch (const std::exception& error) {
-        logWarning(QStringLiteral("A request failed and was answered with 500"), QString::fromLocal8Bit(error.what()));
-        response = plainResponse(500, "Something went wrong here. Please try again.\n");
+        Bedrock::Trace::warning("HttpServer # A request failed and was answered with 500 (%s)", error.what());
     } catch (...) {
-        logWarning(QStringLiteral("A request failed and was answered with 500"), QStringLiteral("unknown exception"));
-        response = plainResponse(500, "Something went wrong here. Please try again.\n");
+        Bedrock::Trace::warning("HttpServer # A request failed and was answered with 500 (unknown exception)");
     }
-    send(std::move(response), m_parser->keep_alive() && !m_server.stopping, request.method == "HEAD");
 }
 
-void HttpConnection::send(HttpResponse response, bool keepAlive, bool headOnly)
+Reply Connection::makeReply()
+{
+    return Reply([gate = m_door.gate, connection = weak_from_this()](Response&& response) {
+        const std::unique_lock<std::mutex> guard(gate->mutex);
+        if (!gate->context)
+            return;
+        asio::post(*gate->context, [connection, response = std::move(response)]() mutable {
+            if (const auto alive = connection.lock())
+                alive->answered(std::move(response));
+        });
+    });
+}
+
+void Connection::answered(Response response)
+{
+    if (m_state != State::Answering)
+        return;
+    const auto self = std::move(m_whileAnswering);
+    m_door.roster.setAnswering(*this, false);
+    const bool headOnly = m_parser->get().method() == http::verb::head;
+    send(std::move(response), m_parser->keep_alive() && !m_door.stopping, headOnly);
+}
+
+void Connection::send(Response response, bool keepAlive, bool headOnly)
 {
     m_state = State::Writing;
     const bool isDownload = !headOnly && (response.file.isOpen() || response.body.size() > kShortAnswerBytes);
-    if (isDownload && !m_server.roster.beginDownload(*this)) {
-        m_server.downloadRefused.log(QStringLiteral("Too many downloads at a time; some were answered with 503"));
-        HttpResponse later = plainResponse(503, "Many people download something right now. Please try again in a moment.\n");
+    if (isDownload && !m_door.roster.beginDownload(*this)) {
+        m_door.downloadRefused.log("Too many downloads at a time; some were answered with 503",
+                                   std::to_string(m_door.limits.clients.connections) + " connections");
+        Response later = plainResponse(503, "Many people download something right now. Please try again in a moment.\n");
         later.addHeader("Retry-After", "5");
         return send(std::move(later), keepAlive, headOnly);
     }
@@ -204,7 +234,7 @@ void HttpConnection::send(HttpResponse response, bool keepAlive, bool headOnly)
     write(std::make_shared<Outgoing<http::string_body>>(std::move(message)), keepAlive);
 }
 
-void HttpConnection::sendFile(HttpResponse response, bool keepAlive, bool headOnly)
+void Connection::sendFile(Response response, bool keepAlive, bool headOnly)
 {
     beast::file_posix file;
     file.native_handle(response.file.release());
@@ -212,8 +242,8 @@ void HttpConnection::sendFile(HttpResponse response, bool keepAlive, bool headOn
     http::file_body::value_type body;
     body.reset(std::move(file), error);
     if (error) {
-        logWarning(QStringLiteral("A file could not be read"), QString::fromStdString(error.message()));
-        m_server.roster.endDownload(*this);
+        Bedrock::Trace::warning("HttpServer # A file could not be read (%s)", error.message().c_str());
+        m_door.roster.endDownload(*this);
         return send(plainResponse(500, "The file cannot be read.\n"), keepAlive, headOnly);
     }
     if (headOnly)
@@ -224,7 +254,7 @@ void HttpConnection::sendFile(HttpResponse response, bool keepAlive, bool headOn
     write(std::make_shared<Outgoing<http::file_body>>(std::move(message)), keepAlive);
 }
 
-void HttpConnection::sendHead(const HttpResponse& response, std::uint64_t size, bool keepAlive)
+void Connection::sendHead(const Response& response, std::uint64_t size, bool keepAlive)
 {
     http::response<http::empty_body> message;
     fillHead(message, response, size, keepAlive);
@@ -232,13 +262,13 @@ void HttpConnection::sendHead(const HttpResponse& response, std::uint64_t size, 
 }
 
 template <class Message>
-void HttpConnection::fillHead(Message& message, const HttpResponse& response, std::uint64_t size, bool keepAlive)
+void Connection::fillHead(Message& message, const Response& response, std::uint64_t size, bool keepAlive)
 {
     message.version(m_parser->is_header_done() ? std::min(m_parser->get().version(), 11u) : 11u);
     message.result(static_cast<unsigned>(response.status));
     message.set(http::field::date, httpDate());
     message.set(http::field::content_type, toView(response.contentType));
-    // The type is what is said here and is not to be guessed; a page's address is a secret and is told to nobody.
+    // A browser must not guess another type, nor send the address of a page, which is a secret, to other sites.
     message.set("X-Content-Type-Options", "nosniff");
     message.set("Referrer-Policy", "no-referrer");
     for (const auto& [name, value] : response.headers)
@@ -248,10 +278,10 @@ void HttpConnection::fillHead(Message& message, const HttpResponse& response, st
 }
 
 template <class Message>
-void HttpConnection::write(std::shared_ptr<Message> out, bool keepAlive)
+void Connection::write(std::shared_ptr<Message> out, bool keepAlive)
 {
     // A deadline for each piece, so that a large file may go to a slow phone but not to one that has gone away.
-    m_stream.expires_after(m_server.limits.timeout);
+    m_stream.expires_after(m_door.limits.timeout);
     auto& serializer = out->serializer;
     http::async_write_some(m_stream, serializer,
                            [self = shared_from_this(), out = std::move(out), keepAlive](error_code error, std::size_t) mutable {
@@ -263,28 +293,28 @@ void HttpConnection::write(std::shared_ptr<Message> out, bool keepAlive)
                            });
 }
 
-void HttpConnection::written(bool keepAlive)
+void Connection::written(bool keepAlive)
 {
-    m_server.roster.endDownload(*this);
-    m_server.roster.waitsAnew(*this);
-    if (keepAlive && !m_server.stopping)
+    m_door.roster.endDownload(*this);
+    m_door.roster.waitsAnew(*this);
+    if (keepAlive && !m_door.stopping)
         readNext();
     else
         linger();
 }
 
-void HttpConnection::linger()
+void Connection::linger()
 {
     error_code ignored;
-    m_stream.socket().shutdown(tcp::socket::shutdown_send, ignored);
+    m_stream.socket().shutdown(Socket::shutdown_send, ignored);
     if (ignored)
         return;
     m_state = State::Lingering;
-    m_stream.expires_after(std::min<std::chrono::milliseconds>(m_server.limits.timeout, kLingerTime));
+    m_stream.expires_after(std::min<std::chrono::milliseconds>(m_door.limits.timeout, kLingerTime));
     drain();
 }
 
-void HttpConnection::drain()
+void Connection::drain()
 {
     m_stream.async_read_some(asio::buffer(m_scratch), [self = shared_from_this()](error_code error, std::size_t bytes) {
         self->m_drained += bytes;
@@ -293,4 +323,4 @@ void HttpConnection::drain()
     });
 }
 
-} // namespace MediaServer
+}

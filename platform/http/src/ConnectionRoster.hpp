@@ -1,26 +1,18 @@
 #pragma once
 
+#include <Http/Limits.hpp>
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <unordered_set>
 
-namespace MediaServer
+namespace Http
 {
-
-/// How many may be connected at once, and for what.
-struct ConnectionLimits
-{
-    std::size_t connections = 512;
-    /// So many are never used for downloads, which may take long; but at most half of `connections`.
-    std::size_t keptFree = 64;
-    /// From one address; this machine may have any number. A network that hides its phones behind one address counts as one.
-    std::size_t perAddress = 64;
-};
-
-/// Who is connected, and who has to go when there are too many. Everybody who comes is let in: for that, whoever has been
-/// waiting longest is given up, and other machines go before this one. A download is never given up, but not everybody may
-/// begin one. So neither phones that do nothing nor downloads, however many, keep a table from being heard.
+/// The connections of one door, and which of them ends when there are too many. A new connection always enters: the one that
+/// has waited longest ends for it, those of other machines before those of this one. A download is never ended, but only so
+/// many may begin. So neither idle phones nor downloads, however many, keep a table's commands out. An answer that the handler
+/// still owes does not end either.
 ///
 /// Knows no sockets. One thread.
 class ConnectionRoster
@@ -35,7 +27,7 @@ public:
         Member(const Member&) = delete;
         Member& operator=(const Member&) = delete;
 
-        /// Ends the connection at once. The roster has forgotten it already; nothing of the roster may be called from here.
+        /// Ends the connection at once. It has left the roster already; nothing of the roster may be called from here.
         virtual void giveUp() = 0;
 
     protected:
@@ -46,26 +38,30 @@ public:
         const std::string m_address;
         std::uint64_t m_turn = 0; ///< when it began to wait
         bool m_isDownloading = false;
+        bool m_isAnswering = false;
     };
 
     enum class Entry {
         Free,
-        AddressFull, ///< somebody of the same address was given up
-        Full,        ///< somebody was given up
+        AddressFull, ///< another connection of the same address was ended
+        Full,        ///< another connection was ended
     };
 
     explicit ConnectionRoster(const ConnectionLimits& limits);
 
-    /// Whoever is given up for the new one, it is given up when this returns: the new one itself if all others download.
+    /// The connection that ends for the new one has ended when this returns: the new one itself if all others are busy.
     Entry enter(Member& member);
     void leave(Member& member);
 
-    /// The member was of use: of all it has been waiting shortest now.
+    /// The member was of use: of all it has waited shortest now.
     void waitsAnew(Member& member);
 
     /// False when too many download, altogether or from that address.
     [[nodiscard]] bool beginDownload(Member& member);
     void endDownload(Member& member);
+
+    /// While the handler has a request of the member and has not answered it.
+    void setAnswering(Member& member, bool isAnswering) { member.m_isAnswering = isAnswering; }
 
     [[nodiscard]] std::size_t size() const { return m_members.size(); }
 
@@ -78,4 +74,4 @@ private:
     std::uint64_t m_lastTurn = 0;
 };
 
-} // namespace MediaServer
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "Door.hpp"
+
+#include <boost/asio/basic_socket_acceptor.hpp>
+#include <boost/asio/generic/stream_protocol.hpp>
+#include <boost/asio/steady_timer.hpp>
+
+namespace Http
+{
+/// Accepts the connections of one door. On the server's thread; borrows the door, which outlives it.
+class Listener
+{
+public:
+    Listener(boost::asio::io_context& context, Door& door);
+    ~Listener();
+
+    /// Where it listens now, or a sentence for the operator.
+    [[nodiscard]] tl::expected<Server::Listening, QString> open(const Address& address);
+    void acceptNext();
+    /// Accepts nothing any more; removes the file of a Unix socket.
+    void close();
+
+private:
+    using Protocol = boost::asio::generic::stream_protocol;
+
+    [[nodiscard]] QString openTcp(const Address& address);
+    [[nodiscard]] QString openUnixSocket(const QString& path);
+    void accept(boost::system::error_code error);
+    void letIn(Protocol::socket socket);
+
+    boost::asio::io_context& m_context;
+    Door& m_door;
+    boost::asio::basic_socket_acceptor<Protocol> m_acceptor;
+    boost::asio::steady_timer m_pause;
+    RareWarning m_acceptFailed;
+    std::string m_socketFile; ///< to be removed
+};
+}
