@@ -8,12 +8,59 @@
 #include <QNetworkRequest>
 #include <QTimer>
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <stdexcept>
+#include <utility>
 
 namespace Host
 {
-/// One command and its answer; a child of its reply, which it outlives by nothing.
+namespace
+{
+/// JSON's numbers are doubles. From 2^53 on a code may stand for its neighbour; codes from 2^63 on arrive here negative.
+constexpr double kFirstInexactCode = 9007199254740992.0;
+
+bool hasExactCode(const QJsonObject& command)
+{
+    const QJsonValue code = command.value(QLatin1String("tessel"));
+    return !code.isDouble() || (code.toDouble() >= 0.0 && code.toDouble() < kFirstInexactCode);
+}
+
+bool reportsSuccess(const QJsonObject& answer)
+{
+    const QJsonValue success = answer.value(QLatin1String("success"));
+    return success.toBool() || success.toString() == QLatin1String("true");
+}
+
+/// The bytes of a POST, which can be read once only. When a connection closes without an answer, QNetworkAccessManager sends a
+/// body that it can rewind a second time; the server may have carried out the first. With this body the reply fails with
+/// ContentReSendError instead.
+class UnrepeatableBody final : public QIODevice
+{
+public:
+    explicit UnrepeatableBody(QByteArray bytes) : m_bytes(std::move(bytes)) { open(QIODevice::ReadOnly | QIODevice::Unbuffered); }
+
+    [[nodiscard]] qint64 size() const override { return m_bytes.size(); }
+    bool reset() override { return false; }
+
+protected:
+    qint64 readData(char* data, qint64 maxSize) override
+    {
+        const qint64 size = std::min(maxSize, m_bytes.size() - m_read);
+        std::memcpy(data, m_bytes.constData() + m_read, std::size_t(size));
+        m_read += size;
+        return size > 0 || maxSize == 0 ? size : -1;
+    }
+    qint64 writeData(const char*, qint64) override { return -1; }
+
+private:
+    QByteArray m_bytes;
+    qint64 m_read = 0;
+};
+}
+
+/// One command and its answer. A child of its reply.
 class MediaServerService::Exchange final : public QObject
 {
 public:
@@ -64,7 +111,8 @@ private:
         const int status = m_reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
         // Qt reports an error status as an error, too; those of the connection itself have numbers below.
         const QNetworkReply::NetworkError error = m_reply.error();
-        if (error == QNetworkReply::RemoteHostClosedError || isCutShort())
+        if (error == QNetworkReply::RemoteHostClosedError || (error == QNetworkReply::ContentReSendError && status == 0)
+            || isCutShort())
             return fail(QStringLiteral("cut the connection"));
         if (status == 0 || (error != QNetworkReply::NoError && error < QNetworkReply::ContentAccessDenied))
             return fail(QStringLiteral("cannot be reached: ") + m_reply.errorString());
@@ -72,8 +120,8 @@ private:
             return fail(
                 QStringLiteral("answered with status %1 and points elsewhere; give the address it points to").arg(status));
         const QJsonDocument document = QJsonDocument::fromJson(m_reply.readAll());
-        // An error's body may say why. One that speaks of success is from somebody else on the way.
-        const bool contradicts = status >= 400 && document.object().value(QLatin1String("success")).toBool();
+        // The body of an error may say why. With a success in it, it comes from a gateway, not from the server.
+        const bool contradicts = status >= 400 && reportsSuccess(document.object());
         if (document.isObject() && !contradicts)
             m_promise.setValue(document.object());
         else if (status >= 400)
@@ -104,13 +152,28 @@ MediaServerService::~MediaServerService() = default;
 
 folly::Future<QJsonObject> MediaServerService::request(const QJsonObject& command)
 {
-    QNetworkRequest request(m_address);
+    if (!hasExactCode(command))
+        return folly::makeFuture<QJsonObject>(std::runtime_error(
+            QStringLiteral(
+                "The media server %1 was not asked: a card's code must be from 0 to 9007199254740991 to be sent exactly")
+                .arg(m_address.toString(QUrl::RemoveUserInfo))
+                .toStdString()));
+    // Credentials go out with the first and only POST; Qt would send them in a second one.
+    QNetworkRequest request(m_address.adjusted(QUrl::RemoveUserInfo));
+    const QString credentials =
+        m_address.userName(QUrl::FullyDecoded) + QLatin1Char(':') + m_address.password(QUrl::FullyDecoded);
+    if (credentials.size() > 1)
+        request.setRawHeader("Authorization", "Basic " + credentials.toUtf8().toBase64());
+    // A kept connection may be closed by the server just when the next command is on its way.
+    request.setRawHeader("Connection", "close");
     request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
     request.setRawHeader("Accept", "application/json");
     // Set by hand so that Qt unpacks nothing: a packed answer could be far larger than it looks.
     request.setRawHeader("Accept-Encoding", "identity");
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
-    QNetworkReply* reply = m_network.post(request, QJsonDocument(command).toJson(QJsonDocument::Compact));
+    auto* body = new UnrepeatableBody(QJsonDocument(command).toJson(QJsonDocument::Compact));
+    QNetworkReply* reply = m_network.post(request, body);
+    body->setParent(reply);
     auto* exchange = new Exchange(*reply, m_timeoutMs);
     return exchange->future();
 }

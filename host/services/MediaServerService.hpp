@@ -9,18 +9,21 @@
 namespace Host
 {
 /// The media server, reached by JSON over HTTP POST. Main thread only; futures are completed there.
-/// A future fails with a text for people: the server is away, is too slow, sends too much, answers with an error status, with
-/// a redirection (not followed: commands go to the address that was configured) or with something that is no JSON object.
-/// A JSON object that comes with an error status is an answer like any other.
+/// A future fails with a text for people: the server is away, is too slow, sends too much, closes the connection, answers with
+/// an error status, with a redirection (not followed: commands go to the address that was configured) or with something that is
+/// no JSON object. A JSON object that comes with an error status is an answer like any other, unless it reports a success.
+/// Each command is sent at most once, on a connection of its own. A command whose "tessel" is a number outside 0 to 2^53 − 1,
+/// which JSON cannot carry exactly, fails without being sent.
 class MediaServerService final : public Tavola::ServiceInstance, public Tavola::JSONServerServiceAPI
 {
 public:
     /// Answers are short; a longer one is refused.
     static constexpr qint64 kLargestAnswerBytes = 1 << 20;
 
-    /// `timeoutSeconds` bounds a whole exchange, however many bytes trickle in meanwhile.
+    /// `timeoutSeconds` bounds a whole exchange, however slowly its bytes arrive. A user name and password in `address` are sent
+    /// as Basic credentials.
     MediaServerService(const QUrl& address, double timeoutSeconds);
-    /// What is under way fails.
+    /// Fails the futures of the commands that are under way.
     ~MediaServerService() override;
 
     folly::Future<QJsonObject> request(const QJsonObject& command) override;

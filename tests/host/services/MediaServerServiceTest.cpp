@@ -108,7 +108,10 @@ TEST_CASE("media server service: a JSON object with an error status is an answer
 
 TEST_CASE("media server service: an error status without a JSON object, or with one that speaks of success, is told by number")
 {
-    CHECK(askOf(reply("500 Oops", R"({"success": true})")).failure == "answered with status 500");
+    for (const char* success : {"true", "\"true\""}) {
+        CAPTURE(success);
+        CHECK(askOf(reply("500 Oops", QByteArray(R"({"success": )") + success + '}')).failure == "answered with status 500");
+    }
     CHECK(askOf(reply("500 Oops", "<html>")).failure == "answered with status 500");
     CHECK(askOf(reply("503 Busy", "")).failure == "answered with status 503");
     CHECK(askOf(reply("404 Not Found", "[1]")).failure == "answered with status 404");
@@ -197,6 +200,71 @@ TEST_CASE("media server service: a connection that is cut is no answer")
     // Only the JSON can tell where the last chunk should have ended.
     const std::string failure = askOf("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n40\r\n{\"success\": tr").failure;
     CHECK((failure == "cut the connection" || failure == "sent no JSON object"));
+}
+
+TEST_CASE("media server service: a command is sent once only, also when the connection closes without an answer")
+{
+    struct Row
+    {
+        const char* name;
+        std::size_t answered; ///< so many commands are answered, on connections that the server would keep
+    };
+    for (const Row& row : {Row{"on a fresh connection", 0}, Row{"after an answered command", 1}, Row{"after two", 2}}) {
+        CAPTURE(row.name);
+        AnsweringServer server([&](QTcpSocket& socket) {
+            if (server.requests().size() <= row.answered)
+                socket.write(reply("200 OK", "{}", "Connection: keep-alive\r\n"));
+            else
+                socket.disconnectFromHost();
+        });
+        MediaServerService service(addressOf(server.port()), 5.0);
+        for (std::size_t i = 0; i <= row.answered; ++i) {
+            const auto outcome = watch(service.request({{"number", int(i)}}));
+            REQUIRE(pumpUntil([&] { return outcome->isThere(); }));
+            CHECK(outcome->answer.has_value() == (i < row.answered));
+            CHECK(server.requests().size() == i + 1);
+            CHECK(server.requests().back().contains("\r\nConnection: close\r\n"));
+        }
+    }
+}
+
+TEST_CASE("media server service: a name and a password in the address go out with the command, and stand in no message")
+{
+    AnsweringServer server(reply("200 OK", "{}"));
+    QUrl address = addressOf(server.port());
+    address.setUserInfo(QStringLiteral("table:sec%20ret"));
+    MediaServerService service(address, 5.0);
+    const auto outcome = watch(service.request(kCommand));
+    REQUIRE(pumpUntil([&] { return outcome->isThere(); }));
+    CHECK(outcome->answer == QJsonObject());
+    REQUIRE(server.requests().size() == 1);
+    CHECK(server.requests().front().contains("\r\nAuthorization: Basic " + QByteArray("table:sec ret").toBase64() + "\r\n"));
+
+    const auto refused = watch(service.request({{"tessel", -1}}));
+    CHECK(refused->failure.find("sec") == std::string::npos);
+}
+
+TEST_CASE("media server service: a card's code that JSON cannot carry exactly is refused and not sent")
+{
+    AnsweringServer server(reply("200 OK", "{}"));
+    MediaServerService service(addressOf(server.port()), 5.0);
+    const unsigned long refused[] = {9007199254740992ul, 9007199254740993ul, 1ul << 60, 1ul << 63, ~0ul};
+    for (const unsigned long code : refused) {
+        CAPTURE(code);
+        const auto outcome = watch(service.request({{"command", "getuserpage"}, {"tessel", qint64(code)}}));
+        CHECK(outcome->failure
+              == "The media server " + addressOf(server.port()).toString().toStdString()
+                  + " was not asked: a card's code must be from 0 to 9007199254740991 to be sent exactly");
+    }
+    const qint64 sent[] = {0, 1001, 9007199254740991};
+    for (const qint64 code : sent) {
+        CAPTURE(code);
+        const auto outcome = watch(service.request({{"command", "getuserpage"}, {"tessel", code}}));
+        REQUIRE(pumpUntil([&] { return outcome->isThere(); }));
+        CHECK(outcome->answer);
+        CHECK(server.requests().back().contains("\"tessel\":" + QByteArray::number(code)));
+    }
+    CHECK(server.requests().size() == std::size(sent));
 }
 
 TEST_CASE("media server service: a length that is too short cuts the answer, which is then none")
