@@ -8,8 +8,8 @@
 
 namespace Tavola
 {
-/// Which card codes a detector takes as its own: single codes and ranges, as the text "10,20-25,30" says.
-/// Without an entry every code is valid.
+/// The card codes that a detector accepts: single codes and ranges, read from a text such as "10,20-25,30".
+/// Without an entry every code is valid. A value; one thread.
 struct MarkerFilters
 {
     struct CodeRange
@@ -22,7 +22,7 @@ struct MarkerFilters
 
     MarkerFilters();
 
-    /// Reads the text in place of what was read before. An entry that is none is logged as an error and skipped.
+    /// Replaces all entries by those of `text`. A malformed entry is logged as an error and skipped.
     void parse(const QString& text);
     [[nodiscard]] bool validCode(std::uint64_t code) const;
 
@@ -31,6 +31,7 @@ struct MarkerFilters
     std::vector<CodeRange> codeRanges;
 
 private:
+    /// Adds one entry; false when it is malformed.
     bool parseEntry(const QString& entry);
 };
 }

@@ -6,6 +6,7 @@
 #include "personalspace/PersonalSpaceContentWidget.hpp"
 #include "personalspace/PersonalSpaceWidget.hpp"
 
+#include <Bedrock/FlagGuard.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Tavola/ServiceProvider.hpp>
 #include <Tavola/Tavola.hpp>
@@ -33,12 +34,21 @@ Facet::AttributeT<Mode>::Names modeNames()
             {QLatin1String("direct-email"), Mode::DirectEmail}};
 }
 
+/// Null without an application.
 std::shared_ptr<TesselServiceCache> markerCache()
 {
-    return Tavola::instance()->services()->tesselServiceCache();
+    const auto application = Tavola::instance();
+    return application ? application->services()->tesselServiceCache() : nullptr;
 }
 
-/// Above the content that the card was put on, which is raised itself when it is touched in this frame.
+/// Null without an application or a marker service.
+std::shared_ptr<TesselServiceAPI> markerService()
+{
+    const auto application = Tavola::instance();
+    return application ? application->services()->tesselService() : nullptr;
+}
+
+/// Raises a widget above the content that the card was put on: a touch in this frame may raise that content once more.
 void raiseAfterUpdate(Trellis::Widget& widget)
 {
     Facet::Node::invokeAfterUpdate([weak = Bedrock::IntrusiveWeakPtr<Trellis::Widget>(&widget)] {
@@ -47,7 +57,7 @@ void raiseAfterUpdate(Trellis::Widget& widget)
     });
 }
 
-/// What is known of the owner of a card; an empty record where nothing is.
+/// The record of a card's owner; an empty one where the card has none.
 TesselServiceAPI::PersonalMarkerProperties ownerOf(const MarkerProperties& properties)
 {
     const auto* personal = properties.personalProperties();
@@ -77,7 +87,8 @@ bool PersonalTesselDetectorWidget::validCode(unsigned long code) const
 
 std::shared_ptr<PersonalTesselDetectorInstance> PersonalTesselDetectorWidget::instance() const
 {
-    return std::dynamic_pointer_cast<PersonalTesselDetectorInstance>(Tavola::instance()->widgetInstance(id()));
+    const auto application = Tavola::instance();
+    return application ? std::dynamic_pointer_cast<PersonalTesselDetectorInstance>(application->widgetInstance(id())) : nullptr;
 }
 
 float PersonalTesselDetectorWidget::handAngle(const Tactile::Marker& marker) const
@@ -94,7 +105,7 @@ bool PersonalTesselDetectorWidget::shouldGrab(Trellis::GrabManager& grabManager,
         return false;
     const auto cache = markerCache();
     const unsigned long code = object.code();
-    if (!cache->isCached(code))
+    if (!cache || !cache->isCached(code))
         return false;
     if (!validCode(code) && !rejectedCodesFolder())
         return false;
@@ -120,8 +131,11 @@ void PersonalTesselDetectorWidget::markerDown(Tactile::Marker marker, Trellis::G
             folder->personalMarkerDown(marker);
         return;
     }
-    const PersonalMarkerProperties owner = ownerOf(markerCache()->markerProperties(code));
-    // The marker service has a widget of its own for this card; a personal space is never opened in its place.
+    const auto cache = markerCache();
+    if (!cache)
+        return;
+    const PersonalMarkerProperties owner = ownerOf(cache->markerProperties(code));
+    // The marker service provides the widget of this card; a personal space is never opened in its place.
     if (!owner.contentKey.isEmpty()) {
         handlePersonalMarker(marker, grabManager, true);
         return;
@@ -131,7 +145,7 @@ void PersonalTesselDetectorWidget::markerDown(Tactile::Marker marker, Trellis::G
 
 void PersonalTesselDetectorWidget::markerUp(Tactile::Marker marker, Trellis::GrabManager& grabManager)
 {
-    // A personal space stays when its card is lifted; only folders hear of it.
+    // A personal space stays when its card is lifted; only folders receive the event.
     if (validCode(marker.code()))
         handlePersonalMarker(marker, grabManager, false);
     else if (const auto folder = rejectedCodesFolder())
@@ -143,7 +157,7 @@ void PersonalTesselDetectorWidget::handlePersonalMarker(const Tactile::Marker& m
 {
     const unsigned long code = marker.code();
     QString failure = QString::fromUtf8("Got null widget");
-    if (const auto service = Tavola::instance()->services()->tesselService()) {
+    if (const auto service = markerService()) {
         const auto widget = service->personalWidget(code);
         if (!widget) {
             failure = widget.error();
@@ -190,7 +204,7 @@ void PersonalTesselDetectorWidget::tesselOnWidget(Trellis::Widget& content, Tact
         return;
     const auto cache = markerCache();
     const unsigned long code = marker.code();
-    if (!cache->isCached(code))
+    if (!cache || !cache->isCached(code))
         return;
     const MarkerProperties properties = cache->markerProperties(code);
     const bool personal = properties.type() == MarkerProperties::kPersonal;
@@ -218,11 +232,14 @@ void PersonalTesselDetectorWidget::tesselOnWidget(Trellis::Widget& content, Tact
 void PersonalTesselDetectorWidget::emailWidget(Trellis::Widget& content, const PersonalMarkerProperties& properties,
                                                const Vecta::Vector2T<float>& scenePoint, float angle)
 {
+    const auto application = Tavola::instance();
+    if (!application)
+        return;
     const auto popup = Bedrock::dynamicPointerCast<EmailSendingPopupWidget>(
-        Tavola::instance()->ui()->createStockWidget(QString::fromUtf8("email-widget-popup"), "main"));
+        application->ui()->createStockWidget(QString::fromUtf8("email-widget-popup"), "main"));
     if (!popup)
         return;
-    const auto mainWidget = Tavola::instance()->ui()->mainWidget();
+    const auto mainWidget = application->ui()->mainWidget();
     mainWidget->addChild(popup);
     popup->setLocation(mainWidget->mapFromScene(scenePoint));
     popup->raiseToTop(false);
@@ -242,10 +259,13 @@ void PersonalTesselDetectorWidget::update(const Trellis::FrameInfo& /*frame*/)
 
 void PersonalTesselDetectorWidget::pickupIdleMarkers()
 {
-    m_pickingUp = true;
-    Trellis::GrabManager& grabManager = *Trellis::Application::instance()->grabManager();
+    const auto application = Tavola::instance();
     const auto cache = markerCache();
-    auto* hostDetector = Tavola::instance()->ui()->internalOverlayWidget()->findByType("MarkerDetectorWidget");
+    if (!application || !cache)
+        return;
+    const Bedrock::FlagGuard pickingUp(m_pickingUp);
+    Trellis::GrabManager& grabManager = *Trellis::Application::instance()->grabManager();
+    auto* hostDetector = application->ui()->internalOverlayWidget()->findByType("MarkerDetectorWidget");
 
     const std::vector<Tactile::Marker> markers = grabManager.currentSample().markers;
     for (const Tactile::Marker& marker : markers) {
@@ -263,6 +283,5 @@ void PersonalTesselDetectorWidget::pickupIdleMarkers()
             grabManager.transferGrab(marker.id(), hostDetector->inputGrabber());
         }
     }
-    m_pickingUp = false;
 }
 }

@@ -23,7 +23,7 @@ void reportCard(Trellis::Widget& widget, std::int64_t markerId)
         return;
     std::vector<PersonalTesselDetectorWidget*> detectors;
     for (Trellis::Widget* found : application.mainLayer()->findAllByType("PersonalTesselDetectorWidget"))
-        // A widget may call itself a detector without being one.
+        // Any widget may have this type name; only the class counts.
         if (auto* detector = dynamic_cast<PersonalTesselDetectorWidget*>(found))
             detectors.push_back(detector);
     if (detectors.empty())
@@ -70,7 +70,7 @@ void WidgetTesselDetectorOperator::removed(Trellis::Widget& widget)
 std::unique_ptr<Facet::Attribute> createTrackTesselsAttribute(Trellis::Widget& widget, const QByteArray& name)
 {
     auto attribute = std::make_unique<Facet::AttributeT<bool>>(&widget, name, false);
-    // The attribute belongs to the widget, so neither outlives the listener.
+    // The widget owns the attribute, and the attribute its listener, which therefore never outlives either.
     attribute->addListener([&widget, tracked = attribute.get()] { trackingChanged(widget, tracked->value()); },
                            Facet::Attribute::kValueChanged);
     return attribute;

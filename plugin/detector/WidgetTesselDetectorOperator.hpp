@@ -19,8 +19,8 @@ class Widget;
 
 namespace Tavola
 {
-/// Reports each card that is put on its widget to the table's personal marker detector, which collects the widget. Attached by
-/// the attribute "track-tessels-on-widget". CSS type "WidgetTesselDetectorOperator". Main thread only.
+/// Passes each card that is put on its widget to the first personal marker detector of the table, which collects the widget.
+/// Attached by the attribute "track-tessels-on-widget". CSS type "WidgetTesselDetectorOperator". Main thread only.
 class WidgetTesselDetectorOperator final : public Trellis::Operator
 {
 public:
@@ -33,7 +33,7 @@ private:
     Facet::Node::ListenerId m_listener = 0;
 };
 
-/// Makes the attribute "track-tessels-on-widget" (bool, false) of a widget: true attaches an operator, false removes every
-/// one there is. Called by the style engine when a style sheet first names the attribute for the widget.
+/// Creates the attribute "track-tessels-on-widget" (bool, false) of a widget: true attaches an operator, false removes all of
+/// them. The style engine calls this when a style first names the attribute for the widget.
 [[nodiscard]] std::unique_ptr<Facet::Attribute> createTrackTesselsAttribute(Trellis::Widget& widget, const QByteArray& name);
 }

@@ -15,11 +15,11 @@ namespace Tavola
 {
 namespace
 {
-/// Attaches a local file under its own name.
+/// Attaches a local file under its name without directory; logs a warning when it cannot be opened.
 void attachFile(EmailMessage& message, const QString& path)
 {
     auto file = std::make_unique<QFile>(path);
-    // Opening a named pipe would wait for somebody to write into it, and the table with it.
+    // Opening a named pipe would block the main thread until another process writes into it.
     if (!QFileInfo(path).isFile() || !file->open(QIODevice::ReadOnly)) {
         Bedrock::Trace::warning("createMessage # Failed to open file %s for reading", path.toUtf8().constData());
         return;
@@ -27,7 +27,7 @@ void attachFile(EmailMessage& message, const QString& path)
     message.addAttachment(QFileInfo(path).fileName(), std::move(file), QString::fromUtf8("application/octet-stream"));
 }
 
-/// Each link on a line of its own, with an empty line between two.
+/// Each link on a line of its own, with an empty line between two links.
 QString linksText(const QStringList& links)
 {
     QString text;
@@ -54,7 +54,8 @@ QList<Attachment> parseAttachments(const FileRepresentation::FileData& data)
 boost::expected<EmailMessage, QString> createMessage(const QList<Attachment>& attachments, const QString& name,
                                                      const QString& address)
 {
-    const std::shared_ptr<EmailServiceAPI> service = Tavola::instance()->services()->emailService(QString());
+    const auto application = Tavola::instance();
+    const std::shared_ptr<EmailServiceAPI> service = application ? application->services()->emailService(QString()) : nullptr;
     if (!service)
         return boost::make_unexpected(QString::fromUtf8("No email service configured"));
 

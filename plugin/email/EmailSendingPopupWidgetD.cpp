@@ -66,8 +66,8 @@ void EmailSendingPopupWidget::D::addContent(Trellis::Widget& content)
 {
     widgetId = content.id();
     const auto representation = fileRepresentationOf(Bedrock::IntrusivePtr<Trellis::Widget>(&content));
-    // The continuation keeps the representation until the files have arrived. Content that throws has failed like content
-    // whose future does.
+    // The continuation keeps the representation until the files have arrived. An exception out of files() counts as a failed
+    // future.
     afterUpdate(folly::makeFutureWith([&] { return representation->files(); }),
                 [weak = WeakPopup(&owner), representation](folly::Try<FileRepresentation::FileData>&& files) {
                     const auto popup = weak.lock();

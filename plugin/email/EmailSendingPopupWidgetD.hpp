@@ -15,19 +15,20 @@
 
 namespace Tavola
 {
-/// State and inner workings of a popup. Owned by its widget.
+/// The private part of a popup. Owned by its widget. Main thread only.
 ///
 ///     waiting-to-send ──send button, files known──▶ sending-email ──▶ email-successful ┐
-///            (ready at once without confirmation)        └──────────▶ email-failed ────┴─ 10 idle seconds ─▶ gone
+///            (ready at once without confirmation)        └──────────▶ email-failed ────┴─ 10 idle seconds ─▶ deleted
 struct EmailSendingPopupWidget::D
 {
     explicit D(EmailSendingPopupWidget& widget);
 
-    /// Second half of the widget's construction: children and their listeners.
+    /// Creates the children and their listeners, once the widget holds this object.
     void build();
 
+    /// Asks for the files of `content`; they arrive after a frame's update.
     void addContent(Trellis::Widget& content);
-    /// Sends once the files are known and sending is allowed, whichever comes last.
+    /// Sends the message. Does nothing until the files are known and sending is allowed.
     void emailContents();
     void emailSuccessful();
     void handleError(const QString& error);

@@ -49,7 +49,8 @@ void EnvelopeWidget::renderContent(Lantern::RenderContext& context) const
     Lantern::Style style;
     style.setNoFill().setStroke(kStroke.premultiplied(), kStrokeWidthPx);
 
-    // Neither wrapped nor guarded: any angle is good, and one that is no number shows nothing sensible for its owner to see.
+    // The angle is not wrapped: the context accepts any. An animation time of 0 gives an angle that is no number, which the style
+    // sheet has asked for.
     const float progress = m_elapsed / *m_animationTime;
     const float from = static_cast<float>(progress * kTwoPi);
     const Vecta::Vector2f extent = size();

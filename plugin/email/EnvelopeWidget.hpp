@@ -4,8 +4,8 @@
 
 namespace Tavola
 {
-/// The picture of an envelope, with a turning ring over it while "draw-progress" is on. CSS type "EnvelopeWidget", class
-/// "envelope". Picture, size and the time of the ring come from the style sheet.
+/// The picture of an envelope, with a rotating ring over it while "draw-progress" is true. CSS type "EnvelopeWidget", class
+/// "envelope". Picture and size come from the style sheet. Main thread only.
 ///
 /// Attributes: "draw-progress" (bool, false), "animation-time" (seconds for a full turn, 4).
 class EnvelopeWidget final : public Trellis::ImageWidget
@@ -22,6 +22,6 @@ private:
 
     Facet::AttributeT<bool> m_drawProgress{this, "draw-progress", false};
     Facet::AttributeT<float> m_animationTime{this, "animation-time", 4.f};
-    float m_elapsed = 0.f; ///< seconds that the ring has been on since "draw-progress" last changed
+    float m_elapsed = 0.f; ///< seconds with "draw-progress" true since it last changed
 };
 }

@@ -40,7 +40,8 @@ MarkerTrackerOperator::~MarkerTrackerOperator() = default;
 void MarkerTrackerOperator::setWidget(Trellis::Widget& item)
 {
     m_item = &item;
-    turnAtStart(item);
+    if (followsOn(item))
+        turnAtStart(item);
     markManual(item);
     if (auto* taker = dynamic_cast<MarkerTaker*>(&item))
         if (const auto marker = markerOnTable(m_markerId))
@@ -54,8 +55,21 @@ void MarkerTrackerOperator::setMenuNode(ContentMenuWidget& menu, unsigned long n
     const auto target = getTargetWidget();
     if (!target)
         return;
-    turnAtStart(*target);
+    if (followsOn(menu))
+        turnAtStart(*target);
     markManual(*target);
+}
+
+bool MarkerTrackerOperator::followsOn(Trellis::Widget& carrier)
+{
+    // Rules match an operator as a child of its widget, and the item is rotated before the tracker is added to it.
+    const bool isAdded = styleParent() != nullptr;
+    if (!isAdded)
+        setStyleParent(&carrier);
+    const bool follows = m_moveWithMarker.value();
+    if (!isAdded)
+        setStyleParent(nullptr);
+    return follows;
 }
 
 void MarkerTrackerOperator::markManual(Trellis::Widget& target)
@@ -68,8 +82,6 @@ void MarkerTrackerOperator::markManual(Trellis::Widget& target)
 
 void MarkerTrackerOperator::turnAtStart(Trellis::Widget& target)
 {
-    if (!m_moveWithMarker.value())
-        return;
     // Only the orientation is to change.
     const Vecta::Vector2T<float> location = target.location();
     target.setRotationAboutScenePoint(m_lastRotation + m_rotationOffset, m_lastCenter);
@@ -105,7 +117,7 @@ void MarkerTrackerOperator::moveWith(const Tactile::Marker& marker)
     if (!target || !target->parent())
         return;
     const float change = marker.rotation() - m_lastRotation;
-    // A card that lies still moves nothing, and a widget that a visitor drags meanwhile is left to them.
+    // A card that lies still moves nothing, so that the item is the visitor's to drag meanwhile, and rounding adds up to nothing.
     if (change == 0.f && marker.centerLocation() == m_lastCenter)
         return;
     const Trellis::Widget& parent = *target->parent();
@@ -132,7 +144,7 @@ void MarkerTrackerOperator::removed(Trellis::Widget& /*widget*/)
 {
     if (const auto target = getTargetWidget())
         target->removeCSSClass(kManualControl);
-    // A menu that is told to close a node knows its widget no more, while that still fades away.
+    // A menu has no widget for a node that it closes, while that widget still fades out.
     if (const auto marked = m_marked.lock())
         marked->removeCSSClass(kManualControl);
 }

@@ -33,7 +33,7 @@ void PersonalFolderWidget::personalMarkerDown(const Tactile::Marker& marker)
     const auto opened = m_openedByMarker.find(marker.id());
     if (opened == m_openedByMarker.end())
         return;
-    // Dismissing may reach back here; the entry is gone by then.
+    // A dismiss action may call this function again: the entry is erased first.
     const auto trackers = std::move(opened->second);
     m_openedByMarker.erase(opened);
     for (const auto& weak : trackers)
@@ -50,7 +50,8 @@ void PersonalFolderWidget::personalMarkerUp(const Tactile::Marker& marker)
 void PersonalFolderWidget::createContents(const Tactile::Marker& marker)
 {
     const auto application = Tavola::instance();
-    const auto instance = std::dynamic_pointer_cast<PersonalFolderWidgetInstance>(application->widgetInstance(id()));
+    const auto instance =
+        application ? std::dynamic_pointer_cast<PersonalFolderWidgetInstance>(application->widgetInstance(id())) : nullptr;
     if (!instance)
         return;
     const auto mainWidget = application->ui()->mainWidget();

@@ -1,20 +1,11 @@
 #include "folder/PersonalFolderWidgetInstance.hpp"
 
+#include <Bedrock/Guarded.hpp>
 #include <Tavola/Component.hpp>
 #include <Trellis/Widget.hpp>
 
 namespace Tavola
 {
-namespace
-{
-Bedrock::IntrusivePtr<Trellis::Widget> createContentWidget(Component& component)
-{
-    auto* ui = dynamic_cast<UIComponent*>(&component);
-    const auto instance = ui ? ui->createInstance() : nullptr;
-    return instance ? instance->widget() : nullptr;
-}
-}
-
 PersonalFolderWidgetInstance::PersonalFolderWidgetInstance(std::shared_ptr<Component> component,
                                                            Bedrock::IntrusivePtr<Trellis::Widget> widget)
     : WidgetInstance(std::move(component), std::move(widget))
@@ -29,9 +20,16 @@ std::vector<Bedrock::IntrusivePtr<Trellis::Widget>> PersonalFolderWidgetInstance
     const auto folder = std::dynamic_pointer_cast<UIComponent>(component());
     if (!folder)
         return widgets;
-    for (const auto& assignment : folder->assignments(relative ? m_relativeSlot : m_absoluteSlot))
-        if (const auto widget = createContentWidget(*assignment))
-            widgets.push_back(widget);
+    for (const auto& assignment : folder->assignments(relative ? m_relativeSlot : m_absoluteSlot)) {
+        auto* const content = dynamic_cast<UIComponent*>(assignment.get());
+        if (!content)
+            continue;
+        // An exception costs this assignment alone.
+        Bedrock::guarded("PersonalFolderWidgetInstance::createContents # Failed to create a widget", [&] {
+            if (const auto widget = content->createContentWidget())
+                widgets.push_back(widget);
+        });
+    }
     return widgets;
 }
 }

@@ -8,15 +8,15 @@
 
 namespace Tavola
 {
-/// The host's side of a personal folder: makes what its two slots hold. Main thread only.
+/// The host's side of a personal folder: creates the contents of its two slots. Owned by the host. Main thread only.
 class PersonalFolderWidgetInstance final : public WidgetInstance
 {
 public:
     PersonalFolderWidgetInstance(std::shared_ptr<Component> component, Bedrock::IntrusivePtr<Trellis::Widget> widget);
     ~PersonalFolderWidgetInstance() override;
 
-    /// New widgets of the components in the slot "content-widget-relative" or "content-widget-absolute", in order; a component
-    /// whose widget cannot be made is skipped.
+    /// New widgets, one for each component in the slot "content-widget-relative" or "content-widget-absolute", in order. A
+    /// component that is no UIComponent, that creates no widget or that throws (logged as an error) is skipped.
     [[nodiscard]] std::vector<Bedrock::IntrusivePtr<Trellis::Widget>> createContents(bool relative) const;
 
 private:

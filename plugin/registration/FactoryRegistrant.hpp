@@ -14,9 +14,9 @@
 
 namespace Tavola
 {
-/// Makes a component known to the host for as long as the registrant lives. As a static object of a plug-in it does so from
-/// load to unload. Without an application nothing happens; a component that no package declares is reported to the operator
-/// and stays unknown. T is the component's class. To be made and destroyed on the main thread.
+/// Keeps a component in the host's factory table for as long as the registrant lives; a static object of a plug-in does so from
+/// load to unload. Without an application it does nothing; a component that no package declares is reported to the operator
+/// and is not registered. T is the component's class. Construct and destroy on the main thread.
 template <class T>
 class FactoryRegistrant
 {
@@ -49,7 +49,7 @@ public:
     ~FactoryRegistrant()
     {
         const std::shared_ptr<Tavola> application = Tavola::weakInstance().lock();
-        // The entry belongs to the table of the application that gave it; another one may have taken its place since.
+        // The entry belongs to the table of the application that returned it, not to that of a later application.
         if (application && m_entry && application == m_application.lock())
             application->unregisterFactory(*m_entry);
     }

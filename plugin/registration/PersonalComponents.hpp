@@ -7,7 +7,7 @@ namespace Tavola
 class CustomWidgetInstanceComponent;
 class WidgetComponent;
 
-/// The components that the plug-in offers, each as the host's factory table wants it: a function that makes a new one.
+// The creation functions of the plug-in's components, for the host's factory table. Each returns a new component. Main thread.
 
 /// "personal-space-widget"
 [[nodiscard]] std::shared_ptr<WidgetComponent> makePersonalSpaceComponent();

@@ -1,5 +1,5 @@
-// What the plug-in offers, made known to the host by static objects while the library is loaded. They live in this one file,
-// so that they register in this order and leave in the reverse one.
+// The static registrants of the plug-in's components and attributes. They are in one file, so that they register in this order
+// when the library is loaded, and unregister in the reverse order when it is unloaded.
 
 #include "detector/WidgetTesselDetectorOperator.hpp"
 #include "registration/FactoryRegistrant.hpp"

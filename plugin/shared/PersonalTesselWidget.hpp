@@ -5,8 +5,8 @@
 
 namespace Tavola
 {
-/// Base of the widgets that open for a personal card. Whoever creates one gives it the card's code first, then what is known of
-/// its owner, and then adds it to the tree, which owns it. Main thread only.
+/// Base of the widgets that open for a personal card. The detector sets the card's code first, then the owner's record, and then
+/// adds the widget to the tree, which owns it. Main thread only.
 class PersonalTesselWidget : public Trellis::Widget
 {
 public:
@@ -15,7 +15,7 @@ public:
 
     /// The card's identity. May be called again for another card.
     virtual void setCode(unsigned long code) = 0;
-    /// The card's owner; an empty record where nobody is known.
+    /// The card's owner; an empty record for a card without one.
     virtual void setProperties(const TesselServiceAPI::PersonalMarkerProperties& properties) = 0;
 };
 }

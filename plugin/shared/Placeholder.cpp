@@ -4,7 +4,7 @@ namespace Tavola
 {
 namespace
 {
-/// Whether QString::arg finds anything to replace: a percent sign and a digit, with or without an L between them.
+/// Whether QString::arg would replace something: a percent sign and a digit, with or without an L between them.
 bool hasPlaceholder(const QString& text)
 {
     for (int i = text.indexOf(QLatin1Char('%')); i >= 0; i = text.indexOf(QLatin1Char('%'), i + 1)) {
