@@ -16,6 +16,7 @@
 #include <Trellis/Application.hpp>
 #include <Trellis/GrabManager.hpp>
 #include <Trellis/InputGrabber.hpp>
+#include <Vecta/Angle.hpp>
 
 namespace Tavola
 {
@@ -23,8 +24,6 @@ namespace
 {
 using Mode = PersonalTesselDetectorWidget::WidgetCollectionMode;
 using MarkerProperties = TesselServiceAPI::MarkerProperties;
-
-constexpr double kRadiansPerDegree = 3.141592653589793 / 180.0;
 
 Facet::AttributeT<Mode>::Names modeNames()
 {
@@ -95,7 +94,7 @@ float PersonalTesselDetectorWidget::handAngle(const Tactile::Marker& marker) con
 {
     if (!m_rotateTowardsHand.value())
         return 0.f;
-    const double offset = static_cast<double>(m_rotationOffset.value()) * kRadiansPerDegree;
+    const double offset = Vecta::degreesToRadians(static_cast<double>(m_rotationOffset.value()));
     return static_cast<float>(static_cast<double>(marker.rotation()) + offset);
 }
 

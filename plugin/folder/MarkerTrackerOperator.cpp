@@ -8,6 +8,7 @@
 #include <Trellis/Application.hpp>
 #include <Trellis/GrabManager.hpp>
 #include <Trellis/Widget.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <vector>
 
@@ -15,7 +16,6 @@ namespace Tavola
 {
 namespace
 {
-constexpr double kRadiansPerDegree = 3.141592653589793 / 180.0;
 constexpr const char* kManualControl = "manual-control";
 
 std::optional<Tactile::Marker> markerOnTable(std::int64_t id)
@@ -28,7 +28,7 @@ MarkerTrackerOperator::MarkerTrackerOperator(const Tactile::Marker& marker, bool
                                              PersonalFolderWidget& folder, std::function<void()> dismissAction,
                                              float rotationOffsetDegrees, bool reverseMode)
     : m_moveWithMarker(this, "move-widget-with-marker", follow), m_dismiss(dismiss),
-      m_rotationOffset(static_cast<float>(static_cast<double>(rotationOffsetDegrees) * kRadiansPerDegree)),
+      m_rotationOffset(static_cast<float>(Vecta::degreesToRadians(static_cast<double>(rotationOffsetDegrees)))),
       m_manualControl(reverseMode), m_lastCenter(marker.centerLocation()), m_lastRotation(marker.rotation()),
       m_markerId(marker.id()), m_folder(&folder), m_dismissAction(std::move(dismissAction))
 {

@@ -52,7 +52,15 @@ struct LaunchTable : PluginTest::Table
 class WatchedPersonalWidget final : public Tavola::PersonalTesselWidget
 {
 public:
-    explicit WatchedPersonalWidget(Strings& log) : m_log(log) {}
+    explicit WatchedPersonalWidget(Strings& log) : m_log(log)
+    {
+        for (const char* name : {"location", "rotation"})
+            attribute(name)->addListener([this, name] {
+                if (parent() && (m_log.empty() || m_log.back().rfind(name, 0) != 0))
+                    write(name + std::string(hasCSSClass(Tavola::Utils::temporaryWidgetCSSClass()) ? " as temporary" : ""));
+            });
+        setCSSType("WatchedPersonalWidget");
+    }
     void setCode(unsigned long code) override { write("code " + std::to_string(code)); }
     void setProperties(const TesselServiceAPI::PersonalMarkerProperties& properties) override
     {
@@ -75,8 +83,31 @@ TEST_CASE("launch: a personal widget gets its code, then its owner, and is added
     });
     const auto launched = table.detector->launchPersonalWidget(table.ann, table.code, kCard, 0.f);
     REQUIRE(launched);
+    REQUIRE(log.size() >= 2);
+    log.resize(2);
     CHECK(log == Strings{"code " + std::to_string(table.code) + ", alone", "owner Ann, alone"});
     CHECK(launched->parent() == &table.host.mainWidget());
+}
+
+TEST_CASE("launch: a personal widget is placed, then turned, and is temporary content after that")
+{
+    LaunchTable table;
+    table.spaceRegistrant.reset();
+    Strings log;
+    const Tavola::FactoryRegistrant<Tavola::WidgetComponent> watched("personal-space-widget", [&log] {
+        return std::make_shared<Tavola::WidgetComponent>([&log] { return Bedrock::makeIntrusive<WatchedPersonalWidget>(log); });
+    });
+    // Out of the flow, whose layout would give it a place as well.
+    table.host.style("WatchedPersonalWidget { position: absolute; width: 100px; height: 50px }");
+    const auto launched = table.detector->launchPersonalWidget(table.ann, table.code, kCard, 0.5f);
+    REQUIRE(launched);
+    log.erase(log.begin(), log.begin() + 2); // code and owner
+    REQUIRE(log.size() >= 2);
+    CHECK(log[0] == "location, in the tree");
+    CHECK(log[1] == "rotation, in the tree");
+    for (const auto& line : log)
+        CHECK(line.find("temporary") == std::string::npos);
+    CHECK(launched->hasCSSClass(Tavola::Utils::temporaryWidgetCSSClass()));
 }
 
 TEST_CASE("launch: what opens comes to the top of the content, the table's layers keep their order")

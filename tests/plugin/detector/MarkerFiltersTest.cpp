@@ -72,10 +72,16 @@ TEST_CASE("marker filters: a range whose lower bound is not the lower one is an 
     }
 }
 
-TEST_CASE("marker filters: an entry of three pieces is an error")
+TEST_CASE("marker filters: a range is two numbers with one dash between them, anything else with a dash is an error")
 {
-    expectInvalid("1-2-3", "1-2-3,8");
-    checkCodes(filtersOf("1-2-3,8"), {8}, {1, 2, 3});
+    for (const char* entry : {"1-2-3", "1--2", "-1-2", "1-2-", "-5", "6-", "-", "--", "1-x", "x-2", "1- ", "0x1-0x9"}) {
+        CAPTURE(entry);
+        const std::string text = std::string(entry) + ",8";
+        expectInvalid(entry, text);
+        const auto filters = filtersOf(text.c_str());
+        CHECK(filters.codeRanges.empty());
+        checkCodes(filters, {8}, {0, 1, 2, 3, 5, 6});
+    }
 }
 
 TEST_CASE("marker filters: an empty entry in the middle is logged, its neighbours hold")
@@ -110,13 +116,6 @@ TEST_CASE("marker filters: a number that 64 bits do not hold is an error")
     CHECK_FALSE(filtersOf("18446744073709551616").hasFilters);
 }
 
-TEST_CASE("marker filters: a sign makes no range of an entry")
-{
-    expectInvalid("-5", "-5,6-,7");
-    expectInvalid("6-", "-5,6-,7");
-    checkCodes(filtersOf("-5,6-,7"), {7}, {5, 6});
-}
-
 TEST_CASE("marker filters: only decimal numbers are codes")
 {
     expectInvalid("0x10", "0x10,1a,3");
@@ -127,6 +126,12 @@ TEST_CASE("marker filters: only decimal numbers are codes")
 TEST_CASE("marker filters: blanks around a number are no error")
 {
     checkCodes(filtersOf(" 10 , 20 - 25 "), {10, 20, 25}, {11});
+}
+
+TEST_CASE("marker filters: an error names the entry and the text as they stand, with their blanks")
+{
+    expectInvalid(" 1 x ", " 10, 1 x ,20 ");
+    checkCodes(filtersOf(" 10, 1 x ,20 "), {10, 20}, {1});
 }
 
 TEST_CASE("marker filters: every bad entry is logged, in order, as UTF-8")

@@ -271,6 +271,33 @@ TEST_CASE("card: without an instance, or where no personal widget can be made, n
     CHECK(table.spaces().empty());
 }
 
+TEST_CASE("detector: without an application it grabs, opens and collects nothing")
+{
+    PersonTable table;
+    const auto content = table.content();
+    const auto id = table.putDown(table.code);
+    const Tactile::Marker marker = *table.card(id);
+    const auto idle = table.putDown(newCode(), {1500.f, 900.f});
+    auto& grabs = *table.host.app().grabManager();
+    table.host.destroyTavola();
+    CHECK_FALSE(table.detector->shouldGrab(grabs, marker));
+    table.detector->markerDown(marker, grabs);
+    table.detector->markerUp(marker, grabs);
+    CHECK_FALSE(table.detector->launchPersonalWidget({}, table.code, {600.f, 400.f}, 0.f));
+    table.detector->emailWidget(*content, {"Ann", "ann@example.org", {}}, {600.f, 400.f}, 0.f);
+    table.detector->tesselOnWidget(*content, marker);
+    const auto* const holder = table.holder(idle);
+    table.detector->pickupIdleMarkers();
+    CHECK(table.holder(idle) == holder);
+    table.attribute<QString>("marker-filters").setValue("1");
+    table.detector->markerDown(marker, grabs);
+    table.detector->markerUp(marker, grabs);
+    TestSupport::expectWarning("PersonalTesselDetectorWidget::handlePersonalMarker # Failed to create personal folder for code "
+                               + std::to_string(table.code) + " (Got null widget)");
+    table.detector->handlePersonalMarker(marker, grabs, true);
+    PersonalTesselDetectorWidget().update(Trellis::FrameInfo(1.f / 60.f, 0.0, 1));
+}
+
 TEST_CASE("card: spaces stay when the detector goes")
 {
     PersonTable table;
@@ -506,6 +533,36 @@ TEST_CASE("pickup: after it a card opens a space again")
 {
     PersonTable table;
     table.detector->pickupIdleMarkers();
+    (void)table.putDown(table.code);
+    CHECK(table.spaces().size() == 1);
+}
+
+TEST_CASE("pickup: one that an exception ends leaves the detector opening spaces")
+{
+    /// Throws when the layout asks for its size.
+    class Unmeasurable final : public Trellis::Widget
+    {
+    public:
+        using Trellis::Widget::Widget;
+        bool throws = false;
+        Vecta::Vector2f contentSize(float) const override
+        {
+            if (throws)
+                throw std::runtime_error("no size");
+            return {10.f, 10.f};
+        }
+    };
+    PersonTable table;
+    table.detector->removeFromParent();
+    const auto id = table.putDown(table.code);
+    const Bedrock::IntrusivePtr<Unmeasurable> sibling(new Unmeasurable(&table.host.mainWidget()));
+    table.host.mainWidget().addChild(table.detector);
+    sibling->throws = true;
+    CHECK_THROWS_AS(table.detector->pickupIdleMarkers(), std::runtime_error);
+    sibling->throws = false;
+    sibling->removeFromParent();
+    CHECK(table.spaces().empty());
+    table.lift(id);
     (void)table.putDown(table.code);
     CHECK(table.spaces().size() == 1);
 }

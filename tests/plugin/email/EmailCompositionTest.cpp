@@ -144,6 +144,15 @@ TEST_CASE("message: without an e-mail service there is none, and nothing is logg
     CHECK(TestSupport::loggedLines().empty());
 }
 
+TEST_CASE("message: without an application there is none")
+{
+    TestHost host;
+    host.destroyTavola();
+    const auto message = createMessage({}, "Ann", "ann@example.org");
+    REQUIRE_FALSE(message.has_value());
+    CHECK(message.error() == "No email service configured");
+}
+
 TEST_CASE("message: it has one recipient, and neither subject nor sender of its own")
 {
     Post post;

@@ -47,6 +47,29 @@ TEST_CASE("success: an answer that was there at once still waits for the frame")
     CHECK(classesOf(*mail.widget) == Strings{"email-successful"});
 }
 
+TEST_CASE("outcome: the sending view ends before the outcome shows")
+{
+    Mail mail;
+    mail.host.style("EmailSendingPopupWidget.email-successful .info { text: \"Sent\" }"
+                    "EmailSendingPopupWidget.email-failed .info { text: \"Not sent\" }");
+    mail.send();
+    Strings views;
+    mail.info().attribute("text")->addListener([&] { views.push_back(mail.info().text().toStdString()); });
+    SUBCASE("success")
+    {
+        mail.service->answer(0, {true, {}});
+        mail.host.frame();
+        CHECK(views == Strings{"Mail", "Sent"});
+    }
+    SUBCASE("failure")
+    {
+        expectSendFailure("no");
+        mail.service->answer(0, {false, "no"});
+        mail.host.frame();
+        CHECK(views == Strings{"Mail", "Not sent"});
+    }
+}
+
 TEST_CASE("outcome: an answer from another thread is shown in the next frame")
 {
     Mail mail;

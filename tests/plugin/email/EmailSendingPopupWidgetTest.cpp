@@ -243,6 +243,22 @@ TEST_CASE("confirming: between the waiting view and the sending view the informa
     CHECK(views == Strings{"Mail:", "On its way: sending-email"});
 }
 
+TEST_CASE("sending: the widget is counted while the popup still waits, before the view changes")
+{
+    Mail mail;
+    mail.email(true);
+    mail.giveFiles();
+    Strings views;
+    const auto before = Tavola::DataGathering::setSink([&](const Tavola::DataGathering::Event&) {
+        views = classesOf(*mail.widget);
+        views.push_back(mail.info().text().toStdString());
+    });
+    mail.tapSend();
+    (void)Tavola::DataGathering::setSink(before);
+    CHECK(views == Strings{"waiting-to-send", "Send to ann@example.org?"});
+    CHECK(classesOf(*mail.widget) == Strings{"sending-email"});
+}
+
 TEST_CASE("confirming: files that arrive first wait for the tap")
 {
     Mail mail;

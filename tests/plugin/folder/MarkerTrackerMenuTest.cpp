@@ -82,6 +82,22 @@ TEST_CASE("opening: many small moves meanwhile end where one would")
     CHECK(table.item->scale() == doctest::Approx(1.f));
 }
 
+TEST_CASE("opening: all of an item's openings end at the moved place")
+{
+    TrackerTable table;
+    table.host.mainWidget().setScale(0.8f);
+    for (int i = 0; i < 3; ++i)
+        table.item->addOperator(
+            Bedrock::makeIntrusive<LaunchedContentOperator>(i != 1, table.host.mainWidget().mapFromScene(kCard), 0.5f));
+    table.track({true, false, 0.f});
+    const Vector2f to{650.f, 380.f};
+    table.moveCard(to);
+    const auto openings = operatorsOf<LaunchedContentOperator>(*table.item);
+    REQUIRE(openings.size() == 3);
+    for (const auto* opening : openings)
+        CHECK(near(opening->point(), table.host.mainWidget().mapFromScene(to)));
+}
+
 TEST_CASE("opening: an item that does not follow opens where the card was")
 {
     TrackerTable table;
@@ -155,6 +171,21 @@ TEST_CASE("menu: a node that does not follow stays")
     const auto origin = table.seen(*table.menu->nodeWidget(table.node));
     table.moveCard({800.f, 500.f}, 1.0);
     CHECK(near(table.seen(*table.menu->nodeWidget(table.node)), origin));
+}
+
+TEST_CASE("menu: a style sheet that keeps the nodes of a menu from following keeps them from being turned, too")
+{
+    for (const char* selector : {"marker-tracker-operator", "ContentMenuWidget > marker-tracker-operator"}) {
+        CAPTURE(selector);
+        MenuTable table;
+        table.host.style(QString("%1 { move-widget-with-marker: false }").arg(selector));
+        table.trackNode();
+        CHECK(table.menu->nodeWidget(table.node)->rotation() == 0.f);
+        table.finishOpening();
+        const auto origin = table.seen(*table.menu->nodeWidget(table.node));
+        table.moveCard({800.f, 500.f}, 1.0);
+        CHECK(near(table.seen(*table.menu->nodeWidget(table.node)), origin));
+    }
 }
 
 TEST_CASE("menu: a node that is closed is no target any more")

@@ -216,6 +216,39 @@ TEST_CASE("tracker: at the start a following item gets the card's rotation and t
     CHECK(table.seen(*table.item) == table.item->location());
 }
 
+TEST_CASE("tracker: a style sheet decides also whether an item is turned at the start")
+{
+    struct Row
+    {
+        const char* selector;
+        bool follow; ///< as the tracker was made
+        const char* value;
+        bool isTurned;
+    };
+    const Row rows[] = {{"marker-tracker-operator", true, "false", false},
+                        {"marker-tracker-operator", false, "true", true},
+                        {"FolderItem > marker-tracker-operator", true, "false", false},
+                        {"FolderItem > marker-tracker-operator", false, "true", true},
+                        {"FolderItem.still marker-tracker-operator", true, "false", false},
+                        {"FolderItem.other marker-tracker-operator", true, "false", true},
+                        {"ContentMenuWidget > marker-tracker-operator", true, "false", true}};
+    for (const Row& row : rows) {
+        for (const bool reverse : {false, true}) {
+            CAPTURE(row.selector);
+            CAPTURE(row.follow);
+            CAPTURE(reverse);
+            TrackerTable table(float(20.0 * kDegree));
+            table.item->addCSSClass("still");
+            table.host.style(QString("%1 { move-widget-with-marker: %2 }").arg(row.selector, row.value));
+            table.track({row.follow, false, 90.f, reverse});
+            CHECK(sameDirection(table.item->rotation(), row.isTurned ? 110.0 * kDegree : 0.0));
+            CHECK(near(table.item->location(), {500.f, 300.f}, 0.001f));
+            table.moveCard(kCard + Vector2f(10.f, 0.f));
+            CHECK(near(table.item->location(), {row.isTurned && !reverse ? 510.f : 500.f, 300.f}, 0.01f));
+        }
+    }
+}
+
 TEST_CASE("tracker: at the start the location is restored under turned and scaled parents too")
 {
     TrackerTable table(0.4f);

@@ -243,6 +243,52 @@ TEST_CASE("folder: what was taken out of a slot does not open any more, what is 
     CHECK(table.items().size() == 1);
 }
 
+TEST_CASE("folder: an item and a menu may be placed under any parent")
+{
+    CardAndFolder table;
+    const Bedrock::IntrusivePtr<Trellis::Widget> parent(new Trellis::Widget(&table.host.mainWidget()));
+    const auto item = Bedrock::makeIntrusive<FolderItem>();
+    table.addMenu(CardAndFolder::kAbsolute);
+    const auto menu = Bedrock::dynamicPointerCast<Tavola::ContentMenuWidget>(
+        std::dynamic_pointer_cast<Tavola::UIComponent>(table.component->assignments(CardAndFolder::kAbsolute).front())
+            ->createContentWidget());
+    table.folder->handleWidget(*item, {100.f, 80.f}, *parent, true, *table.card(table.id));
+    table.folder->handleMenu(*menu, {100.f, 80.f}, *parent, *table.card(table.id));
+    CHECK(item->parent() == parent.get());
+    CHECK(menu->parent() == parent.get());
+    table.finishOpening();
+    CHECK(near(item->location(), Vector2f(100.f, 80.f) + kStyledPlace));
+    CHECK(near(parent->mapFromScene(table.seenCentre(table.nodeOf(*menu))), {100.f, 80.f}, 1.f));
+}
+
+TEST_CASE("folder: an item whose creation throws costs only itself, the others open")
+{
+    CardAndFolder table;
+    table.addItem(CardAndFolder::kRelative, "first");
+    table.component->assign(CardAndFolder::kRelative,
+                            std::make_shared<Tavola::WidgetComponent>([]() -> Bedrock::IntrusivePtr<Trellis::Widget> {
+                                throw std::runtime_error("no memory for it");
+                            }));
+    table.addItem(CardAndFolder::kRelative, "second");
+    table.addItem(CardAndFolder::kAbsolute, "third");
+    TestSupport::expectError("PersonalFolderWidgetInstance::createContents # Failed to create a widget (no memory for it)");
+    table.down();
+    CHECK(table.itemNames() == Strings{"first", "second", "third"});
+}
+
+TEST_CASE("folder: without an application nothing opens")
+{
+    CardAndFolder table;
+    table.addItem(CardAndFolder::kRelative, "r");
+    const auto marker = *table.card(table.id);
+    table.host.destroyTavola();
+    table.folder->personalMarkerDown(marker);
+    table.set("reverse-mode", true);
+    table.folder->personalMarkerDown(marker);
+    table.folder->personalMarkerUp(marker);
+    CHECK(*table.log == Strings{});
+}
+
 // ---- Following -------------------------------------------------------------------------------------------------------
 
 TEST_CASE("follow: relative items and menus move with the card, absolute items do not")
@@ -316,6 +362,20 @@ TEST_CASE("follow: a following item has the card's rotation and the folder's off
     CHECK(table.item("a").rotation() == 0.f);
     table.finishOpening();
     CHECK(sameDirection(table.item("r").rotation(), 0.25 + offset));
+}
+
+TEST_CASE("follow: a style sheet that keeps items from following keeps them upright, also at the start")
+{
+    CardAndFolder table(0.25f);
+    table.set("follow-marker", true);
+    table.host.style("FolderItem > marker-tracker-operator { move-widget-with-marker: false }");
+    table.addItem(CardAndFolder::kRelative, "r");
+    table.down();
+    CHECK(table.item("r").rotation() == 0.f);
+    table.finishOpening();
+    table.moveCard(kCard + Vector2f(30.f, 20.f), 1.0);
+    CHECK(table.item("r").rotation() == 0.f);
+    CHECK(near(table.item("r").location(), kCard + kStyledPlace));
 }
 
 TEST_CASE("follow: with several cards each item goes with the card that opened it")

@@ -82,6 +82,22 @@ TEST_CASE("default file representation: the preview is the host's snapshot, 500 
     CHECK(picture.size() == QSize(500, 125));
 }
 
+TEST_CASE("default file representation: the host names the snapshots, so that those of two widgets are two files")
+{
+    TestHost host;
+    host.style(".red { background-color: #ff0000 } .green { background-color: #00ff00 }");
+    std::vector<folly::Future<QString>> previews;
+    for (const char* name : {"red", "green"}) {
+        const auto content = Bedrock::makeIntrusive<PlainContent>(&host.mainWidget());
+        content->addCSSClass(name);
+        content->setSize({20.f, 10.f});
+        previews.push_back(DefaultFileRepresentation(content).previewFileName());
+    }
+    REQUIRE(host.frameUntil([&] { return previews[0].isReady() && previews[1].isReady(); }));
+    CHECK(QImage(std::move(previews[0]).get()).pixelColor(5, 5) == QColor(Qt::red));
+    CHECK(QImage(std::move(previews[1]).get()).pixelColor(5, 5) == QColor(Qt::green));
+}
+
 TEST_CASE("default file representation: a snapshot that fails is a failed future")
 {
     TestHost host;
