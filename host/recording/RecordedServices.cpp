@@ -2,7 +2,7 @@
 
 #include <Bedrock/Arrivals.hpp>
 
-#include <folly/futures/Promise.h>
+#include <folly/futures/Future.h>
 
 #include <QByteArray>
 #include <QJsonDocument>

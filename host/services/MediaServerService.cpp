@@ -1,6 +1,6 @@
 #include "MediaServerService.hpp"
 
-#include <folly/futures/Promise.h>
+#include <folly/futures/Future.h>
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -148,10 +148,9 @@ TEST_CASE("future: continuations run on the executor, never inside the call")
     CHECK(executor.run() == 1);
     CHECK(order == std::vector<int>{1, 2});
     CHECK(future.isReady());
-    CHECK(future.getExecutor() == &executor);
 }
 
-TEST_CASE("future: a future returned by a continuation hands its answer on without a stop at its own executor")
+TEST_CASE("future: the answer of a future that a continuation returned takes one step of that future's executor")
 {
     folly::ManualExecutor outer;
     folly::ManualExecutor inner;
@@ -160,6 +159,8 @@ TEST_CASE("future: a future returned by a continuation hands its answer on witho
                       .thenValue([&](int value) { return makeFuture(value + 1).via(&inner); })
                       .thenValue([](int value) { return value * 10; });
     CHECK(outer.run() == 1);
+    CHECK(outer.run() == 0);
+    CHECK(inner.run() == 1);
     CHECK(inner.run() == 0);
     CHECK(outer.run() == 1);
     CHECK(future.value() == 20);
@@ -242,15 +243,35 @@ TEST_CASE("future: values that can only be moved go through a chain")
     CHECK(*value == 5);
 }
 
-TEST_CASE("future: one that was continued or moved from is invalid")
+TEST_CASE("future: one that was moved from is invalid")
 {
     auto future = makeFuture(1);
-    auto next = std::move(future).thenValue([](int value) { return value; });
+    const auto next = std::move(future);
     CHECK_FALSE(future.valid());
-    CHECK_THROWS_AS((void)future.isReady(), folly::FutureInvalid);
+    CHECK_THROWS_WITH_AS((void)future.isReady(), "Future invalid", folly::FutureInvalid);
     CHECK_THROWS_AS((void)future.value(), folly::FutureInvalid);
     CHECK_THROWS_AS((void)std::move(future).thenValue([](int) {}), folly::FutureInvalid);
     CHECK(next.valid());
+}
+
+TEST_CASE("future: one that was continued stays valid and takes no second continuation")
+{
+    Promise<int> promise;
+    auto future = promise.getFuture();
+    int calls = 0;
+    auto next = std::move(future).thenValue([&](int value) {
+        ++calls;
+        return value;
+    });
+    CHECK(future.valid());
+    CHECK_THROWS_WITH_AS((void)std::move(future).thenValue([&](int) { ++calls; }), "Future already continued",
+                         folly::FutureAlreadyContinued);
+    promise.setValue(1);
+    CHECK(future.valid());
+    CHECK_THROWS_AS((void)std::move(future).thenTry([&](Try<int>&&) { ++calls; }), folly::FutureAlreadyContinued);
+    CHECK_THROWS_AS((void)std::move(future).thenValue([&](int) { ++calls; }), folly::FutureException);
+    CHECK(calls == 1);
+    CHECK(next.value() == 1);
 }
 
 TEST_CASE("future: asking before the answer is there throws")

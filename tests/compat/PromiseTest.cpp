@@ -1,4 +1,4 @@
-#include <folly/futures/Promise.h>
+#include <folly/futures/Future.h>
 
 #include <QString>
 

@@ -7,14 +7,14 @@ namespace folly
 {
 using Func = Function<void()>;
 
-/// Runs functions somewhere, at some time.
+/// Runs functions: on which thread and when is up to the implementation.
 class FOLLY_EXPORT Executor
 {
 public:
     virtual ~Executor() = default;
 
-    /// Takes a function to run. Any thread; whether it may run inside the call is the executor's choice.
-    /// A function that is dropped instead breaks the promises it holds.
+    /// Any thread. The function may run inside the call, if the implementation says so; one that is dropped instead
+    /// breaks the promises it holds.
     virtual void add(Func function) = 0;
 };
 }

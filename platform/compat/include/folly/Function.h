@@ -22,7 +22,7 @@ public:
     Function(std::nullptr_t) noexcept {}
     Function(const Function&) = delete;
     Function& operator=(const Function&) = delete;
-    Function(Function&& other) noexcept { take(other); }
+    Function(Function&& other) noexcept { moveFrom(other); }
 
     template <class F,
               class = std::enable_if_t<
@@ -62,7 +62,7 @@ public:
     {
         if (this != &other) {
             destroy();
-            take(other);
+            moveFrom(other);
         }
         return *this;
     }
@@ -91,7 +91,7 @@ private:
             && std::is_nothrow_move_constructible_v<Callable>;
     }
 
-    void take(Function& other) noexcept
+    void moveFrom(Function& other) noexcept
     {
         if (other.m_manage)
             other.m_manage(&other.m_storage, &m_storage);

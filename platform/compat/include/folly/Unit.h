@@ -6,7 +6,7 @@
 
 namespace folly
 {
-/// The value of a future that only tells that something is done; takes the place of void.
+/// The value of a future that carries none: stands for void.
 struct FOLLY_EXPORT Unit
 {
     constexpr bool operator==(const Unit&) const noexcept { return true; }

@@ -8,14 +8,14 @@
 
 namespace folly
 {
-/// Runs functions when it is told to, on the thread that tells it. Adding: any thread.
+/// Queues functions. `run` and `drain` run them in order, on the calling thread; `add` may be called on any thread.
 class FOLLY_EXPORT ManualExecutor : public Executor
 {
 public:
     ManualExecutor() = default;
     ManualExecutor(const ManualExecutor&) = delete;
     ManualExecutor& operator=(const ManualExecutor&) = delete;
-    /// Runs what is still waiting.
+    /// Runs what is still queued.
     ~ManualExecutor() override { drain(); }
 
     void add(Func function) override
@@ -24,7 +24,7 @@ public:
         m_functions.push_back(std::move(function));
     }
 
-    /// Runs what waits now, not what is added meanwhile; returns how many ran.
+    /// Runs what is queued now, not what is added meanwhile. Returns the number of functions run.
     std::size_t run()
     {
         std::size_t count = 0;
@@ -38,7 +38,7 @@ public:
         return ran;
     }
 
-    /// Runs until nothing waits; returns how many ran.
+    /// Runs until the queue is empty. Returns the number of functions run.
     std::size_t drain()
     {
         std::size_t ran = 0;
@@ -47,7 +47,7 @@ public:
         return ran;
     }
 
-    /// Drops what waits.
+    /// Destroys what is queued without running it.
     void clear()
     {
         std::deque<Func> dropped;

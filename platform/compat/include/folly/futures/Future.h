@@ -5,82 +5,22 @@
 #include <folly/Try.h>
 #include <folly/Unit.h>
 #include <folly/futures/Promise.h>
+#include <folly/futures/detail/Continuation.h>
+#include <folly/futures/detail/FutureExceptions.h>
 
 #include <chrono>
 #include <exception>
 #include <memory>
-#include <stdexcept>
 #include <type_traits>
 #include <utility>
 
 namespace folly
 {
-class FOLLY_EXPORT FutureException : public std::logic_error
-{
-public:
-    using std::logic_error::logic_error;
-};
-
-class FOLLY_EXPORT FutureInvalid : public FutureException
-{
-public:
-    FutureInvalid() : FutureException("Future invalid") {}
-};
-
-class FOLLY_EXPORT FutureNotReady : public FutureException
-{
-public:
-    FutureNotReady() : FutureException("Future not ready") {}
-};
-
-class FOLLY_EXPORT FutureTimeout : public FutureException
-{
-public:
-    FutureTimeout() : FutureException("Timed out") {}
-};
-
-namespace futures::detail
-{
-template <class T>
-struct Unwrapped
-{
-    using Type = lift_unit_t<T>;
-    static constexpr bool kIsFuture = false;
-};
-
-template <class T>
-struct Unwrapped<Future<T>>
-{
-    using Type = T;
-    static constexpr bool kIsFuture = true;
-};
-
-/// What the future of a continuation holds: the value returned, that of a returned future, or Unit for void.
-template <class F, class... Args>
-using ContinuationValue = typename Unwrapped<std::invoke_result_t<F, Args...>>::Type;
-
-/// Calls `function` and answers `promise` with the outcome, when it is there. What the function holds is destroyed first.
-template <class T, class F, class... Args>
-void answerWith(Promise<T> promise, F& function, Args&&... args)
-{
-    auto outcome = [&] {
-        F once = std::move(function);
-        return folly::detail::tryCall(std::move(once), std::forward<Args>(args)...);
-    }();
-    if constexpr (Unwrapped<std::invoke_result_t<F, Args...>>::kIsFuture) {
-        if (outcome.hasException())
-            promise.setException(std::move(outcome).exception());
-        else
-            std::move(outcome).value().answer(std::move(promise));
-    } else {
-        promise.setTry(std::move(outcome));
-    }
-}
-}
-
-/// The side that waits for the answer of a Promise. Moved, never copied; a continuation uses the future up.
+/// The side that waits for the answer of a Promise. Moved, never copied; continued once, after which only `valid` and
+/// `isReady` may be asked (all else throws FutureAlreadyContinued).
 /// Continuations run on the executor given by `via`, otherwise inside the call that brings the answer (or, when that is
-/// there already, inside the call that adds the continuation). They may return a value, a future of one, or nothing.
+/// there already, inside the call that adds the continuation). They may return a value, a future of one, or nothing. The
+/// answer of a returned future takes a step of that future's executor first, if it has one.
 template <class T>
 class [[nodiscard]] Future
 {
@@ -96,7 +36,7 @@ public:
     /// Continuations from here on run on `executor`, which must outlive them.
     Future via(Executor* executor) &&
     {
-        requireCore();
+        requireUncontinued();
         m_core->setExecutor(executor);
         return std::move(*this);
     }
@@ -156,7 +96,28 @@ public:
             });
     }
 
-    /// False once it was moved from or continued; nearly everything else then throws FutureInvalid.
+    /// `thenValue` or `thenTry` under the name of older folly: `function` takes the value, the Try, or nothing.
+    template <class F>
+    auto then(F&& function) &&
+    {
+        using Callable = std::decay_t<F>;
+        if constexpr (std::is_invocable_v<Callable>) {
+            return std::move(*this).thenValue([f = Callable(std::forward<F>(function))](T&&) mutable { return std::move(f)(); });
+        } else if constexpr (std::is_invocable_v<Callable, T&&>) {
+            return std::move(*this).thenValue(std::forward<F>(function));
+        } else {
+            return std::move(*this).thenTry(std::forward<F>(function));
+        }
+    }
+
+    /// `thenError` under the name of older folly: the parameter of `function` is exception_wrapper, or names the exception.
+    template <class F>
+    Future onError(F&& function) &&
+    {
+        return std::move(*this).onErrorOf(std::forward<F>(function), futures::detail::argumentTag<std::decay_t<F>>());
+    }
+
+    /// False once it was moved from; nearly everything else then throws FutureInvalid.
     [[nodiscard]] bool valid() const noexcept { return m_core != nullptr; }
     [[nodiscard]] bool isReady() const
     {
@@ -178,29 +139,23 @@ public:
     /// Blocks until the answer is there: never on a thread that has a table to draw.
     T get() &&
     {
-        requireCore();
+        requireUncontinued();
         m_core->wait();
         return takeResult().value();
     }
     /// As `get`; throws FutureTimeout after `limit`.
     T get(std::chrono::microseconds limit) &&
     {
-        requireCore();
+        requireUncontinued();
         if (!m_core->waitFor(limit))
             throw FutureTimeout();
         return takeResult().value();
     }
     Future& wait() &
     {
-        requireCore();
+        requireUncontinued();
         m_core->wait();
         return *this;
-    }
-
-    [[nodiscard]] Executor* getExecutor() const
-    {
-        requireCore();
-        return m_core->executor();
     }
 
 private:
@@ -219,9 +174,16 @@ private:
             throw FutureInvalid();
     }
 
-    Try<T>& readyResult() const
+    void requireUncontinued() const
     {
         requireCore();
+        if (m_core->isContinued())
+            throw FutureAlreadyContinued();
+    }
+
+    Try<T>& readyResult() const
+    {
+        requireUncontinued();
         if (!m_core->hasResult())
             throw FutureNotReady();
         return m_core->result();
@@ -237,25 +199,39 @@ private:
     template <class Value, class Step>
     Future<Value> continueWith(Step step) &&
     {
-        requireCore();
+        requireUncontinued();
         Promise<Value> promise;
         Future<Value> future = promise.getFuture();
         future.m_core->setExecutor(m_core->executor());
-        Core::setCallback(std::move(m_core), [s = std::move(step), p = std::move(promise)](Try<T>&& result) mutable {
+        Core::setCallback(m_core, [s = std::move(step), p = std::move(promise)](Try<T>&& result) mutable {
             s(std::move(result), std::move(p));
         });
         return future;
     }
 
-    /// Hands the answer on to `promise`, without a stop at an executor: the receiver's future has its own.
+    template <class F>
+    Future onErrorOf(F&& function, tag_t<exception_wrapper>) &&
+    {
+        return std::move(*this).thenError(std::forward<F>(function));
+    }
+    template <class F, class Argument>
+    Future onErrorOf(F&& function, tag_t<Argument> exception) &&
+    {
+        return std::move(*this).thenError(exception, std::forward<F>(function));
+    }
+
+    /// Hands the answer on to `promise`, in a step of this future's executor.
     void answer(Promise<T> promise)
     {
         if (!m_core) {
             promise.setException(FutureInvalid());
             return;
         }
-        m_core->setExecutor(nullptr);
-        Core::setCallback(std::move(m_core), [p = std::move(promise)](Try<T>&& result) mutable { p.setTry(std::move(result)); });
+        if (m_core->isContinued()) {
+            promise.setException(FutureAlreadyContinued());
+            return;
+        }
+        Core::setCallback(m_core, [p = std::move(promise)](Try<T>&& result) mutable { p.setTry(std::move(result)); });
     }
 
     std::shared_ptr<Core> m_core;

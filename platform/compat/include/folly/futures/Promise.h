@@ -34,7 +34,7 @@ public:
     explicit BrokenPromise(const char* type) : BrokenPromise(std::string(type)) {}
 };
 
-/// The side that answers. One answer, one future; each may be given or taken first, on any thread.
+/// The side that answers. One answer, one future, in whichever order, on any thread. `getFuture` needs <folly/futures/Future.h>.
 template <class T>
 class Promise
 {
@@ -116,5 +116,3 @@ private:
     bool m_isRetrieved = false;
 };
 }
-
-#include <folly/futures/Future.h>

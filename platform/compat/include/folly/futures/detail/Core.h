@@ -55,13 +55,14 @@ public:
             dispatch(std::move(core));
     }
 
-    /// At most once; result() is not to be used any more.
+    /// At most once. The result belongs to the callback from here on.
     static void setCallback(Pointer core, Callback callback)
     {
         bool isComplete = false;
         {
             const std::lock_guard<std::mutex> guard(core->m_mutex);
             core->m_callback = std::move(callback);
+            core->m_isContinued = true;
             isComplete = core->m_hasResult;
         }
         if (isComplete)
@@ -74,7 +75,14 @@ public:
         return m_hasResult;
     }
 
-    /// Only once hasResult().
+    /// Whether a callback was set, run or not.
+    [[nodiscard]] bool isContinued() const
+    {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        return m_isContinued;
+    }
+
+    /// Only once hasResult(), and not once isContinued().
     [[nodiscard]] Try<T>& result() { return m_result; }
 
     void wait()
@@ -127,7 +135,7 @@ private:
     static void dispatch(Pointer core)
     {
         Executor* executor = core->m_executor;
-        // Kept while adding, so that the callback learns of an executor that throws.
+        // Kept while adding, so that the callback receives what the executor throws.
         Claim claim(core);
         if (!executor) {
             claim();
@@ -147,6 +155,7 @@ private:
     Executor* m_executor = nullptr;
     std::atomic<int> m_claims{0};
     bool m_hasResult = false;
+    bool m_isContinued = false;
 };
 }
 }
