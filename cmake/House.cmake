@@ -104,3 +104,12 @@ function(house_test name)
             ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_HASH_SEED=0;${ARG_ENVIRONMENT}")
     endforeach()
 endfunction()
+
+# house_as_folly_wants(target): compiles a test program in the way that folly's headers ask for, which is C++20 with glog, whose
+# CHECK is not doctest's. So that the tests are known to build where folly is found.
+function(house_as_folly_wants target)
+    find_path(TAVOLA_GLOG_INCLUDE glog/logging.h REQUIRED DOC "Where the headers of glog lie")
+    set_target_properties(${target} PROPERTIES CXX_STANDARD 20)
+    target_include_directories(${target} BEFORE PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/glog)
+    target_include_directories(${target} SYSTEM PRIVATE ${TAVOLA_GLOG_INCLUDE})
+endfunction()
