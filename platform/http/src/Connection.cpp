@@ -208,7 +208,8 @@ void Connection::answered(Response response)
     const auto self = std::move(m_whileAnswering);
     m_door.roster.setAnswering(*this, false);
     const bool headOnly = m_parser->get().method() == http::verb::head;
-    send(std::move(response), m_parser->keep_alive() && !m_door.stopping, headOnly);
+    const bool keepAlive = m_parser->keep_alive() && !response.closeConnection && !m_door.stopping;
+    send(std::move(response), keepAlive, headOnly);
 }
 
 void Connection::send(Response response, bool keepAlive, bool headOnly)

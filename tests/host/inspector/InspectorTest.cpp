@@ -243,5 +243,5 @@ TEST_CASE("inspector: a port that is taken is told")
     Inspector second({f.application, f.log, nullptr, false});
     QString error;
     CHECK_FALSE(second.listen(f.inspector.port(), error));
-    CHECK(error == "The bound address is already in use");
+    CHECK(error.startsWith(QLatin1String("Cannot listen on 127.0.0.1 port ")));
 }

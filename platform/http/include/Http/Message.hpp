@@ -53,6 +53,7 @@ struct TAVOLA_EXPORT Response
     QByteArray body; ///< ignored when `file` is open
     File file;       ///< sent piece by piece
     Headers headers;
+    bool closeConnection = false; ///< ends the connection after this answer, whatever the client asked for
 
     void addHeader(const QByteArray& name, const QByteArray& value) { headers.emplace_back(name, value); }
 };
