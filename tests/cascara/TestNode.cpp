@@ -10,6 +10,12 @@ TestNode::TestNode(const char* type, const char* id) : Cascara::Styleable(static
     m_changes = 0;
 }
 
+TestNode::TestNode(Cascara::Styleable& parent, const char* type) : Cascara::Styleable(static_cast<Facet::Node&>(*this))
+{
+    setStyleParent(&parent);
+    setCSSType(type);
+}
+
 StyleFixture::StyleFixture()
 {
     engine.clearStyleSheets();
@@ -19,6 +25,7 @@ StyleFixture::~StyleFixture()
 {
     nodes.clear();
     engine.clearStyleSheets();
+    engine.finishStyling();
 }
 
 TestNode& StyleFixture::add(const char* parent, const char* type, const char* id, const char* classes)

@@ -17,6 +17,8 @@ class TestNode : public Facet::Node, public Cascara::Styleable
 {
 public:
     explicit TestNode(const char* type = "Node", const char* id = "");
+    /// One whose maker does not say when it is complete.
+    TestNode(Cascara::Styleable& parent, const char* type);
 
     Facet::AttributeT<float> width{this, "width"};
     Facet::AttributeT<float> height{this, "height"};

@@ -195,7 +195,7 @@ TEST_CASE("node: an event may be sent again from its own listener")
     CHECK(calls == "aabb");
 }
 
-TEST_CASE("node: a listener that throws is logged and the others still hear the event")
+TEST_CASE("node: a listener that throws is logged and the others still receive the event")
 {
     Node node;
     node.eventAddOut("e");
@@ -224,7 +224,7 @@ TEST_CASE("node: removing an unknown id is silent, also one of another node")
     CHECK(heard == 1);
 }
 
-TEST_CASE("node: knows whether anybody listens")
+TEST_CASE("node: tells whether there are listeners")
 {
     Node node;
     CHECK_FALSE(node.eventHasListeners("e"));
@@ -285,4 +285,59 @@ TEST_CASE("node: finds its attributes by name and lists them in the order they w
     height.reset();
     CHECK(node.attribute("height") == nullptr);
     CHECK(node.attributes().size() == 1);
+}
+
+TEST_CASE("node: finds an attribute by the number of its name")
+{
+    Node node;
+    Facet::AttributeT<float> width(&node, "width");
+    CHECK(node.attributeNumbered(width.nameNumber()) == &width);
+    CHECK(node.attributeNumbered(Facet::AttributeName("depth").number()) == nullptr);
+}
+
+TEST_CASE("node: its end is reported to all that asked for it, once, when its attributes have no host any more")
+{
+    std::string calls;
+    auto node = std::make_unique<Node>();
+    Facet::AttributeT<float> width(node.get(), "width");
+    node->addEndListener([&] { calls += width.host() ? "host " : "a "; });
+    const auto removed = node->addEndListener([&] { calls += "removed "; });
+    node->addEndListener([] { throw std::runtime_error("no card"); });
+    node->addEndListener([&] { calls += "b "; });
+    node->removeEndListener(removed);
+    CHECK(calls.empty());
+    TestSupport::expectError("Node::~Node # A listener of the end of node " + std::to_string(node->id()) + " failed: no card");
+    node.reset();
+    CHECK(calls == "a b ");
+}
+
+TEST_CASE("node: a listener to an event may end the node, which is reported inside the event")
+{
+    std::string calls;
+    auto node = std::make_unique<Node>();
+    node->eventAddOut("e");
+    node->eventAddListener("e", [&] {
+        node.reset();
+        calls += "event ";
+    });
+    node->addEndListener([&] { calls += "end "; });
+    node->eventSend("e");
+    CHECK(calls == "end event ");
+}
+
+TEST_CASE("node: the observer of its attributes receives each one that is added later")
+{
+    struct Observer final : Facet::AttributeObserver
+    {
+        void attributeAdded(Facet::Attribute& attribute) override { names += attribute.name(); }
+        QByteArray names;
+    };
+    Node node;
+    Observer observer;
+    Facet::AttributeT<float> width(&node, "width");
+    node.setAttributeObserver(&observer);
+    Facet::AttributeT<float> height(&node, "height");
+    node.setAttributeObserver(nullptr);
+    Facet::AttributeT<float> depth(&node, "depth");
+    CHECK(observer.names == "height");
 }

@@ -106,8 +106,21 @@ TEST_CASE("style conversion: texts")
     CHECK(convert<QString>({string("")}) == "");
     CHECK(convert<QString>({ident("Sans")}) == "Sans");
     CHECK(convert<QString>({{Kind::Url, "/a.png", 0, {}}}) == "/a.png");
-    CHECK(convert<QString>({number(1)}) == "[expected a quoted text]");
+    CHECK(convert<QString>({dimension(1, "px")}) == "[expected a quoted text]");
+    CHECK(convert<QString>({number(1), ident("Sans")}) == "[expected a quoted text]");
     CHECK(convert<QString>({ident("DejaVu"), ident("Sans")}) == "[expected a quoted text]");
+}
+
+TEST_CASE("style conversion: a run of numbers is the text that stands in the style sheet")
+{
+    QString text;
+    StyleValue value{{number(20), number(-25)}};
+    value.source = QStringLiteral("20-25");
+    REQUIRE(StyleConversion<QString>::read(value, text, nullptr));
+    CHECK(text == QStringLiteral("20-25"));
+    // A value that does not come from a style sheet has its terms only.
+    CHECK(convert<QString>({number(10)}) == "10");
+    CHECK(convert<QString>({{Kind::Number, "9007199254740993", 9007199254740992.0, {}}}) == "9007199254740993");
 }
 
 TEST_CASE("style conversion: lists of texts")

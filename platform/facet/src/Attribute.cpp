@@ -5,30 +5,29 @@
 #include <Bedrock/Trace.hpp>
 #include <Facet/Node.hpp>
 
-#include <QSet>
-
 #include <exception>
 #include <utility>
+#include <vector>
 
 namespace Facet
 {
 namespace
 {
-QSet<QByteArray>& knownNames()
+/// By number of the name: whether an attribute has had it.
+std::vector<bool>& usedNames()
 {
-    // Never destroyed: attributes of static objects may come late.
-    static QSet<QByteArray>& names = *new QSet<QByteArray>;
-    return names;
+    // Never destroyed: attributes of static objects are made and destroyed late.
+    static std::vector<bool>& used = *new std::vector<bool>;
+    return used;
 }
 
-/// The one shared copy of a name. Copied deeply: the characters of a literal go away with the library they stand in.
-QByteArray internedName(const QByteArray& name)
+void markUsed(AttributeName name)
 {
-    auto& names = knownNames();
-    const auto found = names.constFind(name);
-    if (found != names.constEnd())
-        return *found;
-    return *names.insert(QByteArray(name.constData(), name.size()));
+    auto& used = usedNames();
+    const auto number = std::size_t(name.number());
+    if (number >= used.size())
+        used.resize(number + 1);
+    used[number] = true;
 }
 }
 
@@ -38,8 +37,9 @@ struct Attribute::Listeners
     ListenerList<std::function<void()>> list;
 };
 
-Attribute::Attribute(Node* host, const QByteArray& name) : m_host(host), m_name(internedName(name))
+Attribute::Attribute(Node* host, AttributeName name) : m_host(host), m_name(name)
 {
+    markUsed(name);
     if (m_host)
         m_host->addAttribute(*this);
 }
@@ -77,15 +77,16 @@ int Attribute::visibleLayer() const noexcept
     return kDefaultLayer;
 }
 
-bool Attribute::isKnownName(const QByteArray& name)
+bool Attribute::isKnownName(AttributeName name)
 {
-    return knownNames().contains(name);
+    const auto& used = usedNames();
+    return std::size_t(name.number()) < used.size() && used[std::size_t(name.number())];
 }
 
 void Attribute::notifyChanged()
 {
     const auto listeners = m_listeners; // outlives the attribute if the node or a listener destroys it
-    const QByteArray attributeName = m_name;
+    const AttributeName attributeName = m_name;
     if (m_host)
         m_host->attributeChanged(*this);
     if (!listeners)
@@ -96,11 +97,11 @@ void Attribute::notifyChanged()
                                     listener();
                                 } catch (const std::exception& exception) {
                                     Bedrock::Trace::error("Attribute::notifyChanged # A listener of attribute '%s' failed: %s",
-                                                          attributeName.constData(), exception.what());
+                                                          attributeName.text().constData(), exception.what());
                                 } catch (...) {
                                     Bedrock::Trace::error(
                                         "Attribute::notifyChanged # A listener of attribute '%s' failed: unknown exception",
-                                        attributeName.constData());
+                                        attributeName.text().constData());
                                 }
                             });
 }

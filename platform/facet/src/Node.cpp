@@ -5,6 +5,7 @@
 #include <Bedrock/AfterUpdateQueue.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Facet/Attribute.hpp>
+#include <Facet/NameTable.hpp>
 
 #include <algorithm>
 #include <atomic>
@@ -43,6 +44,7 @@ struct Node::Events
     /// Channels keep their address while a listener makes new ones.
     std::vector<std::unique_ptr<Channel>> channels;
     std::vector<EventName> declared;
+    ListenerList<std::function<void()>> endListeners;
 
     [[nodiscard]] Channel* find(EventName name) const
     {
@@ -69,19 +71,18 @@ struct Node::Events
 
 namespace
 {
-/// Keeps what a listener throws from the other listeners and from the sender.
-template <class Call>
-void callGuarded(EventName event, long node, Call&& call)
+/// Logs the exception in flight, which a listener threw. `what` says what it listened to.
+void reportFailure(const char* function, const QByteArray& what, long node)
 {
+    QByteArray reason("unknown exception");
     try {
-        call();
+        throw;
     } catch (const std::exception& exception) {
-        Bedrock::Trace::error("Node::eventSend # A listener of event '%s' of node %ld failed: %s", event.text().constData(), node,
-                              exception.what());
+        reason = exception.what();
     } catch (...) {
-        Bedrock::Trace::error("Node::eventSend # A listener of event '%s' of node %ld failed: unknown exception",
-                              event.text().constData(), node);
     }
+    Bedrock::Trace::error("Node::%s # A listener of %s of node %ld failed: %s", function, what.constData(), node,
+                          reason.constData());
 }
 }
 
@@ -94,6 +95,15 @@ Node::~Node()
     // Attributes owned by a base that is destroyed later must not look for their node.
     for (Attribute* attribute : m_attributes)
         attribute->m_host = nullptr;
+    if (m_events)
+        m_events->endListeners.forEach([] { return true; },
+                                       [this](const std::function<void()>& listener) {
+                                           try {
+                                               listener();
+                                           } catch (...) {
+                                               reportFailure("~Node", "the end", m_id);
+                                           }
+                                       });
 }
 
 long Node::generateId() noexcept
@@ -161,16 +171,21 @@ void Node::eventSend(EventName name, Bedrock::BinaryData& payload)
         Bedrock::Trace::warning("Node::eventSend # Event '%s' is not declared by node %ld", name.text().constData(), node);
         return;
     }
+    const auto call = [&](Events::Callback& callback) {
+        if (callback.plain) {
+            callback.plain();
+        } else if (callback.withPayload) {
+            payload.rewind();
+            callback.withPayload(payload);
+        }
+    };
     channel->listeners.forEach([&events] { return events->nodeIsAlive; },
                                [&](Events::Callback& callback) {
-                                   callGuarded(name, node, [&] {
-                                       if (callback.plain) {
-                                           callback.plain();
-                                       } else if (callback.withPayload) {
-                                           payload.rewind();
-                                           callback.withPayload(payload);
-                                       }
-                                   });
+                                   try {
+                                       call(callback);
+                                   } catch (...) {
+                                       reportFailure("eventSend", "event '" + name.text() + '\'', node);
+                                   }
                                });
     payload.rewind();
 }
@@ -180,10 +195,29 @@ void Node::invokeAfterUpdate(std::function<void()> function)
     Bedrock::AfterUpdateQueue::instance().add(std::move(function));
 }
 
+Node::ListenerId Node::addEndListener(std::function<void()> listener)
+{
+    const ListenerId id = nextListenerId();
+    Events::of(m_events).endListeners.add(id, std::move(listener));
+    return id;
+}
+
+void Node::removeEndListener(ListenerId id)
+{
+    if (m_events)
+        m_events->endListeners.remove(id);
+}
+
 Attribute* Node::attribute(const QByteArray& name) const
 {
+    const int number = NameTable::instance().findNumber(name);
+    return number == 0 ? nullptr : attributeNumbered(number);
+}
+
+Attribute* Node::attributeNumbered(int nameNumber) const
+{
     for (Attribute* attribute : m_attributes)
-        if (attribute->name() == name)
+        if (attribute->nameNumber() == nameNumber)
             return attribute;
     return nullptr;
 }
@@ -193,6 +227,8 @@ void Node::attributeChanged(Attribute&) {}
 void Node::addAttribute(Attribute& attribute)
 {
     m_attributes.push_back(&attribute);
+    if (m_attributeObserver)
+        m_attributeObserver->attributeAdded(attribute);
 }
 
 void Node::removeAttribute(Attribute& attribute)

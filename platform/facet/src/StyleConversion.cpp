@@ -138,12 +138,16 @@ QString StyleConversion<int>::write(const int& value)
 
 bool StyleConversion<QString>::read(const StyleValue& value, QString& result, QString* error)
 {
-    if (value.terms.size() != 1)
+    if (value.terms.size() == 1) {
+        const StyleTerm& term = value.terms.first();
+        if (term.kind == Kind::String || term.kind == Kind::Ident || term.kind == Kind::Url) {
+            result = term.text;
+            return true;
+        }
+    }
+    if (!value.isNumberRun())
         return fail(error, "expected a quoted text");
-    const StyleTerm& term = value.terms.first();
-    if (term.kind != Kind::String && term.kind != Kind::Ident && term.kind != Kind::Url)
-        return fail(error, "expected a quoted text");
-    result = term.text;
+    result = value.source.isEmpty() ? value.toString() : value.source;
     return true;
 }
 

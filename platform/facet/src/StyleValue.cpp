@@ -1,5 +1,6 @@
 #include <Facet/StyleValue.hpp>
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -40,10 +41,28 @@ QString termToString(const StyleTerm& term)
 }
 }
 
+bool StyleValue::isNumberRun() const
+{
+    // What follows a number without a blank is its unit: the second hyphen of "1--2" begins one.
+    const auto isUnit = [](const QByteArray& unit) {
+        return std::all_of(unit.begin(), unit.end(), [](char c) { return c == '-' || (c >= '0' && c <= '9'); });
+    };
+    const auto belongs = [&](const StyleTerm& term) {
+        switch (term.kind) {
+        case StyleTerm::Kind::Number: return true;
+        case StyleTerm::Kind::Dimension: return isUnit(term.unit);
+        case StyleTerm::Kind::Delimiter: return term.text != QLatin1String("/");
+        case StyleTerm::Kind::Ident: return isUnit(term.text.toUtf8()); // "--2"
+        default: return false;
+        }
+    };
+    return !terms.isEmpty() && std::all_of(terms.begin(), terms.end(), belongs);
+}
+
 QString StyleValue::toString() const
 {
     QString result;
-    std::vector<int> functionEnds; // index behind the last argument of each open function
+    std::vector<int> functionEnds; // index after the last argument of each open function
     bool needsBlank = false;
     for (int i = 0; i < terms.size(); ++i) {
         const StyleTerm& term = terms[i];

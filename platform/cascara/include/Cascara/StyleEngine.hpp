@@ -31,6 +31,13 @@ public:
     /// Takes all sheets away and withdraws what they set.
     void clearStyleSheets();
 
+    /// Styles attributes that nodes got after they were styled, and warns of names that no attribute turned out to have. A
+    /// node is styled while its constructors run, when attributes of its subclasses are not there yet: `updateStyle` makes up
+    /// for it at once, and this call, once a frame, for nodes whose maker does not call it. Not from inside a constructor.
+    void finishStyling();
+    /// Whether `finishStyling` has something to do.
+    [[nodiscard]] bool isStylingUnfinished() const noexcept;
+
     /// A declaration that matches a node, in the order of the cascade (the last one of a name wins).
     struct MatchedDeclaration
     {

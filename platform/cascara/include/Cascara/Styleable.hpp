@@ -25,7 +25,8 @@ struct StyleNode;
 class TAVOLA_EXPORT Styleable
 {
 public:
-    /// `node` is the object's own node part; its attributes receive the styled values.
+    /// `node` is the object's own node part, constructed before and destroyed after this one; its attributes receive the
+    /// styled values.
     explicit Styleable(Facet::Node& node);
     Styleable(const Styleable&) = delete;
     Styleable& operator=(const Styleable&) = delete;
@@ -54,10 +55,12 @@ public:
     [[nodiscard]] bool hasPseudoClass(const QByteArray& name) const;
     [[nodiscard]] QList<QByteArray> pseudoClasses() const;
 
-    /// Computes the styles of this node and everything below it anew.
+    /// Computes the styles of this node and everything below it anew. Also says that the node is complete: a declaration that
+    /// names no attribute is a warning from then on.
     void updateStyle();
 
-    /// The style tree. Whoever owns the objects keeps it in step; setting a parent restyles this node and what is below.
+    /// The style tree, which the owner of the objects keeps in step with its own. Setting a parent restyles this node and
+    /// everything below it.
     void setStyleParent(Styleable* parent);
     [[nodiscard]] Styleable* styleParent() const noexcept { return m_parent; }
     [[nodiscard]] const std::vector<Styleable*>& styleChildren() const noexcept { return m_children; }

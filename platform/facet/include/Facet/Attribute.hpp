@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Bedrock/Export.hpp>
+#include <Facet/AttributeName.hpp>
 
 #include <QByteArray>
 #include <QString>
@@ -30,13 +31,16 @@ public:
     /// The only listener role there is: the visible value changed.
     static constexpr int kValueChanged = 2;
 
-    Attribute(Node* host, const QByteArray& name);
+    /// A `host` receives the attribute at once, before the part that knows the type is constructed. May be null.
+    Attribute(Node* host, AttributeName name);
     Attribute(const Attribute&) = delete;
     Attribute& operator=(const Attribute&) = delete;
     virtual ~Attribute();
 
     [[nodiscard]] Node* host() const noexcept { return m_host; }
-    [[nodiscard]] const QByteArray& name() const noexcept { return m_name; }
+    [[nodiscard]] const QByteArray& name() const { return m_name.text(); }
+    /// The name's number in NameTable::instance(): what the style engine compares.
+    [[nodiscard]] int nameNumber() const noexcept { return m_name.number(); }
 
     /// Calls `listener` inside the change, whenever the visible value has become another one, whichever layer caused it.
     /// Listeners may read, set and clear attributes, add and remove listeners, and destroy the attribute.
@@ -57,7 +61,7 @@ public:
 
     /// Whether any attribute anywhere ever had this name. Lets the style engine tell a misspelt name from one that the
     /// widget at hand merely does not have.
-    [[nodiscard]] static bool isKnownName(const QByteArray& name);
+    [[nodiscard]] static bool isKnownName(AttributeName name);
 
 protected:
     void markSet(int layer) noexcept { m_layersSet |= 1u << layer; }
@@ -69,7 +73,7 @@ private:
     struct Listeners;
 
     Node* m_host;
-    QByteArray m_name;
+    AttributeName m_name;
     unsigned m_layersSet = 1u;
     std::shared_ptr<Listeners> m_listeners; ///< null until the first listener
 };

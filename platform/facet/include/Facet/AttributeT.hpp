@@ -1,27 +1,36 @@
 #pragma once
 
 #include <Facet/Attribute.hpp>
-#include <Facet/StyleConversion.hpp>
-
-#include <QPair>
-#include <QVector>
+#include <Facet/ValueNotation.hpp>
 
 #include <array>
-#include <type_traits>
 #include <utility>
 
 namespace Facet
 {
-/// An attribute of type T. `StyleConversion<T>` says how style sheets write a T; enumerations take a name table instead.
+/// An attribute of type T. `StyleConversion<T>` says how style sheets write a T; an enumeration is written by name and
+/// takes a table of its names.
 ///
 ///     Facet::AttributeT<float> m_timeout{this, "tooltip-timeout", 5.f};
 ///     m_timeout.setValue(3.f);             // run-time layer
 ///     m_timeout.clearValue(Facet::kUserLayer);
-template <class T, class = void>
-class AttributeT : public Attribute
+///
+///     Facet::AttributeT<Mode> m_mode{this, "collection-mode", {{"email", Mode::Email}, {"upload", Mode::Upload}}, Mode::Email};
+template <class T>
+class AttributeT : public Attribute, private ValueNotation<T>
 {
+    using Notation = ValueNotation<T>;
+
 public:
-    AttributeT(Node* host, const QByteArray& name, T defaultValue = T()) : Attribute(host, name)
+    using Names = typename Notation::Names;
+
+    AttributeT(Node* host, AttributeName name, T defaultValue = T()) : Attribute(host, name)
+    {
+        static_assert(!std::is_enum_v<T>, "an enumeration takes a table of its names");
+        m_values[kDefaultLayer] = std::move(defaultValue);
+    }
+    /// For an enumeration. Names are compared in lower case.
+    AttributeT(Node* host, AttributeName name, Names names, T defaultValue) : Attribute(host, name), Notation(std::move(names))
     {
         m_values[kDefaultLayer] = std::move(defaultValue);
     }
@@ -58,7 +67,7 @@ public:
             return;
         const bool showed = visibleLayer() == layer;
         markCleared(layer);
-        T old = std::exchange(m_values[layer], T());
+        const T old = std::exchange(m_values[layer], T());
         if (showed && !(value() == old))
             notifyChanged();
     }
@@ -66,82 +75,14 @@ public:
     bool setStyleValue(const StyleValue& styleValue, int layer, QString* error) override
     {
         T converted{};
-        if (!StyleConversion<T>::read(styleValue, converted, error))
+        if (!Notation::read(styleValue, converted, error))
             return false;
         setValue(std::move(converted), layer);
         return true;
     }
-    [[nodiscard]] QString toText() const override { return StyleConversion<T>::write(value()); }
+    [[nodiscard]] QString toText() const override { return Notation::write(value()); }
 
 private:
     std::array<T, kLayerCount> m_values{};
-};
-
-/// An attribute of an enumeration, written in style sheets by name. Names are compared in lower case.
-///
-///     Facet::AttributeT<Mode> m_mode{this, "collection-mode", {{"email", Mode::Email}, {"upload", Mode::Upload}}, Mode::Email};
-template <class E>
-class AttributeT<E, std::enable_if_t<std::is_enum_v<E>>> : public Attribute
-{
-public:
-    using Names = QVector<QPair<QString, E>>;
-
-    AttributeT(Node* host, const QByteArray& name, Names names, E defaultValue) : Attribute(host, name), m_names(std::move(names))
-    {
-        m_values[kDefaultLayer] = defaultValue;
-    }
-
-    [[nodiscard]] E value() const noexcept { return m_values[visibleLayer()]; }
-    E operator*() const noexcept { return value(); }
-    operator E() const noexcept { return value(); }
-
-    void setValue(E newValue, int layer = kUserLayer)
-    {
-        const E before = value();
-        m_values[layer] = newValue;
-        markSet(layer);
-        if (value() != before)
-            notifyChanged();
-    }
-    AttributeT& operator=(E newValue)
-    {
-        setValue(newValue);
-        return *this;
-    }
-    void clearValue(int layer) override
-    {
-        if (layer == kDefaultLayer || !hasValue(layer))
-            return;
-        const E before = value();
-        markCleared(layer);
-        if (value() != before)
-            notifyChanged();
-    }
-    bool setStyleValue(const StyleValue& styleValue, int layer, QString* error) override
-    {
-        const QString written = singleWord(styleValue).toLower();
-        QString expected;
-        for (const auto& entry : m_names) {
-            if (entry.first.toLower() == written) {
-                setValue(entry.second, layer);
-                return true;
-            }
-            expected += (expected.isEmpty() ? QString() : QStringLiteral(", ")) + entry.first;
-        }
-        if (error)
-            *error = QStringLiteral("expected one of ") + expected;
-        return false;
-    }
-    [[nodiscard]] QString toText() const override
-    {
-        for (const auto& entry : m_names)
-            if (entry.second == value())
-                return entry.first;
-        return {};
-    }
-
-private:
-    Names m_names;
-    std::array<E, kLayerCount> m_values{};
 };
 }

@@ -12,11 +12,22 @@ namespace Facet
 {
 class Attribute;
 
+/// Receives the attributes that a node gets. Not owned by the node.
+class TAVOLA_EXPORT AttributeObserver
+{
+public:
+    /// Called from the attribute's constructor: it has its name, but neither its type nor a value yet.
+    virtual void attributeAdded(Attribute& attribute) = 0;
+
+protected:
+    ~AttributeObserver() = default;
+};
+
 /// Something with an identity, attributes and events: base of widgets, operators and models. Main thread only, but for
 /// what is marked otherwise. Does not count references: use it under IntrusivePtr (with ReferenceCounted) or shared_ptr.
 ///
 /// Events are delivered inside `eventSend`, to the listeners in the order they registered. A listener may add and remove
-/// listeners (a listener added during a send hears the next one; a removed one hears nothing more), destroy other nodes,
+/// listeners (a listener added during a send receives the next one; a removed one is not called any more), destroy other nodes,
 /// and destroy the sender itself: the send then ends.
 class TAVOLA_EXPORT Node
 {
@@ -49,17 +60,26 @@ public:
     [[nodiscard]] bool eventHasListeners(EventName name) const;
 
     /// Sends an event that was declared; an undeclared one is a warning and is not sent.
-    /// A listener that throws is logged as an error, the others still hear the event.
+    /// A listener that throws is logged as an error, the others still receive the event.
     void eventSend(EventName name);
     void eventSend(EventName name, Bedrock::BinaryData& payload);
+
+    /// Calls `listener` when this node is destroyed: by then it is a Node only, and its attributes have no host. Listeners are
+    /// called in the order they registered; one that throws is logged as an error.
+    ListenerId addEndListener(std::function<void()> listener);
+    void removeEndListener(ListenerId id);
 
     /// Runs `function` on the main thread after the next update, in order of arrival. Any thread.
     static void invokeAfterUpdate(std::function<void()> function);
 
     /// The attribute of that name, or null. For style sheets and tools; code holds its attributes as members.
     [[nodiscard]] Attribute* attribute(const QByteArray& name) const;
+    /// As above by the number of the name (AttributeName::number).
+    [[nodiscard]] Attribute* attributeNumbered(int nameNumber) const;
     /// All attributes in the order they were made.
     [[nodiscard]] const std::vector<Attribute*>& attributes() const noexcept { return m_attributes; }
+    /// The one observer of this node's attributes, for the style engine; null for none.
+    void setAttributeObserver(AttributeObserver* observer) noexcept { m_attributeObserver = observer; }
 
 protected:
     /// Called after the visible value of one of this node's attributes changed, before the attribute's listeners.
@@ -75,5 +95,6 @@ private:
     long m_id;
     std::shared_ptr<Events> m_events; ///< null until the first declaration or listener; outlives the node during a send
     std::vector<Attribute*> m_attributes;
+    AttributeObserver* m_attributeObserver = nullptr;
 };
 }

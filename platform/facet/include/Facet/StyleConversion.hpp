@@ -47,7 +47,7 @@ struct TAVOLA_EXPORT StyleConversion<int>
     static QString write(const int& value);
 };
 
-/// A quoted text, a url(), or one identifier.
+/// A quoted text, a url(), one identifier, or an unquoted run of numbers, commas and "-", which is kept as it is written.
 template <>
 struct TAVOLA_EXPORT StyleConversion<QString>
 {

@@ -19,7 +19,7 @@ struct StyleTerm
         Number,     ///< number; text as written
         Percentage, ///< number (50 for 50%); text as written
         Dimension,  ///< number and unit, unit in lower case; text as written
-        Delimiter,  ///< text is one of "," "/"
+        Delimiter,  ///< text is one of "," "/" "-"
         Function    ///< text is the function's name; number is how many of the following terms are its arguments
     };
     Kind kind = Kind::Ident;
@@ -32,7 +32,12 @@ struct StyleTerm
 struct TAVOLA_EXPORT StyleValue
 {
     QVector<StyleTerm> terms;
+    /// As it stands in the style sheet, without comments; empty for a value that comes from elsewhere.
+    QString source{};
 
+    /// Whether it is a run of numbers, commas and "-", such as `10` or `10,20-25`: no text, but a text attribute keeps it as
+    /// it is written.
+    [[nodiscard]] bool isNumberRun() const;
     /// As it could stand in a style sheet, for messages and tools.
     [[nodiscard]] QString toString() const;
 };

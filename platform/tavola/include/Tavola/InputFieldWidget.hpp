@@ -60,7 +60,7 @@ private:
     Bedrock::IntrusivePtr<Trellis::TextEditWidget> m_editor;
     Bedrock::IntrusivePtr<TooltipWidget> m_tooltip;
     Bedrock::IntrusivePtr<Trellis::TextWidget> m_placeholder;
-    Facet::AttributeT<QString> m_keyboardLayout{this, QByteArrayLiteral("keyboard-layout")};
+    Facet::AttributeT<QString> m_keyboardLayout{this, "keyboard-layout"};
     Bedrock::IntrusiveWeakPtr<KeyboardWidget> m_keyboard;
 };
 }

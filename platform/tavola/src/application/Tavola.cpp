@@ -34,19 +34,6 @@ Current& current()
     static Current* const theCurrent = new Current;
     return *theCurrent;
 }
-
-/// Lives in the widget and tells of the widget's end.
-class EndOfWidget
-{
-public:
-    explicit EndOfWidget(std::function<void()> tell) : m_tell(std::move(tell)) {}
-    EndOfWidget(const EndOfWidget&) = delete;
-    EndOfWidget& operator=(const EndOfWidget&) = delete;
-    ~EndOfWidget() { m_tell(); }
-
-private:
-    std::function<void()> m_tell;
-};
 }
 
 struct Tavola::Private
@@ -181,13 +168,10 @@ void Tavola::keepInstance(Trellis::Widget& widget, std::shared_ptr<WidgetInstanc
 {
     const long id = widget.id();
     d->instances[id] = std::move(instance);
-    // A listener of an event that nobody sends goes exactly when the widget's node goes, and costs nothing in a frame.
-    static const Facet::EventName kEndOfWidget("end-of-widget");
-    auto end = std::make_shared<EndOfWidget>([id, application = weak_from_this()] {
+    widget.addEndListener([id, application = weak_from_this()] {
         if (const auto alive = application.lock())
             alive->d->forget(id);
     });
-    widget.eventAddListener(kEndOfWidget, [end = std::move(end)] {});
 }
 
 MenuFiles& Tavola::menuFiles() const noexcept

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "selectors/Selector.hpp"
+#include "syntax/Token.hpp"
+
+#include <Facet/StyleValue.hpp>
+
+#include <QByteArray>
+#include <QString>
+
+#include <memory>
+#include <vector>
+
+namespace Cascara
+{
+struct Rule;
+
+struct Declaration
+{
+    QByteArray attribute;
+    int attributeNumber = 0; ///< in the NameTable
+    Facet::StyleValue value;
+    bool isImportant = false;
+    int line = 0;
+    int column = 0;
+    long serial = 0; ///< unique in the process
+    const Rule* rule = nullptr;
+    /// Said already; a declaration is complained about once, not once per node.
+    mutable bool isReported = false;
+};
+
+struct StyleSheet;
+
+struct Rule
+{
+    std::vector<Selector> selectors;
+    std::vector<Declaration> declarations;
+    const StyleSheet* sheet = nullptr;
+};
+
+struct StyleSheet
+{
+    struct Import
+    {
+        QString url; ///< as written
+        int line;
+        int column;
+    };
+    QString name; ///< in messages
+    std::vector<Import> imports;
+    /// Rules keep their address.
+    std::vector<std::unique_ptr<Rule>> rules;
+    std::vector<StyleSheetError> errors;
+};
+}

@@ -1,0 +1,106 @@
+#include "sheet/StyleSheetLoader.hpp"
+
+#include "sheet/StyleSheetParser.hpp"
+#include "values/ValueParser.hpp"
+
+#include <Bedrock/LocalPath.hpp>
+#include <Bedrock/Trace.hpp>
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <utility>
+
+namespace Cascara
+{
+namespace
+{
+void warn(const QString& name, int line, int column, const QString& text)
+{
+    Bedrock::Trace::warning("StyleEngine # %s:%d:%d: %s", name.toUtf8().constData(), line, column, text.toUtf8().constData());
+}
+
+QString fileName(const QString& url)
+{
+    if (url.startsWith(QLatin1String("qrc:"), Qt::CaseInsensitive))
+        return url.mid(3);
+    return Bedrock::localPath(url);
+}
+
+/// Says where the first character stands that is none. What can be read of the file is used.
+void warnOfEncoding(const QByteArray& bytes, const QString& text, const QString& path)
+{
+    const int place = text.indexOf(QChar(QChar::ReplacementCharacter));
+    if (place < 0 || bytes.contains("\xEF\xBF\xBD"))
+        return;
+    const QString before = text.left(place);
+    const int column = place - before.lastIndexOf(QLatin1Char('\n'));
+    warn(path, before.count(QLatin1Char('\n')) + 1, column, QStringLiteral("this is no UTF-8 text: save the file as UTF-8"));
+}
+
+/// The reason why not in `error`.
+bool readFile(const QString& path, QString& text, QString& error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        error = file.errorString();
+        return false;
+    }
+    const QByteArray bytes = file.readAll();
+    text = QString::fromUtf8(bytes);
+    warnOfEncoding(bytes, text, path);
+    return true;
+}
+
+QString identity(const QString& path)
+{
+    const QString canonical = QFileInfo(path).canonicalFilePath();
+    return canonical.isEmpty() ? path : canonical;
+}
+}
+
+void StyleSheetLoader::loadText(const QString& text, const QString& name, const QString& baseDirectory)
+{
+    auto sheet = StyleSheetParser::parse(text, name, baseDirectory);
+    for (const auto& import : sheet->imports)
+        loadImport(import, name, baseDirectory);
+    for (const auto& error : sheet->errors)
+        warn(name, error.line, error.column, error.text);
+    m_result.push_back(std::move(sheet));
+}
+
+bool StyleSheetLoader::loadFile(const QString& path)
+{
+    QString text;
+    QString error;
+    if (!readFile(path, text, error)) {
+        Bedrock::Trace::warning("StyleEngine # Cannot read style sheet '%s': %s; it is skipped", path.toUtf8().constData(),
+                                error.toUtf8().constData());
+        return false;
+    }
+    m_loading.append(identity(path));
+    loadText(text, path, QFileInfo(path).path());
+    m_loading.removeLast();
+    return true;
+}
+
+void StyleSheetLoader::loadImport(const StyleSheet::Import& import, const QString& importingName, const QString& baseDirectory)
+{
+    const QString path = fileName(ValueParser::resolve(import.url, baseDirectory));
+    if (m_loading.contains(identity(path))) {
+        warn(importingName, import.line, import.column,
+             QStringLiteral("@import: '%1' imports this file itself; it is skipped").arg(path));
+        return;
+    }
+    QString text;
+    QString error;
+    if (!readFile(path, text, error)) {
+        warn(importingName, import.line, import.column,
+             QStringLiteral("@import: cannot read '%1': %2; it is skipped").arg(path, error));
+        return;
+    }
+    m_loading.append(identity(path));
+    loadText(text, path, QFileInfo(path).path());
+    m_loading.removeLast();
+}
+}

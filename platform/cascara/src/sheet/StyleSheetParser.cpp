@@ -1,0 +1,219 @@
+#include "sheet/StyleSheetParser.hpp"
+
+#include "selectors/SelectorParser.hpp"
+#include "syntax/Tokenizer.hpp"
+#include "values/ValueParser.hpp"
+
+#include <Facet/NameTable.hpp>
+
+#include <algorithm>
+#include <tuple>
+#include <utility>
+
+namespace Cascara
+{
+namespace
+{
+using Kind = Token::Kind;
+long g_lastSerial = 0;
+}
+
+StyleSheetParser::StyleSheetParser(Tokens tokens, QString baseDirectory)
+    : m_tokens(std::move(tokens)), m_baseDirectory(std::move(baseDirectory)), m_sheet(std::make_unique<StyleSheet>())
+{
+}
+
+std::unique_ptr<StyleSheet> StyleSheetParser::parse(const QString& text, const QString& name, const QString& baseDirectory)
+{
+    StyleSheetParser parser(Tokenizer::run(text), baseDirectory);
+    parser.m_sheet->name = name;
+    parser.m_sheet->errors = std::move(parser.m_tokens.errors);
+    parser.parseSheet();
+    auto& errors = parser.m_sheet->errors;
+    std::stable_sort(errors.begin(), errors.end(),
+                     [](const auto& a, const auto& b) { return std::tie(a.line, a.column) < std::tie(b.line, b.column); });
+    return std::move(parser.m_sheet);
+}
+
+void StyleSheetParser::error(const Token& where, const QString& text)
+{
+    m_sheet->errors.push_back({where.line, where.column, text});
+}
+
+void StyleSheetParser::skipComponent()
+{
+    std::vector<Kind> closing;
+    do {
+        switch (kind()) {
+        case Kind::End: return;
+        case Kind::OpenCurly: closing.push_back(Kind::CloseCurly); break;
+        case Kind::OpenSquare: closing.push_back(Kind::CloseSquare); break;
+        case Kind::OpenRound:
+        case Kind::Function: closing.push_back(Kind::CloseRound); break;
+        default:
+            if (!closing.empty() && kind() == closing.back())
+                closing.pop_back();
+            break;
+        }
+        ++m_position;
+    } while (!closing.empty());
+}
+
+void StyleSheetParser::skipBlanks()
+{
+    while (kind() == Kind::Whitespace)
+        ++m_position;
+}
+
+void StyleSheetParser::parseSheet()
+{
+    while (kind() != Kind::End) {
+        switch (kind()) {
+        case Kind::Whitespace:
+        case Kind::Cdo:
+        case Kind::Cdc: ++m_position; break;
+        case Kind::AtKeyword: parseAtRule(false); break;
+        default: parseRule(); break;
+        }
+    }
+}
+
+void StyleSheetParser::parseAtRule(bool inBlock)
+{
+    const Token& at = token(m_position++);
+    const int first = m_position;
+    bool hasBlock = false;
+    while (kind() != Kind::Semicolon && kind() != Kind::End && !hasBlock && !(inBlock && kind() == Kind::CloseCurly)) {
+        hasBlock = kind() == Kind::OpenCurly;
+        skipComponent();
+    }
+    const int end = m_position;
+    if (!hasBlock && kind() == Kind::Semicolon)
+        ++m_position;
+    const QString name = at.text.toLower();
+    if (name == QLatin1String("charset") && !hasBlock && !inBlock)
+        return; // style sheets are UTF-8 here
+    if (name == QLatin1String("import") && !hasBlock && !inBlock && parseImport(first, end, at))
+        return;
+    if (name != QLatin1String("import") || hasBlock || inBlock)
+        error(at, QStringLiteral("@%1 is not supported; it is skipped").arg(at.text));
+}
+
+bool StyleSheetParser::parseImport(int first, int end, const Token& at)
+{
+    if (!m_sheet->rules.empty()) {
+        error(at, QStringLiteral("@import must stand before all rules; it is skipped"));
+        return true;
+    }
+    ValueParser parser(m_tokens, QString());
+    Facet::StyleValue value;
+    if (!parser.parse(first, end, value) || value.terms.size() != 1
+        || (value.terms[0].kind != Facet::StyleTerm::Kind::String && value.terms[0].kind != Facet::StyleTerm::Kind::Url)) {
+        error(at, QStringLiteral("@import: expected one file name in quotes; it is skipped"));
+        return true;
+    }
+    m_sheet->imports.push_back({value.terms[0].text, at.line, at.column});
+    return true;
+}
+
+void StyleSheetParser::parseRule()
+{
+    const int first = m_position;
+    while (kind() != Kind::OpenCurly && kind() != Kind::End)
+        skipComponent();
+    if (kind() == Kind::End) {
+        error(token(first),
+              QStringLiteral("expected '{' after '%1'; the rule is skipped").arg(m_tokens.textBetween(first, m_position)));
+        return;
+    }
+    int end = m_position;
+    while (end > first && token(end - 1).kind == Kind::Whitespace)
+        --end;
+    auto rule = std::make_unique<Rule>();
+    rule->sheet = m_sheet.get();
+    SelectorParser selectors(m_tokens, first, end);
+    if (!selectors.parseList(rule->selectors)) {
+        m_sheet->errors.push_back(selectors.error());
+        m_sheet->errors.back().text += QStringLiteral("; the rule is skipped");
+        skipComponent();
+        return;
+    }
+    parseDeclarations(rule.get());
+    for (Declaration& declaration : rule->declarations)
+        declaration.rule = rule.get();
+    m_sheet->rules.push_back(std::move(rule));
+}
+
+void StyleSheetParser::parseDeclarations(Rule* rule)
+{
+    const Token& open = token(m_position++);
+    for (;;) {
+        switch (kind()) {
+        case Kind::Whitespace:
+        case Kind::Semicolon: ++m_position; continue;
+        case Kind::CloseCurly: ++m_position; return;
+        case Kind::End: error(open, QStringLiteral("the block is not closed; it ends with the file")); return;
+        case Kind::AtKeyword: parseAtRule(true); continue;
+        default: break;
+        }
+        const int first = m_position;
+        while (kind() != Kind::Semicolon && kind() != Kind::CloseCurly && kind() != Kind::End)
+            skipComponent();
+        parseDeclaration(rule, first, m_position);
+    }
+}
+
+void StyleSheetParser::parseDeclaration(Rule* rule, int first, int end)
+{
+    const Token& name = token(first);
+    const auto skipped = [this](const Token& where, const QString& text) {
+        error(where, text + QStringLiteral("; the declaration is skipped"));
+    };
+    if (name.kind != Kind::Ident) {
+        skipped(name, QStringLiteral("expected an attribute name, got '%1'").arg(m_tokens.textBetween(first, first + 1)));
+        return;
+    }
+    int position = first + 1;
+    while (position < end && token(position).kind == Kind::Whitespace)
+        ++position;
+    if (position == end || token(position).kind != Kind::Colon) {
+        skipped(name, QStringLiteral("%1: expected ':' after the attribute name").arg(name.text));
+        return;
+    }
+    ++position;
+    const auto trim = [&] {
+        while (end > position && token(end - 1).kind == Kind::Whitespace)
+            --end;
+    };
+    trim();
+    Declaration declaration;
+    if (end - position >= 2 && token(end - 1).kind == Kind::Ident
+        && token(end - 1).text.compare(QLatin1String("important"), Qt::CaseInsensitive) == 0) {
+        int mark = end - 2;
+        while (mark > position && token(mark).kind == Kind::Whitespace)
+            --mark;
+        if (token(mark).kind == Kind::Delim && token(mark).text == QLatin1String("!")) {
+            declaration.isImportant = true;
+            end = mark;
+            trim();
+        }
+    }
+    ValueParser values(m_tokens, m_baseDirectory);
+    if (!values.parse(position, end, declaration.value)) {
+        const StyleSheetError& wrong = values.error();
+        m_sheet->errors.push_back(
+            {wrong.line, wrong.column, QStringLiteral("%1: %2; the declaration is skipped").arg(name.text, wrong.text)});
+        return;
+    }
+    if (declaration.value.terms.isEmpty()) {
+        skipped(name, QStringLiteral("%1: expected a value").arg(name.text));
+        return;
+    }
+    declaration.attribute = name.text.toUtf8();
+    declaration.attributeNumber = Facet::NameTable::instance().number(declaration.attribute);
+    declaration.line = name.line;
+    declaration.column = name.column;
+    declaration.serial = ++g_lastSerial;
+    rule->declarations.push_back(std::move(declaration));
+}
+}

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "style/InvalidationIndex.hpp"
+#include "style/RuleIndex.hpp"
+#include "style/StyleNode.hpp"
+
+#include <Cascara/StyleEngine.hpp>
+
+#include <memory>
+#include <vector>
+
+namespace Cascara
+{
+/// Keeps layer 1 of all nodes in step with the rules.
+///
+/// A change first collects the nodes that it can reach and then brings each of them up to date, against the state of the
+/// tree at that moment. Writing attributes calls listeners, which may change classes, move and destroy nodes and exchange
+/// the sheets: such a change does its own round at once, inside the first one. A round finds nodes gone (and skips them),
+/// or finds the node at hand restyled by an inner round (and leaves it), so that after the outermost call all is up to date.
+class Restyler
+{
+public:
+    void addNode(StyleNode& node);
+    void removeNode(StyleNode& node);
+    [[nodiscard]] const std::vector<StyleNode*>& nodes() const noexcept { return m_nodes; }
+
+    /// Adds sheets after those there are and restyles everything.
+    void addSheets(std::vector<std::unique_ptr<StyleSheet>> sheets);
+    /// Drops all sheets and restyles everything.
+    void clearSheets();
+
+    void restyleSubtree(const Styleable& root);
+    /// Restyles the node when styles are next finished. For a node that may still be under construction.
+    void finishLater(StyleNode& node);
+    /// Restyles the nodes that wait for it, whose constructors have ended by now.
+    void finish();
+    [[nodiscard]] bool isUnfinished() const noexcept { return !m_unfinished.empty(); }
+    /// `first` to `end` (exclusive) are the features that `changed` gained or lost.
+    void restyleAfterChange(const Styleable& changed, const Feature* first, const Feature* end);
+    void restyleAfterChange(const Styleable& changed, Feature feature) { restyleAfterChange(changed, &feature, &feature + 1); }
+    void restyleAfterChange(const Styleable& changed, Feature lost, Feature gained)
+    {
+        const Feature features[] = {lost, gained};
+        restyleAfterChange(changed, features, features + 2);
+    }
+
+    /// Rules that match, the weakest first; each rule once, with its most specific selector.
+    void matchRules(const StyleNode& node, std::vector<const RuleIndex::Entry*>& result) const;
+    [[nodiscard]] const StyleEngine::Counters& counters() const noexcept { return m_counters; }
+
+private:
+    struct Candidate
+    {
+        const Declaration* declaration;
+        int rank; ///< the higher wins
+    };
+    /// Lists in use by one round; kept for the next one, so that a steady table allocates none.
+    struct Lists
+    {
+        std::vector<std::shared_ptr<StyleNode>> nodes;
+        std::vector<const RuleIndex::Entry*> rules;
+        std::vector<Candidate> candidates;
+        std::vector<InvalidationIndex::Reach> reaches;
+    };
+    class Round;
+
+    void rebuildAndRestyle();
+    void collectSubtree(const Styleable& root, Lists& lists) const;
+    void collectBelow(const Styleable& styleable, int depth, int deepest, Lists& lists) const;
+    void restyleNodes(Lists& lists);
+    void restyleNode(StyleNode& node, Lists& lists);
+    void collectCandidates(Lists& lists) const;
+    /// False when the node is gone or was restyled by an inner round.
+    bool withdraw(StyleNode& node, unsigned restyling, const Lists& lists);
+    void attributeIsMissing(StyleNode& node, const Candidate* first, const Candidate* end);
+    bool apply(StyleNode& node, unsigned restyling, const Candidate* first, const Candidate* end);
+
+    std::vector<StyleNode*> m_nodes;
+    std::vector<std::unique_ptr<StyleSheet>> m_sheets;
+    /// Sheets that a listener took away while declarations of theirs were being applied.
+    std::vector<std::unique_ptr<StyleSheet>> m_retiredSheets;
+    RuleIndex m_rules;
+    InvalidationIndex m_invalidation;
+    std::vector<std::shared_ptr<StyleNode>> m_unfinished;
+    std::vector<std::unique_ptr<Lists>> m_lists; ///< by depth of rounds
+    int m_depth = 0;
+    mutable StyleEngine::Counters m_counters;
+};
+}

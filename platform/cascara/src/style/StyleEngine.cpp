@@ -1,0 +1,74 @@
+#include "style/StyleEnginePrivate.hpp"
+
+#include "sheet/StyleSheetLoader.hpp"
+
+#include <utility>
+
+namespace Cascara
+{
+StyleEngine::StyleEngine() : d(std::make_unique<Private>()) {}
+
+StyleEngine::~StyleEngine() = default;
+
+StyleEngine& StyleEngine::instance()
+{
+    // Never destroyed: nodes of static objects may go late.
+    static StyleEngine& engine = *new StyleEngine;
+    return engine;
+}
+
+Restyler& restyler()
+{
+    return StyleEngine::Private::restylerOf(StyleEngine::instance());
+}
+
+void StyleEngine::addStyleSheet(const QString& text, const QString& name, const QString& baseDirectory)
+{
+    std::vector<std::unique_ptr<StyleSheet>> sheets;
+    StyleSheetLoader(sheets).loadText(text, name, baseDirectory);
+    d->restyler.addSheets(std::move(sheets));
+}
+
+bool StyleEngine::loadStyleSheet(const QString& path)
+{
+    std::vector<std::unique_ptr<StyleSheet>> sheets;
+    if (!StyleSheetLoader(sheets).loadFile(path))
+        return false;
+    d->restyler.addSheets(std::move(sheets));
+    return true;
+}
+
+void StyleEngine::clearStyleSheets()
+{
+    d->restyler.clearSheets();
+}
+
+void StyleEngine::finishStyling()
+{
+    d->restyler.finish();
+}
+
+bool StyleEngine::isStylingUnfinished() const noexcept
+{
+    return d->restyler.isUnfinished();
+}
+
+std::vector<StyleEngine::MatchedDeclaration> StyleEngine::matchedDeclarations(const Styleable& styleable) const
+{
+    std::vector<const RuleIndex::Entry*> rules;
+    d->restyler.matchRules(StyleNode::of(styleable), rules);
+    std::vector<MatchedDeclaration> result;
+    for (const bool important : {false, true})
+        for (const RuleIndex::Entry* entry : rules)
+            for (const Declaration& declaration : entry->rule->declarations)
+                if (declaration.isImportant == important)
+                    result.push_back({declaration.attribute, declaration.value.toString(), entry->selector->text,
+                                      entry->rule->sheet->name, declaration.line, declaration.column});
+    return result;
+}
+
+StyleEngine::Counters StyleEngine::counters() const noexcept
+{
+    return d->restyler.counters();
+}
+}

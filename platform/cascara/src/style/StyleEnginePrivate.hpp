@@ -1,0 +1,18 @@
+#pragma once
+
+#include "style/Restyler.hpp"
+
+#include <Cascara/StyleEngine.hpp>
+
+namespace Cascara
+{
+struct StyleEngine::Private
+{
+    Restyler restyler;
+
+    [[nodiscard]] static Restyler& restylerOf(StyleEngine& engine) { return engine.d->restyler; }
+};
+
+/// The one restyler, for the other classes of this library.
+[[nodiscard]] Restyler& restyler();
+}

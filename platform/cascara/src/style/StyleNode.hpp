@@ -1,0 +1,56 @@
+#pragma once
+
+#include "selectors/NodeFeatures.hpp"
+
+#include <Cascara/Styleable.hpp>
+#include <Facet/Attribute.hpp>
+#include <Facet/Node.hpp>
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+namespace Cascara
+{
+/// The style engine's record of a Styleable. Shared, because lists of nodes to restyle outlive nodes that a listener
+/// destroys on the way.
+struct StyleNode final : NodeFeatures, Facet::AttributeObserver
+{
+    explicit StyleNode(Styleable& styleable) : owner(&styleable) {}
+
+    /// Null once the Styleable is gone.
+    Styleable* owner;
+
+    /// What layer 1 holds: which declaration gave the value of which attribute, ordered by attribute.
+    struct Applied
+    {
+        int attribute; ///< number of its name
+        long declaration;
+    };
+    std::vector<Applied> applied;
+    /// Numbers of attributes that declarations in force name and the node does not have, ascending.
+    std::vector<int> missing;
+    /// Its constructors may still be running, as far as the engine can see: what is missing may yet come.
+    bool isNew = true;
+    /// In the engine's list of nodes to finish.
+    bool isUnfinished = false;
+    /// Grows with each restyling. One that was interrupted by another of the same node sees it and gives up.
+    unsigned restyling = 0;
+    /// In the engine's list of all nodes.
+    std::size_t index = 0;
+
+    /// Made because a style sheet named them.
+    struct LazyAttribute
+    {
+        long creator;
+        std::unique_ptr<Facet::Attribute> attribute;
+    };
+    std::vector<LazyAttribute> lazyAttributes;
+
+    /// An attribute that a declaration asked for: the node is restyled when styles are next finished.
+    void attributeAdded(Facet::Attribute& attribute) override;
+
+    static StyleNode& of(const Styleable& styleable) { return *styleable.d; }
+    static const std::shared_ptr<StyleNode>& shared(const Styleable& styleable) { return styleable.d; }
+};
+}

@@ -1,0 +1,69 @@
+#include <doctest/doctest.h>
+
+#include <Facet/AttributeName.hpp>
+#include <Facet/NameTable.hpp>
+
+#include <thread>
+#include <vector>
+
+using Facet::NameTable;
+
+TEST_CASE("name table: equal names have one number, different ones different numbers")
+{
+    NameTable table;
+    const int width = table.number(QByteArray("width"));
+    CHECK(table.number(QByteArray("width")) == width);
+    CHECK(table.number(std::string_view("width")) == width);
+    CHECK(table.number(QByteArray("Width")) != width);
+    CHECK(table.name(width) == "width");
+}
+
+TEST_CASE("name table: the empty name is number 0, and looking for a name enters none")
+{
+    NameTable table;
+    CHECK(table.number(QByteArray()) == 0);
+    CHECK(table.name(0).isEmpty());
+    CHECK(table.findNumber("height") == 0);
+    const int height = table.number(QByteArray("height"));
+    CHECK(height == 1);
+    CHECK(table.findNumber("height") == height);
+}
+
+TEST_CASE("name table: a name is copied, and keeps its place while others are entered")
+{
+    NameTable table;
+    char characters[] = "left";
+    const int left = table.number(QByteArray::fromRawData(characters, 4));
+    characters[0] = 'X';
+    const QByteArray& name = table.name(left);
+    for (int i = 0; i < 1000; ++i)
+        CHECK(table.number(QByteArray::number(i)) == left + 1 + i);
+    CHECK(name == "left");
+    CHECK(table.findNumber("left") == left);
+}
+
+TEST_CASE("name table: several threads may enter names at once")
+{
+    NameTable table;
+    std::vector<int> numbers[4];
+    std::vector<std::thread> threads;
+    for (auto& mine : numbers)
+        threads.emplace_back([&table, &mine] {
+            for (int i = 0; i < 200; ++i)
+                mine.push_back(table.number(QByteArray("name-" + QByteArray::number(i))));
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    for (const auto& mine : numbers)
+        CHECK(mine == numbers[0]);
+}
+
+TEST_CASE("attribute name: equal names are equal, however they are written")
+{
+    const Facet::AttributeName literal("my-gap");
+    const Facet::AttributeName bytes(QByteArray("my-gap"));
+    CHECK(literal == bytes);
+    CHECK(literal.number() == NameTable::instance().findNumber("my-gap"));
+    CHECK(literal.text() == "my-gap");
+    CHECK(literal != Facet::AttributeName("my-gap-2"));
+}
