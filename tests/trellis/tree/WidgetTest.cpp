@@ -262,3 +262,36 @@ TEST_CASE("widget: a class stands for the type Widget unless a subclass says oth
     const auto parent = makeIntrusive<Widget>();
     CHECK((new Widget(parent.get()))->cssType() == "Widget");
 }
+
+namespace
+{
+class GapWidget : public Widget
+{
+public:
+    explicit GapWidget(Widget* parent) : Widget(parent) {}
+    Facet::AttributeT<float> entryGap{this, "test-entry-gap", 1.f};
+};
+}
+
+TEST_CASE("widget: attributes of a subclass are styled by the end of the frame, though the base was styled without them")
+{
+    for (const char* css : {"* { test-entry-gap: 7 }", "#main-layer > * { test-entry-gap: 7 }"}) {
+        INFO(css);
+        TestScene scene;
+        scene.frames();
+        Cascara::StyleEngine::instance().addStyleSheet(QString::fromUtf8(css), QStringLiteral("test.css"));
+        auto* widget = new GapWidget(scene.app.mainLayer().get());
+        CHECK(scene.app.needsFrame());
+        scene.frames();
+        CHECK(widget->entryGap == 7.f);
+    }
+}
+
+TEST_CASE("widget: postConstruct styles the attributes of its subclass at once")
+{
+    TestScene scene;
+    Cascara::StyleEngine::instance().addStyleSheet(QStringLiteral("* { test-entry-gap: 7 }"), QStringLiteral("test.css"));
+    auto* widget = new GapWidget(scene.app.mainLayer().get());
+    widget->postConstruct();
+    CHECK(widget->entryGap == 7.f);
+}

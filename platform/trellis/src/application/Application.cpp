@@ -11,6 +11,7 @@
 #include <Bedrock/AfterUpdateQueue.hpp>
 #include <Bedrock/Arrivals.hpp>
 #include <Bedrock/FlagGuard.hpp>
+#include <Cascara/StyleEngine.hpp>
 #include <Tactile/InputSource.hpp>
 #include <Trellis/FrameInfo.hpp>
 
@@ -119,6 +120,8 @@ void Application::frame(double dtSeconds)
     takeInput(dt);
     d->updater.run(FrameInfo(float(dt), d->time, d->frameNumber));
     Bedrock::AfterUpdateQueue::instance().drain();
+    // What was made since the frame before has all its attributes by now.
+    guarded("The styling", [] { Cascara::StyleEngine::instance().finishStyling(); });
     guarded("The layout", [&] {
         LayoutEngine::bringUpToDate(*d->mainLayer);
         destroyRemovedWidgets();
@@ -211,6 +214,7 @@ QRegion Application::takeDamage()
 bool Application::needsFrame() const
 {
     return !d->updater.isIdle() || !d->damage.isEmpty() || !d->removed.empty() || LayoutEngine::isDirty(*d->mainLayer)
-        || !Bedrock::AfterUpdateQueue::instance().isEmpty() || Bedrock::Arrivals::instance().isWaiting() || pendingImages() > 0;
+        || Cascara::StyleEngine::instance().isStylingUnfinished() || !Bedrock::AfterUpdateQueue::instance().isEmpty()
+        || Bedrock::Arrivals::instance().isWaiting() || pendingImages() > 0;
 }
 }
