@@ -1,5 +1,5 @@
-#include "sheet/StyleSheetParser.hpp"
 #include "style/RuleIndex.hpp"
+#include "sheet/StyleSheetParser.hpp"
 
 #include <doctest/doctest.h>
 
@@ -56,9 +56,9 @@ TEST_CASE("rule index: a node is offered the selectors whose most selective feat
     id.id = number("a");
     cssClass.classes = {number("d"), number("c")};
     state.pseudoClasses = {number("on")};
-    for (const Row& row : {Row{"nothing", nothing, "*, :not(B)"}, Row{"a type", type, "*, :not(B), B, D > B"},
-                           Row{"an id", id, "#a, *, :not(B)"}, Row{"classes", cssClass, "*, :not(B), B.c, C .c"},
-                           Row{"a state", state, "*, :not(B), B:on"}}) {
+    for (const Row& row :
+         {Row{"nothing", nothing, "*, :not(B)"}, Row{"a type", type, "*, :not(B), B, D > B"}, Row{"an id", id, "#a, *, :not(B)"},
+          Row{"classes", cssClass, "*, :not(B), B.c, C .c"}, Row{"a state", state, "*, :not(B), B:on"}}) {
         INFO(row.name);
         CHECK(candidates(index, row.node) == row.expected);
     }

@@ -1,5 +1,5 @@
-#include "syntax/Tokenizer.hpp"
 #include "values/ValueParser.hpp"
+#include "syntax/Tokenizer.hpp"
 
 #include <doctest/doctest.h>
 
@@ -103,9 +103,12 @@ TEST_CASE("value parser: a file name is meant relative to the style sheet's fold
         const char* expected;
     };
     const Row rows[] = {
-        {"url(a.png)", "/sheets/a.png"},       {"url('../b.png')", "/b.png"},
-        {"url(/c.png)", "/c.png"},             {"url(http://host/d.png)", "http://host/d.png"},
-        {"url(qrc:/e.png)", "qrc:/e.png"},     {"url(#f)", "#f"},
+        {"url(a.png)", "/sheets/a.png"},
+        {"url('../b.png')", "/b.png"},
+        {"url(/c.png)", "/c.png"},
+        {"url(http://host/d.png)", "http://host/d.png"},
+        {"url(qrc:/e.png)", "qrc:/e.png"},
+        {"url(#f)", "#f"},
         {"URL( \"g h.png\" )", "/sheets/g h.png"},
     };
     for (const Row& row : rows) {
