@@ -12,7 +12,7 @@ namespace Lantern
 {
 EventWindow::EventWindow(WindowListener* listener) : m_listener(listener)
 {
-    // A touch that is heard as one must not come a second time as a mouse.
+    // A touch that is reported as one must not come a second time as a mouse.
     QCoreApplication::setAttribute(Qt::AA_SynthesizeMouseForUnhandledTouchEvents, false);
 }
 

@@ -57,7 +57,7 @@ LazyAttributeManager::Registrant::~Registrant()
                             node->applied.end());
     }
     // Back to the default while the listeners' code is still there: they take back what they gave the node for the value.
-    // Only now, as that may make and destroy nodes; one that is gone has no listeners to hear of it.
+    // Only now, as that may make and destroy nodes; one that is gone has no listeners to call.
     for (const auto& attribute : taken)
         for (const int layer : {Facet::kUserLayer, Facet::kStyleLayer})
             if (attribute->host())

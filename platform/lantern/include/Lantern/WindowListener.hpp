@@ -10,7 +10,7 @@ class QWheelEvent;
 
 namespace Lantern
 {
-/// Hears what happens to a window. Called on the main thread while Qt's events are pumped; positions are the window's
+/// Receives what happens to a window. Called on the main thread while Qt's events are pumped; positions are the window's
 /// pixels, which are the table's. May close the window, but not destroy its WindowTarget, inside a call.
 class TAVOLA_EXPORT WindowListener
 {
@@ -27,7 +27,7 @@ public:
     virtual void windowResized(QSize size);
     /// The window's content was lost or was never drawn: the whole window must be painted.
     virtual void windowExposed();
-    /// Somebody asked the window to close; it closes after this call.
+    /// The window was asked to close (by a key or the window manager); it closes after this call.
     virtual void windowClosed();
 };
 }

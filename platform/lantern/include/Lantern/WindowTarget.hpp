@@ -37,7 +37,7 @@ public:
     WindowTarget& operator=(const WindowTarget&) = delete;
 
     [[nodiscard]] QSize size() const override;
-    /// Does nothing while the window cannot be seen; `windowExposed` tells when it can again.
+    /// Does nothing while the window cannot be seen; `windowExposed` reports when it can again.
     void paint(const QRegion& damage, const std::function<void(RenderContext&)>& draw) override;
     /// What is in use, not what was asked for.
     [[nodiscard]] WindowOptions::Drawing drawing() const noexcept;
