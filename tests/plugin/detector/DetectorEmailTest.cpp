@@ -109,6 +109,19 @@ TEST_CASE("popup: both coordinates of its place change at once")
     CHECK(near(places[0], kCard));
 }
 
+TEST_CASE("popup: it asks for a confirmation in the mode email-with-confirmation alone")
+{
+    for (const auto mode : {Mode::Disabled, Mode::AddToPersonalSpace, Mode::EmailWithConfirmation, Mode::DirectEmail}) {
+        CAPTURE(int(mode));
+        MailTable table;
+        table.collect(mode);
+        const auto content = table.content();
+        table.detector->emailWidget(*content, table.ann, kCard, 0.f);
+        CHECK(table.popup().hasCSSClass("waiting-to-send") == (mode == Mode::EmailWithConfirmation));
+        table.host.frames(3);
+    }
+}
+
 TEST_CASE("popup: it comes to the top again after the frame")
 {
     MailTable table;

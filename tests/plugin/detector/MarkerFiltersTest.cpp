@@ -74,7 +74,7 @@ TEST_CASE("marker filters: a range whose lower bound is not the lower one is an 
 
 TEST_CASE("marker filters: a range is two numbers with one dash between them, anything else with a dash is an error")
 {
-    for (const char* entry : {"1-2-3", "1--2", "-1-2", "1-2-", "-5", "6-", "-", "--", "1-x", "x-2", "1- ", "0x1-0x9"}) {
+    for (const char* entry : {"1-2-3", "1--2", "-1-2", "1-2-", "-5", "6-", "-", "--", "1-x", "x-2", "1- ", "0x1-9", "1-0x9"}) {
         CAPTURE(entry);
         const std::string text = std::string(entry) + ",8";
         expectInvalid(entry, text);

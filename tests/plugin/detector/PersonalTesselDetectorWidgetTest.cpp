@@ -458,8 +458,24 @@ TEST_CASE("pickup: cards that lay on the background are taken over once, and ope
     // Once: a card that the background gets later stays there.
     table.host.app().grabManager()->transferGrab(inside, background->inputGrabber());
     table.host.frames(3);
+    table.detector->update(Trellis::FrameInfo(1.f / 60.f, 0.0, 1));
     CHECK(table.holder(inside) == background);
     CHECK(table.spaces().empty());
+}
+
+TEST_CASE("pickup: all cards inside the detector are taken over, and those outside it are not")
+{
+    Table table;
+    std::vector<std::pair<std::int64_t, bool>> cards; // and whether they lie inside
+    for (const float x : {150.f, 250.f, 600.f, 950.f, 1050.f}) {
+        const auto card = newCode();
+        table.host.addPerson(card, "Ann");
+        cards.emplace_back(table.putDown(card, {x, 400.f}), x > 200.f && x < 1000.f);
+    }
+    table.addDetector();
+    table.host.frame();
+    for (const auto& [id, isInside] : cards)
+        CHECK((table.holder(id) == table.detector.get()) == isInside);
 }
 
 TEST_CASE("pickup: a card that was taken over opens a space when it is put down again")

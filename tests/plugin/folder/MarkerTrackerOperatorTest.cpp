@@ -295,6 +295,15 @@ TEST_CASE("tracker: in reverse mode the item has the class manual-control until 
     CHECK(table.item->operators().empty());
 }
 
+TEST_CASE("tracker: its removal takes the class manual-control from the item, also one that something else has added")
+{
+    TrackerTable table;
+    table.track();
+    table.item->addCSSClass("manual-control");
+    table.lift(table.id);
+    CHECK_FALSE(table.item->hasCSSClass("manual-control"));
+}
+
 TEST_CASE("tracker: outside reverse mode the item never has the class manual-control")
 {
     TrackerTable table;

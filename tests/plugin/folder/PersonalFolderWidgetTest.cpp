@@ -108,8 +108,13 @@ TEST_CASE("folder: an item has its opening before its tracker, and is no tempora
         CHECK_FALSE(isTemporary(*item));
     };
     table.component->assign(CardAndFolder::kRelative, std::make_shared<Tavola::WidgetComponent>([item] { return item; }));
+    // The width tells of the moment in which the class is added.
+    table.host.style(QString(".%1 { width: 130px }").arg(QString::fromUtf8(Tavola::Utils::temporaryWidgetCSSClass())));
+    std::size_t operatorsBeforeClass = 0;
+    item->attribute("width")->addListener([&] { operatorsBeforeClass = item->operators().size(); });
     table.down();
     CHECK(checked);
+    CHECK(operatorsBeforeClass == 2);
     REQUIRE(item->operators().size() == 2);
     CHECK(dynamic_cast<LaunchedContentOperator*>(item->operators()[0].get()));
     CHECK(dynamic_cast<MarkerTrackerOperator*>(item->operators()[1].get()));
@@ -536,6 +541,23 @@ TEST_CASE("menu: it opens at the card as temporary content of class personal-men
         CHECK(operatorsOf<LaunchedContentOperator>(*menu).empty());
         CHECK(near(table.seenCentre(table.nodeOf(*menu)), kCard, 1.f));
     }
+}
+
+TEST_CASE("menu: it is a personal menu before it stands on the table, and temporary content once it is tracked")
+{
+    CardAndFolder table;
+    const auto menu = Bedrock::makeIntrusive<Tavola::ContentMenuWidget>();
+    table.addMenu(CardAndFolder::kAbsolute); // for its file
+    dynamic_cast<Facet::AttributeT<QString>&>(*menu->attribute("menu")).setValue(table.files.filePath("menu.json"));
+    // The styles tell of the moments in which the classes are added.
+    table.host.style(QString(".personal-menu { menu-style: list } .%1 { width: 1px }")
+                         .arg(QString::fromUtf8(Tavola::Utils::temporaryWidgetCSSClass())));
+    Strings moments;
+    menu->attribute("menu-style")->addListener([&] { moments.push_back(menu->parent() ? "in the tree" : "alone"); });
+    menu->attribute("width")->addListener(
+        [&] { moments.push_back(std::to_string(operatorsOf<MarkerTrackerOperator>(*menu).size()) + " trackers"); });
+    table.folder->handleMenu(*menu, kCard, table.host.mainWidget(), *table.card(table.id));
+    CHECK(moments == Strings{"alone", "1 trackers"});
 }
 
 TEST_CASE("menu: items are not of class personal-menu")

@@ -46,6 +46,7 @@ TEST_CASE("placeholder: a text is filled as QString::arg fills it, and one witho
         {"%1 and %1", "Ann", "Ann and Ann"},
         {"%2 before %1", "Ann", "%2 before Ann"},
         {"%7", "Ann", "Ann"},
+        {"%0", "Ann", "Ann"},
         {"%L1", "Ann", "Ann"},
         {"100%", "Ann", "100%"},
         {"%", "Ann", "%"},
