@@ -1,6 +1,9 @@
 #include "registration/PersonalComponents.hpp"
 
 #include "Table.hpp"
+#include "email/EmailSendingPopupWidget.hpp"
+
+#include <Cascara/StyleEngine.hpp>
 
 #include <doctest/doctest.h>
 
@@ -57,4 +60,29 @@ TEST_CASE("components: a widget has its style before it is added to anything")
         }
     }
     CHECK(own == 2);
+}
+
+TEST_CASE("components: a widget's construction is finished once")
+{
+    // Finishing it styles the widget: as often as for one that is made by hand.
+    TestSupport::TestHost host;
+    host.style("* { opacity: 0.5 }");
+    const auto restyled = [](const auto& make) {
+        const long before = Cascara::StyleEngine::instance().counters().nodesRestyled;
+        const Bedrock::IntrusivePtr<Trellis::Widget> widget = make();
+        return Cascara::StyleEngine::instance().counters().nodesRestyled - before;
+    };
+    const auto byHand = [](auto widget) {
+        widget->postConstruct();
+        return widget;
+    };
+    using namespace Tavola;
+    CHECK(restyled([] { return makePersonalSpaceComponent()->createContentWidget(); })
+          == restyled([&] { return byHand(Bedrock::makeIntrusive<PersonalSpaceWidget>()); }));
+    CHECK(restyled([] { return makeEmailPopupComponent()->createContentWidget(); })
+          == restyled([&] { return byHand(Bedrock::makeIntrusive<EmailSendingPopupWidget>()); }));
+    CHECK(restyled([] { return makePersonalFolderComponent()->createContentWidget(); })
+          == restyled([&] { return byHand(Bedrock::makeIntrusive<PersonalFolderWidget>()); }));
+    CHECK(restyled([] { return makeTesselDetectorComponent()->createContentWidget(); })
+          == restyled([&] { return byHand(Bedrock::makeIntrusive<PersonalTesselDetectorWidget>()); }));
 }

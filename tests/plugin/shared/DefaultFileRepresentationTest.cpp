@@ -82,20 +82,21 @@ TEST_CASE("default file representation: the preview is the host's snapshot, 500 
     CHECK(picture.size() == QSize(500, 125));
 }
 
-TEST_CASE("default file representation: the host names the snapshots, so that those of two widgets are two files")
+TEST_CASE("default file representation: the preview has no name of its own, the host chooses one in its temporary folder")
 {
     TestHost host;
-    host.style(".red { background-color: #ff0000 } .green { background-color: #00ff00 }");
-    std::vector<folly::Future<QString>> previews;
-    for (const char* name : {"red", "green"}) {
-        const auto content = Bedrock::makeIntrusive<PlainContent>(&host.mainWidget());
-        content->addCSSClass(name);
-        content->setSize({20.f, 10.f});
-        previews.push_back(DefaultFileRepresentation(content).previewFileName());
-    }
-    REQUIRE(host.frameUntil([&] { return previews[0].isReady() && previews[1].isReady(); }));
-    CHECK(QImage(std::move(previews[0]).get()).pixelColor(5, 5) == QColor(Qt::red));
-    CHECK(QImage(std::move(previews[1]).get()).pixelColor(5, 5) == QColor(Qt::green));
+    host.style(".content { background-color: #00ff00 }");
+    const auto content = Bedrock::makeIntrusive<PlainContent>(&host.mainWidget());
+    content->addCSSClass("content");
+    content->setSize({100.f, 50.f});
+    DefaultFileRepresentation representation(content);
+    auto preview = representation.previewFileName();
+    // The host gives equal pictures without a name one file.
+    auto nameless = FileRepresentation::takeWidgetSnapshot(*content, QString(), 500);
+    REQUIRE(host.frameUntil([&] { return preview.isReady() && nameless.isReady(); }));
+    const QString path = std::move(preview).get();
+    CHECK(path == std::move(nameless).get());
+    CHECK(QFileInfo(path).isAbsolute());
 }
 
 TEST_CASE("default file representation: a snapshot that fails is a failed future")
