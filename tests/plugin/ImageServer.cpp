@@ -1,9 +1,14 @@
 #include "ImageServer.hpp"
 
+#include "EventLoop.hpp"
+
 #include <QBuffer>
 #include <QImage>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
 #include <QTcpSocket>
 
+#include <memory>
 #include <stdexcept>
 
 namespace PluginTest
@@ -66,5 +71,14 @@ QByteArray ImageServer::png(int width, int height)
     buffer.open(QIODevice::WriteOnly);
     image.save(&buffer, "PNG");
     return bytes;
+}
+
+std::string ImageServer::networkErrorText(const QUrl& url)
+{
+    QNetworkAccessManager network;
+    const std::unique_ptr<QNetworkReply> reply(network.get(QNetworkRequest(url)));
+    if (!TestSupport::pumpUntil([&] { return reply->isFinished(); }))
+        throw std::runtime_error("no answer from " + url.toString().toStdString());
+    return reply->error() == QNetworkReply::NoError ? std::string() : reply->errorString().toStdString();
 }
 }

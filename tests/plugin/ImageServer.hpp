@@ -6,7 +6,7 @@
 #include <QTcpServer>
 #include <QUrl>
 
-#include <memory>
+#include <string>
 #include <vector>
 
 class QTcpSocket;
@@ -33,6 +33,9 @@ public:
     [[nodiscard]] const std::vector<QString>& requests() const { return m_requests; }
 
     [[nodiscard]] static QByteArray png(int width, int height);
+    /// The words of the network library for the error that a request for `url` ends with; empty without one. Sends a request of
+    /// its own and waits for it. For tests that expect the same words elsewhere.
+    [[nodiscard]] static std::string networkErrorText(const QUrl& url);
 
 private:
     void read(QTcpSocket* socket);

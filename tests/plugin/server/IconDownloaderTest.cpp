@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QImage>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -68,6 +69,14 @@ TEST_CASE("icon path: the digest of the whole address and the suffix of its file
     CHECK(path("http://example.org/a.tar.gz?x=1.png") == pathIn(folder, "b9be0e4a840f65baa24c8d1f81db8c1a.gz"));
     CHECK(path("http://example.org/a%2Ejpg") == pathIn(folder, "079d45637bfd1b8f5e3783081b5947ef.jpg"));
     CHECK(path("http://example.org/ä.png") == pathIn(folder, "37478ae5faf44d882f412d155aee3eae.png"));
+}
+
+TEST_CASE("icon path: the suffix is kept as the address spells it")
+{
+    const TemporaryFolder folder;
+    const auto downloader = IconDownloader::instance();
+    CHECK(downloader->iconPath(QUrl("http://example.org/QR.PNG")).endsWith(".PNG"));
+    CHECK(downloader->iconPath(QUrl("http://example.org/qr.Svg")).endsWith(".Svg"));
 }
 
 TEST_CASE("icon path: two addresses that differ in their query only have different files")
@@ -138,6 +147,22 @@ TEST_CASE("icon downloader: a picture that is there is told at once, even when t
     CHECK(server.requests().size() == 1);
 }
 
+TEST_CASE("icon downloader: a file that is there counts as the picture, even an empty one")
+{
+    const TemporaryFolder folder;
+    const ImageServer server;
+    const auto downloader = IconDownloader::instance();
+    const QString path = downloader->iconPath(server.url("/qr.png"));
+    QFile file(path);
+    REQUIRE(file.open(QIODevice::WriteOnly));
+    file.close();
+    REQUIRE(QFileInfo(path).size() == 0);
+    auto future = downloader->getUserIcon(server.url("/qr.png"));
+    REQUIRE(future.isReady());
+    CHECK(std::move(future).get() == path);
+    CHECK(server.requests().empty());
+}
+
 TEST_CASE("icon downloader: a network error fails the future, and a later request tries again")
 {
     const TemporaryFolder folder;
@@ -146,15 +171,14 @@ TEST_CASE("icon downloader: a network error fails the future, and a later reques
     const auto downloader = IconDownloader::instance();
     auto future = downloader->getUserIcon(server.url("/qr.png"));
     REQUIRE(pumpUntil([&] { return future.isReady(); }));
-    CHECK(failureOf<std::runtime_error>(future)
-          == "Error transferring " + server.url("/qr.png").toString().toStdString() + " - server replied: Not Found");
+    CHECK(failureOf<std::runtime_error>(future) == ImageServer::networkErrorText(server.url("/qr.png")));
     CHECK_FALSE(QFile::exists(downloader->iconPath(server.url("/qr.png"))));
 
     server.serve("/qr.png", ImageServer::png(4, 4));
     auto again = downloader->getUserIcon(server.url("/qr.png"));
     REQUIRE(pumpUntil([&] { return again.isReady(); }));
     CHECK(QFile::exists(std::move(again).get()));
-    CHECK(server.requests().size() == 2);
+    CHECK(server.requests().size() == 3); // the second one is the test's
 }
 
 TEST_CASE("icon downloader: a connection that is cut fails the future")
@@ -165,7 +189,7 @@ TEST_CASE("icon downloader: a connection that is cut fails the future")
     const auto downloader = IconDownloader::instance();
     auto future = downloader->getUserIcon(server.url("/qr.png"));
     REQUIRE(pumpUntil([&] { return future.isReady(); }));
-    CHECK(failureOf<std::runtime_error>(future) == "Connection closed");
+    CHECK(failureOf<std::runtime_error>(future) == ImageServer::networkErrorText(server.url("/qr.png")));
 }
 
 TEST_CASE("icon downloader: an empty address fails the future")
@@ -174,7 +198,7 @@ TEST_CASE("icon downloader: an empty address fails the future")
     const auto downloader = IconDownloader::instance();
     auto future = downloader->getUserIcon(QUrl());
     REQUIRE(pumpUntil([&] { return future.isReady(); }));
-    CHECK(failureOf<std::runtime_error>(future) == "Protocol \"\" is unknown");
+    CHECK(failureOf<std::runtime_error>(future) == ImageServer::networkErrorText(QUrl()));
 }
 
 TEST_CASE("icon downloader: a second request for an address under way throws, the first one goes on")
@@ -230,6 +254,22 @@ TEST_CASE("icon downloader: the network's replies are left to the network, for w
     REQUIRE(pumpUntil([&] { return finished.count() == 1; }));
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     CHECK(reply);
+}
+
+TEST_CASE("icon downloader: a reply for an address that it does not wait for is left alone")
+{
+    const TemporaryFolder folder;
+    ImageServer server;
+    server.serve("/other.png", ImageServer::png(3, 3));
+    const auto downloader = IconDownloader::instance();
+    const FinishedCounter finished(*downloader);
+    const QPointer<QNetworkReply> reply =
+        downloader->findChild<QNetworkAccessManager*>()->get(QNetworkRequest(server.url("/other.png")));
+    REQUIRE(pumpUntil([&] { return finished.count() == 1; }));
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    REQUIRE(reply);
+    CHECK(QImage::fromData(reply->readAll()).width() == 3); // nor read
+    CHECK_FALSE(QFile::exists(downloader->iconPath(server.url("/other.png"))));
 }
 
 TEST_CASE("icon downloader: addresses are fetched side by side")

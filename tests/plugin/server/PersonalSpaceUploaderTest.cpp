@@ -37,15 +37,15 @@ const QJsonObject kNo{{"success", false}};
 const std::string kNoText = "Unknown JSON\nResponse was : {\"success\":false}";
 
 /// A card with an uploader, and its items.
-struct Space
+struct Uploads
 {
     TestHost host;
     unsigned long code = newCode();
     std::shared_ptr<PersonalSpaceContents> contents = PersonalSpaceContents::personalContent(code);
     PersonalSpaceUploader uploader{code};
 
-    /// Answers what still waits, so that no request of this test ends in the log.
-    ~Space()
+    /// Answers the requests that are open, so that none ends in the log.
+    ~Uploads()
     {
         for (const auto index : host.mediaServer().waiting())
             host.mediaServer().answer(index, kYes);
@@ -86,7 +86,7 @@ QJsonObject deleteItemCommand(unsigned long code, const char* kind, const char* 
 
 TEST_CASE("uploader: an item is sent with card, system, address and name, and becomes Uploaded")
 {
-    Space space;
+    Uploads space;
     const long id = space.addItem("http://example.org/x");
     EventLog log;
     log.listen(*space.contents, "item-status-changed", EventLog::Payload::IdAndInt32);
@@ -101,16 +101,25 @@ TEST_CASE("uploader: an item is sent with card, system, address and name, and be
 
 TEST_CASE("uploader: a local file is sent by its name alone")
 {
-    Space space;
+    Uploads space;
     space.uploader.uploadItem(space.addItem("/media/a/tiger.png"));
     REQUIRE(space.commands().size() == 1);
     CHECK(space.commands()[0] == addItemCommand(space.code, "filename", "tiger.png", "A name"));
     CHECK_FALSE(space.commands()[0].contains("url"));
 }
 
+TEST_CASE("uploader: an item without a name is sent with an empty one")
+{
+    Uploads space;
+    space.uploader.uploadItem(space.addItem("http://example.org/x", ItemStatus::Ready, ""));
+    REQUIRE(space.commands().size() == 1);
+    CHECK(space.commands()[0] == addItemCommand(space.code, "url", "http://example.org/x", ""));
+    CHECK(space.commands()[0].contains("displayname"));
+}
+
 TEST_CASE("uploader: an answer waits for the end of a frame, also one that was there at once")
 {
-    Space space;
+    Uploads space;
     space.host.mediaServer().script = [](const QJsonObject&) { return kYes; };
     const long id = space.addItem("http://a");
     space.uploader.uploadItem(id);
@@ -121,7 +130,7 @@ TEST_CASE("uploader: an answer waits for the end of a frame, also one that was t
 
 TEST_CASE("uploader: an answer of another thread is stored on the main thread")
 {
-    Space space;
+    Uploads space;
     const long id = space.addItem("http://a");
     space.uploader.uploadItem(id);
     std::thread::id thread;
@@ -135,7 +144,7 @@ TEST_CASE("uploader: an answer of another thread is stored on the main thread")
 
 TEST_CASE("uploader: an item that is Pending, Uploading or Uploaded is left alone")
 {
-    Space space;
+    Uploads space;
     for (const auto status : {ItemStatus::Pending, ItemStatus::Uploading, ItemStatus::Uploaded}) {
         CAPTURE(static_cast<int>(status));
         const long id = space.addItem("http://a", status);
@@ -151,7 +160,7 @@ TEST_CASE("uploader: an item that is Pending, Uploading or Uploaded is left alon
 
 TEST_CASE("uploader: an unknown item is left alone")
 {
-    Space space;
+    Uploads space;
     space.uploader.uploadItem(42);
     space.uploader.removeItem(42);
     CHECK(space.commands().empty());
@@ -159,7 +168,7 @@ TEST_CASE("uploader: an unknown item is left alone")
 
 TEST_CASE("uploader: a refused item is Failed, logged with the answer, and can be tried again")
 {
-    Space space;
+    Uploads space;
     const long id = space.addItem("http://a");
     space.uploader.uploadItem(id);
     expectWarning(kUploadFailed + kNoText);
@@ -174,7 +183,7 @@ TEST_CASE("uploader: a refused item is Failed, logged with the answer, and can b
 
 TEST_CASE("uploader: a request that fails makes the item Failed, with the exception's own text")
 {
-    Space space;
+    Uploads space;
     const long id = space.addItem("http://a");
     space.uploader.uploadItem(id);
     expectWarning(kUploadFailed + "timed out");
@@ -185,7 +194,7 @@ TEST_CASE("uploader: a request that fails makes the item Failed, with the except
 
 TEST_CASE("uploader: a service that lets go of a request makes the item Failed")
 {
-    Space space;
+    Uploads space;
     const long id = space.addItem("http://a");
     space.uploader.uploadItem(id);
     expectWarning(kUploadFailed + "Broken promise for type name `QJsonObject`");
@@ -196,7 +205,7 @@ TEST_CASE("uploader: a service that lets go of a request makes the item Failed")
 
 TEST_CASE("uploader: nothing to upload is Failed at once and nothing is sent")
 {
-    Space space;
+    Uploads space;
     const long id = space.addItem("");
     EventLog log;
     log.listen(*space.contents, "item-status-changed", EventLog::Payload::IdAndInt32);
@@ -209,7 +218,7 @@ TEST_CASE("uploader: nothing to upload is Failed at once and nothing is sent")
 
 TEST_CASE("uploader: without a media server an item ends Failed with the reason in the log")
 {
-    Space space;
+    Uploads space;
     space.host.removeMediaServer();
     const long id = space.addItem("http://a");
     space.uploader.uploadItem(id);
@@ -221,7 +230,7 @@ TEST_CASE("uploader: without a media server an item ends Failed with the reason 
 
 TEST_CASE("uploader: texts of the server reach the log as UTF-8, percent signs and all")
 {
-    Space space;
+    Uploads space;
     space.uploader.uploadItem(space.addItem("http://a"));
     expectWarning(kUploadFailed + "100 %s für\nResponse was : {\"error\":\"100 %s für\"}");
     space.answer(0, {{"error", QString::fromUtf8("100 %s für")}});
@@ -229,7 +238,7 @@ TEST_CASE("uploader: texts of the server reach the log as UTF-8, percent signs a
 
 TEST_CASE("uploader: an item that is gone when the answer comes is not brought back")
 {
-    Space space;
+    Uploads space;
     const long id = space.addItem("http://a");
     space.uploader.uploadItem(id);
     space.contents->removeItem(id);
@@ -239,7 +248,7 @@ TEST_CASE("uploader: an item that is gone when the answer comes is not brought b
 
 TEST_CASE("uploader: an answer that comes when the uploader is gone still lands in the contents")
 {
-    Space space;
+    Uploads space;
     auto uploader = std::make_unique<PersonalSpaceUploader>(space.code);
     const long id = space.addItem("http://a");
     uploader->uploadItem(id);
@@ -250,7 +259,7 @@ TEST_CASE("uploader: an answer that comes when the uploader is gone still lands 
 
 TEST_CASE("uploader: a new code is for later requests; answers under way go to the card they were sent for")
 {
-    Space space;
+    Uploads space;
     const long id = space.addItem("http://a");
     space.uploader.uploadItem(id);
     const auto otherCode = newCode();
@@ -264,7 +273,7 @@ TEST_CASE("uploader: a new code is for later requests; answers under way go to t
 
 TEST_CASE("uploader: only an Uploaded item is deleted on the server")
 {
-    Space space;
+    Uploads space;
     for (const auto status : {ItemStatus::Pending, ItemStatus::Ready, ItemStatus::Uploading, ItemStatus::Failed})
         space.uploader.removeItem(space.addItem(("http://" + std::to_string(int(status))).c_str(), status));
     CHECK(space.commands().empty());
@@ -276,7 +285,7 @@ TEST_CASE("uploader: only an Uploaded item is deleted on the server")
 
 TEST_CASE("uploader: a confirmed delete makes an item that is still there Ready again")
 {
-    Space space;
+    Uploads space;
     const long id = space.addItem("http://a", ItemStatus::Uploaded);
     space.uploader.removeItem(id);
     CHECK(space.status(id) == ItemStatus::Uploaded);
@@ -286,7 +295,7 @@ TEST_CASE("uploader: a confirmed delete makes an item that is still there Ready 
 
 TEST_CASE("uploader: the text true confirms a delete as well as the value does")
 {
-    Space space;
+    Uploads space;
     const long id = space.addItem("http://a", ItemStatus::Uploaded);
     space.uploader.removeItem(id);
     space.answer(0, {{"success", "true"}});
@@ -295,7 +304,7 @@ TEST_CASE("uploader: the text true confirms a delete as well as the value does")
 
 TEST_CASE("uploader: a delete that another thread confirms is stored on the main thread, after a frame's update")
 {
-    Space space;
+    Uploads space;
     const long id = space.addItem("http://a", ItemStatus::Uploaded);
     space.uploader.removeItem(id);
     std::thread::id thread;
@@ -309,7 +318,7 @@ TEST_CASE("uploader: a delete that another thread confirms is stored on the main
 
 TEST_CASE("uploader: a delete that is refused at once is logged with the frame, not inside the call")
 {
-    Space space;
+    Uploads space;
     space.host.mediaServer().script = [](const QJsonObject&) { return kNo; };
     space.uploader.removeItem(space.addItem("http://a", ItemStatus::Uploaded));
     CHECK(TestSupport::loggedLines().empty());
@@ -319,7 +328,7 @@ TEST_CASE("uploader: a delete that is refused at once is logged with the frame, 
 
 TEST_CASE("uploader: a delete that the server refuses is logged and changes nothing")
 {
-    Space space;
+    Uploads space;
     const long id = space.addItem("http://a", ItemStatus::Uploaded);
     space.uploader.removeItem(id);
     expectWarning(kDeleteFailed + kNoText);
@@ -329,7 +338,7 @@ TEST_CASE("uploader: a delete that the server refuses is logged and changes noth
 
 TEST_CASE("uploader: a delete that fails on the way is logged and changes nothing")
 {
-    Space space;
+    Uploads space;
     const long id = space.addItem("http://a", ItemStatus::Uploaded);
     space.uploader.removeItem(id);
     expectWarning(kDeleteFailed + "no route");
@@ -340,7 +349,7 @@ TEST_CASE("uploader: a delete that fails on the way is logged and changes nothin
 
 TEST_CASE("uploader: of two items made from one file only the last one is deleted on the server")
 {
-    Space space;
+    Uploads space;
     const long first = space.addItem("/x/twin.png", ItemStatus::Uploaded);
     const long second = space.addItem("/y/twin.png", ItemStatus::Uploaded);
     CHECK_FALSE(space.uploader.isLastCopy(first));
@@ -356,7 +365,7 @@ TEST_CASE("uploader: of two items made from one file only the last one is delete
 
 TEST_CASE("uploader: a twin counts whatever its status, another name or kind makes no twin")
 {
-    Space space;
+    Uploads space;
     const long id = space.addItem("http://a/x.png", ItemStatus::Uploaded);
     space.addItem("/a/x.png", ItemStatus::Uploaded);
     space.addItem("http://a/x.png", ItemStatus::Uploaded, "Another name");
@@ -367,14 +376,14 @@ TEST_CASE("uploader: a twin counts whatever its status, another name or kind mak
 
 TEST_CASE("uploader: an item alone, or none at all, is the last copy")
 {
-    Space space;
+    Uploads space;
     CHECK(space.uploader.isLastCopy(5));
     CHECK(space.uploader.isLastCopy(space.addItem("http://a")));
 }
 
 TEST_CASE("uploader: the user page is asked for by the card")
 {
-    Space space;
+    Uploads space;
     space.uploader.updateUserPage();
     REQUIRE(space.commands().size() == 1);
     CHECK(space.commands()[0] == QJsonObject{{"command", "getuserpage"}, {"tessel", double(space.code)}});
@@ -383,7 +392,7 @@ TEST_CASE("uploader: the user page is asked for by the card")
 TEST_CASE("uploader: the page is stored first, its QR picture when it is there")
 {
     const PluginTest::TemporaryFolder folder;
-    Space space;
+    Uploads space;
     ImageServer images;
     images.serve("/qr.png", ImageServer::png(7, 7));
     EventLog log;
@@ -401,7 +410,7 @@ TEST_CASE("uploader: the page is stored first, its QR picture when it is there")
 TEST_CASE("uploader: the text true gives a page as well as the value does")
 {
     const PluginTest::TemporaryFolder folder;
-    Space space;
+    Uploads space;
     ImageServer images;
     images.hold("/qr.png");
     space.uploader.updateUserPage();
@@ -412,7 +421,7 @@ TEST_CASE("uploader: the text true gives a page as well as the value does")
 TEST_CASE("uploader: a page begins without a picture, whatever the page before had")
 {
     const PluginTest::TemporaryFolder folder;
-    Space space;
+    Uploads space;
     ImageServer images;
     images.hold("/qr.png");
     SUBCASE("another page")
@@ -432,7 +441,7 @@ TEST_CASE("uploader: a page begins without a picture, whatever the page before h
 TEST_CASE("uploader: a success without a page's address is an empty page, and its picture is asked for all the same")
 {
     const PluginTest::TemporaryFolder folder;
-    Space space;
+    Uploads space;
     ImageServer images;
     images.serve("/qr.png", ImageServer::png(7, 7));
     space.contents->setUserPage({"http://old", "/old.png"});
@@ -448,7 +457,7 @@ TEST_CASE("uploader: a success without a page's address is an empty page, and it
 
 TEST_CASE("uploader: a refused page is an empty page that keeps the items")
 {
-    Space space;
+    Uploads space;
     const long id = space.addItem("http://a");
     space.contents->setUserPage({"http://old", "/old.png"});
     space.uploader.updateUserPage();
@@ -461,7 +470,7 @@ TEST_CASE("uploader: a refused page is an empty page that keeps the items")
 
 TEST_CASE("uploader: a page request that fails is an empty page with the exception's own text in the log")
 {
-    Space space;
+    Uploads space;
     space.contents->setUserPage({"http://old", "/old.png"});
     space.uploader.updateUserPage();
     expectWarning(kPageFailed + "connection refused");
@@ -472,7 +481,7 @@ TEST_CASE("uploader: a page request that fails is an empty page with the excepti
 
 TEST_CASE("uploader: without a media server the page is empty and the reason is logged")
 {
-    Space space;
+    Uploads space;
     space.host.removeMediaServer();
     space.uploader.updateUserPage();
     expectWarning(kPageFailed + kNoService);
@@ -483,14 +492,14 @@ TEST_CASE("uploader: without a media server the page is empty and the reason is 
 TEST_CASE("uploader: a QR picture that cannot be had leaves the page without one")
 {
     const PluginTest::TemporaryFolder folder;
-    Space space;
+    Uploads space;
     ImageServer images;
     images.serveRaw("/qr.png", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
     const QString address = images.url("/qr.png").toString();
     space.uploader.updateUserPage();
     bool logged = false;
     expectWarning("PersonalSpaceUploader # Failed to download QR icon for marker " + std::to_string(space.code) + " from "
-                  + address.toStdString() + " : Error transferring " + address.toStdString() + " - server replied: Not Found");
+                  + address.toStdString() + " : " + ImageServer::networkErrorText(images.url("/qr.png")));
     space.answer(0, {{"success", true}, {"userpageurl", "http://pages/p/1"}, {"qrcodeurl", address}});
     logged = space.host.frameUntil([] { return !TestSupport::loggedLines().empty(); });
     CHECK(logged);
@@ -501,26 +510,26 @@ TEST_CASE("uploader: a QR picture that cannot be had leaves the page without one
 TEST_CASE("uploader: a QR address without a scheme is asked for with one, and logged as the server wrote it")
 {
     const PluginTest::TemporaryFolder folder;
-    Space space;
+    Uploads space;
     ImageServer images;
     images.serveRaw("/qr.png", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
     const std::string asked = images.url("/qr.png").toString().toStdString();
     const std::string written = asked.substr(std::string("http://").size());
     space.uploader.updateUserPage();
     expectWarning("PersonalSpaceUploader # Failed to download QR icon for marker " + std::to_string(space.code) + " from "
-                  + written + " : Error transferring " + asked + " - server replied: Not Found");
+                  + written + " : " + ImageServer::networkErrorText(images.url("/qr.png")));
     space.answer(0, {{"success", true}, {"userpageurl", "http://pages/p/1"}, {"qrcodeurl", QString::fromStdString(written)}});
     CHECK(space.host.frameUntil([] { return !TestSupport::loggedLines().empty(); }));
-    CHECK(images.requests() == std::vector<QString>{"/qr.png"});
+    CHECK(images.requests() == std::vector<QString>{"/qr.png", "/qr.png"}); // the first one is the test's
 }
 
 TEST_CASE("uploader: an answer without a QR address keeps the page and logs the missing picture")
 {
     const PluginTest::TemporaryFolder folder;
-    Space space;
+    Uploads space;
     space.uploader.updateUserPage();
     expectWarning("PersonalSpaceUploader # Failed to download QR icon for marker " + std::to_string(space.code)
-                  + " from  : Protocol \"\" is unknown");
+                  + " from  : " + ImageServer::networkErrorText(QUrl()));
     space.answer(0, {{"success", true}, {"userpageurl", "http://pages/p/1"}});
     CHECK(space.host.frameUntil([] { return !TestSupport::loggedLines().empty(); }));
     CHECK(space.contents->userPage().url == "http://pages/p/1");
@@ -529,7 +538,7 @@ TEST_CASE("uploader: an answer without a QR address keeps the page and logs the 
 TEST_CASE("uploader: a QR picture for a page that is no longer the person's is dropped in silence")
 {
     const PluginTest::TemporaryFolder folder;
-    Space space;
+    Uploads space;
     ImageServer images;
     images.serve("/qr.png", ImageServer::png(7, 7));
     const auto downloader = IconDownloader::instance();
@@ -548,7 +557,7 @@ TEST_CASE("uploader: a QR picture for a page that is no longer the person's is d
 TEST_CASE("uploader: a second download of one QR address is a warning that costs the page nothing")
 {
     const PluginTest::TemporaryFolder folder;
-    Space space;
+    Uploads space;
     ImageServer images;
     images.hold("/qr.png");
     const QString address = images.url("/qr.png").toString();
@@ -596,7 +605,7 @@ TEST_CASE("uploader: the downloader lives as long as any uploader")
 
 TEST_CASE("uploader: results are written with a warning only where there is an error")
 {
-    Space space;
+    Uploads space;
     const long id = space.addItem("http://a");
     PersonalSpaceUploader::setContentStatus(ItemStatus::Uploaded, space.code, id, QString());
     CHECK(space.status(id) == ItemStatus::Uploaded);
@@ -610,13 +619,28 @@ TEST_CASE("uploader: results are written with a warning only where there is an e
     CHECK(space.contents->userPage().qrIcon.isEmpty());
 }
 
+TEST_CASE("uploader: an error is in the log before its result is stored")
+{
+    Uploads space;
+    const long id = space.addItem("http://a");
+    std::vector<std::size_t> loggedAtEvent;
+    const auto count = [&] { loggedAtEvent.push_back(TestSupport::loggedLines().size()); };
+    space.contents->eventAddListener("user-page-changed", count);
+    space.contents->eventAddListener("item-status-changed", count);
+    expectWarning(kPageFailed + "because");
+    PersonalSpaceUploader::setUserPage({}, space.code, "because");
+    expectWarning(kUploadFailed + "why");
+    PersonalSpaceUploader::setContentStatus(ItemStatus::Failed, space.code, id, "why");
+    CHECK(loggedAtEvent == std::vector<std::size_t>{1, 2});
+}
+
 TEST_CASE("uploader: a service that throws in the call fails the item, nothing leaves the uploader")
 {
     class Thrower final : public Tavola::ServiceInstance, public Tavola::JSONServerServiceAPI
     {
         folly::Future<QJsonObject> request(const QJsonObject&) override { throw std::runtime_error("not today"); }
     };
-    Space space;
+    Uploads space;
     space.host.removeMediaServer();
     space.host.tavola().services()->addService("media-server-service", "thrower", std::make_shared<Thrower>());
     const long id = space.addItem("http://a");
