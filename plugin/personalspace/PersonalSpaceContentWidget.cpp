@@ -6,15 +6,10 @@
 #include <Bedrock/BinaryData.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Facet/AttributeT.hpp>
-#include <Tavola/Tavola.hpp>
-#include <Tavola/UserInterface.hpp>
 #include <Trellis/FadeAnimator.hpp>
 #include <Trellis/ImageWidget.hpp>
 
 #include <QStringList>
-
-#include <algorithm>
-#include <utility>
 
 namespace Tavola
 {
@@ -48,8 +43,8 @@ PersonalSpaceContentWidget::PersonalSpaceContentWidget(Trellis::Widget* parent, 
     setCSSType("PersonalSpaceContentWidget");
     updateStyle();
 
-    // It counts as large as the space, and stands above the space's buttons: unless a style sheet says otherwise, touches go
-    // to its tiles or through it. Drops do not depend on this.
+    // The area covers the space and stands above the space's buttons: unless a style sheet sets this attribute, touches go to the
+    // tiles or through the area. Drops do not depend on it.
     if (auto* transparent = dynamic_cast<Facet::AttributeT<bool>*>(attribute("input-transparent")))
         transparent->setValue(true, Facet::kDefaultLayer);
 
@@ -62,7 +57,7 @@ PersonalSpaceContentWidget::PersonalSpaceContentWidget(Trellis::Widget* parent, 
     listenToContents();
     m_acceptDrops.addListener(
         [this] {
-            // From now on the leave is refused, too: what shows the hover goes at once.
+            // The Leave event of the drag is refused from here on, so the hover state ends now.
             if (!*m_acceptDrops)
                 endHover();
         },
@@ -73,13 +68,13 @@ PersonalSpaceContentWidget::~PersonalSpaceContentWidget()
 {
     for (const auto listener : m_contentsListeners)
         m_contents->eventRemoveListener(listener);
-    // Without this widget nobody tells a dragged one that the drag has left.
+    // This widget receives no Leave event any more.
     endHover();
 }
 
 void PersonalSpaceContentWidget::listenToContents()
 {
-    // The lock keeps the widget for the length of the call: a listener further down may close the space.
+    // The lock keeps the widget alive during the call: a listener of the widget's own events may close the space.
     const auto listen = [this](const char* event, auto handler) {
         const Bedrock::IntrusiveWeakPtr<PersonalSpaceContentWidget> weak(this);
         m_contentsListeners.push_back(m_contents->eventAddListenerBd(
@@ -91,7 +86,12 @@ void PersonalSpaceContentWidget::listenToContents()
             Facet::Node::kImmediate));
     };
     using Self = PersonalSpaceContentWidget;
-    listen("item-added", [](Self& self, Bedrock::BinaryData& data) { self.itemAdded(data.readInt64()); });
+    listen("item-added", [](Self& self, Bedrock::BinaryData& data) {
+        const long id = data.readInt64();
+        // An earlier listener may have removed the item again: it gets no tile, since no further event would remove the tile.
+        if (self.items().count(id) != 0)
+            self.itemAdded(id);
+    });
     listen("item-removed", [](Self& self, Bedrock::BinaryData& data) { self.itemRemoved(data.readInt64()); });
     listen("preview-ready", [](Self& self, Bedrock::BinaryData& data) {
         const long id = data.readInt64();
@@ -122,7 +122,7 @@ void PersonalSpaceContentWidget::addItem(Bedrock::IntrusivePtr<Trellis::Widget> 
     item.status = PersonalSpaceContents::ItemStatus::Pending;
     const long id = m_contents->addItem(item);
 
-    // The results go to the contents, which outlive this widget: a space closed meanwhile must not leave the item pending.
+    // The results go to the contents, which outlive this widget: closing the space meanwhile must not leave the item Pending.
     const std::shared_ptr<FileRepresentation> representation = fileRepresentationOf(widget);
     afterUpdate(folly::makeFutureWith([&] { return representation->files(); }),
                 [contents = m_contents, representation, id](folly::Try<FileRepresentation::FileData>&& files) {
@@ -184,72 +184,25 @@ bool PersonalSpaceContentWidget::dropEvent(const DropEvent& event)
         return false;
 
     switch (event.type) {
-    case DropEvent::Hover:
-        parent()->setPseudoClass("valid-hover", true);
-        updateIndicator(mapToScene(event.position));
-        return true;
+    case DropEvent::Hover: m_hover.hover(mapToScene(event.position)); return true;
     case DropEvent::ValidHover:
-        markDragged(*event.widget, true);
-        parent()->setPseudoClass("valid-hover", true);
-        updateIndicator(mapToScene(event.position));
+        m_hover.markDragged(*event.widget);
+        m_hover.hover(mapToScene(event.position));
         return true;
-    case DropEvent::Leave:
-        parent()->setPseudoClass("valid-hover", false);
-        markDragged(*event.widget, false);
-        removeIndicator();
-        return true;
+    case DropEvent::Leave: m_hover.leave(*event.widget); return true;
     case DropEvent::Drop: {
         const Bedrock::IntrusivePtr<PersonalSpaceContentWidget> alive(this);
         addItem(event.widget);
-        removeIndicator();
+        m_hover.removeIndicator();
         return true;
     }
     default: return false;
     }
 }
 
-void PersonalSpaceContentWidget::markDragged(Trellis::Widget& widget, bool on)
-{
-    widget.setPseudoClass("valid-drop", on);
-    const auto isItOrGone = [&widget](const Bedrock::IntrusiveWeakPtr<Trellis::Widget>& weak) {
-        const auto marked = weak.lock();
-        return !marked || marked.get() == &widget;
-    };
-    m_marked.erase(std::remove_if(m_marked.begin(), m_marked.end(), isItOrGone), m_marked.end());
-    if (on)
-        m_marked.emplace_back(&widget);
-}
-
 void PersonalSpaceContentWidget::endHover()
 {
-    removeIndicator();
-    if (parent())
-        parent()->setPseudoClass("valid-hover", false);
-    const auto marked = std::exchange(m_marked, {});
-    for (const auto& weak : marked)
-        if (const auto dragged = weak.lock())
-            dragged->setPseudoClass("valid-drop", false);
-}
-
-void PersonalSpaceContentWidget::updateIndicator(Vecta::Vector2f scenePoint)
-{
-    const auto application = Tavola::instance();
-    if (!application)
-        return;
-    const auto overlay = application->ui()->overlayWidget();
-    if (!m_indicator) {
-        m_indicator = new Trellis::ImageWidget(overlay.get());
-        m_indicator->addCSSClass("drop-indicator");
-    }
-    m_indicator->setCenterLocation(overlay->mapFromScene(scenePoint));
-}
-
-void PersonalSpaceContentWidget::removeIndicator()
-{
-    if (!m_indicator)
-        return;
-    m_indicator->removeFromParent();
-    m_indicator.reset();
+    m_hover.end();
 }
 
 void PersonalSpaceContentWidget::itemAdded(long id)
@@ -272,7 +225,9 @@ void PersonalSpaceContentWidget::itemAdded(long id)
 
     checkEmpty();
     resizeContents();
-    Trellis::FadeAnimator::fadeIn(*container, kFadeInSeconds, kFadeInDelaySeconds);
+    // A listener of "empty" may have removed the item: its tile then fades out already, and stays on its way out.
+    if (findTile(id) == container.get())
+        Trellis::FadeAnimator::fadeIn(*container, kFadeInSeconds, kFadeInDelaySeconds);
     eventSend("content-changed");
 }
 
@@ -280,7 +235,7 @@ void PersonalSpaceContentWidget::tileReleased(long id)
 {
     auto* container = findTile(id);
     if (!container)
-        return; // Already fading out: its item is gone.
+        return; // Fading out already, since its item is gone.
     if (container->intersects(*this)) {
         if (auto* location = container->attribute("location"))
             location->clearValue(Facet::kUserLayer);

@@ -1,21 +1,15 @@
+// How a personal space is put together: children, listeners, and the way back to the initial view.
+
 #include "personalspace/PersonalSpaceWidgetD.hpp"
 
-#include "shared/Placeholder.hpp"
-
 #include <Bedrock/BinaryData.hpp>
-#include <Tavola/DataGathering.hpp>
 #include <Trellis/TextEditWidget.hpp>
-
-#include <array>
 
 namespace Tavola
 {
 namespace
 {
 using Mode = PersonalSpaceWidget::CollectionMode;
-
-/// By the values of CollectionMode.
-constexpr std::array<const char*, 2> kModeClasses{"email-mode", "upload-mode"};
 
 Facet::AttributeT<Mode>::Names modeNames()
 {
@@ -118,24 +112,9 @@ void PersonalSpaceWidget::D::envelopeTapped()
     }
 }
 
-void PersonalSpaceWidget::D::updateUnregistered()
-{
-    host.setPseudoClass("unregistered-user", userName.value().isEmpty());
-}
-
-void PersonalSpaceWidget::D::updateNoEmail()
-{
-    host.setPseudoClass("no-email", userEmail.value().isEmpty());
-}
-
-void PersonalSpaceWidget::D::updateNoUserPage()
-{
-    host.setPseudoClass("no-user-page", userPageUrl.value().isEmpty());
-}
-
 void PersonalSpaceWidget::D::listenToAttributes()
 {
-    // The attributes die with this record, and their listeners with them.
+    // No weak pointers: the attributes are destroyed with this record, and their listeners with them.
     constexpr int kRole = Facet::Attribute::kValueChanged;
     const auto ownerChanged = [this] {
         updateUnregistered();
@@ -153,142 +132,6 @@ void PersonalSpaceWidget::D::listenToAttributes()
     spaceTitle.addListener([this] { updateTitle(); }, kRole);
     spaceInfo.addListener([this] { updateInfo(); }, kRole);
     userPageUrl.addListener([this] { updateNoUserPage(); }, kRole);
-}
-
-void PersonalSpaceWidget::D::updateCode()
-{
-    uploader.setCode(code);
-    createContentWidget();
-    updateCollectionMode();
-}
-
-void PersonalSpaceWidget::D::createContentWidget()
-{
-    releaseContentWidget();
-    contentWidget = new PersonalSpaceContentWidget(&host, code);
-    // What the card's owner collected before this widget was made. Nobody listens yet, so nothing follows from it.
-    for (const auto& [id, item] : contentWidget->items()) {
-        contentWidget->itemAdded(id);
-        if (!item.preview.isEmpty())
-            contentWidget->previewReady(id, item.preview);
-        contentWidget->updateStatus(id, item.status);
-    }
-    if (contentWidget->isEmpty())
-        host.removeCSSClass("has-content");
-    else
-        host.addCSSClass("has-content");
-    listenToContentWidget();
-}
-
-void PersonalSpaceWidget::D::listenToContentWidget()
-{
-    constexpr int kType = Facet::Node::kImmediate;
-    const auto onWidget = [this](const char* event, auto function) {
-        contentWidgetListeners.push_back(contentWidget->eventAddListenerBd(event, ifAlive(function), kType));
-    };
-    onWidget("empty", [](D& self, Bedrock::BinaryData& data) {
-        if (data.readInt32() != 0)
-            self.host.removeCSSClass("has-content");
-        else
-            self.host.addCSSClass("has-content");
-        self.closeTooltip();
-    });
-    onWidget("widget-added", [](D& self, Bedrock::BinaryData& data) {
-        DataGathering::logEventToService(DataGathering::widgetAddedToPersonalSpaceEvent(
-            data.readInt64(), self.code, self.userName.value(), self.userEmail.value()));
-    });
-    onWidget("widget-removed", [](D& self, Bedrock::BinaryData& data) {
-        DataGathering::logEventToService(DataGathering::widgetRemovedFromPersonalSpaceEvent(data.readInt64(), self.code));
-    });
-
-    PersonalSpaceContents& contents = *contentWidget->contents();
-    contentsListeners.push_back(
-        contents.eventAddListener("user-page-changed", ifAlive([](D& self) { self.userPageChanged(); }), kType));
-    contentsListeners.push_back(contents.eventAddListenerBd("files-ready", ifAlive([](D& self, Bedrock::BinaryData& data) {
-                                                                if (self.collectionMode.value() == Mode::Upload)
-                                                                    self.uploader.uploadItem(data.readInt64());
-                                                            }),
-                                                            kType));
-    onWidget("before-remove-item", [](D& self, Bedrock::BinaryData& data) {
-        if (self.collectionMode.value() == Mode::Upload)
-            self.uploader.removeItem(data.readInt64());
-    });
-}
-
-void PersonalSpaceWidget::D::releaseContentWidget()
-{
-    if (!contentWidget)
-        return;
-    for (const auto listener : contentsListeners)
-        contentWidget->contents()->eventRemoveListener(listener);
-    for (const auto listener : contentWidgetListeners)
-        contentWidget->eventRemoveListener(listener);
-    contentsListeners.clear();
-    contentWidgetListeners.clear();
-    // A drag that hovers is told to the next content widget, and leaves only that one.
-    contentWidget->endHover();
-    contentWidget->removeFromParent();
-    contentWidget.reset();
-}
-
-void PersonalSpaceWidget::D::updateCollectionMode()
-{
-    host.removeCSSClasses({kModeClasses[0], kModeClasses[1]});
-    host.addCSSClass(kModeClasses[static_cast<std::size_t>(collectionMode.value())]);
-    if (collectionMode.value() == Mode::Upload) {
-        uploader.updateUserPage();
-        if (contentWidget) {
-            std::vector<long> ids;
-            for (const auto& item : contentWidget->items())
-                ids.push_back(item.first);
-            for (const long id : ids)
-                uploader.uploadItem(id);
-        }
-    }
-    updateInfo();
-}
-
-void PersonalSpaceWidget::D::updateTitle()
-{
-    if (!spaceTitle.value().isEmpty())
-        title->setText(spaceTitle);
-    else if (userName.value().isEmpty())
-        title->textAttribute().clearValue(Facet::kUserLayer);
-    else
-        title->setText(fillPlaceholder(titleFormat.value(), userName.value()));
-}
-
-QString PersonalSpaceWidget::D::infoText() const
-{
-    const bool uploads = collectionMode.value() == Mode::Upload;
-    QString text = spaceInfo.value();
-    text.replace(QLatin1String("<link>"), uploads ? userPageUrl.value() : userEmail.value());
-    text.replace(QLatin1String("<br>"), QLatin1String("\n"));
-    return text;
-}
-
-void PersonalSpaceWidget::D::updateInfo()
-{
-    customInfo->setText(infoText());
-    host.setPseudoClass("has-custom-info", !spaceInfo.value().isEmpty());
-}
-
-void PersonalSpaceWidget::D::userPageChanged()
-{
-    const PersonalSpaceUploader::UserPage page = contentWidget->contents()->userPage();
-    if (!page.url.isEmpty()) {
-        host.setPseudoClass("user-page-failed", false);
-        userPageLink->setText(page.url);
-        if (!page.qrIcon.isEmpty())
-            qrIcon->load(page.qrIcon, Trellis::ImageWidget::kNonBlocking);
-    } else {
-        host.setPseudoClass("user-page-failed", true);
-        userPageLink->textAttribute().clearValue(Facet::kUserLayer);
-        if (auto* source = qrIcon->attribute("source"))
-            source->clearValue(Facet::kUserLayer);
-    }
-    userPageUrl.setValue(page.url, Facet::kUserLayer);
-    updateInfo();
 }
 
 void PersonalSpaceWidget::D::cancel()

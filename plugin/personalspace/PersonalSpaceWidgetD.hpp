@@ -16,19 +16,21 @@
 
 namespace Tavola
 {
-/// State and inner workings of a personal space. Owned by its widget.
+/// State and implementation of a personal space, one source file for each topic. Owned by its widget. Main thread only.
 struct PersonalSpaceWidget::D
 {
     explicit D(PersonalSpaceWidget& widget);
     ~D();
 
-    /// Second half of the widget's construction, when the widget has its D: children, looks, listeners.
+    // ---- Construction (PersonalSpaceWidgetD.cpp) ----
+    /// Second half of the widget's construction, called when the widget has its D: children, texts, listeners.
     void build();
-    void updateUnregistered();
-    void updateNoEmail();
-    void updateNoUserPage();
     void listenToAttributes();
-    /// The function when the widget is alive, and nothing otherwise: what listeners on children and contents call.
+    void listenToChildren(Trellis::Widget& cancelButton, Trellis::Widget& saveButton);
+    void envelopeTapped();
+    /// Back to the initial view.
+    void cancel();
+    /// Wraps a function for a listener on a child or the contents: calls it while the widget is alive, and does nothing after.
     template <class Function>
     [[nodiscard]] auto ifAlive(Function function)
     {
@@ -38,32 +40,33 @@ struct PersonalSpaceWidget::D
         };
     }
 
-    /// A new code: a content widget of its own, and the mode applied to its contents.
+    // ---- Collection (PersonalSpaceCollection.cpp) ----
+    /// Makes a content widget for the new code, and applies the mode to its contents.
     void updateCode();
     void createContentWidget();
     void listenToContentWidget();
-    /// Lets go of the present content widget and no longer listens to it and its contents.
+    /// Removes the present content widget, and the listeners on it and its contents.
     void releaseContentWidget();
     void updateCollectionMode();
 
+    // ---- Texts and pseudo-classes (PersonalSpaceTexts.cpp) ----
+    void updateUnregistered();
+    void updateNoEmail();
+    void updateNoUserPage();
     void updateTitle();
     void updateInfo();
     void userPageChanged();
     /// "space-info" with its placeholders filled.
     [[nodiscard]] QString infoText() const;
-    /// Back to the initial view.
-    void cancel();
-    void listenToChildren(Trellis::Widget& cancelButton, Trellis::Widget& saveButton);
-    void envelopeTapped();
 
     // ---- Registration (PersonalSpaceRegistration.cpp) ----
-    /// Each empties the input field and says what it accepts from then on.
+    /// Each empties the input field and installs its validator.
     void setEmailValidator();
     void setNameValidator();
-    /// The owner confirmed what they typed.
+    /// Called when the owner confirms the text of the input field.
     void checkEmailInput();
     void checkNameInput();
-    /// Asks the marker service on the background thread; returns at once. The answer comes by the two below.
+    /// Sends a request to the marker service on the background thread; returns at once. The answer calls one of the next two.
     void registerUser();
     void registerSuccessful();
     void registerFailed();
@@ -74,7 +77,7 @@ struct PersonalSpaceWidget::D
     void closeTooltip();
 
     // ---- E-mail (PersonalSpaceEmail.cpp) ----
-    /// Sends everything collected to the owner's address; returns at once. The outcome comes by the two below.
+    /// Sends everything collected to the owner's address; returns at once. The outcome calls one of the next two.
     void emailContents();
     void emailSuccessful();
     void emailFailed();

@@ -17,17 +17,27 @@ struct ContentArea
     using ItemStatus = Contents::ItemStatus;
 
     TestSupport::TestHost host;
-    unsigned long code = newCode();
+    unsigned long code;
     Bedrock::IntrusivePtr<Trellis::Widget> space{new Trellis::Widget(&host.mainWidget())};
     Bedrock::IntrusivePtr<ContentWidget> widget{new ContentWidget(space.get(), code)};
     std::shared_ptr<Contents> contents = widget->contents();
 
-    ContentArea()
+    explicit ContentArea(unsigned long cardCode = newCode()) : code(cardCode)
     {
         space->setSize({400.f, 300.f});
         space->setLocation({500.f, 300.f});
         widget->setSize({400.f, 250.f});
         widget->setLocation({0.f, 50.f});
+    }
+
+    /// Turns space and area each by a quarter about their corners: (x, y) of the area is then (300 - y, x) of the space, and
+    /// (500 - x, 600 - y) of the table.
+    void turnByQuarters()
+    {
+        constexpr float kQuarter = 1.5707963f;
+        space->setRotation(kQuarter);
+        widget->setRotation(kQuarter);
+        widget->setLocation({300.f, 0.f});
     }
 
     template <class Content>
@@ -55,7 +65,7 @@ struct ContentArea
     [[nodiscard]] ItemStatus status() const { return contents->items().begin()->second.status; }
 };
 
-/// All events of a content widget, with their payloads.
+/// Records all events of a content widget, with their payloads.
 inline void listenToAll(EventLog& log, Tavola::PersonalSpaceContentWidget& widget)
 {
     log.listen(widget, "empty", EventLog::Payload::Int32);

@@ -2,7 +2,10 @@
 
 #include <Bedrock/BinaryData.hpp>
 
+#include <doctest/doctest.h>
+
 #include <algorithm>
+#include <cmath>
 #include <stdexcept>
 
 namespace PluginTest
@@ -62,6 +65,22 @@ Trellis::Widget& childOfClass(const Trellis::Widget& widget, const char* cssClas
     if (found.size() != 1)
         throw std::runtime_error(std::to_string(found.size()) + " children of class " + cssClass);
     return *found.front();
+}
+
+bool near(Vecta::Vector2f a, Vecta::Vector2f b, float tolerancePx)
+{
+    const bool is = std::abs(a.x - b.x) < tolerancePx && std::abs(a.y - b.y) < tolerancePx;
+    if (!is)
+        MESSAGE("(" << a.x << ", " << a.y << ") is not near (" << b.x << ", " << b.y << ")");
+    return is;
+}
+
+bool sameDirection(double a, double b)
+{
+    const bool is = std::abs(std::remainder(a - b, 2.0 * kPi)) < 1e-3;
+    if (!is)
+        MESSAGE(a << " rad is another direction than " << b << " rad");
+    return is;
 }
 
 namespace

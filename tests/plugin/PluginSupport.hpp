@@ -13,17 +13,18 @@
 #include <string>
 #include <vector>
 
-/// What the plug-in's tests have in common: content to collect, and looks at widgets and events.
+/// What the plug-in's tests have in common: content to collect, and questions about widgets and events.
 namespace PluginTest
 {
 using Strings = std::vector<std::string>;
+constexpr double kPi = 3.141592653589793;
 
-/// Content that knows its files, and gives them when the test says so.
+/// Content with files of its own, which completes its futures when the test says so.
 class FakeContent final : public Trellis::Widget, public Tavola::FileRepresentation
 {
 public:
     explicit FakeContent(Trellis::Widget* parent = nullptr) : Trellis::Widget(parent) {}
-    /// Gives empty answers to who still waits, unless the test wants to see the promises broken.
+    /// Completes the promises that are open with empty answers, unless `breaksPromises`.
     ~FakeContent() override;
     folly::Future<FileData> files() override;
     folly::Future<QString> previewFileName() override;
@@ -48,7 +49,7 @@ public:
     Facet::AttributeT<QStringList> urls{this, "source-tessel-urls"};
 };
 
-/// A card that no test had before: contents live as long as the process.
+/// A card that no test has used before: contents live as long as the process.
 [[nodiscard]] unsigned long newCode();
 
 /// The children of a class, in the order of the tree.
@@ -61,14 +62,18 @@ template <class Type>
 {
     return dynamic_cast<Type&>(childOfClass(widget, cssClass));
 }
+/// Whether two places are the same but for rounding; says in the test's output where they are when they are not.
+[[nodiscard]] bool near(Vecta::Vector2f a, Vecta::Vector2f b, float tolerancePx = 0.05f);
+/// Whether two angles, in radians, are the same direction.
+[[nodiscard]] bool sameDirection(double a, double b);
 /// In alphabetical order.
 [[nodiscard]] Strings classesOf(const Trellis::Widget& widget);
 [[nodiscard]] Strings pseudoClassesOf(const Trellis::Widget& widget);
 /// The events that a node declares, in order.
 [[nodiscard]] Strings eventsOf(const Facet::Node& node);
 
-/// Writes down what nodes send, in order, as "name", "name 3" or "name 3 7": the name and its payload. Must outlive the nodes'
-/// sending.
+/// Records the events that nodes send, in order, as "name", "name 3" or "name 3 7": the name and its payload. Must outlive the
+/// nodes.
 class EventLog
 {
 public:

@@ -21,7 +21,6 @@
 
 #include <doctest/doctest.h>
 
-#include <cmath>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -31,8 +30,6 @@
 
 namespace PluginTest
 {
-constexpr double kPi = 3.141592653589793;
-
 /// Content of a folder: 100 by 50, styled 30 to the right of and 40 below the point where it is opened. Accepts cards, and
 /// records what happens to it.
 class FolderItem final : public Trellis::Widget, public Tavola::MarkerTaker
@@ -74,23 +71,6 @@ template <class Type>
         if (auto* typed = dynamic_cast<Type*>(op.get()))
             found.push_back(typed);
     return found;
-}
-
-[[nodiscard]] inline bool near(Vecta::Vector2f a, Vecta::Vector2f b, float tolerancePx = 0.05f)
-{
-    const bool is = std::abs(a.x - b.x) < tolerancePx && std::abs(a.y - b.y) < tolerancePx;
-    if (!is)
-        MESSAGE("(" << a.x << ", " << a.y << ") is not near (" << b.x << ", " << b.y << ")");
-    return is;
-}
-
-/// Whether two angles are the same direction.
-[[nodiscard]] inline bool sameDirection(double a, double b)
-{
-    const bool is = std::abs(std::remainder(a - b, 2.0 * kPi)) < 1e-3;
-    if (!is)
-        MESSAGE(a << " rad is another direction than " << b << " rad");
-    return is;
 }
 
 /// A table whose host has every component of the plug-in. Detector, folder and card are added by the test; fixtures of single

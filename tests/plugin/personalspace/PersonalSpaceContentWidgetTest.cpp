@@ -29,24 +29,6 @@ namespace
 {
 const std::string kFilesFailed = "PersonalSpaceContentWidget::addItem # Failed to load source files (";
 const std::string kPreviewFailed = "PersonalSpaceContentWidget::addItem # Failed to load preview file (";
-
-/// Space and area are each turned by a quarter about their corners: (x, y) of the area is (300 - y, x) of the space, and
-/// (500 - x, 600 - y) of the table.
-void turnByQuarters(Area& area)
-{
-    constexpr float kQuarter = 1.5707963f;
-    area.space->setRotation(kQuarter);
-    area.widget->setRotation(kQuarter);
-    area.widget->setLocation({300.f, 0.f});
-}
-
-bool near(Vecta::Vector2f a, Vecta::Vector2f b)
-{
-    const bool is = (a - b).length() < 0.05f;
-    if (!is)
-        MESSAGE("(" << a.x << ", " << a.y << ") is not near (" << b.x << ", " << b.y << ")");
-    return is;
-}
 }
 
 TEST_CASE("content widget: type, attribute and events are as style sheets and listeners know them")
@@ -154,145 +136,6 @@ TEST_CASE("drop: an event of an unknown type does nothing and is refused")
     CHECK(pseudoClassesOf(*area.space).empty());
     CHECK(area.indicators().empty());
     CHECK(area.contents->items().empty());
-}
-
-TEST_CASE("drop: hovering marks the space and shows the indicator at the point")
-{
-    Area area;
-    const auto content = area.make<FakeContent>();
-    CHECK(area.drop(content, DropEvent::Hover, {10.f, 20.f}));
-    CHECK(pseudoClassesOf(*area.space) == Strings{"valid-hover"});
-    CHECK(pseudoClassesOf(*content).empty());
-    REQUIRE(area.indicators().size() == 1);
-    auto* indicator = area.indicators()[0];
-    CHECK(dynamic_cast<Trellis::ImageWidget*>(indicator));
-    CHECK(indicator->centerLocation() == Vecta::Vector2f(510.f, 370.f));
-
-    CHECK(area.drop(content, DropEvent::Hover, {110.f, 40.f}));
-    REQUIRE(area.indicators().size() == 1);
-    CHECK(area.indicators()[0] == indicator);
-    CHECK(indicator->centerLocation() == Vecta::Vector2f(610.f, 390.f));
-    CHECK(area.contents->items().empty());
-}
-
-TEST_CASE("drop: a hover that would drop marks the dragged widget too")
-{
-    Area area;
-    const auto content = area.make<FakeContent>();
-    CHECK(area.drop(content, DropEvent::ValidHover));
-    CHECK(pseudoClassesOf(*area.space) == Strings{"valid-hover"});
-    CHECK(pseudoClassesOf(*content) == Strings{"valid-drop"});
-    REQUIRE(area.indicators().size() == 1);
-    auto* indicator = area.indicators()[0];
-    CHECK(indicator->centerLocation() == Vecta::Vector2f(510.f, 370.f));
-
-    CHECK(area.drop(content, DropEvent::ValidHover, {110.f, 40.f}));
-    REQUIRE(area.indicators().size() == 1);
-    CHECK(area.indicators()[0] == indicator);
-    CHECK(indicator->centerLocation() == Vecta::Vector2f(610.f, 390.f));
-    CHECK(area.contents->items().empty());
-}
-
-TEST_CASE("drop: a hover that would not drop leaves the mark that the dragged widget has")
-{
-    Area area;
-    const auto content = area.make<FakeContent>();
-    area.drop(content, DropEvent::ValidHover);
-    // A second finger joins the drag.
-    CHECK(area.drop(content, DropEvent::Hover, {110.f, 40.f}));
-    CHECK(pseudoClassesOf(*content) == Strings{"valid-drop"});
-    CHECK(pseudoClassesOf(*area.space) == Strings{"valid-hover"});
-    CHECK(area.drop(content, DropEvent::Leave));
-    CHECK(pseudoClassesOf(*content).empty());
-}
-
-TEST_CASE("drop: the indicator stands at the point also where space and area are turned")
-{
-    Area area;
-    const auto content = area.make<FakeContent>();
-    turnByQuarters(area);
-    for (const auto type : {DropEvent::Hover, DropEvent::ValidHover}) {
-        CAPTURE(type);
-        CHECK(area.drop(content, type, {10.f, 20.f}));
-        REQUIRE(area.indicators().size() == 1);
-        CHECK(near(area.indicators()[0]->centerLocation(), {490.f, 580.f}));
-        area.drop(content, DropEvent::Leave);
-    }
-}
-
-TEST_CASE("drop: the indicator stands at the point also where the overlay is moved, turned and scaled")
-{
-    Area area;
-    const auto content = area.make<FakeContent>();
-    auto& overlay = *area.host.ui().overlayWidget();
-    overlay.setLocation({100.f, 70.f});
-    overlay.setScale(0.5f);
-    area.drop(content, DropEvent::Hover, {10.f, 20.f});
-    REQUIRE(area.indicators().size() == 1);
-    CHECK(near(area.indicators()[0]->centerLocation(), {820.f, 600.f}));
-    overlay.setRotation(0.7f);
-    area.drop(content, DropEvent::ValidHover, {110.f, 40.f});
-    CHECK(near(overlay.mapToScene(area.indicators()[0]->centerLocation()), {610.f, 390.f}));
-}
-
-TEST_CASE("drop: leaving clears both marks and the indicator")
-{
-    Area area;
-    const auto content = area.make<FakeContent>();
-    area.drop(content, DropEvent::ValidHover);
-    CHECK(area.drop(content, DropEvent::Leave));
-    CHECK(pseudoClassesOf(*area.space).empty());
-    CHECK(pseudoClassesOf(*content).empty());
-    CHECK(area.indicators().empty());
-}
-
-TEST_CASE("drop: the drop collects and takes the indicator away, the marks wait for the leave")
-{
-    Area area;
-    const auto content = area.make<FakeContent>();
-    area.drop(content, DropEvent::ValidHover);
-    bool showsWhileCollecting = false;
-    area.widget->eventAddListener("widget-added", [&] { showsWhileCollecting = area.indicators().size() == 1; });
-    CHECK(area.drop(content, DropEvent::Drop));
-    CHECK(showsWhileCollecting);
-    CHECK(area.contents->items().size() == 1);
-    CHECK(area.indicators().empty());
-    CHECK(pseudoClassesOf(*area.space) == Strings{"valid-hover"});
-    CHECK(pseudoClassesOf(*content) == Strings{"valid-drop"});
-    CHECK(area.drop(content, DropEvent::Leave));
-    CHECK(pseudoClassesOf(*area.space).empty());
-}
-
-TEST_CASE("drop: a content widget that goes during a drag takes the indicator with it")
-{
-    Area area;
-    area.drop(area.make<FakeContent>(), DropEvent::Hover);
-    REQUIRE(area.indicators().size() == 1);
-    area.space->removeFromParent();
-    area.space.reset();
-    area.widget.reset();
-    area.host.frames(2);
-    CHECK(area.indicators().empty());
-}
-
-TEST_CASE("drop: a content widget that goes during drags leaves no mark on what was dragged over it")
-{
-    Area area;
-    const auto first = area.make<FakeContent>();
-    const auto second = area.make<FakeContent>();
-    const auto left = area.make<FakeContent>();
-    area.drop(first, DropEvent::ValidHover);
-    area.drop(second, DropEvent::ValidHover);
-    area.drop(left, DropEvent::ValidHover);
-    area.drop(left, DropEvent::Leave);
-    left->setPseudoClass("valid-drop", true); // by another space
-    area.space->removeFromParent();
-    area.space.reset();
-    area.widget.reset();
-    area.host.frames(2);
-    CHECK(pseudoClassesOf(*first).empty());
-    CHECK(pseudoClassesOf(*second).empty());
-    CHECK(pseudoClassesOf(*left) == Strings{"valid-drop"});
 }
 
 TEST_CASE("add: the item is Pending, names the widget, and its events come in order")
@@ -491,7 +334,7 @@ TEST_CASE("content widget: the whole space counts as the drop area")
 TEST_CASE("content widget: the whole space counts as the drop area also where both are turned")
 {
     Area area;
-    turnByQuarters(area);
+    area.turnByQuarters();
     CHECK(area.widget->isInside({10.f, 20.f}));
     CHECK(area.widget->isInside({200.f, -50.f})); // (350, 200) of the space
     CHECK_FALSE(area.widget->isInside({350.f, 20.f}));

@@ -107,6 +107,22 @@ TEST_CASE("sending: items are counted one by one before the message is made, and
     CHECK(sent == 1);
 }
 
+TEST_CASE("sending: items are counted when the address form has gone and the sending view shows")
+{
+    Mail mail;
+    mail.widget->setProperties({"Ann", "", ""});
+    mail.addItem("http://one");
+    mail.tapEnvelope();
+    REQUIRE(mail.hasClass("waiting-to-send-email"));
+    mail.write("ann@example.org");
+    std::vector<Strings> classes;
+    const auto before =
+        Tavola::DataGathering::setSink([&](const Tavola::DataGathering::Event&) { classes.push_back(classesOf(*mail.widget)); });
+    mail.tapEnvelope();
+    Tavola::DataGathering::setSink(before);
+    CHECK(classes == std::vector<Strings>{{"email-mode", "has-content", "sending-email"}});
+}
+
 TEST_CASE("sending: one tap sends one message, however many frames go by")
 {
     Mail mail;
@@ -646,4 +662,33 @@ TEST_CASE("address: a cancel takes the form back, and the next tap asks again")
     mail.tapEnvelope();
     CHECK(mail.hasClass("waiting-to-send-email"));
     CHECK(mail.service->sent().empty());
+}
+
+TEST_CASE("address: one that becomes known while it is asked for is sent to, whatever is written")
+{
+    Mail space;
+    const auto& service = space.service;
+    space.widget->setProperties({"Ann", "", ""});
+    space.tapEnvelope();
+    REQUIRE(space.hasClass("waiting-to-send-email"));
+    const char* written = "";
+    SUBCASE("nothing") {}
+    SUBCASE("no address")
+    {
+        written = "ann@";
+    }
+    SUBCASE("another address")
+    {
+        written = "written@example.org";
+    }
+    space.write(written);
+    space.widget->setProperties({"Ann", "ann@example.org", ""});
+    space.tapEnvelope();
+    REQUIRE(service->sent().size() == 1);
+    CHECK(service->sent()[0].recipients[0].address.address == "ann@example.org");
+    CHECK(space.hasClass("sending-email"));
+    CHECK(space.field().isValid());
+    CHECK_FALSE(space.field().hasPseudoClass("invalid"));
+    CHECK(space.field().text() == written);
+    CHECK(space.text("user-email").value() == "ann@example.org");
 }

@@ -1,12 +1,11 @@
 #include "LogCapture.hpp"
 #include "OpenSpace.hpp"
 
-#include <Bedrock/BGThread.hpp>
-
 #include <QKeyEvent>
 
 #include <doctest/doctest.h>
 
+#include <functional>
 #include <stdexcept>
 #include <thread>
 
@@ -16,7 +15,6 @@ using PluginTest::newCode;
 using PluginTest::OpenSpace;
 using PluginTest::Strings;
 using TestSupport::FakeEmailService;
-using TestSupport::TestHost;
 
 namespace
 {
@@ -46,18 +44,23 @@ struct NameForm : OpenSpace
     }
 };
 
-/// A marker service that cannot answer.
+/// A marker service whose registrations end with an exception.
 class BrokenTesselService final : public Tavola::TesselServiceAPI
 {
 public:
+    explicit BrokenTesselService(std::function<void()> failure) : m_failure(std::move(failure)) {}
     boost::expected<Bedrock::IntrusivePtr<Trellis::Widget>, QString> personalWidget(unsigned long) override
     {
         return boost::make_unexpected(QString());
     }
     bool registerPersonalMarker(unsigned long, const QString&, const QString&) override
     {
-        throw std::runtime_error("no database");
+        m_failure();
+        return true;
     }
+
+private:
+    std::function<void()> m_failure;
 };
 }
 
@@ -322,7 +325,7 @@ TEST_CASE("confirming a name: it greets the owner, empties the field and asks th
         space.write("Ann");
         space.finishEditing();
     }
-    // The service has not answered, and nobody waited for it.
+    // The service has not answered yet, and the main thread has not waited for it.
     CHECK(space.text("user-name").value(Facet::kUserLayer) == "Ann");
     CHECK_FALSE(space.widget->hasPseudoClass("unregistered-user"));
     CHECK(space.textChild("title").text() == "Hi, Ann");
@@ -375,6 +378,49 @@ TEST_CASE("confirming a name: the editor lets go of the keyboard also for a wron
     form.tapSave();
     CHECK_FALSE(form.field().editor()->hasFocus());
     CHECK(form.field().hasPseudoClass("invalid"));
+}
+
+TEST_CASE("confirming a name: the text counts that is there when the editing has ended")
+{
+    NameForm form;
+    const auto editor = form.field().editor();
+    form.host.app().setFocusWidget(editor.get());
+    SUBCASE("a name that becomes blank")
+    {
+        const auto listener = editor->eventAddListener("editing-finished", [&] { editor->setText("  "); });
+        form.saveName("Ann");
+        CHECK(form.field().hasPseudoClass("invalid"));
+        CHECK_FALSE(form.hasClass("registering"));
+        CHECK(form.text("user-name").value().isEmpty());
+        editor->eventRemoveListener(listener);
+    }
+    SUBCASE("blanks that become a name")
+    {
+        const auto listener = editor->eventAddListener("editing-finished", [&] { editor->setText("Bea"); });
+        form.saveName("  ");
+        CHECK(form.hasClass("registering"));
+        CHECK(form.text("user-name").value() == "Bea");
+        editor->eventRemoveListener(listener);
+        form.waitForRegistration();
+    }
+}
+
+TEST_CASE("confirming a name: the field is emptied when the space shows that it registers")
+{
+    OpenSpace space;
+    space.write("Ann");
+    bool registeringWhenEmptied = false;
+    bool greetedWhenEmptied = false;
+    space.field().editor()->eventAddListener("text-changed", [&] {
+        if (!space.field().text().isEmpty())
+            return;
+        registeringWhenEmptied = space.hasClass("registering");
+        greetedWhenEmptied = space.textChild("title").text() == "Hi, Ann";
+    });
+    space.tapSave();
+    CHECK(registeringWhenEmptied);
+    CHECK(greetedWhenEmptied);
+    space.waitForRegistration();
 }
 
 TEST_CASE("confirming a name: without an address the request is sent with an empty one")
@@ -440,6 +486,20 @@ TEST_CASE("request: an address typed earlier goes with it")
     form.registrationAnswered();
     REQUIRE(form.registrations().size() == 1);
     CHECK(form.registrations()[0].email == "new@example.org");
+}
+
+TEST_CASE("request: one under way keeps the service, and not the application with its widgets")
+{
+    OpenSpace space;
+    space.host.tesselService().holdRegistrations();
+    space.write("Ann");
+    space.tapSave();
+    REQUIRE(space.host.frameUntil([&] { return space.host.tesselService().registrations().size() == 1; }));
+    space.host.destroyTavola();
+    CHECK(Tavola::Tavola::instance() == nullptr);
+    CHECK(space.host.app().mainLayer()->children().empty());
+    space.host.tesselService().releaseRegistrations();
+    space.waitForRegistration();
 }
 
 // ---- Answers ---------------------------------------------------------------------------------------------------------
@@ -593,14 +653,65 @@ TEST_CASE("no application any more: a waiting request is dropped")
     CHECK(space.registrations().size() == 1);
 }
 
-TEST_CASE("marker service that throws: the visitor sees that registering failed")
+TEST_CASE("marker service that throws: the visitor sees that registering failed, and the log has the reason")
 {
     OpenSpace space;
-    space.host.tavola().services()->setTesselService(std::make_shared<BrokenTesselService>());
+    std::function<void()> failure;
+    const char* reason = "";
+    SUBCASE("an exception of the standard library")
+    {
+        failure = [] { throw std::runtime_error("no database"); };
+        reason = "no database";
+    }
+    SUBCASE("anything else")
+    {
+        failure = [] { throw 42; };
+        reason = "unknown exception";
+    }
+    space.host.tavola().services()->setTesselService(std::make_shared<BrokenTesselService>(failure));
     TestSupport::expectError("PersonalSpaceWidget::registerUser # Failed to register the owner of card "
-                             + std::to_string(space.code) + " (no database)");
+                             + std::to_string(space.code) + " (" + reason + ")");
     space.saveName("Ann");
     for (int i = 0; i < 3; ++i)
         space.registrationAnswered();
     CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "registering-failed"});
+}
+
+// ---- As it is written ------------------------------------------------------------------------------------------------
+
+TEST_CASE("written address: it is kept and sent to as it was written, blanks and all")
+{
+    AddressForm form;
+    form.write("  ann@example.org\t ");
+    SUBCASE("by the envelope")
+    {
+        form.tapEnvelope();
+    }
+    SUBCASE("by enter")
+    {
+        form.finishEditing();
+    }
+    CHECK(form.text("user-email").value() == "  ann@example.org\t ");
+    REQUIRE(form.service->sent().size() == 1);
+    CHECK(form.service->sent()[0].recipients[0].address.address == "  ann@example.org\t ");
+}
+
+TEST_CASE("written name: it is kept and registered as it was written, blanks and all")
+{
+    NameForm form;
+    form.write(" Ann  Lee\t");
+    SUBCASE("by the button")
+    {
+        form.tapSave();
+    }
+    SUBCASE("by enter")
+    {
+        form.finishEditing();
+    }
+    CHECK(form.text("user-name").value() == " Ann  Lee\t");
+    CHECK(form.textChild("title").text() == "Hi,  Ann  Lee\t");
+    form.waitForRegistration();
+    const auto registrations = form.registrations();
+    REQUIRE(registrations.size() == 1);
+    CHECK(registrations[0].name == " Ann  Lee\t");
 }

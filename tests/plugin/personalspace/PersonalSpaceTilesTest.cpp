@@ -8,6 +8,8 @@
 
 #include <doctest/doctest.h>
 
+#include <utility>
+
 // The tiles of a space's drop area.
 
 using PluginTest::classesOf;
@@ -64,6 +66,73 @@ TEST_CASE("tile: it fades in from the moment at which it is announced, and has i
     // Whether the space is empty is told before the tiles change their size.
     CHECK(scales == std::vector<float>{1.f / 3.f, 0.25f, 0.25f});
     CHECK(opacity == 0.f);
+}
+
+TEST_CASE("tile: it does not fade in yet when the space says whether it is empty")
+{
+    Area area;
+    float opacity = 0.f;
+    std::size_t operators = 1;
+    area.widget->eventAddListener("empty", [&] {
+        opacity = area.tile().opacity();
+        operators = area.tile().operators().size();
+    });
+    area.addItem();
+    CHECK(opacity == 1.f);
+    CHECK(operators == 0);
+    CHECK(area.tile().opacity() == 0.f);
+}
+
+TEST_CASE("tile: an item that is removed while it is added leaves no tile")
+{
+    Area area;
+    bool remove = true;
+    const auto removeAll = [&] {
+        if (std::exchange(remove, false))
+            area.contents->removeItems();
+    };
+    EventLog log;
+    Strings expected;
+    SUBCASE("by a listener of \"empty\"")
+    {
+        listenToAll(log, *area.widget);
+        area.widget->eventAddListener("empty", removeAll);
+        expected = {"empty 0", "empty 1", "content-changed", "content-changed"};
+    }
+    SUBCASE("by a listener of \"content-changed\"")
+    {
+        listenToAll(log, *area.widget);
+        area.widget->eventAddListener("content-changed", removeAll);
+        expected = {"empty 0", "content-changed", "empty 1", "content-changed"};
+    }
+    area.addItem();
+    CHECK(log.lines == expected);
+    for (const auto* tile : area.tiles())
+        CHECK(Trellis::FadeAnimator::isFadingOut(*tile));
+    area.host.frames(3, 0.5);
+    CHECK(area.tiles().empty());
+    area.addItem();
+    CHECK(area.tiles().size() == 1);
+}
+
+TEST_CASE("tile: an item that an earlier listener of the contents removed again gets none")
+{
+    const auto code = PluginTest::newCode();
+    const auto contents = Area::Contents::personalContent(code);
+    bool remove = true;
+    const auto listener = contents->eventAddListener("item-added", [&] {
+        if (std::exchange(remove, false))
+            contents->removeItems();
+    });
+    Area area(code);
+    EventLog log;
+    listenToAll(log, *area.widget);
+    area.addItem();
+    CHECK(area.tiles().empty());
+    CHECK(log.lines.empty());
+    area.addItem();
+    CHECK(area.tiles().size() == 1);
+    contents->eventRemoveListener(listener);
 }
 
 TEST_CASE("tile: a removed item's tile fades out in 0.2 seconds and is deleted")

@@ -111,6 +111,14 @@ TEST_CASE("tooltip: the address is explained where the text was tapped")
     CHECK(help.tooltip().location() == Vecta::Vector2f{130.f, 60.f});
 }
 
+TEST_CASE("tooltip: the address is explained where the text was tapped, also where the text is turned and larger")
+{
+    Help help;
+    help.host.style("PersonalSpaceWidget > .info { rotation: 90deg; scale: 2 }");
+    help.tapInfo({30.f, 10.f});
+    CHECK(PluginTest::near(help.tooltip().location(), {80.f, 110.f}));
+}
+
 TEST_CASE("tooltip: its place is set in one change")
 {
     // The style sheet gives each tooltip an attribute that watches its place from before it is placed.
@@ -386,6 +394,28 @@ TEST_CASE("closing: with none open nothing happens")
     help.tapHelp();
     help.pass(0.6);
     help.tapCancel();
+    CHECK(help.tooltips().empty());
+}
+
+TEST_CASE("closing: a tooltip on its way out is still the space's, and no other opens beside it")
+{
+    Help help;
+    help.tapHelp();
+    help.pass(1);
+    help.tapCancel();
+    help.host.frame(0.3);
+    CHECK(help.widget->stylableWidgets().size() == 10);
+    SUBCASE("the help button")
+    {
+        help.tapHelp();
+    }
+    SUBCASE("the information text")
+    {
+        help.tapInfo();
+    }
+    CHECK(classesOf(help.tooltip()) == Strings{"help"});
+    CHECK(help.isFadingOut());
+    help.pass(0.6);
     CHECK(help.tooltips().empty());
 }
 
