@@ -1,4 +1,4 @@
-// What a personal space collects: the content widget of its card, and the mode in which its items are passed on.
+// The collection of a personal space: the content widget of its card, and the mode that decides where its items are sent.
 
 #include "personalspace/PersonalSpaceWidgetD.hpp"
 

@@ -20,7 +20,7 @@ constexpr float kFadeInDelaySeconds = 0.2f;
 constexpr float kFadeOutSeconds = 0.2f;
 constexpr float kFadeOutDelaySeconds = 0.f;
 
-/// A tile is never larger than a third, so that a space with one item looks like one with four.
+/// The scale of every tile: at most a third, so that a space with one item looks like one with four.
 float tileScale(std::size_t count)
 {
     std::size_t columns = 1;

@@ -12,7 +12,7 @@ namespace
 {
 using Registry = std::map<std::uint64_t, std::shared_ptr<PersonalSpaceContents>>;
 
-/// All contents there are; entries are never removed.
+/// Entries are never removed.
 Registry& registry()
 {
     static Registry contentsByCode;
@@ -77,7 +77,7 @@ void PersonalSpaceContents::removeItems()
     ids.reserve(m_items.size());
     for (const auto& entry : m_items)
         ids.push_back(entry.first);
-    // By id, as a listener may remove and add items itself.
+    // By id, since a listener may remove and add items.
     for (const long id : ids)
         removeItem(id);
 }
@@ -117,7 +117,7 @@ void PersonalSpaceContents::setItemStatus(ItemStatus status, long id)
 
 void PersonalSpaceContents::setUserPage(const UserPage& page)
 {
-    // Empty addresses never clear: an unreachable server must not cost a visitor the collection.
+    // An empty address never removes the items: visitors keep them while the server cannot be reached.
     if (!m_userPage.url.isEmpty() && !page.url.isEmpty() && m_userPage.url != page.url)
         removeItems();
     m_userPage = page;

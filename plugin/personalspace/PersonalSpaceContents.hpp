@@ -12,9 +12,9 @@
 
 namespace Tavola
 {
-/// What one card's owner has collected, and the owner's user page. One for each card code, kept as long as the plug-in is
-/// loaded, so that a space closed and opened again shows the same items. Holds no widgets and does no network work; the
-/// outcome of every change is told by an event, sent inside the call:
+/// The items that the owner of one card has collected, and the owner's user page. There is one object for each card code, kept as
+/// long as the plug-in is loaded, so that a space closed and opened again shows the same items. Holds no widgets and does no
+/// network work. Every change sends an event, inside the call:
 ///
 ///     "item-added"           item id (int64)
 ///     "item-removed"         item id (int64)
@@ -23,7 +23,7 @@ namespace Tavola
 ///     "user-page-changed"    nothing
 ///     "item-status-changed"  item id (int64), status (int32)
 ///
-/// Calls for an item that is not there are ignored. Main thread only.
+/// Calls for an unknown item are ignored. Main thread only.
 class PersonalSpaceContents final : public Facet::Node
 {
 public:
@@ -38,9 +38,9 @@ public:
         ItemStatus status = ItemStatus::Pending;
     };
 
-    /// The contents of a card, made on first use.
+    /// The contents of a card, made on first use. Never null.
     [[nodiscard]] static std::shared_ptr<PersonalSpaceContents> personalContent(unsigned long code);
-    /// Removes all items of a card; makes no contents where there are none.
+    /// Removes all items of a card; creates no contents for a card without any.
     static void removeItems(unsigned long code);
 
     PersonalSpaceContents();
@@ -49,15 +49,15 @@ public:
     /// The item's id, greater than those of all items before it.
     long addItem(Item item);
     void removeItem(long id);
-    /// In ascending order of ids, each with its event right after it is gone.
+    /// In ascending order of ids; the event of each is sent right after its removal.
     void removeItems();
 
-    /// Stores the files and makes the item Ready. Sends "files-ready" only, no change of status.
+    /// Stores the files and makes the item Ready. Sends "files-ready" only, not "item-status-changed".
     void filesReady(long id, const FileRepresentation::FileData& files);
     void previewReady(long id, const QString& path);
-    /// Sends its event also when the status stays what it was.
+    /// Sends the event even if the status stays the same.
     void setItemStatus(ItemStatus status, long id);
-    /// Another address in place of a known one empties the space first: it is somebody else's page now.
+    /// Removes all items first if one known address replaces another, which is then the page of another person.
     void setUserPage(const UserPage& page);
 
     /// A copy; an empty item, Pending, for an unknown id.

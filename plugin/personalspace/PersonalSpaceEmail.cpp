@@ -1,4 +1,4 @@
-// How a personal space e-mails what it holds to its owner.
+// How a personal space sends its contents to its owner by e-mail.
 
 #include "email/EmailComposition.hpp"
 #include "personalspace/PersonalSpaceWidgetD.hpp"
@@ -17,7 +17,7 @@ void PersonalSpaceWidget::D::emailContents()
     host.removeCSSClass("waiting-to-send-email");
     host.addCSSClass("sending-email");
 
-    // As they are now: the owner may edit them while the mail is on its way.
+    // Copies, since the owner may edit the values while the mail is on its way.
     const QString name = userName.value();
     const QString address = userEmail.value();
 
@@ -37,7 +37,7 @@ void PersonalSpaceWidget::D::emailContents()
         return;
     }
     const auto service = Tavola::instance()->services()->emailService(QString());
-    // A service that throws instead of giving a future has failed like one whose future does.
+    // An exception out of the call is handled like one in the future.
     auto sent = folly::makeFutureWith([&] { return service->send(*message); });
     afterUpdate(std::move(sent),
                 [weak = Bedrock::IntrusiveWeakPtr<PersonalSpaceWidget>(&host), name, address,

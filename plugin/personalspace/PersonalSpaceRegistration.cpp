@@ -1,4 +1,4 @@
-// Registration of a card's owner, and what the input field accepts.
+// Registration of a card's owner, and the validators of the input field.
 
 #include "personalspace/PersonalSpaceWidgetD.hpp"
 
@@ -18,7 +18,7 @@ namespace Tavola
 {
 namespace
 {
-/// What the background thread works on: copies only, so that it reads nothing of the widget.
+/// The input of the background thread: copies, so that the thread reads nothing of the widget.
 struct RegistrationRequest
 {
     unsigned long code;
@@ -81,18 +81,18 @@ void PersonalSpaceWidget::D::registerUser()
     const RegistrationRequest request{code, userName.value(), userEmail.value(),
                                       Bedrock::IntrusiveWeakPtr<PersonalSpaceWidget>(&host)};
     Bedrock::BGThread::instance()->addTask(std::make_shared<Bedrock::FunctionTask>([request](Bedrock::Task& task) {
-        // Done in every case: an unfinished task would be run again.
+        // First of all, since an unfinished task would be run again.
         task.setFinished();
-        // The service alone is kept for the call: the application, with its widgets, may end on the main thread meanwhile.
+        // Only the service is kept alive for the call: the main thread may destroy the application and its widgets meanwhile.
         const std::shared_ptr<TesselServiceAPI> service = markerService();
-        // Without a marker service no answer ever comes; the owner sees that the registration goes on until they cancel it.
+        // Without a marker service there is no answer: the space shows "registering" until the owner cancels.
         if (!service)
             return;
         bool registered = false;
         try {
             registered = service->registerPersonalMarker(request.code, request.name, request.email);
         } catch (const std::exception& exception) {
-            // To the owner the same as a refusal: the space must not wait for an answer that never comes.
+            // Shown like a refusal, so that the space does not stay "registering".
             Bedrock::Trace::error("PersonalSpaceWidget::registerUser # Failed to register the owner of card %llu (%s)",
                                   static_cast<unsigned long long>(request.code), exception.what());
         } catch (...) {

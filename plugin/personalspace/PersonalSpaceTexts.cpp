@@ -1,4 +1,4 @@
-// What a personal space shows of its owner: greeting, information text, user page, and the pseudo-classes for what is unknown.
+// The texts of a personal space about its owner (greeting, information, user page), and the pseudo-classes for unknown data.
 
 #include "personalspace/PersonalSpaceWidgetD.hpp"
 #include "shared/Placeholder.hpp"

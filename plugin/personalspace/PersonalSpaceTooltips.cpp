@@ -23,7 +23,7 @@ void close(Trellis::Widget& tooltip)
 
 void PersonalSpaceWidget::D::toggleTooltip(const QString& name, const Vecta::Vector2T<float>& location)
 {
-    // A tooltip that is fading out is still there: the fade is asked for again, and no new one opens.
+    // A tooltip that is fading out counts as open: its fade is requested again, and no other tooltip opens.
     if (const auto open = tooltip.lock()) {
         close(*open);
         return;

@@ -15,7 +15,7 @@ PersonalSpaceWidget::PersonalSpaceWidget() : PersonalTesselWidget(nullptr), d(st
 
 PersonalSpaceWidget::~PersonalSpaceWidget()
 {
-    // The contents outlive every widget that shows them.
+    // Removes the listeners on the contents, which outlive this widget.
     d->releaseContentWidget();
 }
 

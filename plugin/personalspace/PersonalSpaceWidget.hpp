@@ -31,7 +31,7 @@ public:
     void setProperties(const TesselServiceAPI::PersonalMarkerProperties& properties) override;
     [[nodiscard]] std::vector<Bedrock::IntrusivePtr<Trellis::Widget>> stylableWidgets() const override;
 
-    /// Collects a widget, as if it had been dropped. Does nothing before the first code.
+    /// Collects a widget as a drop does. Does nothing before the first setCode.
     void addWidget(Trellis::Widget& widget);
 
 private:

@@ -1,4 +1,4 @@
-// How a personal space is put together: children, listeners, and the way back to the initial view.
+// Construction of a personal space: children and listeners, and the steps of its buttons.
 
 #include "personalspace/PersonalSpaceWidgetD.hpp"
 
@@ -16,7 +16,7 @@ Facet::AttributeT<Mode>::Names modeNames()
     return {{QLatin1String("email"), Mode::Email}, {QLatin1String("upload"), Mode::Upload}};
 }
 
-/// A child with a class of its own. The parent owns it from here on.
+/// A new child with this class, owned by the parent.
 template <class WidgetType>
 Bedrock::IntrusivePtr<WidgetType> makeChild(Trellis::Widget& parent, const char* cssClass)
 {

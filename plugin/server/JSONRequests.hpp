@@ -10,7 +10,7 @@ class QJsonObject;
 
 namespace Tavola
 {
-/// What is sent to the media server for one item.
+/// The data that is sent to the media server for one item.
 struct UploadableItem
 {
     QString value;       ///< an address, or a bare file name
@@ -24,16 +24,17 @@ struct UploadableItem
     friend bool operator!=(const UploadableItem& a, const UploadableItem& b) { return !(a == b); }
 };
 
-/// Hands a command to the presentation's media server service. A missing service is a failed future, never a throw. The future
-/// may be completed on any thread. Main thread.
+/// Passes a command to the presentation's media server service. Without one the future has failed (std::runtime_error); a service
+/// may throw. The future may be completed on any thread. Main thread only.
 [[nodiscard]] folly::Future<QJsonObject> requestJSON(const QJsonObject& request);
 
-/// What of an item's files is sent, and under which key. The file itself is not transferred: the server knows it by its name.
+/// Chooses the value that is sent for an item's files, and its key. Files are not transferred: the server identifies them by
+/// name.
 [[nodiscard]] UploadableItem parseFiles(const PersonalSpaceContents::Item& item);
 
-/// Whether an answer says that its command succeeded: "success" is true or the text "true".
+/// Whether the command of this answer succeeded: "success" is true or the text "true".
 [[nodiscard]] bool isSuccess(const QJsonObject& answer);
 
-/// Why a command failed, with the whole answer, for the log.
+/// The error of an answer followed by the whole answer as JSON, for the log.
 [[nodiscard]] QString getErrorText(const QJsonObject& answer);
 }

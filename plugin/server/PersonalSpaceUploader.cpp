@@ -16,7 +16,7 @@ namespace
 {
 constexpr const char kSystemName[] = "Undefined";
 
-/// A JSON number: exact up to 2^53, which is more than a printed card holds.
+/// A JSON number, which is exact up to 2^53. The host's service refuses requests with a larger code.
 QJsonValue tesselValue(unsigned long code)
 {
     return QJsonValue(static_cast<qint64>(code));
@@ -32,7 +32,7 @@ QJsonObject itemCommand(const char* command, unsigned long code, const Uploadabl
     return request;
 }
 
-/// Sends a command; whatever goes wrong, also inside the call, is an exception of the future.
+/// Sends a command. Every failure, also an exception out of the call, is an exception of the future.
 folly::Future<QJsonObject> send(const QJsonObject& command)
 {
     return folly::makeFutureWith([&command] { return requestJSON(command); });
@@ -77,8 +77,8 @@ void PersonalSpaceUploader::updateUserPage()
 
 void PersonalSpaceUploader::getUserQR(unsigned long code, const QString& userPageUrl, const QString& qrCodeUrl)
 {
-    // A download of the same address that is under way makes the call throw, which is a failed download like any other.
-    // Nothing here keeps the downloader alive: a download that never ends would keep it for ever.
+    // The call throws while the same address is being downloaded: a failed download like any other.
+    // The continuation does not keep the downloader alive, since a download that never completes would keep it for ever.
     auto icon =
         folly::makeFutureWith([&qrCodeUrl] { return IconDownloader::instance()->getUserIcon(QUrl::fromUserInput(qrCodeUrl)); });
 

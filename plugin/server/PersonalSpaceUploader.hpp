@@ -9,9 +9,9 @@ namespace Tavola
 {
 class IconDownloader;
 
-/// Keeps one person's space in step with the media server: fetches the user page, uploads collected items and deletes them.
-/// Every outcome is written into the person's PersonalSpaceContents after the update of a frame, even when the uploader is gone
-/// by then; requests under way are never cancelled. Main thread only.
+/// Sends the changes of one person's space to the media server: uploads collected items, deletes them, and fetches the user page.
+/// Every outcome is written into the person's PersonalSpaceContents after the update of a frame, even if the uploader has been
+/// destroyed by then; open requests are never cancelled. Main thread only.
 class PersonalSpaceUploader
 {
 public:
@@ -26,7 +26,7 @@ public:
     enum class ItemStatus : std::int32_t {
         Pending = 0,   ///< just added, files not known yet
         Ready = 1,     ///< files known, not on the server
-        Uploading = 2, ///< the server has been asked
+        Uploading = 2, ///< a request has been sent
         Uploaded = 3,  ///< the server has confirmed
         Failed = 4     ///< the upload failed, or there was nothing to upload; may be tried again
     };
@@ -38,17 +38,18 @@ public:
     /// Later requests are for this card.
     void setCode(unsigned long code);
 
-    /// Asks for the person's page and, when there is one, for the picture of its QR code.
+    /// Requests the person's page and then, if the answer is a success, the picture of its QR code.
     void updateUserPage();
-    /// Uploads an item that is Ready or Failed; others are left alone.
+    /// Uploads an item that is Ready or Failed; does nothing for other items.
     void uploadItem(long id);
-    /// Deletes an item that is Uploaded from the server, unless the space holds a second one of the same content.
-    /// To be called while the item is still in the contents.
+    /// Deletes an item that is Uploaded from the server, unless another item of the space has the same content.
+    /// Call while the item is still in the contents.
     void removeItem(long id);
-    /// Whether no other item of the contents would be sent as the same thing.
+    /// Whether no other item of the contents has the same UploadableItem.
     [[nodiscard]] bool isLastCopy(long id) const;
 
-    /// Downloads the QR picture and stores its path in the user page, if that still is `userPageUrl` by then.
+    /// Downloads the QR picture and stores its path in the user page, unless the page has another address than `userPageUrl` by
+    /// then.
     static void getUserQR(unsigned long code, const QString& userPageUrl, const QString& qrCodeUrl);
     /// Stores a page; logs `error` unless it is empty.
     static void setUserPage(const UserPage& page, unsigned long code, const QString& error);
@@ -57,7 +58,7 @@ public:
 
 private:
     std::uint64_t m_code;
-    /// Only kept so that the shared downloader lives while any uploader does.
+    /// Not used: keeps the shared downloader alive as long as any uploader exists.
     std::shared_ptr<IconDownloader> m_iconDownloader;
 };
 }

@@ -45,7 +45,6 @@ KNOWN = [
     ("lines", "platform/trellis/src/layout/LayoutEngine.cpp"),
     ("lines", "platform/trellis/src/text/TextEditWidget.cpp"),
     ("lines", "platform/trellis/src/tree/Widget.cpp"),
-    ("lines", "plugin/personalspace/PersonalSpaceContentWidget.cpp"),
     ("words", "host"),
     ("words", "mediaserver"),
     ("words", "platform/bedrock"),
