@@ -23,6 +23,8 @@ struct TrackerTable : Table
     Bedrock::IntrusivePtr<Tavola::MarkerTrackerOperator> tracker;
     int dismissals = 0;
     std::function<void()> whenDismissed;
+    Bedrock::IntrusivePtr<Tavola::ContentMenuWidget> menu; ///< null until addMenuNode
+    Tavola::ContentMenuWidget::NodeId node = 0;
 
     explicit TrackerTable(float cardRotation = 0.f)
     {
@@ -40,6 +42,23 @@ struct TrackerTable : Table
         };
         return Bedrock::makeIntrusive<Tavola::MarkerTrackerOperator>(*card(id), options.follow, options.dismiss, *folder, action,
                                                                      options.offsetDegrees, options.reverse);
+    }
+    /// A menu on the table with one node at the card.
+    void addMenuNode()
+    {
+        addMenu(kRelative);
+        const auto menuComponent = std::dynamic_pointer_cast<Tavola::WidgetComponent>(component->assignments(kRelative).front());
+        menu = Bedrock::dynamicPointerCast<Tavola::ContentMenuWidget>(menuComponent->createContentWidget());
+        host.mainWidget().addChild(menu);
+        node = menu->prepare(kCard);
+        REQUIRE(node != 0);
+        REQUIRE(menu->nodeWidget(node));
+    }
+    void trackNode(const TrackerOptions& options = {})
+    {
+        tracker = make(options);
+        tracker->setMenuNode(*menu, node);
+        menu->addOperator(tracker);
     }
     /// A tracker at work on the item.
     void track(const TrackerOptions& options = {})

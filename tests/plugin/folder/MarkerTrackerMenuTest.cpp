@@ -112,36 +112,10 @@ TEST_CASE("opening: an item that does not follow opens where the card was")
 
 // ---- Nodes of menus --------------------------------------------------------------------------------------------------
 
-namespace
-{
-/// A menu on the table with one node at the card.
-struct MenuTable : TrackerTable
-{
-    Bedrock::IntrusivePtr<Tavola::ContentMenuWidget> menu;
-    Tavola::ContentMenuWidget::NodeId node = 0;
-
-    MenuTable()
-    {
-        addMenu(kRelative);
-        const auto menuComponent = std::dynamic_pointer_cast<Tavola::WidgetComponent>(component->assignments(kRelative).front());
-        menu = Bedrock::dynamicPointerCast<Tavola::ContentMenuWidget>(menuComponent->createContentWidget());
-        host.mainWidget().addChild(menu);
-        node = menu->prepare(kCard);
-        REQUIRE(node != 0);
-        REQUIRE(menu->nodeWidget(node));
-    }
-    void trackNode(const TrackerOptions& options = {})
-    {
-        tracker = make(options);
-        tracker->setMenuNode(*menu, node);
-        menu->addOperator(tracker);
-    }
-};
-}
-
 TEST_CASE("menu: the widget of the node is what is moved, the menu stays")
 {
-    MenuTable table;
+    TrackerTable table;
+    table.addMenuNode();
     table.trackNode();
     CHECK(table.tracker->getTargetWidget() == table.menu->nodeWidget(table.node));
     table.finishOpening();
@@ -155,7 +129,8 @@ TEST_CASE("menu: the widget of the node is what is moved, the menu stays")
 
 TEST_CASE("menu: a node that still opens ends at the moved place")
 {
-    MenuTable table;
+    TrackerTable table;
+    table.addMenuNode();
     table.trackNode({true, false, 0.f});
     table.host.frames(3);
     table.moveCard(kCard + Vector2f(80.f, 30.f));
@@ -165,7 +140,8 @@ TEST_CASE("menu: a node that still opens ends at the moved place")
 
 TEST_CASE("menu: a node that does not follow stays")
 {
-    MenuTable table;
+    TrackerTable table;
+    table.addMenuNode();
     table.trackNode({false});
     table.finishOpening();
     const auto origin = table.seen(*table.menu->nodeWidget(table.node));
@@ -177,7 +153,8 @@ TEST_CASE("menu: a style sheet that keeps the nodes of a menu from following kee
 {
     for (const char* selector : {"marker-tracker-operator", "ContentMenuWidget > marker-tracker-operator"}) {
         CAPTURE(selector);
-        MenuTable table;
+        TrackerTable table;
+        table.addMenuNode();
         table.host.style(QString("%1 { move-widget-with-marker: false }").arg(selector));
         table.trackNode();
         CHECK(table.menu->nodeWidget(table.node)->rotation() == 0.f);
@@ -190,7 +167,8 @@ TEST_CASE("menu: a style sheet that keeps the nodes of a menu from following kee
 
 TEST_CASE("menu: a node that is closed is no target any more")
 {
-    MenuTable table;
+    TrackerTable table;
+    table.addMenuNode();
     table.trackNode({true, true});
     table.finishOpening();
     SUBCASE("the menu goes with its last node, and the tracker with it")
@@ -222,7 +200,8 @@ TEST_CASE("menu: a node that is closed is no target any more")
 
 TEST_CASE("menu: a menu that is gone is no target any more")
 {
-    MenuTable table;
+    TrackerTable table;
+    table.addMenuNode();
     table.trackNode({true, true});
     table.menu->removeFromParent();
     table.menu.reset();
@@ -236,7 +215,8 @@ TEST_CASE("menu: a menu that is gone is no target any more")
 
 TEST_CASE("menu: lifting the card dismisses where items are dismissed, and ends the tracker")
 {
-    MenuTable table;
+    TrackerTable table;
+    table.addMenuNode();
     SUBCASE("dismissed")
     {
         table.trackNode({true, true});
@@ -255,7 +235,8 @@ TEST_CASE("menu: lifting the card dismisses where items are dismissed, and ends 
 
 TEST_CASE("menu: a node in reverse mode is marked while it is tracked, and no more while it fades away")
 {
-    MenuTable table;
+    TrackerTable table;
+    table.addMenuNode();
     table.whenDismissed = [&] { table.menu->closeNode(table.node); };
     table.trackNode({true, true, 0.f, true});
     const Bedrock::IntrusivePtr<Trellis::Widget> widget = table.menu->nodeWidget(table.node);

@@ -537,65 +537,53 @@ TEST_CASE("idle: changing the time affects only tooltips opened afterwards")
 
 // ---- Texts ---------------------------------------------------------------------------------------------------------------
 
-TEST_CASE("text: in e-mail mode both tooltips have the style sheet's text filled with the address")
+TEST_CASE("text: the style sheet's is filled with the address of the mode, and the configured help goes before it")
 {
-    Help help;
-    SUBCASE("help")
+    struct Row
     {
-        CHECK(help.helpText() == "Help for ann@example.org");
+        const char* what;
+        OpenSpace::Mode mode;
+        const char* email;
+        const char* page;
+        const char* info;
+        const char* help;  ///< the text of the help tooltip
+        const char* other; ///< of the tooltip of the information text
+    };
+    constexpr auto kEmail = OpenSpace::Mode::Email;
+    constexpr auto kUpload = OpenSpace::Mode::Upload;
+    const Row rows[] = {
+        {"e-mail", kEmail, "ann@example.org", "", "", "Help for ann@example.org", "We write to ann@example.org"},
+        {"e-mail, the page is known, too", kEmail, "ann@example.org", "http://page/1", "", "Help for ann@example.org",
+         "We write to ann@example.org"},
+        {"e-mail without an address", kEmail, "", "http://page/1", "", "Help for %1", "We write to %1"},
+        {"upload", kUpload, "ann@example.org", "http://page/1", "", "Help for http://page/1", "We write to http://page/1"},
+        {"upload before the page is known", kUpload, "ann@example.org", "", "", "Help for %1", "We write to %1"},
+        {"configured, e-mail", kEmail, "ann@example.org", "", "Mail: <link><br>Bye <link> %1",
+         "Mail: ann@example.org\nBye ann@example.org %1", "We write to ann@example.org"},
+        {"configured, e-mail without an address", kEmail, "", "", "Mail: <link>.", "Mail: .", "We write to %1"},
+        {"configured, upload", kUpload, "ann@example.org", "http://page/1", "At <link><br>Bye <BR>", "At http://page/1\nBye <BR>",
+         "We write to http://page/1"},
+        {"configured, upload before the page is known", kUpload, "ann@example.org", "", "At <link><br>Bye <BR>", "At \nBye <BR>",
+         "We write to %1"},
+    };
+    for (const Row& row : rows) {
+        for (const bool isHelp : {true, false}) {
+            CAPTURE(row.what);
+            CAPTURE(isHelp);
+            Help space;
+            space.widget->setProperties({"Ann", row.email, ""});
+            space.mode().setValue(row.mode);
+            space.text("user-page-url").setValue(row.page);
+            space.text("space-info").setValue(row.info);
+            const std::string expected = isHelp ? row.help : row.other;
+            CHECK((isHelp ? space.helpText() : space.emailText()) == QString::fromStdString(expected));
+            // What is not filled stays the style sheet's, also when that changes.
+            const bool isStyled = expected == "Help for %1" || expected == "We write to %1";
+            CHECK(space.tooltip().attribute("text")->hasValue(Facet::kUserLayer) != isStyled);
+            space.host.style("TooltipWidget.help, TooltipWidget.email { text: \"Later\" }");
+            CHECK(space.tooltip().text() == QString::fromStdString(isStyled ? "Later" : expected));
+        }
     }
-    SUBCASE("email")
-    {
-        CHECK(help.emailText() == "We write to ann@example.org");
-    }
-}
-
-TEST_CASE("text: in upload mode both have it filled with the page's address")
-{
-    Help help;
-    help.mode().setValue(OpenSpace::Mode::Upload);
-    help.text("user-page-url").setValue("http://page/1");
-    SUBCASE("help")
-    {
-        CHECK(help.helpText() == "Help for http://page/1");
-    }
-    SUBCASE("email")
-    {
-        CHECK(help.emailText() == "We write to http://page/1");
-    }
-}
-
-TEST_CASE("text: in upload mode before the page is known it is the style sheet's, unchanged")
-{
-    Help help;
-    help.mode().setValue(OpenSpace::Mode::Upload);
-    SUBCASE("help")
-    {
-        CHECK(help.helpText() == "Help for %1");
-    }
-    SUBCASE("email")
-    {
-        CHECK(help.emailText() == "We write to %1");
-    }
-    CHECK_FALSE(help.tooltip().attribute("text")->hasValue(Facet::kUserLayer));
-}
-
-TEST_CASE("text: in e-mail mode without an address it is the style sheet's, unchanged, although the page is known")
-{
-    Help help;
-    help.widget->setProperties({"Ann", "", ""});
-    help.text("user-page-url").setValue("http://page/1");
-    SUBCASE("help")
-    {
-        CHECK(help.helpText() == "Help for %1");
-    }
-    SUBCASE("email")
-    {
-        CHECK(help.emailText() == "We write to %1");
-    }
-    help.host.style("TooltipWidget { text: \"Later\" }"
-                    "TooltipWidget.help, TooltipWidget.email { text: \"Later\" }");
-    CHECK(help.tooltip().text() == "Later");
 }
 
 TEST_CASE("text: the placeholder is filled wherever it stands, as it is")
@@ -603,49 +591,6 @@ TEST_CASE("text: the placeholder is filled wherever it stands, as it is")
     Help help;
     help.host.style("TooltipWidget.help { text: \"%2 %1 or %1\" }");
     CHECK(help.helpText() == "%2 ann@example.org or ann@example.org");
-}
-
-TEST_CASE("text: a configured help text is shown by the help, and the other still shows the style sheet's with the address")
-{
-    Help help;
-    help.text("space-info").setValue("Mail: <link><br>Bye <link> %1");
-    SUBCASE("help")
-    {
-        CHECK(help.helpText() == "Mail: ann@example.org\nBye ann@example.org %1");
-    }
-    SUBCASE("email")
-    {
-        CHECK(help.emailText() == "We write to ann@example.org");
-    }
-}
-
-TEST_CASE("text: a configured help text has the page's address in upload mode, also an empty one")
-{
-    Help help;
-    help.mode().setValue(OpenSpace::Mode::Upload);
-    help.text("space-info").setValue("At <link><br>Bye <BR>");
-    SUBCASE("known")
-    {
-        help.text("user-page-url").setValue("http://page/1");
-        CHECK(help.helpText() == "At http://page/1\nBye <BR>");
-    }
-    SUBCASE("not yet known")
-    {
-        CHECK(help.helpText() == "At \nBye <BR>");
-    }
-    SUBCASE("the other tooltip")
-    {
-        help.text("user-page-url").setValue("http://page/1");
-        CHECK(help.emailText() == "We write to http://page/1");
-    }
-}
-
-TEST_CASE("text: a configured help text without an address in e-mail mode")
-{
-    Help help;
-    help.widget->setProperties({"Ann", "", ""});
-    help.text("space-info").setValue("Mail: <link>.");
-    CHECK(help.helpText() == "Mail: .");
 }
 
 TEST_CASE("text: a style sheet may choose it by the view")

@@ -99,67 +99,42 @@ TEST_CASE("json requests: the service's failure is handed on")
     CHECK(failureOf(future) == "the line is dead");
 }
 
-TEST_CASE("uploadable: an item without any file has an empty value under url")
+TEST_CASE("uploadable: the value that is sent for the files of an item, and its key")
 {
-    const auto item = parse({});
-    CHECK(item.value.isEmpty());
-    CHECK(item.kind == "url");
-    CHECK(item.displayName.isEmpty());
+    struct Row
+    {
+        const char* what;
+        QList<QString> sources;
+        const char* file;
+        const char* value;
+        const char* kind;
+    };
+    const Row rows[] = {
+        {"no file at all", {}, "", "", "url"},
+        {"the first source goes before the file", {"/a/first.png", "/a/second.png"}, "/b/file.png", "first.png", "filename"},
+        {"the file where there is no source", {}, "/b/file.png", "file.png", "filename"},
+        {"the first source, even an empty one", {""}, "/b/file.png", "", "url"},
+        {"an absolute path: its last part", {"/media/pictures/a.b/sun flower.jpg"}, "", "sun flower.jpg", "filename"},
+        {"a web address keeps its scheme", {"https://example.org/a?b=c#d"}, "", "https://example.org/a?b=c#d", "url"},
+        {"a web address without a scheme gets one", {"www.example.org/page"}, "", "http://www.example.org/page", "url"},
+        {"a blank stays readable", {"www.example.org/a b"}, "", "http://www.example.org/a b", "url"},
+        {"an encoded blank becomes readable", {"https://example.org/a%20b"}, "", "https://example.org/a b", "url"},
+        {"umlauts stay readable", {"www.example.org/gr\u00fc\u00dfe"}, "", "http://www.example.org/gr\u00fc\u00dfe", "url"},
+        {"a text that is no address stays as it is", {"x y"}, "", "x y", "url"},
+        {"a relative path counts as an address", {"docs/a"}, "", "http://docs/a", "url"},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.what);
+        const auto item = parse(row.sources, row.file, "Sun");
+        CHECK(item.value == QString::fromUtf8(row.value));
+        CHECK(item.kind == row.kind);
+        CHECK(item.displayName == "Sun");
+    }
 }
 
 TEST_CASE("uploadable: a record made by default has no kind")
 {
     CHECK(UploadableItem().kind.isEmpty());
-}
-
-TEST_CASE("uploadable: the first source goes before the file, the file before nothing")
-{
-    CHECK(parse({"/a/first.png", "/a/second.png"}, "/b/file.png").value == "first.png");
-    CHECK(parse({}, "/b/file.png").value == "file.png");
-    // Also where the first source says nothing.
-    CHECK(parse({""}, "/b/file.png").value.isEmpty());
-}
-
-TEST_CASE("uploadable: an absolute local path is its last part under filename")
-{
-    const auto item = parse({"/media/pictures/a.b/sun flower.jpg"}, "", "Sun");
-    CHECK(item.value == "sun flower.jpg");
-    CHECK(item.kind == "filename");
-    CHECK(item.displayName == "Sun");
-}
-
-TEST_CASE("uploadable: a web address keeps its scheme under url")
-{
-    const auto item = parse({"https://example.org/a?b=c#d"});
-    CHECK(item.value == "https://example.org/a?b=c#d");
-    CHECK(item.kind == "url");
-}
-
-TEST_CASE("uploadable: a web address without a scheme is sent with one")
-{
-    const auto item = parse({"www.example.org/page"});
-    CHECK(item.value == "http://www.example.org/page");
-    CHECK(item.kind == "url");
-}
-
-TEST_CASE("uploadable: an address is sent as people read it, with its blanks and umlauts")
-{
-    CHECK(parse({"www.example.org/a b"}).value == "http://www.example.org/a b");
-    CHECK(parse({"https://example.org/a%20b"}).value == "https://example.org/a b");
-    CHECK(parse({QString::fromUtf8("www.example.org/gr\u00fc\u00dfe")}).value
-          == QString::fromUtf8("http://www.example.org/gr\u00fc\u00dfe"));
-}
-
-TEST_CASE("uploadable: what is no address stays as it is, under url")
-{
-    const auto item = parse({"x y"});
-    CHECK(item.value == "x y");
-    CHECK(item.kind == "url");
-}
-
-TEST_CASE("uploadable: a relative path counts as an address")
-{
-    CHECK(parse({"docs/a"}).value == "http://docs/a");
 }
 
 TEST_CASE("uploadable: equal are those whose three texts are equal")

@@ -14,6 +14,10 @@
 
 #include <doctest/doctest.h>
 
+#include <functional>
+#include <stdexcept>
+#include <thread>
+
 using PluginTest::EventLog;
 using PluginTest::ImageServer;
 using PluginTest::line;
@@ -67,6 +71,12 @@ struct Uploads
         host.mediaServer().answer(index, reply);
         host.frame();
     }
+};
+
+/// A media server whose calls end with an exception.
+class ThrowingServer final : public Tavola::ServiceInstance, public Tavola::JSONServerServiceAPI
+{
+    folly::Future<QJsonObject> request(const QJsonObject&) override { throw std::runtime_error("not today"); }
 };
 
 QJsonObject addItemCommand(unsigned long code, const char* kind, const char* value, const char* displayName)
@@ -181,28 +191,6 @@ TEST_CASE("uploader: a refused item is Failed, logged with the answer, and can b
     CHECK(space.status(id) == ItemStatus::Uploaded);
 }
 
-TEST_CASE("uploader: a request that fails makes the item Failed, with the exception's own text")
-{
-    Uploads space;
-    const long id = space.addItem("http://a");
-    space.uploader.uploadItem(id);
-    expectWarning(kUploadFailed + "timed out");
-    space.host.mediaServer().failFromThread(0, "timed out");
-    space.host.frame();
-    CHECK(space.status(id) == ItemStatus::Failed);
-}
-
-TEST_CASE("uploader: a service that lets go of a request makes the item Failed")
-{
-    Uploads space;
-    const long id = space.addItem("http://a");
-    space.uploader.uploadItem(id);
-    expectWarning(kUploadFailed + "Broken promise for type name `QJsonObject`");
-    space.host.mediaServer().breakPromises();
-    space.host.frame();
-    CHECK(space.status(id) == ItemStatus::Failed);
-}
-
 TEST_CASE("uploader: nothing to upload is Failed at once and nothing is sent")
 {
     Uploads space;
@@ -216,16 +204,71 @@ TEST_CASE("uploader: nothing to upload is Failed at once and nothing is sent")
     CHECK(space.commands().empty());
 }
 
-TEST_CASE("uploader: without a media server an item ends Failed with the reason in the log")
+TEST_CASE("uploader: a request that fails, in whatever way, is one warning with its reason, and changes its own result only")
 {
-    Uploads space;
-    space.host.removeMediaServer();
-    const long id = space.addItem("http://a");
-    space.uploader.uploadItem(id);
-    CHECK(space.status(id) == ItemStatus::Uploading);
-    expectWarning(kUploadFailed + kNoService);
-    space.host.frame();
-    CHECK(space.status(id) == ItemStatus::Failed);
+    struct Cause
+    {
+        const char* what;
+        std::function<void(TestHost&)> prepare;
+        std::function<void(TestHost&)> fail; ///< called when the request is open
+        std::string text;
+    };
+    const auto nothing = [](TestHost&) {};
+    const Cause causes[] = {
+        {"refused", nothing, [](TestHost& host) { host.mediaServer().answer(0, kNo); }, kNoText},
+        {"an exception", nothing, [](TestHost& host) { host.mediaServer().fail(0, "no route"); }, "no route"},
+        {"an exception of another thread", nothing, [](TestHost& host) { host.mediaServer().failFromThread(0, "timed out"); },
+         "timed out"},
+        {"a broken promise", nothing, [](TestHost& host) { host.mediaServer().breakPromises(); },
+         "Broken promise for type name `QJsonObject`"},
+        {"no service", [](TestHost& host) { host.removeMediaServer(); }, nothing, kNoService},
+        {"an exception out of the call",
+         [](TestHost& host) {
+             host.removeMediaServer();
+             host.tavola().services()->addService("media-server-service", "thrower", std::make_shared<ThrowingServer>());
+         },
+         nothing, "not today"},
+    };
+    struct Request
+    {
+        const char* what;
+        ItemStatus before;
+        void (*send)(PersonalSpaceUploader& uploader, long item);
+        ItemStatus sent; ///< the item's status while the request is open
+        ItemStatus after;
+        const std::string& prefix;
+        bool clearsPage;
+    };
+    const Request requests[] = {
+        {"upload", ItemStatus::Ready, [](PersonalSpaceUploader& uploader, long item) { uploader.uploadItem(item); },
+         ItemStatus::Uploading, ItemStatus::Failed, kUploadFailed, false},
+        {"delete", ItemStatus::Uploaded, [](PersonalSpaceUploader& uploader, long item) { uploader.removeItem(item); },
+         ItemStatus::Uploaded, ItemStatus::Uploaded, kDeleteFailed, false},
+        {"page", ItemStatus::Uploaded, [](PersonalSpaceUploader& uploader, long) { uploader.updateUserPage(); },
+         ItemStatus::Uploaded, ItemStatus::Uploaded, kPageFailed, true},
+    };
+    for (const Request& request : requests) {
+        for (const Cause& cause : causes) {
+            CAPTURE(request.what);
+            CAPTURE(cause.what);
+            Uploads space;
+            const long id = space.addItem("http://a", request.before);
+            space.contents->setUserPage({"http://old", "/old.png"});
+            const std::size_t logged = TestSupport::loggedLines().size();
+            cause.prepare(space.host);
+            CHECK_NOTHROW(request.send(space.uploader, id));
+            cause.fail(space.host);
+            CHECK(space.status(id) == request.sent);
+            CHECK(space.contents->userPage().url == "http://old");
+            CHECK(TestSupport::loggedLines().size() == logged);
+            expectWarning(request.prefix + cause.text);
+            space.host.frame();
+            CHECK(space.contents->items().count(id) == 1);
+            CHECK(space.status(id) == request.after);
+            CHECK(space.contents->userPage().url == (request.clearsPage ? "" : "http://old"));
+            CHECK(space.contents->userPage().qrIcon == (request.clearsPage ? "" : "/old.png"));
+        }
+    }
 }
 
 TEST_CASE("uploader: texts of the server reach the log as UTF-8, percent signs and all")
@@ -324,27 +367,6 @@ TEST_CASE("uploader: a delete that is refused at once is logged with the frame, 
     CHECK(TestSupport::loggedLines().empty());
     expectWarning(kDeleteFailed + kNoText);
     space.host.frame();
-}
-
-TEST_CASE("uploader: a delete that the server refuses is logged and changes nothing")
-{
-    Uploads space;
-    const long id = space.addItem("http://a", ItemStatus::Uploaded);
-    space.uploader.removeItem(id);
-    expectWarning(kDeleteFailed + kNoText);
-    space.answer(0, kNo);
-    CHECK(space.status(id) == ItemStatus::Uploaded);
-}
-
-TEST_CASE("uploader: a delete that fails on the way is logged and changes nothing")
-{
-    Uploads space;
-    const long id = space.addItem("http://a", ItemStatus::Uploaded);
-    space.uploader.removeItem(id);
-    expectWarning(kDeleteFailed + "no route");
-    space.host.mediaServer().fail(0, "no route");
-    space.host.frame();
-    CHECK(space.status(id) == ItemStatus::Uploaded);
 }
 
 TEST_CASE("uploader: of two items made from one file only the last one is deleted on the server")
@@ -453,40 +475,6 @@ TEST_CASE("uploader: a success without a page's address is an empty page, and it
     CHECK(QFile::exists(space.contents->userPage().qrIcon));
     CHECK(space.contents->userPage().url.isEmpty());
     CHECK(images.requests() == std::vector<QString>{"/qr.png"});
-}
-
-TEST_CASE("uploader: a refused page is an empty page that keeps the items")
-{
-    Uploads space;
-    const long id = space.addItem("http://a");
-    space.contents->setUserPage({"http://old", "/old.png"});
-    space.uploader.updateUserPage();
-    expectWarning(kPageFailed + kNoText);
-    space.answer(0, kNo);
-    CHECK(space.contents->userPage().url.isEmpty());
-    CHECK(space.contents->userPage().qrIcon.isEmpty());
-    CHECK(space.contents->items().count(id) == 1);
-}
-
-TEST_CASE("uploader: a page request that fails is an empty page with the exception's own text in the log")
-{
-    Uploads space;
-    space.contents->setUserPage({"http://old", "/old.png"});
-    space.uploader.updateUserPage();
-    expectWarning(kPageFailed + "connection refused");
-    space.host.mediaServer().fail(0, "connection refused");
-    space.host.frame();
-    CHECK(space.contents->userPage().url.isEmpty());
-}
-
-TEST_CASE("uploader: without a media server the page is empty and the reason is logged")
-{
-    Uploads space;
-    space.host.removeMediaServer();
-    space.uploader.updateUserPage();
-    expectWarning(kPageFailed + kNoService);
-    space.host.frame();
-    CHECK(space.contents->userPage().url.isEmpty());
 }
 
 TEST_CASE("uploader: a QR picture that cannot be had leaves the page without one")
@@ -632,20 +620,4 @@ TEST_CASE("uploader: an error is in the log before its result is stored")
     expectWarning(kUploadFailed + "why");
     PersonalSpaceUploader::setContentStatus(ItemStatus::Failed, space.code, id, "why");
     CHECK(loggedAtEvent == std::vector<std::size_t>{1, 2});
-}
-
-TEST_CASE("uploader: a service that throws in the call fails the item, nothing leaves the uploader")
-{
-    class Thrower final : public Tavola::ServiceInstance, public Tavola::JSONServerServiceAPI
-    {
-        folly::Future<QJsonObject> request(const QJsonObject&) override { throw std::runtime_error("not today"); }
-    };
-    Uploads space;
-    space.host.removeMediaServer();
-    space.host.tavola().services()->addService("media-server-service", "thrower", std::make_shared<Thrower>());
-    const long id = space.addItem("http://a");
-    CHECK_NOTHROW(space.uploader.uploadItem(id));
-    expectWarning(kUploadFailed + "not today");
-    space.host.frame();
-    CHECK(space.status(id) == ItemStatus::Failed);
 }
