@@ -82,11 +82,39 @@ function(house_check_headers name)
     endif()
 endfunction()
 
-# house_test(name SOURCES ATest.cpp BTest.cpp ... LINKS ... [LABELS unit]): one test program, one ctest entry per
-# source file, run without a display. A file whose filter finds no test case fails.
+# house_test(name SOURCES ATest.cpp BTest.cpp ... LINKS ... [THREADS BTest] [LABELS unit]): one test program, one ctest entry
+# per source file, run without a display. A file whose filter finds no test case fails. THREADS names the files whose tests
+# start threads: these entries have the label "threads", and the target "threads" builds their programs, for ThreadSanitizer.
+option(TAVOLA_ONLY_THREADS "Compile only those tests into the test programs that start threads" OFF)
+add_custom_target(threads)
 function(house_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;HELPERS;LINKS;LABELS;ENVIRONMENT")
-    add_executable(${name} ${ARG_SOURCES} ${ARG_HELPERS})
+    cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;HELPERS;LINKS;THREADS;LABELS;ENVIRONMENT")
+    set(threaded)
+    foreach(source IN LISTS ARG_SOURCES)
+        get_filename_component(stem ${source} NAME_WE)
+        if(stem IN_LIST ARG_THREADS)
+            list(APPEND threaded ${source})
+            list(REMOVE_ITEM ARG_THREADS ${stem})
+        endif()
+    endforeach()
+    if(ARG_THREADS) # A file that was moved or removed: red, but the rest can be built.
+        message(WARNING "${name}: THREADS names ${ARG_THREADS}, which SOURCES do not have")
+        add_test(NAME ${name}.THREADS_names_files_of_SOURCES COMMAND ${CMAKE_COMMAND} -E false)
+        set_tests_properties(${name}.THREADS_names_files_of_SOURCES PROPERTIES LABELS threads)
+    endif()
+
+    set(sources ${ARG_SOURCES})
+    if(TAVOLA_ONLY_THREADS)
+        set(ARG_SOURCES ${threaded})
+    endif()
+    if(ARG_SOURCES)
+        add_executable(${name} ${ARG_SOURCES} ${ARG_HELPERS})
+    else()
+        add_executable(${name} EXCLUDE_FROM_ALL ${sources} ${ARG_HELPERS})
+    endif()
+    if(threaded)
+        add_dependencies(threads ${name})
+    endif()
     # Helpers lie at the top of a test folder, tests in the same folders as what they test.
     target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
     target_link_libraries(${name} PRIVATE ${ARG_LINKS} test_support)
@@ -98,9 +126,13 @@ function(house_test name)
     endif()
     foreach(source IN LISTS ARG_SOURCES)
         get_filename_component(stem ${source} NAME_WE)
+        set(labels ${ARG_LABELS})
+        if(source IN_LIST threaded)
+            list(APPEND labels threads)
+        endif()
         add_test(NAME ${name}.${stem} COMMAND ${name} --source-file=*/${stem}.cpp)
         set_tests_properties(${name}.${stem} PROPERTIES
-            LABELS "${ARG_LABELS}" TIMEOUT 120
+            LABELS "${labels}" TIMEOUT 120
             ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_HASH_SEED=0;${ARG_ENVIRONMENT}")
     endforeach()
 endfunction()
