@@ -88,11 +88,11 @@ std::vector<char> single(const char* address, const char* tags, const char* comm
     Tactile::OscWriter writer;
     writer.beginMessage(address, tags);
     if (*command)
-        writer.addString(command);
+        writer.add(command);
     for (int i = 0; i < ints; ++i)
-        writer.addInt(1);
+        writer.add(1);
     for (int i = 0; i < floats; ++i)
-        writer.addFloat(0.5f);
+        writer.add(0.5f);
     writer.endMessage();
     return writer.packet();
 }
@@ -103,8 +103,8 @@ std::vector<char> nested()
     for (int i = 0; i < 4; ++i)
         writer.beginBundle();
     writer.beginMessage("/tuio/2Dcur", ",si");
-    writer.addString("fseq");
-    writer.addInt(7);
+    writer.add("fseq");
+    writer.add(7);
     writer.endMessage();
     for (int i = 0; i < 4; ++i)
         writer.endBundle();

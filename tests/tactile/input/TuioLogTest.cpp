@@ -1,4 +1,4 @@
-#include "tuio/TuioLog.hpp"
+#include "input/TuioLog.hpp"
 #include "LogCapture.hpp"
 #include "TestTable.hpp"
 
@@ -72,7 +72,7 @@ TEST_CASE("tuio log: a message of another kind is told once and is no warning")
     TestTable table;
     Tactile::OscWriter writer;
     writer.beginMessage("/tuio/3Dcur", ",s");
-    writer.addString("alive");
+    writer.add("alive");
     writer.endMessage();
     table.datagrams->send(writer.packet());
     table.datagrams->send(writer.packet());

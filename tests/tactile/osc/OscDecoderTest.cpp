@@ -44,7 +44,7 @@ std::vector<char> nested(int depth)
     for (int i = 0; i < depth; ++i)
         writer.beginBundle();
     writer.beginMessage("/a", ",i");
-    writer.addInt(1);
+    writer.add(1);
     writer.endMessage();
     for (int i = 0; i < depth; ++i)
         writer.endBundle();
@@ -105,11 +105,11 @@ TEST_CASE("osc decoder: messages come in their order, with and without type tags
     Tactile::OscWriter writer;
     writer.beginBundle();
     writer.beginMessage("/first", ",i");
-    writer.addInt(1);
+    writer.add(1);
     writer.endMessage();
     writer.beginBundle();
     writer.beginMessage("/second", "");
-    writer.addInt(2);
+    writer.add(2);
     writer.endMessage();
     writer.endBundle();
     writer.beginMessage("/third", ",");
@@ -126,9 +126,9 @@ TEST_CASE("osc decoder: arguments are read as their type tags say, and what does
 {
     Tactile::OscWriter writer;
     writer.beginMessage("/m", ",sif");
-    writer.addString("abcd");
-    writer.addInt(-7);
-    writer.addFloat(0.25f);
+    writer.add("abcd");
+    writer.add(-7);
+    writer.add(0.25f);
     writer.endMessage();
     Collected sink;
     Tactile::OscDecoder decoder;
@@ -160,8 +160,8 @@ TEST_CASE("osc decoder: bytes that no type tag names, and tags that no bytes fol
     Tactile::OscDecoder decoder;
 
     writer.beginMessage("/m", ",i");
-    writer.addInt(1);
-    writer.addInt(2);
+    writer.add(1);
+    writer.add(2);
     writer.endMessage();
     REQUIRE(decoder.decode(writer.packet().data(), writer.packet().size(), sink) == OscRefusal::None);
     Tactile::OscArgumentReader tooManyBytes(sink.last);
@@ -170,7 +170,7 @@ TEST_CASE("osc decoder: bytes that no type tag names, and tags that no bytes fol
 
     writer.clear();
     writer.beginMessage("/m", ",ii");
-    writer.addInt(1);
+    writer.add(1);
     writer.endMessage();
     REQUIRE(decoder.decode(writer.packet().data(), writer.packet().size(), sink) == OscRefusal::None);
     Tactile::OscArgumentReader tooManyTags(sink.last);

@@ -30,7 +30,7 @@ TEST_CASE("osc writer: a message alone has no size ahead of it")
 {
     OscWriter writer;
     writer.beginMessage("/a", ",i");
-    writer.addInt(258);
+    writer.add(258);
     writer.endMessage();
     CHECK(written(writer) == bytes("/a\0\0,i\0\0\0\0\1\2"));
 }
@@ -50,7 +50,7 @@ TEST_CASE("osc writer: texts end with a zero and are filled up to four bytes")
     for (const Row& row : rows) {
         CAPTURE(row.text);
         OscWriter writer;
-        writer.addString(row.text);
+        writer.add(row.text);
         CHECK(written(writer) == row.expected);
     }
 }
@@ -58,13 +58,13 @@ TEST_CASE("osc writer: texts end with a zero and are filled up to four bytes")
 TEST_CASE("osc writer: numbers are written big end first, to their limits")
 {
     OscWriter writer;
-    writer.addInt(std::numeric_limits<std::int32_t>::min());
-    writer.addInt(-1);
-    writer.addInt(std::numeric_limits<std::int32_t>::max());
-    writer.addFloat(-1.f);
-    writer.addFloat(-0.f);
-    writer.addFloat(std::numeric_limits<float>::infinity());
-    writer.addTime(0x0102030405060708u);
+    writer.add(std::numeric_limits<std::int32_t>::min());
+    writer.add(-1);
+    writer.add(std::numeric_limits<std::int32_t>::max());
+    writer.add(-1.f);
+    writer.add(-0.f);
+    writer.add(std::numeric_limits<float>::infinity());
+    writer.add(Tactile::OscTime{0x0102030405060708u});
     CHECK(written(writer)
           == bytes("\x80\0\0\0\xff\xff\xff\xff\x7f\xff\xff\xff\xbf\x80\0\0\x80\0\0\0\x7f\x80\0\0"
                    "\1\2\3\4\5\6\7\x8"));
@@ -74,7 +74,7 @@ TEST_CASE("osc writer: type tags may be left out, which is not the same as none"
 {
     OscWriter without;
     without.beginMessage("/a", "");
-    without.addInt(1);
+    without.add(1);
     without.endMessage();
     CHECK(written(without) == bytes("/a\0\0\0\0\0\1"));
     OscWriter none;
@@ -91,7 +91,7 @@ TEST_CASE("osc writer: each element of a bundle is led by its size, also a bundl
     writer.endMessage();
     writer.beginBundle();
     writer.beginMessage("/b", ",i");
-    writer.addInt(7);
+    writer.add(7);
     writer.endMessage();
     writer.endBundle();
     writer.beginMessage("/c", ",");
@@ -111,7 +111,7 @@ TEST_CASE("osc writer: an element of more than 255 bytes has its size whole")
     writer.beginBundle();
     writer.beginMessage("/a", "");
     for (int i = 0; i < 20000; ++i)
-        writer.addInt(i);
+        writer.add(i);
     writer.endMessage();
     writer.endBundle();
     CHECK(written(writer).substr(16, 4) == bytes("\0\1\x38\x84")); // 80,004
@@ -123,7 +123,7 @@ TEST_CASE("osc writer: cleared it begins another packet, also in the midst of on
     OscWriter writer;
     writer.beginBundle();
     writer.beginMessage("/long/address", ",s");
-    writer.addString("left open");
+    writer.add("left open");
     writer.clear();
     CHECK(writer.packet().empty());
     writer.beginMessage("/a", ",");

@@ -90,9 +90,9 @@ TEST_CASE("udp source: the largest datagram comes whole, and an empty one is cou
     // 65,504 bytes: the most that UDP carries and OSC allows.
     Tactile::OscWriter writer;
     writer.beginMessage("/tuio/2Dcur", "");
-    writer.addString("alive");
+    writer.add("alive");
     while (writer.packet().size() < 65504)
-        writer.addInt(7);
+        writer.add(7);
     writer.endMessage();
     sender.send(writer.packet(), udp->port());
     sender.send({}, udp->port());

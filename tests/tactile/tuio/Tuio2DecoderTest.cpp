@@ -66,13 +66,13 @@ std::vector<char> message(const std::string& address, const std::string& tags, f
     writer.beginMessage(address, ',' + tags);
     for (const char tag : tags) {
         if (tag == 'i')
-            writer.addInt(1);
+            writer.add(1);
         else if (tag == 'f')
-            writer.addFloat(value);
+            writer.add(value);
         else if (tag == 't')
-            writer.addTime(1);
+            writer.add(Tactile::OscTime{1});
         else
-            writer.addString("text");
+            writer.add("text");
     }
     writer.endMessage();
     return writer.packet();
@@ -235,23 +235,23 @@ TEST_CASE("tuio 2 decoder: messages without type tags are read as their name say
     Tactile::OscWriter writer;
     const auto send = [&] { return bench.feed(writer.packet()); };
     writer.beginMessage("/tuio2/frm", "");
-    writer.addInt(1);
-    writer.addTime(1);
-    writer.addInt(0);
-    writer.addString("old@cam");
+    writer.add(1);
+    writer.add(Tactile::OscTime{1});
+    writer.add(0);
+    writer.add("old@cam");
     writer.endMessage();
     CHECK(send() == "");
     writer.clear();
     writer.beginMessage("/tuio2/tok", "");
     for (const int i : {5, 0, 1001})
-        writer.addInt(i);
+        writer.add(i);
     for (int i = 0; i < 3; ++i)
-        writer.addFloat(0.5f);
+        writer.add(0.5f);
     writer.endMessage();
     CHECK(send() == "");
     writer.clear();
     writer.beginMessage("/tuio2/alv", "");
-    writer.addInt(5);
+    writer.add(5);
     writer.endMessage();
     CHECK(send() == "appear card 5");
 }
@@ -433,22 +433,22 @@ TEST_CASE("tuio 2 decoder: other messages are skipped and counted, the rest of t
     Tactile::OscWriter writer;
     writer.beginBundle();
     writer.beginMessage("/tuio2/frm", ",itis");
-    writer.addInt(1);
-    writer.addTime(1);
-    writer.addInt(0);
-    writer.addString("");
+    writer.add(1);
+    writer.add(Tactile::OscTime{1});
+    writer.add(0);
+    writer.add("");
     writer.endMessage();
     for (const char* address : {"/tuio2/t3d", "/tuio2/sig", "/tuio2/"}) {
         writer.beginMessage(address, ",Q");
         writer.endMessage();
     }
     writer.beginMessage("/tuio2/bnd", ",iffffff");
-    writer.addInt(1);
+    writer.add(1);
     for (int i = 0; i < 6; ++i)
-        writer.addFloat(0.5f);
+        writer.add(0.5f);
     writer.endMessage();
     writer.beginMessage("/tuio2/alv", ",i");
-    writer.addInt(1);
+    writer.add(1);
     writer.endMessage();
     writer.endBundle();
     CHECK(bench.feed(writer.packet()) == "appear finger 1");

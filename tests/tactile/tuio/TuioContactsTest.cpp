@@ -36,9 +36,9 @@ struct Direct
     /// A whole frame; what it changed, in short.
     std::string frame(std::vector<std::int32_t> alive, const std::vector<Tactile::TuioSet>& sets)
     {
-        contacts.takeAlive(source, channel, alive);
+        contacts.applyAlive(source, channel, alive);
         for (const auto& set : sets)
-            contacts.takeSet(source, channel, set);
+            contacts.applySet(source, channel, set);
         contacts.endFrame(source, channel);
         return changes();
     }
@@ -244,7 +244,7 @@ TEST_CASE("tuio contacts: of several shapes of a session the best known tells it
           == "appear card 1");
     std::vector<ContactEvent> events;
     direct.contacts.writeTo(events);
-    direct.contacts.takeSet(direct.source, direct.channel, set(TuioShape::Token, 1, 0.5f));
+    direct.contacts.applySet(direct.source, direct.channel, set(TuioShape::Token, 1, 0.5f));
     REQUIRE(events.size() == 1);
     CHECK(events[0].kind == ContactEvent::Kind::Move);
     CHECK(events[0].position.x == 0.5f);

@@ -25,14 +25,14 @@ std::vector<char> single(const std::string& address, const std::string& tags, co
 {
     Tactile::OscWriter writer;
     writer.beginMessage(address, tags);
-    writer.addString(command);
+    writer.add(command);
     // Without type tags: the first argument of a set is the session.
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const bool isInt = tags.empty() ? command != "set" || i == 0 : i + 2 < tags.size() && tags[i + 2] == 'i';
         if (isInt)
-            writer.addInt(static_cast<std::int32_t>(arguments[i]));
+            writer.add(static_cast<std::int32_t>(arguments[i]));
         else
-            writer.addFloat(static_cast<float>(arguments[i]));
+            writer.add(static_cast<float>(arguments[i]));
     }
     writer.endMessage();
     return writer.packet();
@@ -185,26 +185,26 @@ TEST_CASE("tuio decoder: a malformed message drops its packet and leaves the sta
         Tactile::OscWriter writer;
         writer.beginBundle();
         writer.beginMessage("/tuio/2Dcur", ",si");
-        writer.addString("alive");
-        writer.addInt(1);
+        writer.add("alive");
+        writer.add(1);
         writer.endMessage();
         writer.beginMessage("/tuio/2Dcur", ",sifffff");
-        writer.addString("set");
-        writer.addInt(1);
+        writer.add("set");
+        writer.add(1);
         for (int i = 0; i < 5; ++i)
-            writer.addFloat(0.75f);
+            writer.add(0.75f);
         writer.endMessage();
         writer.beginMessage("/tuio/2Dcur", row.tags);
-        writer.addString(row.command);
+        writer.add(row.command);
         for (std::size_t i = 0; i < row.arguments.size(); ++i)
             if (i + 2 < row.tags.size() ? row.tags[i + 2] == 'i' : i == 0)
-                writer.addInt(static_cast<std::int32_t>(row.arguments[i]));
+                writer.add(static_cast<std::int32_t>(row.arguments[i]));
             else
-                writer.addFloat(static_cast<float>(row.arguments[i]));
+                writer.add(static_cast<float>(row.arguments[i]));
         writer.endMessage();
         writer.beginMessage("/tuio/2Dcur", ",si");
-        writer.addString("fseq");
-        writer.addInt(2);
+        writer.add("fseq");
+        writer.add(2);
         writer.endMessage();
         writer.endBundle();
         CHECK(bench.feed(writer.packet()) == "");
@@ -224,21 +224,21 @@ TEST_CASE("tuio decoder: other profiles, commands and protocols are skipped and 
         writer.endMessage();
     }
     writer.beginMessage("/tuio/2Dcur", ",s");
-    writer.addString("status");
+    writer.add("status");
     writer.endMessage();
     writer.beginMessage("/tuio/2Dcur", ",si");
-    writer.addString("alive");
-    writer.addInt(1);
+    writer.add("alive");
+    writer.add(1);
     writer.endMessage();
     writer.beginMessage("/tuio/2Dcur", ",sifffff");
-    writer.addString("set");
-    writer.addInt(1);
+    writer.add("set");
+    writer.add(1);
     for (int i = 0; i < 5; ++i)
-        writer.addFloat(0.5f);
+        writer.add(0.5f);
     writer.endMessage();
     writer.beginMessage("/tuio/2Dcur", ",si");
-    writer.addString("fseq");
-    writer.addInt(1);
+    writer.add("fseq");
+    writer.add(1);
     writer.endMessage();
     writer.endBundle();
     CHECK(bench.feed(writer.packet()) == "appear 1");

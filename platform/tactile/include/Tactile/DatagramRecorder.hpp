@@ -2,7 +2,7 @@
 
 #include <Bedrock/Arrivals.hpp>
 #include <Bedrock/Export.hpp>
-#include <Vecta/Rect.hpp>
+#include <Tactile/InputRecorder.hpp>
 
 #include <cstdint>
 #include <functional>
@@ -11,9 +11,6 @@
 
 namespace Tactile
 {
-struct Datagram;
-struct TuioSettings;
-
 /// Writes raw datagrams and the frames that took them to a file, from which a DatagramPlayer gives the same input frame by
 /// frame. Given to a TuioInput before anything else is done with it:
 ///
@@ -24,7 +21,7 @@ struct TuioSettings;
 /// A thread of its own does the writing, so that a slow disk delays no frame. The file grows record by record: what a
 /// crash leaves can be replayed up to the last whole record. When the disk is full or too slow the recording ends there,
 /// with an error in the log, and the table goes on. All functions: any thread.
-class TAVOLA_EXPORT DatagramRecorder
+class TAVOLA_EXPORT DatagramRecorder final : public InputRecorder
 {
 public:
     /// Seconds from any beginning, growing; for the arrival times, which nothing but the reader of a recording looks at.
@@ -33,7 +30,7 @@ public:
     /// Null, with the reason in `error`, when the file cannot be made. A file that exists is not touched.
     [[nodiscard]] static std::unique_ptr<DatagramRecorder> create(const std::string& file, std::string& error, Clock clock = {});
     /// Writes what is left, and waits until it is on the disk.
-    ~DatagramRecorder();
+    ~DatagramRecorder() override;
     DatagramRecorder(const DatagramRecorder&) = delete;
     DatagramRecorder& operator=(const DatagramRecorder&) = delete;
 
@@ -46,12 +43,10 @@ public:
     /// The frame to come took this result of asynchronous work when it began.
     void arrival(const Bedrock::Arrivals::Arrival& arrival);
 
-    // What a TuioInput tells.
-    void settings(const TuioSettings& settings);
-    void listener(std::uint16_t index, const Vecta::Rect& tableRect);
-    void datagram(std::uint16_t listener, const Datagram& datagram);
-    /// A frame took what was told before.
-    void frameTaken(double nowSeconds);
+    void settings(const TuioSettings& settings) override;
+    void listener(std::uint16_t index, const Vecta::Rect& tableRect) override;
+    void datagram(std::uint16_t listener, const Datagram& datagram) override;
+    void frameTaken(double nowSeconds) override;
 
 private:
     DatagramRecorder();

@@ -23,10 +23,10 @@ public:
 
     explicit Tuio2Encoder(std::string source = {}, std::uint16_t sensorWidth = 0, std::uint16_t sensorHeight = 0);
 
-    /// Seconds from any beginning, above 0, as a time tag.
+    /// `seconds` from any beginning, above 0, as a time tag.
     [[nodiscard]] static std::uint64_t timeTag(double seconds) noexcept;
 
-    /// `frame` 0: has no place in the order.
+    /// Opens a frame. Number 0 takes no part in the order of frames.
     void begin(std::int32_t frame, std::uint64_t timeTag = kNoTime);
     void token(std::int32_t session, std::int32_t code, float x, float y, float angleRadians, std::int32_t typeAndUser = 0);
     void pointer(std::int32_t session, float x, float y);
@@ -39,6 +39,5 @@ private:
     std::string m_source;
     std::int32_t m_dimension;
     OscWriter m_writer;
-    std::string m_tags;
 };
 }

@@ -36,11 +36,8 @@ public:
     const std::vector<char>& finish(std::int32_t frame);
 
 private:
-    void beginMessage(const char* typeTags, const char* command);
-
     std::string m_source;
-    TuioProfile m_profile = TuioProfile::Objects;
+    const char* m_address = tuioAddress(TuioProfile::Objects);
     OscWriter m_writer;
-    std::string m_tags;
 };
 }

@@ -12,8 +12,8 @@
 
 namespace Tactile
 {
-class DatagramRecorder;
 class DatagramSource;
+class InputRecorder;
 
 struct TuioSettings
 {
@@ -21,32 +21,32 @@ struct TuioSettings
     TrackerSettings tracker;                         ///< hold, ghosts, lost senders, smoothing
 };
 
-/// The TUIO table: takes datagrams from any number of sources, each with its own part of the table.
+/// The table's TUIO input: decodes the datagrams of any number of sources, each mapped to its own part of the table.
 ///
 ///     TuioInput input({{0, 0, 3840, 2160}, {}});
 ///     if (!input.addSource(std::make_unique<UdpDatagramSource>(NetworkSettings{})))
 ///         … input.errorText() …
 ///     input.takeSample(now, sample); // once a frame
 ///
-/// Datagrams are decoded on the thread they arrive on; takeSample takes the outcome under a short lock. Frames lost,
-/// doubled or damaged on the way never show as half a state. Main thread except where it says otherwise.
+/// Each source receives on an input thread of its own and decodes there, under a lock that takeSample shares. Frames that
+/// are lost, doubled or damaged on the way never show as half a state. Main thread except where it says otherwise.
 class TAVOLA_EXPORT TuioInput final : public InputSource
 {
 public:
     explicit TuioInput(const TuioSettings& settings = {});
     ~TuioInput() override;
 
-    /// Tells `recorder` everything from now on; before a source is added or a sample is taken. Not owned, and it outlives
-    /// this input.
-    void setRecorder(DatagramRecorder* recorder);
+    /// Passes `recorder` everything from now on. Call before a source is added or a sample is taken. Not owned: it must
+    /// outlive this input.
+    void setRecorder(InputRecorder* recorder);
 
-    /// Starts `source`, mapped to the settings' rectangle or to `tableRect`. When it does not start it is not kept, and
-    /// errorText() says why.
+    /// Starts `source`, mapped to the settings' rectangle or to `tableRect`. False, with the reason in errorText(), when it
+    /// does not start; it is then destroyed.
     [[nodiscard]] bool addSource(std::unique_ptr<DatagramSource> source);
     [[nodiscard]] bool addSource(std::unique_ptr<DatagramSource> source, const Vecta::Rect& tableRect);
     [[nodiscard]] const std::string& errorText() const noexcept;
 
-    /// The `index`th source added maps to `tableRect` from the next position it sends on.
+    /// Maps the `index`th source to `tableRect`, from the next position it sends on.
     void setTableRect(std::size_t index, const Vecta::Rect& tableRect);
 
     void takeSample(double nowSeconds, Sample& sample) override;
@@ -54,10 +54,10 @@ public:
     /// A copy of the counts up to now. Any thread.
     [[nodiscard]] TuioCounters counters() const;
 
-    /// Datagrams decoded since the beginning, good or bad; their outcome is in the next sample. Any thread.
+    /// Number of datagrams decoded since the beginning, good or bad; the next sample contains their outcome. Any thread.
     [[nodiscard]] std::uint64_t datagramsReceived() const;
-    /// For tests and tools that crank frames by hand: blocks until datagramsReceived() is at least `count`. False after
-    /// `timeout`. Never to be called by a running table.
+    /// For tests and tools that crank frames by hand: blocks until datagramsReceived() is at least `count`; false after
+    /// `timeout`. A running table must not call it.
     [[nodiscard]] bool waitForDatagrams(std::uint64_t count, std::chrono::milliseconds timeout) const;
 
 private:

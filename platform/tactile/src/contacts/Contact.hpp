@@ -4,19 +4,14 @@
 #include <Tactile/ContactTracker.hpp>
 #include <Tactile/Marker.hpp>
 #include <Tactile/OneEuroFilter.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <cmath>
 
 namespace Tactile
 {
-/// The difference of two angles by the shortest arc, in [−π, π].
-inline float angleDifference(float a, float b) noexcept
-{
-    return std::remainder(a - b, 6.28318530717958647692f);
-}
-
-/// One thing on the table, between what its sender says of it (the target) and what is reported (the object). It follows
-/// the target through its filter until both agree.
+/// One finger or card: `object` is what is reported, `target` what the sender reported last. The object follows the target
+/// through filters until both agree.
 template <class Object>
 struct Contact
 {
@@ -55,7 +50,7 @@ struct Contact
         const Vecta::Vector2f turned = direction.filter({std::cos(targetAngle), std::sin(targetAngle)}, dt);
         // A half turn within a frame may leave no direction at all.
         float angle = turned.length() > 1e-3f ? std::atan2(turned.y, turned.x) : targetAngle;
-        if ((place - target).length() < kNearPx && std::abs(angleDifference(angle, targetAngle)) < kNearRadians) {
+        if ((place - target).length() < kNearPx && std::abs(Vecta::shortestTurn(targetAngle, angle)) < kNearRadians) {
             place = target;
             angle = targetAngle;
             rest();
@@ -63,7 +58,7 @@ struct Contact
         const float quiet = settings.smoothing ? settings.quietDistancePx : 0.f;
         const float quietTurn = settings.smoothing ? settings.quietRadians : 0.f;
         if ((place - object.centerLocation()).length() <= quiet
-            && std::abs(angleDifference(angle, object.rotation())) <= quietTurn)
+            && std::abs(Vecta::shortestTurn(object.rotation(), angle)) <= quietTurn)
             return false;
         object.setCenterLocation(place);
         setAngle(object, angle);
@@ -83,7 +78,7 @@ private:
 
 using FingerContact = Contact<TrackedObject>;
 
-/// On the table: `isHeld` is false and some sighting shows it. Held: no sighting, until it is back or `heldSince` is long ago.
+/// A card with a sighting, or held without one until it is back or the hold is over.
 struct MarkerContact : Contact<Marker>
 {
     using Contact::Contact;
@@ -91,7 +86,7 @@ struct MarkerContact : Contact<Marker>
     double heldSince = 0.0;
 };
 
-/// A sender's view of a card. Two of them may show the same card; the one whose key the contact has leads it.
+/// A sender's view of a card. A card may have several sightings; it follows the one that has its key.
 struct Sighting
 {
     ContactEvent event; // the last

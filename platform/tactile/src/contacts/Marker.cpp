@@ -1,5 +1,7 @@
 #include <Tactile/Marker.hpp>
 
+#include <Vecta/Angle.hpp>
+
 #include <cassert>
 #include <cmath>
 
@@ -19,11 +21,7 @@ Marker::Marker(const TrackedObject& object) : TrackedObject(object)
 
 void Marker::setRotation(float radians) noexcept
 {
-    constexpr float kTurn = 6.28318530717958647692f;
-    float wrapped = std::fmod(radians, kTurn);
-    if (wrapped < 0.f)
-        wrapped += kTurn;
-    // A tiny negative angle rounds up to a whole turn.
-    m_rotationRadians = wrapped < kTurn ? wrapped : 0.f;
+    const float wrapped = Vecta::wrappedAngle(radians);
+    m_rotationRadians = std::isfinite(wrapped) ? wrapped : 0.f;
 }
 }

@@ -8,15 +8,15 @@
 
 namespace Tactile
 {
-/// Gives out the ids of things on the table, none of them twice, and remembers which a marker code had.
+/// Makes the ids of fingers and cards, none of them twice, and keeps those that each marker code had.
 class MarkerIds
 {
 public:
-    /// The next id that nothing has.
+    /// An id that was never used.
     [[nodiscard]] std::int64_t fresh() { return m_next++; }
 
-    /// An id for a card of this code: the first of its ids that is not in use, else a fresh one. Codes beyond
-    /// kMaxCodes make it forget those that are not in use.
+    /// An id for a card of this code: the first of its ids that is not in use, else a fresh one. Beyond kMaxCodes codes, the
+    /// ids of codes that are not in use are dropped.
     [[nodiscard]] std::int64_t idFor(std::uint64_t code, const std::function<bool(std::int64_t)>& isInUse);
 
     static constexpr std::size_t kMaxCodes = 4096;

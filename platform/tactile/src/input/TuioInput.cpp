@@ -1,10 +1,10 @@
 #include <Tactile/TuioInput.hpp>
 
-#include "tuio/TuioLog.hpp"
+#include "input/TuioLog.hpp"
 
 #include <Bedrock/Trace.hpp>
-#include <Tactile/DatagramRecorder.hpp>
 #include <Tactile/DatagramSource.hpp>
+#include <Tactile/InputRecorder.hpp>
 #include <Tactile/Sample.hpp>
 #include <Tactile/TuioDecoder.hpp>
 
@@ -20,7 +20,7 @@ namespace Tactile
 namespace
 {
 // More than a minute of a busy table. Beyond it whole datagrams are dropped, as if the network had lost them, so that
-// what is taken later is still a true state of the table.
+// a later sample is still a true state of the table.
 constexpr std::size_t kMaxWaitingEvents = std::size_t(1) << 18;
 constexpr std::size_t kUsualEvents = 1024;
 }
@@ -39,7 +39,7 @@ struct TuioInput::Private
     std::vector<ContactEvent> events;
     std::vector<Vecta::Rect> rects; // of each listener
     TuioLog log;
-    DatagramRecorder* recorder = nullptr;
+    InputRecorder* recorder = nullptr;
 
     explicit Private(const TuioSettings& s) : settings(s), tracker(s.tracker) { events.reserve(kUsualEvents); }
 
@@ -91,7 +91,7 @@ TuioInput::~TuioInput()
         source->stop();
 }
 
-void TuioInput::setRecorder(DatagramRecorder* recorder)
+void TuioInput::setRecorder(InputRecorder* recorder)
 {
     assert(d->datagramSources.empty() && "a recording begins before its sources");
     const std::lock_guard<std::mutex> lock(d->mutex);
@@ -145,7 +145,7 @@ void TuioInput::setTableRect(std::size_t index, const Vecta::Rect& tableRect)
 
 void TuioInput::takeSample(double nowSeconds, Sample& sample)
 {
-    // The tracker runs under the lock as well: a sender that it gives up must not slip in a frame meanwhile.
+    // The tracker runs under the lock as well: a sender that it gives up must not deliver a frame meanwhile.
     const std::lock_guard<std::mutex> lock(d->mutex);
     if (d->recorder)
         d->recorder->frameTaken(nowSeconds);

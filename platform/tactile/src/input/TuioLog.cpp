@@ -1,4 +1,4 @@
-#include "tuio/TuioLog.hpp"
+#include "input/TuioLog.hpp"
 
 #include <Bedrock/Trace.hpp>
 #include <Tactile/TuioDecoder.hpp>
@@ -24,8 +24,8 @@ void TuioLog::report(double nowSeconds, const TuioDecoder& decoder)
     reportCap(counters, TuioDrop::FingerCap, "more than 256 fingers at once; the newest are dropped");
     reportCap(counters, TuioDrop::MarkerCap, "more than 64 markers at once; the newest are dropped");
     reportCap(counters, TuioDrop::SourceCap, "more than 16 senders at once; the newest are dropped");
-    if (!m_hasToldUnknown && !decoder.firstUnknownAddress().empty()) {
-        m_hasToldUnknown = true;
+    if (!m_hasReportedUnknown && !decoder.firstUnknownAddress().empty()) {
+        m_hasReportedUnknown = true;
         Bedrock::Trace::info("TuioDecoder::decode # Skipped a message of another kind (%s); further ones are only counted",
                              decoder.firstUnknownAddress().c_str());
     }

@@ -9,12 +9,12 @@ namespace Tactile
 {
 class TuioDecoder;
 
-/// Tells the log of what the decoder dropped, seldom enough that a broken sender cannot fill it: the first malformed packet
-/// at once, then one line every 10 s with the counts; each cap once.
+/// Logs what the decoder dropped, at a rate at which a broken sender cannot fill the log: the first malformed packet at
+/// once, then one line every 10 s with the counts; each cap once.
 class TuioLog
 {
 public:
-    /// Once a frame. Costs a few comparisons while there is nothing to say.
+    /// Call once a frame. Costs a few comparisons while nothing new was dropped.
     void report(double nowSeconds, const TuioDecoder& decoder);
 
 private:
@@ -23,7 +23,7 @@ private:
 
     TuioDrops m_warned{};
     bool m_hasReported = false;
-    bool m_hasToldUnknown = false;
+    bool m_hasReportedUnknown = false;
     double m_lastReport = 0.0;
     std::uint64_t m_reportedMalformed = 0;
     std::uint64_t m_reportedQueueFull = 0;

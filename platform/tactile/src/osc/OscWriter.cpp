@@ -19,7 +19,7 @@ void OscWriter::clear()
 void OscWriter::beginBundle()
 {
     openElement();
-    addString("#bundle");
+    add("#bundle");
     put32(0);
     put32(1); // now
 }
@@ -32,9 +32,9 @@ void OscWriter::endBundle()
 void OscWriter::beginMessage(std::string_view address, std::string_view typeTags)
 {
     openElement();
-    addString(address);
+    add(address);
     if (!typeTags.empty())
-        addString(typeTags);
+        add(typeTags);
 }
 
 void OscWriter::endMessage()
@@ -42,12 +42,12 @@ void OscWriter::endMessage()
     closeElement();
 }
 
-void OscWriter::addInt(std::int32_t value)
+void OscWriter::add(std::int32_t value)
 {
     put32(static_cast<std::uint32_t>(value));
 }
 
-void OscWriter::addFloat(float value)
+void OscWriter::add(float value)
 {
     std::uint32_t bits = 0;
     static_assert(sizeof bits == sizeof value);
@@ -55,13 +55,19 @@ void OscWriter::addFloat(float value)
     put32(bits);
 }
 
-void OscWriter::addTime(std::uint64_t tag)
+void OscWriter::add(OscTime time)
 {
-    put32(static_cast<std::uint32_t>(tag >> 32));
-    put32(static_cast<std::uint32_t>(tag));
+    put32(static_cast<std::uint32_t>(time.tag >> 32));
+    put32(static_cast<std::uint32_t>(time.tag));
 }
 
-void OscWriter::addString(std::string_view value)
+void OscWriter::add(const std::vector<std::int32_t>& values)
+{
+    for (const std::int32_t value : values)
+        add(value);
+}
+
+void OscWriter::add(std::string_view value)
 {
     m_bytes.insert(m_bytes.end(), value.begin(), value.end());
     m_bytes.insert(m_bytes.end(), 4 - value.size() % 4, '\0');

@@ -9,6 +9,8 @@ namespace Tactile
 {
 namespace
 {
+using Kind = TuioOperation::Kind;
+
 constexpr std::size_t kMaxPendingSets = 4096; // of a frame whose fseq does not come
 
 bool profileOf(std::string_view address, TuioProfile& profile) noexcept
@@ -26,98 +28,73 @@ TuioChannel channelOf(TuioProfile profile) noexcept
 {
     return static_cast<TuioChannel>(profile);
 }
-}
 
-void Tuio1Decoder::beginPacket()
+bool readSet(OscArgumentReader& reader, TuioProfile profile, TuioSet& set)
 {
-    m_operations.clear();
-    m_aliveIds.clear();
+    if (!reader.readInt(set.session))
+        return false;
+    switch (profile) {
+    case TuioProfile::Objects:
+        set.shape = TuioShape::Token;
+        return reader.readInt(set.code) && readPose(reader, set) && skipFloats(reader, 5);
+    case TuioProfile::Cursors:
+        set.shape = TuioShape::Pointer;
+        return reader.readFloat(set.x) && reader.readFloat(set.y) && skipFloats(reader, 3);
+    case TuioProfile::Blobs: set.shape = TuioShape::Area; return readPose(reader, set) && skipFloats(reader, 8);
+    }
+    return false;
+}
 }
 
 OscRefusal Tuio1Decoder::read(const OscMessage& message, bool& isKnown)
 {
-    Operation operation;
-    isKnown = profileOf(message.address, operation.profile);
-    if (!isKnown)
-        return OscRefusal::None;
-    OscArgumentReader reader(message);
+    return m_messages.read(message, isKnown, [&](OscArgumentReader& reader, TuioOperation& operation) {
+        return readArguments(message, reader, operation, isKnown);
+    });
+}
+
+bool Tuio1Decoder::readArguments(const OscMessage& message, OscArgumentReader& reader, TuioOperation& operation, bool& isKnown)
+{
     std::string_view command;
-    if (!reader.readString(command))
-        return reader.refusal();
-    bool isRead = true;
-    if (command == "set") {
-        operation.kind = Operation::Kind::Set;
-        isRead = readSet(reader, operation);
-    } else if (command == "alive") {
-        operation.kind = Operation::Kind::Alive;
-        isRead = readAlive(reader, operation);
-    } else if (command == "fseq") {
-        operation.kind = Operation::Kind::Fseq;
-        isRead = reader.readInt(operation.frame);
-    } else if (command == "source") {
-        operation.kind = Operation::Kind::Source;
-        isRead = reader.readString(operation.source);
-    } else {
-        isKnown = false;
-        return OscRefusal::None;
+    isKnown = profileOf(message.address, operation.profile);
+    if (!isKnown || !reader.readString(command))
+        return false;
+    if (command == "set")
+        return readSet(reader, operation.profile, operation.set);
+    if (command == "alive")
+        return m_messages.readAlive(reader, operation);
+    if (command == "fseq") {
+        operation.kind = Kind::EndFrame;
+        return reader.readInt(operation.frame);
     }
-    if (!isRead)
-        return reader.refusal();
-    if (!reader.atEnd())
-        return OscRefusal::ArgumentMismatch;
-    m_operations.push_back(operation);
-    return OscRefusal::None;
-}
-
-bool Tuio1Decoder::readAlive(OscArgumentReader& reader, Operation& operation)
-{
-    operation.aliveBegin = m_aliveIds.size();
-    while (!reader.atEnd()) {
-        std::int32_t id = 0;
-        if (!reader.readInt(id))
-            return false;
-        m_aliveIds.push_back(id);
+    if (command == "source") {
+        operation.kind = Kind::Source;
+        return reader.readString(operation.source);
     }
-    operation.aliveEnd = m_aliveIds.size();
-    return true;
-}
-
-bool Tuio1Decoder::readSet(OscArgumentReader& reader, Operation& operation)
-{
-    TuioSet& set = operation.set;
-    const bool isObject = operation.profile == TuioProfile::Objects;
-    const bool isBlob = operation.profile == TuioProfile::Blobs;
-    set.shape = isObject ? TuioShape::Token : isBlob ? TuioShape::Area : TuioShape::Pointer;
-    bool isRead = reader.readInt(set.session) && (!isObject || reader.readInt(set.code)) && reader.readFloat(set.x)
-        && reader.readFloat(set.y) && (!(isObject || isBlob) || reader.readFloat(set.angle));
-    // Sizes and derivatives: we compute our own.
-    const int rest = isObject ? 5 : isBlob ? 8 : 3;
-    float ignored = 0.f;
-    for (int i = 0; i < rest && isRead; ++i)
-        isRead = reader.readFloat(ignored);
-    return isRead;
+    isKnown = false;
+    return false;
 }
 
 void Tuio1Decoder::apply(TuioSender& sender)
 {
-    for (const Operation& operation : m_operations) {
+    for (const TuioOperation& operation : m_messages.operations()) {
         TuioPendingFrame& pending = sender.pending[static_cast<std::size_t>(operation.profile)];
         switch (operation.kind) {
-        case Operation::Kind::Source: m_sources.nameSender(sender, operation.source); break;
-        case Operation::Kind::Alive:
+        case Kind::Source: m_sources.nameSender(sender, operation.source); break;
+        case Kind::Alive:
             pending.hasAlive = true;
-            pending.alive.assign(m_aliveIds.begin() + std::ptrdiff_t(operation.aliveBegin),
-                                 m_aliveIds.begin() + std::ptrdiff_t(operation.aliveEnd));
+            m_messages.copyAlive(operation, pending.alive);
             break;
-        case Operation::Kind::Set:
+        case Kind::Set:
             if (pending.sets.size() >= kMaxPendingSets)
                 pending.sets.clear(); // a sender that never ends its frame
             pending.sets.push_back(operation.set);
             break;
-        case Operation::Kind::Fseq:
+        case Kind::EndFrame:
             commit(sender, operation.profile, operation.frame);
             pending.clear();
             break;
+        case Kind::BeginFrame: break; // TUIO 2.0
         }
     }
 }
@@ -128,29 +105,15 @@ void Tuio1Decoder::commit(TuioSender& sender, TuioProfile profile, std::int32_t 
     if (source < 0)
         return;
     const TuioChannel channel = channelOf(profile);
-    if (!isInOrder(source, channel, frame))
-        return m_sources.count(TuioDrop::Late, source);
+    const std::int64_t step = std::int64_t(m_sources.source(source).channel(channel).lastFrame) - frame;
+    const bool isNear = frame > 0 && step <= TuioDecoder::kLateFrames;
+    if (frame >= 0 && !m_contacts.beginFrame(source, channel, frame, isNear))
+        return;
     TuioPendingFrame& pending = sender.pending[static_cast<std::size_t>(profile)];
     if (pending.hasAlive)
-        m_contacts.takeAlive(source, channel, pending.alive);
+        m_contacts.applyAlive(source, channel, pending.alive);
     for (const TuioSet& set : pending.sets)
-        m_contacts.takeSet(source, channel, set);
+        m_contacts.applySet(source, channel, set);
     m_contacts.endFrame(source, channel);
-}
-
-bool Tuio1Decoder::isInOrder(int source, TuioChannel channel, std::int32_t frame)
-{
-    TuioChannelState& state = m_sources.source(source).channel(channel);
-    if (frame < 0) // redundant: has no place in the order
-        return true;
-    if (state.hasFrame && frame < state.lastFrame) {
-        if (frame > 0 && !state.isOrderLost && state.lastFrame - frame <= TuioDecoder::kLateFrames)
-            return false;
-        m_contacts.restart(source, channel);
-    }
-    state.hasFrame = true;
-    state.isOrderLost = false;
-    state.lastFrame = frame;
-    return true;
 }
 }

@@ -1,51 +1,34 @@
 #pragma once
 
-#include "tuio/TuioState.hpp"
-
-#include <Tactile/OscDecoder.hpp>
-#include <Tactile/TuioEncoder.hpp>
-
-#include <string_view>
-#include <vector>
+#include "tuio/TuioMessages.hpp"
 
 namespace Tactile
 {
 class TuioContacts;
 class TuioSources;
 
-/// The TUIO 1.1 messages of a packet: first all of them are read, then, when the packet was good, they take effect.
+/// The TUIO 1.1 messages of a packet: `read` collects them, `apply` gives them effect.
+///
+/// Each profile has frames of its own: alive and set messages, ended by fseq, maybe in different packets. A frame is late
+/// when its number is lower than the last by at most TuioDecoder::kLateFrames; else a lower number is a restart of the sender.
+/// A negative number takes no part in the order.
 class Tuio1Decoder
 {
 public:
     Tuio1Decoder(TuioSources& sources, TuioContacts& contacts) : m_sources(sources), m_contacts(contacts) {}
 
-    void beginPacket();
-    /// `isKnown` becomes false for a profile or command that is not read.
+    void beginPacket() { m_messages.clear(); }
+    /// Sets `isKnown` to false for a profile or command that is not read.
     [[nodiscard]] OscRefusal read(const OscMessage& message, bool& isKnown);
-    [[nodiscard]] bool isEmpty() const noexcept { return m_operations.empty(); }
+    [[nodiscard]] bool isEmpty() const noexcept { return m_messages.isEmpty(); }
     void apply(TuioSender& sender);
 
 private:
-    struct Operation
-    {
-        enum class Kind : std::uint8_t { Source, Alive, Set, Fseq };
-        Kind kind = Kind::Source;
-        TuioProfile profile = TuioProfile::Objects;
-        std::string_view source;    // Source: into the packet
-        std::size_t aliveBegin = 0; // Alive: range of the packet's ids
-        std::size_t aliveEnd = 0;
-        TuioSet set;            // Set
-        std::int32_t frame = 0; // Fseq
-    };
-
-    bool readAlive(OscArgumentReader& reader, Operation& operation);
-    static bool readSet(OscArgumentReader& reader, Operation& operation);
+    bool readArguments(const OscMessage& message, OscArgumentReader& reader, TuioOperation& operation, bool& isKnown);
     void commit(TuioSender& sender, TuioProfile profile, std::int32_t frame);
-    bool isInOrder(int source, TuioChannel channel, std::int32_t frame);
 
     TuioSources& m_sources;
     TuioContacts& m_contacts;
-    std::vector<Operation> m_operations;
-    std::vector<std::int32_t> m_aliveIds;
+    TuioMessages m_messages;
 };
 }

@@ -9,28 +9,15 @@ namespace Tactile
 {
 namespace
 {
+using Kind = TuioOperation::Kind;
+
 constexpr std::size_t kMaxPendingSets = 4096; // of a frame whose alv does not come
 constexpr std::uint64_t kSecond = std::uint64_t(1) << 32;
 
-/// The five derivatives that a sender may add: all or none, and not used.
+/// The five derivatives that a sender may add: all or none.
 bool skipDerivatives(OscArgumentReader& reader)
 {
-    float ignored = 0.f;
-    if (reader.atEnd())
-        return true;
-    for (int i = 0; i < 5; ++i)
-        if (!reader.readFloat(ignored))
-            return false;
-    return true;
-}
-
-bool skipFloats(OscArgumentReader& reader, int count)
-{
-    float ignored = 0.f;
-    for (int i = 0; i < count; ++i)
-        if (!reader.readFloat(ignored))
-            return false;
-    return true;
+    return reader.atEnd() || skipFloats(reader, 5);
 }
 
 bool hasTime(std::uint64_t tag) noexcept
@@ -39,72 +26,44 @@ bool hasTime(std::uint64_t tag) noexcept
 }
 }
 
-void Tuio2Decoder::beginPacket()
-{
-    m_operations.clear();
-    m_aliveIds.clear();
-}
-
 OscRefusal Tuio2Decoder::read(const OscMessage& message, bool& isKnown)
 {
-    isKnown = true;
-    Operation operation;
-    OscArgumentReader reader(message);
-    const bool isRead = readMessage(message.address.substr(7), reader, operation, isKnown);
-    if (!isKnown)
-        return OscRefusal::None;
-    if (!isRead)
-        return reader.refusal();
-    if (!reader.atEnd())
-        return OscRefusal::ArgumentMismatch;
-    m_operations.push_back(operation);
-    return OscRefusal::None;
+    return m_messages.read(message, isKnown, [&](OscArgumentReader& reader, TuioOperation& operation) {
+        return readArguments(message.address.substr(7), reader, operation, isKnown);
+    });
 }
 
-bool Tuio2Decoder::readMessage(std::string_view name, OscArgumentReader& reader, Operation& operation, bool& isKnown)
+bool Tuio2Decoder::readArguments(std::string_view name, OscArgumentReader& reader, TuioOperation& operation, bool& isKnown)
 {
     TuioSet& set = operation.set;
-    operation.kind = Operation::Kind::Set;
-    std::int32_t typeAndUser = 0; // nothing above asks who touches or with what
-    std::int32_t component = 0;
+    std::int32_t ignored = 0; // type and user, and the component of a pointer
     std::string_view text;
     if (name == "tok") {
         set.shape = TuioShape::Token;
-        return reader.readInt(set.session) && reader.readInt(typeAndUser) && reader.readInt(set.code) && reader.readFloat(set.x)
-            && reader.readFloat(set.y) && reader.readFloat(set.angle) && skipDerivatives(reader);
+        return reader.readInt(set.session) && reader.readInt(ignored) && reader.readInt(set.code) && readPose(reader, set)
+            && skipDerivatives(reader);
     }
     if (name == "ptr") {
         set.shape = TuioShape::Pointer;
-        return reader.readInt(set.session) && reader.readInt(typeAndUser) && reader.readInt(component) && reader.readFloat(set.x)
-            && reader.readFloat(set.y) && reader.readFloat(set.angle) && skipFloats(reader, 3) && skipDerivatives(reader);
+        return reader.readInt(set.session) && reader.readInt(ignored) && reader.readInt(ignored) && readPose(reader, set)
+            && skipFloats(reader, 3) && skipDerivatives(reader);
     }
     if (name == "bnd") {
         set.shape = TuioShape::Area;
-        return reader.readInt(set.session) && reader.readFloat(set.x) && reader.readFloat(set.y) && reader.readFloat(set.angle)
-            && skipFloats(reader, 3) && skipDerivatives(reader);
+        return reader.readInt(set.session) && readPose(reader, set) && skipFloats(reader, 3) && skipDerivatives(reader);
     }
     if (name == "sym") {
         set.shape = TuioShape::Symbol;
-        return reader.readInt(set.session) && reader.readInt(typeAndUser) && reader.readInt(set.code) && reader.readString(text)
+        return reader.readInt(set.session) && reader.readInt(ignored) && reader.readInt(set.code) && reader.readString(text)
             && reader.readString(text);
     }
     if (name == "frm") {
-        operation.kind = Operation::Kind::Frame;
+        operation.kind = Kind::BeginFrame;
         return reader.readInt(operation.frame) && reader.readTime(operation.time) && reader.readInt(operation.dimension)
             && reader.readString(operation.source);
     }
-    if (name == "alv") {
-        operation.kind = Operation::Kind::Alive;
-        operation.aliveBegin = m_aliveIds.size();
-        while (!reader.atEnd()) {
-            std::int32_t id = 0;
-            if (!reader.readInt(id))
-                return false;
-            m_aliveIds.push_back(id);
-        }
-        operation.aliveEnd = m_aliveIds.size();
-        return true;
-    }
+    if (name == "alv")
+        return m_messages.readAlive(reader, operation);
     isKnown = false;
     return false;
 }
@@ -112,10 +71,10 @@ bool Tuio2Decoder::readMessage(std::string_view name, OscArgumentReader& reader,
 void Tuio2Decoder::apply(TuioSender& sender)
 {
     Tuio2PendingFrame& pending = sender.pending2;
-    for (const Operation& operation : m_operations) {
+    for (const TuioOperation& operation : m_messages.operations()) {
         switch (operation.kind) {
-        case Operation::Kind::Frame:
-            // One that was not closed lost its end on the way, and with it its meaning.
+        case Kind::BeginFrame:
+            // The end of a frame that is still open was lost on the way, and its sets with it.
             m_sources.nameSender(sender, operation.source);
             pending.isOpen = true;
             pending.frame = operation.frame;
@@ -123,13 +82,13 @@ void Tuio2Decoder::apply(TuioSender& sender)
             pending.dimension = static_cast<std::uint32_t>(operation.dimension);
             pending.sets.clear();
             break;
-        case Operation::Kind::Set:
+        case Kind::Set:
             if (!pending.isOpen)
                 m_sources.count(TuioDrop::NoFrame, sender.source);
             else if (pending.sets.size() < kMaxPendingSets)
                 pending.sets.push_back(operation.set);
             break;
-        case Operation::Kind::Alive:
+        case Kind::Alive:
             if (pending.isOpen)
                 commit(sender, operation);
             else
@@ -137,48 +96,44 @@ void Tuio2Decoder::apply(TuioSender& sender)
             pending.isOpen = false;
             pending.sets.clear();
             break;
+        case Kind::Source:
+        case Kind::EndFrame: break; // TUIO 1.1
         }
     }
 }
 
-void Tuio2Decoder::commit(TuioSender& sender, const Operation& alive)
+void Tuio2Decoder::commit(TuioSender& sender, const TuioOperation& alive)
 {
     const int source = m_sources.touchSourceOf(sender);
     if (source < 0)
         return;
     const Tuio2PendingFrame& pending = sender.pending2;
-    if (!isInOrder(source, pending))
-        return m_sources.count(TuioDrop::Late, source);
+    if (!beginFrame(source, pending))
+        return;
     TuioSourceCounters& counters = m_sources.countersOf(source);
     counters.sensorWidth = static_cast<std::uint16_t>(pending.dimension >> 16);
     counters.sensorHeight = static_cast<std::uint16_t>(pending.dimension & 0xffff);
-    m_alive.assign(m_aliveIds.begin() + std::ptrdiff_t(alive.aliveBegin), m_aliveIds.begin() + std::ptrdiff_t(alive.aliveEnd));
-    m_contacts.takeAlive(source, TuioChannel::Components, m_alive);
-    // What tells most of a session first, so that a card's area is never shown as a finger.
+    m_messages.copyAlive(alive, m_alive);
+    m_contacts.applyAlive(source, TuioChannel::Components, m_alive);
+    // The most informative shape of a session comes first, so that a card's area is never shown as a finger.
     for (const TuioShape shape : {TuioShape::Token, TuioShape::Pointer, TuioShape::Symbol, TuioShape::Area})
         for (const TuioSet& set : pending.sets)
             if (set.shape == shape)
-                m_contacts.takeSet(source, TuioChannel::Components, set);
+                m_contacts.applySet(source, TuioChannel::Components, set);
     m_contacts.endFrame(source, TuioChannel::Components);
 }
 
-bool Tuio2Decoder::isInOrder(int source, const Tuio2PendingFrame& frame)
+bool Tuio2Decoder::beginFrame(int source, const Tuio2PendingFrame& frame)
 {
-    TuioChannelState& state = m_sources.source(source).channel(TuioChannel::Components);
     if (frame.frame == 0)
         return true;
-    if (state.hasFrame && frame.frame < state.lastFrame) {
-        const std::uint64_t apart = frame.time > state.lastTime ? frame.time - state.lastTime : state.lastTime - frame.time;
-        const bool isNear = hasTime(frame.time) && hasTime(state.lastTime)
-            ? apart <= kSecond
-            : std::int64_t(state.lastFrame) - frame.frame <= TuioDecoder::kLateFrames;
-        if (isNear && !state.isOrderLost)
-            return false;
-        m_contacts.restart(source, TuioChannel::Components);
-    }
-    state.hasFrame = true;
-    state.isOrderLost = false;
-    state.lastFrame = frame.frame;
+    TuioChannelState& state = m_sources.source(source).channel(TuioChannel::Components);
+    const std::uint64_t apart = frame.time > state.lastTime ? frame.time - state.lastTime : state.lastTime - frame.time;
+    const bool isNear = hasTime(frame.time) && hasTime(state.lastTime)
+        ? apart <= kSecond
+        : std::int64_t(state.lastFrame) - frame.frame <= TuioDecoder::kLateFrames;
+    if (!m_contacts.beginFrame(source, TuioChannel::Components, frame.frame, isNear))
+        return false;
     state.lastTime = frame.time;
     return true;
 }

@@ -3,6 +3,7 @@
 #include "tuio/TuioSources.hpp"
 
 #include <Tactile/TuioDecoder.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -15,14 +16,6 @@ using Kind = ContactEvent::Kind;
 
 constexpr float kMargin = 0.05f; // calibration may put the rim of the surface slightly outside 0..1
 constexpr std::size_t kMaxSymbols = TuioDecoder::kMaxMarkers;
-
-float wrapAngle(float radians) noexcept
-{
-    constexpr float kTurn = 6.28318530717958647692f;
-    const float wrapped = std::fmod(radians, kTurn);
-    const float positive = wrapped < 0.f ? wrapped + kTurn : wrapped;
-    return positive < kTurn ? positive : 0.f;
-}
 
 bool isAlive(const TuioChannelState& state, std::int32_t session)
 {
@@ -44,6 +37,22 @@ TuioSymbol* findSymbol(TuioChannelState& state, std::int32_t session)
 }
 }
 
+bool TuioContacts::beginFrame(int source, TuioChannel channel, std::int32_t frame, bool isNear)
+{
+    TuioChannelState& state = m_sources.source(source).channel(channel);
+    if (state.hasFrame && frame < state.lastFrame) {
+        if (isNear && !state.isOrderLost) {
+            m_sources.count(TuioDrop::Late, source);
+            return false;
+        }
+        restart(source, channel);
+    }
+    state.hasFrame = true;
+    state.isOrderLost = false;
+    state.lastFrame = frame;
+    return true;
+}
+
 void TuioContacts::restart(int source, TuioChannel channel)
 {
     TuioChannelState& state = m_sources.source(source).channel(channel);
@@ -55,7 +64,7 @@ void TuioContacts::restart(int source, TuioChannel channel)
     state.alive.clear();
 }
 
-void TuioContacts::takeAlive(int source, TuioChannel channel, std::vector<std::int32_t>& alive)
+void TuioContacts::applyAlive(int source, TuioChannel channel, std::vector<std::int32_t>& alive)
 {
     TuioChannelState& state = m_sources.source(source).channel(channel);
     std::sort(alive.begin(), alive.end());
@@ -76,7 +85,7 @@ void TuioContacts::takeAlive(int source, TuioChannel channel, std::vector<std::i
                         state.symbols.end());
 }
 
-void TuioContacts::takeSet(int source, TuioChannel channel, const TuioSet& given)
+void TuioContacts::applySet(int source, TuioChannel channel, const TuioSet& given)
 {
     TuioSet set = given;
     TuioChannelState& state = m_sources.source(source).channel(channel);
@@ -88,7 +97,7 @@ void TuioContacts::takeSet(int source, TuioChannel channel, const TuioSet& given
     if (!isAlive(state, set.session))
         return m_sources.count(TuioDrop::NotAlive, source);
     if (set.shape == TuioShape::Symbol)
-        return takeSymbol(source, channel, set);
+        return applySymbol(source, channel, set);
     if (const TuioSymbol* symbol = set.shape == TuioShape::Area ? findSymbol(state, set.session) : nullptr) {
         set.shape = TuioShape::Symbol;
         set.code = symbol->code;
@@ -96,7 +105,7 @@ void TuioContacts::takeSet(int source, TuioChannel channel, const TuioSet& given
 
     set.x = std::clamp(set.x, 0.f, 1.f);
     set.y = std::clamp(set.y, 0.f, 1.f);
-    set.angle = wrapAngle(set.angle);
+    set.angle = Vecta::wrappedAngle(set.angle);
     const bool isMarker = isMarkerShape(set.shape);
     const TuioDrop cap = isMarker ? TuioDrop::MarkerCap : TuioDrop::FingerCap;
     TuioSession* session = findSession(state, set.session);
@@ -107,7 +116,7 @@ void TuioContacts::takeSet(int source, TuioChannel channel, const TuioSet& given
         return announce(source, channel, state.sessions.back());
     }
     if (set.shape < session->shape)
-        return; // the same thing, less well known
+        return; // a less informative shape of the same session
     if (isMarker != isMarkerShape(session->shape) && isFull(source, isMarker))
         return m_sources.count(cap, source);
     reshape(source, channel, *session, set.shape);
@@ -129,7 +138,7 @@ void TuioContacts::takeSet(int source, TuioChannel channel, const TuioSet& given
         write(Kind::Move, source, channel, *session);
 }
 
-void TuioContacts::takeSymbol(int source, TuioChannel channel, const TuioSet& set)
+void TuioContacts::applySymbol(int source, TuioChannel channel, const TuioSet& set)
 {
     TuioChannelState& state = m_sources.source(source).channel(channel);
     if (TuioSymbol* known = findSymbol(state, set.session))
@@ -141,10 +150,10 @@ void TuioContacts::takeSymbol(int source, TuioChannel channel, const TuioSet& se
     // An area seen before is the place of this symbol.
     const TuioSession* session = findSession(state, set.session);
     if (session && (session->shape == TuioShape::Area || session->shape == TuioShape::Symbol))
-        takeSet(source, channel, {TuioShape::Area, session->id, 0, session->x, session->y, session->angle});
+        applySet(source, channel, {TuioShape::Area, session->id, 0, session->x, session->y, session->angle});
 }
 
-/// What was taken for a finger turns out to be a card: the finger did nothing. And the other way about.
+/// A finger that turns out to be a card is cancelled, and a card that turns out to be a finger.
 void TuioContacts::reshape(int source, TuioChannel channel, TuioSession& session, TuioShape shape)
 {
     if (isMarkerShape(shape) != isMarkerShape(session.shape)) {

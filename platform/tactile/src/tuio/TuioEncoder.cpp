@@ -1,9 +1,16 @@
 #include <Tactile/TuioEncoder.hpp>
 
+#include <array>
 #include <utility>
 
 namespace Tactile
 {
+namespace
+{
+template <std::size_t count>
+constexpr std::array<float, count> kNoDerivatives{};
+}
+
 const char* tuioAddress(TuioProfile profile) noexcept
 {
     switch (profile) {
@@ -16,78 +23,38 @@ const char* tuioAddress(TuioProfile profile) noexcept
 
 TuioEncoder::TuioEncoder(std::string source) : m_source(std::move(source)) {}
 
-void TuioEncoder::beginMessage(const char* typeTags, const char* command)
-{
-    m_writer.beginMessage(tuioAddress(m_profile), typeTags);
-    m_writer.addString(command);
-}
-
 void TuioEncoder::begin(TuioProfile profile)
 {
-    m_profile = profile;
+    m_address = tuioAddress(profile);
     m_writer.clear();
     m_writer.beginBundle();
-    if (m_source.empty())
-        return;
-    beginMessage(",ss", "source");
-    m_writer.addString(m_source);
-    m_writer.endMessage();
+    if (!m_source.empty())
+        m_writer.addMessage(m_address, "source", m_source);
 }
 
 void TuioEncoder::alive(const std::vector<std::int32_t>& sessions)
 {
-    m_tags.assign(",s");
-    m_tags.append(sessions.size(), 'i');
-    beginMessage(m_tags.c_str(), "alive");
-    for (const std::int32_t session : sessions)
-        m_writer.addInt(session);
-    m_writer.endMessage();
+    m_writer.addMessage(m_address, "alive", sessions);
 }
 
 void TuioEncoder::setObject(std::int32_t session, std::int32_t code, float x, float y, float angleRadians)
 {
-    beginMessage(",siiffffffff", "set");
-    m_writer.addInt(session);
-    m_writer.addInt(code);
-    m_writer.addFloat(x);
-    m_writer.addFloat(y);
-    m_writer.addFloat(angleRadians);
-    for (int derivative = 0; derivative < 5; ++derivative)
-        m_writer.addFloat(0.f);
-    m_writer.endMessage();
+    m_writer.addMessage(m_address, "set", session, code, x, y, angleRadians, kNoDerivatives<5>);
 }
 
 void TuioEncoder::setCursor(std::int32_t session, float x, float y)
 {
-    beginMessage(",sifffff", "set");
-    m_writer.addInt(session);
-    m_writer.addFloat(x);
-    m_writer.addFloat(y);
-    for (int derivative = 0; derivative < 3; ++derivative)
-        m_writer.addFloat(0.f);
-    m_writer.endMessage();
+    m_writer.addMessage(m_address, "set", session, x, y, kNoDerivatives<3>);
 }
 
 void TuioEncoder::setBlob(std::int32_t session, float x, float y, float angleRadians, float width, float height)
 {
-    beginMessage(",sifffffffffff", "set");
-    m_writer.addInt(session);
-    m_writer.addFloat(x);
-    m_writer.addFloat(y);
-    m_writer.addFloat(angleRadians);
-    m_writer.addFloat(width);
-    m_writer.addFloat(height);
-    m_writer.addFloat(width * height);
-    for (int derivative = 0; derivative < 5; ++derivative)
-        m_writer.addFloat(0.f);
-    m_writer.endMessage();
+    m_writer.addMessage(m_address, "set", session, x, y, angleRadians, width, height, width * height, kNoDerivatives<5>);
 }
 
 const std::vector<char>& TuioEncoder::finish(std::int32_t frame)
 {
-    beginMessage(",si", "fseq");
-    m_writer.addInt(frame);
-    m_writer.endMessage();
+    m_writer.addMessage(m_address, "fseq", frame);
     m_writer.endBundle();
     return m_writer.packet();
 }
