@@ -13,10 +13,10 @@
 #include <memory>
 #include <string>
 
-/// What the tests of e-mailing have in common.
+/// Services and analytics lines for the tests of e-mailing.
 namespace PluginTest
 {
-/// An e-mail service that does what a test says at the very moment of each call.
+/// An e-mail service that runs a function of the test in each call.
 class HookedEmailService final : public Tavola::ServiceInstance, public Tavola::EmailServiceAPI
 {
 public:
@@ -37,7 +37,7 @@ std::shared_ptr<Service> addEmailService(TestSupport::TestHost& host)
     return service;
 }
 
-/// Answers, at a test's end, what its e-mail service still holds: a promise that breaks is a failure in the log.
+/// Answers, at a test's end, the open requests of its e-mail service: a broken promise would be a failure in the log.
 class AnswerAtEnd
 {
 public:
@@ -65,7 +65,7 @@ inline std::string text(const Tavola::DataGathering::Event& event)
 {
     return event.type.toStdString() + " " + QJsonDocument(event.data).toJson(QJsonDocument::Compact).toStdString();
 }
-/// All that were logged, in order.
+/// All analytics events that were logged, in order, one in a line.
 inline Strings analyticsOf(const TestSupport::TestHost& host)
 {
     Strings lines;

@@ -23,7 +23,7 @@ struct FoldersOnDetector : Table
         addDetector();
         host.frame();
     }
-    /// Something that keeps the service's answer from keeping the folder.
+    /// Removes the answer function of the service, which refers to the folder.
     ~FoldersOnDetector() { host.tesselService().answerPersonalWidget = nullptr; }
 
     void answer(std::function<Answer()> what)

@@ -25,11 +25,11 @@ public:
 
     /// A complete HTTP answer: 200 with this body.
     void serve(const char* path, const QByteArray& body);
-    /// These bytes, whatever they are.
+    /// These bytes as the whole answer.
     void serveRaw(const char* path, const QByteArray& bytes);
-    /// Nothing: the request stays open.
+    /// No answer: the request stays open.
     void hold(const char* path);
-    /// The targets that were asked for, in order.
+    /// The targets of the requests, in order.
     [[nodiscard]] const std::vector<QString>& requests() const { return m_requests; }
 
     [[nodiscard]] static QByteArray png(int width, int height);

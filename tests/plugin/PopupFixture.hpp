@@ -19,14 +19,14 @@ inline void expectFailure(const std::string& text)
 {
     TestSupport::expectWarning("EmailSendingPopupWidget # Failed to send email (" + text + ")");
 }
-/// A message that was made and could not be sent is an error as well.
+/// As above for a message that was composed and could not be sent, which is an error in the log as well.
 inline void expectSendFailure(const std::string& text)
 {
     TestSupport::expectError("PersonalSpaceWidget::emailContents # Failed to send email to ann@example.org (" + text + ")");
     expectFailure(text);
 }
 
-/// A popup on the table and content that gives its files when the test says so.
+/// A popup on the table, and content that completes its files when the test says so.
 struct Popup
 {
     TestSupport::TestHost host;
@@ -81,7 +81,7 @@ struct PopupMail : Popup
     AnswerAtEnd answerAtEnd{service};
     PopupMail() { service->holdAnswers(true); }
     std::size_t sent() const { return service->sent().size(); }
-    /// As far as the message in flight.
+    /// Goes on until the message has been sent and not answered.
     void send()
     {
         email(false);
@@ -91,7 +91,7 @@ struct PopupMail : Popup
     Strings counted(const std::string& outcome) const { return {widgetInEmail(contentId, "Ann", kAddress), outcome}; }
 };
 
-/// With a service that does something at the moment of each call.
+/// With a service that runs a function of the test in each call.
 struct HookedPopupMail : Popup
 {
     std::shared_ptr<HookedEmailService> service = addEmailService<HookedEmailService>(host);

@@ -5,7 +5,7 @@
 
 namespace PluginTest
 {
-/// Makes a folder of its own the system's temporary directory for as long as it lives.
+/// A new folder that is the system's temporary directory as long as this object lives.
 class TemporaryFolder
 {
 public:

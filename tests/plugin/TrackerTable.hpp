@@ -69,7 +69,7 @@ struct TrackerTable : Table
     }
 };
 
-/// Where a point that is fixed to a card goes with it.
+/// The place of a point that is fixed to a card, after the card has moved and turned.
 [[nodiscard]] inline Vecta::Vector2f carried(Vecta::Vector2f point, Vecta::Vector2f cardBefore, Vecta::Vector2f cardAfter,
                                              double turn)
 {

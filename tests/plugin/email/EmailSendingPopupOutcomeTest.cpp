@@ -156,7 +156,7 @@ TEST_CASE("failure: an exception object without a text has an empty one")
     CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", kAddress, ""));
 }
 
-TEST_CASE("failure: a service that gives up its promise has failed")
+TEST_CASE("failure: a broken promise of the service counts as one")
 {
     HookedMail mail;
     mail.service->onSend = [](const Tavola::EmailMessage&) { return folly::Promise<Status>().getFuture(); };
@@ -169,7 +169,7 @@ TEST_CASE("failure: a service that gives up its promise has failed")
     CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", kAddress, text));
 }
 
-TEST_CASE("failure: a service that throws out of the call has failed")
+TEST_CASE("failure: an exception out of the call counts as one")
 {
     HookedMail mail;
     mail.service->onSend = [](const Tavola::EmailMessage&) -> folly::Future<Status> { throw std::runtime_error("disk full"); };

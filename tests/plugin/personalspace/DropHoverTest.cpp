@@ -134,7 +134,7 @@ TEST_CASE("drop: leaving clears both marks and the indicator")
     CHECK(area.indicators().empty());
 }
 
-TEST_CASE("drop: the drop collects and takes the indicator away, the marks wait for the leave")
+TEST_CASE("drop: the drop collects and removes the indicator, the marks stay until the drag leaves")
 {
     Area area;
     const auto content = area.make<FakeContent>();
@@ -151,7 +151,7 @@ TEST_CASE("drop: the drop collects and takes the indicator away, the marks wait 
     CHECK(pseudoClassesOf(*area.space).empty());
 }
 
-TEST_CASE("drop: a content widget that goes during a drag takes the indicator with it")
+TEST_CASE("drop: a content widget that is destroyed during a drag removes the indicator")
 {
     Area area;
     area.drop(area.make<FakeContent>(), DropEvent::Hover);
@@ -163,7 +163,7 @@ TEST_CASE("drop: a content widget that goes during a drag takes the indicator wi
     CHECK(area.indicators().empty());
 }
 
-TEST_CASE("drop: a content widget that goes during drags leaves no mark on what was dragged over it")
+TEST_CASE("drop: a content widget that is destroyed during drags clears the marks that it set on dragged widgets")
 {
     Area area;
     const auto first = area.make<FakeContent>();

@@ -2,7 +2,7 @@
 
 #include <doctest/doctest.h>
 
-// What a personal space collects, in both modes, and what a change of the card does to it.
+// The collection of a personal space in both modes, and the effects of a change of its card.
 
 using PluginTest::childOfClass;
 using PluginTest::childrenOfClass;
@@ -19,12 +19,12 @@ using ItemStatus = PersonalSpaceContents::ItemStatus;
 
 namespace
 {
-/// A space, and what it asks of the media server.
+/// A space, and its requests to the media server.
 struct Changing : OpenSpace
 {
     using OpenSpace::OpenSpace;
 
-    /// What the media server was asked since the last time: the command, the card, and the address of an item.
+    /// The requests to the media server since the last call: command, card, and the address of an item.
     Strings asked()
     {
         Strings lines;
@@ -103,7 +103,7 @@ TEST_CASE("mode: set by the style sheet before the code, it holds from the code 
     host.mediaServer().answer(0, {{"success", true}});
 }
 
-TEST_CASE("mode: changed before the first code it sets the class and asks for the page, there are no items")
+TEST_CASE("mode: a change before the first code sets the class and requests the page, without items")
 {
     OpenSpace space(false);
     space.mode().setValue(Mode::Upload);
@@ -139,7 +139,7 @@ TEST_CASE("items: one that is dragged out is deleted on the server in upload mod
     CHECK(space.host.mediaServer().commands()[1].value("url").toString() == "http://two");
 }
 
-TEST_CASE("items: the class for content follows what is there")
+TEST_CASE("items: the class for content is set while there are items")
 {
     OpenSpace space;
     CHECK_FALSE(space.widget->hasCSSClass("has-content"));
@@ -182,7 +182,7 @@ TEST_CASE("items: one that is dragged out is logged for analytics, one that is r
     CHECK(space.host.analytics()[0].data == expected.data);
 }
 
-TEST_CASE("items: before the first code a widget put on the space is left alone")
+TEST_CASE("items: before the first code a widget put on the space is not collected")
 {
     OpenSpace space(false);
     const Bedrock::IntrusivePtr<FakeContent> content(new FakeContent(&space.host.mainWidget()));
@@ -209,7 +209,7 @@ TEST_CASE("reopening: a space for a card shows the tiles that were there, with p
     CHECK(space.commands().empty());
 }
 
-TEST_CASE("another code: the space takes a content widget of its own for it and forgets the one before")
+TEST_CASE("another code: the space makes a new content widget and removes its listeners from the one before")
 {
     OpenSpace space;
     space.addItem();
@@ -221,7 +221,7 @@ TEST_CASE("another code: the space takes a content widget of its own for it and 
     CHECK(space.contentWidget()->isEmpty());
     CHECK(space.contentWidget()->contents() == PersonalSpaceContents::personalContent(other));
 
-    // What happens to the first card's contents no longer reaches the space, not even in this frame.
+    // Events of the first card's contents have no effect on the space from now on, not even in this frame.
     space.addItem();
     CHECK_FALSE(space.widget->hasCSSClass("has-content"));
     space.contents->setUserPage({"http://first", ""});
@@ -238,7 +238,7 @@ TEST_CASE("another code: the space takes a content widget of its own for it and 
     }
 }
 
-TEST_CASE("another code: the same one again doubles nothing")
+TEST_CASE("another code: the same one again leaves one listener of each kind")
 {
     OpenSpace space;
     space.widget->setCode(space.code);
@@ -277,7 +277,7 @@ TEST_CASE("drop: a finger drags content into the space and its tile appears")
     CHECK_FALSE(content->hasPseudoClass("valid-drop"));
 }
 
-TEST_CASE("first code: what its owner collected before is uploaded in upload mode, after the page was asked for")
+TEST_CASE("first code: items that were collected before are uploaded in upload mode, after the request for the page")
 {
     Changing space(false);
     space.host.style("PersonalSpaceWidget { collection-mode: upload }");
@@ -291,7 +291,7 @@ TEST_CASE("first code: what its owner collected before is uploaded in upload mod
     CHECK(space.hasClass("upload-mode"));
 }
 
-TEST_CASE("another code: in upload mode its page is asked for and its items are uploaded")
+TEST_CASE("another code: in upload mode its page is requested and its items are uploaded")
 {
     Changing space;
     space.mode().setValue(OpenSpace::Mode::Upload);
@@ -316,7 +316,7 @@ TEST_CASE("another code: the class of the mode is there again, even if it was re
     CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view"});
 }
 
-TEST_CASE("the same code again: the space takes another content widget, and the mode is applied to what is there")
+TEST_CASE("the same code again: the space makes another content widget, and the mode is applied to its items")
 {
     Changing space;
     space.mode().setValue(OpenSpace::Mode::Upload);

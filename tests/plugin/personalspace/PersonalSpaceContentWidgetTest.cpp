@@ -31,7 +31,7 @@ const std::string kFilesFailed = "PersonalSpaceContentWidget::addItem # Failed t
 const std::string kPreviewFailed = "PersonalSpaceContentWidget::addItem # Failed to load preview file (";
 }
 
-TEST_CASE("content widget: type, attribute and events are as style sheets and listeners know them")
+TEST_CASE("content widget: type, attribute and events have their documented names")
 {
     Area area;
     CHECK(area.widget->cssType() == "PersonalSpaceContentWidget");
@@ -59,7 +59,7 @@ TEST_CASE("collectable: content with files of its own, with addresses, or with a
     CHECK_FALSE(PersonalSpaceContentWidget::canWidgetBeCollected(*plain));
 }
 
-TEST_CASE("collectable: the host's content widgets are when they show something")
+TEST_CASE("collectable: a content widget of the host, once it has a source")
 {
     Area area;
     const auto picture = area.make<Tavola::ContentWidget>();
@@ -68,7 +68,7 @@ TEST_CASE("collectable: the host's content widgets are when they show something"
     CHECK(PersonalSpaceContentWidget::canWidgetBeCollected(*picture));
 }
 
-TEST_CASE("collectable: a widget without such attributes, or with attributes of another type, is not")
+TEST_CASE("collectable: no widget without such attributes, or with attributes of another type")
 {
     class Odd final : public Trellis::Widget
     {
@@ -82,7 +82,7 @@ TEST_CASE("collectable: a widget without such attributes, or with attributes of 
     CHECK_FALSE(PersonalSpaceContentWidget::canWidgetBeCollected(bare));
 }
 
-TEST_CASE("drop: a widget that cannot be collected is refused and leaves nothing behind")
+TEST_CASE("drop: a widget that cannot be collected is refused and changes nothing")
 {
     Area area;
     const auto plain = area.make<PlainContent>();
@@ -156,7 +156,7 @@ TEST_CASE("add: the item is Pending, names the widget, and its events come in or
     CHECK_FALSE(area.widget->isEmpty());
 }
 
-TEST_CASE("add: the widget is announced when it has been asked for its files and its preview")
+TEST_CASE("add: \"widget-added\" is sent after the requests for files and preview")
 {
     Area area;
     const auto content = area.make<FakeContent>();
@@ -244,7 +244,7 @@ TEST_CASE("add: a preview that fails is logged and the item goes on without")
     CHECK(area.tiles().size() == 1);
 }
 
-TEST_CASE("add: content that throws in the call is logged like a failed future, and is announced all the same")
+TEST_CASE("add: an exception out of the call is logged like a failed future, and \"widget-added\" is sent all the same")
 {
     Area area;
     const auto content = area.make<FakeContent>();
@@ -259,7 +259,7 @@ TEST_CASE("add: content that throws in the call is logged like a failed future, 
     area.host.frame();
 }
 
-TEST_CASE("add: results that come when the content widget is gone still land in the contents")
+TEST_CASE("add: results that arrive after the content widget was destroyed are stored in the contents")
 {
     Area area;
     const auto content = area.make<FakeContent>();
@@ -274,7 +274,7 @@ TEST_CASE("add: results that come when the content widget is gone still land in 
     CHECK(area.contents->items().begin()->second.preview == "/p.png");
 }
 
-TEST_CASE("add: content that goes before it gave its files is logged, the item stays Pending")
+TEST_CASE("add: content that is destroyed before its files are ready is logged, the item stays Pending")
 {
     Area area;
     auto content = area.make<FakeContent>();
@@ -289,7 +289,7 @@ TEST_CASE("add: content that goes before it gave its files is logged, the item s
     CHECK(area.tiles().size() == 1);
 }
 
-TEST_CASE("add: results for an item that is gone are dropped")
+TEST_CASE("add: results for a removed item are dropped")
 {
     Area area;
     const auto content = area.make<FakeContent>();
@@ -300,7 +300,7 @@ TEST_CASE("add: results for an item that is gone are dropped")
     CHECK(area.contents->items().empty());
 }
 
-TEST_CASE("remove: a single item is announced before it leaves the contents, all items are not")
+TEST_CASE("remove: \"before-remove-item\" is sent before a single item leaves the contents, and not when all do")
 {
     Area area;
     const long first = area.addItem();
@@ -356,7 +356,7 @@ TEST_CASE("content widget: two of one card show the same items")
     CHECK(childrenOfClass(*other, "failed").size() == 1);
 }
 
-TEST_CASE("content widget: when it goes, the contents forget it")
+TEST_CASE("content widget: its destructor removes its listeners from the contents")
 {
     Area area;
     area.addItem();

@@ -64,7 +64,7 @@ TEST_CASE("personal contents: codes of 64 bits are told apart")
     CHECK(PersonalSpaceContents::personalContent(code) != PersonalSpaceContents::personalContent(code + (1ul << 32)));
 }
 
-TEST_CASE("personal contents: contents live on when nobody holds them")
+TEST_CASE("personal contents: they live on without any holder")
 {
     const auto code = newCode();
     std::weak_ptr<PersonalSpaceContents> weak = PersonalSpaceContents::personalContent(code);
@@ -90,7 +90,7 @@ TEST_CASE("personal contents: an item is stored whole and announced")
     CHECK(log.lines == Strings{line("item-added", id)});
 }
 
-TEST_CASE("personal contents: the item is there when its event is heard")
+TEST_CASE("personal contents: the item is stored when its event is sent")
 {
     PersonalSpaceContents contents;
     bool wasThere = false;
@@ -192,7 +192,7 @@ TEST_CASE("personal contents: removing the items of a card by its code")
 
 TEST_CASE("personal contents: removing the items of a card that was never seen makes nothing")
 {
-    // A contents object takes an id of the counter that all nodes share, so one that was made would show as a gap.
+    // A contents object uses an id of the counter that all nodes share, so creating one would leave a gap.
     const auto code = newCode();
     const long before = Facet::Node::generateId();
     PersonalSpaceContents::removeItems(code);
@@ -238,7 +238,7 @@ TEST_CASE("personal contents: files in place of others make an item Ready again,
     }
 }
 
-TEST_CASE("personal contents: a preview takes the place of the one before")
+TEST_CASE("personal contents: a preview replaces the one before")
 {
     PersonalSpaceContents contents;
     const long id = contents.addItem(someItem());
@@ -252,7 +252,7 @@ TEST_CASE("personal contents: a preview takes the place of the one before")
     CHECK(log.lines == Strings{line("preview-ready", id, " /b/preview.png"), line("preview-ready", id, " ")});
 }
 
-TEST_CASE("personal contents: a preview is stored and told with its path")
+TEST_CASE("personal contents: a preview is stored, and its event carries the path")
 {
     PersonalSpaceContents contents;
     const long id = contents.addItem({});
@@ -264,7 +264,7 @@ TEST_CASE("personal contents: a preview is stored and told with its path")
     CHECK(log.lines == Strings{line("preview-ready", id, " /für/preview.png")});
 }
 
-TEST_CASE("personal contents: a status is told by its number, also when it stays what it was")
+TEST_CASE("personal contents: the event of a status carries its number, and is sent even if the status stays the same")
 {
     PersonalSpaceContents contents;
     const long id = contents.addItem({});
@@ -334,7 +334,7 @@ TEST_CASE("personal contents: addresses are compared as they are written")
     CHECK(contents.items().empty());
 }
 
-TEST_CASE("personal contents: what is handed out is a copy")
+TEST_CASE("personal contents: item and user page are returned as copies")
 {
     PersonalSpaceContents contents;
     const long id = contents.addItem(someItem());

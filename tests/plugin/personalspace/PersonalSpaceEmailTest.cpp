@@ -45,7 +45,7 @@ struct Mail : OpenSpace
     }
 };
 
-/// Ann's space, and an e-mail service that does something at the moment of each call.
+/// Ann's space, and an e-mail service that runs a function of the test in each call.
 struct HookedMail : OpenSpace
 {
     std::shared_ptr<HookedEmailService> service = addEmailService<HookedEmailService>(host);
@@ -291,7 +291,7 @@ TEST_CASE("success: the space is emptied before the mail is counted")
     CHECK(mail.host.analytics().size() == 2);
 }
 
-TEST_CASE("success: what was collected meanwhile goes as well")
+TEST_CASE("success: items that were collected meanwhile are removed as well")
 {
     Mail mail;
     mail.addItem("http://one");
@@ -303,7 +303,7 @@ TEST_CASE("success: what was collected meanwhile goes as well")
     CHECK(mail.contents->items().empty());
 }
 
-TEST_CASE("success: the input asks for a name from then on, and is empty")
+TEST_CASE("success: the input field is empty and accepts names from then on")
 {
     Mail mail;
     mail.tapEnvelope();
@@ -399,7 +399,7 @@ TEST_CASE("failure: an exception object without a text is logged and counted wit
     CHECK(analyticsOf(mail.host) == Strings{emailNotSent("Ann", "ann@example.org", "")});
 }
 
-TEST_CASE("failure: a service that gives up its promise has failed")
+TEST_CASE("failure: a broken promise of the service counts as one")
 {
     HookedMail mail;
     mail.service->onSend = [](const Tavola::EmailMessage&) { return folly::Promise<Status>().getFuture(); };
@@ -412,7 +412,7 @@ TEST_CASE("failure: a service that gives up its promise has failed")
     CHECK(analyticsOf(mail.host) == Strings{emailNotSent("Ann", "ann@example.org", text)});
 }
 
-TEST_CASE("failure: a service that throws out of the call has failed")
+TEST_CASE("failure: an exception out of the call counts as one")
 {
     HookedMail mail;
     mail.addItem("http://one");
@@ -487,7 +487,7 @@ TEST_CASE("meanwhile: editing name or address does not change what is counted an
     CHECK(mail.host.analytics().size() == 2);
 }
 
-TEST_CASE("meanwhile: another code's items go with a success, for they are what the space holds then")
+TEST_CASE("meanwhile: with another code set, a success removes the items of that code")
 {
     Mail mail;
     mail.addItem("http://one");
@@ -503,7 +503,7 @@ TEST_CASE("meanwhile: another code's items go with a success, for they are what 
     CHECK(mail.hasClass("email-successful"));
 }
 
-TEST_CASE("meanwhile: with another code and then closed, the items of the code that was sent go")
+TEST_CASE("meanwhile: with another code set and the space closed, a success removes the items of the code that was sent")
 {
     Mail mail;
     mail.addItem("http://one");
@@ -590,7 +590,7 @@ TEST_CASE("closed: a space opened anew for the card loses its items with the suc
     CHECK(classesOf(*reopened) == Strings{"email-mode", "initial-view"});
 }
 
-TEST_CASE("closed: a space taken from the table that somebody still holds shows the outcome")
+TEST_CASE("closed: a space that was removed from the table and is still referenced shows the outcome")
 {
     Mail mail;
     mail.tapEnvelope();
@@ -620,7 +620,7 @@ TEST_CASE("closed: a listener may close the space while a success empties it")
 
 // ---- The address form ------------------------------------------------------------------------------------------------
 
-TEST_CASE("address: without one the envelope asks for it and sends nothing")
+TEST_CASE("address: without one the envelope opens the form and sends nothing")
 {
     Mail mail;
     mail.widget->setProperties({"Ann", "", ""});
@@ -632,7 +632,7 @@ TEST_CASE("address: without one the envelope asks for it and sends nothing")
     CHECK(mail.host.analytics().empty());
 }
 
-TEST_CASE("address: the envelope sends once it is written, and the form goes")
+TEST_CASE("address: the envelope sends once it is written, and the form closes")
 {
     Mail mail;
     mail.widget->setProperties({"Ann", "", ""});
@@ -650,7 +650,7 @@ TEST_CASE("address: the envelope sends once it is written, and the form goes")
     CHECK(analyticsOf(mail.host) == Strings{widgetInEmail(71, "Ann", "new@example.org"), emailSent("Ann", "new@example.org")});
 }
 
-TEST_CASE("address: a cancel takes the form back, and the next tap asks again")
+TEST_CASE("address: a cancel closes the form, and the next tap opens it again")
 {
     Mail mail;
     mail.widget->setProperties({"Ann", "", ""});
@@ -664,7 +664,7 @@ TEST_CASE("address: a cancel takes the form back, and the next tap asks again")
     CHECK(mail.service->sent().empty());
 }
 
-TEST_CASE("address: one that becomes known while it is asked for is sent to, whatever is written")
+TEST_CASE("address: one that becomes known while the form is open is sent to, whatever is written")
 {
     Mail space;
     const auto& service = space.service;

@@ -158,7 +158,7 @@ TEST_CASE("confirming an address: a wrong one shows the field's errors, nothing 
     CHECK(form.host.analytics().empty());
 }
 
-TEST_CASE("confirming an address: a right one is kept above the style sheet, sent to, and the field is empty again")
+TEST_CASE("confirming an address: a right one is stored above the style sheet and sent to, and the field is emptied")
 {
     AddressForm form;
     form.host.style("PersonalSpaceWidget { space-info: \"To <link>\" }");
@@ -181,7 +181,7 @@ TEST_CASE("confirming an address: a right one is kept above the style sheet, sen
     CHECK(form.registrations().empty());
 }
 
-TEST_CASE("confirming an address: blanks around it do not count against it")
+TEST_CASE("confirming an address: blanks around it are accepted")
 {
     AddressForm form;
     form.write("  ann@example.org ");
@@ -224,7 +224,7 @@ TEST_CASE("confirming an address: without an e-mail service it is kept all the s
 
 // ---- Enter -----------------------------------------------------------------------------------------------------------
 
-TEST_CASE("enter: while an address is waited for the text is an address, otherwise a name")
+TEST_CASE("enter: while the address form is open the text is an address, otherwise a name")
 {
     AddressForm form;
     form.write("Ann");
@@ -243,7 +243,7 @@ TEST_CASE("enter: while an address is waited for the text is an address, otherwi
     form.waitForRegistration();
 }
 
-TEST_CASE("enter: no other end of the writing confirms anything")
+TEST_CASE("enter: no other reason of \"editing-finished\" confirms anything")
 {
     AddressForm form;
     form.write("ann@example.org");
@@ -311,7 +311,7 @@ TEST_CASE("confirming a name: a blank one shows the field's errors, nothing else
     CHECK(form.registrations().empty());
 }
 
-TEST_CASE("confirming a name: it greets the owner, empties the field and asks the marker service")
+TEST_CASE("confirming a name: the owner is greeted, the field emptied, and a request sent to the marker service")
 {
     OpenSpace space;
     space.widget->setProperties({"", "ann@example.org", ""});
@@ -454,7 +454,7 @@ TEST_CASE("confirming a name: several frames later it still was one request")
 
 // ---- The request -----------------------------------------------------------------------------------------------------
 
-TEST_CASE("request: what changes while it waits does not change it")
+TEST_CASE("request: changes of the space while it waits do not change it")
 {
     OpenSpace space;
     space.widget->setProperties({"", "ann@example.org", ""});
@@ -488,7 +488,7 @@ TEST_CASE("request: an address typed earlier goes with it")
     CHECK(form.registrations()[0].email == "new@example.org");
 }
 
-TEST_CASE("request: one under way keeps the service, and not the application with its widgets")
+TEST_CASE("request: while one is open it keeps the service alive, and not the application with its widgets")
 {
     OpenSpace space;
     space.host.tesselService().holdRegistrations();
@@ -578,7 +578,7 @@ TEST_CASE("answer: it touches neither items nor attributes")
     CHECK(space.field().text() == "Bea");
 }
 
-TEST_CASE("answer: it is dropped when the space is gone")
+TEST_CASE("answer: it is dropped after the space was destroyed")
 {
     OpenSpace space;
     space.host.tesselService().holdRegistrations();
@@ -627,7 +627,7 @@ TEST_CASE("no marker service: the space stays registering until the visitor canc
     CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view"});
 }
 
-TEST_CASE("no marker service: one that comes later is not asked for what was dropped")
+TEST_CASE("no marker service: one that is configured later receives no dropped request")
 {
     OpenSpace space;
     space.host.removeTesselService();

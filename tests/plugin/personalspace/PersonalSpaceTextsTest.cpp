@@ -6,7 +6,7 @@
 
 #include <doctest/doctest.h>
 
-// What a personal space shows of its owner: greeting, information text, user page, and the pseudo-classes for what is unknown.
+// The texts of a personal space about its owner (greeting, information, user page), and the pseudo-classes for unknown data.
 
 using PluginTest::OpenSpace;
 using PluginTest::Strings;
@@ -136,7 +136,7 @@ TEST_CASE("info: an empty one is an empty text, above the style sheet's")
     CHECK(space.textChild("custom-info").attribute("text")->hasValue(Facet::kUserLayer));
 }
 
-TEST_CASE("info: the mark for custom info is judged by the attribute, not by what comes of it")
+TEST_CASE("info: the pseudo-class for custom info depends on the attribute, not on the text made from it")
 {
     OpenSpace space(false);
     space.text("space-info").setValue("<link>");
@@ -146,7 +146,7 @@ TEST_CASE("info: the mark for custom info is judged by the attribute, not by wha
     CHECK_FALSE(space.widget->hasPseudoClass("has-custom-info"));
 }
 
-TEST_CASE("info: in upload mode the link is the page, which a change of the address alone does not bring in")
+TEST_CASE("info: in upload mode the link is the page's address, and a change of that address alone does not rebuild the text")
 {
     OpenSpace space;
     space.mode().setValue(Mode::Upload);
@@ -205,7 +205,7 @@ TEST_CASE("user page: one that was known before the space opened shows with its 
     CHECK(space.shown("user-page-link") == "http://pages/1");
 }
 
-TEST_CASE("user page: without a QR picture the one that shows stays")
+TEST_CASE("user page: one without a QR picture keeps the picture that shows")
 {
     OpenSpace space;
     const QTemporaryDir folder;
@@ -223,7 +223,7 @@ TEST_CASE("user page: without a QR picture the one that shows stays")
     CHECK(space.textChild("user-page-link").text() == "http://pages/2");
 }
 
-TEST_CASE("info: marks that come in with an address count as well")
+TEST_CASE("info: marks that an address contains are replaced as well")
 {
     OpenSpace space;
     space.text("space-info").setValue("<link>!");

@@ -48,7 +48,7 @@ TEST_CASE("tile: it fades in, 0.4 seconds after a delay of 0.2")
     CHECK(area.tile().opacity() == 1.f);
 }
 
-TEST_CASE("tile: it fades in from the moment at which it is announced, and has its scale by then")
+TEST_CASE("tile: it fades in and has its scale when \"content-changed\" is sent")
 {
     Area area;
     for (int i = 0; i < 9; ++i)
@@ -63,7 +63,7 @@ TEST_CASE("tile: it fades in from the moment at which it is announced, and has i
         opacity = area.tile(9).opacity();
     });
     area.addItem();
-    // Whether the space is empty is told before the tiles change their size.
+    // "empty" is sent before the tiles change their scale.
     CHECK(scales == std::vector<float>{1.f / 3.f, 0.25f, 0.25f});
     CHECK(opacity == 0.f);
 }
@@ -162,7 +162,7 @@ TEST_CASE("tile: a removed item's tile fades out in 0.2 seconds and is deleted")
     CHECK(log.lines == Strings{"empty 1", "content-changed"});
 }
 
-TEST_CASE("tile: one whose item is gone is no tile any more when that is told, the others get their size after")
+TEST_CASE("tile: after a removal \"empty\" is sent when the tile fades out and before the others are scaled")
 {
     Area area;
     for (int i = 0; i < 10; ++i)
@@ -241,7 +241,7 @@ TEST_CASE("tile: a preview is loaded into the picture above the icon")
     CHECK(area.host.frameUntil([] { return !TestSupport::loggedLines().empty(); }));
 }
 
-TEST_CASE("tile: what concerns an item without a tile is ignored")
+TEST_CASE("tile: calls for an item without a tile are ignored")
 {
     Area area;
     EventLog log;
@@ -253,7 +253,7 @@ TEST_CASE("tile: what concerns an item without a tile is ignored")
     CHECK(area.tiles().empty());
 }
 
-TEST_CASE("tile: let go of inside the area it returns to its styled place")
+TEST_CASE("tile: released inside the area it returns to its styled place")
 {
     Area area;
     area.addItem();
@@ -271,7 +271,7 @@ TEST_CASE("tile: let go of inside the area it returns to its styled place")
     CHECK(log.lines.empty());
 }
 
-TEST_CASE("tile: let go of outside the area it takes its item with it")
+TEST_CASE("tile: released outside the area it removes its item")
 {
     Area area;
     const long id = area.addItem();
@@ -286,7 +286,7 @@ TEST_CASE("tile: let go of outside the area it takes its item with it")
     CHECK(log.lines == Strings{line("before-remove-item", id), "empty 1", "content-changed", "widget-removed 77"});
 }
 
-TEST_CASE("tile: let go of across the border it returns, beside the area it takes its item with it")
+TEST_CASE("tile: released across the border it returns, beside the area it removes its item")
 {
     struct Row
     {
@@ -318,7 +318,7 @@ TEST_CASE("tile: let go of across the border it returns, beside the area it take
     }
 }
 
-TEST_CASE("tile: one that is fading out is let go of without effect")
+TEST_CASE("tile: releasing one that is fading out has no effect")
 {
     Area area;
     const long id = area.addItem();

@@ -121,7 +121,7 @@ TEST_CASE("tooltip: the address is explained where the text was tapped, also whe
 
 TEST_CASE("tooltip: its place is set in one change")
 {
-    // The style sheet gives each tooltip an attribute that watches its place from before it is placed.
+    // The style sheet gives each tooltip an attribute whose listener records every change of the place.
     std::vector<Vecta::Vector2f> places;
     const auto watch = [&](Cascara::Styleable& styleable, const QByteArray& name) {
         auto& tooltip = dynamic_cast<TooltipWidget&>(styleable);
@@ -180,7 +180,7 @@ TEST_CASE("tooltip: a finger on the information text opens the one for the addre
     CHECK(help.tooltip().location().y == doctest::Approx(60.f));
 }
 
-TEST_CASE("tooltip: it announces its text to be styled, when it is all there")
+TEST_CASE("tooltip: \"stylable-widget-added\" carries its text widget, and is sent when the tooltip is complete")
 {
     Help help;
     int announced = 0;
@@ -207,7 +207,7 @@ TEST_CASE("tooltip: it announces its text to be styled, when it is all there")
     CHECK(announced == 2);
 }
 
-TEST_CASE("tooltip: its text is the last of the stylable ones for as long as it is alive")
+TEST_CASE("tooltip: its text widget is the last stylable one as long as it is alive")
 {
     Help help;
     const auto before = help.widget->stylableWidgets();
@@ -462,7 +462,7 @@ TEST_CASE("idle: an idle time that is shorter than the fade starts one fade, whi
     CHECK(help.tooltips().empty());
 }
 
-TEST_CASE("idle: a touch of the tooltip starts the time anew")
+TEST_CASE("idle: a touch of the tooltip restarts the time")
 {
     Help help;
     help.tapHelp();
@@ -475,7 +475,7 @@ TEST_CASE("idle: a touch of the tooltip starts the time anew")
     CHECK(help.isFadingOut());
 }
 
-TEST_CASE("idle: a finger that stays on the tooltip keeps it")
+TEST_CASE("idle: a finger that stays on the tooltip keeps it open")
 {
     Help help;
     help.tapHelp();
@@ -490,7 +490,7 @@ TEST_CASE("idle: a finger that stays on the tooltip keeps it")
     CHECK(help.isFadingOut());
 }
 
-TEST_CASE("idle: touches elsewhere do not keep it")
+TEST_CASE("idle: touches elsewhere do not keep it open")
 {
     Help help;
     help.tapHelp();
@@ -577,7 +577,7 @@ TEST_CASE("text: the style sheet's is filled with the address of the mode, and t
             space.text("space-info").setValue(row.info);
             const std::string expected = isHelp ? row.help : row.other;
             CHECK((isHelp ? space.helpText() : space.emailText()) == QString::fromStdString(expected));
-            // What is not filled stays the style sheet's, also when that changes.
+            // A text that was not filled follows the style sheet.
             const bool isStyled = expected == "Help for %1" || expected == "We write to %1";
             CHECK(space.tooltip().attribute("text")->hasValue(Facet::kUserLayer) != isStyled);
             space.host.style("TooltipWidget.help, TooltipWidget.email { text: \"Later\" }");
@@ -604,7 +604,7 @@ TEST_CASE("text: a style sheet may choose it by the view")
 
 // ---- Lifetime ------------------------------------------------------------------------------------------------------------
 
-TEST_CASE("lifetime: a space that is closed takes its tooltip along")
+TEST_CASE("lifetime: closing a space destroys its tooltip")
 {
     Help help;
     help.tapHelp();
@@ -632,7 +632,7 @@ TEST_CASE("lifetime: a listener that closes the space when a tooltip is announce
     CHECK_FALSE(help.widget);
 }
 
-TEST_CASE("lifetime: a tooltip that somebody removed makes room for the next")
+TEST_CASE("lifetime: after a tooltip was removed from outside the next one can open")
 {
     Help help;
     help.tapHelp();

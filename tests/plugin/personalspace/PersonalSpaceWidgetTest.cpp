@@ -42,7 +42,7 @@ struct Writing : OpenSpace
 };
 }
 
-TEST_CASE("personal space: with all defaults and no code it greets nobody and knows nothing")
+TEST_CASE("personal space: with all defaults and no code it has no greeting, and is marked as knowing nothing")
 {
     OpenSpace space(false);
     CHECK(space.widget->cssType() == "PersonalSpaceWidget");
@@ -55,7 +55,7 @@ TEST_CASE("personal space: with all defaults and no code it greets nobody and kn
     CHECK(space.shown("title") == "Welcome");
 }
 
-TEST_CASE("personal space: its attributes have the defaults that style sheets count on")
+TEST_CASE("personal space: its attributes have their documented defaults")
 {
     OpenSpace space(false);
     CHECK(space.text("title").value() == "Hi, %1");
@@ -189,7 +189,7 @@ TEST_CASE("cancel: a finger reaches the button although the drop area covers the
     CHECK(space.widget->hasCSSClass("initial-view"));
 }
 
-TEST_CASE("lifetime: a space that goes is forgotten by the contents")
+TEST_CASE("lifetime: the destructor of a space removes its listeners from the contents")
 {
     OpenSpace space;
     space.addItem();
@@ -204,7 +204,7 @@ TEST_CASE("lifetime: a space that goes is forgotten by the contents")
     space.contents->setUserPage({"http://late", ""});
 }
 
-TEST_CASE("lifetime: children that outlive the space do nothing")
+TEST_CASE("lifetime: events of children that outlive the space have no effect")
 {
     OpenSpace space;
     const Bedrock::IntrusivePtr<Trellis::Widget> cancel(&childOfClass(*space.widget, "cancel-button"));
@@ -218,7 +218,7 @@ TEST_CASE("lifetime: children that outlive the space do nothing")
     CHECK(space.host.analytics().empty());
 }
 
-TEST_CASE("lifetime: an upload that ends when the space is gone is stored for the next one")
+TEST_CASE("lifetime: the result of an upload that ends after the space was destroyed is stored for the next one")
 {
     OpenSpace space(false);
     space.mode().setValue(Mode::Upload);
@@ -250,7 +250,7 @@ TEST_CASE("lifetime: a space may be closed by a listener of its own events")
     CHECK(space.contents->items().size() == 1);
 }
 
-TEST_CASE("cancel: errors that the input shows go, also where there is no text to empty")
+TEST_CASE("cancel: errors of the input field are hidden, also where it has no text")
 {
     Writing space;
     SUBCASE("for a name")

@@ -14,7 +14,7 @@ using PluginTest::Table;
 
 namespace
 {
-/// What the table's host makes of a component's name: a widget that is in no tree yet.
+/// The widget that the host makes for the name of a component; it is in no tree yet.
 Bedrock::IntrusivePtr<Trellis::Widget> made(Table& table, const char* component)
 {
     return table.host.tavola().createComponent(component)->createContentWidget();
@@ -40,7 +40,7 @@ TEST_CASE("components: each makes its widget, new ones every time")
 
 TEST_CASE("components: a widget has its style before it is added to anything")
 {
-    // No rule names the widgets' types, so nothing but the end of their construction brings the style in.
+    // No rule names the widgets' types, so only the end of their construction applies the style.
     TestSupport::TestHost host;
     host.style("* { opacity: 0.5; dismiss-widgets: true; rotate-towards-hand: true }");
     const std::shared_ptr<Tavola::UIComponent> components[] = {
@@ -64,7 +64,7 @@ TEST_CASE("components: a widget has its style before it is added to anything")
 
 TEST_CASE("components: a widget's construction is finished once")
 {
-    // Finishing it styles the widget: as often as for one that is made by hand.
+    // Finishing the construction styles the widget: the count is the same as for one that is made by hand.
     TestSupport::TestHost host;
     host.style("* { opacity: 0.5 }");
     const auto restyled = [](const auto& make) {

@@ -65,7 +65,7 @@ std::vector<std::string> sorted(std::vector<std::string> names)
     return names;
 }
 
-/// The package error of each of these components, announced; the texts that the operator sees.
+/// Announces the package error of each of these components; returns the texts that the operator sees.
 std::vector<std::string> expectPackageErrors(const std::vector<std::string>& names)
 {
     std::vector<std::string> texts;
@@ -90,7 +90,7 @@ class Copy
 public:
     explicit Copy(const char* package)
     {
-        // What it links stands beside it, as beside the library itself.
+        // The libraries that it links must lie beside it, as beside the library itself.
         const QFileInfo library(PLUGIN_FILE);
         for (const QFileInfo& other : library.dir().entryInfoList({"*.so"}, QDir::Files))
             if (other.fileName() != library.fileName())
@@ -202,7 +202,7 @@ TEST_CASE("plug-in: unloading takes the components out in the reverse order of t
     auto plugin = load();
     std::vector<std::string> gone;
     for (const auto& entry : host.tavola().factories()) {
-        // Ends with its record, which nobody but the table keeps.
+        // Destroyed with its record, to which only the table has a reference.
         const std::shared_ptr<void> witness(nullptr, [&gone, name = entry.first.toStdString()](void*) { gone.push_back(name); });
         entry.second->create = [witness] { return std::shared_ptr<Tavola::UIComponent>(); };
     }

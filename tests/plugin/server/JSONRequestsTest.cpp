@@ -39,7 +39,7 @@ std::string failureOf(folly::Future<QJsonObject>& future)
     return "no failure";
 }
 
-/// A service of the right name and another kind.
+/// A service of the right type name and another class.
 class OtherService final : public Tavola::ServiceInstance
 {
 };
@@ -68,7 +68,7 @@ TEST_CASE("json requests: without an application the future has failed already")
     CHECK(failureOf(future) == kNoService);
 }
 
-TEST_CASE("json requests: the command reaches the service whole and its future is handed back")
+TEST_CASE("json requests: the command is passed to the service whole, and its future is returned")
 {
     TestSupport::TestHost host;
     const QJsonObject command{{"command", "anything"}, {"number", 7}};
@@ -81,7 +81,7 @@ TEST_CASE("json requests: the command reaches the service whole and its future i
     CHECK(std::move(future).get() == QJsonObject{{"success", true}});
 }
 
-TEST_CASE("json requests: the first service configured is asked, whatever its name")
+TEST_CASE("json requests: the first service configured receives the command, whatever its name")
 {
     TestSupport::TestHost host;
     const auto second = std::make_shared<TestSupport::FakeMediaServer>();
@@ -91,7 +91,7 @@ TEST_CASE("json requests: the first service configured is asked, whatever its na
     CHECK(second->commands().empty());
 }
 
-TEST_CASE("json requests: the service's failure is handed on")
+TEST_CASE("json requests: a failure of the service is the future's")
 {
     TestSupport::TestHost host;
     auto future = Tavola::requestJSON({});

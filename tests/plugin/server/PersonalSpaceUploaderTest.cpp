@@ -152,7 +152,7 @@ TEST_CASE("uploader: an answer of another thread is stored on the main thread")
     CHECK(thread == std::this_thread::get_id());
 }
 
-TEST_CASE("uploader: an item that is Pending, Uploading or Uploaded is left alone")
+TEST_CASE("uploader: an item that is Pending, Uploading or Uploaded is not sent")
 {
     Uploads space;
     for (const auto status : {ItemStatus::Pending, ItemStatus::Uploading, ItemStatus::Uploaded}) {
@@ -168,7 +168,7 @@ TEST_CASE("uploader: an item that is Pending, Uploading or Uploaded is left alon
     CHECK(space.commands().empty());
 }
 
-TEST_CASE("uploader: an unknown item is left alone")
+TEST_CASE("uploader: an unknown item is neither sent nor deleted")
 {
     Uploads space;
     space.uploader.uploadItem(42);
@@ -271,7 +271,7 @@ TEST_CASE("uploader: a request that fails, in whatever way, is one warning with 
     }
 }
 
-TEST_CASE("uploader: texts of the server reach the log as UTF-8, percent signs and all")
+TEST_CASE("uploader: texts of the server are logged as UTF-8, percent signs included")
 {
     Uploads space;
     space.uploader.uploadItem(space.addItem("http://a"));
@@ -279,7 +279,7 @@ TEST_CASE("uploader: texts of the server reach the log as UTF-8, percent signs a
     space.answer(0, {{"error", QString::fromUtf8("100 %s für")}});
 }
 
-TEST_CASE("uploader: an item that is gone when the answer comes is not brought back")
+TEST_CASE("uploader: the answer for an item that was removed meanwhile does not restore it")
 {
     Uploads space;
     const long id = space.addItem("http://a");
@@ -289,7 +289,7 @@ TEST_CASE("uploader: an item that is gone when the answer comes is not brought b
     CHECK(space.contents->items().empty());
 }
 
-TEST_CASE("uploader: an answer that comes when the uploader is gone still lands in the contents")
+TEST_CASE("uploader: an answer that arrives after the uploader was destroyed is stored in the contents")
 {
     Uploads space;
     auto uploader = std::make_unique<PersonalSpaceUploader>(space.code);
@@ -300,7 +300,7 @@ TEST_CASE("uploader: an answer that comes when the uploader is gone still lands 
     CHECK(space.status(id) == ItemStatus::Uploaded);
 }
 
-TEST_CASE("uploader: a new code is for later requests; answers under way go to the card they were sent for")
+TEST_CASE("uploader: a new code is used by later requests; the answers of open ones are stored for the card they were sent for")
 {
     Uploads space;
     const long id = space.addItem("http://a");
@@ -403,7 +403,7 @@ TEST_CASE("uploader: an item alone, or none at all, is the last copy")
     CHECK(space.uploader.isLastCopy(space.addItem("http://a")));
 }
 
-TEST_CASE("uploader: the user page is asked for by the card")
+TEST_CASE("uploader: the request for the user page names the card")
 {
     Uploads space;
     space.uploader.updateUserPage();
@@ -460,7 +460,7 @@ TEST_CASE("uploader: a page begins without a picture, whatever the page before h
     CHECK(space.contents->userPage().qrIcon.isEmpty());
 }
 
-TEST_CASE("uploader: a success without a page's address is an empty page, and its picture is asked for all the same")
+TEST_CASE("uploader: a success without a page's address is an empty page, and its picture is requested all the same")
 {
     const PluginTest::TemporaryFolder folder;
     Uploads space;
@@ -477,7 +477,7 @@ TEST_CASE("uploader: a success without a page's address is an empty page, and it
     CHECK(images.requests() == std::vector<QString>{"/qr.png"});
 }
 
-TEST_CASE("uploader: a QR picture that cannot be had leaves the page without one")
+TEST_CASE("uploader: a QR picture that cannot be downloaded leaves the page without one")
 {
     const PluginTest::TemporaryFolder folder;
     Uploads space;
@@ -495,7 +495,7 @@ TEST_CASE("uploader: a QR picture that cannot be had leaves the page without one
     CHECK(space.contents->userPage().qrIcon.isEmpty());
 }
 
-TEST_CASE("uploader: a QR address without a scheme is asked for with one, and logged as the server wrote it")
+TEST_CASE("uploader: a QR address without a scheme is requested with one, and logged as the server wrote it")
 {
     const PluginTest::TemporaryFolder folder;
     Uploads space;
@@ -542,7 +542,7 @@ TEST_CASE("uploader: a QR picture for a page that is no longer the person's is d
     CHECK(log.lines.empty());
 }
 
-TEST_CASE("uploader: a second download of one QR address is a warning that costs the page nothing")
+TEST_CASE("uploader: a second download of one QR address is a warning and leaves the page as it is")
 {
     const PluginTest::TemporaryFolder folder;
     Uploads space;
@@ -561,7 +561,7 @@ TEST_CASE("uploader: a second download of one QR address is a warning that costs
     CHECK(space.contents->userPage().url == "http://pages/p/1");
 }
 
-TEST_CASE("uploader: a page that comes when no uploader is left has no QR picture")
+TEST_CASE("uploader: a page that arrives after the last uploader was destroyed has no QR picture")
 {
     const PluginTest::TemporaryFolder folder;
     TestHost host;
