@@ -15,7 +15,6 @@ function(house_options target)
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON
         POSITION_INDEPENDENT_CODE ON
-        BUILD_RPATH_USE_ORIGIN ON
         INSTALL_RPATH "$ORIGIN;$ORIGIN/..;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
     target_compile_definitions(${target} PRIVATE QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII QT_DEPRECATED_WARNINGS)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wno-psabi)

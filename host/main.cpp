@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QStringList>
 
+#include <csignal>
 #include <cstdio>
 
 #include <sys/stat.h>
@@ -81,6 +82,8 @@ const struct
 
 int main(int argc, char** argv)
 {
+    // A reader of the log or of a client's answer that goes away costs what is written to it, not the program.
+    std::signal(SIGPIPE, SIG_IGN);
     // Names, addresses and recordings of visitors are nobody else's business on this machine.
     ::umask(077);
     QStringList arguments;

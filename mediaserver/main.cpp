@@ -8,6 +8,7 @@
 
 #include <QCoreApplication>
 
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <memory>
@@ -71,6 +72,8 @@ int serve(const Options& options)
 
 int main(int argc, char* argv[])
 {
+    // A reader of the log or of a client's answer that goes away costs what is written to it, not the program.
+    std::signal(SIGPIPE, SIG_IGN);
     // The database holds the secrets that open people's pages.
     ::umask(0077);
     qInstallMessageHandler(MediaServer::logQtMessage);

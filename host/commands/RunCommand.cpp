@@ -57,7 +57,7 @@ std::unique_ptr<Inspector> openInspector(Table& table, const TableLog& log, cons
         Inspector::Subject{table.application(), log, &table.input(), options.manualClock, [&table] { return table.mailState(); },
                            [&table](double dt) { return table.frame(dt).has_value(); }, [&table] { return table.listeners(); }});
     if (!inspector->listen(*options.inspectPort, error)) {
-        error = QStringLiteral("the inspector cannot listen on port %1: %2").arg(*options.inspectPort).arg(error);
+        error = QStringLiteral("the inspector is not reachable. %1").arg(error);
         return nullptr;
     }
     say(QStringLiteral("inspector on http://127.0.0.1:%1/").arg(inspector->port()));

@@ -61,7 +61,7 @@ TEST_CASE("trace: a long line is not cut")
     CHECK(got == text + "!");
 }
 
-TEST_CASE("trace: without a sink a line goes to standard error with its level, and stays one line")
+TEST_CASE("trace: without a sink a line goes to standard error with its level, on one line and without secrets")
 {
     QTemporaryFile file;
     REQUIRE(file.open());
@@ -73,12 +73,15 @@ TEST_CASE("trace: without a sink a line goes to standard error with its level, a
         Trace::info("A # started");
         Trace::warning("B # late");
         Trace::error("C # first\nsecond\r");
+        Trace::error("D # \x1b[2J sent to %s", "ann@example.org");
     }
     std::fflush(stderr);
     dup2(standardError, STDERR_FILENO);
     close(standardError);
     file.seek(0);
-    CHECK(file.readAll() == QByteArray("info A # started\nwarning B # late\nerror C # first\\nsecond\\r\n"));
+    CHECK(file.readAll()
+          == QByteArray("info A # started\nwarning B # late\nerror C # first\\nsecond\\r\n"
+                        "error D # \\x1b[2J sent to a…@example.org\n"));
 }
 
 TEST_CASE("trace: lines of several threads all arrive, one at a time")

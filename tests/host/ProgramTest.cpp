@@ -192,8 +192,7 @@ TEST_CASE("tavola: what keeps a table from opening is exit code 1 and tells why"
         {runArguments(folder, good, {QStringLiteral("--tuio"), inputAddress}),
          QStringLiteral("tavola: UdpDatagramSource # Failed to listen on %1 (").arg(inputAddress)},
         {runArguments(folder, good, {QStringLiteral("--inspect"), inspectorPort}),
-         QStringLiteral("tavola: the inspector cannot listen on port %1: The bound address is already in use\n")
-             .arg(inspectorPort)},
+         QStringLiteral("tavola: the inspector is not reachable. Cannot listen on 127.0.0.1 port %1: ").arg(inspectorPort)},
     };
     for (const Row& row : rows) {
         CAPTURE(row.told.toStdString());

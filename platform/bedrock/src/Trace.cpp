@@ -1,5 +1,7 @@
 #include "Bedrock/Trace.hpp"
 
+#include "Bedrock/LogText.hpp"
+
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
@@ -80,17 +82,7 @@ void error(const char* format, ...)
 
 void writeToStandardError(Level level, const std::string& text)
 {
-    std::string line = levelName(level);
-    line += ' ';
-    for (const char c : text) {
-        if (c == '\n')
-            line += "\\n";
-        else if (c == '\r')
-            line += "\\r";
-        else
-            line += c;
-    }
-    line += '\n';
+    const std::string line = std::string(levelName(level)) + ' ' + onOneLine(withoutSecrets(text)) + '\n';
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 

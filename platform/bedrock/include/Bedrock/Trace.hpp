@@ -22,8 +22,9 @@ using Sink = std::function<void(Level, const std::string&)>;
 /// called any more. Any thread.
 TAVOLA_EXPORT Sink setSink(Sink sink);
 
-/// Writes "LEVEL text" on standard error, in one piece: what a sink calls whose lines also go there. A text from outside
-/// may hold line ends; they are written as \n and \r, so that it stays one line. Any thread.
+/// Writes "LEVEL text" on standard error, in one piece: what a sink calls whose lines also go there. The text leaves the
+/// program here, so secrets in it are shortened and control characters written out (LogText.hpp). A standard error that is closed
+/// or full costs the line, nothing else, where SIGPIPE is ignored as the programs do. Any thread.
 TAVOLA_EXPORT void writeToStandardError(Level level, const std::string& text);
 
 /// "info", "warning" or "error".

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <Bedrock/Export.hpp>
+
+#include <string>
+#include <string_view>
+
+namespace Bedrock
+{
+/// What a text looks like when it leaves the program, UTF-8. Any thread.
+
+/// The text with what must stay inside shortened: the local part of e-mail addresses ("a…@example.org"), the token of a
+/// person's page ("/p/Ab3d…"), keys behind "Bearer " and passwords in addresses ("https://…@host"). Enough is left to tell two of
+/// them apart by hand.
+[[nodiscard]] TAVOLA_EXPORT std::string withoutSecrets(std::string_view text);
+
+/// The text on one line and without control characters, which a terminal would obey: "\n", "\r" and "\t" by their names,
+/// all others, those of C1 included, as "\x1b".
+[[nodiscard]] TAVOLA_EXPORT std::string onOneLine(std::string_view text);
+}
