@@ -3,6 +3,7 @@
 #include <Facet/AttributeT.hpp>
 #include <Tavola/FileRepresentation.hpp>
 #include <Trellis/Widget.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <folly/futures/Future.h>
 
@@ -17,7 +18,7 @@
 namespace PluginTest
 {
 using Strings = std::vector<std::string>;
-constexpr double kPi = 3.141592653589793;
+using Vecta::kPi;
 
 /// Content with files of its own, which completes its futures when the test says so.
 class FakeContent final : public Trellis::Widget, public Tavola::FileRepresentation

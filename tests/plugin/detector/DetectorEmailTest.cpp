@@ -1,9 +1,7 @@
 #include "detector/PersonalTesselDetectorWidget.hpp"
 
-#include "FakeEmailService.hpp"
+#include "DetectorTables.hpp"
 #include "LogCapture.hpp"
-#include "Table.hpp"
-#include "email/EmailSendingPopupWidget.hpp"
 #include "personalspace/PersonalSpaceContents.hpp"
 
 #include <Tavola/FileRepresentation.hpp>
@@ -12,6 +10,7 @@
 
 using PluginTest::near;
 using PluginTest::newCode;
+using PluginTest::PersonTable;
 using PluginTest::PlainContent;
 using PluginTest::sameDirection;
 using Tavola::EmailSendingPopupWidget;
@@ -23,34 +22,12 @@ namespace
 {
 const Vector2f kCard{700.f, 500.f};
 
-struct MailTable : PluginTest::Table
+std::size_t collected(unsigned long card)
 {
-    std::shared_ptr<TestSupport::FakeEmailService> mail = std::make_shared<TestSupport::FakeEmailService>();
-    const Tavola::TesselServiceAPI::PersonalMarkerProperties ann{"Ann", "ann@example.org", {}};
+    return PersonalSpaceContents::personalContent(card)->items().size();
+}
 
-    MailTable()
-    {
-        host.tavola().services()->addService("email-service", "", mail);
-        host.addPerson(code, ann.name, ann.email);
-        addDetector();
-        host.frame();
-    }
-    void collect(Mode mode) { attribute<Mode>("collection-mode").setValue(mode); }
-    [[nodiscard]] std::vector<EmailSendingPopupWidget*> popups() { return opened<EmailSendingPopupWidget>(); }
-    [[nodiscard]] EmailSendingPopupWidget& popup()
-    {
-        const auto found = popups();
-        if (found.size() != 1)
-            throw std::runtime_error(std::to_string(found.size()) + " popups");
-        return *found.front();
-    }
-    [[nodiscard]] std::size_t collected(unsigned long card)
-    {
-        return PersonalSpaceContents::personalContent(card)->items().size();
-    }
-};
-
-/// Content that calls when it is asked for its files.
+/// Content that calls a function when its files are asked for.
 class WatchedContent final : public Trellis::Widget, public Tavola::FileRepresentation
 {
 public:
@@ -69,7 +46,7 @@ public:
 
 TEST_CASE("popup: its corner stands at the card under the main widget, turned, on top")
 {
-    MailTable table;
+    PersonTable table;
     const auto content = table.content();
     SUBCASE("an upright main widget") {}
     SUBCASE("a turned and scaled one")
@@ -89,7 +66,7 @@ TEST_CASE("popup: its corner stands at the card under the main widget, turned, o
 
 TEST_CASE("popup: both coordinates of its place change at once")
 {
-    MailTable table;
+    PersonTable table;
     table.popupRegistrant.reset();
     std::vector<Vector2f> places;
     const Tavola::FactoryRegistrant<Tavola::WidgetComponent> watched("email-widget-popup", [&places] {
@@ -113,7 +90,7 @@ TEST_CASE("popup: it asks for a confirmation in the mode email-with-confirmation
 {
     for (const auto mode : {Mode::Disabled, Mode::AddToPersonalSpace, Mode::EmailWithConfirmation, Mode::DirectEmail}) {
         CAPTURE(int(mode));
-        MailTable table;
+        PersonTable table;
         table.collect(mode);
         const auto content = table.content();
         table.detector->emailWidget(*content, table.ann, kCard, 0.f);
@@ -124,7 +101,7 @@ TEST_CASE("popup: it asks for a confirmation in the mode email-with-confirmation
 
 TEST_CASE("popup: it comes to the top again after the frame")
 {
-    MailTable table;
+    PersonTable table;
     const auto content = table.content();
     table.detector->emailWidget(*content, table.ann, kCard, 0.f);
     content->raiseToTop(false);
@@ -139,7 +116,7 @@ TEST_CASE("popup: it comes to the top again after the frame")
 
 TEST_CASE("popup: one that is closed in the same frame is not raised")
 {
-    MailTable table;
+    PersonTable table;
     const auto content = table.content();
     table.detector->emailWidget(*content, table.ann, kCard, 0.f);
     table.popup().removeFromParent();
@@ -149,7 +126,7 @@ TEST_CASE("popup: one that is closed in the same frame is not raised")
 
 TEST_CASE("popup: where none can be made nothing happens")
 {
-    MailTable table;
+    PersonTable table;
     table.popupRegistrant.reset();
     const auto content = table.content();
     const auto children = table.host.mainWidget().children().size();
@@ -172,7 +149,7 @@ TEST_CASE("popup: where none can be made nothing happens")
 
 TEST_CASE("popup: it stands in its place, raised and turned, before the content is asked for anything")
 {
-    MailTable table;
+    PersonTable table;
     table.collect(Mode::DirectEmail);
     const Bedrock::IntrusivePtr<WatchedContent> content(new WatchedContent(&table.host.mainWidget()));
     int asked = 0;
@@ -190,7 +167,7 @@ TEST_CASE("popup: it stands in its place, raised and turned, before the content 
 
 TEST_CASE("collection mode email-with-confirmation: the popup asks, and nothing is sent by itself")
 {
-    MailTable table;
+    PersonTable table;
     table.collect(Mode::EmailWithConfirmation);
     const auto content = table.content();
     table.putOn(*content, table.code, 1.f);
@@ -200,12 +177,12 @@ TEST_CASE("collection mode email-with-confirmation: the popup asks, and nothing 
     CHECK(table.popup().hasCSSClass("waiting-to-send"));
     CHECK(table.mail->sent().empty());
     CHECK(table.spaces().empty());
-    CHECK(table.collected(table.code) == 0);
+    CHECK(collected(table.code) == 0);
 }
 
 TEST_CASE("collection mode direct-email: the content is sent to the card's owner at once")
 {
-    MailTable table;
+    PersonTable table;
     table.collect(Mode::DirectEmail);
     table.mail->setTemplate("Dear <name>,\n<links>");
     const auto content = table.content();
@@ -237,7 +214,7 @@ TEST_CASE("collection modes: each does with each card what it says")
                         {"direct-email", true, true, false}};
     for (const Row& row : rows) {
         CAPTURE(row.mode);
-        MailTable table;
+        PersonTable table;
         table.host.style(
             QString("PersonalTesselDetectorWidget { allow-unregistered-markers: true; collection-mode: %1 }").arg(row.mode));
         const auto withAddress = newCode();
@@ -252,10 +229,10 @@ TEST_CASE("collection modes: each does with each card what it says")
         for (const auto card : {withAddress, without, unregistered, keyed, newCode()})
             table.putOn(*content, card);
         CHECK(table.popups().size() == (row.withAddress ? 1u : 0u));
-        CHECK(table.collected(withAddress) == (row.withAddressToSpace ? 1u : 0u));
-        CHECK(table.collected(without) == (row.others ? 1u : 0u));
-        CHECK(table.collected(unregistered) == (row.others ? 1u : 0u));
-        CHECK(table.collected(keyed) == 0);
+        CHECK(collected(withAddress) == (row.withAddressToSpace ? 1u : 0u));
+        CHECK(collected(without) == (row.others ? 1u : 0u));
+        CHECK(collected(unregistered) == (row.others ? 1u : 0u));
+        CHECK(collected(keyed) == 0);
         CHECK(table.spaces().size() == (row.others ? 2u : 0u) + (row.withAddressToSpace ? 1u : 0u));
         table.host.frames(5);
     }
@@ -263,7 +240,7 @@ TEST_CASE("collection modes: each does with each card what it says")
 
 TEST_CASE("collection modes: an unregistered card with an address on record is e-mailed to where it is allowed")
 {
-    MailTable table;
+    PersonTable table;
     table.collect(Mode::DirectEmail);
     const auto odd = newCode();
     using Tavola::TesselServiceAPI;
@@ -281,7 +258,7 @@ TEST_CASE("collection modes: an unregistered card with an address on record is e
 
 TEST_CASE("collection modes: the popup is turned to the hand where the detector is, upright elsewhere")
 {
-    MailTable table;
+    PersonTable table;
     const auto content = table.content();
     table.putOn(*content, table.code, 1.25f);
     CHECK(table.popup().rotation() == 0.f);
@@ -297,7 +274,7 @@ TEST_CASE("collection modes: the popup is turned to the hand where the detector 
 
 TEST_CASE("collection modes: what cannot be collected is not e-mailed either")
 {
-    MailTable table;
+    PersonTable table;
     table.collect(Mode::DirectEmail);
     const Bedrock::IntrusivePtr<Trellis::Widget> bare(new Trellis::Widget(&table.host.mainWidget()));
     table.putOn(*bare, table.code);

@@ -1,6 +1,6 @@
 #include "detector/PersonalTesselDetectorWidget.hpp"
 
-#include "FoldersOnDetector.hpp"
+#include "DetectorTables.hpp"
 #include "LogCapture.hpp"
 
 #include <doctest/doctest.h>
@@ -125,65 +125,59 @@ TEST_CASE("card up: where the service has no folder nothing is logged")
     CHECK(TestSupport::loggedLines().empty());
 }
 
-TEST_CASE("card with a content key: what the service cannot give is a warning, and the card is let go")
+namespace
 {
-    FoldersOnDetector table;
-    std::string text = "Got null widget";
-    SUBCASE("an error text")
-    {
-        text = "The disk has failed: \"no such folder\" (5%)";
-        table.answer([text] { return boost::make_unexpected(QString::fromStdString(text)); });
-    }
-    SUBCASE("a text beyond ASCII")
-    {
-        text = "Kein Ordner für „Mäppchen“";
-        table.answer([text] { return boost::make_unexpected(QString::fromStdString(text)); });
-    }
-    SUBCASE("no widget")
-    {
-        table.answer([] { return Answer(Bedrock::IntrusivePtr<Trellis::Widget>()); });
-    }
-    SUBCASE("a widget that is no folder")
-    {
-        table.answer([] { return Answer(Bedrock::makeIntrusive<Trellis::Widget>()); });
-    }
-    SUBCASE("no service")
-    {
-        table.host.removeTesselService();
-    }
-    expectWarning(FoldersOnDetector::failure(table.keyed, text));
-    const auto id = table.putDown(table.keyed);
-    CHECK_FALSE(table.holder(id));
-    CHECK(table.spaces().empty());
-    CHECK(table.host.mainWidget().children().size() == 1); // the detector
-    // The card belongs to nobody, so that nobody hears of its lifting.
-    table.asked().clear();
-    table.lift(id);
-    CHECK(table.asked().empty());
+/// A way in which the marker service gives no folder.
+struct Failure
+{
+    const char* what;
+    std::function<void(FoldersOnDetector&)> apply;
+    const char* text; ///< in the warning
+};
+
+std::vector<Failure> failures()
+{
+    const auto answer = [](auto make) { return [make](FoldersOnDetector& table) { table.answer(make); }; };
+    const auto error = [answer](const char* text) {
+        return Failure{"an error text", answer([text] { return boost::make_unexpected(QString::fromUtf8(text)); }), text};
+    };
+    return {error("The disk has failed: \"no such folder\" (5%)"),
+            error("Kein Ordner für „Mäppchen“"),
+            {"no widget", answer([] { return Answer(Bedrock::IntrusivePtr<Trellis::Widget>()); }), "Got null widget"},
+            {"a widget that is no folder", answer([] { return Answer(Bedrock::makeIntrusive<Trellis::Widget>()); }),
+             "Got null widget"},
+            {"no service", [](FoldersOnDetector& table) { table.host.removeTesselService(); }, "Got null widget"}};
+}
 }
 
-TEST_CASE("card with a content key: what the service cannot give when the card is lifted is silent")
+TEST_CASE("card with a content key: without a folder from the service there is a warning, and the grab is released")
 {
-    FoldersOnDetector table;
-    const auto id = table.putDown(table.keyed);
-    SUBCASE("an error text")
-    {
-        table.answer([] { return boost::make_unexpected(QString("gone")); });
+    for (const Failure& failure : failures()) {
+        CAPTURE(failure.what);
+        FoldersOnDetector table;
+        failure.apply(table);
+        expectWarning(FoldersOnDetector::failure(table.keyed, failure.text));
+        const auto id = table.putDown(table.keyed);
+        CHECK_FALSE(table.holder(id));
+        CHECK(table.spaces().empty());
+        CHECK(table.host.mainWidget().children().size() == 1); // the detector
+        // No widget holds the card, so that none receives its lifting.
+        table.asked().clear();
+        table.lift(id);
+        CHECK(table.asked().empty());
     }
-    SUBCASE("no widget")
-    {
-        table.answer([] { return Answer(Bedrock::IntrusivePtr<Trellis::Widget>()); });
+}
+
+TEST_CASE("card with a content key: when it is lifted, a missing folder is not logged")
+{
+    for (const Failure& failure : failures()) {
+        CAPTURE(failure.what);
+        FoldersOnDetector table;
+        const auto id = table.putDown(table.keyed);
+        failure.apply(table);
+        table.lift(id);
+        CHECK(TestSupport::loggedLines().empty());
     }
-    SUBCASE("a widget that is no folder")
-    {
-        table.answer([] { return Answer(Bedrock::makeIntrusive<Trellis::Widget>()); });
-    }
-    SUBCASE("no service")
-    {
-        table.host.removeTesselService();
-    }
-    table.lift(id);
-    CHECK(TestSupport::loggedLines().empty());
 }
 
 TEST_CASE("failed folder: on card up the grab is left alone")

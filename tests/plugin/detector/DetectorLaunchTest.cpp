@@ -1,8 +1,6 @@
 #include "detector/PersonalTesselDetectorWidget.hpp"
 
-#include "FakeEmailService.hpp"
-#include "Table.hpp"
-#include "email/EmailSendingPopupWidget.hpp"
+#include "DetectorTables.hpp"
 #include "shared/PersonalTesselWidget.hpp"
 
 #include <Tavola/Utils.hpp>
@@ -10,13 +8,12 @@
 
 #include <doctest/doctest.h>
 
-// How a detector opens widgets: in which order, on which layer, for whom.
+// The order and the layer in which a detector opens widgets, and the owners that it passes to them.
 
 using PluginTest::childOfClass;
 using PluginTest::newCode;
-using PluginTest::PlainContent;
+using PluginTest::PersonTable;
 using PluginTest::Strings;
-using Tavola::EmailSendingPopupWidget;
 using Tavola::TesselServiceAPI;
 using Vecta::Vector2f;
 using Mode = Tavola::PersonalTesselDetectorWidget::WidgetCollectionMode;
@@ -25,28 +22,19 @@ namespace
 {
 constexpr Vector2f kCard{700.f, 500.f};
 
-struct LaunchTable : PluginTest::Table
+/// The layers of the table, from the bottom to the top.
+Strings layers(PersonTable& table)
 {
-    std::shared_ptr<TestSupport::FakeEmailService> mail = std::make_shared<TestSupport::FakeEmailService>();
-    const TesselServiceAPI::PersonalMarkerProperties ann{"Ann", "ann@example.org", {}};
+    Strings ids;
+    for (const auto& layer : table.host.app().mainLayer()->children())
+        ids.push_back(layer->cssId().toStdString());
+    return ids;
+}
 
-    LaunchTable()
-    {
-        host.tavola().services()->addService("email-service", "", mail);
-        host.addPerson(code, ann.name, ann.email);
-        addDetector();
-        host.frame();
-    }
-    /// The layers of the table, from the bottom to the top.
-    [[nodiscard]] Strings layers()
-    {
-        Strings ids;
-        for (const auto& layer : host.app().mainLayer()->children())
-            ids.push_back(layer->cssId().toStdString());
-        return ids;
-    }
-    [[nodiscard]] Trellis::Widget* topmost() { return host.mainWidget().children().back().get(); }
-};
+Trellis::Widget* topmost(PersonTable& table)
+{
+    return table.host.mainWidget().children().back().get();
+}
 
 /// A personal widget that writes down how it is opened.
 class WatchedPersonalWidget final : public Tavola::PersonalTesselWidget
@@ -75,7 +63,7 @@ private:
 
 TEST_CASE("launch: a personal widget gets its code, then its owner, and is added to the table after that")
 {
-    LaunchTable table;
+    PersonTable table;
     table.spaceRegistrant.reset();
     Strings log;
     const Tavola::FactoryRegistrant<Tavola::WidgetComponent> watched("personal-space-widget", [&log] {
@@ -91,7 +79,7 @@ TEST_CASE("launch: a personal widget gets its code, then its owner, and is added
 
 TEST_CASE("launch: a personal widget is placed, then turned, and is temporary content after that")
 {
-    LaunchTable table;
+    PersonTable table;
     table.spaceRegistrant.reset();
     Strings log;
     const Tavola::FactoryRegistrant<Tavola::WidgetComponent> watched("personal-space-widget", [&log] {
@@ -112,56 +100,56 @@ TEST_CASE("launch: a personal widget is placed, then turned, and is temporary co
 
 TEST_CASE("launch: what opens comes to the top of the content, the table's layers keep their order")
 {
-    LaunchTable table;
-    const auto layers = table.layers();
-    REQUIRE(layers.size() >= 4);
-    REQUIRE(layers.back() != "main");
+    PersonTable table;
+    const auto before = layers(table);
+    REQUIRE(before.size() >= 4);
+    REQUIRE(before.back() != "main");
     const auto content = table.content();
     SUBCASE("a personal widget")
     {
         const auto launched = table.detector->launchPersonalWidget(table.ann, table.code, kCard, 0.f);
-        CHECK(table.topmost() == launched.get());
-        CHECK(table.layers() == layers);
+        CHECK(topmost(table) == launched.get());
+        CHECK(layers(table) == before);
     }
     SUBCASE("a personal widget that collects content, also when it is raised after the frame")
     {
-        table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
+        table.collect(Mode::AddToPersonalSpace);
         table.putOn(*content, table.code);
         REQUIRE(table.spaces().size() == 1);
-        CHECK(table.layers() == layers);
+        CHECK(layers(table) == before);
         content->raiseToTop(false);
         table.host.frame();
-        CHECK(table.topmost() == table.spaces()[0]);
+        CHECK(topmost(table) == table.spaces()[0]);
     }
     SUBCASE("the popup, also when it is raised after the frame")
     {
         table.detector->emailWidget(*content, table.ann, kCard, 0.f);
-        REQUIRE(table.opened<EmailSendingPopupWidget>().size() == 1);
-        CHECK(table.topmost() == table.opened<EmailSendingPopupWidget>()[0]);
-        CHECK(table.layers() == layers);
+        REQUIRE(table.popups().size() == 1);
+        CHECK(topmost(table) == table.popups()[0]);
+        CHECK(layers(table) == before);
         content->raiseToTop(false);
         table.host.frame();
-        CHECK(table.topmost() == table.opened<EmailSendingPopupWidget>()[0]);
+        CHECK(topmost(table) == table.popups()[0]);
     }
-    CHECK(table.layers() == layers);
+    CHECK(layers(table) == before);
 }
 
 TEST_CASE("launch: a personal widget is temporary content, the popup is not")
 {
-    LaunchTable table;
+    PersonTable table;
     const auto content = table.content();
     table.detector->emailWidget(*content, table.ann, kCard, 0.f);
     (void)table.detector->launchPersonalWidget(table.ann, table.code, kCard, 0.f);
     table.host.frames(2);
-    REQUIRE(table.opened<EmailSendingPopupWidget>().size() == 1);
-    CHECK_FALSE(table.opened<EmailSendingPopupWidget>()[0]->hasCSSClass(Tavola::Utils::temporaryWidgetCSSClass()));
+    REQUIRE(table.popups().size() == 1);
+    CHECK_FALSE(table.popups()[0]->hasCSSClass(Tavola::Utils::temporaryWidgetCSSClass()));
     REQUIRE(table.spaces().size() == 1);
     CHECK(table.spaces()[0]->hasCSSClass(Tavola::Utils::temporaryWidgetCSSClass()));
 }
 
 TEST_CASE("unregistered card: the owner that is on record all the same is greeted")
 {
-    LaunchTable table;
+    PersonTable table;
     const auto odd = newCode();
     table.host.cache().insert(
         odd, TesselServiceAPI::MarkerProperties(3, TesselServiceAPI::PersonalMarkerProperties{"Odd", "odd@example.org", {}}));
@@ -176,7 +164,7 @@ TEST_CASE("unregistered card: the owner that is on record all the same is greete
 
 TEST_CASE("unregistered card: one with a content key opens its folder and no personal space, when it is allowed")
 {
-    LaunchTable table;
+    PersonTable table;
     const auto odd = newCode();
     table.host.cache().insert(
         odd,

@@ -1,6 +1,6 @@
 #include "detector/PersonalTesselDetectorWidget.hpp"
 
-#include "FoldersOnDetector.hpp"
+#include "DetectorTables.hpp"
 #include "LogCapture.hpp"
 
 #include <Tavola/MarkerDetectorWidget.hpp>

@@ -1,6 +1,6 @@
 #include "detector/PersonalTesselDetectorInstance.hpp"
 
-#include "FoldersOnDetector.hpp"
+#include "DetectorTables.hpp"
 #include "LogCapture.hpp"
 
 #include <doctest/doctest.h>

@@ -8,13 +8,16 @@
 #include <vector>
 
 using Tavola::MarkerFilters;
+using Codes = std::vector<std::uint64_t>;
 
 namespace
 {
-MarkerFilters filtersOf(const char* text)
+constexpr std::uint64_t kLargest = 18446744073709551615u;
+
+MarkerFilters filtersOf(const std::string& text)
 {
     MarkerFilters filters;
-    filters.parse(QString::fromUtf8(text));
+    filters.parse(QString::fromStdString(text));
     return filters;
 }
 
@@ -24,8 +27,7 @@ void expectInvalid(const std::string& entry, const std::string& text)
                              + "', expected format '10,20-25,30'");
 }
 
-void checkCodes(const MarkerFilters& filters, const std::vector<std::uint64_t>& accepted,
-                const std::vector<std::uint64_t>& rejected)
+void checkCodes(const MarkerFilters& filters, const Codes& accepted, const Codes& rejected)
 {
     for (const auto code : accepted) {
         CAPTURE(code);
@@ -38,37 +40,52 @@ void checkCodes(const MarkerFilters& filters, const std::vector<std::uint64_t>& 
 }
 }
 
-TEST_CASE("marker filters: single codes and ranges accept what they name and nothing else")
+TEST_CASE("marker filters: entries accept the codes that they name and no others, malformed ones are logged and skipped")
 {
-    const auto filters = filtersOf("10,20-25,30");
-    CHECK(filters.hasFilters);
-    checkCodes(filters, {10, 20, 22, 25, 30}, {0, 9, 11, 19, 26, 29, 31});
-}
-
-TEST_CASE("marker filters: a range keeps its place in the list and both of its bounds")
-{
-    const auto filters = filtersOf("7-9,1-3");
-    REQUIRE(filters.codeRanges.size() == 2);
-    CHECK(filters.codeRanges[0].low == 7);
-    CHECK(filters.codeRanges[0].high == 9);
-    CHECK(filters.codeRanges[1].low == 1);
-    for (const auto& range : filters.codeRanges) {
-        CHECK(range.lowBounded);
-        CHECK(range.highBounded);
-    }
-}
-
-TEST_CASE("marker filters: a range whose lower bound is not the lower one is an error")
-{
-    SUBCASE("equal bounds")
+    struct Row
     {
-        expectInvalid("5-5", "5-5");
-        CHECK_FALSE(filtersOf("5-5").hasFilters);
-    }
-    SUBCASE("bounds the wrong way round")
-    {
-        expectInvalid("25-20", "10,25-20");
-        checkCodes(filtersOf("10,25-20"), {10}, {20, 22, 25});
+        const char* text;
+        std::vector<std::string> invalid; ///< entries, in order
+        Codes accepted;
+        Codes rejected; ///< none: nothing is filtered
+    };
+    const Row rows[] = {
+        {"", {}, {0, 1, kLargest}, {}},
+        {"10,20-25,30", {}, {10, 20, 22, 25, 30}, {0, 9, 11, 19, 26, 29, 31}},
+        {"0", {}, {0}, {1}},
+        // A lower bound that is not the lower one.
+        {"5-5", {"5-5"}, {0, 5}, {}},
+        {"10,25-20", {"25-20"}, {10}, {20, 22, 25}},
+        // Parts without a number.
+        {"10,,20", {""}, {10, 20}, {0, 15}},
+        {",10,", {"", ""}, {10}, {0}},
+        {"abc", {"abc"}, {0, 1, 99}, {}},
+        {"ä,1,-", {"ä", "-"}, {1}, {0, 2}},
+        // 64 bits.
+        {"4294967306,5000000000-6000000000,18446744073709551615",
+         {},
+         {4294967306u, 5000000000u, 6000000000u, kLargest},
+         {10, 705032704, 4999999999u, 6000000001u}},
+        {"18446744073709551616", {"18446744073709551616"}, {0, kLargest}, {}},
+        {"1-18446744073709551616,3", {"1-18446744073709551616"}, {3}, {1, 2}},
+        // Decimal numbers only.
+        {"0x10,1a,3,010", {"0x10", "1a"}, {3, 10}, {0, 1, 8, 16, 26}},
+        // Blanks around a number are part of the entry, and no error.
+        {" 10 , 20 - 25 ", {}, {10, 20, 25}, {11}},
+        {" 10, 1 x ,20 ", {" 1 x "}, {10, 20}, {1}},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.text);
+        for (const auto& entry : row.invalid)
+            expectInvalid(entry, row.text);
+        const auto linesBefore = TestSupport::loggedLines().size();
+        const auto filters = filtersOf(row.text);
+        const auto lines = TestSupport::loggedLines();
+        REQUIRE(lines.size() == linesBefore + row.invalid.size());
+        for (std::size_t i = 0; i < row.invalid.size(); ++i)
+            CHECK(lines[linesBefore + i].text.find("'" + row.invalid[i] + "'") != std::string::npos);
+        CHECK(filters.hasFilters == !row.rejected.empty());
+        checkCodes(filters, row.accepted, row.rejected);
     }
 }
 
@@ -78,87 +95,35 @@ TEST_CASE("marker filters: a range is two numbers with one dash between them, an
         CAPTURE(entry);
         const std::string text = std::string(entry) + ",8";
         expectInvalid(entry, text);
-        const auto filters = filtersOf(text.c_str());
+        const auto filters = filtersOf(text);
         CHECK(filters.codeRanges.empty());
         checkCodes(filters, {8}, {0, 1, 2, 3, 5, 6});
     }
 }
 
-TEST_CASE("marker filters: an empty entry in the middle is logged, its neighbours hold")
+TEST_CASE("marker filters: a range keeps its place in the list and both of its bounds")
 {
-    expectInvalid("", "10,,20");
-    checkCodes(filtersOf("10,,20"), {10, 20}, {0, 15});
+    const auto filters = filtersOf("7-9,1-3");
+    REQUIRE(filters.codeRanges.size() == 2);
+    CHECK(filters.codeRanges[0].low == 7);
+    CHECK(filters.codeRanges[0].high == 9);
+    CHECK(filters.codeRanges[1].low == 1);
+    CHECK(filters.codeRanges[1].high == 3);
+    for (const auto& range : filters.codeRanges) {
+        CHECK(range.lowBounded);
+        CHECK(range.highBounded);
+    }
 }
 
-TEST_CASE("marker filters: a text without a single good entry filters nothing")
+TEST_CASE("marker filters: single codes are a set of load factor 1, in which a code is once")
 {
-    expectInvalid("abc", "abc");
-    const auto filters = filtersOf("abc");
-    CHECK_FALSE(filters.hasFilters);
-    checkCodes(filters, {0, 1, 99}, {});
-}
-
-TEST_CASE("marker filters: an empty text accepts every code")
-{
-    checkCodes(filtersOf(""), {0, 1, 18446744073709551615u}, {});
-}
-
-TEST_CASE("marker filters: codes of 64 bits are compared in full")
-{
-    const auto filters = filtersOf("4294967306,5000000000-6000000000,18446744073709551615");
-    checkCodes(filters, {4294967306u, 5000000000u, 6000000000u, 18446744073709551615u},
-               {10, 705032704, 4999999999u, 6000000001u});
-}
-
-TEST_CASE("marker filters: a number that 64 bits do not hold is an error")
-{
-    expectInvalid("18446744073709551616", "18446744073709551616");
-    CHECK_FALSE(filtersOf("18446744073709551616").hasFilters);
-}
-
-TEST_CASE("marker filters: only decimal numbers are codes")
-{
-    expectInvalid("0x10", "0x10,1a,3");
-    expectInvalid("1a", "0x10,1a,3");
-    checkCodes(filtersOf("0x10,1a,3"), {3}, {0, 1, 16, 26});
-}
-
-TEST_CASE("marker filters: blanks around a number are no error")
-{
-    checkCodes(filtersOf(" 10 , 20 - 25 "), {10, 20, 25}, {11});
-}
-
-TEST_CASE("marker filters: an error names the entry and the text as they stand, with their blanks")
-{
-    expectInvalid(" 1 x ", " 10, 1 x ,20 ");
-    checkCodes(filtersOf(" 10, 1 x ,20 "), {10, 20}, {1});
-}
-
-TEST_CASE("marker filters: every bad entry is logged, in order, as UTF-8")
-{
-    expectInvalid("ä", "ä,1,-");
-    expectInvalid("-", "ä,1,-");
-    (void)filtersOf("ä,1,-");
-    const auto lines = TestSupport::loggedLines();
-    REQUIRE(lines.size() == 2);
-    CHECK(lines[0].text.find("'ä'") != std::string::npos);
-    CHECK(lines[1].text.find("'-'") != std::string::npos);
-}
-
-TEST_CASE("marker filters: the same code twice is one")
-{
-    const auto filters = filtersOf("4,4,4");
-    CHECK(filters.singleCodes.size() == 1);
-}
-
-TEST_CASE("marker filters: the set of single codes keeps its load factor")
-{
+    CHECK(filtersOf("4,4,4").singleCodes.size() == 1);
     const auto filters = filtersOf("1");
     CHECK(filters.singleCodes.max_load_factor() == 1.f);
     CHECK(filters.singleCodes.bucket_count() >= 10);
 }
 
-TEST_CASE("marker filters: a new text takes the place of the one before")
+TEST_CASE("marker filters: a new text replaces the one before")
 {
     MarkerFilters filters = filtersOf("1,5-9");
     filters.parse(QString::fromUtf8("2"));

@@ -1,7 +1,7 @@
 #include "detector/PersonalTesselDetectorWidget.hpp"
 
+#include "DetectorTables.hpp"
 #include "LogCapture.hpp"
-#include "Table.hpp"
 #include "personalspace/PersonalSpaceContents.hpp"
 
 #include <Tavola/Utils.hpp>
@@ -10,9 +10,8 @@
 #include <doctest/doctest.h>
 
 using PluginTest::childOfClass;
-using PluginTest::FakeContent;
 using PluginTest::newCode;
-using PluginTest::PlainContent;
+using PluginTest::PersonTable;
 using PluginTest::Table;
 using Tavola::PersonalSpaceContents;
 using Tavola::PersonalTesselDetectorWidget;
@@ -20,23 +19,7 @@ using Mode = PersonalTesselDetectorWidget::WidgetCollectionMode;
 
 namespace
 {
-constexpr double kHalfTurn = 3.141592653589793;
 const char* const kNoSpaces = "Cannot add widget to personal space, Tessel detector is not configured to use personal spaces.";
-
-/// A table with a detector and a person.
-struct PersonTable : Table
-{
-    PersonTable()
-    {
-        host.addPerson(code, "Ann", "ann@example.org");
-        addDetector();
-        host.frame();
-    }
-    [[nodiscard]] bool wouldGrab(unsigned long card, Vecta::Vector2f point = {600.f, 400.f})
-    {
-        return detector->shouldGrab(*host.app().grabManager(), Tactile::Marker(1, card, point));
-    }
-};
 
 /// Neither component nor widget of a personal space.
 std::shared_ptr<Tavola::WidgetComponent> makeOtherPersonalComponent()
@@ -210,7 +193,7 @@ TEST_CASE("card: turned towards the hand the space has the card's rotation and t
     table.attribute<bool>("rotate-towards-hand").setValue(true);
     (void)table.putDown(table.code, {600.f, 400.f}, 0.5f);
     REQUIRE(table.spaces().size() == 1);
-    CHECK(table.spaces()[0]->rotation() == doctest::Approx(0.5 + kHalfTurn / 2));
+    CHECK(table.spaces()[0]->rotation() == doctest::Approx(0.5 + PluginTest::kPi / 2));
     const auto centre = table.spaces()[0]->mapToScene(table.spaces()[0]->size() * 0.5f);
     CHECK(centre.x == doctest::Approx(600.0));
     CHECK(centre.y == doctest::Approx(400.0));
@@ -222,7 +205,7 @@ TEST_CASE("card: the offset is in degrees")
     table.host.style("PersonalTesselDetectorWidget { rotate-towards-hand: true; rotation-offset: -45 }");
     (void)table.putDown(table.code, {600.f, 400.f}, 1.f);
     REQUIRE(table.spaces().size() == 1);
-    CHECK(table.spaces()[0]->rotation() == doctest::Approx(1.0 - kHalfTurn / 4));
+    CHECK(table.spaces()[0]->rotation() == doctest::Approx(1.0 - PluginTest::kPi / 4));
 }
 
 TEST_CASE("card: an unregistered one opens a space for nobody where it is allowed")
@@ -311,7 +294,7 @@ TEST_CASE("card: spaces stay when the detector goes")
 TEST_CASE("card on content: it is added to the owner's space, which comes to the top after the frame")
 {
     PersonTable table;
-    table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
+    table.collect(Mode::AddToPersonalSpace);
     const auto content = table.content();
     table.putOn(*content, table.code);
     REQUIRE(table.spaces().size() == 1);
@@ -332,7 +315,7 @@ TEST_CASE("card on content: the space of an owner without an address collects in
     const auto noAddress = newCode();
     table.host.addPerson(noAddress, "Dora");
     for (const auto mode : {Mode::EmailWithConfirmation, Mode::DirectEmail}) {
-        table.attribute<Mode>("collection-mode").setValue(mode);
+        table.collect(mode);
         table.putOn(*table.content(), noAddress);
     }
     CHECK(PersonalSpaceContents::personalContent(noAddress)->items().size() == 2);
@@ -342,7 +325,7 @@ TEST_CASE("card on content: the space of an owner without an address collects in
 TEST_CASE("card on content: a disabled detector ignores it")
 {
     PersonTable table;
-    table.attribute<Mode>("collection-mode").setValue(Mode::Disabled);
+    table.collect(Mode::Disabled);
     table.putOn(*table.content(), table.code);
     CHECK(table.spaces().empty());
 }
@@ -350,7 +333,7 @@ TEST_CASE("card on content: a disabled detector ignores it")
 TEST_CASE("card on content: what cannot be collected is left alone")
 {
     PersonTable table;
-    table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
+    table.collect(Mode::AddToPersonalSpace);
     Trellis::Widget bare(nullptr);
     table.putOn(bare, table.code);
     CHECK(table.spaces().empty());
@@ -359,7 +342,7 @@ TEST_CASE("card on content: what cannot be collected is left alone")
 TEST_CASE("card on content: an unknown card is ignored, an unregistered one is where it is not allowed")
 {
     PersonTable table;
-    table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
+    table.collect(Mode::AddToPersonalSpace);
     const auto unregistered = newCode();
     const auto other = newCode();
     table.host.addCard(unregistered, 3);
@@ -379,7 +362,7 @@ TEST_CASE("card on content: an unknown card is ignored, an unregistered one is w
 TEST_CASE("card on content: a card that owns a folder does not collect")
 {
     PersonTable table;
-    table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
+    table.collect(Mode::AddToPersonalSpace);
     const auto keyed = newCode();
     table.host.addPerson(keyed, "Cleo", "", "folder-1");
     table.putOn(*table.content(), keyed);
@@ -389,7 +372,7 @@ TEST_CASE("card on content: a card that owns a folder does not collect")
 TEST_CASE("card on content: the filters of the detector do not matter there")
 {
     PersonTable table;
-    table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
+    table.collect(Mode::AddToPersonalSpace);
     table.attribute<QString>("marker-filters").setValue("1");
     table.putOn(*table.content(), table.code);
     CHECK(table.spaces().size() == 1);
@@ -398,17 +381,17 @@ TEST_CASE("card on content: the filters of the detector do not matter there")
 TEST_CASE("card on content: the space is turned towards the hand where the detector is")
 {
     PersonTable table;
-    table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
+    table.collect(Mode::AddToPersonalSpace);
     table.attribute<bool>("rotate-towards-hand").setValue(true);
     table.putOn(*table.content(), table.code, 0.25f);
     REQUIRE(table.spaces().size() == 1);
-    CHECK(table.spaces()[0]->rotation() == doctest::Approx(0.25 + kHalfTurn / 2));
+    CHECK(table.spaces()[0]->rotation() == doctest::Approx(0.25 + PluginTest::kPi / 2));
 }
 
 TEST_CASE("card on content: where the personal widget is no space, a warning says so")
 {
     PersonTable table;
-    table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
+    table.collect(Mode::AddToPersonalSpace);
     table.spaceRegistrant.reset();
     SUBCASE("another personal widget")
     {
@@ -428,7 +411,7 @@ TEST_CASE("card on content: where the personal widget is no space, a warning say
 TEST_CASE("card on content: a space that is closed in the same frame is not raised")
 {
     PersonTable table;
-    table.attribute<Mode>("collection-mode").setValue(Mode::AddToPersonalSpace);
+    table.collect(Mode::AddToPersonalSpace);
     table.putOn(*table.content(), table.code);
     REQUIRE(table.spaces().size() == 1);
     table.spaces()[0]->removeFromParent();

@@ -185,52 +185,41 @@ TEST_CASE("message: the first of several services makes it")
     CHECK(other->created() == 0);
 }
 
-TEST_CASE("body: without a place for the links they are appended to the template")
+TEST_CASE("body: the links and the name are put into the template")
 {
+    struct Row
+    {
+        const char* what;
+        const char* text; ///< the template
+        QStringList links;
+        const char* name;
+        const char* body;
+    };
+    const Row rows[] = {
+        {"no place for the links", "Hello.", {"http://a", "http://b"}, "Ann", "Hello.\nhttp://a\n\nhttp://b\n\n"},
+        {"no place for one link", "Hello.", {"http://a"}, "Ann", "Hello.\nhttp://a\n\n"},
+        {"an empty template", "", {"http://a"}, "Ann", "\nhttp://a\n\n"},
+        {"two places", "[<links>] and [<links>]", {"a", "b"}, "Ann", "[\na\n\nb\n\n] and [\na\n\nb\n\n]"},
+        {"no links, appended", "Hello.", {}, "Ann", "Hello.\n"},
+        {"no links, in their place", "[<links>]", {}, "Ann", "[\n]"},
+        {"nothing at all", "", {}, "Ann", "\n"},
+        {"places for the links in other letters", "[<Links>][<LINKS>]", {"a"}, "Ann", "[<Links>][<LINKS>]\na\n\n"},
+        {"several names, in other letters, too",
+         "<name>, <name>! <Name> <NAME> <links>",
+         {},
+         "Jürgen",
+         "Jürgen, Jürgen! <Name> <NAME> \n"},
+        {"an empty name", "Dear <name>,", {}, "", "Dear ,\n"},
+        // The name is put in after the links: a link may contain its place, and a name may not contain that of the links.
+        {"a link with a place for the name", "<links>", {"http://a/<name>"}, "Ann", "\nhttp://a/Ann\n\n"},
+        {"a name that is a place for the links", "<name>", {}, "<links>", "<links>\n"},
+        {"percent signs", "100 %1 <name>", {"http://a/%20%2"}, "%1", "100 %1 %1\nhttp://a/%20%2\n\n"},
+    };
     Post post;
-    CHECK(post.body("Hello.", links({"http://a", "http://b"})) == "Hello.\nhttp://a\n\nhttp://b\n\n");
-    CHECK(post.body("Hello.", links({"http://a"})) == "Hello.\nhttp://a\n\n");
-    CHECK(post.body("", links({"http://a"})) == "\nhttp://a\n\n");
-}
-
-TEST_CASE("body: a template with two places for the links gets them in both")
-{
-    Post post;
-    CHECK(post.body("[<links>] and [<links>]", links({"a", "b"})) == "[\na\n\nb\n\n] and [\na\n\nb\n\n]");
-}
-
-TEST_CASE("body: without attachments it is the template and a single newline")
-{
-    Post post;
-    CHECK(post.body("Hello.", {}) == "Hello.\n");
-    CHECK(post.body("[<links>]", {}) == "[\n]");
-    CHECK(post.body("", {}) == "\n");
-}
-
-TEST_CASE("body: every name is put in, exactly as the place is spelled")
-{
-    Post post;
-    CHECK(post.body("<name>, <name>! <Name> <NAME> <links>", {}, "Jürgen") == "Jürgen, Jürgen! <Name> <NAME> \n");
-    CHECK(post.body("Dear <name>,", {}, "") == "Dear ,\n");
-}
-
-TEST_CASE("body: the place for the links is taken exactly as it is spelled")
-{
-    Post post;
-    CHECK(post.body("[<Links>][<LINKS>]", links({"a"})) == "[<Links>][<LINKS>]\na\n\n");
-}
-
-TEST_CASE("body: the name is put in after the links, so a link may ask for it and a name may not ask for links")
-{
-    Post post;
-    CHECK(post.body("<links>", links({"http://a/<name>"})) == "\nhttp://a/Ann\n\n");
-    CHECK(post.body("<name>", {}, "<links>") == "<links>\n");
-}
-
-TEST_CASE("body: percent signs stay what they are")
-{
-    Post post;
-    CHECK(post.body("100 %1 <name>", links({"http://a/%20%2"}), "%1") == "100 %1 %1\nhttp://a/%20%2\n\n");
+    for (const Row& row : rows) {
+        CAPTURE(row.what);
+        CHECK(post.body(row.text, links(row.links), row.name).toStdString() == row.body);
+    }
 }
 
 TEST_CASE("files: one is attached under its bare name, as bytes of no particular kind")

@@ -1,10 +1,43 @@
 #pragma once
 
+#include "FakeEmailService.hpp"
 #include "Table.hpp"
 #include "detector/PersonalTesselDetectorInstance.hpp"
+#include "email/EmailSendingPopupWidget.hpp"
 
 namespace PluginTest
 {
+/// A table with a detector, an e-mail service and a person: Ann, who has an address and the card `code`.
+struct PersonTable : Table
+{
+    using Mode = Detector::WidgetCollectionMode;
+
+    const Tavola::TesselServiceAPI::PersonalMarkerProperties ann{"Ann", "ann@example.org", {}};
+    std::shared_ptr<TestSupport::FakeEmailService> mail = std::make_shared<TestSupport::FakeEmailService>();
+
+    PersonTable()
+    {
+        host.tavola().services()->addService("email-service", "post of the test", mail);
+        host.addPerson(code, ann.name, ann.email);
+        addDetector();
+        host.frame();
+    }
+    void collect(Mode mode) { attribute<Mode>("collection-mode").setValue(mode); }
+    [[nodiscard]] bool wouldGrab(unsigned long card, Vecta::Vector2f point = kCard)
+    {
+        return detector->shouldGrab(*host.app().grabManager(), Tactile::Marker(1, card, point));
+    }
+    [[nodiscard]] std::vector<Tavola::EmailSendingPopupWidget*> popups() { return opened<Tavola::EmailSendingPopupWidget>(); }
+    /// The only popup; throws where there is not exactly one.
+    [[nodiscard]] Tavola::EmailSendingPopupWidget& popup()
+    {
+        const auto found = popups();
+        if (found.size() != 1)
+            throw std::runtime_error(std::to_string(found.size()) + " popups");
+        return *found.front();
+    }
+};
+
 /// A table with a detector, and a person whose card owns the table's folder of one relative item.
 struct FoldersOnDetector : Table
 {
