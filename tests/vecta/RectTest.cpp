@@ -25,6 +25,16 @@ TEST_CASE("rectangle: neighbours that share an edge do not intersect")
     CHECK_FALSE(rect.intersects({0.f, -5.f, 5.f, 5.f}));
 }
 
+TEST_CASE("rectangle: what fits into it has the largest size of its proportions, in the middle")
+{
+    const Rect box{10.f, 20.f, 100.f, 50.f};
+    CHECK(box.fitting({200.f, 100.f}) == box);
+    CHECK(box.fitting({1.f, 1.f}) == Rect{35.f, 20.f, 50.f, 50.f});
+    CHECK(box.fitting({400.f, 100.f}) == Rect{10.f, 32.5f, 100.f, 25.f});
+    CHECK(box.fitting({0.f, 100.f}) == box);
+    CHECK(Rect{1.f, 2.f, 0.f, 0.f}.fitting({4.f, 3.f}).isEmpty());
+}
+
 TEST_CASE("rectangle: the union surrounds both, and an empty one counts as nothing")
 {
     const Rect a{0.f, 0.f, 10.f, 10.f};

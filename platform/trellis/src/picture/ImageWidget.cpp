@@ -182,18 +182,12 @@ void ImageWidget::renderContent(Lantern::RenderContext& context) const
         return;
     const float imageWidth = float(d->image.width());
     const float imageHeight = float(d->image.height());
-    const float scaleX = box.width / imageWidth;
-    const float scaleY = box.height / imageHeight;
     Vecta::Rect target = box;
     Vecta::Rect source;
     if (d->fit.value() == Fit::Contain) {
-        const float scale = std::min(scaleX, scaleY);
-        target.width = imageWidth * scale;
-        target.height = imageHeight * scale;
-        target.x += (box.width - target.width) / 2.f;
-        target.y += (box.height - target.height) / 2.f;
+        target = box.fitting({imageWidth, imageHeight});
     } else if (d->fit.value() == Fit::Cover) {
-        const float scale = std::max(scaleX, scaleY);
+        const float scale = std::max(box.width / imageWidth, box.height / imageHeight);
         source.width = box.width / scale;
         source.height = box.height / scale;
         source.x = (imageWidth - source.width) / 2.f;

@@ -42,6 +42,15 @@ struct Rect
         const float t = std::max(y, o.y);
         return {l, t, std::max(0.f, std::min(right(), o.right()) - l), std::max(0.f, std::min(bottom(), o.bottom()) - t)};
     }
+    /// The largest rectangle in the middle of this one that has the proportions of `size`; a `size` without area fills it.
+    [[nodiscard]] Rect fitting(Vector2f size) const
+    {
+        if (size.x <= 0.f || size.y <= 0.f)
+            return *this;
+        const float scale = std::min(width / size.x, height / size.y);
+        const Vector2f fitted = size * scale;
+        return {x + (width - fitted.x) / 2.f, y + (height - fitted.y) / 2.f, fitted.x, fitted.y};
+    }
     friend bool operator==(const Rect& a, const Rect& b)
     {
         return a.x == b.x && a.y == b.y && a.width == b.width && a.height == b.height;
