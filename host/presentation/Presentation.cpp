@@ -25,13 +25,14 @@ using Tavola::JsonEntries;
 class Reader
 {
 public:
-    Reader(const QString& fileName, Presentation& result)
+    Reader(const QString& fileName, const QByteArray& text, Presentation& result)
         : m_folder(result.folder), m_result(result), m_skip([fileName](const QString& place, const QString& why) {
               Bedrock::Trace::warning("Presentation # %s: %s: %s; it is skipped", fileName.toUtf8().constData(),
                                       place.toUtf8().constData(), why.toUtf8().constData());
           }),
           m_components(fileName, m_skip)
     {
+        m_components.setText(text);
     }
 
     void read(const QJsonObject& object)
@@ -219,7 +220,7 @@ std::optional<Presentation> Presentation::load(const QString& path, QString& err
     }
     Presentation result;
     result.folder = info.absolutePath();
-    Reader(file.fileName(), result).read(document.object());
+    Reader(file.fileName(), bytes, result).read(document.object());
     return result;
 }
 }

@@ -1,6 +1,5 @@
 #include "folder/PersonalFolderWidgetInstance.hpp"
 
-#include <Bedrock/Guarded.hpp>
 #include <Tavola/Component.hpp>
 #include <Trellis/Widget.hpp>
 
@@ -22,13 +21,9 @@ std::vector<Bedrock::IntrusivePtr<Trellis::Widget>> PersonalFolderWidgetInstance
         return widgets;
     for (const auto& assignment : folder->assignments(relative ? m_relativeSlot : m_absoluteSlot)) {
         auto* const content = dynamic_cast<UIComponent*>(assignment.get());
-        if (!content)
-            continue;
-        // An exception costs this assignment alone.
-        Bedrock::guarded("PersonalFolderWidgetInstance::createContents # Failed to create a widget", [&] {
-            if (const auto widget = content->createContentWidget())
-                widgets.push_back(widget);
-        });
+        // Null, and in the log, where the creation throws.
+        if (const auto widget = content ? content->createContentWidget() : nullptr)
+            widgets.push_back(widget);
     }
     return widgets;
 }

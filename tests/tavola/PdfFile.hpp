@@ -38,7 +38,7 @@ inline void writeBytes(const QString& path, const QByteArray& bytes)
     REQUIRE(file.write(bytes) == bytes.size());
 }
 
-/// An empty page behind a password that nobody is told: standard handler, 40 bits.
+/// An empty page behind a random password: standard handler, 40 bits.
 inline QByteArray locked()
 {
     QByteArray pdf = "%PDF-1.4\n";

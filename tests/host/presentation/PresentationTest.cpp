@@ -62,7 +62,7 @@ TEST_CASE("presentation: everything that may stand in one is read")
         "services": {"media-server-service": [{"name": "house", "address": "http://127.0.0.1:8180/", "timeoutSeconds": 2.5}, {"address": "https://museum.example"}]},
         "cards": [1001, 0, "18446744073709551615"],
         "closeTemporaryAfterSeconds": 30,
-        "widgets": [{"component": "picture", "id": "map", "classes": ["large"], "attributes": {"source": {"file": "media/map.png"}, "location": [1, 2]}}]
+        "widgets": [{"component": "picture", "id": "map", "classes": ["large"], "attributes": {"source": {"file": "media/map.png"}, "location": [1, 2.50]}}]
     })");
     const QString sheet = written.folder().write(QStringLiteral("look/rooms.css"), "");
     const QString people = written.folder().write(QStringLiteral("people.csv"), "");
@@ -87,10 +87,11 @@ TEST_CASE("presentation: everything that may stand in one is read")
     CHECK(presentation.closeTemporaryAfterSeconds == 30.f);
     REQUIRE(presentation.widgets.size() == 1);
     CHECK(presentation.widgets[0].component == "picture");
+    const QJsonArray location{QJsonObject{{"number", "1"}}, QJsonObject{{"number", "2.50"}}}; // with their digits
     CHECK(presentation.widgets[0].properties
           == QJsonObject{{"id", "map"},
                          {"classes", QJsonArray{"large"}},
-                         {"attributes", QJsonObject{{"source", map}, {"location", QJsonArray{1, 2}}}}});
+                         {"attributes", QJsonObject{{"source", map}, {"location", location}}}});
 }
 
 TEST_CASE("presentation: the path of the file itself will do as well")

@@ -3,7 +3,10 @@
 #include "DetectorTables.hpp"
 #include "LogCapture.hpp"
 
+#include <Tavola/ContentMenuWidget.hpp>
 #include <Tavola/MarkerDetectorWidget.hpp>
+
+#include <QFile>
 
 #include <doctest/doctest.h>
 
@@ -55,6 +58,42 @@ TEST_CASE("pickup: a card with a content key is taken over without opening its f
     CHECK(table.host.tesselService().personalWidgetCalls.empty());
     table.lift(id);
     CHECK(table.itemNames() == Strings{"r"});
+}
+
+TEST_CASE("pickup: a detector that a menu opens takes over the cards inside it, also those near its edges")
+{
+    PluginTest::Table table;
+    const auto code = newCode();
+    table.host.addPerson(code, "Cleo");
+    const auto menu = Bedrock::makeIntrusive<Tavola::ContentMenuWidget>(&table.host.mainWidget());
+    QFile file(table.files.filePath("detectors.json"));
+    REQUIRE(file.open(QIODevice::WriteOnly));
+    file.write(R"({"entries": [{"text": "A second place", "content": {"component": "tavola-personal-tessel-detector"}}]})");
+    file.close();
+    dynamic_cast<Facet::AttributeT<QString>&>(*menu->attribute("menu")).setValue(file.fileName());
+    const auto node = menu->nodeWidget(menu->prepare({1000.f, 540.f}));
+    REQUIRE(node);
+    table.finishOpening();
+    const auto launch = [&] { table.host.tap(table.seenCentre(*node->findAllByType("Widget").at(0))); };
+    launch();
+    auto* detector = table.host.mainWidget().findByType("PersonalTesselDetectorWidget");
+    REQUIRE(detector);
+    table.finishOpening();
+    const Vecta::Rect place = detector->sceneBounds();
+    REQUIRE(place.width == doctest::Approx(800.f));
+    detector->removeFromParent();
+    table.host.frame();
+
+    // Two cards on the background, beside the menu, before the detector opens once more in the same place.
+    const auto atEdge = table.putDown(code, {place.x + 20.f, place.y + 20.f});
+    const auto outside = table.putDown(code, {place.x - 20.f, place.y + 20.f});
+    REQUIRE(table.holder(atEdge)->hasCSSClass("tavola-background"));
+    launch();
+    table.host.frame();
+    detector = table.host.mainWidget().findByType("PersonalTesselDetectorWidget");
+    REQUIRE(detector);
+    CHECK(table.holder(atEdge) == detector);
+    CHECK(table.holder(outside)->hasCSSClass("tavola-background"));
 }
 
 TEST_CASE("pickup: the markers are taken in the order in which they lie in the sample")

@@ -276,7 +276,7 @@ TEST_CASE("folder: an item whose creation throws costs only itself, the others o
                             }));
     table.addItem(CardAndFolder::kRelative, "second");
     table.addItem(CardAndFolder::kAbsolute, "third");
-    TestSupport::expectError("PersonalFolderWidgetInstance::createContents # Failed to create a widget (no memory for it)");
+    TestSupport::expectError("UIComponent::createInstance # Component '' failed (no memory for it)");
     table.down();
     CHECK(table.itemNames() == Strings{"first", "second", "third"});
 }

@@ -10,6 +10,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -164,6 +166,27 @@ TEST_CASE("plug-in: every component makes its widget, and folder and detector ha
         CHECK(instance->widget() != component->createContentWidget());
     }
     host.frame();
+}
+
+TEST_CASE("plug-in: the filters of a detector may be a number, and a detector whose filters cannot be used is not made")
+{
+    TestHost host;
+    const auto plugin = load();
+    const auto made = [&](const QJsonValue& filters) {
+        const auto component = host.tavola().createComponent("tavola-personal-tessel-detector");
+        component->setProperties({{"attributes", QJsonObject{{"marker-filters", filters}}}});
+        return component->createContentWidget();
+    };
+    for (const QJsonValue& filters : {QJsonValue("10"), QJsonValue(10), QJsonValue(QJsonObject{{"number", "10"}})}) {
+        const auto detector = made(filters);
+        REQUIRE(detector);
+        CHECK(detector->attribute("marker-filters")->toText() == "10");
+    }
+    for (const QJsonValue& unusable : {QJsonValue(), QJsonValue(QJsonArray{10, true}), QJsonValue(QJsonObject{{"from", 10}})}) {
+        TestSupport::expectErrorStartingWith("UIComponent # Component 'tavola-personal-tessel-detector': property "
+                                             "\"attributes.marker-filters\": expected ");
+        CHECK_FALSE(made(unusable));
+    }
 }
 
 TEST_CASE("plug-in: the attribute of tracked widgets is known as long as the library is loaded")

@@ -69,7 +69,7 @@ TEST_CASE("component reader: a named component is used in several places, each w
     CHECK(read.widgets[2].slotContents[0].second[0].component == "picture");
 }
 
-TEST_CASE("component reader: components that contain one another are told where the circle closes")
+TEST_CASE("component reader: components that contain one another are reported where the circle closes")
 {
     struct Row
     {
@@ -100,7 +100,7 @@ TEST_CASE("component reader: components that contain one another are told where 
     CHECK(read.widgets[0].slotContents[0].second[0].component == "text");
 }
 
-TEST_CASE("component reader: what is wrong is told once, where it stands")
+TEST_CASE("component reader: a mistake is reported once, where it stands")
 {
     struct Row
     {
@@ -177,4 +177,38 @@ TEST_CASE("component reader: percent signs in names stand in the warnings' place
                              + QDir(read.folder.path()).filePath(QStringLiteral("%1%3.png")),
                          QStringLiteral("widgets[0].slots.%1[0].slots.%5[0]: \"components\" has no \"%2\""),
                          QStringLiteral("widgets[0].slots.100%2[1]: ") + expected});
+}
+
+TEST_CASE("component reader: with the file's text numbers in attributes keep their digits, wherever they are written")
+{
+    const QByteArray json = R"({
+        "components": {"detector": {"component": "detector", "attributes": {"filters": 10, "gap": 10.50}}},
+        "widgets": [{"use": "detector"},
+                    {"use": "detector", "attributes": {"filters": [18446744073709551615, "20-25"]}},
+                    {"component": "panel", "slots": {"s": [{"component": "text", "attributes": {"size": 1e3}}]}}]})";
+    QStringList skipped;
+    ComponentReader reader(QStringLiteral("/file.json"),
+                           [&](const QString& place, const QString& why) { skipped << place + why; });
+    reader.setText(json);
+    const QJsonObject root = QJsonDocument::fromJson(json).object();
+    reader.readNamed(root.value(QLatin1String("components")));
+    const auto widgets = reader.list(root.value(QLatin1String("widgets")), QStringLiteral("widgets"));
+    const auto digits = [](const char* text) { return QJsonObject{{"number", text}}; };
+    REQUIRE(widgets.size() == 3);
+    CHECK(attributesOf(widgets[0]) == QJsonObject{{"filters", digits("10")}, {"gap", digits("10.50")}});
+    CHECK(attributesOf(widgets[1])
+          == QJsonObject{{"filters", QJsonArray{digits("18446744073709551615"), "20-25"}}, {"gap", digits("10.50")}});
+    CHECK(attributesOf(widgets[2].slotContents[0].second[0]) == QJsonObject{{"size", digits("1e3")}});
+    CHECK(skipped.isEmpty());
+}
+
+TEST_CASE("component reader: attributes that cannot be used are named, until another value replaces them")
+{
+    const Read read(R"({
+        "components": {"a": {"component": "text", "attributes": {"source": {"file": "none.txt"}, "gap": {"width": 1}}}},
+        "widgets": [{"use": "a"}, {"use": "a", "attributes": {"source": "text"}}]})");
+    REQUIRE(read.widgets.size() == 2);
+    CHECK(read.widgets[0].unusableAttributes == QStringList{"gap", "source"});
+    CHECK(read.widgets[1].unusableAttributes == QStringList{"gap"});
+    CHECK(read.skipped.size() == 2);
 }

@@ -85,7 +85,7 @@ TEST_CASE("component: an instance is known by its widget's id exactly while the 
     CHECK_FALSE(host.tavola().widgetInstance(0));
 }
 
-TEST_CASE("component: an instance outlives its widget where somebody holds it, and knows that it is gone")
+TEST_CASE("component: an instance that is held outlives its widget, which is null then")
 {
     TestHost host;
     const auto instance = makeComponent()->createInstance();
@@ -130,7 +130,54 @@ TEST_CASE("component: one that makes nothing is a warning")
     CHECK_FALSE(empty->createInstance());
 }
 
-TEST_CASE("component: slots keep their order and tell of every instance")
+TEST_CASE("component: one whose making throws is an error, and makes nothing")
+{
+    TestHost host;
+    const std::string start = "UIComponent::createInstance # Component 'broken' failed (";
+    const auto widgetFails =
+        std::make_shared<WidgetComponent>([]() -> IntrusivePtr<Trellis::Widget> { throw std::runtime_error("no paper"); });
+    widgetFails->setName("broken");
+    TestSupport::expectError(start + "no paper)");
+    CHECK_FALSE(widgetFails->createInstance());
+    const auto instanceFails = std::make_shared<CustomWidgetInstanceComponent>(
+        [] { return makeIntrusive<Trellis::Widget>(); },
+        [](const std::shared_ptr<Component>&, const IntrusivePtr<Trellis::Widget>&) -> std::shared_ptr<WidgetInstance> {
+            throw 7;
+        });
+    instanceFails->setName("broken");
+    TestSupport::expectError(start + "unknown exception)");
+    CHECK_FALSE(instanceFails->createContentWidget());
+}
+
+TEST_CASE("component: an assignment that its instance cannot use is an error, and the others are passed on")
+{
+    struct PickyInstance final : WidgetInstance
+    {
+        using WidgetInstance::WidgetInstance;
+        void componentAddedToSlot(const QByteArray&, std::shared_ptr<Component> component) override
+        {
+            if (component->name() == "second")
+                throw std::runtime_error("not this one");
+            names << component->name();
+        }
+        QStringList names;
+    };
+    TestHost host;
+    const auto component = std::make_shared<CustomWidgetInstanceComponent>(
+        [] { return makeIntrusive<Trellis::Widget>(); },
+        [](std::shared_ptr<Component> owner, IntrusivePtr<Trellis::Widget> widget) {
+            return std::make_shared<PickyInstance>(std::move(owner), std::move(widget));
+        });
+    component->setName("picky");
+    for (const char* name : {"first", "second", "third"})
+        component->assign("s", makeComponent(name));
+    TestSupport::expectError("UIComponent::createInstance # Component 'picky' failed (not this one)");
+    const auto instance = std::dynamic_pointer_cast<PickyInstance>(component->createInstance());
+    REQUIRE(instance);
+    CHECK(instance->names == QStringList{"first", "third"});
+}
+
+TEST_CASE("component: slots keep their order, and every instance is notified of their changes")
 {
     TestHost host;
     const auto component = makeListeningComponent();
@@ -160,7 +207,7 @@ TEST_CASE("component: slots keep their order and tell of every instance")
     component->assign("pictures", nullptr);
 }
 
-TEST_CASE("component: instances that are gone are told nothing")
+TEST_CASE("component: instances that are destroyed are notified of nothing")
 {
     TestHost host;
     const auto component = makeListeningComponent();

@@ -6,6 +6,8 @@
 #include <Tavola/Component.hpp>
 #include <Tavola/ComponentUse.hpp>
 
+#include <QJsonArray>
+
 using Tavola::ComponentUse;
 using TestSupport::expectWarning;
 using TestSupport::TestHost;
@@ -22,6 +24,7 @@ struct Table
             factory->create = [] {
                 return std::make_shared<Tavola::WidgetComponent>([] { return Bedrock::makeIntrusive<Trellis::Widget>(); });
             };
+            factory->schema = Tavola::Schema({{"restrictions", QJsonArray{"lock"}}});
             entries.push_back(host.tavola().registerFactory(QLatin1String(name), std::move(factory)));
         }
     }
@@ -108,6 +111,31 @@ TEST_CASE("component use: one that is not registered is null, and nothing in its
     outer.slotContents = {{"s", {use("spoon")}}};
     expectWarning("ComponentUse # 50%n.json: widgets[0]: there is no component \"100%s\"; it is left out");
     CHECK(outer.makeComponent() == nullptr);
+}
+
+TEST_CASE("component use: one whose restriction cannot be used is left out with an error, for any other attribute it is made")
+{
+    const Table table;
+    ComponentUse outer = use("panel");
+    ComponentUse open = use("picture", "a", "file.json: widgets[0].slots.s[0]");
+    open.unusableAttributes = QStringList{"color", "lock"};
+    ComponentUse plain = use("picture", "b");
+    plain.unusableAttributes = QStringList{"color"};
+    outer.slotContents = {{"s", {open, plain}}};
+    TestSupport::expectError("ComponentUse # file.json: widgets[0].slots.s[0]: component \"picture\" is left out, because it "
+                             "restricts nothing without "
+                             "\"lock\"");
+    CHECK(ids(outer.makeComponent()->assignments("s")) == "b");
+}
+
+TEST_CASE("component use: one whose factory makes nothing is left out")
+{
+    Table table;
+    auto factory = std::make_shared<Tavola::ComponentFactory>();
+    factory->create = [] { return std::shared_ptr<Tavola::UIComponent>(); };
+    table.entries.push_back(table.host.tavola().registerFactory(QStringLiteral("empty"), factory));
+    expectWarning("ComponentUse # file.json: widgets[0]: component \"empty\" cannot be made; it is left out");
+    CHECK(use("empty").makeComponent() == nullptr);
 }
 
 TEST_CASE("component use: without an application there is no component")

@@ -43,13 +43,15 @@ TEST_CASE("package: declares components by name")
 TEST_CASE("package: a definition has its schema once it is initialised")
 {
     const Folder folder;
-    const auto package = Package::load(folder.write(R"({ "components": { "a": { "type": "widget-instance", "limit": 3 } } })"));
+    const auto package = Package::load(
+        folder.write(R"({ "components": { "a": { "type": "widget-instance", "limit": 3, "restrictions": ["lock", "key"] } } })"));
     REQUIRE(package);
     const auto definition = package->component("a");
     CHECK(definition->schema().isEmpty());
     definition->initComponent();
     CHECK(definition->schema().type() == "widget-instance");
     CHECK(definition->schema().object().value("limit").toInt() == 3);
+    CHECK(definition->schema().restrictions() == QStringList{"lock", "key"});
     definition->initComponent();
     CHECK(definition->schema().type() == "widget-instance");
 }
@@ -116,15 +118,16 @@ TEST_CASE("package: an entry that declares no component costs itself only")
     const Folder folder;
     const QString path = folder.write(R"({ "components": {
         "a": { "type": "widget" }, "b": 7, "c": { "type": "spoon" }, "d": { "type": "widget", "slots": "x" },
-        "e": { "type": "widget", "slots": [1] } } })");
+        "e": { "type": "widget", "slots": [1] }, "f": { "type": "widget", "restrictions": "x" } } })");
     const std::string start = "Package::load # " + path.toStdString() + ": component ";
     TestSupport::expectWarning(start + "\"b\": expected an object such as { \"type\": \"widget\" }; skipped");
     TestSupport::expectWarning(start + "\"c\": \"type\" must be \"widget\" or \"widget-instance\"; skipped");
     TestSupport::expectWarning(start + "\"d\": \"slots\" must be a list of names; skipped");
     TestSupport::expectWarning(start + "\"e\": \"slots\" must be a list of names; skipped");
+    TestSupport::expectWarning(start + "\"f\": \"restrictions\" must be a list of names; skipped");
     const auto package = Package::load(path);
     REQUIRE(package);
     CHECK(package->component("a"));
-    for (const char* skipped : {"b", "c", "d", "e"})
+    for (const char* skipped : {"b", "c", "d", "e", "f"})
         CHECK_FALSE(package->component(skipped));
 }

@@ -25,7 +25,7 @@ TEST_CASE("content widget: can be moved unless a style says otherwise")
     CHECK(content->location() == Vecta::Vector2f());
 }
 
-TEST_CASE("content widget: a style sheet says what it shows and what is collected")
+TEST_CASE("content widget: a style sheet sets what it shows and what is collected")
 {
     TestHost host;
     host.style("ContentWidget { display-name: 'The map'; source-tessel-urls: '/maps/map.pdf', 'https://example.org/map' }");

@@ -261,7 +261,7 @@ TEST_CASE("document: it may leave while its page is rendered, with the applicati
     table.host.destroyTavola();
 }
 
-TEST_CASE("document: one that nobody turns costs nothing")
+TEST_CASE("document: one that is left alone costs nothing")
 {
     Documents table;
     const auto widget = table.widget(table.pdf({Qt::red, Qt::green}));

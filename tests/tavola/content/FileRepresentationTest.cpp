@@ -25,7 +25,7 @@ void set(Trellis::Widget& widget, const char* attribute, const T& value)
     dynamic_cast<Facet::AttributeT<T>&>(*widget.attribute(attribute)).setValue(value);
 }
 
-/// A widget of some other package, which knows nothing of files.
+/// A widget of another package, without files.
 class Poster final : public Trellis::Widget
 {
 public:
@@ -205,7 +205,7 @@ TEST_CASE("file representation: a small widget is photographed in its own size")
     CHECK(QImage(future.value()).size() == QSize(200, 100));
 }
 
-TEST_CASE("file representation: a snapshot that cannot be taken says why")
+TEST_CASE("file representation: a snapshot that cannot be taken fails with the reason")
 {
     TestHost host;
     host.style(kRed);

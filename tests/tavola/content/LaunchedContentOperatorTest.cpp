@@ -6,6 +6,7 @@
 #include <Tavola/ContentWidget.hpp>
 #include <Tavola/DocumentWidget.hpp>
 #include <Tavola/LaunchedContentOperator.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <QImage>
 #include <QTemporaryDir>
@@ -19,7 +20,7 @@ using Vecta::Vector2f;
 
 namespace
 {
-constexpr float kPi = 3.14159265f;
+constexpr float kPi = Vecta::kPiOf<float>;
 
 Bedrock::IntrusivePtr<Trellis::Widget> item(TestHost& host)
 {
@@ -40,14 +41,20 @@ TEST_CASE("launched content: grows out of the point to its centre there, and fad
     const auto widget = item(host);
     widget->setScale(1.5f);
     widget->addOperator(makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), 0.3f));
-    CHECK(widget->opacity() == 0.f);
-    float scale = widget->scale();
-    CHECK(scale < 0.2f);
+    CHECK(widget->opacity() < 0.01f);
+    host.frame(0.01); // the frame of its first update, in which it does not show yet
+    CHECK(widget->opacity() < 0.01f);
+    float scale = 0.f;
+    float opacity = widget->opacity();
     for (int i = 0; i < 3; ++i) {
         CHECK(isNear(widget->centerLocation(), {900.f, 500.f}));
-        host.frame(0.1);
+        host.frame(i == 0 ? 0.01 : 0.1);
         CHECK(widget->scale() > scale);
+        CHECK(widget->opacity() > opacity);
         scale = widget->scale();
+        opacity = widget->opacity();
+        if (i == 0)
+            CHECK(scale < 0.5f);
     }
     host.frame(0.1);
     CHECK(widget->scale() == 1.5f);
@@ -55,6 +62,55 @@ TEST_CASE("launched content: grows out of the point to its centre there, and fad
     CHECK_FALSE(widget->attribute("opacity")->hasValue(Facet::kUserLayer));
     CHECK(isNear(widget->centerLocation(), {900.f, 500.f}));
     CHECK(widget->operators().empty());
+}
+
+TEST_CASE("launched content: the widget and what is in it have their full size, place and visibility in their first update")
+{
+    struct Probe final : Trellis::Widget
+    {
+        explicit Probe(Trellis::Widget* parent) : Trellis::Widget(parent) { setUpdating(true); }
+        void update(const Trellis::FrameInfo&) override
+        {
+            seen = sceneBounds();
+            wasVisible = isVisible();
+            setUpdating(false);
+        }
+        Vecta::Rect seen;
+        bool wasVisible = false;
+    };
+    TestHost host;
+    for (const bool relative : {false, true}) {
+        for (const double firstFrameSeconds : {0.0, 0.01, 1.0}) {
+            CAPTURE(relative);
+            CAPTURE(firstFrameSeconds);
+            const auto widget = makeIntrusive<Probe>(&host.mainWidget());
+            widget->setSize({400.f, 300.f});
+            widget->setLocation({10.f, 20.f});
+            const auto inside = makeIntrusive<Probe>(widget.get());
+            inside->setSize({400.f, 300.f});
+            widget->addOperator(makeIntrusive<LaunchedContentOperator>(relative, Vector2f(900.f, 500.f), 0.3f));
+            host.frame(firstFrameSeconds);
+            const Vecta::Rect expected =
+                relative ? Vecta::Rect{910.f, 520.f, 400.f, 300.f} : Vecta::Rect{700.f, 350.f, 400.f, 300.f};
+            for (const auto& probe : {widget, inside}) {
+                CHECK(probe->seen == expected);
+                CHECK(probe->wasVisible);
+            }
+            widget->removeFromParent();
+        }
+    }
+}
+
+TEST_CASE("launched content: a first frame without time passing is the first frame")
+{
+    TestHost host;
+    const auto widget = item(host);
+    widget->setLocation({60.f, 0.f});
+    widget->addOperator(makeIntrusive<LaunchedContentOperator>(true, Vector2f(900.f, 500.f), 0.3f));
+    host.frame(0.0);
+    widget->setRotation(kPi / 2.f); // a turn of the opening
+    host.frame(1.0);
+    CHECK(isNear(widget->location(), {900.f, 560.f}));
 }
 
 TEST_CASE("launched content: relative content ends with its location as an offset from the point")

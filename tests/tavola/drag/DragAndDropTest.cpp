@@ -25,7 +25,7 @@ constexpr auto kLeave = DropEvent::Leave;
 constexpr auto kDrop = DropEvent::Drop;
 using Types = std::vector<std::uint32_t>;
 
-/// Takes what is dropped, and remembers what it heard.
+/// Accepts drops, and records the events it receives.
 class Bin final : public Trellis::Widget, public Tavola::DropListener
 {
 public:
@@ -80,13 +80,18 @@ IntrusivePtr<Tavola::ContentWidget> addCard(Trellis::Widget& parent, Vector2f lo
     dynamic_cast<Facet::AttributeT<bool>&>(*card->attribute("inertia")).setValue(false);
     return card;
 }
-}
 
-TEST_CASE("drag and drop: a drag over a listener hovers, and letting go drops")
+/// A listener of 300 x 300 pixels at (600, 300), and a card of 100 x 100 at (100, 100).
+struct BinAndCard
 {
     TestHost host;
-    const auto bin = addBin(host.mainWidget(), {600.f, 300.f});
-    const auto card = addCard(host.mainWidget(), {100.f, 100.f});
+    const IntrusivePtr<Bin> bin = addBin(host.mainWidget(), {600.f, 300.f});
+    const IntrusivePtr<Tavola::ContentWidget> card = addCard(host.mainWidget(), {100.f, 100.f});
+};
+}
+
+TEST_CASE_FIXTURE(BinAndCard, "drag and drop: a drag over a listener hovers, and letting go drops")
+{
     host.drag(1, {150.f, 150.f}, {700.f, 400.f});
     REQUIRE(bin->types == Types{kValidHover});
     CHECK(isNear(bin->positions.back(), {100.f, 100.f}));
@@ -99,11 +104,8 @@ TEST_CASE("drag and drop: a drag over a listener hovers, and letting go drops")
     CHECK(bin->widgets.back() == card->id());
 }
 
-TEST_CASE("drag and drop: every movement over the listener is told, a rest is not")
+TEST_CASE_FIXTURE(BinAndCard, "drag and drop: every movement over the listener is an event, a rest is not")
 {
-    TestHost host;
-    const auto bin = addBin(host.mainWidget(), {600.f, 300.f});
-    const auto card = addCard(host.mainWidget(), {100.f, 100.f});
     host.drag(1, {150.f, 150.f}, {700.f, 400.f});
     const auto before = bin->types.size();
     host.frames(5);
@@ -114,11 +116,8 @@ TEST_CASE("drag and drop: every movement over the listener is told, a rest is no
     CHECK(isNear(bin->positions.back(), {120.f, 100.f}));
 }
 
-TEST_CASE("drag and drop: held by two fingers a widget hovers without being ready to drop")
+TEST_CASE_FIXTURE(BinAndCard, "drag and drop: held by two fingers a widget hovers without being ready to drop")
 {
-    TestHost host;
-    const auto bin = addBin(host.mainWidget(), {600.f, 300.f});
-    const auto card = addCard(host.mainWidget(), {100.f, 100.f});
     host.input.fingerDown(1, {120.f, 150.f});
     host.input.fingerDown(2, {180.f, 150.f});
     host.frame();
@@ -138,11 +137,8 @@ TEST_CASE("drag and drop: held by two fingers a widget hovers without being read
     CHECK(compact(bin->types) == Types{kHover, kValidHover, kDrop});
 }
 
-TEST_CASE("drag and drop: a listener that is left hears Leave once")
+TEST_CASE_FIXTURE(BinAndCard, "drag and drop: a listener that is left receives Leave once")
 {
-    TestHost host;
-    const auto bin = addBin(host.mainWidget(), {600.f, 300.f});
-    const auto card = addCard(host.mainWidget(), {100.f, 100.f});
     host.drag(1, {150.f, 150.f}, {700.f, 400.f});
     host.input.fingerMove(1, {150.f, 150.f});
     host.frame();
@@ -154,7 +150,7 @@ TEST_CASE("drag and drop: a listener that is left hears Leave once")
     CHECK(bin->types == Types{kValidHover, kLeave});
 }
 
-TEST_CASE("drag and drop: the next listener is told after the one before was left")
+TEST_CASE("drag and drop: the next listener receives its hover after the one before received Leave")
 {
     TestHost host;
     const auto first = addBin(host.mainWidget(), {600.f, 300.f});
@@ -175,11 +171,8 @@ TEST_CASE("drag and drop: the next listener is told after the one before was lef
     CHECK(order == std::vector<std::string>{"first 2", "first 3", "second 2"});
 }
 
-TEST_CASE("drag and drop: a listener that refuses hears no Leave")
+TEST_CASE_FIXTURE(BinAndCard, "drag and drop: a listener that refuses receives no Leave")
 {
-    TestHost host;
-    const auto bin = addBin(host.mainWidget(), {600.f, 300.f});
-    const auto card = addCard(host.mainWidget(), {100.f, 100.f});
     bin->answer = [](const DropEvent&) { return false; };
     host.dragAndDrop(1, {150.f, 150.f}, {700.f, 400.f});
     host.frames(30);
@@ -187,11 +180,8 @@ TEST_CASE("drag and drop: a listener that refuses hears no Leave")
     CHECK(isNear(card->location(), {650.f, 350.f})); // nothing was dropped, so nothing goes home
 }
 
-TEST_CASE("drag and drop: a listener that took a hover and refuses later hears Leave")
+TEST_CASE_FIXTURE(BinAndCard, "drag and drop: a listener that accepted a hover and refuses later receives Leave")
 {
-    TestHost host;
-    const auto bin = addBin(host.mainWidget(), {600.f, 300.f});
-    const auto card = addCard(host.mainWidget(), {100.f, 100.f});
     host.drag(1, {150.f, 150.f}, {700.f, 400.f}, 1);
 
     SUBCASE("a further hover")
@@ -228,7 +218,7 @@ TEST_CASE("drag and drop: the topmost listener alone is asked")
     CHECK(inside->types == Types{kValidHover, kLeave});
 }
 
-TEST_CASE("drag and drop: a listener says itself what lies inside it")
+TEST_CASE("drag and drop: a listener decides itself what lies inside it")
 {
     TestHost host;
     const auto bin = addBin(host.mainWidget(), {600.f, 300.f}, {10.f, 10.f});
@@ -263,11 +253,8 @@ TEST_CASE("drag and drop: a tile of one listener can be dropped on another one")
     CHECK(from->types.empty());
 }
 
-TEST_CASE("drag and drop: hidden listeners and those on their way out are no targets")
+TEST_CASE_FIXTURE(BinAndCard, "drag and drop: hidden listeners and those on their way out are no targets")
 {
-    TestHost host;
-    const auto bin = addBin(host.mainWidget(), {600.f, 300.f});
-    const auto card = addCard(host.mainWidget(), {100.f, 100.f});
     SUBCASE("hidden")
     {
         host.style("Bin { display: none }");
@@ -280,21 +267,15 @@ TEST_CASE("drag and drop: hidden listeners and those on their way out are no tar
     CHECK(bin->types.empty());
 }
 
-TEST_CASE("drag and drop: a tap and a drag beside every listener tell nobody")
+TEST_CASE_FIXTURE(BinAndCard, "drag and drop: a tap and a drag beside every listener send no event")
 {
-    TestHost host;
-    const auto bin = addBin(host.mainWidget(), {600.f, 300.f});
-    const auto card = addCard(host.mainWidget(), {100.f, 100.f});
     host.tap({150.f, 150.f});
     host.dragAndDrop(1, {150.f, 150.f}, {250.f, 150.f});
     CHECK(bin->types.empty());
 }
 
-TEST_CASE("drag and drop: a drag that is cancelled is left, not dropped")
+TEST_CASE_FIXTURE(BinAndCard, "drag and drop: a drag that is cancelled is left, not dropped")
 {
-    TestHost host;
-    const auto bin = addBin(host.mainWidget(), {600.f, 300.f});
-    const auto card = addCard(host.mainWidget(), {100.f, 100.f});
     host.drag(1, {150.f, 150.f}, {700.f, 400.f}, 1);
     host.input.fingerCancel(1);
     host.frame();
@@ -324,11 +305,8 @@ TEST_CASE("drag and drop: two drags at once do not mix")
     CHECK(bin->widgets.back() == one->id());
 }
 
-TEST_CASE("drag and drop: after a drop the widget glides home, and the listener hears Leave on the way")
+TEST_CASE_FIXTURE(BinAndCard, "drag and drop: after a drop the widget glides home, and the listener receives Leave on the way")
 {
-    TestHost host;
-    const auto bin = addBin(host.mainWidget(), {600.f, 300.f});
-    const auto card = addCard(host.mainWidget(), {100.f, 100.f});
     card->setRotation(0.5f);
     card->setScale(1.5f);
     host.drag(1, {120.f, 150.f}, {700.f, 400.f});
@@ -439,11 +417,8 @@ TEST_CASE("drag and drop: a new drag ends the glide, keeps the home and leaves b
     CHECK(card->location() == Vector2f(100.f, 100.f));
 }
 
-TEST_CASE("drag and drop: a finger that only touches a gliding widget holds it up")
+TEST_CASE_FIXTURE(BinAndCard, "drag and drop: a finger that only touches a gliding widget holds it up")
 {
-    TestHost host;
-    const auto bin = addBin(host.mainWidget(), {600.f, 300.f});
-    const auto card = addCard(host.mainWidget(), {100.f, 100.f});
     host.drag(1, {150.f, 150.f}, {700.f, 400.f});
     host.input.fingerUp(1);
     host.frame(0.0);
@@ -507,11 +482,8 @@ TEST_CASE("drag and drop: a listener that leaves the tree is left, and goes")
     CHECK(isNear(card->location(), {670.f, 350.f}));
 }
 
-TEST_CASE("drag and drop: a drag whose finger is taken away ends with a Leave")
+TEST_CASE_FIXTURE(BinAndCard, "drag and drop: a drag whose finger is taken away ends with a Leave")
 {
-    TestHost host;
-    const auto bin = addBin(host.mainWidget(), {600.f, 300.f});
-    const auto card = addCard(host.mainWidget(), {100.f, 100.f});
     host.drag(1, {150.f, 150.f}, {700.f, 400.f}, 1);
     host.app().grabManager()->ungrab(1, card->inputGrabber());
     host.frame();
@@ -591,11 +563,8 @@ TEST_CASE("drag and drop: a listener may take itself out of the tree")
     CHECK(std::count(heard.begin(), heard.end(), std::uint32_t(kLeave)) == 1);
 }
 
-TEST_CASE("drag and drop: a widget that the listener moved elsewhere in the tree stays there")
+TEST_CASE_FIXTURE(BinAndCard, "drag and drop: a widget that the listener moved elsewhere in the tree stays there")
 {
-    TestHost host;
-    const auto bin = addBin(host.mainWidget(), {600.f, 300.f});
-    const auto card = addCard(host.mainWidget(), {100.f, 100.f});
     bin->answer = [&](const DropEvent& e) {
         if (e.type == kDrop) {
             bin->addChild(e.widget);
@@ -610,15 +579,12 @@ TEST_CASE("drag and drop: a widget that the listener moved elsewhere in the tree
     CHECK(compact(bin->types) == Types{kValidHover, kDrop, kLeave});
 }
 
-TEST_CASE("drag and drop: what a listener throws is an error in the log and a refusal")
+TEST_CASE_FIXTURE(BinAndCard, "drag and drop: what a listener throws is an error in the log and a refusal")
 {
-    TestHost host;
-    const auto bin = addBin(host.mainWidget(), {600.f, 300.f});
-    const auto card = addCard(host.mainWidget(), {100.f, 100.f});
     bin->answer = [](const DropEvent&) -> bool { throw std::runtime_error("full"); };
     const std::string where = "Bin " + std::to_string(bin->id());
-    TestSupport::expectError("DragAndDrop # Drop event 2 on " + where + " failed: full");
-    TestSupport::expectError("DragAndDrop # Drop event 4 on " + where + " failed: full");
+    TestSupport::expectError("DragAndDrop # Drop event 2 on " + where + " failed (full)");
+    TestSupport::expectError("DragAndDrop # Drop event 4 on " + where + " failed (full)");
     host.drag(1, {150.f, 150.f}, {700.f, 400.f}, 1);
     host.input.fingerUp(1);
     host.frames(3);
@@ -639,11 +605,8 @@ TEST_CASE("drag and drop: the application may go in the middle of a drag")
     CHECK(bin->types == Types{kValidHover});
 }
 
-TEST_CASE("drag and drop: nothing turns the crank when nothing is dragged")
+TEST_CASE_FIXTURE(BinAndCard, "drag and drop: nothing turns the crank when nothing is dragged")
 {
-    TestHost host;
-    const auto bin = addBin(host.mainWidget(), {600.f, 300.f});
-    const auto card = addCard(host.mainWidget(), {100.f, 100.f});
     host.frame();
     CHECK(host.app().mainLayer()->operators().empty());
     host.drag(1, {150.f, 150.f}, {700.f, 400.f});

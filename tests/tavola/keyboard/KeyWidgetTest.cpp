@@ -46,7 +46,7 @@ struct OneKey
 };
 }
 
-TEST_CASE("key: its classes say what it does, and whether it is wide")
+TEST_CASE("key: its classes name what it does, and whether it is wide")
 {
     const std::pair<Action, const char*> rows[] = {
         {Action::Text, "key-letter"},     {Action::Dead, "key-dead"},           {Action::Space, "key-space"},
@@ -136,22 +136,22 @@ TEST_CASE("key: it shows for how long it is in force")
     OneKey table({Action::Shift, {}, {}, 1.f});
     const auto states = [&] { return table.key->pseudoClasses(); };
     CHECK(states().isEmpty());
-    table.key->setLit(KeyWidget::Lit::Once);
+    table.key->setLit(Tavola::ShiftState::Mode::Once);
     CHECK(states() == QList<QByteArray>{"lit"});
-    table.key->setLit(KeyWidget::Lit::Locked);
+    table.key->setLit(Tavola::ShiftState::Mode::Locked);
     CHECK(states() == QList<QByteArray>{"lit", "locked"});
     table.host.frame();
     (void)table.host.app().takeDamage();
-    table.key->setLit(KeyWidget::Lit::Locked);
+    table.key->setLit(Tavola::ShiftState::Mode::Locked);
     table.host.frame();
     CHECK(table.host.app().damage().empty()); // nothing was new
-    table.key->setLit(KeyWidget::Lit::No);
+    table.key->setLit(Tavola::ShiftState::Mode::Off);
     CHECK(states().isEmpty());
     table.host.frame();
     CHECK_FALSE(table.host.app().damage().empty());
 }
 
-TEST_CASE("key: a look at its fingers lets go what was taken away without a word, once")
+TEST_CASE("key: checking its fingers releases it once when they were taken away without an event")
 {
     OneKey table;
     table.key->checkFingers();
@@ -169,7 +169,7 @@ TEST_CASE("key: a look at its fingers lets go what was taken away without a word
     CHECK(table.releases == 1);
 }
 
-TEST_CASE("key: who hears of it may take it away, or hear no longer")
+TEST_CASE("key: a handler may remove it, or clear the handlers")
 {
     OneKey table;
     SUBCASE("in the press")
@@ -194,7 +194,7 @@ TEST_CASE("key: who hears of it may take it away, or hear no longer")
         CHECK(table.key);
         table.up(1);
     }
-    SUBCASE("nobody hears")
+    SUBCASE("no handler")
     {
         table.key->onPress = nullptr;
         table.key->onRelease = nullptr;

@@ -329,7 +329,7 @@ TEST_CASE("keyboard: an end from the code closes it without an enter")
     CHECK(desk.space->findAllByType("KeyboardWidget").empty());
 }
 
-TEST_CASE("keyboard: who begins anew when enter is told keeps it")
+TEST_CASE("keyboard: a listener of enter that begins editing again keeps it open")
 {
     TestHost host;
     Desk desk(host);

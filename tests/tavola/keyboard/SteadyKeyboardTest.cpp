@@ -6,7 +6,7 @@
 using KeyboardTests::Desk;
 using TestSupport::TestHost;
 
-TEST_CASE("keyboard: while it is open and nobody types, nothing is allocated, also while its space is moved")
+TEST_CASE("keyboard: while it is open and not typed on, nothing is allocated, also while its space is moved")
 {
     TestHost host;
     Desk desk(host);

@@ -6,6 +6,7 @@
 
 #include <Trellis/GrabManager.hpp>
 #include <Trellis/TextWidget.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <cmath>
 
@@ -26,7 +27,7 @@ std::vector<MenuEntry> entriesNamed(int count)
     return entries;
 }
 
-/// One node with its middle at (900, 500), and what is told of it.
+/// One node with its middle at (900, 500), and the taps it reported.
 struct Node
 {
     explicit Node(MenuStyle style, std::vector<MenuEntry> entries = entriesNamed(4))
@@ -101,7 +102,7 @@ TEST_CASE("menu node: the entries of a list stand below one another")
     CHECK(node.widget->height() == doctest::Approx(node.entry(2).location().y + node.entry(2).height() + 10.f));
 }
 
-TEST_CASE("menu node: an entry has what its file says, and no more")
+TEST_CASE("menu node: an entry has the parts that its file names, and no more")
 {
     std::vector<MenuEntry> entries(4);
     entries[0].text = QStringLiteral("Text");
@@ -142,7 +143,7 @@ TEST_CASE("menu node: an icon stands in its entry")
     }
 }
 
-TEST_CASE("menu node: taps are told with the number of their entry, a drag is none")
+TEST_CASE("menu node: taps are reported with the number of their entry, a drag is none")
 {
     Node node(MenuStyle::Ring);
     node.tap(node.entry(2));
@@ -155,7 +156,7 @@ TEST_CASE("menu node: taps are told with the number of their entry, a drag is no
     CHECK(node.taps.size() == 2);
 }
 
-TEST_CASE("menu node: who hears of a tap may take the node away, and nobody need hear")
+TEST_CASE("menu node: a handler of a tap may remove the node, and there need be none")
 {
     TestHost host;
     const auto menu = std::make_shared<Menu>(Menu{entriesNamed(2)});
@@ -168,7 +169,7 @@ TEST_CASE("menu node: who hears of a tap may take the node away, and nobody need
     {
         handlers.closeTapped = [](ContentMenuNode& node) { node.removeFromParent(); };
     }
-    SUBCASE("nobody") {}
+    SUBCASE("no handler") {}
     const bool isHeard = handlers.entryTapped || handlers.closeTapped;
     const Bedrock::IntrusiveWeakPtr<ContentMenuNode> node(
         new ContentMenuNode(&host.mainWidget(), MenuStyle::List, menu, menu->entries, handlers));
@@ -228,7 +229,7 @@ TEST_CASE("menu node: what is put beside an entry of a list stands to the right,
     node.widget->setCenterLocation({1800.f, 500.f});
     CHECK(place().x == doctest::Approx(-100.f - 16.f));
     // Turned by half a turn its left side is what lies to the right.
-    node.widget->setRotationAboutCenter(3.14159265f);
+    node.widget->setRotationAboutCenter(Vecta::kPiOf<float>);
     CHECK(place().x == doctest::Approx(width + 100.f + 16.f));
     // There is room on neither side.
     CHECK(node.widget->placeBeside(2, {1900.f, 100.f}).x == doctest::Approx(width + 950.f + 16.f));
@@ -241,7 +242,7 @@ TEST_CASE("menu node: it opens out of its point, and inside the table's edge whe
     SUBCASE("in the middle of the table")
     {
         node.widget->open({900.f, 500.f}, 0.2f, true);
-        node.host.frame(0.1);
+        node.host.frames(2, 0.05);
         CHECK(node.widget->scale() < 1.f);
         CHECK(node.widget->opacity() < 1.f);
         node.host.frames(2, 0.1);

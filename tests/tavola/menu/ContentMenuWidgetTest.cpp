@@ -5,6 +5,7 @@
 #include <Tavola/Utils.hpp>
 #include <Trellis/ImageWidget.hpp>
 #include <Trellis/TextWidget.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <cmath>
 
@@ -13,7 +14,7 @@ using Vecta::Vector2f;
 
 namespace
 {
-constexpr float kPi = 3.14159265f;
+constexpr float kPi = Vecta::kPiOf<float>;
 
 bool isNear(Vector2f a, Vector2f b, float tolerance = 0.5f)
 {
@@ -92,7 +93,7 @@ TEST_CASE("content menu: a list has its entries below one another, with icon and
     CHECK(textOf(*entries[1]) == "Text");
     CHECK(iconOf(*entries[2]) == table.path(QStringLiteral("icon.png")));
     CHECK(textOf(*entries[2]).isEmpty());
-    // The empty file is no picture, which the pictures say themselves.
+    // The empty file is no picture, of which the pictures warn.
     TestSupport::expectWarningStartingWith("ImageWidget # Failed to load image ");
     CHECK(table.host.frameUntil([&] { return table.host.app().pendingImages() == 0; }));
 }
@@ -127,6 +128,63 @@ TEST_CASE("content menu: an entry launches its content beside it, turned like th
         menu->removeFromParent();
         table.host.frame();
     }
+}
+
+TEST_CASE("content menu: what it launches has its full size when it is first updated")
+{
+    struct Probe final : Trellis::Widget
+    {
+        Probe()
+        {
+            setUpdating(true);
+            setSize({400.f, 300.f});
+            addCSSClass("content");
+        }
+        void update(const Trellis::FrameInfo&) override
+        {
+            if (!isSeen)
+                seen = sceneBounds();
+            isSeen = true;
+        }
+        Vecta::Rect seen;
+        bool isSeen = false;
+    };
+    MenuHost table;
+    table.addComponent<Probe>("probe");
+    const auto menu = table.menu(R"({"entries": [{"text": "Probe", "content": {"component": "probe"}}]})");
+    const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
+    table.host.frames(30);
+    table.tap(MenuHost::entry(*node, 0));
+    table.host.frames(2);
+    REQUIRE(table.launched().size() == 1);
+    const auto& probe = dynamic_cast<Probe&>(*table.launched()[0]);
+    REQUIRE(probe.isSeen);
+    CHECK(probe.scale() < 1.f); // and opens afterwards
+    const Vecta::Rect first = probe.seen;
+    CHECK(first.width == doctest::Approx(400.f));
+    CHECK(first.height == doctest::Approx(300.f));
+    table.host.frames(30);
+    CHECK(probe.sceneBounds() == first);
+}
+
+TEST_CASE("content menu: an entry whose content cannot be made launches nothing, and the others go on")
+{
+    MenuHost table;
+    auto factory = std::make_shared<Tavola::ComponentFactory>();
+    factory->create = [] {
+        return std::make_shared<Tavola::WidgetComponent>(
+            []() -> Bedrock::IntrusivePtr<Trellis::Widget> { throw std::runtime_error("out of pens"); });
+    };
+    table.entries.push_back(table.host.tavola().registerFactory(QStringLiteral("broken"), factory));
+    const auto menu = table.menu(R"({"entries": [
+        {"text": "Broken", "content": {"component": "broken"}},
+        {"text": "Whole", "content": {"component": "panel", "classes": ["content"]}}]})");
+    const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
+    table.host.frames(30);
+    TestSupport::expectError("UIComponent::createInstance # Component 'broken' failed (out of pens)");
+    table.tap(MenuHost::entry(*node, 0));
+    table.tap(MenuHost::entry(*node, 1));
+    CHECK(table.launched().size() == 1);
 }
 
 TEST_CASE("content menu: an entry with entries opens them beside it, and closes them again")
@@ -434,7 +492,7 @@ TEST_CASE("content menu: a style sheet reaches its look")
         "ContentMenuNode .menu-entry { width: 60px; height: 60px } ContentMenuWidget { content-opening-duration: 2 }");
     const auto menu = table.menu(MenuHost::entriesOf(4));
     const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
-    table.host.frame(1.0);
+    table.host.frames(2, 0.5);
     CHECK(node->scale() < 1.f);
     table.host.frame(1.0);
     CHECK(node->scale() == 1.f);
@@ -442,7 +500,7 @@ TEST_CASE("content menu: a style sheet reaches its look")
     CHECK((MenuHost::sceneCenter(MenuHost::entry(*node, 0)) - Vector2f(960.f, 540.f)).length() == doctest::Approx(230.f));
 }
 
-TEST_CASE("content menu: an open menu that nobody touches costs nothing")
+TEST_CASE("content menu: an open menu that is left alone costs nothing")
 {
     MenuHost table;
     const auto menu = table.menu(kTwoLevels);
@@ -458,134 +516,33 @@ TEST_CASE("content menu: an open menu that nobody touches costs nothing")
     CHECK(table.host.app().damage().empty());
 }
 
-TEST_CASE("content menu: what is wrong in its file costs the smallest piece, with its place")
-{
-    struct Row
-    {
-        const char* json;
-        std::vector<const char*> skipped; ///< place and reason
-        int entries;
-    };
-    const Row rows[] = {
-        {R"({"entries": [1, {"text": "A", "content": {"component": "panel"}}]})",
-         {"entries[0]: expected an object such as { \"text\": \"Map\", \"content\": { \"component\": \"picture\" } }"},
-         1},
-        {R"({"entries": [{"text": "A", "content": {"component": "volcano"}}, {"text": "B", "content": {"component": "panel"}}]})",
-         {"entries[0].content: there is no component \"volcano\""},
-         1},
-        {R"({"entries": [{"text": "A", "content": {"component": "panel", "slots": {"s": [{"component": "volcano"}, {"component": "panel"}]}}}]})",
-         {"entries[0].content.slots.s[0]: there is no component \"volcano\""},
-         1},
-        {R"({"entries": [{"text": "A", "icon": "none.png", "content": {"component": "panel"}}]})",
-         {"entries[0].icon: there is no file %FOLDER%/none.png"},
-         1},
-        {R"({"entries": [{"text": 5, "icon": "none.png", "content": {"component": "panel"}}, {"text": "B", "content": {"component": "panel"}}]})",
-         {"entries[0].text: expected a text", "entries[0].icon: there is no file %FOLDER%/none.png",
-          "entries[0]: expected a \"text\" or an \"icon\""},
-         1},
-        {R"({"entries": [{"text": "A"}, {"text": "B", "menu": "a.json", "entries": []}, {"text": "C", "content": {"component": "panel"}}]})",
-         {"entries[0]: expected one of \"entries\", \"menu\" and \"content\"",
-          "entries[1]: expected one of \"entries\", \"menu\" and \"content\""},
-         1},
-        {R"({"entries": [{"text": "A", "content": {"component": "panel", "attributes": {"source": {"file": "none.png"}}}}]})",
-         {"entries[0].content.attributes.source: there is no file %FOLDER%/none.png"},
-         1},
-        {R"({"entries": [{"text": "A", "entries": 3}, {"text": "B", "content": {"component": "panel"}}]})",
-         {"entries[0].entries: expected a list of entries", "entries[0]: it leads to no entries"},
-         1},
-        {R"({"entries": [{"text": "A", "menu": "none.json"}, {"text": "B", "content": {"component": "panel"}}]})",
-         {"entries[0].menu: there is no file %FOLDER%/none.json", "entries[0]: it leads to no entries"},
-         1},
-        {R"({"entries": [{"text": "A", "menu": "broken.json"}, {"text": "B", "content": {"component": "panel"}}]})",
-         {"entries[0].menu: %FOLDER%/broken.json:2:3: unterminated object", "entries[0]: it leads to no entries"},
-         1},
-        {R"({"entires": [], "entries": [{"text": "A", "tip": "x", "content": {"component": "panel"}}]})",
-         {"entires: unknown entry; known are components, entries",
-          "entries[0].tip: unknown entry; known are text, icon, entries, menu, content"},
-         1},
-        {R"({"entries": [{"text": "A", "menu": "menu.json"}, {"text": "B", "content": {"component": "panel"}}]})",
-         {"entries[0].menu: menus include one another in a circle: menu.json > menu.json", "entries[0]: it leads to no entries"},
-         1},
-        {R"({"entries": {}})", {"entries: expected a list of entries"}, 0},
-        {R"({})", {"entries: expected a list of entries"}, 0},
-    };
-    MenuHost table;
-    table.write(QStringLiteral("broken.json"), "{\n  ]");
-    int index = 0;
-    for (const Row& row : rows) {
-        CAPTURE(row.json);
-        const QString file = QStringLiteral("menu.json");
-        for (const char* skipped : row.skipped)
-            expectWarning(
-                QStringLiteral("ContentMenuWidget # %1: %2; it is skipped")
-                    .arg(table.path(file), QString::fromUtf8(skipped).replace(QLatin1String("%FOLDER%"), table.folder.path()))
-                    .toStdString());
-        // Longer by a blank than the row before, so that it is read anew within the same tick of the disk's clock.
-        const auto menu = table.menu(QByteArray(row.json) + QByteArray(1000 + ++index * 700, ' '));
-        const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
-        CHECK(bool(node) == (row.entries > 0));
-        if (node)
-            CHECK(MenuHost::withClass(*node, "menu-entry").size() == std::size_t(row.entries));
-        menu->removeFromParent();
-        table.host.frame();
-    }
-}
-
-TEST_CASE("content menu: files that include one another in a circle are told, and the rest opens")
-{
-    MenuHost table;
-    const QString second = table.write(QStringLiteral("second.json"), R"({"entries": [
-        {"text": "Back", "menu": "menu.json"}, {"text": "Map", "content": {"component": "panel", "classes": ["content"]}}]})");
-    expectWarning(
-        "ContentMenuWidget # " + second.toStdString()
-        + ": entries[0].menu: menus include one another in a circle: menu.json > second.json > menu.json; it is skipped");
-    expectWarning("ContentMenuWidget # " + second.toStdString() + ": entries[0]: it leads to no entries; it is skipped");
-    const auto menu = table.menu(R"({"entries": [{"text": "On", "menu": "second.json"}]})");
-    const auto first = menu->prepare({960.f, 540.f});
-    table.host.frame(1.0);
-    table.tap(MenuHost::entry(*menu->nodeWidget(first), 0));
-    const auto opened = menu->nodeWidget(first + 1);
-    REQUIRE(opened);
-    CHECK(MenuHost::withClass(*opened, "menu-entry").size() == 1);
-}
-
-TEST_CASE("content menu: a file that cannot be read leaves the menu empty, and a menu without one says so")
+TEST_CASE("content menu: one without entries or without a file opens nothing, and goes")
 {
     MenuHost table;
     const auto broken = table.menu("{");
     TestSupport::expectWarningStartingWith("ContentMenuWidget # " + table.path(QStringLiteral("menu.json")).toStdString()
                                            + ":1:1: ");
     CHECK(broken->prepare({960.f, 540.f}) == 0);
-    // What a folder opened and nobody can use goes by itself.
     table.host.frame();
     CHECK_FALSE(broken->parent());
 
     const auto none = Bedrock::makeIntrusive<Tavola::ContentMenuWidget>(&table.host.mainWidget());
     expectWarning("ContentMenuWidget # Menu '' has no file; set its attribute \"menu\"");
     CHECK(none->prepare({960.f, 540.f}) == 0);
-    const QString missing = table.path(QStringLiteral("none.json"));
-    static_cast<Facet::AttributeT<QString>&>(*none->attribute("menu")).setValue(missing);
-    expectWarning("ContentMenuWidget # cannot read the menu " + missing.toStdString()
-                  + " (No such file or directory); the menu stays empty");
-    CHECK(none->prepare({960.f, 540.f}) == 0);
+    table.host.frame();
+    CHECK_FALSE(none->parent());
 }
 
-TEST_CASE("content menu: a file is read once, and again when it has changed")
+TEST_CASE("content menu: opens what its file has when it opens")
 {
     MenuHost table;
-    expectWarning("ContentMenuWidget # " + table.path(QStringLiteral("menu.json")).toStdString()
-                  + ": entries[0]: expected one of \"entries\", \"menu\" and \"content\"; it is skipped");
-    const QByteArray json = R"({"entries": [{"text": "Nothing"}, {"text": "A", "content": {"component": "panel"}}]})";
-    const auto menu = table.menu(json);
-    CHECK(menu->prepare({500.f, 540.f}) > 0);
-    CHECK(menu->prepare({600.f, 540.f}) > 0); // tells nothing
+    const auto menu = table.menu(MenuHost::entriesOf(2));
+    CHECK(MenuHost::withClass(*menu->nodeWidget(menu->prepare({500.f, 540.f})), "menu-entry").size() == 2);
     table.write(QStringLiteral("menu.json"), MenuHost::entriesOf(5));
-    const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
-    REQUIRE(node);
-    CHECK(MenuHost::withClass(*node, "menu-entry").size() == 5);
+    CHECK(MenuHost::withClass(*menu->nodeWidget(menu->prepare({960.f, 540.f})), "menu-entry").size() == 5);
 }
 
-TEST_CASE("content menu: files that are read ahead are not read when a menu opens, and their mistakes are told before")
+TEST_CASE("content menu: files that are read ahead are not read when a menu opens, and their mistakes are reported before")
 {
     MenuHost table;
     table.write(QStringLiteral("inner.json"), R"({"entries": [{"text": "Map", "content": {"component": "panel"}}, 7]})");
@@ -604,7 +561,7 @@ TEST_CASE("content menu: files that are read ahead are not read when a menu open
                   + ": entries[1]: expected an object such as { \"text\": \"Map\", \"content\": { \"component\": \"picture\" } "
                     "}; it is skipped");
     Tavola::ContentMenuWidget::readFiles(folder);
-    // Nothing is told a second time: it is not read again.
+    // Nothing is reported a second time: it is not read again.
     const auto opened = Bedrock::makeIntrusive<Tavola::ContentMenuWidget>(&table.host.mainWidget());
     dynamic_cast<Facet::AttributeT<QString>&>(*opened->attribute("menu")).setValue(table.path(QStringLiteral("inner.json")));
     CHECK(opened->prepare({900.f, 540.f}) != 0);

@@ -6,7 +6,7 @@
 
 namespace DataGathering = Tavola::DataGathering;
 
-TEST_CASE("data gathering: an event says what happened to which widget and card")
+TEST_CASE("data gathering: an event names what happened to which widget and card")
 {
     const auto added = DataGathering::widgetAddedToPersonalSpaceEvent(17, 1001, "Ann", "ann@example.org");
     CHECK(added.type == "widget-added-to-personal-space");

@@ -70,7 +70,7 @@ TEST_CASE("e-mail service: a service of another kind under that type is none")
     CHECK(host.tavola().services()->emailService("") == nullptr);
 }
 
-TEST_CASE("fake e-mail service: messages are recorded, and answered when the test wants it")
+TEST_CASE("fake e-mail service: messages are recorded, and answered when the test does")
 {
     FakeEmailService mail;
     mail.setTemplate("T");
@@ -95,7 +95,7 @@ TEST_CASE("fake e-mail service: messages are recorded, and answered when the tes
     CHECK(mail.sent()[0].recipients.at(0).address.address == "ann@example.org");
 }
 
-TEST_CASE("data gathering: events of e-mails say who and what became of it")
+TEST_CASE("data gathering: events of e-mails name the owner and the outcome")
 {
     namespace DataGathering = Tavola::DataGathering;
     const auto widget = DataGathering::widgetInEmailEvent(7, "Ann", "ann@example.org");

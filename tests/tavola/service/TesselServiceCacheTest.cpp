@@ -6,7 +6,7 @@
 using Tavola::TesselServiceAPI;
 using Properties = TesselServiceAPI::MarkerProperties;
 
-TEST_CASE("marker cache: answers what it was told, and an unregistered card for the rest")
+TEST_CASE("marker cache: answers with what was entered, and with an unregistered card for the rest")
 {
     Tavola::TesselServiceCache cache;
     CHECK_FALSE(cache.isCached(1001));

@@ -66,7 +66,7 @@ TEST_CASE("marker detector: a card that is handed to it has a mark that follows 
     CHECK_FALSE(detector->isUpdating());
 }
 
-TEST_CASE("marker detector: a card that somebody else takes over is marked no more")
+TEST_CASE("marker detector: a card that another widget grabs is marked no more")
 {
     TestHost host;
     const auto detector = makeIntrusive<MarkerDetectorWidget>(host.ui().internalOverlayWidget().get());

@@ -2,6 +2,7 @@
 
 #include <Tavola/ComponentUse.hpp>
 
+#include <QByteArray>
 #include <QJsonValue>
 #include <QStringList>
 
@@ -12,6 +13,7 @@
 namespace Tavola
 {
 class JsonEntries;
+class JsonNumbers;
 
 /// Reads components from a JSON file:
 ///
@@ -19,26 +21,29 @@ class JsonEntries;
 ///       "attributes": { "source": { "file": "media/map.png" } },      // files are named relative to the JSON file
 ///       "slots": { "legend": [ ... components ... ] } }
 ///
-/// A component that is wanted in several places is written once, in the file's object "components" under a name, and used with
+/// A component that is used in several places is written once, in the file's object "components" under a name, and used with
 /// { "use": "name" }; what stands beside "use" is added to it: "id" and single attributes replace, classes and slots add.
-/// Components that contain one another in a circle are told with the place where the circle closes.
+/// Components that contain one another in a circle are reported at the place where the circle closes.
 ///
-/// What is wrong costs the smallest piece: it is reported to `skip` with its place in the file ("widgets[3].attributes.source")
+/// A mistake costs the smallest piece, which is reported to `skip` with its place in the file ("widgets[3].attributes.source")
 /// and the reason. Main thread.
 class TAVOLA_EXPORT ComponentReader
 {
 public:
     using Skip = std::function<void(const QString& place, const QString& why)>;
 
-    /// A file holds at most that many components, each counted as often as it is used.
+    /// Components of one file, each counted as often as it is used.
     static constexpr int kMostComponents = 10000;
-    /// Components are nested at most so deep.
+    /// Levels of components in slots of components.
     static constexpr int kDeepest = 16;
 
     /// `file`: the JSON file.
     ComponentReader(QString file, Skip skip);
 
-    /// Components for which this says no are skipped; without one nobody asks.
+    /// The text of the file, which QJsonDocument has read without an error. With it, numbers in "attributes" keep their digits:
+    /// `10` reaches a text attribute as "10" and `10.50` as "10.50". Call it before everything else.
+    void setText(const QByteArray& json);
+    /// Components for which `isKnown` is false are skipped; without it every name is accepted.
     void setKnown(std::function<bool(const QString& component)> isKnown) { m_isKnown = std::move(isKnown); }
     /// The file's object "components". Read it before everything that may use it.
     void readNamed(const QJsonValue& components);
@@ -68,6 +73,7 @@ private:
     QString m_file;
     QString m_folder;
     Skip m_skip;
+    std::shared_ptr<const JsonNumbers> m_numbers; ///< of the file's text; none without `setText`
     std::function<bool(const QString&)> m_isKnown;
     std::map<QString, Named> m_named;
     QStringList m_beingRead; ///< names, the outermost first

@@ -21,12 +21,12 @@ public:
     explicit DocumentWidget(Trellis::Widget* parent = nullptr);
     ~DocumentWidget() override;
 
-    /// The page that is wanted, from 1; the first or the last one for a page that the document does not have.
+    /// The page to be shown, from 1; the first or the last one for a page that the document does not have.
     [[nodiscard]] int page() const;
     void setPage(int page);
     /// 0 until the document was opened.
     [[nodiscard]] int pageCount() const;
-    /// The wanted page was rendered and shows.
+    /// Whether `page` was rendered and shows.
     [[nodiscard]] bool isLoaded() const;
 
     void renderContent(Lantern::RenderContext& context) const override;

@@ -13,7 +13,7 @@ class Widget;
 
 namespace Tavola
 {
-/// What a drag over a drop listener does.
+/// An event of a drag over a drop listener. A plain record.
 struct DropEvent
 {
     enum Type : std::uint32_t {
@@ -33,7 +33,8 @@ class TAVOLA_EXPORT DropListener
 {
 public:
     virtual ~DropListener();
-    /// Whether the event was taken. Main thread.
+    /// Returns whether the listener accepts: a hover that is refused sends no Leave, and after a refused drop the widget stays
+    /// where it was let go. Called within the frame's input; the listener may remove itself and the widget. Main thread.
     virtual bool dropEvent(const DropEvent& event) = 0;
 };
 }

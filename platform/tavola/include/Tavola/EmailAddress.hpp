@@ -4,7 +4,7 @@
 
 namespace Tavola
 {
-/// Somebody's mailbox. A plain record; nothing is checked before a message is sent.
+/// A mailbox and the name of its owner. A plain record; nothing is checked before a message is sent.
 struct EmailAddress
 {
     QString address; ///< "ann@example.org"

@@ -15,7 +15,7 @@ namespace Tavola
 /// One e-mail before it is sent; made by EmailServiceAPI::createMessage. Moves, does not copy. One thread at a time.
 ///
 /// The opened devices of its attachments belong to the message, and from EmailServiceAPI::send on to the service as well,
-/// which reads them on a thread of its own: whoever sent a message neither reads its devices nor sends it again.
+/// which reads them on a thread of its own: after that call the sender neither reads them nor sends the message again.
 class TAVOLA_EXPORT EmailMessage
 {
 public:
@@ -45,9 +45,9 @@ public:
 
     void setContent(const QString& text);
     void addRecipient(const EmailAddress& recipient, RecipientType type);
-    /// Attaches what `device` gives from its beginning. Takes the device, which is open for reading; a null one is ignored.
+    /// Attaches the bytes of `device` from its beginning; it is open for reading. A null device is ignored.
     void addAttachment(const QString& fileName, std::unique_ptr<QIODevice> device, const QString& mimeType);
-    /// Replaces the service's own subject and sender, which apply while these are empty.
+    /// The subject and the sender; while they are empty, the service's own apply.
     void setSubject(const QString& subject);
     void setSender(const EmailAddress& sender);
 

@@ -19,7 +19,7 @@ public:
         QString error; ///< for people; meaningful when `success` is false
     };
 
-    /// Takes the message over and returns at once, however large its attachments are; they are read later, on a thread of the
+    /// Accepts the message and returns at once, however large its attachments are; they are read later, on a thread of the
     /// service. Success: delivered, or safely kept to be delivered later. The future may be completed on any thread.
     /// Main thread.
     [[nodiscard]] virtual folly::Future<EmailStatus> send(const EmailMessage& message) = 0;

@@ -37,7 +37,8 @@ public:
     /// Describes the content of any widget by its attributes "source", "source-tessel-urls" (which goes first: a document's
     /// file where "source" is its cover), "display-name" and "title"; what has none of these is called by the first line of
     /// its "text". Local files that are there are the record's `files`, the first of them its `file`; web addresses, and files
-    /// that are not there, are its `sources`; `url` stays empty. An empty record where nothing is known. Main thread.
+    /// that are not there, are its `sources`; `url` stays empty. An empty record for a widget without any of these attributes.
+    /// Main thread.
     [[nodiscard]] static FileData widgetData(const Trellis::Widget& widget);
     /// Photographs a widget into a PNG file no larger than `maxSizePx` on either side. With an empty `fileName` the file gets
     /// a name of its own in the table's temporary folder. The picture is drawn before the call returns; writing it happens

@@ -32,9 +32,9 @@ public:
     InputFieldWidget(Trellis::Widget* parent, bool takesFocus);
     ~InputFieldWidget() override;
 
-    /// Without a validator every text is valid.
+    /// Without a validator every text is valid that is not blank.
     void setValidator(std::function<bool(const QString&)> validator);
-    /// Tests the present text; `isValid` tells the outcome.
+    /// Tests the present text; `isValid` gives the outcome.
     void validate();
     /// Outcome of the last `validate`; true before the first.
     [[nodiscard]] bool isValid() const noexcept { return m_valid; }

@@ -17,8 +17,8 @@ namespace Tavola
 ///     table.checkKnown({"width", "smoothing"});
 ///     width = table.positive("width", width, 16384.0);
 ///
-/// What is wrong is told to `skip` with its place in the file ("table.width") and the reason, and the usual value stands, as for
-/// what is not there. Any thread, `skip` is called within the call.
+/// An entry of a wrong kind is reported to `skip` with its place in the file ("table.width") and the reason, and counts as
+/// missing: its usual value is returned. Any thread; `skip` is called within the call.
 class TAVOLA_EXPORT JsonEntries
 {
 public:
@@ -26,7 +26,7 @@ public:
 
     /// `place`: of the object in its file; empty for the outermost.
     JsonEntries(QJsonObject object, QString place, Skip skip);
-    /// What is undefined has no entries; what is no object either, which is told.
+    /// An undefined value has no entries; nor has one that is no object, which is reported.
     [[nodiscard]] static JsonEntries of(const QJsonValue& value, const QString& place, const Skip& skip);
     /// "services" and "mail" make "services.mail".
     [[nodiscard]] static QString joined(const QString& place, const QString& key);
@@ -34,10 +34,10 @@ public:
     [[nodiscard]] const QJsonObject& object() const noexcept { return m_object; }
     [[nodiscard]] QJsonValue value(const QString& key) const { return m_object.value(key); }
     [[nodiscard]] QString placeOf(const QString& key) const { return joined(m_place, key); }
-    /// Tells that an entry is of no use.
+    /// Reports an entry that cannot be used.
     void skip(const QString& key, const QString& why) const { m_skip(placeOf(key), why); }
 
-    /// Tells of what stands beside the entries that are read: mostly a slip of the pen.
+    /// Reports every entry that is not among `known`: mostly a misspelt one.
     void checkKnown(const QStringList& known) const;
 
     [[nodiscard]] QString text(const QString& key, const QString& usual = QString()) const;
@@ -47,7 +47,7 @@ public:
     [[nodiscard]] double positive(const QString& key, double usual, double most) const;
     [[nodiscard]] bool flag(const QString& key, bool usual) const;
     [[nodiscard]] JsonEntries inner(const QString& key) const { return of(value(key), placeOf(key), m_skip); }
-    /// Empty for what is no list. `what`: it is one of, for the message.
+    /// Empty, and reported, for a value that is no list. `what` names its elements in the message: "expected a list of files".
     [[nodiscard]] QJsonArray list(const QString& key, const char* what) const;
 
 private:

@@ -15,8 +15,8 @@ class InputFieldWidget;
 /// has room for it and leaves the field in sight; its keys keep their size on the table when the widget is scaled. A host
 /// with "overflow: hidden" clips it.
 ///
-/// It closes at the enter key (the editor's "editing-finished" tells "enter"), at its hide key ("escape"), when the editor
-/// ends editing for any other reason, and when the field is hidden or taken away.
+/// It closes at the enter key (the reason of the editor's "editing-finished" is "enter"), at its hide key ("escape"), when the
+/// editor ends editing for any other reason, and when the field is hidden or removed.
 ///
 /// CSS type "KeyboardWidget", class "layout-NAME". Attributes: "keyboard-layout" (name), "key-size" (px, never less than
 /// 12 mm on the table), "key-gap" (px), "repeat-delay" and "repeat-interval" (seconds). Its keys have the CSS type
@@ -26,14 +26,14 @@ class InputFieldWidget;
 class TAVOLA_EXPORT KeyboardWidget final : public Trellis::Widget
 {
 public:
-    /// No key is smaller than this, whatever a style sheet says.
+    /// The least size of a key on the table; a smaller "key-size" is raised to it.
     static constexpr float kLeastKeyMm = 12.f;
 
     /// Opens a keyboard for a field that stands on the table; null for one that does not.
     static Bedrock::IntrusivePtr<KeyboardWidget> open(InputFieldWidget& field);
     ~KeyboardWidget() override;
 
-    /// Null when it is gone.
+    /// Null once the field is destroyed.
     [[nodiscard]] Bedrock::IntrusivePtr<InputFieldWidget> field() const;
     /// Fades out, and ends editing where it has not ended yet. May be called more than once.
     void close();
@@ -43,7 +43,7 @@ public:
     /// field, that of the user interface, "en".
     [[nodiscard]] QString layoutName() const;
     [[nodiscard]] bool showsSymbols() const noexcept;
-    /// The first key that types (or says) `text` as things stand, with shift and level as they are; null when there is none.
+    /// The first key that types, or is labelled, `text` with the present shift and level; null when there is none.
     [[nodiscard]] Trellis::Widget* findKey(const QString& text) const;
     [[nodiscard]] Trellis::Widget* findKey(KeyboardKey::Action action) const;
 

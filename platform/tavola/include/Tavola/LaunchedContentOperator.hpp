@@ -9,10 +9,14 @@ namespace Tavola
 /// Opens content that was launched at a point: it grows out of the point to its own size, fading in. Done after its duration.
 /// Main thread.
 ///
+/// Until the end of the first frame that updates it the widget stands, invisible, at its full size in the place where it ends,
+/// so that a widget that inspects its surroundings in its first `update` finds them as they will be; the opening shows from the
+/// next frame on.
+///
 /// Points are in the coordinates of the widget's parent. Relative content ends with its styled location taken as an offset from
-/// the point (turned with the widget, so that a widget that is turned meanwhile ends where the turn takes it); other content
-/// ends with its centre at the point: content whose size is not known yet (a picture that is being read) is waited for, up to
-/// `kLongestWaitSeconds`. A finger that takes the widget meanwhile has it from then on: it grows, and is not moved.
+/// the point, and the offset turns with the widget. Other content ends with its centre at the point, and the operator waits up
+/// to `kLongestWaitSeconds` for a size that is not known yet, as of a picture that is being read. A widget that a finger grabs
+/// meanwhile grows on, and is no longer moved.
 class TAVOLA_EXPORT LaunchedContentOperator final : public Trellis::Operator
 {
 public:
@@ -36,11 +40,18 @@ public:
     void update(Trellis::Widget& widget, const Trellis::FrameInfo& frame) override;
 
 private:
+    enum class Stage {
+        Launched, ///< not updated yet
+        Opening
+    };
+
     void place(Trellis::Widget& widget, float progress);
+    void standAtFullSize(Trellis::Widget& widget);
 
     bool m_relative;
     bool m_keepsOnTable = false;
-    bool m_isTaken = false; ///< by a finger
+    bool m_isTaken = false; ///< grabbed by a finger since the launch
+    Stage m_stage = Stage::Launched;
     Vecta::Vector2T<float> m_point;
     float m_durationSeconds;
     float m_elapsedSeconds = 0.f;

@@ -7,8 +7,8 @@
 
 namespace Tavola
 {
-/// The host's own detector in the internal overlay: takes the cards that nobody on the table knows. It takes none by itself;
-/// they are handed to it by transferring their grab. While such a card lies on the table a mark of class "unknown-card" stands
+/// The host's own detector in the internal overlay, for cards that the marker service does not know. It grabs none by itself;
+/// other widgets transfer their grabs to it. While such a card lies on the table a mark of class "unknown-card" stands
 /// under it. Covers the table. CSS type "MarkerDetectorWidget". Main thread only.
 class TAVOLA_EXPORT MarkerDetectorWidget final : public Trellis::Widget
 {

@@ -10,7 +10,7 @@
 
 namespace Tavola
 {
-/// What a package declares of one component. The schema is read when it is first wanted.
+/// The declaration of one component in a package. Its schema is there after `initComponent`.
 class TAVOLA_EXPORT ComponentDefinition
 {
 public:
@@ -30,6 +30,7 @@ private:
 
 /// The components that a plug-in declares in the JSON file beside it:
 ///     { "package": "frames", "components": { "picture-frame": { "type": "widget", "slots": ["picture"] } } }
+/// "restrictions" beside "slots" lists the attributes without which the component must not be used; see Schema.
 class TAVOLA_EXPORT Package
 {
 public:

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QJsonArray>
 #include <QJsonObject>
+#include <QString>
+#include <QStringList>
 
 namespace Tavola
 {
@@ -15,6 +18,15 @@ public:
     [[nodiscard]] bool isEmpty() const { return m_object.isEmpty(); }
     /// The "type" entry: "widget" or "widget-instance".
     [[nodiscard]] QString type() const { return m_object.value(QLatin1String("type")).toString(); }
+    /// The "restrictions" entry: attributes that keep something out. A component that is given an unusable value for one of
+    /// them is not made at all.
+    [[nodiscard]] QStringList restrictions() const
+    {
+        QStringList names;
+        for (const QJsonValue& name : m_object.value(QLatin1String("restrictions")).toArray())
+            names << name.toString();
+        return names;
+    }
     [[nodiscard]] const QJsonObject& object() const { return m_object; }
 
 private:

@@ -4,7 +4,7 @@
 
 namespace Tavola
 {
-/// A configured connection to something outside; what it can do is found by a dynamic cast to the interface wanted.
+/// A configured connection to the outside; a dynamic cast gives the interface that it implements, such as EmailServiceAPI.
 class TAVOLA_EXPORT ServiceInstance
 {
 public:

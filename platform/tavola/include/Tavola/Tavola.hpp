@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <memory>
+#include <typeinfo>
 
 namespace Trellis
 {
@@ -16,21 +17,19 @@ class Widget;
 
 namespace Tavola
 {
-class MenuFiles;
 class Package;
-class PdfPages;
 class ServiceProvider;
-class SnapshotWriter;
 class UIComponent;
 class UserInterface;
 class WidgetInstance;
 
-/// The application of a table: what plug-ins and host widgets reach everything through. Exists beside a
-/// Trellis::Application, which must be made before it. Main thread only but for what is marked.
+/// The application of a table: components, services, layers and what its widgets share. Exists beside a Trellis::Application,
+/// which must be made before it. Main thread only, except where marked.
 class TAVOLA_EXPORT Tavola : public std::enable_shared_from_this<Tavola>
 {
 public:
-    /// Makes the application and its layers in the toolkit's main layer, and makes it the instance.
+    /// Makes the application with its layers in the toolkit's main layer, and makes it the instance; one that exists already is
+    /// replaced as the instance, with a warning.
     [[nodiscard]] static std::shared_ptr<Tavola> create();
     ~Tavola();
     Tavola(const Tavola&) = delete;
@@ -45,7 +44,7 @@ public:
     [[nodiscard]] ServiceProvider* services() const noexcept;
     [[nodiscard]] UserInterface* ui() const noexcept;
 
-    /// Adds a named factory. A name that is taken already is a warning: the factory that is there stays, and the iterator
+    /// Adds a named factory. A name that is registered already is a warning: the first factory stays, and the iterator
     /// returned is the table's end, which `unregisterFactory` ignores.
     FactoryTable::iterator registerFactory(const QString& name, std::shared_ptr<ComponentFactory> factory);
     void unregisterFactory(FactoryTable::iterator entry);
@@ -61,22 +60,31 @@ public:
     /// The instance of a widget by the widget's node id, or null.
     [[nodiscard]] std::shared_ptr<WidgetInstance> widgetInstance(long widgetId) const;
 
-    /// Tells the operator of an error in the configuration: logs it as an error "Tavola # text" and hands it to the handler.
+    /// The object of class T that this table's widgets share, such as threads or open files: made by T's default constructor
+    /// when it is first asked for, and destroyed with the application after its widgets, the last made first. T's code must
+    /// stay loaded for as long as the application exists.
+    template <class T>
+    [[nodiscard]] T& part()
+    {
+        if (const auto known = findPart(typeid(T)))
+            return *static_cast<T*>(known.get());
+        const auto made = std::make_shared<T>();
+        keepPart(typeid(T), made);
+        return *made;
+    }
+
+    /// Shows the operator an error in the configuration: logs it as an error "Tavola # text" and hands it to the handler.
     void errorMessage(const QString& text);
     void setErrorMessageHandler(std::function<void(const QString&)> handler);
 
 private:
     Tavola();
-    friend class ContentMenuWidget;
-    friend class DocumentWidget;
-    friend class FileRepresentation;
     friend class UIComponent;
     struct Private;
 
     void keepInstance(Trellis::Widget& widget, std::shared_ptr<WidgetInstance> instance);
-    [[nodiscard]] MenuFiles& menuFiles() const noexcept;
-    [[nodiscard]] PdfPages& pdfPages() const noexcept;
-    [[nodiscard]] SnapshotWriter& snapshots() const noexcept;
+    [[nodiscard]] std::shared_ptr<void> findPart(const std::type_info& type) const;
+    void keepPart(const std::type_info& type, std::shared_ptr<void> part);
 
     std::unique_ptr<Private> d;
 };

@@ -17,11 +17,11 @@ class Widget;
 
 namespace Tavola
 {
-/// The marker service: knows which card belongs to whom.
+/// The marker service: the owners of cards.
 class TAVOLA_EXPORT TesselServiceAPI
 {
 public:
-    /// Who owns a card. All three empty: nothing is known.
+    /// The owner of a card. All three are empty for a card without one.
     struct PersonalMarkerProperties
     {
         QString name;
@@ -29,11 +29,11 @@ public:
         QByteArray contentKey; ///< non-empty when the service itself provides the owner's personal widget
     };
 
-    /// What is known of a card.
+    /// The service's record of a card.
     class TAVOLA_EXPORT MarkerProperties
     {
     public:
-        /// Kinds that the table knows; a service may have others.
+        /// Kinds that the table distinguishes; a service may have others.
         static constexpr int kPersonal = 0;
         static constexpr int kUnregistered = 3;
 
@@ -43,7 +43,7 @@ public:
         {
         }
         [[nodiscard]] int type() const noexcept { return m_type; }
-        /// Null where nobody owns the card. Belongs to this record.
+        /// Null for a card without an owner. Belongs to this record.
         [[nodiscard]] const PersonalMarkerProperties* personalProperties() const noexcept
         {
             return m_personal ? &*m_personal : nullptr;
@@ -56,7 +56,7 @@ public:
 
     /// The personal widget that the service provides for a card with a content key, or why there is none. Main thread.
     [[nodiscard]] virtual boost::expected<Bedrock::IntrusivePtr<Trellis::Widget>, QString> personalWidget(unsigned long code) = 0;
-    /// Enters the owner of a card. Blocks; any thread but the main one. False when the service refuses.
+    /// Stores the owner of a card. Blocks; any thread but the main one. False when the service refuses.
     [[nodiscard]] virtual bool registerPersonalMarker(unsigned long code, const QString& name, const QString& email) = 0;
     virtual ~TesselServiceAPI();
 };

@@ -8,7 +8,7 @@
 
 namespace Tavola
 {
-/// What the marker service has told of the cards so far; answers at once. Main thread only.
+/// The cards that the marker service has reported so far, readable at once. Owned by the service provider. Main thread only.
 class TAVOLA_EXPORT TesselServiceCache
 {
 public:
@@ -21,7 +21,7 @@ public:
     void insert(unsigned long code, const TesselServiceAPI::MarkerProperties& properties);
     void remove(unsigned long code);
     void clear();
-    /// Puts `entries` in the place of everything cached; gives back what was. Takes the same time for any number of cards.
+    /// Replaces everything cached by `entries`, and returns the entries replaced. Constant time for any number of cards.
     Entries replace(Entries entries);
 
 private:

@@ -25,17 +25,17 @@ public:
     UserInterface(const UserInterface&) = delete;
     UserInterface& operator=(const UserInterface&) = delete;
 
-    /// The table's ground; takes every touch and card that nothing above it takes.
+    /// The table's ground; grabs every touch and card that no widget above it grabs.
     [[nodiscard]] Bedrock::IntrusivePtr<Trellis::Widget> background() const;
     /// Launched content lives under it.
     [[nodiscard]] Bedrock::IntrusivePtr<Trellis::Widget> mainWidget() const;
-    /// For what must show above all content: drop indicators. Takes no input.
+    /// For widgets above all content, such as drop indicators. Gets no input.
     [[nodiscard]] Bedrock::IntrusivePtr<Trellis::Widget> overlayWidget() const;
-    /// The host's own.
+    /// For the host's own widgets, such as its marker detector.
     [[nodiscard]] Bedrock::IntrusivePtr<Trellis::Widget> internalOverlayWidget() const;
 
-    /// A new widget of a registered component. `style` names the set of looks it is meant for; "main" is the table's own and
-    /// the only one there is (another one is a warning and counts as "main"). Null, with a warning, for a component that is
+    /// A new widget of a registered component. `style` names a set of style sheets; "main" is the only one there is (another one
+    /// is a warning and counts as "main"). Null, with a warning, for a component that is
     /// not registered or whose widget cannot be made.
     [[nodiscard]] Bedrock::IntrusivePtr<Trellis::Widget> createStockWidget(const QString& component, const QByteArray& style);
 
@@ -46,8 +46,7 @@ public:
     /// no positive number is ignored.
     void setPixelPitchMm(float pitchMm);
     [[nodiscard]] float pixelPitchMm() const noexcept;
-    /// The layout of keyboards for which no style says another one; empty means "en", "none" that
-    /// there are none.
+    /// The layout of keyboards for which no style sets another one; empty means "en", and "none" that none opens.
     void setKeyboardLayout(const QString& name);
     [[nodiscard]] QString keyboardLayout() const;
 

@@ -17,7 +17,7 @@ namespace Tavola
 {
 class Component;
 
-/// The host's side of a widget that a component made: knows the component, is told what its slots hold. Always owned by
+/// The host's side of a widget that a component made: refers to the component, and receives what its slots hold. Always owned by
 /// shared pointers; the application keeps it exactly as long as the widget lives. Main thread only.
 class TAVOLA_EXPORT WidgetInstance : public std::enable_shared_from_this<WidgetInstance>
 {
@@ -43,7 +43,7 @@ public:
 private:
     friend class UIComponent;
     std::shared_ptr<Component> m_component;
-    /// Keeps a new widget alive until the frame ends, so that whoever made it can put it into the tree; then weak.
+    /// Keeps a new widget alive until the frame ends, so that its maker can put it into the tree; null afterwards.
     Bedrock::IntrusivePtr<Trellis::Widget> m_newWidget;
     Bedrock::IntrusiveWeakPtr<Trellis::Widget> m_widget;
 };

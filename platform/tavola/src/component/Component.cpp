@@ -1,71 +1,18 @@
 #include <Tavola/Component.hpp>
 
-#include "component/AttributeValues.hpp"
+#include "component/ComponentProperties.hpp"
 
+#include <Bedrock/Guarded.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Facet/Node.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Tavola/WidgetInstance.hpp>
 #include <Trellis/Widget.hpp>
 
-#include <QJsonArray>
-
 #include <algorithm>
 
 namespace Tavola
 {
-namespace
-{
-void warnOfProperty(const Component& component, const QString& property, const QString& what)
-{
-    Bedrock::Trace::warning("UIComponent # Component '%s': property \"%s\": %s; skipped", qUtf8Printable(component.name()),
-                            qUtf8Printable(property), qUtf8Printable(what));
-}
-
-void applyClasses(const Component& component, const QJsonValue& classes, Trellis::Widget& widget)
-{
-    if (classes.isUndefined())
-        return;
-    if (!classes.isArray()) {
-        warnOfProperty(component, QStringLiteral("classes"), QStringLiteral("expected a list of names"));
-        return;
-    }
-    const QJsonArray list = classes.toArray();
-    for (int i = 0; i < list.size(); ++i) {
-        const QString name = list.at(i).toString();
-        if (name.isEmpty())
-            warnOfProperty(component, QStringLiteral("classes[%1]").arg(i), QStringLiteral("expected a name"));
-        else
-            widget.addCSSClass(name.toUtf8());
-    }
-}
-
-void applyProperties(const Component& component, Trellis::Widget& widget)
-{
-    const QJsonObject& properties = component.properties();
-    const QJsonValue id = properties.value(QLatin1String("id"));
-    if (id.isString())
-        widget.setCSSId(id.toString().toUtf8());
-    else if (!id.isUndefined())
-        warnOfProperty(component, QStringLiteral("id"), QStringLiteral("expected a name"));
-
-    applyClasses(component, properties.value(QLatin1String("classes")), widget);
-
-    const QJsonValue attributes = properties.value(QLatin1String("attributes"));
-    if (!attributes.isObject()) {
-        if (!attributes.isUndefined())
-            warnOfProperty(component, QStringLiteral("attributes"), QStringLiteral("expected an object of names and values"));
-        return;
-    }
-    const QJsonObject values = attributes.toObject();
-    for (auto entry = values.begin(); entry != values.end(); ++entry) {
-        QString error;
-        if (!setFromJson(widget, entry.key(), entry.value(), error))
-            warnOfProperty(component, QStringLiteral("attributes.") + entry.key(), error);
-    }
-}
-}
-
 Component::Component() = default;
 
 Component::~Component() = default;
@@ -74,7 +21,12 @@ UIComponent::~UIComponent() = default;
 
 std::shared_ptr<WidgetInstance> UIComponent::createInstance()
 {
-    auto instance = makeInstance();
+    const auto failed = [this](const char* reason) {
+        Bedrock::Trace::error("UIComponent::createInstance # Component '%s' failed (%s)", qUtf8Printable(name()), reason);
+    };
+    std::shared_ptr<WidgetInstance> instance;
+    if (!Bedrock::guarded([&] { instance = makeInstance(); }, failed))
+        return nullptr;
     const auto widget = instance ? instance->widget() : nullptr;
     if (!widget) {
         Bedrock::Trace::warning("UIComponent::createInstance # Component '%s' made no widget", qUtf8Printable(name()));
@@ -82,21 +34,23 @@ std::shared_ptr<WidgetInstance> UIComponent::createInstance()
     }
     if (const auto application = Tavola::instance())
         application->keepInstance(*widget, instance);
-    // The caller has until the end of the frame to put the widget somewhere.
+    // The caller has until the end of the frame to put the widget into the tree.
     Facet::Node::invokeAfterUpdate([weakInstance = std::weak_ptr<WidgetInstance>(instance)] {
         if (const auto made = weakInstance.lock())
             made->m_newWidget.reset();
     });
-
+    bool isWhole = false;
+    if (!Bedrock::guarded([&] { isWhole = applyProperties(*this, *widget); }, failed) || !isWhole) {
+        instance->m_newWidget.reset();
+        return nullptr;
+    }
     m_instances.erase(std::remove_if(m_instances.begin(), m_instances.end(), [](const auto& weak) { return weak.expired(); }),
                       m_instances.end());
     m_instances.push_back(instance);
-
-    applyProperties(*this, *widget);
-    const auto slotsNow = m_slots; // an instance may assign while it is told
+    const auto slotsNow = m_slots; // an instance may assign while it reads its slots
     for (const Slot& slot : slotsNow)
         for (const auto& component : slot.components)
-            instance->componentAddedToSlot(slot.name, component);
+            Bedrock::guarded([&] { instance->componentAddedToSlot(slot.name, component); }, failed);
     return instance;
 }
 

@@ -1,4 +1,7 @@
 #include <Tavola/ComponentReader.hpp>
+
+#include "json/JsonNumbers.hpp"
+
 #include <Tavola/JsonEntries.hpp>
 
 #include <QDir>
@@ -35,8 +38,14 @@ int heightOf(const ComponentUse& use)
 }
 
 ComponentReader::ComponentReader(QString file, Skip skip)
-    : m_file(std::move(file)), m_folder(QFileInfo(m_file).absolutePath()), m_skip(std::move(skip))
+    : m_file(std::move(file)), m_folder(QFileInfo(m_file).absolutePath()), m_skip(std::move(skip)),
+      m_numbers(std::make_shared<JsonNumbers>())
 {
+}
+
+void ComponentReader::setText(const QByteArray& json)
+{
+    m_numbers = std::make_shared<JsonNumbers>(json);
 }
 
 void ComponentReader::readNamed(const QJsonValue& components)
@@ -50,7 +59,7 @@ void ComponentReader::readNamed(const QJsonValue& components)
     const QJsonObject object = components.toObject();
     for (auto it = object.begin(); it != object.end(); ++it)
         m_named[it.key()].value = it.value();
-    // All of them, so that a mistake is told also where nobody uses the component yet. They count where they are used.
+    // All of them, so that a mistake is reported also in a component that is not used yet. They are counted where they are used.
     for (auto& entry : m_named)
         static_cast<void>(named(entry.first, JsonEntries::joined(QStringLiteral("components"), entry.first), 0));
     m_count = 0;
@@ -145,7 +154,7 @@ std::optional<ComponentUse> ComponentReader::named(const QString& name, const QS
         return entry.use;
     }
     if (!entry.use)
-        return std::nullopt; // told where it is written
+        return std::nullopt; // reported at the place where it is written
     return countIn(entry.count, place) ? entry.use : std::nullopt;
 }
 
@@ -158,14 +167,17 @@ void ComponentReader::addEntries(const JsonEntries& entries, const QString& plac
         QJsonArray together = use.properties.value(QLatin1String("classes")).toArray();
         for (const QJsonValue& name : classes.toArray())
             together.append(name);
-        // What is no list is told of when it is applied.
+        // A value that is no list is reported when it is applied.
         use.properties.insert(QStringLiteral("classes"), classes.isArray() ? QJsonValue(together) : classes);
     }
     QJsonObject attributes = use.properties.value(QLatin1String("attributes")).toObject();
     const QJsonObject values = entries.inner(QStringLiteral("attributes")).object();
     for (auto it = values.begin(); it != values.end(); ++it) {
         const QJsonValue attribute = resolved(it.value(), QStringLiteral("%1.attributes.%2").arg(place, it.key()));
-        if (!attribute.isUndefined())
+        use.unusableAttributes.removeAll(it.key());
+        if (attribute.isUndefined())
+            use.unusableAttributes << it.key();
+        else
             attributes.insert(it.key(), attribute);
     }
     use.properties.insert(QStringLiteral("attributes"), attributes);
@@ -182,7 +194,8 @@ void ComponentReader::addEntries(const JsonEntries& entries, const QString& plac
     }
 }
 
-/// Replaces {"file": "media/x.png"} by the absolute path, anywhere in a value. Undefined when a file is missing.
+/// Replaces {"file": "media/x.png"} by the absolute path, and a number by one with its digits, anywhere in a value. Undefined
+/// when a file is missing.
 QJsonValue ComponentReader::resolved(const QJsonValue& value, const QString& place) const
 {
     if (value.isArray()) {
@@ -194,6 +207,10 @@ QJsonValue ComponentReader::resolved(const QJsonValue& value, const QString& pla
                 result.append(item);
         }
         return result;
+    }
+    if (value.isDouble()) {
+        const QString digits = m_numbers->at(place);
+        return digits.isEmpty() ? value : JsonNumbers::withDigits(digits);
     }
     if (!value.isObject())
         return value;

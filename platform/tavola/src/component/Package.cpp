@@ -1,6 +1,6 @@
 #include <Tavola/Package.hpp>
 
-#include "component/JsonText.hpp"
+#include "json/JsonText.hpp"
 
 #include <Bedrock/Trace.hpp>
 
@@ -9,6 +9,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonParseError>
+
+#include <algorithm>
 
 namespace Tavola
 {
@@ -23,14 +25,14 @@ QString complaintAbout(const QJsonValue& declaration)
     const QString type = object.value(QLatin1String("type")).toString();
     if (type != QLatin1String("widget") && type != QLatin1String("widget-instance"))
         return QStringLiteral("\"type\" must be \"widget\" or \"widget-instance\"");
-    const QJsonValue slotNames = object.value(QLatin1String("slots"));
-    if (slotNames.isUndefined())
-        return {};
-    if (!slotNames.isArray())
-        return QStringLiteral("\"slots\" must be a list of names");
-    for (const QJsonValue& slot : slotNames.toArray())
-        if (!slot.isString())
-            return QStringLiteral("\"slots\" must be a list of names");
+    for (const char* key : {"slots", "restrictions"}) {
+        const QJsonValue names = object.value(QLatin1String(key));
+        const QJsonArray list = names.toArray();
+        if (!names.isUndefined() && (!names.isArray() || !std::all_of(list.begin(), list.end(), [](const QJsonValue& name) {
+                return name.isString();
+            })))
+            return QStringLiteral("\"%1\" must be a list of names").arg(QLatin1String(key));
+    }
     return {};
 }
 }

@@ -44,7 +44,7 @@ std::unique_ptr<PluginLoader> PluginLoader::load(const QString& path, QString& e
 
     std::unique_ptr<PluginLoader> plugin(new PluginLoader);
     plugin->m_path = library.absoluteFilePath();
-    // The registrants look their components up while the library loads, so the package comes first.
+    // The registrants read the package while the library loads, so the package comes first.
     const QString packagePath = packagePathOf(library);
     if (QFileInfo::exists(packagePath)) {
         plugin->m_package = Package::load(packagePath);
@@ -58,7 +58,7 @@ std::unique_ptr<PluginLoader> PluginLoader::load(const QString& path, QString& e
     plugin->m_handle = dlopen(QFile::encodeName(plugin->m_path).constData(), RTLD_NOW | RTLD_LOCAL);
     if (!plugin->m_handle) {
         error = loaderReason();
-        return nullptr; // takes the package out again
+        return nullptr; // the destructor removes the package
     }
     return plugin;
 }

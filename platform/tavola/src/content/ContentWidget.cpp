@@ -1,13 +1,12 @@
 #include <Tavola/ContentWidget.hpp>
 
-#include "component/AttributeValues.hpp"
+#include "shared/AttributeDefaults.hpp"
 
 namespace Tavola
 {
 ContentWidget::ContentWidget(Trellis::Widget* parent) : Trellis::ImageWidget(parent)
 {
-    for (const char* freedom : {"movable", "rotatable", "scalable"})
-        setDefault(*this, freedom, "true");
+    setFreeByDefault(*this);
     setCSSType(QByteArrayLiteral("ContentWidget"));
 }
 

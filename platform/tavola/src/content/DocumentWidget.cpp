@@ -1,7 +1,8 @@
 #include <Tavola/DocumentWidget.hpp>
 
-#include "component/AttributeValues.hpp"
 #include "content/PdfPages.hpp"
+#include "shared/AttributeDefaults.hpp"
+#include "shared/TableGeometry.hpp"
 
 #include <Bedrock/LocalPath.hpp>
 #include <Bedrock/Trace.hpp>
@@ -13,17 +14,15 @@
 
 #include <algorithm>
 #include <cmath>
-#include <initializer_list>
-#include <utility>
 
 namespace Tavola
 {
 namespace
 {
 const Facet::EventName kPageLoaded("page-loaded");
-/// Until the page's own are known: those of a sheet of paper.
+/// Height by width of a sheet of paper, used until the page's size is known.
 constexpr float kPaperProportion = 297.f / 210.f;
-/// Pages are asked for in steps of that many pixels, so that a small change of size asks for nothing.
+/// Widths are requested in steps of that many pixels, so that a small change of size requests nothing.
 constexpr int kStepPx = 128;
 }
 
@@ -50,9 +49,9 @@ struct DocumentWidget::DocumentPrivate
     QSizeF pageSize; ///< points; empty until a page is there
     int pageCount = 0;
     int shownPage = 0;  ///< from 1
-    int renderedPx = 0; ///< the width that was asked for
+    int renderedPx = 0; ///< the width requested last
     bool isScheduled = false;
-    PdfPages::Cancel asked; ///< while an answer is owed
+    PdfPages::Cancel asked; ///< while a request is under way
 
     [[nodiscard]] int wantedPage() const
     {
@@ -65,13 +64,11 @@ struct DocumentWidget::DocumentPrivate
     void request();
     void answered(const PdfPages::Outcome& outcome);
     void showPageText();
-    void setShown(Trellis::Widget& widget, bool shown) const;
 };
 
 DocumentWidget::DocumentWidget(Trellis::Widget* parent) : Trellis::Widget(parent), d(std::make_unique<DocumentPrivate>(*this))
 {
-    for (const char* freedom : {"movable", "rotatable", "scalable"})
-        setDefault(*this, freedom, "true");
+    setFreeByDefault(*this);
     setDefault(*this, "background-color", "#ffffff");
     d->cover = Bedrock::makeIntrusive<Trellis::ImageWidget>(this);
     d->cover->addCSSClass("document-cover");
@@ -81,30 +78,24 @@ DocumentWidget::DocumentWidget(Trellis::Widget* parent) : Trellis::Widget(parent
     d->pageText->addCSSClass("document-page");
     d->note = Bedrock::makeIntrusive<Trellis::TextWidget>(this);
     d->note->addCSSClass("document-note");
-    for (const auto& text : {d->pageText, d->note}) {
-        setDefault(*text, "position", "absolute");
-        setDefault(*text, "text-align", "center");
-        setDefault(*text, "font-size", "14");
-    }
-    // Legible on whatever the page shows there.
-    for (const std::pair<const char*, const char*>& entry :
-         std::initializer_list<std::pair<const char*, const char*>>{{"left", "36%"},
-                                                                    {"width", "28%"},
-                                                                    {"bottom", "10"},
-                                                                    {"padding", "2"},
-                                                                    {"color", "#ffffff"},
-                                                                    {"background-color", "#1c2733b0"},
-                                                                    {"border-radius", "10"}})
-        setDefault(*d->pageText, entry.first, entry.second);
-    for (const std::pair<const char*, const char*>& entry : std::initializer_list<std::pair<const char*, const char*>>{
-             {"left", "0"}, {"width", "100%"}, {"top", "40%"}, {"padding", "12"}, {"color", "#4a5866"}})
-        setDefault(*d->note, entry.first, entry.second);
+    for (const auto& text : {d->pageText, d->note})
+        setDefaults(*text, {{"position", "absolute"}, {"text-align", "center"}, {"font-size", "14"}});
+    // Legible over any page.
+    setDefaults(*d->pageText,
+                {{"left", "36%"},
+                 {"width", "28%"},
+                 {"bottom", "10"},
+                 {"padding", "2"},
+                 {"color", "#ffffff"},
+                 {"background-color", "#1c2733b0"},
+                 {"border-radius", "10"}});
+    setDefaults(*d->note, {{"left", "0"}, {"width", "100%"}, {"top", "40%"}, {"padding", "12"}, {"color", "#4a5866"}});
     d->note->textAttribute().setValue(QStringLiteral("This document cannot be shown."), Facet::kDefaultLayer);
     for (const Bedrock::IntrusivePtr<Trellis::Widget>& inside :
          {Bedrock::IntrusivePtr<Trellis::Widget>(d->cover), Bedrock::IntrusivePtr<Trellis::Widget>(d->pageText),
           Bedrock::IntrusivePtr<Trellis::Widget>(d->note)}) {
         inside->setInputEnabled(false); // a finger on it is a finger on the page
-        d->setShown(*inside, false);
+        setShown(*inside, false);
     }
     eventAddOut(kPageLoaded);
     setCSSType("DocumentWidget");
@@ -145,7 +136,7 @@ void DocumentWidget::attributeChanged(Facet::Attribute& attribute)
         d->sourceChanged();
     } else if (&attribute == &d->coverFile) {
         d->cover->load(Bedrock::localPath(d->coverFile.value()));
-        d->setShown(*d->cover, !d->coverFile.value().isEmpty() && d->image.isNull());
+        setShown(*d->cover, !d->coverFile.value().isEmpty() && d->image.isNull());
         requestLayout();
     } else if (&attribute == &d->page) {
         d->showPageText();
@@ -191,7 +182,7 @@ void DocumentWidget::DocumentPrivate::request()
     if (!asked && shownPage == wantedPage() && px <= renderedPx)
         return;
     renderedPx = px;
-    asked = application->pdfPages().request(
+    asked = application->part<PdfPages>().request(
         {Bedrock::localPath(source.value()), wantedPage() - 1, px},
         [weak = Bedrock::IntrusiveWeakPtr<DocumentWidget>(&host)](const PdfPages::Outcome& outcome) {
             if (const auto widget = weak.lock())
@@ -213,7 +204,7 @@ void DocumentWidget::DocumentPrivate::answered(const PdfPages::Outcome& outcome)
     host.setPseudoClass("failed", hasFailed);
     if (hasFailed) {
         const QString told = QStringLiteral("%1: %2").arg(source.value(), outcome.error);
-        if (const auto application = Tavola::instance(); application && application->pdfPages().isFirstFailure(told))
+        if (const auto application = Tavola::instance(); application && application->part<PdfPages>().isFirstFailure(told))
             Bedrock::Trace::warning("DocumentWidget # Cannot show %s; a note stands in its place", qUtf8Printable(told));
         showPageText();
         return;
@@ -231,22 +222,11 @@ void DocumentWidget::DocumentPrivate::showPageText()
         pageText->setText(QStringLiteral("%1 / %2").arg(wantedPage()).arg(pageCount));
 }
 
-void DocumentWidget::DocumentPrivate::setShown(Trellis::Widget& widget, bool shown) const
-{
-    QString error;
-    if (shown)
-        widget.attribute("display")->clearValue(Facet::kUserLayer);
-    else
-        static_cast<void>(setFromJson(widget, QStringLiteral("display"), QStringLiteral("none"), error));
-}
-
-// ---- Size and look ---------------------------------------------------------------------------------------------------
+// ---- Size and drawing ------------------------------------------------------------------------------------------------
 
 int DocumentWidget::DocumentPrivate::wantedPx() const
 {
-    const Vecta::Transform toScene = host.transformToScene();
-    const float scale = std::hypot(toScene.m11, toScene.m21);
-    const float px = std::clamp(host.contentBox().width * scale, 1.f, float(PdfPages::kMostPixels));
+    const float px = std::clamp(host.contentBox().width * sceneScale(host), 1.f, float(PdfPages::kMostPixels));
     return (int(std::ceil(px)) + kStepPx - 1) / kStepPx * kStepPx;
 }
 
@@ -272,14 +252,10 @@ void DocumentWidget::renderContent(Lantern::RenderContext& context) const
     const Vecta::Rect box = contentBox();
     if (box.isEmpty())
         return;
-    const float scale = std::min(box.width / float(d->image.width()), box.height / float(d->image.height()));
-    Vecta::Rect target = box;
-    target.width = float(d->image.width()) * scale;
-    target.height = float(d->image.height()) * scale;
-    target.x += (box.width - target.width) / 2.f;
-    target.y += (box.height - target.height) / 2.f;
+    const Vecta::Rect target = box.fitting({float(d->image.width()), float(d->image.height())});
     context.drawImage(d->image, target, Vecta::Rect(), d->borderRadius.value());
-    // Shown much larger than it was asked for: a larger one is fetched.
+
+    // Shown much larger than it was rendered: requests a larger one.
     if (!d->asked && d->wantedPx() > d->renderedPx)
         d->schedule();
 }

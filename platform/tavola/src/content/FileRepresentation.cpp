@@ -38,7 +38,7 @@ QString absolutePath(const QString& source)
     return QDir::isAbsolutePath(path) ? QDir::cleanPath(path) : QString();
 }
 
-/// Enters one source. A file that is there is listed as a file only and everything else as a source only: whoever makes
+/// Enters one source. A file that exists is listed as a file only, and everything else as a source only: so a message that makes
 /// links of the sources and attachments of the files mentions each once, and no path of this computer becomes a link.
 void addSource(const QString& source, FileRepresentation::FileData& data)
 {
@@ -62,7 +62,7 @@ QString firstWords(const QString& text)
     return line.size() <= kLongest ? line : line.left(kLongest - 1) + QChar(0x2026);
 }
 
-/// What to call content that has no name of its own.
+/// The name of content that has no display name.
 QString nameBySource(const FileRepresentation::FileData& data)
 {
     if (!data.file.isEmpty())
@@ -80,7 +80,7 @@ FileRepresentation::~FileRepresentation() = default;
 FileRepresentation::FileData FileRepresentation::widgetData(const Trellis::Widget& widget)
 {
     FileData data;
-    // The documents behind a widget that shows only their cover.
+    // The documents of a widget that shows only their cover.
     for (const QString& document : listOf(widget, "source-tessel-urls"))
         addSource(document, data);
     if (data.sources.isEmpty() && data.files.isEmpty())
@@ -105,6 +105,6 @@ folly::Future<QString> FileRepresentation::takeWidgetSnapshot(Trellis::Widget& w
     if (image.isNull())
         return folly::makeFuture<QString>(
             std::runtime_error("widget " + std::to_string(widget.id()) + " has no size, there is nothing to photograph"));
-    return application->snapshots().write(std::move(image), fileName);
+    return application->part<SnapshotWriter>().write(std::move(image), fileName);
 }
 }

@@ -1,6 +1,6 @@
 #include <Tavola/LaunchedContentOperator.hpp>
 
-#include "keyboard/TableEdge.hpp"
+#include "shared/TableGeometry.hpp"
 
 #include <Tavola/DocumentWidget.hpp>
 #include <Trellis/FrameInfo.hpp>
@@ -13,6 +13,8 @@ namespace Tavola
 namespace
 {
 constexpr float kSmallest = 0.05f;
+/// Draws nothing, and still counts as visible: a wholly transparent widget takes neither fingers nor cards.
+constexpr float kUnseen = 0.001f;
 
 /// Fast at first, slow at the end.
 float eased(float progress)
@@ -44,25 +46,37 @@ void LaunchedContentOperator::added(Trellis::Widget& widget)
     m_scaleAtEnd = widget.scale();
     m_rotationAtStart = widget.rotation();
     m_offset = widget.location();
-    place(widget, 0.f);
+    standAtFullSize(widget);
 }
 
 void LaunchedContentOperator::removed(Trellis::Widget& widget)
 {
-    // Taken away while the widget was opening: it stays where it is going.
+    // Removed while the widget was opening: it goes to the end of the opening at once.
     place(widget, 1.f);
 }
 
 void LaunchedContentOperator::update(Trellis::Widget& widget, const Trellis::FrameInfo& frame)
 {
-    if (m_elapsedSeconds == 0.f)
-        // How the widget was turned while it was made ready, in the frame of its launch, is not a turn of the opening.
-        m_rotationAtStart = widget.rotation();
     m_elapsedSeconds += frame.dt();
     const float progress = m_durationSeconds > 0.f ? std::min(1.f, m_elapsedSeconds / m_durationSeconds) : 1.f;
+    if (m_stage == Stage::Launched) {
+        // How the widget was turned while it was made ready, in the frame of its launch, is not a turn of the opening.
+        m_rotationAtStart = widget.rotation();
+        m_stage = Stage::Opening;
+        if (progress < 1.f) {
+            standAtFullSize(widget);
+            return;
+        }
+    }
     place(widget, progress);
     if (progress >= 1.f && (m_relative || m_isTaken || isSizeKnown(widget) || m_elapsedSeconds >= kLongestWaitSeconds))
         setDone();
+}
+
+void LaunchedContentOperator::standAtFullSize(Trellis::Widget& widget)
+{
+    place(widget, 1.f);
+    widget.setOpacity(kUnseen);
 }
 
 void LaunchedContentOperator::place(Trellis::Widget& widget, float progress)

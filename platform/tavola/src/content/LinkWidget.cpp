@@ -1,21 +1,19 @@
 #include <Tavola/LinkWidget.hpp>
 
-#include "component/AttributeValues.hpp"
 #include "content/QrPicture.hpp"
+#include "shared/AttributeDefaults.hpp"
 
 #include <Lantern/RenderContext.hpp>
 #include <Trellis/TextWidget.hpp>
 
 #include <QUrl>
 
-#include <algorithm>
-
 namespace Tavola
 {
 namespace
 {
-/// The address as people write it: without scheme, name and password, fragment and trailing slash. Whoever types it arrives
-/// at the same page, so its port and its query stay.
+/// The address as people write it: without scheme, name and password, fragment and trailing slash. Port and query stay, so
+/// that typing it leads to the same page.
 QString shownAddress(const QString& source)
 {
     const QUrl url(source);
@@ -43,15 +41,13 @@ QString hostOf(const QString& source)
 }
 }
 
-/// Shows a QR code, as large as its shorter side; without one it takes no place.
+/// Shows a QR code, as large as the widget's shorter side; hidden without one.
 class LinkWidget::QrWidget final : public Trellis::Widget
 {
 public:
     explicit QrWidget(Trellis::Widget* parent) : Trellis::Widget(parent)
     {
-        setDefault(*this, "width", "96");
-        setDefault(*this, "height", "96");
-        setDefault(*this, "display", "none");
+        setDefaults(*this, {{"width", "96"}, {"height", "96"}, {"display", "none"}});
         setInputEnabled(false);
         addCSSClass("link-qr");
     }
@@ -66,9 +62,9 @@ public:
     void renderContent(Lantern::RenderContext& context) const override
     {
         Widget::renderContent(context);
-        const float side = std::min(width(), height());
-        if (!m_picture.isNull() && side > 0.f)
-            context.drawImage(m_picture, {(width() - side) / 2.f, (height() - side) / 2.f, side, side});
+        const Vecta::Rect box{0.f, 0.f, width(), height()};
+        if (!m_picture.isNull() && !box.isEmpty())
+            context.drawImage(m_picture, box.fitting({1.f, 1.f}));
     }
 
 private:
@@ -77,8 +73,7 @@ private:
 
 LinkWidget::LinkWidget(Trellis::Widget* parent) : Trellis::Widget(parent)
 {
-    for (const char* freedom : {"movable", "rotatable", "scalable"})
-        setDefault(*this, freedom, "true");
+    setFreeByDefault(*this);
     m_title = Bedrock::makeIntrusive<Trellis::TextWidget>(this);
     m_title->addCSSClass(QByteArrayLiteral("link-title"));
     m_address = Bedrock::makeIntrusive<Trellis::TextWidget>(this);

@@ -1,5 +1,8 @@
 #include "drag/DragAndDrop.hpp"
 
+#include "shared/TableGeometry.hpp"
+
+#include <Bedrock/Guarded.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Facet/Attribute.hpp>
 #include <Tavola/DropListener.hpp>
@@ -8,10 +11,9 @@
 #include <Trellis/FrameInfo.hpp>
 #include <Trellis/Operator.hpp>
 #include <Trellis/Widget.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <algorithm>
-#include <cmath>
-#include <exception>
 
 namespace Tavola
 {
@@ -21,7 +23,6 @@ using Trellis::Widget;
 using Vecta::Vector2f;
 
 constexpr float kGlideSeconds = 0.3f;
-constexpr float kFullTurn = 6.2831853f;
 
 const char* const kPlaceAttributes[] = {"location", "rotation", "scale"};
 constexpr int kPlaceAttributeCount = 3;
@@ -49,25 +50,11 @@ void put(Widget& widget, const Place& place)
 Place between(const Place& from, const Place& to, float share)
 {
     return {from.location + (to.location - from.location) * share,
-            from.rotation + std::remainder(to.rotation - from.rotation, kFullTurn) * share,
+            from.rotation + Vecta::shortestTurn(from.rotation, to.rotation) * share,
             from.scale + (to.scale - from.scale) * share};
 }
 
-bool isAncestor(const Widget& ancestor, const Widget& widget)
-{
-    for (const Widget* w = widget.parent(); w; w = w->parent())
-        if (w == &ancestor)
-            return true;
-    return false;
-}
-
-bool isInTree(const Widget& widget)
-{
-    auto* const application = Trellis::Application::instance();
-    return application && isAncestor(*application->mainLayer(), widget);
-}
-
-/// Shown, and not on its way out.
+/// Whether the widget is visible and not fading out.
 bool takesDrops(const Widget& widget)
 {
     for (const Widget* w = &widget; w; w = w->parent())
@@ -76,8 +63,7 @@ bool takesDrops(const Widget& widget)
     return widget.isVisible();
 }
 
-/// The topmost listener under the point in `widget` and what is in it; neither the dragged widget, nor what is in it, nor
-/// what it lies in.
+/// The topmost listener under the point in the subtree of `widget`, without the dragged widget, its children and its ancestors.
 Widget* listenerAt(Widget& widget, const Widget& dragged, Vector2f scenePoint)
 {
     if (&widget == &dragged)
@@ -86,7 +72,7 @@ Widget* listenerAt(Widget& widget, const Widget& dragged, Vector2f scenePoint)
     for (auto child = children.rbegin(); child != children.rend(); ++child)
         if (Widget* found = listenerAt(**child, dragged, scenePoint))
             return found;
-    if (!dynamic_cast<DropListener*>(&widget) || isAncestor(widget, dragged))
+    if (!dynamic_cast<DropListener*>(&widget) || widget.isAncestorOf(dragged))
         return nullptr;
     return widget.isInside(widget.mapFromScene(scenePoint)) && takesDrops(widget) ? &widget : nullptr;
 }
@@ -97,29 +83,29 @@ Widget* listenerAt(const Widget& dragged, Vector2f scenePoint)
     return application ? listenerAt(*application->mainLayer(), dragged, scenePoint) : nullptr;
 }
 
-/// Whether the listener took the event. What it throws stops here.
-bool tell(Widget& listener, const Bedrock::IntrusivePtr<Widget>& dragged, Vector2f scenePoint, DropEvent::Type type)
+/// Sends an event to a listener. Returns whether the listener accepted it; an exception is logged and counts as a refusal.
+bool send(Widget& listener, const Bedrock::IntrusivePtr<Widget>& dragged, Vector2f scenePoint, DropEvent::Type type)
 {
-    try {
-        return dynamic_cast<DropListener&>(listener).dropEvent({dragged, listener.mapFromScene(scenePoint), type});
-    } catch (const std::exception& failure) {
-        Bedrock::Trace::error("DragAndDrop # Drop event %u on %s %ld failed: %s", static_cast<unsigned>(type),
-                              listener.cssType().constData(), listener.id(), failure.what());
-    } catch (...) {
-        Bedrock::Trace::error("DragAndDrop # Drop event %u on %s %ld failed: unknown exception", static_cast<unsigned>(type),
-                              listener.cssType().constData(), listener.id());
-    }
-    return false;
+    bool isAccepted = false;
+    Bedrock::guarded(
+        [&] {
+            isAccepted = dynamic_cast<DropListener&>(listener).dropEvent({dragged, listener.mapFromScene(scenePoint), type});
+        },
+        [&](const char* reason) {
+            Bedrock::Trace::error("DragAndDrop # Drop event %u on %s %ld failed (%s)", static_cast<unsigned>(type),
+                                  listener.cssType().constData(), listener.id(), reason);
+        });
+    return isAccepted;
 }
 }
 
 struct DragAndDrop::Drag
 {
     Bedrock::IntrusivePtr<Widget> widget;
-    Bedrock::IntrusivePtr<Widget> listener; ///< the one that took the last hover, until it has heard Leave
-    Vector2f scenePoint;                    ///< of the drag when it was last heard of
+    Bedrock::IntrusivePtr<Widget> listener; ///< accepted the last hover, and has not been sent Leave
+    Vector2f scenePoint;                    ///< of the drag, at its last event
 
-    // Where the widget stood, and whether it stood there by its run-time layer or by style and flow.
+    // Where the widget stood, and whether its run-time layer or style and flow put it there.
     Bedrock::IntrusiveWeakPtr<Widget> homeParent;
     Place home;
     bool placedAtRunTime[kPlaceAttributeCount] = {};
@@ -130,7 +116,7 @@ struct DragAndDrop::Drag
     Vector2f heldPoint; ///< of the widget: where the fingers held it when they let go
 };
 
-/// What turns DragAndDrop's crank. Not owned by it alone: the main layer may go first.
+/// Updates DragAndDrop once a frame. Shared with the main layer, which may be destroyed first.
 class DragAndDrop::FrameOperator final : public Trellis::Operator
 {
 public:
@@ -204,16 +190,16 @@ void DragAndDrop::forget(const DragPtr& drag)
     m_drags.erase(std::remove(m_drags.begin(), m_drags.end(), drag), m_drags.end());
 }
 
-/// Makes `listener` (or null) the one that the drag hovers over; the one before hears Leave.
+/// Makes `listener` (or null) the one that the drag hovers over, and sends Leave to the one before.
 void DragAndDrop::setListener(const DragPtr& drag, Widget* listener, Vector2f scenePoint)
 {
     if (drag->listener == listener)
         return;
-    // Set first: a listener may end the drag while it is told.
+    // Set first: a listener may end the drag in its handler.
     Bedrock::IntrusivePtr<Widget> left(listener);
     std::swap(left, drag->listener);
     if (left)
-        tell(*left, drag->widget, scenePoint, DropEvent::Leave);
+        send(*left, drag->widget, scenePoint, DropEvent::Leave);
 }
 
 void DragAndDrop::dragBegan(Widget& widget)
@@ -230,11 +216,11 @@ void DragAndDrop::dragMoved(Widget& widget, Vector2f scenePoint, int fingers)
         setListener(drag, nullptr, scenePoint);
     if (!under)
         return;
-    const Bedrock::IntrusivePtr<Widget> listener(under); // may remove itself while it is told
-    const bool taken = tell(*listener, drag->widget, scenePoint, fingers > 1 ? DropEvent::Hover : DropEvent::ValidHover);
-    if (taken)
+    const Bedrock::IntrusivePtr<Widget> listener(under); // may remove itself in its handler
+    const bool accepted = send(*listener, drag->widget, scenePoint, fingers > 1 ? DropEvent::Hover : DropEvent::ValidHover);
+    if (accepted)
         setListener(drag, listener.get(), scenePoint);
-    if (!taken || find(widget) != drag) // refused, or the drag ended meanwhile
+    if (!accepted || find(widget) != drag) // refused, or the drag ended meanwhile
         setListener(drag, nullptr, scenePoint);
 }
 
@@ -244,7 +230,7 @@ void DragAndDrop::dragEnded(Widget& widget, Vector2f scenePoint, bool cancelled)
     if (!drag || drag->isGliding)
         return;
     drag->scenePoint = scenePoint;
-    Widget* const under = cancelled || !isInTree(widget) ? nullptr : listenerAt(widget, scenePoint);
+    Widget* const under = cancelled || !isOnTable(widget) ? nullptr : listenerAt(widget, scenePoint);
     if (drag->listener && drag->listener != under)
         setListener(drag, nullptr, scenePoint);
     if (under)
@@ -255,10 +241,10 @@ void DragAndDrop::dragEnded(Widget& widget, Vector2f scenePoint, bool cancelled)
 
 void DragAndDrop::drop(const DragPtr& drag, Widget& under, Vector2f scenePoint)
 {
-    const Bedrock::IntrusivePtr<Widget> listener(&under); // may remove itself while it is told
+    const Bedrock::IntrusivePtr<Widget> listener(&under); // may remove itself in its handler
     Widget& widget = *drag->widget;
     drag->heldPoint = widget.mapFromScene(scenePoint);
-    if (!tell(*listener, drag->widget, scenePoint, DropEvent::Drop)) {
+    if (!send(*listener, drag->widget, scenePoint, DropEvent::Drop)) {
         setListener(drag, nullptr, scenePoint);
         forget(drag);
         return;
@@ -267,7 +253,7 @@ void DragAndDrop::drop(const DragPtr& drag, Widget& under, Vector2f scenePoint)
     widget.stopMotion();
     const auto homeParent = drag->homeParent.lock();
     if (!homeParent || widget.parent() != homeParent.get()) {
-        // Whoever moved it elsewhere in the tree has decided where it stands now.
+        // The listener has moved it elsewhere in the tree, where it stays.
         setListener(drag, nullptr, scenePoint);
         forget(drag);
         return;
@@ -288,15 +274,15 @@ void DragAndDrop::watch()
 
 void DragAndDrop::update(float dtSeconds)
 {
-    // By index, from the end: a listener that is told may end this drag and others.
+    // By index, from the end: a listener may end this drag and others.
     for (std::size_t i = m_drags.size(); i-- > 0;) {
         if (i >= m_drags.size())
             continue;
         const DragPtr drag = m_drags[i];
-        if (drag->listener && !isInTree(*drag->listener))
+        if (drag->listener && !isOnTable(*drag->listener))
             setListener(drag, nullptr, drag->scenePoint);
-        // A drag whose widget left the tree, or whose fingers went to somebody else, does not end by itself.
-        if (!isInTree(*drag->widget) || (!drag->isGliding && !drag->widget->isHeld())) {
+        // A drag whose widget left the tree, or whose fingers were grabbed by another widget, has no end event.
+        if (!isOnTable(*drag->widget) || (!drag->isGliding && !drag->widget->isHeld())) {
             setListener(drag, nullptr, drag->scenePoint);
             forget(drag);
         } else if (drag->isGliding) {
@@ -314,7 +300,7 @@ void DragAndDrop::glide(const DragPtr& drag, float dtSeconds)
         return;
     }
     if (widget.isHeld())
-        return; // a finger stops it; it goes on when it is let go without having been dragged
+        return; // a finger stops it; it goes on when the finger leaves without having dragged it
     drag->glideSeconds += dtSeconds;
     const float share = std::min(1.f, drag->glideSeconds / kGlideSeconds);
     const bool isHome = share >= 1.f;

@@ -16,15 +16,16 @@ class Widget;
 
 namespace Tavola
 {
-/// Makes drag and drop of the toolkit's drags: tells drop listeners of what hovers over them and is dropped on them, and
-/// brings a widget home after a drop was accepted.
+/// Makes drag and drop of the toolkit's drags: sends drop events to the listeners under a drag, and brings a widget home after
+/// a drop was accepted.
 ///
-///     dragged --(over a listener)--> hovering --(let go, accepted)--> gliding --(at home)--> forgotten
+///     dragged --(over a listener)--> hovering --(let go, accepted)--> gliding --(at home)--> ended
 ///        |                             |                                |
-///        '--(let go)--> forgotten      '--(moved off)--> dragged        '--(touched and moved)--> dragged, same home
+///        '--(let go)--> ended          '--(moved off)--> dragged        '--(touched and moved)--> dragged, same home
 ///
-/// A listener that took a hover hears exactly one Leave for it: when the drag moves off, is cancelled or refused later,
+/// A listener that accepted a hover is sent exactly one Leave for it: when the drag moves off, is cancelled or refused later,
 /// when the widget has glided off it after a drop, or when one of the two leaves the tree. Both are kept alive until then.
+/// Owned by the application; main thread only.
 class DragAndDrop final : public Trellis::DragObserver
 {
 public:
@@ -47,7 +48,7 @@ private:
     void forget(const DragPtr& drag);
     void setListener(const DragPtr& drag, Trellis::Widget* listener, Vecta::Vector2f scenePoint);
     void drop(const DragPtr& drag, Trellis::Widget& listener, Vecta::Vector2f scenePoint);
-    /// Each frame while there is anything to watch: glides, and widgets that have left the tree.
+    /// Each frame while there are drags: moves gliding widgets, and ends the drags of widgets that have left the tree.
     void update(float dtSeconds);
     void glide(const DragPtr& drag, float dtSeconds);
     void watch();

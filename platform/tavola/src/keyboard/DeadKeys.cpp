@@ -6,7 +6,7 @@ namespace Tavola
 {
 namespace
 {
-/// The mark that combines, or null.
+/// The combining character of an accent, or null.
 QChar combining(const QString& accent)
 {
     if (accent.size() != 1)
@@ -29,7 +29,7 @@ bool DeadKeys::isAccent(const QString& text)
 
 QString DeadKeys::press(const QString& accent)
 {
-    const QString before = take();
+    const QString before = release();
     if (before == accent)
         return accent;
     m_pending = accent;
@@ -40,15 +40,15 @@ QString DeadKeys::join(const QString& text)
 {
     if (!isPending())
         return text;
-    const QString accent = take();
+    const QString accent = release();
     if (text == QLatin1String(" "))
         return accent;
     const QString joined = (text + combining(accent)).normalized(QString::NormalizationForm_C);
-    // Where Unicode has no such letter the mark would only hang over the next one.
+    // Where Unicode has no such letter the combining character would stand over the next one.
     return joined.size() == text.size() ? joined : accent + text;
 }
 
-QString DeadKeys::take()
+QString DeadKeys::release()
 {
     return std::exchange(m_pending, QString());
 }

@@ -4,7 +4,8 @@
 
 namespace Tavola
 {
-/// An accent that waits for its letter. What cannot join is typed one after the other: nothing is lost.
+/// An accent that is pending until the next letter joins it. An accent and a text that cannot join are typed one after the
+/// other, so that no press is lost.
 class DeadKeys
 {
 public:
@@ -13,13 +14,14 @@ public:
 
     [[nodiscard]] bool isPending() const noexcept { return !m_pending.isEmpty(); }
     [[nodiscard]] const QString& pending() const noexcept { return m_pending; }
-    /// An accent key was pressed. Gives what is typed now: the accent itself when it is pressed twice, otherwise the one
-    /// that waited before, if any.
+
+    /// For the press of an accent key. Returns what is typed now: the accent itself when it is pressed twice, otherwise the one
+    /// that was pending before, if any.
     [[nodiscard]] QString press(const QString& accent);
-    /// What is typed for `text` behind a waiting accent: é for ´ and e, the accent itself for a blank.
+    /// Returns what is typed for `text` after a pending accent: é for ´ and e, the accent itself for a blank.
     [[nodiscard]] QString join(const QString& text);
-    /// The waiting accent as a character of its own; nothing waits any more.
-    [[nodiscard]] QString take();
+    /// Returns the pending accent as a character of its own; none is pending afterwards.
+    [[nodiscard]] QString release();
     void forget() { m_pending.clear(); }
 
 private:

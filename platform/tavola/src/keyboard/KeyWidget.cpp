@@ -1,7 +1,7 @@
 #include "keyboard/KeyWidget.hpp"
 
-#include "component/AttributeValues.hpp"
 #include "keyboard/KeyIcon.hpp"
+#include "shared/AttributeDefaults.hpp"
 
 #include <algorithm>
 
@@ -30,16 +30,16 @@ const char* className(Action action)
     return "key-gap";
 }
 
-struct Look
+struct KeyColors
 {
     const char* ground;
     const char* pressedGround;
     const char* sign;
 };
 
-Look lookOf(Action action, KeyWidget::Lit lit)
+KeyColors colorsOf(Action action, ShiftState::Mode lit)
 {
-    if (lit != KeyWidget::Lit::No)
+    if (lit != ShiftState::Mode::Off)
         return {"#dfe6ee", "#ffffff", "#1c232c"};
     switch (action) {
     case Action::Text:
@@ -60,13 +60,14 @@ KeyWidget::KeyWidget(Trellis::Widget* keyboard, KeyboardKey key) : Trellis::Text
     addCSSClass(className(m_key.action));
     if (m_key.width > 1.f)
         addCSSClass(QByteArrayLiteral("key-wide"));
-    setDefault(*this, "position", "absolute");
-    setDefault(*this, "text-align", "center");
-    setDefault(*this, "vertical-align", "middle");
-    setDefault(*this, "max-lines", "1");
-    setDefault(*this, "border-radius", "8px");
+    setDefaults(*this,
+                {{"position", "absolute"},
+                 {"text-align", "center"},
+                 {"vertical-align", "middle"},
+                 {"max-lines", "1"},
+                 {"border-radius", "8px"}});
     setHoldsFingers(true);
-    look();
+    updateColors();
     eventAddListener("finger-down", [this] { fingerDown(); });
     eventAddListener("finger-up", [this] { fingerUp(); });
 }
@@ -77,7 +78,7 @@ void KeyWidget::fingerDown()
 {
     ++m_fingers;
     setPseudoClass(QByteArrayLiteral("pressed"), true);
-    look();
+    updateColors();
     if (const auto call = onPress)
         call(*this);
 }
@@ -85,7 +86,7 @@ void KeyWidget::fingerDown()
 void KeyWidget::fingerUp()
 {
     if (m_fingers > 0 && --m_fingers == 0)
-        letGo();
+        release();
 }
 
 void KeyWidget::checkFingers()
@@ -93,33 +94,33 @@ void KeyWidget::checkFingers()
     if (m_fingers == 0 || isHeld())
         return;
     m_fingers = 0;
-    letGo();
+    release();
 }
 
-void KeyWidget::letGo()
+void KeyWidget::release()
 {
     repeatAt = 0.0;
     setPseudoClass(QByteArrayLiteral("pressed"), false);
-    look();
+    updateColors();
     if (const auto call = onRelease)
         call(*this);
 }
 
-void KeyWidget::setLit(Lit lit)
+void KeyWidget::setLit(ShiftState::Mode lit)
 {
     if (m_lit == lit)
         return;
     m_lit = lit;
-    setPseudoClass(QByteArrayLiteral("lit"), lit != Lit::No);
-    setPseudoClass(QByteArrayLiteral("locked"), lit == Lit::Locked);
-    look();
+    setPseudoClass(QByteArrayLiteral("lit"), lit != ShiftState::Mode::Off);
+    setPseudoClass(QByteArrayLiteral("locked"), lit == ShiftState::Mode::Locked);
+    updateColors();
     requestRedraw();
 }
 
-/// What the key looks like where no style sheet says so.
-void KeyWidget::look()
+/// The colours that show where no style sheet sets others.
+void KeyWidget::updateColors()
 {
-    const Look now = lookOf(m_key.action, m_lit);
+    const KeyColors now = colorsOf(m_key.action, m_lit);
     setDefault(*this, "background-color", isPressed() ? now.pressedGround : now.ground);
     setDefault(*this, "color", now.sign);
 }
@@ -132,7 +133,7 @@ bool KeyWidget::isInside(Vecta::Vector2f point) const
 
 bool KeyWidget::shouldGrab(Trellis::GrabManager& grabManager, Tactile::TrackedObject object) const
 {
-    // A card that is put down here is meant for what lies below.
+    // A card that is put down on a key goes to the widget below the keyboard.
     return object.isFinger() && Trellis::TextWidget::shouldGrab(grabManager, object);
 }
 
@@ -144,6 +145,6 @@ void KeyWidget::renderContent(Lantern::RenderContext& context) const
     const auto& color = static_cast<const Facet::AttributeT<Bedrock::Color>&>(*attribute(QByteArrayLiteral("color")));
     const Vecta::Vector2f extent = size();
     KeyIcon::draw(context, m_key.action, {0.f, 0.f, extent.x, extent.y}, std::min(extent.x, extent.y) * kIconShare, color.value(),
-                  m_lit == Lit::Locked);
+                  m_lit == ShiftState::Mode::Locked);
 }
 }

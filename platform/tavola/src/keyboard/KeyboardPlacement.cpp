@@ -13,7 +13,7 @@ using Vecta::Vector2f;
 
 constexpr float kTouchesPx = 0.5f;
 
-Vector2f beside(const Situation& s, Side side)
+Vector2f beside(const Request& s, Side side)
 {
     const Vector2f middle = (s.anchor - s.keyboard) * 0.5f;
     switch (side) {
@@ -36,7 +36,7 @@ float inwards(float from, float extent, float room)
 }
 }
 
-Place find(const Situation& s, std::optional<Side> now)
+Place find(const Request& s, std::optional<Side> now)
 {
     const auto turn = Vecta::Transform::rotation(s.angleRadians);
     Place best{Side::Below, {}};
@@ -58,7 +58,7 @@ Place find(const Situation& s, std::optional<Side> now)
     if (attempt(Side::Below) < kTouchesPx && leastCovered <= 0.f)
         return best;
     if (now && *now != Side::Below) {
-        // Not to and fro while the space is moved along the edge.
+        // Keeps its side while the space is moved along the edge.
         const Place below = best;
         const float coveredBelow = leastCovered;
         leastCovered = std::numeric_limits<float>::max();

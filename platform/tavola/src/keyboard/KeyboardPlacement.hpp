@@ -12,8 +12,8 @@ namespace KeyboardPlacement
 {
 enum class Side { Below, Above, Right, Left };
 
-/// All but `table` as seen with the angle turned upright, from the anchor's top left corner.
-struct Situation
+/// All but `table` in coordinates that are turned by the angle and begin at the anchor's top left corner.
+struct Request
 {
     Vecta::Vector2f origin; ///< the anchor's top left corner on the table
     float angleRadians = 0.f;
@@ -23,7 +23,7 @@ struct Situation
     Vecta::Vector2f table;
     float gap = 0.f; ///< between the two
 
-    friend bool operator==(const Situation& a, const Situation& b)
+    friend bool operator==(const Request& a, const Request& b)
     {
         return a.origin == b.origin && a.angleRadians == b.angleRadians && a.anchor == b.anchor && a.field == b.field
             && a.keyboard == b.keyboard && a.table == b.table && a.gap == b.gap;
@@ -38,6 +38,6 @@ struct Place
 
 /// Below the anchor where that is possible; otherwise as `now`, below, above, right or left, moved inwards as far as it
 /// sticks out of the table and the field is not covered; otherwise where the field is covered least.
-[[nodiscard]] Place find(const Situation& situation, std::optional<Side> now);
+[[nodiscard]] Place find(const Request& request, std::optional<Side> now);
 }
 }

@@ -1,13 +1,12 @@
 #include "keyboard/KeyboardPrivate.hpp"
 
-#include "component/AttributeValues.hpp"
+#include "keyboard/KeyGrid.hpp"
 
 #include <Bedrock/Trace.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Tavola/UserInterface.hpp>
 #include <Trellis/Application.hpp>
 #include <Trellis/TextEditWidget.hpp>
-#include <Vecta/Transform.hpp>
 
 #include <QKeyEvent>
 
@@ -17,13 +16,10 @@ namespace Tavola
 {
 using Bedrock::IntrusivePtr;
 using Trellis::Widget;
-using Vecta::Vector2f;
 using Action = KeyboardKey::Action;
 
 namespace
 {
-constexpr double kDoubleTapSeconds = 0.4;
-constexpr float kBesidePx = 14.f; ///< between the keyboard and what it belongs to
 constexpr float kLeastRepeatSeconds = 0.02f;
 const QString kFallbackLayout = QStringLiteral("en");
 
@@ -36,22 +32,6 @@ double now()
 bool repeats(Action action)
 {
     return action == Action::Backspace || action == Action::Left || action == Action::Right;
-}
-
-float sceneScale(const Widget* widget)
-{
-    float scale = 1.f;
-    for (; widget; widget = widget->parent())
-        scale *= widget->scale();
-    return scale;
-}
-
-float sceneAngle(const Widget* widget)
-{
-    float angle = 0.f;
-    for (; widget; widget = widget->parent())
-        angle += widget->rotation();
-    return angle;
 }
 
 void setFontSize(Widget& key, float sizePx)
@@ -94,7 +74,7 @@ float KeyboardWidget::Private::keySizePx() const
 
 void KeyboardWidget::Private::dropKeys()
 {
-    // From a copy: what takes the fingers away may call back.
+    // From a copy: ending the fingers may call back.
     const auto dropped = std::move(keys);
     keys.clear();
     for (const auto& key : dropped) {
@@ -122,42 +102,20 @@ void KeyboardWidget::Private::build()
         host.addCSSClass("layout-" + layout.name.toUtf8());
     }
     dropKeys();
-
     const float side = keySizePx();
     const float gap = std::clamp(keyGap.value(), 0.f, side);
-    const float border = gap * 2.f;
-    const KeyboardLayout::Rows& rows = symbols && !layout.symbols.empty() ? layout.symbols : layout.letters;
-    // A key of n widths covers n keys and the gaps between them.
-    const auto extent = [&](float width) { return width * (side + gap) - gap; };
-    float widest = 0.f;
-    std::vector<float> widths;
-    for (const auto& row : rows) {
-        float width = 0.f;
-        for (const KeyboardKey& key : row)
-            width += key.width;
-        widths.push_back(width);
-        widest = std::max(widest, width);
+    const KeyGrid grid = KeyGrid::of(symbols && !layout.symbols.empty() ? layout.symbols : layout.letters, side, gap);
+    for (const KeyGrid::Place& place : grid.keys) {
+        auto made = Bedrock::makeIntrusive<KeyWidget>(&host, *place.key);
+        made->postConstruct();
+        made->setLocation({place.rect.x, place.rect.y});
+        made->setSize({place.rect.width, place.rect.height});
+        made->setReach(gap / 2.f);
+        made->onPress = [this](KeyWidget& widget) { pressed(widget); };
+        made->onRelease = [this](KeyWidget& widget) { released(widget); };
+        keys.push_back(std::move(made));
     }
-    float y = border;
-    for (std::size_t r = 0; r < rows.size(); ++r) {
-        float x = border + (widest - widths[r]) * (side + gap) / 2.f;
-        for (const KeyboardKey& key : rows[r]) {
-            if (key.action != Action::Gap) {
-                auto made = Bedrock::makeIntrusive<KeyWidget>(&host, key);
-                made->postConstruct();
-                made->setLocation({x, y});
-                // A key narrower than a letter would be too small for a finger.
-                made->setSize({std::max(extent(key.width), side), side});
-                made->setReach(gap / 2.f);
-                made->onPress = [this](KeyWidget& widget) { pressed(widget); };
-                made->onRelease = [this](KeyWidget& widget) { released(widget); };
-                keys.push_back(std::move(made));
-            }
-            x += key.width * (side + gap);
-        }
-        y += side + gap;
-    }
-    host.setSize({extent(widest) + 2.f * border, y - gap + border});
+    host.setSize(grid.size);
     label();
 }
 
@@ -165,7 +123,7 @@ QString KeyboardWidget::Private::typed(const KeyboardKey& key) const
 {
     switch (key.action) {
     case Action::Text:
-    case Action::Dead: return shift != Shift::No ? key.shifted : key.text;
+    case Action::Dead: return shift.isOn() ? key.shifted : key.text;
     case Action::Space: return key.text;
     case Action::Language: return layout.label;
     case Action::Symbols: return symbols ? QStringLiteral("ABC") : QStringLiteral("?123");
@@ -182,9 +140,10 @@ void KeyboardWidget::Private::label()
         setFontSize(*key, side * (isWord ? 0.34f : action == Action::Dead ? 0.62f : 0.46f));
         key->setText(action == Action::Space ? layout.title : typed(key->key()));
         if (action == Action::Shift)
-            key->setLit(shift);
+            key->setLit(shift.mode());
         else if (action == Action::Dead)
-            key->setLit(accents.isPending() && accents.pending() == typed(key->key()) ? Shift::Once : Shift::No);
+            key->setLit(accents.isPending() && accents.pending() == typed(key->key()) ? ShiftState::Mode::Once
+                                                                                      : ShiftState::Mode::Off);
     }
 }
 
@@ -205,14 +164,11 @@ void KeyboardWidget::Private::pressed(KeyWidget& widget)
 
 void KeyboardWidget::Private::released(KeyWidget& widget)
 {
-    if (widget.key().action != Action::Shift || !typedWhileShiftHeld)
-        return;
-    typedWhileShiftHeld = false;
-    shift = Shift::No;
-    label();
+    if (widget.key().action == Action::Shift && shift.release())
+        label();
 }
 
-/// Whoever hears of the change may take everything away, the keyboard included: nothing is touched after it.
+/// A listener of the change may remove everything, the keyboard included: nothing is touched after it.
 void KeyboardWidget::Private::act(const KeyboardKey& key)
 {
     switch (key.action) {
@@ -227,14 +183,14 @@ void KeyboardWidget::Private::act(const KeyboardKey& key)
         const QString text = accents.press(typed(key));
         letterDone();
         if (symbols && accents.isPending()) {
-            // The letter that it joins comes next.
+            // The letter that the accent joins comes next.
             symbols = false;
             build();
         }
         insert(text);
         return;
     }
-    case Action::Shift: return actShift();
+    case Action::Shift: shift.press(now()); return label();
     case Action::Backspace:
         if (accents.isPending()) {
             accents.forget();
@@ -244,15 +200,14 @@ void KeyboardWidget::Private::act(const KeyboardKey& key)
     case Action::Enter:
     case Action::Left:
     case Action::Right: {
-        const QString text = accents.take();
+        const QString text = accents.release();
         label();
         insert(text);
         return sendKey(key.action == Action::Enter ? Qt::Key_Return : key.action == Action::Left ? Qt::Key_Left : Qt::Key_Right);
     }
     case Action::Symbols:
         symbols = !symbols;
-        shift = Shift::No;
-        typedWhileShiftHeld = false;
+        shift.reset();
         return build();
     case Action::Language: return nextLanguage();
     case Action::Hide: return sendKey(Qt::Key_Escape);
@@ -260,28 +215,10 @@ void KeyboardWidget::Private::act(const KeyboardKey& key)
     }
 }
 
-void KeyboardWidget::Private::actShift()
-{
-    const double time = now();
-    const bool again = shiftPressedAt >= 0.0 && time - shiftPressedAt < kDoubleTapSeconds;
-    shiftPressedAt = time;
-    typedWhileShiftHeld = false;
-    if (shift == Shift::No)
-        shift = Shift::Once;
-    else
-        shift = shift == Shift::Once && again ? Shift::Locked : Shift::No;
-    label();
-}
-
 void KeyboardWidget::Private::letterDone()
 {
-    const bool isHeld = std::any_of(keys.begin(), keys.end(),
-                                    [](const auto& key) { return key->key().action == Action::Shift && key->isPressed(); });
-    if (shift == Shift::Once && isHeld)
-        typedWhileShiftHeld = true;
-    else if (shift == Shift::Once)
-        shift = Shift::No;
-    shiftPressedAt = -1.0;
+    shift.letterTyped(std::any_of(keys.begin(), keys.end(),
+                                  [](const auto& key) { return key->key().action == Action::Shift && key->isPressed(); }));
     label();
 }
 
@@ -291,7 +228,7 @@ void KeyboardWidget::Private::nextLanguage()
     const QStringList names = KeyboardLayout::names();
     if (!input || names.isEmpty())
         return;
-    // Remembered by the field: the keyboard that opens next has it too.
+    // Kept in the field, so that the keyboard that opens next has it, too.
     input->keyboardLayout().setValue(names.at((names.indexOf(layout.name) + 1) % names.size()));
     build();
 }
@@ -320,7 +257,7 @@ void KeyboardWidget::Private::repeat(double timeSeconds)
     for (std::size_t i = 0; i < keys.size(); ++i) {
         const auto key = keys[i];
         key->checkFingers();
-        // Letting go, and a level that changes, end it.
+        // A release ends it, and so does a change of level.
         while (!closing && key->repeatAt > 0.0 && key->isPressed() && key->repeatAt <= timeSeconds && key->parent() == &host) {
             key->repeatAt += interval;
             act(key->key());
@@ -338,7 +275,7 @@ void KeyboardWidget::Private::listen()
     editor = input->editor();
     input->editor()->setOwnKeyboard(true);
     finishedListener = input->editor()->eventAddListener("editing-finished", [this] {
-        // Somebody may have begun anew when the end was told.
+        // Another listener may have begun editing again.
         const auto now = field.lock();
         if (!now || !now->editor()->isEditing())
             host.close();
@@ -356,7 +293,7 @@ void KeyboardWidget::Private::fieldLeft()
     stopListening();
     if (closing)
         return;
-    // Not here: listeners must not hear of it while widgets around the field are being destroyed.
+    // After the update: no listener may run while widgets around the field are being destroyed.
     Facet::Node::invokeAfterUpdate([weak = field] {
         const auto input = weak.lock();
         if (input && !input->keyboard())
@@ -373,35 +310,9 @@ bool KeyboardWidget::Private::isServing() const
 
 void KeyboardWidget::Private::place()
 {
-    const auto* const application = Trellis::Application::instance();
     const auto input = field.lock();
     const Widget* const carrier = host.parent();
-    if (!application || !input || !carrier)
-        return;
-    const Widget& anchor = standsByField ? static_cast<const Widget&>(*input) : *carrier;
-    const float scale = sceneScale(&anchor);
-    const float carrierScale = sceneScale(carrier);
-    if (scale <= 0.f || carrierScale <= 0.f)
-        return;
-    KeyboardPlacement::Situation situation;
-    situation.origin = anchor.mapToScene({});
-    situation.angleRadians = sceneAngle(&anchor);
-    situation.anchor = anchor.size() * scale;
-    const Vector2f fieldSize = input->size();
-    const Vecta::Rect bounds = (Vecta::Transform::rotation(-situation.angleRadians)
-                                * Vecta::Transform::translation(-situation.origin) * input->transformToScene())
-                                   .mapBounds({0.f, 0.f, fieldSize.x, fieldSize.y});
-    situation.field = bounds;
-    situation.keyboard = host.size();
-    situation.table = application->size();
-    situation.gap = kBesidePx;
-    if (placed && *placed == situation)
-        return;
-    placed = situation;
-    const auto found = KeyboardPlacement::find(situation, placedSide);
-    placedSide = found.side;
-    host.setScale(1.f / carrierScale);
-    host.setRotation(situation.angleRadians - sceneAngle(carrier));
-    host.setLocation(carrier->mapFromScene(found.topLeft));
+    if (input && carrier)
+        stand.follow(host, *carrier, standsByField ? static_cast<const Widget&>(*input) : *carrier, *input);
 }
 }

@@ -2,7 +2,8 @@
 
 #include "keyboard/DeadKeys.hpp"
 #include "keyboard/KeyWidget.hpp"
-#include "keyboard/KeyboardPlacement.hpp"
+#include "keyboard/KeyboardStand.hpp"
+#include "keyboard/ShiftState.hpp"
 
 #include <Facet/AttributeT.hpp>
 #include <Tavola/InputFieldWidget.hpp>
@@ -11,28 +12,20 @@
 
 #include <QString>
 
-#include <optional>
 #include <vector>
 
 namespace Tavola
 {
-/// The state of a keyboard.
-///
-///     shift key:  off ──press──► once ──pressed again at once──► locked ──press──► off
-///                  ▲              │ a letter, or pressed again later
-///                  └──────────────┘
-///     held down while letters are typed, shift ends when it is let go.
+/// The state of a keyboard: its keys, what they type, and the field that is written in.
 struct KeyboardWidget::Private
 {
     Private(KeyboardWidget& keyboard, InputFieldWidget& input);
-
-    using Shift = KeyWidget::Lit;
 
     // ---- Keys ---------------------------------------------------------------------------------------------------------
     /// Makes the keys anew: another layout, level or size.
     void build();
     void dropKeys();
-    /// What is written on the keys, and which of them shine.
+    /// Writes on the keys what they type, and marks those in force (shift, an accent).
     void label();
     /// What the key types now; for keys that type nothing what is written on them.
     [[nodiscard]] QString typed(const KeyboardKey& key) const;
@@ -43,9 +36,8 @@ struct KeyboardWidget::Private
     void pressed(KeyWidget& key);
     void released(KeyWidget& key);
     void act(const KeyboardKey& key);
-    void actShift();
     void nextLanguage();
-    /// After a letter: shift for one letter is over.
+    /// After a letter: ends shift for one letter.
     void letterDone();
     void insert(const QString& text);
     void sendKey(int key);
@@ -54,9 +46,9 @@ struct KeyboardWidget::Private
     // ---- The field ------------------------------------------------------------------------------------------------------
     void listen();
     void stopListening();
-    /// The keyboard was destroyed by others while its field stands.
+    /// Ends editing when the keyboard was destroyed while its field still exists.
     void fieldLeft();
-    /// Whether the field is there, in sight, and carried by the widget that the keyboard stands in.
+    /// Whether the field exists, is visible, and lies in the widget that the keyboard lies in.
     [[nodiscard]] bool isServing() const;
     void place();
 
@@ -74,15 +66,12 @@ struct KeyboardWidget::Private
 
     std::vector<Bedrock::IntrusivePtr<KeyWidget>> keys;
     KeyboardLayout layout; ///< a copy: layouts may be replaced
-    QString shownLayout;   ///< what was asked for, even where another one had to do
+    QString shownLayout;   ///< the name asked for, also where there is no such layout
     bool dirty = true;
     bool closing = false;
     bool symbols = false;
-    Shift shift = Shift::No;
-    double shiftPressedAt = -1.0;
-    bool typedWhileShiftHeld = false;
+    ShiftState shift;
     DeadKeys accents;
-    std::optional<KeyboardPlacement::Side> placedSide;
-    std::optional<KeyboardPlacement::Situation> placed;
+    KeyboardStand stand;
 };
 }

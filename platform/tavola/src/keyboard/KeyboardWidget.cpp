@@ -1,7 +1,8 @@
 #include <Tavola/KeyboardWidget.hpp>
 
-#include "component/AttributeValues.hpp"
 #include "keyboard/KeyboardPrivate.hpp"
+#include "shared/AttributeDefaults.hpp"
+#include "shared/TableGeometry.hpp"
 
 #include <Bedrock/Trace.hpp>
 #include <Tavola/InputFieldWidget.hpp>
@@ -27,13 +28,7 @@ bool isTrue(const Widget& widget, const char* attribute)
     return widget.attribute(attribute)->toText() == QLatin1String("true");
 }
 
-bool isOnTable(const Widget& widget)
-{
-    const auto* const application = Trellis::Application::instance();
-    return application && application->mainLayer()->isAncestorOf(widget);
-}
-
-/// What a visitor moves when they move the field; the field's parent where nothing can be moved.
+/// The widget that a visitor moves to move the field; the field's parent where none can be moved.
 Widget* carrierOf(InputFieldWidget& field, bool& moves)
 {
     Widget* found = nullptr;
@@ -67,11 +62,12 @@ IntrusivePtr<KeyboardWidget> KeyboardWidget::open(InputFieldWidget& field)
 KeyboardWidget::KeyboardWidget(InputFieldWidget& field) : Widget(nullptr), d(std::make_unique<Private>(*this, field))
 {
     setCSSType(QByteArrayLiteral("KeyboardWidget"));
-    setDefault(*this, "position", "absolute");
-    setDefault(*this, "background-color", "#20272ff5");
-    setDefault(*this, "border-color", "#4b5664");
-    setDefault(*this, "border-width", "1.5px");
-    setDefault(*this, "border-radius", "16px");
+    setDefaults(*this,
+                {{"position", "absolute"},
+                 {"background-color", "#20272ff5"},
+                 {"border-color", "#4b5664"},
+                 {"border-width", "1.5px"},
+                 {"border-radius", "16px"}});
     setHoldsFingers(true);
     setUpdating(true);
 }
@@ -102,7 +98,7 @@ void KeyboardWidget::close()
     Trellis::FadeAnimator::fadeOutAndDelete(*this, kFadeOutSeconds, 0.f);
     if (const auto input = d->field.lock()) {
         const auto editor = input->editor();
-        // An editor that goes on has been given another keyboard.
+        // Editing goes on where the field has another keyboard by now.
         if (!input->keyboard())
             editor->endEditing();
     }

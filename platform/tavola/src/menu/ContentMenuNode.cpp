@@ -1,12 +1,13 @@
 #include "menu/ContentMenuNode.hpp"
 
-#include "component/AttributeValues.hpp"
-#include "keyboard/TableEdge.hpp"
+#include "shared/AttributeDefaults.hpp"
+#include "shared/TableGeometry.hpp"
 
 #include <Tavola/LaunchedContentOperator.hpp>
 #include <Trellis/Application.hpp>
 #include <Trellis/ImageWidget.hpp>
 #include <Trellis/TextWidget.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -15,52 +16,43 @@ namespace Tavola
 {
 namespace
 {
-constexpr float kPi = 3.14159265f;
+constexpr float kPi = Vecta::kPiOf<float>;
 constexpr float kRingPadding = 12.f;
 constexpr float kBesideGap = 16.f;
 
-struct Default
-{
-    const char* attribute;
-    const char* value;
-};
-
-template <std::size_t N>
-void setDefaults(Trellis::Widget& widget, const Default (&defaults)[N])
-{
-    for (const Default& entry : defaults)
-        setDefault(widget, entry.attribute, entry.value);
-}
-
-constexpr Default kNode[] = {
+constexpr AttributeDefault kNode[] = {
     {"position", "absolute"}, {"background-color", "#1c2733"}, {"border-color", "#3f5368"}, {"border-width", "2"}};
-constexpr Default kListNode[] = {{"width", "320"}, {"padding", "10"}, {"gap", "6"}, {"border-radius", "20"}};
+constexpr AttributeDefault kListNode[] = {{"width", "320"}, {"padding", "10"}, {"gap", "6"}, {"border-radius", "20"}};
 constexpr const char* kEntryColor = "#30445a";
 constexpr const char* kCloseColor = "#3f5368";
 constexpr const char* kPressedColor = "#4a6d8f";
 constexpr const char* kOpenColor = "#8a5a2b";
-constexpr Default kListEntry[] = {{"width", "100%"}, {"min-height", "60"}, {"border-radius", "12"}};
-constexpr Default kRingEntry[] = {{"position", "absolute"}, {"width", "116"}, {"height", "116"}, {"border-radius", "58"}};
-constexpr Default kIcon[] = {{"position", "absolute"}, {"fit", "contain"}};
-constexpr Default kListIcon[] = {{"left", "10"}, {"top", "8"}, {"width", "44"}, {"height", "44"}};
-constexpr Default kRingIcon[] = {{"left", "36"}, {"top", "18"}, {"width", "44"}, {"height", "44"}};
-constexpr Default kRingIconAlone[] = {{"left", "26"}, {"top", "26"}, {"width", "64"}, {"height", "64"}};
-constexpr Default kText[] = {{"color", "#f4f7fa"}, {"position", "absolute"}};
-constexpr Default kListText[] = {{"left", "18"}, {"right", "18"}, {"top", "17"}, {"max-lines", "1"}, {"font-size", "19"}};
-constexpr Default kRingText[] = {{"left", "8"},       {"width", "100"},         {"max-lines", "2"},
-                                 {"font-size", "15"}, {"text-align", "center"}, {"line-height", "1.15"}};
-constexpr Default kMore[] = {{"position", "absolute"}, {"color", "#f2a65a"}};
-constexpr Default kListMore[] = {{"right", "16"}, {"top", "12"}, {"font-size", "26"}};
-constexpr Default kRingMore[] = {{"left", "8"}, {"width", "100"}, {"bottom", "2"}, {"font-size", "22"}, {"text-align", "center"}};
-constexpr Default kListClose[] = {{"right", "-18"}, {"top", "-18"}, {"width", "44"}, {"height", "44"}, {"border-radius", "22"}};
-constexpr Default kRingClose[] = {{"width", "64"}, {"height", "64"}, {"border-radius", "32"}};
-constexpr Default kCloseText[] = {
+constexpr AttributeDefault kListEntry[] = {{"width", "100%"}, {"min-height", "60"}, {"border-radius", "12"}};
+constexpr AttributeDefault kRingEntry[] = {
+    {"position", "absolute"}, {"width", "116"}, {"height", "116"}, {"border-radius", "58"}};
+constexpr AttributeDefault kIcon[] = {{"position", "absolute"}, {"fit", "contain"}};
+constexpr AttributeDefault kListIcon[] = {{"left", "10"}, {"top", "8"}, {"width", "44"}, {"height", "44"}};
+constexpr AttributeDefault kRingIcon[] = {{"left", "36"}, {"top", "18"}, {"width", "44"}, {"height", "44"}};
+constexpr AttributeDefault kRingIconAlone[] = {{"left", "26"}, {"top", "26"}, {"width", "64"}, {"height", "64"}};
+constexpr AttributeDefault kText[] = {{"color", "#f4f7fa"}, {"position", "absolute"}};
+constexpr AttributeDefault kListText[] = {
+    {"left", "18"}, {"right", "18"}, {"top", "17"}, {"max-lines", "1"}, {"font-size", "19"}};
+constexpr AttributeDefault kRingText[] = {{"left", "8"},       {"width", "100"},         {"max-lines", "2"},
+                                          {"font-size", "15"}, {"text-align", "center"}, {"line-height", "1.15"}};
+constexpr AttributeDefault kMore[] = {{"position", "absolute"}, {"color", "#f2a65a"}};
+constexpr AttributeDefault kListMore[] = {{"right", "16"}, {"top", "12"}, {"font-size", "26"}};
+constexpr AttributeDefault kRingMore[] = {
+    {"left", "8"}, {"width", "100"}, {"bottom", "2"}, {"font-size", "22"}, {"text-align", "center"}};
+constexpr AttributeDefault kListClose[] = {
+    {"right", "-18"}, {"top", "-18"}, {"width", "44"}, {"height", "44"}, {"border-radius", "22"}};
+constexpr AttributeDefault kRingClose[] = {{"width", "64"}, {"height", "64"}, {"border-radius", "32"}};
+constexpr AttributeDefault kCloseText[] = {
     {"position", "absolute"}, {"left", "0"}, {"width", "100%"}, {"color", "#f4f7fa"}, {"text-align", "center"}};
 
-/// A text of that many letters stands in one line of a ring's entry.
+/// A text of up to that many letters fits into one line of a ring's entry.
 constexpr int kShortText = 12;
 
-/// What fingers press, which shows, and cards pass through.
+/// A button that shows when a finger presses it; cards pass through.
 class MenuButton final : public Trellis::Widget
 {
 public:
@@ -79,7 +71,7 @@ public:
         });
     }
 
-    /// The colour while no finger presses it, where no style has another one.
+    /// Sets the colour while no finger presses it, where no style sets another one.
     void rest(const char* color)
     {
         m_color = color;

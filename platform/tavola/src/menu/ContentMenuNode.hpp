@@ -14,13 +14,12 @@ enum class MenuStyle {
 };
 
 /// One level of a menu as it stands on the table: its entries, and a button that closes it. CSS type "ContentMenuNode", class
-/// "ring" or "list". Entries have the class "menu-entry" (further ones while they show: "pressed" under a finger, "open" while
-/// the level they lead to is open, "has-entries" when they lead to one); in them are the classes "menu-icon" and "menu-text".
-/// The button has the class "menu-close". Cards pass through it. Main thread only.
+/// "ring" or "list"; the classes of its parts are those that ContentMenuWidget describes. Cards pass through it. Owned by the
+/// menu or by the node it was opened from. Main thread only.
 class ContentMenuNode final : public Trellis::Widget
 {
 public:
-    /// What is told of a tap; neither is called once the node is gone.
+    /// Called for taps; not after the node is destroyed.
     struct Handlers
     {
         std::function<void(ContentMenuNode& node, std::size_t entry)> entryTapped;
@@ -33,14 +32,14 @@ public:
     ~ContentMenuNode() override;
 
     [[nodiscard]] const std::vector<MenuEntry>& entries() const noexcept { return m_entries; }
-    /// Stands the entries in their places; once the node is in the tree and has its styles.
+    /// Places the entries; call it once the node is in the tree and has its styles.
     void arrange();
     void setOpen(std::size_t entry, bool open);
 
     /// The centre, in this node's coordinates, of something that is put beside an entry without covering it.
     [[nodiscard]] Vecta::Vector2f placeBeside(std::size_t entry, Vecta::Vector2f size) const;
-    /// Grows out of `center` (parent's coordinates). With `keepOnTable` the first frame moves it inside the table's edge, when
-    /// it is known how it was turned.
+    /// Grows out of `center` (parent's coordinates). With `keepOnTable` the first frame, in which its rotation is final, moves it
+    /// inside the table's edge.
     void open(Vecta::Vector2f center, float seconds, bool keepOnTable);
 
     bool shouldGrab(Trellis::GrabManager& grabManager, Tactile::TrackedObject object) const override;

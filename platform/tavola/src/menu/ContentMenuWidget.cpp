@@ -1,9 +1,9 @@
 #include <Tavola/ContentMenuWidget.hpp>
 
-#include "component/AttributeValues.hpp"
-#include "keyboard/TableEdge.hpp"
 #include "menu/ContentMenuNode.hpp"
 #include "menu/MenuFile.hpp"
+#include "shared/AttributeDefaults.hpp"
+#include "shared/TableGeometry.hpp"
 
 #include <Bedrock/IntrusiveWeakPtr.hpp>
 #include <Bedrock/Trace.hpp>
@@ -15,7 +15,6 @@
 #include <Tavola/WidgetInstance.hpp>
 #include <Trellis/FadeAnimator.hpp>
 
-#include <cmath>
 #include <map>
 
 namespace Tavola
@@ -26,23 +25,11 @@ constexpr float kFadeOutSeconds = 0.2f;
 
 const Facet::AttributeT<MenuStyle>::Names kStyles{{QStringLiteral("ring"), MenuStyle::Ring},
                                                   {QStringLiteral("list"), MenuStyle::List}};
-
-float sceneRotation(const Trellis::Widget& widget)
-{
-    const Vecta::Transform toScene = widget.transformToScene();
-    return std::atan2(toScene.m21, toScene.m11);
-}
-
-float sceneScale(const Trellis::Widget& widget)
-{
-    const Vecta::Transform toScene = widget.transformToScene();
-    return std::hypot(toScene.m11, toScene.m21);
-}
 }
 
 struct ContentMenuWidget::MenuPrivate
 {
-    /// An open node; `opener` and `entry` tell where it was opened from, 0 for a first level.
+    /// An open node, and the node and entry it was opened from (0 for a first level).
     struct OpenNode
     {
         Bedrock::IntrusiveWeakPtr<ContentMenuNode> widget;
@@ -72,7 +59,7 @@ namespace
 {
 void readEntries(MenuFiles& files, const std::vector<MenuEntry>& entries, QStringList& paths);
 
-/// `paths` are those that were read already: menus may launch one another.
+/// `paths`: those that were read already, since menus may launch one another.
 void readMenus(MenuFiles& files, const ComponentUse& use, QStringList& paths)
 {
     const QString path = use.properties.value(QLatin1String("attributes")).toObject().value(QLatin1String("menu")).toString();
@@ -99,18 +86,15 @@ void readEntries(MenuFiles& files, const std::vector<MenuEntry>& entries, QStrin
 void ContentMenuWidget::readFiles(const ComponentUse& use)
 {
     QStringList paths;
-    readMenus(Tavola::instance()->menuFiles(), use, paths);
+    readMenus(Tavola::instance()->part<MenuFiles>(), use, paths);
 }
 
 ContentMenuWidget::ContentMenuWidget(Trellis::Widget* parent) : Trellis::Widget(parent), d(std::make_unique<MenuPrivate>(*this))
 {
-    // Takes no room; what it shows stands where it was opened.
-    setDefault(*this, "position", "absolute");
-    setDefault(*this, "left", "0");
-    setDefault(*this, "top", "0");
-    setDefault(*this, "width", "0");
-    setDefault(*this, "height", "0");
-    setDefault(*this, "input-transparent", "true");
+    // Has no size: its nodes stand where they were opened.
+    setDefaults(
+        *this,
+        {{"position", "absolute"}, {"left", "0"}, {"top", "0"}, {"width", "0"}, {"height", "0"}, {"input-transparent", "true"}});
     setCSSType("ContentMenuWidget");
 }
 
@@ -125,7 +109,7 @@ ContentMenuWidget::NodeId ContentMenuWidget::prepare(Vecta::Vector2T<float> poin
         setUpdating(true);
         return 0;
     }
-    const auto file = application->menuFiles().menu(path);
+    const auto file = application->part<MenuFiles>().menu(path);
     if (file->entries.empty()) {
         setUpdating(true); // as after the last node
         return 0;
@@ -214,7 +198,7 @@ void ContentMenuWidget::MenuPrivate::entryTapped(const std::shared_ptr<const Men
 {
     const NodeId opener = find(node);
     if (opener == 0)
-        return; // on its way out
+        return; // fading out
     const MenuEntry& tapped = node.entries()[entry];
     if (tapped.content) {
         launch(node, entry);

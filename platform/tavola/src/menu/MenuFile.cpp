@@ -1,6 +1,6 @@
 #include "menu/MenuFile.hpp"
 
-#include "component/JsonText.hpp"
+#include "json/JsonText.hpp"
 
 #include <Bedrock/Trace.hpp>
 #include <Tavola/ComponentReader.hpp>
@@ -28,7 +28,7 @@ public:
         });
         return entries;
     }
-    std::vector<FileSeen> takeFiles() { return std::move(m_files); }
+    [[nodiscard]] const std::vector<FileSeen>& files() const { return m_files; }
 
 private:
     /// The file being read, and its way of naming components.
@@ -37,7 +37,7 @@ private:
         QString path;
         ComponentReader components;
     };
-    using Tell = std::function<void(const QString& why)>;
+    using Report = std::function<void(const QString& why)>;
 
     static void skip(const QString& file, const QString& place, const QString& why)
     {
@@ -45,29 +45,30 @@ private:
                                 qUtf8Printable(why));
     }
 
-    /// `tell` is called when the whole file is of no use.
-    std::vector<MenuEntry> readFile(const QString& path, const Tell& tell)
+    /// `report` is called when the whole file is unusable.
+    std::vector<MenuEntry> readFile(const QString& path, const Report& report)
     {
         const QFileInfo info(path);
         QFile file(path);
         m_files.push_back({path, info.lastModified(), info.size()});
         if (!file.open(QIODevice::ReadOnly)) {
-            tell(QStringLiteral("cannot read the menu %1 (%2)").arg(path, file.errorString()));
+            report(QStringLiteral("cannot read the menu %1 (%2)").arg(path, file.errorString()));
             return {};
         }
         const QByteArray text = file.readAll();
         QJsonParseError error;
         const QJsonDocument document = QJsonDocument::fromJson(text, &error);
         if (error.error != QJsonParseError::NoError) {
-            tell(QStringLiteral("%1:%2: %3").arg(path, jsonPosition(text, error.offset), error.errorString()));
+            report(QStringLiteral("%1:%2: %3").arg(path, jsonPosition(text, error.offset), error.errorString()));
             return {};
         }
         if (!document.isObject()) {
-            tell(QStringLiteral("%1:1:1: expected an object with \"entries\"").arg(path));
+            report(QStringLiteral("%1:1:1: expected an object with \"entries\"").arg(path));
             return {};
         }
         const auto skipHere = [path](const QString& place, const QString& why) { skip(path, place, why); };
         File here{path, ComponentReader(path, skipHere)};
+        here.components.setText(text);
         here.components.setKnown([](const QString& component) {
             const auto application = Tavola::instance();
             return application && application->factories().count(component) > 0;
@@ -136,7 +137,7 @@ private:
             return refuse(QStringLiteral("expected one of \"entries\", \"menu\" and \"content\""));
         if (hasContent) {
             entry.content = file.components.single(object.value(QLatin1String("content")), place + QStringLiteral(".content"));
-            return entry.content ? std::optional<MenuEntry>(std::move(entry)) : std::nullopt; // told already
+            return entry.content ? std::optional<MenuEntry>(std::move(entry)) : std::nullopt; // reported already
         }
         entry.entries = hasMenu ? included(file, written.text(QStringLiteral("menu")), place + QStringLiteral(".menu"))
                                 : readEntries(file, object.value(QLatin1String("entries")), place + QStringLiteral(".entries"));
@@ -185,7 +186,7 @@ std::shared_ptr<const Menu> MenuFiles::menu(const QString& path)
     Reader reader;
     auto menu = std::make_shared<Menu>();
     menu->entries = reader.read(path);
-    m_read[path] = {menu, reader.takeFiles()};
+    m_read[path] = {menu, reader.files()};
     return menu;
 }
 }

@@ -12,7 +12,7 @@
 
 namespace Tavola
 {
-/// What stands in one place of a menu. It leads on to further entries, or launches content.
+/// One entry of a menu. It opens further entries, or launches content.
 struct MenuEntry
 {
     QString text;
@@ -27,15 +27,16 @@ struct Menu
     std::vector<MenuEntry> entries;
 };
 
-/// The menus that were read, each file once until it changes on the disk; a mistake is told once as well. Main thread only.
+/// The menus that were read: each file once, until it changes on the disk, and with it each mistake reported once. A part of the
+/// application; main thread only.
 class MenuFiles
 {
 public:
-    /// Menus are nested at most so deep, and have at most that many entries, each counted as often as it is included.
+    /// Levels of a menu, and entries of a menu with everything that it includes, each counted as often as it is included.
     static constexpr int kDeepest = 12;
     static constexpr int kMostEntries = 2000;
 
-    /// The menu in a file; one without entries when it cannot be read. Never null.
+    /// The menu in a file, read now if need be; one without entries when the file cannot be read (logged). Never null.
     [[nodiscard]] std::shared_ptr<const Menu> menu(const QString& path);
 
 private:

@@ -63,7 +63,7 @@ void ServiceProvider::addService(const QString& type, const QString& name, std::
 
 void ServiceProvider::removeService(const std::shared_ptr<ServiceInstance>& service)
 {
-    std::vector<Private::Entry> removed; // destroyed outside the lock: a service may ask for others while it shuts down
+    std::vector<Private::Entry> removed; // destroyed outside the lock: a service may request others in its destructor
     const std::lock_guard lock(d->mutex);
     const auto isIt = [&](const Private::Entry& entry) { return entry.service == service; };
     const auto from = std::stable_partition(d->services.begin(), d->services.end(), [&](const auto& e) { return !isIt(e); });

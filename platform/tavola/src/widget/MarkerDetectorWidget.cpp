@@ -1,6 +1,6 @@
 #include <Tavola/MarkerDetectorWidget.hpp>
 
-#include "component/AttributeValues.hpp"
+#include "shared/AttributeDefaults.hpp"
 
 #include <Trellis/Application.hpp>
 #include <Trellis/FadeAnimator.hpp>
@@ -12,12 +12,7 @@ namespace
 {
 constexpr float kFadeOutSeconds = 0.2f;
 
-struct Default
-{
-    const char* attribute;
-    const char* value;
-};
-constexpr Default kMarkDefaults[] = {
+constexpr AttributeDefault kMarkDefaults[] = {
     {"position", "absolute"},
     {"width", "150"},
     {"height", "150"},
@@ -30,9 +25,13 @@ constexpr Default kMarkDefaults[] = {
 
 MarkerDetectorWidget::MarkerDetectorWidget(Trellis::Widget* parent) : Trellis::Widget(parent)
 {
-    for (const Default& entry : {Default{"position", "absolute"}, Default{"left", "0"}, Default{"top", "0"},
-                                 Default{"width", "100%"}, Default{"height", "100%"}, Default{"input-transparent", "true"}})
-        setDefault(*this, entry.attribute, entry.value);
+    setDefaults(*this,
+                {{"position", "absolute"},
+                 {"left", "0"},
+                 {"top", "0"},
+                 {"width", "100%"},
+                 {"height", "100%"},
+                 {"input-transparent", "true"}});
     setCSSType("MarkerDetectorWidget");
 }
 
@@ -43,8 +42,7 @@ void MarkerDetectorWidget::markerDown(Tactile::Marker marker, Trellis::GrabManag
     auto& mark = m_marks[marker.id()];
     if (!mark) {
         mark = Bedrock::makeIntrusive<Trellis::Widget>(this);
-        for (const Default& entry : kMarkDefaults)
-            setDefault(*mark, entry.attribute, entry.value);
+        setDefaults(*mark, kMarkDefaults);
         mark->addCSSClass("unknown-card");
     }
     mark->setCenterLocation(mapFromScene(marker.centerLocation()));
@@ -68,7 +66,7 @@ void MarkerDetectorWidget::update(const Trellis::FrameInfo& /*frame*/)
     const auto& grabManager = *Trellis::Application::instance()->grabManager();
     for (auto entry = m_marks.begin(); entry != m_marks.end();) {
         const auto marker = grabManager.findMarker(entry->first);
-        // Somebody else has taken the card over: the one it was taken from is not told.
+        // Another widget has grabbed the card, of which this one gets no event.
         const bool isOurs = marker && grabManager.grabber(entry->first) == &inputGrabber();
         if (isOurs) {
             const Vecta::Vector2f center = mapFromScene(marker->centerLocation());

@@ -18,7 +18,7 @@ TooltipWidget::~TooltipWidget() = default;
 void TooltipWidget::setText(const QString& text)
 {
     m_text.setValue(text);
-    // Said again for the case that the tooltip's own visible value is the same while a style shows in the text widget.
+    // The attribute does not change, and so calls nothing, when its style has the same text while the text widget shows another.
     m_textWidget->setText(text);
 }
 

@@ -6,7 +6,7 @@
 
 namespace
 {
-/// The object of a text, and what was told of it: "place: reason".
+/// The object of a text, and what was reported: "place: reason".
 struct File
 {
     explicit File(const char* text, const QString& place = QString())
@@ -22,7 +22,7 @@ struct File
 };
 }
 
-TEST_CASE("json entries: what stands in the file is read as it is, and nothing is told")
+TEST_CASE("json entries: what stands in the file is read as it is, and nothing is reported")
 {
     const File file(
         R"({"title": "Rooms", "width": 640.5, "least": 0, "most": 10, "on": false, "table": {"height": 2}, "cards": [7]})");
@@ -38,7 +38,7 @@ TEST_CASE("json entries: what stands in the file is read as it is, and nothing i
     CHECK(file.told.isEmpty());
 }
 
-TEST_CASE("json entries: what is not there has its usual value, and nothing is told")
+TEST_CASE("json entries: a missing entry has its usual value, and nothing is reported")
 {
     const File file("{}");
     file.root.checkKnown({"title"});
@@ -53,7 +53,7 @@ TEST_CASE("json entries: what is not there has its usual value, and nothing is t
     CHECK(file.told.isEmpty());
 }
 
-TEST_CASE("json entries: what is wrong has its usual value, and is told with its place")
+TEST_CASE("json entries: a wrong entry has its usual value, and is reported with its place")
 {
     const File file(R"({"title": 3, "less": -1, "more": 11, "zero": 0, "word": "5", "on": 1, "table": [], "cards": {}})",
                     QStringLiteral("hall"));
@@ -74,7 +74,7 @@ TEST_CASE("json entries: what is wrong has its usual value, and is told with its
                          "hall.table: expected an object of names and values", "hall.cards: expected a list of codes"});
 }
 
-TEST_CASE("json entries: each unknown entry is told with those that are known, at its own place")
+TEST_CASE("json entries: each unknown entry is reported with those that are known, at its own place")
 {
     const File file(R"({"titel": "Rooms", "table": {"hight": 2, "width": 3}})");
     file.root.checkKnown({"title", "table"});

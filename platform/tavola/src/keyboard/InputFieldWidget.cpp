@@ -1,6 +1,6 @@
 #include <Tavola/InputFieldWidget.hpp>
 
-#include "component/AttributeValues.hpp"
+#include "shared/AttributeDefaults.hpp"
 
 #include <Tavola/KeyboardWidget.hpp>
 #include <Tavola/Tavola.hpp>
@@ -16,17 +16,6 @@ namespace
 {
 const QByteArray kInvalid = QByteArrayLiteral("invalid");
 const QByteArray kEmpty = QByteArrayLiteral("empty");
-
-/// Hides a widget above all styles, or leaves it to the styles again.
-void setHidden(Trellis::Widget& widget, bool hidden)
-{
-    QString error;
-    Facet::Attribute* const display = widget.attribute("display");
-    if (hidden)
-        static_cast<void>(setFromJson(widget, QStringLiteral("display"), QStringLiteral("none"), error));
-    else
-        display->clearValue(Facet::kUserLayer);
-}
 }
 
 InputFieldWidget::InputFieldWidget(Trellis::Widget* parent, bool takesFocus) : Trellis::Widget(parent)
@@ -37,28 +26,24 @@ InputFieldWidget::InputFieldWidget(Trellis::Widget* parent, bool takesFocus) : T
 
     m_placeholder = Bedrock::makeIntrusive<Trellis::TextWidget>(this);
     m_placeholder->addCSSClass(QByteArrayLiteral("placeholder"));
-    setDefault(*m_placeholder, "position", "absolute");
-    setDefault(*m_placeholder, "left", "0");
-    setDefault(*m_placeholder, "top", "0");
+    setDefaults(*m_placeholder, {{"position", "absolute"}, {"left", "0"}, {"top", "0"}});
     m_placeholder->setInputEnabled(false); // the tap is the editor's
 
     m_tooltip = Bedrock::IntrusivePtr<TooltipWidget>(new TooltipWidget(this));
     m_tooltip->addCSSClass(QByteArrayLiteral("error"));
-    setDefault(*m_tooltip, "position", "absolute");
-    setDefault(*m_tooltip, "left", "0");
-    setDefault(*m_tooltip, "top", "100%");
-    setHidden(*m_tooltip, true);
+    setDefaults(*m_tooltip, {{"position", "absolute"}, {"left", "0"}, {"top", "100%"}});
+    setShown(*m_tooltip, false);
 
     setCSSType(QByteArrayLiteral("InputFieldWidget"));
     setPseudoClass(kEmpty, true);
     m_editorListeners.push_back(m_editor->eventAddListener("text-changed", [this] {
         const bool empty = m_editor->text().isEmpty();
-        setHidden(*m_placeholder, !empty);
+        setShown(*m_placeholder, empty);
         setPseudoClass(kEmpty, empty);
         showErrors(false);
     }));
     m_editorListeners.push_back(m_editor->eventAddListener("editing-began", [this] { openKeyboard(); }));
-    // Said again at each tap: when editing began the field may have stood nowhere.
+    // At each tap as well: the field may have been outside the tree when editing began.
     m_editorListeners.push_back(m_editor->eventAddListener("single-tap", [this] { openKeyboard(); }));
     if (takesFocus)
         if (auto* const application = Trellis::Application::instance())
@@ -67,7 +52,7 @@ InputFieldWidget::InputFieldWidget(Trellis::Widget* parent, bool takesFocus) : T
 
 InputFieldWidget::~InputFieldWidget()
 {
-    // Whoever holds the editor may go on with it.
+    // The editor may outlive the field where another object holds it.
     for (const auto listener : m_editorListeners)
         m_editor->eventRemoveListener(listener);
 }
@@ -79,8 +64,8 @@ void InputFieldWidget::setValidator(std::function<bool(const QString&)> validato
 
 void InputFieldWidget::validate()
 {
-    const auto validator = m_validator; // it may set another one
-    m_valid = !validator || validator(text());
+    const auto validator = m_validator; // a copy: it may set another one
+    m_valid = validator ? validator(text()) : !text().trimmed().isEmpty();
 }
 
 QString InputFieldWidget::text() const
@@ -92,7 +77,7 @@ void InputFieldWidget::showErrors(bool on)
 {
     const bool shown = on && !m_valid;
     setPseudoClass(kInvalid, shown);
-    setHidden(*m_tooltip, !shown);
+    setShown(*m_tooltip, shown);
 }
 
 void InputFieldWidget::reset()

@@ -1,4 +1,4 @@
-#include "component/JsonText.hpp"
+#include "json/JsonText.hpp"
 
 #include <QChar>
 
@@ -8,7 +8,7 @@ namespace Tavola
 {
 QString jsonPosition(const QByteArray& text, int parserOffset)
 {
-    // The parser stands behind what it could not read, and behind the blanks that follow.
+    // The parser stops after the character that it could not read and the blanks that follow.
     int place = std::clamp(parserOffset, 0, text.size()) - 1;
     while (place > 0 && QChar::isSpace(uchar(text.at(place))))
         --place;

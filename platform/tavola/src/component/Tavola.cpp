@@ -1,10 +1,8 @@
 #include <Tavola/Tavola.hpp>
 
-#include "content/PdfPages.hpp"
-#include "content/SnapshotWriter.hpp"
 #include "drag/DragAndDrop.hpp"
-#include "menu/MenuFile.hpp"
 
+#include <Bedrock/Guarded.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Tavola/Component.hpp>
 #include <Tavola/Package.hpp>
@@ -15,6 +13,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <typeindex>
 #include <unordered_map>
 #include <vector>
 
@@ -22,7 +21,7 @@ namespace Tavola
 {
 namespace
 {
-/// Never destroyed: a background thread may ask while the process ends.
+/// Never destroyed: a background thread may read it while the process ends.
 struct Current
 {
     std::mutex mutex;
@@ -38,10 +37,19 @@ Current& current()
 
 struct Tavola::Private
 {
+    /// Destroyed the last made first.
+    struct Parts
+    {
+        ~Parts()
+        {
+            while (!list.empty())
+                list.pop_back();
+        }
+        std::vector<std::pair<std::type_index, std::shared_ptr<void>>> list;
+    };
+
     ServiceProvider services;
-    SnapshotWriter snapshots;
-    MenuFiles menuFiles;
-    PdfPages pdfPages;
+    Parts parts;
     FactoryTable factories;
     std::vector<std::shared_ptr<Package>> packages;
     std::unordered_map<long, std::shared_ptr<WidgetInstance>> instances;
@@ -54,7 +62,7 @@ struct Tavola::Private
         const auto found = instances.find(widgetId);
         if (found == instances.end())
             return;
-        const auto instance = std::move(found->second); // may look at the table while it goes
+        const auto instance = std::move(found->second); // its destructor may read the table of instances
         instances.erase(found);
     }
 };
@@ -120,9 +128,16 @@ std::shared_ptr<UIComponent> Tavola::createComponent(const QString& name) const
     const auto found = d->factories.find(name);
     if (found == d->factories.end() || !found->second || !found->second->create)
         return nullptr;
-    auto component = found->second->create();
-    if (component)
+    std::shared_ptr<UIComponent> component;
+    Bedrock::guarded([&] { component = found->second->create(); },
+                     [&](const char* reason) {
+                         Bedrock::Trace::error("Tavola::createComponent # Component '%s' failed (%s)", qUtf8Printable(name),
+                                               reason);
+                     });
+    if (component) {
         component->setName(name);
+        component->setSchema(found->second->schema);
+    }
     return component;
 }
 
@@ -174,18 +189,16 @@ void Tavola::keepInstance(Trellis::Widget& widget, std::shared_ptr<WidgetInstanc
     });
 }
 
-MenuFiles& Tavola::menuFiles() const noexcept
+std::shared_ptr<void> Tavola::findPart(const std::type_info& type) const
 {
-    return d->menuFiles;
+    for (const auto& part : d->parts.list)
+        if (part.first == type)
+            return part.second;
+    return nullptr;
 }
 
-PdfPages& Tavola::pdfPages() const noexcept
+void Tavola::keepPart(const std::type_info& type, std::shared_ptr<void> part)
 {
-    return d->pdfPages;
-}
-
-SnapshotWriter& Tavola::snapshots() const noexcept
-{
-    return d->snapshots;
+    d->parts.list.emplace_back(type, std::move(part));
 }
 }

@@ -1,6 +1,6 @@
 #include <Tavola/UserInterface.hpp>
 
-#include "component/AttributeValues.hpp"
+#include "shared/AttributeDefaults.hpp"
 
 #include <Bedrock/Trace.hpp>
 #include <Tavola/Component.hpp>
@@ -20,11 +20,7 @@ using WidgetPtr = Bedrock::IntrusivePtr<Trellis::Widget>;
 WidgetPtr makeLayer(const char* type, const char* id)
 {
     const auto layer = Bedrock::makeIntrusive<Trellis::Widget>();
-    setDefault(*layer, "position", "absolute");
-    setDefault(*layer, "left", "0");
-    setDefault(*layer, "top", "0");
-    setDefault(*layer, "width", "100%");
-    setDefault(*layer, "height", "100%");
+    setDefaults(*layer, {{"position", "absolute"}, {"left", "0"}, {"top", "0"}, {"width", "100%"}, {"height", "100%"}});
     layer->setCSSType(type);
     layer->setCSSId(id);
     layer->postConstruct();

@@ -84,8 +84,6 @@ TEST_CASE("input field: the outcome of the validator is that of the last validat
     TestHost host;
     const auto field = makeIntrusive<InputFieldWidget>(&host.mainWidget(), false);
     CHECK(field->isValid());
-    field->validate();
-    CHECK(field->isValid()); // no validator
     QStringList asked;
     field->setValidator([&asked](const QString& text) {
         asked.append(text);
@@ -100,6 +98,27 @@ TEST_CASE("input field: the outcome of the validator is that of the last validat
     field->validate();
     CHECK(field->isValid());
     CHECK(asked == QStringList{"", "Ann"});
+}
+
+TEST_CASE("input field: without a validator every text is valid but a blank one")
+{
+    TestHost host;
+    const auto field = makeIntrusive<InputFieldWidget>(&host.mainWidget(), false);
+    const std::pair<const char*, bool> rows[] = {{"", false}, {"  ", false}, {"\t ", false}, {"A", true}, {" A ", true}};
+    for (const auto& [text, isValid] : rows) {
+        CAPTURE(text);
+        field->editor()->clear();
+        field->editor()->insertText(QLatin1String(text));
+        field->validate();
+        CHECK(field->isValid() == isValid);
+    }
+    field->setValidator([](const QString&) { return true; });
+    field->editor()->clear();
+    field->validate();
+    CHECK(field->isValid());
+    field->setValidator(nullptr);
+    field->validate();
+    CHECK_FALSE(field->isValid());
 }
 
 TEST_CASE("input field: errors show when asked for after a failed validation")

@@ -5,9 +5,11 @@
 
 #include <Tavola/Component.hpp>
 #include <Tavola/Package.hpp>
-#include <Tavola/Utils.hpp>
+
+#include <QJsonArray>
 
 #include <atomic>
+#include <stdexcept>
 #include <thread>
 
 using Bedrock::makeIntrusive;
@@ -115,6 +117,48 @@ TEST_CASE("tavola: makes components of registered names only")
     CHECK_FALSE(host.tavola().createComponent("nothing"));
 }
 
+TEST_CASE("tavola: a component whose factory throws is an error, and none is made")
+{
+    TestHost host;
+    auto factory = std::make_shared<ComponentFactory>();
+    factory->create = []() -> std::shared_ptr<Tavola::UIComponent> { throw std::runtime_error("no wood"); };
+    host.tavola().registerFactory("chair", factory);
+    TestSupport::expectError("Tavola::createComponent # Component 'chair' failed (no wood)");
+    CHECK_FALSE(host.tavola().createComponent("chair"));
+}
+
+TEST_CASE("tavola: a component has the schema of its factory")
+{
+    TestHost host;
+    auto factory = makeFactory();
+    factory->schema = Tavola::Schema({{"type", "widget"}, {"restrictions", QJsonArray{"lock"}}});
+    host.tavola().registerFactory("a", factory);
+    CHECK(host.tavola().createComponent("a")->schema().restrictions() == QStringList{"lock"});
+}
+
+TEST_CASE("tavola: a part is made once, when it is first asked for, and goes with the application, the last made first")
+{
+    static QByteArray log;
+    struct First
+    {
+        First() { log += "+1"; }
+        ~First() { log += "-1"; }
+    };
+    struct Second
+    {
+        Second() { log += "+2"; }
+        ~Second() { log += "-2"; }
+    };
+    log.clear();
+    TestHost host;
+    auto& first = host.tavola().part<First>();
+    static_cast<void>(host.tavola().part<Second>());
+    CHECK(&host.tavola().part<First>() == &first);
+    CHECK(log == "+1+2");
+    host.destroyTavola();
+    CHECK(log == "+1+2-2-1");
+}
+
 TEST_CASE("tavola: finds the package that declares a component")
 {
     TestHost host;
@@ -148,10 +192,4 @@ TEST_CASE("tavola: a second application is a warning")
     TestSupport::expectWarning("Tavola::create # There is an application already; the new one takes its place");
     const auto second = Tavola::Tavola::create();
     CHECK(Tavola::Tavola::instance() == second);
-}
-
-TEST_CASE("utils: the class of temporary widgets is always the same")
-{
-    CHECK_FALSE(Tavola::Utils::temporaryWidgetCSSClass().isEmpty());
-    CHECK(Tavola::Utils::temporaryWidgetCSSClass() == Tavola::Utils::temporaryWidgetCSSClass());
 }

@@ -1,0 +1,160 @@
+#include "component/ComponentProperties.hpp"
+
+#include "shared/AttributeDefaults.hpp"
+#include "json/JsonNumbers.hpp"
+
+#include <Bedrock/Trace.hpp>
+#include <Cascara/LazyAttributeManager.hpp>
+#include <Facet/AttributeT.hpp>
+#include <Tavola/Component.hpp>
+#include <Trellis/Widget.hpp>
+
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include <algorithm>
+
+namespace Tavola
+{
+namespace
+{
+using Facet::StyleTerm;
+using Facet::StyleValue;
+
+void warnOfProperty(const Component& component, const QString& property, const QString& what)
+{
+    Bedrock::Trace::warning("UIComponent # Component '%s': property \"%s\": %s; skipped", qUtf8Printable(component.name()),
+                            qUtf8Printable(property), qUtf8Printable(what));
+}
+
+bool appendJson(const QJsonValue& json, StyleValue& value)
+{
+    StyleTerm term;
+    const QString digits = JsonNumbers::digitsOf(json);
+    if (!digits.isEmpty()) {
+        term.kind = StyleTerm::Kind::Number;
+        term.number = digits.toDouble();
+        term.text = digits;
+    } else if (json.isDouble()) {
+        term.kind = StyleTerm::Kind::Number;
+        term.number = json.toDouble();
+        term.text = QString::number(term.number, 'g', 15);
+    } else if (json.isString()) {
+        term.kind = StyleTerm::Kind::String;
+        term.text = json.toString();
+    } else if (json.isBool()) {
+        term.kind = StyleTerm::Kind::Ident;
+        term.text = json.toBool() ? QStringLiteral("true") : QStringLiteral("false");
+    } else {
+        return false;
+    }
+    value.terms.append(term);
+    return true;
+}
+
+bool readJson(const QJsonValue& json, StyleValue& value)
+{
+    if (!json.isArray())
+        return appendJson(json, value);
+    for (const QJsonValue& element : json.toArray())
+        if (!appendJson(element, value))
+            return false;
+    if (value.terms.isEmpty())
+        value = styleValueOf(QStringLiteral("none")); // how a style sheet writes the empty list
+    return true;
+}
+
+/// The text of numbers and texts: their digits and letters, with commas between the elements of a list ("10,20-25"). Empty for
+/// a list that holds anything else.
+StyleValue asText(const StyleValue& value)
+{
+    StyleTerm text;
+    text.kind = StyleTerm::Kind::String;
+    for (const StyleTerm& term : value.terms) {
+        if (term.kind == StyleTerm::Kind::Ident)
+            return {};
+        text.text += (text.text.isEmpty() ? QString() : QStringLiteral(",")) + term.text;
+    }
+    StyleValue result;
+    result.terms.append(text);
+    return result;
+}
+
+bool setAttribute(Trellis::Widget& widget, const QString& attribute, const QJsonValue& value, QString& error)
+{
+    const QByteArray name = attribute.toUtf8();
+    Facet::Attribute* found = widget.attribute(name);
+    if (!found)
+        found = Cascara::LazyAttributeManager::create(widget, name);
+    if (!found) {
+        error = QStringLiteral("a %1 has no such attribute").arg(QString::fromUtf8(widget.cssType()));
+        return false;
+    }
+    StyleValue styleValue;
+    if (!readJson(value, styleValue)) {
+        error = QStringLiteral("expected a text, a number, true, false or a list of these");
+        return false;
+    }
+    const bool hasNumber = std::any_of(styleValue.terms.begin(), styleValue.terms.end(),
+                                       [](const StyleTerm& term) { return term.kind == StyleTerm::Kind::Number; });
+    if (hasNumber && dynamic_cast<Facet::AttributeT<QString>*>(found))
+        styleValue = asText(styleValue);
+    if (found->setStyleValue(styleValue, Facet::kUserLayer, &error))
+        return true;
+    // A text may hold what JSON has no kind for, a length or a colour.
+    return value.isString() && found->setStyleValue(styleValueOf(value.toString()), Facet::kUserLayer, nullptr);
+}
+
+void applyClasses(const Component& component, const QJsonValue& classes, Trellis::Widget& widget)
+{
+    if (classes.isUndefined())
+        return;
+    if (!classes.isArray()) {
+        warnOfProperty(component, QStringLiteral("classes"), QStringLiteral("expected a list of names"));
+        return;
+    }
+    const QJsonArray list = classes.toArray();
+    for (int i = 0; i < list.size(); ++i) {
+        const QString name = list.at(i).toString();
+        if (name.isEmpty())
+            warnOfProperty(component, QStringLiteral("classes[%1]").arg(i), QStringLiteral("expected a name"));
+        else
+            widget.addCSSClass(name.toUtf8());
+    }
+}
+
+bool applyAttributes(const Component& component, const QJsonObject& values, Trellis::Widget& widget)
+{
+    bool isWhole = true;
+    for (auto entry = values.begin(); entry != values.end(); ++entry) {
+        QString error;
+        if (setAttribute(widget, entry.key(), entry.value(), error))
+            continue;
+        if (!component.schema().restrictions().contains(entry.key())) {
+            warnOfProperty(component, QStringLiteral("attributes.") + entry.key(), error);
+            continue;
+        }
+        isWhole = false;
+        Bedrock::Trace::error("UIComponent # Component '%s': property \"attributes.%s\": %s; the component is left out, because "
+                              "it restricts nothing without this",
+                              qUtf8Printable(component.name()), qUtf8Printable(entry.key()), qUtf8Printable(error));
+    }
+    return isWhole;
+}
+}
+
+bool applyProperties(const Component& component, Trellis::Widget& widget)
+{
+    const QJsonObject& properties = component.properties();
+    const QJsonValue id = properties.value(QLatin1String("id"));
+    if (id.isString())
+        widget.setCSSId(id.toString().toUtf8());
+    else if (!id.isUndefined())
+        warnOfProperty(component, QStringLiteral("id"), QStringLiteral("expected a name"));
+    applyClasses(component, properties.value(QLatin1String("classes")), widget);
+    const QJsonValue attributes = properties.value(QLatin1String("attributes"));
+    if (!attributes.isObject() && !attributes.isUndefined())
+        warnOfProperty(component, QStringLiteral("attributes"), QStringLiteral("expected an object of names and values"));
+    return applyAttributes(component, attributes.toObject(), widget);
+}
+}
