@@ -6,11 +6,11 @@
 
 namespace Tactile
 {
-/// Names a contact as its sender does. Meaningful until the sender takes it away.
+/// The sender's name for a contact. Valid until the contact vanishes.
 struct ContactKey
 {
     std::uint16_t source = 0; ///< index of the sender
-    std::uint8_t channel = 0; ///< the sender numbers each kind of contact for itself
+    std::uint8_t channel = 0; ///< session ids are unique within one
     std::int32_t session = 0;
 
     friend bool operator==(const ContactKey& a, const ContactKey& b) noexcept
@@ -19,15 +19,15 @@ struct ContactKey
     }
 };
 
-/// What a sender reports of one contact, free of any protocol: decoders write these, the ContactTracker reads them.
+/// A sender's report of one contact, independent of the protocol: decoders write these, the ContactTracker reads them.
 struct ContactEvent
 {
     enum class Kind : std::uint8_t {
-        Seen,   ///< the sender lives; only `key.source` is set
+        Seen,   ///< a packet of the sender arrived; only `key.source` is set
         Appear, ///< a contact has its first position
         Move,   ///< a new position
-        Vanish, ///< the sender took it away
-        Cancel  ///< it belonged to a former run of the sender: what it did is void
+        Vanish, ///< the sender reports it no more
+        Cancel  ///< it belonged to a former run of the sender: must have no effect
     };
     Kind kind = Kind::Seen;
     TrackedObject::Type type = TrackedObject::Type::Finger;

@@ -25,7 +25,7 @@ struct TrackerSettings
     float quietRadians = 0.002f;                   ///< the same for turning
 };
 
-/// Decides what is one and the same thing on the table, and gives it its id.
+/// Decides which reports belong to the same finger or card, and gives each its id.
 ///
 /// - A marker that vanishes is held; the same code back in time and near enough goes on as if it had never left.
 ///   Back further away, it was lifted: an Up, and in the next frame a Down under the same id.
@@ -34,17 +34,16 @@ struct TrackerSettings
 /// - Fingers are never held. One that starts in a marker's outline is ignored until it is lifted.
 /// - A sender silent for too long: its fingers are cancelled, the hold of its markers begins.
 ///
-/// All time is that of `update`, so frames cranked by hand give the same results. Events of a frame are looked at before
-/// holds end: a card that is back in the same frame was never gone, however long that frame took. Main thread, or one
-/// thread at a time.
+/// All time is that of `update`, so frames cranked by hand give the same results. Events of a frame are applied before holds
+/// end: a card that is back in the same frame was never gone, however long that frame took. One thread at a time.
 class TAVOLA_EXPORT ContactTracker
 {
 public:
     explicit ContactTracker(const TrackerSettings& settings = {});
     ~ContactTracker();
 
-    /// `events`: what arrived since the call before, positions in scene pixels. Replaces what is in `sample`. A contact
-    /// has at most one Move in a frame.
+    /// Applies the `events` since the call before, positions in scene pixels, and writes the result to `sample`, replacing its
+    /// contents. A contact has at most one Move in a frame.
     void update(double nowSeconds, const std::vector<ContactEvent>& events, Sample& sample);
 
     struct LostSource

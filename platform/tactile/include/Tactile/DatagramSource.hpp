@@ -10,7 +10,7 @@
 
 namespace Tactile
 {
-/// Where a datagram came from. IPv4 addresses are kept as the IPv6 addresses that stand for them.
+/// The address that sent a datagram. IPv4 addresses are stored as IPv4-mapped IPv6 addresses.
 struct TAVOLA_EXPORT SenderAddress
 {
     std::array<std::uint8_t, 16> bytes{};
@@ -36,7 +36,7 @@ struct Datagram
     SenderAddress sender;
 };
 
-/// A door through which packets come in: a UDP socket, a recording, a test. Owned by the input that it feeds.
+/// Delivers packets: from a UDP or TCP socket, a recording, or a test. Owned by the input that it feeds.
 class TAVOLA_EXPORT DatagramSource
 {
 public:
@@ -45,7 +45,7 @@ public:
 
     virtual ~DatagramSource() = default;
 
-    /// Begins to deliver. False when it cannot; errorText() then says why and what to do. At most once.
+    /// Begins to deliver. False when it cannot; errorText() then gives the reason and the remedy. Call at most once.
     [[nodiscard]] virtual bool start(Handler handler) = 0;
     /// When it returns, the handler is not running and will not be called again. Without effect when not started.
     virtual void stop() = 0;

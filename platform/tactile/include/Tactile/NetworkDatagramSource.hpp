@@ -12,17 +12,17 @@ namespace Tactile
 {
 struct NetworkSettings
 {
-    /// Numeric IPv4 or IPv6 address, or "localhost". TUIO knows no senders' names: whoever reaches this address can put
-    /// cards on the table, so it is this machine only unless told otherwise.
+    /// Numeric IPv4 or IPv6 address, or "localhost". TUIO has no authentication: every machine that reaches this address can
+    /// put cards on the table. So the default is this machine only.
     std::string address = "127.0.0.1";
     std::uint16_t port = 3333; ///< 0: the system chooses, see NetworkDatagramSource::port
-    /// Numeric addresses from which packets are taken; empty: from everywhere that reaches `address`.
+    /// Numeric addresses of the senders that are allowed; empty: all that reach `address`.
     std::vector<std::string> allowedSenders;
 };
 
-/// What the sources that listen on a port have in common: the port, who may send, and a thread of their own, which calls
-/// the handler. Make a UdpDatagramSource or a TcpDatagramSource. The functions here: the thread that owns the source,
-/// except the counter.
+/// Base of the sources that listen on a port: the port, the allowed senders, and an input thread for each source, which
+/// calls the handler. Make a UdpDatagramSource or a TcpDatagramSource. The functions belong to the thread that owns the
+/// source, except the counter.
 class TAVOLA_EXPORT NetworkDatagramSource : public DatagramSource
 {
 public:
@@ -30,19 +30,19 @@ public:
     NetworkDatagramSource(const NetworkDatagramSource&) = delete;
     NetworkDatagramSource& operator=(const NetworkDatagramSource&) = delete;
 
-    /// A failure is logged as an error too.
+    /// Logs a failure as an error.
     [[nodiscard]] bool start(Handler handler) final;
     void stop() final;
     [[nodiscard]] std::string errorText() const final { return m_errorText; }
 
-    /// The port that is listened on; 0 before a start that went well.
+    /// The port that is listened on; 0 before a successful start.
     [[nodiscard]] std::uint16_t port() const noexcept { return m_port; }
     /// Datagrams, or connections, refused because their sender is not allowed. Any thread.
     [[nodiscard]] std::uint64_t refusedSenders() const noexcept { return m_refusedSenders; }
 
 protected:
     enum class Transport { Datagrams, Streams };
-    /// `name` is the class's, for the log, and outlives the source.
+    /// `name`: the class, for the log; must outlive the source.
     NetworkDatagramSource(const char* name, Transport transport, NetworkSettings settings);
 
     /// Runs on the source's thread and returns when isWoken(). A derived class calls stop() in its destructor.
@@ -50,12 +50,12 @@ protected:
 
     // For receive().
     [[nodiscard]] int listeningSocket() const noexcept { return m_socket; }
-    /// Can be read from when receive() must return.
+    /// Becomes readable when receive() must return.
     [[nodiscard]] int wakeDescriptor() const noexcept { return m_wakeRead; }
     [[nodiscard]] bool isWoken() const;
-    /// Whether `sender` may send. If not it is counted, and told in the log the first time; `what` it sent: "a datagram".
-    [[nodiscard]] bool admit(const SenderAddress& sender, const char* what);
-    /// Calls the handler, and keeps what it throws.
+    /// Whether `sender` may send. If not, counts it, and logs the first with `what` it sent, such as "a datagram".
+    [[nodiscard]] bool isAllowed(const SenderAddress& sender, const char* what);
+    /// Calls the handler; logs what it throws.
     void deliver(const Datagram& datagram) const;
 
 private:

@@ -9,7 +9,7 @@
 
 namespace Tactile
 {
-/// Why a packet was refused as a whole.
+/// Why a whole packet was refused.
 enum class OscRefusal : std::uint8_t {
     None,
     Empty,
@@ -23,10 +23,10 @@ enum class OscRefusal : std::uint8_t {
 };
 constexpr std::size_t kOscRefusalCount = 9;
 
-/// In words, for a log line: "a string without an end".
+/// A phrase for a log line: "a string without an end".
 [[nodiscard]] TAVOLA_EXPORT const char* describe(OscRefusal refusal) noexcept;
 
-/// One message inside a packet. A view: lives as long as the packet's bytes.
+/// One message inside a packet. A view: valid as long as the packet's bytes.
 struct OscMessage
 {
     std::string_view address;
@@ -36,8 +36,8 @@ struct OscMessage
     const char* end = nullptr;
 };
 
-/// Reads a message's arguments one after the other. Each read fails (and changes nothing) where the type tag says
-/// otherwise or the bytes end; a message without type tags is read as what the caller expects.
+/// Reads a message's arguments one after the other. A read fails, and changes nothing, when the type tag is another or the
+/// bytes end. A message without type tags has the types that the caller reads.
 class TAVOLA_EXPORT OscArgumentReader
 {
 public:
@@ -49,43 +49,43 @@ public:
     /// A time tag: seconds since 1900 in the upper 32 bits, their fraction in the lower; 1 means "now".
     [[nodiscard]] bool readTime(std::uint64_t& value) noexcept;
 
-    /// Neither a type tag nor a byte is left.
+    /// Whether all type tags and bytes were read.
     [[nodiscard]] bool atEnd() const noexcept;
-    /// What was wrong with the read that failed.
+    /// Why the last read failed.
     [[nodiscard]] OscRefusal refusal() const noexcept { return m_refusal; }
 
 private:
-    [[nodiscard]] bool take(char tag) noexcept;
+    [[nodiscard]] bool isNext(char tag) noexcept;
 
     OscMessage m_message;
     std::size_t m_tag = 0;
     OscRefusal m_refusal = OscRefusal::ArgumentMismatch;
 };
 
-/// Takes the messages of a packet in their order.
+/// Receives the messages of a packet, in their order.
 class TAVOLA_EXPORT OscMessageSink
 {
 public:
-    /// Anything but None refuses the whole packet and ends its decoding.
+    /// A result other than None refuses the whole packet and ends its decoding.
     [[nodiscard]] virtual OscRefusal message(const OscMessage& message) = 0;
 
 protected:
     ~OscMessageSink() = default;
 };
 
-/// Walks the messages of one OSC packet (a message, or bundles nested up to kMaxNesting).
+/// Decodes one OSC packet: a message, or bundles nested up to kMaxNesting. Any one thread; the counts belong to that thread.
 ///
-/// It is our own rather than a library's because of what a table on an open network asks for: it works in place on the
-/// reused receive buffer and allocates nothing, never reads past `size` whatever the bytes say, caps the nesting, tolerates
-/// a missing type tag string, and counts each refusal by its cause. Any one thread; the counts belong to that thread.
+/// Written here, not taken from a library, because a table on an open network needs a decoder that works in place on the
+/// receive buffer, allocates nothing, never reads past `size`, caps the nesting, accepts messages without type tags, and
+/// counts each refusal by its cause.
 class TAVOLA_EXPORT OscDecoder
 {
 public:
     static constexpr std::size_t kMaxPacketBytes = 65535;
     static constexpr int kMaxNesting = 4;
 
-    /// Messages ahead of a faulty one have been given to `sink` already when a refusal is returned: a sink that must not
-    /// act on half a packet collects first.
+    /// Passes each message to `sink`. When a refusal is returned, `sink` has received the messages before the faulty one: a
+    /// sink that must not act on half a packet collects them first.
     OscRefusal decode(const char* data, std::size_t size, OscMessageSink& sink);
 
     /// Packets refused since the beginning, by OscRefusal.

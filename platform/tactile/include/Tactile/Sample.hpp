@@ -14,14 +14,14 @@ struct InputChange
         Down,  ///< appeared
         Move,  ///< moved or turned
         Up,    ///< left the table
-        Cancel ///< was taken away (sender lost): ends everything it did, and is no tap
+        Cancel ///< its sender was lost: ends every gesture without effect, and is no tap
     };
     Kind kind;
     TrackedObject object;
 };
 
-/// The table's input at one frame: what lies on it now, and in order what changed since the sample before. A down and an
-/// up within one frame are both among the changes.
+/// The table's input at one frame: the present contacts, and the changes since the sample before, in order. A down and an up
+/// within one frame are both among the changes.
 struct Sample
 {
     std::vector<TrackedObject> fingers; ///< by id, ascending

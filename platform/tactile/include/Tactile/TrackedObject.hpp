@@ -23,7 +23,7 @@ public:
     [[nodiscard]] bool isMarker() const noexcept { return m_type == Type::Marker; }
     [[nodiscard]] bool isFinger() const noexcept { return m_type == Type::Finger; }
     /// Identity on the table, positive. A finger has a new one at each touch; a marker keeps its id while the same code
-    /// comes back (also after it was lifted), so that what was opened for it can be found again.
+    /// comes back (also after it was lifted), so that what was opened for it is found again.
     [[nodiscard]] std::int64_t id() const noexcept { return m_id; }
     /// Scene coordinates: pixels, origin at the table's top left corner.
     [[nodiscard]] Vecta::Vector2f centerLocation() const noexcept { return m_centerLocation; }

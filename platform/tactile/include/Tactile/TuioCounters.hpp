@@ -9,9 +9,9 @@
 
 namespace Tactile
 {
-/// What was not used, and why. The first and the last count packets, `Late` frames, the others single messages.
+/// Why something was dropped. Malformed and QueueFull count packets, Late counts frames, the others single messages.
 enum class TuioDrop : std::uint8_t {
-    Malformed,  ///< not OSC, or a message that does not fit its profile; see TuioCounters::refusals
+    Malformed,  ///< not OSC, or a message that does not fit its profile: see TuioCounters::refusals
     Late,       ///< a frame older than one already shown
     NotFinite,  ///< a position or angle that is no number
     OutOfRange, ///< beside the surface, or a negative marker code
@@ -28,7 +28,7 @@ using TuioDrops = std::array<std::uint64_t, kTuioDropCount>;
 
 struct TuioSourceCounters
 {
-    std::string name; ///< as the sender calls itself, else its address
+    std::string name; ///< the source name that was sent, else the address
     std::uint64_t packets = 0;
     std::uint64_t frames = 0; ///< accepted
     TuioDrops drops{};
@@ -42,7 +42,7 @@ struct TuioSourceCounters
 struct TuioCounters
 {
     std::uint64_t packets = 0;
-    TuioDrops drops{}; ///< of all sources, and of packets that no source could be told for
+    TuioDrops drops{}; ///< of all sources, and of packets without a known source
     std::array<std::uint64_t, kOscRefusalCount> refusals{};
     std::vector<TuioSourceCounters> sources; ///< index: ContactKey::source
 };

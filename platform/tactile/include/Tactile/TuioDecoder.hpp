@@ -14,17 +14,15 @@ namespace Tactile
 /// may come through one port; the addresses of the messages tell them apart.
 ///
 /// - A frame takes effect at its end (fseq, alv): all of it, or none. A malformed message drops its whole packet.
-/// - Frames are ordered for each source by itself, in TUIO 1.1 for each of its profiles. A source is known by what it
-///   calls itself, else by the address it sends from, and always within one listener. The name holds for what the same
-///   address sends later, until it gives another.
-/// - In TUIO 2.0 a token is a marker with its component id as code, a pointer is a finger, whatever its type. An area
-///   alone is a finger, as a blob is; an area with a symbol is a marker with the symbol's component id. Where one session
-///   is several of these, the token tells its place, then the pointer, then the area. An area or pointer that turns out
-///   to be a marker is cancelled as a finger. Type, user, pressure and derivatives are not used.
+/// - Each source, and in TUIO 1.1 each of its profiles, has its own order of frames. A source is identified by the name it
+///   sends, else by its address, always within one listener. A name holds for later packets of the same address.
+/// - In TUIO 2.0 a token is a marker with its component id as code; a pointer is a finger. An area alone is a finger, as a
+///   blob is; an area with a symbol is a marker with the symbol's component id. Where several report one session, the token
+///   decides its place, then the pointer, then the area; a finger that turns out to be a marker is cancelled.
 /// - A contact appears with its first position and vanishes when it is missing in an alive list.
 /// - Positions are clamped to 0..1, angles wrapped to [0, 2π).
 ///
-/// Writes no log and knows no time; it counts. Any thread, one at a time.
+/// Counts, and writes no log. One thread at a time.
 class TAVOLA_EXPORT TuioDecoder
 {
 public:
@@ -42,22 +40,22 @@ public:
     TuioDecoder();
     ~TuioDecoder();
 
-    /// Appends to `events` what the packet changes. `listener`: which datagram source it came through.
+    /// Appends to `events` what the packet changes. `listener`: index of the datagram source.
     void decode(const Datagram& datagram, std::uint16_t listener, std::vector<ContactEvent>& events);
 
-    /// Counts a packet that the caller throws away unread.
+    /// Counts a packet that the caller dropped unread.
     void countUnread(TuioDrop cause);
 
-    /// The source was silent for so long that its contacts were given up. When it speaks again, its markers appear anew
-    /// where they were, its fingers stay ignored until they are lifted, and any lower frame number is a restart. Its
-    /// place may go to another source meanwhile.
+    /// Call when the source was silent for so long that its contacts were given up. When it sends again, its markers appear
+    /// anew where they were, its fingers are ignored until they are lifted, and any lower frame number is a restart. Its
+    /// index may be given to another source meanwhile.
     void sourceLost(std::uint16_t source);
 
     [[nodiscard]] const TuioCounters& counters() const noexcept;
 
-    /// The packet that was refused first; cause None before it.
+    /// The first packet that was refused; cause None if there is none.
     [[nodiscard]] const RefusedPacket& firstRefused() const noexcept;
-    /// Address of the first message that was neither understood nor malformed; "" before it.
+    /// Address of the first message of an unknown kind; empty if there is none.
     [[nodiscard]] const std::string& firstUnknownAddress() const noexcept;
 
 private:

@@ -12,8 +12,8 @@ std::uint32_t read32(const char* p) noexcept
     return (std::uint32_t(u[0]) << 24) | (std::uint32_t(u[1]) << 16) | (std::uint32_t(u[2]) << 8) | std::uint32_t(u[3]);
 }
 
-/// Takes the NUL-ended string at `p`, padded to a multiple of four, and moves `p` behind it.
-bool takeString(const char*& p, const char* end, std::string_view& value) noexcept
+/// Reads the NUL-ended string at `p`, padded to a multiple of four, and moves `p` to the end of the padding.
+bool readPadded(const char*& p, const char* end, std::string_view& value) noexcept
 {
     const auto available = static_cast<std::size_t>(end - p);
     const void* nul = available == 0 ? nullptr : std::memchr(p, '\0', available);
@@ -34,12 +34,12 @@ constexpr std::size_t kBundleHeaderBytes = 16; // tag and time tag
 OscRefusal walkMessage(const char* p, const char* end, OscMessageSink& sink)
 {
     OscMessage message;
-    if (!takeString(p, end, message.address))
+    if (!readPadded(p, end, message.address))
         return OscRefusal::UnterminatedString;
     if (message.address.empty() || message.address.front() != '/')
         return OscRefusal::NoAddress;
     if (p != end && *p == ',') {
-        if (!takeString(p, end, message.typeTags))
+        if (!readPadded(p, end, message.typeTags))
             return OscRefusal::UnterminatedString;
         message.typeTags.remove_prefix(1);
         message.hasTypeTags = true;
@@ -94,7 +94,7 @@ const char* describe(OscRefusal refusal) noexcept
 
 OscArgumentReader::OscArgumentReader(const OscMessage& message) noexcept : m_message(message) {}
 
-bool OscArgumentReader::take(char tag) noexcept
+bool OscArgumentReader::isNext(char tag) noexcept
 {
     m_refusal = OscRefusal::ArgumentMismatch;
     if (!m_message.hasTypeTags)
@@ -104,7 +104,7 @@ bool OscArgumentReader::take(char tag) noexcept
 
 bool OscArgumentReader::readInt(std::int32_t& value) noexcept
 {
-    if (!take('i') || m_message.end - m_message.arguments < 4)
+    if (!isNext('i') || m_message.end - m_message.arguments < 4)
         return false;
     value = static_cast<std::int32_t>(read32(m_message.arguments));
     m_message.arguments += 4;
@@ -114,7 +114,7 @@ bool OscArgumentReader::readInt(std::int32_t& value) noexcept
 
 bool OscArgumentReader::readFloat(float& value) noexcept
 {
-    if (!take('f') || m_message.end - m_message.arguments < 4)
+    if (!isNext('f') || m_message.end - m_message.arguments < 4)
         return false;
     const std::uint32_t bits = read32(m_message.arguments);
     std::memcpy(&value, &bits, sizeof value);
@@ -125,7 +125,7 @@ bool OscArgumentReader::readFloat(float& value) noexcept
 
 bool OscArgumentReader::readTime(std::uint64_t& value) noexcept
 {
-    if (!take('t') || m_message.end - m_message.arguments < 8)
+    if (!isNext('t') || m_message.end - m_message.arguments < 8)
         return false;
     value = (std::uint64_t(read32(m_message.arguments)) << 32) | read32(m_message.arguments + 4);
     m_message.arguments += 8;
@@ -135,9 +135,9 @@ bool OscArgumentReader::readTime(std::uint64_t& value) noexcept
 
 bool OscArgumentReader::readString(std::string_view& value) noexcept
 {
-    if (!take('s'))
+    if (!isNext('s'))
         return false;
-    if (!takeString(m_message.arguments, m_message.end, value)) {
+    if (!readPadded(m_message.arguments, m_message.end, value)) {
         m_refusal = OscRefusal::UnterminatedString;
         return false;
     }

@@ -73,7 +73,7 @@ void OscWriter::add(std::string_view value)
     m_bytes.insert(m_bytes.end(), 4 - value.size() % 4, '\0');
 }
 
-// Inside a bundle each element is led by its size, which is known at its end.
+// Inside a bundle each element follows its size, which is written when the element ends.
 void OscWriter::openElement()
 {
     if (m_sizePlaces.empty()) {

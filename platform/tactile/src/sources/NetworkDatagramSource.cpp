@@ -22,7 +22,7 @@ namespace Tactile
 {
 namespace
 {
-// A second of a busy table while the input thread does not get to run. TCP makes a sender wait instead.
+// Holds a second of a busy table while the input thread gets no processor time. With TCP the sender waits instead.
 constexpr int kReceiveBufferBytes = 1 << 20;
 constexpr int kWaitingConnections = 16;
 
@@ -93,7 +93,7 @@ bool NetworkDatagramSource::openSocket()
     if (m_socket < 0)
         return fail("Failed to make a socket for " + where + " (" + systemError(errno)
                     + "); look at this machine's network and its limit of open files");
-    // Connections of a table that has just ended must not keep its port from the next one.
+    // Connections of a table that has just ended must not keep the port from the next table.
     const int yes = 1;
     if (isStream)
         ::setsockopt(m_socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
@@ -127,7 +127,7 @@ bool NetworkDatagramSource::start(Handler handler)
     if (!readAllowedSenders() || !openSocket() || !openPipe())
         return false;
 
-    // Signals are the main thread's business; a new thread inherits the mask.
+    // Signals go to the main thread; a new thread inherits this mask.
     sigset_t all;
     sigset_t before;
     sigfillset(&all);
@@ -160,7 +160,7 @@ bool NetworkDatagramSource::isWoken() const
     return ::poll(&wake, 1, 0) > 0;
 }
 
-bool NetworkDatagramSource::admit(const SenderAddress& sender, const char* what)
+bool NetworkDatagramSource::isAllowed(const SenderAddress& sender, const char* what)
 {
     if (m_allowed.empty()
         || std::any_of(m_allowed.begin(), m_allowed.end(), [&sender](const SenderAddress& a) { return a.bytes == sender.bytes; }))

@@ -6,7 +6,8 @@
 
 namespace Tactile
 {
-/// Cuts a stream of bytes into packets, each of which is led by its length: an int32, big end first. One buffer, made once.
+/// Cuts a stream of bytes into packets, each of which follows its length: an int32, most significant byte first. Allocates
+/// one buffer, once.
 ///
 ///     const auto room = stream.room();
 ///     stream.add(read(socket, room.data, room.size));
@@ -18,22 +19,22 @@ public:
     enum class Next {
         Packet,
         Incomplete, ///< more bytes are needed, for which there is room
-        BadLength   ///< and none is to be found from here on, see length()
+        BadLength   ///< no packet can be found from here on, see length()
     };
 
     PacketStream();
 
-    /// Forgets everything: another stream begins.
+    /// Drops all bytes: another stream begins.
     void clear() noexcept { m_begin = m_end = 0; }
 
-    /// Where bytes may be written, none only while there are packets to take. What packet() gave is gone then.
+    /// Room for more bytes; none only while next() still finds packets. Invalidates packet().
     struct Room
     {
         char* data;
         std::size_t size;
     };
     [[nodiscard]] Room room() noexcept;
-    /// So many bytes have been written to the room.
+    /// Appends the first `bytes` of the room.
     void add(std::size_t bytes) noexcept { m_end += bytes; }
 
     [[nodiscard]] Next next() noexcept;
@@ -43,7 +44,7 @@ public:
     /// The length that was read last.
     [[nodiscard]] std::int32_t length() const noexcept { return m_length; }
 
-    /// Bytes that belong to no whole packet that was taken.
+    /// Number of bytes that next() has not returned in a packet.
     [[nodiscard]] std::size_t waiting() const noexcept { return m_end - m_begin; }
 
 private:

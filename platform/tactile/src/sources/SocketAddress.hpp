@@ -9,11 +9,11 @@
 
 namespace Tactile
 {
-/// An address as the operating system's functions take it.
+/// An address in the form of the operating system's functions.
 struct SocketAddress
 {
     sockaddr_storage storage{};
-    socklen_t size = sizeof(sockaddr_storage); ///< as given: all of it, for a function that fills it in
+    socklen_t size = sizeof(sockaddr_storage); ///< initially all of it, for a function that fills it in
 
     [[nodiscard]] sockaddr* get() { return reinterpret_cast<sockaddr*>(&storage); }
     [[nodiscard]] SenderAddress toSender() const;

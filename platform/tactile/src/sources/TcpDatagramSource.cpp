@@ -28,11 +28,11 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kTurn(10);
 constexpr int kAcceptedPerTurn = 16;
-// Whoever connects again and again with garbage must not fill the log.
+// A sender that connects again and again with garbage must not fill the log.
 constexpr std::chrono::seconds kLogPeriod(10);
 constexpr int kLinesPerLogPeriod = 4;
 
-/// A tracker whose machine lost its power is noticed within half a minute, and leaves its place to another one.
+/// A connection whose machine lost its power ends within half a minute, so that its place is free for another.
 void watchForDeadPeer(int descriptor)
 {
     const int yes = 1;
@@ -46,7 +46,7 @@ void watchForDeadPeer(int descriptor)
 }
 }
 
-/// The connections of a source, for as long as its thread runs; used by that thread only.
+/// The connections of a source. Made, used and destroyed on the source's thread.
 class TcpDatagramSource::Receiver
 {
 public:
@@ -62,7 +62,7 @@ public:
     void run()
     {
         while (wait()) {
-            takeNextTurn();
+            beginTurn();
             if (m_waiting[1].revents != 0)
                 acceptAll();
             for (std::size_t i = 0; i < kMaxConnections; ++i)
@@ -91,20 +91,20 @@ private:
         one.revents = 0;
     }
 
-    /// Until something arrived, or a connection has rested. False when the thread is to end.
+    /// Returns when data arrived or a connection has rested for a turn. False when the thread must end.
     bool wait()
     {
         const bool isAccepting = m_accepted < kAcceptedPerTurn;
-        bool isAnyoneResting = !isAccepting;
+        bool isOneResting = !isAccepting;
         watch(m_waiting[0], m_source.wakeDescriptor());
         watch(m_waiting[1], isAccepting ? m_source.listeningSocket() : -1);
         for (std::size_t i = 0; i < kMaxConnections; ++i) {
             const Connection& connection = m_connections[i];
             const bool isResting = connection.isOpen() && connection.isResting();
-            isAnyoneResting = isAnyoneResting || isResting;
+            isOneResting = isOneResting || isResting;
             watch(m_waiting[2 + i], isResting ? -1 : connection.descriptor);
         }
-        if (::poll(m_waiting.data(), m_waiting.size(), isAnyoneResting ? static_cast<int>(kTurn.count()) : -1) < 0) {
+        if (::poll(m_waiting.data(), m_waiting.size(), isOneResting ? static_cast<int>(kTurn.count()) : -1) < 0) {
             if (errno != EINTR) {
                 Bedrock::Trace::error("TcpDatagramSource # Failed to wait for packets (%s); it listens no more",
                                       std::generic_category().message(errno).c_str());
@@ -116,7 +116,7 @@ private:
         return m_waiting[0].revents == 0;
     }
 
-    void takeNextTurn()
+    void beginTurn()
     {
         m_now = Clock::now();
         if (m_now - m_turnBegan < kTurn)
@@ -128,7 +128,7 @@ private:
             connection.packets = 0;
             connection.bytes = 0;
             if (hasRested)
-                deliverAll(connection); // what had arrived before it rested
+                deliverAll(connection); // received before the rest
         }
     }
 
@@ -139,9 +139,9 @@ private:
             const int descriptor = ::accept4(m_source.listeningSocket(), from.get(), &from.size, SOCK_NONBLOCK | SOCK_CLOEXEC);
             if (descriptor < 0) {
                 if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
-                    // It stays readable; without a rest this would be a busy loop.
+                    // The socket stays readable; without a rest this would be a busy loop.
                     m_accepted = kAcceptedPerTurn;
-                    tell(Bedrock::Trace::Level::Warning,
+                    log(Bedrock::Trace::Level::Warning,
                          "Failed to take a connection (" + std::generic_category().message(errno)
                              + "); raise this machine's limit of open files");
                 }
@@ -155,12 +155,12 @@ private:
     void open(int descriptor, const SenderAddress& sender)
     {
         Connection* place = nullptr;
-        if (m_source.admit(sender, "a connection")) {
+        if (m_source.isAllowed(sender, "a connection")) {
             for (Connection& connection : m_connections)
                 if (!place && !connection.isOpen())
                     place = &connection;
             if (!place)
-                tell(Bedrock::Trace::Level::Warning,
+                log(Bedrock::Trace::Level::Warning,
                      "Closed the connection of " + sender.toString() + " (" + std::to_string(kMaxConnections)
                          + " are open already); look who connects there, and use fewer trackers");
         }
@@ -179,7 +179,7 @@ private:
         place->bytes = 0;
     }
 
-    /// Once; poll tells of what is left.
+    /// Reads once; poll reports what is left.
     void read(Connection& connection)
     {
         if (!connection.isOpen() || connection.isResting())
@@ -192,7 +192,7 @@ private:
             deliverAll(connection);
         } else if (size == 0 || (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR)) {
             if (connection.stream->waiting() > 0)
-                tell(Bedrock::Trace::Level::Info,
+                log(Bedrock::Trace::Level::Info,
                      "The connection of " + connection.sender.toString() + " ended inside a packet; that packet is lost");
             close(connection);
         }
@@ -209,7 +209,7 @@ private:
                 break;
             case PacketStream::Next::Incomplete: return;
             case PacketStream::Next::BadLength:
-                tell(Bedrock::Trace::Level::Warning,
+                log(Bedrock::Trace::Level::Warning,
                      "Closed the connection of " + connection.sender.toString() + " (a packet of "
                          + std::to_string(stream.length()) + " bytes, where 1 to " + std::to_string(OscDecoder::kMaxPacketBytes)
                          + " are possible); look what connects there: the length goes ahead of each packet, in 4 bytes, big "
@@ -226,19 +226,19 @@ private:
         connection.descriptor = -1;
     }
 
-    void tell(Bedrock::Trace::Level level, std::string text)
+    void log(Bedrock::Trace::Level level, std::string text)
     {
         if (m_lines == 0 || m_now - m_logPeriodBegan >= kLogPeriod) {
             m_logPeriodBegan = m_now;
             m_lines = 0;
         }
         if (++m_lines > kLinesPerLogPeriod) {
-            ++m_untold;
+            ++m_leftOut;
             return;
         }
-        if (m_untold > 0)
-            text += "; " + std::to_string(m_untold) + " lines like this were left out before it";
-        m_untold = 0;
+        if (m_leftOut > 0)
+            text += "; " + std::to_string(m_leftOut) + " lines like this were left out before it";
+        m_leftOut = 0;
         if (level == Bedrock::Trace::Level::Warning)
             Bedrock::Trace::warning("TcpDatagramSource # %s", text.c_str());
         else
@@ -253,7 +253,7 @@ private:
     int m_accepted = 0; // in this turn
     Clock::time_point m_logPeriodBegan = m_now;
     int m_lines = 0; // in this period
-    std::uint64_t m_untold = 0;
+    std::uint64_t m_leftOut = 0;
 };
 
 TcpDatagramSource::TcpDatagramSource(NetworkSettings settings)

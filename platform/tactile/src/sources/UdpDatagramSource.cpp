@@ -32,13 +32,13 @@ void UdpDatagramSource::receiveAll(std::vector<char>& buffer)
         if (size < 0) {
             if (errno == EINTR)
                 continue;
-            return; // nothing left, or an error that concerns one datagram only: poll tells of the next
+            return; // none left, or an error of one datagram: poll reports the next
         }
         const SenderAddress sender = from.toSender();
-        if (admit(sender, "a datagram"))
+        if (isAllowed(sender, "a datagram"))
             deliver({buffer.data(), static_cast<std::size_t>(size), sender});
         if (isWoken())
-            return; // a flood must not keep the thread from ending
+            return; // under a flood, too, the thread ends
     }
 }
 

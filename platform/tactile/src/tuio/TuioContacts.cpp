@@ -147,7 +147,7 @@ void TuioContacts::applySymbol(int source, TuioChannel channel, const TuioSet& s
         state.symbols.push_back({set.session, set.code});
     else
         return m_sources.count(TuioDrop::MarkerCap, source);
-    // An area seen before is the place of this symbol.
+    // An area reported before is the place of this symbol.
     const TuioSession* session = findSession(state, set.session);
     if (session && (session->shape == TuioShape::Area || session->shape == TuioShape::Symbol))
         applySet(source, channel, {TuioShape::Area, session->id, 0, session->x, session->y, session->angle});

@@ -52,9 +52,9 @@ void TuioDecoder::decode(const Datagram& datagram, std::uint16_t listener, std::
     const OscRefusal refusal = d->osc.decode(datagram.data, datagram.size, *d);
     sources.counters.refusals = d->osc.refusals();
 
-    // A packet that says nothing makes no sender known: rubbish must not push out those that speak.
-    const bool saysSomething = !d->version1.isEmpty() || !d->version2.isEmpty();
-    TuioSender* sender = refusal == OscRefusal::None && saysSomething ? &sources.senderOf(listener, datagram.sender)
+    // A packet without TUIO messages adds no sender: garbage must not displace real senders.
+    const bool hasMessages = !d->version1.isEmpty() || !d->version2.isEmpty();
+    TuioSender* sender = refusal == OscRefusal::None && hasMessages ? &sources.senderOf(listener, datagram.sender)
                                                                       : sources.findSender(listener, datagram.sender);
     if (refusal != OscRefusal::None) {
         sources.count(TuioDrop::Malformed, sender ? sender->source : -1);

@@ -12,7 +12,7 @@ namespace
 constexpr std::size_t kMaxSenders = 64;
 constexpr std::size_t kMaxSourceText = 128;
 
-/// What a sender calls itself, fit for a log line; without '@' it means this machine.
+/// A sender's source name, fit for a log line; without '@' it means this machine.
 std::string sourceName(std::string_view text)
 {
     std::string name(text.substr(0, kMaxSourceText));
@@ -97,7 +97,7 @@ void TuioSources::nameSender(TuioSender& sender, std::string_view text)
     std::string name = sourceName(text);
     const int known = findSource(sender.listener, true, name);
     if (wasUnnamed && sender.source >= 0 && known < 0) {
-        // It named itself only now: the same source, the same contacts.
+        // Its first name: the same source, the same contacts.
         source(sender.source).isNamed = true;
         countersOf(sender.source).name = std::move(name);
         return;

@@ -7,17 +7,16 @@
 #include <string>
 #include <vector>
 
-/// What the decoders of both versions of TUIO remember: of each address that sends, the frames that are being put
-/// together; of each source, the contacts that its last frames left.
+/// State that the decoders of both versions of TUIO share: for each address that sends, its incomplete frames; for each
+/// source, the contacts of its last frames.
 namespace Tactile
 {
-/// What numbers its sessions for itself: each profile of TUIO 1.1, and TUIO 2.0 as a whole. The first three are in the
-/// order of TuioProfile.
+/// Session ids are unique within a channel: one for each profile of TUIO 1.1, in the order of TuioProfile, and one for TUIO 2.0.
 enum class TuioChannel : std::uint8_t { Objects, Cursors, Blobs, Components };
 constexpr std::size_t kTuioChannelCount = 4;
 
-/// What a contact was seen as. One session of TUIO 2.0 may be several; the last in this list tells what it is and where.
-/// An area with a symbol on it is a marker that lies where the area is.
+/// The kind of message that reports a contact. In TUIO 2.0 several may report the same session; the last of these kinds
+/// decides type and place. An area with a symbol is a marker at the area's place.
 enum class TuioShape : std::uint8_t { Area, Symbol, Pointer, Token };
 
 [[nodiscard]] constexpr bool isMarkerShape(TuioShape shape) noexcept
@@ -25,7 +24,7 @@ enum class TuioShape : std::uint8_t { Area, Symbol, Pointer, Token };
     return shape == TuioShape::Symbol || shape == TuioShape::Token;
 }
 
-/// One contact's report in a frame. A Symbol has no place of its own.
+/// One contact's report in a frame. A Symbol has no place.
 struct TuioSet
 {
     TuioShape shape = TuioShape::Token;
@@ -66,7 +65,7 @@ struct TuioSender
     std::uint16_t listener = 0;
     SenderAddress address;
     std::uint64_t lastUse = 0;
-    std::string sourceText;                  // as sent; empty: it never named itself
+    std::string sourceText;                  // as sent; empty: it sent no name
     int source = -1;                         // index, -1: not looked up yet
     std::array<TuioPendingFrame, 3> pending; // by TuioProfile
     Tuio2PendingFrame pending2;
@@ -80,11 +79,11 @@ struct TuioSession
     float x = 0.f;
     float y = 0.f;
     float angle = 0.f;
-    bool isAnnounced = false; // an Appear was written, and no end since
+    bool isAnnounced = false; // an Appear was written, and no Vanish or Cancel since
     bool isVoid = false;      // a finger that was cancelled: ignored until it is lifted
 };
 
-/// A symbol that was named before the area it lies in.
+/// A symbol that was reported before its area.
 struct TuioSymbol
 {
     std::int32_t session = 0;
