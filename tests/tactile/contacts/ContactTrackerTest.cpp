@@ -5,7 +5,9 @@
 
 #include <doctest/doctest.h>
 
+#include <sstream>
 #include <string>
+#include <vector>
 
 using Tactile::ContactEvent;
 using Tactile::TrackedObject;
@@ -73,250 +75,222 @@ struct Bench
     Tactile::Sample sample;
 };
 
-const char* const kTwiceAt100And500 =
-    "ContactTracker::update # Marker 1001 is on the table twice (at 100, 100 and at 500, 100); the second is taken as "
-    "another card, give each card a code of its own";
+/// Reads "card+ 1 100 100, finger 7 20 10": a kind with + for Appear, - for Vanish, ! for Cancel, else Move; the session, the
+/// place, and for a card its code where that is not 1001.
+std::vector<ContactEvent> eventsOf(const std::string& text)
+{
+    std::vector<ContactEvent> events;
+    std::istringstream parts(text);
+    for (std::string part; std::getline(parts, part, ',');) {
+        std::istringstream words(part);
+        std::string kind;
+        std::int32_t session = 0;
+        words >> kind >> session;
+        REQUIRE_FALSE(words.fail());
+        Vecta::Vector2f point;
+        std::uint64_t code = 1001;
+        if (words >> point.x >> point.y && !(words >> code))
+            code = 1001;
+        const char sign = kind.back();
+        const Kind what = sign == '+' ? Kind::Appear : sign == '-' ? Kind::Vanish : sign == '!' ? Kind::Cancel : Kind::Move;
+        events.push_back(kind.rfind("card", 0) == 0 ? card(what, session, point, code) : finger(what, session, point));
+    }
+    return events;
 }
 
-TEST_CASE("contact tracker: a finger has a new id at each touch, never one that another thing had")
+/// What lies on the table: "1 at 100 100, finger 3 at 20 10".
+std::string tableOf(const Tactile::Sample& sample)
 {
-    Bench bench;
-    CHECK(bench.frame(0, {finger(Kind::Appear, 7, {10, 10})}) == "down 1");
-    CHECK(bench.frame(1, {card(Kind::Appear, 1, {500, 500})}) == "down 2");
-    CHECK(bench.frame(2, {finger(Kind::Vanish, 7)}) == "up 1");
-    CHECK(bench.frame(3, {finger(Kind::Appear, 7, {10, 10})}) == "down 3");
+    std::ostringstream text;
+    for (const auto& marker : sample.markers)
+        text << (text.tellp() > 0 ? ", " : "") << marker.id() << " at " << marker.centerLocation().x << ' '
+             << marker.centerLocation().y;
+    for (const auto& object : sample.fingers)
+        text << (text.tellp() > 0 ? ", " : "") << "finger " << object.id() << " at " << object.centerLocation().x << ' '
+             << object.centerLocation().y;
+    return text.str();
 }
 
-TEST_CASE("contact tracker: a down and an up within one frame both arrive, in order")
+struct Step
+{
+    double now;
+    const char* events;
+    const char* changes;
+    const char* table = nullptr;   ///< null: not compared
+    const char* warning = nullptr; ///< the second place of the marker that is on the table twice
+};
+
+struct Row
+{
+    const char* claim;
+    std::vector<Step> steps;
+};
+
+void check(const std::vector<Row>& rows, const Tactile::TrackerSettings& settings = plainSettings())
+{
+    for (const Row& row : rows) {
+        CAPTURE(row.claim);
+        Bench bench(settings);
+        for (const Step& step : row.steps) {
+            CAPTURE(step.now);
+            if (step.warning)
+                TestSupport::expectWarning("ContactTracker::update # Marker 1001 is on the table twice (at "
+                                           + std::string(step.warning)
+                                           + "); the second is taken as another card, give each card a code of its own");
+            CHECK(bench.frame(step.now, eventsOf(step.events)) == step.changes);
+            if (step.table)
+                CHECK(tableOf(bench.sample) == step.table);
+        }
+    }
+}
+}
+
+TEST_CASE("contact tracker: fingers")
+{
+    check({
+        {"a finger has a new id at each touch, never one that another thing had",
+         {{0, "finger+ 7 10 10", "down 1"},
+          {1, "card+ 1 500 500", "down 2"},
+          {2, "finger- 7", "up 1"},
+          {3, "finger+ 7 10 10", "down 3"}}},
+        {"a down and an up within one frame both arrive, in order",
+         {{0, "finger+ 7 10 10, finger- 7", "down 1 up 1", ""},
+          {1, "finger+ 8 10 10, finger 8 300 10, finger- 8", "down 2 move 2 up 2", ""}}},
+        {"several moves within one frame are one, to the last place",
+         {{0, "finger+ 7 10 10", "down 1"},
+          {1, "finger 7 20 10, finger 7 30 10", "move 1", "finger 1 at 30 10"},
+          {2, "", "", "finger 1 at 30 10"}}},
+        {"a finger is not held", {{0, "finger+ 7 10 10", "down 1"}, {0.1, "finger- 7", "up 1", ""}}},
+        {"a finger that starts in a marker's outline is its shadow until it is lifted",
+         {{0, "card+ 1 500 500", "down 1"},
+          {1, "finger+ 1 530 510", ""},
+          {2, "finger 1 900 900", ""},
+          {3, "finger- 1", ""},
+          {4, "finger+ 2 541 500", "down 2"},
+          {5, "finger 2 500 500", "move 2"}}},
+        {"a shadow reported before its card in the same frame is one, too",
+         {{0, "finger+ 1 500 500, card+ 1 500 500", "down 1", "1 at 500 500"}}},
+        {"a held marker still has its outline, one that left has none",
+         {{0, "card+ 1 500 500", "down 1"},
+          {1, "card- 1", ""},
+          {1.3, "finger+ 1 500 500", ""},
+          {2, "", "up 1"},
+          {3, "finger+ 2 500 500", "down 2"}}},
+        {"a finger that starts where a card is about to be put down is its shadow",
+         {{0, "card+ 1 100 100", "down 1"},
+          {1.0, "card- 1", ""},
+          {1.1, "finger+ 1 300 100, card+ 2 300 100", "up 1"},
+          {1.2, "finger+ 2 305 100", "down 1"}}},
+        {"contacts of a former run of the sender are cancelled or held",
+         {{0, "card+ 1 500 500, finger+ 1 100 100", "down 1 down 2"},
+          {1, "finger! 1, card! 1", "cancel 2"},
+          {1.2, "card+ 1 500 500", ""}}},
+    });
+}
+
+TEST_CASE("contact tracker: the place of a move and an up within one frame is the last")
 {
     Bench bench;
-    CHECK(bench.frame(0, {finger(Kind::Appear, 7, {10, 10}), finger(Kind::Vanish, 7)}) == "down 1 up 1");
-    CHECK(bench.sample.fingers.empty());
-    CHECK(bench.frame(1, {finger(Kind::Appear, 8, {10, 10}), finger(Kind::Move, 8, {300, 10}), finger(Kind::Vanish, 8)})
-          == "down 2 move 2 up 2");
+    bench.frame(0, eventsOf("finger+ 8 10 10, finger 8 300 10, finger- 8"));
+    REQUIRE(bench.sample.changes.size() == 3);
     CHECK(bench.sample.changes[1].object.centerLocation() == Vecta::Vector2f(300, 10));
     CHECK(bench.sample.changes[2].object.centerLocation() == Vecta::Vector2f(300, 10));
 }
 
-TEST_CASE("contact tracker: several moves within one frame are one, to the last place")
+TEST_CASE("contact tracker: cards that drop out, are held, lifted and put back")
 {
-    Bench bench;
-    bench.frame(0, {finger(Kind::Appear, 7, {10, 10})});
-    CHECK(bench.frame(1, {finger(Kind::Move, 7, {20, 10}), finger(Kind::Move, 7, {30, 10})}) == "move 1");
-    CHECK(bench.sample.fingers.at(0).centerLocation() == Vecta::Vector2f(30, 10));
-    CHECK(bench.frame(2) == "");
-    CHECK(bench.sample.fingers.size() == 1);
+    check({
+        {"a card's dropout is not seen",
+         {{0, "card+ 1 100 100", "down 1"},
+          {1.0, "card- 1", "", "1 at 100 100"},
+          {1.59, "", ""},
+          {1.595, "card+ 2 100 100", "", "1 at 100 100"},
+          {10.0, "", ""},
+          {10.1, "card 2 110 100", "move 1"}}},
+        {"a card that changes its session within one frame goes on",
+         {{0, "card+ 1 100 100", "down 1"},
+          {1, "card- 1, card+ 2 100 100", ""},
+          {2, "card+ 3 100 100, card- 2", ""},
+          {5, "", "", "1 at 100 100"}}},
+        {"a card leaves when its hold is over, and has its id again later",
+         {{0, "card+ 1 100 100", "down 1"},
+          {1.0, "card- 1", ""},
+          {1.5999, "", ""},
+          {1.6, "", "up 1", ""},
+          {1.7, "finger+ 9 900 900", "down 2"},
+          {60, "card+ 2 700 100", "down 1"},
+          {61, "card+ 3 100 100 1002", "down 3"}}},
+        {"a held card back within 40 mm moves there under its id, further away it was lifted",
+         {{0, "card+ 1 100 100", "down 1"},
+          {1.0, "card- 1", ""},
+          {1.1, "card+ 2 139 100", "move 1"},
+          {1.2, "card- 2", ""},
+          {1.3, "card+ 3 181 100", "up 1", ""},
+          {1.4, "", "down 1", "1 at 181 100"}}},
+        {"a card that is back elsewhere comes one frame later, with what was reported of it meanwhile",
+         {{0, "card+ 1 100 100", "down 1"},
+          {1.0, "card- 1", ""},
+          {1.1, "card+ 2 300 100, card 2 310 100", "up 1"},
+          {1.2, "card 2 320 100", "down 1 move 1", "1 at 320 100"}}},
+        {"a card that is back elsewhere for less than a frame comes one frame later, and is held",
+         {{0, "card+ 1 100 100", "down 1"},
+          {1.0, "card- 1", ""},
+          {1.1, "card+ 2 300 100, card- 2", "up 1"},
+          {1.2, "", "down 1"},
+          {1.9, "", "up 1"}}},
+        {"a card that is back at two places comes one frame later, twice",
+         {{0, "card+ 1 100 100", "down 1"},
+          {1.0, "card- 1", ""},
+          {1.1, "card- 1, card+ 2 300 100, card+ 3 600 100", "up 1"},
+          {1.2, "", "down 1 down 2", nullptr, "300, 100 and at 600, 100"}}},
+        {"another code in the place of a held card is another card",
+         {{0, "card+ 1 100 100", "down 1"}, {1.0, "card- 1", ""}, {1.1, "card+ 2 100 100 1002", "down 2"}, {1.6, "", "up 1"}}},
+        {"a card back in the frame in which its hold would end was never gone",
+         {{0, "card+ 1 100 100", "down 1"}, {1.0, "card- 1", ""}, {3.0, "card+ 2 100 100", ""}}},
+        {"cards stand in the order in which they were put down",
+         {{0, "card+ 1 100 100 3, card+ 2 300 100 2", "down 1 down 2"},
+          {1, "card+ 3 500 100 1", "down 3"},
+          {2, "card- 1", ""},
+          {2.1, "card+ 4 100 100 3", "", "1 at 100 100, 2 at 300 100, 3 at 500 100"}}},
+    });
 }
 
-TEST_CASE("contact tracker: a finger is not held")
+TEST_CASE("contact tracker: the time of the hold and the pixel pitch are settings")
 {
-    Bench bench;
-    bench.frame(0, {finger(Kind::Appear, 7, {10, 10})});
-    CHECK(bench.frame(0.1, {finger(Kind::Vanish, 7)}) == "up 1");
-    CHECK(bench.sample.fingers.empty());
+    auto withoutHold = plainSettings();
+    withoutHold.holdSeconds = 0.0;
+    check({{"no hold", {{0, "card+ 1 100 100", "down 1"}, {1.0, "card- 1", "up 1"}}}}, withoutHold);
+    auto finePitch = plainSettings();
+    finePitch.pixelPitchMm = 0.5f;
+    check({{"40 mm are 80 pixels", {{0, "card+ 1 100 100", "down 1"}, {1.0, "card- 1", ""}, {1.1, "card+ 2 179 100", "move 1"}}}},
+          finePitch);
 }
 
-TEST_CASE("contact tracker: nothing sees a card's dropout")
+TEST_CASE("contact tracker: one code seen twice")
 {
-    Bench bench;
-    CHECK(bench.frame(0, {card(Kind::Appear, 1, {100, 100})}) == "down 1");
-    CHECK(bench.frame(1.0, {card(Kind::Vanish, 1)}) == "");
-    REQUIRE(bench.sample.markers.size() == 1);
-    CHECK(bench.frame(1.59) == "");
-    CHECK(bench.frame(1.595, {card(Kind::Appear, 2, {100, 100})}) == "");
-    REQUIRE(bench.sample.markers.size() == 1);
-    CHECK(bench.sample.markers[0].id() == 1);
-    CHECK(bench.frame(10.0) == "");
-    CHECK(bench.frame(10.1, {card(Kind::Move, 2, {110, 100})}) == "move 1");
-}
-
-TEST_CASE("contact tracker: a card that changes its session within one frame goes on")
-{
-    Bench bench;
-    bench.frame(0, {card(Kind::Appear, 1, {100, 100})});
-    CHECK(bench.frame(1, {card(Kind::Vanish, 1), card(Kind::Appear, 2, {100, 100})}) == "");
-    CHECK(bench.frame(2, {card(Kind::Appear, 3, {100, 100}), card(Kind::Vanish, 2)}) == "");
-    CHECK(bench.frame(5) == "");
-    CHECK(bench.sample.markers.size() == 1);
-}
-
-TEST_CASE("contact tracker: a card leaves when its hold is over, and has its id again later")
-{
-    Bench bench;
-    bench.frame(0, {card(Kind::Appear, 1, {100, 100})});
-    bench.frame(1.0, {card(Kind::Vanish, 1)});
-    CHECK(bench.frame(1.5999) == "");
-    CHECK(bench.frame(1.6) == "up 1");
-    CHECK(bench.sample.markers.empty());
-    bench.frame(1.7, {finger(Kind::Appear, 9, {900, 900})});
-    CHECK(bench.frame(60, {card(Kind::Appear, 2, {700, 100})}) == "down 1");
-    CHECK(bench.frame(61, {card(Kind::Appear, 3, {100, 100}, 1002)}) == "down 3");
-}
-
-TEST_CASE("contact tracker: the time of the hold is a setting")
-{
-    auto settings = plainSettings();
-    settings.holdSeconds = 0.0;
-    Bench bench(settings);
-    bench.frame(0, {card(Kind::Appear, 1, {100, 100})});
-    CHECK(bench.frame(1.0, {card(Kind::Vanish, 1)}) == "up 1");
-}
-
-TEST_CASE("contact tracker: a held card back within 40 mm moves there under its id, further away it was lifted")
-{
-    Bench bench;
-    bench.frame(0, {card(Kind::Appear, 1, {100, 100})});
-    bench.frame(1.0, {card(Kind::Vanish, 1)});
-    CHECK(bench.frame(1.1, {card(Kind::Appear, 2, {139, 100})}) == "move 1");
-    bench.frame(1.2, {card(Kind::Vanish, 2)});
-    CHECK(bench.frame(1.3, {card(Kind::Appear, 3, {181, 100})}) == "up 1");
-    CHECK(bench.sample.markers.empty());
-    CHECK(bench.frame(1.4) == "down 1");
-    CHECK(bench.sample.markers.size() == 1);
-}
-
-TEST_CASE("contact tracker: a card that is back elsewhere comes one frame later, with what was said of it meanwhile")
-{
-    const auto lifted = [](Bench& bench) {
-        bench.frame(0, {card(Kind::Appear, 1, {100, 100})});
-        bench.frame(1.0, {card(Kind::Vanish, 1)});
-    };
-    Bench moved;
-    lifted(moved);
-    CHECK(moved.frame(1.1, {card(Kind::Appear, 2, {300, 100}), card(Kind::Move, 2, {310, 100})}) == "up 1");
-    CHECK(moved.frame(1.2, {card(Kind::Move, 2, {320, 100})}) == "down 1 move 1");
-    REQUIRE(moved.sample.markers.size() == 1);
-    CHECK(moved.sample.markers[0].centerLocation() == Vecta::Vector2f(320, 100));
-
-    Bench gone;
-    lifted(gone);
-    CHECK(gone.frame(1.1, {card(Kind::Appear, 2, {300, 100}), card(Kind::Vanish, 2)}) == "up 1");
-    CHECK(gone.frame(1.2) == "down 1");
-    CHECK(gone.frame(1.9) == "up 1");
-
-    Bench changed;
-    lifted(changed);
-    CHECK(changed.frame(1.1, {card(Kind::Vanish, 1), card(Kind::Appear, 2, {300, 100}), card(Kind::Appear, 3, {600, 100})})
-          == "up 1");
-    TestSupport::expectWarning("ContactTracker::update # Marker 1001 is on the table twice (at 300, 100 and at 600, 100); "
-                               "the second is taken as another card, give each card a code of its own");
-    CHECK(changed.frame(1.2) == "down 1 down 2");
-}
-
-TEST_CASE("contact tracker: a finger that starts where a card is about to be put down is its shadow")
-{
-    Bench bench;
-    bench.frame(0, {card(Kind::Appear, 1, {100, 100})});
-    bench.frame(1.0, {card(Kind::Vanish, 1)});
-    CHECK(bench.frame(1.1, {finger(Kind::Appear, 1, {300, 100}), card(Kind::Appear, 2, {300, 100})}) == "up 1");
-    CHECK(bench.frame(1.2, {finger(Kind::Appear, 2, {305, 100})}) == "down 1");
-}
-
-TEST_CASE("contact tracker: the pixel pitch says how far 40 mm are")
-{
-    auto settings = plainSettings();
-    settings.pixelPitchMm = 0.5f; // 80 pixels
-    Bench bench(settings);
-    bench.frame(0, {card(Kind::Appear, 1, {100, 100})});
-    bench.frame(1.0, {card(Kind::Vanish, 1)});
-    CHECK(bench.frame(1.1, {card(Kind::Appear, 2, {179, 100})}) == "move 1");
-}
-
-TEST_CASE("contact tracker: another code in the place of a held card is another card")
-{
-    Bench bench;
-    bench.frame(0, {card(Kind::Appear, 1, {100, 100})});
-    bench.frame(1.0, {card(Kind::Vanish, 1)});
-    CHECK(bench.frame(1.1, {card(Kind::Appear, 2, {100, 100}, 1002)}) == "down 2");
-    CHECK(bench.frame(1.6) == "up 1");
-}
-
-TEST_CASE("contact tracker: a card back in the frame in which its hold would end was never gone")
-{
-    Bench bench;
-    bench.frame(0, {card(Kind::Appear, 1, {100, 100})});
-    bench.frame(1.0, {card(Kind::Vanish, 1)});
-    CHECK(bench.frame(3.0, {card(Kind::Appear, 2, {100, 100})}) == "");
-}
-
-TEST_CASE("contact tracker: markers stand in the order in which they were put down")
-{
-    Bench bench;
-    bench.frame(0, {card(Kind::Appear, 1, {100, 100}, 3), card(Kind::Appear, 2, {300, 100}, 2)});
-    bench.frame(1, {card(Kind::Appear, 3, {500, 100}, 1)});
-    bench.frame(2, {card(Kind::Vanish, 1)});
-    bench.frame(2.1, {card(Kind::Appear, 4, {100, 100}, 3)});
-    REQUIRE(bench.sample.markers.size() == 3);
-    CHECK(bench.sample.markers[0].code() == 3);
-    CHECK(bench.sample.markers[1].code() == 2);
-    CHECK(bench.sample.markers[2].code() == 1);
-}
-
-TEST_CASE("contact tracker: a code twice on the table is two cards, the first stays and it is logged once")
-{
-    Bench bench;
-    bench.frame(0, {card(Kind::Appear, 1, {100, 100})});
-    TestSupport::expectWarning(kTwiceAt100And500);
-    CHECK(bench.frame(1, {card(Kind::Appear, 2, {500, 100})}) == "down 2");
-    CHECK(bench.sample.markers.size() == 2);
-    CHECK(bench.frame(2, {card(Kind::Vanish, 2)}) == "");
-    CHECK(bench.frame(2.6) == "up 2");
-    CHECK(bench.frame(3, {card(Kind::Appear, 3, {500, 100})}) == "down 2");
-    // The first is lifted: a single card has the first id again.
-    bench.frame(4, {card(Kind::Vanish, 1), card(Kind::Vanish, 3)});
-    bench.frame(5);
-    CHECK(bench.frame(6, {card(Kind::Appear, 4, {800, 800})}) == "down 1");
-}
-
-TEST_CASE("contact tracker: one card seen under two sessions is one card, as long as either sees it")
-{
-    Bench bench;
-    CHECK(bench.frame(0, {card(Kind::Appear, 1, {100, 100}), card(Kind::Appear, 2, {105, 100})}) == "down 1");
-    CHECK(bench.sample.markers.size() == 1);
-    CHECK(bench.frame(1, {card(Kind::Move, 2, {106, 100})}) == "");
-    CHECK(bench.frame(2, {card(Kind::Vanish, 1)}) == "move 1");
-    CHECK(bench.sample.markers.at(0).centerLocation() == Vecta::Vector2f(106, 100));
-    CHECK(bench.frame(9) == "");
-    bench.frame(10, {card(Kind::Vanish, 2)});
-    CHECK(bench.frame(10.6) == "up 1");
-}
-
-TEST_CASE("contact tracker: two sightings of one code that part are two cards")
-{
-    Bench bench;
-    bench.frame(0, {card(Kind::Appear, 1, {100, 100}), card(Kind::Appear, 2, {105, 100})});
-    TestSupport::expectWarning(kTwiceAt100And500);
-    CHECK(bench.frame(1, {card(Kind::Move, 2, {500, 100})}) == "down 2");
-    CHECK(bench.frame(2, {card(Kind::Move, 2, {510, 100})}) == "move 2");
-    CHECK(bench.sample.markers.size() == 2);
-}
-
-TEST_CASE("contact tracker: a finger that starts in a marker's outline is its shadow")
-{
-    Bench bench;
-    bench.frame(0, {card(Kind::Appear, 1, {500, 500})});
-    CHECK(bench.frame(1, {finger(Kind::Appear, 1, {530, 510})}) == "");
-    CHECK(bench.frame(2, {finger(Kind::Move, 1, {900, 900})}) == "");
-    CHECK(bench.frame(3, {finger(Kind::Vanish, 1)}) == "");
-    CHECK(bench.frame(4, {finger(Kind::Appear, 2, {541, 500})}) == "down 2");
-    CHECK(bench.frame(5, {finger(Kind::Move, 2, {500, 500})}) == "move 2");
-}
-
-TEST_CASE("contact tracker: a shadow reported ahead of its card in the same frame is one too")
-{
-    Bench bench;
-    CHECK(bench.frame(0, {finger(Kind::Appear, 1, {500, 500}), card(Kind::Appear, 1, {500, 500})}) == "down 1");
-    CHECK(bench.sample.fingers.empty());
-}
-
-TEST_CASE("contact tracker: a held marker still has its outline, one that left has none")
-{
-    Bench bench;
-    bench.frame(0, {card(Kind::Appear, 1, {500, 500})});
-    bench.frame(1, {card(Kind::Vanish, 1)});
-    CHECK(bench.frame(1.3, {finger(Kind::Appear, 1, {500, 500})}) == "");
-    CHECK(bench.frame(2) == "up 1");
-    CHECK(bench.frame(3, {finger(Kind::Appear, 2, {500, 500})}) == "down 2");
+    check({
+        {"far apart it is two cards: the first stays, and it is logged once",
+         {{0, "card+ 1 100 100", "down 1"},
+          {1, "card+ 2 500 100", "down 2", "1 at 100 100, 2 at 500 100", "100, 100 and at 500, 100"},
+          {2, "card- 2", ""},
+          {2.6, "", "up 2"},
+          {3, "card+ 3 500 100", "down 2"},
+          // The first is lifted: a single card has the first id again.
+          {4, "card- 1, card- 3", ""},
+          {5, "", "up 1 up 2"},
+          {6, "card+ 4 800 800", "down 1"}}},
+        {"near each other it is one card, as long as either session shows it",
+         {{0, "card+ 1 100 100, card+ 2 105 100", "down 1", "1 at 100 100"},
+          {1, "card 2 106 100", ""},
+          {2, "card- 1", "move 1", "1 at 106 100"},
+          {9, "", ""},
+          {10, "card- 2", ""},
+          {10.6, "", "up 1"}}},
+        {"two sightings that part are two cards",
+         {{0, "card+ 1 100 100, card+ 2 105 100", "down 1"},
+          {1, "card 2 500 100", "down 2", nullptr, "100, 100 and at 500, 100"},
+          {2, "card 2 510 100", "move 2", "1 at 100 100, 2 at 510 100"}}},
+    });
 }
 
 TEST_CASE("contact tracker: a sender silent for 5 s loses its fingers without a tap, and its markers after their hold")
@@ -343,14 +317,6 @@ TEST_CASE("contact tracker: a sender that is back during the hold finds its mark
     bench.frame(5.0);
     CHECK(bench.frame(5.3, {card(Kind::Appear, 1, {500, 500}), seen(0)}) == "");
     CHECK(bench.frame(9.0) == "");
-}
-
-TEST_CASE("contact tracker: what belonged to a former run of its sender is cancelled or held")
-{
-    Bench bench;
-    bench.frame(0, {card(Kind::Appear, 1, {500, 500}), finger(Kind::Appear, 1, {100, 100})});
-    CHECK(bench.frame(1, {finger(Kind::Cancel, 1), card(Kind::Cancel, 1)}) == "cancel 2");
-    CHECK(bench.frame(1.2, {card(Kind::Appear, 1, {500, 500})}) == "");
 }
 
 TEST_CASE("contact tracker: smoothing calms a trembling card and ends where the card is")

@@ -1,17 +1,10 @@
 #include "LogCapture.hpp"
 #include "LoopbackStream.hpp"
-#include "SampleText.hpp"
 #include "TestTable.hpp"
 
-#include <Tactile/DatagramPlayer.hpp>
-#include <Tactile/DatagramRecorder.hpp>
 #include <Tactile/TcpDatagramSource.hpp>
-#include <Tactile/Tuio2Encoder.hpp>
-#include <Tactile/UdpDatagramSource.hpp>
 
 #include <doctest/doctest.h>
-
-#include <QTemporaryDir>
 
 #include <algorithm>
 #include <atomic>
@@ -47,26 +40,41 @@ struct Hall
         return sample;
     }
 
+    [[nodiscard]] std::uint64_t drops(Tactile::TuioDrop cause) const
+    {
+        return input.counters().drops[static_cast<std::size_t>(cause)];
+    }
+
     TuioInput input;
     TcpDatagramSource* tcp = nullptr;
     Tactile::Sample sample;
     double now = 0.0;
 };
 
-/// Counts packets by the first byte of each.
+NetworkSettings anyPort()
+{
+    NetworkSettings settings;
+    settings.port = 0;
+    return settings;
+}
+
+/// A source whose packets are counted by the first byte of each.
 struct Counter
 {
     std::mutex mutex;
     std::condition_variable arrived;
     std::size_t counts[256] = {};
+    TcpDatagramSource source{anyPort()};
 
-    void take(const Tactile::Datagram& datagram)
+    Counter()
     {
-        {
-            const std::lock_guard<std::mutex> lock(mutex);
-            ++counts[static_cast<unsigned char>(*datagram.data)];
-        }
-        arrived.notify_all();
+        REQUIRE(source.start([this](const Tactile::Datagram& datagram) {
+            {
+                const std::lock_guard<std::mutex> lock(mutex);
+                ++counts[static_cast<unsigned char>(*datagram.data)];
+            }
+            arrived.notify_all();
+        }));
     }
     bool waitFor(char kind, std::size_t count)
     {
@@ -79,13 +87,6 @@ struct Counter
         return counts[static_cast<unsigned char>(kind)];
     }
 };
-
-NetworkSettings anyPort()
-{
-    NetworkSettings settings;
-    settings.port = 0;
-    return settings;
-}
 
 std::vector<char> finger(std::int32_t frame, float x, const std::string& source = "")
 {
@@ -113,33 +114,31 @@ TEST_CASE("tcp source: a tracker that connects puts a card and a finger on the t
     CHECK(hall.input.counters().sources.at(0).name == "127.0.0.1:" + std::to_string(tracker.port()));
 }
 
-TEST_CASE("tcp source: packets that come one byte at a time are put together")
+TEST_CASE("tcp source: however the bytes are cut, the packets come whole and in order")
 {
-    Hall hall;
-    const LoopbackStream tracker(hall.port());
-    for (int i = 1; i <= 3; ++i)
-        for (const char byte : framed(finger(i, 0.1f * float(i))))
-            tracker.send(std::string(1, byte));
-    hall.frame(3);
-    CHECK(hall.input.datagramsReceived() == 3);
-    REQUIRE(hall.sample.fingers.size() == 1);
-    CHECK(hall.sample.fingers[0].centerLocation().x == doctest::Approx(300));
-    CHECK(hall.input.counters().drops[static_cast<std::size_t>(Tactile::TuioDrop::Malformed)] == 0);
-}
-
-TEST_CASE("tcp source: many packets in one read come one by one, in order")
-{
-    Hall hall;
-    const LoopbackStream tracker(hall.port());
-    std::string bytes;
-    for (int i = 1; i <= 1000; ++i)
-        bytes += framed(finger(i, 0.0005f * float(i)));
-    tracker.send(bytes);
-    hall.frame(1000);
-    CHECK(hall.input.datagramsReceived() == 1000);
-    CHECK(hall.sample.fingers.at(0).centerLocation().x == doctest::Approx(500));
-    CHECK(hall.input.counters().sources.at(0).frames == 1000);
-    CHECK(hall.input.counters().drops[static_cast<std::size_t>(Tactile::TuioDrop::Late)] == 0);
+    struct Row
+    {
+        int packets;
+        std::size_t bytesAtATime;
+    };
+    for (const Row& row : {Row{3, 1}, Row{100, 7}, Row{1000, 1000000}}) {
+        CAPTURE(row.packets);
+        Hall hall;
+        const LoopbackStream tracker(hall.port());
+        std::string bytes;
+        for (int i = 1; i <= row.packets; ++i)
+            bytes += framed(finger(i, 0.0005f * float(i)));
+        for (std::size_t i = 0; i < bytes.size(); i += row.bytesAtATime)
+            tracker.send(bytes.substr(i, row.bytesAtATime));
+        const auto packets = static_cast<std::uint64_t>(row.packets);
+        hall.frame(packets);
+        CHECK(hall.input.datagramsReceived() == packets);
+        REQUIRE(hall.sample.fingers.size() == 1);
+        CHECK(hall.sample.fingers[0].centerLocation().x == doctest::Approx(0.5 * row.packets));
+        CHECK(hall.input.counters().sources.at(0).frames == packets);
+        CHECK(hall.drops(Tactile::TuioDrop::Malformed) == 0);
+        CHECK(hall.drops(Tactile::TuioDrop::Late) == 0);
+    }
 }
 
 TEST_CASE("tcp source: the largest packet comes whole, and one that is no TUIO costs itself only")
@@ -202,7 +201,7 @@ TEST_CASE("tcp source: a length that cannot be ends its connection with a warnin
     CHECK(hall.input.datagramsReceived() == 2 * packets);
 }
 
-TEST_CASE("tcp source: who connects again and again with garbage does not fill the log")
+TEST_CASE("tcp source: a sender that connects again and again with garbage does not fill the log")
 {
     Hall hall;
     for (int i = 0; i < 4; ++i)
@@ -260,7 +259,7 @@ TEST_CASE("tcp source: a connection that begins in the place of another one begi
     CHECK(hall.sample.fingers.at(0).centerLocation().x == doctest::Approx(400));
 }
 
-TEST_CASE("tcp source: a connection from a sender that is not allowed is closed, and told once")
+TEST_CASE("tcp source: a connection from a sender that is not allowed is closed, and logged once")
 {
     NetworkSettings settings;
     settings.allowedSenders = {"127.0.0.3", "127.0.0.2"};
@@ -317,18 +316,16 @@ TEST_CASE("tcp source: beyond sixteen connections the newest is closed, until th
 
 TEST_CASE("tcp source: a sender that never stops does not keep others, the frames or the end waiting")
 {
-    Counter counter;
     const auto began = std::chrono::steady_clock::now();
-    TcpDatagramSource source(anyPort());
-    REQUIRE(source.start([&](const Tactile::Datagram& datagram) { counter.take(datagram); }));
+    Counter counter;
     std::string flood;
     for (int i = 0; i < 10000; ++i)
         flood += framed({'f'});
     std::atomic<bool> isOver{false};
-    std::thread sender([&, tracker = std::make_shared<LoopbackStream>(source.port())] {
+    std::thread sender([&, tracker = std::make_shared<LoopbackStream>(counter.source.port())] {
         while (!isOver && tracker->trySend(flood)) {}
     });
-    const LoopbackStream quiet(source.port());
+    const LoopbackStream quiet(counter.source.port());
     REQUIRE(counter.waitFor('f', 1000));
     for (std::size_t i = 1; i <= 5; ++i) {
         quiet.send(std::vector<char>{'q'});
@@ -336,7 +333,7 @@ TEST_CASE("tcp source: a sender that never stops does not keep others, the frame
     }
     const std::size_t taken = counter.of('f');
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - began;
-    source.stop();
+    counter.source.stop();
     isOver = true;
     sender.join();
     // The work of each hundredth of a second is bounded, so that the table can draw.
@@ -366,42 +363,36 @@ TEST_CASE("tcp source: a table goes on drawing while a sender floods it, and tak
     sender.join();
     CHECK(isGoingOn);
     CHECK(hall.sample.fingers.size() == 1);
-    CHECK(hall.input.counters().drops[static_cast<std::size_t>(Tactile::TuioDrop::QueueFull)] == 0);
+    CHECK(hall.drops(Tactile::TuioDrop::QueueFull) == 0);
 }
 
-TEST_CASE("tcp source: a sender that is made to wait loses nothing")
+TEST_CASE("tcp source: a sender that is made to wait loses nothing, whether it ends or stays silent")
 {
-    Counter counter;
-    TcpDatagramSource source(anyPort());
-    REQUIRE(source.start([&](const Tactile::Datagram& datagram) { counter.take(datagram); }));
-    const std::size_t packets = 10 * TcpDatagramSource::kPacketsPerTurn + 3;
-    std::string bytes;
-    for (std::size_t i = 0; i < packets; ++i)
-        bytes += framed({'a'});
-    for (std::size_t i = 0; i < 40; ++i)
-        bytes += framed(std::vector<char>(65535, 'b'));
+    struct Row
     {
-        const LoopbackStream tracker(source.port());
+        std::size_t small; // packets of one byte, then
+        std::size_t large; // of the largest size
+        bool endsConnection;
+    };
+    constexpr std::size_t kTurn = TcpDatagramSource::kPacketsPerTurn;
+    for (const Row& row : {Row{10 * kTurn + 3, 40, true}, Row{3 * kTurn + 3, 0, false}}) {
+        CAPTURE(row.small);
+        Counter counter;
+        std::string bytes;
+        for (std::size_t i = 0; i < row.small; ++i)
+            bytes += framed({'a'});
+        for (std::size_t i = 0; i < row.large; ++i)
+            bytes += framed(std::vector<char>(65535, 'b'));
+        LoopbackStream tracker(counter.source.port());
         tracker.send(bytes);
+        if (row.endsConnection)
+            tracker.end();
+        CHECK(counter.waitFor('a', row.small));
+        CHECK(counter.waitFor('b', row.large));
+        counter.source.stop();
+        CHECK(counter.of('a') == row.small);
+        CHECK(counter.of('b') == row.large);
     }
-    CHECK(counter.waitFor('b', 40));
-    source.stop();
-    CHECK(counter.of('a') == packets);
-    CHECK(counter.of('b') == 40);
-}
-
-TEST_CASE("tcp source: what came in one read with too much comes by itself, without anything behind it")
-{
-    Counter counter;
-    TcpDatagramSource source(anyPort());
-    REQUIRE(source.start([&](const Tactile::Datagram& datagram) { counter.take(datagram); }));
-    const std::size_t packets = 3 * TcpDatagramSource::kPacketsPerTurn + 3;
-    std::string bytes;
-    for (std::size_t i = 0; i < packets; ++i)
-        bytes += framed({'a'});
-    const LoopbackStream tracker(source.port());
-    tracker.send(bytes);
-    CHECK(counter.waitFor('a', packets));
 }
 
 TEST_CASE("tcp source: a handler that throws costs one packet")
@@ -422,107 +413,4 @@ TEST_CASE("tcp source: a handler that throws costs one packet")
     tracker.send(framed({'a'}) + framed({'b'}));
     std::unique_lock<std::mutex> lock(mutex);
     CHECK(arrived.wait_for(lock, 10s, [&] { return calls == 2; }));
-}
-
-namespace
-{
-/// The packets of a visit, in both versions of TUIO, frame by frame.
-std::vector<std::vector<std::vector<char>>> visit()
-{
-    std::vector<std::vector<std::vector<char>>> frames;
-    for (std::int32_t i = 1; i <= 20; ++i) {
-        const float shift = 0.01f * float(i);
-        std::vector<TestTable::Card> cards;
-        std::vector<TestTable::Finger> fingers;
-        for (std::int32_t c = 0; c < 5; ++c)
-            cards.push_back({c, 1001 + c, 0.15f * float(c) + shift, 0.9f, shift});
-        for (std::int32_t f = i / 5; f < 12; ++f)
-            fingers.push_back({f, 0.05f * float(f) + shift, 0.2f});
-        Tactile::Tuio2Encoder encoder("two@cam");
-        encoder.begin(i);
-        encoder.token(1, 2001, 0.5f + shift, 0.5f, shift);
-        encoder.pointer(2, 0.1f, 0.5f + shift);
-        frames.push_back({TestTable::cardsPacket(i, cards), TestTable::fingersPacket(i, fingers), encoder.finish({1, 2})});
-    }
-    return frames;
-}
-
-/// What each frame of the table says when the visit comes by way of `send`.
-template <class Send>
-std::vector<std::string> samplesOf(TuioInput& input, const Send& send)
-{
-    std::vector<std::string> samples;
-    Tactile::Sample sample;
-    std::uint64_t sent = 0;
-    double now = 0.0;
-    for (const auto& frame : visit()) {
-        for (const auto& packet : frame) {
-            send(packet);
-            REQUIRE(input.waitForDatagrams(++sent, 10s));
-        }
-        input.takeSample(now += 0.02, sample);
-        samples.push_back(describe(sample));
-    }
-    return samples;
-}
-
-std::vector<std::string> samplesByUdp()
-{
-    TuioInput input(TestTable::plainSettings());
-    auto source = std::make_unique<Tactile::UdpDatagramSource>(anyPort());
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    inet_pton(AF_INET, "127.0.0.1", &address.sin_addr);
-    const auto* udp = source.get();
-    REQUIRE(input.addSource(std::move(source)));
-    address.sin_port = htons(udp->port());
-    const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    auto samples = samplesOf(input, [&](const std::vector<char>& packet) {
-        REQUIRE(sendto(descriptor, packet.data(), packet.size(), 0, reinterpret_cast<sockaddr*>(&address), sizeof address) > 0);
-    });
-    close(descriptor);
-    return samples;
-}
-}
-
-TEST_CASE("tcp source: fingers and cards are the same by both ways, frame by frame")
-{
-    Hall hall;
-    const LoopbackStream tracker(hall.port());
-    const auto byTcp = samplesOf(hall.input, [&](const std::vector<char>& packet) { tracker.send(packet); });
-    const auto byUdp = samplesByUdp();
-    REQUIRE(byTcp.size() == 20);
-    CHECK(byTcp == byUdp);
-    CHECK(byTcp[0].find(" 2001 ") != std::string::npos);
-    CHECK(byTcp[0] != byTcp[1]);
-}
-
-TEST_CASE("tcp source: what came by it is recorded and replayed as any datagram")
-{
-    const QTemporaryDir dir;
-    const std::string file = dir.filePath(QStringLiteral("evening.rec")).toStdString();
-    std::vector<std::string> recorded;
-    std::string error;
-    {
-        const auto recorder = Tactile::DatagramRecorder::create(file, error);
-        REQUIRE(recorder);
-        TuioInput input(TestTable::plainSettings());
-        input.setRecorder(recorder.get());
-        auto source = std::make_unique<TcpDatagramSource>(anyPort());
-        const auto* tcp = source.get();
-        REQUIRE(input.addSource(std::move(source)));
-        const LoopbackStream tracker(tcp->port());
-        recorded = samplesOf(input, [&](const std::vector<char>& packet) { tracker.send(packet); });
-    }
-    const auto player = Tactile::DatagramPlayer::open(file, error);
-    REQUIRE(player);
-    TuioInput input(player->settings());
-    Tactile::Sample sample;
-    std::vector<std::string> replayed;
-    double now = 0.0;
-    while (const auto frame = player->nextFrame(input)) {
-        input.takeSample(now += frame->dtSeconds, sample);
-        replayed.push_back(describe(sample));
-    }
-    CHECK(replayed == recorded);
 }

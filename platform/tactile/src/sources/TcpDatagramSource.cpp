@@ -142,8 +142,8 @@ private:
                     // The socket stays readable; without a rest this would be a busy loop.
                     m_accepted = kAcceptedPerTurn;
                     log(Bedrock::Trace::Level::Warning,
-                         "Failed to take a connection (" + std::generic_category().message(errno)
-                             + "); raise this machine's limit of open files");
+                        "Failed to take a connection (" + std::generic_category().message(errno)
+                            + "); raise this machine's limit of open files");
                 }
                 return;
             }
@@ -161,8 +161,8 @@ private:
                     place = &connection;
             if (!place)
                 log(Bedrock::Trace::Level::Warning,
-                     "Closed the connection of " + sender.toString() + " (" + std::to_string(kMaxConnections)
-                         + " are open already); look who connects there, and use fewer trackers");
+                    "Closed the connection of " + sender.toString() + " (" + std::to_string(kMaxConnections)
+                        + " are open already); look who connects there, and use fewer trackers");
         }
         if (!place) {
             ::close(descriptor);
@@ -193,7 +193,7 @@ private:
         } else if (size == 0 || (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR)) {
             if (connection.stream->waiting() > 0)
                 log(Bedrock::Trace::Level::Info,
-                     "The connection of " + connection.sender.toString() + " ended inside a packet; that packet is lost");
+                    "The connection of " + connection.sender.toString() + " ended inside a packet; that packet is lost");
             close(connection);
         }
     }
@@ -210,10 +210,10 @@ private:
             case PacketStream::Next::Incomplete: return;
             case PacketStream::Next::BadLength:
                 log(Bedrock::Trace::Level::Warning,
-                     "Closed the connection of " + connection.sender.toString() + " (a packet of "
-                         + std::to_string(stream.length()) + " bytes, where 1 to " + std::to_string(OscDecoder::kMaxPacketBytes)
-                         + " are possible); look what connects there: the length goes ahead of each packet, in 4 bytes, big "
-                           "end first");
+                    "Closed the connection of " + connection.sender.toString() + " (a packet of "
+                        + std::to_string(stream.length()) + " bytes, where 1 to " + std::to_string(OscDecoder::kMaxPacketBytes)
+                        + " are possible); look what connects there: the length goes ahead of each packet, in 4 bytes, big "
+                          "end first");
                 return close(connection);
             }
         }

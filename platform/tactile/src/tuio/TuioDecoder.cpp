@@ -55,7 +55,7 @@ void TuioDecoder::decode(const Datagram& datagram, std::uint16_t listener, std::
     // A packet without TUIO messages adds no sender: garbage must not displace real senders.
     const bool hasMessages = !d->version1.isEmpty() || !d->version2.isEmpty();
     TuioSender* sender = refusal == OscRefusal::None && hasMessages ? &sources.senderOf(listener, datagram.sender)
-                                                                      : sources.findSender(listener, datagram.sender);
+                                                                    : sources.findSender(listener, datagram.sender);
     if (refusal != OscRefusal::None) {
         sources.count(TuioDrop::Malformed, sender ? sender->source : -1);
         if (d->firstRefused.cause == OscRefusal::None)
