@@ -2,7 +2,7 @@
 
 #include <csignal>
 
-/// Counts SIGINT and SIGTERM while it exists, so that one that nobody else takes does not end the tests.
+/// Counts SIGINT and SIGTERM while it exists, so that one without another handler does not end the tests.
 class SignalGuard
 {
 public:

@@ -50,7 +50,6 @@ KNOWN = [
     ("words", "platform/trellis"),
     ("words", "plugin"),
     ("words", "tests"),
-    ("words", "tools/visit"),
 ]
 
 ADVICE = {

@@ -40,7 +40,7 @@ TestHost::~TestHost()
     m_app->destroyRemovedWidgets();
     m_app.reset();
     m_mediaServer->breakPromises();
-    // Continuations of the broken promises, which find nobody any more.
+    // Continuations of the broken promises, which find their widgets gone.
     Bedrock::AfterUpdateQueue::instance().drain();
     Bedrock::AfterUpdateQueue::instance().clear();
     Cascara::StyleEngine::instance().clearStyleSheets();

@@ -79,7 +79,7 @@ public:
     /// Makes a card known to the cache as a personal one.
     void addPerson(unsigned long code, const QString& name, const QString& email = QString(),
                    const QByteArray& contentKey = QByteArray());
-    /// Makes a card known to the cache as one that nobody owns (or of another kind).
+    /// Makes a card known to the cache as one without an owner (or of another kind).
     void addCard(unsigned long code, int type);
 
     /// The media server, configured from the start as "media-server-service". The plug-in asks for that type and for no name; the

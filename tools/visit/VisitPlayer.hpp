@@ -28,7 +28,7 @@ struct Frame
     std::vector<Contact> cards;   ///< likewise
 };
 
-/// A script as a function of time; it has no clock of its own, so whoever asks decides how fast it plays.
+/// A script as a function of time. It has no clock, so the caller decides how fast it plays.
 ///
 ///     const Player player(parsed.script);
 ///     for (double t = 0; !player.isOver(t); t = std::min(t + 1.0 / 60, player.nextActionAfter(t)))

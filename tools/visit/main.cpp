@@ -251,8 +251,7 @@ bool play(const Visit::Player& player, int descriptor, const Options& options)
     std::uint64_t sent = 0;
     const auto send = [&](const std::vector<char>& packet) {
         ++sent;
-        // By UDP nobody listening yet (ECONNREFUSED) is no failure: the table may start later, and all is sent again each
-        // second.
+        // By UDP, ECONNREFUSED is no failure: the table may start later, and all is sent again each second.
         if (!sendPacket(descriptor, packet, options.isStream) && (options.isStream || errno != ECONNREFUSED)) {
             if (isSent)
                 fail(std::string("Failed to send to ") + options.host + ':' + options.port + " (" + std::strerror(errno)

@@ -130,7 +130,7 @@ TEST_CASE("pdf pages: who has lost interest is told nothing, whatever had been d
     const QString path = reader.pdf("a.pdf", {Qt::red});
     int told = 0;
     const auto count = [&](const PdfPages::Outcome&) { ++told; };
-    (void)reader.pages.request({path, 0, 50}, count); // nobody keeps it
+    (void)reader.pages.request({path, 0, 50}, count); // not kept
     const auto given = reader.pages.request({path, 0, 50}, count);
     *given = true;
     auto late = reader.pages.request({path, 0, 50}, count);

@@ -16,7 +16,7 @@ TEST_CASE("after idle: applies its function once, when nobody touched the widget
     widget.addOperator(makeIntrusive<AfterIdleApplyLambdaOperator>(
         10.f, [&](Widget&) { ++calls; }, false));
     scene.frames(99, 0.1);
-    CHECK(calls == 0); // counted from the attaching, though nobody ever touched the widget
+    CHECK(calls == 0); // counted from the attaching, although the widget was never touched
     scene.frames(1, 0.1);
     CHECK(calls == 1);
     CHECK(widget.operators().empty());
