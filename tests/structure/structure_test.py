@@ -144,12 +144,13 @@ class StructureTest(unittest.TestCase):
     def test_a_file_that_includes_itself_is_a_circle(self):
         self.assertIn("include each other in a circle", self.fault({"mediaserver/A.hpp": '#include "A.hpp"\n'}))
 
-    def test_the_fourth_friend_of_the_widget_is_one_too_many(self):
+    def test_the_fourth_friend_of_a_class_is_one_too_many_but_operators_do_not_count(self):
         def house(count):
             friends = "".join(f"    friend class Friend{number}; // friend class Comment;\n" for number in range(count))
+            operators = "    friend bool operator==(A, A);\n    friend bool operator!=(A a, A b) { return !(a == b); }\n"
             return {"platform/trellis/include/Trellis/Widget.hpp":
-                    f"class Widget;\nclass TRELLIS_EXPORT Widget : public Base\n{{\n{friends}}};\n"
-                    "class Other { friend class Widget; friend class A; friend class B; friend class C; };\n"}
+                    f"class Widget;\nclass TRELLIS_EXPORT Widget final : public Base\n{{\n{friends}{operators}}};\n"
+                    "struct Other { friend class Widget; friend struct A; template <class T> friend class B; };\n"}
         self.assertEqual(self.faults(house(3)), [])
         fault = self.fault(house(4))
         self.assertIn("class Widget has 4 friends, 3 at most", fault)
