@@ -2,6 +2,7 @@
 
 #include "shared/AfterUpdate.hpp"
 #include "shared/DefaultFileRepresentation.hpp"
+#include "shared/IdPayload.hpp"
 
 #include <Bedrock/BinaryData.hpp>
 #include <Bedrock/Trace.hpp>
@@ -27,13 +28,6 @@ float tileScale(std::size_t count)
     while (columns * columns < count)
         ++columns;
     return columns <= 2 ? 1.f / 3.f : 1.f / static_cast<float>(columns);
-}
-
-Bedrock::BinaryData idPayload(long id)
-{
-    Bedrock::BinaryData data;
-    data.writeInt64(id);
-    return data;
 }
 }
 

@@ -1,5 +1,7 @@
 #include "personalspace/PersonalSpaceContents.hpp"
 
+#include "shared/IdPayload.hpp"
+
 #include <Bedrock/BinaryData.hpp>
 
 #include <cstdint>
@@ -17,13 +19,6 @@ Registry& registry()
 {
     static Registry contentsByCode;
     return contentsByCode;
-}
-
-Bedrock::BinaryData idPayload(long id)
-{
-    Bedrock::BinaryData data;
-    data.writeInt64(id);
-    return data;
 }
 }
 

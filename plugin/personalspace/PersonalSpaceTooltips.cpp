@@ -1,6 +1,7 @@
 // The tooltips of a personal space: one at a time.
 
 #include "personalspace/PersonalSpaceWidgetD.hpp"
+#include "shared/IdPayload.hpp"
 #include "shared/Placeholder.hpp"
 
 #include <Bedrock/BinaryData.hpp>
@@ -45,8 +46,7 @@ void PersonalSpaceWidget::D::toggleTooltip(const QString& name, const Vecta::Vec
     Trellis::FadeAnimator::fadeIn(*opened, kFadeInSeconds, 0.f);
     tooltip = opened;
 
-    Bedrock::BinaryData payload;
-    payload.writeInt64(opened->textWidget()->id());
+    auto payload = idPayload(opened->textWidget()->id());
     host.eventSend("stylable-widget-added", payload);
 }
 

@@ -123,6 +123,19 @@ TEST_CASE("drop: the indicator stands at the point also where the overlay is mov
     CHECK(near(overlay.mapToScene(area.indicators()[0]->centerLocation()), {610.f, 390.f}));
 }
 
+TEST_CASE("drop: without an application a hover marks the space and shows no indicator")
+{
+    Area area;
+    const auto content = area.make<FakeContent>();
+    area.host.destroyTavola();
+    CHECK(area.drop(content, DropEvent::ValidHover));
+    CHECK(pseudoClassesOf(*area.space) == Strings{"valid-hover"});
+    CHECK(pseudoClassesOf(*content) == Strings{"valid-drop"});
+    CHECK(area.drop(content, DropEvent::Leave));
+    CHECK(pseudoClassesOf(*area.space).empty());
+    CHECK(pseudoClassesOf(*content).empty());
+}
+
 TEST_CASE("drop: leaving clears both marks and the indicator")
 {
     Area area;

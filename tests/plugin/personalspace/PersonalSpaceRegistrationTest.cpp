@@ -311,6 +311,20 @@ TEST_CASE("confirming a name: a blank one shows the field's errors, nothing else
     CHECK(form.registrations().empty());
 }
 
+TEST_CASE("confirming a name: a blank one is refused also before the field has a validator of the space")
+{
+    OpenSpace space;
+    for (const char* name : {"", "   "}) {
+        CAPTURE(name);
+        space.saveName(name);
+        CHECK(space.field().hasPseudoClass("invalid"));
+        CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view"});
+        CHECK_FALSE(space.text("user-name").hasValue(Facet::kUserLayer));
+    }
+    space.registrationAnswered();
+    CHECK(space.registrations().empty());
+}
+
 TEST_CASE("confirming a name: the owner is greeted, the field emptied, and a request sent to the marker service")
 {
     OpenSpace space;
