@@ -74,7 +74,7 @@ struct Popup
     }
 };
 
-/// With a service that answers when the test says so.
+/// With an e-mail service whose answers the test gives.
 struct PopupMail : Popup
 {
     std::shared_ptr<TestSupport::FakeEmailService> service = addEmailService<TestSupport::FakeEmailService>(host);

@@ -124,7 +124,7 @@ TEST_CASE("popup: one that is closed in the same frame is not raised")
     CHECK(table.popups().empty());
 }
 
-TEST_CASE("popup: where none can be made nothing happens")
+TEST_CASE("popup: where none can be created nothing happens")
 {
     PersonTable table;
     table.popupRegistrant.reset();
@@ -199,7 +199,7 @@ TEST_CASE("collection mode direct-email: the content is sent to the card's owner
     CHECK(table.spaces().empty());
 }
 
-TEST_CASE("collection modes: each does with each card what it says")
+TEST_CASE("collection modes: each collects the cards of its kinds, into a space or by e-mail")
 {
     struct Row
     {
@@ -272,7 +272,7 @@ TEST_CASE("collection modes: the popup is turned to the hand where the detector 
     CHECK(sameDirection(table.popup().rotation(), 1.25 - PluginTest::kPi / 6));
 }
 
-TEST_CASE("collection modes: what cannot be collected is not e-mailed either")
+TEST_CASE("collection modes: content that cannot be collected is not e-mailed either")
 {
     PersonTable table;
     table.collect(Mode::DirectEmail);

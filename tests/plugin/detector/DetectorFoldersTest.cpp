@@ -23,7 +23,7 @@ constexpr Vector2f kCard = FoldersOnDetector::kCard;
 
 // ---- Cards that own a folder -----------------------------------------------------------------------------------------
 
-TEST_CASE("card with a content key: it never launches a personal space, its folder opens at it and hears of its lifting")
+TEST_CASE("card with a content key: it never launches a personal space, its folder opens at it and receives its lifting")
 {
     FoldersOnDetector table;
     table.set("dismiss-widgets", true);
@@ -106,7 +106,7 @@ TEST_CASE("card with a content key: a card without one asks for no folder when i
     CHECK(table.spaces().size() == 1);
 }
 
-TEST_CASE("card up: every card that the filters let pass goes to the folder that the service has for it")
+TEST_CASE("card up: every card that the filters accept goes to the folder that the service gives for it")
 {
     FoldersOnDetector table;
     table.set("reverse-mode", true);
@@ -116,7 +116,7 @@ TEST_CASE("card up: every card that the filters let pass goes to the folder that
     CHECK(table.itemNames() == Strings{"r"});
 }
 
-TEST_CASE("card up: where the service has no folder nothing is logged")
+TEST_CASE("card up: where the service gives no folder nothing is logged")
 {
     FoldersOnDetector table;
     table.answer([] { return boost::make_unexpected(QString("out of folders")); });
@@ -193,7 +193,7 @@ TEST_CASE("failed folder: on card up the grab is left alone")
     CHECK_FALSE(table.holder(id));
 }
 
-TEST_CASE("failed folder: a grab that somebody else has is not released")
+TEST_CASE("failed folder: the grab of another widget is not released")
 {
     FoldersOnDetector table;
     const auto id = table.putDown(table.keyed);
@@ -229,7 +229,8 @@ TEST_CASE("rejected card: with nothing in custom-tessel-content there is no fold
     CHECK(table.items().empty());
 }
 
-TEST_CASE("rejected card: it goes to the folder of custom-tessel-content from the next frame on, and stops with the next")
+TEST_CASE(
+    "rejected card: the folder of custom-tessel-content receives it from the frame after the assignment until that after its end")
 {
     FoldersOnDetector table;
     table.rejectAll();
@@ -277,7 +278,7 @@ TEST_CASE("rejected card: down and up both go to the slot's folder, and the mark
     CHECK(table.spaces().empty());
 }
 
-TEST_CASE("rejected card: the slot's folder goes before the card's own")
+TEST_CASE("rejected card: the slot's folder receives it, not the card's own folder")
 {
     FoldersOnDetector table;
     table.rejectAll();
@@ -330,7 +331,7 @@ TEST_CASE("rejected card: the filters count as they are when the card is lifted"
     CHECK(table.asked() == std::vector<unsigned long>{table.code});
 }
 
-TEST_CASE("rejected card: one that is lifted when the slot is empty again is no trouble")
+TEST_CASE("rejected card: one that is lifted when the slot is empty again is ignored")
 {
     FoldersOnDetector table;
     table.rejectAll();

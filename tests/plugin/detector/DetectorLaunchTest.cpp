@@ -36,7 +36,7 @@ Trellis::Widget* topmost(PersonTable& table)
     return table.host.mainWidget().children().back().get();
 }
 
-/// A personal widget that writes down how it is opened.
+/// A personal widget that records the calls and changes while it is opened.
 class WatchedPersonalWidget final : public Tavola::PersonalTesselWidget
 {
 public:

@@ -10,7 +10,7 @@
 
 #include <doctest/doctest.h>
 
-// Folders, and the host's own detector, for cards that lie on the table when a detector comes.
+// Cards that lie on the table when a detector is added, with folders and with the host's own detector.
 
 using PluginTest::FoldersOnDetector;
 using PluginTest::newCode;
@@ -26,7 +26,7 @@ constexpr Vector2f kCard = FoldersOnDetector::kCard;
 
 namespace
 {
-/// The host's own detector; says what it got.
+/// The host's own detector; records the codes that it receives.
 class HostDetector final : public Trellis::Widget
 {
 public:
@@ -146,7 +146,7 @@ TEST_CASE("pickup: only what stands in the host's own overlay counts as the host
         CHECK(other->codes.empty());
 }
 
-TEST_CASE("pickup: the detector that the host brings takes an unknown card and marks it, and lets it go when it is lifted")
+TEST_CASE("pickup: the host's detector grabs an unknown card and marks it until it is lifted")
 {
     PluginTest::Table table;
     const auto hostDetector = Bedrock::makeIntrusive<Tavola::MarkerDetectorWidget>();
@@ -206,7 +206,7 @@ TEST_CASE("pickup: a known card outside the detector is left alone also where th
     CHECK(hostDetector->codes.empty());
 }
 
-TEST_CASE("pickup: the place is looked at in the detector's own coordinates, turned and scaled as it may be")
+TEST_CASE("pickup: a card's place counts in the coordinates of a turned detector")
 {
     PluginTest::Table table;
     table.host.addPerson(table.code, "Ann");
@@ -235,7 +235,7 @@ TEST_CASE("pickup: rejected cards are refused in the first frame, the slot's fol
     table.attribute<QString>("marker-filters").setValue("1");
     table.host.frame();
     CHECK(table.holder(id) == table.host.ui().background().get());
-    // A pickup asked for later takes it.
+    // A later pickup transfers it.
     table.detector->pickupIdleMarkers();
     CHECK(table.holder(id) == table.detector.get());
 }

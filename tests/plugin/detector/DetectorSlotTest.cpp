@@ -37,7 +37,7 @@ TEST_CASE("slot: the folder is made without a parent, and is kept while it is in
     CHECK_FALSE(watched.lock());
 }
 
-TEST_CASE("slot: a component whose widget is no folder is ignored silently, and takes no folder's place")
+TEST_CASE("slot: a component whose widget is no folder is ignored silently, and replaces no folder")
 {
     FoldersOnDetector table;
     table.detectorComponent()->assign(kSlot, table.itemComponent("no folder"));
@@ -100,7 +100,7 @@ TEST_CASE("slot: a removal after an addition in the same frame leaves none, an a
     CHECK(table.instance()->contentForInvalidTessel() != first);
 }
 
-TEST_CASE("slot: what is in it before the detector is made counts after the detector's first frame")
+TEST_CASE("slot: a folder that is in it before the detector is created counts after the detector's first frame")
 {
     PluginTest::Table table;
     table.host.addPerson(table.code, "Ann");
@@ -117,7 +117,7 @@ TEST_CASE("slot: what is in it before the detector is made counts after the dete
     CHECK(table.itemNames() == Strings{"slot"});
 }
 
-TEST_CASE("slot: a step that comes when the instance has gone does nothing")
+TEST_CASE("slot: a deferred step does nothing once its instance is destroyed")
 {
     FoldersOnDetector table;
     auto instance = std::make_shared<PersonalTesselDetectorInstance>(
@@ -136,7 +136,7 @@ TEST_CASE("slot: a step that comes when the instance has gone does nothing")
     table.host.frames(2);
 }
 
-TEST_CASE("slot: a detector that goes before the frame ends takes its folder along")
+TEST_CASE("slot: a detector that is destroyed before the frame ends leaves no folder")
 {
     FoldersOnDetector table;
     table.detectorComponent()->assign(kSlot, table.folderWith("slot"));

@@ -34,7 +34,7 @@ std::shared_ptr<Tavola::WidgetComponent> makeOtherPersonalComponent()
 }
 }
 
-TEST_CASE("detector: type, attributes and their defaults are as style sheets know them")
+TEST_CASE("detector: it has its CSS type, and its attributes with their defaults")
 {
     PersonTable table;
     CHECK(table.detector->cssType() == "PersonalTesselDetectorWidget");
@@ -88,14 +88,45 @@ TEST_CASE("detector: the filters are read anew with every change of their attrib
     CHECK(table.detector->validCode(11));
 }
 
-TEST_CASE("grab: a personal card on the detector is taken, one beside it is not")
+TEST_CASE("detector: a style sheet's filters restrict it, with quotes around them and without")
+{
+    for (const char* filters : {"10", "10,20-25", "10, 20-25", "20-25,10", "10 , 20 - 25", "\"10,20-25\""}) {
+        CAPTURE(filters);
+        PersonTable table;
+        table.host.style(QString("PersonalTesselDetectorWidget { marker-filters: %1 }").arg(filters));
+        CHECK(table.detector->filters().hasFilters);
+        CHECK(table.detector->validCode(10));
+        CHECK(table.detector->validCode(22) == (QString(filters) != "10"));
+        CHECK_FALSE(table.detector->validCode(11));
+        CHECK_FALSE(table.wouldGrab(table.code));
+    }
+    for (const char* code : {"18446744073709551615", "9007199254740993", "0010"}) {
+        CAPTURE(code);
+        PersonTable table;
+        table.host.style(QString("PersonalTesselDetectorWidget { marker-filters: %1 }").arg(code));
+        CHECK(table.detector->validCode(QString(code).toULongLong()));
+        CHECK_FALSE(table.detector->validCode(QString(code).toULongLong() - 1));
+    }
+}
+
+TEST_CASE("detector: an unquoted entry of a style sheet that is no range is logged as it is written")
+{
+    PersonTable table;
+    TestSupport::expectError(
+        "PersonalTesselDetectorWidget::parseFilters # Invalid entry '5-5' in '5-5,010', expected format '10,20-25,30'");
+    table.host.style("PersonalTesselDetectorWidget { marker-filters: 5-5,010 }");
+    CHECK(table.detector->validCode(10));
+    CHECK_FALSE(table.detector->validCode(5));
+}
+
+TEST_CASE("grab: a personal card on the detector is grabbed, one beside it is not")
 {
     PersonTable table;
     CHECK(table.wouldGrab(table.code));
     CHECK_FALSE(table.wouldGrab(table.code, {100.f, 400.f}));
 }
 
-TEST_CASE("grab: a finger is never taken, also where its missing code is somebody's")
+TEST_CASE("grab: a finger is never grabbed, also where its missing code is that of a person")
 {
     PersonTable table;
     table.host.addPerson(0, "Nil");
@@ -104,7 +135,7 @@ TEST_CASE("grab: a finger is never taken, also where its missing code is somebod
         table.detector->shouldGrab(*table.host.app().grabManager(), {Tactile::TrackedObject::Type::Finger, 1, {600.f, 400.f}}));
 }
 
-TEST_CASE("grab: a card that the cache does not know is never taken")
+TEST_CASE("grab: a card that is not in the cache is never grabbed")
 {
     PersonTable table;
     table.attribute<bool>("allow-unregistered-markers").setValue(true);
@@ -128,7 +159,7 @@ TEST_CASE("grab: a card that the filters reject is ignored")
     CHECK(table.wouldGrab(table.code));
 }
 
-TEST_CASE("grab: an unregistered card is taken only where the detector allows it, other kinds never")
+TEST_CASE("grab: an unregistered card is grabbed only where the detector allows it, other kinds never")
 {
     PersonTable table;
     const auto unregistered = newCode();
@@ -208,7 +239,7 @@ TEST_CASE("card: the offset is in degrees")
     CHECK(table.spaces()[0]->rotation() == doctest::Approx(1.0 - PluginTest::kPi / 4));
 }
 
-TEST_CASE("card: an unregistered one opens a space for nobody where it is allowed")
+TEST_CASE("card: an unregistered one opens a space without an owner where it is allowed")
 {
     PersonTable table;
     const auto unregistered = newCode();
@@ -236,7 +267,7 @@ TEST_CASE("card: one with a content key never opens a personal space, its folder
     CHECK(table.spaces().empty());
 }
 
-TEST_CASE("card: without an instance, or where no personal widget can be made, nothing is opened")
+TEST_CASE("card: without an instance, or where no personal widget can be created, nothing is opened")
 {
     PersonTable table;
     SUBCASE("a detector that no component made")
@@ -281,7 +312,7 @@ TEST_CASE("detector: without an application it grabs, opens and collects nothing
     PersonalTesselDetectorWidget().update(Trellis::FrameInfo(1.f / 60.f, 0.0, 1));
 }
 
-TEST_CASE("card: spaces stay when the detector goes")
+TEST_CASE("card: spaces stay when the detector is destroyed")
 {
     PersonTable table;
     (void)table.putDown(table.code);
@@ -388,7 +419,7 @@ TEST_CASE("card on content: the space is turned towards the hand where the detec
     CHECK(table.spaces()[0]->rotation() == doctest::Approx(0.25 + PluginTest::kPi / 2));
 }
 
-TEST_CASE("card on content: where the personal widget is no space, a warning says so")
+TEST_CASE("card on content: a personal widget that is no space is a warning")
 {
     PersonTable table;
     table.collect(Mode::AddToPersonalSpace);
@@ -474,7 +505,7 @@ TEST_CASE("pickup: a card that was taken over opens a space when it is put down 
     CHECK(table.spaces().size() == 1);
 }
 
-TEST_CASE("pickup: a card that something else holds is left there, one that nobody holds too")
+TEST_CASE("pickup: a card that another widget holds is left there, and so is one that no widget holds")
 {
     Table table;
     table.host.addPerson(table.code, "Ann");

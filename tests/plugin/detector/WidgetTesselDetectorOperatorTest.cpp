@@ -61,7 +61,7 @@ struct PictureTable : PluginTest::Table
 };
 }
 
-TEST_CASE("card operator: its type is as style sheets know it")
+TEST_CASE("card operator: it has its CSS type")
 {
     CHECK(Bedrock::makeIntrusive<WidgetTesselDetectorOperator>()->cssType() == "WidgetTesselDetectorOperator");
 }
@@ -173,7 +173,7 @@ TEST_CASE("card operator: a marker-down for a marker that is no longer tracked d
     const Bedrock::IntrusivePtr<PluginTest::Table::Detector> second(new PluginTest::Table::Detector(&table.host.mainWidget()));
     table.track();
     table.host.frame();
-    // No word of the two detectors either: nobody looks for them.
+    // No warning of the two detectors either: they are not searched for.
     table.sendDown(123456);
     const auto id = table.putDown(newCode(), {1700.f, 1000.f});
     table.lift(id);
@@ -239,7 +239,7 @@ TEST_CASE("card operator: of several detectors the first one of the tree is used
     }
 }
 
-TEST_CASE("card operator: a widget that merely calls itself a detector is skipped silently")
+TEST_CASE("card operator: a widget of a detector's type name that is none is skipped silently")
 {
     PictureTable table(false);
     const Bedrock::IntrusivePtr<Trellis::Widget> impostor(new Trellis::Widget(table.host.ui().background().get()));
@@ -271,19 +271,19 @@ TEST_CASE("card operator: two operators of one widget report a card twice")
     CHECK(table.spaces().size() == 2);
 }
 
-TEST_CASE("card operator: the widget may go with its operator, and take it away when a card comes")
+TEST_CASE("card operator: its widget may be destroyed, or removed or untracked by a listener while a card comes down")
 {
     PictureTable table;
     table.track();
     table.host.frame();
-    SUBCASE("gone before")
+    SUBCASE("destroyed before")
     {
         table.picture->removeFromParent();
         table.picture.reset();
         (void)table.putDown(table.code, {1300.f, 850.f});
         CHECK(table.spaces().empty());
     }
-    SUBCASE("gone by an earlier listener")
+    SUBCASE("removed by an earlier listener")
     {
         const auto other = table.addPicture();
         other->eventAddListener("marker-down", [&] { other->removeFromParent(); });
@@ -291,7 +291,7 @@ TEST_CASE("card operator: the widget may go with its operator, and take it away 
         (void)table.putDown(table.code, {1300.f, 850.f});
         table.host.frames(2);
     }
-    SUBCASE("switched off by an earlier listener")
+    SUBCASE("untracked by an earlier listener")
     {
         const auto other = table.addPicture();
         other->eventAddListener("marker-down",

@@ -18,6 +18,33 @@ using Level = Bedrock::Trace::Level;
 using Mail = PluginTest::PopupMail;
 using Status = Tavola::EmailServiceAPI::EmailStatus;
 
+namespace
+{
+/// The ways in which a service ends a message.
+enum class Answer { Success, Refusal, Exception };
+constexpr Answer kAnswers[] = {Answer::Success, Answer::Refusal, Answer::Exception};
+
+/// Ends the message in flight; a failure has the text "no".
+void end(Mail& mail, Answer answer)
+{
+    if (answer == Answer::Exception)
+        mail.service->fail(0, "no");
+    else
+        mail.service->answer(0, {answer == Answer::Success, answer == Answer::Success ? "" : "no"});
+}
+/// The same, with the log lines of a popup that shows the outcome announced.
+void endAndShow(Mail& mail, Answer answer)
+{
+    if (answer != Answer::Success)
+        expectSendFailure("no");
+    end(mail, answer);
+}
+Strings shownAfter(Answer answer)
+{
+    return {answer == Answer::Success ? "email-successful" : "email-failed"};
+}
+}
+
 // ---- Outcomes ------------------------------------------------------------------------------------------------------------
 
 TEST_CASE("success: it is shown and counted after a frame's update")
@@ -49,24 +76,17 @@ TEST_CASE("success: an answer that was there at once still waits for the frame")
 
 TEST_CASE("outcome: the sending view ends before the outcome shows")
 {
-    Mail mail;
-    mail.host.style("EmailSendingPopupWidget.email-successful .info { text: \"Sent\" }"
-                    "EmailSendingPopupWidget.email-failed .info { text: \"Not sent\" }");
-    mail.send();
-    Strings views;
-    mail.info().attribute("text")->addListener([&] { views.push_back(mail.info().text().toStdString()); });
-    SUBCASE("success")
-    {
-        mail.service->answer(0, {true, {}});
+    for (const Answer answer : kAnswers) {
+        CAPTURE(int(answer));
+        Mail mail;
+        mail.host.style("EmailSendingPopupWidget.email-successful .info { text: \"Sent\" }"
+                        "EmailSendingPopupWidget.email-failed .info { text: \"Not sent\" }");
+        mail.send();
+        Strings views;
+        mail.info().attribute("text")->addListener([&] { views.push_back(mail.info().text().toStdString()); });
+        endAndShow(mail, answer);
         mail.host.frame();
-        CHECK(views == Strings{"Mail", "Sent"});
-    }
-    SUBCASE("failure")
-    {
-        expectSendFailure("no");
-        mail.service->answer(0, {false, "no"});
-        mail.host.frame();
-        CHECK(views == Strings{"Mail", "Not sent"});
+        CHECK(views == Strings{"Mail", answer == Answer::Success ? "Sent" : "Not sent"});
     }
 }
 
@@ -82,38 +102,23 @@ TEST_CASE("outcome: an answer from another thread is shown in the next frame")
 
 TEST_CASE("outcome: it shows, and a failure is in the log, by the time it is counted")
 {
-    Mail mail;
-    mail.send();
-    Strings shown;
-    std::size_t logged = 0;
-    const auto before = Tavola::DataGathering::setSink([&](const Tavola::DataGathering::Event&) {
-        shown = classesOf(*mail.widget);
-        logged = TestSupport::loggedLines().size();
-    });
-    SUBCASE("success")
-    {
-        mail.service->answer(0, {true, {}});
+    for (const Answer answer : kAnswers) {
+        CAPTURE(int(answer));
+        Mail mail;
+        mail.send();
+        Strings shown;
+        const auto logged = TestSupport::loggedLines().size();
+        std::size_t lines = 0;
+        const auto before = Tavola::DataGathering::setSink([&](const Tavola::DataGathering::Event&) {
+            shown = classesOf(*mail.widget);
+            lines = TestSupport::loggedLines().size() - logged;
+        });
+        endAndShow(mail, answer);
         mail.host.frame();
-        CHECK(shown == Strings{"email-successful"});
-        CHECK(logged == 0);
+        CHECK(shown == shownAfter(answer));
+        CHECK(lines == (answer == Answer::Success ? 0u : 2u));
+        (void)Tavola::DataGathering::setSink(before);
     }
-    SUBCASE("a refusal")
-    {
-        expectSendFailure("no");
-        mail.service->answer(0, {false, "no"});
-        mail.host.frame();
-        CHECK(shown == Strings{"email-failed"});
-        CHECK(logged == 2);
-    }
-    SUBCASE("an exception")
-    {
-        expectSendFailure("no");
-        mail.service->fail(0, "no");
-        mail.host.frame();
-        CHECK(shown == Strings{"email-failed"});
-        CHECK(logged == 2);
-    }
-    (void)Tavola::DataGathering::setSink(before);
 }
 
 TEST_CASE("failure: a refused mail is logged as an error and as a warning, shown and counted")
@@ -213,7 +218,7 @@ TEST_CASE("failure: files that fail are logged and shown, nothing is sent or cou
     CHECK(mail.host.analytics().empty());
 }
 
-TEST_CASE("failure: content that gives up its promise has failed")
+TEST_CASE("failure: content that breaks its promise has failed")
 {
     Mail mail;
     mail.email(false);
@@ -269,37 +274,32 @@ TEST_CASE("outcome: the popup does not try again by itself, a further tap on the
     CHECK(mail.host.analytics().size() == 4);
 }
 
-// ---- Going -----------------------------------------------------------------------------------------------------------------
+// ---- Closing -----------------------------------------------------------------------------------------------------------------
 
-TEST_CASE("going: ten seconds after the outcome it fades out within a fifth of a second")
+TEST_CASE("closing: ten seconds after the outcome it fades out within a fifth of a second")
 {
-    Mail mail;
-    mail.send();
-    mail.pass(3);
-    CHECK_FALSE(mail.isFadingOut());
-    SUBCASE("success")
-    {
-        mail.service->answer(0, {true, {}});
+    for (const Answer answer : kAnswers) {
+        CAPTURE(int(answer));
+        Mail mail;
+        mail.send();
+        mail.pass(3);
+        CHECK_FALSE(mail.isFadingOut());
+        endAndShow(mail, answer);
+        mail.host.frame(0);
+        mail.pass(9.95);
+        CHECK_FALSE(mail.isFadingOut());
+        CHECK(mail.widget->opacity() == 1.f);
+        mail.pass(0.1);
+        CHECK(mail.isFadingOut());
+        CHECK(mail.isOnTable());
+        mail.pass(0.1);
+        CHECK(mail.isOnTable());
+        mail.pass(0.1);
+        CHECK_FALSE(mail.isOnTable());
     }
-    SUBCASE("failure")
-    {
-        expectSendFailure("no");
-        mail.service->answer(0, {false, "no"});
-    }
-    mail.host.frame(0);
-    mail.pass(9.95);
-    CHECK_FALSE(mail.isFadingOut());
-    CHECK(mail.widget->opacity() == 1.f);
-    mail.pass(0.1);
-    CHECK(mail.isFadingOut());
-    CHECK(mail.isOnTable());
-    mail.pass(0.1);
-    CHECK(mail.isOnTable());
-    mail.pass(0.1);
-    CHECK_FALSE(mail.isOnTable());
 }
 
-TEST_CASE("going: without an outcome it stays")
+TEST_CASE("closing: without an outcome it stays")
 {
     Mail mail;
     SUBCASE("waiting for the files")
@@ -321,7 +321,7 @@ TEST_CASE("going: without an outcome it stays")
     CHECK_FALSE(mail.isFadingOut());
 }
 
-TEST_CASE("going: a touch starts the ten seconds anew")
+TEST_CASE("closing: a touch starts the ten seconds anew")
 {
     Mail mail;
     mail.send();
@@ -335,39 +335,33 @@ TEST_CASE("going: a touch starts the ten seconds anew")
     CHECK(mail.isFadingOut());
 }
 
-// ---- Gone --------------------------------------------------------------------------------------------------------------------
+// ---- Destroyed
+// --------------------------------------------------------------------------------------------------------------------
 
-TEST_CASE("gone: before the files are known, nothing happens when they come")
+TEST_CASE("destroyed: before the files are known, nothing happens when they arrive")
 {
-    Mail mail;
-    mail.email(false);
-    SUBCASE("files, after the popup")
-    {
-        mail.close();
-        mail.content->giveFiles("http://a");
-    }
-    SUBCASE("files, in the frame before")
-    {
-        mail.content->giveFiles("http://a");
-        mail.close();
-    }
-    SUBCASE("a failure, after the popup")
-    {
-        mail.close();
-        mail.content->filesPromise.setException(std::runtime_error("no file"));
-    }
-    SUBCASE("a failure, in the frame before")
-    {
-        mail.content->filesPromise.setException(std::runtime_error("no file"));
-        mail.close();
-    }
-    mail.host.frames(2);
-    CHECK(mail.service->created() == 0);
-    CHECK(mail.host.analytics().empty());
-    CHECK(TestSupport::loggedLines().empty());
+    for (const bool popupFirst : {true, false})
+        for (const bool fails : {true, false}) {
+            CAPTURE(popupFirst);
+            CAPTURE(fails);
+            Mail mail;
+            mail.email(false);
+            if (popupFirst)
+                mail.close();
+            if (fails)
+                mail.content->filesPromise.setException(std::runtime_error("no file"));
+            else
+                mail.content->giveFiles("http://a");
+            if (!popupFirst)
+                mail.close();
+            mail.host.frames(2);
+            CHECK(mail.service->created() == 0);
+            CHECK(mail.host.analytics().empty());
+            CHECK(TestSupport::loggedLines().empty());
+        }
 }
 
-TEST_CASE("gone: while it waits for the button, nothing is sent")
+TEST_CASE("destroyed: while it waits for the button, nothing is sent")
 {
     Mail mail;
     mail.email(true);
@@ -378,34 +372,27 @@ TEST_CASE("gone: while it waits for the button, nothing is sent")
     CHECK(mail.host.analytics().empty());
 }
 
-TEST_CASE("gone: while the message is in flight, the mail is still counted and nothing else happens")
+TEST_CASE("destroyed: while the message is in flight, the mail is still counted and nothing else happens")
 {
-    for (const bool beforeTheAnswer : {true, false})
-        for (const char* outcome : {"success", "refusal", "exception"}) {
-            CAPTURE(beforeTheAnswer);
-            CAPTURE(outcome);
+    for (const bool popupFirst : {true, false})
+        for (const Answer answer : kAnswers) {
+            CAPTURE(popupFirst);
+            CAPTURE(int(answer));
             Mail mail;
             mail.send();
-            if (beforeTheAnswer)
+            if (popupFirst)
                 mail.close();
-            std::string expected = emailNotSent("Ann", kAddress, "no");
-            if (outcome == std::string("success")) {
-                mail.service->answer(0, {true, {}});
-                expected = emailSent("Ann", kAddress);
-            } else if (outcome == std::string("refusal")) {
-                mail.service->answer(0, {false, "no"});
-            } else {
-                mail.service->fail(0, "no");
-            }
-            if (!beforeTheAnswer)
+            end(mail, answer);
+            if (!popupFirst)
                 mail.close();
             mail.host.frames(2);
-            CHECK(analyticsOf(mail.host) == mail.counted(expected));
+            CHECK(analyticsOf(mail.host)
+                  == mail.counted(answer == Answer::Success ? emailSent("Ann", kAddress) : emailNotSent("Ann", kAddress, "no")));
             CHECK(TestSupport::loggedLines().empty());
         }
 }
 
-TEST_CASE("gone: buttons that outlive the popup do nothing")
+TEST_CASE("destroyed: buttons that outlive the popup do nothing")
 {
     Mail mail;
     mail.email(true);
@@ -419,7 +406,7 @@ TEST_CASE("gone: buttons that outlive the popup do nothing")
     CHECK(mail.service->created() == 0);
 }
 
-TEST_CASE("gone: content that is destroyed after it gave its files is sent all the same")
+TEST_CASE("destroyed: content that is destroyed after it gave its files is sent all the same")
 {
     Mail mail;
     mail.email(true);

@@ -28,7 +28,7 @@ using Status = Tavola::EmailServiceAPI::EmailStatus;
 
 // ---- Construction ------------------------------------------------------------------------------------------------------
 
-TEST_CASE("popup: its type and its children are as style sheets know them")
+TEST_CASE("popup: it has its CSS type and its children")
 {
     Popup popup;
     CHECK(popup.widget->cssType() == "EmailSendingPopupWidget");
@@ -121,7 +121,7 @@ TEST_CASE("direct: files that were known at once are sent after a frame's update
     CHECK(mail.sent() == 1);
 }
 
-TEST_CASE("direct: content that does not know its files is described by the host")
+TEST_CASE("direct: content without a file representation is described by the host")
 {
     Mail mail;
     const Bedrock::IntrusivePtr<PlainContent> plain(new PlainContent(&mail.host.mainWidget()));
@@ -134,7 +134,7 @@ TEST_CASE("direct: content that does not know its files is described by the host
     CHECK(analyticsOf(mail.host) == Strings{widgetInEmail(plain->id(), "Ann", kAddress)});
 }
 
-TEST_CASE("direct: content that does not know its files is kept until they are there, and no longer")
+TEST_CASE("direct: content without a file representation is kept until its files are there, and no longer")
 {
     Mail mail;
     Bedrock::IntrusivePtr<PlainContent> plain(new PlainContent(&mail.host.mainWidget()));
@@ -148,7 +148,7 @@ TEST_CASE("direct: content that does not know its files is kept until they are t
     CHECK_FALSE(weak.lock());
 }
 
-TEST_CASE("direct: content of which nothing is known is sent as an empty line among the links")
+TEST_CASE("direct: content with an empty record is sent as an empty line among the links")
 {
     Mail mail;
     mail.email(false);
@@ -317,7 +317,7 @@ TEST_CASE("confirming: fingers find the buttons above the ground")
     }
 }
 
-TEST_CASE("cancel: after the files came nothing is sent, and the popup is gone after a fifth of a second")
+TEST_CASE("cancel: once the files are there nothing is sent, and the popup is removed after a fifth of a second")
 {
     Mail mail;
     mail.email(true);
@@ -360,7 +360,7 @@ TEST_CASE("cancel: files that come later are not sent, also when sending was tap
     CHECK_FALSE(mail.isOnTable());
 }
 
-TEST_CASE("cancel: while the message is in flight the popup goes, the mail is counted")
+TEST_CASE("cancel: while the message is in flight the popup is removed, and the mail is counted")
 {
     Mail mail;
     mail.send();

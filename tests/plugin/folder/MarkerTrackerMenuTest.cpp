@@ -171,7 +171,7 @@ TEST_CASE("menu: a node that is closed is no target any more")
     table.addMenuNode();
     table.trackNode({true, true});
     table.finishOpening();
-    SUBCASE("the menu goes with its last node, and the tracker with it")
+    SUBCASE("the menu is removed with its last node, and the tracker with it")
     {
         table.menu->closeNode(table.node);
         CHECK_FALSE(table.tracker->getTargetWidget());
@@ -198,7 +198,7 @@ TEST_CASE("menu: a node that is closed is no target any more")
     }
 }
 
-TEST_CASE("menu: a menu that is gone is no target any more")
+TEST_CASE("menu: a menu that is destroyed is no target any more")
 {
     TrackerTable table;
     table.addMenuNode();

@@ -22,7 +22,7 @@ constexpr Vector2f kCard = TrackerTable::kCard;
 constexpr Vector2f kCorner = TrackerTable::kCorner;
 }
 
-TEST_CASE("tracker: type and attribute are as style sheets know them")
+TEST_CASE("tracker: it has its CSS type, and its attribute with the default of its making")
 {
     TrackerTable table;
     for (const bool follow : {false, true}) {
@@ -38,7 +38,7 @@ TEST_CASE("tracker: type and attribute are as style sheets know them")
     }
 }
 
-TEST_CASE("tracker: a style sheet decides over following where it says so")
+TEST_CASE("tracker: a style sheet decides whether an item follows")
 {
     TrackerTable table;
     table.track({false});
@@ -149,7 +149,7 @@ TEST_CASE("tracker: while the card lies still nothing is changed and nothing is 
 {
     TrackerTable table(0.37f);
     // Angles and scales that no float holds exactly. What is computed anew from them creeps in the first frames, until it has
-    // found numbers that come out as they went in: so this looks from the first frame on, and at many places.
+    // found numbers that come out as they went in: so every frame from the first one on is checked, at many places.
     table.host.mainWidget().setScale(0.7f);
     table.host.mainWidget().setRotation(0.61f);
     table.item->setScale(1.3f);
@@ -268,7 +268,7 @@ TEST_CASE("tracker: at the start the card counts as it lay when the tracker was 
     table.tracker->setWidget(*table.item);
     CHECK(sameDirection(table.item->rotation(), 0.5));
     CHECK(near(table.item->location(), {500.f, 300.f}, 0.001f));
-    // What the card did meanwhile is made up for in the first frame.
+    // The first frame applies what the card did meanwhile.
     const auto origin = table.seen(*table.item);
     table.item->addOperator(table.tracker);
     table.host.frame();
@@ -313,7 +313,7 @@ TEST_CASE("tracker: outside reverse mode the item never has the class manual-con
     CHECK_FALSE(table.item->hasCSSClass("manual-control"));
 }
 
-TEST_CASE("tracker: in reverse mode an item neither follows its card nor goes with it")
+TEST_CASE("tracker: in reverse mode an item neither follows its card nor is dismissed when the card is lifted")
 {
     TrackerTable table;
     table.track({true, true, 90.f, true});
@@ -332,7 +332,7 @@ TEST_CASE("tracker: in reverse mode an item neither follows its card nor goes wi
     CHECK(table.item->operators().empty());
 }
 
-TEST_CASE("tracker: the class goes from the item, not from the widget that carries the tracker")
+TEST_CASE("tracker: the class is removed from the item, not from the widget that carries the tracker")
 {
     TrackerTable table;
     const Bedrock::IntrusivePtr<Trellis::Widget> carrier(new Trellis::Widget(&table.host.mainWidget()));
@@ -346,7 +346,7 @@ TEST_CASE("tracker: the class goes from the item, not from the widget that carri
     CHECK(carrier->hasCSSClass("manual-control"));
 }
 
-TEST_CASE("tracker: an item that can take a card is handed it, as it lies now")
+TEST_CASE("tracker: an item that is a marker taker receives the card as it lies now")
 {
     TrackerTable table(0.25f);
     table.tracker = table.make();
@@ -364,7 +364,7 @@ TEST_CASE("tracker: an item that can take a card is handed it, as it lies now")
     CHECK(table.item->taken.size() == 1);
 }
 
-TEST_CASE("tracker: an item is marked for manual control before it is handed its card")
+TEST_CASE("tracker: an item is marked for manual control before it receives its card")
 {
     TrackerTable table;
     bool wasMarked = false;
@@ -374,7 +374,7 @@ TEST_CASE("tracker: an item is marked for manual control before it is handed its
     CHECK(wasMarked);
 }
 
-TEST_CASE("tracker: a card that is gone is handed to nobody")
+TEST_CASE("tracker: an item does not receive a card that was lifted")
 {
     TrackerTable table;
     table.tracker = table.make();
@@ -384,7 +384,7 @@ TEST_CASE("tracker: a card that is gone is handed to nobody")
     CHECK(table.tracker->getTargetWidget() == table.item);
 }
 
-TEST_CASE("tracker: an item that takes no cards is tracked all the same")
+TEST_CASE("tracker: an item that is no marker taker is tracked all the same")
 {
     TrackerTable table;
     const Bedrock::IntrusivePtr<Trellis::Widget> plain(new Trellis::Widget(&table.host.mainWidget()));
@@ -397,7 +397,7 @@ TEST_CASE("tracker: an item that takes no cards is tracked all the same")
     CHECK(near(plain->location(), {12.f, 13.f}));
 }
 
-TEST_CASE("tracker: an item that removes itself when it is handed the card is let go")
+TEST_CASE("tracker: an item may remove itself when it receives the card")
 {
     TrackerTable table;
     table.item->onTake = [&] { table.item->removeFromParent(); };
@@ -418,7 +418,7 @@ TEST_CASE("lifting: without dismissal the item stays where it is and the tracker
     CHECK(table.item->operators().empty());
     CHECK(table.item->location() == location);
     CHECK(table.item->parent() == &table.host.mainWidget());
-    // The card that comes back is nothing to it.
+    // The item does not follow the card that comes back.
     CHECK(table.putDown(table.code, {100.f, 200.f}) == table.id);
     table.moveCard({200.f, 300.f});
     CHECK(table.item->location() == location);
@@ -445,7 +445,7 @@ TEST_CASE("lifting: an item that does not follow is dismissed too")
     CHECK(table.dismissals == 1);
 }
 
-TEST_CASE("lifting: the card's last way is not made up for")
+TEST_CASE("lifting: a move in the frame of the lifting is not applied")
 {
     TrackerTable table;
     table.track();
@@ -455,7 +455,7 @@ TEST_CASE("lifting: the card's last way is not made up for")
     CHECK(table.item->location() == location);
 }
 
-TEST_CASE("lifting: a card that was gone before the tracker began is found out in the first frame")
+TEST_CASE("lifting: a card that was lifted before the tracker began ends it in the first frame")
 {
     TrackerTable table;
     table.tracker = table.make({true, true});
@@ -480,7 +480,7 @@ TEST_CASE("lifting: a card that is lifted and put down within one frame is the s
     CHECK(near(table.item->location(), before + Vector2f(20.f, 0.f)));
 }
 
-TEST_CASE("lifting: other cards that stay do not hold an item")
+TEST_CASE("lifting: other cards on the table do not keep an item")
 {
     TrackerTable table;
     table.track({true, true});
@@ -490,7 +490,7 @@ TEST_CASE("lifting: other cards that stay do not hold an item")
     CHECK(table.dismissals == 1);
 }
 
-TEST_CASE("lifting: a dismissal may take the item from the tree at once")
+TEST_CASE("lifting: a dismissal may remove the item from the tree at once")
 {
     TrackerTable table;
     table.whenDismissed = [&] { table.item->removeFromParent(); };
@@ -501,7 +501,7 @@ TEST_CASE("lifting: a dismissal may take the item from the tree at once")
     CHECK_FALSE(table.item->parent());
 }
 
-TEST_CASE("lifting: a dismissal may take the tracker away at once")
+TEST_CASE("lifting: a dismissal may remove the tracker at once")
 {
     TrackerTable table;
     table.whenDismissed = [&] {
@@ -530,7 +530,7 @@ TEST_CASE("dismissing: the action runs only where items are dismissed, the track
     }
 }
 
-TEST_CASE("dismissing: in the frame in which the card goes too, the action runs once")
+TEST_CASE("dismissing: in the frame of the lifting the action runs once")
 {
     TrackerTable table;
     table.track({true, true});
@@ -551,7 +551,7 @@ TEST_CASE("dismissing: the action runs once, however often it is asked for, also
     CHECK(table.tracker->isDone());
 }
 
-TEST_CASE("dismissing: what was dismissed does not follow any more")
+TEST_CASE("dismissing: a dismissed item does not follow any more")
 {
     TrackerTable table;
     table.track({true, true});
@@ -561,7 +561,7 @@ TEST_CASE("dismissing: what was dismissed does not follow any more")
     CHECK(table.item->location() == location);
 }
 
-TEST_CASE("tracked item: one that is gone is no target any more, and nothing is done to it")
+TEST_CASE("tracked item: one that is destroyed is no target any more, and the tracker leaves it alone")
 {
     TrackerTable table;
     const Bedrock::IntrusivePtr<Trellis::Widget> carrier(new Trellis::Widget(&table.host.mainWidget()));
@@ -574,24 +574,24 @@ TEST_CASE("tracked item: one that is gone is no target any more, and nothing is 
     table.host.frame();
     CHECK_FALSE(table.tracker->getTargetWidget());
     table.moveCard({700.f, 500.f}, 1.0);
-    SUBCASE("then the card goes")
+    SUBCASE("then the card is lifted")
     {
         table.lift(table.id);
         CHECK(table.dismissals == 1);
         CHECK(carrier->operators().empty());
     }
-    SUBCASE("then the tracker goes")
+    SUBCASE("then the tracker is removed")
     {
         carrier->removeOperator(*table.tracker);
     }
-    SUBCASE("then the carrier goes")
+    SUBCASE("then the carrier is removed")
     {
         carrier->removeFromParent();
     }
     table.host.frames(2);
 }
 
-TEST_CASE("tracked item: one that goes with its tracker, before the card or with it, is no trouble")
+TEST_CASE("tracked item: one that is destroyed with its tracker, before the lifting or with it, is not dismissed")
 {
     TrackerTable table;
     table.track({true, true, 90.f, false});
@@ -622,7 +622,7 @@ TEST_CASE("tracked item: one that goes with its tracker, before the card or with
     CHECK_FALSE(table.tracker->getTargetWidget());
 }
 
-TEST_CASE("tracked item: while it has no parent it does not move, but the card is kept in mind")
+TEST_CASE("tracked item: while it has no parent it does not move, and later it does not make up for that")
 {
     TrackerTable table;
     table.tracker = table.make();
@@ -640,7 +640,7 @@ TEST_CASE("tracked item: while it has no parent it does not move, but the card i
     CHECK(near(table.item->location(), {510.f, 300.f}));
 }
 
-TEST_CASE("tracker: the folder may go while its items are tracked")
+TEST_CASE("tracker: the folder may be destroyed while its items are tracked")
 {
     TrackerTable table;
     table.track({true, true});
@@ -669,7 +669,7 @@ TEST_CASE("tracker: two trackers of one item both move it, and each ends with it
     CHECK(operatorsOf<MarkerTrackerOperator>(*table.item) == std::vector<MarkerTrackerOperator*>{second.get()});
 }
 
-TEST_CASE("tracker: a dismissal without an action is no trouble")
+TEST_CASE("tracker: a dismissal without an action ends the tracker")
 {
     TrackerTable table;
     const auto tracker = Bedrock::makeIntrusive<MarkerTrackerOperator>(*table.card(table.id), true, true, *table.folder,

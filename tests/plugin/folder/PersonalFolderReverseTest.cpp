@@ -110,7 +110,7 @@ TEST_CASE("reverse mode: a second card down does nothing")
     CHECK(table.items().size() == 2);
 }
 
-TEST_CASE("reverse mode: what two liftings opened goes with one card down")
+TEST_CASE("reverse mode: one card down dismisses the items of two liftings")
 {
     ReverseTable table;
     table.up();
@@ -134,7 +134,7 @@ TEST_CASE("reverse mode: after a dismissal the card opens anew")
     CHECK(table.items().empty());
 }
 
-TEST_CASE("reverse mode: where widgets are not dismissed they stay, and lose manual control when the card comes down")
+TEST_CASE("reverse mode: without dismiss-widgets items stay, and lose manual-control when the card comes down")
 {
     ReverseTable table(false);
     table.up();
@@ -150,7 +150,7 @@ TEST_CASE("reverse mode: where widgets are not dismissed they stay, and lose man
     }
 }
 
-TEST_CASE("reverse mode: an item that has gone meanwhile is skipped")
+TEST_CASE("reverse mode: an item that was removed meanwhile is skipped")
 {
     ReverseTable table;
     table.up();
@@ -174,7 +174,7 @@ TEST_CASE("reverse mode: an item whose tracker has ended meanwhile is left alone
     CHECK(table.itemNames() == Strings{"r"});
 }
 
-TEST_CASE("reverse mode: items stay when the folder goes")
+TEST_CASE("reverse mode: items stay when the folder is destroyed")
 {
     ReverseTable table;
     table.up();
@@ -184,7 +184,7 @@ TEST_CASE("reverse mode: items stay when the folder goes")
     CHECK(table.items().size() == 2);
 }
 
-TEST_CASE("reverse mode: items neither follow nor go while the card does what it wants")
+TEST_CASE("reverse mode: items neither follow nor are dismissed while the card lies, moves and is lifted")
 {
     ReverseTable table;
     table.set("follow-marker", true);
@@ -199,7 +199,7 @@ TEST_CASE("reverse mode: items neither follow nor go while the card does what it
     CHECK(table.item("r").location() == location);
 }
 
-TEST_CASE("reverse mode: nobody is handed a card that was lifted")
+TEST_CASE("reverse mode: no item receives a card that was lifted")
 {
     ReverseTable table;
     table.up();
@@ -235,7 +235,7 @@ TEST_CASE("reverse mode: menus close their node when the card comes down")
     CHECK_FALSE(menu->findByType("ContentMenuNode"));
 }
 
-TEST_CASE("reverse mode: outside it nothing is remembered for a later card down")
+TEST_CASE("reverse mode: items that were opened outside it are not dismissed by a later card down")
 {
     CardAndFolder table;
     table.set("dismiss-widgets", true);

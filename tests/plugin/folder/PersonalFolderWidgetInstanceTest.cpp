@@ -30,7 +30,7 @@ struct InstanceTable : PluginTest::Table
 };
 }
 
-TEST_CASE("folder instance: the host finds it by the folder, it knows component and widget")
+TEST_CASE("folder instance: the host finds it by the folder, and it refers to component and widget")
 {
     InstanceTable table;
     REQUIRE(table.instance());
@@ -38,7 +38,7 @@ TEST_CASE("folder instance: the host finds it by the folder, it knows component 
     CHECK(table.instance()->component() == table.component);
 }
 
-TEST_CASE("folder instance: it makes what its two slots hold, in order and without parents")
+TEST_CASE("folder instance: it creates the contents of its two slots, in order and without parents")
 {
     InstanceTable table;
     CHECK(table.made(true).empty());
@@ -51,7 +51,7 @@ TEST_CASE("folder instance: it makes what its two slots hold, in order and witho
     CHECK(table.made(false) == Strings{"a1"});
 }
 
-TEST_CASE("folder instance: every call makes new widgets, with instances that the host knows")
+TEST_CASE("folder instance: every call creates new widgets, with instances that the host finds")
 {
     InstanceTable table;
     table.addItem(InstanceTable::kRelative, "r");
@@ -75,7 +75,7 @@ TEST_CASE("folder instance: an assignment whose widget cannot be created is skip
     CHECK(table.made(false) == Strings{"a"});
 }
 
-TEST_CASE("folder instance: one whose component has no slots makes nothing")
+TEST_CASE("folder instance: one whose component has no slots creates nothing")
 {
     InstanceTable table;
     const auto instance = std::make_shared<PersonalFolderWidgetInstance>(

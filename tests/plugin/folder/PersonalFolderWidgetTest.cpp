@@ -30,7 +30,7 @@ bool isTemporary(const Trellis::Widget& widget)
 }
 }
 
-TEST_CASE("folder: type, attributes and their defaults are as style sheets know them")
+TEST_CASE("folder: it has its CSS type, and its attributes with their defaults")
 {
     CardAndFolder table;
     CHECK(table.folder->cssType() == "PersonalFolderWidget");
@@ -43,7 +43,7 @@ TEST_CASE("folder: type, attributes and their defaults are as style sheets know 
                      "reverse-mode false"});
 }
 
-TEST_CASE("folder: the component makes a folder with its instance, which the host finds by the widget")
+TEST_CASE("folder: the component creates a folder with its instance, which the host finds by the widget")
 {
     CardAndFolder table;
     CHECK_FALSE(table.folder->parent());
@@ -80,7 +80,7 @@ TEST_CASE("folder: items open above what stands on the table")
     CHECK(children[2].get() == &table.item("a"));
 }
 
-TEST_CASE("folder: what opens comes to the top of its layer, not the layer to the top of the table")
+TEST_CASE("folder: opened items are raised in their layer, and the layer is not raised on the table")
 {
     CardAndFolder table;
     const auto layers = table.host.mainWidget().parent()->children();
@@ -108,7 +108,7 @@ TEST_CASE("folder: an item has its opening before its tracker, and is no tempora
         CHECK_FALSE(isTemporary(*item));
     };
     table.component->assign(CardAndFolder::kRelative, std::make_shared<Tavola::WidgetComponent>([item] { return item; }));
-    // The width tells of the moment in which the class is added.
+    // The width changes in the moment in which the class is added.
     table.host.style(QString(".%1 { width: 130px }").arg(QString::fromUtf8(Tavola::Utils::temporaryWidgetCSSClass())));
     std::size_t operatorsBeforeClass = 0;
     item->attribute("width")->addListener([&] { operatorsBeforeClass = item->operators().size(); });
@@ -228,7 +228,7 @@ TEST_CASE("folder: an assignment whose widget cannot be created is skipped, the 
     CHECK(table.itemNames() == Strings{"first", "second"});
 }
 
-TEST_CASE("folder: what shows nothing in a slot is skipped, the others open")
+TEST_CASE("folder: a component that is no UIComponent is skipped, the others open")
 {
     CardAndFolder table;
     table.component->assign(CardAndFolder::kAbsolute, std::make_shared<Tavola::Component>());
@@ -237,7 +237,7 @@ TEST_CASE("folder: what shows nothing in a slot is skipped, the others open")
     CHECK(table.itemNames() == Strings{"a"});
 }
 
-TEST_CASE("folder: what was taken out of a slot does not open any more, what is open stays")
+TEST_CASE("folder: a component that was removed from a slot does not open any more, an open item stays")
 {
     CardAndFolder table;
     const auto one = table.itemComponent("r");
@@ -445,7 +445,7 @@ TEST_CASE("lifting: with dismiss-widgets items fade out in 0.2 seconds and are d
     CHECK_FALSE(watched.lock());
 }
 
-TEST_CASE("lifting: with dismiss-widgets an item that still opens goes too")
+TEST_CASE("lifting: with dismiss-widgets an item that still opens is dismissed, too")
 {
     CardAndFolder table;
     table.set("dismiss-widgets", true);
@@ -457,7 +457,7 @@ TEST_CASE("lifting: with dismiss-widgets an item that still opens goes too")
     CHECK(table.items().empty());
 }
 
-TEST_CASE("lifting: with dismiss-widgets only what the lifted card opened goes")
+TEST_CASE("lifting: with dismiss-widgets only items that the lifted card opened are dismissed")
 {
     CardAndFolder table;
     table.set("dismiss-widgets", true);
@@ -472,7 +472,7 @@ TEST_CASE("lifting: with dismiss-widgets only what the lifted card opened goes")
     CHECK(near(table.items()[0]->location(), Vector2f(300.f, 200.f) + kStyledPlace));
 }
 
-TEST_CASE("lifting: an item that a visitor has closed is no trouble, and the others go")
+TEST_CASE("lifting: next to an item that a visitor has closed, the others are dismissed")
 {
     CardAndFolder table;
     table.set("dismiss-widgets", true);
@@ -487,7 +487,7 @@ TEST_CASE("lifting: an item that a visitor has closed is no trouble, and the oth
     CHECK(table.items().empty());
 }
 
-TEST_CASE("lifting: items stay and are dismissed when their folder has gone")
+TEST_CASE("lifting: items stay and are dismissed after their folder is destroyed")
 {
     CardAndFolder table;
     table.set("dismiss-widgets", true);
@@ -549,7 +549,7 @@ TEST_CASE("menu: it is a personal menu before it stands on the table, and tempor
     const auto menu = Bedrock::makeIntrusive<Tavola::ContentMenuWidget>();
     table.addMenu(CardAndFolder::kAbsolute); // for its file
     dynamic_cast<Facet::AttributeT<QString>&>(*menu->attribute("menu")).setValue(table.files.filePath("menu.json"));
-    // The styles tell of the moments in which the classes are added.
+    // The styles change in the moments in which the classes are added.
     table.host.style(QString(".personal-menu { menu-style: list } .%1 { width: 1px }")
                          .arg(QString::fromUtf8(Tavola::Utils::temporaryWidgetCSSClass())));
     Strings moments;
@@ -593,7 +593,7 @@ TEST_CASE("menu: under a turned and scaled main widget it opens at the card")
     CHECK(near(table.seenCentre(table.nodeOf(*table.menus()[0])), kCard, 1.f));
 }
 
-TEST_CASE("menu: what styles say of personal menus on the table counts for the node that it opens with")
+TEST_CASE("menu: styles of personal menus on the table count for the node that it opens with")
 {
     CardAndFolder table;
     table.host.style("* > .personal-menu { menu-style: list }");
@@ -647,7 +647,7 @@ TEST_CASE("menu: the node of a menu that does not follow stands upright")
     CHECK(table.nodeOf(*table.menus()[0]).rotation() == 0.f);
 }
 
-TEST_CASE("menu: in reverse mode its node is the visitors' to move, and is marked so; the menu around it is not")
+TEST_CASE("menu: in reverse mode its node is marked for manual control, the menu around it is not")
 {
     CardAndFolder table;
     table.addMenu(CardAndFolder::kRelative);

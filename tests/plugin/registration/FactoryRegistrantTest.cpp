@@ -85,7 +85,7 @@ TEST_CASE("factory registrant: without an application it does nothing, at its be
     CHECK(TestSupport::loggedLines().empty());
 }
 
-TEST_CASE("factory registrant: an application that has gone is not touched at the end")
+TEST_CASE("factory registrant: an application that was destroyed is not touched at the end")
 {
     std::optional<FactoryRegistrant<WidgetComponent>> registrant;
     {
@@ -96,7 +96,7 @@ TEST_CASE("factory registrant: an application that has gone is not touched at th
     CHECK_NOTHROW(registrant.reset());
 }
 
-TEST_CASE("factory registrant: an application that came in place of its own is not touched at the end")
+TEST_CASE("factory registrant: a later application is not touched at the end")
 {
     std::optional<FactoryRegistrant<WidgetComponent>> registrant;
     {

@@ -268,7 +268,7 @@ TEST_CASE("plug-in: a card opens a space through the loaded library, which can b
     }
 }
 
-TEST_CASE("plug-in: widgets that stay when the library goes are left without anything of it")
+TEST_CASE("plug-in: widgets that outlive the library keep nothing of it")
 {
     TestHost host;
     host.style(".tracked { track-tessels-on-widget: true; width: 100px; height: 100px }");
@@ -321,7 +321,7 @@ TEST_CASE("plug-in: a component that no package declares is reported and the oth
     CHECK(registeredNames(host).empty());
 }
 
-TEST_CASE("plug-in: unloading when the application has gone is silent")
+TEST_CASE("plug-in: unloading after the application is silent")
 {
     std::unique_ptr<PluginLoader> plugin;
     {

@@ -38,7 +38,7 @@ TEST_CASE("file representation: any other widget gets one that keeps it alive")
     CHECK_FALSE(bool(weak));
 }
 
-TEST_CASE("default file representation: the files are what the host says of the widget, at once")
+TEST_CASE("default file representation: the files are the host's record of the widget, at once")
 {
     TestHost host;
     const auto content = Bedrock::makeIntrusive<PlainContent>(&host.mainWidget());
@@ -108,7 +108,7 @@ TEST_CASE("default file representation: a snapshot that fails is a failed future
     CHECK_THROWS_AS((void)std::move(preview).get(), std::runtime_error);
 }
 
-TEST_CASE("file data: a copy that goes leaves the first record as it was")
+TEST_CASE("file data: destroying a changed copy leaves the first record as it was")
 {
     FileRepresentation::FileData data{"/f", {"s"}, {"l"}, "name", "http://u"};
     {
