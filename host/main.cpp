@@ -1,3 +1,4 @@
+#include "commands/CommandLine.hpp"
 #include "commands/MailCommand.hpp"
 #include "commands/PeopleCommand.hpp"
 #include "commands/RunCommand.hpp"
@@ -10,6 +11,7 @@
 
 #include <sys/stat.h>
 
+using Host::CommandLine;
 using Host::MailCommand;
 using Host::PeopleCommand;
 using Host::RunCommand;
@@ -17,44 +19,10 @@ using Host::RunOptions;
 
 namespace
 {
-const char* const kHelp =
-    "usage: tavola COMMAND ...\n"
-    "Shows presentations on a multi-touch table.\n"
-    "\n"
-    "  run PRESENTATION [OPTION ...]  open a presentation on the table; its options: tavola run --help\n"
-    "  replay RECORDING [OPTION ...]  replay the input that a run recorded; more: tavola replay --help\n"
-    "  mail list|retry|drop ...       work on undelivered e-mail; more: tavola mail --help\n"
-    "  people list|add|import|export|remove ...\n"
-    "                                 the people a table knows; more: tavola people --help\n"
-    "\n"
-    "  --help     this text\n"
-    "  --version  the program's version\n"
-    "\n"
-    "Exit code: 0 after a table that was closed, 1 when it could not open, 2 for a command line that makes no sense.\n";
-
-bool asksFor(const QString& argument, const char* longName, const char* shortName)
-{
-    return argument == QLatin1String(longName) || argument == QLatin1String(shortName);
-}
-
-bool asksForHelp(const QString& argument)
-{
-    return asksFor(argument, "--help", "-h") || argument == QLatin1String("help");
-}
-
-/// Prints the text that was asked for, or, when nothing was, what could have been: then that is a mistake.
-int printHelp(const char* help, bool wasAskedFor)
-{
-    std::fputs(help, wasAskedFor ? stdout : stderr);
-    return wasAskedFor ? 0 : 2;
-}
-
 /// A command that works on a presentation without opening a table.
 template <class Command>
 int work(const QStringList& arguments, char* program)
 {
-    if (arguments.isEmpty() || asksForHelp(arguments.first()))
-        return printHelp(Command::help(), !arguments.isEmpty());
     int programOnly = 1;
     char* argv[] = {program, nullptr};
     const QCoreApplication application(programOnly, argv);
@@ -82,23 +50,42 @@ const struct
 
 int main(int argc, char** argv)
 {
-    // A reader of the log or of a client's answer that goes away costs what is written to it, not the program.
+    // When the reader of the log or of an answer goes away, the write fails; the program goes on.
     std::signal(SIGPIPE, SIG_IGN);
-    // Names, addresses and recordings of visitors are nobody else's business on this machine.
+    // Names, addresses and recordings of visitors are readable for the user of this process only.
     ::umask(077);
     QStringList arguments;
     for (int i = 1; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
-    if (arguments.isEmpty() || asksForHelp(arguments.first()))
-        return printHelp(kHelp, !arguments.isEmpty());
-    if (asksFor(arguments.first(), "--version", "-v")) {
+
+    CommandLine line(
+        {},
+        {QStringLiteral("COMMAND ..."),
+         QStringLiteral("Shows presentations on a multi-touch table.\n"
+                        "\n"
+                        "  run PRESENTATION [OPTION ...]  open a presentation on the table; its options: tavola run --help\n"
+                        "  replay RECORDING [OPTION ...]  replay the input that a run recorded; more: tavola replay --help\n"
+                        "  mail list|retry|drop ...       work on undelivered e-mail; more: tavola mail --help\n"
+                        "  people list|add|import|export|remove ...\n"
+                        "                                 the people a table knows; more: tavola people --help"),
+         QStringLiteral("Exit code: 0 after a table that was closed, 1 when it could not open, 2 for a command line that makes "
+                        "no sense.")});
+    bool wantsVersion = false;
+    line.addFlag("-v,--version", wantsVersion, "the program's version");
+    if (arguments.isEmpty())
+        return line.missingCommand();
+    // The first argument is the command, and those after it are the command's own.
+    if (const auto exit = line.parse(arguments.mid(0, 1)))
+        return line.end(*exit);
+    if (wantsVersion) {
         std::puts("tavola " TAVOLA_VERSION);
         return 0;
     }
     const QString name = arguments.takeFirst();
+    if (name == QLatin1String("help"))
+        return line.end({0, line.help()});
     for (const auto& command : kCommands)
         if (name == QLatin1String(command.name))
             return command.run(arguments, argv[0]);
-    std::fprintf(stderr, "tavola: unknown command %s; see tavola --help\n", name.toUtf8().constData());
-    return 2;
+    return line.fail(QStringLiteral("unknown command %1; see tavola --help").arg(name), 2);
 }

@@ -1,10 +1,13 @@
 #include "Options.hpp"
 
-#include <QCommandLineParser>
+#include <CLI/CLI.hpp>
+
 #include <QFileInfo>
 #include <QUrl>
 
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace MediaServer
 {
@@ -15,16 +18,18 @@ namespace
 // Beyond this an address no longer fits a QR code that a phone reads from a table.
 constexpr int kLongestPublicUrl = 500;
 constexpr int kUsageError = 2;
+constexpr std::size_t kHelpColumn = 28;
 
 /// One option of the command line, each of which takes a value.
 struct Option
 {
-    const char* name;
+    const char* name; ///< "--port"
     const char* valueName;
     const char* help; ///< with "%1" for the default
-    /// What is used without it, as it would be written; none for an option whose help tells no default.
+    /// The default, as it would be written; null for an option whose help names none.
     QString (*defaultValue)(const Options& options);
-    /// Takes the value. What is wrong with it, to stand behind the option's name, or empty when it makes sense.
+    /// Stores the value. Returns what is wrong with it, to stand after the option's name; empty when it makes sense. Numbers are
+    /// read here and not by the library, which takes "010" for eight and "nan" for a number within any bounds.
     QString (*read)(const QString& value, Options& options);
 };
 
@@ -60,13 +65,13 @@ bool isPublicUrl(const QString& text)
 }
 
 const Option kOptions[] = {
-    {"address", "ADDRESS", "Listen on this numeric address (default %1). 0.0.0.0 is everywhere; then --public-url is needed.",
+    {"--address", "ADDRESS", "Listen on this numeric address (default %1).\n0.0.0.0 is everywhere; then --public-url is needed.",
      [](const Options& options) { return options.address; },
      [](const QString& value, Options& options) {
          options.address = value;
          return QString();
      }},
-    {"port", "PORT", "Listen on this port (default %1); 0 chooses a free one.",
+    {"--port", "PORT", "Listen on this port (default %1); 0 chooses a free one.",
      [](const Options& options) { return QString::number(options.port); },
      [](const QString& value, Options& options) {
          const auto number = wholeBetween(value, 0, 65535);
@@ -75,21 +80,21 @@ const Option kOptions[] = {
          options.port = static_cast<quint16>(*number);
          return QString();
      }},
-    {"content", "DIR",
-     "The folder with the files that visitors can keep. Only files directly in it are shown, no links and no hidden ones. "
+    {"--content", "DIR",
+     "The folder with the files that visitors can keep. Only files directly\nin it are shown, no links and no hidden ones. "
      "Needed.",
      nullptr,
      [](const QString& value, Options& options) {
          options.contentFolder = value;
          return value.isEmpty() || QFileInfo(value).isDir() ? QString() : QStringLiteral("\"%1\" is not a folder.").arg(value);
      }},
-    {"database", "FILE", "The SQLite file with people's items, made when it is missing. Needed.", nullptr,
+    {"--database", "FILE", "The SQLite file with people's items, made when it is missing. Needed.", nullptr,
      [](const QString& value, Options& options) {
          options.databaseFile = value;
          return QString();
      }},
-    {"public-url", "URL",
-     "Where visitors reach this server, for the addresses and QR codes of pages (default: the address it listens on).", nullptr,
+    {"--public-url", "URL",
+     "Where visitors reach this server, for the addresses and QR codes of\npages (default: the address it listens on).", nullptr,
      [](const QString& value, Options& options) {
          options.publicUrl = value;
          return isPublicUrl(value) ? QString()
@@ -97,7 +102,7 @@ const Option kOptions[] = {
                                                     "\"?\" and \"#\" and not longer than %1 characters.")
                                          .arg(kLongestPublicUrl);
      }},
-    {"max-body", "BYTES", "Refuse requests with more bytes than this (default %1).",
+    {"--max-body", "BYTES", "Refuse requests with more bytes than this (default %1).",
      [](const Options& options) { return QString::number(options.limits.bodyBytes); },
      [](const QString& value, Options& options) {
          const auto bytes = wholeBetween(value, 256, 64 * 1024 * 1024);
@@ -106,7 +111,7 @@ const Option kOptions[] = {
          options.limits.bodyBytes = static_cast<std::size_t>(*bytes);
          return QString();
      }},
-    {"timeout", "SECONDS", "Seconds a request may take to arrive, and an answer to make progress (default %1).",
+    {"--timeout", "SECONDS", "Seconds a request may take to arrive, and an answer to make progress (default %1).",
      [](const Options& options) { return QString::number(static_cast<double>(options.limits.timeout.count()) / 1000.0); },
      [](const QString& value, Options& options) {
          const auto seconds = numberBetween(value, 0.1, 3600);
@@ -115,8 +120,8 @@ const Option kOptions[] = {
          options.limits.timeout = std::chrono::milliseconds(static_cast<qint64>(*seconds * 1000));
          return QString();
      }},
-    {"max-per-address", "NUMBER",
-     "Connections from one address (default %1); this machine may have any number. Give more where visitors come through a "
+    {"--max-per-address", "NUMBER",
+     "Connections from one address (default %1); this machine may have any\nnumber. Give more where visitors come through a "
      "proxy on another machine.",
      [](const Options& options) { return QString::number(options.limits.clients.perAddress); },
      [](const QString& value, Options& options) {
@@ -128,22 +133,19 @@ const Option kOptions[] = {
      }},
 };
 
-/// Reads every option that was given.
-QString readAll(const QCommandLineParser& parser, Options& options)
+void add(CLI::App& app, const Option& option, Options& options)
 {
-    for (const Option& option : kOptions) {
-        const QString name = QLatin1String(option.name);
-        if (!parser.isSet(name))
-            continue;
-        const QString wrong = option.read(parser.value(name), options);
+    const auto read = [&option, &options](const std::string& value) {
+        const QString wrong = option.read(QString::fromStdString(value), options);
         if (!wrong.isEmpty())
-            return QStringLiteral("--%1 %2").arg(name, wrong);
-    }
-    if (options.contentFolder.isEmpty())
-        return QStringLiteral("--content DIR is needed.");
-    if (options.databaseFile.isEmpty())
-        return QStringLiteral("--database FILE is needed.");
-    return {};
+            throw CLI::ValidationError(std::string(option.name) + ' ' + wrong.toStdString(), CLI::ExitCodes::ValidationError);
+    };
+    QString help = QString::fromUtf8(option.help);
+    if (option.defaultValue)
+        help = help.arg(option.defaultValue(options));
+    app.add_option_function<std::string>(option.name, read, help.toStdString())
+        ->type_name(option.valueName)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
 }
 
 } // namespace
@@ -151,27 +153,26 @@ QString readAll(const QCommandLineParser& parser, Options& options)
 tl::expected<Options, Options::Exit> Options::parse(const QStringList& arguments)
 {
     Options options;
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("\nKeeps what visitors saved at the table and shows each of them a page of their own."));
-    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this text."));
-    parser.addOption(help);
-    for (const Option& option : kOptions) {
-        QString text = QLatin1String(option.help);
-        if (option.defaultValue)
-            text = text.arg(option.defaultValue(options));
-        parser.addOption({QLatin1String(option.name), text, QLatin1String(option.valueName)});
-    }
+    CLI::App app("Keeps what visitors saved at the table and shows each of them a page of their own.", "tavola-mediaserver");
+    app.get_formatter()->column_width(kHelpColumn);
+    app.set_help_flag("-h,--help", "Show this text.");
+    for (const Option& option : kOptions)
+        add(app, option, options);
 
-    if (!parser.parse(arguments))
-        return usageError(parser.errorText());
-    if (parser.isSet(help))
-        return tl::unexpected(Exit{0, parser.helpText()});
-    if (!parser.positionalArguments().isEmpty())
-        return usageError(QStringLiteral("\"%1\" is not understood.").arg(parser.positionalArguments().first()));
-    const QString wrong = readAll(parser, options);
-    if (!wrong.isEmpty())
-        return usageError(wrong);
+    std::vector<std::string> reversed;
+    for (int i = arguments.size() - 1; i > 0; --i)
+        reversed.push_back(arguments[i].toStdString());
+    try {
+        app.parse(reversed);
+    } catch (const CLI::CallForHelp&) {
+        return tl::unexpected(Exit{0, QString::fromStdString(app.help())});
+    } catch (const CLI::ParseError& error) {
+        return usageError(QString::fromUtf8(error.what()));
+    }
+    if (options.contentFolder.isEmpty())
+        return usageError(QStringLiteral("--content DIR is needed."));
+    if (options.databaseFile.isEmpty())
+        return usageError(QStringLiteral("--database FILE is needed."));
     return options;
 }
 

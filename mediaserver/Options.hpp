@@ -10,7 +10,7 @@
 namespace MediaServer
 {
 
-/// What the command line asks for.
+/// The options of tavola-mediaserver. A plain record.
 struct Options
 {
     QString address = QStringLiteral("127.0.0.1");
@@ -20,8 +20,8 @@ struct Options
     QString publicUrl; ///< empty: the address the server listens on
     Http::Limits limits;
 
-    /// Why the program ends before it serves: a text for standard output when the code is 0 (help was asked
-    /// for), else for standard error.
+    /// Why the program ends before it serves. Code 0: help was asked for, the text goes to standard output; otherwise it goes to
+    /// standard error.
     struct Exit
     {
         int code;

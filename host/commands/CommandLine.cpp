@@ -1,68 +1,167 @@
 #include "commands/CommandLine.hpp"
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <cstdio>
+#include <string>
+#include <vector>
 
 namespace Host
 {
 namespace
 {
+constexpr int kUsageError = 2;
+constexpr std::size_t kHelpColumn = 28;
+
 /// "list, retry or drop"
 QString oneOf(const QStringList& words)
 {
     return QStringList(words.mid(0, words.size() - 1)).join(QLatin1String(", ")) + QStringLiteral(" or ") + words.last();
 }
 
-bool isOption(const QString& argument)
+/// Usage first, then what the command does, its options and the footer.
+class HelpFormatter final : public CLI::Formatter
 {
-    return argument.size() > 1 && argument[0] == QLatin1Char('-') && !argument[1].isDigit();
-}
+public:
+    explicit HelpFormatter(std::string usage) : m_usage(std::move(usage)) { column_width(kHelpColumn); }
+
+    std::string make_help(const CLI::App* app, std::string, CLI::AppFormatMode mode) const override
+    {
+        return "usage: " + m_usage + '\n' + make_description(app) + make_groups(app, mode) + '\n' + make_footer(app);
+    }
+
+private:
+    std::string m_usage;
+};
 }
 
-CommandLine::CommandLine(QString command, QStringList actions, std::vector<Option> options)
-    : m_command(std::move(command)), m_actions(std::move(actions)), m_options(std::move(options))
+struct CommandLine::Private
 {
+    struct Known
+    {
+        Option option;
+        CLI::Option* parsed;
+    };
+
+    CLI::App app;
+    std::vector<Known> options;
+
+    /// The option whose value is missing, or null.
+    const Option* withoutValue(const QStringList& arguments) const
+    {
+        for (int i = 0; i < arguments.size(); ++i)
+            for (const Known& known : options)
+                if (arguments[i] == QLatin1String(known.option.name)
+                    && (i + 1 == arguments.size() || arguments[i + 1].startsWith(QLatin1String("--"))))
+                    return &known.option;
+        return nullptr;
+    }
+    static Exit wrongValue(const Option& option)
+    {
+        return {kUsageError, QStringLiteral("%1 wants %2").arg(QLatin1String(option.name), option.wants)};
+    }
+};
+
+CommandLine::CommandLine(QString name, const Help& help, QStringList actions)
+    : d(std::make_unique<Private>()), m_name(name.isEmpty() ? QStringLiteral("tavola") : QStringLiteral("tavola ") + name),
+      m_actions(std::move(actions))
+{
+    d->app.name(m_name.toStdString());
+    d->app.description(help.description.toStdString());
+    d->app.footer(help.footer.toStdString());
+    d->app.set_help_flag("-h,--help", "this text");
+    d->app.formatter(std::make_shared<HelpFormatter>((m_name + QLatin1Char(' ') + help.usage).toStdString()));
+    // The words are sorted out here, so that what is wrong with them can be said in the command's own terms.
+    d->app.allow_extras();
 }
 
-bool CommandLine::parse(const QStringList& arguments, QString& error)
+CommandLine::~CommandLine() = default;
+
+void CommandLine::addFlag(const char* name, bool& value, const char* help)
 {
-    for (int i = 0; i < arguments.size(); ++i) {
-        const QString& argument = arguments[i];
-        const auto option =
-            std::find_if(m_options.begin(), m_options.end(), [&](const Option& known) { return known.name == argument; });
-        if (option != m_options.end()) {
-            if (i + 1 == arguments.size() || (arguments[i + 1].isEmpty() && !option->mayBeEmpty)) {
-                error = QStringLiteral("%1 wants %2").arg(argument, option->wants);
-                return false;
-            }
-            *option->value = arguments[++i];
-            m_givenOptions << argument;
-        } else if (isOption(argument)) {
-            error = QStringLiteral("unknown option %1; see tavola %2 --help").arg(argument, m_command);
-            return false;
-        } else if (m_action.isEmpty()) {
-            m_action = argument;
-        } else if (m_presentation.isEmpty()) {
-            m_presentation = argument;
-        } else {
-            m_words << argument;
-        }
+    d->app.add_flag(name, value, help);
+}
+
+void CommandLine::addOption(Option option)
+{
+    CLI::Option* parsed = d->app.add_option(option.name);
+    parsed->type_name(option.valueName)->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    if (option.help)
+        parsed->description(option.help);
+    else
+        parsed->group("");
+    d->options.push_back({std::move(option), parsed});
+}
+
+std::optional<CommandLine::Exit> CommandLine::parse(const QStringList& arguments)
+{
+    if (const Option* option = d->withoutValue(arguments))
+        return Private::wrongValue(*option);
+    std::vector<std::string> reversed;
+    for (const QString& argument : arguments)
+        reversed.insert(reversed.begin(), argument.toStdString());
+    try {
+        d->app.parse(reversed);
+    } catch (const CLI::CallForHelp&) {
+        return Exit{0, help()};
+    } catch (const CLI::ParseError& error) {
+        return Exit{kUsageError, QStringLiteral("%1; see %2 --help").arg(QString::fromUtf8(error.what()), m_name)};
     }
-    if (!m_actions.contains(m_action)) {
-        error = QStringLiteral("%1? See tavola %2 --help").arg(oneOf(m_actions), m_command);
-        return false;
-    }
-    if (m_presentation.isEmpty()) {
-        error = QStringLiteral("which presentation? Give its folder, for example: tavola %1 %2 presentations/gallery")
-                    .arg(m_command, m_actions.first());
-        return false;
-    }
-    return true;
+    for (const std::string& word : d->app.remaining())
+        m_words << QString::fromStdString(word);
+    for (const QString& word : qAsConst(m_words))
+        if (word.size() > 1 && word[0] == QLatin1Char('-') && !word[1].isDigit())
+            return Exit{kUsageError, QStringLiteral("unknown option %1; see %2 --help").arg(word, m_name)};
+    for (const Private::Known& known : d->options)
+        if (known.parsed->count() > 0 && !known.option.read(QString::fromStdString(known.parsed->results().back())))
+            return Private::wrongValue(known.option);
+    return m_actions.isEmpty() ? std::nullopt : readActionWords();
+}
+
+std::optional<CommandLine::Exit> CommandLine::readActionWords()
+{
+    m_action = m_words.value(0);
+    m_presentation = m_words.value(1);
+    m_words = m_words.mid(2);
+    if (m_action == QLatin1String("help"))
+        return Exit{0, help()};
+    if (!m_actions.contains(m_action))
+        return Exit{kUsageError, QStringLiteral("%1? See %2 --help").arg(oneOf(m_actions), m_name)};
+    if (m_presentation.isEmpty())
+        return Exit{kUsageError,
+                    QStringLiteral("which presentation? Give its folder, for example: %1 %2 presentations/gallery")
+                        .arg(m_name, m_actions.first())};
+    return std::nullopt;
+}
+
+bool CommandLine::isGiven(const char* option) const
+{
+    return d->app.count(option) > 0;
+}
+
+QString CommandLine::help() const
+{
+    return QString::fromStdString(d->app.help());
+}
+
+int CommandLine::missingCommand() const
+{
+    std::fputs(help().toUtf8().constData(), stderr);
+    return kUsageError;
+}
+
+int CommandLine::end(const Exit& exit) const
+{
+    if (exit.code != 0)
+        return fail(exit.text, exit.code);
+    std::fputs(exit.text.toUtf8().constData(), stdout);
+    return 0;
 }
 
 int CommandLine::fail(const QString& text, int code) const
 {
-    std::fprintf(stderr, "tavola %s: %s\n", m_command.toUtf8().constData(), text.toUtf8().constData());
+    std::fprintf(stderr, "%s: %s\n", m_name.toUtf8().constData(), text.toUtf8().constData());
     return code;
 }
 

@@ -3,57 +3,88 @@
 #include <QString>
 #include <QStringList>
 
-#include <vector>
+#include <functional>
+#include <memory>
+#include <optional>
 
 namespace Host
 {
-/// The command line of a command that works on a presentation:
+/// The command line of one of the program's commands: options, which stand anywhere, and words. With actions the words are
 ///
 ///     tavola people ACTION PRESENTATION [WORD ...] [--option VALUE ...]
 ///
-/// Options stand anywhere. A lone "-" and what looks like a negative number are words; whatever else begins with "-" is an
-/// option.
+/// A value is given as `--option VALUE` or `--option=VALUE`; one that begins with "--" needs the second form, so that a forgotten
+/// value is noticed. The last one counts. A lone "-" and a negative number are words. `--help` and `-h` are
+/// always options.
 class CommandLine
 {
 public:
-    struct Option
+    /// Why the program ends without carrying out its command. Code 0: help was asked for and is the text.
+    struct Exit
     {
-        QString name;
-        QString* value;          ///< takes what stands behind the name; outlives the parsing
-        QString wants;           ///< what that is, for the message of one without
-        bool mayBeEmpty = false; ///< the empty text is a value, too
+        int code;
+        QString text;
     };
 
-    /// `command`: the word behind "tavola".
-    CommandLine(QString command, QStringList actions, std::vector<Option> options);
+    /// The parts of the help text. The list of options stands between `description` and `footer`.
+    struct Help
+    {
+        QString usage; ///< "PRESENTATION [OPTION ...]"
+        QString description;
+        QString footer;
+    };
 
+    /// An option with a value.
+    struct Option
+    {
+        const char* name; ///< "--size"
+        const char* valueName;
+        const char* help; ///< null: not listed
+        QString wants;    ///< what the value must be, for the message about another one
+        /// Stores the value; false for one that makes no sense.
+        std::function<bool(const QString& value)> read;
+    };
+
+    /// `name`: the word after "tavola"; empty for the program itself. `actions`: empty for a command without any.
+    CommandLine(QString name, const Help& help, QStringList actions = {});
+    ~CommandLine();
     CommandLine(const CommandLine&) = delete;
     CommandLine& operator=(const CommandLine&) = delete;
 
-    /// False, with the reason in `error`, for arguments that make no sense. `arguments` stand after the command's word.
-    [[nodiscard]] bool parse(const QStringList& arguments, QString& error);
+    /// An option without a value. `value` outlives the parsing.
+    void addFlag(const char* name, bool& value, const char* help);
+    void addOption(Option option);
+
+    /// Nothing when all arguments make sense. `arguments` are those after the command's word. To be called once.
+    [[nodiscard]] std::optional<Exit> parse(const QStringList& arguments);
 
     [[nodiscard]] const QString& action() const noexcept { return m_action; }
     [[nodiscard]] const QString& presentation() const noexcept { return m_presentation; }
-    /// Behind the presentation.
+    /// All words; with actions those after the presentation.
     [[nodiscard]] const QStringList& words() const noexcept { return m_words; }
-    /// The names of the options that were given, in their order.
-    [[nodiscard]] const QStringList& givenOptions() const noexcept { return m_givenOptions; }
+    [[nodiscard]] bool isGiven(const char* option) const;
+    [[nodiscard]] QString help() const;
 
-    /// Says on standard error what went wrong; returns `code`.
+    /// For a command without any argument: writes the help to standard error and returns the code of a usage error.
+    int missingCommand() const;
+    /// Writes the exit's text to standard output, or with the command's name to standard error. Returns its code.
+    int end(const Exit& exit) const;
+    /// Writes an error to standard error; returns `code`.
     int fail(const QString& text, int code) const;
-    /// A line to standard output.
+    /// Writes a line to standard output.
     static void print(const QString& line);
-    /// 0, or 1 with a word when what was printed did not get out.
+    /// 0, or 1 with an error when what was printed could not be written.
     [[nodiscard]] int printed() const;
 
 private:
-    QString m_command;
+    std::optional<Exit> readActionWords();
+
+    struct Private;
+    std::unique_ptr<Private> d;
+    QString m_name;
     QStringList m_actions;
-    std::vector<Option> m_options;
     QString m_action;
     QString m_presentation;
     QStringList m_words;
-    QStringList m_givenOptions;
 };
 }

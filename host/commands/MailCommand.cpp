@@ -22,10 +22,28 @@ class Request : public CommandLine
 {
 public:
     Request()
-        : CommandLine(QStringLiteral("mail"), {"list", "retry", "drop"},
-                      {{QStringLiteral("--data"), &data, QStringLiteral("a folder")},
-                       {QStringLiteral("--service"), &service, QStringLiteral("the name of an e-mail service")}})
+        : CommandLine(
+            QStringLiteral("mail"),
+            {QStringLiteral("list|retry|drop PRESENTATION [MESSAGE ...] [OPTION ...]"),
+             QStringLiteral("Works on the e-mail that a presentation's table has accepted and not yet delivered, also while the "
+                            "table runs.\n"
+                            "\n"
+                            "  list    the messages that are queued, being sent, or failed for good\n"
+                            "  retry   send these messages again, at once: numbers, \"failed\" or \"all\" (the default)\n"
+                            "  drop    delete these messages and their files: numbers, \"failed\" or \"all\""),
+             QStringLiteral("Exit code: 0, 1 when it could not be done, 2 for a command line that makes no sense.")},
+            {"list", "retry", "drop"})
     {
+        addOption({"--data", "DIR", "the folder given to tavola run --data (default: the user's data folder)",
+                   QStringLiteral("a folder"), [this](const QString& value) {
+                       data = value;
+                       return !value.isEmpty();
+                   }});
+        addOption({"--service", "NAME", "only this e-mail service of several", QStringLiteral("the name of an e-mail service"),
+                   [this](const QString& value) {
+                       service = value;
+                       return !value.isEmpty();
+                   }});
     }
 
     QString data;
@@ -39,22 +57,18 @@ struct Queue
     std::unique_ptr<Outbox> outbox;
 };
 
-bool parse(const QStringList& arguments, Request& request, QString& error)
+std::optional<CommandLine::Exit> parse(const QStringList& arguments, Request& request)
 {
-    if (!request.parse(arguments, error))
-        return false;
-    if (request.action() == QLatin1String("drop") && request.words().isEmpty()) {
-        error = QStringLiteral("which messages? Give their numbers, \"failed\" or \"all\"");
-        return false;
-    }
+    if (const auto exit = request.parse(arguments))
+        return exit;
+    if (request.action() == QLatin1String("drop") && request.words().isEmpty())
+        return CommandLine::Exit{2, QStringLiteral("which messages? Give their numbers, \"failed\" or \"all\"")};
     for (const QString& one : request.words()) {
         bool isNumber = false;
-        if (one != QLatin1String("failed") && one != QLatin1String("all") && (one.toLongLong(&isNumber) <= 0 || !isNumber)) {
-            error = QStringLiteral("\"%1\" is no message; give a number, \"failed\" or \"all\"").arg(one);
-            return false;
-        }
+        if (one != QLatin1String("failed") && one != QLatin1String("all") && (one.toLongLong(&isNumber) <= 0 || !isNumber))
+            return CommandLine::Exit{2, QStringLiteral("\"%1\" is no message; give a number, \"failed\" or \"all\"").arg(one)};
     }
-    return true;
+    return std::nullopt;
 }
 
 bool openQueues(const Request& request, std::vector<Queue>& queues, QString& error)
@@ -71,7 +85,7 @@ bool openQueues(const Request& request, std::vector<Queue>& queues, QString& err
         if (!request.service.isEmpty() && settings.name != request.service)
             continue;
         const QString folder = outboxFolder(data, settings.name);
-        // Looking makes nothing: a table that never ran has no outbox.
+        // A table that never ran has no outbox, and listing makes none.
         Queue queue{settings.name, nullptr};
         if (QFileInfo::exists(folder + QStringLiteral("/outbox.sqlite"))) {
             queue.outbox = Outbox::open(folder, error);
@@ -100,7 +114,7 @@ QString time(qint64 ms)
     return QDateTime::fromMSecsSinceEpoch(ms).toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));
 }
 
-/// What is in a queue. An outbox that cannot be read is said to be so: it is not empty.
+/// The messages of a queue; nothing, with an error written, for an outbox that cannot be read.
 std::optional<std::vector<OutboxMessage>> messagesOf(const Request& request, const Queue& queue)
 {
     if (!queue.outbox)
@@ -185,27 +199,14 @@ bool change(const Request& request, const std::vector<Queue>& queues)
 }
 }
 
-const char* MailCommand::help()
-{
-    return "usage: tavola mail list|retry|drop [--data DIR] [--service NAME] PRESENTATION [MESSAGE ...]\n"
-           "Works on the e-mail that a presentation's table has accepted and not yet delivered, also while the table runs.\n"
-           "\n"
-           "  list    what is queued, being sent, or failed for good\n"
-           "  retry   send these messages anew, at once: numbers, \"failed\" or \"all\" (the default)\n"
-           "  drop    forget these messages and their files: numbers, \"failed\" or \"all\"\n"
-           "\n"
-           "  --data DIR      the folder given to tavola run\n"
-           "  --service NAME  one e-mail service of several\n"
-           "\n"
-           "Exit code: 0, 1 when it could not be done, 2 for a command line that makes no sense.\n";
-}
-
 int MailCommand::run(const QStringList& arguments)
 {
     Request request;
+    if (arguments.isEmpty())
+        return request.missingCommand();
+    if (const auto exit = parse(arguments, request))
+        return request.end(*exit);
     QString error;
-    if (!parse(arguments, request, error))
-        return request.fail(error, 2);
     std::vector<Queue> queues;
     if (!openQueues(request, queues, error))
         return request.fail(error, 1);

@@ -14,14 +14,30 @@ namespace Host
 {
 namespace
 {
+constexpr char kDescription[] =
+    "Lists and changes the people a presentation's table knows, also while the table runs (it follows within seconds).\n"
+    "\n"
+    "  list PRESENTATION              all people: code, name, e-mail address, kind\n"
+    "  add PRESENTATION CODE          a card; --name, --email, --content-key and --kind are its owner's\n"
+    "  import PRESENTATION FILE.csv   people from a file with the columns code,name,email,content-key,kind;\n"
+    "                                 all of them, or none when a line cannot be read\n"
+    "  export PRESENTATION FILE.csv   the same file; - writes to standard output\n"
+    "  remove PRESENTATION CODE ...   cards; all of them, or none when one is unknown";
+
 class Request : public CommandLine
 {
 public:
     Request()
-        : CommandLine(QStringLiteral("people"), {"list", "add", "import", "export", "remove"},
-                      {option("--data", data), option("--name", person.name), option("--email", person.email),
-                       option("--content-key", person.contentKey), option("--kind", kind)})
+        : CommandLine(QStringLiteral("people"),
+                      {QStringLiteral("ACTION PRESENTATION ... [OPTION ...]"), QString::fromUtf8(kDescription),
+                       QStringLiteral("Exit code: 0, 1 when it could not be done, 2 for a command line that makes no sense.")},
+                      {"list", "add", "import", "export", "remove"})
     {
+        addText("--data", "DIR", "the folder given to tavola run --data (default: the user's data folder)", data);
+        addText("--name", "NAME", "add: the owner's name", person.name);
+        addText("--email", "ADDRESS", "add: the owner's e-mail address", person.email);
+        addText("--content-key", "KEY", "add: the folder that the card opens", person.contentKey);
+        addText("--kind", "KIND", "add: personal (the default), unregistered or a number", kind);
     }
 
     QString data;
@@ -29,27 +45,26 @@ public:
     Person person; ///< of the options
 
 private:
-    static Option option(const char* name, QString& value)
+    void addText(const char* name, const char* valueName, const char* help, QString& text)
     {
-        return {QString::fromLatin1(name), &value, QStringLiteral("a value; see tavola people --help"), true};
+        addOption({name, valueName, help, QStringLiteral("a value; see tavola people --help"), [&text](const QString& value) {
+                       text = value;
+                       return true;
+                   }});
     }
 };
 
-bool parse(const QStringList& arguments, Request& request, QString& error)
+std::optional<CommandLine::Exit> parse(const QStringList& arguments, Request& request)
 {
-    if (!request.parse(arguments, error))
-        return false;
-    QStringList ofPeople = request.givenOptions();
-    ofPeople.removeAll(QStringLiteral("--data"));
-    if (!ofPeople.isEmpty() && request.action() != QLatin1String("add")) {
-        error = QStringLiteral("%1 belongs to add only").arg(ofPeople.last());
-        return false;
-    }
-    if (!PeopleFile::parseKind(request.kind, request.person.kind)) {
-        error = QStringLiteral("\"%1\" is no kind; personal, unregistered or a number is expected").arg(request.kind);
-        return false;
-    }
-    return true;
+    if (const auto exit = request.parse(arguments))
+        return exit;
+    for (const char* option : {"--name", "--email", "--content-key", "--kind"})
+        if (request.isGiven(option) && request.action() != QLatin1String("add"))
+            return CommandLine::Exit{2, QStringLiteral("%1 belongs to add only").arg(QLatin1String(option))};
+    if (!PeopleFile::parseKind(request.kind, request.person.kind))
+        return CommandLine::Exit{
+            2, QStringLiteral("\"%1\" is no kind; personal, unregistered or a number is expected").arg(request.kind)};
+    return std::nullopt;
 }
 
 bool parseCode(const QString& text, unsigned long& code, QString& error)
@@ -79,7 +94,7 @@ int list(const PeopleRegistry& registry, const Request& request)
                      PeopleFile::kindName(person.kind),
                      person.contentKey.isEmpty() ? QString() : QStringLiteral("  content ") + person.contentKey.simplified()));
     if (people->empty())
-        request.print(QStringLiteral("Nobody is registered."));
+        request.print(QStringLiteral("No people are registered."));
     return request.printed();
 }
 
@@ -154,31 +169,14 @@ int remove(PeopleRegistry& registry, const Request& request)
 }
 }
 
-const char* PeopleCommand::help()
-{
-    return "usage: tavola people ACTION PRESENTATION ... [--data DIR]\n"
-           "Looks at and changes the people a presentation's table knows, also while the table runs (it notices within "
-           "seconds).\n"
-           "\n"
-           "  list PRESENTATION              everybody: code, name, e-mail address, kind\n"
-           "  add PRESENTATION CODE          a card; --name NAME, --email ADDRESS, --content-key KEY,\n"
-           "                                 --kind personal|unregistered (default: personal)\n"
-           "  import PRESENTATION FILE.csv   people from a file with the columns code,name,email,content-key,kind;\n"
-           "                                 all of them, or none when a line cannot be read\n"
-           "  export PRESENTATION FILE.csv   the same file; - writes to standard output\n"
-           "  remove PRESENTATION CODE ...   cards; all of them, or none when one is unknown\n"
-           "\n"
-           "  --data DIR   the folder given to tavola run --data (default: the user's data folder)\n"
-           "\n"
-           "Exit code: 0 done, 1 not done, 2 for a command line that makes no sense.\n";
-}
-
 int PeopleCommand::run(const QStringList& arguments)
 {
     Request request;
+    if (arguments.isEmpty())
+        return request.missingCommand();
+    if (const auto exit = parse(arguments, request))
+        return request.end(*exit);
     QString error;
-    if (!parse(arguments, request, error))
-        return request.fail(error, 2);
     const auto presentation = Presentation::load(request.presentation(), error);
     if (!presentation)
         return request.fail(error, 1);

@@ -41,7 +41,7 @@ void say(const QString& text)
     std::fflush(stdout);
 }
 
-/// Makes the application. Qt's offscreen platform never frees its screen, which is not to be taken for a leak of the table.
+/// Makes the application. Qt's offscreen platform never frees its screen, which is no leak of the table.
 void makeApplication(std::optional<QGuiApplication>& application, int& argc, char** argv)
 {
 #ifdef __SANITIZE_ADDRESS__
@@ -97,7 +97,7 @@ int runTable(const RunOptions& options)
     std::unique_ptr<TableWindow> window;
     if (!options.headless)
         window = openWindow(*table, *presentation, options);
-    // From here on it ends in order when it is told to, so that whoever reads the line may do so.
+    // From here on the table closes in order at SIGTERM, so the line that announces it may be waited for.
     RunLoop loop(*table, window.get(), options.manualClock);
     say(QStringLiteral("%1 is open").arg(presentation->title.isEmpty() ? presentation->folder : presentation->title));
     return loop.run();
@@ -106,15 +106,15 @@ int runTable(const RunOptions& options)
 
 int RunCommand::run(RunOptions::Command command, const QStringList& arguments, char* program)
 {
-    if (arguments.contains(QStringLiteral("--help")) || arguments.contains(QStringLiteral("-h"))) {
-        std::fputs(RunOptions::help(command).toUtf8().constData(), stdout);
+    auto options = RunOptions::parse(arguments, command);
+    if (!options) {
+        if (options.error().code != 0)
+            return fail(options.error().text, options.error().code);
+        std::fputs(options.error().text.toUtf8().constData(), stdout);
         return 0;
     }
-    QString error;
-    auto options = RunOptions::parse(arguments, error, command);
-    if (!options)
-        return fail(error, 2);
     if (options->presentation.isEmpty()) {
+        QString error;
         options->presentation = recordedPresentation(options->table.replayFile, error);
         if (options->presentation.isEmpty())
             return fail(error, 1);

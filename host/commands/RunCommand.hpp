@@ -11,7 +11,7 @@ class RunCommand
 {
 public:
     /// Makes Qt's application, for the program named `program`, and returns the exit code when the table is closed.
-    /// `arguments` stand after the command's word. What went wrong is said on standard error.
+    /// `arguments` stand after the command's word. Errors go to standard error.
     [[nodiscard]] static int run(RunOptions::Command command, const QStringList& arguments, char* program);
 };
 }

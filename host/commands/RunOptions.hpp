@@ -1,8 +1,11 @@
 #pragma once
 
+#include "commands/CommandLine.hpp"
 #include "table/TableOptions.hpp"
 
 #include <Lantern/WindowTarget.hpp>
+
+#include <boost/expected.hpp>
 
 #include <QString>
 #include <QStringList>
@@ -11,7 +14,7 @@
 
 namespace Host
 {
-/// What the command line of `tavola run` or `tavola replay` says. A plain record.
+/// The options of `tavola run` and `tavola replay`. A plain record.
 struct RunOptions
 {
     enum class Command { Run, Replay };
@@ -27,9 +30,8 @@ struct RunOptions
     /// The window for a table of `size` pixels.
     [[nodiscard]] Lantern::WindowOptions window(const QString& title, QSize size) const;
 
-    [[nodiscard]] static QString help(Command command = Command::Run);
-    /// Nothing, with the reason in `error`, for arguments that make no sense. `arguments` stand after the command's word.
-    [[nodiscard]] static std::optional<RunOptions> parse(const QStringList& arguments, QString& error,
-                                                         Command command = Command::Run);
+    /// The reason, or the help, in place of options when there is nothing to run. `arguments` stand after the command's word.
+    [[nodiscard]] static boost::expected<RunOptions, CommandLine::Exit> parse(const QStringList& arguments,
+                                                                              Command command = Command::Run);
 };
 }

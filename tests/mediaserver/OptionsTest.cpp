@@ -52,6 +52,13 @@ TEST_CASE_FIXTURE(Fixture, "options: everything can be said")
     CHECK(options->limits.clients.perAddress == 500);
 }
 
+TEST_CASE_FIXTURE(Fixture, "options: the last of several values counts, and a leading zero is decimal")
+{
+    const auto options = parse({QStringLiteral("--port"), QStringLiteral("7"), QStringLiteral("--port"), QStringLiteral("010")});
+    REQUIRE(options);
+    CHECK(options->port == 10);
+}
+
 TEST_CASE_FIXTURE(Fixture, "options: help is a success and names every option")
 {
     const auto options = parse({QStringLiteral("--help")});
@@ -74,7 +81,9 @@ TEST_CASE_FIXTURE(Fixture, "options: a mistake is named with its option")
         {{QStringLiteral("--port"), QStringLiteral("x")}, "--port"},
         {{QStringLiteral("--timeout"), QStringLiteral("0")}, "--timeout"},
         {{QStringLiteral("--timeout"), QStringLiteral("nan")}, "--timeout"},
+        {{QStringLiteral("--timeout")}, "--timeout"},
         {{QStringLiteral("--max-body"), QStringLiteral("-1")}, "--max-body"},
+        {{QStringLiteral("--max-body"), QStringLiteral("0x1000")}, "--max-body"},
         {{QStringLiteral("--max-per-address"), QStringLiteral("1")}, "--max-per-address"},
         {{QStringLiteral("--public-url"), QStringLiteral("museum.example")}, "--public-url"},
         {{QStringLiteral("--public-url"), QStringLiteral("javascript:x")}, "--public-url"},

@@ -14,16 +14,15 @@ namespace Visit
 {
 enum class TuioVersion { One, Two };
 
-/// Turns frames into the packets that a table's tracker would send when something changed, and the whole state once a
-/// second, so that a lost packet does no lasting harm. In TUIO 1.1 cards and fingers have a bundle each, in TUIO 2.0 one
-/// holds both.
+/// Turns frames into the packets of a tracker: one when a contact has changed, and the whole state once a second, so that a lost
+/// packet does no lasting harm. In TUIO 1.1 cards and fingers have a bundle each, in TUIO 2.0 one bundle has both.
 class Packets
 {
 public:
     using Send = std::function<void(const std::vector<char>& packet)>;
 
-    /// `beganSeconds`, from any beginning and above 0, is when the sender began: frames of TUIO 2.0 carry their time, and a
-    /// table knows by it that a sender of the same name has begun anew.
+    /// `beganSeconds`: when the sender began, in seconds of any clock, above 0. Frames of TUIO 2.0 carry their time, by which a
+    /// table recognises that a sender of the same name has restarted.
     explicit Packets(std::string source = "tavola-visit@localhost", TuioVersion version = TuioVersion::One,
                      double beganSeconds = 1.0);
 

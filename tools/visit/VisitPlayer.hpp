@@ -38,12 +38,11 @@ class Player
 public:
     explicit Player(Script script);
 
-    /// What is on the table at `seconds` of the script; an action counts from its very time on.
+    /// The contacts at `seconds` of the script, with the actions of exactly that time.
     [[nodiscard]] Frame frameAt(double seconds) const;
-    /// When the next action begins, so that a frame can be taken of it however far apart frames are; infinity after the
-    /// last.
+    /// The time of the next action, so that no action falls between two frames; infinity after the last.
     [[nodiscard]] double nextActionAfter(double seconds) const;
-    /// Nothing changes any more.
+    /// Whether nothing changes after `seconds`.
     [[nodiscard]] bool isOver(double seconds) const { return seconds > m_script.durationSeconds(); }
     [[nodiscard]] const Script& script() const { return m_script; }
 

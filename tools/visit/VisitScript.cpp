@@ -39,7 +39,7 @@ std::vector<Word> wordsOf(std::string_view line)
     return words;
 }
 
-/// What lies on the table at the line that is read, to find actions that cannot be.
+/// A contact at the line that is being read, for finding impossible actions.
 struct Presence
 {
     bool isDown = false;
@@ -66,7 +66,7 @@ public:
     }
 
 private:
-    /// Ends the reading of a line; says nothing more about it.
+    /// Ends the reading of a line after its first error.
     struct BadLine
     {
         int column;

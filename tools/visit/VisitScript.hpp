@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-/// A visit to the table, written down: who puts which card where and when, and what the fingers do. One action a line:
+/// A visit to the table as a text: when cards are put down, moved and lifted, and what fingers do. One action a line:
 ///
 ///     size 1920 1080                                   # the table in pixels; first
 ///     at 0.0   card 1001 down 960 540 angle 0          # degrees, clockwise

@@ -83,7 +83,7 @@ private:
 };
 
 const Person kAnn{1001, QStringLiteral("Ann"), QStringLiteral("ann@museum.example"), QStringLiteral("key"), 0};
-const Person kNobody{1002, QString(), QString(), QString(), 3};
+const Person kUnregistered{1002, QString(), QString(), QString(), 3};
 using People = std::vector<Person>;
 
 QByteArray contents(const QString& path)
@@ -101,7 +101,7 @@ TEST_CASE("tavola people: a table that never ran begins with the presentation's 
     CHECK(answer.code == 0);
     CHECK(answer.out == "1001  Ann  ann@museum.example  personal  content key\n1002  (no name)  (no e-mail)  unregistered\n");
     CHECK(answer.err.isEmpty());
-    CHECK(desk.people() == People{kAnn, kNobody});
+    CHECK(desk.people() == People{kAnn, kUnregistered});
 }
 
 TEST_CASE("tavola people: a card is added with what is said of its owner")
@@ -118,7 +118,7 @@ TEST_CASE("tavola people: a card is added with what is said of its owner")
           == People{
               {5, QString(), QString(), QString(), 7},
               kAnn,
-              kNobody,
+              kUnregistered,
               {2001, QString::fromUtf8("Jürgen, \"Åke\" 花子"), QStringLiteral("j@museum.example"), QStringLiteral("garden"), 0},
               {18446744073709551615ul, QString(), QString(), QString(), 3}});
 }
@@ -129,7 +129,7 @@ TEST_CASE("tavola people: a card that is there is not added again")
     const Answer answer = desk.ask(QStringLiteral("add"), {"1001", "--name", "Bo"});
     CHECK(answer.code == 1);
     CHECK(answer.err == "tavola people: card 1001 is in the registry already; remove it first, or import a file to replace it\n");
-    CHECK(desk.people() == People{kAnn, kNobody});
+    CHECK(desk.people() == People{kAnn, kUnregistered});
 }
 
 TEST_CASE("tavola people: the list has one line for each card, whatever its owner is called")
@@ -152,11 +152,11 @@ TEST_CASE("tavola people: a file is imported, and its owners take the place of o
     CHECK(answer.err.isEmpty());
     CHECK(desk.people()
           == People{{1001, QStringLiteral("Bo, the second"), QString(), QString(), 0},
-                    kNobody,
+                    kUnregistered,
                     {2001, QStringLiteral("Cy"), QString(), QString(), 0}});
 }
 
-TEST_CASE("tavola people: a file with a mistake is told by line, and nobody of it is imported")
+TEST_CASE("tavola people: a mistake in a file is reported with its line, and none of the file is imported")
 {
     struct Row
     {
@@ -175,7 +175,8 @@ TEST_CASE("tavola people: a file with a mistake is told by line, and nobody of i
         {"code,e-mail\n2001,a@b\n",
          ":1: unknown column 'e-mail', known are code, name, email, content-key, kind; the column is skipped\n"},
         {"2001,Cy\n",
-         ":1: the first line must name the columns, \"code\" among them (code,name,email,content-key,kind); nobody was read\n"},
+         ":1: the first line must name the columns, \"code\" among them (code,name,email,content-key,kind); no people were "
+         "read\n"},
     };
     const Desk desk;
     for (const Row& row : rows) {
@@ -188,7 +189,7 @@ TEST_CASE("tavola people: a file with a mistake is told by line, and nobody of i
         CHECK(answer.err.contains(file + QLatin1String(row.told)));
         CHECK(answer.err.endsWith(
             QStringLiteral("tavola people: nothing was imported; mend what is named above and import again\n")));
-        CHECK(desk.people() == People{kAnn, kNobody});
+        CHECK(desk.people() == People{kAnn, kUnregistered});
     }
     const Answer missing = desk.ask(QStringLiteral("import"), {QStringLiteral("/none/new.csv")});
     CHECK(missing.code == 1);
@@ -216,7 +217,7 @@ TEST_CASE("tavola people: what is exported can be imported elsewhere and is the 
     CHECK(desk.ask(QStringLiteral("export"), {QStringLiteral("-")}, QStringLiteral("elsewhere")).out.toUtf8() == contents(file));
 }
 
-TEST_CASE("tavola people: an export that cannot be written is told")
+TEST_CASE("tavola people: an export that cannot be written is reported")
 {
     const Desk desk;
     const Answer answer = desk.ask(QStringLiteral("export"), {QStringLiteral("/none/out.csv")});
@@ -236,21 +237,21 @@ TEST_CASE("tavola people: cards are removed together, or none of them")
     const Answer answer = desk.ask(QStringLiteral("remove"), {"1001", "4711"});
     CHECK(answer.code == 1);
     CHECK(answer.err == "tavola people: card 4711 is not in the registry; nothing was removed\n");
-    CHECK(desk.people() == People{kAnn, kNobody});
+    CHECK(desk.people() == People{kAnn, kUnregistered});
     CHECK(desk.ask(QStringLiteral("remove"), {"1001", "1001"}).code == 0);
-    CHECK(desk.people() == People{kNobody});
+    CHECK(desk.people() == People{kUnregistered});
 }
 
-TEST_CASE("tavola people: when everybody is removed the presentation's people do not come back")
+TEST_CASE("tavola people: when all people are removed the presentation's people do not come back")
 {
     const Desk desk;
     CHECK(desk.ask(QStringLiteral("remove"), {"1001", "1002"}).code == 0);
-    CHECK(desk.ask(QStringLiteral("list")).out == "Nobody is registered.\n");
+    CHECK(desk.ask(QStringLiteral("list")).out == "No people are registered.\n");
     CHECK(desk.people().empty());
     CHECK(desk.ask(QStringLiteral("export"), {QStringLiteral("-")}).out == "code,name,email,content-key,kind\n");
 }
 
-TEST_CASE("tavola people: a command line that makes no sense is exit code 2, tells why and changes nothing")
+TEST_CASE("tavola people: a command line that makes no sense is exit code 2, says why and changes nothing")
 {
     const Desk desk;
     const QString show = desk.folder().path(QStringLiteral("show"));
@@ -290,14 +291,14 @@ TEST_CASE("tavola people: a command line that makes no sense is exit code 2, tel
         CHECK(answer.err == QStringLiteral("tavola people: ") + row.told + QLatin1Char('\n'));
         CHECK(answer.out.isEmpty());
     }
-    CHECK(desk.people() == People{kAnn, kNobody});
+    CHECK(desk.people() == People{kAnn, kUnregistered});
     const Answer nothing = Desk::run({});
     CHECK(nothing.code == 2);
     CHECK(nothing.err.startsWith(QStringLiteral("usage: tavola people ACTION PRESENTATION ")));
     CHECK(Desk::run({QStringLiteral("--help")}).out == nothing.err);
 }
 
-TEST_CASE("tavola people: what keeps the registry from opening is exit code 1 and tells why")
+TEST_CASE("tavola people: what keeps the registry from opening is exit code 1 and says why")
 {
     const Desk desk;
     const Answer none = Desk::run({"list", desk.folder().path("none")});

@@ -13,10 +13,18 @@ QStringList words(const char* line)
 
 RunOptions parsed(const char* line, RunOptions::Command command = RunOptions::Command::Run)
 {
-    QString error;
-    const auto options = RunOptions::parse(words(line), error, command);
-    REQUIRE_MESSAGE(options, error.toStdString());
+    const auto options = RunOptions::parse(words(line), command);
+    REQUIRE_MESSAGE(options, options.error().text.toStdString());
     return *options;
+}
+
+/// The reason of a refusal.
+std::string refused(const char* line, RunOptions::Command command = RunOptions::Command::Run)
+{
+    const auto options = RunOptions::parse(words(line), command);
+    REQUIRE_FALSE(options);
+    CHECK(options.error().code == 2);
+    return options.error().text.toStdString();
 }
 }
 
@@ -124,9 +132,7 @@ TEST_CASE("run options: arguments that make no sense are refused with what would
     };
     for (const Row& row : rows) {
         CAPTURE(row.line);
-        QString error;
-        CHECK_FALSE(RunOptions::parse(words(row.line), error));
-        CHECK(error.toStdString() == row.error);
+        CHECK(refused(row.line) == row.error);
     }
 }
 
@@ -158,16 +164,24 @@ TEST_CASE("run options: a replay has a recording, and a presentation if need be"
 
 TEST_CASE("run options: what makes no sense in a replay is refused")
 {
-    QString error;
-    CHECK_FALSE(RunOptions::parse({}, error, RunOptions::Command::Replay));
-    CHECK(error == "which recording? Give a file that was made by tavola run --record");
-    for (const char* line : {"a.rec p --tuio 3333", "a.rec p --record b.rec", "a.rec p --size 800x600"}) {
-        CAPTURE(line);
-        CHECK_FALSE(RunOptions::parse(words(line), error, RunOptions::Command::Replay));
-        CHECK(error == "--tuio, --size and --record make no sense in a replay: the recording has the input and the size");
+    const char* const kRecorded =
+        "--tuio, --size and --record make no sense in a replay: the recording has the input and the size";
+    const struct
+    {
+        const char* line;
+        const char* error;
+    } rows[] = {
+        {"", "which recording? Give a file that was made by tavola run --record"},
+        {"a.rec p --tuio 3333", kRecorded},
+        {"a.rec p --record b.rec", kRecorded},
+        {"a.rec p --size 800x600", kRecorded},
+        {"a.rec p q", "one presentation at a time: q is one too many"},
+        {"a.rec --fast", "unknown option --fast; see tavola replay --help"},
+    };
+    for (const auto& row : rows) {
+        CAPTURE(row.line);
+        CHECK(refused(row.line, RunOptions::Command::Replay) == row.error);
     }
-    CHECK_FALSE(RunOptions::parse(words("a.rec p q"), error, RunOptions::Command::Replay));
-    CHECK(error == "one presentation at a time: q is one too many");
 }
 
 TEST_CASE("run options: without window options the window is an ordinary raster one, and each option is passed on")
@@ -189,12 +203,22 @@ TEST_CASE("run options: without window options the window is an ordinary raster 
     CHECK_FALSE(run.window("Rooms", {800, 600}).isFullScreen);
 }
 
-TEST_CASE("run options: the help names every option")
+TEST_CASE("run options: the help lists every option, that of a replay all but those of the recording")
 {
-    const QString help = RunOptions::help();
-    for (const char* option : {"--headless", "--size WxH", "--tuio [tcp:][ADDRESS:]PORT", "--inspect PORT", "--manual-clock",
-                               "--opengl", "--plugin FILE", "--media-server URL", "--data DIR"})
-        CHECK_MESSAGE(help.contains(QLatin1String(option)), option);
-    for (const QString& line : help.split(QLatin1Char('\n')))
-        CHECK_MESSAGE(line.size() <= 120, line.toStdString());
+    for (const auto command : {RunOptions::Command::Run, RunOptions::Command::Replay}) {
+        const bool isReplay = command == RunOptions::Command::Replay;
+        CAPTURE(isReplay);
+        const auto answer = RunOptions::parse({QStringLiteral("--help")}, command);
+        REQUIRE_FALSE(answer);
+        CHECK(answer.error().code == 0);
+        const QString help = answer.error().text;
+        for (const char* option :
+             {"--headless", "--trees FILE", "--show-input", "--inspect PORT", "--manual-clock", "--fullscreen", "--opengl",
+              "--plugin FILE", "--media-server URL", "--mail-server URL", "--data DIR"})
+            CHECK_MESSAGE(help.contains(QLatin1String("\n  ") + QLatin1String(option)), option);
+        for (const char* option : {"--size WxH", "--tuio [tcp:][ADDRESS:]PORT", "--record FILE"})
+            CHECK_MESSAGE(help.contains(QLatin1String("\n  ") + QLatin1String(option)) != isReplay, option);
+        for (const QString& line : help.split(QLatin1Char('\n')))
+            CHECK_MESSAGE(line.size() <= 120, line.toStdString());
+    }
 }
