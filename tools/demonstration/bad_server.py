@@ -1,4 +1,4 @@
-"""A media server that misbehaves on request, for visits that look at what the table makes of it."""
+"""A media server that fails on request, for visits that check how the table handles it."""
 import json
 import socket
 import struct

@@ -1,5 +1,5 @@
 """A visit of many cards: personal ones, rejected ones, cards with folders, cards without an owner, and cards put on pictures.
-What the report says of each was read from the table."""
+The report of each card is read from the table."""
 import email
 import email.policy
 import math
@@ -31,7 +31,7 @@ def way(before, after):
 
 
 def about(point, offset, angle):
-    """Where `offset` from `point` is when it has been turned."""
+    """The position of `offset` from `point` after a rotation."""
     c, s = math.cos(math.radians(angle)), math.sin(math.radians(angle))
     return point[0] + offset[0] * c - offset[1] * s, point[1] + offset[0] * s + offset[1] * c
 
@@ -93,7 +93,7 @@ class CardsVisit(Visit):
         self.open(**attributes)
 
     def put(self, code, point, angle=270, stay=1.0, then=()):
-        """A card comes to lie on the table and stays for seconds; `then` is what it does meanwhile. Plays its first second."""
+        """Puts a card down for some seconds; `then` is the rest of its script. Plays the first second."""
         begin = self.stage.now
         self.stage.enter("\n".join([f"at 0.1 card {code} down {point[0]:.0f} {point[1]:.0f} angle {angle}",
                                     *(f"at {at} card {code} {action}" for at, action in then),
@@ -102,24 +102,24 @@ class CardsVisit(Visit):
         return begin
 
     def lift(self):
-        """Until every card is away, and what went with it."""
+        """Plays until all cards, and what closes with them, are gone."""
         self.stage.play_until(max(visitor.leaves for visitor in self.stage.visitors) + LIFTED)
         for visitor in list(self.stage.visitors):
             self.stage.leave(visitor)
         require(not self.table.get("/grabs"), "a card is still on the table")
 
     def clear(self):
-        """Time passes until everything that visitors opened has closed."""
+        """Plays until everything that visitors opened has closed."""
         self.table.frames(70, 1.0)
         require(not self.opened(), f"{self.ids(self.opened())} did not close")
 
-    # ---- What is seen ----
+    # ---- Reading the table ----
 
     def main(self):
         return by_id(self.table.tree(), "main")[0]
 
     def opened(self):
-        """What can be seen on the table that the presentation did not put there."""
+        """The visible widgets that are not the presentation's own."""
         return [widget for widget in self.main()["children"] if widget["id"] not in self.lies_always and widget["visible"]]
 
     @staticmethod
@@ -128,7 +128,7 @@ class CardsVisit(Visit):
         return [widget["cssId"] or widget["type"] for widget in widgets]
 
     def holder(self, code):
-        """Who holds a card: type, and the presentation's name for it."""
+        """The widget that holds a card: its type and the presentation's name for it."""
         for grab in self.table.get("/grabs"):
             if grab["code"] == str(code):
                 holder = grab["holder"]

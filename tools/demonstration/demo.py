@@ -22,7 +22,7 @@ PAGE_PORT = 8180
 
 
 def has_display():
-    """A desktop's, or one that Qt is told to use without a desktop."""
+    """Whether there is a screen: a desktop's, or one that Qt uses without a desktop."""
     platform = os.environ.get("QT_QPA_PLATFORM")
     if platform:
         return platform not in ("offscreen", "minimal")
@@ -30,7 +30,7 @@ def has_display():
 
 
 def open_table(build, headless):
-    """A table for people: until the window is closed or Ctrl-C is pressed."""
+    """Opens a table until its window is closed or Ctrl-C is pressed."""
     data = os.path.join(os.environ.get("XDG_DATA_HOME") or os.path.expanduser("~/.local/share"), "tavola", "demonstration")
     os.makedirs(data, exist_ok=True)
     headless = headless or not has_display()

@@ -1,5 +1,5 @@
-"""A visit by post: a card without an address, what was collected arrives in the owner's mailbox, and the card learns its
-owner's name."""
+"""A visit by post: a card without an address, what was collected arrives in the owner's mailbox, and the card is registered
+with its owner's name."""
 import email
 import email.policy
 import os
@@ -25,7 +25,7 @@ class EmailVisit(Visit):
 
     def steps(self):
         return [
-            ("a card that nobody knows opens a space", self.card_opens_space),
+            ("a card without an owner opens a space", self.card_opens_space),
             ("a picture and a link are collected", self.collect),
             ("the envelope asks where to send it", self.envelope_asks),
             ("the address is typed on the table", self.type_address),
@@ -96,7 +96,7 @@ class EmailVisit(Visit):
     def type_name(self):
         self.tap(self.editor())
         self.stage.play(0.6)
-        # The Finnish keyboard has the letters of the name; the language key leads there.
+        # The Finnish keyboard has the letters of the name; the language key switches to it.
         for _ in range(6):
             if self.key("ö"):
                 break

@@ -1,5 +1,5 @@
-"""What Ann sees when the media server misbehaves: each thing she collects fails visibly, nothing stalls, and everything is
-uploaded once the server is well again."""
+"""The table with a media server that fails: each thing that is collected fails visibly, nothing stalls, and everything is
+uploaded once the server works again."""
 from bad_server import BadMediaServer
 from programs import by_id, centre, value
 from visit import Visit, require

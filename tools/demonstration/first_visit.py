@@ -45,7 +45,7 @@ class FirstVisit(Visit):
             ("her page lists both", self.page),
             ("the space shows the page's address and a QR code that leads there", self.qr),
             ("the space stays when the card is lifted", self.card_up),
-            ("the space closes when nobody touches it", self.closes),
+            ("the space closes when it is not touched", self.closes),
             ("the same card finds the same tiles again", self.again),
         ]
 

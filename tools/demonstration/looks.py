@@ -109,7 +109,7 @@ class MailLooks(Looks):
         self.close_space()
 
     def close_space(self):
-        """Spaces that nobody touches go away."""
+        """Waits until spaces close because they are not touched."""
         self.table.frames(130, 1)
         self.table.frames(60)
 
@@ -124,7 +124,7 @@ class MailLooks(Looks):
         self.stage.play(0.3)
         self.take("failed", self.space())
         self.close_space()
-        # A card without a name whose registration fails: nobody lets go of the registry in time.
+        # A card without a name whose registration fails: the registry stays locked too long.
         self.card(1003)
         self.drag("terraces", DROP)
         self.stage.play(0.5)

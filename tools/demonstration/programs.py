@@ -1,4 +1,4 @@
-"""The programs of a demonstration: started, looked at through their own doors, and ended."""
+"""The programs of a demonstration: starts them, reads them through their own interfaces, and ends them."""
 import json
 import os
 import re
@@ -13,11 +13,11 @@ import urllib.request
 
 
 class Failure(Exception):
-    """Something did not come about; the text says what."""
+    """An expectation that was not met; the text says which."""
 
 
 class Program:
-    """A running program whose first lines on standard output tell where it can be reached."""
+    """A running program whose first lines on standard output name its addresses."""
 
     def __init__(self, command, environment=None, wait_for=(), seconds=30):
         self.command = command
@@ -66,7 +66,7 @@ class Program:
         return self.process.returncode
 
     def end(self):
-        """Stops it; what was wrong with how it ended, such as what a sanitizer has found then, or nothing."""
+        """Stops it. Returns what was wrong at its end, such as a sanitizer's report, or nothing."""
         code = self.stop()
         if code in (0, -signal.SIGTERM):
             return ""
@@ -128,8 +128,7 @@ class ManualTable(Program):
         return self.get("/tree")
 
     def wait_until(self, what, condition, seconds=30):
-        """Runs frames without letting their time pass until `condition` gives something; for what comes over a network or
-        from a worker thread."""
+        """Runs frames of no duration until `condition` returns something; for results from a network or a worker thread."""
         deadline = time.monotonic() + seconds
         while True:
             result = condition()
@@ -141,7 +140,7 @@ class ManualTable(Program):
 
 
 class Table(ManualTable):
-    """A table that visitors can come to."""
+    """A table with datagram input for visitors."""
 
     def __init__(self, build, presentation, folder, options=()):
         super().__init__(build, ["run", presentation, "--tuio", "127.0.0.1:0"], folder, options, [r"TUIO on \S+:(\d+)"])
@@ -173,7 +172,7 @@ class Visitor(Program):
 
 
 class Stage:
-    """Visitors at a table, all in step with its clock: every datagram has arrived before the frame it belongs to runs."""
+    """Visitors at a table, in step with its clock: every datagram arrives before the frame that it belongs to."""
 
     FRAME = 1 / 60
     APART = 100_000  # seconds between the times of visitors: a table tells by them that another one has begun
@@ -190,8 +189,8 @@ class Stage:
         self._before = table.get("/input")["datagramsReceived"]
 
     def enter(self, script):
-        """Somebody comes to the table; the script's time begins now."""
-        # Those who come one after the other are one sender: a table knows only so many.
+        """Starts a script; its time begins now."""
+        # Scripts played one after the other use one sender, because a table accepts a limited number.
         taken = {visitor.name for visitor in self.visitors}
         self._began += self.APART
         name = next(name for name in map("visitor-{}".format, range(100)) if name not in taken)
@@ -207,7 +206,7 @@ class Stage:
         self.complaints.append(visitor.end())
 
     def play(self, seconds, frame=FRAME):
-        """Everybody's scripts go on for `seconds`, in frames of at most `frame`; longer ones do where nothing happens."""
+        """Plays all scripts for `seconds`, in frames of at most `frame`, or longer ones while nothing happens."""
         rest = seconds
         while rest > 1e-9:
             step = min(frame, rest)
@@ -226,7 +225,7 @@ class Stage:
         self.play(max(0.0, seconds - self.now), frame)
 
     def act(self, script, seconds):
-        """A visitor who comes, plays a script and goes."""
+        """Plays a script from its beginning to its end."""
         visitor = self.enter(script)
         self.play(seconds)
         self.leave(visitor)
@@ -276,7 +275,7 @@ def centre(widget):
 
 
 def decode_qr(path):
-    """What the QR codes in a picture say; Failure where no decoder is installed."""
+    """The texts of the QR codes in a picture; Failure where no decoder is installed."""
     if not shutil.which("zbarimg"):
         raise Failure("zbarimg is not installed (Debian package zbar-tools)")
     result = subprocess.run(["zbarimg", "--quiet", "--raw", path], capture_output=True, text=True, check=False)

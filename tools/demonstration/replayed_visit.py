@@ -29,7 +29,7 @@ class Replay(Program):
         self.inspector = self.found[0].group(1)
 
     def run(self):
-        """To the recording's end; what was logged."""
+        """Replays to the end of the recording. Returns what was logged."""
         before = -1
         while True:
             frame = json.loads(fetch(f"{self.inspector}/frames?count={CHUNK}", b"", 300))["frame"]
@@ -40,8 +40,8 @@ class Replay(Program):
 
 
 def compared(recorded, replayed):
-    """Where two files of widgets begin to differ, in words; and how many frames, and different states of the widgets, are the
-    same up to there."""
+    """The first difference of two files of widgets, in words, and the numbers of equal frames and of different states before
+    it."""
     states = set()
     with open(recorded, encoding="utf-8") as one, open(replayed, encoding="utf-8") as two:
         for number, (before, after) in enumerate(itertools.zip_longest(one, two)):
@@ -55,7 +55,7 @@ def compared(recorded, replayed):
 
 
 def replay(build, recording):
-    """What is different in a replay; nothing when nothing is."""
+    """The differences of a replay; empty when there are none."""
     table = Replay(build, recording, recording + ".replayed.trees")
     try:
         log = table.run()

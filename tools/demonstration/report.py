@@ -1,4 +1,4 @@
-"""What a played visit found: steps with pictures, and the state of the personal spaces as the programs tell it."""
+"""The report of a visit: steps with pictures, and the state of the personal spaces as read from the programs."""
 import html
 import json
 import os
@@ -91,7 +91,7 @@ def collected_widgets(table):
 
 def spaces_of(table, media_server):
     """The open personal spaces: title, page and tiles from the widget tree; whose card it is from the media server, which
-    knows everybody's page, and where there is none from what was collected, if that was by one card only."""
+    has every page, and without one from what was collected, if that was by one card only."""
     tree = table.tree()
     names = {widget["id"]: value(widget, "display-name") for widget in walk(tree)}
     collected = collected_widgets(table)

@@ -1,4 +1,4 @@
-"""What all visits have in common: a table with its servers, people who do things at it, and what can be read off it."""
+"""The base of all visits: a table with its servers, the actions of visitors, and reading the table."""
 import json
 import os
 
@@ -16,8 +16,8 @@ def require(condition, what):
 
 
 class World:
-    """Where a visit takes place: the programs' build, a folder of its own, where results go, and where each of its tables is
-    recorded, if anywhere."""
+    """The surroundings of a visit: the programs' build, a folder of its own, the folder for results, and the folder for
+    recordings of its tables, if any."""
 
     def __init__(self, build, folder, out, visit_options=(), recordings=None):
         self.build = build
@@ -74,27 +74,27 @@ class Visit:
     def open_table(self, presentation, options=()):
         self.table = self.world.add(Table(self.world.build, presentation, os.path.join(self.world.folder, "data"),
                                                 [*options, *self.world.recording()]))
-        # Where things lie is known when the pictures' proportions are.
+        # The layout depends on the proportions of the pictures.
         self.settle()
         self.stage = self.world.add(Stage(self.world.build, self.table, self.world.visit_options))
 
     def close_table(self):
-        """So that another one can be opened."""
+        """Closes the table, so that another one can be opened."""
         self.warnings += warnings_of(self.table)
         self.stage.stop()
         ended = self.table.stop()
         require(ended == 0, f"the table ended with {ended}: {self.table.error_text()}")
 
     def settle(self):
-        """Until every picture has come from the disk."""
+        """Runs frames until every picture is loaded."""
         self.table.frames(3)
         self.table.wait_until("the pictures", lambda: self.table.get("/status")["pendingImages"] == 0)
         self.table.frames(2)
 
-    # ---- What people do ----
+    # ---- Actions of visitors ----
 
     def drag(self, css_id, target):
-        """One finger carries something to a point and lets go."""
+        """Drags something to a point with one finger."""
         x, y = centre(by_id(self.table.tree(), css_id)[0])
         self.stage.act(f"at 0.05 finger 1 down {x:.0f} {y:.0f}\n"
                        f"at 0.15 finger 1 move {target[0]:.0f} {target[1]:.0f} over 0.5\nat 0.85 finger 1 up", 1.6)
@@ -127,7 +127,7 @@ class Visit:
     def press(self, css_class):
         self.tap(by_class(self.keyboard(), css_class)[0])
 
-    # ---- What can be seen ----
+    # ---- Reading the table ----
 
     def spaces(self):
         return by_type(self.table.tree(), "PersonalSpaceWidget")
