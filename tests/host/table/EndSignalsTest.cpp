@@ -17,7 +17,7 @@ namespace
 constexpr int kSignals[] = {SIGINT, SIGTERM};
 }
 
-TEST_CASE("end signals: each of them is told in the event loop, not inside the handler")
+TEST_CASE("end signals: each of them is reported in the event loop, not inside the handler")
 {
     for (const int signal : kSignals) {
         CAPTURE(signal);
@@ -33,7 +33,7 @@ TEST_CASE("end signals: each of them is told in the event loop, not inside the h
     }
 }
 
-TEST_CASE("end signals: they are told once, however many come, and none of them blocks")
+TEST_CASE("end signals: they are reported once, however many come, and none of them blocks")
 {
     const SignalGuard guard;
     int told = 0;
@@ -76,7 +76,7 @@ TEST_CASE("end signals: afterwards the signals do what they did, and the next on
     }
 }
 
-TEST_CASE("end signals: one that came and was not told yet is dropped with it")
+TEST_CASE("end signals: one that came and was not reported yet is dropped with it")
 {
     const SignalGuard guard;
     int told = 0;

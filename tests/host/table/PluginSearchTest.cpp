@@ -2,6 +2,8 @@
 
 #include "Folder.hpp"
 
+#include <Tavola/PluginLoader.hpp>
+
 #include <doctest/doctest.h>
 
 #include <QCoreApplication>
@@ -59,4 +61,18 @@ TEST_CASE("plug-in search: what is nowhere, or a folder, is not found")
     CHECK(findPlugin(QStringLiteral("no-such-plug-in")).isEmpty());
     CHECK(findPlugin(QStringLiteral("folder")).isEmpty());
     CHECK(findPlugin(QString()).isEmpty());
+}
+
+TEST_CASE("plug-in search: a plug-in that cannot be loaded is named with the reason")
+{
+    const Folder folder;
+    const SearchPath path(folder.path());
+    QString error;
+    CHECK_FALSE(loadPlugin(QStringLiteral("none"), error));
+    CHECK(error == QStringLiteral("there is no plug-in none; looked for in ") + pluginFolders().join(QStringLiteral(", ")));
+    CHECK_FALSE(loadPlugin(QStringLiteral("/nowhere/such.so"), error));
+    CHECK(error == "there is no plug-in file /nowhere/such.so");
+    const QString broken = folder.write(QStringLiteral("broken.so"), "This is a letter, not a library.");
+    CHECK_FALSE(loadPlugin(QStringLiteral("broken"), error));
+    CHECK(error.startsWith(QStringLiteral("plug-in %1 cannot be loaded: ").arg(broken)));
 }

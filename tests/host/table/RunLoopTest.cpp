@@ -32,7 +32,7 @@ struct Place : TablePlace
     }
     ~Place() { QGuiApplication::setQuitOnLastWindowClosed(true); }
 
-    /// Goes on by each of `steps` when it is asked, then stands still and has the program told to end.
+    /// Advances by the next of `steps` at each reading; after the last it stands still and raises SIGTERM.
     RunLoop::Clock clock(std::vector<double> steps)
     {
         return [this, steps = std::move(steps)] {
@@ -67,7 +67,7 @@ QWindow& shownWindow()
 }
 }
 
-TEST_CASE("run loop: it ends with 0 when the program is told to end, and may run again")
+TEST_CASE("run loop: it ends with 0 at SIGINT and SIGTERM, and may run again")
 {
     Place place;
     const auto table = place.open();
@@ -82,7 +82,7 @@ TEST_CASE("run loop: it ends with 0 when the program is told to end, and may run
     CHECK(place.guard.caught() == 1); // as it was before
 }
 
-TEST_CASE("run loop: it ends with 0 when the program was told to end before it ran")
+TEST_CASE("run loop: it ends with 0 when a signal came before it ran")
 {
     Place place;
     const auto table = place.open();
@@ -110,7 +110,7 @@ TEST_CASE("run loop: a program that was stopped for an hour goes on where it was
     CHECK(table->application().time() == 0.5);
 }
 
-TEST_CASE("run loop: under the manual clock no frame runs by itself, and the program still ends when told")
+TEST_CASE("run loop: under the manual clock no frame runs by itself, and a signal still ends the program")
 {
     Place place;
     const auto table = place.open();

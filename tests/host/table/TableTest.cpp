@@ -122,29 +122,6 @@ TEST_CASE("table: a widget of a plug-in that leaves the tree with a queued funct
     CHECK(Bedrock::ReferenceCounted::liveObjects() == before);
 }
 
-TEST_CASE("table: people come from the presentation's file the first time and are kept from then on")
-{
-    TablePlace place;
-    place.presentation(R"({"people": "people.csv"})");
-    place.folder.write(QStringLiteral("people.csv"), "code,name,kind\n1001,Ann,\n1007,,unregistered\n");
-    {
-        const auto table = place.open();
-        const auto cache = Tavola::Tavola::instance()->services()->tesselServiceCache();
-        CHECK(cache->markerProperties(1001).personalProperties()->name == "Ann");
-        CHECK(cache->isCached(1007));
-        const auto service = Tavola::Tavola::instance()->services()->tesselService();
-        REQUIRE(service);
-        CHECK(service->registerPersonalMarker(1007, QStringLiteral("Bo"), QString()));
-        table->application().frame(0.0);
-        CHECK(cache->markerProperties(1007).personalProperties()->name == "Bo");
-    }
-    place.folder.write(QStringLiteral("people.csv"), "code,name\n1001,Zoe\n");
-    const auto table = place.open();
-    const auto cache = Tavola::Tavola::instance()->services()->tesselServiceCache();
-    CHECK(cache->markerProperties(1001).personalProperties()->name == "Ann");
-    CHECK(cache->markerProperties(1007).personalProperties()->name == "Bo");
-}
-
 TEST_CASE("table: a card that a datagram puts down reaches what lies below it, and noise does nothing")
 {
     TablePlace place;
@@ -290,33 +267,7 @@ TEST_CASE("table: a size on the command line goes before the presentation's")
     CHECK(table->application().size().y == 480.f);
 }
 
-TEST_CASE("table: the media servers of the presentation can be asked by name, the first one without")
-{
-    TablePlace place;
-    place.presentation(
-        R"({"services": {"media-server-service": [{"name": "one", "address": "http://a/"}, {"name": "two", "address": "http://b/"}]}})");
-    const auto service = [](const char* name) {
-        return Tavola::Tavola::instance()->services()->service(QStringLiteral("media-server-service"), QLatin1String(name));
-    };
-    {
-        const auto table = place.open();
-        REQUIRE(service("one"));
-        REQUIRE(service("two"));
-        CHECK(service("") == service("one"));
-        CHECK_FALSE(service("three"));
-    }
-    place.options.mediaServer = QStringLiteral("http://c/");
-    {
-        const auto table = place.open();
-        CHECK(service("one"));
-        CHECK_FALSE(service("two"));
-    }
-    place.presentation("{}");
-    const auto table = place.open();
-    CHECK(service(""));
-}
-
-TEST_CASE("table: an error in a style sheet is told with its place and costs one declaration")
+TEST_CASE("table: an error in a style sheet is reported with its place and costs one declaration")
 {
     TablePlace place;
     place.presentation(
@@ -363,7 +314,7 @@ TEST_CASE("table: what is wrong in a presentation costs the smallest piece, the 
     CHECK(cache->isCached(3));
 }
 
-TEST_CASE("table: what keeps it from opening is told, and a later attempt succeeds")
+TEST_CASE("table: what keeps it from opening is reported, and a later attempt succeeds")
 {
     TablePlace place;
     place.presentation(R"({"people": "people.csv", "plugins": ["no-such-plug-in"]})");
@@ -393,7 +344,7 @@ TEST_CASE("table: what keeps it from opening is told, and a later attempt succee
     CHECK(place.tryToOpen());
 }
 
-TEST_CASE("table: a port that is taken is told with the remedy")
+TEST_CASE("table: a port that is taken is reported with the remedy")
 {
     QUdpSocket other;
     REQUIRE(other.bind(QHostAddress::LocalHost, 0, QAbstractSocket::DontShareAddress));

@@ -1,0 +1,95 @@
+#include "table/TableServices.hpp"
+
+#include "TablePlace.hpp"
+#include "input/TableInput.hpp"
+#include "recording/RecordingNote.hpp"
+
+#include <Tavola/ServiceProvider.hpp>
+#include <Tavola/Tavola.hpp>
+#include <Tavola/TesselServiceCache.hpp>
+#include <Trellis/Application.hpp>
+#include <Trellis/Widget.hpp>
+
+#include <doctest/doctest.h>
+
+using namespace Host;
+
+TEST_CASE("table services: people come from the presentation's file the first time and are kept from then on")
+{
+    TablePlace place;
+    place.presentation(R"({"people": "people.csv"})");
+    place.folder.write(QStringLiteral("people.csv"), "code,name,kind\n1001,Ann,\n1007,,unregistered\n");
+    {
+        const auto table = place.open();
+        const auto cache = Tavola::Tavola::instance()->services()->tesselServiceCache();
+        CHECK(cache->markerProperties(1001).personalProperties()->name == "Ann");
+        CHECK(cache->isCached(1007));
+        const auto service = Tavola::Tavola::instance()->services()->tesselService();
+        REQUIRE(service);
+        CHECK(service->registerPersonalMarker(1007, QStringLiteral("Bo"), QString()));
+        table->application().frame(0.0);
+        CHECK(cache->markerProperties(1007).personalProperties()->name == "Bo");
+    }
+    place.folder.write(QStringLiteral("people.csv"), "code,name\n1001,Zoe\n");
+    const auto table = place.open();
+    const auto cache = Tavola::Tavola::instance()->services()->tesselServiceCache();
+    CHECK(cache->markerProperties(1001).personalProperties()->name == "Ann");
+    CHECK(cache->markerProperties(1007).personalProperties()->name == "Bo");
+}
+
+TEST_CASE("table services: the media servers of the presentation are found by name, the first one without")
+{
+    TablePlace place;
+    place.presentation(
+        R"({"services": {"media-server-service": [{"name": "one", "address": "http://a/"}, {"name": "two", "address": "http://b/"}]}})");
+    const auto service = [](const char* name) {
+        return Tavola::Tavola::instance()->services()->service(QStringLiteral("media-server-service"), QLatin1String(name));
+    };
+    {
+        const auto table = place.open();
+        REQUIRE(service("one"));
+        REQUIRE(service("two"));
+        CHECK(service("") == service("one"));
+        CHECK_FALSE(service("three"));
+    }
+    place.options.mediaServer = QStringLiteral("http://c/");
+    {
+        const auto table = place.open();
+        CHECK(service("one"));
+        CHECK_FALSE(service("two"));
+    }
+    place.presentation("{}");
+    const auto table = place.open();
+    CHECK(service(""));
+}
+
+TEST_CASE("table services: a mail server of the options needs an e-mail service of the presentation")
+{
+    TablePlace place;
+    place.presentation("{}");
+    place.options.mailServer = QStringLiteral("smtp://127.0.0.1:2525");
+    CHECK_FALSE(place.tryToOpen());
+    CHECK(place.error == "--mail-server: the presentation has no e-mail service whose server it could replace");
+}
+
+TEST_CASE("table services: the note of a recording names the presentation, the media servers in use and the people")
+{
+    TablePlace place;
+    place.presentation(R"({"people": "people.csv", "services": {"media-server-service": [
+        {"name": "one", "address": "http://a/"}, {"name": "two", "address": "http://b/"}]}})");
+    place.folder.write(QStringLiteral("people.csv"), "code,name\n1001,Ann\n");
+    const auto presentation = Presentation::load(place.folder.path(), place.error);
+    REQUIRE(presentation);
+    const auto input = TableInput::open({}, place.error);
+    REQUIRE(input);
+    TableServices services;
+    CHECK(services.recordingNote(*presentation, place.options).people.isEmpty());
+    REQUIRE(services.openPeople(*presentation, place.options, *input, place.error));
+    RecordingNote note = services.recordingNote(*presentation, place.options);
+    CHECK(note.presentation == place.folder.path());
+    CHECK(note.mediaServers == QStringList{"one", "two"});
+    CHECK(note.people.contains("1001,Ann"));
+
+    place.options.mediaServer = QStringLiteral("http://c/");
+    CHECK(services.recordingNote(*presentation, place.options).mediaServers == QStringList{"one"});
+}
