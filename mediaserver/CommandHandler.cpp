@@ -32,7 +32,7 @@ CommandAnswer notUnderstood(const QString& error)
     return failure(400, error);
 }
 
-/// The sender learns that nothing was done; the reason concerns the operator alone.
+/// The answer says that nothing was done; the reason goes to the log only.
 CommandAnswer storeFailed(const char* command, const QString& reason)
 {
     logWarning(QStringLiteral("%1 failed in the database").arg(QLatin1String(command)), reason);
@@ -52,18 +52,18 @@ std::optional<qint64> wholeNumber(const QJsonValue& value)
 {
     if (!value.isDouble())
         return std::nullopt;
-    // A number written as an integer is kept exactly, but only the variant gives it out so.
+    // A number written as an integer is stored exactly, but only toVariant() returns it so.
     const QVariant number = value.toVariant();
     if (number.type() == QVariant::LongLong)
         return number.toLongLong();
     const double real = number.toDouble();
-    // From 2^53 on a double no longer tells neighbouring cards apart.
+    // From 2^53 on neighbouring codes are the same double.
     if (std::nearbyint(real) != real || std::abs(real) > 9007199254740992.0)
         return std::nullopt;
     return static_cast<qint64>(real);
 }
 
-/// The item that the command speaks of, without looking at whether it may be added.
+/// The item of a command; does not check whether it may be added.
 Result<Item> itemOf(const QJsonObject& command)
 {
     const QJsonValue url = command.value(QLatin1String("url"));

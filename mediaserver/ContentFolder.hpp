@@ -10,21 +10,21 @@
 namespace MediaServer
 {
 
-/// Why a file is not there to be sent.
+/// Why a file cannot be sent.
 struct ContentError
 {
     enum class Kind {
-        NoSuchFile, ///< no file of the folder has that name, or the name is none that may be given
-        Unreadable, ///< there may be one, but the system does not let it be read now: the operator has to know
+        NoSuchFile, ///< the folder has no such file, or the name is not allowed
+        Unreadable, ///< the system refuses to read it, which the operator must mend
     };
     Kind kind;
     QString text;   ///< a sentence that names the file and may be shown to the sender
-    QString reason; ///< for the log, of what is unreadable: the file and the system's words
+    QString reason; ///< for the log of an unreadable file: its name and the system's words
 };
 
 /// The one folder whose files may be shown. Files are found by their bare name directly in it: no subfolders, no hidden
 /// files, and no symbolic links, whose targets could lie anywhere. Nothing is cached, so the folder may be
-/// exchanged while the server runs. Any thread.
+/// replaced while the server runs. Any thread.
 class ContentFolder
 {
 public:
@@ -38,7 +38,7 @@ public:
     [[nodiscard]] static bool isPicture(const QString& name);
 
 private:
-    QByteArray m_path; ///< as the file system wants it
+    QByteArray m_path; ///< in the file system's encoding
 };
 
 } // namespace MediaServer

@@ -23,7 +23,7 @@ const char* const kSchema[] = {
     " tessel INTEGER PRIMARY KEY,"
     " token TEXT NOT NULL UNIQUE,"
     " since TEXT NOT NULL DEFAULT (strftime('%Y-%m-%dT%H:%M:%SZ', 'now')))",
-    // AUTOINCREMENT: the id stands in addresses that browsers remember, so it must not come back for another item.
+    // AUTOINCREMENT: the id is part of addresses that browsers remember, so it must not be used for another item.
     "CREATE TABLE item ("
     " id INTEGER PRIMARY KEY AUTOINCREMENT,"
     " tessel INTEGER NOT NULL REFERENCES person (tessel) ON DELETE CASCADE,"
@@ -40,7 +40,7 @@ QString kindText(ItemKind kind)
     return kind == ItemKind::Url ? QStringLiteral("url") : QStringLiteral("filename");
 }
 
-/// An absent text is stored as an empty one: the tables know no NULL.
+/// A null text is stored as an empty one: the columns do not allow NULL.
 QVariant textValue(const QString& text)
 {
     return text.isNull() ? QStringLiteral("") : text;
@@ -67,7 +67,7 @@ Item readItem(const QSqlQuery& row)
 
 } // namespace
 
-bool looksLikeToken(const QString& text)
+bool isTokenForm(const QString& text)
 {
     if (text.size() != kTokenCharacters)
         return false;
@@ -114,7 +114,7 @@ Result<void> ItemStore::prepareFile()
         if (const auto done = execute(pragma); !done)
             return done;
     }
-    // IMMEDIATE: of two servers that start on a new file, one waits until the other has made the tables.
+    // IMMEDIATE: of two servers that start on one new file, one waits until the other has made the tables.
     if (const auto begun = execute("BEGIN IMMEDIATE"); !begun)
         return begun;
     const auto giveUp = [this](const QString& reason) {
@@ -168,15 +168,15 @@ Result<QSqlQuery> ItemStore::query(const char* statement, std::initializer_list<
 
 Result<QString> ItemStore::tokenFor(qint64 tessel)
 {
-    const auto look = [this, tessel] { return query("SELECT token FROM person WHERE tessel = ?", {tessel}); };
-    auto known = look();
+    const auto stored = [this, tessel] { return query("SELECT token FROM person WHERE tessel = ?", {tessel}); };
+    auto known = stored();
     if (known && !known->next()) {
         known->finish();
         const auto made =
             query("INSERT INTO person (tessel, token) VALUES (?, ?) ON CONFLICT (tessel) DO NOTHING", {tessel, newToken()});
         if (!made)
             return tl::unexpected(made.error());
-        known = look();
+        known = stored();
         if (known && !known->next())
             return tl::unexpected(QStringLiteral("The person was not kept."));
     }

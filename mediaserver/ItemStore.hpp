@@ -18,7 +18,7 @@ namespace MediaServer
 
 enum class ItemKind { Url, File };
 
-/// What somebody kept. For one person, kind and value together occur once.
+/// An item that a person kept. Each person has at most one item of a kind and value.
 struct Item
 {
     qint64 id = 0; ///< given by the store, never used twice
@@ -28,8 +28,8 @@ struct Item
     QString systemName;
 };
 
-/// People, known by the number of their card, and their items, in an SQLite file. What an operation has
-/// reported as done is on the disk (write-ahead log, synchronous FULL): it survives a kill and a power cut.
+/// People, identified by the number of their card, and their items, in an SQLite file. Every operation that reports success is on
+/// the disk (write-ahead log, synchronous FULL): it survives a kill and a power cut.
 ///
 /// A store lives on the thread that opened it. Several stores may be open on one file.
 class ItemStore
@@ -41,14 +41,14 @@ public:
     ItemStore(const ItemStore&) = delete;
     ItemStore& operator=(const ItemStore&) = delete;
 
-    /// The person's secret, made at the first call and the same ever after: 128 random bits as 22 characters
+    /// The person's secret, made at the first call and never changed: 128 random bits as 22 characters
     /// of base64url. It is not derived from the card.
     [[nodiscard]] Result<QString> tokenFor(qint64 tessel);
 
-    /// The card of that token; empty when nobody has it.
+    /// The card of that token; empty for a token that was not given out.
     [[nodiscard]] Result<std::optional<qint64>> personOf(const QString& token);
 
-    /// Keeps the item; when the person has it already, only its names are brought up to date. `item.id` is ignored.
+    /// Stores the item; when the person has it already, only its names are updated. `item.id` is ignored.
     [[nodiscard]] Result<void> add(qint64 tessel, const Item& item);
 
     /// False when the person does not have it.
@@ -57,7 +57,7 @@ public:
     /// In the order in which they were added first.
     [[nodiscard]] Result<std::vector<Item>> items(qint64 tessel);
 
-    /// The person's item of that id; empty when it is somebody else's or nobody's.
+    /// The person's item of that id; empty when there is none or it belongs to another person.
     [[nodiscard]] Result<std::optional<Item>> item(qint64 tessel, qint64 id);
 
 private:
@@ -70,7 +70,7 @@ private:
     QSqlDatabase m_database;
 };
 
-/// Whether the text has the form of a token; anything else need not be looked up.
-[[nodiscard]] bool looksLikeToken(const QString& text);
+/// Whether the text has the form of a token.
+[[nodiscard]] bool isTokenForm(const QString& text);
 
 } // namespace MediaServer

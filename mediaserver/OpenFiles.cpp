@@ -12,7 +12,7 @@ namespace
 {
 
 constexpr rlim_t kFilesPerConnection = 2;
-/// Database, event loop, standard streams, what is opened for a moment, and what the process was started with.
+/// For the database, the event loop, the standard streams, short-lived files and descriptors inherited at the start.
 constexpr rlim_t kOtherFiles = 48;
 constexpr rlim_t kFewestConnections = 16;
 
@@ -25,7 +25,7 @@ Result<std::size_t> connectionsWithinOpenFiles(std::size_t wanted)
         return tl::unexpected(QStringLiteral("The limit of open files cannot be read: %1")
                                   .arg(QString::fromStdString(std::generic_category().message(errno))));
     }
-    // No further than needed: some code closes every descriptor there may be, one by one.
+    // No higher than needed: some code closes all possible descriptors one by one.
     const rlim_t needed = wanted * kFilesPerConnection + kOtherFiles;
     if (files.rlim_cur < needed && files.rlim_cur < files.rlim_max) {
         const rlimit raised{std::min(needed, files.rlim_max), files.rlim_max};

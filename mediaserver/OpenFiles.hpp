@@ -7,9 +7,9 @@
 namespace MediaServer
 {
 
-/// How many connections this process can hold, `wanted` at most: each takes two open files, one for the client and one
-/// for what it downloads, and some are needed beside. Raises the process's own limit where the system allows that. The
-/// error is that the system allows too few to serve anybody.
+/// The number of connections this process can hold, at most `wanted`: each takes two open files, one for the client and one for
+/// its download, and some are needed besides. Raises the process's own limit where the system allows it. An error when the
+/// system allows too few files for a single connection.
 [[nodiscard]] Result<std::size_t> connectionsWithinOpenFiles(std::size_t wanted);
 
 } // namespace MediaServer

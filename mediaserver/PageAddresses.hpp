@@ -9,7 +9,7 @@ namespace MediaServer
 class PageAddresses
 {
 public:
-    /// `publicUrl`: where visitors reach this server, with or without a closing slash, for example
+    /// `publicUrl`: the address under which visitors reach this server, with or without a closing slash, for example
     /// "https://museum.example/table".
     explicit PageAddresses(const QString& publicUrl);
 

@@ -22,7 +22,7 @@ constexpr char kFileSymbol[] =
     "stroke-linejoin=\"round\" aria-hidden=\"true\"><path d=\"M6 3h8l4 4v14H6z\"/><path d=\"M14 3v4h4M9 "
     "12h6M9 15h6M9 18h4\"/></svg>";
 
-/// The text for a place between tags or in a quoted attribute. Control characters, which HTML does not know, become
+/// Escapes a text for a place between tags or in a quoted attribute. Control characters, which HTML does not allow, become
 /// spaces.
 QString escaped(const QString& text)
 {
@@ -63,7 +63,7 @@ struct Card
 QString html(const Card& card, const char* cssClasses)
 {
     const bool available = !card.href.isEmpty();
-    // A name in another script keeps its own direction and does not turn the page's.
+    // A name in another script keeps its own direction and does not change that of the page.
     QString title = QLatin1String("<span dir=\"auto\">") + card.title + QLatin1String("</span>");
     if (available) {
         title = QLatin1String("<a href=\"") + card.href + QLatin1String("\" rel=\"noopener noreferrer\">") + title
@@ -102,7 +102,7 @@ QString fileCard(const QString& token, const Item& item, bool available)
     }
     card.href = token + QLatin1String("/file/") + QString::number(item.id);
     if (isPicture) {
-        // The name stands beside the picture already; reading it out twice would help nobody.
+        // The name stands beside the picture; a screen reader would read it out twice.
         card.view = QLatin1String("<img src=\"") + card.href + QLatin1String("\" alt=\"\" loading=\"lazy\" decoding=\"async\">");
         card.detail = QLatin1String("Picture");
         return html(card, "picture");
@@ -116,7 +116,7 @@ QString sharing(const QString& token)
     return QLatin1String("<footer>\n<div class=\"share\"><img src=\"") + token
         + QLatin1String("/qr.png\" width=\"144\" height=\"144\" alt=\"QR code that opens this page\"><div>"
                         "<h2>Take this page with you</h2>"
-                        "<p>Scan the code to open the page on another device, or keep its address to come back. Whoever has the "
+                        "<p>Scan the code to open the page on another device, or keep its address to come back. Anyone with the "
                         "address can see the page, so share it only with people you choose.</p></div></div>\n</footer>\n");
 }
 

@@ -10,15 +10,15 @@ namespace MediaServer
 
 struct Item;
 
-/// An item and whether it can be opened at this moment: its file is in the content folder.
+/// An item, and whether its file is in the content folder at this moment.
 struct PageItem
 {
     const Item* item;
     bool available;
 };
 
-/// The pages that people see, as complete HTML documents in UTF-8. They load nothing but pictures, and those from this
-/// server by addresses relative to the page, so that the server may stand behind any path. Every text is escaped. Any thread.
+/// The visitors' pages, as complete HTML documents in UTF-8. They load only pictures, from this server and by addresses relative
+/// to the page, so that a gateway may serve them below any path. Every text is escaped. Any thread.
 class PageRenderer
 {
 public:
@@ -27,10 +27,10 @@ public:
     /// The person's page, to be served at "p/`token`".
     [[nodiscard]] QByteArray collection(const QString& token, const std::vector<PageItem>& items) const;
 
-    /// A page that says one thing, for example that nothing is found.
+    /// A page with a single message, for example that the address is unknown.
     [[nodiscard]] QByteArray message(const QString& title, const QString& text) const;
 
-    /// The Content-Security-Policy these pages need: their own style sheet and pictures of this server, no scripts.
+    /// The Content-Security-Policy for these pages: their own style sheet and pictures of this server, no scripts.
     [[nodiscard]] QByteArray securityPolicy() const { return m_securityPolicy; }
 
 private:

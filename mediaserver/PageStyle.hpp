@@ -3,7 +3,7 @@
 namespace MediaServer
 {
 
-/// The style sheet of all pages. It stands inside the page, so it must never contain "</".
+/// The style sheet of all pages. It is part of the page's HTML, so it must never contain "</".
 extern const char* const kPageStyle;
 
 } // namespace MediaServer

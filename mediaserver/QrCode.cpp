@@ -30,10 +30,10 @@ QByteArray qrCodePng(const QByteArray& text)
     for (int row = 0; row < code->width; ++row) {
         const int top = (row + kQuietModules) * kPixelsPerModule;
         for (int column = 0; column < code->width; ++column) {
-            // The lowest bit of each byte tells whether the module is dark.
+            // The lowest bit of each byte is set for a dark module.
             if (!(code->data[row * code->width + column] & 1))
                 continue;
-            // Eight pixels of one bit: a module is one byte in each of its lines.
+            // A module is eight pixels wide, one byte of a line with one bit per pixel.
             for (int y = 0; y < kPixelsPerModule; ++y)
                 image.scanLine(top + y)[column + kQuietModules] = 0xff;
         }

@@ -6,7 +6,7 @@
 namespace MediaServer
 {
 
-/// A value, or a sentence that tells an operator what failed.
+/// A value, or a sentence for the operator about what failed.
 template <class T>
 using Result = tl::expected<T, QString>;
 

@@ -14,8 +14,8 @@ namespace MediaServer
 namespace
 {
 
-/// A file may be a picture with scripts inside (SVG) or carry anything else a visitor never asked for: opened by itself
-/// it runs nothing and loads nothing. The PDF viewers of browsers do not start inside a sandbox.
+/// The Content-Security-Policy of files: one that is opened by itself, such as an SVG picture with scripts, runs and loads
+/// nothing. The PDF viewers of browsers do not start inside a sandbox.
 QByteArray filePolicy(const QByteArray& contentType)
 {
     QByteArray policy = "default-src 'none'; img-src 'self' data:; media-src 'self'; style-src 'unsafe-inline'; "
@@ -40,14 +40,14 @@ Site::Site(ItemStore& store, const QString& contentFolder, const QString& public
 
 Http::Response Site::handle(const Http::Request& request)
 {
-    // Every address of this server is made of characters that need no encoding, so an encoded one is none of ours.
+    // No address of this server needs encoding, so an encoded one is unknown.
     const QString path = QString::fromLatin1(request.target).section(QLatin1Char('?'), 0, 0);
     if (path == QLatin1String("/"))
         return request.method == "POST" ? command(request) : wrongMethod("POST");
 
     const QStringList parts = path.split(QLatin1Char('/'));
     const bool personalPath = parts.size() >= 3 && parts[0].isEmpty() && parts[1] == QLatin1String("p");
-    if (!personalPath || !looksLikeToken(parts[2]))
+    if (!personalPath || !isTokenForm(parts[2]))
         return notFound();
     if (request.method != "GET" && request.method != "HEAD")
         return wrongMethod("GET, HEAD");
@@ -56,8 +56,8 @@ Http::Response Site::handle(const Http::Request& request)
 
 Http::Response Site::command(const Http::Request& request)
 {
-    // A browser on the tables' network sends what any web page asks it to, and gets round the firewall that keeps others
-    // out; but it adds where the page is from. Tables add nothing.
+    // A browser on the tables' network sends what any web page asks it to, from inside the firewall; but it adds the origin of
+    // the page, which tables do not.
     if (request.hasHeader("Origin")) {
         return json(403,
                     {{QStringLiteral("success"), false},
@@ -101,7 +101,7 @@ Http::Response Site::page(const QString& token, qint64 tessel)
         if (!file && file.error().kind == ContentError::Kind::Unreadable)
             unreadable = file.error().reason;
     }
-    // One line for the whole page: what keeps one file from being read mostly keeps all of them.
+    // One line for the whole page: the reason why one file is unreadable is mostly that of all.
     if (!unreadable.isEmpty())
         logWarning(QStringLiteral("A page shows files as not available that could not be opened"), unreadable);
     return html(200, m_renderer.collection(token, shown));
@@ -124,7 +124,7 @@ Http::Response Site::file(qint64 tessel, const QString& id)
 {
     bool isNumber = false;
     const qint64 number = id.toLongLong(&isNumber);
-    // One address per file: "7" and nothing else that also reads as seven.
+    // One address per file: only "7", not "07" or "+7".
     if (!isNumber || QString::number(number) != id)
         return notFound();
     const auto item = m_store.item(tessel, number);

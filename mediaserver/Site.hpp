@@ -10,7 +10,7 @@ namespace MediaServer
 
 class ItemStore;
 
-/// Decides which part of the server answers which address:
+/// Answers the requests of tables and visitors by their address:
 ///
 ///     POST /                     the tables' commands; refused with 403 when a web page has made a browser send it
 ///     GET  /p/TOKEN              the person's page
@@ -21,7 +21,7 @@ class ItemStore;
 class Site
 {
 public:
-    /// `contentFolder`: path of the folder with the files; `publicUrl`: where visitors reach this server.
+    /// `contentFolder`: path of the folder with the files; `publicUrl`: the address under which visitors reach this server.
     Site(ItemStore& store, const QString& contentFolder, const QString& publicUrl);
 
     [[nodiscard]] Http::Response handle(const Http::Request& request);

@@ -12,7 +12,7 @@ class Tavola;
 namespace Host
 {
 /// The components that presentations can use without any plug-in: "picture", "document", "link", "text", "image", "panel",
-/// "content-menu". Registered while this lives. Main thread only.
+/// "content-menu". Registered for the lifetime of this object. Main thread only.
 class HostComponents
 {
 public:

@@ -7,7 +7,8 @@
 
 namespace Host
 {
-/// The host's side of a panel: what its slot "content" holds stands in the panel, in the order it was put there.
+/// The instance of a panel: the components assigned to its slot "content" get their widgets in the panel, in the order of
+/// assignment.
 class PanelInstance final : public Tavola::WidgetInstance
 {
 public:

@@ -20,7 +20,7 @@ PersonalWidgets::~PersonalWidgets()
 
 void PersonalWidgets::add(const QString& contentKey, const Tavola::ComponentUse& use)
 {
-    // It shows nothing itself; what it opens lives in the main widget.
+    // It shows nothing itself; what it opens are other children of the main widget.
     Tavola::ComponentUse hidden = use;
     QJsonObject attributes = hidden.properties.value(QLatin1String("attributes")).toObject();
     attributes.insert(QStringLiteral("display"), QStringLiteral("none"));

@@ -21,8 +21,8 @@ class Widget;
 
 namespace Host
 {
-/// The personal widgets that a presentation has for content keys ("folders"): one for each key, made when it is first wanted
-/// and kept on the table out of sight, so that it remembers what it opened. Main thread only.
+/// The personal widgets that a presentation has for content keys ("folders"): one for each key, made at its first use and kept
+/// invisible in the main widget afterwards, because it holds the state of what it opened. Main thread only.
 class PersonalWidgets
 {
 public:
@@ -31,9 +31,9 @@ public:
     PersonalWidgets(const PersonalWidgets&) = delete;
     PersonalWidgets& operator=(const PersonalWidgets&) = delete;
 
-    /// Makes the component at once (which tells what is wrong with it), its widget later.
+    /// Makes the component at once, which logs its mistakes; its widget is made at the first use.
     void add(const QString& contentKey, const Tavola::ComponentUse& use);
-    /// The widget for a key, or why there is none.
+    /// The widget for a key, or the reason why there is none.
     [[nodiscard]] boost::expected<Bedrock::IntrusivePtr<Trellis::Widget>, QString> widget(const QString& contentKey);
 
 private:

@@ -9,8 +9,8 @@ namespace Host
 {
 namespace
 {
-/// Closing is nothing to hurry about; between two looks a frame costs an addition.
-constexpr float kLookEverySeconds = 1.f;
+/// A second more or less does not matter; between two checks a frame costs one addition.
+constexpr float kCheckIntervalSeconds = 1.f;
 constexpr float kFadeSeconds = 0.6f;
 }
 
@@ -19,7 +19,7 @@ TemporaryWidgets::TemporaryWidgets(float closeAfterSeconds) : m_closeAfterSecond
 void TemporaryWidgets::update(Trellis::Widget& widget, const Trellis::FrameInfo& frame)
 {
     m_sinceLastLook += frame.dt();
-    if (m_sinceLastLook < kLookEverySeconds)
+    if (m_sinceLastLook < kCheckIntervalSeconds)
         return;
     m_sinceLastLook = 0.f;
     const QByteArray temporary = Tavola::Utils::temporaryWidgetCSSClass();

@@ -4,8 +4,8 @@
 
 namespace Host
 {
-/// Clears away what visitors opened and left: closes each child of its widget that has the host's class of temporary
-/// content, once nobody has touched it for a while. Attach it to the main widget.
+/// Closes what visitors opened and left: each child of its widget with the class of temporary content fades out when it has not
+/// been touched for the given time. Attach it to the main widget.
 class TemporaryWidgets final : public Trellis::Operator
 {
 public:

@@ -63,7 +63,7 @@ public:
         place();
     }
 
-    bool isSeen = true; ///< in the frame that is looked at
+    bool isSeen = true; ///< in the frame being read
 
 private:
     [[nodiscard]] Vecta::Vector2f centre() const { return {m_radius + kLinePx / 2.f, height() / 2.f}; }
@@ -99,7 +99,7 @@ InputOverlay::InputOverlay(float pixelPitchMm) : m_pixelPitchMm(std::max(pixelPi
     setCSSType(QByteArrayLiteral("InputOverlay"));
     setInputEnabled(false);
     setUpdating(true);
-    setLocation({0.f, 0.f}); // the table's corner, whatever else lies in the layer
+    setLocation({0.f, 0.f}); // the table's corner, independent of the layer's layout
 }
 
 InputOverlay::~InputOverlay() = default;

@@ -6,13 +6,13 @@
 
 namespace Host
 {
-/// Draws what lies on the table, for those who set it up: a ring round each finger with its id; a larger one round each
-/// card, with a line that points where the card's upper edge does, its id and its code. Takes no input. Lies in the
-/// internal overlay; a table without contacts draws nothing.
+/// Draws the contacts on the table, for setting it up: a ring around each finger with its id; a larger one around each card, with
+/// a line towards the card's upper edge, its id and its code. Receives no input. A child of the internal overlay; without
+/// contacts it draws nothing.
 class InputOverlay final : public Trellis::Widget
 {
 public:
-    /// `pixelPitchMm`: so that the rings are as large as what they show.
+    /// `pixelPitchMm` scales the rings to the size of fingers and cards.
     explicit InputOverlay(float pixelPitchMm);
     ~InputOverlay() override;
 

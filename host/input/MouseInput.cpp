@@ -6,7 +6,7 @@ namespace Host
 {
 namespace
 {
-/// Ids of the mouse's objects lie far above those of the table's own input.
+/// The ids of the mouse's contacts are far above those of the trackers' contacts.
 constexpr std::int64_t kFirstCardId = std::int64_t(1) << 40;
 constexpr std::int64_t kFirstFingerId = std::int64_t(1) << 41;
 constexpr float kWheelStepRadians = 0.261799388f;

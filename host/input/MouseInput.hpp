@@ -9,14 +9,14 @@
 
 namespace Host
 {
-/// Makes fingers and cards of a window's mouse and keys, for a table without a table. Main thread only.
+/// Turns a window's mouse and keys into fingers and cards, for trying a presentation without a tracker. Main thread only.
 ///
 /// The left button is a finger. A click while a digit key is held puts that card down; a click on a card with Shift lifts
 /// it; the wheel over a card turns it; dragging a card moves it.
 class MouseInput final : public Tactile::InputSource
 {
 public:
-    /// `cards`: the codes behind the keys 1 to 9. `cardRadiusPx`: how near a click must be to mean a card.
+    /// `cards`: the codes behind the keys 1 to 9. `cardRadiusPx`: a click within this distance of a card's centre means the card.
     MouseInput(std::vector<unsigned long> cards, float cardRadiusPx);
 
     void press(Vecta::Vector2f point, bool shift);

@@ -18,8 +18,8 @@ namespace Host
 struct InputSettings;
 struct RecordingNote;
 
-/// Where a table's input comes from: the presentation's listeners or the one of the command line, recorded if that is
-/// wished; or a recording that is replayed. Main thread only.
+/// The source of a table's input: listeners, whose datagrams are recorded if there is a recording to make, or a recording that is
+/// replayed. Owned by the table. Main thread only.
 class TableInput
 {
 public:
@@ -38,9 +38,9 @@ public:
     TableInput& operator=(const TableInput&) = delete;
 
     [[nodiscard]] bool isRecording() const noexcept;
-    /// What the recording that is replayed says of its table.
+    /// The note of the recording that is replayed; empty otherwise.
     [[nodiscard]] RecordingNote recordedNote() const;
-    /// Keeps it in the recording that is made, if there is one. Before the start.
+    /// Writes the note into the recording that is made, if there is one. Call before start().
     void describe(const RecordingNote& note);
 
     /// The size of the recorded table, in a replay.
@@ -49,7 +49,7 @@ public:
     /// Makes the input of a table of `sizePx` and begins to listen; in a replay the recording's settings count instead. False,
     /// with the reason in `error`, when it cannot listen.
     [[nodiscard]] bool start(const InputSettings& given, Vecta::Vector2f sizePx, float pixelPitchMm, QString& error);
-    /// From a start that went well on.
+    /// Valid after start() has returned true.
     [[nodiscard]] Tactile::TuioInput& tuio() const noexcept { return *m_tuio; }
 
     /// From here on results of asynchronous work go into the recording, or come as they were recorded. When the application is
@@ -64,17 +64,17 @@ public:
 
     /// The port of the first listener; 0 in a replay.
     [[nodiscard]] int port() const;
-    /// [{"tuio", "refusedSenders"}] of each listener: where it listens, and how many datagrams it threw away, or connections
-    /// it refused, because their sender is not allowed.
+    /// [{"tuio", "refusedSenders"}] of each listener: its address, and the number of datagrams dropped, or connections refused,
+    /// because their sender is not allowed.
     [[nodiscard]] QJsonArray listeners() const;
 
 private:
     TableInput();
     struct Private;
     std::unique_ptr<Private> d;
-    std::unique_ptr<Tactile::TuioInput> m_tuio; // goes first: its sources call the recorder
+    std::unique_ptr<Tactile::TuioInput> m_tuio; // destroyed first: its sources call the recorder
 };
 
-/// The presentation that a recording was made with; empty, with the reason in `error`, when it cannot be told.
+/// The presentation that a recording was made with; empty, with the reason in `error`, when it names none.
 [[nodiscard]] QString recordedPresentation(const QString& recording, QString& error);
 }

@@ -48,7 +48,7 @@ QJsonObject dropReport(const Tactile::TuioDrops& drops)
     return report;
 }
 
-/// Malformed packets by what was wrong with them, in words; what never happened is left out.
+/// The numbers of malformed packets by the kind of mistake; kinds without any are left out.
 QJsonObject refusalReport(const std::array<std::uint64_t, Tactile::kOscRefusalCount>& refusals)
 {
     QJsonObject report;
@@ -74,7 +74,7 @@ const char* const kIndex = "GET  /tree            the widgets\n"
                            "GET  /log             log lines\n"
                            "GET  /analytics       what visitors did\n"
                            "GET  /input           counts of the table's input\n"
-                           "GET  /grabs           the cards on the table and who holds them\n"
+                           "GET  /grabs           the cards on the table and the widgets that hold them\n"
                            "GET  /mail            the outbox of each e-mail service\n"
                            "GET  /status          time, frames, what is under way\n"
                            "POST /frames?count=N&dt=SECONDS   run frames (manual clock only)\n";

@@ -19,7 +19,7 @@ namespace Host
 {
 class TableLog;
 
-/// Lets tools look at a running table over HTTP on the loopback address: GET /tree, /styles, /screenshot.png, /log, /analytics,
+/// Serves the state of a running table over HTTP on the loopback address: GET /tree, /styles, /screenshot.png, /log, /analytics,
 /// /input, /grabs, /mail, /status; POST /frames?count=N&dt=SECONDS under the manual clock. GET / lists them.
 class Inspector
 {
@@ -31,9 +31,9 @@ public:
         const Tactile::TuioInput* input = nullptr; ///< null: no table input
         bool manualClock = false;
         std::function<QJsonArray()> mail = {}; ///< the state of each e-mail service; may be empty
-        /// Runs a frame; false when there are none any more. Empty: the application's own.
+        /// Runs a frame; false at the end of a replay. Empty: the application's own frame.
         std::function<bool(double dtSeconds)> frame = {};
-        std::function<QJsonArray()> listeners = {}; ///< where the input listens, and what it refused; may be empty
+        std::function<QJsonArray()> listeners = {}; ///< the listeners and their refused senders; may be empty
     };
 
     explicit Inspector(const Subject& subject);

@@ -12,12 +12,13 @@
 
 namespace Host
 {
-/// Keeps the last lines of the log and the last analytics events of a running table, for the inspector. Takes the place of
-/// the trace sink and the analytics sink for as long as it lives; lines still go to standard error. Reading: main thread.
+/// Keeps the last lines of the log and the last analytics events of a running table, for the inspector. Replaces the trace sink
+/// and the analytics sink during its lifetime; lines still go to standard error. Lines are added on any thread, everything else
+/// happens on the main thread.
 class TableLog
 {
 public:
-    /// Of each; older ones are forgotten.
+    /// The number of lines, and of events, that are kept.
     static constexpr std::size_t kKept = 5000;
 
     TableLog();

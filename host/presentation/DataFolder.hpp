@@ -4,10 +4,11 @@
 
 namespace Host
 {
-/// Where a presentation's own data lives: in `given`, or, when that is empty, in a folder of the user's that is named like the
-/// presentation's folder for people to find it, and by its path so that two never share one. Absolute.
+/// The folder with a presentation's own data, absolute: `given`, or, when that is empty, one in the user's data folder. Its name
+/// is that of the presentation's folder, which makes it easy to find, with a hash of the path, which keeps two presentations
+/// apart.
 [[nodiscard]] QString dataFolder(const QString& presentationFolder, const QString& given);
 
-/// The folder in `data` of the e-mail service of that name.
+/// The folder in `data` for the outbox of the e-mail service of that name.
 [[nodiscard]] QString outboxFolder(const QString& data, const QString& serviceName);
 }

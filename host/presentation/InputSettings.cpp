@@ -18,7 +18,7 @@ constexpr double kMostPixels = 100000.0;
 constexpr double kMostHoldMilliseconds = 60000.0;
 constexpr double kMostLostSeconds = 3600.0;
 
-/// What keeps a listener from being used, at its place.
+/// Why a listener is left out, and the place of the mistake.
 struct Wrong
 {
     QString place;
@@ -48,7 +48,7 @@ bool readAllow(const QJsonValue& value, QStringList& allow)
             return false;
         allow << entry.toString();
     }
-    // An empty list would let everybody in.
+    // An empty list would allow every sender.
     return !allow.isEmpty();
 }
 

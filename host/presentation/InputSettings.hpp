@@ -10,7 +10,7 @@ class QJsonObject;
 
 namespace Host
 {
-/// How a table listens to its trackers, from a presentation. A plain record.
+/// The listeners and the settings of a table's input, from a presentation. A plain record.
 struct InputSettings
 {
     enum class Transport { Udp, Tcp };
@@ -33,15 +33,15 @@ struct InputSettings
     /// else; `address` keeps its value where the text has none.
     [[nodiscard]] static bool parseAddress(const QString& text, Transport& transport, QString& address, int& port);
 
-    /// Where in the file, and what is wrong there.
+    /// Called with the place in the file and what is wrong there.
     using Skip = std::function<void(const QString& place, const QString& why)>;
     /// Reads "input" and "inputSettings" of a presentation:
     ///
     ///     "input": [{"tuio": "0.0.0.0:3333", "rect": [0, 0, 1920, 1080], "allow": ["192.168.0.20"]}],
     ///     "inputSettings": {"holdMilliseconds": 600, "lostSeconds": 5, "smoothing": true}
     ///
-    /// A listener with anything wrong in it is left out whole: one that took datagrams for another place, or from
-    /// everybody, would be worse. A setting that is wrong keeps its usual value.
+    /// A listener with a mistake is left out whole: without its "rect" its contacts would be in the wrong place, and without its
+    /// "allow" every sender would be accepted. A setting with a mistake keeps its default.
     [[nodiscard]] static InputSettings read(const QJsonObject& root, const Skip& skip);
 };
 }

@@ -210,9 +210,9 @@ std::optional<Presentation> Presentation::load(const QString& path, QString& err
     QJsonParseError parseError;
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &parseError);
     if (!document.isObject()) {
-        // Qt counts the character that it stumbled over as read, but for what stands behind the end.
-        const bool isBehind = parseError.offset > 0 && parseError.error != QJsonParseError::GarbageAtEnd;
-        const TextPosition position = TextPosition::of(bytes, document.isNull() ? parseError.offset - (isBehind ? 1 : 0) : 0);
+        // Qt's offset is one past the wrong character, except for garbage after the end.
+        const bool isOnePast = parseError.offset > 0 && parseError.error != QJsonParseError::GarbageAtEnd;
+        const TextPosition position = TextPosition::of(bytes, document.isNull() ? parseError.offset - (isOnePast ? 1 : 0) : 0);
         error = QStringLiteral("%1:%2:%3: %4")
                     .arg(file.fileName(), QString::number(position.line), QString::number(position.column),
                          document.isNull() ? parseError.errorString() : QStringLiteral("expected a JSON object"));

@@ -38,20 +38,20 @@ struct Presentation
     Vecta::Vector2f sizePx{1920.f, 1080.f};
     float pixelPitchMm = 0.55f;
     InputSettings input;
-    QString keyboardLayout;  ///< of the keyboards on the table; empty for the usual one, "none" for a table without
+    QString keyboardLayout;  ///< of the keyboards on the table; empty: the default one, "none": no keyboards
     QStringList styleSheets; ///< absolute paths
     QStringList plugins;     ///< library names or absolute paths
     QString peopleFile;      ///< absolute path; empty without people
     std::vector<MediaServerSettings> mediaServers;
-    std::vector<MailSettings> mailServices; ///< each of another name
+    std::vector<MailSettings> mailServices; ///< no two of one name
     std::vector<unsigned long> cards;       ///< the codes behind the keys 1 to 9; in the file numbers, or texts above 2^53
     std::vector<ComponentUse> widgets;
-    /// What a card with a content key opens, by that key.
+    /// Content keys, and the component that a card with that key opens.
     std::vector<std::pair<QString, ComponentUse>> folders;
-    float closeTemporaryAfterSeconds = 120.f; ///< what visitors opened closes when nobody touched it that long
+    float closeTemporaryAfterSeconds = 120.f; ///< untouched for so long, what visitors opened closes
 
-    /// Reads a presentation's folder (or the path of its presentation.json). Nothing, with the reason in `error`, when there
-    /// is none or it is no JSON object. What is wrong inside costs the smallest piece: a warning names the file and the place
+    /// Reads a presentation's folder (or the path of its presentation.json). Nothing, with the reason in `error`, when the file
+    /// is missing or no JSON object. A mistake inside costs the smallest piece: a warning names the file and the place
     /// ("widgets[3].attributes.source"), and the rest is read.
     [[nodiscard]] static std::optional<Presentation> load(const QString& path, QString& error);
 };

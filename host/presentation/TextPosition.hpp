@@ -6,7 +6,7 @@
 
 namespace Host
 {
-/// Where a byte stands in a text, for messages; both count from 1, the column in bytes.
+/// The position of a byte in a text, for messages. Line and column count from 1, the column in bytes.
 struct TextPosition
 {
     int line = 1;

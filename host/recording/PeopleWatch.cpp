@@ -31,8 +31,8 @@ void PeopleWatch::look()
 {
     if (m_isReading)
         return;
-    if (m_looksToLeaveOut > 0) {
-        --m_looksToLeaveOut;
+    if (m_refreshesToSkip > 0) {
+        --m_refreshesToSkip;
         return;
     }
     // Taken before the reading: what is written meanwhile is read the next time.
@@ -44,7 +44,7 @@ void PeopleWatch::look()
         m_service->inOrder([this, ticket] {
             if (const auto people = m_registry->people())
                 return Bedrock::Arrivals::instance().answer(ticket, PeopleFile::format(*people).toUtf8());
-            m_looksToLeaveOut = MarkerService::kLooksLeftOutAfterFailure;
+            m_refreshesToSkip = MarkerService::kRefreshesSkippedAfterFailure;
             m_isReading = false;
         });
     });

@@ -37,7 +37,7 @@ private:
     QByteArray m_stamp;     ///< of what the table knows
     QByteArray m_readStamp; ///< of what is being read
     std::atomic<bool> m_isReading{false};
-    std::atomic<int> m_looksToLeaveOut{0};
+    std::atomic<int> m_refreshesToSkip{0};
     Bedrock::Arrivals::Ticket m_ticket = 0;
     std::shared_ptr<char> m_alive = std::make_shared<char>();
     QTimer m_timer;

@@ -42,13 +42,13 @@ void runInBackground(std::function<void()> work)
 
 struct MarkerService::State
 {
-    /// Held from an access to the registry until its result is queued for the cache, so that results come in the order of the
-    /// accesses: a reading that has not seen a registration never undoes it. Never locked on the main thread.
+    /// Locked from an access to the registry until its result is queued for the cache, so that results are queued in the order of
+    /// the accesses: a reading from before a registration never undoes it. Never locked on the main thread.
     std::mutex order;
     // Main thread only.
     QByteArray stamp; ///< of the registry when the cache was filled
     bool isReading = false;
-    int looksToLeaveOut = 0;
+    int refreshesToSkip = 0;
 };
 
 MarkerService::MarkerService(std::shared_ptr<PeopleRegistry> registry, std::shared_ptr<Tavola::TesselServiceCache> cache)
@@ -75,11 +75,11 @@ bool MarkerService::refreshCache()
 {
     if (m_state->isReading)
         return false;
-    if (m_state->looksToLeaveOut > 0) {
-        --m_state->looksToLeaveOut;
+    if (m_state->refreshesToSkip > 0) {
+        --m_state->refreshesToSkip;
         return false;
     }
-    // Taken before the reading: what is written meanwhile is read the next time.
+    // Taken before the reading, so that a write during the reading is noticed the next time.
     const QByteArray stamp = m_registry->stamp();
     if (stamp == m_state->stamp)
         return false;
@@ -87,16 +87,16 @@ bool MarkerService::refreshCache()
     runInBackground([state = m_state, registry = m_registry, cache = m_cache, stamp] {
         const std::lock_guard lock(state->order);
         const auto people = registry->people();
-        // Behind a pointer, because queued functions are copied.
+        // By pointer, because queued functions are copied.
         const auto entries = people ? std::make_shared<Entries>(entriesOf(*people)) : nullptr;
         Facet::Node::invokeAfterUpdate([state, cache, stamp, entries] {
             state->isReading = false;
             if (!entries) {
-                state->looksToLeaveOut = kLooksLeftOutAfterFailure;
+                state->refreshesToSkip = kRefreshesSkippedAfterFailure;
                 return;
             }
             state->stamp = stamp;
-            // To let thousands of entries go takes its time, too.
+            // Destroying thousands of entries takes time, too.
             *entries = cache->replace(std::move(*entries));
             runInBackground([entries] { entries->clear(); });
         });

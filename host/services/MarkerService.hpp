@@ -16,31 +16,31 @@ namespace Host
 class PeopleRegistry;
 struct Person;
 
-/// The marker service of a table: answers from the registry of people and keeps the cache in step with it.
+/// The marker service of a table: registers people and keeps the cache equal to the registry of people.
 class MarkerService final : public Tavola::TesselServiceAPI
 {
 public:
     MarkerService(std::shared_ptr<PeopleRegistry> registry, std::shared_ptr<Tavola::TesselServiceCache> cache);
 
     using PersonalWidget = boost::expected<Bedrock::IntrusivePtr<Trellis::Widget>, QString>;
-    /// Where the widgets for content keys come from; without it there are none.
+    /// Sets the function that returns the widget for a content key; without it there are none.
     void setPersonalWidgets(std::function<PersonalWidget(const QString& contentKey)> widgetForKey);
 
-    /// Fills the cache with everybody in the registry, and with nobody else. Reads it in the call: before the table opens.
-    /// Main thread.
+    /// Replaces the contents of the cache by the people of the registry. Reads the registry in the call, so it belongs before
+    /// the table's first frame. Main thread.
     void fillCache();
-    /// Fills it with these people, and with nobody else. Main thread.
+    /// Replaces the contents of the cache by these people. Main thread.
     void fillCache(const std::vector<Person>& people);
-    /// When somebody has written to the registry since it was read: reads it on the background thread, after which the cache
-    /// changes at once in a frame's after-update; a card that stays is known at every moment. What cannot be read leaves the
-    /// cache as it is, and is tried again after kLooksLeftOutAfterFailure calls. True when it begins to read; not while an
-    /// earlier reading is under way. Main thread.
+    /// When the registry was written since the last reading: reads it on the background thread; the cache then changes in one
+    /// step in a frame's after-update, in which a card that stays is cached throughout. A failed reading leaves the cache as it
+    /// is and is repeated after kRefreshesSkippedAfterFailure calls. Returns whether a reading begins; none does while an earlier
+    /// one is under way. Main thread.
     bool refreshCache();
-    /// Runs what reads the registry and hands over what it read to the main thread: no registration comes in between, so
-    /// that what is older never arrives after what is newer. Any thread.
+    /// Runs a function that reads the registry and queues the result for the main thread, with registrations locked out, so that
+    /// results are queued in the order of the readings. Any thread.
     void inOrder(const std::function<void()>& readAndHandOver);
-    /// A registry that cannot be read is looked at more seldom: each attempt is a warning.
-    static constexpr int kLooksLeftOutAfterFailure = 15;
+    /// Each failed reading is a warning, so the next attempt waits for so many calls.
+    static constexpr int kRefreshesSkippedAfterFailure = 15;
 
     PersonalWidget personalWidget(unsigned long code) override;
     bool registerPersonalMarker(unsigned long code, const QString& name, const QString& email) override;
@@ -49,7 +49,7 @@ private:
     struct State;
     std::shared_ptr<PeopleRegistry> m_registry;
     std::shared_ptr<Tavola::TesselServiceCache> m_cache;
-    std::shared_ptr<State> m_state; ///< shared with what is on its way between the threads
+    std::shared_ptr<State> m_state; ///< shared with tasks and queued functions
     std::function<PersonalWidget(const QString&)> m_widgetForKey;
 };
 }

@@ -66,7 +66,7 @@ class MediaServerService::Exchange final : public QObject
 public:
     Exchange(QNetworkReply& reply, int timeoutMs) : QObject(&reply), m_reply(reply)
     {
-        // One bound on the whole exchange; Qt's own transfer timeout begins anew with every byte.
+        // One bound on the whole exchange; Qt's own transfer timeout restarts with every byte.
         m_timer.setSingleShot(true);
         connect(&m_timer, &QTimer::timeout, this,
                 [this, timeoutMs] { giveUp(QStringLiteral("did not answer within %1 s").arg(timeoutMs / 1000.0)); });
@@ -78,7 +78,7 @@ public:
         connect(&reply, &QNetworkReply::finished, this, [this] { finish(); });
     }
 
-    /// When the reply goes before its end, the service does.
+    /// A reply that is destroyed before its end means that the service is destroyed.
     ~Exchange() override
     {
         if (!m_promise.isFulfilled())
@@ -168,7 +168,7 @@ folly::Future<QJsonObject> MediaServerService::request(const QJsonObject& comman
     request.setRawHeader("Connection", "close");
     request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
     request.setRawHeader("Accept", "application/json");
-    // Set by hand so that Qt unpacks nothing: a packed answer could be far larger than it looks.
+    // Set explicitly, so that Qt decompresses nothing: a small answer could become very large.
     request.setRawHeader("Accept-Encoding", "identity");
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     auto* body = new UnrepeatableBody(QJsonDocument(command).toJson(QJsonDocument::Compact));

@@ -44,7 +44,7 @@ public:
         line = Line();
         line.number = m_line;
         if (!split(line)) {
-            // A quote that is never closed would swallow everybody below: it costs its own line only.
+            // A quote that is never closed would take in all lines below: it costs its own line only.
             line.openQuote = true;
             m_at = start;
             m_line = line.number;
@@ -64,7 +64,7 @@ private:
         const auto finish = [&] {
             QString after = field.mid(kept);
             field.truncate(kept);
-            // Blanks beside a field are no part of it, also those between a closing quote and the comma.
+            // Blanks around a field are dropped, also those between a closing quote and the comma.
             line.fields << (kept > 0 ? field + rightTrimmed(std::move(after)) : after.trimmed());
             field.clear();
             kept = 0;
@@ -167,7 +167,7 @@ private:
         if (!m_columns.contains(QStringLiteral("code"))) {
             warn(line.number,
                  QStringLiteral("the first line must name the columns, \"code\" among them "
-                                "(code,name,email,content-key,kind); nobody was read"));
+                                "(code,name,email,content-key,kind); no people were read"));
             return false;
         }
         for (const QString& name : unknown)
@@ -182,7 +182,7 @@ private:
         return line.fields.value(m_columns.value(QLatin1String(column), -1));
     }
 
-    /// As `field`; nothing, with a warning, for bytes that are no UTF-8.
+    /// As `field`; empty, with a warning, for invalid UTF-8.
     QString text(const Line& line, const char* column)
     {
         const QString value = field(line, column);
@@ -242,7 +242,7 @@ std::vector<Person> PeopleFile::read(const QString& path, bool& complete)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         complete = false;
-        Bedrock::Trace::warning("PeopleFile # Failed to read %s (%s); nobody was read", path.toUtf8().constData(),
+        Bedrock::Trace::warning("PeopleFile # Failed to read %s (%s); no people were read", path.toUtf8().constData(),
                                 file.errorString().toUtf8().constData());
         return {};
     }

@@ -6,7 +6,7 @@
 
 namespace Host
 {
-/// A card and its owner, as the registry keeps it.
+/// A card and its owner. A plain record.
 struct Person
 {
     unsigned long code = 0;
@@ -21,19 +21,19 @@ struct Person
     }
 };
 
-/// Reads people from comma-separated values as RFC 4180 has them (quoted fields, doubled quotes, line breaks in quotes;
-/// UTF-8, a byte order mark is skipped). Blanks around a field are no part of it, those in quotes are; a line break in quotes is
-/// read as LF. The first line names the columns: code, name, email, content-key, kind; only code
-/// must be there. "kind" is personal, unregistered or a number.
+/// Reads and writes people as comma-separated values (RFC 4180: quoted fields, doubled quotes, line breaks in quotes; UTF-8, a
+/// byte order mark is skipped). Blanks around a field are dropped, those in quotes are kept; a line break in quotes is read as
+/// LF. The first line names the columns: code, name, email, content-key, kind; only code is required. "kind" is personal,
+/// unregistered or a number.
 class PeopleFile
 {
 public:
-    /// The people in a file. Each line that cannot be read is a warning with file and line number and is skipped: a code that is
-    /// none or stood in an earlier line, an unknown kind, more fields than columns, a quote that is never closed. A text that is
-    /// no UTF-8 is left empty, a column that is not known is left out. `complete`: the file was there and nothing was skipped.
+    /// The people in a file. A line with a mistake is skipped with a warning that names file and line: an invalid or repeated
+    /// code, an unknown kind, more fields than columns, a quote that is never closed. Invalid UTF-8 is read as an empty text, an
+    /// unknown column is skipped, both with a warning. `complete`: the file exists and there was no warning.
     [[nodiscard]] static std::vector<Person> read(const QString& path, bool& complete);
     [[nodiscard]] static std::vector<Person> parse(const QString& text, const QString& fileName, bool& complete);
-    /// The people as such a text; reading it gives the same people (but for the kinds of line breaks in their names).
+    /// The people as such a text. Reading it gives the same people, with LF for every line break in their names.
     [[nodiscard]] static QString format(const std::vector<Person>& people);
     /// "personal", "unregistered" or the number.
     [[nodiscard]] static QString kindName(int kind);

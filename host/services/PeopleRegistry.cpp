@@ -19,7 +19,7 @@ namespace Host
 namespace
 {
 constexpr int kSchemaVersion = 1;
-/// Disks stamp files with a clock that ticks more slowly than people can be entered.
+/// File times tick more slowly than people can be entered; a file changed within this time may change again unnoticed.
 constexpr qint64 kFreshMs = 1000;
 
 Person personOf(const QSqlQuery& query)
@@ -84,7 +84,7 @@ std::unique_ptr<PeopleRegistry> PeopleRegistry::open(const QString& path, QStrin
     if (!isDatabase || !query.exec(QStringLiteral("PRAGMA journal_mode=WAL"))
         || !query.exec(QStringLiteral("CREATE TABLE IF NOT EXISTS people (code TEXT PRIMARY KEY, name TEXT NOT NULL, "
                                       "email TEXT NOT NULL, content_key TEXT NOT NULL, kind INTEGER NOT NULL)"))
-        // Has a row once somebody was taken out: a registry that is empty because of that is not a new one.
+        // Has a row once a person was removed: a registry that is empty because of that is not new.
         || !query.exec(QStringLiteral("CREATE TABLE IF NOT EXISTS emptied (once INTEGER PRIMARY KEY)"))
         || !query.exec(QStringLiteral("PRAGMA user_version=%1").arg(kSchemaVersion))) {
         error = QStringLiteral("%1 cannot be used as the registry of people (%2); move it away to begin a new one")
@@ -186,7 +186,7 @@ QByteArray PeopleRegistry::stamp() const
         isFresh = isFresh || changed > now - kFreshMs;
         result += QByteArray::number(file.size()) + ':' + QByteArray::number(changed) + ' ';
     }
-    // Whoever writes next may do it within the same tick and leave the sizes: such a stamp is good for one look only.
+    // The next write may fall into the same tick and keep the sizes, so a stamp of a fresh file differs from every other.
     if (isFresh)
         result += "at " + QByteArray::number(now);
     return result;

@@ -11,8 +11,8 @@
 
 namespace Host
 {
-/// The people a table knows, in a SQLite file. Each operation is one transaction that is on the disk when it returns.
-/// Any thread: each thread has a connection of its own, and SQLite orders the writers.
+/// The registry of people and their cards, in a SQLite file. Each operation is one transaction that is on the disk when it
+/// returns. Any thread: each thread has a connection of its own, and SQLite orders the writers.
 class PeopleRegistry
 {
 public:
@@ -23,29 +23,29 @@ public:
     PeopleRegistry& operator=(const PeopleRegistry&) = delete;
 
     [[nodiscard]] const QString& path() const noexcept { return m_path; }
-    /// Whether nobody has ever been in it. One that `remove` has emptied is not new; one that cannot be read is not either.
+    /// Whether it has never held a person. A registry that `remove` has emptied is not new, nor is one that cannot be read.
     [[nodiscard]] bool isNew() const;
     /// By code, ascending. Nothing when the file cannot be read (logged).
     [[nodiscard]] std::optional<std::vector<Person>> people() const;
     /// Nothing also when the file cannot be read (logged).
     [[nodiscard]] std::optional<Person> person(unsigned long code) const;
 
-    /// Enters the people a presentation brings along if the registry is still new then, and nobody otherwise. False when the
-    /// file cannot be written (logged).
+    /// Enters a presentation's people into a registry that is still new; does nothing to another one. False when the file cannot
+    /// be written (logged).
     bool beginWith(const std::vector<Person>& people);
     /// Enters a card that is not there yet. False when it is (then `isThere`) or the file cannot be written (logged).
     bool add(const Person& person, bool& isThere);
     /// Enters people, replacing those of the same code: all of them, or on failure (logged as a warning) none.
     bool insert(const std::vector<Person>& people);
-    /// Gives an existing card an owner, in place of the one it may have, and makes it a personal card; its content key stays.
-    /// The card as it is then; nothing for a code that is not in the registry or when the file cannot be written (logged).
+    /// Sets or replaces the owner of an existing card and makes it a personal card; its content key stays. Returns the changed
+    /// card; nothing for a code that is not in the registry or when the file cannot be written (logged).
     std::optional<Person> registerOwner(unsigned long code, const QString& name, const QString& email);
     /// Takes cards out: all of them, or none when a code is not in the registry (it is then in `unknown`) or the file cannot be
     /// written (logged). A code that is named twice counts once.
     bool remove(const std::vector<unsigned long>& codes, std::optional<unsigned long>& unknown);
 
-    /// Differs from an earlier one whenever somebody, also another program, has written to the registry in between; for a second
-    /// after that it may differ without need. Looks at the files only.
+    /// A value that changes with every write to the registry, also one of another program. It may change once more within a
+    /// second after a write. Reads sizes and times of the files only.
     [[nodiscard]] QByteArray stamp() const;
 
 private:

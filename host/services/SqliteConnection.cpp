@@ -17,7 +17,7 @@ SqliteConnection::SqliteConnection(const QString& path)
     m_isOpen = m_database.open();
     if (!m_isOpen)
         return;
-    // A file that is no database is found out by the first statement that reads it, with a better word than these have.
+    // For a file that is no database the first statement that reads it fails with a better message than these would.
     QSqlQuery pragma(m_database);
     pragma.exec(QStringLiteral("PRAGMA synchronous=FULL"));
     pragma.exec(QStringLiteral("PRAGMA foreign_keys=ON"));

@@ -5,7 +5,7 @@
 
 namespace Host
 {
-/// A connection to a SQLite file, of the thread that made it and for as long as it is in scope. Every commit is on the disk
+/// A connection to a SQLite file for the lifetime of this object, used on the thread that made it. Every commit is on the disk
 /// when it returns; a writer waits up to five seconds for another one.
 class SqliteConnection
 {

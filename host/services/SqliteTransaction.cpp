@@ -30,11 +30,11 @@ bool SqliteTransaction::run(const QString& statement, std::initializer_list<QVar
 {
     if (!*this)
         return false;
-    // A statement that is run again and again is prepared once.
+    // A statement that is repeated is prepared once.
     if (m_query.lastQuery() != statement && !m_query.prepare(statement))
         return fail(m_query.lastError().text());
     for (const QVariant& value : values) {
-        // SQLite would take a null QString for NULL.
+        // Qt passes a null QString as NULL.
         const bool isAbsent = value.type() == QVariant::String && value.isNull();
         m_query.addBindValue(isAbsent ? QVariant(QStringLiteral("")) : value);
     }

@@ -10,7 +10,7 @@ namespace
 {
 volatile std::sig_atomic_t writeEnd = -1;
 
-/// A handler may do next to nothing; it writes a byte that the event loop reads.
+/// Few functions are allowed in a signal handler; this one writes a byte that the event loop reads.
 void onSignal(int)
 {
     const int before = errno;
@@ -23,7 +23,7 @@ void onSignal(int)
 EndSignals::EndSignals(std::function<void()> onEnd) : m_onEnd(std::move(onEnd))
 {
     int ends[2];
-    // Without blocking: the ten-thousandth signal finds the pipe full and is no news.
+    // Non-blocking: when many signals have filled the pipe, another one adds nothing.
     if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0)
         return;
     m_readEnd = ends[0];

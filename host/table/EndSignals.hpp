@@ -8,18 +8,18 @@
 
 namespace Host
 {
-/// Notices that the program is told to end (SIGINT, SIGTERM) while it exists; before and after, the signals do what they did.
-/// One at a time, main thread only.
+/// Handles SIGINT and SIGTERM during its lifetime and restores the earlier handlers afterwards. One instance at a time, main
+/// thread only.
 class EndSignals
 {
 public:
-    /// `onEnd` is called from Qt's event loop, never inside the signal handler, and once, however many signals come.
+    /// `onEnd` is called once, at the first signal, from Qt's event loop and not inside the signal handler.
     explicit EndSignals(std::function<void()> onEnd);
     ~EndSignals();
     EndSignals(const EndSignals&) = delete;
     EndSignals& operator=(const EndSignals&) = delete;
 
-    /// False when the system has no means left to listen; the signals are then as they were.
+    /// False when the system refused a pipe; the signals then have their earlier handlers.
     [[nodiscard]] bool isListening() const noexcept { return m_notifier != nullptr; }
 
 private:

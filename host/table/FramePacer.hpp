@@ -5,8 +5,8 @@
 
 namespace Host
 {
-/// Makes frames of the time that passes. Live, each tick is a frame of the time since the one before; in a replay, frames have
-/// the steps they had on the day, and as many run as have become due.
+/// Runs the frames that are due as time passes. Live, each tick is a frame of the time since the one before; in a replay, frames
+/// have their recorded steps, and a tick runs as many as have become due.
 class FramePacer
 {
 public:
@@ -17,12 +17,12 @@ public:
 
     FramePacer(Mode mode, Frame frame) : m_mode(mode), m_frame(std::move(frame)) {}
 
-    /// A program that was stopped for a while goes on where it was instead of jumping ahead.
+    /// The longest step: after a pause of the process the table continues where it was instead of jumping ahead.
     static constexpr double kLongestStepSeconds = 0.25;
 
     /// `seconds` have passed since the last tick.
     void tick(double seconds);
-    /// The recording has come to its end; no frame runs any more.
+    /// True after the last frame of a recording; no frame runs any more.
     [[nodiscard]] bool isOver() const noexcept { return m_isOver; }
 
 private:

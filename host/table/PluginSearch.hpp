@@ -12,11 +12,11 @@ class PluginLoader;
 
 namespace Host
 {
-/// Where plug-ins are looked for by name: the folders of TAVOLA_PLUGIN_PATH (separated by ':'), then beside the program,
+/// The folders in which plug-ins are searched by name: those of TAVOLA_PLUGIN_PATH (separated by ':'), then beside the program,
 /// in ../lib and ../lib/tavola of it.
 [[nodiscard]] QStringList pluginFolders();
 
-/// Whether a presentation's or the command line's plug-in is told by its file, which is then not searched for.
+/// Whether a plug-in is given by its file, which is then not searched for.
 [[nodiscard]] bool isPluginPath(const QString& nameOrPath);
 
 /// The absolute path of a plug-in's library, by name ("tavola-personal") or path; empty when there is none.

@@ -9,8 +9,8 @@ class EndSignals;
 class Table;
 class TableWindow;
 
-/// Turns the crank of an open table until it is closed or the program is told to end (SIGINT, SIGTERM), also before run() begins.
-/// Frames follow the clock at 60 a second; one in which nothing happens costs next to nothing. A replay takes the time it took
+/// Runs the frames of an open table until its window is closed or the process receives SIGINT or SIGTERM, also before run()
+/// begins. Frames follow the clock at 60 a second; a frame without changes costs next to nothing. A replay takes the time it took
 /// on the day; at its end the table stands still, and a program without a window ends.
 class RunLoop
 {
@@ -33,6 +33,6 @@ private:
     TableWindow* m_window;
     bool m_manualClock;
     Clock m_clock;
-    std::unique_ptr<EndSignals> m_signals; ///< until a run ends: they are heard once
+    std::unique_ptr<EndSignals> m_signals; ///< until a run ends: signals are handled once
 };
 }

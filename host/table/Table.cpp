@@ -97,8 +97,8 @@ void Table::Private::clearLayers()
 
 void Table::Private::close()
 {
-    // Nothing that holds code of a plug-in may outlive it: functions that wait on a thread or in a queue, widgets, their
-    // instances and components, answers that services owe. They go in the order in which one could make the other.
+    // No object with code of a plug-in may outlive it: functions on a thread or in a queue, widgets, their instances and
+    // components, continuations of services' futures. Each is destroyed before the objects that it could create.
     if (!application)
         return;
     if (takesInput)
@@ -201,7 +201,7 @@ QJsonArray Table::mailState() const
 
 std::optional<double> Table::frame(double dtSeconds)
 {
-    // Qt's events may bring the timer that turns the crank: the frame that is under way is the one it wants.
+    // A frame serves Qt's events, among them the timer that asks for frames: the one under way is enough.
     if (d->isInFrame)
         return 0.0;
     const Bedrock::FlagGuard inFrame(d->isInFrame);

@@ -20,14 +20,14 @@ class Application;
 
 namespace Host
 {
-/// A presentation on a table: the toolkit's application, the host core, services, plug-ins and widgets, put together in
-/// order and taken apart in the opposite order. Main thread only.
+/// A presentation on a table: the toolkit's application, the host core, services, plug-ins and widgets, created in this order and
+/// destroyed in the opposite one. Main thread only.
 class Table
 {
 public:
     /// Null, with the reason in `error`, when the table cannot open: a plug-in that does not load, a port that is taken, a
-    /// registry that cannot be read, a recording that cannot be made or replayed. What is merely wrong in the presentation is
-    /// logged and skipped.
+    /// registry that cannot be read, a recording that cannot be made or replayed. Mistakes in the presentation are logged and
+    /// skipped.
     [[nodiscard]] static std::unique_ptr<Table> open(const Presentation& presentation, const TableOptions& options,
                                                      QString& error);
     ~Table();
@@ -40,7 +40,7 @@ public:
     std::optional<double> frame(double dtSeconds);
     [[nodiscard]] bool isReplay() const noexcept;
     [[nodiscard]] const Tactile::TuioInput& input() const noexcept;
-    /// [{"tuio", "refusedSenders"}]: where it listens, for the inspector.
+    /// [{"tuio", "refusedSenders"}] of each listener, for the inspector.
     [[nodiscard]] QJsonArray listeners() const;
     /// The state of each e-mail service, for the inspector. Does not block.
     [[nodiscard]] QJsonArray mailState() const;

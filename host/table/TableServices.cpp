@@ -91,9 +91,9 @@ void TableServices::startPeople(Tavola::ServiceProvider& provider, const std::sh
     if (isOrdered) {
         m_peopleWatch = std::make_unique<PeopleWatch>(m_people, service);
     } else {
-        constexpr int kLookForPeopleEveryMs = 2000;
+        constexpr int kRefreshPeopleMs = 2000;
         QObject::connect(&m_peopleTimer, &QTimer::timeout, &m_peopleTimer, [service] { service->refreshCache(); });
-        m_peopleTimer.start(kLookForPeopleEveryMs);
+        m_peopleTimer.start(kRefreshPeopleMs);
     }
 }
 

@@ -4,7 +4,7 @@ class QProcessEnvironment;
 
 namespace Host
 {
-/// Whether windows have a screen to be on: a desktop's (DISPLAY, WAYLAND_DISPLAY), or one that Qt is told to use without a
-/// desktop (QT_QPA_PLATFORM: eglfs, linuxfb). What Qt is told comes first.
+/// Whether there is a screen for windows: that of a desktop (DISPLAY, WAYLAND_DISPLAY), or one that Qt uses without a desktop
+/// (QT_QPA_PLATFORM: eglfs, linuxfb). QT_QPA_PLATFORM comes first.
 [[nodiscard]] bool hasDisplay(const QProcessEnvironment& environment);
 }

@@ -94,7 +94,8 @@ QStringList runArguments(const Folder& data, const QString& presentation, const 
         + more;
 }
 
-/// Programs that are started while this lives let everybody read and write what they make, unless they see to it.
+/// During its lifetime, files of programs that are started are readable and writable for all users, unless the program prevents
+/// it.
 struct OpenHanded
 {
     OpenHanded() : before(::umask(0)) {}
@@ -119,7 +120,7 @@ QStringList texts(const QJsonArray& log, const char* level)
 }
 }
 
-TEST_CASE("tavola: help and version are told on standard output")
+TEST_CASE("tavola: help and version are reported on standard output")
 {
     for (const char* argument : {"--help", "-h", "help"}) {
         Program program({QLatin1String(argument)});
@@ -138,7 +139,7 @@ TEST_CASE("tavola: help and version are told on standard output")
     CHECK(program.output() == "tavola " TAVOLA_VERSION "\n");
 }
 
-TEST_CASE("tavola: a command line that makes no sense is exit code 2 and tells why on standard error")
+TEST_CASE("tavola: a command line that makes no sense is exit code 2 and says why on standard error")
 {
     struct Row
     {
@@ -163,7 +164,7 @@ TEST_CASE("tavola: a command line that makes no sense is exit code 2 and tells w
     CHECK(program.errors().startsWith("usage: tavola COMMAND ...\n"));
 }
 
-TEST_CASE("tavola: what keeps a table from opening is exit code 1 and tells why")
+TEST_CASE("tavola: what keeps a table from opening is exit code 1 and says why")
 {
     const Folder folder;
     const QString good = folder.write(QStringLiteral("good/presentation.json"), "{}");
@@ -204,7 +205,7 @@ TEST_CASE("tavola: what keeps a table from opening is exit code 1 and tells why"
     }
 }
 
-TEST_CASE("tavola: a table without a window under the manual clock tells its ports, is looked at, and ends when asked to")
+TEST_CASE("tavola: a table without a window under the manual clock prints its ports, is inspected, and ends when asked to")
 {
     for (const int signal : {SIGTERM, SIGINT}) {
         CAPTURE(signal);
@@ -276,7 +277,7 @@ TEST_CASE("tavola: what it keeps of visitors is its user's alone, whatever the c
     CHECK(modeOf(data) == 0700);
 }
 
-TEST_CASE("tavola: files with mistakes are told with their places, and the rest of the presentation works")
+TEST_CASE("tavola: files with mistakes are reported with their places, and the rest of the presentation works")
 {
     const Folder folder;
     const QString presentation = folder.write(QStringLiteral("rooms/presentation.json"), R"({

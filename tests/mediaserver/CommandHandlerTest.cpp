@@ -156,7 +156,7 @@ TEST_CASE_FIXTURE(Fixture, "command handler: cards above 2^53 are told apart")
     CHECK(count(std::numeric_limits<qint64>::min()) == 1);
 }
 
-TEST_CASE_FIXTURE(Fixture, "command handler: a failing database is logged and tells the sender no details")
+TEST_CASE_FIXTURE(Fixture, "command handler: a failing database is logged and answers without details")
 {
     {
         QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("beside"));

@@ -77,7 +77,7 @@ TEST_CASE("item store: items and tokens are there when it is opened again")
     CHECK(execute(file, QStringLiteral("PRAGMA journal_mode")).toString() == QLatin1String("wal"));
 }
 
-TEST_CASE("item store: a token stays the same, is nobody else's and does not come from the card")
+TEST_CASE("item store: a token stays the same, belongs to one card and is not derived from it")
 {
     const Folder folder;
     const auto store = openStore(folder.path(QStringLiteral("items.sqlite")));
@@ -85,7 +85,7 @@ TEST_CASE("item store: a token stays the same, is nobody else's and does not com
     std::set<QString> tokens;
     for (qint64 tessel = 0; tessel < 200; ++tessel) {
         const QString token = *store->tokenFor(tessel);
-        CHECK(looksLikeToken(token));
+        CHECK(isTokenForm(token));
         CHECK(QByteArray::fromBase64(token.toLatin1(), QByteArray::Base64UrlEncoding).size() == 16);
         CHECK(*store->tokenFor(tessel) == token);
         CHECK(**store->personOf(token) == tessel);

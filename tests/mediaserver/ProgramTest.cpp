@@ -53,7 +53,7 @@ public:
         m_process.waitForFinished();
     }
 
-    /// Waits for the line that tells the address.
+    /// Waits for the line with the address.
     std::uint16_t port()
     {
         while (!m_process.canReadLine() && m_process.waitForReadyRead(10000)) {}
@@ -139,7 +139,7 @@ TEST_CASE("media server: the public address stands in pages' addresses")
     CHECK(page.startsWith(QLatin1String("https://museum.example/table/p/")));
 }
 
-TEST_CASE("media server: what keeps it from starting is told, with exit code 1")
+TEST_CASE("media server: what keeps it from starting is reported, with exit code 1")
 {
     const Folder folder;
     Program first(folder);
@@ -223,7 +223,7 @@ TEST_CASE("media server: with few open files and many slow downloads, the table 
     CHECK(told.contains("warning HttpServer # All connections are in use; "));
 }
 
-TEST_CASE("media server: too few open files to serve anybody keep it from starting")
+TEST_CASE("media server: too few open files for a connection keep it from starting")
 {
     const Folder folder;
     Program program(folder, {}, [] {

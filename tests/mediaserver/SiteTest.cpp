@@ -34,7 +34,7 @@ HttpServerThread::MakeHandler siteFrom(const QString& database, const QString& c
     };
 }
 
-/// The whole site behind the real server, and a second store on its file to look up what addresses do not tell.
+/// The whole site behind the real server, and a second store on its file for reading tokens and ids.
 struct Fixture
 {
     Fixture()

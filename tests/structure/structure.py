@@ -43,7 +43,6 @@ KNOWN = [
     ("lines", "platform/trellis/src/text/TextEditWidget.cpp"),
     ("lines", "platform/trellis/src/tree/Widget.cpp"),
     ("words", "host"),
-    ("words", "mediaserver"),
     ("words", "platform/bedrock"),
     ("words", "platform/tactile"),
     ("words", "platform/tavola"),

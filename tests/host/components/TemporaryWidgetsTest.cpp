@@ -47,7 +47,7 @@ struct Fixture
 };
 }
 
-TEST_CASE("temporary widgets: what nobody has touched for the time fades away")
+TEST_CASE("temporary widgets: content that was not touched for the time fades away")
 {
     Fixture f;
     f.add(true, {0, 0});

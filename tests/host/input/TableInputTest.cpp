@@ -145,7 +145,7 @@ TEST_CASE("table input: what is sent by others than those allowed is refused, an
     CHECK(report.value("refusals").isObject());
 }
 
-TEST_CASE("table input: the inspector tells for each sender what was dropped, and why")
+TEST_CASE("table input: the inspector reports for each sender what was dropped, and why")
 {
     TablePlace place;
     place.presentation("{}");

@@ -53,7 +53,7 @@ TEST_CASE("grab report: a table without cards has none to tell of, whatever fing
     CHECK(f.report().isEmpty());
 }
 
-TEST_CASE("grab report: cards are told in the order in which they lie in the input, with who holds them and the whole code")
+TEST_CASE("grab report: cards are in the order of the input, with their holders and whole codes")
 {
     Fixture f;
     const auto free = f.input.markerDown(7, {200, 150});
@@ -61,7 +61,7 @@ TEST_CASE("grab report: cards are told in the order in which they lie in the inp
     CHECK(f.report() == QJsonArray{f.entry(free, "7", QJsonValue()), f.entry(held, "18446744073709551615", f.trayEntry())});
 }
 
-TEST_CASE("grab report: a card that was lifted is not on the table, and one whose holder went is held by nobody")
+TEST_CASE("grab report: a lifted card is not on the table, and a card whose holder was destroyed has none")
 {
     Fixture f;
     const auto first = f.input.markerDown(7, {50, 50});

@@ -152,7 +152,7 @@ TEST_CASE("inspector: frames with arguments that make no sense do not run")
     CHECK(f.application.frameNumber() == 0);
 }
 
-TEST_CASE("inspector: without the manual clock nobody else turns the crank")
+TEST_CASE("inspector: without the manual clock it runs no frames")
 {
     Fixture f(false);
     const HttpReply reply = f.post("/frames?count=1");
@@ -193,7 +193,7 @@ TEST_CASE("inspector: the input's counts name what was dropped")
     CHECK(report.value("sources").isArray());
 }
 
-TEST_CASE("inspector: the cards on the table are told with who holds them")
+TEST_CASE("inspector: the cards on the table are reported with their holders")
 {
     Fixture f;
     TestSupport::ScriptedInput input;
@@ -218,7 +218,7 @@ TEST_CASE("inspector: the cards on the table are told with who holds them")
     f.application.removeInputSource(input);
 }
 
-TEST_CASE("inspector: what the style sheets say about a widget is told by its id in the tree")
+TEST_CASE("inspector: what the style sheets say about a widget is reported by its id in the tree")
 {
     Fixture f;
     Cascara::StyleEngine::instance().addStyleSheet(QStringLiteral("#map { width: 30px }"), QStringLiteral("hall.css"));
@@ -237,7 +237,7 @@ TEST_CASE("inspector: what the style sheets say about a widget is told by its id
     Cascara::StyleEngine::instance().clearStyleSheets();
 }
 
-TEST_CASE("inspector: a port that is taken is told")
+TEST_CASE("inspector: a port that is taken is reported")
 {
     Fixture f;
     Inspector second({f.application, f.log, nullptr, false});

@@ -284,7 +284,7 @@ TEST_CASE("loopback server: a handler that throws is a logged error and status 5
     CHECK(reply.body == "no picture\n");
 }
 
-TEST_CASE("loopback server: a port that is taken is told")
+TEST_CASE("loopback server: a port that is taken is reported")
 {
     QTcpServer other;
     REQUIRE(other.listen(QHostAddress::LocalHost));

@@ -45,7 +45,7 @@ TEST_CASE("style report: a widget that no rule speaks of has none")
     CHECK(styleReport(*f.tile).isEmpty());
 }
 
-TEST_CASE("style report: every declaration that applies is told with its place, and the last one of an attribute shows")
+TEST_CASE("style report: every declaration that applies is reported with its place, and the last one of an attribute shows")
 {
     Fixture f;
     Fixture::sheet("Tile.small { width: 30px }\nTile { width: 10px; height: 20px }\n.large { width: 90px }", "hall.css");

@@ -19,7 +19,7 @@ QJsonObject attribute(const QJsonObject& report, const char* name)
 }
 }
 
-TEST_CASE("widget report: it tells what a widget is and where it stands")
+TEST_CASE("widget report: it has the type, the names and the place of a widget")
 {
     Trellis::Application application({800.f, 600.f});
     auto outer = Bedrock::makeIntrusive<Trellis::Widget>();
@@ -55,7 +55,7 @@ TEST_CASE("widget report: it tells what a widget is and where it stands")
     CHECK(report.value("children").toArray().isEmpty());
 }
 
-TEST_CASE("widget report: each attribute tells its value and the layer it comes from")
+TEST_CASE("widget report: each attribute has its value and the layer it comes from")
 {
     Trellis::Application application({800.f, 600.f});
     auto& engine = Cascara::StyleEngine::instance();

@@ -162,7 +162,7 @@ TEST_CASE("presentation: a folder without one is named")
     CHECK(error.startsWith(QStringLiteral("cannot read %1 ").arg(folder.path(QStringLiteral("none")))));
 }
 
-TEST_CASE("presentation: unknown entries are told with their place, the rest is read")
+TEST_CASE("presentation: unknown entries are reported with their place, the rest is read")
 {
     Written written(R"({"titel": "x", "title": "Rooms", "table": {"widht": 5, "height": 600},
                         "widgets": [{"component": "text", "atributes": {}}],
@@ -326,7 +326,7 @@ TEST_CASE("presentation: components with a name, and folders for content keys")
           == map);
 }
 
-TEST_CASE("presentation: components that contain one another in a circle are told, the rest is read")
+TEST_CASE("presentation: components that contain one another in a circle are reported, the rest is read")
 {
     Written written(R"({"components": {
             "a": {"component": "panel", "slots": {"s": [{"use": "b"}, {"component": "text"}]}},

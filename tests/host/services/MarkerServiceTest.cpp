@@ -117,7 +117,7 @@ private:
 using Tavola::TesselServiceAPI;
 }
 
-TEST_CASE("marker service: the cache knows everybody who is in the registry")
+TEST_CASE("marker service: the cache has every card of the registry")
 {
     Fixture table;
     REQUIRE(table.cache->isCached(1001));
@@ -187,7 +187,7 @@ TEST_CASE("marker service: a card with a content key gets the widget that the pr
     CHECK(*table.service->personalWidget(1001) == widget);
     CHECK(table.service->personalWidget(1001).error() == "no more");
     CHECK(asked == QStringList{QStringLiteral("key"), QStringLiteral("key")});
-    // Neither the card without a key nor the one that nobody knows is asked for.
+    // No widget is requested for a card without a key or for an unknown card.
     CHECK(table.service->personalWidget(1007).error() == "This presentation has no folder for card 1007");
     CHECK(table.service->personalWidget(4711).error() == "This presentation has no folder for card 4711");
     CHECK(asked.size() == 2);
@@ -225,7 +225,7 @@ TEST_CASE("marker service: writes that follow each other at once are all seen")
     }
 }
 
-TEST_CASE("marker service: a registry that nobody writes to is not read again")
+TEST_CASE("marker service: a registry that is not written to is not read again")
 {
     Fixture table;
     table.letItSettle();
@@ -279,13 +279,13 @@ TEST_CASE("marker service: a registry that cannot be read leaves the cache as it
 
     fault.mend();
     CHECK(table.desk()->insert({{2001, QStringLiteral("Cy"), QString(), QString(), 0}}));
-    for (int look = 0; look < MarkerService::kLooksLeftOutAfterFailure; ++look)
+    for (int look = 0; look < MarkerService::kRefreshesSkippedAfterFailure; ++look)
         CHECK_FALSE(table.refresh());
     CHECK(table.refresh());
     CHECK(table.nameOf(2001) == "Cy");
 }
 
-TEST_CASE("marker service: who was written before a reading that failed is known after one that does not")
+TEST_CASE("marker service: a person written before a failed reading is known after the next one that succeeds")
 {
     Fixture table;
     CHECK(table.desk()->insert({{2001, QStringLiteral("Cy"), QString(), QString(), 0}}));
@@ -294,7 +294,7 @@ TEST_CASE("marker service: who was written before a reading that failed is known
     CHECK(table.refresh());
     fault.mend();
     bool read = false;
-    for (int look = 0; look <= MarkerService::kLooksLeftOutAfterFailure; ++look)
+    for (int look = 0; look <= MarkerService::kRefreshesSkippedAfterFailure; ++look)
         read = table.refresh();
     CHECK(read);
     CHECK(table.nameOf(2001) == "Cy");

@@ -106,7 +106,8 @@ TEST_CASE("media server service: a JSON object with an error status is an answer
     }
 }
 
-TEST_CASE("media server service: an error status without a JSON object, or with one that speaks of success, is told by number")
+TEST_CASE(
+    "media server service: an error status without a JSON object, or with one that speaks of success, is reported by number")
 {
     for (const char* success : {"true", "\"true\""}) {
         CAPTURE(success);
@@ -127,13 +128,13 @@ TEST_CASE("media server service: what is no JSON object is no answer")
     CHECK(askOf("HTTP/1.1 204 No Content\r\n\r\n").failure == "sent no JSON object");
 }
 
-TEST_CASE("media server service: a redirection is told and not followed")
+TEST_CASE("media server service: a redirection is reported and not followed")
 {
     AnsweringServer elsewhere(reply("200 OK", R"({"success": true})"));
     for (const char* status : {"301 Moved", "302 Found", "307 Temporary", "308 Permanent"}) {
         CAPTURE(status);
         const std::string number = QByteArray(status).left(3).toStdString();
-        // Even when it carries a JSON object: the command has reached nobody who would carry it out.
+        // Even when it carries a JSON object: the command was not carried out.
         CHECK(
             askOf(reply(status, R"({"success": true})", "Location: " + addressOf(elsewhere.port()).toEncoded() + "\r\n")).failure
             == "answered with status " + number + " and points elsewhere; give the address it points to");

@@ -102,7 +102,7 @@ TEST_CASE("people file: a byte order mark at the beginning is no part of the fir
     CHECK(complete);
 }
 
-TEST_CASE("people file: a line that cannot be read is told by number and costs itself only")
+TEST_CASE("people file: a line that cannot be read is reported by number and costs itself only")
 {
     struct Row
     {
@@ -140,10 +140,10 @@ TEST_CASE("people file: two open quotes cost two lines")
     CHECK(partOf("code,name\n1,\"Ann\n2,Bo\"\n3,\"Cy\n4,Di\n") == People{person(1, "Ann\n2,Bo"), person(4, "Di")});
 }
 
-TEST_CASE("people file: without a column of codes nobody is read")
+TEST_CASE("people file: without a column of codes no people are read")
 {
     const std::string why =
-        ": the first line must name the columns, \"code\" among them (code,name,email,content-key,kind); nobody was read";
+        ": the first line must name the columns, \"code\" among them (code,name,email,content-key,kind); no people were read";
     for (const char* text :
          {"", "\n\n", "1001,Ann,ann@museum.example\n1002,Bo,\n", "name,email\nAnn,\n", "\"code,name\n1,Ann\n"}) {
         CAPTURE(text);
@@ -152,7 +152,7 @@ TEST_CASE("people file: without a column of codes nobody is read")
     }
 }
 
-TEST_CASE("people file: a column that is not known is told, and the rest is read")
+TEST_CASE("people file: a column that is not known is reported, and the rest is read")
 {
     expectWarning(
         "PeopleFile # p.csv:1: unknown column 'e-mail', known are code, name, email, content-key, kind; the column is skipped");
@@ -170,9 +170,9 @@ TEST_CASE("people file: a text in another encoding is left empty, the card works
     CHECK_FALSE(complete);
 }
 
-TEST_CASE("people file: one that is not there is told, and nobody is read")
+TEST_CASE("people file: a missing file is reported, and no people are read")
 {
-    expectWarning("PeopleFile # Failed to read /none/p.csv (No such file or directory); nobody was read");
+    expectWarning("PeopleFile # Failed to read /none/p.csv (No such file or directory); no people were read");
     bool complete = true;
     CHECK(PeopleFile::read(QStringLiteral("/none/p.csv"), complete).empty());
     CHECK_FALSE(complete);

@@ -100,7 +100,7 @@ TEST_CASE("people registry: codes of the whole range are kept and stand in order
     CHECK(registry->person(18446744073709551615ul)->name == "Max");
 }
 
-TEST_CASE("people registry: either everybody of a list is entered or nobody")
+TEST_CASE("people registry: either all people of a list are entered or none")
 {
     const Folder folder;
     const QString path = folder.path(QStringLiteral("people.sqlite"));
@@ -123,7 +123,7 @@ TEST_CASE("people registry: a card gets an owner, and is a personal card from th
     CHECK(opened(path)->person(1002) == Person{1002, QStringLiteral("山田"), QStringLiteral("y@museum.example"), {}, 0});
 }
 
-TEST_CASE("people registry: a card that nobody has printed cannot be registered")
+TEST_CASE("people registry: a card that is not in the registry cannot be registered")
 {
     const Folder folder;
     const auto registry = opened(folder.path(QStringLiteral("people.sqlite")));
@@ -144,7 +144,7 @@ TEST_CASE("people registry: a file that is something else is refused and left as
     CHECK(file.readAll() == bytes);
 }
 
-TEST_CASE("people registry: a damaged file is refused or told, never a crash")
+TEST_CASE("people registry: a damaged file is refused or reported, never a crash")
 {
     const Folder folder;
     const QString path = folder.path(QStringLiteral("people.sqlite"));
@@ -182,7 +182,7 @@ TEST_CASE("people registry: a file of a newer version is refused and left as it 
     CHECK(opened(path)->people() == People{kAnn});
 }
 
-TEST_CASE("people registry: where no file can be, the reason is told")
+TEST_CASE("people registry: where no file can be, the reason is reported")
 {
     const Folder folder;
     const QString file = folder.write(QStringLiteral("file"), "");
@@ -245,7 +245,7 @@ TEST_CASE("people registry: a presentation's people come into a new one only")
     CHECK(opened(path)->people() == People{});
 }
 
-TEST_CASE("people registry: a card is added once, whoever else adds it at the same time")
+TEST_CASE("people registry: a card that several add at the same time is added once")
 {
     const Folder folder;
     const QString path = folder.path(QStringLiteral("people.sqlite"));
@@ -294,7 +294,7 @@ TEST_CASE("people registry: cards are taken out together, or none of them")
     CHECK(registry->people() == People{kNobody});
 }
 
-TEST_CASE("people registry: what cannot be written is told and leaves everything as it was")
+TEST_CASE("people registry: what cannot be written is reported and leaves everything as it was")
 {
     const Folder folder;
     const QString path = folder.path(QStringLiteral("people.sqlite"));
@@ -344,7 +344,7 @@ TEST_CASE("people registry: the stamp shows every write, however close they foll
     }
 }
 
-TEST_CASE("people registry: the stamp of one that nobody writes to stays, also while people are read")
+TEST_CASE("people registry: the stamp of one that is not written to stays, also while people are read")
 {
     const Folder folder;
     const QString path = folder.path(QStringLiteral("people.sqlite"));

@@ -73,7 +73,7 @@ TEST_CASE("sqlite connection: several to one file do not disturb each other, and
     CHECK(QSqlDatabase::connectionNames() == before);
 }
 
-TEST_CASE("sqlite connection: a file that cannot be made is told, and nothing of the attempt stays")
+TEST_CASE("sqlite connection: a file that cannot be made is reported, and nothing of the attempt stays")
 {
     const Folder folder;
     const QStringList before = QSqlDatabase::connectionNames();

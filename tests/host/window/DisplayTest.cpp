@@ -19,7 +19,7 @@ bool isDisplayIn(const QStringList& variables)
 }
 }
 
-TEST_CASE("display: a desktop has one, and what Qt is told to use comes first")
+TEST_CASE("display: a desktop has one, and Qt's own setting comes first")
 {
     const struct
     {
