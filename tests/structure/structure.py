@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks the structure of the house: floors, folders, circles of includes, friends, sizes and words.
+"""Checks the structure of the house: floors, folders, circles of includes, friends, sizes, words, lists of tests.
 
 usage: structure.py [ROOT]
 
@@ -33,6 +33,10 @@ MOST_LINES = 350
 MOST_FRIENDS = 3  # classes; operators are not counted
 WORDS = ("somebody", "nobody", "anybody", "whoever", "whom")
 
+# A test file that names one of these starts threads.
+STARTS_THREADS = re.compile(r"\bstd::thread\b|\bBGThread\b|\bWorkerPool\b")
+THREADS_LIST = re.compile(r"\bTHREADS\s+([^()]*?)(?=\s(?:SOURCES|HELPERS|LINKS|LABELS|ENVIRONMENT)\b|\))")
+
 # What is not in order yet: (kind of fault, unit or file or folder). A line that is not needed any more is a fault, too.
 KNOWN = [
     ("circle of folders", "platform/trellis"),
@@ -60,6 +64,7 @@ ADVICE = {
     "circle of files": "Forward-declare in one of these headers, or move what both need into a third.",
     "friends": "Split what the friends reach for into records with functions of their own.",
     "lines": f"A file of more than {MOST_LINES} lines hides a second class: give it its own pair of files.",
+    "threads": "Name it under THREADS of its house_test, so that it runs under ThreadSanitizer.",
     "words": "Name the subject: which caller, class, thread or person is it?",
     "known": "Take this line out of KNOWN in tests/structure/structure.py: the place is in order.",
 }
@@ -305,7 +310,17 @@ def check_names(house):
             yield Fault("unnamed", f"platform/{folder.name}", "this library has no floor")
 
 
-CHECKS = (check_names, check_floors, check_rooms, check_files, check_friends, check_lines, check_words)
+def check_threads(house):
+    lists = [path.read_text(encoding="utf-8") for path in (house.root / "tests").rglob("CMakeLists.txt")]
+    named = {stem for text in lists for match in THREADS_LIST.finditer(text) for stem in match[1].split()}
+    for path in house.tests:
+        if path.endswith("Test.cpp") and Path(path).stem not in named:
+            found = STARTS_THREADS.search(without_comments(house.texts[path]))
+            if found:
+                yield Fault("threads", path, f"its tests start threads ({found[0]}), and no list of THREADS names it")
+
+
+CHECKS = (check_names, check_floors, check_rooms, check_files, check_friends, check_lines, check_words, check_threads)
 
 
 def is_known(fault, known):

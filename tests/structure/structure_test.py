@@ -174,6 +174,15 @@ class StructureTest(unittest.TestCase):
 auto b = R"(// anybody)"; auto d = '\\\''; // a nobodyish word
 '''}), [])
 
+    def test_a_test_that_starts_threads_is_named_under_threads(self):
+        house = {"host/a/A.cpp": "", "tests/host/ATest.cpp": "std::thread one;\n", "tests/host/BTest.cpp": "// std::thread\n"}
+        for lists in ("house_test(host_tests SOURCES a/ATest.cpp LINKS x)", "house_test(host_tests\n  THREADS BTest\n  HELPERS ATest)"):
+            fault = self.fault(house | {"tests/host/CMakeLists.txt": lists})
+            self.assertIn("tests/host/ATest.cpp: its tests start threads (std::thread)", fault)
+            self.assertIn("→ Name it under THREADS", fault)
+        for lists in ("house_test(host_tests\n  THREADS\n    BTest ATest\n  HELPERS x)", "house_test(a THREADS ATest)"):
+            self.assertEqual(self.faults(house | {"tests/host/CMakeLists.txt": lists}), [])
+
     def test_a_known_fault_is_left_out_by_file_by_folder_and_by_its_kind_alone(self):
         house = {"host/a/A.cpp": "// nobody\n"}
         for place in ("host/a/A.cpp", "host/a", "host"):
