@@ -1,8 +1,11 @@
 #include <doctest/doctest.h>
 
+#include <Pictures.hpp>
+
 #include <Lantern/ImageTarget.hpp>
 #include <Lantern/RenderContext.hpp>
 #include <Lantern/Style.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <QImage>
 #include <QRegion>
@@ -33,20 +36,6 @@ Style fill(const Bedrock::Color& color)
     return Style().setFill(color.premultiplied());
 }
 
-/// The largest difference of any colour channel of any pixel.
-int difference(const QImage& a, const QImage& b)
-{
-    REQUIRE(a.size() == b.size());
-    int largest = 0;
-    for (int y = 0; y < a.height(); ++y)
-        for (int x = 0; x < a.width(); ++x) {
-            const QColor p = a.pixelColor(x, y), q = b.pixelColor(x, y);
-            largest =
-                std::max({largest, std::abs(p.red() - q.red()), std::abs(p.green() - q.green()), std::abs(p.blue() - q.blue())});
-        }
-    return largest;
-}
-
 /// Sum of the differences in red, of the red in `b`: tolerant of edges whose pixels are covered a little differently.
 double shareThatDiffers(const QImage& a, const QImage& b)
 {
@@ -71,7 +60,7 @@ int pixelsLit(const QImage& image)
 
 TEST_CASE("painter context: a transform maps as the transform says")
 {
-    const auto transform = Vecta::Transform::translation({50, 20}) * Vecta::Transform::rotation(float(M_PI / 2));
+    const auto transform = Vecta::Transform::translation({50, 20}) * Vecta::Transform::rotation(float(Vecta::kPi / 2));
     const QImage turned = picture([&](RenderContext& c) {
         c.pushTransform(transform);
         c.drawRect({0, 0, 20, 10}, 0.f, fill(kRed));
@@ -82,7 +71,7 @@ TEST_CASE("painter context: a transform maps as the transform says")
         c.drawRect({40, 20, 10, 20}, 0.f, fill(kRed));
         c.drawRect({0, 0, 5, 5}, 0.f, fill(kBlue));
     });
-    CHECK(difference(turned, straight) <= 1);
+    CHECK_PICTURE(turned, straight, 1);
     CHECK(straight.pixelColor(45, 30) == QColor(Qt::red));
 }
 
@@ -102,7 +91,7 @@ TEST_CASE("painter context: nested transforms equal their product")
         c.drawRect({0, 0, 20, 10}, 3.f, fill(kRed));
         c.pop();
     });
-    CHECK(difference(nested, product) <= 1);
+    CHECK_PICTURE(nested, product, 1);
     CHECK(pixelsLit(product) > 100);
 }
 
@@ -132,7 +121,7 @@ TEST_CASE("painter context: what overlaps in a layer does not shine through")
         c.drawRect({10, 10, 40, 40}, 0.f, fill({0.5f, 0, 0, 1}));
         c.drawRect({30, 30, 40, 40}, 0.f, fill({0, 0, 0.5f, 1}));
     });
-    CHECK(difference(layered, apart) <= 2);
+    CHECK_PICTURE(layered, apart, 2);
 }
 
 TEST_CASE("painter context: a layer under a transform, an opacity and a clip lies where its content lies")
@@ -155,7 +144,7 @@ TEST_CASE("painter context: a layer under a transform, an opacity and a clip lie
             c.pop();
         });
     };
-    CHECK(difference(scene(true), scene(false)) <= 2);
+    CHECK_PICTURE(scene(true), scene(false), 2);
     CHECK(pixelsLit(scene(true)) > 200);
 }
 
@@ -190,7 +179,7 @@ TEST_CASE("painter context: a clip holds until its pop, and clips intersect")
         c.drawRect({40, 40, 20, 20}, 0.f, fill(kRed));
         c.drawRect({90, 0, 10, 10}, 0.f, fill(kBlue));
     });
-    CHECK(difference(clipped, drawn) == 0);
+    CHECK_PICTURE(clipped, drawn, 0);
 }
 
 TEST_CASE("painter context: a rounded clip looks like a rounded rectangle")
@@ -202,7 +191,7 @@ TEST_CASE("painter context: a rounded clip looks like a rounded rectangle")
     });
     const QImage drawn = picture([](RenderContext& c) { c.drawRect({10, 10, 60, 60}, 15.f, fill(kRed)); });
     CHECK(clipped.pixelColor(11, 11) == QColor(Qt::black));
-    CHECK(difference(clipped, drawn) <= 40); // edge pixels round differently
+    CHECK_PICTURE(clipped, drawn, 40); // edge pixels round differently
     CHECK(std::abs(pixelsLit(clipped) - pixelsLit(drawn)) < 20);
 }
 
@@ -234,11 +223,11 @@ TEST_CASE("painter context: visibility follows damage, clip, transform and opaci
 TEST_CASE("painter context: a whole arc looks like a circle, and an arc runs clockwise from the right")
 {
     const Style ring = Style().setStroke(kRed, 6.f);
-    const QImage arc = picture([&](RenderContext& c) { c.drawArc({50, 50}, 30.f, 0.f, float(2 * M_PI), ring); });
+    const QImage arc = picture([&](RenderContext& c) { c.drawArc({50, 50}, 30.f, 0.f, float(Vecta::kTwoPi), ring); });
     const QImage circle = picture([&](RenderContext& c) { c.drawRect({20, 20, 60, 60}, 30.f, ring); });
     CHECK(shareThatDiffers(arc, circle) < 0.06);
 
-    const QImage quarter = picture([&](RenderContext& c) { c.drawArc({50, 50}, 30.f, 0.f, float(M_PI / 2), ring); });
+    const QImage quarter = picture([&](RenderContext& c) { c.drawArc({50, 50}, 30.f, 0.f, float(Vecta::kPi / 2), ring); });
     CHECK(quarter.pixelColor(71, 71) == QColor(Qt::red));
     CHECK(quarter.pixelColor(71, 28) == QColor(Qt::black));
     CHECK(quarter.pixelColor(28, 71) == QColor(Qt::black));
@@ -248,8 +237,8 @@ TEST_CASE("painter context: turns beyond a whole one draw one circle")
 {
     const Style ring = Style().setStroke(Bedrock::Color{1, 0, 0, 0.5f}.premultiplied(), 6.f);
     const QImage many = picture([&](RenderContext& c) { c.drawArc({50, 50}, 30.f, 0.f, 1000.f, ring); });
-    const QImage one = picture([&](RenderContext& c) { c.drawArc({50, 50}, 30.f, 0.f, float(2 * M_PI), ring); });
-    CHECK(difference(many, one) <= 2);
+    const QImage one = picture([&](RenderContext& c) { c.drawArc({50, 50}, 30.f, 0.f, float(Vecta::kTwoPi), ring); });
+    CHECK_PICTURE(many, one, 2);
 }
 
 TEST_CASE("painter context: arcs without a sensible shape draw nothing")
@@ -287,7 +276,7 @@ TEST_CASE("painter context: a huge or tiny circle ends in time")
 
 TEST_CASE("painter context: four segments make a square")
 {
-    const QImage diamond = picture([](RenderContext& c) { c.drawArc({50, 50}, 30.f, 0.f, float(2 * M_PI), fill(kRed), 4); });
+    const QImage diamond = picture([](RenderContext& c) { c.drawArc({50, 50}, 30.f, 0.f, float(Vecta::kTwoPi), fill(kRed), 4); });
     CHECK(diamond.pixelColor(78, 50) == QColor(Qt::red));
     CHECK(diamond.pixelColor(68, 68) == QColor(Qt::black));
 }
@@ -330,6 +319,6 @@ TEST_CASE("painter context: text shows in its colour at its origin")
         c.pop();
     });
     CHECK(pixelsLit(left) > 50);
-    CHECK(difference(left, moved) == 0);
+    CHECK_PICTURE(left, moved, 0);
     CHECK(pixelsLit(picture([&](RenderContext& c) { c.drawText(layout, {10, 20}, {0, 0, 0, 0}); })) == 0);
 }

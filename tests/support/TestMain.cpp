@@ -2,6 +2,7 @@
 #include <doctest/doctest.h>
 
 #include "LogRecord.hpp"
+#include "Pictures.hpp"
 
 #include <QGuiApplication>
 
@@ -31,6 +32,7 @@ public:
         // What a thread logged after the last test ended belongs to no test, and is not lost for that.
         check("between tests");
         m_name = data.m_name;
+        TestSupport::setCurrentTest(data.m_name);
         ++testCasesRun;
     }
     void test_case_reenter(const doctest::TestCaseData&) override { check(m_name); }
