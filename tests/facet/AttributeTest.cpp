@@ -49,7 +49,7 @@ TEST_CASE("attribute: the highest layer that is set shows, and clearing it lets 
     CHECK(attribute.hasValue(Facet::kDefaultLayer));
 }
 
-TEST_CASE("attribute: listeners hear of changes of the visible value and of nothing else")
+TEST_CASE("attribute: listeners are called for changes of the visible value and for nothing else")
 {
     struct Row
     {

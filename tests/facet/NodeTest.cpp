@@ -54,7 +54,7 @@ TEST_CASE("node: declared events keep the order of declaration, and a second dec
     CHECK(node.eventsOut()[1] == EventName("a"));
 }
 
-TEST_CASE("node: an event that was not declared is a warning and reaches nobody")
+TEST_CASE("node: an event that was not declared is a warning and is not sent")
 {
     Node node;
     bool heard = false;
@@ -98,7 +98,7 @@ TEST_CASE("node: every listener reads the payload from its first value, also aft
     CHECK(payload.readInt64() == 7);
 }
 
-TEST_CASE("node: a listener added while an event is sent hears the next one")
+TEST_CASE("node: a listener added while an event is sent receives the next one")
 {
     Node node;
     node.eventAddOut("e");
@@ -115,7 +115,7 @@ TEST_CASE("node: a listener added while an event is sent hears the next one")
     CHECK(late == 50);
 }
 
-TEST_CASE("node: a listener removed while an event is sent hears nothing more, one that removes itself finishes its call")
+TEST_CASE("node: a listener removed while an event is sent is not called any more, one that removes itself finishes its call")
 {
     Node node;
     node.eventAddOut("e");

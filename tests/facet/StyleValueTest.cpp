@@ -2,6 +2,8 @@
 
 #include <Facet/StyleValue.hpp>
 
+#include <string>
+
 using Facet::StyleTerm;
 using Facet::StyleValue;
 using Kind = Facet::StyleTerm::Kind;
@@ -26,7 +28,7 @@ TEST_CASE("style value: functions close after their last argument, nested and em
     CHECK(value.toString() == QStringLiteral("outer(inner(1 a) b) none() c"));
 }
 
-TEST_CASE("style value: a run of numbers, commas and hyphens is told from all else")
+TEST_CASE("style value: a run of numbers, commas and hyphens is one, and nothing else")
 {
     const StyleTerm number{Kind::Number, "20", 20, {}};
     const StyleTerm negative{Kind::Number, "-25", -25, {}};
@@ -36,7 +38,7 @@ TEST_CASE("style value: a run of numbers, commas and hyphens is told from all el
     const StyleTerm word{Kind::Ident, "a", 0, {}};
     struct Row
     {
-        const char* name;
+        std::string name;
         QVector<StyleTerm> terms;
         bool isRun;
     };

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <string>
 
 using namespace Vecta;
 
@@ -19,7 +20,7 @@ TEST_CASE("angle: wrapping keeps the direction and lies within one turn")
 {
     struct Row
     {
-        const char* name;
+        std::string name;
         double angle, wrapped;
     };
     for (const Row& row : {Row{"none", 0.0, 0.0}, Row{"within", 1.5, 1.5}, Row{"a full turn", kTwoPi, 0.0},

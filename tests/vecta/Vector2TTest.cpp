@@ -19,7 +19,7 @@ TEST_CASE("vector: adds, subtracts, scales and compares by value")
     CHECK(dot(a, b) == -5.f);
 }
 
-TEST_CASE("vector: knows its length")
+TEST_CASE("vector: has a length")
 {
     CHECK(Vector2f(3.f, 4.f).length() == 5.f);
     CHECK(Vector2f(3.f, 4.f).lengthSquared() == 25.f);

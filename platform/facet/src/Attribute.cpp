@@ -2,10 +2,10 @@
 
 #include "ListenerList.hpp"
 
+#include <Bedrock/Guarded.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Facet/Node.hpp>
 
-#include <exception>
 #include <utility>
 #include <vector>
 
@@ -91,18 +91,11 @@ void Attribute::notifyChanged()
         m_host->attributeChanged(*this);
     if (!listeners)
         return;
+    const auto failed = [attributeName](const char* reason) {
+        Bedrock::Trace::error("Attribute::notifyChanged # A listener of attribute '%s' failed: %s",
+                              attributeName.text().constData(), reason);
+    };
     listeners->list.forEach([&listeners] { return listeners->attributeIsAlive; },
-                            [&attributeName](const std::function<void()>& listener) {
-                                try {
-                                    listener();
-                                } catch (const std::exception& exception) {
-                                    Bedrock::Trace::error("Attribute::notifyChanged # A listener of attribute '%s' failed: %s",
-                                                          attributeName.text().constData(), exception.what());
-                                } catch (...) {
-                                    Bedrock::Trace::error(
-                                        "Attribute::notifyChanged # A listener of attribute '%s' failed: unknown exception",
-                                        attributeName.text().constData());
-                                }
-                            });
+                            [&failed](const std::function<void()>& listener) { Bedrock::guarded(listener, failed); });
 }
 }

@@ -3,13 +3,13 @@
 #include "ListenerList.hpp"
 
 #include <Bedrock/AfterUpdateQueue.hpp>
+#include <Bedrock/Guarded.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Facet/Attribute.hpp>
 #include <Facet/NameTable.hpp>
 
 #include <algorithm>
 #include <atomic>
-#include <exception>
 #include <utility>
 
 namespace Facet
@@ -69,23 +69,6 @@ struct Node::Events
     }
 };
 
-namespace
-{
-/// Logs the exception in flight, which a listener threw. `what` says what it listened to.
-void reportFailure(const char* function, const QByteArray& what, long node)
-{
-    QByteArray reason("unknown exception");
-    try {
-        throw;
-    } catch (const std::exception& exception) {
-        reason = exception.what();
-    } catch (...) {
-    }
-    Bedrock::Trace::error("Node::%s # A listener of %s of node %ld failed: %s", function, what.constData(), node,
-                          reason.constData());
-}
-}
-
 Node::Node() : m_id(generateId()) {}
 
 Node::~Node()
@@ -95,15 +78,13 @@ Node::~Node()
     // Attributes owned by a base that is destroyed later must not look for their node.
     for (Attribute* attribute : m_attributes)
         attribute->m_host = nullptr;
-    if (m_events)
-        m_events->endListeners.forEach([] { return true; },
-                                       [this](const std::function<void()>& listener) {
-                                           try {
-                                               listener();
-                                           } catch (...) {
-                                               reportFailure("~Node", "the end", m_id);
-                                           }
-                                       });
+    if (!m_events)
+        return;
+    const auto failed = [this](const char* reason) {
+        Bedrock::Trace::error("Node::~Node # A listener of the end of node %ld failed: %s", m_id, reason);
+    };
+    m_events->endListeners.forEach([] { return true; },
+                                   [&](const std::function<void()>& listener) { Bedrock::guarded(listener, failed); });
 }
 
 long Node::generateId() noexcept
@@ -179,14 +160,12 @@ void Node::eventSend(EventName name, Bedrock::BinaryData& payload)
             callback.withPayload(payload);
         }
     };
+    const auto failed = [&](const char* reason) {
+        Bedrock::Trace::error("Node::eventSend # A listener of event '%s' of node %ld failed: %s", name.text().constData(), node,
+                              reason);
+    };
     channel->listeners.forEach([&events] { return events->nodeIsAlive; },
-                               [&](Events::Callback& callback) {
-                                   try {
-                                       call(callback);
-                                   } catch (...) {
-                                       reportFailure("eventSend", "event '" + name.text() + '\'', node);
-                                   }
-                               });
+                               [&](Events::Callback& callback) { Bedrock::guarded([&] { call(callback); }, failed); });
     payload.rewind();
 }
 

@@ -137,7 +137,7 @@ TEST_CASE("style sheet loader: a sheet may be imported in two places, and counts
     CHECK(node.height == 3.f);
 }
 
-TEST_CASE("style sheet loader: a sheet that imports itself, by whatever name, is told and holds once")
+TEST_CASE("style sheet loader: a sheet that imports itself, by whatever name, is a warning and holds once")
 {
     StyleFixture fixture;
     Folder folder;

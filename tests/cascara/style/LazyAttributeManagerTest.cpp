@@ -56,7 +56,7 @@ TEST_CASE("lazy attribute: is made once per node, when a style sheet first names
     CHECK(fixture["m"].attribute("lazy-a") == nullptr);
 }
 
-TEST_CASE("lazy attribute: goes with its node, whose listeners hear nothing of it")
+TEST_CASE("lazy attribute: goes with its node, without calling its listeners")
 {
     const LazyAttributeManager::Registrant registrant("lazy-b", &makeTracking);
     StyleFixture fixture;

@@ -47,7 +47,7 @@ TEST_CASE("rule index: a node is offered the selectors whose most selective feat
     index.build(sheets);
     struct Row
     {
-        const char* name;
+        std::string name;
         NodeFeatures node;
         const char* expected;
     };

@@ -109,7 +109,7 @@ TEST_CASE("style engine: clearing the sheets withdraws all they set")
     CHECK(node.width == 2.f);
 }
 
-TEST_CASE("style engine: tells which declarations match, the winning one last")
+TEST_CASE("style engine: lists the declarations that match, the winning one last")
 {
     StyleFixture fixture;
     auto& node = fixture.add("", "N", "n", "a");

@@ -129,7 +129,7 @@ TEST_CASE("styleable: a class that is named twice in a list goes once")
     CHECK(node.cssClasses() == QList<QByteArray>{"b", "a"}); // it comes back as the last one
 }
 
-TEST_CASE("styleable: parents know their children in the order in which they came, until they go")
+TEST_CASE("styleable: parents list their children in the order in which they came, until they go")
 {
     StyleFixture fixture;
     auto& root = fixture.add("", "Root", "root");

@@ -2,13 +2,13 @@
 
 #include "style/StyleEnginePrivate.hpp"
 
+#include <Bedrock/Guarded.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Facet/Attribute.hpp>
 #include <Facet/NameTable.hpp>
 #include <Facet/Node.hpp>
 
 #include <algorithm>
-#include <exception>
 #include <unordered_map>
 #include <utility>
 
@@ -73,17 +73,17 @@ Facet::Attribute* LazyAttributeManager::create(Styleable& styleable, const QByte
     const long nodeId = styleable.node().id();
     const std::vector<Entry> entries = found->second; // a creator may register others
     for (const Entry& entry : entries) {
-        try {
-            auto attribute = entry.creator(styleable, name);
-            if (!node->owner)
-                return nullptr;
-            if (attribute) {
-                node->lazyAttributes.push_back({entry.id, std::move(attribute)});
-                return node->lazyAttributes.back().attribute.get();
-            }
-        } catch (const std::exception& exception) {
-            Bedrock::Trace::error("LazyAttributeManager # Making attribute '%s' of node %ld failed: %s", name.constData(), nodeId,
-                                  exception.what());
+        std::unique_ptr<Facet::Attribute> attribute;
+        Bedrock::guarded([&] { attribute = entry.creator(styleable, name); },
+                         [&](const char* reason) {
+                             Bedrock::Trace::error("LazyAttributeManager # Making attribute '%s' of node %ld failed: %s",
+                                                   name.constData(), nodeId, reason);
+                         });
+        if (!node->owner)
+            return nullptr;
+        if (attribute) {
+            node->lazyAttributes.push_back({entry.id, std::move(attribute)});
+            return node->lazyAttributes.back().attribute.get();
         }
     }
     return nullptr;
