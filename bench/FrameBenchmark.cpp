@@ -41,6 +41,31 @@ void idleFrame(benchmark::State& state)
 }
 BENCHMARK(idleFrame)->Arg(10)->Arg(100)->Arg(1000);
 
+/// A point of a widget so many levels down, while the layout is up to date.
+void mapToScene(benchmark::State& state)
+{
+    Trellis::Application application({1920.f, 1080.f});
+    Trellis::Widget* widget = application.mainLayer().get();
+    for (int i = 0; i < state.range(0); ++i) {
+        widget = new Trellis::Widget(widget);
+        widget->setLocation({3.f, 5.f});
+        widget->setRotation(0.1f);
+    }
+    application.frame(0.016);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(widget->mapToScene({1.f, 2.f}));
+}
+BENCHMARK(mapToScene)->Arg(2)->Arg(5)->Arg(20);
+
+/// A widget as a screen full of tiles makes them.
+void makeWidget(benchmark::State& state)
+{
+    Trellis::Application application({1920.f, 1080.f});
+    for (auto _ : state)
+        benchmark::DoNotOptimize(Bedrock::makeIntrusive<Trellis::Widget>());
+}
+BENCHMARK(makeWidget);
+
 void moveOneWidget(benchmark::State& state)
 {
     Table table(int(state.range(0)));

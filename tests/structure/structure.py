@@ -39,13 +39,7 @@ THREADS_LIST = re.compile(r"\bTHREADS\s+([^()]*?)(?=\s(?:SOURCES|HELPERS|LINKS|L
 
 # What is not in order yet: (kind of fault, unit or file or folder). A line that is not needed any more is a fault, too.
 KNOWN = [
-    ("circle of folders", "platform/trellis"),
-    ("friends", "platform/trellis"),
     ("lines", "host/services/email/Outbox.cpp"),
-    ("lines", "platform/trellis/src/input/WidgetInput.cpp"),
-    ("lines", "platform/trellis/src/layout/LayoutEngine.cpp"),
-    ("lines", "platform/trellis/src/text/TextEditWidget.cpp"),
-    ("lines", "platform/trellis/src/tree/Widget.cpp"),
     ("words", "host"),
     ("words", "platform/bedrock"),
     ("words", "platform/tactile"),

@@ -3,7 +3,6 @@
 #include "EventLoop.hpp"
 #include "Scene.hpp"
 
-#include <Bedrock/AfterUpdateQueue.hpp>
 #include <Trellis/ImageWidget.hpp>
 
 #include <QImage>
@@ -12,7 +11,7 @@
 
 #include <doctest/doctest.h>
 
-namespace TestSupport
+namespace TrellisTest
 {
 /// Left half of one colour, right half of another.
 inline QImage halves(int width, int height, QColor left = Qt::red, QColor right = Qt::blue)
@@ -27,8 +26,6 @@ inline QImage halves(int width, int height, QColor left = Qt::red, QColor right 
 struct ImageScene : Scene
 {
     using Scene::Scene;
-    ~ImageScene() { Bedrock::AfterUpdateQueue::instance().clear(); } // of wishes that no frame came to
-
     QTemporaryDir folder;
 
     QString path(const char* name) const { return folder.filePath(QString::fromLatin1(name)); }
@@ -46,7 +43,7 @@ struct ImageScene : Scene
     /// Frames until no picture is under way.
     void settle()
     {
-        REQUIRE(pumpUntil([this] {
+        REQUIRE(TestSupport::pumpUntil([this] {
             frame();
             return app.pendingImages() == 0;
         }));

@@ -1,35 +1,67 @@
 #pragma once
 
+#include <Pictures.hpp>
+#include <ScriptedInput.hpp>
+
+#include <Bedrock/AfterUpdateQueue.hpp>
+#include <Bedrock/BinaryData.hpp>
+#include <Cascara/StyleEngine.hpp>
 #include <Trellis/Application.hpp>
 #include <Trellis/Widget.hpp>
+#include <Vecta/Angle.hpp>
+
+#include <doctest/doctest.h>
 
 #include <QImage>
 #include <QRegion>
+#include <QString>
 
-#include <algorithm>
-#include <cstdlib>
+#include <string>
+#include <vector>
 
-namespace TestSupport
+namespace TrellisTest
 {
-/// A small table whose widgets are placed by hand, and what drawing tests compare.
-struct Scene
+using TestSupport::difference;
+using TestSupport::litBounds;
+
+constexpr float kPi = Vecta::kPiOf<float>;
+constexpr double kFrameSeconds = 1.0 / 60.0;
+/// A scene whose pictures are compared pixel by pixel.
+constexpr Vecta::Vector2f kSmall{200.f, 200.f};
+
+inline const Bedrock::Color kRed{1.f, 0.f, 0.f, 1.f};
+inline const Bedrock::Color kGreen{0.f, 1.f, 0.f, 1.f};
+inline const Bedrock::Color kBlue{0.f, 0.f, 1.f, 1.f};
+inline const Bedrock::Color kWhite{1.f, 1.f, 1.f, 1.f};
+
+inline doctest::Approx near(float value)
 {
-    explicit Scene(Vecta::Vector2f size = {200.f, 200.f}) : app(size) {}
+    return doctest::Approx(double(value)).epsilon(1e-4);
+}
 
-    Trellis::Application app;
+#define CHECK_POINT(point, expectedX, expectedY)                                                                                 \
+    do {                                                                                                                         \
+        const Vecta::Vector2f checkedPoint = (point);                                                                            \
+        CHECK(checkedPoint.x == doctest::Approx(double(expectedX)).epsilon(1e-4));                                               \
+        CHECK(checkedPoint.y == doctest::Approx(double(expectedY)).epsilon(1e-4));                                               \
+    } while (false)
 
-    Trellis::Widget& root() { return *app.mainLayer(); }
-    void frame(double dt = 1.0 / 60.0) { app.frame(dt); }
-    QImage picture() { return app.renderToImage(); }
-};
-
-/// The picture of a scene of its own, to compare with: there is one application at a time.
-template <class Build>
-QImage pictureOf(Build build, Vecta::Vector2f size = {200.f, 200.f})
+/// Gives a widget declarations of its own, on the style layer.
+inline void style(Trellis::Widget& widget, const char* declarations)
 {
-    Scene scene(size);
-    build(scene);
-    return scene.picture();
+    const QByteArray id = "w" + QByteArray::number(qlonglong(widget.id()));
+    widget.setCSSId(id);
+    Cascara::StyleEngine::instance().addStyleSheet(
+        QStringLiteral("#%1 { %2 }").arg(QString::fromLatin1(id), QString::fromUtf8(declarations)), QStringLiteral("test.css"));
+}
+
+/// Sets an attribute on the run-time layer.
+template <class T>
+void set(Trellis::Widget& widget, const char* attribute, T value)
+{
+    auto* typed = dynamic_cast<Facet::AttributeT<T>*>(widget.attribute(attribute));
+    REQUIRE_MESSAGE(typed, attribute);
+    typed->setValue(std::move(value));
 }
 
 template <class W>
@@ -40,52 +72,71 @@ W& place(W& widget, const Vecta::Rect& rect)
     return widget;
 }
 
-template <class T>
-void set(Trellis::Widget& widget, const char* attribute, T value)
-{
-    auto* typed = dynamic_cast<Facet::AttributeT<T>*>(widget.attribute(attribute));
-    Q_ASSERT_X(typed, "set", attribute);
-    typed->setValue(std::move(value));
-}
-
 /// A new widget in `parent`, of one colour.
 inline Trellis::Widget& box(Trellis::Widget& parent, const Vecta::Rect& rect, const Bedrock::Color& color)
 {
-    auto widget = Bedrock::makeIntrusive<Trellis::Widget>();
-    parent.addChild(widget);
+    auto* widget = new Trellis::Widget(&parent);
     place(*widget, rect);
     set(*widget, "background-color", color);
     return *widget;
 }
 
-/// The largest difference of any colour channel of any pixel.
-inline int difference(const QImage& a, const QImage& b)
+/// A table with a scripted input, cranked by hand. Style sheets and what waits for an update end with it.
+struct Scene
 {
-    if (a.size() != b.size())
-        return 256;
-    int largest = 0;
-    for (int y = 0; y < a.height(); ++y)
-        for (int x = 0; x < a.width(); ++x) {
-            const QColor p = a.pixelColor(x, y), q = b.pixelColor(x, y);
-            largest =
-                std::max({largest, std::abs(p.red() - q.red()), std::abs(p.green() - q.green()), std::abs(p.blue() - q.blue())});
-        }
-    return largest;
+    explicit Scene(Vecta::Vector2f size = {1000.f, 800.f}) : app(size) { app.addInputSource(input); }
+    ~Scene()
+    {
+        app.removeInputSource(input);
+        Cascara::StyleEngine::instance().clearStyleSheets();
+        Bedrock::AfterUpdateQueue::instance().clear();
+    }
+    Scene(const Scene&) = delete;
+    Scene& operator=(const Scene&) = delete;
+
+    Trellis::Widget& root() { return *app.mainLayer(); }
+    void frame(double dtSeconds = kFrameSeconds) { app.frame(dtSeconds); }
+    void frames(int count = 1, double dtSeconds = kFrameSeconds)
+    {
+        for (int i = 0; i < count; ++i)
+            app.frame(dtSeconds);
+    }
+    QImage picture() { return app.renderToImage(); }
+    /// A widget on the main layer, out of the flow, with more declarations of its own.
+    Trellis::Widget& box(float x, float y, float width, float height, const char* more = "")
+    {
+        auto* widget = new Trellis::Widget(app.mainLayer().get());
+        style(*widget,
+              ("position: absolute; left: " + std::to_string(x) + "px; top: " + std::to_string(y)
+               + "px; width: " + std::to_string(width) + "px; height: " + std::to_string(height) + "px; " + more)
+                  .c_str());
+        return *widget;
+    }
+
+    Trellis::Application app;
+    TestSupport::ScriptedInput input;
+};
+
+/// The picture of a scene of its own, to compare with: there is one application at a time.
+template <class Build>
+QImage pictureOf(Build build, Vecta::Vector2f size = kSmall)
+{
+    Scene scene(size);
+    build(scene);
+    return scene.picture();
 }
 
-/// Around all pixels that are not black; null when there is none.
-inline QRect litBounds(const QImage& image)
+/// Counts an event of a widget.
+struct EventCount
 {
-    QRect bounds;
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x)
-            if (image.pixelColor(x, y) != QColor(Qt::black))
-                bounds |= QRect(x, y, 1, 1);
-    return bounds;
-}
-
-inline const Bedrock::Color kRed{1.f, 0.f, 0.f, 1.f};
-inline const Bedrock::Color kGreen{0.f, 1.f, 0.f, 1.f};
-inline const Bedrock::Color kBlue{0.f, 0.f, 1.f, 1.f};
-inline const Bedrock::Color kWhite{1.f, 1.f, 1.f, 1.f};
+    EventCount(Trellis::Widget& widget, const char* name)
+    {
+        widget.eventAddListenerBd(name, [this](Bedrock::BinaryData& payload) {
+            ++count;
+            last = payload;
+        });
+    }
+    int count = 0;
+    Bedrock::BinaryData last;
+};
 }

@@ -1,5 +1,5 @@
 #include "../../facet/AllocationCounter.hpp"
-#include "TestScene.hpp"
+#include "Scene.hpp"
 
 #include <LogCapture.hpp>
 
@@ -43,7 +43,7 @@ TEST_CASE("application: there is one, and it is known while it lives")
 {
     CHECK(Trellis::Application::instance() == nullptr);
     {
-        TestScene scene;
+        Scene scene;
         CHECK(Trellis::Application::instance() == &scene.app);
         CHECK(scene.app.mainLayer()->parent() == nullptr);
         CHECK(scene.app.grabManager() != nullptr);
@@ -53,7 +53,7 @@ TEST_CASE("application: there is one, and it is known while it lives")
 
 TEST_CASE("application: time is the sum of the frames, and never runs backwards")
 {
-    TestScene scene;
+    Scene scene;
     scene.frames(4, 0.25);
     CHECK(scene.app.time() == doctest::Approx(1.0));
     CHECK(scene.app.frameNumber() == 4);
@@ -64,7 +64,7 @@ TEST_CASE("application: time is the sum of the frames, and never runs backwards"
 
 TEST_CASE("application: a frame goes through input, update, after update and layout, in this order")
 {
-    TestScene scene;
+    Scene scene;
     std::string order;
     auto& touched = scene.box(100, 100, 100, 100);
     touched.eventAddListener("interaction-begin", [&] { order += "input "; });
@@ -86,7 +86,7 @@ TEST_CASE("application: a frame goes through input, update, after update and lay
 
 TEST_CASE("application: what is queued for after the update during that step waits for the next frame")
 {
-    TestScene scene;
+    Scene scene;
     int calls = 0;
     Facet::Node::invokeAfterUpdate([&] {
         ++calls;
@@ -101,7 +101,7 @@ TEST_CASE("application: what is queued for after the update during that step wai
 
 TEST_CASE("application: only widgets that want it are updated, and only in the tree")
 {
-    TestScene scene;
+    Scene scene;
     auto* ticker = new Ticker(scene.app.mainLayer().get());
     for (int i = 0; i < 20; ++i)
         scene.box(0, 0, 10, 10);
@@ -120,7 +120,7 @@ TEST_CASE("application: only widgets that want it are updated, and only in the t
 
 TEST_CASE("application: updating widgets may come and go while they are updated")
 {
-    TestScene scene;
+    Scene scene;
     auto* first = new Ticker(scene.app.mainLayer().get());
     const IntrusiveWeakPtr<Widget> second(new Ticker(scene.app.mainLayer().get()));
     auto* third = new Ticker(scene.app.mainLayer().get());
@@ -145,7 +145,7 @@ TEST_CASE("application: updating widgets may come and go while they are updated"
 
 TEST_CASE("application: a widget may delete its parent while it is updated")
 {
-    TestScene scene;
+    Scene scene;
     const IntrusiveWeakPtr<Widget> parent(&scene.box(0, 0, 10, 10));
     auto* ticker = new Ticker(parent.lock().get());
     auto* sibling = new Ticker(parent.lock().get());
@@ -158,7 +158,7 @@ TEST_CASE("application: a widget may delete its parent while it is updated")
 
 TEST_CASE("application: an exception in an update is logged, and the others are updated")
 {
-    TestScene scene;
+    Scene scene;
     auto* bad = new Ticker(scene.app.mainLayer().get());
     auto* good = new Ticker(scene.app.mainLayer().get());
     bad->onUpdate = [] { throw std::runtime_error("no power"); };
@@ -169,7 +169,7 @@ TEST_CASE("application: an exception in an update is logged, and the others are 
 
 TEST_CASE("application: a frame inside a frame is none")
 {
-    TestScene scene;
+    Scene scene;
     auto* ticker = new Ticker(scene.app.mainLayer().get());
     ticker->onUpdate = [&] { scene.app.frame(1.0); };
     scene.frames(1, 0.5);
@@ -179,7 +179,7 @@ TEST_CASE("application: a frame inside a frame is none")
 
 TEST_CASE("application: a frame pumps Qt's events, and destroys what waits to be destroyed")
 {
-    TestScene scene;
+    Scene scene;
     bool fired = false;
     QTimer::singleShot(0, [&] { fired = true; });
     auto* object = new QObject;
@@ -193,7 +193,7 @@ TEST_CASE("application: a frame pumps Qt's events, and destroys what waits to be
 
 TEST_CASE("application: a destructor may take other widgets away")
 {
-    TestScene scene;
+    Scene scene;
     class Last final : public Widget
     {
     public:
@@ -212,7 +212,7 @@ TEST_CASE("application: a destructor may take other widgets away")
 
 TEST_CASE("application: a steady frame damages nothing, needs no other frame, and allocates nothing")
 {
-    TestScene scene;
+    Scene scene;
     for (int i = 0; i < 10; ++i) {
         auto& box = scene.box(float(i), 0, 100, 100, "movable: true;");
         new Widget(&box);
@@ -234,7 +234,7 @@ TEST_CASE("application: a steady frame damages nothing, needs no other frame, an
 
 TEST_CASE("application: nothing to do means no frame is needed")
 {
-    TestScene scene;
+    Scene scene;
     auto& box = scene.box(0, 0, 100, 100);
     scene.frames(2);
     (void)scene.app.takeDamage();
@@ -250,7 +250,7 @@ TEST_CASE("application: nothing to do means no frame is needed")
 
 TEST_CASE("application: a drag allocates nothing once it runs")
 {
-    TestScene scene;
+    Scene scene;
     auto& box = scene.box(100, 100, 100, 100, "movable: true; rotatable: true; scalable: true;");
     (void)box.location();
     scene.input.fingerDown(1, {120, 150});

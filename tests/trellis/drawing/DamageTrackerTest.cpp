@@ -10,6 +10,7 @@
 #include <random>
 
 using namespace TestSupport;
+using namespace TrellisTest;
 using Trellis::Widget;
 
 namespace
@@ -23,7 +24,7 @@ QRegion damageOfFrame(Scene& scene)
 
 TEST_CASE("damage: the first frame damages the whole table, the next one nothing")
 {
-    Scene scene;
+    Scene scene(kSmall);
     box(scene.root(), {10, 10, 20, 20}, kRed);
     CHECK(damageOfFrame(scene) == QRegion(0, 0, 200, 200));
     CHECK(damageOfFrame(scene).isEmpty());
@@ -33,7 +34,7 @@ TEST_CASE("damage: the first frame damages the whole table, the next one nothing
 
 TEST_CASE("damage: a widget that moves damages where it was and where it is")
 {
-    Scene scene;
+    Scene scene(kSmall);
     Widget& widget = box(scene.root(), {10, 10, 20, 20}, kRed);
     box(scene.root(), {10, 100, 20, 20}, kRed);
     damageOfFrame(scene);
@@ -46,7 +47,7 @@ TEST_CASE("damage: a widget that moves damages where it was and where it is")
 
 TEST_CASE("damage: what stands in a moving widget is damaged along, also outside it")
 {
-    Scene scene;
+    Scene scene(kSmall);
     Widget& widget = box(scene.root(), {10, 10, 20, 20}, kRed);
     box(widget, {50, 0, 10, 10}, kBlue);
     damageOfFrame(scene);
@@ -60,7 +61,7 @@ TEST_CASE("damage: what stands in a moving widget is damaged along, also outside
 
 TEST_CASE("damage: another colour damages the widget only")
 {
-    Scene scene;
+    Scene scene(kSmall);
     Widget& widget = box(scene.root(), {10, 10, 20, 20}, kRed);
     box(widget, {50, 0, 10, 10}, kBlue);
     damageOfFrame(scene);
@@ -70,7 +71,7 @@ TEST_CASE("damage: another colour damages the widget only")
 
 TEST_CASE("damage: a widget that is added, removed or hidden damages its place")
 {
-    Scene scene;
+    Scene scene(kSmall);
     damageOfFrame(scene);
     Widget& widget = box(scene.root(), {10, 10, 20, 20}, kRed);
     CHECK(damageOfFrame(scene) == QRegion(10, 10, 20, 20));
@@ -87,7 +88,7 @@ TEST_CASE("damage: a widget that is added, removed or hidden damages its place")
 
 TEST_CASE("damage: a widget that comes and goes between two frames leaves no trace")
 {
-    Scene scene;
+    Scene scene(kSmall);
     damageOfFrame(scene);
     Widget& widget = box(scene.root(), {10, 10, 20, 20}, kRed);
     widget.removeFromParent();
@@ -96,7 +97,7 @@ TEST_CASE("damage: a widget that comes and goes between two frames leaves no tra
 
 TEST_CASE("damage: areas outside the table and outside a clipping parent do not count")
 {
-    Scene scene;
+    Scene scene(kSmall);
     Widget& frame = box(scene.root(), {10, 10, 50, 50}, kRed);
     Facet::StyleValue hidden;
     hidden.terms.append({Facet::StyleTerm::Kind::Ident, QStringLiteral("hidden"), 0.0, {}});
@@ -113,7 +114,7 @@ TEST_CASE("damage: areas outside the table and outside a clipping parent do not 
 
 TEST_CASE("damage: many small changes are merged to few rectangles that cover them all")
 {
-    Scene scene;
+    Scene scene(kSmall);
     std::vector<Widget*> widgets;
     for (int i = 0; i < 10; ++i)
         for (int j = 0; j < 10; ++j)
@@ -131,7 +132,7 @@ TEST_CASE("damage: many small changes are merged to few rectangles that cover th
 
 TEST_CASE("damage: only the widgets in the damage are drawn")
 {
-    Scene scene;
+    Scene scene(kSmall);
     for (int i = 0; i < 10; ++i)
         box(scene.root(), {float(20 * i), 0, 10, 10}, kRed);
     damageOfFrame(scene);
@@ -145,7 +146,7 @@ TEST_CASE("damage: only the widgets in the damage are drawn")
 
 TEST_CASE("damage: drawing only the damage gives the same picture as drawing everything")
 {
-    Scene scene;
+    Scene scene(kSmall);
     std::mt19937 random(7);
     const auto number = [&](int limit) { return float(random() % unsigned(limit)); };
     std::vector<Widget*> widgets;
@@ -176,7 +177,7 @@ TEST_CASE("damage: drawing only the damage gives the same picture as drawing eve
 
 TEST_CASE("damage: a frame in which nothing changed allocates nothing")
 {
-    Scene scene;
+    Scene scene(kSmall);
     for (int i = 0; i < 50; ++i)
         box(scene.root(), {float(i), float(i), 20, 20}, kRed);
     auto text = Bedrock::makeIntrusive<Trellis::TextWidget>(&scene.root());
@@ -192,7 +193,7 @@ TEST_CASE("damage: a frame in which nothing changed allocates nothing")
 
 TEST_CASE("damage: listeners to places that answer each other for ever keep no widget from being drawn or removed")
 {
-    Scene scene;
+    Scene scene(kSmall);
     Widget& first = box(scene.root(), {10, 10, 20, 20}, kRed);
     Widget& second = box(scene.root(), {50, 10, 20, 20}, kRed);
     Widget& third = box(scene.root(), {90, 10, 20, 20}, kRed);

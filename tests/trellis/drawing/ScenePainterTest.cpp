@@ -6,6 +6,7 @@
 #include <Trellis/Application.hpp>
 
 using namespace TestSupport;
+using namespace TrellisTest;
 using Call = RecordingContext::Call;
 using Trellis::Widget;
 
@@ -32,19 +33,19 @@ RecordingContext recorded(Scene& scene)
 TEST_CASE("scene painter: a nested, turned and scaled widget stands where the transforms put it")
 {
     const QImage expected = pictureOf([](Scene& scene) { box(scene.root(), {20, 30, 30, 20}, kRed); });
-    Scene scene;
+    Scene scene(kSmall);
     Widget& outer = box(scene.root(), {60, 20, 100, 100}, {0, 0, 0, 0});
-    outer.setRotation(float(M_PI / 2));
+    outer.setRotation(kPi / 2);
     outer.setScale(0.5f);
     box(outer, {20, 20, 40, 60}, kRed);
     // (x, y) of the outer widget stands at (60 - y / 2, 20 + x / 2).
-    CHECK(difference(scene.picture(), expected) <= 1);
+    CHECK_PICTURE(scene.picture(), expected, 1);
     CHECK(litBounds(scene.picture()) == QRect(20, 30, 30, 20));
 }
 
 TEST_CASE("scene painter: children cover their parent, later siblings cover earlier ones, and raising changes that")
 {
-    Scene scene;
+    Scene scene(kSmall);
     Widget& a = box(scene.root(), {0, 0, 100, 100}, kRed);
     box(a, {50, 50, 50, 50}, kGreen);
     Widget& b = box(scene.root(), {75, 75, 50, 50}, kBlue);
@@ -69,13 +70,13 @@ TEST_CASE("scene painter: a half transparent group fades as one picture")
         Widget& ground = box(scene.root(), {10, 10, 100, 100}, {0.5f, 0, 0, 1});
         box(ground, {50, 50, 80, 80}, {0, 0, 0.5f, 1});
     });
-    CHECK(difference(faded, darker) <= 2);
+    CHECK_PICTURE(faded, darker, 2);
     CHECK(litBounds(faded) == QRect(10, 10, 130, 130));
 }
 
 TEST_CASE("scene painter: nested fading groups multiply")
 {
-    Scene scene;
+    Scene scene(kSmall);
     Widget& group = box(scene.root(), {10, 10, 100, 100}, {0, 0, 0, 0});
     Widget& inner = box(group, {10, 10, 50, 50}, kWhite);
     box(inner, {20, 20, 50, 50}, kWhite);
@@ -87,7 +88,7 @@ TEST_CASE("scene painter: nested fading groups multiply")
 
 TEST_CASE("scene painter: only a fading widget with children is put together in a layer")
 {
-    Scene scene;
+    Scene scene(kSmall);
     Widget& single = box(scene.root(), {0, 0, 50, 50}, kRed);
     single.setOpacity(0.5f);
     CHECK(recorded(scene).layersPushed() == 0);
@@ -107,7 +108,7 @@ TEST_CASE("scene painter: only a fading widget with children is put together in 
 
 TEST_CASE("scene painter: what is not displayed or wholly transparent is not drawn, nor what is in it")
 {
-    Scene scene;
+    Scene scene(kSmall);
     Widget& a = box(scene.root(), {0, 0, 50, 50}, kRed);
     box(a, {0, 0, 10, 10}, kBlue);
     Widget& b = box(scene.root(), {50, 0, 50, 50}, kGreen);
@@ -120,7 +121,7 @@ TEST_CASE("scene painter: what is not displayed or wholly transparent is not dra
 
 TEST_CASE("scene painter: overflow hidden cuts children off, also at rounded corners")
 {
-    Scene scene;
+    Scene scene(kSmall);
     Widget& frame = box(scene.root(), {20, 20, 60, 60}, {0, 0, 0, 0});
     box(frame, {-50, -50, 200, 200}, kRed);
     CHECK(litBounds(scene.picture()) == QRect(0, 0, 170, 170));
@@ -133,7 +134,7 @@ TEST_CASE("scene painter: overflow hidden cuts children off, also at rounded cor
 
 TEST_CASE("scene painter: only what lies in the visible area is drawn")
 {
-    Scene scene;
+    Scene scene(kSmall);
     for (int i = 0; i < 20; ++i)
         box(scene.root(), {float(i * 10), 0, 10, 10}, kRed);
     RecordingContext context({0, 0, 35, 100});
@@ -143,7 +144,7 @@ TEST_CASE("scene painter: only what lies in the visible area is drawn")
 
 TEST_CASE("scene painter: a child outside its parent is drawn even where the parent is not visible")
 {
-    Scene scene;
+    Scene scene(kSmall);
     Widget& parent = box(scene.root(), {0, 0, 10, 10}, kRed);
     box(parent, {100, 100, 10, 10}, kBlue);
     RecordingContext context({90, 90, 50, 50});
@@ -165,13 +166,13 @@ TEST_CASE("scene painter: an opaque border looks like a larger rectangle under a
         Widget& outer = box(scene.root(), {20, 20, 100, 80}, kBlue);
         box(outer, {6, 6, 88, 68}, kRed);
     });
-    CHECK(difference(framed, stacked) <= 1);
+    CHECK_PICTURE(framed, stacked, 1);
     CHECK(framed.pixelColor(22, 50) == QColor(Qt::blue));
 }
 
 TEST_CASE("scene painter: a half transparent border lies on the ground")
 {
-    Scene scene;
+    Scene scene(kSmall);
     Widget& framed = box(scene.root(), {20, 20, 100, 80}, kWhite);
     set(framed, "border-color", Bedrock::Color{0, 0, 0, 0.5f});
     set(framed, "border-width", 10.f);
@@ -185,7 +186,7 @@ TEST_CASE("scene painter: a border radius beyond half the size makes a circle, n
     const auto withRadius = [](float radius) {
         return pictureOf([radius](Scene& scene) { set(box(scene.root(), {0, 0, 50, 50}, kRed), "border-radius", radius); });
     };
-    CHECK(difference(withRadius(1000.f), withRadius(25.f)) == 0);
+    CHECK_PICTURE(withRadius(1000.f), withRadius(25.f), 0);
     CHECK(withRadius(1000.f).pixelColor(2, 2) == QColor(Qt::black));
     CHECK(difference(withRadius(25.f), withRadius(10.f)) > 100);
 }

@@ -1,4 +1,4 @@
-#include "TestScene.hpp"
+#include "Scene.hpp"
 
 #include <Trellis/DragObserver.hpp>
 #include <Trellis/GrabManager.hpp>
@@ -48,9 +48,9 @@ struct RecordingObserver final : Trellis::DragObserver
 };
 }
 
-TEST_CASE("input: the observer of drags hears begin, movements and end, and nothing of taps")
+TEST_CASE("input: the observer of drags receives begin, movements and end, and no taps")
 {
-    TestScene scene;
+    Scene scene;
     RecordingObserver observer;
     scene.app.setDragObserver(&observer);
     auto& widget = scene.box(100, 100, 200, 200, "movable: true;");
@@ -75,9 +75,9 @@ TEST_CASE("input: the observer of drags hears begin, movements and end, and noth
     scene.app.setDragObserver(nullptr);
 }
 
-TEST_CASE("input: the observer is told when a drag was lost")
+TEST_CASE("input: the observer receives the end of a drag that was lost")
 {
-    TestScene scene;
+    Scene scene;
     RecordingObserver observer;
     scene.app.setDragObserver(&observer);
     scene.box(100, 100, 200, 200, "movable: true;");
@@ -94,7 +94,7 @@ TEST_CASE("input: the observer is told when a drag was lost")
 TEST_CASE("input: the observer may remove the widget while it moves and when it is let go")
 {
     for (const bool atEnd : {false, true}) {
-        TestScene scene;
+        Scene scene;
         RecordingObserver observer;
         observer.removesWhenMoved = !atEnd;
         observer.removesAtEnd = atEnd;
@@ -115,7 +115,7 @@ TEST_CASE("input: the observer may remove the widget while it moves and when it 
 
 TEST_CASE("input: a widget that is taken away while held lets go silently, and its finger does nothing more")
 {
-    TestScene scene;
+    Scene scene;
     RecordingObserver observer;
     scene.app.setDragObserver(&observer);
     auto& below = scene.box(100, 100, 200, 200);
@@ -153,7 +153,7 @@ TEST_CASE("input: a finger that is given to another widget in its last step ends
         void dragEnded(Widget&, Vector2f, bool) override {}
         Widget* to = nullptr;
     };
-    TestScene scene;
+    Scene scene;
     Giver giver;
     scene.app.setDragObserver(&giver);
     auto& first = scene.box(100, 100, 100, 100, "movable: true;");
@@ -186,7 +186,7 @@ TEST_CASE("input: an exception in the observer of one drag keeps no other finger
         }
         Widget* bad = nullptr;
     };
-    TestScene scene;
+    Scene scene;
     Thrower observer;
     scene.app.setDragObserver(&observer);
     auto& bad = scene.box(100, 100, 100, 100, "movable: true;");

@@ -1,4 +1,4 @@
-#include "TestScene.hpp"
+#include "Scene.hpp"
 
 #include <LogCapture.hpp>
 
@@ -15,7 +15,7 @@ using namespace TrellisTest;
 
 namespace
 {
-/// Writes down what happens to it.
+/// Logs the cards that it receives.
 class Tray final : public Widget
 {
 public:
@@ -40,7 +40,7 @@ public:
     bool removesItself = false;
 };
 
-Tray& tray(TestScene& scene, float x)
+Tray& tray(Scene& scene, float x)
 {
     auto* widget = new Tray(scene.app.mainLayer().get());
     style(*widget, ("position: absolute; top: 100px; width: 100px; height: 100px; left: " + std::to_string(x) + "px;").c_str());
@@ -52,7 +52,7 @@ using Log = std::vector<std::string>;
 
 TEST_CASE("grabs: a card is given to the widget it lies on, until it leaves")
 {
-    TestScene scene;
+    Scene scene;
     auto& a = tray(scene, 100);
     GrabManager& grabs = *scene.app.grabManager();
     EventCount downs(a, "marker-down");
@@ -79,7 +79,7 @@ TEST_CASE("grabs: a card is given to the widget it lies on, until it leaves")
 
 TEST_CASE("grabs: down and up within one frame both arrive")
 {
-    TestScene scene;
+    Scene scene;
     auto& a = tray(scene, 100);
     const auto id = scene.input.markerDown(1001, {150, 150});
     scene.input.markerUp(id);
@@ -87,9 +87,9 @@ TEST_CASE("grabs: down and up within one frame both arrive")
     CHECK(a.log == Log{"down 1001", "up 1001"});
 }
 
-TEST_CASE("grabs: what nobody takes belongs to nobody")
+TEST_CASE("grabs: a card that no widget accepts is held by none")
 {
-    TestScene scene;
+    Scene scene;
     auto& a = tray(scene, 100);
     const auto id = scene.input.markerDown(1001, {500, 500});
     scene.frames();
@@ -104,7 +104,7 @@ TEST_CASE("grabs: what nobody takes belongs to nobody")
 
 TEST_CASE("grabs: the present sample lists the cards in the order in which they were put down")
 {
-    TestScene scene;
+    Scene scene;
     const auto first = scene.input.markerDown(1003, {500, 500}, 1.f);
     const auto second = scene.input.markerDown(1001, {600, 500});
     scene.frames();
@@ -121,7 +121,7 @@ TEST_CASE("grabs: the present sample lists the cards in the order in which they 
 
 TEST_CASE("grabs: a card that was lifted in this frame is found only on request")
 {
-    TestScene scene;
+    Scene scene;
     auto& a = tray(scene, 100);
     const auto id = scene.input.markerDown(1001, {150, 150});
     scene.frames();
@@ -141,9 +141,9 @@ TEST_CASE("grabs: a card that was lifted in this frame is found only on request"
     CHECK_FALSE(grabs.findMarker(id, true));
 }
 
-TEST_CASE("grabs: a transfer tells the new holder before it returns, and the old one not at all")
+TEST_CASE("grabs: a transfer calls the new holder before it returns, and the old one not at all")
 {
-    TestScene scene;
+    Scene scene;
     auto& a = tray(scene, 100);
     auto& b = tray(scene, 300);
     GrabManager& grabs = *scene.app.grabManager();
@@ -160,9 +160,9 @@ TEST_CASE("grabs: a transfer tells the new holder before it returns, and the old
     CHECK(b.log == Log{"down 1001", "up 1001"});
 }
 
-TEST_CASE("grabs: a card that nobody holds can be transferred, one that is not there cannot")
+TEST_CASE("grabs: a card that no widget holds can be transferred, one that is not there cannot")
 {
-    TestScene scene;
+    Scene scene;
     auto& a = tray(scene, 100);
     const auto id = scene.input.markerDown(1001, {500, 500});
     scene.frames();
@@ -174,7 +174,7 @@ TEST_CASE("grabs: a card that nobody holds can be transferred, one that is not t
 
 TEST_CASE("grabs: releasing works for the holder only")
 {
-    TestScene scene;
+    Scene scene;
     auto& a = tray(scene, 100);
     auto& b = tray(scene, 300);
     GrabManager& grabs = *scene.app.grabManager();
@@ -192,7 +192,7 @@ TEST_CASE("grabs: releasing works for the holder only")
 
 TEST_CASE("grabs: a widget that leaves the tree holds nothing any more")
 {
-    TestScene scene;
+    Scene scene;
     auto& a = tray(scene, 100);
     const auto id = scene.input.markerDown(1001, {150, 150});
     scene.frames();
@@ -206,7 +206,7 @@ TEST_CASE("grabs: a widget that leaves the tree holds nothing any more")
 TEST_CASE("grabs: a widget may delete itself when a card comes or goes")
 {
     for (const bool whenDown : {true, false}) {
-        TestScene scene;
+        Scene scene;
         const IntrusiveWeakPtr<Widget> weak(&tray(scene, 100));
         auto& a = static_cast<Tray&>(*weak.lock());
         a.removesItself = whenDown;
@@ -222,7 +222,7 @@ TEST_CASE("grabs: a widget may delete itself when a card comes or goes")
 
 TEST_CASE("grabs: a finger is held by the widget that it hit, and can be given away")
 {
-    TestScene scene;
+    Scene scene;
     auto& a = scene.box(100, 100, 100, 100, "movable: true;");
     auto& b = scene.box(300, 100, 100, 100, "movable: true;");
     EventCount aEnds(a, "interaction-end");
@@ -249,7 +249,7 @@ TEST_CASE("grabs: a finger is held by the widget that it hit, and can be given a
 
 TEST_CASE("grabs: a finger that its holder releases does nothing more")
 {
-    TestScene scene;
+    Scene scene;
     auto& a = scene.box(100, 100, 100, 100, "movable: true;");
     EventCount taps(a, "single-tap");
     scene.input.fingerDown(1, {150, 150});
@@ -265,7 +265,7 @@ TEST_CASE("grabs: a finger that its holder releases does nothing more")
 
 TEST_CASE("grabs: input of several sources is one sample")
 {
-    TestScene scene;
+    Scene scene;
     TestSupport::ScriptedInput second;
     scene.app.addInputSource(second);
     auto& a = scene.box(100, 100, 100, 100);
@@ -284,7 +284,7 @@ TEST_CASE("grabs: input of several sources is one sample")
     CHECK(second.samplesTaken() == 1);
 }
 
-TEST_CASE("grabs: a widget that throws when a card comes or goes, or when it is asked, stops nobody else")
+TEST_CASE("grabs: a widget that throws when a card comes or goes, or when it is asked, keeps no card from another")
 {
     struct Thrower final : Widget
     {
@@ -297,7 +297,7 @@ TEST_CASE("grabs: a widget that throws when a card comes or goes, or when it is 
         using Widget::Widget;
         bool shouldGrab(GrabManager&, Tactile::TrackedObject) const override { throw std::runtime_error("asked"); }
     };
-    TestScene scene;
+    Scene scene;
     auto& good = tray(scene, 300);
     auto* thrower = new Thrower(scene.app.mainLayer().get());
     style(*thrower, "position: absolute; left: 100px; top: 100px; width: 100px; height: 100px;");
@@ -312,7 +312,7 @@ TEST_CASE("grabs: a widget that throws when a card comes or goes, or when it is 
     CHECK(good.log == Log{"down 2"});
     scene.input.markerUp(first);
     scene.input.markerUp(second);
-    TestSupport::expectError("Application::frame # Widget::markerUp threw, the frame goes on");
+    TestSupport::expectError("Application::frame # Widget::markerUp threw (unknown exception), the frame goes on");
     scene.frames();
     CHECK(good.log == Log{"down 2", "up 2"});
     CHECK(scene.app.frameNumber() == 2);

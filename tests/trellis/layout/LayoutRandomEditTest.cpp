@@ -1,4 +1,4 @@
-#include "TestScene.hpp"
+#include "Scene.hpp"
 
 #include <algorithm>
 #include <random>

@@ -1,4 +1,4 @@
-#include "TestScene.hpp"
+#include "Scene.hpp"
 
 #include <Trellis/FadeAnimator.hpp>
 #include <Trellis/GrabManager.hpp>
@@ -11,7 +11,7 @@ using namespace TrellisTest;
 
 TEST_CASE("fades: in from transparent to the styled opacity, after the delay, and then the run-time layer is free")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(0, 0, 10, 10, "opacity: 0.8;");
     FadeAnimator::fadeIn(widget, 0.4f, 0.2f);
     CHECK(widget.opacity() == 0.f);
@@ -27,7 +27,7 @@ TEST_CASE("fades: in from transparent to the styled opacity, after the delay, an
 
 TEST_CASE("fades: the goal is what the style says while the fade runs")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(0, 0, 10, 10);
     FadeAnimator::fadeIn(widget, 1.f, 0.f);
     scene.frames(5, 0.1);
@@ -42,7 +42,7 @@ TEST_CASE("fades: the goal is what the style says while the fade runs")
 
 TEST_CASE("fades: out to transparent, and then the widget is taken from its parent")
 {
-    TestScene scene;
+    Scene scene;
     const IntrusiveWeakPtr<Widget> widget(&scene.box(0, 0, 10, 10));
     FadeAnimator::fadeOutAndDelete(*widget.lock(), 0.2f, 0.1f);
     CHECK(FadeAnimator::isFadingOut(*widget.lock()));
@@ -56,7 +56,7 @@ TEST_CASE("fades: out to transparent, and then the widget is taken from its pare
 
 TEST_CASE("fades: a widget on its way out takes no input, and lets go of what it holds")
 {
-    TestScene scene;
+    Scene scene;
     auto& below = scene.box(0, 0, 100, 100);
     auto& widget = scene.box(0, 0, 100, 100, "movable: true;");
     auto* child = new Widget(&widget);
@@ -81,7 +81,7 @@ TEST_CASE("fades: a widget on its way out takes no input, and lets go of what it
 
 TEST_CASE("fades: a new fade replaces the running one and begins with the opacity that shows")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(0, 0, 10, 10);
     FadeAnimator::fadeIn(widget, 1.f, 0.f);
     scene.frames(5, 0.1);
@@ -101,9 +101,9 @@ TEST_CASE("fades: a new fade replaces the running one and begins with the opacit
     CHECK(widget.parent());
 }
 
-TEST_CASE("fades: a widget told twice to go is deleted once")
+TEST_CASE("fades: a widget that is faded out twice is deleted once")
 {
-    TestScene scene;
+    Scene scene;
     const IntrusiveWeakPtr<Widget> widget(&scene.box(0, 0, 10, 10));
     const auto keep = widget.lock();
     FadeAnimator::fadeOutAndDelete(*keep, 0.3f, 0.f);
@@ -119,7 +119,7 @@ TEST_CASE("fades: a widget told twice to go is deleted once")
 
 TEST_CASE("fades: without a duration the end comes with the frame after the delay")
 {
-    TestScene scene;
+    Scene scene;
     const IntrusiveWeakPtr<Widget> out(&scene.box(0, 0, 10, 10));
     auto& in = scene.box(0, 0, 10, 10);
     FadeAnimator::fadeOutAndDelete(*out.lock(), 0.f, 0.2f);
@@ -133,7 +133,7 @@ TEST_CASE("fades: without a duration the end comes with the frame after the dela
 
 TEST_CASE("fades: several widgets fade at once, each by itself")
 {
-    TestScene scene;
+    Scene scene;
     auto& a = scene.box(0, 0, 10, 10);
     auto& b = scene.box(0, 0, 10, 10);
     FadeAnimator::fadeIn(a, 1.f, 0.f);

@@ -1,4 +1,4 @@
-#include "TestScene.hpp"
+#include "Scene.hpp"
 
 #include <cmath>
 
@@ -9,7 +9,7 @@ using namespace TrellisTest;
 namespace
 {
 /// Drags a widget to the right at a steady speed, and lets go.
-void fling(TestScene& scene, Vector2f from, float stepPx, int steps = 6, double dtSeconds = kFrameSeconds)
+void fling(Scene& scene, Vector2f from, float stepPx, int steps = 6, double dtSeconds = kFrameSeconds)
 {
     scene.input.fingerDown(1, from);
     scene.frames(1, dtSeconds);
@@ -24,7 +24,7 @@ void fling(TestScene& scene, Vector2f from, float stepPx, int steps = 6, double 
 
 TEST_CASE("motion: a widget that is thrown slides on, slows down and stops")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(100, 100, 100, 100, "movable: true;");
     fling(scene, {150, 150}, 10);
     CHECK(widget.isMoving());
@@ -50,7 +50,7 @@ TEST_CASE("motion: a throw goes equally far at any frame rate")
 {
     float ends[2];
     for (const int rate : {1, 2}) {
-        TestScene scene;
+        Scene scene;
         auto& widget = scene.box(100, 100, 100, 100, "movable: true;");
         fling(scene, {150, 150}, 8.f / float(rate), 12 * rate, kFrameSeconds / rate);
         scene.frames(400 * rate, kFrameSeconds / rate);
@@ -61,7 +61,7 @@ TEST_CASE("motion: a throw goes equally far at any frame rate")
 
 TEST_CASE("motion: a widget that rests under the finger before it is let go does not slide")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(100, 100, 100, 100, "movable: true;");
     scene.input.fingerDown(1, {150, 150});
     scene.frames();
@@ -77,7 +77,7 @@ TEST_CASE("motion: a widget that rests under the finger before it is let go does
 
 TEST_CASE("motion: one jump is no throw")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(100, 100, 100, 100, "movable: true;");
     scene.input.fingerDown(1, {150, 150});
     scene.input.fingerMove(1, {450, 150});
@@ -88,7 +88,7 @@ TEST_CASE("motion: one jump is no throw")
 
 TEST_CASE("motion: without inertia a widget stays where it is let go")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(100, 100, 100, 100, "movable: true; inertia: false;");
     fling(scene, {150, 150}, 10);
     CHECK_FALSE(widget.isMoving());
@@ -97,7 +97,7 @@ TEST_CASE("motion: without inertia a widget stays where it is let go")
 
 TEST_CASE("motion: a touch ends it")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(100, 100, 100, 100, "movable: true;");
     fling(scene, {150, 150}, 10);
     const Vector2f centre = widget.centerLocation();
@@ -111,7 +111,7 @@ TEST_CASE("motion: a touch ends it")
 
 TEST_CASE("motion: stopMotion ends it, also inside the end of the interaction")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(100, 100, 100, 100, "movable: true;");
     bool wasMoving = false;
     widget.eventAddListener("interaction-end", [&] {
@@ -128,7 +128,7 @@ TEST_CASE("motion: stopMotion ends it, also inside the end of the interaction")
 
 TEST_CASE("motion: a thrown widget keeps its centre on its parent")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(600, 100, 100, 100, "movable: true;");
     fling(scene, {650, 150}, 40);
     scene.frames(300);
@@ -139,7 +139,7 @@ TEST_CASE("motion: a thrown widget keeps its centre on its parent")
 
 TEST_CASE("motion: a widget let go outside its parent is not pulled back by a throw")
 {
-    TestScene scene;
+    Scene scene;
     auto& frame = scene.box(100, 100, 100, 100);
     auto* tile = new Widget(&frame);
     style(*tile, "width: 50px; height: 50px; movable: true;");
@@ -152,7 +152,7 @@ TEST_CASE("motion: a widget let go outside its parent is not pulled back by a th
 
 TEST_CASE("motion: a widget that is taken away while it slides, by a listener to its place, is gone")
 {
-    TestScene scene;
+    Scene scene;
     const Bedrock::IntrusiveWeakPtr<Widget> widget(&scene.box(100, 100, 100, 100, "movable: true;"));
     fling(scene, {150, 150}, 10);
     widget.lock()->attribute("location")->addListener([&] {
@@ -165,7 +165,7 @@ TEST_CASE("motion: a widget that is taken away while it slides, by a listener to
 
 TEST_CASE("motion: a frame without time moves nothing and ends nothing")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(100, 100, 100, 100, "movable: true;");
     fling(scene, {150, 150}, 10);
     const float x = widget.location().x;

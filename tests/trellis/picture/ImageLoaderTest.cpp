@@ -12,6 +12,7 @@
 #include <QFile>
 
 using namespace TestSupport;
+using namespace TrellisTest;
 using Trellis::ImageKey;
 using Trellis::ImageLoader;
 using Trellis::ImageSize;
@@ -61,7 +62,7 @@ struct Reading
 };
 }
 
-TEST_CASE("image loader: a picture is read once for all who ask while it is under way")
+TEST_CASE("image loader: a picture is read once for all requests while it is under way")
 {
     Reading reading;
     const ImageKey key = Reading::key(reading.save("a.png", halves(32, 16)));
@@ -90,7 +91,7 @@ TEST_CASE("image loader: each wanted size is a reading of its own")
     CHECK(reading.told[0].fullSize == QSize(400, 200));
 }
 
-TEST_CASE("image loader: what was read is given at once, and nobody is told of a file that stayed as it is")
+TEST_CASE("image loader: a picture that was read is given at once, and a file that stayed as it is answers no request again")
 {
     Reading reading;
     const ImageKey key = Reading::key(reading.save("a.png", halves(32, 32)));
@@ -106,7 +107,7 @@ TEST_CASE("image loader: what was read is given at once, and nobody is told of a
     CHECK(reading.loader.filesRead() == before);
 }
 
-TEST_CASE("image loader: who was given a picture is told when its file has changed")
+TEST_CASE("image loader: a request that was given a picture is answered when its file has changed")
 {
     Reading reading;
     const ImageKey key = Reading::key(reading.save("a.png", halves(32, 32)));
@@ -207,7 +208,7 @@ TEST_CASE("image loader: a shutdown drops what is under way, also what waits in 
     CHECK(reading.told.size() == 1);
 }
 
-TEST_CASE("image loader: who is told may ask for the next picture")
+TEST_CASE("image loader: an answered request may make the next one")
 {
     Reading reading;
     const ImageKey first = Reading::key(reading.save("a.png", halves(32, 32)));
@@ -227,7 +228,7 @@ TEST_CASE("image loader: who is told may ask for the next picture")
 
 TEST_CASE("image loader: many widgets with one picture read it once")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     const QString path = scene.save("a.png", halves(100, 100));
     const long before = scene.app.counters().imagesRead;
     for (int i = 0; i < 20; ++i)
@@ -247,7 +248,7 @@ TEST_CASE("image loader: many widgets with one picture read it once")
 
 TEST_CASE("image loader: a file that was replaced is read again")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     const QString path = scene.save("a.png", halves(100, 100));
     ImageWidget& first = scene.widget({0, 0, 100, 100});
     first.load(path);
@@ -263,9 +264,9 @@ TEST_CASE("image loader: a file that was replaced is read again")
     CHECK(scene.picture().pixelColor(120, 50) == QColor(Qt::green));
 }
 
-TEST_CASE("image loader: a picture that cannot be read is one warning, whoever wants it")
+TEST_CASE("image loader: a picture that cannot be read is one warning, however many request it")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     const QString missing = scene.path("missing.png");
     QFile broken(scene.path("broken.png"));
     REQUIRE(broken.open(QIODevice::WriteOnly));
@@ -298,13 +299,13 @@ TEST_CASE("image loader: the application ends while pictures are under way, and 
     const QString path = folder.filePath(QStringLiteral("a.png"));
     REQUIRE(halves(1500, 1500).save(path));
     {
-        ImageScene scene;
+        ImageScene scene(kSmall);
         for (int i = 1; i < 10; ++i)
             scene.widget({0, 0, float(64 << i), 100}).load(path);
         scene.frame();
         CHECK(scene.app.pendingImages() > 0);
     }
-    ImageScene scene;
+    ImageScene scene(kSmall);
     CHECK(scene.app.pendingImages() == 0);
     ImageWidget& widget = scene.widget({0, 0, 100, 100});
     widget.load(path);

@@ -6,6 +6,7 @@
 #include <Trellis/ImageTileWidget.hpp>
 
 using namespace TestSupport;
+using namespace TrellisTest;
 using Call = RecordingContext::Call;
 using Trellis::ImageTileWidget;
 using Trellis::ImageWidget;
@@ -24,7 +25,7 @@ ImageTileWidget& tiles(ImageScene& scene, const Vecta::Rect& rect, const QImage&
 
 TEST_CASE("image tile widget: a picture repeats in its own size over the widget")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     auto made = Bedrock::makeIntrusive<ImageTileWidget>();
     scene.root().addChild(made);
     place(*made, {10, 10, 150, 75});
@@ -42,7 +43,7 @@ TEST_CASE("image tile widget: a picture repeats in its own size over the widget"
 
 TEST_CASE("image tile widget: a ground of tiny tiles takes few drawings and looks the same")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     auto made = Bedrock::makeIntrusive<ImageTileWidget>();
     scene.root().addChild(made);
     place(*made, {0, 0, 200, 200});
@@ -57,7 +58,7 @@ TEST_CASE("image tile widget: a ground of tiny tiles takes few drawings and look
 
 TEST_CASE("image tile widget: without a picture it shows its ground only")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     auto made = Bedrock::makeIntrusive<ImageTileWidget>();
     scene.root().addChild(made);
     place(*made, {10, 10, 50, 50});
@@ -69,7 +70,7 @@ TEST_CASE("image tile widget: without a picture it shows its ground only")
 
 TEST_CASE("image tile widget: the tiles begin inside the padding, and are cut off by it and by the rounded corners")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     ImageTileWidget& widget = tiles(scene, {0, 0, 100, 100}, halves(70, 70));
     const auto ten = Trellis::Length::pixels(10);
     set(widget, "padding", Trellis::Edges{ten, ten, ten, ten});
@@ -89,7 +90,7 @@ TEST_CASE("image tile widget: the tiles begin inside the padding, and are cut of
 
 TEST_CASE("image tile widget: the tile is as large as its file, however small it had to be read")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     ImageTileWidget& widget = tiles(scene, {0, 0, 200, 30}, halves(3000, 30));
     CHECK(widget.image().width() == 2048);
     RecordingContext context;
@@ -102,7 +103,7 @@ TEST_CASE("image tile widget: the tile is as large as its file, however small it
 
 TEST_CASE("image tile widget: tiles outside the part that is drawn are left out")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     tiles(scene, {0, 0, 200, 200}, halves(100, 100));
     RecordingContext whole;
     scene.app.render(whole);
@@ -114,7 +115,7 @@ TEST_CASE("image tile widget: tiles outside the part that is drawn are left out"
 
 TEST_CASE("image tile widget: another source replaces the tiles, tiny ones too")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     ImageTileWidget& widget = tiles(scene, {0, 0, 100, 100}, halves(2, 2));
     CHECK(scene.picture().pixelColor(0, 50) == QColor(Qt::red));
     widget.load(scene.save("green.png", halves(2, 2, Qt::green, Qt::green)), ImageWidget::kBlocking);

@@ -15,6 +15,7 @@
 #include <QtEndian>
 
 using namespace TestSupport;
+using namespace TrellisTest;
 using Trellis::ImageWidget;
 
 namespace
@@ -42,7 +43,7 @@ QByteArray withExifOrientation(const QByteArray& jpeg, char orientation)
 
 TEST_CASE("image widget: a picture appears after some frames, and says so once")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     ImageWidget& widget = scene.widget({20, 20, 100, 100});
     int loaded = 0;
     widget.eventAddListener("image-loaded", [&] { ++loaded; });
@@ -61,7 +62,7 @@ TEST_CASE("image widget: a picture appears after some frames, and says so once")
 
 TEST_CASE("image widget: the area of a picture that arrives is damaged")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     ImageWidget& widget = scene.widget({20, 20, 100, 100});
     widget.load(scene.save("a.png", halves(100, 100)));
     scene.frame();
@@ -75,7 +76,7 @@ TEST_CASE("image widget: the area of a picture that arrives is damaged")
 
 TEST_CASE("image widget: a blocking load shows at once")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     ImageWidget& widget = scene.widget({20, 20, 100, 100});
     widget.load(scene.save("a.png", halves(100, 100)), ImageWidget::kBlocking);
     CHECK(widget.isLoaded());
@@ -86,7 +87,7 @@ TEST_CASE("image widget: a blocking load shows at once")
 
 TEST_CASE("image widget: a source may be written as a file url")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     ImageWidget& widget = scene.widget({20, 20, 100, 100});
     widget.load(QUrl::fromLocalFile(scene.save("a b.png", halves(100, 100))).toString(QUrl::FullyEncoded));
     scene.settle();
@@ -95,7 +96,7 @@ TEST_CASE("image widget: a source may be written as a file url")
 
 TEST_CASE("image widget: contain shows all, cover fills, stretch distorts")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     ImageWidget& widget = scene.widget({0, 0, 100, 100});
     widget.load(scene.save("wide.png", halves(200, 100)), ImageWidget::kBlocking);
     CHECK(litBounds(scene.picture()) == QRect(0, 25, 100, 50));
@@ -118,7 +119,7 @@ TEST_CASE("image widget: contain shows all, cover fills, stretch distorts")
 
 TEST_CASE("image widget: the picture stays inside the padding and follows the rounded corners")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     ImageWidget& widget = scene.widget({0, 0, 100, 100});
     const auto ten = Trellis::Length::pixels(10);
     set(widget, "padding", Trellis::Edges{ten, ten, ten, ten});
@@ -131,7 +132,7 @@ TEST_CASE("image widget: the picture stays inside the padding and follows the ro
 
 TEST_CASE("image widget: an auto height follows the picture's proportions, and so does an auto width")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     auto byWidth = Bedrock::makeIntrusive<ImageWidget>();
     scene.root().addChild(byWidth);
     set(*byWidth, "width", Trellis::Length::pixels(80));
@@ -151,7 +152,7 @@ TEST_CASE("image widget: an auto height follows the picture's proportions, and s
 
 TEST_CASE("image widget: a large picture is read about as large as it is shown")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     ImageWidget& widget = scene.widget({0, 0, 100, 100});
     widget.load(scene.save("large.jpg", halves(2000, 1000)));
     scene.settle();
@@ -162,7 +163,7 @@ TEST_CASE("image widget: a large picture is read about as large as it is shown")
 
 TEST_CASE("image widget: a small picture is not read larger than it is")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     ImageWidget& widget = scene.widget({0, 0, 150, 150});
     widget.load(scene.save("small.png", halves(20, 10)));
     scene.settle();
@@ -171,7 +172,7 @@ TEST_CASE("image widget: a small picture is not read larger than it is")
 
 TEST_CASE("image widget: a widget that is enlarged a lot gets a sharper picture")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     ImageWidget& widget = scene.widget({0, 0, 100, 100});
     widget.load(scene.save("large.png", halves(1600, 1600)));
     scene.settle();
@@ -195,7 +196,7 @@ TEST_CASE("image widget: a widget that is enlarged a lot gets a sharper picture"
 
 TEST_CASE("image widget: another source replaces the picture, an empty one shows nothing")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     ImageWidget& widget = scene.widget({0, 0, 100, 100});
     widget.load(scene.save("a.png", halves(100, 100)));
     widget.load(scene.save("b.png", halves(100, 100, Qt::green, Qt::green)));
@@ -212,7 +213,7 @@ TEST_CASE("image widget: another source replaces the picture, an empty one shows
 
 TEST_CASE("image widget: a source replaced while its picture is under way does not show")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     ImageWidget& widget = scene.widget({0, 0, 100, 100});
     widget.load(scene.save("a.png", halves(100, 100)));
     scene.frame(); // the reading has begun
@@ -226,7 +227,7 @@ TEST_CASE("image widget: a source replaced while its picture is under way does n
 
 TEST_CASE("image widget: a picture with too many pixels is refused by its header")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     QByteArray png;
     QBuffer buffer(&png);
     REQUIRE(halves(1, 1).save(&buffer, "PNG"));
@@ -257,7 +258,7 @@ TEST_CASE("image widget: a picture with too many pixels is refused by its header
 
 TEST_CASE("image widget: a photograph is turned as its camera says")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     QByteArray jpeg;
     QBuffer buffer(&jpeg);
     REQUIRE(halves(200, 100).save(&buffer, "JPEG", 95));
@@ -289,7 +290,7 @@ TEST_CASE("image widget: a widget that goes while its picture is under way is no
 {
     const long before = Bedrock::ReferenceCounted::liveObjects();
     {
-        ImageScene scene;
+        ImageScene scene(kSmall);
         const QString path = scene.save("a.png", halves(1000, 1000));
         scene.widget({0, 0, 100, 100}).load(path); // goes before the request
         scene.root().children().back()->removeFromParent();
@@ -308,7 +309,7 @@ TEST_CASE("image widget: a widget that goes while its picture is under way is no
 
 TEST_CASE("image widget: a listener to the picture may remove the widget")
 {
-    ImageScene scene;
+    ImageScene scene(kSmall);
     const QString path = scene.save("a.png", halves(100, 100));
     for (int i = 0; i < 3; ++i) {
         ImageWidget& widget = scene.widget({0, 0, 100, 100});

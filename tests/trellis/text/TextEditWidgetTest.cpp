@@ -2,7 +2,6 @@
 
 #include "RecordingContext.hpp"
 #include "Scene.hpp"
-#include "ScriptedInput.hpp"
 
 #include <Trellis/TextEditWidget.hpp>
 
@@ -11,6 +10,7 @@
 #include <string>
 
 using namespace TestSupport;
+using namespace TrellisTest;
 using Call = RecordingContext::Call;
 using Trellis::TextEditWidget;
 
@@ -18,16 +18,11 @@ namespace
 {
 struct EditScene : Scene
 {
-    EditScene() : editor(add({10, 10, 150, 30}))
-    {
-        app.addInputSource(input);
-        listen(editor, "");
-    }
+    EditScene() : Scene(kSmall), editor(add({10, 10, 150, 30})) { listen(editor, ""); }
     ~EditScene()
     {
-        // What the end of the editing is told to goes before the application.
+        // The listeners to the end of the editing go before the application.
         app.setFocusWidget(nullptr);
-        app.removeInputSource(input);
     }
 
     TextEditWidget& add(const Vecta::Rect& rect)
@@ -72,7 +67,6 @@ struct EditScene : Scene
         return taken;
     }
 
-    ScriptedInput input;
     std::string heard;
     TextEditWidget& editor;
 };

@@ -1,6 +1,6 @@
 #include <doctest/doctest.h>
 
-#include "TestScene.hpp"
+#include "Scene.hpp"
 
 #include <Trellis/TextWidget.hpp>
 
@@ -11,7 +11,7 @@ using namespace TrellisTest;
 
 TEST_CASE("text widget: style sheets reach it by its type")
 {
-    TestScene scene;
+    Scene scene;
     const Bedrock::IntrusivePtr<TextWidget> widget(new TextWidget(scene.app.mainLayer().get()));
     CHECK(widget->cssType() == "TextWidget");
     CHECK(widget->parent() == scene.app.mainLayer().get());
@@ -23,7 +23,7 @@ TEST_CASE("text widget: style sheets reach it by its type")
 
 TEST_CASE("text widget: it is to be read, a finger on it is a finger on what it lies in")
 {
-    TestScene scene;
+    Scene scene;
     auto& card = scene.box(100, 100, 200, 100, "movable: true;");
     auto* widget = new TextWidget(&card);
     widget->setText(QStringLiteral("Ann"));

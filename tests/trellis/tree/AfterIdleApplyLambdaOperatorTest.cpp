@@ -1,4 +1,4 @@
-#include "TestScene.hpp"
+#include "Scene.hpp"
 
 #include <Trellis/AfterIdleApplyLambdaOperator.hpp>
 
@@ -7,9 +7,9 @@ using Trellis::AfterIdleApplyLambdaOperator;
 using Trellis::Widget;
 using namespace TrellisTest;
 
-TEST_CASE("after idle: applies its function once, when nobody touched the widget for the time")
+TEST_CASE("after idle: applies its function once, when the widget was not touched for the time")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(100, 100, 100, 100);
     scene.frames(10, 1.0);
     int calls = 0;
@@ -26,7 +26,7 @@ TEST_CASE("after idle: applies its function once, when nobody touched the widget
 
 TEST_CASE("after idle: a touch of anything in the widget begins the time anew, and a held finger stops it")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(100, 100, 100, 100);
     auto* child = new Widget(&widget);
     style(*child, "width: 50px; height: 50px;");
@@ -46,7 +46,7 @@ TEST_CASE("after idle: a touch of anything in the widget begins the time anew, a
 
 TEST_CASE("after idle: with repeat it goes on")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(100, 100, 100, 100);
     int calls = 0;
     widget.addOperator(makeIntrusive<AfterIdleApplyLambdaOperator>(
@@ -58,7 +58,7 @@ TEST_CASE("after idle: with repeat it goes on")
 
 TEST_CASE("after idle: the function may delete the widget")
 {
-    TestScene scene;
+    Scene scene;
     const Bedrock::IntrusiveWeakPtr<Widget> widget(&scene.box(100, 100, 100, 100));
     widget.lock()->addOperator(makeIntrusive<AfterIdleApplyLambdaOperator>(
         0.f, [](Widget& host) { host.removeFromParent(); }, false));

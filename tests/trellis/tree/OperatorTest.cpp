@@ -1,4 +1,4 @@
-#include "TestScene.hpp"
+#include "Scene.hpp"
 
 #include <Trellis/FrameInfo.hpp>
 #include <Trellis/Operator.hpp>
@@ -49,9 +49,9 @@ private:
 };
 }
 
-TEST_CASE("operators: one is told when it is attached, updated each frame with its time, and told when it is detached")
+TEST_CASE("operators: one is called when it is attached, in each frame with its time, and when it is detached")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(0, 0, 10, 10);
     const auto op = makeIntrusive<Probe>();
     widget.addOperator(op);
@@ -70,7 +70,7 @@ TEST_CASE("operators: one is told when it is attached, updated each frame with i
 
 TEST_CASE("operators: several of one class work on one widget, in the order they were added")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(0, 0, 10, 10);
     std::string order;
     for (const char letter : {'a', 'b', 'c'})
@@ -80,9 +80,9 @@ TEST_CASE("operators: several of one class work on one widget, in the order they
     CHECK(widget.operators().size() == 3);
 }
 
-TEST_CASE("operators: a done one goes after the frame's update, and is told")
+TEST_CASE("operators: a done one is detached after the frame's update")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(0, 0, 10, 10);
     int stillThere = 0;
     const auto op = makeIntrusive<Probe>([&](Probe& self, Widget& host) {
@@ -100,7 +100,7 @@ TEST_CASE("operators: a done one goes after the frame's update, and is told")
 
 TEST_CASE("operators: one that was done before its frame is not updated again")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(0, 0, 10, 10);
     const auto op = makeIntrusive<Probe>();
     widget.addOperator(op);
@@ -112,7 +112,7 @@ TEST_CASE("operators: one that was done before its frame is not updated again")
 
 TEST_CASE("operators: a widget outside the tree does not work, and goes on when it comes back")
 {
-    TestScene scene;
+    Scene scene;
     const auto widget = makeIntrusive<Widget>();
     const auto op = makeIntrusive<Probe>();
     widget->addOperator(op);
@@ -129,7 +129,7 @@ TEST_CASE("operators: a widget outside the tree does not work, and goes on when 
 
 TEST_CASE("operators: one may remove itself, another, all, or add one while it is updated")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(0, 0, 10, 10);
     const auto first = makeIntrusive<Probe>();
     const auto last = makeIntrusive<Probe>();
@@ -159,7 +159,7 @@ TEST_CASE("operators: one may delete its widget, a sibling or the parent while i
 {
     for (const int victim : {0, 1, 2}) {
         CAPTURE(victim);
-        TestScene scene;
+        Scene scene;
         auto& parent = scene.box(0, 0, 100, 100);
         auto* own = new Widget(&parent);
         auto* sibling = new Widget(&parent);
@@ -193,7 +193,7 @@ TEST_CASE("operators: those of a widget that dies are detached")
 
 TEST_CASE("operators: style sheets reach one as a child of its widget")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(0, 0, 10, 10);
     widget.addCSSClass("tray");
     class Styled final : public Operator

@@ -1,4 +1,4 @@
-#include "TestScene.hpp"
+#include "Scene.hpp"
 
 using Bedrock::makeIntrusive;
 using Trellis::Widget;
@@ -7,7 +7,7 @@ using namespace TrellisTest;
 
 TEST_CASE("geometry: a point goes through scale, then rotation, then location")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(100, 200, 50, 20, "scale: 2; rotation: 90deg;");
     CHECK_POINT(widget.mapToParent({0, 0}), 100, 200);
     CHECK_POINT(widget.mapToParent({10, 0}), 100, 220);
@@ -17,7 +17,7 @@ TEST_CASE("geometry: a point goes through scale, then rotation, then location")
 
 TEST_CASE("geometry: maps through scaled and rotated ancestors and back")
 {
-    TestScene scene;
+    Scene scene;
     auto& outer = scene.box(100, 100, 200, 200, "scale: 2; rotation: 90deg;");
     auto* inner = new Widget(&outer);
     style(*inner, "position: absolute; left: 10px; top: 0; width: 40px; height: 40px; scale: 0.5; rotation: -90deg;");
@@ -33,7 +33,7 @@ TEST_CASE("geometry: maps through scaled and rotated ancestors and back")
 
 TEST_CASE("geometry: the centre is set with scale and rotation taken into account")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(0, 0, 100, 50, "scale: 2; rotation: 30deg;");
     widget.setCenterLocation({400, 300});
     CHECK_POINT(widget.centerLocation(), 400, 300);
@@ -42,7 +42,7 @@ TEST_CASE("geometry: the centre is set with scale and rotation taken into accoun
 
 TEST_CASE("geometry: rotating about the centre leaves the centre where it is")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(100, 100, 80, 40, "scale: 1.5;");
     const Vector2f before = widget.centerLocation();
     for (const float angle : {0.3f, 1.7f, -2.f, 0.f}) {
@@ -55,7 +55,7 @@ TEST_CASE("geometry: rotating about the centre leaves the centre where it is")
 
 TEST_CASE("geometry: rotating about a scene point leaves that point of the widget where it is, in a turned parent too")
 {
-    TestScene scene;
+    Scene scene;
     auto& outer = scene.box(300, 100, 400, 400, "scale: 0.5; rotation: 40deg;");
     auto* inner = new Widget(&outer);
     style(*inner, "position: absolute; left: 50px; top: 60px; width: 100px; height: 100px; scale: 1.4; rotation: 10deg;");
@@ -65,9 +65,9 @@ TEST_CASE("geometry: rotating about a scene point leaves that point of the widge
     CHECK_POINT(inner->mapToScene({20, 70}), point.x, point.y);
 }
 
-TEST_CASE("geometry: setting location or centre tells listeners once")
+TEST_CASE("geometry: setting location or centre calls listeners once")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(0, 0, 100, 100);
     (void)widget.location();
     int changes = 0;
@@ -82,7 +82,7 @@ TEST_CASE("geometry: setting location or centre tells listeners once")
 
 TEST_CASE("geometry: turned rectangles intersect only where they really overlap")
 {
-    TestScene scene;
+    Scene scene;
     auto& diamond = scene.box(200, 100, 100, 100, "rotation: 45deg;"); // corners: 200/100, 271/171, 200/241, 129/171
     auto& inCorner = scene.box(250, 100, 20, 20);                      // inside the bounding box, outside the diamond
     auto& inside = scene.box(190, 160, 20, 20);
@@ -95,7 +95,7 @@ TEST_CASE("geometry: turned rectangles intersect only where they really overlap"
 
 TEST_CASE("geometry: rectangles of nested coordinates are compared in the scene")
 {
-    TestScene scene;
+    Scene scene;
     auto& outer = scene.box(100, 100, 100, 100, "scale: 2;");
     auto* inner = new Widget(&outer);
     style(*inner, "position: absolute; left: 90px; top: 0; width: 20px; height: 20px;");
@@ -128,7 +128,7 @@ TEST_CASE("geometry: the left and top edge belong to a widget, the right and bot
 
 TEST_CASE("geometry: a widget scaled to nothing maps to its origin and is no trap")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(100, 100, 50, 50, "scale: 0;");
     CHECK_POINT(widget.mapFromScene({120, 130}), 0, 0);
     scene.input.tap(1, {100, 100});
@@ -139,7 +139,7 @@ TEST_CASE("geometry: a widget scaled to nothing maps to its origin and is no tra
 
 TEST_CASE("geometry: a widget is visible unless it or an ancestor is hidden or transparent")
 {
-    TestScene scene;
+    Scene scene;
     auto& outer = scene.box(0, 0, 100, 100);
     auto* inner = new Widget(&outer);
     CHECK(inner->isVisible());
@@ -163,7 +163,7 @@ struct Framed final : Widget
 
 TEST_CASE("geometry: the content box is the widget without its padding")
 {
-    TestScene scene;
+    Scene scene;
     // The container is 200 wide, its content 160: what percentages in the flow mean. Out of the flow the container counts.
     auto& container = scene.box(50, 50, 200, 200, "padding: 0 20px;");
     struct Row
@@ -194,7 +194,7 @@ TEST_CASE("geometry: the content box is the widget without its padding")
 
 TEST_CASE("geometry: the content box is up to date with a padding that has just changed")
 {
-    TestScene scene;
+    Scene scene;
     const auto widget = makeIntrusive<Framed>(scene.app.mainLayer().get());
     widget->setSize({100, 60});
     CHECK(widget->contentBox().x == near(0));

@@ -1,4 +1,4 @@
-#include "TestScene.hpp"
+#include "Scene.hpp"
 
 #include <Trellis/Operator.hpp>
 
@@ -41,7 +41,7 @@ TEST_CASE("widget: one made with a parent belongs to it from then on")
     CHECK(Bedrock::ReferenceCounted::liveObjects() == before);
 }
 
-TEST_CASE("widget: a weak pointer made while nobody owns the widget gives it once somebody does")
+TEST_CASE("widget: a weak pointer made before the widget has an owner gives it when it has one")
 {
     auto* widget = new Widget;
     const IntrusiveWeakPtr<Widget> weak(widget);
@@ -119,7 +119,7 @@ TEST_CASE("widget: descendants are found by type, depth first, in child order, w
 
 TEST_CASE("widget: a class given before it is added is styled by rules that name its ancestors")
 {
-    TestScene scene;
+    Scene scene;
     Cascara::StyleEngine::instance().addStyleSheet(QStringLiteral(".tray .tile { opacity: 0.5; }"), QStringLiteral("test.css"));
     auto& tray = scene.box(0, 0, 10, 10);
     tray.addCSSClass("tray");
@@ -142,7 +142,7 @@ TEST_CASE("widget: without an application one that is taken away is destroyed at
 
 TEST_CASE("widget: in an application one that is taken away lives until the end of the frame")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(0, 0, 10, 10);
     const IntrusiveWeakPtr<Widget> weak(&widget);
     widget.removeFromParent();
@@ -155,7 +155,7 @@ TEST_CASE("widget: in an application one that is taken away lives until the end 
 
 TEST_CASE("widget: one that is taken away and put back in the same frame lives on")
 {
-    TestScene scene;
+    Scene scene;
     auto& widget = scene.box(0, 0, 10, 10);
     const IntrusiveWeakPtr<Widget> weak(&widget);
     widget.removeFromParent();
@@ -165,7 +165,7 @@ TEST_CASE("widget: one that is taken away and put back in the same frame lives o
     CHECK(widget.parent() == scene.app.mainLayer().get());
 }
 
-TEST_CASE("widget: a child that somebody holds survives its parent")
+TEST_CASE("widget: a child that is held elsewhere survives its parent")
 {
     const auto child = makeIntrusive<Widget>();
     {
@@ -177,7 +177,7 @@ TEST_CASE("widget: a child that somebody holds survives its parent")
     CHECK(child->referenceCount() == 1);
 }
 
-TEST_CASE("widget: removing somebody else's child does nothing")
+TEST_CASE("widget: removing the child of another widget does nothing")
 {
     const auto a = makeIntrusive<Widget>();
     const auto b = makeIntrusive<Widget>();
@@ -191,7 +191,7 @@ TEST_CASE("widget: a tree that is torn down leaves nothing behind")
 {
     const long before = Bedrock::ReferenceCounted::liveObjects();
     {
-        TestScene scene;
+        Scene scene;
         for (int i = 0; i < 5; ++i) {
             Widget& outer = scene.box(0, 0, 10, 10);
             for (int k = 0; k < 5; ++k)
@@ -207,7 +207,7 @@ TEST_CASE("widget: the main layer may outlive the application")
 {
     IntrusivePtr<Widget> layer;
     {
-        TestScene scene;
+        Scene scene;
         scene.box(0, 0, 10, 10).setUpdating(true);
         layer = scene.app.mainLayer();
     }
@@ -275,9 +275,10 @@ public:
 
 TEST_CASE("widget: attributes of a subclass are styled by the end of the frame, though the base was styled without them")
 {
+    const Facet::AttributeT<float> known(nullptr, "test-entry-gap"); // the main layer, which is matched first, has none
     for (const char* css : {"* { test-entry-gap: 7 }", "#main-layer > * { test-entry-gap: 7 }"}) {
         INFO(css);
-        TestScene scene;
+        Scene scene;
         scene.frames();
         Cascara::StyleEngine::instance().addStyleSheet(QString::fromUtf8(css), QStringLiteral("test.css"));
         auto* widget = new GapWidget(scene.app.mainLayer().get());
@@ -289,7 +290,8 @@ TEST_CASE("widget: attributes of a subclass are styled by the end of the frame, 
 
 TEST_CASE("widget: postConstruct styles the attributes of its subclass at once")
 {
-    TestScene scene;
+    const Facet::AttributeT<float> known(nullptr, "test-entry-gap");
+    Scene scene;
     Cascara::StyleEngine::instance().addStyleSheet(QStringLiteral("* { test-entry-gap: 7 }"), QStringLiteral("test.css"));
     auto* widget = new GapWidget(scene.app.mainLayer().get());
     widget->postConstruct();

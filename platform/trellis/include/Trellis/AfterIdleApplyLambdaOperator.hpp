@@ -6,7 +6,7 @@
 
 namespace Trellis
 {
-/// Applies a function to its widget once nobody has touched the widget for a while; then it is done.
+/// Applies a function to its widget when the widget has not been touched for a while; then it is done.
 class TAVOLA_EXPORT AfterIdleApplyLambdaOperator final : public Operator
 {
 public:

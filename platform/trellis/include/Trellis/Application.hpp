@@ -29,8 +29,8 @@ class DragObserver;
 class GrabManager;
 class Widget;
 
-/// Owns the widget tree and turns the crank: one call of `frame` is one frame, in the fixed order input, update, after
-/// update, style and layout. Drawing is a step of its own, so that a program without a window draws only when asked.
+/// Owns the widget tree and its engines: one call of `frame` is one frame, in the fixed order input, update, after update,
+/// style and layout. Drawing is a step of its own, so that a program without a window draws only when asked.
 /// One for the process, main thread only.
 class TAVOLA_EXPORT Application
 {
@@ -50,12 +50,12 @@ public:
     [[nodiscard]] Vecta::Vector2f size() const noexcept;
     void resize(Vecta::Vector2f sizePx);
 
-    /// Input is taken from all sources in the order they were added. Not owned; remove before destroying.
+    /// Input is read from all sources in the order they were added. Not owned; remove before destroying.
     void addInputSource(Tactile::InputSource& source);
     void removeInputSource(Tactile::InputSource& source);
     /// Null for none. Not owned.
     void setDragObserver(DragObserver* observer);
-    /// A touch is a tap when its finger stays within `distancePx` (12) and lets go before `seconds` (0.5) of frame time;
+    /// A touch is a tap when its finger stays within `distancePx` (12) and leaves before `seconds` (0.5) of frame time;
     /// a finger that goes further drags.
     void setTapLimits(float distancePx, double seconds);
 
@@ -67,7 +67,7 @@ public:
     /// Work done so far; for tests of precision.
     struct Counters
     {
-        long widgetsArranged = 0; ///< widgets whose children were placed anew, in the whole process
+        long widgetsArranged = 0; ///< widgets whose children were placed anew
         long widgetsVisited = 0;  ///< visits of updating widgets and widgets with operators
         long imagesRead = 0;      ///< pictures decoded from files (or tried to), in the whole process
         long textsLaidOut = 0;    ///< texts broken into lines, in the whole process
@@ -99,11 +99,7 @@ public:
     void destroyRemovedWidgets();
 
 private:
-    friend class Widget;
     struct Private;
-
-    void takeInput(double dtSeconds);
-
     std::unique_ptr<Private> d;
 };
 }

@@ -6,7 +6,7 @@ namespace Trellis
 {
 class Widget;
 
-/// Hears how visitors drag movable widgets about; the host core makes drag and drop of it. Main thread; called while input
+/// Receives the drags of movable widgets; drag and drop is built on it. Main thread; called while input
 /// is delivered. The observer may remove the widget.
 class DragObserver
 {
@@ -17,9 +17,9 @@ public:
     virtual void dragBegan(Widget& /*widget*/) {}
     /// The widget was moved by `fingers` fingers (at least one); `scenePoint` is the middle of them.
     virtual void dragMoved(Widget& widget, Vecta::Vector2f scenePoint, int fingers) = 0;
-    /// The last finger let go of a widget that had been dragged; inertia has been given to it already, and `stopMotion` ends
+    /// The last finger left a widget that had been dragged; it slides on already, and `stopMotion` ends
     /// it. With `cancelled` the input was lost: nothing is dropped. A widget that leaves the tree, or whose fingers are taken
-    /// away, is not heard of again.
+    /// away, is not reported again.
     virtual void dragEnded(Widget& widget, Vecta::Vector2f scenePoint, bool cancelled) = 0;
 };
 }

@@ -7,7 +7,7 @@ namespace Trellis
 class Widget;
 
 /// Fades widgets by their opacity on the run-time layer. A new fade of a widget replaces a running one and starts from the
-/// opacity that shows; a widget that fades out to be deleted takes no input any more, and is deleted once.
+/// opacity that shows; a widget that fades out to be deleted receives no input any more, and is deleted once.
 class TAVOLA_EXPORT FadeAnimator
 {
 public:

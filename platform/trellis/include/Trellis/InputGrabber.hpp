@@ -11,7 +11,7 @@ namespace Trellis
 {
 class Widget;
 
-/// What holds a finger or marker: each widget has one. Belongs to its widget.
+/// Holds fingers and markers for a widget, which owns it; each widget has one.
 class TAVOLA_EXPORT InputGrabber
 {
 public:
@@ -21,9 +21,9 @@ public:
 
     /// The node that the input goes to.
     [[nodiscard]] Facet::Node* host() const noexcept;
+    [[nodiscard]] Widget& widget() const noexcept { return m_host; }
 
 private:
-    friend class GrabManager;
     Widget& m_host;
 };
 }

@@ -22,17 +22,17 @@ public:
 
     /// Empties the text; sends "text-changed" only.
     void clear();
-    /// Lets go of the keyboards. Sends "editing-finished" with "focus-lost" when it had one, never "enter".
+    /// Gives up the keyboards. Sends "editing-finished" with "focus-lost" when it had one, never "enter".
     void endEditing();
     /// Whether the physical keyboard goes here.
     [[nodiscard]] bool hasFocus() const;
-    /// Whether somebody writes here: it has the focus or a keyboard of its own. Shows the caret; pseudo-class "focus".
+    /// Whether it is being edited: it has the focus or a keyboard of its own. Shows the caret; pseudo-class "focus".
     [[nodiscard]] bool isEditing() const;
     /// Called by the keyboard on the table that serves this editor alone. While it does, editing goes on when the focus goes
     /// elsewhere. Taking it away sends nothing: a keyboard that closes calls `endEditing` or `keyPressed` instead.
     void setOwnKeyboard(bool on);
 
-    /// Index of the character (UTF-16) behind the cursor; always at the border of what is seen as one character.
+    /// Index of the character (UTF-16) after the cursor; always at the border of what is seen as one character.
     [[nodiscard]] int cursorPosition() const noexcept;
     /// Inserts at the cursor. Line ends become blanks.
     void insertText(const QString& text);

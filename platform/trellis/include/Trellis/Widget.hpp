@@ -14,6 +14,7 @@
 #include <Vecta/Transform.hpp>
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace Lantern
@@ -27,6 +28,7 @@ class FrameInfo;
 class GrabManager;
 class InputGrabber;
 class Operator;
+struct WidgetRecords;
 
 /// How a widget takes its place among the children of its parent.
 enum class Display {
@@ -41,38 +43,18 @@ enum class Position {
 };
 enum class Alignment { Left, Center, Right };
 
-/// A rectangle on the table with a look, children and input: base of everything that shows. Main thread only.
+/// A rectangle on the table with an appearance, children and input: base of everything that shows. Its attributes are
+/// listed in docs/style-attributes.md. Main thread only.
 ///
-/// Ownership: a parent holds strong references to its children; a child knows its parent by plain pointer. A widget that
-/// is taken from its parent leaves the tree at once and is destroyed after the frame at the earliest, so a handler may
-/// remove its own widget.
-///
-/// Geometry: a point p of the widget lies in the parent at location + rotate(scale * p, rotation): location is where the
-/// widget's top left corner stands, and rotation and scale are about that corner. Angles are radians, clockwise on the
-/// screen. Reading a geometry brings a layout that is out of date up to date first.
-///
-/// A widget whose `location` is set on the run-time layer stands there, but keeps its place in the flow; clearing the
-/// layer lets it return.
-///
-/// Attributes, all within reach of style sheets (initial value first in parentheses where it is not zero or auto):
-/// - place: "location" (two numbers), "rotation" (angle), "scale" (1), "position" (flow, absolute), "left", "top", "right",
-///   "bottom" (lengths, for absolute widgets), "display" (block, inline, none)
-/// - size: "width", "height", "min-width", "max-width", "min-height", "max-height" (lengths; padding is part of the size)
-/// - inside: "padding" (one to four lengths), "align" (left, center, right: inline children in their line), "gap" (px between
-///   children in the flow), "overflow" (visible, hidden)
-/// - outside: "margin" (one to four lengths; auto to the left and right centres a block)
-/// - look: "opacity" (1), "background-color" (transparent), "border-color" (transparent), "border-width" (drawn inside the
-///   widget, takes no room), "border-radius"
-/// - input: "input-transparent" (false), "movable", "rotatable", "scalable" (false), "min-scale" (0.1), "max-scale" (10),
-///   "inertia" (true)
-/// Percentages mean the content box of the parent; for absolute widgets the whole parent. In the flow a widget takes the
-/// room that its scale shows; children stand in it in the order in which they were added.
-///
-/// Events: "interaction-begin" and "interaction-end" (the first finger takes the widget, the last lets go), "single-tap" (two
-/// floats: the place in the widget's coordinates; sent to the first widget upwards that listens), "marker-down" and
-/// "marker-up" (int64: the marker's id). A handler may remove any widget.
-///
-/// Classes that override `update` turn it on with `setUpdating`; a widget that nothing moves costs nothing in a frame.
+/// Ownership: a parent holds strong references to its children; a child has a plain pointer to its parent. A widget that is
+/// taken from its parent leaves the tree at once and is destroyed after the frame at the earliest, so a handler may remove
+/// its own widget.
+/// Geometry: a point p of the widget lies in the parent at location + rotate(scale * p, rotation): location is the place of
+/// the top left corner, and rotation and scale are about that corner. Angles are radians, clockwise on the screen. Reading
+/// a geometry brings the layout up to date first.
+/// Events: "interaction-begin", "interaction-end" (the first finger comes, the last one leaves); "finger-down", "finger-up"
+/// (int64 id, two floats: the place in the widget's coordinates); "single-tap" (two floats: the place; sent to the first
+/// widget upwards that listens); "marker-down", "marker-up" (int64: the marker's id). A handler may remove any widget.
 class TAVOLA_EXPORT Widget : public Bedrock::ReferenceCounted, public Facet::Node, public Cascara::Styleable
 {
 public:
@@ -80,33 +62,33 @@ public:
     explicit Widget(Widget* parent = nullptr);
     ~Widget() override;
 
-    /// Second half of construction, called once by whoever made the widget, when the constructors of all its classes
-    /// have run: finishes style and input set-up.
+    /// Second half of construction, to be called once when the constructors of all its classes have run: styles what the
+    /// base was styled without. A widget made without it is complete by the end of the frame.
     virtual void postConstruct();
 
     // ---- A frame, and input -----------------------------------------------------------------------------------------
 
-    /// Called once a frame while updating is on.
+    /// Called once a frame while updating is on (`setUpdating`); a widget that nothing moves costs nothing in a frame.
     virtual void update(const FrameInfo& frame);
     /// A marker was given to this widget, or taken from the table or the widget. The base sends "marker-down" or
     /// "marker-up" with the marker's id.
     virtual void markerDown(Tactile::Marker marker, GrabManager& grabManager);
     virtual void markerUp(Tactile::Marker marker, GrabManager& grabManager);
-    /// Whether this widget takes the object. The base decides by position; a widget that is hidden or has
-    /// "input-transparent" takes nothing.
+    /// Whether this widget accepts the object. The base decides by position; a widget that is hidden or has
+    /// "input-transparent" accepts none.
     virtual bool shouldGrab(GrabManager& grabManager, Tactile::TrackedObject object) const;
     /// Draws the widget itself, below its children, in its own coordinates. The base draws background and border.
     virtual void renderContent(Lantern::RenderContext& context) const;
 
     [[nodiscard]] InputGrabber& inputGrabber();
-    /// With false neither this widget nor anything in it takes input, whatever their styles say.
+    /// With false neither this widget nor anything in it receives input, whatever their styles say.
     void setInputEnabled(bool on);
-    /// With true, fingers that come down on this widget or inside it move nothing above it: what cannot be moved itself
-    /// then holds its fingers alone. For what is pressed rather than dragged, by several fingers at once.
+    /// With true, fingers that come down on this widget or inside it move nothing above it: a widget that cannot be moved
+    /// itself then holds its fingers alone. For keys and the like, which several fingers press at once.
     void setHoldsFingers(bool on);
     void setUpdating(bool on);
     [[nodiscard]] bool isUpdating() const noexcept;
-    /// Ends inertia and every other motion that a touch left behind.
+    /// Ends inertia and every other motion that a touch began.
     void stopMotion();
     [[nodiscard]] bool isMoving() const noexcept;
     /// Whether any finger holds this widget.
@@ -130,6 +112,20 @@ public:
     void lowerToBottom();
     /// Whether `other` is this widget or stands somewhere below it.
     [[nodiscard]] bool isAncestorOf(const Widget& other) const noexcept;
+    /// The nearest of this widget and its ancestors for which `test(widget)` holds, or null.
+    template <class Test>
+    [[nodiscard]] const Widget* nearest(Test test) const
+    {
+        const Widget* widget = this;
+        while (widget && !test(*widget))
+            widget = widget->m_parent;
+        return widget;
+    }
+    template <class Test>
+    [[nodiscard]] Widget* nearest(Test test)
+    {
+        return const_cast<Widget*>(static_cast<const Widget*>(this)->nearest(std::move(test)));
+    }
     /// Descendants of that CSS type, depth first, in child order; the widget itself is not among them.
     [[nodiscard]] Widget* findByType(const QByteArray& type) const;
     [[nodiscard]] std::vector<Widget*> findAllByType(const QByteArray& type) const;
@@ -137,7 +133,7 @@ public:
     // ---- Geometry ---------------------------------------------------------------------------------------------------
 
     [[nodiscard]] Vecta::Vector2f location() const;
-    /// Run-time layer.
+    /// Run-time layer. The widget stands there, but keeps its place in the flow; clearing the layer lets it return.
     void setLocation(Vecta::Vector2f location);
     [[nodiscard]] Vecta::Vector2f size() const;
     [[nodiscard]] float width() const;
@@ -196,17 +192,8 @@ protected:
     void attributeChanged(Facet::Attribute& attribute) override;
 
 private:
-    friend class Application;
-    friend class DamageTracker;
-    friend class FadeAnimator;
-    friend class FrameUpdater;
-    friend class HitTest;
-    friend class LayoutEngine;
-    friend class LocationAttribute;
-    friend class MotionController;
-    friend class ScenePainter;
-    friend class WidgetInput;
-    struct Private;
+    /// The engines' way to what they keep of a widget.
+    friend struct WidgetRecords;
 
     void attachTo(Widget& parent);
     void detachFromParent();
@@ -215,6 +202,6 @@ private:
 
     Widget* m_parent = nullptr;
     std::vector<Bedrock::IntrusivePtr<Widget>> m_children;
-    std::unique_ptr<Private> d;
+    std::unique_ptr<WidgetRecords> d;
 };
 }

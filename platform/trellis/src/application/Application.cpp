@@ -1,18 +1,15 @@
 #include <Trellis/Application.hpp>
 
 #include "application/ApplicationPrivate.hpp"
-#include "application/Guarded.hpp"
-#include "input/GrabManagerPrivate.hpp"
-#include "layout/LayoutEngine.hpp"
 #include "picture/ImageLoader.hpp"
 #include "text/TextBlock.hpp"
-#include "tree/WidgetPrivate.hpp"
+#include "tree/Guarded.hpp"
+#include "tree/WidgetRecords.hpp"
 
 #include <Bedrock/AfterUpdateQueue.hpp>
 #include <Bedrock/Arrivals.hpp>
 #include <Bedrock/FlagGuard.hpp>
 #include <Cascara/StyleEngine.hpp>
-#include <Tactile/InputSource.hpp>
 #include <Trellis/FrameInfo.hpp>
 
 #include <QCoreApplication>
@@ -30,24 +27,26 @@ namespace
 Application* theApplication = nullptr;
 }
 
-Application::Application(Vecta::Vector2f sizePx) : d(std::make_unique<Private>(sizePx))
+Application::Application(Vecta::Vector2f sizePx) : d(std::make_unique<Private>(*this, sizePx))
 {
     assert(!theApplication && "there is one application");
     theApplication = this;
+    d->install();
     Widget& root = *d->mainLayer;
     root.setCSSId(QByteArrayLiteral("main-layer"));
     root.setSize(sizePx);
-    root.d->inputTransparent.setValue(true, Facet::kDefaultLayer);
-    root.enterTree();
+    WidgetRecords::of(root).input.inputTransparent.setValue(true, Facet::kDefaultLayer);
+    WidgetRecords::enterTree(root);
     d->damage.setScene({0.f, 0.f, sizePx.x, sizePx.y});
 }
 
 Application::~Application()
 {
-    d->input.setObserver(nullptr);
-    d->mainLayer->leaveTree();
+    d->input.fingers().dragging().setObserver(nullptr);
+    WidgetRecords::leaveTree(*d->mainLayer);
     destroyRemovedWidgets();
     ImageLoader::instance().shutDown();
+    d->retire();
     theApplication = nullptr;
 }
 
@@ -63,7 +62,7 @@ Bedrock::IntrusivePtr<Widget> Application::mainLayer() const
 
 GrabManager* Application::grabManager() const noexcept
 {
-    return &d->grabs;
+    return &d->input.grabManager();
 }
 
 Vecta::Vector2f Application::size() const noexcept
@@ -80,97 +79,59 @@ void Application::resize(Vecta::Vector2f sizePx)
 
 void Application::addInputSource(Tactile::InputSource& source)
 {
-    if (std::find(d->sources.begin(), d->sources.end(), &source) == d->sources.end())
-        d->sources.push_back(&source);
+    d->input.addSource(source);
 }
 
 void Application::removeInputSource(Tactile::InputSource& source)
 {
-    d->sources.erase(std::remove(d->sources.begin(), d->sources.end(), &source), d->sources.end());
+    d->input.removeSource(source);
 }
 
 void Application::setDragObserver(DragObserver* observer)
 {
-    d->input.setObserver(observer);
+    d->input.fingers().dragging().setObserver(observer);
 }
 
 void Application::setTapLimits(float distancePx, double seconds)
 {
-    d->input.setTapLimits(distancePx, seconds);
+    d->input.fingers().setTapLimits(distancePx, seconds);
 }
 
 // ---- One frame -------------------------------------------------------------------------------------------------------
 
 void Application::frame(double dtSeconds)
 {
-    // Qt's events may bring the timer that turns the crank: the frame that is under way is the one it wants.
+    // Qt's events may include the timer that asks for the next frame: the one that is under way serves it.
     if (d->inFrame)
         return;
     const Bedrock::FlagGuard inFrame(d->inFrame);
     const double dt = std::isfinite(dtSeconds) ? std::max(0.0, dtSeconds) : 0.0;
     if (QCoreApplication::instance()) {
         QCoreApplication::processEvents();
-        // Outside a running event loop Qt leaves these lying.
+        // Outside a running event loop Qt does not deliver these.
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
-    d->time += dt;
+    d->timeSeconds += dt;
     ++d->frameNumber;
 
     Bedrock::Arrivals::instance().admit();
-    takeInput(dt);
-    d->updater.run(FrameInfo(float(dt), d->time, d->frameNumber));
+    d->input.run(d->timeSeconds, dt);
+    d->updater.run(FrameInfo(float(dt), d->timeSeconds, d->frameNumber));
     Bedrock::AfterUpdateQueue::instance().drain();
     // What was made since the frame before has all its attributes by now.
     guarded("The styling", [] { Cascara::StyleEngine::instance().finishStyling(); });
     guarded("The layout", [&] {
-        LayoutEngine::bringUpToDate(*d->mainLayer);
+        d->layout.bringUpToDate(*d->mainLayer);
         destroyRemovedWidgets();
         // Listeners to positions and destructors may have changed something again.
-        LayoutEngine::bringUpToDate(*d->mainLayer);
+        d->layout.bringUpToDate(*d->mainLayer);
     });
     d->damage.collect();
 }
 
-void Application::takeInput(double dtSeconds)
-{
-    auto& grabs = *d->grabs.d;
-    Tactile::Sample& sample = grabs.sample;
-    grabs.lifted.clear();
-    if (d->sources.size() == 1) {
-        d->sources.front()->takeSample(d->time, sample);
-    } else {
-        sample.clear();
-        for (Tactile::InputSource* source : d->sources) {
-            source->takeSample(d->time, d->scratch);
-            sample.fingers.insert(sample.fingers.end(), d->scratch.fingers.begin(), d->scratch.fingers.end());
-            sample.markers.insert(sample.markers.end(), d->scratch.markers.begin(), d->scratch.markers.end());
-            sample.changes.insert(sample.changes.end(), d->scratch.changes.begin(), d->scratch.changes.end());
-        }
-        std::sort(sample.fingers.begin(), sample.fingers.end(), [](const auto& a, const auto& b) { return a.id() < b.id(); });
-    }
-
-    using Kind = Tactile::InputChange::Kind;
-    const auto isLeaving = [](const Tactile::InputChange& change) {
-        return change.kind == Kind::Up || change.kind == Kind::Cancel;
-    };
-    for (const Tactile::InputChange& change : sample.changes)
-        if (change.object.isMarker() && isLeaving(change))
-            grabs.lifted.emplace_back(change.object);
-    for (std::size_t i = 0; i < sample.changes.size(); ++i) {
-        const Tactile::InputChange& change = sample.changes[i];
-        if (!change.object.isMarker())
-            continue;
-        if (change.kind == Kind::Down)
-            grabs.markerAppeared(d->grabs, Tactile::Marker(change.object));
-        else if (isLeaving(change))
-            grabs.markerLeft(d->grabs, Tactile::Marker(change.object));
-    }
-    d->input.process(sample, d->time, dtSeconds);
-}
-
 double Application::time() const noexcept
 {
-    return d->time;
+    return d->timeSeconds;
 }
 
 long Application::frameNumber() const noexcept
@@ -180,7 +141,7 @@ long Application::frameNumber() const noexcept
 
 Application::Counters Application::counters() const noexcept
 {
-    return {LayoutEngine::widgetsArranged(), d->updater.visits(), ImageLoader::instance().filesRead(), TextBlock::layoutsMade()};
+    return {d->layout.widgetsArranged(), d->updater.visits(), ImageLoader::instance().filesRead(), TextBlock::layoutsMade()};
 }
 
 void Application::destroyRemovedWidgets()
@@ -213,7 +174,7 @@ QRegion Application::takeDamage()
 
 bool Application::needsFrame() const
 {
-    return !d->updater.isIdle() || !d->damage.isEmpty() || !d->removed.empty() || LayoutEngine::isDirty(*d->mainLayer)
+    return !d->updater.isIdle() || !d->damage.isEmpty() || !d->removed.empty() || isLayoutDirty(*d->mainLayer)
         || Cascara::StyleEngine::instance().isStylingUnfinished() || !Bedrock::AfterUpdateQueue::instance().isEmpty()
         || Bedrock::Arrivals::instance().isWaiting() || pendingImages() > 0;
 }

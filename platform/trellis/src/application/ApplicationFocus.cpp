@@ -2,7 +2,7 @@
 
 #include <Trellis/TextEditWidget.hpp>
 
-// Whom the keyboard serves.
+// The widget that keys go to.
 
 namespace Trellis
 {
@@ -16,11 +16,11 @@ void Application::setFocusWidget(Widget* widget)
     auto* editor = dynamic_cast<TextEditWidget*>(widget);
     if (d->focus == editor)
         return;
-    const Bedrock::IntrusivePtr<Widget> keepNew(editor);
-    const Bedrock::IntrusivePtr<Widget> before(d->focus);
+    const Bedrock::IntrusivePtr<TextEditWidget> keepNew(editor);
+    const Bedrock::IntrusivePtr<TextEditWidget> before(d->focus);
     d->focus = editor;
-    if (auto* old = dynamic_cast<TextEditWidget*>(before.get()))
-        old->focusChanged(false);
+    if (before)
+        before->focusChanged(false);
     // The one that lost it may have handed it on already.
     if (editor && d->focus == editor)
         editor->focusChanged(true);
@@ -28,8 +28,8 @@ void Application::setFocusWidget(Widget* widget)
 
 void Application::keyPressed(QKeyEvent& event)
 {
-    const Bedrock::IntrusivePtr<Widget> keep(d->focus);
-    if (auto* editor = dynamic_cast<TextEditWidget*>(keep.get()))
-        editor->keyPressed(event);
+    const Bedrock::IntrusivePtr<TextEditWidget> keep(d->focus);
+    if (keep)
+        keep->keyPressed(event);
 }
 }

@@ -2,41 +2,54 @@
 
 #include "application/FrameUpdater.hpp"
 #include "drawing/DamageTracker.hpp"
-#include "input/WidgetInput.hpp"
+#include "input/InputRouter.hpp"
+#include "layout/LayoutEngine.hpp"
+#include "motion/MotionController.hpp"
+#include "tree/WidgetEngines.hpp"
 
-#include <Tactile/Sample.hpp>
 #include <Trellis/Application.hpp>
-#include <Trellis/GrabManager.hpp>
-#include <Trellis/Widget.hpp>
 
 #include <memory>
 #include <vector>
 
 namespace Trellis
 {
-/// The parts that a frame consists of. Declared in an order in which the tree goes before what its widgets report to.
-struct Application::Private
-{
-    explicit Private(Vecta::Vector2f size)
-        : sizePx(size), damage({0.f, 0.f, size.x, size.y}), mainLayer(Bedrock::makeIntrusive<Widget>()), grabs(*mainLayer),
-          input(grabs, *mainLayer)
-    {
-    }
+class TextEditWidget;
 
+/// The engines, which refer to one another, and the tree that they work on. Declared in an order in which the tree
+/// is destroyed before the engines that its widgets report to.
+struct Application::Private final : WidgetEngines
+{
+    explicit Private(Application& application, Vecta::Vector2f size);
+
+    void layOut(const Widget& widget) override { layout.bringUpToDate(widget); }
+    [[nodiscard]] Vecta::Vector2f flowSize(const Widget& widget, float availableWidth) override;
+    void appearanceChanged(Widget& widget, Redraw extent) override { damage.widgetChanged(widget, extent); }
+    void activityChanged(Widget& widget) override { updater.refresh(widget); }
+    void stopMotion(Widget& widget) override { motion.stop(widget); }
+    void dropInput(Widget& widget) override { input.dropAllBelow(widget); }
+    void widgetLeaves(Widget& widget) override;
+    void widgetRemoved(Bedrock::IntrusivePtr<Widget> widget) override;
+    [[nodiscard]] double time() const noexcept override { return timeSeconds; }
+    [[nodiscard]] Widget* keyboardFocus() const noexcept override;
+    void setKeyboardFocus(Widget* widget) override { application.setFocusWidget(widget); }
+    using WidgetEngines::install;
+    using WidgetEngines::retire;
+
+    Application& application;
     Vecta::Vector2f sizePx;
-    double time = 0.0;
+    double timeSeconds = 0.0;
     long frameNumber = 0;
     bool inFrame = false;
 
+    LayoutEngine layout{*this};
     DamageTracker damage;
-    FrameUpdater updater;
+    MotionController motion{*this};
+    FrameUpdater updater{motion};
     Bedrock::IntrusivePtr<Widget> mainLayer;
-    GrabManager grabs;
-    WidgetInput input;
+    InputRouter input;
 
-    std::vector<Tactile::InputSource*> sources;
-    Tactile::Sample scratch;
-    Widget* focus = nullptr;
+    TextEditWidget* focus = nullptr;
     std::vector<Bedrock::IntrusivePtr<Widget>> removed;
     std::vector<Bedrock::IntrusivePtr<Widget>> dying;
 };

@@ -1,42 +1,29 @@
 #include "application/FrameUpdater.hpp"
 
-#include "application/Guarded.hpp"
 #include "motion/MotionController.hpp"
-#include "tree/WidgetPrivate.hpp"
+#include "tree/Guarded.hpp"
+#include "tree/WidgetRecords.hpp"
 
 #include <Trellis/FrameInfo.hpp>
 
 namespace Trellis
 {
-FrameUpdater* FrameUpdater::s_current = nullptr;
-
-FrameUpdater::FrameUpdater()
-{
-    s_current = this;
-}
-
-FrameUpdater::~FrameUpdater()
-{
-    s_current = nullptr;
-}
-
 void FrameUpdater::refresh(Widget& widget)
 {
-    auto& d = *widget.d;
-    const bool wanted = s_current && d.inTree && (d.updating || d.moving || !d.operators.empty());
-    if (wanted == (d.activeIndex >= 0))
+    const WidgetRecords& records = WidgetRecords::of(widget);
+    UpdateRecord& update = WidgetRecords::of(widget).update;
+    const bool wanted = records.inTree && (update.updating || records.motion.moving || !update.operators.empty());
+    if (wanted == (update.activeIndex >= 0))
         return;
     if (wanted) {
-        d.activeIndex = int(s_current->m_active.size());
-        s_current->m_active.push_back(&widget);
-        ++s_current->m_count;
-        return;
+        update.activeIndex = int(m_active.size());
+        m_active.push_back(&widget);
+        ++m_count;
+    } else {
+        m_active[std::size_t(update.activeIndex)] = nullptr;
+        update.activeIndex = -1;
+        --m_count;
     }
-    if (s_current) {
-        s_current->m_active[std::size_t(d.activeIndex)] = nullptr;
-        --s_current->m_count;
-    }
-    d.activeIndex = -1;
 }
 
 void FrameUpdater::run(const FrameInfo& frame)
@@ -48,16 +35,16 @@ void FrameUpdater::run(const FrameInfo& frame)
         const Bedrock::IntrusivePtr<Widget> widget(m_active[i]);
         ++m_visits;
         updateOperators(*widget, frame);
-        if (m_active[i] == widget && widget->d->updating)
+        if (m_active[i] == widget && WidgetRecords::of(*widget).update.updating)
             guarded("Widget::update", [&] { widget->update(frame); });
-        if (m_active[i] == widget && widget->d->moving)
-            MotionController::slide(*widget, frame.dt());
-        // Who left the list is not met again below.
+        if (m_active[i] == widget && WidgetRecords::of(*widget).motion.moving)
+            m_motion.slide(*widget, frame.dt());
+        // A widget that left the list is not met again below.
         if (m_active[i] != widget)
             removeDoneOperators(*widget);
     }
     for (std::size_t i = 0; i < count; ++i) {
-        if (!m_active[i] || m_active[i]->d->operators.empty())
+        if (!m_active[i] || WidgetRecords::of(*m_active[i]).update.operators.empty())
             continue;
         const Bedrock::IntrusivePtr<Widget> widget(m_active[i]);
         removeDoneOperators(*widget);
@@ -67,13 +54,13 @@ void FrameUpdater::run(const FrameInfo& frame)
 
 void FrameUpdater::updateOperators(Widget& widget, const FrameInfo& frame)
 {
-    auto& d = *widget.d;
+    UpdateRecord& d = WidgetRecords::of(widget).update;
     d.operatorEnd = int(d.operators.size());
     for (d.operatorIndex = 0; d.operatorIndex < d.operatorEnd; ++d.operatorIndex) {
         const Bedrock::IntrusivePtr<Operator> op = d.operators[std::size_t(d.operatorIndex)];
         if (!op->isDone())
             guarded("Operator::update", [&] { op->update(widget, frame); });
-        if (!d.inTree)
+        if (!WidgetRecords::of(widget).inTree)
             break;
     }
     d.operatorIndex = d.operatorEnd = -1;
@@ -81,7 +68,7 @@ void FrameUpdater::updateOperators(Widget& widget, const FrameInfo& frame)
 
 void FrameUpdater::removeDoneOperators(Widget& widget)
 {
-    auto& d = *widget.d;
+    const UpdateRecord& d = WidgetRecords::of(widget).update;
     for (std::size_t i = 0; i < d.operators.size();) {
         if (d.operators[i]->isDone()) {
             widget.removeOperator(*d.operators[i]);
@@ -100,7 +87,7 @@ void FrameUpdater::compact()
     for (Widget* widget : m_active) {
         if (!widget)
             continue;
-        widget->d->activeIndex = int(kept);
+        WidgetRecords::of(*widget).update.activeIndex = int(kept);
         m_active[kept++] = widget;
     }
     m_active.resize(kept);

@@ -1,10 +1,9 @@
 #include "drawing/DamageTracker.hpp"
 
 #include "layout/LayoutEngine.hpp"
-#include "tree/WidgetPrivate.hpp"
+#include "tree/WidgetRecords.hpp"
 
 #include <algorithm>
-#include <cassert>
 #include <cmath>
 #include <limits>
 
@@ -15,8 +14,6 @@ namespace
 /// The edges of what is turned or scaled may colour a neighbouring pixel a little.
 constexpr float kSmoothEdgePx = 0.5f;
 constexpr Vecta::Rect kEverywhere{-1e7f, -1e7f, 2e7f, 2e7f};
-
-DamageTracker* current = nullptr;
 
 float areaOf(const Vecta::Rect& r)
 {
@@ -29,101 +26,85 @@ bool covers(const Vecta::Rect& a, const Vecta::Rect& b)
 }
 }
 
-DamageTracker::DamageTracker(const Vecta::Rect& scene)
+DamageTracker::DamageTracker(LayoutEngine& layout, const Vecta::Rect& scene) : m_layout(layout)
 {
-    assert(!current && "one application per process");
-    current = this;
     m_areas.reserve(kMostAreas + 1);
     setScene(scene);
 }
 
-DamageTracker::~DamageTracker()
+void DamageTracker::widgetChanged(Widget& widget, Redraw extent)
 {
-    current = nullptr;
-}
-
-void DamageTracker::widgetChanged(Widget& widget, Extent extent)
-{
-    auto& d = *widget.d;
-    if (!current || !d.inTree)
+    WidgetRecords& records = WidgetRecords::of(widget);
+    if (!records.inTree)
         return;
-    if (extent == Extent::Subtree)
-        d.subtreeRedrawQueued = true;
-    if (d.redrawQueued)
+    if (extent == Redraw::Subtree)
+        records.drawing.subtreeRedrawQueued = true;
+    if (records.drawing.redrawQueued)
         return;
-    d.redrawQueued = true;
-    current->m_queue.push_back(&widget);
+    records.drawing.redrawQueued = true;
+    m_queue.push_back(&widget);
 }
 
 void DamageTracker::widgetLeaves(Widget& widget)
 {
-    if (current)
-        current->forget(widget);
-}
-
-void DamageTracker::forget(Widget& widget)
-{
-    auto& d = *widget.d;
-    addArea(d.drawnBounds);
-    d.drawnBounds = {};
-    d.subtreeRedrawQueued = false;
-    if (d.redrawQueued) {
-        d.redrawQueued = false;
+    DrawingRecord& drawing = WidgetRecords::of(widget).drawing;
+    addArea(drawing.drawnBounds);
+    drawing.drawnBounds = {};
+    drawing.subtreeRedrawQueued = false;
+    if (drawing.redrawQueued) {
+        drawing.redrawQueued = false;
         m_queue.erase(std::find(m_queue.begin(), m_queue.end(), &widget));
     }
-    for (const auto& child : widget.m_children)
-        forget(*child);
+    for (const auto& child : widget.children())
+        widgetLeaves(*child);
 }
 
 void DamageTracker::collect()
 {
-    // What is still out of date now will be told of by the layout of the next frame; made here, its listeners would
+    // A layout that is still out of date now damages what it changes in the next frame; made here, its listeners would
     // change the queue and the tree under way.
-    const Bedrock::FlagGuard layoutHeld = LayoutEngine::hold();
+    const Bedrock::FlagGuard layoutHeld = m_layout.hold();
     for (Widget* widget : m_queue) {
-        if (!widget->d->redrawQueued)
+        const DrawingRecord& drawing = WidgetRecords::of(*widget).drawing;
+        if (!drawing.redrawQueued)
             continue; // an ancestor has accounted for it already
         Vecta::Transform toScene;
         Vecta::Rect clip = kEverywhere;
         bool visible = true;
-        for (Widget* above = widget->m_parent; above; above = above->m_parent) {
-            const auto& a = *above->d;
-            visible = visible && a.display.value() != Display::None && a.opacity.value() > 0.f;
-        }
-        if (widget->m_parent) {
-            toScene = widget->m_parent->transformToScene();
-            for (Widget* above = widget->m_parent; above; above = above->m_parent)
-                if (above->d->overflow.value() == Overflow::Hidden)
+        if (const Widget* parent = widget->parent()) {
+            visible = parent->isVisible();
+            toScene = parent->transformToScene();
+            for (const Widget* above = parent; above; above = above->parent())
+                if (WidgetRecords::of(*above).drawing.clips())
                     clip = clip.intersected(above->sceneBounds());
         }
-        const Extent extent = widget->d->subtreeRedrawQueued ? Extent::Subtree : Extent::Widget;
-        account(*widget, toScene, clip, visible, extent);
+        account(*widget, toScene, clip, visible, drawing.subtreeRedrawQueued ? Redraw::Subtree : Redraw::Widget);
     }
     m_queue.clear();
 }
 
 void DamageTracker::account(Widget& widget, const Vecta::Transform& parentToScene, const Vecta::Rect& clip, bool visible,
-                            Extent extent)
+                            Redraw extent)
 {
-    auto& d = *widget.d;
-    const bool shows = visible && d.display.value() != Display::None && d.opacity.value() > 0.f;
-    const Vecta::Transform toScene = parentToScene * widget.transformToParent();
+    WidgetRecords& records = WidgetRecords::of(widget);
+    DrawingRecord& drawing = records.drawing;
+    const bool shows = visible && records.isShown();
+    const Vecta::Transform toScene = parentToScene * records.layout.transformToParent();
     const bool isUpright = toScene.m12 == 0.f && toScene.m21 == 0.f && toScene.m11 == 1.f && toScene.m22 == 1.f;
-    Vecta::Rect whole = toScene.mapBounds({0.f, 0.f, d.size.x, d.size.y});
+    Vecta::Rect whole = toScene.mapBounds(records.layout.bounds());
     if (!isUpright && !whole.isEmpty())
         whole = {whole.x - kSmoothEdgePx, whole.y - kSmoothEdgePx, whole.width + 2 * kSmoothEdgePx,
                  whole.height + 2 * kSmoothEdgePx};
-    const bool clips = d.overflow.value() == Overflow::Hidden;
-    addArea(d.drawnBounds);
-    d.drawnBounds = shows ? whole.intersected(clip) : Vecta::Rect{};
-    addArea(d.drawnBounds);
-    d.redrawQueued = d.subtreeRedrawQueued = false;
-    // What clips its children changes what shows of them.
-    if (extent == Extent::Widget && !clips)
+    addArea(drawing.drawnBounds);
+    drawing.drawnBounds = shows ? whole.intersected(clip) : Vecta::Rect{};
+    addArea(drawing.drawnBounds);
+    drawing.redrawQueued = drawing.subtreeRedrawQueued = false;
+    // A widget that clips its children changes what shows of them.
+    if (extent == Redraw::Widget && !drawing.clips())
         return;
-    const Vecta::Rect inner = clips ? whole.intersected(clip) : clip;
-    for (const auto& child : widget.m_children)
-        account(*child, toScene, inner, shows, Extent::Subtree);
+    const Vecta::Rect inner = drawing.clips() ? whole.intersected(clip) : clip;
+    for (const auto& child : widget.children())
+        account(*child, toScene, inner, shows, Redraw::Subtree);
 }
 
 void DamageTracker::addArea(const Vecta::Rect& wanted)

@@ -1,6 +1,6 @@
 #include "drawing/ScenePainter.hpp"
 
-#include "tree/WidgetPrivate.hpp"
+#include "tree/WidgetRecords.hpp"
 
 #include <Lantern/RenderContext.hpp>
 
@@ -16,22 +16,23 @@ void ScenePainter::paint(const Widget& root, Lantern::RenderContext& context)
 
 bool ScenePainter::isShown(const Widget& widget)
 {
-    return widget.d->display.value() != Display::None && widget.d->opacity.value() > 0.f;
+    return WidgetRecords::of(widget).isShown();
 }
 
 bool ScenePainter::hasShownChildren(const Widget& widget)
 {
-    return std::any_of(widget.m_children.begin(), widget.m_children.end(), [](const auto& child) { return isShown(*child); });
+    return std::any_of(widget.children().begin(), widget.children().end(), [](const auto& child) { return isShown(*child); });
 }
 
 Vecta::Rect ScenePainter::subtreeBounds(const Widget& widget)
 {
-    Vecta::Rect bounds{0.f, 0.f, widget.d->size.x, widget.d->size.y};
-    if (widget.d->overflow.value() == Overflow::Hidden)
+    const WidgetRecords& records = WidgetRecords::of(widget);
+    Vecta::Rect bounds = records.layout.bounds();
+    if (records.drawing.clips())
         return bounds;
-    for (const auto& child : widget.m_children)
+    for (const auto& child : widget.children())
         if (isShown(*child))
-            bounds = bounds.united(child->transformToParent().mapBounds(subtreeBounds(*child)));
+            bounds = bounds.united(WidgetRecords::of(*child).layout.transformToParent().mapBounds(subtreeBounds(*child)));
     return bounds;
 }
 
@@ -43,16 +44,16 @@ void ScenePainter::paintUpright(const Widget& widget, Lantern::RenderContext& co
 
 void ScenePainter::paintContent(const Widget& widget, Lantern::RenderContext& context)
 {
-    const auto& d = *widget.d;
-    const Vecta::Rect box{0.f, 0.f, d.size.x, d.size.y};
+    const WidgetRecords& records = WidgetRecords::of(widget);
+    const Vecta::Rect box = records.layout.bounds();
     if (context.isVisible(box))
         widget.renderContent(context);
     if (!hasShownChildren(widget))
         return;
-    const bool clips = d.overflow.value() == Overflow::Hidden;
+    const bool clips = records.drawing.clips();
     if (clips)
-        context.pushClip(box, d.borderRadius.value());
-    for (const auto& child : widget.m_children)
+        context.pushClip(box, records.drawing.borderRadius.value());
+    for (const auto& child : widget.children())
         paintWidget(*child, context);
     if (clips)
         context.pop();
@@ -62,15 +63,15 @@ void ScenePainter::paintWidget(const Widget& widget, Lantern::RenderContext& con
 {
     if (!isShown(widget))
         return;
-    const auto& d = *widget.d;
-    const Vecta::Rect box{0.f, 0.f, d.size.x, d.size.y};
-    const bool clips = d.overflow.value() == Overflow::Hidden;
+    const WidgetRecords& records = WidgetRecords::of(widget);
+    const Vecta::Rect box = records.layout.bounds();
+    const bool clips = records.drawing.clips();
 
-    context.pushTransform(widget.transformToParent());
+    context.pushTransform(records.layout.transformToParent());
     const bool boxIsVisible = context.isVisible(box);
-    if (boxIsVisible || (!clips && !widget.m_children.empty())) {
+    if (boxIsVisible || (!clips && !widget.children().empty())) {
         const bool hasChildren = hasShownChildren(widget);
-        const float opacity = d.opacity.value();
+        const float opacity = records.drawing.opacity.value();
         const bool fades = opacity < 1.f;
         // Only what overlaps needs to be put together before it is faded.
         if (fades && hasChildren)

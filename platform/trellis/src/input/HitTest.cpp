@@ -1,33 +1,31 @@
 #include "input/HitTest.hpp"
 
-#include "application/Guarded.hpp"
-#include "layout/LayoutEngine.hpp"
-#include "tree/WidgetPrivate.hpp"
+#include "tree/Guarded.hpp"
+#include "tree/WidgetRecords.hpp"
 
 namespace Trellis
 {
 Widget* HitTest::taker(Widget& root, GrabManager& grabManager, const Tactile::TrackedObject& object)
 {
-    LayoutEngine::bringUpToDate(root);
-    return search(root, root.mapFromParent(object.centerLocation()), grabManager, object);
+    bringLayoutUpToDate(root);
+    return search(root, WidgetRecords::of(root).layout.fromParent(object.centerLocation()), grabManager, object);
 }
 
 /// `point` is in the widget's coordinates.
 Widget* HitTest::search(Widget& widget, Vecta::Vector2f point, GrabManager& grabManager, const Tactile::TrackedObject& object)
 {
-    const auto& d = *widget.d;
-    if (d.display.value() == Display::None || d.opacity.value() <= 0.f || d.scale.value() <= 0.f || d.inputDisabled
-        || d.fadingOut)
+    const WidgetRecords& records = WidgetRecords::of(widget);
+    if (!records.isShown() || records.layout.scale.value() <= 0.f || records.input.isClosed())
         return nullptr;
-    const bool clipped = d.overflow.value() == Overflow::Hidden && !Vecta::Rect{0.f, 0.f, d.size.x, d.size.y}.contains(point);
+    const bool clipped = records.drawing.clips() && !records.layout.bounds().contains(point);
     if (!clipped) {
-        for (std::size_t i = widget.m_children.size(); i > 0; --i) {
-            Widget& child = *widget.m_children[i - 1];
+        for (std::size_t i = widget.children().size(); i > 0; --i) {
+            Widget& child = *widget.children()[i - 1];
             if (Widget* found = search(child, child.mapFromParent(point), grabManager, object))
                 return found;
         }
     }
-    if (d.inputTransparent.value())
+    if (records.input.inputTransparent.value())
         return nullptr;
     bool takes = false;
     guarded("Widget::shouldGrab", [&] { takes = widget.shouldGrab(grabManager, object); });

@@ -1,10 +1,10 @@
 #include "layout/LayoutEngine.hpp"
 
-#include "drawing/DamageTracker.hpp"
-#include "tree/WidgetPrivate.hpp"
+#include "layout/BoxSize.hpp"
+#include "tree/WidgetEngines.hpp"
+#include "tree/WidgetRecords.hpp"
 
 #include <algorithm>
-#include <cmath>
 
 namespace Trellis
 {
@@ -17,176 +17,28 @@ constexpr float kUnlimited = 1e6f;
 /// Three boxes of a third must fit in a line, whatever the sum of rounded thirds is.
 constexpr float kTolerancePx = 0.05f;
 constexpr int kMostRounds = 4;
-/// Content widths are whole multiples of this part of a pixel.
-constexpr float kMeasureSteps = 32.f;
 
-bool layoutRuns = false;
-long arrangedCount = 0;
-std::vector<Bedrock::IntrusivePtr<Widget>> pendingMoves;
-
-float clamped(float value, const Length& least, const Length& most, float reference)
+LayoutRecord& layoutOf(const Widget& widget)
 {
-    if (!most.isAuto() && !(most.unit == Length::Unit::Percent && reference < 0.f))
-        value = std::min(value, most.resolve(reference));
-    if (!least.isAuto() && !(least.unit == Length::Unit::Percent && reference < 0.f))
-        value = std::max(value, least.resolve(reference));
-    return std::max(value, 0.f);
+    return WidgetRecords::of(widget).layout;
 }
-
-/// A percentage of something that is not known is as good as auto.
-bool isKnown(const Length& length, float reference)
-{
-    return !length.isAuto() && !(length.unit == Length::Unit::Percent && reference < 0.f);
-}
-}
-
-long LayoutEngine::widgetsArranged() noexcept
-{
-    return arrangedCount;
-}
-
-bool LayoutEngine::isOutOfFlow(const Widget& widget)
-{
-    return widget.d->position.value() == Position::Absolute || widget.d->location.hasValue(Facet::kStyleLayer);
-}
-
-bool LayoutEngine::isDirty(const Widget& root)
-{
-    return root.d->arrangeDirty || root.d->belowDirty;
-}
-
-// ---- What is dirty ---------------------------------------------------------------------------------------------------
-
-void LayoutEngine::markBelowDirty(Widget* widget)
-{
-    for (; widget && !widget->d->belowDirty; widget = widget->m_parent)
-        widget->d->belowDirty = true;
-}
-
-void LayoutEngine::invalidateContent(Widget& widget)
-{
-    auto& d = *widget.d;
-    d.arrangeDirty = true;
-    for (auto& entry : d.measures)
-        entry.availableWidth = -1.f;
-    Widget* parent = widget.m_parent;
-    if (!parent)
-        return;
-    if (!d.sizeFromContent) {
-        markBelowDirty(parent);
-    } else if (isOutOfFlow(widget)) {
-        parent->d->arrangeDirty = true;
-        markBelowDirty(parent->m_parent);
-    } else {
-        invalidateContent(*parent);
-    }
-}
-
-void LayoutEngine::invalidateBox(Widget& widget)
-{
-    widget.d->sizeFromContent = true; // Until the layout knows better, the change may reach every ancestor.
-    widget.d->arrangeDirty = true;
-    for (auto& entry : widget.d->measures)
-        entry.availableWidth = -1.f;
-    if (widget.m_parent)
-        invalidateContent(*widget.m_parent);
 }
 
 void LayoutEngine::bringUpToDate(const Widget& widget)
 {
-    if (layoutRuns)
+    if (m_isRunning)
         return;
-    // Listeners to places may change the layout again; who answers each change with another one gets no further.
+    // Listeners to places may change the layout again; one that answers each change with another one gets no further.
     for (int round = 0; round < kMostRounds; ++round) {
-        const Widget* root = &widget;
-        while (root->m_parent)
-            root = root->m_parent;
-        if (!isDirty(*root))
+        const Widget& root = *widget.nearest([](const Widget& ancestor) { return !ancestor.parent(); });
+        if (!isLayoutDirty(root))
             return;
         {
-            const Bedrock::FlagGuard running(layoutRuns);
-            layOut(const_cast<Widget&>(*root), Room{kUnlimited, -1.f, true});
+            const Bedrock::FlagGuard running(m_isRunning);
+            layOut(const_cast<Widget&>(root), Room{kUnlimited, -1.f, true});
         }
         deliverMoves();
     }
-}
-
-Bedrock::FlagGuard LayoutEngine::hold()
-{
-    return Bedrock::FlagGuard(layoutRuns);
-}
-
-// ---- Sizes -----------------------------------------------------------------------------------------------------------
-
-Vector2f LayoutEngine::measure(Widget& widget, float availableWidth)
-{
-    auto& d = *widget.d;
-    availableWidth = std::max(availableWidth, 0.f);
-    for (const auto& entry : d.measures)
-        if (entry.availableWidth == availableWidth)
-            return entry.size;
-    Vector2f size = widget.contentSize(availableWidth);
-    // A width that paddings are added to and taken from again must not come out smaller: a text would break.
-    size.x = std::ceil(size.x * kMeasureSteps) / kMeasureSteps;
-    d.measures[d.nextMeasure] = {availableWidth, size};
-    d.nextMeasure = 1 - d.nextMeasure;
-    return size;
-}
-
-/// With `final` the box is the one that counts, and the paddings in pixels are remembered.
-Vector2f LayoutEngine::boxSize(Widget& widget, const Room& room, bool final)
-{
-    auto& d = *widget.d;
-    const bool outOfFlow = isOutOfFlow(widget);
-    const Edges& padding = d.padding.value();
-    const Edges& margin = d.margin.value();
-    const float reference = widget.m_parent ? room.width : 0.f;
-    const float padLeft = padding.left.resolve(reference);
-    const float padRight = padding.right.resolve(reference);
-    const float padTop = padding.top.resolve(reference);
-    const float padBottom = padding.bottom.resolve(reference);
-    const float margins = margin.left.resolve(reference) + margin.right.resolve(reference);
-    bool fromContent = false;
-
-    const Length& wantedWidth = d.width.value();
-    float width = 0.f;
-    if (!wantedWidth.isAuto()) {
-        width = wantedWidth.resolve(reference);
-    } else if (outOfFlow && !d.left.value().isAuto() && !d.right.value().isAuto()) {
-        width = room.width - d.left.value().resolve(room.width) - d.right.value().resolve(room.width) - margins;
-    } else {
-        // A block that fills its container takes part in the width of one that shrinks to its content.
-        fromContent = true;
-        if (!outOfFlow && !room.shrinks && d.display.value() == Display::Block)
-            width = room.width - margins;
-        else
-            width = measure(widget, room.width - margins - padLeft - padRight).x + padLeft + padRight;
-    }
-    width = clamped(width, d.minWidth.value(), d.maxWidth.value(), reference);
-
-    const Length& wantedHeight = d.height.value();
-    float height = 0.f;
-    bool heightFromContent = false;
-    if (isKnown(wantedHeight, room.height)) {
-        height = wantedHeight.resolve(room.height);
-    } else if (outOfFlow && room.height >= 0.f && !d.top.value().isAuto() && !d.bottom.value().isAuto()) {
-        height = room.height - d.top.value().resolve(room.height) - d.bottom.value().resolve(room.height)
-            - margin.top.resolve(reference) - margin.bottom.resolve(reference);
-    } else {
-        fromContent = heightFromContent = true;
-        height = measure(widget, width - padLeft - padRight).y + padTop + padBottom;
-    }
-    height = clamped(height, d.minHeight.value(), d.maxHeight.value(), room.height);
-
-    if (final) {
-        d.padLeft = padLeft;
-        d.padRight = padRight;
-        d.padTop = padTop;
-        d.padBottom = padBottom;
-        d.sizeFromContent = fromContent;
-        d.heightFromContent = heightFromContent;
-    }
-    return {width, height};
 }
 
 Vector2f LayoutEngine::flowSize(const Widget& widget, float availableWidth)
@@ -209,18 +61,18 @@ struct LayoutEngine::Line
 };
 
 /// Moves the line's widgets to where the alignment wants them, and goes to below the line.
-void LayoutEngine::finishLine(Widget& widget, const Room& room, Line& line, bool place)
+void LayoutEngine::finishLine(const Widget& widget, const Room& room, Line& line, bool place)
 {
     if (line.isEmpty)
         return;
-    const auto& d = *widget.d;
+    const LayoutRecord& d = layoutOf(widget);
     if (place && d.align.value() != Alignment::Left) {
         const float share = d.align.value() == Alignment::Center ? 0.5f : 1.f;
         const float shift = std::max(0.f, room.width - line.width) * share;
         for (std::size_t i = line.first; i < line.end; ++i) {
             Widget& child = *d.flowOrder[i];
-            if (child.d->display.value() == Display::Inline && !isOutOfFlow(child))
-                child.d->flowLocation.x += shift;
+            if (layoutOf(child).display.value() == Display::Inline && !layoutOf(child).isOutOfFlow())
+                layoutOf(child).flowLocation.x += shift;
         }
     }
     line.widest = std::max(line.widest, line.width);
@@ -232,17 +84,17 @@ void LayoutEngine::finishLine(Widget& widget, const Room& room, Line& line, bool
 
 Vector2f LayoutEngine::flow(Widget& widget, const Room& room, bool place)
 {
-    auto& d = *widget.d;
+    LayoutRecord& d = layoutOf(widget);
     const float gap = std::max(0.f, d.gap.value());
     Line line;
     for (std::size_t i = 0; i < d.flowOrder.size(); ++i) {
         Widget& child = *d.flowOrder[i];
-        auto& c = *child.d;
-        if (c.display.value() == Display::None || isOutOfFlow(child))
+        LayoutRecord& c = layoutOf(child);
+        if (c.display.value() == Display::None || c.isOutOfFlow())
             continue;
         if (place)
             layOut(child, room);
-        const Vector2f box = (place ? c.size : boxSize(child, room, false)) * std::max(0.f, c.scale.value());
+        const Vector2f box = (place ? c.size : boxSize(child, room, Sizing::Measure)) * std::max(0.f, c.scale.value());
         const Edges& margin = c.margin.value();
         const float marginLeft = margin.left.resolve(room.width);
         const float marginTop = margin.top.resolve(room.width);
@@ -288,12 +140,12 @@ Vector2f LayoutEngine::flow(Widget& widget, const Room& room, bool place)
 
 void LayoutEngine::layOut(Widget& widget, const Room& room)
 {
-    auto& d = *widget.d;
+    LayoutRecord& d = layoutOf(widget);
     const float padsBefore[] = {d.padLeft, d.padTop, d.padRight, d.padBottom};
-    const Vector2f size = boxSize(widget, room, true);
+    const Vector2f size = boxSize(widget, room, Sizing::Final);
     const bool resized = size != d.size;
     if (resized) {
-        DamageTracker::widgetChanged(widget, DamageTracker::Extent::Widget);
+        m_engines.appearanceChanged(widget, Redraw::Widget);
         d.size = size;
     }
     const bool padded =
@@ -306,8 +158,8 @@ void LayoutEngine::layOut(Widget& widget, const Room& room)
 
 void LayoutEngine::arrange(Widget& widget)
 {
-    auto& d = *widget.d;
-    ++arrangedCount;
+    LayoutRecord& d = layoutOf(widget);
+    ++m_arranged;
     d.arrangeDirty = false;
     d.belowDirty = false;
     // A share of a height that itself follows from the content would be a circle.
@@ -315,22 +167,22 @@ void LayoutEngine::arrange(Widget& widget)
     const Room room{std::max(0.f, d.size.x - d.padLeft - d.padRight), height, false};
     flow(widget, room, true);
     for (Widget* child : d.flowOrder) {
-        if (child->d->display.value() == Display::None) {
+        if (layoutOf(*child).display.value() == Display::None) {
             // Takes no place, but its geometry can be read.
             layOut(*child, room);
             continue;
         }
-        if (isOutOfFlow(*child))
+        if (layoutOf(*child).isOutOfFlow())
             placeAbsolute(widget, *child);
-        moveTo(*child, child->d->flowLocation);
+        moveTo(*child, layoutOf(*child).flowLocation);
     }
 }
 
 void LayoutEngine::placeAbsolute(Widget& widget, Widget& child)
 {
-    const Vector2f whole = widget.d->size;
+    const Vector2f whole = layoutOf(widget).size;
     layOut(child, Room{whole.x, whole.y, false});
-    const auto& c = *child.d;
+    LayoutRecord& c = layoutOf(child);
     const Vector2f box = c.size * std::max(0.f, c.scale.value());
     const Edges& margin = c.margin.value();
     const auto along = [&](const Length& near, const Length& far, const Length& marginNear, const Length& marginFar, float extent,
@@ -347,42 +199,43 @@ void LayoutEngine::placeAbsolute(Widget& widget, Widget& child)
             return start + (marginFar.isAuto() ? rest / 2.f : rest - after);
         return start + before;
     };
-    child.d->flowLocation = {along(c.left.value(), c.right.value(), margin.left, margin.right, whole.x, box.x),
-                             along(c.top.value(), c.bottom.value(), margin.top, margin.bottom, whole.y, box.y)};
+    c.flowLocation = {along(c.left.value(), c.right.value(), margin.left, margin.right, whole.x, box.x),
+                      along(c.top.value(), c.bottom.value(), margin.top, margin.bottom, whole.y, box.y)};
 }
 
 /// The widget stands as it did, but something below it is dirty.
 void LayoutEngine::descend(Widget& widget)
 {
-    auto& d = *widget.d;
+    LayoutRecord& d = layoutOf(widget);
     d.belowDirty = false;
     for (Widget* child : d.flowOrder) {
-        if (child->d->arrangeDirty)
+        if (layoutOf(*child).arrangeDirty)
             arrange(*child);
-        else if (child->d->belowDirty)
+        else if (layoutOf(*child).belowDirty)
             descend(*child);
     }
 }
 
-// ---- Telling the widgets ---------------------------------------------------------------------------------------------
+// ---- Moving the widgets ----------------------------------------------------------------------------------------------
 
 void LayoutEngine::moveTo(Widget& child, Vector2f location)
 {
-    auto& d = *child.d;
+    LayoutRecord& d = layoutOf(child);
     if (d.movePending || d.location.value(Facet::kDefaultLayer) == location)
         return;
     d.movePending = true;
-    pendingMoves.emplace_back(&child);
+    m_pendingMoves.emplace_back(&child);
 }
 
 void LayoutEngine::deliverMoves()
 {
     // A listener may read geometry, and so start a layout that delivers all the rest itself.
-    while (!pendingMoves.empty()) {
-        const Bedrock::IntrusivePtr<Widget> widget = std::move(pendingMoves.back());
-        pendingMoves.pop_back();
-        widget->d->movePending = false;
-        widget->d->location.setValue(widget->d->flowLocation, Facet::kDefaultLayer);
+    while (!m_pendingMoves.empty()) {
+        const Bedrock::IntrusivePtr<Widget> widget = std::move(m_pendingMoves.back());
+        m_pendingMoves.pop_back();
+        LayoutRecord& d = layoutOf(*widget);
+        d.movePending = false;
+        d.location.setValue(d.flowLocation, Facet::kDefaultLayer);
     }
 }
 }

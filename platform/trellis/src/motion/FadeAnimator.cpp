@@ -1,7 +1,7 @@
 #include <Trellis/FadeAnimator.hpp>
 
-#include "input/WidgetInput.hpp"
-#include "tree/WidgetPrivate.hpp"
+#include "tree/WidgetEngines.hpp"
+#include "tree/WidgetRecords.hpp"
 
 #include <Trellis/FrameInfo.hpp>
 #include <Trellis/Operator.hpp>
@@ -81,9 +81,10 @@ void FadeAnimator::fadeIn(Widget& widget, float seconds, float delaySeconds)
         from = widget.opacity();
         widget.removeOperator(*running);
     }
-    widget.d->fadingOut = false;
+    WidgetRecords::of(widget).input.fadingOut = false;
     widget.setOpacity(from);
-    widget.addOperator(Bedrock::makeIntrusive<FadeOperator>(widget.d->opacity, Direction::In, from, seconds, delaySeconds));
+    widget.addOperator(Bedrock::makeIntrusive<FadeOperator>(WidgetRecords::of(widget).drawing.opacity, Direction::In, from,
+                                                            seconds, delaySeconds));
 }
 
 void FadeAnimator::fadeOutAndDelete(Widget& widget, float seconds, float delaySeconds)
@@ -91,12 +92,12 @@ void FadeAnimator::fadeOutAndDelete(Widget& widget, float seconds, float delaySe
     const float from = widget.opacity();
     if (FadeOperator* running = runningFade(widget))
         widget.removeOperator(*running);
-    widget.d->fadingOut = true;
-    WidgetInput::dropAllBelow(widget);
+    WidgetRecords::of(widget).input.fadingOut = true;
+    WidgetEngines::current().dropInput(widget);
     widget.stopMotion();
     widget.setOpacity(from);
-    widget.addOperator(
-        Bedrock::makeIntrusive<FadeOperator>(widget.d->opacity, Direction::OutAndDelete, from, seconds, delaySeconds));
+    widget.addOperator(Bedrock::makeIntrusive<FadeOperator>(WidgetRecords::of(widget).drawing.opacity, Direction::OutAndDelete,
+                                                            from, seconds, delaySeconds));
 }
 
 bool FadeAnimator::isFadingOut(const Widget& widget)

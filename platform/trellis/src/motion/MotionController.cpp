@@ -1,7 +1,7 @@
 #include "motion/MotionController.hpp"
 
-#include "application/FrameUpdater.hpp"
-#include "tree/WidgetPrivate.hpp"
+#include "tree/WidgetEngines.hpp"
+#include "tree/WidgetRecords.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -59,55 +59,56 @@ MotionController::Step MotionController::fit(const Vector2f* from, const Vector2
 
 void MotionController::apply(Widget& widget, const Step& step)
 {
-    auto& d = *widget.d;
+    LayoutRecord& layout = WidgetRecords::of(widget).layout;
+    const MotionRecord& motion = WidgetRecords::of(widget).motion;
     const Vector2f location = widget.location();
-    const float oldScale = d.scale.value();
+    const float oldScale = layout.scale.value();
     float factor = step.factor;
     if (factor != 1.f && oldScale > 0.f) {
         // Only what the limits allow; a widget that stands beyond them already may come back.
-        const float least = std::min(d.minScale.value(), oldScale);
-        const float most = std::max(d.maxScale.value(), oldScale);
+        const float least = std::min(motion.minScale.value(), oldScale);
+        const float most = std::max(motion.maxScale.value(), oldScale);
         factor = std::clamp(oldScale * factor, least, most) / oldScale;
     }
     // A widget that must not be moved turns and grows about its own middle.
-    const bool moves = d.movable.value();
+    const bool moves = motion.movable.value();
     const Vector2f pivot = moves ? step.from : widget.centerLocation();
     const Vector2f target = moves ? step.to : pivot;
     const Vector2f newLocation = target + (location - pivot).rotated(step.turn) * factor;
-    const float newRotation = d.rotation.value().radians + step.turn;
+    const float newRotation = layout.rotation.value().radians + step.turn;
 
     if (step.turn != 0.f)
-        d.rotation.setValue(Angle{newRotation});
+        layout.rotation.setValue(Angle{newRotation});
     if (factor != 1.f)
-        d.scale.setValue(oldScale * factor);
+        layout.scale.setValue(oldScale * factor);
     if (newLocation != location)
-        d.location.setValue(newLocation);
+        layout.location.setValue(newLocation);
 }
 
 void MotionController::release(Widget& widget, Vector2f velocity)
 {
-    auto& d = *widget.d;
+    MotionRecord& motion = WidgetRecords::of(widget).motion;
     const float speed = velocity.length();
-    if (!d.movable.value() || !d.inertia.value() || !(speed >= kLeastThrow))
+    if (!motion.movable.value() || !motion.inertia.value() || !(speed >= kLeastThrow))
         return;
-    d.velocity = velocity * (std::min(speed, kFastestThrow) / speed);
-    d.moving = true;
-    FrameUpdater::refresh(widget);
+    motion.velocity = velocity * (std::min(speed, kFastestThrow) / speed);
+    motion.moving = true;
+    m_engines.activityChanged(widget);
 }
 
 void MotionController::slide(Widget& widget, float dtSeconds)
 {
-    auto& d = *widget.d;
-    if (!widget.m_parent || d.velocity.length() < kStandstill) {
+    MotionRecord& motion = WidgetRecords::of(widget).motion;
+    if (!widget.parent() || motion.velocity.length() < kStandstill) {
         stop(widget);
         return;
     }
     // The exact path of an exponential slow-down, so that the end does not depend on the frame rate.
     const float kept = std::exp(-kFriction * dtSeconds);
     const Vector2f before = widget.centerLocation();
-    const Vector2f after = before + d.velocity * ((1.f - kept) / kFriction);
-    d.velocity *= kept;
-    const Vector2f room = widget.m_parent->size();
+    const Vector2f after = before + motion.velocity * ((1.f - kept) / kFriction);
+    motion.velocity *= kept;
+    const Vector2f room = widget.parent()->size();
     const auto keptInside = [](float from, float to, float extent, float& speed) {
         // A widget that a finger carried outside is not pulled back, but goes no further out.
         const float inside = std::clamp(to, std::min(0.f, from), std::max(extent, from));
@@ -115,19 +116,19 @@ void MotionController::slide(Widget& widget, float dtSeconds)
             speed = 0.f;
         return inside;
     };
-    const Vector2f inside{keptInside(before.x, after.x, room.x, d.velocity.x),
-                          keptInside(before.y, after.y, room.y, d.velocity.y)};
+    const Vector2f inside{keptInside(before.x, after.x, room.x, motion.velocity.x),
+                          keptInside(before.y, after.y, room.y, motion.velocity.y)};
     if (inside != before)
         widget.setCenterLocation(inside);
 }
 
 void MotionController::stop(Widget& widget)
 {
-    auto& d = *widget.d;
-    d.velocity = Vector2f();
-    if (!d.moving)
+    MotionRecord& motion = WidgetRecords::of(widget).motion;
+    motion.velocity = Vector2f();
+    if (!motion.moving)
         return;
-    d.moving = false;
-    FrameUpdater::refresh(widget);
+    motion.moving = false;
+    m_engines.activityChanged(widget);
 }
 }

@@ -1,13 +1,20 @@
 #pragma once
 
-#include <Trellis/Widget.hpp>
+#include <Vecta/Vector2T.hpp>
 
 namespace Trellis
 {
-/// Moves widgets: as fingers say, and on their own after a release.
+class Widget;
+class WidgetEngines;
+
+/// Moves widgets: as fingers do, and on their own after a release.
 class MotionController
 {
 public:
+    explicit MotionController(WidgetEngines& engines) : m_engines(engines) {}
+    MotionController(const MotionController&) = delete;
+    MotionController& operator=(const MotionController&) = delete;
+
     /// What fingers did to a widget since the last step: a similarity of the parent's plane.
     struct Step
     {
@@ -21,11 +28,14 @@ public:
     [[nodiscard]] static Step fit(const Vecta::Vector2f* from, const Vecta::Vector2f* to, int count, bool turns, bool scales);
     /// Applies a step on the run-time layer, as far as the widget may be moved, turned and scaled. Each attribute changes
     /// once. A listener may remove the widget.
-    static void apply(Widget& widget, const Step& step);
-    /// Lets go of a widget at a speed (pixels of the parent per second).
-    static void release(Widget& widget, Vecta::Vector2f velocity);
+    void apply(Widget& widget, const Step& step);
+    /// Releases a widget at a speed (pixels of the parent per second).
+    void release(Widget& widget, Vecta::Vector2f velocity);
     /// One frame of sliding: friction slows it, and the widget's centre stays inside its parent.
-    static void slide(Widget& widget, float dtSeconds);
-    static void stop(Widget& widget);
+    void slide(Widget& widget, float dtSeconds);
+    void stop(Widget& widget);
+
+private:
+    WidgetEngines& m_engines;
 };
 }

@@ -12,8 +12,8 @@ enum class Fit {
     Stretch  ///< it fills the widget, out of proportion
 };
 
-/// What an image widget shows and what it waits for. A request is made after the update, when the size can be known;
-/// answers of a source that was replaced meanwhile are told by `generation` and dropped.
+/// What an image widget shows and what it waits for. A request is made after the update, when the size is known;
+/// answers for a source that was replaced meanwhile have another `generation` and are dropped.
 struct ImageWidget::ImagePrivate
 {
     explicit ImagePrivate(ImageWidget* host);

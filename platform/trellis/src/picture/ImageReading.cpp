@@ -70,7 +70,7 @@ ReadImage readImage(const QString& path, const ImageSize& wanted)
         return result;
     }
     if (!stored.isValid()) {
-        // A format that does not tell its size beforehand.
+        // A format whose size is not known before it is decoded.
         result.fullSize = image.size();
         const QSize scaled = scaledSize(result.fullSize, wanted);
         if (scaled != image.size())

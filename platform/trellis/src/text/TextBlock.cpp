@@ -49,7 +49,7 @@ void TextBlock::lay(const QString& text, const TextFormat& format, float widthPx
     const bool isRightToLeft = text.isRightToLeft();
     option.setTextDirection(isRightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
     option.setUseDesignMetrics(true); // the same lines at every scale
-    // A line that never wraps is aligned by whoever scrolls it.
+    // A line that never wraps is aligned by the widget that scrolls it.
     option.setAlignment(m_wrap == Wrap::Words ? qtAlignment(format.align, isRightToLeft) : Qt::AlignLeft);
     m_layout.setTextOption(option);
     m_layout.setFont(format.font);

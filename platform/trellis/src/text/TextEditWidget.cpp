@@ -1,15 +1,15 @@
 #include <Trellis/TextEditWidget.hpp>
 
+#include "text/Graphemes.hpp"
 #include "text/TextPrivate.hpp"
+#include "tree/WidgetEngines.hpp"
 
 #include <Lantern/RenderContext.hpp>
 #include <Lantern/Style.hpp>
-#include <Trellis/Application.hpp>
 #include <Trellis/FrameInfo.hpp>
 
 #include <QFontMetricsF>
 #include <QKeyEvent>
-#include <QTextBoundaryFinder>
 
 #include <algorithm>
 #include <cmath>
@@ -24,49 +24,6 @@ constexpr float kBlinkSeconds = 0.5f;
 const Facet::EventName kTextChanged("text-changed");
 const Facet::EventName kEditingBegan("editing-began");
 const Facet::EventName kEditingFinished("editing-finished");
-
-/// One line without control characters.
-QString asOneLine(const QString& text)
-{
-    QString line;
-    line.reserve(text.size());
-    for (int i = 0; i < text.size(); ++i) {
-        const QChar c = text.at(i);
-        const bool isLineEnd =
-            c == QLatin1Char('\n') || c == QLatin1Char('\r') || c == QChar::LineSeparator || c == QChar::ParagraphSeparator;
-        if (isLineEnd || c == QLatin1Char('\t')) {
-            line += QLatin1Char(' ');
-            if (c == QLatin1Char('\r') && i + 1 < text.size() && text.at(i + 1) == QLatin1Char('\n'))
-                ++i;
-        } else if (c.category() != QChar::Other_Control) {
-            line += c;
-        }
-    }
-    return line;
-}
-
-/// The border of a visible character before or behind `position`, or `position` at the end of the text.
-int borderBefore(const QString& text, int position)
-{
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
-    finder.setPosition(position);
-    const int border = finder.toPreviousBoundary();
-    return border < 0 ? 0 : border;
-}
-int borderBehind(const QString& text, int position)
-{
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
-    finder.setPosition(position);
-    const int border = finder.toNextBoundary();
-    return border < 0 ? text.size() : border;
-}
-int nearestBorder(const QString& text, int position)
-{
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
-    finder.setPosition(std::clamp(position, 0, int(text.size())));
-    return finder.isAtBoundary() || position >= text.size() ? std::clamp(position, 0, int(text.size()))
-                                                            : borderBehind(text, position);
-}
 
 /// Keys with Ctrl or Alt are commands, unless both are held: some keyboards reach letters that way.
 bool isWriting(const QKeyEvent& event)
@@ -94,7 +51,7 @@ struct TextEditWidget::EditPrivate
     bool hasFocus = false;       ///< of the one physical keyboard
     bool hasOwnKeyboard = false; ///< one on the table serves it
     bool isEditing = false;      ///< either of the two
-    bool isFinishing = false;    ///< a reason other than the loss of focus is being told
+    bool isFinishing = false;    ///< the end is reported with a reason other than the loss of focus
     bool isWriting = false;      ///< the text changes by the visitor's hand: the cursor is set by that
     float scroll = 0.f;
     float blinkSeconds = 0.f;
@@ -123,8 +80,7 @@ TextEditWidget::TextEditWidget(Widget* parent) : TextInterfaceWidget(parent), d(
         if (!tap.hasFailed() && d->line.layout().lineCount() > 0)
             d->cursor = nearestBorder(text(), d->line.layout().lineAt(0).xToCursor(qreal(x - place.lineLeft)));
         d->touchCaret(*this);
-        if (Application* application = Application::instance())
-            application->setFocusWidget(this);
+        WidgetEngines::current().setKeyboardFocus(this);
     });
 }
 
@@ -193,9 +149,9 @@ void TextEditWidget::endEditing()
 {
     const Bedrock::IntrusivePtr<Widget> keep(this);
     d->hasOwnKeyboard = false;
-    Application* application = Application::instance();
-    if (d->hasFocus && application && application->focusWidget() == this)
-        application->setFocusWidget(nullptr);
+    WidgetEngines& engines = WidgetEngines::current();
+    if (d->hasFocus && engines.keyboardFocus() == this)
+        engines.setKeyboardFocus(nullptr);
     else
         editingChanged();
 }
@@ -259,12 +215,12 @@ void TextEditWidget::keyPressed(QKeyEvent& event)
         setText(changed);
     };
     switch (event.key()) {
-    case Qt::Key_Left: moveTo(isRightToLeft ? borderBehind(content, d->cursor) : borderBefore(content, d->cursor)); return;
-    case Qt::Key_Right: moveTo(isRightToLeft ? borderBefore(content, d->cursor) : borderBehind(content, d->cursor)); return;
+    case Qt::Key_Left: moveTo(isRightToLeft ? borderAfter(content, d->cursor) : borderBefore(content, d->cursor)); return;
+    case Qt::Key_Right: moveTo(isRightToLeft ? borderBefore(content, d->cursor) : borderAfter(content, d->cursor)); return;
     case Qt::Key_Home: moveTo(0); return;
     case Qt::Key_End: moveTo(content.size()); return;
     case Qt::Key_Backspace: remove(borderBefore(content, d->cursor), d->cursor); return;
-    case Qt::Key_Delete: remove(d->cursor, borderBehind(content, d->cursor)); return;
+    case Qt::Key_Delete: remove(d->cursor, borderAfter(content, d->cursor)); return;
     case Qt::Key_Return:
     case Qt::Key_Enter: finish("enter"); return;
     case Qt::Key_Escape: finish("escape"); return;

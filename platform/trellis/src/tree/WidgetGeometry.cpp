@@ -1,10 +1,9 @@
-#include "layout/LayoutEngine.hpp"
-#include "tree/WidgetPrivate.hpp"
+#include "tree/WidgetRecords.hpp"
 
 #include <algorithm>
 
-// Where a widget is. What reads a place or a size first brings the layout of the whole tree up to date; the maps do so once,
-// and then go up the ancestors with what is there.
+// Where a widget is. Reading a place or a size first brings the layout of the whole tree up to date; the maps do so once,
+// and then go up the ancestors.
 
 namespace Trellis
 {
@@ -12,19 +11,19 @@ using Vecta::Vector2f;
 
 Vector2f Widget::location() const
 {
-    LayoutEngine::bringUpToDate(*this);
-    return d->location.value();
+    bringLayoutUpToDate(*this);
+    return d->layout.location.value();
 }
 
 void Widget::setLocation(Vector2f location)
 {
-    d->location.setValue(location);
+    d->layout.location.setValue(location);
 }
 
 Vector2f Widget::size() const
 {
-    LayoutEngine::bringUpToDate(*this);
-    return d->size;
+    bringLayoutUpToDate(*this);
+    return d->layout.size;
 }
 
 float Widget::width() const
@@ -39,8 +38,8 @@ float Widget::height() const
 
 void Widget::setSize(Vector2f size)
 {
-    d->width.setValue(Length::pixels(size.x));
-    d->height.setValue(Length::pixels(size.y));
+    d->layout.width.setValue(Length::pixels(size.x));
+    d->layout.height.setValue(Length::pixels(size.y));
 }
 
 Vector2f Widget::centerLocation() const
@@ -55,12 +54,12 @@ void Widget::setCenterLocation(Vector2f center)
 
 float Widget::rotation() const
 {
-    return d->rotation.value().radians;
+    return d->layout.rotation.value().radians;
 }
 
 void Widget::setRotation(float radians)
 {
-    d->rotation.setValue(Angle{radians});
+    d->layout.rotation.setValue(Angle{radians});
 }
 
 void Widget::setRotationAboutCenter(float radians)
@@ -80,102 +79,81 @@ void Widget::setRotationAboutScenePoint(float radians, Vector2f scenePoint)
 
 float Widget::scale() const
 {
-    return d->scale.value();
+    return d->layout.scale.value();
 }
 
 void Widget::setScale(float scale)
 {
-    d->scale.setValue(scale);
+    d->layout.scale.setValue(scale);
 }
 
 float Widget::opacity() const
 {
-    return d->opacity.value();
+    return d->drawing.opacity.value();
 }
 
 void Widget::setOpacity(float opacity)
 {
-    d->opacity.setValue(opacity);
+    d->drawing.opacity.setValue(opacity);
 }
 
 // ---- Maps ------------------------------------------------------------------------------------------------------------
 
-Vector2f Widget::Private::toParent(Vector2f point) const
-{
-    return location.value() + (point * scale.value()).rotated(rotation.value().radians);
-}
-
-Vector2f Widget::Private::fromParent(Vector2f point) const
-{
-    const float factor = scale.value();
-    const Vector2f turnedBack = (point - location.value()).rotated(-rotation.value().radians);
-    // A widget scaled to nothing has no coordinates to map to.
-    return factor != 0.f ? turnedBack / factor : Vector2f();
-}
-
-Vecta::Transform Widget::Private::transformToParent() const
-{
-    return Vecta::Transform::translation(location.value()) * Vecta::Transform::rotation(rotation.value().radians)
-        * Vecta::Transform::scaling(scale.value());
-}
-
-Vector2f Widget::Private::fromScene(const Widget& widget, Vector2f point)
-{
-    return widget.d->fromParent(widget.m_parent ? fromScene(*widget.m_parent, point) : point);
-}
-
 Vecta::Transform Widget::transformToParent() const
 {
-    LayoutEngine::bringUpToDate(*this);
-    return d->transformToParent();
+    bringLayoutUpToDate(*this);
+    return d->layout.transformToParent();
 }
 
 Vecta::Transform Widget::transformToScene() const
 {
-    LayoutEngine::bringUpToDate(*this);
-    Vecta::Transform transform = d->transformToParent();
+    bringLayoutUpToDate(*this);
+    Vecta::Transform transform = d->layout.transformToParent();
     for (const Widget* widget = m_parent; widget; widget = widget->m_parent)
-        transform = widget->d->transformToParent() * transform;
+        transform = widget->d->layout.transformToParent() * transform;
     return transform;
 }
 
 Vector2f Widget::mapToParent(Vector2f point) const
 {
-    LayoutEngine::bringUpToDate(*this);
-    return d->toParent(point);
+    bringLayoutUpToDate(*this);
+    return d->layout.toParent(point);
 }
 
 Vector2f Widget::mapFromParent(Vector2f point) const
 {
-    LayoutEngine::bringUpToDate(*this);
-    return d->fromParent(point);
+    bringLayoutUpToDate(*this);
+    return d->layout.fromParent(point);
 }
 
 Vector2f Widget::mapToScene(Vector2f point) const
 {
-    LayoutEngine::bringUpToDate(*this);
+    bringLayoutUpToDate(*this);
     for (const Widget* widget = this; widget; widget = widget->m_parent)
-        point = widget->d->toParent(point);
+        point = widget->d->layout.toParent(point);
     return point;
 }
 
 Vector2f Widget::mapFromScene(Vector2f point) const
 {
-    LayoutEngine::bringUpToDate(*this);
-    return Private::fromScene(*this, point);
+    bringLayoutUpToDate(*this);
+    const auto map = [](auto&& self, const Widget& widget, Vector2f scenePoint) -> Vector2f {
+        return widget.d->layout.fromParent(widget.m_parent ? self(self, *widget.m_parent, scenePoint) : scenePoint);
+    };
+    return map(map, *this, point);
 }
 
 Vecta::Rect Widget::sceneBounds() const
 {
     const Vecta::Transform toScene = transformToScene();
-    return toScene.mapBounds({0.f, 0.f, d->size.x, d->size.y});
+    return toScene.mapBounds({0.f, 0.f, d->layout.size.x, d->layout.size.y});
 }
 
 Vecta::Rect Widget::contentBox() const
 {
-    LayoutEngine::bringUpToDate(*this);
-    return {d->padLeft, d->padTop, std::max(0.f, d->size.x - d->padLeft - d->padRight),
-            std::max(0.f, d->size.y - d->padTop - d->padBottom)};
+    bringLayoutUpToDate(*this);
+    return {d->layout.padLeft, d->layout.padTop, std::max(0.f, d->layout.size.x - d->layout.padLeft - d->layout.padRight),
+            std::max(0.f, d->layout.size.y - d->layout.padTop - d->layout.padBottom)};
 }
 
 bool Widget::isInside(Vector2f point) const
@@ -186,12 +164,8 @@ bool Widget::isInside(Vector2f point) const
 
 bool Widget::intersects(const Widget& other) const
 {
-    const auto root = [](const Widget* widget) {
-        while (widget->m_parent)
-            widget = widget->m_parent;
-        return widget;
-    };
-    if (root(this) != root(&other))
+    const auto isRoot = [](const Widget& widget) { return !widget.m_parent; };
+    if (nearest(isRoot) != other.nearest(isRoot))
         return false;
     const Vector2f mine = size();
     const Vector2f theirs = other.size();
@@ -201,9 +175,6 @@ bool Widget::intersects(const Widget& other) const
 
 bool Widget::isVisible() const
 {
-    for (const Widget* widget = this; widget; widget = widget->m_parent)
-        if (widget->d->display.value() == Display::None || widget->d->opacity.value() <= 0.f)
-            return false;
-    return true;
+    return !nearest([](const Widget& widget) { return !widget.d->isShown(); });
 }
 }

@@ -1,6 +1,6 @@
 #include <doctest/doctest.h>
 
-#include "application/Guarded.hpp"
+#include "tree/Guarded.hpp"
 
 #include "LogCapture.hpp"
 
@@ -29,7 +29,7 @@ TEST_CASE("guarded: an exception is an error that names what was called, and why
 
 TEST_CASE("guarded: what is no exception of the library is an error, too")
 {
-    expectError("Application::frame # A handler threw, the frame goes on");
+    expectError("Application::frame # A handler threw (unknown exception), the frame goes on");
     guarded("A handler", [] { throw 7; });
 }
 

@@ -10,8 +10,8 @@ class RenderContext;
 
 namespace Trellis
 {
-/// The look that every widget has: a ground and a border inside its rectangle. Colours are not premultiplied.
-struct BoxLook
+/// What every widget can show: a ground and a border inside its rectangle. Colours are not premultiplied.
+struct BoxStyle
 {
     Bedrock::Color background;
     Bedrock::Color border;
@@ -20,5 +20,5 @@ struct BoxLook
 };
 
 /// Draws it; what cannot be seen is not drawn.
-void paintBox(Lantern::RenderContext& context, Vecta::Vector2f size, const BoxLook& look);
+void paintBox(Lantern::RenderContext& context, Vecta::Vector2f size, const BoxStyle& boxStyle);
 }

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <Bedrock/Color.hpp>
+#include <Facet/AttributeT.hpp>
+#include <Vecta/Rect.hpp>
+
+namespace Trellis
+{
+class Widget;
+
+enum class Overflow {
+    Visible,
+    Hidden ///< children are neither drawn nor touched outside the widget
+};
+
+/// What is drawn of a widget, and what DamageTracker keeps of it.
+struct DrawingRecord
+{
+    explicit DrawingRecord(Widget* host);
+
+    Facet::AttributeT<float> opacity;
+    Facet::AttributeT<Bedrock::Color> backgroundColor, borderColor;
+    Facet::AttributeT<float> borderWidth, borderRadius;
+    Facet::AttributeT<Overflow> overflow;
+
+    Vecta::Rect drawnBounds; ///< scene area of the widget itself when it was last accounted for
+    bool redrawQueued = false;
+    bool subtreeRedrawQueued = false; ///< what is in it moved along
+
+    [[nodiscard]] bool clips() const { return overflow.value() == Overflow::Hidden; }
+    /// Whether the attribute shows on the widget itself and nowhere else.
+    [[nodiscard]] bool paintsBox(const Facet::Attribute& attribute) const;
+};
+}

@@ -1,0 +1,166 @@
+#include "tree/LayoutRecord.hpp"
+
+#include "tree/WidgetEngines.hpp"
+#include "tree/WidgetRecords.hpp"
+
+namespace Trellis
+{
+using Vecta::Vector2f;
+
+namespace
+{
+/// Interned once: a widget that is made looks no name up.
+const Facet::AttributeName kLocation("location");
+const Facet::AttributeName kWidth("width");
+const Facet::AttributeName kHeight("height");
+const Facet::AttributeName kMinWidth("min-width");
+const Facet::AttributeName kMaxWidth("max-width");
+const Facet::AttributeName kMinHeight("min-height");
+const Facet::AttributeName kMaxHeight("max-height");
+const Facet::AttributeName kLeft("left");
+const Facet::AttributeName kTop("top");
+const Facet::AttributeName kRight("right");
+const Facet::AttributeName kBottom("bottom");
+const Facet::AttributeName kPadding("padding");
+const Facet::AttributeName kMargin("margin");
+const Facet::AttributeName kPosition("position");
+const Facet::AttributeName kDisplay("display");
+const Facet::AttributeName kAlign("align");
+const Facet::AttributeName kGap("gap");
+const Facet::AttributeName kRotation("rotation");
+const Facet::AttributeName kScale("scale");
+
+const Facet::AttributeT<Position>::Names kPositions{{QStringLiteral("flow"), Position::Flow},
+                                                    {QStringLiteral("absolute"), Position::Absolute}};
+const Facet::AttributeT<Display>::Names kDisplays{{QStringLiteral("block"), Display::Block},
+                                                  {QStringLiteral("inline"), Display::Inline},
+                                                  {QStringLiteral("none"), Display::None}};
+const Facet::AttributeT<Alignment>::Names kAlignments{{QStringLiteral("left"), Alignment::Left},
+                                                      {QStringLiteral("center"), Alignment::Center},
+                                                      {QStringLiteral("right"), Alignment::Right}};
+
+LayoutRecord& layoutOf(const Widget& widget)
+{
+    return WidgetRecords::of(widget).layout;
+}
+
+void markBelowDirty(Widget* widget)
+{
+    for (; widget && !layoutOf(*widget).belowDirty; widget = widget->parent())
+        layoutOf(*widget).belowDirty = true;
+}
+
+void forgetMeasures(LayoutRecord& layout)
+{
+    for (auto& entry : layout.measures)
+        entry.availableWidth = -1.f;
+}
+}
+
+// The layout is marked first: a listener to the change may read it, or destroy the widget.
+
+bool LocationAttribute::setStyleValue(const Facet::StyleValue& value, int layer, QString* error)
+{
+    if (layer == Facet::kStyleLayer && !hasValue(layer))
+        invalidateBox(static_cast<Widget&>(*host()));
+    return AttributeT::setStyleValue(value, layer, error);
+}
+
+void LocationAttribute::clearValue(int layer)
+{
+    if (layer == Facet::kStyleLayer && hasValue(layer))
+        invalidateBox(static_cast<Widget&>(*host()));
+    AttributeT::clearValue(layer);
+}
+
+LayoutRecord::LayoutRecord(Widget* host)
+    : location(host, kLocation), width(host, kWidth), height(host, kHeight), minWidth(host, kMinWidth), maxWidth(host, kMaxWidth),
+      minHeight(host, kMinHeight), maxHeight(host, kMaxHeight), left(host, kLeft), top(host, kTop), right(host, kRight),
+      bottom(host, kBottom), padding(host, kPadding), margin(host, kMargin),
+      position(host, kPosition, kPositions, Position::Flow), display(host, kDisplay, kDisplays, Display::Block),
+      align(host, kAlign, kAlignments, Alignment::Left), gap(host, kGap, 0.f), rotation(host, kRotation), scale(host, kScale, 1.f)
+{
+}
+
+bool LayoutRecord::isOutOfFlow() const
+{
+    return position.value() == Position::Absolute || location.hasValue(Facet::kStyleLayer);
+}
+
+bool LayoutRecord::shapesBox(const Facet::Attribute& attribute) const
+{
+    const Facet::Attribute* const a = &attribute;
+    return a == &width || a == &height || a == &minWidth || a == &maxWidth || a == &minHeight || a == &maxHeight || a == &left
+        || a == &top || a == &right || a == &bottom || a == &padding || a == &margin || a == &position || a == &display;
+}
+
+bool LayoutRecord::shapesContent(const Facet::Attribute& attribute) const
+{
+    return &attribute == &align || &attribute == &gap;
+}
+
+Vector2f LayoutRecord::toParent(Vector2f point) const
+{
+    return location.value() + (point * scale.value()).rotated(rotation.value().radians);
+}
+
+Vector2f LayoutRecord::fromParent(Vector2f point) const
+{
+    const float factor = scale.value();
+    const Vector2f turnedBack = (point - location.value()).rotated(-rotation.value().radians);
+    // A widget scaled to nothing has no coordinates to map to.
+    return factor != 0.f ? turnedBack / factor : Vector2f();
+}
+
+Vecta::Transform LayoutRecord::transformToParent() const
+{
+    return Vecta::Transform::translation(location.value()) * Vecta::Transform::rotation(rotation.value().radians)
+        * Vecta::Transform::scaling(scale.value());
+}
+
+// ---- What is out of date ---------------------------------------------------------------------------------------------
+
+void invalidateContent(Widget& widget)
+{
+    LayoutRecord& layout = layoutOf(widget);
+    layout.arrangeDirty = true;
+    forgetMeasures(layout);
+    Widget* parent = widget.parent();
+    if (!parent)
+        return;
+    if (!layout.sizeFromContent) {
+        markBelowDirty(parent);
+    } else if (layout.isOutOfFlow()) {
+        layoutOf(*parent).arrangeDirty = true;
+        markBelowDirty(parent->parent());
+    } else {
+        invalidateContent(*parent);
+    }
+}
+
+void invalidateBox(Widget& widget)
+{
+    LayoutRecord& layout = layoutOf(widget);
+    layout.sizeFromContent = true; // Until the layout has seen it, the change may reach every ancestor.
+    layout.arrangeDirty = true;
+    forgetMeasures(layout);
+    if (Widget* parent = widget.parent())
+        invalidateContent(*parent);
+}
+
+bool isLayoutDirty(const Widget& root)
+{
+    const LayoutRecord& layout = layoutOf(root);
+    return layout.arrangeDirty || layout.belowDirty;
+}
+
+void bringLayoutUpToDate(const Widget& widget)
+{
+    const Widget* root = &widget;
+    while (const Widget* parent = root->parent())
+        root = parent;
+    if (!isLayoutDirty(*root))
+        return;
+    WidgetEngines::current().layOut(*root);
+}
+}

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <Facet/AttributeT.hpp>
+#include <Trellis/Length.hpp>
+#include <Trellis/Widget.hpp>
+
+#include <vector>
+
+namespace Trellis
+{
+/// Whether a widget stands in the flow depends on the layer on which its location is set, not on the value: a layer that is
+/// set or cleared makes the layout dirty even where the value that shows stays the same.
+class LocationAttribute final : public Facet::AttributeT<Vecta::Vector2f>
+{
+public:
+    using AttributeT::AttributeT;
+    bool setStyleValue(const Facet::StyleValue& value, int layer, QString* error) override;
+    void clearValue(int layer) override;
+};
+
+/// What the layout reads of a widget, and what it keeps of it. The attributes are the widget's; what follows them is written
+/// by LayoutEngine, and the dirty marks by the functions below.
+struct LayoutRecord
+{
+    explicit LayoutRecord(Widget* host);
+
+    LocationAttribute location;
+    Facet::AttributeT<Length> width, height, minWidth, maxWidth, minHeight, maxHeight;
+    Facet::AttributeT<Length> left, top, right, bottom;
+    Facet::AttributeT<Edges> padding, margin;
+    Facet::AttributeT<Position> position;
+    Facet::AttributeT<Display> display;
+    Facet::AttributeT<Alignment> align;
+    Facet::AttributeT<float> gap;
+    Facet::AttributeT<Angle> rotation;
+    Facet::AttributeT<float> scale;
+
+    struct Measure
+    {
+        float availableWidth = -1.f;
+        Vecta::Vector2f size;
+    };
+    std::vector<Widget*> flowOrder; ///< the children in the order they were added; written by Widget
+    Vecta::Vector2f size;
+    Vecta::Vector2f flowLocation;                                       ///< where the layout wants the widget
+    float padLeft = 0.f, padTop = 0.f, padRight = 0.f, padBottom = 0.f; ///< the padding in pixels
+    Measure measures[2]; ///< the last results of contentSize; a negative width is an empty entry
+    int nextMeasure = 0;
+    bool sizeFromContent = true; ///< the size may change with the content
+    bool heightFromContent = false;
+    bool arrangeDirty = true; ///< the children must be placed anew
+    bool belowDirty = false;  ///< a widget further down is dirty; set on all its ancestors
+    bool movePending = false; ///< waits for its flow location to be written
+
+    [[nodiscard]] bool isOutOfFlow() const;
+    /// Whether a change of the attribute changes the size or place of the widget, or what stands inside it.
+    [[nodiscard]] bool shapesBox(const Facet::Attribute& attribute) const;
+    [[nodiscard]] bool shapesContent(const Facet::Attribute& attribute) const;
+
+    /// The maps, by the layout as it stands.
+    [[nodiscard]] Vecta::Vector2f toParent(Vecta::Vector2f point) const;
+    [[nodiscard]] Vecta::Vector2f fromParent(Vecta::Vector2f point) const;
+    [[nodiscard]] Vecta::Transform transformToParent() const;
+    [[nodiscard]] Vecta::Rect bounds() const { return {0.f, 0.f, size.x, size.y}; }
+};
+
+/// What stands inside `widget` takes another size, or another place.
+void invalidateContent(Widget& widget);
+/// The widget itself takes another size or place among its siblings.
+void invalidateBox(Widget& widget);
+/// Whether anything in the tree below `root` is out of date.
+[[nodiscard]] bool isLayoutDirty(const Widget& root);
+/// Lays out what is dirty in the tree that `widget` belongs to. Nothing while a layout is under way.
+void bringLayoutUpToDate(const Widget& widget);
+}

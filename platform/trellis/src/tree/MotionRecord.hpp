@@ -1,0 +1,24 @@
+#pragma once
+
+#include <Facet/AttributeT.hpp>
+#include <Vecta/Vector2T.hpp>
+
+namespace Trellis
+{
+class Widget;
+
+/// How fingers may move a widget, and its slide after a release, which MotionController writes.
+struct MotionRecord
+{
+    explicit MotionRecord(Widget* host);
+
+    Facet::AttributeT<bool> movable, rotatable, scalable, inertia;
+    Facet::AttributeT<float> minScale, maxScale;
+
+    bool moving = false;      ///< slides after a release
+    Vecta::Vector2f velocity; ///< pixels of the parent per second
+
+    /// Whether fingers change its place, direction or size.
+    [[nodiscard]] bool followsFingers() const { return movable.value() || rotatable.value() || scalable.value(); }
+};
+}

@@ -1,0 +1,167 @@
+#include "tree/BoxPainter.hpp"
+#include "tree/WidgetEngines.hpp"
+#include "tree/WidgetEvents.hpp"
+#include "tree/WidgetRecords.hpp"
+
+#include <algorithm>
+#include <cassert>
+
+// What a widget does in a frame: its operators, its input, and what its attributes change.
+
+namespace Trellis
+{
+using Bedrock::IntrusivePtr;
+
+// ---- Operators -------------------------------------------------------------------------------------------------------
+
+void Widget::addOperator(IntrusivePtr<Operator> op)
+{
+    assert(op && "no operator to add");
+    assert(!op->styleParent() && "an operator belongs to one widget");
+    d->update.operators.push_back(op);
+    WidgetEngines::current().activityChanged(*this);
+    op->setStyleParent(this);
+    op->added(*this);
+}
+
+void Widget::removeOperator(Operator& op)
+{
+    auto& operators = d->update.operators;
+    const auto found = std::find(operators.begin(), operators.end(), &op);
+    if (found == operators.end())
+        return;
+    // A frame that visits the operators just now goes on with the one that follows.
+    const int index = int(found - operators.begin());
+    if (index < d->update.operatorEnd)
+        --d->update.operatorEnd;
+    if (index <= d->update.operatorIndex)
+        --d->update.operatorIndex;
+    const IntrusivePtr<Operator> keep = std::move(*found);
+    operators.erase(found);
+    WidgetEngines::current().activityChanged(*this);
+    keep->setStyleParent(nullptr);
+    keep->removed(*this);
+}
+
+const std::vector<IntrusivePtr<Operator>>& Widget::operators() const noexcept
+{
+    return d->update.operators;
+}
+
+// ---- A frame, and input ------------------------------------------------------------------------------------------------
+
+void Widget::update(const FrameInfo&) {}
+
+void Widget::markerDown(Tactile::Marker marker, GrabManager&)
+{
+    Bedrock::BinaryData payload;
+    payload.writeInt64(marker.id());
+    eventSend(WidgetEvents::kMarkerDown, payload);
+}
+
+void Widget::markerUp(Tactile::Marker marker, GrabManager&)
+{
+    Bedrock::BinaryData payload;
+    payload.writeInt64(marker.id());
+    eventSend(WidgetEvents::kMarkerUp, payload);
+}
+
+bool Widget::shouldGrab(GrabManager&, Tactile::TrackedObject object) const
+{
+    const bool isClosed = nearest([](const Widget& widget) { return widget.d->input.isClosed(); }) != nullptr;
+    return !isClosed && !d->input.inputTransparent.value() && isVisible() && isInside(mapFromScene(object.centerLocation()));
+}
+
+void Widget::setInputEnabled(bool on)
+{
+    d->input.inputDisabled = !on;
+    if (!on)
+        WidgetEngines::current().dropInput(*this);
+}
+
+void Widget::renderContent(Lantern::RenderContext& context) const
+{
+    const DrawingRecord& drawing = d->drawing;
+    paintBox(context, size(),
+             {drawing.backgroundColor.value(), drawing.borderColor.value(), drawing.borderWidth.value(),
+              drawing.borderRadius.value()});
+}
+
+void Widget::setHoldsFingers(bool on)
+{
+    d->input.holdsFingers = on;
+}
+
+InputGrabber& Widget::inputGrabber()
+{
+    return d->input.grabber;
+}
+
+void Widget::setUpdating(bool on)
+{
+    d->update.updating = on;
+    WidgetEngines::current().activityChanged(*this);
+}
+
+bool Widget::isUpdating() const noexcept
+{
+    return d->update.updating;
+}
+
+void Widget::stopMotion()
+{
+    WidgetEngines::current().stopMotion(*this);
+}
+
+bool Widget::isMoving() const noexcept
+{
+    return d->motion.moving;
+}
+
+bool Widget::isHeld() const noexcept
+{
+    return d->input.fingersHeld > 0;
+}
+
+double Widget::idleSeconds() const noexcept
+{
+    return std::max(0.0, WidgetEngines::current().time() - d->input.lastTouch);
+}
+
+// ---- Changes ---------------------------------------------------------------------------------------------------------
+
+void Widget::requestRedraw()
+{
+    WidgetEngines::current().appearanceChanged(*this, Redraw::Widget);
+}
+
+void Widget::requestLayout()
+{
+    invalidateContent(*this);
+}
+
+Vecta::Vector2f Widget::contentSize(float availableWidth) const
+{
+    return WidgetEngines::current().flowSize(*this, availableWidth);
+}
+
+void Widget::attributeChanged(Facet::Attribute& attribute)
+{
+    const Facet::Attribute* const a = &attribute;
+    const LayoutRecord& layout = d->layout;
+    const DrawingRecord& drawing = d->drawing;
+    if (drawing.paintsBox(attribute)) {
+        requestRedraw();
+        return;
+    }
+    const bool movesAll = a == &layout.location || a == &layout.rotation || a == &layout.scale || a == &layout.display
+        || a == &drawing.opacity || a == &drawing.overflow;
+    if (movesAll)
+        WidgetEngines::current().appearanceChanged(*this, Redraw::Subtree);
+    // In the flow a widget takes the room that its scale shows.
+    if (layout.shapesBox(attribute) || a == &drawing.overflow || (a == &layout.scale && m_parent))
+        invalidateBox(*this);
+    else if (layout.shapesContent(attribute))
+        invalidateContent(*this);
+}
+}
