@@ -57,6 +57,15 @@ std::optional<int> wholeBetween(const QString& text, int least, int most)
     return number;
 }
 
+QString readAddress(const QString& text, Http::Address& address)
+{
+    const auto parsed = Http::Address::parse(text);
+    if (!parsed)
+        return QStringLiteral("has to be a numeric address with a port, such as 127.0.0.1:8090 or [::1]:8090, or unix:/PATH.");
+    address = *parsed;
+    return {};
+}
+
 bool isPublicUrl(const QString& text)
 {
     const QUrl url(text, QUrl::StrictMode);
@@ -65,20 +74,22 @@ bool isPublicUrl(const QString& text)
 }
 
 const Option kOptions[] = {
-    {"--address", "ADDRESS", "Listen on this numeric address (default %1).\n0.0.0.0 is everywhere; then --public-url is needed.",
-     [](const Options& options) { return options.address; },
+    {"--pages", "ADDRESS:PORT",
+     "Visitors' door: show pages and their files here (default %1).\n0.0.0.0:8090 is everywhere; then --public-url is needed.",
+     [](const Options& options) { return options.pages.toString(); },
+     [](const QString& value, Options& options) { return readAddress(value, options.pages); }},
+    {"--commands", "ADDRESS:PORT",
+     "Tables' door: take commands here (default %1). Also unix:/PATH, a\nUnix socket of this user. Other machines need "
+     "--command-key.",
+     [](const Options& options) { return options.commands.toString(); },
+     [](const QString& value, Options& options) { return readAddress(value, options.commands); }},
+    {"--command-key", "FILE",
+     "Take commands only with a key of this file (0600), one or two lines\nof 128 bits or more: openssl rand -hex 32. Read again "
+     "on SIGHUP.",
+     nullptr,
      [](const QString& value, Options& options) {
-         options.address = value;
-         return QString();
-     }},
-    {"--port", "PORT", "Listen on this port (default %1); 0 chooses a free one.",
-     [](const Options& options) { return QString::number(options.port); },
-     [](const QString& value, Options& options) {
-         const auto number = wholeBetween(value, 0, 65535);
-         if (!number)
-             return QStringLiteral("has to be a number from 0 to 65535.");
-         options.port = static_cast<quint16>(*number);
-         return QString();
+         options.commandKeyFile = value;
+         return value.isEmpty() ? QStringLiteral("has to be a file.") : QString();
      }},
     {"--content", "DIR",
      "The folder with the files that visitors can keep. Only files directly\nin it are shown, no links and no hidden ones. "
@@ -94,7 +105,7 @@ const Option kOptions[] = {
          return QString();
      }},
     {"--public-url", "URL",
-     "Where visitors reach this server, for the addresses and QR codes of\npages (default: the address it listens on).", nullptr,
+     "Where visitors reach their pages, for the addresses and QR codes of\npages (default: the address of --pages).", nullptr,
      [](const QString& value, Options& options) {
          options.publicUrl = value;
          return isPublicUrl(value) ? QString()
@@ -133,6 +144,20 @@ const Option kOptions[] = {
      }},
 };
 
+/// Options of former versions, which had one door.
+constexpr const char* kFormerOptions[] = {"--address", "--port"};
+
+void refuseFormer(CLI::App& app, const char* name)
+{
+    const auto refuse = [name](const std::string&) {
+        throw CLI::ValidationError(std::string(name)
+                                       + " is no option any more: write --pages ADDRESS:PORT for visitors' pages and --commands "
+                                         "ADDRESS:PORT for tables.",
+                                   CLI::ExitCodes::ValidationError);
+    };
+    app.add_option_function<std::string>(name, refuse)->group(""); // not in the help
+}
+
 void add(CLI::App& app, const Option& option, Options& options)
 {
     const auto read = [&option, &options](const std::string& value) {
@@ -158,6 +183,8 @@ tl::expected<Options, Options::Exit> Options::parse(const QStringList& arguments
     app.set_help_flag("-h,--help", "Show this text.");
     for (const Option& option : kOptions)
         add(app, option, options);
+    for (const char* name : kFormerOptions)
+        refuseFormer(app, name);
 
     std::vector<std::string> reversed;
     for (int i = arguments.size() - 1; i > 0; --i)
@@ -173,6 +200,15 @@ tl::expected<Options, Options::Exit> Options::parse(const QStringList& arguments
         return usageError(QStringLiteral("--content DIR is needed."));
     if (options.databaseFile.isEmpty())
         return usageError(QStringLiteral("--database FILE is needed."));
+    if (options.publicUrl.isEmpty() && (options.pages.isUnspecified() || options.pages.isUnixSocket()))
+        return usageError(
+            QStringLiteral("--pages %1 is no address for a page: give --public-url.").arg(options.pages.toString()));
+    const bool isLocal = options.commands.isLoopback() || options.commands.isUnixSocket();
+    if (!isLocal && options.commandKeyFile.isEmpty())
+        return usageError(
+            QStringLiteral("--commands %1 can be reached from other machines: give --command-key FILE, or listen on "
+                           "127.0.0.1.")
+                .arg(options.commands.toString()));
     return options;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Http/Address.hpp>
 #include <Http/Limits.hpp>
 
 #include <QString>
@@ -13,12 +14,13 @@ namespace MediaServer
 /// The options of tavola-mediaserver. A plain record.
 struct Options
 {
-    QString address = QStringLiteral("127.0.0.1");
-    quint16 port = 8090; ///< 0: a free one
+    Http::Address pages = {QStringLiteral("127.0.0.1"), 8090, {}};    ///< visitors' door; port 0: a free one
+    Http::Address commands = {QStringLiteral("127.0.0.1"), 8180, {}}; ///< tables' door
+    QString commandKeyFile; ///< empty: commands need no key. Not empty when other machines reach the commands' door
     QString contentFolder;
     QString databaseFile;
-    QString publicUrl; ///< empty: the address the server listens on
-    Http::Limits limits;
+    QString publicUrl;   ///< empty: the address of the visitors' door
+    Http::Limits limits; ///< of each door
 
     /// Why the program ends before it serves. Code 0: help was asked for, the text goes to standard output; otherwise it goes to
     /// standard error.

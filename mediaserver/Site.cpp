@@ -34,38 +34,32 @@ QByteArray contentDisposition(const QByteArray& contentType, const QString& name
 } // namespace
 
 Site::Site(ItemStore& store, const QString& contentFolder, const QString& publicUrl)
-    : m_store(store), m_content(contentFolder), m_addresses(publicUrl), m_commands(store, m_content, m_addresses)
+    : m_store(store), m_content(contentFolder), m_addresses(publicUrl)
 {
 }
 
 Http::Response Site::handle(const Http::Request& request)
 {
+    if (request.method != "GET" && request.method != "HEAD")
+        return wrongMethod();
     // No address of this server needs encoding, so an encoded one is unknown.
     const QString path = QString::fromLatin1(request.target).section(QLatin1Char('?'), 0, 0);
-    if (path == QLatin1String("/"))
-        return request.method == "POST" ? command(request) : wrongMethod("POST");
-
+    if (path == QLatin1String("/health"))
+        return health();
     const QStringList parts = path.split(QLatin1Char('/'));
     const bool personalPath = parts.size() >= 3 && parts[0].isEmpty() && parts[1] == QLatin1String("p");
     if (!personalPath || !isTokenForm(parts[2]))
         return notFound();
-    if (request.method != "GET" && request.method != "HEAD")
-        return wrongMethod("GET, HEAD");
     return personal(parts[2], parts.mid(3));
 }
 
-Http::Response Site::command(const Http::Request& request)
+Http::Response Site::health()
 {
-    // A browser on the tables' network sends what any web page asks it to, from inside the firewall; but it adds the origin of
-    // the page, which tables do not.
-    if (request.hasHeader("Origin")) {
-        return json(403,
-                    {{QStringLiteral("success"), false},
-                     {QStringLiteral("error"),
-                      QStringLiteral("Commands are taken from tables, not from web pages: the request has an Origin header.")}});
-    }
-    const CommandAnswer answer = m_commands.handle(request.body);
-    return json(answer.httpStatus, answer.json);
+    const auto found = m_store.personOf(QStringLiteral("0000000000000000000000"));
+    if (found)
+        return Http::plainResponse(200, "ok\n");
+    logWarning(QStringLiteral("The database cannot be read"), found.error());
+    return Http::plainResponse(503, "The database cannot be read.\n");
 }
 
 Http::Response Site::personal(const QString& token, const QStringList& rest)
@@ -145,16 +139,6 @@ Http::Response Site::file(qint64 tessel, const QString& id)
     return response;
 }
 
-Http::Response Site::json(int status, const QJsonObject& object) const
-{
-    Http::Response response;
-    response.status = status;
-    response.contentType = "application/json";
-    response.body = QJsonDocument(object).toJson(QJsonDocument::Compact);
-    response.addHeader("Cache-Control", "no-store");
-    return response;
-}
-
 Http::Response Site::html(int status, const QByteArray& document) const
 {
     Http::Response response;
@@ -175,13 +159,13 @@ Http::Response Site::notFound() const
                                                   "check that the address was copied whole.")));
 }
 
-Http::Response Site::wrongMethod(const QByteArray& allowed) const
+Http::Response Site::wrongMethod() const
 {
     Http::Response response = html(405,
                                    m_renderer.message(QStringLiteral("There is nothing to see here"),
                                                       QStringLiteral("Your own page has an address of its own. Scan the code on "
                                                                      "the table to open it.")));
-    response.addHeader("Allow", allowed);
+    response.addHeader("Allow", "GET, HEAD");
     return response;
 }
 

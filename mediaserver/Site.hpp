@@ -1,7 +1,7 @@
 #pragma once
 
-#include "CommandHandler.hpp"
 #include "ContentFolder.hpp"
+#include "PageAddresses.hpp"
 #include "PageRenderer.hpp"
 #include <Http/Message.hpp>
 
@@ -10,12 +10,12 @@ namespace MediaServer
 
 class ItemStore;
 
-/// Answers the requests of tables and visitors by their address:
+/// What the visitors' door answers; nothing that is sent to it changes anything:
 ///
-///     POST /                     the tables' commands; refused with 403 when a web page has made a browser send it
 ///     GET  /p/TOKEN              the person's page
 ///     GET  /p/TOKEN/qr.png       the QR code that leads to it
 ///     GET  /p/TOKEN/file/ID      the file of one item on that page
+///     GET  /health               200 while the database can be read, 503 otherwise
 ///
 /// HEAD is allowed wherever GET is. Borrows the store; on the store's thread.
 class Site
@@ -27,16 +27,15 @@ public:
     [[nodiscard]] Http::Response handle(const Http::Request& request);
 
 private:
-    [[nodiscard]] Http::Response command(const Http::Request& request);
+    [[nodiscard]] Http::Response health();
     [[nodiscard]] Http::Response personal(const QString& token, const QStringList& rest);
     [[nodiscard]] Http::Response page(const QString& token, qint64 tessel);
     [[nodiscard]] Http::Response qrCode(const QString& token) const;
     [[nodiscard]] Http::Response file(qint64 tessel, const QString& id);
 
-    [[nodiscard]] Http::Response json(int status, const QJsonObject& object) const;
     [[nodiscard]] Http::Response html(int status, const QByteArray& document) const;
     [[nodiscard]] Http::Response notFound() const;
-    [[nodiscard]] Http::Response wrongMethod(const QByteArray& allowed) const;
+    [[nodiscard]] Http::Response wrongMethod() const;
     [[nodiscard]] Http::Response storeFailed(const QString& reason) const;
     [[nodiscard]] Http::Response fileFailed(const QString& reason) const;
     [[nodiscard]] Http::Response notRightNow() const;
@@ -45,7 +44,6 @@ private:
     ContentFolder m_content;
     PageAddresses m_addresses;
     PageRenderer m_renderer;
-    CommandHandler m_commands;
 };
 
 } // namespace MediaServer

@@ -1,3 +1,4 @@
+#include "CommandDoor.hpp"
 #include "ItemStore.hpp"
 #include "Log.hpp"
 #include "OpenFiles.hpp"
@@ -7,13 +8,17 @@
 #include <Http/Server.hpp>
 
 #include <QCoreApplication>
+#include <QUrl>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <sys/stat.h>
 
+using MediaServer::CommandDoor;
 using MediaServer::connectionsWithinOpenFiles;
 using MediaServer::ItemStore;
 using MediaServer::logInfo;
@@ -24,10 +29,34 @@ using MediaServer::Site;
 namespace
 {
 
+/// Of the tables' door, beside those of the visitors'. Tables keep none open, and few venues have more than a dozen.
+constexpr std::size_t kCommandConnections = 64;
+
 int fail(const QString& what)
 {
     logWarning(what);
     return 1;
+}
+
+/// Where visitors reach their pages; tells the operator when their phones cannot.
+QString publicAddress(const Options& options, const QString& listeningAt)
+{
+    const QString address = options.publicUrl.isEmpty() ? listeningAt : options.publicUrl;
+    if (Http::isOnThisMachineOnly(QUrl(address))) {
+        logWarning(QStringLiteral("Pages have the address %1, which opens on this machine only and on no visitor's phone: give "
+                                  "--public-url with the address under which phones reach it")
+                       .arg(address));
+    }
+    return address;
+}
+
+void readKeysAgain(CommandDoor& door, const QString& file)
+{
+    auto keys = Http::BearerKeys::read(file);
+    if (!keys)
+        return logWarning(QStringLiteral("The keys stay as they were"), keys.error());
+    door.setKeys(std::move(*keys));
+    logInfo(QStringLiteral("The keys for commands were read again"));
 }
 
 int serve(const Options& options)
@@ -35,33 +64,50 @@ int serve(const Options& options)
     const auto store = ItemStore::open(options.databaseFile);
     if (!store)
         return fail(store.error());
-
-    Http::Limits limits = options.limits;
-    const auto connections = connectionsWithinOpenFiles(limits.clients.connections);
-    if (!connections)
-        return fail(connections.error());
-    limits.clients.connections = *connections;
-    Http::Server server;
-    std::unique_ptr<Site> site;
-    const QString host =
-        options.address.contains(QLatin1Char(':')) ? QStringLiteral("[%1]").arg(options.address) : options.address;
-    const auto parsed = Http::Address::parse(QStringLiteral("%1:%2").arg(host).arg(options.port));
-    if (!parsed)
-        return fail(QStringLiteral("\"%1\" is not a numeric address such as 127.0.0.1 or ::1").arg(options.address));
-    const Http::Address& address = *parsed;
-    const auto listening = server.listen(
-        address, limits, [&site](const Http::Request& request, Http::Reply reply) { reply.send(site->handle(request)); });
-    if (!listening)
-        return fail(listening.error());
-    if (address.isUnspecified() && options.publicUrl.isEmpty()) {
-        return fail(QStringLiteral("--address %1 listens everywhere, which is no address for a page: give --public-url")
-                        .arg(options.address));
+    std::optional<Http::BearerKeys> keys;
+    if (!options.commandKeyFile.isEmpty()) {
+        auto read = Http::BearerKeys::read(options.commandKeyFile);
+        if (!read)
+            return fail(read.error());
+        keys = std::move(*read);
     }
 
-    site =
-        std::make_unique<Site>(**store, options.contentFolder, options.publicUrl.isEmpty() ? listening->url : options.publicUrl);
+    Http::Limits pageLimits = options.limits;
+    Http::Limits commandLimits = options.limits;
+    const auto connections = connectionsWithinOpenFiles(pageLimits.clients.connections + kCommandConnections);
+    if (!connections)
+        return fail(connections.error());
+    commandLimits.clients.connections = std::min(kCommandConnections, *connections / 4);
+    pageLimits.clients.connections = *connections - commandLimits.clients.connections;
+
+    Http::Server server;
+    std::unique_ptr<Site> site;
+    std::unique_ptr<CommandDoor> door;
+    const auto pages = server.listen(options.pages, pageLimits, [&site](const Http::Request& request, Http::Reply reply) {
+        reply.send(site->handle(request));
+    });
+    if (!pages)
+        return fail(pages.error());
+    const auto commands =
+        server.listen(options.commands, commandLimits,
+                      [&door](const Http::Request& request, Http::Reply reply) { reply.send(door->handle(request)); });
+    if (!commands)
+        return fail(commands.error());
+
+    const QString publicUrl = publicAddress(options, pages->url);
+    site = std::make_unique<Site>(**store, options.contentFolder, publicUrl);
+    door = std::make_unique<CommandDoor>(**store, options.contentFolder, publicUrl);
+    door->setKeys(std::move(keys));
     server.stopOnSignals();
-    std::printf("tavola-mediaserver: listening on %s\n", qPrintable(listening->url));
+    server.onHangup([&] {
+        if (!options.commandKeyFile.isEmpty())
+            readKeysAgain(*door, options.commandKeyFile);
+    });
+    const auto shown = [](const Http::Server::Listening& listening) {
+        return listening.url.isEmpty() ? listening.address.toString() : listening.url;
+    };
+    std::printf("tavola-mediaserver: commands on %s\n", qPrintable(shown(*commands)));
+    std::printf("tavola-mediaserver: pages on %s\n", qPrintable(shown(*pages)));
     std::fflush(stdout);
     server.run();
     logInfo(QStringLiteral("Stopped"));

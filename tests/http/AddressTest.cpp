@@ -48,3 +48,14 @@ TEST_CASE("HTTP address: what is none is refused")
         CHECK_FALSE(Address::parse(QString::fromLatin1(text)));
     }
 }
+
+TEST_CASE("HTTP address: an address of this machine alone is known, however it is written")
+{
+    for (const char* url :
+         {"http://127.0.0.1:8090/", "http://127.1.2.3/p/x", "http://localhost/", "http://LOCALHOST:1/", "http://table.localhost/",
+          "http://[::1]:8090/", "http://0.0.0.0/", "http://[::]/", "http://[::ffff:127.0.0.1]/", "https://127.0.0.1/"})
+        CHECK_MESSAGE(Http::isOnThisMachineOnly(QUrl(QString::fromLatin1(url))), url);
+    for (const char* url : {"http://192.0.2.7:8090/", "https://museum.example/", "http://localhost.museum.example/",
+                            "http://[2001:db8::1]/", "http://128.0.0.1/", ""})
+        CHECK_MESSAGE(!Http::isOnThisMachineOnly(QUrl(QString::fromLatin1(url))), url);
+}

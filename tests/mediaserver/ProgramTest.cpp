@@ -3,11 +3,13 @@
 
 #include <doctest/doctest.h>
 
+#include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
 
+#include <csignal>
 #include <functional>
 #include <memory>
 #include <sys/resource.h>
@@ -41,9 +43,9 @@ public:
     Program(const Folder& folder, const QStringList& more = {}, std::function<void()> before = {}) : m_process(std::move(before))
     {
         m_process.setProgram(QStringLiteral(TAVOLA_MEDIASERVER));
-        m_process.setArguments(QStringList{QStringLiteral("--port"), QStringLiteral("0"), QStringLiteral("--content"),
-                                           folder.path(), QStringLiteral("--database"),
-                                           folder.path(QStringLiteral("items.sqlite"))}
+        m_process.setArguments(QStringList{QStringLiteral("--pages"), QStringLiteral("127.0.0.1:0"), QStringLiteral("--commands"),
+                                           QStringLiteral("127.0.0.1:0"), QStringLiteral("--content"), folder.path(),
+                                           QStringLiteral("--database"), folder.path(QStringLiteral("items.sqlite"))}
                                + more);
         m_process.start();
     }
@@ -53,21 +55,42 @@ public:
         m_process.waitForFinished();
     }
 
-    /// Waits for the line with the address.
-    std::uint16_t port()
+    /// The port of the tables' door; waits for the lines that tell the addresses.
+    std::uint16_t commands()
     {
-        while (!m_process.canReadLine() && m_process.waitForReadyRead(10000)) {}
-        m_line = m_process.readLine();
-        return m_line.trimmed().split(':').last().chopped(1).toUShort();
+        listen();
+        return portIn(m_lines[0]);
+    }
+    /// The port of the visitors' door.
+    std::uint16_t pages()
+    {
+        listen();
+        return portIn(m_lines[1]);
     }
 
-    QByteArray line() const { return m_line; }
+    QByteArray lines() const { return m_lines[0] + m_lines[1]; }
     QProcess& process() { return m_process; }
 
 private:
+    void listen()
+    {
+        for (QByteArray& line : m_lines) {
+            if (!line.isEmpty())
+                continue;
+            while (!m_process.canReadLine() && m_process.waitForReadyRead(10000)) {}
+            line = m_process.readLine();
+        }
+    }
+
+    static std::uint16_t portIn(const QByteArray& line) { return line.trimmed().split(':').last().chopped(1).toUShort(); }
+
     Process m_process;
-    QByteArray m_line;
+    QByteArray m_lines[2];
 };
+
+const char* const kOnThisMachineOnly =
+    "warning MediaServer # Pages have the address http://127.0.0.1:%1/, which opens on this machine only and on no visitor's "
+    "phone: give --public-url with the address under which phones reach it\n";
 
 QJsonObject command(std::uint16_t port, const char* json)
 {
@@ -83,7 +106,7 @@ TEST_CASE("media server: an item survives the kill of the program right after it
     QString page;
     {
         Program program(folder);
-        const std::uint16_t port = program.port();
+        const std::uint16_t port = program.commands();
         page = command(port, R"({"command":"getuserpage","tessel":7})").value(QLatin1String("userpageurl")).toString();
         REQUIRE(
             command(port,
@@ -95,9 +118,9 @@ TEST_CASE("media server: an item survives the kill of the program right after it
         CHECK(program.process().exitStatus() == QProcess::CrashExit);
     }
     Program program(folder);
-    const std::uint16_t port = program.port();
+    const std::uint16_t port = program.commands();
     const std::string path = '/' + page.section(QLatin1Char('/'), 3).toStdString();
-    const HttpAnswer answer = ask(port, "GET", path);
+    const HttpAnswer answer = ask(program.pages(), "GET", path);
     CHECK(answer.status == 200);
     CHECK(answer.body.find("The boat") != std::string::npos);
     CHECK(command(port, R"({"command":"getuserpage","tessel":7})")
@@ -106,16 +129,21 @@ TEST_CASE("media server: an item survives the kill of the program right after it
               .endsWith(QString::fromStdString(path)));
 }
 
-TEST_CASE("media server: it says one line when it listens and ends cleanly when asked to")
+TEST_CASE("media server: it tells its two doors when it listens and ends cleanly when asked to")
 {
     const Folder folder;
     for (const char* signal : {"TERM", "INT"}) {
         CAPTURE(signal);
         Program program(folder);
-        const std::uint16_t port = program.port();
-        REQUIRE(port != 0);
-        CHECK(program.line() == "tavola-mediaserver: listening on http://127.0.0.1:" + QByteArray::number(port) + "/\n");
-        CHECK(ask(port, "GET", "/none").status == 404);
+        const std::uint16_t commands = program.commands();
+        const std::uint16_t pages = program.pages();
+        REQUIRE(commands != 0);
+        REQUIRE(pages != 0);
+        CHECK(program.lines()
+              == "tavola-mediaserver: commands on http://127.0.0.1:" + QByteArray::number(commands)
+                  + "/\ntavola-mediaserver: pages on http://127.0.0.1:" + QByteArray::number(pages) + "/\n");
+        CHECK(ask(pages, "GET", "/none").status == 404);
+        CHECK(ask(pages, "GET", "/health").status == 200);
         REQUIRE(
             QProcess::execute(QStringLiteral("kill"),
                               {QStringLiteral("-s"), QString::fromLatin1(signal), QString::number(program.process().processId())})
@@ -124,7 +152,8 @@ TEST_CASE("media server: it says one line when it listens and ends cleanly when 
         CHECK(program.process().exitStatus() == QProcess::NormalExit);
         CHECK(program.process().exitCode() == 0);
         CHECK(program.process().readAllStandardOutput().isEmpty());
-        CHECK(program.process().readAllStandardError() == "info MediaServer # Stopped\n");
+        CHECK(program.process().readAllStandardError()
+              == QByteArray(kOnThisMachineOnly).replace("%1", QByteArray::number(pages)) + "info MediaServer # Stopped\n");
     }
 }
 
@@ -132,10 +161,10 @@ TEST_CASE("media server: the public address stands in pages' addresses")
 {
     const Folder folder;
     Program program(folder,
-                    {QStringLiteral("--address"), QStringLiteral("0.0.0.0"), QStringLiteral("--public-url"),
+                    {QStringLiteral("--pages"), QStringLiteral("0.0.0.0:0"), QStringLiteral("--public-url"),
                      QStringLiteral("https://museum.example/table/")});
     const QString page =
-        command(program.port(), R"({"command":"getuserpage","tessel":7})").value(QLatin1String("userpageurl")).toString();
+        command(program.commands(), R"({"command":"getuserpage","tessel":7})").value(QLatin1String("userpageurl")).toString();
     CHECK(page.startsWith(QLatin1String("https://museum.example/table/p/")));
 }
 
@@ -143,15 +172,19 @@ TEST_CASE("media server: what keeps it from starting is reported, with exit code
 {
     const Folder folder;
     Program first(folder);
-    const QString port = QString::number(first.port());
+    const QString taken = QStringLiteral("127.0.0.1:%1").arg(first.commands());
     struct Row
     {
         QStringList arguments;
         QByteArray told;
     };
     const Row rows[] = {
-        {{QStringLiteral("--port"), port}, "warning MediaServer # Cannot listen on 127.0.0.1 port " + port.toLatin1() + ": "},
-        {{QStringLiteral("--address"), QStringLiteral("0.0.0.0")}, "warning MediaServer # --address 0.0.0.0 listens everywhere"},
+        {{QStringLiteral("--pages"), taken},
+         "warning MediaServer # Cannot listen on 127.0.0.1 port " + QByteArray::number(first.commands()) + ": "},
+        {{QStringLiteral("--commands"), taken},
+         "warning MediaServer # Cannot listen on 127.0.0.1 port " + QByteArray::number(first.commands()) + ": "},
+        {{QStringLiteral("--command-key"), folder.path(QStringLiteral("none"))},
+         "warning MediaServer # The key file \"" + folder.path(QStringLiteral("none")).toLocal8Bit() + "\" cannot be opened ("},
         {{QStringLiteral("--database"), folder.path()},
          "warning MediaServer # The database \"" + folder.path().toLocal8Bit() + "\" cannot be used: "},
     };
@@ -170,7 +203,7 @@ TEST_CASE("media server: the database is its user's alone, whatever umask the pr
 {
     const Folder folder;
     Program program(folder, {}, [] { ::umask(0); });
-    REQUIRE(command(program.port(), R"({"command":"getuserpage","tessel":7})").value(QLatin1String("success")).toBool());
+    REQUIRE(command(program.commands(), R"({"command":"getuserpage","tessel":7})").value(QLatin1String("success")).toBool());
     for (const char* name : {"items.sqlite", "items.sqlite-wal", "items.sqlite-shm"}) {
         CAPTURE(name);
         const QFileInfo file(folder.path(QString::fromLatin1(name)));
@@ -191,7 +224,7 @@ TEST_CASE("media server: with few open files and many slow downloads, the table 
         const rlimit few{96, 96};
         ::setrlimit(RLIMIT_NOFILE, &few);
     });
-    const std::uint16_t port = program.port();
+    const std::uint16_t port = program.commands();
     REQUIRE(command(port, R"({"command":"additem","tessel":7,"filename":"large.png"})").value(QLatin1String("success")).toBool());
     const QString address =
         command(port, R"({"command":"getuserpage","tessel":7})").value(QLatin1String("userpageurl")).toString();
@@ -201,18 +234,18 @@ TEST_CASE("media server: with few open files and many slow downloads, the table 
     int downloading = 0;
     int refused = 0;
     for (int i = 0; i < 60; ++i) {
-        phones.push_back(std::make_unique<HttpClient>(port));
+        phones.push_back(std::make_unique<HttpClient>(program.pages()));
         phones.back()->send(requestText("GET", page + "/file/1"));
         const auto head = phones.back()->receiveHead();
         REQUIRE(head);
         downloading += head->status == 200 ? 1 : 0;
         refused += head->status == 503 ? 1 : 0;
     }
-    CHECK(downloading == 12);
-    CHECK(refused == 48);
+    CHECK(downloading == 9);
+    CHECK(refused == 51);
 
     CHECK(command(port, R"({"command":"additem","tessel":8,"filename":"large.png"})").value(QLatin1String("success")).toBool());
-    const HttpAnswer shown = ask(port, "GET", page);
+    const HttpAnswer shown = ask(program.pages(), "GET", page);
     CHECK(shown.status == 200);
     CHECK(shown.body.find("Not available") == std::string::npos);
     REQUIRE(QProcess::execute(QStringLiteral("kill"), {QString::number(program.process().processId())}) == 0);
@@ -233,7 +266,71 @@ TEST_CASE("media server: too few open files for a connection keep it from starti
     REQUIRE(program.process().waitForFinished(10000));
     CHECK(program.process().exitCode() == 1);
     CHECK(program.process().readAllStandardError()
-          == "warning MediaServer # The system allows 60 open files, which is too few: allow 1072 (LimitNOFILE of a systemd "
+          == "warning MediaServer # The system allows 60 open files, which is too few: allow 1200 (LimitNOFILE of a systemd "
              "service, "
              "ulimit -n of a shell)\n");
+}
+
+TEST_CASE("media server: with a key file commands need a key, and a hangup exchanges it")
+{
+    const Folder folder;
+    const QString file = folder.path(QStringLiteral("key"));
+    const auto write = [&](const QByteArray& text) {
+        folder.write(QStringLiteral("key"), text);
+        QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner);
+    };
+    const QByteArray first = "00112233445566778899aabbccddeeff";
+    const QByteArray second = "ffeeddccbbaa99887766554433221100";
+    write(first);
+    Program program(folder, {QStringLiteral("--command-key"), file});
+    const auto statusWith = [&](const QByteArray& key) {
+        HttpClient client(program.commands());
+        const std::string body = R"({"command":"getuserpage","tessel":7})";
+        client.send("POST / HTTP/1.1\r\nHost: x\r\n"
+                    + (key.isEmpty() ? std::string() : "Authorization: Bearer " + key.toStdString() + "\r\n")
+                    + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
+        return client.receive().value_or(HttpAnswer{}).status;
+    };
+    CHECK(statusWith({}) == 401);
+    CHECK(statusWith(second) == 401);
+    CHECK(statusWith(first) == 200);
+
+    const auto hangUp = [&] {
+        const auto told = [&] { return program.process().readAllStandardError(); };
+        static_cast<void>(told());
+        REQUIRE(::kill(pid_t(program.process().processId()), SIGHUP) == 0);
+        QByteArray lines;
+        while (!lines.endsWith('\n') && program.process().waitForReadyRead(5000))
+            lines += told();
+        program.process().setReadChannel(QProcess::StandardOutput);
+        return lines;
+    };
+    write(second + '\n' + first);
+    program.process().setReadChannel(QProcess::StandardError);
+    CHECK(hangUp().contains("info MediaServer # The keys for commands were read again\n"));
+    CHECK(statusWith(first) == 200);
+    CHECK(statusWith(second) == 200);
+
+    // A file that is wrong locks no table out.
+    write("short");
+    program.process().setReadChannel(QProcess::StandardError);
+    CHECK(hangUp().contains("warning MediaServer # The keys stay as they were (The key file "));
+    CHECK(statusWith(second) == 200);
+}
+
+TEST_CASE("media server: it goes on when the reader of its log goes away")
+{
+    const Folder folder;
+    const QString file = folder.path(QStringLiteral("key"));
+    folder.write(QStringLiteral("key"), "00112233445566778899aabbccddeeff");
+    QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner);
+    Program program(folder, {QStringLiteral("--command-key"), file});
+    const std::uint16_t port = program.commands();
+    program.process().closeReadChannel(QProcess::StandardError);
+    // Each hangup is a line of the log: the key file is gone.
+    QFile::remove(file);
+    for (int i = 0; i < 5; ++i) {
+        REQUIRE(::kill(pid_t(program.process().processId()), SIGHUP) == 0);
+        CHECK(ask(port, "POST", "/", "{}").status == 401);
+    }
 }

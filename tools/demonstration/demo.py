@@ -18,7 +18,7 @@ from visit import PRESENTATIONS, ROOT, World  # noqa: E402
 
 PRESENTATION = os.path.join(PRESENTATIONS, "gallery")
 VISITS = {"first": FirstVisit, "faults": FaultsVisit, "email": EmailVisit, "cards": CardsVisit}
-PAGE_PORT = 8180
+COMMAND_PORT = 8180
 
 
 def has_display():
@@ -34,7 +34,7 @@ def open_table(build, headless):
     data = os.path.join(os.environ.get("XDG_DATA_HOME") or os.path.expanduser("~/.local/share"), "tavola", "demonstration")
     os.makedirs(data, exist_ok=True)
     headless = headless or not has_display()
-    media_server = MediaServer(build, os.path.join(PRESENTATION, "media"), data, PAGE_PORT)
+    media_server = MediaServer(build, os.path.join(PRESENTATION, "media"), data, COMMAND_PORT)
     command = [os.path.join(build, "bin", "tavola"), "run", PRESENTATION, "--media-server", media_server.address,
                "--data", data]
     if headless:
@@ -49,7 +49,7 @@ def open_table(build, headless):
         print("  Hold the key 1 and click on the table: Ann's card comes down and her personal space opens.\n"
               "  Drag pictures, documents and links onto it with the mouse.\n"
               "  The keys 2 to 7 are other people's cards. The wheel turns a card, Shift and a click lift it.")
-    print(f"  What is collected is listed on the person's page, at {media_server.address}p/…: the space shows the\n"
+    print(f"  What is collected is listed on the person's page, at {media_server.pages}p/…: the space shows the\n"
           "  whole address and its QR code.\n"
           "  To end, close the window or press Ctrl-C.\n", flush=True)
     table = subprocess.Popen(command)

@@ -84,7 +84,7 @@ class FirstVisit(Visit):
 
     def page(self):
         url = value(self.space(), "user-page-url")
-        require(url.startswith(self.media_server.address + "p/"), f'the page\'s address is "{url}"')
+        require(url.startswith(self.media_server.pages + "p/"), f'the page\'s address is "{url}"')
         require("1001" not in url.rsplit("/", 1)[1], "the card's number is in the page's address")
         text = page_entries(url)
         for name in ("Paper moons", "Opening hours and tickets"):

@@ -94,10 +94,12 @@ def fetch(address, data=None, seconds=30):
 
 class MediaServer(Program):
     def __init__(self, build, content, folder, port=0):
-        super().__init__([os.path.join(build, "bin", "tavola-mediaserver"), "--port", str(port), "--content", content,
+        super().__init__([os.path.join(build, "bin", "tavola-mediaserver"), "--commands", f"127.0.0.1:{port}",
+                          "--pages", "127.0.0.1:0", "--content", content,
                           "--database", os.path.join(folder, "pages.sqlite")],
-                         wait_for=[r"listening on (http://\S+/)"])
-        self.address = self.found[0].group(1)
+                         wait_for=[r"commands on (http://\S+/)", r"pages on (http://\S+/)"])
+        self.address = self.found[0].group(1)  # for commands
+        self.pages = self.found[1].group(1)
 
     def command_answer(self, command):
         return json.loads(fetch(self.address, json.dumps(command).encode()))

@@ -63,4 +63,15 @@ bool Address::isUnspecified() const
 {
     return !isUnixSocket() && parsed(host).is_unspecified();
 }
+
+bool isOnThisMachineOnly(const QUrl& url)
+{
+    const QString host = url.host();
+    if (host == QLatin1String("localhost") || host.endsWith(QLatin1String(".localhost")))
+        return true;
+    boost::system::error_code error;
+    boost::asio::ip::make_address(host.toStdString(), error);
+    const address found = parsed(host);
+    return !error && (found.is_loopback() || found.is_unspecified());
+}
 }

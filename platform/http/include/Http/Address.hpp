@@ -3,6 +3,7 @@
 #include <Bedrock/Export.hpp>
 
 #include <QString>
+#include <QUrl>
 
 #include <optional>
 
@@ -26,4 +27,8 @@ struct TAVOLA_EXPORT Address
     /// All addresses of the machine: no address that others can be given.
     [[nodiscard]] bool isUnspecified() const;
 };
+
+/// Whether a web address leads back to the machine that opens it: its host is "localhost" or an address that is loopback or
+/// unspecified. A phone that scans it finds nothing.
+[[nodiscard]] TAVOLA_EXPORT bool isOnThisMachineOnly(const QUrl& url);
 }

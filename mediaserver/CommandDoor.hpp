@@ -1,0 +1,35 @@
+#pragma once
+
+#include "CommandHandler.hpp"
+#include "ContentFolder.hpp"
+
+#include <Http/BearerKeys.hpp>
+#include <Http/Message.hpp>
+
+#include <optional>
+
+namespace MediaServer
+{
+
+class ItemStore;
+
+/// What the tables' door answers: POST / with a command, nothing else. A request that a web page has made a browser send is
+/// refused with 403, one without a valid key, where the door has keys, with 401. Borrows the store; on the store's thread.
+class CommandDoor
+{
+public:
+    /// `contentFolder`: path of the folder with the files; `publicUrl`: where visitors reach their pages.
+    CommandDoor(ItemStore& store, const QString& contentFolder, const QString& publicUrl);
+
+    /// From here on a request needs one of the keys; with none, no request needs any.
+    void setKeys(std::optional<Http::BearerKeys> keys) { m_keys = std::move(keys); }
+
+    [[nodiscard]] Http::Response handle(const Http::Request& request);
+
+private:
+    ContentFolder m_content;
+    CommandHandler m_commands;
+    std::optional<Http::BearerKeys> m_keys;
+};
+
+} // namespace MediaServer

@@ -1,0 +1,144 @@
+"""The table against senders of rubbish, deaf clients of its inspector, and a machine that kills it."""
+import json
+import os
+import random
+import signal
+import socket
+import struct
+import time
+
+from http_bytes import ask, connect, exchange, port_of
+from programs import Program, fetch
+
+PRESENTATIONS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "presentations")
+
+
+def report(text):
+    print("  " + text, flush=True)
+
+
+class Table:
+    """The gallery, without a screen, by the clock."""
+
+    def __init__(self, build, folder, *options):
+        data = os.path.join(folder, "data")
+        os.makedirs(data, exist_ok=True)
+        command = [os.path.join(build, "bin", "tavola"), "run", os.path.join(PRESENTATIONS, "gallery"), "--headless",
+                   "--inspect", "0", "--tuio", "127.0.0.1:0", "--data", data, *options]
+        self.program = Program(command, wait_for=[r"inspector on (http://\S+?)/$", r"TUIO on \S+:(\d+)", r"is open$"])
+        self.inspector = self.program.found[0].group(1)
+        self.tuio = int(self.program.found[1].group(1))
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, kind, value, trace):
+        complaint = self.program.end()
+        if kind is None:
+            assert not complaint, complaint
+
+    def get(self, path):
+        return json.loads(fetch(self.inspector + path))
+
+    def memory_mb(self):
+        with open(f"/proc/{self.program.process.pid}/status", encoding="ascii") as status:
+            return next(int(line.split()[1]) / 1024 for line in status if line.startswith("VmRSS"))
+
+
+def osc(address, tags, *values):
+    def text(value):
+        data = value.encode() + b"\0"
+        return data + b"\0" * (-len(data) % 4)
+    message = text(address) + text("," + tags)
+    for tag, value in zip(tags, values):
+        message += text(value) if tag == "s" else struct.pack(">i" if tag == "i" else ">f", value)
+    return message
+
+
+def bundle(*messages):
+    return b"#bundle\0" + struct.pack(">Q", 1) + b"".join(struct.pack(">i", len(one)) + one for one in messages)
+
+
+def cursor_frame(number, fingers, place):
+    alive = osc("/tuio/2Dcur", "s" + "i" * fingers, "alive", *range(1, fingers + 1))
+    sets = [osc("/tuio/2Dcur", "sifffff", "set", i, place, 0.1 + 0.01 * i, 0.0, 0.0, 0.0) for i in range(1, fingers + 1)]
+    return bundle(alive, *sets, osc("/tuio/2Dcur", "si", "fseq", number))
+
+
+def packets(build, folder):
+    """Three seconds of rubbish as fast as one process can send it, mixed with a tracker that works."""
+    generator = random.Random(11)
+    rubbish = [bytes(generator.randrange(256) for _ in range(generator.choice((0, 3, 16, 200, 1400)))) for _ in range(64)]
+    rubbish += [b"#bundle\0" + struct.pack(">Qi", 1, 2**31 - 1), osc("/tuio/2Dobj", "s", "set"), b"/tuio/2Dcur\0,s",
+                bundle(*[osc("/tuio/2Dcur", "s", "alive")] * 200), cursor_frame(-5, 300 // 10, float("nan"))]
+    with Table(build, folder) as table:
+        before = table.get("/status")
+        memory = table.memory_mb()
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sender:
+            begin = time.monotonic()
+            sent = 0
+            slowest = 0.0
+            while time.monotonic() - begin < 3:
+                for _ in range(500):
+                    sender.sendto(generator.choice(rubbish), ("127.0.0.1", table.tuio))
+                sent += 500
+                sender.sendto(cursor_frame(sent, 5, (sent % 1000) / 1000), ("127.0.0.1", table.tuio))
+                asked = time.monotonic()
+                status = table.get("/status")
+                slowest = max(slowest, time.monotonic() - asked)
+            seconds = time.monotonic() - begin
+        status = table.get("/status")
+        frames = (status["frame"] - before["frame"]) / seconds
+        growth = table.memory_mb() - memory
+        report(f"{sent / seconds:.0f} packets a second of rubbish: {frames:.0f} frames a second (limit 30), the inspector answered "
+               f"within {slowest:.2f} s (limit 1), memory grew by {growth:.1f} MB (limit 30)")
+        assert frames >= 30 and slowest < 1 and growth < 30
+
+
+def connections(build, folder):
+    """Clients of the inspector that never end a request, and that ask without reading."""
+    with Table(build, folder) as table:
+        port = port_of(table.inspector + "/")
+        before = table.memory_mb()
+        status, _ = exchange(port, b"POST /frames HTTP/1.1\r\nHost: localhost\r\nTransfer-Encoding: chunked\r\n\r\n4;" + b"x" * 8_000_000)
+        assert status in (0, 431), f"a chunk extension without an end was answered with {status}"
+        status, _ = ask(port, "GET", "/tree", headers=["Sec-Fetch-Site: cross-site"])
+        assert status == 403, f"a request for a page of another site was answered with {status}"
+        deaf = []
+        for _ in range(20):
+            client = connect(port)
+            client.sendall(b"GET /screenshot.png HTTP/1.1\r\nHost: localhost\r\n\r\n" * 10)
+            deaf.append(client)
+        start = table.get("/status")["frame"]
+        begin = time.monotonic()
+        while time.monotonic() - begin < 3:
+            table.get("/status")
+        frames = (table.get("/status")["frame"] - start) / (time.monotonic() - begin)
+        growth = table.memory_mb() - before
+        for client in deaf:
+            client.close()
+        report(f"with 20 deaf clients {frames:.0f} frames a second (limit 10), memory grew by {growth:.1f} MB (limit 300)")
+        assert frames >= 10 and growth < 300
+
+
+def table_kills(build, folder):
+    """Thirty kills of a table that is being used: it opens again each time, with its people."""
+    opened = 0
+    for _ in range(30):
+        table = Table(build, folder)
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sender:
+            for number in range(1, 20):
+                alive = osc("/tuio/2Dobj", "si", "alive", 1)
+                put = osc("/tuio/2Dobj", "siiffffffff", "set", 1, 1001, 0.5, 0.5, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0)
+                sender.sendto(bundle(alive, put, osc("/tuio/2Dobj", "si", "fseq", number)), ("127.0.0.1", table.tuio))
+        table.get("/status")
+        table.program.process.send_signal(signal.SIGKILL)
+        table.program.process.wait()
+        opened += 1
+    with Table(build, folder) as table:
+        errors = [line["text"] for line in table.get("/log") if line["level"] == "error"]
+        assert not errors, f"after {opened} kills the table says: {errors[0]}"
+        report(f"{opened} kills, and the table opens with its people and without an error")
+
+
+SCENARIOS = {"packets": packets, "connections": connections, "table_kills": table_kills}

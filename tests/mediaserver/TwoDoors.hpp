@@ -1,0 +1,89 @@
+#pragma once
+
+#include "CommandDoor.hpp"
+#include "Folder.hpp"
+#include "HttpClient.hpp"
+#include "HttpServerThread.hpp"
+#include "ItemStore.hpp"
+#include "Site.hpp"
+
+#include <doctest/doctest.h>
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+/// Pages and commands behind real servers, each with a store of its own on one file, as the program has them on two doors.
+struct TwoDoors
+{
+    TwoDoors()
+    {
+        folder.makeFolder(QStringLiteral("content"));
+        folder.write(QStringLiteral("content/boat.png"), picture);
+        folder.write(QStringLiteral("content/page.html"), "<script>alert(1)</script>");
+        folder.write(QStringLiteral("content/guide.pdf"), "%PDF-1.4");
+        folder.write(QStringLiteral("secret.txt"), "secret");
+    }
+
+    QJsonObject command(const QByteArray& json)
+    {
+        const HttpAnswer answer = ask(commands.port(), "POST", "/", json.toStdString());
+        CHECK(answer.header("content-type") == "application/json");
+        return QJsonDocument::fromJson(QByteArray::fromStdString(answer.body)).object();
+    }
+
+    void add(qint64 tessel, const char* member, const char* value)
+    {
+        const QByteArray json = "{\"command\":\"additem\",\"tessel\":" + QByteArray::number(tessel) + ",\"" + member + "\":\""
+            + value + "\",\"displayname\":\"Name\"}";
+        REQUIRE(command(json).value(QLatin1String("success")).toBool());
+    }
+
+    /// The path of a person's page.
+    std::string page(qint64 tessel)
+    {
+        const QByteArray json = "{\"command\":\"getuserpage\",\"tessel\":" + QByteArray::number(tessel) + "}";
+        return command(json)
+            .value(QLatin1String("userpageurl"))
+            .toString()
+            .section(QLatin1Char('/'), 3)
+            .prepend(QLatin1Char('/'))
+            .toStdString();
+    }
+
+    /// The paths of the files on a person's page, in order.
+    std::vector<std::string> files(const std::string& path)
+    {
+        std::vector<std::string> result;
+        auto found = QRegularExpression(QStringLiteral("<a href=\"([^\"]*/file/\\d+)\""))
+                         .globalMatch(QString::fromStdString(get(path).body));
+        while (found.hasNext())
+            result.push_back("/p/" + found.next().captured(1).toStdString());
+        return result;
+    }
+
+    HttpAnswer get(const std::string& path) { return ask(pages.port(), "GET", path); }
+
+    QString pagesUrl() const { return QStringLiteral("http://127.0.0.1:%1/").arg(pages.port()); }
+
+    QByteArray picture = QByteArray("\x89PNG\r\n\x1a\n", 8) + QByteArray(3'000'000, 'p');
+    Folder folder;
+    HttpServerThread pages{Http::Limits{}, [this](const QString& url) { return handlerOf<MediaServer::Site>(url); }};
+    HttpServerThread commands{Http::Limits{}, [this](const QString&) { return handlerOf<MediaServer::CommandDoor>(pagesUrl()); }};
+
+private:
+    template <class Door>
+    HttpServerThread::Handler handlerOf(const QString& url)
+    {
+        auto opened = MediaServer::ItemStore::open(folder.path(QStringLiteral("items.sqlite")));
+        if (!opened)
+            return [](const Http::Request&) { return Http::plainResponse(500, "no database"); };
+        std::shared_ptr<MediaServer::ItemStore> store = std::move(*opened);
+        auto door = std::make_shared<Door>(*store, folder.path(QStringLiteral("content")), url);
+        return [store, door](const Http::Request& request) { return door->handle(request); };
+    }
+};
