@@ -3,7 +3,7 @@
 #include "commands/CommandLine.hpp"
 #include "presentation/DataFolder.hpp"
 #include "presentation/Presentation.hpp"
-#include "services/email/MailHeader.hpp"
+#include "services/email/MailText.hpp"
 #include "services/email/Outbox.hpp"
 
 #include <QDateTime>
@@ -145,11 +145,11 @@ bool list(const Request& request, const std::vector<Queue>& queues)
                                .arg(QLatin1String(name(message.state)), -7)
                                .arg(time(message.createdMs))
                                .arg(message.attempts)
-                               .arg(MailHeader::oneLine(message.recipientNames()));
+                               .arg(MailText::oneLine(message.recipientNames()));
             if (message.state == OutboxMessage::State::Queued && message.attempts > 0)
                 line += QStringLiteral("  next %1").arg(time(message.nextAttemptMs));
             if (!message.lastError.isEmpty())
-                line += QStringLiteral("  (%1)").arg(MailHeader::oneLine(message.lastError));
+                line += QStringLiteral("  (%1)").arg(MailText::oneLine(message.lastError));
             request.print(line);
         }
     }

@@ -26,14 +26,14 @@ QString escapedLine(const QString& line)
     return result + line.mid(at).toHtmlEscaped();
 }
 
-/// Before the end of the body, if it has one.
+/// Inserts before the end of the body, if there is one.
 void append(QString& html, const QString& addition)
 {
     const int end = html.lastIndexOf(QLatin1String("</body>"), -1, Qt::CaseInsensitive);
     html.insert(end < 0 ? html.size() : end, addition);
 }
 
-/// In one pass, so that a placeholder in what is filled in stays what it is.
+/// In one pass, so that a placeholder in a name or a link is not replaced.
 QString fill(const QString& htmlTemplate, const QString& name, const QString& links, const QString& content)
 {
     static const QRegularExpression placeholder(QStringLiteral("<(?:name|links|content)>"));

@@ -1,8 +1,7 @@
 #include "MailSettings.hpp"
 
-#include "MailHeader.hpp"
+#include "MailText.hpp"
 
-#include <Bedrock/Trace.hpp>
 #include <Tavola/JsonEntries.hpp>
 
 #include <QDir>
@@ -36,7 +35,7 @@ public:
         return fallback;
     }
 
-    /// The absolute path of a file that is there, or empty.
+    /// The absolute path of an existing file, or empty.
     QString file(const char* key) const
     {
         const QString given = text(key);
@@ -103,7 +102,7 @@ std::optional<MailSettings> MailSettings::read(const QJsonObject& entry, const Q
     }
     const QJsonObject sender = entry.value(QLatin1String("sender")).toObject();
     settings.sender = {sender.value(QLatin1String("address")).toString(), sender.value(QLatin1String("name")).toString()};
-    if (!MailHeader::isMailAddress(settings.sender.address)) {
+    if (!MailText::isAddress(settings.sender.address)) {
         report(QStringLiteral("sender"),
                QStringLiteral("expected an object with the \"address\" that messages come from, and a \"name\" if you like"));
         return std::nullopt;
@@ -147,9 +146,12 @@ std::optional<MailCredentials> MailCredentials::load(const QString& fileName, QS
         error = QStringLiteral("cannot read %1 (%2)").arg(fileName, file.errorString());
         return std::nullopt;
     }
-    if (file.permissions() & (QFile::ReadOther | QFile::WriteOther))
-        Bedrock::Trace::warning("MailCredentials # Everybody may read the password in %s; make it yours alone with chmod 600",
-                                fileName.toUtf8().constData());
+    constexpr auto kOthers = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
+    if (file.permissions() & kOthers) {
+        error =
+            QStringLiteral("other users may read or change the password in %1; make it yours alone with chmod 600").arg(fileName);
+        return std::nullopt;
+    }
     const auto line = [&file] {
         QByteArray bytes = file.readLine(4096);
         while (bytes.endsWith('\n') || bytes.endsWith('\r'))

@@ -11,14 +11,13 @@ class QJsonObject;
 
 namespace Host
 {
-/// How a table sends e-mail: an entry of "services.email-service" in presentation.json. A plain record; the password is not in
-/// it.
+/// How a table sends e-mail: an entry of "services.email-service" in presentation.json. A plain record, without the password.
 struct MailSettings
 {
-    /// What smtp:// does about encryption; smtps:// is encrypted from the first byte on.
+    /// Encryption of an smtp:// connection; smtps:// is encrypted from the first byte on.
     enum class StartTls {
         Required,
-        IfOffered, ///< a password still never goes out unencrypted
+        IfOffered, ///< a password is still never sent unencrypted
         Never      ///< with a password only for a server on this machine
     };
 
@@ -32,36 +31,36 @@ struct MailSettings
     QString textTemplate;
     QString htmlTemplate;   ///< empty: messages are plain text
     QString folder;         ///< of the presentation
-    QString filesAddress;   ///< the web address under which the presentation's files can be had; ends with a slash; may be empty
+    QString filesAddress;   ///< the web address of the presentation's files; ends with a slash; may be empty
     QString largeFilesText; ///< stands above the files that are too large to attach
     QString missingFilesText;
     qint64 attachmentLimitBytes = 10'000'000; ///< all files of one message together
     double connectTimeoutSeconds = 10.0;
     double timeoutSeconds = 300.0; ///< one attempt from beginning to end
-    double answerSeconds = 15.0; ///< how long a sender waits for the first attempt; then a message that is kept counts as success
-    double retrySeconds = 60.0;  ///< before the second attempt; doubled with each further one, up to an hour
+    double answerSeconds = 15.0;   ///< the longest wait for the first attempt; then a message that is kept counts as success
+    double retrySeconds = 60.0;    ///< before the second attempt; doubled with each further one, up to an hour
     double giveUpHours = 120.0;
 
     /// Reports what is wrong: the key inside the entry and the reason.
     using Report = std::function<void(const QString& key, const QString& why)>;
 
-    /// Reads an entry. Nothing when it names no usable server or sender; what else is wrong costs that key. Reads the files it
-    /// names, so it may block a little.
+    /// Reads an entry and the files it names. Nothing when it has no usable server or sender; any other fault costs that key.
+    /// Blocks while files are read.
     [[nodiscard]] static std::optional<MailSettings> read(const QJsonObject& entry, const QString& folder, const Report& report);
-    /// Whether a text is a mail server's address with a host.
+    /// Whether a text is the address of a mail server, with a host.
     [[nodiscard]] static bool isMailServer(const QString& text);
-    /// Whether what is said to the server crosses a network unencrypted, whatever the server offers.
+    /// Whether the connection crosses a network unencrypted, whatever the server offers.
     [[nodiscard]] bool isOpenToListeners() const;
 };
 
-/// Who the table is to the mail server. Never logged.
+/// The table's login at the mail server. Never logged.
 struct MailCredentials
 {
-    QString user; ///< empty: the server is not asked to let us in
+    QString user; ///< empty: no login
     QString password;
 
     /// From the file's first two lines, user and password; without a file name from the environment. Nothing, with the reason
-    /// in `error`, when the file cannot be read. A warning when others can read it too.
+    /// in `error`, when the file cannot be read, or when its permissions let other users read or change it.
     [[nodiscard]] static std::optional<MailCredentials> load(const QString& fileName, QString& error);
 };
 }

@@ -1,7 +1,7 @@
 #include "MessageIntake.hpp"
 
 #include "HtmlBody.hpp"
-#include "MailHeader.hpp"
+#include "MailText.hpp"
 #include "OutboxFiles.hpp"
 
 #include <Bedrock/Trace.hpp>
@@ -21,6 +21,14 @@ QString megabytes(qint64 bytes)
 }
 }
 
+MailJob::MailJob(const Tavola::EmailMessage& message)
+    : subject(message.subject()), sender(message.sender()), content(message.content), recipients(message.recipients()),
+      attachments(message.attachments())
+{
+    for (auto& recipient : recipients)
+        recipient.address.address = recipient.address.address.trimmed();
+}
+
 bool MessageIntake::check(const MailJob& job, QString& error)
 {
     if (job.recipients.empty()) {
@@ -28,9 +36,9 @@ bool MessageIntake::check(const MailJob& job, QString& error)
         return false;
     }
     const auto isUsable = [&error](const QString& address) {
-        if (MailHeader::isMailAddress(address))
+        if (MailText::isAddress(address))
             return true;
-        error = QStringLiteral("\"%1\" is no e-mail address").arg(MailHeader::oneLine(address));
+        error = QStringLiteral("\"%1\" is no e-mail address").arg(MailText::oneLine(address));
         return false;
     };
     for (const auto& recipient : job.recipients)
@@ -39,70 +47,85 @@ bool MessageIntake::check(const MailJob& job, QString& error)
     return job.sender.address.isEmpty() || isUsable(job.sender.address);
 }
 
-bool MessageIntake::take(const MailJob& job, OutboxMessage& message, QString& error) const
+bool MessageIntake::accept(const MailJob& job, OutboxMessage& message, QString& error) const
 {
     if (!check(job, error))
         return false;
-    Notes notes;
-    if (!takeFiles(job, message, notes, error)) {
-        m_files.remove(message.folder);
-        return false;
+    const Tavola::EmailAddress& sender = job.sender.address.isEmpty() ? m_settings.sender : job.sender;
+    const QString host = QString::fromLatin1(MailText::plainAddress(sender.address)).section(QLatin1Char('@'), -1);
+    message.messageId = QStringLiteral("<%1@%2>").arg(QUuid::createUuid().toString(QUuid::WithoutBraces), host);
+    message.sender = sender.address;
+    for (const auto& recipient : job.recipients)
+        message.recipients.push_back({recipient.address.address, OutboxMessage::Outcome::Open, QString()});
+    message.file = OutboxFiles::newName();
+
+    // The body names what cannot be read, so a fault found while composing begins it anew.
+    std::vector<QString> faults(job.attachments.size());
+    for (;;) {
+        Plan plan = this->plan(job, faults);
+        plan.letter.messageId = message.messageId;
+        plan.letter.createdMs = message.createdMs;
+        plan.letter.sender = sender;
+        const auto result = MailComposer::compose(plan.letter, m_files.path(message.file));
+        if (result.kind == MailComposer::Result::Kind::DiskFault) {
+            error = QStringLiteral("the message cannot be kept (%1)").arg(result.words);
+            return false;
+        }
+        if (result.kind == MailComposer::Result::Kind::Done) {
+            message.sizeBytes = result.sizeBytes;
+            for (const QString& note : plan.notes)
+                Bedrock::Trace::info("MessageIntake # %s", note.toUtf8().constData());
+            return true;
+        }
+        const std::size_t which = plan.attached[result.attachment];
+        faults[which] = result.words;
+        Bedrock::Trace::warning("MessageIntake # Failed to read the attachment %s (%s); the message goes without it",
+                                MailText::oneLine(job.attachments[which].fileName).toUtf8().constData(),
+                                result.words.toUtf8().constData());
     }
-    write(job, notes, message);
-    return true;
 }
 
-bool MessageIntake::takeFiles(const MailJob& job, OutboxMessage& message, Notes& notes, QString& error) const
+MessageIntake::Plan MessageIntake::plan(const MailJob& job, const std::vector<QString>& faults) const
 {
+    Plan plan;
+    plan.letter.subject = job.subject.isEmpty() ? m_settings.subject : job.subject;
+    plan.letter.recipients = job.recipients;
+    QString large;
+    QString missing;
     qint64 total = 0;
-    for (const auto& attachment : job.attachments) {
-        const QString name = MailHeader::oneLine(attachment.fileName);
-        const qint64 announced = attachment.device->isSequential() ? 0 : attachment.device->size();
-        if (total + announced > m_settings.attachmentLimitBytes) {
-            const QString address = link(attachment);
-            notes.large += QStringLiteral("%1 (%2 MB)\n").arg(address, megabytes(announced));
-            Bedrock::Trace::info("MessageIntake # %s (%s MB) is beyond the limit of %s MB a message; it is sent as a link",
-                                 name.toUtf8().constData(), megabytes(announced).toLatin1().constData(),
-                                 megabytes(m_settings.attachmentLimitBytes).toLatin1().constData());
-            continue;
-        }
-        if (message.folder.isEmpty()) {
-            message.folder = m_files.makeFolder(error);
-            if (message.folder.isEmpty())
-                return false;
-        }
-        const int number = int(message.files.size());
-        OutboxMessage::File file{name.isEmpty() ? QStringLiteral("file") : name, attachment.mimeType,
-                                 m_files.path(message.folder, number), 0};
-        QString reason;
-        switch (m_files.copy(*attachment.device, message.folder, number, file.sizeBytes, reason)) {
-        case OutboxFiles::Copy::Done:
-            total += file.sizeBytes;
-            message.files.push_back(file);
-            break;
-        case OutboxFiles::Copy::Unreadable:
-            Bedrock::Trace::warning("MessageIntake # Failed to read the attachment %s (%s); the message goes without it",
-                                    name.toUtf8().constData(), reason.toUtf8().constData());
-            notes.missing += name + QLatin1Char('\n');
-            break;
-        case OutboxFiles::Copy::DiskFault: error = QStringLiteral("the message cannot be kept (%1)").arg(reason); return false;
+    for (std::size_t i = 0; i < job.attachments.size(); ++i) {
+        auto attachment = job.attachments[i];
+        attachment.fileName = MailText::oneLine(attachment.fileName);
+        const qint64 size = attachment.device->isSequential() ? 0 : attachment.device->size();
+        if (!faults[i].isEmpty()) {
+            missing += attachment.fileName + QLatin1Char('\n');
+        } else if (total + size > m_settings.attachmentLimitBytes) {
+            large += QStringLiteral("%1 (%2 MB)\n").arg(link(attachment), megabytes(size));
+            plan.notes << QStringLiteral("%1 (%2 MB) is beyond the limit of %3 MB a message; it is sent as a link")
+                              .arg(attachment.fileName, megabytes(size), megabytes(m_settings.attachmentLimitBytes));
+        } else {
+            total += size;
+            if (attachment.fileName.isEmpty())
+                attachment.fileName = QStringLiteral("file");
+            plan.attached.push_back(i);
+            plan.letter.attachments.push_back(attachment);
         }
     }
-    if (message.files.empty()) {
-        m_files.remove(message.folder);
-        message.folder.clear();
-        return true;
-    }
-    QString reason;
-    if (m_files.finish(message.folder, reason))
-        return true;
-    error = QStringLiteral("the message cannot be kept (%1)").arg(reason);
-    return false;
+    QString addendum;
+    if (!large.isEmpty())
+        addendum += QLatin1Char('\n') + m_settings.largeFilesText + QLatin1Char('\n') + large;
+    if (!missing.isEmpty())
+        addendum += QLatin1Char('\n') + m_settings.missingFilesText + QLatin1Char('\n') + missing;
+    plan.letter.text = job.content + addendum;
+    if (!m_settings.htmlTemplate.isEmpty())
+        plan.letter.html = HtmlBody::compose(
+            {m_settings.htmlTemplate, m_settings.textTemplate, job.content, job.recipients.front().address.name, addendum});
+    return plan;
 }
 
 QString MessageIntake::link(const Tavola::EmailMessage::Attachment& attachment) const
 {
-    QString name = MailHeader::oneLine(attachment.fileName);
+    QString name = attachment.fileName;
     if (m_settings.filesAddress.isEmpty())
         return name;
     if (const auto* file = qobject_cast<const QFileDevice*>(attachment.device.get())) {
@@ -111,26 +134,5 @@ QString MessageIntake::link(const Tavola::EmailMessage::Attachment& attachment) 
             name = relative;
     }
     return m_settings.filesAddress + QString::fromLatin1(QUrl::toPercentEncoding(name, QByteArrayLiteral("/")));
-}
-
-void MessageIntake::write(const MailJob& job, const Notes& notes, OutboxMessage& message) const
-{
-    message.sender = job.sender.address.isEmpty() ? m_settings.sender : job.sender;
-    message.subject = job.subject.isEmpty() ? m_settings.subject : job.subject;
-    const QByteArray sender = MailHeader::plainAddress(message.sender.address);
-    message.messageId = QStringLiteral("<%1@%2>").arg(QUuid::createUuid().toString(QUuid::WithoutBraces),
-                                                      QString::fromLatin1(sender.mid(sender.lastIndexOf('@') + 1)));
-    for (const auto& recipient : job.recipients)
-        message.recipients.push_back({recipient.address, recipient.type, OutboxMessage::Outcome::Open, QString()});
-
-    QString addendum;
-    if (!notes.large.isEmpty())
-        addendum += QLatin1Char('\n') + m_settings.largeFilesText + QLatin1Char('\n') + notes.large;
-    if (!notes.missing.isEmpty())
-        addendum += QLatin1Char('\n') + m_settings.missingFilesText + QLatin1Char('\n') + notes.missing;
-    message.text = job.content + addendum;
-    if (!m_settings.htmlTemplate.isEmpty())
-        message.html = HtmlBody::compose(
-            {m_settings.htmlTemplate, m_settings.textTemplate, job.content, job.recipients.front().address.name, addendum});
 }
 }

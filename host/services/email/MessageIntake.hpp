@@ -1,19 +1,22 @@
 #pragma once
 
+#include "MailComposer.hpp"
 #include "MailSettings.hpp"
 #include "OutboxMessage.hpp"
 
 #include <Tavola/EmailMessage.hpp>
 
 #include <QString>
+#include <QStringList>
 
+#include <cstddef>
 #include <vector>
 
 namespace Host
 {
 class OutboxFiles;
 
-/// What the service takes over from a message: its words by value, its devices shared.
+/// What the service copies from a message: texts by value, devices shared.
 struct MailJob
 {
     QString subject;
@@ -22,37 +25,33 @@ struct MailJob
     std::vector<Tavola::EmailMessage::Recipient> recipients;
     std::vector<Tavola::EmailMessage::Attachment> attachments;
 
-    explicit MailJob(const Tavola::EmailMessage& message)
-        : subject(message.subject()), sender(message.sender()), content(message.content), recipients(message.recipients()),
-          attachments(message.attachments())
-    {
-        // As people type them: blanks around an address are no part of it.
-        for (auto& recipient : recipients)
-            recipient.address.address = recipient.address.address.trimmed();
-    }
+    /// Removes the blanks around a recipient's address, as visitors type them.
+    explicit MailJob(const Tavola::EmailMessage& message);
 };
 
-/// Makes an outbox message of what somebody sent: copies the attachments into the outbox, says in the body which are too large
-/// or cannot be read, fills the HTML part. Blocks; any thread but the main one.
+/// Makes an outbox message of a job: fills in what the settings give, decides which attachments are sent, names the others in
+/// the body, and composes the finished file. Blocks; any thread but the main one.
 class MessageIntake
 {
 public:
     MessageIntake(const MailSettings& settings, const OutboxFiles& files) : m_settings(settings), m_files(files) {}
 
-    /// False, with the reason in `error`, when the message can never be sent (no recipient, an address that is none) or not be
-    /// kept (the disk is full); nothing is left behind then.
-    [[nodiscard]] bool take(const MailJob& job, OutboxMessage& message, QString& error) const;
+    /// False, with the reason in `error`, when the message can never be sent (no recipient, an invalid address) or not be kept
+    /// (the disk is full); no file is left then. An attachment that cannot be read is left out, with a warning.
+    [[nodiscard]] bool accept(const MailJob& job, OutboxMessage& message, QString& error) const;
 
 private:
-    struct Notes
+    /// What to compose, and what to log once it is composed.
+    struct Plan
     {
-        QString large; ///< lines
-        QString missing;
+        MailComposer::Letter letter;
+        std::vector<std::size_t> attached; ///< the indices of the job's attachments that are in `letter`
+        QStringList notes;
     };
     [[nodiscard]] static bool check(const MailJob& job, QString& error);
-    [[nodiscard]] bool takeFiles(const MailJob& job, OutboxMessage& message, Notes& notes, QString& error) const;
+    /// `faults`: for each attachment why it cannot be read, empty while it can.
+    [[nodiscard]] Plan plan(const MailJob& job, const std::vector<QString>& faults) const;
     [[nodiscard]] QString link(const Tavola::EmailMessage::Attachment& attachment) const;
-    void write(const MailJob& job, const Notes& notes, OutboxMessage& message) const;
 
     const MailSettings& m_settings;
     const OutboxFiles& m_files;

@@ -2,82 +2,56 @@
 
 #include "../SqliteConnection.hpp"
 #include "../SqliteTransaction.hpp"
+#include "OutboxSchema.hpp"
 
 #include <Bedrock/Trace.hpp>
 
 #include <QDir>
 #include <QFile>
-#include <QSqlError>
 #include <QSqlQuery>
-#include <QStringList>
 #include <QVariant>
+
+#include <algorithm>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <utility>
-
 namespace Host
 {
 namespace
 {
-constexpr int kSchemaVersion = 1;
-
-const char* const kSchema[] = {
-    "CREATE TABLE IF NOT EXISTS messages (id INTEGER PRIMARY KEY AUTOINCREMENT, message_id TEXT NOT NULL UNIQUE, "
-    "created INTEGER NOT NULL, queued_since INTEGER NOT NULL, state INTEGER NOT NULL, attempts INTEGER NOT NULL, next_attempt "
-    "INTEGER NOT NULL, "
-    "last_error TEXT NOT NULL, sender_address TEXT NOT NULL, sender_name TEXT NOT NULL, subject TEXT NOT NULL, "
-    "text TEXT NOT NULL, html TEXT NOT NULL, folder TEXT NOT NULL)",
-    "CREATE TABLE IF NOT EXISTS recipients (message INTEGER NOT NULL REFERENCES messages(id) ON DELETE CASCADE, "
-    "position INTEGER NOT NULL, address TEXT NOT NULL, name TEXT NOT NULL, type INTEGER NOT NULL, outcome INTEGER NOT NULL, "
-    "reply TEXT NOT NULL, PRIMARY KEY (message, position))",
-    "CREATE TABLE IF NOT EXISTS files (message INTEGER NOT NULL REFERENCES messages(id) ON DELETE CASCADE, "
-    "position INTEGER NOT NULL, name TEXT NOT NULL, mime_type TEXT NOT NULL, size INTEGER NOT NULL, "
-    "PRIMARY KEY (message, position))"};
-
 constexpr auto kQueued = int(OutboxMessage::State::Queued);
 constexpr auto kSending = int(OutboxMessage::State::Sending);
 
-const char* const kColumns =
-    "SELECT id, message_id, created, state, attempts, next_attempt, last_error, sender_address, sender_name, "
-    "subject, text, html, folder, queued_since FROM messages ";
-
-bool insertParts(SqliteTransaction& transaction, const OutboxMessage& message)
-{
-    int position = 0;
-    for (const auto& recipient : message.recipients)
-        if (!transaction.run(QStringLiteral("INSERT INTO recipients VALUES (?, ?, ?, ?, ?, ?, ?)"),
-                             {message.id, position++, recipient.address.address, recipient.address.name, int(recipient.type),
-                              int(recipient.outcome), recipient.reply}))
-            return false;
-    position = 0;
-    for (const auto& file : message.files)
-        if (!transaction.run(QStringLiteral("INSERT INTO files VALUES (?, ?, ?, ?, ?)"),
-                             {message.id, position++, file.name, file.mimeType, file.sizeBytes}))
-            return false;
-    return true;
-}
-
 OutboxMessage messageOf(const QSqlQuery& row)
 {
+    int column = 0;
+    const auto next = [&] { return row.value(column++); };
     OutboxMessage message;
-    message.id = row.value(0).toLongLong();
-    message.messageId = row.value(1).toString();
-    message.createdMs = row.value(2).toLongLong();
-    message.state = OutboxMessage::State(row.value(3).toInt());
-    message.attempts = row.value(4).toInt();
-    message.nextAttemptMs = row.value(5).toLongLong();
-    message.lastError = row.value(6).toString();
-    message.sender = {row.value(7).toString(), row.value(8).toString()};
-    message.subject = row.value(9).toString();
-    message.text = row.value(10).toString();
-    message.html = row.value(11).toString();
-    message.folder = row.value(12).toString();
-    message.queuedSinceMs = row.value(13).toLongLong();
+    message.id = next().toLongLong();
+    message.messageId = next().toString();
+    message.createdMs = next().toLongLong();
+    message.queuedSinceMs = next().toLongLong();
+    message.state = OutboxMessage::State(next().toInt());
+    message.attempts = next().toInt();
+    message.nextAttemptMs = next().toLongLong();
+    message.lastError = next().toString();
+    message.sender = next().toString();
+    message.file = next().toString();
+    message.sizeBytes = next().toLongLong();
     return message;
+}
+
+bool selectRecipients(SqliteTransaction& transaction, OutboxMessage& message)
+{
+    return transaction.run(QStringLiteral("SELECT address, outcome, reply FROM recipients WHERE message = ? ORDER BY position"),
+                           {message.id})
+        && transaction.forEachRow([&message](const QSqlQuery& row) {
+               message.recipients.push_back(
+                   {row.value(0).toString(), OutboxMessage::Outcome(row.value(1).toInt()), row.value(2).toString()});
+           });
 }
 }
 
@@ -85,7 +59,7 @@ QString OutboxMessage::recipientNames() const
 {
     QStringList names;
     for (const Recipient& recipient : recipients)
-        names << recipient.address.address;
+        names << recipient.address;
     return names.join(QStringLiteral(", "));
 }
 
@@ -96,8 +70,7 @@ Outbox::Outbox(const QString& folder)
 
 Outbox::~Outbox()
 {
-    if (m_lock >= 0)
-        ::close(m_lock);
+    unlock();
 }
 
 std::unique_ptr<Outbox> Outbox::open(const QString& folder, QString& error)
@@ -107,37 +80,10 @@ std::unique_ptr<Outbox> Outbox::open(const QString& folder, QString& error)
         return nullptr;
     }
     std::unique_ptr<Outbox> outbox(new Outbox(folder));
-    return outbox->prepare(error) ? std::move(outbox) : nullptr;
-}
-
-bool Outbox::prepare(QString& error) const
-{
-    SqliteConnection connection(m_path);
-    if (!connection.isOpen()) {
-        error = QStringLiteral("cannot open %1 (%2)").arg(m_path, connection.error());
-        return false;
-    }
-    QSqlQuery query(connection.database());
-    const auto fail = [&] {
-        error = QStringLiteral("%1 is no outbox (%2); move it away to begin a new one").arg(m_path, query.lastError().text());
-        return false;
-    };
-    if (!query.exec(QStringLiteral("PRAGMA user_version")) || !query.next())
-        return fail();
-    const int version = query.value(0).toInt();
-    if (version > kSchemaVersion) {
-        error = QStringLiteral("%1 was made by a newer version of this program").arg(m_path);
-        return false;
-    }
-    query.finish();
-    if (version == kSchemaVersion)
-        return true;
-    if (!query.exec(QStringLiteral("PRAGMA journal_mode=WAL")))
-        return fail();
-    for (const char* statement : kSchema)
-        if (!query.exec(QLatin1String(statement)))
-            return fail();
-    return query.exec(QStringLiteral("PRAGMA user_version=%1").arg(kSchemaVersion)) || fail();
+    const bool isReady = OutboxSchema::prepare(
+        outbox->m_path, outbox->m_files, [&] { return outbox->lock(); }, error);
+    outbox->unlock();
+    return isReady ? std::move(outbox) : nullptr;
 }
 
 bool Outbox::lock()
@@ -146,11 +92,15 @@ bool Outbox::lock()
         return true;
     const QByteArray name = QFile::encodeName(m_folder + QStringLiteral("/outbox.lock"));
     m_lock = ::open(name.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (m_lock >= 0 && ::flock(m_lock, LOCK_EX | LOCK_NB) != 0) {
-        ::close(m_lock);
-        m_lock = -1;
-    }
+    if (m_lock >= 0 && ::flock(m_lock, LOCK_EX | LOCK_NB) != 0)
+        unlock();
     return m_lock >= 0;
+}
+
+void Outbox::unlock()
+{
+    if (m_lock >= 0)
+        ::close(std::exchange(m_lock, -1));
 }
 
 bool Outbox::recover()
@@ -163,75 +113,51 @@ bool Outbox::recover()
 void Outbox::removeOrphans() const
 {
     SqliteTransaction transaction = reading();
-    QStringList folders;
-    if (transaction.run(QStringLiteral("SELECT folder FROM messages"))
-        && transaction.forEachRow([&folders](const QSqlQuery& row) { folders << row.value(0).toString(); }))
-        m_files.removeAllBut(folders);
+    QStringList names;
+    if (transaction.run(QStringLiteral("SELECT file FROM messages"))
+        && transaction.forEachRow([&names](const QSqlQuery& row) { names << row.value(0).toString(); }))
+        m_files.removeAllBut(names);
 }
 
 bool Outbox::add(OutboxMessage& message)
 {
     SqliteTransaction transaction = writing();
     if (!transaction.run(
-            QStringLiteral(
-                "INSERT INTO messages (message_id, created, queued_since, state, attempts, next_attempt, last_error, "
-                "sender_address, sender_name, subject, text, html, folder) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
+            QStringLiteral("INSERT INTO messages (message_id, created, queued_since, state, attempts, next_attempt, last_error, "
+                           "sender_address, file, size) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
             {message.messageId, message.createdMs, message.queuedSinceMs, int(message.state), message.attempts,
-             message.nextAttemptMs, message.lastError, message.sender.address, message.sender.name, message.subject, message.text,
-             message.html, message.folder}))
+             message.nextAttemptMs, message.lastError, message.sender, message.file, message.sizeBytes}))
         return false;
     message.id = transaction.insertedId();
-    if (!insertParts(transaction, message) || !transaction.commit())
-        return false;
-    forgetWarnings();
-    return true;
+    int position = 0;
+    for (const auto& recipient : message.recipients)
+        if (!transaction.run(QStringLiteral("INSERT INTO recipients VALUES (?, ?, ?, ?, ?)"),
+                             {message.id, position++, recipient.address, int(recipient.outcome), recipient.reply}))
+            return false;
+    return commit(transaction);
 }
 
 std::optional<std::vector<OutboxMessage>> Outbox::select(SqliteTransaction& transaction, const QString& condition,
                                                          std::initializer_list<QVariant> values) const
 {
     std::vector<OutboxMessage> result;
-    if (!transaction.run(QLatin1String(kColumns) + condition, values)
+    if (!transaction.run(
+            QStringLiteral("SELECT id, message_id, created, queued_since, state, attempts, next_attempt, last_error, "
+                           "sender_address, file, size FROM messages ")
+                + condition,
+            values)
         || !transaction.forEachRow([&result](const QSqlQuery& row) { result.push_back(messageOf(row)); }))
         return std::nullopt;
     for (OutboxMessage& message : result)
-        if (!selectParts(transaction, message))
+        if (!selectRecipients(transaction, message))
             return std::nullopt;
     return result;
-}
-
-bool Outbox::selectParts(SqliteTransaction& transaction, OutboxMessage& message) const
-{
-    const auto addRecipient = [&message](const QSqlQuery& row) {
-        message.recipients.push_back({{row.value(0).toString(), row.value(1).toString()},
-                                      Tavola::EmailMessage::RecipientType(row.value(2).toInt()),
-                                      OutboxMessage::Outcome(row.value(3).toInt()),
-                                      row.value(4).toString()});
-    };
-    const auto addFile = [this, &message](const QSqlQuery& row) {
-        message.files.push_back({row.value(0).toString(), row.value(1).toString(),
-                                 m_files.path(message.folder, int(message.files.size())), row.value(2).toLongLong()});
-    };
-    return transaction.run(
-               QStringLiteral("SELECT address, name, type, outcome, reply FROM recipients WHERE message = ? ORDER BY position"),
-               {message.id})
-        && transaction.forEachRow(addRecipient)
-        && transaction.run(QStringLiteral("SELECT name, mime_type, size FROM files WHERE message = ? ORDER BY position"),
-                           {message.id})
-        && transaction.forEachRow(addFile);
 }
 
 std::optional<std::vector<OutboxMessage>> Outbox::messages() const
 {
     SqliteTransaction transaction = reading();
     return select(transaction, QStringLiteral("ORDER BY id"), {});
-}
-
-std::optional<OutboxMessage> Outbox::message(qint64 id) const
-{
-    SqliteTransaction transaction = reading();
-    auto found = select(transaction, QStringLiteral("WHERE id = ?"), {id});
-    return !found || found->empty() ? std::nullopt : std::optional(std::move(found->front()));
 }
 
 std::optional<OutboxSummary> Outbox::summary(qint64 nowMs) const
@@ -262,7 +188,7 @@ std::optional<OutboxSummary> Outbox::summary(qint64 nowMs) const
 
 Outbox::Claim Outbox::claimDue(qint64 nowMs, Which which)
 {
-    // Read first, then taken, in one transaction: what cannot be read stays queued.
+    // Read first, then marked, in one transaction: what cannot be read stays queued.
     SqliteTransaction transaction = writing("take a message from");
     auto due = select(transaction,
                       QStringLiteral("WHERE state = ? AND (next_attempt <= ? OR next_attempt > ?) AND (attempts = 0 OR ?) "
@@ -274,20 +200,18 @@ Outbox::Claim Outbox::claimDue(qint64 nowMs, Which which)
         return {};
     OutboxMessage& message = due->front();
     if (!transaction.run(QStringLiteral("UPDATE messages SET state = ? WHERE id = ?"), {kSending, message.id})
-        || !transaction.commit())
+        || !commit(transaction))
         return {std::nullopt, true};
     message.state = OutboxMessage::State::Sending;
-    forgetWarnings();
     return {std::move(message), false};
 }
 
 bool Outbox::remove(const OutboxMessage& message)
 {
     SqliteTransaction transaction = writing();
-    if (!transaction.run(QStringLiteral("DELETE FROM messages WHERE id = ?"), {message.id}) || !transaction.commit())
+    if (!transaction.run(QStringLiteral("DELETE FROM messages WHERE id = ?"), {message.id}) || !commit(transaction))
         return false;
-    m_files.remove(message.folder);
-    forgetWarnings();
+    m_files.remove(message.file);
     return true;
 }
 
@@ -304,21 +228,17 @@ bool Outbox::update(const OutboxMessage& message)
         if (!transaction.run(QStringLiteral("UPDATE recipients SET outcome = ?, reply = ? WHERE message = ? AND position = ?"),
                              {int(recipient.outcome), recipient.reply, message.id, position++}))
             return false;
-    if (!transaction.commit())
-        return false;
-    forgetWarnings();
-    return true;
+    return commit(transaction);
 }
 
 bool Outbox::retry(qint64 id, qint64 nowMs)
 {
     SqliteTransaction transaction = writing();
-    if (!transaction.run(
-            QStringLiteral(
-                "UPDATE messages SET state = ?, attempts = 0, next_attempt = 0, queued_since = ? WHERE id = ? AND state <> ?"),
-            {kQueued, nowMs, id, kSending}))
-        return false;
-    return transaction.changedRows() == 1
+    return transaction.run(
+               QStringLiteral(
+                   "UPDATE messages SET state = ?, attempts = 0, next_attempt = 0, queued_since = ? WHERE id = ? AND state <> ?"),
+               {kQueued, nowMs, id, kSending})
+        && transaction.changedRows() == 1
         && transaction.run(QStringLiteral("UPDATE recipients SET outcome = ? WHERE message = ? AND outcome = ?"),
                            {int(OutboxMessage::Outcome::Open), id, int(OutboxMessage::Outcome::Refused)})
         && transaction.commit();
@@ -326,21 +246,20 @@ bool Outbox::retry(qint64 id, qint64 nowMs)
 
 bool Outbox::drop(qint64 id)
 {
-    const bool nobodySends = m_lock < 0 && lock();
-    QString folder;
+    const bool isIdle = m_lock < 0 && lock(); // no program sends
+    QString file;
     bool isDropped = false;
     {
         SqliteTransaction transaction = writing();
-        isDropped = transaction.run(QStringLiteral("SELECT folder FROM messages WHERE id = ?"), {id})
-            && transaction.forEachRow([&folder](const QSqlQuery& row) { folder = row.value(0).toString(); })
-            && transaction.run(QStringLiteral("DELETE FROM messages WHERE id = ? AND (state <> ? OR ?)"),
-                               {id, kSending, nobodySends})
+        isDropped = transaction.run(QStringLiteral("SELECT file FROM messages WHERE id = ?"), {id})
+            && transaction.forEachRow([&file](const QSqlQuery& row) { file = row.value(0).toString(); })
+            && transaction.run(QStringLiteral("DELETE FROM messages WHERE id = ? AND (state <> ? OR ?)"), {id, kSending, isIdle})
             && transaction.changedRows() == 1 && transaction.commit();
     }
-    if (nobodySends)
-        ::close(std::exchange(m_lock, -1));
+    if (isIdle)
+        unlock();
     if (isDropped)
-        m_files.remove(folder);
+        m_files.remove(file);
     return isDropped;
 }
 
@@ -366,9 +285,12 @@ void Outbox::warnAbout(const char* what, const QString& detail) const
     Bedrock::Trace::warning("%s", warning.toUtf8().constData());
 }
 
-void Outbox::forgetWarnings() const
+bool Outbox::commit(SqliteTransaction& transaction) const
 {
+    if (!transaction.commit())
+        return false;
     const std::lock_guard lock(m_warningsMutex);
     m_warnings.clear();
+    return true;
 }
 }

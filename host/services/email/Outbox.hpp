@@ -28,17 +28,16 @@ struct OutboxSummary
     qint64 nextAttemptMs = 0; ///< of the queued message that is due first; 0 or in the past when one is due
 };
 
-/// The messages that a table has accepted and not yet delivered, in a folder: a SQLite file and the attachments' copies.
+/// The messages that a table has accepted and not yet delivered, in a folder: a SQLite file and the finished messages.
 ///
 ///     accepted -> sending -> gone (delivered)
 ///                    |  ^
 ///                    v  |
 ///                  queued      sending, queued -> failed -> queued (retry), gone (drop)
 ///
-/// Every operation is one transaction that is on the disk when it returns, so the program may be killed at any point: a message
-/// is either not accepted, or kept until it is delivered; one that was being sent is sent again, with the same Message-ID.
-/// Several programs may look and change; only the holder of the lock sends. Any thread. Failures are logged as warnings, each
-/// reason once until something has been written again.
+/// Every operation is one transaction that is on the disk when it returns, so a killed program loses no message that was
+/// accepted; one that was being sent is sent again, unchanged. Several programs may read and change an outbox; only the holder
+/// of the lock sends. Any thread. A failure is logged as a warning, each reason once until something has been written again.
 class Outbox
 {
 public:
@@ -49,10 +48,9 @@ public:
         All,
         Untried ///< those of which no attempt has failed yet
     };
-    /// What taking a message came to.
     struct Claim
     {
-        std::optional<OutboxMessage> message; ///< nothing when none is due, or when it could not be taken
+        std::optional<OutboxMessage> message; ///< nothing when none is due, or when it could not be claimed
         bool isFault = false;                 ///< the outbox could not be read or written; nothing in it has changed
     };
 
@@ -64,21 +62,20 @@ public:
 
     /// Makes this the one that sends. The lock ends with the object or the process, however that ends.
     [[nodiscard]] bool lock();
-    /// For the holder of the lock, before the first message is claimed: what was being sent is queued again. False when that
-    /// could not be written; nothing must be claimed then.
+    /// For the holder of the lock, before the first message is claimed: queues again what was being sent. False when that could
+    /// not be written; nothing must be claimed then.
     [[nodiscard]] bool recover();
-    /// For the holder of the lock, while no message is being added: removes copies that belong to no message.
+    /// For the holder of the lock, while no message is being added: removes files that belong to no message.
     void removeOrphans() const;
 
     [[nodiscard]] const OutboxFiles& files() const noexcept { return m_files; }
 
-    /// Accepts a message, in the state it has; gives it its number. False when it could not be written.
+    /// Accepts a message with a finished file, in the state it has; gives it its number. False when it could not be written.
     [[nodiscard]] bool add(OutboxMessage& message);
     /// Everything, oldest first. Nothing when it cannot all be read.
     [[nodiscard]] std::optional<std::vector<OutboxMessage>> messages() const;
-    [[nodiscard]] std::optional<OutboxMessage> message(qint64 id) const;
     [[nodiscard]] std::optional<OutboxSummary> summary(qint64 nowMs) const;
-    /// Takes the queued message that is due longest, complete: it is being sent from here on.
+    /// Claims the queued message that is due longest: it is being sent from here on.
     [[nodiscard]] Claim claimDue(qint64 nowMs, Which which = Which::All);
 
     /// Ends of an attempt; false when they could not be written. A message that was dropped meanwhile stays dropped.
@@ -86,25 +83,23 @@ public:
     /// Writes the state, the attempts, the next one's time, since when it is queued, the last error and the recipients' outcomes.
     [[nodiscard]] bool update(const OutboxMessage& message);
 
-    /// For people at the queue: sends a queued or failed message anew, at once. Recipients that were refused are tried again.
+    /// For operators: sends a queued or failed message anew, at once. Recipients that were refused are tried again.
     /// False when there is none of that number, or it is being sent.
     [[nodiscard]] bool retry(qint64 id, qint64 nowMs);
-    /// Forgets a message; one that is being sent only when nobody holds the lock.
+    /// Deletes a message; one that is being sent only when no program holds the lock.
     [[nodiscard]] bool drop(qint64 id);
 
 private:
     explicit Outbox(const QString& folder);
-    [[nodiscard]] bool prepare(QString& error) const;
-    /// The messages of the statement "SELECT ... FROM messages" + `condition`, with their parts. Nothing when any of it cannot be
-    /// read: half a message is none.
+    /// The messages of the statement "SELECT ... FROM messages" + `condition`, complete. Nothing when any of it cannot be read.
     [[nodiscard]] std::optional<std::vector<OutboxMessage>> select(SqliteTransaction& transaction, const QString& condition,
                                                                    std::initializer_list<QVariant> values) const;
-    [[nodiscard]] bool selectParts(SqliteTransaction& transaction, OutboxMessage& message) const;
     [[nodiscard]] SqliteTransaction reading() const;
     [[nodiscard]] SqliteTransaction writing(const char* what = "write") const;
+    void unlock();
     void warnAbout(const char* what, const QString& detail) const;
-    /// What went wrong before is over, and would be news.
-    void forgetWarnings() const;
+    /// Commits; faults that were logged before are over and would be logged again.
+    [[nodiscard]] bool commit(SqliteTransaction& transaction) const;
 
     QString m_folder;
     QString m_path;

@@ -8,47 +8,45 @@
 
 namespace Host
 {
-OutboxAnswers::OutboxAnswers(double patienceSeconds) : m_patience(qint64(patienceSeconds * 1000.0)) {}
-
-void OutboxAnswers::owe(const QString& messageId, Promise promise)
+void OutboxAnswers::add(const QString& messageId, Promise promise)
 {
     const std::lock_guard lock(m_mutex);
-    m_debts.emplace(messageId, Debt{std::move(promise), std::nullopt});
+    m_pending.emplace(messageId, Pending{std::move(promise), std::nullopt});
 }
 
-void OutboxAnswers::beginPatience(const QString& messageId)
+void OutboxAnswers::setDeadline(const QString& messageId)
 {
     const std::lock_guard lock(m_mutex);
-    const auto found = m_debts.find(messageId);
-    if (found != m_debts.end())
-        found->second.latest = std::chrono::steady_clock::now() + m_patience;
+    const auto found = m_pending.find(messageId);
+    if (found != m_pending.end())
+        found->second.deadline = std::chrono::steady_clock::now() + m_longestWait;
 }
 
-void OutboxAnswers::settle(const QString& messageId, const Status& status)
+void OutboxAnswers::complete(const QString& messageId, const Status& status)
 {
     std::unique_lock lock(m_mutex);
-    auto debt = m_debts.extract(messageId);
+    auto pending = m_pending.extract(messageId);
     lock.unlock();
-    if (!debt.empty())
-        complete(debt.mapped().promise, status);
+    if (!pending.empty())
+        complete(pending.mapped().promise, status);
 }
 
-std::optional<OutboxAnswers::Time> OutboxAnswers::settleOverdue()
+std::optional<OutboxAnswers::Time> OutboxAnswers::completeOverdue()
 {
     const Time now = std::chrono::steady_clock::now();
     std::vector<Promise> overdue;
     std::optional<Time> next;
     {
         const std::lock_guard lock(m_mutex);
-        for (auto it = m_debts.begin(); it != m_debts.end();) {
-            const std::optional<Time>& latest = it->second.latest;
-            if (latest && *latest <= now) {
+        for (auto it = m_pending.begin(); it != m_pending.end();) {
+            const std::optional<Time>& deadline = it->second.deadline;
+            if (deadline && *deadline <= now) {
                 overdue.push_back(std::move(it->second.promise));
-                it = m_debts.erase(it);
+                it = m_pending.erase(it);
                 continue;
             }
-            if (latest && (!next || *latest < *next))
-                next = latest;
+            if (deadline && (!next || *deadline < *next))
+                next = deadline;
             ++it;
         }
     }
@@ -57,15 +55,15 @@ std::optional<OutboxAnswers::Time> OutboxAnswers::settleOverdue()
     return next;
 }
 
-void OutboxAnswers::settleAll()
+void OutboxAnswers::completeAll()
 {
-    std::map<QString, Debt> debts;
+    std::map<QString, Pending> all;
     {
         const std::lock_guard lock(m_mutex);
-        debts.swap(m_debts);
+        all.swap(m_pending);
     }
-    for (auto& [messageId, debt] : debts)
-        complete(debt.promise, {true, QString()});
+    for (auto& [messageId, pending] : all)
+        complete(pending.promise, {true, QString()});
 }
 
 void OutboxAnswers::complete(Promise& promise, const Status& status)

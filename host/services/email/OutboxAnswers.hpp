@@ -11,9 +11,9 @@
 
 namespace Host
 {
-/// The answers that an e-mail service owes to those who sent messages, by Message-ID. Each is given once: when the first attempt
-/// has ended, or with success when a kept message has waited for that long enough. Any thread; a promise is completed on the
-/// thread that settles it, and what its continuation throws is logged.
+/// The promises of messages that wait for their first attempt, by Message-ID. Each is completed once: with the outcome of that
+/// attempt, or with success at the deadline of a message that is kept. Any thread; a promise is completed on the calling thread,
+/// and what its continuation throws is logged.
 class OutboxAnswers
 {
 public:
@@ -21,31 +21,30 @@ public:
     using Promise = folly::Promise<Status>;
     using Time = std::chrono::steady_clock::time_point;
 
-    /// `patienceSeconds`: for how long a kept message may wait for the end of its first attempt.
-    explicit OutboxAnswers(double patienceSeconds);
+    /// `answerSeconds`: from `setDeadline` to the deadline.
+    explicit OutboxAnswers(double answerSeconds) : m_longestWait(qint64(answerSeconds * 1000.0)) {}
 
-    /// To be called before the message can be seen by anybody who attempts it.
-    void owe(const QString& messageId, Promise promise);
-    /// The message is on the disk: its patience begins.
-    void beginPatience(const QString& messageId);
-    /// Nothing, when it is answered already.
-    void settle(const QString& messageId, const Status& status);
-    /// Success for those who have waited long enough. Returns when that is the case for the next one; nothing without one.
-    std::optional<Time> settleOverdue();
-    /// Success for everybody: all messages are on the disk.
-    void settleAll();
+    /// Adds a promise without a deadline. Call it before the message can be attempted.
+    void add(const QString& messageId, Promise promise);
+    /// Sets the deadline of a message that is on the disk.
+    void setDeadline(const QString& messageId);
+    /// Does nothing when the promise is completed already.
+    void complete(const QString& messageId, const Status& status);
+    /// Completes those whose deadline has passed, with success. Returns the next deadline; nothing without one.
+    std::optional<Time> completeOverdue();
+    /// Completes all with success: their messages are on the disk.
+    void completeAll();
 
-    /// Completes a promise that is owed to nobody else.
     static void complete(Promise& promise, const Status& status);
 
 private:
-    struct Debt
+    struct Pending
     {
         Promise promise;
-        std::optional<Time> latest; ///< nothing until the message is kept
+        std::optional<Time> deadline;
     };
-    const std::chrono::milliseconds m_patience;
+    const std::chrono::milliseconds m_longestWait;
     std::mutex m_mutex;
-    std::map<QString, Debt> m_debts;
+    std::map<QString, Pending> m_pending;
 };
 }

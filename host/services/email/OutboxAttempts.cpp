@@ -1,7 +1,6 @@
 #include "OutboxAttempts.hpp"
 
 #include "OutboxAnswers.hpp"
-#include "OutboxReport.hpp"
 
 #include <Bedrock/Trace.hpp>
 
@@ -22,51 +21,50 @@ OutboxAttempts::OutboxAttempts(const MailSettings& settings, const MailCredentia
 
 void OutboxAttempts::begin()
 {
-    // Copies of no message are left to the next program when even that cannot be written: it is no time for cleaning.
-    if (catchUp())
+    // While not even that can be written, files of no message are left alone.
+    if (writeOutcomes())
         m_surroundings.outbox.removeOrphans();
 }
 
-bool OutboxAttempts::catchUp()
+bool OutboxAttempts::writeOutcomes()
 {
     const std::lock_guard lock(m_mutex);
-    if (!m_isRecovered)
-        m_isRecovered = m_surroundings.outbox.recover();
+    m_isRecovered = m_isRecovered || m_surroundings.outbox.recover();
     if (!m_isRecovered)
         return false;
     while (!m_unwritten.empty()) {
         if (!write(m_unwritten.front()))
             return false;
-        tell(m_unwritten.front());
+        log(m_unwritten.front());
         m_unwritten.erase(m_unwritten.begin());
     }
-    m_isBehind = false;
+    m_hasUnwritten = false;
     return true;
 }
 
-OutboxAttempts::Turn OutboxAttempts::makeOne(Outbox::Which which, const std::atomic<bool>& stop)
+OutboxAttempts::Turn OutboxAttempts::makeOne(Outbox::Which which, const GoOn& goOn)
 {
-    if (m_isBehind && !catchUp())
+    if (m_hasUnwritten && !writeOutcomes())
         return Turn::Fault;
     Outbox::Claim claim = m_surroundings.outbox.claimDue(m_surroundings.clock(), which);
     if (!claim.message)
         return claim.isFault ? Turn::Fault : Turn::NothingDue;
-    m_surroundings.report.look();
+    m_surroundings.report.read();
     const QString messageId = claim.message->messageId;
     OutboxAnswers::Status status{true, QString()};
-    if (auto ending = attempt(std::move(*claim.message), stop)) {
+    if (auto ending = attempt(std::move(*claim.message), goOn)) {
         if (ending->kind == Ending::Kind::Refused || ending->kind == Ending::Kind::GivenUp)
             status = {false, ending->words};
         conclude(std::move(*ending));
     }
-    m_surroundings.report.look();
-    m_surroundings.answers.settle(messageId, status);
+    m_surroundings.report.read();
+    m_surroundings.answers.complete(messageId, status);
     return Turn::Made;
 }
 
-std::optional<OutboxAttempts::Ending> OutboxAttempts::attempt(OutboxMessage message, const std::atomic<bool>& stop) const
+std::optional<OutboxAttempts::Ending> OutboxAttempts::attempt(OutboxMessage message, const GoOn& goOn) const
 {
-    const SmtpSender::Result result = m_sender.send(message, stop);
+    const auto result = m_sender.send(message, m_surroundings.outbox.files().path(message.file), goOn);
     switch (result.outcome) {
     case SmtpSender::Outcome::Delivered: return Ending{Ending::Kind::Delivered, std::move(message), QString(), 0.0};
     case SmtpSender::Outcome::Later: return putOff(std::move(message), result.words);
@@ -105,7 +103,7 @@ bool OutboxAttempts::write(Ending& ending) const
 {
     if (ending.kind == Ending::Kind::Delivered)
         return m_surroundings.outbox.remove(ending.message);
-    // The pause begins when it is written, so that what is told of it is so.
+    // The pause begins when it is written, as the log line says.
     if (ending.kind == Ending::Kind::PutOff)
         ending.message.nextAttemptMs = m_surroundings.clock() + qint64(ending.pauseSeconds * 1000.0);
     return m_surroundings.outbox.update(ending.message);
@@ -116,16 +114,22 @@ void OutboxAttempts::conclude(Ending ending)
     if (ending.kind != Ending::Kind::Delivered)
         m_surroundings.report.noteError(ending.words);
     if (write(ending)) {
-        tell(ending);
+        log(ending);
         return;
     }
-    tellUnwritten(ending);
+    const QString what = ending.kind == Ending::Kind::Delivered ? QStringLiteral("it is delivered")
+        : ending.kind == Ending::Kind::Refused                  ? QStringLiteral("it was refused: ") + ending.words
+                                                                : QStringLiteral("it is not delivered: ") + ending.words;
+    Bedrock::Trace::warning(
+        "OutboxService # Failed to write what became of message %lld to %s (%s); nothing else is sent until that is written",
+        static_cast<long long>(ending.message.id), ending.message.recipientNames().toUtf8().constData(),
+        what.toUtf8().constData());
     const std::lock_guard lock(m_mutex);
     m_unwritten.push_back(std::move(ending));
-    m_isBehind = true;
+    m_hasUnwritten = true;
 }
 
-void OutboxAttempts::tell(const Ending& ending) const
+void OutboxAttempts::log(const Ending& ending) const
 {
     const auto id = static_cast<long long>(ending.message.id);
     const QByteArray names = ending.message.recipientNames().toUtf8();
@@ -148,16 +152,5 @@ void OutboxAttempts::tell(const Ending& ending) const
                                 names.constData(), words.constData());
         break;
     }
-}
-
-void OutboxAttempts::tellUnwritten(const Ending& ending) const
-{
-    const QString what = ending.kind == Ending::Kind::Delivered ? QStringLiteral("it is delivered")
-        : ending.kind == Ending::Kind::Refused                  ? QStringLiteral("it was refused: ") + ending.words
-                                                                : QStringLiteral("it is not delivered: ") + ending.words;
-    Bedrock::Trace::warning(
-        "OutboxService # Failed to write what became of message %lld to %s (%s); nothing else is sent until that is written",
-        static_cast<long long>(ending.message.id), ending.message.recipientNames().toUtf8().constData(),
-        what.toUtf8().constData());
 }
 }

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "Outbox.hpp"
+#include "OutboxReport.hpp"
 #include "SmtpSender.hpp"
 
 #include <QString>
 
 #include <atomic>
-#include <functional>
 #include <mutex>
 #include <optional>
 #include <vector>
@@ -14,23 +14,22 @@
 namespace Host
 {
 class OutboxAnswers;
-class OutboxReport;
 
-/// Sends what an outbox holds, one message a call, and writes down what became of it. Any thread; several may attempt at once.
+/// Sends what an outbox holds, one message a call, and writes the outcome. Any thread; several may attempt at once.
 ///
-/// What became of a message and cannot be written (the disk is full) is kept here and written before anything else is taken: a
-/// message that has arrived is not sent a second time while the program runs, and one that has not is tried again.
+/// An outcome that cannot be written (the disk is full) is kept here and written before another message is claimed: a message
+/// that was delivered is not sent a second time while the program runs, and one that was not is tried again.
 class OutboxAttempts
 {
 public:
-    /// Milliseconds since 1970; called on any thread.
-    using Clock = std::function<qint64()>;
+    using Clock = OutboxReport::Clock;
+    using GoOn = SmtpSender::GoOn;
     enum class Turn {
         Made,
         NothingDue,
         Fault ///< the outbox cannot be read or written now
     };
-    /// What it works with; outlives it.
+    /// What the attempts work with; outlives them.
     struct Surroundings
     {
         Outbox& outbox;
@@ -42,18 +41,16 @@ public:
     /// For the holder of the outbox's lock. `settings` outlive it.
     OutboxAttempts(const MailSettings& settings, const MailCredentials& credentials, Surroundings surroundings);
 
-    /// Before the first message is added: takes up what an earlier program left.
+    /// Before the first message is added: queues again what an earlier program was sending.
     void begin();
-    /// Takes the message that is due longest, tries it, writes the outcome and answers its sender. Blocks for as long as the
-    /// attempt takes; ends within about a second once `stop`.
-    [[nodiscard]] Turn makeOne(Outbox::Which which, const std::atomic<bool>& stop);
-    /// Writes what could not be written yet. False when that still fails.
-    bool catchUp();
-    /// Whether there is something to catch up with.
-    [[nodiscard]] bool isBehind() const { return m_isBehind; }
+    /// Claims the message that is due longest, tries it, writes the outcome and completes the answer. Blocks for as long as the
+    /// attempt takes; ends within about a second once `goOn` says false.
+    [[nodiscard]] Turn makeOne(Outbox::Which which, const GoOn& goOn);
+    /// Writes the outcomes that could not be written yet. False when that still fails.
+    bool writeOutcomes();
+    [[nodiscard]] bool hasUnwritten() const { return m_hasUnwritten; }
 
 private:
-    /// How an attempt ended, until that is written.
     struct Ending
     {
         enum class Kind { Delivered, PutOff, GivenUp, Refused };
@@ -62,13 +59,12 @@ private:
         QString words;
         double pauseSeconds = 0.0;
     };
-    /// Sends, and says how that ended; nothing when it was stopped.
-    [[nodiscard]] std::optional<Ending> attempt(OutboxMessage message, const std::atomic<bool>& stop) const;
+    /// Nothing when the attempt was stopped.
+    [[nodiscard]] std::optional<Ending> attempt(OutboxMessage message, const GoOn& goOn) const;
     [[nodiscard]] Ending putOff(OutboxMessage message, const QString& words) const;
     [[nodiscard]] bool write(Ending& ending) const;
+    void log(const Ending& ending) const;
     void conclude(Ending ending);
-    void tell(const Ending& ending) const;
-    void tellUnwritten(const Ending& ending) const;
 
     const MailSettings& m_settings;
     const SmtpSender m_sender;
@@ -77,6 +73,6 @@ private:
     std::mutex m_mutex; ///< guards what follows
     bool m_isRecovered = false;
     std::vector<Ending> m_unwritten;
-    std::atomic<bool> m_isBehind{true}; ///< read without the mutex
+    std::atomic<bool> m_hasUnwritten{true}; ///< read without the mutex
 };
 }

@@ -1,36 +1,24 @@
 #pragma once
 
 #include <QString>
-
-class QIODevice;
+#include <QStringList>
 
 namespace Host
 {
-/// The folders in which an outbox keeps copies of attachments, one for each message. Any thread; nothing is shared.
-/// Everything written is on the disk when `finish` has returned.
+/// The folder in which an outbox keeps finished messages, one file each. Only names that `newName` gives are ever removed, and
+/// never through a symbolic link: other files in the folder are left alone. Any thread; nothing is shared.
 class OutboxFiles
 {
 public:
-    enum class Copy {
-        Done,
-        Unreadable, ///< the source's fault
-        DiskFault   ///< ours: the disk is full or broken
-    };
-
-    /// `root` is made when it is not there.
     explicit OutboxFiles(const QString& root) : m_root(root) {}
 
-    /// A new folder of a name that was never used; empty, with the reason in `error`, on failure.
-    [[nodiscard]] QString makeFolder(QString& error) const;
-    [[nodiscard]] QString path(const QString& folder, int number) const;
-    /// Copies from the beginning of `source`, piece by piece. A source that is no ordinary file (a pipe, a socket) is not even
-    /// asked: it could keep us waiting.
-    [[nodiscard]] Copy copy(QIODevice& source, const QString& folder, int number, qint64& sizeBytes, QString& error) const;
-    /// Makes the folder itself durable.
-    [[nodiscard]] bool finish(const QString& folder, QString& error) const;
-    void remove(const QString& folder) const;
+    /// A file name that was never used: "0b5c….eml".
+    [[nodiscard]] static QString newName();
+    [[nodiscard]] QString path(const QString& name) const { return m_root + QLatin1Char('/') + name; }
+    /// Removes a finished message. A folder of numbered files, as version 1 of the outbox had for each message, goes as well.
+    void remove(const QString& name) const;
     /// Removes what belongs to no message.
-    void removeAllBut(const QStringList& folders) const;
+    void removeAllBut(const QStringList& names) const;
 
 private:
     QString m_root;

@@ -1,7 +1,5 @@
 #include "OutboxReport.hpp"
 
-#include "Outbox.hpp"
-
 #include <QDateTime>
 
 #include <algorithm>
@@ -10,8 +8,8 @@ namespace Host
 {
 namespace
 {
-/// How often a queue is looked at while there is one: other programs may change it, and a disk that was full may be so no longer.
-constexpr qint64 kLookMs = 2000;
+/// While there are messages the outbox is read this often: other programs may change it, and a full disk may have room again.
+constexpr qint64 kReadMs = 2000;
 
 QJsonValue isoTime(qint64 ms)
 {
@@ -19,27 +17,24 @@ QJsonValue isoTime(qint64 ms)
 }
 }
 
-OutboxReport::Look OutboxReport::look()
+OutboxReport::Reading OutboxReport::read()
 {
     using std::chrono::milliseconds;
-    const std::lock_guard looking(m_lookMutex);
+    const std::lock_guard reading(m_readMutex);
     const qint64 nowMs = m_clock();
     const auto summary = m_outbox.summary(nowMs);
     if (!summary)
-        return {false, milliseconds(kLookMs)};
+        return {false, milliseconds(kReadMs)};
     {
         const std::lock_guard lock(m_mutex);
-        m_queued = summary->queued;
-        m_sending = summary->sending;
-        m_failed = summary->failed;
-        m_oldestMs = summary->oldestMs;
+        m_summary = *summary;
     }
     if (summary->queued + summary->sending + summary->failed == 0)
         return {false, std::nullopt};
     const bool isDue = summary->queued > 0 && summary->nextAttemptMs <= nowMs;
     if (isDue || summary->queued == 0)
-        return {isDue, milliseconds(kLookMs)};
-    return {false, milliseconds(std::min(summary->nextAttemptMs - nowMs, kLookMs))};
+        return {isDue, milliseconds(kReadMs)};
+    return {false, milliseconds(std::min(summary->nextAttemptMs - nowMs, kReadMs))};
 }
 
 void OutboxReport::noteError(const QString& words)
@@ -54,10 +49,10 @@ QJsonObject OutboxReport::json(const QString& name) const
 {
     const std::lock_guard lock(m_mutex);
     return {{"name", name},
-            {"queued", m_queued},
-            {"sending", m_sending},
-            {"failed", m_failed},
-            {"oldest", isoTime(m_oldestMs)},
+            {"queued", m_summary.queued},
+            {"sending", m_summary.sending},
+            {"failed", m_summary.failed},
+            {"oldest", isoTime(m_summary.oldestMs)},
             {"lastError", m_lastError},
             {"lastErrorAt", isoTime(m_lastErrorMs)}};
 }

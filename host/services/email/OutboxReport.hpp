@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Outbox.hpp"
+
 #include <QJsonObject>
 #include <QString>
 
@@ -11,26 +13,22 @@
 
 namespace Host
 {
-class Outbox;
-
-/// What an inspector shows of an outbox, kept in step by whoever changes the queue, so that asking for it does not block.
-/// Any thread.
+/// The numbers of an outbox as the inspector shows them, kept here so that showing them does not block. Any thread.
 class OutboxReport
 {
 public:
     /// Milliseconds since 1970; called on any thread.
     using Clock = std::function<qint64()>;
-    /// What a look at the queue found.
-    struct Look
+    struct Reading
     {
-        bool isDue = false;                             ///< a message should be tried now, as far as one can see
-        std::optional<std::chrono::milliseconds> pause; ///< until the next look; nothing while the outbox is empty
+        bool isDue = false;                             ///< a message is to be attempted now
+        std::optional<std::chrono::milliseconds> pause; ///< until the next reading; nothing while the outbox is empty
     };
 
     OutboxReport(const Outbox& outbox, Clock clock) : m_outbox(outbox), m_clock(std::move(clock)) {}
 
-    /// Brings the numbers up to date. Blocks.
-    Look look();
+    /// Reads the numbers anew; where that fails they stay as they were. Blocks.
+    Reading read();
     void noteError(const QString& words);
     /// {"name", "queued", "sending", "failed", "oldest" (ISO time or null), "lastError", "lastErrorAt"}. Does not block.
     [[nodiscard]] QJsonObject json(const QString& name) const;
@@ -38,12 +36,9 @@ public:
 private:
     const Outbox& m_outbox;
     const Clock m_clock;
-    std::mutex m_lookMutex;     ///< one look at a time, so that an older one never replaces a newer one
+    std::mutex m_readMutex;     ///< one reading at a time, so that an older one never replaces a newer one
     mutable std::mutex m_mutex; ///< guards what follows
-    int m_queued = 0;
-    int m_sending = 0;
-    int m_failed = 0;
-    qint64 m_oldestMs = 0;
+    OutboxSummary m_summary;
     QString m_lastError;
     qint64 m_lastErrorMs = 0;
 };

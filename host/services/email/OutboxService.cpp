@@ -15,6 +15,7 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -22,7 +23,6 @@ namespace Host
 {
 namespace
 {
-constexpr int kIntakeThreads = 2;
 constexpr int kUntriedThreads = 2;
 }
 
@@ -46,11 +46,10 @@ struct OutboxService::Private
     void stop();
     void runIntake();
     void runAttempts(Outbox::Which which);
-    void runWatch();
+    std::optional<OutboxAnswers::Time> watch();
     void accept(Job& job);
-    void refuse(OutboxAnswers::Promise& promise, const QString& reason);
+    void refuse(const QString& reason);
     void beginRound();
-    void look();
 
     const MailSettings settings;
     const Clock clock;
@@ -62,11 +61,10 @@ struct OutboxService::Private
     std::atomic<bool> isStopping{false}; ///< set with the mutex held
 
     std::mutex mutex; ///< guards what follows
-    std::condition_variable jobsChanged;
+    std::condition_variable intakeWoken;
     std::condition_variable roundBegun;
-    std::condition_variable watchWoken;
     std::deque<Job> jobs;
-    unsigned round = 0; ///< counts the occasions on which there may be something to attempt
+    unsigned round = 0; ///< counts the occasions on which there may be a message to attempt
     bool isWoken = false;
 
     std::vector<std::thread> threads;
@@ -75,12 +73,10 @@ struct OutboxService::Private
 void OutboxService::Private::start()
 {
     attempts.begin();
-    for (int i = 0; i < kIntakeThreads; ++i)
-        threads.emplace_back([this] { runIntake(); });
+    threads.emplace_back([this] { runIntake(); });
+    threads.emplace_back([this] { runAttempts(Outbox::Which::All); });
     for (int i = 0; i < kUntriedThreads; ++i)
         threads.emplace_back([this] { runAttempts(Outbox::Which::Untried); });
-    threads.emplace_back([this] { runAttempts(Outbox::Which::All); });
-    threads.emplace_back([this] { runWatch(); });
 }
 
 void OutboxService::Private::stop()
@@ -89,30 +85,40 @@ void OutboxService::Private::stop()
         const std::lock_guard lock(mutex);
         isStopping = true;
     }
-    jobsChanged.notify_all();
+    intakeWoken.notify_all();
     roundBegun.notify_all();
-    watchWoken.notify_all();
     for (std::thread& thread : threads)
         thread.join();
-    threads.clear();
-    // What still cannot be written is as after a crash: those messages are sent again, with the same Message-ID.
-    if (attempts.isBehind())
-        attempts.catchUp();
-    answers.settleAll();
+    // What still cannot be written is as after a crash: those messages are sent again.
+    if (attempts.hasUnwritten())
+        attempts.writeOutcomes();
+    answers.completeAll();
 }
 
+/// Composes what was sent, and watches while there is nothing to compose.
 void OutboxService::Private::runIntake()
 {
     std::unique_lock lock(mutex);
     for (;;) {
-        jobsChanged.wait(lock, [this] { return isStopping || !jobs.empty(); });
-        if (jobs.empty())
+        isWoken = false;
+        std::optional<Job> job;
+        if (!jobs.empty()) {
+            job = std::move(jobs.front());
+            jobs.pop_front();
+        } else if (isStopping) {
             return;
-        Job job = std::move(jobs.front());
-        jobs.pop_front();
+        }
         lock.unlock();
-        accept(job);
+        if (job)
+            accept(*job);
+        job.reset();
+        const auto next = watch();
         lock.lock();
+        const auto isOver = [this] { return isStopping || isWoken || !jobs.empty(); };
+        if (next)
+            intakeWoken.wait_until(lock, *next, isOver);
+        else
+            intakeWoken.wait(lock, isOver);
     }
 }
 
@@ -121,66 +127,60 @@ void OutboxService::Private::accept(Job& job)
     OutboxMessage message;
     message.createdMs = message.queuedSinceMs = clock();
     QString error;
-    const bool isTaken = intake.take(job.mail, message, error);
+    const bool isAccepted = intake.accept(job.mail, message, error);
     job.mail.attachments.clear(); // closes the files
-    if (!isTaken) {
-        refuse(job.promise, error);
+    if (!isAccepted) {
+        refuse(error);
+        OutboxAnswers::complete(job.promise, {false, error});
         return;
     }
     // As soon as it is written it may be attempted, and that may be over before this thread goes on.
-    answers.owe(message.messageId, std::move(job.promise));
+    answers.add(message.messageId, std::move(job.promise));
     if (!outbox->add(message)) {
-        outbox->files().remove(message.folder);
-        const QString reason = QStringLiteral("the message cannot be kept");
-        Bedrock::Trace::warning("OutboxService # Failed to accept a message (%s)", reason.toUtf8().constData());
-        report.noteError(reason);
-        answers.settle(message.messageId, {false, reason});
+        outbox->files().remove(message.file);
+        error = QStringLiteral("the message cannot be kept");
+        refuse(error);
+        answers.complete(message.messageId, {false, error});
         return;
     }
-    answers.beginPatience(message.messageId);
+    answers.setDeadline(message.messageId);
     beginRound();
-    look();
 }
 
-void OutboxService::Private::refuse(OutboxAnswers::Promise& promise, const QString& reason)
+void OutboxService::Private::refuse(const QString& reason)
 {
     Bedrock::Trace::warning("OutboxService # Failed to accept a message (%s)", reason.toUtf8().constData());
     report.noteError(reason);
-    OutboxAnswers::complete(promise, {false, reason});
+}
+
+/// Completes answers whose deadline has passed, and begins a round when a message is due. Returns when to do so again.
+std::optional<OutboxAnswers::Time> OutboxService::Private::watch()
+{
+    auto next = answers.completeOverdue();
+    const OutboxReport::Reading found = report.read();
+    if (found.isDue || attempts.hasUnwritten())
+        beginRound();
+    if (found.pause) {
+        const auto end = std::chrono::steady_clock::now() + *found.pause;
+        next = next ? std::min(*next, end) : end;
+    }
+    return next;
 }
 
 void OutboxService::Private::runAttempts(Outbox::Which which)
 {
+    // While all these threads send and the other one composes, the senders watch the deadlines of answers.
+    const auto goOn = [this] {
+        answers.completeOverdue();
+        return !isStopping;
+    };
     std::unique_lock lock(mutex);
     while (!isStopping) {
         const unsigned seen = round;
         lock.unlock();
-        while (!isStopping && attempts.makeOne(which, isStopping) == OutboxAttempts::Turn::Made) {}
+        while (!isStopping && attempts.makeOne(which, goOn) == OutboxAttempts::Turn::Made) {}
         lock.lock();
         roundBegun.wait(lock, [&] { return isStopping || round != seen; });
-    }
-}
-
-void OutboxService::Private::runWatch()
-{
-    std::unique_lock lock(mutex);
-    while (!isStopping) {
-        isWoken = false;
-        lock.unlock();
-        auto end = answers.settleOverdue();
-        const OutboxReport::Look found = report.look();
-        if (found.isDue || attempts.isBehind())
-            beginRound();
-        if (found.pause) {
-            const auto next = std::chrono::steady_clock::now() + *found.pause;
-            end = end ? std::min(*end, next) : next;
-        }
-        lock.lock();
-        const auto isOver = [this] { return isStopping || isWoken; };
-        if (end)
-            watchWoken.wait_until(lock, *end, isOver);
-        else
-            watchWoken.wait(lock, isOver);
     }
 }
 
@@ -192,16 +192,6 @@ void OutboxService::Private::beginRound()
         ++round;
     }
     roundBegun.notify_all();
-}
-
-/// Has the watch look at the queue and the answers.
-void OutboxService::Private::look()
-{
-    {
-        const std::lock_guard lock(mutex);
-        isWoken = true;
-    }
-    watchWoken.notify_all();
 }
 
 OutboxService::OutboxService() = default;
@@ -248,7 +238,7 @@ folly::Future<Tavola::EmailServiceAPI::EmailStatus> OutboxService::send(const Ta
         const std::lock_guard lock(d->mutex);
         d->jobs.push_back(std::move(job));
     }
-    d->jobsChanged.notify_one();
+    d->intakeWoken.notify_one();
     return future;
 }
 
@@ -266,6 +256,10 @@ QJsonObject OutboxService::state() const
 
 void OutboxService::wake()
 {
-    d->look();
+    {
+        const std::lock_guard lock(d->mutex);
+        d->isWoken = true;
+    }
+    d->intakeWoken.notify_one();
 }
 }

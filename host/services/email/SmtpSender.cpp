@@ -1,11 +1,13 @@
 #include "SmtpSender.hpp"
 
-#include "MailHeader.hpp"
-#include "MimeComposer.hpp"
+#include "MailText.hpp"
 #include "SmtpTranscript.hpp"
 
 #include <curl/curl.h>
 
+#include <QFile>
+
+#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <vector>
@@ -14,7 +16,7 @@ namespace Host
 {
 namespace
 {
-/// libcurl wants to be initialised once, before there are threads that use it.
+/// libcurl is initialised once, before threads use it.
 void initialiseOnce()
 {
     static const CURLcode code = curl_global_init(CURL_GLOBAL_DEFAULT);
@@ -33,24 +35,39 @@ int onTraffic(CURL*, curl_infotype type, char* data, std::size_t size, void* use
     return 0;
 }
 
-/// Ends a transfer that the library would go on with: it waits two minutes for the farewell of a server that fell silent.
-struct Patience
+/// Ends a transfer that libcurl would go on with: it waits two minutes for the answer of a silent server to QUIT.
+struct Limit
 {
-    const std::atomic<bool>& stop;
+    const SmtpSender::GoOn& goOn;
     const SmtpTranscript& transcript;
     std::chrono::steady_clock::time_point end;
+    bool isStopped = false;
 
-    [[nodiscard]] bool isOver() const { return stop || transcript.hasQuit() || std::chrono::steady_clock::now() > end; }
+    [[nodiscard]] bool isReached() const { return transcript.hasQuit() || std::chrono::steady_clock::now() > end; }
 };
 
 int onProgress(void* user, curl_off_t, curl_off_t, curl_off_t, curl_off_t)
 {
-    return static_cast<const Patience*>(user)->isOver() ? 1 : 0;
+    auto& limit = *static_cast<Limit*>(user);
+    limit.isStopped = limit.isStopped || !limit.goOn();
+    return limit.isStopped || limit.isReached() ? 1 : 0;
 }
 
-curl_slist* appended(curl_slist* list, const QByteArray& text)
+/// A finished message on its way.
+struct Upload
 {
-    return curl_slist_append(list, text.constData());
+    QFile& file;
+    qint64 left; ///< bytes that are still to be sent
+};
+
+std::size_t readFile(char* target, std::size_t size, std::size_t count, void* user)
+{
+    auto& upload = *static_cast<Upload*>(user);
+    const qint64 wanted = std::min(upload.left, qint64(size * count));
+    const qint64 got = wanted > 0 ? upload.file.read(target, wanted) : 0;
+    upload.left -= got;
+    // An early end would be sent as the end of the message.
+    return got < 0 || (got == 0 && wanted > 0) ? std::size_t(CURL_READFUNC_ABORT) : std::size_t(got);
 }
 }
 
@@ -68,7 +85,7 @@ void SmtpSender::setUp(void* transfer) const
     curl_easy_setopt(transfer, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(transfer, CURLOPT_UPLOAD, 1L);
     curl_easy_setopt(transfer, CURLOPT_UPLOAD_BUFFERSIZE, 128L * 1024L);
-    curl_easy_setopt(transfer, CURLOPT_FORBID_REUSE, 1L); // says goodbye within the transfer, under our patience
+    curl_easy_setopt(transfer, CURLOPT_FORBID_REUSE, 1L); // QUIT is part of the transfer, so it has the same limit
     curl_easy_setopt(transfer, CURLOPT_CONNECTTIMEOUT_MS, long(m_settings.connectTimeoutSeconds * 1000.0));
     curl_easy_setopt(transfer, CURLOPT_TIMEOUT_MS, long(m_settings.timeoutSeconds * 1000.0));
 
@@ -90,50 +107,49 @@ void SmtpSender::setUp(void* transfer) const
     }
 }
 
-SmtpSender::Result SmtpSender::send(OutboxMessage& message, const std::atomic<bool>& stop) const
+SmtpSender::Result SmtpSender::send(OutboxMessage& message, const QString& path, const GoOn& goOn) const
 {
-    // Half a message does not go out: nobody would miss the rest.
-    if (message.files.empty() && !message.folder.isEmpty())
-        return {Outcome::Refused, QStringLiteral("the outbox has lost the list of its files")};
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered) || file.size() != message.sizeBytes)
+        return {Outcome::Refused, QStringLiteral("the outbox has lost the message's file")};
     const std::unique_ptr<CURL, void (*)(CURL*)> handle(curl_easy_init(), curl_easy_cleanup);
     CURL* transfer = handle.get();
     if (!transfer)
         return {Outcome::Later, QStringLiteral("there is no memory for a connection")};
     setUp(transfer);
-    curl_easy_setopt(transfer, CURLOPT_MAIL_FROM, MailHeader::plainAddress(message.sender.address).constData());
+    curl_easy_setopt(transfer, CURLOPT_MAIL_FROM, MailText::plainAddress(message.sender).constData());
     curl_slist* recipients = nullptr;
     for (const auto& recipient : message.recipients)
         if (recipient.outcome == OutboxMessage::Outcome::Open)
-            recipients = appended(recipients, MailHeader::plainAddress(recipient.address.address));
+            recipients = curl_slist_append(recipients, MailText::plainAddress(recipient.address).constData());
     const std::unique_ptr<curl_slist, void (*)(curl_slist*)> recipientsOwner(recipients, curl_slist_free_all);
     if (!recipients)
-        return judge(CURLE_OK, "", SmtpTranscript(), message); // nobody is left to be asked for
+        return judge(CURLE_OK, "", SmtpTranscript(), message); // all recipients have their outcome
     curl_easy_setopt(transfer, CURLOPT_MAIL_RCPT, recipients);
     curl_easy_setopt(transfer, CURLOPT_MAIL_RCPT_ALLLOWFAILS, 1L);
 
-    // The traffic is listened to for what the server says of each recipient; it is printed nowhere.
+    // The traffic is read for the server's reply to each recipient; it is printed nowhere.
     SmtpTranscript transcript;
     curl_easy_setopt(transfer, CURLOPT_VERBOSE, 1L);
     curl_easy_setopt(transfer, CURLOPT_DEBUGFUNCTION, onTraffic);
     curl_easy_setopt(transfer, CURLOPT_DEBUGDATA, &transcript);
     curl_easy_setopt(transfer, CURLOPT_NOPROGRESS, 0L);
     curl_easy_setopt(transfer, CURLOPT_XFERINFOFUNCTION, onProgress);
-    Patience patience{stop, transcript,
-                      std::chrono::steady_clock::now() + std::chrono::milliseconds(qint64(m_settings.timeoutSeconds * 1000.0))};
-    curl_easy_setopt(transfer, CURLOPT_XFERINFODATA, &patience);
+    Limit limit{goOn, transcript,
+                std::chrono::steady_clock::now() + std::chrono::milliseconds(qint64(m_settings.timeoutSeconds * 1000.0))};
+    curl_easy_setopt(transfer, CURLOPT_XFERINFODATA, &limit);
+    curl_easy_setopt(transfer, CURLOPT_READFUNCTION, readFile);
+    Upload upload{file, message.sizeBytes};
+    curl_easy_setopt(transfer, CURLOPT_READDATA, &upload);
+    curl_easy_setopt(transfer, CURLOPT_INFILESIZE_LARGE, curl_off_t(message.sizeBytes));
     char detail[CURL_ERROR_SIZE] = "";
     curl_easy_setopt(transfer, CURLOPT_ERRORBUFFER, detail);
 
-    MimeComposer composer(transfer);
-    QString error;
-    if (!composer.compose(message, error))
-        return {Outcome::Refused, error};
     CURLcode code = curl_easy_perform(transfer);
-    if (code == CURLE_ABORTED_BY_CALLBACK && (stop || patience.isOver())) {
-        if (stop)
-            return {Outcome::Stopped, QString()};
+    if (code == CURLE_ABORTED_BY_CALLBACK && limit.isStopped)
+        return {Outcome::Stopped, QString()};
+    if (code == CURLE_ABORTED_BY_CALLBACK && limit.isReached())
         code = CURLE_OPERATION_TIMEDOUT;
-    }
     return judge(code, detail, transcript, message);
 }
 
@@ -144,8 +160,8 @@ SmtpSender::Result SmtpSender::judge(int code, const char* detail, const SmtpTra
         return {Outcome::Refused, QStringLiteral("the outbox has lost the recipients")};
     const std::vector<SmtpTranscript::Reply>& replies = transcript.recipients();
     std::size_t asked = 0;
-    QString refusal; // said to one who will not get it
-    QString delay;   // said to one who may get it later
+    QString refusal; // the reply for a recipient that is refused
+    QString delay;   // the reply for a recipient that may be reached later
     bool someAreOpen = false;
     for (auto& recipient : message.recipients) {
         if (recipient.outcome == State::Open) {
@@ -191,7 +207,7 @@ QString SmtpSender::explain(int code, const char* detail) const
     case CURLE_WEIRD_SERVER_REPLY: return QStringLiteral("the connection to the mail server %1 broke").arg(server);
     default:
         return QStringLiteral("the mail server %1: %2")
-            .arg(server, MailHeader::oneLine(QString::fromUtf8(*detail ? detail : curl_easy_strerror(CURLcode(code)))));
+            .arg(server, MailText::oneLine(QString::fromUtf8(*detail ? detail : curl_easy_strerror(CURLcode(code)))));
     }
 }
 }

@@ -5,21 +5,20 @@
 
 #include <QString>
 
-#include <atomic>
+#include <functional>
 
 namespace Host
 {
 class SmtpTranscript;
 
-/// Hands messages to a mail server. `send` blocks, on a thread of the caller's that is not the main one; several threads may
-/// send at once.
+/// Hands finished messages to a mail server. `send` blocks, on any thread but the main one; several threads may send at once.
 class SmtpSender
 {
 public:
     enum class Outcome {
-        Delivered, ///< everybody has got it
-        Later,     ///< a passing failure: worth another attempt for those whose outcome is open
-        Refused,   ///< for good, by the server or for one recipient at least; the others have got it
+        Delivered, ///< to all recipients
+        Later,     ///< a passing failure: another attempt may reach the recipients whose outcome is open
+        Refused,   ///< for good, by the server or for one recipient at least; the others have the message
         Stopped
     };
     struct Result
@@ -28,10 +27,14 @@ public:
         QString words; ///< why not: the server's words, or ours where it had none
     };
 
+    /// Asked from the sending thread about every second, more often while data flows, until it says false.
+    using GoOn = std::function<bool()>;
+
     SmtpSender(const MailSettings& settings, const MailCredentials& credentials);
 
-    /// Sends to those recipients whose outcome is open, and writes theirs. Ends early, within about a second, once `stop`.
-    [[nodiscard]] Result send(OutboxMessage& message, const std::atomic<bool>& stop) const;
+    /// Sends the finished file `path` to the recipients whose outcome is open, and sets their outcomes. A file that is gone or
+    /// of another size than `message` says is not sent.
+    [[nodiscard]] Result send(OutboxMessage& message, const QString& path, const GoOn& goOn) const;
 
 private:
     void setUp(void* transfer) const;

@@ -1,6 +1,6 @@
 #include "SmtpTranscript.hpp"
 
-#include "MailHeader.hpp"
+#include "MailText.hpp"
 
 namespace Host
 {
@@ -35,7 +35,7 @@ void SmtpTranscript::lineReceived(const QByteArray& line)
     const int number = code.toInt(&isNumber);
     if (m_hasQuit || !isNumber || number < 200 || number > 599)
         return;
-    const QString text = MailHeader::oneLine(QString::fromUtf8(line.mid(4)));
+    const QString text = MailText::oneLine(QString::fromUtf8(line.mid(4)));
     if (m_coming.code == 0)
         m_coming = {number, QString::number(number)};
     if (!text.isEmpty() && m_coming.words.size() < kLongestWords)

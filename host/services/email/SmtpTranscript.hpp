@@ -7,8 +7,8 @@
 
 namespace Host
 {
-/// What a mail server answered to what, gathered while a transfer runs. Credentials pass by and are not kept. After QUIT nothing
-/// counts any more.
+/// A mail server's replies to the commands of a transfer, gathered while it runs. Credentials are not stored. Replies after QUIT
+/// are ignored. One thread at a time.
 class SmtpTranscript
 {
 public:
@@ -24,12 +24,12 @@ public:
     void dataSent();
     void lineReceived(const QByteArray& line);
 
-    /// To the last thing that was sent; in the beginning the greeting.
+    /// The reply to what was sent last; in the beginning the greeting.
     [[nodiscard]] const Reply& last() const noexcept { return m_last; }
-    /// Whether that was a RCPT: what its reply says is said of one recipient only.
+    /// Whether that was a RCPT, whose reply concerns one recipient only.
     [[nodiscard]] bool lastIsOfRecipient() const noexcept { return m_isRecipient; }
     [[nodiscard]] bool hasQuit() const noexcept { return m_hasQuit; }
-    /// To each RCPT, in the order of the recipients; as many as were asked for.
+    /// The replies to each RCPT, in the order of the recipients that were sent.
     [[nodiscard]] const std::vector<Reply>& recipients() const noexcept { return m_recipients; }
 
 private:

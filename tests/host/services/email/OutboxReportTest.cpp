@@ -1,4 +1,4 @@
-#include "../Folder.hpp"
+#include "Folder.hpp"
 
 #include "services/email/Outbox.hpp"
 #include "services/email/OutboxReport.hpp"
@@ -31,18 +31,18 @@ struct Bench
         message.createdMs = message.queuedSinceMs = 1000 * count;
         message.state = state;
         message.nextAttemptMs = dueMs;
-        message.recipients = {{{"ann@example.org", "Ann"}, Tavola::EmailMessage::To, OutboxMessage::Outcome::Open, {}}};
+        message.recipients = {{"ann@example.org", OutboxMessage::Outcome::Open, {}}};
         REQUIRE(outbox->add(message));
     }
 };
 }
 
-TEST_CASE("outbox report: an empty outbox needs no look until somebody adds to it")
+TEST_CASE("outbox report: an empty outbox is not read again before a message is added")
 {
     Bench bench;
-    const auto look = bench.report.look();
-    CHECK_FALSE(look.isDue);
-    CHECK_FALSE(look.pause.has_value());
+    const auto reading = bench.report.read();
+    CHECK_FALSE(reading.isDue);
+    CHECK_FALSE(reading.pause.has_value());
     CHECK(bench.report.json("post")
           == QJsonObject{{"name", "post"},
                          {"queued", 0},
@@ -53,27 +53,27 @@ TEST_CASE("outbox report: an empty outbox needs no look until somebody adds to i
                          {"lastErrorAt", QJsonValue()}});
 }
 
-TEST_CASE("outbox report: the next look is when a message is due, and every two seconds at least")
+TEST_CASE("outbox report: the next reading is when a message is due, and every two seconds at least")
 {
     Bench bench;
     bench.add(State::Queued, bench.nowMs + 5000);
-    CHECK(bench.report.look().pause == milliseconds(2000));
+    CHECK(bench.report.read().pause == milliseconds(2000));
     bench.nowMs += 4400;
-    CHECK_FALSE(bench.report.look().isDue);
-    CHECK(bench.report.look().pause == milliseconds(600));
+    CHECK_FALSE(bench.report.read().isDue);
+    CHECK(bench.report.read().pause == milliseconds(600));
     bench.nowMs += 600;
-    CHECK(bench.report.look().isDue);
-    // Whoever attempts it was told; were it told again and again, an outbox that cannot be written would keep them busy.
-    CHECK(bench.report.look().pause == milliseconds(2000));
+    CHECK(bench.report.read().isDue);
+    // Not at once: an outbox that cannot be written stays due, and would be read without a pause.
+    CHECK(bench.report.read().pause == milliseconds(2000));
 }
 
-TEST_CASE("outbox report: what is being sent or has failed is looked after, because others may change it")
+TEST_CASE("outbox report: an outbox with messages that are being sent or have failed is read again: other programs may change it")
 {
     Bench bench;
     bench.add(State::Failed, 0);
     bench.add(State::Sending, 0);
-    CHECK_FALSE(bench.report.look().isDue);
-    CHECK(bench.report.look().pause == milliseconds(2000));
+    CHECK_FALSE(bench.report.read().isDue);
+    CHECK(bench.report.read().pause == milliseconds(2000));
     CHECK(bench.report.json({}).value("failed") == 1);
     CHECK(bench.report.json({}).value("sending") == 1);
     CHECK(bench.report.json({}).value("oldest") == "1970-01-01T00:00:01Z");
@@ -84,23 +84,23 @@ TEST_CASE("outbox report: a message put off under a wrong clock is due, whatever
     Bench bench;
     bench.add(State::Queued, bench.nowMs + 1000);
     bench.add(State::Queued, bench.nowMs + Outbox::kLongestPauseMs);
-    CHECK_FALSE(bench.report.look().isDue);
+    CHECK_FALSE(bench.report.read().isDue);
     bench.add(State::Queued, bench.nowMs + Outbox::kLongestPauseMs + 1);
-    CHECK(bench.report.look().isDue);
+    CHECK(bench.report.read().isDue);
 }
 
-TEST_CASE("outbox report: an outbox that cannot be read keeps its numbers and is looked at again")
+TEST_CASE("outbox report: an outbox that cannot be read keeps its numbers and is read again")
 {
     Bench bench;
     bench.add(State::Failed, 0);
-    bench.report.look();
-    bench.report.noteError("550 nobody");
+    bench.report.read();
+    bench.report.noteError("550 unknown");
     auto fault = TestSupport::SqliteFault::lostTable(bench.folder.path("outbox/outbox.sqlite"), "messages");
     TestSupport::expectWarningStartingWith("Outbox # Failed to read ");
-    const auto look = bench.report.look();
-    CHECK(look.pause == milliseconds(2000));
+    const auto reading = bench.report.read();
+    CHECK(reading.pause == milliseconds(2000));
     CHECK(bench.report.json({}).value("failed") == 1);
-    CHECK(bench.report.json({}).value("lastError") == "550 nobody");
+    CHECK(bench.report.json({}).value("lastError") == "550 unknown");
     CHECK(bench.report.json({}).value("lastErrorAt") == "2026-09-21T14:13:20Z");
     fault.mend();
 }

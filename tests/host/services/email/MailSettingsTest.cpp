@@ -1,8 +1,6 @@
-#include "../Folder.hpp"
+#include "Folder.hpp"
 
 #include "services/email/MailSettings.hpp"
-
-#include <LogCapture.hpp>
 
 #include <doctest/doctest.h>
 
@@ -151,15 +149,17 @@ TEST_CASE("mail credentials: the first two lines of a file are user and password
     CHECK(credentials->password == "pass word");
 }
 
-TEST_CASE("mail credentials: a file that others can read is told of, without its contents")
+TEST_CASE("mail credentials: a file that other users may read or change is refused, without its contents")
 {
     const Folder folder;
     const QString file = folder.write("login", "user\nsecret\n");
-    QFile::setPermissions(file, QFile::ReadOwner | QFile::ReadOther);
-    TestSupport::expectWarning("MailCredentials # Everybody may read the password in " + file.toStdString()
-                               + "; make it yours alone with chmod 600");
-    QString error;
-    CHECK(MailCredentials::load(file, error).has_value());
+    for (const auto permission : {QFile::ReadGroup, QFile::WriteGroup, QFile::ReadOther, QFile::WriteOther}) {
+        CAPTURE(int(permission));
+        QFile::setPermissions(file, QFile::ReadOwner | permission);
+        QString error;
+        CHECK_FALSE(MailCredentials::load(file, error).has_value());
+        CHECK(error == "other users may read or change the password in " + file + "; make it yours alone with chmod 600");
+    }
 }
 
 TEST_CASE("mail credentials: a file that is missing or empty is an error")

@@ -23,6 +23,8 @@ using TestSupport::SqliteFault;
 using Turn = OutboxAttempts::Turn;
 using Which = Outbox::Which;
 
+const QByteArray kMail("Subject: x\r\n\r\nHello\r\n");
+
 struct Bench
 {
     Folder folder;
@@ -34,7 +36,7 @@ struct Bench
     OutboxAnswers answers{60.0};
     OutboxReport report{*outbox, [this] { return nowMs; }};
     std::unique_ptr<OutboxAttempts> attempts;
-    std::atomic<bool> stop{false};
+    bool goesOn = true;
     QString path = folder.path("outbox/outbox.sqlite");
     std::string warning = "Outbox # Failed to write " + path.toStdString() + " (";
 
@@ -53,16 +55,22 @@ struct Bench
         message.messageId = QStringLiteral("<%1@x>").arg(outbox->messages().value().size() + 1);
         message.createdMs = message.queuedSinceMs = nowMs;
         message.state = state;
-        message.sender = settings.sender;
-        message.recipients = {{{"ann@example.org", "Ann"}, Tavola::EmailMessage::To, OutboxMessage::Outcome::Open, {}}};
+        message.sender = settings.sender.address;
+        message.recipients = {{"ann@example.org", OutboxMessage::Outcome::Open, {}}};
+        message.file = OutboxFiles::newName();
+        message.sizeBytes = kMail.size();
+        folder.write("outbox/files/" + message.file, kMail);
         OutboxAnswers::Promise promise;
         auto future = promise.getFuture();
-        answers.owe(message.messageId, std::move(promise));
+        answers.add(message.messageId, std::move(promise));
         REQUIRE(outbox->add(message));
         return future;
     }
-    Turn turn(Which which = Which::All) { return attempts->makeOne(which, stop); }
-    [[nodiscard]] OutboxMessage message(qint64 id) const { return outbox->message(id).value(); }
+    Turn turn(Which which = Which::All)
+    {
+        return attempts->makeOne(which, [this] { return goesOn; });
+    }
+    [[nodiscard]] OutboxMessage message(qint64 id) const { return messageOf(*outbox, id); }
 };
 
 void expectFullDisk(const std::string& start)
@@ -87,7 +95,7 @@ TEST_CASE("outbox attempts: one call sends one message and answers its sender")
     CHECK(bench.outbox->messages().value().empty());
 }
 
-TEST_CASE("outbox attempts: who takes new messages only is not kept busy by old ones")
+TEST_CASE("outbox attempts: a turn for new messages leaves old ones alone")
 {
     Bench bench;
     bench.server.answer("MAIL", "451 Come back");
@@ -106,28 +114,59 @@ TEST_CASE("outbox attempts: who takes new messages only is not kept busy by old 
     CHECK(bench.server.mails().size() == 2);
 }
 
-TEST_CASE("outbox attempts: a message whose recipients or files cannot be read stays queued, and goes out whole later")
+TEST_CASE("outbox attempts: a message whose recipients cannot be read stays queued, and goes out whole later")
 {
-    for (const char* table : {"recipients", "files"}) {
-        INFO("table: " << std::string(table));
+    Bench bench;
+    auto future = bench.add();
+    auto fault = SqliteFault::lostTable(bench.path, "recipients");
+    // The second time says nothing new.
+    TestSupport::expectWarningStartingWith("Outbox # Failed to take a message from " + bench.path.toStdString()
+                                           + " (no such table: recipients");
+    CHECK(bench.turn() == Turn::Fault);
+    CHECK(bench.turn() == Turn::Fault);
+    CHECK(bench.server.connections() == 0);
+    fault.mend();
+    CHECK(bench.message(1).state == State::Queued);
+    CHECK(bench.turn() == Turn::Made);
+    CHECK(bench.server.mails().size() == 1);
+    CHECK(future.value().success);
+}
+
+TEST_CASE("outbox attempts: a message whose file is lost, or not as long as it was, is kept as failed and not sent")
+{
+    for (const bool isLost : {true, false}) {
+        CAPTURE(isLost);
         Bench bench;
         auto future = bench.add();
-        auto fault = SqliteFault::lostTable(bench.path, table);
-        // The second time says nothing new.
-        TestSupport::expectWarningStartingWith("Outbox # Failed to take a message from " + bench.path.toStdString()
-                                               + " (no such table: " + table);
-        CHECK(bench.turn() == Turn::Fault);
-        CHECK(bench.turn() == Turn::Fault);
-        CHECK(bench.server.connections() == 0);
-        fault.mend();
-        CHECK(bench.message(1).state == State::Queued);
+        const QString file = bench.outbox->files().path(bench.message(1).file);
+        REQUIRE((isLost ? QFile::remove(file) : QFile::resize(file, kMail.size() - 1)));
+        TestSupport::expectWarning("OutboxService # Message 1 to ann@example.org was refused (the outbox has lost the message's "
+                                   "file); it stays in the outbox as failed");
         CHECK(bench.turn() == Turn::Made);
-        CHECK(bench.server.mails().size() == 1);
-        CHECK(future.value().success);
+        REQUIRE(future.isReady());
+        CHECK(future.value().error == "the outbox has lost the message's file");
+        CHECK(bench.message(1).state == State::Failed);
+        CHECK(bench.server.connections() == 0);
     }
 }
 
-TEST_CASE("outbox attempts: a message that has lost its recipients is kept as failed and keeps nobody waiting")
+TEST_CASE("outbox attempts: every attempt sends the same bytes")
+{
+    Bench bench;
+    static_cast<void>(bench.add());
+    bench.server.closeAt("QUIT");
+    bench.server.answer("BODY", "451 Come back");
+    TestSupport::expectWarningStartingWith("OutboxService # Message 1 to ann@example.org is not delivered yet (451 Come back)");
+    CHECK(bench.turn() == Turn::Made);
+    bench.server.forgive();
+    bench.nowMs += 60000;
+    CHECK(bench.turn() == Turn::Made);
+    REQUIRE(bench.server.mails().size() == 1);
+    CHECK(bench.server.mails()[0].data == kMail);
+    CHECK(QDir(bench.folder.path("outbox/files")).isEmpty());
+}
+
+TEST_CASE("outbox attempts: a message that has lost its recipients is kept as failed and keeps no other waiting")
 {
     Bench bench;
     auto damaged = bench.add();
@@ -186,7 +225,7 @@ TEST_CASE("outbox attempts: a delivery that cannot be noted is noted later, and 
     CHECK(bench.turn() == Turn::Made);
     REQUIRE(first.isReady());
     CHECK(first.value().success); // it has arrived
-    CHECK(bench.attempts->isBehind());
+    CHECK(bench.attempts->hasUnwritten());
     CHECK(bench.turn() == Turn::Fault);
     CHECK(bench.turn(Which::Untried) == Turn::Fault);
     CHECK_FALSE(second.isReady());
@@ -194,7 +233,7 @@ TEST_CASE("outbox attempts: a delivery that cannot be noted is noted later, and 
     fault.mend();
     CHECK(bench.turn() == Turn::Made);
     CHECK(second.value().success);
-    CHECK_FALSE(bench.attempts->isBehind());
+    CHECK_FALSE(bench.attempts->hasUnwritten());
     CHECK(bench.turn() == Turn::NothingDue);
     CHECK(bench.server.mails().size() == 2);
     CHECK(bench.outbox->messages().value().empty());
@@ -253,7 +292,7 @@ TEST_CASE("outbox attempts: a refusal that cannot be noted is a failure for the 
     fault.mend();
     TestSupport::expectWarning(
         "OutboxService # Message 1 to ann@example.org was refused (550 Go away); it stays in the outbox as failed");
-    CHECK(bench.attempts->catchUp());
+    CHECK(bench.attempts->writeOutcomes());
     CHECK(bench.message(1).state == State::Failed);
     CHECK(bench.server.connections() == 1);
 }
@@ -262,17 +301,18 @@ TEST_CASE("outbox attempts: what an earlier program was sending is queued as soo
 {
     Bench bench;
     auto future = bench.add(State::Sending);
-    const QString orphan = bench.outbox->files().makeFolder(bench.error);
+    const QString orphan = bench.outbox->files().path(OutboxFiles::newName());
+    bench.folder.write(QDir(bench.folder.path()).relativeFilePath(orphan), "half a message");
     auto fault = SqliteFault::fullDisk(bench.path, "UPDATE", "messages");
     expectFullDisk(bench.warning);
     bench.start();
     CHECK(bench.turn() == Turn::Fault);
-    CHECK(QFileInfo::exists(bench.folder.path("outbox/files/" + orphan)));
+    CHECK(QFileInfo::exists(orphan));
     fault.mend();
     CHECK(bench.turn() == Turn::Made);
     CHECK(future.value().success);
     bench.start();
-    CHECK_FALSE(QFileInfo::exists(bench.folder.path("outbox/files/" + orphan)));
+    CHECK_FALSE(QFileInfo::exists(orphan));
 }
 
 TEST_CASE("outbox attempts: a message queued under a clock that was far ahead is sent, and its age counts from now")
@@ -301,7 +341,7 @@ TEST_CASE("outbox attempts: once stopped, the message is queued for the next pro
     Bench bench;
     bench.server.fallSilentAt("MAIL");
     auto future = bench.add();
-    bench.stop = true;
+    bench.goesOn = false;
     CHECK(bench.turn() == Turn::Made);
     CHECK(bench.message(1).state == State::Queued);
     CHECK(bench.message(1).attempts == 0);

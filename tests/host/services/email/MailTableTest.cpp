@@ -1,6 +1,6 @@
 // Where e-mail meets the rest of the host: the presentation, the command line, the table and its inspector.
 
-#include "../HttpTalk.hpp"
+#include "HttpTalk.hpp"
 #include "MailBench.hpp"
 
 #include "commands/RunOptions.hpp"
@@ -131,7 +131,7 @@ TEST_CASE("tavola: a table sends what an earlier one kept, and the inspector sho
     CHECK(TestSupport::pumpUntil([&] { return state().value("queued").toInt() == 1; }, 20000));
     CHECK_FALSE(state().value("oldest").toString().isEmpty());
 
-    // Somebody at the queue does not want to wait.
+    // An operator does not want to wait.
     bench.server.forgive();
     QProcess retry;
     retry.start(QStringLiteral(TAVOLA_PROGRAM),

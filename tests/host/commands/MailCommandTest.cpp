@@ -1,6 +1,6 @@
 // The real program's `tavola mail`, beside a running service and without one.
 
-#include "MailBench.hpp"
+#include "services/email/MailBench.hpp"
 
 #include "presentation/DataFolder.hpp"
 
@@ -55,7 +55,7 @@ struct CommandBench : MailBench
     /// Messages 1 to `count`, refused.
     void refuse(int count)
     {
-        server.answer("RCPT", "550 nobody");
+        server.answer("RCPT", "550 unknown");
         for (int i = 0; i < count; ++i) {
             TestSupport::expectWarningStartingWith("OutboxService # Message");
             CHECK_FALSE(send(message()).success);
@@ -85,7 +85,7 @@ TEST_CASE("tavola mail: the list tells what waits and why")
     const QStringList lines = bench.ask("list").out.split('\n');
     REQUIRE(lines.size() == 3);
     CHECK(lines[0].startsWith("1  failed   accepted 2026-09-21 "));
-    CHECK(lines[0].endsWith("attempts 1  to ann@example.org  (550 nobody)"));
+    CHECK(lines[0].endsWith("attempts 1  to ann@example.org  (550 unknown)"));
     CHECK(lines[1].startsWith("2  queued   accepted "));
     CHECK(lines[1].contains("attempts 1  to bob@example.org  next 2026-09-21 "));
     CHECK(lines[1].endsWith("(450 busy)"));

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../Folder.hpp"
+#include "Folder.hpp"
 
 #include "services/email/MailSettings.hpp"
 #include "services/email/Outbox.hpp"
@@ -10,9 +10,11 @@
 
 #include <Tavola/EmailMessage.hpp>
 
+#include <QIODevice>
 #include <QJsonObject>
 
 #include <atomic>
+#include <cstring>
 #include <memory>
 
 /// Settings with which a table talks to a server of the test.
@@ -26,12 +28,36 @@ struct TestCertificate
     QString key;
 };
 
-/// What Python's own e-mail parser finds in a message: {"headers": {name: text}, "defects": [...], "parts": [{"type",
-/// "disposition", "filename", "encoding", "charset", "longestLine", "base64"}]}, leaves in order.
+/// What Python's own e-mail parser finds in a message: {"headers": {name: text}, "subject", "toName", "toAddress", "defects":
+/// [...], "parts": [{"type", "disposition", "filename", "encoding", "charset", "longestLine", "base64"}]}, leaves in order.
 [[nodiscard]] QJsonObject parseMail(const QByteArray& data);
 /// The decoded bytes of its part `index`.
 [[nodiscard]] QByteArray partBytes(const QJsonObject& mail, int index);
 [[nodiscard]] QJsonObject part(const QJsonObject& mail, int index);
+
+/// A device whose disk fails in the middle.
+class BrokenDevice final : public QIODevice
+{
+public:
+    BrokenDevice() { open(QIODevice::ReadOnly | QIODevice::Unbuffered); }
+    bool isSequential() const override { return false; }
+    qint64 size() const override { return 1000000; }
+
+protected:
+    qint64 readData(char* data, qint64 most) override
+    {
+        if (pos() >= 200000) {
+            setErrorString(QStringLiteral("the disk is gone"));
+            return -1;
+        }
+        std::memset(data, 'x', std::size_t(most));
+        return most;
+    }
+    qint64 writeData(const char*, qint64) override { return -1; }
+};
+
+/// A message of an outbox that can be read; it must be there.
+[[nodiscard]] Host::OutboxMessage messageOf(const Host::Outbox& outbox, qint64 id);
 
 /// An e-mail service with a server to talk to, an outbox and a clock that the test moves.
 struct MailBench
@@ -65,10 +91,10 @@ struct MailBench
     [[nodiscard]] bool becomesEmpty() const;
     /// Waits until the log has a line that starts with this.
     [[nodiscard]] static bool logs(const std::string& start);
-    /// What the outbox holds, seen by somebody else.
+    /// What the outbox holds, read as another program reads it.
     [[nodiscard]] std::vector<Host::OutboxMessage> kept() const;
     [[nodiscard]] QString outboxPath() const { return folder.path(QStringLiteral("outbox")); }
     [[nodiscard]] QString databasePath() const { return outboxPath() + QStringLiteral("/outbox.sqlite"); }
-    /// How many folders of attachments there are.
-    [[nodiscard]] int folders() const;
+    /// How many finished messages, or other files, are in the outbox's folder.
+    [[nodiscard]] int files() const;
 };

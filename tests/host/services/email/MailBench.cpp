@@ -37,8 +37,8 @@ TestCertificate::TestCertificate(const Folder& folder) : certificate(folder.path
 
 QJsonObject parseMail(const QByteArray& data)
 {
-    static const char* const kScript = R"(
-import base64, email, email.header, email.policy, json, sys
+    static const char* const kScript = R"py(
+import base64, email, email.header, email.policy, email.utils, json, re, sys
 data = sys.stdin.buffer.read()
 mail = email.message_from_bytes(data, policy=email.policy.default)
 parts = []
@@ -53,12 +53,20 @@ for part in mail.walk():
                   "charset": part.get_content_charset() or "", "longestLine": max([len(l) for l in raw] or [0]),
                   "base64": base64.b64encode(part.get_payload(decode=True)).decode()})
 # That parser puts a blank between the encoded words of a name, which the older decoder rightly does not.
-to = str(email.header.make_header(email.header.decode_header(email.message_from_bytes(data)["To"])))
+old = email.message_from_bytes(data)
+unfolded = lambda name: re.sub(r"\r\n([ \t])", r"\1", old[name] or "")
+decoded = lambda text: str(email.header.make_header(email.header.decode_header(text)))
+name, address = email.utils.parseaddr(unfolded("To"))
 lines = data.split(b"\r\n")
-print(json.dumps({"headers": {k: str(v) for k, v in mail.items()}, "names": [k for k in mail.keys()], "type": mail.get_content_type(), "to": to,
+print(json.dumps({
+        "headers":
+        {
+        k: str(v) for k, v in mail.items()
+        }, "type": mail.get_content_type(),
+                  "subject": decoded(unfolded("Subject")), "toName": decoded(name), "toAddress": address,
                   "defects": defects, "parts": parts, "longestLine": max(len(l) for l in lines),
                   "bareLineEnds": sum(l.count(b"\n") + l.count(b"\r") for l in lines)}))
-)";
+)py";
     QProcess python;
     python.start(QStringLiteral("/usr/bin/python3"), {"-c", kScript});
     python.write(data);
@@ -77,6 +85,14 @@ QJsonObject part(const QJsonObject& mail, int index)
 QByteArray partBytes(const QJsonObject& mail, int index)
 {
     return QByteArray::fromBase64(part(mail, index).value("base64").toString().toLatin1());
+}
+
+OutboxMessage messageOf(const Outbox& outbox, qint64 id)
+{
+    const auto messages = outbox.messages().value();
+    const auto found = std::find_if(messages.begin(), messages.end(), [id](const auto& message) { return message.id == id; });
+    REQUIRE(found != messages.end());
+    return *found;
 }
 
 void MailBench::open()
@@ -135,7 +151,7 @@ bool MailBench::reports(const char* key, int number) const
 
 bool MailBench::becomesEmpty() const
 {
-    return TestSupport::pumpUntil([&] { return kept().empty() && folders() == 0; }, 20000);
+    return TestSupport::pumpUntil([&] { return kept().empty() && files() == 0; }, 20000);
 }
 
 bool MailBench::logs(const std::string& start)
@@ -156,7 +172,7 @@ std::vector<OutboxMessage> MailBench::kept() const
     return outbox->messages().value();
 }
 
-int MailBench::folders() const
+int MailBench::files() const
 {
-    return QDir(outboxPath() + QStringLiteral("/files")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
+    return QDir(outboxPath() + QStringLiteral("/files")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size();
 }

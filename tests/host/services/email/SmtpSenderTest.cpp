@@ -15,23 +15,24 @@ using Outcome = SmtpSender::Outcome;
 using Encryption = TestSupport::SmtpTestServer::Encryption;
 using TestSupport::SmtpTestServer;
 
+const QByteArray kMail("Subject: What you collected\r\n\r\nHello\r\n.\r\n..dots\r\n");
+
 OutboxMessage letter(const QStringList& recipients = {"ann@example.org"})
 {
     OutboxMessage message;
-    message.messageId = QStringLiteral("<1@example.net>");
-    message.createdMs = 1'790'000'000'000;
-    message.sender = {"museum@example.net", "The Small Museum"};
-    message.subject = QStringLiteral("What you collected");
-    message.text = QStringLiteral("Hello\n.\n..dots\n");
+    message.sender = QStringLiteral("museum@example.net");
     for (const QString& recipient : recipients)
-        message.recipients.push_back({{recipient, "Ann"}, Tavola::EmailMessage::To, OutboxMessage::Outcome::Open, {}});
+        message.recipients.push_back({recipient, OutboxMessage::Outcome::Open, {}});
     return message;
 }
 
-SmtpSender::Result send(const MailSettings& settings, OutboxMessage& message, const MailCredentials& credentials = {})
+SmtpSender::Result send(
+    const MailSettings& settings, OutboxMessage& message, const MailCredentials& credentials = {}, const QByteArray& mail = kMail,
+    const SmtpSender::GoOn& goOn = [] { return true; })
 {
-    const std::atomic<bool> stop{false};
-    return SmtpSender(settings, credentials).send(message, stop);
+    const Folder folder;
+    message.sizeBytes = mail.size();
+    return SmtpSender(settings, credentials).send(message, folder.write("m.eml", mail), goOn);
 }
 
 SmtpSender::Result send(const SmtpTestServer& server)
@@ -51,8 +52,7 @@ TEST_CASE("smtp sender: a message arrives as it was written, dots and all")
     REQUIRE(mails.size() == 1);
     CHECK(mails[0].sender == "museum@example.net");
     CHECK(mails[0].recipients == std::vector<QByteArray>{"ann@example.org"});
-    const QJsonObject mail = parseMail(mails[0].data);
-    CHECK(partBytes(mail, 0) == "Hello\r\n.\r\n..dots\r\n");
+    CHECK(mails[0].data == kMail);
     CHECK(mails[0].login.isEmpty());
 }
 
@@ -101,8 +101,8 @@ TEST_CASE("smtp sender: a connection that ends at any step is worth another atte
         SmtpTestServer server;
         server.closeAt(step);
         OutboxMessage message = letter();
-        message.text = QString(3'000'000, 'x'); // more than the buffers between the two hold
-        const auto result = send(testSettings(server.address()), message);
+        // More than the buffers between the two hold.
+        const auto result = send(testSettings(server.address()), message, {}, (QByteArray(76, 'x') + "\r\n").repeated(50000));
         CHECK(result.outcome == Outcome::Later);
         CHECK(result.words.toStdString() == ("the connection to the mail server " + server.address() + " broke").toStdString());
         CHECK(message.recipients[0].outcome == OutboxMessage::Outcome::Open);
@@ -138,7 +138,7 @@ TEST_CASE("smtp sender: a server that is not there is worth another attempt")
     CHECK(result.words.toStdString() == ("the mail server " + address + " cannot be reached").toStdString());
 }
 
-TEST_CASE("smtp sender: a server whose name nobody knows is worth another attempt")
+TEST_CASE("smtp sender: a server whose name is not known is worth another attempt")
 {
     OutboxMessage message = letter();
     const auto result = send(testSettings("smtp://mail.invalid:25"), message);
@@ -182,7 +182,7 @@ TEST_CASE("smtp sender: with recipients refused for now and for good, those for 
 {
     SmtpTestServer server;
     server.answer("RCPT ann@example.org", "450 busy");
-    server.answer("RCPT bob@example.org", "550 nobody");
+    server.answer("RCPT bob@example.org", "550 unknown");
     OutboxMessage message = letter({"ann@example.org", "bob@example.org"});
     const auto result = send(testSettings(server.address()), message);
     CHECK(result.outcome == Outcome::Later);
@@ -200,48 +200,75 @@ TEST_CASE("smtp sender: once stopped it ends, whatever the server does")
             std::this_thread::yield();
         stop = true;
     });
-    const auto result = SmtpSender(testSettings(server.address()), {}).send(message, stop);
+    const auto result = send(testSettings(server.address()), message, {}, kMail, [&] { return !stop; });
     stopper.join();
     CHECK(result.outcome == Outcome::Stopped);
     CHECK(message.recipients[0].outcome == OutboxMessage::Outcome::Open);
 }
 
-TEST_CASE("smtp sender: a file that the outbox has lost ends the message")
+TEST_CASE("smtp sender: a message whose file is gone, or of another length, is not sent")
+{
+    const Folder folder;
+    SmtpTestServer server;
+    const SmtpSender sender(testSettings(server.address()), {});
+    const QString path = folder.write("m.eml", kMail);
+    OutboxMessage message = letter();
+    for (const int difference : {-1, 1}) {
+        message.sizeBytes = kMail.size() + difference;
+        const auto result = sender.send(message, path, [] { return true; });
+        CHECK(result.outcome == Outcome::Refused);
+        CHECK(result.words == "the outbox has lost the message's file");
+    }
+    message.sizeBytes = kMail.size();
+    CHECK(sender.send(message, folder.path("none"), [] { return true; }).outcome == Outcome::Refused);
+    CHECK(sender.send(message, folder.path(), [] { return true; }).outcome == Outcome::Refused);
+    CHECK(server.connections() == 0);
+}
+
+TEST_CASE("smtp sender: a file that becomes shorter while it is sent does not arrive as half a message")
+{
+    const Folder folder;
+    SmtpTestServer server;
+    server.holdAt("DATA");
+    OutboxMessage message = letter();
+    const QByteArray mail = (QByteArray(76, 'x') + "\r\n").repeated(50000);
+    message.sizeBytes = mail.size();
+    const QString path = folder.write("m.eml", mail);
+    bool isCut = false;
+    const auto cut = [&] {
+        if (server.held() == 1) {
+            isCut = QFile::resize(path, 780000);
+            server.release();
+        }
+        return true;
+    };
+    const auto result = SmtpSender(testSettings(server.address()), {}).send(message, path, cut);
+    CHECK(isCut);
+    CHECK(result.outcome == Outcome::Later);
+    CHECK(message.recipients[0].outcome == OutboxMessage::Outcome::Open);
+    CHECK(server.mails().empty());
+}
+
+TEST_CASE("smtp sender: a message that has lost its recipients is no delivery")
 {
     SmtpTestServer server;
-    OutboxMessage message = letter();
-    message.files.push_back({"a.txt", "text/plain", "/nonexistent/0", 3});
+    OutboxMessage message = letter({});
     const auto result = send(testSettings(server.address()), message);
     CHECK(result.outcome == Outcome::Refused);
-    CHECK(result.words == "the outbox has lost its copy of a.txt");
-    CHECK(server.connections() == 0);
-}
-
-TEST_CASE("smtp sender: a message that has lost its recipients or the list of its files is no delivery")
-{
-    SmtpTestServer server;
-    OutboxMessage nobody = letter({});
-    auto result = send(testSettings(server.address()), nobody);
-    CHECK(result.outcome == Outcome::Refused);
     CHECK(result.words == "the outbox has lost the recipients");
-    OutboxMessage bare = letter();
-    bare.folder = QStringLiteral("1");
-    result = send(testSettings(server.address()), bare);
-    CHECK(result.outcome == Outcome::Refused);
-    CHECK(result.words == "the outbox has lost the list of its files");
     CHECK(server.connections() == 0);
 }
 
-TEST_CASE("smtp sender: where everybody has an outcome nobody is asked for again")
+TEST_CASE("smtp sender: where every recipient has an outcome the server is not asked again")
 {
     SmtpTestServer server;
     OutboxMessage message = letter({"ann@example.org", "bob@example.org"});
     message.recipients[0].outcome = OutboxMessage::Outcome::Delivered;
     message.recipients[1].outcome = OutboxMessage::Outcome::Refused;
-    message.recipients[1].reply = QStringLiteral("550 nobody");
+    message.recipients[1].reply = QStringLiteral("550 unknown");
     const auto result = send(testSettings(server.address()), message);
     CHECK(result.outcome == Outcome::Refused);
-    CHECK(result.words == "550 nobody");
+    CHECK(result.words == "550 unknown");
     CHECK(server.connections() == 0);
 }
 
@@ -265,7 +292,7 @@ TEST_CASE("smtp sender: encryption by STARTTLS and from the first byte on, with 
     }
 }
 
-TEST_CASE("smtp sender: a certificate that nobody vouches for is not trusted, and nothing is said to that server")
+TEST_CASE("smtp sender: a certificate of no known authority is not trusted, and nothing is sent to that server")
 {
     const Folder folder;
     const TestCertificate own(folder);

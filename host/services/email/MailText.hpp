@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+namespace Host
+{
+/// Checks and forms of the texts in a message's header that visitors type or files are named by.
+namespace MailText
+{
+/// Whether a text has the form of one mailbox, "ann@example.org". Says nothing about whether it exists.
+[[nodiscard]] bool isAddress(const QString& text);
+/// The address with its domain in ASCII, as mail servers expect it.
+[[nodiscard]] QByteArray plainAddress(const QString& address);
+/// The text on one line: every run of control characters and line ends becomes one blank.
+[[nodiscard]] QString oneLine(const QString& text);
+}
+}
