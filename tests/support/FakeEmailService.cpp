@@ -2,9 +2,7 @@
 
 #include <QIODevice>
 
-#include <algorithm>
-#include <stdexcept>
-#include <thread>
+#include <utility>
 
 namespace TestSupport
 {
@@ -38,46 +36,6 @@ int FakeEmailService::created() const
     return m_created;
 }
 
-std::vector<std::size_t> FakeEmailService::waiting() const
-{
-    const std::lock_guard lock(m_mutex);
-    std::vector<std::size_t> indices;
-    for (const auto& one : m_waiting)
-        indices.push_back(one.first);
-    return indices;
-}
-
-folly::Promise<Tavola::EmailServiceAPI::EmailStatus> FakeEmailService::take(std::size_t index)
-{
-    const std::lock_guard lock(m_mutex);
-    const auto found = std::find_if(m_waiting.begin(), m_waiting.end(), [index](const auto& one) { return one.first == index; });
-    if (found == m_waiting.end())
-        throw std::logic_error("message " + std::to_string(index) + " of the fake e-mail service does not wait for an answer");
-    auto promise = std::move(found->second);
-    m_waiting.erase(found);
-    return promise;
-}
-
-void FakeEmailService::answer(std::size_t index, const EmailStatus& status)
-{
-    take(index).setValue(status);
-}
-
-void FakeEmailService::fail(std::size_t index, const std::string& text)
-{
-    take(index).setException(std::runtime_error(text));
-}
-
-void FakeEmailService::answerFromThread(std::size_t index, const EmailStatus& status)
-{
-    std::thread([promise = take(index), status]() mutable { promise.setValue(status); }).join();
-}
-
-void FakeEmailService::failFromThread(std::size_t index, const std::string& text)
-{
-    std::thread([promise = take(index), text]() mutable { promise.setException(std::runtime_error(text)); }).join();
-}
-
 folly::Future<Tavola::EmailServiceAPI::EmailStatus> FakeEmailService::send(const Tavola::EmailMessage& message)
 {
     Sent sent{message.recipients(), message.subject(), message.sender(), message.content, {}};
@@ -87,8 +45,7 @@ folly::Future<Tavola::EmailServiceAPI::EmailStatus> FakeEmailService::send(const
     m_sent.push_back(std::move(sent));
     if (!m_hold)
         return folly::makeFuture(m_answer);
-    m_waiting.emplace_back(m_sent.size() - 1, folly::Promise<EmailStatus>());
-    return m_waiting.back().second.getFuture();
+    return open(m_sent.size() - 1);
 }
 
 Tavola::EmailMessage FakeEmailService::createMessage()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "HeldAnswers.hpp"
+
 #include <Tavola/EmailServiceAPI.hpp>
 #include <Tavola/ServiceInstance.hpp>
 
@@ -7,9 +9,6 @@
 #include <QString>
 
 #include <mutex>
-#include <optional>
-#include <string>
-#include <utility>
 #include <vector>
 
 namespace TestSupport
@@ -22,7 +21,9 @@ namespace TestSupport
 ///     mail->holdAnswers(true);
 ///     ...
 ///     mail->answerFromThread(0, {true, {}});
-class FakeEmailService final : public Tavola::ServiceInstance, public Tavola::EmailServiceAPI
+class FakeEmailService final : public Tavola::ServiceInstance,
+                               public Tavola::EmailServiceAPI,
+                               public HeldAnswers<Tavola::EmailServiceAPI::EmailStatus>
 {
 public:
     struct Attachment
@@ -43,38 +44,25 @@ public:
 
     /// The content of new messages; empty at first.
     void setTemplate(const QString& text);
-    /// What messages are answered with at once, unless answers are held; success at first.
+    /// The answer that messages get at once unless answers are held; success at first.
     void setAnswer(const EmailStatus& status);
-    /// While held, a message waits for `answer` or `fail`.
+    /// While held, a message stays open until `answer` or `fail` (see HeldAnswers).
     void holdAnswers(bool hold);
 
-    /// Everything that was sent, in order, answered or not. The index of a message names it below.
+    /// All messages, in order, answered or not. The index of a message is its place here.
     [[nodiscard]] std::vector<Sent> sent() const;
-    /// How many messages were created.
+    /// The number of messages that were created.
     [[nodiscard]] int created() const;
-
-    /// The indices of those that wait for an answer.
-    [[nodiscard]] std::vector<std::size_t> waiting() const;
-    /// Answers a held message on the caller's thread, which may be any.
-    void answer(std::size_t index, const EmailStatus& status);
-    /// Fails its future with an exception of that text.
-    void fail(std::size_t index, const std::string& text);
-    /// As above, completed on a thread of its own, which has ended when the call returns.
-    void answerFromThread(std::size_t index, const EmailStatus& status);
-    void failFromThread(std::size_t index, const std::string& text);
 
     folly::Future<EmailStatus> send(const Tavola::EmailMessage& message) override;
     Tavola::EmailMessage createMessage() override;
 
 private:
-    [[nodiscard]] folly::Promise<EmailStatus> take(std::size_t index);
-
     mutable std::mutex m_mutex;
     QString m_template;
     EmailStatus m_answer{true, {}};
     bool m_hold = false;
     int m_created = 0;
     std::vector<Sent> m_sent;
-    std::vector<std::pair<std::size_t, folly::Promise<EmailStatus>>> m_waiting;
 };
 }

@@ -65,45 +65,6 @@ std::vector<QJsonObject> FakeMediaServer::commands(const QString& name) const
     return found;
 }
 
-std::vector<std::size_t> FakeMediaServer::waiting() const
-{
-    std::vector<std::size_t> indices;
-    for (const auto& one : m_waiting)
-        indices.push_back(one.index);
-    return indices;
-}
-
-folly::Promise<QJsonObject> FakeMediaServer::take(std::size_t index)
-{
-    const auto found =
-        std::find_if(m_waiting.begin(), m_waiting.end(), [index](const Waiting& one) { return one.index == index; });
-    if (found == m_waiting.end())
-        throw std::logic_error("command " + std::to_string(index) + " of the fake media server does not wait for an answer");
-    auto promise = std::move(found->promise);
-    m_waiting.erase(found);
-    return promise;
-}
-
-void FakeMediaServer::answer(std::size_t index, const QJsonObject& reply)
-{
-    take(index).setValue(reply);
-}
-
-void FakeMediaServer::fail(std::size_t index, const std::string& text)
-{
-    take(index).setException(std::runtime_error(text));
-}
-
-void FakeMediaServer::answerFromThread(std::size_t index, const QJsonObject& reply)
-{
-    std::thread([promise = take(index), reply]() mutable { promise.setValue(reply); }).join();
-}
-
-void FakeMediaServer::failFromThread(std::size_t index, const std::string& text)
-{
-    std::thread([promise = take(index), text]() mutable { promise.setException(std::runtime_error(text)); }).join();
-}
-
 folly::Future<QJsonObject> FakeMediaServer::request(const QJsonObject& command)
 {
     m_commands.push_back(command);
@@ -114,7 +75,6 @@ folly::Future<QJsonObject> FakeMediaServer::request(const QJsonObject& command)
             return folly::makeFuture<QJsonObject>(std::runtime_error(failure.what()));
         }
     }
-    m_waiting.push_back({m_commands.size() - 1, {}});
-    return m_waiting.back().promise.getFuture();
+    return open(m_commands.size() - 1);
 }
 }
