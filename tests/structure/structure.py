@@ -15,14 +15,14 @@ from pathlib import Path
 # A unit may include only units of a lower floor, or of its own floor when these do not include it.
 FLOORS = {
     "platform/compat": 1, "platform/bedrock": 1, "platform/vecta": 1,
-    "platform/facet": 2, "platform/cadence": 2, "platform/http": 2,
+    "platform/facet": 2, "platform/cadence": 2, "platform/http": 2, "platform/qr": 2,
     "platform/cascara": 3, "platform/tactile": 3, "platform/lantern": 3,
     "platform/trellis": 4,
     "platform/tavola": 5,
     "plugin": 6, "host": 6,
 }
 # Units that stand apart, which nothing of the house includes, and all that they may include of it.
-APART = {"mediaserver": {"platform/bedrock", "platform/http"}}
+APART = {"mediaserver": {"platform/bedrock", "platform/http", "platform/qr"}}
 # Programs beside the house, which may include any platform library.
 BESIDE = {"tools/visit", "bench"}
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "Components.hpp"
 #include "TestHost.hpp"
 
 #include <Facet/AttributeT.hpp>
-#include <Tavola/Component.hpp>
 #include <Tavola/ContentMenuWidget.hpp>
 #include <Tavola/ContentWidget.hpp>
 #include <Trellis/Widget.hpp>
@@ -19,25 +19,11 @@ struct MenuHost
 {
     MenuHost()
     {
-        addComponent<Trellis::Widget>("panel");
-        addComponent<Tavola::ContentMenuWidget>("content-menu");
+        addComponentOf<Trellis::Widget>(host, "panel");
+        addComponentOf<Tavola::ContentMenuWidget>(host, "content-menu");
         host.style("Widget.content { width: 200px; height: 100px } ");
     }
-    ~MenuHost()
-    {
-        for (auto entry : entries)
-            host.tavola().unregisterFactory(entry);
-    }
 
-    template <class W>
-    void addComponent(const char* name)
-    {
-        auto factory = std::make_shared<Tavola::ComponentFactory>();
-        factory->create = [] {
-            return std::make_shared<Tavola::WidgetComponent>([] { return Bedrock::IntrusivePtr<Trellis::Widget>(new W()); });
-        };
-        entries.push_back(host.tavola().registerFactory(QLatin1String(name), std::move(factory)));
-    }
     [[nodiscard]] QString path(const QString& name) const { return QDir(folder.path()).filePath(name); }
     QString write(const QString& name, const QByteArray& text) const
     {
@@ -85,5 +71,4 @@ struct MenuHost
 
     TestSupport::TestHost host;
     QTemporaryDir folder;
-    std::vector<Tavola::FactoryTable::iterator> entries;
 };

@@ -1,5 +1,6 @@
 #include <doctest/doctest.h>
 
+#include "Components.hpp"
 #include "LogCapture.hpp"
 #include "TestHost.hpp"
 
@@ -19,23 +20,10 @@ struct Table
 {
     Table()
     {
-        for (const char* name : {"panel", "picture"}) {
-            auto factory = std::make_shared<Tavola::ComponentFactory>();
-            factory->create = [] {
-                return std::make_shared<Tavola::WidgetComponent>([] { return Bedrock::makeIntrusive<Trellis::Widget>(); });
-            };
-            factory->schema = Tavola::Schema({{"restrictions", QJsonArray{"lock"}}});
-            entries.push_back(host.tavola().registerFactory(QLatin1String(name), std::move(factory)));
-        }
+        for (const char* name : {"panel", "picture"})
+            addComponentOf<Trellis::Widget>(host, name, Tavola::Schema({{"restrictions", QJsonArray{"lock"}}}));
     }
-    ~Table()
-    {
-        for (const auto& entry : entries)
-            host.tavola().unregisterFactory(entry);
-    }
-
     TestHost host;
-    std::vector<Tavola::FactoryTable::iterator> entries;
 };
 
 ComponentUse use(const char* component, const char* id = "", const char* place = "file.json: widgets[0]")
@@ -133,7 +121,7 @@ TEST_CASE("component use: one whose factory makes nothing is left out")
     Table table;
     auto factory = std::make_shared<Tavola::ComponentFactory>();
     factory->create = [] { return std::shared_ptr<Tavola::UIComponent>(); };
-    table.entries.push_back(table.host.tavola().registerFactory(QStringLiteral("empty"), factory));
+    table.host.tavola().registerFactory(QStringLiteral("empty"), factory);
     expectWarning("ComponentUse # file.json: widgets[0]: component \"empty\" cannot be made; it is left out");
     CHECK(use("empty").makeComponent() == nullptr);
 }

@@ -1,5 +1,6 @@
 #include <doctest/doctest.h>
 
+#include "Components.hpp"
 #include "LogCapture.hpp"
 #include "TestHost.hpp"
 
@@ -105,11 +106,7 @@ TEST_CASE("user interface: what lies in the internal overlay takes input, the ov
 TEST_CASE("user interface: a stock widget is one of a registered component")
 {
     TestHost host;
-    auto factory = std::make_shared<Tavola::ComponentFactory>();
-    factory->create = [] {
-        return std::make_shared<Tavola::WidgetComponent>([] { return makeIntrusive<Tavola::ContentWidget>(); });
-    };
-    host.tavola().registerFactory("picture", factory);
+    addComponentOf<Tavola::ContentWidget>(host, "picture");
     const auto widget = host.ui().createStockWidget("picture", "main");
     REQUIRE(widget);
     CHECK(widget->cssType() == "ContentWidget");
@@ -127,9 +124,7 @@ TEST_CASE("user interface: a stock widget that cannot be made is null and a warn
     TestSupport::expectWarning("UserInterface::createStockWidget # Component 'picture' is not registered");
     CHECK_FALSE(host.ui().createStockWidget("picture", "main"));
 
-    auto factory = std::make_shared<Tavola::ComponentFactory>();
-    factory->create = [] { return std::make_shared<Tavola::WidgetComponent>(nullptr); };
-    host.tavola().registerFactory("nothing", factory);
+    addComponent(host, "nothing", [] { return nullptr; });
     TestSupport::expectWarning("UIComponent::createInstance # Component 'nothing' made no widget");
     CHECK_FALSE(host.ui().createStockWidget("nothing", "main"));
 }

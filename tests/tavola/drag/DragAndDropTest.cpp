@@ -137,17 +137,61 @@ TEST_CASE_FIXTURE(BinAndCard, "drag and drop: held by two fingers a widget hover
     CHECK(compact(bin->types) == Types{kHover, kValidHover, kDrop});
 }
 
-TEST_CASE_FIXTURE(BinAndCard, "drag and drop: a listener that is left receives Leave once")
+TEST_CASE("drag and drop: what fingers do over a listener and beside it")
 {
-    host.drag(1, {150.f, 150.f}, {700.f, 400.f});
-    host.input.fingerMove(1, {150.f, 150.f});
-    host.frame();
-    CHECK(bin->types == Types{kValidHover, kLeave});
-    host.input.fingerMove(1, {200.f, 150.f});
-    host.frame();
-    host.input.fingerUp(1);
-    host.frames(3);
-    CHECK(bin->types == Types{kValidHover, kLeave});
+    struct Row
+    {
+        const char* what;
+        std::function<void(BinAndCard&)> act;
+        Types types;
+    };
+    const Vector2f start{150.f, 150.f};
+    const Vector2f over{700.f, 400.f};
+    const Row rows[] = {
+        {"let go over it", [&](BinAndCard& t) { t.host.dragAndDrop(1, start, over, 1); }, {kValidHover, kDrop}},
+        {"moved off it, on, and let go",
+         [&](BinAndCard& t) {
+             t.host.drag(1, start, over);
+             for (const float x : {150.f, 200.f}) {
+                 t.host.input.fingerMove(1, {x, 150.f});
+                 t.host.frame();
+             }
+             t.host.input.fingerUp(1);
+             t.host.frames(3);
+         },
+         {kValidHover, kLeave}},
+        {"cancelled over it",
+         [&](BinAndCard& t) {
+             t.host.drag(1, start, over, 1);
+             t.host.input.fingerCancel(1);
+             t.host.frame();
+         },
+         {kValidHover, kLeave}},
+        {"a tap", [&](BinAndCard& t) { t.host.tap(start); }, {}},
+        {"let go beside it",
+         [&](BinAndCard& t) {
+             t.host.dragAndDrop(1, start, {250.f, 150.f});
+         },
+         {}},
+        {"let go over a hidden one",
+         [&](BinAndCard& t) {
+             t.host.style("Bin { display: none }");
+             t.host.dragAndDrop(1, start, over);
+         },
+         {}},
+        {"let go over one that fades out",
+         [&](BinAndCard& t) {
+             Trellis::FadeAnimator::fadeOutAndDelete(*t.bin, 10.f, 0.f);
+             t.host.dragAndDrop(1, start, over);
+         },
+         {}},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.what);
+        BinAndCard table;
+        row.act(table);
+        CHECK(table.bin->types == row.types);
+    }
 }
 
 TEST_CASE("drag and drop: the next listener receives its hover after the one before received Leave")
@@ -251,35 +295,6 @@ TEST_CASE("drag and drop: a tile of one listener can be dropped on another one")
     host.dragAndDrop(1, {200.f, 200.f}, {1000.f, 200.f});
     CHECK(compact(to->types) == Types{kValidHover, kDrop});
     CHECK(from->types.empty());
-}
-
-TEST_CASE_FIXTURE(BinAndCard, "drag and drop: hidden listeners and those on their way out are no targets")
-{
-    SUBCASE("hidden")
-    {
-        host.style("Bin { display: none }");
-    }
-    SUBCASE("on its way out")
-    {
-        Trellis::FadeAnimator::fadeOutAndDelete(*bin, 10.f, 0.f);
-    }
-    host.dragAndDrop(1, {150.f, 150.f}, {700.f, 400.f});
-    CHECK(bin->types.empty());
-}
-
-TEST_CASE_FIXTURE(BinAndCard, "drag and drop: a tap and a drag beside every listener send no event")
-{
-    host.tap({150.f, 150.f});
-    host.dragAndDrop(1, {150.f, 150.f}, {250.f, 150.f});
-    CHECK(bin->types.empty());
-}
-
-TEST_CASE_FIXTURE(BinAndCard, "drag and drop: a drag that is cancelled is left, not dropped")
-{
-    host.drag(1, {150.f, 150.f}, {700.f, 400.f}, 1);
-    host.input.fingerCancel(1);
-    host.frame();
-    CHECK(bin->types == Types{kValidHover, kLeave});
 }
 
 TEST_CASE("drag and drop: two drags at once do not mix")

@@ -150,7 +150,7 @@ TEST_CASE("content menu: what it launches has its full size when it is first upd
         bool isSeen = false;
     };
     MenuHost table;
-    table.addComponent<Probe>("probe");
+    addComponentOf<Probe>(table.host, "probe");
     const auto menu = table.menu(R"({"entries": [{"text": "Probe", "content": {"component": "probe"}}]})");
     const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
     table.host.frames(30);
@@ -170,12 +170,8 @@ TEST_CASE("content menu: what it launches has its full size when it is first upd
 TEST_CASE("content menu: an entry whose content cannot be made launches nothing, and the others go on")
 {
     MenuHost table;
-    auto factory = std::make_shared<Tavola::ComponentFactory>();
-    factory->create = [] {
-        return std::make_shared<Tavola::WidgetComponent>(
-            []() -> Bedrock::IntrusivePtr<Trellis::Widget> { throw std::runtime_error("out of pens"); });
-    };
-    table.entries.push_back(table.host.tavola().registerFactory(QStringLiteral("broken"), factory));
+    addComponent(table.host, "broken",
+                 []() -> Bedrock::IntrusivePtr<Trellis::Widget> { throw std::runtime_error("out of pens"); });
     const auto menu = table.menu(R"({"entries": [
         {"text": "Broken", "content": {"component": "broken"}},
         {"text": "Whole", "content": {"component": "panel", "classes": ["content"]}}]})");
@@ -452,7 +448,7 @@ TEST_CASE("content menu: what is launched may take the menu away")
     public:
         Closer() : Trellis::Widget(nullptr) { toRemove->removeFromParent(); }
     };
-    table.addComponent<Closer>("closer");
+    addComponentOf<Closer>(table.host, "closer");
     const auto json =
         QByteArray(R"({"entries": [{"text": "Close", "content": {"component": "closer", "classes": ["content"]}}]})");
     auto menu = table.menu(json);

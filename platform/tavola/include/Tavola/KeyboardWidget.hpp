@@ -18,11 +18,8 @@ class InputFieldWidget;
 /// It closes at the enter key (the reason of the editor's "editing-finished" is "enter"), at its hide key ("escape"), when the
 /// editor ends editing for any other reason, and when the field is hidden or removed.
 ///
-/// CSS type "KeyboardWidget", class "layout-NAME". Attributes: "keyboard-layout" (name), "key-size" (px, never less than
-/// 12 mm on the table), "key-gap" (px), "repeat-delay" and "repeat-interval" (seconds). Its keys have the CSS type
-/// "KeyWidget", the class "key" and one of their kind: "key-letter", "key-dead", "key-space", "key-shift", "key-backspace",
-/// "key-enter", "key-symbols", "key-language", "key-left", "key-right", "key-hide"; those wider than a letter "key-wide".
-/// Pseudo-classes of keys: "pressed", "lit" (shift or a dead key in force), "locked".
+/// CSS type "KeyboardWidget", class "layout-NAME"; its keys are of the CSS type "KeyWidget". docs/style-attributes.md lists the
+/// attributes of both, and the classes of keys. Main thread only.
 class TAVOLA_EXPORT KeyboardWidget final : public Trellis::Widget
 {
 public:

@@ -50,7 +50,7 @@ private:
 
     bool m_relative;
     bool m_keepsOnTable = false;
-    bool m_isTaken = false; ///< grabbed by a finger since the launch
+    bool m_isGrabbed = false; ///< grabbed by a finger since the launch
     Stage m_stage = Stage::Launched;
     Vecta::Vector2T<float> m_point;
     float m_durationSeconds;

@@ -15,7 +15,7 @@ namespace Tavola
 namespace
 {
 const QString kTooDeep = QStringLiteral("components are nested too deeply");
-/// Names that lead to names, before one is read.
+/// Named components that use one another, each being read because the one before uses it.
 constexpr int kLongestChain = 64;
 
 int countOf(const ComponentUse& use)

@@ -69,7 +69,7 @@ void LaunchedContentOperator::update(Trellis::Widget& widget, const Trellis::Fra
         }
     }
     place(widget, progress);
-    if (progress >= 1.f && (m_relative || m_isTaken || isSizeKnown(widget) || m_elapsedSeconds >= kLongestWaitSeconds))
+    if (progress >= 1.f && (m_relative || m_isGrabbed || isSizeKnown(widget) || m_elapsedSeconds >= kLongestWaitSeconds))
         setDone();
 }
 
@@ -83,8 +83,8 @@ void LaunchedContentOperator::place(Trellis::Widget& widget, float progress)
 {
     const float grown = eased(progress);
     const float scale = m_scaleAtEnd * std::max(kSmallest, grown);
-    m_isTaken = m_isTaken || widget.isHeld();
-    if (m_isTaken) {
+    m_isGrabbed = m_isGrabbed || widget.isHeld();
+    if (m_isGrabbed) {
         const Vecta::Vector2T<float> center = widget.centerLocation();
         widget.setScale(scale);
         widget.setCenterLocation(center);

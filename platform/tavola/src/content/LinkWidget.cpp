@@ -1,9 +1,9 @@
 #include <Tavola/LinkWidget.hpp>
 
-#include "content/QrPicture.hpp"
 #include "shared/AttributeDefaults.hpp"
 
 #include <Lantern/RenderContext.hpp>
+#include <Qr/QrPicture.hpp>
 #include <Trellis/TextWidget.hpp>
 
 #include <QUrl>
@@ -54,7 +54,7 @@ public:
 
     void show(const QString& address)
     {
-        m_picture = qrPicture(address.toUtf8());
+        m_picture = Qr::picture(address.toUtf8()).convertToFormat(QImage::Format_RGB32); // which is drawn as it is
         setDefault(*this, "display", m_picture.isNull() ? "none" : "block");
         requestRedraw();
     }

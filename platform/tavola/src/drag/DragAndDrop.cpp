@@ -55,7 +55,7 @@ Place between(const Place& from, const Place& to, float share)
 }
 
 /// Whether the widget is visible and not fading out.
-bool takesDrops(const Widget& widget)
+bool acceptsDrops(const Widget& widget)
 {
     for (const Widget* w = &widget; w; w = w->parent())
         if (Trellis::FadeAnimator::isFadingOut(*w))
@@ -74,7 +74,7 @@ Widget* listenerAt(Widget& widget, const Widget& dragged, Vector2f scenePoint)
             return found;
     if (!dynamic_cast<DropListener*>(&widget) || widget.isAncestorOf(dragged))
         return nullptr;
-    return widget.isInside(widget.mapFromScene(scenePoint)) && takesDrops(widget) ? &widget : nullptr;
+    return widget.isInside(widget.mapFromScene(scenePoint)) && acceptsDrops(widget) ? &widget : nullptr;
 }
 
 Widget* listenerAt(const Widget& dragged, Vector2f scenePoint)

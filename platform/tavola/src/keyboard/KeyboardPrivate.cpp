@@ -288,7 +288,7 @@ void KeyboardWidget::Private::stopListening()
         served->eventRemoveListener(finishedListener);
 }
 
-void KeyboardWidget::Private::fieldLeft()
+void KeyboardWidget::Private::endEditingSoon()
 {
     stopListening();
     if (closing)

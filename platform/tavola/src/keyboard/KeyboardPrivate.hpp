@@ -46,8 +46,8 @@ struct KeyboardWidget::Private
     // ---- The field ------------------------------------------------------------------------------------------------------
     void listen();
     void stopListening();
-    /// Ends editing when the keyboard was destroyed while its field still exists.
-    void fieldLeft();
+    /// For a keyboard that is being destroyed: ends editing after the update, if its field exists then and has no other keyboard.
+    void endEditingSoon();
     /// Whether the field exists, is visible, and lies in the widget that the keyboard lies in.
     [[nodiscard]] bool isServing() const;
     void place();

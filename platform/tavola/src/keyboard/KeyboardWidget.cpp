@@ -75,7 +75,7 @@ KeyboardWidget::KeyboardWidget(InputFieldWidget& field) : Widget(nullptr), d(std
 KeyboardWidget::~KeyboardWidget()
 {
     d->dropKeys();
-    d->fieldLeft();
+    d->endEditingSoon();
 }
 
 IntrusivePtr<InputFieldWidget> KeyboardWidget::field() const

@@ -1,12 +1,10 @@
-#include "content/QrPicture.hpp"
+#include <Qr/QrPicture.hpp>
 
 #include <doctest/doctest.h>
 
-using Tavola::qrPicture;
-
 TEST_CASE("QR picture: dark modules of eight pixels on white, with a quiet zone of four modules")
 {
-    const QImage picture = qrPicture("https://example.org/");
+    const QImage picture = Qr::picture("https://example.org/");
     REQUIRE_FALSE(picture.isNull());
     CHECK(picture.width() == picture.height());
     CHECK(picture.width() % 8 == 0);
@@ -29,7 +27,7 @@ TEST_CASE("QR picture: dark modules of eight pixels on white, with a quiet zone 
 
 TEST_CASE("QR picture: a text that is empty or too long has none")
 {
-    CHECK(qrPicture(QByteArray()).isNull());
-    CHECK(qrPicture(QByteArray(3000, 'x')).isNull());
-    CHECK_FALSE(qrPicture(QByteArray(2000, 'x')).isNull());
+    CHECK(Qr::picture(QByteArray()).isNull());
+    CHECK(Qr::picture(QByteArray(3000, 'x')).isNull());
+    CHECK_FALSE(Qr::picture(QByteArray(2000, 'x')).isNull());
 }
