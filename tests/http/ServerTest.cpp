@@ -277,7 +277,7 @@ TEST_CASE("HTTP server: connections that have ended count no more")
 
 TEST_CASE("HTTP server: one address has only so many connections, this machine any number")
 {
-    // The server listens on the loopback address, and so takes a client with another one for somebody from outside.
+    // The server listens on the loopback address, and so treats a client with another one as a client from outside.
     const std::string outside = addressOfThisMachine();
     if (outside.empty()) {
         MESSAGE("This machine has no network: nothing to be seen here.");
@@ -358,7 +358,7 @@ TEST_CASE("HTTP server: a stop closes idle connections at once")
     HttpClient idle(server.port());
     idle.send(requestText("GET", "/"));
     REQUIRE(idle.receive());
-    // When somebody else has been served, this connection waits for its next request for certain.
+    // When another client has been served, this connection certainly waits for its next request.
     REQUIRE(ask(server.port(), "GET", "/").status == 200);
     server.stop();
     // Started requests would be given two seconds.
