@@ -355,74 +355,51 @@ TEST_CASE("outcome: an answer from another thread is shown in the next frame")
     }
 }
 
-TEST_CASE("failure: a refused mail is logged, shown and counted, and all items stay in place")
+TEST_CASE("failure: of whatever kind, it is logged, shown and counted with its text, and all items stay in place")
 {
-    Mail mail;
-    const long first = mail.addItem("http://one", 71);
-    const long second = mail.addItem("http://two", 72);
-    mail.tapEnvelope();
-    mail.write("half");
-    expectFailure("mailbox full: 100%s");
-    mail.service->answer(0, {false, "mailbox full: 100%s"});
-    mail.host.frame();
-    CHECK(classesOf(*mail.widget) == Strings{"email-failed", "email-mode", "has-content", "sending-email"});
-    REQUIRE(mail.contents->items().size() == 2);
-    CHECK(mail.contents->items().count(first) == 1);
-    CHECK(mail.contents->items().count(second) == 1);
-    CHECK(mail.field().text() == "half");
-    CHECK(analyticsOf(mail.host)
-          == Strings{widgetInEmail(71, "Ann", "ann@example.org"), widgetInEmail(72, "Ann", "ann@example.org"),
-                     emailNotSent("Ann", "ann@example.org", "mailbox full: 100%s")});
-}
-
-TEST_CASE("failure: an exception is logged, shown and counted by its own text")
-{
-    Mail mail;
-    mail.addItem("http://one", 71);
-    mail.tapEnvelope();
-    expectFailure("getrennt: für immer");
-    mail.service->fail(0, "getrennt: für immer");
-    mail.host.frame();
-    CHECK(classesOf(*mail.widget) == Strings{"email-failed", "email-mode", "has-content", "sending-email"});
-    CHECK(mail.contents->items().size() == 1);
-    CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", "ann@example.org", "getrennt: für immer"));
-}
-
-TEST_CASE("failure: an exception object without a text is logged and counted with an empty one")
-{
-    HookedMail mail;
-    mail.service->onSend = [](const Tavola::EmailMessage&) { return PluginTest::failWithNumber(); };
-    mail.tapEnvelope();
-    expectFailure("");
-    mail.host.frame();
-    CHECK(mail.hasClass("email-failed"));
-    CHECK(analyticsOf(mail.host) == Strings{emailNotSent("Ann", "ann@example.org", "")});
-}
-
-TEST_CASE("failure: a broken promise of the service counts as one")
-{
-    HookedMail mail;
-    mail.service->onSend = [](const Tavola::EmailMessage&) { return folly::Promise<Status>().getFuture(); };
-    const QString text = "Broken promise for type name `Tavola::EmailServiceAPI::EmailStatus`";
-    mail.tapEnvelope();
-    CHECK_FALSE(mail.hasClass("email-failed"));
-    expectFailure(text.toStdString());
-    mail.host.frame();
-    CHECK(mail.hasClass("email-failed"));
-    CHECK(analyticsOf(mail.host) == Strings{emailNotSent("Ann", "ann@example.org", text)});
-}
-
-TEST_CASE("failure: an exception out of the call counts as one")
-{
-    HookedMail mail;
-    mail.addItem("http://one");
-    mail.service->onSend = [](const Tavola::EmailMessage&) -> folly::Future<Status> { throw std::runtime_error("disk full"); };
-    expectFailure("disk full");
-    mail.tapEnvelope();
-    mail.host.frame();
-    CHECK(mail.hasClass("email-failed"));
-    CHECK(mail.contents->items().size() == 1);
-    CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", "ann@example.org", "disk full"));
+    struct Row
+    {
+        const char* what;
+        folly::Future<Status> (*send)(const Tavola::EmailMessage&);
+        const char* text;
+    };
+    const Row rows[] = {
+        {"refused",
+         [](const Tavola::EmailMessage&) {
+             return folly::makeFuture(Status{false, "mailbox full: 100%s"});
+         },
+         "mailbox full: 100%s"},
+        {"an exception",
+         [](const Tavola::EmailMessage&) { return folly::makeFuture<Status>(std::runtime_error("getrennt: für immer")); },
+         "getrennt: für immer"},
+        {"an exception object without a text", [](const Tavola::EmailMessage&) { return PluginTest::failWithNumber(); }, ""},
+        {"a broken promise", [](const Tavola::EmailMessage&) { return folly::Promise<Status>().getFuture(); },
+         "Broken promise for type name `Tavola::EmailServiceAPI::EmailStatus`"},
+        {"an exception out of the call",
+         [](const Tavola::EmailMessage&) -> folly::Future<Status> { throw std::runtime_error("disk full"); }, "disk full"},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.what);
+        HookedMail mail;
+        mail.service->onSend = row.send;
+        const long first = mail.addItem("http://one", 71);
+        const long second = mail.addItem("http://two", 72);
+        const std::size_t logged = TestSupport::loggedLines().size();
+        CHECK_NOTHROW(mail.tapEnvelope());
+        mail.write("half");
+        CHECK_FALSE(mail.hasClass("email-failed"));
+        CHECK(TestSupport::loggedLines().size() == logged);
+        expectFailure(row.text);
+        mail.host.frame();
+        CHECK(classesOf(*mail.widget) == Strings{"email-failed", "email-mode", "has-content", "sending-email"});
+        CHECK(mail.contents->items().size() == 2);
+        CHECK(mail.contents->items().count(first) == 1);
+        CHECK(mail.contents->items().count(second) == 1);
+        CHECK(mail.field().text() == "half");
+        CHECK(analyticsOf(mail.host)
+              == Strings{widgetInEmail(71, "Ann", "ann@example.org"), widgetInEmail(72, "Ann", "ann@example.org"),
+                         emailNotSent("Ann", "ann@example.org", QString::fromUtf8(row.text))});
+    }
 }
 
 TEST_CASE("failure: the visitor may try again, and the outcome is added to the one before")
