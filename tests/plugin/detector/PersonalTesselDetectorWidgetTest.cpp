@@ -119,11 +119,47 @@ TEST_CASE("detector: an unquoted entry of a style sheet that is no range is logg
     CHECK_FALSE(table.detector->validCode(5));
 }
 
-TEST_CASE("grab: a personal card on the detector is grabbed, one beside it is not")
+TEST_CASE("grab: a known card inside the detector is grabbed where its kind is allowed and its code passes the filters")
 {
-    PersonTable table;
-    CHECK(table.wouldGrab(table.code));
-    CHECK_FALSE(table.wouldGrab(table.code, {100.f, 400.f}));
+    struct Row
+    {
+        const char* what;
+        int kind;       ///< as the marker service gives it; -1: the card is not in the cache
+        bool isAllowed; ///< "allow-unregistered-markers"
+        bool isInside;
+        bool isFiltered; ///< the filters name another code
+        bool isGrabbed;
+    };
+    const Row rows[] = {
+        {"a personal card", 0, false, true, false, true},
+        {"a personal card beside the detector", 0, false, false, false, false},
+        {"a personal card whose code is rejected", 0, false, true, true, false},
+        {"a personal card where others are allowed", 0, true, true, false, true},
+        {"an unregistered card", 3, false, true, false, false},
+        {"an unregistered card that is allowed", 3, true, true, false, true},
+        {"an allowed card beside the detector", 3, true, false, false, false},
+        {"an allowed card whose code is rejected", 3, true, true, true, false},
+        {"a card of another kind", 1, false, true, false, false},
+        {"a card of another kind where unregistered ones are allowed", 1, true, true, false, false},
+        {"a second other kind", 2, true, true, false, false},
+        {"an unknown card", -1, false, true, false, false},
+        {"an unknown card where unregistered ones are allowed", -1, true, true, false, false},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.what);
+        PersonTable table;
+        const auto card = newCode();
+        if (row.kind >= 0)
+            table.host.addCard(card, row.kind);
+        table.attribute<bool>("allow-unregistered-markers").setValue(row.isAllowed);
+        table.attribute<QString>("marker-filters").setValue(QString::number(row.isFiltered ? card + 1 : card));
+        const Vecta::Vector2f place = row.isInside ? PersonTable::kCard : Vecta::Vector2f(100.f, 400.f);
+        CHECK(table.wouldGrab(card, place) == row.isGrabbed);
+        const auto id = table.putDown(card, place);
+        CHECK((table.holder(id) == table.detector.get()) == row.isGrabbed);
+        table.lift(id);
+        CHECK(table.spaces().size() == (row.isGrabbed ? 1u : 0u));
+    }
 }
 
 TEST_CASE("grab: a finger is never grabbed, also where its missing code is that of a person")
@@ -133,45 +169,6 @@ TEST_CASE("grab: a finger is never grabbed, also where its missing code is that 
     REQUIRE(table.wouldGrab(0));
     CHECK_FALSE(
         table.detector->shouldGrab(*table.host.app().grabManager(), {Tactile::TrackedObject::Type::Finger, 1, {600.f, 400.f}}));
-}
-
-TEST_CASE("grab: a card that is not in the cache is never grabbed")
-{
-    PersonTable table;
-    table.attribute<bool>("allow-unregistered-markers").setValue(true);
-    const auto unknown = newCode();
-    CHECK_FALSE(table.wouldGrab(unknown));
-    const auto id = table.putDown(unknown);
-    CHECK(table.holder(id) != table.detector.get());
-    CHECK(table.spaces().empty());
-}
-
-TEST_CASE("grab: a card that the filters reject is ignored")
-{
-    PersonTable table;
-    table.attribute<QString>("marker-filters").setValue(QString::number(table.code + 1));
-    CHECK_FALSE(table.wouldGrab(table.code));
-    const auto id = table.putDown(table.code);
-    CHECK(table.holder(id) != table.detector.get());
-    table.lift(id);
-    CHECK(table.spaces().empty());
-    table.attribute<QString>("marker-filters").setValue(QString::number(table.code));
-    CHECK(table.wouldGrab(table.code));
-}
-
-TEST_CASE("grab: an unregistered card is grabbed only where the detector allows it, other kinds never")
-{
-    PersonTable table;
-    const auto unregistered = newCode();
-    const auto other = newCode();
-    table.host.addCard(unregistered, 3);
-    table.host.addCard(other, 1);
-    CHECK_FALSE(table.wouldGrab(unregistered));
-    CHECK_FALSE(table.wouldGrab(other));
-    table.attribute<bool>("allow-unregistered-markers").setValue(true);
-    CHECK(table.wouldGrab(unregistered));
-    CHECK_FALSE(table.wouldGrab(unregistered, {100.f, 400.f}));
-    CHECK_FALSE(table.wouldGrab(other));
 }
 
 TEST_CASE("card: it opens its owner's space, centred at the card and upright")
@@ -370,43 +367,45 @@ TEST_CASE("card on content: what cannot be collected is left alone")
     CHECK(table.spaces().empty());
 }
 
-TEST_CASE("card on content: an unknown card is ignored, an unregistered one is where it is not allowed")
+TEST_CASE("card on content: cards of a kind that is allowed collect, unless they own a folder, whatever the filters are")
 {
-    PersonTable table;
-    table.collect(Mode::AddToPersonalSpace);
-    const auto unregistered = newCode();
-    const auto other = newCode();
-    table.host.addCard(unregistered, 3);
-    table.host.addCard(other, 2);
-    table.putOn(*table.content(), newCode());
-    table.putOn(*table.content(), unregistered);
-    table.putOn(*table.content(), other);
-    CHECK(table.spaces().empty());
-    table.attribute<bool>("allow-unregistered-markers").setValue(true);
-    table.putOn(*table.content(), other);
-    CHECK(table.spaces().empty());
-    table.putOn(*table.content(), unregistered);
-    CHECK(table.spaces().size() == 1);
-    CHECK(PersonalSpaceContents::personalContent(unregistered)->items().size() == 1);
-}
-
-TEST_CASE("card on content: a card that owns a folder does not collect")
-{
-    PersonTable table;
-    table.collect(Mode::AddToPersonalSpace);
-    const auto keyed = newCode();
-    table.host.addPerson(keyed, "Cleo", "", "folder-1");
-    table.putOn(*table.content(), keyed);
-    CHECK(table.spaces().empty());
-}
-
-TEST_CASE("card on content: the filters of the detector do not matter there")
-{
-    PersonTable table;
-    table.collect(Mode::AddToPersonalSpace);
-    table.attribute<QString>("marker-filters").setValue("1");
-    table.putOn(*table.content(), table.code);
-    CHECK(table.spaces().size() == 1);
+    struct Row
+    {
+        const char* what;
+        int kind; ///< -1: the card is not in the cache
+        const char* contentKey;
+        bool isAllowed; ///< "allow-unregistered-markers"
+        bool collects;
+    };
+    const Row rows[] = {
+        {"a personal card", 0, "", false, true},
+        {"a personal card that owns a folder", 0, "folder-1", true, false},
+        {"an unregistered card", 3, "", false, false},
+        {"an unregistered card that is allowed", 3, "", true, true},
+        {"an allowed card with a content key", 3, "folder-1", true, true},
+        {"a card of another kind", 2, "", false, false},
+        {"a card of another kind where unregistered ones are allowed", 2, "", true, false},
+        {"an unknown card", -1, "", true, false},
+    };
+    for (const Row& row : rows) {
+        for (const char* filters : {"", "1"}) {
+            CAPTURE(row.what);
+            CAPTURE(filters);
+            PersonTable table;
+            table.collect(Mode::AddToPersonalSpace);
+            table.attribute<bool>("allow-unregistered-markers").setValue(row.isAllowed);
+            table.attribute<QString>("marker-filters").setValue(filters);
+            const auto card = newCode();
+            using Tavola::TesselServiceAPI;
+            if (row.kind >= 0)
+                table.host.cache().insert(card,
+                                          TesselServiceAPI::MarkerProperties(
+                                              row.kind, TesselServiceAPI::PersonalMarkerProperties{"Bob", "", row.contentKey}));
+            table.putOn(*table.content(), card);
+            CHECK(table.spaces().size() == (row.collects ? 1u : 0u));
+            CHECK(PersonalSpaceContents::personalContent(card)->items().size() == (row.collects ? 1u : 0u));
+        }
+    }
 }
 
 TEST_CASE("card on content: the space is turned towards the hand where the detector is")
