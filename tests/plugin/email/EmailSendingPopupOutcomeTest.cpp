@@ -138,6 +138,23 @@ TEST_CASE("failure: a refused mail is logged as an error and as a warning, shown
     CHECK(mail.sent() == 1);
 }
 
+TEST_CASE("failure: it is logged before the view changes")
+{
+    Mail mail;
+    mail.send();
+    std::vector<Strings> shown;
+    Bedrock::Trace::Sink before;
+    before = Bedrock::Trace::setSink([&](Level level, const std::string& line) {
+        shown.push_back(classesOf(*mail.widget));
+        before(level, line);
+    });
+    endAndShow(mail, Answer::Refusal);
+    mail.host.frame();
+    (void)Bedrock::Trace::setSink(before);
+    CHECK(shown == std::vector<Strings>(2, Strings{"sending-email"}));
+    CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
+}
+
 TEST_CASE("failure: an exception is logged, shown and counted by its own text")
 {
     Mail mail;
