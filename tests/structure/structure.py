@@ -43,7 +43,6 @@ KNOWN = [
     ("words", "platform/bedrock"),
     ("words", "platform/tactile"),
     ("words", "platform/tavola"),
-    ("words", "platform/trellis"),
     ("words", "plugin"),
     ("words", "tests"),
 ]

@@ -77,29 +77,90 @@ TEST_CASE("grabs: a card is given to the widget it lies on, until it leaves")
     CHECK(grabs.grabber(id) == nullptr);
 }
 
-TEST_CASE("grabs: down and up within one frame both arrive")
+TEST_CASE("grabs: a card is held by the widget that accepted or was given it, which alone sees it leave")
 {
-    Scene scene;
-    auto& a = tray(scene, 100);
-    const auto id = scene.input.markerDown(1001, {150, 150});
-    scene.input.markerUp(id);
-    scene.frames();
-    CHECK(a.log == Log{"down 1001", "up 1001"});
+    struct Table
+    {
+        Scene scene;
+        Tray& a = tray(scene, 100);
+        Tray& b = tray(scene, 300);
+        std::int64_t card = 0;
+        GrabManager& grabs() { return *scene.app.grabManager(); }
+    };
+    using Step = void (*)(Table&);
+    struct Row
+    {
+        std::string name;
+        std::vector<Step> steps; ///< a frame after each
+        Log a, b;
+        char holder = ' '; ///< at the end
+    };
+    const Step put = [](Table& table) { table.card = table.scene.input.markerDown(1001, {150, 150}); };
+    const Step putBeside = [](Table& table) { table.card = table.scene.input.markerDown(1001, {500, 500}); };
+    const Step lift = [](Table& table) { table.scene.input.markerUp(table.card); };
+    const Step giveToA = [](Table& table) { table.grabs().transferGrab(table.card, table.a.inputGrabber()); };
+    const Step giveToB = [](Table& table) { table.grabs().transferGrab(table.card, table.b.inputGrabber()); };
+    const Step releaseByA = [](Table& table) { table.grabs().ungrab(table.card, table.a.inputGrabber()); };
+    const Step releaseByB = [](Table& table) { table.grabs().ungrab(table.card, table.b.inputGrabber()); };
+    const Row rows[] = {
+        {"put down", {put}, {"down 1001"}, {}, 'a'},
+        {"put down and lifted", {put, lift}, {"down 1001", "up 1001"}, {}},
+        {"put down and lifted within one frame",
+         {[](Table& table) {
+             table.scene.input.markerUp(table.scene.input.markerDown(1001, {150, 150}));
+         }},
+         {"down 1001", "up 1001"},
+         {}},
+        {"put beside, moved on and lifted",
+         {putBeside,
+          [](Table& table) {
+              table.scene.input.markerMove(table.card, {150, 150});
+          },
+          lift},
+         {},
+         {}},
+        {"moved off",
+         {put,
+          [](Table& table) {
+              table.scene.input.markerMove(table.card, {350, 150});
+          }},
+         {"down 1001"},
+         {},
+         'a'},
+        {"given away", {put, giveToB}, {"down 1001"}, {"down 1001"}, 'b'},
+        {"given away and lifted", {put, giveToB, lift}, {"down 1001"}, {"down 1001", "up 1001"}},
+        {"put beside and given", {putBeside, giveToA}, {"down 1001"}, {}, 'a'},
+        {"given after it was lifted", {put, lift, giveToB}, {"down 1001", "up 1001"}, {}},
+        {"not there at all", {[](Table& table) { table.grabs().transferGrab(4711, table.a.inputGrabber()); }}, {}, {}},
+        {"released by another", {put, releaseByB, lift}, {"down 1001", "up 1001"}, {}},
+        {"released by its holder", {put, releaseByA}, {"down 1001"}, {}},
+        {"released by its holder and lifted", {put, releaseByA, releaseByA, lift}, {"down 1001"}, {}},
+    };
+    for (const Row& row : rows) {
+        INFO(row.name);
+        Table table;
+        for (const Step step : row.steps) {
+            step(table);
+            table.scene.frames();
+        }
+        CHECK(table.a.log == row.a);
+        CHECK(table.b.log == row.b);
+        CHECK(table.a.heldWhenDown == !row.a.empty());
+        CHECK(table.b.heldWhenDown == !row.b.empty());
+        const Trellis::InputGrabber* holder = table.grabs().grabber(table.card);
+        CHECK(holder == (row.holder == 'a' ? &table.a.inputGrabber() : row.holder == 'b' ? &table.b.inputGrabber() : nullptr));
+    }
 }
 
-TEST_CASE("grabs: a card that no widget accepts is held by none")
+TEST_CASE("grabs: a transfer calls the new holder before it returns")
 {
     Scene scene;
-    auto& a = tray(scene, 100);
-    const auto id = scene.input.markerDown(1001, {500, 500});
+    tray(scene, 100);
+    auto& b = tray(scene, 300);
+    const auto id = scene.input.markerDown(1001, {150, 150});
     scene.frames();
-    CHECK(scene.app.grabManager()->grabber(id) == nullptr);
-    scene.input.markerMove(id, {150, 150});
-    scene.frames();
-    CHECK(scene.app.grabManager()->grabber(id) == nullptr);
-    scene.input.markerUp(id);
-    scene.frames();
-    CHECK(a.log.empty());
+    scene.app.grabManager()->transferGrab(id, b.inputGrabber());
+    CHECK(b.log == Log{"down 1001"});
 }
 
 TEST_CASE("grabs: the present sample lists the cards in the order in which they were put down")
@@ -139,55 +200,6 @@ TEST_CASE("grabs: a card that was lifted in this frame is found only on request"
     CHECK(grabs.findMarker(id, true));
     scene.frames();
     CHECK_FALSE(grabs.findMarker(id, true));
-}
-
-TEST_CASE("grabs: a transfer calls the new holder before it returns, and the old one not at all")
-{
-    Scene scene;
-    auto& a = tray(scene, 100);
-    auto& b = tray(scene, 300);
-    GrabManager& grabs = *scene.app.grabManager();
-    const auto id = scene.input.markerDown(1001, {150, 150});
-    scene.frames();
-    grabs.transferGrab(id, b.inputGrabber());
-    CHECK(b.log == Log{"down 1001"});
-    CHECK(b.heldWhenDown);
-    CHECK(a.log == Log{"down 1001"});
-    CHECK(grabs.grabber(id) == &b.inputGrabber());
-    scene.input.markerUp(id);
-    scene.frames();
-    CHECK(a.log == Log{"down 1001"});
-    CHECK(b.log == Log{"down 1001", "up 1001"});
-}
-
-TEST_CASE("grabs: a card that no widget holds can be transferred, one that is not there cannot")
-{
-    Scene scene;
-    auto& a = tray(scene, 100);
-    const auto id = scene.input.markerDown(1001, {500, 500});
-    scene.frames();
-    scene.app.grabManager()->transferGrab(4711, a.inputGrabber());
-    CHECK(a.log.empty());
-    scene.app.grabManager()->transferGrab(id, a.inputGrabber());
-    CHECK(a.log == Log{"down 1001"});
-}
-
-TEST_CASE("grabs: releasing works for the holder only")
-{
-    Scene scene;
-    auto& a = tray(scene, 100);
-    auto& b = tray(scene, 300);
-    GrabManager& grabs = *scene.app.grabManager();
-    const auto id = scene.input.markerDown(1001, {150, 150});
-    scene.frames();
-    grabs.ungrab(id, b.inputGrabber());
-    CHECK(grabs.grabber(id) == &a.inputGrabber());
-    grabs.ungrab(id, a.inputGrabber());
-    CHECK(grabs.grabber(id) == nullptr);
-    grabs.ungrab(id, a.inputGrabber());
-    scene.input.markerUp(id);
-    scene.frames();
-    CHECK(a.log == Log{"down 1001"});
 }
 
 TEST_CASE("grabs: a widget that leaves the tree holds nothing any more")

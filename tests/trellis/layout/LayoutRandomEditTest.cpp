@@ -16,7 +16,7 @@ using namespace TrellisTest;
 
 namespace
 {
-/// What a widget is told, apart from the widget.
+/// The declarations of a widget, apart from the widget.
 struct Box
 {
     Length width, height, left, right, maxWidth;

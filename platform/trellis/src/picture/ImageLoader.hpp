@@ -24,7 +24,8 @@ public:
     [[nodiscard]] static ImageLoader& instance();
 
     /// What is there already, or null. In any case a look at the file is under way from then on, and `done` is called once
-    /// when it gives something else than what was returned. A file that cannot be read is one warning, whoever wants it.
+    /// when it gives something else than what was returned. A file that cannot be read is one warning, however often it is
+    /// wanted.
     [[nodiscard]] const Picture* request(const ImageKey& key, Done done);
     /// Reads in this call. For tools.
     [[nodiscard]] Picture readNow(const ImageKey& key);
