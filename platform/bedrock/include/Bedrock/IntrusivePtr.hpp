@@ -9,7 +9,7 @@ namespace Bedrock
 /// Strong pointer to an object that counts inside itself (ReferenceCounted). Making one from a plain pointer or
 /// reference at any time is legal and adds a reference.
 ///
-/// Never make one from `this` inside a constructor: nobody owns the object yet, so letting go would destroy it.
+/// Never make one from `this` inside a constructor: it would be the only owner, and destroy the object when it goes.
 template <class T>
 class IntrusivePtr
 {

@@ -39,7 +39,7 @@ public:
         return *this;
     }
 
-    /// A strong pointer, or null once the object is destroyed, is being destroyed, or is not owned by anybody yet.
+    /// A strong pointer, or null once the object is destroyed, is being destroyed, or has no owner yet.
     [[nodiscard]] IntrusivePtr<T> lock() const noexcept
     {
         if (!m_anchor || !m_anchor->lock())

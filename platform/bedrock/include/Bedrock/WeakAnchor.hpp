@@ -20,7 +20,7 @@ public:
 
     /// The object with one more strong reference (the caller's), or null when it is gone, dying or not yet owned.
     [[nodiscard]] const ReferenceCounted* lock() noexcept;
-    /// Whether the object still exists. True also for an object that nobody owns yet.
+    /// Whether the object still exists. True also for an object without an owner yet.
     [[nodiscard]] bool isAlive() const noexcept;
     /// Called by the dying object before anything of it is torn down.
     void detach() noexcept;

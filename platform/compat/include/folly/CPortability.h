@@ -1,4 +1,4 @@
 #pragma once
 
-/// On types whose identity must be the same in every library, exceptions above all: the house builds with hidden visibility.
+/// For types that must be the same in every library, such as exceptions: the libraries are built with hidden visibility.
 #define FOLLY_EXPORT __attribute__((visibility("default")))

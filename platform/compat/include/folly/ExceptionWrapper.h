@@ -13,7 +13,7 @@
 
 namespace folly
 {
-/// An exception as a value: caught once, handed on, looked at without being thrown. Empty when made by default.
+/// An exception as a value, which can be copied and inspected without being thrown. Empty when made by default.
 class FOLLY_EXPORT exception_wrapper
 {
 public:

@@ -136,7 +136,7 @@ public:
     const T& value() const& { return result().value(); }
     T&& value() && { return std::move(readyResult()).value(); }
 
-    /// Blocks until the answer is there: never on a thread that has a table to draw.
+    /// Blocks until the answer is there. Must not be called on the main thread.
     T get() &&
     {
         requireUncontinued();
