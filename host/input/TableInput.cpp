@@ -2,21 +2,18 @@
 
 #include "presentation/InputSettings.hpp"
 #include "recording/RecordingNote.hpp"
+#include "recording/Replay.hpp"
 
-#include <Bedrock/Arrivals.hpp>
-#include <Bedrock/Trace.hpp>
+#include <Bedrock/Inbox.hpp>
 #include <Tactile/DatagramPlayer.hpp>
 #include <Tactile/DatagramRecorder.hpp>
 #include <Tactile/TcpDatagramSource.hpp>
 #include <Tactile/TuioInput.hpp>
 #include <Tactile/UdpDatagramSource.hpp>
 
-#include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonObject>
 
-#include <chrono>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,10 +22,6 @@ namespace Host
 {
 namespace
 {
-constexpr int kPatienceMs = 10000;
-constexpr int kLittlePatienceMs = 200;
-constexpr std::chrono::milliseconds kBetweenEvents(5);
-
 std::string fileName(const QString& name)
 {
     return QFile::encodeName(name).toStdString();
@@ -61,30 +54,15 @@ struct TableInput::Private
     std::unique_ptr<Tactile::DatagramPlayer> player;
     std::unique_ptr<Tactile::DatagramRecorder> recorder;
     std::vector<Listening> listening;
-    int patienceMs = kPatienceMs;
-
-    void waitForArrivals(const Tactile::DatagramPlayer::Frame& frame)
-    {
-        auto& arrivals = Bedrock::Arrivals::instance();
-        arrivals.expect(frame.arrivals);
-        QElapsedTimer clock;
-        clock.start();
-        while (!arrivals.waitForExpected(kBetweenEvents)) {
-            if (clock.elapsed() >= patienceMs) {
-                Bedrock::Trace::warning(
-                    "TableInput # Waited %g s in vain for what frame %llu of the recording took, such as a picture; "
-                    "the replay goes on without",
-                    patienceMs * 1e-3, static_cast<unsigned long long>(frame.number));
-                patienceMs = kLittlePatienceMs;
-                return;
-            }
-            QCoreApplication::processEvents();
-        }
-    }
+    std::unique_ptr<Replay> replay; ///< from plugIn on, with a player
 };
 
 TableInput::TableInput() : d(std::make_unique<Private>()) {}
-TableInput::~TableInput() = default;
+TableInput::~TableInput()
+{
+    if (d->recorder)
+        Bedrock::Inbox::instance().setTap(nullptr);
+}
 
 std::unique_ptr<TableInput> TableInput::open(const Recordings& recordings, QString& error)
 {
@@ -116,13 +94,13 @@ void TableInput::describe(const RecordingNote& note)
         d->recorder->note(note.toText());
 }
 
-void TableInput::orderArrivals()
+void TableInput::plugIn()
 {
     if (d->player)
-        Bedrock::Arrivals::instance().startReplaying();
+        d->replay = std::make_unique<Replay>();
     else if (d->recorder)
-        Bedrock::Arrivals::instance().startRecording(
-            [recorder = d->recorder.get()](const Bedrock::Arrivals::Arrival& arrival) { recorder->arrival(arrival); });
+        Bedrock::Inbox::instance().setTap(
+            [recorder = d->recorder.get()](const Bedrock::Arrival& arrival) { recorder->arrival(arrival); });
 }
 
 std::optional<Vecta::Vector2f> TableInput::recordedSize() const
@@ -171,10 +149,10 @@ bool TableInput::start(const InputSettings& given, Vecta::Vector2f sizePx, float
 std::optional<double> TableInput::nextStep(double dtSeconds)
 {
     if (d->player) {
-        const auto frame = d->player->nextFrame(*m_tuio);
+        auto frame = d->player->nextFrame(*m_tuio);
         if (!frame)
             return std::nullopt;
-        d->waitForArrivals(*frame);
+        d->replay->expect(frame->number, std::move(frame->arrivals));
         return frame->dtSeconds;
     }
     if (d->recorder)

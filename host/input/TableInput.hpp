@@ -52,13 +52,12 @@ public:
     /// Valid after start() has returned true.
     [[nodiscard]] Tactile::TuioInput& tuio() const noexcept { return *m_tuio; }
 
-    /// From here on results of asynchronous work go into the recording, or come as they were recorded. When the application is
-    /// there, and before anything that works asynchronously is.
-    void orderArrivals();
+    /// Plugs the recording into the inbox, or the replay, until this goes. When the application exists, and before the first job
+    /// of the inbox.
+    void plugIn();
 
     /// The step of the frame to come: the given one, or that of the recording, whose datagrams are given to the input. Nothing at
-    /// the end of a recording. In a replay this waits, serving Qt's events, for pictures and the like that the recorded frame
-    /// took; after ten seconds in vain with a warning, from when on it is less patient.
+    /// the end of a recording. In a replay this waits for pictures and the like that the recorded frame took; see Replay.
     [[nodiscard]] std::optional<double> nextStep(double dtSeconds);
     [[nodiscard]] bool isReplay() const noexcept;
 

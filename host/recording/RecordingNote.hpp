@@ -7,12 +7,12 @@
 
 namespace Host
 {
-/// What a recording says of the table beside its input, for whoever replays it. A plain record.
+/// What a replay must know of the recorded table beside its input. A plain record.
 struct RecordingNote
 {
     QString presentation;     ///< its folder, absolute
     QStringList mediaServers; ///< the names of the configured ones, in their order
-    QString people;           ///< who was known when the table opened, as PeopleFile has it; empty without a registry
+    QString people;           ///< the people known when the table opened, as PeopleFile writes them; empty without a registry
 
     [[nodiscard]] std::string toText() const;
     /// Everything is empty that the text does not tell.

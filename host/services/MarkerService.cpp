@@ -2,41 +2,21 @@
 
 #include "PeopleRegistry.hpp"
 
-#include <Bedrock/BGThread.hpp>
-#include <Bedrock/FunctionTask.hpp>
 #include <Facet/Node.hpp>
-#include <Tavola/TesselServiceCache.hpp>
 #include <Trellis/Widget.hpp>
 
 #include <mutex>
+#include <utility>
 
 namespace Host
 {
 namespace
 {
 using Api = Tavola::TesselServiceAPI;
-using Entries = Tavola::TesselServiceCache::Entries;
 
 Api::MarkerProperties propertiesOf(const Person& person)
 {
     return {person.kind, Api::PersonalMarkerProperties{person.name, person.email, person.contentKey.toUtf8()}};
-}
-
-Entries entriesOf(const std::vector<Person>& people)
-{
-    Entries entries;
-    entries.reserve(people.size());
-    for (const Person& person : people)
-        entries.emplace(person.code, propertiesOf(person));
-    return entries;
-}
-
-void runInBackground(std::function<void()> work)
-{
-    Bedrock::BGThread::instance()->addTask(std::make_shared<Bedrock::FunctionTask>([work = std::move(work)](Bedrock::Task& task) {
-        task.setFinished();
-        work();
-    }));
 }
 }
 
@@ -45,10 +25,6 @@ struct MarkerService::State
     /// Locked from an access to the registry until its result is queued for the cache, so that results are queued in the order of
     /// the accesses: a reading from before a registration never undoes it. Never locked on the main thread.
     std::mutex order;
-    // Main thread only.
-    QByteArray stamp; ///< of the registry when the cache was filled
-    bool isReading = false;
-    int refreshesToSkip = 0;
 };
 
 MarkerService::MarkerService(std::shared_ptr<PeopleRegistry> registry, std::shared_ptr<Tavola::TesselServiceCache> cache)
@@ -56,52 +32,26 @@ MarkerService::MarkerService(std::shared_ptr<PeopleRegistry> registry, std::shar
 {
 }
 
-void MarkerService::fillCache()
+bool MarkerService::fillCache()
 {
-    const QByteArray stamp = m_registry->stamp();
     const auto people = m_registry->people();
-    if (!people)
-        return;
-    m_state->stamp = stamp;
-    m_cache->replace(entriesOf(*people));
+    if (people)
+        fillCache(entriesOf(*people));
+    return people.has_value();
 }
 
-void MarkerService::fillCache(const std::vector<Person>& people)
+MarkerService::Entries MarkerService::entriesOf(const std::vector<Person>& people)
 {
-    m_cache->replace(entriesOf(people));
+    Entries entries;
+    entries.reserve(people.size());
+    for (const Person& person : people)
+        entries.emplace(person.code, propertiesOf(person));
+    return entries;
 }
 
-bool MarkerService::refreshCache()
+MarkerService::Entries MarkerService::fillCache(Entries entries)
 {
-    if (m_state->isReading)
-        return false;
-    if (m_state->refreshesToSkip > 0) {
-        --m_state->refreshesToSkip;
-        return false;
-    }
-    // Taken before the reading, so that a write during the reading is noticed the next time.
-    const QByteArray stamp = m_registry->stamp();
-    if (stamp == m_state->stamp)
-        return false;
-    m_state->isReading = true;
-    runInBackground([state = m_state, registry = m_registry, cache = m_cache, stamp] {
-        const std::lock_guard lock(state->order);
-        const auto people = registry->people();
-        // By pointer, because queued functions are copied.
-        const auto entries = people ? std::make_shared<Entries>(entriesOf(*people)) : nullptr;
-        Facet::Node::invokeAfterUpdate([state, cache, stamp, entries] {
-            state->isReading = false;
-            if (!entries) {
-                state->refreshesToSkip = kRefreshesSkippedAfterFailure;
-                return;
-            }
-            state->stamp = stamp;
-            // Destroying thousands of entries takes time, too.
-            *entries = cache->replace(std::move(*entries));
-            runInBackground([entries] { entries->clear(); });
-        });
-    });
-    return true;
+    return m_cache->replace(std::move(entries));
 }
 
 void MarkerService::inOrder(const std::function<void()>& readAndHandOver)

@@ -1,22 +1,18 @@
 #pragma once
 
 #include <Tavola/TesselServiceAPI.hpp>
+#include <Tavola/TesselServiceCache.hpp>
 
 #include <functional>
 #include <memory>
 #include <vector>
-
-namespace Tavola
-{
-class TesselServiceCache;
-}
 
 namespace Host
 {
 class PeopleRegistry;
 struct Person;
 
-/// The marker service of a table: registers people and keeps the cache equal to the registry of people.
+/// The marker service of a table: answers from the registry of people, and enters registrations into the cache.
 class MarkerService final : public Tavola::TesselServiceAPI
 {
 public:
@@ -26,21 +22,18 @@ public:
     /// Sets the function that returns the widget for a content key; without it there are none.
     void setPersonalWidgets(std::function<PersonalWidget(const QString& contentKey)> widgetForKey);
 
-    /// Replaces the contents of the cache by the people of the registry. Reads the registry in the call, so it belongs before
-    /// the table's first frame. Main thread.
-    void fillCache();
-    /// Replaces the contents of the cache by these people. Main thread.
-    void fillCache(const std::vector<Person>& people);
-    /// When the registry was written since the last reading: reads it on the background thread; the cache then changes in one
-    /// step in a frame's after-update, in which a card that stays is cached throughout. A failed reading leaves the cache as it
-    /// is and is repeated after kRefreshesSkippedAfterFailure calls. Returns whether a reading begins; none does while an earlier
-    /// one is under way. Main thread.
-    bool refreshCache();
-    /// Runs a function that reads the registry and queues the result for the main thread, with registrations locked out, so that
-    /// results are queued in the order of the readings. Any thread.
+    /// Fills the cache with the people of the registry, in place of what it held. Reads the registry in the call: before the
+    /// table opens. False, and nothing changes, when it cannot be read (logged). Main thread.
+    bool fillCache();
+    using Entries = Tavola::TesselServiceCache::Entries;
+    /// What the cache holds of these people. Any thread.
+    [[nodiscard]] static Entries entriesOf(const std::vector<Person>& people);
+    /// Puts these entries in the place of everything cached, and gives back what was; a card in both is known at every moment.
+    /// Main thread.
+    Entries fillCache(Entries entries);
+    /// Runs a function that reads the registry and hands its result over to the main thread. No registration comes in between, so
+    /// that an older result never arrives after a newer one. Not on the main thread, which it would block.
     void inOrder(const std::function<void()>& readAndHandOver);
-    /// Each failed reading is a warning, so the next attempt waits for so many calls.
-    static constexpr int kRefreshesSkippedAfterFailure = 15;
 
     PersonalWidget personalWidget(unsigned long code) override;
     bool registerPersonalMarker(unsigned long code, const QString& name, const QString& email) override;

@@ -12,9 +12,9 @@
 #include "table/TableServices.hpp"
 
 #include <Bedrock/AfterUpdateQueue.hpp>
-#include <Bedrock/Arrivals.hpp>
 #include <Bedrock/BGThread.hpp>
 #include <Bedrock/FlagGuard.hpp>
+#include <Bedrock/Inbox.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Cascara/StyleEngine.hpp>
 #include <Tactile/TuioInput.hpp>
@@ -50,8 +50,7 @@ struct Table::Private
     std::shared_ptr<PersonalWidgets> personalWidgets;
     std::vector<std::shared_ptr<Tavola::UIComponent>> components; ///< what the presentation uses, for as long as it is open
 
-    /// Whether results of asynchronous work come in an order that is, or was, recorded.
-    [[nodiscard]] bool isOrdered() const { return input->isRecording() || input->isReplay(); }
+    [[nodiscard]] bool isRecordedOrReplayed() const { return input->isRecording() || input->isReplay(); }
     bool loadPlugins(const QStringList& names, QString& error);
     void placeWidgets(const Presentation& presentation);
     void clearLayers();
@@ -116,11 +115,13 @@ void Table::Private::close()
     // Destructors may have begun a new thread, and left objects for Qt to delete.
     Bedrock::BGThread::shutdown();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    Bedrock::Arrivals::instance().stop();
-    while (!Bedrock::AfterUpdateQueue::instance().isEmpty()) {
-        Bedrock::AfterUpdateQueue::instance().clear();
+    auto& inbox = Bedrock::Inbox::instance();
+    auto& queue = Bedrock::AfterUpdateQueue::instance();
+    do {
+        inbox.clear();
+        queue.clear();
         application->destroyRemovedWidgets(); // what a dropped function held may have left the tree only now
-    }
+    } while (inbox.isWaiting() || !queue.isEmpty());
     while (!plugins.empty())
         plugins.pop_back();
     Cascara::StyleEngine::instance().clearStyleSheets();
@@ -136,7 +137,7 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const Table
     d.input = TableInput::open({options.recordFile, options.replayFile}, error);
     if (!d.input)
         return nullptr;
-    if (d.isOrdered()) {
+    if (d.isRecordedOrReplayed()) {
         d.temporaryPlace = std::make_unique<TemporaryPlace>();
         if (!d.temporaryPlace->isValid()) {
             error = QStringLiteral("no folder can be made in %1 for temporary files").arg(QDir::tempPath());
@@ -161,7 +162,7 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const Table
         return nullptr;
     d.application->addInputSource(d.input->tuio());
     d.takesInput = true;
-    d.input->orderArrivals();
+    d.input->plugIn();
     d.tavola = Tavola::Tavola::create();
     d.tavola->ui()->setPixelPitchMm(presentation.pixelPitchMm);
     d.tavola->ui()->setKeyboardLayout(presentation.keyboardLayout);

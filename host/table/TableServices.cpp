@@ -4,12 +4,13 @@
 #include "input/TableInput.hpp"
 #include "presentation/DataFolder.hpp"
 #include "presentation/Presentation.hpp"
-#include "recording/PeopleWatch.hpp"
-#include "recording/RecordedServices.hpp"
 #include "recording/RecordingNote.hpp"
+#include "services/InboxEmail.hpp"
+#include "services/InboxMediaServer.hpp"
 #include "services/MarkerService.hpp"
 #include "services/MediaServerService.hpp"
 #include "services/PeopleRegistry.hpp"
+#include "services/PeopleWatch.hpp"
 #include "services/email/OutboxService.hpp"
 #include "table/TableOptions.hpp"
 
@@ -70,16 +71,15 @@ bool TableServices::start(Tavola::ServiceProvider& provider, const std::shared_p
                           const Presentation& presentation, const TableOptions& options, const TableInput& input, QString& error)
 {
     if (m_people)
-        startPeople(provider, personalWidgets, input.isRecording() || input.isReplay());
+        startPeople(provider, personalWidgets, input.isReplay());
     startMediaServers(provider, presentation, options, input);
     return startMail(provider, presentation, options, input, error);
 }
 
 void TableServices::startPeople(Tavola::ServiceProvider& provider, const std::shared_ptr<PersonalWidgets>& personalWidgets,
-                                bool isOrdered)
+                                bool isReplay)
 {
     auto service = std::make_shared<MarkerService>(m_people, provider.tesselServiceCache());
-    service->fillCache();
     service->setPersonalWidgets(
         [weak = std::weak_ptr(personalWidgets)](const QString& contentKey) -> MarkerService::PersonalWidget {
             if (const auto widgets = weak.lock())
@@ -87,14 +87,12 @@ void TableServices::startPeople(Tavola::ServiceProvider& provider, const std::sh
             return boost::make_unexpected(QStringLiteral("the table is closing"));
         });
     provider.setTesselService(service);
-    // People are registered at a desk while the table runs.
-    if (isOrdered) {
-        m_peopleWatch = std::make_unique<PeopleWatch>(m_people, service);
-    } else {
-        constexpr int kRefreshPeopleMs = 2000;
-        QObject::connect(&m_peopleTimer, &QTimer::timeout, &m_peopleTimer, [service] { service->refreshCache(); });
-        m_peopleTimer.start(kRefreshPeopleMs);
-    }
+    // People are registered at a desk while the table runs. The registry of a replay has its own file, which the desk of the day
+    // did not write to; a registration at the table looks there.
+    PeopleWatch::Received received;
+    if (isReplay)
+        received = [people = m_people](const std::vector<Person>& known) { people->insert(known); };
+    m_peopleWatch = std::make_unique<PeopleWatch>(m_people, service, std::move(received));
 }
 
 void TableServices::startMediaServers(Tavola::ServiceProvider& provider, const Presentation& presentation,
@@ -103,15 +101,12 @@ void TableServices::startMediaServers(Tavola::ServiceProvider& provider, const P
     const QString type = QStringLiteral("media-server-service");
     if (input.isReplay()) {
         for (const QString& name : input.recordedNote().mediaServers)
-            provider.addService(type, name, std::make_shared<RecordedMediaServer>(nullptr));
+            provider.addService(type, name, std::make_shared<InboxMediaServer>(nullptr));
         return;
     }
     for (const MediaServerSettings& settings : mediaServersOf(presentation, options)) {
         const auto server = std::make_shared<MediaServerService>(QUrl(settings.address), settings.timeoutSeconds);
-        if (input.isRecording())
-            provider.addService(type, settings.name, std::make_shared<RecordedMediaServer>(server));
-        else
-            provider.addService(type, settings.name, server);
+        provider.addService(type, settings.name, std::make_shared<InboxMediaServer>(server));
     }
 }
 
@@ -126,7 +121,7 @@ bool TableServices::startMail(Tavola::ServiceProvider& provider, const Presentat
     const QString data = dataFolder(presentation.folder, options.dataFolder);
     for (MailSettings settings : presentation.mailServices) {
         if (input.isReplay()) {
-            provider.addService(type, settings.name, std::make_shared<RecordedEmail>(nullptr, settings.textTemplate));
+            provider.addService(type, settings.name, std::make_shared<InboxEmail>(settings.textTemplate));
             continue;
         }
         if (!options.mailServer.isEmpty())
@@ -135,10 +130,7 @@ bool TableServices::startMail(Tavola::ServiceProvider& provider, const Presentat
         if (!service)
             return false;
         m_mailServices.push_back(service);
-        if (input.isRecording())
-            provider.addService(type, settings.name, std::make_shared<RecordedEmail>(service, settings.textTemplate));
-        else
-            provider.addService(type, settings.name, service);
+        provider.addService(type, settings.name, std::make_shared<InboxEmail>(service));
     }
     return true;
 }

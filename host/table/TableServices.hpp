@@ -4,7 +4,6 @@
 
 #include <QJsonArray>
 #include <QString>
-#include <QTimer>
 
 #include <memory>
 #include <vector>
@@ -52,15 +51,14 @@ public:
     [[nodiscard]] QJsonArray mailState() const;
 
 private:
-    void startPeople(Tavola::ServiceProvider& provider, const std::shared_ptr<PersonalWidgets>& personalWidgets, bool isOrdered);
+    void startPeople(Tavola::ServiceProvider& provider, const std::shared_ptr<PersonalWidgets>& personalWidgets, bool isReplay);
     static void startMediaServers(Tavola::ServiceProvider& provider, const Presentation& presentation,
                                   const TableOptions& options, const TableInput& input);
     bool startMail(Tavola::ServiceProvider& provider, const Presentation& presentation, const TableOptions& options,
                    const TableInput& input, QString& error);
 
     std::shared_ptr<PeopleRegistry> m_people; ///< null without people
-    QTimer m_peopleTimer;
-    std::unique_ptr<PeopleWatch> m_peopleWatch; ///< in place of the timer, of a table that is recorded or replayed
+    std::unique_ptr<PeopleWatch> m_peopleWatch;
     std::vector<std::weak_ptr<OutboxService>> m_mailServices;
 };
 }

@@ -1,5 +1,8 @@
 #include "server/IconDownloader.hpp"
 
+#include <Facet/Node.hpp>
+#include <Tavola/Network.hpp>
+
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
@@ -10,15 +13,30 @@
 #include <QNetworkRequest>
 
 #include <stdexcept>
+#include <utility>
 
 namespace Tavola
 {
-namespace
+class IconDownloader::Hold
 {
-/// What an answer begins with, as it is handed over and recorded: the words of an error, or a picture.
-constexpr char kErrorMark = 'E';
-constexpr char kPictureMark = 'P';
-}
+public:
+    Hold()
+    {
+        const Bedrock::MutexGuard guard(s_instanceMutex);
+        m_downloader = s_multiSingletonInstance.lock();
+    }
+    ~Hold()
+    {
+        // The network manager, a child of the downloader, is still at work in the slot's caller.
+        if (m_downloader.use_count() == 1)
+            Facet::Node::invokeAfterUpdate([last = std::move(m_downloader)] {});
+    }
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+
+private:
+    std::shared_ptr<IconDownloader> m_downloader;
+};
 
 Bedrock::Mutex IconDownloader::s_instanceMutex;
 std::weak_ptr<IconDownloader> IconDownloader::s_multiSingletonInstance;
@@ -34,18 +52,12 @@ std::shared_ptr<IconDownloader> IconDownloader::instance()
     return downloader;
 }
 
-IconDownloader::IconDownloader() : m_network(new QNetworkAccessManager(this))
+IconDownloader::IconDownloader() : m_network(makeNetworkManager(this))
 {
     connect(m_network, &QNetworkAccessManager::finished, this, &IconDownloader::onNetworkRequestFinished);
 }
 
-IconDownloader::~IconDownloader()
-{
-    m_alive.reset();
-    // What is under way is not waited for any more.
-    for (const auto& [url, ticket] : m_tickets)
-        Bedrock::Arrivals::instance().answer(ticket, QByteArray());
-}
+IconDownloader::~IconDownloader() = default;
 
 folly::Future<QString> IconDownloader::getUserIcon(const QUrl& url)
 {
@@ -59,13 +71,7 @@ folly::Future<QString> IconDownloader::getUserIcon(const QUrl& url)
 
     const auto promise = std::make_shared<folly::Promise<QString>>();
     m_pending.emplace(url, promise);
-    auto& arrivals = Bedrock::Arrivals::instance();
-    m_tickets[url] = arrivals.ask('d', [this, url, alive = std::weak_ptr<char>(m_alive)](const QByteArray& answer) {
-        if (!alive.expired())
-            take(url, answer);
-    });
-    if (!arrivals.isReplaying())
-        m_network->get(QNetworkRequest(url));
+    m_network->get(QNetworkRequest(url));
     return promise->getFuture();
 }
 
@@ -83,30 +89,20 @@ QString IconDownloader::iconPath(const QUrl& url)
 
 void IconDownloader::onNetworkRequestFinished(QNetworkReply* reply)
 {
-    const auto ticket = m_tickets.find(reply->url());
-    if (ticket == m_tickets.end())
-        return;
-    const auto number = ticket->second;
-    m_tickets.erase(ticket);
-    const bool isError = reply->error() != QNetworkReply::NoError;
-    Bedrock::Arrivals::instance().answer(number,
-                                         isError ? kErrorMark + reply->errorString().toUtf8() : kPictureMark + reply->readAll());
-}
-
-void IconDownloader::take(const QUrl& url, const QByteArray& answer)
-{
-    const auto pending = m_pending.find(url);
+    const Hold hold;
+    const auto pending = m_pending.find(reply->url());
     if (pending == m_pending.end())
         return;
+    // The entry goes after the completion: a continuation that asks for the address again is refused until then.
+    const QUrl url = pending->first;
     const auto promise = pending->second;
-
-    if (!answer.startsWith(kPictureMark)) {
-        promise->setException(std::runtime_error(answer.mid(1).toStdString()));
+    if (reply->error() != QNetworkReply::NoError) {
+        promise->setException(std::runtime_error(reply->errorString().toStdString()));
         m_pending.erase(url);
         return;
     }
     QImage image;
-    if (!image.loadFromData(answer.mid(1)))
+    if (!image.loadFromData(reply->readAll()))
         return; // Not a picture: the entry stays, and with it the future without an answer.
     const QString path = iconPath(url);
     image.save(path);

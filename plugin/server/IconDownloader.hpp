@@ -1,11 +1,9 @@
 #pragma once
 
-#include <Bedrock/Arrivals.hpp>
 #include <Bedrock/Mutex.hpp>
 
 #include <folly/futures/Future.h>
 
-#include <QByteArray>
 #include <QObject>
 #include <QString>
 #include <QUrl>
@@ -19,14 +17,14 @@ class QNetworkReply;
 namespace Tavola
 {
 /// Fetches the small pictures of user pages and keeps them in a folder of the system's temporary directory. A picture that is
-/// there is never fetched again. Futures are completed on the main thread, where everything but `instance` belongs.
+/// there is not fetched again. Futures are completed on the main thread, where everything but `instance` belongs.
 class IconDownloader final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The shared downloader, which lives while anybody holds it: downloads under way end, with a broken promise, when the last
-    /// holder lets go. Any thread.
+    /// The shared downloader. It lives as long as one of these pointers; with the last of them the futures of downloads under way
+    /// fail with a broken promise. Any thread.
     [[nodiscard]] static std::shared_ptr<IconDownloader> instance();
 
     IconDownloader();
@@ -38,18 +36,19 @@ public:
     /// Where the picture of that address is kept. Makes the folder.
     [[nodiscard]] QString iconPath(const QUrl& url);
 
-private Q_SLOTS:
+public Q_SLOTS:
+    /// Completes the future of the reply's address, if it is pending, before it returns. Continuations may drop the last pointer
+    /// to this object. The reply is not deleted.
     void onNetworkRequestFinished(QNetworkReply* reply);
 
 private:
-    void take(const QUrl& url, const QByteArray& answer);
+    /// Keeps the shared downloader, if that is this object, until the next frame's after-update, should nothing else keep it.
+    class Hold;
 
     static Bedrock::Mutex s_instanceMutex;
     static std::weak_ptr<IconDownloader> s_multiSingletonInstance;
 
     std::map<QUrl, std::shared_ptr<folly::Promise<QString>>> m_pending;
-    std::map<QUrl, Bedrock::Arrivals::Ticket> m_tickets; ///< of downloads under way
-    std::shared_ptr<char> m_alive = std::make_shared<char>();
     QNetworkAccessManager* m_network; ///< a child of this object
 };
 }

@@ -1,5 +1,6 @@
 #include <Bedrock/AfterUpdateQueue.hpp>
 
+#include <Bedrock/Inbox.hpp>
 #include <LogCapture.hpp>
 
 #include <doctest/doctest.h>
@@ -7,10 +8,12 @@
 #include <atomic>
 #include <memory>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <vector>
 
 using Bedrock::AfterUpdateQueue;
+using Bedrock::Inbox;
 
 TEST_CASE("after-update queue: functions run in order of arrival, at the drain and not before")
 {
@@ -108,6 +111,49 @@ TEST_CASE("after-update queue: an empty function is not queued")
     CHECK(queue.isEmpty());
 }
 
+TEST_CASE("after-update queue: what another thread adds enters in the input step, behind what the main thread has added")
+{
+    AfterUpdateQueue queue;
+    std::vector<int> order;
+    std::thread([&] {
+        queue.add([&] { order.push_back(2); });
+        queue.add([&] { order.push_back(3); });
+    }).join();
+    queue.add([&] { order.push_back(1); });
+    CHECK(queue.drain() == 1);
+    CHECK(Inbox::instance().deliver() == 2);
+    CHECK(order == std::vector<int>{1});
+    CHECK(queue.drain() == 2);
+    CHECK(order == std::vector<int>{1, 2, 3});
+}
+
+TEST_CASE("after-update queue: what a thread adds for a job enters as results of that job, in order")
+{
+    AfterUpdateQueue queue;
+    Inbox& inbox = Inbox::instance();
+    std::vector<int> order;
+    std::string taken;
+    inbox.setTap([&](const Bedrock::Arrival& arrival) {
+        taken += arrival.kind + std::to_string(arrival.job) + "." + std::to_string(arrival.part) + " ";
+    });
+    Bedrock::Reply outer = inbox.begin('a');
+    Bedrock::Reply inner = inbox.begin('b');
+    std::thread([&] {
+        const AfterUpdateQueue::ThroughReply throughOuter(outer);
+        queue.add([&] { order.push_back(1); });
+        {
+            const AfterUpdateQueue::ThroughReply throughInner(inner);
+            queue.add([&] { order.push_back(2); });
+        }
+        queue.add([&] { order.push_back(3); });
+    }).join();
+    CHECK(inbox.deliver() == 3);
+    CHECK(taken == "a1.0 b2.0 a1.1 ");
+    CHECK(queue.drain() == 3);
+    CHECK(order == std::vector<int>{1, 2, 3});
+    inbox.setTap(nullptr);
+}
+
 TEST_CASE("after-update queue: functions of several threads all run, each thread's in its own order")
 {
     AfterUpdateQueue queue;
@@ -124,10 +170,13 @@ TEST_CASE("after-update queue: functions of several threads all run, each thread
         });
     }
     int ran = 0;
-    while (done < kThreads)
+    while (done < kThreads) {
+        (void)Inbox::instance().deliver();
         ran += queue.drain();
+    }
     for (std::thread& thread : threads)
         thread.join();
+    (void)Inbox::instance().deliver();
     ran += queue.drain();
     CHECK(ran == kThreads * kEach);
     for (const std::vector<int>& numbers : seen) {

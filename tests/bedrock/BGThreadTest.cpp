@@ -1,6 +1,8 @@
 #include <Bedrock/BGThread.hpp>
-#include <Bedrock/FunctionTask.hpp>
 
+#include <Bedrock/AfterUpdateQueue.hpp>
+#include <Bedrock/FunctionTask.hpp>
+#include <Bedrock/Inbox.hpp>
 #include <LogCapture.hpp>
 
 #include <doctest/doctest.h>
@@ -8,11 +10,14 @@
 #include <future>
 #include <memory>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <vector>
 
+using Bedrock::AfterUpdateQueue;
 using Bedrock::BGThread;
 using Bedrock::FunctionTask;
+using Bedrock::Inbox;
 using Bedrock::Task;
 
 namespace
@@ -62,6 +67,54 @@ TEST_CASE("background thread: a task that has not finished runs again, after tho
     bothAdded.set_value();
     thread.waitUntilIdle();
     CHECK(order == std::vector<char>{'a', 'b', 'a', 'a'});
+}
+
+TEST_CASE("background thread: what a task adds to the after-update queue is its answer, and enters in the input step")
+{
+    auto& inbox = Inbox::instance();
+    auto& queue = AfterUpdateQueue::instance();
+    std::string order;
+    std::string taken;
+    inbox.setTap([&](const Bedrock::Arrival& arrival) {
+        taken += arrival.kind + std::to_string(arrival.job) + "." + std::to_string(arrival.part) + " ";
+    });
+    BGThread thread;
+    for (const char* name : {"a", "b"})
+        thread.addTask(once([&, name] {
+            queue.add([&order, name] { order += name; });
+            queue.add([&order] { order += "+"; });
+        }));
+    thread.addTask(once([] {}));
+    int rounds = 0;
+    thread.addTask(std::make_shared<FunctionTask>([&](Task& task) {
+        queue.add([&order, round = rounds] { order += std::to_string(round); });
+        if (++rounds == 2)
+            task.setFinished();
+    }));
+    thread.waitUntilIdle();
+    CHECK(queue.isEmpty());
+    CHECK(inbox.openJobs() == 0);
+    queue.add([&order] { order += "main "; });
+    CHECK(inbox.deliver() == 6);
+    CHECK(taken == "t1.0 t1.1 t2.0 t2.1 t4.0 t4.1 ");
+    CHECK(queue.drain() == 7);
+    CHECK(order == "main a+b+01");
+    inbox.setTap(nullptr);
+}
+
+TEST_CASE("background thread: what a task added before it threw still enters")
+{
+    BGThread thread;
+    int ran = 0;
+    thread.addTask(std::make_shared<FunctionTask>([&](Task&) {
+        AfterUpdateQueue::instance().add([&ran] { ++ran; });
+        throw std::runtime_error("no paper");
+    }));
+    TestSupport::expectError("BGThread # A task failed and is dropped (no paper)");
+    thread.waitUntilIdle();
+    CHECK(Inbox::instance().deliver() == 1);
+    CHECK(AfterUpdateQueue::instance().drain() == 1);
+    CHECK(ran == 1);
 }
 
 TEST_CASE("background thread: a task that throws is logged and dropped, the others go on")

@@ -1,5 +1,6 @@
 #include <Bedrock/WorkerPool.hpp>
 
+#include <Bedrock/Inbox.hpp>
 #include <LogCapture.hpp>
 
 #include <doctest/doctest.h>
@@ -224,4 +225,44 @@ TEST_CASE("worker pool: several threads may add at the same time")
         caller.join();
     pool.waitUntilIdle();
     CHECK(ran == 1000);
+}
+
+TEST_CASE("worker pool: what the work of a job returns runs on the main thread, when a frame takes its input")
+{
+    auto& inbox = Bedrock::Inbox::instance();
+    WorkerPool pool(1);
+    std::thread::id worked;
+    std::thread::id delivered;
+    pool.run('i', [&]() -> std::function<void()> {
+        worked = std::this_thread::get_id();
+        return [&] { delivered = std::this_thread::get_id(); };
+    });
+    pool.waitUntilIdle();
+    CHECK(delivered == std::thread::id());
+    CHECK(inbox.deliver() == 1);
+    CHECK(worked != std::this_thread::get_id());
+    CHECK(delivered == std::this_thread::get_id());
+}
+
+TEST_CASE("worker pool: a job ends also when its work has no result, throws or is dropped")
+{
+    auto& inbox = Bedrock::Inbox::instance();
+    WorkerPool pool(1);
+    Gate gate;
+    pool.run('i', [] { return std::function<void()>(); });
+    pool.run('i', []() -> std::function<void()> { throw std::runtime_error("no paper"); });
+    TestSupport::expectError("WorkerPool # A task failed and is dropped (no paper)");
+    pool.add(gate.task());
+    gate.waitUntilEntered();
+    CHECK(inbox.openJobs() == 0);
+    pool.run('i', []() -> std::function<void()> { return [] { FAIL("it was dropped"); }; });
+    CHECK(inbox.openJobs() == 1);
+    pool.dropWaiting();
+    CHECK(inbox.openJobs() == 0);
+    gate.open();
+    pool.shutdown();
+    TestSupport::expectWarning("WorkerPool::add # The pool has been shut down, a task is dropped");
+    pool.run('i', []() -> std::function<void()> { return [] { FAIL("it was dropped"); }; });
+    CHECK(inbox.openJobs() == 0);
+    CHECK(inbox.deliver() == 0);
 }

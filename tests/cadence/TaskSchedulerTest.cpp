@@ -1,6 +1,7 @@
 #include <Cadence/TaskScheduler.hpp>
 
 #include <Bedrock/AfterUpdateQueue.hpp>
+#include <Bedrock/Inbox.hpp>
 
 #include <LogCapture.hpp>
 
@@ -48,7 +49,7 @@ TEST_CASE("after-update executor: shares one order with what else waits for the 
     CHECK(order == std::vector<int>{1, 2, 3, 4});
 }
 
-TEST_CASE("after-update executor: an answer of another thread is handled on the draining thread")
+TEST_CASE("after-update executor: an answer of another thread enters in the input step, and is handled after the update")
 {
     folly::Promise<int> promise;
     std::thread::id where;
@@ -58,7 +59,10 @@ TEST_CASE("after-update executor: an answer of another thread is handled on the 
     });
     std::thread([&] { promise.setValue(1); }).join();
     CHECK_FALSE(future.isReady());
-    AfterUpdateQueue::instance().drain();
+    CHECK(AfterUpdateQueue::instance().drain() == 0);
+    CHECK(Bedrock::Inbox::instance().deliver() == 1);
+    CHECK_FALSE(future.isReady());
+    CHECK(AfterUpdateQueue::instance().drain() == 1);
     CHECK(where == std::this_thread::get_id());
     CHECK(std::move(future).get() == 2);
 }

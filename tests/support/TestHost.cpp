@@ -4,6 +4,7 @@
 
 #include <Bedrock/AfterUpdateQueue.hpp>
 #include <Bedrock/BGThread.hpp>
+#include <Bedrock/Inbox.hpp>
 #include <Bedrock/ReferenceCounted.hpp>
 #include <Cascara/StyleEngine.hpp>
 #include <Tavola/Package.hpp>
@@ -32,6 +33,7 @@ TestHost::~TestHost()
     // A registration that a test left held must not hold the background thread for ever.
     m_tesselService->releaseRegistrations();
     Bedrock::BGThread::instance()->waitUntilIdle();
+    (void)Bedrock::Inbox::instance().deliver();
     Bedrock::AfterUpdateQueue::instance().clear();
     m_mediaServer->script = nullptr;
     m_tesselService->answerPersonalWidget = nullptr;
@@ -40,8 +42,10 @@ TestHost::~TestHost()
     m_app->destroyRemovedWidgets();
     m_app.reset();
     m_mediaServer->breakPromises();
-    // Continuations of the broken promises, which find their widgets gone.
+    // Continuations of the broken promises, whose widgets are gone.
+    (void)Bedrock::Inbox::instance().deliver();
     Bedrock::AfterUpdateQueue::instance().drain();
+    Bedrock::Inbox::instance().clear();
     Bedrock::AfterUpdateQueue::instance().clear();
     Cascara::StyleEngine::instance().clearStyleSheets();
     Tavola::DataGathering::setSink(std::move(m_sinkBefore));

@@ -5,6 +5,7 @@
 
 #include <Bedrock/AfterUpdateQueue.hpp>
 #include <Bedrock/BinaryData.hpp>
+#include <Bedrock/Inbox.hpp>
 #include <Cascara/StyleEngine.hpp>
 #include <Trellis/Application.hpp>
 #include <Trellis/Widget.hpp>
@@ -89,6 +90,7 @@ struct Scene
     {
         app.removeInputSource(input);
         Cascara::StyleEngine::instance().clearStyleSheets();
+        Bedrock::Inbox::instance().clear();
         Bedrock::AfterUpdateQueue::instance().clear();
     }
     Scene(const Scene&) = delete;

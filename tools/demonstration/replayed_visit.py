@@ -62,7 +62,7 @@ def replay(build, recording):
     finally:
         ended = table.stop()
     found, frames, states = compared(recording + ".trees", recording + ".replayed.trees")
-    found += [line["text"] for line in log if line["text"].startswith(("Arrivals", "TableInput", "DatagramPlayer"))]
+    found += [line["text"] for line in log if line["text"].startswith(("Replay", "DatagramPlayer"))]
     if ended != 0:
         found.append(f"the replay ended with {ended}: {table.error_text()}")
     if states < 2:

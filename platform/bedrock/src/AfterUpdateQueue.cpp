@@ -1,7 +1,7 @@
 #include "Bedrock/AfterUpdateQueue.hpp"
 
-#include "Bedrock/Arrivals.hpp"
 #include "Bedrock/Guarded.hpp"
+#include "Bedrock/Inbox.hpp"
 
 #include <cstdint>
 #include <deque>
@@ -10,6 +10,18 @@
 
 namespace Bedrock
 {
+namespace
+{
+thread_local Reply* threadsReply = nullptr;
+}
+
+AfterUpdateQueue::ThroughReply::ThroughReply(Reply& reply) noexcept : m_outer(std::exchange(threadsReply, &reply)) {}
+
+AfterUpdateQueue::ThroughReply::~ThroughReply()
+{
+    threadsReply = m_outer;
+}
+
 struct AfterUpdateQueue::Private
 {
     std::mutex mutex;
@@ -34,8 +46,13 @@ void AfterUpdateQueue::add(std::function<void()> function)
 {
     if (!function)
         return;
-    if (const Arrivals::Ticket ticket = Arrivals::Scope::current()) {
-        Arrivals::instance().deliver(ticket, [this, queued = std::move(function)]() mutable { add(std::move(queued)); });
+    Inbox& inbox = Inbox::instance();
+    if (threadsReply || !inbox.isMainThread()) {
+        auto enter = [this, queued = std::move(function)]() mutable { add(std::move(queued)); };
+        if (threadsReply)
+            threadsReply->answerInPart(std::move(enter));
+        else
+            inbox.begin('q').answer(std::move(enter));
         return;
     }
     const std::lock_guard<std::mutex> guard(d->mutex);

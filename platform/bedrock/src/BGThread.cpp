@@ -1,7 +1,8 @@
 #include "Bedrock/BGThread.hpp"
 
-#include "Bedrock/Arrivals.hpp"
+#include "Bedrock/AfterUpdateQueue.hpp"
 #include "Bedrock/Guarded.hpp"
+#include "Bedrock/Inbox.hpp"
 #include "Bedrock/Task.hpp"
 #include "Bedrock/Trace.hpp"
 
@@ -18,7 +19,7 @@ namespace
 struct Entry
 {
     std::shared_ptr<Task> task;
-    Arrivals::Ticket ticket = 0;
+    Reply reply; ///< what the task adds to the after-update queue
 };
 
 /// Shared with the thread, which may outlive the BGThread when its last task lets go of it.
@@ -31,11 +32,11 @@ struct State
     bool isStopping = false;
 };
 
-void runOnce(Task& task, Arrivals::Ticket ticket) noexcept
+void runOnce(Task& task, Reply& reply)
 {
     if (task.isFinished())
         return;
-    const Arrivals::Scope scope(ticket);
+    const AfterUpdateQueue::ThroughReply through(reply);
     if (!guarded("BGThread # A task failed and is dropped", [&task] { task.doTask(); }))
         task.setFinished();
 }
@@ -52,11 +53,9 @@ void runTasks(const std::shared_ptr<State>& state)
         std::shared_ptr<Task>& task = entry.task;
         state->isRunningTask = true;
         lock.unlock();
-        runOnce(*task, entry.ticket);
-        if (task->isFinished()) {
-            task.reset();
-            Arrivals::instance().ended(entry.ticket);
-        }
+        runOnce(*task, entry.reply);
+        if (task->isFinished())
+            entry = {};
         lock.lock();
         if (task && !state->isStopping)
             state->tasks.push_back(std::move(entry));
@@ -148,7 +147,7 @@ void BGThread::addTask(std::shared_ptr<Task> task)
         const std::lock_guard<std::mutex> stateGuard(d->state->mutex);
         isStopping = d->state->isStopping;
         if (!isStopping) {
-            d->state->tasks.push_back({std::move(task), Arrivals::instance().begin('t')});
+            d->state->tasks.push_back({std::move(task), Inbox::instance().begin('t')});
             if (!d->thread.joinable())
                 d->thread = std::thread([state = d->state] { runTasks(state); });
         }

@@ -1,6 +1,7 @@
 #include "Bedrock/WorkerPool.hpp"
 
 #include "Bedrock/Guarded.hpp"
+#include "Bedrock/Inbox.hpp"
 #include "Bedrock/Trace.hpp"
 
 #include <algorithm>
@@ -96,9 +97,17 @@ void WorkerPool::add(Task task)
         d->work.notify_one();
 }
 
+void WorkerPool::run(char kind, std::function<std::function<void()>()> work)
+{
+    // Behind a pointer, because tasks can be copied.
+    add([reply = std::make_shared<Reply>(Inbox::instance().begin(kind)), work = std::move(work)] {
+        std::move(*reply).answer(work());
+    });
+}
+
 void WorkerPool::dropWaiting()
 {
-    // Let go without the lock: what a task holds may come back here when it goes.
+    // Destroyed without the lock: the destructor of what a task holds may use this pool.
     std::deque<Task> dropped;
     const std::lock_guard<std::mutex> guard(d->mutex);
     dropped.swap(d->waiting);

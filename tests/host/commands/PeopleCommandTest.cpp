@@ -3,9 +3,10 @@
 #include "Folder.hpp"
 #include "services/MarkerService.hpp"
 #include "services/PeopleRegistry.hpp"
+#include "services/PeopleWatch.hpp"
 
 #include <Bedrock/AfterUpdateQueue.hpp>
-#include <Bedrock/BGThread.hpp>
+#include <Bedrock/Inbox.hpp>
 #include <Tavola/TesselServiceCache.hpp>
 #include <Trellis/Widget.hpp>
 
@@ -335,11 +336,11 @@ TEST_CASE("tavola people: a table that is open follows what the desk does")
     const Desk desk;
     REQUIRE(desk.ask(QStringLiteral("list")).code == 0);
     const auto cache = std::make_shared<Tavola::TesselServiceCache>();
-    MarkerService table(desk.registry(), cache);
-    table.fillCache();
+    PeopleWatch watch(desk.registry(), std::make_shared<MarkerService>(desk.registry(), cache));
     const auto look = [&] {
-        const bool reads = table.refreshCache();
-        Bedrock::BGThread::instance()->waitUntilIdle();
+        const bool reads = watch.look();
+        watch.waitUntilIdle();
+        (void)Bedrock::Inbox::instance().deliver();
         Bedrock::AfterUpdateQueue::instance().drain();
         return reads;
     };

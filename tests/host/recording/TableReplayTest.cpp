@@ -5,7 +5,7 @@
 #include "input/TableInput.hpp"
 #include "inspector/WidgetReport.hpp"
 
-#include <Bedrock/Arrivals.hpp>
+#include <Bedrock/Inbox.hpp>
 #include <EventLoop.hpp>
 #include <LogCapture.hpp>
 #include <Tavola/ServiceProvider.hpp>
@@ -128,7 +128,7 @@ TEST_CASE("table replay: a visit with the plug-in gives the same widget trees, f
 
         place.options.replayFile = place.options.recordFile;
         place.options.recordFile.clear();
-        // Who came to the table was written down then; the replay finds it as it was.
+        // The recorded run has changed the registry; the replay has one as it was before.
         place.options.dataFolder = place.folder.path(QStringLiteral("other-data"));
         const auto table = place.open();
         CHECK(table->isReplay());
@@ -162,7 +162,7 @@ TEST_CASE("table replay: pictures and texts come in the frames they came in on t
         }
         // The picture comes now at the latest, and the frame after that shows it.
         REQUIRE(TestSupport::pumpUntil(
-            [&] { return table->application().pendingImages() == 0 || Bedrock::Arrivals::instance().isWaiting(); }, kPatienceMs));
+            [&] { return table->application().pendingImages() == 0 || Bedrock::Inbox::instance().isWaiting(); }, kPatienceMs));
         for (int i = 0; i < 3; ++i) {
             REQUIRE(table->frame(0.01));
             recorded.push_back(treeOf(*table));
@@ -177,7 +177,7 @@ TEST_CASE("table replay: pictures and texts come in the frames they came in on t
             REQUIRE(table->frame(0.01));
             REQUIRE(differenceOf(treeOf(*table), recorded[0]) == "");
             REQUIRE(TestSupport::pumpUntil(
-                [&] { return table->application().pendingImages() == 0 || Bedrock::Arrivals::instance().isWaiting(); },
+                [&] { return table->application().pendingImages() == 0 || Bedrock::Inbox::instance().isWaiting(); },
                 kPatienceMs));
         }
         for (std::size_t i = isEarly ? 1 : 0; i < recorded.size(); ++i) {
@@ -204,7 +204,7 @@ TEST_CASE("table replay: without a data folder it begins with the people of the 
         CHECK(QDir::tempPath() != temporary);
         REQUIRE(table->frame(0.01));
     }
-    // Since then somebody else has got the card.
+    // The card has another owner since then.
     place.folder.write(QStringLiteral("people.csv"), "code,name\n1001,Bob\n");
     std::swap(place.options.replayFile, place.options.recordFile);
     place.options.dataFolder.clear();
@@ -344,12 +344,16 @@ TEST_CASE("tavola replay: a command line that makes no sense is exit code 2, a r
         int exitCode;
         const char* told;
     };
+    const Folder folder;
+    folder.write(QStringLiteral("old.rec"), "tavola-recording 2\nand its records");
     const Row rows[] = {
         {QStringLiteral("replay"), 2, "(which recording\\? Give a file that was made by tavola run --record)"},
         {QStringLiteral("replay a.rec p --tuio 3333"), 2, "(--tuio, --size and --record make no sense in a replay)"},
         {QStringLiteral("replay a.rec p --size 100x100"), 2, "(--tuio, --size and --record make no sense in a replay)"},
         {QStringLiteral("replay a.rec p --record b.rec"), 2, "(--tuio, --size and --record make no sense in a replay)"},
         {QStringLiteral("replay /nowhere/a.rec"), 1, "(Failed to read /nowhere/a.rec \\(No such file or directory\\))"},
+        {QStringLiteral("replay %1").arg(folder.path(QStringLiteral("old.rec"))), 1,
+         "(Failed to read \\S*/old.rec \\(a recording of another version\\); replay it with the program that made it)"},
         {QStringLiteral("run p --record"), 2, "(--record wants the name of a file that does not exist yet)"},
         {QStringLiteral("replay --help"), 0, "(usage: tavola replay RECORDING \\[PRESENTATION\\])"},
     };

@@ -5,6 +5,7 @@
 #include "services/PeopleRegistry.hpp"
 
 #include <Bedrock/AfterUpdateQueue.hpp>
+#include <Bedrock/Inbox.hpp>
 #include <Bedrock/ReferenceCounted.hpp>
 #include <EventLoop.hpp>
 #include <LogCapture.hpp>
@@ -82,6 +83,8 @@ TEST_CASE("table: the gallery opens with its plug-in, and nothing of either is l
         CHECK_FALSE(Tavola::Tavola::instance());
         CHECK_FALSE(Trellis::Application::instance());
         CHECK(Bedrock::AfterUpdateQueue::instance().isEmpty());
+        CHECK_FALSE(Bedrock::Inbox::instance().isWaiting());
+        CHECK(Bedrock::Inbox::instance().openJobs() == 0);
         CHECK(Bedrock::ReferenceCounted::liveObjects() == before);
     }
 }

@@ -4,6 +4,9 @@
 #include "ImageServer.hpp"
 #include "TemporaryFolder.hpp"
 
+#include <Bedrock/AfterUpdateQueue.hpp>
+#include <Bedrock/Inbox.hpp>
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -15,15 +18,24 @@
 
 #include <doctest/doctest.h>
 
+#include <functional>
 #include <stdexcept>
 
 using PluginTest::ImageServer;
 using PluginTest::TemporaryFolder;
 using Tavola::IconDownloader;
-using TestSupport::pumpUntil;
 
 namespace
 {
+/// Serves events and takes in results, as frames do.
+bool deliverUntil(const std::function<bool()>& condition)
+{
+    return TestSupport::pumpUntil([&] {
+        (void)Bedrock::Inbox::instance().deliver();
+        return condition();
+    });
+}
+
 template <class Exception>
 std::string failureOf(folly::Future<QString>& future)
 {
@@ -111,7 +123,7 @@ TEST_CASE("icon path: where the folder cannot be made the paths are the same, an
     const auto downloader = IconDownloader::instance();
     CHECK(downloader->iconPath(QUrl("http://example.org/qr.svg")) == pathIn(folder, "ba1ec7a166effc3879199322f86bd933.svg"));
     auto future = downloader->getUserIcon(server.url("/qr.png"));
-    REQUIRE(pumpUntil([&] { return future.isReady(); }));
+    REQUIRE(deliverUntil([&] { return future.isReady(); }));
     CHECK(std::move(future).get() == downloader->iconPath(server.url("/qr.png")));
     CHECK(inTheWay.size() == 6);
 }
@@ -124,7 +136,7 @@ TEST_CASE("icon downloader: a picture is fetched once, stored, and its path told
     const auto downloader = IconDownloader::instance();
     auto future = downloader->getUserIcon(server.url("/qr.png"));
     CHECK_FALSE(future.isReady());
-    REQUIRE(pumpUntil([&] { return future.isReady(); }));
+    REQUIRE(deliverUntil([&] { return future.isReady(); }));
     const QString path = std::move(future).get();
     CHECK(path == downloader->iconPath(server.url("/qr.png")));
     CHECK(QImage(path).size() == QSize(21, 21));
@@ -138,7 +150,7 @@ TEST_CASE("icon downloader: a picture that is there is told at once, even when t
     server.serve("/qr.png", ImageServer::png(21, 21));
     const auto downloader = IconDownloader::instance();
     auto first = downloader->getUserIcon(server.url("/qr.png"));
-    REQUIRE(pumpUntil([&] { return first.isReady(); }));
+    REQUIRE(deliverUntil([&] { return first.isReady(); }));
     server.serve("/qr.png", ImageServer::png(5, 5));
 
     auto second = downloader->getUserIcon(server.url("/qr.png"));
@@ -170,13 +182,13 @@ TEST_CASE("icon downloader: a network error fails the future, and a later reques
     server.serveRaw("/qr.png", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
     const auto downloader = IconDownloader::instance();
     auto future = downloader->getUserIcon(server.url("/qr.png"));
-    REQUIRE(pumpUntil([&] { return future.isReady(); }));
+    REQUIRE(deliverUntil([&] { return future.isReady(); }));
     CHECK(failureOf<std::runtime_error>(future) == ImageServer::networkErrorText(server.url("/qr.png")));
     CHECK_FALSE(QFile::exists(downloader->iconPath(server.url("/qr.png"))));
 
     server.serve("/qr.png", ImageServer::png(4, 4));
     auto again = downloader->getUserIcon(server.url("/qr.png"));
-    REQUIRE(pumpUntil([&] { return again.isReady(); }));
+    REQUIRE(deliverUntil([&] { return again.isReady(); }));
     CHECK(QFile::exists(std::move(again).get()));
     CHECK(server.requests().size() == 3); // the second one is the test's
 }
@@ -188,7 +200,7 @@ TEST_CASE("icon downloader: a connection that is cut fails the future")
     server.serveRaw("/qr.png", "HTTP/1.1 200 OK\r\nContent-Length: 4000\r\n\r\nhalf");
     const auto downloader = IconDownloader::instance();
     auto future = downloader->getUserIcon(server.url("/qr.png"));
-    REQUIRE(pumpUntil([&] { return future.isReady(); }));
+    REQUIRE(deliverUntil([&] { return future.isReady(); }));
     CHECK(failureOf<std::runtime_error>(future) == ImageServer::networkErrorText(server.url("/qr.png")));
 }
 
@@ -197,7 +209,7 @@ TEST_CASE("icon downloader: an empty address fails the future")
     const TemporaryFolder folder;
     const auto downloader = IconDownloader::instance();
     auto future = downloader->getUserIcon(QUrl());
-    REQUIRE(pumpUntil([&] { return future.isReady(); }));
+    REQUIRE(deliverUntil([&] { return future.isReady(); }));
     CHECK(failureOf<std::runtime_error>(future) == ImageServer::networkErrorText(QUrl()));
 }
 
@@ -209,7 +221,7 @@ TEST_CASE("icon downloader: a second request for an address under way throws, th
     const auto downloader = IconDownloader::instance();
     auto first = downloader->getUserIcon(server.url("/qr.png"));
     CHECK_THROWS_WITH_AS((void)downloader->getUserIcon(server.url("/qr.png")), "Future already retrieved", std::logic_error);
-    REQUIRE(pumpUntil([&] { return first.isReady(); }));
+    REQUIRE(deliverUntil([&] { return first.isReady(); }));
     CHECK(QFile::exists(std::move(first).get()));
     CHECK(server.requests().size() == 1);
 }
@@ -251,7 +263,7 @@ TEST_CASE("icon downloader: the network's replies are left to the network, for w
     const auto replies = downloader->findChildren<QNetworkReply*>();
     REQUIRE(replies.size() == 1);
     const QPointer<QNetworkReply> reply(replies.front());
-    REQUIRE(pumpUntil([&] { return finished.count() == 1; }));
+    REQUIRE(deliverUntil([&] { return finished.count() == 1; }));
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     CHECK(reply);
 }
@@ -265,9 +277,10 @@ TEST_CASE("icon downloader: a reply for an address that it does not wait for is 
     const FinishedCounter finished(*downloader);
     const QPointer<QNetworkReply> reply =
         downloader->findChild<QNetworkAccessManager*>()->get(QNetworkRequest(server.url("/other.png")));
-    REQUIRE(pumpUntil([&] { return finished.count() == 1; }));
+    REQUIRE(deliverUntil([&] { return finished.count() == 1; }));
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     REQUIRE(reply);
+    downloader->onNetworkRequestFinished(reply);            // which is public
     CHECK(QImage::fromData(reply->readAll()).width() == 3); // nor read
     CHECK_FALSE(QFile::exists(downloader->iconPath(server.url("/other.png"))));
 }
@@ -281,7 +294,7 @@ TEST_CASE("icon downloader: addresses are fetched side by side")
     const auto downloader = IconDownloader::instance();
     auto a = downloader->getUserIcon(server.url("/a.png"));
     auto b = downloader->getUserIcon(server.url("/b.png"));
-    REQUIRE(pumpUntil([&] { return a.isReady() && b.isReady(); }));
+    REQUIRE(deliverUntil([&] { return a.isReady() && b.isReady(); }));
     CHECK(QImage(std::move(a).get()).width() == 3);
     CHECK(QImage(std::move(b).get()).width() == 4);
 }
@@ -294,7 +307,7 @@ TEST_CASE("icon downloader: an answer that is no picture is never told, and the 
     const auto downloader = IconDownloader::instance();
     const FinishedCounter finished(*downloader);
     auto future = downloader->getUserIcon(server.url("/qr.png"));
-    REQUIRE(pumpUntil([&] { return finished.count() == 1; }));
+    REQUIRE(deliverUntil([&] { return finished.count() == 1; }));
     CHECK_FALSE(future.isReady());
     CHECK_FALSE(QFile::exists(downloader->iconPath(server.url("/qr.png"))));
     CHECK_THROWS_WITH_AS((void)downloader->getUserIcon(server.url("/qr.png")), "Future already retrieved", std::logic_error);
@@ -308,7 +321,7 @@ TEST_CASE("icon downloader: a redirect is not followed")
     const auto downloader = IconDownloader::instance();
     const FinishedCounter finished(*downloader);
     auto future = downloader->getUserIcon(server.url("/qr.png"));
-    REQUIRE(pumpUntil([&] { return finished.count() == 1; }));
+    REQUIRE(deliverUntil([&] { return finished.count() == 1; }));
     CHECK_FALSE(future.isReady());
     CHECK(server.requests().size() == 1);
 }
@@ -320,7 +333,7 @@ TEST_CASE("icon downloader: the format of a picture is found in its bytes, that 
     server.serve("/qr.jpg", ImageServer::png(8, 8));
     const auto downloader = IconDownloader::instance();
     auto future = downloader->getUserIcon(server.url("/qr.jpg"));
-    REQUIRE(pumpUntil([&] { return future.isReady(); }));
+    REQUIRE(deliverUntil([&] { return future.isReady(); }));
     QFile file(std::move(future).get());
     REQUIRE(file.open(QIODevice::ReadOnly));
     CHECK(file.read(2) == QByteArray("\xff\xd8"));
@@ -333,7 +346,7 @@ TEST_CASE("icon downloader: a path is told also where the picture could not be s
     server.serve("/qr.svg", ImageServer::png(8, 8));
     const auto downloader = IconDownloader::instance();
     auto future = downloader->getUserIcon(server.url("/qr.svg"));
-    REQUIRE(pumpUntil([&] { return future.isReady(); }));
+    REQUIRE(deliverUntil([&] { return future.isReady(); }));
     const QString path = std::move(future).get();
     CHECK(path == downloader->iconPath(server.url("/qr.svg")));
     CHECK_FALSE(QFile::exists(path));
@@ -364,7 +377,58 @@ TEST_CASE("icon downloader: a downloader that goes during a download breaks its 
     server.hold("/qr.png");
     auto downloader = IconDownloader::instance();
     auto future = downloader->getUserIcon(server.url("/qr.png"));
-    REQUIRE(pumpUntil([&] { return server.requests().size() == 1; }));
+    REQUIRE(TestSupport::pumpUntil([&] { return server.requests().size() == 1; }));
     downloader.reset();
     CHECK(failureOf<std::logic_error>(future) == "Broken promise for type name `QString`");
+}
+
+TEST_CASE("icon downloader: the slot fulfils before it returns, then removes the entry, for a picture and for an error")
+{
+    const TemporaryFolder folder;
+    ImageServer server;
+    const auto downloader = IconDownloader::instance();
+    SUBCASE("a picture")
+    {
+        server.serve("/qr.png", ImageServer::png(3, 3));
+    }
+    SUBCASE("an error")
+    {
+        server.serveRaw("/qr.png", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+    }
+    std::string order;
+    // Connected after the downloader, so called after its slot.
+    QObject::connect(downloader->findChild<QNetworkAccessManager*>(), &QNetworkAccessManager::finished, downloader.get(),
+                     [&] { order += "returned "; });
+    auto future = downloader->getUserIcon(server.url("/qr.png")).thenTry([&](folly::Try<QString>&&) {
+        order += "fulfilled ";
+        // Its entry is still there.
+        if (!QFile::exists(downloader->iconPath(server.url("/qr.png"))))
+            CHECK_THROWS_AS((void)downloader->getUserIcon(server.url("/qr.png")), std::logic_error);
+    });
+    REQUIRE(deliverUntil([&] { return future.isReady(); }));
+    CHECK(order == "fulfilled returned ");
+    CHECK_NOTHROW((void)downloader->getUserIcon(server.url("/qr.png")));
+}
+
+TEST_CASE("icon downloader: a continuation may drop the last pointer to the downloader")
+{
+    const TemporaryFolder folder;
+    ImageServer server;
+    SUBCASE("a picture")
+    {
+        server.serve("/qr.png", ImageServer::png(3, 3));
+    }
+    SUBCASE("an error")
+    {
+        server.serveRaw("/qr.png", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+    }
+    auto downloader = IconDownloader::instance();
+    const std::weak_ptr<IconDownloader> weak = downloader;
+    auto future = downloader->getUserIcon(server.url("/qr.png")).thenTry([&](folly::Try<QString>&&) {
+        downloader.reset();
+        CHECK_FALSE(weak.expired()); // the slot keeps it
+    });
+    REQUIRE(deliverUntil([&] { return future.isReady(); }));
+    CHECK(Bedrock::AfterUpdateQueue::instance().drain() == 1);
+    CHECK(weak.expired());
 }

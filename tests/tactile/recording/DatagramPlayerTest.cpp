@@ -10,6 +10,7 @@
 
 using Tactile::DatagramPlayer;
 using Tactile::DatagramRecorder;
+using Content = Bedrock::Arrival::Content;
 using Folder = RecordingFolder;
 
 namespace
@@ -171,7 +172,7 @@ TEST_CASE("datagram player: the recorded settings and note are those of the tabl
     CHECK(read.tracker.quietRadians == 0.125f);
 }
 
-TEST_CASE("datagram player: results of asynchronous work come back with the frame that took them")
+TEST_CASE("datagram player: results from the inbox come back with the frame that took them")
 {
     const Folder folder;
     {
@@ -179,10 +180,11 @@ TEST_CASE("datagram player: results of asynchronous work come back with the fram
         Tactile::TuioInput input(TestTable::plainSettings());
         input.setRecorder(recorder.get());
         Tactile::Sample sample;
-        recorder->arrival({7, 2, 'i', {}});
-        recorder->arrival({1ull << 40, 0, 'j', QByteArray("{\"a\":\0}", 8)});
+        recorder->arrival({7, 2, 'i', Content::Work, {}});
+        recorder->arrival({1ull << 40, 0, 'j', Content::Bytes, QByteArray("{\"a\":\0}", 8)});
         input.takeSample(0.5, sample);
-        recorder->arrival({8, 0, 'm', ""});
+        recorder->arrival({8, 0, 'm', Content::Bytes, ""});
+        recorder->arrival({9, 0, 'm', Content::Nothing, {}});
         input.takeSample(0.5, sample);
         input.takeSample(0.5, sample);
     }
@@ -192,16 +194,18 @@ TEST_CASE("datagram player: results of asynchronous work come back with the fram
     Tactile::TuioInput input(player->settings());
     const auto first = player->nextFrame(input)->arrivals;
     REQUIRE(first.size() == 2);
-    CHECK(first[0].ticket == 7);
+    CHECK(first[0].job == 7);
     CHECK(first[0].part == 2);
     CHECK(first[0].kind == 'i');
-    CHECK(first[0].answer.isNull());
-    CHECK(first[1].ticket == 1ull << 40);
-    CHECK(first[1].answer == QByteArray("{\"a\":\0}", 8));
+    CHECK(first[0].content == Content::Work);
+    CHECK(first[1].job == 1ull << 40);
+    CHECK(first[1].content == Content::Bytes);
+    CHECK(first[1].bytes == QByteArray("{\"a\":\0}", 8));
     const auto second = player->nextFrame(input)->arrivals;
-    REQUIRE(second.size() == 1);
-    CHECK_FALSE(second[0].answer.isNull());
-    CHECK(second[0].answer.isEmpty());
+    REQUIRE(second.size() == 2);
+    CHECK(second[0].content == Content::Bytes);
+    CHECK(second[0].bytes.isEmpty());
+    CHECK(second[1].content == Content::Nothing);
     CHECK(player->nextFrame(input)->arrivals.empty());
 }
 
@@ -278,10 +282,12 @@ TEST_CASE("datagram player: what cannot be played is told with its remedy")
     folder.write("at 0 card 1 down 0 0\n");
     CHECK_FALSE(DatagramPlayer::open(folder.file, error));
     CHECK(error == head + " (no recording of a table); give a file that \"tavola run --record\" made");
-    folder.write("tavola-recording 1\nxxxx"); // without the results of asynchronous work
-    CHECK_FALSE(DatagramPlayer::open(folder.file, error));
-    CHECK(error == head + " (a recording of another version); replay it with the program that made it");
-    folder.write("tavola-recording 2\n");
+    for (const char* older : {"tavola-recording 1\nxxxx", "tavola-recording 2\nxxxx"}) {
+        folder.write(older);
+        CHECK_FALSE(DatagramPlayer::open(folder.file, error));
+        CHECK(error == head + " (a recording of another version); replay it with the program that made it");
+    }
+    folder.write("tavola-recording 3\n");
     CHECK_FALSE(DatagramPlayer::open(folder.file, error));
     CHECK(error == head + " (it ends before its first frame); record anew");
 }
@@ -295,7 +301,7 @@ TEST_CASE("datagram player: a recording without a note has none, and settings th
     REQUIRE(player);
     CHECK(player->note().empty());
 
-    folder.write(QByteArray("tavola-recording 2\n") + recordOf("S and nothing more"));
+    folder.write(QByteArray("tavola-recording 3\n") + recordOf("S and nothing more"));
     CHECK_FALSE(DatagramPlayer::open(folder.file, error));
     CHECK(error == "DatagramPlayer # Failed to read " + folder.file + " (its settings are damaged); record anew");
 }
@@ -316,7 +322,8 @@ TEST_CASE("datagram player: a record that cannot be ends the replay ahead of its
     const char kNotANumber[] = "F\0\0\0\0\0\0\0\2\x7f\xf8\0\0\0\0\0\0";
     const char kSkippedFrame[] = "F\0\0\0\0\0\0\0\3\x3f\xe0\0\0\0\0\0\0";
     const char kNoListener[] = "D\0\1\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\1";
-    const char kNoTicket[] = "A\0\0\0\0\0\0\0\0\0\0i\0";
+    const char kNoJob[] = "A\0\0\0\0\0\0\0\0\0\0i\0";
+    const char kNoContent[] = "A\0\0\0\0\0\0\0\1\0\0i\3";
     struct Row
     {
         const char* what;
@@ -325,7 +332,8 @@ TEST_CASE("datagram player: a record that cannot be ends the replay ahead of its
     const Row rows[] = {{"a step that is no number", QByteArray(kNotANumber, sizeof kNotANumber - 1)},
                         {"a frame that is missing", QByteArray(kSkippedFrame, sizeof kSkippedFrame - 1)},
                         {"a datagram of no listener", QByteArray(kNoListener, sizeof kNoListener - 1)},
-                        {"a result without a ticket", QByteArray(kNoTicket, sizeof kNoTicket - 1)},
+                        {"a result without a job", QByteArray(kNoJob, sizeof kNoJob - 1)},
+                        {"a result of an unknown content", QByteArray(kNoContent, sizeof kNoContent - 1)},
                         {"a listener beyond the next", "L\xff"},
                         {"a frame that is cut off", "F"}};
     const Folder folder;

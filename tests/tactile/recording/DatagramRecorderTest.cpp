@@ -38,11 +38,11 @@ TEST_CASE("datagram recorder: what cannot be recorded is told with its remedy, a
 {
     const Folder folder;
     std::string error;
-    folder.write("tavola-recording 2\n");
+    folder.write("tavola-recording 3\n");
     CHECK_FALSE(DatagramRecorder::create(folder.file, error));
     CHECK(error
           == "DatagramRecorder # Failed to make " + folder.file + " (File exists); choose another name, or move that file away");
-    CHECK(folder.bytes() == "tavola-recording 2\n");
+    CHECK(folder.bytes() == "tavola-recording 3\n");
     CHECK_FALSE(DatagramRecorder::create("/nowhere/a.rec", error));
     CHECK(error
           == "DatagramRecorder # Failed to make /nowhere/a.rec (No such file or directory); choose a folder that can "
@@ -96,7 +96,7 @@ TEST_CASE("datagram recorder: it begins with its version, and a recording of not
 {
     const Folder folder;
     folder.record().reset();
-    CHECK(folder.bytes() == "tavola-recording 2\n");
+    CHECK(folder.bytes() == "tavola-recording 3\n");
 }
 
 TEST_CASE("datagram recorder: a datagram is kept to the byte, with who sent it and when it came")

@@ -5,7 +5,7 @@
 #include "EventLoop.hpp"
 #include "PdfFile.hpp"
 
-#include <Bedrock/AfterUpdateQueue.hpp>
+#include <Bedrock/Inbox.hpp>
 
 #include <QDateTime>
 #include <QFile>
@@ -17,7 +17,7 @@ namespace
 {
 struct Reader
 {
-    ~Reader() { Bedrock::AfterUpdateQueue::instance().clear(); }
+    ~Reader() { Bedrock::Inbox::instance().clear(); }
 
     [[nodiscard]] QString path(const char* name) const { return folder.filePath(QString::fromLatin1(name)); }
     QString pdf(const char* name, const std::vector<QColor>& colours, QSizeF points = {200.0, 100.0}) const
@@ -25,10 +25,10 @@ struct Reader
         PdfFile::write(path(name), colours, points);
         return path(name);
     }
-    static bool drainUntil(const std::function<bool()>& condition)
+    static bool deliverUntil(const std::function<bool()>& condition)
     {
         return TestSupport::pumpUntil([&] {
-            Bedrock::AfterUpdateQueue::instance().drain();
+            (void)Bedrock::Inbox::instance().deliver();
             return condition();
         });
     }
@@ -40,7 +40,7 @@ struct Reader
             result = given;
             isDone = true;
         });
-        REQUIRE(drainUntil([&] { return isDone; }));
+        REQUIRE(deliverUntil([&] { return isDone; }));
         return result;
     }
     static QColor middle(const QImage& image) { return image.pixelColor(image.width() / 2, image.height() / 2); }
@@ -120,7 +120,7 @@ TEST_CASE("pdf pages: answers come in the order of the requests, and never insid
         asked.push_back(
             reader.pages.request({path, page, 50}, [&](const PdfPages::Outcome& given) { order.push_back(given.page); }));
     CHECK(order.empty());
-    REQUIRE(Reader::drainUntil([&] { return order.size() == 3; }));
+    REQUIRE(Reader::deliverUntil([&] { return order.size() == 3; }));
     CHECK(order == std::vector<int>{2, 0, 1});
 }
 
@@ -135,8 +135,8 @@ TEST_CASE("pdf pages: who has lost interest is told nothing, whatever had been d
     *given = true;
     auto late = reader.pages.request({path, 0, 50}, count);
     auto set = reader.pages.request({path, 0, 50}, count);
-    REQUIRE(TestSupport::pumpUntil([] { return !Bedrock::AfterUpdateQueue::instance().isEmpty(); }));
-    late.reset(); // its page waits in the queue
+    REQUIRE(TestSupport::pumpUntil([] { return Bedrock::Inbox::instance().isWaiting(); }));
+    late.reset(); // its page waits in the inbox
     *set = true;
     CHECK_FALSE(reader.outcome({path, 0, 50}).image.isNull()); // comes after all of them
     CHECK(told == 0);
@@ -190,6 +190,6 @@ TEST_CASE("pdf pages: it may go with requests under way, of which nobody is told
         for (int i = 0; i < 20; ++i)
             asked.push_back(reader.pages.request({path, i % 2, 2000}, [&](const PdfPages::Outcome&) { ++told; }));
     }
-    Bedrock::AfterUpdateQueue::instance().drain();
+    (void)Bedrock::Inbox::instance().deliver();
     CHECK(told == 0);
 }

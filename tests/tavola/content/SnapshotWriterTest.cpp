@@ -4,6 +4,7 @@
 
 #include "TestHost.hpp"
 
+#include <Bedrock/Inbox.hpp>
 #include <Tavola/FileRepresentation.hpp>
 
 #include <QCoreApplication>
@@ -13,6 +14,8 @@
 #include <QImage>
 #include <QProcess>
 #include <QTemporaryDir>
+
+#include <thread>
 
 using Bedrock::makeIntrusive;
 using Tavola::FileRepresentation;
@@ -49,6 +52,9 @@ TEST_CASE("snapshot writer: all that was begun is written before it goes, and fi
         for (int i = 1; i <= 30; ++i)
             futures.push_back(writer.write(plain(i, 10), folder.filePath(QStringLiteral("%1.png").arg(i))));
     }
+    CHECK(QFile::exists(folder.filePath(QStringLiteral("30.png"))));
+    CHECK_FALSE(futures[0].isReady());
+    CHECK(Bedrock::Inbox::instance().deliver() == 30);
     for (int i = 1; i <= 30; ++i) {
         REQUIRE(futures[std::size_t(i - 1)].isReady());
         CHECK(QImage(futures[std::size_t(i - 1)].value()).width() == i);
@@ -79,6 +85,26 @@ TEST_CASE("snapshot writer: without a name equal pictures are one file, and what
     CHECK_FALSE(QFileInfo(paths[0]).dir().exists());
 }
 
+TEST_CASE("snapshot writer: its promises are completed on the main thread, in the input step, also while a tap is plugged in")
+{
+    const QTemporaryDir folder;
+    for (const bool isTapped : {false, true}) {
+        CAPTURE(isTapped);
+        std::string taken;
+        if (isTapped)
+            Bedrock::Inbox::instance().setTap([&](const Bedrock::Arrival& arrival) { taken += arrival.kind; });
+        std::thread::id thread;
+        SnapshotWriter writer;
+        auto future = writer.write(plain(20, 10), folder.filePath(QStringLiteral("a.png"))).thenValue([&](const QString&) {
+            thread = std::this_thread::get_id();
+        });
+        REQUIRE(TestHost().frameUntil([&] { return future.isReady(); }));
+        CHECK(thread == std::this_thread::get_id());
+        CHECK(taken == (isTapped ? "s" : ""));
+        Bedrock::Inbox::instance().setTap(nullptr);
+    }
+}
+
 TEST_CASE("snapshot writer: each has a folder of its own")
 {
     SnapshotWriter first;
@@ -100,6 +126,7 @@ TEST_CASE("snapshot writer: one that cannot be written says why, and the others 
         futures.push_back(writer.write(QImage(), folder.filePath("none.png")));
         futures.push_back(writer.write(plain(20, 10), folder.filePath("good.png")));
     }
+    CHECK(Bedrock::Inbox::instance().deliver() == 3);
     CHECK(failureOf(futures[0]).find("cannot write the snapshot " + folder.path().toStdString() + ": ") == 0);
     CHECK(failureOf(futures[1]).find("cannot write the snapshot " + folder.filePath("none.png").toStdString() + ": ") == 0);
     CHECK(QImage(futures[2].value()).size() == QSize(20, 10));

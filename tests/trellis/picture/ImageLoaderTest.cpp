@@ -6,7 +6,7 @@
 #include "ImageScene.hpp"
 #include "LogCapture.hpp"
 
-#include <Bedrock/AfterUpdateQueue.hpp>
+#include <Bedrock/Inbox.hpp>
 
 #include <QDateTime>
 #include <QFile>
@@ -34,7 +34,7 @@ struct Reading
     ~Reading()
     {
         loader.shutDown();
-        Bedrock::AfterUpdateQueue::instance().clear();
+        Bedrock::Inbox::instance().clear();
     }
 
     QString save(const char* name, const QImage& image)
@@ -51,7 +51,7 @@ struct Reading
     void settle()
     {
         REQUIRE(pumpUntil([this] {
-            Bedrock::AfterUpdateQueue::instance().drain();
+            (void)Bedrock::Inbox::instance().deliver();
             return loader.pending() == 0;
         }));
     }
@@ -192,16 +192,16 @@ TEST_CASE("image loader: what is announced is pending until its token goes, also
     CHECK(reading.loader.pending() == 1);
 }
 
-TEST_CASE("image loader: a shutdown drops what is under way, also what waits in the queue, and the loader serves again")
+TEST_CASE("image loader: a shutdown drops what is under way, also what waits in the inbox, and the loader serves again")
 {
     Reading reading;
     const ImageKey key = Reading::key(reading.save("a.png", halves(32, 32)));
     CHECK(reading.request(key) == nullptr);
-    REQUIRE(pumpUntil([] { return !Bedrock::AfterUpdateQueue::instance().isEmpty(); }));
+    REQUIRE(pumpUntil([] { return Bedrock::Inbox::instance().isWaiting(); }));
     CHECK(reading.request(Reading::key(key.path, 128)) == nullptr);
     reading.loader.shutDown();
     CHECK(reading.loader.pending() == 0);
-    Bedrock::AfterUpdateQueue::instance().drain();
+    (void)Bedrock::Inbox::instance().deliver();
     CHECK(reading.told.empty());
     CHECK(reading.request(key) == nullptr);
     reading.settle();

@@ -9,7 +9,8 @@ namespace Bedrock
 class Task;
 
 /// The process's background thread, for work that blocks. Tasks take turns in the order they were added; one that has
-/// not finished goes to the end of the queue. A task that throws is logged and dropped, the others go on.
+/// not finished goes to the end of the queue. A task that throws is logged and dropped, the others go on. A task is a job of the
+/// Inbox; its answer is what it adds to the AfterUpdateQueue, which runs on the main thread after an update.
 /// The thread starts with the first task. All operations: any thread.
 class TAVOLA_EXPORT BGThread
 {

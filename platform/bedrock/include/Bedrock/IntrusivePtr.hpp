@@ -9,7 +9,7 @@ namespace Bedrock
 /// Strong pointer to an object that counts inside itself (ReferenceCounted). Making one from a plain pointer or
 /// reference at any time is legal and adds a reference.
 ///
-/// Never make one from `this` inside a constructor: it would be the only owner, and destroy the object when it goes.
+/// Never make one from `this` inside a constructor: the count is still zero, so releasing it would destroy the object.
 template <class T>
 class IntrusivePtr
 {

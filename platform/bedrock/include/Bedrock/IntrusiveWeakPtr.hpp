@@ -6,7 +6,7 @@
 
 namespace Bedrock
 {
-/// Remembers an object without keeping it alive. May be made from `this` in a constructor, and copied and destroyed on
+/// Refers to an object without keeping it alive. May be made from `this` in a constructor, and copied and destroyed on
 /// any thread; `lock()` on the object's own thread is the only safe way to use the object again.
 template <class T>
 class IntrusiveWeakPtr
@@ -39,7 +39,7 @@ public:
         return *this;
     }
 
-    /// A strong pointer, or null once the object is destroyed, is being destroyed, or has no owner yet.
+    /// A strong pointer, or null once the object is destroyed, is being destroyed, or has no strong pointer yet.
     [[nodiscard]] IntrusivePtr<T> lock() const noexcept
     {
         if (!m_anchor || !m_anchor->lock())

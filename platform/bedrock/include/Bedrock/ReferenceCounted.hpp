@@ -9,7 +9,7 @@ namespace Bedrock
 class WeakAnchor;
 
 /// Base of objects that carry their own reference count, so that a counted pointer can be made again at any time from a
-/// plain reference. The object deletes itself when the last IntrusivePtr lets go; an object that no IntrusivePtr ever
+/// plain reference. The object deletes itself with its last IntrusivePtr; an object that no IntrusivePtr ever
 /// held belongs to the code that made it. Counting is safe from any thread; destruction happens on the releasing thread.
 class TAVOLA_EXPORT ReferenceCounted
 {

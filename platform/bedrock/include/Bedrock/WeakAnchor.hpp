@@ -9,7 +9,7 @@ namespace Bedrock
 {
 class ReferenceCounted;
 
-/// The small shared block behind weak pointers: knows the object while it lives and outlives it. Any thread.
+/// The small shared block behind weak pointers: points to the object while it lives, and outlives it. Any thread.
 class TAVOLA_EXPORT WeakAnchor
 {
 public:
@@ -20,7 +20,7 @@ public:
 
     /// The object with one more strong reference (the caller's), or null when it is gone, dying or not yet owned.
     [[nodiscard]] const ReferenceCounted* lock() noexcept;
-    /// Whether the object still exists. True also for an object without an owner yet.
+    /// Whether the object still exists. True also for an object that has no strong pointer yet.
     [[nodiscard]] bool isAlive() const noexcept;
     /// Called by the dying object before anything of it is torn down.
     void detach() noexcept;

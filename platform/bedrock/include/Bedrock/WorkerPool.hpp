@@ -8,11 +8,11 @@
 namespace Bedrock
 {
 /// A few threads that work off a queue: for reading, decoding and writing of which one service has much to do.
-/// Tasks begin in the order they were added; with one thread they also end in it. Results go back as values, through
-/// `AfterUpdateQueue` or `Arrivals`. For work that takes turns with everybody else's, see `BGThread`.
+/// Tasks begin in the order they were added; with one thread they also end in it. For work that takes turns with that of other
+/// classes, see `BGThread`.
 ///
 ///     Bedrock::WorkerPool m_pool{2};  // the last member, so that its tasks find the others alive
-///     m_pool.add([path] { ... });
+///     m_pool.run('i', [this, path] { return [this, picture = read(path)] { show(picture); }; });
 ///
 /// Operations: any thread, unless they say otherwise.
 class TAVOLA_EXPORT WorkerPool
@@ -33,7 +33,11 @@ public:
     /// Throws std::system_error, without keeping the task, when not even one thread can be started.
     void add(Task task);
 
-    /// Forgets the tasks that have not begun; what they hold is let go in this call.
+    /// A task that is a job of the Inbox, of this kind: what `work` returns runs on the main thread when a coming frame takes its
+    /// input. The job ends without an answer when `work` returns an empty function, throws or is dropped. As add() otherwise.
+    void run(char kind, std::function<std::function<void()>()> work);
+
+    /// Destroys the tasks that have not begun, in this call.
     void dropWaiting();
     /// Blocks until no task is waiting or running. For tests and orderly shutdown; never on the main thread of a running
     /// table, never from a task.

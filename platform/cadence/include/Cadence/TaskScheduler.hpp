@@ -23,9 +23,9 @@ public:
     TaskScheduler(const TaskScheduler&) = delete;
     TaskScheduler& operator=(const TaskScheduler&) = delete;
 
-    /// Runs what it is given on the main thread, after the update of the frame, in order of arrival among everything that
-    /// waits for that moment; never inside the call. Adding is safe from any thread. Owned by the scheduler, which lives
-    /// until process exit.
+    /// Runs functions on the main thread, after the update of the frame, in order of arrival among everything that waits for that
+    /// moment; never inside the call. Any thread may add; what another one than the main thread adds arrives in the input step of
+    /// the next frame. Owned by the scheduler, which lives until process exit.
     [[nodiscard]] folly::Executor* afterUpdate() const noexcept;
 
 private:

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Bedrock/Arrivals.hpp>
+#include <Bedrock/Arrival.hpp>
 #include <Tactile/TuioInput.hpp>
 
 #include <cstdint>
@@ -26,7 +26,7 @@ public:
     {
         std::uint64_t number = 0; ///< 1 for the first
         double dtSeconds = 0.0;
-        std::vector<Bedrock::Arrivals::Arrival> arrivals; ///< what asynchronous work gave the frame, in this order
+        std::vector<Bedrock::Arrival> arrivals; ///< what the frame took from the inbox, in this order
     };
 
     /// Null, with the reason in `error`, for a file that cannot be read or is no recording of this version.
@@ -42,7 +42,7 @@ public:
     [[nodiscard]] const std::string& note() const noexcept;
 
     /// Gives `input`, always the same one, the listeners and datagrams of the next frame; the caller then runs that frame.
-    /// Nothing after the last whole frame; a recording that was cut off or damaged there is told in the log.
+    /// Nothing after the last whole frame; a recording that is cut off or damaged there is a warning in the log.
     [[nodiscard]] std::optional<Frame> nextFrame(TuioInput& input);
 
 private:

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Bedrock/Arrivals.hpp>
+#include <Bedrock/Arrival.hpp>
 #include <Bedrock/Export.hpp>
 #include <Tactile/InputRecorder.hpp>
 
@@ -24,7 +24,7 @@ namespace Tactile
 class TAVOLA_EXPORT DatagramRecorder final : public InputRecorder
 {
 public:
-    /// Seconds from any beginning, growing; for the arrival times, which nothing but the reader of a recording looks at.
+    /// Seconds from any beginning, growing; for the arrival times of datagrams, which a replay does not use.
     using Clock = std::function<double()>;
 
     /// Null, with the reason in `error`, when the file cannot be made. A file that exists is not touched.
@@ -34,14 +34,13 @@ public:
     DatagramRecorder(const DatagramRecorder&) = delete;
     DatagramRecorder& operator=(const DatagramRecorder&) = delete;
 
-    /// Keeps a text for whoever replays the recording, such as what the table showed. Before the input is given this
-    /// recorder.
+    /// Keeps a text about the table, such as its presentation, for the replay. Before the input is given this recorder.
     void note(const std::string& text);
     /// The frame to come has this time step, exactly. Without it the step is the difference of the frames' times.
     void frameBegins(double dtSeconds);
 
-    /// The frame to come took this result of asynchronous work when it began.
-    void arrival(const Bedrock::Arrivals::Arrival& arrival);
+    /// The frame under way took this result from the inbox.
+    void arrival(const Bedrock::Arrival& arrival);
 
     void settings(const TuioSettings& settings) override;
     void listener(std::uint16_t index, const Vecta::Rect& tableRect) override;

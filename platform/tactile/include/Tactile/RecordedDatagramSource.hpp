@@ -6,7 +6,7 @@
 
 namespace Tactile
 {
-/// A source whose datagrams come from a recording, or from whoever calls `play`; the handler runs inside that call.
+/// A source whose datagrams come from a recording, or from the caller of `play`; the handler runs inside that call.
 class TAVOLA_EXPORT RecordedDatagramSource final : public DatagramSource
 {
 public:

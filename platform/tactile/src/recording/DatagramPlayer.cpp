@@ -87,15 +87,17 @@ struct DatagramPlayer::Private
         return Outcome::Record;
     }
 
-    static bool readArrival(Recording::Reader reader, Bedrock::Arrivals::Arrival& arrival)
+    static bool readArrival(Recording::Reader reader, Bedrock::Arrival& arrival)
     {
-        arrival.ticket = reader.read64();
+        using Content = Bedrock::Arrival::Content;
+        arrival.job = reader.read64();
         arrival.part = reader.read16();
         arrival.kind = static_cast<char>(reader.read8());
-        const bool isAnswer = reader.read8() != 0;
-        if (isAnswer)
-            arrival.answer = QByteArray(reader.rest(), int(reader.left()));
-        return reader.isGood() && arrival.ticket != 0;
+        const std::uint8_t content = reader.read8();
+        arrival.content = Content{content};
+        if (arrival.content == Content::Bytes)
+            arrival.bytes = QByteArray(reader.rest(), int(reader.left()));
+        return reader.isGood() && arrival.job != 0 && content <= std::uint8_t(Content::Nothing);
     }
 
     void keep()

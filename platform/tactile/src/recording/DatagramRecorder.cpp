@@ -224,15 +224,15 @@ void DatagramRecorder::datagram(std::uint16_t listener, const Datagram& datagram
     });
 }
 
-void DatagramRecorder::arrival(const Bedrock::Arrivals::Arrival& arrival)
+void DatagramRecorder::arrival(const Bedrock::Arrival& arrival)
 {
     const std::lock_guard<std::mutex> lock(d->mutex);
     d->add(Recording::ArrivalKind, [&arrival](Recording::Writer& w) {
-        w.add64(arrival.ticket);
+        w.add64(arrival.job);
         w.add16(arrival.part);
         w.add8(static_cast<std::uint8_t>(arrival.kind));
-        w.add8(arrival.answer.isNull() ? 0 : 1);
-        w.addBytes(arrival.answer.constData(), std::size_t(arrival.answer.size()));
+        w.add8(static_cast<std::uint8_t>(arrival.content));
+        w.addBytes(arrival.bytes.constData(), std::size_t(arrival.bytes.size()));
     });
 }
 

@@ -6,28 +6,28 @@
 #include <string_view>
 #include <vector>
 
-/// The file of a recording. A line of text, "tavola-recording 2" with a line feed, then records until the end:
+/// The file of a recording. A line of text, "tavola-recording 3" with a line feed, then records until the end:
 ///
 ///     uint32   size of the body in bytes
 ///     uint32   check sum of the body: FNV-1a
 ///     body     one byte that tells its kind, then
 ///
-///     'N'      a note for whoever replays it, ahead of the settings: UTF-8
+///     'N'      a note about the table, ahead of the settings: UTF-8
 ///     'S'      settings, ahead of everything that follows: float32 x, y, width, height of the table rectangle, pixelPitchMm;
-///     float64
-///              holdSeconds; float32 holdDistanceMm, markerOutlineRadiusMm; float64 lostSenderSeconds; uint8 smoothing;
+///              float64 holdSeconds; float32 holdDistanceMm, markerOutlineRadiusMm; float64 lostSenderSeconds; uint8 smoothing;
 ///              float32 minCutoffHz, beta, derivativeCutoffHz of the position and of the rotation filter; float32
 ///              quietDistancePx, quietRadians
 ///     'L'      a listener has this rectangle from now on: uint16 index, float32 x, y, width, height
 ///     'D'      a datagram: uint16 listener, float64 seconds of arrival, 16 bytes IPv6 address, uint16 port, its bytes
-///     'A'      a result of asynchronous work that the frame to come took when it began: uint64 ticket, uint16 part, uint8 kind,
-///              uint8 1 when it is an answer, then its bytes
+///     'A'      a result that the frame to come took from the inbox: uint64 job, uint16 part, uint8 kind; uint8 0 for a job
+///     inside
+///              the process, 1 for an answer from outside, of which the bytes follow, 2 for none from there
 ///     'F'      a frame took the datagrams since the one before: uint64 number from 1, float64 seconds of its step
 ///
 /// Numbers are big-endian. A kind that is not known is skipped. Another layout gets another number in the first line.
 namespace Tactile::Recording
 {
-constexpr std::string_view kFirstLine = "tavola-recording 2\n";
+constexpr std::string_view kFirstLine = "tavola-recording 3\n";
 constexpr std::string_view kFirstWord = "tavola-recording ";
 constexpr std::size_t kHeadBytes = 8;
 constexpr std::size_t kMaxBody = 1 << 25; // far beyond a full datagram, a long answer, a long list of people

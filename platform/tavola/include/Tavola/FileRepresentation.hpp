@@ -41,9 +41,10 @@ public:
     /// Main thread.
     [[nodiscard]] static FileData widgetData(const Trellis::Widget& widget);
     /// Photographs a widget into a PNG file no larger than `maxSizePx` on either side. With an empty `fileName` the file gets
-    /// a name of its own in the table's temporary folder. The picture is drawn before the call returns; writing it happens
-    /// off the main thread, where the future is completed; it fails with a std::runtime_error when there is nothing to draw
-    /// or the file cannot be written. The temporary folder goes with the application. Main thread.
+    /// a name of its own in the table's temporary folder. The picture is drawn before the call returns, and written off the main
+    /// thread; the future is completed on the main thread, in the input step of a later frame. It fails with a std::runtime_error
+    /// when there is nothing to draw (then at once) or the file cannot be written. The temporary folder goes with the
+    /// application. Main thread.
     [[nodiscard]] static folly::Future<QString> takeWidgetSnapshot(Trellis::Widget& widget, const QString& fileName,
                                                                    int maxSizePx);
 };

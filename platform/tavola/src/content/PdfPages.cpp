@@ -1,8 +1,5 @@
 #include "content/PdfPages.hpp"
 
-#include <Bedrock/Arrivals.hpp>
-#include <Facet/Node.hpp>
-
 #include <QFile>
 #include <QFileInfo>
 #include <QVariant>
@@ -18,19 +15,6 @@ struct Interest
 {
     const std::atomic<bool>* cancelled;
     const std::atomic<bool>* stopping;
-};
-
-/// Ends the ticket of a request, whether a page came of it or not.
-class End
-{
-public:
-    explicit End(Bedrock::Arrivals::Ticket ticket) : m_ticket(ticket) {}
-    ~End() { Bedrock::Arrivals::instance().ended(m_ticket); }
-    End(const End&) = delete;
-    End& operator=(const End&) = delete;
-
-private:
-    Bedrock::Arrivals::Ticket m_ticket;
 };
 
 bool isGivenUp(const QVariant& payload)
@@ -56,23 +40,22 @@ PdfPages::~PdfPages()
 PdfPages::Cancel PdfPages::request(const Request& wanted, Done done)
 {
     auto cancelled = std::make_shared<std::atomic<bool>>(false);
-    m_thread.add([this, wanted, done = std::move(done), weak = std::weak_ptr<std::atomic<bool>>(cancelled),
-                  ticket = Bedrock::Arrivals::instance().begin('p')] {
-        const End end(ticket);
-        const Bedrock::Arrivals::Scope scope(ticket);
-        Outcome outcome;
-        {
-            const auto asked = weak.lock();
-            if (!asked || *asked || m_stopping)
-                return;
-            outcome = render(wanted, *asked);
-        }
-        Facet::Node::invokeAfterUpdate([outcome = std::move(outcome), done, weak] {
-            const auto asked = weak.lock();
-            if (asked && !*asked)
-                done(outcome);
+    m_thread.run(
+        'p',
+        [this, wanted, done = std::move(done), weak = std::weak_ptr<std::atomic<bool>>(cancelled)]() -> std::function<void()> {
+            Outcome outcome;
+            {
+                const auto asked = weak.lock();
+                if (!asked || *asked || m_stopping)
+                    return nullptr;
+                outcome = render(wanted, *asked);
+            }
+            return [outcome = std::move(outcome), done, weak] {
+                const auto asked = weak.lock();
+                if (asked && !*asked)
+                    done(outcome);
+            };
         });
-    });
     return cancelled;
 }
 

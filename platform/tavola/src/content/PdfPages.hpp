@@ -51,7 +51,7 @@ public:
     PdfPages(const PdfPages&) = delete;
     PdfPages& operator=(const PdfPages&) = delete;
 
-    /// `done` is called after a later frame's update.
+    /// `done` is called in the input step of a later frame.
     [[nodiscard]] Cancel request(const Request& request, Done done);
     /// Whether this is the first failure of that kind, which is worth a warning.
     [[nodiscard]] bool isFirstFailure(const QString& text);

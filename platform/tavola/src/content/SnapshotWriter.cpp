@@ -1,6 +1,5 @@
 #include "content/SnapshotWriter.hpp"
 
-#include <Bedrock/Arrivals.hpp>
 #include <Bedrock/Trace.hpp>
 
 #include <QCoreApplication>
@@ -109,7 +108,7 @@ folly::Future<QString> SnapshotWriter::write(QImage image, const QString& fileNa
     // The pool takes copyable functions only.
     auto promise = std::make_shared<folly::Promise<QString>>();
     auto future = promise->getFuture();
-    m_threads.add([promise, picture = std::move(image), fileName, place, ticket = Bedrock::Arrivals::instance().begin('s')] {
+    m_threads.run('s', [promise, picture = std::move(image), fileName, place]() -> std::function<void()> {
         QString path = fileName;
         std::string error;
         try {
@@ -120,13 +119,12 @@ folly::Future<QString> SnapshotWriter::write(QImage image, const QString& fileNa
         } catch (const std::exception& failure) {
             error = failure.what();
         }
-        Bedrock::Arrivals::instance().deliver(ticket, [promise, path, error] {
+        return [promise, path, error] {
             if (error.empty())
                 promise->setValue(path);
             else
                 promise->setException(std::runtime_error(error));
-        });
-        Bedrock::Arrivals::instance().ended(ticket);
+        };
     });
     return future;
 }

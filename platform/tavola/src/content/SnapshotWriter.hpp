@@ -27,7 +27,7 @@ public:
     SnapshotWriter(const SnapshotWriter&) = delete;
     SnapshotWriter& operator=(const SnapshotWriter&) = delete;
 
-    /// Main thread; the future is completed on a thread of the writer; on the main one while a table is recorded or replayed.
+    /// Main thread; the future is completed there, in the input step of a later frame. A file that cannot be written fails it.
     [[nodiscard]] folly::Future<QString> write(QImage image, const QString& fileName);
 
 private:

@@ -7,8 +7,8 @@
 #include "tree/WidgetRecords.hpp"
 
 #include <Bedrock/AfterUpdateQueue.hpp>
-#include <Bedrock/Arrivals.hpp>
 #include <Bedrock/FlagGuard.hpp>
+#include <Bedrock/Inbox.hpp>
 #include <Cascara/StyleEngine.hpp>
 #include <Trellis/FrameInfo.hpp>
 
@@ -114,7 +114,7 @@ void Application::frame(double dtSeconds)
     d->timeSeconds += dt;
     ++d->frameNumber;
 
-    Bedrock::Arrivals::instance().admit();
+    Bedrock::Inbox::instance().deliver();
     d->input.run(d->timeSeconds, dt);
     d->updater.run(FrameInfo(float(dt), d->timeSeconds, d->frameNumber));
     Bedrock::AfterUpdateQueue::instance().drain();
@@ -176,6 +176,6 @@ bool Application::needsFrame() const
 {
     return !d->updater.isIdle() || !d->damage.isEmpty() || !d->removed.empty() || isLayoutDirty(*d->mainLayer)
         || Cascara::StyleEngine::instance().isStylingUnfinished() || !Bedrock::AfterUpdateQueue::instance().isEmpty()
-        || Bedrock::Arrivals::instance().isWaiting() || pendingImages() > 0;
+        || Bedrock::Inbox::instance().isWaiting() || pendingImages() > 0;
 }
 }

@@ -1,7 +1,6 @@
 #include "picture/ImageLoader.hpp"
 
-#include <Bedrock/AfterUpdateQueue.hpp>
-#include <Bedrock/Arrivals.hpp>
+#include <Bedrock/Inbox.hpp>
 #include <Bedrock/Trace.hpp>
 
 #include <QDateTime>
@@ -33,9 +32,8 @@ ImageLoader& ImageLoader::instance()
 
 ImageLoader::ImageLoader() : m_cache(kCacheBytes), m_pool(threadCount())
 {
-    // The queue is used to the end by the loader's threads: made first, it goes last.
-    (void)Bedrock::AfterUpdateQueue::instance();
-    (void)Bedrock::Arrivals::instance();
+    // Used to the end by the loader's threads: made first, it goes last.
+    (void)Bedrock::Inbox::instance();
 }
 
 ImageLoader::~ImageLoader() = default;
@@ -56,12 +54,8 @@ const ImageLoader::Picture* ImageLoader::request(const ImageKey& key, Done done)
         entry.known = *known;
     entry.waiters.push_back({std::move(done), known != nullptr});
     const qint64 knownTime = known ? known->modifiedMs : kUnknownTime;
-    m_pool.add([this, key, job, knownTime, ticket = Bedrock::Arrivals::instance().begin('i')] {
-        Outcome outcome = look(key, knownTime);
-        const Bedrock::Arrivals::Scope scope(ticket);
-        Bedrock::AfterUpdateQueue::instance().add([this, job, outcome = std::move(outcome)] { finished(job, outcome); });
-        Bedrock::Arrivals::instance().ended(ticket);
-    });
+    m_pool.run('i',
+               [this, key, job, knownTime] { return [this, job, outcome = look(key, knownTime)] { finished(job, outcome); }; });
     return known;
 }
 
@@ -85,7 +79,7 @@ void ImageLoader::shutDown()
 {
     m_pool.dropWaiting();
     m_pool.waitUntilIdle();
-    // Results that wait in the queue find no job any more.
+    // Results that wait in the inbox find no job any more.
     m_jobs.clear();
     m_jobOfKey.clear();
     m_failed.clear();

@@ -12,7 +12,7 @@
 namespace Trellis
 {
 /// Reads pictures on worker threads, each one once at a time, and shares what was read. One for the process, main thread
-/// only; results come through the after-update queue.
+/// only; results come in the input step of a frame.
 ///
 /// A picture that is in the cache is given at once; its file is looked at all the same, and read again if it has changed.
 class ImageLoader

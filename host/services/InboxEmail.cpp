@@ -1,0 +1,63 @@
+#include "services/InboxEmail.hpp"
+
+#include "services/Outcome.hpp"
+
+#include <Bedrock/Inbox.hpp>
+
+#include <folly/futures/Future.h>
+
+#include <utility>
+
+namespace Host
+{
+namespace
+{
+using EmailStatus = Tavola::EmailServiceAPI::EmailStatus;
+
+constexpr char kEmailJob = 'm';
+
+QByteArray toBytes(const folly::Try<EmailStatus>& outcome)
+{
+    if (outcome.hasException())
+        return Outcome::failure(outcome);
+    const EmailStatus& status = outcome.value();
+    return status.success ? QByteArray(1, Outcome::kValue) : Outcome::kRefusal + status.error.toUtf8();
+}
+}
+
+InboxEmail::InboxEmail(std::shared_ptr<Tavola::EmailServiceAPI> service) : m_service(std::move(service)) {}
+
+InboxEmail::InboxEmail(const QString& textTemplate) : m_textTemplate(textTemplate) {}
+
+folly::Future<EmailStatus> InboxEmail::send(const Tavola::EmailMessage& message)
+{
+    const auto promise = std::make_shared<folly::Promise<EmailStatus>>();
+    Bedrock::Inbox::instance().ask(
+        kEmailJob,
+        [&](Bedrock::BytesReply reply) {
+            (void)folly::makeFutureWith([&] {
+                return m_service->send(message);
+            }).thenTry([reply = std::move(reply)](folly::Try<EmailStatus>&& outcome) mutable {
+                std::move(reply).answer(toBytes(outcome));
+            });
+        },
+        [promise](const QByteArray& bytes) {
+            if (bytes.startsWith(Outcome::kValue))
+                promise->setValue(EmailStatus{true, QString()});
+            else if (bytes.startsWith(Outcome::kRefusal))
+                promise->setValue(EmailStatus{false, QString::fromUtf8(bytes.mid(1))});
+            else
+                Outcome::fail(*promise, bytes);
+        });
+    return promise->getFuture();
+}
+
+Tavola::EmailMessage InboxEmail::createMessage()
+{
+    if (m_service)
+        return m_service->createMessage();
+    Tavola::EmailMessage message;
+    message.setContent(m_textTemplate);
+    return message;
+}
+}

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "services/PeopleFile.hpp"
+
+#include <Bedrock/WorkerPool.hpp>
+
+#include <QByteArray>
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace Host
+{
+class MarkerService;
+class PeopleRegistry;
+
+/// Keeps the cache of people in step with the registry, into which other programs write while the table runs. Every two seconds
+/// it compares the registry's stamp; a changed registry is read on a thread of its own, and its people enter the cache through
+/// the inbox, all at once. A registry that cannot be read leaves the cache as it is. Main thread only.
+class PeopleWatch
+{
+public:
+    using Received = std::function<void(const std::vector<Person>& people)>;
+
+    /// Fills the cache in the call. `received`, if any, is called with the people of each change, in the input step of the frame.
+    PeopleWatch(std::shared_ptr<PeopleRegistry> registry, std::shared_ptr<MarkerService> service, Received received = {});
+    ~PeopleWatch();
+    PeopleWatch(const PeopleWatch&) = delete;
+    PeopleWatch& operator=(const PeopleWatch&) = delete;
+
+    /// Looks now. True when it begins to read; not while an earlier reading is under way.
+    bool look();
+    /// A registry that cannot be read is looked at less often, because each attempt is a warning.
+    static constexpr int kLooksLeftOutAfterFailure = 15;
+    /// Blocks until no reading is under way. For tests.
+    void waitUntilIdle();
+
+private:
+    struct Shared;
+    void askForChange();
+    void enter(const QByteArray& people);
+
+    std::shared_ptr<PeopleRegistry> m_registry;
+    std::shared_ptr<MarkerService> m_service;
+    Received m_received;
+    QByteArray m_stamp;     ///< of what the table knows
+    QByteArray m_readStamp; ///< of what was read last
+    int m_looksToLeaveOut = 0;
+    std::shared_ptr<Shared> m_shared;
+    QTimer m_timer;
+    Bedrock::WorkerPool m_reader{1}; ///< last member: its thread ends first
+};
+}

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <Bedrock/Arrival.hpp>
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+namespace Bedrock
+{
+class InboxSource;
+
+/// What an Inbox and its replies share. A job is found by its key, which is never used twice; its number, which recordings hold,
+/// begins anew with each tap or source.
+struct InboxState
+{
+    using Answered = std::function<void(const QByteArray&)>;
+
+    struct Job
+    {
+        std::uint64_t number = 0; ///< 0 when another thread than the main one began it, or a question to the outside
+        char kind = 0;
+        std::uint16_t parts = 0;
+        Answered answered; ///< of a job outside the process
+    };
+    struct Result
+    {
+        Arrival arrival;
+        std::function<void()> deliver;
+    };
+
+    const std::thread::id mainThread = std::this_thread::get_id();
+    // Main thread only.
+    std::function<void(const Arrival&)> tap;
+    InboxSource* source = nullptr;
+    bool isAskingOutside = false;
+    std::deque<Result> running;
+
+    mutable std::mutex mutex; ///< guards what follows
+    mutable std::condition_variable changed;
+    std::uint64_t lastKey = 0;
+    std::uint64_t lastNumber = 0;
+    std::map<std::uint64_t, Job> open;
+    std::deque<Result> waiting; ///< in the order of arrival
+
+    // Any thread.
+    [[nodiscard]] std::uint64_t begin(char kind, Answered answered);
+    void arrive(std::uint64_t key, std::function<void()> deliver, bool isLast);
+    void arrive(std::uint64_t key, const QByteArray& bytes);
+    void drop(std::uint64_t key) noexcept;
+
+    // Guarded by the mutex.
+    using Waiting = std::deque<Result>::iterator;
+    using Open = std::map<std::uint64_t, Job>::iterator;
+    /// The place of what is wanted, or the end.
+    [[nodiscard]] Waiting findWaiting(const Arrival& wanted);
+    [[nodiscard]] Open findOpen(const Arrival& wanted);
+    /// Whether it is not there, but may still arrive.
+    [[nodiscard]] bool isComing(const Arrival& wanted);
+    /// Whether a job that should be there has gone another way; a job that ended without this result was given up, which is none.
+    [[nodiscard]] bool isAnother(const Arrival& wanted);
+    [[nodiscard]] std::optional<Result> takeWaiting(const Arrival& wanted);
+    /// Results of jobs that other threads began: they have no order, and go to the frame as they come.
+    void moveUnordered();
+    /// Ends the job, whose result is what the arrival says.
+    [[nodiscard]] Result endOutside(Open job, const Arrival& arrival);
+};
+}

@@ -1,0 +1,87 @@
+#include "services/InboxEmail.hpp"
+
+#include "ReplaySession.hpp"
+
+#include <FakeEmailService.hpp>
+
+#include <doctest/doctest.h>
+
+#include <stdexcept>
+#include <thread>
+
+using Bedrock::Inbox;
+using Host::InboxEmail;
+using EmailStatus = Tavola::EmailServiceAPI::EmailStatus;
+
+namespace
+{
+std::string told(const folly::Future<EmailStatus>& future)
+{
+    return outcomeOf(
+        future, [](const EmailStatus& status) { return status.success ? "sent" : "refused: " + status.error.toStdString(); });
+}
+
+std::vector<folly::Future<EmailStatus>> send(InboxEmail& service)
+{
+    std::vector<folly::Future<EmailStatus>> futures;
+    for (int i = 0; i < 3; ++i) {
+        const Tavola::EmailMessage message = service.createMessage();
+        CHECK(message.content == QStringLiteral("Dear <name>"));
+        futures.push_back(service.send(message));
+    }
+    return futures;
+}
+}
+
+TEST_CASE("inbox e-mail: outcomes of any thread come in the input step, on the main thread, in the order of the answers")
+{
+    const auto mail = std::make_shared<TestSupport::FakeEmailService>();
+    mail->setTemplate(QStringLiteral("Dear <name>"));
+    mail->holdAnswers(true);
+    InboxEmail service(mail);
+    std::string order;
+    std::thread::id thread;
+    auto futures = send(service);
+    auto first = std::move(futures[0]).thenValue([&](const EmailStatus&) { order += "first "; });
+    auto second = std::move(futures[1]).thenValue([&](const EmailStatus&) {
+        order += "second ";
+        thread = std::this_thread::get_id();
+    });
+    mail->answerFromThread(1, {true, {}});
+    mail->answer(0, {true, {}});
+    CHECK(order.empty());
+    CHECK(Inbox::instance().deliver() == 2);
+    CHECK(order == "second first ");
+    CHECK(thread == std::this_thread::get_id());
+    Inbox::instance().clear();
+}
+
+TEST_CASE("inbox e-mail: a source tells what became of each message, and none is sent")
+{
+    ReplaySession session;
+    const auto mail = std::make_shared<TestSupport::FakeEmailService>();
+    mail->setTemplate(QStringLiteral("Dear <name>"));
+    mail->holdAnswers(true);
+    {
+        InboxEmail service(mail);
+        const auto futures = send(service);
+        mail->answerFromThread(0, {true, {}});
+        mail->answer(1, {false, QStringLiteral("mailbox full")});
+        mail->failFromThread(2, "out of paper");
+        CHECK(told(futures[0]) == "");
+        CHECK(Inbox::instance().deliver() == 3);
+        CHECK(told(futures[0]) == "sent");
+        CHECK(told(futures[1]) == "refused: mailbox full");
+        CHECK(told(futures[2]) == "failure: out of paper");
+    }
+    session.replay();
+    InboxEmail replayed(QStringLiteral("Dear <name>"));
+    const auto futures = send(replayed);
+    CHECK(told(futures[0]) == "");
+    CHECK(session.frame(session.recorded) == 3);
+    CHECK(told(futures[0]) == "sent");
+    CHECK(told(futures[1]) == "refused: mailbox full");
+    CHECK(told(futures[2]) == "failure: out of paper");
+    CHECK(mail->sent().size() == 3);
+    CHECK(session.missing == 0);
+}
