@@ -158,6 +158,12 @@ void refuseFormer(CLI::App& app, const char* name)
     app.add_option_function<std::string>(name, refuse)->group(""); // not in the help
 }
 
+/// The option that a value is missing for; the library's message begins with its name.
+QString optionOf(const CLI::ArgumentMismatch& error)
+{
+    return QString::fromUtf8(error.what()).section(QLatin1Char(':'), 0, 0);
+}
+
 void add(CLI::App& app, const Option& option, Options& options)
 {
     const auto read = [&option, &options](const std::string& value) {
@@ -193,6 +199,8 @@ tl::expected<Options, Options::Exit> Options::parse(const QStringList& arguments
         app.parse(reversed);
     } catch (const CLI::CallForHelp&) {
         return tl::unexpected(Exit{0, QString::fromStdString(app.help())});
+    } catch (const CLI::ArgumentMismatch& error) {
+        return usageError(QStringLiteral("a value is missing after %1.").arg(optionOf(error)));
     } catch (const CLI::ParseError& error) {
         return usageError(QString::fromUtf8(error.what()));
     }

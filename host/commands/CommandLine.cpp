@@ -28,7 +28,10 @@ public:
 
     std::string make_help(const CLI::App* app, std::string, CLI::AppFormatMode mode) const override
     {
-        return "usage: " + m_usage + '\n' + make_description(app) + make_groups(app, mode) + '\n' + make_footer(app);
+        // A group of options that are not listed leaves an empty line behind.
+        std::string options = make_groups(app, mode);
+        options.erase(options.find_last_not_of('\n') + 1);
+        return "usage: " + m_usage + '\n' + make_description(app) + options + "\n\n" + make_footer(app);
     }
 
 private:

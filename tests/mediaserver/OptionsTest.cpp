@@ -135,7 +135,7 @@ TEST_CASE_FIXTURE(Fixture, "options: a mistake is named with its option")
         {{QStringLiteral("--command-key"), QString()}, "--command-key"},
         {{QStringLiteral("--timeout"), QStringLiteral("0")}, "--timeout"},
         {{QStringLiteral("--timeout"), QStringLiteral("nan")}, "--timeout"},
-        {{QStringLiteral("--timeout")}, "--timeout"},
+        {{QStringLiteral("--timeout")}, "a value is missing after --timeout."},
         {{QStringLiteral("--max-body"), QStringLiteral("-1")}, "--max-body"},
         {{QStringLiteral("--max-body"), QStringLiteral("0x1000")}, "--max-body"},
         {{QStringLiteral("--max-per-address"), QStringLiteral("1")}, "--max-per-address"},

@@ -134,6 +134,10 @@ std::optional<Options::Exit> Options::parse(int count, const char* const* argume
         return Exit{0, app.help()};
     } catch (const CLI::ValidationError& error) {
         return usageError(error.what());
+    } catch (const CLI::ArgumentMismatch& error) {
+        // The library's message begins with the option.
+        const std::string text = error.what();
+        return usageError("Missing a value after " + text.substr(0, text.find(':')) + "; see --help");
     } catch (const CLI::ParseError& error) {
         return usageError(std::string(error.what()) + "; see --help");
     }

@@ -218,6 +218,7 @@ TEST_CASE("run options: the help lists every option, that of a replay all but th
             CHECK_MESSAGE(help.contains(QLatin1String("\n  ") + QLatin1String(option)), option);
         for (const char* option : {"--size WxH", "--tuio [tcp:][ADDRESS:]PORT", "--record FILE"})
             CHECK_MESSAGE(help.contains(QLatin1String("\n  ") + QLatin1String(option)) != isReplay, option);
+        CHECK_FALSE(help.contains("\n\n\n"));
         for (const QString& line : help.split(QLatin1Char('\n')))
             CHECK_MESSAGE(line.size() <= 120, line.toStdString());
     }
