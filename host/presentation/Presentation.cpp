@@ -3,6 +3,7 @@
 #include "presentation/TextPosition.hpp"
 
 #include <Bedrock/Trace.hpp>
+#include <Http/BearerKeys.hpp>
 #include <Tavola/ComponentReader.hpp>
 #include <Tavola/JsonEntries.hpp>
 #include <Tavola/KeyboardLayout.hpp>
@@ -138,11 +139,19 @@ private:
         if (!value.isObject())
             return m_skip(place, QStringLiteral("expected an object of names and values"));
         const JsonEntries entry(value.toObject(), place, m_skip);
-        entry.checkKnown({"name", "address", "timeoutSeconds"});
+        entry.checkKnown({"name", "address", "timeoutSeconds", "keyFile"});
         MediaServerSettings settings;
         settings.name = entry.value("name").toString();
         settings.address = entry.value("address").toString();
         settings.timeoutSeconds = double(size(entry, "timeoutSeconds", float(settings.timeoutSeconds)));
+        const QString keyFile = entry.value("keyFile").toString();
+        if (!keyFile.isEmpty()) {
+            const auto keys = Http::BearerKeys::read(QDir(m_folder).absoluteFilePath(keyFile));
+            if (keys)
+                settings.key = keys->key();
+            else
+                entry.skip("keyFile", keys.error());
+        }
         if (isWebAddress(settings.address))
             m_result.mediaServers.push_back(settings);
         else

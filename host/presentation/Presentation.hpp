@@ -22,6 +22,7 @@ struct MediaServerSettings
     QString name;
     QString address;
     double timeoutSeconds = 10.0;
+    QByteArray key; ///< for a server that takes commands with its key only; empty: none is sent
 };
 
 /// Whether a text is an http or https address with a host.

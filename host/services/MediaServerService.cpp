@@ -1,5 +1,8 @@
 #include "MediaServerService.hpp"
 
+#include <Bedrock/Trace.hpp>
+#include <Http/Address.hpp>
+
 #include <folly/futures/Future.h>
 
 #include <QJsonDocument>
@@ -64,13 +67,13 @@ private:
 class MediaServerService::Exchange final : public QObject
 {
 public:
-    Exchange(QNetworkReply& reply, int timeoutMs) : QObject(&reply), m_reply(reply)
+    Exchange(MediaServerService& service, QNetworkReply& reply) : QObject(&reply), m_service(service), m_reply(reply)
     {
         // One bound on the whole exchange; Qt's own transfer timeout restarts with every byte.
         m_timer.setSingleShot(true);
         connect(&m_timer, &QTimer::timeout, this,
-                [this, timeoutMs] { giveUp(QStringLiteral("did not answer within %1 s").arg(timeoutMs / 1000.0)); });
-        m_timer.start(timeoutMs);
+                [this] { giveUp(QStringLiteral("did not answer within %1 s").arg(m_service.m_timeoutMs / 1000.0)); });
+        m_timer.start(m_service.m_timeoutMs);
         connect(&reply, &QNetworkReply::readyRead, this, [this] {
             if (m_reply.bytesAvailable() > kLargestAnswerBytes)
                 giveUp(QStringLiteral("sent an answer that is too long"));
@@ -92,6 +95,15 @@ private:
     {
         const QString server = m_address.toString(QUrl::RemoveUserInfo);
         m_promise.setException(std::runtime_error(QStringLiteral("The media server %1 %2").arg(server, what).toStdString()));
+    }
+
+    void succeed(const QJsonObject& answer)
+    {
+        const QString wrong = m_service.check(answer);
+        if (wrong.isEmpty())
+            m_promise.setValue(answer);
+        else
+            fail(wrong);
     }
 
     void giveUp(const QString& why)
@@ -123,7 +135,7 @@ private:
         // The body of an error may say why. With a success in it, it comes from a gateway, not from the server.
         const bool contradicts = status >= 400 && reportsSuccess(document.object());
         if (document.isObject() && !contradicts)
-            m_promise.setValue(document.object());
+            succeed(document.object());
         else if (status >= 400)
             fail(QStringLiteral("answered with status %1").arg(status));
         else
@@ -137,18 +149,37 @@ private:
         return announced.isValid() && m_reply.bytesAvailable() < announced.toLongLong();
     }
 
+    MediaServerService& m_service; ///< owns the network manager, and with it the reply
     QNetworkReply& m_reply;
     const QUrl m_address = m_reply.request().url();
     QTimer m_timer;
     folly::Promise<QJsonObject> m_promise;
 };
 
-MediaServerService::MediaServerService(const QUrl& address, double timeoutSeconds)
-    : m_address(address), m_timeoutMs(int(std::ceil(timeoutSeconds * 1000.0)))
+MediaServerService::MediaServerService(const QUrl& address, double timeoutSeconds, const QByteArray& key)
+    : m_address(address), m_timeoutMs(int(std::ceil(timeoutSeconds * 1000.0))), m_key(key)
 {
 }
 
 MediaServerService::~MediaServerService() = default;
+
+QString MediaServerService::check(const QJsonObject& answer)
+{
+    const QString text = answer.value(QLatin1String("userpageurl")).toString();
+    if (text.isEmpty())
+        return {};
+    if (text.size() > kLongestPageAddress)
+        return QStringLiteral("sent a page address of more than %1 characters").arg(kLongestPageAddress);
+    const QUrl page(text);
+    if (page.scheme() != QLatin1String("http") && page.scheme() != QLatin1String("https"))
+        return QStringLiteral("sent a page address that begins with neither http:// nor https://");
+    if (Http::isOnThisMachineOnly(page) && !std::exchange(m_hasWarned, true)) {
+        Bedrock::Trace::warning("MediaServerService # Pages have addresses such as %s, which open on this machine only and on no "
+                                "visitor's phone: start tavola-mediaserver with --public-url",
+                                text.toUtf8().constData());
+    }
+    return {};
+}
 
 folly::Future<QJsonObject> MediaServerService::request(const QJsonObject& command)
 {
@@ -162,7 +193,9 @@ folly::Future<QJsonObject> MediaServerService::request(const QJsonObject& comman
     QNetworkRequest request(m_address.adjusted(QUrl::RemoveUserInfo));
     const QString credentials =
         m_address.userName(QUrl::FullyDecoded) + QLatin1Char(':') + m_address.password(QUrl::FullyDecoded);
-    if (credentials.size() > 1)
+    if (!m_key.isEmpty())
+        request.setRawHeader("Authorization", "Bearer " + m_key);
+    else if (credentials.size() > 1)
         request.setRawHeader("Authorization", "Basic " + credentials.toUtf8().toBase64());
     // A kept connection may be closed by the server just when the next command is on its way.
     request.setRawHeader("Connection", "close");
@@ -174,7 +207,7 @@ folly::Future<QJsonObject> MediaServerService::request(const QJsonObject& comman
     auto* body = new UnrepeatableBody(QJsonDocument(command).toJson(QJsonDocument::Compact));
     QNetworkReply* reply = m_network.post(request, body);
     body->setParent(reply);
-    auto* exchange = new Exchange(*reply, m_timeoutMs);
+    auto* exchange = new Exchange(*this, *reply);
     return exchange->future();
 }
 }

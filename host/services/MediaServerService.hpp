@@ -13,16 +13,19 @@ namespace Host
 /// an error status, with a redirection (not followed: commands go to the address that was configured) or with something that is
 /// no JSON object. A JSON object that comes with an error status is an answer like any other, unless it reports a success.
 /// Each command is sent at most once, on a connection of its own. A command whose "tessel" is a number outside 0 to 2^53 − 1,
-/// which JSON cannot carry exactly, fails without being sent.
+/// which JSON cannot carry exactly, fails without being sent. So does an answer whose page address ("userpageurl") is no http or
+/// https address or has more than kLongestPageAddress characters. The first page address that opens on this machine alone is
+/// logged as a warning.
 class MediaServerService final : public Tavola::ServiceInstance, public Tavola::JSONServerServiceAPI
 {
 public:
     /// Answers are short; a longer one is refused.
     static constexpr qint64 kLargestAnswerBytes = 1 << 20;
+    static constexpr int kLongestPageAddress = 2000;
 
     /// `timeoutSeconds` bounds a whole exchange, however slowly its bytes arrive. A user name and password in `address` are sent
-    /// as Basic credentials.
-    MediaServerService(const QUrl& address, double timeoutSeconds);
+    /// as Basic credentials; `key`, when there is one, as a bearer token in their place.
+    MediaServerService(const QUrl& address, double timeoutSeconds, const QByteArray& key = {});
     /// Fails the futures of the commands that are under way.
     ~MediaServerService() override;
 
@@ -31,8 +34,13 @@ public:
 private:
     class Exchange;
 
+    /// Empty, or what is wrong with the addresses in an answer.
+    [[nodiscard]] QString check(const QJsonObject& answer);
+
     QUrl m_address;
     int m_timeoutMs;
+    QByteArray m_key;
+    bool m_hasWarned = false; ///< of page addresses that no phone can open
     QNetworkAccessManager m_network;
 };
 }

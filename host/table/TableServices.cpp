@@ -105,7 +105,7 @@ void TableServices::startMediaServers(Tavola::ServiceProvider& provider, const P
         return;
     }
     for (const MediaServerSettings& settings : mediaServersOf(presentation, options)) {
-        const auto server = std::make_shared<MediaServerService>(QUrl(settings.address), settings.timeoutSeconds);
+        const auto server = std::make_shared<MediaServerService>(QUrl(settings.address), settings.timeoutSeconds, settings.key);
         provider.addService(type, settings.name, std::make_shared<InboxMediaServer>(server));
     }
 }

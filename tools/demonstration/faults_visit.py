@@ -1,7 +1,7 @@
 """The table with a media server that fails: each thing that is collected fails visibly, nothing stalls, and everything is
 uploaded once the server works again."""
 from bad_server import BadMediaServer
-from programs import by_id, centre, value
+from programs import ONLY_HERE, by_id, centre, value
 from visit import Visit, require
 
 CARD = (1150, 560)
@@ -39,7 +39,7 @@ class FaultsVisit(Visit):
         def impatient(presentation):
             for service in presentation["services"]["media-server-service"]:
                 service["timeoutSeconds"] = 1
-        self.announced = [UPLOAD_LINE + said % self.server.address for _, said in FAULTS]
+        self.announced = [ONLY_HERE] + [UPLOAD_LINE + said % self.server.address for _, said in FAULTS]
         self.open_table(world.copy_of("gallery", impatient), ["--media-server", self.server.address])
         self.stage.enter(script(self.table.tree()))
 

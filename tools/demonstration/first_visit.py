@@ -2,7 +2,7 @@
 import os
 import tempfile
 
-from programs import MediaServer, by_class, by_id, by_type, centre, decode_qr, value
+from programs import ONLY_HERE, MediaServer, by_class, by_id, by_type, centre, decode_qr, value
 from report import page_entries
 from visit import PRESENTATIONS, Visit, require
 
@@ -32,6 +32,7 @@ class FirstVisit(Visit):
         super().__init__(world)
         gallery = os.path.join(PRESENTATIONS, "gallery")
         self.media_server = world.add(MediaServer(world.build, os.path.join(gallery, "media"), world.folder))
+        self.announced = [ONLY_HERE]
         self.open_table(gallery, ["--media-server", self.media_server.address])
         self.stage.enter(script(self.table.tree()))
 

@@ -92,6 +92,10 @@ def fetch(address, data=None, seconds=30):
         raise Failure(f"{address} cannot be reached: {error}") from error
 
 
+# A table says so once when it learns of pages on a server of this machine that has no other address.
+ONLY_HERE = "MediaServerService # Pages have addresses such as http://127.0.0.1:"
+
+
 class MediaServer(Program):
     def __init__(self, build, content, folder, port=0):
         super().__init__([os.path.join(build, "bin", "tavola-mediaserver"), "--commands", f"127.0.0.1:{port}",

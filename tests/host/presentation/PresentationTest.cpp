@@ -6,6 +6,7 @@
 
 #include <doctest/doctest.h>
 
+#include <QFile>
 #include <QJsonArray>
 
 using namespace Host;
@@ -172,7 +173,7 @@ TEST_CASE("presentation: unknown entries are reported with their place, the rest
     written.skips("widgets[0].atributes", QStringLiteral("unknown entry; known are component, id, classes, attributes, slots"));
     written.skips("services.mail", QStringLiteral("unknown kind of service; known are email-service, media-server-service"));
     written.skips("services.media-server-service[0].timeout",
-                  QStringLiteral("unknown entry; known are name, address, timeoutSeconds"));
+                  QStringLiteral("unknown entry; known are name, address, timeoutSeconds, keyFile"));
     const Presentation presentation = written.load();
     CHECK(presentation.title == "Rooms");
     CHECK(presentation.sizePx.y == 600.f);
@@ -349,4 +350,20 @@ TEST_CASE("presentation: percent signs in names stand in the warnings as they ar
     const Presentation presentation = written.load();
     REQUIRE(presentation.folders.size() == 1);
     CHECK(presentation.folders[0].first == "100%2 %1");
+}
+
+TEST_CASE("presentation: a media server's key is read from a file beside it, and an unsafe file is reported with the remedy")
+{
+    Written written(R"({"services": {"media-server-service": [{"address": "http://a", "keyFile": "key"},
+                                                              {"address": "http://b", "keyFile": "open"}]}})");
+    const QByteArray key = "00112233445566778899aabbccddeeff";
+    const QString open = written.folder().write(QStringLiteral("open"), key);
+    QFile::setPermissions(written.folder().write(QStringLiteral("key"), key), QFile::ReadOwner | QFile::WriteOwner);
+    QFile::setPermissions(open, QFile::ReadOwner | QFile::ReadOther);
+    written.skips("services.media-server-service[1].keyFile",
+                  QStringLiteral("The key file \"%1\" can be read or changed by other users: chmod 600 it").arg(open));
+    const Presentation presentation = written.load();
+    REQUIRE(presentation.mediaServers.size() == 2);
+    CHECK(presentation.mediaServers[0].key == key);
+    CHECK(presentation.mediaServers[1].key.isEmpty());
 }
