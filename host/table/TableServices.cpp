@@ -14,6 +14,7 @@
 #include "services/email/OutboxService.hpp"
 #include "table/TableOptions.hpp"
 
+#include <Tavola/Network.hpp>
 #include <Tavola/ServiceProvider.hpp>
 #include <Trellis/Widget.hpp>
 
@@ -104,7 +105,13 @@ void TableServices::startMediaServers(Tavola::ServiceProvider& provider, const P
             provider.addService(type, name, std::make_shared<InboxMediaServer>(nullptr));
         return;
     }
-    for (const MediaServerSettings& settings : mediaServersOf(presentation, options)) {
+    const std::vector<MediaServerSettings> mediaServers = mediaServersOf(presentation, options);
+    // What the plug-in loads, the QR pictures of pages, comes from the media server, too.
+    Tavola::NetworkLimits limits;
+    if (!mediaServers.empty())
+        limits.timeoutSeconds = mediaServers.front().timeoutSeconds;
+    Tavola::setNetworkLimits(limits);
+    for (const MediaServerSettings& settings : mediaServers) {
         const auto server = std::make_shared<MediaServerService>(QUrl(settings.address), settings.timeoutSeconds, settings.key);
         provider.addService(type, settings.name, std::make_shared<InboxMediaServer>(server));
     }

@@ -1,6 +1,7 @@
 #include "network/DeliveredReply.hpp"
 
 #include "network/NetworkAnswer.hpp"
+#include "network/TransportGuard.hpp"
 
 #include <QPointer>
 
@@ -28,11 +29,13 @@ void DeliveredReply::carry(QNetworkReply* transport, Bedrock::BytesReply answer)
     // Not among the manager's children, where only its replies are found.
     transport->setParent(nullptr);
     m_transport.reset(transport);
+    auto* const guard = new TransportGuard(*transport);
     // Behind a pointer, because connected functions can be copied.
-    connect(transport, &QNetworkReply::finished, this, [this, answer = std::make_shared<Bedrock::BytesReply>(std::move(answer))] {
-        std::move(*answer).answer(NetworkAnswer::of(*m_transport).toBytes());
-        m_transport.release()->deleteLater(); // this is one of its signals
-    });
+    connect(transport, &QNetworkReply::finished, this,
+            [this, guard, answer = std::make_shared<Bedrock::BytesReply>(std::move(answer))] {
+                std::move(*answer).answer(guard->answer().toBytes());
+                m_transport.release()->deleteLater(); // this is one of its signals
+            });
 }
 
 void DeliveredReply::finish(const QByteArray& bytes)

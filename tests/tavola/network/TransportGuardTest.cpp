@@ -1,0 +1,175 @@
+#include <Tavola/Network.hpp>
+
+#include <Bedrock/Inbox.hpp>
+#include <EventLoop.hpp>
+#include <LogCapture.hpp>
+
+#include <QBuffer>
+#include <QImage>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTemporaryFile>
+
+#include <doctest/doctest.h>
+
+#include <functional>
+
+using Bedrock::Inbox;
+using TestSupport::expectWarning;
+using TestSupport::pumpUntil;
+
+// What a guard does to a reply is seen from outside, with real servers.
+
+namespace
+{
+using Answer = std::function<void(QTcpSocket&)>;
+
+class Server
+{
+public:
+    explicit Server(Answer answer)
+    {
+        REQUIRE(m_server.listen(QHostAddress::LocalHost));
+        QObject::connect(&m_server, &QTcpServer::newConnection, &m_server, [this, answer] {
+            QTcpSocket* socket = m_server.nextPendingConnection();
+            QObject::connect(socket, &QTcpSocket::readyRead, socket, [socket, answer] {
+                if (socket->readAll().endsWith("\r\n\r\n"))
+                    answer(*socket);
+            });
+        });
+    }
+    QUrl url() const { return QUrl(QStringLiteral("http://127.0.0.1:%1/qr.png").arg(m_server.serverPort())); }
+    std::string said(const std::string& why) const
+    {
+        return "Network # " + url().toString().toStdString() + " was not loaded: " + why;
+    }
+
+private:
+    QTcpServer m_server;
+};
+
+Answer sends(const QByteArray& body)
+{
+    return [body](QTcpSocket& socket) {
+        socket.write("HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\nConnection: close\r\n\r\n"
+                     + body);
+        socket.disconnectFromHost();
+    };
+}
+
+QByteArray png(int width, int height)
+{
+    QImage image(width, height, QImage::Format_Mono);
+    image.fill(0);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    REQUIRE(image.save(&buffer, "PNG"));
+    return bytes;
+}
+
+struct Fixture
+{
+    ~Fixture() { Tavola::setNetworkLimits({}); }
+    QNetworkReply& load(const QUrl& url)
+    {
+        QNetworkReply* reply = manager.get(QNetworkRequest(url));
+        REQUIRE(pumpUntil([] { return Inbox::instance().isWaiting(); }));
+        CHECK(Inbox::instance().deliver() == 1);
+        REQUIRE(reply->isFinished());
+        return *reply;
+    }
+    QObject owner;
+    QNetworkAccessManager& manager = *Tavola::makeNetworkManager(&owner);
+};
+}
+
+TEST_CASE_FIXTURE(Fixture, "transport guard: an answer at the limit is an answer, one beyond it an error without a body")
+{
+    const Server small(sends(QByteArray(1000000, 'x')));
+    QNetworkReply& whole = load(small.url());
+    CHECK(whole.error() == QNetworkReply::NoError);
+    CHECK(whole.bytesAvailable() == 1000000);
+
+    const Server large(sends(QByteArray(1000001, 'x')));
+    expectWarning(large.said("the answer has more than 1000000 bytes"));
+    QNetworkReply& refused = load(large.url());
+    CHECK(refused.error() == QNetworkReply::OperationCanceledError);
+    CHECK(refused.errorString() == "the answer has more than 1000000 bytes");
+    CHECK(refused.url() == large.url());
+    CHECK(refused.bytesAvailable() == 0);
+}
+
+TEST_CASE_FIXTURE(Fixture, "transport guard: an answer without an end is cut at the limit")
+{
+    qint64 sent = 0;
+    const Server endless([&sent](QTcpSocket& socket) {
+        socket.write("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n");
+        const auto more = [&sent, &socket] {
+            if (socket.bytesToWrite() < 1000000)
+                sent += socket.write(QByteArray(200000, 'x'));
+        };
+        QObject::connect(&socket, &QTcpSocket::bytesWritten, &socket, more);
+        more();
+    });
+    expectWarning(endless.said("the answer has more than 1000000 bytes"));
+    CHECK(load(endless.url()).error() == QNetworkReply::OperationCanceledError);
+    CHECK(sent < 20000000);
+}
+
+TEST_CASE_FIXTURE(Fixture,
+                  "transport guard: a picture is judged by what it announces, and a body that is no picture stays as it is")
+{
+    const Server largest(sends(png(2048, 2048)));
+    CHECK(load(largest.url()).error() == QNetworkReply::NoError);
+
+    const QByteArray small = png(12000, 12000);
+    REQUIRE(small.size() < 1000000);
+    const Server larger(sends(small));
+    expectWarning(larger.said("the picture has 12000 × 12000 pixels, and more than 2048 × 2048 are not decoded"));
+    QNetworkReply& refused = load(larger.url());
+    CHECK(refused.error() == QNetworkReply::UnknownContentError);
+    CHECK(refused.bytesAvailable() == 0);
+
+    const Server text(sends("no picture"));
+    QNetworkReply& reply = load(text.url());
+    CHECK(reply.error() == QNetworkReply::NoError);
+    CHECK(reply.readAll() == "no picture");
+}
+
+TEST_CASE_FIXTURE(Fixture, "transport guard: a server that falls silent, or trickles, is not waited for")
+{
+    Tavola::NetworkLimits limits;
+    limits.timeoutSeconds = 0.1;
+    Tavola::setNetworkLimits(limits);
+    const Server silent([](QTcpSocket&) {});
+    expectWarning(silent.said("no answer within 0.1 s"));
+    CHECK(load(silent.url()).error() == QNetworkReply::OperationCanceledError);
+
+    const Server trickling([](QTcpSocket& socket) {
+        socket.write("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n");
+        QObject::connect(&socket, &QTcpSocket::bytesWritten, &socket, [&socket] { socket.write("x"); });
+        socket.write("x");
+    });
+    expectWarning(trickling.said("no answer within 0.1 s"));
+    CHECK(load(trickling.url()).error() == QNetworkReply::OperationCanceledError);
+}
+
+TEST_CASE_FIXTURE(Fixture, "transport guard: nothing but web addresses is loaded")
+{
+    QTemporaryFile file;
+    REQUIRE(file.open());
+    file.write("secret");
+    file.flush();
+    for (const QUrl& url : {QUrl::fromLocalFile(file.fileName()), QUrl(QStringLiteral("data:text/plain,secret")),
+                            QUrl(QStringLiteral("qrc:/secret")), QUrl(QStringLiteral("ftp://127.0.0.1/secret"))}) {
+        CAPTURE(url.toString().toStdString());
+        expectWarning("Network # " + url.toDisplayString().toStdString()
+                      + " was not loaded: the address is neither http nor https");
+        QNetworkReply& reply = load(url);
+        CHECK(reply.error() == QNetworkReply::ProtocolUnknownError);
+        CHECK(reply.bytesAvailable() == 0);
+    }
+}
