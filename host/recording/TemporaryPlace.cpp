@@ -12,11 +12,11 @@ constexpr char kVariable[] = "TMPDIR";
 }
 
 TemporaryPlace::TemporaryPlace()
-    : m_folder(QDir::tempPath() + QStringLiteral("/tavola-recording-XXXXXX")), m_hadOther(qEnvironmentVariableIsSet(kVariable)),
-      m_other(qgetenv(kVariable))
+    : m_folder(Bedrock::PrivateFolder::make(QDir::tempPath(), QStringLiteral("tavola-table"), m_error)),
+      m_hadOther(qEnvironmentVariableIsSet(kVariable)), m_other(qgetenv(kVariable))
 {
-    if (m_folder.isValid())
-        qputenv(kVariable, QFile::encodeName(m_folder.path()));
+    if (m_folder)
+        qputenv(kVariable, QFile::encodeName(m_folder->path()));
 }
 
 TemporaryPlace::~TemporaryPlace()

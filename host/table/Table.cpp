@@ -37,7 +37,7 @@ namespace Host
 {
 struct Table::Private
 {
-    std::unique_ptr<TemporaryPlace> temporaryPlace;    ///< of a table that is recorded or replayed
+    std::unique_ptr<TemporaryPlace> temporaryPlace;    ///< for everything below
     std::unique_ptr<TreeLog> trees;                    ///< may be null
     std::unique_ptr<Trellis::Application> application; ///< from the first line of open on
     std::unique_ptr<TableInput> input;                 ///< from the first line of open on
@@ -50,7 +50,6 @@ struct Table::Private
     std::shared_ptr<PersonalWidgets> personalWidgets;
     std::vector<std::shared_ptr<Tavola::UIComponent>> components; ///< what the presentation uses, for as long as it is open
 
-    [[nodiscard]] bool isRecordedOrReplayed() const { return input->isRecording() || input->isReplay(); }
     bool loadPlugins(const QStringList& names, QString& error);
     void placeWidgets(const Presentation& presentation);
     void clearLayers();
@@ -137,15 +136,13 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const Table
     d.input = TableInput::open({options.recordFile, options.replayFile}, error);
     if (!d.input)
         return nullptr;
-    if (d.isRecordedOrReplayed()) {
-        d.temporaryPlace = std::make_unique<TemporaryPlace>();
-        if (!d.temporaryPlace->isValid()) {
-            error = QStringLiteral("no folder can be made in %1 for temporary files").arg(QDir::tempPath());
-            return nullptr;
-        }
-        if (d.input->isReplay() && options.dataFolder.isEmpty())
-            options.dataFolder = d.temporaryPlace->path() + QStringLiteral("/data");
+    d.temporaryPlace = std::make_unique<TemporaryPlace>();
+    if (!d.temporaryPlace->isValid()) {
+        error = d.temporaryPlace->error();
+        return nullptr;
     }
+    if (d.input->isReplay() && options.dataFolder.isEmpty())
+        options.dataFolder = d.temporaryPlace->path() + QStringLiteral("/data");
     if (!options.treesFile.isEmpty() && !(d.trees = TreeLog::create(options.treesFile, error)))
         return nullptr;
     if (!d.services.openPeople(presentation, options, *d.input, error))

@@ -83,6 +83,8 @@ TEST_CASE("temporary place: where none can be made, everything is as before")
     {
         const TemporaryPlace place;
         CHECK_FALSE(place.isValid());
+        CHECK(place.error().startsWith(
+            QStringLiteral("Cannot make a folder for temporary files in %1 (").arg(QFile::decodeName(none))));
         CHECK(qgetenv("TMPDIR") == none);
     }
     CHECK(qgetenv("TMPDIR") == none);

@@ -2,7 +2,6 @@
 
 #include <Bedrock/Trace.hpp>
 
-#include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFileInfo>
@@ -10,8 +9,6 @@
 #include <QSaveFile>
 #include <QTemporaryDir>
 
-#include <cerrno>
-#include <csignal>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -21,7 +18,6 @@ namespace Tavola
 namespace
 {
 constexpr int kThreads = 2;
-const char* const kFolderPrefix = "tavola-snapshots-";
 
 [[noreturn]] void fail(const QString& path, const QString& why)
 {
@@ -63,19 +59,6 @@ QString writeInto(const QString& folder, const QImage& image)
         fail(path, file.errorString());
     return path;
 }
-
-/// Of processes that are no more. Those of other users cannot be removed, and stay.
-void removeFoldersLeftBehind()
-{
-    QDir place(QDir::tempPath());
-    const QStringList folders = place.entryList({QLatin1String(kFolderPrefix) + QLatin1Char('*')}, QDir::Dirs | QDir::NoSymLinks);
-    for (const QString& folder : folders) {
-        bool isNumber = false;
-        const long process = folder.mid(int(qstrlen(kFolderPrefix))).section(QLatin1Char('-'), 0, 0).toLong(&isNumber);
-        if (isNumber && process > 0 && ::kill(pid_t(process), 0) != 0 && errno == ESRCH)
-            QDir(place.filePath(folder)).removeRecursively();
-    }
-}
 }
 
 SnapshotWriter::SnapshotWriter() : m_threads(kThreads) {}
@@ -89,12 +72,8 @@ SnapshotWriter::~SnapshotWriter()
 
 QString SnapshotWriter::folder()
 {
-    if (!m_folder)
-        m_threads.add(removeFoldersLeftBehind); // there may be thousands of files in them
     if (!m_folder || !QFileInfo(m_folder->path()).isDir())
-        m_folder =
-            std::make_unique<QTemporaryDir>(QDir::tempPath() + QLatin1Char('/') + QLatin1String(kFolderPrefix)
-                                            + QString::number(QCoreApplication::applicationPid()) + QStringLiteral("-XXXXXX"));
+        m_folder = std::make_unique<QTemporaryDir>(QDir::tempPath() + QStringLiteral("/tavola-snapshots-XXXXXX"));
     return m_folder->isValid() ? m_folder->path() : QString();
 }
 

@@ -15,10 +15,10 @@ namespace Tavola
 {
 /// Writes pictures to PNG files on threads of its own.
 ///
-/// Pictures without a name go to a folder in the temporary place that only the user of this process can read, named
-/// tavola-snapshots-PID-…; it is made with the first of them and removed at the end, after everything that was begun has
-/// been written. What a process that was killed has left is removed by the way. Files there are named after what they show:
-/// a table that runs for weeks keeps one file for each look of its content, however often that is collected.
+/// Pictures without a name go to a folder in the folder of temporary files that only the user of this process can read, named
+/// tavola-snapshots-…; it is made with the first of them and removed at the end, after everything that was begun has
+/// been written. Files there are named after what they show: a table that runs for weeks keeps one file for each look of its
+/// content, however often that is collected.
 class SnapshotWriter
 {
 public:
@@ -31,7 +31,7 @@ public:
     [[nodiscard]] folly::Future<QString> write(QImage image, const QString& fileName);
 
 private:
-    /// Made anew where somebody has removed it; empty when that is impossible.
+    /// Made anew when it was removed; empty when that is impossible.
     QString folder();
 
     std::unique_ptr<QTemporaryDir> m_folder;
