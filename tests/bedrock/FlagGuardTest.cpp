@@ -39,7 +39,7 @@ TEST_CASE("flag guard: an exception on the way out lowers the flag, too")
     CHECK(wasUp);
 }
 
-TEST_CASE("flag guard: a function may give it away, and nobody else can")
+TEST_CASE("flag guard: a function may return it, and it cannot be copied or assigned")
 {
     static_assert(!std::is_copy_constructible_v<FlagGuard> && !std::is_copy_assignable_v<FlagGuard>);
     bool flag = false;

@@ -38,7 +38,7 @@ TEST_CASE("weak pointer: locks while the object lives and is null after")
     CHECK(weak.lock() == nullptr);
 }
 
-TEST_CASE("weak pointer: one made in a constructor cannot be locked before somebody owns the object")
+TEST_CASE("weak pointer: one made in a constructor cannot be locked before the object has an owner")
 {
     auto* object = new SelfAware;
     CHECK_FALSE(object->wasLockableInConstructor);

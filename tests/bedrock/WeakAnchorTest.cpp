@@ -31,7 +31,7 @@ struct Held
 };
 }
 
-TEST_CASE("weak anchor: an object has one, whoever asks")
+TEST_CASE("weak anchor: an object has one, the same for every caller")
 {
     const auto thing = makeIntrusive<Thing>();
     const auto other = makeIntrusive<Thing>();
@@ -58,7 +58,7 @@ TEST_CASE("weak anchor: locking gives the object with one reference more, for th
     CHECK(held.anchor->lock() == nullptr);
 }
 
-TEST_CASE("weak anchor: an object that nobody owns is alive and cannot be locked")
+TEST_CASE("weak anchor: an object without an owner is alive and cannot be locked")
 {
     auto thing = std::make_unique<Thing>();
     const Held held(*thing);
@@ -90,7 +90,7 @@ TEST_CASE("weak anchor: it is detached before anything of its object is torn dow
     CHECK_FALSE(wasLockable);
 }
 
-TEST_CASE("weak anchor: it outlives its object for as long as somebody refers to it")
+TEST_CASE("weak anchor: it outlives its object as long as it is referred to")
 {
     WeakAnchor* anchor = nullptr;
     {

@@ -42,7 +42,7 @@ using Entry = ConnectionRoster::Entry;
 
 } // namespace
 
-TEST_CASE_FIXTURE(Fixture, "connection roster: who has been waiting longest makes room for a new one")
+TEST_CASE_FIXTURE(Fixture, "connection roster: the connection that has waited longest makes room for a new one")
 {
     Visitor& first = enter("a");
     Visitor& second = enter("b");
@@ -82,7 +82,7 @@ TEST_CASE_FIXTURE(Fixture, "connection roster: this machine may have all connect
     CHECK(visitors[0].givenUp == 1);
 }
 
-TEST_CASE_FIXTURE(Fixture, "connection roster: an address that has its number makes room for itself, and for nobody else")
+TEST_CASE_FIXTURE(Fixture, "connection roster: an address that has its number makes room for itself, and for no other")
 {
     Visitor& other = enter("b");
     Visitor& first = enter("a");
@@ -128,7 +128,7 @@ TEST_CASE_FIXTURE(Fixture, "connection roster: downloads of one address leave it
         download("");
 }
 
-TEST_CASE_FIXTURE(Fixture, "connection roster: who has left is neither counted nor given up")
+TEST_CASE_FIXTURE(Fixture, "connection roster: a connection that has left is neither counted nor given up")
 {
     for (const char* address : {"a", "b", "c", "d", "e", "f"})
         download(address);

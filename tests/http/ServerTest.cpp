@@ -229,7 +229,7 @@ TEST_CASE("HTTP server: a handler that throws costs its request an error and not
     CHECK(client.receive().value().body == "GET /after ");
 }
 
-TEST_CASE("HTTP server: connections that do nothing keep nobody from being served")
+TEST_CASE("HTTP server: idle connections do not keep other clients from being served")
 {
     Limits limits = patient();
     limits.clients.connections = 4;
@@ -260,7 +260,7 @@ TEST_CASE("HTTP server: connections that do nothing keep nobody from being serve
     third.send(requestText("GET", "/third"));
     CHECK(third.receive().value().body == "GET /third ");
     CHECK(inBody.isClosedWithin(5s));
-    // Who was served last stays longest.
+    // The connection that was served last stays longest.
     kept.send(requestText("GET", "/again"));
     CHECK(kept.receive().value().body == "GET /again ");
 }
@@ -299,7 +299,8 @@ TEST_CASE("HTTP server: one address has only so many connections, this machine a
     }
 }
 
-TEST_CASE("HTTP server: downloads that nobody reads leave connections for others, and one too many is told to come later")
+TEST_CASE("HTTP server: downloads that their clients do not read leave connections for others, and one too many is answered "
+          "\"come later\"")
 {
     constexpr std::size_t kBytes = 20'000'000; // more than the system keeps for a client that does not read
     QTemporaryFile large;

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Fails when a program or library of the build would let the loader look for libraries in the current directory.
 
-An entry of a run path that is empty or relative means the directory the program is started in: whoever may write there
-would bring code of their own. Every entry has to begin with $ORIGIN or be absolute.
+An entry of a run path that is empty or relative means the directory the program is started in: any user who may write there
+could make the program run other code. Every entry has to begin with $ORIGIN or be absolute.
 
 usage: run_paths.py BUILD_DIRECTORY
 """

@@ -165,9 +165,30 @@ class StructureTest(unittest.TestCase):
         house = {"host/a/B.cpp": ""}
         for text in ("/// Whoever calls.", "int a; // for nobody", "/* one\n * anybody\n */", "//\n// to whom"):
             fault = self.fault(house | {"tests/host/A.cpp": text + "\n"})
-            self.assertIn("a comment does not name its subject", fault)
+            self.assertIn("a sentence does not name its subject", fault)
             self.assertIn("→ Name the subject", fault)
         self.assertIn('host/a/A.hpp:3: "Somebody" in a comment', self.fault({"host/a/A.hpp": "\n/* one\nSomebody */\n"}))
+
+    def test_other_kinds_of_prose_are_read_for_their_subjects(self):
+        for path, text, found in (
+                ("tests/ATest.cpp", 'TEST_CASE("a: nobody is\\" told")\n', 'tests/ATest.cpp:1: "nobody" in the name of a test'),
+                ("tests/ATest.cpp", 'int a;\nTEST_CASE_FIXTURE(Fix<A, B>, "a: "\n  "to whom")\n', 'tests/ATest.cpp:3: "whom" in the'),
+                ("tests/ATest.cpp", '\n  SUBCASE("anybody")\n', 'tests/ATest.cpp:2: "anybody" in the name'),
+                ("tests/a.py", 'a = "nobody"  # for whom\n', 'tests/a.py:1: "whom" in a comment'),
+                ("tests/a.py", 'def a():\n    """One.\n\n    Somebody.\n    """\n', 'tests/a.py:4: "Somebody" in a docstring'),
+                ("tools/a", '#!/usr/bin/env python3\n"""Whoever."""\na = """nobody"""\n', 'tools/a:2: "Whoever" in a docstring'),
+                ("tools/b", '#!/bin/sh\necho nobody # somebody\n', 'tools/b:2: "somebody" in a comment'),
+                (".ci/c.sh", 'echo ${#nobody}\n# anybody\n', '.ci/c.sh:2: "anybody" in a comment'),
+                ("CMakeLists.txt", 'set(NOBODY 1)\n# nobody\n', 'CMakeLists.txt:2: "nobody" in a comment'),
+                ("cmake/A.cmake", '# nobody\n', 'cmake/A.cmake:1: "nobody" in a comment'),
+                ("tests/races.txt", '# nobody\nrace:nobody\n', 'tests/races.txt:1: "nobody" in a comment'),
+                ("docs/a.md", '# One\n\n```\nwho = nobody\n```\nNobody.\n', 'docs/a.md:6: "Nobody" in the text')):
+            fault = self.fault({"host/a/A.cpp": "", path: text})
+            self.assertIn(found, fault)
+            self.assertEqual(fault.count('" in '), 1, fault)
+
+    def test_what_is_no_file_of_ours_is_not_read(self):
+        self.assertEqual(self.faults({"host/a/A.cpp": "", "build/a.md": "nobody", ".git/a.md": "nobody", "docs/a.json": "nobody"}), [])
 
     def test_texts_and_code_may_hold_these_words(self):
         self.assertEqual(self.faults({"host/a/A.cpp": '''auto a = "// nobody"; int somebody = 1'000; char c = '"'; // the "first"

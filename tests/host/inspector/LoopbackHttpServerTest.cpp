@@ -349,7 +349,7 @@ TEST_CASE("loopback server: a client that goes while its answer is made elsewher
     CHECK(stays.isClosedByServer());
 }
 
-TEST_CASE("loopback server: who asks without end and reads nothing is asked to wait, and the event loop turns")
+TEST_CASE("loopback server: a client that asks without end and reads nothing has to wait, and the event loop turns")
 {
     const QByteArray large(4 * 1024 * 1024, 'x');
     Fixture f([&](const LoopbackHttpServer::Request&) { return LoopbackHttpServer::Response{200, "text/plain", large}; });

@@ -10,7 +10,7 @@ using namespace Host;
 
 using Tavola::TesselServiceAPI;
 
-TEST_CASE("marker service: the cache knows everybody who is in the registry")
+TEST_CASE("marker service: the cache has every person of the registry")
 {
     PeopleTable table;
     REQUIRE(table.cache->isCached(1001));
@@ -80,7 +80,7 @@ TEST_CASE("marker service: a card with a content key gets the widget that the pr
     CHECK(*table.service->personalWidget(1001) == widget);
     CHECK(table.service->personalWidget(1001).error() == "no more");
     CHECK(asked == QStringList{QStringLiteral("key"), QStringLiteral("key")});
-    // Neither the card without a key nor the one that nobody knows is asked for.
+    // The presentation is asked neither for the card without a key nor for the one that is not registered.
     CHECK(table.service->personalWidget(1007).error() == "This presentation has no folder for card 1007");
     CHECK(table.service->personalWidget(4711).error() == "This presentation has no folder for card 4711");
     CHECK(asked.size() == 2);

@@ -241,7 +241,7 @@ TEST_CASE("icon downloader: an address under way stays taken, also when a file o
     CHECK_FALSE(first.isReady());
 }
 
-TEST_CASE("icon downloader: the network's replies are left to the network, for whoever else looks at them")
+TEST_CASE("icon downloader: the network's replies are left to the network, for its other users")
 {
     const TemporaryFolder folder;
     ImageServer server;
@@ -352,7 +352,7 @@ TEST_CASE("icon downloader: a path is told also where the picture could not be s
     CHECK_FALSE(QFile::exists(path));
 }
 
-TEST_CASE("icon downloader: the instance is shared while somebody holds it, and made anew after that")
+TEST_CASE("icon downloader: the instance is shared while it is held, and made anew after that")
 {
     const TemporaryFolder folder;
     ImageServer server;

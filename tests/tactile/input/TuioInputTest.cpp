@@ -141,7 +141,7 @@ TEST_CASE("tuio input: a sender that falls silent is told, its finger is cancell
     table.frame(4.9);
     CHECK(table.changes() == "");
     TestSupport::expectWarning("TuioInput::takeSample # Lost the sender a@b (no packet for 5 s); its fingers are cancelled "
-                               "and its cards leave the table, look whether it runs");
+                               "and its cards leave the table; check whether it runs");
     table.frame(0.2);
     CHECK(table.changes() == "cancel 2");
     table.frame(0.7);

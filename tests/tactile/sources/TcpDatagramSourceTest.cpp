@@ -188,10 +188,10 @@ TEST_CASE("tcp source: a length that cannot be ends its connection with a warnin
         CAPTURE(row.length);
         const LoopbackStream bad(hall.port());
         // What was good ahead of it counts.
-        TestSupport::expectWarning("TcpDatagramSource # Closed the connection of 127.0.0.1:" + std::to_string(bad.port())
-                                   + " (a packet of " + row.length
-                                   + " bytes, where 1 to 65535 are possible); look what connects there: the length goes ahead of "
-                                     "each packet, in 4 bytes, big end first");
+        TestSupport::expectWarning(
+            "TcpDatagramSource # Closed the connection of 127.0.0.1:" + std::to_string(bad.port()) + " (a packet of " + row.length
+            + " bytes, where 1 to 65535 are possible); check which program connects there: the length goes ahead of "
+              "each packet, in 4 bytes, big end first");
         bad.send(framed(TestTable::fingersPacket(1, {}, "bad")) + row.bytes + framed(finger(9, 0.9f)));
         CHECK(bad.isClosed());
         good.send(finger(static_cast<std::int32_t>(++packets), 0.5f, "good@one"));
@@ -300,7 +300,7 @@ TEST_CASE("tcp source: beyond sixteen connections the newest is closed, until th
     {
         const LoopbackStream late(hall.port());
         TestSupport::expectWarning("TcpDatagramSource # Closed the connection of 127.0.0.1:" + std::to_string(late.port())
-                                   + " (16 are open already); look who connects there, and use fewer trackers");
+                                   + " (16 are open already); check which programs connect there, and use fewer trackers");
         CHECK(late.isClosed());
     }
     // Garbage ends the first, whose place the next one takes.

@@ -135,7 +135,7 @@ TEST_CASE("tuio sources: a sender may call itself by another name, and is anothe
     CHECK(sources.countersOf(1).name == "two@cam");
 }
 
-TEST_CASE("tuio sources: who names itself as a known source does is that source, and leaves the nameless one")
+TEST_CASE("tuio sources: a sender that gives a known source's name is that source, and leaves the nameless one")
 {
     TuioSources sources;
     TuioSender& named = sources.senderOf(0, at(1));

@@ -124,7 +124,7 @@ TEST_CASE("pdf pages: answers come in the order of the requests, and never insid
     CHECK(order == std::vector<int>{2, 0, 1});
 }
 
-TEST_CASE("pdf pages: who has lost interest is told nothing, whatever had been done by then")
+TEST_CASE("pdf pages: a withdrawn request is not answered, however far it had come")
 {
     Reader reader;
     const QString path = reader.pdf("a.pdf", {Qt::red});
@@ -180,7 +180,7 @@ TEST_CASE("pdf pages: of equal failures the first one is worth a warning")
     CHECK(others.isFirstFailure("a.pdf: no"));
 }
 
-TEST_CASE("pdf pages: it may go with requests under way, of which nobody is told")
+TEST_CASE("pdf pages: destroyed with requests under way, it answers none of them")
 {
     int told = 0;
     {

@@ -176,7 +176,7 @@ TEST_CASE("snapshot writer: snapshots without a name are files named by what the
     CHECK_FALSE(QFileInfo::exists(folder));
 }
 
-TEST_CASE("snapshot writer: a snapshot is taken also when somebody has cleared the temporary folder")
+TEST_CASE("snapshot writer: a snapshot is taken also when the temporary folder was cleared")
 {
     TestHost host;
     host.style(kRed);

@@ -73,7 +73,7 @@ struct TuioInput::Private
             const std::string& name = decoder.counters().sources[lost.source].name;
             if (lost.hadContacts)
                 Bedrock::Trace::warning("TuioInput::takeSample # Lost the sender %s (no packet for %g s); its fingers are "
-                                        "cancelled and its cards leave the table, look whether it runs",
+                                        "cancelled and its cards leave the table; check whether it runs",
                                         name.c_str(), settings.tracker.lostSenderSeconds);
             else
                 Bedrock::Trace::info("TuioInput::takeSample # The sender %s has gone (no packet for %g s)", name.c_str(),

@@ -162,7 +162,7 @@ private:
             if (!place)
                 log(Bedrock::Trace::Level::Warning,
                     "Closed the connection of " + sender.toString() + " (" + std::to_string(kMaxConnections)
-                        + " are open already); look who connects there, and use fewer trackers");
+                        + " are open already); check which programs connect there, and use fewer trackers");
         }
         if (!place) {
             ::close(descriptor);
@@ -212,7 +212,8 @@ private:
                 log(Bedrock::Trace::Level::Warning,
                     "Closed the connection of " + connection.sender.toString() + " (a packet of "
                         + std::to_string(stream.length()) + " bytes, where 1 to " + std::to_string(OscDecoder::kMaxPacketBytes)
-                        + " are possible); look what connects there: the length goes ahead of each packet, in 4 bytes, big "
+                        + " are possible); check which program connects there: the length goes ahead of each packet, in 4 bytes, "
+                          "big "
                           "end first");
                 return close(connection);
             }

@@ -23,7 +23,7 @@ bool isGivenUp(const QVariant& payload)
     return *interest->cancelled || *interest->stopping;
 }
 
-/// What is wrong with a file is told once by whoever shows it.
+/// The widget that shows a file warns of its faults, once; the library's own messages are dropped.
 void ignoreMessage(const QString& /*message*/, const QVariant& /*closure*/) {}
 }
 

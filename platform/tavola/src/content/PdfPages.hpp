@@ -43,7 +43,7 @@ public:
         int pageCount = 0;
     };
     using Done = std::function<void(const Outcome&)>;
-    /// Whoever asked keeps it. Gone or set, the request is of no interest any more: `done` is not called.
+    /// Kept by the caller of `request`. Destroying it or setting it to true withdraws the request: `done` is not called.
     using Cancel = std::shared_ptr<std::atomic<bool>>;
 
     PdfPages();
