@@ -4,6 +4,7 @@
 #include "inspector/Inspector.hpp"
 #include "inspector/TableLog.hpp"
 #include "presentation/Presentation.hpp"
+#include "table/PluginSearch.hpp"
 #include "table/RunLoop.hpp"
 #include "table/Table.hpp"
 #include "window/Display.hpp"
@@ -72,12 +73,29 @@ std::unique_ptr<TableWindow> openWindow(Table& table, const Presentation& presen
                                          presentation.cards, kCardRadiusMm / presentation.pixelPitchMm);
 }
 
+/// What a recording may not do: load code from a file that only the presentation it names names. Empty when it does not.
+QString untrustedPlugin(const Presentation& presentation, const RunOptions& options)
+{
+    if (!options.isPresentationRecorded || !options.table.plugin.isEmpty())
+        return {};
+    for (const QString& plugin : presentation.plugins)
+        if (isPluginPath(plugin))
+            return QStringLiteral("the presentation that %1 names loads the plug-in %2 by its path. To allow that, name the "
+                                  "presentation, too: tavola replay %1 %3")
+                .arg(options.table.replayFile, plugin, options.presentation);
+    return {};
+}
+
 int runTable(const RunOptions& options)
 {
     const TableLog log;
     QString error;
     const auto presentation = Presentation::load(options.presentation, error);
     if (!presentation)
+        return fail(error, 1);
+
+    error = untrustedPlugin(*presentation, options);
+    if (!error.isEmpty())
         return fail(error, 1);
 
     const auto table = Table::open(*presentation, options.table, error);
@@ -116,6 +134,7 @@ int RunCommand::run(RunOptions::Command command, const QStringList& arguments, c
     if (options->presentation.isEmpty()) {
         QString error;
         options->presentation = recordedPresentation(options->table.replayFile, error);
+        options->isPresentationRecorded = true;
         if (options->presentation.isEmpty())
             return fail(error, 1);
     }

@@ -91,7 +91,12 @@ void declare(CommandLine& line, RunOptions& options, bool isReplay)
     line.addFlag("--fullscreen", options.fullScreen, "fill the screen, whatever the presentation's size");
     line.addFlag("--opengl", options.openGL, "draw the window by OpenGL where there is one");
     line.addOption({"--plugin", "FILE", "load this plug-in instead of the presentation's",
-                    QStringLiteral("the file of a plug-in"), into(table.plugin)});
+                    QStringLiteral("the file of a plug-in"), [&table](const QString& value) {
+                        // A file of the current directory, when the operator names one.
+                        const bool isFile = value.endsWith(QLatin1String(".so")) && !value.contains(QLatin1Char('/'));
+                        table.plugin = isFile ? QStringLiteral("./") + value : value;
+                        return !value.isEmpty();
+                    }});
     line.addOption({"--media-server", "URL", "use this media server instead of the presentation's",
                     QStringLiteral("an address that begins with http:// or https://"), [&table](const QString& value) {
                         table.mediaServer = value;

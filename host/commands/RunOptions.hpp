@@ -19,7 +19,8 @@ struct RunOptions
 {
     enum class Command { Run, Replay };
 
-    QString presentation; ///< may be empty in a replay: the recording names it
+    QString presentation;                ///< may be empty in a replay: the recording names it
+    bool isPresentationRecorded = false; ///< it was named by the recording, not by the operator
     TableOptions table;
     bool headless = false;
     bool manualClock = false;

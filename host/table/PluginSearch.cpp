@@ -19,7 +19,7 @@ QStringList pluginFolders()
 
 bool isPluginPath(const QString& nameOrPath)
 {
-    return nameOrPath.contains(QLatin1Char('/')) || nameOrPath.endsWith(QLatin1String(".so"));
+    return nameOrPath.contains(QLatin1Char('/'));
 }
 
 QString findPlugin(const QString& nameOrPath)

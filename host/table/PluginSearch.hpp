@@ -16,7 +16,8 @@ namespace Host
 /// in ../lib and ../lib/tavola of it.
 [[nodiscard]] QStringList pluginFolders();
 
-/// Whether a plug-in is given by its file, which is then not searched for.
+/// Whether a plug-in is given by its file, which is then not searched for: it has a slash. A bare name never means a file of the
+/// current directory.
 [[nodiscard]] bool isPluginPath(const QString& nameOrPath);
 
 /// The absolute path of a plug-in's library, by name ("tavola-personal") or path; empty when there is none.

@@ -309,3 +309,31 @@ TEST_CASE("tavola: files with mistakes are reported with their places, and the r
     program.end(SIGTERM);
     CHECK(program.exitCode() == 0);
 }
+
+TEST_CASE("tavola: a recording makes no table load a plug-in by its path, unless the operator names the presentation")
+{
+    const Folder folder;
+    const QString presentation = folder.path(QStringLiteral("room"));
+    folder.write(QStringLiteral("room/presentation.json"), QByteArray("{\"plugins\": [\"") + TAVOLA_PLUGIN + "\"]}");
+    const QString recording = folder.path(QStringLiteral("visit.rec"));
+    {
+        Program program(runArguments(folder, presentation,
+                                     {QStringLiteral("--manual-clock"), QStringLiteral("--inspect"), QStringLiteral("0"),
+                                      QStringLiteral("--record"), recording}));
+        REQUIRE(ask(program.inspector(), "POST", "/frames?count=3").status == 200);
+    }
+    const QStringList replay{QStringLiteral("replay"), recording, QStringLiteral("--headless")};
+    {
+        Program program(replay);
+        CHECK(program.exitCode() == 1);
+        CHECK(QString::fromUtf8(program.errors())
+                  .contains(
+                      QStringLiteral("tavola: the presentation that %1 names loads the plug-in %2 by its path. To allow that, "
+                                     "name the presentation, too: tavola replay %1 %3\n")
+                          .arg(recording, QStringLiteral(TAVOLA_PLUGIN), presentation)));
+    }
+    QStringList named = replay;
+    named.insert(2, presentation);
+    Program program(named);
+    CHECK(program.told("(is open)") == "is open");
+}

@@ -7,6 +7,7 @@
 #include <doctest/doctest.h>
 
 #include <QCoreApplication>
+#include <QDir>
 
 using namespace Host;
 
@@ -51,6 +52,18 @@ TEST_CASE("plug-in search: a path is taken as it is")
     const QString file = folder.write(QStringLiteral("panel.so"), "");
     CHECK(findPlugin(file) == file);
     CHECK(findPlugin(folder.path(QStringLiteral("none.so"))).isEmpty());
+}
+
+TEST_CASE("plug-in search: a bare name is no file of the current directory")
+{
+    const Folder folder;
+    const QString before = QDir::currentPath();
+    folder.write(QStringLiteral("panel.so"), "");
+    REQUIRE(QDir::setCurrent(folder.path()));
+    CHECK(findPlugin(QStringLiteral("panel.so")).isEmpty());
+    CHECK(findPlugin(QStringLiteral("panel")).isEmpty());
+    CHECK(findPlugin(QStringLiteral("./panel.so")) == folder.path(QStringLiteral("panel.so")));
+    REQUIRE(QDir::setCurrent(before));
 }
 
 TEST_CASE("plug-in search: what is nowhere, or a folder, is not found")
