@@ -16,6 +16,11 @@ namespace
 {
 using Kind = Tavola::TesselServiceAPI::MarkerProperties;
 
+/// Of a quoted field, in characters. A quote that is never closed takes no more than this to find out, in each line that has one.
+constexpr int kLongestField = 4096;
+/// A hundred thousand people take about a tenth of it.
+constexpr qint64 kLargestFileBytes = 64 << 20;
+
 struct Line
 {
     int number = 0;
@@ -55,7 +60,7 @@ public:
     }
 
 private:
-    /// False when the text ends inside quotes.
+    /// False when a quoted field has no end within its bound.
     bool split(Line& line)
     {
         QString field;
@@ -70,6 +75,8 @@ private:
             kept = 0;
         };
         while (m_at < m_text.size()) {
+            if (quoted && field.size() > kLongestField)
+                return false;
             if (takeLineEnd()) {
                 if (!quoted)
                     break;
@@ -164,6 +171,13 @@ private:
                 unknown << name;
         }
         m_columnCount = line.fields.size();
+        if (!m_columns.contains(QStringLiteral("code")) && line.fields.value(0).contains(QLatin1Char(';'))) {
+            warn(line.number,
+                 QStringLiteral(
+                     "the columns are separated by semicolons, as some spreadsheets save them: save the file with commas; "
+                     "no people were read"));
+            return false;
+        }
         if (!m_columns.contains(QStringLiteral("code"))) {
             warn(line.number,
                  QStringLiteral("the first line must name the columns, \"code\" among them "
@@ -196,7 +210,9 @@ private:
     void readPerson(const Line& line)
     {
         if (line.openQuote)
-            return skipLine(line, QStringLiteral("a quote is opened and never closed"));
+            return skipLine(line, QStringLiteral("a quote is opened and not closed within %1 characters").arg(kLongestField));
+        if (std::any_of(line.fields.begin(), line.fields.end(), [](const QString& field) { return field.contains(QChar(0)); }))
+            return skipLine(line, QStringLiteral("it has a NUL byte (save the file as UTF-8 text)"));
         if (line.fields.size() > m_columnCount)
             return skipLine(line,
                             QStringLiteral("%1 fields for %2 columns (put quotes around a field with a comma)")
@@ -246,10 +262,17 @@ std::vector<Person> PeopleFile::read(const QString& path, bool& complete)
                                 file.errorString().toUtf8().constData());
         return {};
     }
+    if (file.size() > kLargestFileBytes) {
+        complete = false;
+        Bedrock::Trace::warning("PeopleFile # %s has more than %d MiB; no people were read", path.toUtf8().constData(),
+                                int(kLargestFileBytes >> 20));
+        return {};
+    }
     QByteArray bytes = file.readAll();
     if (bytes.startsWith("\xEF\xBB\xBF"))
         bytes.remove(0, 3);
-    return parse(QString::fromUtf8(bytes), path, complete);
+    // With its size: a NUL byte does not end it.
+    return parse(QString::fromUtf8(bytes.constData(), bytes.size()), path, complete);
 }
 
 bool PeopleFile::parseKind(const QString& text, int& kind)

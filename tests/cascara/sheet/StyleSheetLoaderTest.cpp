@@ -17,7 +17,7 @@ namespace
 class Folder
 {
 public:
-    QString write(const char* name, const char* text)
+    QString write(const char* name, const QByteArray& text)
     {
         const QString path = m_folder.filePath(QString::fromUtf8(name));
         QDir().mkpath(QFileInfo(path).path());
@@ -171,4 +171,32 @@ TEST_CASE("style sheet loader: a folder is no sheet")
     REQUIRE(QDir().mkpath(QString::fromStdString(folder.path("css"))));
     TestSupport::expectWarningStartingWith("StyleEngine # Cannot read style sheet '" + folder.path("css") + "': ");
     CHECK_FALSE(fixture.engine.loadStyleSheet(QString::fromStdString(folder.path("css"))));
+}
+
+TEST_CASE("style sheet loader: a NUL byte is told with its place and ends nothing")
+{
+    StyleFixture fixture;
+    Folder folder;
+    auto& node = fixture.add("", "N", "n");
+    const QString path = folder.write("nul.css", QByteArray("N { width: 1 }\n/* \0 */ N { height: 3 }", 38));
+    expectWarning("StyleEngine # " + path.toStdString() + ":2:4: this is a NUL byte, which no text has: save the file as UTF-8");
+    CHECK(fixture.engine.loadStyleSheet(path));
+    CHECK(node.width == 1.f);
+    CHECK(node.height == 3.f);
+}
+
+TEST_CASE("style sheet loader: sheets that import each other twice are read up to a bound, which is told once")
+{
+    StyleFixture fixture;
+    Folder folder;
+    constexpr int kSheets = 20;
+    for (int i = 0; i < kSheets; ++i) {
+        const QByteArray next = "@import 's" + QByteArray::number(i + 1) + ".css';";
+        folder.write(("s" + std::to_string(i) + ".css").c_str(), next + ' ' + next);
+    }
+    folder.write("s20.css", "N { width: 1 }");
+    auto& node = fixture.add("", "N", "n");
+    TestSupport::expectWarningStartingWith("StyleEngine # " + folder.path("s"));
+    CHECK(fixture.engine.loadStyleSheet(QString::fromStdString(folder.path("s0.css"))));
+    CHECK(node.width == 1.f);
 }

@@ -171,7 +171,7 @@ TEST_CASE("tavola people: a mistake in a file is reported with its line, and non
          ":4: 3 fields for 2 columns (put quotes around a field with a comma); the line is skipped\n"},
         {"code,kind\n2001,friend\n",
          ":2: 'friend' is no kind; personal, unregistered or a number is expected; the line is skipped\n"},
-        {"code,name\n2001,\"Cy\n2002,Di\n", ":2: a quote is opened and never closed; the line is skipped\n"},
+        {"code,name\n2001,\"Cy\n2002,Di\n", ":2: a quote is opened and not closed within 4096 characters; the line is skipped\n"},
         {"code,name\n2001,J\xfcrgen\n", ":2: the name is no UTF-8 text (save the file as UTF-8); it is left empty\n"},
         {"code,e-mail\n2001,a@b\n",
          ":1: unknown column 'e-mail', known are code, name, email, content-key, kind; the column is skipped\n"},

@@ -118,7 +118,7 @@ TEST_CASE("people file: a line that cannot be read is reported by number and cos
         {"5,Ann,friend", "'friend' is no kind; personal, unregistered or a number is expected"},
         {"5,Smith, Ann,personal", "4 fields for 3 columns (put quotes around a field with a comma)"},
         {"1,Ann,", "code 1 stands in line 2 already"},
-        {"5,\"Ann,", "a quote is opened and never closed"},
+        {"5,\"Ann,", "a quote is opened and not closed within 4096 characters"},
     };
     for (const Row& row : rows) {
         CAPTURE(row.line);
@@ -136,7 +136,7 @@ TEST_CASE("people file: line numbers go on counting through quotes and other lin
 
 TEST_CASE("people file: two open quotes cost two lines")
 {
-    expectWarning("PeopleFile # p.csv:4: a quote is opened and never closed; the line is skipped");
+    expectWarning("PeopleFile # p.csv:4: a quote is opened and not closed within 4096 characters; the line is skipped");
     CHECK(partOf("code,name\n1,\"Ann\n2,Bo\"\n3,\"Cy\n4,Di\n") == People{person(1, "Ann\n2,Bo"), person(4, "Di")});
 }
 
@@ -298,4 +298,40 @@ TEST_CASE("people file: a kind is a word or a number, and the number of a word i
         int kind = 0;
         CHECK_FALSE(PeopleFile::parseKind(QLatin1String(word), kind));
     }
+}
+
+TEST_CASE("people file: a quoted field has a bound, and one that is longer costs its own line")
+{
+    const QString longest(4096, QLatin1Char('x'));
+    expectWarning("PeopleFile # p.csv:3: a quote is opened and not closed within 4096 characters; the line is skipped");
+    bool complete = true;
+    const auto people = PeopleFile::parse(QStringLiteral("code,name\n1,\"%1\"\n2,\"%1xx\"\n3,Cy\n").arg(longest),
+                                          QStringLiteral("p.csv"), complete);
+    REQUIRE(people.size() == 2);
+    CHECK(people[0].name == longest);
+    CHECK(people[1].code == 3);
+    CHECK_FALSE(complete);
+}
+
+TEST_CASE("people file: a NUL byte costs its line and ends nothing")
+{
+    const Folder folder;
+    const QString path = folder.write(QStringLiteral("p.csv"), QByteArray("code,name\n1,A\0nn\n2,Ben\n", 23));
+    expectWarning("PeopleFile # " + path.toStdString()
+                  + ":2: it has a NUL byte (save the file as UTF-8 text); the line is skipped");
+    bool complete = true;
+    const auto people = PeopleFile::read(path, complete);
+    REQUIRE(people.size() == 1);
+    CHECK(people[0].name == QLatin1String("Ben"));
+    CHECK_FALSE(complete);
+}
+
+TEST_CASE("people file: semicolons in place of commas are told with the remedy")
+{
+    expectWarning(
+        "PeopleFile # p.csv:1: the columns are separated by semicolons, as some spreadsheets save them: save the file with "
+        "commas; no people were read");
+    bool complete = true;
+    CHECK(PeopleFile::parse(QStringLiteral("code;name\n1;Ann\n"), QStringLiteral("p.csv"), complete).empty());
+    CHECK_FALSE(complete);
 }

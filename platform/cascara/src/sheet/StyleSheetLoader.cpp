@@ -15,6 +15,9 @@ namespace Cascara
 {
 namespace
 {
+/// Of one style sheet with all it imports: sheets that import each other several times would be read without end.
+constexpr int kMostImports = 256;
+
 void warn(const QString& name, int line, int column, const QString& text)
 {
     Bedrock::Trace::warning("StyleEngine # %s:%d:%d: %s", name.toUtf8().constData(), line, column, text.toUtf8().constData());
@@ -27,15 +30,24 @@ QString fileName(const QString& url)
     return Bedrock::localPath(url);
 }
 
-/// Says where the first character stands that is none. What can be read of the file is used.
-void warnOfEncoding(const QByteArray& bytes, const QString& text, const QString& path)
+void warnAt(const QString& text, int place, const QString& path, const QString& what)
 {
-    const int place = text.indexOf(QChar(QChar::ReplacementCharacter));
-    if (place < 0 || bytes.contains("\xEF\xBF\xBD"))
-        return;
     const QString before = text.left(place);
     const int column = place - before.lastIndexOf(QLatin1Char('\n'));
-    warn(path, before.count(QLatin1Char('\n')) + 1, column, QStringLiteral("this is no UTF-8 text: save the file as UTF-8"));
+    warn(path, before.count(QLatin1Char('\n')) + 1, column, what);
+}
+
+/// Says where the first character stands that is none. What can be read of the file is used.
+void warnOfEncoding(const QByteArray& bytes, QString& text, const QString& path)
+{
+    const int nul = text.indexOf(QChar(0));
+    if (nul >= 0)
+        warnAt(text, nul, path, QStringLiteral("this is a NUL byte, which no text has: save the file as UTF-8"));
+    const int place = text.indexOf(QChar(QChar::ReplacementCharacter));
+    if (place >= 0 && !bytes.contains("\xEF\xBF\xBD"))
+        warnAt(text, place, path, QStringLiteral("this is no UTF-8 text: save the file as UTF-8"));
+    // CSS Syntax, preprocessing of the input stream.
+    text.replace(QChar(0), QChar(QChar::ReplacementCharacter));
 }
 
 /// The reason why not in `error`.
@@ -47,7 +59,7 @@ bool readFile(const QString& path, QString& text, QString& error)
         return false;
     }
     const QByteArray bytes = file.readAll();
-    text = QString::fromUtf8(bytes);
+    text = QString::fromUtf8(bytes.constData(), bytes.size()); // with its size: a NUL byte does not end it
     warnOfEncoding(bytes, text, path);
     return true;
 }
@@ -92,6 +104,13 @@ void StyleSheetLoader::loadImport(const StyleSheet::Import& import, const QStrin
              QStringLiteral("@import: '%1' imports this file itself; it is skipped").arg(path));
         return;
     }
+    if (m_imports >= kMostImports) {
+        if (m_imports++ == kMostImports)
+            warn(importingName, import.line, import.column,
+                 QStringLiteral("@import: more than %1 imports; this one and those that follow are skipped").arg(kMostImports));
+        return;
+    }
+    ++m_imports;
     QString text;
     QString error;
     if (!readFile(path, text, error)) {

@@ -27,5 +27,6 @@ private:
     std::vector<std::unique_ptr<StyleSheet>>& m_result;
     /// Files in the middle of being loaded, from the outermost to the innermost.
     QStringList m_loading;
+    int m_imports = 0; ///< so far; bounded
 };
 }
