@@ -1,5 +1,6 @@
 #include "inspector/LoopbackHttpServer.hpp"
 
+#include <Bedrock/Guarded.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Bedrock/WorkerPool.hpp>
 #include <Http/Server.hpp>
@@ -8,7 +9,6 @@
 #include <QUrl>
 
 #include <deque>
-#include <exception>
 #include <mutex>
 #include <optional>
 #include <sys/eventfd.h>
@@ -56,15 +56,13 @@ Http::Response sendable(const LoopbackHttpServer::Response& response)
 template <class Make>
 LoopbackHttpServer::Response made(const Make& make, const QByteArray& what)
 {
-    QByteArray reason("unknown exception");
-    try {
-        return make();
-    } catch (const std::exception& error) {
-        reason = error.what();
-    } catch (...) {
-    }
-    Bedrock::Trace::error("LoopbackHttpServer # %s failed (%s)", what.constData(), reason.constData());
-    return {500, "text/plain; charset=utf-8", reason + '\n'};
+    LoopbackHttpServer::Response response;
+    Bedrock::guarded([&] { response = make(); },
+                     [&](const char* reason) {
+                         Bedrock::Trace::error("LoopbackHttpServer # %s failed (%s)", what.constData(), reason);
+                         response = {500, "text/plain; charset=utf-8", QByteArray(reason) + '\n'};
+                     });
+    return response;
 }
 }
 

@@ -4,6 +4,7 @@
 
 #include <Bedrock/BGThread.hpp>
 #include <Bedrock/FunctionTask.hpp>
+#include <Bedrock/Guarded.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Tavola/ServiceProvider.hpp>
 #include <Tavola/Tavola.hpp>
@@ -11,8 +12,6 @@
 #include <Trellis/TextEditWidget.hpp>
 
 #include <QRegExp>
-
-#include <exception>
 
 namespace Tavola
 {
@@ -89,17 +88,13 @@ void PersonalSpaceWidget::D::registerUser()
         if (!service)
             return;
         bool registered = false;
-        try {
-            registered = service->registerPersonalMarker(request.code, request.name, request.email);
-        } catch (const std::exception& exception) {
-            // Shown like a refusal, so that the space does not stay "registering".
-            Bedrock::Trace::error("PersonalSpaceWidget::registerUser # Failed to register the owner of card %llu (%s)",
-                                  static_cast<unsigned long long>(request.code), exception.what());
-        } catch (...) {
-            Bedrock::Trace::error(
-                "PersonalSpaceWidget::registerUser # Failed to register the owner of card %llu (unknown exception)",
-                static_cast<unsigned long long>(request.code));
-        }
+        // An exception is shown like a refusal, so that the space does not stay "registering".
+        Bedrock::guarded([&] { registered = service->registerPersonalMarker(request.code, request.name, request.email); },
+                         [&](const char* reason) {
+                             Bedrock::Trace::error(
+                                 "PersonalSpaceWidget::registerUser # Failed to register the owner of card %llu (%s)",
+                                 static_cast<unsigned long long>(request.code), reason);
+                         });
         Facet::Node::invokeAfterUpdate([weak = request.widget, registered] {
             const auto widget = weak.lock();
             if (!widget)

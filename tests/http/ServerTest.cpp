@@ -12,6 +12,7 @@
 #include <QTemporaryFile>
 
 #include <arpa/inet.h>
+#include <csignal>
 #include <fcntl.h>
 #include <future>
 #include <ifaddrs.h>
@@ -37,6 +38,8 @@ HttpServerThread::MakeHandler echo()
         return [](const Request& request) {
             if (request.target == "/throw")
                 throw std::runtime_error("on purpose");
+            if (request.target == "/throw-number")
+                throw 7;
             return plainResponse(200, request.method + ' ' + request.target + ' ' + request.body);
         };
     };
@@ -227,6 +230,27 @@ TEST_CASE("HTTP server: a handler that throws costs its request an error and not
     CHECK(client.receive().value().status == 500);
     client.send(requestText("GET", "/after"));
     CHECK(client.receive().value().body == "GET /after ");
+    TestSupport::expectWarning("HttpServer # A request failed and was answered with 500 (unknown exception)");
+    client.send(requestText("GET", "/throw-number"));
+    CHECK(client.receive().value().status == 500);
+    client.send(requestText("GET", "/after"));
+    CHECK(client.receive().value().body == "GET /after ");
+}
+
+TEST_CASE("HTTP server: a hangup whose handler throws is an error, and the server runs on")
+{
+    Server server;
+    int hangups = 0;
+    server.onHangup([&] {
+        if (++hangups == 2)
+            return server.stop();
+        std::raise(SIGHUP);
+        throw 7;
+    });
+    TestSupport::expectError("HttpServer # The handler of a hangup failed (unknown exception)");
+    std::raise(SIGHUP);
+    server.run();
+    CHECK(hangups == 2);
 }
 
 TEST_CASE("HTTP server: idle connections do not keep other clients from being served")

@@ -1,8 +1,7 @@
 #include "OutboxAnswers.hpp"
 
-#include <Bedrock/Trace.hpp>
+#include <Bedrock/Guarded.hpp>
 
-#include <exception>
 #include <utility>
 #include <vector>
 
@@ -68,10 +67,6 @@ void OutboxAnswers::completeAll()
 
 void OutboxAnswers::complete(Promise& promise, const Status& status)
 {
-    try {
-        promise.setValue(status);
-    } catch (const std::exception& failure) {
-        Bedrock::Trace::error("OutboxService # Failed to hand over an outcome (%s)", failure.what());
-    }
+    Bedrock::guarded("OutboxService # Failed to hand over an outcome", [&] { promise.setValue(status); });
 }
 }

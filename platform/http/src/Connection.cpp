@@ -1,5 +1,6 @@
 #include "Connection.hpp"
 
+#include <Bedrock/Guarded.hpp>
 #include <Bedrock/Trace.hpp>
 
 #include <boost/asio/post.hpp>
@@ -179,13 +180,10 @@ void Connection::answer()
     m_door.roster.setAnswering(*this, true);
     m_whileAnswering = shared_from_this();
     // A handler that throws has let go of the reply, which answers 500.
-    try {
-        m_door.handler(std::move(request), makeReply());
-    } catch (const std::exception& error) {
-        Bedrock::Trace::warning("HttpServer # A request failed and was answered with 500 (%s)", error.what());
-    } catch (...) {
-        Bedrock::Trace::warning("HttpServer # A request failed and was answered with 500 (unknown exception)");
-    }
+    Bedrock::guarded([&] { m_door.handler(std::move(request), makeReply()); },
+                     [](const char* reason) {
+                         Bedrock::Trace::warning("HttpServer # A request failed and was answered with 500 (%s)", reason);
+                     });
 }
 
 Reply Connection::makeReply()

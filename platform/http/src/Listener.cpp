@@ -2,6 +2,7 @@
 
 #include "Connection.hpp"
 
+#include <Bedrock/Guarded.hpp>
 #include <Bedrock/Trace.hpp>
 
 #include <boost/asio/ip/tcp.hpp>
@@ -149,7 +150,9 @@ void Listener::accept(error_code error)
         Protocol::socket socket(m_context);
         m_acceptor.accept(socket, error);
         if (!error)
-            letIn(std::move(socket));
+            Bedrock::guarded(
+                [&] { letIn(std::move(socket)); },
+                [](const char* reason) { Bedrock::Trace::warning("HttpServer # A connection was dropped (%s)", reason); });
         else if (error == asio::error::connection_aborted)
             error.clear();
     }
@@ -165,7 +168,7 @@ void Listener::accept(error_code error)
 }
 
 void Listener::letIn(Protocol::socket socket)
-try {
+{
     std::string client;
     if (m_socketFile.empty()) {
         error_code ignored;
@@ -185,7 +188,5 @@ try {
                         std::to_string(m_door.limits.clients.connections) + " connections");
     }
     connection->readNext();
-} catch (const std::exception& error) {
-    Bedrock::Trace::warning("HttpServer # A connection was dropped (%s)", error.what());
 }
 }

@@ -3,6 +3,7 @@
 #include "Connection.hpp"
 #include "Listener.hpp"
 
+#include <Bedrock/Guarded.hpp>
 #include <Bedrock/Trace.hpp>
 
 #include <boost/asio/post.hpp>
@@ -96,7 +97,7 @@ void Server::Private::waitForHangup()
         if (cancelled)
             return;
         waitForHangup();
-        hangupHandler();
+        Bedrock::guarded("HttpServer # The handler of a hangup failed", hangupHandler);
     });
 }
 
@@ -141,15 +142,11 @@ void Server::run()
 {
     for (const auto& listener : d->listeners)
         listener->acceptNext();
-    for (;;) {
-        try {
-            d->io.run();
-            return;
-        } catch (const std::exception& error) {
-            // Costs the connection whose turn it was.
-            Bedrock::Trace::warning("HttpServer # A connection was dropped (%s)", error.what());
-        }
-    }
+    // What is thrown costs the connection whose turn it was.
+    const auto dropped = [](const char* reason) {
+        Bedrock::Trace::warning("HttpServer # A connection was dropped (%s)", reason);
+    };
+    while (!Bedrock::guarded([this] { d->io.run(); }, dropped)) {}
 }
 
 void Server::stop()
