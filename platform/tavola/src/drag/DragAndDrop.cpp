@@ -57,10 +57,7 @@ Place between(const Place& from, const Place& to, float share)
 /// Whether the widget is visible and not fading out.
 bool acceptsDrops(const Widget& widget)
 {
-    for (const Widget* w = &widget; w; w = w->parent())
-        if (Trellis::FadeAnimator::isFadingOut(*w))
-            return false;
-    return widget.isVisible();
+    return widget.isVisible() && !widget.nearest([](const Widget& w) { return Trellis::FadeAnimator::isFadingOut(w); });
 }
 
 /// The topmost listener under the point in the subtree of `widget`, without the dragged widget, its children and its ancestors.

@@ -3,7 +3,7 @@
 #include "application/ApplicationPrivate.hpp"
 #include "picture/ImageLoader.hpp"
 #include "text/TextBlock.hpp"
-#include "tree/Guarded.hpp"
+#include "tree/FrameGuard.hpp"
 #include "tree/WidgetRecords.hpp"
 
 #include <Bedrock/AfterUpdateQueue.hpp>
@@ -119,8 +119,8 @@ void Application::frame(double dtSeconds)
     d->updater.run(FrameInfo(float(dt), d->timeSeconds, d->frameNumber));
     Bedrock::AfterUpdateQueue::instance().drain();
     // What was made since the frame before has all its attributes by now.
-    guarded("The styling", [] { Cascara::StyleEngine::instance().finishStyling(); });
-    guarded("The layout", [&] {
+    guardedInFrame("The styling", [] { Cascara::StyleEngine::instance().finishStyling(); });
+    guardedInFrame("The layout", [&] {
         d->layout.bringUpToDate(*d->mainLayer);
         destroyRemovedWidgets();
         // Listeners to positions and destructors may have changed something again.

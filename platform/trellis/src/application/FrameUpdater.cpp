@@ -1,7 +1,7 @@
 #include "application/FrameUpdater.hpp"
 
 #include "motion/MotionController.hpp"
-#include "tree/Guarded.hpp"
+#include "tree/FrameGuard.hpp"
 #include "tree/WidgetRecords.hpp"
 
 #include <Trellis/FrameInfo.hpp>
@@ -36,7 +36,7 @@ void FrameUpdater::run(const FrameInfo& frame)
         ++m_visits;
         updateOperators(*widget, frame);
         if (m_active[i] == widget && WidgetRecords::of(*widget).update.updating)
-            guarded("Widget::update", [&] { widget->update(frame); });
+            guardedInFrame("Widget::update", [&] { widget->update(frame); });
         if (m_active[i] == widget && WidgetRecords::of(*widget).motion.moving)
             m_motion.slide(*widget, frame.dt());
         // A widget that left the list is not met again below.
@@ -59,7 +59,7 @@ void FrameUpdater::updateOperators(Widget& widget, const FrameInfo& frame)
     for (d.operatorIndex = 0; d.operatorIndex < d.operatorEnd; ++d.operatorIndex) {
         const Bedrock::IntrusivePtr<Operator> op = d.operators[std::size_t(d.operatorIndex)];
         if (!op->isDone())
-            guarded("Operator::update", [&] { op->update(widget, frame); });
+            guardedInFrame("Operator::update", [&] { op->update(widget, frame); });
         if (!WidgetRecords::of(widget).inTree)
             break;
     }

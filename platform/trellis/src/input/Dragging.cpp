@@ -2,7 +2,7 @@
 
 #include "input/HeldFingers.hpp"
 #include "motion/MotionController.hpp"
-#include "tree/Guarded.hpp"
+#include "tree/FrameGuard.hpp"
 #include "tree/WidgetRecords.hpp"
 
 #include <Trellis/DragObserver.hpp>
@@ -104,7 +104,7 @@ void Dragging::stepAll()
         if (!next)
             return;
         next->stepped = true;
-        guarded("A listener to a drag", [&] { step(*next->receiver); });
+        guardedInFrame("A listener to a drag", [&] { step(*next->receiver); });
     }
 }
 

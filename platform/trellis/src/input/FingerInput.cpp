@@ -1,7 +1,7 @@
 #include "input/FingerInput.hpp"
 
 #include "motion/MotionController.hpp"
-#include "tree/Guarded.hpp"
+#include "tree/FrameGuard.hpp"
 #include "tree/WidgetEvents.hpp"
 #include "tree/WidgetRecords.hpp"
 
@@ -122,7 +122,7 @@ void FingerInput::left(const Tactile::TrackedObject& object, bool cancelled)
         return;
     if (!cancelled)
         moved(object);
-    guarded("A listener to a drag", [&] { m_dragging.step(*m_held.findFinger(object.id())->receiver); });
+    guardedInFrame("A listener to a drag", [&] { m_dragging.step(*m_held.findFinger(object.id())->receiver); });
     // A listener may have taken the finger away. Where one gave it to another widget, it ends there.
     const Finger* found = m_held.findFinger(object.id());
     if (!found)

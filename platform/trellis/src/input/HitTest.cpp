@@ -1,6 +1,6 @@
 #include "input/HitTest.hpp"
 
-#include "tree/Guarded.hpp"
+#include "tree/FrameGuard.hpp"
 #include "tree/WidgetRecords.hpp"
 
 namespace Trellis
@@ -28,7 +28,7 @@ Widget* HitTest::search(Widget& widget, Vecta::Vector2f point, GrabManager& grab
     if (records.input.inputTransparent.value())
         return nullptr;
     bool takes = false;
-    guarded("Widget::shouldGrab", [&] { takes = widget.shouldGrab(grabManager, object); });
+    guardedInFrame("Widget::shouldGrab", [&] { takes = widget.shouldGrab(grabManager, object); });
     return takes ? &widget : nullptr;
 }
 }

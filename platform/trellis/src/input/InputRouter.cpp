@@ -1,7 +1,7 @@
 #include "input/InputRouter.hpp"
 
 #include "input/HitTest.hpp"
-#include "tree/Guarded.hpp"
+#include "tree/FrameGuard.hpp"
 
 #include <Tactile/InputSource.hpp>
 #include <Trellis/Widget.hpp>
@@ -82,7 +82,7 @@ void InputRouter::run(double timeSeconds, double dtSeconds)
     collectSample(timeSeconds);
     m_fingers.beginFrame(timeSeconds, dtSeconds);
     for (std::size_t i = 0; i < m_sample.changes.size(); ++i)
-        guarded("The delivery of input", [&] { deliver(m_sample.changes[i]); });
+        guardedInFrame("The delivery of input", [&] { deliver(m_sample.changes[i]); });
     m_fingers.endFrame();
 }
 
@@ -111,26 +111,26 @@ void InputRouter::appeared(const Tactile::TrackedObject& object)
     if (object.isMarker())
         giveMarker(Tactile::Marker(object), *taker);
     else
-        guarded("A listener to a finger", [&] { m_fingers.down(object, *taker); });
+        guardedInFrame("A listener to a finger", [&] { m_fingers.down(object, *taker); });
 }
 
 void InputRouter::left(const Tactile::TrackedObject& object, bool cancelled)
 {
     if (object.isFinger()) {
-        guarded("A listener to a finger", [&] { m_fingers.left(object, cancelled); });
+        guardedInFrame("A listener to a finger", [&] { m_fingers.left(object, cancelled); });
         return;
     }
     const Bedrock::IntrusivePtr<Widget> host(holder(object.id()));
     if (!host)
         return;
     m_grabs.release(object.id());
-    guarded("Widget::markerUp", [&] { host->markerUp(Tactile::Marker(object), m_grabManager); });
+    guardedInFrame("Widget::markerUp", [&] { host->markerUp(Tactile::Marker(object), m_grabManager); });
 }
 
 void InputRouter::giveMarker(const Tactile::Marker& marker, Widget& to)
 {
     m_grabs.set(marker.id(), to);
-    guarded("Widget::markerDown", [&] { to.markerDown(marker, m_grabManager); });
+    guardedInFrame("Widget::markerDown", [&] { to.markerDown(marker, m_grabManager); });
 }
 
 void InputRouter::transfer(std::int64_t id, Widget& to)

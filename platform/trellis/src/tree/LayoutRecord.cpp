@@ -156,11 +156,8 @@ bool isLayoutDirty(const Widget& root)
 
 void bringLayoutUpToDate(const Widget& widget)
 {
-    const Widget* root = &widget;
-    while (const Widget* parent = root->parent())
-        root = parent;
-    if (!isLayoutDirty(*root))
-        return;
-    WidgetEngines::current().layOut(*root);
+    const Widget& root = *widget.nearest([](const Widget& ancestor) { return !ancestor.parent(); });
+    if (isLayoutDirty(root))
+        WidgetEngines::current().layOut(root);
 }
 }
