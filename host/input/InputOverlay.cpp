@@ -5,6 +5,7 @@
 #include <Tactile/Sample.hpp>
 #include <Trellis/Application.hpp>
 #include <Trellis/GrabManager.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <QFont>
 #include <QTextLayout>
@@ -22,7 +23,7 @@ constexpr float kCardRadiusMm = 38.f;
 constexpr float kTextHeightMm = 6.f;
 constexpr float kLinePx = 3.f;
 constexpr float kGapPx = 6.f;
-constexpr float kTurn = 6.28318530717958647692f;
+constexpr float kTurn = float(Vecta::kTwoPi);
 
 const Bedrock::Color kFingerColor{0.2f, 0.9f, 1.f, 1.f};
 const Bedrock::Color kCardColor{1.f, 0.7f, 0.1f, 1.f};

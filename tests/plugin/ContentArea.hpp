@@ -4,6 +4,8 @@
 #include "TestHost.hpp"
 #include "personalspace/PersonalSpaceContentWidget.hpp"
 
+#include <Vecta/Angle.hpp>
+
 #include <memory>
 #include <vector>
 
@@ -34,7 +36,7 @@ struct ContentArea
     /// (500 - x, 600 - y) of the table.
     void turnByQuarters()
     {
-        constexpr float kQuarter = 1.5707963f;
+        constexpr float kQuarter = Vecta::degreesToRadians(90.f);
         space->setRotation(kQuarter);
         widget->setRotation(kQuarter);
         widget->setLocation({300.f, 0.f});

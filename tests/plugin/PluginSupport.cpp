@@ -1,6 +1,7 @@
 #include "PluginSupport.hpp"
 
 #include <Bedrock/BinaryData.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <doctest/doctest.h>
 
@@ -77,7 +78,7 @@ bool near(Vecta::Vector2f a, Vecta::Vector2f b, float tolerancePx)
 
 bool sameDirection(double a, double b)
 {
-    const bool is = std::abs(std::remainder(a - b, 2.0 * kPi)) < 1e-3;
+    const bool is = std::abs(Vecta::shortestTurn(b, a)) < 1e-3;
     if (!is)
         MESSAGE(a << " rad is another direction than " << b << " rad");
     return is;

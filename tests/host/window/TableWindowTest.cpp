@@ -5,6 +5,7 @@
 #include <Trellis/Application.hpp>
 #include <Trellis/GrabManager.hpp>
 #include <Trellis/Widget.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <doctest/doctest.h>
 
@@ -111,7 +112,7 @@ TEST_CASE("table window: a click while a digit is held puts a card down, a click
 
 TEST_CASE("table window: the wheel turns the card under it by 15 degrees a step, and no other")
 {
-    constexpr double kStepRadians = 3.14159265358979 / 12.0;
+    constexpr double kStepRadians = Vecta::kPi / 12.0;
     Fixture f;
     f.key(QEvent::KeyPress, Qt::Key_1);
     f.click({200, 200});

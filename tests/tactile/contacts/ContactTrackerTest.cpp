@@ -2,6 +2,7 @@
 
 #include <Tactile/ContactTracker.hpp>
 #include <Tactile/Sample.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <doctest/doctest.h>
 
@@ -367,10 +368,10 @@ TEST_CASE("contact tracker: a half turn within one frame comes to its end")
     Bench bench(settings);
     double now = 0;
     bench.frame(now, {card(Kind::Appear, 1, {500, 500}, 1001, 0.f)});
-    bench.frame(now += 1.0 / 60, {card(Kind::Move, 1, {500, 500}, 1001, 3.14159265f)});
+    bench.frame(now += 1.0 / 60, {card(Kind::Move, 1, {500, 500}, 1001, Vecta::kPiOf<float>)});
     for (int i = 0; i < 300; ++i)
         bench.frame(now += 1.0 / 60);
-    CHECK(bench.sample.markers[0].rotation() == doctest::Approx(3.14159265f).epsilon(0.01));
+    CHECK(bench.sample.markers[0].rotation() == doctest::Approx(Vecta::kPi).epsilon(0.01));
 }
 
 TEST_CASE("contact tracker: the same frames with the same times give the same places")

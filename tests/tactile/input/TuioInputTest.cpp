@@ -1,6 +1,8 @@
 #include "LogCapture.hpp"
 #include "TestTable.hpp"
 
+#include <Vecta/Angle.hpp>
+
 #include <doctest/doctest.h>
 
 #include <algorithm>
@@ -97,7 +99,7 @@ TEST_CASE("tuio input: a card that trembles in its camera lies still, also where
     for (int i = 0; i < 240; ++i) {
         const float sign = i % 2 == 0 ? 1.f : -1.f;
         const float angle = 0.02f * sign;
-        table.cards({{1, 1001, 0.5f + 0.002f * sign, 0.5f, angle < 0.f ? angle + 6.2831853f : angle}});
+        table.cards({{1, 1001, 0.5f + 0.002f * sign, 0.5f, Vecta::wrappedAngle(angle)}});
         table.frame();
         REQUIRE(table.sample.markers.size() == 1);
         if (i < 120)
@@ -106,7 +108,7 @@ TEST_CASE("tuio input: a card that trembles in its camera lies still, also where
         least = std::min(least, card.centerLocation().x);
         most = std::max(most, card.centerLocation().x);
         // The shortest way between the two angles leads over zero, not over half a turn.
-        const float rotation = card.rotation() > 3.1415927f ? card.rotation() - 6.2831853f : card.rotation();
+        const float rotation = Vecta::shortestTurn(0.f, card.rotation());
         CHECK(std::abs(rotation) < 0.02f);
     }
     // It is sent 4 pixels to and fro.

@@ -2,6 +2,8 @@
 #include "TuioBench.hpp"
 #include "tuio/TuioSources.hpp"
 
+#include <Vecta/Angle.hpp>
+
 #include <doctest/doctest.h>
 
 #include <cmath>
@@ -151,7 +153,7 @@ TEST_CASE("tuio contacts: angles are wrapped into one turn")
     bench.feed(cards(1, {1}, {1}, 1, 0.5f, -1.f));
     CHECK(bench.events[0].rotationRadians == doctest::Approx(5.283185307));
     bench.feed(cards(2, {1}, {1}, 1, 0.5f, 100.f));
-    CHECK(bench.events[0].rotationRadians == doctest::Approx(std::fmod(100.0, 6.283185307179586)));
+    CHECK(bench.events[0].rotationRadians == doctest::Approx(std::fmod(100.0, Vecta::kTwoPi)));
 }
 
 TEST_CASE("tuio contacts: a card whose code changes under its session is another card")

@@ -1,13 +1,14 @@
 #include <Tactile/OneEuroFilter.hpp>
 
+#include <Vecta/Angle.hpp>
+
 namespace Tactile
 {
 namespace
 {
 float share(float cutoffHz, float dtSeconds) noexcept
 {
-    constexpr float kTurn = 6.28318530717958647692f;
-    const float r = kTurn * cutoffHz * dtSeconds;
+    const float r = float(Vecta::kTwoPi) * cutoffHz * dtSeconds;
     return r / (r + 1.f);
 }
 }
