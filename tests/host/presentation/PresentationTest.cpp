@@ -2,6 +2,7 @@
 
 #include "Folder.hpp"
 
+#include <JsonError.hpp>
 #include <LogCapture.hpp>
 
 #include <doctest/doctest.h>
@@ -120,19 +121,22 @@ TEST_CASE("presentation: what is no JSON is refused with line and column")
     struct Row
     {
         QByteArray json;
-        QString told;
+        std::string place;
+        std::string ownReason; ///< empty where Qt's reason is told
     };
     const Row rows[] = {
-        {"", ":1:1: illegal value"},
-        {"{\n  \"title\": ,\n}", ":2:12: illegal value"},
-        {"{\n \"title\": \"a\"\n \"cards\": []\n}", ":3:2: unterminated object"},
-        {"{ \"title\": \"\xff\" }", ":1:12: invalid UTF8 string"},
-        {"[]", ":1:1: expected a JSON object"},
-        {"{} {}", ":1:4: garbage at the end of the document"},
+        {"", ":1:1: ", {}},
+        {"{\n  \"title\": ,\n}", ":2:12: ", {}},
+        {"{\n \"title\": \"a\"\n \"cards\": []\n}", ":3:2: ", {}},
+        {"{ \"title\": \"\xff\" }", ":1:12: ", {}},
+        {"[]", ":1:1: ", "expected a JSON object"},
+        {"{} {}", ":1:4: ", {}},
     };
     for (const Row& row : rows) {
         CAPTURE(row.json.toStdString());
-        CHECK(Written(row.json).error().toStdString() == row.told.toStdString());
+        const std::string qtReason = TestSupport::jsonError(row.json);
+        REQUIRE(qtReason.empty() != row.ownReason.empty());
+        CHECK(Written(row.json).error().toStdString() == row.place + qtReason + row.ownReason);
     }
 }
 
@@ -147,8 +151,11 @@ TEST_CASE("presentation: a complaint names its file whatever the file's name hol
 
 TEST_CASE("presentation: nesting without an end is refused, not followed")
 {
-    CHECK(Written(QByteArray(100000, '[')).error().contains(QStringLiteral("too deeply nested")));
-    CHECK(Written(QByteArray("{\"widgets\":") + QByteArray(5000, '[')).error().contains(QStringLiteral("too deeply nested")));
+    for (const QByteArray& json : {QByteArray(100000, '['), QByteArray("{\"widgets\":") + QByteArray(5000, '[')}) {
+        const std::string reason = TestSupport::jsonError(json);
+        REQUIRE_FALSE(reason.empty());
+        CHECK(Written(json).error().toStdString().find(reason) != std::string::npos);
+    }
 }
 
 TEST_CASE("presentation: a folder without one is named")

@@ -153,8 +153,10 @@ TEST_CASE("media server service: a server that is away fails at once, and a late
     MediaServerService service(addressOf(port), 5.0);
     const auto first = watch(service.request(kCommand));
     REQUIRE(pumpUntil([&] { return first->isThere(); }));
-    CHECK(first->failure
-          == "The media server " + addressOf(port).toString().toStdString() + " cannot be reached: Connection refused");
+    // The reason behind it is Qt's.
+    const std::string own = "The media server " + addressOf(port).toString().toStdString() + " cannot be reached: ";
+    CHECK(first->failure.substr(0, own.size()) == own);
+    CHECK(first->failure.size() > own.size());
 
     const AnsweringServer server(reply("200 OK", "{}"), port);
     const auto second = watch(service.request(kCommand));

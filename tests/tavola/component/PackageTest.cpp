@@ -1,5 +1,6 @@
 #include <doctest/doctest.h>
 
+#include "JsonError.hpp"
 #include "LogCapture.hpp"
 
 #include <Tavola/Package.hpp>
@@ -77,20 +78,21 @@ TEST_CASE("package: a syntax error is a warning with file, line and column")
     const Folder folder;
     SUBCASE("on a later line")
     {
-        const QString path = folder.write("{\n  \"components\": {\n    \"a\": tru\n  }\n}\n");
-        TestSupport::expectWarning("Package::load # " + path.toStdString() + ":3:12: illegal value");
+        const QByteArray json = "{\n  \"components\": {\n    \"a\": tru\n  }\n}\n";
+        const QString path = folder.write(json);
+        TestSupport::expectWarning("Package::load # " + path.toStdString() + ":3:12: " + TestSupport::jsonError(json));
         CHECK_FALSE(Package::load(path));
     }
     SUBCASE("on the first line")
     {
         const QString path = folder.write("{ nonsense");
-        TestSupport::expectWarning("Package::load # " + path.toStdString() + ":1:3: unterminated object");
+        TestSupport::expectWarning("Package::load # " + path.toStdString() + ":1:3: " + TestSupport::jsonError("{ nonsense"));
         CHECK_FALSE(Package::load(path));
     }
     SUBCASE("in an empty file")
     {
         const QString path = folder.write("");
-        TestSupport::expectWarning("Package::load # " + path.toStdString() + ":1:1: illegal value");
+        TestSupport::expectWarning("Package::load # " + path.toStdString() + ":1:1: " + TestSupport::jsonError(""));
         CHECK_FALSE(Package::load(path));
     }
 }

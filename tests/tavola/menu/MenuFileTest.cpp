@@ -1,5 +1,6 @@
 #include "menu/MenuFile.hpp"
 
+#include "JsonError.hpp"
 #include "LogCapture.hpp"
 #include "MenuHost.hpp"
 
@@ -71,7 +72,7 @@ TEST_CASE("menu file: a mistake costs the smallest piece, and is reported with i
          {"entries[0].menu: there is no file %FOLDER%/none.json", "entries[0]: it leads to no entries"},
          1},
         {R"({"entries": [{"text": "A", "menu": "broken.json"}, {"text": "B", "content": {"component": "panel"}}]})",
-         {"entries[0].menu: %FOLDER%/broken.json:2:3: unterminated object", "entries[0]: it leads to no entries"},
+         {"entries[0].menu: %FOLDER%/broken.json:2:3: %REASON%", "entries[0]: it leads to no entries"},
          1},
         {R"({"entires": [], "entries": [{"text": "A", "tip": "x", "content": {"component": "panel"}}]})",
          {"entires: unknown entry; known are components, entries",
@@ -84,14 +85,18 @@ TEST_CASE("menu file: a mistake costs the smallest piece, and is reported with i
         {R"({})", {"entries: expected a list of entries"}, 0},
     };
     MenuHost table;
-    table.write(QStringLiteral("broken.json"), "{\n  ]");
+    const QByteArray broken = "{\n  ]";
+    table.write(QStringLiteral("broken.json"), broken);
     for (const Row& row : rows) {
         CAPTURE(row.json);
         for (const char* skipped : row.skipped)
-            expectWarning(QStringLiteral("ContentMenuWidget # %1: %2; it is skipped")
-                              .arg(table.path(QStringLiteral("menu.json")),
-                                   QString::fromUtf8(skipped).replace(QLatin1String("%FOLDER%"), table.folder.path()))
-                              .toStdString());
+            expectWarning(
+                QStringLiteral("ContentMenuWidget # %1: %2; it is skipped")
+                    .arg(table.path(QStringLiteral("menu.json")),
+                         QString::fromUtf8(skipped)
+                             .replace(QLatin1String("%FOLDER%"), table.folder.path())
+                             .replace(QLatin1String("%REASON%"), QString::fromStdString(TestSupport::jsonError(broken))))
+                    .toStdString());
         Tavola::MenuFiles files;
         CHECK(files.menu(table.write(QStringLiteral("menu.json"), row.json))->entries.size() == row.entries);
     }
