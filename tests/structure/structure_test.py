@@ -161,6 +161,11 @@ class StructureTest(unittest.TestCase):
         fault = self.fault({"host/a/A.cpp": "\n" * 351})
         self.assertIn("host/a/A.cpp: 351 lines", fault)
 
+    def test_a_python_file_of_more_than_350_lines_is_too_long_but_for_tests(self):
+        self.assertEqual(self.faults({"host/a/A.cpp": "", "tools/demo/a.py": "\n" * 350, "tests/host/a.py": "\n" * 900}), [])
+        for path in ("tools/demo/a.py", "presentations/gallery/b.py"):
+            self.assertIn(f"{path}: 351 lines", self.fault({"host/a/A.cpp": "", path: "\n" * 351}))
+
     def test_a_comment_without_a_subject_is_named_also_in_tests(self):
         house = {"host/a/B.cpp": ""}
         for text in ("/// Whoever calls.", "int a; // for nobody", "/* one\n * anybody\n */", "//\n// to whom"):
@@ -203,6 +208,16 @@ auto b = R"(// anybody)"; auto d = '\\\''; // a nobodyish word
             self.assertIn("→ Name it under THREADS", fault)
         for lists in ("house_test(host_tests\n  THREADS\n    BTest ATest\n  HELPERS x)", "house_test(a THREADS ATest)"):
             self.assertEqual(self.faults(house | {"tests/host/CMakeLists.txt": lists}), [])
+
+    def test_servers_of_the_tests_and_receivers_start_threads_but_their_names_in_texts_do_not(self):
+        for name in ("HttpServerThread", "TwoDoors", "OutboxService", "TcpDatagramSource", "UdpDatagramSource"):
+            fault = self.fault({"host/a/A.cpp": "", "tests/host/ATest.cpp": f"{name} one;\n", "tests/host/CMakeLists.txt": ""})
+            self.assertIn(f"its tests start threads ({name})", fault)
+            self.assertEqual(self.faults({"host/a/A.cpp": "", "tests/host/ATest.cpp": f'auto a = "{name} # failed";\n'}), [])
+
+    def test_a_program_that_replaces_the_allocator_is_not_built_with_sanitizers(self):
+        self.assertEqual(self.faults({
+            "host/a/A.cpp": "", "tests/host/ATest.cpp": "void* operator new(std::size_t size);\nstd::thread one;\n"}), [])
 
     def test_a_known_fault_is_left_out_by_file_by_folder_and_by_its_kind_alone(self):
         house = {"host/a/A.cpp": "// nobody\n"}
