@@ -3,6 +3,7 @@
 #include <ScriptedInput.hpp>
 #include <Trellis/Application.hpp>
 #include <Trellis/GrabManager.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <doctest/doctest.h>
 
@@ -73,7 +74,7 @@ TEST_CASE("input overlay: a card has a larger ring and a line towards its upper 
     CHECK(isOrange(f.at(100.f, 80.f)));
     CHECK_FALSE(isOrange(f.at(120.f, 100.f)));
 
-    f.input.markerMove(card, {100.f, 100.f}, 1.5707964f);
+    f.input.markerMove(card, {100.f, 100.f}, Vecta::degreesToRadians(90.f));
     f.application.frame(0.02);
     CHECK(isOrange(f.at(120.f, 100.f)));
     CHECK_FALSE(isOrange(f.at(100.f, 80.f)));

@@ -4,6 +4,7 @@
 #include <Trellis/Application.hpp>
 #include <Trellis/TextWidget.hpp>
 #include <Trellis/Widget.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <doctest/doctest.h>
 
@@ -33,7 +34,7 @@ TEST_CASE("widget report: it has the type, the names and the place of a widget")
     outer->setLocation({100, 50});
     outer->setSize({200, 100});
     outer->setScale(2.f);
-    outer->setRotation(1.5707964f);
+    outer->setRotation(Vecta::degreesToRadians(90.f));
     outer->setOpacity(0.5f);
 
     const QJsonObject report = widgetReport(*outer);
@@ -42,7 +43,7 @@ TEST_CASE("widget report: it has the type, the names and the place of a widget")
     CHECK(report.value("cssId") == "sheet");
     CHECK(report.value("classes") == QJsonArray{"large", "open"});
     CHECK(report.value("pseudoClasses") == QJsonArray{"valid-hover"});
-    CHECK(report.value("rotation").toDouble() == doctest::Approx(1.5707964));
+    CHECK(report.value("rotation").toDouble() == doctest::Approx(Vecta::kPi / 2));
     CHECK(report.value("scale").toDouble() == doctest::Approx(2.0));
     CHECK(report.value("opacity").toDouble() == doctest::Approx(0.5));
     CHECK(report.value("visible").toBool());

@@ -5,6 +5,7 @@
 #include "TestHost.hpp"
 
 #include <Trellis/FrameInfo.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <doctest/doctest.h>
 
@@ -18,7 +19,7 @@ using TestSupport::TestHost;
 
 namespace
 {
-constexpr float kTwoPi = 6.2831853f;
+constexpr float kTwoPi = float(Vecta::kTwoPi);
 
 struct Envelope
 {

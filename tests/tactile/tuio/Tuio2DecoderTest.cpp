@@ -2,6 +2,7 @@
 #include <Tactile/Tuio2Encoder.hpp>
 #include <Tactile/TuioDecoder.hpp>
 #include <Tactile/TuioEncoder.hpp>
+#include <Vecta/Angle.hpp>
 
 #include "LogCapture.hpp"
 #include "TestTable.hpp"
@@ -392,7 +393,7 @@ TEST_CASE("tuio 2 decoder: damaged packets of both versions never harm it")
         bench.feed(exact);
         for (const ContactEvent& e : bench.events) {
             REQUIRE((e.position.x >= 0.f && e.position.x <= 1.f));
-            REQUIRE((e.rotationRadians >= 0.f && e.rotationRadians < 6.2831854f));
+            REQUIRE((e.rotationRadians >= 0.f && e.rotationRadians < Vecta::kTwoPi));
         }
     }
     CHECK(bench.drops(TuioDrop::Malformed) > 20000);

@@ -1,6 +1,7 @@
 #include "TuioBench.hpp"
 
 #include <Tactile/OscWriter.hpp>
+#include <Vecta/Angle.hpp>
 
 #include <doctest/doctest.h>
 
@@ -300,7 +301,7 @@ TEST_CASE("tuio decoder: random bytes and damaged packets never harm it")
             REQUIRE(e.key.source < 16);
             REQUIRE((e.position.x >= 0.f && e.position.x <= 1.f));
             REQUIRE((e.position.y >= 0.f && e.position.y <= 1.f));
-            REQUIRE((e.rotationRadians >= 0.f && e.rotationRadians < 6.2831854f));
+            REQUIRE((e.rotationRadians >= 0.f && e.rotationRadians < Vecta::kTwoPi));
         }
     }
     CHECK(bench.decoder.counters().packets == 200000);
