@@ -87,8 +87,8 @@ std::unique_ptr<PeopleRegistry> PeopleRegistry::open(const QString& path, QStrin
         // Has a row once a person was removed: a registry that is empty because of that is not new.
         || !query.exec(QStringLiteral("CREATE TABLE IF NOT EXISTS emptied (once INTEGER PRIMARY KEY)"))
         || !query.exec(QStringLiteral("PRAGMA user_version=%1").arg(kSchemaVersion))) {
-        error = QStringLiteral("%1 cannot be used as the registry of people (%2); move it away to begin a new one")
-                    .arg(path, query.lastError().text());
+        error = QStringLiteral("%1 cannot be used as the registry of people (%2); %3")
+                    .arg(path, query.lastError().text(), sqliteRemedy(query.lastError()));
         return nullptr;
     }
     return std::unique_ptr<PeopleRegistry>(new PeopleRegistry(path));

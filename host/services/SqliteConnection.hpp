@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QSqlDatabase>
+#include <QSqlError>
 #include <QString>
 
 namespace Host
@@ -24,4 +25,8 @@ private:
     QSqlDatabase m_database;
     bool m_isOpen = false;
 };
+
+/// What an operator can do about an error of a SQLite file: a part of a sentence. Only a file that is damaged, or is no database
+/// at all, is advised to be moved away; one that is locked, read-only or on a full disk holds what it held.
+[[nodiscard]] QString sqliteRemedy(const QSqlError& error);
 }

@@ -147,7 +147,8 @@ bool OutboxSchema::prepare(const QString& path, const OutboxFiles& files, const 
         }
         QSqlQuery query(connection.database());
         if (!query.exec(QStringLiteral("PRAGMA user_version")) || !query.next()) {
-            error = QStringLiteral("%1 is no outbox (%2); move it away to begin a new one").arg(path, query.lastError().text());
+            error = QStringLiteral("%1 cannot be used as an outbox (%2); %3")
+                        .arg(path, query.lastError().text(), sqliteRemedy(query.lastError()));
             return false;
         }
         version = query.value(0).toInt();

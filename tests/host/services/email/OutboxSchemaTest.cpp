@@ -197,7 +197,7 @@ TEST_CASE("outbox schema: a file that is something else is not touched")
     const QString file = folder.write("outbox/outbox.sqlite", QByteArray("this is no database, but a letter").repeated(40));
     QString error;
     CHECK(Outbox::open(folder.path("outbox"), error) == nullptr);
-    CHECK(error.startsWith(file + " is no outbox ("));
+    CHECK(error.startsWith(file + " cannot be used as an outbox ("));
     CHECK(error.endsWith("); move it away to begin a new one"));
     CHECK(QFileInfo(file).size() == 33 * 40);
 }
