@@ -1,4 +1,4 @@
-// What it costs to tell others: events with a payload, and attributes that change.
+// The costs of events with a payload, and attributes that change.
 
 #include <Facet/AttributeT.hpp>
 #include <Facet/Node.hpp>

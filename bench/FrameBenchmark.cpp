@@ -27,7 +27,7 @@ struct Table
             mover = card;
         }
         application.frame(0.016);
-        (void)application.takeDamage();
+        (void)application.collectDamage();
     }
     Trellis::Application application;
     Trellis::Widget* mover = nullptr;
@@ -74,7 +74,7 @@ void moveOneWidget(benchmark::State& state)
         x = x > 1000.f ? 0.f : x + 3.f;
         table.mover->setLocation({x, 300.f});
         table.application.frame(0.016);
-        benchmark::DoNotOptimize(table.application.takeDamage());
+        benchmark::DoNotOptimize(table.application.collectDamage());
     }
 }
 BENCHMARK(moveOneWidget)->Arg(10)->Arg(100)->Arg(1000);
@@ -89,7 +89,7 @@ void drawDamage(benchmark::State& state)
         x = x > 1000.f ? 0.f : x + 3.f;
         table.mover->setLocation({x, 300.f});
         table.application.frame(0.016);
-        const QRegion damage = table.application.takeDamage();
+        const QRegion damage = table.application.collectDamage();
         QPainter painter(&image);
         Lantern::PainterContext context(painter, damage);
         table.application.render(context);

@@ -36,7 +36,7 @@ void fingersMove(benchmark::State& state)
         for (const std::int32_t id : alive)
             encoder.setCursor(id, float((frame * 7 + id * 13) % 1000) / 1000.f, float(id) / float(fingers + 1));
         datagrams.send(encoder.finish(++frame));
-        input.takeSample(now += 1.0 / 60.0, sample);
+        input.readSample(now += 1.0 / 60.0, sample);
         benchmark::DoNotOptimize(sample.fingers.data());
     }
     state.SetItemsProcessed(state.iterations() * fingers);

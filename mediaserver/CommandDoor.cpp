@@ -46,7 +46,7 @@ Http::Response CommandDoor::handle(const Http::Request& request)
         return refusal(403,
                        QStringLiteral("Commands are taken from tables, not from web pages: the request has an Origin header."));
     }
-    if (m_keys && !m_keys->admit(request)) {
+    if (m_keys && !m_keys->accepts(request)) {
         Http::Response response =
             refusal(401, QStringLiteral("This server takes commands with its key only: give the table the server's key file."));
         response.addHeader("WWW-Authenticate", "Bearer");

@@ -38,7 +38,7 @@ int fail(const QString& what)
     return 1;
 }
 
-/// Where visitors reach their pages; tells the operator when their phones cannot.
+/// Where visitors reach their pages; writes a warning for the operator when their phones cannot.
 QString publicAddress(const Options& options, const QString& listeningAt)
 {
     const QString address = options.publicUrl.isEmpty() ? listeningAt : options.publicUrl;

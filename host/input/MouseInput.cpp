@@ -107,7 +107,7 @@ void MouseInput::wheel(Vecta::Vector2f point, float steps)
     }
 }
 
-void MouseInput::takeSample(double, Tactile::Sample& sample)
+void MouseInput::readSample(double, Tactile::Sample& sample)
 {
     sample.clear();
     if (m_fingerDown)

@@ -16,7 +16,7 @@ namespace Host
 class MouseInput final : public Tactile::InputSource
 {
 public:
-    /// `cards`: the codes behind the keys 1 to 9. `cardRadiusPx`: a click within this distance of a card's centre means the card.
+    /// `cards`: the codes of the keys 1 to 9. `cardRadiusPx`: a click within this distance of a card's centre means the card.
     MouseInput(std::vector<unsigned long> cards, float cardRadiusPx);
 
     void press(Vecta::Vector2f point, bool shift);
@@ -27,7 +27,7 @@ public:
     /// The digit key 1 to 9 that is held, 0 for none.
     void setHeldDigit(int digit) { m_heldDigit = digit; }
 
-    void takeSample(double nowSeconds, Tactile::Sample& sample) override;
+    void readSample(double nowSeconds, Tactile::Sample& sample) override;
 
 private:
     Tactile::Marker* cardAt(Vecta::Vector2f point);

@@ -185,7 +185,7 @@ QString recordedPresentation(const QString& recording, QString& error)
     const auto player = Tactile::DatagramPlayer::open(fileName(recording), reason);
     const QString presentation = player ? RecordingNote::fromText(player->note()).presentation : QString();
     if (presentation.isEmpty())
-        error = player ? QStringLiteral("the recording does not say which presentation it was made with; give its folder behind "
+        error = player ? QStringLiteral("the recording does not say which presentation it was made with; give its folder after "
                                         "the recording")
                        : QString::fromStdString(reason);
     return presentation;

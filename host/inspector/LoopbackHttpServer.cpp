@@ -52,7 +52,7 @@ Http::Response sendable(const LoopbackHttpServer::Response& response)
     return sent;
 }
 
-/// What `make` returns; what it throws is logged behind `what` and answered with 500.
+/// What `make` returns; an exception is logged after `what` and answered with 500.
 template <class Make>
 LoopbackHttpServer::Response made(const Make& make, const QByteArray& what)
 {
@@ -80,7 +80,7 @@ struct LoopbackHttpServer::Private
     ~Private();
 
     /// The server's thread.
-    void take(Http::Request request, Http::Reply reply);
+    void enqueue(Http::Request request, Http::Reply reply);
     /// Main thread, as the rest.
     void answerNext();
     [[nodiscard]] std::optional<Asked> next();
@@ -111,7 +111,7 @@ LoopbackHttpServer::Private::~Private()
         ::close(wake);
 }
 
-void LoopbackHttpServer::Private::take(Http::Request request, Http::Reply reply)
+void LoopbackHttpServer::Private::enqueue(Http::Request request, Http::Reply reply)
 {
     if (!Http::comesFromThisMachine(request)) {
         Http::Response refusal =
@@ -175,8 +175,9 @@ bool LoopbackHttpServer::listen(int port, QString& error)
     address.host = QStringLiteral("127.0.0.1");
     address.port = quint16(port);
     d->server = std::make_unique<Http::Server>();
-    const auto listening = d->server->listen(
-        address, limits(), [this](Http::Request request, Http::Reply reply) { d->take(std::move(request), std::move(reply)); });
+    const auto listening = d->server->listen(address, limits(), [this](Http::Request request, Http::Reply reply) {
+        d->enqueue(std::move(request), std::move(reply));
+    });
     if (!listening) {
         error = listening.error();
         return false;

@@ -45,7 +45,7 @@ struct Presentation
     QString peopleFile;      ///< absolute path; empty without people
     std::vector<MediaServerSettings> mediaServers;
     std::vector<MailSettings> mailServices; ///< no two of one name
-    std::vector<unsigned long> cards;       ///< the codes behind the keys 1 to 9; in the file numbers, or texts above 2^53
+    std::vector<unsigned long> cards;       ///< the codes of the keys 1 to 9; in the file numbers, or texts above 2^53
     std::vector<ComponentUse> widgets;
     /// Content keys, and the component that a card with that key opens.
     std::vector<std::pair<QString, ComponentUse>> folders;

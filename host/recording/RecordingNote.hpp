@@ -7,7 +7,7 @@
 
 namespace Host
 {
-/// What a replay must know of the recorded table beside its input. A plain record.
+/// What a replay needs of the recorded table beside its input. A plain record.
 struct RecordingNote
 {
     QString presentation;     ///< its folder, absolute
@@ -15,7 +15,7 @@ struct RecordingNote
     QString people;           ///< the people known when the table opened, as PeopleFile writes them; empty without a registry
 
     [[nodiscard]] std::string toText() const;
-    /// Everything is empty that the text does not tell.
+    /// What the text does not contain is empty.
     [[nodiscard]] static RecordingNote fromText(const std::string& text);
 };
 }

@@ -49,11 +49,11 @@ public:
         line = Line();
         line.number = m_line;
         if (!split(line)) {
-            // A quote that is never closed would take in all lines below: it costs its own line only.
+            // A quote that is never closed would swallow all lines below: only its own line is skipped.
             line.openQuote = true;
             m_at = start;
             m_line = line.number;
-            while (m_at < m_text.size() && !takeLineEnd())
+            while (m_at < m_text.size() && !skipLineEnd())
                 ++m_at;
         }
         return true;
@@ -77,7 +77,7 @@ private:
         while (m_at < m_text.size()) {
             if (quoted && field.size() > kLongestField)
                 return false;
-            if (takeLineEnd()) {
+            if (skipLineEnd()) {
                 if (!quoted)
                     break;
                 field += QLatin1Char('\n');
@@ -106,8 +106,8 @@ private:
         return !quoted;
     }
 
-    /// LF, CR LF or CR.
-    bool takeLineEnd()
+    /// Skips LF, CR LF or CR; false when there is none at the position.
+    bool skipLineEnd()
     {
         const QChar c = m_text[m_at];
         if (c != QLatin1Char('\n') && c != QLatin1Char('\r'))

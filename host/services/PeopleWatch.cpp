@@ -15,7 +15,7 @@ namespace Host
 namespace
 {
 constexpr char kPeopleJob = 'r';
-constexpr int kLookEveryMs = 2000;
+constexpr int kCheckEveryMs = 2000;
 
 using Entries = Tavola::TesselServiceCache::Entries;
 }
@@ -38,7 +38,7 @@ PeopleWatch::PeopleWatch(std::shared_ptr<PeopleRegistry> registry, std::shared_p
     const QByteArray stamp = m_registry->stamp();
     if (m_service->fillCache())
         m_stamp = stamp;
-    QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { look(); });
+    QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { check(); });
     askForChange();
 }
 
@@ -52,7 +52,7 @@ void PeopleWatch::askForChange()
             const std::lock_guard<std::mutex> guard(m_shared->mutex);
             m_shared->question = std::move(reply);
             if (!m_timer.isActive())
-                m_timer.start(kLookEveryMs);
+                m_timer.start(kCheckEveryMs);
         },
         [this, alive = std::weak_ptr<Shared>(m_shared)](const QByteArray& people) {
             if (!alive.expired())
@@ -60,17 +60,17 @@ void PeopleWatch::askForChange()
         });
 }
 
-bool PeopleWatch::look()
+bool PeopleWatch::check()
 {
     {
         const std::lock_guard<std::mutex> guard(m_shared->mutex);
         if (!m_shared->question || m_shared->isReading)
             return false;
         if (std::exchange(m_shared->hasFailed, false))
-            m_looksToLeaveOut = kLooksLeftOutAfterFailure;
+            m_checksToSkip = kChecksSkippedAfterFailure;
     }
-    if (m_looksToLeaveOut > 0) {
-        --m_looksToLeaveOut;
+    if (m_checksToSkip > 0) {
+        --m_checksToSkip;
         return false;
     }
     // Taken before the reading: what is written meanwhile is read the next time.

@@ -30,10 +30,11 @@ public:
     PeopleWatch(const PeopleWatch&) = delete;
     PeopleWatch& operator=(const PeopleWatch&) = delete;
 
-    /// Looks now. True when it begins to read; not while an earlier reading is under way.
-    bool look();
-    /// A registry that cannot be read is looked at less often, because each attempt is a warning.
-    static constexpr int kLooksLeftOutAfterFailure = 15;
+    /// Compares the registry's stamp now and begins to read a changed one. Whether it has begun; false while an earlier reading
+    /// is under way.
+    bool check();
+    /// A registry that cannot be read is checked less often, because each attempt is a warning.
+    static constexpr int kChecksSkippedAfterFailure = 15;
     /// Blocks until no reading is under way. For tests.
     void waitUntilIdle();
 
@@ -45,9 +46,9 @@ private:
     std::shared_ptr<PeopleRegistry> m_registry;
     std::shared_ptr<MarkerService> m_service;
     Received m_received;
-    QByteArray m_stamp;     ///< of what the table knows
-    QByteArray m_readStamp; ///< of what was read last
-    int m_looksToLeaveOut = 0;
+    QByteArray m_stamp;     ///< of the people in the cache
+    QByteArray m_readStamp; ///< of the people read last
+    int m_checksToSkip = 0;
     std::shared_ptr<Shared> m_shared;
     QTimer m_timer;
     Bedrock::WorkerPool m_reader{1}; ///< last member: its thread ends first

@@ -33,7 +33,7 @@ TableWindow::~TableWindow()
 
 void TableWindow::draw()
 {
-    QRegion damage = m_application.takeDamage();
+    QRegion damage = m_application.collectDamage();
     if (m_everythingDamaged)
         damage = QRegion(QRect(QPoint(), m_target->size()));
     if (damage.isEmpty())

@@ -4,7 +4,7 @@
 
 #include <Tavola/ContentMenuWidget.hpp>
 #include <Tavola/LaunchedContentOperator.hpp>
-#include <Tavola/MarkerTaker.hpp>
+#include <Tavola/MarkerReceiver.hpp>
 #include <Trellis/Application.hpp>
 #include <Trellis/GrabManager.hpp>
 #include <Trellis/Widget.hpp>
@@ -43,9 +43,9 @@ void MarkerTrackerOperator::setWidget(Trellis::Widget& item)
     if (followsOn(item))
         turnAtStart(item);
     markManual(item);
-    if (auto* taker = dynamic_cast<MarkerTaker*>(&item))
+    if (auto* receiver = dynamic_cast<MarkerReceiver*>(&item))
         if (const auto marker = markerOnTable(m_markerId))
-            taker->takeMarker(*marker);
+            receiver->receiveMarker(*marker);
 }
 
 void MarkerTrackerOperator::setMenuNode(ContentMenuWidget& menu, unsigned long node)

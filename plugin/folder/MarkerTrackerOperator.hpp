@@ -33,7 +33,7 @@ public:
     ~MarkerTrackerOperator() override;
 
     /// Sets the item to track, before the tracker is added to it: rotates it towards the card's owner where it follows the
-    /// card, marks it in reverse mode, and passes it the card where it is a MarkerTaker.
+    /// card, marks it in reverse mode, and passes it the card where it is a MarkerReceiver.
     void setWidget(Trellis::Widget& item);
     /// Tracks a node of a menu instead, before the tracker is added to the menu.
     void setMenuNode(ContentMenuWidget& menu, unsigned long node);

@@ -111,7 +111,7 @@ TEST_CASE("after-update queue: an empty function is not queued")
     CHECK(queue.isEmpty());
 }
 
-TEST_CASE("after-update queue: what another thread adds enters in the input step, behind what the main thread has added")
+TEST_CASE("after-update queue: what another thread adds enters in the input step, after what the main thread has added")
 {
     AfterUpdateQueue queue;
     std::vector<int> order;

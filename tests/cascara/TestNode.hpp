@@ -27,7 +27,7 @@ public:
     Facet::AttributeT<Bedrock::Color> color{this, "color"};
 
     /// Changes of visible values since the last call.
-    int takeChanges() { return std::exchange(m_changes, 0); }
+    int resetChanges() { return std::exchange(m_changes, 0); }
 
 protected:
     void attributeChanged(Facet::Attribute&) override { ++m_changes; }

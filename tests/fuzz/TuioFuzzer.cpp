@@ -33,7 +33,7 @@ void require(bool holds, const char* what)
 class Promises
 {
 public:
-    void look(const std::vector<Tactile::ContactEvent>& events, const Tactile::TuioDecoder& decoder)
+    void check(const std::vector<Tactile::ContactEvent>& events, const Tactile::TuioDecoder& decoder)
     {
         using Kind = Tactile::ContactEvent::Kind;
         for (const Tactile::ContactEvent& e : events) {
@@ -107,7 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         decoder.decode({packet.data(), packet.size(),
                         Tactile::SenderAddress::fromIpv4(127, 0, 0, 1, static_cast<std::uint16_t>(5000 + (flags & 7)))},
                        static_cast<std::uint16_t>((flags >> 3) & 1), events);
-        promises.look(events, decoder);
+        promises.check(events, decoder);
         frame.insert(frame.end(), events.begin(), events.end());
         if (flags & 16) {
             tracker.update(now += 0.1, frame, sample);

@@ -22,7 +22,7 @@ AnsweringServer::AnsweringServer(Answer answer, quint16 port) : m_answer(std::mo
     REQUIRE(m_server.listen(QHostAddress::LocalHost, port));
     QObject::connect(&m_server, &QTcpServer::newConnection, &m_server, [this] {
         while (QTcpSocket* socket = m_server.nextPendingConnection())
-            take(*socket);
+            serve(*socket);
     });
 }
 
@@ -36,7 +36,7 @@ AnsweringServer::AnsweringServer(const QByteArray& bytes, quint16 port)
 {
 }
 
-void AnsweringServer::take(QTcpSocket& socket)
+void AnsweringServer::serve(QTcpSocket& socket)
 {
     QObject::connect(&socket, &QTcpSocket::disconnected, &socket, &QObject::deleteLater);
     QObject::connect(&socket, &QTcpSocket::readyRead, &socket, [this, &socket, request = std::make_shared<QByteArray>()] {

@@ -23,7 +23,7 @@ public:
     [[nodiscard]] const std::vector<QByteArray>& requests() const { return m_requests; }
 
 private:
-    void take(QTcpSocket& socket);
+    void serve(QTcpSocket& socket);
 
     Answer m_answer;
     std::vector<QByteArray> m_requests;

@@ -53,8 +53,8 @@ TEST_CASE("bearer keys: both keys of a file are valid, and the first is the one 
     const auto keys = BearerKeys::read(file.path());
     REQUIRE(keys);
     CHECK(keys->key() == kHex);
-    CHECK(keys->admit(requestWith("Bearer " + kHex)));
-    CHECK(keys->admit(requestWith("Bearer " + kBase64)));
+    CHECK(keys->accepts(requestWith("Bearer " + kHex)));
+    CHECK(keys->accepts(requestWith("Bearer " + kBase64)));
 }
 
 TEST_CASE("bearer keys: anything else is refused")
@@ -62,12 +62,12 @@ TEST_CASE("bearer keys: anything else is refused")
     const KeyFile file(kHex);
     const auto keys = BearerKeys::read(file.path());
     REQUIRE(keys);
-    CHECK_FALSE(keys->admit(requestWith(QByteArray())));
+    CHECK_FALSE(keys->accepts(requestWith(QByteArray())));
     for (const QByteArray& authorization :
          {QByteArray("Bearer "), QByteArray("Bearer"), kHex, "Basic " + kHex, "bearer" + kHex, "Bearer " + kHex + "0",
           "Bearer " + kHex.left(31), "Bearer " + kHex.left(31) + "0", "Bearer 1" + kHex.mid(1), "Bearer " + kHex.toUpper()}) {
         CAPTURE(authorization.toStdString());
-        CHECK_FALSE(keys->admit(requestWith(authorization)));
+        CHECK_FALSE(keys->accepts(requestWith(authorization)));
     }
 }
 

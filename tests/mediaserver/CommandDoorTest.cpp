@@ -104,7 +104,7 @@ TEST_CASE_FIXTURE(TwoDoors, "command door: it shows no page, and takes commands 
     CHECK(ask(commands.port(), "POST", "/?x=1", kGetPage).status == 200);
 }
 
-TEST_CASE_FIXTURE(Door, "command door: without keys every table is admitted")
+TEST_CASE_FIXTURE(Door, "command door: without keys the commands of every table are accepted")
 {
     CHECK(post().status == 200);
     CHECK(post("Bearer anything").status == 200);

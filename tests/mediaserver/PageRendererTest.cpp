@@ -97,7 +97,7 @@ TEST_CASE("page renderer: an empty collection says what to do")
     CHECK_FALSE(page.contains(QLatin1String("<ul")));
 }
 
-TEST_CASE("page renderer: nothing is loaded from elsewhere and the policy admits just this style sheet")
+TEST_CASE("page renderer: nothing is loaded from elsewhere and the policy allows just this style sheet")
 {
     const Item link = item(ItemKind::Url, "https://a.example/picture.png", "A picture elsewhere");
     const QString page = pageOf(link);

@@ -12,7 +12,7 @@
 #include <Tavola/Component.hpp>
 #include <Tavola/ContentMenuWidget.hpp>
 #include <Tavola/LaunchedContentOperator.hpp>
-#include <Tavola/MarkerTaker.hpp>
+#include <Tavola/MarkerReceiver.hpp>
 #include <Trellis/FrameInfo.hpp>
 #include <Trellis/InputGrabber.hpp>
 
@@ -32,7 +32,7 @@ namespace PluginTest
 {
 /// Content of a folder: 100 by 50, styled 30 to the right of and 40 below the point where it is opened. Accepts cards, and
 /// records what happens to it.
-class FolderItem final : public Trellis::Widget, public Tavola::MarkerTaker
+class FolderItem final : public Trellis::Widget, public Tavola::MarkerReceiver
 {
 public:
     explicit FolderItem(std::string itemName = "item", std::shared_ptr<Strings> log = nullptr)
@@ -41,7 +41,7 @@ public:
         setCSSType("FolderItem");
         write("made");
     }
-    void takeMarker(const Tactile::Marker& marker) override
+    void receiveMarker(const Tactile::Marker& marker) override
     {
         taken.push_back(marker);
         write("took card");

@@ -12,7 +12,7 @@
 
 namespace TestSupport
 {
-/// Fingers and cards moved by a test. Everything said since the frame before arrives with the next takeSample, in the order
+/// Fingers and cards moved by a test. Everything said since the frame before arrives with the next readSample, in the order
 /// in which it was said; nothing is dropped, merged, held or smoothed. Main thread only.
 ///
 ///     ScriptedInput input;
@@ -81,7 +81,7 @@ public:
         m_markers.erase(m_markers.begin() + (&marker - m_markers.data()));
     }
 
-    void takeSample(double /*nowSeconds*/, Tactile::Sample& sample) override
+    void readSample(double /*nowSeconds*/, Tactile::Sample& sample) override
     {
         sample.clear();
         for (const auto& [id, object] : m_fingers)

@@ -52,7 +52,7 @@ struct RecordingFolder
         std::vector<std::string> frames;
         double now = 0.0;
         while (const auto frame = player->nextFrame(input)) {
-            input.takeSample(now += frame->dtSeconds, sample);
+            input.readSample(now += frame->dtSeconds, sample);
             frames.push_back(describe(sample));
             CHECK(frame->number == frames.size());
         }

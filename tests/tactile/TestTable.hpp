@@ -79,7 +79,7 @@ struct TestTable
     const Tactile::Sample& frame(double dt = 1.0 / 60)
     {
         now += dt;
-        input.takeSample(now, sample);
+        input.readSample(now, sample);
         return sample;
     }
 

@@ -77,7 +77,7 @@ TEST_CASE("visit program: what it plays reaches a table by UDP and by TCP, and a
         CHECK(outcome.err == QString());
         // At least: the whole, the tap's down and up, the whole twice.
         REQUIRE(hall.input.waitForDatagrams(8, std::chrono::seconds(10)));
-        hall.input.takeSample(0.0, hall.sample);
+        hall.input.readSample(0.0, hall.sample);
         REQUIRE(hall.sample.markers.size() == 1);
         CHECK(hall.sample.markers[0].code() == 1001);
         CHECK(hall.sample.markers[0].centerLocation() == Vecta::Vector2f(500.f, 250.f));
@@ -111,7 +111,7 @@ TEST_CASE("visit program: sent as TUIO 2.0 the table receives the same")
         while (seen.changes.size() < 3 && std::chrono::steady_clock::now() < stop) {
             (void)hall.input.waitForDatagrams(seen.datagrams + 1, std::chrono::milliseconds(100));
             seen.datagrams = hall.input.datagramsReceived();
-            hall.input.takeSample(now += 0.01, hall.sample);
+            hall.input.readSample(now += 0.01, hall.sample);
             for (const auto& change : hall.sample.changes)
                 if (change.kind != Tactile::InputChange::Kind::Move)
                     seen.changes.push_back(change.kind);
@@ -135,8 +135,8 @@ TEST_CASE("visit program: asked to, it lifts what the script left")
     Hall hall;
     CHECK(run({write(dir, kVisit), QStringLiteral("--to"), hall.target, QStringLiteral("--lift")}).exitCode == 0);
     REQUIRE(hall.input.waitForDatagrams(8, std::chrono::seconds(10)));
-    hall.input.takeSample(0.0, hall.sample);
-    hall.input.takeSample(1.0, hall.sample);
+    hall.input.readSample(0.0, hall.sample);
+    hall.input.readSample(1.0, hall.sample);
     CHECK(hall.sample.markers.empty());
 }
 
@@ -155,14 +155,14 @@ TEST_CASE("visit program: stepped, it plays as far as it is asked and answers wi
             answer += process.readLine();
         REQUIRE(hall.input.waitForDatagrams(answer.trimmed().toULongLong(), std::chrono::seconds(10)));
         CHECK(hall.input.datagramsReceived() == answer.trimmed().toULongLong());
-        hall.input.takeSample(seconds.toDouble(), hall.sample);
+        hall.input.readSample(seconds.toDouble(), hall.sample);
     };
     playTo("99.5");
     CHECK(hall.sample.markers.empty());
     playTo("150");
     CHECK(hall.sample.markers.size() == 1);
     playTo("300");
-    hall.input.takeSample(301.0, hall.sample);
+    hall.input.readSample(301.0, hall.sample);
     CHECK(hall.sample.markers.empty());
     process.closeWriteChannel();
     REQUIRE(process.waitForFinished(10000));

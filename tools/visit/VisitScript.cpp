@@ -81,7 +81,7 @@ private:
         if (m_words.empty())
             return;
         try {
-            const Word first = take("\"size\" or \"at\"");
+            const Word first = next("\"size\" or \"at\"");
             if (first.text == "size")
                 readSize(first);
             else if (first.text == "at")
@@ -94,14 +94,14 @@ private:
         }
     }
 
-    Word take(const char* expected)
+    Word next(const char* expected)
     {
         if (m_next == m_words.size())
             throw BadLine{m_endColumn, std::string("the line ends too early; add ") + expected};
         return m_words[m_next++];
     }
 
-    bool takeIf(std::string_view text)
+    bool nextIf(std::string_view text)
     {
         if (m_next == m_words.size() || m_words[m_next].text != text)
             return false;
@@ -109,9 +109,9 @@ private:
         return true;
     }
 
-    double takeNumber(const char* what, double least, double most)
+    double readNumber(const char* what, double least, double most)
     {
-        const Word word = take(what);
+        const Word word = next(what);
         double value = 0.0;
         const auto [end, error] = std::from_chars(word.text.data(), word.text.data() + word.text.size(), value);
         if (error != std::errc() || end != word.text.data() + word.text.size() || !std::isfinite(value))
@@ -123,9 +123,9 @@ private:
         return value;
     }
 
-    int takeWhole(const char* what, int least)
+    int readWhole(const char* what, int least)
     {
-        const Word word = take(what);
+        const Word word = next(what);
         int value = 0;
         const auto [end, error] = std::from_chars(word.text.data(), word.text.data() + word.text.size(), value);
         if (error != std::errc() || end != word.text.data() + word.text.size() || value < least)
@@ -149,8 +149,8 @@ private:
 
     void readSize(const Word& word)
     {
-        const double width = takeNumber("the width in pixels", 1, kMaxPixels);
-        const double height = takeNumber("the height in pixels", 1, kMaxPixels);
+        const double width = readNumber("the width in pixels", 1, kMaxPixels);
+        const double height = readNumber("the height in pixels", 1, kMaxPixels);
         expectEnd();
         if (m_hasSize || m_hasAction)
             throw BadLine{word.column, "the size is given too late; give it once, before the first \"at\""};
@@ -165,16 +165,16 @@ private:
         const int timeColumn = m_words[m_next < m_words.size() ? m_next : 0].column;
         Action action;
         action.line = line;
-        action.atSeconds = takeNumber("a time in seconds", 0, kMaxSeconds);
-        const Word subject = take("\"card\" or \"finger\"");
+        action.atSeconds = readNumber("a time in seconds", 0, kMaxSeconds);
+        const Word subject = next("\"card\" or \"finger\"");
         if (subject.text == "card")
             action.subject = Subject::Card;
         else if (subject.text != "finger")
             throw BadLine{subject.column, "unknown word \"" + std::string(subject.text) + "\"; write \"card\" or \"finger\""};
         const bool isCard = action.subject == Subject::Card;
-        action.number = isCard ? takeWhole("the card's code, 0 or more", 0) : takeWhole("the finger's number, 1 or more", 1);
+        action.number = isCard ? readWhole("the card's code, 0 or more", 0) : readWhole("the finger's number, 1 or more", 1);
         const char* verbs = isCard ? "\"down\", \"move\" or \"up\"" : "\"down\", \"move\", \"up\" or \"tap\"";
-        const Word verb = take(verbs);
+        const Word verb = next(verbs);
         const bool isTap = !isCard && verb.text == "tap";
         if (verb.text == "move")
             action.verb = Verb::Move;
@@ -201,12 +201,12 @@ private:
 
     void readPlace(Action& action)
     {
-        action.x = static_cast<float>(takeNumber("x in pixels", 0, double(m_result.script.width)));
-        action.y = static_cast<float>(takeNumber("y in pixels", 0, double(m_result.script.height)));
-        if (action.subject == Subject::Card && takeIf("angle"))
-            action.angleDegrees = static_cast<float>(takeNumber("an angle in degrees", -36000, 36000));
-        if (action.verb == Verb::Move && takeIf("over"))
-            action.overSeconds = takeNumber("a time in seconds", 0, kMaxSeconds);
+        action.x = static_cast<float>(readNumber("x in pixels", 0, double(m_result.script.width)));
+        action.y = static_cast<float>(readNumber("y in pixels", 0, double(m_result.script.height)));
+        if (action.subject == Subject::Card && nextIf("angle"))
+            action.angleDegrees = static_cast<float>(readNumber("an angle in degrees", -36000, 36000));
+        if (action.verb == Verb::Move && nextIf("over"))
+            action.overSeconds = readNumber("a time in seconds", 0, kMaxSeconds);
     }
 
     void checkPresence(const Action& action, bool isTap, int column)

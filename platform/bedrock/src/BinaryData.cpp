@@ -17,9 +17,9 @@ void append(QVarLengthArray<char, 128>& bytes, Tag tag, const T& value)
     std::memcpy(bytes.data() + position + 1, &value, sizeof(T));
 }
 
-/// The value at `position` if one of that type stands there; moves the position behind it.
+/// Reads the value at `position` if it has that type, and moves the position to its end; false otherwise.
 template <class T>
-bool take(const QVarLengthArray<char, 128>& bytes, int& position, Tag tag, T& value)
+bool readValue(const QVarLengthArray<char, 128>& bytes, int& position, Tag tag, T& value)
 {
     if (position >= bytes.size() || bytes[position] != tag)
         return false;
@@ -54,7 +54,7 @@ void BinaryData::writeString(const QString& value)
 std::int32_t BinaryData::readInt32()
 {
     std::int32_t value = 0;
-    if (!take(m_bytes, m_readPosition, kInt32, value))
+    if (!readValue(m_bytes, m_readPosition, kInt32, value))
         m_failed = true;
     return value;
 }
@@ -62,7 +62,7 @@ std::int32_t BinaryData::readInt32()
 std::int64_t BinaryData::readInt64()
 {
     std::int64_t value = 0;
-    if (!take(m_bytes, m_readPosition, kInt64, value))
+    if (!readValue(m_bytes, m_readPosition, kInt64, value))
         m_failed = true;
     return value;
 }
@@ -70,7 +70,7 @@ std::int64_t BinaryData::readInt64()
 float BinaryData::readFloat32()
 {
     float value = 0.f;
-    if (!take(m_bytes, m_readPosition, kFloat32, value))
+    if (!readValue(m_bytes, m_readPosition, kFloat32, value))
         m_failed = true;
     return value;
 }
@@ -78,7 +78,7 @@ float BinaryData::readFloat32()
 QString BinaryData::readString()
 {
     std::int32_t length = 0;
-    if (!take(m_bytes, m_readPosition, kString, length)) {
+    if (!readValue(m_bytes, m_readPosition, kString, length)) {
         m_failed = true;
         return {};
     }

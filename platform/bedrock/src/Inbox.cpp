@@ -69,7 +69,7 @@ int Inbox::deliver()
         } else {
             d->moveUnordered();
             for (Arrival& arrival : wanted) {
-                if (auto result = d->takeWaiting(arrival))
+                if (auto result = d->extractWaiting(arrival))
                     d->running.push_back(std::move(*result));
                 else if (d->isAnother(arrival))
                     missed.push_back(std::move(arrival));

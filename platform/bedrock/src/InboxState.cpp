@@ -108,7 +108,7 @@ bool InboxState::isAnother(const Arrival& wanted)
     return wanted.job > lastNumber || findOpen(wanted) != open.end();
 }
 
-std::optional<InboxState::Result> InboxState::takeWaiting(const Arrival& wanted)
+std::optional<InboxState::Result> InboxState::extractWaiting(const Arrival& wanted)
 {
     if (wanted.content != Arrival::Content::Work) {
         const auto job = findOpen(wanted);

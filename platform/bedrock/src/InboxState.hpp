@@ -64,7 +64,8 @@ struct InboxState
     [[nodiscard]] bool isComing(const Arrival& wanted);
     /// Whether a job that should be there has gone another way; a job that ended without this result was given up, which is none.
     [[nodiscard]] bool isAnother(const Arrival& wanted);
-    [[nodiscard]] std::optional<Result> takeWaiting(const Arrival& wanted);
+    /// Removes what is wanted from the queue; nothing when it does not wait there.
+    [[nodiscard]] std::optional<Result> extractWaiting(const Arrival& wanted);
     /// Results of jobs that other threads began: they have no order, and go to the frame as they come.
     void moveUnordered();
     /// Ends the job, whose result is what the arrival says.

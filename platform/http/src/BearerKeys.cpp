@@ -101,7 +101,7 @@ tl::expected<BearerKeys, QString> BearerKeys::read(const QString& file)
     return BearerKeys(std::move(keys));
 }
 
-bool BearerKeys::admit(const Request& request) const
+bool BearerKeys::accepts(const Request& request) const
 {
     const QByteArray header = request.header("Authorization");
     if (!header.startsWith(kScheme))

@@ -14,7 +14,7 @@ namespace Http
 /// many may begin. So neither idle phones nor downloads, however many, keep a table's commands out. An answer that the handler
 /// still owes does not end either.
 ///
-/// Knows no sockets. One thread.
+/// Contains no sockets. One thread.
 class ConnectionRoster
 {
 public:

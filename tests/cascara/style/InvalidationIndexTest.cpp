@@ -111,16 +111,16 @@ TEST_CASE("invalidation: a node whose declarations stay the same gets no writes"
     StyleFixture fixture;
     auto& node = fixture.add("", "N", "n");
     fixture.sheet("N { width: 1; text: a } .x { height: 1 }");
-    node.takeChanges();
+    node.resetChanges();
     // A value written past the engine would be overwritten.
     node.width.setValue(9.f, Facet::kStyleLayer);
-    node.takeChanges();
+    node.resetChanges();
     node.addCSSClass("x");
-    CHECK(node.takeChanges() == 1);
+    CHECK(node.resetChanges() == 1);
     CHECK(node.width == 9.f);
     node.updateStyle();
     fixture.sheet("M { width: 2 }");
-    CHECK(node.takeChanges() == 0);
+    CHECK(node.resetChanges() == 0);
 }
 
 TEST_CASE("invalidation: a node is tried only against rules that its features lead to")

@@ -71,9 +71,9 @@ TEST_CASE("styleable: several classes removed at once are one change")
     StyleFixture fixture;
     auto& node = fixture.add("", "N", "n", "a b c");
     fixture.sheet(".a { width: 1 } .b { width: 2 } .c { height: 1 }");
-    node.takeChanges();
+    node.resetChanges();
     CHECK(restyledBy([&node] { node.removeCSSClasses({"a", "b", "x"}); }) == 1);
-    CHECK(node.takeChanges() == 1);
+    CHECK(node.resetChanges() == 1);
     CHECK(node.width == 0.f);
     CHECK(node.height == 1.f);
 }

@@ -337,24 +337,24 @@ TEST_CASE("tavola people: a table that is open follows what the desk does")
     REQUIRE(desk.ask(QStringLiteral("list")).code == 0);
     const auto cache = std::make_shared<Tavola::TesselServiceCache>();
     PeopleWatch watch(desk.registry(), std::make_shared<MarkerService>(desk.registry(), cache));
-    const auto look = [&] {
-        const bool reads = watch.look();
+    const auto refresh = [&] {
+        const bool reads = watch.check();
         watch.waitUntilIdle();
         (void)Bedrock::Inbox::instance().deliver();
         Bedrock::AfterUpdateQueue::instance().drain();
         return reads;
     };
     REQUIRE(desk.ask(QStringLiteral("add"), {"2001", "--name", "Cy"}).code == 0);
-    CHECK(look());
+    CHECK(refresh());
     REQUIRE(cache->isCached(2001));
     CHECK(cache->markerProperties(2001).personalProperties()->name == "Cy");
     CHECK(cache->isCached(1001));
     REQUIRE(desk.ask(QStringLiteral("remove"), {"1001"}).code == 0);
-    CHECK(look());
+    CHECK(refresh());
     CHECK_FALSE(cache->isCached(1001));
     CHECK(cache->isCached(2001));
     REQUIRE(desk.ask(QStringLiteral("import"), {desk.folder().write(QStringLiteral("new.csv"), "code,name\n2001,Di\n")}).code
             == 0);
-    CHECK(look());
+    CHECK(refresh());
     CHECK(cache->markerProperties(2001).personalProperties()->name == "Di");
 }

@@ -115,7 +115,7 @@ TEST_CASE("input overlay: where nothing moves nothing is drawn")
     Fixture f;
     f.input.fingerDown(1, {100.f, 100.f});
     f.application.frame(0.02);
-    (void)f.application.takeDamage();
+    (void)f.application.collectDamage();
     f.application.frame(0.02);
-    CHECK(f.application.takeDamage().isEmpty());
+    CHECK(f.application.collectDamage().isEmpty());
 }

@@ -13,7 +13,7 @@ constexpr float kFifteenDegrees = 0.2617994f;
 constexpr bool kShift = true;
 constexpr bool kNoShift = false;
 
-/// A mouse over a table with the cards 1001 to 1003 behind the keys 1 to 3.
+/// A mouse over a table with the cards 1001 to 1003 on the keys 1 to 3.
 struct Fixture
 {
     /// Puts a card down as a person would.
@@ -26,7 +26,7 @@ struct Fixture
     }
     const Tactile::Sample& sample()
     {
-        mouse.takeSample(0.0, taken);
+        mouse.readSample(0.0, taken);
         return taken;
     }
 

@@ -46,7 +46,7 @@ std::shared_ptr<Outcome> watch(folly::Future<QJsonObject> future)
 
 const QJsonObject kCommand{{"command", "getuserpage"}, {"tessel", 1001}};
 
-/// Asks a server that answers `bytes` and closes; the failure begins behind "The media server ADDRESS ".
+/// Asks a server that answers `bytes` and closes; the failure begins after "The media server ADDRESS ".
 Outcome askOf(AnsweringServer& server, double timeoutSeconds = 5.0)
 {
     MediaServerService service(addressOf(server.port()), timeoutSeconds);

@@ -17,10 +17,10 @@ namespace
 {
 struct Table : PeopleTable
 {
-    /// Looks for changes, and lets what is read reach the cache. Whether anything was read.
+    /// Reads the registry if it has changed, into the cache. Whether it was read.
     bool refresh() const
     {
-        const bool reads = watch->look();
+        const bool reads = watch->check();
         watch->waitUntilIdle();
         bringIn();
         return reads;
@@ -107,15 +107,15 @@ TEST_CASE("people watch: reads on a thread of its own, once at a time, and known
     Table table;
     CHECK(table.desk()->insert({{2001, QStringLiteral("Cy"), QString(), QString(), 0}}));
     Held reader(*table.service);
-    CHECK(table.watch->look()); // returns although the reader is held
-    CHECK_FALSE(table.watch->look());
+    CHECK(table.watch->check()); // returns although the reader is held
+    CHECK_FALSE(table.watch->check());
     CHECK(Bedrock::AfterUpdateQueue::instance().isEmpty());
     CHECK(table.nameOf(1001) == "Ann");
     reader.letGo();
     table.watch->waitUntilIdle();
     CHECK(table.nameOf(1001) == "Ann");
     CHECK_FALSE(table.cache->isCached(2001));
-    CHECK_FALSE(table.watch->look()); // still on its way
+    CHECK_FALSE(table.watch->check()); // still on its way
     CHECK(Table::bringIn() == 1);
     CHECK(table.nameOf(1001) == "Ann");
     CHECK(table.nameOf(2001) == "Cy");
@@ -125,7 +125,7 @@ TEST_CASE("people watch: a registration is not undone by a reading that began be
 {
     Table table;
     CHECK(table.desk()->insert({{2001, QStringLiteral("Cy"), QString(), QString(), 0}}));
-    CHECK(table.watch->look());
+    CHECK(table.watch->check());
     table.watch->waitUntilIdle(); // read, and on its way
     CHECK(table.registerOnAThread(1007, QStringLiteral("Bo"), QString()));
     CHECK(Table::bringIn() == 2);
@@ -146,7 +146,7 @@ TEST_CASE("people watch: a registry that cannot be read leaves the cache as it i
 
     fault.mend();
     CHECK(table.desk()->insert({{2001, QStringLiteral("Cy"), QString(), QString(), 0}}));
-    for (int look = 0; look < PeopleWatch::kLooksLeftOutAfterFailure; ++look)
+    for (int i = 0; i < PeopleWatch::kChecksSkippedAfterFailure; ++i)
         CHECK_FALSE(table.refresh());
     CHECK(table.refresh());
     CHECK(table.nameOf(2001) == "Cy");
@@ -161,7 +161,7 @@ TEST_CASE("people watch: people written before a reading that failed are known a
     CHECK(table.refresh());
     fault.mend();
     bool read = false;
-    for (int look = 0; look <= PeopleWatch::kLooksLeftOutAfterFailure; ++look)
+    for (int i = 0; i <= PeopleWatch::kChecksSkippedAfterFailure; ++i)
         read = table.refresh();
     CHECK(read);
     CHECK(table.nameOf(2001) == "Cy");
@@ -172,7 +172,7 @@ TEST_CASE("people watch: a service that goes while the registry is read does no 
     Table table;
     CHECK(table.desk()->insert({{2001, QStringLiteral("Cy"), QString(), QString(), 0}}));
     Held reader(*table.service);
-    CHECK(table.watch->look());
+    CHECK(table.watch->check());
     table.service.reset();
     reader.letGo();
     table.watch->waitUntilIdle();
@@ -209,7 +209,7 @@ TEST_CASE("people watch: registrations, an import at the desk and readings at on
     });
     long unknownMoments = 0;
     while (running > 0) {
-        static_cast<void>(table.watch->look());
+        static_cast<void>(table.watch->check());
         Table::bringIn();
         for (const Person& person : crowd)
             unknownMoments += table.cache->isCached(person.code) ? 0 : 1;
@@ -239,7 +239,7 @@ TEST_CASE("people watch: people who are registered at a desk enter through the i
         // Twice, because each answer asks anew.
         for (const unsigned long code : {2002ul, 2003ul}) {
             REQUIRE(table.desk()->insert({{code, QStringLiteral("Bob"), QString(), QString(), 0}}));
-            CHECK(table.watch->look());
+            CHECK(table.watch->check());
             table.watch->waitUntilIdle();
             CHECK_FALSE(table.cache->isCached(code));
             CHECK(Table::bringIn() == 1);
@@ -255,7 +255,7 @@ TEST_CASE("people watch: people who are registered at a desk enter through the i
         PeopleWatch watch(replayed.registry, replayed.service,
                           [&](const std::vector<Person>& people) { replayed.registry->insert(people); });
         REQUIRE(replayed.desk()->insert({{3003, QStringLiteral("Eve"), QString(), QString(), 0}}));
-        CHECK_FALSE(watch.look()); // whatever the registry of this machine says
+        CHECK_FALSE(watch.check()); // whatever the registry of this machine says
         CHECK(session.frame({session.recorded[0]}) == 1);
         CHECK(Bedrock::AfterUpdateQueue::instance().drain() == 1);
         CHECK(replayed.nameOf(2002) == QStringLiteral("Bob"));
@@ -274,7 +274,7 @@ TEST_CASE("people watch: what was read has no effect when the watch is gone")
 {
     Table table;
     CHECK(table.desk()->insert({{2001, QStringLiteral("Cy"), QString(), QString(), 0}}));
-    CHECK(table.watch->look());
+    CHECK(table.watch->check());
     table.watch.reset();
     Table::bringIn();
     CHECK_FALSE(table.cache->isCached(2001));

@@ -184,18 +184,18 @@ TEST_CASE("sending: the widget is counted before the message is made, and the vi
     HookedMail mail;
     const Strings expected{widgetInEmail(mail.contentId, "Ann", kAddress)};
     Strings calls;
-    const auto look = [&](const char* call) {
+    const auto checkAt = [&](const char* call) {
         calls.push_back(call);
         CHECK(analyticsOf(mail.host) == expected);
         CHECK(classesOf(*mail.widget) == Strings{"sending-email"});
         CHECK(mail.info().text() == "On its way");
     };
     mail.service->onCreate = [&] {
-        look("create");
+        checkAt("create");
         return Tavola::EmailMessage();
     };
     mail.service->onSend = [&](const Tavola::EmailMessage&) {
-        look("send");
+        checkAt("send");
         return folly::makeFuture(Status{true, {}});
     };
     mail.email(true);

@@ -165,12 +165,12 @@ TEST_CASE("envelope: it is updated only while the ring shows, and each of those 
 {
     Envelope envelope;
     envelope.host.frames(3);
-    (void)envelope.host.app().takeDamage();
+    (void)envelope.host.app().collectDamage();
     envelope.host.frame(0.1);
     CHECK(envelope.host.app().damage().empty());
     envelope.drawProgress().setValue(true);
     CHECK(envelope.widget->isUpdating());
-    (void)envelope.host.app().takeDamage();
+    (void)envelope.host.app().collectDamage();
     envelope.host.frame(0.1);
     CHECK_FALSE(envelope.host.app().damage().empty());
     envelope.drawProgress().setValue(false);

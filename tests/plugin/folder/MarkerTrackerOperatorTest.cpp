@@ -160,7 +160,7 @@ TEST_CASE("tracker: while the card lies still nothing is changed and nothing is 
     for (int place = 0; place < 20; ++place) {
         CAPTURE(place);
         table.moveCard(Vector2f(611.3f, 397.9f) + Vector2f(13.7f, -7.3f) * float(place), 0.83 + 0.29 * place);
-        (void)table.host.app().takeDamage();
+        (void)table.host.app().collectDamage();
         const auto location = table.item->location();
         const auto rotation = table.item->rotation();
         changes = 0;
@@ -168,7 +168,7 @@ TEST_CASE("tracker: while the card lies still nothing is changed and nothing is 
         CHECK(changes == 0);
         CHECK(table.item->location() == location);
         CHECK(table.item->rotation() == rotation);
-        CHECK(table.host.app().takeDamage().isEmpty());
+        CHECK(table.host.app().collectDamage().isEmpty());
     }
 }
 

@@ -12,7 +12,7 @@ TEST_CASE("scripted input: what was said since the frame before arrives in its o
     input.fingerMove(1, {20, 10});
     input.tap(2, {5, 5});
     const auto card = input.markerDown(1001, {50, 50}, 1.f);
-    input.takeSample(0, sample);
+    input.readSample(0, sample);
     REQUIRE(sample.changes.size() == 5);
     CHECK(sample.changes[0].kind == Kind::Down);
     CHECK(sample.changes[1].kind == Kind::Move);
@@ -20,7 +20,7 @@ TEST_CASE("scripted input: what was said since the frame before arrives in its o
     CHECK(sample.changes[4].object.id() == card);
     CHECK(sample.fingers.size() == 1);
     CHECK(sample.markers.at(0).rotation() == 1.f);
-    input.takeSample(1, sample);
+    input.readSample(1, sample);
     CHECK(sample.changes.empty());
     CHECK(sample.fingers.size() == 1);
 }

@@ -95,7 +95,7 @@ TEST_CASE("steady frames: packets that come by a connection allocate nothing eit
         if (i == 100)
             before = allocations;
         isWhole = tracker.trySend(frames[i]) && input.waitForDatagrams(2 * (i + 1), std::chrono::seconds(10)) && isWhole;
-        input.takeSample(0.02 * double(i), sample);
+        input.readSample(0.02 * double(i), sample);
     }
     const long after = allocations;
     CHECK(isWhole);

@@ -55,7 +55,7 @@ std::vector<std::string> samplesOf(TuioInput& input, const Send& send)
             send(packet);
             REQUIRE(input.waitForDatagrams(++sent, 10s));
         }
-        input.takeSample(now += 0.02, sample);
+        input.readSample(now += 0.02, sample);
         samples.push_back(describe(sample));
     }
     return samples;
@@ -127,7 +127,7 @@ TEST_CASE("tuio input: packets received by TCP are recorded and replayed as any 
     std::vector<std::string> replayed;
     double now = 0.0;
     while (const auto frame = player->nextFrame(input)) {
-        input.takeSample(now += frame->dtSeconds, sample);
+        input.readSample(now += frame->dtSeconds, sample);
         replayed.push_back(describe(sample));
     }
     CHECK(replayed == recorded);

@@ -49,7 +49,7 @@ void expectTheVisitsWarnings()
 {
     for (const char* start :
          {"ContactTracker::update # Marker 1001 is on the table twice", "TuioDecoder::decode # Dropped a datagram",
-          "TuioInput::takeSample # Lost the sender left@cam", "TuioInput::takeSample # Lost the sender right@cam"})
+          "TuioInput::readSample # Lost the sender left@cam", "TuioInput::readSample # Lost the sender right@cam"})
         TestSupport::expectWarningStartingWith(start);
 }
 
@@ -92,7 +92,7 @@ std::vector<std::string> recordVisit(const Folder& folder, Visit::TuioVersion ve
             input.setTableRect(1, {1000.f, 0.f, 500.f, 500.f});
         const double dt = 1.0 / 60 + i * 1e-5 / 7;
         recorder->frameBegins(dt);
-        input.takeSample(now += dt, sample);
+        input.readSample(now += dt, sample);
         frames.push_back(describe(sample));
     }
     CHECK(sample.markers.empty());
@@ -120,8 +120,8 @@ QByteArray recordQuietTable(const Folder& folder)
         Tactile::TuioInput input(TestTable::plainSettings());
         input.setRecorder(recorder.get());
         Tactile::Sample sample;
-        input.takeSample(0.5, sample);
-        input.takeSample(1.0, sample);
+        input.readSample(0.5, sample);
+        input.readSample(1.0, sample);
     }
     return folder.bytes();
 }
@@ -182,11 +182,11 @@ TEST_CASE("datagram player: results from the inbox come back with the frame that
         Tactile::Sample sample;
         recorder->arrival({7, 2, 'i', Content::Work, {}});
         recorder->arrival({1ull << 40, 0, 'j', Content::Bytes, QByteArray("{\"a\":\0}", 8)});
-        input.takeSample(0.5, sample);
+        input.readSample(0.5, sample);
         recorder->arrival({8, 0, 'm', Content::Bytes, ""});
         recorder->arrival({9, 0, 'm', Content::Nothing, {}});
-        input.takeSample(0.5, sample);
-        input.takeSample(0.5, sample);
+        input.readSample(0.5, sample);
+        input.readSample(0.5, sample);
     }
     std::string error;
     auto player = DatagramPlayer::open(folder.file, error);
@@ -224,7 +224,7 @@ TEST_CASE("datagram player: what a crash leaves is played up to the last whole f
         Tactile::Sample sample;
         for (int i = 1; i <= 3; ++i) {
             datagrams->send(TestTable::fingersPacket(i, {{1, 0.1f * float(i), 0.5f}}));
-            input.takeSample(0.1 * i, sample);
+            input.readSample(0.1 * i, sample);
             recorded.push_back(describe(sample));
         }
     }
@@ -259,7 +259,7 @@ TEST_CASE("datagram player: a damaged byte ends the replay there, with a warning
         input.setRecorder(recorder.get());
         Tactile::Sample sample;
         for (int i = 1; i <= 3; ++i)
-            input.takeSample(0.1 * i, sample);
+            input.readSample(0.1 * i, sample);
     }
     QByteArray bytes = folder.bytes();
     constexpr int kFrameRecordBytes = 8 + 1 + 8 + 8;

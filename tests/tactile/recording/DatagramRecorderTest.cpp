@@ -22,8 +22,8 @@ TEST_CASE("datagram recorder: without steps the frames' times are recorded by th
         Tactile::TuioInput input(TestTable::plainSettings());
         input.setRecorder(recorder.get());
         Tactile::Sample sample;
-        input.takeSample(0.5, sample);
-        input.takeSample(0.75, sample);
+        input.readSample(0.5, sample);
+        input.readSample(0.75, sample);
     }
     std::string error;
     auto player = DatagramPlayer::open(folder.file, error);
@@ -70,7 +70,7 @@ TEST_CASE("datagram recorder: when the disk takes no more the recording ends, wi
         Tactile::Sample sample;
         for (int i = 1; i <= 300; ++i) {
             datagrams->send(TestTable::fingersPacket(i, {{1, 0.001f * float(i), 0.5f}}));
-            input.takeSample(0.1 * i, sample);
+            input.readSample(0.1 * i, sample);
         }
         CHECK(sample.fingers.at(0).centerLocation().x == 300.f);
     }
@@ -136,10 +136,10 @@ TEST_CASE("datagram recorder: what several threads tell it stands in it whole")
             });
         Tactile::Sample sample;
         for (int i = 1; i <= 100; ++i)
-            input.takeSample(0.01 * i, sample);
+            input.readSample(0.01 * i, sample);
         for (std::thread& thread : threads)
             thread.join();
-        input.takeSample(1.01, sample);
+        input.readSample(1.01, sample);
     }
     std::string error;
     const auto player = DatagramPlayer::open(folder.file, error);
@@ -148,7 +148,7 @@ TEST_CASE("datagram recorder: what several threads tell it stands in it whole")
     Tactile::Sample sample;
     double now = 0.0;
     while (const auto frame = player->nextFrame(input))
-        input.takeSample(now += frame->dtSeconds, sample);
+        input.readSample(now += frame->dtSeconds, sample);
     CHECK(input.datagramsReceived() == 1500);
     CHECK(sample.fingers.size() == 3);
 }

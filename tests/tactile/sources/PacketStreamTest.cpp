@@ -74,7 +74,7 @@ TEST_CASE("packet stream: several packets in one read come one by one, the last 
     CHECK(packetOf(stream) == "defg");
 }
 
-TEST_CASE("packet stream: the largest packet fits, behind whatever came before it")
+TEST_CASE("packet stream: the largest packet fits, whatever came before it")
 {
     PacketStream stream;
     const std::string large(65535, 'x');

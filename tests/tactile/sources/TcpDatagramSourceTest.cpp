@@ -36,7 +36,7 @@ struct Hall
     const Tactile::Sample& frame(std::uint64_t packets)
     {
         REQUIRE(input.waitForDatagrams(packets, 10s));
-        input.takeSample(now += 0.01, sample);
+        input.readSample(now += 0.01, sample);
         return sample;
     }
 
@@ -356,7 +356,7 @@ TEST_CASE("tcp source: a table goes on drawing while a sender floods it, and tak
     for (int i = 0; i < 30 && isGoingOn; ++i) {
         isGoingOn = hall.input.waitForDatagrams(taken + 100, 10s);
         taken = hall.input.datagramsReceived();
-        hall.input.takeSample(hall.now += 0.01, hall.sample);
+        hall.input.readSample(hall.now += 0.01, hall.sample);
     }
     hall.tcp->stop();
     isOver = true;

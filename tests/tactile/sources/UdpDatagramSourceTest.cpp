@@ -74,7 +74,7 @@ TEST_CASE("udp source: real datagrams on a port that the system chose put a card
     sender.send(TestTable::fingersPacket(1, {{1, 0.1f, 0.1f}}, ""), udp->port());
     REQUIRE(input.waitForDatagrams(2, 10s));
     Tactile::Sample sample;
-    input.takeSample(0.0, sample);
+    input.readSample(0.0, sample);
     CHECK(sample.markers.size() == 1);
     CHECK(sample.fingers.size() == 1);
     CHECK(input.counters().sources.at(0).name.rfind("127.0.0.1:", 0) == 0);

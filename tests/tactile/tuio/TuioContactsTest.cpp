@@ -252,18 +252,18 @@ TEST_CASE("tuio contacts: of several shapes of a session the best known tells it
     CHECK(events[0].position.x == 0.5f);
 }
 
-TEST_CASE("tuio contacts: a symbol ahead of its area, or behind it, makes it a card")
+TEST_CASE("tuio contacts: a symbol before its area, or after it, makes it a card")
 {
-    Direct ahead;
-    CHECK(ahead.frame({1}, {set(TuioShape::Symbol, 1, 0.f, 9), set(TuioShape::Area, 1, 0.25f)}) == "appear card 1");
-    Direct behind;
-    CHECK(behind.frame({1}, {set(TuioShape::Area, 1, 0.25f), set(TuioShape::Symbol, 1, 0.f, 9)})
+    Direct before;
+    CHECK(before.frame({1}, {set(TuioShape::Symbol, 1, 0.f, 9), set(TuioShape::Area, 1, 0.25f)}) == "appear card 1");
+    Direct after;
+    CHECK(after.frame({1}, {set(TuioShape::Area, 1, 0.25f), set(TuioShape::Symbol, 1, 0.f, 9)})
           == "appear finger 1 cancel finger 1 appear card 1");
     // The symbol need not be said again.
-    CHECK(behind.frame({1}, {set(TuioShape::Area, 1, 0.3f)}) == "move card 1");
+    CHECK(after.frame({1}, {set(TuioShape::Area, 1, 0.3f)}) == "move card 1");
     // It goes with its session.
-    CHECK(behind.frame({}, {}) == "vanish card 1");
-    CHECK(behind.frame({1}, {set(TuioShape::Area, 1, 0.3f)}) == "appear finger 1");
+    CHECK(after.frame({}, {}) == "vanish card 1");
+    CHECK(after.frame({1}, {set(TuioShape::Area, 1, 0.3f)}) == "appear finger 1");
 }
 
 TEST_CASE("tuio contacts: a symbol without a place is nothing yet, and there are not more of them than cards")

@@ -20,7 +20,7 @@ using TestTuio::fingers;
 
 namespace
 {
-/// A single message of ints and floats behind its command.
+/// A single message of ints and floats after its command.
 std::vector<char> single(const std::string& address, const std::string& tags, const std::string& command,
                          const std::vector<double>& arguments)
 {
@@ -182,7 +182,7 @@ TEST_CASE("tuio decoder: a malformed message drops its packet and leaves the sta
         CAPTURE(row.what);
         Bench bench;
         bench.feed(fingers(1, {1, 2}, {1, 2}));
-        // The bad message stands behind good ones that would move finger 1 and lift finger 2.
+        // The bad message follows good ones that would move finger 1 and lift finger 2.
         Tactile::OscWriter writer;
         writer.beginBundle();
         writer.beginMessage("/tuio/2Dcur", ",si");

@@ -19,7 +19,7 @@ TEST_CASE("tuio encoder: an empty finger frame has exactly these bytes")
     CHECK(std::string(packet.data(), packet.size()) == std::string(expected, sizeof expected - 1));
 }
 
-TEST_CASE("tuio encoder: a card's set has its ten arguments behind the command, big end first")
+TEST_CASE("tuio encoder: a card's set has its ten arguments after the command, big end first")
 {
     TuioEncoder encoder("v@w");
     encoder.begin(TuioProfile::Objects);

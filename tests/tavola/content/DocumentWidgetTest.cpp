@@ -267,7 +267,7 @@ TEST_CASE("document: one that is left alone costs nothing")
     const auto widget = table.widget(table.pdf({Qt::red, Qt::green}));
     REQUIRE(table.load(*widget));
     table.host.frames(2);
-    static_cast<void>(table.host.app().takeDamage());
+    static_cast<void>(table.host.app().collectDamage());
     const auto before = table.host.app().counters();
     table.host.frames(10);
     CHECK(table.host.app().counters().widgetsVisited == before.widgetsVisited);

@@ -141,7 +141,7 @@ TEST_CASE("key: it shows for how long it is in force")
     table.key->setLit(Tavola::ShiftState::Mode::Locked);
     CHECK(states() == QList<QByteArray>{"lit", "locked"});
     table.host.frame();
-    (void)table.host.app().takeDamage();
+    (void)table.host.app().collectDamage();
     table.key->setLit(Tavola::ShiftState::Mode::Locked);
     table.host.frame();
     CHECK(table.host.app().damage().empty()); // nothing was new

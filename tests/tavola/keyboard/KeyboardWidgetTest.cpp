@@ -374,7 +374,7 @@ TEST_CASE("keyboard: whatever is taken away while a visitor types goes safely")
                 auto editor = desk.field->editor();
                 host.input.fingerDown(7, desk.at(Action::Backspace)); // rests on a key meanwhile
                 host.frame();
-                const std::function<void()> take = [&] {
+                const std::function<void()> removeVictim = [&] {
                     if (victim == Victim::Field)
                         desk.field->removeFromParent();
                     else if (victim == Victim::Space)
@@ -386,12 +386,12 @@ TEST_CASE("keyboard: whatever is taken away while a visitor types goes safely")
                 };
                 Facet::Node::ListenerId listener = 0;
                 if (when == When::AtChange)
-                    listener = editor->eventAddListener("text-changed", take);
+                    listener = editor->eventAddListener("text-changed", removeVictim);
                 if (when == When::AtEnter)
-                    listener = editor->eventAddListener("editing-finished", take);
+                    listener = editor->eventAddListener("editing-finished", removeVictim);
                 const Vector2f key = when == When::AtEnter ? desk.at(Action::Enter) : desk.at("a");
                 if (when == When::AtRest)
-                    take();
+                    removeVictim();
                 else
                     host.tap(key);
                 host.frames(2);

@@ -503,7 +503,7 @@ TEST_CASE("content menu: an open menu that is left alone costs nothing")
     static_cast<void>(menu->prepare({960.f, 540.f}));
     table.host.frame(1.0);
     table.host.frame();
-    static_cast<void>(table.host.app().takeDamage());
+    static_cast<void>(table.host.app().collectDamage());
     const auto before = table.host.app().counters();
     table.host.frames(10);
     const auto after = table.host.app().counters();

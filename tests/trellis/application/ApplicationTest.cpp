@@ -224,12 +224,12 @@ TEST_CASE("application: a steady frame damages nothing, needs no other frame, an
     scene.input.fingerDown(1, {50, 50});
     scene.input.markerDown(1001, {500, 500});
     scene.frames(5);
-    (void)scene.app.takeDamage();
+    (void)scene.app.collectDamage();
     const long before = FacetTest::allocations();
     scene.frames(20);
     CHECK(FacetTest::allocations() == before);
     CHECK(scene.app.damage().empty());
-    CHECK(scene.app.takeDamage().isEmpty());
+    CHECK(scene.app.collectDamage().isEmpty());
 }
 
 TEST_CASE("application: nothing to do means no frame is needed")
@@ -237,12 +237,12 @@ TEST_CASE("application: nothing to do means no frame is needed")
     Scene scene;
     auto& box = scene.box(0, 0, 100, 100);
     scene.frames(2);
-    (void)scene.app.takeDamage();
+    (void)scene.app.collectDamage();
     CHECK_FALSE(scene.app.needsFrame());
     box.setOpacity(0.5f);
     CHECK(scene.app.needsFrame());
     scene.frames();
-    (void)scene.app.takeDamage();
+    (void)scene.app.collectDamage();
     CHECK_FALSE(scene.app.needsFrame());
     box.addOperator(makeIntrusive<Trellis::Operator>());
     CHECK(scene.app.needsFrame());

@@ -18,7 +18,7 @@ namespace
 QRegion damageOfFrame(Scene& scene)
 {
     scene.frame();
-    return scene.app.takeDamage();
+    return scene.app.collectDamage();
 }
 }
 
@@ -124,7 +124,7 @@ TEST_CASE("damage: many small changes are merged to few rectangles that cover th
         set(*widget, "background-color", kGreen);
     scene.frame();
     CHECK(scene.app.damage().size() <= 12);
-    const QRegion damage = scene.app.takeDamage();
+    const QRegion damage = scene.app.collectDamage();
     for (int i = 0; i < 10; ++i)
         for (int j = 0; j < 10; ++j)
             CHECK(damage.contains(QRect(20 * i, 20 * j, 5, 5)));
@@ -168,7 +168,7 @@ TEST_CASE("damage: drawing only the damage gives the same picture as drawing eve
         case 5: widget.setSize({20 + number(80), 20 + number(80)}); break;
         }
         scene.frame();
-        kept.paint(scene.app.takeDamage(), [&](Lantern::RenderContext& context) { scene.app.render(context); });
+        kept.paint(scene.app.collectDamage(), [&](Lantern::RenderContext& context) { scene.app.render(context); });
         const int off = difference(kept.image(), scene.picture());
         // Each faded group in a faded group rounds once more.
         REQUIRE_MESSAGE(off <= 4, "step " << step << " differs by " << off);
@@ -183,7 +183,7 @@ TEST_CASE("damage: a frame in which nothing changed allocates nothing")
     auto text = Bedrock::makeIntrusive<Trellis::TextWidget>(&scene.root());
     text->setText(QStringLiteral("Ann"));
     scene.frame();
-    (void)scene.app.takeDamage();
+    (void)scene.app.collectDamage();
     scene.frame();
     const long before = FacetTest::allocations();
     for (int i = 0; i < 10; ++i)

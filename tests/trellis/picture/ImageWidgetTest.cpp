@@ -66,12 +66,12 @@ TEST_CASE("image widget: the area of a picture that arrives is damaged")
     ImageWidget& widget = scene.widget({20, 20, 100, 100});
     widget.load(scene.save("a.png", halves(100, 100)));
     scene.frame();
-    (void)scene.app.takeDamage();
+    (void)scene.app.collectDamage();
     REQUIRE(pumpUntil([&] {
         scene.frame();
         return widget.isLoaded();
     }));
-    CHECK(scene.app.takeDamage() == QRegion(20, 20, 100, 100));
+    CHECK(scene.app.collectDamage() == QRegion(20, 20, 100, 100));
 }
 
 TEST_CASE("image widget: a blocking load shows at once")

@@ -60,7 +60,7 @@ struct EditScene : Scene
         frame();
         frame();
     }
-    std::string takeHeard()
+    std::string readEvents()
     {
         std::string taken;
         taken.swap(heard);
@@ -91,7 +91,7 @@ TEST_CASE("text edit: a tap gives it the keyboard, and what is typed stands in i
     CHECK(scene.editor.hasPseudoClass("focus"));
     scene.type(QStringLiteral("Ann"));
     CHECK(scene.editor.text() == QStringLiteral("Ann"));
-    CHECK(scene.takeHeard() == "changed:A;changed:An;changed:Ann;");
+    CHECK(scene.readEvents() == "changed:A;changed:An;changed:Ann;");
 }
 
 TEST_CASE("text edit: enter finishes once, with the text, and gives the keyboard back")
@@ -99,48 +99,48 @@ TEST_CASE("text edit: enter finishes once, with the text, and gives the keyboard
     EditScene scene;
     scene.app.setFocusWidget(&scene.editor);
     scene.type(QStringLiteral("Bo"));
-    scene.takeHeard();
+    scene.readEvents();
     SUBCASE("enter")
     {
         scene.key(Qt::Key_Return, QStringLiteral("\r"));
-        CHECK(scene.takeHeard() == "finished:Bo:enter;");
+        CHECK(scene.readEvents() == "finished:Bo:enter;");
     }
     SUBCASE("enter of the number pad")
     {
         scene.key(Qt::Key_Enter, QStringLiteral("\r"), Qt::KeypadModifier);
-        CHECK(scene.takeHeard() == "finished:Bo:enter;");
+        CHECK(scene.readEvents() == "finished:Bo:enter;");
     }
     SUBCASE("escape")
     {
         scene.key(Qt::Key_Escape, QStringLiteral("\x1b"));
-        CHECK(scene.takeHeard() == "finished:Bo:escape;");
+        CHECK(scene.readEvents() == "finished:Bo:escape;");
     }
     SUBCASE("an end from the code")
     {
         scene.editor.endEditing();
-        CHECK(scene.takeHeard() == "finished:Bo:focus-lost;");
+        CHECK(scene.readEvents() == "finished:Bo:focus-lost;");
     }
     SUBCASE("another editor")
     {
         scene.app.setFocusWidget(&scene.add({10, 100, 100, 30}));
-        CHECK(scene.takeHeard() == "finished:Bo:focus-lost;");
+        CHECK(scene.readEvents() == "finished:Bo:focus-lost;");
     }
     CHECK_FALSE(scene.editor.hasFocus());
     CHECK_FALSE(scene.editor.hasPseudoClass("focus"));
     scene.editor.endEditing();
-    CHECK(scene.takeHeard().empty());
+    CHECK(scene.readEvents().empty());
 }
 
 TEST_CASE("text edit: clearing sends the change only")
 {
     EditScene scene;
     scene.editor.setText(QStringLiteral("Ann"));
-    scene.takeHeard();
+    scene.readEvents();
     scene.editor.clear();
-    CHECK(scene.takeHeard() == "changed:;");
+    CHECK(scene.readEvents() == "changed:;");
     CHECK(scene.editor.cursorPosition() == 0);
     scene.editor.clear();
-    CHECK(scene.takeHeard().empty());
+    CHECK(scene.readEvents().empty());
 }
 
 TEST_CASE("text edit: arrows, home, end, backspace and delete")
@@ -325,7 +325,7 @@ TEST_CASE("text edit: the caret blinks by frame time, only while the keyboard is
     scene.frame(0.4);
     CHECK(caretShows()); // begins anew with each key
     scene.frame(0.0);
-    (void)scene.app.takeDamage();
+    (void)scene.app.collectDamage();
     scene.frame(0.01);
     CHECK(scene.app.damage().empty()); // damaged only when it comes and goes
     scene.editor.endEditing();
@@ -387,7 +387,7 @@ TEST_CASE("text edit: an editor with a keyboard of its own goes on when the focu
     scene.editor.setOwnKeyboard(true);
     CHECK(begun == 1);
     scene.tap({20, 70});
-    CHECK(scene.takeHeard().empty());
+    CHECK(scene.readEvents().empty());
     CHECK_FALSE(scene.editor.hasFocus());
     CHECK(scene.editor.isEditing());
     CHECK(scene.editor.hasPseudoClass("focus"));
@@ -395,22 +395,22 @@ TEST_CASE("text edit: an editor with a keyboard of its own goes on when the focu
     scene.type(QStringLiteral("n"));
     scene.editor.insertText(QStringLiteral("e"));
     CHECK(next.text() == QStringLiteral("n"));
-    CHECK(scene.takeHeard() == "changed:e;");
+    CHECK(scene.readEvents() == "changed:e;");
     SUBCASE("an end from the code is told")
     {
         scene.editor.endEditing();
-        CHECK(scene.takeHeard() == "finished:e:focus-lost;");
+        CHECK(scene.readEvents() == "finished:e:focus-lost;");
     }
     SUBCASE("so is its enter key, once")
     {
         QKeyEvent enter(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
         scene.editor.keyPressed(enter);
-        CHECK(scene.takeHeard() == "finished:e:enter;");
+        CHECK(scene.readEvents() == "finished:e:enter;");
     }
     SUBCASE("a keyboard that is taken away is not")
     {
         scene.editor.setOwnKeyboard(false);
-        CHECK(scene.takeHeard().empty());
+        CHECK(scene.readEvents().empty());
     }
     CHECK_FALSE(scene.editor.isEditing());
     CHECK_FALSE(scene.editor.hasPseudoClass("focus"));

@@ -15,22 +15,11 @@ namespace Bedrock
 {
 class InboxSource;
 
-/// The one way in for results of other threads and of the network. Work that goes on elsewhere is a job; its result enters the
-/// table on the main thread, in the input step of a frame, in the order of the answers.
+/// The one way in for results of other threads and of the network. Each piece of work done elsewhere is a job; its result enters
+/// the table on the main thread, in the input step of a frame, in the order of the answers. See `begin` and `ask`.
 ///
-/// A job inside this process, such as reading a picture. WorkerPool::run does this for one task:
-///
-///     auto reply = Inbox::instance().begin('i');
-///     …                                             // on any thread:
-///     std::move(reply).answer([picture] { … });     // runs on the main thread
-///
-/// A job outside of it, such as a question to a server, answers in bytes, so that the answer can be kept:
-///
-///     Inbox::instance().ask('j', [&](BytesReply reply) { … std::move(reply).answer(bytes); },
-///                           [weak](const QByteArray& bytes) { … });
-///
-/// A tap is called with each result that a frame takes; a source decides which ones a frame takes, and answers in place of the
-/// world. Jobs, replies and deliveries are the same with or without them.
+/// A tap receives each result that a frame delivers; a source chooses the results of each frame, and answers in place of the
+/// outside world. Jobs, replies and deliveries are the same with or without them.
 class TAVOLA_EXPORT Inbox
 {
 public:
@@ -45,11 +34,21 @@ public:
 
     // ---- Jobs ----
 
-    /// A job inside the process; `kind` tells it from others in a recording. Any thread. The tap and the source see only jobs
-    /// that the main thread began by itself, because only those have an order; jobs of other threads, and those that a `start`
-    /// below begins, are delivered with the next frame.
+    /// A job inside the process, such as reading a picture; WorkerPool::run does this for one task. Any thread:
+    ///
+    ///     auto reply = Inbox::instance().begin('i');
+    ///     std::move(reply).answer([picture] { … });     // on any thread; the function runs on the main thread
+    ///
+    /// `kind` distinguishes jobs in a recording. The tap and the source receive only jobs that the main thread began by itself,
+    /// because only those have an order; jobs of other threads, and those that a `start` below begins, are delivered with the
+    /// next frame.
     [[nodiscard]] Reply begin(char kind);
-    /// A job outside of the process. `start` is called within this call and owns the reply; with a source it is not called at
+    /// A job outside of the process, such as a question to a server; it answers in bytes, so that the answer can be recorded:
+    ///
+    ///     Inbox::instance().ask('j', [&](BytesReply reply) { … std::move(reply).answer(bytes); },
+    ///                           [weak](const QByteArray& bytes) { … });
+    ///
+    /// `start` is called within this call and owns the reply; with a source it is not called at
     /// all. `answered` runs once, as the job's result, or is destroyed on the main thread when the reply is dropped. What `start`
     /// throws is logged as an error and drops the reply. Main thread only.
     void ask(char kind, const std::function<void(BytesReply)>& start, std::function<void(const QByteArray&)> answered);

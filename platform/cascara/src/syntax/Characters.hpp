@@ -2,7 +2,7 @@
 
 #include <QChar>
 
-/// The kinds of characters that CSS Syntax Module Level 3 tells apart.
+/// The kinds of characters that CSS Syntax Module Level 3 distinguishes.
 namespace Cascara
 {
 /// Stands for a character that cannot be represented.

@@ -31,7 +31,7 @@ public:
     /// The only listener role there is: the visible value changed.
     static constexpr int kValueChanged = 2;
 
-    /// A `host` receives the attribute at once, before the part that knows the type is constructed. May be null.
+    /// A `host` receives the attribute at once, before the typed part is constructed. May be null.
     Attribute(Node* host, AttributeName name);
     Attribute(const Attribute&) = delete;
     Attribute& operator=(const Attribute&) = delete;

@@ -24,7 +24,7 @@ public:
     /// The key that a client sends: the first one.
     [[nodiscard]] const QByteArray& key() const { return m_keys.front(); }
     /// Whether the request has one of the keys. Takes as long for a key that is nearly right as for any other of its length.
-    [[nodiscard]] bool admit(const Request& request) const;
+    [[nodiscard]] bool accepts(const Request& request) const;
 
 private:
     explicit BearerKeys(std::vector<QByteArray> keys) : m_keys(std::move(keys)) {}

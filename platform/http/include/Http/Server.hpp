@@ -14,7 +14,7 @@
 namespace Http
 {
 /// HTTP/1.1 over TCP and Unix sockets: kept and pipelined connections, several doors with limits of their own on header,
-/// body, time and number. Knows nothing of what is served.
+/// body, time and number. Independent of what is served.
 ///
 ///     Server server;
 ///     const auto listening = server.listen(*Address::parse("127.0.0.1:0"), Limits{},

@@ -16,7 +16,7 @@ namespace Tactile
 ///     auto player = DatagramPlayer::open("evening.rec", error);
 ///     TuioInput input(player->settings());
 ///     while (const auto frame = player->nextFrame(input))
-///         input.takeSample(now += frame->dtSeconds, sample);
+///         input.readSample(now += frame->dtSeconds, sample);
 ///
 /// The file is read as it plays. Main thread only.
 class TAVOLA_EXPORT DatagramPlayer

@@ -16,7 +16,7 @@ namespace Tactile
 ///
 ///     auto recorder = DatagramRecorder::create("evening.rec", error);
 ///     input.setRecorder(recorder.get());
-///     … each frame: recorder->frameBegins(dt); input.takeSample(now, sample);
+///     … each frame: recorder->frameBegins(dt); input.readSample(now, sample);
 ///
 /// A thread of its own does the writing, so that a slow disk delays no frame. The file grows record by record: what a
 /// crash leaves can be replayed up to the last whole record. When the disk is full or too slow the recording ends there,

@@ -14,6 +14,6 @@ public:
 
     /// Writes the changes since the call before, and the present state, into `sample` (replacing what is in it; buffers
     /// are reused, so that a quiet frame allocates nothing). `nowSeconds` is frame time and never decreases.
-    virtual void takeSample(double nowSeconds, Sample& sample) = 0;
+    virtual void readSample(double nowSeconds, Sample& sample) = 0;
 };
 }

@@ -11,7 +11,7 @@
 namespace Tactile
 {
 /// Turns packets of TUIO 1.1 (2Dobj, 2Dcur, 2Dblb) and TUIO 2.0 (frm, tok, ptr, bnd, sym, alv) into contact events. Both
-/// may come through one port; the addresses of the messages tell them apart.
+/// may come through one port; they differ in the addresses of their messages.
 ///
 /// - A frame takes effect at its end (fseq, alv): all of it, or none. A malformed message drops its whole packet.
 /// - Each source, and in TUIO 1.1 each of its profiles, has its own order of frames. A source is identified by the name it

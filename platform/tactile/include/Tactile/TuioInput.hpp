@@ -26,9 +26,9 @@ struct TuioSettings
 ///     TuioInput input({{0, 0, 3840, 2160}, {}});
 ///     if (!input.addSource(std::make_unique<UdpDatagramSource>(NetworkSettings{})))
 ///         … input.errorText() …
-///     input.takeSample(now, sample); // once a frame
+///     input.readSample(now, sample); // once a frame
 ///
-/// Each source receives on an input thread of its own and decodes there, under a lock that takeSample shares. Frames that
+/// Each source receives on an input thread of its own and decodes there, under a lock that readSample shares. Frames that
 /// are lost, doubled or damaged on the way never show as half a state. Main thread except where it says otherwise.
 class TAVOLA_EXPORT TuioInput final : public InputSource
 {
@@ -49,7 +49,7 @@ public:
     /// Maps the `index`th source to `tableRect`, from the next position it sends on.
     void setTableRect(std::size_t index, const Vecta::Rect& tableRect);
 
-    void takeSample(double nowSeconds, Sample& sample) override;
+    void readSample(double nowSeconds, Sample& sample) override;
 
     /// A copy of the counts up to now. Any thread.
     [[nodiscard]] TuioCounters counters() const;

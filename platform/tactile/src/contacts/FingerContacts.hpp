@@ -14,7 +14,7 @@ class FingerContacts
 public:
     explicit FingerContacts(TrackerFrame& frame) : m_frame(frame) { m_fingers.reserve(kUsualCount); }
 
-    /// `isShadow(point)` tells whether a finger that starts there is the shadow of a card, and ignored.
+    /// `isShadow(point)`: whether a finger that starts there is the shadow of a card, and ignored.
     template <class IsShadow>
     void apply(const ContactEvent& event, IsShadow isShadow)
     {

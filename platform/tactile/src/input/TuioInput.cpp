@@ -72,11 +72,11 @@ struct TuioInput::Private
         for (const ContactTracker::LostSource& lost : tracker.lostSources()) {
             const std::string& name = decoder.counters().sources[lost.source].name;
             if (lost.hadContacts)
-                Bedrock::Trace::warning("TuioInput::takeSample # Lost the sender %s (no packet for %g s); its fingers are "
+                Bedrock::Trace::warning("TuioInput::readSample # Lost the sender %s (no packet for %g s); its fingers are "
                                         "cancelled and its cards leave the table; check whether it runs",
                                         name.c_str(), settings.tracker.lostSenderSeconds);
             else
-                Bedrock::Trace::info("TuioInput::takeSample # The sender %s has gone (no packet for %g s)", name.c_str(),
+                Bedrock::Trace::info("TuioInput::readSample # The sender %s has gone (no packet for %g s)", name.c_str(),
                                      settings.tracker.lostSenderSeconds);
             decoder.sourceLost(lost.source);
         }
@@ -143,7 +143,7 @@ void TuioInput::setTableRect(std::size_t index, const Vecta::Rect& tableRect)
         d->recorder->listener(static_cast<std::uint16_t>(index), tableRect);
 }
 
-void TuioInput::takeSample(double nowSeconds, Sample& sample)
+void TuioInput::readSample(double nowSeconds, Sample& sample)
 {
     // The tracker runs under the lock as well: a sender that it gives up must not deliver a frame meanwhile.
     const std::lock_guard<std::mutex> lock(d->mutex);

@@ -136,7 +136,7 @@ struct DatagramPlayer::Private
     bool playDatagram(Recording::Reader& reader) const
     {
         const std::uint16_t listener = reader.read16();
-        (void)reader.readDouble(); // when it arrived is told by the frame that took it
+        (void)reader.readDouble(); // its time is that of the frame that received it
         Datagram datagram;
         reader.readBytes(datagram.sender.bytes.data(), datagram.sender.bytes.size());
         datagram.sender.port = reader.read16();

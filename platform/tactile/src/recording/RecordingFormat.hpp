@@ -10,7 +10,7 @@
 ///
 ///     uint32   size of the body in bytes
 ///     uint32   check sum of the body: FNV-1a
-///     body     one byte that tells its kind, then
+///     body     one byte for its kind, then
 ///
 ///     'N'      a note about the table, ahead of the settings: UTF-8
 ///     'S'      settings, ahead of everything that follows: float32 x, y, width, height of the table rectangle, pixelPitchMm;

@@ -7,8 +7,8 @@
 
 namespace Tavola
 {
-/// The host's own detector in the internal overlay, for cards that the marker service does not know. It grabs none by itself;
-/// other widgets transfer their grabs to it. While such a card lies on the table a mark of class "unknown-card" stands
+/// The host's own detector in the internal overlay, for cards that are not registered with the marker service. It grabs none by
+/// itself; other widgets transfer their grabs to it. While such a card lies on the table a mark of class "unknown-card" stands
 /// under it. Covers the table. CSS type "MarkerDetectorWidget". Main thread only.
 class TAVOLA_EXPORT MarkerDetectorWidget final : public Trellis::Widget
 {

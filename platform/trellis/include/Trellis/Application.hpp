@@ -74,10 +74,10 @@ public:
     };
     [[nodiscard]] Counters counters() const noexcept;
 
-    /// Scene areas that must be drawn anew since `takeDamage` was last called; a frame in which nothing changed adds none.
+    /// Scene areas that must be drawn anew since `collectDamage` was last called; a frame in which nothing changed adds none.
     [[nodiscard]] const std::vector<Vecta::Rect>& damage() const noexcept;
-    /// Gives the damage (clipped to the table, merged to few rectangles) and begins anew.
-    [[nodiscard]] QRegion takeDamage();
+    /// Returns the damage, clipped to the table and merged to few rectangles, and clears it.
+    [[nodiscard]] QRegion collectDamage();
     /// Draws the tree as it stands.
     void render(Lantern::RenderContext& context);
     /// The whole scene as a picture of its own.

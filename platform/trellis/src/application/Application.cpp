@@ -160,7 +160,7 @@ const std::vector<Vecta::Rect>& Application::damage() const noexcept
     return d->damage.areas();
 }
 
-QRegion Application::takeDamage()
+QRegion Application::collectDamage()
 {
     QRegion region;
     for (const Vecta::Rect& area : d->damage.areas()) {

@@ -46,11 +46,11 @@ void InputRouter::removeSource(Tactile::InputSource& source)
 void InputRouter::collectSample(double timeSeconds)
 {
     if (m_sources.size() == 1) {
-        m_sources.front()->takeSample(timeSeconds, m_sample);
+        m_sources.front()->readSample(timeSeconds, m_sample);
     } else {
         m_sample.clear();
         for (Tactile::InputSource* source : m_sources) {
-            source->takeSample(timeSeconds, m_scratch);
+            source->readSample(timeSeconds, m_scratch);
             append(m_sample.fingers, m_scratch.fingers);
             append(m_sample.markers, m_scratch.markers);
             append(m_sample.changes, m_scratch.changes);

@@ -28,7 +28,8 @@ void LayoutEngine::bringUpToDate(const Widget& widget)
 {
     if (m_isRunning)
         return;
-    // Listeners to places may change the layout again; one that answers each change with another one gets no further.
+    // A listener to moves may change the layout again. The number of rounds is limited, so that one that does so every time
+    // cannot hang the frame.
     for (int round = 0; round < kMostRounds; ++round) {
         const Widget& root = *widget.nearest([](const Widget& ancestor) { return !ancestor.parent(); });
         if (!isLayoutDirty(root))

@@ -54,16 +54,17 @@ const ImageLoader::Picture* ImageLoader::request(const ImageKey& key, Done done)
         entry.known = *known;
     entry.waiters.push_back({std::move(done), known != nullptr});
     const qint64 knownTime = known ? known->modifiedMs : kUnknownTime;
-    m_pool.run('i',
-               [this, key, job, knownTime] { return [this, job, outcome = look(key, knownTime)] { finished(job, outcome); }; });
+    m_pool.run('i', [this, key, job, knownTime] {
+        return [this, job, outcome = readIfChanged(key, knownTime)] { finished(job, outcome); };
+    });
     return known;
 }
 
 ImageLoader::Picture ImageLoader::readNow(const ImageKey& key)
 {
     const Picture* known = m_cache.find(key);
-    const Outcome outcome = look(key, known ? known->modifiedMs : kUnknownTime);
-    return outcome.isUnchanged ? *known : take(key, outcome);
+    const Outcome outcome = readIfChanged(key, known ? known->modifiedMs : kUnknownTime);
+    return outcome.isUnchanged ? *known : store(key, outcome);
 }
 
 std::shared_ptr<void> ImageLoader::announce()
@@ -86,7 +87,7 @@ void ImageLoader::shutDown()
     m_cache.clear();
 }
 
-ImageLoader::Outcome ImageLoader::look(const ImageKey& key, qint64 knownModifiedMs)
+ImageLoader::Outcome ImageLoader::readIfChanged(const ImageKey& key, qint64 knownModifiedMs)
 {
     Outcome outcome;
     const QFileInfo info(key.path);
@@ -97,7 +98,7 @@ ImageLoader::Outcome ImageLoader::look(const ImageKey& key, qint64 knownModified
     return outcome;
 }
 
-ImageLoader::Picture ImageLoader::take(const ImageKey& key, const Outcome& outcome)
+ImageLoader::Picture ImageLoader::store(const ImageKey& key, const Outcome& outcome)
 {
     ++m_filesRead;
     Picture picture{outcome.read.image, outcome.read.fullSize, outcome.modifiedMs};
@@ -123,7 +124,7 @@ void ImageLoader::finished(long job, const Outcome& outcome)
     const Job ended = std::move(found->second);
     m_jobs.erase(found);
     m_jobOfKey.erase(ended.key);
-    const Picture picture = outcome.isUnchanged ? ended.known : take(ended.key, outcome);
+    const Picture picture = outcome.isUnchanged ? ended.known : store(ended.key, outcome);
     for (const Waiter& waiter : ended.waiters)
         if (!outcome.isUnchanged || !waiter.hasKnown)
             waiter.done(picture);

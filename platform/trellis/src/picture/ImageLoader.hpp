@@ -14,7 +14,7 @@ namespace Trellis
 /// Reads pictures on worker threads, each one once at a time, and shares what was read. One for the process, main thread
 /// only; results come in the input step of a frame.
 ///
-/// A picture that is in the cache is given at once; its file is looked at all the same, and read again if it has changed.
+/// A picture that is in the cache is given at once; its file is checked all the same, and read again if it has changed.
 class ImageLoader
 {
 public:
@@ -23,14 +23,14 @@ public:
 
     [[nodiscard]] static ImageLoader& instance();
 
-    /// What is there already, or null. In any case a look at the file is under way from then on, and `done` is called once
-    /// when it gives something else than what was returned. A file that cannot be read is one warning, however often it is
+    /// The picture in the cache, or null. The file is checked on a worker thread, and `done` is called once if the result differs
+    /// from what was returned. A file that cannot be read is one warning, however often it is
     /// wanted.
     [[nodiscard]] const Picture* request(const ImageKey& key, Done done);
     /// Reads in this call. For tools.
     [[nodiscard]] Picture readNow(const ImageKey& key);
 
-    /// Looks at files under way, and what was announced with `announce`.
+    /// Checks of files under way, and requests announced with `announce`.
     [[nodiscard]] int pending() const noexcept { return int(m_jobs.size()) + *m_announced; }
     /// Something that will become a request in the next frame counts as pending as long as the token lives.
     [[nodiscard]] std::shared_ptr<void> announce();
@@ -66,9 +66,11 @@ private:
 
     ImageLoader();
     ~ImageLoader();
-    static Outcome look(const ImageKey& key, qint64 knownModifiedMs);
+    /// Any thread.
+    static Outcome readIfChanged(const ImageKey& key, qint64 knownModifiedMs);
     void finished(long job, const Outcome& outcome);
-    Picture take(const ImageKey& key, const Outcome& outcome);
+    /// Puts the outcome into the cache; warns once of a file that cannot be read.
+    Picture store(const ImageKey& key, const Outcome& outcome);
 
     ImageCache m_cache;
     std::unordered_map<ImageKey, long, ImageKeyHash> m_jobOfKey;

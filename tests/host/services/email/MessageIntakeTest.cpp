@@ -200,7 +200,7 @@ TEST_CASE("message intake: an attachment that cannot be read is named, and costs
     CHECK(partBytes(bench.finished(), 1) == "first");
 }
 
-TEST_CASE("message intake: an attachment that fails in the middle is left out, and makes room for those behind it")
+TEST_CASE("message intake: an attachment that fails in the middle is left out, and makes room for those after it")
 {
     Bench bench;
     bench.settings.attachmentLimitBytes = 1'000'005;

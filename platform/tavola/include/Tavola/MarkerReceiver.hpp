@@ -10,11 +10,11 @@ class Marker;
 namespace Tavola
 {
 /// A widget class that does something with a card it is given derives from this beside Trellis::Widget.
-class TAVOLA_EXPORT MarkerTaker
+class TAVOLA_EXPORT MarkerReceiver
 {
 public:
-    virtual ~MarkerTaker();
+    virtual ~MarkerReceiver();
     /// The card that opened the widget lies on the table. Main thread.
-    virtual void takeMarker(const Tactile::Marker& marker) = 0;
+    virtual void receiveMarker(const Tactile::Marker& marker) = 0;
 };
 }

@@ -1,0 +1,6 @@
+#include <Tavola/MarkerReceiver.hpp>
+
+namespace Tavola
+{
+MarkerReceiver::~MarkerReceiver() = default;
+}

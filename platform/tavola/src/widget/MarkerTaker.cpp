@@ -1,6 +1,0 @@
-#include <Tavola/MarkerTaker.hpp>
-
-namespace Tavola
-{
-MarkerTaker::~MarkerTaker() = default;
-}
