@@ -44,7 +44,7 @@ bool isBareName(const QString& name)
     return true;
 }
 
-/// Whether a file could not be opened because there is none that may be shown under its name. ELOOP is a symbolic link,
+/// Whether opening a file failed because no file that may be shown has this name. ELOOP is a symbolic link,
 /// ENXIO a socket; the last ones are names that the file system cannot have.
 bool meansNoSuchFile(int error)
 {

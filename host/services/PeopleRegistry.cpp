@@ -45,7 +45,7 @@ SqliteTransaction::Report warning(const char* what, const QString& path)
     };
 }
 
-/// "INSERT ..." as `verb` has it.
+/// Writes people; `verb` is "INSERT", alone or with its "OR ...". False when one of them could not be written.
 bool enter(SqliteTransaction& writing, const char* verb, const std::vector<Person>& people)
 {
     const QString statement =

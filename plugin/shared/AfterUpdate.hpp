@@ -12,7 +12,8 @@
 
 namespace Tavola
 {
-/// The text of the exception that `result` failed with, as UTF-8: its own what() alone. Empty for what is no std::exception.
+/// The text of the exception that `result` failed with, as UTF-8: its own what() alone. Empty for an exception of another type
+/// than std::exception.
 template <class T>
 [[nodiscard]] QByteArray failureText(const folly::Try<T>& result)
 {

@@ -47,7 +47,7 @@ TEST_CASE("exception wrapper: throws what it holds")
     CHECK_THROWS_AS(std::rethrow_exception(wrapper.to_exception_ptr()), std::invalid_argument);
 }
 
-TEST_CASE("exception wrapper: holds what is no std::exception, without a text of its own")
+TEST_CASE("exception wrapper: holds an exception of another type than std::exception, without a text of its own")
 {
     const exception_wrapper wrapper(std::make_exception_ptr(7));
     CHECK(wrapper.get_exception<std::exception>() == nullptr);

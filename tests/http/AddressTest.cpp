@@ -40,7 +40,7 @@ TEST_CASE("HTTP address: numeric addresses with a port and Unix sockets are read
     CHECK(Address::parse(QStringLiteral("localhost:80"))->host == QLatin1String("127.0.0.1"));
 }
 
-TEST_CASE("HTTP address: what is none is refused")
+TEST_CASE("HTTP address: other texts are refused")
 {
     for (const char* text : {"", ":80", "127.0.0.1", "127.0.0.1:", "127.0.0.1:65536", "127.0.0.1:-1", "127.0.0.1:http",
                              "museum.example:80", "::1:80", "[::1]", "[::1:80", "unix:", "unix:run/commands", "/run/commands"}) {

@@ -19,7 +19,7 @@ public:
 
     /// All is as it was before.
     void mend();
-    /// Runs a statement on a file, for what is arranged once and for all.
+    /// Runs a statement on a file; its effect is not mended.
     static void run(const QString& path, const QString& statement);
 
 private:

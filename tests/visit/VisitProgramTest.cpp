@@ -180,7 +180,7 @@ TEST_CASE("visit program: by TCP it says so when no table listens")
     const Outcome outcome = run({write(dir, kVisit), QStringLiteral("--to"), target});
     CHECK(outcome.exitCode == 1);
     CHECK(outcome.err
-          == QStringLiteral("tavola-visit # Failed to reach %1 (Connection refused); look at --to and at the network\n")
+          == QStringLiteral("tavola-visit # Failed to reach %1 (Connection refused); check --to and the network\n")
                  .arg(target.mid(4)));
 }
 
@@ -209,7 +209,7 @@ TEST_CASE("visit program: wrong arguments and a file that is not there are named
         {{"a", "--rate", "0"}, 2, "tavola-visit # Failed to read --rate \"0\"; give a number from 1 to 1000\n"},
         {{"/nowhere/visit.txt"},
          1,
-         "tavola-visit # Failed to read /nowhere/visit.txt (No such file or directory); look at its name and rights\n"},
+         "tavola-visit # Failed to read /nowhere/visit.txt (No such file or directory); check its name and rights\n"},
     };
     for (const auto& row : rows) {
         CAPTURE(row.text);

@@ -77,7 +77,7 @@ TEST_CASE("visit sender: a table that cannot be found or reached is named with t
     Visit::Sender away(target(true, port));
     CHECK_FALSE(away.open());
     CHECK(away.errorText()
-          == "Failed to reach 127.0.0.1:" + std::to_string(port) + " (Connection refused); look at --to and at the network");
+          == "Failed to reach 127.0.0.1:" + std::to_string(port) + " (Connection refused); check --to and the network");
 
     Visit::Target nowhere = target(false, 3333);
     nowhere.host = "no host";

@@ -25,7 +25,7 @@ bool Sender::open()
     const std::string where = m_target.host + ':' + m_target.port;
     const int error = getaddrinfo(m_target.host.c_str(), m_target.port.c_str(), &hints, &found);
     if (error != 0) {
-        m_errorText = "Failed to find " + where + " (" + gai_strerror(error) + "); look at --to";
+        m_errorText = "Failed to find " + where + " (" + gai_strerror(error) + "); check --to";
         return false;
     }
     for (const addrinfo* a = found; a && m_descriptor < 0; a = a->ai_next) {
@@ -38,7 +38,7 @@ bool Sender::open()
         }
     }
     if (m_descriptor < 0)
-        m_errorText = "Failed to reach " + where + " (" + std::strerror(errno) + "); look at --to and at the network";
+        m_errorText = "Failed to reach " + where + " (" + std::strerror(errno) + "); check --to and the network";
     freeaddrinfo(found);
     const int yes = 1;
     if (m_target.isStream && m_descriptor >= 0)
@@ -61,7 +61,7 @@ bool Sender::send(const std::vector<char>& packet)
     }
     if (!isSent)
         m_errorText = "Failed to send to " + m_target.host + ':' + m_target.port + " (" + std::strerror(errno)
-            + "); look at --to and at the network";
+            + "); check --to and the network";
     return isSent;
 }
 

@@ -74,8 +74,7 @@ int main(int argumentCount, char** arguments)
     std::ifstream file(options.file, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     if (!file.is_open() || file.bad())
-        return fail("Failed to read " + options.file + " (" + std::strerror(errno) + "); look at its name and rights",
-                    kExitFailed);
+        return fail("Failed to read " + options.file + " (" + std::strerror(errno) + "); check its name and rights", kExitFailed);
     Visit::ParsedScript parsed = Visit::parseScript(text);
     for (const Visit::ScriptError& error : parsed.errors)
         std::fprintf(stderr, "%s:%d:%d: %s\n", options.file.c_str(), error.line, error.column, error.text.c_str());

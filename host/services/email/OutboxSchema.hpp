@@ -13,7 +13,7 @@ class OutboxFiles;
 namespace OutboxSchema
 {
 /// Makes the SQLite file, or brings one of version 1 up to date, which `lock` must allow: every message is composed into a
-/// finished file; one of which parts are lost becomes failed. All of it or nothing; the old copies become orphans. False, with
+/// finished file; a message that lost parts becomes failed. All of them or none; the old copies become orphans. False, with
 /// the reason in `error`, when the file is something else or of a newer version, or cannot be written. Blocks.
 [[nodiscard]] bool prepare(const QString& path, const OutboxFiles& files, const std::function<bool()>& lock, QString& error);
 }

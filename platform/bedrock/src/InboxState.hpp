@@ -57,18 +57,19 @@ struct InboxState
     // Guarded by the mutex.
     using Waiting = std::deque<Result>::iterator;
     using Open = std::map<std::uint64_t, Job>::iterator;
-    /// The place of what is wanted, or the end.
+    /// Where the wanted result or its job stands; the end when it does not.
     [[nodiscard]] Waiting findWaiting(const Arrival& wanted);
     [[nodiscard]] Open findOpen(const Arrival& wanted);
-    /// Whether it is not there, but may still arrive.
+    /// Whether the result has not arrived, but still may.
     [[nodiscard]] bool isComing(const Arrival& wanted);
-    /// Whether a job that should be there has gone another way; a job that ended without this result was given up, which is none.
+    /// Whether the run differs from the recorded one: the job has not begun, or is still open. A job that ended without this
+    /// result was given up, which is no difference.
     [[nodiscard]] bool isAnother(const Arrival& wanted);
     /// Removes what is wanted from the queue; nothing when it does not wait there.
     [[nodiscard]] std::optional<Result> extractWaiting(const Arrival& wanted);
-    /// Results of jobs that other threads began: they have no order, and go to the frame as they come.
+    /// Moves results of jobs that other threads began to `running`: they have no order, and belong to the next frame.
     void moveUnordered();
-    /// Ends the job, whose result is what the arrival says.
+    /// Ends the job and returns its result, with the content of `arrival`.
     [[nodiscard]] Result endOutside(Open job, const Arrival& arrival);
 };
 }

@@ -87,7 +87,7 @@ TEST_CASE("invalidation: a change restyles only what some selector lets it reach
     }
 }
 
-TEST_CASE("invalidation: a change that is none restyles nothing")
+TEST_CASE("invalidation: setting what is set already restyles nothing")
 {
     StyleFixture fixture;
     auto& node = fixture.add("", "N", "n", "a");

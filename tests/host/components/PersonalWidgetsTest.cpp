@@ -83,7 +83,7 @@ TEST_CASE("personal widgets: one that was taken from the table is made anew")
     CHECK(second->parent());
 }
 
-TEST_CASE("personal widgets: why there is none is said")
+TEST_CASE("personal widgets: a failure names the reason")
 {
     Fixture table;
     PersonalWidgets widgets;

@@ -163,7 +163,7 @@ TEST_CASE("loopback server: a page of another machine cannot make a browser ask"
           == 200);
 }
 
-TEST_CASE("loopback server: what is no HTTP gets status 400 and the end of the connection")
+TEST_CASE("loopback server: a request that is no HTTP gets status 400 and the end of the connection")
 {
     Fixture f;
     for (const QByteArray& bytes :

@@ -116,7 +116,7 @@ TEST_CASE("presentation: an empty object is a presentation of nothing")
     CHECK(presentation.mediaServers.empty());
 }
 
-TEST_CASE("presentation: what is no JSON is refused with line and column")
+TEST_CASE("presentation: a file that is no JSON is refused with line and column")
 {
     struct Row
     {

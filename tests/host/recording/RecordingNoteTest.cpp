@@ -16,7 +16,7 @@ TEST_CASE("recording note: what it says of a table is read again as it was")
     CHECK(read.people == note.people);
 }
 
-TEST_CASE("recording note: what the text does not tell is empty")
+TEST_CASE("recording note: what the text does not contain is empty")
 {
     for (const char* text : {"", "no note", "[]", "{}", R"({"presentation": 3, "mediaServers": "hall", "people": null})"}) {
         CAPTURE(text);

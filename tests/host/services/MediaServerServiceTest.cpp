@@ -120,7 +120,7 @@ TEST_CASE(
     CHECK(askOf(reply("401 Who?", "", "WWW-Authenticate: Basic realm=\"media\"\r\n")).failure == "answered with status 401");
 }
 
-TEST_CASE("media server service: what is no JSON object is no answer")
+TEST_CASE("media server service: an answer that is no JSON object is a failure")
 {
     for (const char* body : {"", "<html>", "[1, 2]", "\"text\"", "5", "{\"a\": 1", "{} {}", "\xff\xfe"}) {
         CAPTURE(body);
@@ -277,7 +277,7 @@ TEST_CASE("media server service: a length that is too short cuts the answer, whi
     CHECK(askOf("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\n{\"success\": true}").failure == "sent no JSON object");
 }
 
-TEST_CASE("media server service: what is no HTTP is no answer")
+TEST_CASE("media server service: an answer that is no HTTP is a failure")
 {
     CHECK(askOf("SSH-2.0-OpenSSH_9.2\r\n").failure == "cut the connection");
 }

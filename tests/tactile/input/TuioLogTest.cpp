@@ -14,7 +14,7 @@ using Tactile::TuioDrop;
 
 namespace
 {
-/// A log and the decoder that it tells of.
+/// A log and the decoder whose events it reports.
 struct Direct
 {
     Tactile::TuioDecoder decoder;

@@ -272,13 +272,13 @@ TEST_CASE("datagram player: a damaged byte ends the replay there, with a warning
     CHECK(folder.replay().size() == 1);
 }
 
-TEST_CASE("datagram player: what cannot be played is told with its remedy")
+TEST_CASE("datagram player: what cannot be played is reported with its remedy")
 {
     const Folder folder;
     std::string error;
     const std::string head = "DatagramPlayer # Failed to read " + folder.file;
     CHECK_FALSE(DatagramPlayer::open(folder.file, error));
-    CHECK(error == head + " (No such file or directory); look at its name and rights");
+    CHECK(error == head + " (No such file or directory); check its name and rights");
     folder.write("at 0 card 1 down 0 0\n");
     CHECK_FALSE(DatagramPlayer::open(folder.file, error));
     CHECK(error == head + " (no recording of a table); give a file that \"tavola run --record\" made");

@@ -34,7 +34,7 @@ TEST_CASE("datagram recorder: without steps the frames' times are recorded by th
     CHECK_FALSE(player->nextFrame(input));
 }
 
-TEST_CASE("datagram recorder: what cannot be recorded is told with its remedy, and a file that is there stays as it is")
+TEST_CASE("datagram recorder: what cannot be recorded is reported with its remedy, and a file that is there stays as it is")
 {
     const Folder folder;
     std::string error;
@@ -118,7 +118,7 @@ TEST_CASE("datagram recorder: a datagram is kept to the byte, with who sent it a
     CHECK(body == QByteArray(expected, sizeof expected - 1));
 }
 
-TEST_CASE("datagram recorder: what several threads tell it stands in it whole")
+TEST_CASE("datagram recorder: records of several threads stand in it whole")
 {
     const Folder folder;
     {

@@ -49,7 +49,7 @@ TEST_CASE("network source: it listens on this machine only, unless told otherwis
     CHECK(NetworkSettings().allowedSenders.empty());
 }
 
-TEST_CASE("network source: what keeps it from listening is told with its remedy")
+TEST_CASE("network source: what keeps it from listening is reported with its remedy")
 {
     for (const Kind& kind : kKinds) {
         const auto first = kind.make(onPort(0));

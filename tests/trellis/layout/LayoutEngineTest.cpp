@@ -18,7 +18,7 @@ Widget& child(Widget& parent, const char* declarations)
     return *widget;
 }
 
-/// Content of a size that it says itself, and a count of how often it was asked.
+/// Content with a size of its own; counts how often the size was read.
 class Content final : public Widget
 {
 public:

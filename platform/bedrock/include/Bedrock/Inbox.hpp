@@ -75,7 +75,7 @@ public:
     void setTap(Tap tap);
     /// Not owned. Null ends it. Clears, and counts jobs from 1.
     void setSource(InboxSource* source);
-    /// Blocks at most that long, until none of these can come any more that is not there yet. True when that is so.
+    /// Blocks until each of these results has arrived or cannot arrive any more. False when `patience` ended first.
     [[nodiscard]] bool waitFor(const std::vector<Arrival>& arrivals, std::chrono::milliseconds patience) const;
 
 private:

@@ -7,7 +7,7 @@
 
 namespace Bedrock
 {
-/// A few threads that work off a queue: for reading, decoding and writing of which one service has much to do.
+/// A few threads that work off a queue: for a service that reads, decodes or writes much.
 /// Tasks begin in the order they were added; with one thread they also end in it. For work that takes turns with that of other
 /// classes, see `BGThread`.
 ///

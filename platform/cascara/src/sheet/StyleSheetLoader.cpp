@@ -37,7 +37,7 @@ void warnAt(const QString& text, int place, const QString& path, const QString& 
     warn(path, before.count(QLatin1Char('\n')) + 1, column, what);
 }
 
-/// Says where the first character stands that is none. What can be read of the file is used.
+/// Warns of invalid UTF-8, with the place of the first such byte. The rest of the file is used.
 void warnOfEncoding(const QByteArray& bytes, QString& text, const QString& path)
 {
     const int nul = text.indexOf(QChar(0));

@@ -5,7 +5,7 @@
 
 namespace Http
 {
-/// How many may be connected to one door at once, and for what.
+/// How many connections one door has at once.
 struct ConnectionLimits
 {
     std::size_t connections = 512;

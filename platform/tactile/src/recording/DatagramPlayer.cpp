@@ -170,7 +170,7 @@ std::unique_ptr<DatagramPlayer> DatagramPlayer::open(const std::string& file, st
     std::string line;
     if (!d.stream) {
         error = "DatagramPlayer # Failed to read " + file + " (" + std::generic_category().message(errno)
-            + "); look at its name and rights";
+            + "); check its name and rights";
         return nullptr;
     }
     line.resize(Recording::kFirstLine.size());

@@ -92,7 +92,7 @@ bool NetworkDatagramSource::openSocket()
     m_socket = ::socket(address.storage.ss_family, (isStream ? SOCK_STREAM : SOCK_DGRAM) | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (m_socket < 0)
         return fail("Failed to make a socket for " + where + " (" + systemError(errno)
-                    + "); look at this machine's network and its limit of open files");
+                    + "); check this machine's network and the limit of open files");
     // Connections of a table that has just ended must not keep the port from the next table.
     const int yes = 1;
     if (isStream)

@@ -19,7 +19,7 @@ public:
     DeliveredReply(QNetworkAccessManager::Operation operation, const QNetworkRequest& request, QNetworkAccessManager* manager);
     ~DeliveredReply() override;
 
-    /// Owns the transport from here on, and answers with what came of it.
+    /// Takes ownership of the transport, and answers with its outcome.
     void carry(QNetworkReply* transport, Bedrock::BytesReply answer);
     /// `bytes` of a NetworkAnswer. Without effect on one that was aborted.
     void finish(const QByteArray& bytes);

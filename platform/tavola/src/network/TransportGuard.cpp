@@ -13,7 +13,7 @@ namespace Tavola
 {
 namespace
 {
-/// The size that a picture announces; empty for what is none or announces none.
+/// The size in the header of a picture; empty for a picture without one and for other data.
 QSize announcedSize(const QByteArray& body)
 {
     QBuffer buffer;

@@ -24,8 +24,7 @@ public:
     [[nodiscard]] static ImageLoader& instance();
 
     /// The picture in the cache, or null. The file is checked on a worker thread, and `done` is called once if the result differs
-    /// from what was returned. A file that cannot be read is one warning, however often it is
-    /// wanted.
+    /// from what was returned. A file that cannot be read is one warning, however often it is requested.
     [[nodiscard]] const Picture* request(const ImageKey& key, Done done);
     /// Reads in this call. For tools.
     [[nodiscard]] Picture readNow(const ImageKey& key);

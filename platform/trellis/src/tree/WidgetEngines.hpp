@@ -34,7 +34,7 @@ public:
     virtual void stopMotion(Widget& widget) = 0;
     /// Ends silently what fingers and markers do with the widget and everything in it.
     virtual void dropInput(Widget& widget) = 0;
-    /// The widget with everything in it leaves the application's tree; all of it is still whole.
+    /// The widget with everything in it leaves the application's tree; nothing of it is destroyed yet.
     virtual void widgetLeaves(Widget& widget) = 0;
     /// The widget was taken from its parent: it is kept until the end of the frame.
     virtual void widgetRemoved(Bedrock::IntrusivePtr<Widget> widget) = 0;

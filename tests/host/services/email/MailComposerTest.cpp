@@ -274,7 +274,7 @@ TEST_CASE("mail composer: an address has its domain in ASCII")
     CHECK(header(bench.mail(), "To") == "ann@xn--mnchen-3ya.example");
 }
 
-TEST_CASE("mail composer: what is no ordinary file is not even read, so that it cannot keep the table waiting")
+TEST_CASE("mail composer: only ordinary files are read, so that a pipe cannot keep the table waiting")
 {
     const Folder folder;
     const QString pipe = folder.path("pipe");
