@@ -16,7 +16,7 @@
 #include <memory>
 #include <thread>
 
-/// A registry with a few people, and the service of a table that knows them.
+/// A registry with a few people, and the service of a table that has them in its cache.
 struct PeopleTable
 {
     PeopleTable()
