@@ -2,7 +2,6 @@
 
 #include "ContentFolder.hpp"
 #include "ItemStore.hpp"
-#include "Log.hpp"
 #include "WebLink.hpp"
 
 #include <QJsonDocument>
@@ -30,21 +29,6 @@ CommandAnswer failure(int httpStatus, const QString& error)
 CommandAnswer notUnderstood(const QString& error)
 {
     return failure(400, error);
-}
-
-/// The answer says that nothing was done; the reason goes to the log only.
-CommandAnswer storeFailed(const char* command, const QString& reason)
-{
-    logWarning(QStringLiteral("%1 failed in the database").arg(QLatin1String(command)), reason);
-    return failure(500, QStringLiteral("The media server could not reach its database; nothing was changed. Try again later."));
-}
-
-CommandAnswer notOpened(const ContentError& error)
-{
-    if (error.kind == ContentError::Kind::NoSuchFile)
-        return failure(200, error.text);
-    logWarning(QStringLiteral("A file could not be opened"), error.reason);
-    return failure(500, error.text);
 }
 
 /// A JSON number that is a whole number of 64 bits.
@@ -90,6 +74,20 @@ Result<Item> itemOf(const QJsonObject& command)
 }
 
 } // namespace
+
+CommandAnswer CommandHandler::storeFailed(const char* command, const QString& reason)
+{
+    m_warnings.log(QStringLiteral("%1 failed in the database").arg(QLatin1String(command)), reason);
+    return failure(500, QStringLiteral("The media server could not reach its database; nothing was changed. Try again later."));
+}
+
+CommandAnswer CommandHandler::notOpened(const ContentError& error)
+{
+    if (error.kind == ContentError::Kind::NoSuchFile)
+        return failure(200, error.text);
+    m_warnings.log(QStringLiteral("A file could not be opened"), error.reason);
+    return failure(500, error.text);
+}
 
 CommandHandler::CommandHandler(ItemStore& store, const ContentFolder& content, const PageAddresses& addresses)
     : m_store(store), m_content(content), m_addresses(addresses)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PageAddresses.hpp"
+#include "RareWarnings.hpp"
 
 #include <QJsonObject>
 
@@ -11,6 +12,7 @@ namespace MediaServer
 
 class ContentFolder;
 class ItemStore;
+struct ContentError;
 struct Item;
 
 /// The answer to one command: {"success": true, ...} or {"success": false, "error": "clear text"}.
@@ -35,10 +37,14 @@ private:
     [[nodiscard]] CommandAnswer getUserPage(qint64 tessel);
     [[nodiscard]] CommandAnswer addItem(qint64 tessel, const Item& item);
     [[nodiscard]] CommandAnswer deleteItem(qint64 tessel, const Item& item);
+    /// The answer says that nothing was done; the reason goes to the log only.
+    [[nodiscard]] CommandAnswer storeFailed(const char* command, const QString& reason);
+    [[nodiscard]] CommandAnswer notOpened(const ContentError& error);
 
     ItemStore& m_store;
     const ContentFolder& m_content;
     PageAddresses m_addresses;
+    RareWarnings m_warnings;
 };
 
 } // namespace MediaServer

@@ -1,7 +1,6 @@
 #include "Site.hpp"
 
 #include "ItemStore.hpp"
-#include "Log.hpp"
 #include "QrCode.hpp"
 
 #include <QJsonDocument>
@@ -58,7 +57,7 @@ Http::Response Site::health()
     const auto found = m_store.personOf(QStringLiteral("0000000000000000000000"));
     if (found)
         return Http::plainResponse(200, "ok\n");
-    logWarning(QStringLiteral("The database cannot be read"), found.error());
+    m_warnings.log(QStringLiteral("The database cannot be read"), found.error());
     return Http::plainResponse(503, "The database cannot be read.\n");
 }
 
@@ -97,17 +96,17 @@ Http::Response Site::page(const QString& token, qint64 tessel)
     }
     // One line for the whole page: the reason why one file is unreadable is mostly that of all.
     if (!unreadable.isEmpty())
-        logWarning(QStringLiteral("A page shows files as not available that could not be opened"), unreadable);
+        m_warnings.log(QStringLiteral("A page shows files as not available that could not be opened"), unreadable);
     return html(200, m_renderer.collection(token, shown));
 }
 
-Http::Response Site::qrCode(const QString& token) const
+Http::Response Site::qrCode(const QString& token)
 {
     Http::Response response;
     response.contentType = "image/png";
     response.body = qrCodePng(m_addresses.page(token).toUtf8());
     if (response.body.isEmpty()) {
-        logWarning(QStringLiteral("A page's address is too long for a QR code"), QStringLiteral("shorten --public-url"));
+        m_warnings.log(QStringLiteral("A page's address is too long for a QR code"), QStringLiteral("shorten --public-url"));
         return Http::plainResponse(500, "The QR code could not be made.\n");
     }
     response.addHeader("Cache-Control", "private, max-age=3600");
@@ -169,15 +168,15 @@ Http::Response Site::wrongMethod() const
     return response;
 }
 
-Http::Response Site::storeFailed(const QString& reason) const
+Http::Response Site::storeFailed(const QString& reason)
 {
-    logWarning(QStringLiteral("A page could not be read from the database"), reason);
+    m_warnings.log(QStringLiteral("A page could not be read from the database"), reason);
     return notRightNow();
 }
 
-Http::Response Site::fileFailed(const QString& reason) const
+Http::Response Site::fileFailed(const QString& reason)
 {
-    logWarning(QStringLiteral("A file could not be opened"), reason);
+    m_warnings.log(QStringLiteral("A file could not be opened"), reason);
     return notRightNow();
 }
 

@@ -3,6 +3,7 @@
 #include "ContentFolder.hpp"
 #include "PageAddresses.hpp"
 #include "PageRenderer.hpp"
+#include "RareWarnings.hpp"
 #include <Http/Message.hpp>
 
 namespace MediaServer
@@ -30,20 +31,21 @@ private:
     [[nodiscard]] Http::Response health();
     [[nodiscard]] Http::Response personal(const QString& token, const QStringList& rest);
     [[nodiscard]] Http::Response page(const QString& token, qint64 tessel);
-    [[nodiscard]] Http::Response qrCode(const QString& token) const;
+    [[nodiscard]] Http::Response qrCode(const QString& token);
     [[nodiscard]] Http::Response file(qint64 tessel, const QString& id);
 
     [[nodiscard]] Http::Response html(int status, const QByteArray& document) const;
     [[nodiscard]] Http::Response notFound() const;
     [[nodiscard]] Http::Response wrongMethod() const;
-    [[nodiscard]] Http::Response storeFailed(const QString& reason) const;
-    [[nodiscard]] Http::Response fileFailed(const QString& reason) const;
+    [[nodiscard]] Http::Response storeFailed(const QString& reason);
+    [[nodiscard]] Http::Response fileFailed(const QString& reason);
     [[nodiscard]] Http::Response notRightNow() const;
 
     ItemStore& m_store;
     ContentFolder m_content;
     PageAddresses m_addresses;
     PageRenderer m_renderer;
+    RareWarnings m_warnings;
 };
 
 } // namespace MediaServer
