@@ -89,8 +89,8 @@ CommandAnswer CommandHandler::notOpened(const ContentError& error)
     return failure(500, error.text);
 }
 
-CommandHandler::CommandHandler(ItemStore& store, const ContentFolder& content, const PageAddresses& addresses)
-    : m_store(store), m_content(content), m_addresses(addresses)
+CommandHandler::CommandHandler(ItemStore& store, const ContentFolder& content, const PageAddresses& addresses, int mostItems)
+    : m_store(store), m_content(content), m_addresses(addresses), m_mostItems(mostItems)
 {
 }
 
@@ -145,6 +145,14 @@ CommandAnswer CommandHandler::addItem(qint64 tessel, const Item& item)
     if (item.kind == ItemKind::File) {
         if (const auto file = m_content.open(item.value); !file)
             return notOpened(file.error());
+    }
+    const auto hasRoom = m_store.hasRoom(tessel, item, m_mostItems);
+    if (!hasRoom)
+        return storeFailed("additem", hasRoom.error());
+    if (!*hasRoom) {
+        return failure(200,
+                       QStringLiteral("This person has %1 items already, which is the most a page can have: remove one first.")
+                           .arg(m_mostItems));
     }
     if (const auto added = m_store.add(tessel, item); !added)
         return storeFailed("additem", added.error());

@@ -28,7 +28,11 @@ struct CommandAnswer
 class CommandHandler
 {
 public:
-    CommandHandler(ItemStore& store, const ContentFolder& content, const PageAddresses& addresses);
+    /// More than a visitor collects in a day; a page with many more would not open on a phone.
+    static constexpr int kMostItems = 1000;
+
+    /// `mostItems`: of one person; "additem" fails beyond it.
+    CommandHandler(ItemStore& store, const ContentFolder& content, const PageAddresses& addresses, int mostItems = kMostItems);
 
     /// `body`: one JSON object, in UTF-8.
     [[nodiscard]] CommandAnswer handle(const QByteArray& body);
@@ -44,6 +48,7 @@ private:
     ItemStore& m_store;
     const ContentFolder& m_content;
     PageAddresses m_addresses;
+    int m_mostItems;
     RareWarnings m_warnings;
 };
 

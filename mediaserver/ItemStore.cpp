@@ -209,6 +209,16 @@ Result<void> ItemStore::add(qint64 tessel, const Item& item)
     return {};
 }
 
+Result<bool> ItemStore::hasRoom(qint64 tessel, const Item& item, int most)
+{
+    auto row = query("SELECT (SELECT count(*) FROM item WHERE tessel = ?) < ?"
+                     " OR EXISTS (SELECT 1 FROM item WHERE tessel = ? AND kind = ? AND value = ?)",
+                     {tessel, most, tessel, kindText(item.kind), textValue(item.value)});
+    if (!row)
+        return tl::unexpected(row.error());
+    return row->next() && row->value(0).toBool();
+}
+
 Result<bool> ItemStore::remove(qint64 tessel, ItemKind kind, const QString& value)
 {
     const auto removed =

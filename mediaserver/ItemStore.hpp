@@ -51,6 +51,9 @@ public:
     /// Stores the item; when the person has it already, only its names are updated. `item.id` is ignored.
     [[nodiscard]] Result<void> add(qint64 tessel, const Item& item);
 
+    /// Whether add() would leave the person with `most` items or fewer: there is room, or the item is there already.
+    [[nodiscard]] Result<bool> hasRoom(qint64 tessel, const Item& item, int most);
+
     /// False when the person does not have it.
     [[nodiscard]] Result<bool> remove(qint64 tessel, ItemKind kind, const QString& value);
 

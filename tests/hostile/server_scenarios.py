@@ -177,22 +177,22 @@ def server_kills(build, folder):
     """Thirty kills in the middle of a burst: what was acknowledged is there afterwards."""
     acknowledged = []
     number = 0
-    for _ in range(30):
+    for person in range(30):
         server = Server(build, folder)
         server.__enter__()
         stop = threading.Event()
 
-        def burst(first, end=stop, port=server.commands):
+        def burst(first, end=stop, port=server.commands, tessel=person):
             item = first
             while not end.is_set():
                 item += 4
-                body = json.dumps({"command": "additem", "tessel": 7, "url": f"https://museum.example/{item}"}).encode()
+                body = json.dumps({"command": "additem", "tessel": tessel, "url": f"https://museum.example/{item}"}).encode()
                 try:
                     status, answer = ask(port, "POST", "/", body, seconds=5)
                 except OSError:
                     return
                 if status == 200 and b'"success":true' in answer:
-                    acknowledged.append(item)
+                    acknowledged.append((tessel, item))
 
         threads = [threading.Thread(target=burst, args=(number + lane,)) for lane in range(4)]
         for thread in threads:
@@ -206,11 +206,10 @@ def server_kills(build, folder):
         stop.set()
         for thread in threads:
             thread.join()
-        number = max(acknowledged, default=number) + 1000
-        number -= number % 4
+        number += 100000
     with Server(build, folder) as server:
-        shown = server.shown(server.page(7))
-        lost = [item for item in acknowledged if f"https://museum.example/{item}\"".encode() not in shown]
+        shown = [server.shown(server.page(person)) for person in range(30)]
+        lost = [item for person, item in acknowledged if f"https://museum.example/{item}\"".encode() not in shown[person]]
         assert not lost, f"{len(lost)} of {len(acknowledged)} acknowledged items are lost, such as {lost[:3]}"
         report(f"30 kills: all {len(acknowledged)} acknowledged items are there")
 

@@ -7,7 +7,8 @@ using Http::Connection;
 
 // What a connection sends and receives is tested with its server.
 
-TEST_CASE("HTTP connection: this machine has no address of its own, whichever it uses; others have theirs")
+TEST_CASE("HTTP connection: this machine has no address of its own, whichever it uses; others have theirs, and those of IPv6 "
+          "share one per network")
 {
     struct Row
     {
@@ -23,7 +24,9 @@ TEST_CASE("HTTP connection: this machine has no address of its own, whichever it
         {"192.0.2.5", "192.0.2.5", ""},
         {"192.0.2.6", "192.0.2.5", "192.0.2.6"},
         {"::ffff:192.0.2.6", "::ffff:192.0.2.5", "192.0.2.6"},
-        {"2001:db8::6", "2001:db8::5", "2001:db8::6"},
+        {"2001:db8::6", "2001:db8::5", "2001:db8::/64"},
+        {"2001:db8::aaaa:bbbb:cccc:dddd", "2001:db8:0:1::5", "2001:db8::/64"},
+        {"2001:db8:1:2:3:4:5:6", "2001:db8::5", "2001:db8:1:2::/64"},
         {"2001:db8::5", "2001:db8::5", ""},
     };
     for (const Row& row : rows) {

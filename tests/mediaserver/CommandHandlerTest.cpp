@@ -183,3 +183,26 @@ TEST_CASE_FIXTURE(Fixture, "command handler: a file that cannot be read now is l
     CHECK(count(7) == 0);
     CHECK(succeeds(R"({"command":"additem","tessel":7,"filename":"boat.png"})"));
 }
+
+TEST_CASE_FIXTURE(Fixture, "command handler: a person has so many items and no more, until one is removed")
+{
+    CommandHandler small(**store, content, PageAddresses(QStringLiteral("https://museum.example/table")), 2);
+    const auto add = [&](int tessel, int page) {
+        return small.handle(
+            QStringLiteral(R"({"command":"additem","tessel":%1,"url":"https://a.example/%2"})").arg(tessel).arg(page).toUtf8());
+    };
+    CHECK(add(7, 1).json.value(QLatin1String("success")).toBool());
+    CHECK(add(7, 2).json.value(QLatin1String("success")).toBool());
+    const CommandAnswer refused = add(7, 3);
+    CHECK(refused.httpStatus == 200);
+    CHECK(refused.json.value(QLatin1String("error")).toString()
+          == QLatin1String("This person has 2 items already, which is the most a page can have: remove one first."));
+    CHECK(count(7) == 2);
+    // What is there already may be sent again, and others have room of their own.
+    CHECK(add(7, 2).json.value(QLatin1String("success")).toBool());
+    CHECK(add(8, 3).json.value(QLatin1String("success")).toBool());
+    CHECK(small.handle(R"({"command":"deleteitem","tessel":7,"url":"https://a.example/1"})")
+              .json.value(QLatin1String("success"))
+              .toBool());
+    CHECK(add(7, 3).json.value(QLatin1String("success")).toBool());
+}

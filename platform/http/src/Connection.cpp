@@ -74,7 +74,14 @@ std::string Connection::clientAddress(asio::ip::address remote, asio::ip::addres
         if (address->is_v6() && address->to_v6().is_v4_mapped())
             *address = asio::ip::make_address_v4(asio::ip::v4_mapped, address->to_v6());
     }
-    return remote.is_loopback() || remote == local ? std::string() : remote.to_string();
+    if (remote.is_loopback() || remote == local)
+        return {};
+    if (!remote.is_v6())
+        return remote.to_string();
+    // A device of IPv6 has as many addresses as it likes below a prefix of 64 bits (RFC 4291, interface identifiers).
+    auto bytes = remote.to_v6().to_bytes();
+    std::fill(bytes.begin() + 8, bytes.end(), static_cast<unsigned char>(0));
+    return asio::ip::address_v6(bytes).to_string() + "/64";
 }
 
 Connection::Connection(Door& door, Socket socket, std::string address)
