@@ -2,9 +2,11 @@
 import json
 import os
 import random
+import re
 import signal
 import socket
 import struct
+import subprocess
 import time
 
 from http_bytes import ask, connect, exchange, port_of
@@ -141,4 +143,39 @@ def table_kills(build, folder):
         report(f"{opened} kills, and the table opens with its people and without an error")
 
 
-SCENARIOS = {"packets": packets, "connections": connections, "table_kills": table_kills}
+def deaf_log(build, folder):
+    """A table whose log has no reader: every line of it would end a program that SIGPIPE ends."""
+    reader, writer = os.pipe()
+    os.close(reader)
+    data = os.path.join(folder, "data")
+    command = [os.path.join(build, "bin", "tavola"), "run", os.path.join(PRESENTATIONS, "gallery"), "--headless", "--inspect", "0",
+               "--tuio", "127.0.0.1:0", "--data", data]
+    process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=writer, text=True,
+                               preexec_fn=lambda: signal.signal(signal.SIGPIPE, signal.SIG_DFL))
+    os.close(writer)
+    try:
+        found = {}
+        for line in process.stdout:
+            for name, pattern in (("inspector", r"inspector on (http://\S+?)/$"), ("tuio", r"TUIO on \S+:(\d+)"), ("open", r"is open$")):
+                match = re.search(pattern, line.rstrip("\n"))
+                if match:
+                    found[name] = match.group(match.re.groups)
+            if "open" in found:
+                break
+        assert "open" in found, f"the table ended with {process.wait()} before it was open"
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sender:
+            sender.sendto(b"rubbish", ("127.0.0.1", int(found["tuio"])))
+        deadline = time.monotonic() + 20
+        lines = []
+        while not lines and time.monotonic() < deadline:
+            lines = [line for line in json.loads(fetch(found["inspector"] + "/log")) if line["level"] != "info"]
+        assert lines, "the table logged nothing, so nothing was tried"
+        assert process.poll() is None, "the table ended with its log's reader"
+        report("a table whose log has no reader goes on")
+    finally:
+        process.terminate()
+        code = process.wait(20)
+    assert code == 0, f"the table ended with {code}"
+
+
+SCENARIOS = {"deaf_log": deaf_log, "packets": packets, "connections": connections, "table_kills": table_kills}

@@ -43,10 +43,13 @@ private:
 std::vector<QByteArray> namesIn(int folder)
 {
     std::vector<QByteArray> names;
-    // closedir closes its descriptor.
-    DIR* const listing = ::fdopendir(::dup(folder));
-    if (!listing)
+    const int copy = ::fcntl(folder, F_DUPFD_CLOEXEC, 0); // closedir closes its descriptor
+    DIR* const listing = copy >= 0 ? ::fdopendir(copy) : nullptr;
+    if (!listing) {
+        if (copy >= 0)
+            ::close(copy);
         return names;
+    }
     ::rewinddir(listing);
     while (const dirent* entry = ::readdir(listing)) {
         const QByteArray name(entry->d_name);
