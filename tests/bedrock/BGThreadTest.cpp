@@ -106,11 +106,11 @@ TEST_CASE("background thread: what a task added before it threw still enters")
 {
     BGThread thread;
     int ran = 0;
+    TestSupport::expectError("BGThread # A task failed and is dropped (no paper)");
     thread.addTask(std::make_shared<FunctionTask>([&](Task&) {
         AfterUpdateQueue::instance().add([&ran] { ++ran; });
         throw std::runtime_error("no paper");
     }));
-    TestSupport::expectError("BGThread # A task failed and is dropped (no paper)");
     thread.waitUntilIdle();
     CHECK(Inbox::instance().deliver() == 1);
     CHECK(AfterUpdateQueue::instance().drain() == 1);

@@ -249,9 +249,9 @@ TEST_CASE("worker pool: a job ends also when its work has no result, throws or i
     auto& inbox = Bedrock::Inbox::instance();
     WorkerPool pool(1);
     Gate gate;
+    TestSupport::expectError("WorkerPool # A task failed and is dropped (no paper)");
     pool.run('i', [] { return std::function<void()>(); });
     pool.run('i', []() -> std::function<void()> { throw std::runtime_error("no paper"); });
-    TestSupport::expectError("WorkerPool # A task failed and is dropped (no paper)");
     pool.add(gate.task());
     gate.waitUntilEntered();
     CHECK(inbox.openJobs() == 0);
