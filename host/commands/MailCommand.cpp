@@ -54,6 +54,7 @@ public:
 struct Queue
 {
     QString service;
+    Outbox::Limits limits;
     std::unique_ptr<Outbox> outbox;
 };
 
@@ -86,7 +87,7 @@ bool openQueues(const Request& request, std::vector<Queue>& queues, QString& err
             continue;
         const QString folder = outboxFolder(data, settings.name);
         // A table that never ran has no outbox, and listing makes none.
-        Queue queue{settings.name, nullptr};
+        Queue queue{settings.name, {settings.mostMessages, settings.mostBytes}, nullptr};
         if (QFileInfo::exists(folder + QStringLiteral("/outbox.sqlite"))) {
             queue.outbox = Outbox::open(folder, error);
             if (!queue.outbox)
@@ -137,8 +138,11 @@ bool list(const Request& request, const std::vector<Queue>& queues)
         if (queues.size() > 1)
             request.print(
                 QStringLiteral("%1:").arg(queue.service.isEmpty() ? QStringLiteral("(without a name)") : queue.service));
-        if (messages->empty())
+        if (messages->empty()) {
             request.print(QStringLiteral("no messages"));
+            continue;
+        }
+        qint64 bytes = 0;
         for (const OutboxMessage& message : *messages) {
             QString line = QStringLiteral("%1  %2  accepted %3  attempts %4  to %5")
                                .arg(message.id)
@@ -151,7 +155,13 @@ bool list(const Request& request, const std::vector<Queue>& queues)
             if (!message.lastError.isEmpty())
                 line += QStringLiteral("  (%1)").arg(MailText::oneLine(message.lastError));
             request.print(line);
+            bytes += message.sizeBytes;
         }
+        request.print(QStringLiteral("%1 of at most %2 messages, %3 of %4 MB")
+                          .arg(messages->size())
+                          .arg(queue.limits.messages)
+                          .arg(double(bytes) / 1e6, 0, 'f', 1)
+                          .arg(double(queue.limits.bytes) / 1e6, 0, 'f', 0));
     }
     return isComplete;
 }

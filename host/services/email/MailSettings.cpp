@@ -11,6 +11,8 @@
 #include <QJsonObject>
 #include <QUrl>
 
+#include <algorithm>
+
 namespace Host
 {
 namespace
@@ -23,16 +25,6 @@ public:
     EntryReader(const QJsonObject& entry, const QString& folder, const MailSettings::Report& report)
         : JsonEntries(entry, QString(), report), m_folder(folder)
     {
-    }
-
-    /// A number above 0.
-    double seconds(const char* key, double fallback, double largest) const
-    {
-        const double result = number(key, fallback, largest);
-        if (result > 0.0)
-            return result;
-        skip(key, QStringLiteral("expected a number above 0"));
-        return fallback;
     }
 
     /// The absolute path of an existing file, or empty.
@@ -88,9 +80,27 @@ bool MailSettings::isOpenToListeners() const
 std::optional<MailSettings> MailSettings::read(const QJsonObject& entry, const QString& folder, const Report& report)
 {
     const EntryReader reader(entry, folder, report);
-    reader.checkKnown({"name", "server", "startTls", "caFile", "credentials", "sender", "subject", "template", "htmlTemplate",
-                       "filesAddress", "largeFilesText", "missingFilesText", "attachmentLimitMegabytes", "connectTimeoutSeconds",
-                       "timeoutSeconds", "answerSeconds", "retrySeconds", "giveUpHours"});
+    reader.checkKnown({"name",
+                       "server",
+                       "startTls",
+                       "caFile",
+                       "credentials",
+                       "sender",
+                       "subject",
+                       "template",
+                       "htmlTemplate",
+                       "filesAddress",
+                       "largeFilesText",
+                       "missingFilesText",
+                       "attachmentLimitMegabytes",
+                       "connectTimeoutSeconds",
+                       "timeoutSeconds",
+                       "answerSeconds",
+                       "retrySeconds",
+                       "giveUpHours",
+                       "outboxMessages",
+                       "outboxMegabytes",
+                       "deleteRefusedDays"});
     MailSettings settings;
     settings.folder = folder;
     settings.name = reader.text("name");
@@ -129,11 +139,14 @@ std::optional<MailSettings> MailSettings::read(const QJsonObject& entry, const Q
     constexpr double kMega = 1e6;
     settings.attachmentLimitBytes =
         qint64(reader.number("attachmentLimitMegabytes", double(settings.attachmentLimitBytes) / kMega, 1e6) * kMega);
-    settings.connectTimeoutSeconds = reader.seconds("connectTimeoutSeconds", settings.connectTimeoutSeconds, 3600.0);
-    settings.timeoutSeconds = reader.seconds("timeoutSeconds", settings.timeoutSeconds, 86400.0);
-    settings.answerSeconds = reader.seconds("answerSeconds", settings.answerSeconds, 3600.0);
-    settings.retrySeconds = reader.seconds("retrySeconds", settings.retrySeconds, 3600.0);
-    settings.giveUpHours = reader.seconds("giveUpHours", settings.giveUpHours, 10000.0);
+    settings.connectTimeoutSeconds = reader.positive("connectTimeoutSeconds", settings.connectTimeoutSeconds, 3600.0);
+    settings.timeoutSeconds = reader.positive("timeoutSeconds", settings.timeoutSeconds, 86400.0);
+    settings.answerSeconds = reader.positive("answerSeconds", settings.answerSeconds, 3600.0);
+    settings.retrySeconds = reader.positive("retrySeconds", settings.retrySeconds, 3600.0);
+    settings.giveUpHours = reader.positive("giveUpHours", settings.giveUpHours, 10000.0);
+    settings.mostMessages = std::max(1, int(reader.positive("outboxMessages", settings.mostMessages, 1e6)));
+    settings.mostBytes = qint64(reader.positive("outboxMegabytes", double(settings.mostBytes) / kMega, 1e6) * kMega);
+    settings.deleteRefusedDays = reader.number("deleteRefusedDays", settings.deleteRefusedDays, 10000.0);
     return settings;
 }
 

@@ -40,6 +40,9 @@ struct MailSettings
     double answerSeconds = 15.0;   ///< the longest wait for the first attempt; then a message that is kept counts as success
     double retrySeconds = 60.0;    ///< before the second attempt; doubled with each further one, up to an hour
     double giveUpHours = 120.0;
+    int mostMessages = 2000;           ///< in the outbox, whatever their state; a message beyond that is refused
+    qint64 mostBytes = 20'000'000'000; ///< of their finished files, together
+    double deleteRefusedDays = 0.0;    ///< after which a failed message is deleted; 0: never
 
     /// Reports what is wrong: the key inside the entry and the reason.
     using Report = std::function<void(const QString& key, const QString& why)>;

@@ -24,6 +24,7 @@ namespace
 {
 constexpr auto kQueued = int(OutboxMessage::State::Queued);
 constexpr auto kSending = int(OutboxMessage::State::Sending);
+constexpr auto kFailed = int(OutboxMessage::State::Failed);
 
 OutboxMessage messageOf(const QSqlQuery& row)
 {
@@ -119,22 +120,30 @@ void Outbox::removeOrphans() const
         m_files.removeAllBut(names);
 }
 
-bool Outbox::add(OutboxMessage& message)
+Outbox::Added Outbox::add(OutboxMessage& message, const Limits& limits)
 {
     SqliteTransaction transaction = writing();
+    bool isFull = false;
+    const auto compare = [&](const QSqlQuery& row) {
+        isFull = row.value(0).toInt() >= limits.messages || row.value(1).toLongLong() + message.sizeBytes > limits.bytes;
+    };
+    if (!transaction.run(QStringLiteral("SELECT COUNT(*), TOTAL(size) FROM messages")) || !transaction.forEachRow(compare))
+        return Added::Fault;
+    if (isFull)
+        return Added::Full;
     if (!transaction.run(
             QStringLiteral("INSERT INTO messages (message_id, created, queued_since, state, attempts, next_attempt, last_error, "
                            "sender_address, file, size) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
             {message.messageId, message.createdMs, message.queuedSinceMs, int(message.state), message.attempts,
              message.nextAttemptMs, message.lastError, message.sender, message.file, message.sizeBytes}))
-        return false;
+        return Added::Fault;
     message.id = transaction.insertedId();
     int position = 0;
     for (const auto& recipient : message.recipients)
         if (!transaction.run(QStringLiteral("INSERT INTO recipients VALUES (?, ?, ?, ?, ?)"),
                              {message.id, position++, recipient.address, int(recipient.outcome), recipient.reply}))
-            return false;
-    return commit(transaction);
+            return Added::Fault;
+    return commit(transaction) ? Added::Yes : Added::Fault;
 }
 
 std::optional<std::vector<OutboxMessage>> Outbox::select(SqliteTransaction& transaction, const QString& condition,
@@ -166,6 +175,7 @@ std::optional<OutboxSummary> Outbox::summary(qint64 nowMs) const
     const auto addRow = [&summary](const QSqlQuery& row) {
         const int count = row.value(1).toInt();
         const qint64 createdMs = row.value(2).toLongLong();
+        summary.bytes += row.value(4).toLongLong();
         summary.oldestMs = summary.oldestMs == 0 ? createdMs : std::min(summary.oldestMs, createdMs);
         switch (OutboxMessage::State(row.value(0).toInt())) {
         case OutboxMessage::State::Queued:
@@ -179,8 +189,8 @@ std::optional<OutboxSummary> Outbox::summary(qint64 nowMs) const
     SqliteTransaction transaction = reading();
     const bool isRead =
         transaction.run(
-            QStringLiteral("SELECT state, COUNT(*), MIN(created), MIN(CASE WHEN next_attempt > ? THEN 0 ELSE next_attempt END) "
-                           "FROM messages GROUP BY state"),
+            QStringLiteral("SELECT state, COUNT(*), MIN(created), MIN(CASE WHEN next_attempt > ? THEN 0 ELSE next_attempt END), "
+                           "TOTAL(size) FROM messages GROUP BY state"),
             {nowMs + kLongestPauseMs})
         && transaction.forEachRow(addRow);
     return isRead ? std::optional(summary) : std::nullopt;
@@ -229,6 +239,21 @@ bool Outbox::update(const OutboxMessage& message)
                              {int(recipient.outcome), recipient.reply, message.id, position++}))
             return false;
     return commit(transaction);
+}
+
+int Outbox::removeFailed(qint64 beforeMs)
+{
+    QStringList files;
+    // A message that was made by an earlier version has 0, or the time of its last attempt, as the time when it failed.
+    const QString condition = QStringLiteral("FROM messages WHERE state = ? AND MAX(queued_since, next_attempt) < ?");
+    SqliteTransaction transaction = writing();
+    if (!transaction.run(QStringLiteral("SELECT file ") + condition, {kFailed, beforeMs})
+        || !transaction.forEachRow([&files](const QSqlQuery& row) { files << row.value(0).toString(); }) || files.isEmpty()
+        || !transaction.run(QStringLiteral("DELETE ") + condition, {kFailed, beforeMs}) || !commit(transaction))
+        return 0;
+    for (const QString& file : files)
+        m_files.remove(file);
+    return files.size();
 }
 
 bool Outbox::retry(qint64 id, qint64 nowMs)

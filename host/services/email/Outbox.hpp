@@ -26,6 +26,8 @@ struct OutboxSummary
     int failed = 0;
     qint64 oldestMs = 0;      ///< when the oldest message was accepted; 0 without one
     qint64 nextAttemptMs = 0; ///< of the queued message that is due first; 0 or in the past when one is due
+    qint64 bytes = 0;         ///< of the finished messages, together
+    [[nodiscard]] int count() const noexcept { return queued + sending + failed; }
 };
 
 /// The messages that a table has accepted and not yet delivered, in a folder: a SQLite file and the finished messages.
@@ -54,6 +56,18 @@ public:
         bool isFault = false;                 ///< the outbox could not be read or written; nothing in it has changed
     };
 
+    /// How much an outbox may hold, whatever the messages' state.
+    struct Limits
+    {
+        int messages = 0;
+        qint64 bytes = 0;
+    };
+    enum class Added {
+        Yes,
+        Full, ///< the message does not fit within the limits
+        Fault ///< it could not be written
+    };
+
     /// Opens or makes the folder. Null, with the reason in `error`, when that fails or the file in it is something else.
     [[nodiscard]] static std::unique_ptr<Outbox> open(const QString& folder, QString& error);
     ~Outbox();
@@ -70,8 +84,8 @@ public:
 
     [[nodiscard]] const OutboxFiles& files() const noexcept { return m_files; }
 
-    /// Accepts a message with a finished file, in the state it has; gives it its number. False when it could not be written.
-    [[nodiscard]] bool add(OutboxMessage& message);
+    /// Accepts a message with a finished file, in the state it has, and gives it its number.
+    [[nodiscard]] Added add(OutboxMessage& message, const Limits& limits);
     /// Everything, oldest first. Nothing when it cannot all be read.
     [[nodiscard]] std::optional<std::vector<OutboxMessage>> messages() const;
     [[nodiscard]] std::optional<OutboxSummary> summary(qint64 nowMs) const;
@@ -82,6 +96,9 @@ public:
     [[nodiscard]] bool remove(const OutboxMessage& message);
     /// Writes the state, the attempts, the next one's time, since when it is queued, the last error and the recipients' outcomes.
     [[nodiscard]] bool update(const OutboxMessage& message);
+
+    /// Deletes the messages that failed before a time, with their files. Returns their number; 0 when they could not be deleted.
+    int removeFailed(qint64 beforeMs);
 
     /// For operators: sends a queued or failed message anew, at once. Recipients that were refused are tried again.
     /// False when there is none of that number, or it is being sent.

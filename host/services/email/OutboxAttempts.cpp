@@ -103,9 +103,8 @@ bool OutboxAttempts::write(Ending& ending) const
 {
     if (ending.kind == Ending::Kind::Delivered)
         return m_surroundings.outbox.remove(ending.message);
-    // The pause begins when it is written, as the log line says.
-    if (ending.kind == Ending::Kind::PutOff)
-        ending.message.nextAttemptMs = m_surroundings.clock() + qint64(ending.pauseSeconds * 1000.0);
+    // The pause begins when it is written, as the log line says; it is 0 for a message that has failed.
+    ending.message.nextAttemptMs = m_surroundings.clock() + qint64(ending.pauseSeconds * 1000.0);
     return m_surroundings.outbox.update(ending.message);
 }
 

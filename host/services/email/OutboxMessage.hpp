@@ -27,8 +27,8 @@ struct OutboxMessage
     qint64 createdMs = 0;
     qint64 queuedSinceMs = 0; ///< counts for giving up: when it was accepted, or last retried by an operator
     State state = State::Queued;
-    int attempts = 0; ///< those that failed
-    qint64 nextAttemptMs = 0;
+    int attempts = 0;         ///< those that failed
+    qint64 nextAttemptMs = 0; ///< of a failed message: when it failed
     QString lastError;
     QString sender; ///< an address
     QString file;   ///< the name of the finished message, see OutboxFiles

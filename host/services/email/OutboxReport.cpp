@@ -29,7 +29,7 @@ OutboxReport::Reading OutboxReport::read()
         const std::lock_guard lock(m_mutex);
         m_summary = *summary;
     }
-    if (summary->queued + summary->sending + summary->failed == 0)
+    if (summary->count() == 0)
         return {false, std::nullopt};
     const bool isDue = summary->queued > 0 && summary->nextAttemptMs <= nowMs;
     if (isDue || summary->queued == 0)
@@ -45,13 +45,16 @@ void OutboxReport::noteError(const QString& words)
     m_lastErrorMs = nowMs;
 }
 
-QJsonObject OutboxReport::json(const QString& name) const
+QJsonObject OutboxReport::json(const QString& name, const Outbox::Limits& limits) const
 {
     const std::lock_guard lock(m_mutex);
     return {{"name", name},
             {"queued", m_summary.queued},
             {"sending", m_summary.sending},
             {"failed", m_summary.failed},
+            {"bytes", m_summary.bytes},
+            {"mostMessages", limits.messages},
+            {"mostBytes", limits.bytes},
             {"oldest", isoTime(m_summary.oldestMs)},
             {"lastError", m_lastError},
             {"lastErrorAt", isoTime(m_lastErrorMs)}};

@@ -30,8 +30,9 @@ public:
     /// Reads the numbers anew; where that fails they stay as they were. Blocks.
     Reading read();
     void noteError(const QString& words);
-    /// {"name", "queued", "sending", "failed", "oldest" (ISO time or null), "lastError", "lastErrorAt"}. Does not block.
-    [[nodiscard]] QJsonObject json(const QString& name) const;
+    /// {"name", "queued", "sending", "failed", "bytes", "mostMessages", "mostBytes", "oldest" (ISO time or null), "lastError",
+    /// "lastErrorAt"}. Does not block.
+    [[nodiscard]] QJsonObject json(const QString& name, const Outbox::Limits& limits) const;
 
 private:
     const Outbox& m_outbox;

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -24,6 +25,9 @@ namespace Host
 namespace
 {
 constexpr int kUntriedThreads = 2;
+/// At least this long between two warnings that the outbox is full.
+constexpr qint64 kWarningPauseMs = 60'000;
+constexpr double kDayMs = 86'400'000.0;
 }
 
 struct OutboxService::Private
@@ -49,9 +53,12 @@ struct OutboxService::Private
     std::optional<OutboxAnswers::Time> watch();
     void accept(Job& job);
     void refuse(const QString& reason);
+    void refuseBeyondLimits(const QString& reason);
+    void deleteRefused();
     void beginRound();
 
     const MailSettings settings;
+    const Outbox::Limits limits{settings.mostMessages, settings.mostBytes};
     const Clock clock;
     const std::unique_ptr<Outbox> outbox;
     OutboxAnswers answers;
@@ -59,6 +66,7 @@ struct OutboxService::Private
     OutboxAttempts attempts;
     const MessageIntake intake;
     std::atomic<bool> isStopping{false}; ///< set with the mutex held
+    qint64 warnedOfFullMs = 0;           ///< used by the composing thread alone
 
     std::mutex mutex; ///< guards what follows
     std::condition_variable intakeWoken;
@@ -136,10 +144,12 @@ void OutboxService::Private::accept(Job& job)
     }
     // As soon as it is written it may be attempted, and that may be over before this thread goes on.
     answers.add(message.messageId, std::move(job.promise));
-    if (!outbox->add(message)) {
+    const auto added = outbox->add(message, limits);
+    if (added != Outbox::Added::Yes) {
         outbox->files().remove(message.file);
-        error = QStringLiteral("the message cannot be kept");
-        refuse(error);
+        error = added == Outbox::Added::Full ? QStringLiteral("the outbox is full, so the message was not sent")
+                                             : QStringLiteral("the message cannot be kept");
+        added == Outbox::Added::Full ? refuseBeyondLimits(error) : refuse(error);
         answers.complete(message.messageId, {false, error});
         return;
     }
@@ -153,10 +163,34 @@ void OutboxService::Private::refuse(const QString& reason)
     report.noteError(reason);
 }
 
+void OutboxService::Private::refuseBeyondLimits(const QString& reason)
+{
+    report.noteError(reason);
+    const qint64 nowMs = clock();
+    if (std::abs(nowMs - warnedOfFullMs) < kWarningPauseMs)
+        return;
+    warnedOfFullMs = nowMs;
+    Bedrock::Trace::warning(
+        "OutboxService # Failed to accept a message (the outbox is full: at most %d messages and %.0f MB); delete some with "
+        "\"tavola mail drop\", have the mail server accept the others, or raise \"outboxMessages\" or \"outboxMegabytes\"",
+        limits.messages, double(limits.bytes) / 1e6);
+}
+
+void OutboxService::Private::deleteRefused()
+{
+    if (settings.deleteRefusedDays <= 0.0)
+        return;
+    const int deleted = outbox->removeFailed(clock() - qint64(settings.deleteRefusedDays * kDayMs));
+    if (deleted > 0)
+        Bedrock::Trace::info("OutboxService # Deleted %d messages that had failed %g days before", deleted,
+                             settings.deleteRefusedDays);
+}
+
 /// Completes answers whose deadline has passed, and begins a round when a message is due. Returns when to do so again.
 std::optional<OutboxAnswers::Time> OutboxService::Private::watch()
 {
     auto next = answers.completeOverdue();
+    deleteRefused();
     const OutboxReport::Reading found = report.read();
     if (found.isDue || attempts.hasUnwritten())
         beginRound();
@@ -251,7 +285,7 @@ Tavola::EmailMessage OutboxService::createMessage()
 
 QJsonObject OutboxService::state() const
 {
-    return d->report.json(d->settings.name);
+    return d->report.json(d->settings.name, d->limits);
 }
 
 void OutboxService::wake()

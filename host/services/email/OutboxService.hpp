@@ -18,6 +18,8 @@ namespace Host
 /// failed. The answer comes within `answerSeconds` of the acceptance: an attempt that takes longer goes on, and the answer is
 /// success. Further attempts follow after `retrySeconds`, twice that, and so on up to an hour, until `giveUpHours` have passed.
 ///
+/// A message that does not fit into the outbox any more is refused; the operator is warned of that once a minute at most.
+///
 /// Four threads: one composes new messages, and between them watches the queue and the deadlines of answers; three attempt what
 /// is in the outbox, of which two take new messages only, so that old ones keep no new one waiting. Futures are completed on
 /// these threads. At the end of the service attempts stop within about a second, what was accepted is kept, and open futures say
@@ -37,8 +39,8 @@ public:
     folly::Future<EmailStatus> send(const Tavola::EmailMessage& message) override;
     Tavola::EmailMessage createMessage() override;
 
-    /// {"name", "queued", "sending", "failed", "oldest" (ISO time or null), "lastError", "lastErrorAt"}. Any thread; does not
-    /// block.
+    /// {"name", "queued", "sending", "failed", "bytes", "mostMessages", "mostBytes", "oldest" (ISO time or null), "lastError",
+    /// "lastErrorAt"}. Any thread; does not block.
     [[nodiscard]] QJsonObject state() const;
     /// Reads the queue now, because time has passed or another program changed it. Any thread.
     void wake();

@@ -83,12 +83,13 @@ TEST_CASE("tavola mail: the list tells what waits and why")
     TestSupport::expectWarningStartingWith("OutboxService # Message 2");
     CHECK(bench.send(bench.message("Hello\n", "bob@example.org")).success);
     const QStringList lines = bench.ask("list").out.split('\n');
-    REQUIRE(lines.size() == 3);
+    REQUIRE(lines.size() == 4);
     CHECK(lines[0].startsWith("1  failed   accepted 2026-09-21 "));
     CHECK(lines[0].endsWith("attempts 1  to ann@example.org  (550 unknown)"));
     CHECK(lines[1].startsWith("2  queued   accepted "));
     CHECK(lines[1].contains("attempts 1  to bob@example.org  next 2026-09-21 "));
     CHECK(lines[1].endsWith("(450 busy)"));
+    CHECK(lines[2] == "2 of at most 2000 messages, 0.0 of 20000 MB");
 }
 
 TEST_CASE("tavola mail: a running table sends anew what it is told to")

@@ -40,6 +40,9 @@ TEST_CASE("mail settings: a server and a sender are enough, and encryption is re
     CHECK(reading.settings->startTls == MailSettings::StartTls::Required);
     CHECK(reading.settings->attachmentLimitBytes == 10'000'000);
     CHECK(reading.settings->answerSeconds == 15.0);
+    CHECK(reading.settings->mostMessages == 2000);
+    CHECK(reading.settings->mostBytes == 20'000'000'000);
+    CHECK(reading.settings->deleteRefusedDays == 0.0);
     CHECK(reading.settings->textTemplate.isEmpty());
 }
 
@@ -54,7 +57,7 @@ TEST_CASE("mail settings: everything can be set")
         read("{" + kLeast + R"(, "name": "post", "startTls": "if-offered", "caFile": "ca.pem", "credentials": "login",
         "subject": "S", "template": "mail.txt", "htmlTemplate": "mail.html", "filesAddress": "https://a.example/files",
         "largeFilesText": "L", "missingFilesText": "M", "attachmentLimitMegabytes": 2.5, "connectTimeoutSeconds": 1, "timeoutSeconds": 2,
-        "answerSeconds": 5, "retrySeconds": 3, "giveUpHours": 4})",
+        "answerSeconds": 5, "retrySeconds": 3, "giveUpHours": 4, "outboxMessages": 5, "outboxMegabytes": 1.5, "deleteRefusedDays": 6})",
              folder.path());
     REQUIRE(reading.settings);
     CHECK(reading.complaints.join('\n').toStdString() == "");
@@ -72,6 +75,9 @@ TEST_CASE("mail settings: everything can be set")
     CHECK(settings.answerSeconds == 5.0);
     CHECK(settings.retrySeconds == 3.0);
     CHECK(settings.giveUpHours == 4.0);
+    CHECK(settings.mostMessages == 5);
+    CHECK(settings.mostBytes == 1'500'000);
+    CHECK(settings.deleteRefusedDays == 6.0);
 }
 
 TEST_CASE("mail settings: without a usable server or sender there is no service")
@@ -133,8 +139,8 @@ TEST_CASE("mail settings: what is wrong costs that entry only")
     CHECK(reading.complaints[1] == "startTls: expected \"required\", \"if-offered\" or \"never\"");
     CHECK(reading.complaints[2] == "subject: expected a text");
     CHECK(reading.complaints[3] == "template: there is no file /none.txt");
-    CHECK(reading.complaints[4] == "timeoutSeconds: expected a number above 0");
-    CHECK(reading.complaints[5] == "retrySeconds: expected a number from 0 to 3600");
+    CHECK(reading.complaints[4] == "timeoutSeconds: expected a number above 0 and up to 86400");
+    CHECK(reading.complaints[5] == "retrySeconds: expected a number above 0 and up to 3600");
 }
 
 TEST_CASE("mail credentials: the first two lines of a file are user and password")

@@ -63,7 +63,7 @@ struct Bench
         OutboxAnswers::Promise promise;
         auto future = promise.getFuture();
         answers.add(message.messageId, std::move(promise));
-        REQUIRE(outbox->add(message));
+        REQUIRE(outbox->add(message, {1000, 1'000'000}) == Outbox::Added::Yes);
         return future;
     }
     Turn turn(Which which = Which::All)

@@ -14,6 +14,7 @@ namespace
 {
 using State = OutboxMessage::State;
 using std::chrono::milliseconds;
+constexpr Outbox::Limits kLimits{1000, 1'000'000};
 
 struct Bench
 {
@@ -32,7 +33,7 @@ struct Bench
         message.state = state;
         message.nextAttemptMs = dueMs;
         message.recipients = {{"ann@example.org", OutboxMessage::Outcome::Open, {}}};
-        REQUIRE(outbox->add(message));
+        REQUIRE(outbox->add(message, kLimits) == Outbox::Added::Yes);
     }
 };
 }
@@ -43,11 +44,14 @@ TEST_CASE("outbox report: an empty outbox is not read again before a message is 
     const auto reading = bench.report.read();
     CHECK_FALSE(reading.isDue);
     CHECK_FALSE(reading.pause.has_value());
-    CHECK(bench.report.json("post")
+    CHECK(bench.report.json("post", kLimits)
           == QJsonObject{{"name", "post"},
                          {"queued", 0},
                          {"sending", 0},
                          {"failed", 0},
+                         {"bytes", 0},
+                         {"mostMessages", 1000},
+                         {"mostBytes", 1000000},
                          {"oldest", QJsonValue()},
                          {"lastError", ""},
                          {"lastErrorAt", QJsonValue()}});
@@ -74,9 +78,9 @@ TEST_CASE("outbox report: an outbox with messages that are being sent or have fa
     bench.add(State::Sending, 0);
     CHECK_FALSE(bench.report.read().isDue);
     CHECK(bench.report.read().pause == milliseconds(2000));
-    CHECK(bench.report.json({}).value("failed") == 1);
-    CHECK(bench.report.json({}).value("sending") == 1);
-    CHECK(bench.report.json({}).value("oldest") == "1970-01-01T00:00:01Z");
+    CHECK(bench.report.json({}, kLimits).value("failed") == 1);
+    CHECK(bench.report.json({}, kLimits).value("sending") == 1);
+    CHECK(bench.report.json({}, kLimits).value("oldest") == "1970-01-01T00:00:01Z");
 }
 
 TEST_CASE("outbox report: a message put off under a wrong clock is due, whatever else is queued")
@@ -99,8 +103,8 @@ TEST_CASE("outbox report: an outbox that cannot be read keeps its numbers and is
     TestSupport::expectWarningStartingWith("Outbox # Failed to read ");
     const auto reading = bench.report.read();
     CHECK(reading.pause == milliseconds(2000));
-    CHECK(bench.report.json({}).value("failed") == 1);
-    CHECK(bench.report.json({}).value("lastError") == "550 unknown");
-    CHECK(bench.report.json({}).value("lastErrorAt") == "2026-09-21T14:13:20Z");
+    CHECK(bench.report.json({}, kLimits).value("failed") == 1);
+    CHECK(bench.report.json({}, kLimits).value("lastError") == "550 unknown");
+    CHECK(bench.report.json({}, kLimits).value("lastErrorAt") == "2026-09-21T14:13:20Z");
     fault.mend();
 }

@@ -810,3 +810,86 @@ TEST_CASE("outbox service: when the outbox cannot take a message, its sender is 
     CHECK(bench.server.connections() == 0);
     CHECK(bench.service->state().value("lastError") == "the message cannot be kept");
 }
+
+TEST_CASE("outbox service: a message beyond the limits is refused, and its sender and the operator learn why")
+{
+    MailBench bench;
+    bench.settings.mostMessages = 2;
+    bench.settings.retrySeconds = 3600.0;
+    bench.server.answer("MAIL", "451 Come back");
+    bench.open();
+    for (int i = 1; i <= 2; ++i) {
+        expectDelay(i, "451 Come back", "3600");
+        CHECK(bench.send(bench.message()).success);
+    }
+    const std::string warning =
+        "OutboxService # Failed to accept a message (the outbox is full: at most 2 messages and 20000 MB); delete some with "
+        "\"tavola mail drop\", have the mail server accept the others, or raise \"outboxMessages\" or \"outboxMegabytes\"";
+    TestSupport::expectWarning(warning);
+    for (int i = 0; i < 3; ++i) {
+        auto message = bench.message();
+        bench.attach(message, bench.folder.write("a.txt", "attached"), "a.txt");
+        const auto status = bench.send(message);
+        CHECK_FALSE(status.success);
+        CHECK(status.error == "the outbox is full, so the message was not sent");
+    }
+    CHECK(bench.kept().size() == 2);
+    CHECK(bench.files() == 2);
+    const QJsonObject state = bench.service->state();
+    CHECK(state.value("lastError") == "the outbox is full, so the message was not sent");
+    CHECK(state.value("queued") == 2);
+    CHECK(state.value("mostMessages") == 2);
+    CHECK(state.value("mostBytes") == 2e10);
+    CHECK(state.value("bytes").toInt() > 0);
+
+    // A minute later the warning is written again, and a message that is gone makes room.
+    TestSupport::expectWarning(warning);
+    bench.nowMs += 60000;
+    CHECK_FALSE(bench.send(bench.message()).success);
+    bench.server.forgive();
+    bench.pass(3600.0);
+    REQUIRE(bench.becomesEmpty());
+    CHECK(bench.send(bench.message()).success);
+}
+
+TEST_CASE("outbox service: a message too large for what is left of the outbox is refused, and a smaller one is not")
+{
+    MailBench bench;
+    bench.settings.mostBytes = 3000;
+    bench.open();
+    auto large = bench.message();
+    bench.attach(large, bench.folder.write("a.bin", QByteArray(3000, 'a')), "a.bin");
+    TestSupport::expectWarningStartingWith("OutboxService # Failed to accept a message (the outbox is full: ");
+    CHECK_FALSE(bench.send(large).success);
+    CHECK(bench.files() == 0);
+    CHECK(bench.send(bench.message()).success);
+}
+
+TEST_CASE("outbox service: refused messages are deleted after the days that the settings say, queued ones never")
+{
+    MailBench bench;
+    bench.settings.giveUpHours = 10000.0;
+    bench.server.answer("RCPT ann@example.org", "550 unknown");
+    bench.server.answer("RCPT bob@example.org", "450 busy");
+    bench.open();
+    expectRefusal(1, "550 unknown");
+    CHECK_FALSE(bench.send(bench.message()).success);
+    TestSupport::expectWarningStartingWith("OutboxService # Message 2 to bob@example.org is not delivered yet (450 busy)");
+    CHECK(bench.send(bench.message("Hello\n", "bob@example.org")).success);
+
+    // Off by default.
+    TestSupport::expectWarningStartingWith("OutboxService # Message 2 to bob@example.org is not delivered yet (450 busy)");
+    bench.pass(100.0 * 86400.0);
+    REQUIRE(TestSupport::pumpUntil([&] { return bench.kept().at(1).attempts == 2; }, 20000));
+    CHECK(bench.kept().at(0).state == State::Failed);
+
+    bench.settings.deleteRefusedDays = 101.0;
+    bench.open();
+    REQUIRE(bench.reports("failed", 1));
+    TestSupport::expectWarningStartingWith("OutboxService # Message 2 to bob@example.org is not delivered yet (450 busy)");
+    bench.pass(86400.0 + 1.0);
+    REQUIRE(bench.reports("failed", 0));
+    REQUIRE(TestSupport::pumpUntil([&] { return bench.kept().at(0).attempts == 3; }, 20000));
+    CHECK(bench.kept().size() == 1);
+    CHECK(bench.files() == 1);
+}

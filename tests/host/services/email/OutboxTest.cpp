@@ -15,6 +15,7 @@ using namespace Host;
 namespace
 {
 using State = OutboxMessage::State;
+constexpr Outbox::Limits kLimits{1000, 1'000'000};
 
 struct Bench
 {
@@ -36,7 +37,7 @@ struct Bench
         message.file = OutboxFiles::newName();
         message.sizeBytes = 3;
         folder.write("outbox/files/" + message.file, "abc");
-        REQUIRE(outbox->add(message));
+        REQUIRE(outbox->add(message, kLimits) == Outbox::Added::Yes);
         return message;
     }
     [[nodiscard]] bool hasFile(const OutboxMessage& message) const
@@ -221,7 +222,7 @@ TEST_CASE("outbox: the same message is not accepted twice")
     OutboxMessage again;
     again.messageId = QStringLiteral("<1@x>");
     TestSupport::expectWarningStartingWith("Outbox # Failed to write " + bench.folder.path("outbox/outbox.sqlite").toStdString());
-    CHECK_FALSE(bench.outbox->add(again));
+    CHECK(bench.outbox->add(again, kLimits) == Outbox::Added::Fault);
     CHECK(bench.outbox->messages().value().size() == 1);
 }
 
@@ -320,4 +321,55 @@ TEST_CASE("outbox: on request only messages are taken of which no attempt has fa
     const auto untried = bench.add(State::Queued, 4000, "<2@x>");
     CHECK(bench.outbox->claimDue(5000, Outbox::Which::Untried).message.value().id == untried.id);
     CHECK(bench.outbox->claimDue(5000).message.value().id == tried.id);
+}
+
+TEST_CASE("outbox: no message is accepted beyond the limits, whatever the state of those that are kept")
+{
+    Bench bench;
+    const auto failed = bench.add(State::Failed, 0, "<1@x>");
+    bench.add(State::Queued, 0, "<2@x>");
+    OutboxMessage third;
+    third.messageId = QStringLiteral("<3@x>");
+    third.sizeBytes = 4;
+    CHECK(bench.outbox->add(third, {2, 1000}) == Outbox::Added::Full);
+    CHECK(bench.outbox->add(third, {3, 9}) == Outbox::Added::Full);
+    CHECK(bench.outbox->messages().value().size() == 2);
+    CHECK(bench.outbox->add(third, {3, 10}) == Outbox::Added::Yes);
+    const OutboxSummary summary = bench.outbox->summary(0).value();
+    CHECK(summary.count() == 3);
+    CHECK(summary.bytes == 10);
+    REQUIRE(bench.outbox->drop(failed.id));
+    CHECK(bench.outbox->summary(0).value().bytes == 7);
+}
+
+TEST_CASE("outbox: messages that failed before a time are deleted with their files, and no others")
+{
+    Bench bench;
+    const auto early = bench.add(State::Failed, 5000, "<1@x>");
+    const auto late = bench.add(State::Failed, 5001, "<2@x>");
+    const auto ofEarlierVersion = bench.add(State::Failed, 0, "<3@x>"); // queued at 1000
+    bench.add(State::Queued, 0, "<4@x>");
+    bench.add(State::Sending, 0, "<5@x>");
+    CHECK(bench.outbox->removeFailed(1000) == 0);
+    CHECK(bench.outbox->removeFailed(5001) == 2);
+    CHECK_FALSE(bench.hasFile(early));
+    CHECK_FALSE(bench.hasFile(ofEarlierVersion));
+    CHECK(bench.hasFile(late));
+    CHECK(bench.outbox->messages().value().size() == 3);
+    CHECK(bench.outbox->removeFailed(5001) == 0);
+}
+
+TEST_CASE("outbox: links in its folder keep the contents of their targets")
+{
+    Bench bench;
+    const QString target = bench.folder.write("elsewhere/0", "precious");
+    for (const char* link : {"outbox/outbox.lock", "outbox/files/0b5c1a2e-7f3d-4c6b-9a8e-112233445566.eml"})
+        REQUIRE(QFile::link(target, bench.folder.path(link)));
+    REQUIRE(QFile::link(bench.folder.path("elsewhere"), bench.folder.path("outbox/files/0b5c1a2e-7f3d-4c6b-9a8e-112233445566")));
+    REQUIRE(bench.outbox->lock());
+    REQUIRE(bench.outbox->recover());
+    bench.outbox->removeOrphans();
+    QFile file(target);
+    REQUIRE(file.open(QIODevice::ReadOnly));
+    CHECK(file.readAll() == "precious");
 }
