@@ -304,7 +304,7 @@ TEST_CASE("tcp source: beyond sixteen connections the newest is closed, until th
         CHECK(late.isClosed());
         CHECK(TestSupport::loggedLines().back().text
               == "TcpDatagramSource # Closed the connection of 127.0.0.1:" + std::to_string(late.port())
-                  + " (16 are open already); check which programs connect there, and use fewer trackers");
+                  + " (16 that send are open already); check which programs connect there, and use fewer trackers");
     }
     // Garbage ends the first, whose place the next one takes.
     TestSupport::expectWarningStartingWith("TcpDatagramSource # Closed the connection of 127.0.0.1:"
@@ -315,6 +315,52 @@ TEST_CASE("tcp source: beyond sixteen connections the newest is closed, until th
     next.send(finger(1, 0.9f, "next@one"));
     trackers.back().send(finger(2, 0.99f));
     REQUIRE(hall.input.waitForDatagrams(18, 10s));
+}
+
+TEST_CASE("tcp source: a tracker finds room where sixteen connections are silent, the longest-silent of which is closed")
+{
+    Hall hall;
+    std::deque<LoopbackStream> silent;
+    for (std::size_t i = 0; i < TcpDatagramSource::kMaxConnections; ++i)
+        silent.emplace_back(hall.port());
+    const auto closesFor = [](const LoopbackStream& gone) {
+        TestSupport::expectWarningStartingWith("TcpDatagramSource # Closed the connection of 127.0.0.1:"
+                                               + std::to_string(gone.port())
+                                               + ", which has sent no packet, to make room for 127.0.0.1:");
+    };
+    closesFor(silent[0]);
+    const LoopbackStream first(hall.port());
+    first.send(finger(1, 0.1f, "first@one"));
+    CHECK(silent[0].isClosed());
+    CHECK(hall.frame(1).fingers.size() == 1);
+    // Its packet has come late, and is enough to stay.
+    silent[1].send(finger(1, 0.2f, "late@one"));
+    hall.frame(2);
+    closesFor(silent[2]);
+    const LoopbackStream second(hall.port());
+    second.send(finger(1, 0.3f, "second@one"));
+    CHECK(silent[2].isClosed());
+    CHECK(hall.frame(3).fingers.size() == 3);
+    CHECK(hall.tcp->silentConnections() == 2);
+    // Those that send are left alone.
+    first.send(finger(2, 0.1f, "first@one"));
+    silent[1].send(finger(2, 0.2f, "late@one"));
+    REQUIRE(hall.input.waitForDatagrams(5, 10s));
+}
+
+TEST_CASE("tcp source: bytes that make no whole packet keep no place")
+{
+    Hall hall;
+    std::deque<LoopbackStream> beginners;
+    for (std::size_t i = 0; i < TcpDatagramSource::kMaxConnections; ++i) {
+        beginners.emplace_back(hall.port());
+        beginners.back().send(head(100) + "a beginning");
+    }
+    TestSupport::expectWarningStartingWith("TcpDatagramSource # Closed the connection of 127.0.0.1:");
+    const LoopbackStream tracker(hall.port());
+    tracker.send(finger(1, 0.1f));
+    CHECK(hall.frame(1).fingers.size() == 1);
+    CHECK(hall.tcp->silentConnections() == 1);
 }
 
 TEST_CASE("tcp source: a sender that never stops does not keep others, the frames or the end waiting")

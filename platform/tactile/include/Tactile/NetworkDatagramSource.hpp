@@ -22,7 +22,7 @@ struct NetworkSettings
 
 /// Base of the sources that listen on a port: the port, the allowed senders, and an input thread for each source, which
 /// calls the handler. Make a UdpDatagramSource or a TcpDatagramSource. The functions belong to the thread that owns the
-/// source, except the counter.
+/// source, except the counters.
 class TAVOLA_EXPORT NetworkDatagramSource : public DatagramSource
 {
 public:
@@ -39,6 +39,8 @@ public:
     [[nodiscard]] std::uint16_t port() const noexcept { return m_port; }
     /// Datagrams, or connections, refused because their sender is not allowed. Any thread.
     [[nodiscard]] std::uint64_t refusedSenders() const noexcept { return m_refusedSenders; }
+    /// Connections that never sent a packet and were closed to make room for another; always 0 for datagrams. Any thread.
+    [[nodiscard]] std::uint64_t silentConnections() const noexcept { return m_silentConnections; }
 
 protected:
     enum class Transport { Datagrams, Streams };
@@ -55,6 +57,7 @@ protected:
     [[nodiscard]] bool isWoken() const;
     /// Whether `sender` may send. If not, counts it, and logs the first with `what` it sent, such as "a datagram".
     [[nodiscard]] bool isAllowed(const SenderAddress& sender, const char* what);
+    void countSilentConnection() noexcept { ++m_silentConnections; }
     /// Calls the handler; logs what it throws.
     void deliver(const Datagram& datagram) const;
 
@@ -76,5 +79,6 @@ private:
     int m_wakeWrite = -1;
     std::uint16_t m_port = 0;
     std::atomic<std::uint64_t> m_refusedSenders{0};
+    std::atomic<std::uint64_t> m_silentConnections{0};
 };
 }

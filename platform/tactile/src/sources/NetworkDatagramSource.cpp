@@ -165,9 +165,11 @@ bool NetworkDatagramSource::isAllowed(const SenderAddress& sender, const char* w
     if (m_allowed.empty()
         || std::any_of(m_allowed.begin(), m_allowed.end(), [&sender](const SenderAddress& a) { return a.bytes == sender.bytes; }))
         return true;
-    if (m_refusedSenders++ == 0)
+    // Counted after the line is written: a reader that sees the count finds the line.
+    if (m_refusedSenders == 0)
         Bedrock::Trace::warning("%s # Refused %s from %s (not among the allowed senders); further ones are only counted", m_name,
                                 what, sender.toString().c_str());
+    ++m_refusedSenders;
     return false;
 }
 

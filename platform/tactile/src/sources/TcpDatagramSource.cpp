@@ -63,11 +63,11 @@ public:
     {
         while (wait()) {
             beginTurn();
-            if (m_waiting[1].revents != 0)
-                acceptAll();
             for (std::size_t i = 0; i < kMaxConnections; ++i)
                 if (m_waiting[2 + i].revents != 0)
                     read(m_connections[i]);
+            if (m_waiting[1].revents != 0)
+                acceptAll();
         }
     }
 
@@ -77,8 +77,10 @@ private:
         int descriptor = -1;
         SenderAddress sender;
         std::unique_ptr<PacketStream> stream; // kept for the next connection in this place
-        std::size_t packets = 0;              // in this turn
-        std::size_t bytes = 0;                // in this turn
+        std::uint64_t lastActivity = 0;       // m_activities when it began or last sent bytes
+        bool hasSentPacket = false;
+        std::size_t packets = 0; // in this turn
+        std::size_t bytes = 0;   // in this turn
 
         [[nodiscard]] bool isOpen() const { return descriptor >= 0; }
         [[nodiscard]] bool isResting() const { return packets >= kPacketsPerTurn || bytes >= kBytesPerTurn; }
@@ -156,13 +158,11 @@ private:
     {
         Connection* place = nullptr;
         if (m_source.isAllowed(sender, "a connection")) {
-            for (Connection& connection : m_connections)
-                if (!place && !connection.isOpen())
-                    place = &connection;
+            place = findPlace(sender);
             if (!place)
                 log(Bedrock::Trace::Level::Warning,
                     "Closed the connection of " + sender.toString() + " (" + std::to_string(kMaxConnections)
-                        + " are open already); check which programs connect there, and use fewer trackers");
+                        + " that send are open already); check which programs connect there, and use fewer trackers");
         }
         if (!place) {
             ::close(descriptor);
@@ -175,8 +175,36 @@ private:
             place->stream = std::make_unique<PacketStream>();
         place->descriptor = descriptor;
         place->sender = sender;
+        place->lastActivity = ++m_activities;
+        place->hasSentPacket = false;
         place->packets = 0;
         place->bytes = 0;
+    }
+
+    /// A free place, else that of the connection which has been silent for longest without a single packet, else null.
+    Connection* findPlace(const SenderAddress& newcomer)
+    {
+        for (Connection& connection : m_connections)
+            if (!connection.isOpen())
+                return &connection;
+        Connection* silent = nullptr;
+        for (Connection& connection : m_connections) {
+            if (!connection.hasSentPacket)
+                read(connection); // its first packet may have arrived since the last poll
+            if (!connection.isOpen())
+                return &connection;
+            if (!connection.hasSentPacket && (!silent || connection.lastActivity < silent->lastActivity))
+                silent = &connection;
+        }
+        if (!silent)
+            return nullptr;
+        log(Bedrock::Trace::Level::Warning,
+            "Closed the connection of " + silent->sender.toString() + ", which has sent no packet, to make room for "
+                + newcomer.toString() + " (" + std::to_string(kMaxConnections)
+                + " were open); check which programs connect there without sending, and allow only the trackers");
+        close(*silent);
+        m_source.countSilentConnection();
+        return silent;
     }
 
     /// Reads once; poll reports what is left.
@@ -189,6 +217,7 @@ private:
         if (size > 0) {
             connection.stream->add(static_cast<std::size_t>(size));
             connection.bytes += static_cast<std::size_t>(size);
+            connection.lastActivity = ++m_activities;
             deliverAll(connection);
         } else if (size == 0 || (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR)) {
             if (connection.stream->waiting() > 0)
@@ -205,6 +234,7 @@ private:
             switch (stream.next()) {
             case PacketStream::Next::Packet:
                 ++connection.packets;
+                connection.hasSentPacket = true;
                 m_source.deliver({stream.packet(), stream.packetSize(), connection.sender});
                 break;
             case PacketStream::Next::Incomplete: return;
@@ -251,7 +281,8 @@ private:
     std::array<pollfd, 2 + kMaxConnections> m_waiting{};
     Clock::time_point m_now = Clock::now();
     Clock::time_point m_turnBegan = m_now;
-    int m_accepted = 0; // in this turn
+    int m_accepted = 0;             // in this turn
+    std::uint64_t m_activities = 0; // connections that began and reads that brought bytes
     Clock::time_point m_logPeriodBegan = m_now;
     int m_lines = 0; // in this period
     std::uint64_t m_leftOut = 0;
