@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <utility>
 
 namespace Host
 {
@@ -27,6 +28,7 @@ constexpr float kTurn = float(Vecta::kTwoPi);
 
 const Bedrock::Color kFingerColor{0.2f, 0.9f, 1.f, 1.f};
 const Bedrock::Color kCardColor{1.f, 0.7f, 0.1f, 1.f};
+const Bedrock::Color kAreaColor{1.f, 0.2f, 0.3f, 1.f};
 const Bedrock::Color kGround = Bedrock::Color{0.f, 0.f, 0.f, 0.7f}.premultiplied();
 }
 
@@ -95,7 +97,46 @@ private:
     Vecta::Vector2f m_textSize;
 };
 
-InputOverlay::InputOverlay(float pixelPitchMm) : m_pixelPitchMm(std::max(pixelPitchMm, 0.01f))
+/// The outline of one ignored area.
+class InputOverlay::AreaMark final : public Trellis::Widget
+{
+public:
+    explicit AreaMark(Tactile::SurfaceArea area) : m_area(std::move(area))
+    {
+        setCSSType(QByteArrayLiteral("InputArea"));
+        Vecta::Vector2f low = m_area.corners.front();
+        Vecta::Vector2f high = low;
+        for (const Vecta::Vector2f corner : m_area.corners) {
+            low = {std::min(low.x, corner.x), std::min(low.y, corner.y)};
+            high = {std::max(high.x, corner.x), std::max(high.y, corner.y)};
+        }
+        const Vecta::Vector2f rim{kLinePx, kLinePx};
+        for (Vecta::Vector2f& corner : m_area.corners)
+            corner = corner - low + rim;
+        setLocation(low - rim);
+        setSize(high - low + rim * 2.f);
+    }
+
+private:
+    void renderContent(Lantern::RenderContext& context) const override
+    {
+        Lantern::Style line;
+        line.setFill(kAreaColor);
+        Vecta::Vector2f from = m_area.corners.back();
+        for (const Vecta::Vector2f to : m_area.corners) {
+            const Vecta::Vector2f edge = to - from;
+            context.pushTransform(Vecta::Transform::translation(from) * Vecta::Transform::rotation(std::atan2(edge.y, edge.x)));
+            context.drawRect({0.f, -kLinePx / 2.f, edge.length(), kLinePx}, 0.f, line);
+            context.pop();
+            from = to;
+        }
+    }
+
+    Tactile::SurfaceArea m_area;
+};
+
+InputOverlay::InputOverlay(float pixelPitchMm, std::function<Areas()> ignoredAreas)
+    : m_pixelPitchMm(std::max(pixelPitchMm, 0.01f)), m_ignoredAreas(std::move(ignoredAreas))
 {
     setCSSType(QByteArrayLiteral("InputOverlay"));
     setInputEnabled(false);
@@ -107,6 +148,7 @@ InputOverlay::~InputOverlay() = default;
 
 void InputOverlay::update(const Trellis::FrameInfo&)
 {
+    showAreas();
     const Tactile::Sample& sample = Trellis::Application::instance()->grabManager()->currentSample();
     for (Mark* mark : m_marks)
         mark->isSeen = false;
@@ -118,6 +160,25 @@ void InputOverlay::update(const Trellis::FrameInfo&)
     for (auto it = gone; it != m_marks.end(); ++it)
         (*it)->removeFromParent();
     m_marks.erase(gone, m_marks.end());
+}
+
+void InputOverlay::showAreas()
+{
+    Areas areas = m_ignoredAreas ? m_ignoredAreas() : Areas();
+    if (areas == m_areas)
+        return;
+    m_areas = std::move(areas);
+    for (AreaMark* outline : m_outlines)
+        outline->removeFromParent();
+    m_outlines.clear();
+    for (const Tactile::SurfaceArea& area : m_areas) {
+        if (area.corners.empty())
+            continue;
+        const auto outline = Bedrock::makeIntrusive<AreaMark>(area);
+        outline->postConstruct();
+        m_outlines.push_back(outline.get());
+        addChild(outline);
+    }
 }
 
 void InputOverlay::show(const Tactile::TrackedObject& object)

@@ -141,6 +141,8 @@ bool TableInput::start(const InputSettings& given, Vecta::Vector2f sizePx, float
             error = QString::fromStdString(m_tuio->errorText());
             return false;
         }
+        if (!listener.ignore.empty())
+            m_tuio->setIgnoredAreas(d->listening.size(), listener.ignore);
         d->listening.push_back({listener, socket});
     }
     return true;
@@ -175,7 +177,9 @@ QJsonArray TableInput::listeners() const
     QJsonArray result;
     for (const Private::Listening& one : d->listening)
         result.append(QJsonObject{{"tuio", where(one.settings, one.socket->port())},
-                                  {"refusedSenders", qint64(one.socket->refusedSenders())}});
+                                  {"refusedSenders", qint64(one.socket->refusedSenders())},
+                                  {"ignoredAreas", int(one.settings.ignore.size())},
+                                  {"silentConnections", qint64(one.socket->silentConnections())}});
     return result;
 }
 

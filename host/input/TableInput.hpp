@@ -63,8 +63,9 @@ public:
 
     /// The port of the first listener; 0 in a replay.
     [[nodiscard]] int port() const;
-    /// [{"tuio", "refusedSenders"}] of each listener: its address, and the number of datagrams dropped, or connections refused,
-    /// because their sender is not allowed.
+    /// [{"tuio", "refusedSenders", "silentConnections", "ignoredAreas"}] of each listener: its address, the number of datagrams
+    /// dropped, or connections refused, because their sender is not allowed, of connections that never sent a packet and made
+    /// room for others, and of areas whose contacts are ignored.
     [[nodiscard]] QJsonArray listeners() const;
 
 private:

@@ -39,12 +39,23 @@ LoopbackHttpServer::Response refusal(int status, const QByteArray& text)
 
 QJsonObject dropReport(const Tactile::TuioDrops& drops)
 {
-    static const char* const kNames[] = {"malformed", "late",      "notFinite",      "outOfRange", "notAlive", "fingerCap",
-                                         "markerCap", "sourceCap", "unknownMessage", "queueFull",  "noFrame"};
+    static const char* const kNames[] = {"malformed", "late",      "notFinite",  "outOfRange",     "notAlive",
+                                         "fingerCap", "markerCap", "sourceCap",  "unknownMessage", "queueFull",
+                                         "noFrame",   "unclosed",  "ignoredArea"};
     static_assert(std::size(kNames) == Tactile::kTuioDropCount, "one name for each cause");
     QJsonObject report;
     for (std::size_t i = 0; i < drops.size(); ++i)
         report.insert(QLatin1String(kNames[i]), qint64(drops[i]));
+    return report;
+}
+
+/// The numbers of frames without an end by profile; profiles without any are left out.
+QJsonObject unclosedReport(const Tactile::TuioSourceCounters& source)
+{
+    QJsonObject report;
+    for (std::size_t i = 0; i < source.unclosed.size(); ++i)
+        if (source.unclosed[i].count > 0)
+            report.insert(QLatin1String(Tactile::kTuioProfileNames[i]), qint64(source.unclosed[i].count));
     return report;
 }
 
@@ -190,6 +201,7 @@ QByteArray Inspector::inputReport() const
                                    {"lost", source.isLost},
                                    {"sensorWidth", source.sensorWidth},
                                    {"sensorHeight", source.sensorHeight},
+                                   {"unclosedFrames", unclosedReport(source)},
                                    {"drops", dropReport(source.drops)}});
     return bytes(QJsonObject{{"datagramsReceived", qint64(m_subject.input->datagramsReceived())},
                              {"packets", qint64(counters.packets)},

@@ -7,6 +7,7 @@
 #include <QJsonObject>
 
 #include <optional>
+#include <utility>
 
 namespace Host
 {
@@ -50,6 +51,61 @@ bool readAllow(const QJsonValue& value, QStringList& allow)
     }
     // An empty list would allow every sender.
     return !allow.isEmpty();
+}
+
+constexpr int kMostAreas = 64; // of a listener; and corners of an area
+
+/// `count` numbers from 0 to 1.
+bool readShares(const QJsonValue& value, int count, float* shares)
+{
+    const QJsonArray numbers = value.toArray();
+    if (numbers.size() != count)
+        return false;
+    for (int i = 0; i < count; ++i) {
+        const double number = numbers.at(i).toDouble(-1.0);
+        if (!(number >= 0.0 && number <= 1.0))
+            return false;
+        shares[i] = float(number);
+    }
+    return true;
+}
+
+bool readArea(const QJsonArray& entry, Tactile::SurfaceArea& area)
+{
+    if (entry.size() < 3 || entry.size() > kMostAreas)
+        return false;
+    if (!entry.at(0).isArray()) {
+        float rect[4] = {};
+        if (!readShares(entry, 4, rect) || rect[2] <= 0.f || rect[3] <= 0.f)
+            return false;
+        area = Tactile::SurfaceArea::ofRect({rect[0], rect[1], rect[2], rect[3]});
+        return true;
+    }
+    for (const QJsonValue& corner : entry) {
+        float point[2] = {};
+        if (!readShares(corner, 2, point))
+            return false;
+        area.corners.push_back({point[0], point[1]});
+    }
+    return true;
+}
+
+void readIgnore(const QJsonValue& value, const QString& place, Listener& listener, const InputSettings::Skip& skip)
+{
+    const QJsonArray entries = value.toArray();
+    if (!value.isArray() || entries.size() > kMostAreas)
+        return skip(place, QStringLiteral("expected a list of up to %1 areas; nothing is ignored").arg(kMostAreas));
+    for (int i = 0; i < entries.size(); ++i) {
+        Tactile::SurfaceArea area;
+        if (readArea(entries.at(i).toArray(), area))
+            listener.ignore.push_back(std::move(area));
+        else
+            skip(place + QStringLiteral("[%1]").arg(i),
+                 QStringLiteral(
+                     "expected [x, y, width, height] or 3 to %1 corners [x, y], in numbers from 0 to 1 of the tracker's "
+                     "surface; this area is not ignored")
+                     .arg(kMostAreas));
+    }
 }
 
 std::optional<Wrong> readListener(const QJsonObject& entry, const QString& place, Listener& listener)
@@ -102,12 +158,16 @@ InputSettings InputSettings::read(const QJsonObject& root, const Skip& skip)
     for (int i = 0; i < entries.size(); ++i) {
         const QString place = QStringLiteral("input[%1]").arg(i);
         const QJsonObject entry = entries.at(i).toObject();
-        Tavola::JsonEntries(entry, place, skip).checkKnown({"tuio", "rect", "allow"});
+        Tavola::JsonEntries(entry, place, skip).checkKnown({"tuio", "rect", "allow", "ignore"});
         Listener listener;
-        if (const auto wrong = readListener(entry, place, listener))
+        if (const auto wrong = readListener(entry, place, listener)) {
             skip(wrong->place, wrong->why + QStringLiteral("; nothing listens there"));
-        else
-            settings.listeners.push_back(listener);
+            continue;
+        }
+        const QJsonValue ignore = entry.value(QLatin1String("ignore"));
+        if (!ignore.isUndefined())
+            readIgnore(ignore, place + QLatin1String(".ignore"), listener, skip);
+        settings.listeners.push_back(listener);
     }
     const Tavola::JsonEntries given =
         Tavola::JsonEntries::of(root.value(QLatin1String("inputSettings")), QStringLiteral("inputSettings"), skip);

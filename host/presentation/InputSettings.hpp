@@ -1,5 +1,7 @@
 #pragma once
 
+#include <Tactile/SurfaceArea.hpp>
+
 #include <QString>
 #include <QStringList>
 
@@ -22,6 +24,7 @@ struct InputSettings
         bool hasRect = false;                              ///< without one: the whole table
         float x = 0.f, y = 0.f, width = 0.f, height = 0.f; ///< table pixels
         QStringList allow;                                 ///< numeric addresses; empty: every sender
+        std::vector<Tactile::SurfaceArea> ignore;          ///< where nothing may begin
     };
     /// Without a list, or with an empty one: the default listener. Empty where every listener of the list was left out.
     std::vector<Listener> listeners{1};
@@ -37,11 +40,13 @@ struct InputSettings
     using Skip = std::function<void(const QString& place, const QString& why)>;
     /// Reads "input" and "inputSettings" of a presentation:
     ///
-    ///     "input": [{"tuio": "0.0.0.0:3333", "rect": [0, 0, 1920, 1080], "allow": ["192.168.0.20"]}],
+    ///     "input": [{"tuio": "0.0.0.0:3333", "rect": [0, 0, 1920, 1080], "allow": ["192.168.0.20"],
+    ///                "ignore": [[0.9, 0, 0.1, 0.2], [[0, 0], [0.1, 0], [0, 0.1]]]}],
     ///     "inputSettings": {"holdMilliseconds": 600, "lostSeconds": 5, "smoothing": true}
     ///
     /// A listener with a mistake is left out whole: without its "rect" its contacts would be in the wrong place, and without its
-    /// "allow" every sender would be accepted. A setting with a mistake keeps its default.
+    /// "allow" every sender would be accepted. Of "ignore" the area with a mistake is left out. A setting with a mistake keeps
+    /// its default.
     [[nodiscard]] static InputSettings read(const QJsonObject& root, const Skip& skip);
 };
 }

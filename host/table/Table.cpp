@@ -175,7 +175,8 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const Table
     d.placeWidgets(presentation);
     d.tavola->ui()->mainWidget()->addOperator(Bedrock::makeIntrusive<TemporaryWidgets>(presentation.closeTemporaryAfterSeconds));
     if (options.showInput) {
-        const auto overlay = Bedrock::makeIntrusive<InputOverlay>(presentation.pixelPitchMm);
+        const auto overlay = Bedrock::makeIntrusive<InputOverlay>(presentation.pixelPitchMm,
+                                                                  [&input = d.input->tuio()] { return input.ignoredAreas(); });
         overlay->postConstruct();
         d.tavola->ui()->internalOverlayWidget()->addChild(overlay);
     }

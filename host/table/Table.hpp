@@ -40,7 +40,7 @@ public:
     std::optional<double> frame(double dtSeconds);
     [[nodiscard]] bool isReplay() const noexcept;
     [[nodiscard]] const Tactile::TuioInput& input() const noexcept;
-    /// [{"tuio", "refusedSenders"}] of each listener, for the inspector.
+    /// The listeners as TableInput::listeners reports them, for the inspector.
     [[nodiscard]] QJsonArray listeners() const;
     /// The state of each e-mail service, for the inspector. Does not block.
     [[nodiscard]] QJsonArray mailState() const;

@@ -22,11 +22,11 @@ def report(text):
 class Table:
     """The gallery, without a screen, by the clock."""
 
-    def __init__(self, build, folder, *options):
+    def __init__(self, build, folder, *options, tuio="127.0.0.1:0"):
         data = os.path.join(folder, "data")
         os.makedirs(data, exist_ok=True)
         command = [os.path.join(build, "bin", "tavola"), "run", os.path.join(PRESENTATIONS, "gallery"), "--headless",
-                   "--inspect", "0", "--tuio", "127.0.0.1:0", "--data", data, *options]
+                   "--inspect", "0", "--tuio", tuio, "--data", data, *options]
         self.program = Program(command, wait_for=[r"inspector on (http://\S+?)/$", r"TUIO on \S+:(\d+)", r"is open$"])
         self.inspector = self.program.found[0].group(1)
         self.tuio = int(self.program.found[1].group(1))
@@ -178,4 +178,33 @@ def deaf_log(build, folder):
     assert code == 0, f"the table ended with {code}"
 
 
-SCENARIOS = {"deaf_log": deaf_log, "packets": packets, "connections": connections, "table_kills": table_kills}
+def silent_trackers(build, folder):
+    """Sixteen connections that stay silent, in front of a tracker whose first profile closes no frame."""
+    def framed(packet):
+        return struct.pack(">i", len(packet)) + packet
+
+    with Table(build, folder, tuio="tcp:127.0.0.1:0") as table:
+        silent = [socket.create_connection(("127.0.0.1", table.tuio), 20) for _ in range(16)]
+        with socket.create_connection(("127.0.0.1", table.tuio), 20) as tracker:
+            alive = osc("/tuio/2Dobj", "si", "alive", 1)
+            for number in range(1, 21):
+                tracker.sendall(framed(bundle(alive)) + framed(cursor_frame(number, 3, 0.1)))
+            deadline = time.monotonic() + 20
+            frames, warnings = 0, []
+            while time.monotonic() < deadline and (frames < 20 or not any("closes no frame" in line for line in warnings)):
+                report_of_input = table.get("/input")
+                frames = sum(source["frames"] for source in report_of_input["sources"])
+                warnings = [line["text"] for line in table.get("/log") if line["level"] == "warning"]
+        for one in silent:
+            one.close()
+        assert frames == 20, f"of a tracker behind 16 silent connections {frames} of 20 frames arrived"
+        made_room = report_of_input["listeners"][0]["silentConnections"]
+        assert made_room == 1, f"/input names {made_room} silent connections that made room"
+        assert sum("to make room for" in line for line in warnings) == 1, warnings
+        unclosed = report_of_input["sources"][0]["unclosedFrames"]
+        assert unclosed == {"2Dobj": 19}, f"/input names these frames without an end: {unclosed}"
+        assert sum("closes no frame of 2Dobj" in line for line in warnings) == 1, warnings
+        report("16 silent connections: one made room, and a tracker's frames arrived; a profile without an end is counted and told once")
+
+
+SCENARIOS = {"silent_trackers": silent_trackers, "deaf_log": deaf_log, "packets": packets, "connections": connections, "table_kills": table_kills}

@@ -97,6 +97,36 @@ TEST_CASE("input overlay: the id and the code stand beside the ring, longer for 
     CHECK(lit > 20);
 }
 
+TEST_CASE("input overlay: ignored areas have an outline, which follows them and is drawn once")
+{
+    Fixture f;
+    InputOverlay::Areas areas = {Tactile::SurfaceArea::ofRect({50.f, 60.f, 100.f, 80.f})};
+    const auto overlay = Bedrock::makeIntrusive<InputOverlay>(1.f, [&areas] { return areas; });
+    overlay->postConstruct();
+    f.application.mainLayer()->addChild(overlay);
+    const auto isRed = [&f](float x, float y) { return f.at(x, y).red() > 150 && f.at(x, y).green() < 120; };
+    f.application.frame(0.02);
+    for (const Vecta::Vector2f point : {Vecta::Vector2f{100.f, 60.f}, {150.f, 100.f}, {100.f, 140.f}, {50.f, 100.f}}) {
+        CAPTURE(point.x);
+        CAPTURE(point.y);
+        CHECK(isRed(point.x, point.y));
+    }
+    CHECK_FALSE(isRed(100.f, 100.f));
+    (void)f.application.collectDamage();
+    f.application.frame(0.02);
+    CHECK(f.application.collectDamage().isEmpty());
+
+    areas = {Tactile::SurfaceArea{{{200.f, 200.f}, {300.f, 200.f}, {200.f, 290.f}}}};
+    f.application.frame(0.02);
+    CHECK_FALSE(isRed(100.f, 60.f));
+    CHECK(isRed(250.f, 200.f));
+    CHECK(isRed(250.f, 245.f));
+    CHECK(overlay->children().size() == 1);
+    areas.clear();
+    f.application.frame(0.02);
+    CHECK(overlay->children().empty());
+}
+
 TEST_CASE("input overlay: it takes no input")
 {
     Fixture f;

@@ -8,6 +8,7 @@
 
 #include <EventLoop.hpp>
 #include <LogCapture.hpp>
+#include <Tactile/OscWriter.hpp>
 #include <Tactile/TuioEncoder.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Tavola/UserInterface.hpp>
@@ -143,6 +144,66 @@ TEST_CASE("table input: what is sent by others than those allowed is refused, an
     CHECK(source.value("fingers").toInt() == 1);
     CHECK(source.value("drops").toObject().contains("noFrame"));
     CHECK(report.value("refusals").isObject());
+}
+
+TEST_CASE("table input: a tracker's ignored area is ignored, counted and drawn")
+{
+    TablePlace place;
+    place.presentation(R"({"input": [{"tuio": "127.0.0.1:0", "ignore": [[0, 0, 0.2, 0.2]]}]})");
+    place.options.listener.reset();
+    place.options.showInput = true;
+    const auto table = place.open();
+    const TableLog log;
+    Inspector inspector({table->application(), log, &table->input(), true, {}, {}, [&table] { return table->listeners(); }});
+    QString error;
+    REQUIRE(inspector.listen(0, error));
+    TableSender sender(*table);
+    sender.send(fingerPacket("lamp@cam", 0.1f, 0.1f));
+    table->frame(0.02);
+    const QJsonObject report = ask(inspector.port(), "GET", "/input").json().object();
+    CHECK(report.value("listeners").toArray().at(0).toObject().value("ignoredAreas").toInt() == 1);
+    CHECK(report.value("drops").toObject().value("ignoredArea").toInt() == 1);
+    const auto overlay = Tavola::Tavola::instance()->ui()->internalOverlayWidget()->findByType("InputOverlay");
+    REQUIRE(overlay);
+    CHECK(overlay->children().size() == 1);
+    CHECK(overlay->findByType("InputArea"));
+}
+
+TEST_CASE("table input: the inspector names connections that made room, and profiles whose frames have no end")
+{
+    TablePlace place;
+    place.presentation(R"({"input": [{"tuio": "tcp:127.0.0.1:0"}, {"tuio": "127.0.0.1:0"}]})");
+    place.options.listener.reset();
+    const auto table = place.open();
+    const TableLog log;
+    Inspector inspector({table->application(), log, &table->input(), true, {}, {}, [&table] { return table->listeners(); }});
+    QString error;
+    REQUIRE(inspector.listen(0, error));
+    const auto report = [&] { return ask(inspector.port(), "GET", "/input").json().object(); };
+
+    std::vector<std::unique_ptr<QTcpSocket>> silent;
+    for (int i = 0; i < 17; ++i) {
+        silent.push_back(std::make_unique<QTcpSocket>());
+        silent.back()->connectToHost(QHostAddress::LocalHost, portOf(*table, 0));
+        REQUIRE(silent.back()->waitForConnected(10000));
+    }
+    const auto closed = [&] { return report().value("listeners").toArray().at(0).toObject().value("silentConnections").toInt(); };
+    CHECK(TestSupport::pumpUntil([&] { return closed() == 1; }, 10000));
+    CHECK(log.lines().last().toObject().value("text").toString().contains("which has sent no packet, to make room for"));
+
+    TableSender sender(*table);
+    sender.setPort(portOf(*table, 1));
+    Tactile::OscWriter alive;
+    alive.beginMessage("/tuio/2Dcur", ",s");
+    alive.add("alive");
+    alive.endMessage();
+    for (int i = 0; i < 11; ++i)
+        sender.send(alive.packet());
+    table->frame(0.02);
+    CHECK(log.lines().last().toObject().value("text").toString().contains("closes no frame of 2Dcur"));
+    const QJsonObject source = report().value("sources").toArray().at(0).toObject();
+    CHECK(source.value("unclosedFrames").toObject() == QJsonObject{{"2Dcur", 10}});
+    CHECK(source.value("drops").toObject().value("unclosed").toInt() == 10);
 }
 
 TEST_CASE("table input: the inspector reports for each sender what was dropped, and why")

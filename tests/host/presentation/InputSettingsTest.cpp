@@ -116,7 +116,7 @@ TEST_CASE("input settings: a setting that is wrong keeps its usual value")
     CHECK(outcome.settings.lostSeconds == 5.0);
     CHECK(outcome.settings.smoothing);
     CHECK(read(R"({"input": [{"tuio": "127.0.0.1:1", "port": 2}]})").skipped
-          == QStringList{"input[0].port: unknown entry; known are tuio, rect, allow"});
+          == QStringList{"input[0].port: unknown entry; known are tuio, rect, allow, ignore"});
     CHECK(read(R"({"inputSettings": []})").skipped == QStringList{"inputSettings: expected an object of names and values"});
 }
 
@@ -133,4 +133,33 @@ TEST_CASE("input settings: the default listener stands in where none is named, n
     CHECK(read(R"({"input": [{"tuio": "127.0.0.1:1"}]})").settings.listeners.size() == 1);
     CHECK(read(R"({"input": [{"tuio": "0.0.0.0:1", "allow": ["camera"]}]})").settings.listeners.empty());
     CHECK(read(R"({"input": 3333})").settings.listeners.empty());
+}
+
+TEST_CASE("input settings: ignored areas are rectangles or polygons, and one with a mistake is left out by itself")
+{
+    const Outcome outcome = read(R"({"input": [{"tuio": "127.0.0.1:1", "ignore": [
+        [0.9, 0, 0.1, 0.2],
+        [[0, 0], [0.1, 0], [0, 0.1]],
+        [100, 0, 20, 20],
+        [0, 0, 0.1],
+        [0, 0, 0, 0.1],
+        [[0, 0], [0.1, 0], [0, 1.1]],
+        [[0, 0], [0.1, 0]],
+        "all"]}]})");
+    const QString why =
+        QStringLiteral(": expected [x, y, width, height] or 3 to 64 corners [x, y], in numbers from 0 to 1 of the "
+                       "tracker's surface; this area is not ignored");
+    QStringList told;
+    for (int i = 2; i < 8; ++i)
+        told << QStringLiteral("input[0].ignore[%1]").arg(i) + why;
+    CHECK(outcome.skipped == told);
+    REQUIRE(outcome.settings.listeners.size() == 1);
+    const auto& ignore = outcome.settings.listeners[0].ignore;
+    REQUIRE(ignore.size() == 2);
+    CHECK(ignore[0] == Tactile::SurfaceArea::ofRect({0.9f, 0.f, 0.1f, 0.2f}));
+    CHECK(ignore[1] == Tactile::SurfaceArea{{{0.f, 0.f}, {0.1f, 0.f}, {0.f, 0.1f}}});
+
+    CHECK(read(R"({"input": [{"tuio": "127.0.0.1:1", "ignore": 1}]})").skipped
+          == QStringList{"input[0].ignore: expected a list of up to 64 areas; nothing is ignored"});
+    CHECK(read(R"({"input": [{"tuio": "127.0.0.1:1", "ignore": []}]})").skipped.isEmpty());
 }

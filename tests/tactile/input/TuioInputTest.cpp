@@ -260,3 +260,83 @@ TEST_CASE("tuio input: what has been received can be waited for")
     CHECK(table.input.datagramsReceived() == 1);
     CHECK(table.input.counters().sources.at(0).packets == 1);
 }
+
+TEST_CASE("tuio input: what begins in an ignored area is ignored until it is lifted, also when it moves out")
+{
+    TestTable table;
+    table.input.setIgnoredAreas(0, {Tactile::SurfaceArea::ofRect({0.8f, 0.f, 0.2f, 0.2f})});
+    table.fingers({{1, 0.9f, 0.1f}});
+    table.cards({{1, 1001, 1.04f, 0.1f}}); // beside the surface, and clamped to its rim
+    table.frame();
+    CHECK(table.changes() == "");
+    table.fingers({{1, 0.5f, 0.5f}, {2, 0.5f, 0.1f}});
+    table.cards({{1, 1001, 0.5f, 0.8f}});
+    table.frame();
+    CHECK(table.changes() == "down 1");
+    table.fingers({});
+    table.cards({});
+    table.frame();
+    CHECK(table.changes() == "up 1");
+    table.cards({{2, 1001, 0.5f, 0.8f}});
+    table.frame();
+    CHECK(table.changes() == "down 2");
+    CHECK(table.drops(TuioDrop::IgnoredArea) == 2);
+    CHECK(table.input.counters().sources.at(0).drops[static_cast<std::size_t>(TuioDrop::IgnoredArea)] == 2);
+}
+
+TEST_CASE("tuio input: what moves into an ignored area goes on there, and a card is held there as anywhere")
+{
+    TestTable table;
+    table.input.setIgnoredAreas(0, {Tactile::SurfaceArea::ofRect({0.8f, 0.f, 0.2f, 0.2f})});
+    table.fingers({{1, 0.5f, 0.1f}});
+    table.cards({{1, 1001, 0.5f, 0.8f}});
+    table.frame();
+    table.fingers({{1, 0.9f, 0.1f}});
+    table.cards({{1, 1001, 0.9f, 0.1f}});
+    table.frame();
+    CHECK(table.changes() == "move 1 move 2");
+    table.cards({});
+    table.frame(0.3);
+    table.cards({{2, 1001, 0.91f, 0.1f}});
+    table.frame(0.2);
+    CHECK(table.changes() == "move 2");
+    // It was lifted: what lies there now begins there.
+    table.cards({});
+    table.frame(0.1);
+    table.frame(0.7);
+    CHECK(table.sample.markers.empty());
+    table.cards({{3, 1001, 0.91f, 0.1f}});
+    table.frame();
+    CHECK(table.sample.markers.empty());
+}
+
+TEST_CASE("tuio input: a card in an ignored area casts no shadow on fingers beside the area")
+{
+    TestTable table;
+    table.input.setIgnoredAreas(0, {Tactile::SurfaceArea::ofRect({0.8f, 0.f, 0.2f, 0.2f})});
+    table.cards({{1, 1001, 0.81f, 0.1f}});
+    table.fingers({{1, 0.79f, 0.1f}});
+    table.frame();
+    CHECK(table.changes() == "down 1");
+    CHECK(table.sample.fingers.size() == 1);
+}
+
+TEST_CASE("tuio input: an ignored area counts in its own source's surface, wherever that lies on the table")
+{
+    TestTable table;
+    auto second = std::make_unique<TestSupport::ScriptedDatagrams>();
+    auto* right = second.get();
+    REQUIRE(table.input.addSource(std::move(second), {1000.f, 0.f, 500.f, 500.f}));
+    table.input.setIgnoredAreas(1, {Tactile::SurfaceArea{{{0.f, 0.f}, {0.2f, 0.f}, {0.f, 0.2f}}}});
+    table.fingers({{1, 0.05f, 0.05f}});
+    right->send(TestTable::fingersPacket(1, {{1, 0.05f, 0.05f}, {2, 0.15f, 0.15f}}, "right@cam"));
+    table.frame();
+    CHECK(table.sample.fingers.size() == 2);
+    REQUIRE(table.input.ignoredAreas().size() == 1);
+    CHECK(table.input.ignoredAreas()[0].corners == std::vector<Vecta::Vector2f>{{1000.f, 0.f}, {1100.f, 0.f}, {1000.f, 100.f}});
+    table.input.setIgnoredAreas(1, {});
+    CHECK(table.input.ignoredAreas().empty());
+    right->send(TestTable::fingersPacket(2, {{3, 0.05f, 0.05f}}, "right@cam"));
+    table.frame();
+    CHECK(table.sample.fingers.size() == 2);
+}

@@ -181,3 +181,39 @@ TEST_CASE("tuio log: late frames and positions beside the surface are counted, n
     CHECK(direct.decoder.counters().drops[static_cast<std::size_t>(TuioDrop::OutOfRange)] == 1);
     CHECK(direct.report(0.0) == 0);
 }
+
+namespace
+{
+std::vector<char> unclosedFingers()
+{
+    Tactile::OscWriter alive;
+    alive.beginMessage("/tuio/2Dcur", ",si");
+    alive.add("alive");
+    alive.add(std::int32_t(1));
+    alive.endMessage();
+    return alive.packet();
+}
+}
+
+TEST_CASE("tuio log: a sender that closes no frame is told once, and one that lost the end of some is not")
+{
+    Direct direct;
+    direct.feed(TestTable::fingersPacket(1, {{1, 0.5f, 0.5f}}, "cam@left"));
+    for (int i = 0; i < 10; ++i)
+        direct.feed(unclosedFingers());
+    CHECK(direct.report(0.0) == 0);
+    direct.feed(TestTable::fingersPacket(2, {{1, 0.5f, 0.5f}}, "cam@left"));
+    for (int i = 0; i < 10; ++i)
+        direct.feed(unclosedFingers());
+    CHECK(direct.report(1.0) == 0);
+    TestSupport::expectWarning("TuioDecoder::decode # The sender cam@left closes no frame of 2Dcur (an fseq, in TUIO 2.0 an alv, "
+                               "is missing); its contacts there are dropped, set it to end each frame");
+    direct.feed(unclosedFingers());
+    CHECK(direct.report(1.0) == 1);
+    direct.feed(unclosedFingers());
+    CHECK(direct.report(100.0) == 0);
+    direct.feed(TestTable::fingersPacket(3, {{1, 0.5f, 0.5f}}, "cam@left"));
+    for (int i = 0; i < 20; ++i)
+        direct.feed(unclosedFingers());
+    CHECK(direct.report(200.0) == 0);
+}

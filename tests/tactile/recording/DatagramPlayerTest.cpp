@@ -306,6 +306,36 @@ TEST_CASE("datagram player: a recording without a note has none, and settings th
     CHECK(error == "DatagramPlayer # Failed to read " + folder.file + " (its settings are damaged); record anew");
 }
 
+TEST_CASE("datagram player: areas that were ignored are ignored in the replay, from the same frame on")
+{
+    const Folder folder;
+    std::vector<std::string> recorded;
+    {
+        const auto recorder = folder.record();
+        Tactile::TuioInput input(TestTable::plainSettings());
+        input.setRecorder(recorder.get());
+        auto source = std::make_unique<TestSupport::ScriptedDatagrams>();
+        auto* datagrams = source.get();
+        REQUIRE(input.addSource(std::move(source)));
+        input.setIgnoredAreas(0,
+                              {Tactile::SurfaceArea::ofRect({0.f, 0.f, 0.2f, 0.2f}),
+                               Tactile::SurfaceArea{{{0.8f, 0.8f}, {1.f, 0.8f}, {0.9f, 1.f}}}});
+        Tactile::Sample sample;
+        const auto frame = [&](double now, std::int32_t number, std::int32_t session) {
+            datagrams->send(
+                TestTable::fingersPacket(number, {{session, 0.1f, 0.1f}, {session + 1, 0.9f, 0.9f}, {99, 0.5f, 0.5f}}));
+            input.readSample(now, sample);
+            recorded.push_back(describe(sample));
+        };
+        frame(0.5, 1, 1);
+        CHECK(sample.fingers.size() == 1);
+        input.setIgnoredAreas(0, {});
+        frame(1.0, 2, 3);
+        CHECK(sample.fingers.size() == 3);
+    }
+    CHECK(folder.replay() == recorded);
+}
+
 TEST_CASE("datagram player: a kind of record that is not known is skipped")
 {
     const Folder folder;
@@ -335,6 +365,8 @@ TEST_CASE("datagram player: a record that cannot be ends the replay ahead of its
                         {"a result without a job", QByteArray(kNoJob, sizeof kNoJob - 1)},
                         {"a result of an unknown content", QByteArray(kNoContent, sizeof kNoContent - 1)},
                         {"a listener beyond the next", "L\xff"},
+                        {"areas of no listener", QByteArray("I\0\1", 3)},
+                        {"an area whose corners are cut off", QByteArray("I\0\0\0\3\0\0", 7)},
                         {"a frame that is cut off", "F"}};
     const Folder folder;
     const QByteArray whole = recordQuietTable(folder);

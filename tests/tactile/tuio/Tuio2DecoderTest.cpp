@@ -262,6 +262,11 @@ TEST_CASE("tuio 2 decoder: a frame that never ended is left when the next begins
     CHECK(bench.fingers(2, {}) == "");
     bench.encoder.begin(3);
     CHECK(bench.end({1}) == "");
+    REQUIRE(bench.decoder.counters().sources.size() == 1);
+    const Tactile::TuioUnclosedFrames& unclosed = bench.decoder.counters().sources[0].unclosed[3];
+    CHECK(unclosed.count == 1);
+    CHECK(unclosed.inARow == 0);
+    CHECK(bench.drops(TuioDrop::Unclosed) == 1);
 }
 
 TEST_CASE("tuio 2 decoder: a lost source shows its cards anew where they were, and its fingers after they were lifted")

@@ -135,6 +135,30 @@ TEST_CASE("tuio decoder: single messages take effect at their fseq")
     CHECK(bench.feed(single("/tuio/2Dcur", ",si", "fseq", {2})) == "vanish 4");
 }
 
+TEST_CASE("tuio decoder: a profile without an fseq has no effect, and its frames are counted for its source")
+{
+    Bench bench;
+    const auto alive = [] { return single("/tuio/2Dcur", ",si", "alive", {4}); };
+    const auto set = [] { return single("/tuio/2Dcur", ",sifffff", "set", {4, 0.5, 0.5, 0, 0, 0}); };
+    for (int i = 0; i < 3; ++i) {
+        CHECK(bench.feed(alive()) == "");
+        CHECK(bench.feed(set()) == "");
+    }
+    const auto& sources = bench.decoder.counters().sources;
+    REQUIRE(sources.size() == 1);
+    CHECK(sources[0].unclosed[1].count == 2);
+    CHECK(sources[0].unclosed[1].inARow == 2);
+    CHECK(bench.drops(TuioDrop::Unclosed) == 2);
+    // A late end is an end.
+    CHECK(bench.feed(single("/tuio/2Dcur", ",si", "fseq", {1})) == "appear 4");
+    CHECK(sources[0].unclosed[1].inARow == 0);
+    CHECK(sources[0].unclosed[1].count == 2);
+    // Without any alive list its many sets are counted.
+    for (int i = 0; i < 5000; ++i)
+        bench.feed(set());
+    CHECK(sources[0].unclosed[1].count == 3);
+}
+
 TEST_CASE("tuio decoder: single messages of two senders do not mix")
 {
     Bench bench;

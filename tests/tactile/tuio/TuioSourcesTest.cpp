@@ -192,3 +192,20 @@ TEST_CASE("tuio sources: what is dropped counts for its source and for the table
     CHECK(of(sources.counters.drops, TuioDrop::Malformed) == 1);
     CHECK(of(sources.countersOf(0).drops, TuioDrop::Malformed) == 0);
 }
+
+TEST_CASE("tuio sources: frames without an end count by profile, those in a row until one is closed")
+{
+    TuioSources sources;
+    TuioSender& sender = sources.senderOf(0, at(1));
+    sources.countUnclosed(sender, Tactile::TuioChannel::Cursors);
+    sources.countUnclosed(sender, Tactile::TuioChannel::Cursors);
+    sources.countUnclosed(sender, Tactile::TuioChannel::Objects);
+    REQUIRE(sources.size() == 1);
+    sources.countClosed(0, Tactile::TuioChannel::Cursors);
+    const auto& unclosed = sources.countersOf(0).unclosed;
+    CHECK(unclosed[0].count == 1);
+    CHECK(unclosed[0].inARow == 1);
+    CHECK(unclosed[1].count == 2);
+    CHECK(unclosed[1].inARow == 0);
+    CHECK(sources.countersOf(0).drops[static_cast<std::size_t>(TuioDrop::Unclosed)] == 3);
+}

@@ -36,5 +36,6 @@ struct ContactEvent
     Vecta::Vector2f position; ///< 0 to 1 of the surface; scene pixels once the input has mapped it
     float rotationRadians = 0.f;
     std::uint64_t code = 0;
+    bool isInIgnoredArea = false; ///< of Appear; set by the input, when it maps the position
 };
 }

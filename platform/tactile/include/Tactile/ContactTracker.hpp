@@ -32,6 +32,8 @@ struct TrackerSettings
 /// - A code seen twice within the hold distance is one card seen twice. Further apart, the second is a card with an id of
 ///   its own, and a warning.
 /// - Fingers are never held. One that starts in a marker's outline is ignored until it is lifted.
+/// - A contact that appears in an ignored area is ignored until it is lifted, also when it moves out. A card that was on the
+///   table already, comes back there under the rules above; and what moves into the area stays.
 /// - A sender silent for too long: its fingers are cancelled, the hold of its markers begins.
 ///
 /// All time is that of `update`, so frames cranked by hand give the same results. Events of a frame are applied before holds

@@ -44,6 +44,7 @@ public:
 
     void settings(const TuioSettings& settings) override;
     void listener(std::uint16_t index, const Vecta::Rect& tableRect) override;
+    void ignoredAreas(std::uint16_t index, const std::vector<SurfaceArea>& areas) override;
     void datagram(std::uint16_t listener, const Datagram& datagram) override;
     void frameTaken(double nowSeconds) override;
 

@@ -21,10 +21,22 @@ enum class TuioDrop : std::uint8_t {
     SourceCap,
     UnknownMessage, ///< another profile or protocol
     QueueFull,      ///< the main thread has not taken a sample for long
-    NoFrame         ///< TUIO 2.0 outside of a frame, whose beginning was lost
+    NoFrame,        ///< TUIO 2.0 outside of a frame, whose beginning was lost
+    Unclosed,       ///< a frame whose end (fseq, alv) had not come when the next one began
+    IgnoredArea     ///< a contact that appeared in an ignored area: see TuioInput::setIgnoredAreas
 };
-constexpr std::size_t kTuioDropCount = 11;
+constexpr std::size_t kTuioDropCount = 13;
 using TuioDrops = std::array<std::uint64_t, kTuioDropCount>;
+
+/// Each profile of TUIO 1.1 has frames of its own; those of TUIO 2.0 are counted as one profile.
+constexpr std::array<const char*, 4> kTuioProfileNames{"2Dobj", "2Dcur", "2Dblb", "TUIO 2.0"};
+
+/// Frames that took no effect because their end was missing.
+struct TuioUnclosedFrames
+{
+    std::uint64_t count = 0;
+    std::uint64_t inARow = 0; ///< since the last frame that was closed
+};
 
 struct TuioSourceCounters
 {
@@ -32,8 +44,9 @@ struct TuioSourceCounters
     std::uint64_t packets = 0;
     std::uint64_t frames = 0; ///< accepted
     TuioDrops drops{};
-    std::size_t fingers = 0; ///< now
-    std::size_t markers = 0; ///< now
+    std::array<TuioUnclosedFrames, kTuioProfileNames.size()> unclosed{}; ///< in the order of kTuioProfileNames
+    std::size_t fingers = 0;                                             ///< now
+    std::size_t markers = 0;                                             ///< now
     bool isLost = false;
     std::uint16_t sensorWidth = 0; ///< as a TUIO 2.0 sender gives it; 0: not given
     std::uint16_t sensorHeight = 0;

@@ -45,6 +45,8 @@ public:
 
     /// Counts a packet that the caller dropped unread.
     void countUnread(TuioDrop cause);
+    /// Counts a contact of `source` that the caller ignores.
+    void count(TuioDrop cause, std::uint16_t source);
 
     /// Call when the source was silent for so long that its contacts were given up. When it sends again, its markers appear
     /// anew where they were, its fingers are ignored until they are lifted, and any lower frame number is a restart. Its

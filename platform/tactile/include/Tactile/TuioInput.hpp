@@ -2,6 +2,7 @@
 
 #include <Tactile/ContactTracker.hpp>
 #include <Tactile/InputSource.hpp>
+#include <Tactile/SurfaceArea.hpp>
 #include <Tactile/TuioCounters.hpp>
 #include <Vecta/Rect.hpp>
 
@@ -9,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace Tactile
 {
@@ -48,6 +50,11 @@ public:
 
     /// Maps the `index`th source to `tableRect`, from the next position it sends on.
     void setTableRect(std::size_t index, const Vecta::Rect& tableRect);
+
+    /// Contacts of the `index`th source that appear in one of `areas` are ignored until they are lifted; see ContactTracker.
+    void setIgnoredAreas(std::size_t index, std::vector<SurfaceArea> areas);
+    /// The ignored areas of all sources, in scene pixels. Any thread.
+    [[nodiscard]] std::vector<SurfaceArea> ignoredAreas() const;
 
     void readSample(double nowSeconds, Sample& sample) override;
 

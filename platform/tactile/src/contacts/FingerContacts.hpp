@@ -19,7 +19,7 @@ public:
     void apply(const ContactEvent& event, IsShadow isShadow)
     {
         if (event.kind == ContactEvent::Kind::Appear) {
-            if (!find(event.key) && !isShadow(event.position))
+            if (!find(event.key) && !event.isInIgnoredArea && !isShadow(event.position))
                 letDown(event);
         } else if (FingerContact* contact = find(event.key)) {
             change(*contact, event);

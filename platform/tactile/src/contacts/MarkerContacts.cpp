@@ -35,7 +35,7 @@ void MarkerContacts::beginFrame(const std::vector<ContactEvent>& events)
 {
     m_appearing.clear();
     for (const ContactEvent& event : events)
-        if (event.kind == Kind::Appear && event.type == TrackedObject::Type::Marker)
+        if (event.kind == Kind::Appear && event.type == TrackedObject::Type::Marker && !event.isInIgnoredArea)
             m_appearing.push_back(event.position);
 
     m_returned.swap(m_returning);
@@ -113,6 +113,8 @@ void MarkerContacts::appear(const ContactEvent& event)
             lead(*same, event);
         return;
     }
+    if (event.isInIgnoredArea)
+        return;
     // Back, but elsewhere: the card was lifted and put down again. It gets its id again, so its Down comes one frame later:
     // code that compares the ids of successive frames would otherwise miss that it was gone, and open its contents twice.
     MarkerContact* const lifted = findNearest(event.code, event.position, std::numeric_limits<float>::max(), true);

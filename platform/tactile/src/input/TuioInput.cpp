@@ -8,6 +8,7 @@
 #include <Tactile/Sample.hpp>
 #include <Tactile/TuioDecoder.hpp>
 
+#include <algorithm>
 #include <cassert>
 #include <condition_variable>
 #include <limits>
@@ -27,6 +28,21 @@ constexpr std::size_t kUsualEvents = 1024;
 
 struct TuioInput::Private
 {
+    struct Surface
+    {
+        Vecta::Rect rect; ///< of the table
+        std::vector<SurfaceArea> ignored;
+
+        [[nodiscard]] bool isIgnored(Vecta::Vector2f point) const
+        {
+            return std::any_of(ignored.begin(), ignored.end(), [point](const SurfaceArea& area) { return area.contains(point); });
+        }
+        [[nodiscard]] Vecta::Vector2f toTable(Vecta::Vector2f point) const
+        {
+            return {rect.x + point.x * rect.width, rect.y + point.y * rect.height};
+        }
+    };
+
     const TuioSettings settings;
     std::vector<std::unique_ptr<DatagramSource>> datagramSources;
     std::string errorText;
@@ -37,7 +53,7 @@ struct TuioInput::Private
     // Guarded by mutex.
     TuioDecoder decoder;
     std::vector<ContactEvent> events;
-    std::vector<Vecta::Rect> rects; // of each listener
+    std::vector<Surface> surfaces; // of each listener
     TuioLog log;
     InputRecorder* recorder = nullptr;
 
@@ -62,8 +78,12 @@ struct TuioInput::Private
         for (ContactEvent& event : events) {
             if (event.kind == ContactEvent::Kind::Seen)
                 continue;
-            const Vecta::Rect& rect = rects[event.listener];
-            event.position = {rect.x + event.position.x * rect.width, rect.y + event.position.y * rect.height};
+            const Surface& surface = surfaces[event.listener];
+            if (event.kind == ContactEvent::Kind::Appear && surface.isIgnored(event.position)) {
+                event.isInIgnoredArea = true;
+                decoder.count(TuioDrop::IgnoredArea, event.key.source);
+            }
+            event.position = surface.toTable(event.position);
         }
     }
 
@@ -114,14 +134,14 @@ bool TuioInput::addSource(std::unique_ptr<DatagramSource> source, const Vecta::R
     const auto listener = static_cast<std::uint16_t>(d->datagramSources.size());
     {
         const std::lock_guard<std::mutex> lock(d->mutex);
-        d->rects.push_back(tableRect);
+        d->surfaces.push_back({tableRect, {}});
         if (d->recorder)
             d->recorder->listener(listener, tableRect);
     }
     if (!source->start([input = d.get(), listener](const Datagram& datagram) { input->receive(datagram, listener); })) {
         d->errorText = source->errorText();
         const std::lock_guard<std::mutex> lock(d->mutex);
-        d->rects.pop_back();
+        d->surfaces.pop_back();
         return false;
     }
     d->datagramSources.push_back(std::move(source));
@@ -136,11 +156,35 @@ const std::string& TuioInput::errorText() const noexcept
 void TuioInput::setTableRect(std::size_t index, const Vecta::Rect& tableRect)
 {
     const std::lock_guard<std::mutex> lock(d->mutex);
-    if (index >= d->rects.size())
+    if (index >= d->surfaces.size())
         return;
-    d->rects[index] = tableRect;
+    d->surfaces[index].rect = tableRect;
     if (d->recorder)
         d->recorder->listener(static_cast<std::uint16_t>(index), tableRect);
+}
+
+void TuioInput::setIgnoredAreas(std::size_t index, std::vector<SurfaceArea> areas)
+{
+    const std::lock_guard<std::mutex> lock(d->mutex);
+    if (index >= d->surfaces.size())
+        return;
+    if (d->recorder)
+        d->recorder->ignoredAreas(static_cast<std::uint16_t>(index), areas);
+    d->surfaces[index].ignored = std::move(areas);
+}
+
+std::vector<SurfaceArea> TuioInput::ignoredAreas() const
+{
+    const std::lock_guard<std::mutex> lock(d->mutex);
+    std::vector<SurfaceArea> all;
+    for (const Private::Surface& surface : d->surfaces) {
+        for (SurfaceArea area : surface.ignored) {
+            for (Vecta::Vector2f& corner : area.corners)
+                corner = surface.toTable(corner);
+            all.push_back(std::move(area));
+        }
+    }
+    return all;
 }
 
 void TuioInput::readSample(double nowSeconds, Sample& sample)

@@ -3,6 +3,7 @@
 #include <Bedrock/Trace.hpp>
 #include <Tactile/TuioDecoder.hpp>
 
+#include <algorithm>
 #include <string>
 
 namespace Tactile
@@ -10,6 +11,10 @@ namespace Tactile
 namespace
 {
 constexpr double kSecondsBetweenLines = 10.0;
+// A network that loses datagrams loses the end of single frames. So many ends in a row were never sent.
+constexpr std::uint64_t kUnclosedToReport = 10;
+// Senders choose their names: without a bound they could fill the log.
+constexpr std::size_t kMostUnclosedSources = 64;
 
 std::uint64_t countOf(const TuioCounters& counters, TuioDrop cause)
 {
@@ -24,6 +29,7 @@ void TuioLog::report(double nowSeconds, const TuioDecoder& decoder)
     reportCap(counters, TuioDrop::FingerCap, "more than 256 fingers at once; the newest are dropped");
     reportCap(counters, TuioDrop::MarkerCap, "more than 64 markers at once; the newest are dropped");
     reportCap(counters, TuioDrop::SourceCap, "more than 16 senders at once; the newest are dropped");
+    reportUnclosed(counters);
     if (!m_hasReportedUnknown && !decoder.firstUnknownAddress().empty()) {
         m_hasReportedUnknown = true;
         Bedrock::Trace::info("TuioDecoder::decode # Skipped a message of another kind (%s); further ones are only counted",
@@ -65,6 +71,29 @@ void TuioLog::reportPackets(double nowSeconds, const TuioDecoder& decoder)
     }
     m_hasReported = true;
     m_lastReport = nowSeconds;
+}
+
+void TuioLog::reportUnclosed(const TuioCounters& counters)
+{
+    if (m_seenUnclosed == countOf(counters, TuioDrop::Unclosed))
+        return;
+    m_seenUnclosed = countOf(counters, TuioDrop::Unclosed);
+    for (const TuioSourceCounters& source : counters.sources) {
+        std::string profiles;
+        bool isCertain = false;
+        for (std::size_t i = 0; i < source.unclosed.size(); ++i) {
+            if (source.unclosed[i].inARow > 0)
+                profiles += (profiles.empty() ? "" : ", ") + std::string(kTuioProfileNames[i]);
+            isCertain = isCertain || source.unclosed[i].inARow >= kUnclosedToReport;
+        }
+        if (!isCertain || m_unclosedSources.size() >= kMostUnclosedSources
+            || std::find(m_unclosedSources.begin(), m_unclosedSources.end(), source.name) != m_unclosedSources.end())
+            continue;
+        m_unclosedSources.push_back(source.name);
+        Bedrock::Trace::warning("TuioDecoder::decode # The sender %s closes no frame of %s (an fseq, in TUIO 2.0 an alv, is "
+                                "missing); its contacts there are dropped, set it to end each frame",
+                                source.name.c_str(), profiles.c_str());
+    }
 }
 
 void TuioLog::reportCap(const TuioCounters& counters, TuioDrop cause, const char* what)

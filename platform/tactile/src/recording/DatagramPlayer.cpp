@@ -9,6 +9,7 @@
 #include <cmath>
 #include <fstream>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace Tactile
@@ -111,10 +112,34 @@ struct DatagramPlayer::Private
     {
         for (std::size_t i = 0; i < waitingCount; ++i) {
             Recording::Reader reader(waiting[i].data() + 1, waiting[i].size() - 1);
-            if (!(waiting[i].front() == Recording::Listener ? openListener(input, reader) : playDatagram(reader)))
+            if (!play(waiting[i].front(), input, reader))
                 return false;
         }
         waitingCount = 0;
+        return true;
+    }
+
+    bool play(char kind, TuioInput& input, Recording::Reader& reader)
+    {
+        if (kind == Recording::Listener)
+            return openListener(input, reader);
+        return kind == Recording::IgnoredAreas ? ignoreAreas(input, reader) : playDatagram(reader);
+    }
+
+    bool ignoreAreas(TuioInput& input, Recording::Reader& reader) const
+    {
+        const std::uint16_t index = reader.read16();
+        std::vector<SurfaceArea> areas;
+        while (reader.isGood() && reader.left() > 0) {
+            SurfaceArea& area = areas.emplace_back();
+            for (std::uint16_t corners = reader.read16(); corners > 0 && reader.isGood(); --corners) {
+                const float x = reader.readFloat();
+                area.corners.push_back({x, reader.readFloat()});
+            }
+        }
+        if (!reader.isGood() || index >= sources.size())
+            return false;
+        input.setIgnoredAreas(index, std::move(areas));
         return true;
     }
 
@@ -224,7 +249,7 @@ std::optional<DatagramPlayer::Frame> DatagramPlayer::nextFrame(TuioInput& input)
             break;
         }
         const char kind = d->body.front();
-        if (kind == Recording::Listener || kind == Recording::DatagramKind)
+        if (kind == Recording::Listener || kind == Recording::IgnoredAreas || kind == Recording::DatagramKind)
             d->keep();
         Recording::Reader reader(d->body.data() + 1, d->body.size() - 1);
         if (kind == Recording::ArrivalKind && !Private::readArrival(reader, frame.arrivals.emplace_back()))

@@ -4,6 +4,7 @@
 
 #include <Bedrock/Trace.hpp>
 #include <Tactile/DatagramSource.hpp>
+#include <Tactile/SurfaceArea.hpp>
 #include <Tactile/TuioInput.hpp>
 
 #include <fcntl.h>
@@ -209,6 +210,21 @@ void DatagramRecorder::listener(std::uint16_t index, const Vecta::Rect& tableRec
         w.add16(index);
         for (const float value : {tableRect.x, tableRect.y, tableRect.width, tableRect.height})
             w.addFloat(value);
+    });
+}
+
+void DatagramRecorder::ignoredAreas(std::uint16_t index, const std::vector<SurfaceArea>& areas)
+{
+    const std::lock_guard<std::mutex> lock(d->mutex);
+    d->add(Recording::IgnoredAreas, [index, &areas](Recording::Writer& w) {
+        w.add16(index);
+        for (const SurfaceArea& area : areas) {
+            w.add16(static_cast<std::uint16_t>(area.corners.size()));
+            for (const Vecta::Vector2f& corner : area.corners) {
+                w.addFloat(corner.x);
+                w.addFloat(corner.y);
+            }
+        }
     });
 }
 

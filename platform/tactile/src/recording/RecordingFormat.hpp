@@ -18,6 +18,9 @@
 ///              float32 minCutoffHz, beta, derivativeCutoffHz of the position and of the rotation filter; float32
 ///              quietDistancePx, quietRadians
 ///     'L'      a listener has this rectangle from now on: uint16 index, float32 x, y, width, height
+///     'I'      a listener has these ignored areas from now on: uint16 index; for each area a uint16 number of corners, and of
+///     each
+///              corner float32 x, y in 0 to 1 of the surface. Left out where there are none
 ///     'D'      a datagram: uint16 listener, float64 seconds of arrival, 16 bytes IPv6 address, uint16 port, its bytes
 ///     'A'      a result that the frame to come took from the inbox: uint64 job, uint16 part, uint8 kind; uint8 0 for a job
 ///     inside
@@ -33,7 +36,15 @@ constexpr std::size_t kHeadBytes = 8;
 constexpr std::size_t kMaxBody = 1 << 25; // far beyond a full datagram, a long answer, a long list of people
 constexpr std::uint16_t kMaxListeners = 1024;
 
-enum Kind : char { Note = 'N', Settings = 'S', Listener = 'L', DatagramKind = 'D', ArrivalKind = 'A', FrameKind = 'F' };
+enum Kind : char {
+    Note = 'N',
+    Settings = 'S',
+    Listener = 'L',
+    IgnoredAreas = 'I',
+    DatagramKind = 'D',
+    ArrivalKind = 'A',
+    FrameKind = 'F'
+};
 
 inline std::uint32_t checkSum(const char* data, std::size_t size) noexcept
 {

@@ -82,12 +82,17 @@ void Tuio1Decoder::apply(TuioSender& sender)
         switch (operation.kind) {
         case Kind::Source: m_sources.nameSender(sender, operation.source); break;
         case Kind::Alive:
+            // A frame that is split over packets may be closed in the last of them only, so what came so far is kept.
+            if (pending.hasAlive)
+                m_sources.countUnclosed(sender, channelOf(operation.profile));
             pending.hasAlive = true;
             m_messages.copyAlive(operation, pending.alive);
             break;
         case Kind::Set:
-            if (pending.sets.size() >= kMaxPendingSets)
-                pending.sets.clear(); // a sender that never ends its frame
+            if (pending.sets.size() >= kMaxPendingSets) {
+                m_sources.countUnclosed(sender, channelOf(operation.profile));
+                pending.sets.clear();
+            }
             pending.sets.push_back(operation.set);
             break;
         case Kind::EndFrame:
@@ -105,6 +110,7 @@ void Tuio1Decoder::commit(TuioSender& sender, TuioProfile profile, std::int32_t 
     if (source < 0)
         return;
     const TuioChannel channel = channelOf(profile);
+    m_sources.countClosed(source, channel);
     const std::int64_t step = std::int64_t(m_sources.source(source).channel(channel).lastFrame) - frame;
     const bool isNear = frame > 0 && step <= TuioDecoder::kLateFrames;
     if (frame >= 0 && !m_contacts.beginFrame(source, channel, frame, isNear))

@@ -74,8 +74,10 @@ void Tuio2Decoder::apply(TuioSender& sender)
     for (const TuioOperation& operation : m_messages.operations()) {
         switch (operation.kind) {
         case Kind::BeginFrame:
-            // The end of a frame that is still open was lost on the way, and its sets with it.
             m_sources.nameSender(sender, operation.source);
+            // The end of a frame that is still open was lost on the way or never sent, and its sets are lost with it.
+            if (pending.isOpen)
+                m_sources.countUnclosed(sender, TuioChannel::Components);
             pending.isOpen = true;
             pending.frame = operation.frame;
             pending.time = operation.time;
@@ -107,6 +109,7 @@ void Tuio2Decoder::commit(TuioSender& sender, const TuioOperation& alive)
     const int source = m_sources.touchSourceOf(sender);
     if (source < 0)
         return;
+    m_sources.countClosed(source, TuioChannel::Components);
     const Tuio2PendingFrame& pending = sender.pending2;
     if (!beginFrame(source, pending))
         return;

@@ -85,6 +85,11 @@ void TuioDecoder::countUnread(TuioDrop cause)
     d->sources.count(cause, -1);
 }
 
+void TuioDecoder::count(TuioDrop cause, std::uint16_t source)
+{
+    d->sources.count(cause, source < d->sources.size() ? source : -1);
+}
+
 void TuioDecoder::sourceLost(std::uint16_t source)
 {
     if (source < d->sources.size())

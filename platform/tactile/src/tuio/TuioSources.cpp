@@ -130,4 +130,15 @@ void TuioSources::count(TuioDrop cause, int index, std::uint64_t times)
     if (index >= 0)
         countersOf(index).drops[static_cast<std::size_t>(cause)] += times;
 }
+
+void TuioSources::countUnclosed(TuioSender& sender, TuioChannel channel)
+{
+    const int index = touchSourceOf(sender);
+    count(TuioDrop::Unclosed, index);
+    if (index < 0)
+        return;
+    TuioUnclosedFrames& unclosed = unclosedOf(index, channel);
+    ++unclosed.count;
+    ++unclosed.inARow;
+}
 }

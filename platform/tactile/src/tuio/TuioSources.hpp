@@ -33,6 +33,10 @@ public:
 
     /// `source` −1: counted for the table as a whole only.
     void count(TuioDrop cause, int source, std::uint64_t times = 1);
+    /// Counts a frame that the sender did not close; adds the sender's source if it is new.
+    void countUnclosed(TuioSender& sender, TuioChannel channel);
+    /// The source closed a frame.
+    void countClosed(int source, TuioChannel channel) { unclosedOf(source, channel).inARow = 0; }
     [[nodiscard]] TuioSourceCounters& countersOf(int index) { return counters.sources[static_cast<std::size_t>(index)]; }
 
     TuioCounters counters;
@@ -40,6 +44,10 @@ public:
 private:
     [[nodiscard]] int findSource(std::uint16_t listener, bool isNamed, const std::string& name) const;
     int freePlace();
+    TuioUnclosedFrames& unclosedOf(int source, TuioChannel channel)
+    {
+        return countersOf(source).unclosed[static_cast<std::size_t>(channel)];
+    }
 
     std::vector<TuioSender> m_senders;
     std::vector<TuioSource> m_sources;

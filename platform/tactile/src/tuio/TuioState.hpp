@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Tactile/DatagramSource.hpp>
+#include <Tactile/TuioCounters.hpp>
 
 #include <array>
 #include <cstdint>
@@ -13,7 +14,8 @@ namespace Tactile
 {
 /// Session ids are unique within a channel: one for each profile of TUIO 1.1, in the order of TuioProfile, and one for TUIO 2.0.
 enum class TuioChannel : std::uint8_t { Objects, Cursors, Blobs, Components };
-constexpr std::size_t kTuioChannelCount = 4;
+/// In the order of kTuioProfileNames.
+constexpr std::size_t kTuioChannelCount = kTuioProfileNames.size();
 
 /// The kind of message that reports a contact. In TUIO 2.0 several may report the same session; the last of these kinds
 /// decides type and place. An area with a symbol is a marker at the area's place.
