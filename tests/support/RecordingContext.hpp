@@ -58,6 +58,8 @@ public:
     }
     /// Layers that were opened since the beginning.
     [[nodiscard]] int layersPushed() const { return m_layersPushed; }
+    /// How often `isVisible` was asked.
+    [[nodiscard]] int visibilityTests() const { return m_visibilityTests; }
     /// Pushes that were not popped.
     [[nodiscard]] int depth() const { return int(m_saved.size()); }
 
@@ -93,6 +95,7 @@ public:
     }
     [[nodiscard]] bool isVisible(const Vecta::Rect& rect) const override
     {
+        ++m_visibilityTests;
         return m_state.opacity > 0.f && m_state.transform.mapBounds(rect).intersects(m_state.clip);
     }
 
@@ -162,5 +165,6 @@ private:
     std::vector<State> m_saved;
     std::vector<Call> m_calls;
     int m_layersPushed = 0;
+    mutable int m_visibilityTests = 0;
 };
 }

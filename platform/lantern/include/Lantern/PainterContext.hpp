@@ -33,8 +33,10 @@ public:
                    float cornerRadius = 0.f) override;
     void drawText(const QTextLayout& layout, Vecta::Vector2f origin, const Bedrock::Color& color) override;
 
-private:
+    /// What is pushed, for the library's own files.
     struct Private;
+
+private:
     std::unique_ptr<Private> d;
 };
 }

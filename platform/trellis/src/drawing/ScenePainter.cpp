@@ -24,18 +24,6 @@ bool ScenePainter::hasShownChildren(const Widget& widget)
     return std::any_of(widget.children().begin(), widget.children().end(), [](const auto& child) { return isShown(*child); });
 }
 
-Vecta::Rect ScenePainter::subtreeBounds(const Widget& widget)
-{
-    const WidgetRecords& records = WidgetRecords::of(widget);
-    Vecta::Rect bounds = records.layout.bounds();
-    if (records.drawing.clips())
-        return bounds;
-    for (const auto& child : widget.children())
-        if (isShown(*child))
-            bounds = bounds.united(WidgetRecords::of(*child).layout.transformToParent().mapBounds(subtreeBounds(*child)));
-    return bounds;
-}
-
 void ScenePainter::paintUpright(const Widget& widget, Lantern::RenderContext& context)
 {
     (void)widget.size();
@@ -48,9 +36,7 @@ void ScenePainter::paintContent(const Widget& widget, Lantern::RenderContext& co
     const Vecta::Rect box = records.layout.bounds();
     if (context.isVisible(box))
         widget.renderContent(context);
-    if (!hasShownChildren(widget))
-        return;
-    const bool clips = records.drawing.clips();
+    const bool clips = records.drawing.clips() && hasShownChildren(widget);
     if (clips)
         context.pushClip(box, records.drawing.borderRadius.value());
     for (const auto& child : widget.children())
@@ -61,28 +47,21 @@ void ScenePainter::paintContent(const Widget& widget, Lantern::RenderContext& co
 
 void ScenePainter::paintWidget(const Widget& widget, Lantern::RenderContext& context)
 {
-    if (!isShown(widget))
+    // Before anything is pushed: most widgets are outside of the area that is drawn.
+    if (!isShown(widget) || !context.isVisible(reachOf(widget).inParent))
         return;
     const WidgetRecords& records = WidgetRecords::of(widget);
-    const Vecta::Rect box = records.layout.bounds();
-    const bool clips = records.drawing.clips();
-
     context.pushTransform(records.layout.transformToParent());
-    const bool boxIsVisible = context.isVisible(box);
-    if (boxIsVisible || (!clips && !widget.children().empty())) {
-        const bool hasChildren = hasShownChildren(widget);
-        const float opacity = records.drawing.opacity.value();
-        const bool fades = opacity < 1.f;
-        // Only what overlaps needs to be put together before it is faded.
-        if (fades && hasChildren)
-            context.pushLayer(subtreeBounds(widget), opacity);
-        else if (fades)
-            context.pushOpacity(opacity);
-
-        paintContent(widget, context);
-        if (fades)
-            context.pop();
-    }
+    const float opacity = records.drawing.opacity.value();
+    const bool fades = opacity < 1.f;
+    // Only what overlaps needs to be put together before it is faded.
+    if (fades && hasShownChildren(widget))
+        context.pushLayer(reachOf(widget).inside, opacity);
+    else if (fades)
+        context.pushOpacity(opacity);
+    paintContent(widget, context);
+    if (fades)
+        context.pop();
     context.pop();
 }
 }

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <Vecta/Rect.hpp>
-
 namespace Lantern
 {
 class RenderContext;
@@ -27,7 +25,5 @@ private:
     static void paintWidget(const Widget& widget, Lantern::RenderContext& context);
     [[nodiscard]] static bool isShown(const Widget& widget);
     [[nodiscard]] static bool hasShownChildren(const Widget& widget);
-    /// Around the widget and everything in it that shows, in its own coordinates.
-    [[nodiscard]] static Vecta::Rect subtreeBounds(const Widget& widget);
 };
 }

@@ -147,6 +147,7 @@ void LayoutEngine::layOut(Widget& widget, const Room& room)
     const bool resized = size != d.size;
     if (resized) {
         m_engines.appearanceChanged(widget, Redraw::Widget);
+        markReachStale(widget);
         d.size = size;
     }
     const bool padded =

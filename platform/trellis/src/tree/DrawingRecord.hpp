@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tree/Reach.hpp"
+
 #include <Bedrock/Color.hpp>
 #include <Facet/AttributeT.hpp>
 #include <Vecta/Rect.hpp>
@@ -23,6 +25,7 @@ struct DrawingRecord
     Facet::AttributeT<float> borderWidth, borderRadius;
     Facet::AttributeT<Overflow> overflow;
 
+    Reach reach;
     Vecta::Rect drawnBounds; ///< scene area of the widget itself when it was last accounted for
     bool redrawQueued = false;
     bool subtreeRedrawQueued = false; ///< what is in it moved along

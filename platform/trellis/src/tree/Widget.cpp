@@ -76,6 +76,7 @@ void Widget::attachTo(Widget& parent)
     m_parent = &parent;
     parent.m_children.emplace_back(this);
     parent.d->layout.flowOrder.push_back(this);
+    markReachStale(*this);
     invalidateBox(*this);
     if (isLayoutDirty(*this))
         invalidateContent(*this);
@@ -91,6 +92,7 @@ void Widget::detachFromParent()
         leaveTree();
     Widget& parent = *m_parent;
     invalidateBox(*this);
+    markReachStale(*this);
     m_parent = nullptr;
     auto& order = parent.d->layout.flowOrder;
     order.erase(std::find(order.begin(), order.end(), this));

@@ -156,8 +156,10 @@ void Widget::attributeChanged(Facet::Attribute& attribute)
     }
     const bool movesAll = a == &layout.location || a == &layout.rotation || a == &layout.scale || a == &layout.display
         || a == &drawing.opacity || a == &drawing.overflow;
-    if (movesAll)
+    if (movesAll) {
+        markReachStale(*this);
         WidgetEngines::current().appearanceChanged(*this, Redraw::Subtree);
+    }
     // In the flow a widget takes the room that its scale shows.
     if (layout.shapesBox(attribute) || a == &drawing.overflow || (a == &layout.scale && m_parent))
         invalidateBox(*this);

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "draw/DrawScene.hpp"
+
+#include <memory>
+
+namespace Bench
+{
+/// One of the two programs that draw a scene. Items are named by their index in the scene, and tiles by that in their item;
+/// tile -1 is the item itself. `draw` brings the picture up to date and is all of the work that a frame takes.
+class DrawSide
+{
+public:
+    virtual ~DrawSide() = default;
+    virtual void move(int item, int tile, QPointF by) = 0;
+    virtual void turn(int item, int tile, double byRadians) = 0;
+    virtual void setScale(int item, double scale) = 0;
+    /// Everything in the item fades as one picture.
+    virtual void setOpacity(int item, double opacity) = 0;
+    virtual void damageAll() = 0;
+    virtual void draw() = 0;
+    [[nodiscard]] virtual const QImage& picture() const = 0;
+};
+
+[[nodiscard]] std::unique_ptr<DrawSide> makeTrellisSide(const DrawScene& scene);
+[[nodiscard]] std::unique_ptr<DrawSide> makeGraphicsViewSide(const DrawScene& scene);
+}

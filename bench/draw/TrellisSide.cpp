@@ -1,0 +1,125 @@
+#include "draw/DrawSide.hpp"
+
+#include <Cascara/StyleEngine.hpp>
+#include <Lantern/ImageTarget.hpp>
+#include <Trellis/Application.hpp>
+#include <Trellis/ImageWidget.hpp>
+#include <Trellis/TextWidget.hpp>
+
+#include <QRegion>
+#include <QTemporaryDir>
+
+namespace Bench
+{
+namespace
+{
+Bedrock::Color toColor(const QColor& color)
+{
+    return {float(color.redF()), float(color.greenF()), float(color.blueF()), float(color.alphaF())};
+}
+
+template <class T>
+void set(Trellis::Widget& widget, const char* name, T value)
+{
+    dynamic_cast<Facet::AttributeT<T>&>(*widget.attribute(name)).setValue(std::move(value));
+}
+
+class TrellisSide final : public DrawSide
+{
+public:
+    explicit TrellisSide(const DrawScene& scene)
+        : m_application({float(scene.size.width()), float(scene.size.height())}), m_target(scene.size)
+    {
+        Cascara::StyleEngine::instance().addStyleSheet(QStringLiteral("ImageWidget { fit: stretch; }"),
+                                                       QStringLiteral("bench.css"));
+        auto* main = new Trellis::Widget(m_application.mainLayer().get());
+        main->setLocation({0.f, 0.f});
+        main->setSize(m_application.size());
+        for (const DrawItem& item : scene.items)
+            m_items.push_back(make(item, *main));
+        draw();
+    }
+
+    void move(int item, int tile, QPointF by) override
+    {
+        Trellis::Widget& widget = find(item, tile);
+        widget.setLocation(widget.location() + Vecta::Vector2f{float(by.x()), float(by.y())});
+    }
+    void turn(int item, int tile, double byRadians) override
+    {
+        Trellis::Widget& widget = find(item, tile);
+        widget.setRotation(widget.rotation() + float(byRadians));
+    }
+    void setScale(int item, double scale) override { find(item, -1).setScale(float(scale)); }
+    void setOpacity(int item, double opacity) override { find(item, -1).setOpacity(float(opacity)); }
+    void damageAll() override { m_everything = true; }
+    void draw() override
+    {
+        m_application.frame(0.016);
+        QRegion damage = m_application.collectDamage();
+        if (m_everything)
+            damage = QRect(QPoint(), m_target.size());
+        m_everything = false;
+        m_target.paint(damage, [this](Lantern::RenderContext& context) { m_application.render(context); });
+    }
+    [[nodiscard]] const QImage& picture() const override { return m_target.image(); }
+
+private:
+    Trellis::Widget* make(const DrawItem& item, Trellis::Widget& parent)
+    {
+        Trellis::Widget* widget = nullptr;
+        if (!item.picture.isNull()) {
+            auto* image = new Trellis::ImageWidget(&parent);
+            const QString path = m_folder.filePath(QStringLiteral("%1.png").arg(++m_pictures));
+            item.picture.save(path, "PNG", 100);
+            widget = image;
+            place(*widget, item);
+            image->load(path, Trellis::ImageWidget::kBlocking);
+        } else if (!item.text.isEmpty()) {
+            auto* text = new Trellis::TextWidget(&parent);
+            text->setText(item.text);
+            set(*text, "font-family", QStringList{QString::fromLatin1(kTextFamily)});
+            set(*text, "font-size", float(kTextPx));
+            set(*text, "color", Bedrock::Color{1.f, 1.f, 1.f, 1.f});
+            widget = text;
+            place(*widget, item);
+        } else {
+            widget = new Trellis::Widget(&parent);
+            place(*widget, item);
+        }
+        if (item.ground.isValid())
+            set(*widget, "background-color", toColor(item.ground));
+        if (item.border.isValid())
+            set(*widget, "border-color", toColor(item.border));
+        set(*widget, "border-width", float(item.borderWidth));
+        set(*widget, "border-radius", float(item.borderRadius));
+        for (const DrawItem& inner : item.items)
+            make(inner, *widget);
+        return widget;
+    }
+    static void place(Trellis::Widget& widget, const DrawItem& item)
+    {
+        widget.setLocation({float(item.rect.x()), float(item.rect.y())});
+        widget.setSize({float(item.rect.width()), float(item.rect.height())});
+        widget.setRotation(float(item.angleRadians));
+    }
+    [[nodiscard]] Trellis::Widget& find(int item, int tile) const
+    {
+        Trellis::Widget& widget = *m_items[std::size_t(item)];
+        return tile < 0 ? widget : *widget.children()[std::size_t(tile)];
+    }
+
+    QTemporaryDir m_folder;
+    int m_pictures = 0;
+    Trellis::Application m_application;
+    Lantern::ImageTarget m_target;
+    std::vector<Trellis::Widget*> m_items;
+    bool m_everything = false;
+};
+}
+
+std::unique_ptr<DrawSide> makeTrellisSide(const DrawScene& scene)
+{
+    return std::make_unique<TrellisSide>(scene);
+}
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <Vecta/Rect.hpp>
+
+namespace Trellis
+{
+class Widget;
+
+/// What a widget and everything in it can draw on, kept until something in it moves. An upright rectangle, which may be
+/// larger than what shows, and is never smaller.
+struct Reach
+{
+    Vecta::Rect inside;   ///< in the widget's own coordinates
+    Vecta::Rect inParent; ///< the same, or larger, in its parent's
+    bool isStale = true;  ///< then those of all ancestors are stale as well, unless the widget is hidden or clipped away
+};
+
+/// Place, size, visibility or children of the widget changed: its reach and its ancestors' are computed when next read. Goes
+/// up to the first stale ancestor.
+void markReachStale(Widget& widget);
+/// By the layout as it stands. Computes what is stale. The reference is valid until the widget changes.
+[[nodiscard]] const Reach& reachOf(const Widget& widget);
+}
