@@ -3,6 +3,7 @@
 #include <Bedrock/Inbox.hpp>
 #include <EventLoop.hpp>
 #include <LogCapture.hpp>
+#include <MadePictures.hpp>
 
 #include <QBuffer>
 #include <QImage>
@@ -132,6 +133,10 @@ TEST_CASE_FIXTURE(Fixture,
     QNetworkReply& refused = load(larger.url());
     CHECK(refused.error() == QNetworkReply::UnknownContentError);
     CHECK(refused.bytesAvailable() == 0);
+
+    const Server icon(sends(TestSupport::iconWith(small)));
+    expectWarning(icon.said("the picture has 12000 × 12000 pixels, and more than 2048 × 2048 are not decoded"));
+    CHECK(load(icon.url()).error() == QNetworkReply::UnknownContentError);
 
     const Server text(sends("no picture"));
     QNetworkReply& reply = load(text.url());

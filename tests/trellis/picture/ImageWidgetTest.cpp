@@ -3,6 +3,7 @@
 #include "EventLoop.hpp"
 #include "ImageScene.hpp"
 #include "LogCapture.hpp"
+#include "MadePictures.hpp"
 #include "RecordingContext.hpp"
 
 #include <Trellis/ImageWidget.hpp>
@@ -228,25 +229,9 @@ TEST_CASE("image widget: a source replaced while its picture is under way does n
 TEST_CASE("image widget: a picture with too many pixels is refused by its header")
 {
     ImageScene scene(kSmall);
-    QByteArray png;
-    QBuffer buffer(&png);
-    REQUIRE(halves(1, 1).save(&buffer, "PNG"));
-    // The size stands in the first chunk, whose checksum follows it.
-    const auto crc = [](const QByteArray& bytes) {
-        quint32 c = 0xFFFFFFFFu;
-        for (const char byte : bytes) {
-            c ^= quint8(byte);
-            for (int k = 0; k < 8; ++k)
-                c = (c & 1) ? 0xEDB88320u ^ (c >> 1) : c >> 1;
-        }
-        return c ^ 0xFFFFFFFFu;
-    };
-    qToBigEndian(quint32(60000), png.data() + 16);
-    qToBigEndian(quint32(50000), png.data() + 20);
-    qToBigEndian(crc(png.mid(12, 17)), png.data() + 29);
     QFile file(scene.path("huge.png"));
     REQUIRE(file.open(QIODevice::WriteOnly));
-    file.write(png);
+    file.write(pngHeader({60000, 50000}));
     file.close();
     expectWarning("ImageWidget # Failed to load image " + file.fileName().toStdString()
                   + " (60000 x 50000 pixels are more than 200 megapixels; make it smaller)");
@@ -254,6 +239,33 @@ TEST_CASE("image widget: a picture with too many pixels is refused by its header
     widget.load(file.fileName());
     scene.settle();
     CHECK_FALSE(widget.isLoaded());
+}
+
+TEST_CASE("image widget: one whose picture cannot be read has failed, until it has another source")
+{
+    ImageScene scene(kSmall);
+    ImageWidget& widget = scene.widget({0, 0, 100, 100});
+    int failures = 0;
+    widget.eventAddListenerBd("image-failed", [&failures](Bedrock::BinaryData&) { ++failures; });
+    widget.load(scene.save("good.png", halves(10, 10)));
+    scene.settle();
+    CHECK_FALSE(widget.hasFailed());
+    expectWarningStartingWith("ImageWidget # Failed to load image ");
+    widget.load(scene.path("none.png"));
+    CHECK_FALSE(widget.hasFailed());
+    scene.settle();
+    CHECK(widget.hasFailed());
+    CHECK(widget.hasPseudoClass("failed"));
+    CHECK(failures == 1);
+    widget.load(scene.path("good.png"));
+    CHECK_FALSE(widget.hasFailed());
+    scene.settle();
+    CHECK(widget.isLoaded());
+    widget.load(scene.path("none.png"), ImageWidget::kBlocking);
+    CHECK(widget.hasFailed());
+    CHECK(failures == 2);
+    widget.load(QString());
+    CHECK_FALSE(widget.hasFailed());
 }
 
 TEST_CASE("image widget: a photograph is turned as its camera says")

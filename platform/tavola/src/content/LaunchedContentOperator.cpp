@@ -27,7 +27,7 @@ float eased(float progress)
 bool isSizeKnown(const Trellis::Widget& widget)
 {
     if (const auto* picture = dynamic_cast<const Trellis::ImageWidget*>(&widget); picture && !picture->source().isEmpty())
-        return picture->isLoaded();
+        return picture->isLoaded() || picture->hasFailed();
     if (const auto* document = dynamic_cast<const DocumentWidget*>(&widget))
         return document->isLoaded() || document->hasPseudoClass("failed");
     const Vecta::Vector2T<float> size = widget.size();

@@ -2,9 +2,9 @@
 
 #include <Bedrock/Trace.hpp>
 #include <Tavola/Network.hpp>
+#include <Trellis/PictureHeader.hpp>
 
 #include <QBuffer>
-#include <QImageReader>
 
 #include <algorithm>
 #include <cmath>
@@ -19,7 +19,7 @@ QSize announcedSize(const QByteArray& body)
     QBuffer buffer;
     buffer.setData(body);
     buffer.open(QIODevice::ReadOnly);
-    return QImageReader(&buffer).size();
+    return Trellis::PictureHeader::of(buffer).size;
 }
 }
 

@@ -8,11 +8,12 @@
 namespace Trellis
 {
 /// Shows a picture from a file. Pictures are read off the main thread at the size they are shown, and shared between
-/// widgets; until one is there (or when it cannot be read: one warning) the widget shows its background.
+/// widgets; until one is there the widget shows its background. When it cannot be read, there is one warning, and the widget
+/// has the pseudo-class "failed" until it has another source.
 ///
 /// Attributes: "source" (file), "fit" (contain, cover, stretch). Corners follow "border-radius".
 /// A width or height that is auto follows the picture's proportions.
-/// Events: "image-loaded", each time a picture was read (also again, larger, when the widget has grown).
+/// Events: "image-loaded", each time a picture was read (also again, larger, when the widget has grown); "image-failed".
 class TAVOLA_EXPORT ImageWidget : public Widget
 {
 public:
@@ -28,6 +29,8 @@ public:
     [[nodiscard]] QString source() const;
     /// Whether the picture of the present source has been read and shows.
     [[nodiscard]] bool isLoaded() const;
+    /// Whether the picture of the present source could not be read.
+    [[nodiscard]] bool hasFailed() const;
     /// The picture as it was read, in general smaller than the file's; null while none shows.
     [[nodiscard]] QImage image() const;
 

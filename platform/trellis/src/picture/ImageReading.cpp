@@ -1,5 +1,8 @@
 #include "picture/ImageReading.hpp"
 
+#include <Trellis/PictureHeader.hpp>
+
+#include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
 
@@ -24,6 +27,41 @@ QSize scaledSize(const QSize& full, const ImageSize& wanted)
         return full;
     return {std::max(1, int(std::lround(full.width() * scale))), std::max(1, int(std::lround(full.height() * scale)))};
 }
+
+/// Why a picture is not decoded at all; empty when it may be.
+QString refusal(const PictureHeader& header)
+{
+    if (header.format.isEmpty())
+        return QStringLiteral("no picture of a kind that can be read; save it as PNG or JPEG");
+    if (header.size.isEmpty())
+        return QStringLiteral("damaged, or of a kind (%1) that does not announce its size; save it as PNG or JPEG")
+            .arg(QString::fromLatin1(header.format));
+    if (qint64(header.size.width()) * header.size.height() > kMostPixels)
+        return QStringLiteral("%1 x %2 pixels are more than %3 megapixels; make it smaller")
+            .arg(header.size.width())
+            .arg(header.size.height())
+            .arg(kMostPixels / 1'000'000);
+    return {};
+}
+
+/// Makes `scaled` so small that decoding stays within kMostDecodingBytes. Returns why no size does.
+QString fit(const PictureHeader& header, QSize& scaled)
+{
+    constexpr int kSmallestPx = 16;
+    while (header.isDecodedScaled && header.bytesToDecode(scaled) > kMostDecodingBytes
+           && std::min(scaled.width(), scaled.height()) > kSmallestPx)
+        scaled = scaled * 7 / 8;
+    const qint64 needed = header.bytesToDecode(scaled);
+    if (needed <= kMostDecodingBytes)
+        return {};
+    return QStringLiteral("%1 x %2 pixels need %3 MB of memory to decode, and the limit is %4 MB; %5")
+        .arg(header.size.width())
+        .arg(header.size.height())
+        .arg(needed >> 20)
+        .arg(kMostDecodingBytes >> 20)
+        .arg(header.isDecodedScaled ? QLatin1String("make it smaller, or save it as a JPEG that is not progressive")
+                                    : QLatin1String("make it smaller, or save it as JPEG, which is decoded scaled down"));
+}
 }
 
 ImageSize ImageSize::forBox(float widthPx, float heightPx, Side side)
@@ -45,36 +83,32 @@ ReadImage readImage(const QString& path, const ImageSize& wanted)
         result.error = info.exists() ? QStringLiteral("not a file") : QStringLiteral("no such file");
         return result;
     }
-    QImageReader reader(path);
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        result.error = file.errorString();
+        return result;
+    }
+    const PictureHeader header = PictureHeader::of(file);
+    if (!(result.error = refusal(header)).isEmpty())
+        return result;
+    file.seek(0);
+    QImageReader reader(&file);
     reader.setAutoTransform(true);
     // A name that lies about its format does no harm.
     reader.setDecideFormatFromContent(true);
-    QSize stored = reader.size();
-    if (stored.isValid()) {
-        if (qint64(stored.width()) * stored.height() > kMostPixels) {
-            result.error = QStringLiteral("%1 x %2 pixels are more than %3 megapixels; make it smaller")
-                               .arg(stored.width())
-                               .arg(stored.height())
-                               .arg(kMostPixels / 1'000'000);
-            return result;
-        }
-        const bool isTurned = reader.transformation() & QImageIOHandler::TransformationRotate90;
-        result.fullSize = isTurned ? stored.transposed() : stored;
-        const QSize scaled = scaledSize(result.fullSize, wanted);
-        if (scaled != result.fullSize)
-            reader.setScaledSize(isTurned ? scaled.transposed() : scaled);
-    }
+    const bool isTurned = reader.transformation() & QImageIOHandler::TransformationRotate90;
+    result.fullSize = isTurned ? header.size.transposed() : header.size;
+    QSize scaled = scaledSize(result.fullSize, wanted);
+    if (isTurned)
+        scaled.transpose();
+    if (!(result.error = fit(header, scaled)).isEmpty())
+        return result;
+    if (scaled != header.size)
+        reader.setScaledSize(scaled);
     QImage image = reader.read();
     if (image.isNull()) {
         result.error = reader.errorString();
         return result;
-    }
-    if (!stored.isValid()) {
-        // A format whose size is not known before it is decoded.
-        result.fullSize = image.size();
-        const QSize scaled = scaledSize(result.fullSize, wanted);
-        if (scaled != image.size())
-            image = image.scaled(scaled, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     }
     result.image =
         std::move(image).convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);

@@ -29,10 +29,14 @@ struct ReadImage
     QString error;
 };
 
-/// Larger ones are refused before any pixel is read.
+/// Larger ones are refused before any pixel is read: they take too long, even where they are decoded scaled down.
 constexpr qint64 kMostPixels = 200'000'000;
+/// The memory that decoding one picture may take. Each of the reading threads may need as much at once.
+constexpr qint64 kMostDecodingBytes = 256ll * 1024 * 1024;
 constexpr int kLargestUnknownPx = 2048;
 
-/// Reads a picture, turned as its file says, scaled down to the wanted size and never up. Any thread; blocks.
+/// Reads a picture, turned as its file says, scaled down to the wanted size and never up. One that would take more than
+/// kMostDecodingBytes is scaled down further where its format is decoded scaled, and refused by its header otherwise, as is one
+/// whose header announces no size. Any thread; blocks. The one place where files become pictures.
 [[nodiscard]] ReadImage readImage(const QString& path, const ImageSize& wanted);
 }

@@ -15,6 +15,9 @@ namespace
 const Facet::AttributeT<Fit>::Names kFits{
     {QStringLiteral("contain"), Fit::Contain}, {QStringLiteral("cover"), Fit::Cover}, {QStringLiteral("stretch"), Fit::Stretch}};
 const Facet::EventName kImageLoaded("image-loaded");
+const Facet::EventName kImageFailed("image-failed");
+
+const QByteArray kFailed("failed");
 
 template <class T>
 const Facet::AttributeT<T>& baseAttribute(const Widget& widget, const char* name)
@@ -34,6 +37,7 @@ ImageWidget::ImageWidget(Widget* parent) : Widget(parent), d(std::make_unique<Im
 {
     setCSSType(QByteArrayLiteral("ImageWidget"));
     eventAddOut(kImageLoaded);
+    eventAddOut(kImageFailed);
 }
 
 ImageWidget::~ImageWidget() = default;
@@ -41,6 +45,11 @@ ImageWidget::~ImageWidget() = default;
 QString ImageWidget::source() const
 {
     return d->source.value();
+}
+
+bool ImageWidget::hasFailed() const
+{
+    return hasPseudoClass(kFailed);
 }
 
 bool ImageWidget::isLoaded() const
@@ -89,6 +98,7 @@ void ImageWidget::ImagePrivate::sourceChanged()
 {
     ++generation;
     isRequested = isLoading = false;
+    host.setPseudoClass(kFailed, false);
     if (!image.isNull()) {
         image = {};
         fullSize = {};
@@ -154,8 +164,8 @@ void ImageWidget::ImagePrivate::show(const ImageLoader::Picture& picture)
         host.requestLayout();
     host.requestRedraw();
     pattern = {};
-    if (!image.isNull())
-        host.eventSend(kImageLoaded);
+    host.setPseudoClass(kFailed, image.isNull());
+    host.eventSend(image.isNull() ? kImageFailed : kImageLoaded);
 }
 
 // ---- Size and look ---------------------------------------------------------------------------------------------------
