@@ -77,7 +77,7 @@ Result<Item> itemOf(const QJsonObject& command)
 
 CommandAnswer CommandHandler::storeFailed(const char* command, const QString& reason)
 {
-    m_warnings.log(QStringLiteral("%1 failed in the database").arg(QLatin1String(command)), reason);
+    m_warnings.log(command + std::string(" failed in the database"), reason.toStdString());
     return failure(500, QStringLiteral("The media server could not reach its database; nothing was changed. Try again later."));
 }
 
@@ -85,7 +85,7 @@ CommandAnswer CommandHandler::notOpened(const ContentError& error)
 {
     if (error.kind == ContentError::Kind::NoSuchFile)
         return failure(200, error.text);
-    m_warnings.log(QStringLiteral("A file could not be opened"), error.reason);
+    m_warnings.log("A file could not be opened", error.reason.toStdString());
     return failure(500, error.text);
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "PageAddresses.hpp"
-#include "RareWarnings.hpp"
+#include <Bedrock/RareWarnings.hpp>
 
 #include <QJsonObject>
 
@@ -49,7 +49,7 @@ private:
     const ContentFolder& m_content;
     PageAddresses m_addresses;
     int m_mostItems;
-    RareWarnings m_warnings;
+    Bedrock::RareWarnings m_warnings{"MediaServer"};
 };
 
 } // namespace MediaServer

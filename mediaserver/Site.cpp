@@ -57,7 +57,7 @@ Http::Response Site::health()
     const auto found = m_store.personOf(QStringLiteral("0000000000000000000000"));
     if (found)
         return Http::plainResponse(200, "ok\n");
-    m_warnings.log(QStringLiteral("The database cannot be read"), found.error());
+    m_warnings.log("The database cannot be read", found.error().toStdString());
     return Http::plainResponse(503, "The database cannot be read.\n");
 }
 
@@ -96,7 +96,7 @@ Http::Response Site::page(const QString& token, qint64 tessel)
     }
     // One line for the whole page: the reason why one file is unreadable is mostly that of all.
     if (!unreadable.isEmpty())
-        m_warnings.log(QStringLiteral("A page shows files as not available that could not be opened"), unreadable);
+        m_warnings.log("A page shows files as not available that could not be opened", unreadable.toStdString());
     return html(200, m_renderer.collection(token, shown));
 }
 
@@ -106,7 +106,7 @@ Http::Response Site::qrCode(const QString& token)
     response.contentType = "image/png";
     response.body = qrCodePng(m_addresses.page(token).toUtf8());
     if (response.body.isEmpty()) {
-        m_warnings.log(QStringLiteral("A page's address is too long for a QR code"), QStringLiteral("shorten --public-url"));
+        m_warnings.log("A page's address is too long for a QR code", "shorten --public-url");
         return Http::plainResponse(500, "The QR code could not be made.\n");
     }
     response.addHeader("Cache-Control", "private, max-age=3600");
@@ -170,13 +170,13 @@ Http::Response Site::wrongMethod() const
 
 Http::Response Site::storeFailed(const QString& reason)
 {
-    m_warnings.log(QStringLiteral("A page could not be read from the database"), reason);
+    m_warnings.log("A page could not be read from the database", reason.toStdString());
     return notRightNow();
 }
 
 Http::Response Site::fileFailed(const QString& reason)
 {
-    m_warnings.log(QStringLiteral("A file could not be opened"), reason);
+    m_warnings.log("A file could not be opened", reason.toStdString());
     return notRightNow();
 }
 

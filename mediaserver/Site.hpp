@@ -3,7 +3,7 @@
 #include "ContentFolder.hpp"
 #include "PageAddresses.hpp"
 #include "PageRenderer.hpp"
-#include "RareWarnings.hpp"
+#include <Bedrock/RareWarnings.hpp>
 #include <Http/Message.hpp>
 
 namespace MediaServer
@@ -45,7 +45,7 @@ private:
     ContentFolder m_content;
     PageAddresses m_addresses;
     PageRenderer m_renderer;
-    RareWarnings m_warnings;
+    Bedrock::RareWarnings m_warnings{"MediaServer"};
 };
 
 } // namespace MediaServer

@@ -222,8 +222,8 @@ void Connection::send(Response response, bool keepAlive, bool headOnly)
     m_state = State::Writing;
     const bool isDownload = !headOnly && (response.file.isOpen() || response.body.size() > kShortAnswerBytes);
     if (isDownload && !m_door.roster.beginDownload(*this)) {
-        m_door.downloadRefused.log("Too many downloads at a time; some were answered with 503",
-                                   std::to_string(m_door.limits.clients.connections) + " connections");
+        m_door.warnings.log("Too many downloads at a time; some were answered with 503",
+                            std::to_string(m_door.limits.clients.connections) + " connections");
         Response later = plainResponse(503, "Many people download something right now. Please try again in a moment.\n");
         later.addHeader("Retry-After", "5");
         return send(std::move(later), keepAlive, headOnly);

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "ConnectionRoster.hpp"
-#include "RareWarning.hpp"
 
+#include <Bedrock/RareWarnings.hpp>
 #include <Http/Server.hpp>
 
 #include <boost/asio/io_context.hpp>
@@ -39,7 +39,6 @@ struct Door
     std::unordered_set<Connection*> connections;
     std::function<void()> connectionEnded; ///< called after a connection has left `connections`
     bool stopping = false;
-    RareWarning downloadRefused;
-    RareWarning full;
+    Bedrock::RareWarnings warnings{"HttpServer"};
 };
 }

@@ -159,7 +159,7 @@ void Listener::accept(error_code error)
     if (!error || error == asio::error::would_block)
         return acceptNext();
     // Most likely out of descriptors, which passes when connections end; trying at once would only burn time.
-    m_acceptFailed.log("A connection could not be accepted", error.message());
+    m_door.warnings.log("A connection could not be accepted", error.message());
     m_pause.expires_after(kPauseAfterFailure);
     m_pause.async_wait([this](error_code cancelled) {
         if (!cancelled)
@@ -184,8 +184,8 @@ void Listener::letIn(Protocol::socket socket)
     const auto connection = std::make_shared<Connection>(m_door, std::move(socket), std::move(client));
     m_door.connections.insert(connection.get());
     if (m_door.roster.enter(*connection) == ConnectionRoster::Entry::Full) {
-        m_door.full.log("All connections are in use; the one that has waited longest makes room for a new one",
-                        std::to_string(m_door.limits.clients.connections) + " connections");
+        m_door.warnings.log("All connections are in use; the one that has waited longest makes room for a new one",
+                            std::to_string(m_door.limits.clients.connections) + " connections");
     }
     connection->readNext();
 }

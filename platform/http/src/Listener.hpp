@@ -33,7 +33,6 @@ private:
     Door& m_door;
     boost::asio::basic_socket_acceptor<Protocol> m_acceptor;
     boost::asio::steady_timer m_pause;
-    RareWarning m_acceptFailed;
     std::string m_socketFile; ///< to be removed
 };
 }
