@@ -2,6 +2,7 @@
 
 #include <Bedrock/InboxSource.hpp>
 #include <LogCapture.hpp>
+#include <Patience.hpp>
 
 #include <doctest/doctest.h>
 
@@ -21,7 +22,7 @@ using Content = Bedrock::Arrival::Content;
 
 namespace
 {
-constexpr std::chrono::milliseconds kPatience(10000);
+using TestSupport::kPatience;
 constexpr std::chrono::milliseconds kNone(0);
 
 template <class Function>

@@ -2,6 +2,7 @@
 
 #include "Folder.hpp"
 #include "HttpTalk.hpp"
+#include "Patience.hpp"
 
 #include <EventLoop.hpp>
 
@@ -22,7 +23,7 @@
 
 namespace
 {
-constexpr int kPatienceMs = 30000;
+using TestSupport::kPatienceMs;
 
 class Program
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Patience.hpp"
 #include "table/Table.hpp"
 
 #include <Tactile/TuioInput.hpp>
@@ -36,7 +37,7 @@ public:
     {
         const std::uint64_t before = m_table.input().datagramsReceived();
         post(packet, to);
-        REQUIRE(m_table.input().waitForDatagrams(before + 1, std::chrono::seconds(10)));
+        REQUIRE(m_table.input().waitForDatagrams(before + 1, TestSupport::kPatience));
     }
     void post(const std::vector<char>& packet, const QHostAddress& to = QHostAddress(QHostAddress::LocalHost))
     {

@@ -2,7 +2,9 @@
 
 #include "HttpClient.hpp"
 #include "HttpServerThread.hpp"
+#include "Patience.hpp"
 
+#include <EventLoop.hpp>
 #include <LogCapture.hpp>
 #include <doctest/doctest.h>
 
@@ -50,7 +52,9 @@ Limits patient()
     Limits limits;
     limits.headerBytes = 2000;
     limits.bodyBytes = 1000;
-    limits.timeout = 60s;
+    // Longer than a test waits, so that no connection ends by them.
+    limits.timeout = 10min;
+    limits.grace = 10min;
     return limits;
 }
 
@@ -134,11 +138,11 @@ TEST_CASE("HTTP server: the connection ends when the client says so")
     HttpClient newer(server.port());
     newer.send("GET / HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n");
     CHECK(newer.receive().value().header("connection") == "close");
-    CHECK(newer.isClosedWithin(5s));
+    CHECK(newer.isClosed());
     HttpClient older(server.port());
     older.send("GET / HTTP/1.0\r\n\r\n");
     CHECK(older.receive().value().status == 200);
-    CHECK(older.isClosedWithin(5s));
+    CHECK(older.isClosed());
 }
 
 TEST_CASE("HTTP server: a head beyond the limit is refused and the connection ends")
@@ -147,7 +151,7 @@ TEST_CASE("HTTP server: a head beyond the limit is refused and the connection en
     HttpClient client(server.port());
     client.send("GET / HTTP/1.1\r\nHost: x\r\nX-Long: " + std::string(100000, 'x') + "\r\n\r\n");
     CHECK(client.receive().value().status == 431);
-    CHECK(client.isClosedWithin(5s));
+    CHECK(client.isClosed());
     CHECK(ask(server.port(), "GET", "/" + std::string(3000, 'x')).status == 431);
     CHECK(ask(server.port(), "GET", "/" + std::string(1800, 'x')).status == 200);
 }
@@ -187,7 +191,7 @@ TEST_CASE("HTTP server: what is not HTTP is refused")
         const auto answer = client.receive();
         REQUIRE(answer);
         CHECK(answer->status == 400);
-        CHECK(client.isClosedWithin(5s));
+        CHECK(client.isClosed());
     }
 }
 
@@ -197,16 +201,21 @@ TEST_CASE("HTTP server: a client that begins and falls silent is sent away")
     HttpClient silent(server.port());
     HttpClient inHead(server.port());
     HttpClient inBody(server.port());
-    HttpClient kept(server.port());
     inHead.send("GET / HTTP/1.1\r\nHost: x\r\nX-");
     inBody.send("POST / HTTP/1.1\r\nHost: x\r\nContent-Length: 10\r\n\r\nbody");
-    kept.send(requestText("GET", "/"));
-    CHECK(kept.receive().value().status == 200);
-    CHECK(silent.isClosedWithin(5s));
-    CHECK(inHead.isClosedWithin(5s));
-    CHECK(inBody.isClosedWithin(5s));
-    CHECK(kept.isClosedWithin(5s));
-    CHECK(ask(server.port(), "GET", "/").status == 200);
+    CHECK(silent.isClosed());
+    CHECK(inHead.isClosed());
+    CHECK(inBody.isClosed());
+    // On a busy machine a client may come too late with its request, and then comes again.
+    std::unique_ptr<HttpClient> kept;
+    const auto isServed = [&] {
+        kept = std::make_unique<HttpClient>(server.port());
+        kept->send(requestText("GET", "/"));
+        const auto answer = kept->receive();
+        return answer && answer->status == 200;
+    };
+    CHECK(TestSupport::pumpUntil(isServed));
+    CHECK(kept->isClosed());
 }
 
 TEST_CASE("HTTP server: a byte now and then does not prolong the time")
@@ -216,7 +225,7 @@ TEST_CASE("HTTP server: a byte now and then does not prolong the time")
     client.send("GET / HTTP/1.1\r\nHost: x\r\nX-Slow: ");
     const auto begin = std::chrono::steady_clock::now();
     bool closed = false;
-    while (!closed && std::chrono::steady_clock::now() - begin < 5s)
+    while (!closed && std::chrono::steady_clock::now() - begin < TestSupport::kPatience)
         closed = !client.send("x") || client.isClosedWithin(20ms);
     CHECK(closed);
 }
@@ -275,15 +284,15 @@ TEST_CASE("HTTP server: idle connections do not keep other clients from being se
     HttpClient first(server.port());
     first.send(requestText("GET", "/first"));
     CHECK(first.receive().value().body == "GET /first ");
-    CHECK(silent.isClosedWithin(5s));
+    CHECK(silent.isClosed());
     HttpClient second(server.port());
     second.send(requestText("GET", "/second"));
     CHECK(second.receive().value().body == "GET /second ");
-    CHECK(inHead.isClosedWithin(5s));
+    CHECK(inHead.isClosed());
     HttpClient third(server.port());
     third.send(requestText("GET", "/third"));
     CHECK(third.receive().value().body == "GET /third ");
-    CHECK(inBody.isClosedWithin(5s));
+    CHECK(inBody.isClosed());
     // The connection that was served last stays longest.
     kept.send(requestText("GET", "/again"));
     CHECK(kept.receive().value().body == "GET /again ");
@@ -316,7 +325,7 @@ TEST_CASE("HTTP server: one address has only so many connections, this machine a
     HttpClient first(server.port(), outside);
     HttpClient second(server.port(), outside);
     HttpClient third(server.port(), outside);
-    CHECK(first.isClosedWithin(5s));
+    CHECK(first.isClosed());
     for (HttpClient* client : {&second, &third, own[0].get(), own[1].get(), own[2].get(), own[3].get()}) {
         client->send(requestText("GET", "/"));
         REQUIRE(client->receive());
@@ -386,8 +395,7 @@ TEST_CASE("HTTP server: a stop closes idle connections at once")
     // When another client has been served, this connection certainly waits for its next request.
     REQUIRE(ask(server.port(), "GET", "/").status == 200);
     server.stop();
-    // Started requests would be given two seconds.
-    CHECK(idle.isClosedWithin(1500ms));
+    CHECK(idle.isClosed());
 }
 
 TEST_CASE("HTTP server: a stop lets a started request finish")
@@ -409,7 +417,7 @@ TEST_CASE("HTTP server: a stop lets a started request finish")
     const auto answer = client.receive();
     REQUIRE(answer);
     CHECK(answer->body == "whole");
-    CHECK(client.isClosedWithin(5s));
+    CHECK(client.isClosed());
 }
 
 TEST_CASE("HTTP server: an address in use is told")
@@ -446,15 +454,17 @@ TEST_CASE("HTTP server: an answer may come later and from another thread, and th
 TEST_CASE("HTTP server: a reply that is dropped answers 500, and one whose server is gone does nothing")
 {
     std::promise<Reply> taken;
+    Limits limits = patient();
+    limits.grace = 20ms;
     {
-        const HttpServerThread server(patient(), [&](const Request& request, Reply reply) {
+        const HttpServerThread server(limits, [&](const Request& request, Reply reply) {
             if (request.target == "/keep")
                 taken.set_value(std::move(reply));
         });
         CHECK(ask(server.port(), "GET", "/drop").status == 500);
         HttpClient client(server.port());
         client.send(requestText("GET", "/keep"));
-        // The server ends while the answer is owed: it waits for two seconds, no longer.
+        // The server ends while the answer is owed: it waits for the time of grace, no longer.
         Reply reply = taken.get_future().get();
         taken = {};
         taken.set_value(std::move(reply));
@@ -486,10 +496,10 @@ TEST_CASE("HTTP server: a Unix socket serves its user alone, and the file of a d
     const auto talk = [&path] {
         QLocalSocket socket;
         socket.connectToServer(path);
-        if (!socket.waitForConnected(5000))
+        if (!socket.waitForConnected(TestSupport::kPatienceMs))
             return QByteArray();
         socket.write("GET /hello HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n");
-        while (socket.waitForReadyRead(5000)) {}
+        while (socket.waitForReadyRead(TestSupport::kPatienceMs)) {}
         return socket.readAll();
     };
     {

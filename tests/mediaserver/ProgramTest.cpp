@@ -1,5 +1,6 @@
 #include "Folder.hpp"
 #include "HttpClient.hpp"
+#include "Patience.hpp"
 
 #include <doctest/doctest.h>
 
@@ -53,7 +54,7 @@ public:
     ~Program()
     {
         m_process.kill();
-        m_process.waitForFinished();
+        m_process.waitForFinished(TestSupport::kPatienceMs);
     }
 
     /// The port of the tables' door; waits for the lines that tell the addresses.
@@ -78,7 +79,7 @@ private:
         for (QByteArray& line : m_lines) {
             if (!line.isEmpty())
                 continue;
-            while (!m_process.canReadLine() && m_process.waitForReadyRead(10000)) {}
+            while (!m_process.canReadLine() && m_process.waitForReadyRead(TestSupport::kPatienceMs)) {}
             line = m_process.readLine();
         }
     }
@@ -115,7 +116,7 @@ TEST_CASE("media server: an item survives the kill of the program right after it
                 .value(QLatin1String("success"))
                 .toBool());
         program.process().kill();
-        REQUIRE(program.process().waitForFinished());
+        REQUIRE(program.process().waitForFinished(TestSupport::kPatienceMs));
         CHECK(program.process().exitStatus() == QProcess::CrashExit);
     }
     Program program(folder);
@@ -149,7 +150,7 @@ TEST_CASE("media server: it tells its two doors when it listens and ends cleanly
             QProcess::execute(QStringLiteral("kill"),
                               {QStringLiteral("-s"), QString::fromLatin1(signal), QString::number(program.process().processId())})
             == 0);
-        REQUIRE(program.process().waitForFinished(10000));
+        REQUIRE(program.process().waitForFinished(TestSupport::kPatienceMs));
         CHECK(program.process().exitStatus() == QProcess::NormalExit);
         CHECK(program.process().exitCode() == 0);
         CHECK(program.process().readAllStandardOutput().isEmpty());
@@ -191,7 +192,7 @@ TEST_CASE("media server: what keeps it from starting is reported, with exit code
     };
     for (const Row& row : rows) {
         Program program(folder, row.arguments);
-        REQUIRE(program.process().waitForFinished(10000));
+        REQUIRE(program.process().waitForFinished(TestSupport::kPatienceMs));
         CHECK(program.process().exitCode() == 1);
         const QByteArray told = program.process().readAllStandardError();
         CAPTURE(told.toStdString());
@@ -250,7 +251,7 @@ TEST_CASE("media server: with few open files and many slow downloads, the table 
     CHECK(shown.status == 200);
     CHECK(shown.body.find("Not available") == std::string::npos);
     REQUIRE(QProcess::execute(QStringLiteral("kill"), {QString::number(program.process().processId())}) == 0);
-    REQUIRE(program.process().waitForFinished(10000));
+    REQUIRE(program.process().waitForFinished(TestSupport::kPatienceMs));
     const QByteArray told = program.process().readAllStandardError();
     CAPTURE(told.toStdString());
     CHECK(told.contains("warning HttpServer # Too many downloads at a time; some were answered with 503 ("));
@@ -264,7 +265,7 @@ TEST_CASE("media server: too few open files for a connection keep it from starti
         const rlimit few{60, 60};
         ::setrlimit(RLIMIT_NOFILE, &few);
     });
-    REQUIRE(program.process().waitForFinished(10000));
+    REQUIRE(program.process().waitForFinished(TestSupport::kPatienceMs));
     CHECK(program.process().exitCode() == 1);
     CHECK(program.process().readAllStandardError()
           == "warning MediaServer # The system allows 60 open files, which is too few: allow 1200 (LimitNOFILE of a systemd "
@@ -301,7 +302,7 @@ TEST_CASE("media server: with a key file commands need a key, and a hangup excha
         static_cast<void>(told());
         REQUIRE(::kill(pid_t(program.process().processId()), SIGHUP) == 0);
         QByteArray lines;
-        while (!lines.endsWith('\n') && program.process().waitForReadyRead(5000))
+        while (!lines.endsWith('\n') && program.process().waitForReadyRead(TestSupport::kPatienceMs))
             lines += told();
         program.process().setReadChannel(QProcess::StandardOutput);
         return lines;
@@ -337,7 +338,7 @@ TEST_CASE("media server: it goes on when the reader of its log goes away")
     CHECK(ask(port, "POST", "/", "{}").status == 400);
     CHECK(ask(program.pages(), "GET", "/health").status == 200);
     REQUIRE(::kill(pid_t(program.process().processId()), SIGTERM) == 0);
-    REQUIRE(program.process().waitForFinished(10000));
+    REQUIRE(program.process().waitForFinished(TestSupport::kPatienceMs));
     CHECK(program.process().exitStatus() == QProcess::NormalExit);
     CHECK(program.process().exitCode() == 0);
 }

@@ -41,9 +41,9 @@ struct HttpClient::Private
         return arrived;
     }
 
-    std::optional<HttpAnswer> receive(bool headOnly, std::chrono::milliseconds limit)
+    std::optional<HttpAnswer> receive(bool headOnly)
     {
-        const auto deadline = Clock::now() + limit;
+        const auto deadline = Clock::now() + TestSupport::kPatience;
         std::size_t headEnd = std::string::npos;
         while ((headEnd = received.find("\r\n\r\n")) == std::string::npos) {
             if (ended || !readSome(deadline))
@@ -101,14 +101,14 @@ bool HttpClient::send(const std::string& bytes)
     return !error;
 }
 
-std::optional<HttpAnswer> HttpClient::receive(std::chrono::milliseconds limit)
+std::optional<HttpAnswer> HttpClient::receive()
 {
-    return d->receive(false, limit);
+    return d->receive(false);
 }
 
 std::optional<HttpAnswer> HttpClient::receiveHead()
 {
-    return d->receive(true, std::chrono::seconds(5));
+    return d->receive(true);
 }
 
 bool HttpClient::isClosedWithin(std::chrono::milliseconds limit)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Patience.hpp>
 #include <chrono>
 #include <cstdint>
 #include <map>
@@ -17,8 +18,8 @@ struct HttpAnswer
     [[nodiscard]] std::string header(const std::string& name) const;
 };
 
-/// One connection to a server on this machine, on which a test says exact bytes. Blocking; every wait ends after five
-/// seconds at the latest.
+/// One connection to a server on this machine, on which a test says exact bytes. Blocking; no wait is longer than
+/// kPatience.
 class HttpClient
 {
 public:
@@ -30,11 +31,12 @@ public:
     bool send(const std::string& bytes);
 
     /// The next answer; empty when none has come whole in time.
-    [[nodiscard]] std::optional<HttpAnswer> receive(std::chrono::milliseconds limit = std::chrono::seconds(5));
+    [[nodiscard]] std::optional<HttpAnswer> receive();
     /// As receive, for the answer to HEAD, which says the length of a body that does not come.
     [[nodiscard]] std::optional<HttpAnswer> receiveHead();
 
-    /// Whether the server ends the connection within the time without saying anything more.
+    /// Whether the server ends the connection without saying anything more.
+    [[nodiscard]] bool isClosed() { return isClosedWithin(TestSupport::kPatience); }
     [[nodiscard]] bool isClosedWithin(std::chrono::milliseconds limit);
 
     /// Ends the connection.

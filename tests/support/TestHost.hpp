@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FakeServices.hpp"
+#include "Patience.hpp"
 #include "ScriptedInput.hpp"
 
 #include <Tavola/DataGathering.hpp>
@@ -55,7 +56,7 @@ public:
     void frames(int count, double dtSeconds = kFrameSeconds);
     /// Frames without time passing until the condition holds, for what other threads and sockets bring; false when it does
     /// not within `timeoutMs` of real time.
-    [[nodiscard]] bool frameUntil(const std::function<bool()>& condition, int timeoutMs = 5000);
+    [[nodiscard]] bool frameUntil(const std::function<bool()>& condition, int timeoutMs = kPatienceMs);
 
     /// Puts finger `id` down at `from`, moves it to `to` in `steps` frames and leaves it down there.
     void drag(std::int64_t id, Vecta::Vector2f from, Vecta::Vector2f to, int steps = 4);

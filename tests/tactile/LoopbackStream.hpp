@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Patience.hpp"
+
 #include <doctest/doctest.h>
 
 #include <arpa/inet.h>
@@ -22,14 +24,15 @@ inline std::string framed(const std::vector<char>& packet)
     return bytes.append(packet.begin(), packet.end());
 }
 
-/// The tracker's end of a connection to this machine, from one of the loopback addresses. Waits ten seconds at most.
+/// The tracker's end of a connection to this machine, from one of the loopback addresses. Waits no longer than
+/// kPatience.
 class LoopbackStream
 {
 public:
     explicit LoopbackStream(std::uint16_t port, const char* from = "127.0.0.1")
         : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
     {
-        const timeval patience{10, 0};
+        const timeval patience{TestSupport::kPatience.count(), 0};
         setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
         setsockopt(m_socket, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
         sockaddr_in address{};

@@ -1,3 +1,4 @@
+#include "Patience.hpp"
 #include "TestTable.hpp"
 
 #include <Tactile/TcpDatagramSource.hpp>
@@ -25,7 +26,7 @@ Outcome run(const QStringList& arguments)
     QProcess process;
     process.start(QStringLiteral(VISIT_PROGRAM), arguments);
     Outcome outcome;
-    if (process.waitForFinished(30000) && process.exitStatus() == QProcess::NormalExit)
+    if (process.waitForFinished(TestSupport::kPatienceMs) && process.exitStatus() == QProcess::NormalExit)
         outcome.exitCode = process.exitCode();
     outcome.out = QString::fromUtf8(process.readAllStandardOutput());
     outcome.err = QString::fromUtf8(process.readAllStandardError());
@@ -76,7 +77,7 @@ TEST_CASE("visit program: what it plays reaches a table by UDP and by TCP, and a
         CHECK(outcome.exitCode == 0);
         CHECK(outcome.err == QString());
         // At least: the whole, the tap's down and up, the whole twice.
-        REQUIRE(hall.input.waitForDatagrams(8, std::chrono::seconds(10)));
+        REQUIRE(hall.input.waitForDatagrams(8, TestSupport::kPatience));
         hall.input.readSample(0.0, hall.sample);
         REQUIRE(hall.sample.markers.size() == 1);
         CHECK(hall.sample.markers[0].code() == 1001);
@@ -107,7 +108,7 @@ TEST_CASE("visit program: sent as TUIO 2.0 the table receives the same")
         Seen seen;
         // Ends with its last state sent twice, with the finger lifted.
         double now = 0.0;
-        const auto stop = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        const auto stop = std::chrono::steady_clock::now() + TestSupport::kPatience;
         while (seen.changes.size() < 3 && std::chrono::steady_clock::now() < stop) {
             (void)hall.input.waitForDatagrams(seen.datagrams + 1, std::chrono::milliseconds(100));
             seen.datagrams = hall.input.datagramsReceived();
@@ -134,7 +135,7 @@ TEST_CASE("visit program: asked to, it lifts what the script left")
     const QTemporaryDir dir;
     Hall hall;
     CHECK(run({write(dir, kVisit), QStringLiteral("--to"), hall.target, QStringLiteral("--lift")}).exitCode == 0);
-    REQUIRE(hall.input.waitForDatagrams(8, std::chrono::seconds(10)));
+    REQUIRE(hall.input.waitForDatagrams(8, TestSupport::kPatience));
     hall.input.readSample(0.0, hall.sample);
     hall.input.readSample(1.0, hall.sample);
     CHECK(hall.sample.markers.empty());
@@ -151,9 +152,9 @@ TEST_CASE("visit program: stepped, it plays as far as it is asked and answers wi
     const auto playTo = [&](const QByteArray& seconds) {
         process.write(seconds + '\n');
         QByteArray answer;
-        while (!answer.endsWith('\n') && process.waitForReadyRead(10000))
+        while (!answer.endsWith('\n') && process.waitForReadyRead(TestSupport::kPatienceMs))
             answer += process.readLine();
-        REQUIRE(hall.input.waitForDatagrams(answer.trimmed().toULongLong(), std::chrono::seconds(10)));
+        REQUIRE(hall.input.waitForDatagrams(answer.trimmed().toULongLong(), TestSupport::kPatience));
         CHECK(hall.input.datagramsReceived() == answer.trimmed().toULongLong());
         hall.input.readSample(seconds.toDouble(), hall.sample);
     };
@@ -165,7 +166,7 @@ TEST_CASE("visit program: stepped, it plays as far as it is asked and answers wi
     hall.input.readSample(301.0, hall.sample);
     CHECK(hall.sample.markers.empty());
     process.closeWriteChannel();
-    REQUIRE(process.waitForFinished(10000));
+    REQUIRE(process.waitForFinished(TestSupport::kPatienceMs));
     CHECK(process.exitCode() == 0);
 }
 

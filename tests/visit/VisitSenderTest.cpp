@@ -1,3 +1,4 @@
+#include <Patience.hpp>
 #include <VisitSender.hpp>
 
 #include <doctest/doctest.h>
@@ -8,7 +9,6 @@
 
 namespace
 {
-constexpr int kPatienceMs = 10000;
 
 Visit::Target target(bool isStream, int port)
 {
@@ -29,7 +29,7 @@ TEST_CASE("visit sender: by UDP a packet is a datagram")
     REQUIRE(sender.send({'d'}));
     CHECK(sender.packetsSent() == 2);
     for (const char* expected : {"abc", "d"}) {
-        REQUIRE((table.hasPendingDatagrams() || table.waitForReadyRead(kPatienceMs)));
+        REQUIRE((table.hasPendingDatagrams() || table.waitForReadyRead(TestSupport::kPatienceMs)));
         QByteArray datagram(int(table.pendingDatagramSize()), '\0');
         table.readDatagram(datagram.data(), datagram.size());
         CHECK(datagram == expected);
@@ -56,13 +56,13 @@ TEST_CASE("visit sender: by TCP each packet is led by its length")
     REQUIRE(table.listen(QHostAddress::LocalHost));
     Visit::Sender sender(target(true, table.serverPort()));
     REQUIRE(sender.open());
-    REQUIRE(table.waitForNewConnection(kPatienceMs));
+    REQUIRE(table.waitForNewConnection(TestSupport::kPatienceMs));
     QTcpSocket* connection = table.nextPendingConnection();
     const std::vector<char> large(300, 'x');
     REQUIRE(sender.send({'a', 'b'}));
     REQUIRE(sender.send(large));
     while (connection->bytesAvailable() < 4 + 2 + 4 + 300)
-        REQUIRE(connection->waitForReadyRead(kPatienceMs));
+        REQUIRE(connection->waitForReadyRead(TestSupport::kPatienceMs));
     CHECK(connection->readAll() == QByteArray("\0\0\0\2ab\0\0\1\x2c", 10) + QByteArray(300, 'x'));
 }
 
@@ -92,7 +92,7 @@ TEST_CASE("visit sender: by TCP a table that hangs up is a failure")
     REQUIRE(table.listen(QHostAddress::LocalHost));
     Visit::Sender sender(target(true, table.serverPort()));
     REQUIRE(sender.open());
-    REQUIRE(table.waitForNewConnection(kPatienceMs));
+    REQUIRE(table.waitForNewConnection(TestSupport::kPatienceMs));
     table.nextPendingConnection()->abort();
     // The first packets may still find room in the socket.
     int packets = 0;

@@ -19,11 +19,6 @@ namespace Http
 namespace asio = boost::asio;
 using boost::system::error_code;
 
-namespace
-{
-constexpr std::chrono::seconds kGraceTime{2};
-}
-
 struct Server::Private
 {
     Private() { gate->context = &io; }
@@ -84,7 +79,10 @@ void Server::Private::beginStop()
     }
     if (isEmpty())
         return;
-    graceTimer.expires_after(kGraceTime);
+    std::chrono::milliseconds grace{0};
+    for (const auto& door : doors)
+        grace = std::max(grace, door->limits.grace);
+    graceTimer.expires_after(grace);
     graceTimer.async_wait([this](error_code cancelled) {
         if (!cancelled)
             io.stop();

@@ -1,6 +1,7 @@
 // The real program's `tavola people`, as a desk uses it.
 
 #include "Folder.hpp"
+#include "Patience.hpp"
 #include "services/MarkerService.hpp"
 #include "services/PeopleRegistry.hpp"
 #include "services/PeopleWatch.hpp"
@@ -51,7 +52,7 @@ public:
         if (!standardOutput.isEmpty())
             program.setStandardOutputFile(standardOutput);
         program.start(QStringLiteral(TAVOLA_PROGRAM), QStringList{QStringLiteral("people")} + arguments);
-        REQUIRE(program.waitForFinished());
+        REQUIRE(program.waitForFinished(TestSupport::kPatienceMs));
         REQUIRE(program.exitStatus() == QProcess::NormalExit);
         return {program.exitCode(), QString::fromUtf8(program.readAllStandardOutput()),
                 QString::fromUtf8(program.readAllStandardError())};

@@ -2,6 +2,7 @@
 #include "TableSender.hpp"
 
 #include "HttpTalk.hpp"
+#include "Patience.hpp"
 #include "input/InputOverlay.hpp"
 #include "inspector/Inspector.hpp"
 #include "inspector/TableLog.hpp"
@@ -78,14 +79,14 @@ TEST_CASE("table input: a listener of a presentation, or that of the command lin
               == QStringLiteral("tcp:127.0.0.1:%1").arg(table->tuioPort()));
         QTcpSocket tracker;
         tracker.connectToHost(QHostAddress(QHostAddress::LocalHost), quint16(table->tuioPort()));
-        REQUIRE(tracker.waitForConnected(10000));
+        REQUIRE(tracker.waitForConnected(TestSupport::kPatienceMs));
         const std::vector<char> packet = fingerPacket("left@cam", 0.5f, 0.5f);
         const char length[4] = {0, 0, char(packet.size() >> 8), char(packet.size())};
         tracker.write(length, sizeof length);
         tracker.write(packet.data(), qint64(packet.size()));
         while (tracker.bytesToWrite() > 0)
-            REQUIRE(tracker.waitForBytesWritten(10000));
-        REQUIRE(table->input().waitForDatagrams(1, std::chrono::seconds(10)));
+            REQUIRE(tracker.waitForBytesWritten(TestSupport::kPatienceMs));
+        REQUIRE(table->input().waitForDatagrams(1, TestSupport::kPatience));
         table->frame(0.02);
         REQUIRE(sampleOf(*table).fingers.size() == 1);
         CHECK(sampleOf(*table).fingers[0].centerLocation() == Vecta::Vector2f(1000.f, 500.f));
@@ -128,7 +129,7 @@ TEST_CASE("table input: what is sent by others than those allowed is refused, an
             .value("refusedSenders")
             .toInt();
     };
-    CHECK(TestSupport::pumpUntil([&] { return refused() == 1; }, 10000));
+    CHECK(TestSupport::pumpUntil([&] { return refused() == 1; }));
     CHECK(log.lines().last().toObject().value("text").toString().startsWith(
         QStringLiteral("UdpDatagramSource # Refused a datagram from 127.0.0.1:")));
     sender.setPort(portOf(*table, 1));

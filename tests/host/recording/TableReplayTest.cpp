@@ -2,6 +2,7 @@
 #include "TableSender.hpp"
 
 #include "HttpTalk.hpp"
+#include "Patience.hpp"
 #include "input/TableInput.hpp"
 #include "inspector/WidgetReport.hpp"
 
@@ -25,7 +26,7 @@ using namespace Host;
 
 namespace
 {
-constexpr int kPatienceMs = 30000;
+using TestSupport::kPatienceMs;
 
 /// A table with the plug-in, in the gallery's look.
 void placeTable(const TablePlace& place)

@@ -47,7 +47,7 @@ std::shared_ptr<Outcome> watch(folly::Future<QJsonObject> future)
 const QJsonObject kCommand{{"command", "getuserpage"}, {"tessel", 1001}};
 
 /// Asks a server that answers `bytes` and closes; the failure begins after "The media server ADDRESS ".
-Outcome askOf(AnsweringServer& server, double timeoutSeconds = 5.0)
+Outcome askOf(AnsweringServer& server, double timeoutSeconds = 60.0)
 {
     MediaServerService service(addressOf(server.port()), timeoutSeconds);
     const auto outcome = watch(service.request(kCommand));
@@ -150,7 +150,7 @@ TEST_CASE("media server service: a server that is away fails at once, and a late
         const AnsweringServer server("");
         port = server.port();
     }
-    MediaServerService service(addressOf(port), 5.0);
+    MediaServerService service(addressOf(port), 60.0);
     const auto first = watch(service.request(kCommand));
     REQUIRE(pumpUntil([&] { return first->isThere(); }));
     // The reason behind it is Qt's.
@@ -221,7 +221,7 @@ TEST_CASE("media server service: a command is sent once only, also when the conn
             else
                 socket.disconnectFromHost();
         });
-        MediaServerService service(addressOf(server.port()), 5.0);
+        MediaServerService service(addressOf(server.port()), 60.0);
         for (std::size_t i = 0; i <= row.answered; ++i) {
             const auto outcome = watch(service.request({{"number", int(i)}}));
             REQUIRE(pumpUntil([&] { return outcome->isThere(); }));
@@ -237,7 +237,7 @@ TEST_CASE("media server service: a name and a password in the address go out wit
     AnsweringServer server(reply("200 OK", "{}"));
     QUrl address = addressOf(server.port());
     address.setUserInfo(QStringLiteral("table:sec%20ret"));
-    MediaServerService service(address, 5.0);
+    MediaServerService service(address, 60.0);
     const auto outcome = watch(service.request(kCommand));
     REQUIRE(pumpUntil([&] { return outcome->isThere(); }));
     CHECK(outcome->answer == QJsonObject());
@@ -252,7 +252,7 @@ TEST_CASE("media server service: a card's code that JSON cannot carry exactly is
 {
     // A command is sent once, so it must not go into a connection that this server is about to close.
     AnsweringServer server(reply("200 OK", "{}", "Connection: close\r\n"));
-    MediaServerService service(addressOf(server.port()), 5.0);
+    MediaServerService service(addressOf(server.port()), 60.0);
     const unsigned long refused[] = {9007199254740992ul, 9007199254740993ul, 1ul << 60, 1ul << 63, ~0ul};
     for (const unsigned long code : refused) {
         CAPTURE(code);
@@ -334,7 +334,7 @@ TEST_CASE("media server service: commands are answered each with its own answer"
         const QByteArray& request = server.requests().back();
         socket.write(reply("200 OK", request.mid(request.indexOf("\r\n\r\n") + 4)));
     });
-    MediaServerService service(addressOf(server.port()), 5.0);
+    MediaServerService service(addressOf(server.port()), 60.0);
     std::vector<std::shared_ptr<Outcome>> outcomes;
     for (int i = 0; i < 20; ++i)
         outcomes.push_back(watch(service.request({{"number", i}})));
@@ -363,7 +363,7 @@ TEST_CASE("media server service: a page that no phone can open is told at the fi
 {
     const QByteArray answer = R"({"success": true, "userpageurl": "http://127.0.0.1:8090/p/AAAAAAAAAAAAAAAAAAAAAA"})";
     AnsweringServer server(reply("200 OK", answer, "Connection: close\r\n"));
-    MediaServerService service(addressOf(server.port()), 5.0);
+    MediaServerService service(addressOf(server.port()), 60.0);
     TestSupport::expectWarning(
         "MediaServerService # Pages have addresses such as http://127.0.0.1:8090/p/AAAAAAAAAAAAAAAAAAAAAA, "
         "which open on this machine only and on no visitor's phone: start tavola-mediaserver with "
@@ -381,7 +381,7 @@ TEST_CASE("media server service: a key goes along as a bearer token, in place of
     AnsweringServer server(reply("200 OK", "{}"));
     QUrl address = addressOf(server.port());
     address.setUserInfo(QStringLiteral("table:secret"));
-    MediaServerService service(address, 5.0, "00112233445566778899aabbccddeeff");
+    MediaServerService service(address, 60.0, "00112233445566778899aabbccddeeff");
     const auto outcome = watch(service.request(kCommand));
     REQUIRE(pumpUntil([&] { return outcome->isThere(); }));
     REQUIRE(server.requests().size() == 1);

@@ -1,5 +1,6 @@
 #include "table/Table.hpp"
 
+#include "Patience.hpp"
 #include "TablePlace.hpp"
 #include "inspector/WidgetReport.hpp"
 #include "services/PeopleRegistry.hpp"
@@ -138,7 +139,7 @@ TEST_CASE("table: a card that a datagram puts down reaches what lies below it, a
     };
 
     send("noise", 5);
-    REQUIRE(table->input().waitForDatagrams(1, std::chrono::seconds(5)));
+    REQUIRE(table->input().waitForDatagrams(1, TestSupport::kPatience));
     expectWarningStartingWith("TuioDecoder::decode # Dropped a datagram (from 127.0.0.1:");
     table->application().frame(1.0 / 60.0);
     CHECK(cards == 0);
@@ -149,7 +150,7 @@ TEST_CASE("table: a card that a datagram puts down reaches what lies below it, a
     encoder.setObject(5, 1001, 0.5f, 0.5f, 0.f);
     const auto& packet = encoder.finish(1);
     send(packet.data(), packet.size());
-    REQUIRE(table->input().waitForDatagrams(2, std::chrono::seconds(5)));
+    REQUIRE(table->input().waitForDatagrams(2, TestSupport::kPatience));
     table->application().frame(1.0 / 60.0);
     CHECK(cards == 1);
 }
@@ -175,7 +176,7 @@ public:
         const auto& packet = m_encoder.finish(++m_frames);
         REQUIRE(m_socket.writeDatagram(packet.data(), qint64(packet.size()), QHostAddress::LocalHost, quint16(m_table.tuioPort()))
                 == qint64(packet.size()));
-        REQUIRE(m_table.input().waitForDatagrams(++m_sent, std::chrono::seconds(5)));
+        REQUIRE(m_table.input().waitForDatagrams(++m_sent, TestSupport::kPatience));
         m_table.application().frame(1.0 / 60.0);
     }
     /// Longer than a card that is lost for a moment is held.

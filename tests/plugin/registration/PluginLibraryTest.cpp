@@ -1,4 +1,5 @@
 #include "LogCapture.hpp"
+#include "Patience.hpp"
 #include "TestHost.hpp"
 
 #include <Cascara/LazyAttributeManager.hpp>
@@ -338,7 +339,7 @@ TEST_CASE("plug-in: it exports nothing")
 {
     QProcess nm;
     nm.start("nm", {"-D", "--defined-only", PLUGIN_FILE});
-    REQUIRE(nm.waitForFinished(30000));
+    REQUIRE(nm.waitForFinished(TestSupport::kPatienceMs));
     CHECK(nm.exitCode() == 0);
     CHECK(nm.readAllStandardOutput().toStdString().empty());
 }

@@ -1,3 +1,4 @@
+#include <Patience.hpp>
 #include <QByteArray>
 #include <QCoreApplication>
 #include <QProcess>
@@ -18,7 +19,7 @@ Outcome probe(const char* testCase)
     QProcess process;
     process.start(QCoreApplication::applicationDirPath() + QStringLiteral("/log_probe"),
                   {QStringLiteral("-tc=%1").arg(QString::fromLatin1(testCase))});
-    REQUIRE(process.waitForFinished());
+    REQUIRE(process.waitForFinished(TestSupport::kPatienceMs));
     REQUIRE(process.exitStatus() == QProcess::NormalExit);
     return {process.exitCode(), process.readAllStandardError()};
 }

@@ -1,4 +1,5 @@
 #include "LoopbackStream.hpp"
+#include "Patience.hpp"
 #include "TestTable.hpp"
 
 #include <Tactile/TcpDatagramSource.hpp>
@@ -94,7 +95,7 @@ TEST_CASE("steady frames: packets that come by a connection allocate nothing eit
     for (std::size_t i = 0; i < frames.size(); ++i) {
         if (i == 100)
             before = allocations;
-        isWhole = tracker.trySend(frames[i]) && input.waitForDatagrams(2 * (i + 1), std::chrono::seconds(10)) && isWhole;
+        isWhole = tracker.trySend(frames[i]) && input.waitForDatagrams(2 * (i + 1), TestSupport::kPatience) && isWhole;
         input.readSample(0.02 * double(i), sample);
     }
     const long after = allocations;

@@ -1,4 +1,5 @@
 #include "LoopbackStream.hpp"
+#include "Patience.hpp"
 #include "SampleText.hpp"
 #include "TestTable.hpp"
 
@@ -53,7 +54,7 @@ std::vector<std::string> samplesOf(TuioInput& input, const Send& send)
     for (const auto& frame : visit()) {
         for (const auto& packet : frame) {
             send(packet);
-            REQUIRE(input.waitForDatagrams(++sent, 10s));
+            REQUIRE(input.waitForDatagrams(++sent, TestSupport::kPatience));
         }
         input.readSample(now += 0.02, sample);
         samples.push_back(describe(sample));

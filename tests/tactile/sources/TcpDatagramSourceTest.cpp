@@ -1,5 +1,6 @@
 #include "LogCapture.hpp"
 #include "LoopbackStream.hpp"
+#include "Patience.hpp"
 #include "TestTable.hpp"
 
 #include <Tactile/TcpDatagramSource.hpp>
@@ -35,7 +36,7 @@ struct Hall
     [[nodiscard]] std::uint16_t port() const { return tcp->port(); }
     const Tactile::Sample& frame(std::uint64_t packets)
     {
-        REQUIRE(input.waitForDatagrams(packets, 10s));
+        REQUIRE(input.waitForDatagrams(packets, TestSupport::kPatience));
         input.readSample(now += 0.01, sample);
         return sample;
     }
@@ -79,7 +80,7 @@ struct Counter
     bool waitFor(char kind, std::size_t count)
     {
         std::unique_lock<std::mutex> lock(mutex);
-        return arrived.wait_for(lock, 10s, [&] { return counts[static_cast<unsigned char>(kind)] >= count; });
+        return arrived.wait_for(lock, TestSupport::kPatience, [&] { return counts[static_cast<unsigned char>(kind)] >= count; });
     }
     std::size_t of(char kind)
     {
@@ -314,7 +315,7 @@ TEST_CASE("tcp source: beyond sixteen connections the newest is closed, until th
     const LoopbackStream next(hall.port());
     next.send(finger(1, 0.9f, "next@one"));
     trackers.back().send(finger(2, 0.99f));
-    REQUIRE(hall.input.waitForDatagrams(18, 10s));
+    REQUIRE(hall.input.waitForDatagrams(18, TestSupport::kPatience));
 }
 
 TEST_CASE("tcp source: a tracker finds room where sixteen connections are silent, the longest-silent of which is closed")
@@ -345,7 +346,7 @@ TEST_CASE("tcp source: a tracker finds room where sixteen connections are silent
     // Those that send are left alone.
     first.send(finger(2, 0.1f, "first@one"));
     silent[1].send(finger(2, 0.2f, "late@one"));
-    REQUIRE(hall.input.waitForDatagrams(5, 10s));
+    REQUIRE(hall.input.waitForDatagrams(5, TestSupport::kPatience));
 }
 
 TEST_CASE("tcp source: bytes that make no whole packet keep no place")
@@ -403,7 +404,7 @@ TEST_CASE("tcp source: a table goes on drawing while a sender floods it, and tak
     std::uint64_t taken = 0;
     bool isGoingOn = true;
     for (int i = 0; i < 30 && isGoingOn; ++i) {
-        isGoingOn = hall.input.waitForDatagrams(taken + 100, 10s);
+        isGoingOn = hall.input.waitForDatagrams(taken + 100, TestSupport::kPatience);
         taken = hall.input.datagramsReceived();
         hall.input.readSample(hall.now += 0.01, hall.sample);
     }
@@ -461,5 +462,5 @@ TEST_CASE("tcp source: a handler that throws costs one packet")
     const LoopbackStream tracker(source.port());
     tracker.send(framed({'a'}) + framed({'b'}));
     std::unique_lock<std::mutex> lock(mutex);
-    CHECK(arrived.wait_for(lock, 10s, [&] { return calls == 2; }));
+    CHECK(arrived.wait_for(lock, TestSupport::kPatience, [&] { return calls == 2; }));
 }

@@ -1,4 +1,5 @@
 #include "LogCapture.hpp"
+#include "Patience.hpp"
 #include "TestTable.hpp"
 
 #include <Tactile/UdpDatagramSource.hpp>
@@ -72,7 +73,7 @@ TEST_CASE("udp source: real datagrams on a port that the system chose put a card
     const Sender sender;
     sender.send(TestTable::cardsPacket(1, {{1, 1001, 0.5f, 0.5f}}, ""), udp->port());
     sender.send(TestTable::fingersPacket(1, {{1, 0.1f, 0.1f}}, ""), udp->port());
-    REQUIRE(input.waitForDatagrams(2, 10s));
+    REQUIRE(input.waitForDatagrams(2, TestSupport::kPatience));
     Tactile::Sample sample;
     input.readSample(0.0, sample);
     CHECK(sample.markers.size() == 1);
@@ -96,7 +97,7 @@ TEST_CASE("udp source: the largest datagram comes whole, and an empty one is cou
     writer.endMessage();
     sender.send(writer.packet(), udp->port());
     sender.send({}, udp->port());
-    REQUIRE(input.waitForDatagrams(2, 10s));
+    REQUIRE(input.waitForDatagrams(2, TestSupport::kPatience));
     CHECK(input.counters().refusals[static_cast<std::size_t>(Tactile::OscRefusal::Empty)] == 1);
     CHECK(input.counters().drops[static_cast<std::size_t>(Tactile::TuioDrop::Malformed)] == 1);
 }
@@ -115,7 +116,7 @@ TEST_CASE("udp source: datagrams from senders that are not allowed are thrown aw
     stranger.send(TestTable::fingersPacket(1, {{1, 0.5f, 0.5f}}, ""), udp->port());
     stranger.send(TestTable::fingersPacket(2, {{1, 0.5f, 0.5f}}, ""), udp->port());
     friendly.send(TestTable::fingersPacket(1, {{9, 0.5f, 0.5f}}, ""), udp->port());
-    REQUIRE(input.waitForDatagrams(1, 10s));
+    REQUIRE(input.waitForDatagrams(1, TestSupport::kPatience));
     CHECK(udp->refusedSenders() == 2);
     CHECK(input.datagramsReceived() == 1);
     CHECK(input.counters().sources.at(0).name.rfind("127.0.0.2:", 0) == 0);
@@ -149,7 +150,7 @@ TEST_CASE("udp source: it listens on an IPv6 address, and the allowed senders ma
     auto* udp = source.get();
     REQUIRE(input.addSource(std::move(source)));
     sendByIpv6(TestTable::cardsPacket(1, {{1, 1001, 0.5f, 0.5f}}, ""), udp->port());
-    REQUIRE(input.waitForDatagrams(1, 10s));
+    REQUIRE(input.waitForDatagrams(1, TestSupport::kPatience));
     CHECK(input.counters().sources.at(0).name.rfind("[::1]:", 0) == 0);
     CHECK(udp->refusedSenders() == 0);
 }
@@ -167,7 +168,7 @@ TEST_CASE("udp source: on all addresses of both kinds, a sender by IPv4 is known
     sendByIpv6(TestTable::fingersPacket(1, {{1, 0.5f, 0.5f}}, ""), udp->port());
     const Sender friendly;
     friendly.send(TestTable::fingersPacket(1, {{1, 0.5f, 0.5f}}, ""), udp->port());
-    REQUIRE(input.waitForDatagrams(1, 10s));
+    REQUIRE(input.waitForDatagrams(1, TestSupport::kPatience));
     CHECK(udp->refusedSenders() == 1);
     CHECK(input.counters().sources.at(0).name.rfind("127.0.0.1:", 0) == 0);
 }
@@ -190,7 +191,7 @@ TEST_CASE("udp source: a handler that throws costs one datagram")
     sender.send({'a'}, source.port());
     sender.send({'b'}, source.port());
     std::unique_lock<std::mutex> lock(mutex);
-    CHECK(arrived.wait_for(lock, 10s, [&] { return calls == 2; }));
+    CHECK(arrived.wait_for(lock, TestSupport::kPatience, [&] { return calls == 2; }));
 }
 
 TEST_CASE("udp source: a flood of refused datagrams does not keep it from ending")
@@ -206,7 +207,7 @@ TEST_CASE("udp source: a flood of refused datagrams does not keep it from ending
         while (!isOver)
             sender.send({'a'}, port);
     });
-    const auto patience = std::chrono::steady_clock::now() + 10s;
+    const auto patience = std::chrono::steady_clock::now() + TestSupport::kPatience;
     while (source.refusedSenders() < 100 && std::chrono::steady_clock::now() < patience)
         std::this_thread::yield();
     source.stop();

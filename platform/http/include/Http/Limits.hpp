@@ -25,6 +25,8 @@ struct Limits
     /// For a whole request to arrive, for the next one on a kept connection, and for each piece of an answer to leave. The
     /// time that the handler takes is not counted.
     std::chrono::milliseconds timeout{10000};
+    /// For started requests to be answered when the server is stopped; the longest of all doors counts.
+    std::chrono::milliseconds grace{2000};
     ConnectionLimits clients; ///< a download too many is answered with 503
 };
 }

@@ -50,7 +50,7 @@ public:
     /// Serves until stopped. Call once.
     void run();
 
-    /// Ends run(): refuses new connections, closes idle ones, gives started requests two seconds. Any thread; once is enough.
+    /// Ends run(): refuses new connections, closes idle ones, gives started requests `Limits::grace`. Any thread; once is enough.
     void stop();
 
 private:
