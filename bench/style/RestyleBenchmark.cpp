@@ -1,0 +1,142 @@
+// Rows 3 and 4: a class toggled on one leaf of many widgets, and everything styled anew.
+
+#include "QtTree.hpp"
+#include "StyleScene.hpp"
+#include "support/Compare.hpp"
+#include "support/Options.hpp"
+
+#include <Cascara/StyleEngine.hpp>
+
+#include <algorithm>
+#include <random>
+#include <stdexcept>
+
+namespace
+{
+constexpr int kRules = 200;
+
+void addSheet(int shade = 0)
+{
+    Cascara::StyleEngine::instance().addStyleSheet(Bench::styleSheet(kRules, shade), QStringLiteral("bench.css"));
+}
+
+long restyledBy(const std::function<void()>& change)
+{
+    const long before = Cascara::StyleEngine::instance().counters().nodesRestyled;
+    change();
+    return Cascara::StyleEngine::instance().counters().nodesRestyled - before;
+}
+
+/// What a class reaches is restyled, and nothing else: the leaf alone, or the ten signs of the opened panel.
+void restyledExactly(benchmark::State& state)
+{
+    Bench::StyleScene scene(Bench::options().sizeOr(10000, 100));
+    addSheet();
+    long most = 0;
+    for (auto _ : state) {
+        for (Trellis::Widget* sign : scene.signs)
+            most = std::max(most, restyledBy([&] { sign->addCSSClass("lit"); }));
+        for (Trellis::Widget* panel : scene.panels)
+            if (const long count = restyledBy([&] { panel->addCSSClass("open"); }); count != 10)
+                throw std::runtime_error("an opened panel restyles " + std::to_string(count) + " widgets");
+    }
+    state.counters["value"] = double(most);
+}
+
+void toggle(Trellis::Widget& widget)
+{
+    if (widget.hasCSSClass("lit"))
+        widget.removeCSSClass("lit");
+    else
+        widget.addCSSClass("lit");
+}
+
+/// The leaves in an order drawn by lot; with `differ` false, one leaf all the time.
+std::function<void(long)> toggles(const Bench::StyleScene& scene, bool differ)
+{
+    auto leaves = scene.signs;
+    std::mt19937 random(Bench::options().seed);
+    std::shuffle(leaves.begin(), leaves.end(), random);
+    if (!differ)
+        leaves.resize(1);
+    return [leaves, at = std::size_t(0)](long times) mutable {
+        for (long i = 0; i < times; ++i)
+            toggle(*leaves[at = (at + 1) % leaves.size()]);
+    };
+}
+
+void oneLeaf(benchmark::State& state, int widgets, bool differ)
+{
+    const Bench::StyleScene many(widgets);
+    const Bench::StyleScene few(100);
+    addSheet();
+    Bench::compare(state, toggles(many, differ), toggles(few, differ));
+}
+
+/// Qt styles what it has polished once: no sheet is applied before, and a rival that does nothing would be no rival.
+void requireStyled(QWidget& tree, int shade)
+{
+    const int width = tree.findChild<Bench::Sign*>()->minimumWidth();
+    if (width != 1 + shade)
+        throw std::runtime_error("the rival's first sign has a least width of " + std::to_string(width));
+}
+
+/// The styles of all widgets computed anew from the same sheet.
+void everything(benchmark::State& state, int widgets, Bench::Notation notation)
+{
+    Bench::StyleScene scene(widgets);
+    addSheet();
+    const auto rival = Bench::makeQtTree(widgets);
+    const QString sheet = Bench::qtStyleSheet(kRules, notation);
+    rival->setStyleSheet(sheet);
+    requireStyled(*rival, 0);
+    Bench::compare(
+        state,
+        [&](long times) {
+            for (long i = 0; i < times; ++i)
+                scene.root->updateStyle();
+        },
+        [&](long times) {
+            for (long i = 0; i < times; ++i)
+                rival->setStyleSheet(sheet);
+        });
+}
+
+/// A sheet replaced by one with other values: read, applied, and everything that was set before withdrawn.
+void anotherSheet(benchmark::State& state, int widgets)
+{
+    Bench::StyleScene scene(widgets);
+    addSheet();
+    const auto rival = Bench::makeQtTree(widgets);
+    rival->setStyleSheet(Bench::qtStyleSheet(kRules, Bench::Notation::ClassProperty, 1));
+    requireStyled(*rival, 1);
+    int ours = 0;
+    int theirs = 0;
+    Bench::compare(
+        state,
+        [&](long times) {
+            for (long i = 0; i < times; ++i) {
+                Cascara::StyleEngine::instance().clearStyleSheets();
+                addSheet(++ours % 2);
+            }
+        },
+        [&](long times) {
+            for (long i = 0; i < times; ++i)
+                rival->setStyleSheet(Bench::qtStyleSheet(kRules, Bench::Notation::ClassProperty, ++theirs % 2));
+        });
+}
+
+const Bench::Row kRow([] {
+    Bench::add("row03/restyled", restyledExactly);
+    for (const int widgets : {1000, 10000}) {
+        const int size = Bench::options().sizeOr(widgets, 100);
+        Bench::add("row03/same/" + std::to_string(widgets), [=](benchmark::State& state) { oneLeaf(state, size, false); });
+        Bench::add("row03/different/" + std::to_string(widgets), [=](benchmark::State& state) { oneLeaf(state, size, true); });
+        Bench::add("row04/again/" + std::to_string(widgets),
+                   [=](benchmark::State& state) { everything(state, size, Bench::Notation::ClassProperty); });
+        Bench::add("row04/types/" + std::to_string(widgets),
+                   [=](benchmark::State& state) { everything(state, size, Bench::Notation::TypesAndIds); });
+        Bench::add("row04/another/" + std::to_string(widgets), [=](benchmark::State& state) { anotherSheet(state, size); });
+    }
+});
+}

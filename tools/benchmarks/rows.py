@@ -1,0 +1,83 @@
+"""What is measured: the figures, each with its target, and the program that gives it."""
+from dataclasses import dataclass
+
+
+@dataclass(frozen=True)
+class Figure:
+    """One figure. `key` names the benchmark that gives it and `counter` the number of that benchmark which counts.
+
+    A figure without a target is printed for comparison and not judged.
+    """
+
+    key: str
+    title: str
+    target: float | None = None
+    counter: str = "ratio"
+    unit: str = ""  # of the value; a ratio has none
+    rival: str = ""
+
+    @property
+    def row(self):
+        return int(self.key[3:5])
+
+    def meets(self, value):
+        return None if self.target is None else value <= self.target
+
+
+ROW_TITLES = {
+    1: "An event with a payload of 16 bytes",
+    2: "A change of an attribute with a listener",
+    3: "A class toggled on one leaf of 10,000 widgets, 200 rules",
+    4: "All of 10,000 widgets restyled, 200 rules",
+    5: "Memory of a widget in the tree",
+    6: "A frame in which nothing happens, 1,000 tiles",
+    7: "Drawing 1920×1080: 40 groups, slightly turned, of 25 picture tiles each",
+    8: "Drawing 3840×2160: 12 pictures, and 8 spaces of 12 tiles and texts each",
+}
+
+_SIGNAL = "a direct signal with the same arguments"
+_NOTIFY = "a setter with NOTIFY and one slot"
+_FEW = "the same among 100 widgets"
+_VIEW = "QGraphicsView, same scene, same smooth sampling"
+_SHEET = "QWidgets with one style sheet"
+
+FIGURES = [
+    Figure("row01/listeners/1", "eventSend, one listener", 0.45, rival=_SIGNAL),
+    Figure("row01/listeners/0", "eventSend, no listener", 0.5, rival=_SIGNAL),
+    Figure("row02/handle/1", "set by handle", 0.25, rival=_NOTIFY),
+    Figure("row02/name", "set by name", 0.3, rival="setProperty of a widget's property, with one slot"),
+    Figure("row03/restyled", "widgets restyled", 1, "value", "widgets"),
+    Figure("row03/same/10000", "one leaf all the time", 1.1, rival=_FEW),
+    Figure("row03/different/10000", "leaves in random order", 1.6, rival=_FEW),
+    Figure("row04/again/10000", "styles computed anew", 0.009, rival=_SHEET),
+    Figure("row04/types/10000", "the same", None, rival="QWidgets with a sheet that names types and ids, which is fastest there"),
+    Figure("row04/another/10000", "sheet replaced by another", 0.009, rival=_SHEET),
+    Figure("row05/widget", "a plain widget", 1100, "value", "bytes"),
+    Figure("row05/text", "a text", 1900, "value", "bytes"),
+    Figure("row05/qt", "for comparison: a QWidget", None, "value", "bytes"),
+    Figure("row06/idle/1000", "time of an idle frame", 1.1, rival="an empty table"),
+    Figure("row06/allocations", "allocations in an idle frame", 0, "value", "allocations"),
+    Figure("row07/tile-moved", "one tile moved", 0.35, rival=_VIEW),
+    Figure("row07/tile-turned", "one tile turned", 0.40, rival=_VIEW),
+    Figure("row07/group-moved", "one group moved", 0.45, rival=_VIEW),
+    Figure("row07/all-moved", "all moved", 0.33, rival=_VIEW),
+    Figure("row07/all-turned", "all turned", 1.0, rival=_VIEW),
+    Figure("row08/picture-dragged", "a picture dragged", 0.14, rival=_VIEW),
+    Figure("row08/picture-turned", "a picture turned", 0.22, rival=_VIEW),
+    Figure("row08/space-dragged", "a space dragged", 0.15, rival=_VIEW),
+    Figure("row08/space-turned", "a space turned", 0.35, rival=_VIEW),
+    Figure("row08/eight-fade", "eight spaces fade in at once", 0.18, rival=_VIEW),
+    Figure("row08/eight-grow", "eight spaces grow", 0.45, rival=_VIEW),
+    Figure("row08/tile-moved", "a tile in a space moved", 0.5, rival=_VIEW),
+    Figure("row08/all-drawn", "everything drawn", 0.20, rival=_VIEW),
+]
+
+# The scenes of draw_bench, by row.
+SCENES = {7: "groups", 8: "table"}
+
+# Programs of Google Benchmark in the build's bin/ that hold rows.
+PROGRAMS = ["table_bench", "count_bench"]
+
+
+def figures_of(rows):
+    return [figure for figure in FIGURES if not rows or figure.row in rows]
