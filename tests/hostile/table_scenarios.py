@@ -8,6 +8,7 @@ import socket
 import struct
 import subprocess
 import time
+import zlib
 
 from http_bytes import ask, connect, exchange, port_of
 from programs import Program, fetch
@@ -20,12 +21,12 @@ def report(text):
 
 
 class Table:
-    """The gallery, without a screen, by the clock."""
+    """A presentation, usually the gallery, without a screen, by the clock."""
 
-    def __init__(self, build, folder, *options, tuio="127.0.0.1:0"):
+    def __init__(self, build, folder, *options, tuio="127.0.0.1:0", presentation=os.path.join(PRESENTATIONS, "gallery")):
         data = os.path.join(folder, "data")
         os.makedirs(data, exist_ok=True)
-        command = [os.path.join(build, "bin", "tavola"), "run", os.path.join(PRESENTATIONS, "gallery"), "--headless",
+        command = [os.path.join(build, "bin", "tavola"), "run", presentation, "--headless",
                    "--inspect", "0", "--tuio", tuio, "--data", data, *options]
         self.program = Program(command, wait_for=[r"inspector on (http://\S+?)/$", r"TUIO on \S+:(\d+)", r"is open$"])
         self.inspector = self.program.found[0].group(1)
@@ -42,9 +43,9 @@ class Table:
     def get(self, path):
         return json.loads(fetch(self.inspector + path))
 
-    def memory_mb(self):
+    def memory_mb(self, kind="VmRSS"):
         with open(f"/proc/{self.program.process.pid}/status", encoding="ascii") as status:
-            return next(int(line.split()[1]) / 1024 for line in status if line.startswith("VmRSS"))
+            return next(int(line.split()[1]) / 1024 for line in status if line.startswith(kind))
 
 
 def osc(address, tags, *values):
@@ -207,4 +208,35 @@ def silent_trackers(build, folder):
         report("16 silent connections: one made room, and a tracker's frames arrived; a profile without an end is counted and told once")
 
 
-SCENARIOS = {"silent_trackers": silent_trackers, "deaf_log": deaf_log, "packets": packets, "connections": connections, "table_kills": table_kills}
+def black_png(width, height):
+    def chunk(kind, content):
+        return struct.pack(">I", len(content)) + kind + content + struct.pack(">I", zlib.crc32(kind + content))
+    rows = zlib.compress(bytes((1 + (width + 7) // 8) * height), 9)
+    header = struct.pack(">IIBBBBB", width, height, 1, 0, 0, 0, 0)
+    return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", rows) + chunk(b"IEND", b"")
+
+
+def huge_pictures(build, folder):
+    """Three pictures of 196 megapixels in files of 25 KB, and one that can be shown."""
+    place = os.path.join(folder, "presentation")
+    os.makedirs(place)
+    for name, side in (("one", 14000), ("two", 14000), ("three", 14000), ("small", 100)):
+        with open(os.path.join(place, name + ".png"), "wb") as file:
+            file.write(black_png(side, side))
+    widgets = [{"component": "picture", "id": name, "attributes": {"source": {"file": name + ".png"}}}
+               for name in ("one", "two", "three", "small")]
+    with open(os.path.join(place, "presentation.json"), "w", encoding="utf-8") as file:
+        json.dump({"title": "Huge", "widgets": widgets}, file)
+    with Table(build, folder, presentation=place) as table:
+        deadline = time.monotonic() + 60
+        lines = []
+        while time.monotonic() < deadline and (len(lines) < 3 or table.get("/status")["pendingImages"]):
+            lines = [line["text"] for line in table.get("/log") if "14000 x 14000 pixels need" in line["text"]]
+        most = table.memory_mb("VmHWM")
+        assert len(lines) == 3, f"of three huge pictures {len(lines)} were refused"
+        assert all("the limit is 256 MB; make it smaller" in line for line in lines), lines
+        report(f"three pictures of 196 megapixels are refused with a line each; the table had at most {most:.0f} MB (limit 300)")
+        assert most < 300
+
+
+SCENARIOS = {"huge_pictures": huge_pictures, "silent_trackers": silent_trackers, "deaf_log": deaf_log, "packets": packets, "connections": connections, "table_kills": table_kills}
