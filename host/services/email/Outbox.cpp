@@ -64,6 +64,15 @@ QString OutboxMessage::recipientNames() const
     return names.join(QStringLiteral(", "));
 }
 
+std::chrono::milliseconds OutboxSummary::pause(qint64 nowMs) const
+{
+    if (count() == 0)
+        return kIdlePause;
+    if (queued == 0 || nextAttemptMs <= nowMs)
+        return kReadingPause;
+    return std::min(std::chrono::milliseconds(nextAttemptMs - nowMs), kReadingPause);
+}
+
 Outbox::Outbox(const QString& folder)
     : m_folder(folder), m_path(folder + QStringLiteral("/outbox.sqlite")), m_files(folder + QStringLiteral("/files"))
 {

@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <initializer_list>
 #include <memory>
 #include <mutex>
@@ -21,6 +22,10 @@ class SqliteTransaction;
 /// An outbox in a few numbers.
 struct OutboxSummary
 {
+    /// While there are messages the outbox is read this often: other programs may change it, and a full disk may have room again.
+    static constexpr std::chrono::milliseconds kReadingPause{2'000};
+    static constexpr std::chrono::hours kIdlePause{24};
+
     int queued = 0;
     int sending = 0;
     int failed = 0;
@@ -28,6 +33,8 @@ struct OutboxSummary
     qint64 nextAttemptMs = 0; ///< of the queued message that is due first; 0 or in the past when one is due
     qint64 bytes = 0;         ///< of the finished messages, together
     [[nodiscard]] int count() const noexcept { return queued + sending + failed; }
+    /// How long the outbox need not be read, once what is due was claimed as far as that is possible.
+    [[nodiscard]] std::chrono::milliseconds pause(qint64 nowMs) const;
 };
 
 /// The messages that a table has accepted and not yet delivered, in a folder: a SQLite file and the finished messages.

@@ -20,10 +20,9 @@ namespace Host
 ///
 /// A message that does not fit into the outbox any more is refused; the operator is warned of that once a minute at most.
 ///
-/// Four threads: one composes new messages, and between them watches the queue and the deadlines of answers; three attempt what
-/// is in the outbox, of which two take new messages only, so that old ones keep no new one waiting. Futures are completed on
-/// these threads. At the end of the service attempts stop within about a second, what was accepted is kept, and open futures say
-/// success once their message is on the disk.
+/// Two threads: one composes new messages, the other one writes and reads the outbox and sends up to three messages at a time.
+/// Futures are completed on the latter. At the end of the service attempts stop within about a second, what was accepted is
+/// kept, and open futures say success once their message is on the disk.
 class OutboxService final : public Tavola::ServiceInstance, public Tavola::EmailServiceAPI
 {
 public:

@@ -5,43 +5,58 @@
 
 #include <QString>
 
-#include <functional>
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <vector>
 
 namespace Host
 {
-class SmtpTranscript;
-
-/// Hands finished messages to a mail server. `send` blocks, on any thread but the main one; several threads may send at once.
+/// Sends finished messages to a mail server, several at once on one thread: the one that calls its functions, except `wake`.
 class SmtpSender
 {
 public:
     enum class Outcome {
         Delivered, ///< to all recipients
         Later,     ///< a passing failure: another attempt may reach the recipients whose outcome is open
-        Refused,   ///< for good, by the server or for one recipient at least; the others have the message
-        Stopped
+        Refused    ///< for good, by the server or for one recipient at least; the others have the message
     };
-    struct Result
+    struct Ended
     {
+        OutboxMessage message; ///< with the outcomes of its recipients
         Outcome outcome = Outcome::Later;
         QString words; ///< why not: the server's words, or ours where it had none
     };
 
-    /// Asked from the sending thread about every second, more often while data flows, until it says false.
-    using GoOn = std::function<bool()>;
-
     SmtpSender(const MailSettings& settings, const MailCredentials& credentials);
+    ~SmtpSender();
+    SmtpSender(const SmtpSender&) = delete;
+    SmtpSender& operator=(const SmtpSender&) = delete;
 
-    /// Sends the finished file `path` to the recipients whose outcome is open, and sets their outcomes. A file that is gone or
-    /// of another size than `message` says is not sent.
-    [[nodiscard]] Result send(OutboxMessage& message, const QString& path, const GoOn& goOn) const;
+    /// Begins to send the finished file `path` to the recipients whose outcome is open; `proceed` goes on with it. A file that
+    /// is gone or of another size than `message` says is not sent.
+    void begin(OutboxMessage message, const QString& path);
+    /// The number of messages that were begun and have not ended.
+    [[nodiscard]] std::size_t count() const { return m_transfers.size() + m_ended.size(); }
+    /// Goes on with every message, and returns those that have ended. Waits for the network so long at most; a server that does
+    /// not answer a farewell takes a second more.
+    [[nodiscard]] std::vector<Ended> proceed(std::chrono::milliseconds longestWait);
+    /// Ends the wait of `proceed`, or its next one. Any thread.
+    void wake();
+    /// Breaks off every transfer, and returns the messages as they were.
+    [[nodiscard]] std::vector<OutboxMessage> stop();
 
 private:
-    void setUp(void* transfer) const;
-    [[nodiscard]] Result judge(int code, const char* detail, const SmtpTranscript& transcript, OutboxMessage& message) const;
+    struct Transfer;
+    void setUp(Transfer& transfer);
+    void end(Transfer& transfer, int code);
+    [[nodiscard]] Ended judge(Transfer& transfer, int code) const;
     [[nodiscard]] QString explain(int code, const char* detail) const;
 
-    MailSettings m_settings;
-    MailCredentials m_credentials;
+    const MailSettings m_settings;
+    const MailCredentials m_credentials;
+    const std::unique_ptr<void, int (*)(void*)> m_multi; ///< libcurl's set of transfers; theirs are removed from it before
+    std::vector<std::unique_ptr<Transfer>> m_transfers;
+    std::vector<Ended> m_ended;
 };
 }

@@ -373,3 +373,20 @@ TEST_CASE("outbox: links in its folder keep the contents of their targets")
     REQUIRE(file.open(QIODevice::ReadOnly));
     CHECK(file.readAll() == "precious");
 }
+
+TEST_CASE("outbox: it is to be read again when a message is due, and every two seconds while it has any")
+{
+    using std::chrono::milliseconds;
+    Bench bench;
+    const qint64 nowMs = 1'790'000'000'000;
+    const auto pause = [&](qint64 ms) { return bench.outbox->summary(ms).value().pause(ms); };
+    CHECK(pause(nowMs) == OutboxSummary::kIdlePause);
+    bench.add(State::Failed, 0, "<1@x>");
+    CHECK(pause(nowMs) == milliseconds(2000));
+    bench.add(State::Queued, nowMs + 5000, "<2@x>");
+    CHECK(pause(nowMs) == milliseconds(2000));
+    CHECK(pause(nowMs + 4400) == milliseconds(600));
+    // Not at once: an outbox that cannot be written stays due, and would be read without a pause.
+    CHECK(pause(nowMs + 5000) == milliseconds(2000));
+    CHECK(pause(nowMs + 5001) == milliseconds(2000));
+}

@@ -5,6 +5,7 @@
 #include <doctest/doctest.h>
 
 #include <algorithm>
+#include <functional>
 #include <thread>
 
 using namespace Host;
@@ -26,16 +27,35 @@ OutboxMessage letter(const QStringList& recipients = {"ann@example.org"})
     return message;
 }
 
-SmtpSender::Result send(
-    const MailSettings& settings, OutboxMessage& message, const MailCredentials& credentials = {}, const QByteArray& mail = kMail,
-    const SmtpSender::GoOn& goOn = [] { return true; })
+/// Sends one message; `meanwhile` is called again and again. Leaves the outcomes of its recipients in `message`.
+SmtpSender::Ended sendFile(
+    const MailSettings& settings, OutboxMessage& message, const QString& path, const MailCredentials& credentials = {},
+    const std::function<void()>& meanwhile = [] {})
+{
+    SmtpSender sender(settings, credentials);
+    sender.begin(message, path);
+    CHECK(sender.count() == 1);
+    for (;;) {
+        auto ended = sender.proceed(std::chrono::milliseconds(50));
+        meanwhile();
+        if (ended.empty())
+            continue;
+        CHECK(ended.size() == 1);
+        CHECK(sender.count() == 0);
+        message = ended.front().message;
+        return std::move(ended.front());
+    }
+}
+
+SmtpSender::Ended send(const MailSettings& settings, OutboxMessage& message, const MailCredentials& credentials = {},
+                       const QByteArray& mail = kMail)
 {
     const Folder folder;
     message.sizeBytes = mail.size();
-    return SmtpSender(settings, credentials).send(message, folder.write("m.eml", mail), goOn);
+    return sendFile(settings, message, folder.write("m.eml", mail), credentials);
 }
 
-SmtpSender::Result send(const SmtpTestServer& server)
+SmtpSender::Ended send(const SmtpTestServer& server)
 {
     OutboxMessage message = letter();
     return send(testSettings(server.address()), message);
@@ -189,39 +209,97 @@ TEST_CASE("smtp sender: with recipients refused for now and for good, those for 
     CHECK(result.words == "450 busy");
 }
 
-TEST_CASE("smtp sender: once stopped it ends, whatever the server does")
+TEST_CASE("smtp sender: once stopped it ends, whatever the server does, and returns the messages as they were")
 {
+    const Folder folder;
     SmtpTestServer server;
-    server.fallSilentAt("MAIL");
+    server.holdAt("MAIL");
     OutboxMessage message = letter();
-    std::atomic<bool> stop{false};
-    std::thread stopper([&] {
-        while (server.steps().empty())
-            std::this_thread::yield();
-        stop = true;
-    });
-    const auto result = send(testSettings(server.address()), message, {}, kMail, [&] { return !stop; });
-    stopper.join();
-    CHECK(result.outcome == Outcome::Stopped);
-    CHECK(message.recipients[0].outcome == OutboxMessage::Outcome::Open);
+    message.sizeBytes = kMail.size();
+    SmtpSender sender(testSettings(server.address()), {});
+    sender.begin(message, folder.write("m.eml", kMail));
+    while (server.held() == 0)
+        CHECK(sender.proceed(std::chrono::milliseconds(10)).empty());
+    sender.begin(message, folder.path("none")); // has ended, which `proceed` has not said yet
+    CHECK(sender.count() == 2);
+    const auto stopped = sender.stop();
+    REQUIRE(stopped.size() == 2);
+    CHECK(stopped[0].recipients[0].outcome == OutboxMessage::Outcome::Open);
+    CHECK(sender.count() == 0);
+    CHECK(sender.proceed(std::chrono::milliseconds(0)).empty());
+}
+
+TEST_CASE("smtp sender: a message that is stopped in the middle does not arrive as half a message")
+{
+    const Folder folder;
+    SmtpTestServer server;
+    OutboxMessage message = letter();
+    const QByteArray mail = (QByteArray(76, 'x') + "\r\n").repeated(500000);
+    message.sizeBytes = mail.size();
+    SmtpSender sender(testSettings(server.address()), {});
+    sender.begin(message, folder.write("m.eml", mail));
+    while (server.dataBytes() == 0)
+        CHECK(sender.proceed(std::chrono::milliseconds(10)).empty());
+    const auto stopped = sender.stop();
+    REQUIRE(stopped.size() == 1);
+    CHECK(stopped[0].recipients[0].outcome == OutboxMessage::Outcome::Open);
+    CHECK(server.mails().empty());
+}
+
+TEST_CASE("smtp sender: messages that are sent at once do not wait for each other")
+{
+    const Folder folder;
+    SmtpTestServer server;
+    server.holdAt("RCPT ann@example.org");
+    SmtpSender sender(testSettings(server.address()), {});
+    for (const char* recipient : {"ann@example.org", "bob@example.org", "cid@example.org"}) {
+        OutboxMessage message = letter({recipient});
+        message.sizeBytes = kMail.size();
+        sender.begin(message, folder.write(recipient, kMail));
+    }
+    std::vector<SmtpSender::Ended> ended;
+    const auto proceed = [&] {
+        for (auto& one : sender.proceed(std::chrono::milliseconds(20000)))
+            ended.push_back(std::move(one));
+    };
+    while (ended.size() < 2)
+        proceed();
+    CHECK(sender.count() == 1);
+    CHECK(server.mails().size() == 2);
+    server.release();
+    while (ended.size() < 3)
+        proceed();
+    for (const auto& one : ended)
+        CHECK(one.outcome == Outcome::Delivered);
+    CHECK(ended.back().message.recipients[0].address == "ann@example.org");
+}
+
+TEST_CASE("smtp sender: its wait ends when it is woken, also beforehand")
+{
+    SmtpSender sender(testSettings("smtp://127.0.0.1:9"), {});
+    sender.wake();
+    CHECK(sender.proceed(std::chrono::hours(1)).empty());
+    std::thread waker([&] { sender.wake(); });
+    CHECK(sender.proceed(std::chrono::hours(1)).empty());
+    waker.join();
 }
 
 TEST_CASE("smtp sender: a message whose file is gone, or of another length, is not sent")
 {
     const Folder folder;
     SmtpTestServer server;
-    const SmtpSender sender(testSettings(server.address()), {});
+    const MailSettings settings = testSettings(server.address());
     const QString path = folder.write("m.eml", kMail);
     OutboxMessage message = letter();
     for (const int difference : {-1, 1}) {
         message.sizeBytes = kMail.size() + difference;
-        const auto result = sender.send(message, path, [] { return true; });
+        const auto result = sendFile(settings, message, path);
         CHECK(result.outcome == Outcome::Refused);
         CHECK(result.words == "the outbox has lost the message's file");
     }
     message.sizeBytes = kMail.size();
-    CHECK(sender.send(message, folder.path("none"), [] { return true; }).outcome == Outcome::Refused);
-    CHECK(sender.send(message, folder.path(), [] { return true; }).outcome == Outcome::Refused);
+    CHECK(sendFile(settings, message, folder.path("none")).outcome == Outcome::Refused);
+    CHECK(sendFile(settings, message, folder.path()).outcome == Outcome::Refused);
     CHECK(server.connections() == 0);
 }
 
@@ -240,9 +318,8 @@ TEST_CASE("smtp sender: a file that becomes shorter while it is sent does not ar
             isCut = QFile::resize(path, 780000);
             server.release();
         }
-        return true;
     };
-    const auto result = SmtpSender(testSettings(server.address()), {}).send(message, path, cut);
+    const auto result = sendFile(testSettings(server.address()), message, path, {}, cut);
     CHECK(isCut);
     CHECK(result.outcome == Outcome::Later);
     CHECK(message.recipients[0].outcome == OutboxMessage::Outcome::Open);
