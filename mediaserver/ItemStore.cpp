@@ -1,5 +1,7 @@
 #include "ItemStore.hpp"
 
+#include <Bedrock/SqliteRemedy.hpp>
+
 #include <QRandomGenerator>
 #include <QSqlError>
 #include <QSqlQuery>
@@ -15,6 +17,8 @@ namespace
 {
 
 constexpr int kSchemaVersion = 1;
+/// How often another connection may get hold of the file between the wait for its lock and the change of mode.
+constexpr int kMostModeAttempts = 5;
 constexpr int kTokenBytes = 16;
 constexpr int kTokenCharacters = 22;
 
@@ -80,18 +84,22 @@ bool isTokenForm(const QString& text)
     return true;
 }
 
-Result<std::unique_ptr<ItemStore>> ItemStore::open(const QString& file)
+Result<std::unique_ptr<ItemStore>> ItemStore::open(const QString& file, int lockWaitMs)
 {
     auto store = std::unique_ptr<ItemStore>(new ItemStore(QUuid::createUuid().toString()));
     store->m_database.setDatabaseName(file);
-    store->m_database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=3000"));
+    store->m_database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(lockWaitMs));
     const auto refused = [&file](const QString& reason) {
         return tl::unexpected(QStringLiteral("The database \"%1\" cannot be used: %2").arg(file, reason));
     };
-    if (!store->m_database.open())
-        return refused(store->m_database.lastError().text());
+    if (!store->m_database.open()) {
+        const QSqlError error = store->m_database.lastError();
+        return refused(error.text().simplified() + QStringLiteral("; ") + Bedrock::sqliteRemedy(error.nativeErrorCode().toInt()));
+    }
     if (const auto prepared = store->prepareFile(); !prepared)
-        return refused(prepared.error());
+        return refused(
+            prepared.error()
+            + (store->m_failureCode != 0 ? QStringLiteral("; ") + Bedrock::sqliteRemedy(store->m_failureCode) : QString()));
     return store;
 }
 
@@ -110,7 +118,9 @@ ItemStore::~ItemStore()
 
 Result<void> ItemStore::prepareFile()
 {
-    for (const char* pragma : {"PRAGMA journal_mode = WAL", "PRAGMA synchronous = FULL", "PRAGMA foreign_keys = ON"}) {
+    if (const auto kept = keepWriteAheadLog(); !kept)
+        return kept;
+    for (const char* pragma : {"PRAGMA synchronous = FULL", "PRAGMA foreign_keys = ON"}) {
         if (const auto done = execute(pragma); !done)
             return done;
     }
@@ -118,7 +128,9 @@ Result<void> ItemStore::prepareFile()
     if (const auto begun = execute("BEGIN IMMEDIATE"); !begun)
         return begun;
     const auto giveUp = [this](const QString& reason) {
+        const int code = m_failureCode;
         (void)execute("ROLLBACK");
+        m_failureCode = code;
         return tl::unexpected(reason);
     };
 
@@ -128,7 +140,7 @@ Result<void> ItemStore::prepareFile()
     const int found = version->next() ? version->value(0).toInt() : 0;
     version->finish();
     if (found > kSchemaVersion) {
-        return giveUp(QStringLiteral("it was written by a newer version of this program (format %1, known is %2).")
+        return giveUp(QStringLiteral("it was written by a newer version of this program (format %1, known is %2); use that one")
                           .arg(found)
                           .arg(kSchemaVersion));
     }
@@ -146,6 +158,24 @@ Result<void> ItemStore::prepareFile()
     return {};
 }
 
+/// SQLite waits for a lock when a transaction begins, not when the mode is changed.
+Result<void> ItemStore::keepWriteAheadLog()
+{
+    for (int attempt = 1;; ++attempt) {
+        const auto changed = execute("PRAGMA journal_mode = WAL");
+        if (changed) {
+            m_failureCode = 0;
+            return changed;
+        }
+        constexpr int kBusy = 5;
+        if ((m_failureCode & 0xFF) != kBusy || attempt == kMostModeAttempts)
+            return changed;
+        if (const auto free = execute("BEGIN IMMEDIATE"); !free)
+            return free;
+        (void)execute("COMMIT");
+    }
+}
+
 Result<void> ItemStore::execute(const char* statement)
 {
     if (const auto done = query(statement, {}); !done)
@@ -161,8 +191,10 @@ Result<QSqlQuery> ItemStore::query(const char* statement, std::initializer_list<
     for (const QVariant& value : values)
         result.addBindValue(value);
     good = good && result.exec();
-    if (!good)
+    if (!good) {
+        m_failureCode = result.lastError().nativeErrorCode().toInt();
         return tl::unexpected(result.lastError().text().simplified());
+    }
     return result;
 }
 

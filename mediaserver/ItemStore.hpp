@@ -35,8 +35,9 @@ struct Item
 class ItemStore
 {
 public:
-    /// Creates file and tables when needed. Refuses a file that is no database or was written by a newer version.
-    [[nodiscard]] static Result<std::unique_ptr<ItemStore>> open(const QString& file);
+    /// Creates file and tables when needed. Refuses a file that is no database or was written by a newer version. A lock of
+    /// another program is waited for, here and later, up to `lockWaitMs`. The error names the reason and the remedy.
+    [[nodiscard]] static Result<std::unique_ptr<ItemStore>> open(const QString& file, int lockWaitMs = 3000);
     ~ItemStore();
     ItemStore(const ItemStore&) = delete;
     ItemStore& operator=(const ItemStore&) = delete;
@@ -66,11 +67,13 @@ public:
 private:
     explicit ItemStore(const QString& connectionName);
     [[nodiscard]] Result<void> prepareFile();
+    [[nodiscard]] Result<void> keepWriteAheadLog();
     [[nodiscard]] Result<void> execute(const char* statement);
     [[nodiscard]] Result<QSqlQuery> query(const char* statement, std::initializer_list<QVariant> values);
 
     QString m_connectionName;
     QSqlDatabase m_database;
+    int m_failureCode = 0; ///< SQLite's, of the last statement that failed
 };
 
 /// Whether the text has the form of a token.

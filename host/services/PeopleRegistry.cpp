@@ -63,12 +63,14 @@ PeopleRegistry::~PeopleRegistry() = default;
 std::unique_ptr<PeopleRegistry> PeopleRegistry::open(const QString& path, QString& error)
 {
     if (!QDir().mkpath(QFileInfo(path).absolutePath())) {
-        error = QStringLiteral("cannot make the folder %1").arg(QFileInfo(path).absolutePath());
+        error = QStringLiteral(
+                    "cannot make the folder %1; check that all above it are folders, and let this user write the last of them")
+                    .arg(QFileInfo(path).absolutePath());
         return nullptr;
     }
     SqliteConnection connection(path);
     if (!connection.isOpen()) {
-        error = QStringLiteral("cannot open %1 (%2)").arg(path, connection.error());
+        error = QStringLiteral("cannot open %1 (%2); %3").arg(path, connection.error(), connection.remedy());
         return nullptr;
     }
     QSqlQuery query(connection.database());
@@ -76,12 +78,10 @@ std::unique_ptr<PeopleRegistry> PeopleRegistry::open(const QString& path, QStrin
     const int version = isDatabase ? query.value(0).toInt() : 0;
     query.finish();
     if (version > kSchemaVersion) {
-        error = QStringLiteral(
-                    "%1 was made by a newer version of this program; use that one, or move the file away to begin a new one")
-                    .arg(path);
+        error = QStringLiteral("%1 was made by a newer version of this program; use that one").arg(path);
         return nullptr;
     }
-    if (!isDatabase || !query.exec(QStringLiteral("PRAGMA journal_mode=WAL"))
+    if (!isDatabase || !SqliteConnection::keepWriteAheadLog(query)
         || !query.exec(QStringLiteral("CREATE TABLE IF NOT EXISTS people (code TEXT PRIMARY KEY, name TEXT NOT NULL, "
                                       "email TEXT NOT NULL, content_key TEXT NOT NULL, kind INTEGER NOT NULL)"))
         // Has a row once a person was removed: a registry that is empty because of that is not new.

@@ -1,5 +1,7 @@
 #include "SqliteConnection.hpp"
 
+#include <Bedrock/SqliteRemedy.hpp>
+
 #include <QSqlError>
 #include <QSqlQuery>
 
@@ -7,13 +9,31 @@
 
 namespace Host
 {
+namespace
+{
+constexpr int kLockWaitMs = 5000;
+/// How often another connection may get hold of the file between the wait for its lock and the change of mode.
+constexpr int kMostModeAttempts = 5;
+
+std::atomic<int>& lockWait()
+{
+    static std::atomic<int> milliseconds{kLockWaitMs};
+    return milliseconds;
+}
+
+bool isBusy(const QSqlError& error)
+{
+    return (error.nativeErrorCode().toInt() & 0xFF) == 5; // SQLITE_BUSY
+}
+}
+
 SqliteConnection::SqliteConnection(const QString& path)
 {
     static std::atomic<int> counter{0};
     m_name = QStringLiteral("sqlite-%1").arg(++counter);
     m_database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_name);
     m_database.setDatabaseName(path);
-    m_database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000"));
+    m_database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(lockWait().load()));
     m_isOpen = m_database.open();
     if (!m_isOpen)
         return;
@@ -30,6 +50,23 @@ SqliteConnection::~SqliteConnection()
     QSqlDatabase::removeDatabase(m_name);
 }
 
+int SqliteConnection::setLockWaitMs(int milliseconds)
+{
+    return lockWait().exchange(milliseconds);
+}
+
+bool SqliteConnection::keepWriteAheadLog(QSqlQuery& query)
+{
+    for (int attempt = 1;; ++attempt) {
+        if (query.exec(QStringLiteral("PRAGMA journal_mode=WAL")))
+            return true;
+        // SQLite waits for a lock when a transaction begins, not when the mode is changed.
+        if (!isBusy(query.lastError()) || attempt == kMostModeAttempts || !query.exec(QStringLiteral("BEGIN IMMEDIATE")))
+            return false;
+        query.exec(QStringLiteral("COMMIT"));
+    }
+}
+
 QString SqliteConnection::error() const
 {
     return m_database.lastError().text();
@@ -37,23 +74,6 @@ QString SqliteConnection::error() const
 
 QString sqliteRemedy(const QSqlError& error)
 {
-    // Extended codes have the primary one in their low byte (SQLite, Result and Error Codes).
-    switch (error.nativeErrorCode().toInt() & 0xFF) {
-    case 5: // SQLITE_BUSY
-    case 6: // SQLITE_LOCKED
-        return QStringLiteral("another program keeps it locked: end that one, and start again");
-    case 3:  // SQLITE_PERM
-    case 8:  // SQLITE_READONLY
-    case 14: // SQLITE_CANTOPEN
-    case 23: // SQLITE_AUTH
-        return QStringLiteral("let this user write the file and its folder, and mount the disk for writing");
-    case 10: // SQLITE_IOERR
-    case 13: // SQLITE_FULL
-        return QStringLiteral("make room on the disk, or check it; nothing in the file is lost");
-    case 11: // SQLITE_CORRUPT
-    case 26: // SQLITE_NOTADB
-        return QStringLiteral("move it away to begin a new one");
-    default: return QStringLiteral("check the file and the disk; it was not changed");
-    }
+    return Bedrock::sqliteRemedy(error.nativeErrorCode().toInt());
 }
 }

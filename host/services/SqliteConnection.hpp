@@ -2,12 +2,16 @@
 
 #include <QSqlDatabase>
 #include <QSqlError>
+#include <QSqlQuery>
 #include <QString>
 
 namespace Host
 {
+/// What an operator can do about an error of a SQLite file; see Bedrock/SqliteRemedy.hpp.
+[[nodiscard]] QString sqliteRemedy(const QSqlError& error);
+
 /// A connection to a SQLite file for the lifetime of this object, used on the thread that made it. Every commit is on the disk
-/// when it returns; a writer waits up to five seconds for another one.
+/// when it returns; a writer waits up to five seconds for another one, at the start of a program as well.
 class SqliteConnection
 {
 public:
@@ -19,14 +23,17 @@ public:
     [[nodiscard]] bool isOpen() const noexcept { return m_isOpen; }
     [[nodiscard]] QSqlDatabase& database() noexcept { return m_database; }
     [[nodiscard]] QString error() const;
+    [[nodiscard]] QString remedy() const { return sqliteRemedy(m_database.lastError()); }
+
+    /// Changes the file to a write-ahead log, which stays. Waits for another program's lock like any statement. False, with the
+    /// reason as the query's last error.
+    [[nodiscard]] static bool keepWriteAheadLog(QSqlQuery& query);
+    /// For tests: how long connections made from now on wait for a lock. Returns the time before. Any thread.
+    static int setLockWaitMs(int milliseconds);
 
 private:
     QString m_name;
     QSqlDatabase m_database;
     bool m_isOpen = false;
 };
-
-/// What an operator can do about an error of a SQLite file: a part of a sentence. Only a file that is damaged, or is no database
-/// at all, is advised to be moved away; one that is locked, read-only or on a full disk holds what it held.
-[[nodiscard]] QString sqliteRemedy(const QSqlError& error);
 }

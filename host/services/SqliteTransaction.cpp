@@ -10,13 +10,13 @@ SqliteTransaction::SqliteTransaction(const QString& path, Kind kind, Report repo
     : m_report(std::move(report)), m_connection(path), m_query(m_connection.database())
 {
     if (!m_connection.isOpen()) {
-        fail(m_connection.error());
+        fail(m_connection.database().lastError());
         return;
     }
     m_query.setForwardOnly(true);
     m_isOpen = m_query.exec(kind == Kind::Write ? QStringLiteral("BEGIN IMMEDIATE") : QStringLiteral("BEGIN"));
     if (!m_isOpen)
-        fail(m_query.lastError().text());
+        fail(m_query.lastError());
 }
 
 SqliteTransaction::~SqliteTransaction()
@@ -32,13 +32,13 @@ bool SqliteTransaction::run(const QString& statement, std::initializer_list<QVar
         return false;
     // A statement that is repeated is prepared once.
     if (m_query.lastQuery() != statement && !m_query.prepare(statement))
-        return fail(m_query.lastError().text());
+        return fail(m_query.lastError());
     for (const QVariant& value : values) {
         // Qt passes a null QString as NULL.
         const bool isAbsent = value.type() == QVariant::String && value.isNull();
         m_query.addBindValue(isAbsent ? QVariant(QStringLiteral("")) : value);
     }
-    return m_query.exec() || fail(m_query.lastError().text());
+    return m_query.exec() || fail(m_query.lastError());
 }
 
 bool SqliteTransaction::forEachRow(const std::function<void(const QSqlQuery& row)>& handle)
@@ -47,7 +47,7 @@ bool SqliteTransaction::forEachRow(const std::function<void(const QSqlQuery& row
         return false;
     while (m_query.next())
         handle(m_query);
-    return !m_query.lastError().isValid() || fail(m_query.lastError().text());
+    return !m_query.lastError().isValid() || fail(m_query.lastError());
 }
 
 bool SqliteTransaction::commit()
@@ -56,16 +56,17 @@ bool SqliteTransaction::commit()
         return false;
     m_query.finish();
     if (!m_query.exec(QStringLiteral("COMMIT")))
-        return fail(m_query.lastError().text());
+        return fail(m_query.lastError());
     m_isOpen = false;
     return true;
 }
 
-bool SqliteTransaction::fail(const QString& reason)
+bool SqliteTransaction::fail(const QSqlError& error)
 {
     m_hasFailed = true;
+    m_remedy = sqliteRemedy(error);
     if (m_report)
-        m_report(reason);
+        m_report(error.text());
     return false;
 }
 }

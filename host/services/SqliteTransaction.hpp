@@ -43,15 +43,18 @@ public:
     [[nodiscard]] int changedRows() const { return m_query.numRowsAffected(); }
     /// The number of the row that the last statement inserted.
     [[nodiscard]] qint64 insertedId() const { return m_query.lastInsertId().toLongLong(); }
+    /// What an operator can do about the failure, if there was one.
+    [[nodiscard]] const QString& remedy() const noexcept { return m_remedy; }
     /// Everything is on the disk when this returns true.
     [[nodiscard]] bool commit();
 
 private:
-    bool fail(const QString& reason);
+    bool fail(const QSqlError& error);
 
     const Report m_report;
     SqliteConnection m_connection;
     QSqlQuery m_query;
+    QString m_remedy;
     bool m_isOpen = false;
     bool m_hasFailed = false;
 };

@@ -2,8 +2,11 @@
 
 #include "Folder.hpp"
 
+#include <SpoiltDatabase.hpp>
+
 #include <doctest/doctest.h>
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QSqlQuery>
 #include <QVariant>
@@ -211,11 +214,32 @@ TEST_CASE("item store: a file of a newer version is refused with both versions")
     execute(file, QStringLiteral("PRAGMA user_version = 9"));
     const auto store = ItemStore::open(file);
     REQUIRE_FALSE(store);
-    CHECK(store.error().endsWith(QLatin1String("it was written by a newer version of this program (format 9, known is 1).")));
+    CHECK(store.error().endsWith(
+        QLatin1String("it was written by a newer version of this program (format 9, known is 1); use that one")));
 }
 
 TEST_CASE("item store: a folder that does not exist is an error")
 {
     const Folder folder;
     CHECK_FALSE(ItemStore::open(folder.path(QStringLiteral("none/items.sqlite"))));
+}
+
+TEST_CASE("item store: a file that cannot be used is refused with the reason and the remedy, and a lock is waited for")
+{
+    using TestSupport::SpoiltDatabase;
+    constexpr int kWaitMs = 200;
+    for (const SpoiltDatabase::Kind kind : TestSupport::kSpoiltKinds) {
+        CAPTURE(SpoiltDatabase::name(kind));
+        const Folder folder;
+        const QString file = folder.path(QStringLiteral("items.sqlite"));
+        const SpoiltDatabase spoilt(file, kind);
+        QElapsedTimer clock;
+        clock.start();
+        const auto store = ItemStore::open(file, kWaitMs);
+        REQUIRE_FALSE(store);
+        CAPTURE(store.error().toStdString());
+        CHECK(store.error().startsWith(QStringLiteral("The database \"%1\" cannot be used: ").arg(file)));
+        CHECK(store.error().endsWith(QStringLiteral("; ") + SpoiltDatabase::remedy(kind)));
+        CHECK((kind != SpoiltDatabase::Kind::Locked || clock.elapsed() >= kWaitMs - 10));
+    }
 }

@@ -86,7 +86,10 @@ Outbox::~Outbox()
 std::unique_ptr<Outbox> Outbox::open(const QString& folder, QString& error)
 {
     if (!QDir().mkpath(folder + QStringLiteral("/files"))) {
-        error = QStringLiteral("cannot make the folder %1/files").arg(folder);
+        error =
+            QStringLiteral(
+                "cannot make the folder %1/files; check that all above it are folders, and let this user write the last of them")
+                .arg(folder);
         return nullptr;
     }
     std::unique_ptr<Outbox> outbox(new Outbox(folder));

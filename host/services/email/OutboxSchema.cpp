@@ -142,7 +142,7 @@ bool OutboxSchema::prepare(const QString& path, const OutboxFiles& files, const 
     {
         SqliteConnection connection(path);
         if (!connection.isOpen()) {
-            error = QStringLiteral("cannot open %1 (%2)").arg(path, connection.error());
+            error = QStringLiteral("cannot open %1 (%2); %3").arg(path, connection.error(), connection.remedy());
             return false;
         }
         QSqlQuery query(connection.database());
@@ -154,16 +154,16 @@ bool OutboxSchema::prepare(const QString& path, const OutboxFiles& files, const 
         version = query.value(0).toInt();
         query.finish();
         if (version < kVersion)
-            query.exec(QStringLiteral("PRAGMA journal_mode=WAL")); // where it fails, so does what follows
+            static_cast<void>(SqliteConnection::keepWriteAheadLog(query)); // where it fails, so does what follows
     }
     if (version == kVersion)
         return true;
     if (version > kVersion) {
-        error = QStringLiteral("%1 was made by a newer version of this program").arg(path);
+        error = QStringLiteral("%1 was made by a newer version of this program; use that one").arg(path);
         return false;
     }
     if (version == 1 && !lock()) {
-        error = QStringLiteral("%1 was made by an earlier version of this program, which still uses it").arg(path);
+        error = QStringLiteral("%1 was made by an earlier version of this program, which still uses it; end that one").arg(path);
         return false;
     }
 
@@ -177,6 +177,8 @@ bool OutboxSchema::prepare(const QString& path, const OutboxFiles& files, const 
         && transaction.run(QStringLiteral("PRAGMA user_version=%1").arg(kVersion)) && transaction.commit())
         return true;
     error = QStringLiteral("cannot write %1 (%2)").arg(path, reason);
+    if (!transaction.remedy().isEmpty())
+        error += QStringLiteral("; ") + transaction.remedy();
     return false;
 }
 }

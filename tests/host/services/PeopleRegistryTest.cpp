@@ -1,12 +1,15 @@
 #include "services/PeopleRegistry.hpp"
+#include "services/SqliteConnection.hpp"
 
 #include "Folder.hpp"
 
 #include <LogCapture.hpp>
+#include <SpoiltDatabase.hpp>
 
 #include <doctest/doctest.h>
 
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
@@ -174,10 +177,7 @@ TEST_CASE("people registry: a file of a newer version is refused and left as it 
     const QString path = folder.path(QStringLiteral("people.sqlite"));
     CHECK(opened(path)->insert({kAnn}));
     execute(path, QStringLiteral("PRAGMA user_version = 99"));
-    CHECK(refusal(path)
-          == path
-              + QStringLiteral(
-                  " was made by a newer version of this program; use that one, or move the file away to begin a new one"));
+    CHECK(refusal(path) == path + QStringLiteral(" was made by a newer version of this program; use that one"));
     execute(path, QStringLiteral("PRAGMA user_version = 1"));
     CHECK(opened(path)->people() == People{kAnn});
 }
@@ -186,10 +186,34 @@ TEST_CASE("people registry: where no file can be, the reason is reported")
 {
     const Folder folder;
     const QString file = folder.write(QStringLiteral("file"), "");
-    CHECK(refusal(file + QStringLiteral("/people.sqlite")) == QStringLiteral("cannot make the folder ") + file);
+    CHECK(refusal(file + QStringLiteral("/people.sqlite"))
+          == QStringLiteral(
+                 "cannot make the folder %1; check that all above it are folders, and let this user write the last of them")
+                 .arg(file));
     CHECK(refusal(folder.path()).startsWith(QStringLiteral("cannot open ") + folder.path()));
     // Not even the superuser can make files there.
     CHECK(refusal(QStringLiteral("/proc/people.sqlite")).startsWith(QStringLiteral("cannot open /proc/people.sqlite (")));
+}
+
+TEST_CASE("people registry: a file that cannot be used is refused with the reason and the remedy, and a lock is waited for")
+{
+    using TestSupport::SpoiltDatabase;
+    constexpr int kWaitMs = 200;
+    const int waitBefore = SqliteConnection::setLockWaitMs(kWaitMs);
+    for (const SpoiltDatabase::Kind kind : TestSupport::kSpoiltKinds) {
+        CAPTURE(SpoiltDatabase::name(kind));
+        const Folder folder;
+        const QString path = folder.path(QStringLiteral("people.sqlite"));
+        const SpoiltDatabase spoilt(path, kind);
+        QElapsedTimer clock;
+        clock.start();
+        const QString error = refusal(path);
+        CAPTURE(error.toStdString());
+        CHECK(error.contains(path));
+        CHECK(error.endsWith(QStringLiteral("); ") + SpoiltDatabase::remedy(kind)));
+        CHECK((kind != SpoiltDatabase::Kind::Locked || clock.elapsed() >= kWaitMs - 10));
+    }
+    SqliteConnection::setLockWaitMs(waitBefore);
 }
 
 TEST_CASE("people registry: two of them on one file see each other's people")

@@ -86,24 +86,6 @@ TEST_CASE("sqlite connection: a file that cannot be made is reported, and nothin
     CHECK_FALSE(QFileInfo::exists(folder.path(QStringLiteral("none"))));
 }
 
-TEST_CASE("sqlite connection: only a damaged file is advised to be moved away; every refusal has its remedy")
-{
-    const auto remedy = [](const char* code) {
-        return sqliteRemedy(QSqlError(QString(), QString(), QSqlError::StatementError, QString::fromLatin1(code)));
-    };
-    const QString away = QStringLiteral("move it away to begin a new one");
-    CHECK(remedy("11") == away);
-    CHECK(remedy("267") == away); // SQLITE_CORRUPT_VTAB
-    CHECK(remedy("26") == away);
-    for (const char* code : {"5", "261", "6"})
-        CHECK(remedy(code) == "another program keeps it locked: end that one, and start again");
-    for (const char* code : {"8", "1032", "14", "3"})
-        CHECK(remedy(code) == "let this user write the file and its folder, and mount the disk for writing");
-    for (const char* code : {"10", "13"})
-        CHECK(remedy(code) == "make room on the disk, or check it; nothing in the file is lost");
-    CHECK(remedy("1") == "check the file and the disk; it was not changed");
-}
-
 TEST_CASE("sqlite connection: what SQLite says of a file that is no database leads to its remedy")
 {
     const Folder folder;

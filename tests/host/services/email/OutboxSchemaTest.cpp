@@ -1,10 +1,14 @@
 #include "MailBench.hpp"
 
+#include "services/SqliteConnection.hpp"
+
 #include <LogCapture.hpp>
+#include <SpoiltDatabase.hpp>
 #include <SqliteFault.hpp>
 
 #include <doctest/doctest.h>
 
+#include <QElapsedTimer>
 #include <QJsonArray>
 
 #include <fcntl.h>
@@ -186,7 +190,7 @@ TEST_CASE("outbox schema: the queue of a program of version 1 that still runs is
     REQUIRE(::flock(lock, LOCK_EX | LOCK_NB) == 0);
     QString error;
     CHECK(Outbox::open(bench.outboxPath(), error) == nullptr);
-    CHECK(error == bench.databasePath() + " was made by an earlier version of this program, which still uses it");
+    CHECK(error == bench.databasePath() + " was made by an earlier version of this program, which still uses it; end that one");
     ::close(lock);
     CHECK(Outbox::open(bench.outboxPath(), error) != nullptr);
 }
@@ -209,5 +213,27 @@ TEST_CASE("outbox schema: a newer program's outbox is left to it")
     REQUIRE(Outbox::open(folder.path("outbox"), error) != nullptr);
     SqliteFault::run(folder.path("outbox/outbox.sqlite"), "PRAGMA user_version=99");
     CHECK(Outbox::open(folder.path("outbox"), error) == nullptr);
-    CHECK(error.endsWith("outbox.sqlite was made by a newer version of this program"));
+    CHECK(error.endsWith("outbox.sqlite was made by a newer version of this program; use that one"));
+}
+
+TEST_CASE("outbox schema: a file that cannot be used is refused with the reason and the remedy, and a lock is waited for")
+{
+    using TestSupport::SpoiltDatabase;
+    constexpr int kWaitMs = 200;
+    const int waitBefore = SqliteConnection::setLockWaitMs(kWaitMs);
+    for (const SpoiltDatabase::Kind kind : TestSupport::kSpoiltKinds) {
+        CAPTURE(SpoiltDatabase::name(kind));
+        const Folder folder;
+        REQUIRE(QDir().mkpath(folder.path("files")));
+        const SpoiltDatabase spoilt(folder.path("outbox.sqlite"), kind);
+        QElapsedTimer clock;
+        clock.start();
+        QString error;
+        CHECK(Outbox::open(folder.path(), error) == nullptr);
+        CAPTURE(error.toStdString());
+        CHECK(error.contains(folder.path("outbox.sqlite")));
+        CHECK(error.endsWith("); " + SpoiltDatabase::remedy(kind)));
+        CHECK((kind != SpoiltDatabase::Kind::Locked || clock.elapsed() >= kWaitMs - 10));
+    }
+    SqliteConnection::setLockWaitMs(waitBefore);
 }

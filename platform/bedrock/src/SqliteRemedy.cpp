@@ -1,0 +1,26 @@
+#include "Bedrock/SqliteRemedy.hpp"
+
+namespace Bedrock
+{
+QString sqliteRemedy(int resultCode)
+{
+    // Extended codes have the primary one in their low byte (SQLite, Result and Error Codes).
+    switch (resultCode & 0xFF) {
+    case 5: // SQLITE_BUSY
+    case 6: // SQLITE_LOCKED
+        return QStringLiteral("another program keeps it locked: end that one, and start again");
+    case 3:  // SQLITE_PERM
+    case 8:  // SQLITE_READONLY
+    case 14: // SQLITE_CANTOPEN
+    case 23: // SQLITE_AUTH
+        return QStringLiteral("let this user write the file and its folder, and mount the disk for writing");
+    case 10: // SQLITE_IOERR
+    case 13: // SQLITE_FULL
+        return QStringLiteral("make room on the disk, or check it; nothing in the file is lost");
+    case 11: // SQLITE_CORRUPT
+    case 26: // SQLITE_NOTADB
+        return QStringLiteral("move it away to begin a new one");
+    default: return QStringLiteral("check the file and the disk; it was not changed");
+    }
+}
+}

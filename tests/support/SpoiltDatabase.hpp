@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QSqlDatabase>
+#include <QString>
+
+#include <string>
+#include <sys/types.h>
+
+namespace TestSupport
+{
+/// A SQLite file that no program has used yet, in a state in which none can write to it, until the scope ends. Fails the test when
+/// that cannot be arranged. The superuser may write everything, so a test that runs as one has the effective rights of an ordinary
+/// user meanwhile.
+class SpoiltDatabase
+{
+public:
+    enum class Kind { Locked, ReadOnlyFile, ReadOnlyFolder, Damaged, NoDatabase };
+
+    /// `file` is made, in a folder that exists and has nothing else in it.
+    SpoiltDatabase(const QString& file, Kind kind);
+    ~SpoiltDatabase();
+    SpoiltDatabase(const SpoiltDatabase&) = delete;
+    SpoiltDatabase& operator=(const SpoiltDatabase&) = delete;
+
+    /// What every refusal advises.
+    [[nodiscard]] static QString remedy(Kind kind);
+    /// For messages of tests.
+    [[nodiscard]] static std::string name(Kind kind);
+
+private:
+    void setReadOnly(mode_t ofFile, mode_t ofFolder);
+
+    QString m_file;
+    QSqlDatabase m_locker;
+    bool m_isOrdinaryUser = false;
+};
+
+constexpr SpoiltDatabase::Kind kSpoiltKinds[] = {SpoiltDatabase::Kind::Locked, SpoiltDatabase::Kind::ReadOnlyFile,
+                                                 SpoiltDatabase::Kind::ReadOnlyFolder, SpoiltDatabase::Kind::Damaged,
+                                                 SpoiltDatabase::Kind::NoDatabase};
+}
