@@ -2,6 +2,7 @@
 
 #include "presentation/TextPosition.hpp"
 
+#include <Bedrock/BoundedFile.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Http/BearerKeys.hpp>
 #include <Tavola/ComponentReader.hpp>
@@ -9,7 +10,6 @@
 #include <Tavola/KeyboardLayout.hpp>
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -22,6 +22,9 @@ namespace Host
 namespace
 {
 using Tavola::JsonEntries;
+
+/// Texts only: pictures and documents are files of their own.
+constexpr int kLargestFileMiB = 4;
 
 class Reader
 {
@@ -210,12 +213,14 @@ std::optional<Presentation> Presentation::load(const QString& path, QString& err
     QFileInfo info(path);
     if (info.isDir())
         info.setFile(QDir(path).filePath(QStringLiteral("presentation.json")));
-    QFile file(info.absoluteFilePath());
-    if (!file.open(QIODevice::ReadOnly)) {
-        error = QStringLiteral("cannot read %1 (%2); give the folder of a presentation").arg(file.fileName(), file.errorString());
+    const QString file = info.absoluteFilePath();
+    QString reason;
+    const auto read = Bedrock::readBoundedFile(file, kLargestFileMiB, reason);
+    if (!read) {
+        error = QStringLiteral("cannot read %1 (%2); give the folder of a presentation").arg(file, reason);
         return std::nullopt;
     }
-    const QByteArray bytes = file.readAll();
+    const QByteArray& bytes = *read;
     QJsonParseError parseError;
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &parseError);
     if (!document.isObject()) {
@@ -223,13 +228,13 @@ std::optional<Presentation> Presentation::load(const QString& path, QString& err
         const bool isOnePast = parseError.offset > 0 && parseError.error != QJsonParseError::GarbageAtEnd;
         const TextPosition position = TextPosition::of(bytes, document.isNull() ? parseError.offset - (isOnePast ? 1 : 0) : 0);
         error = QStringLiteral("%1:%2:%3: %4")
-                    .arg(file.fileName(), QString::number(position.line), QString::number(position.column),
+                    .arg(file, QString::number(position.line), QString::number(position.column),
                          document.isNull() ? parseError.errorString() : QStringLiteral("expected a JSON object"));
         return std::nullopt;
     }
     Presentation result;
     result.folder = info.absolutePath();
-    Reader(file.fileName(), bytes, result).read(document.object());
+    Reader(file, bytes, result).read(document.object());
     return result;
 }
 }

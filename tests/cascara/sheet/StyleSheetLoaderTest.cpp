@@ -200,3 +200,20 @@ TEST_CASE("style sheet loader: sheets that import each other twice are read up t
     CHECK(fixture.engine.loadStyleSheet(QString::fromStdString(folder.path("s0.css"))));
     CHECK(node.width == 1.f);
 }
+
+TEST_CASE("style sheet loader: a sheet beyond the limit is skipped with its size, also where it is imported")
+{
+    StyleFixture fixture;
+    Folder folder;
+    auto& node = fixture.add("", "N", "n");
+    const QString large = folder.write("large.css", "N { width: 1 }");
+    REQUIRE(QFile::resize(large, qint64(5) << 20));
+    expectWarning("StyleEngine # Cannot read style sheet '" + large.toStdString()
+                  + "': it has 5.0 MiB, the limit is 4 MiB; it is skipped");
+    CHECK_FALSE(fixture.engine.loadStyleSheet(large));
+    const QString path = folder.write("main.css", "@import 'large.css'; N { width: 2 }");
+    expectWarning("StyleEngine # " + path.toStdString() + ":1:1: @import: cannot read '" + large.toStdString()
+                  + "': it has 5.0 MiB, the limit is 4 MiB; it is skipped");
+    CHECK(fixture.engine.loadStyleSheet(path));
+    CHECK(node.width == 2.f);
+}

@@ -158,6 +158,17 @@ TEST_CASE("presentation: nesting without an end is refused, not followed")
     }
 }
 
+TEST_CASE("presentation: a file beyond the limit is refused with its name, its size and the limit")
+{
+    const Folder folder;
+    const QString file = folder.write(QStringLiteral("presentation.json"), "{}");
+    REQUIRE(QFile::resize(file, (qint64(4) << 20) + (1 << 19)));
+    QString error;
+    CHECK_FALSE(Presentation::load(folder.path(), error));
+    CHECK(error
+          == QStringLiteral("cannot read %1 (it has 4.5 MiB, the limit is 4 MiB); give the folder of a presentation").arg(file));
+}
+
 TEST_CASE("presentation: a folder without one is named")
 {
     const Folder folder;

@@ -71,6 +71,11 @@ TEST_CASE("package: a file that cannot be read is a warning with the reason")
     const QString path = folder.filePath("missing.json");
     TestSupport::expectWarningStartingWith("Package::load # Cannot read " + path.toStdString() + ": ");
     CHECK_FALSE(Package::load(path));
+    const Folder large;
+    const QString file = large.write("{}");
+    REQUIRE(QFile::resize(file, qint64(5) << 20));
+    TestSupport::expectWarning("Package::load # Cannot read " + file.toStdString() + ": it has 5.0 MiB, the limit is 4 MiB");
+    CHECK_FALSE(Package::load(file));
 }
 
 TEST_CASE("package: a syntax error is a warning with file, line and column")

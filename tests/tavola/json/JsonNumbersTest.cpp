@@ -69,6 +69,21 @@ TEST_CASE("json numbers: a text that ends too early has the numbers before its e
     CHECK(JsonNumbers("[1,").at(QStringLiteral("[0]")) == "1");
 }
 
+TEST_CASE("json numbers: a number whose place is too long has no digits, and no place grows beyond that")
+{
+    const QByteArray name(1500, 'n');
+    QByteArray json;
+    for (int i = 0; i < 4; ++i)
+        json += "{\"" + name + "\":";
+    json += "1" + QByteArray("}").repeated(4);
+    QString place = QString::fromUtf8(name);
+    CHECK(JsonNumbers("{\"" + name + "\":1}").at(place) == "1");
+    for (int i = 1; i < 4; ++i)
+        place += QLatin1Char('.') + QString::fromUtf8(name);
+    CHECK(JsonNumbers(json).at(place).isEmpty());
+    CHECK(JsonNumbers("[" + json + ",2]").at(QStringLiteral("[1]")) == "2");
+}
+
 TEST_CASE("json numbers: a number with its digits is one JSON value, and no other value is taken for one")
 {
     CHECK(JsonNumbers::digitsOf(JsonNumbers::withDigits(QStringLiteral("10.50"))) == "10.50");

@@ -155,6 +155,12 @@ TEST_CASE("menu file: one that cannot be read has no entries, and is a warning w
     CHECK(files.menu(table.write(QStringLiteral("menu.json"), "{"))->entries.empty());
     expectWarning(start + ":1:1: expected an object with \"entries\"; the menu stays empty");
     CHECK(files.menu(table.write(QStringLiteral("menu.json"), "[ ]"))->entries.empty());
+
+    const QString large = table.write(QStringLiteral("large.json"), R"({"entries": []})");
+    REQUIRE(QFile::resize(large, qint64(5) << 20));
+    expectWarning("ContentMenuWidget # cannot read the menu " + large.toStdString()
+                  + " (it has 5.0 MiB, the limit is 4 MiB); the menu stays empty");
+    CHECK(files.menu(large)->entries.empty());
 }
 
 TEST_CASE("menu file: it is read once, and again when it or a file in it has changed")

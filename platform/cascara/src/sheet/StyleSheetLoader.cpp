@@ -3,10 +3,10 @@
 #include "sheet/StyleSheetParser.hpp"
 #include "values/ValueParser.hpp"
 
+#include <Bedrock/BoundedFile.hpp>
 #include <Bedrock/LocalPath.hpp>
 #include <Bedrock/Trace.hpp>
 
-#include <QFile>
 #include <QFileInfo>
 
 #include <utility>
@@ -17,6 +17,7 @@ namespace
 {
 /// Of one style sheet with all it imports: sheets that import each other several times would be read without end.
 constexpr int kMostImports = 256;
+constexpr int kLargestFileMiB = 4;
 
 void warn(const QString& name, int line, int column, const QString& text)
 {
@@ -53,12 +54,10 @@ void warnOfEncoding(const QByteArray& bytes, QString& text, const QString& path)
 /// The reason why not in `error`.
 bool readFile(const QString& path, QString& text, QString& error)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        error = file.errorString();
+    const auto read = Bedrock::readBoundedFile(path, kLargestFileMiB, error);
+    if (!read)
         return false;
-    }
-    const QByteArray bytes = file.readAll();
+    const QByteArray& bytes = *read;
     text = QString::fromUtf8(bytes.constData(), bytes.size()); // with its size: a NUL byte does not end it
     warnOfEncoding(bytes, text, path);
     return true;

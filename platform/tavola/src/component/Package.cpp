@@ -2,9 +2,9 @@
 
 #include "json/JsonText.hpp"
 
+#include <Bedrock/BoundedFile.hpp>
 #include <Bedrock/Trace.hpp>
 
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -16,6 +16,8 @@ namespace Tavola
 {
 namespace
 {
+constexpr int kLargestFileMiB = 4;
+
 /// What is wrong with a component's declaration; empty for a good one.
 QString complaintAbout(const QJsonValue& declaration)
 {
@@ -50,12 +52,13 @@ void ComponentDefinition::initComponent()
 
 std::shared_ptr<Package> Package::load(const QString& path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        Bedrock::Trace::warning("Package::load # Cannot read %s: %s", qUtf8Printable(path), qUtf8Printable(file.errorString()));
+    QString reason;
+    const auto read = Bedrock::readBoundedFile(path, kLargestFileMiB, reason);
+    if (!read) {
+        Bedrock::Trace::warning("Package::load # Cannot read %s: %s", qUtf8Printable(path), qUtf8Printable(reason));
         return nullptr;
     }
-    const QByteArray text = file.readAll();
+    const QByteArray& text = *read;
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(text, &error);
     if (error.error != QJsonParseError::NoError) {

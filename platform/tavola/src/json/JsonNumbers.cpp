@@ -9,6 +9,8 @@ namespace Tavola
 namespace
 {
 const QString kKey = QStringLiteral("number");
+/// In characters; the places that people's files have are far shorter.
+constexpr int kLongestPlace = 4096;
 }
 
 /// Walks through a well-formed text; what is malformed only ends the walk early.
@@ -38,6 +40,12 @@ public:
     }
 
 private:
+    /// A place that is too long stays as it is, so that many numbers below long names do not take quadratic time.
+    static QString joined(const QString& place, const QString& inside)
+    {
+        return place.size() + inside.size() > kLongestPlace ? place : place + inside;
+    }
+
     /// The next character that is no blank; 0 at the end.
     char next()
     {
@@ -54,7 +62,7 @@ private:
             if (next() != ':')
                 return;
             ++m_at;
-            value(place.isEmpty() ? key : place + QLatin1Char('.') + key);
+            value(joined(place, place.isEmpty() ? key : QLatin1Char('.') + key));
             if (next() == ',')
                 ++m_at;
         }
@@ -67,7 +75,7 @@ private:
         ++m_at;
         for (int i = 0; next() != ']' && next() != '\0'; ++i) {
             const int start = m_at;
-            value(place + QLatin1Char('[') + QString::number(i) + QLatin1Char(']'));
+            value(joined(place, QLatin1Char('[') + QString::number(i) + QLatin1Char(']')));
             if (next() == ',')
                 ++m_at;
             if (m_at == start)

@@ -2,12 +2,12 @@
 
 #include "json/JsonText.hpp"
 
+#include <Bedrock/BoundedFile.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Tavola/ComponentReader.hpp>
 #include <Tavola/JsonEntries.hpp>
 #include <Tavola/Tavola.hpp>
 
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -17,6 +17,11 @@
 
 namespace Tavola
 {
+namespace
+{
+constexpr int kLargestFileMiB = 4;
+}
+
 /// Reads one menu with everything it includes.
 class MenuFiles::Reader
 {
@@ -49,13 +54,14 @@ private:
     std::vector<MenuEntry> readFile(const QString& path, const Report& report)
     {
         const QFileInfo info(path);
-        QFile file(path);
         m_files.push_back({path, info.lastModified(), info.size()});
-        if (!file.open(QIODevice::ReadOnly)) {
-            report(QStringLiteral("cannot read the menu %1 (%2)").arg(path, file.errorString()));
+        QString reason;
+        const auto read = Bedrock::readBoundedFile(path, kLargestFileMiB, reason);
+        if (!read) {
+            report(QStringLiteral("cannot read the menu %1 (%2)").arg(path, reason));
             return {};
         }
-        const QByteArray text = file.readAll();
+        const QByteArray& text = *read;
         QJsonParseError error;
         const QJsonDocument document = QJsonDocument::fromJson(text, &error);
         if (error.error != QJsonParseError::NoError) {
