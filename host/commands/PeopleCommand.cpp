@@ -3,6 +3,7 @@
 #include "commands/CommandLine.hpp"
 #include "presentation/DataFolder.hpp"
 #include "presentation/Presentation.hpp"
+#include "services/MailAddress.hpp"
 #include "services/PeopleRegistry.hpp"
 
 #include <QSaveFile>
@@ -21,7 +22,8 @@ constexpr char kDescription[] =
     "  add PRESENTATION CODE          a card; --name, --email, --content-key and --kind are its owner's\n"
     "  import PRESENTATION FILE.csv   people from a file with the columns code,name,email,content-key,kind;\n"
     "                                 all of them, or none when a line cannot be read\n"
-    "  export PRESENTATION FILE.csv   the same file; - writes to standard output\n"
+    "  export PRESENTATION FILE.csv   the same file; - writes to standard output. With --for-spreadsheet nothing in it is\n"
+    "                                 run as a formula: names like =1+1 get an apostrophe in front\n"
     "  remove PRESENTATION CODE ...   cards; all of them, or none when one is unknown";
 
 class Request : public CommandLine
@@ -38,10 +40,12 @@ public:
         addText("--email", "ADDRESS", "add: the owner's e-mail address", person.email);
         addText("--content-key", "KEY", "add: the folder that the card opens", person.contentKey);
         addText("--kind", "KIND", "add: personal (the default), unregistered or a number", kind);
+        addFlag("--for-spreadsheet", forSpreadsheet, "export: no text is a formula");
     }
 
     QString data;
     QString kind;
+    bool forSpreadsheet = false;
     Person person; ///< of the options
 
 private:
@@ -61,6 +65,12 @@ std::optional<CommandLine::Exit> parse(const QStringList& arguments, Request& re
     for (const char* option : {"--name", "--email", "--content-key", "--kind"})
         if (request.isGiven(option) && request.action() != QLatin1String("add"))
             return CommandLine::Exit{2, QStringLiteral("%1 belongs to add only").arg(QLatin1String(option))};
+    if (request.forSpreadsheet && request.action() != QLatin1String("export"))
+        return CommandLine::Exit{2, QStringLiteral("--for-spreadsheet belongs to export only")};
+    const QString email = request.person.email.trimmed();
+    if (!email.isEmpty() && !isMailAddress(email))
+        return CommandLine::Exit{
+            2, QStringLiteral("\"%1\" is no e-mail address; expected are a name, @ and a domain").arg(request.person.email)};
     if (!PeopleFile::parseKind(request.kind, request.person.kind))
         return CommandLine::Exit{
             2, QStringLiteral("\"%1\" is no kind; personal, unregistered or a number is expected").arg(request.kind)};
@@ -137,7 +147,8 @@ int exportTo(const PeopleRegistry& registry, const Request& request)
     const auto people = registry.people();
     if (!people)
         return request.fail(QStringLiteral("nothing was exported"), 1);
-    const QByteArray text = PeopleFile::format(*people).toUtf8();
+    const QByteArray text =
+        PeopleFile::format(*people, request.forSpreadsheet ? PeopleFile::Formulas::Disarm : PeopleFile::Formulas::Keep).toUtf8();
     if (request.words().first() == QLatin1String("-")) {
         std::fwrite(text.constData(), 1, std::size_t(text.size()), stdout);
         return request.printed();

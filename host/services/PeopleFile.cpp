@@ -1,9 +1,11 @@
 #include "PeopleFile.hpp"
 
+#include "MailAddress.hpp"
+
+#include <Bedrock/BoundedFile.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Tavola/TesselServiceAPI.hpp>
 
-#include <QFile>
 #include <QHash>
 #include <QMap>
 #include <QStringList>
@@ -19,7 +21,7 @@ using Kind = Tavola::TesselServiceAPI::MarkerProperties;
 /// Of a quoted field, in characters. A quote that is never closed takes no more than this to find out, in each line that has one.
 constexpr int kLongestField = 4096;
 /// A hundred thousand people take about a tenth of it.
-constexpr qint64 kLargestFileBytes = 64 << 20;
+constexpr int kLargestFileMiB = 64;
 
 struct Line
 {
@@ -124,6 +126,15 @@ private:
     int m_line = 1;
 };
 
+/// Whether a spreadsheet that opens the file may run the field as a formula.
+bool isFormula(const QString& field)
+{
+    // The last four are the full-width forms.
+    static const QString begins = QString::fromUtf8("=+-@\xEF\xBC\x9D\xEF\xBC\x8B\xEF\xBC\x8D\xEF\xBC\xA0");
+    const QString text = field.trimmed();
+    return !text.isEmpty() && begins.contains(text.at(0));
+}
+
 bool isBlank(const Line& line)
 {
     return !line.openQuote && line.fields.size() == 1 && line.fields[0].trimmed().isEmpty();
@@ -133,7 +144,10 @@ bool isBlank(const Line& line)
 class Reader
 {
 public:
-    Reader(const QString& text, const QString& fileName) : m_splitter(text), m_file(fileName.toUtf8()) {}
+    Reader(const QString& text, const QString& fileName, PeopleFile::Addresses addresses)
+        : m_splitter(text), m_file(fileName.toUtf8()), m_addresses(addresses)
+    {
+    }
 
     std::vector<Person> read()
     {
@@ -207,6 +221,16 @@ private:
         return {};
     }
 
+    QString mailAddress(const Line& line)
+    {
+        const QString address = text(line, "email");
+        if (address.isEmpty() || m_addresses == PeopleFile::Addresses::AsTheyAre || isMailAddress(address.trimmed()))
+            return address;
+        warn(line.number,
+             QStringLiteral("'%1' is no e-mail address (expected are a name, @ and a domain); it is left empty").arg(address));
+        return {};
+    }
+
     void readPerson(const Line& line)
     {
         if (line.openQuote)
@@ -230,13 +254,14 @@ private:
             return skipLine(line, QStringLiteral("code %1 stands in line %2 already").arg(person.code).arg(earlier));
         m_lineOfCode.insert(person.code, line.number);
         person.name = text(line, "name");
-        person.email = text(line, "email");
+        person.email = mailAddress(line);
         person.contentKey = text(line, "content-key");
         m_people.push_back(std::move(person));
     }
 
     Splitter m_splitter;
     QByteArray m_file;
+    const PeopleFile::Addresses m_addresses;
     QMap<QString, int> m_columns;
     int m_columnCount = 0;
     QHash<quint64, int> m_lineOfCode;
@@ -245,9 +270,9 @@ private:
 };
 }
 
-std::vector<Person> PeopleFile::parse(const QString& text, const QString& fileName, bool& complete)
+std::vector<Person> PeopleFile::parse(const QString& text, const QString& fileName, bool& complete, Addresses addresses)
 {
-    Reader reader(text, fileName);
+    Reader reader(text, fileName, addresses);
     auto people = reader.read();
     complete = reader.isComplete();
     return people;
@@ -255,24 +280,19 @@ std::vector<Person> PeopleFile::parse(const QString& text, const QString& fileNa
 
 std::vector<Person> PeopleFile::read(const QString& path, bool& complete)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    QString error;
+    auto read = Bedrock::readBoundedFile(path, kLargestFileMiB, error);
+    if (!read) {
         complete = false;
         Bedrock::Trace::warning("PeopleFile # Failed to read %s (%s); no people were read", path.toUtf8().constData(),
-                                file.errorString().toUtf8().constData());
+                                error.toUtf8().constData());
         return {};
     }
-    if (file.size() > kLargestFileBytes) {
-        complete = false;
-        Bedrock::Trace::warning("PeopleFile # %s has more than %d MiB; no people were read", path.toUtf8().constData(),
-                                int(kLargestFileBytes >> 20));
-        return {};
-    }
-    QByteArray bytes = file.readAll();
+    QByteArray& bytes = *read;
     if (bytes.startsWith("\xEF\xBB\xBF"))
         bytes.remove(0, 3);
     // With its size: a NUL byte does not end it.
-    return parse(QString::fromUtf8(bytes.constData(), bytes.size()), path, complete);
+    return parse(QString::fromUtf8(bytes.constData(), bytes.size()), path, complete, Addresses::Checked);
 }
 
 bool PeopleFile::parseKind(const QString& text, int& kind)
@@ -297,9 +317,11 @@ QString PeopleFile::kindName(int kind)
     return QString::number(kind);
 }
 
-QString PeopleFile::format(const std::vector<Person>& people)
+QString PeopleFile::format(const std::vector<Person>& people, Formulas formulas)
 {
-    const auto quoted = [](QString field) {
+    const auto quoted = [formulas](QString field) {
+        if (formulas == Formulas::Disarm && isFormula(field))
+            field.prepend(QLatin1Char('\''));
         static const QString special = QStringLiteral(",\"\n\r");
         const bool needsQuotes =
             field != field.trimmed() || std::any_of(field.cbegin(), field.cend(), [](QChar c) { return special.contains(c); });

@@ -28,13 +28,23 @@ struct Person
 class PeopleFile
 {
 public:
+    enum class Addresses { AsTheyAre, Checked };
+
     /// The people in a file. A line with a mistake is skipped with a warning that names file and line: an invalid or repeated
-    /// code, an unknown kind, more fields than columns, a quote that is never closed. Invalid UTF-8 is read as an empty text, an
-    /// unknown column is skipped, both with a warning. `complete`: the file exists and there was no warning.
+    /// code, an unknown kind, more fields than columns, a quote that is never closed. Invalid UTF-8, and an e-mail address that
+    /// is none, are read as an empty text, an unknown column is skipped, each with a warning. `complete`: the file exists and
+    /// there was no warning.
     [[nodiscard]] static std::vector<Person> read(const QString& path, bool& complete);
-    [[nodiscard]] static std::vector<Person> parse(const QString& text, const QString& fileName, bool& complete);
-    /// The people as such a text. Reading it gives the same people, with LF for every line break in their names.
-    [[nodiscard]] static QString format(const std::vector<Person>& people);
+    /// As for a file. Texts of a registry have the addresses as visitors typed them.
+    [[nodiscard]] static std::vector<Person> parse(const QString& text, const QString& fileName, bool& complete,
+                                                   Addresses addresses = Addresses::AsTheyAre);
+    enum class Formulas {
+        Keep,
+        Disarm ///< a text that a spreadsheet would take for a formula gets an apostrophe in front
+    };
+    /// The people as such a text. Reading it gives the same people, with LF for every line break in their names, and with the
+    /// apostrophes of Formulas::Disarm.
+    [[nodiscard]] static QString format(const std::vector<Person>& people, Formulas formulas = Formulas::Keep);
     /// "personal", "unregistered" or the number.
     [[nodiscard]] static QString kindName(int kind);
     /// The opposite; an empty word is personal. False for anything else.

@@ -1,5 +1,7 @@
 #include "MailText.hpp"
 
+#include "../MailAddress.hpp"
+
 #include <QRegularExpression>
 #include <QUrl>
 
@@ -9,11 +11,7 @@ namespace MailText
 {
 bool isAddress(const QString& text)
 {
-    static const QRegularExpression form(
-        QStringLiteral("\\A[^\\s\\p{C}\\p{Z}<>()\\[\\],;:\\\\\"@]{1,64}@(?![.-])[\\p{L}\\p{M}\\p{N}.-]{1,253}(?<![.-])\\z"),
-        QRegularExpression::UseUnicodePropertiesOption);
-    return form.match(text).hasMatch() && !text.contains(QLatin1String("..")) && !text.startsWith(QLatin1Char('.'))
-        && !text.contains(QLatin1String(".@"));
+    return isMailAddress(text);
 }
 
 QByteArray plainAddress(const QString& address)

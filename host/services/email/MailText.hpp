@@ -8,7 +8,7 @@ namespace Host
 /// Checks and forms of the texts in a message's header that visitors type or files are named by.
 namespace MailText
 {
-/// Whether a text has the form of one mailbox, "ann@example.org". Says nothing about whether it exists.
+/// See isMailAddress().
 [[nodiscard]] bool isAddress(const QString& text);
 /// The address with its domain in ASCII, as mail servers expect it.
 [[nodiscard]] QByteArray plainAddress(const QString& address);

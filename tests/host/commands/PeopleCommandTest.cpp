@@ -138,9 +138,9 @@ TEST_CASE("tavola people: the list has one line for each card, whatever its owne
 {
     const Desk desk;
     REQUIRE(desk.ask(QStringLiteral("remove"), {"1001", "1002"}).code == 0);
-    REQUIRE(desk.ask(QStringLiteral("add"), {"7", "--name", " two\nlines ", "--email", "%1 100%2"}).code == 0);
-    CHECK(desk.ask(QStringLiteral("list")).out == "7  two lines  %1 100%2  personal\n");
-    CHECK(desk.people() == People{{7, QStringLiteral(" two\nlines "), QStringLiteral("%1 100%2"), QString(), 0}});
+    REQUIRE(desk.ask(QStringLiteral("add"), {"7", "--name", " two\nlines ", "--content-key", "%1 100%2"}).code == 0);
+    CHECK(desk.ask(QStringLiteral("list")).out == "7  two lines  (no e-mail)  personal  content %1 100%2\n");
+    CHECK(desk.people() == People{{7, QStringLiteral(" two\nlines "), QString(), QStringLiteral("%1 100%2"), 0}});
 }
 
 TEST_CASE("tavola people: a file is imported, and its owners take the place of others")
@@ -174,6 +174,8 @@ TEST_CASE("tavola people: a mistake in a file is reported with its line, and non
          ":2: 'friend' is no kind; personal, unregistered or a number is expected; the line is skipped\n"},
         {"code,name\n2001,\"Cy\n2002,Di\n", ":2: a quote is opened and not closed within 4096 characters; the line is skipped\n"},
         {"code,name\n2001,J\xfcrgen\n", ":2: the name is no UTF-8 text (save the file as UTF-8); it is left empty\n"},
+        {"code,name,email\n2001,Cy,cy@museum.example\n2002,Uma,umamuseum.example\n",
+         ":3: 'umamuseum.example' is no e-mail address (expected are a name, @ and a domain); it is left empty\n"},
         {"code,e-mail\n2001,a@b\n",
          ":1: unknown column 'e-mail', known are code, name, email, content-key, kind; the column is skipped\n"},
         {"2001,Cy\n",
@@ -217,6 +219,17 @@ TEST_CASE("tavola people: what is exported can be imported elsewhere and is the 
     CHECK(desk.ask(QStringLiteral("import"), {file}, QStringLiteral("elsewhere")).code == 0);
     CHECK(desk.registry(QStringLiteral("elsewhere"))->people() == more);
     CHECK(desk.ask(QStringLiteral("export"), {QStringLiteral("-")}, QStringLiteral("elsewhere")).out.toUtf8() == contents(file));
+}
+
+TEST_CASE("tavola people: an export for a spreadsheet has no formulas, and any other has the names as they are")
+{
+    const Desk desk;
+    REQUIRE(desk.ask(QStringLiteral("list")).code == 0);
+    REQUIRE(desk.registry()->insert({{1001, QStringLiteral("=HYPERLINK(\"http://x\",\"y\")"), {}, QStringLiteral("key"), 0}}));
+    CHECK(desk.ask(QStringLiteral("export"), {"-", "--for-spreadsheet"}).out
+          == "code,name,email,content-key,kind\n1001,\"'=HYPERLINK(\"\"http://"
+             "x\"\",\"\"y\"\")\",,key,personal\n1002,,,,unregistered\n");
+    CHECK(desk.ask(QStringLiteral("export"), {"-"}).out.contains(QStringLiteral(",\"=HYPERLINK(")));
 }
 
 TEST_CASE("tavola people: an export that cannot be written is reported")
@@ -276,6 +289,11 @@ TEST_CASE("tavola people: a command line that makes no sense is exit code 2, say
         {{"add", show, "18446744073709551616"}, "\"18446744073709551616\" is no card code, a whole number is expected"},
         {{"add", show, "Ann"}, "\"Ann\" is no card code, a whole number is expected"},
         {{"add", show, "7", "--kind", "friend"}, "\"friend\" is no kind; personal, unregistered or a number is expected"},
+        {{"add", show, "7", "--email", "umamuseum.example"},
+         "\"umamuseum.example\" is no e-mail address; expected are a name, @ and a domain"},
+        {{"add", show, "7", "--email", "uma@museum..example"},
+         "\"uma@museum..example\" is no e-mail address; expected are a name, @ and a domain"},
+        {{"list", show, "--for-spreadsheet"}, "--for-spreadsheet belongs to export only"},
         {{"import", show}, "import wants one CSV file"},
         {{"import", show, "a.csv", "b.csv"}, "import wants one CSV file"},
         {{"export", show}, "export wants the name of one CSV file, or - for standard output"},

@@ -335,3 +335,62 @@ TEST_CASE("people file: semicolons in place of commas are told with the remedy")
     CHECK(PeopleFile::parse(QStringLiteral("code;name\n1;Ann\n"), QStringLiteral("p.csv"), complete).empty());
     CHECK_FALSE(complete);
 }
+
+TEST_CASE("people file: an address that is none is told with line and remedy and left empty, the card works")
+{
+    const Folder folder;
+    const QByteArray text = "code,name,email\n1,Uma,umamuseum.example\n2,Bo, bo@museum.example\n3,Cy,\n";
+    const QString path = folder.write(QStringLiteral("p.csv"), text);
+    expectWarning("PeopleFile # " + path.toStdString()
+                  + ":2: 'umamuseum.example' is no e-mail address (expected are a name, @ and a domain); it is left empty");
+    bool complete = true;
+    const auto people = PeopleFile::read(path, complete);
+    REQUIRE(people.size() == 3);
+    CHECK(people[0].name == "Uma");
+    CHECK(people[0].email.isEmpty());
+    CHECK(people[1].email == "bo@museum.example");
+    CHECK_FALSE(complete);
+    // What a registry wrote is read as it was.
+    CHECK(PeopleFile::parse(QString::fromUtf8(text), QStringLiteral("p.csv"), complete)[0].email == "umamuseum.example");
+    CHECK(complete);
+}
+
+TEST_CASE("people file: for a spreadsheet a text that begins a formula gets an apostrophe, every other stays")
+{
+    const struct
+    {
+        const char* name;
+        const char* written;
+    } rows[] = {
+        {"=1+1", "'=1+1"},
+        {"+49 30", "'+49 30"},
+        {"-1", "'-1"},
+        {"@sum", "'@sum"},
+        {" =1", "' =1"},
+        {"\t=1", "'\t=1"},
+        {"\uff1d1", "'\uff1d1"},
+        {"Ann = Bo", "Ann = Bo"},
+        {"", ""},
+        {"O'Neil", "O'Neil"},
+        {"=a,\"b\"", "\"'=a,\"\"b\"\"\""},
+    };
+    for (const auto& row : rows) {
+        CAPTURE(std::string(row.name));
+        const QString text = PeopleFile::format({{7, QString::fromUtf8(row.name), {}, {}, 0}}, PeopleFile::Formulas::Disarm);
+        CHECK(text == QStringLiteral("code,name,email,content-key,kind\n7,%1,,,personal\n").arg(QString::fromUtf8(row.written)));
+    }
+}
+
+TEST_CASE("people file: a file beyond the limit is reported with its size and not read, nor is one without an end")
+{
+    const Folder folder;
+    const QString path = folder.write(QStringLiteral("p.csv"), "code\n1\n");
+    REQUIRE(QFile::resize(path, qint64(65) << 20));
+    bool complete = true;
+    expectWarning("PeopleFile # Failed to read " + path.toStdString()
+                  + " (it has 65.0 MiB, the limit is 64 MiB); no people were read");
+    CHECK(PeopleFile::read(path, complete).empty());
+    CHECK_FALSE(complete);
+    expectWarning("PeopleFile # Failed to read /dev/zero (it has more, the limit is 64 MiB); no people were read");
+    CHECK(PeopleFile::read(QStringLiteral("/dev/zero"), complete).empty());
+}
