@@ -1,12 +1,14 @@
 #include <Tavola/TextFileWidget.hpp>
 
+#include "content/TextFile.hpp"
+
 #include <Bedrock/BGThread.hpp>
 #include <Bedrock/FunctionTask.hpp>
 #include <Bedrock/LocalPath.hpp>
 #include <Bedrock/Trace.hpp>
+#include <Tavola/Tavola.hpp>
 
-#include <QFile>
-#include <QTextCodec>
+#include <QSet>
 
 namespace Tavola
 {
@@ -14,17 +16,27 @@ namespace
 {
 const Facet::EventName kTextLoaded("text-loaded");
 
-/// Any thread. Empty, with the reason in `error`, for a file that cannot be read.
-QString readText(const QString& path, QString& error)
+/// The complaints that were logged: visitors open the same files all day.
+struct LoggedComplaints
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        error = file.errorString();
-        return {};
+    QSet<QString> texts;
+};
+
+void complain(const QString& path, const QString& complaint)
+{
+    const QString line = QStringLiteral("%1: %2").arg(path, complaint);
+    if (const auto application = Tavola::instance()) {
+        QSet<QString>& logged = application->part<LoggedComplaints>().texts;
+        if (logged.contains(line))
+            return;
+        logged.insert(line);
     }
-    const QByteArray bytes = file.read(TextFileWidget::kMostBytes);
-    QTextCodec* const utf8 = QTextCodec::codecForName("UTF-8");
-    return QTextCodec::codecForUtfText(bytes, utf8)->toUnicode(bytes);
+    Bedrock::Trace::warning("TextFileWidget # %s", qUtf8Printable(line));
+}
+
+QString kibibytes(qint64 bytes)
+{
+    return QString::number((bytes + 1023) / 1024);
 }
 }
 
@@ -42,6 +54,25 @@ void TextFileWidget::attributeChanged(Facet::Attribute& attribute)
         readSource();
 }
 
+void TextFileWidget::show(const QString& path, const TextFile& file)
+{
+    if (file.state == TextFile::State::Unreadable) {
+        Bedrock::Trace::warning("TextFileWidget # Cannot read %s (%s); the text stays as it is", qUtf8Printable(path),
+                                qUtf8Printable(file.complaint));
+        return;
+    }
+    if (!file.complaint.isEmpty())
+        complain(path, file.complaint);
+    QString shown = file.text;
+    if (file.state == TextFile::State::NoText)
+        shown = m_noTextNote.value();
+    else if (file.state == TextFile::State::Cut)
+        shown += QStringLiteral("\n\n") + QString(m_cutNote.value()).arg(kibibytes(file.shownBytes), kibibytes(file.fileBytes));
+    setPseudoClass("failed", file.state == TextFile::State::NoText);
+    setText(shown);
+    eventSend(kTextLoaded);
+}
+
 void TextFileWidget::readSource()
 {
     ++m_generation;
@@ -51,19 +82,10 @@ void TextFileWidget::readSource()
     const QString path = Bedrock::localPath(source);
     auto read = [path, weak = Bedrock::IntrusiveWeakPtr<TextFileWidget>(this), generation = m_generation](Bedrock::Task& task) {
         task.setFinished();
-        QString error;
-        QString text = readText(path, error);
-        Facet::Node::invokeAfterUpdate([weak, generation, path, error, text = std::move(text)] {
+        Facet::Node::invokeAfterUpdate([weak, generation, path, file = TextFile::read(path, kMostBytes)] {
             const auto widget = weak.lock();
-            if (!widget || widget->m_generation != generation)
-                return;
-            if (!error.isEmpty()) {
-                Bedrock::Trace::warning("TextFileWidget # Cannot read %s (%s); the text stays as it is", qUtf8Printable(path),
-                                        qUtf8Printable(error));
-                return;
-            }
-            widget->setText(text);
-            widget->eventSend(kTextLoaded);
+            if (widget && widget->m_generation == generation)
+                widget->show(path, file);
         });
     };
     Bedrock::BGThread::instance()->addTask(std::make_shared<Bedrock::FunctionTask>(std::move(read)));
