@@ -3,6 +3,8 @@
 #include "commands/PeopleCommand.hpp"
 #include "commands/RunCommand.hpp"
 
+#include <Bedrock/CommandLineSecrets.hpp>
+
 #include <QCoreApplication>
 #include <QStringList>
 
@@ -57,6 +59,7 @@ int main(int argc, char** argv)
     QStringList arguments;
     for (int i = 1; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
+    Bedrock::overwriteCommandLineSecrets(argc, argv);
 
     CommandLine line(
         {},

@@ -5,6 +5,7 @@
 #include "Options.hpp"
 #include "Site.hpp"
 
+#include <Bedrock/CommandLineSecrets.hpp>
 #include <Http/Server.hpp>
 
 #include <QCoreApplication>
@@ -126,7 +127,9 @@ int main(int argc, char* argv[])
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tavola-mediaserver"));
 
-    const auto options = Options::parse(QCoreApplication::arguments());
+    const QStringList arguments = QCoreApplication::arguments();
+    Bedrock::overwriteCommandLineSecrets(argc, argv);
+    const auto options = Options::parse(arguments);
     if (!options) {
         const QByteArray text = options.error().text.toLocal8Bit();
         std::fputs(text.constData(), options.error().code == 0 ? stdout : stderr);
