@@ -1,5 +1,7 @@
 #include "commands/CommandLine.hpp"
 
+#include <Bedrock/LogText.hpp>
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -164,13 +166,13 @@ int CommandLine::end(const Exit& exit) const
 
 int CommandLine::fail(const QString& text, int code) const
 {
-    std::fprintf(stderr, "%s: %s\n", m_name.toUtf8().constData(), text.toUtf8().constData());
+    std::fprintf(stderr, "%s: %s\n", m_name.toUtf8().constData(), Bedrock::onOneLine(text.toStdString()).c_str());
     return code;
 }
 
 void CommandLine::print(const QString& line)
 {
-    std::printf("%s\n", line.toUtf8().constData());
+    std::printf("%s\n", Bedrock::onOneLine(line.toStdString()).c_str());
 }
 
 int CommandLine::printed() const

@@ -69,9 +69,9 @@ public:
     int missingCommand() const;
     /// Writes the exit's text to standard output, or with the command's name to standard error. Returns its code.
     int end(const Exit& exit) const;
-    /// Writes an error to standard error; returns `code`.
+    /// Writes an error to standard error, on one line and without control characters; returns `code`.
     int fail(const QString& text, int code) const;
-    /// Writes a line to standard output.
+    /// Writes a line to standard output, without control characters.
     static void print(const QString& line);
     /// 0, or 1 with an error when what was printed could not be written.
     [[nodiscard]] int printed() const;

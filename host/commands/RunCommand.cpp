@@ -10,6 +10,7 @@
 #include "window/Display.hpp"
 #include "window/TableWindow.hpp"
 
+#include <Bedrock/LogText.hpp>
 #include <Trellis/Application.hpp>
 
 #include <QGuiApplication>
@@ -32,7 +33,7 @@ namespace
 {
 int fail(const QString& text, int code)
 {
-    std::fprintf(stderr, "tavola: %s\n", text.toUtf8().constData());
+    std::fprintf(stderr, "tavola: %s\n", Bedrock::onOneLine(Bedrock::withoutSecrets(text.toStdString())).c_str());
     return code;
 }
 

@@ -3,6 +3,7 @@
 #include "services/Outcome.hpp"
 
 #include <Bedrock/Inbox.hpp>
+#include <Bedrock/PersonalTexts.hpp>
 
 #include <folly/futures/Future.h>
 
@@ -31,6 +32,10 @@ InboxEmail::InboxEmail(const QString& textTemplate) : m_textTemplate(textTemplat
 
 folly::Future<EmailStatus> InboxEmail::send(const Tavola::EmailMessage& message)
 {
+    for (const auto& recipient : message.recipients()) {
+        Bedrock::PersonalTexts::remember(recipient.address.address);
+        Bedrock::PersonalTexts::remember(recipient.address.name);
+    }
     const auto promise = std::make_shared<folly::Promise<EmailStatus>>();
     Bedrock::Inbox::instance().ask(
         kEmailJob,

@@ -19,7 +19,7 @@ bool isMailAddress(const QString& text)
                        "@(?!-)[\\p{L}\\p{M}\\p{N}-]{1,63}(?<!-)(?:\\.(?!-)[\\p{L}\\p{M}\\p{N}-]{1,63}(?<!-))*\\z"),
         QRegularExpression::UseUnicodePropertiesOption);
     const int at = text.indexOf(QLatin1Char('@'));
-    return text.size() <= kLongest && text.left(at).toUtf8().size() <= kLongestName
-        && text.size() - at - 1 <= kLongestDomain && form.match(text).hasMatch();
+    return text.size() <= kLongest && text.left(at).toUtf8().size() <= kLongestName && text.size() - at - 1 <= kLongestDomain
+        && form.match(text).hasMatch();
 }
 }

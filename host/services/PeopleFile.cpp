@@ -3,6 +3,7 @@
 #include "MailAddress.hpp"
 
 #include <Bedrock/BoundedFile.hpp>
+#include <Bedrock/PersonalTexts.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Tavola/TesselServiceAPI.hpp>
 
@@ -242,9 +243,13 @@ private:
                             QStringLiteral("%1 fields for %2 columns (put quotes around a field with a comma)")
                                 .arg(line.fields.size())
                                 .arg(m_columnCount));
+        for (const char* column : {"name", "email"})
+            Bedrock::PersonalTexts::remember(field(line, column));
         Person person;
         bool isCode = false;
         person.code = field(line, "code").trimmed().toULong(&isCode);
+        if (!isCode) // perhaps a name in the wrong column
+            Bedrock::PersonalTexts::remember(field(line, "code"));
         if (!isCode)
             return skipLine(line, QStringLiteral("'%1' is no card code, a whole number is expected").arg(field(line, "code")));
         if (!PeopleFile::parseKind(field(line, "kind"), person.kind))

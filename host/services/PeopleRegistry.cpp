@@ -3,6 +3,7 @@
 #include "SqliteConnection.hpp"
 #include "SqliteTransaction.hpp"
 
+#include <Bedrock/PersonalTexts.hpp>
 #include <Bedrock/Trace.hpp>
 
 #include <QDateTime>
@@ -31,6 +32,7 @@ Person personOf(const QSqlQuery& query)
     person.email = query.value(2).toString();
     person.contentKey = query.value(3).toString();
     person.kind = query.value(4).toInt();
+    Bedrock::PersonalTexts::remember(person.name);
     return person;
 }
 
@@ -146,6 +148,8 @@ bool PeopleRegistry::insert(const std::vector<Person>& people)
 
 std::optional<Person> PeopleRegistry::registerOwner(unsigned long code, const QString& name, const QString& email)
 {
+    Bedrock::PersonalTexts::remember(name);
+    Bedrock::PersonalTexts::remember(email);
     SqliteTransaction writing(m_path, SqliteTransaction::Kind::Write, warning("write", m_path));
     const QString number = QString::number(code);
     if (!writing.run(QStringLiteral("UPDATE people SET name = ?, email = ?, kind = 0 WHERE code = ?"), {name, email, number})

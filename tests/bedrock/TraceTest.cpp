@@ -1,3 +1,4 @@
+#include <Bedrock/PersonalTexts.hpp>
 #include <Bedrock/Trace.hpp>
 
 #include <LogCapture.hpp>
@@ -74,6 +75,8 @@ TEST_CASE("trace: without a sink a line goes to standard error with its level, o
         Trace::warning("B # late");
         Trace::error("C # first\nsecond\r");
         Trace::error("D # \x1b[2J sent to %s", "ann@example.org");
+        Bedrock::PersonalTexts::remember(std::string_view("Trudi Tracer"));
+        Trace::error("E # sent to %s", "Trudi Tracer");
     }
     std::fflush(stderr);
     dup2(standardError, STDERR_FILENO);
@@ -81,7 +84,8 @@ TEST_CASE("trace: without a sink a line goes to standard error with its level, o
     file.seek(0);
     CHECK(file.readAll()
           == QByteArray("info A # started\nwarning B # late\nerror C # first\\nsecond\\r\n"
-                        "error D # \\x1b[2J sent to a…@example.org\n"));
+                        "error D # \\x1b[2J sent to a…@example.org\n"
+                        "error E # sent to T…\n"));
 }
 
 TEST_CASE("trace: lines of several threads all arrive, one at a time")

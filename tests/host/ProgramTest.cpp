@@ -257,6 +257,25 @@ TEST_CASE("tavola: a password in the media server's address is not in the list o
     CHECK_FALSE(program.errors().contains("Pa55word"));
 }
 
+TEST_CASE("tavola: names of people are shortened on standard error, and exact in the inspector's log")
+{
+    const Folder folder;
+    folder.write(QStringLiteral("show/presentation.json"), R"({"people": "people.csv"})");
+    folder.write(QStringLiteral("show/people.csv"), "code,name\nUma Ott,1001\n1002,Bo\n");
+    Program program(runArguments(folder, folder.path(QStringLiteral("show")), {"--manual-clock", "--inspect", "0"}));
+    const int port = program.inspector();
+    program.told("( is open)\n");
+    const QStringList warnings = texts(ask(port, "GET", "/log").json().array(), "warning");
+    REQUIRE(warnings.size() == 1);
+    const QString told = folder.path(QStringLiteral("show/people.csv"))
+        + QStringLiteral(":2: '%1' is no card code, a whole number is expected; the line is skipped");
+    CHECK(warnings.first() == QStringLiteral("PeopleFile # ") + told.arg(QStringLiteral("Uma Ott")));
+    program.end(SIGTERM);
+    CHECK(program.exitCode() == 0);
+    CHECK(program.errors().contains("warning PeopleFile # " + told.arg(QString::fromUtf8("U…")).toUtf8() + "\n"));
+    CHECK_FALSE(program.errors().contains("Uma"));
+}
+
 TEST_CASE("tavola: by the clock frames run by themselves")
 {
     const Folder data;

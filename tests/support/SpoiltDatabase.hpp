@@ -8,9 +8,9 @@
 
 namespace TestSupport
 {
-/// A SQLite file that no program has used yet, in a state in which none can write to it, until the scope ends. Fails the test when
-/// that cannot be arranged. The superuser may write everything, so a test that runs as one has the effective rights of an ordinary
-/// user meanwhile.
+/// A SQLite file that no program has used yet, in a state in which none can write to it, until the scope ends. Fails the test
+/// when that cannot be arranged. The superuser may write everything, so a test that runs as one has the effective rights of an
+/// ordinary user meanwhile.
 class SpoiltDatabase
 {
 public:

@@ -1,5 +1,7 @@
 #include "Bedrock/LogText.hpp"
 
+#include "Bedrock/PersonalTexts.hpp"
+
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
@@ -60,13 +62,14 @@ std::size_t userInfoLength(std::string_view text, std::size_t first)
 }
 }
 
-std::string withoutSecrets(std::string_view text)
+std::string withoutSecrets(std::string_view line)
 {
+    const std::string text = PersonalTexts::shortened(line);
     std::string result;
     result.reserve(text.size());
     std::size_t localStart = 0; // in `result`: where the run of characters that an address may begin with starts
     for (std::size_t i = 0; i < text.size();) {
-        const std::string_view rest = text.substr(i);
+        const std::string_view rest = std::string_view(text).substr(i);
         if (rest.substr(0, kAuthority.size()) == kAuthority) {
             result += kAuthority;
             i += kAuthority.size();

@@ -2,6 +2,7 @@
 
 #include "ReplaySession.hpp"
 
+#include <Bedrock/LogText.hpp>
 #include <FakeEmailService.hpp>
 
 #include <doctest/doctest.h>
@@ -53,6 +54,17 @@ TEST_CASE("inbox e-mail: outcomes of any thread come in the input step, on the m
     CHECK(Inbox::instance().deliver() == 2);
     CHECK(order == "second first ");
     CHECK(thread == std::this_thread::get_id());
+    Inbox::instance().clear();
+}
+
+TEST_CASE("inbox e-mail: recipients are shortened in lines that leave the program, whatever form their addresses have")
+{
+    InboxEmail service(std::make_shared<TestSupport::FakeEmailService>());
+    Tavola::EmailMessage message;
+    message.addRecipient({QStringLiteral("no address of Quentin"), QStringLiteral("Quentin Postman")}, Tavola::EmailMessage::To);
+    (void)service.send(message);
+    CHECK(Bedrock::withoutSecrets("A # 'no address of Quentin', Quentin Postman") == "A # 'n…', Q…");
+    CHECK(Inbox::instance().deliver() == 1);
     Inbox::instance().clear();
 }
 

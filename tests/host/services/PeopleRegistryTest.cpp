@@ -3,6 +3,7 @@
 
 #include "Folder.hpp"
 
+#include <Bedrock/LogText.hpp>
 #include <LogCapture.hpp>
 #include <SpoiltDatabase.hpp>
 
@@ -214,6 +215,17 @@ TEST_CASE("people registry: a file that cannot be used is refused with the reaso
         CHECK((kind != SpoiltDatabase::Kind::Locked || clock.elapsed() >= kWaitMs - 10));
     }
     SqliteConnection::setLockWaitMs(waitBefore);
+}
+
+TEST_CASE("people registry: what it has read, and what visitors register, is shortened in lines that leave the program")
+{
+    const Folder folder;
+    const auto registry = opened(folder.path(QStringLiteral("people.sqlite")));
+    CHECK(registry->insert({{1, QStringLiteral("Oona Registrar"), {}, {}, 0}, {2, {}, {}, {}, 3}}));
+    REQUIRE(registry->people());
+    CHECK(Bedrock::withoutSecrets("A # Oona Registrar") == "A # O…");
+    REQUIRE(registry->registerOwner(2, QStringLiteral("Pia Registrar"), QStringLiteral("pia registrar at home")));
+    CHECK(Bedrock::withoutSecrets("A # Pia Registrar, pia registrar at home") == "A # P…, p…");
 }
 
 TEST_CASE("people registry: two of them on one file see each other's people")

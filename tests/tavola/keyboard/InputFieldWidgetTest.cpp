@@ -2,6 +2,7 @@
 
 #include "TestHost.hpp"
 
+#include <Bedrock/LogText.hpp>
 #include <Facet/AttributeT.hpp>
 #include <Tavola/InputFieldWidget.hpp>
 #include <Tavola/TooltipWidget.hpp>
@@ -119,6 +120,17 @@ TEST_CASE("input field: without a validator every text is valid but a blank one"
     field->setValidator(nullptr);
     field->validate();
     CHECK_FALSE(field->isValid());
+}
+
+TEST_CASE("input field: what was typed is shortened in lines that leave the program once it was validated")
+{
+    TestHost host;
+    const auto field = makeIntrusive<InputFieldWidget>(&host.mainWidget(), false);
+    field->editor()->insertText(QStringLiteral(" Tilda  Typer "));
+    CHECK(Bedrock::withoutSecrets("A # Tilda  Typer") == "A # Tilda  Typer");
+    field->validate();
+    CHECK(Bedrock::withoutSecrets("A # Tilda  Typer, Tilda Typer") == "A # T…, T…");
+    CHECK(field->text() == " Tilda  Typer ");
 }
 
 TEST_CASE("input field: errors show when asked for after a failed validation")

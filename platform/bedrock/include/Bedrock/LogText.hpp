@@ -9,10 +9,10 @@ namespace Bedrock
 {
 /// What a text looks like when it leaves the program, UTF-8. Any thread.
 
-/// The text with what must stay inside shortened: the local part of e-mail addresses ("a…@example.org"), the token of a
-/// person's page ("/p/Ab3d…"), keys after "Bearer " and passwords in addresses ("https://…@host"). Enough is left to tell two of
-/// them apart by hand.
-[[nodiscard]] TAVOLA_EXPORT std::string withoutSecrets(std::string_view text);
+/// The text with what must stay inside shortened: what is remembered of people (PersonalTexts.hpp), the local part of e-mail
+/// addresses ("a…@example.org"), the token of a person's page ("/p/Ab3d…"), keys after "Bearer " and passwords in addresses
+/// ("https://…@host"). Enough is left to tell two of them apart by hand.
+[[nodiscard]] TAVOLA_EXPORT std::string withoutSecrets(std::string_view line);
 
 /// The text on one line and without control characters, which a terminal would obey: "\n", "\r" and "\t" by their names,
 /// all others, those of C1 included, as "\x1b".

@@ -34,7 +34,7 @@ public:
 
     /// Without a validator every text is valid that is not blank.
     void setValidator(std::function<bool(const QString&)> validator);
-    /// Tests the present text; `isValid` gives the outcome.
+    /// Tests the present text; `isValid` gives the outcome. From then on the text counts as personal (Bedrock/PersonalTexts.hpp).
     void validate();
     /// Outcome of the last `validate`; true before the first.
     [[nodiscard]] bool isValid() const noexcept { return m_valid; }

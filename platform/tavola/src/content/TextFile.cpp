@@ -49,10 +49,12 @@ TextFile TextFile::read(const QString& path, qint64 mostBytes)
         result.text.clear();
         result.complaint = QStringLiteral("it is no text: save it as UTF-8 text, or show it as a picture or a PDF document");
     } else if (result.state == State::Cut) {
-        result.complaint = QStringLiteral("it has %1, and the first %2 of them are shown: shorten it, or show it as a PDF document")
-                               .arg(kibibytes(result.fileBytes), kibibytes(result.shownBytes));
+        result.complaint =
+            QStringLiteral("it has %1, and the first %2 of them are shown: shorten it, or show it as a PDF document")
+                .arg(kibibytes(result.fileBytes), kibibytes(result.shownBytes));
     } else if (wrong > 0) {
-        result.complaint = QStringLiteral("%1 of its characters are no UTF-8 and shown as \uFFFD: save it as UTF-8 text").arg(wrong);
+        result.complaint =
+            QStringLiteral("%1 of its characters are no UTF-8 and shown as \uFFFD: save it as UTF-8 text").arg(wrong);
     }
     return result;
 }

@@ -20,8 +20,8 @@ struct TextFile
     qint64 fileBytes = 0;
     QString complaint; ///< what is wrong with the file, and the remedy, for the log; empty when nothing is
 
-    /// Reads up to `mostBytes` bytes: UTF-8, or UTF-8, UTF-16 or UTF-32 with a byte order mark. Bytes that are none of that become
-    /// U+FFFD. Any thread; blocks.
+    /// Reads up to `mostBytes` bytes: UTF-8, or UTF-8, UTF-16 or UTF-32 with a byte order mark. Bytes that are none of that
+    /// become U+FFFD. Any thread; blocks.
     [[nodiscard]] static TextFile read(const QString& path, qint64 mostBytes);
 };
 }

@@ -2,6 +2,7 @@
 
 #include "shared/AttributeDefaults.hpp"
 
+#include <Bedrock/PersonalTexts.hpp>
 #include <Tavola/KeyboardWidget.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Tavola/TooltipWidget.hpp>
@@ -64,6 +65,8 @@ void InputFieldWidget::setValidator(std::function<bool(const QString&)> validato
 
 void InputFieldWidget::validate()
 {
+    Bedrock::PersonalTexts::remember(text());
+    Bedrock::PersonalTexts::remember(text().simplified());
     const auto validator = m_validator; // a copy: it may set another one
     m_valid = validator ? validator(text()) : !text().trimmed().isEmpty();
 }
