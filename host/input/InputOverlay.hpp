@@ -17,7 +17,7 @@ public:
     using Areas = std::vector<Tactile::SurfaceArea>;
 
     /// `pixelPitchMm` scales the rings to the size of fingers and cards. `ignoredAreas` returns the areas in table pixels and is
-    /// called in each frame, since a replay learns them from its recording; none without it.
+    /// called in each frame, since a replay has them from its first frame on only; none without it.
     explicit InputOverlay(float pixelPitchMm, std::function<Areas()> ignoredAreas = {});
     ~InputOverlay() override;
 

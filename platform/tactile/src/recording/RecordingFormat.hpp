@@ -23,8 +23,7 @@
 ///              corner float32 x, y in 0 to 1 of the surface. Left out where there are none
 ///     'D'      a datagram: uint16 listener, float64 seconds of arrival, 16 bytes IPv6 address, uint16 port, its bytes
 ///     'A'      a result that the frame to come took from the inbox: uint64 job, uint16 part, uint8 kind; uint8 0 for a job
-///     inside
-///              the process, 1 for an answer from outside, of which the bytes follow, 2 for none from there
+///              inside the process, 1 for an answer from outside, of which the bytes follow, 2 for none from there
 ///     'F'      a frame took the datagrams since the one before: uint64 number from 1, float64 seconds of its step
 ///
 /// Numbers are big-endian. A kind that is not known is skipped. Another layout gets another number in the first line.

@@ -243,8 +243,7 @@ private:
                     "Closed the connection of " + connection.sender.toString() + " (a packet of "
                         + std::to_string(stream.length()) + " bytes, where 1 to " + std::to_string(OscDecoder::kMaxPacketBytes)
                         + " are possible); check which program connects there: the length goes ahead of each packet, in 4 bytes, "
-                          "big "
-                          "end first");
+                          "big end first");
                 return close(connection);
             }
         }
