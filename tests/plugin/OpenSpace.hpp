@@ -115,6 +115,18 @@ struct OpenSpace
         field().validate();
         return field().isValid();
     }
+    /// Puts the space at (100, 100) with a size of 400 by 300, where it shows its content and the children of a selector.
+    void showOnly(const QString& selector, const QString& place)
+    {
+        host.style(QStringLiteral("PersonalSpaceWidget { width: 400px; height: 300px; position: absolute }"
+                                  "PersonalSpaceWidget > * { position: absolute; display: none }"
+                                  "PersonalSpaceWidget > PersonalSpaceContentWidget { display: block; left: 0; top: 0; "
+                                  "width: 400px; height: 300px }"
+                                  "PersonalSpaceWidget > %1 { display: block; %2 }")
+                       .arg(selector, place));
+        widget->setLocation({100.f, 100.f});
+        host.frame();
+    }
     /// Time in steps of a hundredth of a second.
     void pass(double seconds)
     {

@@ -62,16 +62,19 @@ TEST_CASE("success: it is shown and counted after a frame's update")
     CHECK(mail.host.analytics().size() == 2);
 }
 
-TEST_CASE("success: an answer that was there at once still waits for the frame")
+TEST_CASE("success: an answer that was there at once, or comes from another thread, waits for the frame")
 {
-    Mail mail;
-    mail.service->holdAnswers(false);
-    mail.email(true);
-    mail.giveFiles();
-    mail.tapSend();
-    CHECK(classesOf(*mail.widget) == Strings{"sending-email"});
-    mail.host.frame();
-    CHECK(classesOf(*mail.widget) == Strings{"email-successful"});
+    for (const bool isAtOnce : {true, false}) {
+        CAPTURE(isAtOnce);
+        Mail mail;
+        mail.service->holdAnswers(!isAtOnce);
+        mail.send();
+        if (!isAtOnce)
+            mail.service->answerFromThread(0, {true, {}});
+        CHECK(classesOf(*mail.widget) == Strings{"sending-email"});
+        mail.host.frame();
+        CHECK(classesOf(*mail.widget) == Strings{"email-successful"});
+    }
 }
 
 TEST_CASE("outcome: the sending view ends before the outcome shows")
@@ -88,16 +91,6 @@ TEST_CASE("outcome: the sending view ends before the outcome shows")
         mail.host.frame();
         CHECK(views == Strings{"Mail", answer == Answer::Success ? "Sent" : "Not sent"});
     }
-}
-
-TEST_CASE("outcome: an answer from another thread is shown in the next frame")
-{
-    Mail mail;
-    mail.send();
-    mail.service->answerFromThread(0, {true, {}});
-    CHECK(classesOf(*mail.widget) == Strings{"sending-email"});
-    mail.host.frame();
-    CHECK(classesOf(*mail.widget) == Strings{"email-successful"});
 }
 
 TEST_CASE("outcome: it shows, and a failure is in the log, by the time it is counted")
@@ -155,52 +148,37 @@ TEST_CASE("failure: it is logged before the view changes")
     CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
 }
 
-TEST_CASE("failure: an exception is logged, shown and counted by its own text")
+TEST_CASE("failure: of whatever kind, it is logged, shown and counted by its own text")
 {
-    Mail mail;
-    mail.send();
-    expectSendFailure("getrennt: für immer");
-    mail.service->fail(0, "getrennt: für immer");
-    mail.host.frame();
-    CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
-    CHECK(analyticsOf(mail.host) == mail.counted(emailNotSent("Ann", kAddress, "getrennt: für immer")));
-}
-
-TEST_CASE("failure: an exception object without a text has an empty one")
-{
-    HookedMail mail;
-    mail.service->onSend = [](const Tavola::EmailMessage&) { return PluginTest::failWithNumber(); };
-    mail.email(false);
-    mail.giveFiles();
-    expectSendFailure("");
-    mail.host.frame();
-    CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
-    CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", kAddress, ""));
-}
-
-TEST_CASE("failure: a broken promise of the service counts as one")
-{
-    HookedMail mail;
-    mail.service->onSend = [](const Tavola::EmailMessage&) { return folly::Promise<Status>().getFuture(); };
-    mail.email(false);
-    mail.giveFiles();
-    const QString text = "Broken promise for type name `Tavola::EmailServiceAPI::EmailStatus`";
-    expectSendFailure(text.toStdString());
-    mail.host.frame();
-    CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
-    CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", kAddress, text));
-}
-
-TEST_CASE("failure: an exception out of the call counts as one")
-{
-    HookedMail mail;
-    mail.service->onSend = [](const Tavola::EmailMessage&) -> folly::Future<Status> { throw std::runtime_error("disk full"); };
-    expectSendFailure("disk full");
-    mail.email(false);
-    mail.giveFiles();
-    mail.host.frame();
-    CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
-    CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", kAddress, "disk full"));
+    struct Row
+    {
+        const char* what;
+        folly::Future<Status> (*send)(const Tavola::EmailMessage&);
+        const char* text;
+    };
+    const Row rows[] = {
+        {"an exception",
+         [](const Tavola::EmailMessage&) { return folly::makeFuture<Status>(std::runtime_error("getrennt: für immer")); },
+         "getrennt: für immer"},
+        {"an exception object without a text", [](const Tavola::EmailMessage&) { return PluginTest::failWithNumber(); }, ""},
+        {"a broken promise", [](const Tavola::EmailMessage&) { return folly::Promise<Status>().getFuture(); },
+         "Broken promise for type name `Tavola::EmailServiceAPI::EmailStatus`"},
+        {"an exception out of the call",
+         [](const Tavola::EmailMessage&) -> folly::Future<Status> { throw std::runtime_error("disk full"); }, "disk full"},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.what);
+        HookedMail mail;
+        mail.service->onSend = row.send;
+        expectSendFailure(row.text);
+        mail.email(false);
+        mail.giveFiles();
+        mail.host.frame();
+        CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
+        CHECK(analyticsOf(mail.host)
+              == Strings{widgetInEmail(mail.contentId, "Ann", kAddress),
+                         emailNotSent("Ann", kAddress, QString::fromUtf8(row.text))});
+    }
 }
 
 TEST_CASE("failure: without an e-mail service the widget is counted, the mail is not")
@@ -214,49 +192,42 @@ TEST_CASE("failure: without an e-mail service the widget is counted, the mail is
     CHECK(analyticsOf(popup.host) == Strings{widgetInEmail(popup.contentId, "Ann", kAddress)});
 }
 
-TEST_CASE("failure: files that fail are logged and shown, nothing is sent or counted")
+TEST_CASE("failure: files that fail, or are not given, are logged and shown, nothing is sent or counted")
 {
-    Mail mail;
-    mail.email(false);
-    SUBCASE("with a text")
+    struct Row
     {
-        expectFailure("keine Datei ä");
-        mail.content->filesPromise.setException(std::runtime_error("keine Datei ä"));
+        const char* what;
+        void (*fail)(Mail&);
+        const char* text;
+    };
+    const Row rows[] = {
+        {"with a text", [](Mail& mail) { mail.content->filesPromise.setException(std::runtime_error("keine Datei ä")); },
+         "keine Datei ä"},
+        {"with an object that has none",
+         [](Mail& mail) { mail.content->filesPromise.setException(folly::exception_wrapper(std::make_exception_ptr(42))); }, ""},
+        {"a broken promise",
+         [](Mail& mail) {
+             mail.content->breaksPromises = true;
+             mail.content->removeFromParent();
+             mail.content.reset();
+         },
+         "Broken promise for type name `Tavola::FileRepresentation::FileData`"},
+        {"content that throws when it is asked for them", [](Mail&) {}, "unreadable"},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.what);
+        Mail mail;
+        if (row.text == std::string("unreadable"))
+            mail.content->throwOnFiles = row.text;
+        expectFailure(row.text);
+        mail.email(false);
+        row.fail(mail);
+        CHECK(classesOf(*mail.widget).empty());
+        mail.host.frames(2);
+        CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
+        CHECK(mail.service->created() == 0);
+        CHECK(mail.host.analytics().empty());
     }
-    SUBCASE("with an object that has none")
-    {
-        expectFailure("");
-        mail.content->filesPromise.setException(folly::exception_wrapper(std::make_exception_ptr(42)));
-    }
-    CHECK(classesOf(*mail.widget).empty());
-    mail.host.frame();
-    CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
-    CHECK(mail.service->created() == 0);
-    CHECK(mail.host.analytics().empty());
-}
-
-TEST_CASE("failure: content that breaks its promise has failed")
-{
-    Mail mail;
-    mail.email(false);
-    mail.content->breaksPromises = true;
-    expectFailure("Broken promise for type name `Tavola::FileRepresentation::FileData`");
-    mail.content->removeFromParent();
-    mail.content.reset();
-    mail.host.frames(2);
-    CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
-    CHECK(mail.service->created() == 0);
-}
-
-TEST_CASE("failure: content that throws when it is asked for its files has failed")
-{
-    Mail mail;
-    mail.content->throwOnFiles = "unreadable";
-    expectFailure("unreadable");
-    mail.email(false);
-    mail.host.frame();
-    CHECK(classesOf(*mail.widget) == Strings{"email-failed"});
-    CHECK(mail.host.analytics().empty());
 }
 
 TEST_CASE("failure: when files fail while the popup waits for the button, it still waits")

@@ -7,11 +7,16 @@
 
 #include <doctest/doctest.h>
 
+#include <string>
+#include <utility>
+#include <vector>
+
 using PluginTest::carried;
 using PluginTest::kDegree;
 using PluginTest::near;
 using PluginTest::operatorsOf;
 using PluginTest::sameDirection;
+using PluginTest::TrackerOptions;
 using PluginTest::TrackerTable;
 using Tavola::MarkerTrackerOperator;
 using Vecta::Vector2f;
@@ -59,79 +64,66 @@ TEST_CASE("tracker: an item moves by as much as its card does")
     CHECK(near(table.item->location(), before + Vector2f(-500.f, -300.f)));
 }
 
-TEST_CASE("tracker: turning the card by 30 degrees turns a following item by the same angle about the card's centre")
+TEST_CASE("tracker: an item that follows moves and turns with its card like a picture glued to it")
 {
-    TrackerTable table(float(10.0 * kDegree));
-    table.track();
-    const auto rotation = table.item->rotation();
-    const auto origin = table.seen(*table.item);
-    const auto corner = table.seen(*table.item, kCorner);
-    table.moveCard(kCard, 40.0 * kDegree);
-    CHECK(sameDirection(table.item->rotation(), rotation + 30.0 * kDegree));
-    CHECK(near(table.seen(*table.item), carried(origin, kCard, kCard, 30.0 * kDegree)));
-    CHECK(near(table.seen(*table.item, kCorner), carried(corner, kCard, kCard, 30.0 * kDegree)));
-}
-
-TEST_CASE("tracker: a card that is moved and turned at once takes the item along like a picture glued to it")
-{
-    TrackerTable table;
-    table.track();
-    const auto origin = table.seen(*table.item);
-    const auto corner = table.seen(*table.item, kCorner);
-    const Vector2f to{750.f, 480.f};
-    table.moveCard(to, 75.0 * kDegree);
-    CHECK(near(table.seen(*table.item), carried(origin, kCard, to, 75.0 * kDegree)));
-    CHECK(near(table.seen(*table.item, kCorner), carried(corner, kCard, to, 75.0 * kDegree)));
-}
-
-TEST_CASE("tracker: a turn over the zero of the angle is the short turn that it is")
-{
-    TrackerTable table(float(350.0 * kDegree));
-    table.track();
-    const auto corner = table.seen(*table.item, kCorner);
-    table.moveCard(kCard, 20.0 * kDegree);
-    CHECK(near(table.seen(*table.item, kCorner), carried(corner, kCard, kCard, 30.0 * kDegree)));
-    table.moveCard(kCard, 345.0 * kDegree);
-    CHECK(near(table.seen(*table.item, kCorner), carried(corner, kCard, kCard, -5.0 * kDegree)));
-}
-
-TEST_CASE("tracker: a full turn in many steps brings the item back to where it was")
-{
-    TrackerTable table;
-    table.track();
-    const auto origin = table.seen(*table.item);
+    struct Row
+    {
+        const char* what;
+        double startDegrees;
+        std::vector<std::pair<Vector2f, double>> card; ///< places and directions, in degrees, one after the other
+    };
+    std::vector<std::pair<Vector2f, double>> fullTurn;
     for (int step = 1; step <= 36; ++step)
-        table.moveCard(kCard, step * 10.0 * kDegree);
-    CHECK(near(table.seen(*table.item), origin, 0.5f));
+        fullTurn.emplace_back(kCard, step * 10.0);
+    const Row rows[] = {
+        {"turned by 30 degrees, about the card's centre", 10.0, {{kCard, 40.0}}},
+        {"moved and turned at once", 0.0, {{{750.f, 480.f}, 75.0}}},
+        {"a turn over the zero of the angle is the short turn that it is", 350.0, {{kCard, 20.0}, {kCard, 345.0}}},
+        {"a full turn in many steps", 0.0, fullTurn}};
+    for (const Row& row : rows) {
+        CAPTURE(row.what);
+        TrackerTable table(float(row.startDegrees * kDegree));
+        table.track();
+        const auto rotation = table.item->rotation();
+        const auto origin = table.seen(*table.item);
+        const auto corner = table.seen(*table.item, kCorner);
+        for (const auto& [to, degrees] : row.card) {
+            CAPTURE(degrees);
+            table.moveCard(to, degrees * kDegree);
+            const double turn = (degrees - row.startDegrees) * kDegree;
+            CHECK(sameDirection(table.item->rotation(), rotation + turn));
+            CHECK(near(table.seen(*table.item), carried(origin, kCard, to, turn), 0.1f));
+            CHECK(near(table.seen(*table.item, kCorner), carried(corner, kCard, to, turn), 0.1f));
+        }
+    }
 }
 
 TEST_CASE("tracker: the parent may be turned and scaled, on the table the item moves and turns as the card does")
 {
-    TrackerTable table;
-    const Bedrock::IntrusivePtr<Trellis::Widget> parent(new Trellis::Widget(&table.host.mainWidget()));
-    parent->setSize({300.f, 300.f});
-    parent->setLocation({400.f, 200.f});
-    parent->setScale(2.f);
-    parent->setRotation(0.8f);
-    SUBCASE("the parent alone") {}
-    SUBCASE("with the main widget")
-    {
-        table.host.mainWidget().setScale(0.5f);
-        table.host.mainWidget().setRotation(-0.3f);
+    for (const char* what : {"the parent alone", "with the main widget", "with the item itself"}) {
+        CAPTURE(what);
+        TrackerTable table;
+        const Bedrock::IntrusivePtr<Trellis::Widget> parent(new Trellis::Widget(&table.host.mainWidget()));
+        parent->setSize({300.f, 300.f});
+        parent->setLocation({400.f, 200.f});
+        parent->setScale(2.f);
+        parent->setRotation(0.8f);
+        if (what == std::string("with the main widget")) {
+            table.host.mainWidget().setScale(0.5f);
+            table.host.mainWidget().setRotation(-0.3f);
+        } else if (what == std::string("with the item itself")) {
+            table.item->setScale(1.7f);
+        }
+        parent->addChild(table.item);
+        table.item->setLocation({60.f, 20.f});
+        table.track();
+        const auto origin = table.seen(*table.item);
+        const auto corner = table.seen(*table.item, kCorner);
+        const Vector2f to{640.f, 380.f};
+        table.moveCard(to, 30.0 * kDegree);
+        CHECK(near(table.seen(*table.item), carried(origin, kCard, to, 30.0 * kDegree), 0.2f));
+        CHECK(near(table.seen(*table.item, kCorner), carried(corner, kCard, to, 30.0 * kDegree), 0.2f));
     }
-    SUBCASE("with the item itself")
-    {
-        table.item->setScale(1.7f);
-    }
-    parent->addChild(table.item);
-    table.item->setLocation({60.f, 20.f});
-    table.track();
-    const auto origin = table.seen(*table.item);
-    const auto corner = table.seen(*table.item, kCorner);
-    const Vector2f to{640.f, 380.f};
-    table.moveCard(to, 30.0 * kDegree);
-    CHECK(near(table.seen(*table.item), carried(origin, kCard, to, 30.0 * kDegree), 0.2f));
-    CHECK(near(table.seen(*table.item, kCorner), carried(corner, kCard, to, 30.0 * kDegree), 0.2f));
 }
 
 TEST_CASE("tracker: an item that a visitor has put elsewhere follows from there")
@@ -201,19 +193,14 @@ TEST_CASE("tracker: following that is switched on later begins with the card as 
 
 TEST_CASE("tracker: at the start a following item gets the card's rotation and the offset, and keeps its location")
 {
-    TrackerTable table(float(20.0 * kDegree));
-    SUBCASE("a quarter turn")
-    {
-        table.track();
+    for (const float offset : {TrackerOptions().offsetDegrees, -35.f}) {
+        CAPTURE(offset);
+        TrackerTable table(float(20.0 * kDegree));
+        table.track({true, false, offset});
+        CHECK(sameDirection(table.item->rotation(), (20.0 + double(offset)) * kDegree));
+        CHECK(near(table.item->location(), {500.f, 300.f}, 0.001f));
+        CHECK(table.seen(*table.item) == table.item->location());
     }
-    SUBCASE("an offset of its own")
-    {
-        table.track({true, false, -35.f});
-    }
-    const double offset = table.item->rotation() > 1.f ? 90.0 : -35.0;
-    CHECK(sameDirection(table.item->rotation(), (20.0 + offset) * kDegree));
-    CHECK(near(table.item->location(), {500.f, 300.f}, 0.001f));
-    CHECK(table.seen(*table.item) == table.item->location());
 }
 
 TEST_CASE("tracker: a style sheet decides also whether an item is turned at the start")
@@ -295,21 +282,15 @@ TEST_CASE("tracker: in reverse mode the item has the class manual-control until 
     CHECK(table.item->operators().empty());
 }
 
-TEST_CASE("tracker: its removal takes the class manual-control from the item, also one that something else has added")
-{
-    TrackerTable table;
-    table.track();
-    table.item->addCSSClass("manual-control");
-    table.lift(table.id);
-    CHECK_FALSE(table.item->hasCSSClass("manual-control"));
-}
-
-TEST_CASE("tracker: outside reverse mode the item never has the class manual-control")
+TEST_CASE("tracker: outside reverse mode it never adds the class manual-control, but its removal takes it from the item")
 {
     TrackerTable table;
     table.track();
     CHECK_FALSE(table.item->hasCSSClass("manual-control"));
     table.host.frame();
+    CHECK_FALSE(table.item->hasCSSClass("manual-control"));
+    table.item->addCSSClass("manual-control");
+    table.lift(table.id);
     CHECK_FALSE(table.item->hasCSSClass("manual-control"));
 }
 
@@ -424,25 +405,21 @@ TEST_CASE("lifting: without dismissal the item stays where it is and the tracker
     CHECK(table.item->location() == location);
 }
 
-TEST_CASE("lifting: with dismissal the action runs once and the tracker ends")
+TEST_CASE("lifting: with dismissal the action runs once and the tracker ends, also of an item that does not follow")
 {
-    TrackerTable table;
-    table.track({true, true});
-    table.host.frames(2);
-    CHECK(table.dismissals == 0);
-    table.lift(table.id);
-    CHECK(table.dismissals == 1);
-    CHECK(table.item->operators().empty());
-    table.host.frames(5);
-    CHECK(table.dismissals == 1);
-}
-
-TEST_CASE("lifting: an item that does not follow is dismissed too")
-{
-    TrackerTable table;
-    table.track({false, true});
-    table.lift(table.id);
-    CHECK(table.dismissals == 1);
+    for (const bool follows : {true, false}) {
+        CAPTURE(follows);
+        TrackerTable table;
+        table.track({follows, true});
+        (void)table.putDown(PluginTest::newCode(), {800.f, 500.f}); // another card keeps no item
+        table.host.frames(2);
+        CHECK(table.dismissals == 0);
+        table.lift(table.id);
+        CHECK(table.dismissals == 1);
+        CHECK(table.item->operators().empty());
+        table.host.frames(5);
+        CHECK(table.dismissals == 1);
+    }
 }
 
 TEST_CASE("lifting: a move in the frame of the lifting is not applied")
@@ -480,39 +457,24 @@ TEST_CASE("lifting: a card that is lifted and put down within one frame is the s
     CHECK(near(table.item->location(), before + Vector2f(20.f, 0.f)));
 }
 
-TEST_CASE("lifting: other cards on the table do not keep an item")
+TEST_CASE("lifting: a dismissal may remove the item from the tree, or the tracker, at once")
 {
-    TrackerTable table;
-    table.track({true, true});
-    (void)table.putDown(PluginTest::newCode(), {800.f, 500.f});
-    CHECK(table.dismissals == 0);
-    table.lift(table.id);
-    CHECK(table.dismissals == 1);
-}
-
-TEST_CASE("lifting: a dismissal may remove the item from the tree at once")
-{
-    TrackerTable table;
-    table.whenDismissed = [&] { table.item->removeFromParent(); };
-    table.track({true, true});
-    table.lift(table.id);
-    table.host.frames(3);
-    CHECK(table.dismissals == 1);
-    CHECK_FALSE(table.item->parent());
-}
-
-TEST_CASE("lifting: a dismissal may remove the tracker at once")
-{
-    TrackerTable table;
-    table.whenDismissed = [&] {
-        table.item->removeOperator(*table.tracker);
-        table.tracker.reset();
-    };
-    table.track({true, true});
-    table.lift(table.id);
-    table.host.frames(3);
-    CHECK(table.dismissals == 1);
-    CHECK(table.item->operators().empty());
+    for (const bool removesItem : {true, false}) {
+        CAPTURE(removesItem);
+        TrackerTable table;
+        table.whenDismissed = [&] {
+            if (removesItem)
+                return table.item->removeFromParent();
+            table.item->removeOperator(*table.tracker);
+            table.tracker.reset();
+        };
+        table.track({true, true});
+        table.lift(table.id);
+        table.host.frames(3);
+        CHECK(table.dismissals == 1);
+        CHECK((table.item->parent() == nullptr) == removesItem);
+        CHECK(table.item->operators().empty());
+    }
 }
 
 TEST_CASE("dismissing: the action runs only where items are dismissed, the tracker ends in every case")
@@ -530,17 +492,7 @@ TEST_CASE("dismissing: the action runs only where items are dismissed, the track
     }
 }
 
-TEST_CASE("dismissing: in the frame of the lifting the action runs once")
-{
-    TrackerTable table;
-    table.track({true, true});
-    table.tracker->dismissContent();
-    table.lift(table.id);
-    table.host.frames(2);
-    CHECK(table.dismissals == 1);
-}
-
-TEST_CASE("dismissing: the action runs once, however often it is asked for, also by the action itself")
+TEST_CASE("dismissing: the action runs once, however often it is asked for, by the action itself and with the lifting")
 {
     TrackerTable table;
     table.whenDismissed = [&] { table.tracker->dismissContent(); };
@@ -549,6 +501,9 @@ TEST_CASE("dismissing: the action runs once, however often it is asked for, also
     table.tracker->dismissContent();
     CHECK(table.dismissals == 1);
     CHECK(table.tracker->isDone());
+    table.lift(table.id);
+    table.host.frames(2);
+    CHECK(table.dismissals == 1);
 }
 
 TEST_CASE("dismissing: a dismissed item does not follow any more")
@@ -593,33 +548,25 @@ TEST_CASE("tracked item: one that is destroyed is no target any more, and the tr
 
 TEST_CASE("tracked item: one that is destroyed with its tracker, before the lifting or with it, is not dismissed")
 {
-    TrackerTable table;
-    table.track({true, true, 90.f, false});
-    SUBCASE("before the card")
-    {
+    for (const char* when : {"before the card", "in the frame of the card", "after the card, in the same frame"}) {
+        CAPTURE(when);
+        TrackerTable table;
+        table.track({true, true, 90.f, false});
+        const bool isAfter = when == std::string("after the card, in the same frame");
+        if (isAfter)
+            table.host.input.markerUp(table.id);
         table.item->removeFromParent();
         table.item.reset();
-        table.host.frames(2);
-        table.moveCard({700.f, 500.f});
-        table.lift(table.id);
+        if (when == std::string("before the card")) {
+            table.host.frames(2);
+            table.moveCard({700.f, 500.f});
+        }
+        isAfter ? table.host.frame() : table.lift(table.id);
+        CHECK(table.dismissals == 0);
+        table.tracker->dismissContent();
+        CHECK(table.dismissals == 1);
+        CHECK_FALSE(table.tracker->getTargetWidget());
     }
-    SUBCASE("in the frame of the card")
-    {
-        table.item->removeFromParent();
-        table.item.reset();
-        table.lift(table.id);
-    }
-    SUBCASE("after the card, in the same frame")
-    {
-        table.host.input.markerUp(table.id);
-        table.item->removeFromParent();
-        table.item.reset();
-        table.host.frame();
-    }
-    CHECK(table.dismissals == 0);
-    table.tracker->dismissContent();
-    CHECK(table.dismissals == 1);
-    CHECK_FALSE(table.tracker->getTargetWidget());
 }
 
 TEST_CASE("tracked item: while it has no parent it does not move, and later it does not make up for that")

@@ -64,74 +64,58 @@ TEST_CASE("reverse mode: card up opens, and the next card down dismisses")
 
 TEST_CASE("reverse mode: the card down dismisses exactly what the same marker id opened")
 {
-    ReverseTable table;
-    table.up();
-    table.folder->personalMarkerUp(table.other);
-    const auto before = table.items();
-    REQUIRE(before.size() == 4);
-    SUBCASE("the first card")
+    struct Row
     {
-        table.down();
+        const char* what;
+        std::vector<std::int64_t> down; ///< ids of cards: 1 and 2 opened two items each
+        std::vector<int> left;
+    };
+    const Row rows[] = {{"the first card", {1}, {2, 3}},
+                        {"the second card", {2}, {0, 1}},
+                        {"a card that opened nothing", {77}, {0, 1, 2, 3}},
+                        {"both cards, in turn", {1, 2}, {}}};
+    for (const Row& row : rows) {
+        CAPTURE(row.what);
+        ReverseTable table;
+        table.up();
+        table.folder->personalMarkerUp(table.other);
+        const auto before = table.items();
+        REQUIRE(before.size() == 4);
+        for (const std::int64_t id : row.down)
+            table.folder->personalMarkerDown(id == 1       ? table.marker
+                                                 : id == 2 ? table.other
+                                                           : Tactile::Marker(id, table.marker.code(), kCard));
         table.settle();
-        CHECK(table.items() == std::vector<FolderItem*>{before[2], before[3]});
-    }
-    SUBCASE("the second card")
-    {
-        table.folder->personalMarkerDown(table.other);
-        table.settle();
-        CHECK(table.items() == std::vector<FolderItem*>{before[0], before[1]});
-    }
-    SUBCASE("a card that opened nothing")
-    {
-        table.folder->personalMarkerDown(Tactile::Marker(77, table.marker.code(), kCard));
-        table.settle();
-        CHECK(table.items().size() == 4);
-    }
-    SUBCASE("both cards, in turn")
-    {
-        table.down();
-        table.folder->personalMarkerDown(table.other);
-        table.settle();
-        CHECK(table.items().empty());
+        std::vector<FolderItem*> left;
+        for (const int i : row.left)
+            left.push_back(before[std::size_t(i)]);
+        CHECK(table.items() == left);
     }
 }
 
-TEST_CASE("reverse mode: a second card down does nothing")
+TEST_CASE("reverse mode: each card down dismisses all that its liftings opened, once")
 {
-    ReverseTable table;
-    table.up();
-    table.down();
-    table.settle();
-    REQUIRE(table.items().empty());
-    table.folder->personalMarkerUp(table.other);
-    table.down();
-    table.down();
-    table.settle();
-    CHECK(table.items().size() == 2);
-}
-
-TEST_CASE("reverse mode: one card down dismisses the items of two liftings")
-{
-    ReverseTable table;
-    table.up();
-    table.up();
-    CHECK(table.items().size() == 4);
-    table.down();
-    table.settle();
-    CHECK(table.items().empty());
-}
-
-TEST_CASE("reverse mode: after a dismissal the card opens anew")
-{
-    ReverseTable table;
-    table.up();
-    table.down();
-    table.settle();
-    table.up();
-    CHECK(table.items().size() == 2);
-    table.down();
-    table.settle();
-    CHECK(table.items().empty());
+    struct Row
+    {
+        const char* what;
+        const char* cards; ///< u: lifted, d: put down, o: the other card is lifted; then the number of items after that
+    };
+    for (const Row& row :
+         {Row{"a second card down does nothing", "ud0 odd2"}, Row{"two liftings are dismissed by one card down", "uu4 d0"},
+          Row{"after a dismissal the card opens anew", "ud0 u2 d0"}}) {
+        CAPTURE(row.what);
+        ReverseTable table;
+        for (const char* step = row.cards; *step; ++step) {
+            CAPTURE(step);
+            switch (*step) {
+            case 'u': table.up(); break;
+            case 'd': table.down(); break;
+            case 'o': table.folder->personalMarkerUp(table.other); break;
+            case ' ': break;
+            default: table.settle(); CHECK(table.items().size() == std::size_t(*step - '0'));
+            }
+        }
+    }
 }
 
 TEST_CASE("reverse mode: without dismiss-widgets items stay, and lose manual-control when the card comes down")

@@ -66,18 +66,23 @@ TEST_CASE("folder: card down opens all relative and then all absolute contents")
         CHECK(isTemporary(*item));
 }
 
-TEST_CASE("folder: items open above what stands on the table")
+TEST_CASE("folder: items and menus open above what stands on the table, in the order of their slot")
 {
     CardAndFolder table;
     const Bedrock::IntrusivePtr<Trellis::Widget> other(new Trellis::Widget(&table.host.mainWidget()));
-    table.addItem(CardAndFolder::kRelative, "r");
+    table.addItem(CardAndFolder::kRelative, "before");
+    table.addMenu(CardAndFolder::kRelative);
+    table.addItem(CardAndFolder::kRelative, "after");
     table.addItem(CardAndFolder::kAbsolute, "a");
     table.down();
     const auto& children = table.host.mainWidget().children();
-    REQUIRE(children.size() == 3);
+    REQUIRE(children.size() == 5);
     CHECK(children[0] == other);
-    CHECK(children[1].get() == &table.item("r"));
-    CHECK(children[2].get() == &table.item("a"));
+    CHECK(children[1].get() == &table.item("before"));
+    CHECK(dynamic_cast<Tavola::ContentMenuWidget*>(children[2].get()));
+    CHECK(children[3].get() == &table.item("after"));
+    CHECK(children[4].get() == &table.item("a"));
+    CHECK_FALSE(table.item("before").hasCSSClass("personal-menu"));
 }
 
 TEST_CASE("folder: opened items are raised in their layer, and the layer is not raised on the table")
@@ -152,25 +157,20 @@ TEST_CASE("folder: the card's place is mapped into a main widget that is turned 
 
 TEST_CASE("folder: the opening takes as long as the attribute says")
 {
-    CardAndFolder table;
-    table.addItem(CardAndFolder::kRelative, "r");
-    SUBCASE("0.3 seconds at first")
-    {
+    for (const bool isStyled : {false, true}) {
+        CAPTURE(isStyled);
+        CardAndFolder table;
+        table.addItem(CardAndFolder::kRelative, "r");
+        if (isStyled) {
+            table.host.style("PersonalFolderWidget { content-opening-duration: 2 }");
+            table.folder->updateStyle();
+        }
         table.down();
-        table.host.frame(0.25);
+        table.host.frame(isStyled ? 1.9 : 0.25);
         CHECK(operatorsOf<LaunchedContentOperator>(table.item("r")).size() == 1);
-        table.host.frame(0.1);
+        table.host.frame(isStyled ? 0.2 : 0.1);
+        CHECK(operatorsOf<LaunchedContentOperator>(table.item("r")).empty());
     }
-    SUBCASE("two seconds by style")
-    {
-        table.host.style("PersonalFolderWidget { content-opening-duration: 2 }");
-        table.folder->updateStyle();
-        table.down();
-        table.host.frame(1.9);
-        CHECK(operatorsOf<LaunchedContentOperator>(table.item("r")).size() == 1);
-        table.host.frame(0.2);
-    }
-    CHECK(operatorsOf<LaunchedContentOperator>(table.item("r")).empty());
 }
 
 TEST_CASE("folder: each card that comes down opens contents of its own")
@@ -186,7 +186,7 @@ TEST_CASE("folder: each card that comes down opens contents of its own")
     CHECK(near(table.items()[1]->location(), Vector2f(300.f, 200.f) + kStyledPlace));
 }
 
-TEST_CASE("folder: a component that is in a slot twice opens twice")
+TEST_CASE("folder: a component that is in a slot twice opens twice, and one that was removed does not open any more")
 {
     CardAndFolder table;
     const auto one = table.itemComponent("r");
@@ -194,6 +194,10 @@ TEST_CASE("folder: a component that is in a slot twice opens twice")
     table.component->assign(CardAndFolder::kRelative, one);
     table.down();
     CHECK(table.itemNames() == Strings{"r", "r"});
+    table.component->unassign(CardAndFolder::kRelative, one);
+    table.component->unassign(CardAndFolder::kRelative, one);
+    table.down();
+    CHECK(table.items().size() == 2); // an open item stays
 }
 
 TEST_CASE("folder: without an instance nothing opens")
@@ -215,37 +219,24 @@ TEST_CASE("folder: an empty one opens nothing")
     CHECK(table.host.mainWidget().children().empty());
 }
 
-TEST_CASE("folder: an assignment whose widget cannot be created is skipped, the others open")
+TEST_CASE("folder: an assignment whose widget cannot be created, or that is no widget, costs only itself")
 {
     CardAndFolder table;
+    const auto assign = [&table](const char* name, Tavola::WidgetComponent::WidgetFunction create) {
+        const auto component = std::make_shared<Tavola::WidgetComponent>(std::move(create));
+        component->setName(name);
+        table.component->assign(CardAndFolder::kRelative, component);
+    };
     table.addItem(CardAndFolder::kRelative, "first");
-    const auto broken = std::make_shared<Tavola::WidgetComponent>([] { return Bedrock::IntrusivePtr<Trellis::Widget>(); });
-    broken->setName("broken");
-    table.component->assign(CardAndFolder::kRelative, broken);
+    assign("broken", [] { return Bedrock::IntrusivePtr<Trellis::Widget>(); });
     table.addItem(CardAndFolder::kRelative, "second");
-    TestSupport::expectWarning("UIComponent::createInstance # Component 'broken' made no widget");
-    table.down();
-    CHECK(table.itemNames() == Strings{"first", "second"});
-}
-
-TEST_CASE("folder: a component that is no UIComponent is skipped, the others open")
-{
-    CardAndFolder table;
+    assign("", []() -> Bedrock::IntrusivePtr<Trellis::Widget> { throw std::runtime_error("no memory for it"); });
     table.component->assign(CardAndFolder::kAbsolute, std::make_shared<Tavola::Component>());
-    table.addItem(CardAndFolder::kAbsolute, "a");
+    table.addItem(CardAndFolder::kAbsolute, "third");
+    TestSupport::expectWarning("UIComponent::createInstance # Component 'broken' made no widget");
+    TestSupport::expectError("UIComponent::createInstance # Component '' failed (no memory for it)");
     table.down();
-    CHECK(table.itemNames() == Strings{"a"});
-}
-
-TEST_CASE("folder: a component that was removed from a slot does not open any more, an open item stays")
-{
-    CardAndFolder table;
-    const auto one = table.itemComponent("r");
-    table.component->assign(CardAndFolder::kRelative, one);
-    table.down();
-    table.component->unassign(CardAndFolder::kRelative, one);
-    table.down();
-    CHECK(table.items().size() == 1);
+    CHECK(table.itemNames() == Strings{"first", "second", "third"});
 }
 
 TEST_CASE("folder: an item and a menu may be placed under any parent")
@@ -264,21 +255,6 @@ TEST_CASE("folder: an item and a menu may be placed under any parent")
     table.finishOpening();
     CHECK(near(item->location(), Vector2f(100.f, 80.f) + kStyledPlace));
     CHECK(near(parent->mapFromScene(table.seenCentre(table.nodeOf(*menu))), {100.f, 80.f}, 1.f));
-}
-
-TEST_CASE("folder: an item whose creation throws costs only itself, the others open")
-{
-    CardAndFolder table;
-    table.addItem(CardAndFolder::kRelative, "first");
-    table.component->assign(CardAndFolder::kRelative,
-                            std::make_shared<Tavola::WidgetComponent>([]() -> Bedrock::IntrusivePtr<Trellis::Widget> {
-                                throw std::runtime_error("no memory for it");
-                            }));
-    table.addItem(CardAndFolder::kRelative, "second");
-    table.addItem(CardAndFolder::kAbsolute, "third");
-    TestSupport::expectError("UIComponent::createInstance # Component '' failed (no memory for it)");
-    table.down();
-    CHECK(table.itemNames() == Strings{"first", "second", "third"});
 }
 
 TEST_CASE("folder: without an application nothing opens")
@@ -548,28 +524,6 @@ TEST_CASE("menu: it is a personal menu before it stands on the table, and tempor
     CHECK(moments == Strings{"alone", "1 trackers"});
 }
 
-TEST_CASE("menu: items are not of class personal-menu")
-{
-    CardAndFolder table;
-    table.addItem(CardAndFolder::kRelative, "r");
-    table.down();
-    CHECK_FALSE(table.item("r").hasCSSClass("personal-menu"));
-}
-
-TEST_CASE("menu: the order of the slot holds for menus and items alike")
-{
-    CardAndFolder table;
-    table.addItem(CardAndFolder::kRelative, "before");
-    table.addMenu(CardAndFolder::kRelative);
-    table.addItem(CardAndFolder::kRelative, "after");
-    table.down();
-    const auto& children = table.host.mainWidget().children();
-    REQUIRE(children.size() == 3);
-    CHECK(children[0].get() == &table.item("before"));
-    CHECK(dynamic_cast<Tavola::ContentMenuWidget*>(children[1].get()));
-    CHECK(children[2].get() == &table.item("after"));
-}
-
 TEST_CASE("menu: under a turned and scaled main widget it opens at the card")
 {
     CardAndFolder table;
@@ -635,24 +589,18 @@ TEST_CASE("menu: the node of a menu that does not follow stands upright")
     CHECK(table.nodeOf(*table.menus()[0]).rotation() == 0.f);
 }
 
-TEST_CASE("menu: in reverse mode its node is marked for manual control, the menu around it is not")
+TEST_CASE("menu: in reverse mode, and only there, its node is marked for manual control, the menu around it is not")
 {
-    CardAndFolder table;
-    table.addMenu(CardAndFolder::kRelative);
-    bool reverse = false;
-    SUBCASE("in reverse mode")
-    {
-        reverse = true;
-        table.set("reverse-mode", true);
-        table.up();
+    for (const bool reverse : {true, false}) {
+        CAPTURE(reverse);
+        CardAndFolder table;
+        table.addMenu(CardAndFolder::kRelative);
+        table.set("reverse-mode", reverse);
+        reverse ? table.up() : table.down();
+        REQUIRE(table.menus().size() == 1);
+        CHECK(table.nodeOf(*table.menus()[0]).hasCSSClass("manual-control") == reverse);
+        CHECK_FALSE(table.menus()[0]->hasCSSClass("manual-control"));
+        table.finishOpening();
+        CHECK(table.nodeOf(*table.menus()[0]).hasCSSClass("manual-control") == reverse);
     }
-    SUBCASE("outside it")
-    {
-        table.down();
-    }
-    REQUIRE(table.menus().size() == 1);
-    CHECK(table.nodeOf(*table.menus()[0]).hasCSSClass("manual-control") == reverse);
-    CHECK_FALSE(table.menus()[0]->hasCSSClass("manual-control"));
-    table.finishOpening();
-    CHECK(table.nodeOf(*table.menus()[0]).hasCSSClass("manual-control") == reverse);
 }

@@ -44,41 +44,30 @@ struct HoveredSpace : OpenSpace
 };
 }
 
-TEST_CASE("drop: hovering marks the space and shows the indicator at the point")
+TEST_CASE("drop: hovering marks the space, and the dragged widget where it would drop, and shows the indicator at the point")
 {
-    Area area;
-    const auto content = area.make<FakeContent>();
-    CHECK(area.drop(content, DropEvent::Hover, {10.f, 20.f}));
-    CHECK(pseudoClassesOf(*area.space) == Strings{"valid-hover"});
-    CHECK(pseudoClassesOf(*content).empty());
-    REQUIRE(area.indicators().size() == 1);
-    auto* indicator = area.indicators()[0];
-    CHECK(dynamic_cast<Trellis::ImageWidget*>(indicator));
-    CHECK(indicator->centerLocation() == Vecta::Vector2f(510.f, 370.f));
+    for (const auto type : {DropEvent::Hover, DropEvent::ValidHover}) {
+        CAPTURE(type);
+        Area area;
+        const auto content = area.make<FakeContent>();
+        CHECK(area.drop(content, type, {10.f, 20.f}));
+        CHECK(pseudoClassesOf(*area.space) == Strings{"valid-hover"});
+        CHECK(pseudoClassesOf(*content) == (type == DropEvent::Hover ? Strings{} : Strings{"valid-drop"}));
+        REQUIRE(area.indicators().size() == 1);
+        auto* indicator = area.indicators()[0];
+        CHECK(dynamic_cast<Trellis::ImageWidget*>(indicator));
+        CHECK(indicator->centerLocation() == Vecta::Vector2f(510.f, 370.f));
 
-    CHECK(area.drop(content, DropEvent::Hover, {110.f, 40.f}));
-    REQUIRE(area.indicators().size() == 1);
-    CHECK(area.indicators()[0] == indicator);
-    CHECK(indicator->centerLocation() == Vecta::Vector2f(610.f, 390.f));
-    CHECK(area.contents->items().empty());
-}
-
-TEST_CASE("drop: a hover that would drop marks the dragged widget too")
-{
-    Area area;
-    const auto content = area.make<FakeContent>();
-    CHECK(area.drop(content, DropEvent::ValidHover));
-    CHECK(pseudoClassesOf(*area.space) == Strings{"valid-hover"});
-    CHECK(pseudoClassesOf(*content) == Strings{"valid-drop"});
-    REQUIRE(area.indicators().size() == 1);
-    auto* indicator = area.indicators()[0];
-    CHECK(indicator->centerLocation() == Vecta::Vector2f(510.f, 370.f));
-
-    CHECK(area.drop(content, DropEvent::ValidHover, {110.f, 40.f}));
-    REQUIRE(area.indicators().size() == 1);
-    CHECK(area.indicators()[0] == indicator);
-    CHECK(indicator->centerLocation() == Vecta::Vector2f(610.f, 390.f));
-    CHECK(area.contents->items().empty());
+        CHECK(area.drop(content, type, {110.f, 40.f}));
+        REQUIRE(area.indicators().size() == 1);
+        CHECK(area.indicators()[0] == indicator);
+        CHECK(indicator->centerLocation() == Vecta::Vector2f(610.f, 390.f));
+        CHECK(area.contents->items().empty());
+        CHECK(area.drop(content, DropEvent::Leave));
+        CHECK(pseudoClassesOf(*area.space).empty());
+        CHECK(pseudoClassesOf(*content).empty());
+        CHECK(area.indicators().empty());
+    }
 }
 
 TEST_CASE("drop: a hover that would not drop leaves the mark that the dragged widget has")
@@ -134,17 +123,6 @@ TEST_CASE("drop: without an application a hover marks the space and shows no ind
     CHECK(area.drop(content, DropEvent::Leave));
     CHECK(pseudoClassesOf(*area.space).empty());
     CHECK(pseudoClassesOf(*content).empty());
-}
-
-TEST_CASE("drop: leaving clears both marks and the indicator")
-{
-    Area area;
-    const auto content = area.make<FakeContent>();
-    area.drop(content, DropEvent::ValidHover);
-    CHECK(area.drop(content, DropEvent::Leave));
-    CHECK(pseudoClassesOf(*area.space).empty());
-    CHECK(pseudoClassesOf(*content).empty());
-    CHECK(area.indicators().empty());
 }
 
 TEST_CASE("drop: the drop collects and removes the indicator, the marks stay until the drag leaves")

@@ -5,6 +5,7 @@
 #include <doctest/doctest.h>
 
 #include <stdexcept>
+#include <string>
 
 using PluginTest::addEmailService;
 using PluginTest::analyticsOf;
@@ -42,6 +43,21 @@ struct Mail : OpenSpace
     {
         widget->setProperties({"Ann", "ann@example.org", ""});
         service->holdAnswers(true);
+    }
+    void succeed()
+    {
+        service->answer(0, {true, {}});
+        host.frame();
+    }
+};
+
+/// Ann's mail with one item, on its way.
+struct SentMail : Mail
+{
+    SentMail()
+    {
+        addItem("http://one", 71);
+        tapEnvelope();
     }
 };
 
@@ -125,9 +141,7 @@ TEST_CASE("sending: items are counted when the address form has gone and the sen
 
 TEST_CASE("sending: one tap sends one message, however many frames go by")
 {
-    Mail mail;
-    mail.addItem("http://one");
-    mail.tapEnvelope();
+    SentMail mail;
     mail.host.frames(10);
     mail.service->answer(0, {true, {}});
     mail.host.frames(10);
@@ -144,8 +158,7 @@ TEST_CASE("sending: an empty space is sent as the template with an empty list of
     REQUIRE(mail.service->sent().size() == 1);
     CHECK(mail.service->sent()[0].content == "[\n]");
     CHECK(mail.host.analytics().empty());
-    mail.service->answer(0, {true, {}});
-    mail.host.frame();
+    mail.succeed();
     CHECK(analyticsOf(mail.host) == Strings{emailSent("Ann", "ann@example.org")});
     CHECK(mail.hasClass("email-successful"));
 }
@@ -183,8 +196,7 @@ TEST_CASE("sending: before the first code there are no items, and the outcome st
     mail.tapEnvelope();
     REQUIRE(mail.service->sent().size() == 1);
     CHECK(mail.service->sent()[0].content == "\n");
-    mail.service->answer(0, {true, {}});
-    mail.host.frame();
+    mail.succeed();
     CHECK(classesOf(*mail.widget) == Strings{"email-successful", "sending-email"});
 }
 
@@ -204,13 +216,7 @@ TEST_CASE("sending: it closes the open tooltip")
 TEST_CASE("sending: a finger on the envelope starts it")
 {
     Mail mail;
-    mail.host.style(
-        "PersonalSpaceWidget { width: 400px; height: 300px; position: absolute }"
-        "PersonalSpaceWidget > * { position: absolute; display: none }"
-        "PersonalSpaceWidget > PersonalSpaceContentWidget { display: block; left: 0; top: 0; width: 400px; height: 300px }"
-        "PersonalSpaceWidget > .envelope { display: block; left: 300px; top: 250px; width: 80px; height: 40px }");
-    mail.widget->setLocation({100.f, 100.f});
-    mail.host.frame();
+    mail.showOnly(".envelope", "left: 300px; top: 250px; width: 80px; height: 40px");
     mail.host.tap({440.f, 370.f});
     CHECK(mail.service->sent().size() == 1);
     CHECK_FALSE(mail.hasClass("initial-view"));
@@ -235,11 +241,8 @@ TEST_CASE("no service: it is logged and shown at once, items are counted, the ma
 
 TEST_CASE("success: the outcome is added beside the sending view, the space is emptied, the mail is counted")
 {
-    Mail mail;
-    mail.addItem("http://one", 71);
-    mail.tapEnvelope();
-    mail.service->answer(0, {true, {}});
-    mail.host.frame();
+    SentMail mail;
+    mail.succeed();
     CHECK(classesOf(*mail.widget) == Strings{"email-mode", "email-successful", "sending-email"});
     CHECK(mail.contents->items().empty());
     CHECK(analyticsOf(mail.host) == Strings{widgetInEmail(71, "Ann", "ann@example.org"), emailSent("Ann", "ann@example.org")});
@@ -256,8 +259,7 @@ TEST_CASE("success: the media server keeps what was sent, although the space is 
     int announced = 0;
     mail.widget->findByType("PersonalSpaceContentWidget")->eventAddListener("before-remove-item", [&] { ++announced; });
     mail.tapEnvelope();
-    mail.service->answer(0, {true, {}});
-    mail.host.frame();
+    mail.succeed();
     CHECK(mail.contents->items().empty());
     CHECK(announced == 0);
     CHECK(mail.host.mediaServer().commands("deleteitem").empty());
@@ -275,17 +277,14 @@ TEST_CASE("success: an error text beside it is not counted")
 
 TEST_CASE("success: the space is emptied before the mail is counted")
 {
-    Mail mail;
-    mail.addItem("http://one");
-    mail.tapEnvelope();
+    SentMail mail;
     std::size_t countedBefore = 0;
     bool shownBefore = false;
     mail.contents->eventAddListener("item-removed", [&] {
         countedBefore = mail.host.analytics().size();
         shownBefore = mail.hasClass("email-successful");
     });
-    mail.service->answer(0, {true, {}});
-    mail.host.frame();
+    mail.succeed();
     CHECK(countedBefore == 1);
     CHECK(shownBefore);
     CHECK(mail.host.analytics().size() == 2);
@@ -293,12 +292,9 @@ TEST_CASE("success: the space is emptied before the mail is counted")
 
 TEST_CASE("success: items that were collected meanwhile are removed as well")
 {
-    Mail mail;
-    mail.addItem("http://one");
-    mail.tapEnvelope();
+    SentMail mail;
     mail.addItem("http://late");
-    mail.service->answer(0, {true, {}});
-    mail.host.frame();
+    mail.succeed();
     CHECK(mail.service->sent()[0].content == "\nhttp://one\n\n");
     CHECK(mail.contents->items().empty());
 }
@@ -308,8 +304,7 @@ TEST_CASE("success: the input field is empty and accepts names from then on")
     Mail mail;
     mail.tapEnvelope();
     mail.write("half");
-    mail.service->answer(0, {true, {}});
-    mail.host.frame();
+    mail.succeed();
     CHECK(mail.field().text().isEmpty());
     mail.write("   ");
     mail.field().validate();
@@ -334,24 +329,20 @@ TEST_CASE("outcome: it comes after a frame's update, also when the answer was th
 
 TEST_CASE("outcome: an answer from another thread is shown in the next frame")
 {
-    Mail mail;
-    mail.addItem("http://one");
-    mail.tapEnvelope();
-    SUBCASE("success")
-    {
-        mail.service->answerFromThread(0, {true, {}});
-        CHECK_FALSE(mail.hasClass("email-successful"));
+    for (const bool isSuccess : {true, false}) {
+        CAPTURE(isSuccess);
+        SentMail mail;
+        const char* shown = isSuccess ? "email-successful" : "email-failed";
+        if (isSuccess) {
+            mail.service->answerFromThread(0, {true, {}});
+        } else {
+            expectFailure("line is down");
+            mail.service->failFromThread(0, "line is down");
+        }
+        CHECK_FALSE(mail.hasClass(shown));
         CHECK(mail.contents->items().size() == 1);
         mail.host.frame();
-        CHECK(mail.hasClass("email-successful"));
-    }
-    SUBCASE("failure")
-    {
-        mail.service->failFromThread(0, "line is down");
-        CHECK_FALSE(mail.hasClass("email-failed"));
-        expectFailure("line is down");
-        mail.host.frame();
-        CHECK(mail.hasClass("email-failed"));
+        CHECK(mail.hasClass(shown));
     }
 }
 
@@ -404,9 +395,7 @@ TEST_CASE("failure: of whatever kind, it is logged, shown and counted with its t
 
 TEST_CASE("failure: the visitor may try again, and the outcome is added to the one before")
 {
-    Mail mail;
-    mail.addItem("http://one");
-    mail.tapEnvelope();
+    SentMail mail;
     expectFailure("no");
     mail.service->answer(0, {false, "no"});
     mail.host.frame();
@@ -423,12 +412,9 @@ TEST_CASE("failure: the visitor may try again, and the outcome is added to the o
 
 TEST_CASE("outcome: after a cancel it still is added, for the mail was sent")
 {
-    Mail mail;
-    mail.addItem("http://one");
-    mail.tapEnvelope();
+    SentMail mail;
     mail.tapCancel();
-    mail.service->answer(0, {true, {}});
-    mail.host.frame();
+    mail.succeed();
     CHECK(classesOf(*mail.widget) == Strings{"email-mode", "email-successful", "initial-view"});
     CHECK(mail.contents->items().empty());
 }
@@ -437,72 +423,49 @@ TEST_CASE("outcome: after a cancel it still is added, for the mail was sent")
 
 TEST_CASE("meanwhile: editing name or address does not change what is counted and logged")
 {
-    Mail mail;
-    mail.addItem("http://one", 71);
-    mail.tapEnvelope();
-    mail.widget->setProperties({"Bob", "bob@example.org", ""});
-    SUBCASE("success")
-    {
-        mail.service->answer(0, {true, {}});
+    for (const char* outcome : {"success", "failure", "exception"}) {
+        CAPTURE(outcome);
+        SentMail mail;
+        mail.widget->setProperties({"Bob", "bob@example.org", ""});
+        const bool isSuccess = outcome == std::string("success");
+        if (isSuccess)
+            mail.service->answer(0, {true, {}});
+        else if (expectFailure(outcome); outcome == std::string("failure"))
+            mail.service->answer(0, {false, outcome});
+        else
+            mail.service->fail(0, outcome);
         mail.host.frame();
-        CHECK(analyticsOf(mail.host).back() == emailSent("Ann", "ann@example.org"));
+        CHECK(analyticsOf(mail.host).back()
+              == (isSuccess ? emailSent("Ann", "ann@example.org") : emailNotSent("Ann", "ann@example.org", outcome)));
+        CHECK(mail.host.analytics().size() == 2);
     }
-    SUBCASE("failure")
-    {
-        expectFailure("no");
-        mail.service->answer(0, {false, "no"});
-        mail.host.frame();
-        CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", "ann@example.org", "no"));
-    }
-    SUBCASE("exception")
-    {
-        expectFailure("down");
-        mail.service->fail(0, "down");
-        mail.host.frame();
-        CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", "ann@example.org", "down"));
-    }
-    CHECK(mail.host.analytics().size() == 2);
 }
 
-TEST_CASE("meanwhile: with another code set, a success removes the items of that code")
+TEST_CASE(
+    "meanwhile: with another code set, a success removes the items of that code, or of the one sent when the space is closed")
 {
-    Mail mail;
-    mail.addItem("http://one");
-    mail.tapEnvelope();
-    const auto other = newCode();
-    mail.widget->setCode(other);
-    const auto otherContents = PersonalSpaceContents::personalContent(other);
-    otherContents->addItem({});
-    mail.service->answer(0, {true, {}});
-    mail.host.frame();
-    CHECK(otherContents->items().empty());
-    CHECK(mail.contents->items().size() == 1);
-    CHECK(mail.hasClass("email-successful"));
-}
-
-TEST_CASE("meanwhile: with another code set and the space closed, a success removes the items of the code that was sent")
-{
-    Mail mail;
-    mail.addItem("http://one");
-    mail.tapEnvelope();
-    const auto other = newCode();
-    mail.widget->setCode(other);
-    const auto otherContents = PersonalSpaceContents::personalContent(other);
-    otherContents->addItem({});
-    mail.close();
-    mail.service->answer(0, {true, {}});
-    mail.host.frame();
-    CHECK(otherContents->items().size() == 1);
-    CHECK(mail.contents->items().empty());
+    for (const bool isClosed : {false, true}) {
+        CAPTURE(isClosed);
+        SentMail mail;
+        const auto other = newCode();
+        mail.widget->setCode(other);
+        const auto otherContents = PersonalSpaceContents::personalContent(other);
+        otherContents->addItem({});
+        if (isClosed)
+            mail.close();
+        mail.succeed();
+        CHECK(otherContents->items().size() == (isClosed ? 1 : 0));
+        CHECK(mail.contents->items().size() == (isClosed ? 0 : 1));
+        if (!isClosed)
+            CHECK(mail.hasClass("email-successful"));
+    }
 }
 
 // ---- Closed meanwhile ------------------------------------------------------------------------------------------------
 
 TEST_CASE("closed: on success the stored items of the code are removed all the same, and the mail is counted")
 {
-    Mail mail;
-    mail.addItem("http://one", 71);
-    mail.tapEnvelope();
+    SentMail mail;
     SUBCASE("in flight")
     {
         mail.close();
@@ -523,47 +486,36 @@ TEST_CASE("closed: on success the stored items of the code are removed all the s
 
 TEST_CASE("closed: on failure it is logged and counted, and the stored items stay")
 {
-    Mail mail;
-    mail.addItem("http://one", 71);
-    mail.tapEnvelope();
-    expectFailure("no");
-    SUBCASE("a status, in flight")
-    {
-        mail.close();
-        mail.service->answer(0, {false, "no"});
+    for (const bool isException : {false, true}) {
+        for (const bool isClosedFirst : {false, true}) {
+            CAPTURE(isException);
+            CAPTURE(isClosedFirst);
+            SentMail mail;
+            expectFailure("no");
+            if (isClosedFirst)
+                mail.close();
+            if (isException)
+                mail.service->fail(0, "no");
+            else
+                mail.service->answer(0, {false, "no"});
+            if (!isClosedFirst)
+                mail.close();
+            mail.host.frame();
+            CHECK(mail.contents->items().size() == 1);
+            CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", "ann@example.org", "no"));
+            CHECK(mail.host.analytics().size() == 2);
+        }
     }
-    SUBCASE("a status, between the answer and the frame")
-    {
-        mail.service->answer(0, {false, "no"});
-        mail.close();
-    }
-    SUBCASE("an exception, in flight")
-    {
-        mail.close();
-        mail.service->fail(0, "no");
-    }
-    SUBCASE("an exception, between the answer and the frame")
-    {
-        mail.service->fail(0, "no");
-        mail.close();
-    }
-    mail.host.frame();
-    CHECK(mail.contents->items().size() == 1);
-    CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", "ann@example.org", "no"));
-    CHECK(mail.host.analytics().size() == 2);
 }
 
 TEST_CASE("closed: a space opened anew for the card loses its items with the success, and shows no outcome")
 {
-    Mail mail;
-    mail.addItem("http://one");
-    mail.tapEnvelope();
+    SentMail mail;
     mail.close();
     const auto reopened = Bedrock::makeIntrusive<Tavola::PersonalSpaceWidget>();
     reopened->setCode(mail.code);
     CHECK(classesOf(*reopened) == Strings{"email-mode", "has-content", "initial-view"});
-    mail.service->answer(0, {true, {}});
-    mail.host.frame();
+    mail.succeed();
     CHECK(classesOf(*reopened) == Strings{"email-mode", "initial-view"});
 }
 
@@ -573,16 +525,13 @@ TEST_CASE("closed: a space that was removed from the table and is still referenc
     mail.tapEnvelope();
     mail.widget->removeFromParent();
     mail.host.frame();
-    mail.service->answer(0, {true, {}});
-    mail.host.frame();
+    mail.succeed();
     CHECK(mail.hasClass("email-successful"));
 }
 
 TEST_CASE("closed: a listener may close the space while a success empties it")
 {
-    Mail mail;
-    mail.addItem("http://one");
-    mail.tapEnvelope();
+    SentMail mail;
     mail.contents->eventAddListener("item-removed", [&] {
         if (!mail.widget)
             return;
@@ -622,8 +571,7 @@ TEST_CASE("address: the envelope sends once it is written, and the form closes")
     CHECK(mail.service->sent()[0].recipients[0].address.address == "new@example.org");
     CHECK(mail.text("user-email").value(Facet::kUserLayer) == "new@example.org");
     CHECK(mail.field().text().isEmpty());
-    mail.service->answer(0, {true, {}});
-    mail.host.frame();
+    mail.succeed();
     CHECK(analyticsOf(mail.host) == Strings{widgetInEmail(71, "Ann", "new@example.org"), emailSent("Ann", "new@example.org")});
 }
 
@@ -643,29 +591,21 @@ TEST_CASE("address: a cancel closes the form, and the next tap opens it again")
 
 TEST_CASE("address: one that becomes known while the form is open is sent to, whatever is written")
 {
-    Mail space;
-    const auto& service = space.service;
-    space.widget->setProperties({"Ann", "", ""});
-    space.tapEnvelope();
-    REQUIRE(space.hasClass("waiting-to-send-email"));
-    const char* written = "";
-    SUBCASE("nothing") {}
-    SUBCASE("no address")
-    {
-        written = "ann@";
+    for (const char* written : {"", "ann@", "written@example.org"}) {
+        CAPTURE(written);
+        Mail space;
+        space.widget->setProperties({"Ann", "", ""});
+        space.tapEnvelope();
+        REQUIRE(space.hasClass("waiting-to-send-email"));
+        space.write(written);
+        space.widget->setProperties({"Ann", "ann@example.org", ""});
+        space.tapEnvelope();
+        REQUIRE(space.service->sent().size() == 1);
+        CHECK(space.service->sent()[0].recipients[0].address.address == "ann@example.org");
+        CHECK(space.hasClass("sending-email"));
+        CHECK(space.field().isValid());
+        CHECK_FALSE(space.field().hasPseudoClass("invalid"));
+        CHECK(space.field().text() == written);
+        CHECK(space.text("user-email").value() == "ann@example.org");
     }
-    SUBCASE("another address")
-    {
-        written = "written@example.org";
-    }
-    space.write(written);
-    space.widget->setProperties({"Ann", "ann@example.org", ""});
-    space.tapEnvelope();
-    REQUIRE(service->sent().size() == 1);
-    CHECK(service->sent()[0].recipients[0].address.address == "ann@example.org");
-    CHECK(space.hasClass("sending-email"));
-    CHECK(space.field().isValid());
-    CHECK_FALSE(space.field().hasPseudoClass("invalid"));
-    CHECK(space.field().text() == written);
-    CHECK(space.text("user-email").value() == "ann@example.org");
 }

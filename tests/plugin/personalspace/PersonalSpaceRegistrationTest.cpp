@@ -44,6 +44,30 @@ struct NameForm : OpenSpace
     }
 };
 
+// Each runs the test once for every way in which visitors confirm what they have written.
+void confirmAddress(OpenSpace& space)
+{
+    SUBCASE("by the envelope")
+    {
+        space.tapEnvelope();
+    }
+    SUBCASE("by enter")
+    {
+        space.finishEditing();
+    }
+}
+void confirmName(OpenSpace& space)
+{
+    SUBCASE("by the button")
+    {
+        space.tapSave();
+    }
+    SUBCASE("by enter")
+    {
+        space.finishEditing();
+    }
+}
+
 /// A marker service whose registrations end with an exception.
 class BrokenTesselService final : public Tavola::TesselServiceAPI
 {
@@ -141,14 +165,7 @@ TEST_CASE("confirming an address: a wrong one shows the field's errors, nothing 
 {
     AddressForm form;
     form.write("ann@example");
-    SUBCASE("by the envelope")
-    {
-        form.tapEnvelope();
-    }
-    SUBCASE("by enter")
-    {
-        form.finishEditing();
-    }
+    confirmAddress(form);
     CHECK(form.field().hasPseudoClass("invalid"));
     CHECK(form.field().text() == "ann@example");
     CHECK_FALSE(form.text("user-email").hasValue(Facet::kUserLayer));
@@ -164,14 +181,7 @@ TEST_CASE("confirming an address: a right one is stored above the style sheet an
     form.host.style("PersonalSpaceWidget { space-info: \"To <link>\" }");
     CHECK(form.widget->hasPseudoClass("no-email"));
     form.write("ann@example.org");
-    SUBCASE("by the envelope")
-    {
-        form.tapEnvelope();
-    }
-    SUBCASE("by enter")
-    {
-        form.finishEditing();
-    }
+    confirmAddress(form);
     CHECK(form.text("user-email").value(Facet::kUserLayer) == "ann@example.org");
     CHECK_FALSE(form.widget->hasPseudoClass("no-email"));
     CHECK(form.textChild("custom-info").text() == "To ann@example.org");
@@ -246,14 +256,16 @@ TEST_CASE("enter: while the address form is open the text is an address, otherwi
 TEST_CASE("enter: no other reason of \"editing-finished\" confirms anything")
 {
     AddressForm form;
+    const auto finishOtherwise = [&form] {
+        for (const char* reason : {"escape", "focus-lost", "Enter", "ENTER", "enter ", ""})
+            form.finishEditing(reason);
+    };
     form.write("ann@example.org");
-    for (const char* reason : {"escape", "focus-lost", "Enter", "ENTER", "enter ", ""})
-        form.finishEditing(reason);
+    finishOtherwise();
     CHECK(form.service->created() == 0);
     form.tapCancel();
     form.write("Ann");
-    for (const char* reason : {"escape", "focus-lost", "Enter", "ENTER", "enter ", ""})
-        form.finishEditing(reason);
+    finishOtherwise();
     CHECK(form.text("user-name").value().isEmpty());
     CHECK_FALSE(form.hasClass("registering"));
     form.registrationAnswered();
@@ -263,14 +275,7 @@ TEST_CASE("enter: no other reason of \"editing-finished\" confirms anything")
 TEST_CASE("enter: a finger gives the field the keyboard, its enter key registers once")
 {
     OpenSpace space;
-    space.host.style(
-        "PersonalSpaceWidget { width: 400px; height: 300px; position: absolute }"
-        "PersonalSpaceWidget > * { position: absolute; display: none }"
-        "PersonalSpaceWidget > PersonalSpaceContentWidget { display: block; left: 0; top: 0; width: 400px; height: 300px }"
-        "PersonalSpaceWidget > InputFieldWidget { display: block; left: 100px; top: 100px; width: 200px; height: 40px }"
-        "InputFieldWidget { keyboard-layout: none }");
-    space.widget->setLocation({100.f, 100.f});
-    space.host.frame();
+    space.showOnly("InputFieldWidget", "left: 100px; top: 100px; width: 200px; height: 40px; keyboard-layout: none");
     space.host.tap({250.f, 210.f});
     REQUIRE(space.field().editor()->hasFocus());
     for (const QChar letter : QStringLiteral("Ann")) {
@@ -294,14 +299,7 @@ TEST_CASE("confirming a name: a blank one shows the field's errors, nothing else
 {
     NameForm form;
     form.write("   ");
-    SUBCASE("by the button")
-    {
-        form.tapSave();
-    }
-    SUBCASE("by enter")
-    {
-        form.finishEditing();
-    }
+    confirmName(form);
     CHECK(form.field().hasPseudoClass("invalid"));
     CHECK(form.field().text() == "   ");
     CHECK(form.text("user-name").value().isEmpty());
@@ -330,15 +328,8 @@ TEST_CASE("confirming a name: the owner is greeted, the field emptied, and a req
     OpenSpace space;
     space.widget->setProperties({"", "ann@example.org", ""});
     space.host.tesselService().holdRegistrations();
-    SUBCASE("by the button")
-    {
-        space.saveName("Ann");
-    }
-    SUBCASE("by enter")
-    {
-        space.write("Ann");
-        space.finishEditing();
-    }
+    space.write("Ann");
+    confirmName(space);
     // The service has not answered yet, and the main thread has not waited for it.
     CHECK(space.text("user-name").value(Facet::kUserLayer) == "Ann");
     CHECK_FALSE(space.widget->hasPseudoClass("unregistered-user"));
@@ -359,12 +350,7 @@ TEST_CASE("confirming a name: the owner is greeted, the field emptied, and a req
 TEST_CASE("confirming a name: a finger on the save button does it")
 {
     OpenSpace space;
-    space.host.style(
-        "PersonalSpaceWidget { width: 400px; height: 300px; position: absolute }"
-        "PersonalSpaceWidget > * { position: absolute; display: none }"
-        "PersonalSpaceWidget > PersonalSpaceContentWidget { display: block; left: 0; top: 0; width: 400px; height: 300px }"
-        "PersonalSpaceWidget > .save-button { display: block; left: 300px; top: 250px; width: 80px; height: 40px }");
-    space.widget->setLocation({100.f, 100.f});
+    space.showOnly(".save-button", "left: 300px; top: 250px; width: 80px; height: 40px");
     space.write("Ann");
     space.host.frame();
     space.host.tap({440.f, 370.f});
@@ -396,24 +382,17 @@ TEST_CASE("confirming a name: the editor lets go of the keyboard also for a wron
 
 TEST_CASE("confirming a name: the text counts that is there when the editing has ended")
 {
-    NameForm form;
-    const auto editor = form.field().editor();
-    form.host.app().setFocusWidget(editor.get());
-    SUBCASE("a name that becomes blank")
-    {
-        const auto listener = editor->eventAddListener("editing-finished", [&] { editor->setText("  "); });
-        form.saveName("Ann");
-        CHECK(form.field().hasPseudoClass("invalid"));
-        CHECK_FALSE(form.hasClass("registering"));
-        CHECK(form.text("user-name").value().isEmpty());
-        editor->eventRemoveListener(listener);
-    }
-    SUBCASE("blanks that become a name")
-    {
-        const auto listener = editor->eventAddListener("editing-finished", [&] { editor->setText("Bea"); });
-        form.saveName("  ");
-        CHECK(form.hasClass("registering"));
-        CHECK(form.text("user-name").value() == "Bea");
+    for (const bool isBlankAtLast : {true, false}) {
+        CAPTURE(isBlankAtLast);
+        NameForm form;
+        const auto editor = form.field().editor();
+        form.host.app().setFocusWidget(editor.get());
+        const auto listener =
+            editor->eventAddListener("editing-finished", [&] { editor->setText(isBlankAtLast ? "  " : "Bea"); });
+        form.saveName(isBlankAtLast ? "Ann" : "  ");
+        CHECK(form.field().hasPseudoClass("invalid") == isBlankAtLast);
+        CHECK(form.hasClass("registering") == !isBlankAtLast);
+        CHECK(form.text("user-name").value() == (isBlankAtLast ? "" : "Bea"));
         editor->eventRemoveListener(listener);
         form.waitForRegistration();
     }
@@ -558,23 +537,18 @@ TEST_CASE("answer: a second one is added to the first")
 
 TEST_CASE("answer: after a cancel its class is added all the same")
 {
-    OpenSpace space;
-    space.host.tesselService().holdRegistrations();
-    space.saveName("Ann");
-    space.tapCancel();
-    CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view"});
-    SUBCASE("accepted")
-    {
+    for (const bool isAccepted : {true, false}) {
+        CAPTURE(isAccepted);
+        OpenSpace space;
+        space.host.tesselService().holdRegistrations();
+        space.saveName("Ann");
+        space.tapCancel();
+        CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view"});
+        space.host.tesselService().acceptRegistrations(isAccepted);
         space.host.tesselService().releaseRegistrations();
         space.registrationAnswered();
-        CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "successfully-registered"});
-    }
-    SUBCASE("refused")
-    {
-        space.host.tesselService().acceptRegistrations(false);
-        space.host.tesselService().releaseRegistrations();
-        space.registrationAnswered();
-        CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "registering-failed"});
+        CHECK(classesOf(*space.widget)
+              == Strings{"email-mode", "initial-view", isAccepted ? "successfully-registered" : "registering-failed"});
     }
 }
 
@@ -592,26 +566,23 @@ TEST_CASE("answer: it touches neither items nor attributes")
     CHECK(space.field().text() == "Bea");
 }
 
-TEST_CASE("answer: it is dropped after the space was destroyed")
+TEST_CASE("answer: it is dropped after the space was destroyed, while the service is asked or before the answer's frame")
 {
-    OpenSpace space;
-    space.host.tesselService().holdRegistrations();
-    space.saveName("Ann");
-    SUBCASE("while the service is asked")
-    {
-        space.close();
+    for (const bool isAnswered : {false, true}) {
+        CAPTURE(isAnswered);
+        OpenSpace space;
+        space.host.tesselService().holdRegistrations();
+        space.saveName("Ann");
+        if (!isAnswered)
+            space.close();
         space.host.tesselService().releaseRegistrations();
         space.waitForRegistration();
+        if (isAnswered)
+            space.close();
+        space.host.frames(2);
+        CHECK(space.registrations().size() == 1);
+        CHECK(TestSupport::loggedLines().empty());
     }
-    SUBCASE("between the answer and the frame")
-    {
-        space.host.tesselService().releaseRegistrations();
-        space.waitForRegistration();
-        space.close();
-    }
-    space.host.frames(2);
-    CHECK(space.registrations().size() == 1);
-    CHECK(TestSupport::loggedLines().empty());
 }
 
 TEST_CASE("answer: two spaces get their own")
@@ -669,26 +640,24 @@ TEST_CASE("no application any more: a waiting request is dropped")
 
 TEST_CASE("marker service that throws: the visitor sees that registering failed, and the log has the reason")
 {
-    OpenSpace space;
-    std::function<void()> failure;
-    const char* reason = "";
-    SUBCASE("an exception of the standard library")
+    struct Row
     {
-        failure = [] { throw std::runtime_error("no database"); };
-        reason = "no database";
+        void (*failure)();
+        const char* reason;
+    };
+    const Row rows[] = {{[] { throw std::runtime_error("no database"); }, "no database"},
+                        {[] { throw 42; }, "unknown exception"}};
+    for (const Row& row : rows) {
+        CAPTURE(row.reason);
+        OpenSpace space;
+        space.host.tavola().services()->setTesselService(std::make_shared<BrokenTesselService>(row.failure));
+        TestSupport::expectError("PersonalSpaceWidget::registerUser # Failed to register the owner of card "
+                                 + std::to_string(space.code) + " (" + row.reason + ")");
+        space.saveName("Ann");
+        for (int i = 0; i < 3; ++i)
+            space.registrationAnswered();
+        CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "registering-failed"});
     }
-    SUBCASE("anything else")
-    {
-        failure = [] { throw 42; };
-        reason = "unknown exception";
-    }
-    space.host.tavola().services()->setTesselService(std::make_shared<BrokenTesselService>(failure));
-    TestSupport::expectError("PersonalSpaceWidget::registerUser # Failed to register the owner of card "
-                             + std::to_string(space.code) + " (" + reason + ")");
-    space.saveName("Ann");
-    for (int i = 0; i < 3; ++i)
-        space.registrationAnswered();
-    CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "registering-failed"});
 }
 
 // ---- As it is written ------------------------------------------------------------------------------------------------
@@ -697,14 +666,7 @@ TEST_CASE("written address: it is kept and sent to as it was written, blanks and
 {
     AddressForm form;
     form.write("  ann@example.org\t ");
-    SUBCASE("by the envelope")
-    {
-        form.tapEnvelope();
-    }
-    SUBCASE("by enter")
-    {
-        form.finishEditing();
-    }
+    confirmAddress(form);
     CHECK(form.text("user-email").value() == "  ann@example.org\t ");
     REQUIRE(form.service->sent().size() == 1);
     CHECK(form.service->sent()[0].recipients[0].address.address == "  ann@example.org\t ");
@@ -714,14 +676,7 @@ TEST_CASE("written name: it is kept and registered as it was written, blanks and
 {
     NameForm form;
     form.write(" Ann  Lee\t");
-    SUBCASE("by the button")
-    {
-        form.tapSave();
-    }
-    SUBCASE("by enter")
-    {
-        form.finishEditing();
-    }
+    confirmName(form);
     CHECK(form.text("user-name").value() == " Ann  Lee\t");
     CHECK(form.textChild("title").text() == "Hi,  Ann  Lee\t");
     form.waitForRegistration();

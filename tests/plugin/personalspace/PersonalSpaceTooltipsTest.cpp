@@ -6,6 +6,11 @@
 
 #include <doctest/doctest.h>
 
+#include <cctype>
+#include <functional>
+#include <map>
+#include <sstream>
+
 using PluginTest::addEmailService;
 using PluginTest::classesOf;
 using PluginTest::OpenSpace;
@@ -39,15 +44,12 @@ struct Help : OpenSpace
         REQUIRE(found.size() == 1);
         return *found.front();
     }
+    /// By its class.
+    void open(const std::string& name) { name == "help" ? tapHelp() : tapInfo(); }
     bool isFadingOut() const { return FadeAnimator::isFadingOut(tooltip()); }
-    QString helpText()
+    QString textOf(const std::string& name)
     {
-        tapHelp();
-        return tooltip().text();
-    }
-    QString emailText()
-    {
-        tapInfo();
+        open(name);
         return tooltip().text();
     }
     Facet::AttributeT<float>& timeout() const { return attribute<float>("tooltip-timeout"); }
@@ -65,19 +67,14 @@ TEST_CASE("tooltip: none is there at first")
 
 TEST_CASE("tooltip: it is a child with the class of its name, on top of its siblings, and takes no other class")
 {
-    Help help;
-    SUBCASE("help")
-    {
-        help.tapHelp();
-        CHECK(classesOf(help.tooltip()) == Strings{"help"});
+    for (const char* name : {"help", "email"}) {
+        CAPTURE(name);
+        Help help;
+        help.open(name);
+        CHECK(classesOf(help.tooltip()) == Strings{name});
+        CHECK(help.widget->children().back() == &help.tooltip());
+        CHECK(classesOf(*help.widget) == Strings{"email-mode", "initial-view"});
     }
-    SUBCASE("email")
-    {
-        help.tapInfo();
-        CHECK(classesOf(help.tooltip()) == Strings{"email"});
-    }
-    CHECK(help.widget->children().back() == &help.tooltip());
-    CHECK(classesOf(*help.widget) == Strings{"email-mode", "initial-view"});
 }
 
 TEST_CASE("tooltip: the help stands at the centre of the help button, wherever and however that lies")
@@ -99,20 +96,15 @@ TEST_CASE("tooltip: the help stands at the centre of the help button, wherever a
     CHECK(help.tooltip().attribute("location")->hasValue(Facet::kUserLayer));
 }
 
-TEST_CASE("tooltip: the address is explained where the text was tapped")
+TEST_CASE("tooltip: the address is explained where the text was tapped, also where space or text are turned and larger")
 {
-    Help help;
-    SUBCASE("upright") {}
-    SUBCASE("in a space that is turned")
-    {
-        help.widget->setRotation(1.f);
+    for (const float turn : {0.f, 1.f}) {
+        CAPTURE(turn);
+        Help help;
+        help.widget->setRotation(turn);
+        help.tapInfo({30.f, 10.f});
+        CHECK(help.tooltip().location() == Vecta::Vector2f{130.f, 60.f});
     }
-    help.tapInfo({30.f, 10.f});
-    CHECK(help.tooltip().location() == Vecta::Vector2f{130.f, 60.f});
-}
-
-TEST_CASE("tooltip: the address is explained where the text was tapped, also where the text is turned and larger")
-{
     Help help;
     help.host.style("PersonalSpaceWidget > .info { rotation: 90deg; scale: 2 }");
     help.tapInfo({30.f, 10.f});
@@ -231,192 +223,167 @@ TEST_CASE("tooltip: its text widget is the last stylable one as long as it is al
     CHECK(help.widget->stylableWidgets() == before);
 }
 
-// ---- Fades -------------------------------------------------------------------------------------------------------------
+// ---- What happens in the course of time ---------------------------------------------------------------------------------
 
-TEST_CASE("fade: it shows within a fifth of a second")
+namespace
 {
-    Help help;
-    help.tapHelp();
-    CHECK(help.tooltip().opacity() == 0.f);
-    help.host.frame(0.1);
-    CHECK(help.tooltip().opacity() == doctest::Approx(0.5f).epsilon(0.05));
-    help.host.frame(0.09);
-    CHECK(help.tooltip().opacity() < 1.f);
-    help.host.frame(0.02);
-    CHECK(help.tooltip().opacity() == 1.f);
+/// A space with an item and an e-mail service, on which scripts are played.
+struct ScriptedHelp : Help
+{
+    std::shared_ptr<FakeEmailService> service = addEmailService<FakeEmailService>(host);
+    PluginTest::AnswerAtEnd answerAtEnd{service};
+    long item = addItem("http://one");
+    long keptId = 0;
+    float keptOpacity = 0.f;
+
+    ScriptedHelp() { service->holdAnswers(true); }
+
+    /// Plays words parted by blanks: what a visitor does, a time in seconds ("+0.5": in one frame), or what is expected then.
+    void play(const std::string& script)
+    {
+        std::istringstream words(script);
+        std::string played;
+        for (std::string word; words >> word;) {
+            played += word + ' ';
+            CAPTURE(played);
+            REQUIRE_MESSAGE((actAsAsked(word) || passTime(word) || checkState(word) || checkOpacity(word)), "no such word");
+        }
+    }
+
+private:
+    bool actAsAsked(const std::string& word)
+    {
+        const std::map<std::string, std::function<void()>> acts = {
+            {"help", [this] { tapHelp(); }},
+            {"info", [this] { tapInfo(); }},
+            {"cancel", [this] { tapCancel(); }},
+            {"envelope", [this] { tapEnvelope(); }},
+            {"add", [this] { item = addItem("http://two"); }},
+            {"remove", [this] { contents->removeItem(item); }},
+            {"touch",
+             [this] {
+                 host.tap(tooltip().mapToScene({60.f, 30.f}));
+             }},
+            {"down",
+             [this] {
+                 host.input.fingerDown(1, tooltip().mapToScene({60.f, 30.f}));
+             }},
+            {"up", [this] { host.input.fingerUp(1); }},
+            {"elsewhere",
+             [this] {
+                 host.tap({1500.f, 900.f});
+                 host.tap(widget->mapToScene({5.f, 290.f}));
+             }},
+            {"timeout=0.2", [this] { timeout().setValue(0.2f); }},
+            {"timeout=1", [this] { timeout().setValue(1.f); }},
+            {"sheet:timeout=8", [this] { host.style("PersonalSpaceWidget { tooltip-timeout: 8 }"); }},
+            {"keep",
+             [this] {
+                 keptId = tooltip().id();
+                 keptOpacity = tooltip().opacity();
+             }},
+        };
+        const auto act = acts.find(word);
+        if (act != acts.end())
+            act->second();
+        return act != acts.end();
+    }
+    bool passTime(const std::string& word)
+    {
+        if (word[0] == '+')
+            host.frame(std::stod(word.substr(1)));
+        else if (std::isdigit(static_cast<unsigned char>(word[0])))
+            pass(std::stod(word));
+        else
+            return false;
+        return true;
+    }
+    bool checkState(const std::string& word)
+    {
+        const std::string state = word.substr(0, word.find(':'));
+        if (word == "gone")
+            CHECK(tooltips().empty());
+        else if (word == "listed")
+            CHECK(widget->stylableWidgets().size() == 10);
+        else if (state == "open" || state == "fading")
+            CHECK(isFadingOut() == (state == "fading"));
+        else
+            return false;
+        if (word != state)
+            CHECK(classesOf(tooltip()) == Strings{word.substr(state.size() + 1)});
+        return true;
+    }
+    bool checkOpacity(const std::string& word)
+    {
+        const bool isComparedToKept = word == "unchanged" || word == "fainter";
+        if (isComparedToKept)
+            CHECK(tooltip().id() == keptId);
+        if (word == "unchanged")
+            CHECK(tooltip().opacity() == doctest::Approx(keptOpacity));
+        else if (word == "fainter")
+            CHECK(tooltip().opacity() < keptOpacity);
+        else if (word == "half")
+            CHECK(tooltip().opacity() == doctest::Approx(0.5f).epsilon(0.05));
+        else if (word == "below-half")
+            CHECK(tooltip().opacity() < 0.5f);
+        else if (word == "unseen" || word == "whole")
+            CHECK(tooltip().opacity() == (word == "whole" ? 1.f : 0.f));
+        else if (word == "not-whole")
+            CHECK(tooltip().opacity() < 1.f);
+        else
+            return false;
+        return true;
+    }
+};
+
+struct Visit
+{
+    const char* what;
+    const char* script;
+};
+
+template <std::size_t count>
+void playEach(const Visit (&visits)[count])
+{
+    for (const Visit& visit : visits) {
+        CAPTURE(visit.what);
+        ScriptedHelp().play(visit.script);
+    }
+}
 }
 
-TEST_CASE("fade: closed by a tap it goes within half a second")
+TEST_CASE("fade: it shows within a fifth of a second and goes within half a second")
 {
-    Help help;
-    help.tapHelp();
-    help.pass(1);
-    help.tapHelp();
-    CHECK(help.tooltip().opacity() == 1.f);
-    help.host.frame(0.25);
-    CHECK(help.tooltip().opacity() == doctest::Approx(0.5f).epsilon(0.05));
-    help.host.frame(0.24);
-    CHECK(help.tooltips().size() == 1);
-    help.host.frame(0.02);
-    CHECK(help.tooltips().empty());
+    playEach({
+        {"opened", "help unseen +0.1 half +0.09 not-whole +0.02 whole"},
+        {"closed by a tap", "help 1 help whole +0.25 half +0.24 fading +0.02 gone"},
+        {"a tap while it fades out asks for its fade again and opens nothing",
+         "help 1 help +0.4 keep help unchanged +0.4 fainter +0.12 gone"},
+        {"so does one on the information text", "help 1 help +0.4 keep info unchanged +0.4 fainter +0.12 gone"},
+        {"a tap while it still fades in closes it", "help +0.1 help fading +0.1 below-half +0.45 gone"},
+    });
 }
 
-TEST_CASE("fade: a tap while it fades out asks for its fade again and opens nothing")
+TEST_CASE("toggle: a tap with one tooltip open only closes it, whichever it is")
 {
-    Help help;
-    help.tapHelp();
-    help.pass(1);
-    const long id = help.tooltip().id();
-    help.tapHelp();
-    help.host.frame(0.4);
-    const float opacity = help.tooltip().opacity();
-    SUBCASE("the help button")
-    {
-        help.tapHelp();
-    }
-    SUBCASE("the information text")
-    {
-        help.tapInfo();
-    }
-    CHECK(help.tooltip().id() == id);
-    CHECK(help.tooltip().opacity() == doctest::Approx(opacity));
-    help.host.frame(0.4);
-    CHECK(help.tooltip().id() == id);
-    CHECK(help.tooltip().opacity() < opacity);
-    help.host.frame(0.12);
-    CHECK(help.tooltips().empty());
+    playEach({
+        {"two taps on the help button within the idle time", "help 4 open help fading 0.6 gone help open"},
+        {"help, then information", "help 1 info fading:help 0.6 gone info open:email"},
+        {"information, then help", "info 1 help fading:email 0.6 gone info open:email"},
+    });
 }
 
-TEST_CASE("fade: a tap while it still fades in closes it")
+TEST_CASE("closing: a cancel, a change of the contents and sending close it within half a second, and no other opens beside it")
 {
-    Help help;
-    help.tapHelp();
-    help.host.frame(0.1);
-    help.tapHelp();
-    CHECK(help.isFadingOut());
-    help.host.frame(0.1);
-    CHECK(help.tooltip().opacity() < 0.5f);
-    help.host.frame(0.45);
-    CHECK(help.tooltips().empty());
-}
-
-// ---- Toggling ----------------------------------------------------------------------------------------------------------
-
-TEST_CASE("toggle: two taps on the help button within the idle time open and close the help")
-{
-    Help help;
-    help.tapHelp();
-    help.pass(4);
-    CHECK_FALSE(help.isFadingOut());
-    help.tapHelp();
-    CHECK(help.isFadingOut());
-    help.pass(0.6);
-    CHECK(help.tooltips().empty());
-    help.tapHelp();
-    CHECK(help.tooltips().size() == 1);
-    CHECK_FALSE(help.isFadingOut());
-}
-
-TEST_CASE("toggle: with one tooltip open a tap for the other only closes it")
-{
-    Help help;
-    SUBCASE("help, then information")
-    {
-        help.tapHelp();
-        help.pass(1);
-        help.tapInfo();
-        CHECK(classesOf(help.tooltip()) == Strings{"help"});
-    }
-    SUBCASE("information, then help")
-    {
-        help.tapInfo();
-        help.pass(1);
-        help.tapHelp();
-        CHECK(classesOf(help.tooltip()) == Strings{"email"});
-    }
-    CHECK(help.isFadingOut());
-    help.pass(0.6);
-    CHECK(help.tooltips().empty());
-    help.tapInfo();
-    CHECK(classesOf(help.tooltip()) == Strings{"email"});
-}
-
-// ---- Closing -----------------------------------------------------------------------------------------------------------
-
-TEST_CASE("closing: a cancel, a change of the contents and sending close it within half a second")
-{
-    Help help;
-    const auto service = addEmailService<FakeEmailService>(help.host);
-    service->holdAnswers(true);
-    const PluginTest::AnswerAtEnd answerAtEnd(service);
-    const long item = help.addItem("http://one");
-    SUBCASE("cancel")
-    {
-        help.tapHelp();
-        help.pass(1);
-        help.tapCancel();
-    }
-    SUBCASE("an item added")
-    {
-        help.tapHelp();
-        help.pass(1);
-        help.addItem("http://two");
-    }
-    SUBCASE("an item removed")
-    {
-        help.tapHelp();
-        help.pass(1);
-        help.contents->removeItem(item);
-    }
-    SUBCASE("sending")
-    {
-        help.tapHelp();
-        help.pass(1);
-        help.tapEnvelope();
-    }
-    CHECK(help.isFadingOut());
-    help.host.frame(0.49);
-    CHECK(help.tooltips().size() == 1);
-    help.host.frame(0.02);
-    CHECK(help.tooltips().empty());
-    help.tapHelp();
-    CHECK(help.tooltips().size() == 1);
-    CHECK_FALSE(help.isFadingOut());
-}
-
-TEST_CASE("closing: with none open nothing happens")
-{
-    Help help;
-    help.tapCancel();
-    help.contents->removeItem(help.addItem("http://one"));
-    CHECK(help.tooltips().empty());
-    help.tapHelp();
-    help.tapHelp();
-    help.pass(0.6);
-    help.tapCancel();
-    CHECK(help.tooltips().empty());
-}
-
-TEST_CASE("closing: a tooltip on its way out is still the space's, and no other opens beside it")
-{
-    Help help;
-    help.tapHelp();
-    help.pass(1);
-    help.tapCancel();
-    help.host.frame(0.3);
-    CHECK(help.widget->stylableWidgets().size() == 10);
-    SUBCASE("the help button")
-    {
-        help.tapHelp();
-    }
-    SUBCASE("the information text")
-    {
-        help.tapInfo();
-    }
-    CHECK(classesOf(help.tooltip()) == Strings{"help"});
-    CHECK(help.isFadingOut());
-    help.pass(0.6);
-    CHECK(help.tooltips().empty());
+    playEach({
+        {"cancel", "help 1 cancel fading +0.49 fading +0.02 gone help open"},
+        {"an item added", "help 1 add fading +0.49 fading +0.02 gone help open"},
+        {"an item removed", "help 1 remove fading +0.49 fading +0.02 gone help open"},
+        {"sending", "help 1 envelope fading +0.49 fading +0.02 gone help open"},
+        {"with none open nothing happens", "cancel add remove gone help help 0.6 cancel gone"},
+        {"on its way out it is still the space's", "help 1 cancel +0.3 listed help fading:help 0.6 gone"},
+        {"also for the information text", "help 1 cancel +0.3 listed info fading:help 0.6 gone"},
+    });
 }
 
 TEST_CASE("closing: other attributes and views leave it open")
@@ -432,107 +399,20 @@ TEST_CASE("closing: other attributes and views leave it open")
     CHECK(help.tooltip().text() == "Help for ann@example.org");
 }
 
-// ---- Idle time -----------------------------------------------------------------------------------------------------------
-
-TEST_CASE("idle: without touches it starts to fade out five seconds after it opened")
+TEST_CASE("idle: it starts to fade out five seconds after it opened or was touched")
 {
-    Help help;
-    help.tapHelp();
-    help.pass(4.95);
-    CHECK_FALSE(help.isFadingOut());
-    CHECK(help.tooltip().opacity() == 1.f);
-    help.pass(0.1);
-    CHECK(help.isFadingOut());
-    help.pass(0.4);
-    CHECK(help.tooltips().size() == 1);
-    help.pass(0.15);
-    CHECK(help.tooltips().empty());
-}
-
-TEST_CASE("idle: an idle time that is shorter than the fade starts one fade, which comes to its end")
-{
-    Help help;
-    help.timeout().setValue(0.2f);
-    help.tapHelp();
-    help.pass(0.25);
-    CHECK(help.isFadingOut());
-    help.pass(0.4);
-    CHECK(help.tooltips().size() == 1);
-    help.pass(0.1);
-    CHECK(help.tooltips().empty());
-}
-
-TEST_CASE("idle: a touch of the tooltip restarts the time")
-{
-    Help help;
-    help.tapHelp();
-    help.pass(4);
-    help.host.tap(help.tooltip().mapToScene({60.f, 30.f}));
-    CHECK_FALSE(help.isFadingOut());
-    help.pass(4.9);
-    CHECK_FALSE(help.isFadingOut());
-    help.pass(0.2);
-    CHECK(help.isFadingOut());
-}
-
-TEST_CASE("idle: a finger that stays on the tooltip keeps it open")
-{
-    Help help;
-    help.tapHelp();
-    help.pass(4);
-    help.host.input.fingerDown(1, help.tooltip().mapToScene({60.f, 30.f}));
-    help.pass(8);
-    CHECK_FALSE(help.isFadingOut());
-    help.host.input.fingerUp(1);
-    help.pass(4.9);
-    CHECK_FALSE(help.isFadingOut());
-    help.pass(0.2);
-    CHECK(help.isFadingOut());
-}
-
-TEST_CASE("idle: touches elsewhere do not keep it open")
-{
-    Help help;
-    help.tapHelp();
-    for (int i = 0; i < 5; ++i) {
-        help.pass(0.98);
-        help.host.tap({1500.f, 900.f});
-        help.host.tap(help.widget->mapToScene({5.f, 290.f}));
-    }
-    help.pass(0.2);
-    CHECK(help.isFadingOut());
-}
-
-TEST_CASE("idle: changing the time affects only tooltips opened afterwards")
-{
-    Help help;
-    help.tapHelp();
-    SUBCASE("shorter")
-    {
-        help.timeout().setValue(1.f);
-        help.pass(4.9);
-        CHECK_FALSE(help.isFadingOut());
-        help.pass(0.2);
-        CHECK(help.isFadingOut());
-        help.pass(0.6);
-        help.tapHelp();
-        help.pass(0.95);
-        CHECK_FALSE(help.isFadingOut());
-        help.pass(0.1);
-        CHECK(help.isFadingOut());
-    }
-    SUBCASE("longer, by the style sheet")
-    {
-        help.host.style("PersonalSpaceWidget { tooltip-timeout: 8 }");
-        help.pass(5.1);
-        CHECK(help.isFadingOut());
-        help.pass(0.6);
-        help.tapHelp();
-        help.pass(7.9);
-        CHECK_FALSE(help.isFadingOut());
-        help.pass(0.2);
-        CHECK(help.isFadingOut());
-    }
+    playEach({
+        {"without touches", "help 4.95 open whole 0.1 fading 0.4 fading 0.15 gone"},
+        {"a time that is shorter than the fade starts one fade, which comes to its end",
+         "timeout=0.2 help 0.25 fading 0.4 fading 0.1 gone"},
+        {"a touch of the tooltip restarts the time", "help 4 touch open 4.9 open 0.2 fading"},
+        {"a finger that stays on the tooltip keeps it open", "help 4 down 8 open up 4.9 open 0.2 fading"},
+        {"touches elsewhere do not",
+         "help 0.98 elsewhere 0.98 elsewhere 0.98 elsewhere 0.98 elsewhere 0.98 elsewhere 0.2 fading"},
+        {"a shorter time is for tooltips opened afterwards",
+         "help timeout=1 4.9 open 0.2 fading 0.6 gone help 0.95 open 0.1 fading"},
+        {"so is a longer one of the style sheet", "help sheet:timeout=8 5.1 fading 0.6 gone help 7.9 open 0.2 fading"},
+    });
 }
 
 // ---- Texts ---------------------------------------------------------------------------------------------------------------
@@ -576,7 +456,7 @@ TEST_CASE("text: the style sheet's is filled with the address of the mode, and t
             space.text("user-page-url").setValue(row.page);
             space.text("space-info").setValue(row.info);
             const std::string expected = isHelp ? row.help : row.other;
-            CHECK((isHelp ? space.helpText() : space.emailText()) == QString::fromStdString(expected));
+            CHECK(space.textOf(isHelp ? "help" : "email") == QString::fromStdString(expected));
             // A text that was not filled follows the style sheet.
             const bool isStyled = expected == "Help for %1" || expected == "We write to %1";
             CHECK(space.tooltip().attribute("text")->hasValue(Facet::kUserLayer) != isStyled);
@@ -586,20 +466,18 @@ TEST_CASE("text: the style sheet's is filled with the address of the mode, and t
     }
 }
 
-TEST_CASE("text: the placeholder is filled wherever it stands, as it is")
+TEST_CASE("text: the placeholder is filled wherever it stands, as it is; a style sheet may choose the text by the view")
 {
-    Help help;
-    help.host.style("TooltipWidget.help { text: \"%2 %1 or %1\" }");
-    CHECK(help.helpText() == "%2 ann@example.org or ann@example.org");
-}
-
-TEST_CASE("text: a style sheet may choose it by the view")
-{
+    {
+        Help help;
+        help.host.style("TooltipWidget.help { text: \"%2 %1 or %1\" }");
+        CHECK(help.textOf("help") == "%2 ann@example.org or ann@example.org");
+    }
     Help help;
     help.host.style(".waiting-to-send-email TooltipWidget.help { text: \"Write your address\" }");
     help.widget->setProperties({"Ann", "", ""});
     help.tapEnvelope();
-    CHECK(help.helpText() == "Write your address");
+    CHECK(help.textOf("help") == "Write your address");
 }
 
 // ---- Lifetime ------------------------------------------------------------------------------------------------------------

@@ -64,6 +64,43 @@ private:
     std::shared_ptr<int> m_count = std::make_shared<int>(0);
 };
 
+const QByteArray kNotFound = "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
+
+/// A downloader, a server of pictures and a folder for them, all new.
+struct Icons
+{
+    const TemporaryFolder folder;
+    ImageServer server;
+    std::shared_ptr<IconDownloader> downloader = IconDownloader::instance();
+
+    [[nodiscard]] QString pathOf(const char* target = "/qr.png") const { return downloader->iconPath(server.url(target)); }
+    /// Begins a download.
+    folly::Future<QString> ask(const char* target = "/qr.png") { return downloader->getUserIcon(server.url(target)); }
+    void checkTaken() { CHECK_THROWS_WITH_AS((void)ask(), "Future already retrieved", std::logic_error); }
+    /// A download that has ended.
+    folly::Future<QString> fetch(const char* target = "/qr.png")
+    {
+        auto future = ask(target);
+        REQUIRE(deliverUntil([&] { return future.isReady(); }));
+        return future;
+    }
+    /// A download that the network has answered.
+    folly::Future<QString> fetchUnfulfilled()
+    {
+        const FinishedCounter finished(*downloader);
+        auto future = ask();
+        REQUIRE(deliverUntil([&] { return finished.count() == 1; }));
+        return future;
+    }
+    /// A file in the place of the picture.
+    void store(const QByteArray& bytes) const
+    {
+        QFile file(pathOf());
+        REQUIRE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+    }
+};
+
 QString pathIn(const TemporaryFolder& folder, const char* name)
 {
     return folder.path() + QLatin1String("/tavola-user-page-icons/") + QLatin1String(name);
@@ -81,21 +118,10 @@ TEST_CASE("icon path: the digest of the whole address and the suffix of its file
     CHECK(path("http://example.org/a.tar.gz?x=1.png") == pathIn(folder, "b9be0e4a840f65baa24c8d1f81db8c1a.gz"));
     CHECK(path("http://example.org/a%2Ejpg") == pathIn(folder, "079d45637bfd1b8f5e3783081b5947ef.jpg"));
     CHECK(path("http://example.org/ä.png") == pathIn(folder, "37478ae5faf44d882f412d155aee3eae.png"));
-}
-
-TEST_CASE("icon path: the suffix is kept as the address spells it")
-{
-    const TemporaryFolder folder;
-    const auto downloader = IconDownloader::instance();
-    CHECK(downloader->iconPath(QUrl("http://example.org/QR.PNG")).endsWith(".PNG"));
-    CHECK(downloader->iconPath(QUrl("http://example.org/qr.Svg")).endsWith(".Svg"));
-}
-
-TEST_CASE("icon path: two addresses that differ in their query only have different files")
-{
-    const TemporaryFolder folder;
-    const auto downloader = IconDownloader::instance();
-    CHECK(downloader->iconPath(QUrl("http://h/qr.png?a=1")) != downloader->iconPath(QUrl("http://h/qr.png?a=2")));
+    // The suffix as the address spells it, and a file of its own for each query.
+    CHECK(path("http://example.org/QR.PNG").endsWith(".PNG"));
+    CHECK(path("http://example.org/qr.Svg").endsWith(".Svg"));
+    CHECK(path("http://h/qr.png?a=1") != path("http://h/qr.png?a=2"));
 }
 
 TEST_CASE("icon path: the folder is made when it is missing, each time")
@@ -128,117 +154,99 @@ TEST_CASE("icon path: where the folder cannot be made the paths are the same, an
     CHECK(inTheWay.size() == 6);
 }
 
-TEST_CASE("icon downloader: a picture is fetched once, stored, and its path told")
+TEST_CASE("icon downloader: a picture is fetched once, stored, and its path told, then at once, even when the server has another")
 {
-    const TemporaryFolder folder;
-    ImageServer server;
-    server.serve("/qr.png", ImageServer::png(21, 21));
-    const auto downloader = IconDownloader::instance();
-    auto future = downloader->getUserIcon(server.url("/qr.png"));
+    Icons icons;
+    icons.server.serve("/qr.png", ImageServer::png(21, 21));
+    auto future = icons.ask();
     CHECK_FALSE(future.isReady());
     REQUIRE(deliverUntil([&] { return future.isReady(); }));
     const QString path = std::move(future).get();
-    CHECK(path == downloader->iconPath(server.url("/qr.png")));
+    CHECK(path == icons.pathOf());
     CHECK(QImage(path).size() == QSize(21, 21));
-    CHECK(server.requests() == std::vector<QString>{"/qr.png"});
-}
 
-TEST_CASE("icon downloader: a picture that is there is told at once, even when the server has another by now")
-{
-    const TemporaryFolder folder;
-    ImageServer server;
-    server.serve("/qr.png", ImageServer::png(21, 21));
-    const auto downloader = IconDownloader::instance();
-    auto first = downloader->getUserIcon(server.url("/qr.png"));
-    REQUIRE(deliverUntil([&] { return first.isReady(); }));
-    server.serve("/qr.png", ImageServer::png(5, 5));
-
-    auto second = downloader->getUserIcon(server.url("/qr.png"));
+    icons.server.serve("/qr.png", ImageServer::png(5, 5));
+    auto second = icons.ask();
     REQUIRE(second.isReady());
     CHECK(QImage(std::move(second).get()).size() == QSize(21, 21));
-    CHECK(server.requests().size() == 1);
+    CHECK(icons.server.requests() == std::vector<QString>{"/qr.png"});
 }
 
 TEST_CASE("icon downloader: a file that is there counts as the picture, even an empty one")
 {
-    const TemporaryFolder folder;
-    const ImageServer server;
-    const auto downloader = IconDownloader::instance();
-    const QString path = downloader->iconPath(server.url("/qr.png"));
-    QFile file(path);
-    REQUIRE(file.open(QIODevice::WriteOnly));
-    file.close();
-    REQUIRE(QFileInfo(path).size() == 0);
-    auto future = downloader->getUserIcon(server.url("/qr.png"));
+    Icons icons;
+    icons.store({});
+    REQUIRE(QFileInfo(icons.pathOf()).size() == 0);
+    auto future = icons.ask();
     REQUIRE(future.isReady());
-    CHECK(std::move(future).get() == path);
-    CHECK(server.requests().empty());
+    CHECK(std::move(future).get() == icons.pathOf());
+    CHECK(icons.server.requests().empty());
 }
 
-TEST_CASE("icon downloader: a network error fails the future, and a later request tries again")
+TEST_CASE("icon downloader: an error of the network fails the future, and a later request tries again")
 {
-    const TemporaryFolder folder;
-    ImageServer server;
-    server.serveRaw("/qr.png", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
-    const auto downloader = IconDownloader::instance();
-    auto future = downloader->getUserIcon(server.url("/qr.png"));
-    REQUIRE(deliverUntil([&] { return future.isReady(); }));
-    CHECK(failureOf<std::runtime_error>(future) == ImageServer::networkErrorText(server.url("/qr.png")));
-    CHECK_FALSE(QFile::exists(downloader->iconPath(server.url("/qr.png"))));
+    for (const QByteArray& answer : {kNotFound, QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 4000\r\n\r\nhalf")}) {
+        CAPTURE(answer.toStdString());
+        Icons icons;
+        icons.server.serveRaw("/qr.png", answer);
+        auto future = icons.fetch();
+        CHECK(failureOf<std::runtime_error>(future) == ImageServer::networkErrorText(icons.server.url("/qr.png")));
+        CHECK_FALSE(QFile::exists(icons.pathOf()));
 
-    server.serve("/qr.png", ImageServer::png(4, 4));
-    auto again = downloader->getUserIcon(server.url("/qr.png"));
-    REQUIRE(deliverUntil([&] { return again.isReady(); }));
-    CHECK(QFile::exists(std::move(again).get()));
-    CHECK(server.requests().size() == 3); // the second one is the test's
-}
-
-TEST_CASE("icon downloader: a connection that is cut fails the future")
-{
-    const TemporaryFolder folder;
-    ImageServer server;
-    server.serveRaw("/qr.png", "HTTP/1.1 200 OK\r\nContent-Length: 4000\r\n\r\nhalf");
-    const auto downloader = IconDownloader::instance();
-    auto future = downloader->getUserIcon(server.url("/qr.png"));
-    REQUIRE(deliverUntil([&] { return future.isReady(); }));
-    CHECK(failureOf<std::runtime_error>(future) == ImageServer::networkErrorText(server.url("/qr.png")));
+        icons.server.serve("/qr.png", ImageServer::png(4, 4));
+        CHECK(QFile::exists(icons.fetch().get()));
+        CHECK(icons.server.requests().size() == 3); // the second one is the test's
+    }
 }
 
 TEST_CASE("icon downloader: an empty address fails the future")
 {
-    const TemporaryFolder folder;
-    const auto downloader = IconDownloader::instance();
-    auto future = downloader->getUserIcon(QUrl());
+    const Icons icons;
+    auto future = icons.downloader->getUserIcon(QUrl());
     REQUIRE(deliverUntil([&] { return future.isReady(); }));
     CHECK(failureOf<std::runtime_error>(future) == ImageServer::networkErrorText(QUrl()));
 }
 
 TEST_CASE("icon downloader: a second request for an address under way throws, the first one goes on")
 {
-    const TemporaryFolder folder;
-    ImageServer server;
-    server.serve("/qr.png", ImageServer::png(3, 3));
-    const auto downloader = IconDownloader::instance();
-    auto first = downloader->getUserIcon(server.url("/qr.png"));
-    CHECK_THROWS_WITH_AS((void)downloader->getUserIcon(server.url("/qr.png")), "Future already retrieved", std::logic_error);
+    Icons icons;
+    icons.server.serve("/qr.png", ImageServer::png(3, 3));
+    auto first = icons.ask();
+    icons.checkTaken();
     REQUIRE(deliverUntil([&] { return first.isReady(); }));
     CHECK(QFile::exists(std::move(first).get()));
-    CHECK(server.requests().size() == 1);
+    CHECK(icons.server.requests().size() == 1);
 }
 
 TEST_CASE("icon downloader: an address under way stays taken, also when a file of its picture appears meanwhile")
 {
-    const TemporaryFolder folder;
-    ImageServer server;
-    server.hold("/qr.png");
-    const auto downloader = IconDownloader::instance();
-    const auto first = downloader->getUserIcon(server.url("/qr.png"));
-    QFile file(downloader->iconPath(server.url("/qr.png")));
-    REQUIRE(file.open(QIODevice::WriteOnly));
-    file.write(ImageServer::png(3, 3));
-    file.close();
-    CHECK_THROWS_WITH_AS((void)downloader->getUserIcon(server.url("/qr.png")), "Future already retrieved", std::logic_error);
+    Icons icons;
+    icons.server.hold("/qr.png");
+    const auto first = icons.ask();
+    icons.store(ImageServer::png(3, 3));
+    icons.checkTaken();
     CHECK_FALSE(first.isReady());
+}
+
+TEST_CASE("icon downloader: the network's replies are left to the network, for its other users")
+{
+    for (const char* answer : {"a picture", "no picture", "an error"}) {
+        CAPTURE(answer);
+        Icons icons;
+        if (answer == std::string("an error"))
+            icons.server.serveRaw("/qr.png", kNotFound);
+        else
+            icons.server.serve("/qr.png",
+                               answer == std::string("a picture") ? ImageServer::png(3, 3) : "<html>no picture</html>");
+        const FinishedCounter finished(*icons.downloader);
+        const auto future = icons.ask();
+        const auto replies = icons.downloader->findChildren<QNetworkReply*>();
+        REQUIRE(replies.size() == 1);
+        const QPointer<QNetworkReply> reply(replies.front());
+        REQUIRE(deliverUntil([&] { return finished.count() == 1; }));
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        CHECK(reply);
+    }
 }
 
 TEST_CASE("icon downloader: the network's replies are left to the network, for its other users")
@@ -270,85 +278,62 @@ TEST_CASE("icon downloader: the network's replies are left to the network, for i
 
 TEST_CASE("icon downloader: a reply for an address that it does not wait for is left alone")
 {
-    const TemporaryFolder folder;
-    ImageServer server;
-    server.serve("/other.png", ImageServer::png(3, 3));
-    const auto downloader = IconDownloader::instance();
-    const FinishedCounter finished(*downloader);
+    Icons icons;
+    icons.server.serve("/other.png", ImageServer::png(3, 3));
+    const FinishedCounter finished(*icons.downloader);
     const QPointer<QNetworkReply> reply =
-        downloader->findChild<QNetworkAccessManager*>()->get(QNetworkRequest(server.url("/other.png")));
+        icons.downloader->findChild<QNetworkAccessManager*>()->get(QNetworkRequest(icons.server.url("/other.png")));
     REQUIRE(deliverUntil([&] { return finished.count() == 1; }));
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     REQUIRE(reply);
-    downloader->onNetworkRequestFinished(reply);            // which is public
+    icons.downloader->onNetworkRequestFinished(reply);      // which is public
     CHECK(QImage::fromData(reply->readAll()).width() == 3); // nor read
-    CHECK_FALSE(QFile::exists(downloader->iconPath(server.url("/other.png"))));
+    CHECK_FALSE(QFile::exists(icons.pathOf("/other.png")));
 }
 
 TEST_CASE("icon downloader: addresses are fetched side by side")
 {
-    const TemporaryFolder folder;
-    ImageServer server;
-    server.serve("/a.png", ImageServer::png(3, 3));
-    server.serve("/b.png", ImageServer::png(4, 4));
-    const auto downloader = IconDownloader::instance();
-    auto a = downloader->getUserIcon(server.url("/a.png"));
-    auto b = downloader->getUserIcon(server.url("/b.png"));
+    Icons icons;
+    icons.server.serve("/a.png", ImageServer::png(3, 3));
+    icons.server.serve("/b.png", ImageServer::png(4, 4));
+    auto a = icons.ask("/a.png");
+    auto b = icons.ask("/b.png");
     REQUIRE(deliverUntil([&] { return a.isReady() && b.isReady(); }));
     CHECK(QImage(std::move(a).get()).width() == 3);
     CHECK(QImage(std::move(b).get()).width() == 4);
 }
 
-TEST_CASE("icon downloader: an answer that is no picture is never told, and the address stays taken")
+TEST_CASE("icon downloader: an answer that is no picture is never told, a redirect not followed, and the address stays taken")
 {
-    const TemporaryFolder folder;
-    ImageServer server;
-    server.serve("/qr.png", "<html>no picture</html>");
-    const auto downloader = IconDownloader::instance();
-    const FinishedCounter finished(*downloader);
-    auto future = downloader->getUserIcon(server.url("/qr.png"));
-    REQUIRE(deliverUntil([&] { return finished.count() == 1; }));
-    CHECK_FALSE(future.isReady());
-    CHECK_FALSE(QFile::exists(downloader->iconPath(server.url("/qr.png"))));
-    CHECK_THROWS_WITH_AS((void)downloader->getUserIcon(server.url("/qr.png")), "Future already retrieved", std::logic_error);
-}
-
-TEST_CASE("icon downloader: a redirect is not followed")
-{
-    const TemporaryFolder folder;
-    ImageServer server;
-    server.serveRaw("/qr.png", "HTTP/1.1 302 Found\r\nLocation: /other.png\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
-    const auto downloader = IconDownloader::instance();
-    const FinishedCounter finished(*downloader);
-    auto future = downloader->getUserIcon(server.url("/qr.png"));
-    REQUIRE(deliverUntil([&] { return finished.count() == 1; }));
-    CHECK_FALSE(future.isReady());
-    CHECK(server.requests().size() == 1);
+    for (const QByteArray& answer :
+         {QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 23\r\nConnection: close\r\n\r\n<html>no picture</html>"),
+          QByteArray("HTTP/1.1 302 Found\r\nLocation: /other.png\r\nContent-Length: 0\r\nConnection: close\r\n\r\n")}) {
+        CAPTURE(answer.toStdString());
+        Icons icons;
+        icons.server.serveRaw("/qr.png", answer);
+        const auto future = icons.fetchUnfulfilled();
+        CHECK_FALSE(future.isReady());
+        CHECK_FALSE(QFile::exists(icons.pathOf()));
+        CHECK(icons.server.requests().size() == 1);
+        icons.checkTaken();
+    }
 }
 
 TEST_CASE("icon downloader: the format of a picture is found in its bytes, that of the file in its suffix")
 {
-    const TemporaryFolder folder;
-    ImageServer server;
-    server.serve("/qr.jpg", ImageServer::png(8, 8));
-    const auto downloader = IconDownloader::instance();
-    auto future = downloader->getUserIcon(server.url("/qr.jpg"));
-    REQUIRE(deliverUntil([&] { return future.isReady(); }));
-    QFile file(std::move(future).get());
+    Icons icons;
+    icons.server.serve("/qr.jpg", ImageServer::png(8, 8));
+    QFile file(icons.fetch("/qr.jpg").get());
     REQUIRE(file.open(QIODevice::ReadOnly));
     CHECK(file.read(2) == QByteArray("\xff\xd8"));
 }
 
 TEST_CASE("icon downloader: a path is told also where the picture could not be stored")
 {
-    const TemporaryFolder folder;
-    ImageServer server;
-    server.serve("/qr.svg", ImageServer::png(8, 8));
-    const auto downloader = IconDownloader::instance();
-    auto future = downloader->getUserIcon(server.url("/qr.svg"));
-    REQUIRE(deliverUntil([&] { return future.isReady(); }));
-    const QString path = std::move(future).get();
-    CHECK(path == downloader->iconPath(server.url("/qr.svg")));
+    Icons icons;
+    icons.server.serve("/qr.svg", ImageServer::png(8, 8));
+    const QString path = icons.fetch("/qr.svg").get();
+    CHECK(path == icons.pathOf("/qr.svg"));
     CHECK_FALSE(QFile::exists(path));
 }
 
@@ -372,63 +357,55 @@ TEST_CASE("icon downloader: the instance is shared while it is held, and made an
 
 TEST_CASE("icon downloader: a downloader that goes during a download breaks its promise")
 {
-    const TemporaryFolder folder;
-    ImageServer server;
-    server.hold("/qr.png");
-    auto downloader = IconDownloader::instance();
-    auto future = downloader->getUserIcon(server.url("/qr.png"));
-    REQUIRE(TestSupport::pumpUntil([&] { return server.requests().size() == 1; }));
-    downloader.reset();
+    Icons icons;
+    icons.server.hold("/qr.png");
+    auto future = icons.ask();
+    REQUIRE(TestSupport::pumpUntil([&] { return icons.server.requests().size() == 1; }));
+    icons.downloader.reset();
     CHECK(failureOf<std::logic_error>(future) == "Broken promise for type name `QString`");
 }
 
 TEST_CASE("icon downloader: the slot fulfils before it returns, then removes the entry, for a picture and for an error")
 {
-    const TemporaryFolder folder;
-    ImageServer server;
-    const auto downloader = IconDownloader::instance();
-    SUBCASE("a picture")
-    {
-        server.serve("/qr.png", ImageServer::png(3, 3));
+    for (const bool isPicture : {true, false}) {
+        CAPTURE(isPicture);
+        Icons icons;
+        if (isPicture)
+            icons.server.serve("/qr.png", ImageServer::png(3, 3));
+        else
+            icons.server.serveRaw("/qr.png", kNotFound);
+        std::string order;
+        // Connected after the downloader, so called after its slot.
+        QObject::connect(icons.downloader->findChild<QNetworkAccessManager*>(), &QNetworkAccessManager::finished,
+                         icons.downloader.get(), [&] { order += "returned "; });
+        auto future = icons.ask().thenTry([&](folly::Try<QString>&&) {
+            order += "fulfilled ";
+            // Its entry is still there.
+            if (!QFile::exists(icons.pathOf()))
+                CHECK_THROWS_AS((void)icons.ask(), std::logic_error);
+        });
+        REQUIRE(deliverUntil([&] { return future.isReady(); }));
+        CHECK(order == "fulfilled returned ");
+        CHECK_NOTHROW((void)icons.ask());
     }
-    SUBCASE("an error")
-    {
-        server.serveRaw("/qr.png", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
-    }
-    std::string order;
-    // Connected after the downloader, so called after its slot.
-    QObject::connect(downloader->findChild<QNetworkAccessManager*>(), &QNetworkAccessManager::finished, downloader.get(),
-                     [&] { order += "returned "; });
-    auto future = downloader->getUserIcon(server.url("/qr.png")).thenTry([&](folly::Try<QString>&&) {
-        order += "fulfilled ";
-        // Its entry is still there.
-        if (!QFile::exists(downloader->iconPath(server.url("/qr.png"))))
-            CHECK_THROWS_AS((void)downloader->getUserIcon(server.url("/qr.png")), std::logic_error);
-    });
-    REQUIRE(deliverUntil([&] { return future.isReady(); }));
-    CHECK(order == "fulfilled returned ");
-    CHECK_NOTHROW((void)downloader->getUserIcon(server.url("/qr.png")));
 }
 
 TEST_CASE("icon downloader: a continuation may drop the last pointer to the downloader")
 {
-    const TemporaryFolder folder;
-    ImageServer server;
-    SUBCASE("a picture")
-    {
-        server.serve("/qr.png", ImageServer::png(3, 3));
+    for (const bool isPicture : {true, false}) {
+        CAPTURE(isPicture);
+        Icons icons;
+        if (isPicture)
+            icons.server.serve("/qr.png", ImageServer::png(3, 3));
+        else
+            icons.server.serveRaw("/qr.png", kNotFound);
+        const std::weak_ptr<IconDownloader> weak = icons.downloader;
+        auto future = icons.ask().thenTry([&](folly::Try<QString>&&) {
+            icons.downloader.reset();
+            CHECK_FALSE(weak.expired()); // the slot keeps it
+        });
+        REQUIRE(deliverUntil([&] { return future.isReady(); }));
+        CHECK(Bedrock::AfterUpdateQueue::instance().drain() == 1);
+        CHECK(weak.expired());
     }
-    SUBCASE("an error")
-    {
-        server.serveRaw("/qr.png", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
-    }
-    auto downloader = IconDownloader::instance();
-    const std::weak_ptr<IconDownloader> weak = downloader;
-    auto future = downloader->getUserIcon(server.url("/qr.png")).thenTry([&](folly::Try<QString>&&) {
-        downloader.reset();
-        CHECK_FALSE(weak.expired()); // the slot keeps it
-    });
-    REQUIRE(deliverUntil([&] { return future.isReady(); }));
-    CHECK(Bedrock::AfterUpdateQueue::instance().drain() == 1);
-    CHECK(weak.expired());
 }

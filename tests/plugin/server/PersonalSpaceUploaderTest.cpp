@@ -73,6 +73,34 @@ struct Uploads
     }
 };
 
+/// A card whose page is asked for, with a server of its QR picture.
+struct PageUploads : Uploads
+{
+    const PluginTest::TemporaryFolder folder;
+    ImageServer images;
+    const QString qrAddress = images.url("/qr.png").toString();
+
+    PageUploads() { images.hold("/qr.png"); }
+    [[nodiscard]] PersonalSpaceContents::UserPage page() const { return contents->userPage(); }
+    /// Asks for the page; the answer names it and its QR picture, if these are not empty.
+    void answerPage(const QString& url, const QString& qrCode, const QJsonValue& success = true)
+    {
+        uploader.updateUserPage();
+        QJsonObject reply{{"success", success}};
+        if (!url.isEmpty())
+            reply["userpageurl"] = url;
+        if (!qrCode.isEmpty())
+            reply["qrcodeurl"] = qrCode;
+        answer(commands().size() - 1, reply);
+    }
+    /// Announces that the QR picture of `address` will not be there.
+    void expectNoPicture(const std::string& address, const std::string& why) const
+    {
+        expectWarning("PersonalSpaceUploader # Failed to download QR icon for marker " + std::to_string(code) + " from " + address
+                      + " : " + why);
+    }
+};
+
 /// A media server whose calls end with an exception.
 class ThrowingServer final : public Tavola::ServiceInstance, public Tavola::JSONServerServiceAPI
 {
@@ -127,7 +155,7 @@ TEST_CASE("uploader: an item without a name is sent with an empty one")
     CHECK(space.commands()[0].contains("displayname"));
 }
 
-TEST_CASE("uploader: an answer waits for the end of a frame, also one that was there at once")
+TEST_CASE("uploader: an answer that was there at once waits for the end of a frame")
 {
     Uploads space;
     space.host.mediaServer().script = [](const QJsonObject&) { return kYes; };
@@ -138,18 +166,21 @@ TEST_CASE("uploader: an answer waits for the end of a frame, also one that was t
     CHECK(space.status(id) == ItemStatus::Uploaded);
 }
 
-TEST_CASE("uploader: an answer of another thread is stored on the main thread")
+TEST_CASE("uploader: what another thread answers is stored on the main thread, after a frame's update")
 {
-    Uploads space;
-    const long id = space.addItem("http://a");
-    space.uploader.uploadItem(id);
-    std::thread::id thread;
-    space.contents->eventAddListener("item-status-changed", [&] { thread = std::this_thread::get_id(); });
-    space.host.mediaServer().answerFromThread(0, kYes);
-    CHECK(space.status(id) == ItemStatus::Uploading);
-    space.host.frame();
-    CHECK(space.status(id) == ItemStatus::Uploaded);
-    CHECK(thread == std::this_thread::get_id());
+    for (const bool isUpload : {true, false}) {
+        CAPTURE(isUpload);
+        Uploads space;
+        const long id = space.addItem("http://a", isUpload ? ItemStatus::Ready : ItemStatus::Uploaded);
+        isUpload ? space.uploader.uploadItem(id) : space.uploader.removeItem(id);
+        std::thread::id thread;
+        space.contents->eventAddListener("item-status-changed", [&] { thread = std::this_thread::get_id(); });
+        space.host.mediaServer().answerFromThread(0, kYes);
+        CHECK(space.status(id) == (isUpload ? ItemStatus::Uploading : ItemStatus::Uploaded));
+        space.host.frame();
+        CHECK(space.status(id) == (isUpload ? ItemStatus::Uploaded : ItemStatus::Ready));
+        CHECK(thread == std::this_thread::get_id());
+    }
 }
 
 TEST_CASE("uploader: an item that is Pending, Uploading or Uploaded is not sent")
@@ -255,13 +286,13 @@ TEST_CASE("uploader: a request that fails, in whatever way, is one warning with 
             const long id = space.addItem("http://a", request.before);
             space.contents->setUserPage({"http://old", "/old.png"});
             const std::size_t logged = TestSupport::loggedLines().size();
+            expectWarning(request.prefix + cause.text);
             cause.prepare(space.host);
             CHECK_NOTHROW(request.send(space.uploader, id));
             cause.fail(space.host);
             CHECK(space.status(id) == request.sent);
             CHECK(space.contents->userPage().url == "http://old");
             CHECK(TestSupport::loggedLines().size() == logged);
-            expectWarning(request.prefix + cause.text);
             space.host.frame();
             CHECK(space.contents->items().count(id) == 1);
             CHECK(space.status(id) == request.after);
@@ -326,37 +357,16 @@ TEST_CASE("uploader: only an Uploaded item is deleted on the server")
     CHECK(space.commands()[0] == deleteItemCommand(space.code, "filename", "gone.png"));
 }
 
-TEST_CASE("uploader: a confirmed delete makes an item that is still there Ready again")
+TEST_CASE("uploader: a confirmed delete makes an item that is still there Ready again, confirmed by the value or the text true")
 {
-    Uploads space;
-    const long id = space.addItem("http://a", ItemStatus::Uploaded);
-    space.uploader.removeItem(id);
-    CHECK(space.status(id) == ItemStatus::Uploaded);
-    space.answer(0, kYes);
-    CHECK(space.status(id) == ItemStatus::Ready);
-}
-
-TEST_CASE("uploader: the text true confirms a delete as well as the value does")
-{
-    Uploads space;
-    const long id = space.addItem("http://a", ItemStatus::Uploaded);
-    space.uploader.removeItem(id);
-    space.answer(0, {{"success", "true"}});
-    CHECK(space.status(id) == ItemStatus::Ready);
-}
-
-TEST_CASE("uploader: a delete that another thread confirms is stored on the main thread, after a frame's update")
-{
-    Uploads space;
-    const long id = space.addItem("http://a", ItemStatus::Uploaded);
-    space.uploader.removeItem(id);
-    std::thread::id thread;
-    space.contents->eventAddListener("item-status-changed", [&] { thread = std::this_thread::get_id(); });
-    space.host.mediaServer().answerFromThread(0, kYes);
-    CHECK(space.status(id) == ItemStatus::Uploaded);
-    space.host.frame();
-    CHECK(space.status(id) == ItemStatus::Ready);
-    CHECK(thread == std::this_thread::get_id());
+    for (const QJsonObject& yes : {kYes, QJsonObject{{"success", "true"}}}) {
+        Uploads space;
+        const long id = space.addItem("http://a", ItemStatus::Uploaded);
+        space.uploader.removeItem(id);
+        CHECK(space.status(id) == ItemStatus::Uploaded);
+        space.answer(0, yes);
+        CHECK(space.status(id) == ItemStatus::Ready);
+    }
 }
 
 TEST_CASE("uploader: a delete that is refused at once is logged with the frame, not inside the call")
@@ -411,135 +421,96 @@ TEST_CASE("uploader: the request for the user page names the card")
     CHECK(space.commands()[0] == QJsonObject{{"command", "getuserpage"}, {"tessel", double(space.code)}});
 }
 
-TEST_CASE("uploader: the page is stored first, its QR picture when it is there")
+TEST_CASE("uploader: the page is stored first, its QR picture when it is there, also for a page without an address")
 {
-    const PluginTest::TemporaryFolder folder;
-    Uploads space;
-    ImageServer images;
-    images.serve("/qr.png", ImageServer::png(7, 7));
-    EventLog log;
-    log.listen(*space.contents, "user-page-changed", EventLog::Payload::None);
-    space.uploader.updateUserPage();
-    space.answer(0, {{"success", true}, {"userpageurl", "http://pages/p/1"}, {"qrcodeurl", images.url("/qr.png").toString()}});
-    CHECK(space.contents->userPage().url == "http://pages/p/1");
-    CHECK(space.contents->userPage().qrIcon.isEmpty());
-    REQUIRE(space.host.frameUntil([&] { return !space.contents->userPage().qrIcon.isEmpty(); }));
-    CHECK(QFile::exists(space.contents->userPage().qrIcon));
-    CHECK(space.contents->userPage().url == "http://pages/p/1");
-    CHECK(log.lines.size() == 2);
+    for (const char* url : {"http://pages/p/1", ""}) {
+        CAPTURE(url);
+        PageUploads space;
+        space.images.serve("/qr.png", ImageServer::png(7, 7));
+        space.contents->setUserPage({"http://old", "/old.png"});
+        EventLog log;
+        log.listen(*space.contents, "user-page-changed", EventLog::Payload::None);
+        space.answerPage(url, space.qrAddress);
+        CHECK(space.page().url == url);
+        CHECK(space.page().qrIcon.isEmpty());
+        REQUIRE(space.host.frameUntil([&] { return !space.page().qrIcon.isEmpty(); }));
+        CHECK(QFile::exists(space.page().qrIcon));
+        CHECK(space.page().url == url);
+        CHECK(log.lines.size() == 2);
+        CHECK(space.images.requests() == std::vector<QString>{"/qr.png"});
+    }
 }
 
 TEST_CASE("uploader: the text true gives a page as well as the value does")
 {
-    const PluginTest::TemporaryFolder folder;
-    Uploads space;
-    ImageServer images;
-    images.hold("/qr.png");
-    space.uploader.updateUserPage();
-    space.answer(0, {{"success", "true"}, {"userpageurl", "http://pages/p/1"}, {"qrcodeurl", images.url("/qr.png").toString()}});
-    CHECK(space.contents->userPage().url == "http://pages/p/1");
+    PageUploads space;
+    space.answerPage("http://pages/p/1", space.qrAddress, "true");
+    CHECK(space.page().url == "http://pages/p/1");
 }
 
 TEST_CASE("uploader: a page begins without a picture, whatever the page before had")
 {
-    const PluginTest::TemporaryFolder folder;
-    Uploads space;
-    ImageServer images;
-    images.hold("/qr.png");
-    SUBCASE("another page")
-    {
-        space.contents->setUserPage({"http://pages/p/1", "/one.png"});
+    for (const char* before : {"http://pages/p/1", "http://pages/p/2"}) {
+        CAPTURE(before);
+        PageUploads space;
+        space.contents->setUserPage({before, "/before.png"});
+        space.answerPage("http://pages/p/2", space.qrAddress);
+        CHECK(space.page().url == "http://pages/p/2");
+        CHECK(space.page().qrIcon.isEmpty());
     }
-    SUBCASE("the same page again")
-    {
-        space.contents->setUserPage({"http://pages/p/2", "/two.png"});
+}
+
+TEST_CASE("uploader: a QR picture that cannot be downloaded leaves the page without one, and is logged as the server wrote it")
+{
+    for (const bool hasScheme : {true, false}) {
+        CAPTURE(hasScheme);
+        PageUploads space;
+        const std::size_t logged = TestSupport::loggedLines().size();
+        space.images.serveRaw("/qr.png", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+        const QString written = hasScheme ? space.qrAddress : space.qrAddress.mid(int(qstrlen("http://")));
+        space.expectNoPicture(written.toStdString(), ImageServer::networkErrorText(space.images.url("/qr.png")));
+        space.answerPage("http://pages/p/1", written);
+        CHECK(space.host.frameUntil([&] { return TestSupport::loggedLines().size() > logged; }));
+        CHECK(space.page().url == "http://pages/p/1");
+        CHECK(space.page().qrIcon.isEmpty());
+        CHECK(space.images.requests() == std::vector<QString>{"/qr.png", "/qr.png"}); // the first one is the test's
     }
-    space.uploader.updateUserPage();
-    space.answer(0, {{"success", true}, {"userpageurl", "http://pages/p/2"}, {"qrcodeurl", images.url("/qr.png").toString()}});
-    CHECK(space.contents->userPage().url == "http://pages/p/2");
-    CHECK(space.contents->userPage().qrIcon.isEmpty());
-}
-
-TEST_CASE("uploader: a success without a page's address is an empty page, and its picture is requested all the same")
-{
-    const PluginTest::TemporaryFolder folder;
-    Uploads space;
-    ImageServer images;
-    images.serve("/qr.png", ImageServer::png(7, 7));
-    space.contents->setUserPage({"http://old", "/old.png"});
-    space.uploader.updateUserPage();
-    space.answer(0, {{"success", true}, {"qrcodeurl", images.url("/qr.png").toString()}});
-    CHECK(space.contents->userPage().url.isEmpty());
-    CHECK(space.contents->userPage().qrIcon.isEmpty());
-    REQUIRE(space.host.frameUntil([&] { return !space.contents->userPage().qrIcon.isEmpty(); }));
-    CHECK(QFile::exists(space.contents->userPage().qrIcon));
-    CHECK(space.contents->userPage().url.isEmpty());
-    CHECK(images.requests() == std::vector<QString>{"/qr.png"});
-}
-
-TEST_CASE("uploader: a QR picture that cannot be downloaded leaves the page without one")
-{
-    const PluginTest::TemporaryFolder folder;
-    Uploads space;
-    ImageServer images;
-    images.serveRaw("/qr.png", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
-    const QString address = images.url("/qr.png").toString();
-    space.uploader.updateUserPage();
-    bool logged = false;
-    expectWarning("PersonalSpaceUploader # Failed to download QR icon for marker " + std::to_string(space.code) + " from "
-                  + address.toStdString() + " : " + ImageServer::networkErrorText(images.url("/qr.png")));
-    space.answer(0, {{"success", true}, {"userpageurl", "http://pages/p/1"}, {"qrcodeurl", address}});
-    logged = space.host.frameUntil([] { return !TestSupport::loggedLines().empty(); });
-    CHECK(logged);
-    CHECK(space.contents->userPage().url == "http://pages/p/1");
-    CHECK(space.contents->userPage().qrIcon.isEmpty());
-}
-
-TEST_CASE("uploader: a QR address without a scheme is requested with one, and logged as the server wrote it")
-{
-    const PluginTest::TemporaryFolder folder;
-    Uploads space;
-    ImageServer images;
-    images.serveRaw("/qr.png", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
-    const std::string asked = images.url("/qr.png").toString().toStdString();
-    const std::string written = asked.substr(std::string("http://").size());
-    space.uploader.updateUserPage();
-    expectWarning("PersonalSpaceUploader # Failed to download QR icon for marker " + std::to_string(space.code) + " from "
-                  + written + " : " + ImageServer::networkErrorText(images.url("/qr.png")));
-    space.answer(0, {{"success", true}, {"userpageurl", "http://pages/p/1"}, {"qrcodeurl", QString::fromStdString(written)}});
-    CHECK(space.host.frameUntil([] { return !TestSupport::loggedLines().empty(); }));
-    CHECK(images.requests() == std::vector<QString>{"/qr.png", "/qr.png"}); // the first one is the test's
 }
 
 TEST_CASE("uploader: an answer without a QR address keeps the page and logs the missing picture")
 {
-    const PluginTest::TemporaryFolder folder;
-    Uploads space;
-    space.uploader.updateUserPage();
-    expectWarning("PersonalSpaceUploader # Failed to download QR icon for marker " + std::to_string(space.code)
-                  + " from  : " + ImageServer::networkErrorText(QUrl()));
-    space.answer(0, {{"success", true}, {"userpageurl", "http://pages/p/1"}});
+    PageUploads space;
+    space.expectNoPicture("", ImageServer::networkErrorText(QUrl()));
+    space.answerPage("http://pages/p/1", {});
     CHECK(space.host.frameUntil([] { return !TestSupport::loggedLines().empty(); }));
-    CHECK(space.contents->userPage().url == "http://pages/p/1");
+    CHECK(space.page().url == "http://pages/p/1");
 }
 
 TEST_CASE("uploader: a QR picture for a page that is no longer the person's is dropped in silence")
 {
-    const PluginTest::TemporaryFolder folder;
-    Uploads space;
-    ImageServer images;
-    images.serve("/qr.png", ImageServer::png(7, 7));
+    PageUploads space;
+    space.images.serve("/qr.png", ImageServer::png(7, 7));
     const auto downloader = IconDownloader::instance();
-    space.uploader.updateUserPage();
-    space.answer(0, {{"success", true}, {"userpageurl", "http://pages/p/1"}, {"qrcodeurl", images.url("/qr.png").toString()}});
+    space.answerPage("http://pages/p/1", space.qrAddress);
     space.contents->setUserPage({"http://pages/p/2", "/two.png"});
     EventLog log;
     log.listen(*space.contents, "user-page-changed", EventLog::Payload::None);
-    REQUIRE(space.host.frameUntil([&] { return QFile::exists(downloader->iconPath(images.url("/qr.png"))); }));
+    REQUIRE(space.host.frameUntil([&] { return QFile::exists(downloader->iconPath(space.qrAddress)); }));
     space.host.frames(2);
-    CHECK(space.contents->userPage().url == "http://pages/p/2");
-    CHECK(space.contents->userPage().qrIcon == "/two.png");
+    CHECK(space.page().url == "http://pages/p/2");
+    CHECK(space.page().qrIcon == "/two.png");
     CHECK(log.lines.empty());
+}
+
+TEST_CASE("uploader: a second download of one QR address is a warning and leaves the page as it is")
+{
+    PageUploads space;
+    space.answerPage("http://pages/p/1", space.qrAddress);
+    space.expectNoPicture(space.qrAddress.toStdString(), "Future already retrieved");
+    space.answerPage("http://pages/p/1", space.qrAddress);
+    space.host.frame();
+    CHECK(TestSupport::loggedLines().size() == 1);
+    CHECK(space.page().url == "http://pages/p/1");
 }
 
 TEST_CASE("uploader: a second download of one QR address is a warning and leaves the page as it is")
