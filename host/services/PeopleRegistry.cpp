@@ -53,9 +53,8 @@ bool enter(SqliteTransaction& writing, const char* verb, const std::vector<Perso
     const QString statement =
         QLatin1String(verb) + QStringLiteral(" INTO people (code, name, email, content_key, kind) VALUES (?, ?, ?, ?, ?)");
     for (const Person& person : people)
-        if (!writing.run(statement, {QString::number(person.code), person.name, person.email, person.contentKey, person.kind}))
-            return false;
-    return true;
+        writing.run(statement, {QString::number(person.code), person.name, person.email, person.contentKey, person.kind});
+    return bool(writing);
 }
 }
 
@@ -107,8 +106,8 @@ std::optional<std::vector<Person>> PeopleRegistry::people() const
 {
     std::vector<Person> result;
     SqliteTransaction reading(m_path, SqliteTransaction::Kind::Read, warning("read", m_path));
-    const bool isRead = reading.run(QLatin1String(kColumns) + QStringLiteral(" ORDER BY length(code), code"))
-        && reading.forEachRow([&result](const QSqlQuery& row) { result.push_back(personOf(row)); });
+    const bool isRead = reading.run(QLatin1String(kColumns) + QStringLiteral(" ORDER BY length(code), code"), {},
+                                    [&result](const QSqlQuery& row) { result.push_back(personOf(row)); });
     return isRead ? std::optional(std::move(result)) : std::nullopt;
 }
 
@@ -116,8 +115,8 @@ std::optional<Person> PeopleRegistry::person(unsigned long code) const
 {
     std::optional<Person> result;
     SqliteTransaction reading(m_path, SqliteTransaction::Kind::Read, warning("read", m_path));
-    const bool isRead = reading.run(QLatin1String(kColumns) + QStringLiteral(" WHERE code = ?"), {QString::number(code)})
-        && reading.forEachRow([&result](const QSqlQuery& row) { result = personOf(row); });
+    const bool isRead = reading.run(QLatin1String(kColumns) + QStringLiteral(" WHERE code = ?"), {QString::number(code)},
+                                    [&result](const QSqlQuery& row) { result = personOf(row); });
     return isRead ? result : std::nullopt;
 }
 
@@ -125,7 +124,7 @@ bool PeopleRegistry::beginWith(const std::vector<Person>& people)
 {
     SqliteTransaction writing(m_path, SqliteTransaction::Kind::Write, warning("write", m_path));
     bool isUsed = false;
-    if (!writing.run(QLatin1String(kAnyEver)) || !writing.forEachRow([&isUsed](const QSqlQuery&) { isUsed = true; }))
+    if (!writing.run(QLatin1String(kAnyEver), {}, [&isUsed](const QSqlQuery&) { isUsed = true; }))
         return false;
     return isUsed || (enter(writing, "INSERT", people) && writing.commit());
 }
@@ -156,10 +155,9 @@ std::optional<Person> PeopleRegistry::registerOwner(unsigned long code, const QS
         || writing.changedRows() != 1)
         return std::nullopt;
     std::optional<Person> person;
-    if (!writing.run(QLatin1String(kColumns) + QStringLiteral(" WHERE code = ?"), {number})
-        || !writing.forEachRow([&person](const QSqlQuery& row) { person = personOf(row); }) || !writing.commit())
-        return std::nullopt;
-    return person;
+    writing.run(QLatin1String(kColumns) + QStringLiteral(" WHERE code = ?"), {number},
+                [&person](const QSqlQuery& row) { person = personOf(row); });
+    return writing.commit() ? person : std::nullopt;
 }
 
 bool PeopleRegistry::remove(const std::vector<unsigned long>& codes, std::optional<unsigned long>& unknown)

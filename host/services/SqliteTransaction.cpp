@@ -26,7 +26,7 @@ SqliteTransaction::~SqliteTransaction()
         m_query.exec(QStringLiteral("ROLLBACK"));
 }
 
-bool SqliteTransaction::run(const QString& statement, std::initializer_list<QVariant> values)
+bool SqliteTransaction::run(const QString& statement, std::initializer_list<QVariant> values, const RowHandler& eachRow)
 {
     if (!*this)
         return false;
@@ -38,15 +38,10 @@ bool SqliteTransaction::run(const QString& statement, std::initializer_list<QVar
         const bool isAbsent = value.type() == QVariant::String && value.isNull();
         m_query.addBindValue(isAbsent ? QVariant(QStringLiteral("")) : value);
     }
-    return m_query.exec() || fail(m_query.lastError());
-}
-
-bool SqliteTransaction::forEachRow(const std::function<void(const QSqlQuery& row)>& handle)
-{
-    if (!*this)
-        return false;
-    while (m_query.next())
-        handle(m_query);
+    if (!m_query.exec())
+        return fail(m_query.lastError());
+    while (eachRow && m_query.next())
+        eachRow(m_query);
     return !m_query.lastError().isValid() || fail(m_query.lastError());
 }
 

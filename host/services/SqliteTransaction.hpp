@@ -15,9 +15,11 @@ namespace Host
 /// Used on the thread that made it.
 ///
 ///     SqliteTransaction writing(path, SqliteTransaction::Kind::Write, warn);
-///     return writing && writing.run(QStringLiteral("DELETE FROM people WHERE code = ?"), {code}) && writing.commit();
+///     writing.run("DELETE FROM people WHERE code = ?", {code});
+///     return writing.commit();
 ///
-/// The first failure is reported, in SQLite's words; every call after it fails without a report.
+/// The first failure is reported, in SQLite's words; every call after it does nothing and fails without a report. So a caller
+/// need only check the last one.
 class SqliteTransaction
 {
 public:
@@ -27,6 +29,7 @@ public:
     };
     /// Called with the reason, at most once for each transaction.
     using Report = std::function<void(const QString& reason)>;
+    using RowHandler = std::function<void(const QSqlQuery& row)>;
 
     SqliteTransaction(const QString& path, Kind kind, Report report);
     ~SqliteTransaction();
@@ -35,13 +38,12 @@ public:
 
     /// True from the beginning on, until a call fails.
     explicit operator bool() const noexcept { return m_isOpen && !m_hasFailed; }
-    /// Runs a statement with `values` for its "?". A null QString is stored as the empty text.
-    [[nodiscard]] bool run(const QString& statement, std::initializer_list<QVariant> values = {});
-    /// Calls the function for every row of the last statement. False when not all could be read.
-    [[nodiscard]] bool forEachRow(const std::function<void(const QSqlQuery& row)>& handle);
-    /// How many rows the last statement changed.
+    /// Runs a statement with `values` for its "?", and calls `eachRow` for every row that it gives. A null QString is stored as
+    /// the empty text. False when it fails, or when not all rows could be read.
+    bool run(const QString& statement, std::initializer_list<QVariant> values = {}, const RowHandler& eachRow = {});
+    /// How many rows the last statement changed; for one that has not failed.
     [[nodiscard]] int changedRows() const { return m_query.numRowsAffected(); }
-    /// The number of the row that the last statement inserted.
+    /// The number of the row that the last statement inserted; for one that has not failed.
     [[nodiscard]] qint64 insertedId() const { return m_query.lastInsertId().toLongLong(); }
     /// What an operator can do about the failure, if there was one.
     [[nodiscard]] const QString& remedy() const noexcept { return m_remedy; }

@@ -19,47 +19,32 @@ namespace
 {
 constexpr qint64 kLargestTemplate = 1 << 20;
 
-class EntryReader : public Tavola::JsonEntries
+/// The absolute path of an existing file that an entry names, or empty.
+QString fileOf(const Tavola::JsonEntries& entries, const char* key, const QString& folder)
 {
-public:
-    EntryReader(const QJsonObject& entry, const QString& folder, const MailSettings::Report& report)
-        : JsonEntries(entry, QString(), report), m_folder(folder)
-    {
-    }
+    const QString given = entries.text(key);
+    const QString path = QDir::cleanPath(QDir(folder).absoluteFilePath(given));
+    if (!given.isEmpty() && QFileInfo(path).isFile())
+        return path;
+    if (!given.isEmpty())
+        entries.skip(key, QStringLiteral("there is no file ") + path);
+    return {};
+}
 
-    /// The absolute path of an existing file, or empty.
-    QString file(const char* key) const
-    {
-        const QString given = text(key);
-        if (given.isEmpty())
-            return {};
-        const QString path = QDir::cleanPath(QDir(m_folder).absoluteFilePath(given));
-        if (QFileInfo(path).isFile())
-            return path;
-        skip(key, QStringLiteral("there is no file ") + path);
+QString contentsOf(const Tavola::JsonEntries& entries, const char* key, const QString& folder)
+{
+    const QString path = fileOf(entries, key, folder);
+    QFile source(path);
+    if (path.isEmpty())
         return {};
-    }
-
-    QString contents(const char* key) const
-    {
-        const QString path = file(key);
-        if (path.isEmpty())
-            return {};
-        QFile source(path);
-        if (!source.open(QIODevice::ReadOnly)) {
-            skip(key, QStringLiteral("cannot read %1 (%2)").arg(path, source.errorString()));
-            return {};
-        }
-        if (source.size() > kLargestTemplate) {
-            skip(key, QStringLiteral("%1 is longer than 1 MiB").arg(path));
-            return {};
-        }
+    if (!source.open(QIODevice::ReadOnly))
+        entries.skip(key, QStringLiteral("cannot read %1 (%2)").arg(path, source.errorString()));
+    else if (source.size() > kLargestTemplate)
+        entries.skip(key, QStringLiteral("%1 is longer than 1 MiB").arg(path));
+    else
         return QString::fromUtf8(source.readAll()).replace(QLatin1String("\r\n"), QLatin1String("\n"));
-    }
-
-private:
-    const QString& m_folder;
-};
+    return {};
+}
 }
 
 bool MailSettings::isMailServer(const QString& text)
@@ -79,7 +64,7 @@ bool MailSettings::isOpenToListeners() const
 
 std::optional<MailSettings> MailSettings::read(const QJsonObject& entry, const QString& folder, const Report& report)
 {
-    const EntryReader reader(entry, folder, report);
+    const Tavola::JsonEntries reader(entry, QString(), report);
     reader.checkKnown({"name",
                        "server",
                        "startTls",
@@ -126,11 +111,11 @@ std::optional<MailSettings> MailSettings::read(const QJsonObject& entry, const Q
     else if (startTls != QLatin1String("required"))
         report(QStringLiteral("startTls"), QStringLiteral("expected \"required\", \"if-offered\" or \"never\""));
 
-    settings.caFile = reader.file("caFile");
-    settings.credentialsFile = reader.file("credentials");
+    settings.caFile = fileOf(reader, "caFile", folder);
+    settings.credentialsFile = fileOf(reader, "credentials", folder);
     settings.subject = reader.text("subject", QStringLiteral("What you collected"));
-    settings.textTemplate = reader.contents("template");
-    settings.htmlTemplate = reader.contents("htmlTemplate");
+    settings.textTemplate = contentsOf(reader, "template", folder);
+    settings.htmlTemplate = contentsOf(reader, "htmlTemplate", folder);
     settings.filesAddress = reader.text("filesAddress");
     if (!settings.filesAddress.isEmpty() && !settings.filesAddress.endsWith(QLatin1Char('/')))
         settings.filesAddress += QLatin1Char('/');

@@ -11,116 +11,119 @@
 #include <QUrl>
 #include <QUuid>
 
+#include <algorithm>
+
 namespace Host
 {
 namespace
 {
+using MailComposer::Letter;
+
 QString megabytes(qint64 bytes)
 {
     return QString::number(double(bytes) / 1e6, 'f', 1);
 }
+
+/// Why a letter can never be sent; empty when it can.
+QString fault(const Letter& letter)
+{
+    if (letter.recipients.empty())
+        return QStringLiteral("the message has no recipient");
+    QStringList addresses{letter.sender.address};
+    for (const auto& recipient : letter.recipients)
+        addresses << recipient.address.address;
+    const auto wrong = std::find_if_not(addresses.begin(), addresses.end(), MailText::isAddress);
+    return wrong == addresses.end() ? QString() : QStringLiteral("\"%1\" is no e-mail address").arg(MailText::oneLine(*wrong));
+}
 }
 
-MailJob::MailJob(const Tavola::EmailMessage& message)
-    : subject(message.subject()), sender(message.sender()), content(message.content), recipients(message.recipients()),
-      attachments(message.attachments())
+Letter MessageIntake::letter(const Tavola::EmailMessage& message)
 {
-    for (auto& recipient : recipients)
+    Letter letter;
+    letter.subject = message.subject();
+    letter.sender = message.sender();
+    letter.text = message.content;
+    letter.recipients = message.recipients();
+    letter.attachments = message.attachments();
+    for (auto& recipient : letter.recipients)
         recipient.address.address = recipient.address.address.trimmed();
+    for (auto& attachment : letter.attachments)
+        attachment.fileName = MailText::oneLine(attachment.fileName);
+    return letter;
 }
 
-bool MessageIntake::check(const MailJob& job, QString& error)
+bool MessageIntake::accept(Letter letter, OutboxMessage& message, QString& error) const
 {
-    if (job.recipients.empty()) {
-        error = QStringLiteral("the message has no recipient");
+    if (letter.sender.address.isEmpty())
+        letter.sender = m_settings.sender;
+    if (letter.subject.isEmpty())
+        letter.subject = m_settings.subject;
+    error = fault(letter);
+    if (!error.isEmpty())
         return false;
-    }
-    const auto isUsable = [&error](const QString& address) {
-        if (MailText::isAddress(address))
-            return true;
-        error = QStringLiteral("\"%1\" is no e-mail address").arg(MailText::oneLine(address));
-        return false;
-    };
-    for (const auto& recipient : job.recipients)
-        if (!isUsable(recipient.address.address))
-            return false;
-    return job.sender.address.isEmpty() || isUsable(job.sender.address);
-}
-
-bool MessageIntake::accept(const MailJob& job, OutboxMessage& message, QString& error) const
-{
-    if (!check(job, error))
-        return false;
-    const Tavola::EmailAddress& sender = job.sender.address.isEmpty() ? m_settings.sender : job.sender;
-    const QString host = QString::fromLatin1(MailText::plainAddress(sender.address)).section(QLatin1Char('@'), -1);
-    message.messageId = QStringLiteral("<%1@%2>").arg(QUuid::createUuid().toString(QUuid::WithoutBraces), host);
-    message.sender = sender.address;
-    for (const auto& recipient : job.recipients)
+    const QString host = QString::fromLatin1(MailText::plainAddress(letter.sender.address)).section(QLatin1Char('@'), -1);
+    letter.messageId = QStringLiteral("<%1@%2>").arg(QUuid::createUuid().toString(QUuid::WithoutBraces), host);
+    letter.createdMs = message.createdMs;
+    message.messageId = letter.messageId;
+    message.sender = letter.sender.address;
+    for (const auto& recipient : letter.recipients)
         message.recipients.push_back({recipient.address.address, OutboxMessage::Outcome::Open, QString()});
     message.file = OutboxFiles::newName();
 
     // The body names what cannot be read, so a fault found while composing begins it anew.
-    std::vector<QString> faults(job.attachments.size());
-    for (;;) {
-        Plan plan = this->plan(job, faults);
-        plan.letter.messageId = message.messageId;
-        plan.letter.createdMs = message.createdMs;
-        plan.letter.sender = sender;
-        const auto result = MailComposer::compose(plan.letter, m_files.path(message.file));
+    for (QString missing;;) {
+        QStringList notes;
+        const Letter completed = complete(letter, missing, notes);
+        const auto result = MailComposer::compose(completed, m_files.path(message.file));
         if (result.kind == MailComposer::Result::Kind::DiskFault) {
             error = QStringLiteral("the message cannot be kept (%1)").arg(result.words);
             return false;
         }
         if (result.kind == MailComposer::Result::Kind::Done) {
             message.sizeBytes = result.sizeBytes;
-            for (const QString& note : plan.notes)
+            for (const QString& note : notes)
                 Bedrock::Trace::info("MessageIntake # %s", note.toUtf8().constData());
             return true;
         }
-        const std::size_t which = plan.attached[result.attachment];
-        faults[which] = result.words;
+        const auto& device = completed.attachments[result.attachment].device;
+        const auto unreadable = std::find_if(letter.attachments.begin(), letter.attachments.end(),
+                                             [&device](const auto& attachment) { return attachment.device == device; });
         Bedrock::Trace::warning("MessageIntake # Failed to read the attachment %s (%s); the message goes without it",
-                                MailText::oneLine(job.attachments[which].fileName).toUtf8().constData(),
-                                result.words.toUtf8().constData());
+                                unreadable->fileName.toUtf8().constData(), result.words.toUtf8().constData());
+        missing += unreadable->fileName + QLatin1Char('\n');
+        letter.attachments.erase(unreadable);
     }
 }
 
-MessageIntake::Plan MessageIntake::plan(const MailJob& job, const std::vector<QString>& faults) const
+Letter MessageIntake::complete(const Letter& letter, const QString& missing, QStringList& notes) const
 {
-    Plan plan;
-    plan.letter.subject = job.subject.isEmpty() ? m_settings.subject : job.subject;
-    plan.letter.recipients = job.recipients;
+    Letter result = letter;
+    result.attachments.clear();
     QString large;
-    QString missing;
     qint64 total = 0;
-    for (std::size_t i = 0; i < job.attachments.size(); ++i) {
-        auto attachment = job.attachments[i];
-        attachment.fileName = MailText::oneLine(attachment.fileName);
+    for (auto attachment : letter.attachments) {
         const qint64 size = attachment.device->isSequential() ? 0 : attachment.device->size();
-        if (!faults[i].isEmpty()) {
-            missing += attachment.fileName + QLatin1Char('\n');
-        } else if (total + size > m_settings.attachmentLimitBytes) {
+        if (total + size > m_settings.attachmentLimitBytes) {
             large += QStringLiteral("%1 (%2 MB)\n").arg(link(attachment), megabytes(size));
-            plan.notes << QStringLiteral("%1 (%2 MB) is beyond the limit of %3 MB a message; it is sent as a link")
-                              .arg(attachment.fileName, megabytes(size), megabytes(m_settings.attachmentLimitBytes));
-        } else {
-            total += size;
-            if (attachment.fileName.isEmpty())
-                attachment.fileName = QStringLiteral("file");
-            plan.attached.push_back(i);
-            plan.letter.attachments.push_back(attachment);
+            notes << QStringLiteral("%1 (%2 MB) is beyond the limit of %3 MB a message; it is sent as a link")
+                         .arg(attachment.fileName, megabytes(size), megabytes(m_settings.attachmentLimitBytes));
+            continue;
         }
+        total += size;
+        if (attachment.fileName.isEmpty())
+            attachment.fileName = QStringLiteral("file");
+        result.attachments.push_back(std::move(attachment));
     }
     QString addendum;
     if (!large.isEmpty())
         addendum += QLatin1Char('\n') + m_settings.largeFilesText + QLatin1Char('\n') + large;
     if (!missing.isEmpty())
         addendum += QLatin1Char('\n') + m_settings.missingFilesText + QLatin1Char('\n') + missing;
-    plan.letter.text = job.content + addendum;
+    result.text += addendum;
     if (!m_settings.htmlTemplate.isEmpty())
-        plan.letter.html = HtmlBody::compose(
-            {m_settings.htmlTemplate, m_settings.textTemplate, job.content, job.recipients.front().address.name, addendum});
-    return plan;
+        result.html = HtmlBody::compose(
+            {m_settings.htmlTemplate, m_settings.textTemplate, letter.text, letter.recipients.front().address.name, addendum});
+    return result;
 }
 
 QString MessageIntake::link(const Tavola::EmailMessage::Attachment& attachment) const

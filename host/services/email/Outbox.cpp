@@ -44,16 +44,6 @@ OutboxMessage messageOf(const QSqlQuery& row)
     message.sizeBytes = next().toLongLong();
     return message;
 }
-
-bool selectRecipients(SqliteTransaction& transaction, OutboxMessage& message)
-{
-    return transaction.run(QStringLiteral("SELECT address, outcome, reply FROM recipients WHERE message = ? ORDER BY position"),
-                           {message.id})
-        && transaction.forEachRow([&message](const QSqlQuery& row) {
-               message.recipients.push_back(
-                   {row.value(0).toString(), OutboxMessage::Outcome(row.value(1).toInt()), row.value(2).toString()});
-           });
-}
 }
 
 QString OutboxMessage::recipientNames() const
@@ -119,16 +109,15 @@ void Outbox::unlock()
 bool Outbox::recover()
 {
     SqliteTransaction transaction = writing();
-    return transaction.run(QStringLiteral("UPDATE messages SET state = ?, next_attempt = 0 WHERE state = ?"), {kQueued, kSending})
-        && transaction.commit();
+    transaction.run("UPDATE messages SET state = ?, next_attempt = 0 WHERE state = ?", {kQueued, kSending});
+    return transaction.commit();
 }
 
 void Outbox::removeOrphans() const
 {
     SqliteTransaction transaction = reading();
     QStringList names;
-    if (transaction.run(QStringLiteral("SELECT file FROM messages"))
-        && transaction.forEachRow([&names](const QSqlQuery& row) { names << row.value(0).toString(); }))
+    if (transaction.run("SELECT file FROM messages", {}, [&names](const QSqlQuery& row) { names << row.value(0).toString(); }))
         m_files.removeAllBut(names);
 }
 
@@ -136,25 +125,20 @@ Outbox::Added Outbox::add(OutboxMessage& message, const Limits& limits)
 {
     SqliteTransaction transaction = writing();
     bool isFull = false;
-    const auto compare = [&](const QSqlQuery& row) {
+    transaction.run("SELECT COUNT(*), TOTAL(size) FROM messages", {}, [&](const QSqlQuery& row) {
         isFull = row.value(0).toInt() >= limits.messages || row.value(1).toLongLong() + message.sizeBytes > limits.bytes;
-    };
-    if (!transaction.run(QStringLiteral("SELECT COUNT(*), TOTAL(size) FROM messages")) || !transaction.forEachRow(compare))
-        return Added::Fault;
+    });
     if (isFull)
         return Added::Full;
-    if (!transaction.run(
-            QStringLiteral("INSERT INTO messages (message_id, created, queued_since, state, attempts, next_attempt, last_error, "
-                           "sender_address, file, size) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
-            {message.messageId, message.createdMs, message.queuedSinceMs, int(message.state), message.attempts,
-             message.nextAttemptMs, message.lastError, message.sender, message.file, message.sizeBytes}))
-        return Added::Fault;
+    transaction.run("INSERT INTO messages (message_id, created, queued_since, state, attempts, next_attempt, last_error, "
+                    "sender_address, file, size) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
+                    {message.messageId, message.createdMs, message.queuedSinceMs, int(message.state), message.attempts,
+                     message.nextAttemptMs, message.lastError, message.sender, message.file, message.sizeBytes});
     message.id = transaction.insertedId();
     int position = 0;
     for (const auto& recipient : message.recipients)
-        if (!transaction.run(QStringLiteral("INSERT INTO recipients VALUES (?, ?, ?, ?, ?)"),
-                             {message.id, position++, recipient.address, int(recipient.outcome), recipient.reply}))
-            return Added::Fault;
+        transaction.run("INSERT INTO recipients VALUES (?, ?, ?, ?, ?)",
+                        {message.id, position++, recipient.address, int(recipient.outcome), recipient.reply});
     return commit(transaction) ? Added::Yes : Added::Fault;
 }
 
@@ -162,50 +146,44 @@ std::optional<std::vector<OutboxMessage>> Outbox::select(SqliteTransaction& tran
                                                          std::initializer_list<QVariant> values) const
 {
     std::vector<OutboxMessage> result;
-    if (!transaction.run(
-            QStringLiteral("SELECT id, message_id, created, queued_since, state, attempts, next_attempt, last_error, "
-                           "sender_address, file, size FROM messages ")
-                + condition,
-            values)
-        || !transaction.forEachRow([&result](const QSqlQuery& row) { result.push_back(messageOf(row)); }))
-        return std::nullopt;
+    transaction.run("SELECT id, message_id, created, queued_since, state, attempts, next_attempt, last_error, sender_address, "
+                    "file, size FROM messages "
+                        + condition,
+                    values, [&result](const QSqlQuery& row) { result.push_back(messageOf(row)); });
     for (OutboxMessage& message : result)
-        if (!selectRecipients(transaction, message))
-            return std::nullopt;
-    return result;
+        transaction.run("SELECT address, outcome, reply FROM recipients WHERE message = ? ORDER BY position", {message.id},
+                        [&message](const QSqlQuery& row) {
+                            message.recipients.push_back(
+                                {row.value(0).toString(), OutboxMessage::Outcome(row.value(1).toInt()), row.value(2).toString()});
+                        });
+    return transaction ? std::optional(std::move(result)) : std::nullopt;
 }
 
 std::optional<std::vector<OutboxMessage>> Outbox::messages() const
 {
     SqliteTransaction transaction = reading();
-    return select(transaction, QStringLiteral("ORDER BY id"), {});
+    return select(transaction, "ORDER BY id", {});
 }
 
 std::optional<OutboxSummary> Outbox::summary(qint64 nowMs) const
 {
     OutboxSummary summary;
     const auto addRow = [&summary](const QSqlQuery& row) {
-        const int count = row.value(1).toInt();
+        const auto state = OutboxMessage::State(row.value(0).toInt());
+        (state == OutboxMessage::State::Queued       ? summary.queued
+             : state == OutboxMessage::State::Failed ? summary.failed
+                                                     : summary.sending) = row.value(1).toInt();
         const qint64 createdMs = row.value(2).toLongLong();
-        summary.bytes += row.value(4).toLongLong();
         summary.oldestMs = summary.oldestMs == 0 ? createdMs : std::min(summary.oldestMs, createdMs);
-        switch (OutboxMessage::State(row.value(0).toInt())) {
-        case OutboxMessage::State::Queued:
-            summary.queued = count;
+        if (state == OutboxMessage::State::Queued)
             summary.nextAttemptMs = row.value(3).toLongLong();
-            break;
-        case OutboxMessage::State::Sending: summary.sending = count; break;
-        case OutboxMessage::State::Failed: summary.failed = count; break;
-        }
+        summary.bytes += row.value(4).toLongLong();
     };
     SqliteTransaction transaction = reading();
-    const bool isRead =
-        transaction.run(
-            QStringLiteral("SELECT state, COUNT(*), MIN(created), MIN(CASE WHEN next_attempt > ? THEN 0 ELSE next_attempt END), "
-                           "TOTAL(size) FROM messages GROUP BY state"),
-            {nowMs + kLongestPauseMs})
-        && transaction.forEachRow(addRow);
-    return isRead ? std::optional(summary) : std::nullopt;
+    transaction.run("SELECT state, COUNT(*), MIN(created), MIN(CASE WHEN next_attempt > ? THEN 0 ELSE next_attempt END), "
+                    "TOTAL(size) FROM messages GROUP BY state",
+                    {nowMs + kLongestPauseMs}, addRow);
+    return transaction ? std::optional(summary) : std::nullopt;
 }
 
 Outbox::Claim Outbox::claimDue(qint64 nowMs, Which which)
@@ -213,55 +191,53 @@ Outbox::Claim Outbox::claimDue(qint64 nowMs, Which which)
     // Read first, then marked, in one transaction: what cannot be read stays queued.
     SqliteTransaction transaction = writing("take a message from");
     auto due = select(transaction,
-                      QStringLiteral("WHERE state = ? AND (next_attempt <= ? OR next_attempt > ?) AND (attempts = 0 OR ?) "
-                                     "ORDER BY next_attempt, id LIMIT 1"),
+                      "WHERE state = ? AND (next_attempt <= ? OR next_attempt > ?) AND (attempts = 0 OR ?) "
+                      "ORDER BY next_attempt, id LIMIT 1",
                       {kQueued, nowMs, nowMs + kLongestPauseMs, which == Which::All});
-    if (!due)
-        return {std::nullopt, true};
-    if (due->empty())
+    if (due && due->empty())
         return {};
-    OutboxMessage& message = due->front();
-    if (!transaction.run(QStringLiteral("UPDATE messages SET state = ? WHERE id = ?"), {kSending, message.id})
+    if (!due || !transaction.run("UPDATE messages SET state = ? WHERE id = ?", {kSending, due->front().id})
         || !commit(transaction))
         return {std::nullopt, true};
-    message.state = OutboxMessage::State::Sending;
-    return {std::move(message), false};
+    due->front().state = OutboxMessage::State::Sending;
+    return {std::move(due->front()), false};
 }
 
 bool Outbox::remove(const OutboxMessage& message)
 {
     SqliteTransaction transaction = writing();
-    if (!transaction.run(QStringLiteral("DELETE FROM messages WHERE id = ?"), {message.id}) || !commit(transaction))
-        return false;
-    m_files.remove(message.file);
-    return true;
+    transaction.run("DELETE FROM messages WHERE id = ?", {message.id});
+    const bool isRemoved = commit(transaction);
+    if (isRemoved)
+        m_files.remove(message.file);
+    return isRemoved;
 }
 
 bool Outbox::update(const OutboxMessage& message)
 {
     SqliteTransaction transaction = writing();
-    if (!transaction.run(
-            QStringLiteral(
-                "UPDATE messages SET state = ?, attempts = ?, next_attempt = ?, queued_since = ?, last_error = ? WHERE id = ?"),
-            {int(message.state), message.attempts, message.nextAttemptMs, message.queuedSinceMs, message.lastError, message.id}))
-        return false;
+    transaction.run(
+        "UPDATE messages SET state = ?, attempts = ?, next_attempt = ?, queued_since = ?, last_error = ? WHERE id = ?",
+        {int(message.state), message.attempts, message.nextAttemptMs, message.queuedSinceMs, message.lastError, message.id});
     int position = 0;
     for (const auto& recipient : message.recipients)
-        if (!transaction.run(QStringLiteral("UPDATE recipients SET outcome = ?, reply = ? WHERE message = ? AND position = ?"),
-                             {int(recipient.outcome), recipient.reply, message.id, position++}))
-            return false;
+        transaction.run("UPDATE recipients SET outcome = ?, reply = ? WHERE message = ? AND position = ?",
+                        {int(recipient.outcome), recipient.reply, message.id, position++});
     return commit(transaction);
 }
 
 int Outbox::removeFailed(qint64 beforeMs)
 {
-    QStringList files;
     // A message that was made by an earlier version has 0, or the time of its last attempt, as the time when it failed.
-    const QString condition = QStringLiteral("FROM messages WHERE state = ? AND MAX(queued_since, next_attempt) < ?");
+    const QString condition = "FROM messages WHERE state = ? AND MAX(queued_since, next_attempt) < ?";
+    QStringList files;
     SqliteTransaction transaction = writing();
-    if (!transaction.run(QStringLiteral("SELECT file ") + condition, {kFailed, beforeMs})
-        || !transaction.forEachRow([&files](const QSqlQuery& row) { files << row.value(0).toString(); }) || files.isEmpty()
-        || !transaction.run(QStringLiteral("DELETE ") + condition, {kFailed, beforeMs}) || !commit(transaction))
+    transaction.run("SELECT file " + condition, {kFailed, beforeMs},
+                    [&files](const QSqlQuery& row) { files << row.value(0).toString(); });
+    if (files.isEmpty())
+        return 0;
+    transaction.run("DELETE " + condition, {kFailed, beforeMs});
+    if (!commit(transaction))
         return 0;
     for (const QString& file : files)
         m_files.remove(file);
@@ -271,14 +247,14 @@ int Outbox::removeFailed(qint64 beforeMs)
 bool Outbox::retry(qint64 id, qint64 nowMs)
 {
     SqliteTransaction transaction = writing();
-    return transaction.run(
-               QStringLiteral(
-                   "UPDATE messages SET state = ?, attempts = 0, next_attempt = 0, queued_since = ? WHERE id = ? AND state <> ?"),
-               {kQueued, nowMs, id, kSending})
-        && transaction.changedRows() == 1
-        && transaction.run(QStringLiteral("UPDATE recipients SET outcome = ? WHERE message = ? AND outcome = ?"),
-                           {int(OutboxMessage::Outcome::Open), id, int(OutboxMessage::Outcome::Refused)})
-        && transaction.commit();
+    if (!transaction.run(
+            "UPDATE messages SET state = ?, attempts = 0, next_attempt = 0, queued_since = ? WHERE id = ? AND state <> ?",
+            {kQueued, nowMs, id, kSending})
+        || transaction.changedRows() != 1)
+        return false;
+    transaction.run("UPDATE recipients SET outcome = ? WHERE message = ? AND outcome = ?",
+                    {int(OutboxMessage::Outcome::Open), id, int(OutboxMessage::Outcome::Refused)});
+    return transaction.commit();
 }
 
 bool Outbox::drop(qint64 id)
@@ -288,9 +264,9 @@ bool Outbox::drop(qint64 id)
     bool isDropped = false;
     {
         SqliteTransaction transaction = writing();
-        isDropped = transaction.run(QStringLiteral("SELECT file FROM messages WHERE id = ?"), {id})
-            && transaction.forEachRow([&file](const QSqlQuery& row) { file = row.value(0).toString(); })
-            && transaction.run(QStringLiteral("DELETE FROM messages WHERE id = ? AND (state <> ? OR ?)"), {id, kSending, isIdle})
+        transaction.run("SELECT file FROM messages WHERE id = ?", {id},
+                        [&file](const QSqlQuery& row) { file = row.value(0).toString(); });
+        isDropped = transaction.run("DELETE FROM messages WHERE id = ? AND (state <> ? OR ?)", {id, kSending, isIdle})
             && transaction.changedRows() == 1 && transaction.commit();
     }
     if (isIdle)

@@ -36,12 +36,10 @@ const char* const kComposed[] = {"ALTER TABLE messages DROP COLUMN sender_name",
                                  "ALTER TABLE recipients DROP COLUMN type",      "DROP TABLE files"};
 
 template <std::size_t kCount>
-bool runAll(SqliteTransaction& transaction, const char* const (&statements)[kCount])
+void runAll(SqliteTransaction& transaction, const char* const (&statements)[kCount])
 {
     for (const char* statement : statements)
-        if (!transaction.run(QLatin1String(statement)))
-            return false;
-    return true;
+        transaction.run(statement);
 }
 
 /// A message of version 1.
@@ -52,41 +50,37 @@ struct Parts
     QString folder; ///< with the copies "0", "1", ...; empty without attachments
 };
 
-bool readAll(SqliteTransaction& transaction, std::vector<Parts>& all)
+std::vector<Parts> readAll(SqliteTransaction& transaction)
 {
-    return transaction.run(
-               QStringLiteral("SELECT id, message_id, created, sender_address, sender_name, subject, text, html, folder "
-                              "FROM messages ORDER BY id"))
-        && transaction.forEachRow([&all](const QSqlQuery& row) {
-               Parts parts{row.value(0).toLongLong(), {}, row.value(8).toString()};
-               parts.letter.messageId = row.value(1).toString();
-               parts.letter.createdMs = row.value(2).toLongLong();
-               parts.letter.sender = {row.value(3).toString(), row.value(4).toString()};
-               parts.letter.subject = row.value(5).toString();
-               parts.letter.text = row.value(6).toString();
-               parts.letter.html = row.value(7).toString();
-               all.push_back(std::move(parts));
-           });
+    std::vector<Parts> all;
+    transaction.run("SELECT id, message_id, created, sender_address, sender_name, subject, text, html, folder "
+                    "FROM messages ORDER BY id",
+                    {}, [&all](const QSqlQuery& row) {
+                        const auto text = [&row](int column) { return row.value(column).toString(); };
+                        all.push_back(
+                            {row.value(0).toLongLong(),
+                             {text(1), row.value(2).toLongLong(), {text(3), text(4)}, text(5), {}, text(6), text(7), {}},
+                             text(8)});
+                    });
+    return all;
 }
 
-bool readLists(SqliteTransaction& transaction, const OutboxFiles& files, Parts& parts)
+void readLists(SqliteTransaction& transaction, const OutboxFiles& files, Parts& parts)
 {
     MailComposer::Letter& letter = parts.letter;
-    const auto addRecipient = [&letter](const QSqlQuery& row) {
-        letter.recipients.push_back(
-            {{row.value(0).toString(), row.value(1).toString()}, Tavola::EmailMessage::RecipientType(row.value(2).toInt())});
-    };
-    const auto addFile = [&](const QSqlQuery& row) {
-        auto copy = std::make_shared<QFile>(
-            QStringLiteral("%1/%2").arg(files.path(parts.folder), QString::number(letter.attachments.size())));
-        static_cast<void>(copy->open(QIODevice::ReadOnly)); // one that cannot be opened is found out when it is composed
-        letter.attachments.push_back({row.value(0).toString(), copy, row.value(1).toString()});
-    };
-    return transaction.run(QStringLiteral("SELECT address, name, type FROM recipients WHERE message = ? ORDER BY position"),
-                           {parts.id})
-        && transaction.forEachRow(addRecipient)
-        && transaction.run(QStringLiteral("SELECT name, mime_type FROM files WHERE message = ? ORDER BY position"), {parts.id})
-        && transaction.forEachRow(addFile);
+    transaction.run("SELECT address, name, type FROM recipients WHERE message = ? ORDER BY position", {parts.id},
+                    [&letter](const QSqlQuery& row) {
+                        letter.recipients.push_back({{row.value(0).toString(), row.value(1).toString()},
+                                                     Tavola::EmailMessage::RecipientType(row.value(2).toInt())});
+                    });
+    transaction.run("SELECT name, mime_type FROM files WHERE message = ? ORDER BY position", {parts.id},
+                    [&](const QSqlQuery& row) {
+                        auto copy = std::make_shared<QFile>(
+                            QStringLiteral("%1/%2").arg(files.path(parts.folder), QString::number(letter.attachments.size())));
+                        // One that cannot be opened is found out when it is composed.
+                        static_cast<void>(copy->open(QIODevice::ReadOnly));
+                        letter.attachments.push_back({row.value(0).toString(), copy, row.value(1).toString()});
+                    });
 }
 
 /// A message whose parts are incomplete is not sent.
@@ -98,14 +92,15 @@ bool giveUp(SqliteTransaction& transaction, const Parts& parts, const QString& w
     Bedrock::Trace::warning("OutboxService # Message %lld to %s was refused (%s); it stays in the outbox as failed",
                             static_cast<long long>(parts.id), names.join(QStringLiteral(", ")).toUtf8().constData(),
                             words.toUtf8().constData());
-    return transaction.run(QStringLiteral("UPDATE messages SET state = ?, last_error = ? WHERE id = ?"),
+    return transaction.run("UPDATE messages SET state = ?, last_error = ? WHERE id = ?",
                            {int(OutboxMessage::State::Failed), words, parts.id});
 }
 
 bool compose(SqliteTransaction& transaction, const OutboxFiles& files, Parts& parts, QString& error)
 {
     using Kind = MailComposer::Result::Kind;
-    if (!readLists(transaction, files, parts))
+    readLists(transaction, files, parts);
+    if (!transaction)
         return false;
     if (parts.letter.attachments.empty() && !parts.folder.isEmpty())
         return giveUp(transaction, parts, QStringLiteral("the outbox has lost the list of its files"));
@@ -116,23 +111,21 @@ bool compose(SqliteTransaction& transaction, const OutboxFiles& files, Parts& pa
                       QStringLiteral("the outbox has lost its copy of %1")
                           .arg(MailText::oneLine(parts.letter.attachments[composed.attachment].fileName)));
     if (composed.kind == Kind::Done)
-        return transaction.run(QStringLiteral("UPDATE messages SET file = ?, size = ? WHERE id = ?"),
-                               {file, composed.sizeBytes, parts.id});
+        return transaction.run("UPDATE messages SET file = ?, size = ? WHERE id = ?", {file, composed.sizeBytes, parts.id});
     error = composed.words;
     return false;
 }
 
 bool upgrade(SqliteTransaction& transaction, const OutboxFiles& files, QString& error)
 {
-    std::vector<Parts> all;
-    if (!runAll(transaction, kNewColumns) || !readAll(transaction, all))
-        return false;
-    for (Parts& parts : all) {
+    runAll(transaction, kNewColumns);
+    for (Parts& parts : readAll(transaction)) {
         if (!compose(transaction, files, parts, error))
             return false;
         parts.letter.attachments.clear(); // closes the files
     }
-    return runAll(transaction, kComposed);
+    runAll(transaction, kComposed);
+    return bool(transaction);
 }
 }
 
@@ -169,13 +162,16 @@ bool OutboxSchema::prepare(const QString& path, const OutboxFiles& files, const 
 
     QString reason;
     SqliteTransaction transaction(path, SqliteTransaction::Kind::Write, [&reason](const QString& words) { reason = words; });
-    const bool isRead = transaction.run(QStringLiteral("PRAGMA user_version"))
-        && transaction.forEachRow([&version](const QSqlQuery& row) { version = row.value(0).toInt(); });
-    if (isRead && version == kVersion) // another program was faster
+    transaction.run("PRAGMA user_version", {}, [&version](const QSqlQuery& row) { version = row.value(0).toInt(); });
+    if (transaction && version == kVersion) // another program was faster
         return true;
-    if (isRead && (version == 0 ? runAll(transaction, kTables) : upgrade(transaction, files, reason))
-        && transaction.run(QStringLiteral("PRAGMA user_version=%1").arg(kVersion)) && transaction.commit())
-        return true;
+    if (version == 0)
+        runAll(transaction, kTables);
+    if (version == 0 || upgrade(transaction, files, reason)) {
+        transaction.run(QStringLiteral("PRAGMA user_version=%1").arg(kVersion));
+        if (transaction.commit())
+            return true;
+    }
     error = QStringLiteral("cannot write %1 (%2)").arg(path, reason);
     if (!transaction.remedy().isEmpty())
         error += QStringLiteral("; ") + transaction.remedy();

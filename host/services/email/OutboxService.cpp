@@ -18,7 +18,7 @@ struct OutboxService::Private
 {
     struct Job
     {
-        MailJob mail;
+        MailComposer::Letter letter;
         OutboxDelivery::Promise promise;
     };
     struct Composed
@@ -81,9 +81,8 @@ void OutboxService::Private::runIntake()
         lock.unlock();
         Composed result;
         result.message.createdMs = result.message.queuedSinceMs = clock();
-        static_cast<void>(intake.accept(job.mail, result.message, result.error));
+        static_cast<void>(intake.accept(std::move(job.letter), result.message, result.error)); // closes the attached files
         result.promise = std::move(job.promise);
-        job.mail.attachments.clear(); // closes the files
         lock.lock();
         composed.push_back(std::move(result));
         delivery.wake();
@@ -148,7 +147,7 @@ std::shared_ptr<OutboxService> OutboxService::open(const MailSettings& settings,
 
 folly::Future<Tavola::EmailServiceAPI::EmailStatus> OutboxService::send(const Tavola::EmailMessage& message)
 {
-    Private::Job job{MailJob(message), OutboxDelivery::Promise()};
+    Private::Job job{MessageIntake::letter(message), OutboxDelivery::Promise()};
     auto future = job.promise.getFuture();
     {
         const std::lock_guard lock(d->mutex);

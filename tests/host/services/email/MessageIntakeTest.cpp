@@ -46,7 +46,7 @@ struct Bench
         message = OutboxMessage();
         message.createdMs = 1'790'000'000'000;
         error.clear();
-        return MessageIntake(settings, files).accept(MailJob(mail), message, error);
+        return MessageIntake(settings, files).accept(MessageIntake::letter(mail), message, error);
     }
     /// What a reader finds in the finished message.
     [[nodiscard]] QJsonObject finished() const
