@@ -137,6 +137,23 @@ TEST_CASE("invalidation: a node is tried only against rules that its features le
     CHECK(fixture.engine.counters().selectorsTested - before == 4);
 }
 
+TEST_CASE("invalidation: rules for what stands inside something else are not tried elsewhere")
+{
+    StyleFixture fixture;
+    std::string css;
+    for (int i = 0; i < 10; ++i)
+        css += ".panel" + std::to_string(i) + " N { width: 1 } #panel" + std::to_string(i) + " > N { width: 1 }\n";
+    fixture.sheet(css.c_str());
+    fixture.add("", "P", "panel3", "panel4");
+    auto& node = fixture.add("panel3", "N", "n");
+    const long before = fixture.engine.counters().selectorsTested;
+    node.updateStyle();
+    // Two rules; the set of what stands above has few bits, so some more may be tried.
+    CHECK(fixture.engine.counters().selectorsTested - before >= 2);
+    CHECK(fixture.engine.counters().selectorsTested - before <= 5);
+    CHECK(node.width == 1.f);
+}
+
 TEST_CASE("invalidation: a state that goes on and off allocates nothing once it has been there")
 {
     StyleFixture fixture;

@@ -64,6 +64,28 @@ TEST_CASE("rule index: a node is offered the selectors whose most selective feat
     }
 }
 
+TEST_CASE("rule index: a selector is possible only where the nodes above have what it wants of them")
+{
+    const auto sheets = sheetsOf({".a .x { x: 1 } .b > .x { x: 1 } .a .b .x { x: 1 } .a:not(.b) .x { x: 1 } .x { x: 1 }"});
+    RuleIndex index;
+    index.build(sheets);
+    const auto possible = [&](const NodeFeatures& node) {
+        std::vector<std::string> found;
+        index.forEachPossible(node, [&](const RuleIndex::Entry& entry) { found.push_back(entry.selector->text.toStdString()); });
+        return found;
+    };
+    NodeFeatures root, inner, leaf;
+    root.classes = {number("a")};
+    inner.parent = &root;
+    leaf.parent = &inner;
+    leaf.classes = {number("x")};
+    CHECK(possible(leaf) == std::vector<std::string>{".a .x", ".a:not(.b) .x", ".x"});
+    inner.classes = {number("b")};
+    CHECK(possible(leaf) == std::vector<std::string>{".a .x", ".b > .x", ".a .b .x", ".a:not(.b) .x", ".x"});
+    leaf.parent = nullptr;
+    CHECK(possible(leaf) == std::vector<std::string>{".x"});
+}
+
 TEST_CASE("rule index: rules are numbered over all sheets, and a new build forgets the old ones")
 {
     const auto sheets = sheetsOf({"A { x: 1 } A { x: 2 }", "A, A { x: 3 }"});

@@ -212,7 +212,7 @@ void Restyler::restyleNodes(Lists& lists)
 void Restyler::matchRules(const StyleNode& node, std::vector<const RuleIndex::Entry*>& result) const
 {
     result.clear();
-    m_rules.forEachCandidate(node, [&](const RuleIndex::Entry& entry) {
+    m_rules.forEachPossible(node, [&](const RuleIndex::Entry& entry) {
         ++m_counters.selectorsTested;
         if (!entry.selector->matches(node))
             return;

@@ -13,7 +13,8 @@ void RuleIndex::build(const std::vector<std::unique_ptr<StyleSheet>>& sheets)
     for (const auto& sheet : sheets) {
         for (const auto& rule : sheet->rules) {
             for (const Selector& selector : rule->selectors)
-                bucketFor(selector.parts.front().compound).push_back({&selector, rule.get(), order});
+                bucketFor(selector.parts.front().compound)
+                    .push_back({&selector, rule.get(), order, FeatureSet::neededAbove(selector)});
             ++order;
         }
     }

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "selectors/FeatureSet.hpp"
 #include "selectors/NodeFeatures.hpp"
 #include "selectors/Selector.hpp"
 #include "sheet/StyleSheet.hpp"
 
 #include <memory>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -20,14 +22,18 @@ public:
         const Selector* selector;
         const Rule* rule;
         int order; ///< of the rule among all
+        FeatureSet neededAbove;
     };
 
     /// Replaces what there is. The sheets must outlive the index or the next call.
     void build(const std::vector<std::unique_ptr<StyleSheet>>& sheets);
 
-    /// Calls `visit(const Entry&)` for each selector that `node` might match.
+    /// Calls `visit(const Entry&)` for each selector whose rightmost compound `node` might match.
     template <class Visit>
     void forEachCandidate(const NodeFeatures& node, Visit visit) const;
+    /// As above without those that want features above `node` which no node there has.
+    template <class Visit>
+    void forEachPossible(const NodeFeatures& node, Visit visit) const;
 
 private:
     using Bucket = std::vector<Entry>;
@@ -59,5 +65,21 @@ void RuleIndex::forEachCandidate(const NodeFeatures& node, Visit visit) const
     visitBucket(m_byType, node.type);
     for (const Entry& entry : m_others)
         visit(entry);
+}
+
+template <class Visit>
+void RuleIndex::forEachPossible(const NodeFeatures& node, Visit visit) const
+{
+    // Most rules for descendants fail above the node: what is there is gathered once, not searched by each of them.
+    std::optional<FeatureSet> above;
+    forEachCandidate(node, [&](const Entry& entry) {
+        if (!entry.neededAbove.isEmpty()) {
+            if (!above)
+                above = FeatureSet::above(node);
+            if (!above->mayContainAll(entry.neededAbove))
+                return;
+        }
+        visit(entry);
+    });
 }
 }
