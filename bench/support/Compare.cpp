@@ -45,6 +45,8 @@ double secondsOf(const Side& side, long times)
 /// How often a work is done in a block. Warms up caches on the way.
 long timesInBlock(const Side& side)
 {
+    if (side.times > 0)
+        return side.times;
     if (options().isSmoke)
         return 1;
     long times = 1;
@@ -55,6 +57,13 @@ long timesInBlock(const Side& side)
         times = seconds <= 0.0 ? times * 10
                                : std::max(times + 1, long(double(times) * std::min(10.0, 1.3 * kBlockSeconds / seconds)));
     }
+}
+
+/// Fewer than asked for where a round takes long.
+int roundsOf(double secondsOfRound)
+{
+    constexpr double kLongRoundSeconds = 0.5;
+    return secondsOfRound > kLongRoundSeconds ? std::min(options().rounds, 5) : options().rounds;
 }
 }
 
@@ -74,33 +83,34 @@ double processSeconds()
     return clockSeconds(CLOCK_PROCESS_CPUTIME_ID);
 }
 
-void compare(benchmark::State& state, const Side& ours, const Side& rival)
+void compare(benchmark::State& state, const Side& ours, const Side& rival, int pieces)
 {
     const long oursTimes = timesInBlock(ours);
     const long rivalTimes = timesInBlock(rival);
     std::vector<double> ratios;
     std::vector<double> oursSeconds;
     std::vector<double> rivalSeconds;
+    const double begin = threadSeconds();
     for (auto _ : state) {
-        for (int round = 0; round < options().rounds; ++round) {
+        for (int round = 0; round == 0 || round < roundsOf((threadSeconds() - begin) / round); ++round) {
             oursSeconds.push_back(secondsOf(ours, oursTimes) / double(oursTimes));
             rivalSeconds.push_back(secondsOf(rival, rivalTimes) / double(rivalTimes));
             ratios.push_back(oursSeconds.back() / std::max(rivalSeconds.back(), 1e-12));
         }
     }
     state.counters["ratio"] = median(ratios);
-    state.counters["ours_ns"] = median(oursSeconds) * 1e9;
-    state.counters["rival_ns"] = median(rivalSeconds) * 1e9;
+    state.counters["ours_ns"] = median(oursSeconds) * 1e9 / pieces;
+    state.counters["rival_ns"] = median(rivalSeconds) * 1e9 / pieces;
 }
 
-void measure(benchmark::State& state, const Side& ours)
+void measure(benchmark::State& state, const Side& ours, int pieces)
 {
     const long times = timesInBlock(ours);
     std::vector<double> seconds;
     for (auto _ : state)
         for (int round = 0; round < options().rounds; ++round)
             seconds.push_back(secondsOf(ours, times) / double(times));
-    state.counters["ours_ns"] = median(seconds) * 1e9;
+    state.counters["ours_ns"] = median(seconds) * 1e9 / pieces;
 }
 
 void add(const std::string& name, std::function<void(benchmark::State&)> function)

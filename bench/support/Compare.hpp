@@ -18,18 +18,23 @@ struct Side
     Side(Function function) : work(std::move(function))
     {
     }
-    Side(Work theWork, std::function<void()> thePreparation) : work(std::move(theWork)), prepare(std::move(thePreparation)) {}
+    Side(Work theWork, std::function<void()> thePreparation, long theTimes = 0)
+        : work(std::move(theWork)), prepare(std::move(thePreparation)), times(theTimes)
+    {
+    }
 
     Work work;
     std::function<void()> prepare; ///< may be null
+    long times = 0;                ///< in each turn; 0: as many as take some milliseconds
 };
 
 /// Runs work and its rival in turns, a few milliseconds each, and reports the counters "ratio" (the median of the ratios of
-/// their processor times), "ours_ns" and "rival_ns" (medians, a piece of work). The benchmark's own time means nothing.
-void compare(benchmark::State& state, const Side& ours, const Side& rival);
+/// their processor times), "ours_ns" and "rival_ns" (medians, a piece of work). The benchmark's own time means nothing. With
+/// `pieces`, the work done once counts as so many pieces.
+void compare(benchmark::State& state, const Side& ours, const Side& rival, int pieces = 1);
 
 /// As above without a rival: reports "ours_ns" alone.
-void measure(benchmark::State& state, const Side& ours);
+void measure(benchmark::State& state, const Side& ours, int pieces = 1);
 
 /// Enters a benchmark that does all of its rounds in one iteration. To be called from a row's registration.
 void add(const std::string& name, std::function<void(benchmark::State&)> function);

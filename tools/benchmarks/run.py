@@ -10,6 +10,7 @@ from pathlib import Path
 
 from charts import nanoseconds, number
 from page import page
+from processes import run_start
 from programs import run_drawing, run_google_benchmark, series_of
 from rows import PROGRAMS, ROW_TITLES, SCENES, figures_of
 
@@ -65,6 +66,8 @@ def measure(arguments):
     for row, scene in SCENES.items():
         if row in rows:
             measured.update(run_drawing(str(programs / "draw_bench"), row, scene, arguments))
+    if 16 in rows:
+        measured.update(run_start(arguments.build.resolve(), ROOT, arguments))
     return measured
 
 

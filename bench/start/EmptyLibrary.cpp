@@ -1,0 +1,6 @@
+#include "EmptyLibrary.hpp"
+
+namespace
+{
+const Bench::Nothing kNothing;
+}
