@@ -28,17 +28,4 @@ void logWarning(const QString& what, const QString& detail)
     Bedrock::Trace::warning("%s", line(what, detail).constData());
 }
 
-void logQtMessage(QtMsgType type, const QMessageLogContext&, const QString& text)
-{
-    const QByteArray bytes = text.toUtf8();
-    switch (type) {
-    case QtDebugMsg:
-    case QtInfoMsg: Bedrock::Trace::info("%s", bytes.constData()); return;
-    case QtWarningMsg: Bedrock::Trace::warning("%s", bytes.constData()); return;
-    case QtCriticalMsg:
-    case QtFatalMsg: break;
-    }
-    Bedrock::Trace::error("%s", bytes.constData());
-}
-
 } // namespace MediaServer

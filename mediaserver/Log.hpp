@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-#include <QtGlobal>
 
 namespace MediaServer
 {
@@ -12,8 +11,5 @@ void logInfo(const QString& what, const QString& detail = {});
 
 /// As logInfo, for what an operator has to act upon.
 void logWarning(const QString& what, const QString& detail = {});
-
-/// A message handler for Qt: its own messages become log lines as they are. Any thread.
-void logQtMessage(QtMsgType type, const QMessageLogContext& context, const QString& text);
 
 } // namespace MediaServer

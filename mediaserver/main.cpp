@@ -6,6 +6,7 @@
 #include "Site.hpp"
 
 #include <Bedrock/CommandLineSecrets.hpp>
+#include <Bedrock/QtMessages.hpp>
 #include <Http/Server.hpp>
 
 #include <QCoreApplication>
@@ -123,7 +124,7 @@ int main(int argc, char* argv[])
     std::signal(SIGPIPE, SIG_IGN);
     // The database holds the secrets that open people's pages.
     ::umask(0077);
-    qInstallMessageHandler(MediaServer::logQtMessage);
+    const Bedrock::QtMessages qtMessages;
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tavola-mediaserver"));
 

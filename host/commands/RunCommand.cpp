@@ -11,6 +11,7 @@
 #include "window/TableWindow.hpp"
 
 #include <Bedrock/LogText.hpp>
+#include <Bedrock/QtMessages.hpp>
 #include <Trellis/Application.hpp>
 
 #include <QGuiApplication>
@@ -39,7 +40,7 @@ int fail(const QString& text, int code)
 
 void say(const QString& text)
 {
-    std::printf("tavola: %s\n", text.toUtf8().constData());
+    std::printf("tavola: %s\n", Bedrock::onOneLine(text.toStdString()).c_str());
     std::fflush(stdout);
 }
 
@@ -90,6 +91,7 @@ QString untrustedPlugin(const Presentation& presentation, const RunOptions& opti
 int runTable(const RunOptions& options)
 {
     const TableLog log;
+    const Bedrock::QtMessages qtMessages;
     QString error;
     const auto presentation = Presentation::load(options.presentation, error);
     if (!presentation)

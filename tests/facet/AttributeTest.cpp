@@ -6,6 +6,7 @@
 #include <Facet/Node.hpp>
 
 #include <memory>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -186,6 +187,53 @@ TEST_CASE("attribute: one that is destroyed after its node has no host and still
     CHECK(attribute.host() == nullptr);
     attribute = 2;
     CHECK(attribute.value() == 2);
+}
+
+TEST_CASE("attribute: one whose node is gone keeps its hidden value and its listeners")
+{
+    auto node = std::make_unique<Facet::Node>();
+    AttributeT<QString> attribute(node.get(), "text", QStringLiteral("a"));
+    int heard = 0;
+    attribute.addListener([&heard] { ++heard; });
+    attribute.setValue(QStringLiteral("b"), kStyleLayer);
+    attribute.setValue(QStringLiteral("c"));
+    node.reset();
+    CHECK(heard == 2);
+    CHECK(attribute.value(kStyleLayer) == QStringLiteral("b"));
+    attribute.clearValue(kUserLayer);
+    CHECK(heard == 3);
+    CHECK(attribute == QStringLiteral("b"));
+}
+
+TEST_CASE("attribute: values come and go on their layers in any order as three values would")
+{
+    std::mt19937 random(3);
+    Facet::Node node;
+    AttributeT<int> attribute(&node, "count", 0);
+    int shown = 0;
+    attribute.addListener([&] { shown = attribute.value(); });
+    int values[Facet::kLayerCount] = {0, 0, 0};
+    bool isSet[Facet::kLayerCount] = {true, false, false};
+    for (int step = 0; step < 2000; ++step) {
+        const int layer = int(random() % Facet::kLayerCount);
+        if (random() % 3 == 0) {
+            attribute.clearValue(layer);
+            isSet[layer] = layer == Facet::kDefaultLayer;
+        } else {
+            values[layer] = int(random() % 4);
+            isSet[layer] = true;
+            attribute.setValue(values[layer], layer);
+        }
+        const int top = isSet[kUserLayer] ? kUserLayer : isSet[kStyleLayer] ? kStyleLayer : Facet::kDefaultLayer;
+        REQUIRE(attribute.visibleLayer() == top);
+        REQUIRE(attribute.value() == values[top]);
+        REQUIRE(shown == values[top]);
+        for (int i = 0; i < Facet::kLayerCount; ++i) {
+            REQUIRE(attribute.hasValue(i) == isSet[i]);
+            if (isSet[i])
+                REQUIRE(attribute.value(i) == values[i]);
+        }
+    }
 }
 
 TEST_CASE("attribute: a name is known from the first attribute that had it")

@@ -287,6 +287,22 @@ TEST_CASE("node: finds its attributes by name and lists them in the order they w
     CHECK(node.attributes().size() == 1);
 }
 
+TEST_CASE("node: finds attributes by names that are alike, and one whose name was unknown before")
+{
+    Node node;
+    CHECK(node.attribute("wider-than-known") == nullptr);
+    Facet::AttributeT<float> width(&node, "width");
+    Facet::AttributeT<float> wedge(&node, "wedge");
+    Facet::AttributeT<float> wider(&node, "wider-than-known");
+    for (int i = 0; i < 3; ++i) {
+        CHECK(node.attribute("width") == &width);
+        CHECK(node.attribute("wedge") == &wedge);
+        CHECK(node.attribute("wodge") == nullptr);
+        CHECK(node.attribute(QByteArray("wider-than") + "-known") == &wider);
+        CHECK(node.attribute(QByteArray()) == nullptr);
+    }
+}
+
 TEST_CASE("node: finds an attribute by the number of its name")
 {
     Node node;

@@ -276,6 +276,37 @@ TEST_CASE("tavola: names of people are shortened on standard error, and exact in
     CHECK_FALSE(program.errors().contains("Uma"));
 }
 
+TEST_CASE("tavola: what the Qt library says is a line of the log, on standard error as in the inspector")
+{
+    const Folder folder;
+    const QString picture = folder.path(QStringLiteral("show.png"));
+    REQUIRE(QImage(4, 4, QImage::Format_RGB32).save(picture));
+    QFile file(picture);
+    REQUIRE(file.open(QIODevice::ReadWrite));
+    QByteArray bytes = file.readAll();
+    const int checked = bytes.indexOf("pHYs");
+    REQUIRE(checked > 0);
+    bytes[checked + 4] = char(bytes.at(checked + 4) ^ 0x40); // the chunk's check sum is wrong, which libpng warns of
+    REQUIRE(file.seek(0));
+    REQUIRE(file.write(bytes) == bytes.size());
+    file.close();
+    folder.write(QStringLiteral("presentation.json"),
+                 R"({"widgets": [{"component": "picture", "attributes": {"source": {"file": "show.png"}}}]})");
+    Program program(runArguments(folder, folder.path(), {"--manual-clock", "--inspect", "0"}));
+    const int port = program.inspector();
+    program.told("( is open)\n");
+    const auto isLogged = [port] {
+        (void)ask(port, "POST", "/frames");
+        return texts(ask(port, "GET", "/log").json().array(), "warning")
+            .join(QLatin1Char('\n'))
+            .contains(QStringLiteral("libpng"));
+    };
+    CHECK(TestSupport::pumpUntil(isLogged));
+    program.end(SIGTERM);
+    CHECK(program.exitCode() == 0);
+    CHECK(program.errors().contains("warning libpng"));
+}
+
 TEST_CASE("tavola: by the clock frames run by themselves")
 {
     const Folder data;

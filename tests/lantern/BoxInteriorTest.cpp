@@ -47,7 +47,7 @@ QImage cutOut(const QImage& whole, const QRegion& damage)
 }
 }
 
-TEST_CASE("box interior: each part of a rounded or bordered box shows the pixels of the whole box")
+TEST_CASE("box interior: each part of a box shows the pixels of the whole box")
 {
     std::mt19937 random(3);
     const auto number = [&](double low, double high) { return float(low + (high - low) * double(random() % 10000) / 10000.0); };
@@ -59,11 +59,11 @@ TEST_CASE("box interior: each part of a rounded or bordered box shows the pixels
         box.transform = Vecta::Transform::translation({number(20, 60), number(5, 30)})
             * Vecta::Transform::rotation(random() % 2 ? 0.f : number(-1, 1)) * Vecta::Transform::scaling(number(0.5, 1.5));
         box.rect = {number(-20, 0), number(-5, 5), number(20, 60), number(20, 60)};
-        box.radius = number(1, 25);
+        box.radius = random() % 3 ? number(1, 25) : 0.f;
         if (random() % 4)
             box.style.setFill(color());
         if (random() % 2)
-            box.style.setStroke(color(), number(2.1, 8));
+            box.style.setStroke(color(), number(0.3, 8));
         box.opacity = random() % 2 ? 1.f : 0.7f;
         QRegion damage;
         for (unsigned parts = 1 + random() % 3; parts > 0; --parts)

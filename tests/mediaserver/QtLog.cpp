@@ -1,7 +1,7 @@
-#include "Log.hpp"
+#include <Bedrock/QtMessages.hpp>
 
 /// Qt's own warnings go the way of every other log, as in the program: an unannounced one fails the test.
 namespace
 {
-const auto formerHandler = qInstallMessageHandler(MediaServer::logQtMessage);
+const Bedrock::QtMessages qtMessages;
 }

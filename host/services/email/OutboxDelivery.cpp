@@ -17,8 +17,6 @@ using std::chrono::steady_clock;
 
 constexpr std::size_t kMostAttempts = 3;
 constexpr double kLongestPauseSeconds = double(Outbox::kLongestPauseMs) / 1000.0;
-/// At least this long between two warnings that the outbox is full.
-constexpr qint64 kWarningPauseMs = 60'000;
 constexpr double kDayMs = 86'400'000.0;
 
 QJsonValue isoTime(qint64 ms)
@@ -50,7 +48,13 @@ void OutboxDelivery::accept(OutboxMessage message, Promise promise)
         return refuse(std::move(promise), QStringLiteral("the message cannot be kept"));
     const QString reason = QStringLiteral("the outbox is full, so the message was not sent");
     noteError(reason);
-    warnOfFullOutbox();
+    m_warnings.log(
+        "Failed to accept a message",
+        QStringLiteral("the outbox is full: at most %1 messages and %2 MB; delete some with \"tavola mail drop\", have "
+                       "the mail server accept the others, or raise \"outboxMessages\" or \"outboxMegabytes\"")
+            .arg(m_settings.mostMessages)
+            .arg(m_settings.mostBytes / 1'000'000)
+            .toStdString());
     complete(promise, {false, reason});
 }
 
@@ -210,18 +214,6 @@ void OutboxDelivery::deleteFailed()
     if (deleted > 0)
         Bedrock::Trace::info("OutboxService # Deleted %d messages that had failed %g days before", deleted,
                              m_settings.deleteRefusedDays);
-}
-
-void OutboxDelivery::warnOfFullOutbox()
-{
-    const qint64 nowMs = m_clock();
-    if (std::abs(nowMs - m_warnedOfFullMs) < kWarningPauseMs)
-        return;
-    m_warnedOfFullMs = nowMs;
-    Bedrock::Trace::warning(
-        "OutboxService # Failed to accept a message (the outbox is full: at most %d messages and %.0f MB); delete some with "
-        "\"tavola mail drop\", have the mail server accept the others, or raise \"outboxMessages\" or \"outboxMegabytes\"",
-        m_settings.mostMessages, double(m_settings.mostBytes) / 1e6);
 }
 
 void OutboxDelivery::noteError(const QString& words)

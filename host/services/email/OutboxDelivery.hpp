@@ -3,6 +3,7 @@
 #include "Outbox.hpp"
 #include "SmtpSender.hpp"
 
+#include <Bedrock/RareWarnings.hpp>
 #include <Tavola/EmailServiceAPI.hpp>
 
 #include <QJsonObject>
@@ -81,7 +82,6 @@ private:
     void tellUnwritten();
     void log(const Ending& ending) const;
     void deleteFailed();
-    void warnOfFullOutbox();
     void noteError(const QString& words);
     void completeOverdue();
     void complete(Promise& promise, const Status& status) const;
@@ -97,7 +97,7 @@ private:
     std::map<qint64, Answer> m_answers;                 ///< by the message's number
     std::vector<std::pair<Promise, Status>> m_outcomes; ///< to be completed when the state is read
     Time m_nextReading;
-    qint64 m_warnedOfFullMs = 0;
+    Bedrock::RareWarnings m_warnings{"OutboxService"};
     std::atomic<bool> m_isWoken{false};
 
     mutable std::mutex m_mutex; ///< guards what follows

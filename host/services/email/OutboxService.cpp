@@ -3,10 +3,10 @@
 #include "MessageIntake.hpp"
 #include "OutboxDelivery.hpp"
 
+#include <Bedrock/WorkerPool.hpp>
+
 #include <QDateTime>
 
-#include <condition_variable>
-#include <deque>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -16,11 +16,6 @@ namespace Host
 {
 struct OutboxService::Private
 {
-    struct Job
-    {
-        MailComposer::Letter letter;
-        OutboxDelivery::Promise promise;
-    };
     struct Composed
     {
         OutboxMessage message;
@@ -31,67 +26,60 @@ struct OutboxService::Private
     Private(const MailSettings& mailSettings, const MailCredentials& credentials, std::unique_ptr<Outbox> openOutbox,
             const Clock& theClock)
         : settings(mailSettings), clock(theClock), outbox(std::move(openOutbox)), intake(settings, outbox->files()),
-          delivery(settings, credentials, *outbox, clock), intakeThread([this] { runIntake(); }),
-          deliveryThread([this] { runDelivery(); })
+          delivery(settings, credentials, *outbox, clock), sender([this] { deliver(); })
     {
     }
     ~Private();
-    void runIntake();
-    void runDelivery();
+    void compose(MailComposer::Letter letter, OutboxDelivery::Promise promise);
+    void deliver();
+    void set(bool& flag);
 
     const MailSettings settings;
     const Clock clock;
     const std::unique_ptr<Outbox> outbox;
     const MessageIntake intake;
-    OutboxDelivery delivery; ///< used by its thread alone, but for `wake` and `state`
+    OutboxDelivery delivery; ///< used by the sending thread alone, but for `wake` and `state`
 
     std::mutex mutex; ///< guards what follows
-    std::condition_variable jobAdded;
-    std::deque<Job> jobs;
     std::vector<Composed> composed;
     bool isStopping = false;
-    bool isIntakeOver = false;
+    bool isComposingOver = false;
 
-    std::thread intakeThread; ///< the threads begin when everything else is there
-    std::thread deliveryThread;
+    std::thread sender;
+    Bedrock::WorkerPool composer{1}; ///< the last member, so that its tasks find the others alive
 };
 
 OutboxService::Private::~Private()
 {
+    set(isStopping); // attempts end while the rest is composed
+    composer.waitUntilIdle();
+    set(isComposingOver);
+    sender.join();
+}
+
+void OutboxService::Private::set(bool& flag)
+{
     {
         const std::lock_guard lock(mutex);
-        isStopping = true;
+        flag = true;
     }
-    jobAdded.notify_all();
     delivery.wake();
-    intakeThread.join();
-    deliveryThread.join();
 }
 
-/// Composes what was sent, one message after the other.
-void OutboxService::Private::runIntake()
+void OutboxService::Private::compose(MailComposer::Letter letter, OutboxDelivery::Promise promise)
 {
-    std::unique_lock lock(mutex);
-    for (;;) {
-        jobAdded.wait(lock, [this] { return isStopping || !jobs.empty(); });
-        if (jobs.empty())
-            break;
-        Job job = std::move(jobs.front());
-        jobs.pop_front();
-        lock.unlock();
-        Composed result;
-        result.message.createdMs = result.message.queuedSinceMs = clock();
-        static_cast<void>(intake.accept(std::move(job.letter), result.message, result.error)); // closes the attached files
-        result.promise = std::move(job.promise);
-        lock.lock();
+    Composed result;
+    result.promise = std::move(promise);
+    result.message.createdMs = result.message.queuedSinceMs = clock();
+    static_cast<void>(intake.accept(std::move(letter), result.message, result.error)); // closes the attached files
+    {
+        const std::lock_guard lock(mutex);
         composed.push_back(std::move(result));
-        delivery.wake();
     }
-    isIntakeOver = true;
     delivery.wake();
 }
 
-void OutboxService::Private::runDelivery()
+void OutboxService::Private::deliver()
 {
     for (bool isOver = false; !isOver;) {
         std::vector<Composed> arrived;
@@ -100,7 +88,7 @@ void OutboxService::Private::runDelivery()
             const std::lock_guard lock(mutex);
             arrived.swap(composed);
             isToStop = isStopping;
-            isOver = isIntakeOver;
+            isOver = isComposingOver;
         }
         if (isToStop)
             delivery.stop();
@@ -147,13 +135,11 @@ std::shared_ptr<OutboxService> OutboxService::open(const MailSettings& settings,
 
 folly::Future<Tavola::EmailServiceAPI::EmailStatus> OutboxService::send(const Tavola::EmailMessage& message)
 {
-    Private::Job job{MessageIntake::letter(message), OutboxDelivery::Promise()};
-    auto future = job.promise.getFuture();
-    {
-        const std::lock_guard lock(d->mutex);
-        d->jobs.push_back(std::move(job));
-    }
-    d->jobAdded.notify_one();
+    const auto promise = std::make_shared<OutboxDelivery::Promise>();
+    auto future = promise->getFuture();
+    d->composer.add([d = d.get(), promise, letter = MessageIntake::letter(message)]() mutable {
+        d->compose(std::move(letter), std::move(*promise));
+    });
     return future;
 }
 

@@ -18,7 +18,7 @@ namespace Host
 /// failed. The answer comes within `answerSeconds` of the acceptance: an attempt that takes longer goes on, and the answer is
 /// success. Further attempts follow after `retrySeconds`, twice that, and so on up to an hour, until `giveUpHours` have passed.
 ///
-/// A message that does not fit into the outbox any more is refused; the operator is warned of that once a minute at most.
+/// A message that does not fit into the outbox any more is refused, with a warning once a minute at most.
 ///
 /// Two threads: one composes new messages, the other one writes and reads the outbox and sends up to three messages at a time.
 /// Futures are completed on the latter. At the end of the service attempts stop within about a second, what was accepted is

@@ -1,99 +1,94 @@
 #include <Facet/Attribute.hpp>
 
-#include "ListenerList.hpp"
+#include "AttributeExtras.hpp"
+#include "NodeExtras.hpp"
 
 #include <Bedrock/Guarded.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Facet/Node.hpp>
 
 #include <utility>
-#include <vector>
 
 namespace Facet
 {
-namespace
-{
-/// By number of the name: whether an attribute has had it.
-std::vector<bool>& usedNames()
-{
-    // Never destroyed: attributes of static objects are made and destroyed late.
-    static std::vector<bool>& used = *new std::vector<bool>;
-    return used;
-}
+using Bedrock::IntrusivePtr;
 
-void markUsed(AttributeName name)
+Attribute::Attribute(Node* host, unsigned declaration)
+    : m_host(host), m_declaration(declaration), m_layersSet(1u << kDefaultLayer), m_hasListeners(0), m_hidesValue(0),
+      m_hasOwnDefault(0)
 {
-    auto& used = usedNames();
-    const auto number = std::size_t(name.number());
-    if (number >= used.size())
-        used.resize(number + 1);
-    used[number] = true;
-}
-}
-
-struct Attribute::Listeners
-{
-    bool attributeIsAlive = true;
-    ListenerList<std::function<void()>> list;
-};
-
-Attribute::Attribute(Node* host, AttributeName name) : m_host(host), m_name(name)
-{
-    markUsed(name);
     if (m_host)
         m_host->addAttribute(*this);
 }
 
 Attribute::~Attribute()
 {
-    if (m_listeners)
-        m_listeners->attributeIsAlive = false;
+    if (m_hasListeners)
+        extras().find(*this)->listeners->attributeIsAlive = false;
+    // What a listener captured may use the node when it is destroyed: the attribute is no part of it any more by then.
     if (m_host)
         m_host->removeAttribute(*this);
+    if (m_hasListeners || m_hidesValue)
+        extras().remove(*this);
+    AttributeDeclaration::removeUse(m_declaration);
+}
+
+AttributeExtras& Attribute::extras() const
+{
+    if (!m_host)
+        return AttributeExtras::ofHostless();
+    return m_host->m_extras ? m_host->m_extras->attributes : m_host->extras().attributes;
 }
 
 Attribute::ListenerId Attribute::addListener(std::function<void()> listener, int)
 {
-    if (!m_listeners)
-        m_listeners = std::make_shared<Listeners>();
+    auto& listeners = extras().obtain(*this).listeners;
+    if (!listeners)
+        listeners = IntrusivePtr<AttributeListeners>(new AttributeListeners(declaration().name()));
+    m_hasListeners = 1;
     const ListenerId id = nextListenerId();
-    m_listeners->list.add(id, std::move(listener));
+    listeners->list.add(id, std::move(listener));
     return id;
 }
 
 void Attribute::removeListener(ListenerId id)
 {
-    if (!m_listeners)
+    if (!m_hasListeners)
         return;
-    const auto listeners = m_listeners; // what the listener captured may own this attribute
+    const auto listeners = extras().find(*this)->listeners; // what the listener captured may own this attribute
     listeners->list.remove(id);
 }
 
-int Attribute::visibleLayer() const noexcept
+void* Attribute::hiddenValue() const noexcept
 {
-    for (int layer = kLayerCount - 1; layer > kDefaultLayer; --layer)
-        if (hasValue(layer))
-            return layer;
-    return kDefaultLayer;
+    return m_hidesValue ? extras().find(*this)->hiddenValue : nullptr;
 }
 
-bool Attribute::isKnownName(AttributeName name)
+void Attribute::setHiddenValue(void* value)
 {
-    const auto& used = usedNames();
-    return std::size_t(name.number()) < used.size() && used[std::size_t(name.number())];
+    if (value)
+        extras().obtain(*this).hiddenValue = value;
+    else if (m_hasListeners)
+        extras().find(*this)->hiddenValue = nullptr;
+    else
+        extras().remove(*this);
+    m_hidesValue = value ? 1 : 0;
 }
 
 void Attribute::notifyChanged()
 {
-    const auto listeners = m_listeners; // outlives the attribute if the node or a listener destroys it
-    const AttributeName attributeName = m_name;
+    if (!m_hasListeners) {
+        if (m_host)
+            m_host->attributeChanged(*this);
+        return;
+    }
+    // Outlives the attribute if the node or a listener destroys it.
+    const IntrusivePtr<AttributeListeners> listeners = extras().find(*this)->listeners;
     if (m_host)
         m_host->attributeChanged(*this);
-    if (!listeners)
-        return;
-    const auto failed = [attributeName](const char* reason) {
+    const auto failed = [&listeners](const char* reason) {
         Bedrock::Trace::error("Attribute::notifyChanged # A listener of attribute '%s' failed: %s",
-                              attributeName.text().constData(), reason);
+                              listeners->attributeName.text().constData(), reason);
     };
     listeners->list.forEach([&listeners] { return listeners->attributeIsAlive; },
                             [&failed](const std::function<void()>& listener) { Bedrock::guarded(listener, failed); });

@@ -1,6 +1,6 @@
 #include <Facet/Node.hpp>
 
-#include "ListenerList.hpp"
+#include "NodeExtras.hpp"
 
 #include <Bedrock/AfterUpdateQueue.hpp>
 #include <Bedrock/Guarded.hpp>
@@ -8,7 +8,7 @@
 #include <Facet/Attribute.hpp>
 #include <Facet/NameTable.hpp>
 
-#include <algorithm>
+#include <array>
 #include <atomic>
 #include <utility>
 
@@ -18,6 +18,29 @@ namespace
 {
 std::atomic<long> g_lastNodeId{0};
 std::atomic<long> g_lastListenerId{0};
+
+/// The number of a name in NameTable::instance(), 0 for none. Names asked for lately are found without the table, which locks.
+int attributeNumber(const QByteArray& name)
+{
+    struct Known
+    {
+        const QByteArray* name = nullptr;
+        int number = 0;
+    };
+    constexpr std::size_t kNames = 128;
+    static std::array<Known, kNames> lately; // by length and two of the letters
+    if (name.isEmpty())
+        return 0;
+    const auto letter = [&name](int index) { return std::size_t(static_cast<unsigned char>(name.constData()[index])); };
+    Known& known = lately[(std::size_t(name.size()) * 37 + letter(0) * 5 + letter(name.size() / 2)) % kNames];
+    if (!known.name || *known.name != name) {
+        const int number = NameTable::instance().findNumber(name);
+        if (number == 0)
+            return 0;
+        known = {&NameTable::instance().name(number), number};
+    }
+    return known.number;
+}
 }
 
 long nextListenerId() noexcept
@@ -25,66 +48,30 @@ long nextListenerId() noexcept
     return ++g_lastListenerId;
 }
 
-struct Node::Events
-{
-    struct Callback
-    {
-        std::function<void()> plain;
-        std::function<void(Bedrock::BinaryData&)> withPayload;
-    };
-    /// One event of the node: declared, listened to, or both.
-    struct Channel
-    {
-        EventName name;
-        bool isDeclared = false;
-        ListenerList<Callback> listeners;
-    };
-
-    bool nodeIsAlive = true;
-    /// Channels keep their address while a listener makes new ones.
-    std::vector<std::unique_ptr<Channel>> channels;
-    std::vector<EventName> declared;
-    ListenerList<std::function<void()>> endListeners;
-
-    [[nodiscard]] Channel* find(EventName name) const
-    {
-        for (const auto& channel : channels)
-            if (channel->name == name)
-                return channel.get();
-        return nullptr;
-    }
-    Channel& channel(EventName name)
-    {
-        if (Channel* found = find(name))
-            return *found;
-        channels.push_back(std::make_unique<Channel>(Channel{name, false, {}}));
-        return *channels.back();
-    }
-
-    static Events& of(std::shared_ptr<Events>& events)
-    {
-        if (!events)
-            events = std::make_shared<Events>();
-        return *events;
-    }
-};
-
 Node::Node() : m_id(generateId()) {}
 
 Node::~Node()
 {
-    if (m_events)
-        m_events->nodeIsAlive = false;
+    if (m_extras)
+        m_extras->nodeIsAlive = false;
     // Attributes owned by a base that is destroyed later must not look for their node.
-    for (Attribute* attribute : m_attributes)
+    for (Attribute* attribute : m_attributes.all())
         attribute->m_host = nullptr;
-    if (!m_events)
+    if (!m_extras)
         return;
+    AttributeExtras::ofHostless().add(std::move(m_extras->attributes));
     const auto failed = [this](const char* reason) {
         Bedrock::Trace::error("Node::~Node # A listener of the end of node %ld failed: %s", m_id, reason);
     };
-    m_events->endListeners.forEach([] { return true; },
+    m_extras->endListeners.forEach([] { return true; },
                                    [&](const std::function<void()>& listener) { Bedrock::guarded(listener, failed); });
+}
+
+Node::Extras& Node::extras()
+{
+    if (!m_extras)
+        m_extras = Bedrock::IntrusivePtr<Extras>(new Extras);
+    return *m_extras;
 }
 
 long Node::generateId() noexcept
@@ -94,65 +81,75 @@ long Node::generateId() noexcept
 
 void Node::eventAddOut(EventName name)
 {
-    auto& events = Events::of(m_events);
-    auto& channel = events.channel(name);
-    if (channel.isDeclared)
-        return;
-    channel.isDeclared = true;
-    events.declared.push_back(name);
+    m_declaredEvents.add(name);
 }
 
 std::vector<EventName> Node::eventsOut() const
 {
-    return m_events ? m_events->declared : std::vector<EventName>();
+    return m_declaredEvents.all();
 }
 
 Node::ListenerId Node::eventAddListener(EventName name, std::function<void()> listener, int)
 {
     const ListenerId id = nextListenerId();
-    Events::of(m_events).channel(name).listeners.add(id, {std::move(listener), nullptr});
+    extras().obtain(name).listeners.add(id, {std::move(listener), nullptr});
     return id;
 }
 
 Node::ListenerId Node::eventAddListenerBd(EventName name, std::function<void(Bedrock::BinaryData&)> listener, int)
 {
     const ListenerId id = nextListenerId();
-    Events::of(m_events).channel(name).listeners.add(id, {nullptr, std::move(listener)});
+    extras().obtain(name).listeners.add(id, {nullptr, std::move(listener)});
     return id;
 }
 
 void Node::eventRemoveListener(ListenerId id)
 {
-    if (!m_events)
+    if (!m_extras)
         return;
-    const auto events = m_events; // what the listener captured may own this node
-    for (const auto& channel : events->channels)
+    const auto extras = m_extras; // what the listener captured may own this node
+    for (const auto& channel : extras->channels)
         if (channel->listeners.remove(id))
             return;
 }
 
 bool Node::eventHasListeners(EventName name) const
 {
-    const Events::Channel* channel = m_events ? m_events->find(name) : nullptr;
+    const Extras::Channel* const channel = m_extras ? m_extras->find(name) : nullptr;
     return channel && !channel->listeners.isEmpty();
 }
 
 void Node::eventSend(EventName name)
 {
-    Bedrock::BinaryData nothing;
-    eventSend(name, nothing);
+    if (!isSendable(name) || !m_extras)
+        return;
+    if (Extras::Channel* const channel = m_extras->find(name)) {
+        Bedrock::BinaryData nothing;
+        m_extras->deliver(*channel, m_id, nothing);
+    }
 }
 
 void Node::eventSend(EventName name, Bedrock::BinaryData& payload)
 {
-    const long node = m_id;
-    const auto events = m_events; // outlives the node if a listener destroys it
-    Events::Channel* channel = events ? events->find(name) : nullptr;
-    if (!channel || !channel->isDeclared) {
-        Bedrock::Trace::warning("Node::eventSend # Event '%s' is not declared by node %ld", name.text().constData(), node);
+    if (!isSendable(name))
         return;
-    }
-    const auto call = [&](Events::Callback& callback) {
+    if (Extras::Channel* const channel = m_extras ? m_extras->find(name) : nullptr)
+        m_extras->deliver(*channel, m_id, payload);
+    payload.rewind();
+}
+
+bool Node::isSendable(EventName name) const
+{
+    if (m_declaredEvents.contains(name))
+        return true;
+    Bedrock::Trace::warning("Node::eventSend # Event '%s' is not declared by node %ld", name.text().constData(), m_id);
+    return false;
+}
+
+void Node::Extras::deliver(Channel& channel, long node, Bedrock::BinaryData& payload)
+{
+    const Bedrock::IntrusivePtr<Extras> keep(this); // outlives the node if a listener destroys it
+    const auto call = [&](Callback& callback) {
         if (callback.plain) {
             callback.plain();
         } else if (callback.withPayload) {
@@ -161,12 +158,11 @@ void Node::eventSend(EventName name, Bedrock::BinaryData& payload)
         }
     };
     const auto failed = [&](const char* reason) {
-        Bedrock::Trace::error("Node::eventSend # A listener of event '%s' of node %ld failed: %s", name.text().constData(), node,
-                              reason);
+        Bedrock::Trace::error("Node::eventSend # A listener of event '%s' of node %ld failed: %s",
+                              channel.name.text().constData(), node, reason);
     };
-    channel->listeners.forEach([&events] { return events->nodeIsAlive; },
-                               [&](Events::Callback& callback) { Bedrock::guarded([&] { call(callback); }, failed); });
-    payload.rewind();
+    channel.listeners.forEach([this] { return nodeIsAlive; },
+                              [&](Callback& callback) { Bedrock::guarded([&] { call(callback); }, failed); });
 }
 
 void Node::invokeAfterUpdate(std::function<void()> function)
@@ -177,41 +173,52 @@ void Node::invokeAfterUpdate(std::function<void()> function)
 Node::ListenerId Node::addEndListener(std::function<void()> listener)
 {
     const ListenerId id = nextListenerId();
-    Events::of(m_events).endListeners.add(id, std::move(listener));
+    extras().endListeners.add(id, std::move(listener));
     return id;
 }
 
 void Node::removeEndListener(ListenerId id)
 {
-    if (m_events)
-        m_events->endListeners.remove(id);
+    if (m_extras)
+        m_extras->endListeners.remove(id);
 }
 
 Attribute* Node::attribute(const QByteArray& name) const
 {
-    const int number = NameTable::instance().findNumber(name);
+    const int number = attributeNumber(name);
     return number == 0 ? nullptr : attributeNumbered(number);
 }
 
 Attribute* Node::attributeNumbered(int nameNumber) const
 {
-    for (Attribute* attribute : m_attributes)
-        if (attribute->nameNumber() == nameNumber)
-            return attribute;
-    return nullptr;
+    if (Attribute* const found = m_attributes.find(nameNumber))
+        return found;
+    // To its users the node always had the attribute.
+    return const_cast<Node*>(this)->makeRareAttributes(nameNumber) ? m_attributes.find(nameNumber) : nullptr;
+}
+
+std::vector<Attribute*> Node::attributes() const
+{
+    (void)const_cast<Node*>(this)->makeRareAttributes(kAllAttributes);
+    return m_attributes.all();
+}
+
+bool Node::makeRareAttributes(int)
+{
+    return false;
 }
 
 void Node::attributeChanged(Attribute&) {}
 
 void Node::addAttribute(Attribute& attribute)
 {
-    m_attributes.push_back(&attribute);
+    m_attributes.add(attribute);
     if (m_attributeObserver)
         m_attributeObserver->attributeAdded(attribute);
 }
 
 void Node::removeAttribute(Attribute& attribute)
 {
-    m_attributes.erase(std::remove(m_attributes.begin(), m_attributes.end(), &attribute), m_attributes.end());
+    m_attributes.remove(attribute);
 }
 }

@@ -34,7 +34,7 @@ bool fillBoxInterior(PainterContext::Private& context, const Vecta::Rect& rect, 
     }
     if (style.hasFill && style.fill.alpha > 0.f && !parts.isEmpty()) {
         const QColor color = toQt(style.fill);
-        QPainter& painter = context.devicePainter();
+        QPainter& painter = context.devicePainter(context.opacity);
         for (const QRectF& part : parts)
             painter.fillRect(part.toAlignedRect(), color);
     }

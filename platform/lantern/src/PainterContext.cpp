@@ -1,11 +1,14 @@
 #include <Lantern/PainterContext.hpp>
 
+#include "BlockSampler.hpp"
 #include "BoxInterior.hpp"
+#include "ExactShapes.hpp"
 #include "PainterState.hpp"
 #include "ToQt.hpp"
 
 #include <Vecta/Angle.hpp>
 
+#include <QPolygonF>
 #include <QTextLayout>
 
 #include <algorithm>
@@ -71,18 +74,17 @@ void PainterContext::drawRect(const Vecta::Rect& rect, float cornerRadius, const
         return;
     if (fillBoxInterior(*d, rect, cornerRadius, style))
         return;
-    QPainter& painter = d->readyPainter();
     if (!hasVisibleStroke(style) && !(cornerRadius > 0.f)) {
         if (style.hasFill)
-            painter.fillRect(toQt(rect), toQt(style.fill));
+            fillExactRect(*d, toQt(rect), toQt(style.fill));
         return;
     }
-    painter.setPen(penOf(style));
-    painter.setBrush(brushOf(style));
+    QPainterPath outline;
     if (cornerRadius > 0.f)
-        painter.drawPath(roundedRect(rect, cornerRadius));
+        outline = roundedRect(rect, cornerRadius);
     else
-        painter.drawRect(toQt(rect));
+        outline.addRect(toQt(rect));
+    drawExactPath(*d, outline, penOf(style), brushOf(style));
 }
 
 void PainterContext::drawArc(Vecta::Vector2f centre, float radius, float fromRadians, float toRadians, const Style& style,
@@ -113,24 +115,19 @@ void PainterContext::drawArc(Vecta::Vector2f centre, float radius, float fromRad
         const double angle = from + sweep * i / count;
         points[i] = QPointF(centre.x + radius * std::cos(angle), centre.y + radius * std::sin(angle));
     }
-    QPainter& painter = d->readyPainter();
     QPen pen = penOf(style);
     pen.setJoinStyle(segments > 0 ? Qt::MiterJoin : Qt::RoundJoin);
+    QPainterPath path;
+    path.addPolygon(QPolygonF(QVector<QPointF>(points.begin(), points.end())));
     if (isWhole) {
-        painter.setPen(pen);
-        painter.setBrush(brushOf(style));
-        painter.drawPolygon(points.constData(), points.size());
+        path.closeSubpath();
+        drawExactPath(*d, path, pen, brushOf(style));
         return;
     }
-    if (style.hasFill) {
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(brushOf(style));
-        painter.drawPolygon(points.constData(), points.size());
-    }
-    if (hasVisibleStroke(style)) {
-        painter.setPen(pen);
-        painter.drawPolyline(points.constData(), points.size());
-    }
+    if (style.hasFill)
+        drawExactPath(*d, path, Qt::NoPen, brushOf(style));
+    if (hasVisibleStroke(style))
+        drawExactPath(*d, path, pen, Qt::NoBrush);
 }
 
 void PainterContext::drawImage(const QImage& image, const Vecta::Rect& target, const Vecta::Rect& source, float cornerRadius)
@@ -138,13 +135,16 @@ void PainterContext::drawImage(const QImage& image, const Vecta::Rect& target, c
     if (image.isNull() || target.isEmpty() || !isFinite(target) || !isFinite(source))
         return;
     const QRectF part = source.isEmpty() ? QRectF(image.rect()) : toQt(source);
-    if (!(cornerRadius > 0.f)) {
+    if (cornerRadius > 0.f)
+        pushClip(target, cornerRadius);
+    // One pixel for one pixel there is nothing to sample. Other paint engines sample by themselves.
+    const bool isPlain = d->world.type() <= QTransform::TxTranslate && part.size() == toQt(target).size();
+    if (isPlain || !d->isRaster)
         d->readyPainter().drawImage(toQt(target), image, part);
-        return;
-    }
-    pushClip(target, cornerRadius);
-    d->readyPainter().drawImage(toQt(target), image, part);
-    pop();
+    else
+        BlockSampler::instance().draw(*d, image, toQt(target), part);
+    if (cornerRadius > 0.f)
+        pop();
 }
 
 void PainterContext::drawText(const QTextLayout& layout, Vecta::Vector2f origin, const Bedrock::Color& color)

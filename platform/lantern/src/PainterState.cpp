@@ -1,16 +1,18 @@
 #include "PainterState.hpp"
 
+#include "LayerSurfaces.hpp"
 #include "ToQt.hpp"
 
+#include <QPaintEngine>
 #include <QRegion>
 
+#include <algorithm>
 #include <cassert>
 
 namespace Lantern
 {
 namespace
 {
-constexpr QPainter::RenderHints kHints = QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform;
 /// The edges of what is turned or scaled may colour a neighbouring pixel a little.
 constexpr qreal kSmoothEdgePx = 0.5;
 }
@@ -24,6 +26,8 @@ PainterContext::Private::Private(QPainter& painterBelow, const QRegion& area) : 
     clipBounds = world.mapRect(QRectF(area.boundingRect()));
     for (const QRect& rect : area)
         damage.append(world.mapRect(QRectF(rect)));
+    deviceSize = QSize(ground.device()->width(), ground.device()->height()) * ground.device()->devicePixelRatio();
+    isRaster = ground.paintEngine()->type() == QPaintEngine::Raster;
     saved.reserve(64);
     ground.save();
     ground.setRenderHints(kHints);
@@ -33,17 +37,17 @@ PainterContext::Private::Private(QPainter& painterBelow, const QRegion& area) : 
 QPainter& PainterContext::Private::readyPainter()
 {
     if (isPainterStale) {
-        painter->setTransform(openLayers > 0 ? world : world * fromDevice);
+        painter->setTransform(!openLayers.empty() ? world : world * fromDevice);
         painter->setOpacity(opacity);
         isPainterStale = false;
     }
     return *painter;
 }
 
-QPainter& PainterContext::Private::devicePainter()
+QPainter& PainterContext::Private::devicePainter(qreal deviceOpacity)
 {
-    painter->setTransform(openLayers > 0 ? QTransform() : fromDevice);
-    painter->setOpacity(opacity);
+    painter->setTransform(!openLayers.empty() ? QTransform() : fromDevice);
+    painter->setOpacity(deviceOpacity);
     isPainterStale = true;
     return *painter;
 }
@@ -59,10 +63,10 @@ QRectF PainterContext::Private::toDevice(const Vecta::Rect& rect) const
 PainterContext::Private::Parts PainterContext::Private::visibleParts(const QRectF& bounds) const
 {
     Parts parts;
-    const QRectF inGround = bounds.intersected(clipBounds).translated(origin);
+    const QRectF seen = bounds.intersected(clipBounds);
     for (const QRectF& rect : damage)
-        if (const QRectF part = rect.intersected(inGround); !part.isEmpty())
-            parts.append(part.translated(-origin));
+        if (const QRectF part = rect.intersected(seen); !part.isEmpty())
+            parts.append(part);
     return parts;
 }
 
@@ -70,18 +74,14 @@ bool PainterContext::Private::isVisible(const QRectF& bounds) const
 {
     if (!bounds.intersects(clipBounds))
         return false;
-    const QRectF inGround = bounds.translated(origin);
-    for (const QRectF& rect : damage)
-        if (rect.intersects(inGround))
-            return true;
-    return false;
+    return std::any_of(damage.begin(), damage.end(), [&](const QRectF& rect) { return rect.intersects(bounds); });
 }
 
 // ---- Pushing ---------------------------------------------------------------------------------------------------------
 
 void PainterContext::Private::save(Kind kind, qreal layerOpacity)
 {
-    saved.push_back({kind, world, clipBounds, origin, opacity, layerOpacity});
+    saved.push_back({kind, world, clipBounds, opacity, layerOpacity});
 }
 
 void PainterContext::Private::pushTransform(const QTransform& transform)
@@ -98,57 +98,80 @@ void PainterContext::Private::pushOpacity(qreal factor)
     isPainterStale = true;
 }
 
-void PainterContext::Private::pushClip(const Vecta::Rect& rect, float cornerRadius)
+void PainterContext::Private::pushEmptyClip()
 {
     save(Kind::Clip);
-    QPainter& below = readyPainter();
-    below.save();
+    painter->save();
+    painter->setClipRect(QRectF(), Qt::IntersectClip);
+    clipBounds = {};
+}
+
+void PainterContext::Private::pushClip(const Vecta::Rect& rect, float cornerRadius)
+{
     if (rect.isEmpty() || !isFinite(rect)) {
-        below.setClipRect(QRectF(), Qt::IntersectClip);
-        clipBounds = {};
+        pushEmptyClip();
         return;
     }
-    if (cornerRadius > 0.f)
-        below.setClipPath(roundedRect(rect, cornerRadius), Qt::IntersectClip);
-    else
-        below.setClipRect(toQt(rect), Qt::IntersectClip);
-    clipBounds = clipBounds.intersected(toDevice(rect));
+    const bool isUpright = !(cornerRadius > 0.f) && world.type() <= QTransform::TxScale;
+    if (isUpright || !isRaster) {
+        save(Kind::Clip);
+        QPainter& below = readyPainter();
+        below.save();
+        if (cornerRadius > 0.f)
+            below.setClipPath(roundedRect(rect, cornerRadius), Qt::IntersectClip);
+        else
+            below.setClipRect(toQt(rect), Qt::IntersectClip);
+        clipBounds = clipBounds.intersected(toDevice(rect));
+        return;
+    }
+    // Cut by a rectangle, the painter gives pixels at the cut of an antialiased outline the wrong share. So the outline is
+    // the only clip of a surface, and that is drawn below under the damage.
+    const QRect pixels = pixelsOf(rect);
+    if (pixels.isEmpty()) {
+        pushEmptyClip();
+        return;
+    }
+    save(Kind::Layer, 1.0);
+    openLayer(pixels);
+    const float radius = std::max(0.f, cornerRadius);
+    painter->setTransform(world);
+    painter->setClipPath(roundedRect(rect, radius), Qt::ReplaceClip);
 }
 
 void PainterContext::Private::pushLayer(const Vecta::Rect& bounds, qreal factor)
 {
-    const QRectF wanted = isFinite(bounds) ? toDevice(bounds).intersected(clipBounds) : QRectF();
-    const QRect pixels = wanted.isEmpty() ? QRect() : wanted.toAlignedRect();
+    const QRect pixels = pixelsOf(bounds);
     if (pixels.isEmpty()) {
-        pushClip({}, 0.f);
+        pushEmptyClip();
         return;
     }
     save(Kind::Layer, factor * opacity);
-    if (surfaces.size() == openLayers)
-        surfaces.push_back(std::make_unique<LayerSurface>());
-    LayerSurface& surface = *surfaces[openLayers++];
-    if (surface.image.size() != pixels.size())
-        surface.image = QImage(pixels.size(), QImage::Format_ARGB32_Premultiplied);
-    surface.image.fill(Qt::transparent);
-    surface.origin = pixels.topLeft();
-    world *= QTransform::fromTranslate(-pixels.x(), -pixels.y());
-    clipBounds = wanted.translated(-pixels.topLeft());
-    origin += pixels.topLeft();
+    openLayer(pixels);
     opacity = 1.0;
+}
 
-    surface.painter.begin(&surface.image);
-    surface.painter.setRenderHints(kHints);
-    painter = &surface.painter;
+QRect PainterContext::Private::pixelsOf(const Vecta::Rect& rect) const
+{
+    const QRectF seen = isFinite(rect) ? toDevice(rect).intersected(clipBounds) : QRectF();
+    return seen.isEmpty() ? QRect() : seen.toAlignedRect().intersected(QRect(QPoint(), deviceSize));
+}
+
+void PainterContext::Private::openLayer(const QRect& pixels)
+{
+    openLayers.push_back(&LayerSurfaces::instance().acquire(deviceSize, pixels));
+    painter = &openLayers.back()->painter;
+    clipBounds = QRectF(pixels);
     isPainterStale = true;
 }
 
 void PainterContext::Private::drawLayerBelow(const Saved& state)
 {
-    LayerSurface& surface = *surfaces[--openLayers];
-    surface.painter.end();
-    painter = openLayers > 0 ? &surfaces[openLayers - 1]->painter : &ground;
-    opacity = state.layerOpacity;
-    devicePainter().drawImage(QRectF(surface.origin, QSizeF(surface.image.size())), surface.image);
+    const LayerSurface& surface = *openLayers.back();
+    openLayers.pop_back();
+    LayerSurfaces::instance().release();
+    painter = openLayers.empty() ? &ground : &openLayers.back()->painter;
+    const QRect area = clipBounds.toAlignedRect();
+    devicePainter(state.layerOpacity).drawImage(area.topLeft(), surface.image, area);
 }
 
 void PainterContext::Private::pop()
@@ -162,7 +185,6 @@ void PainterContext::Private::pop()
         painter->restore();
     world = state.world;
     clipBounds = state.clipBounds;
-    origin = state.origin;
     opacity = state.opacity;
     isPainterStale = true;
 }

@@ -2,9 +2,9 @@
 
 #include <Lantern/PainterContext.hpp>
 
-#include <QImage>
 #include <QPainter>
 #include <QRectF>
+#include <QSize>
 #include <QTransform>
 #include <QVarLengthArray>
 
@@ -15,13 +15,10 @@ class QRegion;
 
 namespace Lantern
 {
-/// What a layer is drawn into before it is faded as a whole; kept for the next layer at the same depth.
-struct LayerSurface
-{
-    QImage image;
-    QPainter painter;
-    QPoint origin; ///< of the image, in device pixels of the painter below
-};
+inline constexpr QPainter::RenderHints kHints =
+    QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform;
+
+struct LayerSurface;
 
 /// What was pushed on a PainterContext. Transform and opacity reach the QPainter only when something is drawn: most of what
 /// is pushed turns out to lie outside of the damage. All areas are device pixels.
@@ -31,8 +28,8 @@ struct PainterContext::Private
 
     /// The innermost painter, with transform and opacity as they were pushed.
     QPainter& readyPainter();
-    /// As above, but drawing in device pixels.
-    QPainter& devicePainter();
+    /// As above, but drawing in device pixels, so faint.
+    QPainter& devicePainter(qreal opacity);
     [[nodiscard]] QRectF toDevice(const Vecta::Rect& rect) const;
     /// The parts of the damage in which something in `bounds` (device pixels) can show.
     using Parts = QVarLengthArray<QRectF, 16>;
@@ -53,7 +50,6 @@ struct PainterContext::Private
         Kind kind;
         QTransform world;
         QRectF clipBounds;
-        QPointF origin;
         qreal opacity;
         qreal layerOpacity;
     };
@@ -63,16 +59,20 @@ struct PainterContext::Private
     QPainter* painter;     ///< the innermost layer's
     QTransform world;      ///< to device pixels of `painter`
     QRectF clipBounds;     ///< around what can show, of `painter`
-    QPointF origin;        ///< of `painter`'s pixels in those of the ground
-    Parts damage;          ///< of the ground
+    Parts damage;
     qreal opacity = 1.0;
     bool isPainterStale = false; ///< the painter has another transform or opacity
     std::vector<Saved> saved;
-    std::vector<std::unique_ptr<LayerSurface>> surfaces;
-    std::size_t openLayers = 0;
+    bool isRaster = true;                  ///< whether the ground's pixels are drawn by the processor
+    QSize deviceSize;                      ///< of the ground
+    std::vector<LayerSurface*> openLayers; ///< from the outermost to the innermost
 
 private:
     void save(Kind kind, qreal layerOpacity = 1.0);
+    void pushEmptyClip();
+    /// What can show of `rect`, as whole device pixels.
+    [[nodiscard]] QRect pixelsOf(const Vecta::Rect& rect) const;
+    void openLayer(const QRect& pixels);
     void drawLayerBelow(const Saved& state);
 };
 }

@@ -170,6 +170,33 @@ TEST_CASE("table input: a tracker's ignored area is ignored, counted and drawn")
     CHECK(overlay->findByType("InputArea"));
 }
 
+TEST_CASE("table input: a replay ignores and draws the areas of its recording, not those of its presentation")
+{
+    TablePlace place;
+    place.options.listener.reset();
+    place.presentation(R"({"input": [{"tuio": "127.0.0.1:0", "ignore": [[0, 0, 0.2, 0.2]]}]})");
+    place.options.recordFile = place.folder.path(QStringLiteral("evening.rec"));
+    {
+        const auto table = place.open();
+        TableSender sender(*table);
+        sender.send(fingerPacket("lamp@cam", 0.1f, 0.1f));
+        sender.send(fingerPacket("visitor@cam", 0.5f, 0.5f));
+        table->frame(0.02);
+        CHECK(sampleOf(*table).fingers.size() == 1);
+    }
+    place.options.replayFile = place.options.recordFile;
+    place.options.recordFile.clear();
+    place.options.showInput = true;
+    place.presentation("{}");
+    const auto replay = place.open();
+    replay->frame(0.02);
+    CHECK(sampleOf(*replay).fingers.size() == 1);
+    const auto overlay = Tavola::Tavola::instance()->ui()->internalOverlayWidget()->findByType("InputOverlay");
+    REQUIRE(overlay);
+    CHECK(overlay->findByType("InputArea"));
+    CHECK(overlay->children().size() == 2);
+}
+
 TEST_CASE("table input: the inspector names connections that made room, and profiles whose frames have no end")
 {
     TablePlace place;
@@ -186,10 +213,10 @@ TEST_CASE("table input: the inspector names connections that made room, and prof
     for (int i = 0; i < 17; ++i) {
         silent.push_back(std::make_unique<QTcpSocket>());
         silent.back()->connectToHost(QHostAddress::LocalHost, portOf(*table, 0));
-        REQUIRE(silent.back()->waitForConnected(10000));
+        REQUIRE(silent.back()->waitForConnected(TestSupport::kPatienceMs));
     }
     const auto closed = [&] { return report().value("listeners").toArray().at(0).toObject().value("silentConnections").toInt(); };
-    CHECK(TestSupport::pumpUntil([&] { return closed() == 1; }, 10000));
+    CHECK(TestSupport::pumpUntil([&] { return closed() == 1; }, TestSupport::kPatienceMs));
     CHECK(log.lines().last().toObject().value("text").toString().contains("which has sent no packet, to make room for"));
 
     TableSender sender(*table);

@@ -1,16 +1,16 @@
 #pragma once
 
 #include <Bedrock/Export.hpp>
-#include <Facet/AttributeName.hpp>
+#include <Facet/AttributeDeclaration.hpp>
 
 #include <QByteArray>
 #include <QString>
 
 #include <functional>
-#include <memory>
 
 namespace Facet
 {
+class AttributeExtras;
 class Node;
 struct StyleValue;
 
@@ -24,6 +24,9 @@ enum Layer : int {
 
 /// A named, layered value of a node. This is the face without the type; see AttributeT. Main thread only.
 /// The attribute is a member of (or owned by) its node's class. One that is destroyed after its node has no host any more.
+///
+/// Kept small, since a widget has dozens: only the visible value is inside. The default is in the declaration that attributes
+/// of the same name share; listeners, and a style value that a run-time value hides, are in a side table of the node.
 class TAVOLA_EXPORT Attribute
 {
 public:
@@ -32,15 +35,16 @@ public:
     static constexpr int kValueChanged = 2;
 
     /// A `host` receives the attribute at once, before the typed part is constructed. May be null.
-    Attribute(Node* host, AttributeName name);
+    /// Takes over one use of the declaration.
+    Attribute(Node* host, unsigned declaration);
     Attribute(const Attribute&) = delete;
     Attribute& operator=(const Attribute&) = delete;
     virtual ~Attribute();
 
     [[nodiscard]] Node* host() const noexcept { return m_host; }
-    [[nodiscard]] const QByteArray& name() const { return m_name.text(); }
+    [[nodiscard]] const QByteArray& name() const { return declaration().name().text(); }
     /// The name's number in NameTable::instance(): what the style engine compares.
-    [[nodiscard]] int nameNumber() const noexcept { return m_name.number(); }
+    [[nodiscard]] int nameNumber() const noexcept { return declaration().name().number(); }
 
     /// Calls `listener` inside the change, whenever the visible value has become another one, whichever layer caused it.
     /// Listeners may read, set and clear attributes, add and remove listeners, and destroy the attribute.
@@ -49,7 +53,10 @@ public:
 
     [[nodiscard]] bool hasValue(int layer) const noexcept { return (m_layersSet & (1u << layer)) != 0; }
     /// The layer whose value shows.
-    [[nodiscard]] int visibleLayer() const noexcept;
+    [[nodiscard]] int visibleLayer() const noexcept
+    {
+        return hasValue(kUserLayer) ? kUserLayer : hasValue(kStyleLayer) ? kStyleLayer : kDefaultLayer;
+    }
     /// Takes the value of `layer` away (layer 0 cannot be cleared), so that the one below shows again.
     virtual void clearValue(int layer) = 0;
 
@@ -61,20 +68,37 @@ public:
 
     /// Whether any attribute anywhere ever had this name. Lets the style engine tell a misspelt name from one that the
     /// widget at hand merely does not have.
-    [[nodiscard]] static bool isKnownName(AttributeName name);
+    [[nodiscard]] static bool isKnownName(AttributeName name) { return AttributeDeclaration::isKnownName(name); }
 
 protected:
+    [[nodiscard]] const AttributeDeclaration& declaration() const noexcept
+    {
+        return AttributeDeclaration::numbered(m_declaration);
+    }
+    [[nodiscard]] unsigned declarationNumber() const noexcept { return m_declaration; }
+    /// Of a declaration of the same name; the uses are counted by the typed part.
+    void setDeclarationNumber(unsigned number) noexcept { m_declaration = number; }
+    /// Whether the default that shows is not the declared one.
+    [[nodiscard]] bool hasOwnDefault() const noexcept { return m_hasOwnDefault; }
+    void setHasOwnDefault(bool own) noexcept { m_hasOwnDefault = own ? 1 : 0; }
     void markSet(int layer) noexcept { m_layersSet |= 1u << layer; }
     void markCleared(int layer) noexcept { m_layersSet &= ~(1u << layer); }
+    /// The style value while a run-time value hides it, else null. Owned by the typed part.
+    [[nodiscard]] void* hiddenValue() const noexcept;
+    void setHiddenValue(void* value);
     void notifyChanged();
 
 private:
     friend class Node;
-    struct Listeners;
+
+    /// Where listeners and the hidden value are.
+    [[nodiscard]] AttributeExtras& extras() const;
 
     Node* m_host;
-    AttributeName m_name;
-    unsigned m_layersSet = 1u;
-    std::shared_ptr<Listeners> m_listeners; ///< null until the first listener
+    unsigned m_declaration : 24; ///< number
+    unsigned m_layersSet : kLayerCount;
+    unsigned m_hasListeners : 1;
+    unsigned m_hidesValue : 1;
+    unsigned m_hasOwnDefault : 1;
 };
 }

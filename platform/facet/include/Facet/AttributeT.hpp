@@ -3,7 +3,6 @@
 #include <Facet/Attribute.hpp>
 #include <Facet/ValueNotation.hpp>
 
-#include <array>
 #include <utility>
 
 namespace Facet
@@ -17,40 +16,57 @@ namespace Facet
 ///
 ///     Facet::AttributeT<Mode> m_mode{this, "collection-mode", {{"email", Mode::Email}, {"upload", Mode::Upload}}, Mode::Email};
 template <class T>
-class AttributeT : public Attribute, private ValueNotation<T>
+class AttributeT : public Attribute
 {
     using Notation = ValueNotation<T>;
+    using Declaration = AttributeDeclarationT<T>;
 
 public:
     using Names = typename Notation::Names;
 
-    AttributeT(Node* host, AttributeName name, T defaultValue = T()) : Attribute(host, name)
+    AttributeT(Node* host, AttributeName name, T defaultValue = T())
+        : Attribute(host, Declaration::acquire(name, std::move(defaultValue), {})), m_value(declared().defaultValue())
     {
         static_assert(!std::is_enum_v<T>, "an enumeration takes a table of its names");
-        m_values[kDefaultLayer] = std::move(defaultValue);
     }
     /// For an enumeration. Names are compared in lower case.
-    AttributeT(Node* host, AttributeName name, Names names, T defaultValue) : Attribute(host, name), Notation(std::move(names))
+    AttributeT(Node* host, AttributeName name, Names names, T defaultValue)
+        : Attribute(host, Declaration::acquire(name, std::move(defaultValue), std::move(names))),
+          m_value(declared().defaultValue())
     {
-        m_values[kDefaultLayer] = std::move(defaultValue);
     }
+    ~AttributeT() override { delete static_cast<T*>(hiddenValue()); }
 
-    /// The visible value.
-    [[nodiscard]] const T& value() const noexcept { return m_values[visibleLayer()]; }
-    const T& operator*() const noexcept { return value(); }
-    const T* operator->() const noexcept { return &value(); }
-    operator const T&() const noexcept { return value(); }
+    /// The visible value. The reference holds until the value changes.
+    [[nodiscard]] const T& value() const noexcept { return m_value; }
+    const T& operator*() const noexcept { return m_value; }
+    const T* operator->() const noexcept { return &m_value; }
+    operator const T&() const noexcept { return m_value; }
     /// The value of one layer; meaningful only where `hasValue(layer)`.
-    [[nodiscard]] const T& value(int layer) const noexcept { return m_values[layer]; }
+    [[nodiscard]] const T& value(int layer) const noexcept
+    {
+        if (layer == visibleLayer())
+            return m_value;
+        const void* hidden = layer == kStyleLayer ? hiddenValue() : nullptr;
+        return hidden ? *static_cast<const T*>(hidden) : declared().defaultValue();
+    }
 
     void setValue(T newValue, int layer = kUserLayer)
     {
-        if (hasValue(layer) && m_values[layer] == newValue)
-            return;
         const int before = visibleLayer();
-        const bool shows = layer >= before;
-        const bool changes = shows && !(m_values[before] == newValue);
-        m_values[layer] = std::move(newValue);
+        if (layer < before) {
+            setBelow(std::move(newValue), layer);
+            return;
+        }
+        const bool changes = !(m_value == newValue);
+        if (layer == before && !changes)
+            return;
+        // The layout gives widgets their places as defaults: one that shows is kept like any value.
+        if (layer == kDefaultLayer)
+            setHasOwnDefault(true);
+        else if (layer != before)
+            hideValue(before);
+        m_value = std::move(newValue);
         markSet(layer);
         if (changes)
             notifyChanged();
@@ -66,23 +82,55 @@ public:
         if (layer == kDefaultLayer || !hasValue(layer))
             return;
         const bool showed = visibleLayer() == layer;
+        T* const hidden = static_cast<T*>(hiddenValue());
+        if (hidden)
+            setHiddenValue(nullptr);
         markCleared(layer);
-        const T old = std::exchange(m_values[layer], T());
-        if (showed && !(value() == old))
-            notifyChanged();
+        if (showed) {
+            const T old = std::exchange(m_value, hidden ? std::move(*hidden) : declared().defaultValue());
+            delete hidden;
+            if (!(m_value == old))
+                notifyChanged();
+        } else {
+            delete hidden;
+        }
     }
 
     bool setStyleValue(const StyleValue& styleValue, int layer, QString* error) override
     {
         T converted{};
-        if (!Notation::read(styleValue, converted, error))
+        if (!Notation::read(declared().names(), styleValue, converted, error))
             return false;
         setValue(std::move(converted), layer);
         return true;
     }
-    [[nodiscard]] QString toText() const override { return Notation::write(value()); }
+    [[nodiscard]] QString toText() const override { return Notation::write(declared().names(), m_value); }
 
 private:
-    std::array<T, kLayerCount> m_values{};
+    [[nodiscard]] const Declaration& declared() const noexcept { return static_cast<const Declaration&>(declaration()); }
+
+    /// The visible value, of that layer, makes room for one of a higher layer.
+    void hideValue(int layer)
+    {
+        if (layer == kStyleLayer)
+            setHiddenValue(new T(std::move(m_value)));
+        else if (hasOwnDefault())
+            setDeclarationNumber(Declaration::withDefault(declarationNumber(), m_value));
+        setHasOwnDefault(false);
+    }
+    /// A value that does not show.
+    void setBelow(T newValue, int layer)
+    {
+        if (layer == kDefaultLayer) {
+            setDeclarationNumber(Declaration::withDefault(declarationNumber(), newValue));
+        } else if (void* hidden = hiddenValue()) {
+            *static_cast<T*>(hidden) = std::move(newValue);
+        } else {
+            setHiddenValue(new T(std::move(newValue)));
+            markSet(layer);
+        }
+    }
+
+    T m_value;
 };
 }

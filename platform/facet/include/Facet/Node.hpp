@@ -2,10 +2,12 @@
 
 #include <Bedrock/BinaryData.hpp>
 #include <Bedrock/Export.hpp>
+#include <Bedrock/IntrusivePtr.hpp>
+#include <Facet/AttributeList.hpp>
+#include <Facet/DeclaredEvents.hpp>
 #include <Facet/EventName.hpp>
 
 #include <functional>
-#include <memory>
 #include <vector>
 
 namespace Facet
@@ -76,25 +78,35 @@ public:
     [[nodiscard]] Attribute* attribute(const QByteArray& name) const;
     /// As above by the number of the name (AttributeName::number).
     [[nodiscard]] Attribute* attributeNumbered(int nameNumber) const;
-    /// All attributes in the order they were made.
-    [[nodiscard]] const std::vector<Attribute*>& attributes() const noexcept { return m_attributes; }
+    /// All attributes in the order they were made. Makes those that `makeRareAttributes` has left out until now.
+    [[nodiscard]] std::vector<Attribute*> attributes() const;
     /// The one observer of this node's attributes, for the style engine; null for none.
     void setAttributeObserver(AttributeObserver* observer) noexcept { m_attributeObserver = observer; }
 
 protected:
+    /// For `makeRareAttributes`: every attribute.
+    static constexpr int kAllAttributes = 0;
+    /// Makes the attributes that a class leaves out of its nodes until they are needed: those made together with the one whose
+    /// name has that number, or all. Returns whether there are any such. Called when an attribute is asked for that the node
+    /// does not have, so that its users see no difference. An override begins with that of its base.
+    virtual bool makeRareAttributes(int nameNumber);
     /// Called after the visible value of one of this node's attributes changed, before the attribute's listeners.
     virtual void attributeChanged(Attribute& attribute);
 
 private:
     friend class Attribute;
-    struct Events;
+    struct Extras;
 
+    /// Whether the event is declared; a warning if not.
+    [[nodiscard]] bool isSendable(EventName name) const;
     void addAttribute(Attribute& attribute);
     void removeAttribute(Attribute& attribute);
+    [[nodiscard]] Extras& extras();
 
     long m_id;
-    std::shared_ptr<Events> m_events; ///< null until the first declaration or listener; outlives the node during a send
-    std::vector<Attribute*> m_attributes;
+    DeclaredEvents m_declaredEvents;
+    AttributeList m_attributes;
+    Bedrock::IntrusivePtr<Extras> m_extras; ///< null until the first listener or hidden value
     AttributeObserver* m_attributeObserver = nullptr;
 };
 }

@@ -6,7 +6,6 @@
 #include <QVector>
 
 #include <type_traits>
-#include <utility>
 
 namespace Facet
 {
@@ -15,20 +14,18 @@ namespace Facet
 
 /// How the values of an attribute are written, as `StyleConversion<T>` says.
 template <class T, class = void>
-class ValueNotation
+struct ValueNotation
 {
-protected:
     struct Names
     {
+        friend bool operator==(Names, Names) noexcept { return true; }
     };
 
-    ValueNotation() = default;
-    explicit ValueNotation(Names) {}
-    static bool read(const StyleValue& value, T& result, QString* error)
+    static bool read(Names, const StyleValue& value, T& result, QString* error)
     {
         return StyleConversion<T>::read(value, result, error);
     }
-    [[nodiscard]] static QString write(const T& value) { return StyleConversion<T>::write(value); }
+    [[nodiscard]] static QString write(Names, const T& value) { return StyleConversion<T>::write(value); }
 };
 
 /// The words that a value may be, for the message: "expected one of a, b".
@@ -36,18 +33,14 @@ protected:
 
 /// An enumeration is written by name; the first name of a value is the one it is written with.
 template <class E>
-class ValueNotation<E, std::enable_if_t<std::is_enum_v<E>>>
+struct ValueNotation<E, std::enable_if_t<std::is_enum_v<E>>>
 {
-protected:
     using Names = QVector<QPair<QString, E>>;
 
-    ValueNotation() = default;
-    explicit ValueNotation(Names names) : m_names(std::move(names)) {}
-
-    bool read(const StyleValue& value, E& result, QString* error) const
+    static bool read(const Names& names, const StyleValue& value, E& result, QString* error)
     {
         const QString written = singleWord(value);
-        for (const auto& entry : m_names) {
+        for (const auto& entry : names) {
             if (entry.first.compare(written, Qt::CaseInsensitive) == 0) {
                 result = entry.second;
                 return true;
@@ -55,21 +48,18 @@ protected:
         }
         if (error) {
             QStringList words;
-            for (const auto& entry : m_names)
+            for (const auto& entry : names)
                 words.append(entry.first);
             *error = expectedOneOf(words);
         }
         return false;
     }
-    [[nodiscard]] QString write(const E& value) const
+    [[nodiscard]] static QString write(const Names& names, const E& value)
     {
-        for (const auto& entry : m_names)
+        for (const auto& entry : names)
             if (entry.second == value)
                 return entry.first;
         return {};
     }
-
-private:
-    Names m_names;
 };
 }

@@ -39,13 +39,29 @@ void DamageTracker::widgetChanged(Widget& widget, Redraw extent)
         return;
     if (extent == Redraw::Subtree)
         records.drawing.subtreeRedrawQueued = true;
+    if (extent == Redraw::Subtree || records.drawing.drawnBounds.isEmpty())
+        groupChanged(widget);
     if (records.drawing.redrawQueued)
         return;
     records.drawing.redrawQueued = true;
     m_queue.push_back(&widget);
 }
 
+/// A widget that fades is rounded otherwise alone than with children that show.
+void DamageTracker::groupChanged(const Widget& child)
+{
+    Widget* const parent = child.parent();
+    if (parent && WidgetRecords::of(*parent).drawing.opacity.value() < 1.f)
+        widgetChanged(*parent, Redraw::Widget);
+}
+
 void DamageTracker::widgetLeaves(Widget& widget)
+{
+    groupChanged(widget);
+    forget(widget);
+}
+
+void DamageTracker::forget(Widget& widget)
 {
     DrawingRecord& drawing = WidgetRecords::of(widget).drawing;
     addArea(drawing.drawnBounds);
@@ -56,7 +72,7 @@ void DamageTracker::widgetLeaves(Widget& widget)
         m_queue.erase(std::find(m_queue.begin(), m_queue.end(), &widget));
     }
     for (const auto& child : widget.children())
-        widgetLeaves(*child);
+        forget(*child);
 }
 
 void DamageTracker::collect()

@@ -47,6 +47,8 @@ public:
     static constexpr std::size_t kMostAreas = 12;
 
 private:
+    void groupChanged(const Widget& child);
+    void forget(Widget& widget);
     void account(Widget& widget, const Vecta::Transform& toScene, const Vecta::Rect& clip, bool visible, Redraw extent);
 
     LayoutEngine& m_layout;

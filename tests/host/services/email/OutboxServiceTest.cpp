@@ -500,7 +500,9 @@ TEST_CASE("outbox service: a service has two threads of its own")
     const auto threads = [] { return QDir("/proc/self/task").entryList(QDir::Dirs | QDir::NoDotAndDotDot).size(); };
     MailBench bench;
     bench.open();
-    REQUIRE(bench.reports("queued", 0));
+    // Composed, and sent to no server, whose threads would be counted.
+    TestSupport::expectWarningStartingWith("OutboxService # Failed to accept a message (");
+    REQUIRE_FALSE(bench.send(bench.message("Hello\n", "ann")).success);
     const int before = threads();
     bench.close();
     CHECK(before - threads() == 2);
@@ -822,10 +824,10 @@ TEST_CASE("outbox service: a message beyond the limits is refused, and its sende
         expectDelay(i, "451 Come back", "3600");
         CHECK(bench.send(bench.message()).success);
     }
-    const std::string warning =
-        "OutboxService # Failed to accept a message (the outbox is full: at most 2 messages and 20000 MB); delete some with "
-        "\"tavola mail drop\", have the mail server accept the others, or raise \"outboxMessages\" or \"outboxMegabytes\"";
-    TestSupport::expectWarning(warning);
+    // Once a minute at most.
+    TestSupport::expectWarning(
+        "OutboxService # Failed to accept a message (the outbox is full: at most 2 messages and 20000 MB; delete some with "
+        "\"tavola mail drop\", have the mail server accept the others, or raise \"outboxMessages\" or \"outboxMegabytes\")");
     for (int i = 0; i < 3; ++i) {
         auto message = bench.message();
         bench.attach(message, bench.folder.write("a.txt", "attached"), "a.txt");
@@ -842,10 +844,7 @@ TEST_CASE("outbox service: a message beyond the limits is refused, and its sende
     CHECK(state.value("mostBytes") == 2e10);
     CHECK(state.value("bytes").toInt() > 0);
 
-    // A minute later the warning is written again, and a message that is gone makes room.
-    TestSupport::expectWarning(warning);
-    bench.nowMs += 60000;
-    CHECK_FALSE(bench.send(bench.message()).success);
+    // A message that is gone makes room.
     bench.server.forgive();
     bench.pass(3600.0);
     REQUIRE(bench.becomesEmpty());
