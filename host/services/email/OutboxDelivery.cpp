@@ -153,7 +153,7 @@ bool OutboxDelivery::writeEndings()
         log(m_unwritten.front());
         m_unwritten.erase(m_unwritten.begin());
     }
-    tellUnwritten();
+    warnOfUnwritten();
     return m_isRecovered && m_unwritten.empty();
 }
 
@@ -166,10 +166,10 @@ bool OutboxDelivery::write(Ending& ending) const
     return m_outbox.update(ending.message);
 }
 
-void OutboxDelivery::tellUnwritten()
+void OutboxDelivery::warnOfUnwritten()
 {
     for (Ending& ending : m_unwritten) {
-        if (std::exchange(ending.isTold, true))
+        if (std::exchange(ending.isLogged, true))
             continue;
         const QString what = ending.kind == Ending::Kind::Delivered ? QStringLiteral("it is delivered")
             : ending.kind == Ending::Kind::Refused                  ? QStringLiteral("it was refused: ") + ending.words
@@ -208,7 +208,7 @@ void OutboxDelivery::log(const Ending& ending) const
 
 void OutboxDelivery::deleteFailed()
 {
-    if (m_settings.deleteRefusedDays <= 0.0)
+    if (m_settings.deleteRefusedDays <= 0.0 || m_summary.failed == 0)
         return;
     const int deleted = m_outbox.removeFailed(m_clock() - qint64(m_settings.deleteRefusedDays * kDayMs));
     if (deleted > 0)

@@ -65,7 +65,7 @@ private:
         OutboxMessage message;
         QString words;
         double pauseSeconds = 0.0;
-        bool isTold = false; ///< the log says that it cannot be written
+        bool isLogged = false; ///< a warning says that it cannot be written
     };
     struct Answer
     {
@@ -79,7 +79,7 @@ private:
     void conclude(SmtpSender::Ended ended);
     bool writeEndings();
     [[nodiscard]] bool write(Ending& ending) const;
-    void tellUnwritten();
+    void warnOfUnwritten();
     void log(const Ending& ending) const;
     void deleteFailed();
     void noteError(const QString& words);

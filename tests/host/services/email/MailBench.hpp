@@ -81,7 +81,7 @@ struct MailBench
     [[nodiscard]] Status send(const Tavola::EmailMessage& message);
     [[nodiscard]] static Status outcome(folly::Future<Status> future);
     void attach(Tavola::EmailMessage& message, const QString& path, const QString& name) const;
-    /// Moves the clock, and lets the service look.
+    /// Moves the clock, and has the service read its queue.
     void pass(double seconds);
     /// Waits until the server has that many mails.
     [[nodiscard]] bool hasMails(std::size_t count) const;

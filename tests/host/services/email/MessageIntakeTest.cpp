@@ -156,14 +156,14 @@ TEST_CASE("message intake: the limit is one of all files together, and what is b
     bench.settings.attachmentLimitBytes = 10;
     bench.to("ann@example.org");
     bench.attach("a.txt", "123456");
-    bench.attach("b.bin", QByteArray(1'240'000, 'b'));
+    bench.attach("b.bin", QByteArray(1'240'000, 'b'), "b\n.bin");
     bench.attach("c.txt", "1234");
     REQUIRE(bench.accept());
     const QJsonObject mail = bench.finished();
     REQUIRE(mail.value("parts").toArray().size() == 3);
     CHECK(part(mail, 1).value("filename") == "a.txt");
     CHECK(part(mail, 2).value("filename") == "c.txt");
-    CHECK(bench.text() == "Hello\n\nToo large:\nb.bin (1.2 MB)\n");
+    CHECK(bench.text() == "Hello\n\nToo large:\nb .bin (1.2 MB)\n");
 }
 
 TEST_CASE("message intake: a file below the presentation's folder is linked with its path, another one with its name")
@@ -217,6 +217,15 @@ TEST_CASE("message intake: an attachment that fails in the middle is left out, a
     CHECK(partBytes(mail, 1) == "123");
     CHECK(partBytes(mail, 2) == "456");
     CHECK(bench.fileCount() == 1);
+}
+
+TEST_CASE("message intake: blanks around a typed address are no part of it")
+{
+    Bench bench;
+    bench.to("  ann@example.org ");
+    REQUIRE(bench.accept());
+    CHECK(bench.message.recipientNames() == "ann@example.org");
+    CHECK(bench.finished().value("headers").toObject().value("To") == "Ann <ann@example.org>");
 }
 
 TEST_CASE("message intake: bytes in memory are sent too")
