@@ -6,15 +6,35 @@
 #include <QFileInfo>
 #include <QSqlQuery>
 
+#include <fcntl.h>
+#include <linux/capability.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace TestSupport
 {
 namespace
 {
-constexpr uid_t kNobody = 65534;
 const QString kConnection = QStringLiteral("spoilt-database");
+
+/// The first 32 capabilities of the calling thread, among them those over permissions of files.
+std::uint32_t effectiveRights()
+{
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct rights[2]{};
+    REQUIRE(::syscall(SYS_capget, &header, rights) == 0);
+    return rights[0].effective;
+}
+
+void setEffectiveRights(std::uint32_t effective)
+{
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct rights[2]{};
+    CHECK(::syscall(SYS_capget, &header, rights) == 0);
+    rights[0].effective = effective;
+    CHECK(::syscall(SYS_capset, &header, rights) == 0);
+}
 
 QByteArray folderOf(const QString& file)
 {
@@ -56,22 +76,19 @@ SpoiltDatabase::SpoiltDatabase(const QString& file, Kind kind) : m_file(file)
 void SpoiltDatabase::setReadOnly(mode_t ofFile, mode_t ofFolder)
 {
     const QByteArray file = QFile::encodeName(m_file);
-    const QByteArray folder = folderOf(m_file);
-    m_isOrdinaryUser = ::geteuid() == 0;
-    if (m_isOrdinaryUser) {
-        REQUIRE(::chown(file.constData(), kNobody, gid_t(-1)) == 0);
-        REQUIRE(::chown(folder.constData(), kNobody, gid_t(-1)) == 0);
-    }
     REQUIRE(::chmod(file.constData(), ofFile) == 0);
-    REQUIRE(::chmod(folder.constData(), ofFolder) == 0);
-    if (m_isOrdinaryUser)
-        REQUIRE(::seteuid(kNobody) == 0);
+    REQUIRE(::chmod(folderOf(m_file).constData(), ofFolder) == 0);
+    m_rights = effectiveRights();
+    setEffectiveRights(m_rights & ~((1u << CAP_DAC_OVERRIDE) | (1u << CAP_DAC_READ_SEARCH)));
+    const int opened =
+        ::open(((ofFile & 0200) != 0 ? folderOf(m_file) + "/other" : file).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    REQUIRE(opened < 0);
 }
 
 SpoiltDatabase::~SpoiltDatabase()
 {
-    if (m_isOrdinaryUser)
-        CHECK(::seteuid(0) == 0);
+    if (m_rights != 0)
+        setEffectiveRights(m_rights);
     CHECK(::chmod(folderOf(m_file).constData(), 0700) == 0);
     m_locker.close();
     m_locker = QSqlDatabase();

@@ -3,14 +3,14 @@
 #include <QSqlDatabase>
 #include <QString>
 
+#include <cstdint>
 #include <string>
 #include <sys/types.h>
 
 namespace TestSupport
 {
 /// A SQLite file that no program has used yet, in a state in which none can write to it, until the scope ends. Fails the test
-/// when that cannot be arranged. The superuser may write everything, so a test that runs as one has the effective rights of an
-/// ordinary user meanwhile.
+/// when that cannot be arranged. The superuser may write what permissions forbid; meanwhile the thread that made this may not.
 class SpoiltDatabase
 {
 public:
@@ -32,7 +32,7 @@ private:
 
     QString m_file;
     QSqlDatabase m_locker;
-    bool m_isOrdinaryUser = false;
+    std::uint32_t m_rights = 0; ///< the effective capabilities before, of which some were taken; 0 when none were
 };
 
 constexpr SpoiltDatabase::Kind kSpoiltKinds[] = {SpoiltDatabase::Kind::Locked, SpoiltDatabase::Kind::ReadOnlyFile,
