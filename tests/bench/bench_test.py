@@ -34,8 +34,10 @@ class Bench(unittest.TestCase):
         return code, result, page, printed.getvalue() + errors.getvalue()
 
     def all_measured(self, times_target):
-        return {figure.key: {figure.counter: (figure.target or 0) * times_target, "ours_ns": 10.0, "rival_ns": 20.0}
-                for figure in FIGURES}
+        measured = {figure.key: {"ours_ns": 10.0, "rival_ns": 20.0} for figure in FIGURES}
+        for figure in FIGURES:
+            measured[figure.key][figure.counter] = (figure.target or 0) * times_target
+        return measured
 
     def test_every_figure_stands_in_a_row_with_a_title(self):
         for figure in FIGURES:

@@ -51,7 +51,7 @@ def page(result, row_titles):
 
 def _line(figure):
     times = ""
-    if "rival_ns" in figure["counters"]:
+    if figure["counter"] == "ratio" and "rival_ns" in figure["counters"]:
         times = f"{nanoseconds(figure['counters']['ours_ns'])} against {nanoseconds(figure['counters']['rival_ns'])}"
     rival = f"against {figure['rival']}" if figure["rival"] else ""
     below = "; ".join(text for text in (rival, times) if text)

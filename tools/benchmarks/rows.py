@@ -37,8 +37,10 @@ ROW_TITLES = {
     11: "From a datagram to its change in the painted frame",
     12: "A card comes down, until its space is complete in the tree",
     13: "A space with 1,000 items",
+    14: "1 GiB of attachments, from accepting to the last byte at a sink on this machine",
     15: "The plug-in is loaded",
     16: "The program starts with the gallery, warm",
+    17: "A long day under the manual clock: 20,000 cards, 20,000 items with snapshots",
 }
 
 _SIGNAL = "a direct signal with the same arguments"
@@ -85,17 +87,22 @@ FIGURES = [
     Figure("row13/add-growth", "an item added (all tiles are scaled anew)", 10, rival="the same among 100 items"),
     Figure("row13/remove-growth", "an item removed (all tiles are scaled anew)", 10, rival="the same among 100 items"),
     Figure("row13/lay-out-growth", "laid out anew, each item", 1.1, rival="the same among 100 items"),
+    Figure("row14/mail", "growth of the process", 4, "growth", "MiB"),
+    Figure("row14/mail", "time", 0.5, rival="the curl command composing the same message (wall time)"),
     Figure("row15/load", "loaded and registered, its dependencies loaded", 3, rival="an empty library of Qt"),
     Figure("row16/complete", "to the first complete frame, whole process", 5, rival=_BARE),
     Figure("row16/first", "to the first frame, whose pictures are on their way", None, rival=_BARE),
     Figure("row16/waits", "first frames that wait for a picture", 0, "value", "frames"),
+    Figure("row17/day", "memory grown since the first hundredth, stored contents taken off", 1, "percent", "%"),
+    Figure("row17/day", "widgets left", 0, "widgets_left", "widgets"),
 ]
 
 # The scenes of draw_bench, by row.
 SCENES = {7: "groups", 8: "table"}
 
 # Programs of Google Benchmark in the build's bin/ that hold rows.
-PROGRAMS = ["table_bench", "count_bench", "space_bench", "load_bench"]
+PROGRAMS = ["table_bench", "count_bench", "space_bench", "load_bench", "outbox_bench",
+            "day_bench"]
 
 
 def figures_of(rows):

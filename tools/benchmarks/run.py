@@ -79,7 +79,7 @@ def judge(measured, arguments):
         value = counters.get(figure.counter)
         may_judge = value is not None and not arguments.smoke and not arguments.size
         judged.append({"row": figure.row, "key": figure.key, "title": figure.title, "rival": figure.rival, "unit": figure.unit,
-                       "target": figure.target, "value": value, "met": figure.meets(value) if may_judge else None,
+                       "target": figure.target, "counter": figure.counter, "value": value, "met": figure.meets(value) if may_judge else None,
                        "counters": counters})
     return judged
 
@@ -88,7 +88,7 @@ def print_table(figures):
     print("\n| row | work | rival | figure | target | |\n|---|---|---|---|---|---|")
     for figure in figures:
         value = "not measured" if figure["value"] is None else f"{number(figure['value'])} {figure['unit']}".strip()
-        if "rival_ns" in figure["counters"]:
+        if figure["counter"] == "ratio" and "rival_ns" in figure["counters"]:
             value += f" ({nanoseconds(figure['counters']['ours_ns'])} / {nanoseconds(figure['counters']['rival_ns'])})"
         target = "" if figure["target"] is None else f"≤ {number(figure['target'])}"
         verdict = {True: "met", False: "**missed**", None: ""}[figure["met"]]
