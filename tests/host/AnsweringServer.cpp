@@ -15,25 +15,36 @@ bool isWhole(const QByteArray& request)
     const int wanted = length < 0 ? 0 : request.mid(length + 15, request.indexOf('\r', length) - length - 15).trimmed().toInt();
     return request.size() >= end + 4 + wanted;
 }
+
+AnsweringServer::Answer answerAndClose(const QByteArray& bytes)
+{
+    return [bytes](QTcpSocket& socket) {
+        socket.write(bytes);
+        socket.disconnectFromHost();
+    };
+}
 }
 
-AnsweringServer::AnsweringServer(Answer answer, quint16 port) : m_answer(std::move(answer))
+AnsweringServer::AnsweringServer(Answer answer) : m_answer(std::move(answer))
 {
-    REQUIRE(m_server.listen(QHostAddress::LocalHost, port));
+    REQUIRE(m_server.listen(QHostAddress::LocalHost));
+    acceptAll();
+}
+
+AnsweringServer::AnsweringServer(const QByteArray& bytes) : AnsweringServer(answerAndClose(bytes)) {}
+
+AnsweringServer::AnsweringServer(const QByteArray& bytes, TestSupport::ReservedPort& port) : m_answer(answerAndClose(bytes))
+{
+    REQUIRE(m_server.setSocketDescriptor(port.listen()));
+    acceptAll();
+}
+
+void AnsweringServer::acceptAll()
+{
     QObject::connect(&m_server, &QTcpServer::newConnection, &m_server, [this] {
         while (QTcpSocket* socket = m_server.nextPendingConnection())
             serve(*socket);
     });
-}
-
-AnsweringServer::AnsweringServer(const QByteArray& bytes, quint16 port)
-    : AnsweringServer(
-        [bytes](QTcpSocket& socket) {
-            socket.write(bytes);
-            socket.disconnectFromHost();
-        },
-        port)
-{
 }
 
 void AnsweringServer::serve(QTcpSocket& socket)

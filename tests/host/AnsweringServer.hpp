@@ -1,5 +1,7 @@
 #pragma once
 
+#include <ReservedPort.hpp>
+
 #include <QByteArray>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -15,14 +17,17 @@ public:
     /// Called once a request has come whole; does with the socket what it likes.
     using Answer = std::function<void(QTcpSocket&)>;
 
-    explicit AnsweringServer(Answer answer, quint16 port = 0);
+    explicit AnsweringServer(Answer answer);
     /// Answers `bytes` and closes the connection.
-    explicit AnsweringServer(const QByteArray& bytes, quint16 port = 0);
+    explicit AnsweringServer(const QByteArray& bytes);
+    /// The same, on a port that was reserved.
+    AnsweringServer(const QByteArray& bytes, TestSupport::ReservedPort& port);
 
     [[nodiscard]] quint16 port() const { return m_server.serverPort(); }
     [[nodiscard]] const std::vector<QByteArray>& requests() const { return m_requests; }
 
 private:
+    void acceptAll();
     void serve(QTcpSocket& socket);
 
     Answer m_answer;

@@ -1,4 +1,5 @@
 #include <Patience.hpp>
+#include <ReservedPort.hpp>
 #include <VisitSender.hpp>
 
 #include <doctest/doctest.h>
@@ -38,13 +39,8 @@ TEST_CASE("visit sender: by UDP a packet is a datagram")
 
 TEST_CASE("visit sender: by UDP a table that does not listen is no failure")
 {
-    int port = 0;
-    {
-        QUdpSocket table;
-        REQUIRE(table.bind(QHostAddress(QHostAddress::LocalHost), 0));
-        port = table.localPort();
-    }
-    Visit::Sender sender(target(false, port));
+    const TestSupport::ReservedPort port(SOCK_DGRAM);
+    Visit::Sender sender(target(false, port.port()));
     REQUIRE(sender.open());
     for (int i = 0; i < 5; ++i)
         CHECK(sender.send({'a'}));
@@ -68,12 +64,8 @@ TEST_CASE("visit sender: by TCP each packet is led by its length")
 
 TEST_CASE("visit sender: a table that cannot be found or reached is named with the remedy")
 {
-    int port = 0;
-    {
-        QTcpServer table;
-        REQUIRE(table.listen(QHostAddress::LocalHost));
-        port = table.serverPort();
-    }
+    const TestSupport::ReservedPort reserved;
+    const int port = reserved.port();
     Visit::Sender away(target(true, port));
     CHECK_FALSE(away.open());
     CHECK(away.errorText()

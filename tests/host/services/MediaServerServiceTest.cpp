@@ -145,20 +145,16 @@ TEST_CASE("media server service: a redirection is reported and not followed")
 
 TEST_CASE("media server service: a server that is away fails at once, and a later attempt succeeds")
 {
-    quint16 port = 0;
-    {
-        const AnsweringServer server("");
-        port = server.port();
-    }
-    MediaServerService service(addressOf(port), 60.0);
+    TestSupport::ReservedPort away;
+    MediaServerService service(addressOf(away.port()), 60.0);
     const auto first = watch(service.request(kCommand));
     REQUIRE(pumpUntil([&] { return first->isThere(); }));
     // The reason behind it is Qt's.
-    const std::string own = "The media server " + addressOf(port).toString().toStdString() + " cannot be reached: ";
+    const std::string own = "The media server " + addressOf(away.port()).toString().toStdString() + " cannot be reached: ";
     CHECK(first->failure.substr(0, own.size()) == own);
     CHECK(first->failure.size() > own.size());
 
-    const AnsweringServer server(reply("200 OK", "{}"), port);
+    const AnsweringServer server(reply("200 OK", "{}"), away);
     const auto second = watch(service.request(kCommand));
     REQUIRE(pumpUntil([&] { return second->isThere(); }));
     CHECK(second->answer == QJsonObject());
