@@ -311,6 +311,16 @@ TEST_CASE("contact tracker: a sender silent for 5 s loses its fingers without a 
     CHECK(bench.frame(5.6) == "up 1");
 }
 
+TEST_CASE("contact tracker: a sender that was never there is not lost, whatever the numbers of the others")
+{
+    Bench bench;
+    bench.frame(0, {seen(2)});
+    bench.frame(6.0);
+    REQUIRE(bench.tracker.lostSources().size() == 1);
+    CHECK(bench.tracker.lostSources()[0].source == 2);
+    CHECK_FALSE(bench.tracker.lostSources()[0].hadContacts);
+}
+
 TEST_CASE("contact tracker: a sender that is back during the hold finds its markers as they were")
 {
     Bench bench;

@@ -56,6 +56,24 @@ TEST_CASE("image tile widget: a ground of tiny tiles takes few drawings and look
         CHECK(image.pixelColor(x, 100) == QColor(x % 2 == 0 ? Qt::red : Qt::blue));
 }
 
+TEST_CASE("image tile widget: tiles that are small in one direction are drawn together in that direction")
+{
+    struct Row
+    {
+        QSize tile;
+        int drawings; ///< on 160 by 160 pixels
+    };
+    for (const Row& row : {Row{{40, 80}, 4}, Row{{80, 40}, 4}, Row{{80, 80}, 4}, Row{{160, 10}, 3}}) {
+        CAPTURE(row.tile.width());
+        CAPTURE(row.tile.height());
+        ImageScene scene(kSmall);
+        tiles(scene, {0, 0, 160, 160}, halves(row.tile.width(), row.tile.height()));
+        RecordingContext context;
+        scene.app.render(context);
+        CHECK(context.count(Call::Kind::Image) == row.drawings);
+    }
+}
+
 TEST_CASE("image tile widget: without a picture it shows its ground only")
 {
     ImageScene scene(kSmall);
