@@ -39,14 +39,22 @@ WindowOptions smallWindow()
     options.size = {120, 80};
     return options;
 }
-}
 
-TEST_CASE("event window: mouse, touch, keys, wheel, size and close reach the listener")
+/// A window that the system shows, and what it received since.
+struct ExposedWindow
 {
     Heard heard;
-    WindowTarget target(smallWindow(), &heard);
-    REQUIRE(TestSupport::pumpUntil([&] { return heard.isExposed; }));
-    heard.log.clear();
+    WindowTarget target{smallWindow(), &heard};
+    ExposedWindow()
+    {
+        REQUIRE(TestSupport::pumpUntil([this] { return heard.isExposed; }));
+        heard.log.clear();
+    }
+};
+}
+
+TEST_CASE_FIXTURE(ExposedWindow, "event window: mouse, touch, keys, wheel, size and close reach the listener")
+{
 
     QMouseEvent press(QEvent::MouseButtonPress, {7, 8}, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
     QCoreApplication::sendEvent(&target.window(), &press);
@@ -72,12 +80,8 @@ TEST_CASE("event window: mouse, touch, keys, wheel, size and close reach the lis
     CHECK(heard.log == "closed;");
 }
 
-TEST_CASE("event window: composed characters come as a key that writes them")
+TEST_CASE_FIXTURE(ExposedWindow, "event window: composed characters come as a key that writes them")
 {
-    Heard heard;
-    WindowTarget target(smallWindow(), &heard);
-    REQUIRE(TestSupport::pumpUntil([&] { return heard.isExposed; }));
-    heard.log.clear();
     QInputMethodQueryEvent query(Qt::ImEnabled);
     QCoreApplication::sendEvent(&target.window(), &query);
     CHECK(query.value(Qt::ImEnabled).toBool());
@@ -90,24 +94,16 @@ TEST_CASE("event window: composed characters come as a key that writes them")
     CHECK(heard.log == "key ê;key ê;");
 }
 
-TEST_CASE("event window: an empty composition is no key")
+TEST_CASE_FIXTURE(ExposedWindow, "event window: an empty composition is no key")
 {
-    Heard heard;
-    WindowTarget target(smallWindow(), &heard);
-    REQUIRE(TestSupport::pumpUntil([&] { return heard.isExposed; }));
-    heard.log.clear();
     QInputMethodEvent empty;
     QCoreApplication::sendEvent(&target.window(), &empty);
     CHECK(heard.log.empty());
     CHECK(empty.isAccepted());
 }
 
-TEST_CASE("event window: a touch is taken, so that it does not come again as a mouse")
+TEST_CASE_FIXTURE(ExposedWindow, "event window: a touch is taken, so that it does not come again as a mouse")
 {
-    Heard heard;
-    WindowTarget target(smallWindow(), &heard);
-    REQUIRE(TestSupport::pumpUntil([&] { return heard.isExposed; }));
-    heard.log.clear();
     CHECK_FALSE(QCoreApplication::testAttribute(Qt::AA_SynthesizeMouseForUnhandledTouchEvents));
     for (const auto type : {QEvent::TouchBegin, QEvent::TouchUpdate, QEvent::TouchEnd, QEvent::TouchCancel}) {
         QTouchEvent touch(type, nullptr, Qt::NoModifier, Qt::TouchPointPressed, {QTouchEvent::TouchPoint(1)});

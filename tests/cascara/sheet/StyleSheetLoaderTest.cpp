@@ -31,13 +31,17 @@ public:
 private:
     QTemporaryDir m_folder;
 };
-}
 
-TEST_CASE("style sheet loader: a file is read, its url()s are relative to it, and messages name it")
+struct FolderAndNode
 {
     StyleFixture fixture;
     Folder folder;
-    auto& node = fixture.add("", "N", "n");
+    CascaraTest::TestNode& node = fixture.add("", "N", "n");
+};
+}
+
+TEST_CASE_FIXTURE(FolderAndNode, "style sheet loader: a file is read, its url()s are relative to it, and messages name it")
+{
     const QString path = folder.write("css/a.css", "N { text: url(../img/a.png);\nwidth: x }");
     expectWarning("StyleEngine # " + path.toStdString() + ":2:1: width: expected a number, got 'x'; the declaration is skipped");
     CHECK(fixture.engine.loadStyleSheet(path));
@@ -54,11 +58,8 @@ TEST_CASE("style sheet loader: a file that cannot be read is a warning and leave
     CHECK(node.width == 1.f);
 }
 
-TEST_CASE("style sheet loader: imported sheets stand before the importing one")
+TEST_CASE_FIXTURE(FolderAndNode, "style sheet loader: imported sheets stand before the importing one")
 {
-    StyleFixture fixture;
-    Folder folder;
-    auto& node = fixture.add("", "N", "n");
     folder.write("base/base.css", "@import 'deep.css'; N { width: 2; height: 2; text: url(x.png) }");
     folder.write("base/deep.css", "N { width: 3; height: 3; list: deep }");
     const QString path = folder.write("a.css", "@import url(base/base.css);\nN { width: 1 }");
@@ -69,11 +70,8 @@ TEST_CASE("style sheet loader: imported sheets stand before the importing one")
     CHECK(node.text->toStdString() == folder.path("base/x.png"));
 }
 
-TEST_CASE("style sheet loader: an import that cannot be, is skipped with its place")
+TEST_CASE_FIXTURE(FolderAndNode, "style sheet loader: an import that cannot be, is skipped with its place")
 {
-    StyleFixture fixture;
-    Folder folder;
-    auto& node = fixture.add("", "N", "n");
     const QString path =
         folder.write("a.css", "@import 'b.css';\n@import 'gone.css';\n@import;\nN { width: 1 }\n@import 'b.css';");
     folder.write("b.css", "@import 'a.css'; N { height: 2 }");
@@ -89,11 +87,9 @@ TEST_CASE("style sheet loader: an import that cannot be, is skipped with its pla
     CHECK(node.height == 2.f);
 }
 
-TEST_CASE("style sheet loader: a file that is no UTF-8 is used as far as it can be read, with a warning and the place")
+TEST_CASE_FIXTURE(FolderAndNode,
+                  "style sheet loader: a file that is no UTF-8 is used as far as it can be read, with a warning and the place")
 {
-    StyleFixture fixture;
-    Folder folder;
-    auto& node = fixture.add("", "N", "n");
     const QString path = folder.write("latin.css", "/* caf\u00e9 */\nN { width: 1 }\n/* \xe9t\xe9 */");
     expectWarning("StyleEngine # " + path.toStdString() + ":3:4: this is no UTF-8 text: save the file as UTF-8");
     CHECK(fixture.engine.loadStyleSheet(path));
@@ -103,11 +99,8 @@ TEST_CASE("style sheet loader: a file that is no UTF-8 is used as far as it can 
     CHECK(node.width == 2.f);
 }
 
-TEST_CASE("style sheet loader: an import may be written as a file's address")
+TEST_CASE_FIXTURE(FolderAndNode, "style sheet loader: an import may be written as a file's address")
 {
-    StyleFixture fixture;
-    Folder folder;
-    auto& node = fixture.add("", "N", "n");
     const QString base = folder.write("the base.css", "N { height: 2 }");
     const QByteArray address = QUrl::fromLocalFile(base).toEncoded();
     REQUIRE(address.contains("%20"));
@@ -124,11 +117,8 @@ TEST_CASE("style sheet loader: an import may be written as a file's address")
     CHECK(node.width == 1.f);
 }
 
-TEST_CASE("style sheet loader: a sheet may be imported in two places, and counts where it stands last")
+TEST_CASE_FIXTURE(FolderAndNode, "style sheet loader: a sheet may be imported in two places, and counts where it stands last")
 {
-    StyleFixture fixture;
-    Folder folder;
-    auto& node = fixture.add("", "N", "n");
     folder.write("base.css", "N { width: 1; height: 1 }");
     folder.write("left.css", "@import 'base.css'; N { width: 2; height: 2 }");
     folder.write("right.css", "@import 'base.css'; N { height: 3 }");
@@ -137,11 +127,8 @@ TEST_CASE("style sheet loader: a sheet may be imported in two places, and counts
     CHECK(node.height == 3.f);
 }
 
-TEST_CASE("style sheet loader: a sheet that imports itself, by whatever name, is a warning and holds once")
+TEST_CASE_FIXTURE(FolderAndNode, "style sheet loader: a sheet that imports itself, by whatever name, is a warning and holds once")
 {
-    StyleFixture fixture;
-    Folder folder;
-    auto& node = fixture.add("", "N", "n");
     const QString path = folder.write("a.css", "");
     REQUIRE(QFile::link(path, QString::fromStdString(folder.path("other.css"))));
     folder.write("a.css", "@import 'a.css'; @import 'css/../other.css'; N { width: 1 }");
@@ -154,11 +141,8 @@ TEST_CASE("style sheet loader: a sheet that imports itself, by whatever name, is
     CHECK(node.width == 1.f);
 }
 
-TEST_CASE("style sheet loader: an empty file is a sheet without rules")
+TEST_CASE_FIXTURE(FolderAndNode, "style sheet loader: an empty file is a sheet without rules")
 {
-    StyleFixture fixture;
-    Folder folder;
-    auto& node = fixture.add("", "N", "n");
     CHECK(fixture.engine.loadStyleSheet(folder.write("empty.css", "")));
     CHECK(fixture.engine.loadStyleSheet(folder.write("mark.css", "\xef\xbb\xbfN { width: 1 }")));
     CHECK(node.width == 1.f);
@@ -173,11 +157,8 @@ TEST_CASE("style sheet loader: a folder is no sheet")
     CHECK_FALSE(fixture.engine.loadStyleSheet(QString::fromStdString(folder.path("css"))));
 }
 
-TEST_CASE("style sheet loader: a NUL byte is told with its place and ends nothing")
+TEST_CASE_FIXTURE(FolderAndNode, "style sheet loader: a NUL byte is told with its place and ends nothing")
 {
-    StyleFixture fixture;
-    Folder folder;
-    auto& node = fixture.add("", "N", "n");
     const QString path = folder.write("nul.css", QByteArray("N { width: 1 }\n/* \0 */ N { height: 3 }", 38));
     expectWarning("StyleEngine # " + path.toStdString() + ":2:4: this is a NUL byte, which no text has: save the file as UTF-8");
     CHECK(fixture.engine.loadStyleSheet(path));

@@ -38,6 +38,15 @@ PersonalSpaceContents::Item someItem(long widgetId = 7)
     item.status = ItemStatus::Uploaded;
     return item;
 }
+
+/// Contents with one item, and the events since it was added.
+struct OneItem
+{
+    PersonalSpaceContents contents;
+    const long id = contents.addItem({});
+    EventLog log;
+    OneItem() { listenToAll(log, contents); }
+};
 }
 
 TEST_CASE("personal contents: the events are declared in their order")
@@ -137,12 +146,8 @@ TEST_CASE("personal contents: calls for an unknown item change and send nothing"
     CHECK(contents.items().empty());
 }
 
-TEST_CASE("personal contents: removing an item takes it out before its event is sent")
+TEST_CASE_FIXTURE(OneItem, "personal contents: removing an item takes it out before its event is sent")
 {
-    PersonalSpaceContents contents;
-    const long id = contents.addItem({});
-    EventLog log;
-    listenToAll(log, contents);
     bool wasGone = false;
     contents.eventAddListener("item-removed", [&] { wasGone = contents.items().empty(); });
     contents.removeItem(id);
@@ -199,12 +204,8 @@ TEST_CASE("personal contents: removing the items of a card that was never seen m
     CHECK(Facet::Node::generateId() == before + 1);
 }
 
-TEST_CASE("personal contents: files make an item Ready without a word about its status")
+TEST_CASE_FIXTURE(OneItem, "personal contents: files make an item Ready without a word about its status")
 {
-    PersonalSpaceContents contents;
-    const long id = contents.addItem({});
-    EventLog log;
-    listenToAll(log, contents);
     Tavola::FileRepresentation::FileData files;
     files.file = QLatin1String("/new");
     ItemStatus statusAtEvent = ItemStatus::Pending;
@@ -252,39 +253,28 @@ TEST_CASE("personal contents: a preview replaces the one before")
     CHECK(log.lines == Strings{line("preview-ready", id, " /b/preview.png"), line("preview-ready", id, " ")});
 }
 
-TEST_CASE("personal contents: a preview is stored, and its event carries the path")
+TEST_CASE_FIXTURE(OneItem, "personal contents: a preview is stored, and its event carries the path")
 {
-    PersonalSpaceContents contents;
-    const long id = contents.addItem({});
-    EventLog log;
-    listenToAll(log, contents);
     contents.previewReady(id, QString::fromUtf8("/für/preview.png"));
     CHECK(contents.item(id).preview == QString::fromUtf8("/für/preview.png"));
     CHECK(contents.item(id).status == ItemStatus::Pending);
     CHECK(log.lines == Strings{line("preview-ready", id, " /für/preview.png")});
 }
 
-TEST_CASE("personal contents: the event of a status carries its number, and is sent even if the status stays the same")
+TEST_CASE_FIXTURE(OneItem,
+                  "personal contents: the event of a status carries its number, and is sent even if the status stays the same")
 {
-    PersonalSpaceContents contents;
-    const long id = contents.addItem({});
-    EventLog log;
-    listenToAll(log, contents);
     for (const auto status :
          {ItemStatus::Pending, ItemStatus::Ready, ItemStatus::Uploading, ItemStatus::Uploaded, ItemStatus::Failed})
         contents.setItemStatus(status, id);
     contents.setItemStatus(ItemStatus::Failed, id);
-    const auto told = [id](const char* number) { return line("item-status-changed", id, number); };
+    const auto told = [this](const char* number) { return line("item-status-changed", id, number); };
     CHECK(log.lines == Strings{told(" 0"), told(" 1"), told(" 2"), told(" 3"), told(" 4"), told(" 4")});
     CHECK(contents.item(id).status == ItemStatus::Failed);
 }
 
-TEST_CASE("personal contents: only one known page in place of another clears the space")
+TEST_CASE_FIXTURE(OneItem, "personal contents: only one known page in place of another clears the space")
 {
-    PersonalSpaceContents contents;
-    const long id = contents.addItem({});
-    EventLog log;
-    listenToAll(log, contents);
     const QString a = QLatin1String("http://a");
     const QString b = QLatin1String("http://b");
 

@@ -33,12 +33,16 @@ bool isNear(Vector2f a, Vector2f b)
 {
     return (a - b).length() < 0.5f;
 }
-}
 
-TEST_CASE("launched content: grows out of the point to its centre there, and fades in")
+struct OneWidget
 {
     TestHost host;
-    const auto widget = item(host);
+    const Bedrock::IntrusivePtr<Trellis::Widget> widget = item(host);
+};
+}
+
+TEST_CASE_FIXTURE(OneWidget, "launched content: grows out of the point to its centre there, and fades in")
+{
     widget->setScale(1.5f);
     widget->addOperator(makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), 0.3f));
     CHECK(widget->opacity() < 0.01f);
@@ -101,10 +105,8 @@ TEST_CASE("launched content: the widget and what is in it have their full size, 
     }
 }
 
-TEST_CASE("launched content: a first frame without time passing is the first frame")
+TEST_CASE_FIXTURE(OneWidget, "launched content: a first frame without time passing is the first frame")
 {
-    TestHost host;
-    const auto widget = item(host);
     widget->setLocation({60.f, 0.f});
     widget->addOperator(makeIntrusive<LaunchedContentOperator>(true, Vector2f(900.f, 500.f), 0.3f));
     host.frame(0.0);
@@ -113,20 +115,16 @@ TEST_CASE("launched content: a first frame without time passing is the first fra
     CHECK(isNear(widget->location(), {900.f, 560.f}));
 }
 
-TEST_CASE("launched content: relative content ends with its location as an offset from the point")
+TEST_CASE_FIXTURE(OneWidget, "launched content: relative content ends with its location as an offset from the point")
 {
-    TestHost host;
-    const auto widget = item(host);
     widget->setLocation({60.f, -20.f});
     widget->addOperator(makeIntrusive<LaunchedContentOperator>(true, Vector2f(900.f, 500.f), 0.3f));
     host.frame(1.0);
     CHECK(isNear(widget->location(), {960.f, 480.f}));
 }
 
-TEST_CASE("launched content: relative content that is turned while it opens ends where the turn takes it")
+TEST_CASE_FIXTURE(OneWidget, "launched content: relative content that is turned while it opens ends where the turn takes it")
 {
-    TestHost host;
-    const auto widget = item(host);
     widget->setLocation({60.f, 0.f});
     widget->addOperator(makeIntrusive<LaunchedContentOperator>(true, Vector2f(900.f, 500.f), 0.3f));
     host.frame(0.1);
@@ -135,10 +133,8 @@ TEST_CASE("launched content: relative content that is turned while it opens ends
     CHECK(isNear(widget->location(), {900.f, 560.f}));
 }
 
-TEST_CASE("launched content: a turn in the frame of the launch changes only the orientation")
+TEST_CASE_FIXTURE(OneWidget, "launched content: a turn in the frame of the launch changes only the orientation")
 {
-    TestHost host;
-    const auto widget = item(host);
     widget->setLocation({60.f, 0.f});
     widget->addOperator(makeIntrusive<LaunchedContentOperator>(true, Vector2f(900.f, 500.f), 0.3f));
     widget->setRotation(kPi / 2.f);
@@ -162,10 +158,9 @@ TEST_CASE("launched content: the opening ends at a point that was moved meanwhil
     }
 }
 
-TEST_CASE("launched content: a widget that gets its size while it opens still ends with its centre at the point")
+TEST_CASE_FIXTURE(OneWidget,
+                  "launched content: a widget that gets its size while it opens still ends with its centre at the point")
 {
-    TestHost host;
-    const auto widget = item(host);
     widget->addOperator(makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), 0.3f));
     host.frame(0.1);
     widget->setSize({400.f, 300.f});
@@ -173,10 +168,8 @@ TEST_CASE("launched content: a widget that gets its size while it opens still en
     CHECK(isNear(widget->centerLocation(), {900.f, 500.f}));
 }
 
-TEST_CASE("launched content: what has no size yet is waited for, but not for ever")
+TEST_CASE_FIXTURE(OneWidget, "launched content: what has no size yet is waited for, but not for ever")
 {
-    TestHost host;
-    const auto widget = item(host);
     widget->setSize({300.f, 0.f});
     widget->addOperator(makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), 0.3f));
     host.frame(1.0);
@@ -196,10 +189,8 @@ TEST_CASE("launched content: what has no size yet is waited for, but not for eve
     CHECK(never->operators().empty());
 }
 
-TEST_CASE("launched content: kept on the table it ends inside the edge, also when its size comes late")
+TEST_CASE_FIXTURE(OneWidget, "launched content: kept on the table it ends inside the edge, also when its size comes late")
 {
-    TestHost host;
-    const auto widget = item(host);
     widget->setSize({300.f, 0.f});
     const auto opening = makeIntrusive<LaunchedContentOperator>(false, Vector2f(1900.f, 1070.f), 0.3f);
     opening->keepOnTable();
@@ -280,10 +271,8 @@ TEST_CASE("launched content: without a duration it is open in the next frame")
     }
 }
 
-TEST_CASE("launched content: taken away while it opens it leaves the widget where it was going")
+TEST_CASE_FIXTURE(OneWidget, "launched content: taken away while it opens it leaves the widget where it was going")
 {
-    TestHost host;
-    const auto widget = item(host);
     const auto opening = makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), 0.3f);
     widget->addOperator(opening);
     host.frame(0.1);

@@ -28,14 +28,24 @@ void physicalKey(TestHost& host, int key, const QString& text)
     QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier, text);
     host.app().keyPressed(event);
 }
+
+struct NewDesk
+{
+    TestHost host;
+    Desk desk{host};
+};
+
+/// A table with a desk whose keyboard is open.
+struct OpenDesk : NewDesk
+{
+    OpenDesk() { desk.open(); }
+};
 }
 
 // ---- Typing ----------------------------------------------------------------------------------------------------------
 
-TEST_CASE("keyboard: a tap on the field opens it, and what is typed stands in the field")
+TEST_CASE_FIXTURE(NewDesk, "keyboard: a tap on the field opens it, and what is typed stands in the field")
 {
-    TestHost host;
-    Desk desk(host);
     CHECK_FALSE(desk.keyboard());
     desk.open();
     CHECK(desk.field->editor()->isEditing());
@@ -100,10 +110,8 @@ TEST_CASE("keyboard: a dead key joins the letter typed next")
     }
 }
 
-TEST_CASE("keyboard: a dead key with shift and a capital after it")
+TEST_CASE_FIXTURE(NewDesk, "keyboard: a dead key with shift and a capital after it")
 {
-    TestHost host;
-    Desk desk(host);
     desk.layout("fr");
     desk.open();
     desk.press(Action::Shift);
@@ -114,10 +122,8 @@ TEST_CASE("keyboard: a dead key with shift and a capital after it")
     CHECK(desk.text() == u("Ë"));
 }
 
-TEST_CASE("keyboard: a dead key shines while it waits, backspace takes it back, and enter loses nothing")
+TEST_CASE_FIXTURE(NewDesk, "keyboard: a dead key shines while it waits, backspace takes it back, and enter loses nothing")
 {
-    TestHost host;
-    Desk desk(host);
     desk.layout("de");
     desk.open();
     desk.press(u("´"));
@@ -156,11 +162,8 @@ TEST_CASE("keyboard: the five accents are on the symbols of every layout, and le
     }
 }
 
-TEST_CASE("keyboard: shift holds for one letter, pressed twice it locks, pressed again it is over")
+TEST_CASE_FIXTURE(OpenDesk, "keyboard: shift holds for one letter, pressed twice it locks, pressed again it is over")
 {
-    TestHost host;
-    Desk desk(host);
-    desk.open();
     const auto shiftIs = [&](const char* pseudo) { return desk.keyboard()->findKey(Action::Shift)->hasPseudoClass(pseudo); };
     desk.press(Action::Shift);
     CHECK(shiftIs("lit"));
@@ -190,11 +193,8 @@ TEST_CASE("keyboard: shift holds for one letter, pressed twice it locks, pressed
     CHECK_FALSE(shiftIs("lit"));
 }
 
-TEST_CASE("keyboard: shift held by one finger lasts for all that another one types")
+TEST_CASE_FIXTURE(OpenDesk, "keyboard: shift held by one finger lasts for all that another one types")
 {
-    TestHost host;
-    Desk desk(host);
-    desk.open();
     host.input.fingerDown(1, desk.at(Action::Shift));
     host.frame();
     desk.type("ABC");
@@ -204,11 +204,8 @@ TEST_CASE("keyboard: shift held by one finger lasts for all that another one typ
     CHECK(desk.text() == "ABCd");
 }
 
-TEST_CASE("keyboard: the symbols key leads to the symbols and back")
+TEST_CASE_FIXTURE(OpenDesk, "keyboard: the symbols key leads to the symbols and back")
 {
-    TestHost host;
-    Desk desk(host);
-    desk.open();
     desk.press(Action::Symbols);
     CHECK(desk.keyboard()->showsSymbols());
     desk.type(u("€#{}"));
@@ -217,11 +214,8 @@ TEST_CASE("keyboard: the symbols key leads to the symbols and back")
     CHECK(desk.text() == u("€#{}a"));
 }
 
-TEST_CASE("keyboard: the cursor keys and backspace work at the cursor")
+TEST_CASE_FIXTURE(OpenDesk, "keyboard: the cursor keys and backspace work at the cursor")
 {
-    TestHost host;
-    Desk desk(host);
-    desk.open();
     desk.type("abc");
     desk.press(Action::Left);
     desk.press(Action::Left);
@@ -232,11 +226,8 @@ TEST_CASE("keyboard: the cursor keys and backspace work at the cursor")
     CHECK(desk.text() == "xbyc");
 }
 
-TEST_CASE("keyboard: the room between two keys belongs to them")
+TEST_CASE_FIXTURE(OpenDesk, "keyboard: the room between two keys belongs to them")
 {
-    TestHost host;
-    Desk desk(host);
-    desk.open();
     const Vector2f f = desk.at("f");
     const Vector2f g = desk.at("g");
     for (int i = 0; i <= 20; ++i)
@@ -245,10 +236,8 @@ TEST_CASE("keyboard: the room between two keys belongs to them")
     CHECK(desk.text().count('f') + desk.text().count('g') == 21);
 }
 
-TEST_CASE("keyboard: backspace repeats while it is held, by the table's time")
+TEST_CASE_FIXTURE(NewDesk, "keyboard: backspace repeats while it is held, by the table's time")
 {
-    TestHost host;
-    Desk desk(host);
     host.style("KeyboardWidget { repeat-delay: 0.5s; repeat-interval: 0.1s }");
     desk.field->editor()->setText("0123456789");
     desk.open();
@@ -273,11 +262,8 @@ TEST_CASE("keyboard: backspace repeats while it is held, by the table's time")
 
 // ---- Ends --------------------------------------------------------------------------------------------------------------
 
-TEST_CASE("keyboard: enter finishes with the text and the reason enter, once, and closes it")
+TEST_CASE_FIXTURE(OpenDesk, "keyboard: enter finishes with the text and the reason enter, once, and closes it")
 {
-    TestHost host;
-    Desk desk(host);
-    desk.open();
     const IntrusiveWeakPtr<KeyboardWidget> keyboard(desk.keyboard());
     desk.type("ann");
     desk.press(Action::Enter);
@@ -292,11 +278,8 @@ TEST_CASE("keyboard: enter finishes with the text and the reason enter, once, an
     CHECK(*desk.finished == QStringList{"ann:enter"});
 }
 
-TEST_CASE("keyboard: the hide key closes it with the reason escape, and a tap opens a new one")
+TEST_CASE_FIXTURE(OpenDesk, "keyboard: the hide key closes it with the reason escape, and a tap opens a new one")
 {
-    TestHost host;
-    Desk desk(host);
-    desk.open();
     desk.type("a");
     desk.press(Action::Hide);
     CHECK(*desk.finished == QStringList{"a:escape"});
@@ -308,11 +291,8 @@ TEST_CASE("keyboard: the hide key closes it with the reason escape, and a tap op
     CHECK(desk.space->findAllByType("KeyboardWidget").size() == 1);
 }
 
-TEST_CASE("keyboard: an end from the code closes it without an enter")
+TEST_CASE_FIXTURE(OpenDesk, "keyboard: an end from the code closes it without an enter")
 {
-    TestHost host;
-    Desk desk(host);
-    desk.open();
     desk.type("a");
     SUBCASE("of the editor")
     {
@@ -329,11 +309,8 @@ TEST_CASE("keyboard: an end from the code closes it without an enter")
     CHECK(desk.space->findAllByType("KeyboardWidget").empty());
 }
 
-TEST_CASE("keyboard: a listener of enter that begins editing again keeps it open")
+TEST_CASE_FIXTURE(OpenDesk, "keyboard: a listener of enter that begins editing again keeps it open")
 {
-    TestHost host;
-    Desk desk(host);
-    desk.open();
     desk.field->editor()->eventAddListener("editing-finished", [&] { host.app().setFocusWidget(desk.field->editor().get()); });
     const auto keyboard = desk.keyboard();
     desk.press(Action::Enter);
@@ -343,10 +320,8 @@ TEST_CASE("keyboard: a listener of enter that begins editing again keeps it open
     CHECK(desk.text() == "a");
 }
 
-TEST_CASE("keyboard: it closes when the field is hidden")
+TEST_CASE_FIXTURE(NewDesk, "keyboard: it closes when the field is hidden")
 {
-    TestHost host;
-    Desk desk(host);
     host.style(".sheet.busy InputFieldWidget { display: none }");
     desk.open();
     desk.space->addCSSClass("busy");
@@ -534,11 +509,8 @@ TEST_CASE("keyboard: the layout is that of the field, the keyboard, the user int
     }
 }
 
-TEST_CASE("keyboard: the language key goes through the layouts, and the field remembers the choice")
+TEST_CASE_FIXTURE(OpenDesk, "keyboard: the language key goes through the layouts, and the field remembers the choice")
 {
-    TestHost host;
-    Desk desk(host);
-    desk.open();
     QStringList seen;
     for (int i = 0; i < 4; ++i) {
         seen.append(desk.keyboard()->layoutName());
@@ -554,11 +526,8 @@ TEST_CASE("keyboard: the language key goes through the layouts, and the field re
     CHECK(desk.text() == u("ü"));
 }
 
-TEST_CASE("keyboard: style sheets reach it and its keys, and change its look while it is open")
+TEST_CASE_FIXTURE(OpenDesk, "keyboard: style sheets reach it and its keys, and change its look while it is open")
 {
-    TestHost host;
-    Desk desk(host);
-    desk.open();
     const auto color = [](Trellis::Widget* widget) { return widget->attribute("background-color")->toText().toLower(); };
     Trellis::Widget* const key = desk.keyboard()->findKey("a");
     const QString usual = color(key);

@@ -7,6 +7,7 @@
 
 #include <QKeyEvent>
 
+#include <functional>
 #include <string>
 
 using namespace TestSupport;
@@ -94,41 +95,39 @@ TEST_CASE("text edit: a tap gives it the keyboard, and what is typed stands in i
     CHECK(scene.readEvents() == "changed:A;changed:An;changed:Ann;");
 }
 
-TEST_CASE("text edit: enter finishes once, with the text, and gives the keyboard back")
+TEST_CASE("text edit: enter finishes once, with the text, and gives the keyboard back; so do other ends")
 {
-    EditScene scene;
-    scene.app.setFocusWidget(&scene.editor);
-    scene.type(QStringLiteral("Bo"));
-    scene.readEvents();
-    SUBCASE("enter")
+    struct Row
     {
-        scene.key(Qt::Key_Return, QStringLiteral("\r"));
-        CHECK(scene.readEvents() == "finished:Bo:enter;");
-    }
-    SUBCASE("enter of the number pad")
-    {
-        scene.key(Qt::Key_Enter, QStringLiteral("\r"), Qt::KeypadModifier);
-        CHECK(scene.readEvents() == "finished:Bo:enter;");
-    }
-    SUBCASE("escape")
-    {
-        scene.key(Qt::Key_Escape, QStringLiteral("\x1b"));
-        CHECK(scene.readEvents() == "finished:Bo:escape;");
-    }
-    SUBCASE("an end from the code")
-    {
+        const char* what;
+        std::function<void(EditScene&)> end;
+        const char* reason;
+    };
+    const Row rows[] = {
+        {"enter", [](EditScene& scene) { scene.key(Qt::Key_Return, QStringLiteral("\r")); }, "enter"},
+        {"enter of the number pad", [](EditScene& scene) { scene.key(Qt::Key_Enter, QStringLiteral("\r"), Qt::KeypadModifier); },
+         "enter"},
+        {"escape", [](EditScene& scene) { scene.key(Qt::Key_Escape, QStringLiteral("\x1b")); }, "escape"},
+        {"an end from the code", [](EditScene& scene) { scene.editor.endEditing(); }, "focus-lost"},
+        {"another editor",
+         [](EditScene& scene) {
+             scene.app.setFocusWidget(&scene.add({10, 100, 100, 30}));
+         },
+         "focus-lost"},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.what);
+        EditScene scene;
+        scene.app.setFocusWidget(&scene.editor);
+        scene.type(QStringLiteral("Bo"));
+        scene.readEvents();
+        row.end(scene);
+        CHECK(scene.readEvents() == std::string("finished:Bo:") + row.reason + ";");
+        CHECK_FALSE(scene.editor.hasFocus());
+        CHECK_FALSE(scene.editor.hasPseudoClass("focus"));
         scene.editor.endEditing();
-        CHECK(scene.readEvents() == "finished:Bo:focus-lost;");
+        CHECK(scene.readEvents().empty());
     }
-    SUBCASE("another editor")
-    {
-        scene.app.setFocusWidget(&scene.add({10, 100, 100, 30}));
-        CHECK(scene.readEvents() == "finished:Bo:focus-lost;");
-    }
-    CHECK_FALSE(scene.editor.hasFocus());
-    CHECK_FALSE(scene.editor.hasPseudoClass("focus"));
-    scene.editor.endEditing();
-    CHECK(scene.readEvents().empty());
 }
 
 TEST_CASE("text edit: clearing sends the change only")
