@@ -186,7 +186,7 @@ std::optional<OutboxSummary> Outbox::summary(qint64 nowMs) const
     return transaction ? std::optional(summary) : std::nullopt;
 }
 
-Outbox::Claim Outbox::claimDue(qint64 nowMs, Which which)
+std::optional<OutboxMessage> Outbox::claimDue(qint64 nowMs, Which which)
 {
     // Read first, then marked, in one transaction: what cannot be read stays queued.
     SqliteTransaction transaction = writing("take a message from");
@@ -194,13 +194,11 @@ Outbox::Claim Outbox::claimDue(qint64 nowMs, Which which)
                       "WHERE state = ? AND (next_attempt <= ? OR next_attempt > ?) AND (attempts = 0 OR ?) "
                       "ORDER BY next_attempt, id LIMIT 1",
                       {kQueued, nowMs, nowMs + kLongestPauseMs, which == Which::All});
-    if (due && due->empty())
-        return {};
-    if (!due || !transaction.run("UPDATE messages SET state = ? WHERE id = ?", {kSending, due->front().id})
+    if (!due || due->empty() || !transaction.run("UPDATE messages SET state = ? WHERE id = ?", {kSending, due->front().id})
         || !commit(transaction))
-        return {std::nullopt, true};
+        return std::nullopt;
     due->front().state = OutboxMessage::State::Sending;
-    return {std::move(due->front()), false};
+    return std::move(due->front());
 }
 
 bool Outbox::remove(const OutboxMessage& message)

@@ -57,12 +57,6 @@ public:
         All,
         Untried ///< those of which no attempt has failed yet
     };
-    struct Claim
-    {
-        std::optional<OutboxMessage> message; ///< nothing when none is due, or when it could not be claimed
-        bool isFault = false;                 ///< the outbox could not be read or written; nothing in it has changed
-    };
-
     /// How much an outbox may hold, whatever the messages' state.
     struct Limits
     {
@@ -96,8 +90,9 @@ public:
     /// Everything, oldest first. Nothing when it cannot all be read.
     [[nodiscard]] std::optional<std::vector<OutboxMessage>> messages() const;
     [[nodiscard]] std::optional<OutboxSummary> summary(qint64 nowMs) const;
-    /// Claims the queued message that is due longest: it is being sent from here on.
-    [[nodiscard]] Claim claimDue(qint64 nowMs, Which which = Which::All);
+    /// Claims the queued message that is due longest: it is being sent from here on. Nothing when none is due, or when the outbox
+    /// cannot be read or written; it is as it was then.
+    [[nodiscard]] std::optional<OutboxMessage> claimDue(qint64 nowMs, Which which = Which::All);
 
     /// Ends of an attempt; false when they could not be written. A message that was dropped meanwhile stays dropped.
     [[nodiscard]] bool remove(const OutboxMessage& message);

@@ -110,19 +110,19 @@ void OutboxDelivery::readOutbox()
 void OutboxDelivery::claim()
 {
     while (m_sender.count() < kMostAttempts) {
-        auto claimed = m_outbox.claimDue(m_clock(), m_triedBefore > 0 ? Outbox::Which::Untried : Outbox::Which::All);
-        if (!claimed.message)
+        auto message = m_outbox.claimDue(m_clock(), m_triedBefore > 0 ? Outbox::Which::Untried : Outbox::Which::All);
+        if (!message)
             return;
-        m_triedBefore += claimed.message->attempts > 0 ? 1 : 0;
-        const QString path = m_outbox.files().path(claimed.message->file);
-        m_sender.begin(std::move(*claimed.message), path);
+        m_triedBefore += message->attempts > 0 ? 1 : 0;
+        const QString path = m_outbox.files().path(message->file);
+        m_sender.begin(std::move(*message), path);
     }
 }
 
 void OutboxDelivery::conclude(SmtpSender::Ended ended)
 {
     m_nextReading = steady_clock::now();
-    Ending ending{Ending::Kind::Delivered, std::move(ended.message), ended.words};
+    Ending ending{Ending::Kind::Delivered, std::move(ended.message)};
     OutboxMessage& message = ending.message;
     m_triedBefore -= message.attempts > 0 ? 1 : 0;
     if (ended.outcome != SmtpSender::Outcome::Delivered) {
@@ -172,8 +172,8 @@ void OutboxDelivery::warnOfUnwritten()
         if (std::exchange(ending.isLogged, true))
             continue;
         const QString what = ending.kind == Ending::Kind::Delivered ? QStringLiteral("it is delivered")
-            : ending.kind == Ending::Kind::Refused                  ? QStringLiteral("it was refused: ") + ending.words
-                                                                    : QStringLiteral("it is not delivered: ") + ending.words;
+            : ending.kind == Ending::Kind::Refused ? QStringLiteral("it was refused: ") + ending.message.lastError
+                                                   : QStringLiteral("it is not delivered: ") + ending.message.lastError;
         Bedrock::Trace::warning(
             "OutboxService # Failed to write what became of message %lld to %s (%s); nothing else is sent until that is written",
             static_cast<long long>(ending.message.id), ending.message.recipientNames().toUtf8().constData(),
@@ -185,7 +185,7 @@ void OutboxDelivery::log(const Ending& ending) const
 {
     const auto id = static_cast<long long>(ending.message.id);
     const QByteArray names = ending.message.recipientNames().toUtf8();
-    const QByteArray words = ending.words.toUtf8();
+    const QByteArray words = ending.message.lastError.toUtf8();
     switch (ending.kind) {
     case Ending::Kind::Delivered:
         Bedrock::Trace::info("OutboxService # Delivered message %lld to %s", id, names.constData());

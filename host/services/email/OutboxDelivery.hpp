@@ -63,7 +63,6 @@ private:
         enum class Kind { Delivered, PutOff, GivenUp, Refused };
         Kind kind = Kind::Delivered;
         OutboxMessage message;
-        QString words;
         double pauseSeconds = 0.0;
         bool isLogged = false; ///< a warning says that it cannot be written
     };
