@@ -1,5 +1,7 @@
 #include "table/Table.hpp"
 
+#include "care/CareAttributes.hpp"
+#include "care/TableCare.hpp"
 #include "components/HostComponents.hpp"
 #include "components/PersonalWidgets.hpp"
 #include "components/TemporaryWidgets.hpp"
@@ -45,6 +47,7 @@ struct Table::Private
     bool isInFrame = false;
     std::shared_ptr<Tavola::Tavola> tavola;
     TableServices services;
+    std::unique_ptr<CareAttributes> careAttributes;
     std::unique_ptr<HostComponents> hostComponents;
     std::vector<std::unique_ptr<Tavola::PluginLoader>> plugins;
     std::shared_ptr<PersonalWidgets> personalWidgets;
@@ -121,6 +124,7 @@ void Table::Private::close()
         queue.clear();
         application->destroyRemovedWidgets(); // what a dropped function held may have left the tree only now
     } while (inbox.isWaiting() || !queue.isEmpty());
+    careAttributes.reset();
     while (!plugins.empty())
         plugins.pop_back();
     Cascara::StyleEngine::instance().clearStyleSheets();
@@ -163,6 +167,7 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const Table
     d.tavola = Tavola::Tavola::create();
     d.tavola->ui()->setPixelPitchMm(presentation.pixelPitchMm);
     d.tavola->ui()->setKeyboardLayout(presentation.keyboardLayout);
+    d.careAttributes = std::make_unique<CareAttributes>();
     d.hostComponents = std::make_unique<HostComponents>(*d.tavola);
     d.personalWidgets = std::make_shared<PersonalWidgets>();
     if (!d.services.start(*d.tavola->services(), d.personalWidgets, presentation, options, *d.input, error))
@@ -174,6 +179,7 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const Table
     d.tavola->ui()->internalOverlayWidget()->addChild(Bedrock::makeIntrusive<Tavola::MarkerDetectorWidget>());
     d.placeWidgets(presentation);
     d.tavola->ui()->mainWidget()->addOperator(Bedrock::makeIntrusive<TemporaryWidgets>(presentation.closeTemporaryAfterSeconds));
+    d.tavola->ui()->mainWidget()->addOperator(Bedrock::makeIntrusive<TableCare>(presentation.pixelPitchMm));
     if (options.showInput) {
         const auto overlay = Bedrock::makeIntrusive<InputOverlay>(presentation.pixelPitchMm,
                                                                   [&input = d.input->tuio()] { return input.ignoredAreas(); });

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <Bedrock/IntrusiveWeakPtr.hpp>
+#include <Tactile/Marker.hpp>
+
+#include <vector>
+
+namespace Tactile
+{
+struct Sample;
+}
+namespace Trellis
+{
+class Widget;
+}
+
+namespace Host
+{
+/// A widget that opened at a card, and the card as it lay then.
+struct CardOpening
+{
+    Bedrock::IntrusiveWeakPtr<Trellis::Widget> widget;
+    Tactile::Marker card;
+};
+
+/// Finds the widgets that open at cards: children that a layer of the table gets in the frame in which a card comes down, with
+/// their centre or their top left corner at the card's centre. Content with an opening of its own, such as what a personal
+/// folder shows and moves with its card, is none of them. Main thread only.
+class CardOpenings
+{
+public:
+    /// The widgets that opened since the last call, from the bottom to the top. Call once a frame, after the input.
+    [[nodiscard]] std::vector<CardOpening> find(const Trellis::Widget& layer, const Tactile::Sample& sample);
+
+private:
+    long m_newestChild = 0; ///< the highest node id seen
+};
+}

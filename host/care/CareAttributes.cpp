@@ -1,0 +1,68 @@
+#include "care/CareAttributes.hpp"
+
+#include <Facet/AttributeT.hpp>
+#include <Trellis/Widget.hpp>
+
+#include <cmath>
+
+namespace Host
+{
+namespace
+{
+constexpr char kPlacement[] = "placement";
+constexpr char kKeepClear[] = "keep-clear";
+
+using PlacementAttribute = Facet::AttributeT<Placement>;
+using FlagAttribute = Facet::AttributeT<bool>;
+
+std::unique_ptr<Facet::Attribute> makePlacement(Trellis::Widget& widget, const QByteArray& name)
+{
+    const PlacementAttribute::Names names{{QStringLiteral("at"), Placement::At},
+                                          {QStringLiteral("beside"), Placement::Beside},
+                                          {QStringLiteral("below"), Placement::Below},
+                                          {QStringLiteral("above"), Placement::Above}};
+    return std::make_unique<PlacementAttribute>(&widget, name, names, Placement::At);
+}
+
+std::unique_ptr<Facet::Attribute> makeFlag(Trellis::Widget& widget, const QByteArray& name)
+{
+    return std::make_unique<FlagAttribute>(&widget, name, false);
+}
+
+bool isKeptClear(const Trellis::Widget& widget)
+{
+    const auto* const flag = dynamic_cast<const FlagAttribute*>(widget.attribute(kKeepClear));
+    return flag && flag->value();
+}
+
+void collect(const Trellis::Widget& widget, const Vecta::Transform& fromScene, std::vector<Vecta::Rect>& found)
+{
+    for (const auto& child : widget.children()) {
+        if (!child->isVisible())
+            continue;
+        if (isKeptClear(*child))
+            found.push_back((fromScene * child->transformToScene()).mapBounds({0.f, 0.f, child->size().x, child->size().y}));
+        collect(*child, fromScene, found);
+    }
+}
+}
+
+CareAttributes::CareAttributes() : m_placement(kPlacement, makePlacement), m_keepClear(kKeepClear, makeFlag) {}
+
+Placement CareAttributes::placementOf(const Trellis::Widget& widget)
+{
+    const auto* const placement = dynamic_cast<const PlacementAttribute*>(widget.attribute(kPlacement));
+    return placement ? placement->value() : Placement::At;
+}
+
+std::vector<Vecta::Rect> CareAttributes::keptClear(const Trellis::Widget& widget)
+{
+    // The widget's opacity does not count: it may be fading in.
+    std::vector<Vecta::Rect> found;
+    const Vecta::Transform toScene = widget.transformToScene();
+    const auto unturned =
+        Vecta::Transform::rotation(-std::atan2(toScene.m21, toScene.m11)) * Vecta::Transform::translation(-widget.mapToScene({}));
+    collect(widget, unturned, found);
+    return found;
+}
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "care/PlaceSearch.hpp"
+
+#include <Cascara/LazyAttributeManager.hpp>
+#include <Vecta/Rect.hpp>
+
+#include <vector>
+
+namespace Trellis
+{
+class Widget;
+}
+
+namespace Host
+{
+/// The attributes that style sheets give any widget for the host's care: "placement" of what opens at a card, and "keep-clear"
+/// of its parts that no card should cover. Widgets have them while this object exists; make it before style sheets are loaded,
+/// and destroy it after the widgets. Main thread only.
+class CareAttributes
+{
+public:
+    CareAttributes();
+
+    /// `Placement::At` where no style names one.
+    [[nodiscard]] static Placement placementOf(const Trellis::Widget& widget);
+    /// Bounds of the visible widgets inside `widget` that have "keep-clear", in table pixels from its top left corner, not
+    /// turned.
+    [[nodiscard]] static std::vector<Vecta::Rect> keptClear(const Trellis::Widget& widget);
+
+private:
+    Cascara::LazyAttributeManager::Registrant m_placement;
+    Cascara::LazyAttributeManager::Registrant m_keepClear;
+};
+}

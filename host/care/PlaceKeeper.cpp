@@ -1,0 +1,135 @@
+#include "care/PlaceKeeper.hpp"
+
+#include "care/CardOutline.hpp"
+#include "care/CareAttributes.hpp"
+
+#include <Trellis/FadeAnimator.hpp>
+#include <Trellis/Widget.hpp>
+
+#include <algorithm>
+#include <cmath>
+
+namespace Host
+{
+namespace
+{
+using Vecta::Vector2f;
+
+constexpr float kCheckSeconds = 0.1f;
+constexpr float kGapMm = 2.f; ///< between a card and what it does not cover
+
+Vector2f centerInScene(const Trellis::Widget& widget)
+{
+    return widget.mapToScene(widget.size() / 2.f);
+}
+
+bool hasSameShape(const PlaceSearch& a, const PlaceSearch& b)
+{
+    return a.placement == b.placement && a.size == b.size && a.angleRadians == b.angleRadians && a.keepClear == b.keepClear
+        && a.table == b.table;
+}
+
+PlaceSearch::Outline outlineAt(const Trellis::Widget& widget, Vector2f center)
+{
+    const Vector2f size = widget.size();
+    auto corners = widget.transformToScene().mapCorners({0.f, 0.f, size.x, size.y});
+    const Vector2f by = center - centerInScene(widget);
+    for (Vector2f& corner : corners)
+        corner += by;
+    return corners;
+}
+}
+
+void PlaceKeeper::add(const CardOpening& opening)
+{
+    const auto widget = opening.widget.lock();
+    if (!widget)
+        return;
+    Guest guest(opening);
+    guest.openedAt = guest.from = guest.to = centerInScene(*widget);
+    m_guests.push_back(std::move(guest));
+}
+
+void PlaceKeeper::update(const std::vector<Tactile::Marker>& cards, Vector2f table, float dtSeconds)
+{
+    m_guests.erase(std::remove_if(m_guests.begin(), m_guests.end(),
+                                  [](const Guest& guest) {
+                                      const auto widget = guest.opening.widget.lock();
+                                      return !widget || !widget->parent() || Trellis::FadeAnimator::isFadingOut(*widget);
+                                  }),
+                   m_guests.end());
+    for (Guest& guest : m_guests) {
+        const auto widget = guest.opening.widget.lock();
+        if (widget->isHeld() || widget->isMoving() || (guest.location && widget->location() != *guest.location))
+            guest.isKept = false;
+        if (!guest.isKept)
+            continue;
+        guest.sinceCheckSeconds += dtSeconds;
+        if (!guest.last || guest.sinceCheckSeconds >= kCheckSeconds)
+            check(guest, *widget, cards, table);
+        glide(guest, *widget, dtSeconds);
+    }
+}
+
+PlaceSearch PlaceKeeper::searchFor(const Guest& guest, const Trellis::Widget& widget) const
+{
+    const Vecta::Transform toScene = widget.transformToScene();
+    PlaceSearch search;
+    search.placement = CareAttributes::placementOf(widget);
+    search.center = guest.openedAt;
+    search.size = widget.size() * std::hypot(toScene.m11, toScene.m21);
+    search.angleRadians = std::atan2(toScene.m21, toScene.m11);
+    search.keepClear = CareAttributes::keptClear(widget);
+    search.gapPx = kGapMm / m_pixelPitchMm;
+    return search;
+}
+
+void PlaceKeeper::surround(PlaceSearch& search, const Guest& guest, const std::vector<Tactile::Marker>& cards) const
+{
+    search.card = cardOutline(guest.opening.card, m_pixelPitchMm);
+    for (const Tactile::Marker& card : cards) {
+        if (card.id() == guest.opening.card.id())
+            search.card = cardOutline(card, m_pixelPitchMm);
+        else
+            search.otherCards.push_back(cardOutline(card, m_pixelPitchMm));
+    }
+    // Only what opened before: of two widgets one makes room for the other.
+    for (const Guest& other : m_guests) {
+        if (&other == &guest)
+            break;
+        const auto widget = other.opening.widget.lock();
+        if (other.opening.card.code() != guest.opening.card.code())
+            search.others.push_back(outlineAt(*widget, other.isKept ? other.to : centerInScene(*widget)));
+    }
+}
+
+void PlaceKeeper::check(Guest& guest, Trellis::Widget& widget, const std::vector<Tactile::Marker>& cards, Vector2f table)
+{
+    guest.sinceCheckSeconds = 0.f;
+    PlaceSearch search = searchFor(guest, widget);
+    search.table = table;
+    if (guest.last && hasSameShape(*guest.last, search))
+        return;
+    guest.last = search;
+    surround(search, guest, cards);
+    const Vector2f place = search.find();
+    if (place == guest.to)
+        return;
+    guest.from = centerInScene(widget);
+    guest.to = place;
+    guest.glideSeconds = 0.f;
+}
+
+void PlaceKeeper::glide(Guest& guest, Trellis::Widget& widget, float dtSeconds)
+{
+    if (guest.glideSeconds >= kGlideSeconds)
+        return;
+    guest.glideSeconds += dtSeconds;
+    const float part = std::min(guest.glideSeconds / kGlideSeconds, 1.f);
+    const float eased = 1.f - (1.f - part) * (1.f - part);
+    const Vector2f center = guest.from + (guest.to - guest.from) * eased;
+    const Trellis::Widget& parent = *widget.parent();
+    widget.setLocation(widget.location() + parent.mapFromScene(center) - parent.mapFromScene(centerInScene(widget)));
+    guest.location = widget.location();
+}
+}

@@ -1,0 +1,66 @@
+#include "care/CardOpenings.hpp"
+
+#include <Tactile/Sample.hpp>
+#include <Tavola/LaunchedContentOperator.hpp>
+#include <TestHost.hpp>
+
+#include <doctest/doctest.h>
+
+using Host::CardOpenings;
+using Vecta::Vector2f;
+
+namespace
+{
+struct Fixture
+{
+    Trellis::Widget& add(Vector2f location)
+    {
+        const auto widget = Bedrock::makeIntrusive<Trellis::Widget>();
+        widget->postConstruct();
+        widget->setSize({100.f, 100.f});
+        host.mainWidget().addChild(widget);
+        widget->setLocation(location);
+        return *widget;
+    }
+    static Tactile::Sample cardDown(Vector2f point)
+    {
+        Tactile::Sample sample;
+        const Tactile::Marker card(77, 1001, point);
+        sample.markers.push_back(card);
+        sample.changes.push_back({Tactile::InputChange::Kind::Down, card});
+        return sample;
+    }
+
+    TestSupport::TestHost host;
+    CardOpenings openings;
+};
+}
+
+TEST_CASE("card openings: a new child with its centre or its corner at a card that came down opened there")
+{
+    Fixture f;
+    auto& centred = f.add({450.f, 350.f});
+    auto& cornered = f.add({500.f, 400.f});
+    const auto found = f.openings.find(f.host.mainWidget(), Fixture::cardDown({500.f, 400.f}));
+    REQUIRE(found.size() == 2);
+    CHECK(found[0].widget.lock().get() == &centred);
+    CHECK(found[1].widget.lock().get() == &cornered);
+    CHECK(found[0].card.code() == 1001);
+}
+
+TEST_CASE("card openings: a child elsewhere, an older one and one in a frame without a new card did not open at a card")
+{
+    Fixture f;
+    f.add({450.f, 350.f});
+    CHECK(f.openings.find(f.host.mainWidget(), {}).empty());
+    f.add({0.f, 0.f});
+    CHECK(f.openings.find(f.host.mainWidget(), Fixture::cardDown({500.f, 400.f})).empty());
+}
+
+TEST_CASE("card openings: content that opens by itself, and then follows its card, is left alone")
+{
+    Fixture f;
+    f.add({450.f, 350.f})
+        .addOperator(Bedrock::makeIntrusive<Tavola::LaunchedContentOperator>(false, Vector2f{500.f, 400.f}, 0.3f));
+    CHECK(f.openings.find(f.host.mainWidget(), Fixture::cardDown({500.f, 400.f})).empty());
+}

@@ -1,0 +1,143 @@
+#include "care/PlaceKeeper.hpp"
+
+#include "CareTable.hpp"
+
+#include <doctest/doctest.h>
+
+using Vecta::Vector2f;
+
+namespace
+{
+bool isWhole(const Trellis::Widget& widget)
+{
+    const Vecta::Rect bounds = widget.sceneBounds();
+    return bounds.x >= -0.1f && bounds.y >= -0.1f && bounds.right() <= 1920.1f && bounds.bottom() <= 1080.1f;
+}
+}
+
+TEST_CASE("place keeper: in its first frame a widget stands exactly at its card, and is whole on the table after 0.3 s")
+{
+    CareTable table;
+    const Trellis::Widget& opened = table.open(1001, {1900.f, 1000.f});
+    CHECK(CareTable::center(opened) == Vector2f(1900.f, 1000.f));
+    table.host.frame();
+    CHECK(CareTable::center(opened).x < 1900.f);
+    CHECK_FALSE(isWhole(opened));
+    table.host.frames(18);
+    CHECK(isWhole(opened));
+    CHECK((CareTable::center(opened) - Vector2f(1620.f, 760.f)).length() < 0.1f);
+}
+
+TEST_CASE("place keeper: a widget that is whole and clear of its card is not moved")
+{
+    CareTable table;
+    const Trellis::Widget& opened = table.open(1001, {960.f, 540.f}, 1.f);
+    const Vector2f location = opened.location();
+    table.host.frames(60);
+    CHECK(opened.location() == location);
+}
+
+TEST_CASE("place keeper: the angle stays")
+{
+    CareTable table;
+    const Trellis::Widget& opened = table.open(1001, {1900.f, 30.f}, 2.5f);
+    const float angle = opened.rotation();
+    table.host.frames(30);
+    CHECK(opened.rotation() == angle);
+    CHECK(isWhole(opened));
+}
+
+TEST_CASE("place keeper: the widget glides away from under its card where that would cover what is kept clear")
+{
+    CareTable table;
+    table.host.style(".title { top: 280px; }");
+    Trellis::Widget& opened = table.open(1001, {960.f, 540.f});
+    table.host.frames(30);
+    const Vecta::Rect title = opened.children()[0]->sceneBounds();
+    const bool isClear = title.bottom() <= 540.f - 69.f || title.y >= 540.f + 69.f;
+    CHECK_MESSAGE(isClear, title.y);
+    CHECK(isWhole(opened));
+}
+
+TEST_CASE("place keeper: a second person's widget makes room for the first one's, which stays")
+{
+    CareTable table;
+    const Trellis::Widget& first = table.open(1001, {500.f, 540.f});
+    table.host.frames(30);
+    const Vector2f location = first.location();
+    const Trellis::Widget& second = table.open(1002, {900.f, 540.f});
+    CHECK(first.intersects(second));
+    table.host.frames(30);
+    CHECK_FALSE(first.intersects(second));
+    CHECK(first.location() == location);
+    CHECK(isWhole(second));
+}
+
+TEST_CASE("place keeper: two cards that come down in one frame get places of their own")
+{
+    CareTable table;
+    table.host.input.markerDown(1001, {700.f, 540.f});
+    table.host.input.markerDown(1002, {1000.f, 540.f});
+    table.host.frames(40);
+    const auto& children = table.host.mainWidget().children();
+    REQUIRE(children.size() == 3);
+    CHECK_FALSE(children[1]->intersects(*children[2]));
+}
+
+TEST_CASE("place keeper: \"placement: beside\" puts the widget next to its card")
+{
+    CareTable table;
+    table.host.style(".opened { placement: beside; width: 300px; height: 300px; }");
+    const Trellis::Widget& opened = table.open(1001, {960.f, 540.f});
+    CHECK(CareTable::center(opened) == Vector2f(960.f, 540.f));
+    table.host.frames(30);
+    const Vector2f center = CareTable::center(opened);
+    CHECK(center.y == doctest::Approx(540.f).epsilon(0.001));
+    CHECK(center.x - 150.f > 960.f + 69.f);
+    CHECK(center.x - 150.f < 960.f + 69.f + 5.f);
+}
+
+TEST_CASE("place keeper: a finger that grabs a gliding widget keeps it")
+{
+    CareTable table;
+    const Trellis::Widget& opened = table.open(1001, {1900.f, 540.f});
+    table.host.frames(3);
+    table.host.input.fingerDown(1, {1750.f, 540.f});
+    table.host.frame();
+    const Vector2f held = opened.location();
+    table.host.frames(30);
+    CHECK(opened.location() == held);
+    table.host.input.fingerUp(1);
+    table.host.frames(60);
+    CHECK(opened.location() == held);
+}
+
+TEST_CASE("place keeper: a widget that another class moves is left there")
+{
+    CareTable table;
+    Trellis::Widget& opened = table.open(1001, {1900.f, 540.f});
+    table.host.frames(3);
+    opened.setLocation({1500.f, 700.f});
+    table.host.frames(60);
+    CHECK(opened.location() == Vector2f(1500.f, 700.f));
+}
+
+TEST_CASE("place keeper: a widget that grows is made whole again")
+{
+    CareTable table;
+    Trellis::Widget& opened = table.open(1001, {1600.f, 540.f});
+    table.host.frames(30);
+    opened.setSize({900.f, 640.f});
+    table.host.frames(30);
+    CHECK(isWhole(opened));
+}
+
+TEST_CASE("place keeper: a widget that closes while it glides is forgotten")
+{
+    CareTable table;
+    Trellis::Widget& opened = table.open(1001, {1900.f, 540.f});
+    table.host.frames(3);
+    opened.removeFromParent();
+    table.host.frames(30);
+    CHECK(table.host.mainWidget().children().size() == 1);
+}
