@@ -74,6 +74,8 @@ public:
         connect(&m_timer, &QTimer::timeout, this,
                 [this] { giveUp(QStringLiteral("did not answer within %1 s").arg(m_service.m_timeoutMs / 1000.0)); });
         m_timer.start(m_service.m_timeoutMs);
+        // Qt's network thread reads on while a frame is under way; what lies beyond the limit stays at its sender.
+        reply.setReadBufferSize(kLargestAnswerBytes + 1);
         connect(&reply, &QNetworkReply::readyRead, this, [this] {
             if (m_reply.bytesAvailable() > kLargestAnswerBytes)
                 giveUp(QStringLiteral("sent an answer that is too long"));

@@ -54,7 +54,7 @@ QString writeInto(const QString& folder, const QImage& image)
         fail(path, file.errorString());
     QImageWriter writer(&file, QByteArrayLiteral("png"));
     if (!writer.write(image))
-        fail(path, writer.errorString());
+        fail(path, file.error() == QFileDevice::NoError ? writer.errorString() : file.errorString());
     if (!file.commit())
         fail(path, file.errorString());
     return path;
