@@ -69,6 +69,11 @@ Item readItem(const QSqlQuery& row)
     return item;
 }
 
+QString reasonAndRemedy(const QSqlError& error)
+{
+    return error.text().simplified() + QStringLiteral("; ") + Bedrock::sqliteRemedy(error.nativeErrorCode().toInt());
+}
+
 } // namespace
 
 bool isTokenForm(const QString& text)
@@ -92,14 +97,10 @@ Result<std::unique_ptr<ItemStore>> ItemStore::open(const QString& file, int lock
     const auto refused = [&file](const QString& reason) {
         return tl::unexpected(QStringLiteral("The database \"%1\" cannot be used: %2").arg(file, reason));
     };
-    if (!store->m_database.open()) {
-        const QSqlError error = store->m_database.lastError();
-        return refused(error.text().simplified() + QStringLiteral("; ") + Bedrock::sqliteRemedy(error.nativeErrorCode().toInt()));
-    }
+    if (!store->m_database.open())
+        return refused(reasonAndRemedy(store->m_database.lastError()));
     if (const auto prepared = store->prepareFile(); !prepared)
-        return refused(
-            prepared.error()
-            + (store->m_failureCode != 0 ? QStringLiteral("; ") + Bedrock::sqliteRemedy(store->m_failureCode) : QString()));
+        return refused(prepared.error());
     return store;
 }
 
@@ -128,9 +129,7 @@ Result<void> ItemStore::prepareFile()
     if (const auto begun = execute("BEGIN IMMEDIATE"); !begun)
         return begun;
     const auto giveUp = [this](const QString& reason) {
-        const int code = m_failureCode;
         (void)execute("ROLLBACK");
-        m_failureCode = code;
         return tl::unexpected(reason);
     };
 
@@ -163,12 +162,8 @@ Result<void> ItemStore::keepWriteAheadLog()
 {
     for (int attempt = 1;; ++attempt) {
         const auto changed = execute("PRAGMA journal_mode = WAL");
-        if (changed) {
-            m_failureCode = 0;
-            return changed;
-        }
         constexpr int kBusy = 5;
-        if ((m_failureCode & 0xFF) != kBusy || attempt == kMostModeAttempts)
+        if (changed || (m_failureCode & 0xFF) != kBusy || attempt == kMostModeAttempts)
             return changed;
         if (const auto free = execute("BEGIN IMMEDIATE"); !free)
             return free;
@@ -193,7 +188,7 @@ Result<QSqlQuery> ItemStore::query(const char* statement, std::initializer_list<
     good = good && result.exec();
     if (!good) {
         m_failureCode = result.lastError().nativeErrorCode().toInt();
-        return tl::unexpected(result.lastError().text().simplified());
+        return tl::unexpected(reasonAndRemedy(result.lastError()));
     }
     return result;
 }
@@ -269,7 +264,7 @@ Result<std::vector<Item>> ItemStore::items(qint64 tessel)
     while (rows->next())
         result.push_back(readItem(*rows));
     if (rows->lastError().isValid())
-        return tl::unexpected(rows->lastError().text().simplified());
+        return tl::unexpected(reasonAndRemedy(rows->lastError()));
     return result;
 }
 

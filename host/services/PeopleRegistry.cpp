@@ -41,9 +41,9 @@ const char* const kAnyEver = "SELECT 1 FROM people UNION ALL SELECT 1 FROM empti
 
 SqliteTransaction::Report warning(const char* what, const QString& path)
 {
-    return [what, path](const QString& reason) {
-        Bedrock::Trace::warning("PeopleRegistry # Failed to %s %s (%s)", what, path.toUtf8().constData(),
-                                reason.toUtf8().constData());
+    return [what, path](const QString& reason, const QString& remedy) {
+        Bedrock::Trace::warning("PeopleRegistry # Failed to %s %s (%s); %s", what, path.toUtf8().constData(),
+                                reason.toUtf8().constData(), remedy.toUtf8().constData());
     };
 }
 

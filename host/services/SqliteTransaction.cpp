@@ -61,7 +61,7 @@ bool SqliteTransaction::fail(const QSqlError& error)
     m_hasFailed = true;
     m_remedy = sqliteRemedy(error);
     if (m_report)
-        m_report(error.text());
+        m_report(error.text().simplified(), m_remedy);
     return false;
 }
 }

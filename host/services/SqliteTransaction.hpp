@@ -27,8 +27,8 @@ public:
         Read, ///< reads one state of the file
         Write ///< locks other writers out from its beginning, so what it has read stays true
     };
-    /// Called with the reason, at most once for each transaction.
-    using Report = std::function<void(const QString& reason)>;
+    /// Called with the reason and what to do about it, at most once for each transaction.
+    using Report = std::function<void(const QString& reason, const QString& remedy)>;
     using RowHandler = std::function<void(const QSqlQuery& row)>;
 
     SqliteTransaction(const QString& path, Kind kind, Report report);

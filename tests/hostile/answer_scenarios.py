@@ -197,9 +197,9 @@ class Visitors:
         self.table.wait_until(what, timed, 15)
 
     def clear(self):
-        """Time passes until the spaces that nobody uses are closed."""
+        """Time passes until unused spaces are closed."""
         self.stage.play(70, frame=1.0)
-        assert not by_type(self.table.tree(), "PersonalSpaceWidget"), "a space that nobody uses stays open"
+        assert not by_type(self.table.tree(), "PersonalSpaceWidget"), "an unused space stays open"
 
     def complaints(self):
         return [line["text"] for line in self.table.get("/log") if line["level"] != "info" and not line["text"].startswith(ONLY_HERE)]

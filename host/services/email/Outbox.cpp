@@ -276,12 +276,14 @@ bool Outbox::drop(qint64 id)
 
 SqliteTransaction Outbox::reading() const
 {
-    return {m_path, SqliteTransaction::Kind::Read, [this](const QString& reason) { warnAbout("read", reason); }};
+    return {m_path, SqliteTransaction::Kind::Read,
+            [this](const QString& reason, const QString& remedy) { warnAbout("read", reason + "; " + remedy); }};
 }
 
 SqliteTransaction Outbox::writing(const char* what) const
 {
-    return {m_path, SqliteTransaction::Kind::Write, [this, what](const QString& reason) { warnAbout(what, reason); }};
+    return {m_path, SqliteTransaction::Kind::Write,
+            [this, what](const QString& reason, const QString& remedy) { warnAbout(what, reason + "; " + remedy); }};
 }
 
 void Outbox::warnAbout(const char* what, const QString& detail) const

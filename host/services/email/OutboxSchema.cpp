@@ -161,7 +161,8 @@ bool OutboxSchema::prepare(const QString& path, const OutboxFiles& files, const 
     }
 
     QString reason;
-    SqliteTransaction transaction(path, SqliteTransaction::Kind::Write, [&reason](const QString& words) { reason = words; });
+    SqliteTransaction transaction(path, SqliteTransaction::Kind::Write,
+                                  [&reason](const QString& words, const QString&) { reason = words; });
     transaction.run("PRAGMA user_version", {}, [&version](const QSqlQuery& row) { version = row.value(0).toInt(); });
     if (transaction && version == kVersion) // another program was faster
         return true;

@@ -170,6 +170,8 @@ TEST_CASE("people registry: a damaged file is refused or reported, never a crash
     CHECK_FALSE(registry->people());
     TestSupport::expectWarningStartingWith("PeopleRegistry # Failed to write " + path.toStdString() + " (");
     CHECK_FALSE(registry->insert({kAnn}));
+    for (const TestSupport::LogLine& line : TestSupport::loggedLines())
+        CHECK(QString::fromStdString(line.text).endsWith(QStringLiteral("; move it away to begin a new one")));
 }
 
 TEST_CASE("people registry: a file of a newer version is refused and left as it was")

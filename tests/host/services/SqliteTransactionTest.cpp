@@ -22,7 +22,7 @@ struct Bench
     Folder folder;
     QString path = folder.path("cards.sqlite");
     QStringList reasons;
-    const SqliteTransaction::Report report = [this](const QString& reason) { reasons << reason; };
+    const SqliteTransaction::Report report = [this](const QString& reason, const QString&) { reasons << reason; };
 
     Bench()
     {
@@ -131,7 +131,8 @@ TEST_CASE("sqlite transaction: what a writer has read stays true until it writes
     bool isSecondDone = false;
     QStringList reasons;
     std::thread other([&] {
-        SqliteTransaction second(bench.path, Kind::Write, [&reasons](const QString& reason) { reasons << reason; });
+        SqliteTransaction second(bench.path, Kind::Write,
+                                 [&reasons](const QString& reason, const QString&) { reasons << reason; });
         isSecondDone = second.run("INSERT INTO cards SELECT count(*) + 1, 'Bob' FROM cards") && second.commit();
     });
     const bool isFirstDone = first->run("INSERT INTO cards SELECT count(*) + 1, 'Ann' FROM cards") && first->commit();
