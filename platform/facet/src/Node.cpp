@@ -1,5 +1,6 @@
 #include <Facet/Node.hpp>
 
+#include "EventSet.hpp"
 #include "NodeExtras.hpp"
 
 #include <Bedrock/AfterUpdateQueue.hpp>
@@ -140,7 +141,7 @@ void Node::eventSend(EventName name, Bedrock::BinaryData& payload)
 
 bool Node::isSendable(EventName name) const
 {
-    if (m_declaredEvents.contains(name))
+    if (m_declaredEvents.set().contains(name))
         return true;
     Bedrock::Trace::warning("Node::eventSend # Event '%s' is not declared by node %ld", name.text().constData(), m_id);
     return false;

@@ -329,6 +329,26 @@ TEST_CASE("text interface: a text that stays is laid out once, however often it 
     CHECK(scene.app.counters().textsLaidOut == before);
 }
 
+TEST_CASE("text interface: a layout that measures a text again breaks none of its lines anew")
+{
+    Scene scene(kSmall);
+    TextWidget& widget = textWidget(scene, QStringLiteral("Ann"));
+    set(widget, "display", Trellis::Display::Inline);
+    scene.frame();
+    scene.picture();
+    const long before = scene.app.counters().textsLaidOut;
+    for (int i = 0; i < 5; ++i) {
+        widget.requestLayout();
+        scene.frame();
+        scene.picture();
+    }
+    CHECK(scene.app.counters().textsLaidOut == before);
+    widget.setText(QStringLiteral("Bob"));
+    scene.frame();
+    scene.picture();
+    CHECK(scene.app.counters().textsLaidOut == before + 2);
+}
+
 TEST_CASE("text interface: a text that is larger than its box is cut off at the widget's edge")
 {
     Scene scene(kSmall);

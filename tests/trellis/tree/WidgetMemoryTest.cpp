@@ -28,13 +28,13 @@ long bytesOfWidget(Make make)
 }
 }
 
-TEST_CASE("widget: a plain one in the tree takes at most 1,650 bytes")
+TEST_CASE("widget: a plain one in the tree takes at most 1,100 bytes")
 {
-    CHECK(bytesOfWidget([](Trellis::Widget& parent) { new Trellis::Widget(&parent); }) <= 1650);
+    CHECK(bytesOfWidget([](Trellis::Widget& parent) { new Trellis::Widget(&parent); }) <= 1100);
 }
 
-TEST_CASE("widget: a text in the tree takes at most 2,900 bytes")
+TEST_CASE("widget: a text in the tree takes at most 1,900 bytes")
 {
     CHECK(bytesOfWidget([](Trellis::Widget& parent) { (new Trellis::TextWidget(&parent))->setText(QStringLiteral("Card")); })
-          <= 2900);
+          <= 1900);
 }

@@ -20,6 +20,8 @@ public:
     void add(EventName name);
     [[nodiscard]] bool contains(EventName name) const noexcept;
     [[nodiscard]] const std::vector<EventName>& all() const noexcept;
+    /// The shared set, for this library.
+    [[nodiscard]] const EventSet& set() const noexcept { return *m_set; }
 
 private:
     const EventSet* m_set;

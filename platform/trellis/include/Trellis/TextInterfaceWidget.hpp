@@ -28,6 +28,7 @@ public:
 protected:
     explicit TextInterfaceWidget(Widget* parent);
     [[nodiscard]] Vecta::Vector2f contentSize(float availableWidth) const override;
+    bool makeRareAttributes(int nameNumber) override;
     void attributeChanged(Facet::Attribute& attribute) override;
 
 private:

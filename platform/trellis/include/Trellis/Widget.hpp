@@ -189,6 +189,7 @@ protected:
     [[nodiscard]] virtual Vecta::Vector2f contentSize(float availableWidth) const;
     /// The widget without its padding, in its own coordinates.
     [[nodiscard]] Vecta::Rect contentBox() const;
+    bool makeRareAttributes(int nameNumber) override;
     void attributeChanged(Facet::Attribute& attribute) override;
 
 private:

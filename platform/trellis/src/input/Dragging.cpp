@@ -69,9 +69,9 @@ void Dragging::step(Widget& receiver)
     if (!moved)
         return;
     const int count = int(m_from.size());
-    const auto change =
-        MotionController::fit(m_from.data(), m_to.data(), count, motion.rotatable.value(), motion.scalable.value());
-    if (!hold->announced && motion.movable.value()) {
+    const auto change = MotionController::fit(m_from.data(), m_to.data(), count, motion.handling->rotatable.value(),
+                                              motion.handling->scalable.value());
+    if (!hold->announced && motion.handling->movable.value()) {
         hold->announced = true;
         if (m_observer) {
             m_observer->dragBegan(receiver);
@@ -83,7 +83,7 @@ void Dragging::step(Widget& receiver)
     }
     hold->travel += change.to - change.from;
     m_motion.apply(receiver, change);
-    if (m_observer && motion.movable.value() && m_held.findHold(receiver))
+    if (m_observer && motion.handling->movable.value() && m_held.findHold(receiver))
         m_observer->dragMoved(receiver, middle / float(count), count);
 }
 

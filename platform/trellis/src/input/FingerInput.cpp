@@ -89,7 +89,7 @@ void FingerInput::begin(const Tactile::TrackedObject& object, Widget& hit, Tap t
     m_dragging.settle(receiver);
     touch(&hit);
     if (!joins) {
-        if (WidgetRecords::of(receiver).motion.movable.value())
+        if (WidgetRecords::of(receiver).motion.handling->movable.value())
             receiver.raiseToTop();
         receiver.eventSend(WidgetEvents::kInteractionBegin);
     }

@@ -49,8 +49,8 @@ Vector2f boxSize(Widget& widget, const Room& room, Sizing sizing)
 {
     LayoutRecord& d = WidgetRecords::of(widget).layout;
     const bool outOfFlow = d.isOutOfFlow();
-    const Edges& padding = d.padding.value();
-    const Edges& margin = d.margin.value();
+    const Edges& padding = d.spacing->padding.value();
+    const Edges& margin = d.spacing->margin.value();
     const float reference = widget.parent() ? room.width : 0.f;
     const float padLeft = padding.left.resolve(reference);
     const float padRight = padding.right.resolve(reference);
@@ -63,8 +63,8 @@ Vector2f boxSize(Widget& widget, const Room& room, Sizing sizing)
     float width = 0.f;
     if (!wantedWidth.isAuto()) {
         width = wantedWidth.resolve(reference);
-    } else if (outOfFlow && !d.left.value().isAuto() && !d.right.value().isAuto()) {
-        width = room.width - d.left.value().resolve(room.width) - d.right.value().resolve(room.width) - margins;
+    } else if (outOfFlow && !d.insets->left.value().isAuto() && !d.insets->right.value().isAuto()) {
+        width = room.width - d.insets->left.value().resolve(room.width) - d.insets->right.value().resolve(room.width) - margins;
     } else {
         // A block that fills its container takes part in the width of one that shrinks to its content.
         fromContent = true;
@@ -73,21 +73,21 @@ Vector2f boxSize(Widget& widget, const Room& room, Sizing sizing)
         else
             width = measure(widget, room.width - margins - padLeft - padRight).x + padLeft + padRight;
     }
-    width = clamped(width, d.minWidth.value(), d.maxWidth.value(), reference);
+    width = clamped(width, d.limits->minWidth.value(), d.limits->maxWidth.value(), reference);
 
     const Length& wantedHeight = d.height.value();
     float height = 0.f;
     bool heightFromContent = false;
     if (isKnown(wantedHeight, room.height)) {
         height = wantedHeight.resolve(room.height);
-    } else if (outOfFlow && room.height >= 0.f && !d.top.value().isAuto() && !d.bottom.value().isAuto()) {
-        height = room.height - d.top.value().resolve(room.height) - d.bottom.value().resolve(room.height)
+    } else if (outOfFlow && room.height >= 0.f && !d.insets->top.value().isAuto() && !d.insets->bottom.value().isAuto()) {
+        height = room.height - d.insets->top.value().resolve(room.height) - d.insets->bottom.value().resolve(room.height)
             - margin.top.resolve(reference) - margin.bottom.resolve(reference);
     } else {
         fromContent = heightFromContent = true;
         height = measure(widget, width - padLeft - padRight).y + padTop + padBottom;
     }
-    height = clamped(height, d.minHeight.value(), d.maxHeight.value(), room.height);
+    height = clamped(height, d.limits->minHeight.value(), d.limits->maxHeight.value(), room.height);
 
     if (sizing == Sizing::Final) {
         d.padLeft = padLeft;

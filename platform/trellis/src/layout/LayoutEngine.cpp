@@ -67,8 +67,8 @@ void LayoutEngine::finishLine(const Widget& widget, const Room& room, Line& line
     if (line.isEmpty)
         return;
     const LayoutRecord& d = layoutOf(widget);
-    if (place && d.align.value() != Alignment::Left) {
-        const float share = d.align.value() == Alignment::Center ? 0.5f : 1.f;
+    if (place && d.spacing->align.value() != Alignment::Left) {
+        const float share = d.spacing->align.value() == Alignment::Center ? 0.5f : 1.f;
         const float shift = std::max(0.f, room.width - line.width) * share;
         for (std::size_t i = line.first; i < line.end; ++i) {
             Widget& child = *d.flowOrder[i];
@@ -86,7 +86,7 @@ void LayoutEngine::finishLine(const Widget& widget, const Room& room, Line& line
 Vector2f LayoutEngine::flow(Widget& widget, const Room& room, bool place)
 {
     LayoutRecord& d = layoutOf(widget);
-    const float gap = std::max(0.f, d.gap.value());
+    const float gap = std::max(0.f, d.spacing->gap.value());
     Line line;
     for (std::size_t i = 0; i < d.flowOrder.size(); ++i) {
         Widget& child = *d.flowOrder[i];
@@ -96,7 +96,7 @@ Vector2f LayoutEngine::flow(Widget& widget, const Room& room, bool place)
         if (place)
             layOut(child, room);
         const Vector2f box = (place ? c.size : boxSize(child, room, Sizing::Measure)) * std::max(0.f, c.scale.value());
-        const Edges& margin = c.margin.value();
+        const Edges& margin = c.spacing->margin.value();
         const float marginLeft = margin.left.resolve(room.width);
         const float marginTop = margin.top.resolve(room.width);
         const float outerWidth = marginLeft + box.x + margin.right.resolve(room.width);
@@ -186,7 +186,7 @@ void LayoutEngine::placeAbsolute(Widget& widget, Widget& child)
     layOut(child, Room{whole.x, whole.y, false});
     LayoutRecord& c = layoutOf(child);
     const Vector2f box = c.size * std::max(0.f, c.scale.value());
-    const Edges& margin = c.margin.value();
+    const Edges& margin = c.spacing->margin.value();
     const auto along = [&](const Length& near, const Length& far, const Length& marginNear, const Length& marginFar, float extent,
                            float boxExtent) {
         const float before = marginNear.resolve(whole.x);
@@ -201,8 +201,8 @@ void LayoutEngine::placeAbsolute(Widget& widget, Widget& child)
             return start + (marginFar.isAuto() ? rest / 2.f : rest - after);
         return start + before;
     };
-    c.flowLocation = {along(c.left.value(), c.right.value(), margin.left, margin.right, whole.x, box.x),
-                      along(c.top.value(), c.bottom.value(), margin.top, margin.bottom, whole.y, box.y)};
+    c.flowLocation = {along(c.insets->left.value(), c.insets->right.value(), margin.left, margin.right, whole.x, box.x),
+                      along(c.insets->top.value(), c.insets->bottom.value(), margin.top, margin.bottom, whole.y, box.y)};
 }
 
 /// The widget stands as it did, but something below it is dirty.

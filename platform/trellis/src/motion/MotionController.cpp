@@ -66,12 +66,12 @@ void MotionController::apply(Widget& widget, const Step& step)
     float factor = step.factor;
     if (factor != 1.f && oldScale > 0.f) {
         // Only what the limits allow; a widget that stands beyond them already may come back.
-        const float least = std::min(motion.minScale.value(), oldScale);
-        const float most = std::max(motion.maxScale.value(), oldScale);
+        const float least = std::min(motion.handling->minScale.value(), oldScale);
+        const float most = std::max(motion.handling->maxScale.value(), oldScale);
         factor = std::clamp(oldScale * factor, least, most) / oldScale;
     }
     // A widget that must not be moved turns and grows about its own middle.
-    const bool moves = motion.movable.value();
+    const bool moves = motion.handling->movable.value();
     const Vector2f pivot = moves ? step.from : widget.centerLocation();
     const Vector2f target = moves ? step.to : pivot;
     const Vector2f newLocation = target + (location - pivot).rotated(step.turn) * factor;
@@ -89,7 +89,7 @@ void MotionController::release(Widget& widget, Vector2f velocity)
 {
     MotionRecord& motion = WidgetRecords::of(widget).motion;
     const float speed = velocity.length();
-    if (!motion.movable.value() || !motion.inertia.value() || !(speed >= kLeastThrow))
+    if (!motion.handling->movable.value() || !motion.handling->inertia.value() || !(speed >= kLeastThrow))
         return;
     motion.velocity = velocity * (std::min(speed, kFastestThrow) / speed);
     motion.moving = true;

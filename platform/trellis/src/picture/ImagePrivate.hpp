@@ -20,8 +20,6 @@ struct ImageWidget::ImagePrivate
 
     Facet::AttributeT<QString> source;
     Facet::AttributeT<Fit> fit;
-    const Facet::AttributeT<Length>& height; ///< these two belong to the widget
-    const Facet::AttributeT<float>& borderRadius;
 
     ImageWidget& host;
     QImage image;

@@ -1,6 +1,7 @@
 #include <Trellis/ImageWidget.hpp>
 
 #include "picture/ImagePrivate.hpp"
+#include "tree/WidgetRecords.hpp"
 
 #include <Bedrock/LocalPath.hpp>
 #include <Lantern/RenderContext.hpp>
@@ -18,18 +19,10 @@ const Facet::EventName kImageLoaded("image-loaded");
 const Facet::EventName kImageFailed("image-failed");
 
 const QByteArray kFailed("failed");
-
-template <class T>
-const Facet::AttributeT<T>& baseAttribute(const Widget& widget, const char* name)
-{
-    return static_cast<const Facet::AttributeT<T>&>(*widget.attribute(name));
-}
 }
 
 ImageWidget::ImagePrivate::ImagePrivate(ImageWidget* widget)
-    : source(widget, QByteArrayLiteral("source")), fit(widget, QByteArrayLiteral("fit"), kFits, Fit::Contain),
-      height(baseAttribute<Length>(*widget, "height")), borderRadius(baseAttribute<float>(*widget, "border-radius")),
-      host(*widget)
+    : source(widget, QByteArrayLiteral("source")), fit(widget, QByteArrayLiteral("fit"), kFits, Fit::Contain), host(*widget)
 {
 }
 
@@ -176,7 +169,7 @@ Vecta::Vector2f ImageWidget::contentSize(float availableWidth) const
         return {};
     const float proportion = float(d->fullSize.height()) / float(d->fullSize.width());
     // Where the height is given, the width follows it; where the width is (the available one is then exactly it), the height.
-    const Length& height = d->height.value();
+    const Length& height = WidgetRecords::of(*this).layout.height.value();
     if (height.unit == Length::Unit::Pixels)
         return {height.value / proportion, height.value};
     return {std::min(float(d->fullSize.width()), availableWidth), availableWidth * proportion};
@@ -203,7 +196,7 @@ void ImageWidget::renderContent(Lantern::RenderContext& context) const
         source.x = (imageWidth - source.width) / 2.f;
         source.y = (imageHeight - source.height) / 2.f;
     }
-    context.drawImage(d->image, target, source, d->borderRadius.value());
+    context.drawImage(d->image, target, source, WidgetRecords::of(*this).drawing.border->radius.value());
 
     // Shown much larger than it was asked for: a larger one is fetched. A smaller one would look no better.
     const int edgePx = d->wanted.edgePx > 0 ? d->wanted.edgePx : kLargestUnknownPx;

@@ -239,8 +239,9 @@ Vecta::Vector2f TextEditWidget::contentSize(float availableWidth) const
     // An empty field is as high as one with a text.
     const auto& base = *TextInterfaceWidget::d;
     const TextFormat& format = TextInterfaceWidget::d->format();
-    const float height = base.lineHeight.value() > 0.f ? format.font.pixelSize() * base.lineHeight.value()
-                                                       : float(QFontMetricsF(format.font).height());
+    const float height = base.typesetting->lineHeight.value() > 0.f
+        ? format.font.pixelSize() * base.typesetting->lineHeight.value()
+        : float(QFontMetricsF(format.font).height());
     return {availableWidth, std::ceil(height)};
 }
 
@@ -257,7 +258,7 @@ TextEditWidget::EditPrivate::Place TextEditWidget::EditPrivate::place(const Text
     float indent = 0.f;
     if (width <= room) {
         const bool isRightToLeft = text.isRightToLeft();
-        const TextAlign align = base.textAlign.value();
+        const TextAlign align = base.typesetting->textAlign.value();
         if (align == TextAlign::Center)
             indent = (room - width) / 2.f;
         else if (align == TextAlign::Right || (align == TextAlign::Start && isRightToLeft)

@@ -7,11 +7,23 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 namespace Trellis
 {
 namespace
 {
+const Facet::AttributeName kText("text");
+const Facet::AttributeName kColor("color");
+const Facet::AttributeName kFontFamily("font-family");
+const Facet::AttributeName kFontSize("font-size");
+const Facet::AttributeName kFontWeight("font-weight");
+const Facet::AttributeName kFontStyle("font-style");
+const Facet::AttributeName kLineHeight("line-height");
+const Facet::AttributeName kTextAlign("text-align");
+const Facet::AttributeName kVerticalAlign("vertical-align");
+const Facet::AttributeName kMaxLines("max-lines");
+
 const Facet::AttributeT<FontStyle>::Names kFontStyles{{QStringLiteral("normal"), FontStyle::Normal},
                                                       {QStringLiteral("italic"), FontStyle::Italic},
                                                       {QStringLiteral("oblique"), FontStyle::Italic}};
@@ -34,15 +46,21 @@ int qtWeight(int weight)
 }
 }
 
+Typesetting::Typesetting(Widget* host)
+    : fontStyle(host, kFontStyle, kFontStyles, FontStyle::Normal), lineHeight(host, kLineHeight, 0.f),
+      textAlign(host, kTextAlign, kAligns, TextAlign::Start),
+      verticalAlign(host, kVerticalAlign, kVerticalAligns, VerticalAlign::Top), maxLines(host, kMaxLines, 0)
+{
+}
+
+bool Typesetting::isNamed(int nameNumber)
+{
+    return isOneOf(nameNumber, {kFontStyle, kLineHeight, kTextAlign, kVerticalAlign, kMaxLines});
+}
+
 TextInterfaceWidget::TextPrivate::TextPrivate(TextInterfaceWidget* host)
-    : text(host, QByteArrayLiteral("text")), color(host, QByteArrayLiteral("color"), Bedrock::Color{0.f, 0.f, 0.f, 1.f}),
-      fontFamily(host, QByteArrayLiteral("font-family"), kDefaultFamilies), fontSize(host, QByteArrayLiteral("font-size"), 16.f),
-      fontWeight(host, QByteArrayLiteral("font-weight")),
-      fontStyle(host, QByteArrayLiteral("font-style"), kFontStyles, FontStyle::Normal),
-      lineHeight(host, QByteArrayLiteral("line-height"), 0.f),
-      textAlign(host, QByteArrayLiteral("text-align"), kAligns, TextAlign::Start),
-      verticalAlign(host, QByteArrayLiteral("vertical-align"), kVerticalAligns, VerticalAlign::Top),
-      maxLines(host, QByteArrayLiteral("max-lines"), 0)
+    : text(host, kText), color(host, kColor, Bedrock::Color{0.f, 0.f, 0.f, 1.f}), fontFamily(host, kFontFamily, kDefaultFamilies),
+      fontSize(host, kFontSize, 16.f), fontWeight(host, kFontWeight)
 {
 }
 
@@ -58,31 +76,45 @@ const TextFormat& TextInterfaceWidget::TextPrivate::format()
     font.setFamilies(families);
     font.setPixelSize(std::clamp(int(std::lround(fontSize.value())), 1, 2000));
     font.setWeight(qtWeight(fontWeight.value().value));
-    font.setItalic(fontStyle.value() == FontStyle::Italic);
+    font.setItalic(typesetting->fontStyle.value() == FontStyle::Italic);
     // Letters keep their shape and place when the widget is turned and scaled.
     font.setHintingPreference(QFont::PreferNoHinting);
-    m_format = {font, std::max(0.f, lineHeight.value()), textAlign.value(), std::max(0, maxLines.value())};
+    m_format = {font, std::max(0.f, typesetting->lineHeight.value()), typesetting->textAlign.value(),
+                std::max(0, typesetting->maxLines.value())};
     return m_format;
 }
 
-const TextBlock& TextInterfaceWidget::TextPrivate::lines(TextBlock& block, float widthPx)
+const TextBlock& TextInterfaceWidget::TextPrivate::lines(float widthPx)
 {
-    block.lay(text.value(), format(), widthPx);
-    return block;
+    if (!m_block)
+        m_block = std::make_unique<TextBlock>();
+    m_block->lay(text.value(), format(), widthPx);
+    return *m_block;
+}
+
+Vecta::Vector2f TextInterfaceWidget::TextPrivate::measured(float widthPx)
+{
+    widthPx = std::max(0.f, widthPx);
+    if (m_measures[0].widthPx != widthPx) {
+        std::swap(m_measures[0], m_measures[1]);
+        if (m_measures[0].widthPx != widthPx)
+            m_measures[0] = {widthPx, lines(widthPx).size()};
+    }
+    return m_measures[0].size;
 }
 
 float TextInterfaceWidget::TextPrivate::topOf(float height, const Vecta::Rect& box) const
 {
-    const float share = verticalAlign.value() == VerticalAlign::Top ? 0.f
-        : verticalAlign.value() == VerticalAlign::Middle            ? 0.5f
-                                                                    : 1.f;
+    const VerticalAlign align = typesetting->verticalAlign.value();
+    const float share = align == VerticalAlign::Top ? 0.f : align == VerticalAlign::Middle ? 0.5f : 1.f;
     return box.y + (box.height - height) * share;
 }
 
 bool TextInterfaceWidget::TextPrivate::changesLines(const Facet::Attribute& attribute) const
 {
     return &attribute == &text || &attribute == &fontFamily || &attribute == &fontSize || &attribute == &fontWeight
-        || &attribute == &fontStyle || &attribute == &lineHeight || &attribute == &textAlign || &attribute == &maxLines;
+        || &attribute == &typesetting->fontStyle || &attribute == &typesetting->lineHeight
+        || &attribute == &typesetting->textAlign || &attribute == &typesetting->maxLines;
 }
 
 TextInterfaceWidget::TextInterfaceWidget(Widget* parent) : Widget(parent), d(std::make_unique<TextPrivate>(this)) {}
@@ -108,20 +140,30 @@ Vecta::Vector2f TextInterfaceWidget::contentSize(float availableWidth) const
 {
     if (text().isEmpty())
         return {};
-    const Vecta::Vector2f size = d->lines(d->measured, availableWidth).size();
+    const Vecta::Vector2f size = d->measured(availableWidth);
     // A whole pixel more than the widest line, so that it does not wrap in a box of that width.
     return {std::min(availableWidth, std::ceil(size.x + 0.01f)), std::ceil(size.y)};
+}
+
+bool TextInterfaceWidget::makeRareAttributes(int nameNumber)
+{
+    const bool madeByBase = Widget::makeRareAttributes(nameNumber);
+    if (nameNumber != kAllAttributes)
+        return madeByBase || d->typesetting.makeNamed(*this, nameNumber);
+    d->typesetting.make(*this);
+    return true;
 }
 
 void TextInterfaceWidget::attributeChanged(Facet::Attribute& attribute)
 {
     Widget::attributeChanged(attribute);
     if (d->changesLines(attribute)) {
+        d->forgetMeasures();
         if (&attribute != &d->text)
             d->formatIsKnown = false;
         requestLayout();
         requestRedraw();
-    } else if (&attribute == &d->color || &attribute == &d->verticalAlign) {
+    } else if (&attribute == &d->color || &attribute == &d->typesetting->verticalAlign) {
         requestRedraw();
     }
 }
@@ -132,7 +174,7 @@ void TextInterfaceWidget::renderContent(Lantern::RenderContext& context) const
     if (d->text.value().isEmpty())
         return;
     const Vecta::Rect box = contentBox();
-    const TextBlock& lines = d->lines(d->shown, box.width);
+    const TextBlock& lines = d->lines(box.width);
     // What is larger than the widget is cut off at its edge: only its own rectangle is ever drawn anew.
     const bool sticksOut = lines.size().y > box.height + 1.f || lines.size().x > box.width + 1.f;
     if (sticksOut)

@@ -2,15 +2,30 @@
 
 #include "text/FontWeight.hpp"
 #include "text/TextBlock.hpp"
+#include "tree/RareAttributes.hpp"
 
 #include <Trellis/TextInterfaceWidget.hpp>
+
+#include <array>
+#include <memory>
 
 namespace Trellis
 {
 enum class FontStyle { Normal, Italic };
 enum class VerticalAlign { Top, Middle, Bottom };
 
-/// The attributes of a text, and its lines: those that show, and those of the last width that the layout asked for.
+struct Typesetting
+{
+    explicit Typesetting(Widget* host);
+    Facet::AttributeT<FontStyle> fontStyle;
+    Facet::AttributeT<float> lineHeight;
+    Facet::AttributeT<TextAlign> textAlign;
+    Facet::AttributeT<VerticalAlign> verticalAlign;
+    Facet::AttributeT<int> maxLines;
+    [[nodiscard]] static bool isNamed(int nameNumber);
+};
+
+/// The attributes of a text, its lines, and their size in the two widths that the layout asked for last.
 struct TextInterfaceWidget::TextPrivate
 {
     explicit TextPrivate(TextInterfaceWidget* host);
@@ -20,19 +35,16 @@ struct TextInterfaceWidget::TextPrivate
     Facet::AttributeT<QStringList> fontFamily;
     Facet::AttributeT<float> fontSize;
     Facet::AttributeT<FontWeight> fontWeight;
-    Facet::AttributeT<FontStyle> fontStyle;
-    Facet::AttributeT<float> lineHeight;
-    Facet::AttributeT<TextAlign> textAlign;
-    Facet::AttributeT<VerticalAlign> verticalAlign;
-    Facet::AttributeT<int> maxLines;
-
-    TextBlock shown;
-    TextBlock measured;
+    RareAttributes<Typesetting> typesetting;
 
     /// As the attributes have it; made anew after one of them has changed.
     [[nodiscard]] const TextFormat& format();
-    /// The lines in that width.
-    [[nodiscard]] const TextBlock& lines(TextBlock& block, float widthPx);
+    /// The lines in that width. Broken anew for another width, or after a change of what they depend on.
+    [[nodiscard]] const TextBlock& lines(float widthPx);
+    /// Their size in that width. Kept apart from the lines: a layout that asks again leaves those that show as they are.
+    [[nodiscard]] Vecta::Vector2f measured(float widthPx);
+    /// What the lines depend on has changed.
+    void forgetMeasures() { m_measures = {}; }
     /// Where something of that height begins in the box.
     [[nodiscard]] float topOf(float height, const Vecta::Rect& box) const;
     /// Whether the attribute is one of those that the lines depend on.
@@ -42,5 +54,12 @@ struct TextInterfaceWidget::TextPrivate
 
 private:
     TextFormat m_format;
+    std::unique_ptr<TextBlock> m_block; ///< null until lines are first needed
+    struct Measure
+    {
+        float widthPx = -1.f; ///< negative: none
+        Vecta::Vector2f size;
+    };
+    std::array<Measure, 2> m_measures; ///< the later one first
 };
 }

@@ -19,9 +19,18 @@ const Facet::AttributeT<Overflow>::Names kOverflows{{QStringLiteral("visible"), 
 constexpr Bedrock::Color kTransparent{0.f, 0.f, 0.f, 0.f};
 }
 
+Border::Border(Widget* host)
+    : color(host, kBorderColor, kTransparent), width(host, kBorderWidth, 0.f), radius(host, kBorderRadius, 0.f)
+{
+}
+
+bool Border::isNamed(int nameNumber)
+{
+    return isOneOf(nameNumber, {kBorderColor, kBorderWidth, kBorderRadius});
+}
+
 DrawingRecord::DrawingRecord(Widget* host)
     : opacity(host, kOpacity, 1.f), backgroundColor(host, kBackgroundColor, kTransparent),
-      borderColor(host, kBorderColor, kTransparent), borderWidth(host, kBorderWidth, 0.f), borderRadius(host, kBorderRadius, 0.f),
       overflow(host, kOverflow, kOverflows, Overflow::Visible)
 {
 }
@@ -29,6 +38,6 @@ DrawingRecord::DrawingRecord(Widget* host)
 bool DrawingRecord::paintsBox(const Facet::Attribute& attribute) const
 {
     const Facet::Attribute* const a = &attribute;
-    return a == &backgroundColor || a == &borderColor || a == &borderWidth || a == &borderRadius;
+    return a == &backgroundColor || a == &border->color || a == &border->width || a == &border->radius;
 }
 }

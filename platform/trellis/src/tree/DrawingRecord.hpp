@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tree/RareAttributes.hpp"
 #include "tree/Reach.hpp"
 
 #include <Bedrock/Color.hpp>
@@ -15,15 +16,23 @@ enum class Overflow {
     Hidden ///< children are neither drawn nor touched outside the widget
 };
 
+struct Border
+{
+    explicit Border(Widget* host);
+    Facet::AttributeT<Bedrock::Color> color;
+    Facet::AttributeT<float> width, radius;
+    [[nodiscard]] static bool isNamed(int nameNumber);
+};
+
 /// What is drawn of a widget, and what DamageTracker keeps of it.
 struct DrawingRecord
 {
     explicit DrawingRecord(Widget* host);
 
     Facet::AttributeT<float> opacity;
-    Facet::AttributeT<Bedrock::Color> backgroundColor, borderColor;
-    Facet::AttributeT<float> borderWidth, borderRadius;
+    Facet::AttributeT<Bedrock::Color> backgroundColor;
     Facet::AttributeT<Overflow> overflow;
+    RareAttributes<Border> border;
 
     Reach reach;
     Vecta::Rect drawnBounds; ///< scene area of the widget itself when it was last accounted for

@@ -73,12 +73,37 @@ void LocationAttribute::clearValue(int layer)
     AttributeT::clearValue(layer);
 }
 
+SizeLimits::SizeLimits(Widget* host)
+    : minWidth(host, kMinWidth), maxWidth(host, kMaxWidth), minHeight(host, kMinHeight), maxHeight(host, kMaxHeight)
+{
+}
+
+bool SizeLimits::isNamed(int nameNumber)
+{
+    return isOneOf(nameNumber, {kMinWidth, kMaxWidth, kMinHeight, kMaxHeight});
+}
+
+Insets::Insets(Widget* host) : left(host, kLeft), top(host, kTop), right(host, kRight), bottom(host, kBottom) {}
+
+bool Insets::isNamed(int nameNumber)
+{
+    return isOneOf(nameNumber, {kLeft, kTop, kRight, kBottom});
+}
+
+Spacing::Spacing(Widget* host)
+    : padding(host, kPadding), margin(host, kMargin), align(host, kAlign, kAlignments, Alignment::Left), gap(host, kGap, 0.f)
+{
+}
+
+bool Spacing::isNamed(int nameNumber)
+{
+    return isOneOf(nameNumber, {kPadding, kMargin, kAlign, kGap});
+}
+
 LayoutRecord::LayoutRecord(Widget* host)
-    : location(host, kLocation), width(host, kWidth), height(host, kHeight), minWidth(host, kMinWidth), maxWidth(host, kMaxWidth),
-      minHeight(host, kMinHeight), maxHeight(host, kMaxHeight), left(host, kLeft), top(host, kTop), right(host, kRight),
-      bottom(host, kBottom), padding(host, kPadding), margin(host, kMargin),
+    : location(host, kLocation), width(host, kWidth), height(host, kHeight),
       position(host, kPosition, kPositions, Position::Flow), display(host, kDisplay, kDisplays, Display::Block),
-      align(host, kAlign, kAlignments, Alignment::Left), gap(host, kGap, 0.f), rotation(host, kRotation), scale(host, kScale, 1.f)
+      rotation(host, kRotation), scale(host, kScale, 1.f)
 {
 }
 
@@ -90,13 +115,14 @@ bool LayoutRecord::isOutOfFlow() const
 bool LayoutRecord::shapesBox(const Facet::Attribute& attribute) const
 {
     const Facet::Attribute* const a = &attribute;
-    return a == &width || a == &height || a == &minWidth || a == &maxWidth || a == &minHeight || a == &maxHeight || a == &left
-        || a == &top || a == &right || a == &bottom || a == &padding || a == &margin || a == &position || a == &display;
+    return a == &width || a == &height || a == &position || a == &display || a == &limits->minWidth || a == &limits->maxWidth
+        || a == &limits->minHeight || a == &limits->maxHeight || a == &insets->left || a == &insets->top || a == &insets->right
+        || a == &insets->bottom || a == &spacing->padding || a == &spacing->margin;
 }
 
 bool LayoutRecord::shapesContent(const Facet::Attribute& attribute) const
 {
-    return &attribute == &align || &attribute == &gap;
+    return &attribute == &spacing->align || &attribute == &spacing->gap;
 }
 
 Vector2f LayoutRecord::toParent(Vector2f point) const

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tree/RareAttributes.hpp"
+
 #include <Facet/AttributeT.hpp>
 #include <Trellis/Length.hpp>
 #include <Trellis/Widget.hpp>
@@ -18,6 +20,30 @@ public:
     void clearValue(int layer) override;
 };
 
+struct SizeLimits
+{
+    explicit SizeLimits(Widget* host);
+    Facet::AttributeT<Length> minWidth, maxWidth, minHeight, maxHeight;
+    [[nodiscard]] static bool isNamed(int nameNumber);
+};
+
+/// Distances from the edges of the parent.
+struct Insets
+{
+    explicit Insets(Widget* host);
+    Facet::AttributeT<Length> left, top, right, bottom;
+    [[nodiscard]] static bool isNamed(int nameNumber);
+};
+
+struct Spacing
+{
+    explicit Spacing(Widget* host);
+    Facet::AttributeT<Edges> padding, margin;
+    Facet::AttributeT<Alignment> align;
+    Facet::AttributeT<float> gap;
+    [[nodiscard]] static bool isNamed(int nameNumber);
+};
+
 /// What the layout reads of a widget, and what it keeps of it. The attributes are the widget's; what follows them is written
 /// by LayoutEngine, and the dirty marks by the functions below.
 struct LayoutRecord
@@ -25,15 +51,14 @@ struct LayoutRecord
     explicit LayoutRecord(Widget* host);
 
     LocationAttribute location;
-    Facet::AttributeT<Length> width, height, minWidth, maxWidth, minHeight, maxHeight;
-    Facet::AttributeT<Length> left, top, right, bottom;
-    Facet::AttributeT<Edges> padding, margin;
+    Facet::AttributeT<Length> width, height;
     Facet::AttributeT<Position> position;
     Facet::AttributeT<Display> display;
-    Facet::AttributeT<Alignment> align;
-    Facet::AttributeT<float> gap;
     Facet::AttributeT<Angle> rotation;
     Facet::AttributeT<float> scale;
+    RareAttributes<SizeLimits> limits;
+    RareAttributes<Insets> insets;
+    RareAttributes<Spacing> spacing;
 
     struct Measure
     {

@@ -14,9 +14,14 @@ const Facet::AttributeName kMinScale("min-scale");
 const Facet::AttributeName kMaxScale("max-scale");
 }
 
-MotionRecord::MotionRecord(Widget* host)
+Handling::Handling(Widget* host)
     : movable(host, kMovable, false), rotatable(host, kRotatable, false), scalable(host, kScalable, false),
       inertia(host, kInertia, true), minScale(host, kMinScale, 0.1f), maxScale(host, kMaxScale, 10.f)
 {
+}
+
+bool Handling::isNamed(int nameNumber)
+{
+    return isOneOf(nameNumber, {kMovable, kRotatable, kScalable, kInertia, kMinScale, kMaxScale});
 }
 }

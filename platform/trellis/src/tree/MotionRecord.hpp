@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tree/RareAttributes.hpp"
+
 #include <Facet/AttributeT.hpp>
 #include <Vecta/Vector2T.hpp>
 
@@ -7,18 +9,26 @@ namespace Trellis
 {
 class Widget;
 
+/// How fingers may move a widget.
+struct Handling
+{
+    explicit Handling(Widget* host);
+    Facet::AttributeT<bool> movable, rotatable, scalable, inertia;
+    Facet::AttributeT<float> minScale, maxScale;
+    [[nodiscard]] static bool isNamed(int nameNumber);
+};
+
 /// How fingers may move a widget, and its slide after a release, which MotionController writes.
 struct MotionRecord
 {
-    explicit MotionRecord(Widget* host);
-
-    Facet::AttributeT<bool> movable, rotatable, scalable, inertia;
-    Facet::AttributeT<float> minScale, maxScale;
-
+    RareAttributes<Handling> handling;
     bool moving = false;      ///< slides after a release
     Vecta::Vector2f velocity; ///< pixels of the parent per second
 
     /// Whether fingers change its place, direction or size.
-    [[nodiscard]] bool followsFingers() const { return movable.value() || rotatable.value() || scalable.value(); }
+    [[nodiscard]] bool followsFingers() const
+    {
+        return handling->movable.value() || handling->rotatable.value() || handling->scalable.value();
+    }
 };
 }

@@ -83,8 +83,8 @@ void Widget::renderContent(Lantern::RenderContext& context) const
 {
     const DrawingRecord& drawing = d->drawing;
     paintBox(context, size(),
-             {drawing.backgroundColor.value(), drawing.borderColor.value(), drawing.borderWidth.value(),
-              drawing.borderRadius.value()});
+             {drawing.backgroundColor.value(), drawing.border->color.value(), drawing.border->width.value(),
+              drawing.border->radius.value()});
 }
 
 void Widget::setHoldsFingers(bool on)
@@ -143,6 +143,11 @@ void Widget::requestLayout()
 Vecta::Vector2f Widget::contentSize(float availableWidth) const
 {
     return WidgetEngines::current().flowSize(*this, availableWidth);
+}
+
+bool Widget::makeRareAttributes(int nameNumber)
+{
+    return d->makeRareAttributes(*this, nameNumber);
 }
 
 void Widget::attributeChanged(Facet::Attribute& attribute)

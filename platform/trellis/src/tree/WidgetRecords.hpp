@@ -13,7 +13,7 @@ namespace Trellis
 /// Everything of a widget but its place in the tree, one record for each engine. The way of the engines into a widget.
 struct WidgetRecords
 {
-    explicit WidgetRecords(Widget& host) : layout(&host), drawing(&host), input(&host), motion(&host) {}
+    explicit WidgetRecords(Widget& host) : layout(&host), drawing(&host), input(&host) {}
 
     [[nodiscard]] static WidgetRecords& of(const Widget& widget) noexcept { return *widget.d; }
     /// The application's tree begins or ends at `root`, which has no parent.
@@ -32,6 +32,9 @@ struct WidgetRecords
     MotionRecord motion;
     UpdateRecord update;
     bool inTree = false; ///< the application's main layer or below it; written by Widget
+
+    /// As Facet::Node::makeRareAttributes.
+    bool makeRareAttributes(Widget& host, int nameNumber);
 
     /// Neither hidden nor wholly transparent itself.
     [[nodiscard]] bool isShown() const { return layout.display.value() != Display::None && drawing.opacity.value() > 0.f; }
