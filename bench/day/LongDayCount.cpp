@@ -74,13 +74,30 @@ double bytesOfContents(Bench::SpaceTable& table)
     return double(Bench::bytesInUse() - before) / kCards;
 }
 
+/// Bytes that the script of this benchmark takes for each card: it knows the codes that were on the table.
+double bytesOfScript()
+{
+    constexpr int kCards = 500;
+    TestSupport::ScriptedInput script;
+    Tactile::Sample sample;
+    const auto show = [&](unsigned long code) {
+        script.markerUp(script.markerDown(code, {}));
+        script.readSample(0.0, sample);
+    };
+    show(1);
+    const long before = Bench::bytesInUse();
+    for (int i = 0; i < kCards; ++i)
+        show(1000ul + unsigned(i));
+    return double(Bench::bytesInUse() - before) / kCards;
+}
+
 void longDay(benchmark::State& state)
 {
     const int visits = Bench::options().sizeOr(20000, 100);
     Bench::SpaceTable table;
     for (int i = 0; i < 20; ++i)
         visit(table);
-    const double ofContents = bytesOfContents(table);
+    const double ofContents = bytesOfContents(table) + bytesOfScript();
     const long widgets = Bedrock::ReferenceCounted::liveObjects();
     const int first = std::max(1, visits / 100);
     long atFirst = 0;

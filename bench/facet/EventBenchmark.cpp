@@ -26,12 +26,8 @@ void sendEvent(benchmark::State& state, int listeners)
     Bench::compare(
         state,
         [&](long times) {
-            for (long i = 0; i < times; ++i) {
-                Bedrock::BinaryData payload;
-                payload.writeInt64(i);
-                payload.writeInt64(2);
-                node.eventSend(kEvent, payload);
-            }
+            for (long i = 0; i < times; ++i)
+                node.eventSendValues(kEvent, std::int64_t(i), std::int64_t(2));
         },
         [&](long times) {
             for (long i = 0; i < times; ++i)

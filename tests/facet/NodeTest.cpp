@@ -262,6 +262,86 @@ TEST_CASE("node: sending allocates nothing once listeners are in place")
     CHECK(FacetTest::allocations() == before + 1);
 }
 
+TEST_CASE("node: values that are sent without a payload reach listeners as one, in their order")
+{
+    Node node;
+    node.eventAddOut("moved");
+    std::vector<std::string> received;
+    node.eventAddListenerBd("moved", [&received](BinaryData& data) {
+        received.push_back(std::to_string(data.readInt64()));
+        received.push_back(std::to_string(data.readInt32()));
+        received.push_back(std::to_string(data.readFloat32()));
+        received.push_back(data.readString().toStdString());
+        CHECK_FALSE(data.hasFailed());
+        CHECK(data.isAtEnd());
+    });
+    node.eventSendValues("moved", std::int64_t(7), std::int32_t(8), 0.5f, QStringLiteral("nine"));
+    CHECK(received == std::vector<std::string>{"7", "8", "0.500000", "nine"});
+    TestSupport::expectWarning("Node::eventSend # Event 'gone' is not declared by node " + std::to_string(node.id()));
+    node.eventSendValues("gone", 1.f);
+}
+
+namespace
+{
+/// A number that counts how often it is written.
+struct WatchedNumber
+{
+    int& written;
+    operator std::int32_t() const { return ++written; }
+};
+}
+
+TEST_CASE("node: no payload is made of values that no listener awaits")
+{
+    Node node;
+    node.eventAddOut("named");
+    node.eventAddListener("other", [] {});
+    int written = 0;
+    node.eventSendValues("named", WatchedNumber{written});
+    CHECK(written == 0);
+    node.eventAddListener("named", [] {});
+    node.eventSendValues("named", WatchedNumber{written});
+    CHECK(written == 1);
+}
+
+TEST_CASE("node: what listeners took in memory goes with the last of them")
+{
+    static const EventName kFirst("first");
+    static const EventName kSecond("second");
+    Node node;
+    node.eventAddOut(kFirst);
+    node.eventAddOut(kSecond);
+    const long before = FacetTest::bytesInUse();
+    for (int i = 0; i < 10; ++i) {
+        const auto first = node.eventAddListener(kFirst, [] {});
+        const auto second = node.eventAddListener(kSecond, [] {});
+        node.eventRemoveListener(first);
+        CHECK(node.eventHasListeners(kSecond));
+        node.eventRemoveListener(second);
+        CHECK(FacetTest::bytesInUse() == before);
+    }
+}
+
+TEST_CASE("node: a listener may remove itself and the others, and add new ones, which the next sending reaches")
+{
+    Node node;
+    node.eventAddOut("a");
+    node.eventAddOut("b");
+    int calls = 0;
+    std::vector<Node::ListenerId> ids;
+    ids.push_back(node.eventAddListener("b", [] {}));
+    ids.push_back(node.eventAddListener("a", [&] {
+        for (const auto id : ids)
+            node.eventRemoveListener(id);
+        node.eventAddListener("a", [&calls] { ++calls; });
+    }));
+    node.eventSend("a");
+    CHECK(calls == 0);
+    node.eventSend("a");
+    CHECK(calls == 1);
+    CHECK_FALSE(node.eventHasListeners("b"));
+}
+
 TEST_CASE("node: what is invoked after the update waits for it")
 {
     Bedrock::AfterUpdateQueue::instance().clear();

@@ -46,6 +46,8 @@ public:
     /// Takes over all of `other`.
     void add(AttributeExtras&& other);
 
+    [[nodiscard]] bool isEmpty() const noexcept { return m_entries.empty(); }
+
 private:
     std::vector<Entry> m_entries;
 };

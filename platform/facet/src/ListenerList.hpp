@@ -38,6 +38,9 @@ public:
         return std::none_of(m_entries.begin(), m_entries.end(), [](const auto& entry) { return !entry->isRemoved; });
     }
 
+    /// Whether there is neither a listener nor a call under way.
+    [[nodiscard]] bool isUnused() const noexcept { return m_entries.empty() && m_depth == 0; }
+
     /// Calls `call(function)` for each listener while `isAlive()` holds. `call` must not throw; the list must outlive it.
     template <class Call, class IsAlive>
     void forEach(IsAlive isAlive, Call call)

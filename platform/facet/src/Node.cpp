@@ -109,9 +109,15 @@ void Node::eventRemoveListener(ListenerId id)
     if (!m_extras)
         return;
     const auto extras = m_extras; // what the listener captured may own this node
-    for (const auto& channel : extras->channels)
-        if (channel->listeners.remove(id))
-            return;
+    for (const auto& channel : extras->channels) {
+        if (!channel->listeners.remove(id))
+            continue;
+        // This node may be gone with what the listener captured.
+        extras->dropUnusedChannels();
+        if (extras->nodeIsAlive && extras->isUnused())
+            m_extras = {};
+        return;
+    }
 }
 
 bool Node::eventHasListeners(EventName name) const
@@ -145,6 +151,11 @@ bool Node::isSendable(EventName name) const
         return true;
     Bedrock::Trace::warning("Node::eventSend # Event '%s' is not declared by node %ld", name.text().constData(), m_id);
     return false;
+}
+
+bool Node::isAwaited(EventName name) const
+{
+    return isSendable(name) && m_extras && m_extras->find(name);
 }
 
 void Node::Extras::deliver(Channel& channel, long node, Bedrock::BinaryData& payload)

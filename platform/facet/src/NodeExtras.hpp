@@ -8,6 +8,7 @@
 #include <Facet/EventName.hpp>
 #include <Facet/Node.hpp>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -49,6 +50,15 @@ struct Node::Extras final : Counted<Node::Extras>
         channels.push_back(std::make_unique<Channel>(Channel{name, {}}));
         return *channels.back();
     }
+    /// Frees the channels that have lost their last listener. One that is delivering stays.
+    void dropUnusedChannels()
+    {
+        channels.erase(
+            std::remove_if(channels.begin(), channels.end(), [](const auto& channel) { return channel->listeners.isUnused(); }),
+            channels.end());
+    }
+    /// Whether all that is kept here has gone, and no listener is being called.
+    [[nodiscard]] bool isUnused() const noexcept { return channels.empty() && endListeners.isUnused() && attributes.isEmpty(); }
     /// Calls the listeners of the channel, in the name of the node with that id.
     void deliver(Channel& channel, long node, Bedrock::BinaryData& payload);
 };

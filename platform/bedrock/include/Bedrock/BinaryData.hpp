@@ -6,6 +6,7 @@
 #include <QVarLengthArray>
 
 #include <cstdint>
+#include <cstring>
 
 namespace Bedrock
 {
@@ -17,22 +18,55 @@ namespace Bedrock
 class TAVOLA_EXPORT BinaryData
 {
 public:
-    void writeInt32(std::int32_t value);
-    void writeInt64(std::int64_t value);
-    void writeFloat32(float value);
+    void writeInt32(std::int32_t value) { append(kInt32, value); }
+    void writeInt64(std::int64_t value) { append(kInt64, value); }
+    void writeFloat32(float value) { append(kFloat32, value); }
     void writeString(const QString& value);
+    /// By the type of the value.
+    void write(std::int32_t value) { writeInt32(value); }
+    void write(std::int64_t value) { writeInt64(value); }
+    void write(float value) { writeFloat32(value); }
+    void write(const QString& value) { writeString(value); }
 
-    [[nodiscard]] std::int32_t readInt32();
-    [[nodiscard]] std::int64_t readInt64();
-    [[nodiscard]] float readFloat32();
+    [[nodiscard]] std::int32_t readInt32() { return read<std::int32_t>(kInt32); }
+    [[nodiscard]] std::int64_t readInt64() { return read<std::int64_t>(kInt64); }
+    [[nodiscard]] float readFloat32() { return read<float>(kFloat32); }
     [[nodiscard]] QString readString();
 
     /// Back to the first value; clears `hasFailed()`.
-    void rewind() noexcept;
-    [[nodiscard]] bool hasFailed() const noexcept;
-    [[nodiscard]] bool isAtEnd() const noexcept;
+    void rewind() noexcept
+    {
+        m_readPosition = 0;
+        m_failed = false;
+    }
+    [[nodiscard]] bool hasFailed() const noexcept { return m_failed; }
+    [[nodiscard]] bool isAtEnd() const noexcept { return m_readPosition >= m_bytes.size(); }
 
 private:
+    enum Tag : char { kInt32 = 1, kInt64, kFloat32, kString };
+
+    template <class T>
+    void append(Tag tag, const T& value)
+    {
+        const int position = m_bytes.size();
+        m_bytes.resize(position + 1 + int(sizeof(T)));
+        m_bytes[position] = tag;
+        std::memcpy(m_bytes.data() + position + 1, &value, sizeof(T));
+    }
+    /// The value at the read position if it has that type, which moves the position to its end; a failure, and 0, otherwise.
+    template <class T>
+    T read(Tag tag)
+    {
+        T value{};
+        if (m_readPosition >= m_bytes.size() || m_bytes[m_readPosition] != tag) {
+            m_failed = true;
+            return value;
+        }
+        std::memcpy(&value, m_bytes.constData() + m_readPosition + 1, sizeof(T));
+        m_readPosition += 1 + int(sizeof(T));
+        return value;
+    }
+
     QVarLengthArray<char, 128> m_bytes;
     int m_readPosition = 0;
     bool m_failed = false;

@@ -65,6 +65,17 @@ public:
     /// A listener that throws is logged as an error, the others still receive the event.
     void eventSend(EventName name);
     void eventSend(EventName name, Bedrock::BinaryData& payload);
+    /// As above with these values (std::int32_t, std::int64_t, float, QString) as the payload, which is made only for a listener:
+    /// `eventSendValues(kMarkerDown, marker.id())`. For events that are sent often and mostly to no listener.
+    template <class... Values>
+    void eventSendValues(EventName name, const Values&... values)
+    {
+        if (!isAwaited(name))
+            return;
+        Bedrock::BinaryData payload;
+        (payload.write(values), ...);
+        eventSend(name, payload);
+    }
 
     /// Calls `listener` when this node is destroyed: by then it is a Node only, and its attributes have no host. Listeners are
     /// called in the order they registered; one that throws is logged as an error.
@@ -99,6 +110,8 @@ private:
 
     /// Whether the event is declared; a warning if not.
     [[nodiscard]] bool isSendable(EventName name) const;
+    /// As above, and whether it may have listeners.
+    [[nodiscard]] bool isAwaited(EventName name) const;
     void addAttribute(Attribute& attribute);
     void removeAttribute(Attribute& attribute);
     [[nodiscard]] Extras& extras();

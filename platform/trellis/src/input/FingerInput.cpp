@@ -166,11 +166,7 @@ void FingerInput::sendFinger(Facet::EventName event, Widget& hit, std::int64_t i
     if (!hit.eventHasListeners(event))
         return;
     const Vector2f point = hit.mapFromScene(scenePoint);
-    Bedrock::BinaryData payload;
-    payload.writeInt64(id);
-    payload.writeFloat32(point.x);
-    payload.writeFloat32(point.y);
-    hit.eventSend(event, payload);
+    hit.eventSendValues(event, id, point.x, point.y);
 }
 
 void FingerInput::sendTap(Widget& hit, Vector2f scenePoint)
@@ -179,11 +175,8 @@ void FingerInput::sendTap(Widget& hit, Vector2f scenePoint)
     if (!widget)
         return;
     const Vector2f point = widget->mapFromScene(scenePoint);
-    Bedrock::BinaryData payload;
-    payload.writeFloat32(point.x);
-    payload.writeFloat32(point.y);
     const IntrusivePtr<Widget> keep(widget);
-    widget->eventSend(WidgetEvents::kSingleTap, payload);
+    widget->eventSendValues(WidgetEvents::kSingleTap, point.x, point.y);
 }
 
 /// The idle time of the widget and everything that it is in begins anew.

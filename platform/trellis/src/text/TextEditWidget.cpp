@@ -189,10 +189,7 @@ void TextEditWidget::finish(const char* reason)
 
 void TextEditWidget::sendFinished(const char* reason)
 {
-    Bedrock::BinaryData payload;
-    payload.writeString(text());
-    payload.writeString(QString::fromLatin1(reason));
-    eventSend(kEditingFinished, payload);
+    eventSendValues(kEditingFinished, text(), QString::fromLatin1(reason));
 }
 
 void TextEditWidget::keyPressed(QKeyEvent& event)

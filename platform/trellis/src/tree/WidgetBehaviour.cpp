@@ -54,16 +54,12 @@ void Widget::update(const FrameInfo&) {}
 
 void Widget::markerDown(Tactile::Marker marker, GrabManager&)
 {
-    Bedrock::BinaryData payload;
-    payload.writeInt64(marker.id());
-    eventSend(WidgetEvents::kMarkerDown, payload);
+    eventSendValues(WidgetEvents::kMarkerDown, marker.id());
 }
 
 void Widget::markerUp(Tactile::Marker marker, GrabManager&)
 {
-    Bedrock::BinaryData payload;
-    payload.writeInt64(marker.id());
-    eventSend(WidgetEvents::kMarkerUp, payload);
+    eventSendValues(WidgetEvents::kMarkerUp, marker.id());
 }
 
 bool Widget::shouldGrab(GrabManager&, Tactile::TrackedObject object) const
