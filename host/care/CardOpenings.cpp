@@ -44,6 +44,17 @@ std::vector<CardOpening> CardOpenings::find(const Trellis::Widget& layer, const 
                 break;
             }
     }
+    m_open.erase(std::remove_if(m_open.begin(), m_open.end(), [](const CardOpening& opening) { return !opening.widget.lock(); }),
+                 m_open.end());
+    m_open.insert(m_open.end(), found.begin(), found.end());
     return found;
+}
+
+std::optional<std::uint64_t> CardOpenings::codeOf(const Trellis::Widget& widget) const
+{
+    for (const CardOpening& opening : m_open)
+        if (opening.widget.lock().get() == &widget)
+            return opening.card.code();
+    return std::nullopt;
 }
 }

@@ -3,6 +3,7 @@
 #include <Bedrock/IntrusiveWeakPtr.hpp>
 #include <Tactile/Marker.hpp>
 
+#include <optional>
 #include <vector>
 
 namespace Tactile
@@ -31,8 +32,11 @@ class CardOpenings
 public:
     /// The widgets that opened since the last call, from the bottom to the top. Call once a frame, after the input.
     [[nodiscard]] std::vector<CardOpening> find(const Trellis::Widget& layer, const Tactile::Sample& sample);
+    /// The code of the card at which the widget opened; none for a widget that did not open at a card.
+    [[nodiscard]] std::optional<std::uint64_t> codeOf(const Trellis::Widget& widget) const;
 
 private:
+    std::vector<CardOpening> m_open;
     long m_newestChild = 0; ///< the highest node id seen
 };
 }

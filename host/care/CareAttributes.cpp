@@ -3,6 +3,7 @@
 #include <Facet/AttributeT.hpp>
 #include <Trellis/Widget.hpp>
 
+#include <algorithm>
 #include <cmath>
 
 namespace Host
@@ -11,6 +12,7 @@ namespace
 {
 constexpr char kPlacement[] = "placement";
 constexpr char kKeepClear[] = "keep-clear";
+constexpr char kInUse[] = "in-use";
 
 using PlacementAttribute = Facet::AttributeT<Placement>;
 using FlagAttribute = Facet::AttributeT<bool>;
@@ -29,9 +31,9 @@ std::unique_ptr<Facet::Attribute> makeFlag(Trellis::Widget& widget, const QByteA
     return std::make_unique<FlagAttribute>(&widget, name, false);
 }
 
-bool isKeptClear(const Trellis::Widget& widget)
+bool hasFlag(const Trellis::Widget& widget, const char* name)
 {
-    const auto* const flag = dynamic_cast<const FlagAttribute*>(widget.attribute(kKeepClear));
+    const auto* const flag = dynamic_cast<const FlagAttribute*>(widget.attribute(name));
     return flag && flag->value();
 }
 
@@ -40,14 +42,17 @@ void collect(const Trellis::Widget& widget, const Vecta::Transform& fromScene, s
     for (const auto& child : widget.children()) {
         if (!child->isVisible())
             continue;
-        if (isKeptClear(*child))
+        if (hasFlag(*child, kKeepClear))
             found.push_back((fromScene * child->transformToScene()).mapBounds({0.f, 0.f, child->size().x, child->size().y}));
         collect(*child, fromScene, found);
     }
 }
 }
 
-CareAttributes::CareAttributes() : m_placement(kPlacement, makePlacement), m_keepClear(kKeepClear, makeFlag) {}
+CareAttributes::CareAttributes()
+    : m_placement(kPlacement, makePlacement), m_keepClear(kKeepClear, makeFlag), m_inUse(kInUse, makeFlag)
+{
+}
 
 Placement CareAttributes::placementOf(const Trellis::Widget& widget)
 {
@@ -64,5 +69,13 @@ std::vector<Vecta::Rect> CareAttributes::keptClear(const Trellis::Widget& widget
         Vecta::Transform::rotation(-std::atan2(toScene.m21, toScene.m11)) * Vecta::Transform::translation(-widget.mapToScene({}));
     collect(widget, unturned, found);
     return found;
+}
+
+bool CareAttributes::isInUse(const Trellis::Widget& widget)
+{
+    if (hasFlag(widget, kInUse))
+        return true;
+    const auto& children = widget.children();
+    return std::any_of(children.begin(), children.end(), [](const auto& child) { return child->isVisible() && isInUse(*child); });
 }
 }

@@ -14,9 +14,9 @@ class Widget;
 
 namespace Host
 {
-/// The attributes that style sheets give any widget for the host's care: "placement" of what opens at a card, and "keep-clear"
-/// of its parts that no card should cover. Widgets have them while this object exists; make it before style sheets are loaded,
-/// and destroy it after the widgets. Main thread only.
+/// The attributes that style sheets give any widget for the host's care: "placement" of what opens at a card, "keep-clear" of its
+/// parts that no card should cover, and "in-use" of what works for a visitor who waits. Widgets have them while this object
+/// exists; make it before style sheets are loaded, and destroy it after the widgets. Main thread only.
 class CareAttributes
 {
 public:
@@ -27,9 +27,12 @@ public:
     /// Bounds of the visible widgets inside `widget` that have "keep-clear", in table pixels from its top left corner, not
     /// turned.
     [[nodiscard]] static std::vector<Vecta::Rect> keptClear(const Trellis::Widget& widget);
+    /// Whether the widget or anything visible in it has "in-use".
+    [[nodiscard]] static bool isInUse(const Trellis::Widget& widget);
 
 private:
     Cascara::LazyAttributeManager::Registrant m_placement;
     Cascara::LazyAttributeManager::Registrant m_keepClear;
+    Cascara::LazyAttributeManager::Registrant m_inUse;
 };
 }

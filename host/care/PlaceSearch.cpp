@@ -154,14 +154,31 @@ public:
         if (s.placement != Placement::At)
             withCard.push_back(
                 ConvexShape::placesOfOverlap(turned(withMargin(whole, s.gapPx), s.angleRadians), cornersOf(s.card)));
-        std::vector<ConvexShape> withOthers = withCard;
-        for (const auto& other : s.others)
-            withOthers.push_back(
-                ConvexShape::placesOfOverlap(turned(withMargin(whole, kApartPx), s.angleRadians), cornersOf(other)));
-        return {std::move(withOthers), std::move(withCard), std::move(parts), {}};
+        std::vector<std::vector<ConvexShape>> rules;
+        const Corners apart = turned(withMargin(whole, kApartPx), s.angleRadians);
+        for (const float shownPart : {1.f, 0.7f, 0.4f}) {
+            std::vector<ConvexShape> withOthers = withCard;
+            for (const auto& other : s.others)
+                withOthers.push_back(ConvexShape::placesOfOverlap(apart, middleOf(other, shownPart)));
+            rules.push_back(std::move(withOthers));
+        }
+        rules.push_back(std::move(withCard));
+        rules.push_back(std::move(parts));
+        rules.emplace_back();
+        return rules;
     }
 
 private:
+    /// The outline of a part of another widget around its middle.
+    static Corners middleOf(const PlaceSearch::Outline& outline, float part)
+    {
+        const Vector2f middle = (outline[0] + outline[2]) / 2.f;
+        Corners corners;
+        for (const Vector2f& corner : outline)
+            corners.push_back(middle + (corner - middle) * part);
+        return corners;
+    }
+
     const PlaceSearch& m_search;
     Vector2f m_whole; ///< the top left corner, from the centre
 };

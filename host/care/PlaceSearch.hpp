@@ -30,8 +30,9 @@ struct PlaceSearch
 
     /// Returns the centre nearest to the wanted one with which the widget is whole on the table, no card covers its parts, and
     /// it covers no other person's widget. The wanted centre is `center` for `Placement::At`, else next to the card; for
-    /// `Beside` that side of the card where the widget moves less from it. Where there is no such place, other widgets may be
-    /// covered, then the card's own place, and at last the parts. A widget larger than the table is centred on it.
+    /// `Beside` that side of the card where the widget moves less from it. Where there is no such place, the margins of other
+    /// widgets may be covered, then all of them, then the card's own place, and at last the parts. A widget larger than the table
+    /// is centred on it.
     [[nodiscard]] Vecta::Vector2f find() const;
 };
 }

@@ -1,21 +1,29 @@
 #pragma once
 
 #include "care/CardOpenings.hpp"
+#include "care/CardSigns.hpp"
+#include "care/CareSettings.hpp"
+#include "care/IdleSign.hpp"
 #include "care/PlaceKeeper.hpp"
+#include "care/UseClock.hpp"
 
 #include <Trellis/Operator.hpp>
 
 namespace Host
 {
-/// The host's care for what opens at cards, as an operator of the main widget. Main thread only.
+/// The host's care for visitors: the places of what opens at cards, closing what was left, answers to cards that nothing took,
+/// and the sign of an idle table. An operator of the main widget. Main thread only.
 class TableCare final : public Trellis::Operator
 {
 public:
-    explicit TableCare(float pixelPitchMm) : m_places(pixelPitchMm) {}
+    TableCare(const CareSettings& settings, float pixelPitchMm);
     void update(Trellis::Widget& widget, const Trellis::FrameInfo& frame) override;
 
 private:
     CardOpenings m_openings;
     PlaceKeeper m_places;
+    UseClock m_clock;
+    CardSigns m_signs;
+    IdleSign m_idle;
 };
 }

@@ -1,5 +1,6 @@
 #include "components/HostComponents.hpp"
 
+#include "components/InvitationWidget.hpp"
 #include "components/PanelInstance.hpp"
 
 #include <Tavola/Component.hpp>
@@ -63,6 +64,7 @@ HostComponents::HostComponents(Tavola::Tavola& application) : m_application(appl
     add("text", factory<Tavola::TextFileWidget>());
     add("image", factory<Trellis::ImageWidget>());
     add("content-menu", factory<Tavola::ContentMenuWidget>());
+    add("invitation", factory<InvitationWidget>());
     add("panel", panelFactory());
 }
 

@@ -43,7 +43,8 @@ public:
     {
         const JsonEntries root(object, QString(), m_skip);
         root.checkKnown({"title", "table", "input", "inputSettings", "styleSheets", "plugins", "people", "services", "cards",
-                         "components", "widgets", "folders", "closeTemporaryAfterSeconds"});
+                         "components", "widgets", "folders", "closeTemporaryAfterSeconds", "closeLiftedAfterSeconds",
+                         "idleAfterSeconds"});
         m_result.title = root.text("title");
         readTable(root.inner("table"));
         m_result.input = InputSettings::read(object, m_skip);
@@ -53,7 +54,7 @@ public:
             m_result.peopleFile = m_components.file(root.value("people").toString(), QStringLiteral("people"));
         readServices(root.inner("services"));
         readCards(root.list("cards", "codes"));
-        m_result.closeTemporaryAfterSeconds = size(root, "closeTemporaryAfterSeconds", m_result.closeTemporaryAfterSeconds);
+        readCare(root);
         m_components.readNamed(root.value("components"));
         m_result.widgets = m_components.list(root.value("widgets"), QStringLiteral("widgets"));
         readFolders(root.inner("folders").object());
@@ -72,6 +73,14 @@ private:
         m_result.sizePx.y = size(table, "height", m_result.sizePx.y);
         m_result.pixelPitchMm = size(table, "pixelPitchMm", m_result.pixelPitchMm);
         readKeyboardLayout(table.value("keyboardLayout"));
+    }
+
+    void readCare(const JsonEntries& root)
+    {
+        CareSettings& care = m_result.care;
+        care.closeAfterSeconds = size(root, "closeTemporaryAfterSeconds", care.closeAfterSeconds);
+        care.closeLiftedAfterSeconds = size(root, "closeLiftedAfterSeconds", care.closeAfterSeconds);
+        care.idleAfterSeconds = size(root, "idleAfterSeconds", care.idleAfterSeconds);
     }
 
     void readStyleSheets(const QJsonArray& array)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "care/CareSettings.hpp"
 #include "presentation/InputSettings.hpp"
 #include "services/email/MailSettings.hpp"
 
@@ -49,7 +50,7 @@ struct Presentation
     std::vector<ComponentUse> widgets;
     /// Content keys, and the component that a card with that key opens.
     std::vector<std::pair<QString, ComponentUse>> folders;
-    float closeTemporaryAfterSeconds = 120.f; ///< untouched for so long, what visitors opened closes
+    CareSettings care;
 
     /// Reads a presentation's folder (or the path of its presentation.json). Nothing, with the reason in `error`, when the file
     /// is missing or no JSON object. A mistake inside costs the smallest piece: a warning names the file and the place

@@ -1,10 +1,10 @@
 #include "table/Table.hpp"
 
 #include "care/CareAttributes.hpp"
+#include "care/CareStyles.hpp"
 #include "care/TableCare.hpp"
 #include "components/HostComponents.hpp"
 #include "components/PersonalWidgets.hpp"
-#include "components/TemporaryWidgets.hpp"
 #include "input/InputOverlay.hpp"
 #include "input/TableInput.hpp"
 #include "recording/RecordingNote.hpp"
@@ -172,14 +172,14 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const Table
     d.personalWidgets = std::make_shared<PersonalWidgets>();
     if (!d.services.start(*d.tavola->services(), d.personalWidgets, presentation, options, *d.input, error))
         return nullptr;
+    Cascara::StyleEngine::instance().addStyleSheet(careStyleSheet(presentation.pixelPitchMm), QStringLiteral("care.css"));
     for (const QString& sheet : presentation.styleSheets)
         Cascara::StyleEngine::instance().loadStyleSheet(sheet);
     if (!d.loadPlugins(options.plugin.isEmpty() ? presentation.plugins : QStringList{options.plugin}, error))
         return nullptr;
     d.tavola->ui()->internalOverlayWidget()->addChild(Bedrock::makeIntrusive<Tavola::MarkerDetectorWidget>());
     d.placeWidgets(presentation);
-    d.tavola->ui()->mainWidget()->addOperator(Bedrock::makeIntrusive<TemporaryWidgets>(presentation.closeTemporaryAfterSeconds));
-    d.tavola->ui()->mainWidget()->addOperator(Bedrock::makeIntrusive<TableCare>(presentation.pixelPitchMm));
+    d.tavola->ui()->mainWidget()->addOperator(Bedrock::makeIntrusive<TableCare>(presentation.care, presentation.pixelPitchMm));
     if (options.showInput) {
         const auto overlay = Bedrock::makeIntrusive<InputOverlay>(presentation.pixelPitchMm,
                                                                   [&input = d.input->tuio()] { return input.ignoredAreas(); });

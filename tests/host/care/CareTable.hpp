@@ -3,8 +3,10 @@
 #include "care/CareAttributes.hpp"
 #include "care/TableCare.hpp"
 
+#include <Tavola/Utils.hpp>
 #include <TestHost.hpp>
 #include <Trellis/GrabManager.hpp>
+#include <Trellis/InputGrabber.hpp>
 
 #include <cmath>
 
@@ -18,6 +20,7 @@ public:
         const auto opened = Bedrock::makeIntrusive<Trellis::Widget>();
         opened->postConstruct();
         opened->addCSSClass("opened");
+        opened->addCSSClass(Tavola::Utils::temporaryWidgetCSSClass());
         layer->addChild(opened);
         opened->setCenterLocation(marker.centerLocation());
         opened->setRotationAboutCenter(marker.rotation());
@@ -32,14 +35,14 @@ public:
 /// A table with an area that opens widgets of 600 × 640 pixels at cards, and the host's care for them.
 struct CareTable
 {
-    explicit CareTable(Vecta::Vector2f size = {1920.f, 1080.f}) : host(size)
+    explicit CareTable(const Host::CareSettings& settings = {}, Vecta::Vector2f size = {1920.f, 1080.f}) : host(size)
     {
         host.style(".opened { width: 600px; height: 640px; movable: true; }"
                    ".title { position: absolute; left: 36px; top: 26px; width: 528px; height: 50px; keep-clear: true; }");
         area->postConstruct();
         area->setSize(size);
         host.mainWidget().addChild(area);
-        host.mainWidget().addOperator(Bedrock::makeIntrusive<Host::TableCare>(0.55f));
+        host.mainWidget().addOperator(Bedrock::makeIntrusive<Host::TableCare>(settings, 0.55f));
         host.frame();
     }
 

@@ -121,6 +121,15 @@ TEST_CASE("place search: with seven cards and two other people's widgets around 
         }
 }
 
+TEST_CASE("place search: where there is no room beside another person's widget, its middle stays uncovered")
+{
+    PlaceSearch search = opened({960.f, 540.f}, 0.f);
+    search.others = {outline({960.f, 540.f}, {1000.f, 900.f}, 0.f)};
+    const Vector2f found = search.find();
+    CHECK(isWhole(search, found));
+    CHECK_FALSE(Vecta::quadsIntersect(outline(found, search.size, 0.f), outline({960.f, 540.f}, {700.f, 630.f}, 0.f)));
+}
+
 TEST_CASE("place search: moves no further than it must")
 {
     PlaceSearch search = opened({960.f, 200.f}, 0.f);

@@ -28,6 +28,7 @@ TEST_CASE("host components: each makes a widget of its kind")
         {"link", "LinkWidget", nullptr},
         {"text", "TextWidget", nullptr},
         {"image", "ImageWidget", nullptr},
+        {"invitation", "InvitationWidget", nullptr},
         {"panel", "Widget", nullptr},
         {"content-menu", "ContentMenuWidget", nullptr},
     };

@@ -63,7 +63,7 @@ TEST_CASE("presentation: everything that may stand in one is read")
         "people": "people.csv",
         "services": {"media-server-service": [{"name": "house", "address": "http://127.0.0.1:8180/", "timeoutSeconds": 2.5}, {"address": "https://museum.example"}]},
         "cards": [1001, 0, "18446744073709551615"],
-        "closeTemporaryAfterSeconds": 30,
+        "closeTemporaryAfterSeconds": 30, "closeLiftedAfterSeconds": 20, "idleAfterSeconds": 90,
         "widgets": [{"component": "picture", "id": "map", "classes": ["large"], "attributes": {"source": {"file": "media/map.png"}, "location": [1, 2.50]}}]
     })");
     const QString sheet = written.folder().write(QStringLiteral("look/rooms.css"), "");
@@ -86,7 +86,9 @@ TEST_CASE("presentation: everything that may stand in one is read")
     CHECK(presentation.mediaServers[0].timeoutSeconds == 2.5);
     CHECK(presentation.mediaServers[1].timeoutSeconds == 10.0);
     CHECK(presentation.cards == std::vector<unsigned long>{1001, 0, 18446744073709551615ul});
-    CHECK(presentation.closeTemporaryAfterSeconds == 30.f);
+    CHECK(presentation.care.closeAfterSeconds == 30.f);
+    CHECK(presentation.care.closeLiftedAfterSeconds == 20.f);
+    CHECK(presentation.care.idleAfterSeconds == 90.f);
     REQUIRE(presentation.widgets.size() == 1);
     CHECK(presentation.widgets[0].component == "picture");
     const QJsonArray location{QJsonObject{{"number", "1"}}, QJsonObject{{"number", "2.50"}}}; // with their digits
@@ -216,7 +218,8 @@ TEST_CASE("presentation: an entry of the wrong kind costs itself only")
     const Presentation presentation = written.load();
     CHECK(presentation.sizePx.x == 1920.f);
     CHECK(presentation.peopleFile.isEmpty());
-    CHECK(presentation.closeTemporaryAfterSeconds == 120.f);
+    CHECK(presentation.care.closeAfterSeconds == 120.f);
+    CHECK(presentation.care.closeLiftedAfterSeconds == 120.f);
 }
 
 TEST_CASE("presentation: an element of the wrong kind costs itself only")

@@ -1,0 +1,117 @@
+#include "care/CardSigns.hpp"
+
+#include "care/CardOpenings.hpp"
+#include "components/PanelInstance.hpp"
+
+#include <Tactile/Sample.hpp>
+#include <Tavola/MarkerDetectorWidget.hpp>
+#include <Tavola/ServiceProvider.hpp>
+#include <Tavola/Tavola.hpp>
+#include <Tavola/TesselServiceCache.hpp>
+#include <Tavola/UserInterface.hpp>
+#include <Trellis/GrabManager.hpp>
+#include <Trellis/InputGrabber.hpp>
+#include <Trellis/TextWidget.hpp>
+#include <Vecta/Angle.hpp>
+
+#include <algorithm>
+
+namespace Host
+{
+namespace
+{
+/// A card is held from the side that its rotation points away from.
+constexpr float kToHolder = float(Vecta::kTwoPi) / 4.f;
+
+bool takesCards(const Trellis::Widget& widget)
+{
+    if (widget.eventHasListeners("marker-down"))
+        return true;
+    const auto instance = Tavola::Tavola::instance()->widgetInstance(widget.id());
+    return instance && !dynamic_cast<const PanelInstance*>(instance.get());
+}
+
+QByteArray byRegistry(const Tactile::Marker& card)
+{
+    const auto cache = Tavola::Tavola::instance()->services()->tesselServiceCache();
+    return cache && cache->isCached(card.code()) ? QByteArray("refused") : QByteArray("unknown");
+}
+
+/// Why nothing took the card; empty when something did.
+QByteArray reasonOf(const Tactile::Marker& card, const Trellis::Widget& content, const Trellis::GrabManager& grabManager,
+                    const CardOpenings& openings)
+{
+    const Trellis::InputGrabber* const grabber = grabManager.grabber(card.id());
+    if (!grabber)
+        return byRegistry(card);
+    const Trellis::Widget& holder = grabber->widget();
+    if (&holder == Tavola::Tavola::instance()->ui()->background().get()
+        || dynamic_cast<const Tavola::MarkerDetectorWidget*>(&holder))
+        return byRegistry(card);
+    if (takesCards(holder))
+        return {};
+    const auto* const onTable = holder.nearest([&content](const Trellis::Widget& widget) { return widget.parent() == &content; });
+    const auto owner = onTable ? openings.codeOf(*onTable) : std::nullopt;
+    if (!owner)
+        return QByteArray("covered");
+    return *owner == card.code() ? QByteArray() : QByteArray("other-space");
+}
+}
+
+CardSigns::CardSigns() = default;
+CardSigns::~CardSigns() = default;
+
+void CardSigns::update(Trellis::Widget& layer, const Trellis::Widget& content, const Trellis::GrabManager& grabManager,
+                       const CardOpenings& openings)
+{
+    const auto& cards = grabManager.currentSample().markers;
+    if (cards.empty() && m_signs.empty())
+        return;
+    for (auto& sign : m_signs)
+        sign.second.isPresent = false;
+    for (auto card = cards.begin(); card != cards.end(); ++card) {
+        const QByteArray reason = reasonOf(*card, content, grabManager, openings);
+        const bool isTwice = std::any_of(cards.begin(), card, [card](const auto& other) { return other.code() == card->code(); });
+        if (!reason.isEmpty())
+            show(layer, *card, reason, isTwice);
+    }
+    for (auto sign = m_signs.begin(); sign != m_signs.end();) {
+        if (sign->second.isPresent) {
+            ++sign;
+            continue;
+        }
+        sign->second.widget->removeFromParent();
+        sign = m_signs.erase(sign);
+    }
+}
+
+void CardSigns::show(Trellis::Widget& layer, const Tactile::Marker& card, const QByteArray& reason, bool isTwice)
+{
+    Sign& sign = m_signs[card.id()];
+    sign.isPresent = true;
+    if (!sign.widget) {
+        sign.widget = Bedrock::makeIntrusive<Trellis::Widget>();
+        sign.widget->setCSSType("CardSign");
+        sign.widget->postConstruct();
+        sign.widget->setInputEnabled(false);
+        const auto text = Bedrock::makeIntrusive<Trellis::TextWidget>(sign.widget.get());
+        text->addCSSClass("card-sign-text");
+        text->postConstruct();
+        layer.addChild(sign.widget);
+    }
+    if (sign.reason != reason) {
+        if (!sign.reason.isEmpty())
+            sign.widget->removeCSSClass(sign.reason);
+        sign.widget->addCSSClass(reason);
+        sign.reason = reason;
+    }
+    if (isTwice)
+        sign.widget->addCSSClass("twice");
+    else
+        sign.widget->removeCSSClass("twice");
+    sign.widget->setRotation(card.rotation() + kToHolder);
+    const Vecta::Vector2f center = layer.mapFromScene(card.centerLocation());
+    if ((sign.widget->centerLocation() - center).lengthSquared() > 0.01f)
+        sign.widget->setCenterLocation(center);
+}
+}

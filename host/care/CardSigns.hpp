@@ -1,0 +1,53 @@
+#pragma once
+
+#include <Bedrock/IntrusivePtr.hpp>
+#include <Tactile/Marker.hpp>
+
+#include <QByteArray>
+
+#include <map>
+
+namespace Trellis
+{
+class GrabManager;
+class Widget;
+}
+
+namespace Host
+{
+class CardOpenings;
+
+/// Answers every card that nothing on the table took: a halo around it, of the CSS type "CardSign", turned to the card's holder,
+/// with a text (".card-sign-text") that style sheets give words by the sign's classes:
+///   "unknown"      the registry does not know the card
+///   "refused"      the registry knows it, and nothing takes it here
+///   "covered"      it lies on something that takes no card
+///   "other-space"  it lies on what opened at another person's card
+///   "twice"        in addition: a card of the same code lies on the table already
+/// Signs take no input, and are gone in the frame in which the card is lifted or taken. A card that lies on what it opened
+/// itself has none. What takes cards are widgets of plug-ins with an instance of their own, and widgets with a listener of
+/// "marker-down". Main thread only.
+class CardSigns
+{
+public:
+    CardSigns();
+    ~CardSigns();
+    CardSigns(const CardSigns&) = delete;
+    CardSigns& operator=(const CardSigns&) = delete;
+
+    /// Once a frame, after the input. Signs are children of `layer`; `content` is the layer of the table's content.
+    void update(Trellis::Widget& layer, const Trellis::Widget& content, const Trellis::GrabManager& grabManager,
+                const CardOpenings& openings);
+
+private:
+    struct Sign
+    {
+        Bedrock::IntrusivePtr<Trellis::Widget> widget;
+        QByteArray reason;
+        bool isPresent = true;
+    };
+    void show(Trellis::Widget& layer, const Tactile::Marker& card, const QByteArray& reason, bool isTwice);
+
+    std::map<std::int64_t, Sign> m_signs; ///< by the card's id
+};
+}

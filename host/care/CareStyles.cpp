@@ -1,0 +1,25 @@
+#include "care/CareStyles.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+namespace Host
+{
+QString careStyleSheet(float pixelPitchMm)
+{
+    constexpr float kHandleMm = 13.f;
+    const int handlePx = int(std::ceil(kHandleMm / std::max(pixelPitchMm, 0.01f)));
+    constexpr float kSignMm = 110.f; // around the card, whose diagonal is shorter
+    const int signPx = int(std::ceil(kSignMm / std::max(pixelPitchMm, 0.01f)));
+    const int textPx = std::max(260, signPx);
+    return QStringLiteral("CloseHandle { position: absolute; right: 10px; top: 10px; width: %1px; height: %1px;"
+                          " border-radius: %2px; background-color: #00000014; }")
+               .arg(QString::number(handlePx), QString::number(handlePx / 2))
+        + QStringLiteral("CardSign { position: absolute; width: %1px; height: %1px; border-radius: %2px; border-width: 4px;"
+                         " border-color: #f2a65a; } "
+                         ".card-sign-text { position: absolute; left: %3px; top: -64px; width: %4px; max-lines: 2;"
+                         " text-align: center; font-size: 20px; color: #ffffff; }")
+              .arg(QString::number(signPx), QString::number(signPx / 2), QString::number((signPx - textPx) / 2),
+                   QString::number(textPx));
+}
+}

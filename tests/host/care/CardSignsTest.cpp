@@ -1,0 +1,159 @@
+#include "care/CardSigns.hpp"
+
+#include "CareTable.hpp"
+#include "care/CareStyles.hpp"
+
+#include <Trellis/TextWidget.hpp>
+
+#include <doctest/doctest.h>
+
+#include <cmath>
+
+using Vecta::Vector2f;
+
+namespace
+{
+struct Fixture
+{
+    Fixture()
+    {
+        table.host.style(Host::careStyleSheet(0.55f));
+        // Cards on the right half go to the area, those on the left half to nothing.
+        table.area->setLocation({960.f, 0.f});
+        table.area->setSize({960.f, 1080.f});
+        // What takes cards has a listener, as what plug-ins make from a style has.
+        table.area->eventAddListener("marker-down", [] {});
+        table.host.frame();
+    }
+
+    std::int64_t put(unsigned long code, Vector2f point, float angle = 0.f)
+    {
+        const auto id = table.host.input.markerDown(code, point, angle);
+        table.host.frame();
+        return id;
+    }
+    Trellis::Widget& addContent(Vector2f location)
+    {
+        const auto widget = Bedrock::makeIntrusive<Trellis::Widget>();
+        widget->postConstruct();
+        widget->setSize({300.f, 300.f});
+        table.host.mainWidget().addChild(widget);
+        widget->setLocation(location);
+        return *widget;
+    }
+    std::vector<Trellis::Widget*> signs() { return table.host.app().mainLayer()->findAllByType("CardSign"); }
+    bool shows(const char* reason)
+    {
+        const auto found = signs();
+        return found.size() == 1 && found[0]->cssClasses().contains(reason);
+    }
+
+    CareTable table;
+};
+}
+
+TEST_CASE("card signs: a card that the registry does not know is answered in its first frame, until it is lifted")
+{
+    Fixture f;
+    const auto card = f.put(5555, {300.f, 500.f});
+    CHECK(f.shows("unknown"));
+    f.table.host.frames(60);
+    CHECK(f.shows("unknown"));
+    f.table.host.input.markerUp(card);
+    f.table.host.frame();
+    CHECK(f.signs().empty());
+}
+
+TEST_CASE("card signs: a known card that nothing takes here is refused")
+{
+    Fixture f;
+    f.table.host.addPerson(1001, QStringLiteral("Ann"));
+    f.put(1001, {300.f, 500.f});
+    CHECK(f.shows("refused"));
+}
+
+TEST_CASE("card signs: a card on something that takes none is covered, and on something that does has no sign")
+{
+    Fixture f;
+    Trellis::Widget& content = f.addContent({200.f, 400.f});
+    f.put(1001, {300.f, 500.f});
+    CHECK(f.shows("covered"));
+    content.eventAddListener("marker-down", [] {});
+    f.table.host.frame();
+    CHECK(f.signs().empty());
+}
+
+TEST_CASE("card signs: a card that opens something has none")
+{
+    Fixture f;
+    f.put(1001, {1400.f, 500.f});
+    CHECK(f.signs().empty());
+    f.table.host.frames(60);
+    CHECK(f.signs().empty());
+}
+
+TEST_CASE("card signs: a card on another person's space is told so, and one on its own space is not")
+{
+    Fixture f;
+    f.table.host.addPerson(1001, QStringLiteral("Ann"));
+    const auto own = f.put(1001, {1400.f, 500.f});
+    f.table.host.frames(30);
+    const auto other = f.put(1002, {1400.f, 700.f});
+    CHECK(f.shows("other-space"));
+    f.table.host.input.markerUp(other);
+    f.table.host.input.markerUp(own);
+    f.table.host.frame();
+    f.put(1001, {1400.f, 700.f});
+    CHECK(f.signs().empty());
+}
+
+TEST_CASE("card signs: the second of two cards with one code is marked in addition")
+{
+    Fixture f;
+    f.put(5555, {300.f, 300.f});
+    f.put(5555, {300.f, 800.f});
+    const auto signs = f.signs();
+    REQUIRE(signs.size() == 2);
+    CHECK_FALSE(signs[0]->hasCSSClass("twice"));
+    CHECK(signs[1]->hasCSSClass("twice"));
+    CHECK(signs[1]->hasCSSClass("unknown"));
+}
+
+TEST_CASE("card signs: a sign follows its card, turned to its holder")
+{
+    Fixture f;
+    const auto card = f.put(5555, {300.f, 500.f}, 0.5f);
+    CHECK((CareTable::center(*f.signs()[0]) - Vector2f(300.f, 500.f)).length() < 0.2f);
+    CHECK(f.signs()[0]->rotation() == doctest::Approx(0.5f + 1.5707963f));
+    f.table.host.input.markerMove(card, {400.f, 600.f}, 1.f);
+    f.table.host.frame();
+    CHECK((CareTable::center(*f.signs()[0]) - Vector2f(400.f, 600.f)).length() < 0.2f);
+    CHECK(f.signs()[0]->rotation() == doctest::Approx(1.f + 1.5707963f));
+}
+
+TEST_CASE("card signs: the author's words stand in the sign")
+{
+    Fixture f;
+    f.table.host.style("CardSign.unknown > .card-sign-text { text: \"Who are you?\"; }");
+    f.put(5555, {300.f, 500.f});
+    const auto* const text = dynamic_cast<const Trellis::TextWidget*>(f.signs()[0]->children()[0].get());
+    REQUIRE(text);
+    CHECK(text->text() == "Who are you?");
+}
+
+TEST_CASE("card signs: a sign takes neither a touch nor a card from what lies below it")
+{
+    Fixture f;
+    const Trellis::Widget& content = f.addContent({200.f, 400.f});
+    f.put(1001, {300.f, 500.f});
+    REQUIRE(f.shows("covered"));
+    f.table.host.input.fingerDown(1, {300.f, 450.f});
+    f.table.host.frame();
+    auto* const fingerHolder = f.table.host.app().grabManager()->grabber(1);
+    REQUIRE(fingerHolder);
+    CHECK(&fingerHolder->widget() == &content);
+    const auto second = f.put(1002, {310.f, 520.f});
+    auto* const cardHolder = f.table.host.app().grabManager()->grabber(second);
+    REQUIRE(cardHolder);
+    CHECK(&cardHolder->widget() == &content);
+}

@@ -1,0 +1,57 @@
+#include "care/CloseHandle.hpp"
+
+#include "CareTable.hpp"
+#include "care/CareStyles.hpp"
+
+#include <doctest/doctest.h>
+
+namespace
+{
+Host::CloseHandle* handleOf(const Trellis::Widget& widget)
+{
+    return dynamic_cast<Host::CloseHandle*>(widget.findByType("CloseHandle"));
+}
+}
+
+TEST_CASE("close handle: a tap closes what opened at the card at once, and only that")
+{
+    CareTable table;
+    table.host.style(Host::careStyleSheet(0.55f));
+    table.open(1001, {500.f, 540.f});
+    Trellis::Widget& other = table.open(1002, {1400.f, 540.f});
+    table.host.frames(30);
+    REQUIRE(handleOf(other));
+    table.host.tap(CareTable::center(*handleOf(other)));
+    table.host.frames(40);
+    REQUIRE(table.host.mainWidget().children().size() == 2);
+    CHECK(handleOf(*table.host.mainWidget().children()[1]));
+}
+
+TEST_CASE("close handle: is at least 12 mm wide, whatever the table's pixels")
+{
+    for (const float pitch : {0.2f, 0.55f, 1.f}) {
+        CareTable table;
+        table.host.style(Host::careStyleSheet(pitch));
+        const auto* const handle = handleOf(table.open(1001, {960.f, 540.f}));
+        REQUIRE(handle);
+        CHECK(handle->width() * pitch >= 12.f);
+        CHECK(handle->height() * pitch >= 12.f);
+    }
+}
+
+TEST_CASE("close handle: shows a ring that gets shorter only while it is about to close")
+{
+    Host::CareSettings settings;
+    settings.closeAfterSeconds = 40.f;
+    CareTable table(settings);
+    const auto* const handle = handleOf(table.open(1001, {960.f, 540.f}));
+    REQUIRE(handle);
+    table.host.frames(20, 1.0);
+    CHECK(handle->remaining() < 0.f);
+    table.host.frames(7, 1.0);
+    const float early = handle->remaining();
+    CHECK(early > 0.f);
+    table.host.frames(5, 1.0);
+    CHECK(handle->remaining() < early);
+    CHECK(handle->remaining() > 0.f);
+}
