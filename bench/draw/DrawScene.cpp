@@ -43,7 +43,9 @@ DrawScene groupsScene(QSize size, int groups, unsigned seed)
     const double cellHeight = double(size.height()) / rows;
     for (int i = 0; i < groups; ++i) {
         DrawItem group;
-        group.rect = {(i % columns + 0.06) * cellWidth, (i / columns + 0.06) * cellHeight, cellWidth * 0.88, cellHeight * 0.88};
+        // On whole pixels, as both sides then show the same pixels.
+        group.rect = {std::round((i % columns + 0.06) * cellWidth), std::round((i / columns + 0.06) * cellHeight),
+                      cellWidth * 0.88, cellHeight * 0.88};
         group.angleRadians = random.between(-0.08, 0.08);
         group.ground = random.color();
         const double stepX = group.rect.width() / kTilesASide;
@@ -65,8 +67,9 @@ DrawScene tableScene(QSize size, int pictures, int spaces, unsigned seed)
     DrawScene scene{size, {}, spaces};
     const double unit = size.width() / 3840.0;
     const auto somewhere = [&](double width, double height) {
-        return QRectF(random.between(0.05, 0.95) * (size.width() - width), random.between(0.05, 0.95) * (size.height() - height),
-                      width, height);
+        const double x = random.between(0.05, 0.95) * (size.width() - width);
+        const double y = random.between(0.05, 0.95) * (size.height() - height);
+        return QRectF(std::round(x), std::round(y), width, height);
     };
     for (int i = 0; i < pictures; ++i) {
         DrawItem item;

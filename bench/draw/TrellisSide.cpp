@@ -35,6 +35,7 @@ public:
         auto* main = new Trellis::Widget(m_application.mainLayer().get());
         main->setLocation({0.f, 0.f});
         main->setSize(m_application.size());
+        m_application.keepPicturesOf(*main);
         for (const DrawItem& item : scene.items)
             m_items.push_back(make(item, *main));
         draw();

@@ -6,6 +6,7 @@
 #include "PainterState.hpp"
 #include "ToQt.hpp"
 
+#include <Lantern/KeptPicture.hpp>
 #include <Vecta/Angle.hpp>
 
 #include <QPolygonF>
@@ -145,6 +146,36 @@ void PainterContext::drawImage(const QImage& image, const Vecta::Rect& target, c
         BlockSampler::instance().draw(*d, image, toQt(target), part);
     if (cornerRadius > 0.f)
         pop();
+}
+
+void PainterContext::drawKept(KeptPicture& picture, Vecta::Vector2f place, float opacity,
+                              const std::function<void(RenderContext&)>& paint)
+{
+    const QPointF device = d->world.map(QPointF(place.x, place.y));
+    const QPoint origin = device.toPoint();
+    if (!d->isRaster || d->world.type() > QTransform::TxTranslate || QPointF(origin) != device) {
+        RenderContext::drawKept(picture, place, opacity, paint);
+        return;
+    }
+    const QRect bounds = picture.bounds().translated(origin);
+    const auto parts = d->visibleParts(QRectF(bounds));
+    if (parts.isEmpty())
+        return;
+    QImage passing;
+    const QImage* pixels = picture.pixels(paint);
+    if (!pixels) {
+        QRegion area;
+        for (const QRectF& part : parts)
+            area += part.toAlignedRect().translated(-origin);
+        passing = QImage(bounds.size(), QImage::Format_ARGB32_Premultiplied);
+        KeptPicture::paintInto(passing, picture.bounds().topLeft(), area, paint);
+        pixels = &passing;
+    }
+    QPainter& painter = d->devicePainter(d->opacity * clampedOpacity(opacity));
+    for (const QRectF& part : parts) {
+        const QRect rect = part.toAlignedRect();
+        painter.drawImage(rect.topLeft(), *pixels, rect.translated(-bounds.topLeft()));
+    }
 }
 
 void PainterContext::drawText(const QTextLayout& layout, Vecta::Vector2f origin, const Bedrock::Color& color)

@@ -6,11 +6,14 @@
 #include <Vecta/Transform.hpp>
 #include <Vecta/Vector2T.hpp>
 
+#include <functional>
+
 class QImage;
 class QTextLayout;
 
 namespace Lantern
 {
+class KeptPicture;
 struct Style;
 
 /// Draws shapes, pictures and text in the coordinates of the widget at hand. Lives for one frame; main thread only.
@@ -42,6 +45,10 @@ public:
     /// The part `source` (pixels of the image; empty: all of it) scaled into `target`.
     virtual void drawImage(const QImage& image, const Vecta::Rect& target, const Vecta::Rect& source = Vecta::Rect(),
                            float cornerRadius = 0.f) = 0;
+    /// Draws a group, which `paint` draws around its origin, at `place` and so faint. A context that can keeps the group in
+    /// `picture` and calls `paint` for its damage only; the base calls it each time.
+    virtual void drawKept(KeptPicture& picture, Vecta::Vector2f place, float opacity,
+                          const std::function<void(RenderContext&)>& paint);
     /// Lines that were laid out before; `origin` is the layout's top left corner.
     virtual void drawText(const QTextLayout& layout, Vecta::Vector2f origin, const Bedrock::Color& color) = 0;
 };

@@ -50,6 +50,8 @@ UserInterface::UserInterface() : d(std::make_unique<Private>())
     setDefault(*d->main, "input-transparent", "true");
     setDefault(*d->internalOverlay, "input-transparent", "true");
     d->overlay->setInputEnabled(false);
+    for (const auto& layer : {d->main, d->overlay})
+        Trellis::Application::instance()->keepPicturesOf(*layer);
 }
 
 UserInterface::~UserInterface()

@@ -85,6 +85,18 @@ public:
     /// A widget and everything in it as a picture on a transparent ground: upright and opaque whatever its rotation and
     /// opacity, in its own size, made smaller where a side exceeds `maxSizePx`. Null for a widget without a size.
     [[nodiscard]] QImage renderWidgetToImage(const Widget& widget, int maxSizePx);
+    /// Keeps the children of `parent`, each with everything in it, as pictures while they are neither turned nor scaled, so
+    /// that moving or fading one is one copy. They stand on whole pixels from then on, kept or not.
+    void keepPicturesOf(Widget& parent);
+    /// What the kept pictures may take, 256 MiB if not set. Those that were drawn the longest time ago go first.
+    void setPictureBudget(std::size_t bytes);
+    struct KeptPictures
+    {
+        std::size_t count = 0;
+        std::size_t bytes = 0;
+        std::size_t budgetBytes = 0;
+    };
+    [[nodiscard]] KeptPictures keptPictures() const noexcept;
     /// Something waits for the next frame (an animation, damage, the after-update queue): the loop should not sleep long.
     [[nodiscard]] bool needsFrame() const;
     /// Pictures that are on their way from the disk.

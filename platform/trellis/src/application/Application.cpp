@@ -126,6 +126,7 @@ void Application::frame(double dtSeconds)
         // Listeners to positions and destructors may have changed something again.
         d->layout.bringUpToDate(*d->mainLayer);
     });
+    d->damage.keepPictures();
     d->damage.collect();
 }
 

@@ -14,6 +14,9 @@ namespace Trellis
 {
 void Application::render(Lantern::RenderContext& context)
 {
+    // A picture is kept of what was there at the last account.
+    d->layout.bringUpToDate(*d->mainLayer);
+    d->damage.collect();
     ScenePainter::paint(*d->mainLayer, context);
 }
 
@@ -27,6 +30,8 @@ QImage Application::renderToImage()
 QImage Application::renderWidgetToImage(const Widget& widget, int maxSizePx)
 {
     const Vecta::Vector2f size = widget.size();
+    d->layout.bringUpToDate(*d->mainLayer);
+    d->damage.collect();
     const float longest = std::max(size.x, size.y);
     if (size.x <= 0.f || size.y <= 0.f || maxSizePx <= 0)
         return {};
@@ -39,6 +44,22 @@ QImage Application::renderWidgetToImage(const Widget& widget, int maxSizePx)
         context.pop();
     });
     return target.image();
+}
+
+void Application::keepPicturesOf(Widget& parent)
+{
+    LayerKeeper::keepChildrenOf(parent);
+}
+
+void Application::setPictureBudget(std::size_t bytes)
+{
+    d->layers.store().setBudgetBytes(bytes);
+}
+
+Application::KeptPictures Application::keptPictures() const noexcept
+{
+    const Lantern::PictureStore& store = d->layers.store();
+    return {store.count(), store.usedBytes(), store.budgetBytes()};
 }
 
 int Application::pendingImages() const

@@ -7,8 +7,8 @@
 namespace Trellis
 {
 Application::Private::Private(Application& owner, Vecta::Vector2f size)
-    : application(owner), sizePx(size), damage(layout, {0.f, 0.f, size.x, size.y}), mainLayer(Bedrock::makeIntrusive<Widget>()),
-      input(*mainLayer, motion)
+    : application(owner), sizePx(size), damage(layout, layers, {0.f, 0.f, size.x, size.y}),
+      mainLayer(Bedrock::makeIntrusive<Widget>()), input(*mainLayer, motion)
 {
 }
 

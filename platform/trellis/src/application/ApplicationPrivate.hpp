@@ -2,6 +2,7 @@
 
 #include "application/FrameUpdater.hpp"
 #include "drawing/DamageTracker.hpp"
+#include "drawing/LayerKeeper.hpp"
 #include "input/InputRouter.hpp"
 #include "layout/LayoutEngine.hpp"
 #include "motion/MotionController.hpp"
@@ -43,6 +44,7 @@ struct Application::Private final : WidgetEngines
     bool inFrame = false;
 
     LayoutEngine layout{*this};
+    LayerKeeper layers;
     DamageTracker damage;
     MotionController motion{*this};
     FrameUpdater updater{motion};

@@ -1,6 +1,8 @@
 #include "drawing/DamageTracker.hpp"
 
+#include "drawing/LayerKeeper.hpp"
 #include "layout/LayoutEngine.hpp"
+#include "tree/DrawnPlace.hpp"
 #include "tree/WidgetRecords.hpp"
 
 #include <algorithm>
@@ -20,13 +22,33 @@ float areaOf(const Vecta::Rect& r)
     return r.width * r.height;
 }
 
+bool isWhole(float value)
+{
+    return value == std::floor(value);
+}
+
+/// Moves by whole pixels and does nothing else.
+bool isWholeShift(const Vecta::Transform& t)
+{
+    return t.m11 == 1.f && t.m22 == 1.f && t.m12 == 0.f && t.m21 == 0.f && isWhole(t.dx) && isWhole(t.dy);
+}
+
+/// Nothing for areas that are empty, or no numbers.
+void damageLayer(WidgetLayer* layer, QPoint place, const Vecta::Rect& area)
+{
+    if (!layer || area.isEmpty() || !std::isfinite(area.x + area.y + area.width + area.height))
+        return;
+    layer->picture.damage(QRectF(area.x, area.y, area.width, area.height).translated(-place).toAlignedRect());
+}
+
 bool covers(const Vecta::Rect& a, const Vecta::Rect& b)
 {
     return a.x <= b.x && a.y <= b.y && a.right() >= b.right() && a.bottom() >= b.bottom();
 }
 }
 
-DamageTracker::DamageTracker(LayoutEngine& layout, const Vecta::Rect& scene) : m_layout(layout)
+DamageTracker::DamageTracker(LayoutEngine& layout, LayerKeeper& layers, const Vecta::Rect& scene)
+    : m_layout(layout), m_layers(layers)
 {
     m_areas.reserve(kMostAreas + 1);
     setScene(scene);
@@ -37,8 +59,7 @@ void DamageTracker::widgetChanged(Widget& widget, Redraw extent)
     WidgetRecords& records = WidgetRecords::of(widget);
     if (!records.inTree)
         return;
-    if (extent == Redraw::Subtree)
-        records.drawing.subtreeRedrawQueued = true;
+    (extent == Redraw::Subtree ? records.drawing.subtreeRedrawQueued : records.drawing.ownRedrawQueued) = true;
     if (extent == Redraw::Subtree || records.drawing.drawnBounds.isEmpty())
         groupChanged(widget);
     if (records.drawing.redrawQueued)
@@ -58,21 +79,30 @@ void DamageTracker::groupChanged(const Widget& child)
 void DamageTracker::widgetLeaves(Widget& widget)
 {
     groupChanged(widget);
-    forget(widget);
+    const Widget* const root = layerRootOf(widget);
+    forget(widget, root ? WidgetRecords::of(*root).drawing.layer.get() : nullptr);
 }
 
-void DamageTracker::forget(Widget& widget)
+void DamageTracker::forget(Widget& widget, WidgetLayer* layer)
 {
     DrawingRecord& drawing = WidgetRecords::of(widget).drawing;
     addArea(drawing.drawnBounds);
+    damageLayer(layer, layer ? layer->place : QPoint(), drawing.drawnBounds);
     drawing.drawnBounds = {};
-    drawing.subtreeRedrawQueued = false;
+    drawing.ownRedrawQueued = drawing.subtreeRedrawQueued = false;
     if (drawing.redrawQueued) {
         drawing.redrawQueued = false;
         m_queue.erase(std::find(m_queue.begin(), m_queue.end(), &widget));
     }
     for (const auto& child : widget.children())
-        forget(*child);
+        forget(*child, layer);
+    if (isLayerRoot(widget))
+        m_layers.drop(widget);
+}
+
+void DamageTracker::keepPictures()
+{
+    m_layers.settle([this](const Vecta::Rect& area) { addArea(area); });
 }
 
 void DamageTracker::collect()
@@ -81,46 +111,93 @@ void DamageTracker::collect()
     // change the queue and the tree under way.
     const Bedrock::FlagGuard layoutHeld = m_layout.hold();
     for (Widget* widget : m_queue) {
-        const DrawingRecord& drawing = WidgetRecords::of(*widget).drawing;
-        if (!drawing.redrawQueued)
+        Widget* const root = layerRootOf(*widget);
+        if (root)
+            m_changedRoots.push_back(root);
+        if (!WidgetRecords::of(*widget).drawing.redrawQueued)
             continue; // an ancestor has accounted for it already
-        Vecta::Transform toScene;
-        Vecta::Rect clip = kEverywhere;
-        bool visible = true;
-        if (const Widget* parent = widget->parent()) {
-            visible = parent->isVisible();
-            toScene = parent->transformToScene();
-            for (const Widget* above = parent; above; above = above->parent())
-                if (WidgetRecords::of(*above).drawing.clips())
-                    clip = clip.intersected(above->sceneBounds());
-        }
-        account(*widget, toScene, clip, visible, drawing.subtreeRedrawQueued ? Redraw::Subtree : Redraw::Widget);
+        // Where a picture lies is known before what changed inside it.
+        if (root && root != widget && WidgetRecords::of(*root).drawing.redrawQueued)
+            accountFor(*root);
+        if (WidgetRecords::of(*widget).drawing.redrawQueued)
+            accountFor(*widget);
     }
     m_queue.clear();
+    for (Widget* root : m_changedRoots)
+        if (LayerKeeper::cover(*root))
+            addArea(LayerKeeper::sceneReach(*root));
+    m_changedRoots.clear();
 }
 
-void DamageTracker::account(Widget& widget, const Vecta::Transform& parentToScene, const Vecta::Rect& clip, bool visible,
-                            Redraw extent)
+bool DamageTracker::isEmpty() const noexcept
+{
+    return m_queue.empty() && m_areas.empty() && !m_layers.isWaiting();
+}
+
+DamageTracker::Above DamageTracker::above(const Widget& widget)
+{
+    const Widget* const parent = widget.parent();
+    if (!parent)
+        return {{}, kEverywhere, true, false, nullptr, {}, {}};
+    Above result = above(*parent);
+    const WidgetRecords& records = WidgetRecords::of(*parent);
+    result.isVisible = result.isVisible && records.isShown();
+    result.toScene = result.toScene * drawnTransformToParent(*parent);
+    if (records.drawing.clips())
+        result.clip = result.clip.intersected(result.toScene.mapBounds(records.layout.bounds()));
+    if (WidgetLayer* layer = records.drawing.layer.get(); layer && layer->isKept) {
+        result.layer = layer;
+        result.layerBefore = result.layerNow = layer->place;
+    }
+    return result;
+}
+
+void DamageTracker::accountFor(Widget& widget)
+{
+    account(widget, above(widget), WidgetRecords::of(widget).drawing.subtreeRedrawQueued ? Redraw::Subtree : Redraw::Widget);
+}
+
+void DamageTracker::account(Widget& widget, const Above& above, Redraw extent)
 {
     WidgetRecords& records = WidgetRecords::of(widget);
     DrawingRecord& drawing = records.drawing;
-    const bool shows = visible && records.isShown();
-    const Vecta::Transform toScene = parentToScene * records.layout.transformToParent();
+    const bool shows = above.isVisible && records.isShown();
+    const Vecta::Transform toScene = above.toScene * drawnTransformToParent(widget);
+    const bool isRoot = isLayerRoot(widget);
+    WidgetLayer* layer = above.layer;
+    if (isRoot)
+        layer = m_layers.update(widget, toScene, shows, above.clip == kEverywhere && isWholeShift(above.toScene));
+    // Moving a picture, or fading it, leaves its pixels as they are.
+    const bool isRepainted = above.isRepainted || (isRoot ? drawing.ownRedrawQueued : drawing.redrawQueued);
+    const bool areChildrenRepainted =
+        above.isRepainted || (!isRoot && drawing.subtreeRedrawQueued) || (drawing.clips() && isRepainted);
+    const QPoint placeBefore = isRoot && layer ? layer->place : above.layerBefore;
+    const QPoint place = isRoot && layer ? QPoint(int(toScene.dx), int(toScene.dy)) : above.layerNow;
+
     const bool isUpright = toScene.m12 == 0.f && toScene.m21 == 0.f && toScene.m11 == 1.f && toScene.m22 == 1.f;
     Vecta::Rect whole = toScene.mapBounds(records.layout.bounds());
     if (!isUpright && !whole.isEmpty())
         whole = {whole.x - kSmoothEdgePx, whole.y - kSmoothEdgePx, whole.width + 2 * kSmoothEdgePx,
                  whole.height + 2 * kSmoothEdgePx};
     addArea(drawing.drawnBounds);
-    drawing.drawnBounds = shows ? whole.intersected(clip) : Vecta::Rect{};
+    if (isRepainted)
+        damageLayer(layer, placeBefore, drawing.drawnBounds);
+    drawing.drawnBounds = shows ? whole.intersected(above.clip) : Vecta::Rect{};
     addArea(drawing.drawnBounds);
-    drawing.redrawQueued = drawing.subtreeRedrawQueued = false;
+    if (isRepainted)
+        damageLayer(layer, place, drawing.drawnBounds);
+    drawing.redrawQueued = drawing.ownRedrawQueued = drawing.subtreeRedrawQueued = false;
     // A widget that clips its children changes what shows of them.
-    if (extent == Redraw::Widget && !drawing.clips())
-        return;
-    const Vecta::Rect inner = drawing.clips() ? whole.intersected(clip) : clip;
-    for (const auto& child : widget.children())
-        account(*child, toScene, inner, shows, Redraw::Subtree);
+    if (extent == Redraw::Subtree || drawing.clips()) {
+        const Vecta::Rect inner = drawing.clips() ? whole.intersected(above.clip) : above.clip;
+        const Above below{toScene, inner, shows, areChildrenRepainted, layer, placeBefore, place};
+        for (const auto& child : widget.children())
+            account(*child, below, Redraw::Subtree);
+    }
+    if (isRoot && drawing.layer) {
+        drawing.layer->place = QPoint(int(toScene.dx), int(toScene.dy));
+        drawing.layer->clips = drawing.clips();
+    }
 }
 
 void DamageTracker::addArea(const Vecta::Rect& wanted)

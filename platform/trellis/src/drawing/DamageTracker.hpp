@@ -3,17 +3,17 @@
 #include "tree/WidgetEngines.hpp"
 
 #include <Vecta/Rect.hpp>
+#include <Vecta/Transform.hpp>
+
+#include <QPoint>
 
 #include <vector>
 
-namespace Vecta
-{
-struct Transform;
-}
-
 namespace Trellis
 {
+class LayerKeeper;
 class LayoutEngine;
+struct WidgetLayer;
 
 /// Collects the areas of the scene that must be drawn anew. Changed widgets are queued; once a frame, after the layout,
 /// `collect` damages the area where each of them was last seen and the one where it is now. A frame without changes
@@ -22,7 +22,7 @@ class DamageTracker
 {
 public:
     /// Areas outside `scene` count for nothing. All of it is damaged at first.
-    DamageTracker(LayoutEngine& layout, const Vecta::Rect& scene);
+    DamageTracker(LayoutEngine& layout, LayerKeeper& layers, const Vecta::Rect& scene);
     DamageTracker(const DamageTracker&) = delete;
     DamageTracker& operator=(const DamageTracker&) = delete;
 
@@ -32,6 +32,9 @@ public:
     /// To be called while `widget` and its children are whole.
     void widgetLeaves(Widget& widget);
 
+    /// What has stood still is drawn as one picture from now on. To be called once a frame, before `collect`, and never between
+    /// taking the areas and drawing them.
+    void keepPictures();
     /// Turns the queued changes into areas. The layout is used as it is.
     void collect();
     /// Few rectangles (at most kMostAreas), which may overlap.
@@ -39,8 +42,8 @@ public:
     void addArea(const Vecta::Rect& area);
     /// Forgets the areas; queued changes go on waiting.
     void clear() noexcept { m_areas.clear(); }
-    /// Neither areas nor changes are waiting.
-    [[nodiscard]] bool isEmpty() const noexcept { return m_queue.empty() && m_areas.empty(); }
+    /// Neither areas nor changes are waiting, nor a widget to be kept as a picture.
+    [[nodiscard]] bool isEmpty() const noexcept;
     /// Another scene, damaged as a whole.
     void setScene(const Vecta::Rect& scene);
 
@@ -48,11 +51,27 @@ public:
 
 private:
     void groupChanged(const Widget& child);
-    void forget(Widget& widget);
-    void account(Widget& widget, const Vecta::Transform& toScene, const Vecta::Rect& clip, bool visible, Redraw extent);
+    void forget(Widget& widget, WidgetLayer* layer);
+
+    /// What the ancestors of a widget do to it.
+    struct Above
+    {
+        Vecta::Transform toScene;
+        Vecta::Rect clip;
+        bool isVisible = true;
+        bool isRepainted = false;     ///< what the kept picture shows of it is out of date
+        WidgetLayer* layer = nullptr; ///< that holds its pixels
+        QPoint layerBefore;           ///< the layer's place while the widget was last accounted for
+        QPoint layerNow;
+    };
+    static Above above(const Widget& widget);
+    void accountFor(Widget& widget);
+    void account(Widget& widget, const Above& above, Redraw extent);
 
     LayoutEngine& m_layout;
-    std::vector<Widget*> m_queue; ///< each has redrawQueued; a widget leaves the queue before it leaves the tree
+    LayerKeeper& m_layers;
+    std::vector<Widget*> m_queue;        ///< each has redrawQueued; a widget leaves the queue before it leaves the tree
+    std::vector<Widget*> m_changedRoots; ///< used by collect only
     std::vector<Vecta::Rect> m_areas;
     Vecta::Rect m_scene;
 };

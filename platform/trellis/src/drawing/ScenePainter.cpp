@@ -1,5 +1,6 @@
 #include "drawing/ScenePainter.hpp"
 
+#include "tree/DrawnPlace.hpp"
 #include "tree/WidgetRecords.hpp"
 
 #include <Lantern/RenderContext.hpp>
@@ -45,13 +46,30 @@ void ScenePainter::paintContent(const Widget& widget, Lantern::RenderContext& co
         context.pop();
 }
 
+void ScenePainter::paintKept(const Widget& widget, WidgetLayer& layer, Lantern::RenderContext& context)
+{
+    Vecta::Transform turned = drawnTransformToParent(widget);
+    const Vecta::Vector2f place{turned.dx, turned.dy};
+    turned.dx = turned.dy = 0.f;
+    context.drawKept(layer.picture, place, WidgetRecords::of(widget).drawing.opacity.value(),
+                     [&widget, &turned](Lantern::RenderContext& inPicture) {
+                         inPicture.pushTransform(turned);
+                         paintContent(widget, inPicture);
+                         inPicture.pop();
+                     });
+}
+
 void ScenePainter::paintWidget(const Widget& widget, Lantern::RenderContext& context)
 {
     // Before anything is pushed: most widgets are outside of the area that is drawn.
     if (!isShown(widget) || !context.isVisible(reachOf(widget).inParent))
         return;
     const WidgetRecords& records = WidgetRecords::of(widget);
-    context.pushTransform(records.layout.transformToParent());
+    if (records.drawing.layer && records.drawing.layer->isKept) {
+        paintKept(widget, *records.drawing.layer, context);
+        return;
+    }
+    context.pushTransform(drawnTransformToParent(widget));
     const float opacity = records.drawing.opacity.value();
     const bool fades = opacity < 1.f;
     // Only what overlaps needs to be put together before it is faded.

@@ -8,6 +8,7 @@ class RenderContext;
 namespace Trellis
 {
 class Widget;
+struct WidgetLayer;
 
 /// Draws a tree of widgets: each one below its children, these from the bottom to the top. What is hidden, wholly
 /// transparent or outside the visible part of the context is not drawn.
@@ -22,6 +23,7 @@ public:
 
 private:
     static void paintContent(const Widget& widget, Lantern::RenderContext& context);
+    static void paintKept(const Widget& widget, WidgetLayer& layer, Lantern::RenderContext& context);
     static void paintWidget(const Widget& widget, Lantern::RenderContext& context);
     [[nodiscard]] static bool isShown(const Widget& widget);
     [[nodiscard]] static bool hasShownChildren(const Widget& widget);

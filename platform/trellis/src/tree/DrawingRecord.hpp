@@ -2,10 +2,13 @@
 
 #include "tree/RareAttributes.hpp"
 #include "tree/Reach.hpp"
+#include "tree/WidgetLayer.hpp"
 
 #include <Bedrock/Color.hpp>
 #include <Facet/AttributeT.hpp>
 #include <Vecta/Rect.hpp>
+
+#include <memory>
 
 namespace Trellis
 {
@@ -37,7 +40,10 @@ struct DrawingRecord
     Reach reach;
     Vecta::Rect drawnBounds; ///< scene area of the widget itself when it was last accounted for
     bool redrawQueued = false;
-    bool subtreeRedrawQueued = false; ///< what is in it moved along
+    bool ownRedrawQueued = false;       ///< its own appearance or size changed
+    bool subtreeRedrawQueued = false;   ///< what is in it moved along
+    bool keepsChildren = false;         ///< each child is drawn on whole pixels, and may be kept as a picture
+    std::unique_ptr<WidgetLayer> layer; ///< of a child of such a widget
 
     [[nodiscard]] bool clips() const { return overflow.value() == Overflow::Hidden; }
     /// Whether the attribute shows on the widget itself and nowhere else.

@@ -1,5 +1,6 @@
 #include "tree/Reach.hpp"
 
+#include "tree/DrawnPlace.hpp"
 #include "tree/WidgetRecords.hpp"
 
 #include <cmath>
@@ -42,7 +43,7 @@ const Reach& reachOf(const Widget& widget)
             if (const Vecta::Rect& inner = reachOf(*child).inParent; isFinite(inner))
                 reach.inside = reach.inside.united(inner);
         }
-    reach.inParent = records.layout.transformToParent().mapBounds(reach.inside);
+    reach.inParent = drawnTransformToParent(widget).mapBounds(reach.inside);
     return reach;
 }
 }

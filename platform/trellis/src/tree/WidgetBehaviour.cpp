@@ -161,6 +161,9 @@ void Widget::attributeChanged(Facet::Attribute& attribute)
         markReachStale(*this);
         WidgetEngines::current().appearanceChanged(*this, Redraw::Subtree);
     }
+    // What an overflow shows changes within the widget.
+    if (a == &drawing.overflow)
+        requestRedraw();
     // In the flow a widget takes the room that its scale shows.
     if (layout.shapesBox(attribute) || a == &drawing.overflow || (a == &layout.scale && m_parent))
         invalidateBox(*this);

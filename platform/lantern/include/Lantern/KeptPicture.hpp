@@ -1,0 +1,57 @@
+#pragma once
+
+#include <Bedrock/Export.hpp>
+
+#include <QImage>
+#include <QRect>
+#include <QRegion>
+
+#include <cstddef>
+#include <functional>
+
+namespace Lantern
+{
+class PictureStore;
+class RenderContext;
+
+/// What a group of drawings looks like on a transparent ground, kept from frame to frame in a PictureStore. All areas are
+/// whole pixels around the group's origin. Drawn by RenderContext::drawKept. Main thread only.
+class TAVOLA_EXPORT KeptPicture
+{
+public:
+    using Paint = std::function<void(RenderContext&)>;
+
+    /// `store` must outlive the picture.
+    explicit KeptPicture(PictureStore& store) : m_store(store) {}
+    ~KeptPicture();
+    KeptPicture(const KeptPicture&) = delete;
+    KeptPicture& operator=(const KeptPicture&) = delete;
+
+    /// The picture reaches at least over `area`. True when its bounds changed: it is then painted anew, in other pixels where a
+    /// text is rounded otherwise.
+    bool cover(const QRect& area);
+    [[nodiscard]] QRect bounds() const noexcept { return m_bounds; }
+    /// The area is painted anew when the picture is next drawn.
+    void damage(const QRect& area);
+    /// Frees the pixels.
+    void clear();
+
+    /// The pixels of `bounds`, brought up to date by `paint`, whose context begins at the group's origin. Null when the store
+    /// has no room for them.
+    [[nodiscard]] const QImage* pixels(const Paint& paint);
+    /// Paints the part `area` of a group into an image whose top left corner is at `corner`.
+    static void paintInto(QImage& image, QPoint corner, const QRegion& area, const Paint& paint);
+
+private:
+    /// Compares when pictures were drawn.
+    friend class PictureStore;
+
+    [[nodiscard]] std::size_t bytes() const;
+
+    PictureStore& m_store;
+    QRect m_bounds;
+    QImage m_image;
+    QRegion m_damage;
+    long m_lastDraw = 0;
+};
+}

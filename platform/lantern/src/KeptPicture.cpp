@@ -1,0 +1,93 @@
+#include <Lantern/KeptPicture.hpp>
+
+#include <Lantern/PainterContext.hpp>
+#include <Lantern/PictureStore.hpp>
+
+#include <QPainter>
+
+namespace Lantern
+{
+namespace
+{
+/// More rectangles cost more to keep apart than to paint together.
+constexpr int kMostDamageRects = 12;
+constexpr int kGrowthPx = 32;
+constexpr int kMostWaste = 4; ///< times the area that is needed
+
+qint64 areaOf(const QRect& rect)
+{
+    return qint64(rect.width()) * rect.height();
+}
+}
+
+KeptPicture::~KeptPicture()
+{
+    clear();
+}
+
+std::size_t KeptPicture::bytes() const
+{
+    return std::size_t(m_image.sizeInBytes());
+}
+
+void KeptPicture::clear()
+{
+    if (!m_image.isNull())
+        m_store.remove(*this, bytes());
+    m_image = {};
+    m_damage = {};
+}
+
+bool KeptPicture::cover(const QRect& area)
+{
+    const bool isWasteful = areaOf(area) * kMostWaste < areaOf(m_bounds);
+    if (m_bounds.contains(area) && !isWasteful)
+        return false;
+    // What grows goes on growing, in steps.
+    const int margin = m_bounds.isEmpty() || isWasteful ? 0 : kGrowthPx;
+    m_bounds = area.adjusted(-margin, -margin, margin, margin);
+    clear();
+    return true;
+}
+
+void KeptPicture::damage(const QRect& area)
+{
+    if (m_image.isNull() || area.isEmpty())
+        return;
+    m_damage += area;
+    if (m_damage.rectCount() > kMostDamageRects)
+        m_damage = m_damage.boundingRect();
+}
+
+const QImage* KeptPicture::pixels(const Paint& paint)
+{
+    if (m_bounds.isEmpty())
+        return nullptr;
+    if (m_image.isNull()) {
+        if (!m_store.makeRoom(std::size_t(areaOf(m_bounds)) * 4))
+            return nullptr;
+        m_image = QImage(m_bounds.size(), QImage::Format_ARGB32_Premultiplied);
+        m_store.add(*this, bytes());
+        m_damage = m_bounds;
+    }
+    m_lastDraw = ++m_store.m_draws;
+    if (const QRegion area = m_damage.intersected(m_bounds); !area.isEmpty())
+        paintInto(m_image, m_bounds.topLeft(), area, paint);
+    m_damage = {};
+    return &m_image;
+}
+
+void KeptPicture::paintInto(QImage& image, QPoint corner, const QRegion& area, const Paint& paint)
+{
+    QPainter painter(&image);
+    painter.setCompositionMode(QPainter::CompositionMode_Source);
+    const QRegion inImage = area.translated(-corner);
+    for (const QRect& rect : inImage)
+        painter.fillRect(rect, Qt::transparent);
+    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+    PainterContext context(painter, inImage);
+    context.pushTransform(Vecta::Transform::translation({float(-corner.x()), float(-corner.y())}));
+    paint(context);
+    context.pop();
+}
+}

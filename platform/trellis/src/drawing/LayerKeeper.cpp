@@ -1,0 +1,104 @@
+#include "drawing/LayerKeeper.hpp"
+
+#include "tree/DrawnPlace.hpp"
+#include "tree/WidgetEngines.hpp"
+#include "tree/WidgetRecords.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+namespace Trellis
+{
+namespace
+{
+bool hasMatrix(const WidgetLayer& layer, const Vecta::Transform& t)
+{
+    return layer.matrix[0] == t.m11 && layer.matrix[1] == t.m12 && layer.matrix[2] == t.m21 && layer.matrix[3] == t.m22;
+}
+
+bool isPlainBox(const Widget& widget, const Vecta::Transform& t)
+{
+    return widget.children().empty() && t.m11 == 1.f && t.m22 == 1.f && t.m12 == 0.f && t.m21 == 0.f;
+}
+}
+
+void LayerKeeper::keepChildrenOf(Widget& parent)
+{
+    WidgetRecords::of(parent).drawing.keepsChildren = true;
+    for (const auto& child : parent.children()) {
+        markReachStale(*child);
+        WidgetEngines::current().appearanceChanged(*child, Redraw::Subtree);
+    }
+}
+
+bool LayerKeeper::beginKeeping(Widget& widget)
+{
+    WidgetLayer& layer = *WidgetRecords::of(widget).drawing.layer;
+    layer.isWaiting = false;
+    layer.isKept = hasMatrix(layer, drawnTransformToScene(widget));
+    cover(widget);
+    return layer.isKept;
+}
+
+bool LayerKeeper::cover(Widget& root)
+{
+    WidgetLayer* const layer = WidgetRecords::of(root).drawing.layer.get();
+    if (!layer || !layer->isKept)
+        return false;
+    Vecta::Transform turned = drawnTransformToParent(root);
+    turned.dx = turned.dy = 0.f;
+    const Vecta::Rect reach = turned.mapBounds(reachOf(root).inside);
+    // Antialiased edges may colour a neighbouring pixel.
+    return layer->picture.cover(QRectF(reach.x, reach.y, reach.width, reach.height).toAlignedRect().adjusted(-1, -1, 1, 1));
+}
+
+Vecta::Rect LayerKeeper::sceneReach(const Widget& widget)
+{
+    return drawnTransformToScene(*widget.parent()).mapBounds(reachOf(widget).inParent);
+}
+
+void LayerKeeper::wait(Widget& widget, WidgetLayer& layer)
+{
+    if (layer.isWaiting)
+        return;
+    layer.isWaiting = true;
+    m_waiting.push_back(&widget);
+}
+
+WidgetLayer* LayerKeeper::update(Widget& widget, const Vecta::Transform& toScene, bool shows, bool isPlain)
+{
+    DrawingRecord& drawing = WidgetRecords::of(widget).drawing;
+    if (!drawing.layer)
+        drawing.layer = std::make_unique<WidgetLayer>(m_store);
+    WidgetLayer& layer = *drawing.layer;
+    const Vecta::Rect& reach = reachOf(widget).inParent;
+    const bool isFinite = std::isfinite(toScene.dx + toScene.dy + reach.x + reach.y + reach.width + reach.height);
+    const bool canBeKept = shows && isPlain && isFinite && !reach.isEmpty() && !isPlainBox(widget, toScene)
+        && reach.width * reach.height * 4.f <= float(m_store.budgetBytes());
+    if (!canBeKept || !hasMatrix(layer, toScene)) {
+        layer.isKept = false;
+        layer.picture.clear();
+        layer.matrix[0] = toScene.m11;
+        layer.matrix[1] = toScene.m12;
+        layer.matrix[2] = toScene.m21;
+        layer.matrix[3] = toScene.m22;
+    }
+    if (!canBeKept)
+        return nullptr;
+    if (!layer.isKept) {
+        wait(widget, layer);
+        return nullptr;
+    }
+    if (layer.clips != drawing.clips())
+        layer.picture.clear(); // children reach further, or less far, without having changed
+    return &layer;
+}
+
+void LayerKeeper::drop(Widget& widget)
+{
+    DrawingRecord& drawing = WidgetRecords::of(widget).drawing;
+    if (drawing.layer && drawing.layer->isWaiting)
+        m_waiting.erase(std::find(m_waiting.begin(), m_waiting.end(), &widget));
+    drawing.layer.reset();
+}
+}

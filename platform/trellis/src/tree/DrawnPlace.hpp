@@ -1,0 +1,18 @@
+#pragma once
+
+#include <Vecta/Transform.hpp>
+
+namespace Trellis
+{
+class Widget;
+
+// Where widgets are drawn, by the layout as it stands. Children of a widget whose children are kept as pictures stand on
+// whole pixels, kept or not, so that moving one changes none of its pixels. Everything else is drawn where it is.
+
+/// Whether the widget is drawn on whole pixels, and may be kept as a picture.
+[[nodiscard]] bool isLayerRoot(const Widget& widget);
+[[nodiscard]] Vecta::Transform drawnTransformToParent(const Widget& widget);
+[[nodiscard]] Vecta::Transform drawnTransformToScene(const Widget& widget);
+/// The nearest layer root of the widget and its ancestors, or null.
+[[nodiscard]] Widget* layerRootOf(Widget& widget);
+}
