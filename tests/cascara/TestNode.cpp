@@ -2,7 +2,8 @@
 
 namespace CascaraTest
 {
-TestNode::TestNode(const char* type, const char* id) : Cascara::Styleable(static_cast<Facet::Node&>(*this))
+TestNode::TestNode(const char* type, const char* id, Cascara::StylePlace place)
+    : Cascara::Styleable(static_cast<Facet::Node&>(*this), place)
 {
     setCSSType(type);
     setCSSId(id);
@@ -37,6 +38,14 @@ TestNode& StyleFixture::add(const char* parent, const char* type, const char* id
             node->addCSSClass(name);
     if (*parent)
         node->setStyleParent(nodes.at(parent).get());
+    return *node;
+}
+
+TestNode& StyleFixture::attach(const char* parent, const char* type, const char* id)
+{
+    auto& node = nodes[id];
+    node = std::make_unique<TestNode>(type, id, Cascara::StylePlace::Attached);
+    node->setStyleParent(nodes.at(parent).get());
     return *node;
 }
 

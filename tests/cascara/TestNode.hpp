@@ -16,7 +16,7 @@ namespace CascaraTest
 class TestNode : public Facet::Node, public Cascara::Styleable
 {
 public:
-    explicit TestNode(const char* type = "Node", const char* id = "");
+    explicit TestNode(const char* type = "Node", const char* id = "", Cascara::StylePlace place = Cascara::StylePlace::Sibling);
     /// One whose maker does not say when it is complete.
     TestNode(Cascara::Styleable& parent, const char* type);
 
@@ -45,6 +45,8 @@ public:
 
     /// Adds a node under `parent` (an id; empty for a root).
     TestNode& add(const char* parent, const char* type, const char* id, const char* classes = "");
+    /// As above, but one that is attached and no sibling.
+    TestNode& attach(const char* parent, const char* type, const char* id);
     TestNode& operator[](const std::string& id) { return *nodes.at(id); }
     /// Adds a sheet named "test.css".
     void sheet(const char* css) { engine.addStyleSheet(QString::fromUtf8(css), QStringLiteral("test.css")); }

@@ -426,6 +426,7 @@ TEST_CASE("node: the observer of its attributes receives each one that is added 
     struct Observer final : Facet::AttributeObserver
     {
         void attributeAdded(Facet::Attribute& attribute) override { names += attribute.name(); }
+        void attributeValueGiven(Facet::Attribute&) override {}
         QByteArray names;
     };
     Node node;
@@ -436,4 +437,32 @@ TEST_CASE("node: the observer of its attributes receives each one that is added 
     node.setAttributeObserver(nullptr);
     Facet::AttributeT<float> depth(&node, "depth");
     CHECK(observer.names == "height");
+}
+
+TEST_CASE("node: the observer of its attributes receives values that are given, whether they show or not, when it wants them")
+{
+    struct Observer final : Facet::AttributeObserver
+    {
+        void attributeAdded(Facet::Attribute&) override {}
+        void attributeValueGiven(Facet::Attribute& attribute) override { texts += attribute.givenText() + QLatin1Char(' '); }
+        QString texts;
+    };
+    Node node;
+    Observer observer;
+    Facet::AttributeT<float> width(&node, "width", 1.f);
+    node.setAttributeObserver(&observer);
+    width.setValue(7.f);
+    CHECK(observer.texts.isEmpty());
+    Facet::AttributeObserver::setReceivesValues(true);
+    width.clearValue(Facet::kUserLayer);
+    width.setValue(5.f, Facet::kStyleLayer); // is not given, but styled
+    width.setValue(2.f, Facet::kDefaultLayer);
+    width.setValue(5.f);
+    width.setValue(5.f);
+    width.clearValue(Facet::kStyleLayer);
+    width.clearValue(Facet::kUserLayer);
+    Facet::AttributeObserver::setReceivesValues(false);
+    width.setValue(9.f);
+    CHECK(observer.texts == QStringLiteral("1 2 5 2 "));
+    node.setAttributeObserver(nullptr);
 }

@@ -75,6 +75,14 @@ void Attribute::setHiddenValue(void* value)
     m_hidesValue = value ? 1 : 0;
 }
 
+bool Attribute::s_observersReceiveValues = false;
+
+void Attribute::reportToObserver()
+{
+    if (m_host && m_host->m_attributeObserver)
+        m_host->m_attributeObserver->attributeValueGiven(*this);
+}
+
 void Attribute::notifyChanged()
 {
     if (!m_hasListeners) {

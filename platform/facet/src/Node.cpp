@@ -222,6 +222,11 @@ bool Node::makeRareAttributes(int)
 
 void Node::attributeChanged(Attribute&) {}
 
+void AttributeObserver::setReceivesValues(bool on) noexcept
+{
+    Attribute::s_observersReceiveValues = on;
+}
+
 void Node::addAttribute(Attribute& attribute)
 {
     m_attributes.add(attribute);

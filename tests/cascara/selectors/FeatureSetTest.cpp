@@ -36,6 +36,7 @@ TEST_CASE("feature set: no selector that matches is ever ruled out")
     int ruledOut = 0;
     for (int round = 0; round < 20000; ++round) {
         std::vector<NodeFeatures> nodes(std::size_t(2 + below(5)));
+        std::vector<NodeFeatures> siblings(nodes.size()); // one before each
         for (std::size_t i = 0; i < nodes.size(); ++i) {
             nodes[i].type = below(4);
             nodes[i].id = below(4);
@@ -44,11 +45,15 @@ TEST_CASE("feature set: no selector that matches is ever ruled out")
             if (below(2) == 0)
                 nodes[i].pseudoClasses.push_back(below(3));
             nodes[i].parent = i > 0 ? &nodes[i - 1] : nullptr;
+            siblings[i].type = below(4);
+            siblings[i].classes = {below(6)};
+            siblings[i].parent = nodes[i].parent;
+            nodes[i].previous = &siblings[i];
         }
         Selector selector;
         for (int k = 1 + below(3); k > 0; --k) {
             Selector::Part part;
-            part.toLeft = below(2) == 0 ? Combinator::Child : Combinator::Descendant;
+            part.toLeft = Combinator(below(4));
             for (int f = below(3); f > 0; --f)
                 part.compound.features.push_back({Kind(below(4)), below(6)});
             selector.parts.push_back(part);

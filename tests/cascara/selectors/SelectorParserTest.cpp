@@ -11,6 +11,8 @@ using namespace Cascara;
 
 namespace
 {
+std::string written(const Selector& selector);
+
 std::string written(const Compound& compound)
 {
     std::string text;
@@ -18,13 +20,33 @@ std::string written(const Compound& compound)
         const char* const marks[] = {"", "#", ".", ":"};
         text += marks[int(feature.kind)] + Facet::NameTable::instance().name(feature.name).toStdString();
     }
-    for (const auto& negation : compound.negations) {
-        text += ":not(";
-        for (const Compound& inner : negation)
-            text += (&inner == &negation.front() ? "" : ",") + written(inner);
+    for (const AttributeTest& test : compound.attributes) {
+        const char* const marks[] = {"", "=", "~=", "|=", "^=", "$=", "*="};
+        text += "[" + Facet::NameTable::instance().name(test.name).toStdString() + marks[int(test.comparison)]
+            + test.value.toStdString() + (test.caseSensitivity == Qt::CaseInsensitive ? " i]" : "]");
+    }
+    for (const PositionTest& test : compound.positions) {
+        if (test.position == Feature::Count)
+            text += ":nth(" + std::to_string(test.step) + "," + std::to_string(test.offset) + ")";
+        else
+            text += test.position == Feature::First ? ":first" : ":last";
+    }
+    for (const Alternatives& list : compound.alternatives) {
+        text += list.isNegation ? ":not(" : ":is(";
+        for (const Selector& inner : list.selectors)
+            text += (&inner == &list.selectors.front() ? "" : ",") + written(inner);
         text += ")";
     }
     return text.empty() ? "*" : text;
+}
+
+std::string written(const Selector& selector)
+{
+    const char* const marks[] = {" << ", " < ", " + ", " ~ "};
+    std::string text;
+    for (std::size_t i = 0; i < selector.parts.size(); ++i)
+        text += (i == 0 ? "" : marks[int(selector.parts[i - 1].toLeft)]) + written(selector.parts[i].compound);
+    return text;
 }
 
 /// What the parser made of the selectors, from right to left, or its error in brackets.
@@ -36,15 +58,10 @@ std::string parsed(const char* css)
     if (!parser.parseList(selectors))
         return "[" + std::to_string(parser.error().column) + ": " + parser.error().text.toStdString() + "]";
     std::string text;
-    for (const Selector& selector : selectors) {
-        if (!text.empty())
-            text += " | ";
-        for (std::size_t i = 0; i < selector.parts.size(); ++i) {
-            text += written(selector.parts[i].compound);
-            if (i + 1 < selector.parts.size())
-                text += selector.parts[i].toLeft == Combinator::Child ? " < " : " << ";
-        }
-    }
+    for (const Selector& selector : selectors)
+        text += (text.empty() ? "" : " | ") + written(selector);
+    for (const StyleSheetError& error : parser.listErrors())
+        text += " [" + std::to_string(error.column) + ": " + error.text.toStdString() + "]";
     return text;
 }
 }
@@ -72,8 +89,47 @@ TEST_CASE("selector parser: takes a list apart into compounds, from right to lef
         {"", "[1: expected a selector]"},
         {"A >", "[4: expected a selector]"},
         {"A,", "[3: expected a selector]"},
-        {"A + B", "[3: the combinator '+' is not supported]"},
-        {"A[x]", "[2: attribute selectors are not supported]"},
+        {"A + B", "B + A"},
+        {"A~B", "B ~ A"},
+        {"A + B ~ C > D E", "E << D < C ~ B + A"},
+        {"A B+C, D", "C + B << A | D"},
+        {"A ++ B", "[4: expected a selector, got '+']"},
+        {"+ A", "[1: expected a selector, got '+']"},
+        {"A |B", "[3: unexpected '|' in a selector]"},
+        {"A[x]", "A[x]"},
+        {"[ x = y ]", "[x=y]"},
+        {"[x=\"a b\" i].c", ".c[x=a b i]"},
+        {"[x=y S]", "[x=y]"},
+        {"[x~=y][x|=y][x^=y][x$=y][x*=y]", "[x~=y][x|=y][x^=y][x$=y][x*=y]"},
+        {"[]", "[2: expected an attribute name after '[']"},
+        {"[x", "[3: expected ']', '=', '~=', '|=', '^=', '$=' or '*=' after the attribute name]"},
+        {"[x!=y]", "[3: expected ']', '=', '~=', '|=', '^=', '$=' or '*=' after the attribute name]"},
+        {"[x~y]", "[3: expected ']', '=', '~=', '|=', '^=', '$=' or '*=' after the attribute name]"},
+        {"[x=1]", "[4: expected a name or a text in quotes after '=']"},
+        {"[x=y z]", "[6: expected 'i', 's' or ']' after the value]"},
+        {"[x=y i z]", "[8: expected ']']"},
+        {":is(A, .b > C):not(D E, F + G)", ":is(A,C < .b):not(E << D,G + F)"},
+        {":IS(A)", ":is(A)"},
+        {":is()", ":is()"},
+        {":is(A, :nth-child(x), B)",
+         ":is(A,B) [19: expected 'odd', 'even', a number or a form like '2n+1' in ':nth-child()'; it is left out of ':is()']"},
+        {":is(A)>B", "B < :is(A)"},
+        {":is(A B", "[8: expected ',' or ')']"},
+        {":not()", "[6: expected a selector]"},
+        {":not(A, )", "[9: expected a selector]"},
+        {":first-child:Last-Child", ":first:last"},
+        {":nth-child(odd):nth-child(EVEN)", ":nth(2,1):nth(2,0)"},
+        {":nth-child( 3 )", ":nth(0,3)"},
+        {":nth-child(+3):nth-child(-3)", ":nth(0,3):nth(0,-3)"},
+        {":nth-child(n):nth-child(-n+3):nth-child(+n)", ":nth(1,0):nth(-1,3):nth(1,0)"},
+        {":nth-child(2n+1):nth-child(2N - 1):nth-child(-2n -3)", ":nth(2,1):nth(2,-1):nth(-2,-3)"},
+        {":nth-child(2n+ 1):nth-child(2n +1):nth-child(0n+5)", ":nth(2,1):nth(2,1):nth(0,5)"},
+        {":nth-child(99999999999n)", ":nth(100000000,0)"},
+        {":nth-child(2n + -1)", "[12: expected 'odd', 'even', a number or a form like '2n+1' in ':nth-child()']"},
+        {":nth-child(+ n)", "[12: expected 'odd', 'even', a number or a form like '2n+1' in ':nth-child()']"},
+        {":nth-child(1.5)", "[12: expected 'odd', 'even', a number or a form like '2n+1' in ':nth-child()']"},
+        {":nth-child()", "[12: expected 'odd', 'even', a number or a form like '2n+1' in ':nth-child()']"},
+        {":nth-last-child(1)", "[2: the pseudo-class ':nth-last-child()' is not supported]"},
         {"A::b", "[3: pseudo-elements are not supported]"},
     };
     for (const Row& row : rows) {
@@ -82,7 +138,7 @@ TEST_CASE("selector parser: takes a list apart into compounds, from right to lef
     }
 }
 
-TEST_CASE("selector parser: counts ids, classes with pseudo-classes, and types, and the highest of a negation")
+TEST_CASE("selector parser: counts ids, classes with attributes and pseudo-classes, and types, and the highest of a list")
 {
     struct Row
     {
@@ -95,6 +151,12 @@ TEST_CASE("selector parser: counts ids, classes with pseudo-classes, and types, 
         {"#a.b:c D", {1, 2, 1}},
         {"A:not(#x, .y.z)", {1, 0, 1}},
         {"A:not(B):not(.c)", {0, 1, 2}},
+        {"A + B ~ C", {0, 0, 3}},
+        {"[x][y=z]", {0, 2, 0}},
+        {":first-child:nth-child(2n)", {0, 2, 0}},
+        {":is(A, #b .c, .d)", {1, 1, 0}},
+        {":not(A B, C)", {0, 0, 2}},
+        {":is()", {0, 0, 0}},
     };
     for (const Row& row : rows) {
         INFO(row.css);

@@ -31,9 +31,24 @@ Change setType(const char* id, const char* name)
 {
     return [=](StyleFixture& f) { f[id].setCSSType(name); };
 }
+Change text(const char* id, const char* value)
+{
+    return [=](StyleFixture& f) {
+        f[id].text = QString::fromUtf8(value);
+        f.engine.finishStyling();
+    };
+}
 Change move(const char* id, const char* parent)
 {
     return [=](StyleFixture& f) { f[id].setStyleParent(*parent ? &f[parent] : nullptr); };
+}
+/// Takes the node out and adds it again, as the last child.
+Change addAgain(const char* id, const char* parent)
+{
+    return [=](StyleFixture& f) {
+        f[id].setStyleParent(nullptr);
+        f[id].setStyleParent(&f[parent]);
+    };
 }
 }
 
@@ -89,7 +104,7 @@ TEST_CASE("selector: matches what it says, before and after a change")
         {"Panel > Panel Button", "send stop", move("send", "note"), "stop"},
     };
     for (const Row& row : rows) {
-        INFO(row.selector);
+        INFO(std::string(row.selector));
         StyleFixture fixture;
         fixture.add("", "Root", "root");
         fixture.add("root", "Panel", "tray", "dark");
@@ -102,6 +117,183 @@ TEST_CASE("selector: matches what it says, before and after a change")
         row.change(fixture);
         CHECK(fixture.styled() == row.matchesAfter);
     }
+}
+
+TEST_CASE("selector: siblings count in the order in which they were added, as nodes come and go")
+{
+    struct Row
+    {
+        const char* selector;
+        const char* matches;
+        Change change;
+        const char* matchesAfter;
+    };
+    // root (Root) > a (N), b (N .x), c (M), d (N); c > e (N), f (N); an attached node below root
+    const Change destroyB = [](StyleFixture& f) { f.nodes.erase("b"); };
+    const Change destroyA = [](StyleFixture& f) { f.nodes.erase("a"); };
+    const Row rows[] = {
+        {"N + N", "b f", destroyA, "f"},
+        {"N + N", "b f", move("c", ""), "b d f"},
+        {"N + N", "b f", move("e", "root"), "b e"},
+        {"N+M", "c", destroyB, "c"},
+        {".x + M", "c", removeClass("b", "x"), ""},
+        {".x + M > N", "e f", removeClass("b", "x"), ""},
+        {".x + M > N", "e f", move("b", ""), ""},
+        {".x + M > N", "e f", addClass("a", "x"), "e f"},
+        {".x ~ N", "d", addClass("a", "x"), "b d"},
+        {".x ~ N", "d", destroyB, ""},
+        {".x ~ *", "c d", addAgain("b", "root"), ""},
+        {"N ~ M N", "e f", setType("b", "M"), "e f"},
+        {"N ~ N ~ N", "d", destroyA, ""},
+        {"M + N ~ N", "", addAgain("a", "root"), "a"},
+        {"Root > :first-child", "a", destroyA, "b"},
+        {"Root > :last-child", "d", addAgain("a", "root"), "a"},
+        {"Root > :last-child", "d", move("d", ""), "c"},
+        {"Root > :last-child", "d", setType("root", "X"), ""},
+        {":first-child + *", "b f", destroyA, "c f"},
+        {":first-child:last-child", "root", move("f", ""), "e f root"},
+        {"Root > :nth-child(2)", "b", destroyA, "c"},
+        {"Root > :nth-child(2n+1)", "a c", destroyA, "b d"},
+        {"Root > :nth-child(even)", "b d", move("b", ""), "c"},
+        {"Root > :nth-child(-n+2)", "a b", move("a", ""), "b c"},
+        {"Root > :nth-child(-2n+3)", "a c", addAgain("a", "root"), "b d"},
+        {"Root > :nth-child(n+3)", "c d", destroyB, "d"},
+        {"Root > :nth-child(0)", "", destroyB, ""},
+        {"Root > :nth-child(3) N", "e f", destroyB, ""},
+        {"Root > :not(:first-child, :last-child)", "attached b c", destroyA, "attached c"},
+        {":is(N, M) + :is(.x, M)", "b c", removeClass("b", "x"), "c"},
+        {":is(.x + M) N", "e f", removeClass("b", "x"), ""},
+        {":is(Root > N, M > N:first-child)", "a b d e", move("e", ""), "a b d f"},
+        {"N:not(Root > *)", "e f", move("d", ""), "d e f"},
+        {"N:not(:is(.x, :first-child))", "d f", addClass("f", "x"), "d"},
+        {"M :is(:last-child)", "f", move("f", ""), "e"},
+        {"Node:first-child", "", setType("attached", "N"), ""},
+        {"Root > *", "a attached b c d", destroyA, "attached b c d"},
+        {":root", "", pseudo("root", "root", true), "root"},
+        {":root > N", "", pseudo("root", "root", true), "a b d"},
+    };
+    for (const Row& row : rows) {
+        INFO(std::string(row.selector));
+        StyleFixture fixture;
+        fixture.add("", "Root", "root");
+        fixture.add("root", "N", "a");
+        fixture.add("root", "N", "b", "x");
+        fixture.attach("root", "Node", "attached");
+        fixture.add("root", "M", "c");
+        fixture.add("root", "N", "d");
+        fixture.add("c", "N", "e");
+        fixture.add("c", "N", "f");
+        fixture.sheet((std::string(row.selector) + " { width: 1 }").c_str());
+        CHECK(fixture.styled() == row.matches);
+        row.change(fixture);
+        CHECK(fixture.styled() == row.matchesAfter);
+        // Whatever the nodes were before, a fresh computation gives the same.
+        for (const auto& [id, node] : fixture.nodes)
+            node->updateStyle();
+        CHECK(fixture.styled() == row.matchesAfter);
+    }
+}
+
+TEST_CASE("selector: attributes are compared by what the code gave them, and ids as \"id\"")
+{
+    struct Row
+    {
+        const char* selector;
+        const char* matches;
+        Change change;
+        const char* matchesAfter;
+    };
+    // root > a (text "one two"), b (text "de-AT"), c (no text given)
+    const Row rows[] = {
+        {"[text]", "a b c root", text("a", ""), "a b c root"},
+        {"[nosuch]", "", text("a", "x"), ""},
+        {"[text=\"\"]", "c root", text("a", ""), "a c root"},
+        {"[text=\"one two\"]", "a", text("a", "one"), ""},
+        {"[text=\"ONE two\"]", "", text("c", "ONE two"), "c"},
+        {"[text=\"ONE two\" i]", "a", text("a", "x"), ""},
+        {"[text~=two]", "a", text("b", "two"), "a b"},
+        {"[text~=tw]", "", text("b", "a tw"), "b"},
+        {"[text~=\"one two\"]", "", text("b", "one two"), ""},
+        {"[text~=\"\"]", "", text("b", ""), ""},
+        {"[text|=de]", "b", text("a", "de"), "a b"},
+        {"[text|=de]", "b", text("a", "deu"), "b"},
+        {"[text^=one]", "a", text("c", "one"), "a c"},
+        {"[text^=\"\"]", "", text("c", "one"), ""},
+        {"[text$=AT]", "b", text("b", "de"), ""},
+        {"[text*=\"e t\"]", "a", text("a", "et"), ""},
+        {"[text*=\"\"]", "", text("a", "et"), ""},
+        {"[width=\"0\"]", "a b c root", text("a", "et"), "a b c root"},
+        {"[text=x] + *", "", text("a", "x"), "b"},
+        {"[text=x] ~ :not([text=\"\"])", "", text("a", "x"), "b"},
+        {"[text=x] > *", "", text("root", "x"), "a b c"},
+        {":is([text=x] *, [text|=de])", "b", text("root", "x"), "a b c"},
+        {"[id]", "a b c root", setId("a", ""), "b c root"},
+        {"[id^=a]", "a", setId("b", "ab"), "a b"},
+        {"[id=a] + [id]", "b", setId("a", "x"), ""},
+    };
+    for (const Row& row : rows) {
+        INFO(std::string(row.selector));
+        StyleFixture fixture;
+        fixture.add("", "Root", "root");
+        fixture.add("root", "N", "a").text = QStringLiteral("one two");
+        fixture.add("root", "N", "b").text = QStringLiteral("de-AT");
+        fixture.add("root", "N", "c");
+        fixture.sheet((std::string(row.selector) + " { width: 1 }").c_str());
+        CHECK(fixture.styled() == row.matches);
+        row.change(fixture);
+        CHECK(fixture.styled() == row.matchesAfter);
+    }
+}
+
+TEST_CASE("selector: what a style sheet gives an attribute changes no match, what the code gives below it does")
+{
+    StyleFixture fixture;
+    auto& node = fixture.add("", "N", "n");
+    fixture.sheet("[text=\"\"] { text: styled; width: 1 } [text=given] { height: 1 }");
+    fixture.engine.finishStyling();
+    CHECK(node.text == QStringLiteral("styled"));
+    CHECK(node.width == 1.f);
+    node.text = QStringLiteral("styled"); // the same shows
+    fixture.engine.finishStyling();
+    CHECK(node.width == 0.f);
+    node.text.setValue(QStringLiteral("given"), Facet::kDefaultLayer);
+    fixture.engine.finishStyling();
+    CHECK(node.height == 0.f);
+    node.text.clearValue(Facet::kUserLayer);
+    fixture.engine.finishStyling();
+    CHECK(node.height == 1.f);
+}
+
+TEST_CASE("selector: a changed attribute waits for the styles to be finished, and restyles what it can reach")
+{
+    StyleFixture fixture;
+    fixture.add("", "Root", "root");
+    for (const char* id : {"a", "b", "c", "d"})
+        fixture.add("root", "N", id);
+    fixture.sheet("[text=x] + N { width: 1 } [list] { height: 1 }");
+    fixture["a"].text = QStringLiteral("y");
+    fixture["a"].text = QStringLiteral("x");
+    fixture["b"].height = 4.f;
+    CHECK(fixture.styled().empty());
+    CHECK(fixture.engine.isStylingUnfinished());
+    CHECK(CascaraTest::restyledBy([&] { fixture.engine.finishStyling(); }) == 1);
+    CHECK(fixture.styled() == "b");
+    fixture.engine.clearStyleSheets();
+    fixture["a"].text = QStringLiteral("z");
+    CHECK_FALSE(fixture.engine.isStylingUnfinished());
+}
+
+TEST_CASE("selector: an attribute that comes late is found by selectors when styles are finished")
+{
+    StyleFixture fixture;
+    auto& root = fixture.add("", "Root", "root");
+    fixture.add("root", "N", "a");
+    fixture.add("root", "N", "b");
+    fixture.sheet("[tested-late] ~ N { width: 1 }");
+    const Facet::AttributeT<float> late(&fixture["a"], "tested-late");
+    CHECK(root.styleChildren().size() == 2);
+    fixture.engine.finishStyling();
+    CHECK(fixture.styled() == "b");
 }
 
 TEST_CASE("selector: the more specific one wins, and of equals the later one")

@@ -62,14 +62,41 @@ TEST_CASE("invalidation: a change restyles only what some selector lets it reach
         {"#a Text { width: 1 }", [](StyleFixture& f) { f["panel"].setCSSId("a"); }, 3},
         {"Box Text { width: 1 }", [](StyleFixture& f) { f["panel"].setCSSType("Box"); }, 3},
         {"Panel Text { width: 1 }", [](StyleFixture& f) { f["panel"].setCSSType("Box"); }, 3},
+        {".x + Button { width: 1 }", addClass("b1", "x"), 1},
+        {".x + Button { width: 1 }", addClass("b3", "x"), 0},
+        {".x + * + Button { width: 1 }", addClass("b1", "x"), 1},
+        {".x ~ Text { width: 1 }", addClass("b1", "x"), 3},
+        {".x ~ Text { width: 1 }", addClass("t2", "x"), 1},
+        {".x ~ * Button { width: 1 }", addClass("panel", "x"), 2},
+        {".x + Panel > Button { width: 1 }", addClass("panel", "x"), 2},
+        {".x > Button + Text { width: 1 }", addClass("panel", "x"), 3},
+        {":is(.x, .y) Text { width: 1 }", addClass("panel", "x"), 3},
+        {"Panel :is(.x > Text, Image) { width: 1 }", addClass("panel", "x"), 3},
+        {"Text:is(.x > *) { width: 1 }", addClass("panel", "x"), 3},
+        {":not(.x + *) > Text { width: 1 }", addClass("root", "x"), 0},
+        {"Text:not(.x Text) { width: 1 }", addClass("root", "x"), 3},
+        {"Button:first-child { width: 1 }", addClass("b1", "x"), 0},
+        {"Button:first-child { width: 1 }", [](StyleFixture& f) { f["b3"].setStyleParent(nullptr); }, 1},
+        {"Button:first-child { width: 1 }", [](StyleFixture& f) { f["b1"].setStyleParent(nullptr); }, 2},
+        {"Panel:first-child Button { width: 1 }", [](StyleFixture& f) { f["panel"].setStyleParent(nullptr); }, 9},
+        {"Text:last-child { width: 1 }", [](StyleFixture& f) { f["b1"].setStyleParent(nullptr); }, 1},
+        {"Text:last-child { width: 1 }", [](StyleFixture& f) { f["t3"].setStyleParent(nullptr); }, 2},
+        {"Text:last-child { width: 1 }", [](StyleFixture& f) { f["b1"].setStyleParent(&f["other"]); }, 2},
+        {"*:nth-child(2n) { width: 1 }", [](StyleFixture& f) { f["t2"].setStyleParent(nullptr); }, 2},
+        {"*:nth-child(2n) { width: 1 }", [](StyleFixture& f) { f["b1"].setStyleParent(nullptr); }, 6},
+        {".big + Button { width: 1 }", [](StyleFixture& f) { f["t1"].setStyleParent(nullptr); }, 2},
+        {".big ~ Text { width: 1 }", [](StyleFixture& f) { f["b1"].setStyleParent(nullptr); }, 6},
+        {"[id=\"a\"] { width: 1 }", [](StyleFixture& f) { f["b1"].setCSSId("a"); }, 1},
+        {"[text] { width: 1 }", [](StyleFixture& f) { f["b1"].setCSSId("a"); }, 0},
         {".x { width: 1 }", [](StyleFixture& f) { f["panel"].setStyleParent(nullptr); }, 7},
         {".x { width: 1 }", [](StyleFixture& f) { f["panel"].setStyleParent(&f["root"]); }, 0},
         {".x { width: 1 }", [](StyleFixture& f) { f["panel"].updateStyle(); }, 7},
     };
     int number = 0;
     for (const Row& row : rows) {
-        CAPTURE(++number);
-        INFO(row.css);
+        ++number;
+        CAPTURE(number);
+        INFO(std::string(row.css));
         StyleFixture fixture;
         fixture.add("", "Root", "root");
         fixture.add("root", "Panel", "panel");
@@ -189,17 +216,17 @@ TEST_CASE("invalidation: the index names what a feature reaches, at its own node
         return Feature{Feature::Kind::Class, Facet::NameTable::instance().number(QByteArray(name))};
     };
     CHECK(index.reachesSelf(cssClass("a")));
-    CHECK(index.reachBelow(cssClass("a")) == nullptr);
+    CHECK(index.reachOthers(cssClass("a")) == nullptr);
     CHECK_FALSE(index.reachesSelf(cssClass("b")));
     std::vector<int> depths;
-    REQUIRE(index.reachBelow(cssClass("b")));
-    for (const auto& reach : *index.reachBelow(cssClass("b")))
-        depths.push_back(reach.depth);
-    CHECK(depths == std::vector<int>{1, 2, 0}); // each once, and 0 for any
-    REQUIRE(index.reachBelow(cssClass("e")));
-    CHECK(index.reachBelow(cssClass("e"))->size() == 1);
-    CHECK(index.reachBelow(cssClass("x")) == nullptr);
+    REQUIRE(index.reachOthers(cssClass("b")));
+    for (const auto& reach : *index.reachOthers(cssClass("b")))
+        depths.push_back(reach.levels);
+    CHECK(depths == std::vector<int>{1, 2, InvalidationIndex::Reach::kAny}); // each once
+    REQUIRE(index.reachOthers(cssClass("e")));
+    CHECK(index.reachOthers(cssClass("e"))->size() == 1);
+    CHECK(index.reachOthers(cssClass("x")) == nullptr);
     index.build({});
     CHECK_FALSE(index.reachesSelf(cssClass("a")));
-    CHECK(index.reachBelow(cssClass("b")) == nullptr);
+    CHECK(index.reachOthers(cssClass("b")) == nullptr);
 }

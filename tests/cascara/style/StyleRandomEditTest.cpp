@@ -16,6 +16,11 @@ const char* const kIds[] = {"", "", "", "one", "two", "three"};
 const char* const kClasses[] = {"a", "b", "c", "d", "e", "f"};
 const char* const kPseudoClasses[] = {"hover", "drop", "off"};
 
+const char* const kCombinators[] = {" ", " ", " > ", " > ", " + ", " ~ "};
+const char* const kPositions[] = {":first-child", ":last-child", ":nth-child(2n+1)", ":nth-child(3)", ":nth-child(-n+2)"};
+const char* const kTexts[] = {"", "x", "x y", "X-y"};
+const char* const kAttributeTests[] = {"[text]", "[text=\"\"]", "[text|=x i]", "[text~=y]", "[id]", "[id^=t]", "[list*=none]"};
+
 /// A tree that is edited at random. The expectation is a copy of it, built from nothing.
 class Editor
 {
@@ -29,7 +34,7 @@ public:
     void edit(Cascara::StyleEngine& engine)
     {
         TestNode& node = *m_nodes[std::size_t(number(int(m_nodes.size())))];
-        switch (number(12)) {
+        switch (number(14)) {
         case 0:
         case 1:
         case 2: node.addCSSClass(pick(kClasses)); break;
@@ -41,6 +46,13 @@ public:
         case 8: node.setCSSId(pick(kIds)); break;
         case 9: moveNode(node); break;
         case 10: node.setCSSType(pick(kTypes)); break;
+        case 12: node.text = QString::fromUtf8(pick(kTexts)); break;
+        case 13:
+            if (number(2) == 0)
+                node.text.clearValue(Facet::kUserLayer);
+            else
+                moveNode(node);
+            break;
         case 11:
             if (number(2) == 0)
                 addNode();
@@ -74,9 +86,10 @@ public:
     }
 
     /// Compares each node with one of the same features and place that was never changed.
-    void check() const
+    void check(Cascara::StyleEngine& engine) const
     {
-        std::map<const Cascara::Styleable*, std::unique_ptr<TestNode>> fresh;
+        engine.finishStyling();
+        Copies fresh;
         for (const auto& node : m_nodes) {
             auto& copy = fresh[node.get()];
             copy = std::make_unique<TestNode>(node->cssType().constData(), node->cssId().constData());
@@ -84,10 +97,12 @@ public:
                 copy->addCSSClass(name);
             for (const QByteArray& name : node->pseudoClasses())
                 copy->setPseudoClass(name, true);
+            if (node->text.hasValue(Facet::kUserLayer))
+                copy->text = node->text.value();
         }
         for (const auto& node : m_nodes)
-            if (node->styleParent())
-                fresh[node.get()]->setStyleParent(fresh.at(node->styleParent()).get());
+            if (!node->styleParent())
+                addCopies(*node, fresh);
         int differences = 0;
         for (const auto& node : m_nodes) {
             TestNode& copy = *fresh[node.get()];
@@ -105,6 +120,16 @@ public:
     [[nodiscard]] int styledNodes() const { return m_styled; }
 
 private:
+    using Copies = std::map<const Cascara::Styleable*, std::unique_ptr<TestNode>>;
+
+    static void addCopies(const Cascara::Styleable& parent, const Copies& fresh)
+    {
+        for (const Cascara::Styleable* child : parent.styleChildren()) {
+            fresh.at(child)->setStyleParent(fresh.at(&parent).get());
+            addCopies(*child, fresh);
+        }
+    }
+
     int number(int below) { return int(m_random() % unsigned(below)); }
     template <std::size_t N>
     const char* pick(const char* const (&names)[N])
@@ -133,7 +158,8 @@ private:
         node.setStyleParent(&parent);
     }
 
-    QString randomCompound(bool mayNegate = true)
+    /// `depth` is how deep lists may stand in it.
+    QString randomCompound(int depth)
     {
         QString compound;
         if (number(3) == 0)
@@ -144,16 +170,22 @@ private:
             compound += QLatin1Char('.') + QString::fromUtf8(pick(kClasses));
         if (number(4) == 0)
             compound += QLatin1Char(':') + QString::fromUtf8(pick(kPseudoClasses));
-        if (mayNegate && number(4) == 0)
-            compound += QStringLiteral(":not(%1, %2)").arg(randomCompound(false), randomCompound(false));
+        if (number(6) == 0)
+            compound += QString::fromUtf8(pick(kPositions));
+        if (number(8) == 0)
+            compound += QString::fromUtf8(pick(kAttributeTests));
+        if (depth > 0 && number(4) == 0)
+            compound +=
+                QStringLiteral(":%1(%2, %3)")
+                    .arg(QString::fromUtf8(number(2) == 0 ? "not" : "is"), randomSelector(depth - 1), randomSelector(depth - 1));
         return compound.isEmpty() ? QStringLiteral("*.") + QString::fromUtf8(pick(kClasses)) : compound;
     }
 
-    QString randomSelector()
+    QString randomSelector(int depth = 2)
     {
-        QString selector = randomCompound();
+        QString selector = randomCompound(depth);
         for (int i = number(3); i > 0; --i)
-            selector += QString::fromUtf8(number(2) == 0 ? " " : " > ") + randomCompound();
+            selector += QString::fromUtf8(pick(kCombinators)) + randomCompound(depth);
         return selector;
     }
 
@@ -174,7 +206,7 @@ TEST_CASE("style engine: after random edits the styles are those of a fresh comp
         for (int i = 1; i <= 1500; ++i) {
             editor.edit(fixture.engine);
             if (i % 5 == 0) {
-                editor.check();
+                editor.check(fixture.engine);
                 styled += editor.styledNodes();
             }
         }

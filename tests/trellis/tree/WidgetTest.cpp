@@ -297,3 +297,49 @@ TEST_CASE("widget: postConstruct styles the attributes of its subclass at once")
     widget->postConstruct();
     CHECK(widget->entryGap == 7.f);
 }
+
+TEST_CASE("widget: the order of siblings for style sheets is that in which they were added, without operators")
+{
+    Scene scene;
+    class Plain final : public Trellis::Operator
+    {
+    };
+    Widget& tray = named(scene.root(), "tray");
+    tray.addOperator(makeIntrusive<Plain>());
+    Widget& a = named(tray, "a");
+    Widget& b = named(tray, "b");
+    Cascara::StyleEngine::instance().addStyleSheet(
+        QStringLiteral("#tray > :first-child { scale: 2 } :nth-child(2) { scale: 3 } #a + :last-child { rotation: 4deg } "
+                       ":root > #tray { opacity: 0.5 }"),
+        QStringLiteral("test.css"));
+    const auto isStyled = [](const Widget& widget, const char* attribute) {
+        return widget.attribute(attribute)->hasValue(Facet::kStyleLayer);
+    };
+    CHECK(a.attribute("scale")->toText() == QStringLiteral("2"));
+    CHECK(b.attribute("scale")->toText() == QStringLiteral("3"));
+    CHECK(isStyled(b, "rotation"));
+    CHECK(tray.attribute("opacity")->toText() == QStringLiteral("0.5"));
+    a.raiseToTop();
+    CHECK(tray.children().back().get() == &a);
+    CHECK(a.attribute("scale")->toText() == QStringLiteral("2"));
+    CHECK(isStyled(b, "rotation"));
+    const IntrusivePtr<Widget> keep(&a);
+    a.removeFromParent();
+    CHECK(b.attribute("scale")->toText() == QStringLiteral("2"));
+    CHECK_FALSE(isStyled(b, "rotation"));
+}
+
+TEST_CASE("widget: children that end with their parent are not restyled on the way")
+{
+    Scene scene;
+    Cascara::StyleEngine::instance().addStyleSheet(QStringLiteral(":last-child { scale: 2 } Widget + Widget { opacity: 0.5 }"),
+                                                   QStringLiteral("test.css"));
+    Widget& tray = named(scene.root(), "tray");
+    for (int i = 0; i < 20; ++i)
+        named(tray, "child");
+    scene.frame();
+    tray.removeFromParent();
+    const long before = Cascara::StyleEngine::instance().counters().nodesRestyled;
+    scene.frame();
+    CHECK(Cascara::StyleEngine::instance().counters().nodesRestyled == before);
+}

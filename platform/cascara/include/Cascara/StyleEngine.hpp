@@ -14,7 +14,7 @@ class Styleable;
 
 /// Applies style sheets to the style tree. One for the process, main thread only.
 ///
-/// Syntax as CSS Syntax Module Level 3 has it; selectors by type, #id, .class, :pseudo-class, :not(), descendant and child,
+/// Syntax as CSS Syntax Module Level 3 has it; selectors of CSS Selectors Level 4 as docs/presentations.md lists them,
 /// with the specificity and order of CSS Cascading and Inheritance (one origin, no inheritance of values from parents).
 /// A declaration sets the attribute of its name on layer 1 and is withdrawn when its rule stops matching.
 /// Errors are warnings with file, line and column, and cost one declaration (or one rule whose selector is wrong).

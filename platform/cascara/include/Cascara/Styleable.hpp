@@ -18,16 +18,21 @@ namespace Cascara
 {
 struct StyleNode;
 
+/// What a node is among the children of its parent: one of the siblings that `:first-child`, `+` and the like count, or
+/// something attached that is not counted.
+enum class StylePlace { Sibling, Attached };
+
 /// A node that style sheets reach: it has a type, an id, classes and pseudo-classes, and a place in the style tree.
 /// The style engine writes layer 1 of the node's attributes. Main thread only.
 ///
 /// Every change is applied before the call returns: code that adds a class and then reads a styled value reads the new one.
+/// Only what a change of an attribute's value reaches, by attribute selectors, waits for `StyleEngine::finishStyling`.
 class TAVOLA_EXPORT Styleable
 {
 public:
     /// `node` is the object's own node part, constructed before and destroyed after this one; its attributes receive the
     /// styled values.
-    explicit Styleable(Facet::Node& node);
+    explicit Styleable(Facet::Node& node, StylePlace place = StylePlace::Sibling);
     Styleable(const Styleable&) = delete;
     Styleable& operator=(const Styleable&) = delete;
     virtual ~Styleable();
@@ -59,14 +64,20 @@ public:
     /// names no attribute is a warning from then on.
     void updateStyle();
 
-    /// The style tree, which the owner of the objects keeps in step with its own. Setting a parent restyles this node and
-    /// everything below it.
+    /// The style tree, which the owner of the objects keeps in step with its own. Setting a parent makes this node its last
+    /// child and restyles this node, everything below it, and the siblings that selectors let it reach.
     void setStyleParent(Styleable* parent);
     [[nodiscard]] Styleable* styleParent() const noexcept { return m_parent; }
     [[nodiscard]] const std::vector<Styleable*>& styleChildren() const noexcept { return m_children; }
 
+protected:
+    /// For the destructor of a class whose children end with it: when they go, those that remain are not restyled.
+    void beginStyleEnd() noexcept;
+
 private:
     friend struct StyleNode;
+
+    void leaveStyleParent();
 
     Facet::Node& m_node;
     Styleable* m_parent = nullptr;

@@ -46,13 +46,16 @@ public:
             set.add(*ancestor);
         return set;
     }
-    /// What the nodes above one that `selector` matches must have between them.
+    /// What the nodes above one that `selector` matches must have between them. Its siblings have the same nodes above them.
     [[nodiscard]] static FeatureSet neededAbove(const Selector& selector) noexcept
     {
         FeatureSet set;
-        for (std::size_t i = 1; i < selector.parts.size(); ++i)
-            for (const Feature feature : selector.parts[i].compound.features)
-                set.add(feature);
+        for (std::size_t i = 1; i < selector.parts.size(); ++i) {
+            const Combinator fromRight = selector.parts[i - 1].toLeft;
+            if (fromRight == Combinator::Descendant || fromRight == Combinator::Child)
+                for (const Feature feature : selector.parts[i].compound.features)
+                    set.add(feature);
+        }
         return set;
     }
 

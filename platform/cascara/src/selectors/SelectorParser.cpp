@@ -2,6 +2,8 @@
 
 #include <Facet/NameTable.hpp>
 
+#include <QRegularExpression>
+
 #include <algorithm>
 #include <utility>
 
@@ -9,9 +11,26 @@ namespace Cascara
 {
 namespace
 {
+using Kind = Token::Kind;
+
 Feature feature(Feature::Kind kind, const QString& name)
 {
     return {kind, Facet::NameTable::instance().number(name.toUtf8())};
+}
+
+bool isSame(const QString& text, const char* word)
+{
+    return text.compare(QLatin1String(word), Qt::CaseInsensitive) == 0;
+}
+
+/// Digits of any number; far more siblings than there can be mean as many as there can be.
+int bounded(const QString& digits)
+{
+    constexpr int kMostSiblings = 100000000;
+    bool fits = false;
+    const int number = digits.toInt(&fits);
+    const int most = digits.startsWith(QLatin1Char('-')) ? -kMostSiblings : kMostSiblings;
+    return fits ? std::clamp(number, -kMostSiblings, kMostSiblings) : most;
 }
 }
 
@@ -22,20 +41,40 @@ const Token& SelectorParser::token() const
 
 bool SelectorParser::atDelim(char c) const
 {
-    return at(Token::Kind::Delim) && token().text == QLatin1Char(c);
+    return at(Kind::Delim) && token().text == QLatin1Char(c);
 }
 
 bool SelectorParser::startsCompound() const
 {
-    return at(Token::Kind::Ident) || at(Token::Kind::Hash) || at(Token::Kind::Colon) || atDelim('*') || atDelim('.');
+    return at(Kind::Ident) || at(Kind::Hash) || at(Kind::Colon) || at(Kind::OpenSquare) || atDelim('*') || atDelim('.');
+}
+
+/// Also at the end of a list in parentheses, in which a selector may stand.
+bool SelectorParser::isAtSelectorEnd() const
+{
+    return isAtEnd() || at(Kind::Comma) || (m_depth > 0 && at(Kind::CloseRound));
 }
 
 bool SelectorParser::skipBlanks()
 {
     const int before = m_position;
-    while (at(Token::Kind::Whitespace))
+    while (at(Kind::Whitespace))
         ++m_position;
     return m_position > before;
+}
+
+/// To the comma or parenthesis that ends an argument of `:is()`.
+void SelectorParser::skipArgument()
+{
+    int open = 0;
+    for (; !isAtEnd(); ++m_position) {
+        if (open == 0 && (at(Kind::Comma) || at(Kind::CloseRound)))
+            return;
+        if (at(Kind::OpenRound) || at(Kind::Function) || at(Kind::OpenSquare))
+            ++open;
+        else if (open > 0 && (at(Kind::CloseRound) || at(Kind::CloseSquare)))
+            --open;
+    }
 }
 
 bool SelectorParser::fail(const QString& text)
@@ -74,60 +113,126 @@ bool SelectorParser::parseSelector(Selector& result)
         result.parts.push_back(std::move(part));
         last = m_position;
         const bool blanks = skipBlanks();
-        if (isAtEnd() || at(Token::Kind::Comma))
+        if (isAtSelectorEnd())
             break;
-        if (atDelim('>')) {
-            combinator = Combinator::Child;
-            ++m_position;
-            skipBlanks();
-        } else if (blanks && startsCompound()) {
+        if (blanks && startsCompound())
             combinator = Combinator::Descendant;
-        } else if (atDelim('+') || atDelim('~')) {
-            return fail(QStringLiteral("the combinator '%1' is not supported").arg(token().text));
-        } else {
-            return fail(QStringLiteral("unexpected '%1' in a selector").arg(m_tokens.textBetween(m_position, m_position + 1)));
-        }
+        else if (!parseCombinator(combinator))
+            return false;
     }
+    // What was read before a compound joins it with the one to its left.
     std::reverse(result.parts.begin(), result.parts.end());
     result.text = m_tokens.textBetween(first, last);
+    return true;
+}
+
+bool SelectorParser::parseCombinator(Combinator& result)
+{
+    if (atDelim('>'))
+        result = Combinator::Child;
+    else if (atDelim('+'))
+        result = Combinator::NextSibling;
+    else if (atDelim('~'))
+        result = Combinator::LaterSibling;
+    else
+        return fail(QStringLiteral("unexpected '%1' in a selector").arg(m_tokens.textBetween(m_position, m_position + 1)));
+    ++m_position;
+    skipBlanks();
     return true;
 }
 
 bool SelectorParser::parseCompound(Compound& result)
 {
     if (!startsCompound()) {
-        if (isAtEnd() || at(Token::Kind::Comma) || at(Token::Kind::CloseRound))
+        if (isAtEnd() || at(Kind::Comma) || at(Kind::CloseRound))
             return fail(QStringLiteral("expected a selector"));
-        if (at(Token::Kind::OpenSquare))
-            return fail(QStringLiteral("attribute selectors are not supported"));
         return fail(QStringLiteral("expected a selector, got '%1'").arg(m_tokens.textBetween(m_position, m_position + 1)));
     }
-    if (at(Token::Kind::Ident)) {
+    if (at(Kind::Ident)) {
         result.features.push_back(feature(Feature::Kind::Type, token().text));
         ++m_position;
     } else if (atDelim('*')) {
         ++m_position;
     }
     while (!isAtEnd()) {
-        if (at(Token::Kind::Hash)) {
+        if (at(Kind::Hash)) {
             if (!token().isName)
                 return fail(QStringLiteral("'#%1' is no id: an id does not begin with a digit").arg(token().text));
             result.features.push_back(feature(Feature::Kind::Id, token().text));
             ++m_position;
         } else if (atDelim('.')) {
             ++m_position;
-            if (!at(Token::Kind::Ident))
+            if (!at(Kind::Ident))
                 return fail(QStringLiteral("expected a class name after '.'"));
             result.features.push_back(feature(Feature::Kind::Class, token().text));
             ++m_position;
-        } else if (at(Token::Kind::Colon)) {
+        } else if (at(Kind::Colon)) {
             if (!parsePseudo(result))
                 return false;
-        } else if (at(Token::Kind::OpenSquare)) {
-            return fail(QStringLiteral("attribute selectors are not supported"));
+        } else if (at(Kind::OpenSquare)) {
+            if (!parseAttribute(result))
+                return false;
         } else {
             break;
         }
+    }
+    return true;
+}
+
+bool SelectorParser::parseAttribute(Compound& result)
+{
+    ++m_position; // [
+    skipBlanks();
+    if (!at(Kind::Ident))
+        return fail(QStringLiteral("expected an attribute name after '['"));
+    AttributeTest test;
+    test.name = Facet::NameTable::instance().number(token().text.toUtf8());
+    ++m_position;
+    skipBlanks();
+    if (!at(Kind::CloseSquare) && !parseComparison(test))
+        return false;
+    if (!at(Kind::CloseSquare))
+        return fail(QStringLiteral("expected ']'"));
+    ++m_position;
+    result.attributes.push_back(std::move(test));
+    return true;
+}
+
+bool SelectorParser::parseComparison(AttributeTest& result)
+{
+    using Comparison = AttributeTest::Comparison;
+    static const std::pair<char, Comparison> kMarks[] = {{'~', Comparison::HasWord},
+                                                         {'|', Comparison::HasPrefixWord},
+                                                         {'^', Comparison::StartsWith},
+                                                         {'$', Comparison::EndsWith},
+                                                         {'*', Comparison::Contains}};
+    const int mark = m_position;
+    result.comparison = Comparison::Equals;
+    for (const auto& [character, comparison] : kMarks) {
+        if (!atDelim(character))
+            continue;
+        result.comparison = comparison;
+        ++m_position;
+        break;
+    }
+    if (!atDelim('=')) {
+        m_position = mark;
+        return fail(QStringLiteral("expected ']', '=', '~=', '|=', '^=', '$=' or '*=' after the attribute name"));
+    }
+    ++m_position;
+    skipBlanks();
+    if (!at(Kind::Ident) && !at(Kind::String))
+        return fail(QStringLiteral("expected a name or a text in quotes after '='"));
+    result.value = token().text;
+    ++m_position;
+    skipBlanks();
+    if (at(Kind::Ident)) {
+        if (isSame(token().text, "i"))
+            result.caseSensitivity = Qt::CaseInsensitive;
+        else if (!isSame(token().text, "s"))
+            return fail(QStringLiteral("expected 'i', 's' or ']' after the value"));
+        ++m_position;
+        skipBlanks();
     }
     return true;
 }
@@ -135,46 +240,105 @@ bool SelectorParser::parseCompound(Compound& result)
 bool SelectorParser::parsePseudo(Compound& result)
 {
     ++m_position; // the colon
-    if (at(Token::Kind::Ident)) {
-        result.features.push_back(feature(Feature::Kind::PseudoClass, token().text));
+    if (at(Kind::Ident)) {
+        if (isSame(token().text, "first-child"))
+            result.positions.push_back({Feature::First});
+        else if (isSame(token().text, "last-child"))
+            result.positions.push_back({Feature::Last});
+        else
+            result.features.push_back(feature(Feature::Kind::PseudoClass, token().text));
         ++m_position;
         return true;
     }
-    if (at(Token::Kind::Function)) {
-        if (token().text.compare(QLatin1String("not"), Qt::CaseInsensitive) == 0) {
-            if (m_depth >= kDeepestNesting)
-                return fail(QStringLiteral(":not() is nested too deeply: at most %1").arg(kDeepestNesting));
-            ++m_depth;
-            const bool negation = parseNegation(result);
-            --m_depth;
-            return negation;
-        }
-        return fail(QStringLiteral("the pseudo-class ':%1()' is not supported").arg(token().text));
-    }
-    if (at(Token::Kind::Colon))
+    if (at(Kind::Function))
+        return parsePseudoFunction(result);
+    if (at(Kind::Colon))
         return fail(QStringLiteral("pseudo-elements are not supported"));
     return fail(QStringLiteral("expected a pseudo-class name after ':'"));
 }
 
-bool SelectorParser::parseNegation(Compound& result)
+bool SelectorParser::parsePseudoFunction(Compound& result)
 {
-    ++m_position; // not(
-    std::vector<Compound> list;
+    const bool isNegation = isSame(token().text, "not");
+    if (isSame(token().text, "nth-child"))
+        return parseNth(result);
+    if (!isNegation && !isSame(token().text, "is"))
+        return fail(QStringLiteral("the pseudo-class ':%1()' is not supported").arg(token().text));
+    if (m_depth >= kDeepestNesting)
+        return fail(QStringLiteral(":%1() is nested too deeply: at most %2").arg(token().text.toLower()).arg(kDeepestNesting));
+    ++m_depth;
+    const bool ok = parseAlternatives(result, isNegation);
+    --m_depth;
+    return ok;
+}
+
+/// A mistake in the list of `:not()` costs the rule; one in the list of `:is()` costs that selector of the list.
+bool SelectorParser::parseAlternatives(Compound& result, bool isNegation)
+{
+    ++m_position; // the function
+    Alternatives list;
+    list.isNegation = isNegation;
+    skipBlanks();
+    if (!isNegation && at(Kind::CloseRound)) { // matches nothing
+        ++m_position;
+        result.alternatives.push_back(std::move(list));
+        return true;
+    }
     for (;;) {
         skipBlanks();
-        Compound compound;
-        if (!parseCompound(compound))
+        const int first = m_position;
+        Selector selector;
+        if (parseSelector(selector)) {
+            list.selectors.push_back(std::move(selector));
+        } else if (isNegation) {
             return false;
-        list.push_back(std::move(compound));
-        skipBlanks();
-        if (at(Token::Kind::CloseRound)) {
+        } else {
+            m_error.text += QStringLiteral("; it is left out of ':is()'");
+            m_listErrors.push_back(m_error);
+            m_position = first;
+            skipArgument();
+        }
+        if (at(Kind::CloseRound)) {
             ++m_position;
-            result.negations.push_back(std::move(list));
+            result.alternatives.push_back(std::move(list));
             return true;
         }
-        if (!at(Token::Kind::Comma))
-            return fail(QStringLiteral("expected ',' or ')': :not() takes a list of simple conditions on one node"));
+        if (!at(Kind::Comma))
+            return fail(QStringLiteral("expected ',' or ')'"));
         ++m_position;
     }
+}
+
+bool SelectorParser::parseNth(Compound& result)
+{
+    static const QRegularExpression kForm(QStringLiteral("^(?:([+-]?\\d*)n(?:\\s*([+-])\\s*(\\d+))?|([+-]?\\d+))$"),
+                                          QRegularExpression::CaseInsensitiveOption);
+    const int first = ++m_position;
+    while (!isAtEnd() && !at(Kind::CloseRound))
+        ++m_position;
+    QString text = m_tokens.textBetween(first, m_position);
+    if (isSame(text, "odd"))
+        text = QStringLiteral("2n+1");
+    else if (isSame(text, "even"))
+        text = QStringLiteral("2n");
+    const QRegularExpressionMatch match = kForm.match(text);
+    if (isAtEnd() || !match.hasMatch()) {
+        m_position = first;
+        return fail(QStringLiteral("expected 'odd', 'even', a number or a form like '2n+1' in ':nth-child()'"));
+    }
+    ++m_position;
+    PositionTest test;
+    if (!match.captured(4).isEmpty()) {
+        test.offset = bounded(match.captured(4));
+    } else {
+        const QString step = match.captured(1);
+        const bool isSign = step.isEmpty() || step == QLatin1String("+") || step == QLatin1String("-");
+        test.step = bounded(isSign ? step + QLatin1Char('1') : step);
+        test.offset = bounded(match.captured(2) + match.captured(3));
+        if (match.captured(3).isEmpty())
+            test.offset = 0;
+    }
+    result.positions.push_back(test);
+    return true;
 }
 }

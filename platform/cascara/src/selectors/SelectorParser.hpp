@@ -17,6 +17,8 @@ public:
     /// False when any selector of the list is wrong; then `error()` says which and where.
     [[nodiscard]] bool parseList(std::vector<Selector>& result);
     [[nodiscard]] const StyleSheetError& error() const noexcept { return m_error; }
+    /// Mistakes in lists of `:is()`, each of which costs one selector of such a list.
+    [[nodiscard]] const std::vector<StyleSheetError>& listErrors() const noexcept { return m_listErrors; }
 
 private:
     [[nodiscard]] bool isAtEnd() const { return m_position >= m_end; }
@@ -24,12 +26,19 @@ private:
     [[nodiscard]] bool at(Token::Kind kind) const { return !isAtEnd() && token().kind == kind; }
     [[nodiscard]] bool atDelim(char c) const;
     [[nodiscard]] bool startsCompound() const;
+    [[nodiscard]] bool isAtSelectorEnd() const;
     bool skipBlanks();
+    void skipArgument();
 
     bool parseSelector(Selector& result);
     bool parseCompound(Compound& result);
+    bool parseCombinator(Combinator& result);
+    bool parseAttribute(Compound& result);
+    bool parseComparison(AttributeTest& result);
     bool parsePseudo(Compound& result);
-    bool parseNegation(Compound& result);
+    bool parsePseudoFunction(Compound& result);
+    bool parseAlternatives(Compound& result, bool isNegation);
+    bool parseNth(Compound& result);
     bool fail(const QString& text);
 
     const Tokens& m_tokens;
@@ -37,5 +46,6 @@ private:
     int m_end;
     int m_depth = 0;
     StyleSheetError m_error;
+    std::vector<StyleSheetError> m_listErrors;
 };
 }

@@ -132,7 +132,9 @@ void StyleSheetParser::parseRule()
     auto rule = std::make_unique<Rule>();
     rule->sheet = m_sheet.get();
     SelectorParser selectors(m_tokens, first, end);
-    if (!selectors.parseList(rule->selectors)) {
+    const bool isSelector = selectors.parseList(rule->selectors);
+    m_sheet->errors.insert(m_sheet->errors.end(), selectors.listErrors().begin(), selectors.listErrors().end());
+    if (!isSelector) {
         m_sheet->errors.push_back(selectors.error());
         m_sheet->errors.back().text += QStringLiteral("; the rule is skipped");
         skipComponent();

@@ -4,56 +4,80 @@
 
 namespace Cascara
 {
-namespace
-{
-bool isSame(const Compound& a, const Compound& b)
-{
-    const auto listsAreSame = [](const std::vector<Compound>& x, const std::vector<Compound>& y) {
-        return std::equal(x.begin(), x.end(), y.begin(), y.end(), isSame);
-    };
-    return a.features == b.features
-        && std::equal(a.negations.begin(), a.negations.end(), b.negations.begin(), b.negations.end(), listsAreSame);
-}
-}
-
 void InvalidationIndex::build(const std::vector<std::unique_ptr<StyleSheet>>& sheets)
 {
     m_rightmost.clear();
-    m_below.clear();
+    m_others.clear();
+    m_testsPositions = false;
+    m_testedAttributes.clear();
+    Path path;
     for (const auto& sheet : sheets)
         for (const auto& rule : sheet->rules)
             for (const Selector& selector : rule->selectors)
-                add(selector);
+                add(selector, nullptr, selector.parts.front().compound, path);
 }
 
-void InvalidationIndex::add(const Selector& selector)
+/// `path` leads from the selector's rightmost node to the node that is styled. `around` is null but for a selector in a list.
+void InvalidationIndex::add(const Selector& selector, const Compound* around, const Compound& rightmost, Path& path)
+{
+    const std::size_t length = path.size();
+    for (const Selector::Part& part : selector.parts) {
+        const Compound& outer = around && path.size() == length ? *around : part.compound;
+        add(part.compound, outer, rightmost, path);
+        if (&part == &selector.parts.back())
+            break;
+        // Which node stands to the left depends on the order of siblings.
+        if (part.toLeft == Combinator::NextSibling)
+            add({Feature::Kind::Position, Feature::Adjacent}, {&part.compound, &outer, &rightmost, 0, 0}, path);
+        else if (part.toLeft == Combinator::LaterSibling)
+            add({Feature::Kind::Position, Feature::Preceding}, {&part.compound, &outer, &rightmost, 0, 0}, path);
+        path.push_back(part.toLeft);
+    }
+    path.resize(length);
+}
+
+void InvalidationIndex::add(const Compound& compound, const Compound& around, const Compound& rightmost, Path& path)
 {
     std::vector<Feature> features;
-    selector.parts.front().compound.collectFeatures(features);
-    m_rightmost.insert(features.begin(), features.end());
-
-    const Compound* rightmost = &selector.parts.front().compound;
-    bool onlyChildren = true;
-    for (std::size_t i = 1; i < selector.parts.size(); ++i) {
-        onlyChildren = onlyChildren && selector.parts[i - 1].toLeft == Combinator::Child;
-        const Reach reach{&selector.parts[i].compound, rightmost, onlyChildren ? int(i) : 0};
-        features.clear();
-        selector.parts[i].compound.collectFeatures(features);
-        for (const Feature feature : features) {
-            auto& list = m_below[feature];
-            const bool isKnown = std::any_of(list.begin(), list.end(), [&reach](const Reach& other) {
-                return other.depth == reach.depth && isSame(*other.changed, *reach.changed)
-                    && isSame(*other.rightmost, *reach.rightmost);
-            });
-            if (!isKnown)
-                list.push_back(reach);
-        }
-    }
+    compound.collectFeatures(features);
+    for (const Feature feature : features)
+        add(feature, {&compound, &around, &rightmost, 0, 0}, path);
+    for (const Alternatives& list : compound.alternatives)
+        for (const Selector& selector : list.selectors)
+            add(selector, &around, rightmost, path);
 }
 
-const std::vector<InvalidationIndex::Reach>* InvalidationIndex::reachBelow(Feature feature) const
+/// Completes `reach` with the steps of the path.
+void InvalidationIndex::add(Feature feature, Reach reach, const Path& path)
 {
-    const auto found = m_below.find(feature);
-    return found == m_below.end() ? nullptr : &found->second;
+    m_testsPositions = m_testsPositions || feature.kind == Feature::Kind::Position;
+    if (feature.kind == Feature::Kind::Attribute)
+        m_testedAttributes.insert(feature.name);
+    if (path.empty()) {
+        m_rightmost.insert(feature);
+        return;
+    }
+    for (auto step = path.rbegin(); step != path.rend(); ++step) {
+        const bool isSibling = *step == Combinator::NextSibling || *step == Combinator::LaterSibling;
+        // A step aside further down stays on its level, all of which counts as reached.
+        if (isSibling && reach.levels == 0)
+            reach.siblings =
+                *step == Combinator::LaterSibling || reach.siblings == Reach::kAny ? Reach::kAny : reach.siblings + 1;
+        else if (!isSibling)
+            reach.levels = *step == Combinator::Descendant || reach.levels == Reach::kAny ? Reach::kAny : reach.levels + 1;
+    }
+    auto& list = m_others[feature];
+    const bool isKnown = std::any_of(list.begin(), list.end(), [&reach](const Reach& other) {
+        return other.siblings == reach.siblings && other.levels == reach.levels && *other.changed == *reach.changed
+            && *other.around == *reach.around && *other.rightmost == *reach.rightmost;
+    });
+    if (!isKnown)
+        list.push_back(reach);
+}
+
+const std::vector<InvalidationIndex::Reach>* InvalidationIndex::reachOthers(Feature feature) const
+{
+    const auto found = m_others.find(feature);
+    return found == m_others.end() ? nullptr : &found->second;
 }
 }

@@ -70,7 +70,6 @@ public:
     ~Round()
     {
         m_lists->nodes.clear();
-        m_lists->reaches.clear();
         if (--m_restyler.m_depth == 0)
             m_restyler.m_retiredSheets.clear();
     }
@@ -116,6 +115,7 @@ void Restyler::rebuildAndRestyle()
 {
     m_rules.build(m_sheets);
     m_invalidation.build(m_sheets);
+    Facet::AttributeObserver::setReceivesValues(!m_invalidation.testedAttributes().empty());
     Round round(*this);
     for (StyleNode* node : m_nodes)
         round.lists().nodes.push_back(StyleNode::shared(*node->owner));
@@ -129,76 +129,77 @@ void Restyler::finishLater(StyleNode& node)
     m_unfinished.push_back(StyleNode::shared(*node.owner));
 }
 
+void Restyler::attributeChanged(StyleNode& node, int attribute)
+{
+    if (m_invalidation.testedAttributes().count(attribute) == 0)
+        return;
+    auto& changed = node.changedAttributes;
+    if (std::find(changed.begin(), changed.end(), attribute) == changed.end())
+        changed.push_back(attribute);
+    finishLater(node);
+}
+
 void Restyler::finish()
 {
     if (m_unfinished.empty())
         return;
     Round round(*this);
-    m_unfinished.swap(round.lists().nodes);
-    for (const auto& node : round.lists().nodes)
+    std::vector<std::shared_ptr<StyleNode>> unfinished;
+    unfinished.swap(m_unfinished);
+    m_collector.begin(round.lists().nodes);
+    for (const auto& node : unfinished) {
         node->isNew = node->isUnfinished = false;
+        if (!node->owner)
+            continue;
+        for (const int attribute : node->changedAttributes) {
+            const Feature changed{Feature::Kind::Attribute, attribute};
+            m_collector.addReached(*node, &changed, &changed + 1);
+        }
+        if (node->changedAttributes.empty() || !node->missing.empty())
+            m_collector.addNode(*node);
+        node->changedAttributes.clear();
+    }
     restyleNodes(round.lists());
 }
 
 void Restyler::restyleSubtree(const Styleable& root)
 {
     Round round(*this);
-    collectSubtree(root, round.lists());
+    m_collector.begin(round.lists().nodes);
+    m_collector.addSubtree(root);
     restyleNodes(round.lists());
 }
 
-void Restyler::collectSubtree(const Styleable& root, Lists& lists) const
+void Restyler::restyleMoved(const Styleable& moved, const NodeFeatures* previous, const NodeFeatures* next)
 {
-    lists.nodes.push_back(StyleNode::shared(root));
-    for (const Styleable* child : root.styleChildren())
-        collectSubtree(*child, lists);
+    Round round(*this);
+    m_collector.begin(round.lists().nodes);
+    m_collector.addSubtree(moved);
+    m_collector.addAfterRemoval(previous, next);
+    m_collector.addAfterInsertion(StyleNode::of(moved));
+    restyleNodes(round.lists());
+}
+
+void Restyler::restyleSiblings(const NodeFeatures* previous, const NodeFeatures* next)
+{
+    Round round(*this);
+    m_collector.begin(round.lists().nodes);
+    m_collector.addAfterRemoval(previous, next);
+    restyleNodes(round.lists());
 }
 
 void Restyler::restyleAfterChange(const Styleable& changed, const Feature* first, const Feature* end)
 {
     Round round(*this);
-    Lists& lists = round.lists();
-    bool reachesSelf = false;
-    int deepest = -1;
-    const StyleNode& node = StyleNode::of(changed);
-    // Before the change or after it; what :not() excludes is left to the matching.
-    const auto couldMatch = [&](const Compound& compound) {
-        return std::all_of(compound.features.begin(), compound.features.end(),
-                           [&](Feature feature) { return node.has(feature) || std::find(first, end, feature) != end; });
-    };
-    for (const Feature* feature = first; feature != end; ++feature) {
-        reachesSelf = reachesSelf || m_invalidation.reachesSelf(*feature);
-        if (const auto* below = m_invalidation.reachBelow(*feature))
-            for (const auto& reach : *below)
-                if (couldMatch(*reach.changed))
-                    lists.reaches.push_back(reach);
-    }
-    if (reachesSelf)
-        lists.nodes.push_back(StyleNode::shared(changed));
-    for (const auto& reach : lists.reaches)
-        deepest = reach.depth == 0 || deepest == 0 ? 0 : std::max(deepest, reach.depth);
-    if (deepest >= 0)
-        collectBelow(changed, 1, deepest, lists);
-    if (!lists.nodes.empty())
-        restyleNodes(lists);
-}
-
-void Restyler::collectBelow(const Styleable& styleable, int depth, int deepest, Lists& lists) const
-{
-    for (const Styleable* child : styleable.styleChildren()) {
-        const StyleNode& node = StyleNode::of(*child);
-        const bool isReached = std::any_of(lists.reaches.begin(), lists.reaches.end(), [&](const auto& reach) {
-            return (reach.depth == 0 || reach.depth == depth) && reach.rightmost->matches(node);
-        });
-        if (isReached)
-            lists.nodes.push_back(StyleNode::shared(*child));
-        if (deepest == 0 || depth < deepest)
-            collectBelow(*child, depth + 1, deepest, lists);
-    }
+    m_collector.begin(round.lists().nodes);
+    m_collector.addReached(StyleNode::of(changed), first, end);
+    restyleNodes(round.lists());
 }
 
 void Restyler::restyleNodes(Lists& lists)
 {
+    if (lists.nodes.empty())
+        return;
     if (m_depth > kDeepestRound) {
         Bedrock::Trace::error("StyleEngine # Restyling does not settle: attribute listeners keep changing what the style "
                               "sheets match; the innermost change is not styled");

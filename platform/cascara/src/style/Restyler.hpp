@@ -1,6 +1,7 @@
 #pragma once
 
 #include "style/InvalidationIndex.hpp"
+#include "style/NodeCollector.hpp"
 #include "style/RuleIndex.hpp"
 #include "style/StyleNode.hpp"
 
@@ -30,20 +31,22 @@ public:
     void clearSheets();
 
     void restyleSubtree(const Styleable& root);
+    /// After `moved` has left its siblings, `previous` and `next` (either may be null), and become the last child of its
+    /// present parent, if it has one.
+    void restyleMoved(const Styleable& moved, const NodeFeatures* previous, const NodeFeatures* next);
+    /// After a node between these two has ended.
+    void restyleSiblings(const NodeFeatures* previous, const NodeFeatures* next);
     /// Restyles the node when styles are next finished. For a node that may still be under construction.
     void finishLater(StyleNode& node);
+    /// What the change reaches is restyled when styles are next finished: values may change often, and the attribute may still
+    /// be under construction.
+    void attributeChanged(StyleNode& node, int attribute);
     /// Restyles the nodes that wait for it, whose constructors have ended by now.
     void finish();
     [[nodiscard]] bool isUnfinished() const noexcept { return !m_unfinished.empty(); }
     /// `first` to `end` (exclusive) are the features that `changed` gained or lost.
     void restyleAfterChange(const Styleable& changed, const Feature* first, const Feature* end);
     void restyleAfterChange(const Styleable& changed, Feature feature) { restyleAfterChange(changed, &feature, &feature + 1); }
-    void restyleAfterChange(const Styleable& changed, Feature lost, Feature gained)
-    {
-        const Feature features[] = {lost, gained};
-        restyleAfterChange(changed, features, features + 2);
-    }
-
     /// Rules that match, the weakest first; each rule once, with its most specific selector.
     void matchRules(const StyleNode& node, std::vector<const RuleIndex::Entry*>& result) const;
     [[nodiscard]] const StyleEngine::Counters& counters() const noexcept { return m_counters; }
@@ -60,13 +63,10 @@ private:
         std::vector<std::shared_ptr<StyleNode>> nodes;
         std::vector<const RuleIndex::Entry*> rules;
         std::vector<Candidate> candidates;
-        std::vector<InvalidationIndex::Reach> reaches;
     };
     class Round;
 
     void rebuildAndRestyle();
-    void collectSubtree(const Styleable& root, Lists& lists) const;
-    void collectBelow(const Styleable& styleable, int depth, int deepest, Lists& lists) const;
     void restyleNodes(Lists& lists);
     void restyleNode(StyleNode& node, Lists& lists);
     void collectCandidates(Lists& lists) const;
@@ -81,6 +81,7 @@ private:
     std::vector<std::unique_ptr<StyleSheet>> m_retiredSheets;
     RuleIndex m_rules;
     InvalidationIndex m_invalidation;
+    NodeCollector m_collector{m_invalidation};
     std::vector<std::shared_ptr<StyleNode>> m_unfinished;
     std::vector<std::unique_ptr<Lists>> m_lists; ///< by depth of rounds
     int m_depth = 0;

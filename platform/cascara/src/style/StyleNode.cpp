@@ -2,13 +2,73 @@
 
 #include "style/StyleEnginePrivate.hpp"
 
+#include <Facet/NameTable.hpp>
+
 #include <algorithm>
 
 namespace Cascara
 {
+int idAttribute()
+{
+    static const int number = Facet::NameTable::instance().number(std::string_view("id"));
+    return number;
+}
+
+void StyleNode::link(const Styleable& parentNode)
+{
+    parent = &of(parentNode);
+    if (place == 0)
+        return;
+    for (auto child = parentNode.styleChildren().rbegin(); child != parentNode.styleChildren().rend(); ++child) {
+        StyleNode& sibling = of(**child);
+        if (&sibling == this || sibling.place == 0)
+            continue;
+        previous = &sibling;
+        sibling.next = this;
+        place = sibling.place + 1;
+        return;
+    }
+}
+
+void StyleNode::unlink()
+{
+    parent = nullptr;
+    if (place == 0)
+        return;
+    if (previous)
+        previous->next = next;
+    if (next)
+        next->previous = previous;
+    for (NodeFeatures* later = next; later; later = later->next)
+        --later->place;
+    previous = next = nullptr;
+    place = 1;
+}
+
 void StyleNode::attributeAdded(Facet::Attribute& attribute)
 {
-    if (owner && std::binary_search(missing.begin(), missing.end(), attribute.nameNumber()))
+    if (!owner)
+        return;
+    if (std::binary_search(missing.begin(), missing.end(), attribute.nameNumber()))
         restyler().finishLater(*this);
+    attributeValueGiven(attribute);
+}
+
+void StyleNode::attributeValueGiven(Facet::Attribute& attribute)
+{
+    if (owner)
+        restyler().attributeChanged(*this, attribute.nameNumber());
+}
+
+bool StyleNode::readAttribute(int name, QString& text) const
+{
+    if (name == idAttribute()) {
+        text = QString::fromUtf8(Facet::NameTable::instance().name(id));
+        return id != 0;
+    }
+    const Facet::Attribute* attribute = owner ? owner->node().attributeNumbered(name) : nullptr;
+    if (attribute)
+        text = attribute->givenText();
+    return attribute != nullptr;
 }
 }

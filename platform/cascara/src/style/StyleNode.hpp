@@ -12,6 +12,9 @@
 
 namespace Cascara
 {
+/// The number of "id", by which attribute selectors test the id.
+[[nodiscard]] int idAttribute();
+
 /// The style engine's record of a Styleable. Shared, because lists of nodes to restyle outlive nodes that a listener
 /// destroys on the way.
 struct StyleNode final : NodeFeatures, Facet::AttributeObserver
@@ -32,8 +35,12 @@ struct StyleNode final : NodeFeatures, Facet::AttributeObserver
     std::vector<int> missing;
     /// Its constructors may still be running, as far as the engine can see: what is missing may yet come.
     bool isNew = true;
+    /// Its children are about to end with it.
+    bool isEnding = false;
     /// In the engine's list of nodes to finish.
     bool isUnfinished = false;
+    /// The last collection of nodes to restyle that has this one.
+    unsigned collection = 0;
     /// Grows with each restyling. One that was interrupted by another of the same node sees it and gives up.
     unsigned restyling = 0;
     /// In the engine's list of all nodes.
@@ -47,8 +54,19 @@ struct StyleNode final : NodeFeatures, Facet::AttributeObserver
     };
     std::vector<LazyAttribute> lazyAttributes;
 
-    /// An attribute that a declaration asked for: the node is restyled when styles are next finished.
+    /// Numbers of attributes that selectors test, and that were made or changed since styles were last finished.
+    std::vector<int> changedAttributes;
+
+    /// Becomes the last sibling below `parent`'s node, or leaves its siblings.
+    void link(const Styleable& parentNode);
+    void unlink();
+
+    /// An attribute that a declaration or a selector asked for: the node is restyled when styles are next finished.
     void attributeAdded(Facet::Attribute& attribute) override;
+    void attributeValueGiven(Facet::Attribute& attribute) override;
+    /// What the code or the presentation gave the attribute, or its default; not what a style sheet says, on which the
+    /// match of a selector must not depend. `id` is the id.
+    bool readAttribute(int name, QString& text) const override;
 
     static StyleNode& of(const Styleable& styleable) { return *styleable.d; }
     static const std::shared_ptr<StyleNode>& shared(const Styleable& styleable) { return styleable.d; }

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <iterator>
 
 namespace Cascara
 {
@@ -26,8 +27,10 @@ QList<QByteArray> namesOf(const std::vector<int>& numbers)
 }
 }
 
-Styleable::Styleable(Facet::Node& node) : m_node(node), d(std::make_shared<StyleNode>(*this))
+Styleable::Styleable(Facet::Node& node, StylePlace place) : m_node(node), d(std::make_shared<StyleNode>(*this))
 {
+    if (place == StylePlace::Attached)
+        d->place = 0;
     restyler().addNode(*d);
     m_node.setAttributeObserver(d.get());
 }
@@ -36,20 +39,33 @@ Styleable::~Styleable()
 {
     restyler().removeNode(*d);
     m_node.setAttributeObserver(nullptr);
+    Styleable* const parent = m_parent;
+    const NodeFeatures* const previous = d->previous;
+    const NodeFeatures* const next = d->next;
+    leaveStyleParent();
     d->owner = nullptr;
-    d->parent = nullptr;
+    // Before this object's node is gone; a list in the engine may still hold `d`.
+    d->lazyAttributes.clear();
+    if (parent && !parent->d->isEnding)
+        restyler().restyleSiblings(previous, next);
+    while (!m_children.empty()) {
+        Styleable* child = m_children.back();
+        child->leaveStyleParent();
+        restyler().restyleSubtree(*child);
+    }
+}
+
+void Styleable::leaveStyleParent()
+{
+    d->unlink();
     if (m_parent)
         m_parent->m_children.erase(std::find(m_parent->m_children.begin(), m_parent->m_children.end(), this));
     m_parent = nullptr;
-    // Before this object's node is gone; a list in the engine may still hold `d`.
-    d->lazyAttributes.clear();
-    while (!m_children.empty()) {
-        Styleable* child = m_children.back();
-        m_children.pop_back();
-        child->m_parent = nullptr;
-        child->d->parent = nullptr;
-        restyler().restyleSubtree(*child);
-    }
+}
+
+void Styleable::beginStyleEnd() noexcept
+{
+    d->isEnding = true;
 }
 
 // Each change ends with the restyling: a listener may destroy this object in it.
@@ -58,8 +74,10 @@ void Styleable::setCSSType(const QByteArray& type)
 {
     const int before = d->type;
     d->type = number(type);
-    if (d->type != before)
-        restyler().restyleAfterChange(*this, {Feature::Kind::Type, before}, {Feature::Kind::Type, d->type});
+    if (d->type == before)
+        return;
+    const Feature changed[] = {{Feature::Kind::Type, before}, {Feature::Kind::Type, d->type}};
+    restyler().restyleAfterChange(*this, std::begin(changed), std::end(changed));
 }
 
 QByteArray Styleable::cssType() const
@@ -71,8 +89,11 @@ void Styleable::setCSSId(const QByteArray& id)
 {
     const int before = d->id;
     d->id = number(id);
-    if (d->id != before)
-        restyler().restyleAfterChange(*this, {Feature::Kind::Id, before}, {Feature::Kind::Id, d->id});
+    if (d->id == before)
+        return;
+    const Feature changed[] = {
+        {Feature::Kind::Id, before}, {Feature::Kind::Id, d->id}, {Feature::Kind::Attribute, idAttribute()}};
+    restyler().restyleAfterChange(*this, std::begin(changed), std::end(changed));
 }
 
 QByteArray Styleable::cssId() const
@@ -161,12 +182,16 @@ void Styleable::setStyleParent(Styleable* parent)
         if (above == this)
             return;
     }
-    if (m_parent)
-        m_parent->m_children.erase(std::find(m_parent->m_children.begin(), m_parent->m_children.end(), this));
-    m_parent = parent;
-    d->parent = parent ? parent->d.get() : nullptr;
-    if (m_parent)
+    const NodeFeatures* previous = d->previous;
+    const NodeFeatures* next = d->next;
+    if (m_parent && m_parent->d->isEnding)
+        previous = next = nullptr;
+    leaveStyleParent();
+    if (parent) {
+        d->link(*parent);
+        m_parent = parent;
         m_parent->m_children.push_back(this);
-    restyler().restyleSubtree(*this);
+    }
+    restyler().restyleMoved(*this, previous, next);
 }
 }

@@ -65,6 +65,8 @@ public:
     virtual bool setStyleValue(const StyleValue& value, int layer, QString* error) = 0;
     /// The visible value as text, for tools: what a style sheet says, but texts without quotes.
     [[nodiscard]] virtual QString toText() const = 0;
+    /// As above of the value that was given at run time, or else the default, whatever style sheets say.
+    [[nodiscard]] virtual QString givenText() const = 0;
 
     /// Whether any attribute anywhere ever had this name. Lets the style engine tell a misspelt name from one that the
     /// widget at hand merely does not have.
@@ -87,12 +89,22 @@ protected:
     [[nodiscard]] void* hiddenValue() const noexcept;
     void setHiddenValue(void* value);
     void notifyChanged();
+    /// To be called after the value of a layer was set or cleared, before `notifyChanged`.
+    void layerChanged(int layer)
+    {
+        if (s_observersReceiveValues && layer != kStyleLayer)
+            reportToObserver();
+    }
 
 private:
+    friend class AttributeObserver;
     friend class Node;
 
     /// Where listeners and the hidden value are.
     [[nodiscard]] AttributeExtras& extras() const;
+    void reportToObserver();
+
+    static bool s_observersReceiveValues;
 
     Node* m_host;
     unsigned m_declaration : 24; ///< number

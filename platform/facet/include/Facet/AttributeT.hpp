@@ -68,6 +68,7 @@ public:
             hideValue(before);
         m_value = std::move(newValue);
         markSet(layer);
+        layerChanged(layer);
         if (changes)
             notifyChanged();
     }
@@ -86,14 +87,15 @@ public:
         if (hidden)
             setHiddenValue(nullptr);
         markCleared(layer);
-        if (showed) {
-            const T old = std::exchange(m_value, hidden ? std::move(*hidden) : declared().defaultValue());
+        if (!showed) {
             delete hidden;
-            if (!(m_value == old))
-                notifyChanged();
-        } else {
-            delete hidden;
+            return;
         }
+        const T old = std::exchange(m_value, hidden ? std::move(*hidden) : declared().defaultValue());
+        delete hidden;
+        layerChanged(layer);
+        if (!(m_value == old))
+            notifyChanged();
     }
 
     bool setStyleValue(const StyleValue& styleValue, int layer, QString* error) override
@@ -105,6 +107,10 @@ public:
         return true;
     }
     [[nodiscard]] QString toText() const override { return Notation::write(declared().names(), m_value); }
+    [[nodiscard]] QString givenText() const override
+    {
+        return Notation::write(declared().names(), value(hasValue(kUserLayer) ? kUserLayer : kDefaultLayer));
+    }
 
 private:
     [[nodiscard]] const Declaration& declared() const noexcept { return static_cast<const Declaration&>(declaration()); }
@@ -123,6 +129,7 @@ private:
     {
         if (layer == kDefaultLayer) {
             setDeclarationNumber(Declaration::withDefault(declarationNumber(), newValue));
+            layerChanged(layer);
         } else if (void* hidden = hiddenValue()) {
             *static_cast<T*>(hidden) = std::move(newValue);
         } else {

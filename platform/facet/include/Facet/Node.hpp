@@ -20,6 +20,11 @@ class TAVOLA_EXPORT AttributeObserver
 public:
     /// Called from the attribute's constructor: it has its name, but neither its type nor a value yet.
     virtual void attributeAdded(Attribute& attribute) = 0;
+    /// Called after a value was set or cleared on another layer than that of style sheets, whether it shows or not, and before
+    /// listeners are called. Must not change the node.
+    virtual void attributeValueGiven(Attribute& attribute) = 0;
+    /// Whether observers are called about values, which costs time with each change.
+    static void setReceivesValues(bool on) noexcept;
 
 protected:
     ~AttributeObserver() = default;

@@ -34,6 +34,7 @@ Application::Application(Vecta::Vector2f sizePx) : d(std::make_unique<Private>(*
     d->install();
     Widget& root = *d->mainLayer;
     root.setCSSId(QByteArrayLiteral("main-layer"));
+    root.setPseudoClass(QByteArrayLiteral("root"), true);
     root.setSize(sizePx);
     WidgetRecords::of(root).input.inputTransparent.setValue(true, Facet::kDefaultLayer);
     WidgetRecords::enterTree(root);

@@ -2,7 +2,7 @@
 
 namespace Trellis
 {
-Operator::Operator() : Cascara::Styleable(static_cast<Facet::Node&>(*this)) {}
+Operator::Operator() : Cascara::Styleable(static_cast<Facet::Node&>(*this), Cascara::StylePlace::Attached) {}
 
 Operator::~Operator() = default;
 

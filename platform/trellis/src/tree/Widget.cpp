@@ -29,6 +29,7 @@ Widget::Widget(Widget* parent) : Cascara::Styleable(static_cast<Facet::Node&>(*t
 
 Widget::~Widget()
 {
+    beginStyleEnd();
     // A widget without owner (on the stack of a test) may still stand somewhere.
     if (d->inTree)
         leaveTree();
