@@ -18,6 +18,7 @@ const char* const kPseudoClasses[] = {"hover", "drop", "off"};
 
 const char* const kCombinators[] = {" ", " ", " > ", " > ", " + ", " ~ "};
 const char* const kPositions[] = {":first-child", ":last-child", ":nth-child(2n+1)", ":nth-child(3)", ":nth-child(-n+2)"};
+const char* const kVariables[] = {"--a", "--b", "--c", "--d"};
 const char* const kTexts[] = {"", "x", "x y", "X-y"};
 const char* const kAttributeTests[] = {"[text]", "[text=\"\"]", "[text|=x i]", "[text~=y]", "[id]", "[id^=t]", "[list*=none]"};
 
@@ -67,6 +68,17 @@ public:
         }
     }
 
+    QString reference() { return QStringLiteral("var(%1, %2)").arg(QString::fromUtf8(pick(kVariables))).arg(number(1000)); }
+
+    QString randomVariable()
+    {
+        switch (number(4)) {
+        case 0: return reference();
+        case 1: return QStringLiteral("var(%1)").arg(QString::fromUtf8(pick(kVariables)));
+        default: return QString::number(number(1000));
+        }
+    }
+
     QString randomSheet()
     {
         QString sheet;
@@ -80,6 +92,10 @@ public:
                              .arg(QString::fromUtf8(number(2) == 0 ? "width" : "height"))
                              .arg(number(1000))
                              .arg(QString::fromUtf8(number(8) == 0 ? " !important" : ""));
+            if (number(6) == 0)
+                sheet += QStringLiteral("%1: %2; ").arg(QString::fromUtf8(pick(kVariables))).arg(randomVariable());
+            if (number(5) == 0)
+                sheet += QStringLiteral("width: %1; ").arg(reference());
             sheet += QStringLiteral("}\n");
         }
         return sheet;

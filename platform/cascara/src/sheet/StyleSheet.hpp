@@ -19,12 +19,17 @@ struct Declaration
 {
     QByteArray attribute;
     int attributeNumber = 0; ///< in the NameTable
-    Facet::StyleValue value;
+    Facet::StyleValue value; ///< unless there are tokens
+    /// Of a variable's definition, or of a value that names variables; else null.
+    std::shared_ptr<const Tokens> tokens;
+    bool isVariable = false;
     bool isImportant = false;
     int line = 0;
     int column = 0;
     long serial = 0; ///< unique in the process
     const Rule* rule = nullptr;
+    /// The value as it is written, for tools.
+    [[nodiscard]] QString text() const { return tokens ? tokens->source : value.toString(); }
     /// Said already; a declaration is complained about once, not once per node.
     mutable bool isReported = false;
 };
@@ -46,7 +51,8 @@ struct StyleSheet
         int line;
         int column;
     };
-    QString name; ///< in messages
+    QString name;          ///< in messages
+    QString baseDirectory; ///< of relative file names
     std::vector<Import> imports;
     /// Rules keep their address.
     std::vector<std::unique_ptr<Rule>> rules;

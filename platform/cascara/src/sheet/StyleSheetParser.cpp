@@ -3,6 +3,7 @@
 #include "selectors/SelectorParser.hpp"
 #include "syntax/Tokenizer.hpp"
 #include "values/ValueParser.hpp"
+#include "values/Variables.hpp"
 
 #include <Facet/NameTable.hpp>
 
@@ -27,6 +28,7 @@ std::unique_ptr<StyleSheet> StyleSheetParser::parse(const QString& text, const Q
 {
     StyleSheetParser parser(Tokenizer::run(text), baseDirectory);
     parser.m_sheet->name = name;
+    parser.m_sheet->baseDirectory = baseDirectory;
     parser.m_sheet->errors = std::move(parser.m_tokens.errors);
     parser.parseSheet();
     auto& errors = parser.m_sheet->errors;
@@ -200,14 +202,14 @@ void StyleSheetParser::parseDeclaration(Rule* rule, int first, int end)
             trim();
         }
     }
-    ValueParser values(m_tokens, m_baseDirectory);
-    if (!values.parse(position, end, declaration.value)) {
-        const StyleSheetError& wrong = values.error();
-        m_sheet->errors.push_back(
-            {wrong.line, wrong.column, QStringLiteral("%1: %2; the declaration is skipped").arg(name.text, wrong.text)});
+    StyleSheetError wrong;
+    declaration.isVariable = name.text.size() > 2 && name.text.startsWith(QLatin1String("--"));
+    if (!parseValue(position, end, declaration, wrong)) {
+        wrong.text = QStringLiteral("%1: %2; the declaration is skipped").arg(name.text, wrong.text);
+        m_sheet->errors.push_back(wrong);
         return;
     }
-    if (declaration.value.terms.isEmpty()) {
+    if (!declaration.tokens && declaration.value.terms.isEmpty()) {
         skipped(name, QStringLiteral("%1: expected a value").arg(name.text));
         return;
     }
@@ -217,5 +219,23 @@ void StyleSheetParser::parseDeclaration(Rule* rule, int first, int end)
     declaration.column = name.column;
     declaration.serial = ++g_lastSerial;
     rule->declarations.push_back(std::move(declaration));
+}
+
+/// Tokens of a variable and of a value that names variables are kept: what they mean shows in a node.
+bool StyleSheetParser::parseValue(int first, int end, Declaration& declaration, StyleSheetError& wrong)
+{
+    if (declaration.isVariable || namesVariables(m_tokens, first, end)) {
+        while (first < end && token(first).kind == Kind::Whitespace)
+            ++first;
+        if (!checkVariableTokens(m_tokens, first, end, wrong))
+            return false;
+        declaration.tokens = std::make_shared<const Tokens>(cutOut(m_tokens, first, end));
+        return true;
+    }
+    ValueParser values(m_tokens, m_baseDirectory);
+    if (values.parse(first, end, declaration.value))
+        return true;
+    wrong = values.error();
+    return false;
 }
 }

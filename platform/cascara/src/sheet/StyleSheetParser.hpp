@@ -30,6 +30,7 @@ private:
     void parseRule();
     void parseDeclarations(Rule* rule);
     void parseDeclaration(Rule* rule, int first, int end);
+    bool parseValue(int first, int end, Declaration& declaration, StyleSheetError& wrong);
     void error(const Token& where, const QString& text);
 
     Tokens m_tokens;

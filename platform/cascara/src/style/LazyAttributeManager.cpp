@@ -47,11 +47,12 @@ LazyAttributeManager::Registrant::~Registrant()
     std::vector<std::unique_ptr<Facet::Attribute>> taken;
     for (StyleNode* node : restyler().nodes()) {
         auto& lazy = node->lazyAttributes;
-        const auto found = std::find_if(lazy.begin(), lazy.end(), [this](const auto& made) { return made.creator == m_entry; });
+        const auto isOurs = [this](const auto& made) { return made.creator == m_entry; };
+        const auto found = std::find_if(lazy.begin(), lazy.end(), isOurs);
         if (found == lazy.end())
             continue;
         taken.push_back(std::move(found->attribute));
-        lazy.erase(found);
+        lazy.remove_if(isOurs);
         node->applied.erase(std::remove_if(node->applied.begin(), node->applied.end(),
                                            [number](const auto& applied) { return applied.attribute == number; }),
                             node->applied.end());
@@ -82,8 +83,8 @@ Facet::Attribute* LazyAttributeManager::create(Styleable& styleable, const QByte
         if (!node->owner)
             return nullptr;
         if (attribute) {
-            node->lazyAttributes.push_back({entry.id, std::move(attribute)});
-            return node->lazyAttributes.back().attribute.get();
+            node->lazyAttributes.push_front({entry.id, std::move(attribute)});
+            return node->lazyAttributes.front().attribute.get();
         }
     }
     return nullptr;

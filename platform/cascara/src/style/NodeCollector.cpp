@@ -19,10 +19,10 @@ bool includes(int reached, int distance)
 }
 }
 
-void NodeCollector::begin(Nodes& nodes)
+unsigned NodeCollector::begin(Nodes& nodes)
 {
     m_nodes = &nodes;
-    ++m_collection;
+    return ++m_collection;
 }
 
 void NodeCollector::addNode(const StyleNode& node)

@@ -16,8 +16,8 @@ public:
 
     explicit NodeCollector(const InvalidationIndex& index) : m_index(index) {}
 
-    /// Begins a list; the calls below add to it until the next call of `begin`.
-    void begin(Nodes& nodes);
+    /// Begins a list; the calls below add to it until the next call of `begin`. Returns the list's number, which its nodes get.
+    unsigned begin(Nodes& nodes);
     void addNode(const StyleNode& node);
     void addSubtree(const Styleable& root);
     /// What `changed` reaches after it gained or lost the features `first` to `end` (exclusive).

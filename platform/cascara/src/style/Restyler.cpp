@@ -1,7 +1,6 @@
 #include "style/Restyler.hpp"
 
 #include <Bedrock/Trace.hpp>
-#include <Cascara/LazyAttributeManager.hpp>
 #include <Facet/Node.hpp>
 
 #include <algorithm>
@@ -13,45 +12,6 @@ namespace
 {
 /// Deeper than any sensible chain of listeners; beyond it listeners are undoing each other's work for ever.
 constexpr int kDeepestRound = 100;
-
-void report(const Declaration& declaration, const QString& text)
-{
-    if (std::exchange(declaration.isReported, true))
-        return;
-    Bedrock::Trace::warning("StyleEngine # %s:%d:%d: %s: %s; the declaration is skipped",
-                            declaration.rule->sheet->name.toUtf8().constData(), declaration.line, declaration.column,
-                            declaration.attribute.constData(), text.toUtf8().constData());
-}
-
-auto findApplied(StyleNode& node, int attribute)
-{
-    return std::lower_bound(node.applied.begin(), node.applied.end(), attribute,
-                            [](const StyleNode::Applied& applied, int name) { return applied.attribute < name; });
-}
-
-/// The declaration in force, 0 for none.
-long appliedDeclaration(StyleNode& node, int attribute)
-{
-    const auto found = findApplied(node, attribute);
-    return found != node.applied.end() && found->attribute == attribute ? found->declaration : 0;
-}
-
-void setApplied(StyleNode& node, int attribute, long declaration)
-{
-    const auto found = findApplied(node, attribute);
-    const bool exists = found != node.applied.end() && found->attribute == attribute;
-    if (exists && declaration == 0)
-        node.applied.erase(found);
-    else if (exists)
-        found->declaration = declaration;
-    else if (declaration != 0)
-        node.applied.insert(found, {attribute, declaration});
-}
-
-bool isCurrent(const StyleNode& node, unsigned restyling)
-{
-    return node.owner && node.restyling == restyling;
-}
 }
 
 /// One round of restyling: gives the scratch lists of its depth, which are reused so that restyling allocates nothing. The
@@ -82,7 +42,7 @@ private:
 
 void Restyler::addNode(StyleNode& node)
 {
-    node.index = m_nodes.size();
+    node.index = unsigned(m_nodes.size());
     m_nodes.push_back(&node);
 }
 
@@ -115,11 +75,25 @@ void Restyler::rebuildAndRestyle()
 {
     m_rules.build(m_sheets);
     m_invalidation.build(m_sheets);
+    m_definedVariables.clear();
+    for (const auto& sheet : m_sheets)
+        for (const auto& rule : sheet->rules)
+            for (const Declaration& declaration : rule->declarations)
+                if (declaration.isVariable)
+                    m_definedVariables.insert(declaration.attributeNumber);
     Facet::AttributeObserver::setReceivesValues(!m_invalidation.testedAttributes().empty());
     Round round(*this);
-    for (StyleNode* node : m_nodes)
-        round.lists().nodes.push_back(StyleNode::shared(*node->owner));
-    restyleNodes(round.lists());
+    Lists& lists = round.lists();
+    begin(lists);
+    for (const StyleNode* node : m_nodes)
+        if (!node->parent)
+            m_collector.addSubtree(*node->owner);
+    restyleNodes(lists);
+}
+
+void Restyler::begin(Lists& lists)
+{
+    lists.collection = m_collector.begin(lists.nodes);
 }
 
 void Restyler::finishLater(StyleNode& node)
@@ -133,31 +107,31 @@ void Restyler::attributeChanged(StyleNode& node, int attribute)
 {
     if (m_invalidation.testedAttributes().count(attribute) == 0)
         return;
-    auto& changed = node.changedAttributes;
-    if (std::find(changed.begin(), changed.end(), attribute) == changed.end())
-        changed.push_back(attribute);
-    finishLater(node);
+    // Of one that changes often, only the last entry is likely to be found; the others cost little.
+    if (m_changedAttributes.empty() || m_changedAttributes.back().node.get() != &node
+        || m_changedAttributes.back().attribute != attribute)
+        m_changedAttributes.push_back({StyleNode::shared(*node.owner), attribute});
 }
 
 void Restyler::finish()
 {
-    if (m_unfinished.empty())
+    if (!isUnfinished())
         return;
     Round round(*this);
     std::vector<std::shared_ptr<StyleNode>> unfinished;
     unfinished.swap(m_unfinished);
-    m_collector.begin(round.lists().nodes);
+    std::vector<ChangedAttribute> changes;
+    changes.swap(m_changedAttributes);
+    begin(round.lists());
     for (const auto& node : unfinished) {
         node->isNew = node->isUnfinished = false;
-        if (!node->owner)
-            continue;
-        for (const int attribute : node->changedAttributes) {
-            const Feature changed{Feature::Kind::Attribute, attribute};
-            m_collector.addReached(*node, &changed, &changed + 1);
-        }
-        if (node->changedAttributes.empty() || !node->missing.empty())
+        if (node->owner)
             m_collector.addNode(*node);
-        node->changedAttributes.clear();
+    }
+    for (const ChangedAttribute& change : changes) {
+        const Feature changed{Feature::Kind::Attribute, change.attribute};
+        if (change.node->owner)
+            m_collector.addReached(*change.node, &changed, &changed + 1);
     }
     restyleNodes(round.lists());
 }
@@ -165,7 +139,7 @@ void Restyler::finish()
 void Restyler::restyleSubtree(const Styleable& root)
 {
     Round round(*this);
-    m_collector.begin(round.lists().nodes);
+    begin(round.lists());
     m_collector.addSubtree(root);
     restyleNodes(round.lists());
 }
@@ -173,7 +147,7 @@ void Restyler::restyleSubtree(const Styleable& root)
 void Restyler::restyleMoved(const Styleable& moved, const NodeFeatures* previous, const NodeFeatures* next)
 {
     Round round(*this);
-    m_collector.begin(round.lists().nodes);
+    begin(round.lists());
     m_collector.addSubtree(moved);
     m_collector.addAfterRemoval(previous, next);
     m_collector.addAfterInsertion(StyleNode::of(moved));
@@ -183,7 +157,7 @@ void Restyler::restyleMoved(const Styleable& moved, const NodeFeatures* previous
 void Restyler::restyleSiblings(const NodeFeatures* previous, const NodeFeatures* next)
 {
     Round round(*this);
-    m_collector.begin(round.lists().nodes);
+    begin(round.lists());
     m_collector.addAfterRemoval(previous, next);
     restyleNodes(round.lists());
 }
@@ -191,7 +165,7 @@ void Restyler::restyleSiblings(const NodeFeatures* previous, const NodeFeatures*
 void Restyler::restyleAfterChange(const Styleable& changed, const Feature* first, const Feature* end)
 {
     Round round(*this);
-    m_collector.begin(round.lists().nodes);
+    begin(round.lists());
     m_collector.addReached(StyleNode::of(changed), first, end);
     restyleNodes(round.lists());
 }
@@ -205,9 +179,12 @@ void Restyler::restyleNodes(Lists& lists)
                               "sheets match; the innermost change is not styled");
         return;
     }
-    for (const auto& node : lists.nodes)
+    for (std::size_t i = 0; i < lists.nodes.size(); ++i) { // the list may grow on the way
+        const auto node = lists.nodes[i];
+        node->collection = 0;
         if (node->owner)
             restyleNode(*node, lists);
+    }
 }
 
 void Restyler::matchRules(const StyleNode& node, std::vector<const RuleIndex::Entry*>& result) const
@@ -237,12 +214,15 @@ void Restyler::matchRules(const StyleNode& node, std::vector<const RuleIndex::En
 void Restyler::collectCandidates(Lists& lists) const
 {
     lists.candidates.clear();
+    lists.definesVariables = false;
     int rank = 0;
     for (const bool important : {false, true})
         for (const RuleIndex::Entry* entry : lists.rules)
             for (const Declaration& declaration : entry->rule->declarations)
-                if (declaration.isImportant == important)
+                if (declaration.isImportant == important) {
                     lists.candidates.push_back({&declaration, ++rank});
+                    lists.definesVariables = lists.definesVariables || declaration.isVariable;
+                }
     std::sort(lists.candidates.begin(), lists.candidates.end(), [](const Candidate& a, const Candidate& b) {
         if (a.declaration->attributeNumber != b.declaration->attributeNumber)
             return a.declaration->attributeNumber < b.declaration->attributeNumber;
@@ -253,96 +233,29 @@ void Restyler::collectCandidates(Lists& lists) const
 void Restyler::restyleNode(StyleNode& node, Lists& lists)
 {
     ++m_counters.nodesRestyled;
-    const unsigned restyling = ++node.restyling;
-    node.missing.clear();
     matchRules(node, lists.rules);
     collectCandidates(lists);
-    if (!withdraw(node, restyling, lists))
-        return;
-    const Candidate* const last = lists.candidates.data() + lists.candidates.size();
-    for (const Candidate* first = lists.candidates.data(); first != last;) {
-        const Candidate* end = first;
-        while (end != last && end->declaration->attributeNumber == first->declaration->attributeNumber)
-            ++end;
-        if (!apply(node, restyling, first, end))
-            return;
-        first = end;
+    NodeStyler styler(node, lists.candidates);
+    if (lists.definesVariables || node.variables.set() || node.parentVariables()) {
+        if (!styler.updateVariables().empty())
+            inheritVariables(*node.owner, lists);
     }
+    styler.apply();
 }
 
-bool Restyler::withdraw(StyleNode& node, unsigned restyling, const Lists& lists)
+/// Gives the nodes below the variables of `parent`, and has those that use changed ones restyled in this round.
+void Restyler::inheritVariables(const Styleable& parent, Lists& lists)
 {
-    for (std::size_t i = 0; i < node.applied.size();) {
-        const int attributeNumber = node.applied[i].attribute;
-        const auto candidate =
-            std::lower_bound(lists.candidates.begin(), lists.candidates.end(), attributeNumber,
-                             [](const Candidate& entry, int number) { return entry.declaration->attributeNumber < number; });
-        if (candidate != lists.candidates.end() && candidate->declaration->attributeNumber == attributeNumber) {
-            ++i;
+    for (const Styleable* child : parent.styleChildren()) {
+        const auto& node = StyleNode::shared(*child);
+        const std::vector<int> changed = node->variables.inherit(StyleNode::of(parent).variables.shared());
+        if (changed.empty())
             continue;
+        if (node->variables.usesAny(changed) && node->collection != lists.collection) {
+            node->collection = lists.collection;
+            lists.nodes.push_back(node);
         }
-        node.applied.erase(node.applied.begin() + std::ptrdiff_t(i));
-        if (Facet::Attribute* attribute = node.owner->node().attributeNumbered(attributeNumber)) {
-            attribute->clearValue(Facet::kStyleLayer);
-            if (!isCurrent(node, restyling))
-                return false;
-        }
+        inheritVariables(*child, lists);
     }
-    return true;
-}
-
-void Restyler::attributeIsMissing(StyleNode& node, const Candidate* first, const Candidate* end)
-{
-    node.missing.push_back(first->declaration->attributeNumber);
-    const QByteArray& name = first->declaration->attribute;
-    if (Facet::Attribute::isKnownName(name) || LazyAttributeManager::isRegistered(name))
-        return;
-    if (node.isNew) {
-        finishLater(node);
-        return;
-    }
-    for (const Candidate* candidate = first; candidate != end; ++candidate)
-        report(*candidate->declaration, QStringLiteral("no attribute has this name"));
-}
-
-/// Gives an attribute the first of its candidates that fits it, or none.
-bool Restyler::apply(StyleNode& node, unsigned restyling, const Candidate* first, const Candidate* end)
-{
-    const int number = first->declaration->attributeNumber;
-    const long before = appliedDeclaration(node, number);
-    if (before == first->declaration->serial)
-        return true;
-
-    Facet::Attribute* attribute = node.owner->node().attributeNumbered(number);
-    if (!attribute) {
-        setApplied(node, number, 0);
-        attribute = LazyAttributeManager::create(*node.owner, first->declaration->attribute);
-        if (!isCurrent(node, restyling))
-            return false;
-    }
-    if (!attribute) {
-        attributeIsMissing(node, first, end);
-        return true;
-    }
-
-    for (const Candidate* candidate = first; candidate != end; ++candidate) {
-        const Declaration& declaration = *candidate->declaration;
-        if (declaration.serial == before)
-            return true;
-        QString error;
-        setApplied(node, number, declaration.serial); // before the listeners read it
-        const bool fits = attribute->setStyleValue(declaration.value, Facet::kStyleLayer, &error);
-        if (!isCurrent(node, restyling))
-            return false;
-        if (fits)
-            return true;
-        setApplied(node, number, before);
-        report(declaration, QStringLiteral("%1, got '%2'").arg(error, declaration.value.toString()));
-    }
-    if (before != 0) {
-        setApplied(node, number, 0);
-        attribute->clearValue(Facet::kStyleLayer);
-    }
-    return isCurrent(node, restyling);
 }
 }

@@ -2,12 +2,14 @@
 
 #include "style/InvalidationIndex.hpp"
 #include "style/NodeCollector.hpp"
+#include "style/NodeStyler.hpp"
 #include "style/RuleIndex.hpp"
 #include "style/StyleNode.hpp"
 
 #include <Cascara/StyleEngine.hpp>
 
 #include <memory>
+#include <set>
 #include <vector>
 
 namespace Cascara
@@ -43,37 +45,35 @@ public:
     void attributeChanged(StyleNode& node, int attribute);
     /// Restyles the nodes that wait for it, whose constructors have ended by now.
     void finish();
-    [[nodiscard]] bool isUnfinished() const noexcept { return !m_unfinished.empty(); }
+    [[nodiscard]] bool isUnfinished() const noexcept { return !m_unfinished.empty() || !m_changedAttributes.empty(); }
     /// `first` to `end` (exclusive) are the features that `changed` gained or lost.
     void restyleAfterChange(const Styleable& changed, const Feature* first, const Feature* end);
     void restyleAfterChange(const Styleable& changed, Feature feature) { restyleAfterChange(changed, &feature, &feature + 1); }
+    /// Whether any sheet defines the variable.
+    [[nodiscard]] bool isVariableDefined(int name) const { return m_definedVariables.count(name) > 0; }
     /// Rules that match, the weakest first; each rule once, with its most specific selector.
     void matchRules(const StyleNode& node, std::vector<const RuleIndex::Entry*>& result) const;
     [[nodiscard]] const StyleEngine::Counters& counters() const noexcept { return m_counters; }
 
 private:
-    struct Candidate
-    {
-        const Declaration* declaration;
-        int rank; ///< the higher wins
-    };
     /// Lists in use by one round; kept for the next one, so that a steady table allocates none.
     struct Lists
     {
         std::vector<std::shared_ptr<StyleNode>> nodes;
         std::vector<const RuleIndex::Entry*> rules;
         std::vector<Candidate> candidates;
+        bool definesVariables = false; ///< some candidate does
+        unsigned collection = 0;       ///< of the nodes, each of which has it until its turn comes
     };
     class Round;
 
     void rebuildAndRestyle();
+    /// Begins to collect nodes in the lists.
+    void begin(Lists& lists);
     void restyleNodes(Lists& lists);
     void restyleNode(StyleNode& node, Lists& lists);
     void collectCandidates(Lists& lists) const;
-    /// False when the node is gone or was restyled by an inner round.
-    bool withdraw(StyleNode& node, unsigned restyling, const Lists& lists);
-    void attributeIsMissing(StyleNode& node, const Candidate* first, const Candidate* end);
-    bool apply(StyleNode& node, unsigned restyling, const Candidate* first, const Candidate* end);
+    void inheritVariables(const Styleable& parent, Lists& lists);
 
     std::vector<StyleNode*> m_nodes;
     std::vector<std::unique_ptr<StyleSheet>> m_sheets;
@@ -81,8 +81,16 @@ private:
     std::vector<std::unique_ptr<StyleSheet>> m_retiredSheets;
     RuleIndex m_rules;
     InvalidationIndex m_invalidation;
+    std::set<int> m_definedVariables;
     NodeCollector m_collector{m_invalidation};
     std::vector<std::shared_ptr<StyleNode>> m_unfinished;
+    /// Attributes that selectors test, made or changed since styles were last finished.
+    struct ChangedAttribute
+    {
+        std::shared_ptr<StyleNode> node;
+        int attribute;
+    };
+    std::vector<ChangedAttribute> m_changedAttributes;
     std::vector<std::unique_ptr<Lists>> m_lists; ///< by depth of rounds
     int m_depth = 0;
     mutable StyleEngine::Counters m_counters;

@@ -62,8 +62,8 @@ std::vector<StyleEngine::MatchedDeclaration> StyleEngine::matchedDeclarations(co
         for (const RuleIndex::Entry* entry : rules)
             for (const Declaration& declaration : entry->rule->declarations)
                 if (declaration.isImportant == important)
-                    result.push_back({declaration.attribute, declaration.value.toString(), entry->selector->text,
-                                      entry->rule->sheet->name, declaration.line, declaration.column});
+                    result.push_back({declaration.attribute, declaration.text(), entry->selector->text, entry->rule->sheet->name,
+                                      declaration.line, declaration.column});
     return result;
 }
 

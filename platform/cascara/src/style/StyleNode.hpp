@@ -1,12 +1,13 @@
 #pragma once
 
 #include "selectors/NodeFeatures.hpp"
+#include "style/NodeVariables.hpp"
 
 #include <Cascara/Styleable.hpp>
 #include <Facet/Attribute.hpp>
 #include <Facet/Node.hpp>
 
-#include <cstddef>
+#include <forward_list>
 #include <memory>
 #include <vector>
 
@@ -44,7 +45,7 @@ struct StyleNode final : NodeFeatures, Facet::AttributeObserver
     /// Grows with each restyling. One that was interrupted by another of the same node sees it and gives up.
     unsigned restyling = 0;
     /// In the engine's list of all nodes.
-    std::size_t index = 0;
+    unsigned index = 0;
 
     /// Made because a style sheet named them.
     struct LazyAttribute
@@ -52,10 +53,10 @@ struct StyleNode final : NodeFeatures, Facet::AttributeObserver
         long creator;
         std::unique_ptr<Facet::Attribute> attribute;
     };
-    std::vector<LazyAttribute> lazyAttributes;
+    std::forward_list<LazyAttribute> lazyAttributes;
 
-    /// Numbers of attributes that selectors test, and that were made or changed since styles were last finished.
-    std::vector<int> changedAttributes;
+    NodeVariables variables;
+    [[nodiscard]] const VariableSet::Pointer& parentVariables() const;
 
     /// Becomes the last sibling below `parent`'s node, or leaves its siblings.
     void link(const Styleable& parentNode);
