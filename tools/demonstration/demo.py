@@ -9,6 +9,7 @@ import tempfile
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
 from cards_visit import CardsVisit  # noqa: E402
+from care_visit import CareVisit  # noqa: E402
 from email_visit import EmailVisit  # noqa: E402
 from faults_visit import FaultsVisit  # noqa: E402
 from first_visit import FirstVisit  # noqa: E402
@@ -17,7 +18,7 @@ from report import Report  # noqa: E402
 from visit import PRESENTATIONS, ROOT, World  # noqa: E402
 
 PRESENTATION = os.path.join(PRESENTATIONS, "gallery")
-VISITS = {"first": FirstVisit, "faults": FaultsVisit, "email": EmailVisit, "cards": CardsVisit}
+VISITS = {"first": FirstVisit, "faults": FaultsVisit, "email": EmailVisit, "cards": CardsVisit, "care": CareVisit}
 COMMAND_PORT = 8180
 
 

@@ -1,0 +1,130 @@
+"""A visit to the table's edges: what opens there becomes whole, cards that nothing took are answered, what is used stays open."""
+import math
+import os
+
+from programs import ONLY_HERE, MediaServer, by_class, by_type, centre, value
+from visit import PRESENTATIONS, Visit, require
+
+SIZE = (1920, 1080)
+STRANGER, ANN, BEN, CARL = 9009, 1001, 1002, 1003
+PLACES = [(1900, 60), (1000, 1060), (20, 540), (1900, 1060), (30, 30), (1300, 20)]
+CLOSING = 15.0
+CLOSE, CLOSE_LIFTED, IDLE = 60.0, 45.0, 60.0  # the presentation's settings
+
+
+class CareVisit(Visit):
+    def __init__(self, world):
+        super().__init__(world)
+        gallery = os.path.join(PRESENTATIONS, "gallery")
+        self.media_server = world.add(MediaServer(world.build, os.path.join(gallery, "media"), world.folder))
+        self.announced = [ONLY_HERE]
+        self.open_table(gallery, ["--media-server", self.media_server.address, "--show-input"])
+
+    def steps(self):
+        return [
+            ("what opens at the edge stands at its card first, and is whole after half a second", self.whole),
+            ("a card that the registry does not know is answered", self.unknown),
+            ("a card on another person's space is answered", self.other_space),
+            ("a space that closes soon shows it, and a touch keeps it", self.closing),
+            ("the handle closes the space at once", self.handle),
+            ("the space of a lifted card closes after its own time", self.lifted),
+            ("an unused table invites, and a touch ends that", self.invitation),
+        ]
+
+    def see(self, what, seen):
+        self.outcomes[what] = seen
+        return seen
+
+    def lift(self, visitor):
+        self.stage.leave(visitor)
+
+    def is_whole(self, rect):
+        return (rect["x"] >= -0.5 and rect["y"] >= -0.5 and rect["x"] + rect["width"] <= SIZE[0] + 0.5
+                and rect["y"] + rect["height"] <= SIZE[1] + 0.5)
+
+    def close_by_handle(self):
+        self.tap(by_type(self.space(), "CloseHandle")[0])
+        self.stage.play(1)
+
+    def whole(self):
+        seen = []
+        for index, place in enumerate(PLACES):
+            self.stage.enter(f"at 0.01 card {ANN} down {place[0]} {place[1]} angle {index * 45}\nat 0.9 card {ANN} up")
+            for _ in range(30):  # until the tracker has confirmed the card
+                if not self.spaces():
+                    self.stage.play(1 / 60)
+            require(self.spaces(), f"no space opened at {place}")
+            first = math.dist(centre(self.space()), place)
+            self.stage.play(0.5)
+            rect = self.space()["rect"]
+            seen.append({"card": place, "firstFrameOffPx": round(first, 1), "whole": self.is_whole(rect),
+                         "movedPx": round(math.dist(centre(self.space()), place))})
+            self.stage.play(1)
+            self.lift(self.stage.visitors[-1])
+            self.close_by_handle()
+            require(not self.spaces(), "the space is still open")
+        self.see("spaces at the edges", seen)
+        for one in seen:
+            require(one["firstFrameOffPx"] < 2, f"in its first frame the space is not at the card: {one}")
+            require(one["whole"], f"after half a second a part of the space is cut off: {one}")
+
+    def signs(self):
+        return [{"classes": sign["classes"], "words": value(by_class(sign, "card-sign-text")[0], "text")}
+                for sign in by_type(self.table.tree(), "CardSign")]
+
+    def unknown(self):
+        self.sign_of(STRANGER, (1110, 560), "unknown", "a card that the registry does not know")
+
+    def sign_of(self, code, point, reason, what):
+        self.stage.enter(f"at 0.01 card {code} down {point[0]} {point[1]} angle 270\nat 1.0 card {code} up")
+        self.stage.play(2 / 60)
+        seen = self.see(what, self.signs())
+        require(len(seen) == 1 and reason in seen[0]["classes"] and seen[0]["words"], f"the table's answer is {seen}")
+        self.stage.play(2.8)  # a lifted card is waited for
+        self.lift(self.stage.visitors[-1])
+        require(not self.signs(), "the sign is still there")
+
+    def other_space(self):
+        self.stage.enter(f"at 0.01 card {ANN} down 1110 560 angle 270\nat 200 card {ANN} up")
+        self.stage.play(1)
+        self.sign_of(BEN, (1110, 330), "other-space", "a card on another person's space")
+
+    def is_closing(self):
+        return "closing" in self.space()["pseudoClasses"]
+
+    def closing(self):
+        self.stage.play(CLOSE - CLOSING + 1, frame=0.25)
+        before = self.is_closing()
+        self.stage.tap((1000, 480))
+        self.stage.play(0.3)
+        seen = self.see("a space that closes soon", {"closing": before, "closingAfterTouch": self.is_closing()})
+        require(seen == {"closing": True, "closingAfterTouch": False}, f"seen: {seen}")
+
+    def handle(self):
+        self.close_by_handle()
+        require(not self.spaces(), "the space is still open")
+        self.lift(self.stage.visitors[-1])
+        self.stage.play(1)
+
+    def lifted(self):
+        self.stage.enter(f"at 0.01 card {CARL} down 1110 560 angle 270\nat 1 card {CARL} up")
+        self.stage.play(2.5)
+        begin = self.stage.now
+        while self.spaces():
+            self.stage.play(1, frame=0.25)
+            require(self.stage.now - begin < CLOSE, "the space is still open")
+        seen = self.see("the space of a lifted card", {"closedAfterSeconds": round(self.stage.now - begin)})
+        require(CLOSE_LIFTED - 4 < seen["closedAfterSeconds"] < CLOSE_LIFTED + 3, f"seen: {seen}")
+        self.lift(self.stage.visitors[-1])
+
+    def is_idle(self):
+        return "idle" in self.table.tree()["pseudoClasses"]
+
+    def invitation(self):
+        self.stage.play(IDLE + 2, frame=0.25)
+        shown = [widget["cssId"] for widget in by_type(self.table.tree(), "InvitationWidget") if widget["visible"]]
+        idle = self.is_idle()
+        self.stage.tap((1000, 480))
+        self.stage.play(0.3)
+        seen = self.see("an unused table", {"idle": idle, "invitations": len(shown), "idleAfterTouch": self.is_idle()})
+        require(seen == {"idle": True, "invitations": 4, "idleAfterTouch": False}, f"seen: {seen}")
