@@ -155,7 +155,7 @@ void refuseFormer(CLI::App& app, const char* name)
                                          "ADDRESS:PORT for tables.",
                                    CLI::ExitCodes::ValidationError);
     };
-    app.add_option_function<std::string>(name, refuse)->group(""); // not in the help
+    app.add_option_function<std::string>(name, refuse)->expected(0, 1)->group(""); // not in the help
 }
 
 /// The option that a value is missing for; the library's message begins with its name.

@@ -2,6 +2,7 @@
 
 #include <Bedrock/Trace.hpp>
 #include <Http/Address.hpp>
+#include <Tavola/Network.hpp>
 
 #include <folly/futures/Future.h>
 
@@ -11,9 +12,7 @@
 #include <QNetworkRequest>
 #include <QTimer>
 
-#include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <stdexcept>
 #include <utility>
 
@@ -35,32 +34,6 @@ bool reportsSuccess(const QJsonObject& answer)
     const QJsonValue success = answer.value(QLatin1String("success"));
     return success.toBool() || success.toString() == QLatin1String("true");
 }
-
-/// The bytes of a POST, which can be read once only. When a connection closes without an answer, QNetworkAccessManager sends a
-/// body that it can rewind a second time; the server may have carried out the first. With this body the reply fails with
-/// ContentReSendError instead.
-class UnrepeatableBody final : public QIODevice
-{
-public:
-    explicit UnrepeatableBody(QByteArray bytes) : m_bytes(std::move(bytes)) { open(QIODevice::ReadOnly | QIODevice::Unbuffered); }
-
-    [[nodiscard]] qint64 size() const override { return m_bytes.size(); }
-    bool reset() override { return false; }
-
-protected:
-    qint64 readData(char* data, qint64 maxSize) override
-    {
-        const qint64 size = std::min(maxSize, m_bytes.size() - m_read);
-        std::memcpy(data, m_bytes.constData() + m_read, std::size_t(size));
-        m_read += size;
-        return size > 0 || maxSize == 0 ? size : -1;
-    }
-    qint64 writeData(const char*, qint64) override { return -1; }
-
-private:
-    QByteArray m_bytes;
-    qint64 m_read = 0;
-};
 }
 
 /// One command and its answer. A child of its reply.
@@ -74,8 +47,8 @@ public:
         connect(&m_timer, &QTimer::timeout, this,
                 [this] { giveUp(QStringLiteral("did not answer within %1 s").arg(m_service.m_timeoutMs / 1000.0)); });
         m_timer.start(m_service.m_timeoutMs);
-        // Qt's network thread reads on while a frame is under way; what lies beyond the limit stays at its sender.
-        reply.setReadBufferSize(kLargestAnswerBytes + 1);
+        // Qt's network thread reads on while a frame is under way; what lies far beyond the limit stays at its sender.
+        reply.setReadBufferSize(2 * kLargestAnswerBytes);
         connect(&reply, &QNetworkReply::readyRead, this, [this] {
             if (m_reply.bytesAvailable() > kLargestAnswerBytes)
                 giveUp(QStringLiteral("sent an answer that is too long"));
@@ -206,7 +179,7 @@ folly::Future<QJsonObject> MediaServerService::request(const QJsonObject& comman
     // Set explicitly, so that Qt decompresses nothing: a small answer could become very large.
     request.setRawHeader("Accept-Encoding", "identity");
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
-    auto* body = new UnrepeatableBody(QJsonDocument(command).toJson(QJsonDocument::Compact));
+    QIODevice* body = Tavola::makeUnrepeatableBody(QJsonDocument(command).toJson(QJsonDocument::Compact));
     QNetworkReply* reply = m_network.post(request, body);
     body->setParent(reply);
     auto* exchange = new Exchange(*this, *reply);

@@ -1,5 +1,6 @@
 #include "PeopleFile.hpp"
 
+#include "CsvLines.hpp"
 #include "MailAddress.hpp"
 
 #include <Bedrock/BoundedFile.hpp>
@@ -19,113 +20,10 @@ namespace
 {
 using Kind = Tavola::TesselServiceAPI::MarkerProperties;
 
-/// Of a quoted field, in characters. A quote that is never closed takes no more than this to find out, in each line that has one.
-constexpr int kLongestField = 4096;
+/// More mistakes than these are counted only: a file of something else has one in each of a million lines.
+constexpr int kMostComplaints = 100;
 /// A hundred thousand people take about a tenth of it.
 constexpr int kLargestFileMiB = 64;
-
-struct Line
-{
-    int number = 0;
-    QStringList fields;
-    bool openQuote = false;
-};
-
-QString rightTrimmed(QString text)
-{
-    while (!text.isEmpty() && text.back().isSpace())
-        text.chop(1);
-    return text;
-}
-
-/// Splits a text into lines of fields.
-class Splitter
-{
-public:
-    explicit Splitter(const QString& text) : m_text(text) {}
-
-    bool next(Line& line)
-    {
-        if (m_at >= m_text.size())
-            return false;
-        const int start = m_at;
-        line = Line();
-        line.number = m_line;
-        if (!split(line)) {
-            // A quote that is never closed would swallow all lines below: only its own line is skipped.
-            line.openQuote = true;
-            m_at = start;
-            m_line = line.number;
-            while (m_at < m_text.size() && !skipLineEnd())
-                ++m_at;
-        }
-        return true;
-    }
-
-private:
-    /// False when a quoted field has no end within its bound.
-    bool split(Line& line)
-    {
-        QString field;
-        bool quoted = false;
-        int kept = 0; // characters that were quoted, whose blanks belong to the field
-        const auto finish = [&] {
-            QString after = field.mid(kept);
-            field.truncate(kept);
-            // Blanks around a field are dropped, also those between a closing quote and the comma.
-            line.fields << (kept > 0 ? field + rightTrimmed(std::move(after)) : after.trimmed());
-            field.clear();
-            kept = 0;
-        };
-        while (m_at < m_text.size()) {
-            if (quoted && field.size() > kLongestField)
-                return false;
-            if (skipLineEnd()) {
-                if (!quoted)
-                    break;
-                field += QLatin1Char('\n');
-                continue;
-            }
-            const QChar c = m_text[m_at++];
-            if (quoted) {
-                if (c != QLatin1Char('"'))
-                    field += c;
-                else if (m_at < m_text.size() && m_text[m_at] == QLatin1Char('"'))
-                    field += m_text[m_at++];
-                else {
-                    quoted = false;
-                    kept = field.size();
-                }
-            } else if (c == QLatin1Char('"') && kept == 0 && field.trimmed().isEmpty()) {
-                field.clear();
-                quoted = true;
-            } else if (c == QLatin1Char(',')) {
-                finish();
-            } else {
-                field += c;
-            }
-        }
-        finish();
-        return !quoted;
-    }
-
-    /// Skips LF, CR LF or CR; false when there is none at the position.
-    bool skipLineEnd()
-    {
-        const QChar c = m_text[m_at];
-        if (c != QLatin1Char('\n') && c != QLatin1Char('\r'))
-            return false;
-        ++m_at;
-        if (c == QLatin1Char('\r') && m_at < m_text.size() && m_text[m_at] == QLatin1Char('\n'))
-            ++m_at;
-        ++m_line;
-        return true;
-    }
-
-    const QString& m_text;
-    int m_at = 0;
-    int m_line = 1;
-};
 
 /// Whether a spreadsheet that opens the file may run the field as a formula.
 bool isFormula(const QString& field)
@@ -136,17 +34,12 @@ bool isFormula(const QString& field)
     return !text.isEmpty() && begins.contains(text.at(0));
 }
 
-bool isBlank(const Line& line)
-{
-    return !line.openQuote && line.fields.size() == 1 && line.fields[0].trimmed().isEmpty();
-}
-
 /// Reads one file's text; what is skipped is logged.
 class Reader
 {
 public:
     Reader(const QString& text, const QString& fileName, PeopleFile::Addresses addresses)
-        : m_splitter(text), m_file(fileName.toUtf8()), m_addresses(addresses)
+        : m_lines(text), m_file(fileName.toUtf8()), m_addresses(addresses)
     {
     }
 
@@ -154,10 +47,13 @@ public:
     {
         if (!readColumns())
             return {};
-        Line line;
-        while (m_splitter.next(line))
-            if (!isBlank(line))
+        CsvLine line;
+        while (m_lines.next(line))
+            if (!line.isBlank())
                 readPerson(line);
+        if (m_complaints > kMostComplaints)
+            Bedrock::Trace::warning("PeopleFile # %s: %d more mistakes like these; mend these, and read the file again",
+                                    m_file.constData(), m_complaints - kMostComplaints);
         return std::move(m_people);
     }
     [[nodiscard]] bool isComplete() const { return m_complete; }
@@ -166,15 +62,17 @@ private:
     void warn(int line, const QString& what)
     {
         m_complete = false;
+        if (++m_complaints > kMostComplaints)
+            return;
         Bedrock::Trace::warning("PeopleFile # %s:%d: %s", m_file.constData(), line, what.toUtf8().constData());
     }
-    void skipLine(const Line& line, const QString& why) { warn(line.number, why + QStringLiteral("; the line is skipped")); }
+    void skipLine(const CsvLine& line, const QString& why) { warn(line.number, why + QStringLiteral("; the line is skipped")); }
 
     bool readColumns()
     {
-        Line line;
-        while (m_splitter.next(line) && isBlank(line)) {}
-        if (isBlank(line) || line.number == 0)
+        CsvLine line;
+        while (m_lines.next(line) && line.isBlank()) {}
+        if (line.isBlank() || line.number == 0)
             line.number = 1;
         static const QStringList known{"code", "name", "email", "content-key", "kind"};
         QStringList unknown;
@@ -186,6 +84,10 @@ private:
                 unknown << name;
         }
         m_columnCount = line.fields.size();
+        if (line.hasNul()) {
+            warn(line.number, QStringLiteral("it has a NUL byte (save the file as UTF-8 text); no people were read"));
+            return false;
+        }
         if (!m_columns.contains(QStringLiteral("code")) && line.fields.value(0).contains(QLatin1Char(';'))) {
             warn(line.number,
                  QStringLiteral(
@@ -199,20 +101,20 @@ private:
                                 "(code,name,email,content-key,kind); no people were read"));
             return false;
         }
-        for (const QString& name : unknown)
+        for (const QString& name : unknown.mid(0, kMostComplaints))
             warn(line.number,
                  QStringLiteral("unknown column '%1', known are %2; the column is skipped")
                      .arg(name, known.join(QStringLiteral(", "))));
         return true;
     }
 
-    QString field(const Line& line, const char* column) const
+    QString field(const CsvLine& line, const char* column) const
     {
         return line.fields.value(m_columns.value(QLatin1String(column), -1));
     }
 
     /// As `field`; empty, with a warning, for invalid UTF-8.
-    QString text(const Line& line, const char* column)
+    QString text(const CsvLine& line, const char* column)
     {
         const QString value = field(line, column);
         if (!value.contains(QChar(QChar::ReplacementCharacter)))
@@ -222,7 +124,7 @@ private:
         return {};
     }
 
-    QString mailAddress(const Line& line)
+    QString mailAddress(const CsvLine& line)
     {
         const QString address = text(line, "email");
         if (address.isEmpty() || m_addresses == PeopleFile::Addresses::AsTheyAre || isMailAddress(address.trimmed()))
@@ -232,11 +134,12 @@ private:
         return {};
     }
 
-    void readPerson(const Line& line)
+    void readPerson(const CsvLine& line)
     {
         if (line.openQuote)
-            return skipLine(line, QStringLiteral("a quote is opened and not closed within %1 characters").arg(kLongestField));
-        if (std::any_of(line.fields.begin(), line.fields.end(), [](const QString& field) { return field.contains(QChar(0)); }))
+            return skipLine(line,
+                            QStringLiteral("a quote is opened and not closed within %1 characters").arg(CsvLines::kLongestField));
+        if (line.hasNul())
             return skipLine(line, QStringLiteral("it has a NUL byte (save the file as UTF-8 text)"));
         if (line.fields.size() > m_columnCount)
             return skipLine(line,
@@ -264,7 +167,7 @@ private:
         m_people.push_back(std::move(person));
     }
 
-    Splitter m_splitter;
+    CsvLines m_lines;
     QByteArray m_file;
     const PeopleFile::Addresses m_addresses;
     QMap<QString, int> m_columns;
@@ -272,6 +175,7 @@ private:
     QHash<quint64, int> m_lineOfCode;
     std::vector<Person> m_people;
     bool m_complete = true;
+    int m_complaints = 0;
 };
 }
 

@@ -48,7 +48,7 @@ SpoiltDatabase::SpoiltDatabase(const QString& file, Kind kind) : m_file(file)
     m_locker.setDatabaseName(file);
     REQUIRE(m_locker.open());
     QSqlQuery query(m_locker);
-    REQUIRE(query.exec(QStringLiteral("CREATE TABLE other (x)")));
+    REQUIRE(query.exec(QStringLiteral("CREATE TABLE IF NOT EXISTS other (x)")));
     if (kind == Kind::Locked) {
         REQUIRE(query.exec(QStringLiteral("BEGIN IMMEDIATE")));
         return;

@@ -9,14 +9,14 @@
 
 namespace TestSupport
 {
-/// A SQLite file that no program has used yet, in a state in which none can write to it, until the scope ends. Fails the test
+/// A SQLite file that no program uses, in a state in which none can write to it, until the scope ends. Fails the test
 /// when that cannot be arranged. The superuser may write what permissions forbid; meanwhile the thread that made this may not.
 class SpoiltDatabase
 {
 public:
     enum class Kind { Locked, ReadOnlyFile, ReadOnlyFolder, Damaged, NoDatabase };
 
-    /// `file` is made, in a folder that exists and has nothing else in it.
+    /// `file` is made when it is missing, in a folder that exists.
     SpoiltDatabase(const QString& file, Kind kind);
     ~SpoiltDatabase();
     SpoiltDatabase(const SpoiltDatabase&) = delete;

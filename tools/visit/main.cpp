@@ -5,6 +5,8 @@
 #include "VisitScript.hpp"
 #include "VisitSender.hpp"
 
+#include <Bedrock/LogText.hpp>
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -25,7 +27,7 @@ constexpr int kExitUsage = 2;
 
 int fail(const std::string& text, int code)
 {
-    std::fprintf(stderr, "tavola-visit # %s\n", text.c_str());
+    std::fprintf(stderr, "tavola-visit # %s\n", Bedrock::onOneLine(text).c_str());
     return code;
 }
 
@@ -77,7 +79,10 @@ int main(int argumentCount, char** arguments)
         return fail("Failed to read " + options.file + " (" + std::strerror(errno) + "); check its name and rights", kExitFailed);
     Visit::ParsedScript parsed = Visit::parseScript(text);
     for (const Visit::ScriptError& error : parsed.errors)
-        std::fprintf(stderr, "%s:%d:%d: %s\n", options.file.c_str(), error.line, error.column, error.text.c_str());
+        std::fprintf(stderr, "%s\n",
+                     Bedrock::onOneLine(options.file + ':' + std::to_string(error.line) + ':' + std::to_string(error.column)
+                                        + ": " + error.text)
+                         .c_str());
     if (!parsed.errors.empty())
         return kExitUsage;
 

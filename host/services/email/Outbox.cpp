@@ -82,6 +82,13 @@ std::unique_ptr<Outbox> Outbox::open(const QString& folder, QString& error)
                 .arg(folder);
         return nullptr;
     }
+    if (QFileInfo(folder + QStringLiteral("/files")).isSymLink()) {
+        error =
+            QStringLiteral("%1/files is a link, through which nothing is removed; give the data folder itself another place with "
+                           "--data")
+                .arg(folder);
+        return nullptr;
+    }
     std::unique_ptr<Outbox> outbox(new Outbox(folder));
     const bool isReady = OutboxSchema::prepare(
         outbox->m_path, outbox->m_files, [&] { return outbox->lock(); }, error);

@@ -21,18 +21,20 @@ void OutboxFiles::remove(const QString& name) const
     const auto match = own.match(name);
     if (!match.hasMatch())
         return;
-    const QByteArray target = QFile::encodeName(path(name));
+    constexpr int kFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    const int root = ::open(QFile::encodeName(m_root).constData(), kFolder);
+    if (root < 0)
+        return;
+    const QByteArray target = name.toLatin1();
     if (!match.captured(2).isEmpty()) {
-        ::unlink(target.constData());
-        return;
+        ::unlinkat(root, target.constData(), 0);
+    } else if (const int folder = ::openat(root, target.constData(), kFolder); folder >= 0) {
+        for (int number = 0; ::unlinkat(folder, QByteArray::number(number).constData(), 0) == 0;)
+            ++number;
+        ::close(folder);
+        ::unlinkat(root, target.constData(), AT_REMOVEDIR);
     }
-    const int folder = ::open(target.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (folder < 0)
-        return;
-    for (int number = 0; ::unlinkat(folder, QByteArray::number(number).constData(), 0) == 0;)
-        ++number;
-    ::close(folder);
-    ::rmdir(target.constData());
+    ::close(root);
 }
 
 void OutboxFiles::removeAllBut(const QStringList& names) const

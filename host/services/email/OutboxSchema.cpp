@@ -146,6 +146,16 @@ bool OutboxSchema::prepare(const QString& path, const OutboxFiles& files, const 
         }
         version = query.value(0).toInt();
         query.finish();
+        constexpr int kBusy = 5; // another program is writing, so the file can be written
+        // BEGIN IMMEDIATE alone begins reading a file that is read-only.
+        const bool isWritable =
+            query.exec(QStringLiteral("BEGIN IMMEDIATE")) && query.exec(QStringLiteral("PRAGMA user_version=%1").arg(version));
+        const QSqlError fault = query.lastError();
+        query.exec(QStringLiteral("ROLLBACK"));
+        if (!isWritable && (fault.nativeErrorCode().toInt() & 0xFF) != kBusy) {
+            error = QStringLiteral("cannot write %1 (%2); %3").arg(path, fault.text(), sqliteRemedy(fault));
+            return false;
+        }
         if (version < kVersion)
             static_cast<void>(SqliteConnection::keepWriteAheadLog(query)); // where it fails, so does what follows
     }

@@ -326,6 +326,30 @@ TEST_CASE("people file: a NUL byte costs its line and ends nothing")
     CHECK_FALSE(complete);
 }
 
+TEST_CASE("people file: a NUL byte in the line of columns is told, and no people are read")
+{
+    expectWarning("PeopleFile # p.csv:1: it has a NUL byte (save the file as UTF-8 text); no people were read");
+    bool complete = true;
+    CHECK(PeopleFile::parse(QString::fromLatin1("code,na\0me\n1,Ann\n", 18), QStringLiteral("p.csv"), complete).empty());
+    CHECK_FALSE(complete);
+}
+
+TEST_CASE("people file: of very many mistakes the first hundred are told, and how many more there are")
+{
+    QString text = QStringLiteral("code,name\n");
+    for (int line = 2; line < 202; ++line) {
+        text += QStringLiteral("x\n");
+        if (line < 102)
+            expectWarning("PeopleFile # p.csv:" + std::to_string(line)
+                          + ": 'x' is no card code, a whole number is expected; the line is skipped");
+    }
+    expectWarning("PeopleFile # p.csv: 100 more mistakes like these; mend these, and read the file again");
+    bool complete = true;
+    const auto people = PeopleFile::parse(text + QStringLiteral("7,Ann\n"), QStringLiteral("p.csv"), complete);
+    CHECK(people.size() == 1);
+    CHECK_FALSE(complete);
+}
+
 TEST_CASE("people file: semicolons in place of commas are told with the remedy")
 {
     expectWarning(

@@ -212,3 +212,39 @@ TEST_CASE("network: an answer that cannot be read is an error")
     CHECK(reply->error() == QNetworkReply::UnknownNetworkError);
     CHECK(reply->errorString() == "damaged answer");
 }
+
+TEST_CASE("network: answers are asked for uncompressed")
+{
+    Fixture f;
+    const Server server("HTTP/1.1 200 OK\r\nContent-Length: 2\r\nContent-Encoding: gzip\r\nConnection: close\r\n\r\n\x1f\x8b");
+    QNetworkReply& reply = f.finished(f.manager.get(QNetworkRequest(server.url())));
+    CHECK(server.received().contains("\r\nAccept-Encoding: identity\r\n"));
+    CHECK(reply.readAll() == "\x1f\x8b"); // as it came
+}
+
+TEST_CASE("network: a POST is sent once, also when a kept connection closes without an answer")
+{
+    Fixture f;
+    QTcpServer server;
+    REQUIRE(server.listen(QHostAddress::LocalHost));
+    int posts = 0;
+    QObject::connect(&server, &QTcpServer::newConnection, &server, [&] {
+        QTcpSocket* socket = server.nextPendingConnection();
+        QObject::connect(socket, &QTcpSocket::readyRead, socket, [&posts, socket] {
+            if (!socket->readAll().endsWith("sun"))
+                return;
+            if (++posts == 1)
+                socket->write("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok");
+            else
+                socket->disconnectFromHost();
+        });
+    });
+    const QNetworkRequest request = [&] {
+        QNetworkRequest made(QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(server.serverPort())));
+        made.setHeader(QNetworkRequest::ContentTypeHeader, QByteArray("text/plain"));
+        return made;
+    }();
+    CHECK(f.finished(f.manager.post(request, QByteArray("sun"))).error() == QNetworkReply::NoError);
+    CHECK(f.finished(f.manager.post(request, QByteArray("sun"))).error() != QNetworkReply::NoError);
+    CHECK(posts == 2);
+}

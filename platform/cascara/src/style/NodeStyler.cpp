@@ -76,7 +76,7 @@ QString placeOf(const Declaration& declaration)
 NodeStyler::NodeStyler(StyleNode& node, const std::vector<Candidate>& candidates)
     : m_node(node), m_candidates(candidates), m_restyling(++node.restyling)
 {
-    m_node.missing.clear();
+    m_node.missing.reset();
 }
 
 std::vector<int> NodeStyler::updateVariables()
@@ -132,7 +132,9 @@ bool NodeStyler::withdraw()
 
 void NodeStyler::attributeIsMissing(const Candidate* first, const Candidate* end)
 {
-    m_node.missing.push_back(first->declaration->attributeNumber);
+    if (!m_node.missing)
+        m_node.missing = std::make_unique<std::vector<int>>();
+    m_node.missing->push_back(first->declaration->attributeNumber);
     const QByteArray& name = first->declaration->attribute;
     if (Facet::Attribute::isKnownName(name) || LazyAttributeManager::isRegistered(name))
         return;

@@ -55,7 +55,7 @@ void StyleNode::attributeAdded(Facet::Attribute& attribute)
 {
     if (!owner)
         return;
-    if (std::binary_search(missing.begin(), missing.end(), attribute.nameNumber()))
+    if (missing && std::binary_search(missing->begin(), missing->end(), attribute.nameNumber()))
         restyler().finishLater(*this);
     attributeValueGiven(attribute);
 }

@@ -32,8 +32,9 @@ struct StyleNode final : NodeFeatures, Facet::AttributeObserver
         long declaration;
     };
     std::vector<Applied> applied;
-    /// Numbers of attributes that declarations in force name and the node does not have, ascending.
-    std::vector<int> missing;
+    /// Numbers of attributes that declarations in force name and the node does not have, ascending. Null as long as there are
+    /// none: nearly every node has all.
+    std::unique_ptr<std::vector<int>> missing;
     /// Its constructors may still be running, as far as the engine can see: what is missing may yet come.
     bool isNew = true;
     /// Its children are about to end with it.

@@ -4,6 +4,8 @@
 
 #include <QtGlobal>
 
+class QByteArray;
+class QIODevice;
 class QNetworkAccessManager;
 class QObject;
 
@@ -24,6 +26,12 @@ TAVOLA_EXPORT void setNetworkLimits(const NetworkLimits& limits);
 /// A network manager, owned by `parent`. Use it like any other; its replies are finished on the main thread in the input step of
 /// a frame, with the whole answer at once, like all results from outside. They are children of the manager, and belong to the
 /// caller as usual. Aborting a reply finishes it inside the call. Addresses that are neither http nor https, such as those of
-/// files, and answers beyond the limits end as network errors. Main thread only.
+/// files, and answers beyond the limits end as network errors. Answers are asked for uncompressed, and a POST is sent once. Main
+/// thread only.
 [[nodiscard]] TAVOLA_EXPORT QNetworkAccessManager* makeNetworkManager(QObject* parent);
+
+/// The body of a POST that is sent once only: when its connection closes without an answer, QNetworkAccessManager sends a body
+/// that it can rewind a second time, and the server may have carried out the first. With this one the reply fails with
+/// ContentReSendError instead. Owned by the caller, open for reading; it has to live as long as the reply.
+[[nodiscard]] TAVOLA_EXPORT QIODevice* makeUnrepeatableBody(const QByteArray& bytes);
 }

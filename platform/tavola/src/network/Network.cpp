@@ -6,6 +6,7 @@
 #include <Bedrock/Inbox.hpp>
 
 #include <QNetworkAccessManager>
+#include <QNetworkRequest>
 #include <QPointer>
 
 #include <utility>
@@ -46,13 +47,27 @@ protected:
                     return std::move(answer).answer(refusedAnswer(request.url(), QNetworkReply::ProtocolUnknownError,
                                                                   QStringLiteral("the address is neither http nor https"))
                                                         .toBytes());
-                reply->carry(QNetworkAccessManager::createRequest(operation, request, outgoing), std::move(answer));
+                reply->carry(send(operation, request, outgoing), std::move(answer));
             },
             [reply](const QByteArray& answer) {
                 if (reply)
                     reply->finish(answer);
             });
         return reply;
+    }
+
+private:
+    QNetworkReply* send(Operation operation, QNetworkRequest request, QIODevice* outgoing)
+    {
+        // Said explicitly, so that Qt decompresses nothing: a small answer could become very large.
+        if (!request.hasRawHeader("Accept-Encoding"))
+            request.setRawHeader("Accept-Encoding", "identity");
+        if (operation != PostOperation || !outgoing || outgoing->isSequential())
+            return QNetworkAccessManager::createRequest(operation, request, outgoing);
+        QIODevice* body = makeUnrepeatableBody(outgoing->readAll());
+        QNetworkReply* transport = QNetworkAccessManager::createRequest(operation, request, body);
+        body->setParent(transport);
+        return transport;
     }
 };
 }

@@ -30,8 +30,9 @@ TransportGuard::TransportGuard(QNetworkReply& transport) : QObject(&transport), 
     connect(&m_timer, &QTimer::timeout, this,
             [this, limits] { end(QStringLiteral("no answer within %1 s").arg(limits.timeoutSeconds)); });
     m_timer.start(int(std::ceil(limits.timeoutSeconds * 1000.0)));
-    // Qt's network thread reads on while a frame is under way; what lies beyond the limit stays at its sender.
-    transport.setReadBufferSize(limits.largestAnswerBytes + 1);
+    // Qt's network thread reads on while a frame is under way; what lies far beyond the limit stays at its
+    // sender. It reads in large pieces, so twice the limit: a buffer that is full below it would wait for the timeout.
+    transport.setReadBufferSize(2 * limits.largestAnswerBytes);
     connect(&transport, &QNetworkReply::readyRead, this, [this, limits] {
         if (m_transport.bytesAvailable() > limits.largestAnswerBytes)
             end(QStringLiteral("the answer has more than %1 bytes").arg(limits.largestAnswerBytes));

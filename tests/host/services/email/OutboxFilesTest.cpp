@@ -80,3 +80,15 @@ TEST_CASE("outbox files: nothing is removed through a symbolic link")
     REQUIRE(precious.open(QIODevice::ReadOnly));
     CHECK(precious.readAll() == "precious");
 }
+
+TEST_CASE("outbox files: nothing is removed when the folder itself is a symbolic link")
+{
+    Bench bench;
+    const QString name = OutboxFiles::newName();
+    const QString target = bench.folder.write("elsewhere/" + name, "precious");
+    REQUIRE(QDir(bench.folder.path("files")).removeRecursively());
+    REQUIRE(QFile::link(bench.folder.path("elsewhere"), bench.folder.path("files")));
+    bench.files.removeAllBut({});
+    bench.files.remove(name);
+    CHECK(QFileInfo::exists(target));
+}

@@ -237,3 +237,19 @@ TEST_CASE("outbox schema: a file that cannot be used is refused with the reason 
     }
     SqliteConnection::setLockWaitMs(waitBefore);
 }
+
+TEST_CASE("outbox schema: an outbox in use that has become read-only is refused with the remedy")
+{
+    using TestSupport::SpoiltDatabase;
+    for (const SpoiltDatabase::Kind kind : {SpoiltDatabase::Kind::ReadOnlyFile, SpoiltDatabase::Kind::ReadOnlyFolder}) {
+        CAPTURE(SpoiltDatabase::name(kind));
+        const Folder folder;
+        QString error;
+        REQUIRE(Outbox::open(folder.path(), error) != nullptr);
+        const SpoiltDatabase spoilt(folder.path("outbox.sqlite"), kind);
+        CHECK(Outbox::open(folder.path(), error) == nullptr);
+        CAPTURE(error.toStdString());
+        CHECK(error.contains(folder.path("outbox.sqlite")));
+        CHECK(error.endsWith("); " + SpoiltDatabase::remedy(kind)));
+    }
+}
