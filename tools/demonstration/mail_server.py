@@ -21,11 +21,13 @@ class MailServer:
         self.messages = []
         self._open = threading.Event()
         self._open.set()
-        with socket.socket() as probe:
-            probe.bind(("127.0.0.1", 0))
-            port = probe.getsockname()[1]
-        self._controller = Controller(self, hostname="127.0.0.1", port=port, data_size_limit=64 * 1024 * 1024)
-        self._controller.start()
+        # The port stays reserved until the server listens on it: no other program on this machine is given it in between.
+        with socket.socket() as reserved:
+            reserved.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+            reserved.bind(("127.0.0.1", 0))
+            port = reserved.getsockname()[1]
+            self._controller = Controller(self, hostname="127.0.0.1", port=port, data_size_limit=64 * 1024 * 1024)
+            self._controller.start()
         self.address = f"smtp://127.0.0.1:{port}"
 
     async def handle_DATA(self, server, session, envelope):
