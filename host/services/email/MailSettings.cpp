@@ -1,6 +1,6 @@
 #include "MailSettings.hpp"
 
-#include "MailText.hpp"
+#include "../MailAddress.hpp"
 
 #include <Tavola/JsonEntries.hpp>
 
@@ -97,7 +97,7 @@ std::optional<MailSettings> MailSettings::read(const QJsonObject& entry, const Q
     }
     const QJsonObject sender = entry.value(QLatin1String("sender")).toObject();
     settings.sender = {sender.value(QLatin1String("address")).toString(), sender.value(QLatin1String("name")).toString()};
-    if (!MailText::isAddress(settings.sender.address)) {
+    if (!isMailAddress(settings.sender.address)) {
         report(QStringLiteral("sender"),
                QStringLiteral("expected an object with the \"address\" that messages come from, and a \"name\" if you like"));
         return std::nullopt;

@@ -1,7 +1,5 @@
 #include "MailText.hpp"
 
-#include "../MailAddress.hpp"
-
 #include <QRegularExpression>
 #include <QUrl>
 
@@ -9,11 +7,6 @@ namespace Host
 {
 namespace MailText
 {
-bool isAddress(const QString& text)
-{
-    return isMailAddress(text);
-}
-
 QByteArray plainAddress(const QString& address)
 {
     const int at = address.lastIndexOf(QLatin1Char('@'));

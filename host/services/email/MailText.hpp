@@ -5,11 +5,9 @@
 
 namespace Host
 {
-/// Checks and forms of the texts in a message's header that visitors type or files are named by.
+/// Forms of the texts in a message's header that visitors type or files are named by.
 namespace MailText
 {
-/// See isMailAddress().
-[[nodiscard]] bool isAddress(const QString& text);
 /// The address with its domain in ASCII, as mail servers expect it.
 [[nodiscard]] QByteArray plainAddress(const QString& address);
 /// The text on one line: every run of control characters and line ends becomes one blank.

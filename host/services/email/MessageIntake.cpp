@@ -1,5 +1,6 @@
 #include "MessageIntake.hpp"
 
+#include "../MailAddress.hpp"
 #include "HtmlBody.hpp"
 #include "MailText.hpp"
 #include "OutboxFiles.hpp"
@@ -32,7 +33,7 @@ QString fault(const Letter& letter)
     QStringList addresses{letter.sender.address};
     for (const auto& recipient : letter.recipients)
         addresses << recipient.address.address;
-    const auto wrong = std::find_if_not(addresses.begin(), addresses.end(), MailText::isAddress);
+    const auto wrong = std::find_if_not(addresses.begin(), addresses.end(), isMailAddress);
     return wrong == addresses.end() ? QString() : QStringLiteral("\"%1\" is no e-mail address").arg(MailText::oneLine(*wrong));
 }
 }

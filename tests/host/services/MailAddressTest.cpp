@@ -22,6 +22,8 @@ TEST_CASE("mail address: the form of one mailbox, and nothing else")
                             "ann@exam ple.org",
                             "<ann@example.org>",
                             "ann@example.org\n",
+                            "ann@example.org\r\nBcc: bob@example.org",
+                            "ann@example.org>",
                             "ann@.example.org",
                             "ann@example.org.",
                             "ann@-example.org",

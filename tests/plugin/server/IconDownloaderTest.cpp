@@ -249,33 +249,6 @@ TEST_CASE("icon downloader: the network's replies are left to the network, for i
     }
 }
 
-TEST_CASE("icon downloader: the network's replies are left to the network, for its other users")
-{
-    const TemporaryFolder folder;
-    ImageServer server;
-    const auto downloader = IconDownloader::instance();
-    SUBCASE("a picture")
-    {
-        server.serve("/qr.png", ImageServer::png(3, 3));
-    }
-    SUBCASE("no picture")
-    {
-        server.serve("/qr.png", "<html>no picture</html>");
-    }
-    SUBCASE("an error")
-    {
-        server.serveRaw("/qr.png", "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
-    }
-    const FinishedCounter finished(*downloader);
-    const auto future = downloader->getUserIcon(server.url("/qr.png"));
-    const auto replies = downloader->findChildren<QNetworkReply*>();
-    REQUIRE(replies.size() == 1);
-    const QPointer<QNetworkReply> reply(replies.front());
-    REQUIRE(deliverUntil([&] { return finished.count() == 1; }));
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    CHECK(reply);
-}
-
 TEST_CASE("icon downloader: a reply for an address that it does not wait for is left alone")
 {
     Icons icons;

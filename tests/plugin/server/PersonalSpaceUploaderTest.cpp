@@ -513,25 +513,6 @@ TEST_CASE("uploader: a second download of one QR address is a warning and leaves
     CHECK(space.page().url == "http://pages/p/1");
 }
 
-TEST_CASE("uploader: a second download of one QR address is a warning and leaves the page as it is")
-{
-    const PluginTest::TemporaryFolder folder;
-    Uploads space;
-    ImageServer images;
-    images.hold("/qr.png");
-    const QString address = images.url("/qr.png").toString();
-    const QJsonObject page{{"success", true}, {"userpageurl", "http://pages/p/1"}, {"qrcodeurl", address}};
-    space.uploader.updateUserPage();
-    space.answer(0, page);
-    space.uploader.updateUserPage();
-    expectWarning("PersonalSpaceUploader # Failed to download QR icon for marker " + std::to_string(space.code) + " from "
-                  + address.toStdString() + " : Future already retrieved");
-    space.answer(1, page);
-    space.host.frame();
-    CHECK(TestSupport::loggedLines().size() == 1);
-    CHECK(space.contents->userPage().url == "http://pages/p/1");
-}
-
 TEST_CASE("uploader: a page that arrives after the last uploader was destroyed has no QR picture")
 {
     const PluginTest::TemporaryFolder folder;

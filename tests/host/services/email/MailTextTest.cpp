@@ -4,39 +4,6 @@
 
 using namespace Host;
 
-TEST_CASE("mail text: a mailbox has one @, a domain, and no letter that could end it")
-{
-    for (const char* good : {"ann@example.org", "a.b+c@example.co.uk", "ann@localhost", "o'neil@example.org",
-                             "p\u00e4ivi@example.fi", "ann@m\u00fcnchen.example"}) {
-        INFO("good: " << std::string(good));
-        CHECK(MailText::isAddress(QString::fromUtf8(good)));
-    }
-    for (const char* bad : {"",
-                            "ann",
-                            "@example.org",
-                            "ann@",
-                            "ann@@example.org",
-                            "a b@example.org",
-                            "ann@exam ple.org",
-                            "<ann@example.org>",
-                            "ann@example.org\r\nBcc: bob@example.org",
-                            "ann@example.org\n",
-                            "ann@.example.org",
-                            "ann@example.org.",
-                            "ann@-example.org",
-                            "ann@example..org",
-                            "ann@example.org,bob@example.org",
-                            "\"ann\"@example.org",
-                            ".ann@example.org",
-                            "ann.@example.org",
-                            "ann@example.org>",
-                            "a\u200b@example.org"}) {
-        INFO("bad: " << std::string(bad));
-        CHECK_FALSE(MailText::isAddress(QString::fromUtf8(bad)));
-    }
-    CHECK_FALSE(MailText::isAddress(QString(65, 'a') + "@example.org"));
-}
-
 TEST_CASE("mail text: a domain of other letters is written in ASCII")
 {
     CHECK(MailText::plainAddress(QString::fromUtf8("ann@m\u00fcnchen.example")) == "ann@xn--mnchen-3ya.example");
