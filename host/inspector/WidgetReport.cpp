@@ -19,16 +19,13 @@ QJsonArray names(const QList<QByteArray>& list)
 }
 }
 
-QJsonObject widgetReport(const Trellis::Widget& widget)
+QJsonObject ownReport(const Trellis::Widget& widget)
 {
     const Vecta::Rect bounds = widget.sceneBounds();
     QJsonObject attributes;
     for (const Facet::Attribute* attribute : widget.attributes())
         attributes.insert(QString::fromUtf8(attribute->name()),
                           QJsonObject{{"value", attribute->toText()}, {"layer", attribute->visibleLayer()}});
-    QJsonArray children;
-    for (const auto& child : widget.children())
-        children.append(widgetReport(*child));
     return {
         {"id", qint64(widget.id())},
         {"type", QString::fromUtf8(widget.cssType())},
@@ -45,7 +42,16 @@ QJsonObject widgetReport(const Trellis::Widget& widget)
         {"opacity", double(widget.opacity())},
         {"visible", widget.isVisible()},
         {"attributes", attributes},
-        {"children", children},
     };
+}
+
+QJsonObject widgetReport(const Trellis::Widget& widget)
+{
+    QJsonArray children;
+    for (const auto& child : widget.children())
+        children.append(widgetReport(*child));
+    QJsonObject report = ownReport(widget);
+    report.insert(QStringLiteral("children"), children);
+    return report;
 }
 }

@@ -12,4 +12,6 @@ namespace Host
 /// A widget and everything below it as JSON: id, type, cssId, classes, pseudoClasses, rect (upright, in scene pixels),
 /// rotation (radians), scale, opacity, visible, attributes (name → value and layer), children. Public interfaces only.
 [[nodiscard]] QJsonObject widgetReport(const Trellis::Widget& widget);
+/// As above, without what is below the widget: no member "children".
+[[nodiscard]] QJsonObject ownReport(const Trellis::Widget& widget);
 }

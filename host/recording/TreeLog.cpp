@@ -3,6 +3,7 @@
 #include "inspector/WidgetReport.hpp"
 
 #include <Bedrock/Trace.hpp>
+#include <Facet/Attribute.hpp>
 #include <Trellis/Widget.hpp>
 
 #include <QCryptographicHash>
@@ -31,22 +32,68 @@ void hidePlaces(QByteArray& line)
     line.replace(temporary, "");
 }
 
-void addLines(QJsonObject widget, const QByteArray& place, Lines& lines, QCryptographicHash& hash)
+void add(QByteArray& line, double number)
 {
-    const QJsonArray children = widget.take(QStringLiteral("children")).toArray();
-    widget.remove(QStringLiteral("id"));
-    QByteArray line = QJsonDocument(widget).toJson(QJsonDocument::Compact);
+    line += ' ';
+    line += QByteArray::number(number, 'g', 9); // what a float is told apart by
+}
+
+void add(QByteArray& line, const QList<QByteArray>& names)
+{
+    for (const QByteArray& name : names)
+        line += ' ' + name;
+    line += ';';
+}
+
+/// What two widgets must have in common to count as the same: the facts of the inspector's report, but for the id. Plain text, as
+/// a replay that makes JSON of every widget in every frame takes four times as long.
+QByteArray lineOf(const Trellis::Widget& widget)
+{
+    const Vecta::Rect bounds = widget.sceneBounds();
+    QByteArray line = widget.cssType() + '#' + widget.cssId();
+    add(line, widget.cssClasses());
+    add(line, widget.pseudoClasses());
+    for (const double number :
+         {bounds.x, bounds.y, bounds.width, bounds.height, widget.rotation(), widget.scale(), widget.opacity()})
+        add(line, number);
+    line += widget.isVisible() ? " visible" : " hidden";
+    for (const Facet::Attribute* attribute : widget.attributes())
+        line += '\n' + attribute->name() + char('0' + attribute->visibleLayer()) + attribute->toText().toUtf8();
     hidePlaces(line);
-    hash.addData(place + ' ' + line + '\n');
-    lines.insert(place, line);
-    int number = 0;
-    for (const QJsonValue& child : children) {
-        // What --show-input draws is not part of the table.
-        if (child.toObject().value(QLatin1String("type")).toString() != QLatin1String("InputOverlay"))
-            addLines(child.toObject(), place + '/' + QByteArray::number(number++), lines, hash);
+    return line;
+}
+
+QJsonObject reportOf(const Trellis::Widget& widget)
+{
+    QJsonObject report = ownReport(widget);
+    report.remove(QStringLiteral("id"));
+    QByteArray text = QJsonDocument(report).toJson(QJsonDocument::Compact);
+    hidePlaces(text);
+    return QJsonDocument::fromJson(text).object();
+}
+}
+
+/// One frame's comparison with the frame before.
+struct TreeLog::Frame
+{
+    Lines lines; ///< by place
+    QJsonObject changed;
+    QCryptographicHash hash{QCryptographicHash::Sha1};
+
+    void add(const Trellis::Widget& widget, const QByteArray& place, const Lines& before)
+    {
+        const QByteArray line = lineOf(widget);
+        hash.addData(place + ' ' + line + '\n');
+        if (before.value(place) != line)
+            changed.insert(QString::fromLatin1(place), reportOf(widget));
+        lines.insert(place, line);
+        int number = 0;
+        for (const auto& child : widget.children())
+            // What --show-input draws is not part of the table.
+            if (child->cssType() != "InputOverlay")
+                add(*child, place + '/' + QByteArray::number(number++), before);
     }
-}
-}
+};
 
 TreeLog::TreeLog(const QString& file) : m_file(file) {}
 
@@ -63,22 +110,17 @@ void TreeLog::write(long frame, const Trellis::Widget& root)
 {
     if (!m_file.isOpen())
         return;
-    Lines lines;
-    QCryptographicHash hash(QCryptographicHash::Sha1);
-    addLines(widgetReport(root), QByteArrayLiteral("0"), lines, hash);
-    QJsonObject changed;
-    for (auto line = lines.constBegin(); line != lines.constEnd(); ++line)
-        if (m_before.value(line.key()) != line.value())
-            changed.insert(QString::fromLatin1(line.key()), QJsonDocument::fromJson(line.value()).object());
+    Frame now;
+    now.add(root, QByteArrayLiteral("0"), m_before);
     QStringList gone;
     for (auto line = m_before.constBegin(); line != m_before.constEnd(); ++line)
-        if (!lines.contains(line.key()))
+        if (!now.lines.contains(line.key()))
             gone << QString::fromLatin1(line.key());
     std::sort(gone.begin(), gone.end());
-    m_before.swap(lines);
+    m_before.swap(now.lines);
     const QJsonObject entry{{"frame", qint64(frame)},
-                            {"hash", QString::fromLatin1(hash.result().toHex())},
-                            {"changed", changed},
+                            {"hash", QString::fromLatin1(now.hash.result().toHex())},
+                            {"changed", now.changed},
                             {"gone", QJsonArray::fromStringList(gone)}};
     if (m_file.write(QJsonDocument(entry).toJson(QJsonDocument::Compact) + '\n') >= 0 && m_file.flush())
         return;

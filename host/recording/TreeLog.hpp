@@ -30,6 +30,8 @@ public:
     void write(long frame, const Trellis::Widget& root);
 
 private:
+    struct Frame;
+
     explicit TreeLog(const QString& file);
 
     QFile m_file;

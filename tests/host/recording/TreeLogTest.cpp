@@ -3,6 +3,7 @@
 #include "Folder.hpp"
 
 #include <Bedrock/IntrusivePtr.hpp>
+#include <Facet/AttributeT.hpp>
 #include <Trellis/Widget.hpp>
 
 #include <doctest/doctest.h>
@@ -10,6 +11,9 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+
+#include <functional>
+#include <vector>
 
 using namespace Host;
 
@@ -23,6 +27,13 @@ std::vector<QJsonObject> linesOf(const QString& path)
     while (!file.atEnd())
         lines.push_back(QJsonDocument::fromJson(file.readLine()).object());
     return lines;
+}
+
+Facet::AttributeT<bool>& switchOf(const Trellis::Widget& widget, const char* name)
+{
+    auto* attribute = dynamic_cast<Facet::AttributeT<bool>*>(widget.attribute(name));
+    REQUIRE(attribute);
+    return *attribute;
 }
 }
 
@@ -62,4 +73,44 @@ TEST_CASE("tree log: a line for each frame tells what changed and what is gone, 
     CHECK(hash(1) != hash(2));
     CHECK(hash(3) != hash(2));
     CHECK(hash(4) == hash(0));
+}
+
+TEST_CASE("tree log: whatever the report of a widget tells is compared")
+{
+    const Folder folder;
+    const QString file = folder.path(QStringLiteral("facts.trees"));
+    QString error;
+    const auto log = TreeLog::create(file, error);
+    REQUIRE(log);
+    const auto root = Bedrock::makeIntrusive<Trellis::Widget>();
+    const auto widget = Bedrock::makeIntrusive<Trellis::Widget>();
+    root->addChild(widget);
+    log->write(0, *root);
+    const std::vector<std::pair<const char*, std::function<void()>>> changes{
+        {"id", [&] { widget->setCSSId("picture"); }},
+        {"class", [&] { widget->addCSSClass("open"); }},
+        {"pseudo-class", [&] { widget->setPseudoClass("dragging", true); }},
+        {"place",
+         [&] {
+             widget->setLocation({3.0f, 4.0f});
+         }},
+        {"size",
+         [&] {
+             widget->setSize({30.0f, 40.0f});
+         }},
+        {"rotation", [&] { widget->setRotation(0.5f); }},
+        {"scale", [&] { widget->setScale(2.0f); }},
+        {"opacity", [&] { widget->setOpacity(0.5f); }},
+        {"an attribute", [&] { switchOf(*widget, "input-transparent").setValue(true); }},
+        {"an attribute's layer alone", [&] { switchOf(*widget, "movable").setValue(switchOf(*widget, "movable").value()); }},
+    };
+    long frame = 0;
+    for (const auto& [what, change] : changes) {
+        CAPTURE(what);
+        change();
+        log->write(++frame, *root);
+        const auto lines = linesOf(file);
+        REQUIRE(lines.size() == std::size_t(frame) + 1);
+        CHECK(lines.back().value(QLatin1String("changed")).toObject().contains(QLatin1String("0/0")));
+    }
 }
