@@ -71,8 +71,12 @@ std::unique_ptr<TableWindow> openWindow(Table& table, const Presentation& presen
 {
     constexpr float kCardRadiusMm = 35.f;
     const Vecta::Vector2f size = table.application().size();
+    // A replay keeps the recorded size whatever shows it.
+    const auto fit = table.isReplay() ? std::optional(ScreenFit::Scale)
+        : options.table.fit           ? options.table.fit
+                                      : presentation.fit;
     return std::make_unique<TableWindow>(table.application(), options.window(presentation.title, QSize(int(size.x), int(size.y))),
-                                         presentation.cards, kCardRadiusMm / presentation.pixelPitchMm);
+                                         presentation.cards, kCardRadiusMm / presentation.pixelPitchMm, fit);
 }
 
 /// What a recording may not do: load code from a file that only the presentation it names names. Empty when it does not.
@@ -155,8 +159,8 @@ int RunCommand::run(RunOptions::Command command, const QStringList& arguments, c
     makeApplication(application, programOnly, argv);
     QGuiApplication::setApplicationName(QStringLiteral("tavola"));
     QGuiApplication::setQuitOnLastWindowClosed(false);
-    if (options->fullScreen && !options->headless && !options->table.size)
-        options->table.size = QGuiApplication::primaryScreen()->size();
+    if (options->fullScreen && !options->headless)
+        options->table.screen = QGuiApplication::primaryScreen()->size();
     return runTable(*options);
 }
 }

@@ -89,6 +89,14 @@ void declare(CommandLine& line, RunOptions& options, bool isReplay)
                     [&options](const QString& value) { return parsePort(value, options.inspectPort); }});
     line.addFlag("--manual-clock", options.manualClock, "frames run only when the inspector asks for them");
     line.addFlag("--fullscreen", options.fullScreen, "fill the screen, whatever the presentation's size");
+    line.addOption({"--fit", "HOW",
+                    "how the layout fills the screen: scale (one factor, bars; the default in full screen),\n"
+                    "stretch (both axes, within 2 %), relayout (the layout gets the screen's size; the default\n"
+                    "in a window)",
+                    QStringLiteral("one of scale, stretch, relayout"), [&table](const QString& value) {
+                        table.fit = ScreenView::fitOf(value);
+                        return table.fit.has_value();
+                    }});
     line.addFlag("--opengl", options.openGL, "draw the window by OpenGL where there is one");
     line.addOption({"--plugin", "FILE", "load this plug-in instead of the presentation's",
                     QStringLiteral("the file of a plug-in"), [&table](const QString& value) {

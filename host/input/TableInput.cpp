@@ -1,6 +1,7 @@
 #include "input/TableInput.hpp"
 
 #include "presentation/InputSettings.hpp"
+#include "presentation/ScreenView.hpp"
 #include "recording/RecordingNote.hpp"
 #include "recording/Replay.hpp"
 
@@ -33,6 +34,16 @@ QString where(const InputSettings::Listener& listener, int port)
     return place
         .arg(listener.transport == InputSettings::Transport::Tcp ? QLatin1String("tcp:") : QLatin1String(""), listener.address)
         .arg(port);
+}
+
+std::vector<Tactile::SurfaceArea> ignoredBy(const InputSettings::Listener& listener, const ScreenView& view)
+{
+    std::vector<Tactile::SurfaceArea> areas = listener.ignore;
+    if (!listener.hasRect)
+        for (const Vecta::Rect& bar : view.bars())
+            if (!bar.isEmpty())
+                areas.push_back(Tactile::SurfaceArea::ofRect(bar));
+    return areas;
 }
 
 std::unique_ptr<Tactile::NetworkDatagramSource> makeSource(InputSettings::Transport transport, Tactile::NetworkSettings settings)
@@ -111,14 +122,14 @@ std::optional<Vecta::Vector2f> TableInput::recordedSize() const
     return Vecta::Vector2f(rect.width, rect.height);
 }
 
-bool TableInput::start(const InputSettings& given, Vecta::Vector2f sizePx, float pixelPitchMm, QString& error)
+bool TableInput::start(const InputSettings& given, const ScreenView& view, float pixelPitchMm, QString& error)
 {
     if (d->player) {
         m_tuio = std::make_unique<Tactile::TuioInput>(d->player->settings());
         return true;
     }
     Tactile::TuioSettings settings;
-    settings.tableRect = {0.f, 0.f, sizePx.x, sizePx.y};
+    settings.tableRect = {0.f, 0.f, view.layout().x, view.layout().y};
     settings.tracker.pixelPitchMm = pixelPitchMm;
     settings.tracker.holdSeconds = given.holdSeconds;
     settings.tracker.lostSenderSeconds = given.lostSeconds;
@@ -136,13 +147,14 @@ bool TableInput::start(const InputSettings& given, Vecta::Vector2f sizePx, float
         auto source = makeSource(listener.transport, std::move(network));
         const auto* socket = source.get();
         const Vecta::Rect rect =
-            listener.hasRect ? Vecta::Rect{listener.x, listener.y, listener.width, listener.height} : settings.tableRect;
+            listener.hasRect ? Vecta::Rect{listener.x, listener.y, listener.width, listener.height} : view.screenInLayout();
         if (!m_tuio->addSource(std::move(source), rect)) {
             error = QString::fromStdString(m_tuio->errorText());
             return false;
         }
-        if (!listener.ignore.empty())
-            m_tuio->setIgnoredAreas(d->listening.size(), listener.ignore);
+        const std::vector<Tactile::SurfaceArea> ignored = ignoredBy(listener, view);
+        if (!ignored.empty())
+            m_tuio->setIgnoredAreas(d->listening.size(), ignored);
         d->listening.push_back({listener, socket});
     }
     return true;

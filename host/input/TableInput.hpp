@@ -17,6 +17,7 @@ namespace Host
 {
 struct InputSettings;
 struct RecordingNote;
+class ScreenView;
 
 /// The source of a table's input: listeners, whose datagrams are recorded if there is a recording to make, or a recording that is
 /// replayed. Owned by the table. Main thread only.
@@ -46,9 +47,10 @@ public:
     /// The size of the recorded table, in a replay.
     [[nodiscard]] std::optional<Vecta::Vector2f> recordedSize() const;
 
-    /// Makes the input of a table of `sizePx` and begins to listen; in a replay the recording's settings count instead. False,
-    /// with the reason in `error`, when it cannot listen.
-    [[nodiscard]] bool start(const InputSettings& given, Vecta::Vector2f sizePx, float pixelPitchMm, QString& error);
+    /// Makes the input of a table and begins to listen; in a replay the recording's settings count instead. A listener without a
+    /// rectangle of its own covers the whole screen, and what begins in a bar of it is dropped. False, with the reason in
+    /// `error`, when it cannot listen.
+    [[nodiscard]] bool start(const InputSettings& given, const ScreenView& view, float pixelPitchMm, QString& error);
     /// Valid after start() has returned true.
     [[nodiscard]] Tactile::TuioInput& tuio() const noexcept { return *m_tuio; }
 

@@ -68,11 +68,16 @@ private:
 
     void readTable(const JsonEntries& table)
     {
-        table.checkKnown({"width", "height", "pixelPitchMm", "keyboardLayout"});
+        table.checkKnown({"width", "height", "pixelPitchMm", "keyboardLayout", "fit"});
         m_result.sizePx.x = size(table, "width", m_result.sizePx.x);
         m_result.sizePx.y = size(table, "height", m_result.sizePx.y);
         m_result.pixelPitchMm = size(table, "pixelPitchMm", m_result.pixelPitchMm);
         readKeyboardLayout(table.value("keyboardLayout"));
+        if (table.object().contains(QLatin1String("fit"))) {
+            m_result.fit = ScreenView::fitOf(table.value("fit").toString());
+            if (!m_result.fit)
+                table.skip("fit", QStringLiteral("expected one of scale, stretch, relayout"));
+        }
     }
 
     void readCare(const JsonEntries& root)

@@ -2,6 +2,7 @@
 
 #include "care/CareSettings.hpp"
 #include "presentation/InputSettings.hpp"
+#include "presentation/ScreenView.hpp"
 #include "services/email/MailSettings.hpp"
 
 #include <Tavola/ComponentUse.hpp>
@@ -38,7 +39,8 @@ struct Presentation
     QString folder;
     QString title;
     Vecta::Vector2f sizePx{1920.f, 1080.f};
-    float pixelPitchMm = 0.55f;
+    float pixelPitchMm = 0.55f;   ///< of a pixel of the layout, as it is shown
+    std::optional<ScreenFit> fit; ///< to the screen; nothing: Scale in full screen, Relayout in a window
     InputSettings input;
     QString keyboardLayout;  ///< of the keyboards on the table; empty: the default one, "none": no keyboards
     QStringList styleSheets; ///< absolute paths

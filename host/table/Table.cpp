@@ -39,8 +39,9 @@ namespace Host
 {
 struct Table::Private
 {
-    std::unique_ptr<TemporaryPlace> temporaryPlace;    ///< for everything below
-    std::unique_ptr<TreeLog> trees;                    ///< may be null
+    std::unique_ptr<TemporaryPlace> temporaryPlace; ///< for everything below
+    std::unique_ptr<TreeLog> trees;                 ///< may be null
+    ScreenView view{Vecta::Vector2f()};
     std::unique_ptr<Trellis::Application> application; ///< from the first line of open on
     std::unique_ptr<TableInput> input;                 ///< from the first line of open on
     bool takesInput = false;
@@ -155,11 +156,15 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const Table
         d.input->describe(d.services.recordingNote(presentation, options));
     const Vecta::Vector2f size =
         options.size ? Vecta::Vector2f(float(options.size->width()), float(options.size->height())) : presentation.sizePx;
-    d.application = std::make_unique<Trellis::Application>(d.input->recordedSize().value_or(size));
+    d.view = d.input->recordedSize().value_or(size);
+    if (options.screen && !d.input->isReplay())
+        d.view = ScreenView(options.fit.value_or(presentation.fit.value_or(ScreenFit::Scale)), size,
+                            {float(options.screen->width()), float(options.screen->height())});
+    d.application = std::make_unique<Trellis::Application>(d.view.layout());
     InputSettings inputSettings = presentation.input;
     if (options.listener)
         inputSettings.listeners = {*options.listener};
-    if (!d.input->start(inputSettings, d.application->size(), presentation.pixelPitchMm, error))
+    if (!d.input->start(inputSettings, d.view, presentation.pixelPitchMm, error))
         return nullptr;
     d.application->addInputSource(d.input->tuio());
     d.takesInput = true;

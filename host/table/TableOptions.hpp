@@ -1,6 +1,7 @@
 #pragma once
 
 #include "presentation/InputSettings.hpp"
+#include "presentation/ScreenView.hpp"
 
 #include <QSize>
 #include <QString>
@@ -12,7 +13,9 @@ namespace Host
 /// What is asked of a table beyond its presentation. What is empty leaves the presentation's own in force. A plain record.
 struct TableOptions
 {
-    std::optional<QSize> size;                       ///< pixels
+    std::optional<QSize> size;                       ///< of the layout, in pixels
+    std::optional<QSize> screen;                     ///< that the table fills, in pixels; nothing: the layout is shown as it is
+    std::optional<ScreenFit> fit;                    ///< of the layout to the screen
     std::optional<InputSettings::Listener> listener; ///< replaces the presentation's listeners
     bool showInput = false;                          ///< draw contacts over the table
     QString recordFile;                              ///< record the input into it

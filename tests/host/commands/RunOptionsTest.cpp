@@ -45,13 +45,15 @@ TEST_CASE("run options: a presentation alone is shown with the usual settings")
 
 TEST_CASE("run options: every option is read, in any order")
 {
-    const RunOptions options = parsed("--headless --size 800x600 --inspect 0 gallery --manual-clock --opengl --tuio 0.0.0.0:4000 "
-                                      "--plugin lib/one.so --data /var/table --media-server https://media.example/");
+    const RunOptions options =
+        parsed("--headless --size 800x600 --inspect 0 gallery --manual-clock --opengl --fit stretch --tuio 0.0.0.0:4000 "
+               "--plugin lib/one.so --data /var/table --media-server https://media.example/");
     CHECK(options.presentation == "gallery");
     CHECK(options.headless);
     CHECK(options.manualClock);
     CHECK(options.openGL);
     CHECK(options.table.size == QSize(800, 600));
+    CHECK(options.table.fit == ScreenFit::Stretch);
     CHECK(options.inspectPort == 0);
     CHECK(options.table.listener->address == "0.0.0.0");
     CHECK(options.table.listener->port == 4000);
@@ -213,8 +215,8 @@ TEST_CASE("run options: the help lists every option, that of a replay all but th
         CHECK(answer.error().code == 0);
         const QString help = answer.error().text;
         for (const char* option :
-             {"--headless", "--trees FILE", "--show-input", "--inspect PORT", "--manual-clock", "--fullscreen", "--opengl",
-              "--plugin FILE", "--media-server URL", "--mail-server URL", "--data DIR"})
+             {"--headless", "--trees FILE", "--show-input", "--inspect PORT", "--manual-clock", "--fullscreen", "--fit HOW",
+              "--opengl", "--plugin FILE", "--media-server URL", "--mail-server URL", "--data DIR"})
             CHECK_MESSAGE(help.contains(QLatin1String("\n  ") + QLatin1String(option)), option);
         for (const char* option : {"--size WxH", "--tuio [tcp:][ADDRESS:]PORT", "--record FILE"})
             CHECK_MESSAGE(help.contains(QLatin1String("\n  ") + QLatin1String(option)) != isReplay, option);

@@ -57,7 +57,7 @@ TEST_CASE("presentation: everything that may stand in one is read")
 {
     Written written(R"({
         "title": "Two rooms",
-        "table": {"width": 3840, "height": 2160, "pixelPitchMm": 0.4, "keyboardLayout": "fi"},
+        "table": {"width": 3840, "height": 2160, "pixelPitchMm": 0.4, "keyboardLayout": "fi", "fit": "stretch"},
         "styleSheets": ["look/rooms.css"],
         "plugins": ["one", "lib/two.so"],
         "people": "people.csv",
@@ -77,6 +77,7 @@ TEST_CASE("presentation: everything that may stand in one is read")
     CHECK(presentation.sizePx.y == 2160.f);
     CHECK(presentation.pixelPitchMm == 0.4f);
     CHECK(presentation.keyboardLayout == "fi");
+    CHECK(presentation.fit == ScreenFit::Stretch);
     CHECK(presentation.styleSheets == QStringList{sheet});
     CHECK(presentation.plugins == QStringList{QStringLiteral("one"), written.folder().path(QStringLiteral("lib/two.so"))});
     CHECK(presentation.peopleFile == people);
@@ -189,7 +190,7 @@ TEST_CASE("presentation: unknown entries are reported with their place, the rest
                         "widgets": [{"component": "text", "atributes": {}}],
                         "services": {"mail": [], "media-server-service": [{"address": "http://a", "timeout": 3}]}})");
     TestSupport::expectWarningStartingWith(written.told("titel") + "unknown entry; known are title, table, ");
-    written.skips("table.widht", QStringLiteral("unknown entry; known are width, height, pixelPitchMm, keyboardLayout"));
+    written.skips("table.widht", QStringLiteral("unknown entry; known are width, height, pixelPitchMm, keyboardLayout, fit"));
     written.skips("widgets[0].atributes", QStringLiteral("unknown entry; known are component, id, classes, attributes, slots"));
     written.skips("services.mail", QStringLiteral("unknown kind of service; known are email-service, media-server-service"));
     written.skips("services.media-server-service[0].timeout",
@@ -220,6 +221,15 @@ TEST_CASE("presentation: an entry of the wrong kind costs itself only")
     CHECK(presentation.peopleFile.isEmpty());
     CHECK(presentation.care.closeAfterSeconds == 120.f);
     CHECK(presentation.care.closeLiftedAfterSeconds == 120.f);
+}
+
+TEST_CASE("presentation: an unknown way to fit the screen is reported, and the usual one stays")
+{
+    Written written(R"({"table": {"fit": "zoom", "width": 800}})");
+    written.skips("table.fit", QStringLiteral("expected one of scale, stretch, relayout"));
+    const Presentation presentation = written.load();
+    CHECK_FALSE(presentation.fit);
+    CHECK(presentation.sizePx.x == 800.f);
 }
 
 TEST_CASE("presentation: an element of the wrong kind costs itself only")

@@ -12,6 +12,7 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QScreen>
 #include <QWheelEvent>
 #include <QWindow>
 
@@ -32,7 +33,7 @@ Lantern::WindowOptions windowOptions(const Trellis::Application& application)
 /// A table of one large widget in a window, used by hand.
 struct Fixture
 {
-    Fixture()
+    explicit Fixture(Vecta::Vector2f size = {640.f, 480.f}) : application(size)
     {
         REQUIRE(QGuiApplication::allWindows().size() == 1);
         window = QGuiApplication::allWindows().front();
@@ -69,7 +70,7 @@ struct Fixture
     }
     std::vector<Tactile::Marker> cards() const { return application.grabManager()->currentSample().markers; }
 
-    Trellis::Application application{{640.f, 480.f}};
+    Trellis::Application application;
     std::shared_ptr<Tavola::Tavola> tavola = Tavola::Tavola::create();
     TableWindow table{application, windowOptions(application), {1001, 1002}, 50.f};
     QWindow* window = nullptr;
@@ -145,6 +146,49 @@ TEST_CASE("table window: F11 switches full screen, when it is pressed and not wh
     f.key(QEvent::KeyPress, Qt::Key_F11);
     CHECK(f.window->windowState() == Qt::WindowNoState);
     CHECK_FALSE(f.table.isClosed());
+}
+
+TEST_CASE("table window: full screen is as large as the screen, without a window manager too, and shows the layout as it is")
+{
+    const Vecta::Vector2f layout{640.f, 320.f};
+    Fixture f(layout);
+    const QRect before = f.window->geometry();
+    f.key(QEvent::KeyPress, Qt::Key_F11);
+    QGuiApplication::processEvents();
+    const QSize screen = f.window->screen()->size();
+    CHECK(f.window->size() == screen);
+    CHECK(f.application.size() == layout);
+    const ScreenView view(ScreenFit::Scale, layout, {float(screen.width()), float(screen.height())});
+    REQUIRE(view.shown().y > 10.f); // a bar
+    const auto onScreen = [&view](Vecta::Vector2f point) {
+        const Vecta::Vector2f mapped = view.toScreen().map(point);
+        return QPointF(qreal(mapped.x), qreal(mapped.y));
+    };
+    f.click(onScreen({320.f, -2.f}));
+    CHECK(f.taps == 0);
+    f.click(onScreen({320.f, 2.f}));
+    CHECK(f.taps == 1);
+    f.key(QEvent::KeyPress, Qt::Key_1);
+    f.click(onScreen({160.f, 160.f}));
+    REQUIRE(f.cards().size() == 1);
+    CHECK((f.cards()[0].centerLocation() - Vecta::Vector2f(160.f, 160.f)).length() < 0.1f);
+    f.wheel(onScreen({160.f, 160.f}), 120);
+    CHECK(f.cards()[0].rotation() > 0.1f);
+
+    f.key(QEvent::KeyRelease, Qt::Key_1);
+    f.key(QEvent::KeyPress, Qt::Key_F11);
+    QGuiApplication::processEvents();
+    CHECK(f.window->geometry() == before);
+    CHECK(f.application.size() == layout);
+}
+
+TEST_CASE("table window: a layout that is scaled keeps its size as the window grows")
+{
+    Trellis::Application application({640.f, 480.f});
+    TableWindow table(application, windowOptions(application), {}, 50.f, ScreenFit::Scale);
+    QGuiApplication::allWindows().front()->resize(800, 500);
+    QGuiApplication::processEvents();
+    CHECK(application.size() == Vecta::Vector2f(640.f, 480.f));
 }
 
 TEST_CASE("table window: Escape closes it, and so does the window's own button")
