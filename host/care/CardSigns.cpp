@@ -23,10 +23,9 @@ namespace
 /// A card is held from the side that its rotation points away from.
 constexpr float kToHolder = float(Vecta::kTwoPi) / 4.f;
 
-bool takesCards(const Trellis::Widget& widget)
+/// Whether a plug-in made the widget.
+bool hasOwnInstance(const Trellis::Widget& widget)
 {
-    if (widget.eventHasListeners("marker-down"))
-        return true;
     const auto instance = Tavola::Tavola::instance()->widgetInstance(widget.id());
     return instance && !dynamic_cast<const PanelInstance*>(instance.get());
 }
@@ -48,12 +47,12 @@ QByteArray reasonOf(const Tactile::Marker& card, const Trellis::Widget& content,
     if (&holder == Tavola::Tavola::instance()->ui()->background().get()
         || dynamic_cast<const Tavola::MarkerDetectorWidget*>(&holder))
         return byRegistry(card);
-    if (takesCards(holder))
+    if (holder.eventHasListeners("marker-down"))
         return {};
     const auto* const onTable = holder.nearest([&content](const Trellis::Widget& widget) { return widget.parent() == &content; });
     const auto owner = onTable ? openings.codeOf(*onTable) : std::nullopt;
     if (!owner)
-        return QByteArray("covered");
+        return hasOwnInstance(holder) ? QByteArray() : QByteArray("covered");
     return *owner == card.code() ? QByteArray() : QByteArray("other-space");
 }
 }

@@ -15,6 +15,9 @@ QString careStyleSheet(float pixelPitchMm)
     return QStringLiteral("CloseHandle { position: absolute; right: 10px; top: 10px; width: %1px; height: %1px;"
                           " border-radius: %2px; background-color: #00000014; }")
                .arg(QString::number(handlePx), QString::number(handlePx / 2))
+        // The parts that visitors read and tap first, as the plug-ins name them.
+        + QStringLiteral(".title, .qr-icon, .user-page-link, .info, .envelope, .help-button, .send-button, .cancel-button,"
+                         " .save-button, InputFieldWidget, CloseHandle { keep-clear: true; }")
         + QStringLiteral("CardSign { position: absolute; width: %1px; height: %1px; border-radius: %2px; border-width: 4px;"
                          " border-color: #f2a65a; } "
                          ".card-sign-text { position: absolute; left: %3px; top: -64px; width: %4px; max-lines: 2;"

@@ -142,10 +142,12 @@ public:
     {
         const PlaceSearch& s = m_search;
         std::vector<ConvexShape> parts;
+        std::vector<ConvexShape> partsAtCard;
         for (const Rect& part : s.keepClear) {
             const Corners corners =
                 turned(withMargin({m_whole.x + part.x, m_whole.y + part.y, part.width, part.height}, s.gapPx), s.angleRadians);
-            parts.push_back(ConvexShape::placesOfOverlap(corners, cornersOf(s.card)));
+            partsAtCard.push_back(ConvexShape::placesOfOverlap(corners, cornersOf(s.card)));
+            parts.push_back(partsAtCard.back());
             for (const auto& card : s.otherCards)
                 parts.push_back(ConvexShape::placesOfOverlap(corners, cornersOf(card)));
         }
@@ -164,6 +166,7 @@ public:
         }
         rules.push_back(std::move(withCard));
         rules.push_back(std::move(parts));
+        rules.push_back(std::move(partsAtCard));
         rules.emplace_back();
         return rules;
     }

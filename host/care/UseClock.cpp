@@ -37,16 +37,24 @@ bool hasFingerInside(const Trellis::Widget& widget, const Tactile::Sample& sampl
         || std::any_of(sample.changes.begin(), sample.changes.end(),
                        [&isInside](const Tactile::InputChange& change) { return isInside(change.object); });
 }
-
-/// What is typed into the widget at present, by a keyboard of whatever kind.
-QString typedInto(const Trellis::Widget& widget)
-{
-    const Trellis::Widget* const focus = Trellis::Application::instance()->focusWidget();
-    if (!focus || !widget.isAncestorOf(*focus))
-        return {};
-    const Facet::Attribute* const text = focus->attribute("text");
-    return text ? text->toText() : QString();
 }
+
+UseClock::~UseClock()
+{
+    watchTyping(nullptr);
+}
+
+void UseClock::watchTyping(Trellis::Widget* focus)
+{
+    const auto before = m_focus.lock();
+    if (before.get() == focus)
+        return;
+    if (before && m_typing)
+        before->eventRemoveListener(*m_typing);
+    m_focus = Bedrock::IntrusiveWeakPtr<Trellis::Widget>(focus);
+    m_typing.reset();
+    if (focus)
+        m_typing = focus->eventAddListener("text-changed", [this] { m_isTyped = true; });
 }
 
 void UseClock::add(const CardOpening& opening)
@@ -78,6 +86,7 @@ void UseClock::update(const Trellis::Widget& layer, const Tactile::Sample& sampl
         m_sinceWorkCheckSeconds = 0.f;
     for (Entry& entry : m_entries)
         entry.isPresent = false;
+    watchTyping(Trellis::Application::instance()->focusWidget());
     const QByteArray temporary = Tavola::Utils::temporaryWidgetCSSClass();
     for (const auto& child : layer.children()) {
         if (!child->hasCSSClass(temporary) || Trellis::FadeAnimator::isFadingOut(*child))
@@ -89,6 +98,7 @@ void UseClock::update(const Trellis::Widget& layer, const Tactile::Sample& sampl
             entry.unusedSeconds = 0.f;
         pass(entry, *child, used, dtSeconds);
     }
+    m_isTyped = false;
     m_entries.erase(std::remove_if(m_entries.begin(), m_entries.end(), [](const Entry& entry) { return !entry.isPresent; }),
                     m_entries.end());
 }
@@ -106,12 +116,8 @@ bool UseClock::isUsed(Entry& entry, const Trellis::Widget& widget, const Tactile
         entry.rotation = widget.rotation();
         used = true;
     }
-    const QString typed = typedInto(widget);
-    if (typed != entry.typed) {
-        entry.typed = typed;
-        used = true;
-    }
-    return used;
+    const auto focus = m_isTyped ? m_focus.lock() : nullptr;
+    return used || (focus && widget.isAncestorOf(*focus));
 }
 
 bool UseClock::isCardUsed(Entry& entry, const Tactile::Sample& sample) const

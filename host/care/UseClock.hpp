@@ -3,7 +3,7 @@
 #include "care/CardOpenings.hpp"
 #include "care/CareSettings.hpp"
 
-#include <QString>
+#include <Facet/Node.hpp>
 
 #include <optional>
 #include <vector>
@@ -29,6 +29,9 @@ public:
     static constexpr float kLongestWorkSeconds = 60.f;
 
     explicit UseClock(const CareSettings& settings) : m_settings(settings) {}
+    ~UseClock();
+    UseClock(const UseClock&) = delete;
+    UseClock& operator=(const UseClock&) = delete;
 
     /// What opened at a card in this frame. Temporary content gets its handle.
     void add(const CardOpening& opening);
@@ -50,9 +53,9 @@ private:
         double fingerIdleSeconds = 0.0;
         Vecta::Vector2f center;
         float rotation = 0.f;
-        QString typed;
     };
 
+    void watchTyping(Trellis::Widget* focus);
     Entry& entryOf(const Trellis::Widget& widget);
     bool isUsed(Entry& entry, const Trellis::Widget& widget, const Tactile::Sample& sample, float dtSeconds) const;
     bool isCardUsed(Entry& entry, const Tactile::Sample& sample) const;
@@ -61,6 +64,9 @@ private:
 
     CareSettings m_settings;
     float m_sinceWorkCheckSeconds = 0.f;
+    Bedrock::IntrusiveWeakPtr<Trellis::Widget> m_focus; ///< the text that is typed into
+    std::optional<Facet::Node::ListenerId> m_typing;
+    bool m_isTyped = false; ///< since the last update
     std::vector<Entry> m_entries;
 };
 }

@@ -107,6 +107,17 @@ TEST_CASE("card signs: a card on another person's space is told so, and one on i
     CHECK(f.signs().empty());
 }
 
+TEST_CASE("card signs: a card on another person's space is told so even when a plug-in's component made that space")
+{
+    Fixture f;
+    f.table.area->component = std::make_shared<Tavola::WidgetComponent>([] { return Bedrock::makeIntrusive<Trellis::Widget>(); });
+    f.put(1001, {1400.f, 500.f});
+    REQUIRE(Tavola::Tavola::instance()->widgetInstance(f.table.area->last->id()));
+    f.table.host.frames(30);
+    f.put(1002, {1400.f, 700.f});
+    CHECK(f.shows("other-space"));
+}
+
 TEST_CASE("card signs: the second of two cards with one code is marked in addition")
 {
     Fixture f;

@@ -3,6 +3,7 @@
 #include "care/CareAttributes.hpp"
 #include "care/TableCare.hpp"
 
+#include <Tavola/Component.hpp>
 #include <Tavola/Utils.hpp>
 #include <TestHost.hpp>
 #include <Trellis/GrabManager.hpp>
@@ -17,8 +18,9 @@ public:
     void markerDown(Tactile::Marker marker, Trellis::GrabManager& /*grabManager*/) override
     {
         const auto& layer = Tavola::Tavola::instance()->ui()->mainWidget();
-        const auto opened = Bedrock::makeIntrusive<Trellis::Widget>();
-        opened->postConstruct();
+        const auto opened = component ? component->createContentWidget() : Bedrock::makeIntrusive<Trellis::Widget>();
+        if (!component)
+            opened->postConstruct();
         opened->addCSSClass("opened");
         opened->addCSSClass(Tavola::Utils::temporaryWidgetCSSClass());
         layer->addChild(opened);
@@ -29,7 +31,8 @@ public:
         last = opened.get();
     }
 
-    Trellis::Widget* last = nullptr; ///< what the last card opened
+    std::shared_ptr<Tavola::UIComponent> component; ///< makes what opens, when given
+    Trellis::Widget* last = nullptr;                ///< what the last card opened
 };
 
 /// A table with an area that opens widgets of 600 × 640 pixels at cards, and the host's care for them.

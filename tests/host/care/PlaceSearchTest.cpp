@@ -168,6 +168,20 @@ TEST_CASE("place search: beside, below and above are seen from the widget's lowe
     CHECK(isNear(moved(Placement::Below, kQuarter), {-393.f, 0.f}));
 }
 
+TEST_CASE("place search: where cards leave no free place, the parts are free of the widget's own card at least")
+{
+    PlaceSearch search = opened({960.f, 540.f}, 0.f);
+    search.keepClear = {{0.f, 0.f, search.size.x, search.size.y}};
+    for (float x = 100.f; x < 1920.f; x += 200.f)
+        for (float y = 100.f; y < 1080.f; y += 200.f)
+            if (std::abs(x - 960.f) > 150.f || std::abs(y - 540.f) > 150.f)
+                search.otherCards.push_back(outline({x, y}, {138.f, 138.f}, 0.f));
+    const Vector2f found = search.find();
+    const bool isBesideCard =
+        std::abs(found.x - 960.f) >= 69.f + search.size.x / 2.f || std::abs(found.y - 540.f) >= 69.f + search.size.y / 2.f;
+    CHECK_MESSAGE(isBesideCard, found.x << " " << found.y);
+}
+
 TEST_CASE("place search: beside the right edge is the left side of the card")
 {
     const PlaceSearch search = opened({1500.f, 540.f}, 0.f, Placement::Beside);
