@@ -2,6 +2,7 @@
 The report of each card is read from the table."""
 import email
 import email.policy
+import math
 
 from cards_table import CardsTable, about, degrees, near, turn, way
 from programs import by_class, by_id, by_type, centre, value
@@ -50,9 +51,9 @@ class CardsVisit(CardsTable):
         for angle in (200, 290):
             self.put(ANN, PLACE, angle)
             space = self.space()
-            x, y = centre(space)
+            off = math.dist(centre(space), PLACE)
             seen.append({"cardDegrees": angle, "spaceDegrees": degrees(space), "title": self.title(),
-                         "atTheCard": near((x, y), PLACE), "holder": self.holder(ANN)})
+                         "besideTheCard": 290 < off < 320, "holder": self.holder(ANN)})
             if angle == 290:
                 break  # the next step takes it away
             self.lift()
@@ -61,7 +62,7 @@ class CardsVisit(CardsTable):
         for one in seen:
             require(one["spaceDegrees"] == (one["cardDegrees"] + 90) % 360,
                     f"the space is turned by {one['spaceDegrees']}°, its card by {one['cardDegrees']}°")
-            require(one["title"] == "Hi, Ann" and one["atTheCard"], f"the space is another: {one}")
+            require(one["title"] == "Hi, Ann" and one["besideTheCard"], f"the space is another: {one}")
             require(one["holder"] == {"type": "PersonalTesselDetectorWidget", "id": "detector"}, f"it is held by {one['holder']}")
 
     # A folder under a card.

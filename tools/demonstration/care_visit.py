@@ -87,7 +87,7 @@ class CareVisit(Visit):
     def other_space(self):
         self.stage.enter(f"at 0.01 card {ANN} down 1110 560 angle 270\nat 200 card {ANN} up")
         self.stage.play(1)
-        self.sign_of(BEN, (1110, 330), "other-space", "a card on another person's space")
+        self.sign_of(BEN, (1400, 450), "other-space", "a card on another person's space")
 
     def is_closing(self):
         return "closing" in self.space()["pseudoClasses"]
@@ -95,7 +95,7 @@ class CareVisit(Visit):
     def closing(self):
         self.stage.play(CLOSE - CLOSING + 1, frame=0.25)
         before = self.is_closing()
-        self.stage.tap((1000, 480))
+        self.tap(self.space())
         self.stage.play(0.3)
         seen = self.see("a space that closes soon", {"closing": before, "closingAfterTouch": self.is_closing()})
         require(seen == {"closing": True, "closingAfterTouch": False}, f"seen: {seen}")

@@ -9,7 +9,7 @@ import subprocess
 from programs import by_type, value
 from visit import PRESENTATIONS, Visit, require
 
-CARD = (1150, 480)
+CARD = (850, 480)
 DROP = (1150, 470)
 ADDRESS = "lena.o@museum.test"
 NAME = "Lena Ödegård"
@@ -126,7 +126,7 @@ class EmailVisit(Visit):
         require("no-email" not in self.space()["pseudoClasses"], "the address is not known")
 
     def second_mail(self):
-        self.drag("terraces", (560, 600))
+        self.drag("terraces", (860, 620))
         self.stage.play(1)
         self.settle()
         self.tap(self.child("envelope"))

@@ -4,7 +4,7 @@ from bad_server import BadMediaServer
 from programs import ONLY_HERE, by_id, centre, value
 from visit import Visit, require
 
-CARD = (1150, 560)
+CARD = (850, 560)
 DROP = (1150, 520)
 AGAIN = (1150, 130)
 UPLOAD_LINE = "PersonalSpaceUploader # Failed to upload user item : "

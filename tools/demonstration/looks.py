@@ -14,7 +14,7 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from programs import Failure, MediaServer, by_class, by_id, by_type, centre  # noqa: E402
 from visit import PRESENTATIONS, ROOT, Visit, World  # noqa: E402
 
-CARD = (1150, 480)
+CARD = (850, 480)
 DROP = (1150, 470)
 MARGIN = 24
 
@@ -47,7 +47,7 @@ class UploadLooks(Looks):
         gallery = os.path.join(PRESENTATIONS, "gallery")
         media_server = world.add(MediaServer(world.build, os.path.join(gallery, "media"), world.folder))
         self.open_table(gallery, ["--media-server", media_server.address])
-        self.card(1001, (1150, 560))
+        self.card(1001, (850, 560))
         self.collect()
         self.table.wait_until("uploads", lambda: all("uploaded" in tile["classes"] for tile in self.tiles()))
         self.take("personal-space", self.space())
