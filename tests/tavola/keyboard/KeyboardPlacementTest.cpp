@@ -27,7 +27,7 @@ Placement::Request request(Vector2f origin, float angleRadians = 0.f, float fiel
 }
 }
 
-TEST_CASE("keyboard placement: below its space, moved inwards at the edge, elsewhere only where that would cover the field")
+TEST_CASE("keyboard placement: below its space, moved inwards at the edge, elsewhere only where that would cover the space")
 {
     struct Row
     {
@@ -40,7 +40,7 @@ TEST_CASE("keyboard placement: below its space, moved inwards at the edge, elsew
     const Row rows[] = {
         {"room below", request({600.f, 200.f}), std::nullopt, Side::Below, {650.f, 514.f}},
         {"at the left edge", request({-300.f, 200.f}), std::nullopt, Side::Below, {0.f, 514.f}},
-        {"at the lower edge, beside the field", request({600.f, 700.f}), std::nullopt, Side::Below, {650.f, 880.f}},
+        {"at the lower edge, where it would cover the space", request({600.f, 700.f}), std::nullopt, Side::Above, {650.f, 486.f}},
         {"at the lower edge, field in the way", request({600.f, 700.f}, 0.f, 240.f), std::nullopt, Side::Above, {650.f, 486.f}},
         {"stays above while it must", request({600.f, 700.f}), Side::Above, Side::Above, {650.f, 486.f}},
         {"comes below when there is room", request({600.f, 200.f}), Side::Above, Side::Below, {650.f, 514.f}},
@@ -65,6 +65,16 @@ TEST_CASE("keyboard placement: where the field is covered on every side, the sid
     const auto place = Placement::find(tight, std::nullopt);
     CHECK(place.side == Side::Right);
     CHECK(place.topLeft.x == doctest::Approx(200.f));
+}
+
+TEST_CASE(
+    "keyboard placement: where a part of the space is covered on every side, the field stays in sight and the least is covered")
+{
+    auto tight = request({10.f, 10.f});
+    tight.table = {700.f, 420.f};
+    const auto place = Placement::find(tight, std::nullopt);
+    CHECK(place.side == Side::Below);
+    CHECK(place.topLeft.y == doctest::Approx(220.f));
 }
 
 TEST_CASE("keyboard placement: requests are equal when all their parts are")

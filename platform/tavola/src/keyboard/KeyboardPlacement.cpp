@@ -2,7 +2,7 @@
 
 #include <Vecta/Transform.hpp>
 
-#include <limits>
+#include <vector>
 
 namespace Tavola::KeyboardPlacement
 {
@@ -38,41 +38,50 @@ float inwards(float from, float extent, float room)
 
 Place find(const Request& s, std::optional<Side> now)
 {
+    struct Attempt
+    {
+        Place place;
+        float movedPx;
+        float fieldPx; ///< what is covered of the field, in square pixels
+        float anchorPx;
+    };
     const auto turn = Vecta::Transform::rotation(s.angleRadians);
-    Place best{Side::Below, {}};
-    float leastCovered = std::numeric_limits<float>::max();
     const auto attempt = [&](Side side) {
         Vector2f corner = beside(s, side);
         const Rect there = turn.mapBounds({corner.x, corner.y, s.keyboard.x, s.keyboard.y});
         const Vector2f move{inwards(s.origin.x + there.x, there.width, s.table.x),
                             inwards(s.origin.y + there.y, there.height, s.table.y)};
         corner += move.rotated(-s.angleRadians);
-        const Rect covered = s.field.intersected({corner.x, corner.y, s.keyboard.x, s.keyboard.y});
-        const float area = covered.width * covered.height;
-        if (area < leastCovered) {
-            leastCovered = area;
-            best = {side, s.origin + corner.rotated(s.angleRadians)};
-        }
-        return move.length();
+        const auto covered = [&](const Rect& part) {
+            const Rect both = part.intersected({corner.x, corner.y, s.keyboard.x, s.keyboard.y});
+            return both.width * both.height;
+        };
+        return Attempt{{side, s.origin + corner.rotated(s.angleRadians)},
+                       move.length(),
+                       covered(s.field),
+                       covered({0.f, 0.f, s.anchor.x, s.anchor.y})};
     };
-    if (attempt(Side::Below) < kTouchesPx && leastCovered <= 0.f)
-        return best;
+    const auto coversNothing = [](const Attempt& one) { return one.fieldPx <= 0.f && one.anchorPx <= kTouchesPx; };
+    Attempt best = attempt(Side::Below);
+    if (best.movedPx < kTouchesPx && coversNothing(best))
+        return best.place;
+    // Keeps its side while the space is moved along the edge.
+    std::vector<Side> sides{Side::Above, Side::Right, Side::Left};
     if (now && *now != Side::Below) {
-        // Keeps its side while the space is moved along the edge.
-        const Place below = best;
-        const float coveredBelow = leastCovered;
-        leastCovered = std::numeric_limits<float>::max();
-        static_cast<void>(attempt(*now));
-        if (leastCovered <= 0.f)
-            return best;
-        if (coveredBelow <= leastCovered) {
-            best = below;
-            leastCovered = coveredBelow;
-        }
+        const Attempt kept = attempt(*now);
+        if (coversNothing(kept))
+            return kept.place;
+        sides.insert(sides.begin(), *now);
     }
-    for (const Side side : {Side::Above, Side::Right, Side::Left})
-        if (leastCovered > 0.f)
-            static_cast<void>(attempt(side));
-    return best;
+    for (const Side side : sides) {
+        if (coversNothing(best))
+            break;
+        const Attempt other = attempt(side);
+        const bool coversLess =
+            other.fieldPx < best.fieldPx || (other.fieldPx <= best.fieldPx && other.anchorPx < best.anchorPx - kTouchesPx);
+        if (coversLess)
+            best = other;
+    }
+    return best.place;
 }
 }

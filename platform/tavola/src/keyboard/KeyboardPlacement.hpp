@@ -36,8 +36,9 @@ struct Place
     Vecta::Vector2f topLeft; ///< on the table
 };
 
-/// Below the anchor where that is possible; otherwise as `now`, below, above, right or left, moved inwards as far as it
-/// sticks out of the table and the field is not covered; otherwise where the field is covered least.
+/// Below the anchor where that is possible. Otherwise moved inwards as far as it sticks out of the table, on the first side of
+/// `now`, below, above, right and left where it covers nothing of the anchor; where there is none, on the side where it covers
+/// least of the field, and then of the anchor.
 [[nodiscard]] Place find(const Request& request, std::optional<Side> now);
 }
 }
