@@ -1,6 +1,9 @@
 #include "care/CareAttributes.hpp"
 
+#include "care/FieldFocus.hpp"
+
 #include <Facet/AttributeT.hpp>
+#include <Tavola/InputFieldWidget.hpp>
 #include <Trellis/Widget.hpp>
 
 #include <algorithm>
@@ -13,9 +16,12 @@ namespace
 constexpr char kPlacement[] = "placement";
 constexpr char kKeepClear[] = "keep-clear";
 constexpr char kInUse[] = "in-use";
+constexpr char kTakesFocus[] = "takes-focus";
+constexpr char kOpenedClasses[] = "opened-classes";
 
 using PlacementAttribute = Facet::AttributeT<Placement>;
 using FlagAttribute = Facet::AttributeT<bool>;
+using NamesAttribute = Facet::AttributeT<QStringList>;
 
 std::unique_ptr<Facet::Attribute> makePlacement(Trellis::Widget& widget, const QByteArray& name)
 {
@@ -29,6 +35,17 @@ std::unique_ptr<Facet::Attribute> makePlacement(Trellis::Widget& widget, const Q
 std::unique_ptr<Facet::Attribute> makeFlag(Trellis::Widget& widget, const QByteArray& name)
 {
     return std::make_unique<FlagAttribute>(&widget, name, false);
+}
+
+std::unique_ptr<Facet::Attribute> makeTakesFocus(Tavola::InputFieldWidget& field, const QByteArray& name)
+{
+    field.addOperator(Bedrock::makeIntrusive<FieldFocus>());
+    return std::make_unique<FlagAttribute>(&field, name, false);
+}
+
+std::unique_ptr<Facet::Attribute> makeNames(Trellis::Widget& widget, const QByteArray& name)
+{
+    return std::make_unique<NamesAttribute>(&widget, name, QStringList());
 }
 
 bool hasFlag(const Trellis::Widget& widget, const char* name)
@@ -50,7 +67,8 @@ void collect(const Trellis::Widget& widget, const Vecta::Transform& fromScene, s
 }
 
 CareAttributes::CareAttributes()
-    : m_placement(kPlacement, makePlacement), m_keepClear(kKeepClear, makeFlag), m_inUse(kInUse, makeFlag)
+    : m_placement(kPlacement, makePlacement), m_keepClear(kKeepClear, makeFlag), m_inUse(kInUse, makeFlag),
+      m_takesFocus(kTakesFocus, makeTakesFocus), m_openedClasses(kOpenedClasses, makeNames)
 {
 }
 
@@ -69,6 +87,12 @@ std::vector<Vecta::Rect> CareAttributes::keptClear(const Trellis::Widget& widget
         Vecta::Transform::rotation(-std::atan2(toScene.m21, toScene.m11)) * Vecta::Transform::translation(-widget.mapToScene({}));
     collect(widget, unturned, found);
     return found;
+}
+
+QStringList CareAttributes::openedClasses(const Trellis::Widget& detector)
+{
+    const auto* const names = dynamic_cast<const NamesAttribute*>(detector.attribute(kOpenedClasses));
+    return names ? names->value() : QStringList();
 }
 
 bool CareAttributes::isInUse(const Trellis::Widget& widget)

@@ -1,15 +1,32 @@
 #include "care/TableCare.hpp"
 
+#include "care/CareAttributes.hpp"
+#include "care/DropFlights.hpp"
+
 #include <Tactile/Sample.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Tavola/UserInterface.hpp>
 #include <Trellis/Application.hpp>
 #include <Trellis/FrameInfo.hpp>
 #include <Trellis/GrabManager.hpp>
+#include <Trellis/InputGrabber.hpp>
 #include <Trellis/Widget.hpp>
 
 namespace Host
 {
+namespace
+{
+/// Gives what opened the classes that the widget holding its card names for it.
+void addClasses(const CardOpening& opening, const Trellis::GrabManager& grabManager)
+{
+    const Trellis::InputGrabber* const grabber = grabManager.grabber(opening.card.id());
+    const auto opened = opening.widget.lock();
+    if (grabber && opened)
+        for (const QString& name : CareAttributes::openedClasses(grabber->widget()))
+            opened->addCSSClass(name.toUtf8());
+}
+}
+
 TableCare::TableCare(const CareSettings& settings, float pixelPitchMm)
     : m_places(pixelPitchMm), m_clock(settings), m_idle(settings.idleAfterSeconds)
 {
@@ -21,11 +38,15 @@ void TableCare::update(Trellis::Widget& widget, const Trellis::FrameInfo& frame)
     const Tactile::Sample& sample = application.grabManager()->currentSample();
     m_places.update(sample.markers, application.size(), frame.dt());
     for (const CardOpening& opening : m_openings.find(widget, sample)) {
+        addClasses(opening, *application.grabManager());
         m_places.add(opening);
         m_clock.add(opening);
     }
     m_clock.update(widget, sample, frame.dt());
     m_signs.update(*Tavola::Tavola::instance()->ui()->internalOverlayWidget(), widget, *application.grabManager(), m_openings);
+    m_drags.update(widget, *application.grabManager());
+    m_dragSigns.update(widget, m_drags.all());
+    DropFlights::update(widget, *Tavola::Tavola::instance()->ui()->overlayWidget(), m_drags.all());
     m_idle.update(*application.mainLayer(), sample, m_clock.isAnyOpen(), frame.dt());
 }
 }

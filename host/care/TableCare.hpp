@@ -3,6 +3,8 @@
 #include "care/CardOpenings.hpp"
 #include "care/CardSigns.hpp"
 #include "care/CareSettings.hpp"
+#include "care/DragSigns.hpp"
+#include "care/Drags.hpp"
 #include "care/IdleSign.hpp"
 #include "care/PlaceKeeper.hpp"
 #include "care/UseClock.hpp"
@@ -11,8 +13,8 @@
 
 namespace Host
 {
-/// The host's care for visitors: the places of what opens at cards, closing what was left, answers to cards that nothing took,
-/// and the sign of an idle table. An operator of the main widget. Main thread only.
+/// The host's care for visitors: the places of what opens at cards, closing what was left, answers to cards that nothing took
+/// and to drags, and the sign of an idle table. An operator of the main widget. Main thread only.
 class TableCare final : public Trellis::Operator
 {
 public:
@@ -24,6 +26,8 @@ private:
     PlaceKeeper m_places;
     UseClock m_clock;
     CardSigns m_signs;
+    Drags m_drags;
+    DragSigns m_dragSigns;
     IdleSign m_idle;
 };
 }

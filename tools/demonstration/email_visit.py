@@ -27,7 +27,8 @@ class EmailVisit(Visit):
         return [
             ("a card without an owner opens a space", self.card_opens_space),
             ("a picture and a link are collected", self.collect),
-            ("the envelope asks where to send it", self.envelope_asks),
+            ("the envelope asks where to send it, with the keyboard open", self.envelope_asks),
+            ("a refused address keeps the keyboard", self.refused_address),
             ("the address is typed on the table", self.type_address),
             ("the mail arrives and the items disappear", self.mail_arrives),
             ("the message is whole", self.message_is_whole),
@@ -52,14 +53,21 @@ class EmailVisit(Visit):
         self.tap(self.child("envelope"))
         self.stage.play(0.3)
         require(self.has_class("waiting-to-send-email"), "the space does not ask for an address")
+        self.keyboard()
+
+    def refused_address(self):
+        self.stage.play(0.3)
+        self.type(ADDRESS[:4])
+        self.press("key-enter")
+        self.stage.play(0.5)
+        require("invalid" in by_type(self.space(), "InputFieldWidget")[0]["pseudoClasses"], "the address is not refused")
+        require(len(by_type(self.table.tree(), "KeyboardWidget")) == 1, "the keyboard is not there, or twice")
 
     def editor(self):
         return by_type(self.space(), "TextEditWidget")[0]
 
     def type_address(self):
-        self.tap(self.editor())
-        self.stage.play(0.6)
-        self.type(ADDRESS)
+        self.type(ADDRESS[4:])
         text = value(self.editor(), "text")
         require(text == ADDRESS, f'the field says "{text}"')
 

@@ -4,6 +4,8 @@
 #include <Tavola/LaunchedContentOperator.hpp>
 #include <TestHost.hpp>
 
+#include "CareTable.hpp"
+
 #include <doctest/doctest.h>
 
 using Host::CardOpenings;
@@ -63,4 +65,15 @@ TEST_CASE("card openings: content that opens by itself, and then follows its car
     f.add({450.f, 350.f})
         .addOperator(Bedrock::makeIntrusive<Tavola::LaunchedContentOperator>(false, Vector2f{500.f, 400.f}, 0.3f));
     CHECK(f.openings.find(f.host.mainWidget(), Fixture::cardDown({500.f, 400.f})).empty());
+}
+
+TEST_CASE("card openings: what opens has the classes that the widget holding its card names for it")
+{
+    CareTable table;
+    table.host.style("Widget.area { opened-classes: mail, large; }");
+    table.area->addCSSClass("area");
+    table.host.frame();
+    const Trellis::Widget& opened = table.open(1001, {960.f, 540.f});
+    CHECK(opened.hasCSSClass("mail"));
+    CHECK(opened.hasCSSClass("large"));
 }
