@@ -1,9 +1,10 @@
+#include "DamageArea.hpp"
+#include "GlSurfaces.hpp"
 #include "WindowSurface.hpp"
 
 #include <QOpenGLContext>
 #include <QOpenGLFramebufferObject>
 #include <QOpenGLFunctions>
-#include <QOpenGLPaintDevice>
 #include <QPainter>
 #include <QRegion>
 #include <QWindow>
@@ -12,8 +13,8 @@ namespace Lantern
 {
 namespace
 {
-/// The table is painted into a multisampled buffer of its own that keeps what was drawn, and copied from there: a window's
-/// own buffers come back in any order.
+/// The table is painted on a surface of its own that keeps what was drawn. What changed of it is put together into a texture,
+/// and that is copied whole to the window, whose own buffers come back in any order.
 class GlWindowSurface final : public WindowSurface
 {
 public:
@@ -22,8 +23,9 @@ public:
     ~GlWindowSurface() override
     {
         if (m_context.isValid() && m_context.makeCurrent(&m_window)) {
-            m_buffer.reset();
-            m_device.reset();
+            m_shown.reset();
+            m_ground.reset();
+            m_surfaces.reset();
             m_context.doneCurrent();
         }
     }
@@ -39,26 +41,28 @@ public:
         return canCopy;
     }
 
-    void paint(const QRegion&, const std::function<void(QPainter&)>& draw) override
+    void paint(const QRegion& damage, const Draw& draw) override
     {
         if (!m_context.makeCurrent(&m_window))
             return;
-        const QSize pixels = m_window.size() * m_window.devicePixelRatio();
-        if (!m_buffer || m_buffer->size() != pixels) {
-            QOpenGLFramebufferObjectFormat format;
-            format.setAttachment(QOpenGLFramebufferObject::CombinedDepthStencil);
-            format.setSamples(4);
-            m_buffer = std::make_unique<QOpenGLFramebufferObject>(pixels, format);
-            m_device = std::make_unique<QOpenGLPaintDevice>(pixels);
-            m_device->setDevicePixelRatio(m_window.devicePixelRatio());
+        const qreal ratio = m_window.devicePixelRatio();
+        const QSize pixels = m_window.size() * ratio;
+        if (!m_ground || m_ground->pixels() != pixels) {
+            m_ground = std::make_unique<GlSurface>(pixels, *m_surfaces);
+            m_ground->setDevicePixelRatio(ratio);
+            m_shown = std::make_unique<QOpenGLFramebufferObject>(pixels);
         }
-        m_buffer->bind();
+        const QRegion area = oneRectWhereCheap(damage);
         {
-            QPainter painter(m_device.get());
-            draw(painter);
+            QPainter painter(m_ground.get());
+            draw(painter, area);
         }
-        m_buffer->release();
-        QOpenGLFramebufferObject::blitFramebuffer(nullptr, m_buffer.get());
+        for (const QRect& rect : area) {
+            const QRect inPixels =
+                QRectF(QPointF(rect.topLeft()) * ratio, QSizeF(rect.size()) * ratio).toAlignedRect() & QRect(QPoint(), pixels);
+            m_ground->resolve(inPixels, *m_shown, inPixels.topLeft());
+        }
+        QOpenGLFramebufferObject::blitFramebuffer(nullptr, m_shown.get());
         m_context.swapBuffers(&m_window);
         m_context.doneCurrent();
     }
@@ -66,8 +70,9 @@ public:
 private:
     QWindow& m_window;
     QOpenGLContext m_context;
-    std::unique_ptr<QOpenGLFramebufferObject> m_buffer;
-    std::unique_ptr<QOpenGLPaintDevice> m_device;
+    std::unique_ptr<GlSurfaces> m_surfaces = std::make_unique<GlSurfaces>();
+    std::unique_ptr<GlSurface> m_ground;               ///< painted on
+    std::unique_ptr<QOpenGLFramebufferObject> m_shown; ///< its samples put together
 };
 }
 

@@ -1,5 +1,7 @@
 #include <Lantern/KeptPicture.hpp>
 
+#include "KeptTexture.hpp"
+
 #include <Lantern/PainterContext.hpp>
 #include <Lantern/PictureStore.hpp>
 
@@ -20,6 +22,8 @@ qint64 areaOf(const QRect& rect)
 }
 }
 
+KeptPicture::KeptPicture(PictureStore& store) : m_store(store) {}
+
 KeptPicture::~KeptPicture()
 {
     clear();
@@ -27,14 +31,15 @@ KeptPicture::~KeptPicture()
 
 std::size_t KeptPicture::bytes() const
 {
-    return std::size_t(m_image.sizeInBytes());
+    return hasPixels() ? std::size_t(areaOf(m_bounds)) * 4 : 0;
 }
 
 void KeptPicture::clear()
 {
-    if (!m_image.isNull())
+    if (hasPixels())
         m_store.remove(*this, bytes());
     m_image = {};
+    m_texture.reset();
     m_damage = {};
 }
 
@@ -43,16 +48,16 @@ bool KeptPicture::cover(const QRect& area)
     const bool isWasteful = areaOf(area) * kMostWaste < areaOf(m_bounds);
     if (m_bounds.contains(area) && !isWasteful)
         return false;
+    clear();
     // What grows goes on growing, in steps.
     const int margin = m_bounds.isEmpty() || isWasteful ? 0 : kGrowthPx;
     m_bounds = area.adjusted(-margin, -margin, margin, margin);
-    clear();
     return true;
 }
 
 void KeptPicture::damage(const QRect& area)
 {
-    if (m_image.isNull() || area.isEmpty())
+    if (!hasPixels() || area.isEmpty())
         return;
     m_damage += area;
     if (m_damage.rectCount() > kMostDamageRects)
@@ -61,7 +66,7 @@ void KeptPicture::damage(const QRect& area)
 
 const QImage* KeptPicture::pixels(const Paint& paint)
 {
-    if (m_bounds.isEmpty())
+    if (m_bounds.isEmpty() || m_texture)
         return nullptr;
     if (m_image.isNull()) {
         if (!m_store.makeRoom(std::size_t(areaOf(m_bounds)) * 4))
@@ -70,11 +75,34 @@ const QImage* KeptPicture::pixels(const Paint& paint)
         m_store.add(*this, bytes());
         m_damage = m_bounds;
     }
-    m_lastDraw = ++m_store.m_draws;
-    if (const QRegion area = m_damage.intersected(m_bounds); !area.isEmpty())
+    if (const QRegion area = takeDamage(); !area.isEmpty())
         paintInto(m_image, m_bounds.topLeft(), area, paint);
-    m_damage = {};
     return &m_image;
+}
+
+KeptTexture* KeptPicture::texture(KeptTextureMaker& maker, const Paint& paint)
+{
+    if (m_bounds.isEmpty())
+        return nullptr;
+    if (!m_texture || !maker.made(*m_texture)) {
+        clear();
+        if (!m_store.makeRoom(std::size_t(areaOf(m_bounds)) * 4))
+            return nullptr;
+        m_texture = maker.make(m_bounds.size());
+        m_store.add(*this, bytes());
+        m_damage = m_bounds;
+    }
+    if (const QRegion area = takeDamage(); !area.isEmpty())
+        m_texture->paint(m_bounds.topLeft(), area, paint);
+    return m_texture.get();
+}
+
+QRegion KeptPicture::takeDamage()
+{
+    m_lastDraw = ++m_store.m_draws;
+    QRegion area = m_damage.intersected(m_bounds);
+    m_damage = {};
+    return area;
 }
 
 void KeptPicture::paintInto(QImage& image, QPoint corner, const QRegion& area, const Paint& paint)

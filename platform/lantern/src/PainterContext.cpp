@@ -3,6 +3,8 @@
 #include "BlockSampler.hpp"
 #include "BoxInterior.hpp"
 #include "ExactShapes.hpp"
+#include "GlKeptTexture.hpp"
+#include "GlSurfaces.hpp"
 #include "PainterState.hpp"
 #include "ToQt.hpp"
 
@@ -153,7 +155,8 @@ void PainterContext::drawKept(KeptPicture& picture, Vecta::Vector2f place, float
 {
     const QPointF device = d->world.map(QPointF(place.x, place.y));
     const QPoint origin = device.toPoint();
-    if (!d->isRaster || d->world.type() > QTransform::TxTranslate || QPointF(origin) != device) {
+    const bool isOnPixels = d->world.type() <= QTransform::TxTranslate && QPointF(origin) == device;
+    if (!(d->isRaster || d->glSurfaces) || !isOnPixels) {
         RenderContext::drawKept(picture, place, opacity, paint);
         return;
     }
@@ -161,6 +164,20 @@ void PainterContext::drawKept(KeptPicture& picture, Vecta::Vector2f place, float
     const auto parts = d->visibleParts(QRectF(bounds));
     if (parts.isEmpty())
         return;
+    if (d->glSurfaces) {
+        const auto* kept = static_cast<const GlKeptTexture*>(picture.texture(*d->glSurfaces, paint));
+        if (!kept) {
+            RenderContext::drawKept(picture, place, opacity, paint);
+            return;
+        }
+        QPainter& painter = d->devicePainter(1.0);
+        for (const QRectF& part : parts) {
+            const QRect rect = part.toAlignedRect();
+            d->glSurfaces->draw(painter, kept->texture(), rect.translated(-bounds.topLeft()), rect.topLeft(),
+                                d->opacity * clampedOpacity(opacity));
+        }
+        return;
+    }
     QImage passing;
     const QImage* pixels = picture.pixels(paint);
     if (!pixels) {

@@ -1,5 +1,6 @@
 #include "PainterState.hpp"
 
+#include "GlSurfaces.hpp"
 #include "LayerSurfaces.hpp"
 #include "ToQt.hpp"
 
@@ -28,6 +29,8 @@ PainterContext::Private::Private(QPainter& painterBelow, const QRegion& area) : 
         damage.append(world.mapRect(QRectF(rect)));
     deviceSize = QSize(ground.device()->width(), ground.device()->height()) * ground.device()->devicePixelRatio();
     isRaster = ground.paintEngine()->type() == QPaintEngine::Raster;
+    if (auto* surface = dynamic_cast<GlSurface*>(ground.device()))
+        glSurfaces = &surface->surfaces();
     saved.reserve(64);
     ground.save();
     ground.setRenderHints(kHints);
@@ -113,7 +116,7 @@ void PainterContext::Private::pushClip(const Vecta::Rect& rect, float cornerRadi
         return;
     }
     const bool isUpright = !(cornerRadius > 0.f) && world.type() <= QTransform::TxScale;
-    if (isUpright || !isRaster) {
+    if (isUpright || (!isRaster && !glSurfaces)) {
         save(Kind::Clip);
         QPainter& below = readyPainter();
         below.save();
@@ -134,6 +137,12 @@ void PainterContext::Private::pushClip(const Vecta::Rect& rect, float cornerRadi
     save(Kind::Layer, 1.0);
     openLayer(pixels);
     const float radius = std::max(0.f, cornerRadius);
+    if (glSurfaces) {
+        QPainterPath& hidden = openLayers.back().hidden;
+        hidden.addRect(QRectF(pixels));
+        hidden.addPath(world.map(roundedRect(rect, radius)));
+        return;
+    }
     painter->setTransform(world);
     painter->setClipPath(roundedRect(rect, radius), Qt::ReplaceClip);
 }
@@ -158,20 +167,56 @@ QRect PainterContext::Private::pixelsOf(const Vecta::Rect& rect) const
 
 void PainterContext::Private::openLayer(const QRect& pixels)
 {
-    openLayers.push_back(&LayerSurfaces::instance().acquire(deviceSize, pixels));
-    painter = &openLayers.back()->painter;
+    if (glSurfaces) {
+        openLayers.push_back({nullptr, &glSurfaces->acquire(deviceSize, pixels), {}});
+        painter = &openLayers.back().texture->painter;
+    } else {
+        openLayers.push_back({&LayerSurfaces::instance().acquire(deviceSize, pixels), nullptr, {}});
+        painter = &openLayers.back().image->painter;
+    }
     clipBounds = QRectF(pixels);
     isPainterStale = true;
 }
 
 void PainterContext::Private::drawLayerBelow(const Saved& state)
 {
-    const LayerSurface& surface = *openLayers.back();
+    const OpenLayer layer = openLayers.back();
     openLayers.pop_back();
-    LayerSurfaces::instance().release();
-    painter = openLayers.empty() ? &ground : &openLayers.back()->painter;
     const QRect area = clipBounds.toAlignedRect();
-    devicePainter(state.layerOpacity).drawImage(area.topLeft(), surface.image, area);
+    if (layer.texture) {
+        finishTexture(layer, area);
+        useOuterPainter();
+        QPainter& below = devicePainter(1.0);
+        for (const QRectF& part : visibleParts(QRectF(area)))
+            glSurfaces->draw(below, layer.texture->texture, part.toAlignedRect(), part.toAlignedRect().topLeft(),
+                             state.layerOpacity);
+        glSurfaces->release();
+        return;
+    }
+    LayerSurfaces::instance().release();
+    useOuterPainter();
+    devicePainter(state.layerOpacity).drawImage(area.topLeft(), layer.image->image, area);
+}
+
+void PainterContext::Private::useOuterPainter()
+{
+    if (openLayers.empty())
+        painter = &ground;
+    else
+        painter = openLayers.back().texture ? &openLayers.back().texture->painter : &openLayers.back().image->painter;
+}
+
+void PainterContext::Private::finishTexture(const OpenLayer& layer, const QRect& area)
+{
+    QPainter& inLayer = layer.texture->painter;
+    if (!layer.hidden.isEmpty()) {
+        inLayer.setTransform({});
+        inLayer.setOpacity(1.0);
+        inLayer.setCompositionMode(QPainter::CompositionMode_DestinationOut);
+        inLayer.fillPath(layer.hidden, Qt::black);
+    }
+    inLayer.end();
+    layer.texture->surface.resolve(area, layer.texture->texture, area.topLeft());
 }
 
 void PainterContext::Private::pop()

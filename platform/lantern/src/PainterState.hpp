@@ -3,6 +3,7 @@
 #include <Lantern/PainterContext.hpp>
 
 #include <QPainter>
+#include <QPainterPath>
 #include <QRectF>
 #include <QSize>
 #include <QTransform>
@@ -18,6 +19,8 @@ namespace Lantern
 inline constexpr QPainter::RenderHints kHints =
     QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform;
 
+class GlSurfaces;
+struct GlLayer;
 struct LayerSurface;
 
 /// What was pushed on a PainterContext. Transform and opacity reach the QPainter only when something is drawn: most of what
@@ -63,9 +66,18 @@ struct PainterContext::Private
     qreal opacity = 1.0;
     bool isPainterStale = false; ///< the painter has another transform or opacity
     std::vector<Saved> saved;
-    bool isRaster = true;                  ///< whether the ground's pixels are drawn by the processor
-    QSize deviceSize;                      ///< of the ground
-    std::vector<LayerSurface*> openLayers; ///< from the outermost to the innermost
+    /// A layer that is painted: in memory, or on the graphics card.
+    struct OpenLayer
+    {
+        LayerSurface* image;
+        GlLayer* texture;
+        QPainterPath hidden; ///< of the texture: what a clip cuts away when it is drawn below
+    };
+
+    bool isRaster = true;              ///< whether the ground's pixels are drawn by the processor
+    GlSurfaces* glSurfaces = nullptr;  ///< of a ground on a graphics card
+    QSize deviceSize;                  ///< of the ground
+    std::vector<OpenLayer> openLayers; ///< from the outermost to the innermost
 
 private:
     void save(Kind kind, qreal layerOpacity = 1.0);
@@ -74,5 +86,8 @@ private:
     [[nodiscard]] QRect pixelsOf(const Vecta::Rect& rect) const;
     void openLayer(const QRect& pixels);
     void drawLayerBelow(const Saved& state);
+    void useOuterPainter();
+    /// Ends the layer's painting and puts its samples together.
+    static void finishTexture(const OpenLayer& layer, const QRect& area);
 };
 }

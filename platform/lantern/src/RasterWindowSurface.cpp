@@ -14,14 +14,14 @@ class RasterWindowSurface final : public WindowSurface
 public:
     explicit RasterWindowSurface(QWindow& window) : m_window(window), m_store(&window) {}
 
-    void paint(const QRegion& damage, const std::function<void(QPainter&)>& draw) override
+    void paint(const QRegion& damage, const Draw& draw) override
     {
         if (m_store.size() != m_window.size())
             m_store.resize(m_window.size());
         m_store.beginPaint(damage);
         if (QPaintDevice* device = m_store.paintDevice()) {
             QPainter painter(device);
-            draw(painter);
+            draw(painter, damage);
         }
         m_store.endPaint();
         m_store.flush(damage);

@@ -14,8 +14,12 @@ class WindowSurface
 {
 public:
     virtual ~WindowSurface() = default;
-    /// Lets `draw` paint into the kept pixels, then shows the changed ones.
-    virtual void paint(const QRegion& damage, const std::function<void(QPainter&)>& draw) = 0;
+    /// Paints an area of the kept pixels anew.
+    using Draw = std::function<void(QPainter&, const QRegion& area)>;
+
+    /// Lets `draw` paint into the kept pixels, then shows the changed ones. The area is the damage, or somewhat more where that
+    /// is cheaper.
+    virtual void paint(const QRegion& damage, const Draw& draw) = 0;
 };
 
 [[nodiscard]] std::unique_ptr<WindowSurface> makeRasterSurface(QWindow& window);

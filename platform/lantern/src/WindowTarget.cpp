@@ -76,10 +76,10 @@ void WindowTarget::paint(const QRegion& damage, const std::function<void(RenderC
     const QRegion area = damage.intersected(QRect(QPoint(0, 0), size()));
     if (area.isEmpty() || !d->window->isExposed())
         return;
-    d->surface->paint(area, [&](QPainter& painter) {
-        for (const QRect& rect : area)
+    d->surface->paint(area, [&](QPainter& painter, const QRegion& painted) {
+        for (const QRect& rect : painted)
             painter.fillRect(rect, Qt::black);
-        PainterContext context(painter, area);
+        PainterContext context(painter, painted);
         draw(context);
     });
 }

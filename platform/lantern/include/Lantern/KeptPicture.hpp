@@ -8,9 +8,12 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
 
 namespace Lantern
 {
+class KeptTexture;
+class KeptTextureMaker;
 class PictureStore;
 class RenderContext;
 
@@ -22,7 +25,7 @@ public:
     using Paint = std::function<void(RenderContext&)>;
 
     /// `store` must outlive the picture.
-    explicit KeptPicture(PictureStore& store) : m_store(store) {}
+    explicit KeptPicture(PictureStore& store);
     ~KeptPicture();
     KeptPicture(const KeptPicture&) = delete;
     KeptPicture& operator=(const KeptPicture&) = delete;
@@ -37,8 +40,10 @@ public:
     void clear();
 
     /// The pixels of `bounds`, brought up to date by `paint`, whose context begins at the group's origin. Null when the store
-    /// has no room for them.
+    /// has no room for them, and when they are on a graphics card.
     [[nodiscard]] const QImage* pixels(const Paint& paint);
+    /// As above, on the graphics card of `maker`; pixels that are elsewhere are given up.
+    [[nodiscard]] KeptTexture* texture(KeptTextureMaker& maker, const Paint& paint);
     /// Paints the part `area` of a group into an image whose top left corner is at `corner`.
     static void paintInto(QImage& image, QPoint corner, const QRegion& area, const Paint& paint);
 
@@ -46,11 +51,15 @@ private:
     /// Compares when pictures were drawn.
     friend class PictureStore;
 
+    [[nodiscard]] bool hasPixels() const noexcept { return m_texture || !m_image.isNull(); }
     [[nodiscard]] std::size_t bytes() const;
+    /// What is to be painted anew; counts as a draw.
+    QRegion takeDamage();
 
     PictureStore& m_store;
     QRect m_bounds;
-    QImage m_image;
+    QImage m_image;                         ///< the pixels, or else…
+    std::unique_ptr<KeptTexture> m_texture; ///< …these
     QRegion m_damage;
     long m_lastDraw = 0;
 };

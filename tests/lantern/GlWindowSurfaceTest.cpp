@@ -1,0 +1,326 @@
+// These tests need a window with OpenGL: they run on a screen that exists in memory only, where Mesa draws.
+#include <doctest/doctest.h>
+
+#include "EventLoop.hpp"
+
+#include <Lantern/ImageTarget.hpp>
+#include <Lantern/KeptPicture.hpp>
+#include <Lantern/PictureStore.hpp>
+#include <Lantern/RenderContext.hpp>
+#include <Lantern/Style.hpp>
+#include <Lantern/WindowListener.hpp>
+#include <Lantern/WindowTarget.hpp>
+
+#include <QPainter>
+#include <QRegion>
+#include <QScreen>
+#include <QTextLayout>
+#include <QWindow>
+
+#include <algorithm>
+#include <cstdlib>
+
+using Lantern::RenderContext;
+using Lantern::Style;
+using Lantern::WindowOptions;
+
+namespace
+{
+constexpr QSize kSize(240, 160);
+const QRegion kAll(QRect(QPoint(), kSize));
+const Bedrock::Color kRed{1, 0, 0, 1};
+const Bedrock::Color kBlue{0, 0, 1, 1};
+const Bedrock::Color kWhite{1, 1, 1, 1};
+
+Style fill(const Bedrock::Color& color)
+{
+    return Style().setFill(color.premultiplied());
+}
+
+struct Exposure final : Lantern::WindowListener
+{
+    bool isExposed = false;
+    void windowExposed() override { isExposed = true; }
+};
+
+class GlWindow
+{
+public:
+    GlWindow() : m_target(options(), &m_exposure)
+    {
+        REQUIRE_MESSAGE(m_target.drawing() == WindowOptions::Drawing::OpenGl, "these tests need OpenGL");
+        REQUIRE(TestSupport::pumpUntil([&] { return m_exposure.isExposed; }));
+    }
+    void paint(const QRegion& damage, const std::function<void(RenderContext&)>& draw) { m_target.paint(damage, draw); }
+    [[nodiscard]] QImage shown()
+    {
+        const QWindow& window = m_target.window();
+        return window.screen()->grabWindow(window.winId()).toImage().convertToFormat(QImage::Format_RGB32);
+    }
+
+private:
+    static WindowOptions options()
+    {
+        WindowOptions options;
+        options.size = kSize;
+        options.drawing = WindowOptions::Drawing::OpenGl;
+        return options;
+    }
+
+    Exposure m_exposure;
+    Lantern::WindowTarget m_target;
+};
+
+QImage withoutCard(const std::function<void(RenderContext&)>& draw)
+{
+    Lantern::ImageTarget target(kSize);
+    target.paint(kAll, draw);
+    return target.image().convertToFormat(QImage::Format_RGB32);
+}
+
+struct Difference
+{
+    int worst = 0;     ///< of a colour, 0…255
+    double mean = 0.0; ///< over all pixels
+};
+
+Difference difference(const QImage& a, const QImage& b)
+{
+    REQUIRE(a.size() == b.size());
+    Difference result;
+    for (int y = 0; y < a.height(); ++y)
+        for (int x = 0; x < a.width(); ++x) {
+            const QRgb one = a.pixel(x, y), two = b.pixel(x, y);
+            const int here = std::max(
+                {std::abs(qRed(one) - qRed(two)), std::abs(qGreen(one) - qGreen(two)), std::abs(qBlue(one) - qBlue(two))});
+            result.worst = std::max(result.worst, here);
+            result.mean += here;
+        }
+    result.mean /= double(a.width()) * a.height();
+    return result;
+}
+
+QImage photograph()
+{
+    QImage image(64, 48, QImage::Format_RGB32);
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            image.setPixelColor(x, y, QColor(x * 4, y * 5, 255 - x * 3));
+    return image;
+}
+}
+
+TEST_CASE("OpenGL window: shapes, pictures, clips and layers look as they do without a graphics card")
+{
+    const QImage image = photograph();
+    std::function<void(RenderContext&)> draw;
+    int worst = 0;
+    SUBCASE("upright rectangles are the same")
+    {
+        draw = [](RenderContext& c) {
+            c.drawRect({10, 20, 100, 60}, 0.f, fill(kRed));
+            c.drawRect({50, 40, 100, 60}, 0.f, fill({0, 0, 1, 0.5f}));
+        };
+        worst = 1;
+    }
+    SUBCASE("an upright picture is the same")
+    {
+        draw = [&](RenderContext& c) { c.drawImage(image, {30, 20, 64, 48}); };
+        worst = 1;
+    }
+    SUBCASE("an upright clip is the same")
+    {
+        draw = [](RenderContext& c) {
+            c.pushClip({30, 20, 50, 40});
+            c.drawRect({0, 0, 240, 160}, 0.f, fill(kWhite));
+            c.pop();
+        };
+        worst = 0;
+    }
+    SUBCASE("what overlaps in a faded layer does not shine through")
+    {
+        draw = [](RenderContext& c) {
+            c.drawRect({0, 0, 240, 160}, 0.f, fill(kWhite));
+            c.pushLayer({10, 10, 200, 100}, 0.5f);
+            c.drawRect({20, 20, 80, 60}, 0.f, fill(kRed));
+            c.drawRect({60, 40, 80, 60}, 0.f, fill(kBlue));
+            c.pop();
+        };
+        worst = 2;
+    }
+    SUBCASE("layers in layers")
+    {
+        draw = [](RenderContext& c) {
+            c.pushLayer({0, 0, 200, 150}, 0.5f);
+            c.drawRect({20, 20, 80, 60}, 0.f, fill(kRed));
+            c.pushLayer({40, 30, 100, 100}, 0.5f);
+            c.drawRect({60, 40, 80, 60}, 0.f, fill(kWhite));
+            c.pop();
+            c.pop();
+        };
+        worst = 3;
+    }
+    GlWindow window;
+    window.paint(kAll, draw);
+    const Difference found = difference(window.shown(), withoutCard(draw));
+    CHECK(found.worst <= worst);
+}
+
+TEST_CASE("OpenGL window: only edges differ a little where something is turned, rounded or written")
+{
+    const QImage image = photograph();
+    QTextLayout text(QStringLiteral("Kiosk"), QFont(QStringLiteral("Inter"), 24));
+    text.beginLayout();
+    text.createLine();
+    text.endLayout();
+    std::function<void(RenderContext&)> draw;
+    SUBCASE("turned")
+    {
+        draw = [&](RenderContext& c) {
+            c.pushTransform(Vecta::Transform::translation({100, 30}) * Vecta::Transform::rotation(0.4f));
+            c.drawRect({0, 0, 80, 60}, 0.f, fill(kRed));
+            c.drawImage(image, {10, 10, 50, 40});
+            c.pop();
+        };
+    }
+    SUBCASE("rounded, with a border")
+    {
+        draw = [](RenderContext& c) { c.drawRect({20, 20, 150, 100}, 24.f, fill(kRed).setStroke(kWhite, 6.f)); };
+    }
+    SUBCASE("a rounded clip, and a layer in it")
+    {
+        draw = [&](RenderContext& c) {
+            c.pushClip({20, 20, 120, 100}, 30.f);
+            c.drawRect({0, 0, 240, 160}, 0.f, fill(kBlue));
+            c.pushLayer({0, 0, 240, 160}, 0.5f);
+            c.drawRect({0, 0, 60, 160}, 0.f, fill(kWhite));
+            c.pop();
+            c.pop();
+        };
+    }
+    SUBCASE("text")
+    {
+        draw = [&](RenderContext& c) { c.drawText(text, {30, 40}, kWhite); };
+    }
+    GlWindow window;
+    window.paint(kAll, draw);
+    const QImage shown = window.shown();
+
+    const Difference found = difference(shown, withoutCard(draw));
+    MESSAGE("worst " << found.worst << ", mean " << found.mean);
+    CHECK(found.mean <= 1.0);
+    CHECK(difference(shown, withoutCard([](RenderContext&) {})).mean > 1.0); // something shows at all
+}
+
+TEST_CASE("OpenGL window: what is drawn anew in parts equals what is drawn whole, faded layers too")
+{
+    const auto draw = [](RenderContext& c) {
+        c.drawRect({0, 0, 240, 160}, 0.f, fill(kWhite));
+        c.pushLayer({0, 0, 240, 160}, 0.5f);
+        c.drawRect({20, 20, 180, 100}, 20.f, fill(kRed));
+        c.pop();
+        c.pushClip({100, 60, 100, 80}, 20.f);
+        c.drawRect({0, 0, 240, 160}, 0.f, fill({0, 0, 1, 0.5f}));
+        c.pop();
+    };
+    GlWindow window;
+    window.paint(kAll, draw);
+    const QImage whole = window.shown();
+    // Far apart, so that they stay two; then near, so that they become one.
+    window.paint(QRegion(10, 10, 30, 30) + QRegion(180, 110, 30, 30), draw);
+    CHECK(difference(window.shown(), whole).worst == 0);
+    window.paint(QRegion(90, 50, 30, 30) + QRegion(110, 70, 30, 30), draw);
+    CHECK(difference(window.shown(), whole).worst == 0);
+}
+
+TEST_CASE("OpenGL window: a kept picture is painted once, moved and faded as it is, and patched where it is damaged")
+{
+    Lantern::PictureStore store;
+    Lantern::KeptPicture picture(store);
+    picture.cover({-10, -10, 80, 60});
+    Bedrock::Color color = kRed;
+    int paints = 0;
+    const auto paint = [&](RenderContext& c) {
+        ++paints;
+        c.drawRect({-10, -10, 80, 60}, 12.f, fill(color));
+        c.drawRect({0, 0, 20, 20}, 0.f, fill(kWhite));
+    };
+    const auto drawAt = [&](Vecta::Vector2f place, float opacity) {
+        return [&, place, opacity](RenderContext& c) {
+            c.drawRect({0, 0, 240, 80}, 0.f, fill(kBlue));
+            c.drawKept(picture, place, opacity, paint);
+        };
+    };
+    const auto fresh = [&](Vecta::Vector2f place, float opacity) {
+        return withoutCard([&](RenderContext& c) {
+            c.drawRect({0, 0, 240, 80}, 0.f, fill(kBlue));
+            c.pushTransform(Vecta::Transform::translation(place));
+            c.pushLayer({-10, -10, 80, 60}, opacity);
+            c.drawRect({-10, -10, 80, 60}, 12.f, fill(color));
+            c.drawRect({0, 0, 20, 20}, 0.f, fill(kWhite));
+            c.pop();
+            c.pop();
+        });
+    };
+    GlWindow window;
+    window.paint(kAll, drawAt({40, 50}, 1.f));
+    CHECK(paints == 1);
+    CHECK(difference(window.shown(), fresh({40, 50}, 1.f)).mean < 0.1);
+    window.paint(kAll, drawAt({130, 70}, 0.5f));
+    CHECK(paints == 1);
+    CHECK(difference(window.shown(), fresh({130, 70}, 0.5f)).mean < 0.2); // the card rounds otherwise
+    color = {0, 1, 0, 1};
+    picture.damage({-10, -10, 40, 60});
+    window.paint(kAll, drawAt({130, 70}, 1.f));
+    CHECK(paints == 2);
+    const QImage patched = window.shown();
+    CHECK(patched.pixelColor(130 + 25, 70 + 25) == QColor(Qt::green)); // inside the damage
+    CHECK(patched.pixelColor(130 + 50, 70 + 25) == QColor(Qt::red));   // as it was
+    CHECK(store.usedBytes() == 80 * 60 * 4);
+    picture.clear();
+    window.paint(kAll, drawAt({130, 70}, 1.f));
+    CHECK(paints == 3);
+    CHECK(difference(window.shown(), fresh({130, 70}, 1.f)).mean < 0.1);
+}
+
+TEST_CASE("OpenGL window: pixels of a kept picture on the card are not read by a picture that is drawn in memory")
+{
+    Lantern::PictureStore store;
+    Lantern::KeptPicture picture(store);
+    picture.cover({0, 0, 40, 40});
+    int paints = 0;
+    const auto draw = [&](RenderContext& c) {
+        c.drawKept(picture, {10, 10}, 1.f, [&](RenderContext& inPicture) {
+            ++paints;
+            inPicture.drawRect({0, 0, 40, 40}, 0.f, fill(kRed));
+        });
+    };
+    GlWindow window;
+    window.paint(kAll, draw);
+    CHECK(withoutCard(draw).pixelColor(20, 20) == QColor(Qt::red)); // a screenshot
+    CHECK(paints == 2);
+    window.paint(kAll, draw);
+    CHECK(paints == 2); // still kept on the card
+    CHECK(store.count() == 1);
+}
+
+TEST_CASE("OpenGL window: a kept picture outlives the window, and is painted anew for the next one")
+{
+    Lantern::PictureStore store;
+    Lantern::KeptPicture picture(store);
+    picture.cover({0, 0, 40, 40});
+    int paints = 0;
+    const auto draw = [&](RenderContext& c) {
+        c.drawKept(picture, {10, 10}, 1.f, [&](RenderContext& inPicture) {
+            ++paints;
+            inPicture.drawRect({0, 0, 40, 40}, 0.f, fill(kRed));
+        });
+    };
+    for (int windows = 1; windows <= 2; ++windows) {
+        GlWindow window;
+        window.paint(kAll, draw);
+        CHECK(paints == windows);
+        CHECK(window.shown().pixelColor(20, 20) == QColor(Qt::red));
+    }
+    CHECK(store.count() == 1);
+}
