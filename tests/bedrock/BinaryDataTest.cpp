@@ -71,3 +71,25 @@ TEST_CASE("binary data: a payload larger than the object's own buffer and a copy
     CHECK(copy.readInt64() == 2);
     CHECK(data.readInt32() == 1);
 }
+
+TEST_CASE("binary data: a payload that outgrows the object's own buffer keeps what was written, and so do its copies")
+{
+    for (int values = 0; values < 40; ++values) {
+        CAPTURE(values);
+        BinaryData data;
+        for (int i = 0; i < values; ++i)
+            data.writeInt32(i);
+        BinaryData copy;
+        copy.writeString(QString(200, QLatin1Char('x')));
+        copy = data;
+        copy.writeInt64(-1);
+        for (int i = 0; i < values; ++i) {
+            CHECK(data.readInt32() == i);
+            CHECK(copy.readInt32() == i);
+        }
+        CHECK(data.isAtEnd());
+        CHECK(copy.readInt64() == -1);
+        CHECK(copy.isAtEnd());
+        CHECK_FALSE(copy.hasFailed());
+    }
+}

@@ -37,15 +37,8 @@ long ReferenceCounted::liveObjects() noexcept
     return liveObjectCount.load(std::memory_order_relaxed);
 }
 
-void ReferenceCounted::addReference() const noexcept
+void ReferenceCounted::destroy() const noexcept
 {
-    m_references.fetch_add(1, std::memory_order_relaxed);
-}
-
-void ReferenceCounted::releaseReference() const noexcept
-{
-    if (m_references.fetch_sub(1, std::memory_order_acq_rel) != 1)
-        return;
     m_references.store(kDying, std::memory_order_relaxed);
     if (WeakAnchor* anchor = m_anchor.load(std::memory_order_acquire))
         anchor->detach();

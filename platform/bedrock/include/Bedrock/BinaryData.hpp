@@ -3,10 +3,10 @@
 #include <Bedrock/Export.hpp>
 
 #include <QString>
-#include <QVarLengthArray>
 
 #include <cstdint>
 #include <cstring>
+#include <vector>
 
 namespace Bedrock
 {
@@ -18,6 +18,21 @@ namespace Bedrock
 class TAVOLA_EXPORT BinaryData
 {
 public:
+    BinaryData() noexcept {}
+    BinaryData(const BinaryData& other) : m_size(other.m_size), m_readPosition(other.m_readPosition), m_failed(other.m_failed)
+    {
+        copyBytes(other);
+    }
+    BinaryData& operator=(const BinaryData& other)
+    {
+        m_size = other.m_size;
+        m_readPosition = other.m_readPosition;
+        m_failed = other.m_failed;
+        copyBytes(other);
+        return *this;
+    }
+    ~BinaryData() = default;
+
     void writeInt32(std::int32_t value) { append(kInt32, value); }
     void writeInt64(std::int64_t value) { append(kInt64, value); }
     void writeFloat32(float value) { append(kFloat32, value); }
@@ -40,7 +55,7 @@ public:
         m_failed = false;
     }
     [[nodiscard]] bool hasFailed() const noexcept { return m_failed; }
-    [[nodiscard]] bool isAtEnd() const noexcept { return m_readPosition >= m_bytes.size(); }
+    [[nodiscard]] bool isAtEnd() const noexcept { return m_readPosition >= m_size; }
 
 private:
     enum Tag : char { kInt32 = 1, kInt64, kFloat32, kString };
@@ -48,27 +63,40 @@ private:
     template <class T>
     void append(Tag tag, const T& value)
     {
-        const int position = m_bytes.size();
-        m_bytes.resize(position + 1 + int(sizeof(T)));
-        m_bytes[position] = tag;
-        std::memcpy(m_bytes.data() + position + 1, &value, sizeof(T));
+        char* const to = room(1 + int(sizeof(T)));
+        *to = tag;
+        std::memcpy(to + 1, &value, sizeof(T));
     }
+    /// Adds so many bytes, which the caller writes. Their place holds until the next ones are added.
+    [[nodiscard]] char* room(int count)
+    {
+        const int begin = m_size;
+        m_size += count;
+        return m_size <= kInside ? m_inside + begin : roomOutside(begin);
+    }
+    [[nodiscard]] char* roomOutside(int begin);
+    void copyBytes(const BinaryData& other);
+    [[nodiscard]] const char* bytes() const noexcept { return m_size <= kInside ? m_inside : m_outside.data(); }
     /// The value at the read position if it has that type, which moves the position to its end; a failure, and 0, otherwise.
     template <class T>
     T read(Tag tag)
     {
         T value{};
-        if (m_readPosition >= m_bytes.size() || m_bytes[m_readPosition] != tag) {
+        if (isAtEnd() || bytes()[m_readPosition] != tag) {
             m_failed = true;
             return value;
         }
-        std::memcpy(&value, m_bytes.constData() + m_readPosition + 1, sizeof(T));
+        std::memcpy(&value, bytes() + m_readPosition + 1, sizeof(T));
         m_readPosition += 1 + int(sizeof(T));
         return value;
     }
 
-    QVarLengthArray<char, 128> m_bytes;
+    static constexpr int kInside = 128;
+
+    int m_size = 0;
     int m_readPosition = 0;
     bool m_failed = false;
+    char m_inside[kInside];      ///< as far as `m_size` says
+    std::vector<char> m_outside; ///< all of the payload, once it does not fit inside
 };
 }

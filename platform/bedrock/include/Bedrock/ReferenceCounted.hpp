@@ -26,8 +26,12 @@ public:
     [[nodiscard]] static long liveObjects() noexcept;
 
     /// Used by the pointers only.
-    void addReference() const noexcept;
-    void releaseReference() const noexcept;
+    void addReference() const noexcept { m_references.fetch_add(1, std::memory_order_relaxed); }
+    void releaseReference() const noexcept
+    {
+        if (m_references.fetch_sub(1, std::memory_order_acq_rel) == 1)
+            destroy();
+    }
     /// Adds a reference unless the count is zero (not yet owned, or dying). Used by WeakAnchor.
     [[nodiscard]] bool addReferenceIfOwned() const noexcept;
     /// The anchor that weak pointers share; made on first use, any thread. Returned with one reference for the caller.
@@ -37,6 +41,9 @@ protected:
     virtual ~ReferenceCounted();
 
 private:
+    /// The last reference has gone.
+    void destroy() const noexcept;
+
     mutable std::atomic<long> m_references{0};
     mutable std::atomic<WeakAnchor*> m_anchor{nullptr};
 };
