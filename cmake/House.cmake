@@ -21,7 +21,10 @@ function(house_options target)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         # A library that holds unique symbols stays in memory after dlclose, and its static destructors do not run.
         target_compile_options(${target} PRIVATE -fno-gnu-unique)
+        # No library replaces a function of another: calls inside a library need not go through the loader's table.
+        target_compile_options(${target} PRIVATE -fno-semantic-interposition)
     endif()
+    target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions -Wl,-O1)
     if(TAVOLA_WARNINGS_ARE_ERRORS)
         target_compile_options(${target} PRIVATE -Werror)
     endif()

@@ -63,7 +63,7 @@ void byName(benchmark::State& state)
         state,
         [&](long times) {
             for (long i = 0; i < times; ++i)
-                if (auto* gap = dynamic_cast<Facet::AttributeT<float>*>(widget->attribute(name)))
+                if (auto* gap = Facet::findAttribute<float>(*widget, name))
                     gap->setValue(float(++oursValue % 1000));
         },
         [&](long times) {

@@ -39,7 +39,7 @@ PersonalSpaceContentWidget::PersonalSpaceContentWidget(Trellis::Widget* parent, 
 
     // The area covers the space and stands above the space's buttons: unless a style sheet sets this attribute, touches go to the
     // tiles or through the area. Drops do not depend on it.
-    if (auto* transparent = dynamic_cast<Facet::AttributeT<bool>*>(attribute("input-transparent")))
+    if (auto* transparent = Facet::findAttribute<bool>(*this, "input-transparent"))
         transparent->setValue(true, Facet::kDefaultLayer);
 
     eventAddOut("empty");
@@ -101,10 +101,10 @@ bool PersonalSpaceContentWidget::canWidgetBeCollected(Trellis::Widget& widget)
 {
     if (dynamic_cast<FileRepresentation*>(&widget))
         return true;
-    const auto* urls = dynamic_cast<Facet::AttributeT<QStringList>*>(widget.attribute("source-tessel-urls"));
+    const auto* urls = Facet::findAttribute<QStringList>(widget, "source-tessel-urls");
     if (urls && !urls->value().isEmpty())
         return true;
-    const auto* source = dynamic_cast<Facet::AttributeT<QString>*>(widget.attribute("source"));
+    const auto* source = Facet::findAttribute<QString>(widget, "source");
     return source && !source->value().isEmpty();
 }
 

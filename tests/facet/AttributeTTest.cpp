@@ -121,3 +121,21 @@ TEST_CASE("typed attribute: an enumeration notifies on a change of the visible v
     mode.clearValue(Facet::kStyleLayer);
     CHECK(heard == 2);
 }
+
+TEST_CASE("typed attribute: is found by name and type, also as a base of its class")
+{
+    struct Gap final : AttributeT<float>
+    {
+        using AttributeT::AttributeT;
+    };
+    Facet::Node node;
+    AttributeT<float> width(&node, "width", 1.f);
+    AttributeT<QString> title(&node, "title");
+    Gap gap(&node, "gap", 2.f);
+    CHECK(Facet::findAttribute<float>(node, "width") == &width);
+    CHECK(Facet::findAttribute<float>(node, "gap") == &gap);
+    CHECK(Facet::findAttribute<QString>(node, "title") == &title);
+    CHECK(Facet::findAttribute<QString>(node, "width") == nullptr);
+    CHECK(Facet::findAttribute<float>(node, "title") == nullptr);
+    CHECK(Facet::findAttribute<float>(node, "height") == nullptr);
+}

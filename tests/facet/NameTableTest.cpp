@@ -3,6 +3,8 @@
 #include <Facet/AttributeName.hpp>
 #include <Facet/NameTable.hpp>
 
+#include <atomic>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -40,6 +42,49 @@ TEST_CASE("name table: a name is copied, and keeps its place while others are en
         CHECK(table.number(QByteArray::number(i)) == left + 1 + i);
     CHECK(name == "left");
     CHECK(table.findNumber("left") == left);
+}
+
+TEST_CASE("name table: names of every length that differ in one letter have different numbers")
+{
+    NameTable table;
+    std::set<int> numbers{table.number(QByteArray())};
+    for (int length = 1; length <= 40; ++length) {
+        const QByteArray name(length, 'a');
+        numbers.insert(table.number(name));
+        for (int place = 0; place < length; ++place) {
+            QByteArray other = name;
+            other[place] = 'b';
+            CAPTURE(other.toStdString());
+            CHECK(table.findNumber(other) == 0);
+            const int number = table.number(other);
+            CHECK(numbers.insert(number).second);
+            CHECK(table.name(number) == other);
+            CHECK(table.findNumber(other) == number);
+        }
+        CHECK(table.findNumber(name) != 0);
+    }
+}
+
+TEST_CASE("name table: a thread finds what was entered before, while another one enters thousands of names")
+{
+    NameTable table;
+    const int known = table.number(QByteArray("known"));
+    std::atomic<int> last{known};
+    std::atomic<bool> isDone{false};
+    bool isRight = true;
+    std::thread reader([&] {
+        while (!isDone) {
+            const int number = last;
+            const QByteArray expected = number == known ? QByteArray("known") : "name-" + QByteArray::number(number);
+            isRight = isRight && table.name(number) == expected && table.findNumber(expected) == number
+                && table.number(QByteArray("known")) == known;
+        }
+    });
+    for (int i = known + 1; i < 5000; ++i)
+        last = table.number("name-" + QByteArray::number(i));
+    isDone = true;
+    reader.join();
+    CHECK(isRight);
 }
 
 TEST_CASE("name table: several threads may enter names at once")

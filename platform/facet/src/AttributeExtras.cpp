@@ -13,14 +13,6 @@ AttributeExtras& AttributeExtras::ofHostless()
     return extras;
 }
 
-AttributeExtras::Entry* AttributeExtras::find(const Attribute& attribute) noexcept
-{
-    for (Entry& entry : m_entries)
-        if (entry.attribute == &attribute)
-            return &entry;
-    return nullptr;
-}
-
 AttributeExtras::Entry& AttributeExtras::obtain(const Attribute& attribute)
 {
     if (Entry* const found = find(attribute))

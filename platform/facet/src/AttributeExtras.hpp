@@ -38,7 +38,13 @@ public:
     [[nodiscard]] static AttributeExtras& ofHostless();
 
     /// Null if there is none. Valid until an entry is made or removed.
-    [[nodiscard]] Entry* find(const Attribute& attribute) noexcept;
+    [[nodiscard]] Entry* find(const Attribute& attribute) noexcept
+    {
+        for (Entry& entry : m_entries)
+            if (entry.attribute == &attribute)
+                return &entry;
+        return nullptr;
+    }
     /// Made if there is none.
     [[nodiscard]] Entry& obtain(const Attribute& attribute);
     /// Silent if there is none.

@@ -6,19 +6,23 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstdint>
 
 namespace Facet
 {
 namespace
 {
+// The attributes of a segment need not be parts of one object, so distances are those of addresses as numbers, which C++ lets
+// grow and shrink at will. The address that comes out is always one that an attribute of the list has.
+
 std::ptrdiff_t bytesBetween(const Attribute* from, const Attribute* to) noexcept
 {
-    return reinterpret_cast<const char*>(to) - reinterpret_cast<const char*>(from);
+    return std::ptrdiff_t(reinterpret_cast<std::uintptr_t>(to) - reinterpret_cast<std::uintptr_t>(from));
 }
 
 Attribute* atDistance(Attribute* from, std::ptrdiff_t bytes) noexcept
 {
-    return reinterpret_cast<Attribute*>(reinterpret_cast<char*>(from) + bytes);
+    return reinterpret_cast<Attribute*>(reinterpret_cast<std::uintptr_t>(from) + std::uintptr_t(bytes));
 }
 }
 

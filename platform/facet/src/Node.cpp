@@ -9,7 +9,6 @@
 #include <Facet/Attribute.hpp>
 #include <Facet/NameTable.hpp>
 
-#include <array>
 #include <atomic>
 #include <utility>
 
@@ -19,29 +18,6 @@ namespace
 {
 std::atomic<long> g_lastNodeId{0};
 std::atomic<long> g_lastListenerId{0};
-
-/// The number of a name in NameTable::instance(), 0 for none. Names asked for lately are found without the table, which locks.
-int attributeNumber(const QByteArray& name)
-{
-    struct Known
-    {
-        const QByteArray* name = nullptr;
-        int number = 0;
-    };
-    constexpr std::size_t kNames = 128;
-    static std::array<Known, kNames> lately; // by length and two of the letters
-    if (name.isEmpty())
-        return 0;
-    const auto letter = [&name](int index) { return std::size_t(static_cast<unsigned char>(name.constData()[index])); };
-    Known& known = lately[(std::size_t(name.size()) * 37 + letter(0) * 5 + letter(name.size() / 2)) % kNames];
-    if (!known.name || *known.name != name) {
-        const int number = NameTable::instance().findNumber(name);
-        if (number == 0)
-            return 0;
-        known = {&NameTable::instance().name(number), number};
-    }
-    return known.number;
-}
 }
 
 long nextListenerId() noexcept
@@ -147,15 +123,23 @@ void Node::eventSend(EventName name, Bedrock::BinaryData& payload)
 
 bool Node::isSendable(EventName name) const
 {
-    if (m_declaredEvents.set().contains(name))
-        return true;
+    const bool isDeclared = m_declaredEvents.set().contains(name);
+    if (!isDeclared)
+        reportUndeclared(name);
+    return isDeclared;
+}
+
+void Node::reportUndeclared(EventName name) const
+{
     Bedrock::Trace::warning("Node::eventSend # Event '%s' is not declared by node %ld", name.text().constData(), m_id);
-    return false;
 }
 
 bool Node::isAwaited(EventName name) const
 {
-    return isSendable(name) && m_extras && m_extras->find(name);
+    if (m_declaredEvents.set().contains(name))
+        return m_extras && m_extras->find(name);
+    reportUndeclared(name);
+    return false;
 }
 
 void Node::Extras::deliver(Channel& channel, long node, Bedrock::BinaryData& payload)
@@ -197,7 +181,7 @@ void Node::removeEndListener(ListenerId id)
 
 Attribute* Node::attribute(const QByteArray& name) const
 {
-    const int number = attributeNumber(name);
+    const int number = NameTable::instance().findNumber(name);
     return number == 0 ? nullptr : attributeNumbered(number);
 }
 

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <Facet/Attribute.hpp>
+#include <Facet/Node.hpp>
 #include <Facet/ValueNotation.hpp>
 
+#include <typeinfo>
 #include <utility>
 
 namespace Facet
@@ -140,4 +142,18 @@ private:
 
     T m_value;
 };
+
+/// The node's attribute of that name, or null if it has none or one of another type. Cheaper than a `dynamic_cast` of
+/// `Node::attribute`.
+///
+///     if (auto* gap = Facet::findAttribute<float>(*widget, "gap"))
+///         gap->setValue(3.f);
+template <class T>
+[[nodiscard]] AttributeT<T>* findAttribute(const Node& node, const QByteArray& name)
+{
+    Attribute* const found = node.attribute(name);
+    if (found && typeid(*found) == typeid(AttributeT<T>))
+        return static_cast<AttributeT<T>*>(found);
+    return dynamic_cast<AttributeT<T>*>(found); // of a class derived from it
+}
 }

@@ -115,6 +115,7 @@ private:
 
     /// Whether the event is declared; a warning if not.
     [[nodiscard]] bool isSendable(EventName name) const;
+    void reportUndeclared(EventName name) const;
     /// As above, and whether it may have listeners.
     [[nodiscard]] bool isAwaited(EventName name) const;
     void addAttribute(Attribute& attribute);

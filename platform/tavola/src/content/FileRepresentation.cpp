@@ -21,13 +21,13 @@ namespace
 {
 QString textOf(const Trellis::Widget& widget, const char* name)
 {
-    const auto* attribute = dynamic_cast<const Facet::AttributeT<QString>*>(widget.attribute(name));
+    const auto* attribute = Facet::findAttribute<QString>(widget, name);
     return attribute ? attribute->value() : QString();
 }
 
 QStringList listOf(const Trellis::Widget& widget, const char* name)
 {
-    const auto* attribute = dynamic_cast<const Facet::AttributeT<QStringList>*>(widget.attribute(name));
+    const auto* attribute = Facet::findAttribute<QStringList>(widget, name);
     return attribute ? attribute->value() : QStringList();
 }
 
