@@ -275,3 +275,21 @@ TEST_CASE("restyler: a node that ends before styles are finished is passed over"
     }
     CHECK(restyledBy([&] { fixture.engine.finishStyling(); }) == 0);
 }
+
+TEST_CASE("restyler: variables go with the last sheet that defines one, and come back with another")
+{
+    StyleFixture fixture;
+    fixture.add("", "Root", "root");
+    auto& node = fixture.add("root", "N", "n");
+    const char* const user = "N { width: var(--gap, 1) }";
+    for (int round = 0; round < 2; ++round) {
+        CAPTURE(round);
+        fixture.sheet("Root { --gap: 5 } N { width: var(--gap, 1) }");
+        CHECK(node.width == 5.f);
+        Cascara::StyleEngine::instance().clearStyleSheets();
+        CHECK_FALSE(node.width.hasValue(Facet::kStyleLayer));
+        fixture.sheet(user);
+        CHECK(node.width == 1.f);
+        Cascara::StyleEngine::instance().clearStyleSheets();
+    }
+}

@@ -3,9 +3,9 @@
 #include "selectors/Feature.hpp"
 
 #include <QString>
+#include <QVarLengthArray>
 
 #include <algorithm>
-#include <vector>
 
 namespace Cascara
 {
@@ -17,15 +17,21 @@ struct NodeFeatures
     NodeFeatures(const NodeFeatures&) = default;
     NodeFeatures& operator=(const NodeFeatures&) = default;
 
+    /// Few nodes have more than two: these are read without another access to memory.
+    using Names = QVarLengthArray<int, 2>;
+
+    // What most selectors test stands first, in one line of the processor's cache.
     int type = 0;
     int id = 0;
-    std::vector<int> classes; ///< in the order they were added
-    std::vector<int> pseudoClasses;
     const NodeFeatures* parent = nullptr; ///< null for a root
-    NodeFeatures* previous = nullptr;     ///< sibling
-    NodeFeatures* next = nullptr;         ///< sibling
+    Names classes;                        ///< in the order they were added
+    Names pseudoClasses;
     /// Among its siblings, from 1; also 1 without a parent. 0 for a node that is no sibling of others.
     int place = 1;
+    /// The last collection of nodes to restyle that has this one.
+    unsigned collection = 0;
+    NodeFeatures* previous = nullptr; ///< sibling
+    NodeFeatures* next = nullptr;     ///< sibling
 
     [[nodiscard]] bool has(Feature feature) const
     {
@@ -43,7 +49,7 @@ struct NodeFeatures
     /// The text of the attribute with that number, as attribute selectors compare it. False when the node has none.
     [[nodiscard]] virtual bool readAttribute(int /*name*/, QString& /*text*/) const { return false; }
 
-    [[nodiscard]] static bool contains(const std::vector<int>& names, int name)
+    [[nodiscard]] static bool contains(const Names& names, int name)
     {
         return std::find(names.begin(), names.end(), name) != names.end();
     }

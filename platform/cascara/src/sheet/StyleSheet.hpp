@@ -26,7 +26,7 @@ struct Declaration
     bool isImportant = false;
     int line = 0;
     int column = 0;
-    long serial = 0; ///< unique in the process
+    int serial = 0; ///< unique in the process; 0 for none
     const Rule* rule = nullptr;
     /// The value as it is written, for tools.
     [[nodiscard]] QString text() const { return tokens ? tokens->source : value.toString(); }

@@ -16,7 +16,7 @@ namespace Cascara
 namespace
 {
 using Kind = Token::Kind;
-long g_lastSerial = 0;
+int g_lastSerial = 0;
 }
 
 StyleSheetParser::StyleSheetParser(Tokens tokens, QString baseDirectory)

@@ -35,13 +35,13 @@ auto findApplied(StyleNode& node, int attribute)
 }
 
 /// The declaration in force, 0 for none.
-long appliedDeclaration(StyleNode& node, int attribute)
+int appliedDeclaration(StyleNode& node, int attribute)
 {
     const auto found = findApplied(node, attribute);
     return found != node.applied.end() && found->attribute == attribute ? found->declaration : 0;
 }
 
-void setApplied(StyleNode& node, int attribute, long declaration)
+void setApplied(StyleNode& node, int attribute, int declaration)
 {
     const auto found = findApplied(node, attribute);
     const bool exists = found != node.applied.end() && found->attribute == attribute;
@@ -111,7 +111,7 @@ void NodeStyler::apply()
 /// False when the node is gone or was restyled by an inner round.
 bool NodeStyler::withdraw()
 {
-    for (std::size_t i = 0; i < m_node.applied.size();) {
+    for (int i = 0; i < m_node.applied.size();) {
         const int attributeNumber = m_node.applied[i].attribute;
         const auto candidate =
             std::lower_bound(m_candidates.begin(), m_candidates.end(), attributeNumber,
@@ -120,7 +120,7 @@ bool NodeStyler::withdraw()
             ++i;
             continue;
         }
-        m_node.applied.erase(m_node.applied.begin() + std::ptrdiff_t(i));
+        m_node.applied.erase(m_node.applied.begin() + i);
         if (Facet::Attribute* attribute = m_node.owner->node().attributeNumbered(attributeNumber)) {
             attribute->clearValue(Facet::kStyleLayer);
             if (!isCurrent())
@@ -150,7 +150,7 @@ void NodeStyler::attributeIsMissing(const Candidate* first, const Candidate* end
 bool NodeStyler::applyAttribute(const Candidate* first, const Candidate* end)
 {
     const int number = first->declaration->attributeNumber;
-    const long before = appliedDeclaration(m_node, number);
+    const int before = appliedDeclaration(m_node, number);
     if (before == first->declaration->serial && !first->declaration->tokens)
         return true;
 
@@ -190,7 +190,7 @@ bool NodeStyler::write(Facet::Attribute& attribute, const Declaration& declarati
                        QString& error)
 {
     const int number = declaration.attributeNumber;
-    const long before = appliedDeclaration(m_node, number);
+    const int before = appliedDeclaration(m_node, number);
     setApplied(m_node, number, declaration.serial); // before the listeners read it
     const bool fits = attribute.setStyleValue(value, Facet::kStyleLayer, &error);
     if (!fits && isCurrent())

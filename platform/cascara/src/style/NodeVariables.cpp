@@ -18,11 +18,7 @@ const std::vector<VariableDefinition>& NodeVariables::own() const
     return m_record ? m_record->own : kNone;
 }
 
-const VariableSet::Pointer& NodeVariables::shared() const
-{
-    static const VariableSet::Pointer kNone;
-    return m_record ? m_record->set : kNone;
-}
+const VariableSet::Pointer NodeVariables::s_none;
 
 std::vector<int> NodeVariables::inherit(const VariableSet::Pointer& parent)
 {
@@ -39,12 +35,6 @@ std::vector<int> NodeVariables::define(std::vector<VariableDefinition> own, cons
 {
     record().own = std::move(own);
     return inherit(parent);
-}
-
-void NodeVariables::clearUses()
-{
-    if (m_record)
-        m_record->used.clear();
 }
 
 void NodeVariables::addUses(const Tokens& tokens)

@@ -13,7 +13,8 @@ class NodeVariables
 public:
     /// Null when there are none.
     [[nodiscard]] const VariableSet* set() const noexcept { return m_record ? m_record->set.get() : nullptr; }
-    [[nodiscard]] const VariableSet::Pointer& shared() const;
+    [[nodiscard]] const VariableSet::Pointer& shared() const noexcept { return m_record ? m_record->set : s_none; }
+    [[nodiscard]] static const VariableSet::Pointer& none() noexcept { return s_none; }
     [[nodiscard]] const std::vector<VariableDefinition>& own() const;
 
     /// Takes the variables of the parent as they are, or with the definitions there are already. Returns the names of those that
@@ -22,7 +23,11 @@ public:
     /// As above with other definitions.
     std::vector<int> define(std::vector<VariableDefinition> own, const VariableSet::Pointer& parent);
 
-    void clearUses();
+    void clearUses()
+    {
+        if (m_record)
+            m_record->used.clear();
+    }
     /// The node's styles depend on the variables that `tokens` name.
     void addUses(const Tokens& tokens);
     /// Whether they depend on one of the names, which ascend.
@@ -37,6 +42,8 @@ private:
         std::vector<int> used;
     };
     Record& record();
+
+    static const VariableSet::Pointer s_none;
 
     std::unique_ptr<Record> m_record;
 };

@@ -81,6 +81,8 @@ void Restyler::rebuildAndRestyle()
             for (const Declaration& declaration : rule->declarations)
                 if (declaration.isVariable)
                     m_definedVariables.insert(declaration.attributeNumber);
+    // Those of sheets that are gone are withdrawn by this restyling.
+    m_mayHaveVariables = m_mayHaveVariables || !m_definedVariables.empty();
     Facet::AttributeObserver::setReceivesValues(!m_invalidation.testedAttributes().empty());
     Round round(*this);
     Lists& lists = round.lists();
@@ -89,6 +91,7 @@ void Restyler::rebuildAndRestyle()
         if (!node->parent)
             m_collector.addSubtree(*node->owner);
     restyleNodes(lists);
+    m_mayHaveVariables = !m_definedVariables.empty();
 }
 
 void Restyler::begin(Lists& lists)
@@ -236,7 +239,7 @@ void Restyler::restyleNode(StyleNode& node, Lists& lists)
     matchRules(node, lists.rules);
     collectCandidates(lists);
     NodeStyler styler(node, lists.candidates);
-    if (lists.definesVariables || node.variables.set() || node.parentVariables()) {
+    if (m_mayHaveVariables && (lists.definesVariables || node.variables.set() || node.parentVariables())) {
         if (!styler.updateVariables().empty())
             inheritVariables(*node.owner, lists);
     }

@@ -82,6 +82,8 @@ private:
     RuleIndex m_rules;
     InvalidationIndex m_invalidation;
     std::set<int> m_definedVariables;
+    /// Whether nodes may have variables: none of the work for them is done where no sheet defines any.
+    bool m_mayHaveVariables = false;
     NodeCollector m_collector{m_invalidation};
     std::vector<std::shared_ptr<StyleNode>> m_unfinished;
     /// Attributes that selectors test, made or changed since styles were last finished.

@@ -14,12 +14,6 @@ int idAttribute()
     return number;
 }
 
-const VariableSet::Pointer& StyleNode::parentVariables() const
-{
-    static const VariableSet::Pointer kNone;
-    return parent ? static_cast<const StyleNode*>(parent)->variables.shared() : kNone;
-}
-
 void StyleNode::link(const Styleable& parentNode)
 {
     parent = &of(parentNode);

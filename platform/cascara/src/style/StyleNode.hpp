@@ -29,9 +29,9 @@ struct StyleNode final : NodeFeatures, Facet::AttributeObserver
     struct Applied
     {
         int attribute; ///< number of its name
-        long declaration;
+        int declaration;
     };
-    std::vector<Applied> applied;
+    QVarLengthArray<Applied, 2> applied;
     /// Numbers of attributes that declarations in force name and the node does not have, ascending. Null as long as there are
     /// none: nearly every node has all.
     std::unique_ptr<std::vector<int>> missing;
@@ -41,8 +41,6 @@ struct StyleNode final : NodeFeatures, Facet::AttributeObserver
     bool isEnding = false;
     /// In the engine's list of nodes to finish.
     bool isUnfinished = false;
-    /// The last collection of nodes to restyle that has this one.
-    unsigned collection = 0;
     /// Grows with each restyling. One that was interrupted by another of the same node sees it and gives up.
     unsigned restyling = 0;
     /// In the engine's list of all nodes.
@@ -57,7 +55,10 @@ struct StyleNode final : NodeFeatures, Facet::AttributeObserver
     std::forward_list<LazyAttribute> lazyAttributes;
 
     NodeVariables variables;
-    [[nodiscard]] const VariableSet::Pointer& parentVariables() const;
+    [[nodiscard]] const VariableSet::Pointer& parentVariables() const noexcept
+    {
+        return parent ? static_cast<const StyleNode*>(parent)->variables.shared() : NodeVariables::none();
+    }
 
     /// Becomes the last sibling below `parent`'s node, or leaves its siblings.
     void link(const Styleable& parentNode);

@@ -18,7 +18,7 @@ int number(const QByteArray& name)
     return Facet::NameTable::instance().number(name);
 }
 
-QList<QByteArray> namesOf(const std::vector<int>& numbers)
+QList<QByteArray> namesOf(const NodeFeatures::Names& numbers)
 {
     QList<QByteArray> result;
     for (const int number : numbers)
@@ -106,7 +106,7 @@ void Styleable::addCSSClass(const QByteArray& name)
     const int added = number(name);
     if (StyleNode::contains(d->classes, added))
         return;
-    d->classes.push_back(added);
+    d->classes.append(added);
     restyler().restyleAfterChange(*this, {Feature::Kind::Class, added});
 }
 
@@ -151,7 +151,7 @@ void Styleable::setPseudoClass(const QByteArray& name, bool on)
     if (on == (found != d->pseudoClasses.end()))
         return;
     if (on)
-        d->pseudoClasses.push_back(changed);
+        d->pseudoClasses.append(changed);
     else
         d->pseudoClasses.erase(found);
     restyler().restyleAfterChange(*this, {Feature::Kind::PseudoClass, changed});
