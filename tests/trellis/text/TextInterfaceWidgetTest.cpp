@@ -5,6 +5,8 @@
 
 #include <Trellis/TextWidget.hpp>
 
+#include <vector>
+
 using namespace TestSupport;
 using namespace TrellisTest;
 using Call = RecordingContext::Call;
@@ -347,6 +349,33 @@ TEST_CASE("text interface: a layout that measures a text again breaks none of it
     scene.frame();
     scene.picture();
     CHECK(scene.app.counters().textsLaidOut == before + 2);
+}
+
+TEST_CASE("text interface: lines are kept of the 256 texts that needed theirs last, and those of others are broken anew")
+{
+    Scene scene(kSmall);
+    std::vector<TextWidget*> texts;
+    for (int i = 0; i < 257; ++i) {
+        texts.push_back(&textWidget(scene, QString::number(i)));
+        texts.back()->setLocation({0, 0});
+        set(*texts.back(), "width", Trellis::Length::pixels(40));
+        set(*texts.back(), "height", Trellis::Length::pixels(20));
+    }
+    const auto laidOutByDrawing = [&scene] {
+        const long before = scene.app.counters().textsLaidOut;
+        RecordingContext context;
+        scene.app.render(context);
+        return scene.app.counters().textsLaidOut - before;
+    };
+    scene.frame();
+    CHECK(laidOutByDrawing() == 257);
+    CHECK(laidOutByDrawing() == 257);
+    texts.back()->removeFromParent();
+    scene.frame();
+    CHECK(laidOutByDrawing() == 1);
+    CHECK(laidOutByDrawing() == 0);
+    texts.front()->setText(QStringLiteral("other"));
+    CHECK(laidOutByDrawing() == 1);
 }
 
 TEST_CASE("text interface: a text that is larger than its box is cut off at the widget's edge")

@@ -196,6 +196,7 @@ private:
     /// The engines' way to what they keep of a widget.
     friend struct WidgetRecords;
 
+    void rareAttributeChanged(const Facet::Attribute& attribute);
     void attachTo(Widget& parent);
     void detachFromParent();
     void enterTree();

@@ -40,7 +40,7 @@ Vector2f measure(Widget& widget, float availableWidth)
     // A width that paddings are added to and taken from again must not come out smaller: a text would break.
     size.x = std::ceil(size.x * kMeasureSteps) / kMeasureSteps;
     d.measures[d.nextMeasure] = {availableWidth, size};
-    d.nextMeasure = 1 - d.nextMeasure;
+    d.nextMeasure = d.nextMeasure == 0 ? 1 : 0;
     return size;
 }
 }

@@ -34,7 +34,7 @@ long TextBlock::layoutsMade() noexcept
     return layoutCount;
 }
 
-void TextBlock::lay(const QString& text, const TextFormat& format, float widthPx)
+void TextBlock::lay(const QString& text, const TextFormat::Pointer& format, float widthPx)
 {
     widthPx = std::max(0.f, widthPx);
     if (m_width == widthPx && m_text == text && m_format == format)
@@ -42,6 +42,7 @@ void TextBlock::lay(const QString& text, const TextFormat& format, float widthPx
     m_text = text;
     m_format = format;
     m_width = widthPx;
+    const TextLook& look = format->look();
 
     QTextOption option;
     option.setWrapMode(m_wrap == Wrap::Words ? QTextOption::WrapAtWordBoundaryOrAnywhere : QTextOption::NoWrap);
@@ -50,19 +51,19 @@ void TextBlock::lay(const QString& text, const TextFormat& format, float widthPx
     option.setTextDirection(isRightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
     option.setUseDesignMetrics(true); // the same lines at every scale
     // A line that never wraps is aligned by the widget that scrolls it.
-    option.setAlignment(m_wrap == Wrap::Words ? qtAlignment(format.align, isRightToLeft) : Qt::AlignLeft);
+    option.setAlignment(m_wrap == Wrap::Words ? qtAlignment(look.align, isRightToLeft) : Qt::AlignLeft);
     m_layout.setTextOption(option);
-    m_layout.setFont(format.font);
+    m_layout.setFont(format->font());
     m_layout.setCacheEnabled(true);
 
     QString shown = text;
     shown.replace(QLatin1String("\r\n"), QString(QChar::LineSeparator));
     shown.replace(QLatin1Char('\n'), QChar::LineSeparator);
     build(shown);
-    if (format.maxLines <= 0 || m_wrap == Wrap::Never || m_layout.lineCount() <= format.maxLines)
+    if (look.maxLines <= 0 || m_wrap == Wrap::Never || m_layout.lineCount() <= look.maxLines)
         return;
     // The rest of the text goes into the last line as far as it fits.
-    const int start = m_layout.lineAt(format.maxLines - 1).textStart();
+    const int start = m_layout.lineAt(look.maxLines - 1).textStart();
     QString rest = shown.mid(start);
     const int lineEnd = rest.indexOf(QChar::LineSeparator);
     if (lineEnd >= 0)
@@ -72,8 +73,8 @@ void TextBlock::lay(const QString& text, const TextFormat& format, float widthPx
         kept += QChar::LineSeparator;
     // Shaped as a whole the line may become a little wider than its parts; one that still wraps is shortened.
     for (float room = m_width;; room -= std::max(1.f, m_width / 50.f)) {
-        build(kept + QFontMetricsF(format.font).elidedText(rest, Qt::ElideRight, std::max(0.f, room)));
-        if (m_layout.lineCount() <= format.maxLines || room <= 0.f)
+        build(kept + QFontMetricsF(format->font()).elidedText(rest, Qt::ElideRight, std::max(0.f, room)));
+        if (m_layout.lineCount() <= look.maxLines || room <= 0.f)
             break;
     }
 }
@@ -86,11 +87,12 @@ void TextBlock::build(const QString& text)
     m_layout.beginLayout();
     qreal y = 0.0;
     qreal widest = 0.0;
+    const float lineHeight = m_format->look().lineHeight;
     for (QTextLine line = m_layout.createLine(); line.isValid(); line = m_layout.createLine()) {
         line.setLineWidth(m_wrap == Wrap::Words ? qreal(m_width) : kUnlimitedPx);
         // The letters stand in the middle of their line.
         const qreal own = line.height();
-        const qreal height = m_format.lineHeight > 0.f ? m_format.font.pixelSize() * qreal(m_format.lineHeight) : own;
+        const qreal height = lineHeight > 0.f ? m_format->font().pixelSize() * qreal(lineHeight) : own;
         line.setPosition(QPointF(0.0, y + (height - own) / 2.0));
         y += height;
         widest = std::max(widest, line.naturalTextWidth());

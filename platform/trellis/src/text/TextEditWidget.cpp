@@ -235,10 +235,9 @@ Vecta::Vector2f TextEditWidget::contentSize(float availableWidth) const
 {
     // An empty field is as high as one with a text.
     const auto& base = *TextInterfaceWidget::d;
-    const TextFormat& format = TextInterfaceWidget::d->format();
-    const float height = base.typesetting->lineHeight.value() > 0.f
-        ? format.font.pixelSize() * base.typesetting->lineHeight.value()
-        : float(QFontMetricsF(format.font).height());
+    const QFont& font = TextInterfaceWidget::d->format()->font();
+    const float height = base.typesetting->lineHeight.value() > 0.f ? font.pixelSize() * base.typesetting->lineHeight.value()
+                                                                    : float(QFontMetricsF(font).height());
     return {availableWidth, std::ceil(height)};
 }
 

@@ -5,7 +5,6 @@
 #include <Lantern/RenderContext.hpp>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <utility>
 
@@ -36,14 +35,6 @@ const Facet::AttributeT<VerticalAlign>::Names kVerticalAligns{{QStringLiteral("t
                                                               {QStringLiteral("middle"), VerticalAlign::Middle},
                                                               {QStringLiteral("bottom"), VerticalAlign::Bottom}};
 const QStringList kDefaultFamilies{QStringLiteral("Inter"), QStringLiteral("sans-serif")};
-
-/// The font's own scale of boldness runs to 99.
-int qtWeight(int weight)
-{
-    constexpr std::array<int, 9> kWeights{QFont::Thin,     QFont::ExtraLight, QFont::Light,     QFont::Normal, QFont::Medium,
-                                          QFont::DemiBold, QFont::Bold,       QFont::ExtraBold, QFont::Black};
-    return kWeights[std::size_t(std::clamp((weight + 50) / 100, 1, 9) - 1)];
-}
 }
 
 Typesetting::Typesetting(Widget* host)
@@ -64,32 +55,21 @@ TextInterfaceWidget::TextPrivate::TextPrivate(TextInterfaceWidget* host)
 {
 }
 
-const TextFormat& TextInterfaceWidget::TextPrivate::format()
+const TextFormat::Pointer& TextInterfaceWidget::TextPrivate::format()
 {
-    if (formatIsKnown)
-        return m_format;
-    formatIsKnown = true;
-    QStringList families = fontFamily.value();
-    if (!families.contains(QStringLiteral("sans-serif")))
-        families.append(QStringLiteral("sans-serif"));
-    QFont font;
-    font.setFamilies(families);
-    font.setPixelSize(std::clamp(int(std::lround(fontSize.value())), 1, 2000));
-    font.setWeight(qtWeight(fontWeight.value().value));
-    font.setItalic(typesetting->fontStyle.value() == FontStyle::Italic);
-    // Letters keep their shape and place when the widget is turned and scaled.
-    font.setHintingPreference(QFont::PreferNoHinting);
-    m_format = {font, std::max(0.f, typesetting->lineHeight.value()), typesetting->textAlign.value(),
-                std::max(0, typesetting->maxLines.value())};
+    if (!m_format)
+        m_format =
+            TextFormat::of({fontFamily.value(), std::clamp(int(std::lround(fontSize.value())), 1, 2000), fontWeight.value().value,
+                            typesetting->fontStyle.value() == FontStyle::Italic, std::max(0.f, typesetting->lineHeight.value()),
+                            typesetting->textAlign.value(), std::max(0, typesetting->maxLines.value())});
     return m_format;
 }
 
 const TextBlock& TextInterfaceWidget::TextPrivate::lines(float widthPx)
 {
-    if (!m_block)
-        m_block = std::make_unique<TextBlock>();
-    m_block->lay(text.value(), format(), widthPx);
-    return *m_block;
+    TextBlock& block = m_lines.block();
+    block.lay(text.value(), format(), widthPx);
+    return block;
 }
 
 Vecta::Vector2f TextInterfaceWidget::TextPrivate::measured(float widthPx)
@@ -113,8 +93,7 @@ float TextInterfaceWidget::TextPrivate::topOf(float height, const Vecta::Rect& b
 bool TextInterfaceWidget::TextPrivate::changesLines(const Facet::Attribute& attribute) const
 {
     return &attribute == &text || &attribute == &fontFamily || &attribute == &fontSize || &attribute == &fontWeight
-        || &attribute == &typesetting->fontStyle || &attribute == &typesetting->lineHeight
-        || &attribute == &typesetting->textAlign || &attribute == &typesetting->maxLines;
+        || (typesetting.holds(attribute) && &attribute != &typesetting->verticalAlign);
 }
 
 TextInterfaceWidget::TextInterfaceWidget(Widget* parent) : Widget(parent), d(std::make_unique<TextPrivate>(this)) {}
@@ -160,7 +139,7 @@ void TextInterfaceWidget::attributeChanged(Facet::Attribute& attribute)
     if (d->changesLines(attribute)) {
         d->forgetMeasures();
         if (&attribute != &d->text)
-            d->formatIsKnown = false;
+            d->forgetFormat();
         requestLayout();
         requestRedraw();
     } else if (&attribute == &d->color || &attribute == &d->typesetting->verticalAlign) {

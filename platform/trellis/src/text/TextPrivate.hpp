@@ -1,7 +1,7 @@
 #pragma once
 
 #include "text/FontWeight.hpp"
-#include "text/TextBlock.hpp"
+#include "text/KeptTextBlock.hpp"
 #include "tree/RareAttributes.hpp"
 
 #include <Trellis/TextInterfaceWidget.hpp>
@@ -38,8 +38,9 @@ struct TextInterfaceWidget::TextPrivate
     RareAttributes<Typesetting> typesetting;
 
     /// As the attributes have it; made anew after one of them has changed.
-    [[nodiscard]] const TextFormat& format();
-    /// The lines in that width. Broken anew for another width, or after a change of what they depend on.
+    [[nodiscard]] const TextFormat::Pointer& format();
+    /// The lines in that width. Broken anew for another width, or after a change of what they depend on. Valid until those of
+    /// another text are asked for.
     [[nodiscard]] const TextBlock& lines(float widthPx);
     /// Their size in that width. Kept apart from the lines: a layout that asks again leaves those that show as they are.
     [[nodiscard]] Vecta::Vector2f measured(float widthPx);
@@ -50,11 +51,12 @@ struct TextInterfaceWidget::TextPrivate
     /// Whether the attribute is one of those that the lines depend on.
     [[nodiscard]] bool changesLines(const Facet::Attribute& attribute) const;
 
-    bool formatIsKnown = false;
+    /// What the format depends on has changed.
+    void forgetFormat() { m_format.reset(); }
 
 private:
-    TextFormat m_format;
-    std::unique_ptr<TextBlock> m_block; ///< null until lines are first needed
+    TextFormat::Pointer m_format; ///< null until it is needed
+    KeptTextBlock m_lines;
     struct Measure
     {
         float widthPx = -1.f; ///< negative: none

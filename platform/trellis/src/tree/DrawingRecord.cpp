@@ -34,10 +34,4 @@ DrawingRecord::DrawingRecord(Widget* host)
       overflow(host, kOverflow, kOverflows, Overflow::Visible)
 {
 }
-
-bool DrawingRecord::paintsBox(const Facet::Attribute& attribute) const
-{
-    const Facet::Attribute* const a = &attribute;
-    return a == &backgroundColor || a == &border->color || a == &border->width || a == &border->radius;
-}
 }

@@ -46,7 +46,5 @@ struct DrawingRecord
     std::unique_ptr<WidgetLayer> layer; ///< of a child of such a widget
 
     [[nodiscard]] bool clips() const { return overflow.value() == Overflow::Hidden; }
-    /// Whether the attribute shows on the widget itself and nowhere else.
-    [[nodiscard]] bool paintsBox(const Facet::Attribute& attribute) const;
 };
 }

@@ -112,19 +112,6 @@ bool LayoutRecord::isOutOfFlow() const
     return position.value() == Position::Absolute || location.hasValue(Facet::kStyleLayer);
 }
 
-bool LayoutRecord::shapesBox(const Facet::Attribute& attribute) const
-{
-    const Facet::Attribute* const a = &attribute;
-    return a == &width || a == &height || a == &position || a == &display || a == &limits->minWidth || a == &limits->maxWidth
-        || a == &limits->minHeight || a == &limits->maxHeight || a == &insets->left || a == &insets->top || a == &insets->right
-        || a == &insets->bottom || a == &spacing->padding || a == &spacing->margin;
-}
-
-bool LayoutRecord::shapesContent(const Facet::Attribute& attribute) const
-{
-    return &attribute == &spacing->align || &attribute == &spacing->gap;
-}
-
 Vector2f LayoutRecord::toParent(Vector2f point) const
 {
     return location.value() + (point * scale.value()).rotated(rotation.value().radians);

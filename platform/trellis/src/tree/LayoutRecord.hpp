@@ -44,11 +44,26 @@ struct Spacing
     [[nodiscard]] static bool isNamed(int nameNumber);
 };
 
-/// What the layout reads of a widget, and what it keeps of it. The attributes are the widget's; what follows them is written
-/// by LayoutEngine, and the dirty marks by the functions below.
+/// What the layout reads of a widget, and what it keeps of it. The attributes are the widget's; all else is written by
+/// LayoutEngine, and the dirty marks by the functions below.
 struct LayoutRecord
 {
     explicit LayoutRecord(Widget* host);
+
+    struct Measure
+    {
+        float availableWidth = -1.f;
+        Vecta::Vector2f size;
+    };
+    // What a change writes stands beside the attributes that change most, so that the processor loads it together with them.
+    bool sizeFromContent = true; ///< the size may change with the content
+    bool heightFromContent = false;
+    bool arrangeDirty = true; ///< the children must be placed anew
+    bool belowDirty = false;  ///< a widget further down is dirty; set on all its ancestors
+    bool movePending = false; ///< waits for its flow location to be written
+    unsigned char nextMeasure = 0;
+    Measure measures[2]; ///< the last results of contentSize; a negative width is an empty entry
+    Vecta::Vector2f size;
 
     LocationAttribute location;
     Facet::AttributeT<Length> width, height;
@@ -60,27 +75,17 @@ struct LayoutRecord
     RareAttributes<Insets> insets;
     RareAttributes<Spacing> spacing;
 
-    struct Measure
-    {
-        float availableWidth = -1.f;
-        Vecta::Vector2f size;
-    };
     std::vector<Widget*> flowOrder; ///< the children in the order they were added; written by Widget
-    Vecta::Vector2f size;
-    Vecta::Vector2f flowLocation;                                       ///< where the layout wants the widget
+    Vecta::Vector2f flowLocation;   ///< where the layout wants the widget
     float padLeft = 0.f, padTop = 0.f, padRight = 0.f, padBottom = 0.f; ///< the padding in pixels
-    Measure measures[2]; ///< the last results of contentSize; a negative width is an empty entry
-    int nextMeasure = 0;
-    bool sizeFromContent = true; ///< the size may change with the content
-    bool heightFromContent = false;
-    bool arrangeDirty = true; ///< the children must be placed anew
-    bool belowDirty = false;  ///< a widget further down is dirty; set on all its ancestors
-    bool movePending = false; ///< waits for its flow location to be written
 
     [[nodiscard]] bool isOutOfFlow() const;
-    /// Whether a change of the attribute changes the size or place of the widget, or what stands inside it.
-    [[nodiscard]] bool shapesBox(const Facet::Attribute& attribute) const;
-    [[nodiscard]] bool shapesContent(const Facet::Attribute& attribute) const;
+    /// Whether a change of the attribute, a member of this record, changes the size or place of the widget.
+    [[nodiscard]] bool shapesBox(const Facet::Attribute& attribute) const noexcept
+    {
+        const Facet::Attribute* const a = &attribute;
+        return a == &width || a == &height || a == &position || a == &display;
+    }
 
     /// The maps, by the layout as it stands.
     [[nodiscard]] Vecta::Vector2f toParent(Vecta::Vector2f point) const;

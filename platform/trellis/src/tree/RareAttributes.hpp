@@ -1,14 +1,22 @@
 #pragma once
 
-#include <Facet/AttributeName.hpp>
+#include <Facet/Attribute.hpp>
 
 #include <algorithm>
+#include <cstdint>
 #include <initializer_list>
 #include <memory>
 
 namespace Trellis
 {
 class Widget;
+
+/// Whether the attribute is a member of `object`, or of a member of it.
+template <class Object>
+[[nodiscard]] bool isMember(const Facet::Attribute& attribute, const Object& object) noexcept
+{
+    return reinterpret_cast<std::uintptr_t>(&attribute) - reinterpret_cast<std::uintptr_t>(&object) < sizeof(Object);
+}
 
 /// Attributes that few widgets give a value, in a struct `Group`: made together when one of them is first asked for by name,
 /// as a style sheet does. Until then they read as their defaults, which all widgets share. Nothing can be written here: a value
@@ -30,6 +38,11 @@ public:
             return false;
         make(host);
         return true;
+    }
+    /// Whether the attribute is one of the group.
+    [[nodiscard]] bool holds(const Facet::Attribute& attribute) const noexcept
+    {
+        return m_group && isMember(attribute, *m_group);
     }
     void make(Widget& host)
     {

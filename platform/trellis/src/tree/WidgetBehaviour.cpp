@@ -151,7 +151,11 @@ void Widget::attributeChanged(Facet::Attribute& attribute)
     const Facet::Attribute* const a = &attribute;
     const LayoutRecord& layout = d->layout;
     const DrawingRecord& drawing = d->drawing;
-    if (drawing.paintsBox(attribute)) {
+    if (!isMember(attribute, *d)) {
+        rareAttributeChanged(attribute);
+        return;
+    }
+    if (a == &drawing.backgroundColor) {
         requestRedraw();
         return;
     }
@@ -167,7 +171,21 @@ void Widget::attributeChanged(Facet::Attribute& attribute)
     // In the flow a widget takes the room that its scale shows.
     if (layout.shapesBox(attribute) || a == &drawing.overflow || (a == &layout.scale && m_parent))
         invalidateBox(*this);
-    else if (layout.shapesContent(attribute))
+}
+
+/// One that a group holds, or a class derived from this one.
+void Widget::rareAttributeChanged(const Facet::Attribute& attribute)
+{
+    const LayoutRecord& layout = d->layout;
+    if (d->drawing.border.holds(attribute))
+        requestRedraw();
+    else if (layout.limits.holds(attribute) || layout.insets.holds(attribute))
+        invalidateBox(*this);
+    else if (!layout.spacing.holds(attribute))
+        return;
+    else if (&attribute == &layout.spacing->padding || &attribute == &layout.spacing->margin)
+        invalidateBox(*this);
+    else
         invalidateContent(*this);
 }
 }

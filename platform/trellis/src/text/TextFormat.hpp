@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QFont>
+#include <QStringList>
+
+#include <memory>
+
+namespace Trellis
+{
+enum class TextAlign {
+    Start, ///< left, or right where the text runs from right to left
+    Left,
+    Center,
+    Right,
+    End
+};
+
+/// What the lines of a text depend on besides the text and the width, as attributes say it.
+struct TextLook
+{
+    QStringList families;
+    int sizePx = 16;
+    int weight = 400; ///< 100 to 900
+    bool isItalic = false;
+    float lineHeight = 0.f; ///< a multiple of the font's size; 0: as the font wants it
+    TextAlign align = TextAlign::Start;
+    int maxLines = 0; ///< 0: any number
+
+    friend bool operator==(const TextLook& a, const TextLook& b)
+    {
+        return a.sizePx == b.sizePx && a.weight == b.weight && a.isItalic == b.isItalic && a.lineHeight == b.lineHeight
+            && a.align == b.align && a.maxLines == b.maxLines && a.families == b.families;
+    }
+};
+
+/// A look with its font, shared by all texts that have it and kept as long as one of them does. Main thread only.
+class TextFormat
+{
+public:
+    using Pointer = std::shared_ptr<const TextFormat>;
+
+    [[nodiscard]] static Pointer of(const TextLook& look);
+
+    explicit TextFormat(const TextLook& look);
+
+    [[nodiscard]] const TextLook& look() const noexcept { return m_look; }
+    [[nodiscard]] const QFont& font() const noexcept { return m_font; }
+
+private:
+    TextLook m_look;
+    QFont m_font;
+};
+}
