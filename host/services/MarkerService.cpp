@@ -43,7 +43,6 @@ bool MarkerService::fillCache()
 MarkerService::Entries MarkerService::entriesOf(const std::vector<Person>& people)
 {
     Entries entries;
-    entries.reserve(people.size());
     for (const Person& person : people)
         entries.emplace(person.code, propertiesOf(person));
     return entries;

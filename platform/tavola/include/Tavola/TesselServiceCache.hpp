@@ -4,7 +4,7 @@
 #include <Tavola/TesselServiceAPI.hpp>
 
 #include <cstdint>
-#include <unordered_map>
+#include <map>
 
 namespace Tavola
 {
@@ -12,7 +12,7 @@ namespace Tavola
 class TAVOLA_EXPORT TesselServiceCache
 {
 public:
-    using Entries = std::unordered_map<unsigned long, TesselServiceAPI::MarkerProperties>;
+    using Entries = std::map<unsigned long, TesselServiceAPI::MarkerProperties>;
 
     [[nodiscard]] bool isCached(unsigned long code) const;
     /// An unregistered card's record for a code that is not cached.

@@ -46,7 +46,8 @@ QString nameOf(const QImage& image)
 /// Writes it whole or not at all: another thread may be asked for the same picture.
 QString writeInto(const QString& folder, const QImage& image)
 {
-    const QString path = folder + QLatin1Char('/') + nameOf(image);
+    QString path = folder + QLatin1Char('/') + nameOf(image);
+    path.squeeze(); // it is kept with each card
     if (QFileInfo::exists(path))
         return path;
     QSaveFile file(path);
