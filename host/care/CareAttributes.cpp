@@ -17,6 +17,7 @@ constexpr char kPlacement[] = "placement";
 constexpr char kKeepClear[] = "keep-clear";
 constexpr char kInUse[] = "in-use";
 constexpr char kTakesFocus[] = "takes-focus";
+constexpr char kStays[] = "stays";
 constexpr char kOpenedClasses[] = "opened-classes";
 
 using PlacementAttribute = Facet::AttributeT<Placement>;
@@ -68,7 +69,7 @@ void collect(const Trellis::Widget& widget, const Vecta::Transform& fromScene, s
 
 CareAttributes::CareAttributes()
     : m_placement(kPlacement, makePlacement), m_keepClear(kKeepClear, makeFlag), m_inUse(kInUse, makeFlag),
-      m_takesFocus(kTakesFocus, makeTakesFocus), m_openedClasses(kOpenedClasses, makeNames)
+      m_takesFocus(kTakesFocus, makeTakesFocus), m_openedClasses(kOpenedClasses, makeNames), m_stays(kStays, makeFlag)
 {
 }
 
@@ -87,6 +88,11 @@ std::vector<Vecta::Rect> CareAttributes::keptClear(const Trellis::Widget& widget
         Vecta::Transform::rotation(-std::atan2(toScene.m21, toScene.m11)) * Vecta::Transform::translation(-widget.mapToScene({}));
     collect(widget, unturned, found);
     return found;
+}
+
+bool CareAttributes::stays(const Trellis::Widget& widget)
+{
+    return hasFlag(widget, kStays);
 }
 
 QStringList CareAttributes::openedClasses(const Trellis::Widget& detector)

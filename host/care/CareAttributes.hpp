@@ -18,8 +18,8 @@ namespace Host
 {
 /// The attributes that style sheets give any widget for the host's care: "placement" of what opens at a card, "keep-clear" of its
 /// parts that no card should cover, "in-use" of what works for a waiting visitor, "takes-focus" of an input field
-/// (see FieldFocus), and "opened-classes" of what opens something at cards. Widgets have them while this object exists; make it
-/// before style sheets are loaded, and destroy it after the widgets. Main thread only.
+/// (see FieldFocus), "stays" of content that is not tidied, and "opened-classes" of what opens something at cards. Widgets have
+/// them while this object exists; make it before style sheets are loaded, and destroy it after the widgets. Main thread only.
 class CareAttributes
 {
 public:
@@ -32,6 +32,7 @@ public:
     [[nodiscard]] static std::vector<Vecta::Rect> keptClear(const Trellis::Widget& widget);
     /// Whether the widget or anything visible in it has "in-use".
     [[nodiscard]] static bool isInUse(const Trellis::Widget& widget);
+    [[nodiscard]] static bool stays(const Trellis::Widget& widget);
     /// The classes for what opens at a card that `detector` holds.
     [[nodiscard]] static QStringList openedClasses(const Trellis::Widget& detector);
 
@@ -41,5 +42,6 @@ private:
     Cascara::LazyAttributeManager::Registrant m_inUse;
     Cascara::LazyAttributeManager::Registrant m_takesFocus;
     Cascara::LazyAttributeManager::Registrant m_openedClasses;
+    Cascara::LazyAttributeManager::Registrant m_stays;
 };
 }

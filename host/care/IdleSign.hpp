@@ -21,6 +21,8 @@ public:
 
     /// Once a frame, after the input.
     void update(Trellis::Widget& root, const Tactile::Sample& sample, bool isAnyOpen, float dtSeconds);
+    /// Since the table was used last; 0 while anything is open.
+    [[nodiscard]] float unusedSeconds() const noexcept { return m_unusedSeconds; }
 
 private:
     float m_afterSeconds;

@@ -28,7 +28,8 @@ void addClasses(const CardOpening& opening, const Trellis::GrabManager& grabMana
 }
 
 TableCare::TableCare(const CareSettings& settings, float pixelPitchMm)
-    : m_places(pixelPitchMm), m_clock(settings), m_idle(settings.idleAfterSeconds)
+    : m_places(pixelPitchMm), m_clock(settings), m_idle(settings.idleAfterSeconds),
+      m_tidy(settings.tidyAfterSeconds, pixelPitchMm)
 {
 }
 
@@ -48,5 +49,6 @@ void TableCare::update(Trellis::Widget& widget, const Trellis::FrameInfo& frame)
     m_dragSigns.update(widget, m_drags.all());
     DropFlights::update(widget, *Tavola::Tavola::instance()->ui()->overlayWidget(), m_drags.all());
     m_idle.update(*application.mainLayer(), sample, m_clock.isAnyOpen(), frame.dt());
+    m_tidy.update(widget, application.size(), m_idle.unusedSeconds(), frame.dt());
 }
 }

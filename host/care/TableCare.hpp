@@ -7,6 +7,7 @@
 #include "care/Drags.hpp"
 #include "care/IdleSign.hpp"
 #include "care/PlaceKeeper.hpp"
+#include "care/TableTidy.hpp"
 #include "care/UseClock.hpp"
 
 #include <Trellis/Operator.hpp>
@@ -14,7 +15,7 @@
 namespace Host
 {
 /// The host's care for visitors: the places of what opens at cards, closing what was left, answers to cards that nothing took
-/// and to drags, and the sign of an idle table. An operator of the main widget. Main thread only.
+/// and to drags, the sign of an idle table, and tidying it. An operator of the main widget. Main thread only.
 class TableCare final : public Trellis::Operator
 {
 public:
@@ -29,5 +30,6 @@ private:
     Drags m_drags;
     DragSigns m_dragSigns;
     IdleSign m_idle;
+    TableTidy m_tidy;
 };
 }

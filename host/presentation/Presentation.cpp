@@ -44,7 +44,7 @@ public:
         const JsonEntries root(object, QString(), m_skip);
         root.checkKnown({"title", "table", "input", "inputSettings", "styleSheets", "plugins", "people", "services", "cards",
                          "components", "widgets", "folders", "closeTemporaryAfterSeconds", "closeLiftedAfterSeconds",
-                         "idleAfterSeconds"});
+                         "idleAfterSeconds", "tidyAfterSeconds"});
         m_result.title = root.text("title");
         readTable(root.inner("table"));
         m_result.input = InputSettings::read(object, m_skip);
@@ -86,6 +86,7 @@ private:
         care.closeAfterSeconds = size(root, "closeTemporaryAfterSeconds", care.closeAfterSeconds);
         care.closeLiftedAfterSeconds = size(root, "closeLiftedAfterSeconds", care.closeAfterSeconds);
         care.idleAfterSeconds = size(root, "idleAfterSeconds", care.idleAfterSeconds);
+        care.tidyAfterSeconds = size(root, "tidyAfterSeconds", care.tidyAfterSeconds);
     }
 
     void readStyleSheets(const QJsonArray& array)

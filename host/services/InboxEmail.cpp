@@ -1,6 +1,7 @@
 #include "services/InboxEmail.hpp"
 
 #include "services/Outcome.hpp"
+#include "services/ServiceStates.hpp"
 
 #include <Bedrock/Inbox.hpp>
 #include <Bedrock/PersonalTexts.hpp>
@@ -16,19 +17,29 @@ namespace
 using EmailStatus = Tavola::EmailServiceAPI::EmailStatus;
 
 constexpr char kEmailJob = 'm';
+constexpr char kDelayed = 'd'; ///< after the mark of a success
 
-QByteArray toBytes(const folly::Try<EmailStatus>& outcome)
+QByteArray toBytes(const folly::Try<EmailStatus>& outcome, const std::function<bool()>& isDelayed)
 {
     if (outcome.hasException())
         return Outcome::failure(outcome);
     const EmailStatus& status = outcome.value();
-    return status.success ? QByteArray(1, Outcome::kValue) : Outcome::kRefusal + status.error.toUtf8();
+    if (!status.success)
+        return Outcome::kRefusal + status.error.toUtf8();
+    QByteArray success(1, Outcome::kValue);
+    return isDelayed && isDelayed() ? success.append(kDelayed) : success;
 }
 }
 
 InboxEmail::InboxEmail(std::shared_ptr<Tavola::EmailServiceAPI> service) : m_service(std::move(service)) {}
 
 InboxEmail::InboxEmail(const QString& textTemplate) : m_textTemplate(textTemplate) {}
+
+void InboxEmail::showDelay(std::function<bool()> isDelayed, std::shared_ptr<ServiceStates> states)
+{
+    m_isDelayed = std::move(isDelayed);
+    m_states = std::move(states);
+}
 
 folly::Future<EmailStatus> InboxEmail::send(const Tavola::EmailMessage& message)
 {
@@ -42,11 +53,13 @@ folly::Future<EmailStatus> InboxEmail::send(const Tavola::EmailMessage& message)
         [&](Bedrock::BytesReply reply) {
             (void)folly::makeFutureWith([&] {
                 return m_service->send(message);
-            }).thenTry([reply = std::move(reply)](folly::Try<EmailStatus>&& outcome) mutable {
-                std::move(reply).answer(toBytes(outcome));
+            }).thenTry([reply = std::move(reply), isDelayed = m_isDelayed](folly::Try<EmailStatus>&& outcome) mutable {
+                std::move(reply).answer(toBytes(outcome, isDelayed));
             });
         },
-        [promise](const QByteArray& bytes) {
+        [promise, states = m_states](const QByteArray& bytes) {
+            if (states && bytes.startsWith(Outcome::kValue))
+                states->set(ServiceState::MailDelayed, bytes.endsWith(kDelayed));
             if (bytes.startsWith(Outcome::kValue))
                 promise->setValue(EmailStatus{true, QString()});
             else if (bytes.startsWith(Outcome::kRefusal))

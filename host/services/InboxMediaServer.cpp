@@ -1,6 +1,7 @@
 #include "services/InboxMediaServer.hpp"
 
 #include "services/Outcome.hpp"
+#include "services/ServiceStates.hpp"
 
 #include <Bedrock/Inbox.hpp>
 
@@ -18,7 +19,10 @@ namespace
 constexpr char kMediaServerJob = 'j';
 }
 
-InboxMediaServer::InboxMediaServer(std::shared_ptr<Tavola::JSONServerServiceAPI> server) : m_server(std::move(server)) {}
+InboxMediaServer::InboxMediaServer(std::shared_ptr<Tavola::JSONServerServiceAPI> server, std::shared_ptr<ServiceStates> states)
+    : m_server(std::move(server)), m_states(std::move(states))
+{
+}
 
 folly::Future<QJsonObject> InboxMediaServer::request(const QJsonObject& command)
 {
@@ -34,7 +38,9 @@ folly::Future<QJsonObject> InboxMediaServer::request(const QJsonObject& command)
                                             : Outcome::kValue + QJsonDocument(outcome.value()).toJson(QJsonDocument::Compact));
             });
         },
-        [promise](const QByteArray& bytes) {
+        [promise, states = m_states](const QByteArray& bytes) {
+            if (states)
+                states->set(ServiceState::MediaServerAway, !bytes.startsWith(Outcome::kValue));
             if (bytes.startsWith(Outcome::kValue))
                 promise->setValue(QJsonDocument::fromJson(bytes.mid(1)).object());
             else

@@ -2,6 +2,7 @@
 
 #include "services/MarkerService.hpp"
 #include "services/PeopleRegistry.hpp"
+#include "services/ServiceStates.hpp"
 
 #include <Bedrock/Inbox.hpp>
 #include <Facet/Node.hpp>
@@ -17,6 +18,9 @@ namespace
 constexpr char kPeopleJob = 'r';
 constexpr int kCheckEveryMs = 2000;
 
+/// The answer in place of people, whose list begins otherwise.
+const QByteArray kUnreadable = QByteArrayLiteral("!");
+
 using Entries = Tavola::TesselServiceCache::Entries;
 }
 
@@ -30,9 +34,10 @@ struct PeopleWatch::Shared
     bool hasFailed = false;
 };
 
-PeopleWatch::PeopleWatch(std::shared_ptr<PeopleRegistry> registry, std::shared_ptr<MarkerService> service, Received received)
+PeopleWatch::PeopleWatch(std::shared_ptr<PeopleRegistry> registry, std::shared_ptr<MarkerService> service, Received received,
+                         std::shared_ptr<ServiceStates> states)
     : m_registry(std::move(registry)), m_service(std::move(service)), m_received(std::move(received)),
-      m_shared(std::make_shared<Shared>())
+      m_states(std::move(states)), m_shared(std::make_shared<Shared>())
 {
     // Taken before the reading, as below.
     const QByteArray stamp = m_registry->stamp();
@@ -85,12 +90,10 @@ bool PeopleWatch::check()
         service->inOrder([&] {
             const auto people = registry->people();
             auto entries = people ? std::make_shared<Entries>(MarkerService::entriesOf(*people)) : nullptr;
-            const QByteArray bytes = people ? PeopleFile::format(*people).toUtf8() : QByteArray();
+            const QByteArray bytes = people ? PeopleFile::format(*people).toUtf8() : kUnreadable;
             const std::lock_guard<std::mutex> guard(shared->mutex);
             shared->isReading = false;
             shared->hasFailed = !people;
-            if (!people)
-                return;
             shared->entries = std::move(entries);
             std::move(shared->question).answer(bytes);
         });
@@ -111,6 +114,11 @@ void PeopleWatch::enter(const QByteArray& people)
         entries = std::move(m_shared->entries);
     }
     askForChange();
+    const bool isUnreadable = people == kUnreadable;
+    if (m_states)
+        m_states->set(ServiceState::PeopleAway, isUnreadable);
+    if (isUnreadable)
+        return;
     m_stamp = m_readStamp;
     std::vector<Person> known;
     if (!entries || m_received) {

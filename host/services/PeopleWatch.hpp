@@ -15,6 +15,7 @@ namespace Host
 {
 class MarkerService;
 class PeopleRegistry;
+class ServiceStates;
 
 /// Keeps the cache of people in step with the registry, into which other programs write while the table runs. Every two seconds
 /// it compares the registry's stamp; a changed registry is read on a thread of its own, and its people enter the cache through
@@ -25,7 +26,9 @@ public:
     using Received = std::function<void(const std::vector<Person>& people)>;
 
     /// Fills the cache in the call. `received`, if any, is called with the people of each change, in the input step of the frame.
-    PeopleWatch(std::shared_ptr<PeopleRegistry> registry, std::shared_ptr<MarkerService> service, Received received = {});
+    /// `states`, if any, shows whether a changed registry could be read.
+    PeopleWatch(std::shared_ptr<PeopleRegistry> registry, std::shared_ptr<MarkerService> service, Received received = {},
+                std::shared_ptr<ServiceStates> states = nullptr);
     ~PeopleWatch();
     PeopleWatch(const PeopleWatch&) = delete;
     PeopleWatch& operator=(const PeopleWatch&) = delete;
@@ -46,6 +49,7 @@ private:
     std::shared_ptr<PeopleRegistry> m_registry;
     std::shared_ptr<MarkerService> m_service;
     Received m_received;
+    std::shared_ptr<ServiceStates> m_states;
     QByteArray m_stamp;     ///< of the people in the cache
     QByteArray m_readStamp; ///< of the people read last
     int m_checksToSkip = 0;

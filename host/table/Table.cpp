@@ -11,6 +11,7 @@
 #include "recording/TemporaryPlace.hpp"
 #include "recording/TreeLog.hpp"
 #include "table/PluginSearch.hpp"
+#include "table/ServiceSigns.hpp"
 #include "table/TableServices.hpp"
 
 #include <Bedrock/AfterUpdateQueue.hpp>
@@ -184,6 +185,10 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const Table
         return nullptr;
     d.tavola->ui()->internalOverlayWidget()->addChild(Bedrock::makeIntrusive<Tavola::MarkerDetectorWidget>());
     d.placeWidgets(presentation);
+    std::function<bool()> isMailDelayed;
+    if (!presentation.mailServices.empty())
+        isMailDelayed = [&services = d.services] { return services.isMailDelayed(); };
+    d.application->mainLayer()->addOperator(Bedrock::makeIntrusive<ServiceSigns>(d.services.states(), isMailDelayed));
     d.tavola->ui()->mainWidget()->addOperator(Bedrock::makeIntrusive<TableCare>(presentation.care, presentation.pixelPitchMm));
     if (options.showInput) {
         const auto overlay = Bedrock::makeIntrusive<InputOverlay>(presentation.pixelPitchMm,

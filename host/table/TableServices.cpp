@@ -11,6 +11,7 @@
 #include "services/MediaServerService.hpp"
 #include "services/PeopleRegistry.hpp"
 #include "services/PeopleWatch.hpp"
+#include "services/ServiceStates.hpp"
 #include "services/email/OutboxService.hpp"
 #include "table/TableOptions.hpp"
 
@@ -19,7 +20,10 @@
 #include <Trellis/Widget.hpp>
 
 #include <QDir>
+#include <QJsonObject>
 #include <QUrl>
+
+#include <algorithm>
 
 namespace Host
 {
@@ -36,9 +40,17 @@ std::vector<MediaServerSettings> mediaServersOf(const Presentation& presentation
     }
     return mediaServers;
 }
+
+bool keepsMail(const OutboxService* service)
+{
+    if (!service)
+        return false;
+    const QJsonObject state = service->state();
+    return state.value(QLatin1String("queued")).toInt() + state.value(QLatin1String("sending")).toInt() > 0;
+}
 }
 
-TableServices::TableServices() = default;
+TableServices::TableServices() : m_states(std::make_shared<ServiceStates>()) {}
 TableServices::~TableServices() = default;
 
 bool TableServices::openPeople(const Presentation& presentation, const TableOptions& options, const TableInput& input,
@@ -93,7 +105,7 @@ void TableServices::startPeople(Tavola::ServiceProvider& provider, const std::sh
     PeopleWatch::Received received;
     if (isReplay)
         received = [people = m_people](const std::vector<Person>& known) { people->insert(known); };
-    m_peopleWatch = std::make_unique<PeopleWatch>(m_people, service, std::move(received));
+    m_peopleWatch = std::make_unique<PeopleWatch>(m_people, service, std::move(received), m_states);
 }
 
 void TableServices::startMediaServers(Tavola::ServiceProvider& provider, const Presentation& presentation,
@@ -102,7 +114,7 @@ void TableServices::startMediaServers(Tavola::ServiceProvider& provider, const P
     const QString type = QStringLiteral("media-server-service");
     if (input.isReplay()) {
         for (const QString& name : input.recordedNote().mediaServers)
-            provider.addService(type, name, std::make_shared<InboxMediaServer>(nullptr));
+            provider.addService(type, name, std::make_shared<InboxMediaServer>(nullptr, m_states));
         return;
     }
     const std::vector<MediaServerSettings> mediaServers = mediaServersOf(presentation, options);
@@ -113,7 +125,7 @@ void TableServices::startMediaServers(Tavola::ServiceProvider& provider, const P
     Tavola::setNetworkLimits(limits);
     for (const MediaServerSettings& settings : mediaServers) {
         const auto server = std::make_shared<MediaServerService>(QUrl(settings.address), settings.timeoutSeconds, settings.key);
-        provider.addService(type, settings.name, std::make_shared<InboxMediaServer>(server));
+        provider.addService(type, settings.name, std::make_shared<InboxMediaServer>(server, m_states));
     }
 }
 
@@ -128,7 +140,9 @@ bool TableServices::startMail(Tavola::ServiceProvider& provider, const Presentat
     const QString data = dataFolder(presentation.folder, options.dataFolder);
     for (MailSettings settings : presentation.mailServices) {
         if (input.isReplay()) {
-            provider.addService(type, settings.name, std::make_shared<InboxEmail>(settings.textTemplate));
+            const auto replayed = std::make_shared<InboxEmail>(settings.textTemplate);
+            replayed->showDelay({}, m_states);
+            provider.addService(type, settings.name, replayed);
             continue;
         }
         if (!options.mailServer.isEmpty())
@@ -137,7 +151,9 @@ bool TableServices::startMail(Tavola::ServiceProvider& provider, const Presentat
         if (!service)
             return false;
         m_mailServices.push_back(service);
-        provider.addService(type, settings.name, std::make_shared<InboxEmail>(service));
+        const auto email = std::make_shared<InboxEmail>(service);
+        email->showDelay([weak = std::weak_ptr(service)] { return keepsMail(weak.lock().get()); }, m_states);
+        provider.addService(type, settings.name, email);
     }
     return true;
 }
@@ -145,6 +161,12 @@ bool TableServices::startMail(Tavola::ServiceProvider& provider, const Presentat
 void TableServices::stopWatching()
 {
     m_peopleWatch.reset();
+}
+
+bool TableServices::isMailDelayed() const
+{
+    return std::any_of(m_mailServices.begin(), m_mailServices.end(),
+                       [](const auto& weak) { return keepsMail(weak.lock().get()); });
 }
 
 QJsonArray TableServices::mailState() const

@@ -19,6 +19,7 @@ class OutboxService;
 class PeopleRegistry;
 class PeopleWatch;
 class PersonalWidgets;
+class ServiceStates;
 class TableInput;
 struct Presentation;
 struct RecordingNote;
@@ -45,6 +46,10 @@ public:
     [[nodiscard]] bool start(Tavola::ServiceProvider& provider, const std::shared_ptr<PersonalWidgets>& personalWidgets,
                              const Presentation& presentation, const TableOptions& options, const TableInput& input,
                              QString& error);
+    /// What does not work at present. The services keep it.
+    [[nodiscard]] const std::shared_ptr<ServiceStates>& states() const noexcept { return m_states; }
+    /// Whether an outbox keeps mail that no server has yet. Does not block.
+    [[nodiscard]] bool isMailDelayed() const;
     /// Ends the watch on the registry. Call when the table begins to close.
     void stopWatching();
     /// The state of each e-mail service, for the inspector. Does not block.
@@ -52,11 +57,12 @@ public:
 
 private:
     void startPeople(Tavola::ServiceProvider& provider, const std::shared_ptr<PersonalWidgets>& personalWidgets, bool isReplay);
-    static void startMediaServers(Tavola::ServiceProvider& provider, const Presentation& presentation,
-                                  const TableOptions& options, const TableInput& input);
+    void startMediaServers(Tavola::ServiceProvider& provider, const Presentation& presentation, const TableOptions& options,
+                           const TableInput& input);
     bool startMail(Tavola::ServiceProvider& provider, const Presentation& presentation, const TableOptions& options,
                    const TableInput& input, QString& error);
 
+    std::shared_ptr<ServiceStates> m_states;  ///< never null
     std::shared_ptr<PeopleRegistry> m_people; ///< null without people
     std::unique_ptr<PeopleWatch> m_peopleWatch;
     std::vector<std::weak_ptr<OutboxService>> m_mailServices;

@@ -63,7 +63,7 @@ TEST_CASE("presentation: everything that may stand in one is read")
         "people": "people.csv",
         "services": {"media-server-service": [{"name": "house", "address": "http://127.0.0.1:8180/", "timeoutSeconds": 2.5}, {"address": "https://museum.example"}]},
         "cards": [1001, 0, "18446744073709551615"],
-        "closeTemporaryAfterSeconds": 30, "closeLiftedAfterSeconds": 20, "idleAfterSeconds": 90,
+        "closeTemporaryAfterSeconds": 30, "closeLiftedAfterSeconds": 20, "idleAfterSeconds": 90, "tidyAfterSeconds": 70,
         "widgets": [{"component": "picture", "id": "map", "classes": ["large"], "attributes": {"source": {"file": "media/map.png"}, "location": [1, 2.50]}}]
     })");
     const QString sheet = written.folder().write(QStringLiteral("look/rooms.css"), "");
@@ -90,6 +90,7 @@ TEST_CASE("presentation: everything that may stand in one is read")
     CHECK(presentation.care.closeAfterSeconds == 30.f);
     CHECK(presentation.care.closeLiftedAfterSeconds == 20.f);
     CHECK(presentation.care.idleAfterSeconds == 90.f);
+    CHECK(presentation.care.tidyAfterSeconds == 70.f);
     REQUIRE(presentation.widgets.size() == 1);
     CHECK(presentation.widgets[0].component == "picture");
     const QJsonArray location{QJsonObject{{"number", "1"}}, QJsonObject{{"number", "2.50"}}}; // with their digits

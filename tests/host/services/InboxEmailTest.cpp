@@ -1,6 +1,7 @@
 #include "services/InboxEmail.hpp"
 
 #include "ReplaySession.hpp"
+#include "services/ServiceStates.hpp"
 
 #include <Bedrock/LogText.hpp>
 #include <FakeEmailService.hpp>
@@ -96,4 +97,41 @@ TEST_CASE("inbox e-mail: a source tells what became of each message, and none is
     CHECK(told(futures[2]) == "failure: out of paper");
     CHECK(mail->sent().size() == 3);
     CHECK(session.missing == 0);
+}
+
+TEST_CASE("inbox e-mail: with each message that is accepted the state shows whether mail waits, on the day and in its replay")
+{
+    ReplaySession session;
+    const auto mail = std::make_shared<TestSupport::FakeEmailService>();
+    mail->setTemplate(QStringLiteral("Dear <name>"));
+    mail->holdAnswers(true);
+    const auto states = std::make_shared<Host::ServiceStates>();
+    const auto isDelayed = [&states] { return states->is(Host::ServiceState::MailDelayed); };
+    bool keeps = true;
+    {
+        InboxEmail service(mail);
+        service.showDelay([&keeps] { return keeps; }, states);
+        const auto futures = send(service);
+        mail->answer(0, {true, {}});
+        CHECK_FALSE(isDelayed());
+        CHECK(Inbox::instance().deliver() == 1);
+        CHECK(told(futures[0]) == "sent");
+        CHECK(isDelayed());
+        keeps = false;
+        mail->answer(1, {false, QStringLiteral("mailbox full")});
+        CHECK(Inbox::instance().deliver() == 1);
+        CHECK(isDelayed()); // a refusal says nothing about the others
+        mail->answer(2, {true, {}});
+        CHECK(Inbox::instance().deliver() == 1);
+        CHECK_FALSE(isDelayed());
+    }
+    session.replay();
+    InboxEmail replayed(QStringLiteral("Dear <name>"));
+    replayed.showDelay({}, states);
+    const auto futures = send(replayed);
+    CHECK(session.frame({session.recorded[0]}) == 1);
+    CHECK(told(futures[0]) == "sent");
+    CHECK(isDelayed());
+    CHECK(session.frame({session.recorded[1], session.recorded[2]}) == 2);
+    CHECK_FALSE(isDelayed());
 }

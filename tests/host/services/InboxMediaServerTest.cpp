@@ -1,6 +1,7 @@
 #include "services/InboxMediaServer.hpp"
 
 #include "ReplaySession.hpp"
+#include "services/ServiceStates.hpp"
 
 #include <FakeServices.hpp>
 
@@ -85,4 +86,20 @@ TEST_CASE("inbox media server: a source gives each command the answer of the day
     CHECK(told(futures[2]) == "");
     CHECK(fake->commands().size() == 3);
     CHECK(session.missing == 0);
+}
+
+TEST_CASE("inbox media server: the state shows that the last answer was a failure")
+{
+    const auto fake = std::make_shared<TestSupport::FakeMediaServer>();
+    fake->holdAnswers(true);
+    const auto states = std::make_shared<Host::ServiceStates>();
+    InboxMediaServer server(fake, states);
+    const auto futures = ask(server);
+    fake->fail(0, "The media server is away");
+    CHECK(Inbox::instance().deliver() == 1);
+    CHECK(states->is(Host::ServiceState::MediaServerAway));
+    fake->answer(1, {});
+    CHECK(Inbox::instance().deliver() == 1);
+    CHECK_FALSE(states->is(Host::ServiceState::MediaServerAway));
+    Inbox::instance().clear();
 }

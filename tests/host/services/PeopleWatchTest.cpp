@@ -2,6 +2,7 @@
 
 #include "PeopleTable.hpp"
 #include "ReplaySession.hpp"
+#include "services/ServiceStates.hpp"
 
 #include <LogCapture.hpp>
 #include <SqliteFault.hpp>
@@ -150,6 +151,26 @@ TEST_CASE("people watch: a registry that cannot be read leaves the cache as it i
         CHECK_FALSE(table.refresh());
     CHECK(table.refresh());
     CHECK(table.nameOf(2001) == "Cy");
+}
+
+TEST_CASE("people watch: the state shows that people are away until the registry can be read again")
+{
+    PeopleTable table;
+    const auto states = std::make_shared<Host::ServiceStates>();
+    PeopleWatch watch(table.registry, table.service, {}, states);
+    const auto refresh = [&] {
+        (void)watch.check();
+        watch.waitUntilIdle();
+        PeopleTable::bringIn();
+        return states->is(Host::ServiceState::PeopleAway);
+    };
+    TestSupport::SqliteFault fault = TestSupport::SqliteFault::lostTable(table.registry->path(), QStringLiteral("people"));
+    TestSupport::expectWarningStartingWith("PeopleRegistry # Failed to read " + table.registry->path().toStdString() + " (");
+    CHECK(refresh());
+    fault.mend();
+    for (int i = 0; i < PeopleWatch::kChecksSkippedAfterFailure; ++i)
+        CHECK(refresh());
+    CHECK_FALSE(refresh());
 }
 
 TEST_CASE("people watch: people written before a reading that failed are known after one that does not")
