@@ -2,18 +2,12 @@
 
 #include <Bedrock/Trace.hpp>
 #include <Http/Address.hpp>
-#include <Tavola/Network.hpp>
 
 #include <folly/futures/Future.h>
 
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QNetworkReply>
-#include <QNetworkRequest>
-#include <QTimer>
 
-#include <cmath>
-#include <stdexcept>
 #include <utility>
 
 namespace Host
@@ -36,107 +30,69 @@ bool reportsSuccess(const QJsonObject& answer)
 }
 }
 
-/// One command and its answer. A child of its reply.
-class MediaServerService::Exchange final : public QObject
+struct MediaServerService::Exchange
 {
-public:
-    Exchange(MediaServerService& service, QNetworkReply& reply) : QObject(&reply), m_service(service), m_reply(reply)
-    {
-        // One bound on the whole exchange; Qt's own transfer timeout restarts with every byte.
-        m_timer.setSingleShot(true);
-        connect(&m_timer, &QTimer::timeout, this,
-                [this] { giveUp(QStringLiteral("did not answer within %1 s").arg(m_service.m_timeoutMs / 1000.0)); });
-        m_timer.start(m_service.m_timeoutMs);
-        // Qt's network thread reads on while a frame is under way; what lies far beyond the limit stays at its sender.
-        reply.setReadBufferSize(2 * kLargestAnswerBytes);
-        connect(&reply, &QNetworkReply::readyRead, this, [this] {
-            if (m_reply.bytesAvailable() > kLargestAnswerBytes)
-                giveUp(QStringLiteral("sent an answer that is too long"));
-        });
-        connect(&reply, &QNetworkReply::finished, this, [this] { finish(); });
-    }
-
-    /// A reply that is destroyed before its end means that the service is destroyed.
-    ~Exchange() override
-    {
-        if (!m_promise.isFulfilled())
-            fail(QStringLiteral("was not waited for: the table closes"));
-    }
-
-    folly::Future<QJsonObject> future() { return m_promise.getFuture(); }
-
-private:
-    void fail(const QString& what)
-    {
-        const QString server = m_address.toString(QUrl::RemoveUserInfo);
-        m_promise.setException(std::runtime_error(QStringLiteral("The media server %1 %2").arg(server, what).toStdString()));
-    }
-
-    void succeed(const QJsonObject& answer)
-    {
-        const QString wrong = m_service.check(answer);
-        if (wrong.isEmpty())
-            m_promise.setValue(answer);
-        else
-            fail(wrong);
-    }
-
-    void giveUp(const QString& why)
-    {
-        if (m_promise.isFulfilled())
-            return;
-        fail(why);
-        m_reply.abort(); // ends in finish()
-    }
-
-    void finish()
-    {
-        m_timer.stop();
-        m_reply.deleteLater();
-        if (m_promise.isFulfilled())
-            return;
-        const int status = m_reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-        // Qt reports an error status as an error, too; those of the connection itself have numbers below.
-        const QNetworkReply::NetworkError error = m_reply.error();
-        if (error == QNetworkReply::RemoteHostClosedError || (error == QNetworkReply::ContentReSendError && status == 0)
-            || isCutShort())
-            return fail(QStringLiteral("cut the connection"));
-        if (status == 0 || (error != QNetworkReply::NoError && error < QNetworkReply::ContentAccessDenied))
-            return fail(QStringLiteral("cannot be reached: ") + m_reply.errorString());
-        if (status >= 300 && status < 400)
-            return fail(
-                QStringLiteral("answered with status %1 and points elsewhere; give the address it points to").arg(status));
-        const QJsonDocument document = QJsonDocument::fromJson(m_reply.readAll());
-        // The body of an error may say why. With a success in it, it comes from a gateway, not from the server.
-        const bool contradicts = status >= 400 && reportsSuccess(document.object());
-        if (document.isObject() && !contradicts)
-            succeed(document.object());
-        else if (status >= 400)
-            fail(QStringLiteral("answered with status %1").arg(status));
-        else
-            fail(QStringLiteral("sent no JSON object"));
-    }
-
-    /// Qt does not always notice that a body is shorter than was announced.
-    bool isCutShort() const
-    {
-        const QVariant announced = m_reply.header(QNetworkRequest::ContentLengthHeader);
-        return announced.isValid() && m_reply.bytesAvailable() < announced.toLongLong();
-    }
-
-    MediaServerService& m_service; ///< owns the network manager, and with it the reply
-    QNetworkReply& m_reply;
-    const QUrl m_address = m_reply.request().url();
-    QTimer m_timer;
-    folly::Promise<QJsonObject> m_promise;
+    folly::Promise<QJsonObject> promise;
+    Tavola::HttpClient::Exchange http;
 };
 
 MediaServerService::MediaServerService(const QUrl& address, double timeoutSeconds, const QByteArray& key)
-    : m_address(address), m_timeoutMs(int(std::ceil(timeoutSeconds * 1000.0))), m_key(key)
+    : m_address(address), m_timeoutSeconds(timeoutSeconds), m_key(key)
 {
 }
 
-MediaServerService::~MediaServerService() = default;
+MediaServerService::~MediaServerService()
+{
+    for (auto& [number, exchange] : std::exchange(m_exchanges, {})) {
+        exchange->http.reset();
+        exchange->promise.setException(failure(QStringLiteral("was not waited for: the table closes")));
+    }
+}
+
+std::runtime_error MediaServerService::failure(const QString& what) const
+{
+    return std::runtime_error(
+        QStringLiteral("The media server %1 %2").arg(m_address.toString(QUrl::RemoveUserInfo), what).toStdString());
+}
+
+QString MediaServerService::read(const Tavola::HttpAnswer& answer, QJsonObject& object)
+{
+    using End = Tavola::HttpAnswer::End;
+    switch (answer.end) {
+    case End::Whole: break;
+    case End::Unreachable: return QStringLiteral("cannot be reached: ") + answer.detail;
+    case End::NotTrusted: return QStringLiteral("cannot be trusted: ") + answer.detail;
+    case End::Cut: return QStringLiteral("cut the connection");
+    case End::NoHttp: return QStringLiteral("sent something that is no HTTP");
+    case End::Late: return QStringLiteral("did not answer within %1 s").arg(m_timeoutSeconds);
+    case End::HeadTooLong:
+    case End::BodyTooLong: return QStringLiteral("sent an answer that is too long");
+    }
+    const int status = answer.status;
+    if (status >= 300 && status < 400)
+        return QStringLiteral("answered with status %1 and points elsewhere; give the address it points to").arg(status);
+    const QJsonDocument document = QJsonDocument::fromJson(answer.body);
+    object = document.object();
+    // The body of an error may say why. With a success in it, it comes from a gateway, not from the server.
+    const bool contradicts = status >= 400 && reportsSuccess(object);
+    if (document.isObject() && !contradicts)
+        return check(object);
+    return status >= 400 ? QStringLiteral("answered with status %1").arg(status) : QStringLiteral("sent no JSON object");
+}
+
+void MediaServerService::end(std::uint64_t number, const Tavola::HttpAnswer& answer)
+{
+    const auto found = m_exchanges.find(number);
+    const auto exchange = std::move(found->second);
+    m_exchanges.erase(found);
+    QJsonObject object;
+    const QString wrong = read(answer, object);
+    // The last line: what waits for the answer may end the service.
+    if (wrong.isEmpty())
+        exchange->promise.setValue(object);
+    else
+        exchange->promise.setException(failure(wrong));
+}
 
 QString MediaServerService::check(const QJsonObject& answer)
 {
@@ -159,30 +115,26 @@ QString MediaServerService::check(const QJsonObject& answer)
 folly::Future<QJsonObject> MediaServerService::request(const QJsonObject& command)
 {
     if (!hasExactCode(command))
-        return folly::makeFuture<QJsonObject>(std::runtime_error(
-            QStringLiteral(
-                "The media server %1 was not asked: a card's code must be from 0 to 9007199254740991 to be sent exactly")
-                .arg(m_address.toString(QUrl::RemoveUserInfo))
-                .toStdString()));
-    // Credentials go out with the first and only POST; Qt would send them in a second one.
-    QNetworkRequest request(m_address.adjusted(QUrl::RemoveUserInfo));
+        return folly::makeFuture<QJsonObject>(
+            failure(QStringLiteral("was not asked: a card's code must be from 0 to 9007199254740991 to be sent exactly")));
+    Tavola::HttpRequest http;
+    http.method = "POST";
+    // Credentials go in a header, and stand in no message.
+    http.url = m_address.adjusted(QUrl::RemoveUserInfo);
+    http.body = QJsonDocument(command).toJson(QJsonDocument::Compact);
+    http.largestBodyBytes = kLargestAnswerBytes;
+    http.timeoutSeconds = m_timeoutSeconds;
+    http.headers = {{"Content-Type", "application/json"}, {"Accept", "application/json"}, {"Connection", "close"}};
     const QString credentials =
         m_address.userName(QUrl::FullyDecoded) + QLatin1Char(':') + m_address.password(QUrl::FullyDecoded);
     if (!m_key.isEmpty())
-        request.setRawHeader("Authorization", "Bearer " + m_key);
+        http.headers.append({"Authorization", "Bearer " + m_key});
     else if (credentials.size() > 1)
-        request.setRawHeader("Authorization", "Basic " + credentials.toUtf8().toBase64());
-    // A kept connection may be closed by the server just when the next command is on its way.
-    request.setRawHeader("Connection", "close");
-    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
-    request.setRawHeader("Accept", "application/json");
-    // Set explicitly, so that Qt decompresses nothing: a small answer could become very large.
-    request.setRawHeader("Accept-Encoding", "identity");
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
-    QIODevice* body = Tavola::makeUnrepeatableBody(QJsonDocument(command).toJson(QJsonDocument::Compact));
-    QNetworkReply* reply = m_network.post(request, body);
-    body->setParent(reply);
-    auto* exchange = new Exchange(*this, *reply);
-    return exchange->future();
+        http.headers.append({"Authorization", "Basic " + credentials.toUtf8().toBase64()});
+
+    const std::uint64_t number = ++m_last;
+    Exchange& exchange = *m_exchanges.emplace(number, std::make_unique<Exchange>()).first->second;
+    exchange.http = m_client.send(std::move(http), [this, number](const Tavola::HttpAnswer& answer) { end(number, answer); });
+    return exchange.promise.getFuture();
 }
 }

@@ -1,10 +1,15 @@
 #pragma once
 
+#include <Tavola/HttpClient.hpp>
 #include <Tavola/JSONServerServiceAPI.hpp>
 #include <Tavola/ServiceInstance.hpp>
 
-#include <QNetworkAccessManager>
 #include <QUrl>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <stdexcept>
 
 namespace Host
 {
@@ -32,15 +37,21 @@ public:
     folly::Future<QJsonObject> request(const QJsonObject& command) override;
 
 private:
-    class Exchange;
+    struct Exchange;
 
+    /// What is wrong with an answer, to stand after the server's name; empty when it is the JSON object in `object`.
+    [[nodiscard]] QString read(const Tavola::HttpAnswer& answer, QJsonObject& object);
+    void end(std::uint64_t number, const Tavola::HttpAnswer& answer);
+    [[nodiscard]] std::runtime_error failure(const QString& what) const;
     /// Empty, or what is wrong with the addresses in an answer.
     [[nodiscard]] QString check(const QJsonObject& answer);
 
     QUrl m_address;
-    int m_timeoutMs;
+    double m_timeoutSeconds;
     QByteArray m_key;
     bool m_hasWarned = false; ///< of page addresses that no phone can open
-    QNetworkAccessManager m_network;
+    std::uint64_t m_last = 0;
+    std::map<std::uint64_t, std::unique_ptr<Exchange>> m_exchanges; ///< by number
+    Tavola::HttpClient m_client;
 };
 }

@@ -52,7 +52,7 @@ std::shared_ptr<IconDownloader> IconDownloader::instance()
     return downloader;
 }
 
-IconDownloader::IconDownloader() : m_network(makeNetworkManager(this))
+IconDownloader::IconDownloader() : m_network(makeNetworkManager(this, NetworkContent::Pictures))
 {
     connect(m_network, &QNetworkAccessManager::finished, this, &IconDownloader::onNetworkRequestFinished);
 }

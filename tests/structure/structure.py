@@ -38,7 +38,7 @@ WORDS = ("somebody", "nobody", "anybody", "whoever", "whom")
 
 # A test file that names one of these starts threads: threads, classes that have some, and servers of the tests.
 STARTS_THREADS = re.compile(r"\b(?:std::thread|BGThread|WorkerPool|HttpServerThread|TwoDoors|OutboxService|TcpDatagramSource"
-                            r"|UdpDatagramSource)\b")
+                            r"|UdpDatagramSource|Tavola::HttpClient|makeNetworkManager|MediaServerService)\b")
 # A program that replaces the allocator is built without sanitizers.
 REPLACES_ALLOCATOR = re.compile(r"\bvoid\*\s*operator new\(")
 THREADS_LIST = re.compile(r"\bTHREADS\s+([^()]*?)(?=\s(?:SOURCES|HELPERS|LINKS|LABELS|ENVIRONMENT)\b|\))")

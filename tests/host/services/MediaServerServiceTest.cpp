@@ -12,6 +12,7 @@
 #include <QTimer>
 
 #include <optional>
+#include <utility>
 
 using namespace Host;
 
@@ -275,7 +276,7 @@ TEST_CASE("media server service: a length that is too short cuts the answer, whi
 
 TEST_CASE("media server service: an answer that is no HTTP is a failure")
 {
-    CHECK(askOf("SSH-2.0-OpenSSH_9.2\r\n").failure == "cut the connection");
+    CHECK(askOf("SSH-2.0-OpenSSH_9.2\r\n").failure == "sent something that is no HTTP");
 }
 
 TEST_CASE("media server service: an answer without an end is given up at the limit")
@@ -293,6 +294,29 @@ TEST_CASE("media server service: an answer without an end is given up at the lim
     CHECK(askOf(server, 30.0).failure == "sent an answer that is too long");
     // What the system's own buffers hold comes on top.
     CHECK(sent < 32 * MediaServerService::kLargestAnswerBytes);
+}
+
+TEST_CASE("media server service: a head without an end is given up, and the next command is answered")
+{
+    bool isLying = true;
+    AnsweringServer server([&](QTcpSocket& socket) {
+        if (!std::exchange(isLying, false))
+            return void(socket.write(reply("200 OK", "{}")));
+        socket.write("HTTP/1.1 200 OK\r\nX: ");
+        const auto more = [&socket] {
+            if (socket.bytesToWrite() < (1 << 16))
+                socket.write(QByteArray(1 << 16, 'x'));
+        };
+        QObject::connect(&socket, &QTcpSocket::bytesWritten, &socket, more);
+        more();
+    });
+    MediaServerService service(addressOf(server.port()), 60.0);
+    const auto first = watch(service.request(kCommand));
+    REQUIRE(pumpUntil([&] { return first->isThere(); }));
+    CHECK(first->failure.find("sent an answer that is too long") != std::string::npos);
+    const auto second = watch(service.request(kCommand));
+    REQUIRE(pumpUntil([&] { return second->isThere(); }));
+    CHECK(second->answer == QJsonObject());
 }
 
 TEST_CASE("media server service: a long answer below the limit is read whole")

@@ -4,6 +4,8 @@
 #include "ImageServer.hpp"
 #include "TemporaryFolder.hpp"
 
+#include <LogCapture.hpp>
+
 #include <Bedrock/AfterUpdateQueue.hpp>
 #include <Bedrock/Inbox.hpp>
 
@@ -24,6 +26,7 @@
 using PluginTest::ImageServer;
 using PluginTest::TemporaryFolder;
 using Tavola::IconDownloader;
+using TestSupport::expectWarning;
 
 namespace
 {
@@ -238,6 +241,10 @@ TEST_CASE("icon downloader: the network's replies are left to the network, for i
         else
             icons.server.serve("/qr.png",
                                answer == std::string("a picture") ? ImageServer::png(3, 3) : "<html>no picture</html>");
+        if (answer == std::string("no picture"))
+            expectWarning(
+                "Network # " + icons.server.url("/qr.png").toString().toStdString()
+                + " is no picture that can be read (23 bytes, status 200): look at what the address answers in a browser");
         const FinishedCounter finished(*icons.downloader);
         const auto future = icons.ask();
         const auto replies = icons.downloader->findChildren<QNetworkReply*>();
@@ -278,12 +285,20 @@ TEST_CASE("icon downloader: addresses are fetched side by side")
 
 TEST_CASE("icon downloader: an answer that is no picture is never told, a redirect not followed, and the address stays taken")
 {
-    for (const QByteArray& answer :
-         {QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 23\r\nConnection: close\r\n\r\n<html>no picture</html>"),
-          QByteArray("HTTP/1.1 302 Found\r\nLocation: /other.png\r\nContent-Length: 0\r\nConnection: close\r\n\r\n")}) {
-        CAPTURE(answer.toStdString());
+    struct Row
+    {
+        QByteArray answer;
+        const char* warning; ///< of the network, behind the address
+    };
+    for (const Row& row :
+         {Row{"HTTP/1.1 200 OK\r\nContent-Length: 23\r\nConnection: close\r\n\r\n<html>no picture</html>",
+              "is no picture that can be read (23 bytes, status 200): look at what the address answers in a browser"},
+          Row{"HTTP/1.1 302 Found\r\nLocation: /other.png\r\nContent-Length: 0\r\nConnection: close\r\n\r\n",
+              "is no picture: it points to /other.png, which is not followed (status 302); let the server name that address"}}) {
+        CAPTURE(row.answer.toStdString());
         Icons icons;
-        icons.server.serveRaw("/qr.png", answer);
+        icons.server.serveRaw("/qr.png", row.answer);
+        expectWarning("Network # " + icons.server.url("/qr.png").toString().toStdString() + ' ' + row.warning);
         const auto future = icons.fetchUnfulfilled();
         CHECK_FALSE(future.isReady());
         CHECK_FALSE(QFile::exists(icons.pathOf()));

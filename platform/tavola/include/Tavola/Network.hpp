@@ -4,8 +4,6 @@
 
 #include <QtGlobal>
 
-class QByteArray;
-class QIODevice;
 class QNetworkAccessManager;
 class QObject;
 
@@ -19,6 +17,12 @@ struct NetworkLimits
     double timeoutSeconds = 10.0; ///< for the whole exchange, however slowly its bytes arrive
 };
 
+/// What a manager is used for.
+enum class NetworkContent {
+    Anything,
+    Pictures, ///< an answer that is no picture, such as a redirection, is logged as a warning, and stays an answer
+};
+
 /// For requests that begin from now on. Main thread only.
 TAVOLA_EXPORT void setNetworkLimits(const NetworkLimits& limits);
 [[nodiscard]] TAVOLA_EXPORT const NetworkLimits& networkLimits();
@@ -26,12 +30,8 @@ TAVOLA_EXPORT void setNetworkLimits(const NetworkLimits& limits);
 /// A network manager, owned by `parent`. Use it like any other; its replies are finished on the main thread in the input step of
 /// a frame, with the whole answer at once, like all results from outside. They are children of the manager, and belong to the
 /// caller as usual. Aborting a reply finishes it inside the call. Addresses that are neither http nor https, such as those of
-/// files, and answers beyond the limits end as network errors. Answers are asked for uncompressed, and a POST is sent once. Main
-/// thread only.
-[[nodiscard]] TAVOLA_EXPORT QNetworkAccessManager* makeNetworkManager(QObject* parent);
-
-/// The body of a POST that is sent once only: when its connection closes without an answer, QNetworkAccessManager sends a body
-/// that it can rewind a second time, and the server may have carried out the first. With this one the reply fails with
-/// ContentReSendError instead. Owned by the caller, open for reading; it has to live as long as the reply.
-[[nodiscard]] TAVOLA_EXPORT QIODevice* makeUnrepeatableBody(const QByteArray& bytes);
+/// files, and answers beyond the limits end as network errors. Requests go out as HttpClient sends them: once, and redirections
+/// are not followed. Answers are not decompressed. Main thread only.
+[[nodiscard]] TAVOLA_EXPORT QNetworkAccessManager* makeNetworkManager(QObject* parent,
+                                                                      NetworkContent content = NetworkContent::Anything);
 }

@@ -1,13 +1,11 @@
 #include "network/DeliveredReply.hpp"
 
 #include "network/NetworkAnswer.hpp"
-#include "network/TransportGuard.hpp"
 
 #include <QPointer>
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
 #include <utility>
 
 namespace Tavola
@@ -24,24 +22,11 @@ DeliveredReply::DeliveredReply(QNetworkAccessManager::Operation operation, const
 
 DeliveredReply::~DeliveredReply() = default;
 
-void DeliveredReply::carry(QNetworkReply* transport, Bedrock::BytesReply answer)
-{
-    // Not among the manager's children, where only its replies are found.
-    transport->setParent(nullptr);
-    m_transport.reset(transport);
-    auto* const guard = new TransportGuard(*transport);
-    // Behind a pointer, because connected functions can be copied.
-    connect(transport, &QNetworkReply::finished, this,
-            [this, guard, answer = std::make_shared<Bedrock::BytesReply>(std::move(answer))] {
-                std::move(*answer).answer(guard->answer().toBytes());
-                m_transport.release()->deleteLater(); // this is one of its signals
-            });
-}
-
 void DeliveredReply::finish(const QByteArray& bytes)
 {
     if (isFinished())
         return;
+    m_exchange.reset();
     NetworkAnswer answer = NetworkAnswer::fromBytes(bytes);
     setUrl(answer.url);
     if (answer.status != 0) {
@@ -65,7 +50,7 @@ void DeliveredReply::abort()
 {
     if (isFinished())
         return;
-    m_transport.reset();
+    m_exchange.reset();
     end(OperationCanceledError, QStringLiteral("Operation canceled"));
 }
 

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <Bedrock/Reply.hpp>
+#include <Tavola/HttpClient.hpp>
 
 #include <QByteArray>
 #include <QNetworkReply>
-
-#include <memory>
 
 class QNetworkAccessManager;
 
@@ -19,8 +17,8 @@ public:
     DeliveredReply(QNetworkAccessManager::Operation operation, const QNetworkRequest& request, QNetworkAccessManager* manager);
     ~DeliveredReply() override;
 
-    /// Takes ownership of the transport, and answers with its outcome.
-    void carry(QNetworkReply* transport, Bedrock::BytesReply answer);
+    /// The exchange that brings the answer. It ends with the reply, and when the reply is aborted.
+    void setExchange(HttpClient::Exchange exchange) { m_exchange = std::move(exchange); }
     /// `bytes` of a NetworkAnswer. Without effect on one that was aborted.
     void finish(const QByteArray& bytes);
 
@@ -33,7 +31,7 @@ protected:
 private:
     void end(NetworkError error, const QString& text);
 
-    std::unique_ptr<QNetworkReply> m_transport; ///< null except while the request is under way
+    HttpClient::Exchange m_exchange; ///< null in a replay
     QByteArray m_body;
     int m_read = 0; ///< bytes of the body
 };

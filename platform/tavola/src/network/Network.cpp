@@ -1,14 +1,16 @@
 #include <Tavola/Network.hpp>
 
+#include "network/AnswerCheck.hpp"
 #include "network/DeliveredReply.hpp"
-#include "network/TransportGuard.hpp"
 
 #include <Bedrock/Inbox.hpp>
+#include <Tavola/HttpClient.hpp>
 
 #include <QNetworkAccessManager>
 #include <QNetworkRequest>
 #include <QPointer>
 
+#include <memory>
 #include <utility>
 
 namespace Tavola
@@ -23,18 +25,30 @@ NetworkLimits& limits()
     return current;
 }
 
-/// Of a file, say. An address without any scheme is an error of Qt's own.
+/// Of a file, say.
 bool hasOtherScheme(const QUrl& url)
 {
     const QString scheme = url.scheme();
     return !scheme.isEmpty() && scheme != QLatin1String("http") && scheme != QLatin1String("https");
 }
 
+QByteArray methodOf(QNetworkAccessManager::Operation operation, const QNetworkRequest& request)
+{
+    switch (operation) {
+    case QNetworkAccessManager::HeadOperation: return "HEAD";
+    case QNetworkAccessManager::PostOperation: return "POST";
+    case QNetworkAccessManager::PutOperation: return "PUT";
+    case QNetworkAccessManager::DeleteOperation: return "DELETE";
+    case QNetworkAccessManager::CustomOperation: return request.attribute(QNetworkRequest::CustomVerbAttribute).toByteArray();
+    default: return "GET";
+    }
+}
+
 /// Each request is a job of the inbox.
 class NetworkManager final : public QNetworkAccessManager
 {
 public:
-    using QNetworkAccessManager::QNetworkAccessManager;
+    NetworkManager(QObject* parent, NetworkContent content) : QNetworkAccessManager(parent), m_content(content) {}
 
 protected:
     QNetworkReply* createRequest(Operation operation, const QNetworkRequest& request, QIODevice* outgoing) override
@@ -43,11 +57,19 @@ protected:
         Bedrock::Inbox::instance().ask(
             kNetworkJob,
             [&](Bedrock::BytesReply answer) {
-                if (hasOtherScheme(request.url()))
-                    return std::move(answer).answer(refusedAnswer(request.url(), QNetworkReply::ProtocolUnknownError,
+                const QUrl url = request.url();
+                if (url.scheme().isEmpty()) {
+                    NetworkAnswer unknown;
+                    unknown.error = QNetworkReply::ProtocolUnknownError;
+                    unknown.errorText = QStringLiteral("Protocol \"\" is unknown");
+                    unknown.url = url;
+                    return std::move(answer).answer(unknown.toBytes());
+                }
+                if (hasOtherScheme(url))
+                    return std::move(answer).answer(refusedAnswer(url, QNetworkReply::ProtocolUnknownError,
                                                                   QStringLiteral("the address is neither http nor https"))
                                                         .toBytes());
-                reply->carry(send(operation, request, outgoing), std::move(answer));
+                reply->setExchange(send(operation, request, outgoing, std::move(answer)));
             },
             [reply](const QByteArray& answer) {
                 if (reply)
@@ -57,18 +79,28 @@ protected:
     }
 
 private:
-    QNetworkReply* send(Operation operation, QNetworkRequest request, QIODevice* outgoing)
+    HttpClient::Exchange send(Operation operation, const QNetworkRequest& request, QIODevice* outgoing, Bedrock::BytesReply reply)
     {
-        // Said explicitly, so that Qt decompresses nothing: a small answer could become very large.
-        if (!request.hasRawHeader("Accept-Encoding"))
-            request.setRawHeader("Accept-Encoding", "identity");
-        if (operation != PostOperation || !outgoing || outgoing->isSequential())
-            return QNetworkAccessManager::createRequest(operation, request, outgoing);
-        QIODevice* body = makeUnrepeatableBody(outgoing->readAll());
-        QNetworkReply* transport = QNetworkAccessManager::createRequest(operation, request, body);
-        body->setParent(transport);
-        return transport;
+        HttpRequest http;
+        http.method = methodOf(operation, request);
+        http.url = request.url();
+        const QList<QByteArray> names = request.rawHeaderList();
+        for (const QByteArray& name : names)
+            http.headers.append({name, request.rawHeader(name)});
+        if (outgoing)
+            http.body = outgoing->readAll();
+        http.largestBodyBytes = limits().largestAnswerBytes;
+        http.timeoutSeconds = limits().timeoutSeconds;
+        return m_client.send(std::move(http),
+                             // Behind a pointer, because functions can be copied.
+                             [url = request.url(), content = m_content, limits = limits(),
+                              reply = std::make_shared<Bedrock::BytesReply>(std::move(reply))](const HttpAnswer& answer) {
+                                 std::move(*reply).answer(checkedAnswer(url, answer, limits, content).toBytes());
+                             });
     }
+
+    NetworkContent m_content;
+    HttpClient m_client;
 };
 }
 
@@ -82,8 +114,8 @@ const NetworkLimits& networkLimits()
     return limits();
 }
 
-QNetworkAccessManager* makeNetworkManager(QObject* parent)
+QNetworkAccessManager* makeNetworkManager(QObject* parent, NetworkContent content)
 {
-    return new NetworkManager(parent);
+    return new NetworkManager(parent, content);
 }
 }

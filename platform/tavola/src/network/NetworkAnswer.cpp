@@ -10,20 +10,6 @@ namespace
 constexpr QDataStream::Version kLayout = QDataStream::Qt_5_12;
 }
 
-NetworkAnswer NetworkAnswer::of(QNetworkReply& reply)
-{
-    NetworkAnswer answer;
-    answer.error = reply.error();
-    answer.errorText = reply.errorString();
-    answer.url = reply.url();
-    answer.status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    answer.reason = reply.attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString();
-    answer.redirection = reply.attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
-    answer.headers = reply.rawHeaderPairs();
-    answer.body = reply.readAll();
-    return answer;
-}
-
 QByteArray NetworkAnswer::toBytes() const
 {
     QByteArray bytes;

@@ -20,9 +20,6 @@ struct NetworkAnswer
     QList<QNetworkReply::RawHeaderPair> headers;
     QByteArray body;
 
-    /// Reads the body of a reply that is finished.
-    [[nodiscard]] static NetworkAnswer of(QNetworkReply& reply);
-
     [[nodiscard]] QByteArray toBytes() const;
     /// Of damaged bytes: an error.
     [[nodiscard]] static NetworkAnswer fromBytes(const QByteArray& bytes);

@@ -21,7 +21,7 @@ using Bedrock::Inbox;
 using TestSupport::expectWarning;
 using TestSupport::pumpUntil;
 
-// What a guard does to a reply is seen from outside, with real servers.
+// What a check makes of an answer is seen from outside, with real servers.
 
 namespace
 {
@@ -74,9 +74,10 @@ QByteArray png(int width, int height)
 struct Fixture
 {
     ~Fixture() { Tavola::setNetworkLimits({}); }
-    QNetworkReply& load(const QUrl& url)
+    QNetworkReply& load(const QUrl& url) { return load(url, manager); }
+    static QNetworkReply& load(const QUrl& url, QNetworkAccessManager& by)
     {
-        QNetworkReply* reply = manager.get(QNetworkRequest(url));
+        QNetworkReply* reply = by.get(QNetworkRequest(url));
         REQUIRE(pumpUntil([] { return Inbox::instance().isWaiting(); }));
         CHECK(Inbox::instance().deliver() == 1);
         REQUIRE(reply->isFinished());
@@ -84,10 +85,11 @@ struct Fixture
     }
     QObject owner;
     QNetworkAccessManager& manager = *Tavola::makeNetworkManager(&owner);
+    QNetworkAccessManager& pictures = *Tavola::makeNetworkManager(&owner, Tavola::NetworkContent::Pictures);
 };
 }
 
-TEST_CASE_FIXTURE(Fixture, "transport guard: an answer at the limit is an answer, one beyond it an error without a body")
+TEST_CASE_FIXTURE(Fixture, "answer check: an answer at the limit is an answer, one beyond it an error without a body")
 {
     const Server small(sends(QByteArray(1000000, 'x')));
     QNetworkReply& whole = load(small.url());
@@ -103,7 +105,7 @@ TEST_CASE_FIXTURE(Fixture, "transport guard: an answer at the limit is an answer
     CHECK(refused.bytesAvailable() == 0);
 }
 
-TEST_CASE_FIXTURE(Fixture, "transport guard: an answer without an end is cut at the limit")
+TEST_CASE_FIXTURE(Fixture, "answer check: an answer without an end is cut at the limit")
 {
     qint64 sent = 0;
     const Server endless([&sent](QTcpSocket& socket) {
@@ -120,8 +122,7 @@ TEST_CASE_FIXTURE(Fixture, "transport guard: an answer without an end is cut at 
     CHECK(sent < 20000000);
 }
 
-TEST_CASE_FIXTURE(Fixture,
-                  "transport guard: a picture is judged by what it announces, and a body that is no picture stays as it is")
+TEST_CASE_FIXTURE(Fixture, "answer check: a picture is judged by what it announces, and a body that is no picture stays as it is")
 {
     const Server largest(sends(png(2048, 2048)));
     CHECK(load(largest.url()).error() == QNetworkReply::NoError);
@@ -144,7 +145,7 @@ TEST_CASE_FIXTURE(Fixture,
     CHECK(reply.readAll() == "no picture");
 }
 
-TEST_CASE_FIXTURE(Fixture, "transport guard: a server that falls silent, or trickles, is not waited for")
+TEST_CASE_FIXTURE(Fixture, "answer check: a server that falls silent, or trickles, is not waited for")
 {
     Tavola::NetworkLimits limits;
     limits.timeoutSeconds = 0.1;
@@ -162,7 +163,52 @@ TEST_CASE_FIXTURE(Fixture, "transport guard: a server that falls silent, or tric
     CHECK(load(trickling.url()).error() == QNetworkReply::OperationCanceledError);
 }
 
-TEST_CASE_FIXTURE(Fixture, "transport guard: nothing but web addresses is loaded")
+TEST_CASE_FIXTURE(Fixture, "answer check: where a picture is expected an answer that is none is logged, and stays an answer")
+{
+    const Server picture(sends(png(30, 20)));
+    CHECK(load(picture.url(), pictures).readAll() == png(30, 20));
+
+    const Server text(sends("<html>Sign in to the network</html>"));
+    expectWarning("Network # " + text.url().toString().toStdString()
+                  + " is no picture that can be read (35 bytes, status 200): look at what the address answers in a browser");
+    QNetworkReply& page = load(text.url(), pictures);
+    CHECK(page.error() == QNetworkReply::NoError);
+    CHECK(page.readAll() == "<html>Sign in to the network</html>");
+
+    for (const char* status : {"301 Moved", "302 Found", "303 See", "307 Temporary", "308 Permanent"}) {
+        CAPTURE(status);
+        const Server elsewhere([status](QTcpSocket& socket) {
+            socket.write(QByteArray("HTTP/1.1 ") + status
+                         + "\r\nLocation: http://museum.example/qr\r\nContent-Length: 0\r\n\r\n");
+        });
+        expectWarning("Network # " + elsewhere.url().toString().toStdString()
+                      + " is no picture: it points to http://museum.example/qr, which is not followed (status "
+                      + std::string(status, 3) + "); let the server name that address");
+        const QNetworkReply& reply = load(elsewhere.url(), pictures);
+        CHECK(reply.error() == QNetworkReply::NoError);
+        CHECK(reply.attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl() == QUrl("http://museum.example/qr"));
+    }
+
+    // The caller writes what became of an error.
+    const Server missing([](QTcpSocket& socket) { socket.write("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n"); });
+    CHECK(load(missing.url(), pictures).error() == QNetworkReply::ContentNotFoundError);
+}
+
+TEST_CASE_FIXTURE(Fixture, "answer check: a head that is too long, and something that is no HTTP, are errors")
+{
+    const Server endless([](QTcpSocket& socket) {
+        socket.write("HTTP/1.1 200 OK\r\nX: ");
+        socket.write(QByteArray(300000, 'x'));
+    });
+    expectWarning(endless.said("the head of the answer has more than 65536 bytes"));
+    CHECK(load(endless.url()).error() == QNetworkReply::OperationCanceledError);
+
+    const Server other([](QTcpSocket& socket) { socket.write("SSH-2.0-x\r\n"); });
+    expectWarning(other.said("the answer is no HTTP"));
+    CHECK(load(other.url()).error() == QNetworkReply::OperationCanceledError);
+}
+
+TEST_CASE_FIXTURE(Fixture, "answer check: nothing but web addresses is loaded")
 {
     QTemporaryFile file;
     REQUIRE(file.open());

@@ -1,0 +1,172 @@
+#include <Tavola/HttpClient.hpp>
+
+#include "network/HttpTransfer.hpp"
+
+#include <QMetaObject>
+#include <QObject>
+
+#include <algorithm>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace Tavola
+{
+namespace
+{
+using Transfers = std::vector<std::shared_ptr<HttpTransfer>>;
+/// The library wakes earlier for what it waits for.
+constexpr int kLongestWaitMs = 60000;
+
+/// libcurl is initialised once, before threads use it.
+CURLM* newMulti()
+{
+    static const CURLcode code = curl_global_init(CURL_GLOBAL_DEFAULT);
+    static_cast<void>(code);
+    return curl_multi_init();
+}
+}
+
+QByteArray HttpAnswer::header(const char* name) const
+{
+    for (const auto& header : headers)
+        if (qstricmp(header.first.constData(), name) == 0)
+            return header.second;
+    return {};
+}
+
+struct HttpClient::Private : std::enable_shared_from_this<HttpClient::Private>
+{
+    QObject user; ///< in the thread of the client's user
+    CURLM* multi = newMulti();
+    std::mutex mutex;
+    Transfers added;         ///< guarded, as the next two are
+    Transfers ended;         ///< their answers wait to be delivered
+    bool isStopping = false; ///< the thread ends
+    std::thread thread;
+
+    void run();
+    void beginAdded(Transfers& running);
+    void dropCancelled(Transfers& running);
+    void collectEnded(Transfers& running);
+    void deliver();
+};
+
+void HttpClient::Private::run()
+{
+    Transfers running;
+    for (;;) {
+        {
+            const std::lock_guard<std::mutex> guard(mutex);
+            if (isStopping)
+                break;
+        }
+        beginAdded(running);
+        dropCancelled(running);
+        int count = 0;
+        curl_multi_perform(multi, &count);
+        collectEnded(running);
+        curl_multi_poll(multi, nullptr, 0, kLongestWaitMs, nullptr);
+    }
+    for (const auto& transfer : running)
+        transfer->isCancelled = true;
+    dropCancelled(running);
+}
+
+void HttpClient::Private::beginAdded(Transfers& running)
+{
+    Transfers fresh;
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        fresh.swap(added);
+    }
+    for (auto& transfer : fresh) {
+        if (transfer->isCancelled)
+            continue;
+        curl_multi_add_handle(multi, transfer->begin());
+        running.push_back(std::move(transfer));
+    }
+}
+
+void HttpClient::Private::dropCancelled(Transfers& running)
+{
+    const auto drop = [this](const std::shared_ptr<HttpTransfer>& transfer) {
+        if (!transfer->isCancelled)
+            return false;
+        curl_multi_remove_handle(multi, const_cast<CURL*>(transfer->handle()));
+        transfer->finish(CURLE_ABORTED_BY_CALLBACK);
+        return true;
+    };
+    running.erase(std::remove_if(running.begin(), running.end(), drop), running.end());
+}
+
+void HttpClient::Private::collectEnded(Transfers& running)
+{
+    int left = 0;
+    while (const CURLMsg* message = curl_multi_info_read(multi, &left)) {
+        if (message->msg != CURLMSG_DONE)
+            continue;
+        CURL* const handle = message->easy_handle;
+        const CURLcode code = message->data.result;
+        const auto found = std::find_if(running.begin(), running.end(), [&](const auto& one) { return one->handle() == handle; });
+        curl_multi_remove_handle(multi, handle);
+        (*found)->finish(code);
+        const std::lock_guard<std::mutex> guard(mutex);
+        ended.push_back(std::move(*found));
+        running.erase(found);
+        QMetaObject::invokeMethod(
+            &user, [this] { deliver(); }, Qt::QueuedConnection);
+    }
+}
+
+void HttpClient::Private::deliver()
+{
+    Transfers arrived;
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        arrived.swap(ended);
+    }
+    // A function may end other exchanges, and the client.
+    const std::weak_ptr<Private> client = weak_from_this();
+    for (const auto& transfer : arrived) {
+        const Done done = std::exchange(transfer->done, nullptr);
+        if (done && !client.expired())
+            done(transfer->answer());
+    }
+}
+
+HttpClient::HttpClient() : d(std::make_shared<Private>()) {}
+
+HttpClient::~HttpClient()
+{
+    {
+        const std::lock_guard<std::mutex> guard(d->mutex);
+        d->isStopping = true;
+    }
+    if (d->thread.joinable()) {
+        curl_multi_wakeup(d->multi);
+        d->thread.join();
+    }
+    curl_multi_cleanup(d->multi);
+}
+
+HttpClient::Exchange HttpClient::send(HttpRequest request, Done done)
+{
+    const auto transfer = std::make_shared<HttpTransfer>(std::move(request), std::move(done));
+    {
+        const std::lock_guard<std::mutex> guard(d->mutex);
+        d->added.push_back(transfer);
+    }
+    if (!d->thread.joinable())
+        d->thread = std::thread([client = d.get()] { client->run(); });
+    curl_multi_wakeup(d->multi);
+    // The pointer stands for the exchange alone; what it points to is not used.
+    return {transfer.get(), [transfer, client = std::weak_ptr<Private>(d)](void*) {
+                transfer->isCancelled = true;
+                transfer->done = nullptr;
+                if (const auto alive = client.lock())
+                    curl_multi_wakeup(alive->multi);
+            }};
+}
+}
