@@ -12,6 +12,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <thread>
+#include <vector>
+
 using Bedrock::PrivateFolder;
 using Bedrock::removeFolder;
 
@@ -87,6 +91,25 @@ TEST_CASE_FIXTURE(Base, "private folder: one without a lock is being made, until
     const auto folder = make();
     CHECK(entries().contains(QLatin1String("tavola-making")));
     CHECK_FALSE(entries().contains(QLatin1String("tavola-killed")));
+}
+
+TEST_CASE_FIXTURE(Base, "private folder: one that is being made is no leftover to those that are made at the same time")
+{
+    std::atomic<int> lost{0};
+    std::vector<std::thread> makers;
+    for (int maker = 0; maker < 4; ++maker)
+        makers.emplace_back([&] {
+            for (int i = 0; i < 200; ++i) {
+                QString error;
+                const auto folder = PrivateFolder::make(dir.path(), QStringLiteral("tavola"), error);
+                if (!folder || !QFile::exists(folder->path() + QStringLiteral("/.lock")))
+                    ++lost;
+            }
+        });
+    for (std::thread& maker : makers)
+        maker.join();
+    CHECK(lost.load() == 0);
+    CHECK(entries().isEmpty());
 }
 
 TEST_CASE_FIXTURE(Base, "private folder: nothing is removed through a link, and a link is no leftover")

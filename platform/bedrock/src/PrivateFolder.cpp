@@ -4,6 +4,7 @@
 #include <QFile>
 
 #include <cerrno>
+#include <cstdio>
 #include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
@@ -18,6 +19,8 @@ namespace Bedrock
 namespace
 {
 constexpr const char* kLockName = ".lock";
+/// The lock file before it is locked.
+constexpr const char* kNewLockName = ".lock.new";
 /// A folder without a lock belongs to a process that is just making it, or to one that was killed while it did.
 constexpr std::time_t kLongestMakingSeconds = 3600;
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
@@ -127,9 +130,11 @@ std::unique_ptr<PrivateFolder> PrivateFolder::make(const QString& base, const QS
     QByteArray path = QFile::encodeName(start) + "XXXXXX";
     if (!::mkdtemp(path.data())) // 0700, whatever the umask allows
         return failed();
-    const QByteArray lockFile = path + '/' + kLockName;
+    // The lock gets its name when it is locked: a folder whose lock is free is a leftover to other processes.
+    const QByteArray lockFile = path + '/' + kNewLockName;
     const int lock = ::open(lockFile.constData(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-    if (lock < 0 || ::flock(lock, LOCK_EX | LOCK_NB) != 0) {
+    if (lock < 0 || ::flock(lock, LOCK_EX | LOCK_NB) != 0
+        || ::rename(lockFile.constData(), QByteArray(path + '/' + kLockName).constData()) != 0) {
         failed();
         if (lock >= 0)
             ::close(lock);
