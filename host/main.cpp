@@ -4,6 +4,7 @@
 #include "commands/RunCommand.hpp"
 
 #include <Bedrock/CommandLineSecrets.hpp>
+#include <Bedrock/QtMessages.hpp>
 
 #include <QCoreApplication>
 #include <QStringList>
@@ -56,6 +57,7 @@ int main(int argc, char** argv)
     std::signal(SIGPIPE, SIG_IGN);
     // Names, addresses and recordings of visitors are readable for the user of this process only.
     ::umask(077);
+    const Bedrock::QtMessages qtMessages;
     QStringList arguments;
     for (int i = 1; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);

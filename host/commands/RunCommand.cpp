@@ -7,11 +7,11 @@
 #include "table/PluginSearch.hpp"
 #include "table/RunLoop.hpp"
 #include "table/Table.hpp"
+#include "table/TemporaryPlace.hpp"
 #include "window/Display.hpp"
 #include "window/TableWindow.hpp"
 
 #include <Bedrock/LogText.hpp>
-#include <Bedrock/QtMessages.hpp>
 #include <Trellis/Application.hpp>
 
 #include <QGuiApplication>
@@ -92,10 +92,8 @@ QString untrustedPlugin(const Presentation& presentation, const RunOptions& opti
     return {};
 }
 
-int runTable(const RunOptions& options)
+int runTable(const RunOptions& options, const TableLog& log)
 {
-    const TableLog log;
-    const Bedrock::QtMessages qtMessages;
     QString error;
     const auto presentation = Presentation::load(options.presentation, error);
     if (!presentation)
@@ -152,6 +150,14 @@ int RunCommand::run(RunOptions::Command command, const QStringList& arguments, c
     if (options->headless && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
 
+    const TableLog log;
+    // Before Qt's application, which makes folders.
+    const TemporaryPlace temporary;
+    if (!temporary.isValid())
+        return fail(temporary.error(), 1);
+    if (command == RunOptions::Command::Replay && options->table.dataFolder.isEmpty())
+        options->table.dataFolder = temporary.path() + QStringLiteral("/data");
+
     std::optional<QGuiApplication> application;
     // Qt would take some of the table's options for its own.
     int programOnly = 1;
@@ -161,6 +167,6 @@ int RunCommand::run(RunOptions::Command command, const QStringList& arguments, c
     QGuiApplication::setQuitOnLastWindowClosed(false);
     if (options->fullScreen && !options->headless)
         options->table.screen = QGuiApplication::primaryScreen()->size();
-    return runTable(*options);
+    return runTable(*options, log);
 }
 }

@@ -8,7 +8,6 @@
 #include "input/InputOverlay.hpp"
 #include "input/TableInput.hpp"
 #include "recording/RecordingNote.hpp"
-#include "recording/TemporaryPlace.hpp"
 #include "recording/TreeLog.hpp"
 #include "table/PluginSearch.hpp"
 #include "table/ServiceSigns.hpp"
@@ -40,8 +39,7 @@ namespace Host
 {
 struct Table::Private
 {
-    std::unique_ptr<TemporaryPlace> temporaryPlace; ///< for everything below
-    std::unique_ptr<TreeLog> trees;                 ///< may be null
+    std::unique_ptr<TreeLog> trees; ///< may be null
     ScreenView view{Vecta::Vector2f()};
     std::unique_ptr<Trellis::Application> application; ///< from the first line of open on
     std::unique_ptr<TableInput> input;                 ///< from the first line of open on
@@ -134,21 +132,13 @@ void Table::Private::close()
 
 Table::Table() : d(std::make_unique<Private>()) {}
 
-std::unique_ptr<Table> Table::open(const Presentation& presentation, const TableOptions& givenOptions, QString& error)
+std::unique_ptr<Table> Table::open(const Presentation& presentation, const TableOptions& options, QString& error)
 {
     std::unique_ptr<Table> table(new Table());
     Private& d = *table->d;
-    TableOptions options = givenOptions;
     d.input = TableInput::open({options.recordFile, options.replayFile}, error);
     if (!d.input)
         return nullptr;
-    d.temporaryPlace = std::make_unique<TemporaryPlace>();
-    if (!d.temporaryPlace->isValid()) {
-        error = d.temporaryPlace->error();
-        return nullptr;
-    }
-    if (d.input->isReplay() && options.dataFolder.isEmpty())
-        options.dataFolder = d.temporaryPlace->path() + QStringLiteral("/data");
     if (!options.treesFile.isEmpty() && !(d.trees = TreeLog::create(options.treesFile, error)))
         return nullptr;
     if (!d.services.openPeople(presentation, options, *d.input, error))
