@@ -1,5 +1,7 @@
 #include "Options.hpp"
 
+#include <Bedrock/LogText.hpp>
+
 #include <CLI/CLI.hpp>
 
 #include <QFileInfo>
@@ -35,7 +37,9 @@ struct Option
 
 tl::unexpected<Options::Exit> usageError(const QString& text)
 {
-    return tl::unexpected(Options::Exit{kUsageError, QStringLiteral("tavola-mediaserver: %1\nTry --help.\n").arg(text)});
+    const std::string line = Bedrock::onOneLine(Bedrock::withoutSecrets(text.toStdString()));
+    return tl::unexpected(
+        Options::Exit{kUsageError, QStringLiteral("tavola-mediaserver: %1\nTry --help.\n").arg(QString::fromStdString(line))});
 }
 
 /// The number if it is one and within the bounds.

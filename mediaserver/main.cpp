@@ -6,6 +6,7 @@
 #include "Site.hpp"
 
 #include <Bedrock/CommandLineSecrets.hpp>
+#include <Bedrock/LogText.hpp>
 #include <Bedrock/QtMessages.hpp>
 #include <Http/Server.hpp>
 
@@ -106,10 +107,10 @@ int serve(const Options& options)
             readKeysAgain(*door, options.commandKeyFile);
     });
     const auto shown = [](const Http::Server::Listening& listening) {
-        return listening.url.isEmpty() ? listening.address.toString() : listening.url;
+        return Bedrock::onOneLine((listening.url.isEmpty() ? listening.address.toString() : listening.url).toStdString());
     };
-    std::printf("tavola-mediaserver: commands on %s\n", qPrintable(shown(*commands)));
-    std::printf("tavola-mediaserver: pages on %s\n", qPrintable(shown(*pages)));
+    std::printf("tavola-mediaserver: commands on %s\n", shown(*commands).c_str());
+    std::printf("tavola-mediaserver: pages on %s\n", shown(*pages).c_str());
     std::fflush(stdout);
     server.run();
     logInfo(QStringLiteral("Stopped"));

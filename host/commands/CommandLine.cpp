@@ -166,7 +166,8 @@ int CommandLine::end(const Exit& exit) const
 
 int CommandLine::fail(const QString& text, int code) const
 {
-    std::fprintf(stderr, "%s: %s\n", m_name.toUtf8().constData(), Bedrock::onOneLine(text.toStdString()).c_str());
+    std::fprintf(stderr, "%s: %s\n", m_name.toUtf8().constData(),
+                 Bedrock::onOneLine(Bedrock::withoutSecrets(text.toStdString())).c_str());
     return code;
 }
 

@@ -69,7 +69,7 @@ public:
     int missingCommand() const;
     /// Writes the exit's text to standard output, or with the command's name to standard error. Returns its code.
     int end(const Exit& exit) const;
-    /// Writes an error to standard error, on one line and without control characters; returns `code`.
+    /// Writes an error to standard error, on one line, without control characters and secrets; returns `code`.
     int fail(const QString& text, int code) const;
     /// Writes a line to standard output, without control characters.
     static void print(const QString& line);

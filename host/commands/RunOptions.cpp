@@ -1,6 +1,7 @@
 #include "commands/RunOptions.hpp"
 
 #include "presentation/Presentation.hpp"
+#include "table/PluginSearch.hpp"
 
 #include <QRegularExpression>
 
@@ -98,12 +99,12 @@ void declare(CommandLine& line, RunOptions& options, bool isReplay)
                         return table.fit.has_value();
                     }});
     line.addFlag("--opengl", options.openGL, "draw the window by OpenGL where there is one");
-    line.addOption({"--plugin", "FILE", "load this plug-in instead of the presentation's",
-                    QStringLiteral("the file of a plug-in"), [&table](const QString& value) {
-                        // A file of the current directory, when the operator names one.
-                        const bool isFile = value.endsWith(QLatin1String(".so")) && !value.contains(QLatin1Char('/'));
-                        table.plugin = isFile ? QStringLiteral("./") + value : value;
-                        return !value.isEmpty();
+    line.addOption({"--plugin", "FILE", "load this plug-in instead of the presentation's: a name, or a file with a slash",
+                    QStringLiteral("the name of a plug-in, or its file with a slash in it, such as ./my-plug-in.so"),
+                    [&table](const QString& value) {
+                        table.plugin = value;
+                        // A file without a slash would be searched for, and found in another place than the operator means.
+                        return !value.isEmpty() && (isPluginPath(value) || !value.endsWith(QLatin1String(".so")));
                     }});
     line.addOption({"--media-server", "URL", "use this media server instead of the presentation's",
                     QStringLiteral("an address that begins with http:// or https://"), [&table](const QString& value) {

@@ -48,5 +48,12 @@ TEST_CASE("log text: a text is one line that no terminal obeys")
     CHECK(onOneLine("\xC2\x9B"
                     "2J\xC2\xA0")
           == "\\x9b2J\xC2\xA0");
-    CHECK(onOneLine("cut \xC2") == "cut \xC2");
+    CHECK(onOneLine("cut \xC2") == "cut \\xc2");
+    // Bytes that are no UTF-8: a terminal of another character set obeys 9B as the beginning of a command.
+    CHECK(onOneLine("\x9B"
+                    "2J \xC0\x9B \xED\xA0\x80 \xF5\x80\x80\x80 \xE2\x80")
+          == "\\x9b2J \\xc0\\x9b \\xed\\xa0\\x80 \\xf5\\x80\\x80\\x80 \\xe2\\x80");
+    CHECK(onOneLine("\xE0\x82\x9B \xF0\x80\x80\x9B") == "\\xe0\\x82\\x9b \\xf0\\x80\\x80\\x9b");
+    CHECK(onOneLine("漢字 𝄞 ¿") == "漢字 𝄞 ¿");
+    CHECK(onOneLine("a\u2028b\u202Ec\u2066d\u2069") == "a\\u2028b\\u202ec\\u2066d\\u2069");
 }

@@ -76,7 +76,8 @@ std::string Connection::clientAddress(asio::ip::address remote, asio::ip::addres
     }
     if (remote.is_loopback() || remote == local)
         return {};
-    if (!remote.is_v6())
+    // All devices of a link share the network of link-local addresses, so those are counted one by one.
+    if (!remote.is_v6() || remote.to_v6().is_link_local())
         return remote.to_string();
     // A device of IPv6 has as many addresses as it likes below a prefix of 64 bits (RFC 4291, interface identifiers).
     auto bytes = remote.to_v6().to_bytes();

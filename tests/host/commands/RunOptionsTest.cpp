@@ -93,6 +93,7 @@ TEST_CASE("run options: arguments that make no sense are refused with what would
     const char* const kTuio = "--tuio wants [tcp:][ADDRESS:]PORT, for example 0.0.0.0:3333";
     const char* const kInspect = "--inspect wants a port from 0 to 65535";
     const char* const kServer = "--media-server wants an address that begins with http:// or https://";
+    const char* const kPlugin = "--plugin wants the name of a plug-in, or its file with a slash in it, such as ./my-plug-in.so";
     struct Row
     {
         const char* line;
@@ -123,8 +124,9 @@ TEST_CASE("run options: arguments that make no sense are refused with what would
         {"a --inspect high", kInspect},
         {"a --inspect 65536", kInspect},
         {"a --inspect --headless", kInspect},
-        {"a --plugin", "--plugin wants the file of a plug-in"},
-        {"a --plugin --headless", "--plugin wants the file of a plug-in"},
+        {"a --plugin", kPlugin},
+        {"a --plugin --headless", kPlugin},
+        {"a --plugin one.so", kPlugin},
         {"a --data", "--data wants a folder"},
         {"a --media-server", kServer},
         {"a --media-server ftp://media", kServer},

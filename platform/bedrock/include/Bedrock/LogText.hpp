@@ -14,7 +14,7 @@ namespace Bedrock
 /// ("https://…@host"). Enough is left to tell two of them apart by hand.
 [[nodiscard]] TAVOLA_EXPORT std::string withoutSecrets(std::string_view line);
 
-/// The text on one line and without control characters, which a terminal would obey: "\n", "\r" and "\t" by their names,
-/// all others, those of C1 included, as "\x1b".
+/// The text on one line and without what a terminal would obey: "\n", "\r" and "\t" by their names, all other control characters,
+/// those of C1 included, and bytes that are no UTF-8 as "\x1b"; separators of lines and marks of writing direction as "\u202e".
 [[nodiscard]] TAVOLA_EXPORT std::string onOneLine(std::string_view text);
 }

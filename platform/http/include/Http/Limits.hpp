@@ -11,8 +11,8 @@ struct ConnectionLimits
     std::size_t connections = 512;
     /// So many are never used for downloads, which may take long; but at most half of `connections`.
     std::size_t keptFree = 64;
-    /// From one address, of IPv6 from one network of 64 bits; this machine may have any number. A network that hides its phones
-    /// behind one address counts as one.
+    /// From one address, of IPv6 from one network of 64 bits (link-local ones: one address); this machine may have any number. A
+    /// network that hides its phones behind one address counts as one.
     std::size_t perAddress = 64;
 };
 
