@@ -1,6 +1,7 @@
 #include "PeopleRegistry.hpp"
 
 #include "SqliteConnection.hpp"
+#include "SqliteSchema.hpp"
 #include "SqliteTransaction.hpp"
 
 #include <Bedrock/PersonalTexts.hpp>
@@ -9,7 +10,6 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
-#include <QSqlError>
 #include <QSqlQuery>
 
 #include <set>
@@ -19,7 +19,6 @@ namespace Host
 {
 namespace
 {
-constexpr int kSchemaVersion = 1;
 /// File times tick more slowly than people can be entered; a file changed within this time may change again unnoticed.
 constexpr qint64 kFreshMs = 1000;
 
@@ -69,29 +68,14 @@ std::unique_ptr<PeopleRegistry> PeopleRegistry::open(const QString& path, QStrin
                     .arg(QFileInfo(path).absolutePath());
         return nullptr;
     }
-    SqliteConnection connection(path);
-    if (!connection.isOpen()) {
-        error = QStringLiteral("cannot open %1 (%2); %3").arg(path, connection.error(), connection.remedy());
+    const SqliteSchema schema{"the registry of people", 1, [](SqliteTransaction& transaction, int, QString&) {
+                                  transaction.run("CREATE TABLE people (code TEXT PRIMARY KEY, name TEXT NOT NULL, email TEXT "
+                                                  "NOT NULL, content_key TEXT NOT NULL, kind INTEGER NOT NULL)");
+                                  // Has a row once a person was removed: a registry that is empty because of that is not new.
+                                  return transaction.run("CREATE TABLE emptied (once INTEGER PRIMARY KEY)");
+                              }};
+    if (!schema.prepare(path, error))
         return nullptr;
-    }
-    QSqlQuery query(connection.database());
-    const bool isDatabase = query.exec(QStringLiteral("PRAGMA user_version")) && query.next();
-    const int version = isDatabase ? query.value(0).toInt() : 0;
-    query.finish();
-    if (version > kSchemaVersion) {
-        error = QStringLiteral("%1 was made by a newer version of this program; use that one").arg(path);
-        return nullptr;
-    }
-    if (!isDatabase || !SqliteConnection::keepWriteAheadLog(query)
-        || !query.exec(QStringLiteral("CREATE TABLE IF NOT EXISTS people (code TEXT PRIMARY KEY, name TEXT NOT NULL, "
-                                      "email TEXT NOT NULL, content_key TEXT NOT NULL, kind INTEGER NOT NULL)"))
-        // Has a row once a person was removed: a registry that is empty because of that is not new.
-        || !query.exec(QStringLiteral("CREATE TABLE IF NOT EXISTS emptied (once INTEGER PRIMARY KEY)"))
-        || !query.exec(QStringLiteral("PRAGMA user_version=%1").arg(kSchemaVersion))) {
-        error = QStringLiteral("%1 cannot be used as the registry of people (%2); %3")
-                    .arg(path, query.lastError().text(), sqliteRemedy(query.lastError()));
-        return nullptr;
-    }
     return std::unique_ptr<PeopleRegistry>(new PeopleRegistry(path));
 }
 

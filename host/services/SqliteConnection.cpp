@@ -20,11 +20,6 @@ std::atomic<int>& lockWait()
     static std::atomic<int> milliseconds{kLockWaitMs};
     return milliseconds;
 }
-
-bool isBusy(const QSqlError& error)
-{
-    return (error.nativeErrorCode().toInt() & 0xFF) == 5; // SQLITE_BUSY
-}
 }
 
 SqliteConnection::SqliteConnection(const QString& path)
@@ -65,6 +60,11 @@ bool SqliteConnection::keepWriteAheadLog(QSqlQuery& query)
             return false;
         query.exec(QStringLiteral("COMMIT"));
     }
+}
+
+bool SqliteConnection::isBusy(const QSqlError& error)
+{
+    return (error.nativeErrorCode().toInt() & 0xFF) == 5; // SQLITE_BUSY
 }
 
 QString SqliteConnection::error() const

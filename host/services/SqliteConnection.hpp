@@ -28,6 +28,8 @@ public:
     /// Changes the file to a write-ahead log, which stays. Waits for another program's lock like any statement. False, with the
     /// reason as the query's last error.
     [[nodiscard]] static bool keepWriteAheadLog(QSqlQuery& query);
+    /// Whether another connection held a lock for too long.
+    [[nodiscard]] static bool isBusy(const QSqlError& error);
     /// For tests: how long connections made from now on wait for a lock. Returns the time before. Any thread.
     static int setLockWaitMs(int milliseconds);
 
