@@ -176,3 +176,15 @@ int MailBench::files() const
 {
     return QDir(outboxPath() + QStringLiteral("/files")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size();
 }
+
+void expectDelay(int id, const std::string& words, const std::string& pause)
+{
+    TestSupport::expectWarning("OutboxService # Message " + std::to_string(id) + " to ann@example.org is not delivered yet ("
+                               + words + "); the next attempt is in " + pause + " s");
+}
+
+void expectRefusal(int id, const std::string& words)
+{
+    TestSupport::expectWarning("OutboxService # Message " + std::to_string(id) + " to ann@example.org was refused (" + words
+                               + "); it stays in the outbox as failed");
+}

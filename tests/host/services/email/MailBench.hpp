@@ -16,6 +16,7 @@
 #include <atomic>
 #include <cstring>
 #include <memory>
+#include <string>
 
 /// Settings with which a table talks to a server of the test.
 [[nodiscard]] Host::MailSettings testSettings(const QString& server);
@@ -98,3 +99,8 @@ struct MailBench
     /// How many finished messages, or other files, are in the outbox's folder.
     [[nodiscard]] int files() const;
 };
+
+/// Announces the warning that a message is tried again: why, and in how many seconds.
+void expectDelay(int id, const std::string& words, const std::string& pause);
+/// Announces the warning that a message was refused.
+void expectRefusal(int id, const std::string& words);
