@@ -23,11 +23,5 @@ struct Parts
 };
 
 [[nodiscard]] QString compose(const Parts& parts);
-
-/// The replacement of the text template's "<links>", or, without one, what was appended. Nothing when `text` is not the filled
-/// template.
-[[nodiscard]] std::optional<QString> filledLinks(const QString& textTemplate, const QString& name, const QString& text);
-/// `text` escaped, with line breaks, and with links for web addresses.
-[[nodiscard]] QString fromText(const QString& text);
 }
 }

@@ -19,6 +19,28 @@ namespace
 {
 constexpr qint64 kLargestTemplate = 1 << 20;
 
+// The entries that are read as they stand.
+const struct
+{
+    const char* key;
+    QString MailSettings::*value;
+} kTexts[] = {{"name", &MailSettings::name},
+              {"server", &MailSettings::server},
+              {"subject", &MailSettings::subject},
+              {"filesAddress", &MailSettings::filesAddress},
+              {"largeFilesText", &MailSettings::largeFilesText},
+              {"missingFilesText", &MailSettings::missingFilesText}};
+const struct
+{
+    const char* key;
+    double MailSettings::*value;
+    double most;
+} kTimes[] = {{"connectTimeoutSeconds", &MailSettings::connectTimeoutSeconds, 3600.0},
+              {"timeoutSeconds", &MailSettings::timeoutSeconds, 86400.0},
+              {"answerSeconds", &MailSettings::answerSeconds, 3600.0},
+              {"retrySeconds", &MailSettings::retrySeconds, 3600.0},
+              {"giveUpHours", &MailSettings::giveUpHours, 10000.0}};
+
 /// The absolute path of an existing file that an entry names, or empty.
 QString fileOf(const Tavola::JsonEntries& entries, const char* key, const QString& folder)
 {
@@ -33,14 +55,13 @@ QString fileOf(const Tavola::JsonEntries& entries, const char* key, const QStrin
 
 QString contentsOf(const Tavola::JsonEntries& entries, const char* key, const QString& folder)
 {
-    const QString path = fileOf(entries, key, folder);
-    QFile source(path);
-    if (path.isEmpty())
+    QFile source(fileOf(entries, key, folder));
+    if (source.fileName().isEmpty())
         return {};
     if (!source.open(QIODevice::ReadOnly))
-        entries.skip(key, QStringLiteral("cannot read %1 (%2)").arg(path, source.errorString()));
+        entries.skip(key, QStringLiteral("cannot read %1 (%2)").arg(source.fileName(), source.errorString()));
     else if (source.size() > kLargestTemplate)
-        entries.skip(key, QStringLiteral("%1 is longer than 1 MiB").arg(path));
+        entries.skip(key, QStringLiteral("%1 is longer than 1 MiB").arg(source.fileName()));
     else
         return QString::fromUtf8(source.readAll()).replace(QLatin1String("\r\n"), QLatin1String("\n"));
     return {};
@@ -65,70 +86,45 @@ bool MailSettings::isOpenToListeners() const
 std::optional<MailSettings> MailSettings::read(const QJsonObject& entry, const QString& folder, const Report& report)
 {
     const Tavola::JsonEntries reader(entry, QString(), report);
-    reader.checkKnown({"name",
-                       "server",
-                       "startTls",
-                       "caFile",
-                       "credentials",
-                       "sender",
-                       "subject",
-                       "template",
-                       "htmlTemplate",
-                       "filesAddress",
-                       "largeFilesText",
-                       "missingFilesText",
-                       "attachmentLimitMegabytes",
-                       "connectTimeoutSeconds",
-                       "timeoutSeconds",
-                       "answerSeconds",
-                       "retrySeconds",
-                       "giveUpHours",
-                       "outboxMessages",
-                       "outboxMegabytes",
-                       "deleteRefusedDays"});
+    QStringList known;
+    for (const auto& text : kTexts)
+        known << text.key;
+    for (const auto& time : kTimes)
+        known << time.key;
+    reader.checkKnown(known
+                      + QStringList{"startTls", "caFile", "credentials", "sender", "template", "htmlTemplate",
+                                    "attachmentLimitMegabytes", "outboxMessages", "outboxMegabytes", "deleteRefusedDays"});
     MailSettings settings;
     settings.folder = folder;
-    settings.name = reader.text("name");
-    settings.server = reader.text("server");
+    for (const auto& text : kTexts)
+        settings.*text.value = reader.text(text.key, settings.*text.value);
     if (!isMailServer(settings.server)) {
-        report(QStringLiteral("server"),
-               QStringLiteral("expected an address that begins with smtp:// or smtps://, without user and password"));
+        reader.skip("server", "expected an address that begins with smtp:// or smtps://, without user and password");
         return std::nullopt;
     }
     const QJsonObject sender = entry.value(QLatin1String("sender")).toObject();
     settings.sender = {sender.value(QLatin1String("address")).toString(), sender.value(QLatin1String("name")).toString()};
     if (!isMailAddress(settings.sender.address)) {
-        report(QStringLiteral("sender"),
-               QStringLiteral("expected an object with the \"address\" that messages come from, and a \"name\" if you like"));
+        reader.skip("sender", "expected an object with the \"address\" that messages come from, and a \"name\" if you like");
         return std::nullopt;
     }
-
-    const QString startTls = reader.text("startTls", QStringLiteral("required"));
-    if (startTls == QLatin1String("if-offered"))
-        settings.startTls = StartTls::IfOffered;
-    else if (startTls == QLatin1String("never"))
-        settings.startTls = StartTls::Never;
-    else if (startTls != QLatin1String("required"))
-        report(QStringLiteral("startTls"), QStringLiteral("expected \"required\", \"if-offered\" or \"never\""));
-
-    settings.caFile = fileOf(reader, "caFile", folder);
-    settings.credentialsFile = fileOf(reader, "credentials", folder);
-    settings.subject = reader.text("subject", QStringLiteral("What you collected"));
-    settings.textTemplate = contentsOf(reader, "template", folder);
-    settings.htmlTemplate = contentsOf(reader, "htmlTemplate", folder);
-    settings.filesAddress = reader.text("filesAddress");
     if (!settings.filesAddress.isEmpty() && !settings.filesAddress.endsWith(QLatin1Char('/')))
         settings.filesAddress += QLatin1Char('/');
-    settings.largeFilesText = reader.text("largeFilesText", QStringLiteral("These files are too large for an e-mail:"));
-    settings.missingFilesText = reader.text("missingFilesText", QStringLiteral("These files could not be read and are missing:"));
+
+    const QStringList encryptions{"required", "if-offered", "never"};
+    const int encryption = encryptions.indexOf(reader.text("startTls", encryptions.first()));
+    settings.startTls = StartTls(std::max(0, encryption));
+    if (encryption < 0)
+        reader.skip("startTls", "expected \"required\", \"if-offered\" or \"never\"");
+    settings.caFile = fileOf(reader, "caFile", folder);
+    settings.credentialsFile = fileOf(reader, "credentials", folder);
+    settings.textTemplate = contentsOf(reader, "template", folder);
+    settings.htmlTemplate = contentsOf(reader, "htmlTemplate", folder);
+    for (const auto& time : kTimes)
+        settings.*time.value = reader.positive(time.key, settings.*time.value, time.most);
     constexpr double kMega = 1e6;
     settings.attachmentLimitBytes =
         qint64(reader.number("attachmentLimitMegabytes", double(settings.attachmentLimitBytes) / kMega, 1e6) * kMega);
-    settings.connectTimeoutSeconds = reader.positive("connectTimeoutSeconds", settings.connectTimeoutSeconds, 3600.0);
-    settings.timeoutSeconds = reader.positive("timeoutSeconds", settings.timeoutSeconds, 86400.0);
-    settings.answerSeconds = reader.positive("answerSeconds", settings.answerSeconds, 3600.0);
-    settings.retrySeconds = reader.positive("retrySeconds", settings.retrySeconds, 3600.0);
-    settings.giveUpHours = reader.positive("giveUpHours", settings.giveUpHours, 10000.0);
     settings.mostMessages = std::max(1, int(reader.positive("outboxMessages", settings.mostMessages, 1e6)));
     settings.mostBytes = qint64(reader.positive("outboxMegabytes", double(settings.mostBytes) / kMega, 1e6) * kMega);
     settings.deleteRefusedDays = reader.number("deleteRefusedDays", settings.deleteRefusedDays, 10000.0);

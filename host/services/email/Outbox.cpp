@@ -1,15 +1,15 @@
 #include "Outbox.hpp"
 
-#include "../SqliteConnection.hpp"
-#include "../SqliteTransaction.hpp"
+#include "../SqliteSchema.hpp"
 #include "OutboxSchema.hpp"
 
 #include <Bedrock/Trace.hpp>
 
 #include <QDir>
 #include <QFile>
-#include <QSqlQuery>
-#include <QVariant>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QUuid>
 
 #include <algorithm>
 #include <utility>
@@ -29,20 +29,11 @@ constexpr auto kFailed = int(OutboxMessage::State::Failed);
 OutboxMessage messageOf(const QSqlQuery& row)
 {
     int column = 0;
-    const auto next = [&] { return row.value(column++); };
-    OutboxMessage message;
-    message.id = next().toLongLong();
-    message.messageId = next().toString();
-    message.createdMs = next().toLongLong();
-    message.queuedSinceMs = next().toLongLong();
-    message.state = OutboxMessage::State(next().toInt());
-    message.attempts = next().toInt();
-    message.nextAttemptMs = next().toLongLong();
-    message.lastError = next().toString();
-    message.sender = next().toString();
-    message.file = next().toString();
-    message.sizeBytes = next().toLongLong();
-    return message;
+    const auto number = [&] { return row.value(column++).toLongLong(); };
+    const auto text = [&] { return row.value(column++).toString(); };
+    // Evaluated from left to right.
+    return {number(), text(), number(), number(), OutboxMessage::State(number()), int(number()), number(), text(),
+            text(),   text(), number(), {}};
 }
 }
 
@@ -63,10 +54,7 @@ std::chrono::milliseconds OutboxSummary::pause(qint64 nowMs) const
     return std::min(std::chrono::milliseconds(nextAttemptMs - nowMs), kReadingPause);
 }
 
-Outbox::Outbox(const QString& folder)
-    : m_folder(folder), m_path(folder + QStringLiteral("/outbox.sqlite")), m_files(folder + QStringLiteral("/files"))
-{
-}
+Outbox::Outbox(const QString& folder) : m_folder(folder), m_database(folder + QStringLiteral("/outbox.sqlite")) {}
 
 Outbox::~Outbox()
 {
@@ -75,23 +63,24 @@ Outbox::~Outbox()
 
 std::unique_ptr<Outbox> Outbox::open(const QString& folder, QString& error)
 {
-    if (!QDir().mkpath(folder + QStringLiteral("/files"))) {
-        error =
-            QStringLiteral(
-                "cannot make the folder %1/files; check that all above it are folders, and let this user write the last of them")
-                .arg(folder);
-        return nullptr;
-    }
-    if (QFileInfo(folder + QStringLiteral("/files")).isSymLink()) {
-        error =
-            QStringLiteral("%1/files is a link, through which nothing is removed; give the data folder itself another place with "
-                           "--data")
-                .arg(folder);
-        return nullptr;
-    }
     std::unique_ptr<Outbox> outbox(new Outbox(folder));
-    const bool isReady = OutboxSchema::prepare(
-        outbox->m_path, outbox->m_files, [&] { return outbox->lock(); }, error);
+    const QString files = folder + QStringLiteral("/files");
+    if (!QDir().mkpath(files)) {
+        error = QStringLiteral(
+                    "cannot make the folder %1; check that all above it are folders, and let this user write the last of them")
+                    .arg(files);
+        return nullptr;
+    }
+    if (QFileInfo(files).isSymLink()) {
+        error = QStringLiteral("%1 is a link, through which nothing is removed; give the data folder itself another place with "
+                               "--data")
+                    .arg(files);
+        return nullptr;
+    }
+    const auto change = [&outbox](SqliteTransaction& transaction, int found, QString& fault) {
+        return OutboxSchema::change(transaction, found, *outbox, fault);
+    };
+    const bool isReady = SqliteSchema{"an outbox", OutboxSchema::kVersion, change}.prepare(outbox->m_database, error);
     outbox->unlock();
     return isReady ? std::move(outbox) : nullptr;
 }
@@ -115,22 +104,54 @@ void Outbox::unlock()
 
 bool Outbox::recover()
 {
-    SqliteTransaction transaction = writing();
+    SqliteTransaction transaction = begin(Kind::Write, "write");
     transaction.run("UPDATE messages SET state = ?, next_attempt = 0 WHERE state = ?", {kQueued, kSending});
     return transaction.commit();
 }
 
 void Outbox::removeOrphans() const
 {
-    SqliteTransaction transaction = reading();
-    QStringList names;
-    if (transaction.run("SELECT file FROM messages", {}, [&names](const QSqlQuery& row) { names << row.value(0).toString(); }))
-        m_files.removeAllBut(names);
+    SqliteTransaction transaction = begin(Kind::Read, "read");
+    QStringList orphans = QDir(path(QString())).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    if (transaction.run("SELECT file FROM messages", {},
+                        [&orphans](const QSqlQuery& row) { orphans.removeOne(row.value(0).toString()); }))
+        for (const QString& orphan : orphans)
+            removeFile(orphan);
+}
+
+QString Outbox::newFile()
+{
+    return QUuid::createUuid().toString(QUuid::WithoutBraces) + QStringLiteral(".eml");
+}
+
+QString Outbox::path(const QString& file) const
+{
+    return m_folder + QStringLiteral("/files/") + file;
+}
+
+void Outbox::removeFile(const QString& file) const
+{
+    static const QRegularExpression own(QStringLiteral("\\A[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}(\\.eml)?\\z"));
+    constexpr int kFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    const QByteArray name = file.toLatin1();
+    const int files = own.match(file).hasMatch() ? ::open(QFile::encodeName(m_folder + "/files").constData(), kFolder) : -1;
+    if (files < 0)
+        return;
+    if (name.endsWith(".eml")) {
+        ::unlinkat(files, name.constData(), 0);
+    } else if (const int copies = ::openat(files, name.constData(), kFolder); copies >= 0) {
+        // The numbered copies that version 1 had for each message.
+        for (int number = 0; ::unlinkat(copies, QByteArray::number(number).constData(), 0) == 0;)
+            ++number;
+        ::close(copies);
+        ::unlinkat(files, name.constData(), AT_REMOVEDIR);
+    }
+    ::close(files);
 }
 
 Outbox::Added Outbox::add(OutboxMessage& message, const Limits& limits)
 {
-    SqliteTransaction transaction = writing();
+    SqliteTransaction transaction = begin(Kind::Write, "write");
     bool isFull = false;
     transaction.run("SELECT COUNT(*), TOTAL(size) FROM messages", {}, [&](const QSqlQuery& row) {
         isFull = row.value(0).toInt() >= limits.messages || row.value(1).toLongLong() + message.sizeBytes > limits.bytes;
@@ -149,8 +170,7 @@ Outbox::Added Outbox::add(OutboxMessage& message, const Limits& limits)
     return commit(transaction) ? Added::Yes : Added::Fault;
 }
 
-std::optional<std::vector<OutboxMessage>> Outbox::select(SqliteTransaction& transaction, const QString& condition,
-                                                         std::initializer_list<QVariant> values) const
+std::optional<std::vector<OutboxMessage>> Outbox::select(SqliteTransaction& transaction, const QString& condition, Values values)
 {
     std::vector<OutboxMessage> result;
     transaction.run("SELECT id, message_id, created, queued_since, state, attempts, next_attempt, last_error, sender_address, "
@@ -168,35 +188,27 @@ std::optional<std::vector<OutboxMessage>> Outbox::select(SqliteTransaction& tran
 
 std::optional<std::vector<OutboxMessage>> Outbox::messages() const
 {
-    SqliteTransaction transaction = reading();
+    SqliteTransaction transaction = begin(Kind::Read, "read");
     return select(transaction, "ORDER BY id", {});
 }
 
 std::optional<OutboxSummary> Outbox::summary(qint64 nowMs) const
 {
     OutboxSummary summary;
-    const auto addRow = [&summary](const QSqlQuery& row) {
-        const auto state = OutboxMessage::State(row.value(0).toInt());
-        (state == OutboxMessage::State::Queued       ? summary.queued
-             : state == OutboxMessage::State::Failed ? summary.failed
-                                                     : summary.sending) = row.value(1).toInt();
-        const qint64 createdMs = row.value(2).toLongLong();
-        summary.oldestMs = summary.oldestMs == 0 ? createdMs : std::min(summary.oldestMs, createdMs);
-        if (state == OutboxMessage::State::Queued)
-            summary.nextAttemptMs = row.value(3).toLongLong();
-        summary.bytes += row.value(4).toLongLong();
-    };
-    SqliteTransaction transaction = reading();
-    transaction.run("SELECT state, COUNT(*), MIN(created), MIN(CASE WHEN next_attempt > ? THEN 0 ELSE next_attempt END), "
-                    "TOTAL(size) FROM messages GROUP BY state",
-                    {nowMs + kLongestPauseMs}, addRow);
+    SqliteTransaction transaction = begin(Kind::Read, "read");
+    transaction.run("SELECT TOTAL(state = ?), TOTAL(state = ?), TOTAL(state = ?), MIN(created), TOTAL(size), "
+                    "MIN(CASE WHEN state <> ? THEN NULL WHEN next_attempt > ? THEN 0 ELSE next_attempt END) FROM messages",
+                    {kQueued, kSending, kFailed, kQueued, nowMs + kLongestPauseMs}, [&summary](const QSqlQuery& row) {
+                        summary = {row.value(0).toInt(),      row.value(1).toInt(),      row.value(2).toInt(),
+                                   row.value(3).toLongLong(), row.value(5).toLongLong(), row.value(4).toLongLong()};
+                    });
     return transaction ? std::optional(summary) : std::nullopt;
 }
 
 std::optional<OutboxMessage> Outbox::claimDue(qint64 nowMs, Which which)
 {
     // Read first, then marked, in one transaction: what cannot be read stays queued.
-    SqliteTransaction transaction = writing("take a message from");
+    SqliteTransaction transaction = begin(Kind::Write, "take a message from");
     auto due = select(transaction,
                       "WHERE state = ? AND (next_attempt <= ? OR next_attempt > ?) AND (attempts = 0 OR ?) "
                       "ORDER BY next_attempt, id LIMIT 1",
@@ -208,19 +220,30 @@ std::optional<OutboxMessage> Outbox::claimDue(qint64 nowMs, Which which)
     return std::move(due->front());
 }
 
+std::optional<int> Outbox::erase(const QString& condition, Values values)
+{
+    QStringList files;
+    SqliteTransaction transaction = begin(Kind::Write, "write");
+    transaction.run("SELECT file FROM messages WHERE " + condition, values,
+                    [&files](const QSqlQuery& row) { files << row.value(0).toString(); });
+    if (transaction && files.isEmpty())
+        return 0;
+    transaction.run("DELETE FROM messages WHERE " + condition, values);
+    if (!commit(transaction))
+        return std::nullopt;
+    for (const QString& file : files)
+        removeFile(file);
+    return files.size();
+}
+
 bool Outbox::remove(const OutboxMessage& message)
 {
-    SqliteTransaction transaction = writing();
-    transaction.run("DELETE FROM messages WHERE id = ?", {message.id});
-    const bool isRemoved = commit(transaction);
-    if (isRemoved)
-        m_files.remove(message.file);
-    return isRemoved;
+    return erase("id = ?", {message.id}).has_value();
 }
 
 bool Outbox::update(const OutboxMessage& message)
 {
-    SqliteTransaction transaction = writing();
+    SqliteTransaction transaction = begin(Kind::Write, "write");
     transaction.run(
         "UPDATE messages SET state = ?, attempts = ?, next_attempt = ?, queued_since = ?, last_error = ? WHERE id = ?",
         {int(message.state), message.attempts, message.nextAttemptMs, message.queuedSinceMs, message.lastError, message.id});
@@ -233,25 +256,13 @@ bool Outbox::update(const OutboxMessage& message)
 
 int Outbox::removeFailed(qint64 beforeMs)
 {
-    // A message that was made by an earlier version has 0, or the time of its last attempt, as the time when it failed.
-    const QString condition = "FROM messages WHERE state = ? AND MAX(queued_since, next_attempt) < ?";
-    QStringList files;
-    SqliteTransaction transaction = writing();
-    transaction.run("SELECT file " + condition, {kFailed, beforeMs},
-                    [&files](const QSqlQuery& row) { files << row.value(0).toString(); });
-    if (files.isEmpty())
-        return 0;
-    transaction.run("DELETE " + condition, {kFailed, beforeMs});
-    if (!commit(transaction))
-        return 0;
-    for (const QString& file : files)
-        m_files.remove(file);
-    return files.size();
+    // A message of version 1 has 0, or the time of its last attempt, as the time when it failed.
+    return erase("state = ? AND MAX(queued_since, next_attempt) < ?", {kFailed, beforeMs}).value_or(0);
 }
 
 bool Outbox::retry(qint64 id, qint64 nowMs)
 {
-    SqliteTransaction transaction = writing();
+    SqliteTransaction transaction = begin(Kind::Write, "write");
     if (!transaction.run(
             "UPDATE messages SET state = ?, attempts = 0, next_attempt = 0, queued_since = ? WHERE id = ? AND state <> ?",
             {kQueued, nowMs, id, kSending})
@@ -265,44 +276,22 @@ bool Outbox::retry(qint64 id, qint64 nowMs)
 bool Outbox::drop(qint64 id)
 {
     const bool isIdle = m_lock < 0 && lock(); // no program sends
-    QString file;
-    bool isDropped = false;
-    {
-        SqliteTransaction transaction = writing();
-        transaction.run("SELECT file FROM messages WHERE id = ?", {id},
-                        [&file](const QSqlQuery& row) { file = row.value(0).toString(); });
-        isDropped = transaction.run("DELETE FROM messages WHERE id = ? AND (state <> ? OR ?)", {id, kSending, isIdle})
-            && transaction.changedRows() == 1 && transaction.commit();
-    }
+    const bool isDropped = erase("id = ? AND (state <> ? OR ?)", {id, kSending, isIdle}) == 1;
     if (isIdle)
         unlock();
-    if (isDropped)
-        m_files.remove(file);
     return isDropped;
 }
 
-SqliteTransaction Outbox::reading() const
+SqliteTransaction Outbox::begin(Kind kind, const char* what) const
 {
-    return {m_path, SqliteTransaction::Kind::Read,
-            [this](const QString& reason, const QString& remedy) { warnAbout("read", reason + "; " + remedy); }};
-}
-
-SqliteTransaction Outbox::writing(const char* what) const
-{
-    return {m_path, SqliteTransaction::Kind::Write,
-            [this, what](const QString& reason, const QString& remedy) { warnAbout(what, reason + "; " + remedy); }};
-}
-
-void Outbox::warnAbout(const char* what, const QString& detail) const
-{
-    const QString warning = QStringLiteral("Outbox # Failed to %1 %2 (%3)").arg(QLatin1String(what), m_path, detail);
-    {
-        const std::lock_guard lock(m_warningsMutex);
-        if (m_warnings.contains(warning))
-            return;
-        m_warnings << warning;
-    }
-    Bedrock::Trace::warning("%s", warning.toUtf8().constData());
+    return {m_database, kind, [this, what](const QString& reason, const QString& remedy) {
+                const QString warning = QStringLiteral("Outbox # Failed to %1 %2 (%3; %4)").arg(what, m_database, reason, remedy);
+                const std::lock_guard lock(m_warningsMutex);
+                if (m_warnings.contains(warning))
+                    return;
+                m_warnings << warning;
+                Bedrock::Trace::warning("%s", warning.toUtf8().constData());
+            }};
 }
 
 bool Outbox::commit(SqliteTransaction& transaction) const

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OutboxFiles.hpp"
+#include "../SqliteTransaction.hpp"
 #include "OutboxMessage.hpp"
 
 #include <QString>
@@ -13,12 +13,8 @@
 #include <optional>
 #include <vector>
 
-class QVariant;
-
 namespace Host
 {
-class SqliteTransaction;
-
 /// An outbox in a few numbers.
 struct OutboxSummary
 {
@@ -37,7 +33,7 @@ struct OutboxSummary
     [[nodiscard]] std::chrono::milliseconds pause(qint64 nowMs) const;
 };
 
-/// The messages that a table has accepted and not yet delivered, in a folder: a SQLite file and the finished messages.
+/// The messages that a table has accepted and not yet delivered, in a folder: a SQLite file, and a finished file for each.
 ///
 ///     accepted -> sending -> gone (delivered)
 ///                    |  ^
@@ -69,7 +65,8 @@ public:
         Fault ///< it could not be written
     };
 
-    /// Opens or makes the folder. Null, with the reason in `error`, when that fails or the file in it is something else.
+    /// Opens or makes the folder; an outbox of version 1 is brought up to date. Null, with the reason in `error`, when that
+    /// fails or the file in it is something else.
     [[nodiscard]] static std::unique_ptr<Outbox> open(const QString& folder, QString& error);
     ~Outbox();
     Outbox(const Outbox&) = delete;
@@ -77,13 +74,18 @@ public:
 
     /// Makes this the one that sends. The lock ends with the object or the process, however that ends.
     [[nodiscard]] bool lock();
-    /// For the holder of the lock, before the first message is claimed: queues again what was being sent. False when that could
-    /// not be written; nothing must be claimed then.
+    /// For the holder of the lock, while nothing is being sent: queues again what was. False when that could not be written.
     [[nodiscard]] bool recover();
-    /// For the holder of the lock, while no message is being added: removes files that belong to no message.
+    /// For the holder of the lock, while no message is composed: removes files that belong to no message. Files of names that
+    /// `newFile` does not give are left alone.
     void removeOrphans() const;
 
-    [[nodiscard]] const OutboxFiles& files() const noexcept { return m_files; }
+    /// The name of a finished message that is to be written, never used before: "0b5c….eml".
+    [[nodiscard]] static QString newFile();
+    /// Where the finished message of this name is.
+    [[nodiscard]] QString path(const QString& file) const;
+    /// Removes a finished message. Nothing is removed through a symbolic link.
+    void removeFile(const QString& file) const;
 
     /// Accepts a message with a finished file, in the state it has, and gives it its number.
     [[nodiscard]] Added add(OutboxMessage& message, const Limits& limits);
@@ -109,20 +111,23 @@ public:
     [[nodiscard]] bool drop(qint64 id);
 
 private:
+    using Kind = SqliteTransaction::Kind;
+    using Values = std::initializer_list<QVariant>;
+
     explicit Outbox(const QString& folder);
-    /// The messages of the statement "SELECT ... FROM messages" + `condition`, complete. Nothing when any of it cannot be read.
-    [[nodiscard]] std::optional<std::vector<OutboxMessage>> select(SqliteTransaction& transaction, const QString& condition,
-                                                                   std::initializer_list<QVariant> values) const;
-    [[nodiscard]] SqliteTransaction reading() const;
-    [[nodiscard]] SqliteTransaction writing(const char* what = "write") const;
     void unlock();
-    void warnAbout(const char* what, const QString& detail) const;
+    /// `what` is tried, for a warning: "write".
+    [[nodiscard]] SqliteTransaction begin(Kind kind, const char* what) const;
     /// Commits; faults that were logged before are over and would be logged again.
     [[nodiscard]] bool commit(SqliteTransaction& transaction) const;
+    /// The messages that meet a condition, complete. Nothing when any of it cannot be read.
+    [[nodiscard]] static std::optional<std::vector<OutboxMessage>> select(SqliteTransaction& transaction,
+                                                                          const QString& condition, Values values);
+    /// Deletes the messages that meet a condition, then their files. Returns their number; nothing when they stay.
+    std::optional<int> erase(const QString& condition, Values values);
 
-    QString m_folder;
-    QString m_path;
-    OutboxFiles m_files;
+    const QString m_folder;
+    const QString m_database;
     int m_lock = -1;
     mutable std::mutex m_warningsMutex;
     mutable QStringList m_warnings; ///< those that were logged already

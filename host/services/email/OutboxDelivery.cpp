@@ -7,17 +7,20 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace Host
 {
 namespace
 {
+using Outcome = SmtpSender::Outcome;
+using State = OutboxMessage::State;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 constexpr std::size_t kMostAttempts = 3;
 constexpr double kLongestPauseSeconds = double(Outbox::kLongestPauseMs) / 1000.0;
-constexpr double kDayMs = 86'400'000.0;
+constexpr double kHourMs = 3'600'000.0;
 
 QJsonValue isoTime(qint64 ms)
 {
@@ -36,25 +39,25 @@ OutboxDelivery::OutboxDelivery(const MailSettings& settings, const MailCredentia
 
 void OutboxDelivery::accept(OutboxMessage message, Promise promise)
 {
+    std::unique_lock lock(m_answersMutex);
     const auto added = m_outbox.add(message, {m_settings.mostMessages, m_settings.mostBytes});
     if (added == Outbox::Added::Yes) {
         const milliseconds wait(qint64(m_settings.answerSeconds * 1000.0));
-        m_answers.emplace(message.id, Answer{std::move(promise), steady_clock::now() + wait});
-        m_nextReading = steady_clock::now();
-        return;
+        m_answers.emplace(message.id, Answer{std::move(promise), steady_clock::now() + wait, std::nullopt});
+        return wake();
     }
-    m_outbox.files().remove(message.file);
+    lock.unlock();
+    m_outbox.removeFile(message.file);
     if (added == Outbox::Added::Fault)
         return refuse(std::move(promise), QStringLiteral("the message cannot be kept"));
     const QString reason = QStringLiteral("the outbox is full, so the message was not sent");
     noteError(reason);
-    m_warnings.log(
-        "Failed to accept a message",
-        QStringLiteral("the outbox is full: at most %1 messages and %2 MB; delete some with \"tavola mail drop\", have "
-                       "the mail server accept the others, or raise \"outboxMessages\" or \"outboxMegabytes\"")
-            .arg(m_settings.mostMessages)
-            .arg(m_settings.mostBytes / 1'000'000)
-            .toStdString());
+    m_warnings.log("Failed to accept a message",
+                   QStringLiteral("the outbox is full: at most %1 messages and %2 MB; delete some with \"tavola mail drop\", "
+                                  "have the mail server accept the others, or raise \"outboxMessages\" or \"outboxMegabytes\"")
+                       .arg(m_settings.mostMessages)
+                       .arg(m_settings.mostBytes / 1'000'000)
+                       .toStdString());
     complete(promise, {false, reason});
 }
 
@@ -67,17 +70,18 @@ void OutboxDelivery::refuse(Promise promise, const QString& reason)
 
 void OutboxDelivery::turn()
 {
-    if (m_isWoken.exchange(false))
-        m_nextReading = steady_clock::now();
+    if (m_isStopped)
+        m_sender.stop();
     for (SmtpSender::Ended& ended : m_sender.proceed(longestWait()))
         conclude(std::move(ended));
-    if (steady_clock::now() >= m_nextReading)
+    if (m_isWoken.exchange(false) || steady_clock::now() >= m_nextReading)
         readOutbox();
-    completeOverdue();
+    completeAnswers(steady_clock::now());
 }
 
 milliseconds OutboxDelivery::longestWait() const
 {
+    const std::lock_guard lock(m_answersMutex);
     Time next = m_nextReading;
     for (const auto& [id, answer] : m_answers)
         next = std::min(next, answer.deadline);
@@ -90,157 +94,130 @@ void OutboxDelivery::wake()
     m_sender.wake();
 }
 
-/// Claims what is due, and publishes the numbers; what was completed meanwhile is answered when they show it.
+/// Claims what is due, deletes what is too old, and publishes the numbers.
 void OutboxDelivery::readOutbox()
 {
-    if (writeEndings() && !m_isStopped)
-        claim();
-    deleteFailed();
-    const qint64 nowMs = m_clock();
-    const auto summary = m_outbox.summary(nowMs);
-    m_nextReading = steady_clock::now() + (summary ? summary->pause(nowMs) : OutboxSummary::kReadingPause);
-    if (summary) {
-        const std::lock_guard lock(m_mutex);
-        m_summary = *summary;
-    }
-    for (auto& [promise, status] : std::exchange(m_outcomes, {}))
-        complete(promise, status);
-}
-
-void OutboxDelivery::claim()
-{
-    while (m_sender.count() < kMostAttempts) {
+    const bool isWritten = writeEndings();
+    while (isWritten && !m_isStopped && m_sender.count() < kMostAttempts) {
         auto message = m_outbox.claimDue(m_clock(), m_triedBefore > 0 ? Outbox::Which::Untried : Outbox::Which::All);
         if (!message)
-            return;
+            break;
         m_triedBefore += message->attempts > 0 ? 1 : 0;
-        const QString path = m_outbox.files().path(message->file);
+        const QString path = m_outbox.path(message->file);
         m_sender.begin(std::move(*message), path);
     }
+    const qint64 nowMs = m_clock();
+    const double days = m_settings.deleteRefusedDays;
+    const int deleted = days > 0.0 && m_summary.failed > 0 ? m_outbox.removeFailed(nowMs - qint64(days * 24.0 * kHourMs)) : 0;
+    if (deleted > 0)
+        Bedrock::Trace::info("OutboxService # Deleted %d messages that had failed %g days before", deleted, days);
+    const auto summary = m_outbox.summary(nowMs);
+    m_nextReading = steady_clock::now() + (summary ? summary->pause(nowMs) : OutboxSummary::kReadingPause);
+    const std::lock_guard lock(m_stateMutex);
+    m_summary = summary.value_or(m_summary);
 }
 
 void OutboxDelivery::conclude(SmtpSender::Ended ended)
 {
-    m_nextReading = steady_clock::now();
-    Ending ending{Ending::Kind::Delivered, std::move(ended.message)};
-    OutboxMessage& message = ending.message;
+    OutboxMessage& message = ended.message;
     m_triedBefore -= message.attempts > 0 ? 1 : 0;
-    if (ended.outcome != SmtpSender::Outcome::Delivered) {
+    if (ended.outcome != Outcome::Delivered) {
         const qint64 nowMs = m_clock();
         message.queuedSinceMs = std::min(message.queuedSinceMs, nowMs); // the clock may have been wrong
+        const bool isRefused = ended.outcome == Outcome::Refused;
+        const bool isGivenUp = !isRefused && double(nowMs - message.queuedSinceMs) / kHourMs >= m_settings.giveUpHours;
+        message.state = isRefused || isGivenUp ? State::Failed : State::Queued;
+        message.attempts += isGivenUp ? 0 : 1;
         message.lastError = ended.words;
         noteError(ended.words);
-        const bool isTooOld = double(nowMs - message.queuedSinceMs) / 3.6e6 >= m_settings.giveUpHours;
-        ending.kind = ended.outcome == SmtpSender::Outcome::Refused ? Ending::Kind::Refused
-            : isTooOld                                              ? Ending::Kind::GivenUp
-                                                                    : Ending::Kind::PutOff;
-        message.state = ending.kind == Ending::Kind::PutOff ? OutboxMessage::State::Queued : OutboxMessage::State::Failed;
-        if (ending.kind == Ending::Kind::PutOff)
-            ending.pauseSeconds = std::min(m_settings.retrySeconds * std::exp2(message.attempts), kLongestPauseSeconds);
-        if (ending.kind != Ending::Kind::GivenUp)
-            ++message.attempts;
     }
-    const bool isFailure = ending.kind == Ending::Kind::Refused || ending.kind == Ending::Kind::GivenUp;
-    if (auto answer = m_answers.extract(message.id))
-        m_outcomes.emplace_back(std::move(answer.mapped().promise), Status{!isFailure, isFailure ? ended.words : QString()});
-    m_unwritten.push_back(std::move(ending));
+    {
+        const std::lock_guard lock(m_answersMutex);
+        const bool isFailed = message.state == State::Failed;
+        if (const auto answer = m_answers.find(message.id); answer != m_answers.end())
+            answer->second.status = Status{!isFailed, isFailed ? ended.words : QString()};
+    }
+    m_unwritten.push_back(std::move(ended));
+    m_nextReading = steady_clock::now();
 }
 
+/// Returns whether everything is written, also what an earlier program left.
 bool OutboxDelivery::writeEndings()
 {
     m_isRecovered = m_isRecovered || m_outbox.recover();
     while (m_isRecovered && !m_unwritten.empty() && write(m_unwritten.front())) {
-        log(m_unwritten.front());
-        m_unwritten.erase(m_unwritten.begin());
+        m_unwritten.pop_front();
+        m_warnedOf -= m_warnedOf > 0 ? 1 : 0;
     }
-    warnOfUnwritten();
+    for (; m_warnedOf < m_unwritten.size(); ++m_warnedOf) {
+        const SmtpSender::Ended& ended = m_unwritten[m_warnedOf];
+        const char* const outcome = ended.outcome == Outcome::Delivered ? "it is delivered"
+            : ended.outcome == Outcome::Refused                         ? "it was refused: "
+                                                                        : "it is not delivered: ";
+        Bedrock::Trace::warning("OutboxService # Failed to write what became of message %lld to %s (%s%s); nothing else is sent "
+                                "until that is written",
+                                static_cast<long long>(ended.message.id), ended.message.recipientNames().toUtf8().constData(),
+                                outcome, ended.words.toUtf8().constData());
+    }
     return m_isRecovered && m_unwritten.empty();
 }
 
-bool OutboxDelivery::write(Ending& ending) const
+/// Writes and logs what became of an attempt.
+bool OutboxDelivery::write(SmtpSender::Ended& ended)
 {
-    if (ending.kind == Ending::Kind::Delivered)
-        return m_outbox.remove(ending.message);
-    // The pause begins when it is written, as the log line says; it is 0 for a message that has failed.
-    ending.message.nextAttemptMs = m_clock() + qint64(ending.pauseSeconds * 1000.0);
-    return m_outbox.update(ending.message);
-}
-
-void OutboxDelivery::warnOfUnwritten()
-{
-    for (Ending& ending : m_unwritten) {
-        if (std::exchange(ending.isLogged, true))
-            continue;
-        const QString what = ending.kind == Ending::Kind::Delivered ? QStringLiteral("it is delivered")
-            : ending.kind == Ending::Kind::Refused ? QStringLiteral("it was refused: ") + ending.message.lastError
-                                                   : QStringLiteral("it is not delivered: ") + ending.message.lastError;
-        Bedrock::Trace::warning(
-            "OutboxService # Failed to write what became of message %lld to %s (%s); nothing else is sent until that is written",
-            static_cast<long long>(ending.message.id), ending.message.recipientNames().toUtf8().constData(),
-            what.toUtf8().constData());
-    }
-}
-
-void OutboxDelivery::log(const Ending& ending) const
-{
-    const auto id = static_cast<long long>(ending.message.id);
-    const QByteArray names = ending.message.recipientNames().toUtf8();
-    const QByteArray words = ending.message.lastError.toUtf8();
-    switch (ending.kind) {
-    case Ending::Kind::Delivered:
+    OutboxMessage& message = ended.message;
+    const double pauseSeconds = message.state == State::Queued
+        ? std::min(m_settings.retrySeconds * std::exp2(message.attempts - 1), kLongestPauseSeconds)
+        : 0.0;
+    message.nextAttemptMs = m_clock() + qint64(pauseSeconds * 1000.0); // of a failed message: when it failed
+    if (!(ended.outcome == Outcome::Delivered ? m_outbox.remove(message) : m_outbox.update(message)))
+        return false;
+    const auto id = static_cast<long long>(message.id);
+    const QByteArray names = message.recipientNames().toUtf8();
+    const QByteArray words = ended.words.toUtf8();
+    if (ended.outcome == Outcome::Delivered)
         Bedrock::Trace::info("OutboxService # Delivered message %lld to %s", id, names.constData());
-        break;
-    case Ending::Kind::PutOff:
+    else if (message.state == State::Queued)
         Bedrock::Trace::warning("OutboxService # Message %lld to %s is not delivered yet (%s); the next attempt is in %g s", id,
-                                names.constData(), words.constData(), ending.pauseSeconds);
-        break;
-    case Ending::Kind::GivenUp:
+                                names.constData(), words.constData(), pauseSeconds);
+    else if (ended.outcome == Outcome::Refused)
+        Bedrock::Trace::warning("OutboxService # Message %lld to %s was refused (%s); it stays in the outbox as failed", id,
+                                names.constData(), words.constData());
+    else
         Bedrock::Trace::warning(
             "OutboxService # Message %lld to %s is given up after %g hours (%s); it stays in the outbox as failed", id,
             names.constData(), m_settings.giveUpHours, words.constData());
-        break;
-    case Ending::Kind::Refused:
-        Bedrock::Trace::warning("OutboxService # Message %lld to %s was refused (%s); it stays in the outbox as failed", id,
-                                names.constData(), words.constData());
-        break;
-    }
-}
-
-void OutboxDelivery::deleteFailed()
-{
-    if (m_settings.deleteRefusedDays <= 0.0 || m_summary.failed == 0)
-        return;
-    const int deleted = m_outbox.removeFailed(m_clock() - qint64(m_settings.deleteRefusedDays * kDayMs));
-    if (deleted > 0)
-        Bedrock::Trace::info("OutboxService # Deleted %d messages that had failed %g days before", deleted,
-                             m_settings.deleteRefusedDays);
+    return true;
 }
 
 void OutboxDelivery::noteError(const QString& words)
 {
     const qint64 nowMs = m_clock();
-    const std::lock_guard lock(m_mutex);
+    const std::lock_guard lock(m_stateMutex);
     m_lastError = words;
     m_lastErrorMs = nowMs;
 }
 
-void OutboxDelivery::completeOverdue()
+/// Completes the answers whose attempt has ended, and those that are due.
+void OutboxDelivery::completeAnswers(Time now)
 {
-    std::vector<Promise> overdue;
-    const Time now = steady_clock::now();
-    for (auto it = m_answers.begin(); it != m_answers.end();) {
-        if (it->second.deadline > now) {
-            ++it;
-            continue;
+    std::vector<Answer> due;
+    {
+        const std::lock_guard lock(m_answersMutex);
+        for (auto it = m_answers.begin(); it != m_answers.end();) {
+            if (it->second.status || it->second.deadline <= now) {
+                due.push_back(std::move(it->second));
+                it = m_answers.erase(it);
+            } else {
+                ++it;
+            }
         }
-        overdue.push_back(std::move(it->second.promise));
-        it = m_answers.erase(it);
     }
-    for (Promise& promise : overdue)
-        complete(promise, {true, QString()});
+    for (Answer& answer : due)
+        complete(answer.promise, answer.status.value_or(Status{true, QString()}));
 }
 
-void OutboxDelivery::complete(Promise& promise, const Status& status) const
+void OutboxDelivery::complete(Promise& promise, const Status& status)
 {
     Bedrock::guarded("OutboxService # Failed to hand over an outcome", [&] { promise.setValue(status); });
 }
@@ -248,27 +225,21 @@ void OutboxDelivery::complete(Promise& promise, const Status& status) const
 void OutboxDelivery::stop()
 {
     m_isStopped = true;
-    for (OutboxMessage& message : m_sender.stop()) {
-        message.state = OutboxMessage::State::Queued;
-        message.nextAttemptMs = 0;
-        // Where this cannot be written, the next program does it as after a crash.
-        static_cast<void>(m_outbox.update(message));
-    }
+    wake();
 }
 
 void OutboxDelivery::finish()
 {
-    stop();
+    for (stop(); m_sender.count() > 0;)
+        turn();
     writeEndings();
-    for (auto& [promise, status] : std::exchange(m_outcomes, {}))
-        complete(promise, status);
-    for (auto& [id, answer] : std::exchange(m_answers, {}))
-        complete(answer.promise, {true, QString()});
+    static_cast<void>(m_outbox.recover()); // where that cannot be written, the next program does it
+    completeAnswers(Time::max());
 }
 
 QJsonObject OutboxDelivery::state() const
 {
-    const std::lock_guard lock(m_mutex);
+    const std::lock_guard lock(m_stateMutex);
     return {{"name", m_settings.name},           {"queued", m_summary.queued},
             {"sending", m_summary.sending},      {"failed", m_summary.failed},
             {"bytes", m_summary.bytes},          {"mostMessages", m_settings.mostMessages},

@@ -2,19 +2,20 @@
 
 #include <QString>
 
-#include <functional>
-
 namespace Host
 {
-class OutboxFiles;
+class Outbox;
+class SqliteTransaction;
 
 /// The tables of an outbox, and the way from those of version 1. That kept a message in parts: its texts in the database, copies
 /// of its attachments in a folder of its own.
 namespace OutboxSchema
 {
-/// Makes the SQLite file, or brings one of version 1 up to date, which `lock` must allow: every message is composed into a
-/// finished file; a message that lost parts becomes failed. All of them or none; the old copies become orphans. False, with
-/// the reason in `error`, when the file is something else or of a newer version, or cannot be written. Blocks.
-[[nodiscard]] bool prepare(const QString& path, const OutboxFiles& files, const std::function<bool()>& lock, QString& error);
+constexpr int kVersion = 2;
+
+/// Makes the tables; or, for the holder of the outbox's lock, which it takes, composes every message of version 1 into a
+/// finished file. A message that has lost parts becomes failed, with a warning; the copies belong to no message any more.
+/// False, with the reason in `error` unless it is the transaction's, when that cannot be done. Blocks.
+[[nodiscard]] bool change(SqliteTransaction& transaction, int found, Outbox& outbox, QString& error);
 }
 }

@@ -1,110 +1,30 @@
 #include "OutboxService.hpp"
 
-#include "MessageIntake.hpp"
-#include "OutboxDelivery.hpp"
-
-#include <Bedrock/WorkerPool.hpp>
-
 #include <QDateTime>
 
-#include <mutex>
-#include <thread>
 #include <utility>
-#include <vector>
 
 namespace Host
 {
-struct OutboxService::Private
+OutboxService::OutboxService(const MailSettings& settings, const MailCredentials& credentials, std::unique_ptr<Outbox> outbox,
+                             Clock clock)
+    : m_settings(settings), m_clock(std::move(clock)), m_outbox(std::move(outbox)), m_intake(m_settings, *m_outbox),
+      m_delivery(m_settings, credentials, *m_outbox, m_clock), m_sender([this] {
+          while (!m_isComposingOver)
+              m_delivery.turn();
+          m_delivery.finish();
+      })
 {
-    struct Composed
-    {
-        OutboxMessage message;
-        QString error; ///< why it could not be composed; empty when it was
-        OutboxDelivery::Promise promise;
-    };
-
-    Private(const MailSettings& mailSettings, const MailCredentials& credentials, std::unique_ptr<Outbox> openOutbox,
-            const Clock& theClock)
-        : settings(mailSettings), clock(theClock), outbox(std::move(openOutbox)), intake(settings, outbox->files()),
-          delivery(settings, credentials, *outbox, clock), sender([this] { deliver(); })
-    {
-    }
-    ~Private();
-    void compose(MailComposer::Letter letter, OutboxDelivery::Promise promise);
-    void deliver();
-    void set(bool& flag);
-
-    const MailSettings settings;
-    const Clock clock;
-    const std::unique_ptr<Outbox> outbox;
-    const MessageIntake intake;
-    OutboxDelivery delivery; ///< used by the sending thread alone, but for `wake` and `state`
-
-    std::mutex mutex; ///< guards what follows
-    std::vector<Composed> composed;
-    bool isStopping = false;
-    bool isComposingOver = false;
-
-    std::thread sender;
-    Bedrock::WorkerPool composer{1}; ///< the last member, so that its tasks find the others alive
-};
-
-OutboxService::Private::~Private()
-{
-    set(isStopping); // attempts end while the rest is composed
-    composer.waitUntilIdle();
-    set(isComposingOver);
-    sender.join();
 }
 
-void OutboxService::Private::set(bool& flag)
+OutboxService::~OutboxService()
 {
-    {
-        const std::lock_guard lock(mutex);
-        flag = true;
-    }
-    delivery.wake();
+    m_delivery.stop(); // attempts end while the rest is composed
+    m_composer.waitUntilIdle();
+    m_isComposingOver = true;
+    m_delivery.wake();
+    m_sender.join();
 }
-
-void OutboxService::Private::compose(MailComposer::Letter letter, OutboxDelivery::Promise promise)
-{
-    Composed result;
-    result.promise = std::move(promise);
-    result.message.createdMs = result.message.queuedSinceMs = clock();
-    static_cast<void>(intake.accept(std::move(letter), result.message, result.error)); // closes the attached files
-    {
-        const std::lock_guard lock(mutex);
-        composed.push_back(std::move(result));
-    }
-    delivery.wake();
-}
-
-void OutboxService::Private::deliver()
-{
-    for (bool isOver = false; !isOver;) {
-        std::vector<Composed> arrived;
-        bool isToStop = false;
-        {
-            const std::lock_guard lock(mutex);
-            arrived.swap(composed);
-            isToStop = isStopping;
-            isOver = isComposingOver;
-        }
-        if (isToStop)
-            delivery.stop();
-        for (Composed& one : arrived)
-            if (one.error.isEmpty())
-                delivery.accept(std::move(one.message), std::move(one.promise));
-            else
-                delivery.refuse(std::move(one.promise), one.error);
-        if (!isOver)
-            delivery.turn();
-    }
-    delivery.finish();
-}
-
-OutboxService::OutboxService() = default;
-OutboxService::~OutboxService() = default;
 
 std::shared_ptr<OutboxService> OutboxService::open(const MailSettings& settings, const QString& folder, QString& error,
                                                    Clock clock)
@@ -128,17 +48,19 @@ std::shared_ptr<OutboxService> OutboxService::open(const MailSettings& settings,
     }
     if (!clock)
         clock = [] { return QDateTime::currentMSecsSinceEpoch(); };
-    std::shared_ptr<OutboxService> service(new OutboxService());
-    service->d = std::make_unique<Private>(settings, *credentials, std::move(outbox), clock);
-    return service;
+    return std::shared_ptr<OutboxService>(new OutboxService(settings, *credentials, std::move(outbox), std::move(clock)));
 }
 
 folly::Future<Tavola::EmailServiceAPI::EmailStatus> OutboxService::send(const Tavola::EmailMessage& message)
 {
     const auto promise = std::make_shared<OutboxDelivery::Promise>();
     auto future = promise->getFuture();
-    d->composer.add([d = d.get(), promise, letter = MessageIntake::letter(message)]() mutable {
-        d->compose(std::move(letter), std::move(*promise));
+    m_composer.add([this, promise, letter = MessageIntake::letter(message)]() mutable {
+        QString error;
+        if (auto composed = m_intake.accept(std::move(letter), m_clock(), error)) // closes the attached files
+            m_delivery.accept(std::move(*composed), std::move(*promise));
+        else
+            m_delivery.refuse(std::move(*promise), error);
     });
     return future;
 }
@@ -146,17 +68,7 @@ folly::Future<Tavola::EmailServiceAPI::EmailStatus> OutboxService::send(const Ta
 Tavola::EmailMessage OutboxService::createMessage()
 {
     Tavola::EmailMessage message;
-    message.setContent(d->settings.textTemplate);
+    message.setContent(m_settings.textTemplate);
     return message;
-}
-
-QJsonObject OutboxService::state() const
-{
-    return d->delivery.state();
-}
-
-void OutboxService::wake()
-{
-    d->delivery.wake();
 }
 }

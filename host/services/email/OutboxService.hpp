@@ -1,15 +1,18 @@
 #pragma once
 
 #include "MailSettings.hpp"
+#include "MessageIntake.hpp"
+#include "OutboxDelivery.hpp"
 
+#include <Bedrock/WorkerPool.hpp>
 #include <Tavola/EmailServiceAPI.hpp>
 #include <Tavola/ServiceInstance.hpp>
 
-#include <QJsonObject>
 #include <QString>
 
-#include <functional>
+#include <atomic>
 #include <memory>
+#include <thread>
 
 namespace Host
 {
@@ -20,14 +23,13 @@ namespace Host
 ///
 /// A message that does not fit into the outbox any more is refused, with a warning once a minute at most.
 ///
-/// Two threads: one composes new messages, the other one writes and reads the outbox and sends up to three messages at a time.
-/// Futures are completed on the latter. At the end of the service attempts stop within about a second, what was accepted is
-/// kept, and open futures say success once their message is on the disk.
+/// Two threads, on which futures are completed: one composes and adds new messages, the other one sends up to three at a time.
+/// At the end of the service attempts stop within about a second, what was accepted is kept, and open futures say success once
+/// their message is on the disk.
 class OutboxService final : public Tavola::ServiceInstance, public Tavola::EmailServiceAPI
 {
 public:
-    /// Milliseconds since 1970; called on any thread.
-    using Clock = std::function<qint64()>;
+    using Clock = OutboxDelivery::Clock;
 
     /// Null, with the reason in `error`, when the outbox cannot be opened or another table uses it, or the credentials cannot
     /// be read or would be sent unencrypted.
@@ -38,15 +40,21 @@ public:
     folly::Future<EmailStatus> send(const Tavola::EmailMessage& message) override;
     Tavola::EmailMessage createMessage() override;
 
-    /// {"name", "queued", "sending", "failed", "bytes", "mostMessages", "mostBytes", "oldest" (ISO time or null), "lastError",
-    /// "lastErrorAt"}. Any thread; does not block.
-    [[nodiscard]] QJsonObject state() const;
+    /// As OutboxDelivery's.
+    [[nodiscard]] QJsonObject state() const { return m_delivery.state(); }
     /// Reads the queue now, because time has passed or another program changed it. Any thread.
-    void wake();
+    void wake() { m_delivery.wake(); }
 
 private:
-    OutboxService();
-    struct Private;
-    std::unique_ptr<Private> d;
+    OutboxService(const MailSettings& settings, const MailCredentials& credentials, std::unique_ptr<Outbox> outbox, Clock clock);
+
+    const MailSettings m_settings;
+    const Clock m_clock;
+    const std::unique_ptr<Outbox> m_outbox;
+    const MessageIntake m_intake;
+    OutboxDelivery m_delivery;
+    std::atomic<bool> m_isComposingOver{false};
+    std::thread m_sender;
+    Bedrock::WorkerPool m_composer{1}; ///< the last member, so that its tasks find the others alive
 };
 }

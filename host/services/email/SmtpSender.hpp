@@ -29,6 +29,7 @@ public:
     };
 
     SmtpSender(const MailSettings& settings, const MailCredentials& credentials);
+    /// Breaks off what is being sent. Blocks for about a second at most.
     ~SmtpSender();
     SmtpSender(const SmtpSender&) = delete;
     SmtpSender& operator=(const SmtpSender&) = delete;
@@ -43,8 +44,8 @@ public:
     [[nodiscard]] std::vector<Ended> proceed(std::chrono::milliseconds longestWait);
     /// Ends the wait of `proceed`, or its next one. Any thread.
     void wake();
-    /// Breaks off every transfer, and returns the messages as they were.
-    [[nodiscard]] std::vector<OutboxMessage> stop();
+    /// Has `proceed` break off what is being sent. A message that is broken off is not returned, nor does half of it arrive.
+    void stop();
 
 private:
     struct Transfer;
@@ -55,7 +56,7 @@ private:
 
     const MailSettings m_settings;
     const MailCredentials m_credentials;
-    const std::unique_ptr<void, int (*)(void*)> m_multi; ///< libcurl's set of transfers; theirs are removed from it before
+    const std::shared_ptr<void> m_multi; ///< libcurl's set of transfers
     std::vector<std::unique_ptr<Transfer>> m_transfers;
     std::vector<Ended> m_ended;
 };

@@ -6,27 +6,41 @@ using namespace Host;
 
 TEST_CASE("html body: what stands for the links is found in the filled text")
 {
-    CHECK(HtmlBody::filledLinks("Hi <name>:<links>Bye", "Ann", "Hi Ann:\nhttp://a\n\nBye") == QString("\nhttp://a\n\n"));
-    CHECK(HtmlBody::filledLinks("Hi", "Ann", "Hi\nhttp://a\n\n") == QString("\nhttp://a\n\n"));
-    CHECK(HtmlBody::filledLinks("<links>-<links>", "", "\nx\n\n-\nx\n\n") == QString("\nx\n\n"));
-    CHECK(HtmlBody::filledLinks("", "", "\n") == QString("\n"));
-}
-
-TEST_CASE("html body: a text that is not the filled template has no part that stands for the links")
-{
-    CHECK_FALSE(HtmlBody::filledLinks("Hi <name>:<links>Bye", "Ann", "something else").has_value());
-    CHECK_FALSE(HtmlBody::filledLinks("Hi <name>:<links>Bye", "Ann", "Hi").has_value());
-    CHECK_FALSE(HtmlBody::filledLinks("Hi", "", "Ho").has_value());
-    CHECK_FALSE(HtmlBody::filledLinks("<links>-<links>", "", "ab-c").has_value());
+    const struct
+    {
+        const char* textTemplate;
+        const char* name;
+        const char* text;
+        const char* links;
+    } rows[] = {
+        {"Hi <name>:<links>Bye", "Ann", "Hi Ann:\nhttp://a\n\nBye", "<a href=\"http://a\">http://a</a>"},
+        {"Hi", "Ann", "Hi\nx\n\n", "x"},
+        {"<links>-<links>", "", "\nx\n\n-\nx\n\n", "x"},
+        {"<links>1<links>1", "", "x1x1", "x"},
+        {"(.*)<links>?", "", "(.*)x?", "x"},
+        {"", "", "\n", ""},
+        // A text of another making is given whole.
+        {"Hi <name>:<links>Bye", "Ann", "something else", "something else"},
+        {"Hi <name>:<links>Bye", "Ann", "Hi", "Hi"},
+        {"Hi", "", "Ho", "Ho"},
+        {"<links>-<links>", "", "ab-c", "ab-c"},
+        {"Hi <links>", "", "Good <evening>", "Good &lt;evening&gt;"},
+    };
+    for (const auto& row : rows) {
+        INFO("text: " << std::string(row.text));
+        CHECK(HtmlBody::compose({"[<links>]", row.textTemplate, row.text, row.name, ""})
+              == QStringLiteral("[%1]").arg(row.links));
+    }
 }
 
 TEST_CASE("html body: text is escaped, lines are kept, web addresses can be clicked")
 {
-    CHECK(HtmlBody::fromText("a < b & \"c\"\nd") == "a &lt; b &amp; &quot;c&quot;<br>\nd");
-    CHECK(HtmlBody::fromText("see https://a.example/x?a=1&b=2.")
+    const auto fromText = [](const QString& text) { return HtmlBody::compose({"<content>", "", text, "", ""}); };
+    CHECK(fromText("a < b & \"c\"\nd") == "a &lt; b &amp; &quot;c&quot;<br>\nd");
+    CHECK(fromText("see https://a.example/x?a=1&b=2.")
           == "see <a href=\"https://a.example/x?a=1&amp;b=2\">https://a.example/x?a=1&amp;b=2</a>.");
-    CHECK(HtmlBody::fromText("javascript:alert(1)") == "javascript:alert(1)");
-    CHECK(HtmlBody::fromText("http://a\"onclick=x") == "<a href=\"http://a\">http://a</a>&quot;onclick=x");
+    CHECK(fromText("javascript:alert(1)") == "javascript:alert(1)");
+    CHECK(fromText("http://a\"onclick=x") == "<a href=\"http://a\">http://a</a>&quot;onclick=x");
 }
 
 TEST_CASE("html body: name, links and content are filled in")
@@ -48,11 +62,6 @@ TEST_CASE("html body: a template without placeholders gets the links before its 
     CHECK(HtmlBody::compose({"<html><BODY>Hi</BODY></html>", "Hi", "Hi\nhttp://x\n\n", "", ""})
           == "<html><BODY>Hi<p><a href=\"http://x\">http://x</a></p>\n</BODY></html>");
     CHECK(HtmlBody::compose({"Hi", "Hi", "Hi\n", "", ""}) == "Hi");
-}
-
-TEST_CASE("html body: a text of another making is given whole where the links would stand")
-{
-    CHECK(HtmlBody::compose({"[<links>]", "Hi <links>", "Good <evening>", "", ""}) == "[Good &lt;evening&gt;]");
 }
 
 TEST_CASE("html body: what is said beside the template stands at the end")

@@ -136,8 +136,8 @@ TEST_CASE("mail settings: what is wrong costs that entry only")
     CHECK(reading.settings->subject == "What you collected");
     REQUIRE(reading.complaints.size() == 6);
     CHECK(reading.complaints[0].startsWith("colour: unknown entry; known are name, server"));
-    CHECK(reading.complaints[1] == "startTls: expected \"required\", \"if-offered\" or \"never\"");
-    CHECK(reading.complaints[2] == "subject: expected a text");
+    CHECK(reading.complaints[1] == "subject: expected a text");
+    CHECK(reading.complaints[2] == "startTls: expected \"required\", \"if-offered\" or \"never\"");
     CHECK(reading.complaints[3] == "template: there is no file /none.txt");
     CHECK(reading.complaints[4] == "timeoutSeconds: expected a number above 0 and up to 86400");
     CHECK(reading.complaints[5] == "retrySeconds: expected a number above 0 and up to 3600");

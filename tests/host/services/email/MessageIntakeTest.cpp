@@ -1,7 +1,6 @@
 #include "MailBench.hpp"
 
 #include "services/email/MessageIntake.hpp"
-#include "services/email/OutboxFiles.hpp"
 
 #include <LogCapture.hpp>
 
@@ -18,11 +17,11 @@ namespace
 struct Bench
 {
     Folder folder;
+    QString error;
     MailSettings settings;
-    OutboxFiles files{folder.path("files")};
+    std::unique_ptr<Outbox> outbox = Outbox::open(folder.path("outbox"), error);
     Tavola::EmailMessage mail;
     OutboxMessage message;
-    QString error;
 
     Bench()
     {
@@ -31,7 +30,6 @@ struct Bench
         settings.largeFilesText = QStringLiteral("Too large:");
         settings.missingFilesText = QStringLiteral("Missing:");
         settings.folder = folder.path();
-        QDir().mkpath(folder.path("files"));
         mail.setContent("Hello\n");
     }
     void to(const QString& address) { mail.addRecipient({address, "Ann"}, Tavola::EmailMessage::To); }
@@ -43,21 +41,21 @@ struct Bench
     }
     [[nodiscard]] bool accept()
     {
-        message = OutboxMessage();
-        message.createdMs = 1'790'000'000'000;
         error.clear();
-        return MessageIntake(settings, files).accept(MessageIntake::letter(mail), message, error);
+        const auto accepted = MessageIntake(settings, *outbox).accept(MessageIntake::letter(mail), 1'790'000'000'000, error);
+        message = accepted.value_or(OutboxMessage());
+        return accepted.has_value();
     }
     /// What a reader finds in the finished message.
     [[nodiscard]] QJsonObject finished() const
     {
-        QFile file(files.path(message.file));
+        QFile file(outbox->path(message.file));
         REQUIRE(file.open(QIODevice::ReadOnly));
         CHECK(message.sizeBytes == file.size());
         return parseMail(file.readAll());
     }
     [[nodiscard]] QString text() const { return QString::fromUtf8(partBytes(finished(), 0)).remove('\r'); }
-    [[nodiscard]] int fileCount() const { return QDir(folder.path("files")).entryList(QDir::Files).size(); }
+    [[nodiscard]] int fileCount() const { return QDir(folder.path("outbox/files")).entryList(QDir::Files).size(); }
 };
 }
 
@@ -245,8 +243,8 @@ TEST_CASE("message intake: where the message cannot be written it is refused")
     Bench bench;
     bench.to("ann@example.org");
     bench.attach("a.txt", "first");
-    REQUIRE(QDir().rmdir(bench.folder.path("files")));
-    bench.folder.write("files", "in the way");
+    REQUIRE(QDir().rmdir(bench.folder.path("outbox/files")));
+    bench.folder.write("outbox/files", "in the way");
     CHECK_FALSE(bench.accept());
     CHECK(bench.error == "the message cannot be kept (Not a directory)");
 }

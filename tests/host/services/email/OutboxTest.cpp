@@ -16,6 +16,7 @@ namespace
 {
 using State = OutboxMessage::State;
 constexpr Outbox::Limits kLimits{1000, 1'000'000};
+const QString kOldFolder = QStringLiteral("0b5c1a2e-7f3d-4c6b-9a8e-112233445566"); ///< of a message of version 1
 
 struct Bench
 {
@@ -34,16 +35,13 @@ struct Bench
         message.sender = QStringLiteral("museum@example.net");
         message.recipients = {{"ann@example.org", OutboxMessage::Outcome::Open, {}},
                               {"bob@example.org", OutboxMessage::Outcome::Open, {}}};
-        message.file = OutboxFiles::newName();
+        message.file = Outbox::newFile();
         message.sizeBytes = 3;
         folder.write("outbox/files/" + message.file, "abc");
         REQUIRE(outbox->add(message, kLimits) == Outbox::Added::Yes);
         return message;
     }
-    [[nodiscard]] bool hasFile(const OutboxMessage& message) const
-    {
-        return QFileInfo::exists(outbox->files().path(message.file));
-    }
+    [[nodiscard]] bool hasFile(const OutboxMessage& message) const { return QFileInfo::exists(outbox->path(message.file)); }
     [[nodiscard]] State state(qint64 id) const { return messageOf(*outbox, id).state; }
 };
 }
@@ -143,7 +141,7 @@ TEST_CASE("outbox: after a crash what was being sent is queued, and files of no 
     Bench bench;
     const OutboxMessage sending = bench.add(State::Sending, 5000);
     const OutboxMessage failed = bench.add(State::Failed, 0, "<2@x>");
-    const QString orphan = bench.folder.write("outbox/files/" + OutboxFiles::newName(), "half a mess");
+    const QString orphan = bench.folder.write("outbox/files/" + Outbox::newFile(), "half a mess");
     bench.outbox = Outbox::open(bench.folder.path("outbox"), bench.error);
     REQUIRE(bench.outbox->lock());
     CHECK(bench.outbox->recover());
@@ -193,7 +191,7 @@ TEST_CASE("outbox: a message that is being sent is dropped only when no program 
     const auto visitor = Outbox::open(bench.folder.path("outbox"), bench.error);
     REQUIRE(bench.outbox->lock());
     CHECK_FALSE(visitor->drop(message.id));
-    const QString file = bench.outbox->files().path(message.file);
+    const QString file = bench.outbox->path(message.file);
     bench.outbox.reset();
     CHECK(visitor->drop(message.id));
     CHECK(visitor->messages().value().empty());
@@ -355,19 +353,69 @@ TEST_CASE("outbox: messages that failed before a time are deleted with their fil
     CHECK(bench.outbox->removeFailed(5001) == 0);
 }
 
-TEST_CASE("outbox: links in its folder keep the contents of their targets")
+TEST_CASE("outbox: each file name is a new one")
+{
+    CHECK(Outbox::newFile() != Outbox::newFile());
+    CHECK(Outbox::newFile().endsWith(".eml"));
+}
+
+TEST_CASE("outbox: it may lie in a folder with percent signs in its name")
+{
+    Bench bench;
+    const auto outbox = Outbox::open(bench.folder.path("50%3 %1"), bench.error);
+    REQUIRE(outbox);
+    CHECK(outbox->path("m") == bench.folder.path("50%3 %1") + "/files/m");
+}
+
+TEST_CASE("outbox: copies of version 1 that belong to no message are removed, and files of other names never")
+{
+    Bench bench;
+    const OutboxMessage kept = bench.add();
+    for (const char* copy : {"/0", "/1"})
+        bench.folder.write("outbox/files/" + kOldFolder + copy, "x");
+    const QString mixed = "1" + kOldFolder.mid(1);
+    const QStringList others{
+        "notes.eml",         "x" + Outbox::newFile(), Outbox::newFile() + ".bak", Outbox::newFile().toUpper(),
+        kOldFolder.left(35), mixed + "/notes"};
+    for (const QString& name : others)
+        bench.folder.write("outbox/files/" + name, "x");
+    bench.outbox->removeOrphans();
+    for (const QString& name : others)
+        CHECK(QFileInfo::exists(bench.outbox->path(name)));
+    CHECK(bench.hasFile(kept));
+    CHECK(QDir(bench.outbox->path("")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size() == others.size() + 1);
+
+    bench.folder.write("outbox/outside", "x");
+    bench.outbox->removeFile("../outside");
+    bench.outbox->removeFile(QString());
+    CHECK(QFileInfo::exists(bench.folder.path("outbox/outside")));
+    CHECK(bench.hasFile(kept));
+}
+
+TEST_CASE("outbox: nothing is removed through a link, whether it is a file's, a folder's or the outbox's own")
 {
     Bench bench;
     const QString target = bench.folder.write("elsewhere/0", "precious");
-    for (const char* link : {"outbox/outbox.lock", "outbox/files/0b5c1a2e-7f3d-4c6b-9a8e-112233445566.eml"})
+    const QString own = Outbox::newFile();
+    bench.folder.write("elsewhere/" + own, "precious");
+    bench.folder.write("outbox/files/" + kOldFolder + "/1", "x");
+    for (const QString& link :
+         {QStringLiteral("outbox/outbox.lock"), "outbox/files/" + Outbox::newFile(), "outbox/files/" + kOldFolder + "/0"})
         REQUIRE(QFile::link(target, bench.folder.path(link)));
-    REQUIRE(QFile::link(bench.folder.path("elsewhere"), bench.folder.path("outbox/files/0b5c1a2e-7f3d-4c6b-9a8e-112233445566")));
+    REQUIRE(QFile::link(bench.folder.path("elsewhere"), bench.folder.path("outbox/files/1" + kOldFolder.mid(1))));
     REQUIRE(bench.outbox->lock());
     REQUIRE(bench.outbox->recover());
     bench.outbox->removeOrphans();
-    QFile file(target);
-    REQUIRE(file.open(QIODevice::ReadOnly));
-    CHECK(file.readAll() == "precious");
+
+    REQUIRE(QDir(bench.folder.path("outbox/files")).removeRecursively());
+    REQUIRE(QFile::link(bench.folder.path("elsewhere"), bench.folder.path("outbox/files")));
+    bench.outbox->removeOrphans();
+    bench.outbox->removeFile(own);
+    for (const QString& name : {QStringLiteral("0"), own}) {
+        QFile file(bench.folder.path("elsewhere/" + name));
+        REQUIRE(file.open(QIODevice::ReadOnly));
+        CHECK(file.readAll() == "precious");
+    }
 }
 
 TEST_CASE("outbox: it is to be read again when a message is due, and every two seconds while it has any")
