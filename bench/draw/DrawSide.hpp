@@ -4,6 +4,11 @@
 
 #include <memory>
 
+namespace Lantern
+{
+class PaintTarget;
+}
+
 namespace Bench
 {
 /// One of the two programs that draw a scene. Items are named by their index in the scene, and tiles by that in their item;
@@ -23,5 +28,7 @@ public:
 };
 
 [[nodiscard]] std::unique_ptr<DrawSide> makeTrellisSide(const DrawScene& scene);
+/// On a target of its own, of which there is no picture.
+[[nodiscard]] std::unique_ptr<DrawSide> makeTrellisSide(const DrawScene& scene, std::unique_ptr<Lantern::PaintTarget> target);
 [[nodiscard]] std::unique_ptr<DrawSide> makeGraphicsViewSide(const DrawScene& scene);
 }

@@ -27,8 +27,9 @@ void set(Trellis::Widget& widget, const char* name, T value)
 class TrellisSide final : public DrawSide
 {
 public:
-    explicit TrellisSide(const DrawScene& scene)
-        : m_application({float(scene.size.width()), float(scene.size.height())}), m_target(scene.size)
+    TrellisSide(const DrawScene& scene, std::unique_ptr<Lantern::PaintTarget> target)
+        : m_application({float(scene.size.width()), float(scene.size.height())}), m_target(std::move(target)),
+          m_image(dynamic_cast<const Lantern::ImageTarget*>(m_target.get()))
     {
         Cascara::StyleEngine::instance().addStyleSheet(QStringLiteral("ImageWidget { fit: stretch; }"),
                                                        QStringLiteral("bench.css"));
@@ -59,11 +60,15 @@ public:
         m_application.frame(0.016);
         QRegion damage = m_application.collectDamage();
         if (m_everything)
-            damage = QRect(QPoint(), m_target.size());
+            damage = QRect(QPoint(), m_target->size());
         m_everything = false;
-        m_target.paint(damage, [this](Lantern::RenderContext& context) { m_application.render(context); });
+        m_target->paint(damage, [this](Lantern::RenderContext& context) { m_application.render(context); });
     }
-    [[nodiscard]] const QImage& picture() const override { return m_target.image(); }
+    [[nodiscard]] const QImage& picture() const override
+    {
+        static const QImage none;
+        return m_image ? m_image->image() : none;
+    }
 
 private:
     Trellis::Widget* make(const DrawItem& item, Trellis::Widget& parent)
@@ -113,7 +118,8 @@ private:
     QTemporaryDir m_folder;
     int m_pictures = 0;
     Trellis::Application m_application;
-    Lantern::ImageTarget m_target;
+    std::unique_ptr<Lantern::PaintTarget> m_target;
+    const Lantern::ImageTarget* m_image; ///< the target, where it is one
     std::vector<Trellis::Widget*> m_items;
     bool m_everything = false;
 };
@@ -121,6 +127,11 @@ private:
 
 std::unique_ptr<DrawSide> makeTrellisSide(const DrawScene& scene)
 {
-    return std::make_unique<TrellisSide>(scene);
+    return makeTrellisSide(scene, std::make_unique<Lantern::ImageTarget>(scene.size));
+}
+
+std::unique_ptr<DrawSide> makeTrellisSide(const DrawScene& scene, std::unique_ptr<Lantern::PaintTarget> target)
+{
+    return std::make_unique<TrellisSide>(scene, std::move(target));
 }
 }

@@ -5,6 +5,8 @@ import subprocess
 import sys
 import tempfile
 
+from rows import ON_A_SCREEN
+
 # Numbers that Google Benchmark writes for each benchmark beside the counters.
 _OWN_NUMBERS = {"family_index", "per_family_instance_index", "repetitions", "repetition_index", "threads", "iterations",
                 "real_time", "cpu_time"}
@@ -32,7 +34,11 @@ def run_google_benchmark(program, rows, arguments):
         out = os.path.join(folder, "out.json")
         command = [program, f"--benchmark_filter=^row({alternatives})/", f"--benchmark_out={out}", "--benchmark_out_format=json",
                    *options_of(arguments)]
-        done = subprocess.run(command, env=_environment(), stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, check=False)
+        environment = _environment()
+        if os.path.basename(program) in ON_A_SCREEN:
+            command = ["xvfb-run", "--auto-servernum", *command]
+            environment |= {"QT_QPA_PLATFORM": "xcb", "LIBGL_ALWAYS_SOFTWARE": "1"}
+        done = subprocess.run(command, env=environment, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, check=False)
         try:
             with open(out, encoding="utf-8") as file:
                 benchmarks = json.load(file)["benchmarks"]

@@ -41,6 +41,7 @@ ROW_TITLES = {
     15: "The plug-in is loaded",
     16: "The program starts with the gallery, warm",
     17: "A long day under the manual clock: 20,000 cards, 20,000 items with snapshots",
+    18: "A window with OpenGL: what a frame of row 7 asks of the graphics card, at most",
 }
 
 _SIGNAL = "a direct signal with the same arguments"
@@ -95,6 +96,10 @@ FIGURES = [
     Figure("row16/waits", "first frames that wait for a picture", 0, "value", "frames"),
     Figure("row17/day", "memory grown since the first hundredth, stored contents taken off", 1, "percent", "%"),
     Figure("row17/day", "widgets left", 0, "widgets_left", "widgets"),
+    Figure("row18/tile-moved", "one tile moved", 12, "draws", "draw calls"),
+    Figure("row18/all-drawn", "everything drawn", 120, "draws", "draw calls"),
+    Figure("row18/tile-moved", "one tile moved", 0, "uploads", "uploads"),
+    Figure("row18/all-drawn", "everything drawn", 0, "uploads", "uploads"),
 ]
 
 # The scenes of draw_bench, by row.
@@ -102,7 +107,10 @@ SCENES = {7: "groups", 8: "table"}
 
 # Programs of Google Benchmark in the build's bin/ that hold rows.
 PROGRAMS = ["table_bench", "count_bench", "space_bench", "load_bench", "outbox_bench",
-            "day_bench"]
+            "day_bench", "gl_bench"]
+
+# Of these, the ones that need a screen with OpenGL: they get one in memory.
+ON_A_SCREEN = {"gl_bench"}
 
 
 def figures_of(rows):
