@@ -1,15 +1,17 @@
-"""A visit to the table's edges: what opens there becomes whole, cards that nothing took are answered, what is used stays open."""
+"""A visit to the table's edges: what opens there becomes whole, cards that nothing took are answered, drags and drops show at
+once, what is used stays open, and the table tidies itself."""
 import math
 import os
 
-from programs import ONLY_HERE, MediaServer, by_class, by_type, centre, value
+from programs import ONLY_HERE, MediaServer, by_class, by_id, by_type, centre, value
 from visit import PRESENTATIONS, Visit, require
 
 SIZE = (1920, 1080)
 STRANGER, ANN, BEN, CARL = 9009, 1001, 1002, 1003
 PLACES = [(1900, 60), (1000, 1060), (20, 540), (1900, 1060), (30, 30), (1300, 20)]
 CLOSING = 15.0
-CLOSE, CLOSE_LIFTED, IDLE = 60.0, 45.0, 60.0  # the presentation's settings
+CLOSE, CLOSE_LIFTED, IDLE, TIDY = 60.0, 45.0, 60.0, 90.0  # the presentation's settings
+FRAME = 1 / 60
 
 
 class CareVisit(Visit):
@@ -25,10 +27,14 @@ class CareVisit(Visit):
             ("what opens at the edge stands at its card first, and is whole after half a second", self.whole),
             ("a card that the registry does not know is answered", self.unknown),
             ("a card on another person's space is answered", self.other_space),
+            ("a card shows something in its first frame", self.first_frame),
+            ("what is dragged has a shadow, and the space that would take it shows it", self.dragging),
+            ("a drop shows in its frame, and the picture goes home below the space", self.dropped),
             ("a space that closes soon shows it, and a touch keeps it", self.closing),
             ("the handle closes the space at once", self.handle),
             ("the space of a lifted card closes after its own time", self.lifted),
             ("an unused table invites, and a touch ends that", self.invitation),
+            ("an unused table tidies itself", self.tidies),
         ]
 
     def see(self, what, seen):
@@ -89,6 +95,62 @@ class CareVisit(Visit):
         self.stage.play(1)
         self.sign_of(BEN, (1400, 450), "other-space", "a card on another person's space")
 
+    def first_frame(self):
+        """The tracker confirms a card with its second message, so that the first one shows nothing."""
+        self.stage.enter(f"at {FRAME / 2:.4f} card {CARL} down 960 900 angle 270\n"
+                         f"at {FRAME * 1.5:.4f} card {CARL} move 960 900\nat 1 card {CARL} up")
+        frames = 0
+        while len(self.spaces()) < 2:
+            self.stage.play(FRAME)
+            frames += 1
+            require(frames < 10, "no space opened")
+        seen = self.see("a card comes down", {"framesUntilItsSpace": frames})
+        require(frames <= 2, f"seen: {seen}")
+        self.stage.play(2.5)
+        self.lift(self.stage.visitors[-1])
+        self.close_by_handle()
+
+    def content(self, css_id):
+        return by_id(self.table.tree(), css_id)[0]
+
+    def order(self):
+        """The ids of what lies on the table, from the bottom to the top."""
+        return [child["id"] for child in by_id(self.table.tree(), "main")[0]["children"]]
+
+    def dragging(self):
+        self.home = centre(self.content("basalt"))
+        x, y = self.home
+        self.stage.enter(f"at 0.01 finger 1 down {x:.0f} {y:.0f}\nat 0.1 finger 1 move {x + 100:.0f} {y:.0f} over 0.1\n"
+                         "at 1 finger 1 move 1400 600 over 0.3\nat 1.9 finger 1 up")
+        self.stage.play(0.5)
+        space = self.space()
+        seen = self.see("a picture that is dragged", {
+            "dragging": "dragging" in self.content("basalt")["pseudoClasses"],
+            "shadows": len(by_type(self.table.tree(), "DragShadow")),
+            "wouldTake": "would-take" in space["classes"], "hover": "valid-hover" in space["pseudoClasses"]})
+        require(seen == {"dragging": True, "shadows": 1, "wouldTake": True, "hover": False}, f"seen: {seen}")
+
+    def dropped(self):
+        before = self.stage.now
+        frames = 0
+        while "dragging" in self.content("basalt")["pseudoClasses"]:
+            self.stage.play(FRAME)
+            require(self.stage.now - before < 5, "the drag does not end")
+        while not by_type(self.table.tree(), "FlyingPicture"):
+            self.stage.play(FRAME)
+            frames += 1
+            require(frames < 10, "nothing shows the drop")
+        self.stage.play(0.6)
+        order = self.order()
+        seen = self.see("a picture that is dropped", {
+            "framesUntilItShows": frames, "tiles": len(self.tiles()),
+            "flyingAfterwards": len(by_type(self.table.tree(), "FlyingPicture")),
+            "homeOffPx": round(math.dist(centre(self.content("basalt")), self.home)),
+            "belowTheSpace": order.index(self.content("basalt")["id"]) < order.index(self.space()["id"])})
+        require(seen == {"framesUntilItShows": 0, "tiles": 1, "flyingAfterwards": 0, "homeOffPx": 0, "belowTheSpace": True},
+                f"seen: {seen}")
+        self.lift(self.stage.visitors[-1])
+
     def is_closing(self):
         return "closing" in self.space()["pseudoClasses"]
 
@@ -128,3 +190,13 @@ class CareVisit(Visit):
         self.stage.play(0.3)
         seen = self.see("an unused table", {"idle": idle, "invitations": len(shown), "idleAfterTouch": self.is_idle()})
         require(seen == {"idle": True, "invitations": 4, "idleAfterTouch": False}, f"seen: {seen}")
+
+    def tidies(self):
+        x, y = centre(self.content("terraces"))
+        self.drag("terraces", (x - 500, y))
+        self.stage.play(1)
+        moved = math.dist(centre(self.content("terraces")), (x, y))
+        self.stage.play(TIDY + 2, frame=0.25)
+        seen = self.see("a table that tidies itself", {
+            "movedPx": round(moved, -2), "homeOffPx": round(math.dist(centre(self.content("terraces")), (x, y)))})
+        require(seen == {"movedPx": 500, "homeOffPx": 0}, f"seen: {seen}")

@@ -1,4 +1,5 @@
-"""Photographs every state of a personal space, its tooltips and the e-mail popup, for the documentation.
+"""Photographs every state of a personal space, its tooltips and the e-mail popup, for the documentation, and fails where one is hard
+to read or to touch.
 
 usage: tools/screenshots [--build DIR] [--out DIR]
 """
@@ -11,6 +12,7 @@ import tempfile
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
+from ease import judge  # noqa: E402
 from programs import Failure, MediaServer, by_class, by_id, by_type, centre  # noqa: E402
 from visit import PRESENTATIONS, ROOT, Visit, World  # noqa: E402
 
@@ -20,10 +22,17 @@ MARGIN = 24
 
 
 class Looks(Visit):
-    """A table to be photographed: `take` crops the picture to a widget and its surroundings."""
+    """A table to be photographed: `take` crops the picture to a widget and its surroundings, and measures how easy they are to
+    read and to touch."""
+
+    complaints = []
+    measured = []
 
     def take(self, name, *widgets):
         self.settle()
+        seen = judge(self.table.tree(), [widget["id"] for widget in widgets])
+        Looks.measured.append(seen)
+        Looks.complaints += [f"{name}: {what}" for what in seen.complaints]
         rects = [widget["rect"] for widget in widgets]
         left = max(0, min(rect["x"] for rect in rects) - MARGIN)
         top = max(0, min(rect["y"] for rect in rects) - MARGIN)
@@ -54,6 +63,61 @@ class UploadLooks(Looks):
         self.settle()
         self.table.screenshot(os.path.join(world.out, "table.png"))
         print("  table", flush=True)
+
+
+class Films(Looks):
+    """Film strips of what moves: each picture is one moment of the same part of the table."""
+
+    def __init__(self, world):
+        super().__init__(world)
+        gallery = os.path.join(PRESENTATIONS, "gallery")
+        media_server = world.add(MediaServer(world.build, os.path.join(gallery, "media"), world.folder))
+        self.open_table(gallery, ["--media-server", media_server.address])
+        self.opening()
+        self.dropping()
+        self.closing()
+        self.tidying()
+
+    def film(self, name, part, moments):
+        """Pictures after so many seconds each."""
+        for number, seconds in enumerate(moments, 1):
+            if seconds:
+                self.stage.play(seconds)
+            self.table.screenshot(os.path.join(self.world.out, f"film-{name}-{number}.png"), part)
+        print(f"  film-{name}", flush=True)
+
+    def opening(self):
+        self.stage.enter("at 0.01 card 1002 down 1880 1000 angle 270\nat 200 card 1002 up")
+        while not self.spaces():
+            self.stage.play(1 / 60)
+        self.film("opening", (1240, 540, 680, 540), (0, 0.1, 0.4))
+
+    def dropping(self):
+        x, y = centre(by_id(self.table.tree(), "orchard-in-rows")[0])
+        self.stage.enter(f"at 0.05 finger 1 down {x:.0f} {y:.0f}\nat 0.1 finger 1 move 1500 850 over 0.4\nat 1 finger 1 up")
+        self.stage.play(0.4)
+        while by_class(self.space(), "container") == []:
+            self.stage.play(1 / 60)
+            if "valid-hover" in self.space()["pseudoClasses"] and not self.hovers:
+                self.hovers = True
+                self.film("dragging", (1000, 420, 920, 660), (0.2,))
+        self.film("dropping", (1000, 420, 920, 660), (0, 0.1, 0.1, 0.5))
+
+    hovers = False
+
+    def closing(self):
+        while "closing" not in self.space()["pseudoClasses"]:
+            self.stage.play(1, frame=0.25)
+        self.film("closing", (1380, 500, 540, 580), (0.5, 7, 7))
+
+    def tidying(self):
+        self.stage.play(3)
+        self.drag("night-harbour", (1100, 300))
+        self.stage.play(1)
+        before = centre(by_id(self.table.tree(), "night-harbour")[0])
+        while centre(by_id(self.table.tree(), "night-harbour")[0]) == before:
+            self.stage.play(0.25, frame=0.05)
+        self.film("tidying", (400, 120, 920, 460), (0, 0.1, 0.4))
 
 
 class MailLooks(Looks):
@@ -180,7 +244,7 @@ def main():
     options = parser.parse_args()
     out = os.path.abspath(options.out)
     os.makedirs(out, exist_ok=True)
-    for looks in (UploadLooks, MailLooks):
+    for looks in (UploadLooks, Films, MailLooks):
         world = World(os.path.abspath(options.build), tempfile.mkdtemp(prefix="tavola-looks-"), out)
         try:
             looks(world)
@@ -190,7 +254,13 @@ def main():
             for program in reversed(world.programs):
                 program.stop()
             shutil.rmtree(world.folder, ignore_errors=True)
+    print(f"{sum(seen.texts for seen in Looks.measured)} texts, the lowest contrast is "
+          f"{min(seen.lowest for seen in Looks.measured):.1f}; {sum(seen.tapped for seen in Looks.measured)} things to tap, the "
+          f"smallest is {min(seen.smallest for seen in Looks.measured):.1f} mm")
+    for complaint in Looks.complaints:
+        print(f"tools/screenshots: {complaint}", file=sys.stderr)
+    return 1 if Looks.complaints else 0
 
 
 if __name__ == "__main__":
-    main()
+    sys.exit(main())
