@@ -44,7 +44,7 @@ public:
         const JsonEntries root(object, QString(), m_skip);
         root.checkKnown({"title", "table", "input", "inputSettings", "styleSheets", "plugins", "people", "services", "cards",
                          "components", "widgets", "folders", "closeTemporaryAfterSeconds", "closeLiftedAfterSeconds",
-                         "idleAfterSeconds", "tidyAfterSeconds"});
+                         "idleAfterSeconds", "tidyAfterSeconds", "places", "shelf"});
         m_result.title = root.text("title");
         readTable(root.inner("table"));
         m_result.input = InputSettings::read(object, m_skip);
@@ -57,6 +57,8 @@ public:
         readCare(root);
         m_components.readNamed(root.value("components"));
         m_result.widgets = m_components.list(root.value("widgets"), QStringLiteral("widgets"));
+        m_result.shelf = m_components.list(root.value("shelf"), QStringLiteral("shelf"));
+        readPlaces(root.list("places", "places"));
         readFolders(root.inner("folders").object());
     }
 
@@ -184,6 +186,21 @@ private:
             else
                 m_skip(QStringLiteral("cards[%1]").arg(i),
                        QStringLiteral("expected a card's code, a whole number (as a text when it is above 9007199254740992)"));
+        }
+    }
+
+    void readPlaces(const QJsonArray& array)
+    {
+        for (int i = 0; i < array.size(); ++i) {
+            const QString name = QStringLiteral("places[%1]").arg(i);
+            const JsonEntries entry(array.at(i).toObject(), name, m_skip);
+            entry.checkKnown({"x", "y", "angle"});
+            const double angle = entry.value("angle").toDouble(entry.object().contains(QLatin1String("angle")) ? NAN : 0.0);
+            if (std::isnan(angle) || !entry.value("x").isDouble() || !entry.value("y").isDouble())
+                m_skip(name, QStringLiteral("expected numbers for \"x\" and \"y\", and degrees for \"angle\""));
+            else
+                m_result.places.push_back(
+                    {{float(entry.value("x").toDouble()), float(entry.value("y").toDouble())}, float(angle)});
         }
     }
 

@@ -50,6 +50,14 @@ struct Presentation
     std::vector<MailSettings> mailServices; ///< no two of one name
     std::vector<unsigned long> cards;       ///< the codes of the keys 1 to 9; in the file numbers, or texts above 2^53
     std::vector<ComponentUse> widgets;
+    /// Where people stand: what is on the shelf is put in front of each.
+    struct Place
+    {
+        Vecta::Vector2f point;    ///< table pixels
+        float angleDegrees = 0.f; ///< clockwise; 0: the person stands at the lower edge
+    };
+    std::vector<Place> places;
+    std::vector<ComponentUse> shelf;
     /// Content keys, and the component that a card with that key opens.
     std::vector<std::pair<QString, ComponentUse>> folders;
     CareSettings care;

@@ -11,6 +11,7 @@
 #include "recording/TreeLog.hpp"
 #include "table/PluginSearch.hpp"
 #include "table/ServiceSigns.hpp"
+#include "table/Shelves.hpp"
 #include "table/TableServices.hpp"
 
 #include <Bedrock/AfterUpdateQueue.hpp>
@@ -85,6 +86,7 @@ void Table::Private::placeWidgets(const Presentation& presentation)
         if (const auto widget = component->createContentWidget())
             tavola->ui()->mainWidget()->addChild(widget);
     }
+    putShelves(presentation, *tavola->ui()->mainWidget(), components);
 }
 
 void Table::Private::clearLayers()

@@ -10,6 +10,7 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
 from cards_visit import CardsVisit  # noqa: E402
 from care_visit import CareVisit  # noqa: E402
+from eight_visit import EightVisit  # noqa: E402
 from email_visit import EmailVisit  # noqa: E402
 from faults_visit import FaultsVisit  # noqa: E402
 from first_visit import FirstVisit  # noqa: E402
@@ -18,7 +19,7 @@ from report import Report  # noqa: E402
 from visit import PRESENTATIONS, ROOT, World  # noqa: E402
 
 PRESENTATION = os.path.join(PRESENTATIONS, "gallery")
-VISITS = {"first": FirstVisit, "faults": FaultsVisit, "email": EmailVisit, "cards": CardsVisit, "care": CareVisit}
+VISITS = {"first": FirstVisit, "faults": FaultsVisit, "email": EmailVisit, "cards": CardsVisit, "care": CareVisit, "eight": EightVisit}
 COMMAND_PORT = 8180
 
 

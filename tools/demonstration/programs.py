@@ -183,9 +183,10 @@ class Stage:
     FRAME = 1 / 60
     APART = 100_000  # seconds between the times of visitors: a table tells by them that another one has begun
 
-    def __init__(self, build, table, visit_options=()):
+    def __init__(self, build, table, visit_options=(), size=(1920, 1080)):
         self.build = build
         self.table = table
+        self.size = size  # of the table, in pixels
         self.visit_options = list(visit_options)
         self.visitors = []
         self.left = 0  # datagrams of visitors who have gone
@@ -200,7 +201,7 @@ class Stage:
         taken = {visitor.name for visitor in self.visitors}
         self._began += self.APART
         name = next(name for name in map("visitor-{}".format, range(100)) if name not in taken)
-        visitor = Visitor(self.build, self.table, "size 1920 1080\n" + script + "\n",
+        visitor = Visitor(self.build, self.table, f"size {self.size[0]} {self.size[1]}\n" + script + "\n",
                           ["--source", name, "--began", str(self._began), *self.visit_options])
         visitor.name = name
         self.visitors.append(visitor)

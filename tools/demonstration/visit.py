@@ -63,6 +63,7 @@ class Visit:
     """Base of the visits; a subclass opens its table in `__init__` and names its steps in `steps`."""
 
     media_server = None
+    size = (1920, 1080)  # of the table, in pixels
 
     def __init__(self, world):
         self.world = world
@@ -76,7 +77,7 @@ class Visit:
                                                 [*options, *self.world.recording()]))
         # The layout depends on the proportions of the pictures.
         self.settle()
-        self.stage = self.world.add(Stage(self.world.build, self.table, self.world.visit_options))
+        self.stage = self.world.add(Stage(self.world.build, self.table, self.world.visit_options, self.size))
 
     def close_table(self):
         """Closes the table, so that another one can be opened."""
