@@ -1,6 +1,10 @@
 #include "CommandDoor.hpp"
 
-#include <QJsonDocument>
+#include "JsonResponse.hpp"
+
+#include <QJsonObject>
+
+#include <cstring>
 
 namespace MediaServer
 {
@@ -8,33 +12,46 @@ namespace MediaServer
 namespace
 {
 
-Http::Response json(int status, const QJsonObject& object)
-{
-    Http::Response response;
-    response.status = status;
-    response.contentType = "application/json";
-    response.body = QJsonDocument(object).toJson(QJsonDocument::Compact);
-    response.addHeader("Cache-Control", "no-store");
-    return response;
-}
+constexpr char kContentPath[] = "/content/";
 
 Http::Response refusal(int status, const QString& why)
 {
-    return json(status, {{QStringLiteral("success"), false}, {QStringLiteral("error"), why}});
+    return jsonResponse(status, {{QStringLiteral("success"), false}, {QStringLiteral("error"), why}});
 }
 
 } // namespace
 
-CommandDoor::CommandDoor(ItemStore& store, const QString& contentFolder, const QString& publicUrl)
-    : m_content(contentFolder), m_commands(store, m_content, PageAddresses(publicUrl))
+CommandDoor::CommandDoor(ItemStore& store, const QString& contentFolder, const QString& publicUrl, const ContentLimits& limits,
+                         const ContentHashes::Post& post)
+    : m_content(contentFolder), m_receiver(store, m_content, contentFolder, limits, post),
+      m_commands(store, m_content, &m_receiver, PageAddresses(publicUrl))
 {
 }
 
-Http::Response CommandDoor::handle(const Http::Request& request)
+void CommandDoor::handle(const Http::Request& request, Http::Reply reply)
 {
-    if (request.target.split('?').first() != "/")
+    if (auto refused = refuse(request))
+        return reply.send(*std::move(refused));
+    if (request.target.startsWith(kContentPath))
+        return m_receiver.handle(request, request.target.mid(int(std::strlen(kContentPath))), std::move(reply));
+    CommandAnswer answer = m_commands.handle(request.body);
+    if (answer.unreadFile.isEmpty())
+        return reply.send(jsonResponse(answer.httpStatus, answer.json));
+    const QString file = answer.unreadFile;
+    m_receiver.hashes().read(file, [this, file, body = request.body, shared = std::make_shared<Http::Reply>(std::move(reply))] {
+        const CommandAnswer second = m_commands.handle(body);
+        if (second.unreadFile.isEmpty())
+            return shared->send(jsonResponse(second.httpStatus, second.json));
+        shared->send(refusal(500, QStringLiteral("\"%1\" cannot be read at the moment. Try again later.").arg(file)));
+    });
+}
+
+std::optional<Http::Response> CommandDoor::refuse(const Http::Request& request) const
+{
+    const bool isContent = request.target.startsWith(kContentPath);
+    if (!isContent && request.target.split('?').first() != "/")
         return Http::plainResponse(404, "Commands are sent to /. Pages have a door of their own (--pages).\n");
-    if (request.method != "POST") {
+    if (!isContent && request.method != "POST") {
         Http::Response response =
             Http::plainResponse(405, "Commands are sent by POST. Pages have a door of their own (--pages).\n");
         response.addHeader("Allow", "POST");
@@ -52,8 +69,7 @@ Http::Response CommandDoor::handle(const Http::Request& request)
         response.addHeader("WWW-Authenticate", "Bearer");
         return response;
     }
-    const CommandAnswer answer = m_commands.handle(request.body);
-    return json(answer.httpStatus, answer.json);
+    return std::nullopt;
 }
 
 } // namespace MediaServer

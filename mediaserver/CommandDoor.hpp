@@ -2,6 +2,7 @@
 
 #include "CommandHandler.hpp"
 #include "ContentFolder.hpp"
+#include "ContentReceiver.hpp"
 
 #include <Http/BearerKeys.hpp>
 #include <Http/Message.hpp>
@@ -13,21 +14,28 @@ namespace MediaServer
 
 class ItemStore;
 
-/// What the tables' door answers: POST / with a command, nothing else. A request that a web page has made a browser send is
-/// refused with 403, one without a valid key, where the door has keys, with 401. Borrows the store; on the store's thread.
+/// What the tables' door answers: POST / with a command, and /content/NAME with content of tables (see ContentReceiver). A
+/// request that a web page has made a browser send is refused with 403, one without a valid key, where the door has keys, with
+/// 401. Borrows the store; on the store's thread.
 class CommandDoor
 {
 public:
     /// `contentFolder`: path of the folder with the files; `publicUrl`: where visitors reach their pages.
-    CommandDoor(ItemStore& store, const QString& contentFolder, const QString& publicUrl);
+    /// `post`: see ContentHashes.
+    CommandDoor(ItemStore& store, const QString& contentFolder, const QString& publicUrl, const ContentLimits& limits,
+                const ContentHashes::Post& post);
 
     /// From here on a request needs one of the keys; with none, no request needs any.
     void setKeys(std::optional<Http::BearerKeys> keys) { m_keys = std::move(keys); }
 
-    [[nodiscard]] Http::Response handle(const Http::Request& request);
+    /// Answers at once, but for what waits for a file to be read or written whole.
+    void handle(const Http::Request& request, Http::Reply reply);
 
 private:
+    [[nodiscard]] std::optional<Http::Response> refuse(const Http::Request& request) const;
+
     ContentFolder m_content;
+    ContentReceiver m_receiver;
     CommandHandler m_commands;
     std::optional<Http::BearerKeys> m_keys;
 };

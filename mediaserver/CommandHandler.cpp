@@ -1,6 +1,7 @@
 #include "CommandHandler.hpp"
 
 #include "ContentFolder.hpp"
+#include "ContentReceiver.hpp"
 #include "ItemStore.hpp"
 #include "WebLink.hpp"
 
@@ -89,8 +90,9 @@ CommandAnswer CommandHandler::notOpened(const ContentError& error)
     return failure(500, error.text);
 }
 
-CommandHandler::CommandHandler(ItemStore& store, const ContentFolder& content, const PageAddresses& addresses, int mostItems)
-    : m_store(store), m_content(content), m_addresses(addresses), m_mostItems(mostItems)
+CommandHandler::CommandHandler(ItemStore& store, const ContentFolder& content, ContentReceiver* receiver,
+                               const PageAddresses& addresses, int mostItems)
+    : m_store(store), m_content(content), m_receiver(receiver), m_addresses(addresses), m_mostItems(mostItems)
 {
 }
 
@@ -125,7 +127,7 @@ CommandAnswer CommandHandler::handle(const QByteArray& body)
     const auto item = itemOf(command);
     if (!item)
         return notUnderstood(item.error());
-    return addItemAsked ? addItem(*tessel, *item) : deleteItem(*tessel, *item);
+    return addItemAsked ? addItem(*tessel, *item, command) : deleteItem(*tessel, *item);
 }
 
 CommandAnswer CommandHandler::getUserPage(qint64 tessel)
@@ -137,14 +139,32 @@ CommandAnswer CommandHandler::getUserPage(qint64 tessel)
         {{QStringLiteral("userpageurl"), m_addresses.page(*token)}, {QStringLiteral("qrcodeurl"), m_addresses.qrCode(*token)}});
 }
 
-CommandAnswer CommandHandler::addItem(qint64 tessel, const Item& item)
+std::optional<CommandAnswer> CommandHandler::checkFile(const Item& item, const QJsonObject& command, bool& isComing)
+{
+    const QByteArray sha256 = command.value(QLatin1String("sha256")).toString().toLatin1();
+    const auto size = wholeNumber(command.value(QLatin1String("size")));
+    const bool isDescribed = isSha256(sha256) && size && *size >= 0;
+    if (!m_receiver || !isDescribed) {
+        const auto file = m_content.open(item.value);
+        return file ? std::nullopt : std::optional<CommandAnswer>(notOpened(file.error()));
+    }
+    const ContentReceiver::Standing standing = m_receiver->announce(item.value, sha256, *size);
+    using Kind = ContentReceiver::Standing::Kind;
+    switch (standing.kind) {
+    case Kind::Coming: isComing = true; return std::nullopt;
+    case Kind::There: return std::nullopt;
+    case Kind::Unread: return CommandAnswer{503, {}, item.value};
+    case Kind::Refused: return failure(200, standing.text);
+    case Kind::Failed: break;
+    }
+    m_warnings.log("A file could not be opened", standing.text.toStdString());
+    return failure(500, QStringLiteral("The media server cannot read \"%1\" at the moment. Try again later.").arg(item.value));
+}
+
+CommandAnswer CommandHandler::addItem(qint64 tessel, const Item& item, const QJsonObject& command)
 {
     if (item.kind == ItemKind::Url && !parseWebLink(item.value)) {
         return failure(200, QStringLiteral("\"%1\" is not a web address that begins with http:// or https://.").arg(item.value));
-    }
-    if (item.kind == ItemKind::File) {
-        if (const auto file = m_content.open(item.value); !file)
-            return notOpened(file.error());
     }
     const auto hasRoom = m_store.hasRoom(tessel, item, m_mostItems);
     if (!hasRoom)
@@ -154,9 +174,14 @@ CommandAnswer CommandHandler::addItem(qint64 tessel, const Item& item)
                        QStringLiteral("This person has %1 items already, which is the most a page can have: remove one first.")
                            .arg(m_mostItems));
     }
+    bool isComing = false;
+    if (item.kind == ItemKind::File) {
+        if (auto refused = checkFile(item, command, isComing))
+            return *std::move(refused);
+    }
     if (const auto added = m_store.add(tessel, item); !added)
         return storeFailed("additem", added.error());
-    return success();
+    return isComing ? success({{QStringLiteral("content"), QStringLiteral("coming")}}) : success();
 }
 
 CommandAnswer CommandHandler::deleteItem(qint64 tessel, const Item& item)

@@ -5,12 +5,15 @@
 
 #include <QJsonObject>
 
+#include <optional>
+
 class QByteArray;
 
 namespace MediaServer
 {
 
 class ContentFolder;
+class ContentReceiver;
 class ItemStore;
 struct ContentError;
 struct Item;
@@ -22,9 +25,13 @@ struct CommandAnswer
     /// content folder failed.
     int httpStatus = 200;
     QJsonObject json;
+    /// Not empty: nothing was done; the command is to be given once more when the hash of this file has been read.
+    QString unreadFile = {};
 };
 
-/// The commands that tables send: "getuserpage", "additem" and "deleteitem". Borrows store and folder; on the store's thread.
+/// The commands that tables send: "getuserpage", "additem" and "deleteitem". An "additem" may carry "sha256" and "size" of the
+/// file on the table; then the file need not be in the content folder: it is expected, and the answer has "content": "coming".
+/// Borrows what it is given; on the store's thread.
 class CommandHandler
 {
 public:
@@ -32,14 +39,18 @@ public:
     static constexpr int kMostItems = 1000;
 
     /// `mostItems`: of one person; "additem" fails beyond it.
-    CommandHandler(ItemStore& store, const ContentFolder& content, const PageAddresses& addresses, int mostItems = kMostItems);
+    /// `receiver`: null where no content is received.
+    CommandHandler(ItemStore& store, const ContentFolder& content, ContentReceiver* receiver, const PageAddresses& addresses,
+                   int mostItems = kMostItems);
 
     /// `body`: one JSON object, in UTF-8.
     [[nodiscard]] CommandAnswer handle(const QByteArray& body);
 
 private:
     [[nodiscard]] CommandAnswer getUserPage(qint64 tessel);
-    [[nodiscard]] CommandAnswer addItem(qint64 tessel, const Item& item);
+    [[nodiscard]] CommandAnswer addItem(qint64 tessel, const Item& item, const QJsonObject& command);
+    /// Nothing when the item may be added; `isComing`: its file is not there yet.
+    [[nodiscard]] std::optional<CommandAnswer> checkFile(const Item& item, const QJsonObject& command, bool& isComing);
     [[nodiscard]] CommandAnswer deleteItem(qint64 tessel, const Item& item);
     /// The answer says that nothing was done; the reason goes to the log only.
     [[nodiscard]] CommandAnswer storeFailed(const char* command, const QString& reason);
@@ -47,6 +58,7 @@ private:
 
     ItemStore& m_store;
     const ContentFolder& m_content;
+    ContentReceiver* m_receiver;
     PageAddresses m_addresses;
     int m_mostItems;
     Bedrock::RareWarnings m_warnings{"MediaServer"};

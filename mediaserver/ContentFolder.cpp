@@ -33,17 +33,6 @@ constexpr Type kTypes[] = {
     {"mp4", "video/mp4"},       {"webm", "video/webm"},
 };
 
-bool isBareName(const QString& name)
-{
-    if (name.isEmpty() || name.startsWith(QLatin1Char('.')))
-        return false;
-    for (const QChar c : name) {
-        if (c == QLatin1Char('/') || c == QLatin1Char('\\') || c.unicode() < 0x20 || c.unicode() == 0x7f)
-            return false;
-    }
-    return true;
-}
-
 /// Whether opening a file failed because no file that may be shown has this name. ELOOP is a symbolic link,
 /// ENXIO a socket; the last ones are names that the file system cannot have.
 bool meansNoSuchFile(int error)
@@ -104,6 +93,17 @@ tl::expected<Http::File, ContentError> ContentFolder::open(const QString& name) 
     if (!S_ISREG(status.st_mode))
         return noSuchFile(name);
     return file;
+}
+
+bool ContentFolder::isBareName(const QString& name)
+{
+    if (name.isEmpty() || name.startsWith(QLatin1Char('.')))
+        return false;
+    for (const QChar c : name) {
+        if (c == QLatin1Char('/') || c == QLatin1Char('\\') || c.unicode() < 0x20 || c.unicode() == 0x7f)
+            return false;
+    }
+    return true;
 }
 
 QByteArray ContentFolder::contentType(const QString& name)

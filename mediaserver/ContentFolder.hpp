@@ -32,6 +32,8 @@ public:
 
     [[nodiscard]] tl::expected<Http::File, ContentError> open(const QString& name) const;
 
+    /// Whether a file of that name may be in the folder: no path, not hidden, no control characters.
+    [[nodiscard]] static bool isBareName(const QString& name);
     /// By the name's ending, in any case; "application/octet-stream" for everything that a browser should not open by
     /// itself, which includes HTML.
     [[nodiscard]] static QByteArray contentType(const QString& name);

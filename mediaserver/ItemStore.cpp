@@ -16,27 +16,42 @@ namespace MediaServer
 namespace
 {
 
-constexpr int kSchemaVersion = 1;
 /// How often another connection may get hold of the file between the wait for its lock and the change of mode.
 constexpr int kMostModeAttempts = 5;
 constexpr int kTokenBytes = 16;
 constexpr int kTokenCharacters = 22;
 
-const char* const kSchema[] = {
-    "CREATE TABLE person ("
-    " tessel INTEGER PRIMARY KEY,"
-    " token TEXT NOT NULL UNIQUE,"
-    " since TEXT NOT NULL DEFAULT (strftime('%Y-%m-%dT%H:%M:%SZ', 'now')))",
+/// Statement after statement; `since`: the format that has it first.
+struct Statement
+{
+    int since;
+    const char* text;
+};
+constexpr int kSchemaVersion = 2;
+
+const Statement kSchema[] = {
+    {1,
+     "CREATE TABLE person ("
+     " tessel INTEGER PRIMARY KEY,"
+     " token TEXT NOT NULL UNIQUE,"
+     " since TEXT NOT NULL DEFAULT (strftime('%Y-%m-%dT%H:%M:%SZ', 'now')))"},
     // AUTOINCREMENT: the id is part of addresses that browsers remember, so it must not be used for another item.
-    "CREATE TABLE item ("
-    " id INTEGER PRIMARY KEY AUTOINCREMENT,"
-    " tessel INTEGER NOT NULL REFERENCES person (tessel) ON DELETE CASCADE,"
-    " kind TEXT NOT NULL CHECK (kind IN ('url', 'filename')),"
-    " value TEXT NOT NULL,"
-    " displayname TEXT NOT NULL,"
-    " systemname TEXT NOT NULL,"
-    " added TEXT NOT NULL DEFAULT (strftime('%Y-%m-%dT%H:%M:%SZ', 'now')),"
-    " UNIQUE (tessel, kind, value))",
+    {1,
+     "CREATE TABLE item ("
+     " id INTEGER PRIMARY KEY AUTOINCREMENT,"
+     " tessel INTEGER NOT NULL REFERENCES person (tessel) ON DELETE CASCADE,"
+     " kind TEXT NOT NULL CHECK (kind IN ('url', 'filename')),"
+     " value TEXT NOT NULL,"
+     " displayname TEXT NOT NULL,"
+     " systemname TEXT NOT NULL,"
+     " added TEXT NOT NULL DEFAULT (strftime('%Y-%m-%dT%H:%M:%SZ', 'now')),"
+     " UNIQUE (tessel, kind, value))"},
+    {2,
+     "CREATE TABLE expected ("
+     " name TEXT PRIMARY KEY,"
+     " sha256 TEXT NOT NULL,"
+     " size INTEGER NOT NULL,"
+     " announced TEXT NOT NULL DEFAULT (strftime('%Y-%m-%dT%H:%M:%SZ', 'now')))"},
 };
 
 QString kindText(ItemKind kind)
@@ -143,18 +158,23 @@ Result<void> ItemStore::prepareFile()
                           .arg(found)
                           .arg(kSchemaVersion));
     }
-    if (found == 0) {
-        for (const char* statement : kSchema) {
-            if (const auto made = execute(statement); !made)
-                return giveUp(made.error());
-        }
-        const QByteArray setVersion = "PRAGMA user_version = " + QByteArray::number(kSchemaVersion);
-        if (const auto set = execute(setVersion.constData()); !set)
-            return giveUp(set.error());
-    }
+    if (const auto done = bringUpToDate(found); !done)
+        return giveUp(done.error());
     if (const auto done = execute("COMMIT"); !done)
         return giveUp(done.error());
     return {};
+}
+
+Result<void> ItemStore::bringUpToDate(int format)
+{
+    for (const Statement& statement : kSchema) {
+        if (statement.since <= format)
+            continue;
+        if (const auto made = execute(statement.text); !made)
+            return made;
+    }
+    const QByteArray setVersion = "PRAGMA user_version = " + QByteArray::number(kSchemaVersion);
+    return format == kSchemaVersion ? Result<void>() : execute(setVersion.constData());
 }
 
 /// SQLite waits for a lock when a transaction begins, not when the mode is changed.
@@ -266,6 +286,38 @@ Result<std::vector<Item>> ItemStore::items(qint64 tessel)
     if (rows->lastError().isValid())
         return tl::unexpected(reasonAndRemedy(rows->lastError()));
     return result;
+}
+
+Result<bool> ItemStore::expect(const ExpectedFile& file)
+{
+    const auto kept = query("INSERT INTO expected (name, sha256, size) VALUES (?, ?, ?)"
+                            " ON CONFLICT (name) DO UPDATE"
+                            " SET sha256 = excluded.sha256, size = excluded.size, announced = excluded.announced"
+                            " WHERE sha256 = excluded.sha256"
+                            " OR announced < strftime('%Y-%m-%dT%H:%M:%SZ', 'now', '-1 day')",
+                            {file.name, QString::fromLatin1(file.sha256), file.size});
+    if (!kept)
+        return tl::unexpected(kept.error());
+    return kept->numRowsAffected() > 0;
+}
+
+Result<std::optional<ExpectedFile>> ItemStore::expected(const QString& name)
+{
+    auto row = query("SELECT sha256, size FROM expected WHERE name = ?", {name});
+    if (!row)
+        return tl::unexpected(row.error());
+    if (!row->next())
+        return std::optional<ExpectedFile>();
+    return std::optional<ExpectedFile>({name, row->value(0).toString().toLatin1(), row->value(1).toLongLong()});
+}
+
+Result<void> ItemStore::forgetExpected(const QString& name)
+{
+    const auto known = expected(name);
+    if (!known || !*known) // most often: nothing to write
+        return known ? Result<void>() : tl::unexpected(known.error());
+    const auto removed = query("DELETE FROM expected WHERE name = ?", {name});
+    return removed ? Result<void>() : tl::unexpected(removed.error());
 }
 
 Result<std::optional<Item>> ItemStore::item(qint64 tessel, qint64 id)

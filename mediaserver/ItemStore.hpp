@@ -28,6 +28,14 @@ struct Item
     QString systemName;
 };
 
+/// A file that a table announced and that the content folder does not have yet.
+struct ExpectedFile
+{
+    QString name;
+    QByteArray sha256; ///< 64 hexadecimal digits
+    qint64 size = 0;   ///< bytes
+};
+
 /// People, identified by the number of their card, and their items, in an SQLite file. Every operation that reports success is on
 /// the disk (write-ahead log, synchronous FULL): it survives a kill and a power cut.
 ///
@@ -61,6 +69,12 @@ public:
     /// In the order in which they were added first.
     [[nodiscard]] Result<std::vector<Item>> items(qint64 tessel);
 
+    /// Keeps the announcement of a file. False when another file of that name is expected, announced less than a day ago.
+    [[nodiscard]] Result<bool> expect(const ExpectedFile& file);
+    [[nodiscard]] Result<std::optional<ExpectedFile>> expected(const QString& name);
+    /// The file has come.
+    [[nodiscard]] Result<void> forgetExpected(const QString& name);
+
     /// The person's item of that id; empty when there is none or it belongs to another person.
     [[nodiscard]] Result<std::optional<Item>> item(qint64 tessel, qint64 id);
 
@@ -68,6 +82,7 @@ private:
     explicit ItemStore(const QString& connectionName);
     [[nodiscard]] Result<void> prepareFile();
     [[nodiscard]] Result<void> keepWriteAheadLog();
+    [[nodiscard]] Result<void> bringUpToDate(int format);
     [[nodiscard]] Result<void> execute(const char* statement);
     [[nodiscard]] Result<QSqlQuery> query(const char* statement, std::initializer_list<QVariant> values);
 

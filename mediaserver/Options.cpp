@@ -126,6 +126,15 @@ const Option kOptions[] = {
          options.limits.bodyBytes = static_cast<std::size_t>(*bytes);
          return QString();
      }},
+    {"--max-content", "MB", "Take files from tables up to this many megabytes (default %1).",
+     [](const Options& options) { return QString::number(options.contentBytes >> 20); },
+     [](const QString& value, Options& options) {
+         const auto megabytes = wholeBetween(value, 1, 1024 * 1024);
+         if (!megabytes)
+             return QStringLiteral("has to be a number of megabytes from 1 to 1048576.");
+         options.contentBytes = qint64(*megabytes) << 20;
+         return QString();
+     }},
     {"--timeout", "SECONDS", "Seconds a request may take to arrive, and an answer to make progress (default %1).",
      [](const Options& options) { return QString::number(static_cast<double>(options.limits.timeout.count()) / 1000.0); },
      [](const QString& value, Options& options) {

@@ -19,8 +19,9 @@ struct Options
     QString commandKeyFile; ///< empty: commands need no key. Not empty when other machines reach the commands' door
     QString contentFolder;
     QString databaseFile;
-    QString publicUrl;   ///< empty: the address of the visitors' door
-    Http::Limits limits; ///< of each door
+    QString publicUrl;                     ///< empty: the address of the visitors' door
+    Http::Limits limits;                   ///< of each door
+    qint64 contentBytes = qint64(1) << 30; ///< of one file that a table sends
 
     /// Why the program ends before it serves. Code 0: help was asked for, the text goes to standard output; otherwise it goes to
     /// standard error.

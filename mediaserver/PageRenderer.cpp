@@ -87,7 +87,7 @@ QString linkCard(const Item& item)
     return html(card, "plain");
 }
 
-QString fileCard(const QString& token, const Item& item, bool available)
+QString fileCard(const QString& token, const Item& item, PageItem::State state)
 {
     const QString name = item.displayName.trimmed().isEmpty() ? item.value : item.displayName;
     const bool isPicture = ContentFolder::isPicture(item.value);
@@ -96,9 +96,11 @@ QString fileCard(const QString& token, const Item& item, bool available)
     Card card;
     card.title = escaped(name);
     card.view = QLatin1String(kFileSymbol);
-    if (!available) {
-        card.detail = QLatin1String("Not available at the moment");
-        return html(card, "plain missing");
+    if (state != PageItem::State::There) {
+        const bool isComing = state == PageItem::State::Coming;
+        card.detail =
+            isComing ? QLatin1String("Coming: it is on its way from the table") : QLatin1String("Not available at the moment");
+        return html(card, isComing ? "plain coming" : "plain missing");
     }
     card.href = token + QLatin1String("/file/") + QString::number(item.id);
     if (isPicture) {
@@ -142,7 +144,7 @@ QByteArray PageRenderer::collection(const QString& token, const std::vector<Page
 {
     QString cards;
     for (const PageItem& entry : items) {
-        cards += entry.item->kind == ItemKind::Url ? linkCard(*entry.item) : fileCard(token, *entry.item, entry.available);
+        cards += entry.item->kind == ItemKind::Url ? linkCard(*entry.item) : fileCard(token, *entry.item, entry.state);
     }
     QString body = heading(QStringLiteral("Your collection"), leadFor(items.size())) + QLatin1String("<main>\n");
     if (cards.isEmpty()) {

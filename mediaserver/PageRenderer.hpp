@@ -10,11 +10,16 @@ namespace MediaServer
 
 struct Item;
 
-/// An item, and whether its file is in the content folder at this moment.
+/// An item, and what is there of its file at this moment.
 struct PageItem
 {
+    enum class State {
+        There,
+        Coming, ///< a table sends it
+        Missing
+    };
     const Item* item;
-    bool available;
+    State state;
 };
 
 /// The visitors' pages, as complete HTML documents in UTF-8. They load only pictures, from this server and by addresses relative

@@ -61,7 +61,7 @@ h1 { margin: 0; font: 400 clamp(2.25rem, 6vw, 3.75rem)/1.1 var(--serif); letter-
 .item a:hover, .item a:focus-visible { text-decoration: underline; text-decoration-thickness: 1px; text-underline-offset: .2em; }
 .item a:focus-visible { outline: none; }
 .item:focus-within { outline: 3px solid var(--accent); outline-offset: 3px; }
-.missing .view { background: repeating-linear-gradient(135deg, var(--mat) 0 12px, var(--raised) 12px 24px); }
+.missing .view, .coming .view { background: repeating-linear-gradient(135deg, var(--mat) 0 12px, var(--raised) 12px 24px); }
 .empty {
   margin: clamp(2rem, 5vw, 3.5rem) 0 0; padding: clamp(2rem, 6vw, 4rem) 1.5rem; text-align: center;
   border: 2px dashed var(--line); border-radius: .875rem;

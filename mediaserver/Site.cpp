@@ -86,12 +86,17 @@ Http::Response Site::page(const QString& token, qint64 tessel)
     shown.reserve(items->size());
     QString unreadable;
     for (const Item& item : *items) {
-        shown.push_back({&item, true});
+        shown.push_back({&item, PageItem::State::There});
         if (item.kind == ItemKind::Url)
             continue;
         const auto file = m_content.open(item.value);
-        shown.back().available = file.has_value();
-        if (!file && file.error().kind == ContentError::Kind::Unreadable)
+        if (file)
+            continue;
+        const auto expected = m_store.expected(item.value);
+        if (!expected)
+            return storeFailed(expected.error());
+        shown.back().state = *expected ? PageItem::State::Coming : PageItem::State::Missing;
+        if (file.error().kind == ContentError::Kind::Unreadable)
             unreadable = file.error().reason;
     }
     // One line for the whole page: the reason why one file is unreadable is mostly that of all.

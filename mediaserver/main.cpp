@@ -20,9 +20,11 @@
 #include <memory>
 #include <optional>
 #include <sys/stat.h>
+#include <utility>
 
 using MediaServer::CommandDoor;
 using MediaServer::connectionsWithinOpenFiles;
+using MediaServer::ContentLimits;
 using MediaServer::ItemStore;
 using MediaServer::logInfo;
 using MediaServer::logWarning;
@@ -93,13 +95,14 @@ int serve(const Options& options)
         return fail(pages.error());
     const auto commands =
         server.listen(options.commands, commandLimits,
-                      [&door](const Http::Request& request, Http::Reply reply) { reply.send(door->handle(request)); });
+                      [&door](const Http::Request& request, Http::Reply reply) { door->handle(request, std::move(reply)); });
     if (!commands)
         return fail(commands.error());
 
     const QString publicUrl = publicAddress(options, pages->url);
     site = std::make_unique<Site>(**store, options.contentFolder, publicUrl);
-    door = std::make_unique<CommandDoor>(**store, options.contentFolder, publicUrl);
+    const ContentLimits contentLimits{options.contentBytes, static_cast<qint64>(commandLimits.bodyBytes)};
+    door = std::make_unique<CommandDoor>(**store, options.contentFolder, publicUrl, contentLimits, server.poster());
     door->setKeys(std::move(keys));
     server.stopOnSignals();
     server.onHangup([&] {

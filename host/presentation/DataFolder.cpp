@@ -7,6 +7,14 @@
 
 namespace Host
 {
+namespace
+{
+QString suffixOf(const QString& serviceName)
+{
+    return serviceName.isEmpty() ? QString() : QLatin1Char('-') + QString::fromLatin1(QUrl::toPercentEncoding(serviceName));
+}
+}
+
 QString dataFolder(const QString& presentationFolder, const QString& given)
 {
     if (!given.isEmpty())
@@ -18,8 +26,11 @@ QString dataFolder(const QString& presentationFolder, const QString& given)
 
 QString outboxFolder(const QString& data, const QString& serviceName)
 {
-    const QString suffix =
-        serviceName.isEmpty() ? QString() : QLatin1Char('-') + QString::fromLatin1(QUrl::toPercentEncoding(serviceName));
-    return data + QStringLiteral("/mail/outbox") + suffix;
+    return data + QStringLiteral("/mail/outbox") + suffixOf(serviceName);
+}
+
+QString contentQueueFile(const QString& data, const QString& serviceName)
+{
+    return data + QStringLiteral("/content/queue") + suffixOf(serviceName) + QStringLiteral(".sqlite");
 }
 }

@@ -12,11 +12,15 @@
 #include "services/PeopleRegistry.hpp"
 #include "services/PeopleWatch.hpp"
 #include "services/ServiceStates.hpp"
+#include "services/content/ContentMediaServer.hpp"
+#include "services/content/ContentStream.hpp"
 #include "services/email/OutboxService.hpp"
 #include "table/TableOptions.hpp"
 
+#include <Tavola/CollectedFiles.hpp>
 #include <Tavola/Network.hpp>
 #include <Tavola/ServiceProvider.hpp>
+#include <Tavola/Tavola.hpp>
 #include <Trellis/Widget.hpp>
 
 #include <QDir>
@@ -24,6 +28,7 @@
 #include <QUrl>
 
 #include <algorithm>
+#include <utility>
 
 namespace Host
 {
@@ -47,6 +52,13 @@ bool keepsMail(const OutboxService* service)
         return false;
     const QJsonObject state = service->state();
     return state.value(QLatin1String("queued")).toInt() + state.value(QLatin1String("sending")).toInt() > 0;
+}
+
+/// The file of this table that content of that name was described with last.
+QString collectedPath(const QString& name)
+{
+    const auto application = Tavola::Tavola::instance();
+    return application ? application->part<Tavola::CollectedFiles>().path(name) : QString();
 }
 }
 
@@ -124,8 +136,15 @@ void TableServices::startMediaServers(Tavola::ServiceProvider& provider, const P
         limits.timeoutSeconds = mediaServers.front().timeoutSeconds;
     Tavola::setNetworkLimits(limits);
     for (const MediaServerSettings& settings : mediaServers) {
-        const auto server = std::make_shared<MediaServerService>(QUrl(settings.address), settings.timeoutSeconds, settings.key);
-        provider.addService(type, settings.name, std::make_shared<InboxMediaServer>(server, m_states));
+        auto server = std::make_shared<MediaServerService>(QUrl(settings.address), settings.timeoutSeconds, settings.key);
+        ContentStream::Settings content;
+        content.address = QUrl(settings.address);
+        content.key = settings.key;
+        content.timeoutSeconds = settings.timeoutSeconds;
+        content.queueFile = contentQueueFile(dataFolder(presentation.folder, options.dataFolder), settings.name);
+        auto withContent =
+            std::make_shared<ContentMediaServer>(std::move(server), std::make_unique<ContentStream>(content), &collectedPath);
+        provider.addService(type, settings.name, std::make_shared<InboxMediaServer>(std::move(withContent), m_states));
     }
 }
 

@@ -24,6 +24,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -542,4 +543,33 @@ TEST_CASE("HTTP server: a Unix socket replaces no file, and its path has a bound
                                        [](const Request&, Reply) {});
     REQUIRE_FALSE(tooLong);
     CHECK(tooLong.error().endsWith(QLatin1String("the path has more than 107 bytes")));
+}
+
+TEST_CASE("HTTP server: posted functions run on its thread in their order, one that throws is logged, and none runs afterwards")
+{
+    Server::Poster post;
+    std::vector<std::thread::id> threads;
+    std::promise<void> ended;
+    bool ranAfterwards = false;
+    TestSupport::expectError("HttpServer # A function that was posted failed (out of paper)");
+    {
+        Server server;
+        post = server.poster();
+        const auto listening = server.listen(*Address::parse(QStringLiteral("127.0.0.1:0")), patient(), [](Request, Reply) {});
+        REQUIRE(listening);
+        std::thread running([&server] { server.run(); });
+        const auto serverThread = running.get_id();
+        post([] { throw std::runtime_error("out of paper"); });
+        post([&] { threads.push_back(std::this_thread::get_id()); });
+        post([&] {
+            threads.push_back(std::this_thread::get_id());
+            ended.set_value();
+        });
+        ended.get_future().wait();
+        server.stop();
+        running.join();
+        CHECK(threads == std::vector<std::thread::id>(2, serverThread));
+    }
+    post([&ranAfterwards] { ranAfterwards = true; });
+    CHECK_FALSE(ranAfterwards);
 }

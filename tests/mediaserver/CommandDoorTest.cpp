@@ -38,7 +38,9 @@ struct Door
         request.body = kGetPage;
         if (!authorization.isNull())
             request.headers.emplace_back("Authorization", authorization);
-        return door.handle(request);
+        Http::Response answer;
+        door.handle(request, Http::Reply([&answer](Http::Response&& response) { answer = std::move(response); }));
+        return answer;
     }
 
     static Http::BearerKeys keysOf(const QString& file)
@@ -50,7 +52,8 @@ struct Door
 
     Folder folder;
     std::unique_ptr<ItemStore> store = std::move(*ItemStore::open(folder.path(QStringLiteral("items.sqlite"))));
-    CommandDoor door{*store, folder.path(QStringLiteral("content")), QStringLiteral("http://museum.example/")};
+    CommandDoor door{*store, folder.path(QStringLiteral("content")), QStringLiteral("http://museum.example/"), ContentLimits{},
+                     [](const std::function<void()>&) {}};
 };
 
 } // namespace

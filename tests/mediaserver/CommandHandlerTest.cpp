@@ -52,7 +52,7 @@ struct Fixture
     Folder folder;
     Result<std::unique_ptr<ItemStore>> store = ItemStore::open(folder.path(QStringLiteral("items.sqlite")));
     ContentFolder content{folder.path(QStringLiteral("content"))};
-    CommandHandler handler{**store, content, PageAddresses(QStringLiteral("https://museum.example/table"))};
+    CommandHandler handler{**store, content, nullptr, PageAddresses(QStringLiteral("https://museum.example/table"))};
 };
 
 } // namespace
@@ -186,7 +186,7 @@ TEST_CASE_FIXTURE(Fixture, "command handler: a file that cannot be read now is l
 
 TEST_CASE_FIXTURE(Fixture, "command handler: a person has so many items and no more, until one is removed")
 {
-    CommandHandler small(**store, content, PageAddresses(QStringLiteral("https://museum.example/table")), 2);
+    CommandHandler small(**store, content, nullptr, PageAddresses(QStringLiteral("https://museum.example/table")), 2);
     const auto add = [&](int tessel, int page) {
         return small.handle(
             QStringLiteral(R"({"command":"additem","tessel":%1,"url":"https://a.example/%2"})").arg(tessel).arg(page).toUtf8());

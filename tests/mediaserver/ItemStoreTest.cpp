@@ -206,6 +206,55 @@ TEST_CASE("item store: a file that is no database is refused and left alone")
     CHECK(file.readAll() == text);
 }
 
+TEST_CASE("item store: a file of format 1 keeps its people and items and is brought up to date")
+{
+    Folder folder;
+    const QString file = folder.path(QStringLiteral("items.sqlite"));
+    QString token;
+    {
+        const auto store = openStore(file);
+        REQUIRE(store->add(7, link("https://a.example/", "A")));
+        token = *store->tokenFor(7);
+    }
+    execute(file, QStringLiteral("DROP TABLE expected"));
+    execute(file, QStringLiteral("PRAGMA user_version = 1"));
+    {
+        const auto store = openStore(file);
+        CHECK(*store->tokenFor(7) == token);
+        CHECK(store->items(7)->size() == 1);
+        CHECK(*store->expect({QStringLiteral("map.png"), QByteArray(64, 'a'), 3}));
+    }
+    CHECK(execute(file, QStringLiteral("PRAGMA user_version")).toInt() == 2);
+}
+
+TEST_CASE("item store: an expected file is kept until it has come, and gives way to another one after a day")
+{
+    Folder folder;
+    const QString file = folder.path(QStringLiteral("items.sqlite"));
+    const QString name = QStringLiteral("map.png");
+    const ExpectedFile map{name, QByteArray(64, 'a'), 3};
+    const ExpectedFile other{name, QByteArray(64, 'b'), 4};
+    {
+        const auto store = openStore(file);
+        CHECK_FALSE(store->expected(name)->has_value());
+        CHECK(*store->expect(map));
+        CHECK(*store->expect(map));
+        CHECK_FALSE(*store->expect(other));
+    }
+    execute(file, QStringLiteral("UPDATE expected SET announced = strftime('%Y-%m-%dT%H:%M:%SZ', 'now', '-23 hours')"));
+    const auto store = openStore(file);
+    CHECK_FALSE(*store->expect(other));
+    CHECK((*store->expected(name))->sha256 == map.sha256);
+    CHECK((*store->expected(name))->size == 3);
+    execute(file, QStringLiteral("UPDATE expected SET announced = strftime('%Y-%m-%dT%H:%M:%SZ', 'now', '-25 hours')"));
+    CHECK(*store->expect(other));
+    CHECK((*store->expected(name))->sha256 == other.sha256);
+    CHECK_FALSE(*store->expect(map));
+    REQUIRE(store->forgetExpected(name));
+    REQUIRE(store->forgetExpected(name));
+    CHECK_FALSE(store->expected(name)->has_value());
+}
+
 TEST_CASE("item store: a file of a newer version is refused with both versions")
 {
     const Folder folder;
@@ -215,7 +264,7 @@ TEST_CASE("item store: a file of a newer version is refused with both versions")
     const auto store = ItemStore::open(file);
     REQUIRE_FALSE(store);
     CHECK(store.error().endsWith(
-        QLatin1String("it was written by a newer version of this program (format 9, known is 1); use that one")));
+        QLatin1String("it was written by a newer version of this program (format 9, known is 2); use that one")));
 }
 
 TEST_CASE("item store: a folder that does not exist is an error")

@@ -25,9 +25,9 @@ Item item(ItemKind kind, const char* value, const char* name, qint64 id = 5)
     return result;
 }
 
-QString pageOf(const Item& single, bool available = true)
+QString pageOf(const Item& single, PageItem::State state = PageItem::State::There)
 {
-    return QString::fromUtf8(PageRenderer().collection(kToken, {{&single, available}}));
+    return QString::fromUtf8(PageRenderer().collection(kToken, {{&single, state}}));
 }
 
 } // namespace
@@ -37,8 +37,8 @@ TEST_CASE("page renderer: a picture is shown, a document and a link are opened")
     const Item picture = item(ItemKind::File, "boat.png", "The boat", 3);
     const Item document = item(ItemKind::File, "guide.pdf", "The guide", 4);
     const Item link = item(ItemKind::Url, "https://www.museum.example/a?x=1&y=2", "The museum");
-    const QString page =
-        QString::fromUtf8(PageRenderer().collection(kToken, {{&picture, true}, {&document, true}, {&link, true}}));
+    const QString page = QString::fromUtf8(PageRenderer().collection(
+        kToken, {{&picture, PageItem::State::There}, {&document, PageItem::State::There}, {&link, PageItem::State::There}}));
     CHECK(page.contains(QLatin1String("<img src=\"AAAAAAAAAAAAAAAAAAAAAA/file/3\"")));
     CHECK(page.contains(QLatin1String("<a href=\"AAAAAAAAAAAAAAAAAAAAAA/file/3\"")));
     CHECK_FALSE(page.contains(QLatin1String("<img src=\"AAAAAAAAAAAAAAAAAAAAAA/file/4\"")));
@@ -78,7 +78,7 @@ TEST_CASE("page renderer: a stored address that is not of the web makes no link"
 
 TEST_CASE("page renderer: a file that is away is named but not opened")
 {
-    const QString page = pageOf(item(ItemKind::File, "boat.png", "The boat"), false);
+    const QString page = pageOf(item(ItemKind::File, "boat.png", "The boat"), PageItem::State::Missing);
     CHECK(page.contains(QLatin1String("The boat")));
     CHECK(page.contains(QLatin1String("Not available at the moment")));
     CHECK_FALSE(page.contains(QLatin1String("/file/")));

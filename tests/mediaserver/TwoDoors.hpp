@@ -20,6 +20,9 @@
 /// Pages and commands behind real servers, each with a store of its own on one file, as the program has them on two doors.
 struct TwoDoors
 {
+    static constexpr qint64 kLargestContent = 4'000'000;
+    static constexpr qint64 kPiece = 1000;
+
     TwoDoors()
     {
         folder.makeFolder(QStringLiteral("content"));
@@ -72,18 +75,33 @@ struct TwoDoors
 
     QByteArray picture = QByteArray("\x89PNG\r\n\x1a\n", 8) + QByteArray(3'000'000, 'p');
     Folder folder;
-    HttpServerThread pages{Http::Limits{}, [this](const QString& url) { return handlerOf<MediaServer::Site>(url); }};
-    HttpServerThread commands{Http::Limits{}, [this](const QString&) { return handlerOf<MediaServer::CommandDoor>(pagesUrl()); }};
+    HttpServerThread pages{Http::Limits{}, [this](const QString& url) { return pagesOf(url); }};
+    HttpServerThread commands{Http::Limits{}, [this](const QString&, Http::Server& server) { return commandsOf(server); }};
 
 private:
-    template <class Door>
-    HttpServerThread::Handler handlerOf(const QString& url)
+    std::shared_ptr<MediaServer::ItemStore> openStore()
     {
         auto opened = MediaServer::ItemStore::open(folder.path(QStringLiteral("items.sqlite")));
-        if (!opened)
+        return opened ? std::move(*opened) : nullptr;
+    }
+
+    HttpServerThread::Handler pagesOf(const QString& url)
+    {
+        const auto store = openStore();
+        if (!store)
             return [](const Http::Request&) { return Http::plainResponse(500, "no database"); };
-        std::shared_ptr<MediaServer::ItemStore> store = std::move(*opened);
-        auto door = std::make_shared<Door>(*store, folder.path(QStringLiteral("content")), url);
-        return [store, door](const Http::Request& request) { return door->handle(request); };
+        auto site = std::make_shared<MediaServer::Site>(*store, folder.path(QStringLiteral("content")), url);
+        return [store, site](const Http::Request& request) { return site->handle(request); };
+    }
+
+    Http::Server::Handler commandsOf(Http::Server& server)
+    {
+        const auto store = openStore();
+        if (!store)
+            return [](Http::Request, Http::Reply reply) { reply.send(Http::plainResponse(500, "no database")); };
+        const MediaServer::ContentLimits limits{kLargestContent, kPiece};
+        auto door = std::make_shared<MediaServer::CommandDoor>(*store, folder.path(QStringLiteral("content")), pagesUrl(), limits,
+                                                               server.poster());
+        return [store, door](const Http::Request& request, Http::Reply reply) { door->handle(request, std::move(reply)); };
     }
 };

@@ -9,7 +9,7 @@ HttpServerThread::HttpServerThread(const Http::Limits& limits, const MakeHandler
 {
     start(
         limits,
-        [makeHandler](const QString& url) -> Http::Server::Handler {
+        [makeHandler](const QString& url, Http::Server&) -> Http::Server::Handler {
             return
                 [handler = makeHandler(url)](const Http::Request& request, Http::Reply reply) { reply.send(handler(request)); };
         },
@@ -19,7 +19,12 @@ HttpServerThread::HttpServerThread(const Http::Limits& limits, const MakeHandler
 HttpServerThread::HttpServerThread(const Http::Limits& limits, Http::Server::Handler handler, const QString& address)
 {
     start(
-        limits, [handler](const QString&) { return handler; }, address);
+        limits, [handler](const QString&, Http::Server&) { return handler; }, address);
+}
+
+HttpServerThread::HttpServerThread(const Http::Limits& limits, const MakeServerHandler& makeHandler)
+{
+    start(limits, makeHandler, QStringLiteral("127.0.0.1:0"));
 }
 
 void HttpServerThread::start(const Http::Limits& limits, const MakeServerHandler& makeHandler, const QString& address)
@@ -37,7 +42,7 @@ void HttpServerThread::start(const Http::Limits& limits, const MakeServerHandler
             started.set_value(nullptr);
             return;
         }
-        *handler = makeHandler(listening->url);
+        *handler = makeHandler(listening->url, server);
         m_port = listening->address.port;
         started.set_value(&server);
         server.run();

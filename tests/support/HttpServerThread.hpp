@@ -17,6 +17,9 @@ public:
     using MakeHandler = std::function<Handler(const QString& url)>;
 
     HttpServerThread(const Http::Limits& limits, const MakeHandler& makeHandler);
+    /// The same, for what may keep its replies and posts to the server's thread.
+    using MakeServerHandler = std::function<Http::Server::Handler(const QString& url, Http::Server& server)>;
+    HttpServerThread(const Http::Limits& limits, const MakeServerHandler& makeHandler);
     /// With a handler that may keep its replies, at `address`.
     HttpServerThread(const Http::Limits& limits, Http::Server::Handler handler,
                      const QString& address = QStringLiteral("127.0.0.1:0"));
@@ -27,7 +30,6 @@ public:
     void stop();
 
 private:
-    using MakeServerHandler = std::function<Http::Server::Handler(const QString& url)>;
     void start(const Http::Limits& limits, const MakeServerHandler& makeHandler, const QString& address);
 
     Http::Server* m_server = nullptr;

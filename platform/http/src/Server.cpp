@@ -136,6 +136,18 @@ void Server::onHangup(std::function<void()> handler)
     d->waitForHangup();
 }
 
+Server::Poster Server::poster()
+{
+    return [gate = d->gate](std::function<void()> function) {
+        const std::lock_guard<std::mutex> guard(gate->mutex);
+        if (!gate->context)
+            return;
+        asio::post(*gate->context, [function = std::move(function)] {
+            Bedrock::guarded("HttpServer # A function that was posted failed", function);
+        });
+    };
+}
+
 void Server::run()
 {
     for (const auto& listener : d->listeners)

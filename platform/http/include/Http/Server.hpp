@@ -50,6 +50,11 @@ public:
     /// Serves until stopped. Call once.
     void run();
 
+    /// Runs a function on the thread of run(), in the order of the calls; drops it once the server is gone. May be kept longer
+    /// than the server and called on any thread.
+    using Poster = std::function<void(std::function<void()>)>;
+    [[nodiscard]] Poster poster();
+
     /// Ends run(): refuses new connections, closes idle ones, gives started requests `Limits::grace`. Any thread; once is enough.
     void stop();
 

@@ -4,6 +4,7 @@
 
 #include <Bedrock/LocalPath.hpp>
 #include <Facet/AttributeT.hpp>
+#include <Tavola/CollectedFiles.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Trellis/Application.hpp>
 #include <Trellis/Widget.hpp>
@@ -92,6 +93,8 @@ FileRepresentation::FileData FileRepresentation::widgetData(const Trellis::Widge
     if (data.displayName.isEmpty())
         data.displayName =
             data.sources.isEmpty() && data.files.isEmpty() ? firstWords(textOf(widget, "text")) : nameBySource(data);
+    if (const auto application = Tavola::instance(); application && !data.file.isEmpty())
+        application->part<CollectedFiles>().add(data.file);
     return data;
 }
 
