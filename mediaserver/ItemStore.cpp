@@ -1,14 +1,12 @@
 #include "ItemStore.hpp"
 
-#include <Bedrock/SqliteRemedy.hpp>
-
 #include <QRandomGenerator>
 #include <QSqlError>
 #include <QSqlQuery>
-#include <QUuid>
 #include <QVariant>
 
 #include <array>
+#include <utility>
 
 namespace MediaServer
 {
@@ -16,20 +14,10 @@ namespace MediaServer
 namespace
 {
 
-/// How often another connection may get hold of the file between the wait for its lock and the change of mode.
-constexpr int kMostModeAttempts = 5;
 constexpr int kTokenBytes = 16;
 constexpr int kTokenCharacters = 22;
 
-/// Statement after statement; `since`: the format that has it first.
-struct Statement
-{
-    int since;
-    const char* text;
-};
-constexpr int kSchemaVersion = 2;
-
-const Statement kSchema[] = {
+const std::vector<SchemaStatement> kSchema = {
     {1,
      "CREATE TABLE person ("
      " tessel INTEGER PRIMARY KEY,"
@@ -84,11 +72,6 @@ Item readItem(const QSqlQuery& row)
     return item;
 }
 
-QString reasonAndRemedy(const QSqlError& error)
-{
-    return error.text().simplified() + QStringLiteral("; ") + Bedrock::sqliteRemedy(error.nativeErrorCode().toInt());
-}
-
 } // namespace
 
 bool isTokenForm(const QString& text)
@@ -106,121 +89,22 @@ bool isTokenForm(const QString& text)
 
 Result<std::unique_ptr<ItemStore>> ItemStore::open(const QString& file, int lockWaitMs)
 {
-    auto store = std::unique_ptr<ItemStore>(new ItemStore(QUuid::createUuid().toString()));
-    store->m_database.setDatabaseName(file);
-    store->m_database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(lockWaitMs));
-    const auto refused = [&file](const QString& reason) {
-        return tl::unexpected(QStringLiteral("The database \"%1\" cannot be used: %2").arg(file, reason));
-    };
-    if (!store->m_database.open())
-        return refused(reasonAndRemedy(store->m_database.lastError()));
-    if (const auto prepared = store->prepareFile(); !prepared)
-        return refused(prepared.error());
-    return store;
+    auto database = Database::open(file, kSchema, lockWaitMs);
+    if (!database)
+        return tl::unexpected(database.error());
+    return std::unique_ptr<ItemStore>(new ItemStore(std::move(*database)));
 }
 
-ItemStore::ItemStore(const QString& connectionName)
-    : m_connectionName(connectionName), m_database(QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connectionName))
-{
-}
-
-ItemStore::~ItemStore()
-{
-    // The connection may be removed only when no handle refers to it any more.
-    m_database.close();
-    m_database = QSqlDatabase();
-    QSqlDatabase::removeDatabase(m_connectionName);
-}
-
-Result<void> ItemStore::prepareFile()
-{
-    if (const auto kept = keepWriteAheadLog(); !kept)
-        return kept;
-    for (const char* pragma : {"PRAGMA synchronous = FULL", "PRAGMA foreign_keys = ON"}) {
-        if (const auto done = execute(pragma); !done)
-            return done;
-    }
-    // IMMEDIATE: of two servers that start on one new file, one waits until the other has made the tables.
-    if (const auto begun = execute("BEGIN IMMEDIATE"); !begun)
-        return begun;
-    const auto giveUp = [this](const QString& reason) {
-        (void)execute("ROLLBACK");
-        return tl::unexpected(reason);
-    };
-
-    auto version = query("PRAGMA user_version", {});
-    if (!version)
-        return giveUp(version.error());
-    const int found = version->next() ? version->value(0).toInt() : 0;
-    version->finish();
-    if (found > kSchemaVersion) {
-        return giveUp(QStringLiteral("it was written by a newer version of this program (format %1, known is %2); use that one")
-                          .arg(found)
-                          .arg(kSchemaVersion));
-    }
-    if (const auto done = bringUpToDate(found); !done)
-        return giveUp(done.error());
-    if (const auto done = execute("COMMIT"); !done)
-        return giveUp(done.error());
-    return {};
-}
-
-Result<void> ItemStore::bringUpToDate(int format)
-{
-    for (const Statement& statement : kSchema) {
-        if (statement.since <= format)
-            continue;
-        if (const auto made = execute(statement.text); !made)
-            return made;
-    }
-    const QByteArray setVersion = "PRAGMA user_version = " + QByteArray::number(kSchemaVersion);
-    return format == kSchemaVersion ? Result<void>() : execute(setVersion.constData());
-}
-
-/// SQLite waits for a lock when a transaction begins, not when the mode is changed.
-Result<void> ItemStore::keepWriteAheadLog()
-{
-    for (int attempt = 1;; ++attempt) {
-        const auto changed = execute("PRAGMA journal_mode = WAL");
-        constexpr int kBusy = 5;
-        if (changed || (m_failureCode & 0xFF) != kBusy || attempt == kMostModeAttempts)
-            return changed;
-        if (const auto free = execute("BEGIN IMMEDIATE"); !free)
-            return free;
-        (void)execute("COMMIT");
-    }
-}
-
-Result<void> ItemStore::execute(const char* statement)
-{
-    if (const auto done = query(statement, {}); !done)
-        return tl::unexpected(done.error());
-    return {};
-}
-
-Result<QSqlQuery> ItemStore::query(const char* statement, std::initializer_list<QVariant> values)
-{
-    QSqlQuery result(m_database);
-    result.setForwardOnly(true);
-    bool good = result.prepare(QLatin1String(statement));
-    for (const QVariant& value : values)
-        result.addBindValue(value);
-    good = good && result.exec();
-    if (!good) {
-        m_failureCode = result.lastError().nativeErrorCode().toInt();
-        return tl::unexpected(reasonAndRemedy(result.lastError()));
-    }
-    return result;
-}
+ItemStore::~ItemStore() = default;
 
 Result<QString> ItemStore::tokenFor(qint64 tessel)
 {
-    const auto stored = [this, tessel] { return query("SELECT token FROM person WHERE tessel = ?", {tessel}); };
+    const auto stored = [this, tessel] { return m_database->query("SELECT token FROM person WHERE tessel = ?", {tessel}); };
     auto known = stored();
     if (known && !known->next()) {
         known->finish();
-        const auto made =
-            query("INSERT INTO person (tessel, token) VALUES (?, ?) ON CONFLICT (tessel) DO NOTHING", {tessel, newToken()});
+        const auto made = m_database->query("INSERT INTO person (tessel, token) VALUES (?, ?) ON CONFLICT (tessel) DO NOTHING",
+                                            {tessel, newToken()});
         if (!made)
             return tl::unexpected(made.error());
         known = stored();
@@ -234,7 +118,7 @@ Result<QString> ItemStore::tokenFor(qint64 tessel)
 
 Result<std::optional<qint64>> ItemStore::personOf(const QString& token)
 {
-    auto found = query("SELECT tessel FROM person WHERE token = ?", {token});
+    auto found = m_database->query("SELECT tessel FROM person WHERE token = ?", {token});
     if (!found)
         return tl::unexpected(found.error());
     if (!found->next())
@@ -246,11 +130,11 @@ Result<void> ItemStore::add(qint64 tessel, const Item& item)
 {
     if (const auto person = tokenFor(tessel); !person)
         return tl::unexpected(person.error());
-    const auto added =
-        query("INSERT INTO item (tessel, kind, value, displayname, systemname) VALUES (?, ?, ?, ?, ?)"
-              " ON CONFLICT (tessel, kind, value) DO UPDATE"
-              " SET displayname = excluded.displayname, systemname = excluded.systemname",
-              {tessel, kindText(item.kind), textValue(item.value), textValue(item.displayName), textValue(item.systemName)});
+    const auto added = m_database->query(
+        "INSERT INTO item (tessel, kind, value, displayname, systemname) VALUES (?, ?, ?, ?, ?)"
+        " ON CONFLICT (tessel, kind, value) DO UPDATE"
+        " SET displayname = excluded.displayname, systemname = excluded.systemname",
+        {tessel, kindText(item.kind), textValue(item.value), textValue(item.displayName), textValue(item.systemName)});
     if (!added)
         return tl::unexpected(added.error());
     return {};
@@ -258,9 +142,9 @@ Result<void> ItemStore::add(qint64 tessel, const Item& item)
 
 Result<bool> ItemStore::hasRoom(qint64 tessel, const Item& item, int most)
 {
-    auto row = query("SELECT (SELECT count(*) FROM item WHERE tessel = ?) < ?"
-                     " OR EXISTS (SELECT 1 FROM item WHERE tessel = ? AND kind = ? AND value = ?)",
-                     {tessel, most, tessel, kindText(item.kind), textValue(item.value)});
+    auto row = m_database->query("SELECT (SELECT count(*) FROM item WHERE tessel = ?) < ?"
+                                 " OR EXISTS (SELECT 1 FROM item WHERE tessel = ? AND kind = ? AND value = ?)",
+                                 {tessel, most, tessel, kindText(item.kind), textValue(item.value)});
     if (!row)
         return tl::unexpected(row.error());
     return row->next() && row->value(0).toBool();
@@ -268,8 +152,8 @@ Result<bool> ItemStore::hasRoom(qint64 tessel, const Item& item, int most)
 
 Result<bool> ItemStore::remove(qint64 tessel, ItemKind kind, const QString& value)
 {
-    const auto removed =
-        query("DELETE FROM item WHERE tessel = ? AND kind = ? AND value = ?", {tessel, kindText(kind), textValue(value)});
+    const auto removed = m_database->query("DELETE FROM item WHERE tessel = ? AND kind = ? AND value = ?",
+                                           {tessel, kindText(kind), textValue(value)});
     if (!removed)
         return tl::unexpected(removed.error());
     return removed->numRowsAffected() > 0;
@@ -277,25 +161,71 @@ Result<bool> ItemStore::remove(qint64 tessel, ItemKind kind, const QString& valu
 
 Result<std::vector<Item>> ItemStore::items(qint64 tessel)
 {
-    auto rows = query("SELECT id, kind, value, displayname, systemname FROM item WHERE tessel = ? ORDER BY id", {tessel});
+    auto rows =
+        m_database->query("SELECT id, kind, value, displayname, systemname FROM item WHERE tessel = ? ORDER BY id", {tessel});
     if (!rows)
         return tl::unexpected(rows.error());
     std::vector<Item> result;
     while (rows->next())
         result.push_back(readItem(*rows));
     if (rows->lastError().isValid())
-        return tl::unexpected(reasonAndRemedy(rows->lastError()));
+        return tl::unexpected(Database::reasonAndRemedy(rows->lastError()));
     return result;
+}
+
+Result<void> ItemStore::done(const Result<QSqlQuery>& statement)
+{
+    return statement ? Result<void>() : tl::unexpected(statement.error());
+}
+
+Result<void> ItemStore::remove(qint64 tessel, qint64 id)
+{
+    return done(m_database->query("DELETE FROM item WHERE tessel = ? AND id = ?", {tessel, id}));
+}
+
+Result<void> ItemStore::removeAll(qint64 tessel)
+{
+    return done(m_database->query("DELETE FROM item WHERE tessel = ?", {tessel}));
+}
+
+Result<QString> ItemStore::renewToken(qint64 tessel)
+{
+    const QString token = newToken();
+    if (const auto changed = m_database->query("UPDATE person SET token = ? WHERE tessel = ?", {token, tessel}); !changed)
+        return tl::unexpected(changed.error());
+    return token;
+}
+
+Result<QDate> ItemStore::lastAddition(qint64 tessel)
+{
+    auto row = m_database->query("SELECT max(since, coalesce((SELECT max(added) FROM item WHERE tessel = ?), ''))"
+                                 " FROM person WHERE tessel = ?",
+                                 {tessel, tessel});
+    if (!row)
+        return tl::unexpected(row.error());
+    return QDate::fromString(row->next() ? row->value(0).toString().left(10) : QString(), Qt::ISODate);
+}
+
+Result<int> ItemStore::removeOlderThan(int days)
+{
+    const QString age = QStringLiteral("-%1 days").arg(days);
+    const auto removed = m_database->query("DELETE FROM person WHERE since < strftime('%Y-%m-%dT%H:%M:%SZ', 'now', ?)"
+                                           " AND NOT EXISTS (SELECT 1 FROM item WHERE item.tessel = person.tessel"
+                                           " AND added >= strftime('%Y-%m-%dT%H:%M:%SZ', 'now', ?))",
+                                           {age, age});
+    if (!removed)
+        return tl::unexpected(removed.error());
+    return removed->numRowsAffected();
 }
 
 Result<bool> ItemStore::expect(const ExpectedFile& file)
 {
-    const auto kept = query("INSERT INTO expected (name, sha256, size) VALUES (?, ?, ?)"
-                            " ON CONFLICT (name) DO UPDATE"
-                            " SET sha256 = excluded.sha256, size = excluded.size, announced = excluded.announced"
-                            " WHERE sha256 = excluded.sha256"
-                            " OR announced < strftime('%Y-%m-%dT%H:%M:%SZ', 'now', '-1 day')",
-                            {file.name, QString::fromLatin1(file.sha256), file.size});
+    const auto kept = m_database->query("INSERT INTO expected (name, sha256, size) VALUES (?, ?, ?)"
+                                        " ON CONFLICT (name) DO UPDATE"
+                                        " SET sha256 = excluded.sha256, size = excluded.size, announced = excluded.announced"
+                                        " WHERE sha256 = excluded.sha256"
+                                        " OR announced < strftime('%Y-%m-%dT%H:%M:%SZ', 'now', '-1 day')",
+                                        {file.name, QString::fromLatin1(file.sha256), file.size});
     if (!kept)
         return tl::unexpected(kept.error());
     return kept->numRowsAffected() > 0;
@@ -303,7 +233,7 @@ Result<bool> ItemStore::expect(const ExpectedFile& file)
 
 Result<std::optional<ExpectedFile>> ItemStore::expected(const QString& name)
 {
-    auto row = query("SELECT sha256, size FROM expected WHERE name = ?", {name});
+    auto row = m_database->query("SELECT sha256, size FROM expected WHERE name = ?", {name});
     if (!row)
         return tl::unexpected(row.error());
     if (!row->next())
@@ -316,13 +246,14 @@ Result<void> ItemStore::forgetExpected(const QString& name)
     const auto known = expected(name);
     if (!known || !*known) // most often: nothing to write
         return known ? Result<void>() : tl::unexpected(known.error());
-    const auto removed = query("DELETE FROM expected WHERE name = ?", {name});
+    const auto removed = m_database->query("DELETE FROM expected WHERE name = ?", {name});
     return removed ? Result<void>() : tl::unexpected(removed.error());
 }
 
 Result<std::optional<Item>> ItemStore::item(qint64 tessel, qint64 id)
 {
-    auto row = query("SELECT id, kind, value, displayname, systemname FROM item WHERE tessel = ? AND id = ?", {tessel, id});
+    auto row =
+        m_database->query("SELECT id, kind, value, displayname, systemname FROM item WHERE tessel = ? AND id = ?", {tessel, id});
     if (!row)
         return tl::unexpected(row.error());
     if (!row->next())

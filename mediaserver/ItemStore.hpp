@@ -1,17 +1,14 @@
 #pragma once
 
-#include "Result.hpp"
+#include "Database.hpp"
 
-#include <QSqlDatabase>
+#include <QDate>
 #include <QString>
 
-#include <initializer_list>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
-
-class QSqlQuery;
-class QVariant;
 
 namespace MediaServer
 {
@@ -50,9 +47,12 @@ public:
     ItemStore(const ItemStore&) = delete;
     ItemStore& operator=(const ItemStore&) = delete;
 
-    /// The person's secret, made at the first call and never changed: 128 random bits as 22 characters
+    /// The person's secret, made at the first call: 128 random bits as 22 characters
     /// of base64url. It is not derived from the card.
     [[nodiscard]] Result<QString> tokenFor(qint64 tessel);
+
+    /// Another secret for a person who has one: the former one opens nothing any more.
+    [[nodiscard]] Result<QString> renewToken(qint64 tessel);
 
     /// The card of that token; empty for a token that was not given out.
     [[nodiscard]] Result<std::optional<qint64>> personOf(const QString& token);
@@ -65,6 +65,15 @@ public:
 
     /// False when the person does not have it.
     [[nodiscard]] Result<bool> remove(qint64 tessel, ItemKind kind, const QString& value);
+
+    /// Nothing happens when the person does not have it.
+    [[nodiscard]] Result<void> remove(qint64 tessel, qint64 id);
+    [[nodiscard]] Result<void> removeAll(qint64 tessel);
+
+    /// The day (UTC) on which the person's last item was added first, or on which they got their secret.
+    [[nodiscard]] Result<QDate> lastAddition(qint64 tessel);
+    /// Removes the people that got no item for so many days, with their items. Returns how many these were.
+    [[nodiscard]] Result<int> removeOlderThan(int days);
 
     /// In the order in which they were added first.
     [[nodiscard]] Result<std::vector<Item>> items(qint64 tessel);
@@ -79,16 +88,10 @@ public:
     [[nodiscard]] Result<std::optional<Item>> item(qint64 tessel, qint64 id);
 
 private:
-    explicit ItemStore(const QString& connectionName);
-    [[nodiscard]] Result<void> prepareFile();
-    [[nodiscard]] Result<void> keepWriteAheadLog();
-    [[nodiscard]] Result<void> bringUpToDate(int format);
-    [[nodiscard]] Result<void> execute(const char* statement);
-    [[nodiscard]] Result<QSqlQuery> query(const char* statement, std::initializer_list<QVariant> values);
+    explicit ItemStore(std::unique_ptr<Database> database) : m_database(std::move(database)) {}
+    [[nodiscard]] static Result<void> done(const Result<QSqlQuery>& statement);
 
-    QString m_connectionName;
-    QSqlDatabase m_database;
-    int m_failureCode = 0; ///< SQLite's, of the last statement that failed
+    std::unique_ptr<Database> m_database;
 };
 
 /// Whether the text has the form of a token.

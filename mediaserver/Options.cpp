@@ -108,6 +108,12 @@ const Option kOptions[] = {
          options.databaseFile = value;
          return QString();
      }},
+    {"--site", "FILE",
+     "How pages present the venue: the \"page\" object of this JSON file,\nfor example the table's presentation.json.", nullptr,
+     [](const QString& value, Options& options) {
+         options.siteFile = value;
+         return value.isEmpty() ? QStringLiteral("has to be a file.") : QString();
+     }},
     {"--public-url", "URL",
      "Where visitors reach their pages, for the addresses and QR codes of\npages (default: the address of --pages).", nullptr,
      [](const QString& value, Options& options) {

@@ -19,6 +19,7 @@ struct Options
     QString commandKeyFile; ///< empty: commands need no key. Not empty when other machines reach the commands' door
     QString contentFolder;
     QString databaseFile;
+    QString siteFile;                      ///< see SiteSettings; empty: none
     QString publicUrl;                     ///< empty: the address of the visitors' door
     Http::Limits limits;                   ///< of each door
     qint64 contentBytes = qint64(1) << 30; ///< of one file that a table sends

@@ -1,14 +1,19 @@
 #pragma once
 
+#include "SiteSettings.hpp"
+
 #include <QByteArray>
+#include <QDate>
 #include <QString>
 
+#include <functional>
 #include <vector>
 
 namespace MediaServer
 {
 
 struct Item;
+struct PageTexts;
 
 /// An item, and what is there of its file at this moment.
 struct PageItem
@@ -22,24 +27,58 @@ struct PageItem
     State state;
 };
 
-/// The visitors' pages, as complete HTML documents in UTF-8. They load only pictures, from this server and by addresses relative
-/// to the page, so that a gateway may serve them below any path. Every text is escaped. Any thread.
+/// What a person's page shows. A plain record.
+struct PageView
+{
+    QString token;
+    const PageTexts* texts; ///< in the language of the page
+    std::vector<PageItem> items;
+    QDate keptUntil = {}; ///< invalid: no day is named
+};
+
+/// The form of a page that asks once more before something is done. A plain record.
+struct Question
+{
+    QString title;
+    QString text;
+    QString yes;
+    QByteArray key; ///< see FormKeys
+    QString back;   ///< the person's page, relative to this one
+};
+
+/// A document with what a browser needs to be told about it.
+struct Page
+{
+    QByteArray document;       ///< HTML, UTF-8
+    QByteArray version;        ///< of the collection: the same as long as it looks the same; else empty
+    QByteArray securityPolicy; ///< Content-Security-Policy: this page's style sheet and script, and pictures of this server
+};
+
+/// The visitors' pages, as complete HTML documents. They load only pictures, from this server and by addresses relative
+/// to the page, so that a gateway may serve them below any path, and work without their script, which shows changes by itself.
+/// Every text is escaped. Any thread.
 class PageRenderer
 {
 public:
-    PageRenderer();
+    explicit PageRenderer(const SiteSettings& settings = {});
 
-    /// The person's page, to be served at "p/`token`".
-    [[nodiscard]] QByteArray collection(const QString& token, const std::vector<PageItem>& items) const;
+    /// The person's page, to be served at "p/`view.token`".
+    [[nodiscard]] Page collection(const PageView& view) const;
 
     /// A page with a single message, for example that the address is unknown.
-    [[nodiscard]] QByteArray message(const QString& title, const QString& text) const;
+    [[nodiscard]] Page message(const PageTexts& texts, const char* title, const char* text) const;
 
-    /// The Content-Security-Policy for these pages: their own style sheet and pictures of this server, no scripts.
-    [[nodiscard]] QByteArray securityPolicy() const { return m_securityPolicy; }
+    /// A page with a form that is sent to its own address, and a way back.
+    [[nodiscard]] Page question(const PageTexts& texts, const Question& question) const;
 
 private:
-    QByteArray m_securityPolicy;
+    enum class Script { None, Refresh };
+    [[nodiscard]] Page page(const PageTexts& texts, const QString& title, const QString& body, Script script) const;
+    [[nodiscard]] QString heading(const PageTexts& texts, const QString& title, const QString& lead, const QString& logo) const;
+    [[nodiscard]] QString footer(const PageView& view) const;
+
+    SiteSettings m_settings;
+    QByteArray m_style;
 };
 
 } // namespace MediaServer

@@ -1,11 +1,16 @@
 #include "Site.hpp"
 
 #include "ItemStore.hpp"
+#include "PageCards.hpp"
+#include "PageTexts.hpp"
 #include "QrCode.hpp"
 
-#include <QJsonDocument>
+#include <QFileInfo>
 #include <QStringList>
 #include <QUrl>
+#include <QUrlQuery>
+
+#include <fcntl.h>
 
 namespace MediaServer
 {
@@ -24,32 +29,56 @@ QByteArray filePolicy(const QByteArray& contentType)
     return policy;
 }
 
-QByteArray contentDisposition(const QByteArray& contentType, const QString& name)
+QByteArray contentDisposition(const char* manner, const QString& name)
 {
-    const QByteArray manner = contentType == "application/octet-stream" ? "attachment" : "inline";
-    return manner + "; filename*=UTF-8''" + QUrl::toPercentEncoding(name);
+    return manner + QByteArray("; filename*=UTF-8''") + QUrl::toPercentEncoding(name);
+}
+
+/// The number in an address. One address for each file: only "7", not "07" or "+7".
+std::optional<qint64> numberIn(const QString& text)
+{
+    bool isNumber = false;
+    const qint64 number = text.toLongLong(&isNumber);
+    return isNumber && QString::number(number) == text ? std::optional<qint64>(number) : std::nullopt;
 }
 
 } // namespace
 
-Site::Site(ItemStore& store, const QString& contentFolder, const QString& publicUrl)
-    : m_store(store), m_content(contentFolder), m_addresses(publicUrl)
+Site::Site(ItemStore& store, const QString& contentFolder, const QString& publicUrl, const SiteSettings& settings)
+    : m_store(store), m_settings(settings), m_content(contentFolder), m_addresses(publicUrl), m_renderer(settings),
+      m_keys(publicUrl)
 {
 }
 
 Http::Response Site::handle(const Http::Request& request)
 {
-    if (request.method != "GET" && request.method != "HEAD")
-        return wrongMethod();
     // No address of this server needs encoding, so an encoded one is unknown.
-    const QString path = QString::fromLatin1(request.target).section(QLatin1Char('?'), 0, 0);
+    const QString target = QString::fromLatin1(request.target);
+    const QString path = target.section(QLatin1Char('?'), 0, 0);
+    const QString language = QUrlQuery(target.section(QLatin1Char('?'), 1)).queryItemValue(QStringLiteral("lang"));
+    const PageTexts* const asked = PageTexts::find(language.toLatin1());
+    const PageTexts& texts = asked ? *asked : PageTexts::choose(request.header("Accept-Language"), m_settings.language);
+    const bool isPost = request.method == "POST";
+    if (request.method != "GET" && request.method != "HEAD" && !isPost)
+        return wrongMethod(texts);
+    const QStringList parts = path.split(QLatin1Char('/'));
+    const bool isPersonal = parts.size() >= 3 && parts[0].isEmpty() && parts[1] == QLatin1String("p") && isTokenForm(parts[2]);
+    if (isPost && (!isPersonal || parts.size() == 3))
+        return wrongMethod(texts);
     if (path == QLatin1String("/health"))
         return health();
-    const QStringList parts = path.split(QLatin1Char('/'));
-    const bool personalPath = parts.size() >= 3 && parts[0].isEmpty() && parts[1] == QLatin1String("p");
-    if (!personalPath || !isTokenForm(parts[2]))
-        return notFound();
-    return personal(parts[2], parts.mid(3));
+    if (!isPersonal)
+        return notFound(texts);
+    const auto person = m_store.personOf(parts[2]);
+    if (!person)
+        return storeFailed(texts, person.error());
+    if (!*person)
+        return notFound(texts);
+    const QString suffix = asked ? QLatin1String("?lang=") + QLatin1String(asked->language) : QString();
+    const Visit visit{request, texts, parts[2], **person, suffix};
+    if (auto answered = form(visit, parts.mid(3)))
+        return *std::move(answered);
+    return isPost ? wrongMethod(texts) : read(visit, parts.mid(3));
 }
 
 Http::Response Site::health()
@@ -61,32 +90,31 @@ Http::Response Site::health()
     return Http::plainResponse(503, "The database cannot be read.\n");
 }
 
-Http::Response Site::personal(const QString& token, const QStringList& rest)
+Http::Response Site::read(const Visit& visit, const QStringList& rest)
 {
-    const auto person = m_store.personOf(token);
-    if (!person)
-        return storeFailed(person.error());
-    if (!*person)
-        return notFound();
     if (rest.isEmpty())
-        return page(token, **person);
+        return page(visit);
     if (rest.size() == 1 && rest[0] == QLatin1String("qr.png"))
-        return qrCode(token);
+        return qrCode(visit.token);
+    if (rest.size() == 1 && rest[0] == QLatin1String("logo") && !m_settings.logo.isEmpty())
+        return logo();
     if (rest.size() == 2 && rest[0] == QLatin1String("file"))
-        return file(**person, rest[1]);
-    return notFound();
+        return file(visit, rest[1], Manner::Show);
+    if (rest.size() == 2 && rest[0] == QLatin1String("save"))
+        return file(visit, rest[1], Manner::Save);
+    return notFound(visit.texts);
 }
 
-Http::Response Site::page(const QString& token, qint64 tessel)
+Http::Response Site::page(const Visit& visit)
 {
-    const auto items = m_store.items(tessel);
+    const auto items = m_store.items(visit.tessel);
     if (!items)
-        return storeFailed(items.error());
-    std::vector<PageItem> shown;
-    shown.reserve(items->size());
+        return storeFailed(visit.texts, items.error());
+    PageView view{visit.token, &visit.texts, {}};
+    view.items.reserve(items->size());
     QString unreadable;
     for (const Item& item : *items) {
-        shown.push_back({&item, PageItem::State::There});
+        view.items.push_back({&item, PageItem::State::There});
         if (item.kind == ItemKind::Url)
             continue;
         const auto file = m_content.open(item.value);
@@ -94,15 +122,30 @@ Http::Response Site::page(const QString& token, qint64 tessel)
             continue;
         const auto expected = m_store.expected(item.value);
         if (!expected)
-            return storeFailed(expected.error());
-        shown.back().state = *expected ? PageItem::State::Coming : PageItem::State::Missing;
+            return storeFailed(visit.texts, expected.error());
+        view.items.back().state = *expected ? PageItem::State::Coming : PageItem::State::Missing;
         if (file.error().kind == ContentError::Kind::Unreadable)
             unreadable = file.error().reason;
     }
     // One line for the whole page: the reason why one file is unreadable is mostly that of all.
     if (!unreadable.isEmpty())
         m_warnings.log("A page shows files as not available that could not be opened", unreadable.toStdString());
-    return html(200, m_renderer.collection(token, shown));
+    if (m_settings.keepDays > 0) {
+        const auto last = m_store.lastAddition(visit.tessel);
+        if (!last)
+            return storeFailed(visit.texts, last.error());
+        view.keptUntil = last->addDays(m_settings.keepDays);
+    }
+    const Page shown = m_renderer.collection(view);
+    Http::Response response = html(200, shown);
+    const QByteArray tag = '"' + shown.version + '"';
+    response.addHeader("ETag", tag);
+    response.addHeader("Vary", "Accept-Language");
+    if (visit.request.header("If-None-Match") == tag) {
+        response.status = 304;
+        response.body.clear();
+    }
+    return response;
 }
 
 Http::Response Site::qrCode(const QString& token)
@@ -118,78 +161,147 @@ Http::Response Site::qrCode(const QString& token)
     return response;
 }
 
-Http::Response Site::file(qint64 tessel, const QString& id)
+Http::Response Site::logo()
 {
-    bool isNumber = false;
-    const qint64 number = id.toLongLong(&isNumber);
-    // One address per file: only "7", not "07" or "+7".
-    if (!isNumber || QString::number(number) != id)
-        return notFound();
-    const auto item = m_store.item(tessel, number);
-    if (!item)
-        return storeFailed(item.error());
-    if (!*item || (*item)->kind != ItemKind::File)
-        return notFound();
-    auto opened = m_content.open((*item)->value);
-    if (!opened)
-        return opened.error().kind == ContentError::Kind::NoSuchFile ? notFound() : fileFailed(opened.error().reason);
-
     Http::Response response;
-    response.contentType = ContentFolder::contentType((*item)->value);
-    response.file = std::move(*opened);
-    response.addHeader("Content-Disposition", contentDisposition(response.contentType, (*item)->value));
+    response.contentType = ContentFolder::contentType(m_settings.logo);
+    response.file = Http::File(::open(QFile::encodeName(m_settings.logo).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!response.file.isOpen()) {
+        m_warnings.log("The logo of pages could not be opened", m_settings.logo.toStdString());
+        return Http::plainResponse(404, "The logo is not available.\n");
+    }
     response.addHeader("Content-Security-Policy", filePolicy(response.contentType));
     response.addHeader("Cache-Control", "private, max-age=3600");
     return response;
 }
 
-Http::Response Site::html(int status, const QByteArray& document) const
+Http::Response Site::file(const Visit& visit, const QString& id, Manner manner)
+{
+    const auto number = numberIn(id);
+    if (!number)
+        return notFound(visit.texts);
+    const auto item = m_store.item(visit.tessel, *number);
+    if (!item)
+        return storeFailed(visit.texts, item.error());
+    if (!*item || (*item)->kind != ItemKind::File)
+        return notFound(visit.texts);
+    auto opened = m_content.open((*item)->value);
+    if (!opened) {
+        return opened.error().kind == ContentError::Kind::NoSuchFile ? notFound(visit.texts)
+                                                                     : fileFailed(visit.texts, opened.error().reason);
+    }
+    Http::Response response;
+    response.contentType = ContentFolder::contentType((*item)->value);
+    response.file = std::move(*opened);
+    const bool isSaved = manner == Manner::Save || response.contentType == "application/octet-stream";
+    response.addHeader("Content-Disposition", contentDisposition(isSaved ? "attachment" : "inline", (*item)->value));
+    response.addHeader("Content-Security-Policy", filePolicy(response.contentType));
+    response.addHeader("Cache-Control", "private, max-age=3600");
+    return response;
+}
+
+std::optional<Http::Response> Site::form(const Visit& visit, const QStringList& rest)
+{
+    const PageTexts& texts = visit.texts;
+    const QString name = rest.isEmpty() ? QString() : rest[0];
+    Question question;
+    std::optional<qint64> id;
+    if (name == QLatin1String("remove") && rest.size() == 2) {
+        id = numberIn(rest[1]);
+        const auto item = id ? m_store.item(visit.tessel, *id) : Result<std::optional<Item>>();
+        if (!item)
+            return storeFailed(texts, item.error());
+        // What is gone already needs no question; a form that is sent twice leads back as well.
+        if (!*item)
+            return visit.request.method == "POST" && id ? changed(visit, rest, id) : notFound(texts);
+        question = {QString::fromUtf8(texts.removeTitle),
+                    QString::fromUtf8(texts.removeText).arg(shownName(**item)),
+                    QString::fromUtf8(texts.yesRemove),
+                    {},
+                    {}};
+    } else if (name == QLatin1String("remove-all") && rest.size() == 1) {
+        question = {QString::fromUtf8(texts.removeAllTitle),
+                    QString::fromUtf8(texts.removeAllText),
+                    QString::fromUtf8(texts.yesRemove),
+                    {},
+                    {}};
+    } else if (name == QLatin1String("renew") && rest.size() == 1) {
+        question = {
+            QString::fromUtf8(texts.renewTitle), QString::fromUtf8(texts.renewText), QString::fromUtf8(texts.yesRenew), {}, {}};
+    } else {
+        return std::nullopt;
+    }
+    if (visit.request.method == "POST")
+        return changed(visit, rest, id);
+    question.key = m_keys.key(visit.token, rest.join(QLatin1Char('/')));
+    question.back = QStringLiteral("../").repeated(rest.size()) + visit.token + visit.suffix;
+    Http::Response response = html(200, m_renderer.question(texts, question));
+    // Browsers say where a form comes from only if its page lets them tell its own site.
+    response.addHeader("Referrer-Policy", "same-origin");
+    return response;
+}
+
+Http::Response Site::changed(const Visit& visit, const QStringList& rest, std::optional<qint64> item)
+{
+    if (!m_keys.accepts(visit.request, visit.token, rest.join(QLatin1Char('/'))))
+        return html(403, m_renderer.message(visit.texts, visit.texts.oldFormTitle, visit.texts.oldFormText));
+    QString token = visit.token;
+    Result<void> done;
+    if (item) {
+        done = m_store.remove(visit.tessel, *item);
+    } else if (rest[0] == QLatin1String("remove-all")) {
+        done = m_store.removeAll(visit.tessel);
+    } else if (const auto renewed = m_store.renewToken(visit.tessel)) {
+        token = *renewed;
+    } else {
+        done = tl::unexpected(renewed.error());
+    }
+    if (!done)
+        return storeFailed(visit.texts, done.error());
+    Http::Response response = Http::plainResponse(303, "");
+    response.addHeader("Location", (QStringLiteral("../").repeated(rest.size()) + token + visit.suffix).toLatin1());
+    return response;
+}
+
+Http::Response Site::html(int status, const Page& page) const
 {
     Http::Response response;
     response.status = status;
     response.contentType = "text/html; charset=utf-8";
-    response.body = document;
-    response.addHeader("Content-Security-Policy", m_renderer.securityPolicy());
+    response.body = page.document;
+    response.addHeader("Content-Security-Policy", page.securityPolicy);
     response.addHeader("Cache-Control", "private, no-cache");
     response.addHeader("X-Robots-Tag", "noindex, nofollow");
     return response;
 }
 
-Http::Response Site::notFound() const
+Http::Response Site::notFound(const PageTexts& texts) const
 {
-    return html(404,
-                m_renderer.message(QStringLiteral("There is nothing here"),
-                                   QStringLiteral("This address leads to no page. Scan the code on the table once more, or "
-                                                  "check that the address was copied whole.")));
+    return html(404, m_renderer.message(texts, texts.noPageTitle, texts.noPageText));
 }
 
-Http::Response Site::wrongMethod() const
+Http::Response Site::wrongMethod(const PageTexts& texts) const
 {
-    Http::Response response = html(405,
-                                   m_renderer.message(QStringLiteral("There is nothing to see here"),
-                                                      QStringLiteral("Your own page has an address of its own. Scan the code on "
-                                                                     "the table to open it.")));
+    Http::Response response = html(405, m_renderer.message(texts, texts.nothingTitle, texts.nothingText));
     response.addHeader("Allow", "GET, HEAD");
     return response;
 }
 
-Http::Response Site::storeFailed(const QString& reason)
+Http::Response Site::storeFailed(const PageTexts& texts, const QString& reason)
 {
     m_warnings.log("A page could not be read from the database", reason.toStdString());
-    return notRightNow();
+    return notRightNow(texts);
 }
 
-Http::Response Site::fileFailed(const QString& reason)
+Http::Response Site::fileFailed(const PageTexts& texts, const QString& reason)
 {
     m_warnings.log("A file could not be opened", reason.toStdString());
-    return notRightNow();
+    return notRightNow(texts);
 }
 
-Http::Response Site::notRightNow() const
+Http::Response Site::notRightNow(const PageTexts& texts) const
 {
-    return html(500,
-                m_renderer.message(QStringLiteral("The page is not available right now"),
-                                   QStringLiteral("Nothing is lost. Please try again in a few minutes.")));
+    return html(500, m_renderer.message(texts, texts.laterTitle, texts.laterText));
 }
 
 } // namespace MediaServer

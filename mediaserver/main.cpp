@@ -3,6 +3,7 @@
 #include "Log.hpp"
 #include "OpenFiles.hpp"
 #include "Options.hpp"
+#include "PageExpiry.hpp"
 #include "Site.hpp"
 
 #include <Bedrock/CommandLineSecrets.hpp>
@@ -29,7 +30,9 @@ using MediaServer::ItemStore;
 using MediaServer::logInfo;
 using MediaServer::logWarning;
 using MediaServer::Options;
+using MediaServer::PageExpiry;
 using MediaServer::Site;
+using MediaServer::SiteSettings;
 
 namespace
 {
@@ -69,6 +72,14 @@ int serve(const Options& options)
     const auto store = ItemStore::open(options.databaseFile);
     if (!store)
         return fail(store.error());
+    SiteSettings settings;
+    if (!options.siteFile.isEmpty()) {
+        auto read = SiteSettings::read(options.siteFile);
+        if (!read)
+            return fail(read.error());
+        settings = std::move(*read);
+    }
+    PageExpiry expiry(**store, settings.keepDays);
     std::optional<Http::BearerKeys> keys;
     if (!options.commandKeyFile.isEmpty()) {
         auto read = Http::BearerKeys::read(options.commandKeyFile);
@@ -88,19 +99,21 @@ int serve(const Options& options)
     Http::Server server;
     std::unique_ptr<Site> site;
     std::unique_ptr<CommandDoor> door;
-    const auto pages = server.listen(options.pages, pageLimits, [&site](const Http::Request& request, Http::Reply reply) {
+    const auto pages = server.listen(options.pages, pageLimits, [&](const Http::Request& request, Http::Reply reply) {
+        expiry.check();
         reply.send(site->handle(request));
     });
     if (!pages)
         return fail(pages.error());
-    const auto commands =
-        server.listen(options.commands, commandLimits,
-                      [&door](const Http::Request& request, Http::Reply reply) { door->handle(request, std::move(reply)); });
+    const auto commands = server.listen(options.commands, commandLimits, [&](const Http::Request& request, Http::Reply reply) {
+        expiry.check();
+        door->handle(request, std::move(reply));
+    });
     if (!commands)
         return fail(commands.error());
 
     const QString publicUrl = publicAddress(options, pages->url);
-    site = std::make_unique<Site>(**store, options.contentFolder, publicUrl);
+    site = std::make_unique<Site>(**store, options.contentFolder, publicUrl, settings);
     const ContentLimits contentLimits{options.contentBytes, static_cast<qint64>(commandLimits.bodyBytes)};
     door = std::make_unique<CommandDoor>(**store, options.contentFolder, publicUrl, contentLimits, server.poster());
     door->setKeys(std::move(keys));

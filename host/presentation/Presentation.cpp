@@ -44,7 +44,8 @@ public:
         const JsonEntries root(object, QString(), m_skip);
         root.checkKnown({"title", "table", "input", "inputSettings", "styleSheets", "plugins", "people", "services", "cards",
                          "components", "widgets", "folders", "closeTemporaryAfterSeconds", "closeLiftedAfterSeconds",
-                         "idleAfterSeconds", "tidyAfterSeconds", "places", "shelf"});
+                         "idleAfterSeconds", "tidyAfterSeconds", "places", "shelf",
+                         "page"}); // "page" is the media server's (--site)
         m_result.title = root.text("title");
         readTable(root.inner("table"));
         m_result.input = InputSettings::read(object, m_skip);

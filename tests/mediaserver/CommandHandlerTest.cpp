@@ -82,8 +82,9 @@ TEST_CASE_FIXTURE(Fixture, "command handler: links and files are added once and 
 
     CHECK(succeeds(R"({"command":"deleteitem","tessel":7,"systemname":"Undefined","url":"https://a.example/"})"));
     CHECK(count(7) == 1);
-    CHECK(errorOf(R"({"command":"deleteitem","tessel":7,"systemname":"Undefined","url":"https://a.example/"})", 200)
-          == "\"https://a.example/\" is not among this person's items.");
+    // Gone is gone: another table, or the owner on the page, may have removed it first.
+    CHECK(succeeds(R"({"command":"deleteitem","tessel":7,"systemname":"Undefined","url":"https://a.example/"})"));
+    CHECK(count(7) == 1);
 }
 
 TEST_CASE_FIXTURE(Fixture, "command handler: a file may be deleted after it has left the content folder")

@@ -2,6 +2,7 @@
 
 #include "ItemStore.hpp"
 #include "PageStyle.hpp"
+#include "PageTexts.hpp"
 
 #include <doctest/doctest.h>
 
@@ -25,9 +26,15 @@ Item item(ItemKind kind, const char* value, const char* name, qint64 id = 5)
     return result;
 }
 
+QString pageOf(const std::vector<PageItem>& items, const SiteSettings& settings = {}, const char* language = "en",
+               QDate until = {})
+{
+    return QString::fromUtf8(PageRenderer(settings).collection({kToken, PageTexts::find(language), items, until}).document);
+}
+
 QString pageOf(const Item& single, PageItem::State state = PageItem::State::There)
 {
-    return QString::fromUtf8(PageRenderer().collection(kToken, {{&single, state}}));
+    return pageOf(std::vector<PageItem>{{&single, state}});
 }
 
 } // namespace
@@ -37,8 +44,8 @@ TEST_CASE("page renderer: a picture is shown, a document and a link are opened")
     const Item picture = item(ItemKind::File, "boat.png", "The boat", 3);
     const Item document = item(ItemKind::File, "guide.pdf", "The guide", 4);
     const Item link = item(ItemKind::Url, "https://www.museum.example/a?x=1&y=2", "The museum");
-    const QString page = QString::fromUtf8(PageRenderer().collection(
-        kToken, {{&picture, PageItem::State::There}, {&document, PageItem::State::There}, {&link, PageItem::State::There}}));
+    const QString page = pageOf(std::vector<PageItem>{
+        {&picture, PageItem::State::There}, {&document, PageItem::State::There}, {&link, PageItem::State::There}});
     CHECK(page.contains(QLatin1String("<img src=\"AAAAAAAAAAAAAAAAAAAAAA/file/3\"")));
     CHECK(page.contains(QLatin1String("<a href=\"AAAAAAAAAAAAAAAAAAAAAA/file/3\"")));
     CHECK_FALSE(page.contains(QLatin1String("<img src=\"AAAAAAAAAAAAAAAAAAAAAA/file/4\"")));
@@ -58,13 +65,13 @@ TEST_CASE("page renderer: every text is escaped")
                               item(ItemKind::Url, "https://a.example/", hostile), item(ItemKind::File, hostile, ""),
                               item(ItemKind::Url, "https://a.example/\"><script>x</script>?'", "")}) {
         const QString page = pageOf(entry);
-        CHECK_FALSE(page.contains(QLatin1String("<script")));
+        CHECK(page.count(QLatin1String("<script")) == 1);
         CHECK_FALSE(page.contains(QLatin1String("<img src=x")));
         CHECK_FALSE(page.contains(QChar(1)));
     }
     const QString page = pageOf(item(ItemKind::Url, "https://a.example/", hostile));
     CHECK(page.contains(QLatin1String("&quot;&gt;&lt;script&gt;alert(&#39;x&#39;)&lt;/script&gt;&amp;amp;&lt;img")));
-    const QString message = QString::fromUtf8(PageRenderer().message(QStringLiteral("<b>"), QStringLiteral("<i>")));
+    const QString message = QString::fromUtf8(PageRenderer().message(*PageTexts::find("en"), "<b>", "<i>").document);
     CHECK_FALSE(message.contains(QLatin1String("<b>")));
     CHECK_FALSE(message.contains(QLatin1String("<i>")));
 }
@@ -72,7 +79,7 @@ TEST_CASE("page renderer: every text is escaped")
 TEST_CASE("page renderer: a stored address that is not of the web makes no link")
 {
     const QString page = pageOf(item(ItemKind::Url, "javascript:alert(1)", "Click me"));
-    CHECK_FALSE(page.contains(QLatin1String("javascript")));
+    CHECK_FALSE(page.contains(QLatin1String("javascript:")));
     CHECK_FALSE(page.contains(QLatin1String("Click me")));
 }
 
@@ -92,9 +99,10 @@ TEST_CASE("page renderer: without a name the file's or the site's own is shown")
 
 TEST_CASE("page renderer: an empty collection says what to do")
 {
-    const QString page = QString::fromUtf8(PageRenderer().collection(kToken, {}));
+    const QString page = pageOf(std::vector<PageItem>{});
     CHECK(page.contains(QLatin1String("Nothing here yet")));
     CHECK_FALSE(page.contains(QLatin1String("<ul")));
+    CHECK_FALSE(page.contains(QLatin1String("remove-all")));
 }
 
 TEST_CASE("page renderer: nothing is loaded from elsewhere and the policy allows just this style sheet")
@@ -112,9 +120,57 @@ TEST_CASE("page renderer: nothing is loaded from elsewhere and the policy allows
     // The browser hashes what stands between the tags.
     const QString style = page.section(QLatin1String("<style>"), 1).section(QLatin1String("</style>"), 0, 0);
     const QByteArray hash = QCryptographicHash::hash(style.toUtf8(), QCryptographicHash::Sha256).toBase64();
-    const QByteArray policy = PageRenderer().securityPolicy();
+    const QByteArray policy = PageRenderer().collection({kToken, PageTexts::find("en"), {}}).securityPolicy;
     CHECK(policy.contains("style-src 'sha256-" + hash + "'"));
     CHECK(policy.startsWith("default-src 'none';"));
+    const QString script = page.section(QLatin1String("<script>"), 1).section(QLatin1String("</script>"), 0, 0);
+    CHECK(policy.contains("script-src 'sha256-" + QCryptographicHash::hash(script.toUtf8(), QCryptographicHash::Sha256).toBase64()
+                          + "'"));
+    CHECK(policy.contains("form-action 'self'"));
     CHECK_FALSE(policy.contains("unsafe"));
+    CHECK_FALSE(PageRenderer().message(*PageTexts::find("en"), "a", "b").securityPolicy.contains("script-src"));
     CHECK_FALSE(page.contains(QLatin1String(" style=")));
+}
+
+TEST_CASE("page renderer: the venue's name, greeting, colours, logo, imprint and privacy are those of its settings")
+{
+    SiteSettings settings;
+    settings.museum = QStringLiteral("Lake & Sons");
+    settings.greeting["de"] = QStringLiteral("Danke!");
+    settings.imprint = QStringLiteral("https://lake.example/i?a=1&b=2");
+    settings.privacy = QStringLiteral("https://lake.example/p");
+    settings.logo = QStringLiteral("/logo.svg");
+    settings.accent = "#102030";
+    settings.accentDark = "#a0b0c0";
+    const QString german = pageOf({}, settings, "de", QDate(2026, 12, 3));
+    CHECK(german.contains(QLatin1String("<html lang=\"de\">")));
+    CHECK(german.contains(QLatin1String("Lake &amp; Sons</title>")));
+    CHECK(german.contains(QLatin1String(">Lake &amp; Sons</p>")));
+    CHECK(german.contains(QLatin1String("<h1>Danke!</h1>")));
+    CHECK(german.contains(QLatin1String("href=\"https://lake.example/i?a=1&amp;b=2\"")));
+    CHECK(german.contains(QLatin1String("href=\"https://lake.example/p\"")));
+    CHECK(german.contains(QLatin1String("src=\"AAAAAAAAAAAAAAAAAAAAAA/logo\"")));
+    CHECK(german.contains(QLatin1String("prefers-color-scheme: light) { :root { --accent: #102030; }")));
+    CHECK(german.contains(QLatin1String("prefers-color-scheme: dark) { :root { --accent: #a0b0c0; }")));
+    CHECK(german.contains(QLatin1String("bis zum 3. Dezember 2026")));
+    const QString plain = pageOf({}, {}, "en");
+    CHECK(plain.contains(QLatin1String("<h1>Your collection</h1>")));
+    CHECK_FALSE(plain.contains(QLatin1String("/logo")));
+    CHECK_FALSE(plain.contains(QLatin1String("Imprint")));
+    CHECK_FALSE(plain.contains(QLatin1String("kept until")));
+}
+
+TEST_CASE("page renderer: the version of a page changes with what it shows, in each language")
+{
+    const Item boat = item(ItemKind::File, "boat.png", "The boat");
+    const auto version = [](const char* language, const std::vector<PageItem>& items) {
+        return PageRenderer().collection({kToken, PageTexts::find(language), items}).version;
+    };
+    const QByteArray there = version("en", {{&boat, PageItem::State::There}});
+    CHECK_FALSE(there.isEmpty());
+    CHECK(there == version("en", {{&boat, PageItem::State::There}}));
+    CHECK(there != version("en", {{&boat, PageItem::State::Coming}}));
+    CHECK(there != version("en", {}));
+    CHECK(there != version("de", {{&boat, PageItem::State::There}}));
+    CHECK(pageOf(boat).contains(QLatin1String("<main data-version=\"") + QLatin1String(there) + QLatin1String("\">")));
 }

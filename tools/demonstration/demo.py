@@ -36,7 +36,8 @@ def open_table(build, headless):
     data = os.path.join(os.environ.get("XDG_DATA_HOME") or os.path.expanduser("~/.local/share"), "tavola", "demonstration")
     os.makedirs(data, exist_ok=True)
     headless = headless or not has_display()
-    media_server = MediaServer(build, os.path.join(PRESENTATION, "media"), data, COMMAND_PORT)
+    media_server = MediaServer(build, os.path.join(PRESENTATION, "media"), data, COMMAND_PORT,
+                               ["--site", os.path.join(PRESENTATION, "presentation.json")])
     command = [os.path.join(build, "bin", "tavola"), "run", PRESENTATION, "--media-server", media_server.address,
                "--data", data]
     if headless:

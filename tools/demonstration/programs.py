@@ -97,10 +97,10 @@ ONLY_HERE = "MediaServerService # Pages have addresses such as http://127.0.0.1:
 
 
 class MediaServer(Program):
-    def __init__(self, build, content, folder, port=0):
+    def __init__(self, build, content, folder, port=0, options=()):
         super().__init__([os.path.join(build, "bin", "tavola-mediaserver"), "--commands", f"127.0.0.1:{port}",
                           "--pages", "127.0.0.1:0", "--content", content,
-                          "--database", os.path.join(folder, "pages.sqlite")],
+                          "--database", os.path.join(folder, "pages.sqlite"), *options],
                          wait_for=[r"commands on (http://\S+/)", r"pages on (http://\S+/)"])
         self.address = self.found[0].group(1)  # for commands
         self.pages = self.found[1].group(1)

@@ -57,6 +57,7 @@ TEST_CASE("presentation: everything that may stand in one is read")
 {
     Written written(R"({
         "title": "Two rooms",
+        "page": {"museum": "Two rooms"},
         "table": {"width": 3840, "height": 2160, "pixelPitchMm": 0.4, "keyboardLayout": "fi", "fit": "stretch"},
         "styleSheets": ["look/rooms.css"],
         "plugins": ["one", "lib/two.so"],
