@@ -205,14 +205,15 @@ std::optional<OutboxSummary> Outbox::summary(qint64 nowMs) const
     return transaction ? std::optional(summary) : std::nullopt;
 }
 
-std::optional<OutboxMessage> Outbox::claimDue(qint64 nowMs, Which which)
+std::optional<OutboxMessage> Outbox::claimDue(qint64 nowMs)
 {
     // Read first, then marked, in one transaction: what cannot be read stays queued.
     SqliteTransaction transaction = begin(Kind::Write, "take a message from");
-    auto due = select(transaction,
-                      "WHERE state = ? AND (next_attempt <= ? OR next_attempt > ?) AND (attempts = 0 OR ?) "
-                      "ORDER BY next_attempt, id LIMIT 1",
-                      {kQueued, nowMs, nowMs + kLongestPauseMs, which == Which::All});
+    auto due =
+        select(transaction,
+               "WHERE state = ? AND (next_attempt <= ? OR next_attempt > ?) AND (attempts = 0 OR NOT EXISTS (SELECT 1 FROM "
+               "messages WHERE state = ? AND attempts > 0)) ORDER BY next_attempt, id LIMIT 1",
+               {kQueued, nowMs, nowMs + kLongestPauseMs, kSending});
     if (!due || due->empty() || !transaction.run("UPDATE messages SET state = ? WHERE id = ?", {kSending, due->front().id})
         || !commit(transaction))
         return std::nullopt;

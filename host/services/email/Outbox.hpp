@@ -49,10 +49,6 @@ public:
     /// No attempt waits longer than this for the next one. A message that would was put off under a wrong clock: it is due.
     static constexpr qint64 kLongestPauseMs = 3'600'000;
 
-    enum class Which {
-        All,
-        Untried ///< those of which no attempt has failed yet
-    };
     /// How much an outbox may hold, whatever the messages' state.
     struct Limits
     {
@@ -92,9 +88,10 @@ public:
     /// Everything, oldest first. Nothing when it cannot all be read.
     [[nodiscard]] std::optional<std::vector<OutboxMessage>> messages() const;
     [[nodiscard]] std::optional<OutboxSummary> summary(qint64 nowMs) const;
-    /// Claims the queued message that is due longest: it is being sent from here on. Nothing when none is due, or when the outbox
-    /// cannot be read or written; it is as it was then.
-    [[nodiscard]] std::optional<OutboxMessage> claimDue(qint64 nowMs, Which which = Which::All);
+    /// Claims the queued message that is due longest: it is being sent from here on. While a message that was attempted before is
+    /// being sent, only those are due of which no attempt has failed, so that old ones keep no new one waiting. Nothing when none
+    /// is due, or when the outbox cannot be read or written; it is as it was then.
+    [[nodiscard]] std::optional<OutboxMessage> claimDue(qint64 nowMs);
 
     /// Ends of an attempt; false when they could not be written. A message that was dropped meanwhile stays dropped.
     [[nodiscard]] bool remove(const OutboxMessage& message);

@@ -99,10 +99,9 @@ void OutboxDelivery::readOutbox()
 {
     const bool isWritten = writeEndings();
     while (isWritten && !m_isStopped && m_sender.count() < kMostAttempts) {
-        auto message = m_outbox.claimDue(m_clock(), m_triedBefore > 0 ? Outbox::Which::Untried : Outbox::Which::All);
+        auto message = m_outbox.claimDue(m_clock());
         if (!message)
             break;
-        m_triedBefore += message->attempts > 0 ? 1 : 0;
         const QString path = m_outbox.path(message->file);
         m_sender.begin(std::move(*message), path);
     }
@@ -120,7 +119,6 @@ void OutboxDelivery::readOutbox()
 void OutboxDelivery::conclude(SmtpSender::Ended ended)
 {
     OutboxMessage& message = ended.message;
-    m_triedBefore -= message.attempts > 0 ? 1 : 0;
     if (ended.outcome != Outcome::Delivered) {
         const qint64 nowMs = m_clock();
         message.queuedSinceMs = std::min(message.queuedSinceMs, nowMs); // the clock may have been wrong

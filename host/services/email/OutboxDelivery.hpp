@@ -22,9 +22,9 @@ namespace Host
 /// Delivers what an outbox holds, and completes the answers owed for it; what a continuation throws is logged. Its functions
 /// belong to one thread, unless they say otherwise.
 ///
-/// Up to three messages are sent at a time, of which one at most was attempted before, so that old ones keep no new one waiting.
-/// An outcome that cannot be written (the disk is full) is kept here and written before another message is claimed: a message
-/// that was delivered is not sent a second time while the program runs, and one that was not is tried again.
+/// Up to three messages are sent at a time. An outcome that cannot be written (the disk is full) is kept here and written before
+/// another message is claimed: a message that was delivered is not sent a second time while the program runs, and one that was
+/// not is tried again.
 class OutboxDelivery
 {
 public:
@@ -80,7 +80,6 @@ private:
     const Clock m_clock;
     SmtpSender m_sender;
     bool m_isRecovered = false;
-    int m_triedBefore = 0;                     ///< of the messages that are being sent, those that were attempted before
     std::deque<SmtpSender::Ended> m_unwritten; ///< what became of attempts, with the messages' new states
     std::size_t m_warnedOf = 0;                ///< so many of those, from the first on, cannot be written, which is logged
     Time m_nextReading;

@@ -305,16 +305,24 @@ TEST_CASE("outbox: a message that is due later than any pause lasts was put off 
     CHECK_FALSE(bench.outbox->claimDue(nowMs).has_value());
 }
 
-TEST_CASE("outbox: on request only messages are taken of which no attempt has failed")
+TEST_CASE("outbox: while a message is being sent that was attempted before, only those are due that were not")
 {
     Bench bench;
-    OutboxMessage tried = bench.add(State::Queued, 0, "<1@x>");
-    tried.attempts = 1;
-    REQUIRE(bench.outbox->update(tried));
-    CHECK_FALSE(bench.outbox->claimDue(5000, Outbox::Which::Untried).has_value());
-    const auto untried = bench.add(State::Queued, 4000, "<2@x>");
-    CHECK(bench.outbox->claimDue(5000, Outbox::Which::Untried).value().id == untried.id);
-    CHECK(bench.outbox->claimDue(5000).value().id == tried.id);
+    const auto addTried = [&](const QString& id) {
+        OutboxMessage tried = bench.add(State::Queued, 0, id);
+        tried.attempts = 1;
+        REQUIRE(bench.outbox->update(tried));
+        return tried;
+    };
+    OutboxMessage first = addTried("<1@x>");
+    const auto second = addTried("<2@x>");
+    const auto untried = bench.add(State::Queued, 4000, "<3@x>");
+    CHECK(bench.outbox->claimDue(5000).value().id == first.id);
+    CHECK(bench.outbox->claimDue(5000).value().id == untried.id);
+    CHECK_FALSE(bench.outbox->claimDue(5000).has_value());
+    first.state = State::Failed;
+    REQUIRE(bench.outbox->update(first));
+    CHECK(bench.outbox->claimDue(5000).value().id == second.id);
 }
 
 TEST_CASE("outbox: no message is accepted beyond the limits, whatever the state of those that are kept")
