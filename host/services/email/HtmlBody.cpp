@@ -38,13 +38,14 @@ QString fromText(const QString& text)
 QString filledLinks(const HtmlBody::Parts& parts)
 {
     QStringList pieces = parts.textTemplate.split(kLinks);
+    if (pieces.size() == 1)
+        pieces << QString(); // they stand at the end
+    int fixedLength = 0;
     for (QString& piece : pieces)
-        piece = QRegularExpression::escape(piece.replace(kName, parts.name));
-    pieces[0] += QStringLiteral("(.*)") + (pieces.size() > 1 ? pieces.takeAt(1) : QString());
-    const QRegularExpression filled(QStringLiteral("\\A%1\\z").arg(pieces.join(QStringLiteral("\\g{1}"))),
-                                    QRegularExpression::DotMatchesEverythingOption);
-    const auto match = filled.match(parts.text);
-    return match.hasMatch() ? match.captured(1) : parts.text;
+        fixedLength += piece.replace(kName, parts.name).size();
+    const int length = (parts.text.size() - fixedLength) / (pieces.size() - 1);
+    const QString links = parts.text.mid(pieces.first().size(), length);
+    return length >= 0 && pieces.join(links) == parts.text ? links : parts.text;
 }
 }
 
