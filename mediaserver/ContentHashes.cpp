@@ -9,10 +9,6 @@
 namespace MediaServer
 {
 
-namespace
-{
-
-/// What changes with the content of a file.
 QByteArray identityOf(const Http::File& file)
 {
     struct stat status;
@@ -26,8 +22,6 @@ QByteArray identityOf(const Http::File& file)
         result += QByteArray::number(part) + ' ';
     return result;
 }
-
-} // namespace
 
 QByteArray sha256Of(const Http::File& file)
 {

@@ -45,6 +45,9 @@ private:
     Bedrock::WorkerPool m_reader{1};                ///< last member: its thread ends first
 };
 
+/// What changes whenever the content of an open file changes: its place on the disk, size and times. Any thread.
+[[nodiscard]] QByteArray identityOf(const Http::File& file);
+
 /// The SHA-256 of an open file, read from its beginning; null when it cannot be read. Any thread; takes as long as the disk.
 [[nodiscard]] QByteArray sha256Of(const Http::File& file);
 

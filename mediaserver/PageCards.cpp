@@ -92,7 +92,8 @@ QString fileCard(const QString& token, const PageItem& entry, const PageTexts& t
     card.save = token + QLatin1String("/save/") + QString::number(item.id);
     if (ContentFolder::isPicture(item.value)) {
         // The name stands beside the picture; a screen reader would read it out twice.
-        card.view = QLatin1String("<img src=\"") + card.href + QLatin1String("\" alt=\"\" loading=\"lazy\" decoding=\"async\">");
+        card.view = QLatin1String("<img src=\"") + token + QLatin1String("/thumb/") + QString::number(item.id)
+            + QLatin1String("\" alt=\"\" loading=\"lazy\" decoding=\"async\">");
         card.detail = escaped(texts.picture);
         return html(card, "picture", texts);
     }

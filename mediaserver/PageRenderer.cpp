@@ -128,6 +128,7 @@ Page PageRenderer::collection(const PageView& view) const
             + escaped(texts.emptyText) + QLatin1String("</p></div>\n");
     } else {
         content = QLatin1String("<ul class=\"items\" role=\"list\">\n") + cards + QLatin1String("</ul>\n<p class=\"acts all\">")
+            + link(view.token + QLatin1String("/all.zip") + suffix, escaped(texts.saveAll))
             + link(view.token + QLatin1String("/remove-all") + suffix, escaped(texts.removeAll)) + QLatin1String("</p>\n");
     }
     const QByteArray version = QCryptographicHash::hash(content.toUtf8(), QCryptographicHash::Sha256).toHex().left(32);

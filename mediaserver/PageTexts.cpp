@@ -36,6 +36,7 @@ const PageTexts kTexts[] = {
      "Download",
      "Remove",
      "Remove everything",
+     "Download everything",
      "Take this page with you",
      "Scan the code to open the page on another device, or keep its address to come back. Anyone with the address can see and "
      "change the page, so share it only with people you choose.",
@@ -62,6 +63,8 @@ const PageTexts kTexts[] = {
      "Your own page has an address of its own. Scan the code on the table to open it.",
      "The page is not available right now",
      "Nothing is lost. Please try again in a few minutes.",
+     "This is too much at once",
+     "Your collection is too large for one download. Please download its parts one by one.",
      "Please confirm once more",
      "This question was open for too long, or did not come from your page. Nothing was changed. Go back to your page and try "
      "again.",
@@ -84,6 +87,7 @@ const PageTexts kTexts[] = {
      "Herunterladen",
      "Entfernen",
      "Alles entfernen",
+     "Alles herunterladen",
      "Nehmen Sie diese Seite mit",
      "Scannen Sie den Code, um die Seite auf einem anderen Gerät zu öffnen, oder merken Sie sich ihre Adresse. Wer die Adresse "
      "hat, kann die Seite sehen und ändern: geben Sie sie nur weiter, an wen Sie möchten.",
@@ -114,6 +118,8 @@ const PageTexts kTexts[] = {
      "Ihre Seite hat eine eigene Adresse. Scannen Sie den Code am Tisch, um sie zu öffnen.",
      "Die Seite ist gerade nicht erreichbar",
      "Nichts ist verloren. Bitte versuchen Sie es in einigen Minuten wieder.",
+     "Das ist zu viel auf einmal",
+     "Ihre Sammlung ist zu groß, um sie in einem Stück herunterzuladen. Bitte laden Sie ihre Teile einzeln herunter.",
      "Bitte noch einmal bestätigen",
      "Diese Frage war zu lange offen oder kam nicht von Ihrer Seite. Nichts wurde geändert. Gehen Sie zurück zu Ihrer Seite und "
      "versuchen Sie es noch einmal.",
@@ -136,6 +142,7 @@ const PageTexts kTexts[] = {
      "Lataa",
      "Poista",
      "Poista kaikki",
+     "Lataa kaikki",
      "Ota tämä sivu mukaasi",
      "Skannaa koodi avataksesi sivun toisella laitteella tai talleta sen osoite. Jokainen, jolla on osoite, voi nähdä sivun ja "
      "muuttaa sitä, joten anna se vain valitsemillesi ihmisille.",
@@ -162,6 +169,8 @@ const PageTexts kTexts[] = {
      "Omalla sivullasi on oma osoitteensa. Avaa se skannaamalla pöydän koodi.",
      "Sivu ei ole juuri nyt saatavilla",
      "Mitään ei ole kadonnut. Yritä uudelleen muutaman minuutin kuluttua.",
+     "Tämä on liikaa kerralla",
+     "Kokoelmasi on liian suuri yhdeksi lataukseksi. Lataa sen osat yksitellen.",
      "Vahvista vielä kerran",
      "Kysymys oli auki liian kauan tai ei tullut sivultasi. Mitään ei muutettu. Palaa sivullesi ja yritä uudelleen.",
      kFinnishMonths,
@@ -183,6 +192,7 @@ const PageTexts kTexts[] = {
      "Télécharger",
      "Retirer",
      "Tout retirer",
+     "Tout télécharger",
      "Emportez cette page",
      "Scannez le code pour ouvrir la page sur un autre appareil, ou gardez son adresse pour y revenir. Toute personne qui a "
      "l’adresse peut voir et modifier la page : ne la donnez qu’à qui vous voulez.",
@@ -209,6 +219,8 @@ const PageTexts kTexts[] = {
      "Votre page a sa propre adresse. Scannez le code de la table pour l’ouvrir.",
      "La page n’est pas disponible en ce moment",
      "Rien n’est perdu. Réessayez dans quelques minutes.",
+     "C’est trop à la fois",
+     "Votre collection est trop grande pour un seul téléchargement. Veuillez télécharger ses éléments un par un.",
      "Veuillez confirmer encore une fois",
      "Cette question est restée ouverte trop longtemps ou ne venait pas de votre page. Rien n’a été changé. Revenez à votre page "
      "et réessayez.",

@@ -27,6 +27,7 @@ struct PageTexts
     const char* save;
     const char* remove;
     const char* removeAll;
+    const char* saveAll;
     const char* takeTitle;
     const char* takeText;
     const char* qrText;
@@ -51,6 +52,8 @@ struct PageTexts
     const char* nothingText;
     const char* laterTitle;
     const char* laterText;
+    const char* tooMuchTitle;
+    const char* tooMuchText;
     const char* oldFormTitle;
     const char* oldFormText;
     const char* const* months; ///< twelve

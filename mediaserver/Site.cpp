@@ -46,11 +46,28 @@ std::optional<qint64> numberIn(const QString& text)
 
 Site::Site(ItemStore& store, const QString& contentFolder, const QString& publicUrl, const SiteSettings& settings)
     : m_store(store), m_settings(settings), m_content(contentFolder), m_addresses(publicUrl), m_renderer(settings),
-      m_keys(publicUrl)
+      m_keys(publicUrl), m_workshop(m_content)
 {
 }
 
-Http::Response Site::handle(const Http::Request& request)
+void Site::handle(const Http::Request& request, Http::Reply reply)
+{
+    QStringList rest;
+    auto visit = visitOf(request, rest);
+    if (!visit)
+        return reply.send(std::move(visit.error()));
+    if (auto answered = form(*visit, rest))
+        return reply.send(*std::move(answered));
+    if (request.method == "POST")
+        return reply.send(wrongMethod(visit->texts));
+    if (rest.size() == 2 && rest[0] == QLatin1String("thumb"))
+        return sendThumbnail(*visit, rest[1], std::move(reply));
+    if (rest.size() == 1 && rest[0] == QLatin1String("all.zip"))
+        return sendArchive(*visit, std::move(reply));
+    reply.send(read(*visit, rest));
+}
+
+tl::expected<Site::Visit, Http::Response> Site::visitOf(const Http::Request& request, QStringList& rest)
 {
     // No address of this server needs encoding, so an encoded one is unknown.
     const QString target = QString::fromLatin1(request.target);
@@ -60,25 +77,23 @@ Http::Response Site::handle(const Http::Request& request)
     const PageTexts& texts = asked ? *asked : PageTexts::choose(request.header("Accept-Language"), m_settings.language);
     const bool isPost = request.method == "POST";
     if (request.method != "GET" && request.method != "HEAD" && !isPost)
-        return wrongMethod(texts);
+        return tl::unexpected(wrongMethod(texts));
     const QStringList parts = path.split(QLatin1Char('/'));
     const bool isPersonal = parts.size() >= 3 && parts[0].isEmpty() && parts[1] == QLatin1String("p") && isTokenForm(parts[2]);
     if (isPost && (!isPersonal || parts.size() == 3))
-        return wrongMethod(texts);
+        return tl::unexpected(wrongMethod(texts));
     if (path == QLatin1String("/health"))
-        return health();
+        return tl::unexpected(health());
     if (!isPersonal)
-        return notFound(texts);
+        return tl::unexpected(notFound(texts));
     const auto person = m_store.personOf(parts[2]);
     if (!person)
-        return storeFailed(texts, person.error());
+        return tl::unexpected(storeFailed(texts, person.error()));
     if (!*person)
-        return notFound(texts);
-    const QString suffix = asked ? QLatin1String("?lang=") + QLatin1String(asked->language) : QString();
-    const Visit visit{request, texts, parts[2], **person, suffix};
-    if (auto answered = form(visit, parts.mid(3)))
-        return *std::move(answered);
-    return isPost ? wrongMethod(texts) : read(visit, parts.mid(3));
+        return tl::unexpected(notFound(texts));
+    rest = parts.mid(3);
+    return Visit{request, texts, parts[2], **person,
+                 asked ? QLatin1String("?lang=") + QLatin1String(asked->language) : QString()};
 }
 
 Http::Response Site::health()
@@ -198,6 +213,26 @@ Http::Response Site::file(const Visit& visit, const QString& id, Manner manner)
     response.addHeader("Content-Security-Policy", filePolicy(response.contentType));
     response.addHeader("Cache-Control", "private, max-age=3600");
     return response;
+}
+
+void Site::sendThumbnail(const Visit& visit, const QString& id, Http::Reply reply)
+{
+    Http::Response whole = file(visit, id, Manner::Show);
+    const bool isPicture = whole.status == 200 && whole.contentType.startsWith("image/");
+    if (!isPicture)
+        return reply.send(whole.status == 200 ? notFound(visit.texts) : std::move(whole));
+    m_workshop.sendThumbnail(std::move(whole), std::move(reply));
+}
+
+void Site::sendArchive(const Visit& visit, Http::Reply reply)
+{
+    const PageTexts& texts = visit.texts;
+    auto items = m_store.items(visit.tessel);
+    if (!items)
+        return reply.send(storeFailed(texts, items.error()));
+    m_workshop.sendArchive(std::move(*items),
+                           {html(413, m_renderer.message(texts, texts.tooMuchTitle, texts.tooMuchText)), notRightNow(texts)},
+                           std::move(reply));
 }
 
 std::optional<Http::Response> Site::form(const Visit& visit, const QStringList& rest)

@@ -4,10 +4,12 @@
 #include "FormKeys.hpp"
 #include "PageAddresses.hpp"
 #include "PageRenderer.hpp"
+#include "PageWorkshop.hpp"
 #include "SiteSettings.hpp"
 
 #include <Bedrock/RareWarnings.hpp>
 #include <Http/Message.hpp>
+#include <Http/Reply.hpp>
 
 #include <optional>
 
@@ -23,6 +25,8 @@ class ItemStore;
 ///     GET  /p/TOKEN/logo         the venue's logo
 ///     GET  /p/TOKEN/file/ID      the file of one item on that page
 ///     GET  /p/TOKEN/save/ID      the same, to be downloaded
+///     GET  /p/TOKEN/thumb/ID     a small picture of it
+///     GET  /p/TOKEN/all.zip      all files of the page, and a list of its links
 ///     GET  /p/TOKEN/remove/ID    asks whether to remove an item; /remove-all: all of them; /renew: to give a new address
 ///     POST to one of these       does it, if it comes from that very form (FormKeys), and leads back to the page
 ///     GET  /health               200 while the database can be read, 503 otherwise
@@ -35,7 +39,8 @@ public:
     /// `contentFolder`: path of the folder with the files; `publicUrl`: the address under which visitors reach this server.
     Site(ItemStore& store, const QString& contentFolder, const QString& publicUrl, const SiteSettings& settings = {});
 
-    [[nodiscard]] Http::Response handle(const Http::Request& request);
+    /// Answers at once, but for thumbnails and archives.
+    void handle(const Http::Request& request, Http::Reply reply);
 
 private:
     /// A request for something of a person's page.
@@ -48,11 +53,15 @@ private:
         QString suffix; ///< "?lang=de" where the address has one
     };
 
+    /// The visit to a person's page that a request is, or its answer.
+    [[nodiscard]] tl::expected<Visit, Http::Response> visitOf(const Http::Request& request, QStringList& rest);
     [[nodiscard]] Http::Response health();
     [[nodiscard]] Http::Response read(const Visit& visit, const QStringList& rest);
     [[nodiscard]] Http::Response page(const Visit& visit);
     [[nodiscard]] Http::Response qrCode(const QString& token);
     [[nodiscard]] Http::Response logo();
+    void sendThumbnail(const Visit& visit, const QString& id, Http::Reply reply);
+    void sendArchive(const Visit& visit, Http::Reply reply);
     enum class Manner { Show, Save };
     [[nodiscard]] Http::Response file(const Visit& visit, const QString& id, Manner manner);
     /// Nothing when no form has that address.
@@ -73,6 +82,7 @@ private:
     PageRenderer m_renderer;
     FormKeys m_keys;
     Bedrock::RareWarnings m_warnings{"MediaServer"};
+    PageWorkshop m_workshop;
 };
 
 } // namespace MediaServer

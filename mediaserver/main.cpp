@@ -101,7 +101,7 @@ int serve(const Options& options)
     std::unique_ptr<CommandDoor> door;
     const auto pages = server.listen(options.pages, pageLimits, [&](const Http::Request& request, Http::Reply reply) {
         expiry.check();
-        reply.send(site->handle(request));
+        site->handle(request, std::move(reply));
     });
     if (!pages)
         return fail(pages.error());

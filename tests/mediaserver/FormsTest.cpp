@@ -4,6 +4,7 @@
 
 #include <doctest/doctest.h>
 
+#include <QImage>
 #include <QRegularExpression>
 
 using namespace MediaServer;
@@ -191,7 +192,10 @@ TEST_CASE("site: the logo and the day until which a page is kept are those of th
     const QByteArray page = "/p/" + (*store)->tokenFor(7)->toLatin1();
     SiteSettings settings;
     const auto get = [&](const QByteArray& target) {
-        return Site(**store, folder.path(), QStringLiteral("http://museum.example/"), settings).handle({"GET", target, {}, {}});
+        Http::Response answer;
+        Site(**store, folder.path(), QStringLiteral("http://museum.example/"), settings)
+            .handle({"GET", target, {}, {}}, Http::Reply([&answer](Http::Response&& response) { answer = std::move(response); }));
+        return answer;
     };
     CHECK(get(page + "/logo").status == 404);
     settings.logo = folder.path(QStringLiteral("logo.svg"));
@@ -203,4 +207,29 @@ TEST_CASE("site: the logo and the day until which a page is kept are those of th
     // The day may have changed since.
     const auto names = [&](const QDate& day) { return get(page).body.contains(QByteArray::number(day.day()) + ' '); };
     CHECK((names(until) || names(until.addDays(1))));
+}
+
+TEST_CASE_FIXTURE(Visitor, "site: everything is downloaded as one archive, and pictures are shown small")
+{
+    const HttpAnswer all = get(path + "/all.zip");
+    CHECK(all.status == 200);
+    CHECK(all.header("content-type") == "application/zip");
+    CHECK(all.header("content-disposition") == "attachment; filename=\"collection.zip\"");
+    CHECK(all.body.find(picture.toStdString()) != std::string::npos);
+    CHECK(all.body.find("https://museum.example/") != std::string::npos);
+    // A picture that is small already is sent as it is.
+    QImage dot(20, 20, QImage::Format_RGB32);
+    dot.fill(Qt::red);
+    REQUIRE(dot.save(folder.path(QStringLiteral("content/dot.png"))));
+    add(7, "filename", "dot.png");
+    const std::string file = files(path).at(2);
+    const std::string small = std::string(file).replace(file.find("/file/"), 6, "/thumb/");
+    CHECK(get(small).body == get(file).body);
+    CHECK(QImage::fromData(QByteArray::fromStdString(get(small).body)).size() == dot.size());
+    CHECK(get(path).body.find("src=\"" + small.substr(3)) != std::string::npos);
+    const std::string guide = files(path).at(1);
+    CHECK(get(std::string(guide).replace(guide.find("/file/"), 6, "/thumb/")).status == 404);
+    CHECK(get(path + "/thumb/99").status == 404);
+    for (const char* address : {"/all.zip", "/thumb/1"})
+        CHECK(ask(pages.port(), "POST", path + address, "").status == 405);
 }

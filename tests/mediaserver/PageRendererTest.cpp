@@ -46,9 +46,9 @@ TEST_CASE("page renderer: a picture is shown, a document and a link are opened")
     const Item link = item(ItemKind::Url, "https://www.museum.example/a?x=1&y=2", "The museum");
     const QString page = pageOf(std::vector<PageItem>{
         {&picture, PageItem::State::There}, {&document, PageItem::State::There}, {&link, PageItem::State::There}});
-    CHECK(page.contains(QLatin1String("<img src=\"AAAAAAAAAAAAAAAAAAAAAA/file/3\"")));
+    CHECK(page.contains(QLatin1String("<img src=\"AAAAAAAAAAAAAAAAAAAAAA/thumb/3\"")));
     CHECK(page.contains(QLatin1String("<a href=\"AAAAAAAAAAAAAAAAAAAAAA/file/3\"")));
-    CHECK_FALSE(page.contains(QLatin1String("<img src=\"AAAAAAAAAAAAAAAAAAAAAA/file/4\"")));
+    CHECK_FALSE(page.contains(QLatin1String("<img src=\"AAAAAAAAAAAAAAAAAAAAAA/thumb/4\"")));
     CHECK(page.contains(QLatin1String("<a href=\"AAAAAAAAAAAAAAAAAAAAAA/file/4\"")));
     CHECK(page.contains(QString::fromUtf8("Document · PDF")));
     CHECK(page.contains(QLatin1String("<a href=\"https://www.museum.example/a?x=1&amp;y=2\" rel=\"noopener noreferrer\">")));

@@ -190,7 +190,11 @@ TEST_CASE("site: a file that cannot be read now is logged, answered with 500 and
     }
     Site site(**store, folder.path(), QStringLiteral("http://museum.example/"));
     const QByteArray page = "/p/" + (*store)->tokenFor(7)->toLatin1();
-    const auto get = [&site](const QByteArray& target) { return site.handle({"GET", target, {}, {}}); };
+    const auto get = [&site](const QByteArray& target) {
+        Http::Response answer;
+        site.handle({"GET", target, {}, {}}, Http::Reply([&answer](Http::Response&& response) { answer = std::move(response); }));
+        return answer;
+    };
     const QByteArray file = page + "/file/" + QByteArray::number((*store)->items(7)->front().id);
     REQUIRE(get(page).body.count("Not available") == 0);
     REQUIRE(get(file).status == 200);

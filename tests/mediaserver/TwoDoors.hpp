@@ -75,7 +75,7 @@ struct TwoDoors
 
     QByteArray picture = QByteArray("\x89PNG\r\n\x1a\n", 8) + QByteArray(3'000'000, 'p');
     Folder folder;
-    HttpServerThread pages{Http::Limits{}, [this](const QString& url) { return pagesOf(url); }};
+    HttpServerThread pages{Http::Limits{}, [this](const QString& url, Http::Server&) { return pagesOf(url); }};
     HttpServerThread commands{Http::Limits{}, [this](const QString&, Http::Server& server) { return commandsOf(server); }};
 
 private:
@@ -85,13 +85,13 @@ private:
         return opened ? std::move(*opened) : nullptr;
     }
 
-    HttpServerThread::Handler pagesOf(const QString& url)
+    Http::Server::Handler pagesOf(const QString& url)
     {
         const auto store = openStore();
         if (!store)
-            return [](const Http::Request&) { return Http::plainResponse(500, "no database"); };
+            return [](Http::Request, Http::Reply reply) { reply.send(Http::plainResponse(500, "no database")); };
         auto site = std::make_shared<MediaServer::Site>(*store, folder.path(QStringLiteral("content")), url);
-        return [store, site](const Http::Request& request) { return site->handle(request); };
+        return [store, site](const Http::Request& request, Http::Reply reply) { site->handle(request, std::move(reply)); };
     }
 
     Http::Server::Handler commandsOf(Http::Server& server)

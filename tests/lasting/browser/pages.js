@@ -127,6 +127,9 @@ const tests = {
       assert.equal(await page.locator('.item').count(), 4);
       assert.equal(await page.getByRole('heading', { name: 'Basalt' }).count(), 0);
 
+      const [all] = await Promise.all([page.waitForEvent('download'), page.getByRole('link', { name: 'Download everything' }).click()]);
+      assert.equal(all.suggestedFilename(), 'collection.zip');
+      assert.ok(readFileSync(await all.path()).includes(readFileSync(join(gallery, 'media', 'terraces.png'))));
       await page.getByRole('link', { name: 'Remove everything' }).click();
       await page.getByRole('button', { name: 'Yes, remove' }).click();
       assert.equal(await page.locator('.empty').count(), 1);

@@ -94,11 +94,21 @@ TEST_CASE_FIXTURE(Fixture, "content sender: a server that is away, or makes no s
     const auto result = ContentSender(away, {}, 60.0).send(note, isStopped);
     CHECK(result.outcome == Outcome::Later);
     CHECK_FALSE(result.reason.isEmpty());
+    server.padNext(100'000);
+    CHECK(send().outcome == Outcome::Later);
+    CHECK(server.content(note.name).isEmpty());
     // 200 with an error and no state.
     server.answerNext({200});
     CHECK(send().reason == QLatin1String("the server's answer makes no sense"));
     isStopped = true;
     CHECK(send().outcome == Outcome::Later);
+}
+
+TEST_CASE_FIXTURE(Fixture, "content sender: a server that takes no piece is asked later, and not for ever")
+{
+    server.dropPieces();
+    CHECK(send().reason == QLatin1String("the server's answer makes no sense"));
+    CHECK(server.requests() == std::vector<QByteArray>{"GET 0", "PUT 0"});
 }
 
 TEST_CASE_FIXTURE(Fixture, "content sender: a file that has changed or gone since is given up")

@@ -14,7 +14,7 @@
 #include <cstring>
 #include <map>
 #include <mutex>
-#include <optional>
+#include <utility>
 #include <vector>
 
 /// A media server inside the test that takes content: it expects every file, unless the test says otherwise.
@@ -28,6 +28,18 @@ public:
     {
         const std::lock_guard<std::mutex> guard(m_mutex);
         m_statuses = statuses;
+    }
+    /// The next answer has so many blanks behind it.
+    void padNext(int bytes)
+    {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        m_padding = bytes;
+    }
+    /// From here on pieces are answered and dropped.
+    void dropPieces()
+    {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        m_isDropping = true;
     }
     /// The server has these bytes of whatever comes already.
     void hasReceived(const QByteArray& bytes)
@@ -68,7 +80,7 @@ private:
             return json(status, {{QStringLiteral("error"), QStringLiteral("The server says %1.").arg(status)}});
         }
         QByteArray& file = m_files.try_emplace(name, m_begun).first->second;
-        if (request.method == "PUT" && from == file.size())
+        if (request.method == "PUT" && from == file.size() && !m_isDropping)
             file += request.body;
         const qint64 size = query.queryItemValue(QStringLiteral("size")).toLongLong();
         if (file.size() == size && request.method == "PUT")
@@ -81,12 +93,12 @@ private:
                      {QStringLiteral("piece"), kPiece}});
     }
 
-    static Http::Response json(int status, const QJsonObject& object)
+    Http::Response json(int status, const QJsonObject& object)
     {
         Http::Response response;
         response.status = status;
         response.contentType = "application/json";
-        response.body = QJsonDocument(object).toJson();
+        response.body = QJsonDocument(object).toJson() + QByteArray(std::exchange(m_padding, 0), ' ');
         return response;
     }
 
@@ -95,6 +107,8 @@ private:
     std::vector<QByteArray> m_requests; ///< "METHOD FROM"
     std::vector<int> m_statuses;
     QByteArray m_begun;
+    int m_padding = 0;
+    bool m_isDropping = false;
     QByteArray m_authorization;
     HttpServerThread m_server{
         Http::Limits{}, [this](const QString&) { return [this](const Http::Request& request) { return answer(request); }; }};

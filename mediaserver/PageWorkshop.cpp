@@ -1,0 +1,89 @@
+#include "PageWorkshop.hpp"
+
+#include "CollectionArchive.hpp"
+#include "Log.hpp"
+
+#include <sys/stat.h>
+#include <utility>
+
+namespace MediaServer
+{
+
+namespace
+{
+
+qint64 sizeOf(const Http::File& file)
+{
+    struct stat status;
+    return ::fstat(file.descriptor(), &status) == 0 ? static_cast<qint64>(status.st_size) : 0;
+}
+
+} // namespace
+
+PageWorkshop::PageWorkshop(const ContentFolder& content, qint64 largestArchiveBytes)
+    : m_content(content), m_largestArchiveBytes(largestArchiveBytes)
+{
+}
+
+void PageWorkshop::sendThumbnail(Http::Response whole, Http::Reply reply)
+{
+    // A task is copyable, an answer and its reply are not.
+    m_painter.add([this, answer = std::make_shared<Http::Response>(std::move(whole)),
+                   shared = std::make_shared<Http::Reply>(std::move(reply))] {
+        if (QByteArray picture = m_thumbnails.of(answer->file); !picture.isNull()) {
+            answer->contentType = picture.startsWith("\x89PNG") ? "image/png" : "image/jpeg";
+            answer->body = std::move(picture);
+            answer->file = Http::File();
+        }
+        shared->send(std::move(*answer));
+    });
+}
+
+void PageWorkshop::sendArchive(std::vector<Item> items, Refusals refusals, Http::Reply reply)
+{
+    if (m_waitingArchives >= kMostWaitingArchives) {
+        refusals.failed.status = 503;
+        return reply.send(std::move(refusals.failed));
+    }
+    ++m_waitingArchives;
+    m_packer.add([this, items = std::move(items), refused = std::make_shared<Refusals>(std::move(refusals)),
+                  shared = std::make_shared<Http::Reply>(std::move(reply))] {
+        shared->send(archive(items, *refused));
+        --m_waitingArchives;
+    });
+}
+
+Http::Response PageWorkshop::archive(const std::vector<Item>& items, Refusals& refusals) const
+{
+    std::vector<ArchiveEntry> entries;
+    QByteArray links;
+    qint64 bytes = 0;
+    for (const Item& item : items) {
+        if (item.kind == ItemKind::Url) {
+            links += item.displayName.toUtf8().simplified() + '\n' + item.value.toUtf8().simplified() + "\n\n";
+            continue;
+        }
+        auto file = m_content.open(item.value);
+        if (!file)
+            continue; // the page shows that it is not there
+        bytes += sizeOf(*file);
+        if (bytes > m_largestArchiveBytes)
+            return std::move(refusals.tooLarge);
+        entries.push_back({item.value, std::move(*file), {}});
+    }
+    if (!links.isEmpty())
+        entries.push_back({QStringLiteral("links.txt"), {}, links});
+    auto packed = packCollection(entries);
+    if (!packed) {
+        logWarning(QStringLiteral("A collection could not be packed"), packed.error());
+        return std::move(refusals.failed);
+    }
+    Http::Response response;
+    response.contentType = "application/zip";
+    response.file = std::move(*packed);
+    response.addHeader("Content-Disposition", "attachment; filename=\"collection.zip\"");
+    response.addHeader("Cache-Control", "private, no-store");
+    return response;
+}
+
+} // namespace MediaServer
