@@ -1,5 +1,6 @@
 #include "BoxInterior.hpp"
 
+#include "CopiedPixels.hpp"
 #include "ToQt.hpp"
 
 #include <algorithm>
@@ -34,6 +35,13 @@ bool fillBoxInterior(PainterContext::Private& context, const Vecta::Rect& rect, 
     }
     if (style.hasFill && style.fill.alpha > 0.f && !parts.isEmpty()) {
         const QColor color = toQt(style.fill);
+        if (context.image && color.alpha() == 255 && context.opacity >= 1.0) {
+            QRect filled;
+            for (const QRectF& part : parts)
+                filled |= part.toAlignedRect();
+            context.composition.add(FilledPixels(filled, pixelOf(color)));
+            return true;
+        }
         QPainter& painter = context.devicePainter(context.opacity);
         for (const QRectF& part : parts)
             painter.fillRect(part.toAlignedRect(), color);

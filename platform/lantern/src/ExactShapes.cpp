@@ -1,5 +1,10 @@
 #include "ExactShapes.hpp"
 
+#include "CopiedPixels.hpp"
+#include "FilledBox.hpp"
+#include "PixelMath.hpp"
+#include "ToQt.hpp"
+
 #include <QPainterPath>
 #include <QPainterPathStroker>
 #include <QPen>
@@ -22,9 +27,17 @@ void fillExactRect(PainterContext::Private& context, const QRectF& rect, const Q
     if (context.world.type() <= QTransform::TxScale) {
         const QRectF device = context.world.mapRect(rect);
         if (isWhole(device.x()) && isWhole(device.y()) && isWhole(device.width()) && isWhole(device.height())) {
-            context.readyPainter().fillRect(rect, color);
+            if (context.image && color.alpha() == 255 && context.opacity >= 1.0)
+                context.composition.add(FilledPixels(device.intersected(context.clipBounds).toAlignedRect(), pixelOf(color)));
+            else
+                context.readyPainter().fillRect(rect, color);
             return;
         }
+    }
+    if (context.image && context.world.isInvertible()) {
+        const QRgb pixel = scaledPixel(pixelOf(color), unsigned(qRound(context.opacity * 255.0)));
+        context.composition.add(FilledBox(context.clipRect(), context.world, rect, pixel));
+        return;
     }
     QPainterPath path;
     path.addRect(rect);

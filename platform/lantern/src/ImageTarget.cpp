@@ -24,11 +24,8 @@ void ImageTarget::paint(const QRegion& damage, const std::function<void(RenderCo
     if (area.isEmpty())
         return;
     QPainter painter(&m_image);
-    painter.setCompositionMode(QPainter::CompositionMode_Source);
-    for (const QRect& rect : area)
-        painter.fillRect(rect, m_ground == Ground::Black ? Qt::black : Qt::transparent);
-    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     PainterContext context(painter, area);
+    context.clear(m_ground == Ground::Black ? Qt::black : Qt::transparent);
     draw(context);
 }
 }

@@ -5,6 +5,8 @@
 #include <Lantern/PainterContext.hpp>
 #include <Lantern/PictureStore.hpp>
 
+#include "PixelRows.hpp"
+
 #include <QPainter>
 
 namespace Lantern
@@ -40,6 +42,7 @@ void KeptPicture::clear()
         m_store.remove(*this, bytes());
     m_image = {};
     m_texture.reset();
+    m_rows.reset();
     m_damage = {};
 }
 
@@ -59,9 +62,11 @@ void KeptPicture::damage(const QRect& area)
 {
     if (!hasPixels() || area.isEmpty())
         return;
+    const QRect both = m_damage.boundingRect() | area;
+    const bool isCheaperTogether = areaOf(both) <= areaOf(m_damage.boundingRect()) + areaOf(area);
     m_damage += area;
-    if (m_damage.rectCount() > kMostDamageRects)
-        m_damage = m_damage.boundingRect();
+    if (isCheaperTogether || m_damage.rectCount() > kMostDamageRects)
+        m_damage = both;
 }
 
 const QImage* KeptPicture::pixels(const Paint& paint)
@@ -72,11 +77,14 @@ const QImage* KeptPicture::pixels(const Paint& paint)
         if (!m_store.makeRoom(std::size_t(areaOf(m_bounds)) * 4))
             return nullptr;
         m_image = QImage(m_bounds.size(), QImage::Format_ARGB32_Premultiplied);
+        m_rows = std::make_shared<PixelRows>();
         m_store.add(*this, bytes());
         m_damage = m_bounds;
     }
-    if (const QRegion area = takeDamage(); !area.isEmpty())
+    if (const QRegion area = takeDamage(); !area.isEmpty()) {
         paintInto(m_image, m_bounds.topLeft(), area, paint);
+        m_rows->update(m_image, area.translated(-m_bounds.topLeft()));
+    }
     return &m_image;
 }
 
@@ -108,12 +116,8 @@ QRegion KeptPicture::takeDamage()
 void KeptPicture::paintInto(QImage& image, QPoint corner, const QRegion& area, const Paint& paint)
 {
     QPainter painter(&image);
-    painter.setCompositionMode(QPainter::CompositionMode_Source);
-    const QRegion inImage = area.translated(-corner);
-    for (const QRect& rect : inImage)
-        painter.fillRect(rect, Qt::transparent);
-    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-    PainterContext context(painter, inImage);
+    PainterContext context(painter, area.translated(-corner));
+    context.clear(Qt::transparent);
     context.pushTransform(Vecta::Transform::translation({float(-corner.x()), float(-corner.y())}));
     paint(context);
     context.pop();

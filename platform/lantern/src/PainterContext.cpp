@@ -1,11 +1,13 @@
 #include <Lantern/PainterContext.hpp>
 
-#include "BlockSampler.hpp"
 #include "BoxInterior.hpp"
+#include "CopiedPixels.hpp"
 #include "ExactShapes.hpp"
 #include "GlKeptTexture.hpp"
 #include "GlSurfaces.hpp"
+#include "LayerSurfaces.hpp"
 #include "PainterState.hpp"
+#include "SampledPixels.hpp"
 #include "ToQt.hpp"
 
 #include <Lantern/KeptPicture.hpp>
@@ -29,6 +31,43 @@ qreal clampedOpacity(float opacity)
 {
     return opacity > 0.f ? std::min(qreal(opacity), 1.0) : 0.0;
 }
+
+unsigned shareOf(qreal opacity)
+{
+    return unsigned(qRound(opacity * 255.0));
+}
+
+/// The painter's sampler rounds from where a line enters the clip, so that a part of a picture would differ from the whole.
+void drawSampled(PainterContext::Private& context, const QImage& image, const QRectF& target, const QRectF& source)
+{
+    const auto parts = context.visibleParts(context.world.mapRect(target).adjusted(-1, -1, 1, 1));
+    if (parts.isEmpty())
+        return;
+    const QRect device = context.deviceRect();
+    SampledPixels pixels(device, context.image ? context.clipRect() : device, image, context.world, target, source,
+                         shareOf(context.opacity));
+    if (!pixels.canDraw()) {
+        context.readyPainter().drawImage(target, image, source);
+        return;
+    }
+    if (context.image) {
+        context.composition.add(std::move(pixels));
+        return;
+    }
+    // The clip is an outline, or the painter's coordinates are not the pixels.
+    QRect bounds;
+    for (const QRectF& part : parts)
+        bounds |= part.toAlignedRect();
+    bounds &= device;
+    if (bounds.isEmpty())
+        return;
+    LayerSurface& surface = LayerSurfaces::instance().acquire(context.deviceSize, bounds);
+    Composition composition;
+    composition.add(std::move(pixels));
+    composition.drawInto(surface.image, {bounds});
+    context.devicePainter(1.0).drawImage(bounds.topLeft(), surface.image, bounds);
+    LayerSurfaces::instance().release();
+}
 }
 
 PainterContext::PainterContext(QPainter& painter, const QRegion& damage) : d(std::make_unique<Private>(painter, damage)) {}
@@ -38,7 +77,12 @@ PainterContext::~PainterContext()
     assert(d->saved.empty() && "every push is undone by one pop");
     while (!d->saved.empty())
         pop();
-    d->ground.restore();
+    d->end();
+}
+
+void PainterContext::clear(const QColor& color)
+{
+    d->clear(color);
 }
 
 void PainterContext::pushTransform(const Vecta::Transform& transform)
@@ -75,9 +119,10 @@ void PainterContext::drawRect(const Vecta::Rect& rect, float cornerRadius, const
 {
     if (rect.isEmpty() || !isFinite(rect))
         return;
-    if (fillBoxInterior(*d, rect, cornerRadius, style))
+    const bool isPlain = !hasVisibleStroke(style) && !(cornerRadius > 0.f);
+    if (!(isPlain && d->image) && fillBoxInterior(*d, rect, cornerRadius, style))
         return;
-    if (!hasVisibleStroke(style) && !(cornerRadius > 0.f)) {
+    if (isPlain) {
         if (style.hasFill)
             fillExactRect(*d, toQt(rect), toQt(style.fill));
         return;
@@ -145,7 +190,7 @@ void PainterContext::drawImage(const QImage& image, const Vecta::Rect& target, c
     if (isPlain || !d->isRaster)
         d->readyPainter().drawImage(toQt(target), image, part);
     else
-        BlockSampler::instance().draw(*d, image, toQt(target), part);
+        drawSampled(*d, image, toQt(target), part);
     if (cornerRadius > 0.f)
         pop();
 }
@@ -187,6 +232,11 @@ void PainterContext::drawKept(KeptPicture& picture, Vecta::Vector2f place, float
         passing = QImage(bounds.size(), QImage::Format_ARGB32_Premultiplied);
         KeptPicture::paintInto(passing, picture.bounds().topLeft(), area, paint);
         pixels = &passing;
+    }
+    if (d->image) {
+        d->composition.add(CopiedPixels(d->clipRect(), *pixels, pixels == &passing ? nullptr : picture.rows(), bounds.topLeft(),
+                                        shareOf(d->opacity * clampedOpacity(opacity))));
+        return;
     }
     QPainter& painter = d->devicePainter(d->opacity * clampedOpacity(opacity));
     for (const QRectF& part : parts) {

@@ -1,5 +1,6 @@
 #include "PainterState.hpp"
 
+#include "CopiedPixels.hpp"
 #include "GlSurfaces.hpp"
 #include "LayerSurfaces.hpp"
 #include "ToQt.hpp"
@@ -16,29 +17,82 @@ namespace
 {
 /// The edges of what is turned or scaled may colour a neighbouring pixel a little.
 constexpr qreal kSmoothEdgePx = 0.5;
+
+/// The picture that a painter draws on, pixel for pixel and without a clip; null for any other painter.
+QImage* imageOf(const QPainter& painter)
+{
+    QPaintDevice* const device = painter.device();
+    if (device->devType() != QInternal::Image || !painter.transform().isIdentity() || !painter.deviceTransform().isIdentity()
+        || painter.hasClipping() || painter.compositionMode() != QPainter::CompositionMode_SourceOver)
+        return nullptr;
+    auto* const image = static_cast<QImage*>(device);
+    const QImage::Format format = image->format();
+    return format == QImage::Format_RGB32 || format == QImage::Format_ARGB32_Premultiplied ? image : nullptr;
+}
 }
 
-PainterContext::Private::Private(QPainter& painterBelow, const QRegion& area) : ground(painterBelow), painter(&painterBelow)
+PainterContext::Private::Private(QPainter& painterBelow, const QRegion& damaged)
+    : ground(painterBelow), groundDamage(damaged), painter(&painterBelow)
 {
     world = ground.deviceTransform();
     const QTransform toDevice = ground.transform().inverted() * world;
     fromDevice = toDevice.inverted();
     opacity = ground.opacity();
-    clipBounds = world.mapRect(QRectF(area.boundingRect()));
-    for (const QRect& rect : area)
+    clipBounds = world.mapRect(QRectF(damaged.boundingRect()));
+    for (const QRect& rect : damaged)
         damage.append(world.mapRect(QRectF(rect)));
     deviceSize = QSize(ground.device()->width(), ground.device()->height()) * ground.device()->devicePixelRatio();
     isRaster = ground.paintEngine()->type() == QPaintEngine::Raster;
     if (auto* surface = dynamic_cast<GlSurface*>(ground.device()))
         glSurfaces = &surface->surfaces();
     saved.reserve(64);
+    image = imageOf(ground);
+    if (image)
+        damageRects.assign(damaged.begin(), damaged.end());
+    else
+        damageRects = {deviceRect()};
+}
+
+void PainterContext::Private::prepareGround()
+{
+    if (isGroundReady)
+        return;
+    isGroundReady = true;
     ground.save();
     ground.setRenderHints(kHints);
-    ground.setClipRegion(area, ground.hasClipping() ? Qt::IntersectClip : Qt::ReplaceClip);
+    ground.setClipRegion(groundDamage, ground.hasClipping() ? Qt::IntersectClip : Qt::ReplaceClip);
+}
+
+void PainterContext::Private::end()
+{
+    flush();
+    if (isGroundReady)
+        ground.restore();
+}
+
+void PainterContext::Private::clear(const QColor& color)
+{
+    if (image) {
+        composition.add(FilledPixels(clipRect(), pixelOf(color)));
+        return;
+    }
+    assert(!isGroundReady && "something was drawn already");
+    ground.setCompositionMode(QPainter::CompositionMode_Source);
+    for (const QRect& rect : groundDamage)
+        ground.fillRect(rect, color);
+    ground.setCompositionMode(QPainter::CompositionMode_SourceOver);
+}
+
+void PainterContext::Private::flush()
+{
+    if (!composition.isEmpty())
+        composition.drawInto(*image, damageRects);
 }
 
 QPainter& PainterContext::Private::readyPainter()
 {
+    flush();
+    prepareGround();
     if (isPainterStale) {
         painter->setTransform(!openLayers.empty() ? world : world * fromDevice);
         painter->setOpacity(opacity);
@@ -49,6 +103,8 @@ QPainter& PainterContext::Private::readyPainter()
 
 QPainter& PainterContext::Private::devicePainter(qreal deviceOpacity)
 {
+    flush();
+    prepareGround();
     painter->setTransform(!openLayers.empty() ? QTransform() : fromDevice);
     painter->setOpacity(deviceOpacity);
     isPainterStale = true;
@@ -84,7 +140,7 @@ bool PainterContext::Private::isVisible(const QRectF& bounds) const
 
 void PainterContext::Private::save(Kind kind, qreal layerOpacity)
 {
-    saved.push_back({kind, world, clipBounds, opacity, layerOpacity});
+    saved.push_back({kind, world, clipBounds, opacity, layerOpacity, image});
 }
 
 void PainterContext::Private::pushTransform(const QTransform& transform)
@@ -104,6 +160,7 @@ void PainterContext::Private::pushOpacity(qreal factor)
 void PainterContext::Private::pushEmptyClip()
 {
     save(Kind::Clip);
+    prepareGround();
     painter->save();
     painter->setClipRect(QRectF(), Qt::IntersectClip);
     clipBounds = {};
@@ -116,6 +173,10 @@ void PainterContext::Private::pushClip(const Vecta::Rect& rect, float cornerRadi
         return;
     }
     const bool isUpright = !(cornerRadius > 0.f) && world.type() <= QTransform::TxScale;
+    if (isUpright && isRaster && fromDevice.isIdentity()) {
+        pushUprightClip(world.mapRect(toQt(rect)));
+        return;
+    }
     if (isUpright || (!isRaster && !glSurfaces)) {
         save(Kind::Clip);
         QPainter& below = readyPainter();
@@ -145,6 +206,25 @@ void PainterContext::Private::pushClip(const Vecta::Rect& rect, float cornerRadi
     }
     painter->setTransform(world);
     painter->setClipPath(roundedRect(rect, radius), Qt::ReplaceClip);
+    image = nullptr;
+}
+
+void PainterContext::Private::pushUprightClip(const QRectF& rect)
+{
+    // Rounded here, so that the clip is known to the pixel.
+    const QRect pixels = rect.intersected(QRectF(deviceRect().adjusted(-1, -1, 1, 1))).toRect();
+    const QRectF clip = clipBounds.intersected(QRectF(pixels));
+    if (pixels.isEmpty() || clip.isEmpty()) {
+        pushEmptyClip();
+        return;
+    }
+    save(Kind::Clip);
+    prepareGround();
+    painter->save();
+    painter->setTransform(QTransform());
+    painter->setClipRect(pixels, Qt::IntersectClip);
+    clipBounds = clip;
+    isPainterStale = true;
 }
 
 void PainterContext::Private::pushLayer(const Vecta::Rect& bounds, qreal factor)
@@ -162,17 +242,19 @@ void PainterContext::Private::pushLayer(const Vecta::Rect& bounds, qreal factor)
 QRect PainterContext::Private::pixelsOf(const Vecta::Rect& rect) const
 {
     const QRectF seen = isFinite(rect) ? toDevice(rect).intersected(clipBounds) : QRectF();
-    return seen.isEmpty() ? QRect() : seen.toAlignedRect().intersected(QRect(QPoint(), deviceSize));
+    return seen.isEmpty() ? QRect() : seen.toAlignedRect().intersected(deviceRect());
 }
 
 void PainterContext::Private::openLayer(const QRect& pixels)
 {
+    flush();
     if (glSurfaces) {
         openLayers.push_back({nullptr, &glSurfaces->acquire(deviceSize, pixels), {}});
         painter = &openLayers.back().texture->painter;
     } else {
         openLayers.push_back({&LayerSurfaces::instance().acquire(deviceSize, pixels), nullptr, {}});
         painter = &openLayers.back().image->painter;
+        image = &openLayers.back().image->image;
     }
     clipBounds = QRectF(pixels);
     isPainterStale = true;
@@ -180,6 +262,8 @@ void PainterContext::Private::openLayer(const QRect& pixels)
 
 void PainterContext::Private::drawLayerBelow(const Saved& state)
 {
+    flush();
+    image = state.image;
     const OpenLayer layer = openLayers.back();
     openLayers.pop_back();
     const QRect area = clipBounds.toAlignedRect();
@@ -231,6 +315,7 @@ void PainterContext::Private::pop()
     world = state.world;
     clipBounds = state.clipBounds;
     opacity = state.opacity;
+    image = state.image;
     isPainterStale = true;
 }
 }

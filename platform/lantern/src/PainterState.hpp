@@ -1,10 +1,13 @@
 #pragma once
 
+#include "Composition.hpp"
+
 #include <Lantern/PainterContext.hpp>
 
 #include <QPainter>
 #include <QPainterPath>
 #include <QRectF>
+#include <QRegion>
 #include <QSize>
 #include <QTransform>
 #include <QVarLengthArray>
@@ -12,7 +15,7 @@
 #include <memory>
 #include <vector>
 
-class QRegion;
+class QImage;
 
 namespace Lantern
 {
@@ -33,12 +36,19 @@ struct PainterContext::Private
     QPainter& readyPainter();
     /// As above, but drawing in device pixels, so faint.
     QPainter& devicePainter(qreal opacity);
+    /// The area inside which something may be drawn, with `image`: whole device pixels.
+    [[nodiscard]] QRect clipRect() const { return clipBounds.toAlignedRect(); }
+    [[nodiscard]] QRect deviceRect() const { return QRect(QPoint(), deviceSize); }
+    /// What waits in `composition` is drawn.
+    void flush();
     [[nodiscard]] QRectF toDevice(const Vecta::Rect& rect) const;
     /// The parts of the damage in which something in `bounds` (device pixels) can show.
     using Parts = QVarLengthArray<QRectF, 16>;
     [[nodiscard]] Parts visibleParts(const QRectF& bounds) const;
     [[nodiscard]] bool isVisible(const QRectF& bounds) const;
 
+    /// Before anything else is drawn.
+    void clear(const QColor& color);
     void pushTransform(const QTransform& transform);
     void pushOpacity(qreal factor);
     /// With an empty `rect` nothing shows until `pop`.
@@ -55,15 +65,23 @@ struct PainterContext::Private
         QRectF clipBounds;
         qreal opacity;
         qreal layerOpacity;
+        QImage* image;
     };
 
     QPainter& ground;
+    QRegion groundDamage;  ///< in the ground's coordinates
     QTransform fromDevice; ///< to the coordinates that the ground's painter was given with, without its transform
-    QPainter* painter;     ///< the innermost layer's
-    QTransform world;      ///< to device pixels of `painter`
-    QRectF clipBounds;     ///< around what can show, of `painter`
+    QPainter* painter;        ///< the innermost layer's
+    QTransform world;         ///< to device pixels of `painter`
+    QRectF clipBounds;        ///< around what can show, of `painter`
     Parts damage;
+    /// The pixels of `painter` where they can be written without it, because its clip is a rectangle; else null. Drawings that
+    /// need no painter wait in `composition` until it is used.
+    QImage* image = nullptr;
+    Composition composition;
+    std::vector<QRect> damageRects; ///< the same as `damage` where the ground has an image, else everything
     qreal opacity = 1.0;
+    bool isGroundReady = false;  ///< the ground's painter has the clip and the hints
     bool isPainterStale = false; ///< the painter has another transform or opacity
     std::vector<Saved> saved;
     /// A layer that is painted: in memory, or on the graphics card.
@@ -79,9 +97,16 @@ struct PainterContext::Private
     QSize deviceSize;                  ///< of the ground
     std::vector<OpenLayer> openLayers; ///< from the outermost to the innermost
 
+    /// Draws what waits, and leaves the ground's painter as it was found.
+    void end();
+
 private:
+    /// Before the first use of a painter: with kept pictures alone there is none.
+    void prepareGround();
     void save(Kind kind, qreal layerOpacity = 1.0);
     void pushEmptyClip();
+    /// `rect`: device pixels.
+    void pushUprightClip(const QRectF& rect);
     /// What can show of `rect`, as whole device pixels.
     [[nodiscard]] QRect pixelsOf(const Vecta::Rect& rect) const;
     void openLayer(const QRect& pixels);

@@ -20,6 +20,11 @@ QColor toQt(const Bedrock::Color& premultiplied)
                             std::min(qreal(alpha), 1.0));
 }
 
+QRgb pixelOf(const QColor& color)
+{
+    return color.rgba64().premultiplied().toArgb32();
+}
+
 bool hasVisibleStroke(const Style& style)
 {
     return style.hasStroke && style.strokeWidth > 0.f && std::isfinite(style.strokeWidth) && style.stroke.alpha > 0.f;

@@ -26,6 +26,8 @@ namespace Lantern
 }
 /// Straight, not premultiplied.
 [[nodiscard]] QColor toQt(const Bedrock::Color& premultiplied);
+/// Premultiplied, rounded as a painter rounds it.
+[[nodiscard]] QRgb pixelOf(const QColor& color);
 [[nodiscard]] bool hasVisibleStroke(const Style& style);
 [[nodiscard]] QPen penOf(const Style& style);
 [[nodiscard]] QBrush brushOf(const Style& style);

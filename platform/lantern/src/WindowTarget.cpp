@@ -77,9 +77,8 @@ void WindowTarget::paint(const QRegion& damage, const std::function<void(RenderC
     if (area.isEmpty() || !d->window->isExposed())
         return;
     d->surface->paint(area, [&](QPainter& painter, const QRegion& painted) {
-        for (const QRect& rect : painted)
-            painter.fillRect(rect, Qt::black);
         PainterContext context(painter, painted);
+        context.clear(Qt::black);
         draw(context);
     });
 }

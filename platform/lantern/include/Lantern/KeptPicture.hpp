@@ -15,6 +15,7 @@ namespace Lantern
 class KeptTexture;
 class KeptTextureMaker;
 class PictureStore;
+class PixelRows;
 class RenderContext;
 
 /// What a group of drawings looks like on a transparent ground, kept from frame to frame in a PictureStore. All areas are
@@ -44,6 +45,8 @@ public:
     [[nodiscard]] const QImage* pixels(const Paint& paint);
     /// As above, on the graphics card of `maker`; pixels that are elsewhere are given up.
     [[nodiscard]] KeptTexture* texture(KeptTextureMaker& maker, const Paint& paint);
+    /// Where those pixels are opaque, for the library's own files. Null where there are none.
+    [[nodiscard]] const std::shared_ptr<PixelRows>& rows() const noexcept { return m_rows; }
     /// Paints the part `area` of a group into an image whose top left corner is at `corner`.
     static void paintInto(QImage& image, QPoint corner, const QRegion& area, const Paint& paint);
 
@@ -60,6 +63,7 @@ private:
     QRect m_bounds;
     QImage m_image;                         ///< the pixels, or else…
     std::unique_ptr<KeptTexture> m_texture; ///< …these
+    std::shared_ptr<PixelRows> m_rows;      ///< of the image
     QRegion m_damage;
     long m_lastDraw = 0;
 };

@@ -4,6 +4,7 @@
 
 #include <memory>
 
+class QColor;
 class QPainter;
 class QRegion;
 
@@ -20,6 +21,8 @@ public:
     PainterContext(const PainterContext&) = delete;
     PainterContext& operator=(const PainterContext&) = delete;
 
+    /// Replaces everything inside the damage by `color`, which may be transparent. To be called first.
+    void clear(const QColor& color);
     void pushTransform(const Vecta::Transform& transform) override;
     void pushOpacity(float opacity) override;
     void pushLayer(const Vecta::Rect& bounds, float opacity) override;

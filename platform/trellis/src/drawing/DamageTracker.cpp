@@ -210,6 +210,16 @@ void DamageTracker::addArea(const Vecta::Rect& wanted)
             return;
     m_areas.erase(std::remove_if(m_areas.begin(), m_areas.end(), [&](const Vecta::Rect& known) { return covers(area, known); }),
                   m_areas.end());
+    // Something moved a little: one rectangle around both places is smaller than the two.
+    const auto overlapping = std::find_if(m_areas.begin(), m_areas.end(), [&](const Vecta::Rect& known) {
+        return areaOf(known.united(area)) <= areaOf(known) + areaOf(area);
+    });
+    if (overlapping != m_areas.end()) {
+        const Vecta::Rect both = overlapping->united(area);
+        m_areas.erase(overlapping);
+        addArea(both);
+        return;
+    }
     m_areas.push_back(area);
     if (m_areas.size() <= kMostAreas)
         return;

@@ -47,7 +47,7 @@ QImage picture(const QImage& image, const Shown& shown, const QRegion& damage)
 }
 }
 
-TEST_CASE("block sampler: each part of a scaled or turned picture shows the pixels of the whole picture")
+TEST_CASE("sampled pixels: each part of a scaled or turned picture shows the pixels of the whole picture")
 {
     const QImage image = stripes({150, 110});
     std::mt19937 random(5);
@@ -77,7 +77,7 @@ TEST_CASE("block sampler: each part of a scaled or turned picture shows the pixe
     }
 }
 
-TEST_CASE("block sampler: a large picture shows no seams between its blocks")
+TEST_CASE("sampled pixels: a large picture has no steps")
 {
     // A ramp: a seam would be a step that is larger than the others.
     QImage ramp(512, 16, QImage::Format_RGB32);
@@ -92,7 +92,7 @@ TEST_CASE("block sampler: a large picture shows no seams between its blocks")
         CHECK(std::abs(qRed(image.pixel(x + 1, 150)) - qRed(image.pixel(x, 150))) <= 2);
 }
 
-TEST_CASE("block sampler: a picture shown one pixel for one pixel keeps its pixels")
+TEST_CASE("sampled pixels: a picture shown one pixel for one pixel keeps its pixels")
 {
     const QImage image = stripes({60, 40});
     Shown shown;

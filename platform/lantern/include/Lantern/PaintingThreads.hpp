@@ -1,0 +1,38 @@
+#pragma once
+
+#include <Bedrock/Export.hpp>
+
+#include <functional>
+#include <memory>
+
+namespace Lantern
+{
+/// The threads among which large areas are shared when pictures are put together in memory. What a thread computes does not
+/// depend on their number. At most one object at a time; without one, the main thread draws alone.
+class TAVOLA_EXPORT PaintingThreads
+{
+public:
+    static constexpr int kMost = 16;
+
+    /// `count` (1..kMost, others are brought into that range) includes the main thread. Main thread only, as the destructor,
+    /// which ends the threads.
+    explicit PaintingThreads(int count);
+    ~PaintingThreads();
+    PaintingThreads(const PaintingThreads&) = delete;
+    PaintingThreads& operator=(const PaintingThreads&) = delete;
+
+    /// Null while there is none.
+    [[nodiscard]] static PaintingThreads* current() noexcept;
+    /// One for each core, at most four.
+    [[nodiscard]] static int usualCount();
+    [[nodiscard]] int count() const noexcept;
+
+    /// Calls `part` with 0 .. parts-1, each once, on any of the threads in any order, and returns when all have returned.
+    /// `part` must neither throw nor call `run`. Main thread only.
+    void run(int parts, const std::function<void(int)>& part);
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+}

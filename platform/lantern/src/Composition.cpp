@@ -1,0 +1,132 @@
+#include "Composition.hpp"
+
+#include <Lantern/PaintingThreads.hpp>
+
+#include <QImage>
+#include <QVarLengthArray>
+
+#include <algorithm>
+
+namespace Lantern
+{
+namespace
+{
+/// A row that is cut into more pieces is drawn with something hidden in it.
+constexpr int kMostPieces = 12;
+/// Narrower things hide too little.
+constexpr int kLeastHiddenPx = 24;
+constexpr int kStripRows = 32;
+constexpr int kLeastStripRows = 4;
+/// Below that, threads take longer to begin than to draw.
+constexpr qint64 kLeastSharedPx = 100'000;
+constexpr int kStripsPerThread = 4;
+
+using Sources = std::vector<std::unique_ptr<PixelSource>>;
+
+struct Target
+{
+    uchar* bits;
+    qsizetype bytesPerLine;
+};
+
+/// Columns of one row, half-open.
+struct Piece
+{
+    int begin, end;
+};
+using Pieces = QVarLengthArray<Piece, kMostPieces + 2>;
+
+struct Run
+{
+    const PixelSource* source;
+    int begin, end;
+    PixelSpan span;
+};
+
+/// Cuts the columns of `hidden` out of `pieces`.
+void cut(Pieces& pieces, const Piece& hidden)
+{
+    Pieces rest;
+    for (const Piece& piece : pieces) {
+        if (const int end = std::min(piece.end, hidden.begin); piece.begin < end)
+            rest.append({piece.begin, end});
+        if (const int begin = std::max(piece.begin, hidden.end); begin < piece.end)
+            rest.append({begin, piece.end});
+    }
+    pieces = rest;
+}
+
+/// One rectangle, row by row: from the top to the bottom what shows of each source, then drawn from the bottom to the top.
+void drawStrip(const Target& target, const QRect& strip, const Sources& sources)
+{
+    QVarLengthArray<const PixelSource*, 128> candidates;
+    for (auto source = sources.rbegin(); source != sources.rend(); ++source)
+        if ((*source)->area().intersects(strip))
+            candidates.append(source->get());
+    QVarLengthArray<Run, 128> runs;
+    for (int y = strip.top(); y <= strip.bottom(); ++y) {
+        Pieces open;
+        open.append({strip.left(), strip.right() + 1});
+        runs.clear();
+        for (const PixelSource* source : candidates) {
+            const QRect& area = source->area();
+            if (y < area.top() || y > area.bottom())
+                continue;
+            PixelSpan span = source->span(y);
+            const int left = std::max(span.begin, area.left()), right = std::min(span.end, area.right() + 1);
+            for (const Piece& piece : open)
+                if (const int begin = std::max(piece.begin, left), end = std::min(piece.end, right); begin < end)
+                    runs.append({source, begin, end, span});
+            const Piece full{std::max(span.fullBegin, left), std::min(span.fullEnd, right)};
+            if (source->isSolid() && full.end - full.begin >= kLeastHiddenPx && open.size() < kMostPieces)
+                cut(open, full);
+            if (open.isEmpty())
+                break;
+        }
+        auto* const row = reinterpret_cast<QRgb*>(target.bits + y * target.bytesPerLine);
+        for (int i = runs.size() - 1; i >= 0; --i)
+            runs[i].source->draw(row, y, runs[i].begin, runs[i].end, runs[i].span);
+    }
+}
+
+/// Horizontal strips, as many as the threads need to share them evenly.
+std::vector<QRect> stripsOf(const std::vector<QRect>& areas, int threads)
+{
+    int rows = 0;
+    for (const QRect& area : areas)
+        rows += area.height();
+    const int height = threads > 1 ? std::clamp(rows / (threads * kStripsPerThread), kLeastStripRows, kStripRows) : kStripRows;
+    std::vector<QRect> strips;
+    for (const QRect& area : areas)
+        for (int y = area.top(); y <= area.bottom(); y += height)
+            strips.push_back(QRect(area.left(), y, area.width(), std::min(height, area.bottom() + 1 - y)));
+    return strips;
+}
+}
+
+void Composition::drawInto(QImage& target, const std::vector<QRect>& areas)
+{
+    if (m_sources.empty())
+        return;
+    const Target pixels{target.bits(), target.bytesPerLine()};
+    qint64 size = 0;
+    QRect drawn;
+    for (const auto& source : m_sources)
+        drawn |= source->area();
+    std::vector<QRect> parts;
+    for (const QRect& area : areas)
+        if (const QRect part = area & drawn & target.rect(); !part.isEmpty()) {
+            parts.push_back(part);
+            size += qint64(part.width()) * part.height();
+        }
+    PaintingThreads* const threads = size >= kLeastSharedPx ? PaintingThreads::current() : nullptr;
+    const std::vector<QRect> strips = stripsOf(parts, threads ? threads->count() : 1);
+    const auto drawPart = [&](int i) { drawStrip(pixels, strips[std::size_t(i)], m_sources); };
+    if (threads)
+        threads->run(int(strips.size()), drawPart);
+    else
+        for (int i = 0; i < int(strips.size()); ++i)
+            drawPart(i);
+    m_sources.clear();
+}
+}
