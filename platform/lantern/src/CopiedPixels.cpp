@@ -24,7 +24,8 @@ void FilledPixels::draw(QRgb* row, int, int begin, int end, const PixelSpan&) co
     std::fill(row + begin, row + end, m_pixel);
 }
 
-CopiedPixels::CopiedPixels(const QRect& area, const QImage& image, std::shared_ptr<const PixelRows> rows, QPoint corner, unsigned opacity)
+CopiedPixels::CopiedPixels(const QRect& area, const QImage& image, std::shared_ptr<const PixelRows> rows, QPoint corner,
+                           unsigned opacity)
     : PixelSource(area.intersected(QRect(corner, image.size()))), m_image(image), m_rows(std::move(rows)), m_corner(corner),
       m_opacity(opacity)
 {

@@ -4,6 +4,7 @@
 #include <QPainter>
 #include <QRect>
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -15,9 +16,10 @@ struct LayerSurface
 {
     QImage image;
     QPainter painter;
+    int framesUnused = 0;
 };
 
-/// The surfaces of layers inside layers, kept from frame to frame. Main thread only.
+/// The surfaces of layers inside layers, kept from frame to frame while they are used. Main thread only.
 class LayerSurfaces
 {
 public:
@@ -28,8 +30,15 @@ public:
     /// The one that was acquired last.
     void release();
 
+    /// Frees what was not acquired in the last kFramesKept frames. To be called once a frame, while nothing is acquired.
+    void endFrame();
+    [[nodiscard]] std::size_t bytes() const noexcept { return m_bytes; }
+
+    static constexpr int kFramesKept = 60;
+
 private:
     std::vector<std::unique_ptr<LayerSurface>> m_surfaces;
     std::size_t m_inUse = 0;
+    std::size_t m_bytes = 0;
 };
 }

@@ -1,5 +1,7 @@
 #include <Lantern/PictureStore.hpp>
 
+#include "LayerSurfaces.hpp"
+
 #include <Lantern/KeptPicture.hpp>
 
 #include <algorithm>
@@ -9,20 +11,38 @@ namespace Lantern
 void PictureStore::setBudgetBytes(std::size_t bytes)
 {
     m_budgetBytes = bytes;
-    freeUntil(bytes);
+    freeUntil(bytesForPictures());
+}
+
+std::size_t PictureStore::usedBytes() const
+{
+    return m_pictureBytes + LayerSurfaces::instance().bytes();
+}
+
+void PictureStore::endFrame()
+{
+    LayerSurfaces::instance().endFrame();
+    freeUntil(bytesForPictures());
+}
+
+std::size_t PictureStore::bytesForPictures() const
+{
+    const std::size_t surfaces = LayerSurfaces::instance().bytes();
+    return m_budgetBytes - std::min(m_budgetBytes, surfaces);
 }
 
 bool PictureStore::makeRoom(std::size_t bytes)
 {
-    if (bytes > m_budgetBytes)
+    const std::size_t most = bytesForPictures();
+    if (bytes > most)
         return false;
-    freeUntil(m_budgetBytes - bytes);
+    freeUntil(most - bytes);
     return true;
 }
 
 void PictureStore::freeUntil(std::size_t bytes)
 {
-    while (m_usedBytes > bytes) {
+    while (m_pictureBytes > bytes) {
         KeptPicture& oldest =
             **std::min_element(m_pictures.begin(), m_pictures.end(),
                                [](const KeptPicture* a, const KeptPicture* b) { return a->m_lastDraw < b->m_lastDraw; });
@@ -33,12 +53,12 @@ void PictureStore::freeUntil(std::size_t bytes)
 void PictureStore::add(KeptPicture& picture, std::size_t bytes)
 {
     m_pictures.push_back(&picture);
-    m_usedBytes += bytes;
+    m_pictureBytes += bytes;
 }
 
 void PictureStore::remove(KeptPicture& picture, std::size_t bytes)
 {
     m_pictures.erase(std::find(m_pictures.begin(), m_pictures.end(), &picture));
-    m_usedBytes -= bytes;
+    m_pictureBytes -= bytes;
 }
 }

@@ -38,8 +38,8 @@ void PixelRows::update(const QImage& image, const QRegion& area)
             const auto* const pixels = reinterpret_cast<const QRgb*>(image.constScanLine(y));
             const int end = rect.right() + 1;
             // A change inside of what is opaque mostly leaves it so.
-            const bool isSame = span.fullBegin <= rect.left() && end <= span.fullEnd
-                && opaqueUntil(pixels, rect.left(), end) == end;
+            const bool isSame =
+                span.fullBegin <= rect.left() && end <= span.fullEnd && opaqueUntil(pixels, rect.left(), end) == end;
             if (!isSame)
                 span = spanOf(pixels, image.width());
         }

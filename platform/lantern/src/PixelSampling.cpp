@@ -31,8 +31,8 @@ struct Places
 
 LANTERN_AVX2 inline Places placesIn(__m256i wanted, int first, int last)
 {
-    const __m256i place = _mm256_min_epi32(_mm256_max_epi32(wanted, _mm256_set1_epi32(first << kPlaceBits)),
-                                           _mm256_set1_epi32(last << kPlaceBits));
+    const __m256i place =
+        _mm256_min_epi32(_mm256_max_epi32(wanted, _mm256_set1_epi32(first << kPlaceBits)), _mm256_set1_epi32(last << kPlaceBits));
     const __m256i pixel = _mm256_min_epi32(_mm256_srai_epi32(place, kPlaceBits), _mm256_set1_epi32(last - 1));
     const __m256i share = _mm256_srli_epi32(_mm256_sub_epi32(place, _mm256_slli_epi32(pixel, kPlaceBits)), 8);
     return {pixel, _mm256_or_si256(share, _mm256_slli_epi32(share, 16))};
@@ -45,8 +45,7 @@ struct Pairs
 };
 
 /// `index`: of the upper left pixel of each of the four. `order` picks their shares out of eight, each twice.
-LANTERN_AVX2 inline Pairs mixedPairs(const SourcePixels& source, __m128i index, __m256i shareX, __m256i shareY,
-                                     __m256i order)
+LANTERN_AVX2 inline Pairs mixedPairs(const SourcePixels& source, __m128i index, __m256i shareX, __m256i shareY, __m256i order)
 {
     const __m256i mask = _mm256_set1_epi32(0xff00ff);
     const __m256i whole = _mm256_set1_epi16(256);
@@ -85,8 +84,7 @@ LANTERN_AVX2 void sampleRowWidely(QRgb* row, int count, const SourcePixels& sour
     for (int i = 0; i < count; i += kSampledAtOnce) {
         const Places x = placesIn(nextX, source.left, source.right);
         const Places y = placesIn(nextY, source.top, source.bottom);
-        const __m256i index =
-            _mm256_permutevar8x32_epi32(_mm256_add_epi32(_mm256_mullo_epi32(y.pixel, stride), x.pixel), order);
+        const __m256i index = _mm256_permutevar8x32_epi32(_mm256_add_epi32(_mm256_mullo_epi32(y.pixel, stride), x.pixel), order);
         const Pairs first = mixedPairs(source, _mm256_castsi256_si128(index), x.share, y.share, firstFour);
         const Pairs last = mixedPairs(source, _mm256_extracti128_si256(index, 1), x.share, y.share, lastFour);
         const __m256i even = _mm256_srli_epi16(_mm256_hadd_epi32(first.even, last.even), 8);

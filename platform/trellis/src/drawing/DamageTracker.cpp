@@ -102,6 +102,7 @@ void DamageTracker::forget(Widget& widget, WidgetLayer* layer)
 
 void DamageTracker::keepPictures()
 {
+    m_layers.store().endFrame();
     m_layers.settle([this](const Vecta::Rect& area) { addArea(area); });
 }
 

@@ -1,0 +1,154 @@
+#include "Composition.hpp"
+
+#include "CopiedPixels.hpp"
+#include "FilledBox.hpp"
+#include "PixelRows.hpp"
+#include "SampledPixels.hpp"
+
+#include <Lantern/PaintingThreads.hpp>
+#include <Pictures.hpp>
+
+#include <doctest/doctest.h>
+
+#include <QImage>
+#include <QRegion>
+
+#include <random>
+
+using namespace Lantern;
+
+namespace
+{
+constexpr QSize kSize(460, 320);
+const QRect kWhole(QPoint(), kSize);
+
+QImage turnedPicture(bool hasAlpha, unsigned seed)
+{
+    QImage image(90, 70, hasAlpha ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x) {
+            const unsigned gray = unsigned(x * 2 + y + int(seed)) % 120u;
+            const bool isOpaque = !hasAlpha || std::abs(x - 45) + std::abs(y - 35) < 40;
+            image.setPixel(x, y, isOpaque ? qRgb(int(gray), int(seed % 200), 40) : (x + y) % 2 ? qRgba(0, 0, 0, 0) : qRgba(20, 0, 9, 60));
+        }
+    return image;
+}
+
+/// Adds the same random drawings to each composition that is given the same seed. Returns how many there are.
+int addDrawings(Composition& composition, unsigned seed, int only = -1)
+{
+    std::mt19937 random(seed);
+    const auto number = [&](double low, double high) { return low + (high - low) * double(random() % 10000) / 10000.0; };
+    const int count = 10 + int(random() % 20);
+    for (int i = 0; i < count; ++i) {
+        QTransform toDevice;
+        toDevice.translate(number(-40, kSize.width()), number(-40, kSize.height()));
+        toDevice.rotate(random() % 3 ? number(-180, 180) : 0.0);
+        const QRectF box(0, 0, number(2, 260), number(2, 160));
+        const QRect clip = random() % 3 ? kWhole : QRect(int(number(0, 200)), int(number(0, 200)), 150, 90) & kWhole;
+        const unsigned opacity = random() % 3 ? 255u : random() % 256u;
+        const QRgb pixel = random() % 2 ? 0xff000000u | (random() & 0xffffffu) : 0x40302010u;
+        const unsigned kind = random() % 4;
+        const bool hasAlpha = random() % 2;
+        if (only >= 0 && i != only)
+            continue;
+        if (kind == 0) {
+            composition.add(FilledBox(clip, toDevice, box, pixel));
+        } else if (kind == 1) {
+            composition.add(SampledPixels(kWhole, clip, turnedPicture(hasAlpha, seed), toDevice, box, QRectF(0, 0, 90, 70), opacity));
+        } else if (kind == 2) {
+            const QImage image = turnedPicture(true, seed);
+            const auto rows = std::make_shared<PixelRows>();
+            rows->update(image, image.rect());
+            composition.add(CopiedPixels(clip, image, rows, toDevice.map(QPointF()).toPoint(), opacity));
+        } else {
+            composition.add(FilledPixels(toDevice.map(QPointF()).toPoint().x() % 2 ? clip : QRect(clip.topLeft(), QSize(60, 50)),
+                                         pixel | 0xff000000u));
+        }
+    }
+    return count;
+}
+
+QImage ground()
+{
+    QImage image(kSize, QImage::Format_RGB32);
+    image.fill(0xff203040u);
+    return image;
+}
+}
+
+TEST_CASE("composition: what is drawn together has the pixels of what is drawn one by one")
+{
+    for (unsigned seed = 1; seed <= 60; ++seed) {
+        QImage together = ground(), apart = ground();
+        Composition composition;
+        const int count = addDrawings(composition, seed);
+        composition.drawInto(together, {kWhole});
+        CHECK(composition.isEmpty());
+        for (int i = 0; i < count; ++i) {
+            addDrawings(composition, seed, i);
+            composition.drawInto(apart, {kWhole});
+        }
+        REQUIRE_MESSAGE(together == apart, "seed " << seed << " differs by " << TestSupport::difference(together, apart));
+    }
+}
+
+TEST_CASE("composition: each part has the pixels of the whole, and nothing is drawn outside of it")
+{
+    std::mt19937 random(9);
+    for (unsigned seed = 1; seed <= 60; ++seed) {
+        Composition composition;
+        QImage whole = ground(), part = ground();
+        addDrawings(composition, seed);
+        composition.drawInto(whole, {kWhole});
+        QRegion area;
+        for (int i = 0; i < 3; ++i)
+            area += QRect(int(random() % 400), int(random() % 300), 1 + int(random() % 120), 1 + int(random() % 90)) & kWhole;
+        addDrawings(composition, seed);
+        composition.drawInto(part, std::vector<QRect>(area.begin(), area.end()));
+        QImage expected = ground();
+        for (const QRect& rect : area)
+            for (int y = rect.top(); y <= rect.bottom(); ++y)
+                for (int x = rect.left(); x <= rect.right(); ++x)
+                    expected.setPixel(x, y, whole.pixel(x, y));
+        REQUIRE_MESSAGE(part == expected, "seed " << seed << " differs by " << TestSupport::difference(part, expected));
+    }
+}
+
+TEST_CASE("composition: two and more threads draw the pixels of one")
+{
+    for (int count : {2, 3, 5}) {
+        for (unsigned seed = 1; seed <= 20; ++seed) {
+            Composition composition;
+            QImage alone = ground(), shared = ground();
+            addDrawings(composition, seed);
+            composition.drawInto(alone, {kWhole});
+            const PaintingThreads threads(count);
+            addDrawings(composition, seed);
+            composition.drawInto(shared, {kWhole});
+            REQUIRE_MESSAGE(shared == alone, count << " threads, seed " << seed);
+        }
+    }
+}
+
+TEST_CASE("composition: what is hidden by something above is not drawn")
+{
+    static int rowsDrawn = 0;
+    struct Counted final : PixelSource
+    {
+        explicit Counted(const QRect& area) : PixelSource(area) {}
+        [[nodiscard]] PixelSpan span(int) const override { return {m_area.left(), m_area.right() + 1, 0, 0}; }
+        void draw(QRgb*, int, int, int, const PixelSpan&) const override { ++rowsDrawn; }
+    };
+    Composition composition;
+    QImage image = ground();
+    composition.add(Counted(QRect(10, 10, 100, 20)));
+    composition.add(FilledPixels(QRect(0, 0, 200, 15), 0xff000000u));
+    composition.drawInto(image, {kWhole});
+    CHECK(rowsDrawn == 15);
+    rowsDrawn = 0;
+    composition.add(FilledPixels(QRect(0, 0, 200, 200), 0xff000000u));
+    composition.add(Counted(QRect(10, 10, 100, 20)));
+    composition.drawInto(image, {kWhole});
+    CHECK(rowsDrawn == 20);
+}

@@ -1,0 +1,58 @@
+#include <Lantern/PaintingThreads.hpp>
+
+#include <Patience.hpp>
+
+#include <doctest/doctest.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+using Lantern::PaintingThreads;
+
+TEST_CASE("painting threads: each part is done once, and all are when the call returns")
+{
+    for (const int count : {1, 2, 4}) {
+        PaintingThreads threads(count);
+        CHECK(threads.count() == count);
+        for (int parts = 0; parts < 200; ++parts) {
+            std::vector<std::atomic<int>> done(200);
+            threads.run(parts, [&](int part) { ++done[std::size_t(part)]; });
+            for (int i = 0; i < 200; ++i)
+                REQUIRE(done[std::size_t(i)] == (i < parts ? 1 : 0));
+        }
+    }
+}
+
+TEST_CASE("painting threads: parts are done at the same time")
+{
+    PaintingThreads threads(2);
+    std::mutex mutex;
+    std::condition_variable changed;
+    int begun = 0;
+    bool haveMet[2] = {false, false};
+    threads.run(2, [&](int part) {
+        std::unique_lock lock(mutex);
+        ++begun;
+        changed.notify_all();
+        haveMet[part] = changed.wait_for(lock, TestSupport::kPatience, [&] { return begun == 2; });
+    });
+    CHECK(haveMet[0]);
+    CHECK(haveMet[1]);
+}
+
+TEST_CASE("painting threads: their number is kept in range, and there is one object at a time")
+{
+    CHECK_FALSE(PaintingThreads::current());
+    CHECK(PaintingThreads::usualCount() >= 1);
+    CHECK(PaintingThreads::usualCount() <= 4);
+    {
+        const PaintingThreads threads(0);
+        CHECK(PaintingThreads::current() == &threads);
+        CHECK(threads.count() == 1);
+    }
+    CHECK_FALSE(PaintingThreads::current());
+    CHECK(PaintingThreads(99).count() == PaintingThreads::kMost);
+}
