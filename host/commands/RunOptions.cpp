@@ -3,6 +3,8 @@
 #include "presentation/Presentation.hpp"
 #include "table/PluginSearch.hpp"
 
+#include <Lantern/PaintingThreads.hpp>
+
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -34,13 +36,6 @@ const CommandLine::Help& helpOf(RunOptions::Command command)
     return command == RunOptions::Command::Run ? run : replay;
 }
 
-bool parsePort(const QString& text, std::optional<int>& port)
-{
-    bool isNumber = false;
-    port = text.toInt(&isNumber);
-    return isNumber && *port >= 0 && *port <= 65535;
-}
-
 bool parseSize(const QString& text, std::optional<QSize>& size)
 {
     const auto match = QRegularExpression(QStringLiteral("^([1-9][0-9]{1,4})x([1-9][0-9]{1,4})$")).match(text);
@@ -48,6 +43,16 @@ bool parseSize(const QString& text, std::optional<QSize>& size)
         return false;
     size = QSize(match.captured(1).toInt(), match.captured(2).toInt());
     return std::max(size->width(), size->height()) <= Presentation::kLargestSizePx;
+}
+
+/// Stores a whole number from `least` to `most`.
+auto into(std::optional<int>& number, int least, int most)
+{
+    return [&number, least, most](const QString& value) {
+        bool isNumber = false;
+        number = value.toInt(&isNumber);
+        return isNumber && *number >= least && *number <= most;
+    };
 }
 
 /// Stores a text that is not empty.
@@ -86,8 +91,7 @@ void declare(CommandLine& line, RunOptions& options, bool isReplay)
                     QStringLiteral("the name of a file that does not exist yet"), into(table.treesFile)});
     line.addFlag("--show-input", table.showInput, "draw fingers and cards over the table, with their ids and codes");
     line.addOption({"--inspect", "PORT", "serve the inspector on this loopback port (0 chooses one and prints it)",
-                    QStringLiteral("a port from 0 to 65535"),
-                    [&options](const QString& value) { return parsePort(value, options.inspectPort); }});
+                    QStringLiteral("a port from 0 to 65535"), into(options.inspectPort, 0, 65535)});
     line.addFlag("--manual-clock", options.manualClock, "frames run only when the inspector asks for them");
     line.addFlag("--fullscreen", options.fullScreen, "fill the screen, whatever the presentation's size");
     line.addOption({"--fit", "HOW",
@@ -99,6 +103,12 @@ void declare(CommandLine& line, RunOptions& options, bool isReplay)
                         return table.fit.has_value();
                     }});
     line.addFlag("--opengl", options.openGL, "draw the window by OpenGL where there is one");
+    line.addOption({"--painting-threads", "COUNT", "draw with so many threads (default: one for each core, at most 4)",
+                    QStringLiteral("a whole number from 1 to %1").arg(Lantern::PaintingThreads::kMost),
+                    into(table.paintingThreads, 1, Lantern::PaintingThreads::kMost)});
+    line.addOption({"--picture-megabytes", "COUNT", "memory of what is kept as pictures (default 256; 0 keeps nothing)",
+                    QStringLiteral("a whole number from 0 to %1").arg(Presentation::kMostPictureMegabytes),
+                    into(table.pictureMegabytes, 0, Presentation::kMostPictureMegabytes)});
     line.addOption({"--plugin", "FILE", "load this plug-in instead of the presentation's: a name, or a file with a slash",
                     QStringLiteral("the name of a plug-in, or its file with a slash in it, such as ./my-plug-in.so"),
                     [&table](const QString& value) {

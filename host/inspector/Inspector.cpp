@@ -5,6 +5,7 @@
 #include "TableLog.hpp"
 #include "WidgetReport.hpp"
 
+#include <Lantern/PaintingThreads.hpp>
 #include <Tactile/TuioInput.hpp>
 #include <Trellis/Application.hpp>
 #include <Trellis/Widget.hpp>
@@ -87,7 +88,7 @@ const char* const kIndex = "GET  /tree            the widgets\n"
                            "GET  /input           counts of the table's input\n"
                            "GET  /grabs           the cards on the table and the widgets that hold them\n"
                            "GET  /mail            the outbox of each e-mail service\n"
-                           "GET  /status          time, frames, what is under way\n"
+                           "GET  /status          time, frames, what is under way, memory of kept pictures\n"
                            "POST /frames?count=N&dt=SECONDS   run frames (manual clock only)\n";
 }
 
@@ -214,9 +215,16 @@ QByteArray Inspector::inputReport() const
 QByteArray Inspector::statusReport() const
 {
     const Trellis::Application& application = m_subject.application;
+    const Trellis::Application::KeptPictures pictures = application.keptPictures();
+    const auto* const threads = Lantern::PaintingThreads::current();
     return bytes(QJsonObject{{"time", application.time()},
                              {"frame", qint64(application.frameNumber())},
                              {"pendingImages", application.pendingImages()},
+                             {"keptPictures",
+                              QJsonObject{{"count", qint64(pictures.count)},
+                                          {"bytes", qint64(pictures.bytes)},
+                                          {"budgetBytes", qint64(pictures.budgetBytes)}}},
+                             {"paintingThreads", threads ? threads->count() : 1},
                              {"needsFrame", application.needsFrame()},
                              {"manualClock", m_subject.manualClock}});
 }

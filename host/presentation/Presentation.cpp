@@ -5,6 +5,7 @@
 #include <Bedrock/BoundedFile.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Http/BearerKeys.hpp>
+#include <Lantern/PaintingThreads.hpp>
 #include <Tavola/ComponentReader.hpp>
 #include <Tavola/JsonEntries.hpp>
 #include <Tavola/KeyboardLayout.hpp>
@@ -71,7 +72,7 @@ private:
 
     void readTable(const JsonEntries& table)
     {
-        table.checkKnown({"width", "height", "pixelPitchMm", "keyboardLayout", "fit"});
+        table.checkKnown({"width", "height", "pixelPitchMm", "keyboardLayout", "fit", "pictureMegabytes", "paintingThreads"});
         m_result.sizePx.x = size(table, "width", m_result.sizePx.x);
         m_result.sizePx.y = size(table, "height", m_result.sizePx.y);
         m_result.pixelPitchMm = size(table, "pixelPitchMm", m_result.pixelPitchMm);
@@ -81,6 +82,21 @@ private:
             if (!m_result.fit)
                 table.skip("fit", QStringLiteral("expected one of scale, stretch, relayout"));
         }
+        m_result.pictureMegabytes =
+            int(table.number("pictureMegabytes", m_result.pictureMegabytes, Presentation::kMostPictureMegabytes));
+        readPaintingThreads(table);
+    }
+
+    void readPaintingThreads(const JsonEntries& table)
+    {
+        const QString key = QStringLiteral("paintingThreads");
+        if (!table.object().contains(key))
+            return;
+        const double count = table.value(key).toDouble();
+        if (count >= 1.0 && count <= Lantern::PaintingThreads::kMost && count == std::floor(count))
+            m_result.paintingThreads = int(count);
+        else
+            table.skip(key, QStringLiteral("expected a whole number from 1 to %1").arg(Lantern::PaintingThreads::kMost));
     }
 
     void readCare(const JsonEntries& root)

@@ -35,12 +35,15 @@ struct Presentation
 {
     /// A table's longest side.
     static constexpr int kLargestSizePx = 16384;
+    static constexpr int kMostPictureMegabytes = 65536;
 
     QString folder;
     QString title;
     Vecta::Vector2f sizePx{1920.f, 1080.f};
-    float pixelPitchMm = 0.55f;   ///< of a pixel of the layout, as it is shown
-    std::optional<ScreenFit> fit; ///< to the screen; nothing: Scale in full screen, Relayout in a window
+    float pixelPitchMm = 0.55f;         ///< of a pixel of the layout, as it is shown
+    std::optional<ScreenFit> fit;       ///< to the screen; nothing: Scale in full screen, Relayout in a window
+    int pictureMegabytes = 256;         ///< memory of what is kept as pictures
+    std::optional<int> paintingThreads; ///< not set: one for each core, at most four
     InputSettings input;
     QString keyboardLayout;  ///< of the keyboards on the table; empty: the default one, "none": no keyboards
     QStringList styleSheets; ///< absolute paths

@@ -20,6 +20,7 @@
 #include <Bedrock/Inbox.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Cascara/StyleEngine.hpp>
+#include <Lantern/PaintingThreads.hpp>
 #include <Tactile/TuioInput.hpp>
 #include <Tavola/Component.hpp>
 #include <Tavola/ContentMenuWidget.hpp>
@@ -42,6 +43,7 @@ struct Table::Private
 {
     std::unique_ptr<TreeLog> trees; ///< may be null
     ScreenView view{Vecta::Vector2f()};
+    std::unique_ptr<Lantern::PaintingThreads> paintingThreads;
     std::unique_ptr<Trellis::Application> application; ///< from the first line of open on
     std::unique_ptr<TableInput> input;                 ///< from the first line of open on
     bool takesInput = false;
@@ -154,6 +156,9 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const Table
         d.view = ScreenView(options.fit.value_or(presentation.fit.value_or(ScreenFit::Scale)), size,
                             {float(options.screen->width()), float(options.screen->height())});
     d.application = std::make_unique<Trellis::Application>(d.view.layout());
+    d.application->setPictureBudget(std::size_t(options.pictureMegabytes.value_or(presentation.pictureMegabytes)) << 20);
+    const auto threads = options.paintingThreads ? options.paintingThreads : presentation.paintingThreads;
+    d.paintingThreads = std::make_unique<Lantern::PaintingThreads>(threads.value_or(Lantern::PaintingThreads::usualCount()));
     InputSettings inputSettings = presentation.input;
     if (options.listener)
         inputSettings.listeners = {*options.listener};

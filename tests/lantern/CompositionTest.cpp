@@ -29,7 +29,10 @@ QImage turnedPicture(bool hasAlpha, unsigned seed)
         for (int x = 0; x < image.width(); ++x) {
             const unsigned gray = unsigned(x * 2 + y + int(seed)) % 120u;
             const bool isOpaque = !hasAlpha || std::abs(x - 45) + std::abs(y - 35) < 40;
-            image.setPixel(x, y, isOpaque ? qRgb(int(gray), int(seed % 200), 40) : (x + y) % 2 ? qRgba(0, 0, 0, 0) : qRgba(20, 0, 9, 60));
+            image.setPixel(x, y,
+                           isOpaque          ? qRgb(int(gray), int(seed % 200), 40)
+                               : (x + y) % 2 ? qRgba(0, 0, 0, 0)
+                                             : qRgba(20, 0, 9, 60));
         }
     return image;
 }
@@ -55,7 +58,8 @@ int addDrawings(Composition& composition, unsigned seed, int only = -1)
         if (kind == 0) {
             composition.add(FilledBox(clip, toDevice, box, pixel));
         } else if (kind == 1) {
-            composition.add(SampledPixels(kWhole, clip, turnedPicture(hasAlpha, seed), toDevice, box, QRectF(0, 0, 90, 70), opacity));
+            composition.add(
+                SampledPixels(kWhole, clip, turnedPicture(hasAlpha, seed), toDevice, box, QRectF(0, 0, 90, 70), opacity));
         } else if (kind == 2) {
             const QImage image = turnedPicture(true, seed);
             const auto rows = std::make_shared<PixelRows>();

@@ -47,7 +47,8 @@ TEST_CASE("pixel rows: after random changes the rows are those of the picture re
     PixelRows rows;
     rows.update(image, image.rect());
     for (int i = 0; i < 600; ++i) {
-        const QRect area = QRect(int(random() % 50), int(random() % 20), 1 + int(random() % 30), 1 + int(random() % 8)) & image.rect();
+        const QRect area =
+            QRect(int(random() % 50), int(random() % 20), 1 + int(random() % 30), 1 + int(random() % 8)) & image.rect();
         const QRgb pixel = random() % 3 ? qRgb(9, 9, 9) : random() % 2 ? qRgba(0, 0, 0, 0) : qRgba(3, 3, 3, 90);
         for (int y = area.top(); y <= area.bottom(); ++y)
             for (int x = area.left(); x <= area.right(); ++x)

@@ -71,9 +71,9 @@ struct PainterContext::Private
     QPainter& ground;
     QRegion groundDamage;  ///< in the ground's coordinates
     QTransform fromDevice; ///< to the coordinates that the ground's painter was given with, without its transform
-    QPainter* painter;        ///< the innermost layer's
-    QTransform world;         ///< to device pixels of `painter`
-    QRectF clipBounds;        ///< around what can show, of `painter`
+    QPainter* painter;     ///< the innermost layer's
+    QTransform world;      ///< to device pixels of `painter`
+    QRectF clipBounds;     ///< around what can show, of `painter`
     Parts damage;
     /// The pixels of `painter` where they can be written without it, because its clip is a rectangle; else null. Drawings that
     /// need no painter wait in `composition` until it is used.

@@ -47,7 +47,8 @@ TEST_CASE("run options: every option is read, in any order")
 {
     const RunOptions options =
         parsed("--headless --size 800x600 --inspect 0 gallery --manual-clock --opengl --fit stretch --tuio 0.0.0.0:4000 "
-               "--plugin lib/one.so --data /var/table --media-server https://media.example/");
+               "--plugin lib/one.so --data /var/table --media-server https://media.example/ "
+               "--painting-threads 3 --picture-megabytes 0");
     CHECK(options.presentation == "gallery");
     CHECK(options.headless);
     CHECK(options.manualClock);
@@ -60,6 +61,8 @@ TEST_CASE("run options: every option is read, in any order")
     CHECK(options.table.plugin == "lib/one.so");
     CHECK(options.table.dataFolder == "/var/table");
     CHECK(options.table.mediaServer == "https://media.example/");
+    CHECK(options.table.paintingThreads == 3);
+    CHECK(options.table.pictureMegabytes == 0);
 }
 
 TEST_CASE("run options: the address of the table's input may be left out, named or of either kind")
@@ -128,6 +131,10 @@ TEST_CASE("run options: arguments that make no sense are refused with what would
         {"a --plugin --headless", kPlugin},
         {"a --plugin one.so", kPlugin},
         {"a --data", "--data wants a folder"},
+        {"a --painting-threads 0", "--painting-threads wants a whole number from 1 to 16"},
+        {"a --painting-threads 17", "--painting-threads wants a whole number from 1 to 16"},
+        {"a --picture-megabytes -1", "--picture-megabytes wants a whole number from 0 to 65536"},
+        {"a --picture-megabytes 65537", "--picture-megabytes wants a whole number from 0 to 65536"},
         {"a --media-server", kServer},
         {"a --media-server ftp://media", kServer},
         {"a --media-server httpx", kServer},
@@ -216,9 +223,9 @@ TEST_CASE("run options: the help lists every option, that of a replay all but th
         REQUIRE_FALSE(answer);
         CHECK(answer.error().code == 0);
         const QString help = answer.error().text;
-        for (const char* option :
-             {"--headless", "--trees FILE", "--show-input", "--inspect PORT", "--manual-clock", "--fullscreen", "--fit HOW",
-              "--opengl", "--plugin FILE", "--media-server URL", "--mail-server URL", "--data DIR"})
+        for (const char* option : {"--headless", "--trees FILE", "--show-input", "--inspect PORT", "--manual-clock",
+                                   "--fullscreen", "--fit HOW", "--opengl", "--plugin FILE", "--media-server URL",
+                                   "--mail-server URL", "--data DIR", "--painting-threads COUNT", "--picture-megabytes COUNT"})
             CHECK_MESSAGE(help.contains(QLatin1String("\n  ") + QLatin1String(option)), option);
         for (const char* option : {"--size WxH", "--tuio [tcp:][ADDRESS:]PORT", "--record FILE"})
             CHECK_MESSAGE(help.contains(QLatin1String("\n  ") + QLatin1String(option)) != isReplay, option);

@@ -4,6 +4,7 @@
 #include "inspector/TableLog.hpp"
 
 #include <Bedrock/Trace.hpp>
+#include <Lantern/PaintingThreads.hpp>
 #include <ScriptedDatagrams.hpp>
 #include <ScriptedInput.hpp>
 #include <Tactile/TuioInput.hpp>
@@ -244,4 +245,18 @@ TEST_CASE("inspector: a port that is taken is reported")
     QString error;
     CHECK_FALSE(second.listen(f.inspector.port(), error));
     CHECK(error.startsWith(QLatin1String("Cannot listen on 127.0.0.1 port ")));
+}
+
+TEST_CASE("inspector: the status names the memory of kept pictures, its budget and the painting threads")
+{
+    Fixture f;
+    f.application.setPictureBudget(std::size_t(3) << 20);
+    const QJsonObject alone = f.get("/status").json().object();
+    CHECK(alone.value("paintingThreads").toInt() == 1);
+    const QJsonObject pictures = alone.value("keptPictures").toObject();
+    CHECK(pictures.value("count").toInt(-1) == 0);
+    CHECK(pictures.value("bytes").toInt(-1) == 0);
+    CHECK(pictures.value("budgetBytes").toInt() == 3 << 20);
+    const Lantern::PaintingThreads threads(3);
+    CHECK(f.get("/status").json().object().value("paintingThreads").toInt() == 3);
 }

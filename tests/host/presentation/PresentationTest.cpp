@@ -58,7 +58,7 @@ TEST_CASE("presentation: everything that may stand in one is read")
     Written written(R"({
         "title": "Two rooms",
         "page": {"museum": "Two rooms"},
-        "table": {"width": 3840, "height": 2160, "pixelPitchMm": 0.4, "keyboardLayout": "fi", "fit": "stretch"},
+        "table": {"width": 3840, "height": 2160, "pixelPitchMm": 0.4, "keyboardLayout": "fi", "fit": "stretch", "pictureMegabytes": 64, "paintingThreads": 3},
         "styleSheets": ["look/rooms.css"],
         "plugins": ["one", "lib/two.so"],
         "people": "people.csv",
@@ -79,6 +79,8 @@ TEST_CASE("presentation: everything that may stand in one is read")
     CHECK(presentation.pixelPitchMm == 0.4f);
     CHECK(presentation.keyboardLayout == "fi");
     CHECK(presentation.fit == ScreenFit::Stretch);
+    CHECK(presentation.pictureMegabytes == 64);
+    CHECK(presentation.paintingThreads == 3);
     CHECK(presentation.styleSheets == QStringList{sheet});
     CHECK(presentation.plugins == QStringList{QStringLiteral("one"), written.folder().path(QStringLiteral("lib/two.so"))});
     CHECK(presentation.peopleFile == people);
@@ -192,7 +194,10 @@ TEST_CASE("presentation: unknown entries are reported with their place, the rest
                         "widgets": [{"component": "text", "atributes": {}}],
                         "services": {"mail": [], "media-server-service": [{"address": "http://a", "timeout": 3}]}})");
     TestSupport::expectWarningStartingWith(written.told("titel") + "unknown entry; known are title, table, ");
-    written.skips("table.widht", QStringLiteral("unknown entry; known are width, height, pixelPitchMm, keyboardLayout, fit"));
+    written.skips(
+        "table.widht",
+        QStringLiteral(
+            "unknown entry; known are width, height, pixelPitchMm, keyboardLayout, fit, pictureMegabytes, paintingThreads"));
     written.skips("widgets[0].atributes", QStringLiteral("unknown entry; known are component, id, classes, attributes, slots"));
     written.skips("services.mail", QStringLiteral("unknown kind of service; known are email-service, media-server-service"));
     written.skips("services.media-server-service[0].timeout",
@@ -236,7 +241,8 @@ TEST_CASE("presentation: an unknown way to fit the screen is reported, and the u
 
 TEST_CASE("presentation: an element of the wrong kind costs itself only")
 {
-    Written written(R"({"table": {"width": -3, "height": "high", "pixelPitchMm": 0, "keyboardLayout": "qwerty"},
+    Written written(
+        R"({"table": {"width": -3, "height": "high", "pixelPitchMm": 0, "keyboardLayout": "qwerty", "pictureMegabytes": -1, "paintingThreads": 2.5},
                         "styleSheets": [1, "look.css"], "plugins": [null, "one"], "cards": [1.5, -1, "x", 1e300, 7],
                         "services": {"media-server-service": [7, {"address": "ftp://a"}, {"address": "http://"}, {"address": "http://a", "timeoutSeconds": 0}]},
                         "widgets": [3, {"id": "nameless"}, {"component": "text", "attributes": [], "slots": 1}, {"component": "panel"}]})");
@@ -248,6 +254,8 @@ TEST_CASE("presentation: an element of the wrong kind costs itself only")
     const QString component = QStringLiteral("expected an object with a \"component\"");
     written.skips("table.width", number).skips("table.height", number).skips("table.pixelPitchMm", number);
     written.skips("table.keyboardLayout", QStringLiteral("expected one of en, de, fi, fr, none"));
+    written.skips("table.pictureMegabytes", QStringLiteral("expected a number from 0 to 65536"));
+    written.skips("table.paintingThreads", QStringLiteral("expected a whole number from 1 to 16"));
     written.skips("styleSheets[0]", QStringLiteral("expected the name of a file"));
     written.skips("plugins[0]", QStringLiteral("expected the name of a plug-in"));
     written.skips("cards[0]", code).skips("cards[1]", code).skips("cards[2]", code).skips("cards[3]", code);
@@ -399,4 +407,18 @@ TEST_CASE("presentation: a media server's key is read from a file beside it, and
     REQUIRE(presentation.mediaServers.size() == 2);
     CHECK(presentation.mediaServers[0].key == key);
     CHECK(presentation.mediaServers[1].key.isEmpty());
+}
+
+TEST_CASE("presentation: the number of painting threads is left to the table unless one from 1 to 16 is given")
+{
+    CHECK_FALSE(Written(R"({})").load().paintingThreads);
+    CHECK(Written(R"({"table": {"paintingThreads": 1}})").load().paintingThreads == 1);
+    CHECK(Written(R"({"table": {"paintingThreads": 16}})").load().paintingThreads == 16);
+    for (const char* text : {R"({"table": {"paintingThreads": 0}})", R"({"table": {"paintingThreads": 17}})",
+                             R"({"table": {"paintingThreads": "2"}})"}) {
+        CAPTURE(text);
+        Written written(text);
+        written.skips("table.paintingThreads", QStringLiteral("expected a whole number from 1 to 16"));
+        CHECK_FALSE(written.load().paintingThreads);
+    }
 }
