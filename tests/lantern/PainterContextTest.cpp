@@ -3,11 +3,13 @@
 #include <Pictures.hpp>
 
 #include <Lantern/ImageTarget.hpp>
+#include <Lantern/PainterContext.hpp>
 #include <Lantern/RenderContext.hpp>
 #include <Lantern/Style.hpp>
 #include <Vecta/Angle.hpp>
 
 #include <QImage>
+#include <QPainter>
 #include <QRegion>
 #include <QTextLayout>
 
@@ -321,4 +323,65 @@ TEST_CASE("painter context: text shows in its colour at its origin")
     CHECK(pixelsLit(left) > 50);
     CHECK_PICTURE(left, moved, 0);
     CHECK(pixelsLit(picture([&](RenderContext& c) { c.drawText(layout, {10, 20}, {0, 0, 0, 0}); })) == 0);
+}
+
+TEST_CASE("painter context: on a painter that is moved or clipped everything looks the same, in its place")
+{
+    QImage icon(16, 12, QImage::Format_RGB32);
+    icon.fill(Qt::green);
+    const auto draw = [&](RenderContext& c) {
+        c.drawRect({5, 5, 30, 20}, 0.f, fill(kRed));
+        c.pushLayer({0, 0, 60, 60}, 0.5f);
+        c.drawRect({20, 20, 30, 30}, 0.f, fill(kBlue));
+        c.drawImage(icon, {30, 10, 32, 20});
+        c.pop();
+        c.pushClip({10, 40, 20, 20}, 6.f);
+        c.drawImage(icon, {5, 35, 40, 40});
+        c.pop();
+        c.pushClip({50, 50, 10, 30});
+        c.drawImage(icon, {40, 40, 40, 40});
+        c.pop();
+    };
+    const QImage plain = picture(draw);
+    QImage moved(120, 110, QImage::Format_RGB32), clipped(100, 100, QImage::Format_RGB32);
+    {
+        QPainter painter(&moved);
+        painter.translate(20, 10);
+        Lantern::PainterContext context(painter, QRegion(0, 0, 100, 100));
+        context.clear(Qt::black);
+        draw(context);
+    }
+    CHECK_PICTURE(moved.copy(20, 10, 100, 100), plain, 1);
+    clipped.fill(Qt::black);
+    {
+        QPainter painter(&clipped);
+        painter.setClipRect(0, 0, 45, 100);
+        Lantern::PainterContext context(painter, QRegion(0, 0, 100, 100));
+        draw(context);
+    }
+    CHECK_PICTURE(clipped.copy(0, 0, 45, 100), plain.copy(0, 0, 45, 100), 1);
+    CHECK(pixelsLit(clipped.copy(45, 0, 55, 100)) == 0);
+}
+
+TEST_CASE("painter context: clearing replaces what is inside the damage by the colour, also by nothing")
+{
+    for (const bool isMoved : {false, true}) {
+        QImage image(40, 30, QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::red);
+        QPainter painter(&image);
+        if (isMoved)
+            painter.translate(3, 2);
+        {
+            Lantern::PainterContext context(painter, QRegion(5, 5, 10, 10) + QRegion(20, 5, 4, 4));
+            context.clear(Qt::transparent);
+        }
+        painter.end();
+        const QPoint at = isMoved ? QPoint(3, 2) : QPoint();
+        CHECK(image.pixel(at + QPoint(5, 5)) == 0u);
+        CHECK(image.pixel(at + QPoint(14, 14)) == 0u);
+        CHECK(image.pixel(at + QPoint(23, 8)) == 0u);
+        CHECK(image.pixel(at + QPoint(4, 5)) == 0xffff0000u);
+        CHECK(image.pixel(at + QPoint(15, 14)) == 0xffff0000u);
+        CHECK(image.pixel(at + QPoint(17, 6)) == 0xffff0000u);
+    }
 }

@@ -17,8 +17,6 @@ constexpr int kMostPieces = 12;
 constexpr int kLeastHiddenPx = 24;
 constexpr int kStripRows = 32;
 constexpr int kLeastStripRows = 4;
-/// Below that, threads take longer to begin than to draw.
-constexpr qint64 kLeastSharedPx = 100'000;
 constexpr int kStripsPerThread = 4;
 
 using Sources = std::vector<std::unique_ptr<PixelSource>>;
@@ -119,7 +117,9 @@ void Composition::drawInto(QImage& target, const std::vector<QRect>& areas)
             parts.push_back(part);
             size += qint64(part.width()) * part.height();
         }
-    PaintingThreads* const threads = size >= kLeastSharedPx ? PaintingThreads::current() : nullptr;
+    PaintingThreads* threads = PaintingThreads::current();
+    if (threads && size < threads->leastPixels())
+        threads = nullptr;
     const std::vector<QRect> strips = stripsOf(parts, threads ? threads->count() : 1);
     const auto drawPart = [&](int i) { drawStrip(pixels, strips[std::size_t(i)], m_sources); };
     if (threads)

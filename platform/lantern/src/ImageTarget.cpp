@@ -2,7 +2,6 @@
 
 #include <Lantern/PainterContext.hpp>
 
-#include <QPainter>
 #include <QRegion>
 
 namespace Lantern
@@ -23,8 +22,7 @@ void ImageTarget::paint(const QRegion& damage, const std::function<void(RenderCo
     const QRegion area = damage.intersected(m_image.rect());
     if (area.isEmpty())
         return;
-    QPainter painter(&m_image);
-    PainterContext context(painter, area);
+    PainterContext context(m_image, area);
     context.clear(m_ground == Ground::Black ? Qt::black : Qt::transparent);
     draw(context);
 }

@@ -7,8 +7,6 @@
 
 #include "PixelRows.hpp"
 
-#include <QPainter>
-
 namespace Lantern
 {
 namespace
@@ -115,8 +113,7 @@ QRegion KeptPicture::takeDamage()
 
 void KeptPicture::paintInto(QImage& image, QPoint corner, const QRegion& area, const Paint& paint)
 {
-    QPainter painter(&image);
-    PainterContext context(painter, area.translated(-corner));
+    PainterContext context(image, area.translated(-corner));
     context.clear(Qt::transparent);
     context.pushTransform(Vecta::Transform::translation({float(-corner.x()), float(-corner.y())}));
     paint(context);

@@ -72,6 +72,8 @@ void drawSampled(PainterContext::Private& context, const QImage& image, const QR
 
 PainterContext::PainterContext(QPainter& painter, const QRegion& damage) : d(std::make_unique<Private>(painter, damage)) {}
 
+PainterContext::PainterContext(QImage& image, const QRegion& damage) : d(std::make_unique<Private>(image, damage)) {}
+
 PainterContext::~PainterContext()
 {
     assert(d->saved.empty() && "every push is undone by one pop");

@@ -18,6 +18,11 @@ namespace
 /// The edges of what is turned or scaled may colour a neighbouring pixel a little.
 constexpr qreal kSmoothEdgePx = 0.5;
 
+bool isWritable(const QImage& image)
+{
+    return image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32_Premultiplied;
+}
+
 /// The picture that a painter draws on, pixel for pixel and without a clip; null for any other painter.
 QImage* imageOf(const QPainter& painter)
 {
@@ -26,13 +31,12 @@ QImage* imageOf(const QPainter& painter)
         || painter.hasClipping() || painter.compositionMode() != QPainter::CompositionMode_SourceOver)
         return nullptr;
     auto* const image = static_cast<QImage*>(device);
-    const QImage::Format format = image->format();
-    return format == QImage::Format_RGB32 || format == QImage::Format_ARGB32_Premultiplied ? image : nullptr;
+    return isWritable(*image) ? image : nullptr;
 }
 }
 
 PainterContext::Private::Private(QPainter& painterBelow, const QRegion& damaged)
-    : ground(painterBelow), groundDamage(damaged), painter(&painterBelow)
+    : unopened(nullptr), ground(painterBelow), groundDamage(damaged), painter(&painterBelow)
 {
     world = ground.deviceTransform();
     const QTransform toDevice = ground.transform().inverted() * world;
@@ -53,11 +57,22 @@ PainterContext::Private::Private(QPainter& painterBelow, const QRegion& damaged)
         damageRects = {deviceRect()};
 }
 
+PainterContext::Private::Private(QImage& target, const QRegion& damaged)
+    : unopened(&target), ground(own), groundDamage(damaged), painter(&own), clipBounds(damaged.boundingRect()), image(&target),
+      damageRects(damaged.begin(), damaged.end()), deviceSize(target.size())
+{
+    assert(isWritable(target) && target.devicePixelRatio() == 1.0 && "a picture with 32 bits a pixel");
+    for (const QRect& rect : damaged)
+        damage.append(QRectF(rect));
+}
+
 void PainterContext::Private::prepareGround()
 {
     if (isGroundReady)
         return;
     isGroundReady = true;
+    if (unopened)
+        own.begin(unopened);
     ground.save();
     ground.setRenderHints(kHints);
     ground.setClipRegion(groundDamage, ground.hasClipping() ? Qt::IntersectClip : Qt::ReplaceClip);

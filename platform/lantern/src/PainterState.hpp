@@ -30,7 +30,8 @@ struct LayerSurface;
 /// is pushed turns out to lie outside of the damage. All areas are device pixels.
 struct PainterContext::Private
 {
-    Private(QPainter& ground, const QRegion& damage);
+    Private(QPainter& painter, const QRegion& damage);
+    Private(QImage& target, const QRegion& damage);
 
     /// The innermost painter, with transform and opacity as they were pushed.
     QPainter& readyPainter();
@@ -68,6 +69,8 @@ struct PainterContext::Private
         QImage* image;
     };
 
+    QPainter own;     ///< of a picture that came without one; begun when it is first needed
+    QImage* unopened; ///< that picture, else null
     QPainter& ground;
     QRegion groundDamage;  ///< in the ground's coordinates
     QTransform fromDevice; ///< to the coordinates that the ground's painter was given with, without its transform

@@ -41,6 +41,7 @@ struct PaintingThreads::Private
     bool isEnding = false;
 
     std::vector<std::thread> helpers;
+    int leastPixels = 0;
 
     void help()
     {
@@ -62,8 +63,9 @@ struct PaintingThreads::Private
     }
 };
 
-PaintingThreads::PaintingThreads(int count) : d(std::make_unique<Private>())
+PaintingThreads::PaintingThreads(int count, int leastPixels) : d(std::make_unique<Private>())
 {
+    d->leastPixels = leastPixels;
     assert(!currentThreads && "one at a time");
     currentThreads = this;
     for (int i = std::clamp(count, 1, kMost); i > 1; --i)
@@ -95,6 +97,11 @@ int PaintingThreads::usualCount()
 int PaintingThreads::count() const noexcept
 {
     return int(d->helpers.size()) + 1;
+}
+
+int PaintingThreads::leastPixels() const noexcept
+{
+    return d->leastPixels;
 }
 
 void PaintingThreads::run(int parts, const std::function<void(int)>& part)

@@ -14,9 +14,9 @@ void PictureStore::setBudgetBytes(std::size_t bytes)
     freeUntil(bytesForPictures());
 }
 
-std::size_t PictureStore::usedBytes() const
+std::size_t PictureStore::surfaceBytes()
 {
-    return m_pictureBytes + LayerSurfaces::instance().bytes();
+    return LayerSurfaces::instance().bytes();
 }
 
 void PictureStore::endFrame()
@@ -27,8 +27,7 @@ void PictureStore::endFrame()
 
 std::size_t PictureStore::bytesForPictures() const
 {
-    const std::size_t surfaces = LayerSurfaces::instance().bytes();
-    return m_budgetBytes - std::min(m_budgetBytes, surfaces);
+    return m_budgetBytes - std::min(m_budgetBytes, surfaceBytes());
 }
 
 bool PictureStore::makeRoom(std::size_t bytes)

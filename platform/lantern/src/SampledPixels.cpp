@@ -13,6 +13,8 @@ namespace
 /// Places have 16 bits before the point. A pixel at the edge may lie a pixel outside of the picture.
 constexpr int kMostSidePx = 16384;
 constexpr double kMostSourcePxPerPixel = 8192.0;
+/// Pixels of a row that are sampled together.
+constexpr int kChunk = 16 * kSampledAtOnce;
 
 QImage readable(const QImage& image)
 {
@@ -86,30 +88,43 @@ void SampledPixels::setCoordinates(const QTransform& t, const QRectF& target, co
 
 void SampledPixels::draw(QRgb* row, int y, int begin, int end, const PixelSpan& span) const
 {
-    constexpr int kChunk = 256;
-    QRgb chunk[kChunk + kSampledAtOnce];
-    const BoxEdges::Row edges(m_edges, y);
     for (int first = begin; first < end; first += kChunk) {
         const int last = std::min(first + kChunk, end);
-        const QPoint place = QPoint(first, y) - m_anchor;
-        sampleRow(chunk, last - first, m_source,
-                  {int(m_x.at(place.x(), place.y())), int(m_y.at(place.x(), place.y())), int(m_x.perX), int(m_y.perX)});
-        const QRgb* const sampled = chunk - first;
-        const int fullBegin = std::clamp(span.fullBegin, first, last);
-        const int fullEnd = std::clamp(span.fullEnd, fullBegin, last);
-        const auto drawEdge = [&](int x) {
-            row[x] = blendedPixel(scaledPixel(scaledPixel(sampled[x], edges.coverage(x)), m_opacity), row[x]);
-        };
-        for (int x = first; x < fullBegin; ++x)
-            drawEdge(x);
-        if (m_isSolid)
-            std::memcpy(row + fullBegin, sampled + fullBegin, std::size_t(fullEnd - fullBegin) * sizeof(QRgb));
-        else if (m_opacity == 255u)
-            blendRow(row + fullBegin, sampled + fullBegin, fullEnd - fullBegin);
+        // A chunk writes no pixel after it.
+        if (m_isSolid && span.fullBegin <= first && first + kChunk == last && last <= span.fullEnd)
+            sample(row + first, y, first, last);
         else
-            blendRow(row + fullBegin, sampled + fullBegin, fullEnd - fullBegin, m_opacity);
-        for (int x = fullEnd; x < last; ++x)
-            drawEdge(x);
+            drawMixed(row, y, first, last, span);
     }
+}
+
+void SampledPixels::sample(QRgb* pixels, int y, int begin, int end) const
+{
+    const QPoint place = QPoint(begin, y) - m_anchor;
+    sampleRow(pixels, end - begin, m_source,
+              {int(m_x.at(place.x(), place.y())), int(m_y.at(place.x(), place.y())), int(m_x.perX), int(m_y.perX)});
+}
+
+void SampledPixels::drawMixed(QRgb* row, int y, int begin, int end, const PixelSpan& span) const
+{
+    QRgb pixels[kChunk + kSampledAtOnce];
+    sample(pixels, y, begin, end);
+    const QRgb* const sampled = pixels - begin;
+    const int fullBegin = std::clamp(span.fullBegin, begin, end);
+    const int fullEnd = std::clamp(span.fullEnd, fullBegin, end);
+    const BoxEdges::Row edges(m_edges, y);
+    const auto drawEdge = [&](int x) {
+        row[x] = blendedPixel(scaledPixel(scaledPixel(sampled[x], edges.coverage(x)), m_opacity), row[x]);
+    };
+    for (int x = begin; x < fullBegin; ++x)
+        drawEdge(x);
+    if (m_isSolid)
+        std::memcpy(row + fullBegin, sampled + fullBegin, std::size_t(fullEnd - fullBegin) * sizeof(QRgb));
+    else if (m_opacity == 255u)
+        blendRow(row + fullBegin, sampled + fullBegin, fullEnd - fullBegin);
+    else
+        blendRow(row + fullBegin, sampled + fullBegin, fullEnd - fullBegin, m_opacity);
+    for (int x = fullEnd; x < end; ++x)
+        drawEdge(x);
 }
 }

@@ -37,6 +37,10 @@ private:
     [[nodiscard]] QPoint setSource(QRect part);
     void setCoordinates(const QTransform& toTarget, const QRectF& target, const QRectF& source);
 
+    /// `pixels`: of column `begin`.
+    void sample(QRgb* pixels, int y, int begin, int end) const;
+    void drawMixed(QRgb* row, int y, int begin, int end, const PixelSpan& span) const;
+
     QImage m_image;
     SourcePixels m_source;
     unsigned m_opacity;

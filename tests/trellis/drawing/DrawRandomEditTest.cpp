@@ -5,6 +5,7 @@
 #include "Scene.hpp"
 
 #include <Lantern/ImageTarget.hpp>
+#include <Lantern/PaintingThreads.hpp>
 #include <Lantern/RenderContext.hpp>
 #include <Trellis/TextWidget.hpp>
 
@@ -54,6 +55,8 @@ public:
                                                                       ".framed { border-width: 3px; border-color: #fff8; }"
                                                                       ".cut { overflow: hidden; }"
                                                                       ".faint { opacity: 0.6; }"
+                                                                      ".large { font-size: 21px; }"
+                                                                      ".strong { font-weight: bold; }"
                                                                       ".gone { display: none; }"
                                                                       ".glass { background-color: rgba(90, 200, 10, 0.4); }"),
                                                        QStringLiteral("edits.css"));
@@ -124,7 +127,7 @@ private:
     }
     void toggleClass(Widget& widget)
     {
-        constexpr std::array<const char*, 6> kClasses{"round", "framed", "cut", "faint", "gone", "glass"};
+        constexpr std::array<const char*, 8> kClasses{"round", "framed", "cut", "faint", "gone", "glass", "large", "strong"};
         const QByteArray name = kClasses[m_random() % kClasses.size()];
         if (widget.hasCSSClass(name))
             widget.removeCSSClass(name);
@@ -161,15 +164,19 @@ private:
     std::vector<Widget*> m_widgets;
 };
 
-/// What is seen after each edit is what drawing everything would give.
-void checkEdits(unsigned seed, Edits::Kept kept)
+/// What is seen after each edit is what drawing everything would give, by one thread.
+void checkEdits(unsigned seed, Edits::Kept kept, int threads = 1, int steps = 1000)
 {
     Edits edits(seed, kept);
     Lantern::ImageTarget shown({int(kTable.x), int(kTable.y)});
-    for (int step = 0; step < 1000; ++step) {
+    for (int step = 0; step < steps; ++step) {
         edits.step();
         edits.scene.frame();
-        shown.paint(edits.scene.app.collectDamage(), [&](Lantern::RenderContext& context) { edits.scene.app.render(context); });
+        {
+            const Lantern::PaintingThreads painting(threads, 1);
+            shown.paint(edits.scene.app.collectDamage(),
+                        [&](Lantern::RenderContext& context) { edits.scene.app.render(context); });
+        }
         const QImage whole = edits.scene.picture();
         REQUIRE_MESSAGE(shown.image() == whole,
                         "seed " << seed << ", step " << step << " differs by " << difference(shown.image(), whole));
@@ -196,4 +203,11 @@ TEST_CASE("drawing: after random edits no kept picture is stale, and the damage 
 {
     for (unsigned seed = 1; seed <= 3; ++seed)
         checkEdits(seed, Edits::Kept::Children);
+}
+
+TEST_CASE("drawing: after random edits the damage drawn by two threads equals everything drawn by one")
+{
+    checkEdits(4, Edits::Kept::Nothing, 2, 500);
+    checkEdits(5, Edits::Kept::Children, 2, 500);
+    checkEdits(6, Edits::Kept::Children, 3, 300);
 }

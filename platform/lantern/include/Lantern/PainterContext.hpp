@@ -5,18 +5,22 @@
 #include <memory>
 
 class QColor;
+class QImage;
 class QPainter;
 class QRegion;
 
 namespace Lantern
 {
-/// Draws by a QPainter, antialiased, with pictures scaled smoothly. Lives for one frame; the painter must outlive it and
-/// is left as it was found. Coordinates are those of the painter at the beginning.
+/// Draws antialiased, with pictures scaled smoothly: what needs a QPainter by one, the rest directly where the painter draws on
+/// a picture. Lives for one frame; the painter must outlive it and is left as it was found. Coordinates are those of the
+/// painter at the beginning.
 class TAVOLA_EXPORT PainterContext final : public RenderContext
 {
 public:
     /// Nothing is drawn outside `damage` (an empty region: nothing at all).
     PainterContext(QPainter& painter, const QRegion& damage);
+    /// As above, on a picture of RGB32 or premultiplied ARGB32. It must outlive the context, and have no painter.
+    PainterContext(QImage& image, const QRegion& damage);
     ~PainterContext() override;
     PainterContext(const PainterContext&) = delete;
     PainterContext& operator=(const PainterContext&) = delete;

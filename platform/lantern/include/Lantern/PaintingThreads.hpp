@@ -13,10 +13,12 @@ class TAVOLA_EXPORT PaintingThreads
 {
 public:
     static constexpr int kMost = 16;
+    /// Below that, threads take longer to begin than to draw.
+    static constexpr int kUsualLeastPixels = 100'000;
 
-    /// `count` (1..kMost, others are brought into that range) includes the main thread. Main thread only, as the destructor,
-    /// which ends the threads.
-    explicit PaintingThreads(int count);
+    /// `count` (1..kMost, others are brought into that range) includes the main thread, which draws less than `leastPixels`
+    /// alone. Main thread only, as the destructor, which ends the threads.
+    explicit PaintingThreads(int count, int leastPixels = kUsualLeastPixels);
     ~PaintingThreads();
     PaintingThreads(const PaintingThreads&) = delete;
     PaintingThreads& operator=(const PaintingThreads&) = delete;
@@ -26,6 +28,7 @@ public:
     /// One for each core, at most four.
     [[nodiscard]] static int usualCount();
     [[nodiscard]] int count() const noexcept;
+    [[nodiscard]] int leastPixels() const noexcept;
 
     /// Calls `part` with 0 .. parts-1, each once, on any of the threads in any order, and returns when all have returned.
     /// `part` must neither throw nor call `run`. Main thread only.

@@ -24,8 +24,10 @@ public:
     /// Pictures beyond it lose their pixels at once. With 0 nothing is kept.
     void setBudgetBytes(std::size_t bytes);
     [[nodiscard]] std::size_t budgetBytes() const noexcept { return m_budgetBytes; }
-    /// Of the pictures and the surfaces.
-    [[nodiscard]] std::size_t usedBytes() const;
+    /// Of the pictures.
+    [[nodiscard]] std::size_t usedBytes() const noexcept { return m_pictureBytes; }
+    /// Of the surfaces, which count in the budget as well.
+    [[nodiscard]] static std::size_t surfaceBytes();
     /// Frees the surfaces that were not used for about a second, and pictures where new surfaces have taken their place. To be
     /// called once a frame, while nothing is drawn.
     void endFrame();

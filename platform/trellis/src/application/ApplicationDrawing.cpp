@@ -59,7 +59,7 @@ void Application::setPictureBudget(std::size_t bytes)
 Application::KeptPictures Application::keptPictures() const noexcept
 {
     const Lantern::PictureStore& store = d->layers.store();
-    return {store.count(), store.usedBytes(), store.budgetBytes()};
+    return {store.count(), store.usedBytes() + Lantern::PictureStore::surfaceBytes(), store.budgetBytes()};
 }
 
 int Application::pendingImages() const
