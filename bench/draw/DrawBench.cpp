@@ -1,8 +1,11 @@
 // What it takes to draw a table, against QGraphicsView drawing the same scene with the same smooth sampling into a QImage.
 // Both sides work in this process, in turns; a figure is the median of the ratios of their processor times.
 //     draw_bench --scene groups|table --size 1920x1080 --seed 1 --rounds 15 --frames 8 --only all-moved --json
+// With --threads the table alone is measured: so many painting threads against one, by wall time.
 
 #include "draw/DrawSide.hpp"
+
+#include <Lantern/PaintingThreads.hpp>
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -27,10 +30,11 @@ struct Work
     std::function<void(DrawSide&, int frame)> step;
 };
 
-double threadSeconds()
+/// Of CLOCK_THREAD_CPUTIME_ID or CLOCK_MONOTONIC.
+double secondsOf(clockid_t clock)
 {
     timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    clock_gettime(clock, &now);
     return double(now.tv_sec) + 1e-9 * double(now.tv_nsec);
 }
 
@@ -119,6 +123,15 @@ double shareThatDiffers(const QImage& a, const QImage& b)
     return double(count) / (double(a.width()) * a.height());
 }
 
+/// Everything drawn anew by so many threads.
+QImage pictureOf(DrawSide& side, int threads = 1)
+{
+    const Lantern::PaintingThreads painting(threads);
+    side.damageAll();
+    side.draw();
+    return side.picture().copy();
+}
+
 QSize sizeOf(const QString& text)
 {
     const QStringList parts = text.split(QLatin1Char('x'));
@@ -140,6 +153,7 @@ int main(int argc, char** argv)
                         {"rounds", "Ratios of which the median counts", "number", "15"},
                         {"frames", "Frames a round", "number", "16"},
                         {"only", "One work", "name"},
+                        {"threads", "Painting threads, against one", "number"},
                         {"save", "Writes both pictures into a folder", "folder"},
                         {"json", "Writes the figures as JSON"}});
     options.process(application);
@@ -148,7 +162,8 @@ int main(int argc, char** argv)
     const int count = options.isSet("count") ? options.value("count").toInt() : isTable ? 8 : 40;
     const int rounds = options.value("rounds").toInt();
     const int frames = options.value("frames").toInt();
-    if (size.isEmpty() || count < 1 || rounds < 1 || frames < 1)
+    const int threads = options.isSet("threads") ? options.value("threads").toInt() : 0;
+    if (size.isEmpty() || count < 1 || threads < 0 || rounds < 1 || frames < 1)
         options.showHelp(2);
     const unsigned seed = options.value("seed").toUInt();
     const Bench::DrawScene scene = isTable ? Bench::tableScene(size, 12, count, seed) : Bench::groupsScene(size, count, seed);
@@ -160,13 +175,18 @@ int main(int argc, char** argv)
     for (const Work& work : isTable ? tableWork(scene) : groupsWork(count)) {
         if (options.isSet("only") && options.value("only") != QLatin1String(work.name))
             continue;
+        const clockid_t clock = threads > 0 ? CLOCK_MONOTONIC : CLOCK_THREAD_CPUTIME_ID;
         const auto run = [&](DrawSide& side, int from) {
-            const double begin = threadSeconds();
+            const double begin = secondsOf(clock);
             for (int frame = 0; frame < frames; ++frame) {
                 work.step(side, from + frame);
                 side.draw();
             }
-            return (threadSeconds() - begin) / frames;
+            return (secondsOf(clock) - begin) / frames;
+        };
+        const auto runThreads = [&](int from) {
+            const Lantern::PaintingThreads painting(threads);
+            return run(*ours, from);
         };
         std::vector<double> ratios, our, their;
         int frame = 0;
@@ -174,11 +194,12 @@ int main(int argc, char** argv)
         run(*theirs, frame);
         for (int round = 0; round < rounds; ++round) {
             frame += frames;
-            our.push_back(run(*ours, frame));
-            their.push_back(run(*theirs, frame));
+            our.push_back(threads > 0 ? runThreads(frame) : run(*ours, frame));
+            their.push_back(run(threads > 0 ? *ours : *theirs, frame));
             ratios.push_back(our.back() / their.back());
         }
-        const double differs = shareThatDiffers(ours->picture(), theirs->picture());
+        const QImage compared = threads > 0 ? pictureOf(*ours) : theirs->picture();
+        const double differs = shareThatDiffers(threads > 0 ? pictureOf(*ours, threads) : ours->picture(), compared);
         isSame = isSame && differs < 0.01;
         std::fprintf(stderr, "%-8s %-16s ratio %6.3f  target %5.2f  ours %8.3f ms  theirs %8.3f ms  pictures differ in %.3f %%\n",
                      isTable ? "table" : "groups", work.name, median(ratios), work.target, 1e3 * median(our), 1e3 * median(their),

@@ -49,12 +49,12 @@ def run_google_benchmark(program, rows, arguments):
     return {base_name(entry["name"]): counters_of(entry) for entry in benchmarks if "error_message" not in entry}
 
 
-def run_drawing(program, row, scene, arguments):
-    """The figures of one scene; none when the two pictures are not the same."""
+def run_drawing(program, row, scene, arguments, *more):
+    """The figures of one scene, measured with `more` options; none when the two pictures are not the same."""
     if not os.path.exists(program):
         print(f"{program} does not exist: build it, or leave --build out", file=sys.stderr)
         return {}
-    command = [program, "--json", "--scene", scene, "--seed", str(arguments.seed)]
+    command = [program, "--json", "--scene", scene, "--seed", str(arguments.seed), *more]
     if arguments.smoke:
         command += ["--rounds", "1", "--frames", "1"]  # the scenes in full: small ones are all edges, which the two blend differently
     elif arguments.rounds:

@@ -33,6 +33,7 @@ ROW_TITLES = {
     6: "A frame in which nothing happens, 1,000 tiles",
     7: "Drawing 1920×1080: 40 groups, slightly turned, of 25 picture tiles each",
     8: "Drawing 3840×2160: 12 pictures, and 8 spaces of 12 tiles and texts each",
+    9: "The same with two painting threads",
     10: "100 fingers and 40 cards at 200 frames a second, from datagram to grab",
     11: "From a datagram to its change in the painted frame",
     12: "A card comes down, until its space is complete in the tree",
@@ -49,6 +50,7 @@ _NOTIFY = "a setter with NOTIFY and one slot"
 _FEW = "the same among 100 widgets"
 _BARE = "a QGuiApplication that starts and ends"
 _VIEW = "QGraphicsView, same scene, same smooth sampling"
+_ALONE = "one thread (wall time)"
 _SHEET = "QWidgets with one style sheet"
 
 FIGURES = [
@@ -80,6 +82,8 @@ FIGURES = [
     Figure("row08/eight-grow", "eight spaces grow", 0.45, rival=_VIEW),
     Figure("row08/tile-moved", "a tile in a space moved", 0.5, rival=_VIEW),
     Figure("row08/all-drawn", "everything drawn", 0.20, rival=_VIEW),
+    Figure("row09/all-moved", "1920×1080: all groups moved", 0.6, rival=_ALONE),
+    Figure("row09/picture-dragged", "3840×2160: a picture dragged", 0.6, rival=_ALONE),
     Figure("row10/fed", "a second of input, datagrams fed in", 0.5, "value", "% of a core"),
     Figure("row10/socket", "a second of input, through a socket", 1.5, "value", "% of a core"),
     Figure("row10/allocations", "allocations in a second of input", 0, "value", "allocations"),
@@ -104,6 +108,9 @@ FIGURES = [
 
 # The scenes of draw_bench, by row.
 SCENES = {7: "groups", 8: "table"}
+
+# What draw_bench measures with two painting threads: scene and work.
+SHARED_WORKS = [("groups", "all-moved"), ("table", "picture-dragged")]
 
 # Programs of Google Benchmark in the build's bin/ that hold rows.
 PROGRAMS = ["table_bench", "count_bench", "space_bench", "load_bench", "outbox_bench",
