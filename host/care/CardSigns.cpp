@@ -9,12 +9,14 @@
 #include <Tavola/Tavola.hpp>
 #include <Tavola/TesselServiceCache.hpp>
 #include <Tavola/UserInterface.hpp>
+#include <Tavola/WidgetInstance.hpp>
 #include <Trellis/GrabManager.hpp>
 #include <Trellis/InputGrabber.hpp>
 #include <Trellis/TextWidget.hpp>
 #include <Vecta/Angle.hpp>
 
 #include <algorithm>
+#include <typeinfo>
 
 namespace Host
 {
@@ -23,11 +25,14 @@ namespace
 /// A card is held from the side that its rotation points away from.
 constexpr float kToHolder = float(Vecta::kTwoPi) / 4.f;
 
-/// Whether a plug-in made the widget.
+/// Whether the widget has an instance of a class of its own, as detectors have; content has one of the common class.
 bool hasOwnInstance(const Trellis::Widget& widget)
 {
     const auto instance = Tavola::Tavola::instance()->widgetInstance(widget.id());
-    return instance && !dynamic_cast<const PanelInstance*>(instance.get());
+    if (!instance || dynamic_cast<const PanelInstance*>(instance.get()))
+        return false;
+    const Tavola::WidgetInstance& made = *instance;
+    return typeid(made) != typeid(Tavola::WidgetInstance);
 }
 
 QByteArray byRegistry(const Tactile::Marker& card)

@@ -59,7 +59,7 @@ void lowerBelow(Widget& layer, Widget& dragged, const std::vector<const Widget*>
 }
 }
 
-void DropFlights::update(Widget& content, Widget& overlay, const std::vector<Drag>& drags)
+void DropFlights::update(Widget& content, Widget* overlay, const std::vector<Drag>& drags)
 {
     for (const Drag& drag : drags) {
         // The hover's end clears this class; a drop that is refused ends the hover, an accepted one does not.
@@ -68,7 +68,8 @@ void DropFlights::update(Widget& content, Widget& overlay, const std::vector<Dra
         Widget* const taker = isAccepted ? takerAt(content, drag.finger) : nullptr;
         if (!taker)
             continue;
-        fly(*drag.widget, *taker, overlay, drag.finger);
+        if (overlay)
+            fly(*drag.widget, *taker, *overlay, drag.finger);
         std::vector<const Widget*> above{taker->nearest([&content](const Widget& w) { return w.parent() == &content; })};
         for (const auto& weak : drag.covering)
             above.push_back(weak.lock().get());

@@ -17,7 +17,7 @@ struct Drag;
 class DropFlights
 {
 public:
-    /// Once a frame, after the input. `content` is the layer of the table's content, `overlay` one above it.
-    static void update(Trellis::Widget& content, Trellis::Widget& overlay, const std::vector<Drag>& drags);
+    /// Once a frame, after the input. `content` is the layer of the table's content, `overlay` one above it; null: nothing flies.
+    static void update(Trellis::Widget& content, Trellis::Widget* overlay, const std::vector<Drag>& drags);
 };
 }

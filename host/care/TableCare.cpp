@@ -16,6 +16,8 @@ namespace Host
 {
 namespace
 {
+constexpr float kAllAtOnceSeconds = 60.f; ///< longer than any movement
+
 /// Gives what opened the classes that the widget holding its card names for it.
 void addClasses(const CardOpening& opening, const Trellis::GrabManager& grabManager)
 {
@@ -37,7 +39,9 @@ void TableCare::update(Trellis::Widget& widget, const Trellis::FrameInfo& frame)
 {
     const auto& application = *Trellis::Application::instance();
     const Tactile::Sample& sample = application.grabManager()->currentSample();
-    m_places.update(sample.markers, application.size(), frame.dt());
+    const bool isMotionReduced = application.mainLayer()->hasPseudoClass("reduced-motion");
+    const float motionSeconds = isMotionReduced ? kAllAtOnceSeconds : frame.dt();
+    m_places.update(sample.markers, application.size(), motionSeconds);
     for (const CardOpening& opening : m_openings.find(widget, sample)) {
         addClasses(opening, *application.grabManager());
         m_places.add(opening);
@@ -47,8 +51,9 @@ void TableCare::update(Trellis::Widget& widget, const Trellis::FrameInfo& frame)
     m_signs.update(*Tavola::Tavola::instance()->ui()->internalOverlayWidget(), widget, *application.grabManager(), m_openings);
     m_drags.update(widget, *application.grabManager());
     m_dragSigns.update(widget, m_drags.all());
-    DropFlights::update(widget, *Tavola::Tavola::instance()->ui()->overlayWidget(), m_drags.all());
+    DropFlights::update(widget, isMotionReduced ? nullptr : Tavola::Tavola::instance()->ui()->overlayWidget().get(),
+                        m_drags.all());
     m_idle.update(*application.mainLayer(), sample, m_clock.isAnyOpen(), frame.dt());
-    m_tidy.update(widget, application.size(), m_idle.unusedSeconds(), frame.dt());
+    m_tidy.update(widget, application.size(), m_idle.unusedSeconds(), motionSeconds);
 }
 }

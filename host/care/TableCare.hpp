@@ -15,7 +15,8 @@
 namespace Host
 {
 /// The host's care for visitors: the places of what opens at cards, closing what was left, answers to cards that nothing took
-/// and to drags, the sign of an idle table, and tidying it. An operator of the main widget. Main thread only.
+/// and to drags, the sign of an idle table, and tidying it. While the root has the pseudo-class
+/// "reduced-motion" nothing glides: it is there at once. An operator of the main widget. Main thread only.
 class TableCare final : public Trellis::Operator
 {
 public:

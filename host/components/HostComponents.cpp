@@ -2,6 +2,7 @@
 
 #include "components/InvitationWidget.hpp"
 #include "components/PanelInstance.hpp"
+#include "components/SwitchWidget.hpp"
 
 #include <Tavola/Component.hpp>
 #include <Tavola/ContentMenuWidget.hpp>
@@ -65,6 +66,7 @@ HostComponents::HostComponents(Tavola::Tavola& application) : m_application(appl
     add("image", factory<Trellis::ImageWidget>());
     add("content-menu", factory<Tavola::ContentMenuWidget>());
     add("invitation", factory<InvitationWidget>());
+    add("switch", factory<SwitchWidget>());
     add("panel", panelFactory());
 }
 

@@ -8,7 +8,7 @@ from visit import PRESENTATIONS, Visit, require
 
 SIZE = (1920, 1080)
 STRANGER, ANN, BEN, CARL = 9009, 1001, 1002, 1003
-PLACES = [(1900, 60), (1000, 1060), (20, 540), (1900, 1060), (30, 30), (1300, 20)]
+PLACES = [(1900, 60), (1000, 1060), (20, 540), (1900, 1060), (30, 30), (900, 20)]
 CLOSING = 15.0
 CLOSE, CLOSE_LIFTED, IDLE, TIDY = 60.0, 45.0, 60.0, 90.0  # the presentation's settings
 FRAME = 1 / 60
@@ -26,6 +26,7 @@ class CareVisit(Visit):
         return [
             ("what opens at the edge stands at its card first, and is whole after half a second", self.whole),
             ("a card that the registry does not know is answered", self.unknown),
+            ("a card on a picture that takes none is answered", self.covered),
             ("a card on another person's space is answered", self.other_space),
             ("a card shows something in its first frame", self.first_frame),
             ("what is dragged has a shadow, and the space that would take it shows it", self.dragging),
@@ -35,6 +36,7 @@ class CareVisit(Visit):
             ("the space of a lifted card closes after its own time", self.lifted),
             ("an unused table invites, and a touch ends that", self.invitation),
             ("an unused table tidies itself", self.tidies),
+            ("a tap makes texts larger, and another one movements fewer", self.switches),
         ]
 
     def see(self, what, seen):
@@ -80,6 +82,9 @@ class CareVisit(Visit):
 
     def unknown(self):
         self.sign_of(STRANGER, (1110, 560), "unknown", "a card that the registry does not know")
+
+    def covered(self):
+        self.sign_of(BEN, (1700, 470), "covered", "a card on a picture that takes none")
 
     def sign_of(self, code, point, reason, what):
         self.stage.enter(f"at 0.01 card {code} down {point[0]} {point[1]} angle 270\nat 1.0 card {code} up")
@@ -200,3 +205,22 @@ class CareVisit(Visit):
         seen = self.see("a table that tidies itself", {
             "movedPx": round(moved, -2), "homeOffPx": round(math.dist(centre(self.content("terraces")), (x, y)))})
         require(seen == {"movedPx": 500, "homeOffPx": 0}, f"seen: {seen}")
+
+    def font_size(self, css_id):
+        return float(value(by_id(self.table.tree(), css_id)[0], "font-size"))
+
+    def switches(self):
+        sizes = [self.font_size("invitation")]
+        self.tap(by_id(self.table.tree(), "larger-south")[0])
+        self.stage.play(0.3)
+        sizes.append(self.font_size("invitation"))
+        self.tap(by_id(self.table.tree(), "calmer-north")[0])
+        self.stage.play(0.3)
+        self.stage.enter(f"at 0.01 card {ANN} down 1890 560 angle 270\nat 0.5 card {ANN} up")
+        while not self.spaces():
+            self.stage.play(FRAME)
+        self.stage.play(FRAME)
+        seen = self.see("larger text and less motion", {"fontSizes": sizes, "wholeInSecondFrame": self.is_whole(self.space()["rect"])})
+        require(seen == {"fontSizes": [20.0, 26.0], "wholeInSecondFrame": True}, f"seen: {seen}")
+        self.stage.play(1)
+        self.lift(self.stage.visitors[-1])

@@ -118,6 +118,19 @@ TEST_CASE("card signs: a card on another person's space is told so even when a p
     CHECK(f.shows("other-space"));
 }
 
+TEST_CASE("card signs: content that a component made takes no card, and is answered as covering the table")
+{
+    Fixture f;
+    const auto component = std::make_shared<Tavola::WidgetComponent>([] { return Bedrock::makeIntrusive<Trellis::Widget>(); });
+    const auto content = component->createContentWidget();
+    REQUIRE(content);
+    f.table.host.mainWidget().addChild(content);
+    content->setSize({300.f, 300.f});
+    content->setLocation({200.f, 400.f});
+    f.put(1001, {300.f, 500.f});
+    CHECK(f.shows("covered"));
+}
+
 TEST_CASE("card signs: the second of two cards with one code is marked in addition")
 {
     Fixture f;

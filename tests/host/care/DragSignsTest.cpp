@@ -2,6 +2,8 @@
 
 #include "DragTable.hpp"
 
+#include <Trellis/FadeAnimator.hpp>
+
 #include <doctest/doctest.h>
 
 namespace
@@ -107,4 +109,12 @@ TEST_CASE("drag signs: what leaves the table during its drag leaves no shadow")
     table.content->removeFromParent();
     table.host.frame();
     CHECK_FALSE(table.host.mainWidget().findByType("DragShadow"));
+}
+
+TEST_CASE("drag signs: a space that fades away would take nothing")
+{
+    DragTable table;
+    Trellis::FadeAnimator::fadeOutAndDelete(*table.space, 10.f, 0.f);
+    table.host.drag(1, kOnContent, {400.f, 600.f});
+    CHECK_FALSE(table.space->hasCSSClass("would-take"));
 }

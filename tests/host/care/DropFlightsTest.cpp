@@ -80,3 +80,12 @@ TEST_CASE("drop flights: nothing flies where the drop is refused, or where nothi
     CHECK_FALSE(flying(table));
     CHECK(table.indexOf(*table.content) > table.indexOf(*table.space));
 }
+
+TEST_CASE("drop flights: with reduced motion nothing flies, and the content lies below the space all the same")
+{
+    DragTable table;
+    table.host.app().mainLayer()->setPseudoClass("reduced-motion", true);
+    table.host.dragAndDrop(1, kOnContent, kOnSpace);
+    CHECK_FALSE(flying(table));
+    CHECK(table.indexOf(*table.content) < table.indexOf(*table.space));
+}

@@ -5,6 +5,7 @@
 #include <Tavola/InputFieldWidget.hpp>
 #include <Tavola/KeyboardWidget.hpp>
 #include <TestHost.hpp>
+#include <Trellis/FadeAnimator.hpp>
 #include <Trellis/TextEditWidget.hpp>
 
 #include <doctest/doctest.h>
@@ -78,5 +79,14 @@ TEST_CASE("field focus: a field without the attribute is left alone")
     f.host.style(".asks InputFieldWidget { takes-focus: false; }");
     f.space->addCSSClass("asks");
     f.host.frames(10);
+    CHECK_FALSE(f.isEditing());
+}
+
+TEST_CASE("field focus: a field of a space that fades away takes nothing")
+{
+    Fixture f;
+    Trellis::FadeAnimator::fadeOutAndDelete(*f.space, 1.f, 0.f);
+    f.space->addCSSClass("asks");
+    f.host.frames(3);
     CHECK_FALSE(f.isEditing());
 }

@@ -141,3 +141,13 @@ TEST_CASE("place keeper: a widget that closes while it glides is forgotten")
     table.host.frames(30);
     CHECK(table.host.mainWidget().children().size() == 1);
 }
+
+TEST_CASE("place keeper: with reduced motion the widget is whole in its second frame")
+{
+    CareTable table;
+    table.host.app().mainLayer()->setPseudoClass("reduced-motion", true);
+    const Trellis::Widget& opened = table.open(1001, {1900.f, 1000.f});
+    CHECK(CareTable::center(opened) == Vector2f(1900.f, 1000.f));
+    table.host.frame();
+    CHECK(isWhole(opened));
+}

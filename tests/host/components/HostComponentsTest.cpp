@@ -29,6 +29,7 @@ TEST_CASE("host components: each makes a widget of its kind")
         {"text", "TextWidget", nullptr},
         {"image", "ImageWidget", nullptr},
         {"invitation", "InvitationWidget", nullptr},
+        {"switch", "SwitchWidget", nullptr},
         {"panel", "Widget", nullptr},
         {"content-menu", "ContentMenuWidget", nullptr},
     };

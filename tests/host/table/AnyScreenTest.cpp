@@ -153,6 +153,26 @@ TEST_CASE("any screen: what begins in a bar is dropped, and the table's edge is 
     CHECK((sample.fingers[0].centerLocation() - Vector2f(960.f, 3.f)).length() < 0.5f);
 }
 
+TEST_CASE("any screen: a listener with a rectangle of its own keeps it, and drops nothing")
+{
+    TablePlace place;
+    place.presentation(R"({"table": {"width": 800, "height": 600},
+                           "input": [{"tuio": "127.0.0.1:0", "rect": [0, 0, 400, 600]}]})");
+    place.options.listener.reset();
+    place.options.screen = QSize(1600, 600);
+    const auto table = place.open();
+    TableSender sender(*table);
+    Tactile::TuioEncoder encoder;
+    encoder.begin(Tactile::TuioProfile::Cursors);
+    encoder.alive({1});
+    encoder.setCursor(1, 0.1f, 0.5f);
+    sender.send(encoder.finish(1));
+    table->frame(0.02);
+    const auto& fingers = table->application().grabManager()->currentSample().fingers;
+    REQUIRE(fingers.size() == 1);
+    CHECK((fingers[0].centerLocation() - Vector2f(40.f, 300.f)).length() < 0.1f);
+}
+
 TEST_CASE("any screen: \"fit\" of the presentation counts, and the option goes before it")
 {
     TablePlace place;
