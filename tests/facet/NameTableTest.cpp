@@ -6,6 +6,7 @@
 #include <atomic>
 #include <set>
 #include <thread>
+#include <utility>
 #include <vector>
 
 using Facet::NameTable;
@@ -62,6 +63,27 @@ TEST_CASE("name table: names of every length that differ in one letter have diff
             CHECK(table.findNumber(other) == number);
         }
         CHECK(table.findNumber(name) != 0);
+    }
+}
+
+TEST_CASE("name table: names that the table's hash cannot tell apart have different numbers")
+{
+    const std::pair<const char*, const char*> pairs[] = {
+        {"ba", "caa"},
+        {"[0x[[%", "\"N\"=5Y"},
+        {"bttaaa", "wcgca-longer"},
+        {"tkxb-the-end", "seaf-the-end"},
+        {"the-headwufbba", "the-headdjhtca"},
+        {"the-headhfoaaabc-the-end", "the-headwhoeaabc-the-end"},
+    };
+    for (const auto& [first, second] : pairs) {
+        CAPTURE(first);
+        NameTable table;
+        const int number = table.number(std::string_view(first));
+        CHECK(table.findNumber(second) == 0);
+        CHECK(table.number(std::string_view(second)) == number + 1);
+        CHECK(table.number(std::string_view(first)) == number);
+        CHECK(table.findNumber(second) == number + 1);
     }
 }
 
