@@ -2,6 +2,8 @@
 
 #include <doctest/doctest.h>
 
+#include <algorithm>
+#include <memory>
 #include <vector>
 
 using Trellis::TextAlign;
@@ -32,17 +34,22 @@ TEST_CASE("text format: texts of one look share one, and each difference is anot
     CHECK(TextFormat::of(look) == format);
 }
 
-TEST_CASE("text format: goes with the last text that has it")
+TEST_CASE("text format: stays for a text to come, until many others were asked for; one that a text has stays longer")
 {
-    const TextLook look{{QStringLiteral("Inter")}, 33, 400, false, 0.f, TextAlign::Start, 0};
-    std::weak_ptr<const TextFormat> format;
-    {
-        const TextFormat::Pointer first = TextFormat::of(look);
-        const TextFormat::Pointer second = TextFormat::of(look);
-        format = first;
-    }
-    CHECK(format.expired());
-    CHECK(TextFormat::of(look)->look() == look);
+    const auto lookOf = [](int sizePx) {
+        return TextLook{{QStringLiteral("Inter")}, sizePx, 400, false, 0.f, TextAlign::Start, 0};
+    };
+    const TextFormat::Pointer used = TextFormat::of(lookOf(500));
+    const std::weak_ptr<const TextFormat> unused = TextFormat::of(lookOf(501));
+    CHECK_FALSE(unused.expired());
+    std::vector<std::weak_ptr<const TextFormat>> others;
+    for (int i = 1; i <= 2 * TextFormat::kMostUnused; ++i)
+        others.push_back(TextFormat::of(lookOf(501 + i)));
+    CHECK(unused.expired());
+    CHECK(TextFormat::of(lookOf(500)) == used);
+    const auto kept = std::count_if(others.begin(), others.end(), [](const auto& format) { return !format.expired(); });
+    CHECK(kept <= TextFormat::kMostUnused);
+    CHECK_FALSE(others.back().expired());
 }
 
 TEST_CASE("text format: the font is as the look says, and has a family that every system has")

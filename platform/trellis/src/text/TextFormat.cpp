@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 #include <vector>
 
 namespace Trellis
@@ -36,23 +37,17 @@ TextFormat::TextFormat(const TextLook& look) : m_look(look), m_font(fontOf(look)
 
 TextFormat::Pointer TextFormat::of(const TextLook& look)
 {
-    // Few at a time: a style sheet has some dozens. Never destroyed, as widgets of static objects may go late.
-    static auto& formats = *new std::vector<std::weak_ptr<const TextFormat>>;
-    for (std::size_t i = 0; i < formats.size();) {
-        Pointer known = formats[i].lock();
-        if (!known) {
-            formats[i] = std::move(formats.back());
-            formats.pop_back();
-            continue;
-        }
-        if (known->m_look == look) {
-            std::swap(formats[i], formats.front()); // texts that look alike are often made in a row
-            return known;
-        }
-        ++i;
+    // The one asked for last is the first. Never destroyed, as widgets of static objects may go late.
+    static auto& formats = *new std::vector<Pointer>;
+    auto place = std::find_if(formats.begin(), formats.end(), [&look](const Pointer& known) { return known->m_look == look; });
+    if (place == formats.end()) {
+        if (formats.size() >= kMostUnused)
+            formats.erase(std::remove_if(formats.begin() + kMostUnused / 2, formats.end(),
+                                         [](const Pointer& known) { return known.use_count() == 1; }),
+                          formats.end());
+        place = formats.insert(formats.end(), std::make_shared<const TextFormat>(look));
     }
-    auto made = std::make_shared<const TextFormat>(look);
-    formats.push_back(made);
-    return made;
+    std::rotate(formats.begin(), place, place + 1);
+    return formats.front();
 }
 }

@@ -33,11 +33,14 @@ struct TextLook
     }
 };
 
-/// A look with its font, shared by all texts that have it and kept as long as one of them does. Main thread only.
+/// A look with its font, shared by all texts that have it. Kept as long as one of them does, and beyond that with the looks that
+/// were asked for last: the next space that opens looks like the one before, and a font is slow to find. Main thread only.
 class TextFormat
 {
 public:
     using Pointer = std::shared_ptr<const TextFormat>;
+    /// So many are kept for no text, at most.
+    static constexpr int kMostUnused = 64;
 
     [[nodiscard]] static Pointer of(const TextLook& look);
 
