@@ -1,6 +1,6 @@
 #include "contacts/FingerContacts.hpp"
 
-#include <algorithm>
+#include "contacts/FindInOrder.hpp"
 
 namespace Tactile
 {
@@ -8,8 +8,7 @@ using Change = InputChange::Kind;
 
 FingerContact* FingerContacts::find(const ContactKey& key)
 {
-    const auto found = std::find_if(m_fingers.begin(), m_fingers.end(), [&key](const auto& f) { return f.key == key; });
-    return found == m_fingers.end() ? nullptr : &*found;
+    return findInOrder(m_fingers, m_nextFinger, [&key](const FingerContact& finger) { return finger.key == key; });
 }
 
 void FingerContacts::letDown(const ContactEvent& event)

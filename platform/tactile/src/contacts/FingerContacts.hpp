@@ -2,6 +2,7 @@
 
 #include "contacts/TrackerFrame.hpp"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -41,5 +42,6 @@ private:
 
     TrackerFrame& m_frame;
     std::vector<FingerContact> m_fingers; // by id, ascending: ids only grow
+    std::size_t m_nextFinger = 0;         // likely the one that is looked for next
 };
 }

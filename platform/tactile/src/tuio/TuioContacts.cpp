@@ -1,5 +1,6 @@
 #include "tuio/TuioContacts.hpp"
 
+#include "contacts/FindInOrder.hpp"
 #include "tuio/TuioSources.hpp"
 
 #include <Tactile/TuioDecoder.hpp>
@@ -24,9 +25,7 @@ bool isAlive(const TuioChannelState& state, std::int32_t session)
 
 TuioSession* findSession(TuioChannelState& state, std::int32_t id)
 {
-    const auto found =
-        std::find_if(state.sessions.begin(), state.sessions.end(), [id](const TuioSession& s) { return s.id == id; });
-    return found == state.sessions.end() ? nullptr : &*found;
+    return findInOrder(state.sessions, state.nextSession, [id](const TuioSession& s) { return s.id == id; });
 }
 
 TuioSymbol* findSymbol(TuioChannelState& state, std::int32_t session)

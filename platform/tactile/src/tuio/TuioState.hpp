@@ -4,6 +4,7 @@
 #include <Tactile/TuioCounters.hpp>
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -101,6 +102,7 @@ struct TuioChannelState
     std::uint64_t lastTime = 0;      // TUIO 2.0
     std::vector<std::int32_t> alive; // ascending, each once
     std::vector<TuioSession> sessions;
+    std::size_t nextSession = 0;     // likely the one that is looked for next
     std::vector<TuioSymbol> symbols; // TUIO 2.0
 };
 
