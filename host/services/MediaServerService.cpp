@@ -1,5 +1,7 @@
 #include "MediaServerService.hpp"
 
+#include "MediaServerAnswer.hpp"
+
 #include <Bedrock/Trace.hpp>
 #include <Http/Address.hpp>
 
@@ -21,12 +23,6 @@ bool hasExactCode(const QJsonObject& command)
 {
     const QJsonValue code = command.value(QLatin1String("tessel"));
     return !code.isDouble() || (code.toDouble() >= 0.0 && code.toDouble() < kFirstInexactCode);
-}
-
-bool reportsSuccess(const QJsonObject& answer)
-{
-    const QJsonValue success = answer.value(QLatin1String("success"));
-    return success.toBool() || success.toString() == QLatin1String("true");
 }
 }
 
@@ -71,13 +67,12 @@ QString MediaServerService::read(const Tavola::HttpAnswer& answer, QJsonObject& 
     const int status = answer.status;
     if (status >= 300 && status < 400)
         return QStringLiteral("answered with status %1 and points elsewhere; give the address it points to").arg(status);
-    const QJsonDocument document = QJsonDocument::fromJson(answer.body);
-    object = document.object();
-    // The body of an error may say why. With a success in it, it comes from a gateway, not from the server.
-    const bool contradicts = status >= 400 && reportsSuccess(object);
-    if (document.isObject() && !contradicts)
-        return check(object);
-    return status >= 400 ? QStringLiteral("answered with status %1").arg(status) : QStringLiteral("sent no JSON object");
+    QString wrong;
+    if (const auto read = MediaServerAnswer::read(status, answer.body, wrong)) {
+        object = *read;
+        warnOfLocalPage(object);
+    }
+    return wrong;
 }
 
 void MediaServerService::end(std::uint64_t number, const Tavola::HttpAnswer& answer)
@@ -94,22 +89,14 @@ void MediaServerService::end(std::uint64_t number, const Tavola::HttpAnswer& ans
         exchange->promise.setException(failure(wrong));
 }
 
-QString MediaServerService::check(const QJsonObject& answer)
+void MediaServerService::warnOfLocalPage(const QJsonObject& answer)
 {
-    const QString text = answer.value(QLatin1String("userpageurl")).toString();
-    if (text.isEmpty())
-        return {};
-    if (text.size() > kLongestPageAddress)
-        return QStringLiteral("sent a page address of more than %1 characters").arg(kLongestPageAddress);
-    const QUrl page(text);
-    if (page.scheme() != QLatin1String("http") && page.scheme() != QLatin1String("https"))
-        return QStringLiteral("sent a page address that begins with neither http:// nor https://");
-    if (Http::isOnThisMachineOnly(page) && !std::exchange(m_hasWarned, true)) {
+    const QString page = answer.value(QLatin1String("userpageurl")).toString();
+    if (!page.isEmpty() && Http::isOnThisMachineOnly(QUrl(page)) && !std::exchange(m_hasWarned, true)) {
         Bedrock::Trace::warning("MediaServerService # Pages have addresses such as %s, which open on this machine only and on no "
                                 "visitor's phone: start tavola-mediaserver with --public-url",
-                                text.toUtf8().constData());
+                                page.toUtf8().constData());
     }
-    return {};
 }
 
 folly::Future<QJsonObject> MediaServerService::request(const QJsonObject& command)

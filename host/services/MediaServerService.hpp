@@ -15,18 +15,15 @@ namespace Host
 {
 /// The media server, reached by JSON over HTTP POST. Main thread only; futures are completed there.
 /// A future fails with a text for people: the server is away, is too slow, sends too much, closes the connection, answers with
-/// an error status, with a redirection (not followed: commands go to the address that was configured) or with something that is
-/// no JSON object. A JSON object that comes with an error status is an answer like any other, unless it reports a success.
+/// a redirection (not followed: commands go to the address that was configured) or with what MediaServerAnswer refuses.
 /// Each command is sent at most once, on a connection of its own. A command whose "tessel" is a number outside 0 to 2^53 − 1,
-/// which JSON cannot carry exactly, fails without being sent. So does an answer whose page address ("userpageurl") is no http or
-/// https address or has more than kLongestPageAddress characters. The first page address that opens on this machine alone is
-/// logged as a warning.
+/// which JSON cannot carry exactly, fails without being sent. The first page address that opens on this machine alone is logged
+/// as a warning.
 class MediaServerService final : public Tavola::ServiceInstance, public Tavola::JSONServerServiceAPI
 {
 public:
     /// Answers are short; a longer one is refused.
     static constexpr qint64 kLargestAnswerBytes = 1 << 20;
-    static constexpr int kLongestPageAddress = 2000;
 
     /// `timeoutSeconds` bounds a whole exchange, however slowly its bytes arrive. A user name and password in `address` are sent
     /// as Basic credentials; `key`, when there is one, as a bearer token in their place.
@@ -43,8 +40,7 @@ private:
     [[nodiscard]] QString read(const Tavola::HttpAnswer& answer, QJsonObject& object);
     void end(std::uint64_t number, const Tavola::HttpAnswer& answer);
     [[nodiscard]] std::runtime_error failure(const QString& what) const;
-    /// Empty, or what is wrong with the addresses in an answer.
-    [[nodiscard]] QString check(const QJsonObject& answer);
+    void warnOfLocalPage(const QJsonObject& answer);
 
     QUrl m_address;
     double m_timeoutSeconds;
