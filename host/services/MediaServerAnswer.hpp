@@ -11,8 +11,8 @@ namespace Host::MediaServerAnswer
 /// Of the address of a visitor's page, in characters.
 constexpr int kLongestPageAddress = 2000;
 
-/// The JSON object of an answer that came whole, with this HTTP status. A JSON object that comes with an error status is an answer
-/// like any other, unless it reports a success. Nothing, with what is wrong in `wrong` ("sent no JSON object"), for anything else,
-/// and for a page address ("userpageurl") that is no http or https address or too long. Any thread.
+/// The JSON object of an answer that came whole, with this HTTP status. A JSON object that comes with an error status is an
+/// answer like any other, unless it reports a success. Nothing, with what is wrong in `wrong` ("sent no JSON object"), for
+/// anything else, and for a page address ("userpageurl") that is no http or https address or too long. Any thread.
 [[nodiscard]] std::optional<QJsonObject> read(int status, const QByteArray& body, QString& wrong);
 }

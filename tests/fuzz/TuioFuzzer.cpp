@@ -7,27 +7,21 @@
 //
 // A size beyond the end means all that is left.
 
+#include "FuzzSupport.hpp"
+
 #include <Tactile/ContactTracker.hpp>
 #include <Tactile/Sample.hpp>
 #include <Tactile/TuioDecoder.hpp>
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <tuple>
 #include <vector>
 
 namespace
 {
-void require(bool holds, const char* what)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "broken promise: %s\n", what);
-    std::abort();
-}
+using Fuzz::require;
 
 /// Everything that the decoder promises of its events, from one packet to the next.
 class Promises
