@@ -30,13 +30,13 @@ bool SqliteSchema::prepare(const QString& path, QString& error) const
 
     const QString cannotWrite = QStringLiteral("cannot write ") + path;
     if (found >= version) {
-        // BEGIN IMMEDIATE alone begins reading a file that is read-only. Where another program writes, the file can be written.
+        // BEGIN IMMEDIATE alone begins reading a file that is read-only.
         const bool isWritable =
             query.exec(QStringLiteral("BEGIN IMMEDIATE")) && query.exec(QStringLiteral("PRAGMA user_version=%1").arg(found));
         const QSqlError fault = query.lastError();
+        const bool isReadable = whenLocked == WhenLocked::Open && SqliteConnection::isBusy(fault);
         query.exec(QStringLiteral("ROLLBACK"));
-        return isCurrent(found)
-            && (isWritable || SqliteConnection::isBusy(fault) || refuse(cannotWrite, fault.text(), sqliteRemedy(fault)));
+        return isCurrent(found) && (isWritable || isReadable || refuse(cannotWrite, fault.text(), sqliteRemedy(fault)));
     }
     SqliteTransaction transaction(path, SqliteTransaction::Kind::Write,
                                   [&](const QString& reason, const QString& remedy) { refuse(cannotWrite, reason, remedy); });

@@ -80,7 +80,8 @@ std::unique_ptr<Outbox> Outbox::open(const QString& folder, QString& error)
     const auto change = [&outbox](SqliteTransaction& transaction, int found, QString& fault) {
         return OutboxSchema::change(transaction, found, *outbox, fault);
     };
-    const bool isReady = SqliteSchema{"an outbox", OutboxSchema::kVersion, change}.prepare(outbox->m_database, error);
+    const SqliteSchema schema{"an outbox", OutboxSchema::kVersion, change, SqliteSchema::WhenLocked::Open};
+    const bool isReady = schema.prepare(outbox->m_database, error);
     outbox->unlock();
     return isReady ? std::move(outbox) : nullptr;
 }

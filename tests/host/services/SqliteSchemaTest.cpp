@@ -20,16 +20,19 @@ struct Bench
     QString error;
     std::vector<int> changes; ///< from these versions
     QString fault;            ///< of the next change
+    SqliteSchema::WhenLocked whenLocked = SqliteSchema::WhenLocked::Refuse;
 
     bool prepare(int version)
     {
-        const SqliteSchema schema{"a file of cards", version, [&](SqliteTransaction& transaction, int found, QString& reason) {
+        const SqliteSchema schema{"a file of cards", version,
+                                  [&](SqliteTransaction& transaction, int found, QString& reason) {
                                       changes.push_back(found);
                                       for (int i = found + 1; i <= version; ++i)
                                           transaction.run(QStringLiteral("CREATE TABLE cards%1 (code INTEGER)").arg(i));
                                       reason = fault;
                                       return fault.isEmpty() && transaction;
-                                  }};
+                                  },
+                                  whenLocked};
         error.clear();
         return schema.prepare(path, error);
     }
@@ -91,13 +94,16 @@ TEST_CASE("sqlite schema: a file of a higher version is refused and left as it w
     CHECK(bench.changes.size() == 1);
 }
 
-TEST_CASE("sqlite schema: a file that another program writes to is ready where nothing is to be changed")
+TEST_CASE("sqlite schema: a file that another program keeps locked is refused, or opened where its tables are right")
 {
     const int waitBefore = SqliteConnection::setLockWaitMs(100);
     Bench bench;
     REQUIRE(bench.prepare(1));
     {
         SqliteTransaction other(bench.path, SqliteTransaction::Kind::Write, {});
+        CHECK_FALSE(bench.prepare(1));
+        CHECK(bench.error.startsWith("cannot write " + bench.path + " ("));
+        bench.whenLocked = SqliteSchema::WhenLocked::Open;
         CHECK(bench.prepare(1));
         CHECK_FALSE(bench.prepare(2));
         CHECK(bench.error.startsWith("cannot write " + bench.path + " ("));
