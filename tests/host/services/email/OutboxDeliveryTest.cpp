@@ -265,6 +265,21 @@ TEST_CASE("outbox delivery: a delivery that cannot be noted is noted later, and 
     CHECK(bench.outbox->messages().value().empty());
 }
 
+TEST_CASE("outbox delivery: each delivery that cannot be noted is told")
+{
+    Bench bench;
+    for (int id = 1; id <= 2; ++id) {
+        auto fault = SqliteFault::fullDisk(bench.path, "DELETE", "messages");
+        expectFullDisk(bench.warning);
+        TestSupport::expectWarning("OutboxService # Failed to write what became of message " + std::to_string(id)
+                                   + " to ann@example.org (it is delivered); nothing else is sent until that is written");
+        CHECK(bench.outcome(bench.add()).success);
+        fault.mend();
+        bench.readUntil([&] { return bench.outbox->messages().value().empty(); });
+    }
+    CHECK(bench.server.mails().size() == 2);
+}
+
 TEST_CASE("outbox delivery: a delay that cannot be noted strands no message, and the log tells what is so")
 {
     Bench bench;

@@ -87,6 +87,7 @@ TEST_CASE("outbox service: a message that is never taken is given up in the end,
     bench.pass(3600.0);
     REQUIRE(bench.reports("failed", 1));
     CHECK(bench.kept()[0].state == State::Failed);
+    CHECK(bench.kept()[0].attempts == 1); // of which another might have followed
 }
 
 TEST_CASE("outbox service: a passing failure at any step loses nothing")

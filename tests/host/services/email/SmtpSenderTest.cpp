@@ -228,6 +228,19 @@ TEST_CASE("smtp sender: each recipient has an outcome of its own")
     CHECK(mails[1].recipients == std::vector<QByteArray>{"cid@example.org"});
 }
 
+TEST_CASE("smtp sender: a connection that ends after one recipient was refused is no refusal of the others")
+{
+    SmtpTestServer server;
+    server.answer("RCPT bob@example.org", "550 unknown");
+    server.closeAt("DATA");
+    OutboxMessage message = letter({"ann@example.org", "bob@example.org"});
+    const auto result = send(testSettings(server.address()), message);
+    CHECK(result.outcome == Outcome::Later);
+    CHECK(result.words.endsWith(" broke"));
+    CHECK(message.recipients[0].outcome == OutboxMessage::Outcome::Open);
+    CHECK(message.recipients[1].outcome == OutboxMessage::Outcome::Refused);
+}
+
 TEST_CASE("smtp sender: with recipients refused for now and for good, those for now are tried again")
 {
     SmtpTestServer server;
