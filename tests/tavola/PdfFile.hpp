@@ -38,28 +38,29 @@ inline void writeBytes(const QString& path, const QByteArray& bytes)
     REQUIRE(file.write(bytes) == bytes.size());
 }
 
+/// A document of these objects, which are numbered from 1 on; the first one is its catalogue.
+inline QByteArray of(const std::vector<QByteArray>& objects, const QByteArray& trailer = {})
+{
+    QByteArray pdf = "%PDF-1.5\n";
+    QByteArray places;
+    int number = 0;
+    for (const QByteArray& object : objects) {
+        places += QByteArray::number(pdf.size()).rightJustified(10, '0') + " 00000 n \n";
+        pdf += QByteArray::number(++number) + " 0 obj\n" + object + "\nendobj\n";
+    }
+    const QByteArray size = QByteArray::number(number + 1);
+    const QByteArray table = QByteArray::number(pdf.size());
+    return pdf + "xref\n0 " + size + "\n0000000000 65535 f \n" + places + "trailer\n<< /Size " + size + " /Root 1 0 R " + trailer
+        + " >>\nstartxref\n" + table + "\n%%EOF\n";
+}
+
 /// An empty page behind a random password: standard handler, 40 bits.
 inline QByteArray locked()
 {
-    QByteArray pdf = "%PDF-1.4\n";
-    std::vector<int> places;
-    const char* const objects[] = {
-        "<< /Type /Catalog /Pages 2 0 R >>",
-        "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
-        "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 200 100] >>",
-        "<< /Filter /Standard /V 1 /R 2 /P -4 /O <1111111111111111111111111111111111111111111111111111111111111111>"
-        " /U <2222222222222222222222222222222222222222222222222222222222222222> >>",
-    };
-    int number = 0;
-    for (const char* object : objects) {
-        places.push_back(pdf.size());
-        pdf += QByteArray::number(++number) + " 0 obj\n" + object + "\nendobj\n";
-    }
-    const int table = pdf.size();
-    pdf += "xref\n0 5\n0000000000 65535 f \n";
-    for (const int place : places)
-        pdf += QByteArray::number(place).rightJustified(10, '0') + " 00000 n \n";
-    return pdf + "trailer\n<< /Size 5 /Root 1 0 R /Encrypt 4 0 R /ID [<33> <33>] >>\nstartxref\n" + QByteArray::number(table)
-        + "\n%%EOF\n";
+    return of({"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+               "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 200 100] >>",
+               "<< /Filter /Standard /V 1 /R 2 /P -4 /O <1111111111111111111111111111111111111111111111111111111111111111>"
+               " /U <2222222222222222222222222222222222222222222222222222222222222222> >>"},
+              "/Encrypt 4 0 R /ID [<33> <33>]");
 }
 }

@@ -1,52 +1,32 @@
 #pragma once
 
+#include "content/PageProgram.hpp"
+
 #include <Bedrock/WorkerPool.hpp>
 
-#include <QDateTime>
-#include <QImage>
 #include <QSet>
-#include <QSizeF>
 #include <QString>
 
 #include <atomic>
 #include <functional>
-#include <list>
 #include <memory>
-
-namespace Poppler
-{
-class Document;
-}
 
 namespace Tavola
 {
-/// Renders pages of PDF files on one thread of its own; the files that were used last stay open. Requests are served in their
-/// order. Owned by the application; main thread only.
+/// Renders pages of PDF files, one at a time and in the order of the requests, each in a process of its own (PageProgram.hpp).
+/// Owned by the application; main thread only.
 class PdfPages
 {
 public:
-    static constexpr int kMostPixels = 4096; ///< of a page's longer side
-    static constexpr std::size_t kOpenFiles = 4;
+    static constexpr int kMostPixels = RenderedPage::kMostPixels; ///< of a page's longer side
 
-    struct Request
-    {
-        QString path;
-        int page = 0; ///< from 0; the last one where the document has fewer
-        int widthPx = 0;
-    };
-    struct Outcome
-    {
-        QImage image; ///< null when the page cannot be shown
-        QString error;
-        QSizeF pageSize; ///< points
-        int page = 0;
-        int pageCount = 0;
-    };
+    using Request = PageRequest;
+    using Outcome = RenderedPage;
     using Done = std::function<void(const Outcome&)>;
     /// Kept by the caller of `request`. Destroying it or setting it to true withdraws the request: `done` is not called.
     using Cancel = std::shared_ptr<std::atomic<bool>>;
 
-    PdfPages();
+    explicit PdfPages(const PageLimits& limits = {});
     ~PdfPages();
     PdfPages(const PdfPages&) = delete;
     PdfPages& operator=(const PdfPages&) = delete;
@@ -57,17 +37,7 @@ public:
     [[nodiscard]] bool isFirstFailure(const QString& text);
 
 private:
-    struct OpenFile
-    {
-        QString path;
-        QDateTime modified;
-        std::shared_ptr<Poppler::Document> document;
-    };
-
-    Outcome render(const Request& request, const std::atomic<bool>& cancelled);
-    std::shared_ptr<Poppler::Document> document(const QString& path, QString& error);
-
-    std::list<OpenFile> m_open; ///< the last used first; belongs to the thread
+    PageLimits m_limits;
     std::atomic<bool> m_stopping{false};
     QSet<QString> m_failures;
     Bedrock::WorkerPool m_thread{1}; ///< last member: its thread ends first
