@@ -59,9 +59,11 @@ std::optional<Http::Response> CommandDoor::refuse(const Http::Request& request) 
     }
     // A browser on the tables' network sends what any web page asks it to, and gets round the firewall that keeps others
     // out; but it adds where the page is from. Tables add nothing.
-    if (request.hasHeader("Origin")) {
-        return refusal(403,
-                       QStringLiteral("Commands are taken from tables, not from web pages: the request has an Origin header."));
+    for (const char* header : {"Origin", "Sec-Fetch-Site"}) {
+        if (request.hasHeader(header))
+            return refusal(403,
+                           QStringLiteral("Commands are taken from tables, not from web pages: the request has an %1 header.")
+                               .arg(QLatin1String(header)));
     }
     if (m_keys && !m_keys->accepts(request)) {
         Http::Response response =

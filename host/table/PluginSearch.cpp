@@ -45,6 +45,8 @@ std::unique_ptr<Tavola::PluginLoader> loadPlugin(const QString& nameOrPath, QStr
         error = isPluginPath(nameOrPath) ? QStringLiteral("there is no plug-in file %1").arg(nameOrPath)
                                          : QStringLiteral("there is no plug-in %1; looked for in %2")
                                                .arg(nameOrPath, pluginFolders().join(QStringLiteral(", ")));
+        if (!isPluginPath(nameOrPath) && nameOrPath.endsWith(QLatin1String(".so")))
+            error += QStringLiteral(". A file is named with a slash: ./%1").arg(nameOrPath);
         return nullptr;
     }
     QString reason;

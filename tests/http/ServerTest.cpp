@@ -513,7 +513,10 @@ TEST_CASE("HTTP server: a Unix socket serves its user alone, and the file of a d
         Server second;
         const auto inUse = second.listen(*Address::parse(address), patient(), hello);
         REQUIRE_FALSE(inUse);
-        CHECK(inUse.error().startsWith(QStringLiteral("Cannot listen on the Unix socket \"%1\": ").arg(path)));
+        CHECK(inUse.error()
+              == QStringLiteral("Cannot listen on the Unix socket \"%1\": Address already in use; end the program that listens "
+                                "there, or give another address")
+                     .arg(path));
     }
     CHECK_FALSE(QFile::exists(path));
 
@@ -527,6 +530,22 @@ TEST_CASE("HTTP server: a Unix socket serves its user alone, and the file of a d
     REQUIRE(QFile::exists(path));
     const HttpServerThread server(patient(), hello, address);
     CHECK(talk().endsWith("/hello"));
+}
+
+TEST_CASE("HTTP server: the socket of another server, which took the place of a removed one, stays when this one ends")
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("door"));
+    const auto address = Address::parse(QStringLiteral("unix:") + path);
+    const auto hello = [](const Request&, Reply) {};
+    Server second;
+    {
+        Server first;
+        REQUIRE(first.listen(*address, patient(), hello));
+        REQUIRE(QFile::remove(path));
+        REQUIRE(second.listen(*address, patient(), hello));
+    }
+    CHECK(QFile::exists(path));
 }
 
 TEST_CASE("HTTP server: a Unix socket replaces no file, and its path has a bound")

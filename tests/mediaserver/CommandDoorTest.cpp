@@ -93,6 +93,10 @@ TEST_CASE_FIXTURE(TwoDoors, "command door: a command that a web page makes a bro
                   == QLatin1String("Commands are taken from tables, not from web pages: the request has an Origin header."));
         }
     }
+    HttpClient client(commands.port());
+    client.send("POST / HTTP/1.1\r\nHost: 127.0.0.1\r\nSec-Fetch-Site: cross-site\r\nContent-Length: "
+                + std::to_string(std::string(kGetPage).size()) + "\r\n\r\n" + kGetPage);
+    CHECK(client.receive().value().status == 403);
     CHECK(files(path).size() == 1);
 }
 

@@ -61,6 +61,8 @@ tl::expected<BearerKeys, QString> BearerKeys::read(const QString& file)
     };
     // Waits for nothing, should a pipe have taken the file's place.
     const File opened(::open(QFile::encodeName(file).constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    if (!opened.isOpen() && errno == ELOOP)
+        return failed(QStringLiteral("is a symbolic link: name the file itself"));
     if (!opened.isOpen())
         return failed(QStringLiteral("cannot be opened (%1)").arg(systemError()));
     struct stat status = {};

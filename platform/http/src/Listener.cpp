@@ -35,7 +35,17 @@ tcp::endpoint tcpEndpoint(const asio::generic::stream_protocol::endpoint& generi
 
 QString words(const error_code& error)
 {
-    return QString::fromStdString(error.message());
+    const QString text = QString::fromStdString(error.message());
+    return error == asio::error::address_in_use
+        ? text + QStringLiteral("; end the program that listens there, or give another address")
+        : text;
+}
+
+/// The number of the file in its file system; 0 when there is none.
+ino_t fileNumber(const std::string& path)
+{
+    struct stat status = {};
+    return ::lstat(path.c_str(), &status) == 0 ? status.st_ino : 0;
 }
 
 /// Whether `path` is a socket of this user that no process listens on: what a killed server leaves behind.
@@ -117,6 +127,7 @@ QString Listener::openUnixSocket(const QString& path)
     if (error)
         return failed(words(error));
     m_socketFile = file.toStdString();
+    m_socketNumber = fileNumber(m_socketFile);
     if (m_acceptor.listen(asio::socket_base::max_listen_connections, error) || m_acceptor.non_blocking(true, error))
         return failed(words(error));
     return {};
@@ -127,7 +138,8 @@ void Listener::close()
     error_code ignored;
     m_acceptor.close(ignored);
     m_pause.cancel();
-    if (!m_socketFile.empty())
+    // Another server may have made a new one where this one's was removed.
+    if (!m_socketFile.empty() && fileNumber(m_socketFile) == m_socketNumber)
         ::unlink(m_socketFile.c_str());
     m_socketFile.clear();
 }

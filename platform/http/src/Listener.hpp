@@ -6,6 +6,8 @@
 #include <boost/asio/generic/stream_protocol.hpp>
 #include <boost/asio/steady_timer.hpp>
 
+#include <sys/types.h>
+
 namespace Http
 {
 /// Accepts the connections of one door. On the server's thread; borrows the door, which outlives it.
@@ -33,6 +35,8 @@ private:
     Door& m_door;
     boost::asio::basic_socket_acceptor<Protocol> m_acceptor;
     boost::asio::steady_timer m_pause;
-    std::string m_socketFile; ///< to be removed
+    /// The file of a Unix socket, to be removed while it is the one that was made.
+    std::string m_socketFile;
+    ino_t m_socketNumber = 0;
 };
 }

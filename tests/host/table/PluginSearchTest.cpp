@@ -83,6 +83,8 @@ TEST_CASE("plug-in search: a plug-in that cannot be loaded is named with the rea
     QString error;
     CHECK_FALSE(loadPlugin(QStringLiteral("none"), error));
     CHECK(error == QStringLiteral("there is no plug-in none; looked for in ") + pluginFolders().join(QStringLiteral(", ")));
+    CHECK_FALSE(loadPlugin(QStringLiteral("none.so"), error));
+    CHECK(error.endsWith(QLatin1String(". A file is named with a slash: ./none.so")));
     CHECK_FALSE(loadPlugin(QStringLiteral("/nowhere/such.so"), error));
     CHECK(error == "there is no plug-in file /nowhere/such.so");
     const QString broken = folder.write(QStringLiteral("broken.so"), "This is a letter, not a library.");

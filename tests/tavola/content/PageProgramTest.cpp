@@ -42,8 +42,8 @@ QByteArray hugePicture(unsigned side)
 {
     const QByteArray steps = QByteArray(1, '\x40') + QByteArray(16, '\x48');
     QByteArray codes("\xff\x4f\xff\x51", 4);
-    codes += big(47, 2) + big(0, 2) + big(side, 4) + big(side, 4) + big(0, 4) + big(0, 4) + big(side, 4) + big(side, 4) + big(0, 4)
-        + big(0, 4) + big(3, 2) + QByteArray("\x07\x01\x01\x07\x01\x01\x07\x01\x01", 9);
+    codes += big(47, 2) + big(0, 2) + big(side, 4) + big(side, 4) + big(0, 4) + big(0, 4) + big(side, 4) + big(side, 4)
+        + big(0, 4) + big(0, 4) + big(3, 2) + QByteArray("\x07\x01\x01\x07\x01\x01\x07\x01\x01", 9);
     codes += QByteArray("\xff\x52\0\x0c\0\0\0\x01\0\x05\x04\x04\0\x01", 14);
     codes += QByteArray("\xff\x5c", 2) + big(19, 2) + steps;
     codes += QByteArray("\xff\x90", 2) + big(10, 2) + big(0, 2) + big(0, 4) + QByteArray("\0\x01\xff\x93", 4);

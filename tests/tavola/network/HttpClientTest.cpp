@@ -1,10 +1,17 @@
 #include <Tavola/HttpClient.hpp>
 
 #include <EventLoop.hpp>
+#include <Patience.hpp>
 #include <ReservedPort.hpp>
 
+#include <QFile>
+#include <QProcess>
+#include <QSslCertificate>
+#include <QSslKey>
+#include <QSslSocket>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTemporaryDir>
 
 #include <doctest/doctest.h>
 
@@ -87,6 +94,48 @@ struct Client
         return *answer;
     }
     std::unique_ptr<HttpClient> client = std::make_unique<HttpClient>();
+};
+
+/// Speaks TLS with a certificate that it has signed itself, and answers `kSmall`.
+class SecureServer final : public QTcpServer
+{
+public:
+    SecureServer()
+    {
+        const QString key = m_folder.filePath(QStringLiteral("key.pem"));
+        const QString certificate = m_folder.filePath(QStringLiteral("certificate.pem"));
+        QProcess openssl;
+        openssl.start(QStringLiteral("openssl"),
+                      {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", key, "-out", certificate, "-days", "2",
+                       "-subj", "/CN=127.0.0.1", "-addext", "subjectAltName=IP:127.0.0.1"});
+        REQUIRE(openssl.waitForFinished(TestSupport::kPatienceMs));
+        REQUIRE(openssl.exitCode() == 0);
+        QFile file(key);
+        REQUIRE(file.open(QIODevice::ReadOnly));
+        m_key = QSslKey(file.readAll(), QSsl::Rsa);
+        m_certificate = QSslCertificate::fromPath(certificate).value(0);
+        REQUIRE(listen(QHostAddress::LocalHost));
+    }
+    int requests = 0;
+
+protected:
+    void incomingConnection(qintptr descriptor) override
+    {
+        auto* socket = new QSslSocket(this);
+        socket->setLocalCertificate(m_certificate);
+        socket->setPrivateKey(m_key);
+        socket->setSocketDescriptor(descriptor);
+        connect(socket, &QSslSocket::readyRead, socket, [this, socket] {
+            ++requests;
+            socket->write("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nmoons");
+        });
+        socket->startServerEncryption();
+    }
+
+private:
+    QTemporaryDir m_folder;
+    QSslKey m_key;
+    QSslCertificate m_certificate;
 };
 
 const QByteArray kSmall = "HTTP/1.1 200 OK\r\nContent-Length: 5\r\nX-Colour:  red \r\n\r\nmoons";
@@ -206,6 +255,17 @@ TEST_CASE_FIXTURE(Client,
     const HttpAnswer insecure = ask(request);
     CHECK(insecure.end == End::NotTrusted);
     CHECK_FALSE(insecure.detail.isEmpty());
+}
+
+TEST_CASE_FIXTURE(Client, "http client: a server whose certificate no authority has signed is sent nothing")
+{
+    SecureServer server;
+    HttpRequest request;
+    request.url = QUrl(QStringLiteral("https://127.0.0.1:%1/").arg(server.serverPort()));
+    const HttpAnswer answer = ask(request);
+    CHECK(answer.end == End::NotTrusted);
+    CHECK(answer.detail.contains(QLatin1String("self-signed")));
+    CHECK(server.requests == 0);
 }
 
 TEST_CASE_FIXTURE(Client, "http client: a redirection is an answer")
