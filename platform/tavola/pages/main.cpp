@@ -19,6 +19,7 @@
 #include <poppler-qt5.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <csignal>
 
@@ -86,8 +87,7 @@ int main(int argc, char** argv)
 #endif
     Poppler::setDebugErrorFunction(ignoreMessage, QVariant());
     const QByteArray answer = render(QString::fromLocal8Bit(argv[1]), std::atoi(argv[2]), std::atoi(argv[3])).toBytes();
-    return std::fwrite(answer.constData(), 1, std::size_t(answer.size()), stdout) == std::size_t(answer.size())
-            && std::fflush(stdout) == 0
-        ? 0
-        : 1;
+    const bool isWritten = std::fwrite(answer.constData(), 1, std::size_t(answer.size()), stdout) == std::size_t(answer.size())
+        && std::fflush(stdout) == 0;
+    ::_exit(isWritten ? 0 : 1); // the system frees what the libraries keep
 }

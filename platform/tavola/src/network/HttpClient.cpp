@@ -2,12 +2,15 @@
 
 #include "network/HttpTransfer.hpp"
 
-#include <QMetaObject>
 #include <QObject>
+#include <QSocketNotifier>
 
 #include <algorithm>
+#include <cstdint>
 #include <mutex>
+#include <sys/eventfd.h>
 #include <thread>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -38,7 +41,11 @@ QByteArray HttpAnswer::header(const char* name) const
 
 struct HttpClient::Private : std::enable_shared_from_this<HttpClient::Private>
 {
-    QObject user; ///< in the thread of the client's user
+    ~Private();
+
+    /// Wakes the event loop of the client's user when answers wait.
+    int wake = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    QSocketNotifier notifier{wake, QSocketNotifier::Read};
     CURLM* multi = newMulti();
     std::mutex mutex;
     Transfers added;         ///< guarded, as the next two are
@@ -52,6 +59,12 @@ struct HttpClient::Private : std::enable_shared_from_this<HttpClient::Private>
     void collectEnded(Transfers& running);
     void deliver();
 };
+
+HttpClient::Private::~Private()
+{
+    notifier.setEnabled(false);
+    ::close(wake);
+}
 
 void HttpClient::Private::run()
 {
@@ -115,13 +128,15 @@ void HttpClient::Private::collectEnded(Transfers& running)
         const std::lock_guard<std::mutex> guard(mutex);
         ended.push_back(std::move(*found));
         running.erase(found);
-        QMetaObject::invokeMethod(
-            &user, [this] { deliver(); }, Qt::QueuedConnection);
+        const std::uint64_t one = 1;
+        [[maybe_unused]] const ssize_t written = ::write(wake, &one, sizeof one);
     }
 }
 
 void HttpClient::Private::deliver()
 {
+    std::uint64_t count = 0;
+    [[maybe_unused]] const ssize_t read = ::read(wake, &count, sizeof count);
     Transfers arrived;
     {
         const std::lock_guard<std::mutex> guard(mutex);
@@ -136,7 +151,10 @@ void HttpClient::Private::deliver()
     }
 }
 
-HttpClient::HttpClient() : d(std::make_shared<Private>()) {}
+HttpClient::HttpClient() : d(std::make_shared<Private>())
+{
+    QObject::connect(&d->notifier, &QSocketNotifier::activated, &d->notifier, [client = d.get()] { client->deliver(); });
+}
 
 HttpClient::~HttpClient()
 {
@@ -163,8 +181,8 @@ HttpClient::Exchange HttpClient::send(HttpRequest request, Done done)
     curl_multi_wakeup(d->multi);
     // The pointer stands for the exchange alone; what it points to is not used.
     return {transfer.get(), [transfer, client = std::weak_ptr<Private>(d)](void*) {
-                transfer->isCancelled = true;
                 transfer->done = nullptr;
+                transfer->isCancelled = true;
                 if (const auto alive = client.lock())
                     curl_multi_wakeup(alive->multi);
             }};
