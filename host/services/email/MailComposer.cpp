@@ -84,16 +84,20 @@ QString rewind(QIODevice& device)
 QByteArray headerText(const QString& text)
 {
     static const QRegularExpression plain(QStringLiteral("\\A(?!.*=\\?)(?:[!-~]{0,39}(?: |\\z))*\\z"));
-    constexpr int kWordLetters = 9;
+    constexpr int kWordBytes = 39;
     const QString line = MailText::oneLine(text);
     if (plain.match(line).hasMatch())
         return line.toLatin1();
-    QList<QByteArray> words;
-    const QVector<uint> letters = line.toUcs4();
-    for (int i = 0; i < letters.size(); i += kWordLetters) {
-        const QString word = QString::fromUcs4(letters.constData() + i, std::min(kWordLetters, letters.size() - i));
-        words << "=?UTF-8?B?" + word.toUtf8().toBase64() + "?=";
+    // As few as possible: some readers show a blank between two.
+    QList<QByteArray> words{QByteArray()};
+    for (const uint letter : line.toUcs4()) {
+        const QByteArray bytes = QString::fromUcs4(&letter, 1).toUtf8();
+        if (words.last().size() + bytes.size() > kWordBytes)
+            words << QByteArray();
+        words.last() += bytes;
     }
+    for (QByteArray& word : words)
+        word = "=?UTF-8?B?" + word.toBase64() + "?=";
     return words.join(' ');
 }
 

@@ -134,6 +134,14 @@ TEST_CASE("mail composer: subjects, names and texts of any letters arrive as the
     }
 }
 
+TEST_CASE("mail composer: a name of a few letters is one encoded word, because some readers show a blank between two")
+{
+    Bench bench;
+    bench.letter.recipients[0].address.name = QString::fromUtf8("Lena \u00d6deg\u00e5rd");
+    (void)bench.mail();
+    CHECK(bench.bytes().contains("=?UTF-8?B?TGVuYSDDlmRlZ8OlcmQ=?= <"));
+}
+
 TEST_CASE("mail composer: no line end passes from a name, a subject or a file's name into the header")
 {
     Bench bench;
