@@ -28,11 +28,20 @@ namespace Host
 {
 namespace
 {
-std::optional<ContentNote> read(const QString& path)
+/// Nothing when the file cannot be read, or when `isStopped` is set meanwhile.
+std::optional<ContentNote> read(const QString& path, const std::atomic<bool>& isStopped)
 {
+    constexpr qint64 kPieceBytes = 1 << 20;
     QFile file(path);
     QCryptographicHash hash(QCryptographicHash::Sha256);
-    if (!file.open(QIODevice::ReadOnly) || !hash.addData(&file))
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return std::nullopt;
+    for (QByteArray piece = file.read(kPieceBytes); !piece.isEmpty(); piece = file.read(kPieceBytes)) {
+        hash.addData(piece);
+        if (isStopped)
+            return std::nullopt;
+    }
+    if (file.error() != QFileDevice::NoError)
         return std::nullopt;
     return ContentNote{QFileInfo(path).fileName(), path, hash.result().toHex(), file.size()};
 }
@@ -89,7 +98,7 @@ std::optional<ContentNote> ContentStream::Private::describe(const QString& path)
     const auto known = seen.find(path);
     if (known != seen.end() && known->second.changed == file.lastModified() && known->second.note.size == file.size())
         return known->second.note;
-    auto note = read(path);
+    auto note = read(path, isStopped);
     if (note)
         seen[path] = {file.lastModified(), *note};
     return note;
@@ -171,12 +180,12 @@ ContentStream::ContentStream(const Settings& settings) : d(std::make_unique<Priv
 
 ContentStream::~ContentStream()
 {
-    d->reader.shutdown();
     {
         const std::lock_guard<std::mutex> guard(d->mutex);
         d->isStopped = true;
     }
     d->changed.notify_all();
+    d->reader.shutdown();
     d->sending.join();
 }
 

@@ -31,7 +31,8 @@ public:
 
     /// Begins with what the queue has kept.
     explicit ContentStream(const Settings& settings);
-    /// Ends the transfer that is under way; it goes on when the queue is opened again. Calls of `describe` that wait are dropped.
+    /// Ends the transfer that is under way; it goes on when the queue is opened again. A file that is being read is given up, and
+    /// calls of `describe` that wait are dropped.
     ~ContentStream();
     ContentStream(const ContentStream&) = delete;
     ContentStream& operator=(const ContentStream&) = delete;

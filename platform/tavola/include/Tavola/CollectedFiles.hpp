@@ -7,8 +7,9 @@
 
 namespace Tavola
 {
-/// The files of this computer that content was described with (`FileRepresentation::widgetData`), by their bare names: a media
-/// server knows content by name alone, and a service that sends it there needs the path. A part of the application
+/// The files of this computer that content was described with (`FileRepresentation::widgetData`), by their bare names. The
+/// commands to a media server carry names alone; a service that sends the content there finds the path here. A part of the
+/// application
 /// (`Tavola::part<CollectedFiles>()`). Main thread only.
 class TAVOLA_EXPORT CollectedFiles
 {

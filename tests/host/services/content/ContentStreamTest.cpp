@@ -146,3 +146,20 @@ TEST_CASE_FIXTURE(Fixture, "content stream: what an outage has delayed is sent a
     CHECK(pumpUntil([&] { return kept() == 0; }));
     CHECK(server.content(QStringLiteral("map.png")) == content);
 }
+
+TEST_CASE_FIXTURE(Fixture, "content stream: a closing table waits for no large file to be read")
+{
+    const QString path = write("film.mp4", "film");
+    REQUIRE(QFile::resize(path, qint64(40) << 30)); // takes no room on the disk, and minutes to read
+    bool isDescribed = false;
+    {
+        ContentStream stream(settings(server.address()));
+        (void)describe(stream, write("map.png", content));
+        stream.describe(path, [&isDescribed](const std::optional<ContentNote>& note) { isDescribed = note.has_value(); });
+    }
+    // Given up, or dropped before it began.
+    const auto notes = ContentQueue(queueFile).notes();
+    REQUIRE(notes->size() == 1);
+    CHECK(notes->front().name == QLatin1String("map.png"));
+    CHECK_FALSE(isDescribed);
+}
