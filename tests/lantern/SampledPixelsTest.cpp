@@ -4,6 +4,7 @@
 
 #include <Lantern/ImageTarget.hpp>
 #include <Lantern/RenderContext.hpp>
+#include <Lantern/Style.hpp>
 
 #include <QRegion>
 
@@ -105,4 +106,26 @@ TEST_CASE("sampled pixels: a picture shown one pixel for one pixel keeps its pix
         context.pop();
     });
     CHECK(target.image().copy(7, 9, 60, 40) == image);
+}
+
+TEST_CASE("sampled pixels: an opaque picture that is faint lets what is below shine through")
+{
+    QImage white(60, 50, QImage::Format_RGB32);
+    white.fill(Qt::white);
+    for (const float angle : {0.f, 0.4f}) {
+        CAPTURE(angle);
+        Lantern::ImageTarget target({420, 330});
+        target.paint(QRect(0, 0, 420, 330), [&](Lantern::RenderContext& context) {
+            context.drawRect({0, 0, 420, 330}, 0.f, Lantern::Style().setFill({0.f, 0.f, 1.f, 1.f}));
+            context.pushTransform(Vecta::Transform::translation({100.f, 90.f}) * Vecta::Transform::rotation(angle));
+            context.pushOpacity(0.25f);
+            context.drawImage(white, {0, 0, 200, 160});
+            context.pop();
+            context.pop();
+        });
+        const QRgb pixel = target.image().pixel(160, 200);
+        CHECK(qBlue(pixel) == 255);
+        CHECK(std::abs(qRed(pixel) - 64) <= 1);
+        CHECK(target.image().pixel(10, 10) == 0xff0000ffu);
+    }
 }
