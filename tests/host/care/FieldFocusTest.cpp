@@ -71,6 +71,11 @@ TEST_CASE("field focus: what is refused keeps the keyboard")
     REQUIRE(f.field->hasPseudoClass("invalid"));
     CHECK(f.isEditing());
     CHECK(f.field->text() == "no");
+    // A keyboard that is closed after the refusal stays closed.
+    f.field->keyboard()->close();
+    f.host.frames(10);
+    CHECK(f.field->hasPseudoClass("invalid"));
+    CHECK_FALSE(f.isEditing());
 }
 
 TEST_CASE("field focus: a field without the attribute is left alone")
