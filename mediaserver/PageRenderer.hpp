@@ -46,11 +46,11 @@ struct Question
     QString back;   ///< the person's page, relative to this one
 };
 
-/// A document with what a browser needs to be told about it.
+/// A document with the headers that go with it.
 struct Page
 {
     QByteArray document;       ///< HTML, UTF-8
-    QByteArray version;        ///< of the collection: the same as long as it looks the same; else empty
+    QByteArray version;        ///< of the collection: equal for equal collections; empty on other pages
     QByteArray securityPolicy; ///< Content-Security-Policy: this page's style sheet and script, and pictures of this server
 };
 

@@ -1,9 +1,12 @@
 #include "PageWorkshop.hpp"
 
 #include "CollectionArchive.hpp"
-#include "Log.hpp"
+
+#include <QDir>
+#include <QFile>
 
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <utility>
 
 namespace MediaServer
@@ -20,10 +23,9 @@ qint64 sizeOf(const Http::File& file)
 
 } // namespace
 
-PageWorkshop::PageWorkshop(const ContentFolder& content, qint64 largestArchiveBytes)
-    : m_content(content), m_largestArchiveBytes(largestArchiveBytes)
-{
-}
+PageWorkshop::PageWorkshop(const ContentFolder& content) : PageWorkshop(content, Limits()) {}
+
+PageWorkshop::PageWorkshop(const ContentFolder& content, const Limits& limits) : m_content(content), m_limits(limits) {}
 
 void PageWorkshop::sendThumbnail(Http::Response whole, Http::Reply reply)
 {
@@ -53,7 +55,16 @@ void PageWorkshop::sendArchive(std::vector<Item> items, Refusals refusals, Http:
     });
 }
 
-Http::Response PageWorkshop::archive(const std::vector<Item>& items, Refusals& refusals) const
+/// Archives on their way to slow phones take room for as long as that lasts, so that a count of them is no bound.
+bool PageWorkshop::hasRoom(qint64 bytes)
+{
+    struct statvfs disk;
+    if (::statvfs(QFile::encodeName(QDir::tempPath()).constData(), &disk) != 0)
+        return false;
+    return static_cast<qint64>(disk.f_bavail) * static_cast<qint64>(disk.f_frsize) - bytes >= m_limits.freeBytes;
+}
+
+Http::Response PageWorkshop::archive(const std::vector<Item>& items, Refusals& refusals)
 {
     std::vector<ArchiveEntry> entries;
     QByteArray links;
@@ -67,15 +78,20 @@ Http::Response PageWorkshop::archive(const std::vector<Item>& items, Refusals& r
         if (!file)
             continue; // the page shows that it is not there
         bytes += sizeOf(*file);
-        if (bytes > m_largestArchiveBytes)
+        if (bytes > m_limits.archiveBytes)
             return std::move(refusals.tooLarge);
         entries.push_back({item.value, std::move(*file), {}});
     }
     if (!links.isEmpty())
         entries.push_back({QStringLiteral("links.txt"), {}, links});
+    if (!hasRoom(bytes)) {
+        m_warnings.log("A collection was not packed", "too little room in the temporary folder");
+        refusals.failed.status = 503;
+        return std::move(refusals.failed);
+    }
     auto packed = packCollection(entries);
     if (!packed) {
-        logWarning(QStringLiteral("A collection could not be packed"), packed.error());
+        m_warnings.log("A collection could not be packed", packed.error().toStdString());
         return std::move(refusals.failed);
     }
     Http::Response response;

@@ -4,6 +4,7 @@
 #include "ItemStore.hpp"
 #include "Thumbnails.hpp"
 
+#include <Bedrock/RareWarnings.hpp>
 #include <Bedrock/WorkerPool.hpp>
 #include <Http/Reply.hpp>
 
@@ -27,8 +28,15 @@ public:
     };
     static constexpr int kMostWaitingArchives = 8;
 
-    /// `largestArchiveBytes`: of all files together.
-    explicit PageWorkshop(const ContentFolder& content, qint64 largestArchiveBytes = qint64(1) << 30);
+    struct Limits
+    {
+        qint64 archiveBytes = qint64(1) << 30; ///< of all files of a collection together
+        qint64 freeBytes = qint64(1) << 28;    ///< that an archive leaves on the disk of the temporary folder
+    };
+
+    /// With the usual limits.
+    explicit PageWorkshop(const ContentFolder& content);
+    PageWorkshop(const ContentFolder& content, const Limits& limits);
 
     /// Sends `whole`, the answer with the file of a picture, with a small picture in the place of the file if one can be made.
     void sendThumbnail(Http::Response whole, Http::Reply reply);
@@ -37,11 +45,13 @@ public:
     void sendArchive(std::vector<Item> items, Refusals refusals, Http::Reply reply);
 
 private:
-    [[nodiscard]] Http::Response archive(const std::vector<Item>& items, Refusals& refusals) const;
+    [[nodiscard]] Http::Response archive(const std::vector<Item>& items, Refusals& refusals);
+    [[nodiscard]] bool hasRoom(qint64 bytes);
 
     const ContentFolder m_content;
-    const qint64 m_largestArchiveBytes;
-    Thumbnails m_thumbnails; ///< on the painter's thread
+    const Limits m_limits;
+    Thumbnails m_thumbnails;                         ///< on the painter's thread
+    Bedrock::RareWarnings m_warnings{"MediaServer"}; ///< on the packer's thread
     std::atomic<int> m_waitingArchives{0};
     Bedrock::WorkerPool m_painter{1};
     Bedrock::WorkerPool m_packer{1}; ///< last members: the threads end first

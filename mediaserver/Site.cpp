@@ -271,7 +271,7 @@ std::optional<Http::Response> Site::form(const Visit& visit, const QStringList& 
     question.key = m_keys.key(visit.token, rest.join(QLatin1Char('/')));
     question.back = QStringLiteral("../").repeated(rest.size()) + visit.token + visit.suffix;
     Http::Response response = html(200, m_renderer.question(texts, question));
-    // Browsers say where a form comes from only if its page lets them tell its own site.
+    // With the usual policy, "no-referrer", browsers send "Origin: null" with the form.
     response.addHeader("Referrer-Policy", "same-origin");
     return response;
 }

@@ -12,7 +12,7 @@ using namespace MediaServer;
 namespace
 {
 
-/// A person with three items, and a browser that looks at their page.
+/// A person with three items, and the requests of their browser.
 struct Visitor : TwoDoors
 {
     Visitor()

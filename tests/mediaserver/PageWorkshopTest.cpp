@@ -2,6 +2,7 @@
 
 #include "Folder.hpp"
 
+#include <LogCapture.hpp>
 #include <doctest/doctest.h>
 
 #include <QImage>
@@ -86,9 +87,17 @@ TEST_CASE_FIXTURE(Fixture, "page workshop: a collection that is too large is ref
 {
     folder.write(QStringLiteral("one.png"), QByteArray(600, '1'));
     folder.write(QStringLiteral("two.png"), QByteArray(401, '2'));
-    PageWorkshop shop(content, 1000);
+    PageWorkshop shop(content, {1000, 0});
     CHECK(archive(shop, {item(ItemKind::File, "one.png"), item(ItemKind::File, "two.png")}).status == 413);
     CHECK(archive(shop, {item(ItemKind::File, "one.png")}).status == 200);
+}
+
+TEST_CASE_FIXTURE(Fixture, "page workshop: an archive leaves room on the disk, or is not made")
+{
+    folder.write(QStringLiteral("one.png"), "1");
+    PageWorkshop shop(content, {1000, qint64(1) << 60});
+    TestSupport::expectWarning("MediaServer # A collection was not packed (too little room in the temporary folder)");
+    CHECK(archive(shop, {item(ItemKind::File, "one.png")}).status == 503);
 }
 
 TEST_CASE_FIXTURE(Fixture, "page workshop: so many archives wait and no more, until one is sent")
