@@ -26,6 +26,12 @@ TEST_CASE("color: hexadecimal notations are read with alpha last")
         {"GRAY", 128, 128, 128, 255},
         {"grey", 128, 128, 128, 255},
         {"orange", 255, 165, 0, 255},
+        {"aliceblue", 240, 248, 255, 255},
+        {"yellowgreen", 154, 205, 50, 255},
+        {"rebeccapurple", 102, 51, 153, 255},
+        {"LightGoldenrodYellow", 250, 250, 210, 255},
+        {"transparent", 0, 0, 0, 0},
+        {"tomato", 255, 99, 71, 255},
     };
     for (const Row& row : rows) {
         CAPTURE(row.text);

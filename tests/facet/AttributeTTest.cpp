@@ -99,7 +99,7 @@ TEST_CASE("typed attribute: an enumeration is written by name, in any case of le
     CHECK(mode == Mode::Upload);
     CHECK(mode.toText() == QStringLiteral("upload"));
     CHECK_FALSE(mode.setStyleValue(ident("uploads"), Facet::kStyleLayer, &error));
-    CHECK(error == QStringLiteral("expected one of email, upload"));
+    CHECK(error == QStringLiteral("expected one of email, upload (did you mean 'upload'?)"));
     CHECK(mode == Mode::Upload);
     mode.clearValue(Facet::kStyleLayer);
     CHECK(mode == Mode::Email);

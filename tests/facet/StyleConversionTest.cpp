@@ -166,9 +166,45 @@ TEST_CASE("style conversion: colours")
     CHECK(convert<Bedrock::Color>({function("rgb", 2), number(1), number(2)}) == no);
     CHECK(convert<Bedrock::Color>({function("rgb", 4), number(1), number(2), number(3), comma()}) == no);
     CHECK(convert<Bedrock::Color>({function("rgb", 4), number(1), slash(), number(2), number(3)}) == no);
-    CHECK(convert<Bedrock::Color>({function("hsl", 3), number(1), number(2), number(3)}) == no);
+    CHECK(convert<Bedrock::Color>({function("hsl", 2), number(1), number(2)}) == no);
     CHECK(convert<Bedrock::Color>({function("rgb", 3), number(1), number(2), number(3), ident("red")}) == no);
     CHECK(convert<Bedrock::Color>({}) == no);
+}
+
+TEST_CASE("style conversion: colours as functions, in both notations")
+{
+    const auto color = [](std::initializer_list<StyleTerm> terms) { return convert<Bedrock::Color>(QVector<StyleTerm>(terms)); };
+    const auto turn = [](double turns) { return dimension(turns, "turn"); };
+    CHECK(color({function("hsl", 5), number(120), comma(), percentage(100), comma(), percentage(50)}) == "#00FF00");
+    CHECK(color({function("hsl", 3), number(0), percentage(100), percentage(50)}) == "#FF0000");
+    CHECK(color({function("hsl", 3), number(-120), percentage(100), percentage(50)}) == "#0000FF");
+    CHECK(color({function("hsl", 3), turn(1.5), percentage(100), percentage(25)}) == "#008080");
+    CHECK(color({function("hsl", 3), dimension(200, "grad"), number(100), number(50)}) == "#00FFFF");
+    CHECK(color({function("hsl", 3), dimension(3.14159265, "rad"), number(100), number(50)}) == "#00FFFF");
+    CHECK(color({function("HSLA", 5), number(60), percentage(100), percentage(50), slash(), percentage(50)}) == "#FFFF0080");
+    CHECK(color({function("hsla", 7), number(60), comma(), percentage(0), comma(), percentage(50), comma(), number(0.5)})
+          == "#80808080");
+    CHECK(color({function("hsl", 3), ident("none"), percentage(0), percentage(100)}) == "#FFFFFF");
+    CHECK(color({function("rgb", 5), percentage(100), percentage(50), number(0), slash(), percentage(50)}) == "#FF800080");
+    CHECK(color({function("rgb", 5), ident("none"), number(0), number(0), slash(), ident("none")}) == "#00000000");
+    const std::string no = "[expected a colour]";
+    CHECK(color({function("rgb", 5), percentage(100), comma(), percentage(50), comma(), number(0)}) == no);
+    CHECK(color({function("rgb", 5), ident("none"), comma(), number(0), comma(), number(0)}) == no);
+    CHECK(color({function("rgb", 7), number(1), comma(), number(0), comma(), number(0), slash(), number(1)}) == no);
+    CHECK(color({function("rgb", 4), number(1), number(0), number(0), number(1)}) == no);
+    CHECK(color({function("rgb", 4), number(1), number(0), number(0), slash()}) == no);
+    CHECK(color({function("hsl", 5), number(1), comma(), number(2), comma(), number(3)}) == no);
+    CHECK(color({function("hsl", 3), percentage(1), percentage(2), percentage(3)}) == no);
+    CHECK(color({function("cmyk", 3), number(1), percentage(2), percentage(3)}) == no);
+    CHECK(color({function("rgb", 3), number(1), number(2), number(3), ident("red")}) == no);
+}
+
+TEST_CASE("style conversion: a word that is a slip away from another is told with it")
+{
+    CHECK(convert<Bedrock::Color>({ident("darkgren")}) == "[expected a colour (did you mean 'darkgreen'?)]");
+    CHECK(convert<Bedrock::Color>({function("rgbb", 3), number(1), number(2), number(3)})
+          == "[expected a colour (did you mean 'rgb'?)]");
+    CHECK(convert<bool>({ident("ture")}) == "[expected true or false (did you mean 'true'?)]");
 }
 
 TEST_CASE("style conversion: a null error is allowed")

@@ -1,4 +1,5 @@
 #include <Facet/AttributeDeclaration.hpp>
+#include <Facet/NameTable.hpp>
 
 #include <cstddef>
 #include <vector>
@@ -50,6 +51,15 @@ public:
         return number;
     }
 
+    [[nodiscard]] QStringList knownNames() const
+    {
+        QStringList result;
+        for (std::size_t name = 0; name < m_names.size(); ++name)
+            if (m_names[name].isKnown)
+                result.append(QString::fromUtf8(NameTable::instance().name(int(name))));
+        return result;
+    }
+
     void remove(unsigned number)
     {
         const std::unique_ptr<AttributeDeclaration> removed = std::move(m_declarations[number]);
@@ -84,6 +94,16 @@ unsigned AttributeDeclaration::next(AttributeName name, unsigned number) noexcep
     return number == 0 ? table.newest(name) : table.after(table.numbered(number));
 }
 
+bool AttributeDeclaration::anyAccepts(AttributeName name, const StyleValue& value, QString* error)
+{
+    unsigned number = next(name, 0);
+    const bool isUnknown = number == 0;
+    for (; number != 0; number = next(name, number))
+        if (numbered(number).accepts(value, error))
+            return true;
+    return isUnknown;
+}
+
 unsigned AttributeDeclaration::add(std::unique_ptr<AttributeDeclaration> declaration)
 {
     return AttributeDeclarationTable::instance().add(std::move(declaration));
@@ -100,6 +120,11 @@ void AttributeDeclaration::removeUse(unsigned number) noexcept
     auto& table = AttributeDeclarationTable::instance();
     if (--table.uses(table.numbered(number)) == 0)
         table.remove(number);
+}
+
+QStringList AttributeDeclaration::knownNames()
+{
+    return AttributeDeclarationTable::instance().knownNames();
 }
 
 bool AttributeDeclaration::isKnownName(AttributeName name) noexcept

@@ -1,8 +1,9 @@
 #include <Facet/StyleConversion.hpp>
 
+#include <Facet/NearestWord.hpp>
+
 #include <cmath>
 #include <limits>
-#include <optional>
 
 namespace Facet
 {
@@ -26,48 +27,6 @@ bool isPixels(const StyleTerm& term)
 {
     return term.kind == Kind::Number || (term.kind == Kind::Dimension && term.unit == "px");
 }
-
-/// A component of rgb(): 0..255 or a percentage; as 0..1.
-std::optional<float> colorComponent(const StyleTerm& term, double full)
-{
-    double share = 0.0;
-    if (term.kind == Kind::Number)
-        share = term.number / full;
-    else if (term.kind == Kind::Percentage)
-        share = term.number / 100.0;
-    else
-        return std::nullopt;
-    return float(share < 0.0 ? 0.0 : share > 1.0 ? 1.0 : share);
-}
-
-/// rgb() and rgba(), with commas or with blanks and a slash before alpha.
-std::optional<Bedrock::Color> colorFunction(const StyleValue& value)
-{
-    const StyleTerm& function = value.terms.first();
-    const QString name = function.text.toLower();
-    if ((name != QLatin1String("rgb") && name != QLatin1String("rgba")) || int(function.number) != value.terms.size() - 1)
-        return std::nullopt;
-    float parts[4] = {0.f, 0.f, 0.f, 1.f};
-    int count = 0;
-    bool separatorMayCome = false;
-    for (int i = 1; i < value.terms.size(); ++i) {
-        const StyleTerm& term = value.terms[i];
-        if (term.kind == Kind::Delimiter) {
-            if (!separatorMayCome || (!isComma(term) && count != 3))
-                return std::nullopt;
-            separatorMayCome = false;
-            continue;
-        }
-        const auto part = count < 4 ? colorComponent(term, count == 3 ? 1.0 : 255.0) : std::nullopt;
-        if (!part)
-            return std::nullopt;
-        parts[count++] = *part;
-        separatorMayCome = true;
-    }
-    if (count < 3 || !separatorMayCome)
-        return std::nullopt;
-    return Bedrock::Color{parts[0], parts[1], parts[2], parts[3]};
-}
 }
 
 QString singleWord(const StyleValue& value)
@@ -90,8 +49,12 @@ bool toFloat(double number, float& result, QString* error)
 bool StyleConversion<bool>::read(const StyleValue& value, bool& result, QString* error)
 {
     const QString word = singleWord(value).toLower();
-    if (word != QLatin1String("true") && word != QLatin1String("false"))
-        return fail(error, "expected true or false");
+    if (word != QLatin1String("true") && word != QLatin1String("false")) {
+        if (error)
+            *error =
+                QStringLiteral("expected true or false") + didYouMean(word, {QStringLiteral("true"), QStringLiteral("false")});
+        return false;
+    }
     result = word == QLatin1String("true");
     return true;
 }
@@ -193,28 +156,5 @@ bool StyleConversion<Vecta::Vector2f>::read(const StyleValue& value, Vecta::Vect
 QString StyleConversion<Vecta::Vector2f>::write(const Vecta::Vector2f& value)
 {
     return StyleConversion<float>::write(value.x) + QLatin1Char(' ') + StyleConversion<float>::write(value.y);
-}
-
-bool StyleConversion<Bedrock::Color>::read(const StyleValue& value, Bedrock::Color& result, QString* error)
-{
-    std::optional<Bedrock::Color> color;
-    if (!value.terms.isEmpty()) {
-        const StyleTerm& term = value.terms.first();
-        if (term.kind == Kind::Function)
-            color = colorFunction(value);
-        else if (value.terms.size() == 1 && term.kind == Kind::Hash)
-            color = Bedrock::Color::parse(QLatin1Char('#') + term.text);
-        else if (value.terms.size() == 1 && term.kind == Kind::Ident)
-            color = Bedrock::Color::parse(term.text);
-    }
-    if (!color)
-        return fail(error, "expected a colour");
-    result = *color;
-    return true;
-}
-
-QString StyleConversion<Bedrock::Color>::write(const Bedrock::Color& value)
-{
-    return value.toString();
 }
 }

@@ -2,9 +2,9 @@
 
 #include <Bedrock/Export.hpp>
 
-#include <optional>
+#include <QStringList>
 
-class QString;
+#include <optional>
 
 namespace Bedrock
 {
@@ -16,9 +16,11 @@ struct TAVOLA_EXPORT Color
     float blue = 0.f;
     float alpha = 1.f;
 
-    /// Reads "#RGB", "#RGBA", "#RRGGBB", "#RRGGBBAA" (alpha last, as CSS Color 4 has it), "transparent" and the basic CSS
-    /// colour names; nothing for anything else. (QColor reads eight digits with alpha first and cannot be used here.)
+    /// Reads "#RGB", "#RGBA", "#RRGGBB", "#RRGGBBAA" (alpha last, as CSS Color 4 has it), "transparent" and the colour
+    /// names of CSS; nothing for anything else. (QColor reads eight digits with alpha first and cannot be used here.)
     [[nodiscard]] static std::optional<Color> parse(const QString& text);
+    /// All colour names.
+    [[nodiscard]] static QStringList names();
     /// As `parse`; opaque black for anything that is no colour.
     [[nodiscard]] static Color fromString(const QString& text);
 

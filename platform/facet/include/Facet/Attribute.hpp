@@ -63,6 +63,12 @@ public:
     /// Makes this attribute's type of a style sheet's value and sets it on `layer`. False, with the reason in `error`
     /// ("expected a number"), and nothing changed, when the value does not fit.
     virtual bool setStyleValue(const StyleValue& value, int layer, QString* error) = 0;
+    /// Whether `setStyleValue` would succeed. If not, `error` says what was expected.
+    [[nodiscard]] bool accepts(const StyleValue& value, QString* error) const { return declaration().accepts(value, error); }
+    /// Whether values of the one can become values of the other.
+    [[nodiscard]] bool isOfSameType(const Attribute& other) const { return declaration().type() == other.declaration().type(); }
+    /// Sets on the style layer the value that style sheets or its default give `source`, which has the same type.
+    virtual void takeStyledValue(const Attribute& source) = 0;
     /// The visible value as text, for tools: what a style sheet says, but texts without quotes.
     [[nodiscard]] virtual QString toText() const = 0;
     /// As above of the value that was given at run time, or else the default, whatever style sheets say.

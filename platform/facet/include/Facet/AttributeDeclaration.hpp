@@ -4,6 +4,8 @@
 #include <Facet/AttributeName.hpp>
 #include <Facet/ValueNotation.hpp>
 
+#include <QStringList>
+
 #include <memory>
 #include <utility>
 
@@ -22,6 +24,10 @@ public:
 
     [[nodiscard]] AttributeName name() const noexcept { return m_name; }
     [[nodiscard]] const void* type() const noexcept { return m_type; }
+    /// Whether a style sheet's value can become one of this type. If not, `error` (may be null) says what was expected.
+    [[nodiscard]] virtual bool accepts(const StyleValue& value, QString* error) const = 0;
+    /// Whether some declaration of that name accepts the value, or there is none. If not, `error` (may be null) is what one says.
+    [[nodiscard]] static bool anyAccepts(AttributeName name, const StyleValue& value, QString* error);
     /// Whether several attributes use it.
     [[nodiscard]] bool isShared() const noexcept { return m_uses > 1; }
 
@@ -36,6 +42,8 @@ public:
     static void removeUse(unsigned number) noexcept;
     /// Whether there ever was a declaration of that name.
     [[nodiscard]] static bool isKnownName(AttributeName name) noexcept;
+    /// All names of which there ever was a declaration.
+    [[nodiscard]] static QStringList knownNames();
 
 private:
     AttributeName m_name;
@@ -56,6 +64,11 @@ public:
     {
     }
 
+    [[nodiscard]] bool accepts(const StyleValue& value, QString* error) const override
+    {
+        T ignored{};
+        return ValueNotation<T>::read(m_names, value, ignored, error);
+    }
     [[nodiscard]] const T& defaultValue() const noexcept { return m_defaultValue; }
     [[nodiscard]] const Names& names() const noexcept { return m_names; }
 

@@ -108,6 +108,11 @@ public:
         setValue(std::move(converted), layer);
         return true;
     }
+    void takeStyledValue(const Attribute& source) override
+    {
+        const auto& same = static_cast<const AttributeT&>(source);
+        setValue(T(same.value(same.hasValue(kStyleLayer) ? kStyleLayer : kDefaultLayer)), kStyleLayer);
+    }
     [[nodiscard]] QString toText() const override { return Notation::write(declared().names(), m_value); }
     [[nodiscard]] QString givenText() const override
     {

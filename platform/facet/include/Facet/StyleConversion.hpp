@@ -71,7 +71,7 @@ struct TAVOLA_EXPORT StyleConversion<Vecta::Vector2f>
     static QString write(const Vecta::Vector2f& value);
 };
 
-/// #RGB, #RGBA, #RRGGBB, #RRGGBBAA, rgb(), rgba(), a basic colour name, transparent.
+/// #RGB, #RGBA, #RRGGBB, #RRGGBBAA, rgb(), rgba(), hsl(), hsla(), a colour name of CSS, transparent.
 template <>
 struct TAVOLA_EXPORT StyleConversion<Bedrock::Color>
 {

@@ -28,8 +28,8 @@ struct ValueNotation
     [[nodiscard]] static QString write(Names, const T& value) { return StyleConversion<T>::write(value); }
 };
 
-/// The words that a value may be, for the message: "expected one of a, b".
-[[nodiscard]] TAVOLA_EXPORT QString expectedOneOf(const QStringList& names);
+/// The words that a value may be, for the message: "expected one of a, b", and which of them is near to what is written.
+[[nodiscard]] TAVOLA_EXPORT QString expectedOneOf(const QStringList& names, const QString& written);
 
 /// An enumeration is written by name; the first name of a value is the one it is written with.
 template <class E>
@@ -50,7 +50,7 @@ struct ValueNotation<E, std::enable_if_t<std::is_enum_v<E>>>
             QStringList words;
             for (const auto& entry : names)
                 words.append(entry.first);
-            *error = expectedOneOf(words);
+            *error = expectedOneOf(words, written);
         }
         return false;
     }
