@@ -116,6 +116,124 @@ TEST_CASE("text interface: a left, centred and right text stand at their places"
     CHECK(x("end") > 180);
 }
 
+TEST_CASE("text interface: align is another name of text-align where nothing says that")
+{
+    Scene scene(kSmall);
+    TextWidget& widget = textWidget(scene, QStringLiteral("I"));
+    place(widget, {0, 0, 200, 40});
+    const auto x = [&] { return litBounds(scene.picture()).center().x(); };
+    setWord(widget, "align", "right");
+    CHECK(x() > 180);
+    setWord(widget, "align", "center");
+    CHECK(std::abs(x() - 100) < 5);
+    setWord(widget, "text-align", "left");
+    CHECK(x() < 20);
+    widget.attribute("text-align")->clearValue(Facet::kUserLayer);
+    CHECK(std::abs(x() - 100) < 5);
+    setWord(widget, "align", "left");
+    CHECK(x() < 20);
+}
+
+TEST_CASE("text interface: letters stand apart by the letter spacing")
+{
+    Scene scene(kSmall);
+    TextWidget& widget = textWidget(scene, QStringLiteral("IIII"));
+    setWord(widget, "display", "inline");
+    const float before = widget.width();
+    setNumber(widget, "letter-spacing", 5);
+    CHECK(widget.width() == doctest::Approx(before + 4 * 5).epsilon(0.02));
+    setWord(widget, "letter-spacing", "normal");
+    CHECK(widget.width() == before);
+}
+
+TEST_CASE("text interface: a line height is pixels, a share of the font size, or what the font wants")
+{
+    Scene scene(kSmall);
+    TextWidget& widget = textWidget(scene, QStringLiteral("a\nb"));
+    setNumber(widget, "font-size", 20);
+    const float natural = widget.height();
+    const auto height = [&](Facet::StyleTerm::Kind kind, double number) {
+        Facet::StyleValue value;
+        value.terms.append({kind, {}, number, "px"});
+        REQUIRE(widget.attribute("line-height")->setStyleValue(value, Facet::kUserLayer, nullptr));
+        return widget.height();
+    };
+    CHECK(height(Facet::StyleTerm::Kind::Dimension, 50) == 100.f);
+    CHECK(height(Facet::StyleTerm::Kind::Percentage, 150) == 60.f);
+    setWord(widget, "line-height", "normal");
+    CHECK(widget.height() == natural);
+    QString error;
+    const Facet::StyleValue negative{{{Facet::StyleTerm::Kind::Number, {}, -1, {}}}};
+    CHECK_FALSE(widget.attribute("line-height")->setStyleValue(negative, Facet::kUserLayer, &error));
+    CHECK(error == "expected a number that is not negative, a percentage, a length in px or normal");
+}
+
+TEST_CASE("text interface: white-space says what becomes of blanks and line ends, and whether lines wrap")
+{
+    struct Row
+    {
+        const char* value;
+        const char* same; ///< the text that looks the same with all blanks kept
+        bool wraps;
+    };
+    const Row rows[] = {
+        {"pre-wrap", " a  b \n\nc", true}, {"pre-line", "a b\n\nc", true}, {"normal", "a b c", true},
+        {"pre", " a  b \n\nc", false},     {"nowrap", "a b c", false},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.value);
+        const auto picture = [](const QString& text, const char* whiteSpace) {
+            return pictureOf([&](Scene& scene) {
+                TextWidget& widget = textWidget(scene, text);
+                place(widget, {0, 0, 200, 150});
+                setWord(widget, "white-space", whiteSpace);
+            });
+        };
+        CHECK_PICTURE(picture(QStringLiteral(" a  b \n\nc"), row.value), picture(QString::fromLatin1(row.same), "pre-wrap"), 0);
+        Scene scene(kSmall);
+        TextWidget& widget = textWidget(scene, QStringLiteral("I"));
+        setWord(widget, "white-space", row.value);
+        const float one = widget.height();
+        widget.setText(kLong);
+        CHECK((widget.height() > 1.5f * one) == row.wraps);
+    }
+}
+
+TEST_CASE("text interface: a line that does not wrap is cut off, or ends with an ellipsis")
+{
+    Scene scene(kSmall);
+    TextWidget& widget = textWidget(scene, kLong);
+    set(widget, "width", Trellis::Length::pixels(100));
+    setWord(widget, "white-space", "nowrap");
+    CHECK(drawn(scene).text == kLong);
+    setWord(widget, "text-overflow", "ellipsis");
+    const QString cut = drawn(scene).text;
+    CHECK(cut.endsWith(QChar(0x2026)));
+    CHECK(kLong.startsWith(cut.left(cut.size() - 1)));
+    setWord(widget, "white-space", "pre-wrap");
+    CHECK_FALSE(drawn(scene).text.contains(QChar(0x2026)));
+}
+
+TEST_CASE("text interface: a text can be underlined, overlined and struck out")
+{
+    Scene scene(kSmall);
+    TextWidget& widget = textWidget(scene, QStringLiteral("xxxx"));
+    place(widget, {0, 0, 200, 60});
+    setNumber(widget, "font-size", 30);
+    const QRect plain = litBounds(scene.picture());
+    setWord(widget, "text-decoration", "underline");
+    CHECK(litBounds(scene.picture()).bottom() > plain.bottom());
+    CHECK(litBounds(scene.picture()).top() == plain.top());
+    setWord(widget, "text-decoration", "overline");
+    CHECK(litBounds(scene.picture()).top() < plain.top());
+    const QImage over = scene.picture();
+    setWord(widget, "text-decoration", "line-through");
+    CHECK(litBounds(scene.picture()).top() >= plain.top());
+    CHECK(scene.picture() != over);
+    setWord(widget, "text-decoration", "none");
+    CHECK(litBounds(scene.picture()) == plain);
+}
+
 TEST_CASE("text interface: a Hebrew text starts at the right unless it is told otherwise")
 {
     Scene scene(kSmall);

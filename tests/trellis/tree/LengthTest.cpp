@@ -88,6 +88,58 @@ TEST_CASE("edges: are written with as few values as say the same")
     CHECK(StyleConversion<Edges>::write({px(1), px(2), px(3), Length()}) == QStringLiteral("1px 2px 3px auto"));
 }
 
+namespace
+{
+/// "calc(50% - 10px)" and "min(50%, 10px)".
+QVector<StyleTerm> computed(const char* name, const char* op)
+{
+    StyleTerm function;
+    function.kind = StyleTerm::Kind::Function;
+    function.text = QString::fromLatin1(name);
+    function.number = 3;
+    StyleTerm between = word(op);
+    between.kind = StyleTerm::Kind::Delimiter;
+    return {function, term(50, "%"), between, term(10, "px")};
+}
+}
+
+TEST_CASE("length: what is computed of a percentage and pixels follows what 100% is")
+{
+    Length difference;
+    Length least;
+    REQUIRE(reads(computed("calc", "-"), difference));
+    REQUIRE(reads(computed("min", ","), least));
+    CHECK(difference.isRelative());
+    CHECK(difference.resolve(200.f) == 90.f);
+    CHECK(difference.resolve(10.f) == -5.f);
+    CHECK(least.resolve(200.f) == 10.f);
+    CHECK(least.resolve(10.f) == 5.f);
+    CHECK_FALSE(difference == least);
+    Length same;
+    REQUIRE(reads(computed("calc", "-"), same));
+    CHECK(same == difference);
+    CHECK(StyleConversion<Length>::write(difference) == QStringLiteral("calc(50% - 10px)"));
+    Edges edges;
+    REQUIRE(reads(QVector<StyleTerm>{term(1, "px")} + computed("calc", "-") + QVector<StyleTerm>{word("auto")}, edges));
+    CHECK(edges.right == difference);
+    CHECK(edges.bottom.isAuto());
+    CHECK(edges.left == difference);
+}
+
+TEST_CASE("length: a computation that gives no length is refused with its reason")
+{
+    QString error;
+    Length length = Length::pixels(7);
+    StyleValue value{computed("calc", "*")};
+    CHECK_FALSE(StyleConversion<Length>::read(value, length, &error));
+    CHECK(error == QStringLiteral("a value is multiplied by one that is no number"));
+    value.terms = {computed("calc", "*").first(), term(1, ""), computed("calc", "*")[2], term(2, "")};
+    CHECK_FALSE(StyleConversion<Length>::read(value, length, &error));
+    CHECK(error == QStringLiteral("expected a length in px, a percentage or auto"));
+    CHECK_FALSE(reads(computed("calc", "-") + QVector<StyleTerm>{term(1, "px")}, length));
+    CHECK(length == Length::pixels(7));
+}
+
 TEST_CASE("angle: degrees, radians and turns mean the same angle")
 {
     Angle angle;

@@ -10,7 +10,9 @@ namespace Trellis
 /// has it.
 ///
 /// Attributes: "text", "color", "font-family", "font-size" (px), "font-weight" (100..900, normal, bold), "font-style",
-/// "line-height" (a multiple), "text-align" (left, center, right), "max-lines" (0: any number; more is cut with an ellipsis).
+/// "letter-spacing", "line-height" (a multiple, or px), "text-align" (left, center, right; "align" is another name),
+/// "text-decoration", "white-space", "text-overflow", "vertical-align", "max-lines" (0: any number; more is cut with an
+/// ellipsis).
 class TAVOLA_EXPORT TextInterfaceWidget : public Widget
 {
 public:

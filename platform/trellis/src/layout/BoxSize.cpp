@@ -17,7 +17,7 @@ constexpr float kMeasureSteps = 32.f;
 /// A percentage of something that is not known is as good as auto.
 bool isKnown(const Length& length, float reference)
 {
-    return !length.isAuto() && !(length.unit == Length::Unit::Percent && reference < 0.f);
+    return !length.isAuto() && !(length.isRelative() && reference < 0.f);
 }
 
 float clamped(float value, const Length& least, const Length& most, float reference)

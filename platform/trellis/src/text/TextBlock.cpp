@@ -27,6 +27,33 @@ Qt::Alignment qtAlignment(TextAlign align, bool isRightToLeft)
     }
     return Qt::AlignLeft;
 }
+
+/// The text as its lines have it.
+QString shownText(const QString& text, WhiteSpace whiteSpace)
+{
+    QString shown = text;
+    shown.replace(QLatin1String("\r\n"), QString(QLatin1Char('\n')));
+    if (whiteSpace == WhiteSpace::Normal || whiteSpace == WhiteSpace::NoWrap) {
+        shown = shown.simplified();
+    } else if (whiteSpace == WhiteSpace::PreLine) {
+        QStringList lines = shown.split(QLatin1Char('\n'));
+        for (QString& line : lines)
+            line = line.simplified();
+        shown = lines.join(QLatin1Char('\n'));
+    }
+    shown.replace(QLatin1Char('\n'), QChar::LineSeparator);
+    return shown;
+}
+
+/// Each line that is wider than `widthPx` cut, with an ellipsis.
+QString cutLines(const QString& shown, const QFont& font, float widthPx)
+{
+    const QFontMetricsF metrics(font);
+    QStringList lines = shown.split(QChar::LineSeparator);
+    for (QString& line : lines)
+        line = metrics.elidedText(line, Qt::ElideRight, qreal(widthPx));
+    return lines.join(QChar::LineSeparator);
+}
 }
 
 long TextBlock::layoutsMade() noexcept
@@ -45,7 +72,8 @@ void TextBlock::lay(const QString& text, const TextFormat::Pointer& format, floa
     const TextLook& look = format->look();
 
     QTextOption option;
-    option.setWrapMode(m_wrap == Wrap::Words ? QTextOption::WrapAtWordBoundaryOrAnywhere : QTextOption::NoWrap);
+    const bool wraps = m_wrap == Wrap::Words && look.wraps();
+    option.setWrapMode(wraps ? QTextOption::WrapAtWordBoundaryOrAnywhere : QTextOption::NoWrap);
     // Decided here and not by the layout: a text that is cut keeps the direction of the whole.
     const bool isRightToLeft = text.isRightToLeft();
     option.setTextDirection(isRightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
@@ -56,14 +84,20 @@ void TextBlock::lay(const QString& text, const TextFormat::Pointer& format, floa
     m_layout.setFont(format->font());
     m_layout.setCacheEnabled(true);
 
-    QString shown = text;
-    shown.replace(QLatin1String("\r\n"), QString(QChar::LineSeparator));
-    shown.replace(QLatin1Char('\n'), QChar::LineSeparator);
+    QString shown = shownText(text, m_wrap == Wrap::Words ? look.whiteSpace : WhiteSpace::PreWrap);
+    if (m_wrap == Wrap::Words && !wraps && look.overflow == TextOverflow::Ellipsis)
+        shown = cutLines(shown, format->font(), widthPx);
     build(shown);
-    if (look.maxLines <= 0 || m_wrap == Wrap::Never || m_layout.lineCount() <= look.maxLines)
-        return;
+    if (look.maxLines > 0 && m_wrap == Wrap::Words && m_layout.lineCount() > look.maxLines)
+        cut(shown);
+}
+
+/// To the most lines there may be.
+void TextBlock::cut(const QString& shown)
+{
+    const int maxLines = m_format->look().maxLines;
     // The rest of the text goes into the last line as far as it fits.
-    const int start = m_layout.lineAt(look.maxLines - 1).textStart();
+    const int start = m_layout.lineAt(maxLines - 1).textStart();
     QString rest = shown.mid(start);
     const int lineEnd = rest.indexOf(QChar::LineSeparator);
     if (lineEnd >= 0)
@@ -73,8 +107,8 @@ void TextBlock::lay(const QString& text, const TextFormat::Pointer& format, floa
         kept += QChar::LineSeparator;
     // Shaped as a whole the line may become a little wider than its parts; one that still wraps is shortened.
     for (float room = m_width;; room -= std::max(1.f, m_width / 50.f)) {
-        build(kept + QFontMetricsF(format->font()).elidedText(rest, Qt::ElideRight, std::max(0.f, room)));
-        if (m_layout.lineCount() <= look.maxLines || room <= 0.f)
+        build(kept + QFontMetricsF(m_format->font()).elidedText(rest, Qt::ElideRight, std::max(0.f, room)));
+        if (m_layout.lineCount() <= maxLines || room <= 0.f)
             break;
     }
 }

@@ -37,6 +37,7 @@ public:
 
 private:
     void build(const QString& text);
+    void cut(const QString& shown);
 
     Wrap m_wrap;
     QString m_text;

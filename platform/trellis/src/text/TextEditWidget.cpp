@@ -234,10 +234,10 @@ void TextEditWidget::keyPressed(QKeyEvent& event)
 Vecta::Vector2f TextEditWidget::contentSize(float availableWidth) const
 {
     // An empty field is as high as one with a text.
-    const auto& base = *TextInterfaceWidget::d;
-    const QFont& font = TextInterfaceWidget::d->format()->font();
-    const float height = base.typesetting->lineHeight.value() > 0.f ? font.pixelSize() * base.typesetting->lineHeight.value()
-                                                                    : float(QFontMetricsF(font).height());
+    const TextFormat& format = *TextInterfaceWidget::d->format();
+    const float lineHeight = format.look().lineHeight;
+    const float height =
+        lineHeight > 0.f ? float(format.font().pixelSize()) * lineHeight : float(QFontMetricsF(format.font()).height());
     return {availableWidth, std::ceil(height)};
 }
 
@@ -254,7 +254,7 @@ TextEditWidget::EditPrivate::Place TextEditWidget::EditPrivate::place(const Text
     float indent = 0.f;
     if (width <= room) {
         const bool isRightToLeft = text.isRightToLeft();
-        const TextAlign align = base.typesetting->textAlign.value();
+        const TextAlign align = base.align();
         if (align == TextAlign::Center)
             indent = (room - width) / 2.f;
         else if (align == TextAlign::Right || (align == TextAlign::Start && isRightToLeft)

@@ -27,6 +27,11 @@ QFont fontOf(const TextLook& look)
     font.setPixelSize(look.sizePx);
     font.setWeight(qtWeight(look.weight));
     font.setItalic(look.isItalic);
+    if (look.letterSpacingPx != 0.f)
+        font.setLetterSpacing(QFont::AbsoluteSpacing, qreal(look.letterSpacingPx));
+    font.setUnderline(look.decoration == TextDecoration::Underline);
+    font.setOverline(look.decoration == TextDecoration::Overline);
+    font.setStrikeOut(look.decoration == TextDecoration::LineThrough);
     // Letters keep their shape and place when the widget is turned and scaled.
     font.setHintingPreference(QFont::PreferNoHinting);
     return font;

@@ -15,6 +15,20 @@ enum class TextAlign {
     End
 };
 
+/// What becomes of blanks and line ends in a text, and whether lines wrap.
+enum class WhiteSpace {
+    PreWrap, ///< all as they are
+    PreLine, ///< blanks run together
+    Normal,  ///< line ends are blanks, and these run together
+    Pre,     ///< all as they are, and lines do not wrap
+    NoWrap   ///< as Normal, and lines do not wrap
+};
+
+/// How a line ends that is wider than its room.
+enum class TextOverflow { Clip, Ellipsis };
+
+enum class TextDecoration { None, Underline, Overline, LineThrough };
+
 /// What the lines of a text depend on besides the text and the width, as attributes say it.
 struct TextLook
 {
@@ -25,11 +39,18 @@ struct TextLook
     float lineHeight = 0.f; ///< a multiple of the font's size; 0: as the font wants it
     TextAlign align = TextAlign::Start;
     int maxLines = 0; ///< 0: any number
+    float letterSpacingPx = 0.f;
+    TextDecoration decoration = TextDecoration::None;
+    WhiteSpace whiteSpace = WhiteSpace::PreWrap;
+    TextOverflow overflow = TextOverflow::Clip;
 
+    [[nodiscard]] bool wraps() const { return whiteSpace != WhiteSpace::Pre && whiteSpace != WhiteSpace::NoWrap; }
     friend bool operator==(const TextLook& a, const TextLook& b)
     {
         return a.sizePx == b.sizePx && a.weight == b.weight && a.isItalic == b.isItalic && a.lineHeight == b.lineHeight
-            && a.align == b.align && a.maxLines == b.maxLines && a.families == b.families;
+            && a.align == b.align && a.maxLines == b.maxLines && a.letterSpacingPx == b.letterSpacingPx
+            && a.decoration == b.decoration && a.whiteSpace == b.whiteSpace && a.overflow == b.overflow
+            && a.families == b.families;
     }
 };
 

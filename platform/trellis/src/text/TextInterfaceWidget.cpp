@@ -1,6 +1,7 @@
 #include <Trellis/TextInterfaceWidget.hpp>
 
 #include "text/TextPrivate.hpp"
+#include "tree/WidgetRecords.hpp"
 
 #include <Lantern/RenderContext.hpp>
 
@@ -22,6 +23,10 @@ const Facet::AttributeName kLineHeight("line-height");
 const Facet::AttributeName kTextAlign("text-align");
 const Facet::AttributeName kVerticalAlign("vertical-align");
 const Facet::AttributeName kMaxLines("max-lines");
+const Facet::AttributeName kLetterSpacing("letter-spacing");
+const Facet::AttributeName kTextDecoration("text-decoration");
+const Facet::AttributeName kWhiteSpace("white-space");
+const Facet::AttributeName kTextOverflow("text-overflow");
 
 const Facet::AttributeT<FontStyle>::Names kFontStyles{{QStringLiteral("normal"), FontStyle::Normal},
                                                       {QStringLiteral("italic"), FontStyle::Italic},
@@ -34,19 +39,35 @@ const Facet::AttributeT<TextAlign>::Names kAligns{{QStringLiteral("start"), Text
 const Facet::AttributeT<VerticalAlign>::Names kVerticalAligns{{QStringLiteral("top"), VerticalAlign::Top},
                                                               {QStringLiteral("middle"), VerticalAlign::Middle},
                                                               {QStringLiteral("bottom"), VerticalAlign::Bottom}};
+const Facet::AttributeT<TextDecoration>::Names kDecorations{{QStringLiteral("none"), TextDecoration::None},
+                                                            {QStringLiteral("underline"), TextDecoration::Underline},
+                                                            {QStringLiteral("overline"), TextDecoration::Overline},
+                                                            {QStringLiteral("line-through"), TextDecoration::LineThrough}};
+const Facet::AttributeT<WhiteSpace>::Names kWhiteSpaces{{QStringLiteral("pre-wrap"), WhiteSpace::PreWrap},
+                                                        {QStringLiteral("pre-line"), WhiteSpace::PreLine},
+                                                        {QStringLiteral("normal"), WhiteSpace::Normal},
+                                                        {QStringLiteral("pre"), WhiteSpace::Pre},
+                                                        {QStringLiteral("nowrap"), WhiteSpace::NoWrap}};
+const Facet::AttributeT<TextOverflow>::Names kOverflows{{QStringLiteral("clip"), TextOverflow::Clip},
+                                                        {QStringLiteral("ellipsis"), TextOverflow::Ellipsis}};
 const QStringList kDefaultFamilies{QStringLiteral("Inter"), QStringLiteral("sans-serif")};
 }
 
 Typesetting::Typesetting(Widget* host)
-    : fontStyle(host, kFontStyle, kFontStyles, FontStyle::Normal), lineHeight(host, kLineHeight, 0.f),
+    : fontStyle(host, kFontStyle, kFontStyles, FontStyle::Normal), lineHeight(host, kLineHeight),
       textAlign(host, kTextAlign, kAligns, TextAlign::Start),
-      verticalAlign(host, kVerticalAlign, kVerticalAligns, VerticalAlign::Top), maxLines(host, kMaxLines, 0)
+      verticalAlign(host, kVerticalAlign, kVerticalAligns, VerticalAlign::Top), maxLines(host, kMaxLines, 0),
+      letterSpacing(host, kLetterSpacing), decoration(host, kTextDecoration, kDecorations, TextDecoration::None),
+      whiteSpace(host, kWhiteSpace, kWhiteSpaces, WhiteSpace::PreWrap),
+      overflow(host, kTextOverflow, kOverflows, TextOverflow::Clip)
 {
 }
 
 bool Typesetting::isNamed(int nameNumber)
 {
-    return isOneOf(nameNumber, {kFontStyle, kLineHeight, kTextAlign, kVerticalAlign, kMaxLines});
+    return isOneOf(nameNumber,
+                   {kFontStyle, kLineHeight, kTextAlign, kVerticalAlign, kMaxLines, kLetterSpacing, kTextDecoration, kWhiteSpace,
+                    kTextOverflow});
 }
 
 TextInterfaceWidget::TextPrivate::TextPrivate(TextInterfaceWidget* host)
@@ -57,12 +78,42 @@ TextInterfaceWidget::TextPrivate::TextPrivate(TextInterfaceWidget* host)
 
 const TextFormat::Pointer& TextInterfaceWidget::TextPrivate::format()
 {
-    if (!m_format)
-        m_format =
-            TextFormat::of({fontFamily.value(), std::clamp(int(std::lround(fontSize.value())), 1, 2000), fontWeight.value().value,
-                            typesetting->fontStyle.value() == FontStyle::Italic, std::max(0.f, typesetting->lineHeight.value()),
-                            typesetting->textAlign.value(), std::max(0, typesetting->maxLines.value())});
+    if (m_format)
+        return m_format;
+    const Typesetting& setting = *typesetting;
+    TextLook look;
+    look.families = fontFamily.value();
+    look.sizePx = std::clamp(int(std::lround(fontSize.value())), 1, 2000);
+    look.weight = fontWeight.value().value;
+    look.isItalic = setting.fontStyle.value() == FontStyle::Italic;
+    look.lineHeight = std::max(0.f, setting.lineHeight.value().multipleOf(float(look.sizePx)));
+    look.align = align();
+    look.maxLines = std::max(0, setting.maxLines.value());
+    look.letterSpacingPx = setting.letterSpacing.value().px;
+    look.decoration = setting.decoration.value();
+    look.whiteSpace = setting.whiteSpace.value();
+    look.overflow = setting.overflow.value();
+    m_format = TextFormat::of(look);
     return m_format;
+}
+
+const Facet::AttributeT<Alignment>& TextInterfaceWidget::TextPrivate::widgetAlign() const
+{
+    return WidgetRecords::of(static_cast<const Widget&>(*text.host())).layout.spacing->align;
+}
+
+/// `align` is another name of it where nothing says `text-align`.
+TextAlign TextInterfaceWidget::TextPrivate::align() const
+{
+    const Facet::AttributeT<Alignment>& other = widgetAlign();
+    if (typesetting->textAlign.visibleLayer() != Facet::kDefaultLayer || other.visibleLayer() == Facet::kDefaultLayer)
+        return typesetting->textAlign.value();
+    switch (other.value()) {
+    case Alignment::Left: return TextAlign::Left;
+    case Alignment::Center: return TextAlign::Center;
+    case Alignment::Right: break;
+    }
+    return TextAlign::Right;
 }
 
 const TextBlock& TextInterfaceWidget::TextPrivate::lines(float widthPx)
@@ -93,7 +144,7 @@ float TextInterfaceWidget::TextPrivate::topOf(float height, const Vecta::Rect& b
 bool TextInterfaceWidget::TextPrivate::changesLines(const Facet::Attribute& attribute) const
 {
     return &attribute == &text || &attribute == &fontFamily || &attribute == &fontSize || &attribute == &fontWeight
-        || (typesetting.holds(attribute) && &attribute != &typesetting->verticalAlign);
+        || (typesetting.holds(attribute) && &attribute != &typesetting->verticalAlign) || &attribute == &widgetAlign();
 }
 
 TextInterfaceWidget::TextInterfaceWidget(Widget* parent) : Widget(parent), d(std::make_unique<TextPrivate>(this)) {}

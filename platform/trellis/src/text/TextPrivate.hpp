@@ -2,6 +2,7 @@
 
 #include "text/FontWeight.hpp"
 #include "text/KeptTextBlock.hpp"
+#include "text/TextLengths.hpp"
 #include "tree/RareAttributes.hpp"
 
 #include <Trellis/TextInterfaceWidget.hpp>
@@ -18,10 +19,14 @@ struct Typesetting
 {
     explicit Typesetting(Widget* host);
     Facet::AttributeT<FontStyle> fontStyle;
-    Facet::AttributeT<float> lineHeight;
+    Facet::AttributeT<LineHeight> lineHeight;
     Facet::AttributeT<TextAlign> textAlign;
     Facet::AttributeT<VerticalAlign> verticalAlign;
     Facet::AttributeT<int> maxLines;
+    Facet::AttributeT<LetterSpacing> letterSpacing;
+    Facet::AttributeT<TextDecoration> decoration;
+    Facet::AttributeT<WhiteSpace> whiteSpace;
+    Facet::AttributeT<TextOverflow> overflow;
     [[nodiscard]] static bool isNamed(int nameNumber);
 };
 
@@ -53,8 +58,12 @@ struct TextInterfaceWidget::TextPrivate
 
     /// What the format depends on has changed.
     void forgetFormat() { m_format.reset(); }
+    /// Where lines stand, by `text-align` or `align`.
+    [[nodiscard]] TextAlign align() const;
 
 private:
+    [[nodiscard]] const Facet::AttributeT<Alignment>& widgetAlign() const;
+
     TextFormat::Pointer m_format; ///< null until it is needed
     KeptTextBlock m_lines;
     struct Measure

@@ -19,6 +19,14 @@ enum class Overflow {
     Hidden ///< children are neither drawn nor touched outside the widget
 };
 
+/// A number, which may be written as a percentage.
+class OpacityAttribute final : public Facet::AttributeT<float>
+{
+public:
+    using AttributeT::AttributeT;
+    bool setStyleValue(const Facet::StyleValue& value, int layer, QString* error) override;
+};
+
 struct Border
 {
     explicit Border(Widget* host);
@@ -32,7 +40,7 @@ struct DrawingRecord
 {
     explicit DrawingRecord(Widget* host);
 
-    Facet::AttributeT<float> opacity;
+    OpacityAttribute opacity;
     Facet::AttributeT<Bedrock::Color> backgroundColor;
     Facet::AttributeT<Overflow> overflow;
     RareAttributes<Border> border;

@@ -66,6 +66,13 @@ bool LocationAttribute::setStyleValue(const Facet::StyleValue& value, int layer,
     return AttributeT::setStyleValue(value, layer, error);
 }
 
+void LocationAttribute::takeStyledValue(const Facet::Attribute& source)
+{
+    if (!hasValue(Facet::kStyleLayer))
+        invalidateBox(static_cast<Widget&>(*host()));
+    AttributeT::takeStyledValue(source);
+}
+
 void LocationAttribute::clearValue(int layer)
 {
     if (layer == Facet::kStyleLayer && hasValue(layer))

@@ -17,6 +17,7 @@ class LocationAttribute final : public Facet::AttributeT<Vecta::Vector2f>
 public:
     using AttributeT::AttributeT;
     bool setStyleValue(const Facet::StyleValue& value, int layer, QString* error) override;
+    void takeStyledValue(const Facet::Attribute& source) override;
     void clearValue(int layer) override;
 };
 

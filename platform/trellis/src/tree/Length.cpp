@@ -1,7 +1,18 @@
 #include <Trellis/Length.hpp>
 
+#include "tree/LengthComputation.hpp"
+
 #include <Facet/StyleConversion.hpp>
+#include <Facet/StyleMath.hpp>
 #include <Vecta/Angle.hpp>
+
+namespace Trellis
+{
+float Length::compute(float reference) const
+{
+    return LengthComputation::compute(computation, reference);
+}
+}
 
 namespace Facet
 {
@@ -19,11 +30,20 @@ bool fail(QString* error, const char* expectation)
     return false;
 }
 
-bool readLength(const StyleTerm& term, Length& result, const char* expectation, QString* error)
+/// Moves past the length.
+bool readLength(const QVector<StyleTerm>& terms, int& position, Length& result, const char* expectation, QString* error)
 {
+    const StyleTerm& term = terms[position++];
     if (term.kind == Kind::Ident && term.text.compare(QLatin1String("auto"), Qt::CaseInsensitive) == 0) {
         result = Length();
         return true;
+    }
+    if (term.kind == Kind::Function && StyleMath::isFunction(term.text)) {
+        const int first = position - 1;
+        position += int(term.number);
+        const int computation = Trellis::LengthComputation::number(terms.mid(first, position - first), error);
+        result = {Length::Unit::Computed, 0.f, computation};
+        return computation != 0;
     }
     const bool percent = term.kind == Kind::Percentage;
     if (!percent && term.kind != Kind::Number && (term.kind != Kind::Dimension || term.unit != "px"))
@@ -44,15 +64,23 @@ QString number(float value)
 bool StyleConversion<Length>::read(const StyleValue& value, Length& result, QString* error)
 {
     constexpr const char* kExpectation = "expected a length in px, a percentage or auto";
-    if (value.terms.size() != 1)
+    int position = 0;
+    Length length;
+    if (value.terms.isEmpty())
         return fail(error, kExpectation);
-    return readLength(value.terms.first(), result, kExpectation, error);
+    if (!readLength(value.terms, position, length, kExpectation, error))
+        return false;
+    if (position < value.terms.size())
+        return fail(error, kExpectation);
+    result = length;
+    return true;
 }
 
 QString StyleConversion<Length>::write(const Length& value)
 {
     switch (value.unit) {
     case Length::Unit::Auto: return QStringLiteral("auto");
+    case Length::Unit::Computed: return Trellis::LengthComputation::text(value.computation);
     case Length::Unit::Percent: return number(value.value) + QLatin1Char('%');
     case Length::Unit::Pixels: break;
     }
@@ -62,13 +90,13 @@ QString StyleConversion<Length>::write(const Length& value)
 bool StyleConversion<Edges>::read(const StyleValue& value, Edges& result, QString* error)
 {
     Length sides[4];
-    const int count = value.terms.size();
     constexpr const char* kExpectation = "expected one to four lengths";
-    if (count < 1 || count > 4)
-        return fail(error, kExpectation);
-    for (int i = 0; i < count; ++i)
-        if (!readLength(value.terms[i], sides[i], kExpectation, error))
+    int count = 0;
+    for (int position = 0; position < value.terms.size(); ++count)
+        if (count == 4 ? !fail(error, kExpectation) : !readLength(value.terms, position, sides[count], kExpectation, error))
             return false;
+    if (count == 0)
+        return fail(error, kExpectation);
     result.top = sides[0];
     result.right = count > 1 ? sides[1] : result.top;
     result.bottom = count > 2 ? sides[2] : result.top;
