@@ -72,10 +72,12 @@ private:
 
     void readTable(const JsonEntries& table)
     {
-        table.checkKnown({"width", "height", "pixelPitchMm", "keyboardLayout", "fit", "pictureMegabytes", "paintingThreads"});
+        table.checkKnown(
+            {"width", "height", "pixelPitchMm", "keyboardLayout", "fit", "reducedMotion", "pictureMegabytes", "paintingThreads"});
         m_result.sizePx.x = size(table, "width", m_result.sizePx.x);
         m_result.sizePx.y = size(table, "height", m_result.sizePx.y);
         m_result.pixelPitchMm = size(table, "pixelPitchMm", m_result.pixelPitchMm);
+        m_result.reducedMotion = table.flag("reducedMotion", false);
         readKeyboardLayout(table.value("keyboardLayout"));
         if (table.object().contains(QLatin1String("fit"))) {
             m_result.fit = ScreenView::fitOf(table.value("fit").toString());

@@ -44,6 +44,7 @@ struct Presentation
     std::optional<ScreenFit> fit;       ///< to the screen; nothing: Scale in full screen, Relayout in a window
     int pictureMegabytes = 256;         ///< memory of what is kept as pictures
     std::optional<int> paintingThreads; ///< not set: one for each core, at most four
+    bool reducedMotion = false;         ///< style sheets show no motion; `prefers-reduced-motion`
     InputSettings input;
     QString keyboardLayout;  ///< of the keyboards on the table; empty: the default one, "none": no keyboards
     QStringList styleSheets; ///< absolute paths

@@ -175,9 +175,12 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const Table
     d.personalWidgets = std::make_shared<PersonalWidgets>();
     if (!d.services.start(*d.tavola->services(), d.personalWidgets, presentation, options, *d.input, error))
         return nullptr;
-    Cascara::StyleEngine::instance().addStyleSheet(careStyleSheet(presentation.pixelPitchMm), QStringLiteral("care.css"));
+    auto& styles = Cascara::StyleEngine::instance();
+    styles.setPixelPitch(double(presentation.pixelPitchMm));
+    styles.setMedia({d.view.layout().x, d.view.layout().y, presentation.reducedMotion});
+    styles.addStyleSheet(careStyleSheet(presentation.pixelPitchMm), QStringLiteral("care.css"));
     for (const QString& sheet : presentation.styleSheets)
-        Cascara::StyleEngine::instance().loadStyleSheet(sheet);
+        styles.loadStyleSheet(sheet);
     if (!d.loadPlugins(options.plugin.isEmpty() ? presentation.plugins : QStringList{options.plugin}, error))
         return nullptr;
     d.tavola->ui()->internalOverlayWidget()->addChild(Bedrock::makeIntrusive<Tavola::MarkerDetectorWidget>());

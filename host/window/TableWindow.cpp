@@ -1,5 +1,6 @@
 #include "window/TableWindow.hpp"
 
+#include <Cascara/StyleEngine.hpp>
 #include <Lantern/RenderContext.hpp>
 #include <Trellis/Application.hpp>
 
@@ -96,6 +97,10 @@ void TableWindow::fitTo(QSize window)
     const ScreenFit fit = m_fit.value_or(isFullScreen ? ScreenFit::Scale : ScreenFit::Relayout);
     m_view = ScreenView(fit, m_view.layout(), {float(window.width()), float(window.height())});
     m_application.resize(m_view.layout());
+    Cascara::Media media = Cascara::StyleEngine::instance().media();
+    media.widthPx = m_view.layout().x;
+    media.heightPx = m_view.layout().y;
+    Cascara::StyleEngine::instance().setMedia(media);
     m_everythingDamaged = true;
 }
 

@@ -25,6 +25,7 @@ public:
     Facet::AttributeT<QString> text{this, "text"};
     Facet::AttributeT<QStringList> list{this, "list"};
     Facet::AttributeT<Bedrock::Color> color{this, "color"};
+    Facet::AttributeT<float> fontSize{this, "font-size", 16.f};
 
     /// Changes of visible values since the last call.
     int resetChanges() { return std::exchange(m_changes, 0); }
@@ -34,6 +35,17 @@ protected:
 
 private:
     int m_changes = 0;
+};
+
+/// A node without any attribute.
+class BareNode : public Facet::Node, public Cascara::Styleable
+{
+public:
+    explicit BareNode(const char* type) : Cascara::Styleable(static_cast<Facet::Node&>(*this))
+    {
+        setCSSType(type);
+        updateStyle();
+    }
 };
 
 /// A tree of nodes found by id, and no style sheets before and after.

@@ -36,7 +36,8 @@ TEST_CASE("parser: a mistake costs one declaration, and the others of the rule h
         {"width: 1; @nest & { a: b } height: 2", "1:15: @nest is not supported; it is skipped"},
         {"width: 1; text: abc def; height: 2", "1:15: text: expected a quoted text, got 'abc def'; the declaration is skipped"},
         {"width: 1; width: abc; height: 2", "1:15: width: expected a number, got 'abc'; the declaration is skipped"},
-        {"width: 1; widht: 7; height: 2", "1:15: widht: no attribute has this name; the declaration is skipped"},
+        {"width: 1; widht: 7; height: 2",
+         "1:15: widht: no attribute has this name (did you mean 'width'?); the declaration is skipped"},
     };
     for (const Row& row : rows) {
         INFO(row.declarations);
@@ -104,11 +105,11 @@ TEST_CASE("parser: an unknown at-rule is skipped whole, with one warning")
 {
     StyleFixture fixture;
     auto& node = fixture.add("", "N", "n");
-    expectWarning("StyleEngine # test.css:2:1: @media is not supported; it is skipped");
+    expectWarning("StyleEngine # test.css:2:1: @supports is not supported; it is skipped");
     expectWarning("StyleEngine # test.css:3:1: @page is not supported; it is skipped");
     expectWarning("StyleEngine # test.css:4:3: @font-face is not supported; it is skipped");
     fixture.sheet("@charset \"utf-8\";\n"
-                  "@media print { N { text: no } N { text: no } }\n"
+                  "@supports (x) { N { text: no } N { text: no } }\n"
                   "@page;\n"
                   "  @font-face{ text: no }N { width: 1 }");
     CHECK(node.width == 1.f);
@@ -214,4 +215,24 @@ TEST_CASE("parser: an unquoted run of numbers reaches a text attribute as it is 
         CHECK(node.text.value() == QString::fromUtf8(row.text));
         CHECK(node.width == 1.f);
     }
+}
+
+TEST_CASE("style sheet parser: a shorthand is a declaration of each attribute, and its mistake costs one")
+{
+    StyleFixture fixture;
+    auto& node = fixture.add("", "A", "a");
+    Facet::AttributeT<float> borderWidth(&node, "border-width");
+    Facet::AttributeT<Bedrock::Color> borderColor(&node, "border-color");
+    expectWarning("StyleEngine # test.css:1:35: border: expected a width, 'solid' and a colour, or none, got '1px 2px'; the "
+                  "declaration is skipped");
+    fixture.sheet("A { border: 2px solid red; border: 1px 2px; font: italic 12px x; width: 1 }");
+    CHECK(node.width == 1.f);
+    CHECK(borderWidth == 2.f);
+    CHECK(node.fontSize == 12.f);
+    std::string written;
+    for (const auto& declaration : fixture.engine.matchedDeclarations(node))
+        written += (declaration.attribute + ':').toStdString() + declaration.value.toStdString() + ' ';
+    CHECK(written
+          == "border-width:2px border-color:red font-style:italic font-weight:initial font-size:12px line-height:initial "
+             "font-family:x width:1 ");
 }

@@ -82,7 +82,8 @@ TEST_CASE("lazy attribute: taking the creator away takes its attributes away")
 {
     StyleFixture fixture;
     auto& node = fixture.add("", "N", "n");
-    TestSupport::expectWarning("StyleEngine # test.css:1:5: lazy-d: no attribute has this name; the declaration is skipped");
+    TestSupport::expectWarning(
+        "StyleEngine # test.css:1:5: lazy-d: no attribute has this name (did you mean 'lazy-a'?); the declaration is skipped");
     fixture.sheet("N { lazy-d: 2; width: 1 }");
     {
         const LazyAttributeManager::Registrant registrant("lazy-d", &makeTracking);

@@ -72,6 +72,8 @@ TEST_CASE("node styler: what turns out wrong once variables are in it gives the 
         {"N { width: 1 } #n { --v: red;\n width: var(--v) }",
          "2:2: width: expected a number, got 'red' with --v (test.css:1:21); the default is used"},
         {"N { width: 1 } #n { width: var(--none) }", "1:21: width: there is no variable '--none'; the default is used"},
+        {"N { width: 1; --accent: 1 } #n { width: var(--acent) }",
+         "1:34: width: there is no variable '--acent' (did you mean '--accent'?); the default is used"},
         {"N { width: 1 } #n { --v:; width: var(--v) }",
          "1:27: width: expected a value, got '' with --v (test.css:1:21); the default is used"},
         {"N { width: 1 } #n { --v: var(--v); width: var(--v) }",
@@ -172,4 +174,21 @@ TEST_CASE("node styler: files in a value with variables are those beside the sty
     CHECK(declarations[0].attribute == "--file");
     CHECK(declarations[0].value == QStringLiteral("url(a.png)"));
     CHECK(declarations[1].value == QStringLiteral("var( --file )"));
+}
+
+TEST_CASE("node styler: variables in a shorthand, and a mistake in them is told once")
+{
+    StyleFixture fixture;
+    auto& node = fixture.add("", "N", "n");
+    Facet::AttributeT<float> borderWidth(&node, "border-width");
+    Facet::AttributeT<Bedrock::Color> borderColor(&node, "border-color");
+    fixture.sheet("N { --edge: 3px solid; border: var(--edge) lime }");
+    CHECK(borderWidth == 3.f);
+    CHECK(borderColor->toString() == QStringLiteral("#00FF00"));
+    expectWarning(
+        "StyleEngine # test.css:1:16: border: expected a width, 'solid' and a colour, or none, got '3px solid lime red' "
+        "with --edge (test.css:1:5), --x (test.css:1:5); the default is used");
+    fixture.sheet("N { --x: red;  border: var(--edge) lime var(--x) }");
+    CHECK(borderWidth == 0.f);
+    CHECK_FALSE(borderColor.hasValue(Facet::kStyleLayer));
 }

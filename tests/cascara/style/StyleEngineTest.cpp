@@ -3,6 +3,7 @@
 
 #include <doctest/doctest.h>
 
+using CascaraTest::restyledBy;
 using CascaraTest::StyleFixture;
 using CascaraTest::TestNode;
 using Facet::kStyleLayer;
@@ -62,7 +63,8 @@ TEST_CASE("style engine: an attribute that no node ever had is one warning, at t
 {
     StyleFixture fixture;
     fixture.sheet("N { heihgt: 2 }");
-    expectWarning("StyleEngine # test.css:1:5: heihgt: no attribute has this name; the declaration is skipped");
+    expectWarning(
+        "StyleEngine # test.css:1:5: heihgt: no attribute has this name (did you mean 'height'?); the declaration is skipped");
     fixture.add("", "N", "a");
     fixture.add("", "N", "b");
 }
@@ -127,4 +129,44 @@ TEST_CASE("style engine: lists the declarations that match, the winning one last
     CHECK(found[3].line == 2);
     CHECK(found[3].column == 5);
     CHECK(node.width == 2.f);
+}
+
+TEST_CASE("style engine: rules in @media hold as long as their condition does")
+{
+    StyleFixture fixture;
+    auto& node = fixture.add("", "N", "n");
+    const auto before = fixture.engine.media();
+    fixture.engine.setMedia({1000.f, 500.f, false});
+    fixture.sheet("N { width: 1 } @media (min-width: 800px) { N { width: 2 } .wide { height: 2 } "
+                  "@media (orientation: portrait) { N { width: 3 } } } @media (prefers-reduced-motion) { N { width: 4 } }");
+    CHECK(node.width == 2.f);
+    fixture.engine.setMedia({1000.f, 1500.f, false});
+    CHECK(node.width == 3.f);
+    CHECK(restyledBy([&] { node.addCSSClass("wide"); }) == 1);
+    CHECK(node.height == 2.f);
+    CHECK(restyledBy([&] { fixture.engine.setMedia({1000.f, 1600.f, false}); }) == 0);
+    fixture.engine.setMedia({700.f, 1500.f, false});
+    CHECK(node.width == 1.f);
+    CHECK(node.height == 0.f);
+    CHECK(restyledBy([&] { node.removeCSSClass("wide"); }) == 0); // a rule that is not in force reaches nothing
+    fixture.engine.setMedia({700.f, 1500.f, true});
+    CHECK(node.width == 4.f);
+    fixture.engine.setMedia(before);
+}
+
+TEST_CASE("style engine: mistakes in and around @media cost the smallest piece")
+{
+    StyleFixture fixture;
+    auto& node = fixture.add("", "N", "n");
+    expectWarning("StyleEngine # test.css:1:9: there is no feature 'widht' (did you mean 'width'?); the condition does not hold");
+    expectWarning("StyleEngine # test.css:2:14: width: expected a value; the declaration is skipped");
+    expectWarning("StyleEngine # test.css:3:8: expected '{' after 'N'; the rule is skipped");
+    expectWarning("StyleEngine # test.css:4:1: expected '{' after '@media'; it is skipped");
+    expectWarning("StyleEngine # test.css:5:1: @medai is not supported (did you mean 'media'?); it is skipped");
+    expectWarning("StyleEngine # test.css:6:8: the block is not closed; it ends with the file");
+    fixture.sheet("@media (widht: 1px) { N { width: 9 } }\n@media { N { width: } N { height: 1 } }\n@media{N} N { list: a }\n"
+                  "@media (width);\n@medai { N { height: 9 } }\n@media { N { width: 2 }");
+    CHECK(node.width == 2.f);
+    CHECK(node.height == 1.f);
+    CHECK(node.list.value() == QStringList{"a"});
 }

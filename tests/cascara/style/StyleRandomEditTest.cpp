@@ -79,6 +79,16 @@ public:
         }
     }
 
+    QString randomFontSize()
+    {
+        switch (number(5)) {
+        case 0: return QStringLiteral("inherit");
+        case 1: return QStringLiteral("initial");
+        case 2: return reference();
+        default: return QString::number(number(1000));
+        }
+    }
+
     QString randomSheet()
     {
         QString sheet;
@@ -96,6 +106,10 @@ public:
                 sheet += QStringLiteral("%1: %2; ").arg(QString::fromUtf8(pick(kVariables))).arg(randomVariable());
             if (number(5) == 0)
                 sheet += QStringLiteral("width: %1; ").arg(reference());
+            if (number(4) == 0)
+                sheet += QStringLiteral("font-size: %1; ").arg(randomFontSize());
+            if (number(12) == 0)
+                sheet += QStringLiteral("%1: inherit; ").arg(QString::fromUtf8(number(2) == 0 ? "width" : "height"));
             sheet += QStringLiteral("}\n");
         }
         return sheet;
@@ -125,6 +139,7 @@ public:
             // Nothing of what came before may be left: all values anew.
             copy.updateStyle();
             differences += node->width.hasValue(1) != copy.width.hasValue(1) || node->width != *copy.width;
+            differences += node->fontSize.hasValue(1) != copy.fontSize.hasValue(1) || node->fontSize != *copy.fontSize;
             differences += node->height.hasValue(1) != copy.height.hasValue(1) || node->height != *copy.height;
         }
         REQUIRE(differences == 0);

@@ -62,6 +62,42 @@ TEST_CASE("value parser: makes terms of tokens, which are written as they could 
     CHECK(parse("10PX").value.terms[0].unit == "px");
 }
 
+TEST_CASE("value parser: computes what is known, and keeps the rest as it is written")
+{
+    struct Row
+    {
+        const char* css;
+        const char* expected;
+    };
+    const Row rows[] = {
+        {"calc(1px + 2px)", "3px"},
+        {"calc((1 + 2) * 3px)", "9px"},
+        {"calc(-1 * (2 - -3))", "-5"},
+        {"1 min(2, 3) 4", "1 2 4"},
+        {"rgb(calc(1 + 1), 2, 3)", "rgb(2, 2, 3)"},
+        {"calc(100% - 2px) 5px", "calc(100% - 2px) 5px"},
+        {"max(10%, 2em)", "max(10%, 2em)"},
+        {"calc(1px + 2px", "3px"},
+        {"calc(calc(2) * 2)", "4"},
+    };
+    for (const Row& row : rows) {
+        INFO(row.css);
+        const Parsed parsed = parse(row.css);
+        CHECK(parsed.fits);
+        CHECK(parsed.value.toString() == QString::fromUtf8(row.expected));
+    }
+}
+
+TEST_CASE("value parser: millimetres are pixels of the size that was set")
+{
+    CHECK(parse("11mm").value.terms[0].number == doctest::Approx(20.0));
+    CHECK(parse("11mm").value.terms[0].unit == "px");
+    ValueParser::setPixelPitch(0.5);
+    CHECK(parse("11mm").value.terms[0].number == doctest::Approx(22.0));
+    CHECK(parse("calc(11MM + 1px)").value.terms[0].number == doctest::Approx(23.0));
+    ValueParser::setPixelPitch(0.55);
+}
+
 TEST_CASE("value parser: keeps the source without its comments")
 {
     CHECK(parse("10,20-25").value.source == QStringLiteral("10,20-25"));
@@ -82,6 +118,12 @@ TEST_CASE("value parser: what cannot be part of a value is an error at its place
         {"a = b", 3, "unexpected '='"},
         {"a)", 2, "unexpected ')'"},
         {"f(1 - 2)", 5, "unexpected '-'"},
+        {"(1)", 1, "unexpected '('"},
+        {"calc(1px +2px)", 1, "expected '+', '-', '*' or '/' between two values, '+' and '-' with blanks around them"},
+        {"calc(1px+ 2px)", 9, "unexpected '+'"},
+        {"calc(2 -(1))", 8, "unexpected '-'"},
+        {"1 calc(1px + 2)", 3, "values of different kinds are put together"},
+        {"calc({})", 6, "unexpected '{'"},
         {"'a\n", 1, "the text is not closed on its line"},
         {"url(a b)", 1, "the url() is malformed: put its address in quotes"},
         {"url('a' b)", 1, "the url() is malformed: expected one quoted text"},

@@ -58,7 +58,7 @@ TEST_CASE("presentation: everything that may stand in one is read")
     Written written(R"({
         "title": "Two rooms",
         "page": {"museum": "Two rooms"},
-        "table": {"width": 3840, "height": 2160, "pixelPitchMm": 0.4, "keyboardLayout": "fi", "fit": "stretch", "pictureMegabytes": 64, "paintingThreads": 3},
+        "table": {"width": 3840, "height": 2160, "pixelPitchMm": 0.4, "keyboardLayout": "fi", "fit": "stretch", "reducedMotion": true, "pictureMegabytes": 64, "paintingThreads": 3},
         "styleSheets": ["look/rooms.css"],
         "plugins": ["one", "lib/two.so"],
         "people": "people.csv",
@@ -81,6 +81,7 @@ TEST_CASE("presentation: everything that may stand in one is read")
     CHECK(presentation.fit == ScreenFit::Stretch);
     CHECK(presentation.pictureMegabytes == 64);
     CHECK(presentation.paintingThreads == 3);
+    CHECK(presentation.reducedMotion);
     CHECK(presentation.styleSheets == QStringList{sheet});
     CHECK(presentation.plugins == QStringList{QStringLiteral("one"), written.folder().path(QStringLiteral("lib/two.so"))});
     CHECK(presentation.peopleFile == people);
@@ -194,10 +195,9 @@ TEST_CASE("presentation: unknown entries are reported with their place, the rest
                         "widgets": [{"component": "text", "atributes": {}}],
                         "services": {"mail": [], "media-server-service": [{"address": "http://a", "timeout": 3}]}})");
     TestSupport::expectWarningStartingWith(written.told("titel") + "unknown entry; known are title, table, ");
-    written.skips(
-        "table.widht",
-        QStringLiteral(
-            "unknown entry; known are width, height, pixelPitchMm, keyboardLayout, fit, pictureMegabytes, paintingThreads"));
+    written.skips("table.widht",
+                  QStringLiteral("unknown entry; known are width, height, pixelPitchMm, keyboardLayout, fit, reducedMotion, "
+                                 "pictureMegabytes, paintingThreads"));
     written.skips("widgets[0].atributes", QStringLiteral("unknown entry; known are component, id, classes, attributes, slots"));
     written.skips("services.mail", QStringLiteral("unknown kind of service; known are email-service, media-server-service"));
     written.skips("services.media-server-service[0].timeout",

@@ -288,6 +288,20 @@ TEST_CASE("table: an error in a style sheet is reported with its place and costs
     CHECK(find(*table, "b")->width() == 40.f);
 }
 
+TEST_CASE("table: style sheets measure in its millimetres and ask for its size and motion")
+{
+    TablePlace place;
+    place.presentation(R"({"table": {"width": 1000, "height": 500, "pixelPitchMm": 0.5, "reducedMotion": true},
+                           "styleSheets": ["look.css"], "widgets": [{"component": "panel", "id": "a"}]})");
+    place.folder.write(QStringLiteral("look.css"),
+                       "#a { width: 30mm } @media (width: 1000px) and (prefers-reduced-motion) { #a { height: 20px } }\n"
+                       "@media (min-width: 1001px) { #a { height: 10px } }\n");
+    const auto table = place.open();
+    REQUIRE(find(*table, "a"));
+    CHECK(find(*table, "a")->width() == 60.f);
+    CHECK(find(*table, "a")->height() == 20.f);
+}
+
 TEST_CASE("table: what is wrong in a presentation costs the smallest piece, the rest is on the table")
 {
     TablePlace place;

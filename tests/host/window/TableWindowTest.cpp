@@ -1,5 +1,6 @@
 #include "window/TableWindow.hpp"
 
+#include <Cascara/StyleEngine.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Tavola/UserInterface.hpp>
 #include <Trellis/Application.hpp>
@@ -214,6 +215,8 @@ TEST_CASE("table window: the table grows with it")
     QGuiApplication::processEvents();
     CHECK(f.application.size().x == 800.f);
     CHECK(f.application.size().y == 500.f);
+    CHECK(Cascara::StyleEngine::instance().media().widthPx == 800.f); // as style sheets may ask
+    CHECK(Cascara::StyleEngine::instance().media().heightPx == 500.f);
 }
 
 TEST_CASE("table window: when it goes, its mouse is no input any more")

@@ -3,6 +3,7 @@
 
 #include <LogCapture.hpp>
 
+#include <Cascara/StyleEngine.hpp>
 #include <Trellis/AfterIdleApplyLambdaOperator.hpp>
 #include <Trellis/FrameInfo.hpp>
 #include <Trellis/Operator.hpp>
@@ -269,4 +270,32 @@ TEST_CASE("application: a drag allocates nothing once it runs")
         drag();
     CHECK(FacetTest::allocations() == before);
     CHECK(box.scale() > 1.f);
+}
+
+TEST_CASE("application: transitions of style sheets move on with the frames, and at rest no frame is needed")
+{
+    auto& styles = Cascara::StyleEngine::instance();
+    styles.addStyleSheet(QStringLiteral(".moving { opacity: 1; transition: opacity 1s linear; } .moving.gone { opacity: 0 }"),
+                         QStringLiteral("test.css"));
+    {
+        Scene scene;
+        Widget& widget = scene.box(0, 0, 100, 100);
+        widget.addCSSClass("moving");
+        scene.frames(2, 0.25);
+        (void)scene.app.collectDamage();
+        CHECK_FALSE(scene.app.needsFrame());
+        widget.addCSSClass("gone");
+        CHECK(widget.opacity() == 1.f);
+        CHECK(scene.app.needsFrame());
+        const long arranged = scene.app.counters().widgetsArranged;
+        scene.frames(1, 0.25);
+        CHECK(widget.opacity() == 0.75f);
+        CHECK_FALSE(scene.app.collectDamage().isEmpty());
+        scene.frames(3, 0.25);
+        CHECK(widget.opacity() == 0.f);
+        CHECK(scene.app.counters().widgetsArranged == arranged);
+        (void)scene.app.collectDamage();
+        CHECK_FALSE(scene.app.needsFrame());
+    }
+    styles.clearStyleSheets();
 }

@@ -1,5 +1,6 @@
 #include "Scene.hpp"
 
+#include <Cascara/StyleEngine.hpp>
 #include <Trellis/GrabManager.hpp>
 
 #include <cmath>
@@ -380,4 +381,31 @@ TEST_CASE("input: a widget that holds its fingers keeps them from what carries i
     scene.input.fingerMove(3, {170, 120});
     scene.frames();
     CHECK(sheet.location() == before + Vector2f(50.f, 0.f));
+}
+
+// ---- Transitions -------------------------------------------------------------------------------------------------------
+
+TEST_CASE("input: a finger ends what a style sheet moves, where it shows")
+{
+    auto& styles = Cascara::StyleEngine::instance();
+    styles.addStyleSheet(
+        QStringLiteral(".moving { location: 0px 0px; transition: location 1s linear } .moving.away { location: 400px 0px }"),
+        QStringLiteral("test.css"));
+    {
+        Scene scene;
+        auto& widget = scene.box(0, 0, 100, 100, "movable: true;");
+        widget.addCSSClass("moving");
+        scene.frames(2);
+        widget.addCSSClass("away");
+        scene.frames(1, 0.25);
+        REQUIRE(widget.location().x == near(100));
+        scene.input.fingerDown(1, {150, 50});
+        scene.frames(1, 0.0);
+        scene.frames(4, 0.25);
+        CHECK(widget.location().x == near(100));
+        CHECK_FALSE(styles.isMoving());
+        scene.input.fingerUp(1);
+        scene.frames();
+    }
+    styles.clearStyleSheets();
 }

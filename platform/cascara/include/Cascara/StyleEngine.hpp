@@ -1,10 +1,12 @@
 #pragma once
 
 #include <Bedrock/Export.hpp>
+#include <Cascara/Media.hpp>
 
 #include <QByteArray>
 #include <QString>
 
+#include <initializer_list>
 #include <memory>
 #include <vector>
 
@@ -15,9 +17,9 @@ class Styleable;
 /// Applies style sheets to the style tree. One for the process, main thread only.
 ///
 /// Syntax as CSS Syntax Module Level 3 has it; selectors of CSS Selectors Level 4 as docs/presentations.md lists them,
-/// with the specificity and order of CSS Cascading and Inheritance (one origin, no inheritance of values from parents).
-/// A declaration sets the attribute of its name on layer 1 and is withdrawn when its rule stops matching.
-/// Errors are warnings with file, line and column, and cost one declaration (or one rule whose selector is wrong).
+/// with the specificity and order of CSS Cascading and Inheritance (one origin). Variables and the attributes of a text's look
+/// are inherited. A declaration sets the attribute of its name on layer 1 and is withdrawn when its rule stops matching. Errors
+/// are warnings with file, line and column, and cost one declaration (or one rule whose selector is wrong).
 class TAVOLA_EXPORT StyleEngine
 {
 public:
@@ -28,6 +30,11 @@ public:
     void addStyleSheet(const QString& text, const QString& name, const QString& baseDirectory = QString());
     /// As above from a UTF-8 file. False, with a warning, when it cannot be read.
     bool loadStyleSheet(const QString& path);
+    /// How large a pixel is, for lengths in `mm` in sheets that are added from then on. 0.55 mm as long as it is not set.
+    void setPixelPitch(double mmPerPixel);
+    /// What `@media` asks for. Restyles everything when some condition holds now and did not before, or the other way round.
+    void setMedia(const Media& media);
+    [[nodiscard]] const Media& media() const noexcept;
     /// Takes all sheets away and withdraws what they set.
     void clearStyleSheets();
 
@@ -37,6 +44,14 @@ public:
     void finishStyling();
     /// Whether `finishStyling` has something to do.
     [[nodiscard]] bool isStylingUnfinished() const noexcept;
+
+    /// A frame later: transitions move on. What a sheet gives a node in the frame in which it was made, or came to its parent,
+    /// does not move, nor does what changes because of a sheet. To be called once a frame, before anything changes styles.
+    void advance(double seconds);
+    /// Whether a transition is under way, which changes values in the next frame.
+    [[nodiscard]] bool isMoving() const noexcept;
+    /// Ends the transitions of these attributes of the node: the value that shows becomes the run-time value.
+    void hold(const Styleable& styleable, std::initializer_list<const char*> attributes);
 
     /// A declaration that matches a node, in the order of the cascade (the last one of a name wins).
     struct MatchedDeclaration

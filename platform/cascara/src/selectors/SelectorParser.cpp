@@ -1,6 +1,7 @@
 #include "selectors/SelectorParser.hpp"
 
 #include <Facet/NameTable.hpp>
+#include <Facet/NearestWord.hpp>
 
 #include <QRegularExpression>
 
@@ -263,7 +264,9 @@ bool SelectorParser::parsePseudoFunction(Compound& result)
     if (isSame(token().text, "nth-child"))
         return parseNth(result);
     if (!isNegation && !isSame(token().text, "is"))
-        return fail(QStringLiteral("the pseudo-class ':%1()' is not supported").arg(token().text));
+        return fail(QStringLiteral("the pseudo-class ':%1()' is not supported").arg(token().text)
+                    + Facet::didYouMean(token().text.toLower(),
+                                        {QStringLiteral("is"), QStringLiteral("not"), QStringLiteral("nth-child")}));
     if (m_depth >= kDeepestNesting)
         return fail(QStringLiteral(":%1() is nested too deeply: at most %2").arg(token().text.toLower()).arg(kDeepestNesting));
     ++m_depth;

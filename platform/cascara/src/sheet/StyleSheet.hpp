@@ -1,7 +1,10 @@
 #pragma once
 
+#include "motion/TransitionList.hpp"
 #include "selectors/Selector.hpp"
+#include "sheet/MediaQuery.hpp"
 #include "syntax/Token.hpp"
+#include "values/WideKeyword.hpp"
 
 #include <Facet/StyleValue.hpp>
 
@@ -22,12 +25,29 @@ struct Declaration
     Facet::StyleValue value; ///< unless there are tokens
     /// Of a variable's definition, or of a value that names variables; else null.
     std::shared_ptr<const Tokens> tokens;
+    /// The name that is written, where that stands for several attributes and the value names variables; else empty.
+    QByteArray shorthand;
+    /// An earlier declaration of the same shorthand reports what is wrong with it.
+    bool isFollowing = false;
+    /// Of `transition`, unless there are tokens.
+    std::shared_ptr<const TransitionList> transitions;
+    bool isTransition = false;
     bool isVariable = false;
+    bool isInherited = false; ///< children inherit the attribute
+    WideKeyword keyword = WideKeyword::None;
+    /// It may say that the attribute has the value of the parent's although children do not inherit it.
+    bool takesFromParent = false;
     bool isImportant = false;
     int line = 0;
     int column = 0;
     int serial = 0; ///< unique in the process; 0 for none
     const Rule* rule = nullptr;
+    /// The value has lengths in `em`, or is a share of the parent's font size.
+    bool usesFontSize = false;
+    /// Whether it says the same for every node.
+    [[nodiscard]] bool isConstant() const noexcept { return !tokens && !usesFontSize && keyword == WideKeyword::None; }
+    /// Whether it has to do with the nodes above or below.
+    [[nodiscard]] bool mayInherit() const noexcept { return isVariable || isInherited || !isConstant(); }
     /// The value as it is written, for tools.
     [[nodiscard]] QString text() const { return tokens ? tokens->source : value.toString(); }
     /// Said already; a declaration is complained about once, not once per node.
@@ -41,6 +61,15 @@ struct Rule
     std::vector<Selector> selectors;
     std::vector<Declaration> declarations;
     const StyleSheet* sheet = nullptr;
+    std::shared_ptr<const MediaScope> media; ///< null for a rule that is always in force
+    bool isInForce = true;
+
+    /// None as long as it is not in force.
+    [[nodiscard]] const std::vector<Selector>& selectorsInForce() const
+    {
+        static const std::vector<Selector> kNone;
+        return isInForce ? selectors : kNone;
+    }
 };
 
 struct StyleSheet

@@ -2,10 +2,14 @@
 
 #include "selectors/SelectorParser.hpp"
 #include "syntax/Tokenizer.hpp"
+#include "values/FontSize.hpp"
+#include "values/InheritedValues.hpp"
+#include "values/Shorthand.hpp"
 #include "values/ValueParser.hpp"
 #include "values/Variables.hpp"
 
 #include <Facet/NameTable.hpp>
+#include <Facet/NearestWord.hpp>
 
 #include <algorithm>
 #include <tuple>
@@ -17,6 +21,30 @@ namespace
 {
 using Kind = Token::Kind;
 int g_lastSerial = 0;
+
+/// False, with the reason in `expected`, for a value that is none.
+bool readTransition(Declaration& declaration, QString& expected)
+{
+    declaration.isTransition = true;
+    if (declaration.tokens || wideKeyword(declaration.value) != WideKeyword::None)
+        return true;
+    auto list = std::make_shared<TransitionList>();
+    if (!TransitionList::read(declaration.value, *list, expected))
+        return false;
+    declaration.transitions = std::move(list);
+    return true;
+}
+
+/// Also as the fallback of a variable.
+bool saysInherit(const Declaration& declaration)
+{
+    if (!declaration.tokens)
+        return declaration.keyword == WideKeyword::Inherit;
+    const auto& list = declaration.tokens->list;
+    return std::any_of(list.begin(), list.end(), [](const Token& token) {
+        return token.kind == Kind::Ident && wideKeyword(token.text) == WideKeyword::Inherit;
+    });
+}
 }
 
 StyleSheetParser::StyleSheetParser(Tokens tokens, QString baseDirectory)
@@ -83,6 +111,10 @@ void StyleSheetParser::parseSheet()
 void StyleSheetParser::parseAtRule(bool inBlock)
 {
     const Token& at = token(m_position++);
+    if (!inBlock && m_mediaDepth < kDeepestNesting && at.text.compare(QLatin1String("media"), Qt::CaseInsensitive) == 0) {
+        parseMedia(at);
+        return;
+    }
     const int first = m_position;
     bool hasBlock = false;
     while (kind() != Kind::Semicolon && kind() != Kind::End && !hasBlock && !(inBlock && kind() == Kind::CloseCurly)) {
@@ -98,12 +130,47 @@ void StyleSheetParser::parseAtRule(bool inBlock)
     if (name == QLatin1String("import") && !hasBlock && !inBlock && parseImport(first, end, at))
         return;
     if (name != QLatin1String("import") || hasBlock || inBlock)
-        error(at, QStringLiteral("@%1 is not supported; it is skipped").arg(at.text));
+        error(at,
+              QStringLiteral("@%1 is not supported%2; it is skipped")
+                  .arg(at.text,
+                       inBlock ? QString() : Facet::didYouMean(name, {QStringLiteral("import"), QStringLiteral("media")})));
+}
+
+void StyleSheetParser::parseMedia(const Token& at)
+{
+    const int first = m_position;
+    while (kind() != Kind::OpenCurly && kind() != Kind::Semicolon && kind() != Kind::End)
+        skipComponent();
+    if (kind() != Kind::OpenCurly) {
+        error(at, QStringLiteral("expected '{' after '@media'; it is skipped"));
+        m_position += kind() == Kind::Semicolon ? 1 : 0;
+        return;
+    }
+    auto scope = std::make_shared<MediaScope>();
+    scope->query = MediaQuery::parse(m_tokens, first, m_position, m_sheet->errors);
+    scope->around = m_media;
+    const auto around = std::exchange(m_media, std::move(scope));
+    const Token& open = token(m_position++);
+    ++m_mediaDepth;
+    while (kind() != Kind::End && kind() != Kind::CloseCurly) {
+        if (kind() == Kind::Whitespace)
+            ++m_position;
+        else if (kind() == Kind::AtKeyword)
+            parseAtRule(false);
+        else
+            parseRule();
+    }
+    --m_mediaDepth;
+    m_media = around;
+    if (kind() == Kind::End)
+        error(open, QStringLiteral("the block is not closed; it ends with the file"));
+    else
+        ++m_position;
 }
 
 bool StyleSheetParser::parseImport(int first, int end, const Token& at)
 {
-    if (!m_sheet->rules.empty()) {
+    if (!m_sheet->rules.empty() || m_media) {
         error(at, QStringLiteral("@import must stand before all rules; it is skipped"));
         return true;
     }
@@ -121,9 +188,9 @@ bool StyleSheetParser::parseImport(int first, int end, const Token& at)
 void StyleSheetParser::parseRule()
 {
     const int first = m_position;
-    while (kind() != Kind::OpenCurly && kind() != Kind::End)
+    while (kind() != Kind::OpenCurly && kind() != Kind::End && !(m_mediaDepth > 0 && kind() == Kind::CloseCurly))
         skipComponent();
-    if (kind() == Kind::End) {
+    if (kind() != Kind::OpenCurly) {
         error(token(first),
               QStringLiteral("expected '{' after '%1'; the rule is skipped").arg(m_tokens.textBetween(first, m_position)));
         return;
@@ -133,6 +200,7 @@ void StyleSheetParser::parseRule()
         --end;
     auto rule = std::make_unique<Rule>();
     rule->sheet = m_sheet.get();
+    rule->media = m_media;
     SelectorParser selectors(m_tokens, first, end);
     const bool isSelector = selectors.parseList(rule->selectors);
     m_sheet->errors.insert(m_sheet->errors.end(), selectors.listErrors().begin(), selectors.listErrors().end());
@@ -213,12 +281,53 @@ void StyleSheetParser::parseDeclaration(Rule* rule, int first, int end)
         skipped(name, QStringLiteral("%1: expected a value").arg(name.text));
         return;
     }
-    declaration.attribute = name.text.toUtf8();
-    declaration.attributeNumber = Facet::NameTable::instance().number(declaration.attribute);
     declaration.line = name.line;
     declaration.column = name.column;
+    const QByteArray attribute = name.text.toUtf8();
+    QString expected;
+    if (attribute == "transition" && !readTransition(declaration, expected)) {
+        skipped(token(position), QStringLiteral("%1: %2, got '%3'").arg(name.text, expected, declaration.value.toString()));
+        return;
+    }
+    if (Shorthand::isShorthand(attribute)) {
+        if (!addShorthand(*rule, attribute, declaration, expected))
+            skipped(token(position), QStringLiteral("%1: %2, got '%3'").arg(name.text, expected, declaration.value.toString()));
+    } else {
+        add(*rule, attribute, std::move(declaration));
+    }
+}
+
+void StyleSheetParser::add(Rule& rule, const QByteArray& attribute, Declaration declaration)
+{
+    declaration.attribute = attribute;
+    declaration.isInherited = isInheritedAttribute(attribute);
+    declaration.usesFontSize = usesFontSize(attribute, declaration.value);
+    declaration.keyword = wideKeyword(declaration.value);
+    declaration.takesFromParent = !declaration.isVariable && !declaration.isInherited && saysInherit(declaration);
+    declaration.attributeNumber = Facet::NameTable::instance().number(attribute);
     declaration.serial = ++g_lastSerial;
-    rule->declarations.push_back(std::move(declaration));
+    rule.declarations.push_back(std::move(declaration));
+}
+
+/// One declaration for each attribute that it stands for. False, with the reason in `expected`, when its value cannot be parted.
+bool StyleSheetParser::addShorthand(Rule& rule, const QByteArray& name, Declaration declaration, QString& expected)
+{
+    if (declaration.tokens) { // what they mean shows in a node
+        declaration.shorthand = name;
+        for (const QByteArray& attribute : Shorthand::attributes(name)) {
+            add(rule, attribute, declaration);
+            declaration.isFollowing = true;
+        }
+        return true;
+    }
+    std::vector<Shorthand::Part> parts;
+    if (!Shorthand::expand(name, declaration.value, parts, expected))
+        return false;
+    for (Shorthand::Part& part : parts) {
+        declaration.value = std::move(part.value);
+        add(rule, part.attribute, declaration);
+    }
+    return true;
 }
 
 /// Tokens of a variable and of a value that names variables are kept: what they mean shows in a node.

@@ -25,17 +25,22 @@ private:
     void skipBlanks();
 
     void parseSheet();
+    void parseMedia(const Token& at);
     void parseAtRule(bool inBlock);
     bool parseImport(int first, int end, const Token& at);
     void parseRule();
     void parseDeclarations(Rule* rule);
     void parseDeclaration(Rule* rule, int first, int end);
+    static void add(Rule& rule, const QByteArray& attribute, Declaration declaration);
+    static bool addShorthand(Rule& rule, const QByteArray& name, Declaration declaration, QString& expected);
     bool parseValue(int first, int end, Declaration& declaration, StyleSheetError& wrong);
     void error(const Token& where, const QString& text);
 
     Tokens m_tokens;
     QString m_baseDirectory;
     std::unique_ptr<StyleSheet> m_sheet;
+    std::shared_ptr<const MediaScope> m_media; ///< around the rule at hand
+    int m_mediaDepth = 0;
     int m_position = 0;
 };
 }

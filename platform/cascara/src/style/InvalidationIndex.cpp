@@ -13,7 +13,7 @@ void InvalidationIndex::build(const std::vector<std::unique_ptr<StyleSheet>>& sh
     Path path;
     for (const auto& sheet : sheets)
         for (const auto& rule : sheet->rules)
-            for (const Selector& selector : rule->selectors)
+            for (const Selector& selector : rule->selectorsInForce())
                 add(selector, nullptr, selector.parts.front().compound, path);
 }
 

@@ -1,10 +1,10 @@
 #include "style/NodeStyler.hpp"
 
+#include "style/DeclaredValue.hpp"
 #include "style/StyleEnginePrivate.hpp"
-#include "values/ValueParser.hpp"
 
-#include <Bedrock/Trace.hpp>
 #include <Cascara/LazyAttributeManager.hpp>
+#include <Facet/NearestWord.hpp>
 #include <Facet/Node.hpp>
 
 #include <algorithm>
@@ -14,20 +14,6 @@ namespace Cascara
 {
 namespace
 {
-/// `text` says what is wrong and what happens next.
-void report(const Declaration& declaration, const QString& text)
-{
-    if (std::exchange(declaration.isReported, true))
-        return;
-    Bedrock::Trace::warning("StyleEngine # %s:%d:%d: %s: %s", declaration.rule->sheet->name.toUtf8().constData(),
-                            declaration.line, declaration.column, declaration.attribute.constData(), text.toUtf8().constData());
-}
-
-void reportSkipped(const Declaration& declaration, const QString& text)
-{
-    report(declaration, text + QStringLiteral("; the declaration is skipped"));
-}
-
 auto findApplied(StyleNode& node, int attribute)
 {
     return std::lower_bound(node.applied.begin(), node.applied.end(), attribute,
@@ -52,77 +38,93 @@ void setApplied(StyleNode& node, int attribute, int declaration)
     else if (declaration != 0)
         node.applied.insert(found, {attribute, declaration});
 }
-
-const Candidate* endOfAttribute(const Candidate* first, const Candidate* last)
-{
-    const int number = first->declaration->attributeNumber;
-    return std::find_if(first, last, [number](const Candidate& c) { return c.declaration->attributeNumber != number; });
 }
 
-/// Whether the definition is that one word.
-bool isWord(const Declaration& definition, const char* word)
-{
-    const auto& list = definition.tokens->list;
-    return list.size() == 2 && list.front().kind == Token::Kind::Ident
-        && list.front().text.compare(QLatin1String(word), Qt::CaseInsensitive) == 0;
-}
-
-QString placeOf(const Declaration& declaration)
-{
-    return QStringLiteral("%1:%2:%3").arg(declaration.rule->sheet->name).arg(declaration.line).arg(declaration.column);
-}
-}
-
-NodeStyler::NodeStyler(StyleNode& node, const std::vector<Candidate>& candidates)
-    : m_node(node), m_candidates(candidates), m_restyling(++node.restyling)
+NodeStyler::NodeStyler(StyleNode& node, const std::vector<Candidate>& candidates, const Declaration* transition)
+    : m_node(node), m_candidates(candidates), m_restyling(++node.restyling), m_transition(transition)
 {
     m_node.missing.reset();
 }
 
-std::vector<int> NodeStyler::updateVariables()
+template <class Change>
+void NodeStyler::changeValue(Facet::Attribute& attribute, Change change)
 {
-    std::vector<VariableDefinition> own;
-    const Candidate* const last = m_candidates.data() + m_candidates.size();
-    for (const Candidate* first = m_candidates.data(); first != last; first = endOfAttribute(first, last)) {
-        const Declaration& winner = *first->declaration;
-        if (!winner.isVariable || isWord(winner, "inherit") || isWord(winner, "unset"))
-            continue;
-        own.push_back({winner.attributeNumber, isWord(winner, "initial") ? nullptr : winner.tokens, placeOf(winner)});
+    RunningTransitions& transitions = restyler().transitions();
+    if (!m_transitions && !transitions.isMoving()) {
+        change();
+        return;
     }
-    if (own.empty() && m_node.variables.own().empty())
-        return m_node.variables.inherit(m_node.parentVariables());
-    return m_node.variables.define(std::move(own), m_node.parentVariables());
+    const QString before = attribute.toText();
+    change();
+    if (isCurrent())
+        transitions.valueWritten(m_node, attribute, before, m_transitions ? m_transitions->find(attribute.name()) : nullptr);
 }
 
 void NodeStyler::apply()
 {
-    m_node.variables.clearUses();
+    if ((m_transition || restyler().transitions().isMoving()) && !readTransitions())
+        return;
     if (!withdraw())
         return;
     const Candidate* const last = m_candidates.data() + m_candidates.size();
     for (const Candidate* first = m_candidates.data(); first != last;) {
         const Candidate* const end = endOfAttribute(first, last);
-        if (!first->declaration->isVariable && !applyAttribute(first, end))
+        if (!first->declaration->isVariable && !first->declaration->isInherited && !applyAttribute(first, end))
             return;
         first = end;
     }
+    if (!m_node.inheritance)
+        return;
+    if (const InheritedValues::Pointer inherited = m_node.inheritance->values())
+        for (const InheritedValue& value : inherited->all())
+            if (!applyInherited(value))
+                return;
+}
+
+/// False when the node is gone or was restyled by an inner round.
+bool NodeStyler::readTransitions()
+{
+    const TransitionList* list = m_transition ? m_transition->transitions.get() : nullptr;
+    if (m_transition && m_transition->tokens) {
+        const DeclaredValue declared(m_node, *m_transition);
+        QString expected;
+        if (declared.isValid() && declared.keyword() == WideKeyword::None) {
+            if (TransitionList::read(declared.value(), m_ownTransitions, expected))
+                list = &m_ownTransitions;
+            else
+                declared.reportUnfit(expected);
+        }
+    }
+    m_transitions = restyler().mayMove(m_node) ? list : nullptr;
+    restyler().transitions().keepOnly(m_node, list);
+    return isCurrent();
+}
+
+/// Whether a candidate or a node above says something of the attribute.
+bool NodeStyler::isGiven(int attribute) const
+{
+    if (m_node.inheritance && m_node.inheritance->values() && m_node.inheritance->values()->find(attribute))
+        return true;
+    const auto candidate =
+        std::lower_bound(m_candidates.begin(), m_candidates.end(), attribute,
+                         [](const Candidate& entry, int number) { return entry.declaration->attributeNumber < number; });
+    return candidate != m_candidates.end() && candidate->declaration->attributeNumber == attribute
+        && !candidate->declaration->isInherited;
 }
 
 /// False when the node is gone or was restyled by an inner round.
 bool NodeStyler::withdraw()
 {
     for (int i = 0; i < m_node.applied.size();) {
-        const int attributeNumber = m_node.applied[i].attribute;
-        const auto candidate =
-            std::lower_bound(m_candidates.begin(), m_candidates.end(), attributeNumber,
-                             [](const Candidate& entry, int number) { return entry.declaration->attributeNumber < number; });
-        if (candidate != m_candidates.end() && candidate->declaration->attributeNumber == attributeNumber) {
+        const int number = m_node.applied[i].attribute;
+        if (isGiven(number)) {
             ++i;
             continue;
         }
         m_node.applied.erase(m_node.applied.begin() + i);
-        if (Facet::Attribute* attribute = m_node.owner->node().attributeNumbered(attributeNumber)) {
-            attribute->clearValue(Facet::kStyleLayer);
+        if (Facet::Attribute* attribute = m_node.owner->node().attributeNumbered(number)) {
+            changed(number);
+            changeValue(*attribute, [&] { attribute->clearValue(Facet::kStyleLayer); });
             if (!isCurrent())
                 return false;
         }
@@ -142,8 +144,10 @@ void NodeStyler::attributeIsMissing(const Candidate* first, const Candidate* end
         restyler().finishLater(m_node);
         return;
     }
+    const QString suggestion = Facet::didYouMean(QString::fromUtf8(name), Facet::AttributeDeclaration::knownNames());
     for (const Candidate* candidate = first; candidate != end; ++candidate)
-        reportSkipped(*candidate->declaration, QStringLiteral("no attribute has this name"));
+        reportDeclaration(*candidate->declaration,
+                          QStringLiteral("no attribute has this name%1; the declaration is skipped").arg(suggestion));
 }
 
 /// Gives an attribute the first of its candidates that fits it, or none. False when the node is gone or was restyled meanwhile.
@@ -151,7 +155,7 @@ bool NodeStyler::applyAttribute(const Candidate* first, const Candidate* end)
 {
     const int number = first->declaration->attributeNumber;
     const int before = appliedDeclaration(m_node, number);
-    if (before == first->declaration->serial && !first->declaration->tokens)
+    if (before == first->declaration->serial && first->declaration->isConstant())
         return true;
 
     Facet::Attribute* attribute = m_node.owner->node().attributeNumbered(number);
@@ -168,64 +172,73 @@ bool NodeStyler::applyAttribute(const Candidate* first, const Candidate* end)
 
     for (const Candidate* candidate = first; candidate != end; ++candidate) {
         const Declaration& declaration = *candidate->declaration;
-        if (declaration.tokens) {
-            writeSubstituted(*attribute, declaration);
+        if (declaration.isConstant() && declaration.serial == before)
+            return true;
+        const DeclaredValue declared(m_node, declaration);
+        if (declared.isValid() && declared.keyword() == WideKeyword::Inherit) {
+            takeFromParent(*attribute, declaration);
             return isCurrent();
         }
-        if (declaration.serial == before)
-            return true;
-        QString error;
-        const bool fits = write(*attribute, declaration, declaration.value, error);
+        if (!declared.isValid() || declared.keyword() != WideKeyword::None)
+            break;
+        QString expected;
+        const bool fits = write(*attribute, declaration.serial, declared.value(), expected);
         if (!isCurrent())
             return false;
         if (fits)
             return true;
-        reportSkipped(declaration, QStringLiteral("%1, got '%2'").arg(error, declaration.value.toString()));
+        declared.reportUnfit(expected);
+        if (declaration.tokens)
+            break;
     }
     clear(*attribute);
     return isCurrent();
 }
 
-bool NodeStyler::write(Facet::Attribute& attribute, const Declaration& declaration, const Facet::StyleValue& value,
-                       QString& error)
+/// The value that style sheets or its default give the attribute of the parent. What was set there at run time stays there.
+void NodeStyler::takeFromParent(Facet::Attribute& attribute, const Declaration& declaration)
 {
     const int number = declaration.attributeNumber;
+    m_node.obtainInheritance().fromParent.push_back(number);
+    const Styleable* const parent = m_node.owner->styleParent();
+    const Facet::Attribute* const source = parent ? parent->node().attributeNumbered(number) : nullptr;
+    if (!source || !source->isOfSameType(attribute)) {
+        clear(attribute);
+        return;
+    }
+    setApplied(m_node, number, declaration.serial);
+    changed(number);
+    changeValue(attribute, [&] { attribute.takeStyledValue(*source); });
+}
+
+bool NodeStyler::applyInherited(const InheritedValue& inherited)
+{
+    const int before = appliedDeclaration(m_node, inherited.attribute);
+    if (before == inherited.serial)
+        return true;
+    Facet::Attribute* const attribute = m_node.owner->node().attributeNumbered(inherited.attribute);
+    if (!attribute) {
+        setApplied(m_node, inherited.attribute, 0);
+        return true;
+    }
+    QString unfit; // the node that declares it has a value that fits there: another type of the same name has its default
+    const bool fits = write(*attribute, inherited.serial, *inherited.value, unfit);
+    if (isCurrent() && !fits)
+        clear(*attribute);
+    return isCurrent();
+}
+
+bool NodeStyler::write(Facet::Attribute& attribute, int serial, const Facet::StyleValue& value, QString& error)
+{
+    const int number = attribute.nameNumber();
     const int before = appliedDeclaration(m_node, number);
-    setApplied(m_node, number, declaration.serial); // before the listeners read it
-    const bool fits = attribute.setStyleValue(value, Facet::kStyleLayer, &error);
+    setApplied(m_node, number, serial); // before the listeners read it
+    changed(number);
+    bool fits = true;
+    changeValue(attribute, [&] { fits = attribute.setStyleValue(value, Facet::kStyleLayer, &error); });
     if (!fits && isCurrent())
         setApplied(m_node, number, before);
     return fits;
-}
-
-/// What is wrong with a value shows only when the variables are in it. It has won by then: no weaker rule comes into force.
-/// A variable that is not there is no mistake where a sheet defines it: a node may lie outside of what has it, or be no part of
-/// the tree yet.
-void NodeStyler::writeSubstituted(Facet::Attribute& attribute, const Declaration& declaration)
-{
-    m_node.variables.addUses(*declaration.tokens);
-    VariableSubstitution substitution(m_node.variables.set());
-    Tokens tokens;
-    QString error;
-    if (!substitution.run(*declaration.tokens, tokens)) {
-        if (substitution.missing() == 0 || !restyler().isVariableDefined(substitution.missing()))
-            error = substitution.fault();
-    } else {
-        ValueParser parser(tokens, declaration.rule->sheet->baseDirectory);
-        Facet::StyleValue value;
-        if (!parser.parse(0, int(tokens.list.size()) - 1, value))
-            error = parser.error().text;
-        else if (value.terms.isEmpty())
-            error = QStringLiteral("expected a value");
-        else if (write(attribute, declaration, value, error) || !isCurrent())
-            return;
-        error += QStringLiteral(", got '%1'").arg(tokens.source.trimmed());
-        if (!substitution.sources().isEmpty())
-            error += QStringLiteral(" with ") + substitution.sources();
-    }
-    if (!error.isEmpty())
-        report(declaration, error + QStringLiteral("; the default is used"));
-    clear(attribute);
 }
 
 void NodeStyler::clear(Facet::Attribute& attribute)
@@ -233,6 +246,13 @@ void NodeStyler::clear(Facet::Attribute& attribute)
     if (appliedDeclaration(m_node, attribute.nameNumber()) == 0)
         return;
     setApplied(m_node, attribute.nameNumber(), 0);
-    attribute.clearValue(Facet::kStyleLayer);
+    changed(attribute.nameNumber());
+    changeValue(attribute, [&] { attribute.clearValue(Facet::kStyleLayer); });
+}
+
+void NodeStyler::changed(int attribute)
+{
+    if (restyler().isTakenFromParents(attribute))
+        m_changedForChildren.push_back(attribute);
 }
 }

@@ -1,45 +1,49 @@
 #pragma once
 
-#include "sheet/StyleSheet.hpp"
+#include "style/Candidate.hpp"
 #include "style/StyleNode.hpp"
 
 #include <vector>
 
 namespace Cascara
 {
-/// A declaration that matches the node at hand.
-struct Candidate
-{
-    const Declaration* declaration;
-    int rank; ///< the higher wins
-};
-
 /// Gives one node the values that its declarations say. Lives for one restyling of the node; main thread only.
 /// Writing attributes calls listeners, which may restyle the same node or destroy it: then this one gives up.
 class NodeStyler
 {
 public:
-    /// `candidates` are ordered by attribute, the winner of each first.
-    NodeStyler(StyleNode& node, const std::vector<Candidate>& candidates);
+    /// `candidates` are ordered by attribute, the winner of each first. `transition` is the declaration of that which won; null
+    /// for none.
+    NodeStyler(StyleNode& node, const std::vector<Candidate>& candidates, const Declaration* transition);
 
-    /// Defines the node's variables anew, from those of its parent and the candidates. Returns the names of those that
-    /// changed, for the nodes below. Calls no listeners.
-    [[nodiscard]] std::vector<int> updateVariables();
-    /// Withdraws what no candidate says any more and writes what the candidates say.
+    /// Withdraws what nothing says any more and writes what the candidates and the nodes above say.
     void apply();
+    /// Attributes that `apply` wrote or withdrew and that some declaration `inherit` takes from a parent.
+    [[nodiscard]] const std::vector<int>& changedForChildren() const noexcept { return m_changedForChildren; }
 
 private:
     [[nodiscard]] bool isCurrent() const { return m_node.owner && m_node.restyling == m_restyling; }
+    bool readTransitions();
     bool withdraw();
+    [[nodiscard]] bool isGiven(int attribute) const;
     void attributeIsMissing(const Candidate* first, const Candidate* end);
     bool applyAttribute(const Candidate* first, const Candidate* end);
+    bool applyInherited(const InheritedValue& inherited);
+    void takeFromParent(Facet::Attribute& attribute, const Declaration& declaration);
     /// Writes a value. False, with the reason in `error`, when it does not fit; then nothing has changed.
-    bool write(Facet::Attribute& attribute, const Declaration& declaration, const Facet::StyleValue& value, QString& error);
-    void writeSubstituted(Facet::Attribute& attribute, const Declaration& declaration);
+    bool write(Facet::Attribute& attribute, int serial, const Facet::StyleValue& value, QString& error);
     void clear(Facet::Attribute& attribute);
+    void changed(int attribute);
+    /// Lets `change` set or clear the style value of the attribute, which may then move there in steps.
+    template <class Change>
+    void changeValue(Facet::Attribute& attribute, Change change);
 
     StyleNode& m_node;
     const std::vector<Candidate>& m_candidates;
     const unsigned m_restyling;
+    const Declaration* m_transition;
+    TransitionList m_ownTransitions;               ///< of a declaration with variables
+    const TransitionList* m_transitions = nullptr; ///< null when nothing may move
+    std::vector<int> m_changedForChildren;
 };
 }

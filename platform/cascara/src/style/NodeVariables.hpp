@@ -2,7 +2,6 @@
 
 #include "values/Variables.hpp"
 
-#include <memory>
 #include <vector>
 
 namespace Cascara
@@ -12,10 +11,9 @@ class NodeVariables
 {
 public:
     /// Null when there are none.
-    [[nodiscard]] const VariableSet* set() const noexcept { return m_record ? m_record->set.get() : nullptr; }
-    [[nodiscard]] const VariableSet::Pointer& shared() const noexcept { return m_record ? m_record->set : s_none; }
-    [[nodiscard]] static const VariableSet::Pointer& none() noexcept { return s_none; }
-    [[nodiscard]] const std::vector<VariableDefinition>& own() const;
+    [[nodiscard]] const VariableSet* set() const noexcept { return m_set.get(); }
+    [[nodiscard]] const VariableSet::Pointer& shared() const noexcept { return m_set; }
+    [[nodiscard]] const std::vector<VariableDefinition>& own() const noexcept { return m_own; }
 
     /// Takes the variables of the parent as they are, or with the definitions there are already. Returns the names of those that
     /// changed, ascending.
@@ -23,28 +21,16 @@ public:
     /// As above with other definitions.
     std::vector<int> define(std::vector<VariableDefinition> own, const VariableSet::Pointer& parent);
 
-    void clearUses()
-    {
-        if (m_record)
-            m_record->used.clear();
-    }
+    void clearUses() noexcept { m_used.clear(); }
     /// The node's styles depend on the variables that `tokens` name.
-    void addUses(const Tokens& tokens);
+    void addUses(const Tokens& tokens) { collectVariables(tokens, m_used); }
     /// Whether they depend on one of the names, which ascend.
     [[nodiscard]] bool usesAny(const std::vector<int>& names) const;
+    [[nodiscard]] bool isEmpty() const noexcept { return !m_set && m_own.empty() && m_used.empty(); }
 
 private:
-    /// Nodes of a tree without variables have none.
-    struct Record
-    {
-        VariableSet::Pointer set;
-        std::vector<VariableDefinition> own;
-        std::vector<int> used;
-    };
-    Record& record();
-
-    static const VariableSet::Pointer s_none;
-
-    std::unique_ptr<Record> m_record;
+    VariableSet::Pointer m_set;
+    std::vector<VariableDefinition> m_own;
+    std::vector<int> m_used;
 };
 }

@@ -1,5 +1,7 @@
 #include "style/Restyler.hpp"
 
+#include "style/OwnDefinitions.hpp"
+
 #include <Bedrock/Trace.hpp>
 #include <Facet/Node.hpp>
 
@@ -43,6 +45,7 @@ private:
 void Restyler::addNode(StyleNode& node)
 {
     node.index = unsigned(m_nodes.size());
+    node.born = m_frame;
     m_nodes.push_back(&node);
 }
 
@@ -71,18 +74,45 @@ void Restyler::clearSheets()
     rebuildAndRestyle();
 }
 
+void Restyler::setMedia(const Media& media)
+{
+    m_media = media;
+    if (updateRulesInForce())
+        rebuildAndRestyle();
+}
+
+bool Restyler::updateRulesInForce()
+{
+    bool changes = false;
+    for (const auto& sheet : m_sheets)
+        for (const auto& rule : sheet->rules)
+            if (rule->media)
+                changes |= std::exchange(rule->isInForce, rule->media->matches(m_media)) != rule->isInForce;
+    return changes;
+}
+
 void Restyler::rebuildAndRestyle()
 {
+    ++m_stillness;
+    updateRulesInForce();
     m_rules.build(m_sheets);
     m_invalidation.build(m_sheets);
     m_definedVariables.clear();
+    m_takenFromParents.clear();
+    m_hasTransitions = false;
+    bool inherits = false;
     for (const auto& sheet : m_sheets)
         for (const auto& rule : sheet->rules)
-            for (const Declaration& declaration : rule->declarations)
+            for (const Declaration& declaration : rule->declarations) {
+                inherits = inherits || declaration.mayInherit();
+                m_hasTransitions = m_hasTransitions || declaration.isTransition;
                 if (declaration.isVariable)
                     m_definedVariables.insert(declaration.attributeNumber);
-    // Those of sheets that are gone are withdrawn by this restyling.
-    m_mayHaveVariables = m_mayHaveVariables || !m_definedVariables.empty();
+                else if (declaration.takesFromParent)
+                    m_takenFromParents.insert(declaration.attributeNumber);
+            }
+    // What came of sheets that are gone is withdrawn by this restyling.
+    m_mayInherit = m_mayInherit || inherits;
     Facet::AttributeObserver::setReceivesValues(!m_invalidation.testedAttributes().empty());
     Round round(*this);
     Lists& lists = round.lists();
@@ -91,7 +121,8 @@ void Restyler::rebuildAndRestyle()
         if (!node->parent)
             m_collector.addSubtree(*node->owner);
     restyleNodes(lists);
-    m_mayHaveVariables = !m_definedVariables.empty();
+    m_mayInherit = inherits;
+    --m_stillness;
 }
 
 void Restyler::begin(Lists& lists)
@@ -149,12 +180,28 @@ void Restyler::restyleSubtree(const Styleable& root)
 
 void Restyler::restyleMoved(const Styleable& moved, const NodeFeatures* previous, const NodeFeatures* next)
 {
+    if (m_hasTransitions)
+        markBorn(moved);
     Round round(*this);
     begin(round.lists());
     m_collector.addSubtree(moved);
     m_collector.addAfterRemoval(previous, next);
     m_collector.addAfterInsertion(StyleNode::of(moved));
     restyleNodes(round.lists());
+}
+
+/// What it shows at its new place is no change.
+void Restyler::markBorn(const Styleable& root)
+{
+    StyleNode::of(root).born = m_frame;
+    for (const Styleable* child : root.styleChildren())
+        markBorn(*child);
+}
+
+void Restyler::advance(double seconds)
+{
+    ++m_frame;
+    m_transitions.advance(seconds, m_media.reducesMotion);
 }
 
 void Restyler::restyleSiblings(const NodeFeatures* previous, const NodeFeatures* next)
@@ -217,14 +264,17 @@ void Restyler::matchRules(const StyleNode& node, std::vector<const RuleIndex::En
 void Restyler::collectCandidates(Lists& lists) const
 {
     lists.candidates.clear();
-    lists.definesVariables = false;
+    lists.inherits = false;
+    lists.transition = nullptr;
     int rank = 0;
     for (const bool important : {false, true})
         for (const RuleIndex::Entry* entry : lists.rules)
             for (const Declaration& declaration : entry->rule->declarations)
-                if (declaration.isImportant == important) {
+                if (declaration.isImportant == important && declaration.isTransition) {
+                    lists.transition = &declaration;
+                } else if (declaration.isImportant == important) {
                     lists.candidates.push_back({&declaration, ++rank});
-                    lists.definesVariables = lists.definesVariables || declaration.isVariable;
+                    lists.inherits = lists.inherits || declaration.mayInherit();
                 }
     std::sort(lists.candidates.begin(), lists.candidates.end(), [](const Candidate& a, const Candidate& b) {
         if (a.declaration->attributeNumber != b.declaration->attributeNumber)
@@ -238,27 +288,54 @@ void Restyler::restyleNode(StyleNode& node, Lists& lists)
     ++m_counters.nodesRestyled;
     matchRules(node, lists.rules);
     collectCandidates(lists);
-    NodeStyler styler(node, lists.candidates);
-    if (m_mayHaveVariables && (lists.definesVariables || node.variables.set() || node.parentVariables())) {
-        if (!styler.updateVariables().empty())
-            inheritVariables(*node.owner, lists);
+    NodeStyler styler(node, lists.candidates, lists.transition);
+    if (m_mayInherit && (lists.inherits || node.inheritance || node.parentInheritance())) {
+        const NodeInheritance::Changes changes = OwnDefinitions(node, lists.candidates).update();
+        if (!changes.isEmpty())
+            inheritBelow(*node.owner, changes, lists);
     }
     styler.apply();
+    if (!styler.changedForChildren().empty() && node.owner)
+        takeBelow(*node.owner, styler.changedForChildren(), lists);
+    if (node.inheritance && node.inheritance->isEmpty())
+        node.inheritance.reset();
 }
 
-/// Gives the nodes below the variables of `parent`, and has those that use changed ones restyled in this round.
-void Restyler::inheritVariables(const Styleable& parent, Lists& lists)
+/// Has the node restyled in this round.
+void Restyler::add(const Styleable& styleable, Lists& lists)
+{
+    const auto& node = StyleNode::shared(styleable);
+    if (node->collection == lists.collection)
+        return;
+    node->collection = lists.collection;
+    lists.nodes.push_back(node);
+}
+
+/// Gives the nodes below what has changed of what they inherit of `parent`, and has those restyled that it reaches.
+void Restyler::inheritBelow(const Styleable& parent, const NodeInheritance::Changes& changes, Lists& lists)
 {
     for (const Styleable* child : parent.styleChildren()) {
-        const auto& node = StyleNode::shared(*child);
-        const std::vector<int> changed = node->variables.inherit(StyleNode::of(parent).variables.shared());
-        if (changed.empty())
-            continue;
-        if (node->variables.usesAny(changed) && node->collection != lists.collection) {
-            node->collection = lists.collection;
-            lists.nodes.push_back(node);
-        }
-        inheritVariables(*child, lists);
+        NodeInheritance& inheritance = StyleNode::of(*child).obtainInheritance();
+        const NodeInheritance::Changes below = inheritance.inherit(StyleNode::of(parent).inheritance.get());
+        const auto hasIt = [child](int attribute) { return child->node().attributeNumbered(attribute) != nullptr; };
+        if (inheritance.variables.usesAny(below.variables) || std::any_of(below.values.begin(), below.values.end(), hasIt)
+            || (inheritance.usesFontSize && (changes.haveFontSize() || below.haveFontSize())))
+            add(*child, lists);
+        if (!below.isEmpty())
+            inheritBelow(*child, below, lists);
+    }
+}
+
+/// Has the children restyled that take one of the attributes from `parent`.
+void Restyler::takeBelow(const Styleable& parent, const std::vector<int>& changed, Lists& lists)
+{
+    for (const Styleable* child : parent.styleChildren()) {
+        const auto& inheritance = StyleNode::of(*child).inheritance;
+        const auto takes = [&inheritance](int attribute) {
+            return std::count(inheritance->fromParent.begin(), inheritance->fromParent.end(), attribute) > 0;
+        };
+        if (inheritance && std::any_of(changed.begin(), changed.end(), takes))
+            add(*child, lists);
     }
 }
 }

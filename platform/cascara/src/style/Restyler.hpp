@@ -4,6 +4,7 @@
 #include "style/NodeCollector.hpp"
 #include "style/NodeStyler.hpp"
 #include "style/RuleIndex.hpp"
+#include "style/RunningTransitions.hpp"
 #include "style/StyleNode.hpp"
 
 #include <Cascara/StyleEngine.hpp>
@@ -29,6 +30,9 @@ public:
 
     /// Adds sheets after those there are and restyles everything.
     void addSheets(std::vector<std::unique_ptr<StyleSheet>> sheets);
+    /// Restyles everything when that changes which rules are in force.
+    void setMedia(const Media& media);
+    [[nodiscard]] const Media& media() const noexcept { return m_media; }
     /// Drops all sheets and restyles everything.
     void clearSheets();
 
@@ -49,8 +53,21 @@ public:
     /// `first` to `end` (exclusive) are the features that `changed` gained or lost.
     void restyleAfterChange(const Styleable& changed, const Feature* first, const Feature* end);
     void restyleAfterChange(const Styleable& changed, Feature feature) { restyleAfterChange(changed, &feature, &feature + 1); }
+    [[nodiscard]] RunningTransitions& transitions() noexcept { return m_transitions; }
+    /// Whether what changes on the node now may begin a transition: what is new, or comes with a sheet, does not move.
+    [[nodiscard]] bool mayMove(const StyleNode& node) const
+    {
+        return m_stillness == 0 && node.born != m_frame && !m_media.reducesMotion;
+    }
+    /// The next frame: transitions move on.
+    void advance(double seconds);
     /// Whether any sheet defines the variable.
     [[nodiscard]] bool isVariableDefined(int name) const { return m_definedVariables.count(name) > 0; }
+    /// Whether any declaration `inherit` takes the attribute from a parent.
+    [[nodiscard]] bool isTakenFromParents(int attribute) const
+    {
+        return !m_takenFromParents.empty() && m_takenFromParents.count(attribute) > 0;
+    }
     /// Rules that match, the weakest first; each rule once, with its most specific selector.
     void matchRules(const StyleNode& node, std::vector<const RuleIndex::Entry*>& result) const;
     [[nodiscard]] const StyleEngine::Counters& counters() const noexcept { return m_counters; }
@@ -62,28 +79,36 @@ private:
         std::vector<std::shared_ptr<StyleNode>> nodes;
         std::vector<const RuleIndex::Entry*> rules;
         std::vector<Candidate> candidates;
-        bool definesVariables = false; ///< some candidate does
-        unsigned collection = 0;       ///< of the nodes, each of which has it until its turn comes
+        const Declaration* transition = nullptr; ///< the one that won
+        bool inherits = false;                   ///< some candidate is a variable, or has to do with the nodes above or below
+        unsigned collection = 0;                 ///< of the nodes, each of which has it until its turn comes
     };
     class Round;
 
     void rebuildAndRestyle();
+    /// Returns whether any rule came into force, or is not in force any more.
+    bool updateRulesInForce();
     /// Begins to collect nodes in the lists.
     void begin(Lists& lists);
     void restyleNodes(Lists& lists);
     void restyleNode(StyleNode& node, Lists& lists);
+    void markBorn(const Styleable& root);
     void collectCandidates(Lists& lists) const;
-    void inheritVariables(const Styleable& parent, Lists& lists);
+    static void add(const Styleable& styleable, Lists& lists);
+    void inheritBelow(const Styleable& parent, const NodeInheritance::Changes& changes, Lists& lists);
+    void takeBelow(const Styleable& parent, const std::vector<int>& changed, Lists& lists);
 
     std::vector<StyleNode*> m_nodes;
     std::vector<std::unique_ptr<StyleSheet>> m_sheets;
     /// Sheets that a listener took away while declarations of theirs were being applied.
     std::vector<std::unique_ptr<StyleSheet>> m_retiredSheets;
+    Media m_media;
     RuleIndex m_rules;
     InvalidationIndex m_invalidation;
     std::set<int> m_definedVariables;
-    /// Whether nodes may have variables: none of the work for them is done where no sheet defines any.
-    bool m_mayHaveVariables = false;
+    std::set<int> m_takenFromParents;
+    /// Whether nodes may have variables and inherited values: none of the work for them is done where no sheet asks for it.
+    bool m_mayInherit = false;
     NodeCollector m_collector{m_invalidation};
     std::vector<std::shared_ptr<StyleNode>> m_unfinished;
     /// Attributes that selectors test, made or changed since styles were last finished.
@@ -95,6 +120,10 @@ private:
     std::vector<ChangedAttribute> m_changedAttributes;
     std::vector<std::unique_ptr<Lists>> m_lists; ///< by depth of rounds
     int m_depth = 0;
+    RunningTransitions m_transitions;
+    bool m_hasTransitions = false; ///< some rule has
+    unsigned m_frame = 0;
+    int m_stillness = 0; ///< restylings under way in which nothing begins to move
     mutable StyleEngine::Counters m_counters;
 };
 }

@@ -12,7 +12,7 @@ void RuleIndex::build(const std::vector<std::unique_ptr<StyleSheet>>& sheets)
     int order = 0;
     for (const auto& sheet : sheets) {
         for (const auto& rule : sheet->rules) {
-            for (const Selector& selector : rule->selectors)
+            for (const Selector& selector : rule->selectorsInForce())
                 bucketFor(selector.parts.front().compound)
                     .push_back({&selector, rule.get(), order, FeatureSet::neededAbove(selector)});
             ++order;

@@ -1,7 +1,9 @@
 #include "style/StyleEnginePrivate.hpp"
 
 #include "sheet/StyleSheetLoader.hpp"
+#include "values/ValueParser.hpp"
 
+#include <cassert>
 #include <utility>
 
 namespace Cascara
@@ -38,6 +40,22 @@ bool StyleEngine::loadStyleSheet(const QString& path)
     return true;
 }
 
+void StyleEngine::setPixelPitch(double mmPerPixel)
+{
+    assert(mmPerPixel > 0.0);
+    ValueParser::setPixelPitch(mmPerPixel);
+}
+
+void StyleEngine::setMedia(const Media& media)
+{
+    d->restyler.setMedia(media);
+}
+
+const Media& StyleEngine::media() const noexcept
+{
+    return d->restyler.media();
+}
+
 void StyleEngine::clearStyleSheets()
 {
     d->restyler.clearSheets();
@@ -51,6 +69,24 @@ void StyleEngine::finishStyling()
 bool StyleEngine::isStylingUnfinished() const noexcept
 {
     return d->restyler.isUnfinished();
+}
+
+void StyleEngine::advance(double seconds)
+{
+    d->restyler.advance(seconds);
+}
+
+bool StyleEngine::isMoving() const noexcept
+{
+    return d->restyler.transitions().isMoving();
+}
+
+void StyleEngine::hold(const Styleable& styleable, std::initializer_list<const char*> attributes)
+{
+    const auto node = StyleNode::shared(styleable); // a listener may destroy it
+    for (const char* name : attributes)
+        if (Facet::Attribute* attribute = node->owner ? node->owner->node().attribute(name) : nullptr)
+            d->restyler.transitions().hold(*node, *attribute);
 }
 
 std::vector<StyleEngine::MatchedDeclaration> StyleEngine::matchedDeclarations(const Styleable& styleable) const

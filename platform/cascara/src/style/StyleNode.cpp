@@ -1,6 +1,7 @@
 #include "style/StyleNode.hpp"
 
 #include "style/StyleEnginePrivate.hpp"
+#include "values/FontSize.hpp"
 
 #include <Facet/NameTable.hpp>
 
@@ -12,6 +13,22 @@ int idAttribute()
 {
     static const int number = Facet::NameTable::instance().number(std::string_view("id"));
     return number;
+}
+
+double StyleNode::fontSize() const
+{
+    constexpr double kDefault = 16.0;
+    if (const auto styled = inheritance ? inheritance->fontSize() : std::nullopt)
+        return *styled;
+    const Facet::Attribute* const attribute = owner ? owner->node().attributeNumbered(fontSizeAttribute()) : nullptr;
+    bool isNumber = false;
+    const double given = attribute ? attribute->givenText().toDouble(&isNumber) : kDefault;
+    return isNumber ? given : kDefault;
+}
+
+double StyleNode::parentFontSize() const
+{
+    return parent ? static_cast<const StyleNode*>(parent)->fontSize() : 16.0;
 }
 
 void StyleNode::link(const Styleable& parentNode)
@@ -49,7 +66,9 @@ void StyleNode::attributeAdded(Facet::Attribute& attribute)
 {
     if (!owner)
         return;
-    if (missing && std::binary_search(missing->begin(), missing->end(), attribute.nameNumber()))
+    const int name = attribute.nameNumber();
+    if ((missing && std::binary_search(missing->begin(), missing->end(), name))
+        || (inheritance && inheritance->values() && inheritance->values()->find(name)))
         restyler().finishLater(*this);
     attributeValueGiven(attribute);
 }

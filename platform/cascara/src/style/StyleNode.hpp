@@ -1,7 +1,7 @@
 #pragma once
 
 #include "selectors/NodeFeatures.hpp"
-#include "style/NodeVariables.hpp"
+#include "style/NodeInheritance.hpp"
 
 #include <Cascara/Styleable.hpp>
 #include <Facet/Attribute.hpp>
@@ -45,6 +45,8 @@ struct StyleNode final : NodeFeatures, Facet::AttributeObserver
     unsigned restyling = 0;
     /// In the engine's list of all nodes.
     unsigned index = 0;
+    /// The frame in which it was made or came to its parent: what it shows from the first is no change.
+    unsigned born = 0;
 
     /// Made because a style sheet named them.
     struct LazyAttribute
@@ -54,11 +56,24 @@ struct StyleNode final : NodeFeatures, Facet::AttributeObserver
     };
     std::forward_list<LazyAttribute> lazyAttributes;
 
-    NodeVariables variables;
-    [[nodiscard]] const VariableSet::Pointer& parentVariables() const noexcept
+    /// Null in a tree without variables and inherited values.
+    std::unique_ptr<NodeInheritance> inheritance;
+    [[nodiscard]] NodeInheritance& obtainInheritance()
     {
-        return parent ? static_cast<const StyleNode*>(parent)->variables.shared() : NodeVariables::none();
+        if (!inheritance)
+            inheritance = std::make_unique<NodeInheritance>();
+        return *inheritance;
     }
+    /// Null when there is none.
+    [[nodiscard]] const NodeInheritance* parentInheritance() const
+    {
+        return parent ? static_cast<const StyleNode*>(parent)->inheritance.get() : nullptr;
+    }
+
+    /// In px: what style sheets say, or else what the code gave the attribute, or else 16. What the code gives later counts from
+    /// the next restyling on.
+    [[nodiscard]] double fontSize() const;
+    [[nodiscard]] double parentFontSize() const;
 
     /// Becomes the last sibling below `parent`'s node, or leaves its siblings.
     void link(const Styleable& parentNode);

@@ -1,5 +1,7 @@
 #include "values/ValueParser.hpp"
 
+#include <Facet/StyleMath.hpp>
+
 #include <QDir>
 #include <QUrl>
 
@@ -60,9 +62,19 @@ bool ValueParser::parseTerms(int& position, int end, bool inFunction, Facet::Sty
         case Kind::Dimension:
             term.kind = StyleTerm::Kind::Dimension;
             term.unit = token.unit.toLower().toUtf8();
+            if (term.unit == "mm") {
+                term.unit = "px";
+                term.number /= s_mmPerPixel;
+            }
             break;
         case Kind::Comma: term.kind = StyleTerm::Kind::Delimiter; break;
         case Kind::Function:
+            if (!parseFunction(position, end, result))
+                return false;
+            continue;
+        case Kind::OpenRound:
+            if (m_mathDepth == 0)
+                return fail(token, QStringLiteral("unexpected '('"));
             if (!parseFunction(position, end, result))
                 return false;
             continue;
@@ -73,17 +85,34 @@ bool ValueParser::parseTerms(int& position, int end, bool inFunction, Facet::Sty
         case Kind::BadString: return fail(token, QStringLiteral("the text is not closed on its line"));
         case Kind::BadUrl: return fail(token, QStringLiteral("the url() is malformed: put its address in quotes"));
         case Kind::Delim:
-            // A hyphen alone is part of a run of numbers: "10-".
-            if (token.text == QLatin1String("/") || (token.text == QLatin1String("-") && !inFunction)) {
-                term.kind = StyleTerm::Kind::Delimiter;
+            if (parseDelimiter(position, inFunction, term))
                 break;
-            }
             Q_FALLTHROUGH();
         default: return fail(token, QStringLiteral("unexpected '%1'").arg(m_tokens.textBetween(position, position + 1)));
         }
         result.terms.push_back(term);
     }
     return true;
+}
+
+bool ValueParser::isBlank(int position) const
+{
+    return m_tokens.list[std::size_t(position)].kind == Token::Kind::Whitespace;
+}
+
+/// False for what may not stand there.
+bool ValueParser::parseDelimiter(int position, bool inFunction, StyleTerm& term)
+{
+    term.kind = StyleTerm::Kind::Delimiter;
+    const QString& text = m_tokens.list[std::size_t(position)].text;
+    const bool isMinus = text == QLatin1String("-");
+    if (m_mathDepth > 0) {
+        // Without blanks a sign belongs to the number that follows.
+        const bool isSpaced = isBlank(position - 1) && isBlank(position + 1);
+        return text == QLatin1String("*") || text == QLatin1String("/") || ((isMinus || text == QLatin1String("+")) && isSpaced);
+    }
+    // A hyphen alone is part of a run of numbers: "10-".
+    return text == QLatin1String("/") || (isMinus && !inFunction);
 }
 
 bool ValueParser::parseFunction(int& position, int end, Facet::StyleValue& result)
@@ -94,12 +123,15 @@ bool ValueParser::parseFunction(int& position, int end, Facet::StyleValue& resul
     const int index = result.terms.size();
     StyleTerm term;
     term.kind = StyleTerm::Kind::Function;
-    term.text = function.text;
+    term.text = function.kind == Token::Kind::Function ? function.text : QString();
     result.terms.push_back(term);
     ++position;
     // A parenthesis left open is closed by the end of the declaration's block, as everywhere in CSS.
+    const bool isMath = m_mathDepth > 0 || Facet::StyleMath::isFunction(function.text);
     ++m_depth;
+    m_mathDepth += isMath ? 1 : 0;
     const bool terms = parseTerms(position, end, true, result);
+    m_mathDepth -= isMath ? 1 : 0;
     --m_depth;
     if (!terms)
         return false;
@@ -112,6 +144,9 @@ bool ValueParser::parseFunction(int& position, int end, Facet::StyleValue& resul
         return true;
     }
     result.terms[index].number = result.terms.size() - index - 1;
+    QString fault;
+    if (isMath && m_mathDepth == 0 && !Facet::StyleMath::fold(result.terms, index, fault))
+        return fail(function, fault);
     return true;
 }
 

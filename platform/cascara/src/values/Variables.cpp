@@ -3,6 +3,7 @@
 #include "values/DependencyOrder.hpp"
 
 #include <Facet/NameTable.hpp>
+#include <Facet/NearestWord.hpp>
 
 #include <algorithm>
 #include <iterator>
@@ -109,6 +110,14 @@ const Variable* VariableSet::find(int name) const
 {
     const auto found = std::lower_bound(m_variables.begin(), m_variables.end(), name, byName);
     return found != m_variables.end() && found->name == name ? &*found : nullptr;
+}
+
+QStringList VariableSet::names() const
+{
+    QStringList result;
+    for (const Variable& variable : m_variables)
+        result.append(QString::fromUtf8(Facet::NameTable::instance().name(variable.name)));
+    return result;
 }
 
 std::vector<int> VariableSet::difference(const VariableSet* a, const VariableSet* b)
@@ -219,7 +228,8 @@ bool VariableSubstitution::expand(const Tokens& tokens, int first, int end, Toke
             m_missing = variable ? variable->missing : numberOf(name);
             m_fault = variable
                 ? QStringLiteral("the variable '%1' (%2) is invalid: %3").arg(name.text, variable->place, variable->fault)
-                : QStringLiteral("there is no variable '%1'").arg(name.text);
+                : QStringLiteral("there is no variable '%1'").arg(name.text)
+                    + (m_variables ? Facet::didYouMean(name.text, m_variables->names()) : QString());
             return false;
         }
     }

@@ -38,6 +38,7 @@ public:
     [[nodiscard]] static Pointer resolve(const Pointer& inherited, const std::vector<VariableDefinition>& own);
     /// Null when there is none of that name.
     [[nodiscard]] const Variable* find(int name) const;
+    [[nodiscard]] QStringList names() const;
     /// Names of which two sets, either of which may be null, do not have the same value; ascending.
     [[nodiscard]] static std::vector<int> difference(const VariableSet* a, const VariableSet* b);
 

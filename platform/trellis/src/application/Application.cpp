@@ -117,6 +117,7 @@ void Application::frame(double dtSeconds)
 
     Bedrock::Inbox::instance().deliver();
     d->input.run(d->timeSeconds, dt);
+    Cascara::StyleEngine::instance().advance(dt);
     d->updater.run(FrameInfo(float(dt), d->timeSeconds, d->frameNumber));
     Bedrock::AfterUpdateQueue::instance().drain();
     // What was made since the frame before has all its attributes by now.
@@ -177,7 +178,7 @@ QRegion Application::collectDamage()
 bool Application::needsFrame() const
 {
     return !d->updater.isIdle() || !d->damage.isEmpty() || !d->removed.empty() || isLayoutDirty(*d->mainLayer)
-        || Cascara::StyleEngine::instance().isStylingUnfinished() || !Bedrock::AfterUpdateQueue::instance().isEmpty()
-        || Bedrock::Inbox::instance().isWaiting() || pendingImages() > 0;
+        || Cascara::StyleEngine::instance().isStylingUnfinished() || Cascara::StyleEngine::instance().isMoving()
+        || !Bedrock::AfterUpdateQueue::instance().isEmpty() || Bedrock::Inbox::instance().isWaiting() || pendingImages() > 0;
 }
 }

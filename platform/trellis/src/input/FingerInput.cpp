@@ -5,6 +5,8 @@
 #include "tree/WidgetEvents.hpp"
 #include "tree/WidgetRecords.hpp"
 
+#include <Cascara/StyleEngine.hpp>
+
 namespace Trellis
 {
 using Bedrock::IntrusivePtr;
@@ -80,6 +82,11 @@ void FingerInput::begin(const Tactile::TrackedObject& object, Widget& hit, Tap t
                 finger.tapPossible = false;
     } else {
         m_motion.stop(receiver);
+        // A finger wins over what style sheets move.
+        if (Cascara::StyleEngine::instance().isMoving())
+            Cascara::StyleEngine::instance().hold(receiver, {"location", "rotation", "scale"});
+        if (!isInTree(hit) || !isInTree(receiver))
+            return;
         Hold hold{};
         hold.receiver = &receiver;
         m_held.holds().push_back(hold);

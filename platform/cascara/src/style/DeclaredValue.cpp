@@ -1,0 +1,102 @@
+#include "style/DeclaredValue.hpp"
+
+#include "style/StyleEnginePrivate.hpp"
+#include "values/FontSize.hpp"
+#include "values/Shorthand.hpp"
+#include "values/ValueParser.hpp"
+
+#include <Bedrock/Trace.hpp>
+
+#include <utility>
+
+namespace Cascara
+{
+void reportDeclaration(const Declaration& declaration, const QString& text)
+{
+    if (std::exchange(declaration.isReported, true))
+        return;
+    const QByteArray& written = declaration.shorthand.isEmpty() ? declaration.attribute : declaration.shorthand;
+    Bedrock::Trace::warning("StyleEngine # %s:%d:%d: %s: %s", declaration.rule->sheet->name.toUtf8().constData(),
+                            declaration.line, declaration.column, written.constData(), text.toUtf8().constData());
+}
+
+DeclaredValue::DeclaredValue(StyleNode& node, const Declaration& declaration)
+    : m_declaration(declaration), m_keyword(declaration.keyword)
+{
+    if (declaration.tokens)
+        substitute(node);
+    if (declaration.usesFontSize || (m_isValid && m_computed && usesFontSize(declaration.attribute, *m_computed)))
+        resolveFontSize(node);
+}
+
+void DeclaredValue::resolveFontSize(StyleNode& node)
+{
+    NodeInheritance& inheritance = node.obtainInheritance();
+    inheritance.usesFontSize = true;
+    const bool isFontSize = m_declaration.attributeNumber == fontSizeAttribute();
+    auto value = std::make_shared<Facet::StyleValue>(this->value());
+    Cascara::resolveFontSize(m_declaration.attribute, *value, isFontSize ? node.parentFontSize() : node.fontSize());
+    m_computed = std::move(value);
+}
+
+/// What is wrong with a value shows only when the variables are in it. A variable that is not there is no mistake where a sheet
+/// defines it: a node may lie outside of what has it, or be no part of the tree yet.
+void DeclaredValue::substitute(StyleNode& node)
+{
+    NodeVariables& variables = node.obtainInheritance().variables;
+    variables.addUses(*m_declaration.tokens);
+    VariableSubstitution substitution(variables.set());
+    Tokens tokens;
+    m_isValid = substitution.run(*m_declaration.tokens, tokens);
+    if (!m_isValid) {
+        const bool isMistake = substitution.missing() == 0 || !restyler().isVariableDefined(substitution.missing());
+        if (isMistake && !m_declaration.isFollowing)
+            reportDeclaration(m_declaration, substitution.fault() + fallback());
+        return;
+    }
+    m_origin = QStringLiteral(", got '%1'").arg(tokens.source.trimmed());
+    if (!substitution.sources().isEmpty())
+        m_origin += QStringLiteral(" with ") + substitution.sources();
+    ValueParser parser(tokens, m_declaration.rule->sheet->baseDirectory);
+    auto value = std::make_shared<Facet::StyleValue>();
+    m_isValid = parser.parse(0, int(tokens.list.size()) - 1, *value) && !value->terms.isEmpty();
+    QString expected =
+        value->terms.isEmpty() && parser.error().text.isEmpty() ? QStringLiteral("expected a value") : parser.error().text;
+    if (m_isValid && !m_declaration.shorthand.isEmpty())
+        m_isValid = pickPart(*value, expected);
+    if (!m_isValid && !m_declaration.isFollowing)
+        reportUnfit(expected);
+    m_keyword = wideKeyword(*value);
+    m_computed = std::move(value);
+}
+
+/// Leaves of the value of a shorthand what it says of the attribute.
+bool DeclaredValue::pickPart(Facet::StyleValue& value, QString& expected) const
+{
+    std::vector<Shorthand::Part> parts;
+    if (!Shorthand::expand(m_declaration.shorthand, value, parts, expected))
+        return false;
+    for (Shorthand::Part& part : parts)
+        if (part.attribute == m_declaration.attribute)
+            value = std::move(part.value);
+    return true;
+}
+
+std::shared_ptr<const Facet::StyleValue> DeclaredValue::sharedValue() const
+{
+    return m_computed ? m_computed : std::make_shared<const Facet::StyleValue>(m_declaration.value);
+}
+
+void DeclaredValue::reportUnfit(const QString& expected) const
+{
+    const QString got = m_declaration.tokens ? m_origin : QStringLiteral(", got '%1'").arg(m_declaration.value.toString());
+    reportDeclaration(m_declaration, expected + got + fallback());
+}
+
+QString DeclaredValue::fallback() const
+{
+    if (!m_declaration.tokens)
+        return QStringLiteral("; the declaration is skipped");
+    return m_declaration.isInherited ? QStringLiteral("; the inherited value is used") : QStringLiteral("; the default is used");
+}
+}

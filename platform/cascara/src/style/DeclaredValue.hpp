@@ -1,0 +1,47 @@
+#pragma once
+
+#include "sheet/StyleSheet.hpp"
+#include "style/StyleNode.hpp"
+
+#include <QString>
+
+namespace Cascara
+{
+/// What a declaration says for a node, with the node's variables put in and its font size in place of `em`. Short-lived; main
+/// thread only.
+class DeclaredValue
+{
+public:
+    /// Notes which variables the node uses, and whether its font size. The node's `font-size` must be known by then, that of its
+    /// parent for `font-size` itself.
+    DeclaredValue(StyleNode& node, const Declaration& declaration);
+    DeclaredValue(const DeclaredValue&) = delete;
+    DeclaredValue& operator=(const DeclaredValue&) = delete;
+
+    /// False when variables are missing or do not give a value. What is wrong was reported then. The declaration has won the
+    /// cascade all the same: no weaker one comes into force.
+    [[nodiscard]] bool isValid() const noexcept { return m_isValid; }
+    /// Whether it is one of the words that every attribute takes.
+    [[nodiscard]] WideKeyword keyword() const noexcept { return m_keyword; }
+    [[nodiscard]] const Facet::StyleValue& value() const noexcept { return m_computed ? *m_computed : m_declaration.value; }
+    /// The same, kept as long as it is used.
+    [[nodiscard]] std::shared_ptr<const Facet::StyleValue> sharedValue() const;
+    /// Warns, once for each declaration, that the value does not fit the attribute.
+    void reportUnfit(const QString& expected) const;
+
+private:
+    void substitute(StyleNode& node);
+    void resolveFontSize(StyleNode& node);
+    bool pickPart(Facet::StyleValue& value, QString& expected) const;
+    [[nodiscard]] QString fallback() const;
+
+    const Declaration& m_declaration;
+    std::shared_ptr<const Facet::StyleValue> m_computed; ///< of a declaration that is not constant
+    QString m_origin;                                    ///< for messages: what was put in, and where it is defined
+    WideKeyword m_keyword;
+    bool m_isValid = true;
+};
+
+/// Warns that a declaration is wrong, once for each. `text` says what is wrong and what happens next.
+void reportDeclaration(const Declaration& declaration, const QString& text);
+}

@@ -1,0 +1,47 @@
+#include "style/NodeInheritance.hpp"
+
+#include "values/FontSize.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace Cascara
+{
+bool NodeInheritance::Changes::haveFontSize() const
+{
+    return std::find(values.begin(), values.end(), fontSizeAttribute()) != values.end();
+}
+
+std::vector<int> NodeInheritance::inheritValues(const InheritedValues::Pointer& parent)
+{
+    if (m_own.empty() && m_values == parent)
+        return {};
+    InheritedValues::Pointer inherited = InheritedValues::merge(parent, m_own);
+    std::vector<int> changed = InheritedValues::difference(m_values.get(), inherited.get());
+    updateFontSize(parent.get(), m_own);
+    if (!changed.empty())
+        m_values = std::move(inherited); // else the one that is shared with the nodes below stays
+    return changed;
+}
+
+std::vector<int> NodeInheritance::defineValues(std::vector<InheritedValue> own, const InheritedValues::Pointer& parent)
+{
+    m_own = std::move(own);
+    return inheritValues(parent);
+}
+
+NodeInheritance::Changes NodeInheritance::inherit(const NodeInheritance* parent)
+{
+    return {variables.inherit(parent ? parent->variables.shared() : nullptr), inheritValues(parent ? parent->values() : nullptr)};
+}
+
+void NodeInheritance::updateFontSize(const InheritedValues* above, const std::vector<InheritedValue>& own)
+{
+    const InheritedValue* value = above ? above->find(fontSizeAttribute()) : nullptr;
+    for (const InheritedValue& mine : own)
+        if (mine.attribute == fontSizeAttribute())
+            value = &mine;
+    const bool isKnown = value && value->value && value->value->terms.size() == 1;
+    m_fontSize = isKnown ? std::optional(value->value->terms.first().number) : std::nullopt;
+}
+}

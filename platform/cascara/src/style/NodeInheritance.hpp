@@ -1,0 +1,57 @@
+#pragma once
+
+#include "style/NodeVariables.hpp"
+#include "values/InheritedValues.hpp"
+
+#include <optional>
+#include <vector>
+
+namespace Cascara
+{
+/// The style engine's record of what a node takes from the nodes above it and hands to those below it.
+class NodeInheritance
+{
+public:
+    /// Names of variables and numbers of attributes whose values have changed for a node, ascending.
+    struct Changes
+    {
+        std::vector<int> variables;
+        std::vector<int> values;
+        [[nodiscard]] bool haveFontSize() const;
+        [[nodiscard]] bool isEmpty() const noexcept { return variables.empty() && values.empty(); }
+    };
+
+    NodeVariables variables;
+
+    /// Null when there are none.
+    [[nodiscard]] const InheritedValues::Pointer& values() const noexcept { return m_values; }
+    /// What style sheets say of the node itself.
+    [[nodiscard]] const std::vector<InheritedValue>& ownValues() const noexcept { return m_own; }
+
+    /// Takes the values of the parent (null: none), with those that the node has itself in their place. Returns what changed.
+    std::vector<int> inheritValues(const InheritedValues::Pointer& parent);
+    /// As above with other values of its own.
+    std::vector<int> defineValues(std::vector<InheritedValue> own, const InheritedValues::Pointer& parent);
+    /// Takes variables and values of the parent's record, which may be null.
+    Changes inherit(const NodeInheritance* parent);
+
+    [[nodiscard]] bool isEmpty() const noexcept
+    {
+        return variables.isEmpty() && !m_values && m_own.empty() && fromParent.empty() && !usesFontSize;
+    }
+
+    /// The node's styles depend on its font size, or on that of its parent.
+    bool usesFontSize = false;
+    /// In px, as style sheets give it to the node or to one above it; nothing when they do not.
+    [[nodiscard]] std::optional<double> fontSize() const noexcept { return m_fontSize; }
+    /// As it is with these values above and these of the node itself.
+    void updateFontSize(const InheritedValues* above, const std::vector<InheritedValue>& own);
+    /// Attributes that a declaration `inherit` takes from the parent although children do not inherit them otherwise.
+    std::vector<int> fromParent;
+
+private:
+    InheritedValues::Pointer m_values;
+    std::vector<InheritedValue> m_own;
+    std::optional<double> m_fontSize;
+};
+}

@@ -1,0 +1,260 @@
+#include "../../facet/AllocationCounter.hpp"
+#include "LogCapture.hpp"
+#include "TestNode.hpp"
+
+#include <doctest/doctest.h>
+
+#include <string>
+
+using CascaraTest::restyledBy;
+using CascaraTest::StyleFixture;
+using CascaraTest::TestNode;
+using TestSupport::expectWarning;
+
+namespace
+{
+/// A node N with a width of 0, and of 100 with the class "far".
+struct MotionFixture : StyleFixture
+{
+    explicit MotionFixture(const char* transition = "width 1s linear")
+    {
+        add("", "Root", "root");
+        add("root", "N", "n");
+        sheet((std::string("N { transition: ") + transition + " } .far { width: 100 }").c_str());
+        engine.advance(0.0);
+    }
+    TestNode& n() { return (*this)["n"]; }
+};
+}
+
+TEST_CASE("running transitions: a change moves from the value that shows to its end in frame time")
+{
+    MotionFixture fixture;
+    TestNode& n = fixture.n();
+    n.addCSSClass("far");
+    CHECK(n.width == 0.f);
+    CHECK(fixture.engine.isMoving());
+    fixture.engine.advance(0.25);
+    CHECK(n.width == 25.f);
+    fixture.engine.advance(0.5);
+    CHECK(n.width == 75.f);
+    fixture.engine.advance(0.25);
+    CHECK(n.width == 100.f);
+    CHECK_FALSE(fixture.engine.isMoving());
+    n.removeCSSClass("far"); // and back to the default
+    fixture.engine.advance(0.75);
+    CHECK(n.width == 25.f);
+    fixture.engine.advance(0.5);
+    CHECK(n.width == 0.f);
+    CHECK_FALSE(n.width.hasValue(Facet::kStyleLayer));
+    CHECK_FALSE(fixture.engine.isMoving());
+}
+
+TEST_CASE("running transitions: the same value comes of any partition of time")
+{
+    for (const int parts : {1, 3, 64}) {
+        MotionFixture fixture("width 1s ease-in-out 0.25s");
+        fixture.n().addCSSClass("far");
+        for (int i = 0; i < parts; ++i)
+            fixture.engine.advance(0.75 / parts);
+        CHECK(fixture.n().width == doctest::Approx(50.f));
+    }
+}
+
+TEST_CASE("running transitions: delays wait, and negative ones begin on the way")
+{
+    MotionFixture fixture("width 1s linear 0.5s");
+    fixture.n().addCSSClass("far");
+    fixture.engine.advance(0.5);
+    CHECK(fixture.n().width == 0.f);
+    fixture.engine.advance(0.1);
+    CHECK(fixture.n().width == doctest::Approx(10.f));
+    MotionFixture begun("width 1s linear -0.5s");
+    begun.n().addCSSClass("far");
+    CHECK(begun.n().width == 50.f); // at once
+}
+
+TEST_CASE("running transitions: one that is reversed takes the time of the way it has come")
+{
+    MotionFixture fixture;
+    TestNode& n = fixture.n();
+    n.addCSSClass("far");
+    fixture.engine.advance(0.25);
+    n.removeCSSClass("far");
+    CHECK(n.width == 25.f);
+    fixture.engine.advance(0.125);
+    CHECK(n.width == 12.5f);
+    n.addCSSClass("far"); // and once more: of a quarter of the way half has been gone back
+    CHECK(n.width == 12.5f);
+    fixture.engine.advance(0.4375);
+    CHECK(n.width == doctest::Approx(56.25f));
+    fixture.engine.advance(0.4375);
+    CHECK(n.width == 100.f);
+    CHECK_FALSE(fixture.engine.isMoving());
+}
+
+TEST_CASE("running transitions: another end on the way begins at the value that shows, with its whole time")
+{
+    MotionFixture fixture;
+    TestNode& n = fixture.n();
+    fixture.sheet(".other { width: 45 }");
+    n.addCSSClass("far");
+    fixture.engine.advance(0.25);
+    n.addCSSClass("other");
+    CHECK(n.width == 25.f);
+    fixture.engine.advance(0.5);
+    CHECK(n.width == 35.f);
+    fixture.engine.advance(0.5);
+    CHECK(n.width == 45.f);
+}
+
+TEST_CASE("running transitions: nothing moves because a node was made, came to a parent, or a sheet was loaded")
+{
+    MotionFixture fixture;
+    auto& made = fixture.add("root", "N", "made");
+    made.addCSSClass("far");
+    CHECK(made.width == 100.f);
+    fixture.engine.advance(0.1);
+    made.removeCSSClass("far");
+    CHECK(made.width == 100.f); // a change
+    fixture.engine.advance(1.0);
+    made.setStyleParent(nullptr);
+    fixture.sheet("Root N { width: 50 }");
+    CHECK(fixture.n().width == 50.f);
+    made.setStyleParent(&fixture["root"]);
+    CHECK(made.width == 50.f);
+    CHECK_FALSE(fixture.engine.isMoving());
+    fixture.engine.clearStyleSheets();
+    CHECK(fixture.n().width == 0.f);
+}
+
+TEST_CASE("running transitions: another time leaves one that runs alone, another attribute ends it")
+{
+    MotionFixture fixture;
+    TestNode& n = fixture.n();
+    fixture.sheet(".slow { transition: width 10s } .none { transition: height 1s }");
+    n.addCSSClass("far");
+    fixture.engine.advance(0.25);
+    n.addCSSClass("slow");
+    fixture.engine.advance(0.25);
+    CHECK(n.width == 50.f);
+    n.addCSSClass("none");
+    CHECK(n.width == 100.f);
+    CHECK_FALSE(fixture.engine.isMoving());
+}
+
+TEST_CASE("running transitions: what the code sets stays above, and holding keeps the value that shows")
+{
+    MotionFixture fixture;
+    TestNode& n = fixture.n();
+    n.addCSSClass("far");
+    fixture.engine.advance(0.25);
+    n.width = 7.f;
+    fixture.engine.advance(0.25);
+    CHECK(n.width == 7.f);
+    n.width.clearValue(Facet::kUserLayer);
+    CHECK(n.width == 50.f);
+    fixture.engine.hold(n, {"width", "height"});
+    CHECK(n.width == 50.f);
+    CHECK_FALSE(fixture.engine.isMoving());
+    fixture.engine.advance(1.0);
+    CHECK(n.width == 50.f);
+    n.width.clearValue(Facet::kUserLayer);
+    CHECK(n.width == 100.f);
+    n.width = 3.f;
+    n.removeCSSClass("far"); // below what shows: no motion
+    CHECK_FALSE(fixture.engine.isMoving());
+}
+
+TEST_CASE("running transitions: with reduced motion nothing moves, and what moves ends")
+{
+    MotionFixture fixture;
+    const auto before = fixture.engine.media();
+    auto media = before;
+    media.reducesMotion = true;
+    fixture.n().addCSSClass("far");
+    fixture.engine.setMedia(media);
+    fixture.engine.advance(0.1);
+    CHECK(fixture.n().width == 100.f);
+    fixture.n().removeCSSClass("far");
+    CHECK(fixture.n().width == 0.f);
+    CHECK_FALSE(fixture.engine.isMoving());
+    fixture.engine.setMedia(before);
+}
+
+TEST_CASE("running transitions: colours and inherited values move, settings and texts jump")
+{
+    StyleFixture fixture;
+    auto& root = fixture.add("", "Root", "root");
+    auto& n = fixture.add("root", "N", "n");
+    fixture.sheet("N { transition: 1s linear; } Root { font-size: 10; } Root.x { font-size: 20 } "
+                  "N { color: red; text: a } Root.x N { color: rgb(0 0 255); text: b }");
+    fixture.engine.advance(0.0);
+    root.addCSSClass("x");
+    CHECK(n.text == QStringLiteral("b"));
+    fixture.engine.advance(0.5);
+    CHECK(n.color->toString() == QStringLiteral("#800080"));
+    CHECK(n.fontSize == 15.f);
+    CHECK(root.fontSize == 20.f);
+    fixture.engine.advance(0.5);
+    CHECK(n.color->toString() == QStringLiteral("#0000FF"));
+}
+
+TEST_CASE("running transitions: they come from variables, and a mistake is told and moves nothing")
+{
+    MotionFixture fixture("var(--t, none)");
+    TestNode& n = fixture.n();
+    fixture.sheet("N { --t: width 2s linear } ");
+    n.addCSSClass("far");
+    fixture.engine.advance(1.0);
+    CHECK(n.width == 50.f);
+    fixture.engine.clearStyleSheets();
+    expectWarning("StyleEngine # test.css:1:16: transition: expected an attribute or all, a time, a timing function and a delay, "
+                  "got 'width 1px'; the declaration is skipped");
+    fixture.sheet("N { transition: width 1px } N { height: 1 }");
+    CHECK(n.height == 1.f);
+    expectWarning("StyleEngine # test.css:1:24: transition: expected an attribute or all, a time, a timing function and a delay, "
+                  "got 'width 1px' with --t (test.css:1:5); the default is used");
+    fixture.sheet("N { --t: width 1px;    transition: var(--t) } .far { width: 9 }");
+    fixture.engine.advance(0.0);
+    n.removeCSSClass("far");
+    CHECK(n.width == 0.f);
+}
+
+TEST_CASE("running transitions: moving allocates nothing and restyles nothing")
+{
+    MotionFixture fixture;
+    fixture.n().addCSSClass("far");
+    fixture.engine.advance(0.01);
+    const long before = FacetTest::allocations();
+    CHECK(restyledBy([&] {
+              for (int i = 0; i < 10; ++i)
+                  fixture.engine.advance(0.01);
+          })
+          == 0);
+    CHECK(FacetTest::allocations() == before);
+    CHECK(fixture.n().width == doctest::Approx(11.f));
+}
+
+TEST_CASE("running transitions: a listener may destroy the node, and change styles on the way")
+{
+    MotionFixture fixture;
+    auto& other = fixture.add("root", "N", "other");
+    fixture.engine.advance(0.0);
+    bool isGone = false;
+    fixture.n().width.addListener([&] {
+        if (fixture.n().width < 20.f || isGone)
+            return;
+        isGone = true;
+        other.addCSSClass("far");
+        fixture.nodes.erase("n");
+    });
+    fixture.n().addCSSClass("far");
+    for (int i = 0; i < 10; ++i)
+        fixture.engine.advance(0.125);
+    CHECK(isGone);
+    CHECK(other.width > 50.f);
+    fixture.engine.advance(1.0);
+    CHECK(other.width == 100.f);
+    CHECK_FALSE(fixture.engine.isMoving());
+}
