@@ -106,7 +106,7 @@ void HttpTransfer::finish(CURLcode code)
     curl_easy_getinfo(m_handle.get(), CURLINFO_RESPONSE_CODE, &status);
     HttpAnswer::End end = endOf(code);
     // The library takes a head that is cut off for a whole one.
-    if (end == HttpAnswer::End::Whole && (!m_hasWholeHead || status < 200))
+    if (end == HttpAnswer::End::Whole && !m_hasWholeHead)
         end = HttpAnswer::End::Cut;
     if (end == HttpAnswer::End::Whole) {
         m_answer.status = int(status);
