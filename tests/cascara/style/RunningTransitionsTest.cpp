@@ -93,6 +93,20 @@ TEST_CASE("running transitions: one that is reversed takes the time of the way i
     CHECK_FALSE(fixture.engine.isMoving());
 }
 
+TEST_CASE("running transitions: one that is reversed shortens a negative delay, too")
+{
+    MotionFixture fixture("width 1s linear -0.5s");
+    TestNode& n = fixture.n();
+    n.addCSSClass("far");
+    fixture.engine.advance(0.25);
+    CHECK(n.width == 75.f);
+    n.removeCSSClass("far"); // three quarters of the time and of the delay
+    CHECK(n.width == 37.5f);
+    fixture.engine.advance(0.375);
+    CHECK(n.width == 0.f);
+    CHECK_FALSE(fixture.engine.isMoving());
+}
+
 TEST_CASE("running transitions: another end on the way begins at the value that shows, with its whole time")
 {
     MotionFixture fixture;
