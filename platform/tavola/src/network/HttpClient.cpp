@@ -46,7 +46,7 @@ struct HttpClient::Private : std::enable_shared_from_this<HttpClient::Private>
     /// Wakes the event loop of the client's user when answers wait.
     int wake = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     QSocketNotifier notifier{wake, QSocketNotifier::Read};
-    CURLM* multi = newMulti();
+    CURLM* multi = nullptr; ///< made by the first request: most clients send none
     std::mutex mutex;
     Transfers added;         ///< guarded, as the next two are
     Transfers ended;         ///< their answers wait to be delivered
@@ -176,6 +176,8 @@ HttpClient::Exchange HttpClient::send(HttpRequest request, Done done)
         const std::lock_guard<std::mutex> guard(d->mutex);
         d->added.push_back(transfer);
     }
+    if (!d->multi)
+        d->multi = newMulti();
     if (!d->thread.joinable())
         d->thread = std::thread([client = d.get()] { client->run(); });
     curl_multi_wakeup(d->multi);
