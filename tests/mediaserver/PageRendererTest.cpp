@@ -126,6 +126,7 @@ TEST_CASE("page renderer: nothing is loaded from elsewhere and the policy allows
     const QString script = page.section(QLatin1String("<script>"), 1).section(QLatin1String("</script>"), 0, 0);
     CHECK(policy.contains("script-src 'sha256-" + QCryptographicHash::hash(script.toUtf8(), QCryptographicHash::Sha256).toBase64()
                           + "'"));
+    CHECK(policy.contains("connect-src 'self'"));
     CHECK(policy.contains("form-action 'self'"));
     CHECK_FALSE(policy.contains("unsafe"));
     CHECK_FALSE(PageRenderer().message(*PageTexts::find("en"), "a", "b").securityPolicy.contains("script-src"));

@@ -7,6 +7,8 @@
 
 #include <QImage>
 
+#include <unistd.h>
+
 using namespace MediaServer;
 
 namespace
@@ -93,4 +95,16 @@ TEST_CASE_FIXTURE(Fixture, "thumbnails: within the memory for them the last ones
     CHECK(two.made() == 3);
     use("two.png");
     CHECK(two.made() == 4);
+}
+
+TEST_CASE_FIXTURE(Fixture, "thumbnails: a file that was read is at its beginning again")
+{
+    paint("large.png", 900, 900);
+    paint("small.png", 300, 300);
+    for (const char* name : {"large.png", "small.png"}) {
+        CAPTURE(name);
+        const Http::File file = std::move(*content.open(QString::fromUtf8(name)));
+        (void)thumbnails.of(file);
+        CHECK(::lseek(file.descriptor(), 0, SEEK_CUR) == 0);
+    }
 }
