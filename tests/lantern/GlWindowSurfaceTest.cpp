@@ -324,3 +324,37 @@ TEST_CASE("OpenGL window: a kept picture outlives the window, and is painted ane
     }
     CHECK(store.count() == 1);
 }
+
+TEST_CASE("OpenGL window: a text is cut off at the pixel")
+{
+    QTextLayout text(QStringLiteral("Kiosk"), QFont(QStringLiteral("Inter"), 24));
+    text.beginLayout();
+    text.createLine();
+    text.endLayout();
+    GlWindow window;
+    for (const bool inLayer : {false, true})
+        for (const QRegion& damage : {kAll, QRegion(0, 0, 10, 10) + QRegion(20, 20, 200, 130)}) {
+            CAPTURE(inLayer);
+            CAPTURE(damage.rectCount());
+            window.paint(kAll, [](RenderContext&) {});
+            window.paint(damage, [&](RenderContext& c) {
+                if (inLayer)
+                    c.pushLayer({0, 0, 240, 160}, 0.5f);
+                c.pushTransform(Vecta::Transform::translation({30.3f, 40.4f}));
+                c.pushClip({0, 0, 100.2f, 18.2f});
+                c.drawText(text, {0, 0}, kWhite);
+                c.pop();
+                c.pop();
+                if (inLayer)
+                    c.pop();
+            });
+            const QImage shown = window.shown();
+            int lit = 0, below = 0;
+            for (int x = 0; x < shown.width(); ++x) {
+                lit += qGray(shown.pixel(x, 58)) > 0;
+                below += qGray(shown.pixel(x, 59)) > 0;
+            }
+            CHECK(lit > 0);
+            CHECK(below == 0);
+        }
+}

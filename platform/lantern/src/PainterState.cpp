@@ -192,7 +192,7 @@ void PainterContext::Private::pushClip(const Vecta::Rect& rect, float cornerRadi
         pushUprightClip(world.mapRect(toQt(rect)));
         return;
     }
-    if (isUpright || (!isRaster && !glSurfaces)) {
+    if ((isUpright || !isRaster) && !glSurfaces) {
         save(Kind::Clip);
         QPainter& below = readyPainter();
         below.save();
@@ -204,8 +204,9 @@ void PainterContext::Private::pushClip(const Vecta::Rect& rect, float cornerRadi
         return;
     }
     // Cut by a rectangle, the painter gives pixels at the cut of an antialiased outline the wrong share. So the outline is
-    // the only clip of a surface, and that is drawn below under the damage.
-    const QRect pixels = pixelsOf(rect);
+    // the only clip of a surface, and that is drawn below under the damage. On a graphics card the painter's own rectangles reach
+    // a row too far.
+    const QRect pixels = isUpright ? pixelsOf(rect) & world.mapRect(toQt(rect)).toRect() : pixelsOf(rect);
     if (pixels.isEmpty()) {
         pushEmptyClip();
         return;
@@ -214,6 +215,8 @@ void PainterContext::Private::pushClip(const Vecta::Rect& rect, float cornerRadi
     openLayer(pixels);
     const float radius = std::max(0.f, cornerRadius);
     if (glSurfaces) {
+        if (isUpright)
+            return;
         QPainterPath& hidden = openLayers.back().hidden;
         hidden.addRect(QRectF(pixels));
         hidden.addPath(world.map(roundedRect(rect, radius)));
