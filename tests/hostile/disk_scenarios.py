@@ -10,7 +10,7 @@ from programs import Failure, MediaServer, ONLY_HERE, Stage, Table, by_class, by
 from server_scenarios import Server, report
 from visit import PRESENTATIONS
 
-CARD = (1150, 560)
+CARD = (850, 560)  # its space opens beside it and leaves the pictures uncovered
 
 
 class SmallDisk:
@@ -84,6 +84,10 @@ def full_table(build, folder):
     try:
         table = Table(build, os.path.join(PRESENTATIONS, "gallery"), os.path.join(disk.folder, "data"),
                       ["--media-server", server.address])
+    except Failure:
+        server.stop()
+        disk.away()
+        raise
     finally:
         os.environ.pop("TMPDIR")
         if before:
@@ -115,12 +119,20 @@ def full_table(build, folder):
 
 
 def drop(stage, table, name):
+    """Drags a picture into the space that opened last, wherever that stands; its tile appears even on a full disk."""
+    before = len(tiles(table))
     x, y = centre(by_id(table.tree(), name)[0])
-    stage.act(f"at 0.05 finger 1 down {x:.0f} {y:.0f}\nat 0.15 finger 1 move {CARD[0]} {CARD[1] - 40} over 0.5\nat 0.85 finger 1 up", 1.6)
+    to_x, to_y = centre(by_type(space(table), "PersonalSpaceContentWidget")[0])
+    stage.act(f"at 0.05 finger 1 down {x:.0f} {y:.0f}\nat 0.15 finger 1 move {to_x:.0f} {to_y:.0f} over 0.5\nat 0.85 finger 1 up", 1.6)
+    table.wait_until(f"a tile of {name}", lambda: len(tiles(table)) > before)
+
+
+def space(table):
+    return by_type(table.tree(), "PersonalSpaceWidget")[-1]
 
 
 def tiles(table):
-    return by_class(by_type(table.tree(), "PersonalSpaceWidget")[-1], "container")
+    return by_class(space(table), "container")
 
 
 def complaints(table):

@@ -1,9 +1,5 @@
 #include "services/content/ContentQueue.hpp"
 
-#include "services/SqliteTransaction.hpp"
-
-#include <Bedrock/Trace.hpp>
-
 #include <QDir>
 #include <QFileInfo>
 
@@ -17,15 +13,6 @@ const QString& schema()
                                                " sha256 TEXT NOT NULL, size INTEGER NOT NULL)");
     return text;
 }
-
-SqliteTransaction::Report warning(const QString& path)
-{
-    return [path](const QString& reason, const QString& remedy) {
-        Bedrock::Trace::warning(
-            "ContentQueue # Failed to use %s, which keeps what the media server has still to be sent (%s); %s",
-            path.toUtf8().constData(), reason.toUtf8().constData(), remedy.toUtf8().constData());
-    };
-}
 }
 
 std::optional<std::vector<ContentNote>> ContentQueue::notes() const
@@ -33,7 +20,7 @@ std::optional<std::vector<ContentNote>> ContentQueue::notes() const
     std::vector<ContentNote> result;
     if (!QFileInfo::exists(m_path))
         return result;
-    SqliteTransaction writing(m_path, SqliteTransaction::Kind::Write, warning(m_path));
+    SqliteTransaction writing(m_path, SqliteTransaction::Kind::Write, warning());
     writing.run(schema());
     const bool isRead =
         writing.run(QStringLiteral("SELECT name, path, sha256, size FROM content ORDER BY rowid"), {}, [&](const QSqlQuery& row) {
@@ -48,7 +35,7 @@ std::optional<std::vector<ContentNote>> ContentQueue::notes() const
 bool ContentQueue::keep(const ContentNote& note) const
 {
     QDir().mkpath(QFileInfo(m_path).absolutePath());
-    SqliteTransaction writing(m_path, SqliteTransaction::Kind::Write, warning(m_path));
+    SqliteTransaction writing(m_path, SqliteTransaction::Kind::Write, warning());
     writing.run(schema());
     writing.run(QStringLiteral("INSERT OR REPLACE INTO content (name, path, sha256, size) VALUES (?, ?, ?, ?)"),
                 {note.name, note.path, QString::fromLatin1(note.sha256), note.size});
@@ -57,10 +44,20 @@ bool ContentQueue::keep(const ContentNote& note) const
 
 bool ContentQueue::remove(const ContentNote& note) const
 {
-    SqliteTransaction writing(m_path, SqliteTransaction::Kind::Write, warning(m_path));
+    SqliteTransaction writing(m_path, SqliteTransaction::Kind::Write, warning());
     writing.run(schema());
     writing.run(QStringLiteral("DELETE FROM content WHERE name = ? AND sha256 = ?"),
                 {note.name, QString::fromLatin1(note.sha256)});
     return writing.commit();
+}
+
+SqliteTransaction::Report ContentQueue::warning() const
+{
+    return [this](const QString& reason, const QString& remedy) {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        m_warnings.log("Failed to use " + m_path.toStdString()
+                           + ", which keeps what the media server has still to be sent: " + reason.toStdString(),
+                       remedy.toStdString());
+    };
 }
 }

@@ -1,14 +1,18 @@
 #pragma once
 
+#include "services/SqliteTransaction.hpp"
 #include "services/content/ContentNote.hpp"
 
+#include <Bedrock/RareWarnings.hpp>
+
+#include <mutex>
 #include <optional>
 #include <vector>
 
 namespace Host
 {
 /// The files that a media server may lack, kept in an SQLite file over restarts; one for each name. A failure is logged with its
-/// remedy. Each call waits for the disk. Any thread.
+/// remedy, each reason at most once a minute. Each call waits for the disk. Any thread.
 class ContentQueue
 {
 public:
@@ -23,6 +27,10 @@ public:
     bool remove(const ContentNote& note) const;
 
 private:
-    QString m_path;
+    SqliteTransaction::Report warning() const;
+
+    const QString m_path;
+    mutable std::mutex m_mutex;                               ///< guards the warnings
+    mutable Bedrock::RareWarnings m_warnings{"ContentQueue"}; ///< a full disk fails every call
 };
 }

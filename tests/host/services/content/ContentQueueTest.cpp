@@ -4,6 +4,7 @@
 
 #include <doctest/doctest.h>
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -41,7 +42,7 @@ TEST_CASE("content queue: notes are kept in their order over restarts until they
     CHECK(ContentQueue(path).notes()->empty());
 }
 
-TEST_CASE("content queue: a file that is no database is reported with its remedy")
+TEST_CASE("content queue: a file that is no database is reported once with its remedy, and another reason once more")
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("queue.sqlite"));
@@ -49,10 +50,17 @@ TEST_CASE("content queue: a file that is no database is reported with its remedy
     REQUIRE(file.open(QIODevice::WriteOnly));
     file.write(QByteArray("no database ").repeated(100));
     file.close();
-    const std::string start = "ContentQueue # Failed to use " + path.toStdString() + ", which keeps what the media server";
-    for (int i = 0; i < 3; ++i)
-        TestSupport::expectWarningStartingWith(start);
-    CHECK_FALSE(ContentQueue(path).notes());
-    CHECK_FALSE(ContentQueue(path).keep(note("boat.png", 'b')));
-    CHECK_FALSE(ContentQueue(path).remove(note("boat.png", 'b')));
+    const std::string start =
+        "ContentQueue # Failed to use " + path.toStdString() + ", which keeps what the media server has still to be sent: ";
+    const ContentQueue queue(path);
+    TestSupport::expectWarningStartingWith(start + "file is not a database");
+    CHECK_FALSE(queue.notes());
+    CHECK_FALSE(queue.keep(note("boat.png", 'b')));
+    CHECK_FALSE(queue.remove(note("boat.png", 'b')));
+
+    REQUIRE(file.remove());
+    REQUIRE(QDir().mkdir(path));
+    TestSupport::expectWarningStartingWith(start);
+    CHECK_FALSE(queue.keep(note("boat.png", 'b')));
+    CHECK_FALSE(queue.keep(note("boat.png", 'b')));
 }
