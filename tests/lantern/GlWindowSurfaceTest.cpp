@@ -100,6 +100,23 @@ Difference difference(const QImage& a, const QImage& b)
     return result;
 }
 
+/// A red square at (10, 10) that is kept.
+struct KeptSquare
+{
+    KeptSquare() { picture.cover({0, 0, 40, 40}); }
+    void draw(RenderContext& context)
+    {
+        context.drawKept(picture, {10, 10}, 1.f, [this](RenderContext& inPicture) {
+            ++paints;
+            inPicture.drawRect({0, 0, 40, 40}, 0.f, fill(kRed));
+        });
+    }
+
+    Lantern::PictureStore store;
+    Lantern::KeptPicture picture{store};
+    int paints = 0;
+};
+
 QImage photograph()
 {
     QImage image(64, 48, QImage::Format_RGB32);
@@ -285,44 +302,28 @@ TEST_CASE("OpenGL window: a kept picture is painted once, moved and faded as it 
 
 TEST_CASE("OpenGL window: pixels of a kept picture on the card are not read by a picture that is drawn in memory")
 {
-    Lantern::PictureStore store;
-    Lantern::KeptPicture picture(store);
-    picture.cover({0, 0, 40, 40});
-    int paints = 0;
-    const auto draw = [&](RenderContext& c) {
-        c.drawKept(picture, {10, 10}, 1.f, [&](RenderContext& inPicture) {
-            ++paints;
-            inPicture.drawRect({0, 0, 40, 40}, 0.f, fill(kRed));
-        });
-    };
+    KeptSquare square;
+    const auto draw = [&](RenderContext& c) { square.draw(c); };
     GlWindow window;
     window.paint(kAll, draw);
     CHECK(withoutCard(draw).pixelColor(20, 20) == QColor(Qt::red)); // a screenshot
-    CHECK(paints == 2);
+    CHECK(square.paints == 2);
     window.paint(kAll, draw);
-    CHECK(paints == 2); // still kept on the card
-    CHECK(store.count() == 1);
+    CHECK(square.paints == 2); // still kept on the card
+    CHECK(square.store.count() == 1);
 }
 
 TEST_CASE("OpenGL window: a kept picture outlives the window, and is painted anew for the next one")
 {
-    Lantern::PictureStore store;
-    Lantern::KeptPicture picture(store);
-    picture.cover({0, 0, 40, 40});
-    int paints = 0;
-    const auto draw = [&](RenderContext& c) {
-        c.drawKept(picture, {10, 10}, 1.f, [&](RenderContext& inPicture) {
-            ++paints;
-            inPicture.drawRect({0, 0, 40, 40}, 0.f, fill(kRed));
-        });
-    };
+    KeptSquare square;
+    const auto draw = [&](RenderContext& c) { square.draw(c); };
     for (int windows = 1; windows <= 2; ++windows) {
         GlWindow window;
         window.paint(kAll, draw);
-        CHECK(paints == windows);
+        CHECK(square.paints == windows);
         CHECK(window.shown().pixelColor(20, 20) == QColor(Qt::red));
     }
-    CHECK(store.count() == 1);
+    CHECK(square.store.count() == 1);
 }
 
 TEST_CASE("OpenGL window: a text is cut off at the pixel")
