@@ -29,31 +29,6 @@ QByteArray document(const QByteArray& contents, const QByteArray& object = "<< >
                         stream("/Filter /FlateDecode", qCompress(contents).mid(4)), object});
 }
 
-QByteArray big(unsigned value, int bytes)
-{
-    QByteArray result;
-    for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
-        result += char(value >> shift);
-    return result;
-}
-
-/// A JPEG 2000 picture of `side` × `side` pixels in three colours, of which few bytes are there.
-QByteArray hugePicture(unsigned side)
-{
-    const QByteArray steps = QByteArray(1, '\x40') + QByteArray(16, '\x48');
-    QByteArray codes("\xff\x4f\xff\x51", 4);
-    codes += big(47, 2) + big(0, 2) + big(side, 4) + big(side, 4) + big(0, 4) + big(0, 4) + big(side, 4) + big(side, 4)
-        + big(0, 4) + big(0, 4) + big(3, 2) + QByteArray("\x07\x01\x01\x07\x01\x01\x07\x01\x01", 9);
-    codes += QByteArray("\xff\x52\0\x0c\0\0\0\x01\0\x05\x04\x04\0\x01", 14);
-    codes += QByteArray("\xff\x5c", 2) + big(19, 2) + steps;
-    codes += QByteArray("\xff\x90", 2) + big(10, 2) + big(0, 2) + big(0, 4) + QByteArray("\0\x01\xff\x93", 4);
-    codes += QByteArray(2000, '\x80') + QByteArray("\xff\xd9", 2);
-    const QByteArray size = QByteArray::number(side);
-    return stream("/Type /XObject /Subtype /Image /Width " + size + " /Height " + size
-                      + " /ColorSpace /DeviceRGB /BitsPerComponent 8 /Filter /JPXDecode",
-                  codes);
-}
-
 struct Place
 {
     QString write(const QByteArray& bytes) const
@@ -94,6 +69,34 @@ TEST_CASE("page program: a request that is withdrawn ends the rendering")
 }
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // which have no limit of memory
+namespace
+{
+QByteArray big(unsigned value, int bytes)
+{
+    QByteArray result;
+    for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
+        result += char(value >> shift);
+    return result;
+}
+
+/// A JPEG 2000 picture of `side` × `side` pixels in three colours, of which few bytes are there.
+QByteArray hugePicture(unsigned side)
+{
+    const QByteArray steps = QByteArray(1, '\x40') + QByteArray(16, '\x48');
+    QByteArray codes("\xff\x4f\xff\x51", 4);
+    codes += big(47, 2) + big(0, 2) + big(side, 4) + big(side, 4) + big(0, 4) + big(0, 4) + big(side, 4) + big(side, 4)
+        + big(0, 4) + big(0, 4) + big(3, 2) + QByteArray("\x07\x01\x01\x07\x01\x01\x07\x01\x01", 9);
+    codes += QByteArray("\xff\x52\0\x0c\0\0\0\x01\0\x05\x04\x04\0\x01", 14);
+    codes += QByteArray("\xff\x5c", 2) + big(19, 2) + steps;
+    codes += QByteArray("\xff\x90", 2) + big(10, 2) + big(0, 2) + big(0, 4) + QByteArray("\0\x01\xff\x93", 4);
+    codes += QByteArray(2000, '\x80') + QByteArray("\xff\xd9", 2);
+    const QByteArray size = QByteArray::number(side);
+    return stream("/Type /XObject /Subtype /Image /Width " + size + " /Height " + size
+                      + " /ColorSpace /DeviceRGB /BitsPerComponent 8 /Filter /JPXDecode",
+                  codes);
+}
+}
+
 TEST_CASE("page program: a small file with a huge picture in it takes the memory that is allowed and no more")
 {
     const Place place;
