@@ -177,9 +177,46 @@ TEST_CASE("style sheet loader: sheets that import each other twice are read up t
     }
     folder.write("s20.css", "N { width: 1 }");
     auto& node = fixture.add("", "N", "n");
-    TestSupport::expectWarningStartingWith("StyleEngine # " + folder.path("s"));
+    expectWarning("StyleEngine # " + folder.path("s19.css")
+                  + ":1:20: @import: more than 256 imports; this one and those that follow are skipped");
     CHECK(fixture.engine.loadStyleSheet(QString::fromStdString(folder.path("s0.css"))));
     CHECK(node.width == 1.f);
+}
+
+TEST_CASE_FIXTURE(FolderAndNode, "style sheet loader: what is imported has a bound in bytes, which is told once with its place")
+{
+    const QByteArray large = "N { width: 1 }\n/*" + QByteArray(1 << 20, ' ') + "*/";
+    folder.write("large.css", large);
+    const QString path = folder.write("a.css", QByteArray("@import 'large.css';\n").repeated(60) + "N { height: 2 }");
+    expectWarning("StyleEngine # " + path.toStdString() + ":4:1: @import: with '" + folder.path("large.css")
+                  + "' the imported files have more than 4 MiB together, each counted as often as it is imported; this one and "
+                    "those that follow are skipped: import it once");
+    CHECK(fixture.engine.loadStyleSheet(path));
+    CHECK(node.width == 1.f);
+    CHECK(node.height == 2.f);
+}
+
+TEST_CASE_FIXTURE(FolderAndNode, "style sheet loader: beside a sheet as large as may be, another as large is imported")
+{
+    const auto filled = [&](const QByteArray& text) { return text + QByteArray((4 << 20) - text.size() - 2, ' ') + "*/"; };
+    folder.write("large.css", filled("N { width: 1 } /*"));
+    CHECK(fixture.engine.loadStyleSheet(folder.write("a.css", filled("@import 'large.css'; N { height: 2 } /*"))));
+    CHECK(node.width == 1.f);
+    CHECK(node.height == 2.f);
+}
+
+TEST_CASE_FIXTURE(FolderAndNode, "style sheet loader: sheets that import each other in a ring write each line once")
+{
+    for (int i = 0; i < 3; ++i) {
+        const QByteArray next = "@import 'r" + QByteArray::number((i + 1) % 3) + ".css';";
+        folder.write(("r" + std::to_string(i) + ".css").c_str(), next + '\n' + next + "\nN { width: 1 }\n@import 'late.css';");
+    }
+    const std::string text = ": @import: '" + folder.path("r0.css") + "' imports this file itself; it is skipped";
+    expectWarning("StyleEngine # " + folder.path("r2.css") + ":1:1" + text);
+    expectWarning("StyleEngine # " + folder.path("r2.css") + ":2:1" + text);
+    for (const char* name : {"r0.css", "r1.css", "r2.css"})
+        expectWarning("StyleEngine # " + folder.path(name) + ":4:1: @import must stand before all rules; it is skipped");
+    CHECK(fixture.engine.loadStyleSheet(QString::fromStdString(folder.path("r0.css"))));
 }
 
 TEST_CASE("style sheet loader: a sheet beyond the limit is skipped with its size, also where it is imported")

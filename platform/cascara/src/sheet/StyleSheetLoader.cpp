@@ -18,11 +18,8 @@ namespace
 /// Of one style sheet with all it imports: sheets that import each other several times would be read without end.
 constexpr int kMostImports = 256;
 constexpr int kLargestFileMiB = 4;
-
-void warn(const QString& name, int line, int column, const QString& text)
-{
-    Bedrock::Trace::warning("StyleEngine # %s:%d:%d: %s", name.toUtf8().constData(), line, column, text.toUtf8().constData());
-}
+/// Of all files that one style sheet imports, each as often as it is imported: parsed rules take many times as much memory.
+constexpr int kMostImportedMiB = 4;
 
 QString fileName(const QString& url)
 {
@@ -31,15 +28,31 @@ QString fileName(const QString& url)
     return Bedrock::localPath(url);
 }
 
-void warnAt(const QString& text, int place, const QString& path, const QString& what)
+QString identity(const QString& path)
+{
+    const QString canonical = QFileInfo(path).canonicalFilePath();
+    return canonical.isEmpty() ? path : canonical;
+}
+}
+
+void StyleSheetLoader::warn(const QString& name, int line, int column, const QString& text)
+{
+    const QByteArray told =
+        QStringLiteral("%1:%2:%3: %4").arg(name, QString::number(line), QString::number(column), text).toUtf8();
+    if (m_told.contains(told))
+        return;
+    m_told.insert(told);
+    Bedrock::Trace::warning("StyleEngine # %s", told.constData());
+}
+
+void StyleSheetLoader::warnAt(const QString& text, int place, const QString& path, const QString& what)
 {
     const QString before = text.left(place);
     const int column = place - before.lastIndexOf(QLatin1Char('\n'));
     warn(path, before.count(QLatin1Char('\n')) + 1, column, what);
 }
 
-/// Warns of invalid UTF-8, with the place of the first such byte. The rest of the file is used.
-void warnOfEncoding(const QByteArray& bytes, QString& text, const QString& path)
+void StyleSheetLoader::warnOfEncoding(const QByteArray& bytes, QString& text, const QString& path)
 {
     const int nul = text.indexOf(QChar(0));
     if (nul >= 0)
@@ -51,23 +64,16 @@ void warnOfEncoding(const QByteArray& bytes, QString& text, const QString& path)
     text.replace(QChar(0), QChar(QChar::ReplacementCharacter));
 }
 
-/// The reason why not in `error`.
-bool readFile(const QString& path, QString& text, QString& error)
+bool StyleSheetLoader::readFile(const QString& path, QString& text, QString& error)
 {
     const auto read = Bedrock::readBoundedFile(path, kLargestFileMiB, error);
     if (!read)
         return false;
     const QByteArray& bytes = *read;
+    m_bytes += bytes.size();
     text = QString::fromUtf8(bytes.constData(), bytes.size()); // with its size: a NUL byte does not end it
     warnOfEncoding(bytes, text, path);
     return true;
-}
-
-QString identity(const QString& path)
-{
-    const QString canonical = QFileInfo(path).canonicalFilePath();
-    return canonical.isEmpty() ? path : canonical;
-}
 }
 
 void StyleSheetLoader::loadText(const QString& text, const QString& name, const QString& baseDirectory)
@@ -89,6 +95,7 @@ bool StyleSheetLoader::loadFile(const QString& path)
                                 error.toUtf8().constData());
         return false;
     }
+    m_bytes = 0; // those of imports are counted
     m_loading.append(identity(path));
     loadText(text, path, QFileInfo(path).path());
     m_loading.removeLast();
@@ -97,24 +104,36 @@ bool StyleSheetLoader::loadFile(const QString& path)
 
 void StyleSheetLoader::loadImport(const StyleSheet::Import& import, const QString& importingName, const QString& baseDirectory)
 {
+    if (m_isFull)
+        return;
+    if (m_imports >= kMostImports) {
+        m_isFull = true;
+        warn(importingName, import.line, import.column,
+             QStringLiteral("@import: more than %1 imports; this one and those that follow are skipped").arg(kMostImports));
+        return;
+    }
+    ++m_imports;
     const QString path = fileName(ValueParser::resolve(import.url, baseDirectory));
     if (m_loading.contains(identity(path))) {
         warn(importingName, import.line, import.column,
              QStringLiteral("@import: '%1' imports this file itself; it is skipped").arg(path));
         return;
     }
-    if (m_imports >= kMostImports) {
-        if (m_imports++ == kMostImports)
-            warn(importingName, import.line, import.column,
-                 QStringLiteral("@import: more than %1 imports; this one and those that follow are skipped").arg(kMostImports));
-        return;
-    }
-    ++m_imports;
     QString text;
     QString error;
     if (!readFile(path, text, error)) {
         warn(importingName, import.line, import.column,
              QStringLiteral("@import: cannot read '%1': %2; it is skipped").arg(path, error));
+        return;
+    }
+    if (m_bytes > qint64(kMostImportedMiB) << 20) {
+        m_isFull = true;
+        warn(
+            importingName, import.line, import.column,
+            QStringLiteral("@import: with '%1' the imported files have more than %2 MiB together, each counted as often as it is "
+                           "imported; this one and those that follow are skipped: import it once")
+                .arg(path)
+                .arg(kMostImportedMiB));
         return;
     }
     m_loading.append(identity(path));

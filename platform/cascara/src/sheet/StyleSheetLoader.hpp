@@ -2,6 +2,8 @@
 
 #include "sheet/StyleSheet.hpp"
 
+#include <QByteArray>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -22,11 +24,21 @@ public:
     bool loadFile(const QString& path);
 
 private:
+    /// The reason why not in `error`.
+    bool readFile(const QString& path, QString& text, QString& error);
+    /// Each line once: a file that is imported several times has the same mistakes each time.
+    void warn(const QString& name, int line, int column, const QString& text);
+    void warnAt(const QString& text, int place, const QString& path, const QString& what);
+    /// Warns of invalid UTF-8, with the place of the first such byte. The rest of the file is used.
+    void warnOfEncoding(const QByteArray& bytes, QString& text, const QString& path);
     void loadImport(const StyleSheet::Import& import, const QString& importingName, const QString& baseDirectory);
 
     std::vector<std::unique_ptr<StyleSheet>>& m_result;
     /// Files in the middle of being loaded, from the outermost to the innermost.
     QStringList m_loading;
-    int m_imports = 0; ///< so far; bounded
+    QSet<QByteArray> m_told; ///< warnings
+    int m_imports = 0;       ///< so far; bounded
+    qint64 m_bytes = 0;      ///< of what was imported so far; bounded
+    bool m_isFull = false;   ///< a bound was reached: no further import is read
 };
 }
