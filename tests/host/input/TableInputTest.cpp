@@ -217,7 +217,7 @@ TEST_CASE("table input: the inspector names connections that made room, and prof
     }
     const auto closed = [&] { return report().value("listeners").toArray().at(0).toObject().value("silentConnections").toInt(); };
     CHECK(TestSupport::pumpUntil([&] { return closed() == 1; }, TestSupport::kPatienceMs));
-    CHECK(log.lines().last().toObject().value("text").toString().contains("which has sent no packet, to make room for"));
+    CHECK(log.lines().last().toObject().value("text").toString().contains("which has sent no OSC packet, to make room for"));
 
     TableSender sender(*table);
     sender.setPort(portOf(*table, 1));

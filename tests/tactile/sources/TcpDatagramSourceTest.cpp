@@ -327,7 +327,7 @@ TEST_CASE("tcp source: a tracker finds room where sixteen connections are silent
     const auto closesFor = [](const LoopbackStream& gone) {
         TestSupport::expectWarningStartingWith("TcpDatagramSource # Closed the connection of 127.0.0.1:"
                                                + std::to_string(gone.port())
-                                               + ", which has sent no packet, to make room for 127.0.0.1:");
+                                               + ", which has sent no OSC packet, to make room for 127.0.0.1:");
     };
     closesFor(silent[0]);
     const LoopbackStream first(hall.port());
@@ -362,6 +362,35 @@ TEST_CASE("tcp source: bytes that make no whole packet keep no place")
     tracker.send(finger(1, 0.1f));
     CHECK(hall.frame(1).fingers.size() == 1);
     CHECK(hall.tcp->silentConnections() == 1);
+}
+
+TEST_CASE("tcp source: packets that are no OSC keep no place, a message and a bundle of OSC do")
+{
+    const struct
+    {
+        std::string packet;
+        bool keepsPlace;
+    } rows[] = {{"x", false},        {"x/tuio/2Dcur", false}, {"#bundl", false},
+                {"#bundlex", false}, {"/tuio/2Dcur", true},   {std::string("#bundle\0", 8), true}};
+    for (const auto& row : rows) {
+        CAPTURE(row.packet);
+        Counter counter;
+        std::deque<LoopbackStream> senders;
+        for (std::size_t i = 0; i < TcpDatagramSource::kMaxConnections; ++i) {
+            senders.emplace_back(counter.source.port());
+            senders.back().send(framed({row.packet.begin(), row.packet.end()}));
+        }
+        REQUIRE(counter.waitFor(row.packet[0], senders.size()));
+        TestSupport::expectWarningStartingWith("TcpDatagramSource # Closed the connection of 127.0.0.1:");
+        const LoopbackStream tracker(counter.source.port());
+        if (row.keepsPlace) {
+            CHECK(tracker.isClosed());
+        } else {
+            tracker.send(std::vector<char>{'!'});
+            CHECK(counter.waitFor('!', 1));
+        }
+        CHECK(counter.source.silentConnections() == (row.keepsPlace ? 0 : 1));
+    }
 }
 
 TEST_CASE("tcp source: a sender that never stops does not keep others, the frames or the end waiting")

@@ -15,8 +15,8 @@ namespace Tactile
 class TAVOLA_EXPORT TcpDatagramSource final : public NetworkDatagramSource
 {
 public:
-    /// Most connections at a time. A further one takes the place of that which has been silent for longest without having sent a
-    /// packet; where all have sent one, the further one is closed.
+    /// Most connections at a time. A further one takes the place of that which has been silent for longest without having sent an
+    /// OSC packet; where all have sent one, the further one is closed.
     static constexpr std::size_t kMaxConnections = 16;
     /// A connection that sent so many packets, or about so many bytes, is not read for the rest of the hundredth of a
     /// second. Many times what a tracker sends, and little enough that the frames of the table go on.

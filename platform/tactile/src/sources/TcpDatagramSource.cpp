@@ -15,6 +15,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <system_error>
@@ -31,6 +32,13 @@ constexpr int kAcceptedPerTurn = 16;
 // A sender that connects again and again with garbage must not fill the log.
 constexpr std::chrono::seconds kLogPeriod(10);
 constexpr int kLinesPerLogPeriod = 4;
+
+/// Whether it begins as a message or a bundle of OSC does. Any other program's bytes must not keep a tracker's place.
+bool beginsAsOsc(const char* data, std::size_t size)
+{
+    static constexpr char kBundle[] = "#bundle"; // its NUL byte included
+    return (size > 0 && *data == '/') || (size >= sizeof kBundle && std::memcmp(data, kBundle, sizeof kBundle) == 0);
+}
 
 /// A connection whose machine lost its power ends within half a minute, so that its place is free for another.
 void watchForDeadPeer(int descriptor)
@@ -78,7 +86,7 @@ private:
         SenderAddress sender;
         std::unique_ptr<PacketStream> stream; // kept for the next connection in this place
         std::uint64_t lastActivity = 0;       // m_activities when it began or last sent bytes
-        bool hasSentPacket = false;
+        bool hasSentOsc = false;
         std::size_t packets = 0; // in this turn
         std::size_t bytes = 0;   // in this turn
 
@@ -176,12 +184,12 @@ private:
         place->descriptor = descriptor;
         place->sender = sender;
         place->lastActivity = ++m_activities;
-        place->hasSentPacket = false;
+        place->hasSentOsc = false;
         place->packets = 0;
         place->bytes = 0;
     }
 
-    /// A free place, else that of the connection which has been silent for longest without a single packet, else null.
+    /// A free place, else that of the connection which has been silent for longest without a single OSC packet, else null.
     Connection* findPlace(const SenderAddress& newcomer)
     {
         for (Connection& connection : m_connections)
@@ -189,19 +197,19 @@ private:
                 return &connection;
         Connection* silent = nullptr;
         for (Connection& connection : m_connections) {
-            if (!connection.hasSentPacket)
+            if (!connection.hasSentOsc)
                 read(connection); // its first packet may have arrived since the last poll
             if (!connection.isOpen())
                 return &connection;
-            if (!connection.hasSentPacket && (!silent || connection.lastActivity < silent->lastActivity))
+            if (!connection.hasSentOsc && (!silent || connection.lastActivity < silent->lastActivity))
                 silent = &connection;
         }
         if (!silent)
             return nullptr;
         log(Bedrock::Trace::Level::Warning,
-            "Closed the connection of " + silent->sender.toString() + ", which has sent no packet, to make room for "
+            "Closed the connection of " + silent->sender.toString() + ", which has sent no OSC packet, to make room for "
                 + newcomer.toString() + " (" + std::to_string(kMaxConnections)
-                + " were open); check which programs connect there without sending, and allow only the trackers");
+                + " were open); check which programs connect there without sending OSC, and allow only the trackers");
         close(*silent);
         m_source.countSilentConnection();
         return silent;
@@ -234,7 +242,7 @@ private:
             switch (stream.next()) {
             case PacketStream::Next::Packet:
                 ++connection.packets;
-                connection.hasSentPacket = true;
+                connection.hasSentOsc = connection.hasSentOsc || beginsAsOsc(stream.packet(), stream.packetSize());
                 m_source.deliver({stream.packet(), stream.packetSize(), connection.sender});
                 break;
             case PacketStream::Next::Incomplete: return;
