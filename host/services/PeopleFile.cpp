@@ -25,13 +25,28 @@ constexpr int kMostComplaints = 100;
 /// A hundred thousand people take about a tenth of it.
 constexpr int kLargestFileMiB = 64;
 
-/// Whether a spreadsheet that opens the file may run the field as a formula.
-bool isFormula(const QString& field)
+/// With an apostrophe wherever a spreadsheet that opens the file may find a formula: at the beginning, and after what a
+/// spreadsheet that separates columns by semicolons or tabs takes for the end of a field or line. Quotes may be read away there.
+QString withoutFormulas(const QString& field)
 {
+    static const QString ends = QString::fromUtf8(";\t\n\r");
     // The last four are the full-width forms.
     static const QString begins = QString::fromUtf8("=+-@\xEF\xBC\x9D\xEF\xBC\x8B\xEF\xBC\x8D\xEF\xBC\xA0");
-    const QString text = field.trimmed();
-    return !text.isEmpty() && begins.contains(text.at(0));
+    QString result = field;
+    int begin = 0;
+    for (int i = 0; i < result.size(); ++i) {
+        const QChar c = result.at(i);
+        if (begin >= 0 && begins.contains(c)) {
+            result.insert(begin, QLatin1Char('\''));
+            ++i;
+            begin = -1;
+        } else if (ends.contains(c)) {
+            begin = i + 1;
+        } else if (!c.isSpace() && c != QLatin1Char('"')) {
+            begin = -1; // the rest of this piece is plain text
+        }
+    }
+    return result;
 }
 
 /// Reads one file's text; what is skipped is logged.
@@ -229,8 +244,8 @@ QString PeopleFile::kindName(int kind)
 QString PeopleFile::format(const std::vector<Person>& people, Formulas formulas)
 {
     const auto quoted = [formulas](QString field) {
-        if (formulas == Formulas::Disarm && isFormula(field))
-            field.prepend(QLatin1Char('\''));
+        if (formulas == Formulas::Disarm)
+            field = withoutFormulas(field);
         static const QString special = QStringLiteral(",\"\n\r");
         const bool needsQuotes =
             field != field.trimmed() || std::any_of(field.cbegin(), field.cend(), [](QChar c) { return special.contains(c); });

@@ -135,7 +135,8 @@ TEST_CASE_FIXTURE(TwoDoors, "site: unknown addresses get a page that says so")
     }
 }
 
-TEST_CASE_FIXTURE(TwoDoors, "site: whatever is sent to the visitors' door, only GET and HEAD are answered and nothing changes")
+TEST_CASE_FIXTURE(TwoDoors,
+                  "site: commands that are sent to the visitors' door, in whatever method, are refused and change nothing")
 {
     add(7, "filename", "boat.png");
     const std::string path = page(7);

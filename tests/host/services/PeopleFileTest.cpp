@@ -391,12 +391,20 @@ TEST_CASE("people file: for a spreadsheet a text that begins a formula gets an a
         {"-1", "'-1"},
         {"@sum", "'@sum"},
         {" =1", "' =1"},
-        {"\t=1", "'\t=1"},
+        {"\t=1", "\"\t'=1\""},
         {"\uff1d1", "'\uff1d1"},
         {"Ann = Bo", "Ann = Bo"},
         {"", ""},
         {"O'Neil", "O'Neil"},
         {"=a,\"b\"", "\"'=a,\"\"b\"\"\""},
+        {"x;=1+1;y", "x;'=1+1;y"},
+        {"x; +1;-2;", "x;' +1;'-2;"},
+        {"x\t@sum\ty", "x\t'@sum\ty"},
+        {"x\n=1", "\"x\n'=1\""},
+        {"x\r=1", "\"x\r'=1\""},
+        {"=1;=2", "'=1;'=2"},
+        {";\"=1\"", "\";'\"\"=1\"\"\""},
+        {"a;b=1;c -2", "a;b=1;c -2"},
     };
     for (const auto& row : rows) {
         CAPTURE(std::string(row.name));
