@@ -38,6 +38,11 @@ struct Base
         file.write("kept");
         return file.fileName();
     }
+    void makeOld(const QString& name)
+    {
+        const timespec longAgo[2] = {{1000, 0}, {1000, 0}};
+        REQUIRE(::utimensat(AT_FDCWD, QFile::encodeName(dir.filePath(name)).constData(), longAgo, 0) == 0);
+    }
     QStringList entries() const
     {
         return QDir(dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
@@ -86,11 +91,58 @@ TEST_CASE_FIXTURE(Base, "private folder: one without a lock is being made, until
 {
     REQUIRE(QDir(dir.path()).mkdir(QStringLiteral("tavola-making")));
     REQUIRE(QDir(dir.path()).mkdir(QStringLiteral("tavola-killed")));
-    const timespec longAgo[2] = {{1000, 0}, {1000, 0}};
-    REQUIRE(::utimensat(AT_FDCWD, QFile::encodeName(dir.filePath(QStringLiteral("tavola-killed"))).constData(), longAgo, 0) == 0);
+    write(QStringLiteral("tavola-killer/.lock.new"));
+    makeOld(QStringLiteral("tavola-killed"));
+    makeOld(QStringLiteral("tavola-killer"));
     const auto folder = make();
     CHECK(entries().contains(QLatin1String("tavola-making")));
     CHECK_FALSE(entries().contains(QLatin1String("tavola-killed")));
+    CHECK_FALSE(entries().contains(QLatin1String("tavola-killer")));
+}
+
+TEST_CASE_FIXTURE(Base, "private folder: old folders with files of another origin stay, whatever their name")
+{
+    // Without a lock: one with the form of a made name and files in it, next to a new lock or alone.
+    const QString photographs = write(QStringLiteral("tavola-museum/photograph"));
+    const QString next = write(QStringLiteral("tavola-musee1/photograph"));
+    write(QStringLiteral("tavola-musee1/.lock.new"));
+    // With the prefix alone, with and without a lock.
+    const QStringList others = {QStringLiteral("tavola-"), QStringLiteral("tavola-dead0"), QStringLiteral("tavola-dead012"),
+                                QStringLiteral("tavola-de-d01"), QStringLiteral("tavola-backups of May")};
+    for (const QString& name : others)
+        write(name + QStringLiteral("/.lock"));
+    REQUIRE(QDir(dir.path()).mkdir(QStringLiteral("tavola-empty folder")));
+    QStringList old = others;
+    old << QStringLiteral("tavola-museum") << QStringLiteral("tavola-musee1") << QStringLiteral("tavola-empty folder");
+    for (const QString& name : old)
+        makeOld(name);
+    const auto folder = make();
+    for (const QString& name : old)
+        CHECK_MESSAGE(entries().contains(name), name.toStdString());
+    for (const QString& name : others)
+        CHECK_MESSAGE(QFile::exists(dir.filePath(name + QStringLiteral("/.lock"))), name.toStdString());
+    CHECK(QFile::exists(photographs));
+    CHECK(QFile::exists(next));
+    CHECK(QFile::exists(dir.filePath(QStringLiteral("tavola-musee1/.lock.new"))));
+}
+
+TEST_CASE_FIXTURE(Base, "private folder: a folder of another user stays, with and without a lock")
+{
+    if (::geteuid() != 0) {
+        MESSAGE("only root can make a folder of another user");
+        return;
+    }
+    const QString file = write(QStringLiteral("tavola-dead01/file"));
+    write(QStringLiteral("tavola-dead01/.lock"));
+    REQUIRE(QDir(dir.path()).mkdir(QStringLiteral("tavola-killed")));
+    makeOld(QStringLiteral("tavola-killed"));
+    constexpr uid_t kOther = 65534;
+    for (const char* name : {"tavola-dead01", "tavola-killed"})
+        REQUIRE(::chown(QFile::encodeName(dir.filePath(QLatin1String(name))).constData(), kOther, kOther) == 0);
+    const auto folder = make();
+    CHECK(QFile::exists(file));
+    CHECK(QFile::exists(dir.filePath(QStringLiteral("tavola-dead01/.lock"))));
+    CHECK(entries().contains(QLatin1String("tavola-killed")));
 }
 
 TEST_CASE_FIXTURE(Base, "private folder: one that is being made is no leftover to those that are made at the same time")

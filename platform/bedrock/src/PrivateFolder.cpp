@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
@@ -23,6 +25,8 @@ constexpr const char* kLockName = ".lock";
 constexpr const char* kNewLockName = ".lock.new";
 /// A folder without a lock belongs to a process that is just making it, or to one that was killed while it did.
 constexpr std::time_t kLongestMakingSeconds = 3600;
+/// What mkdtemp() puts in place of "XXXXXX": letters and digits.
+constexpr int kRandomCharacters = 6;
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 class Descriptor
@@ -93,17 +97,40 @@ bool removeIn(int parent, const QByteArray& name)
     return empty(folder.get(), status.st_dev) && ::unlinkat(parent, name.constData(), AT_REMOVEDIR) == 0;
 }
 
-/// Whether a folder of this user was left by a process that has ended.
-bool isLeftover(int parent, const QByteArray& name)
+/// Whether make() can have given the name: `start` and the characters of mkdtemp().
+bool isMadeName(const QByteArray& name, const QByteArray& start)
+{
+    return name.size() == start.size() + kRandomCharacters && name.startsWith(start)
+        && std::all_of(name.begin() + start.size(), name.end(),
+                       [](char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0; });
+}
+
+/// Removes a folder that make() had not finished: it is empty or has the file that was to become the lock. Any other folder
+/// without a lock was made by something else and stays.
+void removeUnfinished(int parent, int folder, const QByteArray& name)
+{
+    const std::vector<QByteArray> inside = namesIn(folder);
+    if (inside.size() > 1 || (inside.size() == 1 && inside.front() != kNewLockName))
+        return;
+    if (!inside.empty() && ::unlinkat(folder, kNewLockName, 0) != 0)
+        return;
+    static_cast<void>(::unlinkat(parent, name.constData(), AT_REMOVEDIR)); // of an empty folder only
+}
+
+/// Removes a folder of this user that was left by a process that has ended.
+void removeLeftover(int parent, const QByteArray& name)
 {
     const Descriptor folder(::openat(parent, name.constData(), kFolderFlags));
     struct stat status = {};
     if (!folder.isOpen() || ::fstat(folder.get(), &status) != 0 || status.st_uid != ::geteuid())
-        return false;
+        return;
     const Descriptor lock(::openat(folder.get(), kLockName, O_RDWR | O_NOFOLLOW | O_CLOEXEC));
-    if (!lock.isOpen())
-        return errno == ENOENT && std::time(nullptr) - status.st_mtime > kLongestMakingSeconds;
-    return ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
+    if (lock.isOpen()) {
+        if (::flock(lock.get(), LOCK_EX | LOCK_NB) == 0)
+            static_cast<void>(removeIn(parent, name));
+    } else if (errno == ENOENT && std::time(nullptr) - status.st_mtime > kLongestMakingSeconds) {
+        removeUnfinished(parent, folder.get(), name);
+    }
 }
 
 void removeLeftovers(const QByteArray& base, const QByteArray& start)
@@ -113,8 +140,8 @@ void removeLeftovers(const QByteArray& base, const QByteArray& start)
     if (!folder.isOpen())
         return;
     for (const QByteArray& name : namesIn(folder.get()))
-        if (name.startsWith(start) && isLeftover(folder.get(), name))
-            static_cast<void>(removeIn(folder.get(), name));
+        if (isMadeName(name, start))
+            removeLeftover(folder.get(), name);
 }
 }
 

@@ -14,9 +14,9 @@ namespace Bedrock
 class TAVOLA_EXPORT PrivateFolder
 {
 public:
-    /// Makes "`base`/`prefix`-XXXXXX". Folders of the same prefix that killed processes of this user left in `base` are removed
-    /// first: those of this user that are real folders and that no process has locked. Null with a sentence in `error` when the
-    /// folder cannot be made.
+    /// Makes "`base`/`prefix`-XXXXXX", six letters and digits at the end. What killed processes of this user left in `base` is
+    /// removed first: real folders of this user with such a name and a lock that no process holds, and those without a lock that
+    /// are an hour old and empty. Null with a sentence in `error` when the folder cannot be made.
     [[nodiscard]] static std::unique_ptr<PrivateFolder> make(const QString& base, const QString& prefix, QString& error);
     ~PrivateFolder();
     PrivateFolder(const PrivateFolder&) = delete;
