@@ -1,5 +1,6 @@
 #include "services/InboxMediaServer.hpp"
 
+#include "services/MediaServerAnswer.hpp"
 #include "services/Outcome.hpp"
 #include "services/ServiceStates.hpp"
 
@@ -41,10 +42,13 @@ folly::Future<QJsonObject> InboxMediaServer::request(const QJsonObject& command)
         [promise, states = m_states](const QByteArray& bytes) {
             if (states)
                 states->set(ServiceState::MediaServerAway, !bytes.startsWith(Outcome::kValue));
-            if (bytes.startsWith(Outcome::kValue))
-                promise->setValue(QJsonDocument::fromJson(bytes.mid(1)).object());
-            else
+            if (!bytes.startsWith(Outcome::kValue)) {
                 Outcome::fail(*promise, bytes);
+                return;
+            }
+            const QJsonObject answer = QJsonDocument::fromJson(bytes.mid(1)).object();
+            MediaServerAnswer::rememberPages(answer); // a replayed one was read by no service
+            promise->setValue(answer);
         });
     return promise->getFuture();
 }

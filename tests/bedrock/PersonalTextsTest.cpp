@@ -13,7 +13,7 @@ using Bedrock::PersonalTexts::remember;
 TEST_CASE("personal texts: a remembered text is shortened where it stands as a word, and nowhere else")
 {
     for (const char* text : {"Zolta", "Zolta Quist", "  Quistling\n", "\u5c71\u7530 \u82b1\u5b50", "J\u00fcrgenz", "zq",
-                             "Zed <zed@museum.example>", "zolta quist@museum.example", "0171 234567"})
+                             "Zed <zed@museum.example>", "zolta quist@museum.example", "0171 234567", "/@zed/Ab3dEf"})
         remember(std::string_view(text));
     struct Row
     {
@@ -34,6 +34,7 @@ TEST_CASE("personal texts: a remembered text is shortened where it stands as a w
         {"Mail # Zed <zed@museum.example> left", "Mail # Z\u2026 left"},
         {"Mail # zolta quist@museum.example left", "Mail # z\u2026@museum.example left"},
         {"Mail # call 0171 234567.", "Mail # call 0\u2026."},
+        {"Mail # http://museum.example/@zed/Ab3dEf failed", "Mail # http://museum.example/\u2026 failed"},
         {"", ""},
         {" # ", " # "},
     };

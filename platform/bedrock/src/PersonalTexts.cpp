@@ -96,6 +96,8 @@ void appendShort(std::string& result, std::string_view text)
     result += text.substr(0, first);
     result += kEllipsis;
     const std::size_t at = text.rfind('@');
+    if (std::string_view("/?#").find(text.front()) != std::string_view::npos)
+        return; // of a web address: what follows an '@' is no domain
     if (at != std::string_view::npos && text.find_first_of(" <>\"", at) == std::string_view::npos)
         result += text.substr(at);
 }

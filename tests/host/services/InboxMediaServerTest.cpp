@@ -3,6 +3,7 @@
 #include "ReplaySession.hpp"
 #include "services/ServiceStates.hpp"
 
+#include <Bedrock/LogText.hpp>
 #include <FakeServices.hpp>
 
 #include <doctest/doctest.h>
@@ -102,4 +103,15 @@ TEST_CASE("inbox media server: the state shows that the last answer was a failur
     CHECK(Inbox::instance().deliver() == 1);
     CHECK_FALSE(states->is(Host::ServiceState::MediaServerAway));
     Inbox::instance().clear();
+}
+
+TEST_CASE("inbox media server: the page of an answer is shortened in lines that leave the program, also in a replay")
+{
+    const auto fake = std::make_shared<TestSupport::FakeMediaServer>();
+    fake->holdAnswers(true);
+    InboxMediaServer server(fake);
+    const auto future = server.request({{"command", 0}});
+    fake->answer(0, {{"userpageurl", "http://host/replayed?page=AAAABBBB"}});
+    CHECK(Inbox::instance().deliver() == 1);
+    CHECK(Bedrock::withoutSecrets("A # http://host/replayed?page=AAAABBBB") == "A # http://host/…");
 }

@@ -1,6 +1,10 @@
 #include "services/MediaServerAnswer.hpp"
 
+#include <Bedrock/LogText.hpp>
+
 #include <doctest/doctest.h>
+
+#include <QJsonDocument>
 
 using namespace Host;
 
@@ -52,4 +56,38 @@ TEST_CASE("media server answer: the address of a page is one that a phone can op
     CHECK(withPage(longest) == "an object of 1");
     CHECK(withPage(longest + 'x') == "sent a page address of more than 2000 characters");
     CHECK(read(200, R"({"userpageurl": 7})") == "an object of 1");
+}
+
+TEST_CASE("media server answer: lines that leave the program have the address of a page and of its QR picture shortened")
+{
+    struct Row
+    {
+        const char* address;
+        const char* left;
+    };
+    for (const Row& row : {
+             Row{"http://host/u?page=AAAABBBBccccDDDD1", "http://host/…"},
+             Row{"http://host?page=AAAABBBBccccDDDD2", "http://host?…"},
+             Row{"https://host:8443/u/AAAABBBBccccDDDD3.png", "https://host:8443/…"},
+             Row{"http://host/@visitor/AAAABBBBccccDDDD4", "http://host/…"},
+             Row{"http://host/p/AAAABBBBccccDDDD5", "http://host/p/AAAA…"},
+             Row{"http://host/p/AAAABBBBccccDDDD5/qr.png", "http://host/p/AAAA…/qr.png"},
+             Row{"http://host/p/AAAABBBBccccDDDD6?key=eeeeFFFFgggg", "http://host/…"},
+             Row{"http://host/pages", "http://host/pages"},
+         }) {
+        CAPTURE(row.address);
+        for (const char* name : {"userpageurl", "qrcodeurl"}) {
+            const QJsonObject answer{{QLatin1String(name), QString::fromUtf8(row.address)}};
+            CHECK(read(200, QJsonDocument(answer).toJson()) == "an object of 1");
+        }
+        CHECK(Bedrock::withoutSecrets(std::string("A # Failed to load ") + row.address + " : gone")
+              == std::string("A # Failed to load ") + row.left + " : gone");
+    }
+    // As Qt writes them, whichever way the server does.
+    CHECK(read(200, R"({"userpageurl": "http://host/u/%C3%BC-AAAABBBB"})") == "an object of 1");
+    CHECK(Bedrock::withoutSecrets("A # http://host/u/ü-AAAABBBB") == "A # http://host/…");
+    CHECK(read(200, R"({"userpageurl": "http://host/v/ü-AAAABBBB"})") == "an object of 1");
+    CHECK(Bedrock::withoutSecrets("A # http://host/v/%C3%BC-AAAABBBB") == "A # http://host/…");
+    CHECK(read(200, R"({"qrcodeurl": "host/w/AAAABBBB.png"})") == "an object of 1");
+    CHECK(Bedrock::withoutSecrets("A # http://host/w/AAAABBBB.png") == "A # http://host/…");
 }
