@@ -293,7 +293,7 @@ TEST_CASE("table input: the hold and the time after which a sender is lost are t
     table->frame(0.02);
     table->frame(0.9);
     CHECK(sampleOf(*table).markers.size() == 1);
-    TestSupport::expectWarningStartingWith("TuioInput::readSample # Lost the sender a@b (no packet for 1 s)");
+    TestSupport::expectWarningStartingWith("TuioInput::readSample # Lost the sender a at b (no packet for 1 s)");
     table->frame(0.11);
     CHECK(sampleOf(*table).markers.size() == 1);
     table->frame(0.11);

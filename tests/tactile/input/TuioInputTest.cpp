@@ -142,7 +142,7 @@ TEST_CASE("tuio input: a sender that falls silent is told, its finger is cancell
     CHECK(table.changes() == "down 1 down 2");
     table.frame(4.9);
     CHECK(table.changes() == "");
-    TestSupport::expectWarning("TuioInput::readSample # Lost the sender a@b (no packet for 5 s); its fingers are cancelled "
+    TestSupport::expectWarning("TuioInput::readSample # Lost the sender a at b (no packet for 5 s); its fingers are cancelled "
                                "and its cards leave the table; check whether it runs");
     table.frame(0.2);
     CHECK(table.changes() == "cancel 2");
@@ -182,7 +182,7 @@ TEST_CASE("tuio input: a sender that had nothing on the table goes without a war
     table.fingers({});
     table.frame();
     table.frame(6.0);
-    CHECK(TestSupport::loggedLines().back().text == "TuioInput::readSample # The sender a@b has gone (no packet for 5 s)");
+    CHECK(TestSupport::loggedLines().back().text == "TuioInput::readSample # The sender a at b has gone (no packet for 5 s)");
     CHECK(TestSupport::loggedLines().back().level == Bedrock::Trace::Level::Info);
 }
 

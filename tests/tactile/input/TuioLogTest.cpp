@@ -2,6 +2,7 @@
 #include "LogCapture.hpp"
 #include "TestTable.hpp"
 
+#include <Bedrock/LogText.hpp>
 #include <Tactile/OscWriter.hpp>
 #include <Tactile/TuioDecoder.hpp>
 
@@ -93,7 +94,7 @@ TEST_CASE("tuio log: each limit is warned of once")
     std::vector<TestTable::Card> cards;
     for (int i = 0; i < 66; ++i)
         cards.push_back({i, 2000 + i, 0.015f * float(i), 0.5f});
-    TestSupport::expectWarning("TuioDecoder::decode # Reached a limit at a@b (more than 64 markers at once; the newest are "
+    TestSupport::expectWarning("TuioDecoder::decode # Reached a limit at a at b (more than 64 markers at once; the newest are "
                                "dropped)");
     table.cards(cards);
     table.frame();
@@ -104,7 +105,7 @@ TEST_CASE("tuio log: each limit is warned of once")
     std::vector<TestTable::Finger> fingers;
     for (int i = 0; i < 257; ++i)
         fingers.push_back({i, 0.003f * float(i), 0.1f});
-    TestSupport::expectWarning("TuioDecoder::decode # Reached a limit at a@b (more than 256 fingers at once; the newest are "
+    TestSupport::expectWarning("TuioDecoder::decode # Reached a limit at a at b (more than 256 fingers at once; the newest are "
                                "dropped)");
     table.fingers(fingers);
     table.frame();
@@ -206,8 +207,9 @@ TEST_CASE("tuio log: a sender that closes no frame is told once, and one that lo
     for (int i = 0; i < 10; ++i)
         direct.feed(unclosedFingers());
     CHECK(direct.report(1.0) == 0);
-    TestSupport::expectWarning("TuioDecoder::decode # The sender cam@left closes no frame of 2Dcur (an fseq, in TUIO 2.0 an alv, "
-                               "is missing); its contacts there are dropped, set it to end each frame");
+    TestSupport::expectWarning(
+        "TuioDecoder::decode # The sender cam at left closes no frame of 2Dcur (an fseq, in TUIO 2.0 an alv, "
+        "is missing); its contacts there are dropped, set it to end each frame");
     direct.feed(unclosedFingers());
     CHECK(direct.report(1.0) == 1);
     direct.feed(unclosedFingers());
@@ -216,4 +218,15 @@ TEST_CASE("tuio log: a sender that closes no frame is told once, and one that lo
     for (int i = 0; i < 20; ++i)
         direct.feed(unclosedFingers());
     CHECK(direct.report(200.0) == 0);
+}
+
+TEST_CASE("tuio log: two trackers stay apart in a line that leaves the program")
+{
+    CHECK(Tactile::logNameOf("10.0.0.1:77") == "10.0.0.1:77");
+    CHECK(Tactile::logNameOf("a@b@c") == "a at b at c");
+    for (const char* name : {"left@cam", "lens@cam", "left@192.168.0.7", "left@cam.museum.example"}) {
+        const std::string line = "TuioInput::readSample # The sender " + Tactile::logNameOf(name) + " has gone";
+        CHECK(Bedrock::withoutSecrets(line) == line);
+    }
+    CHECK(Tactile::logNameOf("left@cam") != Tactile::logNameOf("lens@cam"));
 }

@@ -49,7 +49,7 @@ void expectTheVisitsWarnings()
 {
     for (const char* start :
          {"ContactTracker::update # Marker 1001 is on the table twice", "TuioDecoder::decode # Dropped a datagram",
-          "TuioInput::readSample # Lost the sender left@cam", "TuioInput::readSample # Lost the sender right@cam"})
+          "TuioInput::readSample # Lost the sender left at cam", "TuioInput::readSample # Lost the sender right at cam"})
         TestSupport::expectWarningStartingWith(start);
 }
 

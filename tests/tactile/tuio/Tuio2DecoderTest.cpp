@@ -428,7 +428,7 @@ TEST_CASE("tuio 2 on a table: a card is held, smoothed and mapped as one of vers
     table.datagrams->send(encoder.finish({2, 3, 4}));
     table.frame();
     CHECK(table.changes() == "down 2 move 1");
-    TestSupport::expectWarningStartingWith("TuioInput::readSample # Lost the sender a@b");
+    TestSupport::expectWarningStartingWith("TuioInput::readSample # Lost the sender a at b");
     table.frame(5.1);
     CHECK(table.changes() == "cancel 2");
 }

@@ -90,7 +90,7 @@ struct TuioInput::Private
     void giveUpLostSources()
     {
         for (const ContactTracker::LostSource& lost : tracker.lostSources()) {
-            const std::string& name = decoder.counters().sources[lost.source].name;
+            const std::string name = logNameOf(decoder.counters().sources[lost.source].name);
             if (lost.hadContacts)
                 Bedrock::Trace::warning("TuioInput::readSample # Lost the sender %s (no packet for %g s); its fingers are "
                                         "cancelled and its cards leave the table; check whether it runs",

@@ -22,6 +22,18 @@ std::uint64_t countOf(const TuioCounters& counters, TuioDrop cause)
 }
 }
 
+std::string logNameOf(const std::string& source)
+{
+    std::string name;
+    for (const char c : source) {
+        if (c == '@')
+            name += " at ";
+        else
+            name += c;
+    }
+    return name;
+}
+
 void TuioLog::report(double nowSeconds, const TuioDecoder& decoder)
 {
     const TuioCounters& counters = decoder.counters();
@@ -92,7 +104,7 @@ void TuioLog::reportUnclosed(const TuioCounters& counters)
         m_unclosedSources.push_back(source.name);
         Bedrock::Trace::warning("TuioDecoder::decode # The sender %s closes no frame of %s (an fseq, in TUIO 2.0 an alv, is "
                                 "missing); its contacts there are dropped, set it to end each frame",
-                                source.name.c_str(), profiles.c_str());
+                                logNameOf(source.name).c_str(), profiles.c_str());
     }
 }
 
@@ -102,10 +114,10 @@ void TuioLog::reportCap(const TuioCounters& counters, TuioDrop cause, const char
     if (m_warned[index] > 0 || counters.drops[index] == 0)
         return;
     m_warned[index] = 1;
-    const char* name = "the table";
+    std::string name = "the table";
     for (const TuioSourceCounters& source : counters.sources)
         if (source.drops[index] > 0)
-            name = source.name.c_str();
-    Bedrock::Trace::warning("TuioDecoder::decode # Reached a limit at %s (%s)", name, what);
+            name = logNameOf(source.name);
+    Bedrock::Trace::warning("TuioDecoder::decode # Reached a limit at %s (%s)", name.c_str(), what);
 }
 }

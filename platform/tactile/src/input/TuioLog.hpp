@@ -10,6 +10,10 @@ namespace Tactile
 {
 class TuioDecoder;
 
+/// The name of a source in a log line: "left at cam" for "left@cam", which would leave the program shortened like an e-mail
+/// address, and two sources as the same text.
+[[nodiscard]] std::string logNameOf(const std::string& source);
+
 /// Logs what the decoder dropped, at a rate at which a broken sender cannot fill the log: the first malformed packet at
 /// once, then one line every 10 s with the counts; each cap once; each sender that closes no frames once.
 class TuioLog
