@@ -4,8 +4,9 @@
 #include "PageTexts.hpp"
 #include "WebLink.hpp"
 
+#include <Bedrock/BoundedFile.hpp>
+
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -19,7 +20,7 @@ namespace MediaServer
 namespace
 {
 
-constexpr qint64 kLargestFile = 4 * 1024 * 1024;
+constexpr int kLargestFileMiB = 4;
 constexpr int kMostDays = 36500;
 
 /// How one member is read: returns what is wrong with it, to stand after its name; empty when it makes sense.
@@ -112,13 +113,12 @@ QString SiteSettings::greetingIn(const QByteArray& wanted) const
 Result<SiteSettings> SiteSettings::read(const QString& path)
 {
     const auto fail = [&path](const QString& what) { return tl::unexpected(QStringLiteral("%1: %2").arg(path, what)); };
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return fail(file.errorString());
-    if (file.size() > kLargestFile)
-        return fail(QStringLiteral("it has %1 bytes; %2 are the most").arg(file.size()).arg(kLargestFile));
+    QString reason;
+    const auto bytes = Bedrock::readBoundedFile(path, kLargestFileMiB, reason);
+    if (!bytes)
+        return fail(reason);
     QJsonParseError parsing;
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &parsing);
+    const QJsonDocument document = QJsonDocument::fromJson(*bytes, &parsing);
     if (!document.isObject())
         return fail(QStringLiteral("it is no JSON object (%1 at byte %2)").arg(parsing.errorString()).arg(parsing.offset));
     SiteSettings settings;

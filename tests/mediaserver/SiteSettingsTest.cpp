@@ -4,6 +4,10 @@
 
 #include <doctest/doctest.h>
 
+#include <QFile>
+
+#include <sys/stat.h>
+
 using namespace MediaServer;
 
 namespace
@@ -92,4 +96,13 @@ TEST_CASE_FIXTURE(Fixture, "site settings: a mistake names the file and the memb
     CHECK(read(R"({"page": {"logo": "presentation.json"}})").error().endsWith(QLatin1String("is no file of a picture")));
     CHECK(
         SiteSettings::read(folder.path(QStringLiteral("gone.json"))).error().contains(QLatin1String("gone.json: No such file")));
+}
+
+TEST_CASE_FIXTURE(Fixture, "site settings: a pipe and a file that is too large are refused, with what to do")
+{
+    const QString path = folder.path(QStringLiteral("pipe.json"));
+    REQUIRE(::mkfifo(QFile::encodeName(path).constData(), 0600) == 0);
+    CHECK(SiteSettings::read(path).error()
+          == path + QStringLiteral(": it is a pipe or a device; save what it gives in a file and name that"));
+    CHECK(read(QByteArray((4 << 20) + 1, ' ')).error().endsWith(QLatin1String(": it has 4.0 MiB, the limit is 4 MiB")));
 }

@@ -211,6 +211,10 @@ TEST_CASE("visit program: wrong arguments and a file that is not there are named
         {{"/nowhere/visit.txt"},
          1,
          "tavola-visit # Failed to read /nowhere/visit.txt (No such file or directory); check its name and rights\n"},
+        {{"/dev/zero"},
+         1,
+         "tavola-visit # Failed to read /dev/zero (it is a pipe or a device; save what it gives in a file and name that); check "
+         "its name and rights\n"},
     };
     for (const auto& row : rows) {
         CAPTURE(row.text);

@@ -5,22 +5,20 @@
 #include "VisitScript.hpp"
 #include "VisitSender.hpp"
 
+#include <Bedrock/BoundedFile.hpp>
 #include <Bedrock/LogText.hpp>
 
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <cstring>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <string>
 
 namespace
 {
+constexpr int kLargestFileMiB = 4;
 constexpr int kExitOk = 0;
 constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
@@ -73,11 +71,11 @@ int main(int argumentCount, char** arguments)
         return kExitOk;
     }
 
-    std::ifstream file(options.file, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (!file.is_open() || file.bad())
-        return fail("Failed to read " + options.file + " (" + std::strerror(errno) + "); check its name and rights", kExitFailed);
-    Visit::ParsedScript parsed = Visit::parseScript(text);
+    QString reason;
+    const auto text = Bedrock::readBoundedFile(QString::fromStdString(options.file), kLargestFileMiB, reason);
+    if (!text)
+        return fail("Failed to read " + options.file + " (" + reason.toStdString() + "); check its name and rights", kExitFailed);
+    Visit::ParsedScript parsed = Visit::parseScript({text->constData(), std::size_t(text->size())});
     for (const Visit::ScriptError& error : parsed.errors)
         std::fprintf(stderr, "%s\n",
                      Bedrock::onOneLine(options.file + ':' + std::to_string(error.line) + ':' + std::to_string(error.column)

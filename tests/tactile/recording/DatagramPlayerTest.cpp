@@ -6,6 +6,8 @@
 
 #include <doctest/doctest.h>
 
+#include <sys/stat.h>
+
 #include <set>
 
 using Tactile::DatagramPlayer;
@@ -290,6 +292,17 @@ TEST_CASE("datagram player: what cannot be played is reported with its remedy")
     folder.write("tavola-recording 3\n");
     CHECK_FALSE(DatagramPlayer::open(folder.file, error));
     CHECK(error == head + " (it ends before its first frame); record anew");
+}
+
+TEST_CASE("datagram player: a pipe without a writer is refused at once, with the remedy")
+{
+    const Folder folder;
+    REQUIRE(::mkfifo(folder.file.c_str(), 0600) == 0);
+    std::string error;
+    CHECK_FALSE(DatagramPlayer::open(folder.file, error));
+    CHECK(error
+          == "DatagramPlayer # Failed to read " + folder.file
+              + " (a pipe or a device); save what it gives in a file and name that");
 }
 
 TEST_CASE("datagram player: a recording without a note has none, and settings that are damaged are told")

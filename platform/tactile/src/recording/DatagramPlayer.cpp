@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <system_error>
 #include <utility>
@@ -191,6 +192,12 @@ std::unique_ptr<DatagramPlayer> DatagramPlayer::open(const std::string& file, st
     std::unique_ptr<DatagramPlayer> player(new DatagramPlayer());
     Private& d = *player->d;
     d.file = file;
+    // Opening a pipe that has no writer would wait for ever.
+    std::error_code none;
+    if (const auto status = std::filesystem::status(file, none); std::filesystem::is_other(status)) {
+        error = "DatagramPlayer # Failed to read " + file + " (a pipe or a device); save what it gives in a file and name that";
+        return nullptr;
+    }
     d.stream.open(file, std::ios::binary);
     std::string line;
     if (!d.stream) {
