@@ -11,7 +11,7 @@ import time
 import zlib
 
 from http_bytes import ask, connect, exchange, port_of
-from programs import Program, fetch
+from programs import Program, by_type, fetch
 
 PRESENTATIONS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "presentations")
 
@@ -125,23 +125,49 @@ def connections(build, folder):
 
 
 def table_kills(build, folder):
-    """Thirty kills of a table that is being used: it opens again each time, with its people."""
+    """Thirty kills of a table that is being used: it opens again each time, with its people, and one's card opens the space."""
+    with Table(build, folder):
+        pass  # from here on its registry counts
+    add = subprocess.run([*people(build, folder, "add"), "4711", "--name", "Kept"], capture_output=True, text=True)
+    assert add.returncode == 0, add.stderr
+    before = exported(build, folder)
+    assert "\n4711,Kept," in before and "\n1001,Ann," in before, f"these people are in the registry: {before}"
     opened = 0
     for _ in range(30):
         table = Table(build, folder)
         with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sender:
             for number in range(1, 20):
-                alive = osc("/tuio/2Dobj", "si", "alive", 1)
-                put = osc("/tuio/2Dobj", "siiffffffff", "set", 1, 1001, 0.5, 0.5, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0)
-                sender.sendto(bundle(alive, put, osc("/tuio/2Dobj", "si", "fseq", number)), ("127.0.0.1", table.tuio))
+                sender.sendto(card_frame(number, 1001), ("127.0.0.1", table.tuio))
         table.get("/status")
         table.program.process.send_signal(signal.SIGKILL)
         table.program.process.wait()
         opened += 1
-    with Table(build, folder) as table:
+    assert exported(build, folder) == before, f"after {opened} kills the registry has other people"
+    with Table(build, folder) as table, socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sender:
         errors = [line["text"] for line in table.get("/log") if line["level"] == "error"]
         assert not errors, f"after {opened} kills the table says: {errors[0]}"
-        report(f"{opened} kills, and the table opens with its people and without an error")
+        deadline = time.monotonic() + 30
+        number = 0
+        while not by_type(table.get("/tree"), "PersonalSpaceWidget"):
+            assert time.monotonic() < deadline, f"after {opened} kills a person's card opens no space"
+            number += 1
+            sender.sendto(card_frame(number, 4711), ("127.0.0.1", table.tuio))
+        report(f"{opened} kills, and the table opens with all its people, the space of one, and without an error")
+
+
+def card_frame(number, code):
+    """A packet of a tracker that sees one card in the middle of the table."""
+    put = osc("/tuio/2Dobj", "siiffffffff", "set", 1, code, 0.5, 0.5, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0)
+    return bundle(osc("/tuio/2Dobj", "si", "alive", 1), put, osc("/tuio/2Dobj", "si", "fseq", number))
+
+
+def people(build, folder, action):
+    return [os.path.join(build, "bin", "tavola"), "people", action, "--data", os.path.join(folder, "data"),
+            os.path.join(PRESENTATIONS, "gallery")]
+
+
+def exported(build, folder):
+    return subprocess.run([*people(build, folder, "export"), "-"], capture_output=True, text=True, check=True).stdout
 
 
 def deaf_log(build, folder):
