@@ -124,14 +124,13 @@ void ContentStream::Private::addKept()
 
 void ContentStream::Private::run()
 {
-    addKept();
     std::unique_lock<std::mutex> lock(mutex);
     while (!isStopped) {
         if (due.empty())
             pause = std::chrono::milliseconds(0);
         const auto hasWork = [this] { return isStopped || isWoken; };
         if (due.empty())
-            changed.wait(lock, hasWork);
+            changed.wait(lock, [&] { return hasWork() || !due.empty(); });
         else if (pause.count() > 0)
             changed.wait_for(lock, pause, hasWork);
         if (std::exchange(isWoken, false) && !isStopped) {
@@ -175,6 +174,11 @@ void ContentStream::Private::end(const ContentNote& note, const ContentSender::R
 
 ContentStream::ContentStream(const Settings& settings) : d(std::make_unique<Private>(settings))
 {
+    // Ahead of every describe(): what is only described must not become due here.
+    d->reader.add([this] {
+        d->addKept();
+        d->changed.notify_all();
+    });
     d->sending = std::thread([this] { Bedrock::guarded("ContentStream # Sending has ended", [this] { d->run(); }); });
 }
 
