@@ -12,6 +12,8 @@
 #include <Trellis/GrabManager.hpp>
 #include <Trellis/Widget.hpp>
 
+#include <EventLoop.hpp>
+
 #include <doctest/doctest.h>
 
 #include <QJsonArray>
@@ -37,6 +39,17 @@ struct ShownTable
         table = place.open();
         sender.emplace(*table);
         frames(1);
+        waitForPictures();
+    }
+
+    /// Their sizes are known when they are read, which other threads do.
+    void waitForPictures()
+    {
+        REQUIRE(TestSupport::pumpUntil([this] {
+            frames(1);
+            return table->application().pendingImages() == 0;
+        }));
+        frames(2);
     }
 
     void frames(int count)
@@ -125,6 +138,7 @@ TEST_CASE("any screen: the widgets are the same on every screen, and a tap on th
         ShownTable shown(screen);
         CHECK(shown.table->application().size() == Vector2f(1920.f, 1080.f));
         shown.card(1004, shown.onScreen({1056.f, 594.f}));
+        shown.waitForPictures();
         std::string tree;
         describe(*shown.table->application().mainLayer(), tree);
         if (first.empty())
