@@ -2,10 +2,12 @@
 
 #include "services/content/ContentStream.hpp"
 
-#include <QMetaObject>
+#include <QPointer>
 
+#include <cstdint>
 #include <stdexcept>
-#include <utility>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 namespace Host
 {
@@ -13,6 +15,7 @@ ContentMediaServer::ContentMediaServer(std::shared_ptr<Tavola::JSONServerService
                                        std::unique_ptr<ContentStream> stream, PathOf pathOf)
     : m_server(std::move(server)), m_pathOf(std::move(pathOf)), m_stream(std::move(stream))
 {
+    QObject::connect(&m_notifier, &QSocketNotifier::activated, &m_notifier, [this] { proceedAll(); });
 }
 
 ContentMediaServer::~ContentMediaServer()
@@ -31,12 +34,43 @@ folly::Future<QJsonObject> ContentMediaServer::request(const QJsonObject& comman
     const long id = ++m_lastId;
     auto future = m_waiting[id].promise.getFuture();
     m_waiting[id].command = command;
-    // The stream ends before m_mainThread does, so the thread that calls back finds it alive.
-    m_stream->describe(path, [this, id](const std::optional<ContentNote>& note) {
-        QMetaObject::invokeMethod(
-            &m_mainThread, [this, id, note] { proceed(id, note); }, Qt::QueuedConnection);
-    });
+    // The stream ends before m_described does, so the thread that calls back finds it alive.
+    m_stream->describe(path, [this, id](const std::optional<ContentNote>& note) { m_described.add(id, note); });
     return future;
+}
+
+ContentMediaServer::Described::Described() : wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+
+ContentMediaServer::Described::~Described()
+{
+    ::close(wake);
+}
+
+void ContentMediaServer::Described::add(long id, const std::optional<ContentNote>& note)
+{
+    {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        m_notes.emplace_back(id, note);
+    }
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = ::write(wake, &one, sizeof one);
+}
+
+std::vector<std::pair<long, std::optional<ContentNote>>> ContentMediaServer::Described::takeAll()
+{
+    std::uint64_t count = 0;
+    [[maybe_unused]] const ssize_t read = ::read(wake, &count, sizeof count);
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    return std::exchange(m_notes, {});
+}
+
+void ContentMediaServer::proceedAll()
+{
+    // A future's continuation may destroy this object.
+    const QPointer<QSocketNotifier> alive(&m_notifier);
+    for (const auto& [id, note] : m_described.takeAll())
+        if (alive)
+            proceed(id, note);
 }
 
 void ContentMediaServer::proceed(long id, const std::optional<ContentNote>& note)

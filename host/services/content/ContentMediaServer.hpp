@@ -1,22 +1,26 @@
 #pragma once
 
+#include "services/content/ContentNote.hpp"
+
 #include <Tavola/JSONServerServiceAPI.hpp>
 #include <Tavola/ServiceInstance.hpp>
 
 #include <QJsonObject>
-#include <QObject>
+#include <QSocketNotifier>
 
 #include <folly/futures/Future.h>
 
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <utility>
+#include <vector>
 
 namespace Host
 {
 class ContentStream;
-struct ContentNote;
 
 /// A media server that gets the content of what is collected, too. An "additem" with the name of a file of this table goes out
 /// with the file's hash ("sha256") and "size"; a server that lacks the file answers at once all the same, and the stream sends it
@@ -41,6 +45,25 @@ private:
         folly::Promise<QJsonObject> promise;
     };
 
+    /// What the stream's thread found, handed over to the main thread. A descriptor wakes the event loop: a queued call of Qt
+    /// would do the same, but ThreadSanitizer cannot see how Qt orders it.
+    struct Described
+    {
+        Described();
+        ~Described();
+        Described(const Described&) = delete;
+        Described& operator=(const Described&) = delete;
+        void add(long id, const std::optional<ContentNote>& note);
+        std::vector<std::pair<long, std::optional<ContentNote>>> takeAll();
+
+        const int wake;
+
+    private:
+        std::mutex m_mutex;
+        std::vector<std::pair<long, std::optional<ContentNote>>> m_notes;
+    };
+
+    void proceedAll();
     void proceed(long id, const std::optional<ContentNote>& note);
     [[nodiscard]] folly::Future<QJsonObject> requestWith(QJsonObject command, const ContentNote& note);
 
@@ -48,7 +71,8 @@ private:
     PathOf m_pathOf;
     std::map<long, Waiting> m_waiting; ///< for the hash of their file
     long m_lastId = 0;
-    QObject m_mainThread;
+    Described m_described;
+    QSocketNotifier m_notifier{m_described.wake, QSocketNotifier::Read};
     std::shared_ptr<ContentStream> m_stream; ///< last member: its threads end first
 };
 }
