@@ -19,8 +19,9 @@ constexpr char kDescription[] =
     "Lists and changes the people a presentation's table knows, also while the table runs (it follows within seconds).\n"
     "\n"
     "  list PRESENTATION              all people: code, name, e-mail address, kind\n"
-    "  add PRESENTATION CODE          a card; --name, --email, --content-key and --kind are its owner's\n"
-    "  import PRESENTATION FILE.csv   people from a file with the columns code,name,email,content-key,kind;\n"
+    "  add PRESENTATION CODE          a card; --name, --email, --content-key, --kind and --language\n"
+    "                                 are its owner's\n"
+    "  import PRESENTATION FILE.csv   people from a file with the columns code,name,email,content-key,kind,language;\n"
     "                                 all of them, or none when a line cannot be read\n"
     "  export PRESENTATION FILE.csv   the same file; - writes to standard output. With --for-spreadsheet nothing in it is\n"
     "                                 run as a formula: names like =1+1 get an apostrophe in front\n"
@@ -40,11 +41,13 @@ public:
         addText("--email", "ADDRESS", "add: the owner's e-mail address", person.email);
         addText("--content-key", "KEY", "add: the folder that the card opens", person.contentKey);
         addText("--kind", "KIND", "add: personal (the default), unregistered or a number", kind);
+        addText("--language", "TAG", "add: the owner's language, such as de", language);
         addFlag("--for-spreadsheet", forSpreadsheet, "export: no text is a formula");
     }
 
     QString data;
     QString kind;
+    QString language;
     bool forSpreadsheet = false;
     Person person; ///< of the options
 
@@ -62,7 +65,7 @@ std::optional<CommandLine::Exit> parse(const QStringList& arguments, Request& re
 {
     if (const auto exit = request.parse(arguments))
         return exit;
-    for (const char* option : {"--name", "--email", "--content-key", "--kind"})
+    for (const char* option : {"--name", "--email", "--content-key", "--kind", "--language"})
         if (request.isGiven(option) && request.action() != QLatin1String("add"))
             return CommandLine::Exit{2, QStringLiteral("%1 belongs to add only").arg(QLatin1String(option))};
     if (request.forSpreadsheet && request.action() != QLatin1String("export"))
@@ -74,6 +77,9 @@ std::optional<CommandLine::Exit> parse(const QStringList& arguments, Request& re
     if (!PeopleFile::parseKind(request.kind, request.person.kind))
         return CommandLine::Exit{
             2, QStringLiteral("\"%1\" is no kind; personal, unregistered or a number is expected").arg(request.kind)};
+    if (!PeopleFile::parseLanguage(request.language, request.person.language))
+        return CommandLine::Exit{
+            2, QStringLiteral("\"%1\" is no language; a tag such as de or pt-BR is expected").arg(request.language)};
     return std::nullopt;
 }
 
@@ -99,10 +105,11 @@ int list(const PeopleRegistry& registry, const Request& request)
     };
     for (const Person& person : *people)
         request.print(
-            QStringLiteral("%1  %2  %3  %4%5")
+            QStringLiteral("%1  %2  %3  %4%5%6")
                 .arg(QString::number(person.code), word(person.name, "(no name)"), word(person.email, "(no e-mail)"),
                      PeopleFile::kindName(person.kind),
-                     person.contentKey.isEmpty() ? QString() : QStringLiteral("  content ") + person.contentKey.simplified()));
+                     person.contentKey.isEmpty() ? QString() : QStringLiteral("  content ") + person.contentKey.simplified(),
+                     person.language.isEmpty() ? QString() : QStringLiteral("  language ") + person.language));
     if (people->empty())
         request.print(QStringLiteral("No people are registered."));
     return request.printed();

@@ -10,6 +10,7 @@
 
 #include <QHash>
 #include <QMap>
+#include <QRegularExpression>
 #include <QStringList>
 
 #include <algorithm>
@@ -89,7 +90,7 @@ private:
         while (m_lines.next(line) && line.isBlank()) {}
         if (line.isBlank() || line.number == 0)
             line.number = 1;
-        static const QStringList known{"code", "name", "email", "content-key", "kind"};
+        static const QStringList known{"code", "name", "email", "content-key", "kind", "language"};
         QStringList unknown;
         for (int i = 0; i < line.fields.size(); ++i) {
             const QString name = line.fields[i].trimmed().toLower();
@@ -113,7 +114,7 @@ private:
         if (!m_columns.contains(QStringLiteral("code"))) {
             warn(line.number,
                  QStringLiteral("the first line must name the columns, \"code\" among them "
-                                "(code,name,email,content-key,kind); no people were read"));
+                                "(code,name,email,content-key,kind,language); no people were read"));
             return false;
         }
         for (const QString& name : unknown.mid(0, kMostComplaints))
@@ -149,6 +150,16 @@ private:
         return {};
     }
 
+    QString language(const CsvLine& line)
+    {
+        QString language;
+        if (!PeopleFile::parseLanguage(field(line, "language"), language))
+            warn(line.number,
+                 QStringLiteral("'%1' is no language (expected is a tag such as de or pt-BR); it is left empty")
+                     .arg(field(line, "language")));
+        return language;
+    }
+
     void readPerson(const CsvLine& line)
     {
         if (line.openQuote)
@@ -179,6 +190,7 @@ private:
         person.name = text(line, "name");
         person.email = mailAddress(line);
         person.contentKey = text(line, "content-key");
+        person.language = language(line);
         m_people.push_back(std::move(person));
     }
 
@@ -232,6 +244,15 @@ bool PeopleFile::parseKind(const QString& text, int& kind)
     return ok;
 }
 
+bool PeopleFile::parseLanguage(const QString& text, QString& language)
+{
+    static const QRegularExpression tag(QStringLiteral("\\A[a-z]{2,3}(-[a-z0-9]{2,8}){0,3}\\z"));
+    const QString word = text.trimmed().toLower();
+    const bool isTag = word.isEmpty() || tag.match(word).hasMatch();
+    language = isTag ? word : QString();
+    return isTag;
+}
+
 QString PeopleFile::kindName(int kind)
 {
     if (kind == Kind::kPersonal)
@@ -253,11 +274,11 @@ QString PeopleFile::format(const std::vector<Person>& people, Formulas formulas)
             return field;
         return QLatin1Char('"') + field.replace(QLatin1Char('"'), QLatin1String("\"\"")) + QLatin1Char('"');
     };
-    QString text = QStringLiteral("code,name,email,content-key,kind\n");
+    QString text = QStringLiteral("code,name,email,content-key,kind,language\n");
     for (const Person& person : people)
-        text += QStringLiteral("%1,%2,%3,%4,%5\n")
+        text += QStringLiteral("%1,%2,%3,%4,%5,%6\n")
                     .arg(QString::number(person.code), quoted(person.name), quoted(person.email), quoted(person.contentKey),
-                         kindName(person.kind));
+                         kindName(person.kind), person.language);
     return text;
 }
 }

@@ -31,12 +31,27 @@ Person personOf(const QSqlQuery& query)
     person.email = query.value(2).toString();
     person.contentKey = query.value(3).toString();
     person.kind = query.value(4).toInt();
+    person.language = query.value(5).toString();
     Bedrock::PersonalTexts::remember(person.name);
     return person;
 }
 
-const char* const kColumns = "SELECT code, name, email, content_key, kind FROM people";
+const char* const kColumns = "SELECT code, name, email, content_key, kind, language FROM people";
 const char* const kAnyEver = "SELECT 1 FROM people UNION ALL SELECT 1 FROM emptied LIMIT 1";
+
+/// Format 2 added the language.
+constexpr int kFormat = 2;
+
+bool prepareTables(SqliteTransaction& transaction, int found, QString&)
+{
+    if (found == 0) {
+        transaction.run("CREATE TABLE people (code TEXT PRIMARY KEY, name TEXT NOT NULL, email TEXT NOT NULL, "
+                        "content_key TEXT NOT NULL, kind INTEGER NOT NULL)");
+        // Has a row once a person was removed: a registry that is empty because of that is not new.
+        transaction.run("CREATE TABLE emptied (once INTEGER PRIMARY KEY)");
+    }
+    return transaction.run("ALTER TABLE people ADD COLUMN language TEXT NOT NULL DEFAULT ''");
+}
 
 SqliteTransaction::Report warning(const char* what, const QString& path)
 {
@@ -49,10 +64,11 @@ SqliteTransaction::Report warning(const char* what, const QString& path)
 /// Writes people; `verb` is "INSERT", alone or with its "OR ...". False when one of them could not be written.
 bool enter(SqliteTransaction& writing, const char* verb, const std::vector<Person>& people)
 {
-    const QString statement =
-        QLatin1String(verb) + QStringLiteral(" INTO people (code, name, email, content_key, kind) VALUES (?, ?, ?, ?, ?)");
+    const QString statement = QLatin1String(verb)
+        + QStringLiteral(" INTO people (code, name, email, content_key, kind, language) VALUES (?, ?, ?, ?, ?, ?)");
     for (const Person& person : people)
-        writing.run(statement, {QString::number(person.code), person.name, person.email, person.contentKey, person.kind});
+        writing.run(statement,
+                    {QString::number(person.code), person.name, person.email, person.contentKey, person.kind, person.language});
     return bool(writing);
 }
 }
@@ -68,12 +84,7 @@ std::unique_ptr<PeopleRegistry> PeopleRegistry::open(const QString& path, QStrin
                     .arg(QFileInfo(path).absolutePath());
         return nullptr;
     }
-    const SqliteSchema schema{"the registry of people", 1, [](SqliteTransaction& transaction, int, QString&) {
-                                  transaction.run("CREATE TABLE people (code TEXT PRIMARY KEY, name TEXT NOT NULL, email TEXT "
-                                                  "NOT NULL, content_key TEXT NOT NULL, kind INTEGER NOT NULL)");
-                                  // Has a row once a person was removed: a registry that is empty because of that is not new.
-                                  return transaction.run("CREATE TABLE emptied (once INTEGER PRIMARY KEY)");
-                              }};
+    const SqliteSchema schema{"the registry of people", kFormat, &prepareTables};
     if (!schema.prepare(path, error))
         return nullptr;
     return std::unique_ptr<PeopleRegistry>(new PeopleRegistry(path));

@@ -37,8 +37,8 @@ public:
     bool add(const Person& person, bool& isThere);
     /// Enters people, replacing those of the same code: all of them, or on failure (logged as a warning) none.
     bool insert(const std::vector<Person>& people);
-    /// Sets or replaces the owner of an existing card and makes it a personal card; its content key stays. Returns the changed
-    /// card; nothing for a code that is not in the registry or when the file cannot be written (logged).
+    /// Sets or replaces the owner of an existing card and makes it a personal card; its content key and language stay. Returns
+    /// the changed card; nothing for a code that is not in the registry or when the file cannot be written (logged).
     std::optional<Person> registerOwner(unsigned long code, const QString& name, const QString& email);
     /// Takes cards out: all of them, or none when a code is not in the registry (it is then in `unknown`) or the file cannot be
     /// written (logged). A code that is named twice counts once.

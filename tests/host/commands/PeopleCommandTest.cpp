@@ -177,9 +177,10 @@ TEST_CASE("tavola people: a mistake in a file is reported with its line, and non
         {"code,name,email\n2001,Cy,cy@museum.example\n2002,Uma,umamuseum.example\n",
          ":3: 'u…' is no e-mail address (expected are a name, @ and a domain); it is left empty\n"},
         {"code,e-mail\n2001,a@b\n",
-         ":1: unknown column 'e-mail', known are code, name, email, content-key, kind; the column is skipped\n"},
+         ":1: unknown column 'e-mail', known are code, name, email, content-key, kind, language; the column is skipped\n"},
         {"2001,Cy\n",
-         ":1: the first line must name the columns, \"code\" among them (code,name,email,content-key,kind); no people were "
+         ":1: the first line must name the columns, \"code\" among them (code,name,email,content-key,kind,language); no people "
+         "were "
          "read\n"},
     };
     const Desk desk;
@@ -206,7 +207,7 @@ TEST_CASE("tavola people: what is exported can be imported elsewhere and is the 
     REQUIRE(desk.ask(QStringLiteral("list")).code == 0);
     const People more{kAnn,
                       {1002, QStringLiteral("Smith, \"Bo\""), QStringLiteral(" b@c "), QStringLiteral("two\nlines"), 3},
-                      {2001, QString::fromUtf8("花子 Åström"), QString(), QStringLiteral("%1"), 7}};
+                      {2001, QString::fromUtf8("花子 Åström"), QString(), QStringLiteral("%1"), 7, QStringLiteral("pt-br")}};
     REQUIRE(desk.registry()->insert(more));
     const QString file = desk.folder().path(QStringLiteral("out.csv"));
     const Answer answer = desk.ask(QStringLiteral("export"), {file});
@@ -214,11 +215,20 @@ TEST_CASE("tavola people: what is exported can be imported elsewhere and is the 
     CHECK(answer.out.isEmpty());
     CHECK(answer.err.isEmpty());
     CHECK(contents(file).startsWith(
-        "code,name,email,content-key,kind\n1001,Ann,ann@museum.example,key,personal\n1002,\"Smith, \"\"Bo\"\"\","));
+        "code,name,email,content-key,kind,language\n1001,Ann,ann@museum.example,key,personal,\n1002,\"Smith, \"\"Bo\"\"\","));
 
     CHECK(desk.ask(QStringLiteral("import"), {file}, QStringLiteral("elsewhere")).code == 0);
     CHECK(desk.registry(QStringLiteral("elsewhere"))->people() == more);
     CHECK(desk.ask(QStringLiteral("export"), {QStringLiteral("-")}, QStringLiteral("elsewhere")).out.toUtf8() == contents(file));
+}
+
+TEST_CASE("tavola people: a card is added with its language, and the list shows it")
+{
+    const Desk desk;
+    CHECK(desk.ask(QStringLiteral("add"), {"2001", "--language", " PT-br "}).code == 0);
+    CHECK(desk.registry()->person(2001)->language == "pt-br");
+    CHECK(desk.ask(QStringLiteral("list"))
+              .out.endsWith(QStringLiteral("2001  (no name)  (no e-mail)  personal  language pt-br\n")));
 }
 
 TEST_CASE("tavola people: an export for a spreadsheet has no formulas, and any other has the names as they are")
@@ -227,8 +237,8 @@ TEST_CASE("tavola people: an export for a spreadsheet has no formulas, and any o
     REQUIRE(desk.ask(QStringLiteral("list")).code == 0);
     REQUIRE(desk.registry()->insert({{1001, QStringLiteral("=HYPERLINK(\"http://x\",\"y\")"), {}, QStringLiteral("key"), 0}}));
     CHECK(desk.ask(QStringLiteral("export"), {"-", "--for-spreadsheet"}).out
-          == "code,name,email,content-key,kind\n1001,\"'=HYPERLINK(\"\"http://"
-             "x\"\",\"\"y\"\")\",,key,personal\n1002,,,,unregistered\n");
+          == "code,name,email,content-key,kind,language\n1001,\"'=HYPERLINK(\"\"http://"
+             "x\"\",\"\"y\"\")\",,key,personal,\n1002,,,,unregistered,\n");
     CHECK(desk.ask(QStringLiteral("export"), {"-"}).out.contains(QStringLiteral(",\"=HYPERLINK(")));
 }
 
@@ -263,7 +273,7 @@ TEST_CASE("tavola people: when all people are removed the presentation's people 
     CHECK(desk.ask(QStringLiteral("remove"), {"1001", "1002"}).code == 0);
     CHECK(desk.ask(QStringLiteral("list")).out == "No people are registered.\n");
     CHECK(desk.people().empty());
-    CHECK(desk.ask(QStringLiteral("export"), {QStringLiteral("-")}).out == "code,name,email,content-key,kind\n");
+    CHECK(desk.ask(QStringLiteral("export"), {QStringLiteral("-")}).out == "code,name,email,content-key,kind,language\n");
 }
 
 TEST_CASE("tavola people: a command line that makes no sense is exit code 2, says why and changes nothing")
@@ -288,6 +298,8 @@ TEST_CASE("tavola people: a command line that makes no sense is exit code 2, say
         {{"add", show, "-1"}, "\"-1\" is no card code, a whole number is expected"},
         {{"add", show, "18446744073709551616"}, "\"18446744073709551616\" is no card code, a whole number is expected"},
         {{"add", show, "Ann"}, "\"Ann\" is no card code, a whole number is expected"},
+        {{"remove", show, "1001", "--language", "de"}, "--language belongs to add only"},
+        {{"add", show, "7", "--language", "german"}, "\"german\" is no language; a tag such as de or pt-BR is expected"},
         {{"add", show, "7", "--kind", "friend"}, "\"friend\" is no kind; personal, unregistered or a number is expected"},
         {{"add", show, "7", "--email", "umamuseum.example"},
          "\"umamuseum.example\" is no e-mail address; expected are a name, @ and a domain"},

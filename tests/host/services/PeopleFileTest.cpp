@@ -142,8 +142,8 @@ TEST_CASE("people file: two open quotes cost two lines")
 
 TEST_CASE("people file: without a column of codes no people are read")
 {
-    const std::string why =
-        ": the first line must name the columns, \"code\" among them (code,name,email,content-key,kind); no people were read";
+    const std::string why = ": the first line must name the columns, \"code\" among them "
+                            "(code,name,email,content-key,kind,language); no people were read";
     for (const char* text :
          {"", "\n\n", "1001,Ann,ann@museum.example\n1002,Bo,\n", "name,email\nAnn,\n", "\"code,name\n1,Ann\n"}) {
         CAPTURE(text);
@@ -154,8 +154,8 @@ TEST_CASE("people file: without a column of codes no people are read")
 
 TEST_CASE("people file: a column that is not known is reported, and the rest is read")
 {
-    expectWarning(
-        "PeopleFile # p.csv:1: unknown column 'e-mail', known are code, name, email, content-key, kind; the column is skipped");
+    expectWarning("PeopleFile # p.csv:1: unknown column 'e-mail', known are code, name, email, content-key, kind, language; the "
+                  "column is skipped");
     CHECK(partOf("code,e-mail,name\n1,a@b,Ann\n") == People{person(1, "Ann")});
 }
 
@@ -300,6 +300,26 @@ TEST_CASE("people file: a kind is a word or a number, and the number of a word i
     }
 }
 
+TEST_CASE("people file: a language is a tag in any case, and one that is none is left empty")
+{
+    const auto people = parsed("code,language\n1,de\n2, PT-br \n3,\n4,zh-hant-tw\n");
+    REQUIRE(people.size() == 4);
+    CHECK(people[0].language == "de");
+    CHECK(people[1].language == "pt-br");
+    CHECK(people[2].language.isEmpty());
+    CHECK(people[3].language == "zh-hant-tw");
+    bool complete = false;
+    CHECK(PeopleFile::parse(PeopleFile::format(people), QStringLiteral("p.csv"), complete) == people);
+    for (const char* word : {"german", "d", "de_DE", "de-", "de de", "d1", "de-abcdefghi"}) {
+        CAPTURE(word);
+        expectWarning("PeopleFile # p.csv:2: '" + std::string(word)
+                      + "' is no language (expected is a tag such as de or pt-BR); it is left empty");
+        const auto known = partOf(("code,language\n1," + std::string(word) + "\n").c_str());
+        REQUIRE(known.size() == 1);
+        CHECK(known[0].language.isEmpty());
+    }
+}
+
 TEST_CASE("people file: a quoted field has a bound, and one that is longer costs its own line")
 {
     const QString longest(4096, QLatin1Char('x'));
@@ -409,7 +429,9 @@ TEST_CASE("people file: for a spreadsheet a text that begins a formula gets an a
     for (const auto& row : rows) {
         CAPTURE(std::string(row.name));
         const QString text = PeopleFile::format({{7, QString::fromUtf8(row.name), {}, {}, 0}}, PeopleFile::Formulas::Disarm);
-        CHECK(text == QStringLiteral("code,name,email,content-key,kind\n7,%1,,,personal\n").arg(QString::fromUtf8(row.written)));
+        CHECK(text
+              == QStringLiteral("code,name,email,content-key,kind,language\n7,%1,,,personal,\n")
+                     .arg(QString::fromUtf8(row.written)));
     }
 }
 

@@ -181,8 +181,25 @@ TEST_CASE("people registry: a file of a newer version is refused and left as it 
     CHECK(opened(path)->insert({kAnn}));
     execute(path, QStringLiteral("PRAGMA user_version = 99"));
     CHECK(refusal(path) == path + QStringLiteral(" was made by a newer version of this program; use that one"));
+    execute(path, QStringLiteral("PRAGMA user_version = 2"));
+    CHECK(opened(path)->people() == People{kAnn});
+}
+
+TEST_CASE("people registry: a file of the first format gets the languages, and keeps its people")
+{
+    const Folder folder;
+    const QString path = folder.path(QStringLiteral("people.sqlite"));
+    execute(path,
+            QStringLiteral("CREATE TABLE people (code TEXT PRIMARY KEY, name TEXT NOT NULL, email TEXT NOT NULL, "
+                           "content_key TEXT NOT NULL, kind INTEGER NOT NULL)"));
+    execute(path, QStringLiteral("CREATE TABLE emptied (once INTEGER PRIMARY KEY)"));
+    execute(path, QStringLiteral("INSERT INTO people VALUES ('1001', 'Ann', 'ann@museum.example', 'key', 0)"));
     execute(path, QStringLiteral("PRAGMA user_version = 1"));
     CHECK(opened(path)->people() == People{kAnn});
+    Person finn{1003, QStringLiteral("Finn"), {}, {}, 0, QStringLiteral("fi")};
+    CHECK(opened(path)->insert({finn}));
+    CHECK(opened(path)->people() == People{kAnn, finn});
+    CHECK(opened(path)->registerOwner(1003, QStringLiteral("Finn"), QStringLiteral("finn@museum.example"))->language == "fi");
 }
 
 TEST_CASE("people registry: where no file can be, the reason is reported")
