@@ -32,7 +32,9 @@ const CommandLine::Help& helpOf(RunOptions::Command command)
             "\n"
             "A replay reaches no server: the answers of the media server and the outcome of e-mail come from the recording,\n"
             "--media-server and --mail-server have no effect. People are registered in a temporary folder, which begins with\n"
-            "the people of the recording, or in that of --data.")};
+            "the people of the recording, or in that of --data.\n"
+            "\n"
+            "Names, addresses and answers of servers are read from RECORDING.private; without that file they are shortened.")};
     return command == RunOptions::Command::Run ? run : replay;
 }
 
@@ -78,7 +80,10 @@ void declareRecorded(CommandLine& line, TableOptions& table, bool isListed)
                         InputSettings::Listener& listener = table.listener.emplace();
                         return InputSettings::parseAddress(value, listener.transport, listener.address, listener.port);
                     }});
-    line.addOption({"--record", "FILE", isListed ? "record the input, for tavola replay; FILE must not exist yet" : nullptr,
+    line.addOption({"--record", "FILE",
+                    isListed ? "record the input, for tavola replay, and names, addresses and pages of people in\n"
+                               "FILE.private; neither file may exist yet"
+                             : nullptr,
                     QStringLiteral("the name of a file that does not exist yet"), into(table.recordFile)});
 }
 

@@ -4,8 +4,10 @@
 #include "presentation/ScreenView.hpp"
 #include "recording/RecordingNote.hpp"
 #include "recording/Replay.hpp"
+#include "recording/Shortened.hpp"
 
 #include <Bedrock/Inbox.hpp>
+#include <Bedrock/Trace.hpp>
 #include <Tactile/DatagramPlayer.hpp>
 #include <Tactile/DatagramRecorder.hpp>
 #include <Tactile/TcpDatagramSource.hpp>
@@ -82,6 +84,10 @@ std::unique_ptr<TableInput> TableInput::open(const Recordings& recordings, QStri
     std::string reason;
     if (!recordings.replayed.isEmpty()) {
         d.player = Tactile::DatagramPlayer::open(fileName(recordings.replayed), reason);
+        if (d.player && !d.player->whyShortened().empty())
+            Bedrock::Trace::warning("TableInput # Names, addresses and answers of servers are shortened in this replay (%s); put "
+                                    "the private half of the recording beside it for the exact ones",
+                                    d.player->whyShortened().c_str());
     } else if (!recordings.made.isEmpty()) {
         d.recorder = Tactile::DatagramRecorder::create(fileName(recordings.made), reason);
     }
@@ -102,7 +108,7 @@ RecordingNote TableInput::recordedNote() const
 void TableInput::describe(const RecordingNote& note)
 {
     if (d->recorder)
-        d->recorder->note(note.toText());
+        d->recorder->note(note.toText(), note.shortened().toText());
 }
 
 void TableInput::plugIn()
@@ -110,8 +116,12 @@ void TableInput::plugIn()
     if (d->player)
         d->replay = std::make_unique<Replay>();
     else if (d->recorder)
-        Bedrock::Inbox::instance().setTap(
-            [recorder = d->recorder.get()](const Bedrock::Arrival& arrival) { recorder->arrival(arrival); });
+        Bedrock::Inbox::instance().setTap([recorder = d->recorder.get()](const Bedrock::Arrival& arrival) {
+            if (arrival.content == Bedrock::Arrival::Content::Bytes)
+                recorder->arrival(arrival, Shortened::arrival(arrival));
+            else
+                recorder->arrival(arrival);
+        });
 }
 
 std::optional<Vecta::Vector2f> TableInput::recordedSize() const

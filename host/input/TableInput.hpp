@@ -32,7 +32,7 @@ public:
     };
 
     /// Null, with the reason in `error`, when the recording that is to be replayed cannot be read, or the one to be made
-    /// cannot be written.
+    /// cannot be written. One without its private half is replayed with shortened names and answers, and a warning.
     [[nodiscard]] static std::unique_ptr<TableInput> open(const Recordings& recordings, QString& error);
     ~TableInput();
     TableInput(const TableInput&) = delete;
@@ -41,7 +41,8 @@ public:
     [[nodiscard]] bool isRecording() const noexcept;
     /// The note of the recording that is replayed; empty otherwise.
     [[nodiscard]] RecordingNote recordedNote() const;
-    /// Writes the note into the recording that is made, if there is one. Call before start().
+    /// Writes the note into the recording that is made, if there is one, shortened, and into its private half. Call before
+    /// start().
     void describe(const RecordingNote& note);
 
     /// The size of the recorded table, in a replay.

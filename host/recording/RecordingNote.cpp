@@ -1,5 +1,7 @@
 #include "recording/RecordingNote.hpp"
 
+#include "recording/Shortened.hpp"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -11,6 +13,14 @@ std::string RecordingNote::toText() const
     const QJsonObject note{
         {"presentation", presentation}, {"mediaServers", QJsonArray::fromStringList(mediaServers)}, {"people", people}};
     return QJsonDocument(note).toJson(QJsonDocument::Compact).toStdString();
+}
+
+RecordingNote RecordingNote::shortened() const
+{
+    RecordingNote result = *this;
+    if (!people.isEmpty())
+        result.people = Shortened::people(people);
+    return result;
 }
 
 RecordingNote RecordingNote::fromText(const std::string& text)

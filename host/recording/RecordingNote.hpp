@@ -15,6 +15,8 @@ struct RecordingNote
     QString people;           ///< the people known when the table opened, as PeopleFile writes them; empty without a registry
 
     [[nodiscard]] std::string toText() const;
+    /// The same with its people shortened.
+    [[nodiscard]] RecordingNote shortened() const;
     /// What the text does not contain is empty.
     [[nodiscard]] static RecordingNote fromText(const std::string& text);
 };

@@ -39,7 +39,8 @@ void addSettings(Recording::Writer& writer)
 
 std::vector<char> recordingOf(const std::uint8_t* data, std::size_t size)
 {
-    std::vector<char> bytes(Recording::kFirstLine.begin(), Recording::kFirstLine.end());
+    const std::string firstLine = std::string(Recording::kFirstWords) + std::string(Recording::kIdCharacters, 'a') + '\n';
+    std::vector<char> bytes(firstLine.begin(), firstLine.end());
     if (size == 0 || data[0] % 2 == 0) {
         if (size > 0)
             bytes.insert(bytes.end(), data + 1, data + size);

@@ -20,18 +20,11 @@ struct RecordingFolder
     QTemporaryDir dir;
     std::string file = dir.filePath(QStringLiteral("evening.rec")).toStdString();
 
-    [[nodiscard]] QByteArray bytes() const
-    {
-        QFile f(QString::fromStdString(file));
-        REQUIRE(f.open(QIODevice::ReadOnly));
-        return f.readAll();
-    }
-    void write(const QByteArray& bytes) const
-    {
-        QFile f(QString::fromStdString(file));
-        REQUIRE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        f.write(bytes);
-    }
+    [[nodiscard]] QString privateFile() const { return QString::fromStdString(file) + QStringLiteral(".private"); }
+    [[nodiscard]] QByteArray bytes() const { return bytesOf(QString::fromStdString(file)); }
+    [[nodiscard]] QByteArray privateBytes() const { return bytesOf(privateFile()); }
+    void write(const QByteArray& bytes) const { write(QString::fromStdString(file), bytes); }
+    void writePrivate(const QByteArray& bytes) const { write(privateFile(), bytes); }
     [[nodiscard]] std::unique_ptr<Tactile::DatagramRecorder> record() const
     {
         std::string error;
@@ -58,5 +51,19 @@ struct RecordingFolder
         }
         CHECK_FALSE(player->nextFrame(input));
         return frames;
+    }
+
+private:
+    static QByteArray bytesOf(const QString& name)
+    {
+        QFile f(name);
+        REQUIRE(f.open(QIODevice::ReadOnly));
+        return f.readAll();
+    }
+    static void write(const QString& name, const QByteArray& bytes)
+    {
+        QFile f(name);
+        REQUIRE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        f.write(bytes);
     }
 };

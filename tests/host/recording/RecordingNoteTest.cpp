@@ -29,3 +29,16 @@ TEST_CASE("recording note: what the text does not contain is empty")
     CHECK(some.presentation.isEmpty());
     CHECK(some.mediaServers == QStringList{"hall"});
 }
+
+TEST_CASE("recording note: shortened it says the same of the table, and of people only the first letters")
+{
+    RecordingNote note;
+    note.presentation = QStringLiteral("/srv/shows/hall");
+    note.mediaServers = QStringList{"hall"};
+    CHECK(note.shortened().people.isEmpty());
+    note.people = QStringLiteral("code,name,email,content-key,kind\n1001,Änne Öst,anne@museum.example,staff,unregistered\n");
+    const RecordingNote shortened = note.shortened();
+    CHECK(shortened.presentation == note.presentation);
+    CHECK(shortened.mediaServers == note.mediaServers);
+    CHECK(shortened.people == QStringLiteral("code,name,email,content-key,kind\n1001,Ä…,a…@museum.example,staff,unregistered\n"));
+}

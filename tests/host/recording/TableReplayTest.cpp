@@ -208,6 +208,32 @@ TEST_CASE("table replay: with a new data folder it begins with the people of the
     CHECK(name(1001) == QStringLiteral("Ann"));
 }
 
+TEST_CASE("table replay: a recording has no name and no address; without its private half the same cards open under short names")
+{
+    TablePlace place;
+    place.folder.write(QStringLiteral("people.csv"), "code,name,email\n1001,Ann Bee,ann.bee@museum.example\n");
+    place.presentation(R"({"table": {"width": 800, "height": 600}, "people": "people.csv"})");
+    place.options.recordFile = place.folder.path(QStringLiteral("a.rec"));
+    REQUIRE(place.open()->frame(0.01));
+    QFile recording(place.options.recordFile);
+    REQUIRE(recording.open(QIODevice::ReadOnly));
+    const QByteArray bytes = recording.readAll();
+    CHECK(bytes.contains("1001,A\xE2\x80\xA6,a\xE2\x80\xA6@museum.example"));
+    CHECK_FALSE(bytes.contains("Ann"));
+    CHECK_FALSE(bytes.contains("Bee"));
+    CHECK_FALSE(bytes.contains("ann.bee"));
+    std::swap(place.options.replayFile, place.options.recordFile);
+    REQUIRE(QFile::remove(place.options.replayFile + QStringLiteral(".private")));
+    place.options.dataFolder = place.folder.path(QStringLiteral("replayed"));
+    TestSupport::expectWarning("TableInput # Names, addresses and answers of servers are shortened in this replay ("
+                               + place.options.replayFile.toStdString()
+                               + ".private is not there); put the private half of the recording beside it for the exact ones");
+    const auto table = place.open();
+    const auto card = Tavola::Tavola::instance()->services()->tesselServiceCache()->markerProperties(1001);
+    REQUIRE(card.personalProperties());
+    CHECK(card.personalProperties()->name == QString::fromUtf8("A\xE2\x80\xA6"));
+}
+
 TEST_CASE("table replay: the table has the size that was recorded, and the recording knows its presentation")
 {
     TablePlace place;

@@ -17,6 +17,8 @@ using Folder = RecordingFolder;
 
 namespace
 {
+const QByteArray kFirstLine = "tavola-recording 4 0123456789abcdef\n";
+
 Visit::Player visit()
 {
     auto parsed = Visit::parseScript("size 1000 1000\n"
@@ -211,6 +213,130 @@ TEST_CASE("datagram player: results from the inbox come back with the frame that
     CHECK(player->nextFrame(input)->arrivals.empty());
 }
 
+namespace
+{
+/// A recording with a note and two answers, of which one is private, in two frames.
+void recordPrivately(const Folder& folder)
+{
+    const auto recorder = folder.record();
+    recorder->note("Ann", "A");
+    Tactile::TuioInput input(TestTable::plainSettings());
+    input.setRecorder(recorder.get());
+    Tactile::Sample sample;
+    recorder->arrival({1, 0, 'r', Content::Bytes, "Ben"}, {1, 0, 'r', Content::Bytes, "B"});
+    recorder->arrival({2, 0, 'd', Content::Bytes, "0"});
+    input.readSample(0.5, sample);
+    recorder->arrival({3, 1, 'n', Content::Bytes, "Uma"}, {3, 1, 'n', Content::Nothing, {}});
+    input.readSample(1.0, sample);
+}
+
+/// The note and the answers of a recording.
+std::string answersOf(DatagramPlayer& player)
+{
+    Tactile::TuioInput input(player.settings());
+    std::string text = player.note();
+    while (const auto frame = player.nextFrame(input))
+        for (const Bedrock::Arrival& arrival : frame->arrivals)
+            text += ' ' + (arrival.content == Content::Nothing ? std::string("-") : arrival.bytes.toStdString());
+    return text;
+}
+}
+
+TEST_CASE("datagram player: what is private stands in a file of its own, and the recording is played with it or without it")
+{
+    const Folder folder;
+    recordPrivately(folder);
+    for (const char* secret : {"Ann", "Ben", "Uma"}) {
+        CAPTURE(secret);
+        CHECK_FALSE(folder.bytes().contains(secret));
+        CHECK(folder.privateBytes().contains(secret));
+    }
+    std::string error;
+    auto player = DatagramPlayer::open(folder.file, error);
+    REQUIRE(player);
+    CHECK(player->whyShortened().empty());
+    CHECK(answersOf(*player) == "Ann Ben 0 Uma");
+
+    REQUIRE(QFile::remove(folder.privateFile()));
+    player = DatagramPlayer::open(folder.file, error);
+    REQUIRE(player);
+    CHECK(player->whyShortened() == folder.file + ".private is not there");
+    CHECK(answersOf(*player) == "A B 0 -");
+}
+
+TEST_CASE("datagram player: a private half that is another recording's, damaged or unreadable is not used")
+{
+    const Folder folder;
+    const Folder other;
+    recordPrivately(folder);
+    recordPrivately(other);
+    const QByteArray own = folder.privateBytes();
+    struct Row
+    {
+        QByteArray bytes;
+        std::string why;
+    };
+    const std::string file = folder.file + ".private";
+    const Row rows[] = {{other.privateBytes(), file + " belongs to another recording"},
+                        {own.left(own.indexOf('\n') + 1), file + " is cut off or damaged"},
+                        {own.left(own.indexOf('\n') + 5), file + " is cut off or damaged"},
+                        {folder.bytes(),
+                         "DatagramPlayer # Failed to read " + file
+                             + " (a recording of another version); replay it with the program that made it"},
+                        {"",
+                         "DatagramPlayer # Failed to read " + file
+                             + " (no recording of a table); give a file that \"tavola run --record\" made"}};
+    for (const Row& row : rows) {
+        CAPTURE(row.why);
+        folder.writePrivate(row.bytes);
+        std::string error;
+        const auto player = DatagramPlayer::open(folder.file, error);
+        REQUIRE(player);
+        CHECK(player->whyShortened() == row.why);
+        CHECK(answersOf(*player) == "A B 0 -");
+    }
+}
+
+TEST_CASE("datagram player: a private half that ends early is a warning, and the rest is played shortened")
+{
+    const Folder folder;
+    recordPrivately(folder);
+    const QByteArray own = folder.privateBytes();
+    const std::set<int> ends = recordEnds(own);
+    REQUIRE(ends.size() == 3);
+    const int second = *std::next(ends.begin());
+    for (const int size : {second, second + 10, int(own.size()) - 1}) {
+        CAPTURE(size);
+        folder.writePrivate(own.left(size));
+        std::string error;
+        const auto player = DatagramPlayer::open(folder.file, error);
+        REQUIRE(player);
+        TestSupport::expectWarning("DatagramPlayer # " + folder.file + ".private is cut off or damaged at byte "
+                                   + std::to_string(second)
+                                   + "; names and answers of servers are shortened in the replay from frame 2 on");
+        CHECK(answersOf(*player) == "Ann Ben 0 -");
+    }
+}
+
+TEST_CASE("datagram player: an answer of the private half that belongs to another job is damage")
+{
+    const Folder folder;
+    recordPrivately(folder);
+    const QByteArray own = folder.privateBytes();
+    const QByteArray note = own.left(*recordEnds(own).begin());
+    for (const char* body :
+         {"A\0\0\0\0\0\0\0\2\0\0r\1x", "A\0\0\0\0\0\0\0\1\0\1r\1x", "A\0\0\0\0\0\0\0\1\0\0j\1x", "N\0\0\0\0\0\0\0\1\0\0r\1x"}) {
+        const QByteArray bytes(body, 14);
+        CAPTURE(bytes.toHex().toStdString());
+        folder.writePrivate(note + recordOf(bytes));
+        std::string error;
+        const auto player = DatagramPlayer::open(folder.file, error);
+        REQUIRE(player);
+        TestSupport::expectWarningStartingWith("DatagramPlayer # " + folder.file + ".private is cut off or damaged at byte ");
+        CHECK(answersOf(*player) == "Ann B 0 -");
+    }
+}
+
 TEST_CASE("datagram player: what a crash leaves is played up to the last whole frame")
 {
     const Folder folder;
@@ -284,12 +410,12 @@ TEST_CASE("datagram player: what cannot be played is reported with its remedy")
     folder.write("at 0 card 1 down 0 0\n");
     CHECK_FALSE(DatagramPlayer::open(folder.file, error));
     CHECK(error == head + " (no recording of a table); give a file that \"tavola run --record\" made");
-    for (const char* older : {"tavola-recording 1\nxxxx", "tavola-recording 2\nxxxx"}) {
+    for (const char* older : {"tavola-recording 1\nxxxx", "tavola-recording 3\nxxxx and all the others"}) {
         folder.write(older);
         CHECK_FALSE(DatagramPlayer::open(folder.file, error));
         CHECK(error == head + " (a recording of another version); replay it with the program that made it");
     }
-    folder.write("tavola-recording 3\n");
+    folder.write(kFirstLine);
     CHECK_FALSE(DatagramPlayer::open(folder.file, error));
     CHECK(error == head + " (it ends before its first frame); record anew");
 }
@@ -314,7 +440,7 @@ TEST_CASE("datagram player: a recording without a note has none, and settings th
     REQUIRE(player);
     CHECK(player->note().empty());
 
-    folder.write(QByteArray("tavola-recording 3\n") + recordOf("S and nothing more"));
+    folder.write(kFirstLine + recordOf("S and nothing more"));
     CHECK_FALSE(DatagramPlayer::open(folder.file, error));
     CHECK(error == "DatagramPlayer # Failed to read " + folder.file + " (its settings are damaged); record anew");
 }

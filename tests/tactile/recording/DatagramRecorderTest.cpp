@@ -43,6 +43,15 @@ TEST_CASE("datagram recorder: what cannot be recorded is reported with its remed
     CHECK(error
           == "DatagramRecorder # Failed to make " + folder.file + " (File exists); choose another name, or move that file away");
     CHECK(folder.bytes() == "tavola-recording 3\n");
+    // Nor is a recording begun whose private half would have no place.
+    REQUIRE(QFile::remove(QString::fromStdString(folder.file)));
+    folder.writePrivate("of another day");
+    CHECK_FALSE(DatagramRecorder::create(folder.file, error));
+    CHECK(error
+          == "DatagramRecorder # Failed to make " + folder.file
+              + ".private (File exists); choose another name, or move that file away");
+    CHECK(folder.privateBytes() == "of another day");
+    CHECK_FALSE(QFile::exists(QString::fromStdString(folder.file)));
     CHECK_FALSE(DatagramRecorder::create("/nowhere/a.rec", error));
     CHECK(error
           == "DatagramRecorder # Failed to make /nowhere/a.rec (No such file or directory); choose a folder that can "
@@ -85,18 +94,27 @@ TEST_CASE("datagram recorder: only its owner may read what it writes, since name
 {
     const Folder folder;
     const auto recorder = folder.record();
-    struct stat about
-    {
-    };
-    REQUIRE(stat(folder.file.c_str(), &about) == 0);
-    CHECK((about.st_mode & 0777) == 0600);
+    for (const std::string& file : {folder.file, folder.file + DatagramRecorder::kPrivateSuffix}) {
+        CAPTURE(file);
+        struct stat about
+        {
+        };
+        REQUIRE(stat(file.c_str(), &about) == 0);
+        CHECK((about.st_mode & 0777) == 0600);
+    }
 }
 
-TEST_CASE("datagram recorder: it begins with its version, and a recording of nothing ends before its first frame")
+TEST_CASE("datagram recorder: it begins with its version and a name of its own, which its private half has as well")
 {
     const Folder folder;
     folder.record().reset();
-    CHECK(folder.bytes() == "tavola-recording 3\n");
+    CHECK(folder.bytes().size() == int(sizeof "tavola-recording 4 0123456789abcdef"));
+    CHECK(folder.bytes().startsWith("tavola-recording 4 "));
+    CHECK(folder.bytes().endsWith('\n'));
+    CHECK(folder.privateBytes() == QByteArray(folder.bytes()).replace("recording", "recording-private"));
+    const Folder other;
+    other.record().reset();
+    CHECK(other.bytes() != folder.bytes());
 }
 
 TEST_CASE("datagram recorder: a datagram is kept to the byte, with who sent it and when it came")

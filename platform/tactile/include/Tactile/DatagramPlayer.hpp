@@ -38,11 +38,16 @@ public:
     /// What the recorded table's input was set to. An input must have the same for the same outcome.
     [[nodiscard]] const TuioSettings& settings() const noexcept;
 
-    /// The recorder's note; empty without one.
+    /// The recorder's note, exact where the private half has it; empty without one.
     [[nodiscard]] const std::string& note() const noexcept;
 
+    /// Why the private half of the recording (see DatagramRecorder) is not used, so that the note and answers are shortened;
+    /// empty when it is.
+    [[nodiscard]] const std::string& whyShortened() const noexcept;
+
     /// Gives `input`, always the same one, the listeners and datagrams of the next frame; the caller then runs that frame.
-    /// Nothing after the last whole frame; a recording that is cut off or damaged there is a warning in the log.
+    /// Nothing after the last whole frame; a recording that is cut off or damaged there is a warning in the log, and so is a
+    /// private half that ends before the recording.
     [[nodiscard]] std::optional<Frame> nextFrame(TuioInput& input);
 
 private:

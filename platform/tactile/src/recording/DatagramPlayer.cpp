@@ -1,14 +1,14 @@
 #include <Tactile/DatagramPlayer.hpp>
 
+#include "recording/RecordReader.hpp"
 #include "recording/RecordingFormat.hpp"
 
 #include <Bedrock/Trace.hpp>
+#include <Tactile/DatagramRecorder.hpp>
 #include <Tactile/RecordedDatagramSource.hpp>
 
-#include <cerrno>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -54,48 +54,85 @@ TuioSettings readSettings(Recording::Reader& reader)
 
 struct DatagramPlayer::Private
 {
+    using Outcome = Recording::RecordReader::Outcome;
+
     std::string file;
-    std::ifstream stream;
+    Recording::RecordReader records;
     std::string note;
     TuioSettings settings;
     std::vector<RecordedDatagramSource*> sources; // owned by the input
-    std::vector<char> body;
-    std::vector<std::vector<char>> waiting; // bodies ahead of the frame that takes them
+    std::vector<std::vector<char>> waiting;       // bodies ahead of the frame that takes them
     std::size_t waitingCount = 0;
-    std::uint64_t place = 0; // in the file, of the record to come
     std::uint64_t lastFrame = 0;
     bool isOver = false;
+    std::optional<Recording::RecordReader> privateHalf; ///< as long as it has what the recording wants of it
+    std::string whyShortened;
 
-    enum class Outcome { Record, End, Damage };
-
-    Outcome readRecord()
+    void openPrivateHalf()
     {
-        char head[Recording::kHeadBytes];
-        stream.read(head, sizeof head);
-        if (stream.gcount() == 0)
-            return Outcome::End;
-        if (stream.gcount() < static_cast<std::streamsize>(sizeof head))
-            return Outcome::Damage;
-        Recording::Reader reader(head, sizeof head);
-        const std::size_t size = reader.read32();
-        const std::uint32_t sum = reader.read32();
-        if (size == 0 || size > Recording::kMaxBody)
-            return Outcome::Damage;
-        body.resize(size);
-        stream.read(body.data(), static_cast<std::streamsize>(size));
-        if (stream.gcount() < static_cast<std::streamsize>(size) || Recording::checkSum(body.data(), size) != sum)
-            return Outcome::Damage;
-        place += sizeof head + size;
-        return Outcome::Record;
+        const std::string name = file + DatagramRecorder::kPrivateSuffix;
+        std::error_code none;
+        if (!std::filesystem::exists(name, none)) {
+            whyShortened = name + " is not there";
+            return;
+        }
+        if (!privateHalf.emplace().open(name, Recording::kPrivateFirstWords, whyShortened)) {
+            privateHalf.reset();
+            return;
+        }
+        if (privateHalf->id() != records.id())
+            whyShortened = name + " belongs to another recording";
+        else if (privateHalf->next() != Outcome::Record || privateHalf->body().front() != Recording::Note)
+            whyShortened = name + " is cut off or damaged";
+        if (whyShortened.empty())
+            note.assign(privateHalf->body().data() + 1, privateHalf->body().size() - 1);
+        else
+            privateHalf.reset();
     }
 
-    static bool readArrival(Recording::Reader reader, Bedrock::Arrival& arrival)
+    /// The answer itself in place of the shortened one.
+    void takeExact(Bedrock::Arrival& arrival)
+    {
+        if (!privateHalf)
+            return;
+        Bedrock::Arrival exact;
+        const bool isRead = privateHalf->next() == Outcome::Record && privateHalf->body().front() == Recording::ArrivalKind
+            && readArrival(Recording::Reader(privateHalf->body().data() + 1, privateHalf->body().size() - 1), exact)
+            && exact.job == arrival.job && exact.part == arrival.part && exact.kind == arrival.kind;
+        if (isRead) {
+            arrival = exact;
+            return;
+        }
+        Bedrock::Trace::warning("DatagramPlayer # %s%s is cut off or damaged at byte %llu; names and answers of servers are "
+                                "shortened in the replay from frame %llu on",
+                                file.c_str(), DatagramRecorder::kPrivateSuffix,
+                                static_cast<unsigned long long>(privateHalf->place()),
+                                static_cast<unsigned long long>(lastFrame + 1));
+        privateHalf.reset();
+    }
+
+    /// One of the recording; an answer that is private comes from the private half.
+    bool readArrivalOfFrame(const Recording::Reader& reader, Bedrock::Arrival& arrival)
+    {
+        bool hasExact = false;
+        if (!readArrival(reader, arrival, &hasExact))
+            return false;
+        if (hasExact)
+            takeExact(arrival);
+        return true;
+    }
+
+    static bool readArrival(Recording::Reader reader, Bedrock::Arrival& arrival, bool* hasExact = nullptr)
     {
         using Content = Bedrock::Arrival::Content;
         arrival.job = reader.read64();
         arrival.part = reader.read16();
         arrival.kind = static_cast<char>(reader.read8());
-        const std::uint8_t content = reader.read8();
+        std::uint8_t content = reader.read8();
+        if (hasExact && (content & Recording::kHasExactAnswer)) {
+            *hasExact = true;
+            content = std::uint8_t(content & ~Recording::kHasExactAnswer);
+        }
         arrival.content = Content{content};
         if (arrival.content == Content::Bytes)
             arrival.bytes = QByteArray(reader.rest(), int(reader.left()));
@@ -106,7 +143,7 @@ struct DatagramPlayer::Private
     {
         if (waitingCount == waiting.size())
             waiting.emplace_back();
-        waiting[waitingCount++] = body;
+        waiting[waitingCount++] = records.body();
     }
 
     bool playAll(TuioInput& input)
@@ -179,7 +216,8 @@ struct DatagramPlayer::Private
         isOver = true;
         Bedrock::Trace::warning("DatagramPlayer # The recording %s is cut off or damaged at byte %llu (the recording program "
                                 "was ended, or its disk full); played are the %llu frames ahead of it",
-                                file.c_str(), static_cast<unsigned long long>(place), static_cast<unsigned long long>(lastFrame));
+                                file.c_str(), static_cast<unsigned long long>(records.place()),
+                                static_cast<unsigned long long>(lastFrame));
         return std::nullopt;
     }
 };
@@ -192,51 +230,35 @@ std::unique_ptr<DatagramPlayer> DatagramPlayer::open(const std::string& file, st
     std::unique_ptr<DatagramPlayer> player(new DatagramPlayer());
     Private& d = *player->d;
     d.file = file;
-    // Opening a pipe that has no writer would wait for ever.
-    std::error_code none;
-    if (const auto status = std::filesystem::status(file, none); std::filesystem::is_other(status)) {
-        error = "DatagramPlayer # Failed to read " + file + " (a pipe or a device); save what it gives in a file and name that";
+    if (!d.records.open(file, Recording::kFirstWords, error))
         return nullptr;
+    bool isRead = d.records.next() == Private::Outcome::Record;
+    if (isRead && d.records.body().front() == Recording::Note) {
+        d.note.assign(d.records.body().data() + 1, d.records.body().size() - 1);
+        isRead = d.records.next() == Private::Outcome::Record;
     }
-    d.stream.open(file, std::ios::binary);
-    std::string line;
-    if (!d.stream) {
-        error = "DatagramPlayer # Failed to read " + file + " (" + std::generic_category().message(errno)
-            + "); check its name and rights";
-        return nullptr;
-    }
-    line.resize(Recording::kFirstLine.size());
-    d.stream.read(line.data(), static_cast<std::streamsize>(line.size()));
-    line.resize(static_cast<std::size_t>(d.stream.gcount()));
-    if (line != Recording::kFirstLine) {
-        const bool isOther = line.compare(0, Recording::kFirstWord.size(), Recording::kFirstWord) == 0;
-        error = "DatagramPlayer # Failed to read " + file
-            + (isOther ? " (a recording of another version); replay it with the program that made it"
-                       : " (no recording of a table); give a file that \"tavola run --record\" made");
-        return nullptr;
-    }
-    d.place = line.size();
-    bool isRead = d.readRecord() == Private::Outcome::Record;
-    if (isRead && d.body.front() == Recording::Note) {
-        d.note.assign(d.body.data() + 1, d.body.size() - 1);
-        isRead = d.readRecord() == Private::Outcome::Record;
-    }
-    if (!isRead || d.body.front() != Recording::Settings) {
+    if (!isRead || d.records.body().front() != Recording::Settings) {
         error = "DatagramPlayer # Failed to read " + file + " (it ends before its first frame); record anew";
         return nullptr;
     }
-    Recording::Reader reader(d.body.data() + 1, d.body.size() - 1);
+    Recording::Reader reader(d.records.body().data() + 1, d.records.body().size() - 1);
     d.settings = readSettings(reader);
     if (!reader.isGood()) {
         error = "DatagramPlayer # Failed to read " + file + " (its settings are damaged); record anew";
         return nullptr;
     }
+    d.openPrivateHalf();
     return player;
 }
 
 const std::string& DatagramPlayer::note() const noexcept
 {
     return d->note;
+}
+
+const std::string& DatagramPlayer::whyShortened() const noexcept
+{
+    return d->whyShortened;
 }
 
 const TuioSettings& DatagramPlayer::settings() const noexcept
@@ -248,18 +270,19 @@ std::optional<DatagramPlayer::Frame> DatagramPlayer::nextFrame(TuioInput& input)
 {
     Frame frame;
     while (!d->isOver) {
-        const Private::Outcome outcome = d->readRecord();
+        const Private::Outcome outcome = d->records.next();
         if (outcome == Private::Outcome::Damage)
             return d->endsDamaged();
         if (outcome == Private::Outcome::End) {
             d->isOver = true;
             break;
         }
-        const char kind = d->body.front();
+        const std::vector<char>& body = d->records.body();
+        const char kind = body.front();
         if (kind == Recording::Listener || kind == Recording::IgnoredAreas || kind == Recording::DatagramKind)
             d->keep();
-        Recording::Reader reader(d->body.data() + 1, d->body.size() - 1);
-        if (kind == Recording::ArrivalKind && !Private::readArrival(reader, frame.arrivals.emplace_back()))
+        Recording::Reader reader(body.data() + 1, body.size() - 1);
+        if (kind == Recording::ArrivalKind && !d->readArrivalOfFrame(reader, frame.arrivals.emplace_back()))
             return d->endsDamaged();
         if (kind != Recording::FrameKind)
             continue;

@@ -6,7 +6,8 @@
 #include <string_view>
 #include <vector>
 
-/// The file of a recording. A line of text, "tavola-recording 3" with a line feed, then records until the end:
+/// The file of a recording. A line of text, "tavola-recording 4", a blank and 16 characters that name this recording, then
+/// records until the end:
 ///
 ///     uint32   size of the body in bytes
 ///     uint32   check sum of the body: FNV-1a
@@ -23,14 +24,21 @@
 ///              corner float32 x, y in 0 to 1 of the surface. Left out where there are none
 ///     'D'      a datagram: uint16 listener, float64 seconds of arrival, 16 bytes IPv6 address, uint16 port, its bytes
 ///     'A'      a result that the frame to come took from the inbox: uint64 job, uint16 part, uint8 kind; uint8 0 for a job
-///              inside the process, 1 for an answer from outside, of which the bytes follow, 2 for none from there
+///              inside the process, 1 for an answer from outside, of which the bytes follow, 2 for none from there; 128 more
+///              where the private half has the exact answer
 ///     'F'      a frame took the datagrams since the one before: uint64 number from 1, float64 seconds of its step
+///
+/// The private half, a file beside it, begins with "tavola-recording-private 4" and the same name. It has the exact note ('N'),
+/// then those results ('A') that are shortened in the recording, in the same order.
 ///
 /// Numbers are big-endian. A kind that is not known is skipped. Another layout gets another number in the first line.
 namespace Tactile::Recording
 {
-constexpr std::string_view kFirstLine = "tavola-recording 3\n";
+constexpr std::string_view kFirstWords = "tavola-recording 4 ";
+constexpr std::string_view kPrivateFirstWords = "tavola-recording-private 4 ";
 constexpr std::string_view kFirstWord = "tavola-recording ";
+constexpr std::size_t kIdCharacters = 16;
+constexpr std::uint8_t kHasExactAnswer = 128;
 constexpr std::size_t kHeadBytes = 8;
 constexpr std::size_t kMaxBody = 1 << 25; // far beyond a full datagram, a long answer, a long list of people
 constexpr std::uint16_t kMaxListeners = 1024;
