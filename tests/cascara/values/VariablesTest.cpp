@@ -173,6 +173,10 @@ TEST_CASE("variables: what may not stand in a definition or a reference has its 
         {"var(--a b)", "9: expected ',' or ')' in 'var()'"},
         {"var(--a, var(b))", "14: expected the name of a variable, such as '--name', in 'var()'"},
         {"\"a\nb", "1: the text is not closed on its line"},
+        {"a ! b", "3: unexpected '!'"},
+        {"var(--a, b ! c)", "12: unexpected '!'"},
+        {"var(--a, ;)", "10: unexpected ';'"},
+        {"(!;) var(--a, f(!;))", nullptr},
     };
     for (const Row& row : rows) {
         INFO(std::string(row.value));

@@ -295,26 +295,34 @@ bool checkVariableTokens(const Tokens& tokens, int first, int end, StyleSheetErr
         error = {where.line, where.column, text};
         return false;
     };
-    std::vector<Kind> closing;
+    struct Open
+    {
+        Kind closing;
+        bool isReference;
+    };
+    std::vector<Open> open;
     for (int i = first; i < end; ++i) {
         const Token& token = tokens.list[std::size_t(i)];
+        const bool isMark = token.kind == Kind::Delim && token.text == QLatin1String("!");
+        if ((isMark || token.kind == Kind::Semicolon) && (open.empty() || open.back().isReference))
+            return fail(token, QStringLiteral("unexpected '%1'").arg(token.text));
         switch (token.kind) {
         case Kind::BadString: return fail(token, QStringLiteral("the text is not closed on its line"));
         case Kind::BadUrl: return fail(token, QStringLiteral("the url() is malformed: put its address in quotes"));
-        case Kind::OpenCurly: closing.push_back(Kind::CloseCurly); break;
-        case Kind::OpenSquare: closing.push_back(Kind::CloseSquare); break;
+        case Kind::OpenCurly: open.push_back({Kind::CloseCurly, false}); break;
+        case Kind::OpenSquare: open.push_back({Kind::CloseSquare, false}); break;
         case Kind::OpenRound:
-        case Kind::Function: closing.push_back(Kind::CloseRound); break;
+        case Kind::Function: open.push_back({Kind::CloseRound, isReference(token)}); break;
         case Kind::CloseCurly:
         case Kind::CloseSquare:
         case Kind::CloseRound:
-            if (closing.empty() || closing.back() != token.kind)
+            if (open.empty() || open.back().closing != token.kind)
                 return fail(token, QStringLiteral("unexpected '%1'").arg(tokens.textBetween(i, i + 1)));
-            closing.pop_back();
+            open.pop_back();
             break;
         default: break;
         }
-        if (int(closing.size()) > kDeepestNesting)
+        if (int(open.size()) > kDeepestNesting)
             return fail(token, QStringLiteral("functions are nested too deeply: at most %1").arg(kDeepestNesting));
         if (!isReference(token))
             continue;
