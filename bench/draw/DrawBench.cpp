@@ -146,16 +146,18 @@ int main(int argc, char** argv)
     const QApplication application(argc, argv);
     QCommandLineParser options;
     options.addHelpOption();
-    options.addOptions({{"scene", "groups or table", "name", "groups"},
-                        {"size", "Pixels (1920x1080, 3840x2160)", "size"},
-                        {"count", "Groups, or spaces", "number"},
-                        {"seed", "Of the scene", "number", "1"},
-                        {"rounds", "Ratios of which the median counts", "number", "15"},
-                        {"frames", "Frames a round", "number", "16"},
-                        {"only", "One work", "name"},
-                        {"threads", "Painting threads, against one", "number"},
-                        {"save", "Writes both pictures into a folder", "folder"},
-                        {"json", "Writes the figures as JSON"}});
+    options.addOptions(
+        {{"scene", "groups or table", "name", "groups"},
+         {"size", "Pixels (1920x1080, 3840x2160)", "size"},
+         {"count", "Groups, or spaces", "number"},
+         {"seed", "Of the scene", "number", "1"},
+         {"rounds", "Ratios of which the median counts", "number", "15"},
+         {"frames", "Frames a round", "number", "16"},
+         {"only", "One work", "name"},
+         {"scale", "The table is so many times smaller, on a screen that shows it so many times larger", "factor", "1"},
+         {"threads", "Painting threads, against one", "number"},
+         {"save", "Writes both pictures into a folder", "folder"},
+         {"json", "Writes the figures as JSON"}});
     options.process(application);
     const bool isTable = options.value("scene") == QLatin1String("table");
     const QSize size = sizeOf(options.isSet("size") ? options.value("size") : isTable ? "3840x2160" : "1920x1080");
@@ -163,11 +165,12 @@ int main(int argc, char** argv)
     const int rounds = options.value("rounds").toInt();
     const int frames = options.value("frames").toInt();
     const int threads = options.isSet("threads") ? options.value("threads").toInt() : 0;
-    if (size.isEmpty() || count < 1 || threads < 0 || rounds < 1 || frames < 1)
+    const double scale = options.value("scale").toDouble();
+    if (!(scale > 0.0) || size.isEmpty() || count < 1 || threads < 0 || rounds < 1 || frames < 1)
         options.showHelp(2);
     const unsigned seed = options.value("seed").toUInt();
     const Bench::DrawScene scene = isTable ? Bench::tableScene(size, 12, count, seed) : Bench::groupsScene(size, count, seed);
-    const auto ours = Bench::makeTrellisSide(scene);
+    const auto ours = Bench::makeTrellisSide(scene, scale);
     const auto theirs = Bench::makeGraphicsViewSide(scene);
 
     QJsonArray figures;

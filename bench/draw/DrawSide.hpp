@@ -27,7 +27,8 @@ public:
     [[nodiscard]] virtual const QImage& picture() const = 0;
 };
 
-[[nodiscard]] std::unique_ptr<DrawSide> makeTrellisSide(const DrawScene& scene);
+/// `screenScale`: the table is so many times smaller than the scene, on a screen that shows it so many times larger.
+[[nodiscard]] std::unique_ptr<DrawSide> makeTrellisSide(const DrawScene& scene, double screenScale = 1.0);
 /// On a target of its own, of which there is no picture.
 [[nodiscard]] std::unique_ptr<DrawSide> makeTrellisSide(const DrawScene& scene, std::unique_ptr<Lantern::PaintTarget> target);
 [[nodiscard]] std::unique_ptr<DrawSide> makeGraphicsViewSide(const DrawScene& scene);

@@ -27,10 +27,11 @@ void set(Trellis::Widget& widget, const char* name, T value)
 class TrellisSide final : public DrawSide
 {
 public:
-    TrellisSide(const DrawScene& scene, std::unique_ptr<Lantern::PaintTarget> target)
-        : m_application({float(scene.size.width()), float(scene.size.height())}), m_target(std::move(target)),
-          m_image(dynamic_cast<const Lantern::ImageTarget*>(m_target.get()))
+    TrellisSide(const DrawScene& scene, std::unique_ptr<Lantern::PaintTarget> target, double screenScale)
+        : m_scale(screenScale), m_application({onTable(scene.size.width()), onTable(scene.size.height())}),
+          m_target(std::move(target)), m_image(dynamic_cast<const Lantern::ImageTarget*>(m_target.get()))
     {
+        m_application.setScreenScale({float(m_scale), float(m_scale)});
         Cascara::StyleEngine::instance().addStyleSheet(QStringLiteral("ImageWidget { fit: stretch; }"),
                                                        QStringLiteral("bench.css"));
         auto* main = new Trellis::Widget(m_application.mainLayer().get());
@@ -45,7 +46,7 @@ public:
     void move(int item, int tile, QPointF by) override
     {
         Trellis::Widget& widget = find(item, tile);
-        widget.setLocation(widget.location() + Vecta::Vector2f{float(by.x()), float(by.y())});
+        widget.setLocation(widget.location() + Vecta::Vector2f{onTable(by.x()), onTable(by.y())});
     }
     void turn(int item, int tile, double byRadians) override
     {
@@ -58,11 +59,18 @@ public:
     void draw() override
     {
         m_application.frame(0.016);
-        QRegion damage = m_application.collectDamage();
+        QRegion damage;
+        for (const QRect& rect : m_application.collectDamage())
+            damage +=
+                QRectF(rect.x() * m_scale, rect.y() * m_scale, rect.width() * m_scale, rect.height() * m_scale).toAlignedRect();
         if (m_everything)
             damage = QRect(QPoint(), m_target->size());
         m_everything = false;
-        m_target->paint(damage, [this](Lantern::RenderContext& context) { m_application.render(context); });
+        m_target->paint(damage, [this](Lantern::RenderContext& context) {
+            context.pushTransform(Vecta::Transform::scaling(float(m_scale)));
+            m_application.render(context);
+            context.pop();
+        });
     }
     [[nodiscard]] const QImage& picture() const override
     {
@@ -85,7 +93,7 @@ private:
             auto* text = new Trellis::TextWidget(&parent);
             text->setText(item.text);
             set(*text, "font-family", QStringList{QString::fromLatin1(kTextFamily)});
-            set(*text, "font-size", float(kTextPx));
+            set(*text, "font-size", onTable(kTextPx));
             set(*text, "color", Bedrock::Color{1.f, 1.f, 1.f, 1.f});
             widget = text;
             place(*widget, item);
@@ -97,16 +105,17 @@ private:
             set(*widget, "background-color", toColor(item.ground));
         if (item.border.isValid())
             set(*widget, "border-color", toColor(item.border));
-        set(*widget, "border-width", float(item.borderWidth));
-        set(*widget, "border-radius", float(item.borderRadius));
+        set(*widget, "border-width", onTable(item.borderWidth));
+        set(*widget, "border-radius", onTable(item.borderRadius));
         for (const DrawItem& inner : item.items)
             make(inner, *widget);
         return widget;
     }
-    static void place(Trellis::Widget& widget, const DrawItem& item)
+    [[nodiscard]] float onTable(double pixels) const { return float(pixels / m_scale); }
+    void place(Trellis::Widget& widget, const DrawItem& item) const
     {
-        widget.setLocation({float(item.rect.x()), float(item.rect.y())});
-        widget.setSize({float(item.rect.width()), float(item.rect.height())});
+        widget.setLocation({onTable(item.rect.x()), onTable(item.rect.y())});
+        widget.setSize({onTable(item.rect.width()), onTable(item.rect.height())});
         widget.setRotation(float(item.angleRadians));
     }
     [[nodiscard]] Trellis::Widget& find(int item, int tile) const
@@ -117,6 +126,7 @@ private:
 
     QTemporaryDir m_folder;
     int m_pictures = 0;
+    double m_scale;
     Trellis::Application m_application;
     std::unique_ptr<Lantern::PaintTarget> m_target;
     const Lantern::ImageTarget* m_image; ///< the target, where it is one
@@ -125,13 +135,13 @@ private:
 };
 }
 
-std::unique_ptr<DrawSide> makeTrellisSide(const DrawScene& scene)
+std::unique_ptr<DrawSide> makeTrellisSide(const DrawScene& scene, double screenScale)
 {
-    return makeTrellisSide(scene, std::make_unique<Lantern::ImageTarget>(scene.size));
+    return std::make_unique<TrellisSide>(scene, std::make_unique<Lantern::ImageTarget>(scene.size), screenScale);
 }
 
 std::unique_ptr<DrawSide> makeTrellisSide(const DrawScene& scene, std::unique_ptr<Lantern::PaintTarget> target)
 {
-    return std::make_unique<TrellisSide>(scene, std::move(target));
+    return std::make_unique<TrellisSide>(scene, std::move(target), 1.0);
 }
 }

@@ -97,6 +97,9 @@ void TableWindow::fitTo(QSize window)
     const ScreenFit fit = m_fit.value_or(isFullScreen ? ScreenFit::Scale : ScreenFit::Relayout);
     m_view = ScreenView(fit, m_view.layout(), {float(window.width()), float(window.height())});
     m_application.resize(m_view.layout());
+    const Vecta::Transform toScreen = m_view.toScreen();
+    const float ratio = m_target ? float(m_target->window().devicePixelRatio()) : 1.f;
+    m_application.setScreenScale({toScreen.m11 * ratio, toScreen.m22 * ratio});
     Cascara::Media media = Cascara::StyleEngine::instance().media();
     media.widthPx = m_view.layout().x;
     media.heightPx = m_view.layout().y;

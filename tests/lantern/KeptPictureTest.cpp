@@ -1,5 +1,8 @@
 #include <Lantern/KeptPicture.hpp>
 
+#include <Pictures.hpp>
+
+#include <Lantern/ImageTarget.hpp>
 #include <Lantern/PictureStore.hpp>
 #include <Lantern/RenderContext.hpp>
 #include <Lantern/Style.hpp>
@@ -7,6 +10,8 @@
 #include <doctest/doctest.h>
 
 #include <QImage>
+
+#include <cstdlib>
 
 using namespace Lantern;
 
@@ -111,4 +116,83 @@ TEST_CASE("kept picture: without room there are no pixels, and a destroyed pictu
         CHECK(store.count() == 1);
     }
     CHECK(store.count() == 0);
+}
+
+namespace
+{
+/// A red box of 20 × 10 at the origin, kept in a scale.
+struct Scaled
+{
+    explicit Scaled(Vecta::Vector2f scale)
+    {
+        picture.setScale(scale);
+        picture.cover(QRect(0, 0, int(20 * scale.x), int(10 * scale.y)));
+    }
+    QImage drawn(const Vecta::Transform& toScreen, Vecta::Vector2f place, float opacity = 1.f)
+    {
+        ImageTarget target({100, 60});
+        target.paint(QRect(0, 0, 100, 60), [&](RenderContext& context) {
+            context.pushTransform(toScreen);
+            context.drawKept(picture, place, opacity, [this](RenderContext& inPicture) {
+                ++paints;
+                inPicture.drawRect({0.f, 0.f, 20.f, 10.f}, 0.f, Style().setFill({1.f, 0.f, 0.f, 1.f}));
+                // What overlaps in a faded group does not shine through.
+                inPicture.drawRect({0.f, 0.f, 20.f, 10.f}, 0.f, Style().setFill({0.f, 0.f, 1.f, 1.f}));
+            });
+            context.pop();
+        });
+        return target.image();
+    }
+    PictureStore store;
+    KeptPicture picture{store};
+    int paints = 0;
+};
+}
+
+TEST_CASE("kept picture: it has the scale that was set, and serves where it is drawn in that scale and on whole pixels")
+{
+    Scaled scaled({2.f, 3.f});
+    Vecta::Transform toScreen = Vecta::Transform::translation({5.f, 7.f});
+    toScreen.m11 = 2.f;
+    toScreen.m22 = 3.f;
+    const QImage shown = scaled.drawn(toScreen, {1.5f, 2.f});
+    CHECK(scaled.paints == 1);
+    CHECK(TestSupport::litBounds(shown) == QRect(8, 13, 40, 30));
+    CHECK(shown.pixel(8, 13) == 0xff0000ffu);
+    CHECK(scaled.store.usedBytes() == 40u * 30u * 4u);
+    (void)scaled.drawn(toScreen, {4.f, 4.f});
+    CHECK(scaled.paints == 1);
+
+    // Elsewhere it is drawn as it would be without being kept.
+    CHECK(TestSupport::litBounds(scaled.drawn(toScreen, {1.75f, 2.f})) == QRect(8, 13, 41, 30));
+    CHECK(scaled.paints == 2);
+    const QImage plain = scaled.drawn({}, {10.f, 20.f}, 0.5f);
+    CHECK(scaled.paints == 3);
+    CHECK(TestSupport::litBounds(plain) == QRect(10, 20, 20, 10));
+    CHECK(qRed(plain.pixel(15, 25)) == 0);
+    CHECK(std::abs(qBlue(plain.pixel(15, 25)) - 128) <= 1);
+    CHECK(scaled.store.count() == 1);
+}
+
+TEST_CASE("kept picture: another scale frees the pixels, the same one does not")
+{
+    Scaled scaled({2.f, 2.f});
+    const Vecta::Transform toScreen = Vecta::Transform::scaling(2.f);
+    (void)scaled.drawn(toScreen, {});
+    scaled.picture.setScale({2.f, 2.f});
+    CHECK(scaled.store.count() == 1);
+    scaled.picture.setScale({2.f, 1.f});
+    CHECK(scaled.store.count() == 0);
+    CHECK(scaled.picture.scale() == Vecta::Vector2f(2.f, 1.f));
+    CHECK(scaled.picture.bounds().isEmpty());
+}
+
+TEST_CASE("kept picture: without room for it, it is painted in its scale each time")
+{
+    Scaled scaled({2.f, 2.f});
+    scaled.store.setBudgetBytes(0);
+    for (int i = 1; i <= 2; ++i) {
+        CHECK(TestSupport::litBounds(scaled.drawn(Vecta::Transform::scaling(2.f), {3.f, 4.f})) == QRect(6, 8, 40, 20));
+        CHECK(scaled.paints == i);
+    }
 }

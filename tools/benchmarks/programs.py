@@ -49,8 +49,9 @@ def run_google_benchmark(program, rows, arguments):
     return {base_name(entry["name"]): counters_of(entry) for entry in benchmarks if "error_message" not in entry}
 
 
-def run_drawing(program, row, scene, arguments, *more):
-    """The figures of one scene, measured with `more` options; none when the two pictures are not the same."""
+def run_drawing(program, prefix, scene, arguments, *more):
+    """The figures of one scene, measured with `more` options, under names that begin with `prefix`; none when the two pictures are
+    not the same."""
     if not os.path.exists(program):
         print(f"{program} does not exist: build it, or leave --build out", file=sys.stderr)
         return {}
@@ -65,7 +66,7 @@ def run_drawing(program, row, scene, arguments, *more):
     if done.returncode != 0:
         print(f"{done.stderr}{os.path.basename(program)} ended with code {done.returncode}", file=sys.stderr)
         return {}
-    return {f"row{row:02d}/{figure['work']}": {"ratio": figure["ratio"], "ours_ns": figure["milliseconds"] * 1e6,
+    return {f"{prefix}/{figure['work']}": {"ratio": figure["ratio"], "ours_ns": figure["milliseconds"] * 1e6,
                                                "rival_ns": figure["rivalMilliseconds"] * 1e6,
                                                "pixels_that_differ": figure["pixelsThatDiffer"]}
             for figure in json.loads(done.stdout)["figures"]}

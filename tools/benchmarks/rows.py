@@ -53,6 +53,9 @@ _VIEW = "QGraphicsView, same scene, same smooth sampling"
 _ALONE = "one thread (wall time)"
 _SHEET = "QWidgets with one style sheet"
 
+# What draw_bench measures of row 8's scene on a screen with another scale, beside the same figures without.
+SCALED_WORKS = [("picture-dragged", "a picture dragged"), ("space-dragged", "a space dragged"), ("all-drawn", "everything drawn")]
+
 FIGURES = [
     Figure("row01/listeners/1", "eventSend, one listener", 0.45, rival=_SIGNAL),
     Figure("row01/listeners/0", "eventSend, no listener", 0.5, rival=_SIGNAL),
@@ -82,6 +85,8 @@ FIGURES = [
     Figure("row08/eight-grow", "eight spaces grow", 0.45, rival=_VIEW),
     Figure("row08/tile-moved", "a tile in a space moved", 0.5, rival=_VIEW),
     Figure("row08/all-drawn", "everything drawn", 0.20, rival=_VIEW),
+    *(Figure(f"row08/scaled/{work}", f"the same on a screen that shows the table 1.25 times larger: {title}", None, rival=_VIEW)
+      for work, title in SCALED_WORKS),
     Figure("row09/all-moved", "1920×1080: all groups moved", 0.6, rival=_ALONE),
     Figure("row09/picture-dragged", "3840×2160: a picture dragged", 0.6, rival=_ALONE),
     Figure("row10/fed", "a second of input, datagrams fed in", 0.5, "value", "% of a core"),

@@ -12,7 +12,7 @@ from charts import nanoseconds, number
 from page import page
 from processes import run_start
 from programs import run_drawing, run_google_benchmark, series_of
-from rows import PROGRAMS, ROW_TITLES, SCENES, SHARED_WORKS, figures_of
+from rows import PROGRAMS, ROW_TITLES, SCALED_WORKS, SCENES, SHARED_WORKS, figures_of
 
 ROOT = Path(__file__).resolve().parents[2]
 
@@ -65,10 +65,13 @@ def measure(arguments):
         measured.update(run_google_benchmark(str(programs / program), rows, arguments))
     for row, scene in SCENES.items():
         if row in rows:
-            measured.update(run_drawing(str(programs / "draw_bench"), row, scene, arguments))
+            measured.update(run_drawing(str(programs / "draw_bench"), f"row{row:02d}", scene, arguments))
+    if 8 in rows:
+        for work, _ in SCALED_WORKS:
+            measured.update(run_drawing(str(programs / "draw_bench"), "row08/scaled", SCENES[8], arguments, "--scale", "1.25", "--only", work))
     if 9 in rows:
         for scene, work in SHARED_WORKS:
-            measured.update(run_drawing(str(programs / "draw_bench"), 9, scene, arguments, "--threads", "2", "--only", work))
+            measured.update(run_drawing(str(programs / "draw_bench"), "row09", scene, arguments, "--threads", "2", "--only", work))
     if 16 in rows:
         measured.update(run_start(arguments.build.resolve(), ROOT, arguments))
     return measured

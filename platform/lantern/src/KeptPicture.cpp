@@ -44,6 +44,23 @@ void KeptPicture::clear()
     m_damage = {};
 }
 
+void KeptPicture::setScale(Vecta::Vector2f scale)
+{
+    if (scale == m_scale)
+        return;
+    clear();
+    m_bounds = {};
+    m_scale = scale;
+}
+
+Vecta::Transform KeptPicture::toPixels() const
+{
+    Vecta::Transform result;
+    result.m11 = m_scale.x;
+    result.m22 = m_scale.y;
+    return result;
+}
+
 bool KeptPicture::cover(const QRect& area)
 {
     const bool isWasteful = areaOf(area) * kMostWaste < areaOf(m_bounds);
@@ -99,7 +116,11 @@ KeptTexture* KeptPicture::texture(KeptTextureMaker& maker, const Paint& paint)
         m_damage = m_bounds;
     }
     if (const QRegion area = takeDamage(); !area.isEmpty())
-        m_texture->paint(m_bounds.topLeft(), area, paint);
+        m_texture->paint(m_bounds.topLeft(), area, [&](RenderContext& context) {
+            context.pushTransform(toPixels());
+            paint(context);
+            context.pop();
+        });
     return m_texture.get();
 }
 
@@ -111,11 +132,11 @@ QRegion KeptPicture::takeDamage()
     return area;
 }
 
-void KeptPicture::paintInto(QImage& image, QPoint corner, const QRegion& area, const Paint& paint)
+void KeptPicture::paintInto(QImage& image, QPoint corner, const QRegion& area, const Paint& paint) const
 {
     PainterContext context(image, area.translated(-corner));
     context.clear(Qt::transparent);
-    context.pushTransform(Vecta::Transform::translation({float(-corner.x()), float(-corner.y())}));
+    context.pushTransform(Vecta::Transform::translation({float(-corner.x()), float(-corner.y())}) * toPixels());
     paint(context);
     context.pop();
 }

@@ -32,6 +32,18 @@ qreal clampedOpacity(float opacity)
     return opacity > 0.f ? std::min(qreal(opacity), 1.0) : 0.0;
 }
 
+/// Places and scales come as floats.
+constexpr qreal kWholePx = 1.0 / 64.0;
+constexpr qreal kSameScale = 1e-5;
+
+/// Whether the coordinates are those of the picture's pixels, but for a shift.
+bool hasScaleOf(const KeptPicture& picture, const QTransform& world)
+{
+    const Vecta::Vector2f scale = picture.scale();
+    return world.type() <= QTransform::TxScale && std::abs(world.m11() - scale.x) <= kSameScale * scale.x
+        && std::abs(world.m22() - scale.y) <= kSameScale * scale.y;
+}
+
 unsigned shareOf(qreal opacity)
 {
     return unsigned(qRound(opacity * 255.0));
@@ -202,7 +214,8 @@ void PainterContext::drawKept(KeptPicture& picture, Vecta::Vector2f place, float
 {
     const QPointF device = d->world.map(QPointF(place.x, place.y));
     const QPoint origin = device.toPoint();
-    const bool isOnPixels = d->world.type() <= QTransform::TxTranslate && QPointF(origin) == device;
+    const bool isOnPixels = hasScaleOf(picture, d->world) && std::abs(device.x() - origin.x()) <= kWholePx
+        && std::abs(device.y() - origin.y()) <= kWholePx;
     if (!(d->isRaster || d->glSurfaces) || !isOnPixels) {
         RenderContext::drawKept(picture, place, opacity, paint);
         return;
@@ -232,7 +245,7 @@ void PainterContext::drawKept(KeptPicture& picture, Vecta::Vector2f place, float
         for (const QRectF& part : parts)
             area += part.toAlignedRect().translated(-origin);
         passing = QImage(bounds.size(), QImage::Format_ARGB32_Premultiplied);
-        KeptPicture::paintInto(passing, picture.bounds().topLeft(), area, paint);
+        picture.paintInto(passing, picture.bounds().topLeft(), area, paint);
         pixels = &passing;
     }
     if (d->image) {

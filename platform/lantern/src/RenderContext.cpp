@@ -12,7 +12,10 @@ void RenderContext::drawKept(KeptPicture& picture, Vecta::Vector2f place, float 
     pushTransform(Vecta::Transform::translation(place));
     if (opacity < 1.f) {
         const QRect bounds = picture.bounds();
-        pushLayer({float(bounds.x()), float(bounds.y()), float(bounds.width()), float(bounds.height())}, opacity);
+        const Vecta::Vector2f scale = picture.scale();
+        pushLayer({float(bounds.x()) / scale.x, float(bounds.y()) / scale.y, float(bounds.width()) / scale.x,
+                   float(bounds.height()) / scale.y},
+                  opacity);
     }
     paint(*this);
     if (opacity < 1.f)

@@ -1,5 +1,7 @@
 #include "window/TableWindow.hpp"
 
+#include <EventLoop.hpp>
+
 #include <Cascara/StyleEngine.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Tavola/UserInterface.hpp>
@@ -190,6 +192,40 @@ TEST_CASE("table window: a layout that is scaled keeps its size as the window gr
     QGuiApplication::allWindows().front()->resize(800, 500);
     QGuiApplication::processEvents();
     CHECK(application.size() == Vecta::Vector2f(640.f, 480.f));
+}
+
+TEST_CASE("table window: what is dragged is moved as a picture where the layout is scaled, too")
+{
+    Trellis::Application application({640.f, 480.f});
+    const auto tavola = Tavola::Tavola::create();
+    TableWindow table(application, windowOptions(application), {}, 50.f, ScreenFit::Scale);
+    QWindow& window = *QGuiApplication::allWindows().front();
+    REQUIRE(TestSupport::pumpUntil([&] { return window.isExposed(); }));
+    window.resize(960, 800);
+    QGuiApplication::processEvents();
+    /// Counts how often it is painted.
+    struct Counted final : Trellis::Widget
+    {
+        using Widget::Widget;
+        void renderContent(Lantern::RenderContext&) const override { ++paints; }
+        mutable int paints = 0;
+    };
+    auto& dragged = *new Counted(tavola->ui()->mainWidget().get());
+    dragged.setSize({100.f, 80.f});
+    const auto drawFrame = [&] {
+        application.frame(0.01);
+        table.draw();
+    };
+    for (int i = 0; i < 3; ++i)
+        drawFrame();
+    CHECK(application.keptPictures().count == 1);
+    const int paints = dragged.paints;
+    REQUIRE(paints > 0);
+    for (int i = 0; i < 5; ++i) {
+        dragged.setLocation(dragged.location() + Vecta::Vector2f{3.f, 5.f});
+        drawFrame();
+    }
+    CHECK(dragged.paints == paints);
 }
 
 TEST_CASE("table window: Escape closes it, and so does the window's own button")

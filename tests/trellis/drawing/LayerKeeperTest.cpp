@@ -5,6 +5,10 @@
 #include <Lantern/ImageTarget.hpp>
 #include <Lantern/RenderContext.hpp>
 
+#include <QTransform>
+
+#include <cmath>
+
 using namespace TrellisTest;
 using Trellis::Widget;
 
@@ -26,8 +30,10 @@ public:
 /// A group with a child on a table whose children are kept as pictures.
 struct Table
 {
-    Table()
+    explicit Table(float screenScale = 1.f)
+        : target(QSize(int(std::ceil(kSmall.x * screenScale)), int(std::ceil(kSmall.y * screenScale))))
     {
+        setScale(screenScale);
         place(main, {0, 0, kSmall.x, kSmall.y});
         scene.app.keepPicturesOf(main);
         place(group, {40, 40, 60, 50});
@@ -39,12 +45,38 @@ struct Table
     void draw()
     {
         scene.frame();
-        target.paint(scene.app.collectDamage(), [this](Lantern::RenderContext& context) { scene.app.render(context); });
+        QRegion damage;
+        for (const QRect& rect : scene.app.collectDamage())
+            damage += toScreen.mapRect(QRectF(rect)).toAlignedRect();
+        paint(target, damage);
+    }
+    void paint(Lantern::ImageTarget& on, const QRegion& damage)
+    {
+        on.paint(damage, [this](Lantern::RenderContext& context) {
+            context.pushTransform(Vecta::Transform::scaling(scale));
+            scene.app.render(context);
+            context.pop();
+        });
+    }
+    /// What `target` shows if all of it is drawn.
+    [[nodiscard]] QImage whole()
+    {
+        Lantern::ImageTarget other(target.size());
+        paint(other, QRect(QPoint(), target.size()));
+        return other.image();
+    }
+    void setScale(float screenScale)
+    {
+        scale = screenScale;
+        toScreen = QTransform::fromScale(qreal(scale), qreal(scale));
+        scene.app.setScreenScale({scale, scale});
     }
     [[nodiscard]] std::size_t kept() const { return scene.app.keptPictures().count; }
 
     Scene scene{kSmall};
-    Lantern::ImageTarget target{QSize(int(kSmall.x), int(kSmall.y))};
+    Lantern::ImageTarget target;
+    float scale = 1.f;
+    QTransform toScreen;
     Widget& main = *new Widget(&scene.root());
     Widget& group = *new Widget(&main);
     Counted& child = *new Counted(&group);
@@ -157,4 +189,94 @@ TEST_CASE("layer keeper: surfaces of fading groups count in the memory of kept p
         table.draw();
     CHECK(table.scene.app.keptPictures().bytes == picture);
     CHECK(table.target.image() == table.scene.picture());
+}
+
+TEST_CASE(
+    "layer keeper: on a screen that shows the table larger or smaller a widget is kept in that scale and moved without painting")
+{
+    for (const float scale : {2.f, 1.25f, 0.667f, 1.0666667f}) {
+        CAPTURE(scale);
+        Table table(scale);
+        table.draw();
+        table.draw();
+        CHECK(table.kept() == 1);
+        const int paints = table.child.paints;
+        for (int i = 0; i < 8; ++i) {
+            table.group.setLocation(table.group.location() + Vecta::Vector2f{3.3f, 1.7f});
+            table.draw();
+        }
+        table.group.setOpacity(0.5f);
+        table.draw();
+        CHECK(table.child.paints == paints);
+        CHECK(table.target.image() == table.whole());
+        CHECK(table.child.paints == paints);
+        set(table.child, "background-color", kGreen);
+        table.draw();
+        CHECK(table.child.paints == paints + 1);
+        CHECK(table.target.image() == table.whole());
+    }
+}
+
+TEST_CASE("layer keeper: a widget that is upright and has no children is kept where the screen has another scale")
+{
+    Table table(1.5f);
+    table.child.removeFromParent();
+    table.group.setRotation(0.f);
+    table.draw();
+    table.draw();
+    CHECK(table.kept() == 1);
+    CHECK(table.target.image() == table.whole());
+}
+
+TEST_CASE("layer keeper: when the scale of the screen changes what is kept is painted anew in it, and counts so in the budget")
+{
+    Table table(1.f);
+    table.draw();
+    table.draw();
+    const std::size_t bytes = table.scene.app.keptPictures().bytes;
+    table.setScale(0.5f);
+    table.draw();
+    CHECK(table.kept() == 0);
+    table.draw();
+    CHECK(table.kept() == 1);
+    CHECK(table.scene.app.keptPictures().bytes < bytes / 3);
+    Lantern::ImageTarget shown(table.target.size());
+    table.paint(shown, QRect(QPoint(), shown.size()));
+    table.group.setLocation({70.f, 50.f});
+    QRegion damage;
+    table.scene.frame();
+    for (const QRect& rect : table.scene.app.collectDamage())
+        damage += table.toScreen.mapRect(QRectF(rect)).toAlignedRect();
+    table.paint(shown, damage);
+    CHECK(shown.image() == table.whole());
+    // The picture would take four times of what is left.
+    table.scene.app.setPictureBudget(2 * bytes);
+    table.setScale(2.f);
+    table.draw();
+    table.draw();
+    CHECK(table.kept() == 0);
+    for (const float nonsense : {0.f, -1.f, std::nanf("")})
+        table.scene.app.setScreenScale({nonsense, 1.f});
+    table.setScale(1.f);
+    table.draw();
+    table.draw();
+    CHECK(table.kept() == 1);
+}
+
+TEST_CASE("layer keeper: where the table is drawn in another scale than the screen's, what is kept is drawn anew")
+{
+    const QImage expected = pictureOf([](Scene& scene) {
+        auto& main = *new Widget(&scene.root());
+        place(main, {0, 0, kSmall.x, kSmall.y});
+        auto& group = box(main, {40, 40, 60, 50}, kRed);
+        group.setRotation(0.3f);
+        box(group, {10, 10, 20, 20}, kBlue);
+    });
+    Table table(2.f);
+    table.draw();
+    table.draw();
+    const int paints = table.child.paints;
+    CHECK(table.scene.picture() == expected);
+    CHECK(table.child.paints == paints + 1);
+    CHECK(table.kept() == 1);
 }

@@ -38,7 +38,7 @@ public:
                  int segments = 0) override;
     void drawImage(const QImage& image, const Vecta::Rect& target, const Vecta::Rect& source = Vecta::Rect(),
                    float cornerRadius = 0.f) override;
-    /// Keeps groups where the coordinates are whole pixels and the processor draws.
+    /// Keeps groups where they come to whole pixels in the scale of their picture.
     void drawKept(KeptPicture& picture, Vecta::Vector2f place, float opacity,
                   const std::function<void(RenderContext&)>& paint) override;
     void drawText(const QTextLayout& layout, Vecta::Vector2f origin, const Bedrock::Color& color) override;

@@ -78,6 +78,9 @@ public:
     [[nodiscard]] const std::vector<Vecta::Rect>& damage() const noexcept;
     /// Returns the damage, clipped to the table and merged to few rectangles, and clears it.
     [[nodiscard]] QRegion collectDamage();
+    /// Pixels of the screen that a pixel of the table takes in each direction, (1, 1) if not set. Kept pictures have that scale:
+    /// they serve where the table is drawn with it, its corner on a whole pixel. Scales that are not above 0 are ignored.
+    void setScreenScale(Vecta::Vector2f scale);
     /// Draws the tree as it stands.
     void render(Lantern::RenderContext& context);
     /// The whole scene as a picture of its own.
@@ -86,7 +89,7 @@ public:
     /// opacity, in its own size, made smaller where a side exceeds `maxSizePx`. Null for a widget without a size.
     [[nodiscard]] QImage renderWidgetToImage(const Widget& widget, int maxSizePx);
     /// Keeps the children of `parent`, each with everything in it, as pictures while they are neither turned nor scaled, so
-    /// that moving or fading one is one copy. They stand on whole pixels from then on, kept or not.
+    /// that moving or fading one is one copy. They stand on whole pixels of the screen from then on, kept or not.
     void keepPicturesOf(Widget& parent);
     /// What the kept pictures may take, 256 MiB if not set. Those that were drawn the longest time ago go first.
     void setPictureBudget(std::size_t bytes);

@@ -51,6 +51,14 @@ void Application::keepPicturesOf(Widget& parent)
     LayerKeeper::keepChildrenOf(parent);
 }
 
+void Application::setScreenScale(Vecta::Vector2f scale)
+{
+    if (!(scale.x > 0.f && scale.y > 0.f) || !std::isfinite(scale.x + scale.y) || scale == d->scale)
+        return;
+    d->scale = scale;
+    LayerKeeper::screenChanged(*d->mainLayer);
+}
+
 void Application::setPictureBudget(std::size_t bytes)
 {
     d->layers.store().setBudgetBytes(bytes);

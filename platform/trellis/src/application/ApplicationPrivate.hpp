@@ -32,6 +32,7 @@ struct Application::Private final : WidgetEngines
     void widgetLeaves(Widget& widget) override;
     void widgetRemoved(Bedrock::IntrusivePtr<Widget> widget) override;
     [[nodiscard]] double time() const noexcept override { return timeSeconds; }
+    [[nodiscard]] Vecta::Vector2f screenScale() const noexcept override { return scale; }
     [[nodiscard]] Widget* keyboardFocus() const noexcept override;
     void setKeyboardFocus(Widget* widget) override { application.setFocusWidget(widget); }
     using WidgetEngines::install;
@@ -39,6 +40,7 @@ struct Application::Private final : WidgetEngines
 
     Application& application;
     Vecta::Vector2f sizePx;
+    Vecta::Vector2f scale{1.f, 1.f}; ///< of the screen
     double timeSeconds = 0.0;
     long frameNumber = 0;
     bool inFrame = false;

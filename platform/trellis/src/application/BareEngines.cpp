@@ -21,6 +21,7 @@ public:
     void widgetLeaves(Widget&) override {}
     void widgetRemoved(Bedrock::IntrusivePtr<Widget>) override {}
     [[nodiscard]] double time() const noexcept override { return 0.0; }
+    [[nodiscard]] Vecta::Vector2f screenScale() const noexcept override { return {1.f, 1.f}; }
     [[nodiscard]] Widget* keyboardFocus() const noexcept override { return nullptr; }
     void setKeyboardFocus(Widget*) override {}
 

@@ -22,23 +22,47 @@ float areaOf(const Vecta::Rect& r)
     return r.width * r.height;
 }
 
+/// Scaled places have the accuracy of a float.
+constexpr float kWholePx = 1.f / 64.f;
+
 bool isWhole(float value)
 {
-    return value == std::floor(value);
+    return std::abs(value - std::round(value)) <= kWholePx;
 }
 
-/// Moves by whole pixels and does nothing else.
-bool isWholeShift(const Vecta::Transform& t)
+/// Moves by whole pixels of the screen and does nothing else.
+bool isWholeShift(const Vecta::Transform& toScene)
 {
-    return t.m11 == 1.f && t.m22 == 1.f && t.m12 == 0.f && t.m21 == 0.f && isWhole(t.dx) && isWhole(t.dy);
+    const Vecta::Transform onPixels = onScreen(toScene);
+    return toScene.m11 == 1.f && toScene.m22 == 1.f && toScene.m12 == 0.f && toScene.m21 == 0.f && isWhole(onPixels.dx)
+        && isWhole(onPixels.dy);
 }
 
-/// Nothing for areas that are empty, or no numbers.
-void damageLayer(WidgetLayer* layer, QPoint place, const Vecta::Rect& area)
+Vecta::Rect moved(const Vecta::Rect& r, Vecta::Vector2f by)
+{
+    return {r.x + by.x, r.y + by.y, r.width, r.height};
+}
+
+Vecta::Rect grown(const Vecta::Rect& r, float byX, float byY)
+{
+    return {r.x - byX, r.y - byY, r.width + 2 * byX, r.height + 2 * byY};
+}
+
+/// `area`: of the scene, around the layer's place. Nothing for areas that are empty, or no numbers.
+void damageLayer(WidgetLayer* layer, const Vecta::Rect& area)
 {
     if (!layer || area.isEmpty() || !std::isfinite(area.x + area.y + area.width + area.height))
         return;
-    layer->picture.damage(QRectF(area.x, area.y, area.width, area.height).translated(-place).toAlignedRect());
+    const Vecta::Vector2f scale = screenScale();
+    layer->picture.damage(
+        QRectF(qreal(area.x) * scale.x, qreal(area.y) * scale.y, qreal(area.width) * scale.x, qreal(area.height) * scale.y)
+            .toAlignedRect());
+}
+
+void storeReach(const Widget& root, WidgetLayer& layer)
+{
+    const Vecta::Vector2f scale = screenScale();
+    layer.reach = moved(grown(LayerKeeper::sceneReach(root), 1.f / scale.x, 1.f / scale.y), layer.place * -1.f);
 }
 
 bool covers(const Vecta::Rect& a, const Vecta::Rect& b)
@@ -86,8 +110,8 @@ void DamageTracker::widgetLeaves(Widget& widget)
 void DamageTracker::forget(Widget& widget, WidgetLayer* layer)
 {
     DrawingRecord& drawing = WidgetRecords::of(widget).drawing;
-    addArea(drawing.drawnBounds);
-    damageLayer(layer, layer ? layer->place : QPoint(), drawing.drawnBounds);
+    addArea(layer ? moved(drawing.drawnBounds, layer->place) : drawing.drawnBounds);
+    damageLayer(layer, drawing.drawnBounds);
     drawing.drawnBounds = {};
     drawing.ownRedrawQueued = drawing.subtreeRedrawQueued = false;
     if (drawing.redrawQueued) {
@@ -124,9 +148,12 @@ void DamageTracker::collect()
             accountFor(*widget);
     }
     m_queue.clear();
-    for (Widget* root : m_changedRoots)
+    for (Widget* root : m_changedRoots) {
+        if (WidgetLayer* layer = WidgetRecords::of(*root).drawing.layer.get())
+            storeReach(*root, *layer);
         if (LayerKeeper::cover(*root))
             addArea(LayerKeeper::sceneReach(*root));
+    }
     m_changedRoots.clear();
 }
 
@@ -146,9 +173,9 @@ DamageTracker::Above DamageTracker::above(const Widget& widget)
     result.toScene = result.toScene * drawnTransformToParent(*parent);
     if (records.drawing.clips())
         result.clip = result.clip.intersected(result.toScene.mapBounds(records.layout.bounds()));
-    if (WidgetLayer* layer = records.drawing.layer.get(); layer && layer->isKept) {
-        result.layer = layer;
-        result.layerBefore = result.layerNow = layer->place;
+    if (WidgetLayer* layer = records.drawing.layer.get()) {
+        result.layer = layer->isKept ? layer : nullptr;
+        result.placeBefore = result.placeNow = layer->place;
     }
     return result;
 }
@@ -166,28 +193,36 @@ void DamageTracker::account(Widget& widget, const Above& above, Redraw extent)
     const Vecta::Transform toScene = above.toScene * drawnTransformToParent(widget);
     const bool isRoot = isLayerRoot(widget);
     WidgetLayer* layer = above.layer;
-    if (isRoot)
+    Vecta::Vector2f placeBefore = above.placeBefore, place = above.placeNow;
+    if (isRoot) {
         layer = m_layers.update(widget, toScene, shows, above.clip == kEverywhere && isWholeShift(above.toScene));
+        placeBefore = drawing.layer->place;
+        place = drawing.layer->place = {toScene.dx, toScene.dy};
+        drawing.layer->clips = drawing.clips();
+    }
     // Moving a picture, or fading it, leaves its pixels as they are.
     const bool isRepainted = above.isRepainted || (isRoot ? drawing.ownRedrawQueued : drawing.redrawQueued);
     const bool areChildrenRepainted =
         above.isRepainted || (!isRoot && drawing.subtreeRedrawQueued) || (drawing.clips() && isRepainted);
-    const QPoint placeBefore = isRoot && layer ? layer->place : above.layerBefore;
-    const QPoint place = isRoot && layer ? QPoint(int(toScene.dx), int(toScene.dy)) : above.layerNow;
 
-    const bool isUpright = toScene.m12 == 0.f && toScene.m21 == 0.f && toScene.m11 == 1.f && toScene.m22 == 1.f;
+    const Vecta::Transform matrix = onScreen(toScene);
+    const bool isUpright = matrix.m12 == 0.f && matrix.m21 == 0.f && matrix.m11 == 1.f && matrix.m22 == 1.f;
     Vecta::Rect whole = toScene.mapBounds(records.layout.bounds());
-    if (!isUpright && !whole.isEmpty())
-        whole = {whole.x - kSmoothEdgePx, whole.y - kSmoothEdgePx, whole.width + 2 * kSmoothEdgePx,
-                 whole.height + 2 * kSmoothEdgePx};
-    addArea(drawing.drawnBounds);
+    if (const Vecta::Vector2f scale = screenScale(); !isUpright && !whole.isEmpty())
+        whole = grown(whole, kSmoothEdgePx / scale.x, kSmoothEdgePx / scale.y);
+    addArea(moved(drawing.drawnBounds, placeBefore));
     if (isRepainted)
-        damageLayer(layer, placeBefore, drawing.drawnBounds);
-    drawing.drawnBounds = shows ? whole.intersected(above.clip) : Vecta::Rect{};
-    addArea(drawing.drawnBounds);
+        damageLayer(layer, drawing.drawnBounds);
+    drawing.drawnBounds = shows ? moved(whole.intersected(above.clip), place * -1.f) : Vecta::Rect{};
+    addArea(moved(drawing.drawnBounds, place));
     if (isRepainted)
-        damageLayer(layer, place, drawing.drawnBounds);
+        damageLayer(layer, drawing.drawnBounds);
     drawing.redrawQueued = drawing.ownRedrawQueued = drawing.subtreeRedrawQueued = false;
+    // What is in a picture keeps its place in it. Changes in it have been queued on their own.
+    if (isRoot && layer && extent == Redraw::Subtree && !areChildrenRepainted) {
+        addReach(*layer, placeBefore);
+        return;
+    }
     // A widget that clips its children changes what shows of them.
     if (extent == Redraw::Subtree || drawing.clips()) {
         const Vecta::Rect inner = drawing.clips() ? whole.intersected(above.clip) : above.clip;
@@ -195,10 +230,14 @@ void DamageTracker::account(Widget& widget, const Above& above, Redraw extent)
         for (const auto& child : widget.children())
             account(*child, below, Redraw::Subtree);
     }
-    if (isRoot && drawing.layer) {
-        drawing.layer->place = QPoint(int(toScene.dx), int(toScene.dy));
-        drawing.layer->clips = drawing.clips();
-    }
+    if (isRoot)
+        storeReach(widget, *drawing.layer);
+}
+
+void DamageTracker::addReach(const WidgetLayer& layer, Vecta::Vector2f placeBefore)
+{
+    addArea(moved(layer.reach, placeBefore));
+    addArea(moved(layer.reach, layer.place));
 }
 
 void DamageTracker::addArea(const Vecta::Rect& wanted)

@@ -5,8 +5,6 @@
 #include <Vecta/Rect.hpp>
 #include <Vecta/Transform.hpp>
 
-#include <QPoint>
-
 #include <vector>
 
 namespace Trellis
@@ -52,6 +50,8 @@ public:
 private:
     void groupChanged(const Widget& child);
     void forget(Widget& widget, WidgetLayer* layer);
+    /// What shows of a kept widget is drawn anew, where it is and where it was.
+    void addReach(const WidgetLayer& layer, Vecta::Vector2f placeBefore);
 
     /// What the ancestors of a widget do to it.
     struct Above
@@ -60,9 +60,9 @@ private:
         Vecta::Rect clip;
         bool isVisible = true;
         bool isRepainted = false;     ///< what the kept picture shows of it is out of date
-        WidgetLayer* layer = nullptr; ///< that holds its pixels
-        QPoint layerBefore;           ///< the layer's place while the widget was last accounted for
-        QPoint layerNow;
+        WidgetLayer* layer = nullptr; ///< that holds its pixels, if one does
+        Vecta::Vector2f placeBefore;  ///< of the layer root around it when that was last accounted for
+        Vecta::Vector2f placeNow;
     };
     static Above above(const Widget& widget);
     void accountFor(Widget& widget);

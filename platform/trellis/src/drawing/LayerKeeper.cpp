@@ -16,6 +16,11 @@ bool hasMatrix(const WidgetLayer& layer, const Vecta::Transform& t)
     return layer.matrix[0] == t.m11 && layer.matrix[1] == t.m12 && layer.matrix[2] == t.m21 && layer.matrix[3] == t.m22;
 }
 
+bool isFinite(const Vecta::Rect& r)
+{
+    return std::isfinite(r.x + r.y + r.width + r.height);
+}
+
 bool isPlainBox(const Widget& widget, const Vecta::Transform& t)
 {
     return widget.children().empty() && t.m11 == 1.f && t.m22 == 1.f && t.m12 == 0.f && t.m21 == 0.f;
@@ -31,11 +36,19 @@ void LayerKeeper::keepChildrenOf(Widget& parent)
     }
 }
 
+void LayerKeeper::screenChanged(Widget& widget)
+{
+    if (WidgetRecords::of(widget).drawing.keepsChildren)
+        keepChildrenOf(widget);
+    for (const auto& child : widget.children())
+        screenChanged(*child);
+}
+
 bool LayerKeeper::beginKeeping(Widget& widget)
 {
     WidgetLayer& layer = *WidgetRecords::of(widget).drawing.layer;
     layer.isWaiting = false;
-    layer.isKept = hasMatrix(layer, drawnTransformToScene(widget));
+    layer.isKept = hasMatrix(layer, onScreen(drawnTransformToScene(widget)));
     cover(widget);
     return layer.isKept;
 }
@@ -45,7 +58,7 @@ bool LayerKeeper::cover(Widget& root)
     WidgetLayer* const layer = WidgetRecords::of(root).drawing.layer.get();
     if (!layer || !layer->isKept)
         return false;
-    Vecta::Transform turned = drawnTransformToParent(root);
+    Vecta::Transform turned = onScreen(drawnTransformToParent(root));
     turned.dx = turned.dy = 0.f;
     const Vecta::Rect reach = turned.mapBounds(reachOf(root).inside);
     // Antialiased edges may colour a neighbouring pixel.
@@ -72,16 +85,18 @@ WidgetLayer* LayerKeeper::update(Widget& widget, const Vecta::Transform& toScene
         drawing.layer = std::make_unique<WidgetLayer>(m_store);
     WidgetLayer& layer = *drawing.layer;
     const Vecta::Rect& reach = reachOf(widget).inParent;
-    const bool isFinite = std::isfinite(toScene.dx + toScene.dy + reach.x + reach.y + reach.width + reach.height);
-    const bool canBeKept = shows && isPlain && isFinite && !reach.isEmpty() && !isPlainBox(widget, toScene)
-        && reach.width * reach.height * 4.f <= float(m_store.budgetBytes());
-    if (!canBeKept || !hasMatrix(layer, toScene)) {
+    const Vecta::Vector2f scale = screenScale();
+    const Vecta::Transform matrix = onScreen(toScene);
+    const bool canBeKept = shows && isPlain && std::isfinite(matrix.dx + matrix.dy) && isFinite(reach) && !reach.isEmpty()
+        && !isPlainBox(widget, matrix) && reach.width * scale.x * reach.height * scale.y * 4.f <= float(m_store.budgetBytes());
+    if (!canBeKept || !hasMatrix(layer, matrix)) {
         layer.isKept = false;
         layer.picture.clear();
-        layer.matrix[0] = toScene.m11;
-        layer.matrix[1] = toScene.m12;
-        layer.matrix[2] = toScene.m21;
-        layer.matrix[3] = toScene.m22;
+        layer.picture.setScale(scale);
+        layer.matrix[0] = matrix.m11;
+        layer.matrix[1] = matrix.m12;
+        layer.matrix[2] = matrix.m21;
+        layer.matrix[3] = matrix.m22;
     }
     if (!canBeKept)
         return nullptr;

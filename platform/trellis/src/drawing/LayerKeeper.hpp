@@ -12,9 +12,10 @@ class Widget;
 struct WidgetLayer;
 
 /// Decides which widgets are drawn as one kept picture: the children of the widgets that were named, as long as they are
-/// neither turned nor scaled. A widget is kept from the second frame on in which it has the same direction and scale. It is
-/// drawn directly while it turns, grows or is hidden, and where it is upright, unscaled and without children. Whether a widget
-/// is kept is state, and no matter of what is damaged: the same pixels come of any damage. Main thread only.
+/// neither turned nor scaled. The pictures have the scale of the screen. A widget is kept from the second frame on in which it
+/// has the same direction and scale. It is drawn directly while it turns, grows or is hidden, and where it is upright, unscaled
+/// and without children. Whether a widget is kept is state, and no matter of what is damaged: the same pixels come of any damage.
+/// Main thread only.
 class LayerKeeper
 {
 public:
@@ -36,11 +37,13 @@ public:
                 changed(sceneReach(*widget));
         m_settling.clear();
     }
+    /// The screen has another scale: nothing in `widget` is kept any more, and all that may be is placed anew.
+    static void screenChanged(Widget& widget);
     /// A layer root was moved, turned or otherwise changed. `isPlain`: what is above it cuts nothing off, and moves it by whole
-    /// pixels only. Returns its layer if it is kept, else null; the layer's place is still the one before.
+    /// pixels of the screen only. Makes its layer, and returns it if it is kept, else null; its place is still the one before.
     WidgetLayer* update(Widget& widget, const Vecta::Transform& toScene, bool shows, bool isPlain);
-    /// To be called once the changes in a layer root are accounted for: makes room for them in its picture. True when all of
-    /// it must be drawn anew.
+    /// To be called once the changes in a layer root are accounted for: makes room for them in its picture, if it is kept. True
+    /// when all of it must be drawn anew.
     static bool cover(Widget& root);
     [[nodiscard]] static Vecta::Rect sceneReach(const Widget& widget);
     /// The widget leaves the tree.

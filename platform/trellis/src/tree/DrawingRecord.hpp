@@ -46,7 +46,7 @@ struct DrawingRecord
     RareAttributes<Border> border;
 
     Reach reach;
-    Vecta::Rect drawnBounds; ///< scene area of the widget itself when it was last accounted for
+    Vecta::Rect drawnBounds; ///< scene area of the widget itself when last accounted for, around the place of its layer, if any
     bool redrawQueued = false;
     bool ownRedrawQueued = false;       ///< its own appearance or size changed
     bool subtreeRedrawQueued = false;   ///< what is in it moved along

@@ -1,5 +1,6 @@
 #include "tree/DrawnPlace.hpp"
 
+#include "tree/WidgetEngines.hpp"
 #include "tree/WidgetRecords.hpp"
 
 #include <cmath>
@@ -15,8 +16,9 @@ Vecta::Transform drawnTransformToParent(const Widget& widget)
 {
     Vecta::Transform transform = WidgetRecords::of(widget).layout.transformToParent();
     if (isLayerRoot(widget)) {
-        transform.dx = std::floor(transform.dx + 0.5f);
-        transform.dy = std::floor(transform.dy + 0.5f);
+        const Vecta::Vector2f scale = screenScale();
+        transform.dx = std::floor(transform.dx * scale.x + 0.5f) / scale.x;
+        transform.dy = std::floor(transform.dy * scale.y + 0.5f) / scale.y;
     }
     return transform;
 }
@@ -27,6 +29,17 @@ Vecta::Transform drawnTransformToScene(const Widget& widget)
     for (const Widget* above = widget.parent(); above; above = above->parent())
         transform = drawnTransformToParent(*above) * transform;
     return transform;
+}
+
+Vecta::Vector2f screenScale()
+{
+    return WidgetEngines::current().screenScale();
+}
+
+Vecta::Transform onScreen(const Vecta::Transform& t)
+{
+    const Vecta::Vector2f scale = screenScale();
+    return {t.m11 * scale.x, t.m12 * scale.x, t.dx * scale.x, t.m21 * scale.y, t.m22 * scale.y, t.dy * scale.y};
 }
 
 Widget* layerRootOf(Widget& widget)

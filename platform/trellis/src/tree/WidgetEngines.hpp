@@ -40,6 +40,8 @@ public:
     virtual void widgetRemoved(Bedrock::IntrusivePtr<Widget> widget) = 0;
     /// Seconds of frame time since the application began.
     [[nodiscard]] virtual double time() const noexcept = 0;
+    /// Pixels of the screen that a pixel of the table takes in each direction; above 0.
+    [[nodiscard]] virtual Vecta::Vector2f screenScale() const noexcept = 0;
     /// The widget that the keyboard serves, or null.
     [[nodiscard]] virtual Widget* keyboardFocus() const noexcept = 0;
     virtual void setKeyboardFocus(Widget* widget) = 0;

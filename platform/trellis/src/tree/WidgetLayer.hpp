@@ -2,19 +2,21 @@
 
 #include <Lantern/KeptPicture.hpp>
 
-#include <QPoint>
+#include <Vecta/Rect.hpp>
+#include <Vecta/Vector2T.hpp>
 
 namespace Trellis
 {
-/// The kept picture of a widget and everything in it, turned and scaled as it stands, written by LayerKeeper. Belongs to the
-/// widget's drawing record and dies when the widget leaves the tree.
+/// The kept picture of a widget and everything in it, turned and scaled as it stands. Written by LayerKeeper and DamageTracker.
+/// Belongs to the widget's drawing record and dies when the widget leaves the tree.
 struct WidgetLayer
 {
     explicit WidgetLayer(Lantern::PictureStore& store) : picture(store) {}
 
     Lantern::KeptPicture picture; ///< around the widget's top left corner
-    float matrix[4] = {};         ///< direction and scale in the scene when last accounted for
-    QPoint place;                 ///< of the corner in the scene when last accounted for
+    float matrix[4] = {};         ///< direction and scale on the screen when last accounted for
+    Vecta::Vector2f place;        ///< of the corner in the scene when last accounted for
+    Vecta::Rect reach;            ///< scene area of all that showed when last accounted for, around `place`
     bool clips = false;           ///< the children, when last accounted for
     bool isWaiting = false;       ///< is kept from the next frame on if it is not turned or scaled until then
     bool isKept = false;          ///< is drawn as one picture
