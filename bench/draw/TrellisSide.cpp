@@ -2,6 +2,7 @@
 
 #include <Cascara/StyleEngine.hpp>
 #include <Lantern/ImageTarget.hpp>
+#include <Lantern/RenderContext.hpp>
 #include <Trellis/Application.hpp>
 #include <Trellis/ImageWidget.hpp>
 #include <Trellis/TextWidget.hpp>
