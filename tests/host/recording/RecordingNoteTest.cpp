@@ -36,9 +36,11 @@ TEST_CASE("recording note: shortened it says the same of the table, and of peopl
     note.presentation = QStringLiteral("/srv/shows/hall");
     note.mediaServers = QStringList{"hall"};
     CHECK(note.shortened().people.isEmpty());
-    note.people = QStringLiteral("code,name,email,content-key,kind\n1001,Änne Öst,anne@museum.example,staff,unregistered\n");
+    note.people =
+        QStringLiteral("code,name,email,content-key,kind,language\n1001,Änne Öst,anne@museum.example,staff,unregistered,fi\n");
     const RecordingNote shortened = note.shortened();
     CHECK(shortened.presentation == note.presentation);
     CHECK(shortened.mediaServers == note.mediaServers);
-    CHECK(shortened.people == QStringLiteral("code,name,email,content-key,kind\n1001,Ä…,a…@museum.example,staff,unregistered\n"));
+    CHECK(shortened.people
+          == QStringLiteral("code,name,email,content-key,kind,language\n1001,Ä…,a…@museum.example,staff,unregistered,fi\n"));
 }

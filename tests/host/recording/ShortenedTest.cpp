@@ -7,7 +7,7 @@
 using namespace Host;
 using Content = Bedrock::Arrival::Content;
 
-TEST_CASE("shortened: of people the codes, kinds and content keys stay, and the first letters of the rest")
+TEST_CASE("shortened: of people the codes, kinds, content keys and languages stay, and the first letters of the rest")
 {
     struct Row
     {
@@ -21,7 +21,7 @@ TEST_CASE("shortened: of people the codes, kinds and content keys stay, and the 
                         {"1005,,\"a@b\"\"@museum.example\",,personal", "1005,,a…@museum.example,,personal"}};
     for (const Row& row : rows) {
         CAPTURE(row.exact);
-        const QString head = QStringLiteral("code,name,email,content-key,kind\n%1\n");
+        const QString head = QStringLiteral("code,name,email,content-key,kind,language\n%1,de\n");
         CHECK(Shortened::people(head.arg(QString::fromUtf8(row.exact))) == head.arg(QString::fromUtf8(row.shortened)));
     }
 }
@@ -38,8 +38,8 @@ TEST_CASE("shortened: an answer from outside is recorded without what belongs to
         QByteArray shortened;
     };
     const Row rows[] = {
-        {"people", 'r', "code,name,email,content-key,kind\n7,Ann,ann@a.example,,personal\n", Content::Bytes,
-         "code,name,email,content-key,kind\n7,A…,a…@a.example,,personal\n"},
+        {"people", 'r', "code,name,email,content-key,kind,language\n7,Ann,ann@a.example,,personal,\n", Content::Bytes,
+         "code,name,email,content-key,kind,language\n7,A…,a…@a.example,,personal,\n"},
         {"a registry that could not be read", 'r', "!", Content::Bytes, "!"},
         {"a page", 'j', R"(V{"success":true,"userpageurl":"http://h/p/Ab3dEf9hIjKlMnOpQrStUv"})", Content::Bytes,
          R"(V{"success":true,"userpageurl":"http://h/p/Ab3d…"})"},
