@@ -30,6 +30,8 @@ Result<std::unique_ptr<Database>> Database::open(const QString& file, const std:
     const auto refused = [&file](const QString& reason) {
         return tl::unexpected(QStringLiteral("The database \"%1\" cannot be used: %2").arg(file, reason));
     };
+    if (const auto none = Bedrock::whyNoDatabase(file))
+        return refused(none->reason + QStringLiteral("; ") + none->remedy);
     if (!opened->m_database.open())
         return refused(reasonAndRemedy(opened->m_database.lastError()));
     if (const auto prepared = opened->prepareFile(schema); !prepared)

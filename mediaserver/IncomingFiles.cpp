@@ -3,12 +3,12 @@
 #include "ContentHashes.hpp"
 
 #include <QCryptographicHash>
-#include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
+#include <QRegularExpression>
 
 #include <cerrno>
+#include <ctime>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <system_error>
@@ -20,7 +20,7 @@ namespace MediaServer
 namespace
 {
 
-constexpr qint64 kKeptDays = 7;
+constexpr std::time_t kKeptSeconds = 7 * 24 * 3600;
 
 QString words(int error)
 {
@@ -37,6 +37,12 @@ bool writeAll(int descriptor, const QByteArray& bytes, off_t from)
         done += written > 0 ? static_cast<int>(written) : 0;
     }
     return true;
+}
+
+/// The folder of arriving files; none where it is a link, which may lead to files of something else.
+int openAside(const QByteArray& path)
+{
+    return ::open(path.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
 }
 
 /// After a power cut the folder has the entry.
@@ -56,17 +62,25 @@ IncomingFiles::IncomingFiles(const QString& contentFolder)
 
 void IncomingFiles::removeOld() const
 {
-    const QDateTime oldest = QDateTime::currentDateTimeUtc().addDays(-kKeptDays);
-    const QDir folder(QFile::decodeName(m_aside));
-    for (const QFileInfo& file : folder.entryInfoList(QDir::Files | QDir::Hidden)) {
-        if (file.lastModified() < oldest)
-            QFile::remove(file.filePath());
+    const Http::File folder(openAside(m_aside));
+    if (!folder.isOpen())
+        return;
+    static const QRegularExpression own(QStringLiteral("\\A[0-9a-f]{64}-[0-9a-f]{16}\\z"));
+    const std::time_t oldest = std::time(nullptr) - kKeptSeconds;
+    for (const QString& name : QDir(QFile::decodeName(m_aside)).entryList(QDir::Files | QDir::Hidden)) {
+        const QByteArray entry = QFile::encodeName(name);
+        struct stat status;
+        if (own.match(name).hasMatch() && ::fstatat(folder.descriptor(), entry.constData(), &status, AT_SYMLINK_NOFOLLOW) == 0
+            && S_ISREG(status.st_mode) && status.st_mtime < oldest)
+            ::unlinkat(folder.descriptor(), entry.constData(), 0);
     }
 }
 
 bool IncomingFiles::isWritable() const
 {
     ::mkdir(m_aside.constData(), 0700);
+    if (!Http::File(openAside(m_aside)).isOpen())
+        return false;
     return ::access(m_folder.constData(), W_OK | X_OK) == 0 && ::access(m_aside.constData(), W_OK | X_OK) == 0;
 }
 
@@ -85,7 +99,8 @@ qint64 IncomingFiles::received(const Id& id) const
 
 Result<qint64> IncomingFiles::append(const Id& id, qint64 from, const QByteArray& piece) const
 {
-    const Http::File file(::open(asideName(id).constData(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+    // A pipe in the place of the file is not waited for.
+    const Http::File file(::open(asideName(id).constData(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
     struct stat status;
     if (!file.isOpen() || ::fstat(file.descriptor(), &status) != 0)
         return tl::unexpected(words(errno));

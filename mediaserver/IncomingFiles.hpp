@@ -30,7 +30,8 @@ public:
         Failed,       ///< the system refused; what came is kept
     };
 
-    /// `contentFolder`: its path. Removes what has come of files that have not grown for a week.
+    /// `contentFolder`: its path. Removes what has come of files that have not grown for a week, by the
+    /// names that this class gives, and nothing where ".incoming" is a link.
     explicit IncomingFiles(const QString& contentFolder);
 
     /// Whether files can be written; makes the folder for them when it is missing. An operator may give a content folder that

@@ -3,6 +3,8 @@
 #include "SqliteConnection.hpp"
 #include "SqliteTransaction.hpp"
 
+#include <Bedrock/SqliteRemedy.hpp>
+
 namespace Host
 {
 bool SqliteSchema::prepare(const QString& path, QString& error) const
@@ -16,6 +18,8 @@ bool SqliteSchema::prepare(const QString& path, QString& error) const
             error = path + QStringLiteral(" was made by a newer version of this program; use that one");
         return found == version;
     };
+    if (const auto none = Bedrock::whyNoDatabase(path))
+        return refuse(path + QStringLiteral(" cannot be used as ") + purpose, none->reason, none->remedy);
     SqliteConnection connection(path);
     if (!connection.isOpen())
         return refuse(QStringLiteral("cannot open ") + path, connection.error(), connection.remedy());

@@ -21,12 +21,13 @@ sys.path.insert(0, HERE)
 
 import answer_scenarios  # noqa: E402
 import disk_scenarios  # noqa: E402
+import secret_scenarios  # noqa: E402
 import server_scenarios  # noqa: E402
 import table_scenarios  # noqa: E402
 from programs import Failure  # noqa: E402
 
 SCENARIOS = {**server_scenarios.SCENARIOS, **table_scenarios.SCENARIOS, **answer_scenarios.SCENARIOS,
-             **disk_scenarios.SCENARIOS}
+             **disk_scenarios.SCENARIOS, **secret_scenarios.SCENARIOS}
 
 
 def play(name, build):

@@ -2,6 +2,7 @@
 import json
 import os
 import random
+import re
 import signal
 import socket
 import subprocess
@@ -16,6 +17,8 @@ COMMANDS = [
     {"command": "additem", "tessel": 7, "filename": "other.png", "displayname": "Other"},
     {"command": "deleteitem", "tessel": 7, "filename": "boat.png"},
 ]
+FORMS_AND_FILES = ("", "/", "/file/1", "/save/1", "/thumb/1", "/qr.png", "/all.zip", "/logo", "/remove/1", "/remove/01", "/remove/2",
+                   "/remove/1/", "/remove", "/remove-all", "/remove-all/", "/renew", "/renew/x", "/additem", "/%72enew")
 
 
 def report(text):
@@ -65,29 +68,60 @@ class Server:
             return next(int(line.split()[1]) / 1024 for line in status if line.startswith("VmRSS"))
 
 
+def expected(method, target, page, unknown):
+    """The status that the visitors' door owes to a stranger, who has no key of a form."""
+    forms = ("/remove/1", "/remove-all", "/renew")
+    if method not in ("GET", "HEAD"):
+        if method == "POST" and target in [page + form for form in (*forms, "/remove/2")]:
+            return 403
+        is_nothing = target.startswith(unknown + "/") or target == page + "/remove/01"
+        return 404 if method == "POST" and is_nothing else 405
+    shown = ("", "/file/1", "/save/1", "/thumb/1", "/qr.png", "/all.zip", *forms)
+    return 200 if target == "/health" or target in [page + part for part in shown] else 404
+
+
 def doors(build, folder):
     """Every command, in every way a stranger can send it, at the visitors' door."""
     with Server(build, folder) as server:
         server.command({"command": "additem", "tessel": 7, "filename": "boat.png", "displayname": "Boat"})
         page = server.page(7)
         before = server.shown(page)
+        unknown = "/p/" + "A" * 22
+        targets = ["/", "//", "/?x=1", "/health", "/p/", unknown, "/content", "/getuserpage", "/additem",
+                   *(base + part for base in (page, unknown) for part in FORMS_AND_FILES)]
+        types = (["Content-Type: application/json"], ["Content-Type: application/x-www-form-urlencoded", "Origin: null"],
+                 ["X-HTTP-Method-Override: DELETE", "Authorization: Bearer " + "0" * 64])
         tried = 0
         for command in COMMANDS:
             body = json.dumps(command).encode()
-            for method in ("POST", "PUT", "PATCH", "DELETE", "OPTIONS", "TRACE", "GET", "HEAD", "post"):
-                for target in ("/", "", "//", "/?x=1", "/health", page, page + "/file/1", "/p/", "http://localhost/", "*"):
-                    status, answer = ask(server.pages, method, target or "/", body)
+            for method in ("POST", "PUT", "PATCH", "DELETE", "OPTIONS", "TRACE", "CONNECT", "PROPFIND", "GET", "HEAD", "post", "get"):
+                for number, target in enumerate(targets):
+                    status, answer = ask(server.pages, method, target, body, types[number % len(types)])
+                    wanted = expected(method, target, page, unknown)
+                    assert status == wanted, f"{method} {target} was answered with {status} in place of {wanted}"
                     assert b"userpageurl" not in answer, f"{method} {target} gave an address away"
-                    allowed = method in ("GET", "HEAD")
-                    assert allowed or status in (400, 404, 405), f"{method} {target} was answered with {status}"
+                    tried += 1
+                for target in ("*", "http://localhost/", "http://localhost" + page, "museum.example:80"):
+                    status, answer = ask(server.pages, method, target, body)
+                    assert status in (400, 404, 405), f"{method} {target} was answered with {status}"
+                    assert b"userpageurl" not in answer, f"{method} {target} gave an address away"
                     tried += 1
         assert server.shown(page) == before, "something sent to the visitors' door changed the page"
-        report(f"{tried} requests at the visitors' door changed nothing")
+        # The same with the key of another page's form, and at last with its own, as its owner's browser sends it.
+        other = server.page(8)
+        for where, origin, wanted in ((other, None, 403), (page, "http://museum.example", 403), (page, None, 303)):
+            key = re.search(rb'name="key" value="([^"]+)"', ask(server.pages, "GET", where + "/remove-all")[1]).group(1)
+            headers = ["Content-Type: application/x-www-form-urlencoded", "Origin: " + (origin or f"http://127.0.0.1:{server.pages}")]
+            status, _ = ask(server.pages, "POST", page + "/remove-all", b"key=" + key, headers)
+            assert status == wanted, f"a form was answered with {status} in place of {wanted}"
+            assert (server.shown(page) == before) == (wanted != 303), "a form did what it must not, or nothing"
+        report(f"{tried} requests at the visitors' door changed nothing; a page's own form did")
+        after = server.shown(page)
 
         for header in ("Origin: http://museum.example", "Origin: null", "origin:"):
             status, _ = ask(server.commands, "POST", "/", json.dumps(COMMANDS[2]).encode(), [header])
             assert status == 403, f"a command with {header} was answered with {status}"
-        assert server.shown(page) == before, "a web page changed a visitor's page"
+        assert server.shown(page) == after, "a web page changed a visitor's page"
     refused = subprocess.run([os.path.join(build, "bin", "tavola-mediaserver"), "--commands", "0.0.0.0:0", "--pages", "127.0.0.1:0",
                               "--content", server.content, "--database", os.path.join(folder, "pages.sqlite")],
                              capture_output=True, text=True, timeout=30)

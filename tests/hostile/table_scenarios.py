@@ -242,8 +242,26 @@ def black_png(width, height):
     return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", rows) + chunk(b"IEND", b"")
 
 
+def huge_document(side):
+    """A PDF of few bytes with a JPEG 2000 picture of very many pixels."""
+    def big(value, size):
+        return value.to_bytes(size, "big")
+    sides = big(side, 4) * 2
+    picture = (b"\xff\x4f\xff\x51" + big(47, 2) + big(0, 2) + sides + bytes(8) + sides + bytes(8) + big(3, 2) + b"\x07\x01\x01" * 3
+               + b"\xff\x52\0\x0c\0\0\0\x01\0\x05\x04\x04\0\x01" + b"\xff\x5c" + big(19, 2) + b"\x40" + b"\x48" * 16
+               + b"\xff\x90" + big(10, 2) + bytes(6) + b"\0\x01\xff\x93" + b"\x80" * 2000 + b"\xff\xd9")
+    drawing = b"q 200 0 0 100 0 0 cm /I Do Q"
+    objects = [b"<< /Type /Catalog /Pages 2 0 R >>", b"<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+               b"<< /Type /Page /Parent 2 0 R /MediaBox [0 0 200 100] /Contents 4 0 R /Resources << /XObject << /I 5 0 R >> >> >>",
+               b"<< /Length %d >>\nstream\n%s\nendstream" % (len(drawing), drawing),
+               b"<< /Type /XObject /Subtype /Image /Width %d /Height %d /ColorSpace /DeviceRGB /BitsPerComponent 8 "
+               b"/Filter /JPXDecode /Length %d >>\nstream\n%s\nendstream" % (side, side, len(picture), picture)]
+    body = b"".join(b"%d 0 obj\n%s\nendobj\n" % (number, text) for number, text in enumerate(objects, 1))
+    return b"%PDF-1.5\n" + body + b"trailer\n<< /Root 1 0 R >>\n"
+
+
 def huge_pictures(build, folder):
-    """Three pictures of 196 megapixels in files of 25 KB, and one that can be shown."""
+    """Three pictures of 196 megapixels in files of 25 KB, one in a document of 3 KB, and one that can be shown."""
     place = os.path.join(folder, "presentation")
     os.makedirs(place)
     for name, side in (("one", 14000), ("two", 14000), ("three", 14000), ("small", 100)):
@@ -251,6 +269,9 @@ def huge_pictures(build, folder):
             file.write(black_png(side, side))
     widgets = [{"component": "picture", "id": name, "attributes": {"source": {"file": name + ".png"}}}
                for name in ("one", "two", "three", "small")]
+    with open(os.path.join(place, "four.pdf"), "wb") as file:
+        file.write(huge_document(14000))
+    widgets.append({"component": "document", "id": "four", "attributes": {"source": {"file": "four.pdf"}}})
     with open(os.path.join(place, "presentation.json"), "w", encoding="utf-8") as file:
         json.dump({"title": "Huge", "widgets": widgets}, file)
     with Table(build, folder, presentation=place) as table:
@@ -259,9 +280,13 @@ def huge_pictures(build, folder):
         while time.monotonic() < deadline and (len(lines) < 3 or table.get("/status")["pendingImages"]):
             lines = [line["text"] for line in table.get("/log") if "14000 x 14000 pixels need" in line["text"]]
         most = table.memory_mb("VmHWM")
+        left_out = []
+        while time.monotonic() < deadline and not left_out:
+            left_out = [line["text"] for line in table.get("/log") if "is shown without a JPEG 2000 picture" in line["text"]]
+        assert len(left_out) == 1 and "more than the limit of 1024 MB to decode" in left_out[0], left_out
         assert len(lines) == 3, f"of three huge pictures {len(lines)} were refused"
         assert all("the limit is 256 MB; make it smaller" in line for line in lines), lines
-        report(f"three pictures of 196 megapixels are refused with a line each; the table had at most {most:.0f} MB (limit 300)")
+        report(f"three pictures of 196 megapixels, and one in a document, are refused with a line each; the table had at most {most:.0f} MB (limit 300)")
         assert most < 300
 
 

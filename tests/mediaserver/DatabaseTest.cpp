@@ -59,3 +59,15 @@ TEST_CASE("database: a statement that fails says why and what to do")
     CHECK(failed.error().contains(QLatin1String("no such table: pier")));
     CHECK(failed.error().contains(QLatin1String("; ")));
 }
+
+TEST_CASE("database: a folder in place of the file is refused with its reason")
+{
+    const Folder folder;
+    const auto refused = Database::open(folder.path(), kFirst, 1000);
+    REQUIRE_FALSE(refused);
+    CHECK(
+        refused.error()
+        == QStringLiteral("The database \"%1\" cannot be used: it is a folder; only an ordinary file can be a database: give it "
+                          "another place")
+               .arg(folder.path()));
+}

@@ -9,6 +9,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <sys/stat.h>
+
 using namespace MediaServer;
 using Ending = IncomingFiles::Ending;
 
@@ -71,6 +73,39 @@ TEST_CASE_FIXTURE(Fixture, "incoming files: a restart goes on where a transfer e
     const IncomingFiles again(folder.path());
     CHECK(again.received(map) == 3);
     CHECK(again.received(old) == 0);
+}
+
+TEST_CASE_FIXTURE(Fixture,
+                  "incoming files: what has another name stays, however old, and nothing is removed or written through a link")
+{
+    const auto makeOld = [this](const QString& name) {
+        QFile old(folder.path(name));
+        REQUIRE(old.open(QIODevice::ReadWrite));
+        REQUIRE(old.setFileTime(QDateTime::currentDateTimeUtc().addDays(-30), QFileDevice::FileModificationTime));
+    };
+    const QString own = QString::fromLatin1(map.sha256) + QStringLiteral("-0123456789abcdef");
+    for (const QString& name : {QStringLiteral("notes.txt"), own, own + QStringLiteral("0"), QStringLiteral("x") + own})
+        makeOld(QStringLiteral(".incoming/") + name);
+    const IncomingFiles again(folder.path());
+    CHECK(aside() == QStringList{own + QStringLiteral("0"), QStringLiteral("notes.txt"), QStringLiteral("x") + own});
+
+    REQUIRE(QDir(folder.path()).mkdir(QStringLiteral("elsewhere")));
+    makeOld(QStringLiteral("elsewhere/") + own);
+    REQUIRE(QDir(folder.path(QStringLiteral(".incoming"))).removeRecursively());
+    REQUIRE(QFile::link(folder.path(QStringLiteral("elsewhere")), folder.path(QStringLiteral(".incoming"))));
+    const IncomingFiles linked(folder.path());
+    CHECK(QFile::exists(folder.path(QStringLiteral("elsewhere/") + own)));
+    CHECK_FALSE(linked.isWritable());
+}
+
+TEST_CASE_FIXTURE(Fixture, "incoming files: a pipe in the place of a file is not waited for")
+{
+    (void)files.append(map, 0, "abc");
+    REQUIRE(aside().size() == 1);
+    const QString name = folder.path(QStringLiteral(".incoming/") + aside().first());
+    REQUIRE(QFile::remove(name));
+    REQUIRE(::mkfifo(QFile::encodeName(name).constData(), 0600) == 0);
+    CHECK_FALSE(files.append(map, 0, "abc"));
 }
 
 TEST_CASE_FIXTURE(Fixture, "incoming files: a file never takes the place of another one")

@@ -2,6 +2,7 @@
 
 #include "../MailAddress.hpp"
 
+#include <Bedrock/BoundedFile.hpp>
 #include <Tavola/JsonEntries.hpp>
 
 #include <QDir>
@@ -17,7 +18,7 @@ namespace Host
 {
 namespace
 {
-constexpr qint64 kLargestTemplate = 1 << 20;
+constexpr int kLargestFileMiB = 1; ///< of templates and of credentials
 
 // The entries that are read as they stand.
 const struct
@@ -49,21 +50,22 @@ QString fileOf(const Tavola::JsonEntries& entries, const char* key, const QStrin
     if (!given.isEmpty() && QFileInfo(path).isFile())
         return path;
     if (!given.isEmpty())
-        entries.skip(key, QStringLiteral("there is no file ") + path);
+        entries.skip(key,
+                     QFileInfo::exists(path)
+                         ? QStringLiteral("%1 is no file, but a folder, a pipe or a device; name a file").arg(path)
+                         : QStringLiteral("there is no file ") + path);
     return {};
 }
 
 QString contentsOf(const Tavola::JsonEntries& entries, const char* key, const QString& folder)
 {
-    QFile source(fileOf(entries, key, folder));
-    if (source.fileName().isEmpty())
+    const QString path = fileOf(entries, key, folder);
+    if (path.isEmpty())
         return {};
-    if (!source.open(QIODevice::ReadOnly))
-        entries.skip(key, QStringLiteral("cannot read %1 (%2)").arg(source.fileName(), source.errorString()));
-    else if (source.size() > kLargestTemplate)
-        entries.skip(key, QStringLiteral("%1 is longer than 1 MiB").arg(source.fileName()));
-    else
-        return QString::fromUtf8(source.readAll()).replace(QLatin1String("\r\n"), QLatin1String("\n"));
+    QString error;
+    if (const auto bytes = Bedrock::readBoundedFile(path, kLargestFileMiB, error))
+        return QString::fromUtf8(bytes->constData(), bytes->size()).replace(QLatin1String("\r\n"), QLatin1String("\n"));
+    entries.skip(key, QStringLiteral("cannot read %1 (%2)").arg(path, error));
     return {};
 }
 }
@@ -135,26 +137,27 @@ std::optional<MailCredentials> MailCredentials::load(const QString& fileName, QS
 {
     if (fileName.isEmpty())
         return MailCredentials{qEnvironmentVariable("TAVOLA_SMTP_USER"), qEnvironmentVariable("TAVOLA_SMTP_PASSWORD")};
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly)) {
-        error = QStringLiteral("cannot read %1 (%2)").arg(fileName, file.errorString());
-        return std::nullopt;
-    }
     constexpr auto kOthers = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
-    if (file.permissions() & kOthers) {
+    if (QFile::permissions(fileName) & kOthers) {
         error =
             QStringLiteral("other users may read or change the password in %1; make it yours alone with chmod 600").arg(fileName);
         return std::nullopt;
     }
-    const auto line = [&file] {
-        QByteArray bytes = file.readLine(4096);
-        while (bytes.endsWith('\n') || bytes.endsWith('\r'))
-            bytes.chop(1);
-        return QString::fromUtf8(bytes);
+    const auto bytes = Bedrock::readBoundedFile(fileName, kLargestFileMiB, error);
+    if (!bytes) {
+        error = QStringLiteral("cannot read %1 (%2)").arg(fileName, error);
+        return std::nullopt;
+    }
+    const QList<QByteArray> lines = bytes->split('\n');
+    const auto line = [&lines](int number) {
+        QByteArray text = lines.value(number);
+        while (text.endsWith('\r'))
+            text.chop(1);
+        return QString::fromUtf8(text);
     };
     MailCredentials credentials;
-    credentials.user = line();
-    credentials.password = line();
+    credentials.user = line(0);
+    credentials.password = line(1);
     if (credentials.user.isEmpty()) {
         error = QStringLiteral("%1 has no user in its first line and password in its second").arg(fileName);
         return std::nullopt;

@@ -1,7 +1,30 @@
 #include "Bedrock/SqliteRemedy.hpp"
 
+#include <QFile>
+
+#include <sys/stat.h>
+
+#include <cerrno>
+
 namespace Bedrock
 {
+std::optional<NoDatabase> whyNoDatabase(const QString& path)
+{
+    struct stat status = {};
+    QString reason;
+    if (::stat(QFile::encodeName(path).constData(), &status) != 0) {
+        if (errno == ELOOP)
+            reason = QStringLiteral("it is a link that leads round in a circle");
+    } else if (S_ISDIR(status.st_mode)) {
+        reason = QStringLiteral("it is a folder");
+    } else if (!S_ISREG(status.st_mode)) {
+        reason = QStringLiteral("it is a pipe or a device");
+    }
+    if (reason.isEmpty())
+        return std::nullopt;
+    return NoDatabase{reason, QStringLiteral("only an ordinary file can be a database: give it another place")};
+}
+
 QString sqliteRemedy(int resultCode)
 {
     // Extended codes have the primary one in their low byte (SQLite, Result and Error Codes).

@@ -2,6 +2,10 @@
 
 #include <boost/asio/ip/address.hpp>
 
+#include <QStringList>
+
+#include <arpa/inet.h>
+
 namespace Http
 {
 namespace
@@ -66,9 +70,18 @@ bool Address::isUnspecified() const
 
 bool isOnThisMachineOnly(const QUrl& url)
 {
-    const QString host = url.host();
-    if (host == QLatin1String("localhost") || host.endsWith(QLatin1String(".localhost")))
+    QString host = url.host();
+    while (host.endsWith(QLatin1Char('.'))) // of a name that is written out to the root
+        host.chop(1);
+    static const QStringList names{"localhost",     "localhost.localdomain", "localhost6", "localhost6.localdomain6",
+                                   "ip6-localhost", "ip6-loopback"};
+    if (names.contains(host) || host.endsWith(QLatin1String(".localhost")))
         return true;
+    // Browsers read 0, 2130706433, 0x7f.1 and the like as addresses.
+    in_addr four = {};
+    char text[INET_ADDRSTRLEN];
+    if (::inet_aton(host.toLatin1().constData(), &four) != 0)
+        host = QString::fromLatin1(::inet_ntop(AF_INET, &four, text, sizeof text));
     boost::system::error_code error;
     boost::asio::ip::make_address(host.toStdString(), error);
     const address found = parsed(host);

@@ -6,6 +6,7 @@
 #include <cctype>
 #include <cerrno>
 #include <fcntl.h>
+#include <set>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -34,7 +35,10 @@ bool isKeyCharacter(char c)
 bool hasEnoughBits(const QByteArray& key)
 {
     const bool isHex = std::all_of(key.begin(), key.end(), isHexDigit);
-    return key.size() >= (isHex ? kLeastHexDigits : kLeastCharacters);
+    // Of 32 random digits there are fewer than six different ones once in 10^12 keys.
+    constexpr std::size_t kLeastDifferent = 6;
+    return key.size() >= (isHex ? kLeastHexDigits : kLeastCharacters)
+        && std::set<char>(key.begin(), key.end()).size() >= kLeastDifferent;
 }
 
 /// Every byte is compared, also after the first difference.

@@ -27,8 +27,42 @@ using Tavola::RenderedPage;
 
 namespace
 {
-/// The widget that shows a file warns of its faults; the library's own messages are dropped.
-void ignoreMessage(const QString& /*message*/, const QVariant& /*closure*/) {}
+/// What the library's messages say of JPEG 2000 pictures, which it decodes as a whole and leaves out when it fails.
+struct Pictures
+{
+    bool areLeftOut = false;
+    bool areTooLarge = false;
+};
+
+Pictures& pictures()
+{
+    static Pictures instance;
+    return instance;
+}
+
+/// The widget that shows a file warns of its faults; the library's own messages are not printed.
+void readMessage(const QString& message, const QVariant& /*closure*/)
+{
+    if (message.contains(QLatin1String("opening JPX Stream.")))
+        pictures().areLeftOut = true;
+    else if (message.contains(QLatin1String("exceeds system limits")) || message.contains(QLatin1String("memory")))
+        pictures().areTooLarge = true;
+}
+
+/// Empty when nothing is missing on the page.
+QString remarkOn(int page, const char* megabytes)
+{
+    if (!pictures().areLeftOut)
+        return {};
+    if (!pictures().areTooLarge)
+        return QStringLiteral("page %1 is shown without a JPEG 2000 picture that is damaged; save the document anew")
+            .arg(page + 1);
+    return QStringLiteral(
+               "page %1 is shown without a JPEG 2000 picture that needs more than the limit of %2 MB to decode; make it "
+               "smaller, or save it as JPEG")
+        .arg(page + 1)
+        .arg(QString::fromLatin1(megabytes));
+}
 
 void limit(__rlimit_resource resource, rlim_t most)
 {
@@ -85,8 +119,10 @@ int main(int argc, char** argv)
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // these reserve terabytes
     limit(RLIMIT_AS, rlim_t(std::max(64, std::atoi(argv[4]))) << 20);
 #endif
-    Poppler::setDebugErrorFunction(ignoreMessage, QVariant());
-    const QByteArray answer = render(QString::fromLocal8Bit(argv[1]), std::atoi(argv[2]), std::atoi(argv[3])).toBytes();
+    Poppler::setDebugErrorFunction(readMessage, QVariant());
+    RenderedPage page = render(QString::fromLocal8Bit(argv[1]), std::atoi(argv[2]), std::atoi(argv[3]));
+    page.remark = remarkOn(page.page, argv[4]);
+    const QByteArray answer = page.toBytes();
     const bool isWritten = std::fwrite(answer.constData(), 1, std::size_t(answer.size()), stdout) == std::size_t(answer.size())
         && std::fflush(stdout) == 0;
     ::_exit(isWritten ? 0 : 1); // the system frees what the libraries keep

@@ -7,9 +7,11 @@
 
 #include <doctest/doctest.h>
 
+#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTimer>
 
 #include <algorithm>
 #include <atomic>
@@ -50,6 +52,17 @@ struct Fixture
     LoopbackHttpServer server;
 };
 
+/// The timers of this thread that run.
+std::vector<int> runningTimers()
+{
+    constexpr int kMostTimers = 4096; // Qt numbers them from 1 and uses numbers again
+    std::vector<int> running;
+    for (int id = 1; id <= kMostTimers; ++id)
+        if (QAbstractEventDispatcher::instance()->remainingTime(id) >= 0)
+            running.push_back(id);
+    return running;
+}
+
 const QByteArray kHost = "Host: 127.0.0.1\r\n";
 }
 
@@ -67,6 +80,22 @@ TEST_CASE("loopback server: a request reaches the handler with path, query and b
     CHECK(f.requests[0].query.queryItemValue(QStringLiteral("count")) == "3");
     CHECK(f.requests[0].query.queryItemValue(QStringLiteral("dt")) == "0.5");
     CHECK(f.requests[0].query.queryItemValue(QStringLiteral("name"), QUrl::FullyDecoded) == "ü");
+}
+
+TEST_CASE("loopback server: waits for requests without a timer of the main thread, ahead of the first one and between them")
+{
+    const std::vector<int> before = runningTimers();
+    Fixture f;
+    CHECK(runningTimers() == before);
+    HttpTalk talk(f.server.port());
+    for (int i = 0; i < 2; ++i) {
+        talk.send("GET /a HTTP/1.1\r\n" + kHost + "\r\n");
+        CHECK(talk.reply().status == 200);
+        CHECK(runningTimers() == before);
+    }
+    QTimer timer; // what the check finds
+    timer.start(1000000);
+    CHECK(runningTimers().size() == before.size() + 1);
 }
 
 TEST_CASE("loopback server: a connection serves one request after the other")

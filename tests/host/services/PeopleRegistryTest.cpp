@@ -210,7 +210,11 @@ TEST_CASE("people registry: where no file can be, the reason is reported")
           == QStringLiteral(
                  "cannot make the folder %1; check that all above it are folders, and let this user write the last of them")
                  .arg(file));
-    CHECK(refusal(folder.path()).startsWith(QStringLiteral("cannot open ") + folder.path()));
+    CHECK(refusal(folder.path())
+          == folder.path()
+              + QStringLiteral(
+                  " cannot be used as the registry of people (it is a folder); only an ordinary file can be a database: "
+                  "give it another place"));
     // Not even the superuser can make files there.
     CHECK(refusal(QStringLiteral("/proc/people.sqlite")).startsWith(QStringLiteral("cannot open /proc/people.sqlite (")));
 }

@@ -6,7 +6,12 @@
 
 #include <doctest/doctest.h>
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QStringList>
+
+#include <sys/stat.h>
 
 using namespace Host;
 
@@ -110,4 +115,21 @@ TEST_CASE("sqlite schema: a file that another program keeps locked is refused, o
     }
     CHECK(bench.prepare(2));
     SqliteConnection::setLockWaitMs(waitBefore);
+}
+
+TEST_CASE("sqlite schema: a folder or a pipe in place of the file is refused with its reason, and stays")
+{
+    Bench bench;
+    REQUIRE(QDir().mkpath(bench.path));
+    CHECK_FALSE(bench.prepare(1));
+    CHECK(bench.error
+          == bench.path
+              + " cannot be used as a file of cards (it is a folder); only an ordinary file can be a database: give it another "
+                "place");
+    CHECK(QFileInfo(bench.path).isDir());
+    REQUIRE(QDir().rmdir(bench.path));
+    REQUIRE(::mkfifo(QFile::encodeName(bench.path).constData(), 0600) == 0);
+    CHECK_FALSE(bench.prepare(1));
+    CHECK(bench.error.contains("(it is a pipe or a device)"));
+    CHECK(bench.changes.empty());
 }

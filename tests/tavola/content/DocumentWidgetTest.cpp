@@ -187,6 +187,47 @@ TEST_CASE("document: a file that cannot be shown is one warning, and a note that
     }
 }
 
+TEST_CASE("document: a page that lacks a picture is shown, with one warning that says why")
+{
+    Documents table;
+    const QString path = table.path(QStringLiteral("lacking.pdf"));
+    PdfFile::writeBytes(path, R"(%PDF-1.5
+1 0 obj
+<< /Type /Catalog /Pages 2 0 R >>
+endobj
+2 0 obj
+<< /Type /Pages /Kids [3 0 R] /Count 1 >>
+endobj
+3 0 obj
+<< /Type /Page /Parent 2 0 R /MediaBox [0 0 200 100] /Contents 4 0 R /Resources << /XObject << /I 5 0 R >> >> >>
+endobj
+4 0 obj
+<< /Length 29 >>
+stream
+q 200 0 0 100 0 0 cm /I Do Q
+endstream
+endobj
+5 0 obj
+<< /Type /XObject /Subtype /Image /Width 9 /Height 9 /ColorSpace /DeviceRGB /BitsPerComponent 8 /Filter /JPXDecode /Length 4 >>
+stream
+none
+endstream
+endobj
+trailer
+<< /Root 1 0 R >>
+)");
+    expectWarning("DocumentWidget # " + path.toStdString()
+                  + ": page 1 is shown without a JPEG 2000 picture that is damaged; save the document anew");
+    for (int i = 0; i < 2; ++i) { // the second one warns of nothing any more
+        const auto widget = table.widget(path);
+        CHECK(table.host.frameUntil([&] { return widget->isLoaded(); }));
+        CHECK_FALSE(widget->hasPseudoClass("failed"));
+        CHECK_FALSE(Documents::text(*widget, "document-note").isVisible());
+        widget->removeFromParent();
+        table.host.frame();
+    }
+}
+
 TEST_CASE("document: a source that works takes the note away")
 {
     Documents table;

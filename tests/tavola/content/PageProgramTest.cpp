@@ -103,13 +103,27 @@ TEST_CASE("page program: a small file with a huge picture in it takes the memory
     const QString path = place.write(document("q 200 0 0 100 0 0 cm /I Do Q", hugePicture(14000))); // 2.4 GB without a limit
     PageLimits limits;
     limits.megabytes = 500;
-    (void)renderPage({path, 0, 400}, limits, isWanted);
+    const RenderedPage page = renderPage({path, 0, 400}, limits, isWanted);
+    CHECK_FALSE(page.image.isNull());
+    CHECK(page.error.isEmpty());
+    CHECK(
+        page.remark
+        == "page 1 is shown without a JPEG 2000 picture that needs more than the limit of 500 MB to decode; make it smaller, or "
+           "save it as JPEG");
     rusage used = {};
     REQUIRE(::getrusage(RUSAGE_CHILDREN, &used) == 0);
     CHECK(used.ru_maxrss / 1024 < 500);
     // Other documents fit.
     PdfFile::write(path, {Qt::red});
-    CHECK_FALSE(renderPage({path, 0, 400}, limits, isWanted).image.isNull());
+    const RenderedPage other = renderPage({path, 0, 400}, limits, isWanted);
+    CHECK_FALSE(other.image.isNull());
+    CHECK(other.remark.isEmpty());
+    // A picture that is only odd is drawn: the first attempts of the library fail for it as well.
+    place.write(document("q 200 0 0 100 0 0 cm /I Do Q", hugePicture(100)));
+    CHECK(renderPage({path, 0, 400}, limits, isWanted).remark.isEmpty());
+    place.write(document("q 200 0 0 100 0 0 cm /I Do Q", hugePicture(100).replace("\xff\x5c", "\xff\x00")));
+    CHECK(renderPage({path, 0, 400}, limits, isWanted).remark
+          == "page 1 is shown without a JPEG 2000 picture that is damaged; save the document anew");
 }
 
 TEST_CASE("page program: a page for which there is no memory is a failure")

@@ -30,6 +30,13 @@ TEST_CASE("rendered page: comes out of its bytes as it went in")
     CHECK(read.page == 4);
     CHECK(read.pageCount == 9);
     CHECK(read.error.isEmpty());
+    CHECK(read.remark.isEmpty());
+
+    RenderedPage lacking = some();
+    lacking.remark = QStringLiteral("without a picture");
+    REQUIRE(read.readBytes(lacking.toBytes()));
+    CHECK(read.remark == lacking.remark);
+    CHECK(read.error.isEmpty());
 
     RenderedPage none;
     none.error = QStringLiteral("späť");

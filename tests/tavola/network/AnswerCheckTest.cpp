@@ -145,6 +145,53 @@ TEST_CASE_FIXTURE(Fixture, "answer check: a picture is judged by what it announc
     CHECK(reply.readAll() == "no picture");
 }
 
+TEST_CASE_FIXTURE(Fixture,
+                  "answer check: of pictures only the usual kinds are decoded, whatever kinds the machine has decoders for")
+{
+    // As a drawing would be, whose decoder reads the files that it names.
+    const QByteArray map = "P6 2 1 255 abcdef";
+    REQUIRE_FALSE(QImage::fromData(map).isNull());
+    const Server server(sends(map));
+    expectWarning(server.said("a picture of this kind (ppm) is not decoded; let the server send PNG or JPEG"));
+    QNetworkReply& refused = load(server.url(), pictures);
+    CHECK(refused.error() == QNetworkReply::UnknownContentError);
+    CHECK(refused.bytesAvailable() == 0);
+    // Where no picture is expected it is an answer like any other.
+    CHECK(load(server.url()).readAll() == map);
+
+    for (const char* format : {"PNG", "JPEG", "BMP"}) {
+        CAPTURE(format);
+        QImage image(3, 2, QImage::Format_RGB32);
+        image.fill(Qt::red);
+        QBuffer buffer;
+        buffer.open(QIODevice::WriteOnly);
+        REQUIRE(image.save(&buffer, format));
+        const Server usual(sends(buffer.data()));
+        CHECK(load(usual.url(), pictures).error() == QNetworkReply::NoError);
+    }
+}
+
+TEST_CASE_FIXTURE(Fixture, "answer check: a picture for which the temporary folder has no room is an error with the remedy")
+{
+    const Server server(sends(png(30, 20)));
+    const QByteArray before = qgetenv("TMPDIR");
+    qputenv("TMPDIR", "/proc"); // a file system without any room
+    expectWarning(server.said("there is no room to keep the picture in /proc; make room on that disk"));
+    CHECK(load(server.url(), pictures).error() == QNetworkReply::UnknownContentError);
+    CHECK(load(server.url()).error() == QNetworkReply::NoError); // which is kept in no file
+    const Server text(sends("no picture"));
+    TestSupport::expectWarningStartingWith("Network # " + text.url().toString().toStdString()
+                                           + " is no picture that can be read");
+    CHECK(load(text.url(), pictures).error() == QNetworkReply::NoError);
+    qputenv("TMPDIR", "/nowhere");
+    CHECK(load(server.url(), pictures).error() == QNetworkReply::NoError);
+    if (before.isEmpty())
+        qunsetenv("TMPDIR");
+    else
+        qputenv("TMPDIR", before);
+    CHECK(load(server.url(), pictures).error() == QNetworkReply::NoError);
+}
+
 TEST_CASE_FIXTURE(Fixture, "answer check: a server that falls silent, or trickles, is not waited for")
 {
     Tavola::NetworkLimits limits;

@@ -202,10 +202,16 @@ void DocumentWidget::DocumentPrivate::answered(const PdfPages::Outcome& outcome)
     const bool hasFailed = image.isNull();
     setShown(*note, hasFailed);
     host.setPseudoClass("failed", hasFailed);
-    if (hasFailed) {
-        const QString told = QStringLiteral("%1: %2").arg(source.value(), outcome.error);
-        if (const auto application = Tavola::instance(); application && application->part<PdfPages>().isFirstFailure(told))
+    const QString fault = hasFailed ? outcome.error : outcome.remark;
+    const QString told = QStringLiteral("%1: %2").arg(source.value(), fault);
+    const auto application = Tavola::instance();
+    if (!fault.isEmpty() && application && application->part<PdfPages>().isFirstFailure(told)) {
+        if (hasFailed)
             Bedrock::Trace::warning("DocumentWidget # Cannot show %s; a note stands in its place", qUtf8Printable(told));
+        else
+            Bedrock::Trace::warning("DocumentWidget # %s", qUtf8Printable(told));
+    }
+    if (hasFailed) {
         showPageText();
         return;
     }

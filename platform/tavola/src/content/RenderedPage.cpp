@@ -19,7 +19,8 @@ QByteArray RenderedPage::toBytes() const
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
     stream.setVersion(kLayout);
-    stream << error << pageSize << qint32(page) << qint32(pageCount) << qint32(pixels.width()) << qint32(pixels.height());
+    stream << error << remark << pageSize << qint32(page) << qint32(pageCount) << qint32(pixels.width())
+           << qint32(pixels.height());
     // Rows of four bytes a pixel have no padding.
     return bytes.append(reinterpret_cast<const char*>(pixels.constBits()), int(pixels.sizeInBytes()));
 }
@@ -31,7 +32,7 @@ bool RenderedPage::readBytes(const QByteArray& bytes)
     qint32 height = 0;
     QDataStream stream(bytes);
     stream.setVersion(kLayout);
-    stream >> read.error >> read.pageSize >> read.page >> read.pageCount >> width >> height;
+    stream >> read.error >> read.remark >> read.pageSize >> read.page >> read.pageCount >> width >> height;
     if (stream.status() != QDataStream::Ok || width < 0 || height < 0 || width > kMostPixels || height > kMostPixels)
         return false;
     const qint64 head = stream.device()->pos();

@@ -14,6 +14,7 @@ struct RenderedPage
 
     QImage image; ///< null when the page cannot be shown
     QString error;
+    QString remark;  ///< what a page that is shown lacks, with the remedy; empty when it is whole
     QSizeF pageSize; ///< points
     int page = 0;
     int pageCount = 0;

@@ -4,6 +4,12 @@
 #include <Trellis/PictureHeader.hpp>
 
 #include <QBuffer>
+#include <QDir>
+#include <QFile>
+#include <QImageReader>
+#include <QList>
+
+#include <sys/statvfs.h>
 
 #include <algorithm>
 
@@ -13,12 +19,36 @@ namespace
 {
 using End = HttpAnswer::End;
 
-Trellis::PictureHeader headerOf(const QByteArray& body)
+/// A body as a picture.
+struct Announced
 {
+    Trellis::PictureHeader header; ///< without a format for what is no picture
+    QByteArray refusedFormat;      ///< of a picture that is not decoded
+};
+
+Announced announcedBy(const QByteArray& body)
+{
+    // Pictures of points alone: a drawing may name other files, which its decoder reads as soon as it is asked for the size.
+    static const QList<QByteArray> formats = {"bmp", "gif", "ico", "jpeg", "png", "webp"};
     QBuffer buffer;
     buffer.setData(body);
     buffer.open(QIODevice::ReadOnly);
-    return Trellis::PictureHeader::of(buffer);
+    const QByteArray format = QImageReader::imageFormat(&buffer);
+    if (formats.contains(format))
+        return {Trellis::PictureHeader::of(buffer), {}};
+    return {{}, format};
+}
+
+/// Whether the disk has room for the file that a downloaded picture is kept in: one that is cut off would be shown from then on.
+bool hasRoomFor(const QSize& picture, const QString& folder)
+{
+    constexpr double kBytesPerPixel = 4.0;
+    constexpr double kHeadBytes = 65536.0;
+    struct statvfs disk = {};
+    if (::statvfs(QFile::encodeName(folder).constData(), &disk) != 0)
+        return true; // what is wrong with the folder shows when the file is written
+    const double needed = double(picture.width()) * picture.height() * kBytesPerPixel + kHeadBytes;
+    return double(disk.f_bavail) * double(disk.f_frsize) >= needed;
 }
 
 void warn(const QUrl& url, const QString& what)
@@ -102,7 +132,12 @@ NetworkAnswer checkedAnswer(const QUrl& url, const HttpAnswer& answer, const Net
 {
     if (answer.end != End::Whole)
         return unfinishedAnswer(url, answer, limits);
-    const Trellis::PictureHeader header = headerOf(answer.body);
+    const Announced announced = announcedBy(answer.body);
+    const Trellis::PictureHeader& header = announced.header;
+    if (content == NetworkContent::Pictures && !announced.refusedFormat.isEmpty())
+        return refusedAnswer(url, QNetworkReply::UnknownContentError,
+                             QStringLiteral("a picture of this kind (%1) is not decoded; let the server send PNG or JPEG")
+                                 .arg(QString::fromLatin1(announced.refusedFormat)));
     const QSize size = header.size;
     if (std::max(size.width(), size.height()) > limits.largestPicturePx)
         return refusedAnswer(url, QNetworkReply::UnknownContentError,
@@ -110,6 +145,10 @@ NetworkAnswer checkedAnswer(const QUrl& url, const HttpAnswer& answer, const Net
                                  .arg(size.width())
                                  .arg(size.height())
                                  .arg(limits.largestPicturePx));
+    const bool isShown = content == NetworkContent::Pictures && !size.isEmpty();
+    if (const QString folder = QDir::tempPath(); isShown && !hasRoomFor(size, folder))
+        return refusedAnswer(url, QNetworkReply::UnknownContentError,
+                             QStringLiteral("there is no room to keep the picture in %1; make room on that disk").arg(folder));
     NetworkAnswer result;
     result.url = url;
     result.status = answer.status;

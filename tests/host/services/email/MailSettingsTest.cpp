@@ -4,9 +4,12 @@
 
 #include <doctest/doctest.h>
 
+#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QStringList>
+
+#include <sys/stat.h>
 
 using namespace Host;
 
@@ -141,6 +144,25 @@ TEST_CASE("mail settings: what is wrong costs that entry only")
     CHECK(reading.complaints[3] == "template: there is no file /none.txt");
     CHECK(reading.complaints[4] == "timeoutSeconds: expected a number above 0 and up to 86400");
     CHECK(reading.complaints[5] == "retrySeconds: expected a number above 0 and up to 3600");
+}
+
+TEST_CASE("mail settings: a template or a password file that is a pipe is refused with its reason, and a huge template unread")
+{
+    const Folder folder;
+    REQUIRE(::mkfifo(QFile::encodeName(folder.path("pipe")).constData(), 0600) == 0);
+    const QString large = folder.write("large.txt", "x");
+    REQUIRE(QFile::resize(large, (1 << 20) + 1));
+    const Reading reading =
+        read("{" + kLeast + R"(, "template": "pipe", "htmlTemplate": "large.txt", "credentials": "pipe"})", folder.path());
+    REQUIRE(reading.settings);
+    const QString pipe = folder.path("pipe") + " is no file, but a folder, a pipe or a device; name a file";
+    CHECK(reading.complaints
+          == QStringList{"credentials: " + pipe, "template: " + pipe,
+                         "htmlTemplate: cannot read " + large + " (it has 1.0 MiB, the limit is 1 MiB)"});
+    QString error;
+    CHECK_FALSE(MailCredentials::load(folder.path("pipe"), error).has_value());
+    CHECK(error
+          == "cannot read " + folder.path("pipe") + " (it is a pipe or a device; save what it gives in a file and name that)");
 }
 
 TEST_CASE("mail credentials: the first two lines of a file are user and password")
