@@ -105,6 +105,28 @@ TEST_CASE("typed attribute: an enumeration is written by name, in any case of le
     CHECK(mode == Mode::Email);
 }
 
+TEST_CASE("typed attribute: a style value can be read without being set, and each layer by itself")
+{
+    Facet::Node node;
+    AttributeT<Mode> mode(&node, "collection-mode", {{"email", Mode::Email}, {"upload", Mode::Upload}}, Mode::Email);
+    QString text;
+    QString error;
+    CHECK(mode.textOf(ident("UPLOAD"), text, &error));
+    CHECK(text == QStringLiteral("upload"));
+    CHECK_FALSE(mode.textOf(ident("nowhere"), text, &error));
+    CHECK(error == QStringLiteral("expected one of email, upload"));
+    CHECK(mode == Mode::Email);
+    AttributeT<float> width(&node, "width", 1.f);
+    CHECK(width.layerText(Facet::kUserLayer) == QStringLiteral("1"));
+    width.setValue(2.f, Facet::kStyleLayer);
+    width.setValue(3.f);
+    CHECK(width.layerText(Facet::kDefaultLayer) == QStringLiteral("1"));
+    CHECK(width.layerText(Facet::kStyleLayer) == QStringLiteral("2"));
+    CHECK(width.layerText(Facet::kUserLayer) == QStringLiteral("3"));
+    width.clearValue(Facet::kStyleLayer);
+    CHECK(width.layerText(Facet::kStyleLayer) == QStringLiteral("1"));
+}
+
 TEST_CASE("typed attribute: an enumeration notifies on a change of the visible value only")
 {
     Facet::Node node;

@@ -65,12 +65,19 @@ public:
     virtual bool setStyleValue(const StyleValue& value, int layer, QString* error) = 0;
     /// Whether `setStyleValue` would succeed. If not, `error` says what was expected.
     [[nodiscard]] bool accepts(const StyleValue& value, QString* error) const { return declaration().accepts(value, error); }
+    /// What that value would become, as `toText` writes it. False, as above, when it does not fit.
+    [[nodiscard]] bool textOf(const StyleValue& value, QString& text, QString* error) const
+    {
+        return declaration().textOf(value, text, error);
+    }
     /// Whether values of the one can become values of the other.
     [[nodiscard]] bool isOfSameType(const Attribute& other) const { return declaration().type() == other.declaration().type(); }
     /// Sets on the style layer the value that style sheets or its default give `source`, which has the same type.
     virtual void takeStyledValue(const Attribute& source) = 0;
     /// The visible value as text, for tools: what a style sheet says, but texts without quotes.
     [[nodiscard]] virtual QString toText() const = 0;
+    /// As above of the value of one layer, or of the one below it that is set.
+    [[nodiscard]] virtual QString layerText(int layer) const = 0;
     /// As above of the value that was given at run time, or else the default, whatever style sheets say.
     [[nodiscard]] virtual QString givenText() const = 0;
 

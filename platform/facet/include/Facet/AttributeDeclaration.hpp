@@ -26,6 +26,8 @@ public:
     [[nodiscard]] const void* type() const noexcept { return m_type; }
     /// Whether a style sheet's value can become one of this type. If not, `error` (may be null) says what was expected.
     [[nodiscard]] virtual bool accepts(const StyleValue& value, QString* error) const = 0;
+    /// What a style sheet's value becomes, as `Attribute::toText` writes it. False, as above, where it cannot become one.
+    [[nodiscard]] virtual bool textOf(const StyleValue& value, QString& text, QString* error) const = 0;
     /// Whether some declaration of that name accepts the value, or there is none. If not, `error` (may be null) is what one says.
     [[nodiscard]] static bool anyAccepts(AttributeName name, const StyleValue& value, QString* error);
     /// Whether several attributes use it.
@@ -68,6 +70,14 @@ public:
     {
         T ignored{};
         return ValueNotation<T>::read(m_names, value, ignored, error);
+    }
+    [[nodiscard]] bool textOf(const StyleValue& value, QString& text, QString* error) const override
+    {
+        T converted{};
+        if (!ValueNotation<T>::read(m_names, value, converted, error))
+            return false;
+        text = ValueNotation<T>::write(m_names, converted);
+        return true;
     }
     [[nodiscard]] const T& defaultValue() const noexcept { return m_defaultValue; }
     [[nodiscard]] const Names& names() const noexcept { return m_names; }

@@ -114,6 +114,12 @@ public:
         setValue(T(same.value(same.hasValue(kStyleLayer) ? kStyleLayer : kDefaultLayer)), kStyleLayer);
     }
     [[nodiscard]] QString toText() const override { return Notation::write(declared().names(), m_value); }
+    [[nodiscard]] QString layerText(int layer) const override
+    {
+        while (layer > kDefaultLayer && !hasValue(layer))
+            --layer;
+        return Notation::write(declared().names(), value(layer));
+    }
     [[nodiscard]] QString givenText() const override
     {
         return Notation::write(declared().names(), value(hasValue(kUserLayer) ? kUserLayer : kDefaultLayer));
