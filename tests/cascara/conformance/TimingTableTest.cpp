@@ -89,9 +89,21 @@ TEST_CASE("timing table: what CSS Transitions says of durations, delays and list
          {"Panel { transition: width 2s linear -1s } .after { width: 1000px }", "1000"},
          {".n { --t: 2s; width: 0px; transition: width var(--t) linear -1s } .after { width: 1000px }", "500"},
          {".n { width: 0px; transition: width calc(1s + 1s) linear calc(-1 * 1s) } .after { width: 1000px }", "500"},
-         {".n { width: 0px; transition: inherit } Panel { transition: width 2s linear -1s } .after { width: 1000px }", "500",
-          "a list of transitions is not taken from the parent"},
+         {".n { width: 0px; transition: inherit } Panel { transition: width 2s linear -1s } .after { width: 1000px }", "500"},
          {".n { width: 0px; transition-property: width; transition-duration: 2s; transition-delay: -1s; "
           "transition-timing-function: linear } .after { width: 1000px }",
-          "500", "a list of transitions is written as a whole", 4}});
+          "500"},
+         {".n { width: 0px; transition-property: opacity, width; transition-duration: 9s, 2s; transition-delay: -1s; "
+          "transition-timing-function: linear } .after { width: 1000px }",
+          "500"},
+         {".n { width: 0px; transition-duration: 2s; transition-delay: -1s; transition-timing-function: linear } "
+          ".after { width: 1000px }",
+          "500"},
+         {".n { width: 0px; transition: width 2s linear -1s; transition-delay: -0.5s } .after { width: 1000px }", "250"},
+         {".n { width: 0px; transition-delay: -0.5s; transition: width 2s linear -1s } .after { width: 1000px }", "500"},
+         {".n { width: 0px; transition-property: none; transition-duration: 2s; transition-delay: -1s } "
+          ".after { width: 1000px }",
+          "1000"},
+         {".n { width: 0px; transition: width 2s linear -1s; transition-duration: -2s } .after { width: 1000px }", "500", nullptr,
+          1}});
 }

@@ -1,22 +1,31 @@
 #include "motion/TransitionList.hpp"
+#include "motion/MotionShorthand.hpp"
 #include "syntax/Tokenizer.hpp"
 #include "values/ValueParser.hpp"
 
 #include <doctest/doctest.h>
 
 #include <string>
+#include <vector>
 
 using Cascara::TransitionList;
 
 namespace
 {
+/// What `transition: css` says.
 bool read(const char* css, TransitionList& list, QString& error)
 {
     const Cascara::Tokens tokens = Cascara::Tokenizer::run(QString::fromUtf8(css));
     Cascara::ValueParser parser(tokens, QString());
     Facet::StyleValue value;
     REQUIRE(parser.parse(0, int(tokens.list.size()) - 1, value));
-    return TransitionList::read(value, list, error);
+    std::vector<Cascara::Shorthand::Part> parts;
+    if (!Cascara::MotionShorthand::expand("transition", value, parts, error))
+        return false;
+    Cascara::MotionValues values{};
+    for (const auto& part : parts)
+        values[std::size_t(Cascara::motionLonghand(part.attribute))] = &part.value;
+    return TransitionList::read(values, list, error);
 }
 }
 

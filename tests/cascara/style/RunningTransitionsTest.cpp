@@ -272,3 +272,70 @@ TEST_CASE("running transitions: a listener may destroy the node, and change styl
     CHECK(other.width == 100.f);
     CHECK_FALSE(fixture.engine.isMoving());
 }
+
+TEST_CASE("running transitions: the longhands say the same one by one, and each comes from the rule that wins it")
+{
+    MotionFixture fixture("height 9s linear");
+    TestNode& n = fixture.n();
+    fixture.sheet("N { transition-property: width; transition-delay: 0.5s } .n { transition-duration: 1s }");
+    n.addCSSClass("n");
+    n.addCSSClass("far");
+    fixture.engine.advance(1.0);
+    CHECK(n.width == 50.f);
+}
+
+TEST_CASE("running transitions: no duration for the next one leaves one that runs alone, a property that is not named ends it")
+{
+    MotionFixture fixture;
+    TestNode& n = fixture.n();
+    fixture.sheet(".at-once { transition-duration: 0s; transition-delay: 7s } .none { transition-property: none }");
+    n.addCSSClass("far");
+    fixture.engine.advance(0.25);
+    n.addCSSClass("at-once");
+    fixture.engine.advance(0.25);
+    CHECK(n.width == 50.f);
+    n.addCSSClass("none");
+    CHECK(n.width == 100.f);
+    CHECK_FALSE(fixture.engine.isMoving());
+}
+
+TEST_CASE("running transitions: a wrong longhand costs itself, and a list may be that of the parent")
+{
+    MotionFixture fixture;
+    TestNode& n = fixture.n();
+    expectWarning(
+        "StyleEngine # test.css:1:25: transition-duration: expected a time that is not negative, as in 0.2s or 200ms, got "
+        "'soon'; the declaration is skipped");
+    fixture.sheet("N { transition-duration: soon; transition-delay: 0.5s }");
+    n.addCSSClass("far");
+    fixture.engine.advance(1.0);
+    CHECK(n.width == 50.f);
+    fixture.engine.advance(1.0);
+    fixture.sheet("Root { transition: width 4s linear } N { transition: inherit } ");
+    fixture.engine.advance(0.0);
+    n.removeCSSClass("far");
+    fixture.engine.advance(1.0);
+    CHECK(n.width == 75.f);
+}
+
+TEST_CASE("running transitions: holding leaves a run-time value that hides the motion as it is")
+{
+    MotionFixture fixture;
+    TestNode& n = fixture.n();
+    n.addCSSClass("far");
+    fixture.engine.advance(0.25);
+    n.width = 7.f;
+    fixture.engine.hold(n, {"width"});
+    CHECK(n.width == 7.f);
+    CHECK_FALSE(fixture.engine.isMoving());
+}
+
+TEST_CASE("running transitions: rounded steps reach the end in the frame that they are meant to")
+{
+    MotionFixture fixture;
+    fixture.n().addCSSClass("far");
+    for (int i = 0; i < 10; ++i)
+        fixture.engine.advance(0.1);
+    CHECK(fixture.n().width == 100.f);
+    CHECK_FALSE(fixture.engine.isMoving());
+}

@@ -45,12 +45,17 @@ public:
     /// Whether `finishStyling` has something to do.
     [[nodiscard]] bool isStylingUnfinished() const noexcept;
 
-    /// A frame later: transitions move on. What a sheet gives a node in the frame in which it was made, or came to its parent,
-    /// does not move, nor does what changes because of a sheet. To be called once a frame, before anything changes styles.
+    /// A frame later: transitions and keyframe animations move on. What a sheet gives a node in the frame in which it was made,
+    /// or came to its parent, does not move, nor does what changes because of a sheet. To be called once a frame, before anything
+    /// changes styles.
     void advance(double seconds);
-    /// Whether a transition is under way, which changes values in the next frame.
+    /// Begins the keyframe animations of nodes that have come into the tree (below a node that is `:root`), or of which a rule
+    /// named them, since the last call. To be called once a frame, when the layout is up to date: what code reads and writes
+    /// before is at rest.
+    void beginAnimations();
+    /// Whether a transition or an animation is under way or about to begin, which changes values in the next frame.
     [[nodiscard]] bool isMoving() const noexcept;
-    /// Ends the transitions of these attributes of the node: the value that shows becomes the run-time value.
+    /// Ends the transitions and animations of these attributes of the node: the value that shows becomes the run-time value.
     void hold(const Styleable& styleable, std::initializer_list<const char*> attributes);
 
     /// A declaration that matches a node, in the order of the cascade (the last one of a name wins).

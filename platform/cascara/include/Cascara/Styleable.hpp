@@ -73,6 +73,11 @@ public:
 protected:
     /// For the destructor of a class whose children end with it: when they go, those that remain are not restyled.
     void beginStyleEnd() noexcept;
+    /// A keyframe animation writes the style value of the attribute from now on; the value that it has in this call is the one at
+    /// rest. Called again when that changes. Must not change styles.
+    virtual void animationCovers(Facet::Attribute& attribute);
+    /// The value at rest is the style value again.
+    virtual void animationUncovers(Facet::Attribute& attribute);
 
 private:
     friend struct StyleNode;

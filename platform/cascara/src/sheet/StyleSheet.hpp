@@ -1,6 +1,5 @@
 #pragma once
 
-#include "motion/TransitionList.hpp"
 #include "selectors/Selector.hpp"
 #include "sheet/MediaQuery.hpp"
 #include "syntax/Token.hpp"
@@ -29,9 +28,8 @@ struct Declaration
     QByteArray shorthand;
     /// An earlier declaration of the same shorthand reports what is wrong with it.
     bool isFollowing = false;
-    /// Of `transition`, unless there are tokens.
-    std::shared_ptr<const TransitionList> transitions;
-    bool isTransition = false;
+    /// Which longhand of `transition` or `animation` it is (see MotionLonghand); -1 for an attribute.
+    int motionLonghand = -1;
     bool isVariable = false;
     bool isInherited = false; ///< children inherit the attribute
     WideKeyword keyword = WideKeyword::None;
@@ -72,6 +70,22 @@ struct Rule
     }
 };
 
+/// What is in force at one moment of an animation.
+struct Keyframe
+{
+    double offset = 0.0;              ///< share of an iteration, 0 to 1
+    std::shared_ptr<const Rule> rule; ///< without selectors; several moments may share it
+};
+
+/// `@keyframes`. Outlives its sheet while an animation uses it; its declarations do not.
+struct Keyframes
+{
+    QString name;
+    std::vector<Keyframe> frames;            ///< as written
+    std::shared_ptr<const MediaScope> media; ///< null for keyframes that are always in force
+    bool isInForce = true;
+};
+
 struct StyleSheet
 {
     struct Import
@@ -85,6 +99,7 @@ struct StyleSheet
     std::vector<Import> imports;
     /// Rules keep their address.
     std::vector<std::unique_ptr<Rule>> rules;
+    std::vector<std::shared_ptr<Keyframes>> keyframes;
     std::vector<StyleSheetError> errors;
 };
 }

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "sheet/StyleSheet.hpp"
-#include "syntax/Token.hpp"
+#include "sheet/SheetReader.hpp"
 
 #include <memory>
+#include <utility>
 
 namespace Cascara
 {
@@ -16,31 +16,23 @@ public:
                                                            const QString& baseDirectory);
 
 private:
-    StyleSheetParser(Tokens tokens, QString baseDirectory);
+    StyleSheetParser(Tokens tokens, const QString& baseDirectory, StyleSheet& sheet)
+        : m_reader(std::move(tokens), baseDirectory, sheet)
+    {
+    }
 
-    [[nodiscard]] const Token& token(int index) const { return m_tokens.list[std::size_t(index)]; }
-    [[nodiscard]] Token::Kind kind() const { return token(m_position).kind; }
-    /// Moves past the component at hand: a token, or a block or function with all it holds.
-    void skipComponent();
-    void skipBlanks();
+    [[nodiscard]] const Token& token(int index) const { return m_reader.token(index); }
+    [[nodiscard]] Token::Kind kind() const { return m_reader.kind(); }
 
     void parseSheet();
+    void parseNext();
     void parseMedia(const Token& at);
-    void parseAtRule(bool inBlock);
+    void parseAtRule();
     bool parseImport(int first, int end, const Token& at);
     void parseRule();
-    void parseDeclarations(Rule* rule);
-    void parseDeclaration(Rule* rule, int first, int end);
-    static void add(Rule& rule, const QByteArray& attribute, Declaration declaration);
-    static bool addShorthand(Rule& rule, const QByteArray& name, Declaration declaration, QString& expected);
-    bool parseValue(int first, int end, Declaration& declaration, StyleSheetError& wrong);
-    void error(const Token& where, const QString& text);
 
-    Tokens m_tokens;
-    QString m_baseDirectory;
-    std::unique_ptr<StyleSheet> m_sheet;
+    SheetReader m_reader;
     std::shared_ptr<const MediaScope> m_media; ///< around the rule at hand
     int m_mediaDepth = 0;
-    int m_position = 0;
 };
 }

@@ -1,8 +1,8 @@
 #include "style/DeclaredValue.hpp"
 
+#include "sheet/Shorthands.hpp"
 #include "style/StyleEnginePrivate.hpp"
 #include "values/FontSize.hpp"
-#include "values/Shorthand.hpp"
 #include "values/ValueParser.hpp"
 
 #include <Bedrock/Trace.hpp>
@@ -74,7 +74,7 @@ void DeclaredValue::substitute(StyleNode& node)
 bool DeclaredValue::pickPart(Facet::StyleValue& value, QString& expected) const
 {
     std::vector<Shorthand::Part> parts;
-    if (!Shorthand::expand(m_declaration.shorthand, value, parts, expected))
+    if (!expandShorthand(m_declaration.shorthand, value, parts, expected))
         return false;
     for (Shorthand::Part& part : parts)
         if (part.attribute == m_declaration.attribute)

@@ -40,8 +40,8 @@ void setApplied(StyleNode& node, int attribute, int declaration)
 }
 }
 
-NodeStyler::NodeStyler(StyleNode& node, const std::vector<Candidate>& candidates, const Declaration* transition)
-    : m_node(node), m_candidates(candidates), m_restyling(++node.restyling), m_transition(transition)
+NodeStyler::NodeStyler(StyleNode& node, const std::vector<Candidate>& candidates, const MotionDeclarations* motion)
+    : m_node(node), m_candidates(candidates), m_restyling(++node.restyling), m_motion(motion)
 {
     m_node.missing.reset();
 }
@@ -49,6 +49,12 @@ NodeStyler::NodeStyler(StyleNode& node, const std::vector<Candidate>& candidates
 template <class Change>
 void NodeStyler::changeValue(Facet::Attribute& attribute, Change change)
 {
+    if (m_node.isAnimated && restyler().animations().covers(m_node, attribute.nameNumber())) {
+        change();
+        if (isCurrent())
+            restyler().animations().restWritten(m_node, attribute);
+        return;
+    }
     RunningTransitions& transitions = restyler().transitions();
     if (!m_transitions && !transitions.isMoving()) {
         change();
@@ -57,12 +63,12 @@ void NodeStyler::changeValue(Facet::Attribute& attribute, Change change)
     const QString before = attribute.toText();
     change();
     if (isCurrent())
-        transitions.valueWritten(m_node, attribute, before, m_transitions ? m_transitions->find(attribute.name()) : nullptr);
+        transitions.valueWritten(m_node, attribute, before, m_transitions.get());
 }
 
 void NodeStyler::apply()
 {
-    if ((m_transition || restyler().transitions().isMoving()) && !readTransitions())
+    if ((m_motion || m_node.isAnimated || restyler().transitions().isMoving()) && !readMotion())
         return;
     if (!withdraw())
         return;
@@ -82,21 +88,15 @@ void NodeStyler::apply()
 }
 
 /// False when the node is gone or was restyled by an inner round.
-bool NodeStyler::readTransitions()
+bool NodeStyler::readMotion()
 {
-    const TransitionList* list = m_transition ? m_transition->transitions.get() : nullptr;
-    if (m_transition && m_transition->tokens) {
-        const DeclaredValue declared(m_node, *m_transition);
-        QString expected;
-        if (declared.isValid() && declared.keyword() == WideKeyword::None) {
-            if (TransitionList::read(declared.value(), m_ownTransitions, expected))
-                list = &m_ownTransitions;
-            else
-                declared.reportUnfit(expected);
-        }
-    }
-    m_transitions = restyler().mayMove(m_node) ? list : nullptr;
-    restyler().transitions().keepOnly(m_node, list);
+    MotionResolver& resolver = restyler().motion();
+    const auto transitions = m_motion ? resolver.transitions(m_node, *m_motion) : nullptr;
+    const auto animations = m_motion ? resolver.animations(m_node, *m_motion) : nullptr;
+    m_transitions = restyler().mayMove(m_node) ? transitions : nullptr;
+    restyler().transitions().keepOnly(m_node, transitions.get());
+    if (isCurrent() && (animations || m_node.isAnimated))
+        restyler().animations().setAnimations(m_node, animations, restyler().mayBegin(m_node));
     return isCurrent();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "style/Candidate.hpp"
+#include "style/MotionResolver.hpp"
 #include "style/StyleNode.hpp"
 
 #include <vector>
@@ -12,9 +13,8 @@ namespace Cascara
 class NodeStyler
 {
 public:
-    /// `candidates` are ordered by attribute, the winner of each first. `transition` is the declaration of that which won; null
-    /// for none.
-    NodeStyler(StyleNode& node, const std::vector<Candidate>& candidates, const Declaration* transition);
+    /// `candidates` are ordered by attribute, the winner of each first. `motion` is null when nothing is said of motion.
+    NodeStyler(StyleNode& node, const std::vector<Candidate>& candidates, const MotionDeclarations* motion);
 
     /// Withdraws what nothing says any more and writes what the candidates and the nodes above say.
     void apply();
@@ -23,7 +23,7 @@ public:
 
 private:
     [[nodiscard]] bool isCurrent() const { return m_node.owner && m_node.restyling == m_restyling; }
-    bool readTransitions();
+    bool readMotion();
     bool withdraw();
     [[nodiscard]] bool isGiven(int attribute) const;
     void attributeIsMissing(const Candidate* first, const Candidate* end);
@@ -41,9 +41,8 @@ private:
     StyleNode& m_node;
     const std::vector<Candidate>& m_candidates;
     const unsigned m_restyling;
-    const Declaration* m_transition;
-    TransitionList m_ownTransitions;               ///< of a declaration with variables
-    const TransitionList* m_transitions = nullptr; ///< null when nothing may move
+    const MotionDeclarations* m_motion;
+    std::shared_ptr<const TransitionList> m_transitions; ///< null when nothing may move
     std::vector<int> m_changedForChildren;
 };
 }

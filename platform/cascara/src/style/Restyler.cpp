@@ -33,7 +33,7 @@ public:
     {
         m_lists->nodes.clear();
         if (--m_restyler.m_depth == 0)
-            m_restyler.m_retiredSheets.clear();
+            m_restyler.m_sheets.freeRetired();
     }
     [[nodiscard]] Lists& lists() noexcept { return *m_lists; }
 
@@ -61,51 +61,39 @@ void Restyler::addSheets(std::vector<std::unique_ptr<StyleSheet>> sheets)
     // No constructor loads style sheets: the nodes there are have all their attributes.
     for (StyleNode* node : m_nodes)
         node->isNew = false;
-    for (auto& sheet : sheets)
-        m_sheets.push_back(std::move(sheet));
+    m_sheets.add(std::move(sheets));
     rebuildAndRestyle();
 }
 
 void Restyler::clearSheets()
 {
-    for (auto& sheet : m_sheets)
-        m_retiredSheets.push_back(std::move(sheet));
-    m_sheets.clear();
+    m_sheets.retireAll();
     rebuildAndRestyle();
 }
 
 void Restyler::setMedia(const Media& media)
 {
     m_media = media;
-    if (updateRulesInForce())
+    if (m_sheets.updateRulesInForce(media))
         rebuildAndRestyle();
-}
-
-bool Restyler::updateRulesInForce()
-{
-    bool changes = false;
-    for (const auto& sheet : m_sheets)
-        for (const auto& rule : sheet->rules)
-            if (rule->media)
-                changes |= std::exchange(rule->isInForce, rule->media->matches(m_media)) != rule->isInForce;
-    return changes;
 }
 
 void Restyler::rebuildAndRestyle()
 {
     ++m_stillness;
-    updateRulesInForce();
-    m_rules.build(m_sheets);
-    m_invalidation.build(m_sheets);
+    m_sheets.updateRulesInForce(m_media);
+    m_rules.build(m_sheets.all());
+    m_invalidation.build(m_sheets.all());
+    m_motion.clear();
     m_definedVariables.clear();
     m_takenFromParents.clear();
-    m_hasTransitions = false;
+    m_hasMotion = false;
     bool inherits = false;
-    for (const auto& sheet : m_sheets)
+    for (const auto& sheet : m_sheets.all())
         for (const auto& rule : sheet->rules)
             for (const Declaration& declaration : rule->declarations) {
                 inherits = inherits || declaration.mayInherit();
-                m_hasTransitions = m_hasTransitions || declaration.isTransition;
+                m_hasMotion = m_hasMotion || declaration.motionLonghand >= 0;
                 if (declaration.isVariable)
                     m_definedVariables.insert(declaration.attributeNumber);
                 else if (declaration.takesFromParent)
@@ -180,13 +168,14 @@ void Restyler::restyleSubtree(const Styleable& root)
 
 void Restyler::restyleMoved(const Styleable& moved, const NodeFeatures* previous, const NodeFeatures* next)
 {
-    if (m_hasTransitions)
+    if (m_hasMotion)
         markBorn(moved);
     Round round(*this);
     begin(round.lists());
     m_collector.addSubtree(moved);
     m_collector.addAfterRemoval(previous, next);
     m_collector.addAfterInsertion(StyleNode::of(moved));
+    m_animations.end(moved); // a listener may destroy it
     restyleNodes(round.lists());
 }
 
@@ -202,6 +191,13 @@ void Restyler::advance(double seconds)
 {
     ++m_frame;
     m_transitions.advance(seconds, m_media.reducesMotion);
+    m_animations.advance(seconds, m_media.reducesMotion);
+}
+
+void Restyler::beginAnimations()
+{
+    m_sheets.reportMissingKeyframes();
+    m_animations.begin(m_sheets, m_media.reducesMotion);
 }
 
 void Restyler::restyleSiblings(const NodeFeatures* previous, const NodeFeatures* next)
@@ -265,13 +261,15 @@ void Restyler::collectCandidates(Lists& lists) const
 {
     lists.candidates.clear();
     lists.inherits = false;
-    lists.transition = nullptr;
+    lists.motion = {};
+    lists.hasMotion = false;
     int rank = 0;
     for (const bool important : {false, true})
         for (const RuleIndex::Entry* entry : lists.rules)
             for (const Declaration& declaration : entry->rule->declarations)
-                if (declaration.isImportant == important && declaration.isTransition) {
-                    lists.transition = &declaration;
+                if (declaration.isImportant == important && declaration.motionLonghand >= 0) {
+                    lists.motion[std::size_t(declaration.motionLonghand)] = &declaration;
+                    lists.hasMotion = true;
                 } else if (declaration.isImportant == important) {
                     lists.candidates.push_back({&declaration, ++rank});
                     lists.inherits = lists.inherits || declaration.mayInherit();
@@ -283,12 +281,20 @@ void Restyler::collectCandidates(Lists& lists) const
     });
 }
 
+MotionDeclarations Restyler::motionOf(const StyleNode& node) const
+{
+    Lists lists;
+    matchRules(node, lists.rules);
+    collectCandidates(lists);
+    return lists.motion;
+}
+
 void Restyler::restyleNode(StyleNode& node, Lists& lists)
 {
     ++m_counters.nodesRestyled;
     matchRules(node, lists.rules);
     collectCandidates(lists);
-    NodeStyler styler(node, lists.candidates, lists.transition);
+    NodeStyler styler(node, lists.candidates, lists.hasMotion ? &lists.motion : nullptr);
     if (m_mayInherit && (lists.inherits || node.inheritance || node.parentInheritance())) {
         const NodeInheritance::Changes changes = OwnDefinitions(node, lists.candidates).update();
         if (!changes.isEmpty())

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "style/InvalidationIndex.hpp"
+#include "style/LoadedSheets.hpp"
 #include "style/NodeCollector.hpp"
 #include "style/NodeStyler.hpp"
 #include "style/RuleIndex.hpp"
+#include "style/RunningAnimations.hpp"
 #include "style/RunningTransitions.hpp"
 #include "style/StyleNode.hpp"
 
@@ -54,13 +56,21 @@ public:
     void restyleAfterChange(const Styleable& changed, const Feature* first, const Feature* end);
     void restyleAfterChange(const Styleable& changed, Feature feature) { restyleAfterChange(changed, &feature, &feature + 1); }
     [[nodiscard]] RunningTransitions& transitions() noexcept { return m_transitions; }
+    [[nodiscard]] RunningAnimations& animations() noexcept { return m_animations; }
+    [[nodiscard]] MotionResolver& motion() noexcept { return m_motion; }
+    /// What the rules that match the node say of its motion.
+    [[nodiscard]] MotionDeclarations motionOf(const StyleNode& node) const;
+    /// Whether a keyframe animation that is named now begins: one that comes with a sheet does not, but on what is new.
+    [[nodiscard]] bool mayBegin(const StyleNode& node) const { return m_stillness == 0 || node.born == m_frame; }
     /// Whether what changes on the node now may begin a transition: what is new, or comes with a sheet, does not move.
     [[nodiscard]] bool mayMove(const StyleNode& node) const
     {
         return m_stillness == 0 && node.born != m_frame && !m_media.reducesMotion;
     }
-    /// The next frame: transitions move on.
+    /// The next frame: transitions and animations move on.
     void advance(double seconds);
+    /// The end of a frame: animations that wait begin.
+    void beginAnimations();
     /// Whether any sheet defines the variable.
     [[nodiscard]] bool isVariableDefined(int name) const { return m_definedVariables.count(name) > 0; }
     /// Whether any declaration `inherit` takes the attribute from a parent.
@@ -79,15 +89,14 @@ private:
         std::vector<std::shared_ptr<StyleNode>> nodes;
         std::vector<const RuleIndex::Entry*> rules;
         std::vector<Candidate> candidates;
-        const Declaration* transition = nullptr; ///< the one that won
-        bool inherits = false;                   ///< some candidate is a variable, or has to do with the nodes above or below
-        unsigned collection = 0;                 ///< of the nodes, each of which has it until its turn comes
+        MotionDeclarations motion{};
+        bool hasMotion = false;  ///< some declaration is one of motion
+        bool inherits = false;   ///< some candidate is a variable, or has to do with the nodes above or below
+        unsigned collection = 0; ///< of the nodes, each of which has it until its turn comes
     };
     class Round;
 
     void rebuildAndRestyle();
-    /// Returns whether any rule came into force, or is not in force any more.
-    bool updateRulesInForce();
     /// Begins to collect nodes in the lists.
     void begin(Lists& lists);
     void restyleNodes(Lists& lists);
@@ -99,9 +108,7 @@ private:
     void takeBelow(const Styleable& parent, const std::vector<int>& changed, Lists& lists);
 
     std::vector<StyleNode*> m_nodes;
-    std::vector<std::unique_ptr<StyleSheet>> m_sheets;
-    /// Sheets that a listener took away while declarations of theirs were being applied.
-    std::vector<std::unique_ptr<StyleSheet>> m_retiredSheets;
+    LoadedSheets m_sheets;
     Media m_media;
     RuleIndex m_rules;
     InvalidationIndex m_invalidation;
@@ -121,7 +128,9 @@ private:
     std::vector<std::unique_ptr<Lists>> m_lists; ///< by depth of rounds
     int m_depth = 0;
     RunningTransitions m_transitions;
-    bool m_hasTransitions = false; ///< some rule has
+    RunningAnimations m_animations;
+    MotionResolver m_motion;
+    bool m_hasMotion = false; ///< some rule says something of it
     unsigned m_frame = 0;
     int m_stillness = 0; ///< restylings under way in which nothing begins to move
     mutable StyleEngine::Counters m_counters;

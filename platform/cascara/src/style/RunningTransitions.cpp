@@ -10,6 +10,9 @@ namespace Cascara
 {
 namespace
 {
+/// Sums of rounded steps must reach the end in the frame that they are meant to.
+constexpr double kToleranceSeconds = 1e-6;
+
 Facet::Attribute* attributeOf(const StyleNode& node, int attribute)
 {
     return node.owner ? node.owner->node().attributeNumbered(attribute) : nullptr;
@@ -22,6 +25,11 @@ double RunningTransitions::Running::progress() const
     return since <= 0.0 ? 0.0 : transition.timing.at(transition.seconds > 0.0 ? since / transition.seconds : 1.0);
 }
 
+bool RunningTransitions::Running::hasEnded() const
+{
+    return passedSeconds + kToleranceSeconds >= transition.delaySeconds + transition.seconds;
+}
+
 RunningTransitions::Pointer RunningTransitions::find(const StyleNode& node, int attribute) const
 {
     for (const Pointer& running : m_running)
@@ -30,15 +38,21 @@ RunningTransitions::Pointer RunningTransitions::find(const StyleNode& node, int 
     return nullptr;
 }
 
-void RunningTransitions::valueWritten(StyleNode& node, Facet::Attribute& attribute, const QString& before,
-                                      const Transition* transition)
+bool RunningTransitions::moves(const StyleNode& node) const
 {
+    return std::any_of(m_running.begin(), m_running.end(), [&](const Pointer& running) { return running->node.get() == &node; });
+}
+
+void RunningTransitions::valueWritten(StyleNode& node, Facet::Attribute& attribute, const QString& before,
+                                      const TransitionList* transitions)
+{
+    const Transition* const transition = transitions ? transitions->find(attribute.name()) : nullptr;
     const int number = attribute.nameNumber();
     const Pointer old = find(node, number);
     const bool isHidden = attribute.hasValue(Facet::kUserLayer); // what shows does not change
     const QString target = isHidden ? QString() : attribute.toText();
     if (old && !isHidden && target == old->target) {
-        if (transition) { // as far as it has come; its time stays what it was
+        if (transitions && transitions->names(attribute.name())) { // as far as it has come; its time stays what it was
             write(*old);
             return;
         }
@@ -75,9 +89,16 @@ void RunningTransitions::keepOnly(StyleNode& node, const TransitionList* transit
         if (running->node.get() != &node)
             continue;
         const QByteArray name = Facet::NameTable::instance().name(running->attribute);
-        if (!transitions || !transitions->find(name))
+        if (!transitions || !transitions->names(name))
             finish(*running);
     }
+    removeEnded();
+}
+
+void RunningTransitions::finish(StyleNode& node, Facet::Attribute& attribute)
+{
+    if (const Pointer running = find(node, attribute.nameNumber()))
+        finish(*running);
     removeEnded();
 }
 
@@ -106,8 +127,10 @@ void RunningTransitions::hold(StyleNode& node, Facet::Attribute& attribute)
     const Pointer running = find(node, attribute.nameNumber());
     if (!running)
         return;
+    // A run-time value hides what moves: it stays.
+    const bool shows = !attribute.hasValue(Facet::kUserLayer);
     const Facet::StyleValue shown = running->mixer.at(running->progress());
-    if (!attribute.setStyleValue(shown, Facet::kUserLayer, nullptr) || !node.owner)
+    if (shows && (!attribute.setStyleValue(shown, Facet::kUserLayer, nullptr) || !node.owner))
         return;
     finish(*running);
     removeEnded();

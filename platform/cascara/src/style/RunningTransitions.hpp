@@ -14,18 +14,21 @@ namespace Cascara
 class RunningTransitions
 {
 public:
-    /// After the style layer of an attribute was written or cleared: begins a transition from `before`, the text of the value
-    /// that showed, ends the one under way where there is no `transition`, or leaves it alone when it has the same end.
-    /// The node may be gone when this returns.
-    void valueWritten(StyleNode& node, Facet::Attribute& attribute, const QString& before, const Transition* transition);
+    /// After the style layer of an attribute was written or cleared: begins the transition that the list (null: none) has for it
+    /// from `before`, the text of the value that showed, ends the one under way where the list does not name the attribute, or
+    /// leaves it alone when it has the same end. The node may be gone when this returns.
+    void valueWritten(StyleNode& node, Facet::Attribute& attribute, const QString& before, const TransitionList* transitions);
     /// Those of the node that `transitions` (null: none) does not name any more jump to their ends.
     void keepOnly(StyleNode& node, const TransitionList* transitions);
+    /// The one of the attribute, if there is one, jumps to its end.
+    void finish(StyleNode& node, Facet::Attribute& attribute);
 
     /// Moves all on. With `finish` they come to their ends.
     void advance(double seconds, bool finish);
     /// Those of the attribute end; what shows becomes its run-time value.
     void hold(StyleNode& node, Facet::Attribute& attribute);
     [[nodiscard]] bool isMoving() const noexcept { return !m_running.empty(); }
+    [[nodiscard]] bool moves(const StyleNode& node) const;
 
 private:
     struct Running
@@ -42,7 +45,7 @@ private:
         double reversingFactor = 1.0;
 
         [[nodiscard]] double progress() const;
-        [[nodiscard]] bool hasEnded() const { return passedSeconds >= transition.delaySeconds + transition.seconds; }
+        [[nodiscard]] bool hasEnded() const;
     };
     using Pointer = std::shared_ptr<Running>; ///< one may end while it writes
 

@@ -76,17 +76,27 @@ void StyleEngine::advance(double seconds)
     d->restyler.advance(seconds);
 }
 
+void StyleEngine::beginAnimations()
+{
+    d->restyler.beginAnimations();
+}
+
 bool StyleEngine::isMoving() const noexcept
 {
-    return d->restyler.transitions().isMoving();
+    return d->restyler.transitions().isMoving() || d->restyler.animations().isMoving();
 }
 
 void StyleEngine::hold(const Styleable& styleable, std::initializer_list<const char*> attributes)
 {
     const auto node = StyleNode::shared(styleable); // a listener may destroy it
+    if (!node->isAnimated && !d->restyler.transitions().moves(*node))
+        return;
     for (const char* name : attributes)
-        if (Facet::Attribute* attribute = node->owner ? node->owner->node().attribute(name) : nullptr)
+        if (Facet::Attribute* attribute = node->owner ? node->owner->node().attribute(name) : nullptr) {
             d->restyler.transitions().hold(*node, *attribute);
+            if (node->owner)
+                d->restyler.animations().hold(*node, *attribute);
+        }
 }
 
 std::vector<StyleEngine::MatchedDeclaration> StyleEngine::matchedDeclarations(const Styleable& styleable) const

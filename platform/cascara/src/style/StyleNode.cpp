@@ -62,6 +62,15 @@ void StyleNode::unlink()
     place = 1;
 }
 
+bool StyleNode::isInTree() const
+{
+    static const int root = Facet::NameTable::instance().number(QByteArrayLiteral("root"));
+    const NodeFeatures* top = this;
+    while (top->parent)
+        top = top->parent;
+    return contains(top->pseudoClasses, root);
+}
+
 void StyleNode::attributeAdded(Facet::Attribute& attribute)
 {
     if (!owner)

@@ -41,6 +41,8 @@ struct StyleNode final : NodeFeatures, Facet::AttributeObserver
     bool isEnding = false;
     /// In the engine's list of nodes to finish.
     bool isUnfinished = false;
+    /// RunningAnimations has a record of it.
+    bool isAnimated = false;
     /// Grows with each restyling. One that was interrupted by another of the same node sees it and gives up.
     unsigned restyling = 0;
     /// In the engine's list of all nodes.
@@ -74,6 +76,12 @@ struct StyleNode final : NodeFeatures, Facet::AttributeObserver
     /// the next restyling on.
     [[nodiscard]] double fontSize() const;
     [[nodiscard]] double parentFontSize() const;
+
+    /// Whether it stands below a node that is `:root`, or is one.
+    [[nodiscard]] bool isInTree() const;
+    /// As Styleable::animationCovers and animationUncovers.
+    void reportCover(Facet::Attribute& attribute) const { owner->animationCovers(attribute); }
+    void reportUncover(Facet::Attribute& attribute) const { owner->animationUncovers(attribute); }
 
     /// Becomes the last sibling below `parent`'s node, or leaves its siblings.
     void link(const Styleable& parentNode);

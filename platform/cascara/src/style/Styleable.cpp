@@ -68,6 +68,10 @@ void Styleable::beginStyleEnd() noexcept
     d->isEnding = true;
 }
 
+void Styleable::animationCovers(Facet::Attribute&) {}
+
+void Styleable::animationUncovers(Facet::Attribute&) {}
+
 // Each change ends with the restyling: a listener may destroy this object in it.
 
 void Styleable::setCSSType(const QByteArray& type)

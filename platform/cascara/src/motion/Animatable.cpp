@@ -1,0 +1,33 @@
+#include "motion/Animatable.hpp"
+
+#include <Facet/NearestWord.hpp>
+
+#include <QStringList>
+
+#include <algorithm>
+#include <iterator>
+
+namespace Cascara
+{
+namespace
+{
+const char* const kAnimatable[] = {
+    "background-color", "border-color", "border-radius", "border-width", "bottom",     "caret-color",    "color",
+    "font-size",        "font-weight",  "gap",           "height",       "left",       "letter-spacing", "line-height",
+    "location",         "margin",       "max-height",    "max-width",    "min-height", "min-width",      "opacity",
+    "padding",          "right",        "rotation",      "scale",        "top",        "width"};
+}
+
+bool isAnimatable(const QByteArray& attribute)
+{
+    return std::any_of(std::begin(kAnimatable), std::end(kAnimatable), [&](const char* name) { return attribute == name; });
+}
+
+QString nearestAnimatable(const QString& written)
+{
+    QStringList names;
+    for (const char* name : kAnimatable)
+        names.append(QString::fromLatin1(name));
+    return Facet::didYouMean(written, names);
+}
+}

@@ -1,0 +1,80 @@
+#include "style/LoadedSheets.hpp"
+
+#include "motion/AnimationList.hpp"
+#include "style/DeclaredValue.hpp"
+
+#include <Facet/NearestWord.hpp>
+
+#include <utility>
+
+namespace Cascara
+{
+void LoadedSheets::add(Sheets sheets)
+{
+    for (auto& sheet : sheets)
+        m_sheets.push_back(std::move(sheet));
+    m_isChecked = false;
+}
+
+void LoadedSheets::retireAll()
+{
+    for (auto& sheet : m_sheets)
+        m_retired.push_back(std::move(sheet));
+    m_sheets.clear();
+}
+
+bool LoadedSheets::updateRulesInForce(const Media& media)
+{
+    bool changes = false;
+    for (const auto& sheet : m_sheets) {
+        for (const auto& rule : sheet->rules)
+            if (rule->media)
+                changes |= std::exchange(rule->isInForce, rule->media->matches(media)) != rule->isInForce;
+        for (const auto& keyframes : sheet->keyframes)
+            if (keyframes->media)
+                changes |= std::exchange(keyframes->isInForce, keyframes->media->matches(media)) != keyframes->isInForce;
+    }
+    return changes;
+}
+
+std::shared_ptr<const Keyframes> LoadedSheets::findKeyframes(const QString& name) const
+{
+    for (auto sheet = m_sheets.rbegin(); sheet != m_sheets.rend(); ++sheet)
+        for (auto keyframes = (*sheet)->keyframes.rbegin(); keyframes != (*sheet)->keyframes.rend(); ++keyframes)
+            if ((*keyframes)->name == name && (*keyframes)->isInForce)
+                return *keyframes;
+    return nullptr;
+}
+
+QStringList LoadedSheets::keyframeNames() const
+{
+    QStringList names;
+    for (const auto& sheet : m_sheets)
+        for (const auto& keyframes : sheet->keyframes)
+            names.append(keyframes->name);
+    return names;
+}
+
+void LoadedSheets::reportMissingKeyframes()
+{
+    if (std::exchange(m_isChecked, true))
+        return;
+    const QStringList known = keyframeNames();
+    for (const auto& sheet : m_sheets)
+        for (const auto& rule : sheet->rules)
+            for (const Declaration& declaration : rule->declarations) {
+                if (declaration.motionLonghand != int(MotionLonghand::AnimationName) || !declaration.isConstant())
+                    continue;
+                MotionValues values{};
+                values[std::size_t(MotionLonghand::AnimationName)] = &declaration.value;
+                AnimationList list;
+                QString ignored;
+                (void)AnimationList::read(values, list, ignored);
+                for (const Animation& animation : list.all())
+                    if (!known.contains(animation.name))
+                        reportDeclaration(declaration,
+                                          QStringLiteral("there are no @keyframes '%1'%2; nothing moves")
+                                              .arg(animation.name, Facet::didYouMean(animation.name, known)));
+            }
+}
+}
