@@ -51,7 +51,8 @@ enum class Alignment { Left, Center, Right };
 /// its own widget.
 /// Geometry: a point p of the widget lies in the parent at location + rotate(scale * p, rotation): location is the place of
 /// the top left corner, and rotation and scale are about that corner. Angles are radians, clockwise on the screen. Reading
-/// a geometry brings the layout up to date first.
+/// a geometry brings the layout up to date first. While a keyframe animation of a style sheet scales a widget, it does so about
+/// the widget's middle, which stays where it is at rest; in the frame in which the widget enters the tree all is at rest.
 /// Events: "interaction-begin", "interaction-end" (the first finger comes, the last one leaves); "finger-down", "finger-up"
 /// (int64 id, two floats: the place in the widget's coordinates); "single-tap" (two floats: the place; sent to the first
 /// widget upwards that listens); "marker-down", "marker-up" (int64: the marker's id). A handler may remove any widget.
@@ -148,6 +149,8 @@ public:
     void setRotationAboutCenter(float radians);
     void setRotationAboutScenePoint(float radians, Vecta::Vector2f scenePoint);
     [[nodiscard]] float scale() const;
+    /// As above, but what it is without a keyframe animation that is under way. For code that looks for a place.
+    [[nodiscard]] float scaleAtRest() const;
     void setScale(float scale);
     [[nodiscard]] float opacity() const;
     void setOpacity(float opacity);
@@ -191,6 +194,8 @@ protected:
     [[nodiscard]] Vecta::Rect contentBox() const;
     bool makeRareAttributes(int nameNumber) override;
     void attributeChanged(Facet::Attribute& attribute) override;
+    void animationCovers(Facet::Attribute& attribute) override;
+    void animationUncovers(Facet::Attribute& attribute) override;
 
 private:
     /// The engines' way to what they keep of a widget.

@@ -125,7 +125,8 @@ void Application::frame(double dtSeconds)
     guardedInFrame("The layout", [&] {
         d->layout.bringUpToDate(*d->mainLayer);
         destroyRemovedWidgets();
-        // Listeners to positions and destructors may have changed something again.
+        Cascara::StyleEngine::instance().beginAnimations();
+        // Listeners to positions and destructors may have changed something again, and animations have begun.
         d->layout.bringUpToDate(*d->mainLayer);
     });
     d->damage.keepPictures();

@@ -5,8 +5,6 @@
 #include "tree/WidgetEvents.hpp"
 #include "tree/WidgetRecords.hpp"
 
-#include <Cascara/StyleEngine.hpp>
-
 namespace Trellis
 {
 using Bedrock::IntrusivePtr;
@@ -82,9 +80,8 @@ void FingerInput::begin(const Tactile::TrackedObject& object, Widget& hit, Tap t
                 finger.tapPossible = false;
     } else {
         m_motion.stop(receiver);
-        // A finger wins over what style sheets move.
-        if (Cascara::StyleEngine::instance().isMoving())
-            Cascara::StyleEngine::instance().hold(receiver, {"location", "rotation", "scale"});
+        if (WidgetRecords::of(receiver).motion.followsFingers())
+            MotionController::takeOver(receiver);
         if (!isInTree(hit) || !isInTree(receiver))
             return;
         Hold hold{};

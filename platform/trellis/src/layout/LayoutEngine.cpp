@@ -146,7 +146,8 @@ void LayoutEngine::layOut(Widget& widget, const Room& room)
     const Vector2f size = boxSize(widget, room, Sizing::Final);
     const bool resized = size != d.size;
     if (resized) {
-        m_engines.appearanceChanged(widget, Redraw::Widget);
+        // What scales about its middle moves with all that is in it.
+        m_engines.appearanceChanged(widget, d.scaleMoves ? Redraw::Subtree : Redraw::Widget);
         markReachStale(widget);
         d.size = size;
     }
@@ -185,7 +186,7 @@ void LayoutEngine::placeAbsolute(Widget& widget, Widget& child)
     const Vector2f whole = layoutOf(widget).size;
     layOut(child, Room{whole.x, whole.y, false});
     LayoutRecord& c = layoutOf(child);
-    const Vector2f box = c.size * std::max(0.f, c.scale.value());
+    const Vector2f box = c.size * std::max(0.f, c.placingScale());
     const Edges& margin = c.spacing->margin.value();
     const auto along = [&](const Length& near, const Length& far, const Length& marginNear, const Length& marginFar, float extent,
                            float boxExtent) {

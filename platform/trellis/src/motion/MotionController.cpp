@@ -3,6 +3,8 @@
 #include "tree/WidgetEngines.hpp"
 #include "tree/WidgetRecords.hpp"
 
+#include <Cascara/StyleEngine.hpp>
+
 #include <algorithm>
 #include <cmath>
 
@@ -57,8 +59,19 @@ MotionController::Step MotionController::fit(const Vector2f* from, const Vector2
     return step;
 }
 
+void MotionController::takeOver(Widget& widget)
+{
+    LayoutRecord& layout = WidgetRecords::of(widget).layout;
+    const Vector2f corner = widget.mapToParent({});
+    const bool isShifted = layout.cornerShift() != Vector2f();
+    Cascara::StyleEngine::instance().hold(widget, {"location", "rotation", "scale"});
+    if (isShifted)
+        layout.location.setValue(corner);
+}
+
 void MotionController::apply(Widget& widget, const Step& step)
 {
+    takeOver(widget);
     LayoutRecord& layout = WidgetRecords::of(widget).layout;
     const MotionRecord& motion = WidgetRecords::of(widget).motion;
     const Vector2f location = widget.location();

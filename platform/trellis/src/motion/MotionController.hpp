@@ -26,6 +26,8 @@ public:
 
     /// The similarity that fits best to points that were at `from` and are at `to`.
     [[nodiscard]] static Step fit(const Vecta::Vector2f* from, const Vecta::Vector2f* to, int count, bool turns, bool scales);
+    /// A finger wins over what style sheets move: ends that, where it shows. A listener may remove the widget.
+    static void takeOver(Widget& widget);
     /// Applies a step on the run-time layer, as far as the widget may be moved, turned and scaled. Each attribute changes
     /// once. A listener may remove the widget.
     void apply(Widget& widget, const Step& step);

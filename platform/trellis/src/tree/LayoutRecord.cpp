@@ -119,22 +119,44 @@ bool LayoutRecord::isOutOfFlow() const
     return position.value() == Position::Absolute || location.hasValue(Facet::kStyleLayer);
 }
 
+float LayoutRecord::placingScale() const
+{
+    return scaleMoves && !scale.hasValue(Facet::kUserLayer) ? scaleAtRest : scale.value();
+}
+
+Vector2f LayoutRecord::cornerShift() const
+{
+    const bool standsFreely = isOutOfFlow() || location.hasValue(Facet::kUserLayer);
+    return scaleMoves && standsFreely ? size * ((placingScale() - scale.value()) / 2.f) : Vector2f();
+}
+
+bool LayoutRecord::scaleMovesBoxes() const
+{
+    if (!isOutOfFlow())
+        return true;
+    if (scaleMoves)
+        return false;
+    // What is placed by its far edges, or in the middle between two, stands elsewhere when it grows.
+    const Edges& margin = spacing->margin.value();
+    return !insets->right.value().isAuto() || !insets->bottom.value().isAuto() || margin.left.isAuto() || margin.top.isAuto();
+}
+
 Vector2f LayoutRecord::toParent(Vector2f point) const
 {
-    return location.value() + (point * scale.value()).rotated(rotation.value().radians);
+    return location.value() + (cornerShift() + point * scale.value()).rotated(rotation.value().radians);
 }
 
 Vector2f LayoutRecord::fromParent(Vector2f point) const
 {
     const float factor = scale.value();
-    const Vector2f turnedBack = (point - location.value()).rotated(-rotation.value().radians);
+    const Vector2f turnedBack = (point - location.value()).rotated(-rotation.value().radians) - cornerShift();
     // A widget scaled to nothing has no coordinates to map to.
     return factor != 0.f ? turnedBack / factor : Vector2f();
 }
 
 Vecta::Transform LayoutRecord::transformToParent() const
 {
-    return Vecta::Transform::translation(location.value()) * Vecta::Transform::rotation(rotation.value().radians)
+    return Vecta::Transform::translation(toParent({})) * Vecta::Transform::rotation(rotation.value().radians)
         * Vecta::Transform::scaling(scale.value());
 }
 

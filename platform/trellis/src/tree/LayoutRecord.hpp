@@ -62,6 +62,7 @@ struct LayoutRecord
     bool arrangeDirty = true; ///< the children must be placed anew
     bool belowDirty = false;  ///< a widget further down is dirty; set on all its ancestors
     bool movePending = false; ///< waits for its flow location to be written
+    bool scaleMoves = false;  ///< a keyframe animation covers `scale`; written by Widget
     unsigned char nextMeasure = 0;
     Measure measures[2]; ///< the last results of contentSize; a negative width is an empty entry
     Vecta::Vector2f size;
@@ -79,6 +80,7 @@ struct LayoutRecord
     std::vector<Widget*> flowOrder; ///< the children in the order they were added; written by Widget
     Vecta::Vector2f flowLocation;   ///< where the layout wants the widget
     float padLeft = 0.f, padTop = 0.f, padRight = 0.f, padBottom = 0.f; ///< the padding in pixels
+    float scaleAtRest = 1.f;                                            ///< what an animation covers; written by Widget
 
     [[nodiscard]] bool isOutOfFlow() const;
     /// Whether a change of the attribute, a member of this record, changes the size or place of the widget.
@@ -88,6 +90,13 @@ struct LayoutRecord
         return a == &width || a == &height || a == &position || a == &display;
     }
 
+    /// The scale that decides where the middle is: the one at rest while an animation covers it.
+    [[nodiscard]] float placingScale() const;
+    /// From the corner at rest to the one that shows, before rotation, in the parent's pixels. An animation scales about the
+    /// middle, but in the flow, where a widget takes the room that it shows.
+    [[nodiscard]] Vecta::Vector2f cornerShift() const;
+    /// Whether a change of the scale changes where this widget or its siblings stand.
+    [[nodiscard]] bool scaleMovesBoxes() const;
     /// The maps, by the layout as it stands.
     [[nodiscard]] Vecta::Vector2f toParent(Vecta::Vector2f point) const;
     [[nodiscard]] Vecta::Vector2f fromParent(Vecta::Vector2f point) const;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <utility>
 
 // What a widget does in a frame: its operators, its input, and what its attributes change.
 
@@ -169,8 +170,26 @@ void Widget::attributeChanged(Facet::Attribute& attribute)
     if (a == &drawing.overflow)
         requestRedraw();
     // In the flow a widget takes the room that its scale shows.
-    if (layout.shapesBox(attribute) || a == &drawing.overflow || (a == &layout.scale && m_parent))
+    if (layout.shapesBox(attribute) || a == &drawing.overflow || (a == &layout.scale && m_parent && layout.scaleMovesBoxes()))
         invalidateBox(*this);
+}
+
+void Widget::animationCovers(Facet::Attribute& attribute)
+{
+    LayoutRecord& layout = d->layout;
+    if (&attribute != &layout.scale)
+        return;
+    const float before = layout.placingScale();
+    layout.scaleAtRest =
+        layout.scale.value(layout.scale.hasValue(Facet::kStyleLayer) ? Facet::kStyleLayer : Facet::kDefaultLayer);
+    if (std::exchange(layout.scaleMoves, true) && layout.placingScale() != before)
+        invalidateBox(*this);
+}
+
+void Widget::animationUncovers(Facet::Attribute& attribute)
+{
+    if (&attribute == &d->layout.scale)
+        d->layout.scaleMoves = false;
 }
 
 /// One that a group holds, or a class derived from this one.

@@ -49,7 +49,7 @@ Vector2f Widget::centerLocation() const
 
 void Widget::setCenterLocation(Vector2f center)
 {
-    setLocation(center - (size() * (0.5f * scale())).rotated(rotation()));
+    setLocation(center - (size() * (0.5f * d->layout.placingScale())).rotated(rotation()));
 }
 
 float Widget::rotation() const
@@ -74,12 +74,17 @@ void Widget::setRotationAboutScenePoint(float radians, Vector2f scenePoint)
     const Vector2f inParent = m_parent ? m_parent->mapFromScene(scenePoint) : scenePoint;
     const Vector2f arm = mapFromParent(inParent) * scale();
     setRotation(radians);
-    setLocation(inParent - arm.rotated(radians));
+    setLocation(inParent - (arm + d->layout.cornerShift()).rotated(radians));
 }
 
 float Widget::scale() const
 {
     return d->layout.scale.value();
+}
+
+float Widget::scaleAtRest() const
+{
+    return d->layout.placingScale();
 }
 
 void Widget::setScale(float scale)
