@@ -171,7 +171,7 @@ TEST_CASE("image widget: a small picture is not read larger than it is")
     CHECK(widget.image().size() == QSize(20, 10));
 }
 
-TEST_CASE("image widget: a widget that is enlarged a lot gets a sharper picture")
+TEST_CASE("image widget: a widget that is enlarged a lot gets a sharper picture, drawn or not")
 {
     ImageScene scene(kSmall);
     ImageWidget& widget = scene.widget({0, 0, 100, 100});
@@ -179,20 +179,45 @@ TEST_CASE("image widget: a widget that is enlarged a lot gets a sharper picture"
     scene.settle();
     const int before = widget.image().width();
     widget.setScale(1.1f);
-    scene.picture();
     scene.settle();
     CHECK(widget.image().width() == before);
     widget.setScale(6.f);
-    scene.picture();
+    scene.frame();
+    CHECK(scene.app.pendingImages() == 1);
     scene.settle();
     CHECK(widget.image().width() >= 600);
     CHECK(widget.isLoaded());
     // Small again: the sharp one serves as well.
     const int sharp = widget.image().width();
     widget.setScale(0.5f);
-    scene.picture();
     scene.settle();
     CHECK(widget.image().width() == sharp);
+}
+
+TEST_CASE("image widget: one that grows with its parent, or while it is hidden, gets a sharper picture when it shows")
+{
+    ImageScene scene(kSmall);
+    auto& parent = *new Trellis::Widget(&scene.root());
+    place(parent, {0, 0, 100, 100});
+    ImageWidget& widget = scene.widget({0, 0, 100, 100});
+    parent.addChild(widget);
+    widget.load(scene.save("large.png", halves(1600, 1600)));
+    scene.settle();
+    parent.setOpacity(0.f);
+    parent.setScale(3.f);
+    scene.frame();
+    CHECK(scene.app.pendingImages() == 0);
+    parent.setOpacity(1.f);
+    scene.settle();
+    CHECK(widget.image().width() == 512);
+    parent.setScale(6.f);
+    scene.settle();
+    CHECK(widget.image().width() == 1024);
+    // Drawing asks for nothing.
+    const long read = scene.app.counters().imagesRead;
+    (void)scene.picture();
+    scene.settle();
+    CHECK(scene.app.counters().imagesRead == read);
 }
 
 TEST_CASE("image widget: another source replaces the picture, an empty one shows nothing")

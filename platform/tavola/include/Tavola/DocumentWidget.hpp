@@ -30,6 +30,7 @@ public:
     [[nodiscard]] bool isLoaded() const;
 
     void renderContent(Lantern::RenderContext& context) const override;
+    void sceneSizeChanged() override;
 
 protected:
     [[nodiscard]] Vecta::Vector2f contentSize(float availableWidth) const override;

@@ -260,9 +260,12 @@ void DocumentWidget::renderContent(Lantern::RenderContext& context) const
         return;
     const Vecta::Rect target = box.fitting({float(d->image.width()), float(d->image.height())});
     context.drawImage(d->image, target, Vecta::Rect(), d->borderRadius.value());
+}
 
-    // Shown much larger than it was rendered: requests a larger one.
-    if (!d->asked && d->wantedPx() > d->renderedPx)
+void DocumentWidget::sceneSizeChanged()
+{
+    // Shown much larger than it was rendered: a larger page is requested.
+    if (!d->image.isNull() && !d->asked && d->wantedPx() > d->renderedPx)
         d->schedule();
 }
 }

@@ -35,6 +35,7 @@ public:
     [[nodiscard]] QImage image() const;
 
     void renderContent(Lantern::RenderContext& context) const override;
+    void sceneSizeChanged() override;
 
 protected:
     [[nodiscard]] Vecta::Vector2f contentSize(float availableWidth) const override;

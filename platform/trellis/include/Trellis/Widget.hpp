@@ -81,6 +81,11 @@ public:
     /// Draws the widget itself, below its children, in its own coordinates. The base draws background and border.
     virtual void renderContent(Lantern::RenderContext& context) const;
 
+    /// Called at the end of a frame, after the layout, in which the widget shows and its size in the scene may have changed, or
+    /// it was to be drawn anew; drawn or not. Begins what depends on that size: it may queue work, and changes neither attributes
+    /// nor the tree. The base does nothing.
+    virtual void sceneSizeChanged();
+
     [[nodiscard]] InputGrabber& inputGrabber();
     /// With false neither this widget nor anything in it receives input, whatever their styles say.
     void setInputEnabled(bool on);

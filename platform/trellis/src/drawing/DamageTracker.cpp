@@ -218,6 +218,8 @@ void DamageTracker::account(Widget& widget, const Above& above, Redraw extent)
     if (isRepainted)
         damageLayer(layer, drawing.drawnBounds);
     drawing.redrawQueued = drawing.ownRedrawQueued = drawing.subtreeRedrawQueued = false;
+    if (shows)
+        widget.sceneSizeChanged();
     // What is in a picture keeps its place in it. Changes in it have been queued on their own.
     if (isRoot && layer && extent == Redraw::Subtree && !areChildrenRepainted) {
         addReach(*layer, placeBefore);

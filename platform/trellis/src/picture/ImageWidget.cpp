@@ -197,7 +197,10 @@ void ImageWidget::renderContent(Lantern::RenderContext& context) const
         source.y = (imageHeight - source.height) / 2.f;
     }
     context.drawImage(d->image, target, source, WidgetRecords::of(*this).drawing.border->radius.value());
+}
 
+void ImageWidget::sceneSizeChanged()
+{
     // Shown much larger than it was asked for: a larger one is fetched. A smaller one would look no better.
     const int edgePx = d->wanted.edgePx > 0 ? d->wanted.edgePx : kLargestUnknownPx;
     if (d->isRequested && !d->scheduled && !d->isLoading && d->image.width() < d->fullSize.width()

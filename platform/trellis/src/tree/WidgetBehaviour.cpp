@@ -76,6 +76,8 @@ void Widget::setInputEnabled(bool on)
         WidgetEngines::current().dropInput(*this);
 }
 
+void Widget::sceneSizeChanged() {}
+
 void Widget::renderContent(Lantern::RenderContext& context) const
 {
     const DrawingRecord& drawing = d->drawing;
