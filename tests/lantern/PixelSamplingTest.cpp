@@ -41,10 +41,10 @@ TEST_CASE("pixel sampling: at the centre of a pixel it is that pixel, in the mid
         CHECK(row[std::size_t(x)] == picture.at(x, 5));
     sampleRow(row.data(), kWidth - 1, picture.source, {place(0.5), place(5), place(1), 0});
     for (int x = 0; x + 1 < kWidth; ++x)
-        CHECK(qRed(row[std::size_t(x)]) == (qRed(picture.at(x, 5)) + qRed(picture.at(x + 1, 5))) / 2);
+        CHECK(qRed(row[std::size_t(x)]) == (qRed(picture.at(x, 5)) + qRed(picture.at(x + 1, 5)) + 1) / 2);
     sampleRow(row.data(), kHeight - 1, picture.source, {place(7), place(0.5), 0, place(1)});
     for (int y = 0; y + 1 < kHeight; ++y)
-        CHECK(qBlue(row[std::size_t(y)]) == (qBlue(picture.at(7, y)) + qBlue(picture.at(7, y + 1))) / 2);
+        CHECK(qBlue(row[std::size_t(y)]) == (qBlue(picture.at(7, y)) + qBlue(picture.at(7, y + 1)) + 1) / 2);
 }
 
 TEST_CASE("pixel sampling: outside of the part the pixel at its edge goes on")
@@ -62,6 +62,23 @@ TEST_CASE("pixel sampling: outside of the part the pixel at its edge goes on")
     sampleRow(row.data(), 20, picture.source, {place(40), place(-4), 0, place(1)});
     for (int i = 0; i < 20; ++i)
         CHECK(row[std::size_t(i)] == picture.at(9, std::clamp(i - 4, 2, 6)));
+}
+
+TEST_CASE("pixel sampling: no component of a sample exceeds its alpha where none of the picture does")
+{
+    std::mt19937 random(5);
+    Picture picture(random);
+    for (QRgb& pixel : picture.pixels)
+        pixel = qPremultiply(pixel);
+    const auto number = [&](double high) { return high * double(random() % 100000) / 100000.0; };
+    std::vector<QRgb> row(64);
+    for (int i = 0; i < 500; ++i) {
+        sampleRow(row.data(), 40, picture.source, {place(number(30)), place(number(20)), place(number(1)), place(number(1))});
+        for (int x = 0; x < 40; ++x) {
+            const QRgb sample = row[std::size_t(x)];
+            REQUIRE(std::max({qRed(sample), qGreen(sample), qBlue(sample)}) <= qAlpha(sample));
+        }
+    }
 }
 
 TEST_CASE("pixel sampling: a picture without alpha gives opaque pixels")

@@ -1,7 +1,5 @@
 #include "PixelSampling.hpp"
 
-#include "PixelMath.hpp"
-
 #include <algorithm>
 #include <cstddef>
 
@@ -14,19 +12,16 @@ namespace Lantern
 {
 namespace
 {
+/// The lower pixel's largest share, in 1 / 32768.
+constexpr int kMostDown = 32767;
+
 #ifdef LANTERN_HAS_AVX2
 #define LANTERN_AVX2 __attribute__((target("avx2")))
 
-/// From `a` (fraction 0) to `b` (256), in each 16 bits.
-LANTERN_AVX2 inline __m256i mixed(__m256i a, __m256i b, __m256i fraction, __m256i rest)
-{
-    return _mm256_srli_epi16(_mm256_add_epi16(_mm256_mullo_epi16(a, rest), _mm256_mullo_epi16(b, fraction)), 8);
-}
-
-/// Eight places in one direction: the pixel before each, and the share of the one after it, 0..256, in each 16 bits.
+/// Eight places in one direction: the pixel before each, and how far it is to the one after it, in 1 / 65536.
 struct Places
 {
-    __m256i pixel, share;
+    __m256i pixel, fraction;
 };
 
 LANTERN_AVX2 inline Places placesIn(__m256i wanted, int first, int last)
@@ -34,32 +29,42 @@ LANTERN_AVX2 inline Places placesIn(__m256i wanted, int first, int last)
     const __m256i place =
         _mm256_min_epi32(_mm256_max_epi32(wanted, _mm256_set1_epi32(first << kPlaceBits)), _mm256_set1_epi32(last << kPlaceBits));
     const __m256i pixel = _mm256_min_epi32(_mm256_srai_epi32(place, kPlaceBits), _mm256_set1_epi32(last - 1));
-    const __m256i share = _mm256_srli_epi32(_mm256_sub_epi32(place, _mm256_slli_epi32(pixel, kPlaceBits)), 8);
-    return {pixel, _mm256_or_si256(share, _mm256_slli_epi32(share, 16))};
+    return {pixel, _mm256_sub_epi32(place, _mm256_slli_epi32(pixel, kPlaceBits))};
 }
 
-/// The even and the odd components of four pixels, each times its share of the horizontal mix, left and right in turns.
-struct Pairs
+/// The shares of the left and of the right pixel, 128 together, in turns in each 8 bits.
+LANTERN_AVX2 inline __m256i sharesAcross(__m256i fraction)
 {
-    __m256i even, odd;
-};
+    const __m256i right = _mm256_srli_epi32(_mm256_add_epi32(fraction, _mm256_set1_epi32(256)), 9);
+    const __m256i both = _mm256_add_epi32(_mm256_sub_epi32(_mm256_slli_epi32(right, 8), right), _mm256_set1_epi32(128));
+    return _mm256_or_si256(both, _mm256_slli_epi32(both, 16));
+}
 
-/// `index`: of the upper left pixel of each of the four. `order` picks their shares out of eight, each twice.
-LANTERN_AVX2 inline Pairs mixedPairs(const SourcePixels& source, __m128i index, __m256i shareX, __m256i shareY, __m256i order)
+/// The share of the lower pixel, 0..32767, in each 16 bits.
+LANTERN_AVX2 inline __m256i sharesDown(__m256i fraction)
 {
-    const __m256i mask = _mm256_set1_epi32(0xff00ff);
-    const __m256i whole = _mm256_set1_epi16(256);
-    const auto* const bits = reinterpret_cast<const long long*>(source.bits); // NOLINT: what gathering takes
-    const auto* const below = reinterpret_cast<const long long*>(source.bits + source.stride);
-    const __m256i upper = _mm256_i32gather_epi64(bits, index, 4);
-    const __m256i lower = _mm256_i32gather_epi64(below, index, 4);
-    const __m256i down = _mm256_permutevar8x32_epi32(shareY, order);
-    const __m256i up = _mm256_sub_epi16(whole, down);
-    const __m256i right = _mm256_permutevar8x32_epi32(shareX, order);
-    const __m256i across = _mm256_blend_epi32(_mm256_sub_epi16(whole, right), right, 0xaa);
-    const __m256i even = mixed(_mm256_and_si256(upper, mask), _mm256_and_si256(lower, mask), down, up);
-    const __m256i odd = mixed(_mm256_srli_epi16(upper, 8), _mm256_srli_epi16(lower, 8), down, up);
-    return {_mm256_mullo_epi16(even, across), _mm256_mullo_epi16(odd, across)};
+    const __m256i lower = _mm256_min_epi32(_mm256_srli_epi32(fraction, 1), _mm256_set1_epi32(kMostDown));
+    return _mm256_or_si256(lower, _mm256_slli_epi32(lower, 16));
+}
+
+/// Two neighbours of each of four pixels, mixed: each component less 128, times 128. `index`: of the left ones.
+LANTERN_AVX2 inline __m256i mixedNeighbours(const QRgb* bits, __m128i index, __m256i shares)
+{
+    const __m256i inTurns = _mm256_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15, 0, 4, 1, 5, 2, 6, 3, 7, 8, 12,
+                                             9, 13, 10, 14, 11, 15);
+    const auto* const pairs = reinterpret_cast<const long long*>(bits); // NOLINT: what gathering takes
+    const __m256i components = _mm256_shuffle_epi8(_mm256_i32gather_epi64(pairs, index, 4), inTurns);
+    return _mm256_maddubs_epi16(shares, _mm256_xor_si256(components, _mm256_set1_epi8(-128)));
+}
+
+/// Four samples, each component less 128 in 16 bits. `order` picks the shares of the four out of eight, each twice.
+LANTERN_AVX2 inline __m256i fourSamples(const SourcePixels& source, __m128i index, __m256i across, __m256i down, __m256i order)
+{
+    const __m256i right = _mm256_permutevar8x32_epi32(across, order);
+    const __m256i upper = mixedNeighbours(source.bits, index, right);
+    const __m256i lower = mixedNeighbours(source.bits + source.stride, index, right);
+    const __m256i change = _mm256_mulhrs_epi16(_mm256_sub_epi16(lower, upper), _mm256_permutevar8x32_epi32(down, order));
+    return _mm256_mulhrs_epi16(_mm256_add_epi16(upper, change), _mm256_set1_epi16(256));
 }
 
 LANTERN_AVX2 inline __m256i placesFrom(int first, int step)
@@ -70,12 +75,12 @@ LANTERN_AVX2 inline __m256i placesFrom(int first, int step)
 
 LANTERN_AVX2 void sampleRowWidely(QRgb* row, int count, const SourcePixels& source, const SourcePlace& place)
 {
-    // Sums of neighbours come in this order out of two times four pairs.
+    // Packing two times four samples leaves the first halves of both before the second ones.
     const __m256i order = _mm256_setr_epi32(0, 1, 4, 5, 2, 3, 6, 7);
     const __m256i firstFour = _mm256_setr_epi32(0, 0, 1, 1, 4, 4, 5, 5);
     const __m256i lastFour = _mm256_setr_epi32(2, 2, 3, 3, 6, 6, 7, 7);
     const __m256i stride = _mm256_set1_epi32(source.stride);
-    const __m256i mask = _mm256_set1_epi32(0xff00ff);
+    const __m256i middle = _mm256_set1_epi8(-128);
     const __m256i alpha = _mm256_set1_epi32(source.isOpaque ? int(0xff000000u) : 0);
     const __m256i stepX = _mm256_set1_epi32(int(unsigned(place.stepX) * unsigned(kSampledAtOnce)));
     const __m256i stepY = _mm256_set1_epi32(int(unsigned(place.stepY) * unsigned(kSampledAtOnce)));
@@ -84,12 +89,13 @@ LANTERN_AVX2 void sampleRowWidely(QRgb* row, int count, const SourcePixels& sour
     for (int i = 0; i < count; i += kSampledAtOnce) {
         const Places x = placesIn(nextX, source.left, source.right);
         const Places y = placesIn(nextY, source.top, source.bottom);
+        const __m256i across = sharesAcross(x.fraction);
+        const __m256i down = sharesDown(y.fraction);
         const __m256i index = _mm256_permutevar8x32_epi32(_mm256_add_epi32(_mm256_mullo_epi32(y.pixel, stride), x.pixel), order);
-        const Pairs first = mixedPairs(source, _mm256_castsi256_si128(index), x.share, y.share, firstFour);
-        const Pairs last = mixedPairs(source, _mm256_extracti128_si256(index, 1), x.share, y.share, lastFour);
-        const __m256i even = _mm256_srli_epi16(_mm256_hadd_epi32(first.even, last.even), 8);
-        const __m256i odd = _mm256_andnot_si256(mask, _mm256_hadd_epi32(first.odd, last.odd));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(row + i), _mm256_or_si256(alpha, _mm256_or_si256(even, odd)));
+        const __m256i first = fourSamples(source, _mm256_castsi256_si128(index), across, down, firstFour);
+        const __m256i last = fourSamples(source, _mm256_extracti128_si256(index, 1), across, down, lastFour);
+        const __m256i samples = _mm256_xor_si256(_mm256_packs_epi16(first, last), middle);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(row + i), _mm256_or_si256(alpha, samples));
         nextX = _mm256_add_epi32(nextX, stepX);
         nextY = _mm256_add_epi32(nextY, stepY);
     }
@@ -102,23 +108,30 @@ void sampleRowPlainly(QRgb* row, int count, const SourcePixels& source, const So
     const auto at = [](int first, int step, int i) { return int(unsigned(first) + unsigned(step) * unsigned(i)); };
     struct Place
     {
-        int pixel;
-        unsigned share;
+        int pixel, fraction;
     };
     const auto placeIn = [](int wanted, int first, int last) {
         const int inside = std::clamp(wanted, first << kPlaceBits, last << kPlaceBits);
         const int pixel = std::min(inside >> kPlaceBits, last - 1);
-        return Place{pixel, unsigned(inside - (pixel << kPlaceBits)) >> 8};
+        return Place{pixel, inside - (pixel << kPlaceBits)};
     };
     const QRgb alpha = source.isOpaque ? 0xff000000u : 0u;
     for (int i = 0; i < count; ++i) {
         const Place x = placeIn(at(place.x, place.stepX, i), source.left, source.right);
         const Place y = placeIn(at(place.y, place.stepY, i), source.top, source.bottom);
+        const int across = (x.fraction + 256) >> 9;
+        const int down = std::min(y.fraction >> 1, kMostDown);
         const QRgb* const upper = source.bits + std::ptrdiff_t(y.pixel) * source.stride + x.pixel;
         const QRgb* const lower = upper + source.stride;
-        const QRgb left = mixedPixel(upper[0], lower[0], y.share);
-        const QRgb right = mixedPixel(upper[1], lower[1], y.share);
-        row[i] = mixedPixel(left, right, x.share) | alpha;
+        QRgb sample = alpha;
+        for (int shift = 0; shift < 32; shift += 8) {
+            const auto mixed = [across, shift](const QRgb* pair) {
+                return int(pair[0] >> shift & 255u) * (128 - across) + int(pair[1] >> shift & 255u) * across;
+            };
+            const int above = mixed(upper);
+            sample |= QRgb((above + (((mixed(lower) - above) * down + 0x4000) >> 15) + 64) >> 7) << shift;
+        }
+        row[i] = sample;
     }
 }
 
