@@ -56,3 +56,41 @@ TEST_CASE("painting threads: their number is kept in range, and there is one obj
     CHECK_FALSE(PaintingThreads::current());
     CHECK(PaintingThreads(99).count() == PaintingThreads::kMost);
 }
+
+TEST_CASE("painting threads: prepared or not, and whether work follows or not, each part is done once")
+{
+    PaintingThreads threads(3);
+    for (int frame = 0; frame < 300; ++frame) {
+        threads.prepare();
+        if (frame % 3 == 0)
+            threads.prepare();
+        if (frame % 7 == 0)
+            continue;
+        std::vector<std::atomic<int>> done(20);
+        threads.run(20, [&](int part) { ++done[std::size_t(part)]; });
+        for (const auto& count : done)
+            REQUIRE(count == 1);
+    }
+    threads.prepare(); // whose threads end while they wait
+}
+
+TEST_CASE("painting threads: those that were prepared for work that does not come still do what comes later")
+{
+    PaintingThreads threads(2);
+    threads.run(2, [](int) {});
+    threads.prepare();
+    std::mutex mutex;
+    std::condition_variable changed;
+    for (int round = 0; round < 3; ++round) {
+        int begun = 0, met = 0;
+        threads.run(2, [&](int) {
+            std::unique_lock lock(mutex);
+            ++begun;
+            changed.notify_all();
+            met += changed.wait_for(lock, TestSupport::kPatience, [&] { return begun == 2; });
+        });
+        CHECK(met == 2);
+        threads.prepare();
+        threads.prepare();
+    }
+}

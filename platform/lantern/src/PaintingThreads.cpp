@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <atomic>
 #include <cassert>
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace Lantern
@@ -31,26 +33,44 @@ struct Work
 
 struct PaintingThreads::Private
 {
+    /// Until a work begins after the one numbered `last`.
+    void waitActively(long last) const
+    {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double, std::milli>(kActiveWaitMs);
+        while (generation == last && !isEnding && std::chrono::steady_clock::now() < end)
+            std::this_thread::yield();
+    }
+
     std::mutex mutex;
     std::condition_variable workCame;
     std::condition_variable helperLeft;
     // Under the mutex:
-    Work* work = nullptr; ///< helpers may enter it
-    long generation = 0;  ///< counts the works, so that a helper enters each once
-    int inside = 0;       ///< helpers in `work`
-    bool isEnding = false;
+    Work* work = nullptr;            ///< helpers may enter it
+    int inside = 0;                  ///< helpers in `work`
+    long calls = 0;                  ///< of `prepare` that woke the helpers
+    std::atomic<long> generation{0}; ///< counts the works, so that a helper enters each once
+    std::atomic<bool> isEnding{false};
 
     std::vector<std::thread> helpers;
     int leastPixels = 0;
+    bool hasWorked = false; ///< since `prepare` was last called; main thread only
 
     void help()
     {
         std::unique_lock lock(mutex);
-        long seen = 0;
+        long seen = 0, answered = 0;
         for (;;) {
-            workCame.wait(lock, [&] { return isEnding || (work && generation != seen); });
+            workCame.wait(lock, [&] { return isEnding || calls != answered || (work && generation != seen); });
             if (isEnding)
                 return;
+            answered = calls;
+            if (!work || generation == seen) {
+                const long last = generation;
+                lock.unlock();
+                waitActively(last);
+                lock.lock();
+                continue;
+            }
             seen = generation;
             Work& mine = *work;
             ++inside;
@@ -104,9 +124,21 @@ int PaintingThreads::leastPixels() const noexcept
     return d->leastPixels;
 }
 
+void PaintingThreads::prepare()
+{
+    if (!std::exchange(d->hasWorked, false) || d->helpers.empty())
+        return;
+    {
+        const std::lock_guard lock(d->mutex);
+        ++d->calls;
+    }
+    d->workCame.notify_all();
+}
+
 void PaintingThreads::run(int parts, const std::function<void(int)>& part)
 {
     Work work{part, parts};
+    d->hasWorked = true;
     if (!d->helpers.empty() && parts > 1) {
         {
             const std::lock_guard lock(d->mutex);

@@ -30,6 +30,11 @@ public:
     [[nodiscard]] int count() const noexcept;
     [[nodiscard]] int leastPixels() const noexcept;
 
+    /// A call of `run` may follow soon: where the frame before this one had one, the other threads wake up now, and wait for it
+    /// for at most kActiveWaitMs without going to sleep. To be called once a frame, a little before drawing. Main thread only.
+    void prepare();
+    static constexpr double kActiveWaitMs = 0.5;
+
     /// Calls `part` with 0 .. parts-1, each once, on any of the threads in any order, and returns when all have returned.
     /// `part` must neither throw nor call `run`. Main thread only.
     void run(int parts, const std::function<void(int)>& part);

@@ -10,6 +10,7 @@
 #include <Bedrock/FlagGuard.hpp>
 #include <Bedrock/Inbox.hpp>
 #include <Cascara/StyleEngine.hpp>
+#include <Lantern/PaintingThreads.hpp>
 #include <Trellis/FrameInfo.hpp>
 
 #include <QCoreApplication>
@@ -120,6 +121,8 @@ void Application::frame(double dtSeconds)
     Cascara::StyleEngine::instance().advance(dt);
     d->updater.run(FrameInfo(float(dt), d->timeSeconds, d->frameNumber));
     Bedrock::AfterUpdateQueue::instance().drain();
+    if (auto* threads = Lantern::PaintingThreads::current())
+        threads->prepare();
     // What was made since the frame before has all its attributes by now.
     guardedInFrame("The styling", [] { Cascara::StyleEngine::instance().finishStyling(); });
     guardedInFrame("The layout", [&] {
