@@ -359,3 +359,31 @@ TEST_CASE("OpenGL window: a text is cut off at the pixel")
             CHECK(below == 0);
         }
 }
+
+TEST_CASE("OpenGL window: what is larger than the largest texture is drawn without being kept, faint or not")
+{
+    Lantern::PictureStore store;
+    Lantern::KeptPicture picture(store);
+    picture.cover({-100'000, 0, 200'000, 60});
+    int paints = 0;
+    const auto draw = [&](float opacity) {
+        return [&, opacity](RenderContext& c) {
+            c.drawKept(picture, {20, 30}, opacity, [&](RenderContext& inPicture) {
+                ++paints;
+                inPicture.drawRect({0, 0, 100'000, 60}, 0.f, fill(kRed));
+            });
+        };
+    };
+    GlWindow window;
+    for (const float opacity : {1.f, 0.5f}) {
+        CAPTURE(opacity);
+        const int before = paints;
+        window.paint(kAll, draw(opacity));
+        const QImage shown = window.shown();
+        CHECK(qRed(shown.pixel(19, 50)) == 0);
+        CHECK(std::abs(qRed(shown.pixel(20, 50)) - int(255 * opacity)) <= 1);
+        CHECK(std::abs(qRed(shown.pixel(200, 50)) - int(255 * opacity)) <= 1);
+        CHECK(paints > before);
+    }
+    CHECK(store.count() == 0);
+}

@@ -6,6 +6,7 @@
 #include <QOpenGLContext>
 #include <QOpenGLFunctions>
 
+#include <algorithm>
 #include <cassert>
 
 namespace Lantern
@@ -49,6 +50,18 @@ void GlSurfaces::release()
     --m_inUse;
     if (m_layers[m_inUse]->painter.isActive())
         m_layers[m_inUse]->painter.end();
+}
+
+bool GlSurfaces::canMake(QSize pixels)
+{
+    if (m_largestSide == 0) {
+        QOpenGLFunctions& gl = *QOpenGLContext::currentContext()->functions();
+        GLint texture = 0, buffer = 0;
+        gl.glGetIntegerv(GL_MAX_TEXTURE_SIZE, &texture);
+        gl.glGetIntegerv(GL_MAX_RENDERBUFFER_SIZE, &buffer);
+        m_largestSide = std::min(texture, buffer);
+    }
+    return std::max(pixels.width(), pixels.height()) <= m_largestSide;
 }
 
 std::unique_ptr<KeptTexture> GlSurfaces::make(QSize pixels)

@@ -40,6 +40,7 @@ public:
     /// `painter` do not count.
     void draw(QPainter& painter, const QOpenGLFramebufferObject& texture, const QRect& source, QPoint corner, qreal opacity);
 
+    [[nodiscard]] bool canMake(QSize pixels) override;
     [[nodiscard]] std::unique_ptr<KeptTexture> make(QSize pixels) override;
     [[nodiscard]] bool made(const KeptTexture& texture) const override;
 
@@ -47,6 +48,7 @@ private:
     const long m_number; ///< no other ever has the same
     std::vector<std::unique_ptr<GlLayer>> m_layers;
     std::size_t m_inUse = 0;
+    int m_largestSide = 0; ///< of textures and of what is painted on; 0 until it is known
     QOpenGLTextureBlitter m_blitter;
 };
 }

@@ -105,7 +105,7 @@ const QImage* KeptPicture::pixels(const Paint& paint)
 
 KeptTexture* KeptPicture::texture(KeptTextureMaker& maker, const Paint& paint)
 {
-    if (m_bounds.isEmpty())
+    if (m_bounds.isEmpty() || !maker.canMake(m_bounds.size()))
         return nullptr;
     if (!m_texture || !maker.made(*m_texture)) {
         clear();

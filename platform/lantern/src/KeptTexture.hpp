@@ -26,6 +26,8 @@ class KeptTextureMaker
 {
 public:
     virtual ~KeptTextureMaker() = default;
+    /// Whether the card has textures that large.
+    [[nodiscard]] virtual bool canMake(QSize pixels) = 0;
     [[nodiscard]] virtual std::unique_ptr<KeptTexture> make(QSize pixels) = 0;
     /// False for textures of another window, also of one that is gone.
     [[nodiscard]] virtual bool made(const KeptTexture& texture) const = 0;

@@ -49,7 +49,8 @@ public:
     /// The pixels of `bounds`, brought up to date by `paint`, whose context begins at the group's origin. Null when the store
     /// has no room for them, and when they are on a graphics card.
     [[nodiscard]] const QImage* pixels(const Paint& paint);
-    /// As above, on the graphics card of `maker`; pixels that are elsewhere are given up.
+    /// As above, on the graphics card of `maker`; pixels that are elsewhere are given up. Null also for what is larger than the
+    /// card's largest texture.
     [[nodiscard]] KeptTexture* texture(KeptTextureMaker& maker, const Paint& paint);
     /// Where those pixels are opaque, for the library's own files. Null where there are none.
     [[nodiscard]] const std::shared_ptr<PixelRows>& rows() const noexcept { return m_rows; }
