@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -62,7 +63,10 @@ TEST_CASE("trace: a long line is not cut")
     CHECK(got == text + "!");
 }
 
-TEST_CASE("trace: without a sink a line goes to standard error with its level, on one line and without secrets")
+namespace
+{
+/// What `log` makes the default sink write.
+QByteArray standardErrorOf(const std::function<void()>& log)
 {
     QTemporaryFile file;
     REQUIRE(file.open());
@@ -71,21 +75,38 @@ TEST_CASE("trace: without a sink a line goes to standard error with its level, o
     dup2(file.handle(), STDERR_FILENO);
     {
         const SinkForTest sink(nullptr);
+        log();
+    }
+    std::fflush(stderr);
+    dup2(standardError, STDERR_FILENO);
+    close(standardError);
+    file.seek(0);
+    return file.readAll();
+}
+}
+
+TEST_CASE("trace: without a sink a line goes to standard error with its level, on one line and without secrets")
+{
+    const QByteArray written = standardErrorOf([] {
         Trace::info("A # started");
         Trace::warning("B # late");
         Trace::error("C # first\nsecond\r");
         Trace::error("D # \x1b[2J sent to %s", "ann@example.org");
         Bedrock::PersonalTexts::remember(std::string_view("Trudi Tracer"));
         Trace::error("E # sent to %s", "Trudi Tracer");
-    }
-    std::fflush(stderr);
-    dup2(standardError, STDERR_FILENO);
-    close(standardError);
-    file.seek(0);
-    CHECK(file.readAll()
+    });
+    CHECK(written
           == QByteArray("info A # started\nwarning B # late\nerror C # first\\nsecond\\r\n"
                         "error D # \\x1b[2J sent to a…@example.org\n"
                         "error E # sent to T…\n"));
+}
+
+TEST_CASE("trace: on standard error a line of more than 8192 bytes is cut between two characters, and has its size")
+{
+    const QByteArray whole = standardErrorOf([] { Trace::info("%s", std::string(8192, 'x').c_str()); });
+    CHECK(whole == "info " + QByteArray(8192, 'x') + '\n');
+    const QByteArray cut = standardErrorOf([] { Trace::info("%s€€", std::string(8190, 'x').c_str()); });
+    CHECK(cut == "info " + QByteArray(8190, 'x') + "… (the line has 8196 bytes)\n");
 }
 
 TEST_CASE("trace: lines of several threads all arrive, one at a time")

@@ -150,7 +150,7 @@ std::unique_ptr<PrivateFolder> PrivateFolder::make(const QString& base, const QS
     const QString start = QDir(base).absoluteFilePath(prefix + QLatin1Char('-'));
     removeLeftovers(QFile::encodeName(base), QFile::encodeName(prefix + QLatin1Char('-')));
     const auto failed = [&] {
-        error = QStringLiteral("Cannot make a folder for temporary files in %1 (%2)")
+        error = QStringLiteral("Cannot make a folder for temporary files in %1 (%2); name another place by TMPDIR")
                     .arg(base, QString::fromStdString(std::generic_category().message(errno)));
         return nullptr;
     };

@@ -44,6 +44,18 @@ std::string formatted(const char* format, va_list arguments)
     return text;
 }
 
+/// A line that repeats a value of a file may be as long as the file.
+std::string bounded(std::string line)
+{
+    constexpr std::size_t kLongestLine = 8192;
+    if (line.size() <= kLongestLine)
+        return line;
+    std::size_t end = kLongestLine;
+    while ((static_cast<unsigned char>(line[end]) & 0xC0) == 0x80)
+        --end;
+    return line.substr(0, end) + "\xE2\x80\xA6 (the line has " + std::to_string(line.size()) + " bytes)";
+}
+
 void log(Level level, const char* format, va_list arguments)
 {
     const std::string text = formatted(format, arguments);
@@ -82,7 +94,7 @@ void error(const char* format, ...)
 
 void writeToStandardError(Level level, const std::string& text)
 {
-    const std::string line = std::string(levelName(level)) + ' ' + onOneLine(withoutSecrets(text)) + '\n';
+    const std::string line = std::string(levelName(level)) + ' ' + bounded(onOneLine(withoutSecrets(text))) + '\n';
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 

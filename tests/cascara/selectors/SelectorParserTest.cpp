@@ -138,6 +138,13 @@ TEST_CASE("selector parser: takes a list apart into compounds, from right to lef
     }
 }
 
+TEST_CASE("selector parser: a selector has a bounded number of parts")
+{
+    const std::string most = "a" + QByteArray(" a").repeated(kMostSelectorParts - 1).toStdString();
+    CHECK(parsed(most.c_str()).find("parts") == std::string::npos);
+    CHECK(parsed((most + " > b").c_str()).find("a selector has more than 256 parts") != std::string::npos);
+}
+
 TEST_CASE("selector parser: counts ids, classes with attributes and pseudo-classes, and types, and the highest of a list")
 {
     struct Row

@@ -219,6 +219,46 @@ TEST_CASE_FIXTURE(FolderAndNode, "style sheet loader: sheets that import each ot
     CHECK(fixture.engine.loadStyleSheet(QString::fromStdString(folder.path("r0.css"))));
 }
 
+TEST_CASE_FIXTURE(FolderAndNode,
+                  "style sheet loader: a value that does not fit is told once, however often its sheet is imported")
+{
+    const QString bad = folder.write("bad.css", "N { width: x;\nheight: var(--none, y) }");
+    for (const char* text : {":1:5: width: expected a number, got 'x'; the declaration is skipped",
+                             ":2:1: height: expected a number, got 'y'; the default is used"})
+        expectWarning("StyleEngine # " + bad.toStdString() + text);
+    const QString path = folder.write("main.css", "@import 'bad.css'; @import 'bad.css'; N { height: 4 !important }");
+    CHECK(fixture.engine.loadStyleSheet(path));
+    CHECK(node.height == 4.f);
+    // Another node meets the same declarations.
+    fixture.add("", "N", "other");
+}
+
+TEST_CASE_FIXTURE(FolderAndNode, "style sheet loader: of very many mistakes a hundred are told, and the rest of the sheet holds")
+{
+    const QString path = folder.write("bad.css", QByteArray("N { : 1 }\n").repeated(101) + "N { width: 2; height: x }");
+    for (int line = 1; line <= 100; ++line)
+        TestSupport::expectWarningStartingWith("StyleEngine # " + path.toStdString() + ':' + std::to_string(line) + ":5: ");
+    expectWarning("StyleEngine # " + path.toStdString()
+                  + ": there are more than 100 mistakes; mend these first, further ones are not told");
+    CHECK(fixture.engine.loadStyleSheet(path));
+    CHECK(node.width == 2.f);
+}
+
+TEST_CASE_FIXTURE(FolderAndNode,
+                  "style sheet loader: rules beyond a bound are skipped with the place of the first, imported ones counted")
+{
+    folder.write("base.css", QByteArray("M { width: 1 }\n").repeated(19998));
+    const QString path =
+        folder.write("a.css", "@import 'base.css';\nN { width: 1 }\nN { width: 2 }\nN { width: 3 }\nN { height: 9 }");
+    expectWarning(
+        "StyleEngine # " + path.toStdString()
+        + ":4:5: there are more than 20000 rules, those of imported sheets included; this one and those that follow are "
+          "skipped");
+    CHECK(fixture.engine.loadStyleSheet(path));
+    CHECK(node.width == 2.f);
+    CHECK(node.height != 9.f);
+}
+
 TEST_CASE("style sheet loader: a sheet beyond the limit is skipped with its size, also where it is imported")
 {
     StyleFixture fixture;

@@ -12,6 +12,9 @@ namespace Cascara
 struct NodeFeatures;
 struct Selector;
 
+/// Compounds of one selector at most: matching takes a time that grows with the square of their number.
+constexpr int kMostSelectorParts = 256;
+
 /// Counted as CSS does: ids, then classes, attributes and pseudo-classes, then types.
 struct Specificity
 {

@@ -108,6 +108,8 @@ bool SelectorParser::parseSelector(Selector& result)
     for (;;) {
         Selector::Part part;
         part.toLeft = combinator;
+        if (int(result.parts.size()) == kMostSelectorParts)
+            return fail(QStringLiteral("a selector has more than %1 parts").arg(kMostSelectorParts));
         if (!parseCompound(part.compound))
             return false;
         result.specificity += part.compound.specificity();

@@ -2,6 +2,7 @@
 
 #include "selectors/Selector.hpp"
 #include "sheet/MediaQuery.hpp"
+#include "sheet/SheetWarnings.hpp"
 #include "syntax/Token.hpp"
 #include "values/WideKeyword.hpp"
 
@@ -101,5 +102,6 @@ struct StyleSheet
     std::vector<std::unique_ptr<Rule>> rules;
     std::vector<std::shared_ptr<Keyframes>> keyframes;
     std::vector<StyleSheetError> errors;
+    std::shared_ptr<SheetWarnings> warnings = std::make_shared<SheetWarnings>(); ///< never null
 };
 }

@@ -9,6 +9,7 @@
 
 #include <QFileInfo>
 
+#include <algorithm>
 #include <utility>
 
 namespace Cascara
@@ -20,6 +21,8 @@ constexpr int kMostImports = 256;
 constexpr int kLargestFileMiB = 4;
 /// Of all files that one style sheet imports, each as often as it is imported: parsed rules take many times as much memory.
 constexpr int kMostImportedMiB = 4;
+/// Of one style sheet with all it imports. A node that all rules apply to takes a second for as many.
+constexpr std::size_t kMostRules = 20000;
 
 QString fileName(const QString& url)
 {
@@ -35,21 +38,11 @@ QString identity(const QString& path)
 }
 }
 
-void StyleSheetLoader::warn(const QString& name, int line, int column, const QString& text)
-{
-    const QByteArray told =
-        QStringLiteral("%1:%2:%3: %4").arg(name, QString::number(line), QString::number(column), text).toUtf8();
-    if (m_told.contains(told))
-        return;
-    m_told.insert(told);
-    Bedrock::Trace::warning("StyleEngine # %s", told.constData());
-}
-
 void StyleSheetLoader::warnAt(const QString& text, int place, const QString& path, const QString& what)
 {
     const QString before = text.left(place);
     const int column = place - before.lastIndexOf(QLatin1Char('\n'));
-    warn(path, before.count(QLatin1Char('\n')) + 1, column, what);
+    m_warnings->log(path, before.count(QLatin1Char('\n')) + 1, column, what);
 }
 
 void StyleSheetLoader::warnOfEncoding(const QByteArray& bytes, QString& text, const QString& path)
@@ -79,11 +72,29 @@ bool StyleSheetLoader::readFile(const QString& path, QString& text, QString& err
 void StyleSheetLoader::loadText(const QString& text, const QString& name, const QString& baseDirectory)
 {
     auto sheet = StyleSheetParser::parse(text, name, baseDirectory);
+    sheet->warnings = m_warnings;
     for (const auto& import : sheet->imports)
         loadImport(import, name, baseDirectory);
     for (const auto& error : sheet->errors)
-        warn(name, error.line, error.column, error.text);
+        m_warnings->log(name, error.line, error.column, error.text);
+    boundRules(*sheet);
     m_result.push_back(std::move(sheet));
+}
+
+void StyleSheetLoader::boundRules(StyleSheet& sheet)
+{
+    const std::size_t left = kMostRules - m_rules;
+    m_rules += std::min(left, sheet.rules.size());
+    if (sheet.rules.size() <= left)
+        return;
+    const auto& declarations = sheet.rules[left]->declarations;
+    const int line = declarations.empty() ? 1 : declarations.front().line;
+    const int column = declarations.empty() ? 1 : declarations.front().column;
+    m_warnings->log(sheet.name, line, column,
+                    QStringLiteral("there are more than %1 rules, those of imported sheets included; this one and those that "
+                                   "follow are skipped")
+                        .arg(kMostRules));
+    sheet.rules.resize(left);
 }
 
 bool StyleSheetLoader::loadFile(const QString& path)
@@ -108,27 +119,28 @@ void StyleSheetLoader::loadImport(const StyleSheet::Import& import, const QStrin
         return;
     if (m_imports >= kMostImports) {
         m_isFull = true;
-        warn(importingName, import.line, import.column,
-             QStringLiteral("@import: more than %1 imports; this one and those that follow are skipped").arg(kMostImports));
+        m_warnings->log(
+            importingName, import.line, import.column,
+            QStringLiteral("@import: more than %1 imports; this one and those that follow are skipped").arg(kMostImports));
         return;
     }
     ++m_imports;
     const QString path = fileName(ValueParser::resolve(import.url, baseDirectory));
     if (m_loading.contains(identity(path))) {
-        warn(importingName, import.line, import.column,
-             QStringLiteral("@import: '%1' imports this file itself; it is skipped").arg(path));
+        m_warnings->log(importingName, import.line, import.column,
+                        QStringLiteral("@import: '%1' imports this file itself; it is skipped").arg(path));
         return;
     }
     QString text;
     QString error;
     if (!readFile(path, text, error)) {
-        warn(importingName, import.line, import.column,
-             QStringLiteral("@import: cannot read '%1': %2; it is skipped").arg(path, error));
+        m_warnings->log(importingName, import.line, import.column,
+                        QStringLiteral("@import: cannot read '%1': %2; it is skipped").arg(path, error));
         return;
     }
     if (m_bytes > qint64(kMostImportedMiB) << 20) {
         m_isFull = true;
-        warn(
+        m_warnings->log(
             importingName, import.line, import.column,
             QStringLiteral("@import: with '%1' the imported files have more than %2 MiB together, each counted as often as it is "
                            "imported; this one and those that follow are skipped: import it once")

@@ -3,7 +3,6 @@
 #include "sheet/StyleSheet.hpp"
 
 #include <QByteArray>
-#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -26,17 +25,18 @@ public:
 private:
     /// The reason why not in `error`.
     bool readFile(const QString& path, QString& text, QString& error);
-    /// Each line once: a file that is imported several times has the same mistakes each time.
-    void warn(const QString& name, int line, int column, const QString& text);
     void warnAt(const QString& text, int place, const QString& path, const QString& what);
     /// Warns of invalid UTF-8, with the place of the first such byte. The rest of the file is used.
     void warnOfEncoding(const QByteArray& bytes, QString& text, const QString& path);
+    /// Drops the rules that are too many, with a warning.
+    void boundRules(StyleSheet& sheet);
     void loadImport(const StyleSheet::Import& import, const QString& importingName, const QString& baseDirectory);
 
     std::vector<std::unique_ptr<StyleSheet>>& m_result;
     /// Files in the middle of being loaded, from the outermost to the innermost.
     QStringList m_loading;
-    QSet<QByteArray> m_told; ///< warnings
+    std::shared_ptr<SheetWarnings> m_warnings = std::make_shared<SheetWarnings>();
+    std::size_t m_rules = 0; ///< so far; bounded
     int m_imports = 0;       ///< so far; bounded
     qint64 m_bytes = 0;      ///< of what was imported so far; bounded
     bool m_isFull = false;   ///< a bound was reached: no further import is read

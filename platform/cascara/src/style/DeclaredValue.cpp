@@ -5,8 +5,6 @@
 #include "values/FontSize.hpp"
 #include "values/ValueParser.hpp"
 
-#include <Bedrock/Trace.hpp>
-
 #include <utility>
 
 namespace Cascara
@@ -15,9 +13,10 @@ void reportDeclaration(const Declaration& declaration, const QString& text)
 {
     if (std::exchange(declaration.isReported, true))
         return;
+    const StyleSheet& sheet = *declaration.rule->sheet;
     const QByteArray& written = declaration.shorthand.isEmpty() ? declaration.attribute : declaration.shorthand;
-    Bedrock::Trace::warning("StyleEngine # %s:%d:%d: %s: %s", declaration.rule->sheet->name.toUtf8().constData(),
-                            declaration.line, declaration.column, written.constData(), text.toUtf8().constData());
+    sheet.warnings->log(sheet.name, declaration.line, declaration.column,
+                        QString::fromUtf8(written) + QStringLiteral(": ") + text);
 }
 
 DeclaredValue::DeclaredValue(StyleNode& node, const Declaration& declaration)
