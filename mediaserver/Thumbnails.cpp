@@ -2,6 +2,8 @@
 
 #include "ContentHashes.hpp"
 
+#include <Bedrock/PictureCost.hpp>
+
 #include <QBuffer>
 #include <QFile>
 #include <QImageReader>
@@ -40,6 +42,8 @@ QByteArray Thumbnails::make(const Http::File& file)
     QFile device;
     // QFile closes what it opened, so it gets a descriptor of its own; the position in the file is the same.
     if (!device.open(::dup(file.descriptor()), QIODevice::ReadOnly, QFileDevice::AutoCloseHandle) || !device.seek(0))
+        return {};
+    if (!Bedrock::excessivePictureCost(device).isEmpty())
         return {};
     QImageReader reader(&device);
     // Pictures of points alone: a drawing may name other files.

@@ -234,9 +234,17 @@ def silent_trackers(build, folder):
         report("16 silent connections: one made room, and a tracker's frames arrived; a profile without an end is counted and told once")
 
 
+def chunk(kind, content):
+    return struct.pack(">I", len(content)) + kind + content + struct.pack(">I", zlib.crc32(kind + content))
+
+
+def talkative_png(texts):
+    """A PNG of 10 × 10 pixels with texts of 8 MB each, compressed to 8 KB."""
+    plain = black_png(10, 10)
+    return plain[:33] + chunk(b"zTXt", b"Comment\0\0" + zlib.compress(b"a" * 7_900_000, 9)) * texts + plain[33:]
+
+
 def black_png(width, height):
-    def chunk(kind, content):
-        return struct.pack(">I", len(content)) + kind + content + struct.pack(">I", zlib.crc32(kind + content))
     rows = zlib.compress(bytes((1 + (width + 7) // 8) * height), 9)
     header = struct.pack(">IIBBBBB", width, height, 1, 0, 0, 0, 0)
     return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", rows) + chunk(b"IEND", b"")
@@ -271,6 +279,9 @@ def huge_pictures(build, folder):
                for name in ("one", "two", "three", "small")]
     with open(os.path.join(place, "four.pdf"), "wb") as file:
         file.write(huge_document(14000))
+    with open(os.path.join(place, "talkative.png"), "wb") as file:
+        file.write(talkative_png(120))
+    widgets.append({"component": "picture", "id": "five", "attributes": {"source": {"file": "talkative.png"}}})
     widgets.append({"component": "document", "id": "four", "attributes": {"source": {"file": "four.pdf"}}})
     with open(os.path.join(place, "presentation.json"), "w", encoding="utf-8") as file:
         json.dump({"title": "Huge", "widgets": widgets}, file)
@@ -280,6 +291,7 @@ def huge_pictures(build, folder):
         while time.monotonic() < deadline and (len(lines) < 3 or table.get("/status")["pendingImages"]):
             lines = [line["text"] for line in table.get("/log") if "14000 x 14000 pixels need" in line["text"]]
         most = table.memory_mb("VmHWM")
+        assert any("the texts in it may take more than 128 MB" in line["text"] for line in table.get("/log")), "the texts are decoded"
         left_out = []
         while time.monotonic() < deadline and not left_out:
             left_out = [line["text"] for line in table.get("/log") if "is shown without a JPEG 2000 picture" in line["text"]]

@@ -5,6 +5,8 @@
 
 #include <doctest/doctest.h>
 
+#include <QFile>
+
 #include <QImage>
 
 #include <unistd.h>
@@ -61,7 +63,14 @@ TEST_CASE_FIXTURE(Fixture, "thumbnails: what is small enough, is no picture or i
     folder.write(QStringLiteral("bomb.png"),
                  QByteArray::fromHex("89504e470d0a1a0a0000000d4948445200004e2000004e200802000000")
                      + QByteArray::fromHex("00000000") + QByteArray(64, 0));
-    for (const char* name : {"small.png", "text.png", "drawing.png", "bomb.png"}) {
+    // Compressed texts, of which a decoder keeps 24 MB each.
+    paint("wide.png", 1440, 360);
+    QFile wide(folder.path(QStringLiteral("wide.png")));
+    REQUIRE(wide.open(QIODevice::ReadOnly));
+    QByteArray texts = wide.readAll();
+    texts.insert(33, (QByteArray::fromHex("00001f40") + "zTXt" + QByteArray(8004, 'x')).repeated(6));
+    folder.write(QStringLiteral("texts.png"), texts);
+    for (const char* name : {"small.png", "text.png", "drawing.png", "bomb.png", "texts.png"}) {
         CAPTURE(name);
         CHECK(bytesOf(name).isNull());
     }

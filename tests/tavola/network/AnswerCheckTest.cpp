@@ -139,6 +139,14 @@ TEST_CASE_FIXTURE(Fixture, "answer check: a picture is judged by what it announc
     expectWarning(icon.said("the picture has 12000 × 12000 pixels, and more than 2048 × 2048 are not decoded"));
     CHECK(load(icon.url()).error() == QNetworkReply::UnknownContentError);
 
+    // Compressed texts, of which a decoder keeps 24 MB each.
+    QByteArray texts = png(30, 20);
+    texts.insert(33, (QByteArray::fromHex("00001f40") + "zTXt" + QByteArray(8004, 'x')).repeated(6));
+    const Server talkative(sends(texts));
+    expectWarning(
+        talkative.said("the picture is not decoded: the texts in it may take more than 128 MB of memory; save it without them"));
+    CHECK(load(talkative.url()).error() == QNetworkReply::UnknownContentError);
+
     const Server text(sends("no picture"));
     QNetworkReply& reply = load(text.url());
     CHECK(reply.error() == QNetworkReply::NoError);

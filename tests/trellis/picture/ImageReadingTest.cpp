@@ -98,3 +98,20 @@ TEST_CASE("image reading: an icon does not hide a huge picture, and what announc
     CHECK(readImage(folder.write("small.ico", TestSupport::iconWith(TestSupport::blackPng({16, 16}))), {}).image.size()
           == QSize(16, 16));
 }
+
+TEST_CASE("image reading: texts in a small picture cost no memory, and scans no time")
+{
+    const Folder folder;
+    QByteArray texts = TestSupport::blackPng({10, 10});
+    constexpr int kAfterHeader = 33;
+    const QByteArray text = QByteArray::fromHex("00001f40") + "zTXt" + QByteArray(8004, 'x');
+    texts.insert(kAfterHeader, text.repeated(6));
+    CHECK(readImage(folder.write("texts.png", texts), {}).error
+          == "the texts in it may take more than 128 MB of memory; save it without them");
+    CHECK(readImage(folder.write("texts.ico", TestSupport::iconWith(texts)), {})
+              .error.startsWith(QLatin1String("the texts in it")));
+    QByteArray scans = TestSupport::greyJpeg({16, 16});
+    scans.insert(scans.size() - 2, QByteArray("\xff\xda").repeated(64));
+    CHECK(readImage(folder.write("scans.jpg", scans), {}).error
+          == "it has more than 64 scans; save it as a JPEG that is not progressive");
+}

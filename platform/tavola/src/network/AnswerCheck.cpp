@@ -138,6 +138,9 @@ NetworkAnswer checkedAnswer(const QUrl& url, const HttpAnswer& answer, const Net
         return refusedAnswer(url, QNetworkReply::UnknownContentError,
                              QStringLiteral("a picture of this kind (%1) is not decoded; let the server send PNG or JPEG")
                                  .arg(QString::fromLatin1(announced.refusedFormat)));
+    if (!header.excess.isEmpty())
+        return refusedAnswer(url, QNetworkReply::UnknownContentError,
+                             QStringLiteral("the picture is not decoded: %1").arg(header.excess));
     const QSize size = header.size;
     if (std::max(size.width(), size.height()) > limits.largestPicturePx)
         return refusedAnswer(url, QNetworkReply::UnknownContentError,

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QSize>
+#include <QString>
 
 class QIODevice;
 
@@ -14,12 +15,13 @@ namespace Trellis
 struct TAVOLA_EXPORT PictureHeader
 {
     QByteArray format;            ///< of the contents, such as "png"; empty: no picture that can be read
+    QString excess;               ///< why it is not to be decoded whatever its size, with the remedy; then nothing else is known
     QSize size;                   ///< as stored, not turned; empty: none is announced, or the header is damaged
     bool isDecodedScaled = false; ///< decoding to a smaller size needs the memory of about that size only (JPEG, SVG)
     double bytesPerPixel = 0.0;   ///< of the full size, needed whatever size is decoded
     double bytesPerDecodedPixel = 0.0;
 
-    /// Reads from the beginning of an open device, which it leaves anywhere. Decodes nothing.
+    /// Reads from the beginning of an open device with random access, which it leaves anywhere. Decodes nothing.
     [[nodiscard]] static PictureHeader of(QIODevice& device);
 
     /// About the bytes that decoding to `scaled` (as stored, not turned) needs at once.

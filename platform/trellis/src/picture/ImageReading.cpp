@@ -33,6 +33,8 @@ QString refusal(const PictureHeader& header)
 {
     if (header.format.isEmpty())
         return QStringLiteral("no picture of a kind that can be read; save it as PNG or JPEG");
+    if (!header.excess.isEmpty())
+        return header.excess;
     if (header.size.isEmpty())
         return QStringLiteral("damaged, or of a kind (%1) that does not announce its size; save it as PNG or JPEG")
             .arg(QString::fromLatin1(header.format));

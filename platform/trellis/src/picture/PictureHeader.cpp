@@ -1,5 +1,7 @@
 #include <Trellis/PictureHeader.hpp>
 
+#include <Bedrock/PictureCost.hpp>
+
 #include <QIODevice>
 #include <QImage>
 #include <QImageReader>
@@ -98,12 +100,14 @@ QSize sizeInIcon(QIODevice& device, const QSize& announced)
 PictureHeader PictureHeader::of(QIODevice& device)
 {
     PictureHeader header;
-    device.seek(0);
+    header.excess = Bedrock::excessivePictureCost(device);
     QImageReader reader(&device);
     reader.setDecideFormatFromContent(true);
     if (!reader.canRead())
         return header;
     header.format = reader.format();
+    if (!header.excess.isEmpty()) // the decoder reads more than the header to learn the size
+        return header;
     header.size = reader.size();
     const QImage::Format pixels = reader.imageFormat();
     if (header.format == "jpeg" || header.format == "jpg") {
