@@ -43,6 +43,7 @@ ROW_TITLES = {
     16: "The program starts with the gallery, warm",
     17: "A long day under the manual clock: 20,000 cards, 20,000 items with snapshots",
     18: "A window with OpenGL: what a frame of row 7 asks of the graphics card, at most",
+    19: "1920×1080 in memory: a frame in which style sheets move 60 widgets, with its drawing",
 }
 
 _SIGNAL = "a direct signal with the same arguments"
@@ -52,6 +53,7 @@ _BARE = "a QGuiApplication that starts and ends"
 _VIEW = "QGraphicsView, same scene, same smooth sampling"
 _ALONE = "one thread (wall time)"
 _SHEET = "QWidgets with one style sheet"
+_FRAME_MS = 16.7  # at 60 Hz
 
 # What draw_bench measures of row 8's scene on a screen with another scale, beside the same figures without.
 SCALED_WORKS = [("picture-dragged", "a picture dragged"), ("space-dragged", "a space dragged"), ("all-drawn", "everything drawn")]
@@ -109,6 +111,10 @@ FIGURES = [
     Figure("row18/all-drawn", "everything drawn", 120, "draws", "draw calls"),
     Figure("row18/tile-moved", "one tile moved", 0, "uploads", "uploads"),
     Figure("row18/all-drawn", "everything drawn", 0, "uploads", "uploads"),
+    Figure("row19/all", "a quarter each going, turning, growing and changing colour", _FRAME_MS, "value", "ms"),
+    Figure("row19/go", "all going and fading", _FRAME_MS, "value", "ms"),
+    Figure("row19/grow", "all growing", _FRAME_MS, "value", "ms"),
+    Figure("row19/turn", "all turning", _FRAME_MS, "value", "ms"),
 ]
 
 # The scenes of draw_bench, by row.
