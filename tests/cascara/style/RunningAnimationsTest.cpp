@@ -410,3 +410,72 @@ TEST_CASE("running animations: a listener may destroy the node, end the animatio
     CHECK(other.width == 0.f);
     CHECK_FALSE(fixture.engine.isMoving());
 }
+
+TEST_CASE("running animations: in a delay that shows nothing the node has what rules say, and transitions move it")
+{
+    AnimationFixture fixture("@keyframes away { to { width: 100 } } .go { animation: away 1s linear 1s } "
+                             "N { width: 20; transition: width 1s linear } .wide { width: 60 }");
+    TestNode& n = fixture.n();
+    n.addCSSClass("go");
+    fixture.frame();
+    CHECK(n.width == 20.f);
+    n.addCSSClass("wide");
+    CHECK(n.width == 20.f);
+    fixture.frame(0.5);
+    CHECK(n.width == 40.f);
+    fixture.frame(0.5); // the way begins where it is now
+    CHECK(n.width == 60.f);
+    fixture.frame(0.5);
+    CHECK(n.width == 80.f);
+    fixture.frame(0.5);
+    CHECK(n.width == 60.f);
+}
+
+TEST_CASE("running animations: a keyframe says how values go on from it, and words stand for defaults and for what is inherited")
+{
+    AnimationFixture fixture("Root { color: lime } N { width: 30; color: red } "
+                             "@keyframes x { from { width: 0; animation-timing-function: step-end } 50% { width: 10 } "
+                             "to { width: unset; color: unset; } } .x { animation: x 1s linear }");
+    TestNode& n = fixture.n();
+    n.addCSSClass("x");
+    fixture.frame();
+    fixture.frame(0.49);
+    CHECK(n.width == 0.f);
+    fixture.frame(0.26);
+    CHECK(n.width == 5.f); // halfway from 10 to the default
+    fixture.frame(0.2499);
+    CHECK(n.color->toString() == QStringLiteral("#00FF00"));
+}
+
+TEST_CASE("running animations: what a finger took does not move again when a sheet is loaded")
+{
+    AnimationFixture fixture;
+    TestNode& n = fixture.n();
+    n.addCSSClass("go");
+    fixture.frame();
+    fixture.frame(0.5);
+    fixture.engine.hold(n, {"width"});
+    CHECK(n.width == 50.f);
+    n.addCSSClass("other");
+    fixture.frame(0.25);
+    CHECK(n.width == 50.f);
+    CHECK_FALSE(n.width.hasValue(Facet::kStyleLayer));
+}
+
+TEST_CASE("running animations: a name may come from a variable, and a wrong value in one is told")
+{
+    AnimationFixture fixture(std::string(kGrow)
+                             + "Root { --name: grow; --time: soon } .go { animation: 1s linear var(--name) } ");
+    TestNode& n = fixture.n();
+    n.addCSSClass("go");
+    fixture.frame();
+    fixture.frame(0.5);
+    CHECK(n.width == 50.f);
+    expectWarning(
+        "StyleEngine # test.css:1:7: animation-duration: expected a time that is not negative, as in 0.2s or 200ms, got "
+        "'soon' with --time (test.css:1:78); the default is used");
+    fixture.sheet(".go { animation-duration: var(--time) }");
+    fixture.frame();
+    CHECK(n.width == 0.f);
+    CHECK_FALSE(fixture.engine.isMoving());
+}

@@ -4,7 +4,7 @@
 #include "Scene.hpp"
 
 #include <Cascara/StyleEngine.hpp>
-#include <Trellis/TextWidget.hpp>
+#include <Trellis/FadeAnimator.hpp>
 
 #include <string>
 
@@ -143,6 +143,18 @@ TEST_CASE("style motion: what cannot be interpolated switches halfway")
     CHECK(widget.width() == 500.f);
 }
 
+TEST_CASE("style motion: a widget of the flow that was put somewhere grows about its middle there")
+{
+    MotionScene scene("@keyframes grow { from { scale: 0.5 } } .grow { width: 100px; height: 60px; animation: grow 1s linear }");
+    auto& widget = scene.add("grow");
+    widget.setCenterLocation({300.f, 200.f});
+    scene.frame(0.0);
+    CHECK_POINT(widget.mapToParent({0.f, 0.f}), 275, 185);
+    CHECK_POINT(widget.centerLocation(), 300, 200);
+    scene.frame(1.0);
+    CHECK_POINT(widget.mapToParent({0.f, 0.f}), 250, 170);
+}
+
 // ---- Layout ------------------------------------------------------------------------------------------------------------
 
 TEST_CASE("style motion: opacity, rotation, location, and the scale of an absolute widget move without a layout")
@@ -244,6 +256,50 @@ TEST_CASE("style motion: a finger ends an animation of the geometry where it sho
     CHECK_FALSE(Cascara::StyleEngine::instance().isMoving());
 }
 
+TEST_CASE("style motion: a finger keeps the end that an animation leaves")
+{
+    MotionScene scene(
+        "@keyframes shrink { to { scale: 0.5 } } .shrink { position: absolute; left: 200px; top: 200px; width: 100px; "
+        "height: 60px; movable: true; inertia: false; animation: shrink 0.5s linear forwards }");
+    auto& widget = scene.add("shrink");
+    scene.frame(0.0);
+    scene.frame(1.0);
+    CHECK_FALSE(Cascara::StyleEngine::instance().isMoving());
+    CHECK_POINT(widget.mapToParent({0.f, 0.f}), 225, 215);
+    scene.input.fingerDown(1, {250.f, 230.f});
+    scene.frame();
+    CHECK_POINT(widget.mapToParent({0.f, 0.f}), 225, 215);
+    CHECK_POINT(widget.location(), 225, 215);
+    scene.input.fingerMove(1, {350.f, 230.f});
+    scene.frame();
+    CHECK_POINT(widget.centerLocation(), 350, 230);
+    CHECK(widget.scale() == 0.5f);
+    scene.input.fingerUp(1);
+    scene.frame();
+}
+
+TEST_CASE("style motion: two fingers that scale go on from the size that shows")
+{
+    MotionScene scene(
+        "@keyframes grow { from { scale: 0.5 } } .grow { position: absolute; left: 200px; top: 200px; width: 400px; "
+        "height: 400px; scalable: true; animation: grow 1s linear }");
+    auto& widget = scene.add("grow");
+    scene.frame(0.0);
+    scene.input.fingerDown(1, {380.f, 400.f});
+    scene.input.fingerDown(2, {420.f, 400.f});
+    scene.frame(0.0);
+    CHECK(widget.scale() == 0.5f);
+    scene.input.fingerMove(1, {360.f, 400.f});
+    scene.input.fingerMove(2, {440.f, 400.f});
+    scene.frame(0.25);
+    scene.frame(0.25);
+    CHECK(widget.scale() == near(1.f));
+    CHECK_POINT(widget.centerLocation(), 400, 400);
+    scene.input.fingerUp(1);
+    scene.input.fingerUp(2);
+    scene.frame();
+}
+
 TEST_CASE("style motion: an animation that comes while a finger drags does not carry the widget away")
 {
     MotionScene scene("@keyframes no { 50% { location: 900px 0px; scale: 0.2 } } .no { animation: no 1s linear } "
@@ -274,6 +330,27 @@ TEST_CASE("style motion: a tap on what no finger moves leaves its motion alone")
     scene.input.tap(1, {300.f, 200.f});
     scene.frames(2, 0.25);
     CHECK(widget.scale() == 0.75f);
+}
+
+// ---- Fades -------------------------------------------------------------------------------------------------------------
+
+TEST_CASE("style motion: what the program fades keeps its time, whatever a style sheet moves")
+{
+    MotionScene scene("@keyframes glow { from, to { opacity: 0.5 } } "
+                      ".f { position: absolute; width: 10px; height: 10px; transition: all 10s; animation: glow 10s }");
+    const Bedrock::IntrusivePtr<Widget> widget(&scene.add("f"));
+    scene.frame(0.0);
+    CHECK(widget->opacity() == 0.5f);
+    Trellis::FadeAnimator::fadeIn(*widget, 0.5f, 0.f);
+    scene.frame(0.25);
+    CHECK(widget->opacity() == near(0.25f));
+    scene.frame(0.25);
+    CHECK(widget->opacity() == 0.5f);
+    Trellis::FadeAnimator::fadeOutAndDelete(*widget, 0.5f, 0.f);
+    scene.frame(0.25);
+    CHECK(widget->opacity() == near(0.25f));
+    scene.frame(0.25);
+    CHECK(widget->parent() == nullptr);
 }
 
 // ---- Frames ------------------------------------------------------------------------------------------------------------
