@@ -84,8 +84,10 @@ std::vector<Vecta::Rect> CareAttributes::keptClear(const Trellis::Widget& widget
     // The widget's opacity does not count: it may be fading in.
     std::vector<Vecta::Rect> found;
     const Vecta::Transform toScene = widget.transformToScene();
-    const auto unturned =
-        Vecta::Transform::rotation(-std::atan2(toScene.m21, toScene.m11)) * Vecta::Transform::translation(-widget.mapToScene({}));
+    // One that comes growing has its whole size at once.
+    const float growth = widget.scale() > 0.f ? widget.scaleAtRest() / widget.scale() : 1.f;
+    const auto unturned = Vecta::Transform::scaling(growth) * Vecta::Transform::rotation(-std::atan2(toScene.m21, toScene.m11))
+        * Vecta::Transform::translation(-widget.mapToScene({}));
     collect(widget, unturned, found);
     return found;
 }

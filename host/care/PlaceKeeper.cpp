@@ -29,11 +29,19 @@ bool hasSameShape(const PlaceSearch& a, const PlaceSearch& b)
         && a.table == b.table;
 }
 
+/// From the widget to the scene, but for the place. A widget that comes growing has its whole size at once.
+Vecta::Transform shapeInScene(const Trellis::Widget& widget)
+{
+    return widget.parent()->transformToScene() * Vecta::Transform::rotation(widget.rotation())
+        * Vecta::Transform::scaling(widget.scaleAtRest());
+}
+
 PlaceSearch::Outline outlineAt(const Trellis::Widget& widget, Vector2f center)
 {
     const Vector2f size = widget.size();
-    auto corners = widget.transformToScene().mapCorners({0.f, 0.f, size.x, size.y});
-    const Vector2f by = center - centerInScene(widget);
+    const Vecta::Transform shape = shapeInScene(widget);
+    auto corners = shape.mapCorners({0.f, 0.f, size.x, size.y});
+    const Vector2f by = center - shape.map(size / 2.f);
     for (Vector2f& corner : corners)
         corner += by;
     return corners;
@@ -73,7 +81,7 @@ void PlaceKeeper::update(const std::vector<Tactile::Marker>& cards, Vector2f tab
 
 PlaceSearch PlaceKeeper::searchFor(const Guest& guest, const Trellis::Widget& widget) const
 {
-    const Vecta::Transform toScene = widget.transformToScene();
+    const Vecta::Transform toScene = shapeInScene(widget);
     PlaceSearch search;
     search.placement = CareAttributes::placementOf(widget);
     search.center = guest.openedAt;

@@ -4,6 +4,8 @@
 
 #include <doctest/doctest.h>
 
+#include <string>
+
 using Vecta::Vector2f;
 
 namespace
@@ -130,6 +132,22 @@ TEST_CASE("place keeper: a widget that grows is made whole again")
     opened.setSize({900.f, 640.f});
     table.host.frames(30);
     CHECK(isWhole(opened));
+}
+
+TEST_CASE("place keeper: a widget that comes growing has the place of its whole size from the first frame on")
+{
+    Vector2f place;
+    for (const char* animation : {"", "animation: open 0.3s; "}) {
+        CareTable table;
+        table.host.style((std::string("@keyframes open { from { scale: 0.2; } } .opened { ") + animation + "}").c_str());
+        Trellis::Widget& opened = table.open(1001, {1900.f, 1000.f});
+        table.host.frames(9);
+        const Vector2f center = CareTable::center(opened);
+        if (!*animation)
+            place = center;
+        CHECK((center - place).length() < 0.1f);
+        CHECK((opened.scale() < 1.f) == bool(*animation));
+    }
 }
 
 TEST_CASE("place keeper: a widget that closes while it glides is forgotten")
