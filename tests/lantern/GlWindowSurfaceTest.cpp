@@ -3,10 +3,13 @@
 
 #include "EventLoop.hpp"
 
+#include <Lantern/BoxFill.hpp>
+#include <Lantern/BoxShadow.hpp>
 #include <Lantern/ImageTarget.hpp>
 #include <Lantern/KeptPicture.hpp>
 #include <Lantern/PictureStore.hpp>
 #include <Lantern/RenderContext.hpp>
+#include <Lantern/RoundBox.hpp>
 #include <Lantern/Style.hpp>
 #include <Lantern/WindowListener.hpp>
 #include <Lantern/WindowTarget.hpp>
@@ -181,6 +184,55 @@ TEST_CASE("OpenGL window: shapes, pictures, clips and layers look as they do wit
     window.paint(kAll, draw);
     const Difference found = difference(window.shown(), withoutCard(draw));
     CHECK(found.worst <= worst);
+}
+
+TEST_CASE("OpenGL window: shadows, gradients, pictures and borders of boxes differ by at most 2 of 255, turned ones too")
+{
+    const Lantern::RoundBox box{{0, 0, 90, 60}, Lantern::Corners::all(14.f)};
+    Lantern::BoxFill linear, radial, tiled;
+    linear.gradient = {Lantern::Gradient::Kind::Linear, {0, 0}, {90, 60}, {{0.f, kRed}, {0.4f, kBlue}, {1.f, {0, 0, 0, 0}}}};
+    radial.gradient = {Lantern::Gradient::Kind::Radial, {40, 30}, {50, 30}, {{0.f, kWhite}, {1.f, {1, 0, 0, 0.25f}}}};
+    linear.tile = radial.tile = box.rect;
+    tiled.image = photograph();
+    tiled.tile = {5, 5, 32, 24};
+    tiled.repeatsX = tiled.repeatsY = true;
+    const Lantern::BoxFrame frame{3, 6, 9, 12, kRed, kBlue, kWhite, {0, 1, 0, 0.5f}};
+    const auto draw = [&](RenderContext& c) {
+        c.drawRect({0, 0, 240, 160}, 0.f, fill({0.2f, 0.4f, 0.6f, 1.f}));
+        int place = 0;
+        for (const Lantern::BoxFill* boxFill : {&linear, &radial, &tiled}) {
+            c.pushTransform(Vecta::Transform::translation({20.f + 70.f * float(place), 20.f + 40.f * float(place)})
+                            * Vecta::Transform::rotation(0.3f * float(place)));
+            c.drawShadow(box, {{3, 8}, 14.f, 2.f, {0, 0, 0, 0.6f}, false});
+            c.drawBox(box, *boxFill);
+            c.drawShadow(box, {{0, 4}, 6.f, 0.f, kWhite, true});
+            if (place++ != 1)
+                c.drawFrame(box, frame);
+            c.pop();
+        }
+        c.pushClip({150, 10, 80, 40}, 16.f);
+        c.pushOpacity(0.5f);
+        c.pushTransform(Vecta::Transform::translation({145, 0}));
+        c.drawBox(box, linear);
+        c.pop();
+        c.pop();
+        c.pop();
+    };
+    GlWindow window;
+    window.paint(kAll, draw);
+    const QImage shown = window.shown();
+    QImage expected = withoutCard(draw);
+    // The edge of an outline that clips has four samples there, and coverage here.
+    QImage compared = shown;
+    for (QImage* image : {&compared, &expected})
+        for (int y = 8; y < 52; ++y)
+            for (int x = 148; x < 232; ++x)
+                if (x < 168 || x >= 212 || y < 12 || y >= 48)
+                    image->setPixel(x, y, 0);
+    CHECK(difference(compared, expected).worst <= 2);
+    // In parts as in whole.
+    window.paint(QRegion(30, 40, 50, 50) + QRegion(150, 90, 40, 40), draw);
+    CHECK(difference(window.shown(), shown).worst <= 1);
 }
 
 TEST_CASE("OpenGL window: only edges differ a little where something is turned, rounded or written")

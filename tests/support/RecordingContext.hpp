@@ -1,6 +1,9 @@
 #pragma once
 
+#include <Lantern/BoxFill.hpp>
+#include <Lantern/BoxShadow.hpp>
 #include <Lantern/RenderContext.hpp>
+#include <Lantern/RoundBox.hpp>
 #include <Lantern/Style.hpp>
 
 #include <QImage>
@@ -21,7 +24,7 @@ class RecordingContext final : public Lantern::RenderContext
 public:
     struct Call
     {
-        enum class Kind { Rect, Arc, Image, Text };
+        enum class Kind { Rect, Arc, Image, Text, Shadow, Box, Frame };
         Kind kind;
         Vecta::Rect rect;        ///< as it was given; for texts the origin and the size of the layout
         Vecta::Rect sceneBounds; ///< the same in the scene
@@ -99,6 +102,24 @@ public:
         return m_state.opacity > 0.f && m_state.transform.mapBounds(rect).intersects(m_state.clip);
     }
 
+    void drawShadow(const Lantern::RoundBox& box, const Lantern::BoxShadow& shadow) override
+    {
+        Call& call = add(Call::Kind::Shadow, box.rect);
+        call.cornerRadius = box.largestRadius();
+        call.color = shadow.color;
+    }
+    void drawBox(const Lantern::RoundBox& box, const Lantern::BoxFill& fill) override
+    {
+        Call& call = add(Call::Kind::Box, box.rect);
+        call.cornerRadius = box.largestRadius();
+        call.imageSize = fill.image.size();
+        call.source = fill.tile;
+        call.color = fill.color;
+    }
+    void drawFrame(const Lantern::RoundBox& box, const Lantern::BoxFrame&) override
+    {
+        add(Call::Kind::Frame, box.rect).cornerRadius = box.largestRadius();
+    }
     void drawRect(const Vecta::Rect& rect, float cornerRadius, const Lantern::Style& style) override
     {
         Call& call = add(Call::Kind::Rect, rect);

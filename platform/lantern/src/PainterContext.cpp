@@ -5,8 +5,7 @@
 #include "ExactShapes.hpp"
 #include "GlKeptTexture.hpp"
 #include "GlSurfaces.hpp"
-#include "LayerSurfaces.hpp"
-#include "PainterState.hpp"
+#include "PixelDrawing.hpp"
 #include "SampledPixels.hpp"
 #include "ToQt.hpp"
 
@@ -55,30 +54,13 @@ void drawSampled(PainterContext::Private& context, const QImage& image, const QR
     const auto parts = context.visibleParts(context.world.mapRect(target).adjusted(-1, -1, 1, 1));
     if (parts.isEmpty())
         return;
-    const QRect device = context.deviceRect();
-    SampledPixels pixels(device, context.image ? context.clipRect() : device, image, context.world, target, source,
+    SampledPixels pixels(context.deviceRect(), wantedPixels(context), image, context.world, target, source,
                          shareOf(context.opacity));
     if (!pixels.canDraw()) {
         context.readyPainter().drawImage(target, image, source);
         return;
     }
-    if (context.image) {
-        context.composition.add(std::move(pixels));
-        return;
-    }
-    // The clip is an outline, or the painter's coordinates are not the pixels.
-    QRect bounds;
-    for (const QRectF& part : parts)
-        bounds |= part.toAlignedRect();
-    bounds &= device;
-    if (bounds.isEmpty())
-        return;
-    LayerSurface& surface = LayerSurfaces::instance().acquire(context.deviceSize, bounds);
-    Composition composition;
-    composition.add(std::move(pixels));
-    composition.drawInto(surface.image, {bounds});
-    context.devicePainter(1.0).drawImage(bounds.topLeft(), surface.image, bounds);
-    LayerSurfaces::instance().release();
+    drawPixels(context, std::move(pixels));
 }
 }
 

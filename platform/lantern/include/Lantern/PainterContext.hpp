@@ -33,6 +33,9 @@ public:
     void pushClip(const Vecta::Rect& rect, float cornerRadius = 0.f) override;
     void pop() override;
     [[nodiscard]] bool isVisible(const Vecta::Rect& rect) const override;
+    void drawShadow(const RoundBox& box, const BoxShadow& shadow) override;
+    void drawBox(const RoundBox& box, const BoxFill& fill) override;
+    void drawFrame(const RoundBox& box, const BoxFrame& frame) override;
     void drawRect(const Vecta::Rect& rect, float cornerRadius, const Style& style) override;
     void drawArc(Vecta::Vector2f centre, float radius, float fromRadians, float toRadians, const Style& style,
                  int segments = 0) override;

@@ -14,6 +14,10 @@ class QTextLayout;
 namespace Lantern
 {
 class KeptPicture;
+struct BoxFill;
+struct BoxFrame;
+struct BoxShadow;
+struct RoundBox;
 struct Style;
 
 /// Draws shapes, pictures and text in the coordinates of the widget at hand. Lives for one frame; main thread only.
@@ -37,6 +41,11 @@ public:
     /// Whether anything inside `rect` could show in this frame; false lets a caller skip drawing.
     [[nodiscard]] virtual bool isVisible(const Vecta::Rect& rect) const = 0;
 
+    /// Outside of the box, under which nothing of it shows, or inset: inside of it. The blurred shape is kept, and shared by
+    /// boxes of other sizes and places.
+    virtual void drawShadow(const RoundBox& box, const BoxShadow& shadow) = 0;
+    virtual void drawBox(const RoundBox& box, const BoxFill& fill) = 0;
+    virtual void drawFrame(const RoundBox& box, const BoxFrame& frame) = 0;
     virtual void drawRect(const Vecta::Rect& rect, float cornerRadius, const Style& style) = 0;
     /// An arc from `fromRadians` to `toRadians`, clockwise on the screen, 0 pointing right. A radius below zero and angles
     /// that are no finite numbers are accepted (and show nothing sensible). `segments` 0 lets the context choose.
