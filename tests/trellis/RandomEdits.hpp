@@ -45,15 +45,20 @@ public:
     enum class Kept { Nothing, Children };
     Edits(unsigned seed, Kept kept) : m_random(seed)
     {
-        Cascara::StyleEngine::instance().addStyleSheet(QStringLiteral(".round { border-radius: 9px; }"
-                                                                      ".framed { border-width: 3px; border-color: #fff8; }"
-                                                                      ".cut { overflow: hidden; }"
-                                                                      ".faint { opacity: 0.6; }"
-                                                                      ".large { font-size: 21px; }"
-                                                                      ".strong { font-weight: bold; }"
-                                                                      ".gone { display: none; }"
-                                                                      ".glass { background-color: rgba(90, 200, 10, 0.4); }"),
-                                                       QStringLiteral("edits.css"));
+        Cascara::StyleEngine::instance().addStyleSheet(
+            QStringLiteral(".round { border-radius: 9px; }"
+                           ".framed { border-width: 3px; border-color: #fff8; }"
+                           ".cut { overflow: hidden; }"
+                           ".graded { background-image: linear-gradient(to top right, red, transparent 70%);"
+                           " background-size: 23px 17px; }"
+                           ".sided { border-left: 5px solid #08f8; border-top-right-radius: 14px; }"
+                           ".deep { box-shadow: 3px 6px 8px 2px #a0fc, inset 0 3px 5px #fff9; }"
+                           ".faint { opacity: 0.6; }"
+                           ".large { font-size: 21px; }"
+                           ".strong { font-weight: bold; }"
+                           ".gone { display: none; }"
+                           ".glass { background-color: rgba(90, 200, 10, 0.4); }"),
+            QStringLiteral("edits.css"));
         auto* main = new Widget(&scene.root());
         place(*main, {0, 0, kTable.x, kTable.y});
         m_main = main;
@@ -121,7 +126,8 @@ private:
     }
     void toggleClass(Widget& widget)
     {
-        constexpr std::array<const char*, 8> kClasses{"round", "framed", "cut", "faint", "gone", "glass", "large", "strong"};
+        constexpr std::array<const char*, 11> kClasses{"round", "framed", "cut",   "deep",  "graded", "sided",
+                                                       "faint", "gone",   "glass", "large", "strong"};
         const QByteArray name = kClasses[m_random() % kClasses.size()];
         if (widget.hasCSSClass(name))
             widget.removeCSSClass(name);

@@ -35,6 +35,8 @@ TEST_CASE("value mixer: numbers of one unit are mixed, and beyond the ends too")
     CHECK(mixed("10 20", "20 0", 0.5) == "15 10");
     CHECK(mixed("1px", "3px 5px", 0.5) == "2px 3px 2px 3px");
     CHECK(mixed("1px 2px 3px", "3px", 1.0) == "3px 3px 3px 3px");
+    CHECK(mixed("inset 1px, 2px", "inset 3px, 4px", 0.5) == "inset 2px, 3px");
+    CHECK(mixed("inset 1px, 2px", "outset 3px, 4px", 0.4) == "inset 1px, 2px");
 }
 
 TEST_CASE("value mixer: colours are mixed premultiplied, so that nothing turns grey towards transparent")

@@ -192,3 +192,25 @@ TEST_CASE("node styler: variables in a shorthand, and a mistake in them is told 
     CHECK(borderWidth == 0.f);
     CHECK_FALSE(borderColor.hasValue(Facet::kStyleLayer));
 }
+
+TEST_CASE("node styler: what a shorthand resets is not made for it, nor missed, and is reset where it is there")
+{
+    StyleFixture fixture;
+    auto& node = fixture.add("", "N", "n");
+    Facet::AttributeT<float> borderWidth(&node, "border-width");
+    Facet::AttributeT<float> leftWidth(&node, "border-left-width", 1.f);
+    fixture.sheet("N { border-left-width: 7px } N { border: 3px solid; }");
+    CHECK(borderWidth == 3.f);
+    CHECK(leftWidth == 1.f);
+    fixture.sheet("N { border-left: 5px solid } N { --edge: 4px; border-width: var(--edge) } #n { border-left-width: 6px }");
+    CHECK(borderWidth == 4.f);
+    CHECK(leftWidth == 6.f);
+    Facet::AttributeT<float> topWidth(&node, "border-top-width");
+    Facet::AttributeT<float> rightWidth(&node, "border-right-width");
+    Facet::AttributeT<float> bottomWidth(&node, "border-bottom-width");
+    fixture.sheet("#n { border-width: 1px 2px var(--edge) 9px }");
+    CHECK(leftWidth == 9.f);
+    CHECK(bottomWidth == 4.f);
+    fixture.engine.clearStyleSheets();
+    CHECK(bottomWidth == 0.f);
+}

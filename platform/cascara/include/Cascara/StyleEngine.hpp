@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <initializer_list>
+#include <functional>
 #include <memory>
 #include <vector>
 

@@ -102,6 +102,8 @@ bool ValueMixer::pair(const QVector<StyleTerm>& from, const QVector<StyleTerm>& 
             term.text.clear();
             m_numbers.push_back({m_mixed.terms.size(), a.number, b.number});
             m_mixed.terms.push_back(term);
+        } else if ((a.kind == Kind::Ident || a.kind == Kind::Delimiter) && a.text == b.text) {
+            m_mixed.terms.push_back(a); // the words and commas of a list
         } else {
             return false;
         }

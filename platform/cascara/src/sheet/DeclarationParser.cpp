@@ -168,7 +168,7 @@ void DeclarationParser::add(Rule& rule, const QByteArray& attribute, Declaration
 }
 
 /// One declaration for each attribute that it stands for. False, with the reason in `expected`, when its value cannot be parted.
-bool DeclarationParser::addShorthand(Rule& rule, const QByteArray& name, Declaration declaration, QString& expected)
+bool DeclarationParser::addShorthand(Rule& rule, const QByteArray& name, Declaration declaration, QString& expected) const
 {
     if (declaration.tokens) { // what they mean shows in a node
         declaration.shorthand = name;
@@ -183,6 +183,10 @@ bool DeclarationParser::addShorthand(Rule& rule, const QByteArray& name, Declara
         return false;
     for (Shorthand::Part& part : parts) {
         declaration.value = std::move(part.value);
+        declaration.isReset = wideKeyword(declaration.value) == WideKeyword::Initial;
+        // A keyframe says nothing of what its shorthand does not name.
+        if (declaration.isReset && m_block == Block::Keyframe)
+            continue;
         add(rule, part.attribute, declaration);
     }
     return true;

@@ -25,7 +25,7 @@ private:
     bool parseValue(int first, int end, Declaration& declaration, StyleSheetError& wrong) const;
     bool fitsBlock(const QByteArray& attribute, QString& wrong) const;
     static void add(Rule& rule, const QByteArray& attribute, Declaration declaration);
-    static bool addShorthand(Rule& rule, const QByteArray& name, Declaration declaration, QString& expected);
+    bool addShorthand(Rule& rule, const QByteArray& name, Declaration declaration, QString& expected) const;
 
     SheetReader& m_reader;
     Block m_block;

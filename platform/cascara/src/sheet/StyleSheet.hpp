@@ -32,6 +32,8 @@ struct Declaration
     /// Which longhand of `transition` or `animation` it is (see MotionLonghand); -1 for an attribute.
     int motionLonghand = -1;
     bool isVariable = false;
+    /// A shorthand gives the attribute its default, since it says nothing of it.
+    bool isReset = false;
     bool isInherited = false; ///< children inherit the attribute
     WideKeyword keyword = WideKeyword::None;
     /// It may say that the attribute has the value of the parent's although children do not inherit it.

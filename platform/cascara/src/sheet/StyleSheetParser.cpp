@@ -78,6 +78,7 @@ void StyleSheetParser::parseAtRule()
     }
     const int end = m_reader.position;
     if (!hasBlock && kind() == Kind::Semicolon)
+        block = m_reader.position;
         ++m_reader.position;
     if (isNamed(at, "charset") && !hasBlock)
         return; // style sheets are UTF-8 here

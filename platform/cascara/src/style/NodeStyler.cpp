@@ -150,12 +150,25 @@ void NodeStyler::attributeIsMissing(const Candidate* first, const Candidate* end
                           QStringLiteral("no attribute has this name%1; the declaration is skipped").arg(suggestion));
 }
 
+/// Whether a shorthand resets an attribute that the node does not have, or makes only when it first has a value.
+bool NodeStyler::isUnmadeReset(const Declaration& declaration)
+{
+    if (m_node.owner->node().hasMadeAttribute(declaration.attributeNumber))
+        return false;
+    if (!declaration.tokens || declaration.shorthand.isEmpty())
+        return declaration.isReset;
+    const DeclaredValue declared(m_node, declaration);
+    return !declared.isValid() || declared.keyword() == WideKeyword::Initial;
+}
+
 /// Gives an attribute the first of its candidates that fits it, or none. False when the node is gone or was restyled meanwhile.
 bool NodeStyler::applyAttribute(const Candidate* first, const Candidate* end)
 {
     const int number = first->declaration->attributeNumber;
     const int before = appliedDeclaration(m_node, number);
     if (before == first->declaration->serial && first->declaration->isConstant())
+        return true;
+    if (isUnmadeReset(*first->declaration))
         return true;
 
     Facet::Attribute* attribute = m_node.owner->node().attributeNumbered(number);

@@ -27,6 +27,7 @@ private:
     bool withdraw();
     [[nodiscard]] bool isGiven(int attribute) const;
     void attributeIsMissing(const Candidate* first, const Candidate* end);
+    [[nodiscard]] bool isUnmadeReset(const Declaration& declaration);
     bool applyAttribute(const Candidate* first, const Candidate* end);
     bool applyInherited(const InheritedValue& inherited);
     void takeFromParent(Facet::Attribute& attribute, const Declaration& declaration);

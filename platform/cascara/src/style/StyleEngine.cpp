@@ -107,7 +107,8 @@ std::vector<StyleEngine::MatchedDeclaration> StyleEngine::matchedDeclarations(co
     for (const bool important : {false, true})
         for (const RuleIndex::Entry* entry : rules)
             for (const Declaration& declaration : entry->rule->declarations)
-                if (declaration.isImportant == important)
+                if (declaration.isImportant == important
+                    && (!declaration.isReset || styleable.node().hasMadeAttribute(declaration.attributeNumber)))
                     result.push_back({declaration.attribute, declaration.text(), entry->selector->text, entry->rule->sheet->name,
                                       declaration.line, declaration.column});
     return result;

@@ -4,6 +4,10 @@
 
 #include <Cascara/StyleEngine.hpp>
 
+#include <functional>
+#include <memory>
+#include <vector>
+
 namespace Cascara
 {
 struct StyleEngine::Private

@@ -1,9 +1,8 @@
 #include "values/Shorthand.hpp"
 
+#include "values/BoxShorthands.hpp"
+#include "values/ShorthandParts.hpp"
 #include "values/WideKeyword.hpp"
-
-#include <Facet/StyleConversion.hpp>
-#include <Facet/StyleMath.hpp>
 
 #include <algorithm>
 #include <iterator>
@@ -16,78 +15,6 @@ using Kind = Facet::StyleTerm::Kind;
 
 namespace
 {
-bool isWord(const StyleTerm& term, const char* word)
-{
-    return term.kind == Kind::Ident && term.text.compare(QLatin1String(word), Qt::CaseInsensitive) == 0;
-}
-
-bool isMath(const StyleTerm& term)
-{
-    return term.kind == Kind::Function && Facet::StyleMath::isFunction(term.text);
-}
-
-/// A term, or a function with its arguments. Moves past it.
-StyleValue readPart(const StyleValue& value, int& position)
-{
-    const int first = position++;
-    if (value.terms[first].kind == Kind::Function)
-        position += int(value.terms[first].number);
-    StyleValue part;
-    part.terms = value.terms.mid(first, position - first);
-    return part;
-}
-
-bool isColor(const StyleValue& part)
-{
-    Bedrock::Color ignored;
-    return Facet::StyleConversion<Bedrock::Color>::read(part, ignored, nullptr);
-}
-
-/// Fills the part of that name; false when it has a value.
-bool give(std::vector<Shorthand::Part>& parts, const char* attribute, StyleValue value)
-{
-    for (Shorthand::Part& part : parts) {
-        if (part.attribute != attribute)
-            continue;
-        if (!part.value.terms.isEmpty())
-            return false;
-        part.value = std::move(value);
-        return true;
-    }
-    return false;
-}
-
-bool expandBorder(const StyleValue& value, std::vector<Shorthand::Part>& parts)
-{
-    static const StyleTerm kNoWidth{Kind::Number, QStringLiteral("0"), 0.0, {}};
-    bool hasStyle = false;
-    for (int position = 0; position < value.terms.size();) {
-        const StyleTerm& term = value.terms[position];
-        const bool isNone = isWord(term, "none") || isWord(term, "hidden");
-        if (isNone || isWord(term, "solid")) {
-            ++position;
-            if (hasStyle || (isNone && value.terms.size() > 1))
-                return false;
-            hasStyle = true;
-            if (isNone)
-                (void)give(parts, "border-width", {{kNoWidth}});
-            continue;
-        }
-        const bool isWidth = term.kind == Kind::Number || term.kind == Kind::Dimension || isMath(term);
-        StyleValue part = readPart(value, position);
-        if ((!isWidth && !isColor(part)) || !give(parts, isWidth ? "border-width" : "border-color", std::move(part)))
-            return false;
-    }
-    return true;
-}
-
-bool expandBackground(const StyleValue& value, std::vector<Shorthand::Part>& parts)
-{
-    if (value.terms.size() == 1 && isWord(value.terms.first(), "none"))
-        return true;
-    return isColor(value) && give(parts, "background-color", value);
-}
-
 bool expandFont(const StyleValue& value, std::vector<Shorthand::Part>& parts)
 {
     int position = 0;
@@ -122,11 +49,45 @@ struct Entry
     const char* expected;
 };
 
+constexpr const char* kLine = "expected a width, 'solid' and a colour, or none";
+
+/// The attribute, and that of each side.
+std::vector<QByteArray> around(const QByteArray& attribute, const char* what)
+{
+    std::vector<QByteArray> attributes{attribute};
+    for (const char* side : {"border-top", "border-right", "border-bottom", "border-left"})
+        attributes.push_back(QByteArray(side) + what);
+    return attributes;
+}
+
+std::vector<QByteArray> withSides(std::vector<QByteArray> attributes)
+{
+    for (const char* what : {"-width", "-color"}) {
+        const auto all = around({}, what);
+        attributes.insert(attributes.end(), all.begin() + 1, all.end());
+    }
+    return attributes;
+}
+
 const Entry* find(const QByteArray& name)
 {
     static const Entry kEntries[] = {
-        {"border", {"border-width", "border-color"}, expandBorder, "expected a width, 'solid' and a colour, or none"},
-        {"background", {"background-color"}, expandBackground, "expected a colour or none"},
+        {"border", withSides({"border-width", "border-color"}), expandBorder, kLine},
+        {"border-top", {"border-top-width", "border-top-color"}, expandSide, kLine},
+        {"border-right", {"border-right-width", "border-right-color"}, expandSide, kLine},
+        {"border-bottom", {"border-bottom-width", "border-bottom-color"}, expandSide, kLine},
+        {"border-left", {"border-left-width", "border-left-color"}, expandSide, kLine},
+        {"border-width", around("border-width", "-width"), expandLengths, "expected one to four widths"},
+        {"border-color", around("border-color", "-color"), expandColors, "expected one to four colours"},
+        {"border-radius",
+         {"border-radius", "border-top-left-radius", "border-top-right-radius", "border-bottom-right-radius",
+          "border-bottom-left-radius"},
+         expandLengths,
+         "expected one to four radii"},
+        {"background",
+         {"background-color", "background-image", "background-position", "background-size", "background-repeat"},
+         expandBackground,
+         "expected none, or a colour and pictures, each with its position, '/' and size, and repetition"},
         {"font",
          {"font-style", "font-weight", "font-size", "line-height", "font-family"},
          expandFont,

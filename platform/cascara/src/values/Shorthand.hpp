@@ -9,7 +9,9 @@
 
 namespace Cascara
 {
-/// Names that stand for several attributes: `border`, `background` and `font`.
+/// Names that stand for several attributes: `border`, a side of it such as `border-top`, `background` and `font`; and the
+/// attributes `border-width`, `border-color` and `border-radius`, which reset those of their sides or corners, or give each its
+/// own.
 class Shorthand
 {
 public:

@@ -94,6 +94,8 @@ public:
     [[nodiscard]] Attribute* attribute(const QByteArray& name) const;
     /// As above by the number of the name (AttributeName::number).
     [[nodiscard]] Attribute* attributeNumbered(int nameNumber) const;
+    /// Whether it has been made: not so for one that `makeRareAttributes` has left out until now.
+    [[nodiscard]] bool hasMadeAttribute(int nameNumber) const { return m_attributes.find(nameNumber) != nullptr; }
     /// All attributes in the order they were made. Makes those that `makeRareAttributes` has left out until now.
     [[nodiscard]] std::vector<Attribute*> attributes() const;
     /// The one observer of this node's attributes, for the style engine; null for none.

@@ -1,6 +1,7 @@
 #include "application/ApplicationPrivate.hpp"
 
 #include <Trellis/TextEditWidget.hpp>
+#include <Cascara/StyleEngine.hpp>
 
 #include <utility>
 

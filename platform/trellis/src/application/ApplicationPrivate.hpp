@@ -6,6 +6,7 @@
 #include "input/InputRouter.hpp"
 #include "layout/LayoutEngine.hpp"
 #include "motion/MotionController.hpp"
+#include "picture/BackgroundFetch.hpp"
 #include "tree/WidgetEngines.hpp"
 
 #include <Trellis/Application.hpp>
@@ -26,6 +27,7 @@ struct Application::Private final : WidgetEngines
     void layOut(const Widget& widget) override { layout.bringUpToDate(widget); }
     [[nodiscard]] Vecta::Vector2f flowSize(const Widget& widget, float availableWidth) override;
     void appearanceChanged(Widget& widget, Redraw extent) override { damage.widgetChanged(widget, extent); }
+    void backgroundChanged(Widget& widget) override { fetchBackground(widget); }
     void activityChanged(Widget& widget) override { updater.refresh(widget); }
     void stopMotion(Widget& widget) override { motion.stop(widget); }
     void dropInput(Widget& widget) override { input.dropAllBelow(widget); }

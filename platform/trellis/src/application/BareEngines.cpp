@@ -15,6 +15,7 @@ public:
         return m_layout.flowSize(widget, availableWidth);
     }
     void appearanceChanged(Widget&, Redraw) override {}
+    void backgroundChanged(Widget&) override {}
     void activityChanged(Widget&) override {}
     void stopMotion(Widget&) override {}
     void dropInput(Widget&) override {}

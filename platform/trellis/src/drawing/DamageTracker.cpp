@@ -207,13 +207,16 @@ void DamageTracker::account(Widget& widget, const Above& above, Redraw extent)
 
     const Vecta::Transform matrix = onScreen(toScene);
     const bool isUpright = matrix.m12 == 0.f && matrix.m21 == 0.f && matrix.m11 == 1.f && matrix.m22 == 1.f;
-    Vecta::Rect whole = toScene.mapBounds(records.layout.bounds());
-    if (const Vecta::Vector2f scale = screenScale(); !isUpright && !whole.isEmpty())
-        whole = grown(whole, kSmoothEdgePx / scale.x, kSmoothEdgePx / scale.y);
+    const auto inScene = [&](const Vecta::Rect& area) {
+        const Vecta::Rect whole = toScene.mapBounds(area);
+        const Vecta::Vector2f scale = screenScale();
+        return isUpright || whole.isEmpty() ? whole : grown(whole, kSmoothEdgePx / scale.x, kSmoothEdgePx / scale.y);
+    };
+    const Vecta::Rect box = records.layout.bounds();
     addArea(moved(drawing.drawnBounds, placeBefore));
     if (isRepainted)
         damageLayer(layer, drawing.drawnBounds);
-    drawing.drawnBounds = shows ? moved(whole.intersected(above.clip), place * -1.f) : Vecta::Rect{};
+    drawing.drawnBounds = shows ? moved(inScene(drawing.drawnArea(box)).intersected(above.clip), place * -1.f) : Vecta::Rect{};
     addArea(moved(drawing.drawnBounds, place));
     if (isRepainted)
         damageLayer(layer, drawing.drawnBounds);
@@ -227,7 +230,7 @@ void DamageTracker::account(Widget& widget, const Above& above, Redraw extent)
     }
     // A widget that clips its children changes what shows of them.
     if (extent == Redraw::Subtree || drawing.clips()) {
-        const Vecta::Rect inner = drawing.clips() ? whole.intersected(above.clip) : above.clip;
+        const Vecta::Rect inner = drawing.clips() ? inScene(box).intersected(above.clip) : above.clip;
         const Above below{toScene, inner, shows, areChildrenRepainted, layer, placeBefore, place};
         for (const auto& child : widget.children())
             account(*child, below, Redraw::Subtree);

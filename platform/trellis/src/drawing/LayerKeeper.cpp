@@ -23,7 +23,9 @@ bool isFinite(const Vecta::Rect& r)
 
 bool isPlainBox(const Widget& widget, const Vecta::Transform& t)
 {
-    return widget.children().empty() && t.m11 == 1.f && t.m22 == 1.f && t.m12 == 0.f && t.m21 == 0.f;
+    const DrawingRecord& drawing = WidgetRecords::of(widget).drawing;
+    const bool isDecorated = drawing.pictures || !drawing.decoration->boxShadow.value().shadows.empty();
+    return widget.children().empty() && !isDecorated && t.m11 == 1.f && t.m22 == 1.f && t.m12 == 0.f && t.m21 == 0.f;
 }
 }
 

@@ -14,8 +14,8 @@ struct WidgetLayer;
 /// Decides which widgets are drawn as one kept picture: the children of the widgets that were named, as long as they are
 /// neither turned nor scaled. The pictures have the scale of the screen. A widget is kept from the second frame on in which it
 /// has the same direction and scale. It is drawn directly while it turns, grows or is hidden, and where it is upright, unscaled
-/// and without children. Whether a widget is kept is state, and no matter of what is damaged: the same pixels come of any damage.
-/// Main thread only.
+/// and without children, shadows and pictures. Whether a widget is kept is state, and no matter of what is damaged: the same
+/// pixels come of any damage. Main thread only.
 class LayerKeeper
 {
 public:

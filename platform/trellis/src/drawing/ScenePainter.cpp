@@ -35,7 +35,7 @@ void ScenePainter::paintContent(const Widget& widget, Lantern::RenderContext& co
 {
     const WidgetRecords& records = WidgetRecords::of(widget);
     const Vecta::Rect box = records.layout.bounds();
-    if (context.isVisible(box))
+    if (context.isVisible(records.drawing.drawnArea(box)))
         widget.renderContent(context);
     const bool clips = records.drawing.clips() && hasShownChildren(widget);
     if (clips)

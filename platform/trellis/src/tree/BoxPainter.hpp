@@ -1,6 +1,5 @@
 #pragma once
 
-#include <Bedrock/Color.hpp>
 #include <Vecta/Vector2T.hpp>
 
 namespace Lantern
@@ -10,15 +9,9 @@ class RenderContext;
 
 namespace Trellis
 {
-/// What every widget can show: a ground and a border inside its rectangle. Colours are not premultiplied.
-struct BoxStyle
-{
-    Bedrock::Color background;
-    Bedrock::Color border;
-    float borderWidth = 0.f;
-    float borderRadius = 0.f;
-};
+struct DrawingRecord;
 
-/// Draws it; what cannot be seen is not drawn.
-void paintBox(Lantern::RenderContext& context, Vecta::Vector2f size, const BoxStyle& boxStyle);
+/// Draws what every widget can show, from the bottom to the top: shadows around it, its colour, pictures and gradients, inset
+/// shadows, and a border inside of its edge. What cannot be seen is not drawn.
+void paintBox(Lantern::RenderContext& context, Vecta::Vector2f size, const DrawingRecord& drawing);
 }

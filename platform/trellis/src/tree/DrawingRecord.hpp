@@ -1,14 +1,24 @@
 #pragma once
 
+#include "tree/Background.hpp"
 #include "tree/RareAttributes.hpp"
 #include "tree/Reach.hpp"
+#include "tree/ShadowList.hpp"
 #include "tree/WidgetLayer.hpp"
 
 #include <Bedrock/Color.hpp>
 #include <Facet/AttributeT.hpp>
+#include <Lantern/BoxFill.hpp>
+#include <Lantern/RoundBox.hpp>
 #include <Vecta/Rect.hpp>
 
+#include <QImage>
+#include <QSize>
+#include <QString>
+
 #include <memory>
+#include <optional>
+#include <vector>
 
 namespace Trellis
 {
@@ -35,6 +45,56 @@ struct Border
     [[nodiscard]] static bool isNamed(int nameNumber);
 };
 
+/// A value of a side or a corner, or none: then it has that of `border-width`, `border-color` or `border-radius`. Written as that
+/// type is, or as `auto`.
+template <class T>
+struct OwnOrCommon
+{
+    std::optional<T> own;
+    [[nodiscard]] const T& valueOr(const T& common) const { return own ? *own : common; }
+    friend bool operator==(const OwnOrCommon& a, const OwnOrCommon& b) { return a.own == b.own; }
+};
+
+struct BorderSides
+{
+    explicit BorderSides(Widget* host);
+    Facet::AttributeT<OwnOrCommon<float>> topWidth, rightWidth, bottomWidth, leftWidth;
+    Facet::AttributeT<OwnOrCommon<Bedrock::Color>> topColor, rightColor, bottomColor, leftColor;
+    [[nodiscard]] static bool isNamed(int nameNumber);
+};
+
+struct BorderCorners
+{
+    explicit BorderCorners(Widget* host);
+    Facet::AttributeT<OwnOrCommon<float>> topLeft, topRight, bottomRight, bottomLeft;
+    [[nodiscard]] static bool isNamed(int nameNumber);
+};
+
+struct Decoration
+{
+    explicit Decoration(Widget* host);
+    Facet::AttributeT<ShadowList> boxShadow;
+    [[nodiscard]] static bool isNamed(int nameNumber);
+};
+
+struct BackgroundAttributes
+{
+    explicit BackgroundAttributes(Widget* host);
+    Facet::AttributeT<BackgroundImages> images;
+    Facet::AttributeT<BackgroundSizes> sizes;
+    Facet::AttributeT<BackgroundPositions> positions;
+    Facet::AttributeT<BackgroundRepeats> repeats;
+    [[nodiscard]] static bool isNamed(int nameNumber);
+};
+
+/// A file of `background-image`.
+struct BackgroundPicture
+{
+    QString file;
+    QImage image;   ///< null as long as it is not read, and where it cannot be
+    QSize fullSize; ///< pixels of the file
+};
+
 /// What is drawn of a widget, and what DamageTracker keeps of it.
 struct DrawingRecord
 {
@@ -44,6 +104,11 @@ struct DrawingRecord
     Facet::AttributeT<Bedrock::Color> backgroundColor;
     Facet::AttributeT<Overflow> overflow;
     RareAttributes<Border> border;
+    RareAttributes<BorderSides> sides;
+    RareAttributes<BorderCorners> corner;
+    RareAttributes<Decoration> decoration;
+    RareAttributes<BackgroundAttributes> background;
+    std::unique_ptr<std::vector<BackgroundPicture>> pictures; ///< one for each of `background-image`; null for none
 
     Reach reach;
     Vecta::Rect drawnBounds; ///< scene area of the widget itself when last accounted for, around the place of its layer, if any
@@ -53,6 +118,34 @@ struct DrawingRecord
     bool keepsChildren = false;         ///< each child is drawn on whole pixels, and may be kept as a picture
     std::unique_ptr<WidgetLayer> layer; ///< of a child of such a widget
 
+    /// As it is written: sides may be wider than the widget, corners rounder.
+    [[nodiscard]] Lantern::BoxFrame frame() const;
+    [[nodiscard]] Lantern::Corners corners() const;
+    /// What the widget itself draws on, of which `box` is what it covers.
+    [[nodiscard]] Vecta::Rect drawnArea(const Vecta::Rect& box) const { return decoration->boxShadow.value().reach(box); }
     [[nodiscard]] bool clips() const { return overflow.value() == Overflow::Hidden; }
+};
+}
+
+namespace Facet
+{
+template <class T>
+struct StyleConversion<Trellis::OwnOrCommon<T>>
+{
+    static bool read(const StyleValue& value, Trellis::OwnOrCommon<T>& result, QString* error)
+    {
+        result.own.reset();
+        if (singleWord(value).compare(QLatin1String("auto"), Qt::CaseInsensitive) == 0)
+            return true;
+        T own{};
+        if (!StyleConversion<T>::read(value, own, error))
+            return false;
+        result.own = own;
+        return true;
+    }
+    static QString write(const Trellis::OwnOrCommon<T>& value)
+    {
+        return value.own ? StyleConversion<T>::write(*value.own) : QStringLiteral("auto");
+    }
 };
 }

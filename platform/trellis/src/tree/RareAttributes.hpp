@@ -29,6 +29,7 @@ class RareAttributes
 {
 public:
     [[nodiscard]] const Group& operator*() const noexcept { return m_group ? *m_group : defaults(); }
+    [[nodiscard]] bool isMade() const noexcept { return m_group != nullptr; }
     const Group* operator->() const noexcept { return &**this; }
 
     /// Makes the group if it has an attribute whose name has that number and was not made before. Returns whether it did.

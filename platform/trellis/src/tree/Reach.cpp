@@ -34,7 +34,7 @@ const Reach& reachOf(const Widget& widget)
     if (!reach.isStale)
         return reach;
     reach.isStale = false;
-    reach.inside = records.layout.bounds();
+    reach.inside = records.drawing.drawnArea(records.layout.bounds());
     if (!records.drawing.clips())
         for (const auto& child : widget.children()) {
             if (!WidgetRecords::of(*child).isShown())

@@ -80,10 +80,7 @@ void Widget::sceneSizeChanged() {}
 
 void Widget::renderContent(Lantern::RenderContext& context) const
 {
-    const DrawingRecord& drawing = d->drawing;
-    paintBox(context, size(),
-             {drawing.backgroundColor.value(), drawing.border->color.value(), drawing.border->width.value(),
-              drawing.border->radius.value()});
+    paintBox(context, size(), d->drawing);
 }
 
 void Widget::setHoldsFingers(bool on)
@@ -198,15 +195,22 @@ void Widget::animationUncovers(Facet::Attribute& attribute)
 void Widget::rareAttributeChanged(const Facet::Attribute& attribute)
 {
     const LayoutRecord& layout = d->layout;
-    if (d->drawing.border.holds(attribute))
+    if (d->drawing.border.holds(attribute) || d->drawing.sides.holds(attribute) || d->drawing.corner.holds(attribute)) {
         requestRedraw();
-    else if (layout.limits.holds(attribute) || layout.insets.holds(attribute))
+    } else if (d->drawing.decoration.holds(attribute)) {
+        markReachStale(*this);
+        requestRedraw();
+    } else if (d->drawing.background.holds(attribute)) {
+        if (&attribute == &d->drawing.background->images)
+            WidgetEngines::current().backgroundChanged(*this);
+        requestRedraw();
+    } else if (layout.limits.holds(attribute) || layout.insets.holds(attribute)) {
         invalidateBox(*this);
-    else if (!layout.spacing.holds(attribute))
-        return;
-    else if (&attribute == &layout.spacing->padding || &attribute == &layout.spacing->margin)
-        invalidateBox(*this);
-    else
-        invalidateContent(*this);
+    } else if (layout.spacing.holds(attribute)) {
+        if (&attribute == &layout.spacing->padding || &attribute == &layout.spacing->margin)
+            invalidateBox(*this);
+        else
+            invalidateContent(*this);
+    }
 }
 }

@@ -28,6 +28,8 @@ public:
     [[nodiscard]] virtual Vecta::Vector2f flowSize(const Widget& widget, float availableWidth) = 0;
     /// The widget must be drawn anew. Ignored for widgets outside the application's tree.
     virtual void appearanceChanged(Widget& widget, Redraw extent) = 0;
+    /// Other files are to be shown behind the widget: fetches them.
+    virtual void backgroundChanged(Widget& widget) = 0;
     /// The widget began or ceased to need a visit in each frame.
     virtual void activityChanged(Widget& widget) = 0;
     /// Ends the slide of the widget, and what is left of its speed.
