@@ -107,11 +107,11 @@ TEST_CASE("parser: an unknown at-rule is skipped whole, with one warning")
     auto& node = fixture.add("", "N", "n");
     expectWarning("StyleEngine # test.css:2:1: @supports is not supported; it is skipped");
     expectWarning("StyleEngine # test.css:3:1: @page is not supported; it is skipped");
-    expectWarning("StyleEngine # test.css:4:3: @font-face is not supported; it is skipped");
+    expectWarning("StyleEngine # test.css:4:3: @counter-style is not supported; it is skipped");
     fixture.sheet("@charset \"utf-8\";\n"
                   "@supports (x) { N { text: no } N { text: no } }\n"
                   "@page;\n"
-                  "  @font-face{ text: no }N { width: 1 }");
+                  "  @counter-style x { text: no }N { width: 1 }");
     CHECK(node.width == 1.f);
     CHECK_FALSE(node.text.hasValue(Facet::kStyleLayer));
 }

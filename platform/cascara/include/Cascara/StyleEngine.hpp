@@ -1,13 +1,14 @@
 #pragma once
 
 #include <Bedrock/Export.hpp>
+#include <Cascara/FontFace.hpp>
 #include <Cascara/Media.hpp>
 
 #include <QByteArray>
 #include <QString>
 
-#include <initializer_list>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <vector>
 
@@ -36,6 +37,10 @@ public:
     /// What `@media` asks for. Restyles everything when some condition holds now and did not before, or the other way round.
     void setMedia(const Media& media);
     [[nodiscard]] const Media& media() const noexcept;
+    /// What the sheets say of fonts, in their order.
+    [[nodiscard]] const std::vector<FontFace>& fontFaces() const noexcept;
+    /// Called when that has changed, before nodes are styled by the sheet. One at a time; empty for none.
+    void setFontFaceListener(std::function<void()> listener);
     /// Takes all sheets away and withdraws what they set.
     void clearStyleSheets();
 

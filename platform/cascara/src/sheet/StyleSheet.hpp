@@ -6,6 +6,7 @@
 #include "syntax/Token.hpp"
 #include "values/WideKeyword.hpp"
 
+#include <Cascara/FontFace.hpp>
 #include <Facet/StyleValue.hpp>
 
 #include <QByteArray>
@@ -31,9 +32,9 @@ struct Declaration
     bool isFollowing = false;
     /// Which longhand of `transition` or `animation` it is (see MotionLonghand); -1 for an attribute.
     int motionLonghand = -1;
-    bool isVariable = false;
     /// A shorthand gives the attribute its default, since it says nothing of it.
     bool isReset = false;
+    bool isVariable = false;
     bool isInherited = false; ///< children inherit the attribute
     WideKeyword keyword = WideKeyword::None;
     /// It may say that the attribute has the value of the parent's although children do not inherit it.
@@ -103,6 +104,7 @@ struct StyleSheet
     /// Rules keep their address.
     std::vector<std::unique_ptr<Rule>> rules;
     std::vector<std::shared_ptr<Keyframes>> keyframes;
+    std::vector<FontFace> fontFaces;
     std::vector<StyleSheetError> errors;
     std::shared_ptr<SheetWarnings> warnings = std::make_shared<SheetWarnings>(); ///< never null
 };

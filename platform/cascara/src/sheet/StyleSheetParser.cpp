@@ -2,6 +2,7 @@
 
 #include "selectors/SelectorParser.hpp"
 #include "sheet/DeclarationParser.hpp"
+#include "sheet/FontFaceParser.hpp"
 #include "sheet/KeyframesParser.hpp"
 #include "syntax/Tokenizer.hpp"
 #include "values/ValueParser.hpp"
@@ -17,6 +18,8 @@ namespace Cascara
 namespace
 {
 using Kind = Token::Kind;
+const QStringList kAtRules{QStringLiteral("import"), QStringLiteral("media"), QStringLiteral("keyframes"),
+                           QStringLiteral("font-face")};
 
 bool isNamed(const Token& at, const char* name)
 {
@@ -72,26 +75,28 @@ void StyleSheetParser::parseAtRule()
     }
     const int first = m_reader.position;
     bool hasBlock = false;
+    int block = 0;
     while (kind() != Kind::Semicolon && kind() != Kind::End && !hasBlock) {
         hasBlock = kind() == Kind::OpenCurly;
+        block = m_reader.position;
         m_reader.skipComponent();
     }
     const int end = m_reader.position;
     if (!hasBlock && kind() == Kind::Semicolon)
-        block = m_reader.position;
         ++m_reader.position;
     if (isNamed(at, "charset") && !hasBlock)
         return; // style sheets are UTF-8 here
+    if (isNamed(at, "font-face") && hasBlock && !m_media) {
+        FontFaceParser(m_reader).parse(at, block, end);
+        return;
+    }
     const bool isImport = isNamed(at, "import") && !hasBlock;
     if (isImport && parseImport(first, end, at))
         return;
     if (!isImport)
-        m_reader.error(
-            at,
-            QStringLiteral("@%1 is not supported%2; it is skipped")
-                .arg(at.text,
-                     Facet::didYouMean(at.text.toLower(),
-                                       {QStringLiteral("import"), QStringLiteral("media"), QStringLiteral("keyframes")})));
+        m_reader.error(at,
+                       QStringLiteral("@%1 is not supported%2; it is skipped")
+                           .arg(at.text, isNamed(at, "font-face") ? QString() : Facet::didYouMean(at.text.toLower(), kAtRules)));
 }
 
 void StyleSheetParser::parseMedia(const Token& at)

@@ -28,6 +28,7 @@ void StyleEngine::addStyleSheet(const QString& text, const QString& name, const 
 {
     std::vector<std::unique_ptr<StyleSheet>> sheets;
     StyleSheetLoader(sheets).loadText(text, name, baseDirectory);
+    d->bindFonts(sheets);
     d->restyler.addSheets(std::move(sheets));
 }
 
@@ -36,6 +37,7 @@ bool StyleEngine::loadStyleSheet(const QString& path)
     std::vector<std::unique_ptr<StyleSheet>> sheets;
     if (!StyleSheetLoader(sheets).loadFile(path))
         return false;
+    d->bindFonts(sheets);
     d->restyler.addSheets(std::move(sheets));
     return true;
 }
@@ -59,6 +61,28 @@ const Media& StyleEngine::media() const noexcept
 void StyleEngine::clearStyleSheets()
 {
     d->restyler.clearSheets();
+    if (!std::exchange(d->fontFaces, {}).empty() && d->fontListener)
+        d->fontListener();
+}
+
+/// Before the nodes are styled, so that what is measured then has the fonts.
+void StyleEngine::Private::bindFonts(const std::vector<std::unique_ptr<StyleSheet>>& sheets)
+{
+    const std::size_t before = fontFaces.size();
+    for (const auto& sheet : sheets)
+        fontFaces.insert(fontFaces.end(), sheet->fontFaces.begin(), sheet->fontFaces.end());
+    if (fontFaces.size() != before && fontListener)
+        fontListener();
+}
+
+const std::vector<FontFace>& StyleEngine::fontFaces() const noexcept
+{
+    return d->fontFaces;
+}
+
+void StyleEngine::setFontFaceListener(std::function<void()> listener)
+{
+    d->fontListener = std::move(listener);
 }
 
 void StyleEngine::finishStyling()

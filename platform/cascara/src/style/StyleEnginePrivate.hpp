@@ -13,6 +13,10 @@ namespace Cascara
 struct StyleEngine::Private
 {
     Restyler restyler;
+    std::vector<FontFace> fontFaces;
+    std::function<void()> fontListener;
+
+    void bindFonts(const std::vector<std::unique_ptr<StyleSheet>>& sheets);
 
     [[nodiscard]] static Restyler& restylerOf(StyleEngine& engine) { return engine.d->restyler; }
 };

@@ -25,6 +25,9 @@ public:
     /// The "text" attribute, so that its run-time value can be cleared.
     [[nodiscard]] Facet::AttributeT<QString>& textAttribute();
 
+    /// Families name other fonts than before: the lines are broken anew. The application calls it.
+    void fontsChanged();
+
     void renderContent(Lantern::RenderContext& context) const override;
 
 protected:

@@ -40,10 +40,13 @@ Application::Application(Vecta::Vector2f sizePx) : d(std::make_unique<Private>(*
     WidgetRecords::of(root).input.inputTransparent.setValue(true, Facet::kDefaultLayer);
     WidgetRecords::enterTree(root);
     d->damage.setScene({0.f, 0.f, sizePx.x, sizePx.y});
+    d->bindFonts();
+    Cascara::StyleEngine::instance().setFontFaceListener([this] { d->bindFonts(); });
 }
 
 Application::~Application()
 {
+    Cascara::StyleEngine::instance().setFontFaceListener({});
     d->input.fingers().dragging().setObserver(nullptr);
     WidgetRecords::leaveTree(*d->mainLayer);
     destroyRemovedWidgets();

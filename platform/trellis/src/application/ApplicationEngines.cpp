@@ -1,7 +1,8 @@
 #include "application/ApplicationPrivate.hpp"
+#include "text/FontFaces.hpp"
 
-#include <Trellis/TextEditWidget.hpp>
 #include <Cascara/StyleEngine.hpp>
+#include <Trellis/TextEditWidget.hpp>
 
 #include <utility>
 
@@ -27,6 +28,18 @@ void Application::Private::widgetLeaves(Widget& widget)
 void Application::Private::widgetRemoved(Bedrock::IntrusivePtr<Widget> widget)
 {
     removed.push_back(std::move(widget));
+}
+
+void Application::Private::bindFonts()
+{
+    FontFaces::instance().set(Cascara::StyleEngine::instance().fontFaces());
+    const auto refresh = [](auto&& self, Widget& widget) -> void {
+        if (auto* text = dynamic_cast<TextInterfaceWidget*>(&widget))
+            text->fontsChanged();
+        for (const auto& child : widget.children())
+            self(self, *child);
+    };
+    refresh(refresh, *mainLayer);
 }
 
 Widget* Application::Private::keyboardFocus() const noexcept

@@ -37,6 +37,8 @@ struct Application::Private final : WidgetEngines
     [[nodiscard]] Vecta::Vector2f screenScale() const noexcept override { return scale; }
     [[nodiscard]] Widget* keyboardFocus() const noexcept override;
     void setKeyboardFocus(Widget* widget) override { application.setFocusWidget(widget); }
+    /// Binds what the style sheets say of fonts, and lays out the texts anew.
+    void bindFonts();
     using WidgetEngines::install;
     using WidgetEngines::retire;
 

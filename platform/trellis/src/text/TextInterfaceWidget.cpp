@@ -1,5 +1,6 @@
 #include <Trellis/TextInterfaceWidget.hpp>
 
+#include "text/FontFaces.hpp"
 #include "text/TextPrivate.hpp"
 #include "tree/WidgetRecords.hpp"
 
@@ -82,7 +83,7 @@ const TextFormat::Pointer& TextInterfaceWidget::TextPrivate::format()
         return m_format;
     const Typesetting& setting = *typesetting;
     TextLook look;
-    look.families = fontFamily.value();
+    look.families = FontFaces::instance().resolved(fontFamily.value());
     look.sizePx = std::clamp(int(std::lround(fontSize.value())), 1, 2000);
     look.weight = fontWeight.value().value;
     look.isItalic = setting.fontStyle.value() == FontStyle::Italic;
@@ -164,6 +165,14 @@ QString TextInterfaceWidget::text() const
 Facet::AttributeT<QString>& TextInterfaceWidget::textAttribute()
 {
     return d->text;
+}
+
+void TextInterfaceWidget::fontsChanged()
+{
+    d->forgetMeasures();
+    d->forgetFormat();
+    requestLayout();
+    requestRedraw();
 }
 
 Vecta::Vector2f TextInterfaceWidget::contentSize(float availableWidth) const
