@@ -19,13 +19,14 @@ from pathlib import Path
 FLOORS = {
     "platform/compat": 1, "platform/bedrock": 1, "platform/vecta": 1,
     "platform/facet": 2, "platform/cadence": 2, "platform/http": 2, "platform/qr": 2,
+    "platform/storage": 2,
     "platform/cascara": 3, "platform/tactile": 3, "platform/lantern": 3,
     "platform/trellis": 4,
     "platform/tavola": 5,
     "plugin": 6, "host": 6,
 }
 # Units that stand apart, which nothing of the house includes, and all that they may include of it.
-APART = {"mediaserver": {"platform/bedrock", "platform/http", "platform/qr"}}
+APART = {"mediaserver": {"platform/bedrock", "platform/http", "platform/qr", "platform/storage"}}
 # Programs beside the house, which may include any platform library.
 BESIDE = {"tools/visit", "bench"}
 
@@ -38,7 +39,8 @@ WORDS = ("somebody", "nobody", "anybody", "whoever", "whom")
 
 # A test file that names one of these starts threads: threads, classes that have some, and servers of the tests.
 STARTS_THREADS = re.compile(r"\b(?:std::thread|BGThread|WorkerPool|HttpServerThread|TwoDoors|OutboxService|TcpDatagramSource"
-                            r"|UdpDatagramSource|Tavola::HttpClient|makeNetworkManager|MediaServerService)\b")
+                            r"|UdpDatagramSource|Tavola::HttpClient|makeNetworkManager|MediaServerService|TestDatabase"
+                            r"|PostgresProxy|PeopleRegistry)\b")
 # A program that replaces the allocator is built without sanitizers.
 REPLACES_ALLOCATOR = re.compile(r"\bvoid\*\s*operator new\(")
 THREADS_LIST = re.compile(r"\bTHREADS\s+([^()]*?)(?=\s(?:SOURCES|HELPERS|LINKS|LABELS|ENVIRONMENT)\b|\))")

@@ -1,0 +1,257 @@
+#include "Boats.hpp"
+
+#include <Patience.hpp>
+#include <PostgresProxy.hpp>
+#include <ReservedPort.hpp>
+#include <TestDatabase.hpp>
+
+#include <doctest/doctest.h>
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <condition_variable>
+#include <future>
+#include <mutex>
+
+using namespace Storage;
+using Kind = Store::Kind;
+
+namespace
+{
+/// A database behind a proxy.
+struct Far
+{
+    TestDatabase database{TestDatabase::Kind::Postgres};
+    PostgresProxy proxy{database.address().port};
+
+    [[nodiscard]] std::unique_ptr<Store> store(const Store::Settings& settings) const
+    {
+        Address address = database.address();
+        address.port = proxy.port();
+        auto opened = Store::open(address, boats(), settings);
+        REQUIRE_MESSAGE(opened, opened.error().toStdString());
+        return std::move(*opened);
+    }
+};
+
+/// Waits until a number that a store's thread changes is reached.
+struct Counter
+{
+    std::mutex mutex;
+    std::condition_variable changed;
+    int count = 0;
+
+    void add()
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        ++count;
+        changed.notify_all();
+    }
+    bool waitFor(int wanted)
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        return changed.wait_for(lock, TestSupport::kPatience, [&] { return count >= wanted; });
+    }
+};
+
+Store::Settings within(std::chrono::milliseconds deadline)
+{
+    Store::Settings settings;
+    settings.deadline = deadline;
+    return settings;
+}
+
+const Store::Settings kPatient = within(TestSupport::kPatience);
+}
+
+TEST_CASE("postgres connection: a server that is not there is reported with its address and the remedy")
+{
+    const TestSupport::ReservedPort port;
+    const auto address = Address::parse(QStringLiteral("postgres://hall@127.0.0.1:%1/tavola").arg(port.port()));
+    REQUIRE(address);
+    const auto refused = Store::open(*address, boats(), {});
+    REQUIRE_FALSE(refused);
+    CHECK(refused.error().startsWith(address->shown() + QStringLiteral(" cannot be used as the list of boats (")));
+    CHECK(refused.error().endsWith(
+        QLatin1String("; see whether the server runs, and whether address, user and password are right")));
+
+    Counter outages;
+    Store::Settings settings = within(std::chrono::milliseconds(300));
+    settings.whenAway = Store::WhenAway::Open;
+    settings.onEvent = [&outages](Store::Event event) {
+        if (event == Store::Event::Away)
+            outages.add();
+    };
+    const auto opened = Store::open(*address, boats(), settings);
+    REQUIRE(opened);
+    const auto outcome = (*opened)->run(Kind::Read, [](Transaction&) { return true; });
+    REQUIRE_FALSE(outcome);
+    CHECK(outcome.error().kind == Failure::Kind::Away);
+    CHECK(outages.count == 1);
+}
+
+TEST_CASE("postgres connection: a password file that cannot be read is named, its content never is")
+{
+    const TestSupport::ReservedPort port;
+    const QTemporaryDir folder;
+    const QString file = folder.filePath(QStringLiteral("password"));
+    const auto refusal = [&] {
+        const auto address =
+            Address::parse(QStringLiteral("postgres://hall@127.0.0.1:%1/tavola?password-file=%2").arg(port.port()).arg(file));
+        return Store::open(*address, boats(), {}).error();
+    };
+    CHECK(refusal().contains(QStringLiteral("the password cannot be read from ") + file));
+    QFile written(file);
+    REQUIRE(written.open(QIODevice::WriteOnly));
+    written.write("open sesame\n");
+    written.close();
+    CHECK_FALSE(refusal().contains(QLatin1String("sesame")));
+}
+
+TEST_CASE("postgres connection: a job whose connection is killed in its middle runs again, and is done once")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    const TestDatabase database(TestDatabase::Kind::Postgres);
+    const auto store = database.store(boats(), kPatient);
+    int calls = 0;
+    const auto outcome = store->run(Kind::Write, [&](Transaction& transaction) {
+        const bool isFirst = ++calls == 1;
+        return addBoat(transaction, "Ahti")
+            && (!isFirst || transaction.run(QStringLiteral("SELECT pg_terminate_backend(pg_backend_pid())")))
+            && addBoat(transaction, "Ilma");
+    });
+    REQUIRE_MESSAGE(outcome, outcome.error().text().toStdString());
+    CHECK(calls == 2);
+    CHECK(allBoats(*store) == "Ahti Ilma");
+}
+
+TEST_CASE("postgres connection: a connection that is killed while it rests is opened again")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    const TestDatabase database(TestDatabase::Kind::Postgres);
+    Counter changes;
+    Store::Settings settings = kPatient;
+    settings.onEvent = [&changes](Store::Event) { changes.add(); };
+    const auto store = database.store(boats(), settings);
+    database.execute(
+        QStringLiteral("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE application_name = 'tavola' AND "
+                       "datname = current_database()"));
+    // What was changed meanwhile is not known, so there is an event although nothing has changed.
+    CHECK(changes.waitFor(1));
+    // And others' changes are noticed as before.
+    CHECK(database.store(boats())->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Ahti"); }) == true);
+    CHECK(changes.waitFor(2));
+    CHECK(allBoats(*store) == "Ahti");
+}
+
+TEST_CASE("postgres connection: a commit whose acknowledgement is lost is looked up, not done again")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    Far far;
+    const auto store = far.store(kPatient);
+    int calls = 0;
+    far.proxy.cutAnswerTo("COMMIT");
+    const auto outcome = store->run(Kind::Write, [&](Transaction& transaction) {
+        ++calls;
+        return transaction.run(QStringLiteral("INSERT INTO boat (name, length) VALUES (?, 1)"),
+                               {QStringLiteral("Boat%1").arg(calls)});
+    });
+    REQUIRE_MESSAGE(outcome, outcome.error().text().toStdString());
+    CHECK(outcome == true);
+    CHECK(calls == 1);
+    CHECK(far.proxy.connections() == 2);
+    CHECK(allBoats(*store) == "Boat1");
+}
+
+TEST_CASE("postgres connection: a commit that the server undid is done again")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    const TestDatabase database(TestDatabase::Kind::Postgres);
+    const auto store = database.store(boats(), kPatient);
+    // Kills the connection in the commit, when the boat is long.
+    database.execute(QStringLiteral("CREATE FUNCTION cut() RETURNS trigger LANGUAGE plpgsql AS $$ BEGIN PERFORM "
+                                    "pg_terminate_backend(pg_backend_pid()); RETURN NULL; END $$"));
+    database.execute(
+        QStringLiteral("CREATE CONSTRAINT TRIGGER cut AFTER INSERT ON boat DEFERRABLE INITIALLY DEFERRED FOR EACH ROW "
+                       "WHEN (NEW.length > 99) EXECUTE FUNCTION cut()"));
+    int calls = 0;
+    const auto outcome =
+        store->run(Kind::Write, [&](Transaction& transaction) { return addBoat(transaction, "Ahti", ++calls == 1 ? 100 : 1); });
+    REQUIRE_MESSAGE(outcome, outcome.error().text().toStdString());
+    CHECK(calls == 2);
+    CHECK(database.execute(QStringLiteral("SELECT length FROM boat")).toInt() == 1);
+}
+
+TEST_CASE("postgres connection: a server that hangs costs a job its deadline, and is used again when it answers")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    Far far;
+    Counter events;
+    Store::Settings settings = within(std::chrono::milliseconds(400));
+    settings.onEvent = [&events](Store::Event) { events.add(); };
+    const auto store = far.store(settings);
+    CHECK(store->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Ahti"); }) == true);
+    far.proxy.freeze();
+    for (int i = 0; i < 2; ++i) {
+        const auto outcome = store->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Ilma"); });
+        REQUIRE_FALSE(outcome);
+        CHECK(outcome.error().kind == Failure::Kind::Away);
+    }
+    CHECK(events.waitFor(1)); // Away
+    far.proxy.thaw();
+    CHECK(events.waitFor(2)); // Changed: it is back
+    CHECK(store->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Otso"); }) == true);
+    CHECK(allBoats(*store) == "Ahti Otso");
+}
+
+TEST_CASE("postgres connection: a hanging server is noticed although no job is posted")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    Far far;
+    Counter outages;
+    Store::Settings settings = within(std::chrono::milliseconds(400));
+    settings.onEvent = [&outages](Store::Event event) {
+        if (event == Store::Event::Away)
+            outages.add();
+    };
+    const auto store = far.store(settings);
+    far.proxy.freeze();
+    CHECK(outages.waitFor(1));
+    far.proxy.thaw();
+}
+
+TEST_CASE("postgres connection: a program that stops in a transaction does not keep others from writing for ever")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    const TestDatabase database(TestDatabase::Kind::Postgres);
+    const auto patient = database.store(boats(), kPatient);
+    const auto stopped = database.store(boats(), within(std::chrono::milliseconds(500)));
+    std::promise<void> isIn;
+    std::promise<void> mayGo;
+    Counter ends;
+    stopped->post(
+        Kind::Write,
+        [&, calls = 0](Transaction& transaction) mutable {
+            const bool isAdded = addBoat(transaction, "Stopped");
+            if (++calls == 1) {
+                isIn.set_value();
+                mayGo.get_future().wait();
+            }
+            return isAdded;
+        },
+        [&ends](const Store::Outcome&) { ends.add(); });
+    isIn.get_future().wait();
+    CHECK(patient->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Ahti"); }) == true);
+    mayGo.set_value();
+    CHECK(ends.waitFor(1));
+    CHECK(allBoats(*patient) == "Ahti");
+}

@@ -1,0 +1,325 @@
+#include "Boats.hpp"
+
+#include <Patience.hpp>
+#include <TestDatabase.hpp>
+
+#include <doctest/doctest.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <future>
+#include <mutex>
+#include <thread>
+
+using namespace Storage;
+using Kind = Store::Kind;
+
+namespace
+{
+/// Keeps the thread of a store busy until it is released.
+struct Gate
+{
+    std::promise<void> isIn;
+    std::promise<void> isOpen;
+
+    explicit Gate(Store& store)
+    {
+        store.post(
+            Kind::Read,
+            [this, isFirst = true](Transaction&) mutable {
+                if (std::exchange(isFirst, false))
+                    isIn.set_value();
+                isOpen.get_future().wait();
+                return true;
+            },
+            [](const Store::Outcome&) {});
+        isIn.get_future().wait();
+    }
+    void open() { isOpen.set_value(); }
+};
+
+/// The outcomes of posted jobs, in the order in which they came.
+struct Outcomes
+{
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<std::string> seen;
+
+    Store::Done note(const std::string& name)
+    {
+        return [this, name](const Store::Outcome& outcome) {
+            const std::lock_guard<std::mutex> guard(mutex);
+            seen.push_back(name + (!outcome ? " failed" : *outcome ? " done" : " undone"));
+            changed.notify_all();
+        };
+    }
+    std::vector<std::string> wait(std::size_t count)
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        CHECK(changed.wait_for(lock, TestSupport::kPatience, [&] { return seen.size() >= count; }));
+        return seen;
+    }
+};
+
+/// The events of a store.
+struct Events
+{
+    std::mutex mutex;
+    std::condition_variable changed;
+    int changes = 0;
+    int outages = 0;
+
+    Store::Settings settings()
+    {
+        Store::Settings result;
+        result.onEvent = [this](Store::Event event) {
+            const std::lock_guard<std::mutex> guard(mutex);
+            ++(event == Store::Event::Changed ? changes : outages);
+            changed.notify_all();
+        };
+        return result;
+    }
+    bool waitForChanges(int count)
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        return changed.wait_for(lock, TestSupport::kPatience, [&] { return changes >= count; });
+    }
+};
+
+Schema longerBoats()
+{
+    Schema schema = boats();
+    schema.statements.push_back({2, "ALTER TABLE boat ADD COLUMN colour TEXT NOT NULL DEFAULT 'red'"});
+    schema.statements.push_back({2, "UPDATE boat SET length = length + 1"});
+    return schema;
+}
+}
+
+TEST_CASE("store: what was committed is there for the next store")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        {
+            const auto store = database.store(boats());
+            CHECK(store->run(Kind::Write, [](Transaction& transaction) { return addBoat(transaction, "Ahti"); }) == true);
+            CHECK(store->run(Kind::Write, [](Transaction& transaction) { return addBoat(transaction, "Ilma"); }) == true);
+        }
+        CHECK(allBoats(*database.store(boats())) == "Ahti Ilma");
+    }
+}
+
+TEST_CASE("store: a job that does not want its work is rolled back")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        const auto store = database.store(boats());
+        CHECK(store->run(Kind::Write, [](Transaction& transaction) { return addBoat(transaction, "Ahti") && false; }) == false);
+        CHECK(allBoats(*store).isEmpty());
+    }
+}
+
+TEST_CASE("store: jobs that wait together are one transaction, and one that fails leaves the others in peace")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        const auto store = database.store(boats());
+        Outcomes outcomes;
+        std::atomic<int> callsOfFirst{0};
+        Gate gate(*store);
+        store->post(
+            Kind::Write,
+            [&callsOfFirst](Transaction& transaction) {
+                ++callsOfFirst;
+                return addBoat(transaction, "Ahti");
+            },
+            outcomes.note("first"));
+        store->post(
+            Kind::Write, [](Transaction& transaction) { return addBoat(transaction, "Ahti"); }, outcomes.note("twin"));
+        store->post(
+            Kind::Write, [](Transaction& transaction) { return addBoat(transaction, "Otso") && false; },
+            outcomes.note("unwanted"));
+        store->post(
+            Kind::Write, [](Transaction& transaction) { return addBoat(transaction, "Ilma"); }, outcomes.note("last"));
+        gate.open();
+        CHECK(outcomes.wait(4) == std::vector<std::string>{"first done", "twin failed", "unwanted undone", "last done"});
+        CHECK(callsOfFirst == 2); // with the others, and alone
+        CHECK(allBoats(*store) == "Ahti Ilma");
+    }
+}
+
+TEST_CASE("store: jobs come about in the order in which they were posted, reading ones as well")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        const auto store = database.store(boats());
+        Outcomes outcomes;
+        int seen = -1;
+        Gate gate(*store);
+        store->post(
+            Kind::Write, [](Transaction& transaction) { return addBoat(transaction, "Ahti"); }, outcomes.note("1"));
+        store->post(
+            Kind::Read,
+            [&seen](Transaction& transaction) {
+                return transaction.run(QStringLiteral("SELECT count(*) FROM boat"), {},
+                                       [&seen](const QSqlQuery& row) { seen = row.value(0).toInt(); });
+            },
+            outcomes.note("2"));
+        store->post(
+            Kind::Write, [](Transaction& transaction) { return addBoat(transaction, "Ilma"); }, outcomes.note("3"));
+        gate.open();
+        CHECK(outcomes.wait(3) == std::vector<std::string>{"1 done", "2 done", "3 done"});
+        CHECK(seen == 1);
+    }
+}
+
+TEST_CASE("store: what a writing job reads stays true while others write")
+{
+    constexpr int kStores = 3;
+    constexpr int kEach = 20;
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        Store::Settings patient;
+        patient.deadline = TestSupport::kPatience;
+        const auto first = database.store(boats(), patient);
+        CHECK(first->run(Kind::Write, [](Transaction& transaction) { return addBoat(transaction, "Ahti", 0); }) == true);
+        const auto grow = [&] {
+            const auto store = database.store(boats(), patient);
+            for (int i = 0; i < kEach; ++i) {
+                const auto outcome = store->run(Kind::Write, [](Transaction& transaction) {
+                    int length = 0;
+                    transaction.run(QStringLiteral("SELECT length FROM boat"), {},
+                                    [&length](const QSqlQuery& row) { length = row.value(0).toInt(); });
+                    return transaction.run(QStringLiteral("UPDATE boat SET length = ?"), {length + 1});
+                });
+                CHECK(outcome == true);
+            }
+        };
+        std::vector<std::thread> threads;
+        for (int i = 0; i < kStores; ++i)
+            threads.emplace_back(grow);
+        for (std::thread& thread : threads)
+            thread.join();
+        CHECK(database.execute(QStringLiteral("SELECT length FROM boat")).toInt() == kStores * kEach);
+    }
+}
+
+TEST_CASE("store: tables of an older version get what they lack, once, and keep what they have")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        CHECK(database.store(boats())->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Ahti", 6); }) == true);
+        for (int i = 0; i < 2; ++i) {
+            CHECK(allBoats(*database.store(longerBoats())) == "Ahti");
+            CHECK(database.execute(QStringLiteral("SELECT length FROM boat")).toInt() == 7);
+            CHECK(database.execute(QStringLiteral("SELECT colour FROM boat")).toString() == "red");
+        }
+    }
+}
+
+TEST_CASE("store: a database of a newer version is refused and left as it was")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        (void)database.store(longerBoats());
+        const QString refusal = database.refusal(boats());
+        CHECK(refusal.contains(database.address().shown()));
+        CHECK(refusal.endsWith(QLatin1String(" was made by a newer version of this program; use that one")));
+        CHECK(allBoats(*database.store(longerBoats())).isEmpty());
+    }
+}
+
+TEST_CASE("store: a change of the tables that fails changes nothing")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        (void)database.store(boats());
+        Schema broken = boats();
+        broken.statements.push_back({2, "CREATE TABLE pier (name TEXT)"});
+        broken.statements.push_back({2, "CREATE TABLE pier (name TEXT)"});
+        CHECK(database.refusal(broken).contains(QLatin1String("pier")));
+        CHECK(allBoats(*database.store(boats())).isEmpty()); // it is still of the first version
+    }
+}
+
+TEST_CASE("store: several that begin on one new database at once make its tables once")
+{
+    constexpr int kStores = 4;
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        Store::Settings patient;
+        patient.deadline = TestSupport::kPatience;
+        std::atomic<int> opened{0};
+        std::vector<std::thread> threads;
+        for (int i = 0; i < kStores; ++i)
+            threads.emplace_back([&] { opened += Store::open(database.address(), longerBoats(), patient) ? 1 : 0; });
+        for (std::thread& thread : threads)
+            thread.join();
+        CHECK(opened == kStores);
+    }
+}
+
+TEST_CASE("store: a change by another store is an event, its own changes are none")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        Events events;
+        const auto store = database.store(boats(), events.settings());
+        const auto other = database.store(boats());
+        CHECK(store->run(Kind::Write, [](Transaction& transaction) { return addBoat(transaction, "Ahti"); }) == true);
+        CHECK(other->run(Kind::Write, [](Transaction& transaction) { return addBoat(transaction, "Ilma"); }) == true);
+        CHECK(events.waitForChanges(1));
+        CHECK(allBoats(*store) == "Ahti Ilma");
+        CHECK(other->run(Kind::Write, [](Transaction& transaction) { return addBoat(transaction, "Otso"); }) == true);
+        CHECK(events.waitForChanges(2));
+        const std::lock_guard<std::mutex> guard(events.mutex);
+        CHECK(events.changes == 2);
+        CHECK(events.outages == 0);
+    }
+}
+
+TEST_CASE("store: its end runs what was posted")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        Outcomes outcomes;
+        auto store = database.store(boats());
+        {
+            Gate gate(*store);
+            for (const char* name : {"Ahti", "Ilma", "Otso"})
+                store->post(
+                    Kind::Write, [name](Transaction& transaction) { return addBoat(transaction, name); }, outcomes.note(name));
+            gate.open();
+            store.reset();
+        }
+        CHECK(outcomes.wait(3) == std::vector<std::string>{"Ahti done", "Ilma done", "Otso done"});
+        CHECK(allBoats(*database.store(boats())) == "Ahti Ilma Otso");
+    }
+}
+
+TEST_CASE("store: a job that waits beyond its deadline is given up, and does nothing later")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        Store::Settings hasty;
+        hasty.deadline = std::chrono::milliseconds(0);
+        const auto store = database.store(boats(), hasty);
+        bool isCalled = false;
+        const auto outcome = store->run(Kind::Write, [&isCalled](Transaction&) { return isCalled = true; });
+        REQUIRE_FALSE(outcome);
+        CHECK(outcome.error().kind == Failure::Kind::Away);
+        CHECK(outcome.error().reason == "it did not answer in time");
+        CHECK_FALSE(isCalled);
+    }
+}
