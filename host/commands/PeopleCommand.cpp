@@ -27,6 +27,9 @@ constexpr char kDescription[] =
     "                                 run as a formula: names like =1+1 get an apostrophe in front\n"
     "  remove PRESENTATION CODE ...   cards; all of them, or none when one is unknown";
 
+/// Many thousands of people may be imported, while tables write.
+constexpr std::chrono::seconds kDeadline{30};
+
 class Request : public CommandLine
 {
 public:
@@ -203,8 +206,8 @@ int PeopleCommand::run(const QStringList& arguments)
             QStringLiteral("%1 knows no people; name a file of them as its \"people\", which may hold its first line only")
                 .arg(presentation->folder),
             1);
-    const auto registry =
-        PeopleRegistry::open(dataFolder(presentation->folder, request.data) + QStringLiteral("/people.sqlite"), error);
+    const auto registry = PeopleRegistry::openFor(presentation->database, dataFolder(presentation->folder, request.data),
+                                                  PeopleRegistry::Copy::None, error, kDeadline);
     if (!registry)
         return request.fail(error, 1);
     // As a table that opens: a registry that is new begins with the presentation's people.

@@ -43,9 +43,25 @@ public:
     void read(const QJsonObject& object)
     {
         const JsonEntries root(object, QString(), m_skip);
-        root.checkKnown({"title", "table", "input", "inputSettings", "styleSheets", "plugins", "people", "services", "cards",
-                         "components", "widgets", "folders", "closeTemporaryAfterSeconds", "closeLiftedAfterSeconds",
-                         "idleAfterSeconds", "tidyAfterSeconds", "places", "shelf",
+        root.checkKnown({"title",
+                         "table",
+                         "input",
+                         "inputSettings",
+                         "styleSheets",
+                         "plugins",
+                         "people",
+                         "database",
+                         "services",
+                         "cards",
+                         "components",
+                         "widgets",
+                         "folders",
+                         "closeTemporaryAfterSeconds",
+                         "closeLiftedAfterSeconds",
+                         "idleAfterSeconds",
+                         "tidyAfterSeconds",
+                         "places",
+                         "shelf",
                          "page"}); // "page" is the media server's (--site)
         m_result.title = root.text("title");
         readTable(root.inner("table"));
@@ -54,6 +70,7 @@ public:
         readPlugins(root.list("plugins", "plug-ins"));
         if (object.contains(QLatin1String("people")))
             m_result.peopleFile = m_components.file(root.value("people").toString(), QStringLiteral("people"));
+        m_result.database = root.text("database");
         readServices(root.inner("services"));
         readCards(root.list("cards", "codes"));
         readCare(root);

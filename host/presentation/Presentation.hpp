@@ -50,6 +50,7 @@ struct Presentation
     QStringList styleSheets; ///< absolute paths
     QStringList plugins;     ///< library names or absolute paths
     QString peopleFile;      ///< absolute path; empty without people
+    QString database;        ///< what several tables share, as Storage::Address reads it; empty: files of this table
     std::vector<MediaServerSettings> mediaServers;
     std::vector<MailSettings> mailServices; ///< no two of one name
     std::vector<unsigned long> cards;       ///< the codes of the keys 1 to 9; in the file numbers, or texts above 2^53

@@ -35,8 +35,8 @@ MarkerService::MarkerService(std::shared_ptr<PeopleRegistry> registry, std::shar
 bool MarkerService::fillCache()
 {
     const auto people = m_registry->people();
-    if (people)
-        fillCache(entriesOf(*people));
+    if (const auto known = people ? people : m_registry->copiedPeople())
+        fillCache(entriesOf(*known));
     return people.has_value();
 }
 

@@ -23,7 +23,8 @@ public:
     void setPersonalWidgets(std::function<PersonalWidget(const QString& contentKey)> widgetForKey);
 
     /// Fills the cache with the people of the registry, in place of what it held. Reads the registry in the call: before the
-    /// table opens. False, and nothing changes, when it cannot be read (logged). Main thread.
+    /// table opens. False when it cannot be read (logged): the cache then has the people of the table's copy, or stays as it
+    /// was where there is none. Main thread.
     bool fillCache();
     using Entries = Tavola::TesselServiceCache::Entries;
     /// What the cache holds of these people. Any thread.

@@ -1,17 +1,18 @@
 #include "PeopleRegistry.hpp"
 
-#include "SqliteConnection.hpp"
-#include "SqliteSchema.hpp"
-#include "SqliteTransaction.hpp"
+#include "PeopleCopy.hpp"
 
 #include <Bedrock/PersonalTexts.hpp>
 #include <Bedrock/Trace.hpp>
+#include <Storage/Store.hpp>
 
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <QSqlQuery>
 
+#include <algorithm>
+#include <atomic>
 #include <set>
 #include <utility>
 
@@ -36,47 +37,88 @@ Person personOf(const QSqlQuery& query)
     return person;
 }
 
-const char* const kColumns = "SELECT code, name, email, content_key, kind, language FROM people";
-const char* const kAnyEver = "SELECT 1 FROM people UNION ALL SELECT 1 FROM emptied LIMIT 1";
+const QString kColumns = QStringLiteral("SELECT code, name, email, content_key, kind, language FROM people");
+const QString kAnyEver = QStringLiteral("SELECT 1 FROM people UNION ALL SELECT 1 FROM emptied LIMIT 1");
+constexpr int kValuesEach = 6;
+/// A server is asked once for so many rows.
+constexpr std::size_t kRowsAtOnce = 500;
 
-/// Format 2 added the language.
-constexpr int kFormat = 2;
-
-bool prepareTables(SqliteTransaction& transaction, int found, QString&)
+/// The statements of version 1 and 2 make what SQLite files of these versions have.
+Storage::Schema schema()
 {
-    if (found == 0) {
-        transaction.run("CREATE TABLE people (code TEXT PRIMARY KEY, name TEXT NOT NULL, email TEXT NOT NULL, "
-                        "content_key TEXT NOT NULL, kind INTEGER NOT NULL)");
-        // Has a row once a person was removed: a registry that is empty because of that is not new.
-        transaction.run("CREATE TABLE emptied (once INTEGER PRIMARY KEY)");
+    return {QStringLiteral("people"),
+            QStringLiteral("the registry of people"),
+            {{1,
+              "CREATE TABLE people (code TEXT PRIMARY KEY, name TEXT NOT NULL, email TEXT NOT NULL, content_key TEXT NOT NULL, "
+              "kind INTEGER NOT NULL)"},
+             // Has a row once a person was removed: a registry that is empty because of that is not new.
+             {1, "CREATE TABLE emptied (once INTEGER PRIMARY KEY)"},
+             {2, "ALTER TABLE people ADD COLUMN language TEXT NOT NULL DEFAULT ''"}}};
+}
+
+/// Writes people. False when one of them could not be written.
+bool enter(Storage::Transaction& writing, const std::vector<Person>& people, const QString& onConflict)
+{
+    for (std::size_t first = 0; first < people.size() && writing; first += kRowsAtOnce) {
+        const std::size_t count = std::min(kRowsAtOnce, people.size() - first);
+        QVariantList values;
+        for (std::size_t i = first; i < first + count; ++i) {
+            const Person& person = people[i];
+            values << QString::number(person.code) << person.name << person.email << person.contentKey << person.kind
+                   << person.language;
+        }
+        writing.run(QStringLiteral("INSERT INTO people (code, name, email, content_key, kind, language) VALUES ")
+                        + Storage::Transaction::rows(static_cast<int>(count), kValuesEach) + onConflict,
+                    values);
     }
-    return transaction.run("ALTER TABLE people ADD COLUMN language TEXT NOT NULL DEFAULT ''");
-}
-
-SqliteTransaction::Report warning(const char* what, const QString& path)
-{
-    return [what, path](const QString& reason, const QString& remedy) {
-        Bedrock::Trace::warning("PeopleRegistry # Failed to %s %s (%s); %s", what, path.toUtf8().constData(),
-                                reason.toUtf8().constData(), remedy.toUtf8().constData());
-    };
-}
-
-/// Writes people; `verb` is "INSERT", alone or with its "OR ...". False when one of them could not be written.
-bool enter(SqliteTransaction& writing, const char* verb, const std::vector<Person>& people)
-{
-    const QString statement = QLatin1String(verb)
-        + QStringLiteral(" INTO people (code, name, email, content_key, kind, language) VALUES (?, ?, ?, ?, ?, ?)");
-    for (const Person& person : people)
-        writing.run(statement,
-                    {QString::number(person.code), person.name, person.email, person.contentKey, person.kind, person.language});
     return bool(writing);
 }
+
+/// Of several people of one code the last one, as when they are written one after the other: one statement cannot write a row
+/// twice.
+std::vector<Person> lastOfEachCode(const std::vector<Person>& people)
+{
+    std::vector<Person> result;
+    std::set<unsigned long> seen;
+    for (auto person = people.rbegin(); person != people.rend(); ++person)
+        if (seen.insert(person->code).second)
+            result.push_back(*person);
+    std::reverse(result.begin(), result.end());
+    return result;
 }
 
-PeopleRegistry::PeopleRegistry(const QString& path) : m_path(path) {}
+bool isAnyEver(Storage::Transaction& transaction, bool& isUsed)
+{
+    isUsed = false;
+    return transaction.run(kAnyEver, {}, [&isUsed](const QSqlQuery&) { isUsed = true; });
+}
+}
+
+struct PeopleRegistry::Private
+{
+    using Kind = Storage::Store::Kind;
+
+    PeopleCopy copy{QString()};
+    bool hasCopy = false;
+    std::atomic<unsigned> events{0}; ///< of a server
+    std::unique_ptr<Storage::Store> store;
+
+    /// Whether a job was committed; failures are logged.
+    bool run(Kind kind, const Storage::Store::Job& job) const
+    {
+        const auto outcome = store->run(kind, job);
+        if (!outcome)
+            Bedrock::Trace::warning("PeopleRegistry # Failed to %s %s (%s); %s", kind == Kind::Read ? "read" : "write",
+                                    store->address().shown().toUtf8().constData(), outcome.error().reason.toUtf8().constData(),
+                                    outcome.error().remedy.toUtf8().constData());
+        return outcome.value_or(false);
+    }
+};
+
+PeopleRegistry::PeopleRegistry(std::unique_ptr<Private> made) : d(std::move(made)) {}
 PeopleRegistry::~PeopleRegistry() = default;
 
-std::unique_ptr<PeopleRegistry> PeopleRegistry::open(const QString& path, QString& error)
+std::unique_ptr<PeopleRegistry> PeopleRegistry::open(const QString& path, QString& error, std::chrono::milliseconds deadline)
 {
     if (!QDir().mkpath(QFileInfo(path).absolutePath())) {
         error = QStringLiteral(
@@ -84,101 +126,169 @@ std::unique_ptr<PeopleRegistry> PeopleRegistry::open(const QString& path, QStrin
                     .arg(QFileInfo(path).absolutePath());
         return nullptr;
     }
-    const SqliteSchema schema{"the registry of people", kFormat, &prepareTables};
-    if (!schema.prepare(path, error))
+    Storage::Address address;
+    address.file = path;
+    return open(address, {}, error, deadline);
+}
+
+std::unique_ptr<PeopleRegistry> PeopleRegistry::open(const Storage::Address& address, const QString& copyFile, QString& error,
+                                                     std::chrono::milliseconds deadline)
+{
+    auto made = std::make_unique<Private>();
+    made->copy = PeopleCopy(copyFile);
+    made->hasCopy = !copyFile.isEmpty();
+    Storage::Store::Settings settings;
+    settings.deadline = deadline;
+    if (address.isPostgres() && made->hasCopy) {
+        settings.onEvent = [registry = made.get()](Storage::Store::Event) { ++registry->events; };
+        if (QFileInfo::exists(copyFile))
+            settings.whenAway = Storage::Store::WhenAway::Open;
+        else
+            QDir().mkpath(QFileInfo(copyFile).absolutePath());
+    }
+    auto opened = Storage::Store::open(address, schema(), settings);
+    if (!opened) {
+        error = opened.error();
         return nullptr;
-    return std::unique_ptr<PeopleRegistry>(new PeopleRegistry(path));
+    }
+    made->store = std::move(*opened);
+    return std::unique_ptr<PeopleRegistry>(new PeopleRegistry(std::move(made)));
+}
+
+std::unique_ptr<PeopleRegistry> PeopleRegistry::openFor(const QString& database, const QString& dataFolder, Copy copy,
+                                                        QString& error, std::chrono::milliseconds deadline)
+{
+    if (database.isEmpty())
+        return open(dataFolder + QStringLiteral("/people.sqlite"), error, deadline);
+    auto address = Storage::Address::parse(database);
+    if (address && !address->isPostgres())
+        address = tl::unexpected(QStringLiteral("it has to begin with postgres://; people are in a file without it"));
+    if (!address) {
+        error = QStringLiteral("the presentation's \"database\" cannot be used: ") + address.error();
+        return nullptr;
+    }
+    return open(*address, copy == Copy::Kept ? dataFolder + QStringLiteral("/people-copy.csv") : QString(), error, deadline);
+}
+
+QString PeopleRegistry::path() const
+{
+    return d->store->address().shown();
+}
+
+bool PeopleRegistry::isShared() const
+{
+    return d->store->address().isPostgres();
 }
 
 bool PeopleRegistry::isNew() const
 {
-    SqliteConnection connection(m_path);
-    QSqlQuery query(connection.database());
-    return query.exec(QLatin1String(kAnyEver)) && !query.next();
+    bool isUsed = false;
+    const auto outcome = d->store->run(Private::Kind::Read,
+                                       [&isUsed](Storage::Transaction& transaction) { return isAnyEver(transaction, isUsed); });
+    return outcome && !isUsed;
 }
 
 std::optional<std::vector<Person>> PeopleRegistry::people() const
 {
     std::vector<Person> result;
-    SqliteTransaction reading(m_path, SqliteTransaction::Kind::Read, warning("read", m_path));
-    const bool isRead = reading.run(QLatin1String(kColumns) + QStringLiteral(" ORDER BY length(code), code"), {},
-                                    [&result](const QSqlQuery& row) { result.push_back(personOf(row)); });
-    return isRead ? std::optional(std::move(result)) : std::nullopt;
+    const bool isRead = d->run(Private::Kind::Read, [&result](Storage::Transaction& reading) {
+        result.clear();
+        return reading.run(kColumns + QStringLiteral(" ORDER BY length(code), code"), {},
+                           [&result](const QSqlQuery& row) { result.push_back(personOf(row)); });
+    });
+    if (!isRead)
+        return std::nullopt;
+    if (d->hasCopy)
+        d->copy.write(result);
+    return result;
+}
+
+std::optional<std::vector<Person>> PeopleRegistry::copiedPeople() const
+{
+    return d->hasCopy ? d->copy.read() : std::nullopt;
 }
 
 std::optional<Person> PeopleRegistry::person(unsigned long code) const
 {
     std::optional<Person> result;
-    SqliteTransaction reading(m_path, SqliteTransaction::Kind::Read, warning("read", m_path));
-    const bool isRead = reading.run(QLatin1String(kColumns) + QStringLiteral(" WHERE code = ?"), {QString::number(code)},
-                                    [&result](const QSqlQuery& row) { result = personOf(row); });
+    const bool isRead = d->run(Private::Kind::Read, [&result, code](Storage::Transaction& reading) {
+        result.reset();
+        return reading.run(kColumns + QStringLiteral(" WHERE code = ?"), {QString::number(code)},
+                           [&result](const QSqlQuery& row) { result = personOf(row); });
+    });
     return isRead ? result : std::nullopt;
 }
 
 bool PeopleRegistry::beginWith(const std::vector<Person>& people)
 {
-    SqliteTransaction writing(m_path, SqliteTransaction::Kind::Write, warning("write", m_path));
     bool isUsed = false;
-    if (!writing.run(QLatin1String(kAnyEver), {}, [&isUsed](const QSqlQuery&) { isUsed = true; }))
-        return false;
-    return isUsed || (enter(writing, "INSERT", people) && writing.commit());
+    return d->run(Private::Kind::Write, [&](Storage::Transaction& writing) {
+        return isAnyEver(writing, isUsed) && (isUsed || enter(writing, people, {}));
+    });
 }
 
 bool PeopleRegistry::add(const Person& person, bool& isThere)
 {
     isThere = false;
-    SqliteTransaction writing(m_path, SqliteTransaction::Kind::Write, warning("write", m_path));
-    if (!enter(writing, "INSERT OR IGNORE", {person}))
-        return false;
-    isThere = writing.changedRows() == 0;
-    return !isThere && writing.commit();
+    return d->run(Private::Kind::Write, [&](Storage::Transaction& writing) {
+        isThere = enter(writing, {person}, QStringLiteral(" ON CONFLICT (code) DO NOTHING")) && writing.changedRows() == 0;
+        return !isThere;
+    });
 }
 
 bool PeopleRegistry::insert(const std::vector<Person>& people)
 {
-    SqliteTransaction writing(m_path, SqliteTransaction::Kind::Write, warning("write", m_path));
-    return enter(writing, "INSERT OR REPLACE", people) && writing.commit();
+    const QString replace = QStringLiteral(" ON CONFLICT (code) DO UPDATE SET name = excluded.name, email = excluded.email, "
+                                           "content_key = excluded.content_key, kind = excluded.kind, language = "
+                                           "excluded.language");
+    return d->run(Private::Kind::Write, [known = lastOfEachCode(people), &replace](Storage::Transaction& writing) {
+        return enter(writing, known, replace);
+    });
 }
 
 std::optional<Person> PeopleRegistry::registerOwner(unsigned long code, const QString& name, const QString& email)
 {
     Bedrock::PersonalTexts::remember(name);
     Bedrock::PersonalTexts::remember(email);
-    SqliteTransaction writing(m_path, SqliteTransaction::Kind::Write, warning("write", m_path));
     const QString number = QString::number(code);
-    if (!writing.run(QStringLiteral("UPDATE people SET name = ?, email = ?, kind = 0 WHERE code = ?"), {name, email, number})
-        || writing.changedRows() != 1)
-        return std::nullopt;
     std::optional<Person> person;
-    writing.run(QLatin1String(kColumns) + QStringLiteral(" WHERE code = ?"), {number},
-                [&person](const QSqlQuery& row) { person = personOf(row); });
-    return writing.commit() ? person : std::nullopt;
+    const bool isWritten = d->run(Private::Kind::Write, [&](Storage::Transaction& writing) {
+        person.reset();
+        return writing.run(QStringLiteral("UPDATE people SET name = ?, email = ?, kind = 0 WHERE code = ?"),
+                           {name, email, number})
+            && writing.changedRows() == 1
+            && writing.run(kColumns + QStringLiteral(" WHERE code = ?"), {number},
+                           [&person](const QSqlQuery& row) { person = personOf(row); });
+    });
+    return isWritten ? person : std::nullopt;
 }
 
 bool PeopleRegistry::remove(const std::vector<unsigned long>& codes, std::optional<unsigned long>& unknown)
 {
-    unknown.reset();
-    SqliteTransaction writing(m_path, SqliteTransaction::Kind::Write, warning("write", m_path));
-    if (!writing.run(QStringLiteral("INSERT OR IGNORE INTO emptied (once) VALUES (1)")))
-        return false;
-    for (const unsigned long code : std::set<unsigned long>(codes.begin(), codes.end())) {
-        if (!writing.run(QStringLiteral("DELETE FROM people WHERE code = ?"), {QString::number(code)}))
-            return false;
-        if (writing.changedRows() != 1) {
-            unknown = code;
-            return false;
+    return d->run(Private::Kind::Write, [&](Storage::Transaction& writing) {
+        unknown.reset();
+        writing.run(QStringLiteral("INSERT INTO emptied (once) VALUES (1) ON CONFLICT (once) DO NOTHING"));
+        for (const unsigned long code : std::set<unsigned long>(codes.begin(), codes.end())) {
+            if (!writing.run(QStringLiteral("DELETE FROM people WHERE code = ?"), {QString::number(code)}))
+                return false;
+            if (writing.changedRows() != 1) {
+                unknown = code;
+                return false;
+            }
         }
-    }
-    return writing.commit();
+        return bool(writing);
+    });
 }
 
 QByteArray PeopleRegistry::stamp() const
 {
+    if (isShared())
+        return QByteArray::number(d->events.load());
     QByteArray result;
     const qint64 now = QDateTime::currentMSecsSinceEpoch();
     bool isFresh = false;
     for (const char* ending : {"", "-wal"}) {
-        const QFileInfo file(m_path + QLatin1String(ending));
+        const QFileInfo file(path() + QLatin1String(ending));
         const qint64 changed = file.exists() ? file.lastModified().toMSecsSinceEpoch() : 0;
         isFresh = isFresh || changed > now - kFreshMs;
         result += QByteArray::number(file.size()) + ':' + QByteArray::number(changed) + ' ';

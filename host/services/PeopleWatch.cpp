@@ -17,6 +17,8 @@ namespace
 {
 constexpr char kPeopleJob = 'r';
 constexpr int kCheckEveryMs = 2000;
+/// Another table's change is shown within a second; the check costs the reading of a number.
+constexpr int kCheckSharedEveryMs = 250;
 
 /// The answer in place of people, whose list begins otherwise.
 const QByteArray kUnreadable = QByteArrayLiteral("!");
@@ -57,7 +59,7 @@ void PeopleWatch::askForChange()
             const std::lock_guard<std::mutex> guard(m_shared->mutex);
             m_shared->question = std::move(reply);
             if (!m_timer.isActive())
-                m_timer.start(kCheckEveryMs);
+                m_timer.start(m_registry->isShared() ? kCheckSharedEveryMs : kCheckEveryMs);
         },
         [this, alive = std::weak_ptr<Shared>(m_shared)](const QByteArray& people) {
             if (!alive.expired())
@@ -72,14 +74,18 @@ bool PeopleWatch::check()
         if (!m_shared->question || m_shared->isReading)
             return false;
         if (std::exchange(m_shared->hasFailed, false))
-            m_checksToSkip = kChecksSkippedAfterFailure;
+            m_checksToSkip = kChecksSkippedAfterFailure * (m_registry->isShared() ? kCheckEveryMs / kCheckSharedEveryMs : 1);
     }
-    if (m_checksToSkip > 0) {
+    const QByteArray stamp = m_registry->stamp();
+    // A server that is back, or was lost once more.
+    const bool hasNews = m_registry->isShared() && stamp != m_readStamp;
+    if (m_checksToSkip > 0 && !hasNews) {
         --m_checksToSkip;
         return false;
     }
+    m_checksToSkip = 0;
     // Taken before the reading: what is written meanwhile is read the next time.
-    m_readStamp = m_registry->stamp();
+    m_readStamp = stamp;
     if (m_readStamp == m_stamp)
         return false;
     {

@@ -17,9 +17,10 @@ class MarkerService;
 class PeopleRegistry;
 class ServiceStates;
 
-/// Keeps the cache of people in step with the registry, into which other programs write while the table runs. Every two seconds
-/// it compares the registry's stamp; a changed registry is read on a thread of its own, and its people enter the cache through
-/// the inbox, all at once. A registry that cannot be read leaves the cache as it is. Main thread only.
+/// Keeps the cache of people in step with the registry, into which other programs write while the table runs. Every two seconds,
+/// four times a second where tables share the registry, it compares the registry's stamp; a changed registry is read on a thread
+/// of its own, and its people enter the cache through the inbox, all at once. A registry that cannot be read leaves the cache as
+/// it is. Main thread only.
 class PeopleWatch
 {
 public:
@@ -36,7 +37,7 @@ public:
     /// Compares the registry's stamp now and begins to read a changed one. Whether it has begun; false while an earlier reading
     /// is under way.
     bool check();
-    /// A registry that cannot be read is checked less often, because each attempt is a warning.
+    /// A registry that cannot be read is checked less often, because each attempt is a warning; at once when its server is back.
     static constexpr int kChecksSkippedAfterFailure = 15;
     /// Blocks until no reading is under way. For tests.
     void waitUntilIdle();

@@ -70,8 +70,9 @@ bool TableServices::openPeople(const Presentation& presentation, const TableOpti
 {
     if (presentation.peopleFile.isEmpty())
         return true;
-    m_people =
-        PeopleRegistry::open(dataFolder(presentation.folder, options.dataFolder) + QStringLiteral("/people.sqlite"), error);
+    // A replay writes to the registry, which must not be that of other tables.
+    m_people = PeopleRegistry::openFor(input.isReplay() ? QString() : presentation.database,
+                                       dataFolder(presentation.folder, options.dataFolder), PeopleRegistry::Copy::Kept, error);
     if (m_people && m_people->isNew()) {
         bool complete = false;
         m_people->beginWith(input.isReplay() ? PeopleFile::parse(input.recordedNote().people, options.replayFile, complete)
@@ -86,7 +87,9 @@ RecordingNote TableServices::recordingNote(const Presentation& presentation, con
     note.presentation = QDir(presentation.folder).absolutePath();
     for (const MediaServerSettings& settings : mediaServersOf(presentation, options))
         note.mediaServers << settings.name;
-    const auto known = m_people ? m_people->people() : std::nullopt;
+    auto known = m_people ? m_people->people() : std::nullopt;
+    if (!known && m_people)
+        known = m_people->copiedPeople();
     if (known)
         note.people = PeopleFile::format(*known);
     return note;

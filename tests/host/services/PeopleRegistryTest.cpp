@@ -1,5 +1,4 @@
 #include "services/PeopleRegistry.hpp"
-#include "services/SqliteConnection.hpp"
 
 #include "Folder.hpp"
 
@@ -32,10 +31,10 @@ std::unique_ptr<PeopleRegistry> opened(const QString& path)
     return registry;
 }
 
-QString refusal(const QString& path)
+QString refusal(const QString& path, std::chrono::milliseconds deadline = PeopleRegistry::kDeadline)
 {
     QString error;
-    CHECK_FALSE(PeopleRegistry::open(path, error));
+    CHECK_FALSE(PeopleRegistry::open(path, error, deadline));
     return error;
 }
 
@@ -223,7 +222,6 @@ TEST_CASE("people registry: a file that cannot be used is refused with the reaso
 {
     using TestSupport::SpoiltDatabase;
     constexpr int kWaitMs = 200;
-    const int waitBefore = SqliteConnection::setLockWaitMs(kWaitMs);
     for (const SpoiltDatabase::Kind kind : TestSupport::kSpoiltKinds) {
         CAPTURE(SpoiltDatabase::name(kind));
         const Folder folder;
@@ -231,13 +229,12 @@ TEST_CASE("people registry: a file that cannot be used is refused with the reaso
         const SpoiltDatabase spoilt(path, kind);
         QElapsedTimer clock;
         clock.start();
-        const QString error = refusal(path);
+        const QString error = refusal(path, std::chrono::milliseconds(kWaitMs));
         CAPTURE(error.toStdString());
         CHECK(error.contains(path));
         CHECK(error.endsWith(QStringLiteral("); ") + SpoiltDatabase::remedy(kind)));
         CHECK((kind != SpoiltDatabase::Kind::Locked || clock.elapsed() >= kWaitMs - 10));
     }
-    SqliteConnection::setLockWaitMs(waitBefore);
 }
 
 TEST_CASE("people registry: what it has read, and what visitors register, is shortened in lines that leave the program")
@@ -409,10 +406,11 @@ TEST_CASE("people registry: the stamp of one that is not written to stays, also 
     const QString path = folder.path(QStringLiteral("people.sqlite"));
     const auto registry = opened(path);
     CHECK(registry->insert({kAnn}));
-    QFile file(path);
-    REQUIRE(file.open(QIODevice::ReadWrite));
-    REQUIRE(file.setFileTime(QDateTime::currentDateTime().addSecs(-60), QFileDevice::FileModificationTime));
-    file.close();
+    for (const char* ending : {"", "-wal"}) {
+        QFile file(path + QLatin1String(ending));
+        REQUIRE(file.open(QIODevice::ReadWrite));
+        REQUIRE(file.setFileTime(QDateTime::currentDateTime().addSecs(-60), QFileDevice::FileModificationTime));
+    }
     const QByteArray stamp = registry->stamp();
     CHECK(registry->stamp() == stamp);
     CHECK(registry->people() == People{kAnn});
