@@ -24,7 +24,7 @@ Http::Response refusal(int status, const QString& why)
 CommandDoor::CommandDoor(ItemStore& store, const QString& contentFolder, const QString& publicUrl, const ContentLimits& limits,
                          const ContentHashes::Post& post)
     : m_content(contentFolder), m_receiver(store, m_content, contentFolder, limits, post),
-      m_commands(store, m_content, &m_receiver, PageAddresses(publicUrl))
+      m_commands(store, m_content, &m_receiver, PageAddresses(publicUrl)), m_post(post)
 {
 }
 
@@ -34,15 +34,21 @@ void CommandDoor::handle(const Http::Request& request, Http::Reply reply)
         return reply.send(*std::move(refused));
     if (request.target.startsWith(kContentPath))
         return m_receiver.handle(request, request.target.mid(int(std::strlen(kContentPath))), std::move(reply));
-    CommandAnswer answer = m_commands.handle(request.body);
-    if (answer.unreadFile.isEmpty())
-        return reply.send(jsonResponse(answer.httpStatus, answer.json));
-    const QString file = answer.unreadFile;
-    m_receiver.hashes().read(file, [this, file, body = request.body, shared = std::make_shared<Http::Reply>(std::move(reply))] {
-        const CommandAnswer second = m_commands.handle(body);
-        if (second.unreadFile.isEmpty())
-            return shared->send(jsonResponse(second.httpStatus, second.json));
-        shared->send(refusal(500, QStringLiteral("\"%1\" cannot be read at the moment. Try again later.").arg(file)));
+    const auto shared = std::make_shared<Http::Reply>(std::move(reply));
+    m_commands.handle(request.body, m_post, [this, shared, body = request.body](const CommandAnswer& answer) {
+        if (answer.unreadFile.isEmpty())
+            return shared->send(jsonResponse(answer.httpStatus, answer.json));
+        m_receiver.hashes().read(answer.unreadFile,
+                                 [this, shared, body, file = answer.unreadFile] { handleAgain(body, file, shared); });
+    });
+}
+
+void CommandDoor::handleAgain(const QByteArray& body, const QString& file, const std::shared_ptr<Http::Reply>& reply)
+{
+    m_commands.handle(body, m_post, [file, reply](const CommandAnswer& answer) {
+        if (answer.unreadFile.isEmpty())
+            return reply->send(jsonResponse(answer.httpStatus, answer.json));
+        reply->send(refusal(500, QStringLiteral("\"%1\" cannot be read at the moment. Try again later.").arg(file)));
     });
 }
 

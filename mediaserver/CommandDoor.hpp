@@ -28,15 +28,18 @@ public:
     /// From here on a request needs one of the keys; with none, no request needs any.
     void setKeys(std::optional<Http::BearerKeys> keys) { m_keys = std::move(keys); }
 
-    /// Answers at once, but for what waits for a file to be read or written whole.
+    /// Answers when the store has committed, or a file was read or written whole.
     void handle(const Http::Request& request, Http::Reply reply);
 
 private:
     [[nodiscard]] std::optional<Http::Response> refuse(const Http::Request& request) const;
+    /// The command once more, after its file was read.
+    void handleAgain(const QByteArray& body, const QString& file, const std::shared_ptr<Http::Reply>& reply);
 
     ContentFolder m_content;
     ContentReceiver m_receiver;
     CommandHandler m_commands;
+    ContentHashes::Post m_post;
     std::optional<Http::BearerKeys> m_keys;
 };
 

@@ -2,13 +2,14 @@
 
 #include "ContentFolder.hpp"
 #include "ContentReceiver.hpp"
-#include "ItemStore.hpp"
 #include "WebLink.hpp"
 
 #include <QJsonDocument>
 #include <QVariant>
 
 #include <cmath>
+#include <memory>
+#include <utility>
 
 namespace MediaServer
 {
@@ -25,6 +26,13 @@ CommandAnswer success(QJsonObject members = {})
 CommandAnswer failure(int httpStatus, const QString& error)
 {
     return {httpStatus, {{QStringLiteral("success"), false}, {QStringLiteral("error"), error}}};
+}
+
+CommandAnswer full(int mostItems)
+{
+    return failure(
+        200,
+        QStringLiteral("This person has %1 items already, which is the most a page can have: remove one first.").arg(mostItems));
 }
 
 CommandAnswer notUnderstood(const QString& error)
@@ -96,7 +104,30 @@ CommandHandler::CommandHandler(ItemStore& store, const ContentFolder& content, C
 {
 }
 
-CommandAnswer CommandHandler::handle(const QByteArray& body)
+void CommandHandler::handle(const QByteArray& body, const Post& post, const Done& done)
+{
+    const Step step = firstStep(body);
+    if (const auto* const answer = std::get_if<CommandAnswer>(&step))
+        return done(*answer);
+    run(std::get<Work>(step), post, done);
+}
+
+void CommandHandler::run(const Work& work, const Post& post, const Done& done)
+{
+    const auto answer = std::make_shared<std::optional<CommandAnswer>>();
+    const auto finish = [this, answer, work, post, done](const Result<void>& outcome) {
+        if (!outcome)
+            return done(storeFailed(work.command, outcome.error()));
+        if (*answer)
+            return done(**answer);
+        run({work.command, ItemStore::Kind::Write, work.job}, post, done);
+    };
+    m_store.post(
+        work.kind, [answer, work](Items& items) { *answer = work.job(items, work.kind); },
+        [post, finish](const Result<void>& outcome) { post([finish, outcome] { finish(outcome); }); });
+}
+
+CommandHandler::Step CommandHandler::firstStep(const QByteArray& body)
 {
     QJsonParseError parsing;
     const QJsonDocument document = QJsonDocument::fromJson(body, &parsing);
@@ -127,16 +158,21 @@ CommandAnswer CommandHandler::handle(const QByteArray& body)
     const auto item = itemOf(command);
     if (!item)
         return notUnderstood(item.error());
-    return addItemAsked ? addItem(*tessel, *item, command) : deleteItem(*tessel, *item);
+    if (addItemAsked)
+        return addItem(*tessel, *item, command);
+    return deleteItem(*tessel, *item);
 }
 
-CommandAnswer CommandHandler::getUserPage(qint64 tessel)
+CommandHandler::Work CommandHandler::getUserPage(qint64 tessel) const
 {
-    const auto token = m_store.tokenFor(tessel);
-    if (!token)
-        return storeFailed("getuserpage", token.error());
-    return success(
-        {{QStringLiteral("userpageurl"), m_addresses.page(*token)}, {QStringLiteral("qrcodeurl"), m_addresses.qrCode(*token)}});
+    return {"getuserpage", ItemStore::Kind::Read,
+            [tessel, addresses = m_addresses](Items& items, ItemStore::Kind kind) -> std::optional<CommandAnswer> {
+                const QString token = kind == ItemStore::Kind::Read ? items.knownToken(tessel) : items.tokenFor(tessel);
+                if (token.isEmpty())
+                    return std::nullopt;
+                return success({{QStringLiteral("userpageurl"), addresses.page(token)},
+                                {QStringLiteral("qrcodeurl"), addresses.qrCode(token)}});
+            }};
 }
 
 std::optional<CommandAnswer> CommandHandler::checkFile(const Item& item, const QJsonObject& command, bool& isComing)
@@ -161,36 +197,38 @@ std::optional<CommandAnswer> CommandHandler::checkFile(const Item& item, const Q
     return failure(500, QStringLiteral("The media server cannot read \"%1\" at the moment. Try again later.").arg(item.value));
 }
 
-CommandAnswer CommandHandler::addItem(qint64 tessel, const Item& item, const QJsonObject& command)
+CommandHandler::Step CommandHandler::addItem(qint64 tessel, const Item& item, const QJsonObject& command)
 {
     if (item.kind == ItemKind::Url && !parseWebLink(item.value)) {
         return failure(200, QStringLiteral("\"%1\" is not a web address that begins with http:// or https://.").arg(item.value));
     }
-    const auto hasRoom = m_store.hasRoom(tessel, item, m_mostItems);
-    if (!hasRoom)
-        return storeFailed("additem", hasRoom.error());
-    if (!*hasRoom) {
-        return failure(200,
-                       QStringLiteral("This person has %1 items already, which is the most a page can have: remove one first.")
-                           .arg(m_mostItems));
-    }
     bool isComing = false;
     if (item.kind == ItemKind::File) {
+        // A file is not expected for an item that is refused.
+        const auto hasRoom = m_store.hasRoom(tessel, item, m_mostItems);
+        if (!hasRoom)
+            return storeFailed("additem", hasRoom.error());
+        if (!*hasRoom)
+            return full(m_mostItems);
         if (auto refused = checkFile(item, command, isComing))
             return *std::move(refused);
     }
-    if (const auto added = m_store.add(tessel, item); !added)
-        return storeFailed("additem", added.error());
-    return isComing ? success({{QStringLiteral("content"), QStringLiteral("coming")}}) : success();
+    return Work{"additem", ItemStore::Kind::Write,
+                [tessel, item, isComing, most = m_mostItems](Items& items, ItemStore::Kind) -> std::optional<CommandAnswer> {
+                    if (!items.hasRoom(tessel, item, most))
+                        return full(most);
+                    items.add(tessel, item);
+                    return isComing ? success({{QStringLiteral("content"), QStringLiteral("coming")}}) : success();
+                }};
 }
 
-CommandAnswer CommandHandler::deleteItem(qint64 tessel, const Item& item)
+CommandHandler::Work CommandHandler::deleteItem(qint64 tessel, const Item& item)
 {
-    const auto removed = m_store.remove(tessel, item.kind, item.value);
-    if (!removed)
-        return storeFailed("deleteitem", removed.error());
-    // What is gone already, because its owner removed it on the page or another table did, is as it should be.
-    return success();
+    return {"deleteitem", ItemStore::Kind::Write, [tessel, item](Items& items, ItemStore::Kind) -> std::optional<CommandAnswer> {
+                // What is gone already, because its owner removed it on the page or another table did, is as it should be.
+                (void)items.remove(tessel, item.kind, item.value);
+                return success();
+            }};
 }
 
 } // namespace MediaServer

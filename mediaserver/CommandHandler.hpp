@@ -1,11 +1,15 @@
 #pragma once
 
+#include "ItemStore.hpp"
 #include "PageAddresses.hpp"
+
 #include <Bedrock/RareWarnings.hpp>
 
 #include <QJsonObject>
 
+#include <functional>
 #include <optional>
+#include <variant>
 
 class QByteArray;
 
@@ -14,9 +18,7 @@ namespace MediaServer
 
 class ContentFolder;
 class ContentReceiver;
-class ItemStore;
 struct ContentError;
-struct Item;
 
 /// The answer to one command: {"success": true, ...} or {"success": false, "error": "clear text"}.
 struct CommandAnswer
@@ -31,7 +33,7 @@ struct CommandAnswer
 
 /// The commands that tables send: "getuserpage", "additem" and "deleteitem". An "additem" may carry "sha256" and "size" of the
 /// file on the table; then the file need not be in the content folder: it is expected, and the answer has "content": "coming".
-/// Borrows what it is given; on the store's thread.
+/// Commands that wait together are one transaction of the store. Borrows what it is given; on the server's thread.
 class CommandHandler
 {
 public:
@@ -43,15 +45,31 @@ public:
     CommandHandler(ItemStore& store, const ContentFolder& content, ContentReceiver* receiver, const PageAddresses& addresses,
                    int mostItems = kMostItems);
 
-    /// `body`: one JSON object, in UTF-8.
-    [[nodiscard]] CommandAnswer handle(const QByteArray& body);
+    /// Runs a function on the server's thread, later. Called on any thread.
+    using Post = std::function<void(std::function<void()>)>;
+    using Done = std::function<void(const CommandAnswer& answer)>;
+    /// `body`: one JSON object, in UTF-8. `done` is called in the call or through `post`.
+    void handle(const QByteArray& body, const Post& post, const Done& done);
 
 private:
-    [[nodiscard]] CommandAnswer getUserPage(qint64 tessel);
-    [[nodiscard]] CommandAnswer addItem(qint64 tessel, const Item& item, const QJsonObject& command);
+    /// What a command does in the store.
+    struct Work
+    {
+        const char* command; ///< for the log
+        ItemStore::Kind kind;
+        /// The answer; of Kind::Read nothing when something has to be written for it: then the work runs as Kind::Write. Borrows
+        /// nothing: it may run after the server's end.
+        std::function<std::optional<CommandAnswer>(Items& items, ItemStore::Kind kind)> job;
+    };
+    using Step = std::variant<CommandAnswer, Work>;
+
+    [[nodiscard]] Step firstStep(const QByteArray& body);
+    void run(const Work& work, const Post& post, const Done& done);
+    [[nodiscard]] Work getUserPage(qint64 tessel) const;
+    [[nodiscard]] Step addItem(qint64 tessel, const Item& item, const QJsonObject& command);
     /// Nothing when the item may be added; `isComing`: its file is not there yet.
     [[nodiscard]] std::optional<CommandAnswer> checkFile(const Item& item, const QJsonObject& command, bool& isComing);
-    [[nodiscard]] CommandAnswer deleteItem(qint64 tessel, const Item& item);
+    [[nodiscard]] static Work deleteItem(qint64 tessel, const Item& item);
     /// The answer says that nothing was done; the reason goes to the log only.
     [[nodiscard]] CommandAnswer storeFailed(const char* command, const QString& reason);
     [[nodiscard]] CommandAnswer notOpened(const ContentError& error);

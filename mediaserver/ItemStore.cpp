@@ -1,76 +1,12 @@
 #include "ItemStore.hpp"
 
-#include <QRandomGenerator>
-#include <QSqlError>
-#include <QSqlQuery>
-#include <QVariant>
-
-#include <array>
-#include <utility>
-
 namespace MediaServer
 {
 
 namespace
 {
 
-constexpr int kTokenBytes = 16;
 constexpr int kTokenCharacters = 22;
-
-const std::vector<SchemaStatement> kSchema = {
-    {1,
-     "CREATE TABLE person ("
-     " tessel INTEGER PRIMARY KEY,"
-     " token TEXT NOT NULL UNIQUE,"
-     " since TEXT NOT NULL DEFAULT (strftime('%Y-%m-%dT%H:%M:%SZ', 'now')))"},
-    // AUTOINCREMENT: the id is part of addresses that browsers remember, so it must not be used for another item.
-    {1,
-     "CREATE TABLE item ("
-     " id INTEGER PRIMARY KEY AUTOINCREMENT,"
-     " tessel INTEGER NOT NULL REFERENCES person (tessel) ON DELETE CASCADE,"
-     " kind TEXT NOT NULL CHECK (kind IN ('url', 'filename')),"
-     " value TEXT NOT NULL,"
-     " displayname TEXT NOT NULL,"
-     " systemname TEXT NOT NULL,"
-     " added TEXT NOT NULL DEFAULT (strftime('%Y-%m-%dT%H:%M:%SZ', 'now')),"
-     " UNIQUE (tessel, kind, value))"},
-    {2,
-     "CREATE TABLE expected ("
-     " name TEXT PRIMARY KEY,"
-     " sha256 TEXT NOT NULL,"
-     " size INTEGER NOT NULL,"
-     " announced TEXT NOT NULL DEFAULT (strftime('%Y-%m-%dT%H:%M:%SZ', 'now')))"},
-};
-
-QString kindText(ItemKind kind)
-{
-    return kind == ItemKind::Url ? QStringLiteral("url") : QStringLiteral("filename");
-}
-
-/// A null text is stored as an empty one: the columns do not allow NULL.
-QVariant textValue(const QString& text)
-{
-    return text.isNull() ? QStringLiteral("") : text;
-}
-
-QString newToken()
-{
-    std::array<quint32, kTokenBytes / sizeof(quint32)> bits;
-    QRandomGenerator::system()->generate(bits.begin(), bits.end());
-    const auto bytes = QByteArray(reinterpret_cast<const char*>(bits.data()), kTokenBytes);
-    return QString::fromLatin1(bytes.toBase64(QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals));
-}
-
-Item readItem(const QSqlQuery& row)
-{
-    Item item;
-    item.id = row.value(0).toLongLong();
-    item.kind = row.value(1).toString() == QLatin1String("url") ? ItemKind::Url : ItemKind::File;
-    item.value = row.value(2).toString();
-    item.displayName = row.value(3).toString();
-    item.systemName = row.value(4).toString();
-    return item;
-}
 
 } // namespace
 
@@ -87,158 +23,148 @@ bool isTokenForm(const QString& text)
     return true;
 }
 
-Result<std::unique_ptr<ItemStore>> ItemStore::open(const QString& file, int lockWaitMs)
+Result<std::unique_ptr<ItemStore>> ItemStore::open(const QString& database, std::chrono::milliseconds deadline)
 {
-    auto database = Database::open(file, kSchema, lockWaitMs);
-    if (!database)
-        return tl::unexpected(database.error());
-    return std::unique_ptr<ItemStore>(new ItemStore(std::move(*database)));
+    const auto refused = [&database](const QString& reason) {
+        return tl::unexpected(QStringLiteral("The database \"%1\" cannot be used: %2").arg(database, reason));
+    };
+    const auto address = Storage::Address::parse(database);
+    if (!address)
+        return tl::unexpected(QStringLiteral("The database cannot be used: ") + address.error());
+    Storage::Store::Settings settings;
+    settings.deadline = deadline;
+    auto store = Storage::Store::open(*address, Items::schema(), settings);
+    if (!store)
+        return refused(store.error());
+    return std::unique_ptr<ItemStore>(new ItemStore(std::move(*store), deadline));
 }
 
 ItemStore::~ItemStore() = default;
 
+template <class Question>
+auto ItemStore::ask(Kind kind, const Question& question) -> Result<decltype(question(std::declval<Items&>()))>
+{
+    decltype(question(std::declval<Items&>())) value{};
+    const auto outcome = run(kind, [&](Storage::Transaction& transaction) {
+        Items items(transaction);
+        value = question(items);
+        return bool(transaction);
+    });
+    if (!outcome)
+        return tl::unexpected(outcome.error().text());
+    return value;
+}
+
+Storage::Store::Outcome ItemStore::run(Kind kind, const Storage::Store::Job& job)
+{
+    using Clock = std::chrono::steady_clock;
+    {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        if (m_outage && Clock::now() < m_outage->until)
+            return tl::unexpected(m_outage->failure);
+    }
+    const auto outcome = m_store->run(kind, job);
+    const bool isAway = !outcome && outcome.error().kind == Storage::Failure::Kind::Away;
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    m_outage = isAway ? std::optional<Outage>({Clock::now() + m_deadline, outcome.error()}) : std::nullopt;
+    return outcome;
+}
+
+Result<void> ItemStore::change(const std::function<void(Items&)>& change)
+{
+    const auto changed = ask(Kind::Write, [&change](Items& items) {
+        change(items);
+        return true;
+    });
+    return changed ? Result<void>() : tl::unexpected(changed.error());
+}
+
+void ItemStore::post(Kind kind, std::function<void(Items&)> job, std::function<void(const Result<void>&)> done)
+{
+    m_store->post(
+        kind,
+        [job = std::move(job)](Storage::Transaction& transaction) {
+            Items items(transaction);
+            job(items);
+            return bool(transaction);
+        },
+        [done = std::move(done)](const Storage::Store::Outcome& outcome) {
+            done(outcome ? Result<void>() : tl::unexpected(outcome.error().text()));
+        });
+}
+
 Result<QString> ItemStore::tokenFor(qint64 tessel)
 {
-    const auto stored = [this, tessel] { return m_database->query("SELECT token FROM person WHERE tessel = ?", {tessel}); };
-    auto known = stored();
-    if (known && !known->next()) {
-        known->finish();
-        const auto made = m_database->query("INSERT INTO person (tessel, token) VALUES (?, ?) ON CONFLICT (tessel) DO NOTHING",
-                                            {tessel, newToken()});
-        if (!made)
-            return tl::unexpected(made.error());
-        known = stored();
-        if (known && !known->next())
-            return tl::unexpected(QStringLiteral("The person was not kept."));
-    }
-    if (!known)
-        return tl::unexpected(known.error());
-    return known->value(0).toString();
-}
-
-Result<std::optional<qint64>> ItemStore::personOf(const QString& token)
-{
-    auto found = m_database->query("SELECT tessel FROM person WHERE token = ?", {token});
-    if (!found)
-        return tl::unexpected(found.error());
-    if (!found->next())
-        return std::optional<qint64>();
-    return std::optional<qint64>(found->value(0).toLongLong());
-}
-
-Result<void> ItemStore::add(qint64 tessel, const Item& item)
-{
-    if (const auto person = tokenFor(tessel); !person)
-        return tl::unexpected(person.error());
-    const auto added = m_database->query(
-        "INSERT INTO item (tessel, kind, value, displayname, systemname) VALUES (?, ?, ?, ?, ?)"
-        " ON CONFLICT (tessel, kind, value) DO UPDATE"
-        " SET displayname = excluded.displayname, systemname = excluded.systemname",
-        {tessel, kindText(item.kind), textValue(item.value), textValue(item.displayName), textValue(item.systemName)});
-    if (!added)
-        return tl::unexpected(added.error());
-    return {};
-}
-
-Result<bool> ItemStore::hasRoom(qint64 tessel, const Item& item, int most)
-{
-    auto row = m_database->query("SELECT (SELECT count(*) FROM item WHERE tessel = ?) < ?"
-                                 " OR EXISTS (SELECT 1 FROM item WHERE tessel = ? AND kind = ? AND value = ?)",
-                                 {tessel, most, tessel, kindText(item.kind), textValue(item.value)});
-    if (!row)
-        return tl::unexpected(row.error());
-    return row->next() && row->value(0).toBool();
-}
-
-Result<bool> ItemStore::remove(qint64 tessel, ItemKind kind, const QString& value)
-{
-    const auto removed = m_database->query("DELETE FROM item WHERE tessel = ? AND kind = ? AND value = ?",
-                                           {tessel, kindText(kind), textValue(value)});
-    if (!removed)
-        return tl::unexpected(removed.error());
-    return removed->numRowsAffected() > 0;
-}
-
-Result<std::vector<Item>> ItemStore::items(qint64 tessel)
-{
-    auto rows =
-        m_database->query("SELECT id, kind, value, displayname, systemname FROM item WHERE tessel = ? ORDER BY id", {tessel});
-    if (!rows)
-        return tl::unexpected(rows.error());
-    std::vector<Item> result;
-    while (rows->next())
-        result.push_back(readItem(*rows));
-    if (rows->lastError().isValid())
-        return tl::unexpected(Database::reasonAndRemedy(rows->lastError()));
-    return result;
-}
-
-Result<void> ItemStore::done(const Result<QSqlQuery>& statement)
-{
-    return statement ? Result<void>() : tl::unexpected(statement.error());
-}
-
-Result<void> ItemStore::remove(qint64 tessel, qint64 id)
-{
-    return done(m_database->query("DELETE FROM item WHERE tessel = ? AND id = ?", {tessel, id}));
-}
-
-Result<void> ItemStore::removeAll(qint64 tessel)
-{
-    return done(m_database->query("DELETE FROM item WHERE tessel = ?", {tessel}));
+    // Most have one, and reading locks nothing.
+    const auto known = ask(Kind::Read, [tessel](Items& items) { return items.knownToken(tessel); });
+    if (!known || !known->isEmpty())
+        return known;
+    return ask(Kind::Write, [tessel](Items& items) { return items.tokenFor(tessel); });
 }
 
 Result<QString> ItemStore::renewToken(qint64 tessel)
 {
-    const QString token = newToken();
-    if (const auto changed = m_database->query("UPDATE person SET token = ? WHERE tessel = ?", {token, tessel}); !changed)
-        return tl::unexpected(changed.error());
-    return token;
+    return ask(Kind::Write, [tessel](Items& items) { return items.renewToken(tessel); });
+}
+
+Result<std::optional<qint64>> ItemStore::personOf(const QString& token)
+{
+    return ask(Kind::Read, [&token](Items& items) { return items.personOf(token); });
+}
+
+Result<void> ItemStore::add(qint64 tessel, const Item& item)
+{
+    return change([tessel, &item](Items& items) { items.add(tessel, item); });
+}
+
+Result<bool> ItemStore::hasRoom(qint64 tessel, const Item& item, int most)
+{
+    return ask(Kind::Read, [tessel, &item, most](Items& items) { return items.hasRoom(tessel, item, most); });
+}
+
+Result<bool> ItemStore::remove(qint64 tessel, ItemKind kind, const QString& value)
+{
+    return ask(Kind::Write, [&](Items& items) { return items.remove(tessel, kind, value); });
+}
+
+Result<void> ItemStore::remove(qint64 tessel, qint64 id)
+{
+    return change([tessel, id](Items& items) { items.remove(tessel, id); });
+}
+
+Result<void> ItemStore::removeAll(qint64 tessel)
+{
+    return change([tessel](Items& items) { items.removeAll(tessel); });
+}
+
+Result<std::vector<Item>> ItemStore::items(qint64 tessel)
+{
+    return ask(Kind::Read, [tessel](Items& items) { return items.items(tessel); });
+}
+
+Result<std::optional<Item>> ItemStore::item(qint64 tessel, qint64 id)
+{
+    return ask(Kind::Read, [tessel, id](Items& items) { return items.item(tessel, id); });
 }
 
 Result<QDate> ItemStore::lastAddition(qint64 tessel)
 {
-    auto row = m_database->query("SELECT max(since, coalesce((SELECT max(added) FROM item WHERE tessel = ?), ''))"
-                                 " FROM person WHERE tessel = ?",
-                                 {tessel, tessel});
-    if (!row)
-        return tl::unexpected(row.error());
-    return QDate::fromString(row->next() ? row->value(0).toString().left(10) : QString(), Qt::ISODate);
+    return ask(Kind::Read, [tessel](Items& items) { return items.lastAddition(tessel); });
 }
 
 Result<int> ItemStore::removeOlderThan(int days)
 {
-    const QString age = QStringLiteral("-%1 days").arg(days);
-    const auto removed = m_database->query("DELETE FROM person WHERE since < strftime('%Y-%m-%dT%H:%M:%SZ', 'now', ?)"
-                                           " AND NOT EXISTS (SELECT 1 FROM item WHERE item.tessel = person.tessel"
-                                           " AND added >= strftime('%Y-%m-%dT%H:%M:%SZ', 'now', ?))",
-                                           {age, age});
-    if (!removed)
-        return tl::unexpected(removed.error());
-    return removed->numRowsAffected();
+    return ask(Kind::Write, [days](Items& items) { return items.removeOlderThan(days); });
 }
 
 Result<bool> ItemStore::expect(const ExpectedFile& file)
 {
-    const auto kept = m_database->query("INSERT INTO expected (name, sha256, size) VALUES (?, ?, ?)"
-                                        " ON CONFLICT (name) DO UPDATE"
-                                        " SET sha256 = excluded.sha256, size = excluded.size, announced = excluded.announced"
-                                        " WHERE sha256 = excluded.sha256"
-                                        " OR announced < strftime('%Y-%m-%dT%H:%M:%SZ', 'now', '-1 day')",
-                                        {file.name, QString::fromLatin1(file.sha256), file.size});
-    if (!kept)
-        return tl::unexpected(kept.error());
-    return kept->numRowsAffected() > 0;
+    return ask(Kind::Write, [&file](Items& items) { return items.expect(file); });
 }
 
 Result<std::optional<ExpectedFile>> ItemStore::expected(const QString& name)
 {
-    auto row = m_database->query("SELECT sha256, size FROM expected WHERE name = ?", {name});
-    if (!row)
-        return tl::unexpected(row.error());
-    if (!row->next())
-        return std::optional<ExpectedFile>();
-    return std::optional<ExpectedFile>({name, row->value(0).toString().toLatin1(), row->value(1).toLongLong()});
+    return ask(Kind::Read, [&name](Items& items) { return items.expected(name); });
 }
 
 Result<void> ItemStore::forgetExpected(const QString& name)
@@ -246,19 +172,7 @@ Result<void> ItemStore::forgetExpected(const QString& name)
     const auto known = expected(name);
     if (!known || !*known) // most often: nothing to write
         return known ? Result<void>() : tl::unexpected(known.error());
-    const auto removed = m_database->query("DELETE FROM expected WHERE name = ?", {name});
-    return removed ? Result<void>() : tl::unexpected(removed.error());
-}
-
-Result<std::optional<Item>> ItemStore::item(qint64 tessel, qint64 id)
-{
-    auto row =
-        m_database->query("SELECT id, kind, value, displayname, systemname FROM item WHERE tessel = ? AND id = ?", {tessel, id});
-    if (!row)
-        return tl::unexpected(row.error());
-    if (!row->next())
-        return std::optional<Item>();
-    return std::optional<Item>(readItem(*row));
+    return change([&name](Items& items) { items.forgetExpected(name); });
 }
 
 } // namespace MediaServer

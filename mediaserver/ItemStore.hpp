@@ -1,11 +1,17 @@
 #pragma once
 
-#include "Database.hpp"
+#include "Items.hpp"
+#include "Result.hpp"
+
+#include <Storage/Store.hpp>
 
 #include <QDate>
 #include <QString>
 
+#include <chrono>
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -13,85 +19,69 @@
 namespace MediaServer
 {
 
-enum class ItemKind { Url, File };
-
-/// An item that a person kept. Each person has at most one item of a kind and value.
-struct Item
-{
-    qint64 id = 0; ///< given by the store, never used twice
-    ItemKind kind = ItemKind::Url;
-    QString value; ///< web address or bare file name, exactly as sent
-    QString displayName;
-    QString systemName;
-};
-
-/// A file that a table announced and that the content folder does not have yet.
-struct ExpectedFile
-{
-    QString name;
-    QByteArray sha256; ///< 64 hexadecimal digits
-    qint64 size = 0;   ///< bytes
-};
-
-/// People, identified by the number of their card, and their items, in an SQLite file. Every operation that reports success is on
-/// the disk (write-ahead log, synchronous FULL): it survives a kill and a power cut.
-///
-/// A store lives on the thread that opened it. Several stores may be open on one file.
+/// People, identified by the number of their card, and their items, in a SQLite file or on a PostgreSQL server. Every operation
+/// that reports success is on the disk: it survives a kill and a power cut. The functions are those of Items, each a transaction
+/// of its own: they block until it has ended, or until the database has not answered for the deadline; after that they fail at
+/// once for as long, so that a server that hangs does not take all the time of the thread that serves visitors. Any thread.
+/// Several stores may be open on one database.
 class ItemStore
 {
 public:
-    /// Creates file and tables when needed. Refuses a file that is no database or was written by a newer version. A lock of
-    /// another program is waited for, here and later, up to `lockWaitMs`. The error names the reason and the remedy.
-    [[nodiscard]] static Result<std::unique_ptr<ItemStore>> open(const QString& file, int lockWaitMs = 3000);
+    static constexpr std::chrono::milliseconds kDeadline{3000};
+
+    /// `database`: see Storage::Address. Makes file and tables when needed. Refuses a file that is no database, or what was
+    /// written by a newer version. The error names the reason and the remedy.
+    [[nodiscard]] static Result<std::unique_ptr<ItemStore>> open(const QString& database,
+                                                                 std::chrono::milliseconds deadline = kDeadline);
     ~ItemStore();
     ItemStore(const ItemStore&) = delete;
     ItemStore& operator=(const ItemStore&) = delete;
 
-    /// The person's secret, made at the first call: 128 random bits as 22 characters
-    /// of base64url. It is not derived from the card.
     [[nodiscard]] Result<QString> tokenFor(qint64 tessel);
-
-    /// Another secret for a person who has one: the former one opens nothing any more.
     [[nodiscard]] Result<QString> renewToken(qint64 tessel);
-
-    /// The card of that token; empty for a token that was not given out.
     [[nodiscard]] Result<std::optional<qint64>> personOf(const QString& token);
 
-    /// Stores the item; when the person has it already, only its names are updated. `item.id` is ignored.
     [[nodiscard]] Result<void> add(qint64 tessel, const Item& item);
-
-    /// Whether add() would leave the person with `most` items or fewer: there is room, or the item is there already.
     [[nodiscard]] Result<bool> hasRoom(qint64 tessel, const Item& item, int most);
-
-    /// False when the person does not have it.
     [[nodiscard]] Result<bool> remove(qint64 tessel, ItemKind kind, const QString& value);
-
-    /// Nothing happens when the person does not have it.
     [[nodiscard]] Result<void> remove(qint64 tessel, qint64 id);
     [[nodiscard]] Result<void> removeAll(qint64 tessel);
-
-    /// The day (UTC) on which the person's last item was added first, or on which they got their secret.
-    [[nodiscard]] Result<QDate> lastAddition(qint64 tessel);
-    /// Removes the people that got no item for so many days, with their items. Returns how many these were.
-    [[nodiscard]] Result<int> removeOlderThan(int days);
-
-    /// In the order in which they were added first.
     [[nodiscard]] Result<std::vector<Item>> items(qint64 tessel);
-
-    /// Keeps the announcement of a file. False when another file of that name is expected, announced less than a day ago.
-    [[nodiscard]] Result<bool> expect(const ExpectedFile& file);
-    [[nodiscard]] Result<std::optional<ExpectedFile>> expected(const QString& name);
-    /// The file has come.
-    [[nodiscard]] Result<void> forgetExpected(const QString& name);
-
-    /// The person's item of that id; empty when there is none or it belongs to another person.
     [[nodiscard]] Result<std::optional<Item>> item(qint64 tessel, qint64 id);
 
-private:
-    explicit ItemStore(std::unique_ptr<Database> database) : m_database(std::move(database)) {}
-    [[nodiscard]] static Result<void> done(const Result<QSqlQuery>& statement);
+    [[nodiscard]] Result<QDate> lastAddition(qint64 tessel);
+    [[nodiscard]] Result<int> removeOlderThan(int days);
 
-    std::unique_ptr<Database> m_database;
+    [[nodiscard]] Result<bool> expect(const ExpectedFile& file);
+    [[nodiscard]] Result<std::optional<ExpectedFile>> expected(const QString& name);
+    [[nodiscard]] Result<void> forgetExpected(const QString& name);
+
+    using Kind = Storage::Store::Kind;
+    /// A transaction of its own as well, without waiting for it: changes that wait together are committed together. `done` is
+    /// called on the store's thread. The job may be called several times.
+    void post(Kind kind, std::function<void(Items&)> job, std::function<void(const Result<void>&)> done);
+
+private:
+    ItemStore(std::unique_ptr<Storage::Store> store, std::chrono::milliseconds deadline)
+        : m_deadline(deadline), m_store(std::move(store))
+    {
+    }
+    /// What `question` returns of the items, in a transaction of its own.
+    template <class Question>
+    [[nodiscard]] auto ask(Kind kind, const Question& question) -> Result<decltype(question(std::declval<Items&>()))>;
+    [[nodiscard]] Result<void> change(const std::function<void(Items&)>& change);
+    /// One job, unless the last one has found the database away a moment ago.
+    [[nodiscard]] Storage::Store::Outcome run(Kind kind, const Storage::Store::Job& job);
+
+    struct Outage
+    {
+        std::chrono::steady_clock::time_point until;
+        Storage::Failure failure;
+    };
+    std::chrono::milliseconds m_deadline;
+    std::mutex m_mutex;
+    std::optional<Outage> m_outage; ///< under the mutex
+    std::unique_ptr<Storage::Store> m_store;
 };
 
 /// Whether the text has the form of a token.

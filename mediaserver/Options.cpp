@@ -103,9 +103,10 @@ const Option kOptions[] = {
          options.contentFolder = value;
          return value.isEmpty() || QFileInfo(value).isDir() ? QString() : QStringLiteral("\"%1\" is not a folder.").arg(value);
      }},
-    {"--database", "FILE", "The SQLite file with people's items, made when it is missing. Needed.", nullptr,
+    {"--database", "DATABASE",
+     "The SQLite file with people's items, made when it is missing, or\npostgres://USER@HOST/DATABASE. Needed.", nullptr,
      [](const QString& value, Options& options) {
-         options.databaseFile = value;
+         options.database = value;
          return QString();
      }},
     {"--site", "FILE",
@@ -225,8 +226,8 @@ tl::expected<Options, Options::Exit> Options::parse(const QStringList& arguments
     }
     if (options.contentFolder.isEmpty())
         return usageError(QStringLiteral("--content DIR is needed."));
-    if (options.databaseFile.isEmpty())
-        return usageError(QStringLiteral("--database FILE is needed."));
+    if (options.database.isEmpty())
+        return usageError(QStringLiteral("--database DATABASE is needed."));
     if (options.publicUrl.isEmpty() && (options.pages.isUnspecified() || options.pages.isUnixSocket()))
         return usageError(
             QStringLiteral("--pages %1 is no address for a page: give --public-url.").arg(options.pages.toString()));

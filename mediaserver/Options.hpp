@@ -18,7 +18,7 @@ struct Options
     Http::Address commands = {QStringLiteral("127.0.0.1"), 8180, {}}; ///< tables' door
     QString commandKeyFile; ///< empty: commands need no key. Not empty when other machines reach the commands' door
     QString contentFolder;
-    QString databaseFile;
+    QString database;                      ///< see Storage::Address
     QString siteFile;                      ///< see SiteSettings; empty: none
     QString publicUrl;                     ///< empty: the address of the visitors' door
     Http::Limits limits;                   ///< of each door

@@ -69,7 +69,7 @@ void readKeysAgain(CommandDoor& door, const QString& file)
 
 int serve(const Options& options)
 {
-    const auto store = ItemStore::open(options.databaseFile);
+    const auto store = ItemStore::open(options.database);
     if (!store)
         return fail(store.error());
     SiteSettings settings;

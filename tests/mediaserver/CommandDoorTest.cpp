@@ -4,6 +4,8 @@
 
 #include <QFile>
 
+#include <future>
+
 using namespace MediaServer;
 
 namespace
@@ -38,9 +40,9 @@ struct Door
         request.body = kGetPage;
         if (!authorization.isNull())
             request.headers.emplace_back("Authorization", authorization);
-        Http::Response answer;
-        door.handle(request, Http::Reply([&answer](Http::Response&& response) { answer = std::move(response); }));
-        return answer;
+        std::promise<Http::Response> answer;
+        door.handle(request, Http::Reply([&answer](Http::Response&& response) { answer.set_value(std::move(response)); }));
+        return answer.get_future().get();
     }
 
     static Http::BearerKeys keysOf(const QString& file)
@@ -53,7 +55,7 @@ struct Door
     Folder folder;
     std::unique_ptr<ItemStore> store = std::move(*ItemStore::open(folder.path(QStringLiteral("items.sqlite"))));
     CommandDoor door{*store, folder.path(QStringLiteral("content")), QStringLiteral("http://museum.example/"), ContentLimits{},
-                     [](const std::function<void()>&) {}};
+                     [](const std::function<void()>& function) { function(); }};
 };
 
 } // namespace

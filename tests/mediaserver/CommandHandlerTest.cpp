@@ -7,18 +7,34 @@
 
 #include <JsonError.hpp>
 #include <LogCapture.hpp>
+#include <Patience.hpp>
+
 #include <doctest/doctest.h>
 
 #include <QFile>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 
+#include <condition_variable>
+#include <functional>
+#include <future>
 #include <limits>
+#include <mutex>
 
 using namespace MediaServer;
 
 namespace
 {
+
+/// The answer, on whose way everything runs on the store's thread.
+CommandAnswer answerOf(CommandHandler& handler, const QByteArray& body)
+{
+    std::promise<CommandAnswer> promise;
+    handler.handle(
+        body, [](const std::function<void()>& function) { function(); },
+        [&promise](const CommandAnswer& answer) { promise.set_value(answer); });
+    return promise.get_future().get();
+}
 
 struct Fixture
 {
@@ -30,7 +46,7 @@ struct Fixture
         REQUIRE(store);
     }
 
-    CommandAnswer handle(const QByteArray& body) { return handler.handle(body); }
+    CommandAnswer handle(const QByteArray& body) { return answerOf(handler, body); }
 
     /// The error of a command that has to fail with that status.
     std::string errorOf(const QByteArray& body, int status)
@@ -189,7 +205,8 @@ TEST_CASE_FIXTURE(Fixture, "command handler: a person has so many items and no m
 {
     CommandHandler small(**store, content, nullptr, PageAddresses(QStringLiteral("https://museum.example/table")), 2);
     const auto add = [&](int tessel, int page) {
-        return small.handle(
+        return answerOf(
+            small,
             QStringLiteral(R"({"command":"additem","tessel":%1,"url":"https://a.example/%2"})").arg(tessel).arg(page).toUtf8());
     };
     CHECK(add(7, 1).json.value(QLatin1String("success")).toBool());
@@ -202,8 +219,34 @@ TEST_CASE_FIXTURE(Fixture, "command handler: a person has so many items and no m
     // What is there already may be sent again, and others have room of their own.
     CHECK(add(7, 2).json.value(QLatin1String("success")).toBool());
     CHECK(add(8, 3).json.value(QLatin1String("success")).toBool());
-    CHECK(small.handle(R"({"command":"deleteitem","tessel":7,"url":"https://a.example/1"})")
+    CHECK(answerOf(small, R"({"command":"deleteitem","tessel":7,"url":"https://a.example/1"})")
               .json.value(QLatin1String("success"))
               .toBool());
     CHECK(add(7, 3).json.value(QLatin1String("success")).toBool());
+}
+
+TEST_CASE_FIXTURE(Fixture,
+                  "command handler: commands that are given together are each answered with what is in the store by then")
+{
+    constexpr int kCommands = 50;
+    std::mutex mutex;
+    std::condition_variable changed;
+    int succeeded = 0;
+    int refused = 0;
+    CommandHandler small(**store, content, nullptr, PageAddresses(QStringLiteral("https://museum.example/table")), 40);
+    for (int i = 0; i < kCommands; ++i) {
+        small.handle(
+            QStringLiteral(R"({"command":"additem","tessel":7,"url":"https://a.example/%1"})").arg(i).toUtf8(),
+            [](const std::function<void()>& function) { function(); },
+            [&](const CommandAnswer& answer) {
+                const std::lock_guard<std::mutex> guard(mutex);
+                ++(answer.json.value(QLatin1String("success")).toBool() ? succeeded : refused);
+                changed.notify_one();
+            });
+    }
+    std::unique_lock<std::mutex> lock(mutex);
+    CHECK(changed.wait_for(lock, TestSupport::kPatience, [&] { return succeeded + refused == kCommands; }));
+    CHECK(succeeded == 40);
+    CHECK(refused == 10);
+    CHECK(count(7) == 40);
 }

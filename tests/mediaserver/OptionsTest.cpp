@@ -49,7 +49,7 @@ TEST_CASE_FIXTURE(Fixture, "options: everything can be said")
     CHECK(options->commands.toString() == QLatin1String("unix:/run/tavola/commands"));
     CHECK(options->commandKeyFile == QLatin1String("key"));
     CHECK(options->contentFolder == folder.path());
-    CHECK(options->databaseFile == QLatin1String("items.sqlite"));
+    CHECK(options->database == QLatin1String("items.sqlite"));
     CHECK(options->publicUrl == QLatin1String("https://museum.example/table"));
     CHECK(options->limits.bodyBytes == 1000);
     CHECK(options->limits.timeout == std::chrono::milliseconds(500));
