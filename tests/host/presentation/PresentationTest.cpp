@@ -62,6 +62,7 @@ TEST_CASE("presentation: everything that may stand in one is read")
         "styleSheets": ["look/rooms.css"],
         "plugins": ["one", "lib/two.so"],
         "people": "people.csv",
+        "database": "postgres://tavola@db/tavola",
         "services": {"media-server-service": [{"name": "house", "address": "http://127.0.0.1:8180/", "timeoutSeconds": 2.5}, {"address": "https://museum.example"}]},
         "cards": [1001, 0, "18446744073709551615"],
         "closeTemporaryAfterSeconds": 30, "closeLiftedAfterSeconds": 20, "idleAfterSeconds": 90, "tidyAfterSeconds": 70,
@@ -85,6 +86,7 @@ TEST_CASE("presentation: everything that may stand in one is read")
     CHECK(presentation.styleSheets == QStringList{sheet});
     CHECK(presentation.plugins == QStringList{QStringLiteral("one"), written.folder().path(QStringLiteral("lib/two.so"))});
     CHECK(presentation.peopleFile == people);
+    CHECK(presentation.database == "postgres://tavola@db/tavola");
     REQUIRE(presentation.mediaServers.size() == 2);
     CHECK(presentation.mediaServers[0].name == "house");
     CHECK(presentation.mediaServers[0].address == "http://127.0.0.1:8180/");
@@ -226,6 +228,7 @@ TEST_CASE("presentation: an entry of the wrong kind costs itself only")
     const Presentation presentation = written.load();
     CHECK(presentation.sizePx.x == 1920.f);
     CHECK(presentation.peopleFile.isEmpty());
+    CHECK(presentation.database.isEmpty());
     CHECK(presentation.care.closeAfterSeconds == 120.f);
     CHECK(presentation.care.closeLiftedAfterSeconds == 120.f);
 }
