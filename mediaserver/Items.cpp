@@ -193,7 +193,7 @@ QDate Items::lastAddition(qint64 tessel)
     return QDate::fromString(last.left(10), Qt::ISODate);
 }
 
-int Items::removeOlderThan(int days)
+int Items::removeOlderThan(int days, int most)
 {
     const QString limit = daysAgo(days);
     const bool isDone =

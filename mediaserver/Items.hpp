@@ -69,8 +69,9 @@ public:
 
     /// The day (UTC) on which the person's last item was added first, or on which they got their secret.
     [[nodiscard]] QDate lastAddition(qint64 tessel);
-    /// Removes the people that got no item for so many days, with their items. Returns how many these were.
-    [[nodiscard]] int removeOlderThan(int days);
+    /// Removes people that got no item for so many days, with their items: `most` of them, so that it does not take long. Returns
+    /// how many these were.
+    [[nodiscard]] int removeOlderThan(int days, int most);
 
     /// Keeps the announcement of a file. False when another file of that name is expected, announced less than a day ago.
     [[nodiscard]] bool expect(const ExpectedFile& file);

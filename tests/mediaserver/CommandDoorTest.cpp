@@ -40,9 +40,9 @@ struct Door
         request.body = kGetPage;
         if (!authorization.isNull())
             request.headers.emplace_back("Authorization", authorization);
-        std::promise<Http::Response> answer;
-        door.handle(request, Http::Reply([&answer](Http::Response&& response) { answer.set_value(std::move(response)); }));
-        return answer.get_future().get();
+        const auto answer = std::make_shared<std::promise<Http::Response>>();
+        door.handle(request, Http::Reply([answer](Http::Response&& response) { answer->set_value(std::move(response)); }));
+        return answer->get_future().get();
     }
 
     static Http::BearerKeys keysOf(const QString& file)

@@ -29,11 +29,11 @@ namespace
 /// The answer, on whose way everything runs on the store's thread.
 CommandAnswer answerOf(CommandHandler& handler, const QByteArray& body)
 {
-    std::promise<CommandAnswer> promise;
+    const auto promise = std::make_shared<std::promise<CommandAnswer>>();
     handler.handle(
         body, [](const std::function<void()>& function) { function(); },
-        [&promise](const CommandAnswer& answer) { promise.set_value(answer); });
-    return promise.get_future().get();
+        [promise](const CommandAnswer& answer) { promise->set_value(answer); });
+    return promise->get_future().get();
 }
 
 struct Fixture

@@ -28,8 +28,9 @@ void Store::post(Kind kind, Job job, Done done)
 
 Store::Outcome Store::run(Kind kind, const Job& job)
 {
-    std::promise<Outcome> promise;
-    post(kind, job, [&promise](const Outcome& outcome) { promise.set_value(outcome); });
-    return promise.get_future().get();
+    // Shared: the store's thread may still be inside of set_value() when this one goes on.
+    const auto promise = std::make_shared<std::promise<Outcome>>();
+    post(kind, job, [promise](const Outcome& outcome) { promise->set_value(outcome); });
+    return promise->get_future().get();
 }
 }

@@ -42,9 +42,10 @@ Store::Worker::~Worker()
 
 QString Store::Worker::start()
 {
-    std::promise<QString> opened;
-    m_thread = std::thread([this, &opened] { run(opened); });
-    return opened.get_future().get();
+    // Shared: the thread may still be inside of set_value() when this one goes on.
+    const auto opened = std::make_shared<std::promise<QString>>();
+    m_thread = std::thread([this, opened] { run(*opened); });
+    return opened->get_future().get();
 }
 
 void Store::Worker::add(Kind kind, Job job, Done done)
