@@ -7,6 +7,7 @@ namespace
 {
 
 constexpr int kTokenCharacters = 22;
+constexpr int kMostRemovedAtOnce = 200;
 
 } // namespace
 
@@ -154,7 +155,15 @@ Result<QDate> ItemStore::lastAddition(qint64 tessel)
 
 Result<int> ItemStore::removeOlderThan(int days)
 {
-    return ask(Kind::Write, [days](Items& items) { return items.removeOlderThan(days); });
+    int all = 0;
+    for (;;) {
+        const auto removed = ask(Kind::Write, [days](Items& items) { return items.removeOlderThan(days, kMostRemovedAtOnce); });
+        if (!removed)
+            return removed;
+        all += *removed;
+        if (*removed < kMostRemovedAtOnce)
+            return all;
+    }
 }
 
 Result<bool> ItemStore::expect(const ExpectedFile& file)

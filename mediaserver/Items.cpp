@@ -196,10 +196,10 @@ QDate Items::lastAddition(qint64 tessel)
 int Items::removeOlderThan(int days, int most)
 {
     const QString limit = daysAgo(days);
-    const bool isDone =
-        m_transaction.run(QStringLiteral("DELETE FROM person WHERE since < ? AND NOT EXISTS"
-                                         " (SELECT 1 FROM item WHERE item.tessel = person.tessel AND added >= ?)"),
-                          {limit, limit});
+    const bool isDone = m_transaction.run(
+        QStringLiteral("DELETE FROM person WHERE tessel IN (SELECT tessel FROM person WHERE since < ? AND NOT EXISTS"
+                       " (SELECT 1 FROM item WHERE item.tessel = person.tessel AND added >= ?) LIMIT ?)"),
+        {limit, limit, most});
     return isDone ? m_transaction.changedRows() : 0;
 }
 

@@ -136,6 +136,21 @@ TEST_CASE("items on any database: old pages go with their items, others stay")
     }
 }
 
+TEST_CASE("items on any database: hundreds of old pages go at once")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const Place place(kind);
+        CAPTURE(place.database.name());
+        const auto store = place.open();
+        place.database.execute(
+            "WITH RECURSIVE card (n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM card WHERE n < 450) INSERT INTO person "
+            "(tessel, token, since) SELECT n, 'token ' || n, '2020-01-01T00:00:00Z' FROM card");
+        (void)*store->tokenFor(1000);
+        CHECK(*store->removeOlderThan(30) == 450);
+        CHECK(place.database.execute("SELECT count(*) FROM person").toInt() == 1);
+    }
+}
+
 TEST_CASE("items on any database: an expected file gives way to another one after a day")
 {
     const ExpectedFile map{QStringLiteral("map.png"), QByteArray(64, 'a'), qint64(5) << 32};
