@@ -101,6 +101,41 @@ TEST_CASE("trace: without a sink a line goes to standard error with its level, o
                         "error E # sent to T…\n"));
 }
 
+TEST_CASE("trace: a name that is a word of the program is shortened in what a line repeats, and stays in the line's own words")
+{
+    Bedrock::PersonalTexts::remember(std::string_view("lisk"));
+    Bedrock::PersonalTexts::remember(std::string_view("Tilda Two"));
+    const QByteArray written = standardErrorOf([] {
+        Trace::warning("F # the lisk of %s is 100%% full (%s, %5.1f MB%%) lisk", "lisk", "no room on the lisk", 12.25);
+        Trace::warning("G # %s %s, and no Tilda Two", "Tilda", "Two");
+        Trace::warning("lisk # no argument, lisk");
+        Trace::warning("H # %s%s and %c", "li", "sk", 'x');
+        Trace::warning("%s", "I # lisk");
+        Trace::warning("J # %s \x01 lisk \x02", "\x02 lisk \x01");
+    });
+    CHECK(written
+          == QByteArray("warning F # the lisk of l… is 100% full (no room on the l…,  12.2 MB%) lisk\n"
+                        "warning G # T…, and no Tilda Two\n"
+                        "warning lisk # no argument, lisk\n"
+                        "warning H # l… and x\n"
+                        "warning I # l…\n"
+                        "warning J # \\x02 l… \\x01 \\x01 lisk \\x02\n"));
+}
+
+TEST_CASE("trace: a text that a sink writes in place of the line is shortened everywhere")
+{
+    Bedrock::PersonalTexts::remember(std::string_view("lisk"));
+    const QByteArray written = standardErrorOf([] {
+        const SinkForTest sink([](Trace::Level level, const std::string& line) {
+            Trace::writeToStandardError(level, line);
+            Trace::writeToStandardError(level, line + "!");
+        });
+        Trace::info("K # the lisk");
+    });
+    CHECK(written == QByteArray("info K # the lisk\ninfo K # the l…!\n"));
+    CHECK(standardErrorOf([] { Trace::writeToStandardError(Trace::Level::Info, "K # the lisk"); }) == "info K # the l…\n");
+}
+
 TEST_CASE("trace: on standard error a line of more than 8192 bytes is cut between two characters, and has its size")
 {
     const QByteArray whole = standardErrorOf([] { Trace::info("%s", std::string(8192, 'x').c_str()); });

@@ -48,6 +48,7 @@ TEST_CASE("HTTP message: only this machine, under its own name and not for a pag
         {"localhost:8080", "http://127.0.0.1:3000", "same-site", true},
         {"localhost:8080", nullptr, "none", true},
         {"localhost:8080", nullptr, "cross-site", false},
+        {"localhost:8080", nullptr, "Cross-Site", false},
         {"localhost:8080", "https://museum.example", nullptr, false},
         {"localhost:8080", "http://localhost.museum.example", nullptr, false},
         {"localhost:8080", "null", nullptr, false},

@@ -1,6 +1,7 @@
 #include "Bedrock/LogText.hpp"
 
 #include "Bedrock/PersonalTexts.hpp"
+#include "InsertedText.hpp"
 
 #include <algorithm>
 #include <cctype>
@@ -98,7 +99,12 @@ std::size_t userInfoLength(std::string_view text, std::size_t first)
 
 std::string withoutSecrets(std::string_view line)
 {
-    const std::string text = PersonalTexts::shortened(line);
+    return withoutSecrets(line, {{0, line.size()}});
+}
+
+std::string withoutSecrets(std::string_view line, const InsertedText& inserted)
+{
+    const std::string text = PersonalTexts::shortened(line, inserted);
     std::string result;
     result.reserve(text.size());
     std::size_t localStart = 0; // in `result`: where the run of characters that an address may begin with starts

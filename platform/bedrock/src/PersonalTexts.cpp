@@ -1,5 +1,7 @@
 #include "Bedrock/PersonalTexts.hpp"
 
+#include "InsertedText.hpp"
+
 #include <algorithm>
 #include <cctype>
 #include <deque>
@@ -128,18 +130,28 @@ void remember(std::string_view utf8)
 
 std::string shortened(std::string_view line)
 {
+    return shortened(line, {{0, line.size()}});
+}
+
+std::string shortened(std::string_view line, const InsertedText& inserted)
+{
     const std::size_t head = line.find(kAfterHead);
     std::size_t place = head == std::string_view::npos ? 0 : head + kAfterHead.size();
     std::string result(line.substr(0, place));
+    const auto isFromOutside = [&inserted](std::size_t begin, std::size_t end) {
+        return std::any_of(inserted.begin(), inserted.end(),
+                           [&](const ByteRange& range) { return range.begin < end && begin < range.end; });
+    };
     Collection& all = collection();
     const std::lock_guard<std::mutex> guard(all.mutex);
     while (place < line.size()) {
         const std::size_t length = isBoundary(line, place) ? lengthAt(all.texts, line, place) : 0;
-        if (length > 0)
+        if (length > 0 && isFromOutside(place, place + length)) {
             appendShort(result, line.substr(place, length));
-        else
-            result += line[place];
-        place += std::max<std::size_t>(length, 1);
+            place += length;
+        } else {
+            result += line[place++];
+        }
     }
     return result;
 }

@@ -1,6 +1,7 @@
 #include "Bedrock/Trace.hpp"
 
 #include "Bedrock/LogText.hpp"
+#include "InsertedText.hpp"
 
 #include <cstdarg>
 #include <cstdio>
@@ -56,9 +57,30 @@ std::string bounded(std::string line)
     return line.substr(0, end) + "\xE2\x80\xA6 (the line has " + std::to_string(line.size()) + " bytes)";
 }
 
+/// The line that this thread logs, for the time of its sink.
+struct Current
+{
+    const std::string* text = nullptr;
+    InsertedText inserted;
+};
+
+Current& current()
+{
+    static thread_local Current instance;
+    return instance;
+}
+
 void log(Level level, const char* format, va_list arguments)
 {
+    va_list again;
+    va_copy(again, arguments);
     const std::string text = formatted(format, arguments);
+    current() = {&text, insertedText(format, again, text)};
+    va_end(again);
+    struct End
+    {
+        ~End() { current() = {}; }
+    } const end;
     State& s = state();
     const std::lock_guard<std::mutex> guard(s.mutex);
     if (s.sink)
@@ -94,7 +116,11 @@ void error(const char* format, ...)
 
 void writeToStandardError(Level level, const std::string& text)
 {
-    const std::string line = std::string(levelName(level)) + ' ' + bounded(onOneLine(withoutSecrets(text))) + '\n';
+    // A sink hands on the line that it was given; of any other text nothing is known.
+    const Current& logged = current();
+    const std::string shortened =
+        logged.text && *logged.text == text ? withoutSecrets(text, logged.inserted) : withoutSecrets(text);
+    const std::string line = std::string(levelName(level)) + ' ' + bounded(onOneLine(shortened)) + '\n';
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 

@@ -60,7 +60,7 @@ Response plainResponse(int status, const QByteArray& text)
 
 bool comesFromThisMachine(const Request& request)
 {
-    if (!isThisMachine(request.header("Host")) || request.header("Sec-Fetch-Site") == "cross-site")
+    if (!isThisMachine(request.header("Host")) || request.header("Sec-Fetch-Site").toLower() == "cross-site")
         return false;
     const QByteArray origin = request.header("Origin");
     const int host = origin.indexOf("://");

@@ -135,6 +135,13 @@ TEST_CASE_FIXTURE(Fixture, "answer check: a picture is judged by what it announc
     CHECK(refused.error() == QNetworkReply::UnknownContentError);
     CHECK(refused.bytesAvailable() == 0);
 
+    for (const QSize& size : {QSize(2049, 10), QSize(10, 2049)}) {
+        const Server narrow(sends(png(size.width(), size.height())));
+        expectWarning(narrow.said("the picture has " + std::to_string(size.width()) + " × " + std::to_string(size.height())
+                                  + " pixels, and more than 2048 × 2048 are not decoded"));
+        CHECK(load(narrow.url()).error() == QNetworkReply::UnknownContentError);
+    }
+
     const Server icon(sends(TestSupport::iconWith(small)));
     expectWarning(icon.said("the picture has 12000 × 12000 pixels, and more than 2048 × 2048 are not decoded"));
     CHECK(load(icon.url()).error() == QNetworkReply::UnknownContentError);
