@@ -40,6 +40,18 @@ class SharedTable(Visit):
         self.stage.leave(visitor)
         return self.titles()
 
+    def has_copied(self, name):
+        """Whether the table's copy of the people has that name; runs a frame."""
+        self.table.frames(1, 0)
+        with open(os.path.join(self.world.folder, "data", "people-copy.csv"), encoding="utf-8") as file:
+            return name in file.read()
+
+    def opens(self, code, title):
+        """Whether the card opens a space. A card that was refused is the same one for some seconds, though it was lifted."""
+        if title not in self.card(code):
+            self.stage.play(6)
+        return title in self.titles() or title in self.card(code)
+
     def is_away(self):
         self.table.frames(1, 0)
         return "people-away" in self.table.tree()["pseudoClasses"]
@@ -65,8 +77,10 @@ def play(build, folder):
         os.makedirs(place)
         tables.append(SharedTable(build, place, presentation))
     subprocess.run([os.path.join(build, "bin", "tavola"), "people", "add", presentation, "2001", "--name", "Uma"], check=True)
-    took = wait_for_all("the new card", tables, lambda table: "Hi, Uma" in table.card(2001))
-    print(f"  a new card opened its space at {TABLES} tables within {took:.1f} s, with the time to put it down at each")
+    took = wait_for_all("the new card", tables, lambda table: table.has_copied("Uma"))
+    for table in tables:
+        require(table.opens(2001, "Hi, Uma"), "a card that is registered elsewhere opened no space")
+    print(f"  {TABLES} tables knew of a new card within {took:.1f} s, and it opened at each")
 
     processes = server_processes()
     for process in processes:
@@ -74,7 +88,7 @@ def play(build, folder):
     try:
         longest = 0.0
         for table in tables:
-            require("Hi, Ann" in table.card(1001), "a card did not open while the database hung")
+            require(table.opens(1001, "Hi, Ann"), "a card did not open while the database hung")
             for _ in range(100):
                 begin = time.monotonic()
                 table.table.frames(1)
