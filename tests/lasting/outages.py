@@ -2,6 +2,7 @@
 """Plays outages of a database that two media servers share: nothing that was acknowledged is lost, nothing is there twice.
 
 usage: postgres.py outages.py --build DIRECTORY [--outages 6]
+       outages.py --build DIRECTORY [--outages 6]       on a SQLite file: media servers are killed, nothing else
 
 Clients add and remove links at both servers while the PostgreSQL server is stopped in the middle of its work (SIGSTOP), restarted
 after a crash, loses its connections, and while a media server is killed and started again. Exits with 1 when something is lost.
@@ -12,6 +13,7 @@ import json
 import os
 import random
 import signal
+import sqlite3
 import subprocess
 import sys
 import tempfile
@@ -56,7 +58,15 @@ class Venue:
         self.longest = 0.0
 
     def start(self):
-        return MediaServer(self.build, os.path.join(self.folder, "content"), self.folder, options=("--database", os.environ[POSTGRES]))
+        options = ("--database", os.environ[POSTGRES]) if POSTGRES in os.environ else ()
+        return MediaServer(self.build, os.path.join(self.folder, "content"), self.folder, options=options)
+
+    def rows(self):
+        items = "SELECT tessel || ' ' || value FROM item"
+        if POSTGRES in os.environ:
+            return sql(items)
+        with sqlite3.connect(os.path.join(self.folder, "pages.sqlite")) as database:
+            return [row[0] for row in database.execute(items)]
 
     def restart(self, number):
         self.servers[number].process.kill()
@@ -114,10 +124,10 @@ def cut(_):
 
 
 def kill(venue):
-    venue.restart(0)
+    venue.restart(random.randrange(2))
 
 
-OUTAGES = (cut, hang, kill, crash)
+OUTAGES = (cut, hang, kill, crash) if POSTGRES in os.environ else (kill,)
 
 
 def main():
@@ -138,7 +148,7 @@ def main():
         venue.is_over.set()
         for client in clients:
             client.join()
-        rows = sql("SELECT tessel || ' ' || value FROM item")
+        rows = venue.rows()
         wanted = sorted(f"{card} {address}" for (card, address), is_there in venue.known.items() if is_there)
         lost, extra = set(wanted) - set(rows), set(rows) - set(wanted)
         twice = len(rows) - len(set(rows))
