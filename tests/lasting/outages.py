@@ -8,6 +8,7 @@ Clients add and remove links at both servers while the PostgreSQL server is stop
 after a crash, loses its connections, and while a media server is killed and started again. Exits with 1 when something is lost.
 """
 import argparse
+import contextlib
 import itertools
 import json
 import os
@@ -42,6 +43,12 @@ def server_processes():
         parent = int(file.readline())
     children = subprocess.run(["pgrep", "-P", str(parent)], check=False, capture_output=True, text=True).stdout.split()
     return [parent, *map(int, children)]
+
+
+def signal_all(processes, number):
+    for process in processes:
+        with contextlib.suppress(ProcessLookupError):  # a connection that has ended meanwhile
+            os.kill(process, number)
 
 
 class Venue:
@@ -108,11 +115,9 @@ class Venue:
 def hang(_):
     """The server stops in the middle of whatever it does, and goes on later."""
     processes = server_processes()
-    for process in processes:
-        os.kill(process, signal.SIGSTOP)
+    signal_all(processes, signal.SIGSTOP)
     time.sleep(HANG_SECONDS)
-    for process in reversed(processes):
-        os.kill(process, signal.SIGCONT)
+    signal_all(reversed(processes), signal.SIGCONT)
 
 
 def crash(_):
@@ -140,12 +145,14 @@ def main():
         clients = [threading.Thread(target=venue.client, args=(card,)) for card in range(1, CLIENTS + 1)]
         for client in clients:
             client.start()
-        for number in range(arguments.outages):
-            before = venue.answers["acknowledged"]
-            while venue.answers["acknowledged"] < before + 3 * CLIENTS:  # in the middle of a burst
-                time.sleep(0.01)
-            OUTAGES[number % len(OUTAGES)](venue)
-        venue.is_over.set()
+        try:
+            for number in range(arguments.outages):
+                before = venue.answers["acknowledged"]
+                while venue.answers["acknowledged"] < before + 3 * CLIENTS:  # in the middle of a burst
+                    time.sleep(0.01)
+                OUTAGES[number % len(OUTAGES)](venue)
+        finally:
+            venue.is_over.set()
         for client in clients:
             client.join()
         rows = venue.rows()

@@ -16,7 +16,7 @@ import time
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, "..", "..", "tools", "demonstration"))
 
-from outages import server_processes  # noqa: E402
+from outages import server_processes, signal_all  # noqa: E402
 from postgres import POSTGRES  # noqa: E402
 from programs import Failure, by_class, by_type, end_all, value  # noqa: E402
 from visit import Visit, World, require  # noqa: E402
@@ -83,8 +83,7 @@ def play(build, folder):
     print(f"  {TABLES} tables knew of a new card within {took:.1f} s, and it opened at each")
 
     processes = server_processes()
-    for process in processes:
-        os.kill(process, signal.SIGSTOP)
+    signal_all(processes, signal.SIGSTOP)
     try:
         longest = 0.0
         for table in tables:
@@ -97,8 +96,7 @@ def play(build, folder):
         print(f"  cards opened while the database hung, no frame took longer than {longest * 1000:.0f} ms with its request; "
               f":people-away after {took:.1f} s")
     finally:
-        for process in reversed(processes):
-            os.kill(process, signal.SIGCONT)
+        signal_all(reversed(processes), signal.SIGCONT)
     took = wait_for_all("the end of :people-away", tables, lambda table: not table.is_away())
     print(f"  the outage was over {took:.1f} s after its end")
     end_all([program for table in tables for program in table.world.programs])
