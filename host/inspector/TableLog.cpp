@@ -10,8 +10,11 @@ TableLog::TableLog() : m_lines(std::make_shared<Lines>())
         const std::lock_guard<std::mutex> guard(lines->mutex);
         Bedrock::Trace::writeToStandardError(level, text);
         lines->lines.push_back({level, text});
-        if (lines->lines.size() > kKept)
+        lines->bytes += text.size();
+        while (lines->lines.size() > kKept || (lines->bytes > kKeptBytes && lines->lines.size() > 1)) {
+            lines->bytes -= lines->lines.front().text.size();
             lines->lines.pop_front();
+        }
     });
     m_analyticsSinkBefore = Tavola::DataGathering::setSink([this](const Tavola::DataGathering::Event& event) {
         m_events.push_back(QJsonObject{{"type", event.type}, {"data", event.data}});

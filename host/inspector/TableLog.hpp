@@ -20,6 +20,8 @@ class TableLog
 public:
     /// The number of lines, and of events, that are kept.
     static constexpr std::size_t kKept = 5000;
+    /// Of all lines together: one may repeat what a server answered. The last line is kept, however long.
+    static constexpr std::size_t kKeptBytes = std::size_t(16) << 20;
 
     TableLog();
     ~TableLog();
@@ -42,6 +44,7 @@ private:
     {
         std::mutex mutex;
         std::deque<Line> lines;
+        std::size_t bytes = 0; ///< of their texts
     };
     std::shared_ptr<Lines> m_lines;
     std::deque<QJsonObject> m_events;

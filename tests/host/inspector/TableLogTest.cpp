@@ -49,6 +49,22 @@ TEST_CASE("table log: the oldest lines and events are forgotten")
     CHECK(log.analytics().first().toObject().value("type") == "2");
 }
 
+TEST_CASE("table log: long lines make room sooner, and the last one stays whole")
+{
+    const TableLog log;
+    Bedrock::Trace::info("the first");
+    for (int i = 0; i < 20; ++i)
+        Bedrock::Trace::info("%d%s", i, std::string(std::size_t(1) << 20, 'x').c_str());
+    CHECK(log.lines().size() == 15); // each has a byte or two more than a MiB
+    CHECK(textOf(log.lines().first()).startsWith("5x"));
+    Bedrock::Trace::info("%s", std::string(TableLog::kKeptBytes + 1, 'y').c_str());
+    REQUIRE(log.lines().size() == 1);
+    CHECK(textOf(log.lines().first()).size() == int(TableLog::kKeptBytes) + 1);
+    Bedrock::Trace::info("short");
+    CHECK(log.lines().size() == 1);
+    CHECK(textOf(log.lines().first()) == "short");
+}
+
 TEST_CASE("table log: lines of several threads all arrive, each whole")
 {
     const TableLog log;
