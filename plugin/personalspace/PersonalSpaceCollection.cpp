@@ -1,5 +1,6 @@
 // The collection of a personal space: the content widget of its card, and the mode that decides where its items are sent.
 
+#include "personalspace/KeptContents.hpp"
 #include "personalspace/PersonalSpaceWidgetD.hpp"
 
 #include <Bedrock/BinaryData.hpp>
@@ -23,6 +24,7 @@ void PersonalSpaceWidget::D::updateCode()
     uploader.setCode(code);
     createContentWidget();
     updateCollectionMode();
+    KeptContents::open(code);
 }
 
 void PersonalSpaceWidget::D::createContentWidget()

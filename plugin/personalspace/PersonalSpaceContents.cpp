@@ -3,6 +3,7 @@
 #include "shared/IdPayload.hpp"
 
 #include <Bedrock/BinaryData.hpp>
+#include <Bedrock/FlagGuard.hpp>
 
 #include <cstdint>
 #include <utility>
@@ -56,6 +57,20 @@ long PersonalSpaceContents::addItem(Item item)
     auto data = idPayload(id);
     eventSend("item-added", data);
     return id;
+}
+
+long PersonalSpaceContents::idsForRestored(std::size_t count)
+{
+    static long lowest = 0;
+    lowest -= static_cast<long>(count);
+    return lowest;
+}
+
+void PersonalSpaceContents::restoreItem(long id, Item item)
+{
+    m_items.emplace(id, std::move(item));
+    auto data = idPayload(id);
+    eventSend("item-added", data);
 }
 
 void PersonalSpaceContents::removeItem(long id)
@@ -113,8 +128,10 @@ void PersonalSpaceContents::setItemStatus(ItemStatus status, long id)
 void PersonalSpaceContents::setUserPage(const UserPage& page)
 {
     // An empty address never removes the items: visitors keep them while the server cannot be reached.
-    if (!m_userPage.url.isEmpty() && !page.url.isEmpty() && m_userPage.url != page.url)
+    if (!m_userPage.url.isEmpty() && !page.url.isEmpty() && m_userPage.url != page.url) {
+        const Bedrock::FlagGuard switching(m_isSwitchingPage);
         removeItems();
+    }
     m_userPage = page;
     eventSend("user-page-changed");
 }

@@ -7,6 +7,7 @@
 
 #include <QString>
 
+#include <cstddef>
 #include <map>
 #include <memory>
 
@@ -48,6 +49,11 @@ public:
 
     /// The item's id, greater than those of all items before it.
     long addItem(Item item);
+    /// The first of `count` ids in a row that no item has had. They are below those of addItem, so that what was collected before
+    /// a restart comes first.
+    [[nodiscard]] static long idsForRestored(std::size_t count);
+    /// Adds an item that was collected earlier under an id of idsForRestored. Sends "item-added".
+    void restoreItem(long id, Item item);
     void removeItem(long id);
     /// In ascending order of ids; the event of each is sent right after its removal.
     void removeItems();
@@ -59,6 +65,8 @@ public:
     void setItemStatus(ItemStatus status, long id);
     /// Removes all items first if one known address replaces another, which is then the page of another person.
     void setUserPage(const UserPage& page);
+    /// True while setUserPage removes the items, in handlers of "item-removed".
+    [[nodiscard]] bool isSwitchingPage() const noexcept { return m_isSwitchingPage; }
 
     /// A copy; an empty item, Pending, for an unknown id.
     [[nodiscard]] Item item(long id) const;
@@ -71,5 +79,6 @@ private:
 
     std::map<long, Item> m_items;
     UserPage m_userPage;
+    bool m_isSwitchingPage = false;
 };
 }

@@ -2,6 +2,7 @@
 
 #include "FakeServices.hpp"
 
+#include <Tavola/CollectionStoreAPI.hpp>
 #include <Tavola/ServiceProvider.hpp>
 #include <Tavola/TesselServiceCache.hpp>
 
@@ -33,6 +34,30 @@ TEST_CASE("service provider: a service is asked for JSON commands through a cast
     provider.addService("media-server-service", "one", std::make_shared<FakeMediaServer>());
     const auto service = provider.service("media-server-service", "");
     CHECK(dynamic_cast<Tavola::JSONServerServiceAPI*>(service.get()));
+}
+
+TEST_CASE("service provider: there is a store of collections only where one is configured")
+{
+    struct Store final : Tavola::ServiceInstance, Tavola::CollectionStoreAPI
+    {
+        QString makeKey() override { return {}; }
+        folly::Future<std::vector<CollectedItem>> items(unsigned long) override
+        {
+            return folly::makeFuture(std::vector<CollectedItem>());
+        }
+        void add(unsigned long, const CollectedItem&) override {}
+        void update(unsigned long, const CollectedItem&) override {}
+        void remove(unsigned long, const QString&) override {}
+    };
+    ServiceProvider provider;
+    const auto store = std::make_shared<Store>();
+    provider.addService("media-server-service", "", store);
+    CHECK_FALSE(provider.collectionStore());
+    provider.addService("collection-store", "", std::make_shared<FakeMediaServer>());
+    CHECK_FALSE(provider.collectionStore());
+    ServiceProvider keeping;
+    keeping.addService("collection-store", "", store);
+    CHECK(keeping.collectionStore() == store);
 }
 
 TEST_CASE("service provider: there may be no marker service, but there is always its cache")

@@ -8,6 +8,7 @@
 
 namespace Tavola
 {
+class CollectionStoreAPI;
 class EmailServiceAPI;
 class ServiceInstance;
 class TesselServiceAPI;
@@ -27,6 +28,8 @@ public:
     /// The e-mail service of that name, with an empty name the first one configured; found among the services of type
     /// "email-service". May be null.
     [[nodiscard]] std::shared_ptr<EmailServiceAPI> emailService(const QString& name) const;
+    /// The first service of type "collection-store". Null where the presentation keeps no collections.
+    [[nodiscard]] std::shared_ptr<CollectionStoreAPI> collectionStore() const;
     /// May be null: no marker service is configured.
     [[nodiscard]] std::shared_ptr<TesselServiceAPI> tesselService() const;
     /// Never null.

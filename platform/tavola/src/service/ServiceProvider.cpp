@@ -1,5 +1,6 @@
 #include <Tavola/ServiceProvider.hpp>
 
+#include <Tavola/CollectionStoreAPI.hpp>
 #include <Tavola/EmailServiceAPI.hpp>
 #include <Tavola/ServiceInstance.hpp>
 #include <Tavola/TesselServiceAPI.hpp>
@@ -42,6 +43,11 @@ std::shared_ptr<ServiceInstance> ServiceProvider::service(const QString& type, c
 std::shared_ptr<EmailServiceAPI> ServiceProvider::emailService(const QString& name) const
 {
     return std::dynamic_pointer_cast<EmailServiceAPI>(service(QStringLiteral("email-service"), name));
+}
+
+std::shared_ptr<CollectionStoreAPI> ServiceProvider::collectionStore() const
+{
+    return std::dynamic_pointer_cast<CollectionStoreAPI>(service(QStringLiteral("collection-store"), QString()));
 }
 
 std::shared_ptr<TesselServiceAPI> ServiceProvider::tesselService() const

@@ -1,0 +1,6 @@
+#include <Tavola/CollectionStoreAPI.hpp>
+
+namespace Tavola
+{
+CollectionStoreAPI::~CollectionStoreAPI() = default;
+}

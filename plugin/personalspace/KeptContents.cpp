@@ -1,0 +1,128 @@
+#include "personalspace/KeptContents.hpp"
+
+#include <Bedrock/BinaryData.hpp>
+#include <Bedrock/FlagGuard.hpp>
+
+#include <cstdint>
+#include <map>
+#include <utility>
+
+namespace Tavola
+{
+namespace
+{
+using ItemStatus = PersonalSpaceContents::ItemStatus;
+
+/// Nothing waits for an answer of the media server after a restart.
+ItemStatus afterRestart(ItemStatus status)
+{
+    return status == ItemStatus::Uploading ? ItemStatus::Ready : status;
+}
+}
+
+void KeptContents::open(unsigned long code)
+{
+    if (!CollectionKeeper::hasStore())
+        return;
+    static std::map<std::uint64_t, std::unique_ptr<KeptContents>> known;
+    auto& kept = known[code];
+    if (!kept)
+        kept = std::make_unique<KeptContents>(code);
+    kept->m_keeper->read();
+}
+
+KeptContents::KeptContents(unsigned long code)
+    : m_contents(PersonalSpaceContents::personalContent(code)),
+      m_keeper(
+          std::make_shared<CollectionKeeper>(code, [this](const std::vector<CollectionKeeper::Item>& items) { restore(items); }))
+{
+    listen();
+    for (const auto& entry : m_contents->items()) {
+        m_keeper->added(entry.first);
+        store(entry.first);
+    }
+}
+
+KeptContents::~KeptContents()
+{
+    for (const auto listener : m_listeners)
+        m_contents->eventRemoveListener(listener);
+}
+
+void KeptContents::listen()
+{
+    const auto on = [this](const char* event, void (KeptContents::*handler)(long id)) {
+        m_listeners.push_back(m_contents->eventAddListenerBd(
+            event, [this, handler](Bedrock::BinaryData& data) { (this->*handler)(data.readInt64()); }, Facet::Node::kImmediate));
+    };
+    m_listeners.push_back(m_contents->eventAddListenerBd(
+        "item-added", [this](Bedrock::BinaryData& data) { m_keeper->added(data.readInt64()); }, Facet::Node::kImmediate));
+    on("item-removed", &KeptContents::removed);
+    on("files-ready", &KeptContents::store);
+    on("preview-ready", &KeptContents::store);
+    on("item-status-changed", &KeptContents::store);
+    m_listeners.push_back(m_contents->eventAddListener(
+        "user-page-changed",
+        [this] {
+            if (std::exchange(m_hasLeft, false))
+                m_keeper->read();
+        },
+        Facet::Node::kImmediate));
+}
+
+void KeptContents::removed(long id)
+{
+    if (!m_contents->isSwitchingPage()) {
+        m_keeper->removed(id);
+        return;
+    }
+    m_keeper->left(id);
+    m_hasLeft = true;
+}
+
+void KeptContents::store(long id)
+{
+    const PersonalSpaceContents::Item item = m_contents->item(id);
+    if (m_isRestoring || item.status == ItemStatus::Pending)
+        return;
+    CollectionKeeper::Item stored;
+    stored.file = item.files.file;
+    stored.sources = item.files.sources;
+    stored.files = item.files.files;
+    stored.displayName = item.files.displayName;
+    stored.url = item.files.url;
+    stored.preview = item.preview;
+    stored.status = static_cast<std::int32_t>(afterRestart(item.status));
+    m_keeper->changed(id, std::move(stored));
+}
+
+void KeptContents::restore(const std::vector<CollectionKeeper::Item>& items)
+{
+    long id = PersonalSpaceContents::idsForRestored(items.size());
+    for (const CollectionKeeper::Item& item : items)
+        restore(id++, item);
+}
+
+void KeptContents::restore(long id, const CollectionKeeper::Item& stored)
+{
+    m_keeper->restored(id, stored);
+    {
+        const Bedrock::FlagGuard restoring(m_isRestoring);
+        PersonalSpaceContents::Item item;
+        item.files = {stored.file, stored.sources, stored.files, stored.displayName, stored.url};
+        item.preview = stored.preview;
+        item.status = static_cast<ItemStatus>(stored.status);
+        m_contents->restoreItem(id, item);
+        if (!item.preview.isEmpty())
+            m_contents->previewReady(id, item.preview);
+        // A space in upload mode uploads what is Ready by this event, also what has failed before.
+        if (item.status != ItemStatus::Uploaded)
+            m_contents->filesReady(id, item.files);
+        if (m_contents->item(id).status == ItemStatus::Ready && item.status == ItemStatus::Failed)
+            m_contents->setItemStatus(ItemStatus::Failed, id);
+        if (item.status == ItemStatus::Uploaded)
+            m_contents->setItemStatus(ItemStatus::Uploaded, id);
+    }
+    store(id);
+}
+}
