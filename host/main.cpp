@@ -1,3 +1,4 @@
+#include "commands/CollectionsCommand.hpp"
 #include "commands/CommandLine.hpp"
 #include "commands/MailCommand.hpp"
 #include "commands/PeopleCommand.hpp"
@@ -14,6 +15,7 @@
 
 #include <sys/stat.h>
 
+using Host::CollectionsCommand;
 using Host::CommandLine;
 using Host::MailCommand;
 using Host::PeopleCommand;
@@ -48,6 +50,7 @@ const struct
     {"replay", openTable<RunOptions::Command::Replay>},
     {"mail", work<MailCommand>},
     {"people", work<PeopleCommand>},
+    {"collections", work<CollectionsCommand>},
 };
 }
 
@@ -72,7 +75,8 @@ int main(int argc, char** argv)
                         "  replay RECORDING [OPTION ...]  replay the input that a run recorded; more: tavola replay --help\n"
                         "  mail list|retry|drop ...       work on undelivered e-mail; more: tavola mail --help\n"
                         "  people list|add|import|export|remove ...\n"
-                        "                                 the people a table knows; more: tavola people --help"),
+                        "                                 the people a table knows; more: tavola people --help\n"
+                        "  collections list|clear ...     what cards have collected; more: tavola collections --help"),
          QStringLiteral("Exit code: 0 after a table that was closed, 1 when it could not open, 2 for a command line that makes "
                         "no sense.")});
     bool wantsVersion = false;

@@ -5,6 +5,7 @@
 #include "presentation/Presentation.hpp"
 #include "services/MailAddress.hpp"
 #include "services/PeopleRegistry.hpp"
+#include "services/collections/CollectionFile.hpp"
 
 #include <QSaveFile>
 
@@ -25,7 +26,8 @@ constexpr char kDescription[] =
     "                                 all of them, or none when a line cannot be read\n"
     "  export PRESENTATION FILE.csv   the same file; - writes to standard output. With --for-spreadsheet nothing in it is\n"
     "                                 run as a formula: names like =1+1 get an apostrophe in front\n"
-    "  remove PRESENTATION CODE ...   cards; all of them, or none when one is unknown";
+    "  remove PRESENTATION CODE ...   cards, and what they have collected; all of them, or none when one\n"
+    "                                 is unknown";
 
 /// Many thousands of people may be imported, while tables write.
 constexpr std::chrono::seconds kDeadline{30};
@@ -169,7 +171,16 @@ int exportTo(const PeopleRegistry& registry, const Request& request)
     return 0;
 }
 
-int remove(PeopleRegistry& registry, const Request& request)
+/// Removes what cards without an owner have collected: their next owners do not see it.
+bool clearCollections(const std::vector<unsigned long>& codes, const QString& path, const Request& request)
+{
+    CollectionFile file(path, [&request](const QString& what, const QString& reason, const QString& remedy) {
+        (void)request.fail(QStringLiteral("failed to %1 (%2); %3").arg(what, reason, remedy), 1);
+    });
+    return !file.exists() || (file.open() && file.clear(codes));
+}
+
+int remove(PeopleRegistry& registry, const QString& collections, const Request& request)
 {
     if (request.words().isEmpty())
         return request.fail(QStringLiteral("remove wants the codes of cards"), 2);
@@ -182,8 +193,13 @@ int remove(PeopleRegistry& registry, const Request& request)
         codes.push_back(code);
     }
     std::optional<unsigned long> unknown;
-    if (registry.remove(codes, unknown))
-        return 0;
+    if (registry.remove(codes, unknown)) {
+        if (clearCollections(codes, collections, request))
+            return 0;
+        return request.fail(QStringLiteral("the cards were removed, but not what they have collected; "
+                                           "run tavola collections clear when the above is mended"),
+                            1);
+    }
     return request.fail(unknown ? QStringLiteral("card %1 is not in the registry; nothing was removed").arg(*unknown)
                                 : QStringLiteral("nothing was removed"),
                         1);
@@ -223,6 +239,6 @@ int PeopleCommand::run(const QStringList& arguments)
         return importFrom(*registry, request);
     if (request.action() == QLatin1String("export"))
         return exportTo(*registry, request);
-    return remove(*registry, request);
+    return remove(*registry, collectionsFile(dataFolder(presentation->folder, request.data)), request);
 }
 }

@@ -58,7 +58,8 @@ std::unique_ptr<Inspector> openInspector(Table& table, const TableLog& log, cons
 {
     auto inspector = std::make_unique<Inspector>(
         Inspector::Subject{table.application(), log, &table.input(), options.manualClock, [&table] { return table.mailState(); },
-                           [&table](double dt) { return table.frame(dt).has_value(); }, [&table] { return table.listeners(); }});
+                           [&table](double dt) { return table.frame(dt).has_value(); }, [&table] { return table.listeners(); },
+                           [&table] { return table.collectionState(); }});
     if (!inspector->listen(*options.inspectPort, error)) {
         error = QStringLiteral("the inspector is not reachable. %1").arg(error);
         return nullptr;

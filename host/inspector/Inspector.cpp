@@ -88,6 +88,7 @@ const char* const kIndex = "GET  /tree            the widgets\n"
                            "GET  /input           counts of the table's input\n"
                            "GET  /grabs           the cards on the table and the widgets that hold them\n"
                            "GET  /mail            the outbox of each e-mail service\n"
+                           "GET  /collections     whether what was collected is on the disk\n"
                            "GET  /status          time, frames, what is under way, memory of kept pictures\n"
                            "POST /frames?count=N&dt=SECONDS   run frames (manual clock only)\n";
 }
@@ -121,6 +122,8 @@ LoopbackHttpServer::Response Inspector::answer(const LoopbackHttpServer::Request
         return {200, "application/json", bytes(grabReport(*m_subject.application.grabManager()))};
     if (request.path == QLatin1String("/mail"))
         return {200, "application/json", bytes(m_subject.mail ? m_subject.mail() : QJsonArray())};
+    if (request.path == QLatin1String("/collections"))
+        return {200, "application/json", bytes(m_subject.collections ? m_subject.collections() : QJsonObject())};
     if (request.path == QLatin1String("/status"))
         return {200, "application/json", statusReport()};
     return refusal(404, "no such page; GET / lists them");

@@ -33,7 +33,8 @@ public:
         std::function<QJsonArray()> mail = {}; ///< the state of each e-mail service; may be empty
         /// Runs a frame; false at the end of a replay. Empty: the application's own frame.
         std::function<bool(double dtSeconds)> frame = {};
-        std::function<QJsonArray()> listeners = {}; ///< the listeners and their refused senders; may be empty
+        std::function<QJsonArray()> listeners = {};    ///< the listeners and their refused senders; may be empty
+        std::function<QJsonObject()> collections = {}; ///< the state of the store of collections; may be empty
     };
 
     explicit Inspector(const Subject& subject);

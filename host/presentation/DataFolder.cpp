@@ -29,6 +29,11 @@ QString outboxFolder(const QString& data, const QString& serviceName)
     return data + QStringLiteral("/mail/outbox") + suffixOf(serviceName);
 }
 
+QString collectionsFile(const QString& data)
+{
+    return data + QStringLiteral("/collections/collections.sqlite");
+}
+
 QString contentQueueFile(const QString& data, const QString& serviceName)
 {
     return data + QStringLiteral("/content/queue") + suffixOf(serviceName) + QStringLiteral(".sqlite");

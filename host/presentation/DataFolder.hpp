@@ -12,6 +12,9 @@ namespace Host
 /// The folder in `data` for the outbox of the e-mail service of that name.
 [[nodiscard]] QString outboxFolder(const QString& data, const QString& serviceName);
 
+/// The file in `data` that keeps what cards have collected.
+[[nodiscard]] QString collectionsFile(const QString& data);
+
 /// The file in `data` that keeps what the media server of that name has still to be sent.
 [[nodiscard]] QString contentQueueFile(const QString& data, const QString& serviceName);
 }

@@ -62,6 +62,7 @@ public:
                          "tidyAfterSeconds",
                          "places",
                          "shelf",
+                         "collections",
                          "page"}); // "page" is the media server's (--site)
         m_result.title = root.text("title");
         readTable(root.inner("table"));
@@ -73,6 +74,8 @@ public:
         m_result.database = root.text("database");
         readServices(root.inner("services"));
         readCards(root.list("cards", "codes"));
+        if (object.contains(QLatin1String("collections")))
+            readCollections(root.inner("collections"));
         readCare(root);
         m_components.readNamed(root.value("components"));
         m_result.widgets = m_components.list(root.value("widgets"), QStringLiteral("widgets"));
@@ -223,6 +226,17 @@ private:
                 m_skip(QStringLiteral("cards[%1]").arg(i),
                        QStringLiteral("expected a card's code, a whole number (as a text when it is above 9007199254740992)"));
         }
+    }
+
+    /// A mistake keeps nothing: visitors' things are stored only for as long as the presentation says.
+    void readCollections(const JsonEntries& collections)
+    {
+        collections.checkKnown({"keep"});
+        m_result.collections = CollectionSettings::parse(collections.value("keep").toString());
+        if (!m_result.collections)
+            collections.skip(QStringLiteral("keep"),
+                             QStringLiteral("expected a time of up to %1 days, such as \"30d\" or \"12h\", or \"forever\"")
+                                 .arg(CollectionSettings::kLongestDays));
     }
 
     void readPlaces(const QJsonArray& array)

@@ -3,6 +3,7 @@
 #include "care/CareSettings.hpp"
 #include "presentation/InputSettings.hpp"
 #include "presentation/ScreenView.hpp"
+#include "services/collections/CollectionSettings.hpp"
 #include "services/email/MailSettings.hpp"
 
 #include <Tavola/ComponentUse.hpp>
@@ -52,8 +53,9 @@ struct Presentation
     QString peopleFile;      ///< absolute path; empty without people
     QString database;        ///< what several tables share, as Storage::Address reads it; empty: files of this table
     std::vector<MediaServerSettings> mediaServers;
-    std::vector<MailSettings> mailServices; ///< no two of one name
-    std::vector<unsigned long> cards;       ///< the codes of the keys 1 to 9; in the file numbers, or texts above 2^53
+    std::vector<MailSettings> mailServices;        ///< no two of one name
+    std::optional<CollectionSettings> collections; ///< nothing: what cards collect ends with the program
+    std::vector<unsigned long> cards;              ///< the codes of the keys 1 to 9; in the file numbers, or texts above 2^53
     std::vector<ComponentUse> widgets;
     /// Where people stand: what is on the shelf is put in front of each.
     struct Place

@@ -209,6 +209,11 @@ Trellis::Application& Table::application() const noexcept
     return *d->application;
 }
 
+QJsonObject Table::collectionState() const
+{
+    return d->services.collectionState();
+}
+
 QJsonArray Table::mailState() const
 {
     return d->services.mailState();

@@ -44,6 +44,8 @@ public:
     [[nodiscard]] QJsonArray listeners() const;
     /// The state of each e-mail service, for the inspector. Does not block.
     [[nodiscard]] QJsonArray mailState() const;
+    /// The state of the store of collections, for the inspector; empty without one. Does not block.
+    [[nodiscard]] QJsonObject collectionState() const;
     /// Where datagrams arrive: the first listener's port. 0 in a replay.
     [[nodiscard]] int tuioPort() const noexcept;
 

@@ -12,6 +12,8 @@
 #include "services/PeopleRegistry.hpp"
 #include "services/PeopleWatch.hpp"
 #include "services/ServiceStates.hpp"
+#include "services/collections/CollectionService.hpp"
+#include "services/collections/InboxCollections.hpp"
 #include "services/content/ContentMediaServer.hpp"
 #include "services/content/ContentStream.hpp"
 #include "services/email/OutboxService.hpp"
@@ -101,6 +103,7 @@ bool TableServices::start(Tavola::ServiceProvider& provider, const std::shared_p
     if (m_people)
         startPeople(provider, personalWidgets, input.isReplay());
     startMediaServers(provider, presentation, options, input);
+    m_collections = startCollections(provider, presentation, options, input.isReplay());
     return startMail(provider, presentation, options, input, error);
 }
 
@@ -151,6 +154,20 @@ void TableServices::startMediaServers(Tavola::ServiceProvider& provider, const P
     }
 }
 
+std::shared_ptr<CollectionService> TableServices::startCollections(Tavola::ServiceProvider& provider,
+                                                                   const Presentation& presentation, const TableOptions& options,
+                                                                   bool isReplay)
+{
+    if (!presentation.collections)
+        return nullptr;
+    std::shared_ptr<CollectionService> service;
+    if (!isReplay)
+        service = std::make_shared<CollectionService>(collectionsFile(dataFolder(presentation.folder, options.dataFolder)),
+                                                      *presentation.collections);
+    provider.addService(QStringLiteral("collection-store"), QString(), std::make_shared<InboxCollections>(service));
+    return service;
+}
+
 bool TableServices::startMail(Tavola::ServiceProvider& provider, const Presentation& presentation, const TableOptions& options,
                               const TableInput& input, QString& error)
 {
@@ -183,12 +200,21 @@ bool TableServices::startMail(Tavola::ServiceProvider& provider, const Presentat
 void TableServices::stopWatching()
 {
     m_peopleWatch.reset();
+    // The pictures of what was collected go with the application.
+    if (const auto collections = m_collections.lock())
+        collections->waitUntilIdle();
 }
 
 bool TableServices::isMailDelayed() const
 {
     return std::any_of(m_mailServices.begin(), m_mailServices.end(),
                        [](const auto& weak) { return keepsMail(weak.lock().get()); });
+}
+
+QJsonObject TableServices::collectionState() const
+{
+    const auto service = m_collections.lock();
+    return service ? service->state() : QJsonObject();
 }
 
 QJsonArray TableServices::mailState() const

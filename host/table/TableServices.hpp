@@ -3,6 +3,7 @@
 #include "services/PeopleFile.hpp"
 
 #include <QJsonArray>
+#include <QJsonObject>
 #include <QString>
 
 #include <memory>
@@ -15,6 +16,7 @@ class ServiceProvider;
 
 namespace Host
 {
+class CollectionService;
 class OutboxService;
 class PeopleRegistry;
 class PeopleWatch;
@@ -25,8 +27,8 @@ struct Presentation;
 struct RecordingNote;
 struct TableOptions;
 
-/// The services of a table: the registry of people, the media servers and e-mail, as the presentation and the options name
-/// them. The media servers and e-mail live in the ServiceProvider; the registry lives here. Main thread only.
+/// The services of a table: the registry of people, the media servers, e-mail and the store of collections, as the presentation
+/// and the options name them. All but the registry live in the ServiceProvider. Main thread only.
 class TableServices
 {
 public:
@@ -50,15 +52,20 @@ public:
     [[nodiscard]] const std::shared_ptr<ServiceStates>& states() const noexcept { return m_states; }
     /// Whether an outbox keeps mail that no server has yet. Does not block.
     [[nodiscard]] bool isMailDelayed() const;
-    /// Ends the watch on the registry. Call when the table begins to close.
+    /// Ends the watch on the registry, and waits until collections are stored or cannot be. Call when the table begins to close.
     void stopWatching();
     /// The state of each e-mail service, for the inspector. Does not block.
     [[nodiscard]] QJsonArray mailState() const;
+    /// The state of the store of collections, for the inspector; empty without one. Does not block.
+    [[nodiscard]] QJsonObject collectionState() const;
 
 private:
     void startPeople(Tavola::ServiceProvider& provider, const std::shared_ptr<PersonalWidgets>& personalWidgets, bool isReplay);
     void startMediaServers(Tavola::ServiceProvider& provider, const Presentation& presentation, const TableOptions& options,
                            const TableInput& input);
+    static std::shared_ptr<CollectionService> startCollections(Tavola::ServiceProvider& provider,
+                                                               const Presentation& presentation, const TableOptions& options,
+                                                               bool isReplay);
     bool startMail(Tavola::ServiceProvider& provider, const Presentation& presentation, const TableOptions& options,
                    const TableInput& input, QString& error);
 
@@ -66,5 +73,6 @@ private:
     std::shared_ptr<PeopleRegistry> m_people; ///< null without people
     std::unique_ptr<PeopleWatch> m_peopleWatch;
     std::vector<std::weak_ptr<OutboxService>> m_mailServices;
+    std::weak_ptr<CollectionService> m_collections;
 };
 }

@@ -23,6 +23,11 @@ TEST_CASE("data folder: a presentation's own is the user's, has its name, and be
     CHECK(own != dataFolder("/b/show", ""));
 }
 
+TEST_CASE("data folder: what cards have collected is in a folder of its own")
+{
+    CHECK(collectionsFile("/data") == "/data/collections/collections.sqlite");
+}
+
 TEST_CASE("data folder: each e-mail service has an outbox of its own, below it whatever its name")
 {
     CHECK(outboxFolder("/data", "") == "/data/mail/outbox");

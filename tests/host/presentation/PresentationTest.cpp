@@ -425,3 +425,13 @@ TEST_CASE("presentation: the number of painting threads is left to the table unl
         CHECK_FALSE(written.load().paintingThreads);
     }
 }
+
+TEST_CASE("presentation: collections are kept for as long as it says, and not at all when that cannot be read")
+{
+    CHECK_FALSE(Written("{}").load().collections);
+    CHECK(Written(R"({"collections": {"keep": "30d"}})").load().collections->keepSeconds == 30 * 24 * 3600);
+    CHECK(Written(R"({"collections": {"keep": "forever"}})").load().collections->keepSeconds == 0);
+    const QString expected = QStringLiteral("expected a time of up to 3650 days, such as \"30d\" or \"12h\", or \"forever\"");
+    CHECK_FALSE(Written(R"({"collections": {"keep": 30}})").skips("collections.keep", expected).load().collections);
+    CHECK_FALSE(Written(R"({"collections": {}})").skips("collections.keep", expected).load().collections);
+}

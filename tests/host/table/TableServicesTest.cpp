@@ -4,6 +4,8 @@
 #include "input/TableInput.hpp"
 #include "recording/RecordingNote.hpp"
 
+#include <EventLoop.hpp>
+#include <Tavola/CollectionStoreAPI.hpp>
 #include <Tavola/ServiceProvider.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Tavola/TesselServiceCache.hpp>
@@ -61,6 +63,40 @@ TEST_CASE("table services: the media servers of the presentation are found by na
     place.presentation("{}");
     const auto table = place.open();
     CHECK(service(""));
+}
+
+TEST_CASE("table services: collections are kept beside the people where the presentation says so, and nowhere else")
+{
+    TablePlace place;
+    place.presentation("{}");
+    const QString file = place.folder.path(QStringLiteral("data/collections/collections.sqlite"));
+    {
+        const auto table = place.open();
+        CHECK_FALSE(Tavola::Tavola::instance()->services()->collectionStore());
+        CHECK(table->collectionState().isEmpty());
+    }
+    CHECK_FALSE(QFile::exists(file));
+    place.presentation(R"({"collections": {"keep": "30d"}})");
+    const auto keep = [](unsigned long code) {
+        const auto store = Tavola::Tavola::instance()->services()->collectionStore();
+        REQUIRE(store);
+        Tavola::CollectionStoreAPI::CollectedItem item;
+        item.key = store->makeKey();
+        store->add(code, item);
+    };
+    {
+        const auto table = place.open();
+        keep(1001);
+        CHECK(table->collectionState().contains(QLatin1String("waiting")));
+    }
+    CHECK(QFile::exists(file));
+    const auto table = place.open();
+    auto items = Tavola::Tavola::instance()->services()->collectionStore()->items(1001);
+    CHECK(TestSupport::pumpUntil([&] {
+        table->application().frame(0.0);
+        return items.isReady();
+    }));
+    CHECK(items.value().size() == 1);
 }
 
 TEST_CASE("table services: a mail server of the options needs an e-mail service of the presentation")

@@ -1,0 +1,134 @@
+#include "commands/CollectionsCommand.hpp"
+
+#include "commands/CommandLine.hpp"
+#include "presentation/DataFolder.hpp"
+#include "presentation/Presentation.hpp"
+#include "services/collections/CollectionFile.hpp"
+
+#include <QDateTime>
+
+#include <optional>
+#include <vector>
+
+namespace Host
+{
+namespace
+{
+class Request : public CommandLine
+{
+public:
+    Request()
+        : CommandLine(
+            QStringLiteral("collections"),
+            {QStringLiteral("list|clear PRESENTATION [CODE ...] [OPTION ...]"),
+             QStringLiteral(
+                 "Shows and removes what a presentation's table keeps of what cards have collected (its \"collections\"), "
+                 "also while the table runs. A space that is open goes on showing what it shows.\n"
+                 "\n"
+                 "  list PRESENTATION              each card with the number of its things, and when the first and the\n"
+                 "                                 last of them were stored\n"
+                 "  list PRESENTATION CODE ...     the names of the things of these cards\n"
+                 "  clear PRESENTATION CODE ...    removes what these cards have collected\n"
+                 "  clear PRESENTATION --all       removes everything"),
+             QStringLiteral("Exit code: 0, 1 when it could not be done, 2 for a command line that makes no sense.")},
+            {"list", "clear"})
+    {
+        addOption({"--data", "DIR", "the folder given to tavola run --data (default: the user's data folder)",
+                   QStringLiteral("a folder"), [this](const QString& value) {
+                       data = value;
+                       return !value.isEmpty();
+                   }});
+        addFlag("--all", all, "clear: of all cards");
+    }
+
+    QString data;
+    bool all = false;
+    std::vector<unsigned long> codes;
+};
+
+std::optional<CommandLine::Exit> parse(const QStringList& arguments, Request& request)
+{
+    if (const auto exit = request.parse(arguments))
+        return exit;
+    for (const QString& text : request.words()) {
+        bool isNumber = false;
+        request.codes.push_back(text.toULongLong(&isNumber));
+        if (!isNumber)
+            return CommandLine::Exit{2, QStringLiteral("\"%1\" is no card code, a whole number is expected").arg(text)};
+    }
+    const bool isClear = request.action() == QLatin1String("clear");
+    if (request.all && !isClear)
+        return CommandLine::Exit{2, QStringLiteral("--all belongs to clear only")};
+    if (isClear && request.all != request.codes.empty())
+        return CommandLine::Exit{2, QStringLiteral("clear wants either the codes of cards or --all")};
+    return std::nullopt;
+}
+
+QString time(qint64 seconds)
+{
+    return QDateTime::fromSecsSinceEpoch(seconds).toString(QStringLiteral("yyyy-MM-dd hh:mm"));
+}
+
+int listCards(const CollectionFile& file, const Request& request)
+{
+    const auto cards = file.cards();
+    if (!cards)
+        return 1;
+    for (const CollectionFile::Card& card : *cards)
+        CommandLine::print(QStringLiteral("%1  %2 kept  first %3  last %4")
+                               .arg(QString::number(card.code), QString::number(card.items), time(card.first), time(card.last)));
+    if (cards->empty())
+        CommandLine::print(QStringLiteral("Nothing is kept."));
+    return request.printed();
+}
+
+int listItems(const CollectionFile& file, const Request& request)
+{
+    for (const unsigned long code : request.codes) {
+        const auto items = file.items(code, 0);
+        if (!items)
+            return 1;
+        for (const CollectedItem& item : *items)
+            CommandLine::print(QStringLiteral("%1  %2").arg(QString::number(code), item.displayName.simplified()));
+        if (items->empty())
+            CommandLine::print(QStringLiteral("%1  nothing is kept").arg(code));
+    }
+    return request.printed();
+}
+
+int clear(CollectionFile& file, const Request& request)
+{
+    const auto count = request.all ? file.clearAll() : file.clear(request.codes);
+    if (!count)
+        return request.fail(QStringLiteral("nothing was removed"), 1);
+    CommandLine::print(QStringLiteral("%1 removed.").arg(*count));
+    return request.printed();
+}
+}
+
+int CollectionsCommand::run(const QStringList& arguments)
+{
+    Request request;
+    if (arguments.isEmpty())
+        return request.missingCommand();
+    if (const auto exit = parse(arguments, request))
+        return request.end(*exit);
+    QString error;
+    const auto presentation = Presentation::load(request.presentation(), error);
+    if (!presentation)
+        return request.fail(error, 1);
+    CollectionFile file(collectionsFile(dataFolder(presentation->folder, request.data)),
+                        [&request](const QString& what, const QString& reason, const QString& remedy) {
+                            (void)request.fail(QStringLiteral("failed to %1 (%2); %3").arg(what, reason, remedy), 1);
+                        });
+    if (!file.exists()) {
+        CommandLine::print(QStringLiteral("Nothing is kept."));
+        return request.printed();
+    }
+    if (!file.open())
+        return 1;
+    if (request.action() == QLatin1String("clear"))
+        return clear(file, request);
+    return request.codes.empty() ? listCards(file, request) : listItems(file, request);
+}
+}

@@ -1,0 +1,194 @@
+#include "services/collections/CollectionService.hpp"
+
+#include "Folder.hpp"
+#include "LogCapture.hpp"
+#include "SpoiltDatabase.hpp"
+#include "SqliteFault.hpp"
+#include "services/SqliteConnection.hpp"
+
+#include <doctest/doctest.h>
+
+#include <QDir>
+
+#include <atomic>
+
+using namespace Host;
+using Kind = CollectionService::Change::Kind;
+using TestSupport::SpoiltDatabase;
+using TestSupport::SqliteFault;
+
+namespace
+{
+CollectionService::Change change(Kind kind, const char* key, const char* name = "", int status = 1)
+{
+    CollectionService::Change result{kind, 7, {}};
+    result.item.key = QString::fromUtf8(key);
+    result.item.displayName = QString::fromUtf8(name);
+    result.item.status = status;
+    return result;
+}
+
+struct Kept
+{
+    Folder folder;
+    QString path = folder.path(QStringLiteral("collections.sqlite"));
+    std::atomic<qint64> now{100000};
+    std::unique_ptr<CollectionService> service;
+
+    void open(qint64 keepSeconds = 0)
+    {
+        service = std::make_unique<CollectionService>(path, CollectionSettings{keepSeconds}, [this] { return now.load(); });
+    }
+    /// "name status" of each item of card 7, or "unreadable".
+    QStringList items() const
+    {
+        QStringList result;
+        service->read(7, [&result](const std::optional<std::vector<CollectedItem>>& items) {
+            if (!items)
+                result << QStringLiteral("unreadable");
+            else
+                for (const CollectedItem& item : *items)
+                    result << QStringLiteral("%1 %2").arg(item.displayName).arg(item.status);
+        });
+        service->waitUntilIdle();
+        return result;
+    }
+    void isIn(int waiting, bool failed) const
+    {
+        CHECK(service->state().value(QLatin1String("waiting")).toInt() == waiting);
+        CHECK(service->state().value(QLatin1String("failed")).toBool() == failed);
+    }
+    std::string told(const char* what) const
+    {
+        return std::string("CollectionService # Failed to ") + what + " " + path.toStdString();
+    }
+};
+
+/// Connections wait this long for locks meanwhile.
+struct ShortWait
+{
+    int before = SqliteConnection::setLockWaitMs(20);
+    ~ShortWait() { SqliteConnection::setLockWaitMs(before); }
+};
+}
+
+TEST_CASE("collection service: what is changed is on the disk, and read after the changes before")
+{
+    Kept kept;
+    kept.open();
+    kept.service->change(change(Kind::Add, "a-1", "one"));
+    kept.service->change(change(Kind::Add, "a-2", "two"));
+    kept.service->change(change(Kind::Update, "a-1", "one", 3));
+    CHECK(kept.items() == QStringList{"one 3", "two 1"});
+    kept.isIn(0, false);
+    kept.service->change(change(Kind::Remove, "a-1"));
+    CHECK(kept.items() == QStringList{"two 1"});
+    kept.service.reset();
+    kept.open();
+    CHECK(kept.items() == QStringList{"two 1"});
+}
+
+TEST_CASE("collection service: what waits when the table closes is written then")
+{
+    Kept kept;
+    kept.open();
+    for (int i = 1; i <= 50; ++i)
+        kept.service->change(change(Kind::Add, ("a-" + std::to_string(i)).c_str(), "one"));
+    kept.service.reset();
+    kept.open();
+    CHECK(kept.items().size() == 50);
+}
+
+TEST_CASE("collection service: a full disk is told with its remedy, and what waited for it is written when there is space")
+{
+    Kept kept;
+    kept.open();
+    kept.service->change(change(Kind::Add, "a-0", "zero"));
+    kept.service->waitUntilIdle();
+    SqliteFault full = SqliteFault::fullDisk(kept.path, "INSERT", "items");
+    TestSupport::expectWarningStartingWith(kept.told("write") + ": database or disk is full");
+    kept.service->change(change(Kind::Add, "a-1", "one"));
+    kept.service->waitUntilIdle();
+    kept.isIn(1, true);
+    // Later changes of items that wait are one with them; the warning is not repeated.
+    kept.service->change(change(Kind::Update, "a-1", "one", 3));
+    kept.service->change(change(Kind::Add, "a-2", "two"));
+    kept.service->change(change(Kind::Remove, "a-2"));
+    kept.service->change(change(Kind::Update, "a-2", "two", 4));
+    kept.service->change(change(Kind::Update, "a-0", "zero", 3));
+    kept.service->waitUntilIdle();
+    kept.isIn(3, true);
+    // What is stored can be read all the same.
+    CHECK(kept.items() == QStringList{"zero 1"});
+    full.mend();
+    kept.service->retry();
+    kept.service->waitUntilIdle();
+    kept.isIn(0, false);
+    CHECK(kept.items() == QStringList{"zero 3", "one 3"});
+}
+
+TEST_CASE("collection service: a file that cannot be used is told with its remedy, and used as soon as it can be")
+{
+    const ShortWait wait;
+    for (const auto kind : TestSupport::kSpoiltKinds) {
+        CAPTURE(SpoiltDatabase::name(kind));
+        // A thread of its own would keep the rights that the test gives up.
+        if (kind == SpoiltDatabase::Kind::ReadOnlyFile || kind == SpoiltDatabase::Kind::ReadOnlyFolder)
+            continue;
+        Kept kept;
+        {
+            const SpoiltDatabase spoilt(kept.path, kind);
+            TestSupport::expectWarningStartingWith(kept.told("open"));
+            kept.open();
+            kept.service->change(change(Kind::Add, "a-1", "one"));
+            CHECK(kept.items() == QStringList{"unreadable"});
+            kept.isIn(1, true);
+        }
+        if (kind != SpoiltDatabase::Kind::Locked)
+            REQUIRE(QFile::remove(kept.path));
+        kept.service->retry();
+        CHECK(kept.items() == QStringList{"one 1"});
+        kept.isIn(0, false);
+    }
+}
+
+TEST_CASE("collection service: a folder that is moved away is made anew, and what waited is stored in it")
+{
+    Kept kept;
+    kept.path = kept.folder.path(QStringLiteral("data/collections/collections.sqlite"));
+    kept.open();
+    kept.service->change(change(Kind::Add, "a-1", "one"));
+    kept.service->waitUntilIdle();
+    REQUIRE(QDir(kept.folder.path()).rename(QStringLiteral("data"), QStringLiteral("away")));
+    TestSupport::expectWarningStartingWith(kept.told("write") + ": ");
+    kept.service->change(change(Kind::Add, "a-2", "two"));
+    kept.service->waitUntilIdle();
+    kept.isIn(1, true);
+    kept.service->retry();
+    CHECK(kept.items() == QStringList{"two 1"});
+    kept.isIn(0, false);
+}
+
+TEST_CASE("collection service: what is older than the settings allow is not read, and removed when the table opens")
+{
+    Kept kept;
+    kept.open(1000);
+    kept.service->change(change(Kind::Add, "a-1", "old"));
+    kept.service->waitUntilIdle();
+    kept.now += 600;
+    kept.service->change(change(Kind::Add, "a-2", "new"));
+    CHECK(kept.items() == QStringList{"old 1", "new 1"});
+    kept.now += 401;
+    CHECK(kept.items() == QStringList{"new 1"});
+    kept.service.reset();
+    kept.open(1000);
+    CHECK(kept.items() == QStringList{"new 1"});
+    kept.service.reset();
+    // It is gone for a table that keeps for ever, too; what that one stores stays.
+    kept.open(0);
+    kept.now += 1000000000;
+    CHECK(kept.items() == QStringList{"new 1"});
+    kept.service.reset();
+    kept.open(0);
+    CHECK(kept.items() == QStringList{"new 1"});
+}

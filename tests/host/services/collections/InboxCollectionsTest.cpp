@@ -1,0 +1,149 @@
+#include "services/collections/InboxCollections.hpp"
+
+#include "Folder.hpp"
+#include "LogCapture.hpp"
+#include "SqliteFault.hpp"
+#include "TestHost.hpp"
+#include "services/ReplaySession.hpp"
+#include "services/collections/CollectionService.hpp"
+
+#include <Bedrock/Inbox.hpp>
+#include <Tavola/CollectedFiles.hpp>
+
+#include <doctest/doctest.h>
+
+using namespace Host;
+
+namespace
+{
+CollectedItem item(const QString& key, const char* name, const QString& file = QString())
+{
+    CollectedItem result;
+    result.key = key;
+    result.displayName = QString::fromUtf8(name);
+    result.file = file;
+    result.status = 1;
+    return result;
+}
+
+/// "key name" of each item.
+std::string told(const folly::Future<std::vector<CollectedItem>>& future)
+{
+    return outcomeOf(future, [](const std::vector<CollectedItem>& items) {
+        QStringList lines;
+        for (const CollectedItem& one : items)
+            lines << one.key + QLatin1Char(' ') + one.displayName;
+        return lines.join(QLatin1String(", ")).toStdString();
+    });
+}
+
+/// A store in a folder of its own, in one run of the program after the other.
+struct Stored
+{
+    Folder folder;
+    QString path = folder.path(QStringLiteral("collections.sqlite"));
+    std::shared_ptr<CollectionService> service;
+    std::unique_ptr<InboxCollections> store;
+
+    Stored() { restart(); }
+    void restart()
+    {
+        store.reset();
+        service.reset();
+        service = std::make_shared<CollectionService>(path, CollectionSettings());
+        store = std::make_unique<InboxCollections>(service);
+    }
+    /// What the store has for a card, as the next frame takes it.
+    folly::Future<std::vector<CollectedItem>> read(unsigned long code = 7) const
+    {
+        auto future = store->items(code);
+        service->waitUntilIdle();
+        CHECK_FALSE(future.isReady());
+        CHECK(Bedrock::Inbox::instance().deliver() == 1);
+        CHECK(future.isReady());
+        return future;
+    }
+};
+}
+
+TEST_CASE("inbox collections: this run's items have numbers as keys, those of other runs names that stay")
+{
+    Stored stored;
+    const QString first = stored.store->makeKey();
+    const QString second = stored.store->makeKey();
+    CHECK(first == "1");
+    CHECK(second == "2");
+    stored.store->add(7, item(second, "two"));
+    stored.store->add(7, item(first, "one"));
+    CHECK(told(stored.read()) == "1 one, 2 two");
+    stored.store->update(7, item(first, "One"));
+    CHECK(told(stored.read()) == "1 One, 2 two");
+
+    stored.restart();
+    stored.store->add(7, item(stored.store->makeKey(), "three"));
+    const auto items = stored.read().value();
+    REQUIRE(items.size() == 3);
+    CHECK(items[0].key.endsWith("-1"));
+    CHECK(items[0].key.size() == 18);
+    CHECK(items[2].key == "1");
+    stored.store->update(7, item(items[1].key, "Two"));
+    stored.store->remove(7, items[0].key);
+    CHECK(told(stored.read()) == items[1].key.toStdString() + " Two, 1 three");
+    CHECK(stored.read(8).value().empty());
+}
+
+TEST_CASE("inbox collections: a replay has the answers of the day and changes nothing")
+{
+    ReplaySession session;
+    Stored stored;
+    stored.store->add(7, item(stored.store->makeKey(), "one"));
+    (void)stored.read();
+    session.replay();
+    InboxCollections replayed(nullptr);
+    const QString key = replayed.makeKey();
+    CHECK(key == "1");
+    replayed.add(7, item(key, "one"));
+    replayed.update(7, item(key, "two"));
+    replayed.remove(7, key);
+    const auto future = replayed.items(7);
+    CHECK(session.frame(session.recorded) == 1);
+    CHECK(told(future) == "1 one");
+    CHECK(session.missing == 0);
+}
+
+TEST_CASE("inbox collections: a store that cannot be read fails the future")
+{
+    Stored stored;
+    CHECK(stored.read().value().empty());
+    const TestSupport::SqliteFault lost = TestSupport::SqliteFault::lostTable(stored.path, "items");
+    TestSupport::expectWarningStartingWith("CollectionService # Failed to read " + stored.path.toStdString()
+                                           + ": no such table: items");
+    CHECK(told(stored.read()) == "failure: The store of collections could not be read");
+}
+
+TEST_CASE("inbox collections: the files of what comes back are known for uploads")
+{
+    const TestSupport::TestHost host;
+    Stored stored;
+    stored.store->add(7, item(stored.store->makeKey(), "one", QStringLiteral("/museum/moon.png")));
+    stored.store->add(7, item(stored.store->makeKey(), "two"));
+    auto& files = Tavola::Tavola::instance()->part<Tavola::CollectedFiles>();
+    CHECK(files.path(QStringLiteral("moon.png")).isEmpty());
+    (void)stored.read();
+    CHECK(files.path(QStringLiteral("moon.png")) == "/museum/moon.png");
+    CHECK(files.path(QString()).isEmpty());
+}
+
+TEST_CASE("inbox collections: an answer that does not come any more is a failure")
+{
+    folly::Future<std::vector<CollectedItem>> future = folly::makeFuture(std::vector<CollectedItem>());
+    InboxCollections store(nullptr);
+    {
+        ReplaySession session;
+        session.replay();
+        future = store.items(7);
+        CHECK_FALSE(future.isReady());
+    }
+    // The source is gone, and with it the open job.
+    CHECK(told(future).rfind("failure: Broken promise", 0) == 0);
+}
