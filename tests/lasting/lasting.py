@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Plays what has to last: content that goes from a table to the media server, over kills and restarts, with the real programs.
+"""Plays what has to last over kills, restarts and power cuts, with the real programs: content that goes from a table to the media
+server, and what cards have collected.
 
 usage: lasting.py --build DIRECTORY [SCENARIO ...]     all scenarios without a name
 
@@ -20,6 +21,7 @@ import urllib.request
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, "..", "..", "tools", "demonstration"))
 
+from collected import SCENARIOS as COLLECTED  # noqa: E402
 from programs import Failure, MediaServer, centre, fetch, value  # noqa: E402
 from visit import PRESENTATIONS, Visit, World, require  # noqa: E402
 
@@ -127,7 +129,7 @@ def table_sends_content(build, folder):
     print("  two pictures of a table reached an empty content folder")
 
 
-SCENARIOS = {"transfer_survives_kills": transfer_survives_kills, "table_sends_content": table_sends_content}
+SCENARIOS = {"transfer_survives_kills": transfer_survives_kills, "table_sends_content": table_sends_content, **COLLECTED}
 
 
 def play(name, build):
