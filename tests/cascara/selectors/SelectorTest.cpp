@@ -169,6 +169,8 @@ TEST_CASE("selector: siblings count in the order in which they were added, as no
         {"M :is(:last-child)", "f", move("f", ""), "e"},
         {"Node:first-child", "", setType("attached", "N"), ""},
         {"Root > *", "a attached b c d", destroyA, "attached b c d"},
+        {":lang(de) N", "", pseudo("c", "lang(de)", true), "e f"},
+        {":lang(de)", "", pseudo("c", "lang(de)", true), "c"},
         {":root", "", pseudo("root", "root", true), "root"},
         {":root > N", "", pseudo("root", "root", true), "a b d"},
     };

@@ -2,6 +2,8 @@
 
 #include "selectors/NodeFeatures.hpp"
 
+#include <QRegularExpression>
+
 #include <algorithm>
 
 namespace Cascara
@@ -24,6 +26,16 @@ bool hasWord(const QString& text, const QString& word, Qt::CaseSensitivity caseS
     }
     return false;
 }
+
+/// Digits of any number; far more siblings than there can be mean as many as there can be.
+int bounded(const QString& digits)
+{
+    constexpr int kMostSiblings = 100000000;
+    bool fits = false;
+    const int number = digits.toInt(&fits);
+    const int most = digits.startsWith(QLatin1Char('-')) ? -kMostSiblings : kMostSiblings;
+    return fits ? std::clamp(number, -kMostSiblings, kMostSiblings) : most;
+}
 }
 
 bool AttributeTest::matches(const NodeFeatures& node) const
@@ -44,6 +56,32 @@ bool AttributeTest::matches(const NodeFeatures& node) const
     case Comparison::Contains: return !value.isEmpty() && text.contains(value, caseSensitivity);
     }
     return false;
+}
+
+std::optional<PositionTest> PositionTest::nth(const QString& text)
+{
+    static const QRegularExpression kForm(QStringLiteral("^(?:([+-]?\\d*)n(?:\\s*([+-])\\s*(\\d+))?|([+-]?\\d+))$"),
+                                          QRegularExpression::CaseInsensitiveOption);
+    const auto isWord = [&text](const char* word) { return text.compare(QLatin1String(word), Qt::CaseInsensitive) == 0; };
+    PositionTest test;
+    if (isWord("odd") || isWord("even")) {
+        test.step = 2;
+        test.offset = isWord("odd") ? 1 : 0;
+        return test;
+    }
+    const QRegularExpressionMatch match = kForm.match(text);
+    if (!match.hasMatch())
+        return std::nullopt;
+    if (!match.captured(4).isEmpty()) {
+        test.offset = bounded(match.captured(4));
+        return test;
+    }
+    const QString step = match.captured(1);
+    const bool isSign = step.isEmpty() || step == QLatin1String("+") || step == QLatin1String("-");
+    test.step = bounded(isSign ? step + QLatin1Char('1') : step);
+    if (!match.captured(3).isEmpty())
+        test.offset = bounded(match.captured(2) + match.captured(3));
+    return test;
 }
 
 bool PositionTest::matches(const NodeFeatures& node) const

@@ -4,6 +4,7 @@
 
 #include <QString>
 
+#include <optional>
 #include <tuple>
 #include <vector>
 
@@ -63,6 +64,8 @@ struct PositionTest
     int step = 0;
     int offset = 0;
 
+    /// `text` is "odd", "even", a number or a form like "2n+1"; nothing for anything else.
+    [[nodiscard]] static std::optional<PositionTest> nth(const QString& text);
     [[nodiscard]] bool matches(const NodeFeatures& node) const;
     friend bool operator==(const PositionTest& a, const PositionTest& b)
     {

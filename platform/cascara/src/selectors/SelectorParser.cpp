@@ -3,8 +3,6 @@
 #include <Facet/NameTable.hpp>
 #include <Facet/NearestWord.hpp>
 
-#include <QRegularExpression>
-
 #include <algorithm>
 #include <utility>
 
@@ -22,16 +20,6 @@ Feature feature(Feature::Kind kind, const QString& name)
 bool isSame(const QString& text, const char* word)
 {
     return text.compare(QLatin1String(word), Qt::CaseInsensitive) == 0;
-}
-
-/// Digits of any number; far more siblings than there can be mean as many as there can be.
-int bounded(const QString& digits)
-{
-    constexpr int kMostSiblings = 100000000;
-    bool fits = false;
-    const int number = digits.toInt(&fits);
-    const int most = digits.startsWith(QLatin1Char('-')) ? -kMostSiblings : kMostSiblings;
-    return fits ? std::clamp(number, -kMostSiblings, kMostSiblings) : most;
 }
 }
 
@@ -265,10 +253,13 @@ bool SelectorParser::parsePseudoFunction(Compound& result)
     const bool isNegation = isSame(token().text, "not");
     if (isSame(token().text, "nth-child"))
         return parseNth(result);
+    if (isSame(token().text, "lang"))
+        return parseLanguage(result);
     if (!isNegation && !isSame(token().text, "is"))
         return fail(QStringLiteral("the pseudo-class ':%1()' is not supported").arg(token().text)
-                    + Facet::didYouMean(token().text.toLower(),
-                                        {QStringLiteral("is"), QStringLiteral("not"), QStringLiteral("nth-child")}));
+                    + Facet::didYouMean(
+                        token().text.toLower(),
+                        {QStringLiteral("is"), QStringLiteral("lang"), QStringLiteral("not"), QStringLiteral("nth-child")}));
     if (m_depth >= kDeepestNesting)
         return fail(QStringLiteral(":%1() is nested too deeply: at most %2").arg(token().text.toLower()).arg(kDeepestNesting));
     ++m_depth;
@@ -316,34 +307,32 @@ bool SelectorParser::parseAlternatives(Compound& result, bool isNegation)
 
 bool SelectorParser::parseNth(Compound& result)
 {
-    static const QRegularExpression kForm(QStringLiteral("^(?:([+-]?\\d*)n(?:\\s*([+-])\\s*(\\d+))?|([+-]?\\d+))$"),
-                                          QRegularExpression::CaseInsensitiveOption);
     const int first = ++m_position;
     while (!isAtEnd() && !at(Kind::CloseRound))
         ++m_position;
-    QString text = m_tokens.textBetween(first, m_position);
-    if (isSame(text, "odd"))
-        text = QStringLiteral("2n+1");
-    else if (isSame(text, "even"))
-        text = QStringLiteral("2n");
-    const QRegularExpressionMatch match = kForm.match(text);
-    if (isAtEnd() || !match.hasMatch()) {
+    const auto test = isAtEnd() ? std::nullopt : PositionTest::nth(m_tokens.textBetween(first, m_position));
+    if (!test) {
         m_position = first;
         return fail(QStringLiteral("expected 'odd', 'even', a number or a form like '2n+1' in ':nth-child()'"));
     }
     ++m_position;
-    PositionTest test;
-    if (!match.captured(4).isEmpty()) {
-        test.offset = bounded(match.captured(4));
-    } else {
-        const QString step = match.captured(1);
-        const bool isSign = step.isEmpty() || step == QLatin1String("+") || step == QLatin1String("-");
-        test.step = bounded(isSign ? step + QLatin1Char('1') : step);
-        test.offset = bounded(match.captured(2) + match.captured(3));
-        if (match.captured(3).isEmpty())
-            test.offset = 0;
-    }
-    result.positions.push_back(test);
+    result.positions.push_back(*test);
+    return true;
+}
+
+/// `:lang(pt-BR)` is a pseudo-class that the code sets under the name "lang(pt-br)".
+bool SelectorParser::parseLanguage(Compound& result)
+{
+    ++m_position; // the function
+    skipBlanks();
+    const bool isTag = (at(Kind::Ident) || at(Kind::String)) && !token().text.isEmpty();
+    const QString tag = isTag ? token().text.toLower() : QString();
+    m_position += isTag;
+    skipBlanks();
+    if (!isTag || !at(Kind::CloseRound))
+        return fail(QStringLiteral("expected one language, as in ':lang(de)'"));
+    ++m_position;
+    result.features.push_back(feature(Feature::Kind::PseudoClass, QStringLiteral("lang(%1)").arg(tag)));
     return true;
 }
 }

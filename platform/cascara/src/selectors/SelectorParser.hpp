@@ -39,6 +39,7 @@ private:
     bool parsePseudoFunction(Compound& result);
     bool parseAlternatives(Compound& result, bool isNegation);
     bool parseNth(Compound& result);
+    bool parseLanguage(Compound& result);
     bool fail(const QString& text);
 
     const Tokens& m_tokens;
