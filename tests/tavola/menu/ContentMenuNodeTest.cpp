@@ -57,6 +57,22 @@ bool isNear(Vector2f a, Vector2f b)
 }
 }
 
+TEST_CASE("menu node: a style sheet can say an entry by its id in other words")
+{
+    auto entries = entriesNamed(2);
+    entries[1].id = QStringLiteral("visit");
+    Node node(MenuStyle::List, entries);
+    const auto textOf = [&](std::size_t index) {
+        const auto found = MenuHost::withClass(node.entry(index), "menu-text");
+        return dynamic_cast<const Trellis::TextWidget&>(*found.at(0)).text();
+    };
+    CHECK(node.entry(1).cssId() == "visit");
+    CHECK(textOf(1) == "Entry 1");
+    node.host.style("#visit .menu-text { text: \"Besuch\"; }");
+    CHECK(textOf(1) == "Besuch");
+    CHECK(textOf(0) == "Entry 0");
+}
+
 TEST_CASE("menu node: the entries of a ring stand round its middle, the first one at the top, and free of one another")
 {
     for (const int count : {1, 2, 3, 7, 20}) {

@@ -17,7 +17,7 @@ TEST_CASE("menu file: entries have a text, an icon or both, and lead to entries,
     const auto menu = files.menu(table.write(QStringLiteral("menu.json"), R"({"entries": [
         {"text": "Map", "icon": "icon.png", "content": {"component": "panel", "attributes": {"gap": 10.50}}},
         {"icon": "icon.png", "entries": [{"text": "Red", "content": {"component": "panel"}}]},
-        {"text": "Artists", "menu": "artists.json"}]})"));
+        {"id": "people", "text": "Artists", "menu": "artists.json"}]})"));
     REQUIRE(menu->entries.size() == 3);
     CHECK(menu->entries[0].text == "Map");
     CHECK(menu->entries[0].icon == icon);
@@ -31,6 +31,8 @@ TEST_CASE("menu file: entries have a text, an icon or both, and lead to entries,
     CHECK(menu->entries[1].entries[0].text == "Red");
     REQUIRE(menu->entries[2].entries.size() == 1);
     CHECK(menu->entries[2].entries[0].text == "Ann");
+    CHECK(menu->entries[2].id == "people");
+    CHECK(menu->entries[1].id.isEmpty());
 }
 
 TEST_CASE("menu file: a mistake costs the smallest piece, and is reported with its place")
@@ -76,7 +78,7 @@ TEST_CASE("menu file: a mistake costs the smallest piece, and is reported with i
          1},
         {R"({"entires": [], "entries": [{"text": "A", "tip": "x", "content": {"component": "panel"}}]})",
          {"entires: unknown entry; known are components, entries",
-          "entries[0].tip: unknown entry; known are text, icon, entries, menu, content"},
+          "entries[0].tip: unknown entry; known are id, text, icon, entries, menu, content"},
          1},
         {R"({"entries": [{"text": "A", "menu": "menu.json"}, {"text": "B", "content": {"component": "panel"}}]})",
          {"entries[0].menu: menus include one another in a circle: menu.json > menu.json", "entries[0]: it leads to no entries"},

@@ -92,7 +92,7 @@ Bedrock::IntrusivePtr<Trellis::TextWidget> addText(Trellis::Widget& parent, cons
     const auto widget = Bedrock::makeIntrusive<Trellis::TextWidget>(&parent);
     widget->addCSSClass(cssClass);
     widget->setInputEnabled(false);
-    widget->setText(text);
+    widget->textAttribute().setValue(text, Facet::kDefaultLayer); // so that style sheets can say it in other languages
     return widget;
 }
 }
@@ -122,6 +122,7 @@ void ContentMenuNode::addEntry(const MenuEntry& entry)
     widget->rest(kEntryColor);
     isRing ? setDefaults(*widget, kRingEntry) : setDefaults(*widget, kListEntry);
     widget->addCSSClass("menu-entry");
+    widget->setCSSId(entry.id.toUtf8());
     if (!entry.entries.empty())
         widget->addCSSClass("has-entries");
     if (hasIcon) {
@@ -167,10 +168,8 @@ void ContentMenuNode::addCloseButton()
     const bool isRing = m_style == MenuStyle::Ring;
     isRing ? setDefaults(*m_closeButton, kRingClose) : setDefaults(*m_closeButton, kListClose);
     m_closeButton->addCSSClass("menu-close");
-    const auto cross = addText(*m_closeButton, QString(), "menu-close-text");
+    const auto cross = addText(*m_closeButton, QStringLiteral("×"), "menu-close-text");
     setDefaults(*cross, kCloseText);
-    cross->textAttribute().clearValue(Facet::kUserLayer);
-    cross->textAttribute().setValue(QStringLiteral("×"), Facet::kDefaultLayer);
     setDefault(*cross, "font-size", isRing ? "38" : "28");
     setDefault(*cross, "top", isRing ? "8" : "5");
     m_closeButton->eventAddListener("single-tap", [this] {

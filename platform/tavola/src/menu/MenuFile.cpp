@@ -127,8 +127,9 @@ private:
         const QJsonObject object = value.toObject();
         const JsonEntries written(object, place,
                                   [path = file.path](const QString& at, const QString& why) { skip(path, at, why); });
-        written.checkKnown({"text", "icon", "entries", "menu", "content"});
+        written.checkKnown({"id", "text", "icon", "entries", "menu", "content"});
         MenuEntry entry;
+        entry.id = written.text(QStringLiteral("id"));
         entry.text = written.text(QStringLiteral("text"));
         const QString icon = written.text(QStringLiteral("icon"));
         if (!icon.isEmpty())

@@ -19,6 +19,7 @@ struct MenuEntry
     QString icon; ///< absolute path of a picture
     std::vector<MenuEntry> entries;
     std::optional<ComponentUse> content;
+    QString id; ///< of its widget, for style sheets; may be empty
 };
 
 /// A menu as its file has it. Never changes once it was read, so nodes share it.
