@@ -60,6 +60,7 @@ void PlaceKeeper::add(const CardOpening& opening)
 
 void PlaceKeeper::update(const std::vector<Tactile::Marker>& cards, Vector2f table, float dtSeconds)
 {
+    m_cards = cards;
     m_guests.erase(std::remove_if(m_guests.begin(), m_guests.end(),
                                   [](const Guest& guest) {
                                       const auto widget = guest.opening.widget.lock();
@@ -77,6 +78,19 @@ void PlaceKeeper::update(const std::vector<Tactile::Marker>& cards, Vector2f tab
             check(guest, *widget, cards, table);
         glide(guest, *widget, dtSeconds);
     }
+}
+
+std::vector<PlaceSearch::Outline> PlaceKeeper::neighboursOf(const Trellis::Widget& widget) const
+{
+    std::vector<PlaceSearch::Outline> result;
+    for (const Tactile::Marker& card : m_cards)
+        result.push_back(cardOutline(card, m_pixelPitchMm));
+    for (const Guest& guest : m_guests) {
+        const auto other = guest.opening.widget.lock();
+        if (other && other.get() != &widget)
+            result.push_back(outlineAt(*other, guest.isKept ? guest.to : centerInScene(*other)));
+    }
+    return result;
 }
 
 PlaceSearch PlaceKeeper::searchFor(const Guest& guest, const Trellis::Widget& widget) const

@@ -25,6 +25,9 @@ public:
     /// Once a frame. `cards`: what lies on the table; `table`: its size in pixels.
     void update(const std::vector<Tactile::Marker>& cards, Vecta::Vector2f table, float dtSeconds);
 
+    /// The outlines on the table of the cards and of what other people's cards opened, seen from a widget that opened at a card.
+    [[nodiscard]] std::vector<PlaceSearch::Outline> neighboursOf(const Trellis::Widget& widget) const;
+
 private:
     struct Guest
     {
@@ -47,6 +50,7 @@ private:
     static void glide(Guest& guest, Trellis::Widget& widget, float dtSeconds);
 
     float m_pixelPitchMm;
-    std::vector<Guest> m_guests; ///< in the order in which they opened
+    std::vector<Tactile::Marker> m_cards; ///< of the last update
+    std::vector<Guest> m_guests;          ///< in the order in which they opened
 };
 }

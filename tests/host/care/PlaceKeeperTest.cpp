@@ -39,6 +39,22 @@ TEST_CASE("place keeper: a widget that is whole and clear of its card is not mov
     CHECK(opened.location() == location);
 }
 
+TEST_CASE("place keeper: cards and what other cards opened are the neighbours of a keyboard")
+{
+    CareTable table;
+    const Trellis::Widget& first = table.open(1001, {400.f, 540.f});
+    const Trellis::Widget& second = table.open(1002, {1400.f, 540.f});
+    table.host.frames(30);
+    const auto around = table.host.ui().keyboardNeighbours(first);
+    REQUIRE(around.size() == 3);
+    CHECK((around[2][0] - second.mapToScene({})).length() < 0.1f);
+    CHECK((around[2][2] - second.mapToScene(second.size())).length() < 0.1f);
+    for (const int card : {0, 1}) {
+        const auto& outline = around[std::size_t(card)];
+        CHECK(((outline[0] + outline[2]) / 2.f - Vector2f(card == 0 ? 400.f : 1400.f, 540.f)).length() < 1.f);
+    }
+}
+
 TEST_CASE("place keeper: the angle stays")
 {
     CareTable table;

@@ -200,6 +200,23 @@ TEST_CASE("input field: a tap on the placeholder writes into the field")
     CHECK(field->editor()->hasFocus());
 }
 
+TEST_CASE("input field: the placeholder stands inside the padding, where no style says otherwise")
+{
+    TestHost host;
+    host.style("InputFieldWidget { width: 300px; height: 44px; padding: 9px 14px } .high InputFieldWidget { padding: 20px }"
+               "InputFieldWidget > .placeholder { text: 'Your name' } .aside .placeholder { left: 50px }");
+    const auto field = makeIntrusive<InputFieldWidget>(&host.mainWidget(), false);
+    host.frame();
+    CHECK(field->placeholder()->location() == Vecta::Vector2f(14.f, 9.f));
+    CHECK(field->editor()->location() == field->placeholder()->location());
+    host.mainWidget().addCSSClass("high");
+    host.frame();
+    CHECK(field->placeholder()->location() == Vecta::Vector2f(20.f, 20.f));
+    host.mainWidget().addCSSClass("aside");
+    host.frame();
+    CHECK(field->placeholder()->location() == Vecta::Vector2f(50.f, 20.f));
+}
+
 TEST_CASE("input field: the error text comes from the style sheet")
 {
     TestHost host;

@@ -77,6 +77,32 @@ TEST_CASE(
     CHECK(place.topLeft.y == doctest::Approx(220.f));
 }
 
+TEST_CASE("keyboard placement: on a side where it covers no neighbour, and else where it covers least of them")
+{
+    const auto at = [](std::vector<Vecta::Rect> neighbours) {
+        return Placement::find(request({600.f, 400.f}), std::nullopt, neighbours);
+    };
+    const Vecta::Rect below{0.f, 400.f, 600.f, 300.f};
+    const Vecta::Rect above{0.f, -300.f, 600.f, 250.f};
+    CHECK(at({}).side == Side::Below);
+    CHECK(at({{0.f, 600.f, 600.f, 80.f}}).side == Side::Below);
+    CHECK(at({below}).side == Side::Above);
+    CHECK(at({below, above}).side == Side::Right);
+    CHECK(at({below, above, {620.f, 0.f, 600.f, 300.f}}).side == Side::Left);
+    CHECK(at({below, {0.f, -30.f, 600.f, 20.f}, {620.f, 0.f, 600.f, 300.f}, {-400.f, 0.f, 200.f, 300.f}}).side == Side::Above);
+    CHECK(Placement::find(request({600.f, 400.f}), Side::Right, {below, above}).side == Side::Right);
+    CHECK(Placement::find(request({600.f, 400.f}), Side::Above, {below, above}).side == Side::Right);
+}
+
+TEST_CASE("keyboard placement: the space itself counts more than its neighbours")
+{
+    auto low = request({600.f, 770.f});
+    CHECK(Placement::find(low, std::nullopt,
+                          {{0.f, -300.f, 600.f, 290.f}, {610.f, -300.f, 900.f, 900.f}, {-900.f, -300.f, 890.f, 900.f}})
+              .side
+          != Side::Below);
+}
+
 TEST_CASE("keyboard placement: requests are equal when all their parts are")
 {
     const auto one = request({600.f, 200.f});

@@ -103,6 +103,26 @@ TEST_CASE("keyboard: at the table's edge it comes inside and leaves the field in
     }
 }
 
+TEST_CASE("keyboard: it opens where it covers no neighbour, and stays there whatever they do")
+{
+    TestHost host;
+    Desk desk(host, {600.f, 400.f});
+    int asked = 0;
+    host.ui().setKeyboardNeighbours([&](const Trellis::Widget& carrier) {
+        CHECK(&carrier == desk.space.get());
+        const Vector2f corner(600.f, asked++ == 0 ? 760.f : 100.f);
+        return std::vector<Tavola::UserInterface::Outline>{
+            {corner, corner + Vector2f(600.f, 0.f), corner + Vector2f(600.f, 200.f), corner + Vector2f(0.f, 200.f)}};
+    });
+    desk.open();
+    host.frame();
+    CHECK(desk.keyboard()->sceneBounds().bottom() <= 400.f);
+    desk.space->setLocation({620.f, 400.f});
+    host.frames(3);
+    CHECK(desk.keyboard()->sceneBounds().bottom() <= 400.f);
+    CHECK(asked == 1);
+}
+
 TEST_CASE("keyboard: in a field that nothing carries it stands beside the field")
 {
     TestHost host;

@@ -2,11 +2,15 @@
 
 #include <Bedrock/Export.hpp>
 #include <Bedrock/IntrusivePtr.hpp>
+#include <Vecta/Vector2T.hpp>
 
 #include <QByteArray>
 #include <QString>
 
+#include <array>
+#include <functional>
 #include <memory>
+#include <vector>
 
 namespace Trellis
 {
@@ -49,6 +53,14 @@ public:
     /// The layout of keyboards for which no style sets another one; empty means "en", and "none" that none opens.
     void setKeyboardLayout(const QString& name);
     [[nodiscard]] QString keyboardLayout() const;
+    /// The corners of what lies on the table, in table pixels, in their order around it.
+    using Outline = std::array<Vecta::Vector2T<float>, 4>;
+    using Neighbours = std::function<std::vector<Outline>(const Trellis::Widget& carrier)>;
+    /// Sets the function that is asked when a keyboard opens in `carrier`, for what it covers only where there is no other
+    /// room. An empty function ends that.
+    void setKeyboardNeighbours(Neighbours neighbours);
+    /// Empty without a function.
+    [[nodiscard]] std::vector<Outline> keyboardNeighbours(const Trellis::Widget& carrier) const;
 
 private:
     struct Private;

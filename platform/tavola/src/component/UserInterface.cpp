@@ -37,6 +37,7 @@ struct UserInterface::Private
     WidgetPtr internalOverlay;
     float pixelPitchMm = kUsualPixelPitchMm;
     QString keyboardLayout;
+    Neighbours neighbours;
 };
 
 UserInterface::UserInterface() : d(std::make_unique<Private>())
@@ -99,6 +100,16 @@ void UserInterface::setKeyboardLayout(const QString& name)
 QString UserInterface::keyboardLayout() const
 {
     return d->keyboardLayout;
+}
+
+void UserInterface::setKeyboardNeighbours(Neighbours neighbours)
+{
+    d->neighbours = std::move(neighbours);
+}
+
+std::vector<UserInterface::Outline> UserInterface::keyboardNeighbours(const Trellis::Widget& carrier) const
+{
+    return d->neighbours ? d->neighbours(carrier) : std::vector<Outline>();
 }
 
 WidgetPtr UserInterface::createStockWidget(const QString& component, const QByteArray& style)

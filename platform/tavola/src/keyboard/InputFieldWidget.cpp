@@ -3,11 +3,13 @@
 #include "shared/AttributeDefaults.hpp"
 
 #include <Bedrock/PersonalTexts.hpp>
+#include <Facet/AttributeT.hpp>
 #include <Tavola/KeyboardWidget.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Tavola/TooltipWidget.hpp>
 #include <Tavola/UserInterface.hpp>
 #include <Trellis/Application.hpp>
+#include <Trellis/Length.hpp>
 #include <Trellis/TextEditWidget.hpp>
 #include <Trellis/TextWidget.hpp>
 
@@ -29,6 +31,15 @@ InputFieldWidget::InputFieldWidget(Trellis::Widget* parent, bool takesFocus) : T
     m_placeholder->addCSSClass(QByteArrayLiteral("placeholder"));
     setDefaults(*m_placeholder, {{"position", "absolute"}, {"left", "0"}, {"top", "0"}});
     m_placeholder->setInputEnabled(false); // the tap is the editor's
+    // It stands where the typed text will, inside the padding.
+    if (auto* const padding = dynamic_cast<Facet::AttributeT<Trellis::Edges>*>(attribute("padding")))
+        padding->addListener(
+            [placeholder = m_placeholder, padding] {
+                using Conversion = Facet::StyleConversion<Trellis::Length>;
+                setDefault(*placeholder, "left", Conversion::write(padding->value().left).toUtf8().constData());
+                setDefault(*placeholder, "top", Conversion::write(padding->value().top).toUtf8().constData());
+            },
+            Facet::Attribute::kValueChanged);
 
     m_tooltip = Bedrock::IntrusivePtr<TooltipWidget>(new TooltipWidget(this));
     m_tooltip->addCSSClass(QByteArrayLiteral("error"));

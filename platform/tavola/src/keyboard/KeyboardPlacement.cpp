@@ -2,7 +2,7 @@
 
 #include <Vecta/Transform.hpp>
 
-#include <vector>
+#include <cmath>
 
 namespace Tavola::KeyboardPlacement
 {
@@ -36,7 +36,7 @@ float inwards(float from, float extent, float room)
 }
 }
 
-Place find(const Request& s, std::optional<Side> now)
+Place find(const Request& s, std::optional<Side> now, const std::vector<Rect>& neighbours)
 {
     struct Attempt
     {
@@ -44,6 +44,7 @@ Place find(const Request& s, std::optional<Side> now)
         float movedPx;
         float fieldPx; ///< what is covered of the field, in square pixels
         float anchorPx;
+        float neighboursPx;
     };
     const auto turn = Vecta::Transform::rotation(s.angleRadians);
     const auto attempt = [&](Side side) {
@@ -56,12 +57,25 @@ Place find(const Request& s, std::optional<Side> now)
             const Rect both = part.intersected({corner.x, corner.y, s.keyboard.x, s.keyboard.y});
             return both.width * both.height;
         };
+        float neighboursPx = 0.f;
+        for (const Rect& neighbour : neighbours)
+            neighboursPx += covered(neighbour);
         return Attempt{{side, s.origin + corner.rotated(s.angleRadians)},
                        move.length(),
                        covered(s.field),
-                       covered({0.f, 0.f, s.anchor.x, s.anchor.y})};
+                       covered({0.f, 0.f, s.anchor.x, s.anchor.y}),
+                       neighboursPx};
     };
-    const auto coversNothing = [](const Attempt& one) { return one.fieldPx <= 0.f && one.anchorPx <= kTouchesPx; };
+    const auto coversNothing = [](const Attempt& one) {
+        return one.fieldPx <= 0.f && one.anchorPx <= kTouchesPx && one.neighboursPx <= kTouchesPx;
+    };
+    const auto coversLess = [](const Attempt& one, const Attempt& other) {
+        if (one.fieldPx != other.fieldPx)
+            return one.fieldPx < other.fieldPx;
+        if (std::abs(one.anchorPx - other.anchorPx) > kTouchesPx)
+            return one.anchorPx < other.anchorPx;
+        return one.neighboursPx < other.neighboursPx - kTouchesPx;
+    };
     Attempt best = attempt(Side::Below);
     if (best.movedPx < kTouchesPx && coversNothing(best))
         return best.place;
@@ -77,9 +91,7 @@ Place find(const Request& s, std::optional<Side> now)
         if (coversNothing(best))
             break;
         const Attempt other = attempt(side);
-        const bool coversLess =
-            other.fieldPx < best.fieldPx || (other.fieldPx <= best.fieldPx && other.anchorPx < best.anchorPx - kTouchesPx);
-        if (coversLess)
+        if (coversLess(other, best))
             best = other;
     }
     return best.place;

@@ -4,6 +4,7 @@
 #include <Vecta/Vector2T.hpp>
 
 #include <optional>
+#include <vector>
 
 namespace Tavola
 {
@@ -37,8 +38,8 @@ struct Place
 };
 
 /// Below the anchor where that is possible. Otherwise moved inwards as far as it sticks out of the table, on the first side of
-/// `now`, below, above, right and left where it covers nothing of the anchor; where there is none, on the side where it covers
-/// least of the field, and then of the anchor.
-[[nodiscard]] Place find(const Request& request, std::optional<Side> now);
+/// `now`, below, above, right and left where it covers nothing of the anchor and of its neighbours; where there is none, on the
+/// side where it covers least of the field, then of the anchor, and then of its neighbours, which are given as the field is.
+[[nodiscard]] Place find(const Request& request, std::optional<Side> now, const std::vector<Vecta::Rect>& neighbours = {});
 }
 }

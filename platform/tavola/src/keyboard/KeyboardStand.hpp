@@ -2,7 +2,9 @@
 
 #include "keyboard/KeyboardPlacement.hpp"
 
+#include <array>
 #include <optional>
+#include <vector>
 
 namespace Trellis
 {
@@ -24,5 +26,7 @@ public:
 private:
     std::optional<KeyboardPlacement::Side> m_side;
     std::optional<KeyboardPlacement::Request> m_last;
+    /// As they lay when the keyboard opened: one that visitors type on does not jump because of others.
+    std::optional<std::vector<std::array<Vecta::Vector2f, 4>>> m_neighbours;
 };
 }
