@@ -35,12 +35,13 @@ void CommandDoor::handle(const Http::Request& request, Http::Reply reply)
     if (request.target.startsWith(kContentPath))
         return m_receiver.handle(request, request.target.mid(int(std::strlen(kContentPath))), std::move(reply));
     const auto shared = std::make_shared<Http::Reply>(std::move(reply));
-    m_commands.handle(request.body, m_post, [this, shared, body = request.body](const CommandAnswer& answer) {
+    const auto done = [this, shared, body = request.body](const CommandAnswer& answer) {
         if (answer.unreadFile.isEmpty())
             return shared->send(jsonResponse(answer.httpStatus, answer.json));
         m_receiver.hashes().read(answer.unreadFile,
                                  [this, shared, body, file = answer.unreadFile] { handleAgain(body, file, shared); });
-    });
+    };
+    m_commands.handle(request.body, m_post, done, request.header("Accept-Language"));
 }
 
 void CommandDoor::handleAgain(const QByteArray& body, const QString& file, const std::shared_ptr<Http::Reply>& reply)

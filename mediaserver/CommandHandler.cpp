@@ -2,6 +2,7 @@
 
 #include "ContentFolder.hpp"
 #include "ContentReceiver.hpp"
+#include "PageTexts.hpp"
 #include "WebLink.hpp"
 
 #include <QJsonDocument>
@@ -104,9 +105,9 @@ CommandHandler::CommandHandler(ItemStore& store, const ContentFolder& content, C
 {
 }
 
-void CommandHandler::handle(const QByteArray& body, const Post& post, const Done& done)
+void CommandHandler::handle(const QByteArray& body, const Post& post, const Done& done, const QByteArray& acceptLanguage)
 {
-    const Step step = firstStep(body);
+    const Step step = firstStep(body, PageTexts::find(acceptLanguage.split(',').first().split(';').first()));
     if (const auto* const answer = std::get_if<CommandAnswer>(&step))
         return done(*answer);
     run(std::get<Work>(step), post, done);
@@ -127,7 +128,7 @@ void CommandHandler::run(const Work& work, const Post& post, const Done& done)
         [post, finish](const Result<void>& outcome) { post([finish, outcome] { finish(outcome); }); });
 }
 
-CommandHandler::Step CommandHandler::firstStep(const QByteArray& body)
+CommandHandler::Step CommandHandler::firstStep(const QByteArray& body, const PageTexts* texts)
 {
     QJsonParseError parsing;
     const QJsonDocument document = QJsonDocument::fromJson(body, &parsing);
@@ -153,7 +154,7 @@ CommandHandler::Step CommandHandler::firstStep(const QByteArray& body)
     if (!tessel)
         return notUnderstood(QStringLiteral("\"tessel\" has to be a whole number of 64 bits."));
     if (getUserPageAsked)
-        return getUserPage(*tessel);
+        return getUserPage(*tessel, texts);
 
     const auto item = itemOf(command);
     if (!item)
@@ -163,15 +164,15 @@ CommandHandler::Step CommandHandler::firstStep(const QByteArray& body)
     return deleteItem(*tessel, *item);
 }
 
-CommandHandler::Work CommandHandler::getUserPage(qint64 tessel) const
+CommandHandler::Work CommandHandler::getUserPage(qint64 tessel, const PageTexts* texts) const
 {
     return {"getuserpage", ItemStore::Kind::Read,
-            [tessel, addresses = m_addresses](Items& items, ItemStore::Kind kind) -> std::optional<CommandAnswer> {
+            [tessel, texts, addresses = m_addresses](Items& items, ItemStore::Kind kind) -> std::optional<CommandAnswer> {
                 const QString token = kind == ItemStore::Kind::Read ? items.knownToken(tessel) : items.tokenFor(tessel);
                 if (token.isEmpty())
                     return std::nullopt;
-                return success({{QStringLiteral("userpageurl"), addresses.page(token)},
-                                {QStringLiteral("qrcodeurl"), addresses.qrCode(token)}});
+                return success({{QStringLiteral("userpageurl"), addresses.page(token, texts)},
+                                {QStringLiteral("qrcodeurl"), addresses.qrCode(token, texts)}});
             }};
 }
 

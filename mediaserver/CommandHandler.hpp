@@ -34,6 +34,7 @@ struct CommandAnswer
 /// The commands that tables send: "getuserpage", "additem" and "deleteitem". An "additem" may carry "sha256" and "size" of the
 /// file on the table; then the file need not be in the content folder: it is expected, and the answer has "content": "coming".
 /// Commands that wait together are one transaction of the store. Borrows what it is given; on the server's thread.
+struct PageTexts;
 class CommandHandler
 {
 public:
@@ -48,8 +49,9 @@ public:
     /// Runs a function on the server's thread, later. Called on any thread.
     using Post = std::function<void(std::function<void()>)>;
     using Done = std::function<void(const CommandAnswer& answer)>;
-    /// `body`: one JSON object, in UTF-8. `done` is called in the call or through `post`.
-    void handle(const QByteArray& body, const Post& post, const Done& done);
+    /// `body`: one JSON object, in UTF-8. `done` is called in the call or through `post`. `acceptLanguage`: the header of that
+    /// name; the first language in it is the one in which the addresses of pages that are answered open, where pages have it.
+    void handle(const QByteArray& body, const Post& post, const Done& done, const QByteArray& acceptLanguage = {});
 
 private:
     /// What a command does in the store.
@@ -63,9 +65,9 @@ private:
     };
     using Step = std::variant<CommandAnswer, Work>;
 
-    [[nodiscard]] Step firstStep(const QByteArray& body);
+    [[nodiscard]] Step firstStep(const QByteArray& body, const PageTexts* texts);
     void run(const Work& work, const Post& post, const Done& done);
-    [[nodiscard]] Work getUserPage(qint64 tessel) const;
+    [[nodiscard]] Work getUserPage(qint64 tessel, const PageTexts* texts) const;
     [[nodiscard]] Step addItem(qint64 tessel, const Item& item, const QJsonObject& command);
     /// Nothing when the item may be added; `isComing`: its file is not there yet.
     [[nodiscard]] std::optional<CommandAnswer> checkFile(const Item& item, const QJsonObject& command, bool& isComing);

@@ -5,6 +5,8 @@
 namespace MediaServer
 {
 
+struct PageTexts;
+
 /// Makes the addresses that visitors' devices open. A value; `base` ends with "/".
 class PageAddresses
 {
@@ -13,8 +15,10 @@ public:
     /// "https://museum.example/table".
     explicit PageAddresses(const QString& publicUrl);
 
-    [[nodiscard]] QString page(const QString& token) const;
-    [[nodiscard]] QString qrCode(const QString& token) const;
+    /// `texts`: in whose language the page opens; null: in that of the browser.
+    [[nodiscard]] QString page(const QString& token, const PageTexts* texts = nullptr) const;
+    /// The picture shows the address of the page in the same language.
+    [[nodiscard]] QString qrCode(const QString& token, const PageTexts* texts = nullptr) const;
 
 private:
     QString m_base;

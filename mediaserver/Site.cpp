@@ -110,7 +110,7 @@ Http::Response Site::read(const Visit& visit, const QStringList& rest)
     if (rest.isEmpty())
         return page(visit);
     if (rest.size() == 1 && rest[0] == QLatin1String("qr.png"))
-        return qrCode(visit.token);
+        return qrCode(visit);
     if (rest.size() == 1 && rest[0] == QLatin1String("logo") && !m_settings.logo.isEmpty())
         return logo();
     if (rest.size() == 2 && rest[0] == QLatin1String("file"))
@@ -163,11 +163,11 @@ Http::Response Site::page(const Visit& visit)
     return response;
 }
 
-Http::Response Site::qrCode(const QString& token)
+Http::Response Site::qrCode(const Visit& visit)
 {
     Http::Response response;
     response.contentType = "image/png";
-    response.body = qrCodePng(m_addresses.page(token).toUtf8());
+    response.body = qrCodePng(m_addresses.page(visit.token, visit.suffix.isEmpty() ? nullptr : &visit.texts).toUtf8());
     if (response.body.isEmpty()) {
         m_warnings.log("A page's address is too long for a QR code", "shorten --public-url");
         return Http::plainResponse(500, "The QR code could not be made.\n");

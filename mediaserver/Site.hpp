@@ -58,7 +58,7 @@ private:
     [[nodiscard]] Http::Response health();
     [[nodiscard]] Http::Response read(const Visit& visit, const QStringList& rest);
     [[nodiscard]] Http::Response page(const Visit& visit);
-    [[nodiscard]] Http::Response qrCode(const QString& token);
+    [[nodiscard]] Http::Response qrCode(const Visit& visit);
     [[nodiscard]] Http::Response logo();
     void sendThumbnail(const Visit& visit, const QString& id, Http::Reply reply);
     void sendArchive(const Visit& visit, Http::Reply reply);

@@ -60,6 +60,15 @@ struct Door
 
 } // namespace
 
+TEST_CASE_FIXTURE(TwoDoors, "command door: a page is answered in the language that the command's header asks for")
+{
+    HttpClient client(commands.port());
+    client.send("POST / HTTP/1.1\r\nHost: 127.0.0.1\r\nAccept-Language: fi\r\nContent-Length: "
+                + std::to_string(std::string(kGetPage).size()) + "\r\n\r\n" + kGetPage);
+    const QJsonObject answer = object(QByteArray::fromStdString(client.receive().value().body));
+    CHECK(answer.value(QLatin1String("userpageurl")).toString().endsWith(QLatin1String("?lang=fi")));
+}
+
 TEST_CASE_FIXTURE(TwoDoors, "command door: a command that is not understood is answered with JSON and 400")
 {
     for (const char* body : {"", "nonsense", "[]", "{\"command\":\"fly\"}", "\"text\"", "\xff\xfe"}) {

@@ -27,12 +27,12 @@ namespace
 {
 
 /// The answer, on whose way everything runs on the store's thread.
-CommandAnswer answerOf(CommandHandler& handler, const QByteArray& body)
+CommandAnswer answerOf(CommandHandler& handler, const QByteArray& body, const QByteArray& acceptLanguage = {})
 {
     const auto promise = std::make_shared<std::promise<CommandAnswer>>();
     handler.handle(
         body, [](const std::function<void()>& function) { function(); },
-        [promise](const CommandAnswer& answer) { promise->set_value(answer); });
+        [promise](const CommandAnswer& answer) { promise->set_value(answer); }, acceptLanguage);
     return promise->get_future().get();
 }
 
@@ -72,6 +72,26 @@ struct Fixture
 };
 
 } // namespace
+
+TEST_CASE_FIXTURE(Fixture, "command handler: the page opens in the first language that the command asks for, if pages have it")
+{
+    const QByteArray ask = R"({"command":"getuserpage","tessel":7})";
+    const QString page = handle(ask).json.value(QLatin1String("userpageurl")).toString();
+    struct Row
+    {
+        const char* acceptLanguage;
+        const char* suffix;
+    };
+    const Row rows[] = {{"", ""},       {"de", "?lang=de"}, {"fr-ch, de;q=0.5", "?lang=fr"}, {"FI;q=1", "?lang=fi"},
+                        {"sv, de", ""}, {"*", ""}};
+    for (const Row& row : rows) {
+        CAPTURE(row.acceptLanguage);
+        const QJsonObject answer = answerOf(handler, ask, row.acceptLanguage).json;
+        CHECK(answer.value(QLatin1String("userpageurl")).toString() == page + QLatin1String(row.suffix));
+        CHECK(answer.value(QLatin1String("qrcodeurl")).toString() == page + QLatin1String("/qr.png") + QLatin1String(row.suffix));
+        CHECK(answer.size() == 3);
+    }
+}
 
 TEST_CASE_FIXTURE(Fixture, "command handler: getuserpage answers the page's address and that of its QR code")
 {

@@ -1,4 +1,5 @@
 #include "PageAddresses.hpp"
+#include "PageTexts.hpp"
 
 #include <doctest/doctest.h>
 
@@ -22,6 +23,14 @@ TEST_CASE("page addresses: a page lies below the public address, with or without
         CAPTURE(row.publicUrl);
         CHECK(PageAddresses(QLatin1String(row.publicUrl)).page(QStringLiteral("TOKEN")) == QLatin1String(row.page));
     }
+}
+
+TEST_CASE("page addresses: a page in a language says so, and so does its QR code")
+{
+    const PageAddresses addresses(QStringLiteral("https://museum.example"));
+    const auto* const german = MediaServer::PageTexts::find("de");
+    CHECK(addresses.page(QStringLiteral("TOKEN"), german) == QLatin1String("https://museum.example/p/TOKEN?lang=de"));
+    CHECK(addresses.qrCode(QStringLiteral("TOKEN"), german) == QLatin1String("https://museum.example/p/TOKEN/qr.png?lang=de"));
 }
 
 TEST_CASE("page addresses: the QR code lies below the page")

@@ -97,6 +97,8 @@ TEST_CASE_FIXTURE(TwoDoors, "site: the QR code leads to the page")
           == answer.value(QLatin1String("userpageurl")).toString() + QLatin1String("/qr.png"));
     CHECK(readQrCode(QByteArray::fromStdString(code.body))
           == answer.value(QLatin1String("userpageurl")).toString().toStdString());
+    CHECK(readQrCode(QByteArray::fromStdString(get(page(7) + "/qr.png?lang=fi").body))
+          == answer.value(QLatin1String("userpageurl")).toString().toStdString() + "?lang=fi");
 }
 
 TEST_CASE_FIXTURE(TwoDoors, "site: HEAD says what GET would, without the body")
