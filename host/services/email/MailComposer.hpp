@@ -3,6 +3,7 @@
 #include <Tavola/EmailMessage.hpp>
 
 #include <QString>
+#include <QStringList>
 
 #include <cstddef>
 #include <vector>
@@ -29,6 +30,7 @@ struct Letter
     QString text;
     QString html;                                              ///< may be empty
     std::vector<Tavola::EmailMessage::Attachment> attachments; ///< read from their beginning, piece by piece
+    QStringList languages{};                                   ///< of the recipient, the best first; for the texts of the service
 };
 struct Result
 {

@@ -1,6 +1,7 @@
 #include "MailSettings.hpp"
 
 #include "../MailAddress.hpp"
+#include "../PeopleFile.hpp"
 
 #include <Bedrock/BoundedFile.hpp>
 #include <Tavola/JsonEntries.hpp>
@@ -25,12 +26,15 @@ const struct
 {
     const char* key;
     QString MailSettings::*value;
-} kTexts[] = {{"name", &MailSettings::name},
-              {"server", &MailSettings::server},
-              {"subject", &MailSettings::subject},
-              {"filesAddress", &MailSettings::filesAddress},
-              {"largeFilesText", &MailSettings::largeFilesText},
-              {"missingFilesText", &MailSettings::missingFilesText}};
+} kTexts[] = {{"name", &MailSettings::name}, {"server", &MailSettings::server}, {"filesAddress", &MailSettings::filesAddress}};
+// The entries that are a text, or an object with a text for each language.
+const struct
+{
+    const char* key;
+    TextInLanguages MailSettings::*value;
+} kTextsInLanguages[] = {{"subject", &MailSettings::subject},
+                         {"largeFilesText", &MailSettings::largeFilesText},
+                         {"missingFilesText", &MailSettings::missingFilesText}};
 const struct
 {
     const char* key;
@@ -63,10 +67,38 @@ QString contentsOf(const Tavola::JsonEntries& entries, const char* key, const QS
     if (path.isEmpty())
         return {};
     QString error;
-    if (const auto bytes = Bedrock::readBoundedFile(path, kLargestFileMiB, error))
-        return QString::fromUtf8(bytes->constData(), bytes->size()).replace(QLatin1String("\r\n"), QLatin1String("\n"));
-    entries.skip(key, QStringLiteral("cannot read %1 (%2)").arg(path, error));
+    const auto bytes = Bedrock::readBoundedFile(path, kLargestFileMiB, error);
+    if (!bytes) {
+        entries.skip(key, QStringLiteral("cannot read %1 (%2)").arg(path, error));
+        return {};
+    }
+    const QString text = QString::fromUtf8(bytes->constData(), bytes->size()).replace(QLatin1String("\r\n"), QLatin1String("\n"));
+    const QString fault = LetterSections::fault(text);
+    if (fault.isEmpty())
+        return text;
+    entries.skip(key, path + QLatin1String(", ") + fault);
     return {};
+}
+
+void readInLanguages(const Tavola::JsonEntries& reader, const char* key, TextInLanguages& result)
+{
+    if (!reader.value(key).isObject()) {
+        const QString text = reader.text(key); // which reports what is no text
+        if (reader.value(key).isString())
+            result = text;
+        return;
+    }
+    TextInLanguages read;
+    const Tavola::JsonEntries texts = reader.inner(key);
+    for (const QString& name : texts.object().keys()) {
+        QString tag;
+        if (!PeopleFile::parseLanguage(name, tag) || tag.isEmpty() || !texts.value(name).isString())
+            texts.skip(name, QStringLiteral("expected the tag of a language, such as de or pt-BR, with a text"));
+        else
+            read.texts.insert(tag, texts.value(name).toString());
+    }
+    if (!read.isEmpty())
+        result = read;
 }
 }
 
@@ -91,6 +123,8 @@ std::optional<MailSettings> MailSettings::read(const QJsonObject& entry, const Q
     QStringList known;
     for (const auto& text : kTexts)
         known << text.key;
+    for (const auto& text : kTextsInLanguages)
+        known << text.key;
     for (const auto& time : kTimes)
         known << time.key;
     reader.checkKnown(known
@@ -100,6 +134,8 @@ std::optional<MailSettings> MailSettings::read(const QJsonObject& entry, const Q
     settings.folder = folder;
     for (const auto& text : kTexts)
         settings.*text.value = reader.text(text.key, settings.*text.value);
+    for (const auto& text : kTextsInLanguages)
+        readInLanguages(reader, text.key, settings.*text.value);
     if (!isMailServer(settings.server)) {
         reader.skip("server", "expected an address that begins with smtp:// or smtps://, without user and password");
         return std::nullopt;

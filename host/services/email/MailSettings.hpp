@@ -1,5 +1,7 @@
 #pragma once
 
+#include "LetterSections.hpp"
+
 #include <Tavola/EmailAddress.hpp>
 
 #include <QString>
@@ -27,14 +29,14 @@ struct MailSettings
     QString caFile;          ///< absolute path of trusted certificates; empty: the system's
     QString credentialsFile; ///< absolute path; empty: TAVOLA_SMTP_USER and TAVOLA_SMTP_PASSWORD, if set
     Tavola::EmailAddress sender;
-    QString subject = QStringLiteral("What you collected");
-    QString textTemplate;
-    QString htmlTemplate; ///< empty: messages are plain text
+    TextInLanguages subject = QStringLiteral("What you collected");
+    QString textTemplate; ///< may have sections, see LetterSections
+    QString htmlTemplate; ///< the same; empty: messages are plain text
     QString folder;       ///< of the presentation
     QString filesAddress; ///< the web address of the presentation's files; ends with a slash; may be empty
     /// Stand above the names of files that are not attached.
-    QString largeFilesText = QStringLiteral("These files are too large for an e-mail:");
-    QString missingFilesText = QStringLiteral("These files could not be read and are missing:");
+    TextInLanguages largeFilesText = QStringLiteral("These files are too large for an e-mail:");
+    TextInLanguages missingFilesText = QStringLiteral("These files could not be read and are missing:");
     qint64 attachmentLimitBytes = 10'000'000; ///< all files of one message together
     double connectTimeoutSeconds = 10.0;
     double timeoutSeconds = 300.0; ///< one attempt from beginning to end

@@ -34,7 +34,8 @@ std::optional<OutboxMessage> MessageIntake::accept(Letter letter, qint64 nowMs, 
     if (letter.sender.address.isEmpty())
         letter.sender = m_settings.sender;
     if (letter.subject.isEmpty())
-        letter.subject = m_settings.subject;
+        letter.subject = m_settings.subject.in(letter.languages);
+    letter.text = LetterSections::keep(letter.text, letter.languages);
     QStringList addresses{letter.sender.address};
     OutboxMessage message;
     for (const auto& recipient : letter.recipients) {
@@ -101,11 +102,12 @@ Letter MessageIntake::complete(const Letter& letter, const QString& missing) con
     QString addendum;
     for (const auto& [heading, names] : {std::pair(m_settings.largeFilesText, large), {m_settings.missingFilesText, missing}})
         if (!names.isEmpty())
-            addendum += QStringLiteral("\n%1\n%2").arg(heading, names);
+            addendum += QStringLiteral("\n%1\n%2").arg(heading.in(letter.languages), names);
     result.text += addendum;
     if (!m_settings.htmlTemplate.isEmpty())
-        result.html = HtmlBody::compose(
-            {m_settings.htmlTemplate, m_settings.textTemplate, letter.text, letter.recipients.front().address.name, addendum});
+        result.html = HtmlBody::compose({LetterSections::keep(m_settings.htmlTemplate, letter.languages),
+                                         LetterSections::keep(m_settings.textTemplate, letter.languages), letter.text,
+                                         letter.recipients.front().address.name, addendum});
     return result;
 }
 

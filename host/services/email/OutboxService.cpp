@@ -55,7 +55,10 @@ folly::Future<Tavola::EmailServiceAPI::EmailStatus> OutboxService::send(const Ta
 {
     const auto promise = std::make_shared<OutboxDelivery::Promise>();
     auto future = promise->getFuture();
-    m_composer.add([this, promise, letter = MessageIntake::letter(message)]() mutable {
+    auto letter = MessageIntake::letter(message);
+    if (m_languagesOf && !letter.recipients.empty())
+        letter.languages = m_languagesOf(letter.recipients.front().address.address);
+    m_composer.add([this, promise, letter = std::move(letter)]() mutable {
         QString error;
         if (auto composed = m_intake.accept(std::move(letter), m_clock(), error)) // closes the attached files
             m_delivery.accept(std::move(*composed), std::move(*promise));

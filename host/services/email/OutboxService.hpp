@@ -9,8 +9,10 @@
 #include <Tavola/ServiceInstance.hpp>
 
 #include <QString>
+#include <QStringList>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <thread>
 
@@ -37,6 +39,11 @@ public:
                                                              Clock clock = {});
     ~OutboxService() override;
 
+    /// Returns the languages of a recipient, the best first. Called in `send`, on its thread.
+    using LanguagesOf = std::function<QStringList(const QString& address)>;
+    /// Sets the function for the sections of templates that are kept; without it those of the first language are.
+    void setLanguagesOf(LanguagesOf languagesOf) { m_languagesOf = std::move(languagesOf); }
+
     folly::Future<EmailStatus> send(const Tavola::EmailMessage& message) override;
     Tavola::EmailMessage createMessage() override;
 
@@ -49,6 +56,7 @@ private:
     OutboxService(const MailSettings& settings, const MailCredentials& credentials, std::unique_ptr<Outbox> outbox, Clock clock);
 
     const MailSettings m_settings;
+    LanguagesOf m_languagesOf;
     const Clock m_clock;
     const std::unique_ptr<Outbox> m_outbox;
     const MessageIntake m_intake;

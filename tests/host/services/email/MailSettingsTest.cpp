@@ -49,6 +49,28 @@ TEST_CASE("mail settings: a server and a sender are enough, and encryption is re
     CHECK(reading.settings->textTemplate.isEmpty());
 }
 
+TEST_CASE("mail settings: subjects and notes may be written in several languages, and a letter's marks are checked")
+{
+    const Folder folder;
+    const QString letter = folder.write("mail.txt", "Hello\n[language de]\nHallo\n");
+    const Reading reading = read("{" + kLeast + R"(, "subject": {"EN": "Finds", "fi": "Aarteet", "finnish": "x", "de": 5},
+        "largeFilesText": "", "missingFilesText": 5, "template": "mail.txt"})",
+                                 folder.path());
+    REQUIRE(reading.settings);
+    CHECK(reading.settings->subject.in({"fi"}) == "Aarteet");
+    CHECK(reading.settings->subject.in({"en"}) == "Finds");
+    CHECK(reading.settings->subject.texts.size() == 2);
+    CHECK(reading.settings->largeFilesText.in({}).isEmpty());
+    CHECK(reading.settings->missingFilesText.in({}) == "These files could not be read and are missing:");
+    CHECK(reading.settings->textTemplate.isEmpty());
+    const QString why = QStringLiteral("expected the tag of a language, such as de or pt-BR, with a text");
+    CHECK(reading.complaints.contains("subject.finnish: " + why));
+    CHECK(reading.complaints.contains("subject.de: " + why));
+    CHECK(reading.complaints.contains("template: " + letter
+                                      + ", line 2: the section does not end; write [end] on a line after it"));
+    CHECK(reading.complaints.size() == 4);
+}
+
 TEST_CASE("mail settings: everything can be set")
 {
     const Folder folder;
@@ -136,7 +158,7 @@ TEST_CASE("mail settings: what is wrong costs that entry only")
     CHECK(reading.settings->startTls == MailSettings::StartTls::Required);
     CHECK(reading.settings->timeoutSeconds == 300.0);
     CHECK(reading.settings->retrySeconds == 60.0);
-    CHECK(reading.settings->subject == "What you collected");
+    CHECK(reading.settings->subject.in({}) == "What you collected");
     REQUIRE(reading.complaints.size() == 6);
     CHECK(reading.complaints[0].startsWith("colour: unknown entry; known are name, server"));
     CHECK(reading.complaints[1] == "subject: expected a text");

@@ -47,6 +47,35 @@ TEST_CASE("outbox service: a new message has the template as its content, whatev
     CHECK(message.attachments().empty());
 }
 
+TEST_CASE("outbox service: a letter keeps the recipient's language, and what was appended to its end")
+{
+    MailBench bench;
+    const QString letter = QStringLiteral("[language en]\nDear <name>\n[end]\n[language fi]\nHei <name>\n[end]\n");
+    bench.settings.textTemplate = letter;
+    bench.settings.htmlTemplate =
+        QStringLiteral("[language en]\n<p>Dear <name></p>\n[end]\n[language fi]\n<p>Hei <name></p>\n[end]\n");
+    bench.settings.subject.texts = {{"en", "Your finds"}, {"fi", "Sun aarteet"}};
+    bench.open();
+    QStringList asked;
+    bench.service->setLanguagesOf([&asked](const QString& address) {
+        asked << address;
+        return QStringList{"sv", "fi", "en"};
+    });
+    // As it comes: the name filled in everywhere, the links at the end.
+    QString filled = letter;
+    filled.replace("<name>", "Ann").append("\nhttps://a.example\n\n");
+    CHECK(bench.send(bench.message(filled, " ann@example.org ")).success);
+    CHECK(asked == QStringList{"ann@example.org"});
+    REQUIRE(bench.server.mails().size() == 1);
+    const QJsonObject mail = parseMail(bench.server.mails()[0].data);
+    CHECK(mail.value("headers").toObject().value("Subject") == "Sun aarteet");
+    CHECK(partBytes(mail, 0).replace("\r", "") == "Hei Ann\n\nhttps://a.example\n\n");
+    const QByteArray html = partBytes(mail, 1);
+    CHECK(html.contains("<p>Hei Ann</p>"));
+    CHECK_FALSE(html.contains("Dear"));
+    CHECK(html.contains("href=\"https://a.example\""));
+}
+
 TEST_CASE("outbox service: sending returns before anything is read")
 {
     MailBench bench;
