@@ -49,10 +49,6 @@ void lowerBelow(Widget& layer, Widget& dragged, const std::vector<const Widget*>
     const auto lowest = std::find_if(children.begin(), children.end(), [&above](const auto& child) {
         return std::find(above.begin(), above.end(), child.get()) != above.end();
     });
-    const auto own =
-        std::find_if(children.begin(), children.end(), [&dragged](const auto& child) { return child.get() == &dragged; });
-    if (lowest >= own)
-        return;
     dragged.lowerToBottom();
     for (auto child = lowest; child != children.begin();)
         (*--child)->lowerToBottom();

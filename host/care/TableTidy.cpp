@@ -80,7 +80,7 @@ void TableTidy::noteHomes(const Widget& content)
 void TableTidy::bringBack(const Widget& content, Vector2f table)
 {
     for (const auto& child : content.children()) {
-        if (!isMovable(*child) || isOnItsWay(*child))
+        if (!isMovable(*child))
             continue;
         const auto moved =
             std::find_if(m_moved.begin(), m_moved.end(), [&child](const auto& weak) { return weak.lock().get() == child.get(); });
@@ -120,12 +120,6 @@ void TableTidy::sendHome()
     }
 }
 
-bool TableTidy::isOnItsWay(const Widget& widget) const
-{
-    return std::any_of(m_ways.begin(), m_ways.end(), [&widget](const Way& way) { return way.widget.lock().get() == &widget; });
-}
-
-/// Whether the way has ended.
 bool TableTidy::proceed(Way& way, float dtSeconds)
 {
     const auto widget = way.widget.lock();

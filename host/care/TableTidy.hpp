@@ -56,7 +56,6 @@ private:
     void noteHomes(const Trellis::Widget& content);
     void bringBack(const Trellis::Widget& content, Vecta::Vector2f table);
     void sendHome();
-    bool isOnItsWay(const Trellis::Widget& widget) const;
     static bool proceed(Way& way, float dtSeconds);
 
     float m_afterSeconds;

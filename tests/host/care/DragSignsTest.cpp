@@ -102,6 +102,19 @@ TEST_CASE("drag signs: a tile that has left its area is outside, and what holds 
     CHECK_FALSE(tile.hasPseudoClass("dragging"));
 }
 
+TEST_CASE("drag signs: a tile raises what it was taken from when its drag begins, and not again")
+{
+    DragTable table;
+    Trellis::Widget& tile = table.addTile();
+    Trellis::Widget& other = table.add("space", {700.f, 300.f});
+    table.host.drag(1, tile.mapToScene({30.f, 30.f}), {1400.f, 330.f});
+    REQUIRE(table.indexOf(*table.space) > table.indexOf(other));
+    other.raiseToTop();
+    table.host.input.fingerMove(1, {1300.f, 400.f});
+    table.host.frames(3);
+    CHECK(table.indexOf(*table.space) < table.indexOf(other));
+}
+
 TEST_CASE("drag signs: what leaves the table during its drag leaves no shadow")
 {
     DragTable table;

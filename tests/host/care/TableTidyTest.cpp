@@ -135,6 +135,21 @@ TEST_CASE("table tidy: what lies over the edge so far that it can hardly be grab
     }
 }
 
+TEST_CASE("table tidy: a touch of a single frame on the way back keeps nothing out of reach")
+{
+    Fixture f;
+    f.host.dragAndDrop(1, {905.f, 350.f}, {1915.f, 350.f}, 8);
+    while (f.second->location().x > 1905.f)
+        f.host.frame();
+    f.host.input.fingerDown(2, {1917.f, 350.f});
+    f.host.frame();
+    const float touched = f.second->location().x;
+    REQUIRE(touched > 1920.f - Host::TableTidy::kGrabMm / 0.55f + 1.f);
+    f.host.input.fingerUp(2);
+    f.host.frames(30);
+    CHECK(f.second->location().x == doctest::Approx(1920.f - Host::TableTidy::kGrabMm / 0.55f));
+}
+
 TEST_CASE("table tidy: what other code puts over the edge is left there")
 {
     Fixture f;
