@@ -3,7 +3,7 @@ once, what is used stays open, and the table tidies itself."""
 import math
 import os
 
-from programs import ONLY_HERE, MediaServer, by_class, by_id, by_type, centre, value
+from programs import ONLY_HERE, MediaServer, by_class, by_id, by_type, centre, fetch, value
 from visit import PRESENTATIONS, Visit, require
 
 SIZE = (1920, 1080)
@@ -36,6 +36,7 @@ class CareVisit(Visit):
             ("the space of a lifted card closes after its own time", self.lifted),
             ("an unused table invites, and a touch ends that", self.invitation),
             ("an unused table tidies itself", self.tidies),
+            ("a card's language is that of its space, its halo and its page", self.language),
             ("a tap makes texts larger, and another one movements fewer", self.switches),
         ]
 
@@ -205,6 +206,25 @@ class CareVisit(Visit):
         seen = self.see("a table that tidies itself", {
             "movedPx": round(moved, -2), "homeOffPx": round(math.dist(centre(self.content("terraces")), (x, y)))})
         require(seen == {"movedPx": 500, "homeOffPx": 0}, f"seen: {seen}")
+
+    def language(self):
+        self.stage.enter(f"at 0.01 card {BEN} down 1110 560 angle 270\nat 0.5 card {BEN} up")
+        self.stage.play(1)
+        self.table.wait_until("the page", lambda: "?lang=" in value(self.child("user-page-link"), "text"))
+        address = value(self.child("user-page-link"), "text")
+        page = fetch(address).decode()
+        seen = self.see("a German card", {"title": self.title(), "info": value(self.child("info"), "text"),
+                                         "page": page[page.index("<html"):page.index(">", page.index("<html")) + 1]})
+        require(seen == {"title": "Hallo, Jürgen Åström", "info": "Noch nichts hier", "page": '<html lang="de">'}, f"seen: {seen}")
+        self.stage.play(2)
+        self.lift(self.stage.visitors[-1])
+        self.close_by_handle()
+        self.stage.enter(f"at 0.01 card {BEN} down 1700 470 angle 270\nat 0.5 card {BEN} up")
+        self.stage.play(2 / 60)
+        words = self.see("a German card on a picture", [sign["words"] for sign in self.signs()])
+        require(words == ["Bitte legen Sie Ihre Karte auf eine freie Stelle."], f"seen: {words}")
+        self.stage.play(2.8)
+        self.lift(self.stage.visitors[-1])
 
     def font_size(self, css_id):
         return float(value(by_id(self.table.tree(), css_id)[0], "font-size"))

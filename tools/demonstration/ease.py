@@ -6,10 +6,12 @@ from programs import value
 LEAST_TEXT_CONTRAST = 4.5
 LEAST_EDGE_CONTRAST = 3.0
 LEAST_TAPPED_MM = 12.0
-TAPPED_CLASSES = {"envelope", "help-button", "cancel-button", "save-button", "send-button"}
-TAPPED_TYPES = {"InputFieldWidget", "KeyWidget", "CloseHandle"}
+TAPPED_CLASSES = {"envelope", "help-button", "cancel-button", "save-button", "send-button", "menu-entry", "menu-close"}
+TAPPED_TYPES = {"InputFieldWidget", "KeyWidget", "CloseHandle", "SwitchWidget"}
 EDGED_TYPES = {"PersonalSpaceContentWidget", "InputFieldWidget"}
-TEXT_TYPES = {"TextWidget", "TextEditWidget", "KeyWidget"}
+OVERLAP_PX = 2
+OVER_OTHERS = {"TooltipWidget"}  # stand over what they explain
+TEXT_TYPES = {"TextWidget", "TextEditWidget", "KeyWidget", "SwitchWidget"}
 
 
 def colour(text):
@@ -77,11 +79,13 @@ class Judge:
             self.painted.append((rect, background[:3] + (background[3] * opacity,)))
         if judged:
             self.judge(widget, opacity, middle, below)
+        if judged:
+            self.judge_overlaps(widget)
         for child in widget["children"]:
             self.visit(child, opacity, judged)
 
     def judge(self, widget, opacity, middle, below):
-        name = " ".join([widget["type"], *widget["classes"]])
+        name = name_of(widget)
         text = value(widget, "text")
         ink = colour(value(widget, "color") or "#000000")
         if widget["type"] in TEXT_TYPES and text.strip() and ink:
@@ -104,6 +108,31 @@ class Judge:
             self.smallest = min(self.smallest, least)
             if least < LEAST_TAPPED_MM:
                 self.complaints.append(f"{name}: what is tapped is {least:.1f} mm wide or high")
+
+    def judge_overlaps(self, parent):
+        """A text that is longer than its room covers what stands beside it."""
+        shown = [child for child in parent["children"] if is_read_or_tapped(child)]
+        for index, one in enumerate(shown):
+            for other in shown[index + 1:]:
+                if overlap(one["rect"], other["rect"]) > OVERLAP_PX:
+                    self.complaints.append(f"{name_of(one)} and {name_of(other)} overlap")
+
+
+def name_of(widget):
+    return " ".join([widget["type"], *widget["classes"]])
+
+
+def is_read_or_tapped(widget):
+    if not widget["visible"] or not widget["opacity"] or widget["type"] in OVER_OTHERS:
+        return False
+    return bool(widget["type"] in TAPPED_TYPES or TAPPED_CLASSES & set(widget["classes"])
+                or (widget["type"] in TEXT_TYPES and value(widget, "text").strip()))
+
+
+def overlap(one, other):
+    """How far two rectangles stand in one another, in pixels; 0 or less where they do not."""
+    return min(min(one["x"] + one["width"], other["x"] + other["width"]) - max(one["x"], other["x"]),
+               min(one["y"] + one["height"], other["y"] + other["height"]) - max(one["y"], other["y"]))
 
 
 def judge(tree, judged_ids, pixel_pitch_mm=0.55):

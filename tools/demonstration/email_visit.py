@@ -13,6 +13,8 @@ CARD = (850, 480)
 DROP = (1150, 470)
 ADDRESS = "lena.o@museum.test"
 NAME = "Lena Ödegård"
+GERMAN = 1002  # has a language, and no address
+GERMAN_ADDRESS = "j.a@museum.test"
 GALLERY = os.path.join(PRESENTATIONS, "gallery", "media")
 
 
@@ -36,6 +38,7 @@ class EmailVisit(Visit):
             ("the registry knows the card", self.registry_knows),
             ("the card's next space greets its owner by name", self.greeted),
             ("a second mail carries the name", self.second_mail),
+            ("a German card's space, keyboard and letter are German", self.german),
         ]
 
     def card_opens_space(self):
@@ -143,3 +146,22 @@ class EmailVisit(Visit):
         require(recipient.display_name == NAME, f'To says "{recipient.display_name}"')
         body = self.message(1).get_body(("plain",)).get_content()
         require(NAME in body, "the letter does not call her by name")
+
+    def german(self):
+        self.stage.act(f"at 0.1 card {GERMAN} down 1300 700 angle 0\nat 0.6 card {GERMAN} up", 1.5)
+        require(self.title().startswith("Hallo, "), f'the title is "{self.title()}"')
+        self.drag("field-lines", (1500, 700))
+        self.stage.play(1)
+        self.settle()
+        self.tap(self.child("envelope"))
+        self.stage.play(0.8)
+        require(self.key("ü") is not None, "the keyboard is not German")
+        self.type(GERMAN_ADDRESS)
+        self.press("key-enter")
+        self.table.wait_until("the third mail", lambda: len(self.mail.messages) == 3 and self.has_class("email-successful"))
+        message = self.message(2)
+        body = message.get_body(("plain",)).get_content()
+        require("Guten Tag" in body and "Dear" not in body and "[" not in body, f"the letter says {body[:200]!r}")
+        html = message.get_body(("html",)).get_content()
+        require('lang="de"' in html and html.count("<body") == 1, "the HTML part is not the German one")
+        require(message["Subject"].startswith("Was Sie"), f"the subject is {message['Subject']}")

@@ -1,7 +1,7 @@
 """Photographs every state of a personal space, its tooltips and the e-mail popup, for the documentation, and fails where one is hard
 to read or to touch.
 
-usage: tools/screenshots [--build DIR] [--out DIR]
+usage: tools/screenshots [--build DIR] [--out DIR] [--language TAG]
 """
 import argparse
 import os
@@ -12,43 +12,11 @@ import tempfile
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
-from ease import judge  # noqa: E402
 from eight_visit import EightVisit  # noqa: E402
+from photographs import DROP, Looks  # noqa: E402
 from programs import Failure, MediaServer, by_class, by_id, by_type, centre  # noqa: E402
-from visit import PRESENTATIONS, ROOT, Visit, World  # noqa: E402
-
-CARD = (850, 480)
-DROP = (1150, 470)
-MARGIN = 24
-
-
-class Looks(Visit):
-    """A table to be photographed: `take` crops the picture to a widget and its surroundings, and measures how easy they are to
-    read and to touch."""
-
-    complaints = []
-    measured = []
-
-    def take(self, name, *widgets):
-        self.settle()
-        seen = judge(self.table.tree(), [widget["id"] for widget in widgets])
-        Looks.measured.append(seen)
-        Looks.complaints += [f"{name}: {what}" for what in seen.complaints]
-        rects = [widget["rect"] for widget in widgets]
-        left = max(0, min(rect["x"] for rect in rects) - MARGIN)
-        top = max(0, min(rect["y"] for rect in rects) - MARGIN)
-        right = min(1920, max(rect["x"] + rect["width"] for rect in rects) + MARGIN)
-        bottom = min(1080, max(rect["y"] + rect["height"] for rect in rects) + MARGIN)
-        self.table.screenshot(os.path.join(self.world.out, name + ".png"), (left, top, right - left, bottom - top))
-        print(f"  {name}", flush=True)
-
-    def card(self, code, point=CARD):
-        self.stage.act(f"at 0.1 card {code} down {point[0]} {point[1]} angle 0\nat 0.6 card {code} up", 1.4)
-
-    def collect(self):
-        self.drag("paper-moons", DROP)
-        self.drag("opening-hours", DROP)
-        self.stage.play(1)
+from state_looks import CardsLooks, DelayedMailLooks, GalleryStates, SignLooks  # noqa: E402
+from visit import PRESENTATIONS, ROOT, World  # noqa: E402
 
 
 class UploadLooks(Looks):
@@ -64,6 +32,9 @@ class UploadLooks(Looks):
         self.settle()
         self.table.screenshot(os.path.join(world.out, "table.png"))
         print("  table", flush=True)
+        tree = self.table.tree()
+        self.measure("table", *by_id(tree, "museum"), *by_id(tree, "invitation"), *by_type(tree, "SwitchWidget"),
+                     *by_type(tree, "LinkWidget"))
 
 
 class Films(Looks):
@@ -88,7 +59,7 @@ class Films(Looks):
         print(f"  film-{name}", flush=True)
 
     def opening(self):
-        self.stage.enter("at 0.01 card 1002 down 1880 1000 angle 270\nat 200 card 1002 up")
+        self.stage.enter("at 0.01 card 1001 down 1880 1000 angle 270\nat 200 card 1001 up")
         while not self.spaces():
             self.stage.play(1 / 60)
         self.film("opening", (1240, 540, 680, 540), (0, 0.1, 0.4))
@@ -251,10 +222,13 @@ def main():
     parser = argparse.ArgumentParser(prog="tools/screenshots", description="Photographs what visitors see, for the documentation.")
     parser.add_argument("--build", metavar="DIR", default=os.path.join(ROOT, "build", "demo"), help="where the programs were built")
     parser.add_argument("--out", metavar="DIR", default=os.path.join(ROOT, "docs", "images"), help="where pictures go")
+    parser.add_argument("--language", metavar="TAG", help="photograph tables that speak this language")
     options = parser.parse_args()
+    if options.language:
+        Looks.options = ["--language", options.language]
     out = os.path.abspath(options.out)
     os.makedirs(out, exist_ok=True)
-    for looks in (UploadLooks, Films, take_eight, MailLooks):
+    for looks in (UploadLooks, GalleryStates, SignLooks, Films, take_eight, MailLooks, DelayedMailLooks, CardsLooks):
         world = World(os.path.abspath(options.build), tempfile.mkdtemp(prefix="tavola-looks-"), out)
         try:
             looks(world)
