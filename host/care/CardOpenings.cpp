@@ -1,10 +1,12 @@
 #include "care/CardOpenings.hpp"
 
 #include <Tactile/Sample.hpp>
+#include <Tavola/ContentMenuWidget.hpp>
 #include <Tavola/LaunchedContentOperator.hpp>
 #include <Trellis/Widget.hpp>
 
 #include <algorithm>
+#include <iterator>
 
 namespace Host
 {
@@ -13,11 +15,28 @@ namespace
 /// Table pixels; the plug-ins put what they open exactly there.
 constexpr float kSamePlacePx = 1.f;
 
-bool opensByItself(const Trellis::Widget& widget)
+/// The point of the layer at which content or a menu opens by itself; nothing for other widgets.
+std::optional<Vecta::Vector2f> launchPoint(const Trellis::Widget& widget)
 {
-    const auto& operators = widget.operators();
-    return std::any_of(operators.begin(), operators.end(),
-                       [](const auto& op) { return dynamic_cast<const Tavola::LaunchedContentOperator*>(op.get()) != nullptr; });
+    for (const auto& op : widget.operators())
+        if (const auto* const opening = dynamic_cast<const Tavola::LaunchedContentOperator*>(op.get()))
+            return opening->point();
+    if (dynamic_cast<const Tavola::ContentMenuWidget*>(&widget) && !widget.children().empty())
+        return widget.children().front()->mapToScene(widget.children().front()->size() / 2.f);
+    return std::nullopt;
+}
+
+/// The card that came or went nearest to a point in this frame; null when none did.
+const Tactile::TrackedObject* nearestCard(const Tactile::Sample& sample, Vecta::Vector2f point)
+{
+    const Tactile::TrackedObject* nearest = nullptr;
+    for (const Tactile::InputChange& change : sample.changes) {
+        if (change.kind == Tactile::InputChange::Kind::Move || !change.object.isMarker())
+            continue;
+        if (!nearest || (change.object.centerLocation() - point).length() < (nearest->centerLocation() - point).length())
+            nearest = &change.object;
+    }
+    return nearest;
 }
 
 bool isAt(const Trellis::Widget& widget, Vecta::Vector2f point)
@@ -35,18 +54,22 @@ std::vector<CardOpening> CardOpenings::find(const Trellis::Widget& layer, const 
         if (child->id() <= newestBefore)
             continue;
         m_newestChild = std::max(m_newestChild, child->id());
-        if (opensByItself(*child))
+        if (const auto point = launchPoint(*child)) {
+            if (const auto* const card = nearestCard(sample, *point))
+                found.push_back({Bedrock::IntrusiveWeakPtr<Trellis::Widget>(child), Tactile::Marker(*card), true});
             continue;
-        for (const Tactile::InputChange& change : sample.changes)
-            if (change.kind == Tactile::InputChange::Kind::Down && change.object.isMarker()
-                && isAt(*child, change.object.centerLocation())) {
-                found.push_back({Bedrock::IntrusiveWeakPtr<Trellis::Widget>(child), Tactile::Marker(change.object)});
+        }
+        // A detector that opens later takes cards that have lain there before.
+        for (const Tactile::Marker& card : sample.markers)
+            if (isAt(*child, card.centerLocation())) {
+                found.push_back({Bedrock::IntrusiveWeakPtr<Trellis::Widget>(child), card, false});
                 break;
             }
     }
     m_open.erase(std::remove_if(m_open.begin(), m_open.end(), [](const CardOpening& opening) { return !opening.widget.lock(); }),
                  m_open.end());
-    m_open.insert(m_open.end(), found.begin(), found.end());
+    std::copy_if(found.begin(), found.end(), std::back_inserter(m_open),
+                 [](const CardOpening& opening) { return !opening.isLaunched; });
     return found;
 }
 

@@ -1,7 +1,9 @@
 #include "care/CardSigns.hpp"
 
 #include "care/CardOpenings.hpp"
+#include "care/SpokenLanguage.hpp"
 #include "components/PanelInstance.hpp"
+#include "services/CardLanguages.hpp"
 
 #include <Tactile/Sample.hpp>
 #include <Tavola/MarkerDetectorWidget.hpp>
@@ -66,7 +68,7 @@ CardSigns::CardSigns() = default;
 CardSigns::~CardSigns() = default;
 
 void CardSigns::update(Trellis::Widget& layer, const Trellis::Widget& content, const Trellis::GrabManager& grabManager,
-                       const CardOpenings& openings)
+                       const CardOpenings& openings, const CardLanguages* languages)
 {
     const auto& cards = grabManager.currentSample().markers;
     if (cards.empty() && m_signs.empty())
@@ -77,7 +79,7 @@ void CardSigns::update(Trellis::Widget& layer, const Trellis::Widget& content, c
         const QByteArray reason = reasonOf(*card, content, grabManager, openings);
         const bool isTwice = std::any_of(cards.begin(), card, [card](const auto& other) { return other.code() == card->code(); });
         if (!reason.isEmpty())
-            show(layer, *card, reason, isTwice);
+            show(layer, *card, reason, isTwice, languages ? languages->ofCard(card->code()) : QString());
     }
     for (auto sign = m_signs.begin(); sign != m_signs.end();) {
         if (sign->second.isPresent) {
@@ -89,7 +91,8 @@ void CardSigns::update(Trellis::Widget& layer, const Trellis::Widget& content, c
     }
 }
 
-void CardSigns::show(Trellis::Widget& layer, const Tactile::Marker& card, const QByteArray& reason, bool isTwice)
+void CardSigns::show(Trellis::Widget& layer, const Tactile::Marker& card, const QByteArray& reason, bool isTwice,
+                     const QString& language)
 {
     Sign& sign = m_signs[card.id()];
     sign.isPresent = true;
@@ -113,6 +116,7 @@ void CardSigns::show(Trellis::Widget& layer, const Tactile::Marker& card, const 
         sign.widget->addCSSClass("twice");
     else
         sign.widget->removeCSSClass("twice");
+    setLanguage(*sign.widget, language);
     sign.widget->setRotation(card.rotation() + kToHolder);
     const Vecta::Vector2f center = layer.mapFromScene(card.centerLocation());
     if ((sign.widget->centerLocation() - center).lengthSquared() > 0.01f)

@@ -15,6 +15,7 @@ class Widget;
 
 namespace Host
 {
+class CardLanguages;
 class CardOpenings;
 
 /// Answers every card that nothing on the table took: a halo around it, of the CSS type "CardSign", turned to the card's holder,
@@ -35,9 +36,10 @@ public:
     CardSigns(const CardSigns&) = delete;
     CardSigns& operator=(const CardSigns&) = delete;
 
-    /// Once a frame, after the input. Signs are children of `layer`; `content` is the layer of the table's content.
+    /// Once a frame, after the input. Signs are children of `layer`; `content` is the layer of the table's content. With
+    /// `languages` a sign speaks that of its card.
     void update(Trellis::Widget& layer, const Trellis::Widget& content, const Trellis::GrabManager& grabManager,
-                const CardOpenings& openings);
+                const CardOpenings& openings, const CardLanguages* languages = nullptr);
 
 private:
     struct Sign
@@ -46,7 +48,8 @@ private:
         QByteArray reason;
         bool isPresent = true;
     };
-    void show(Trellis::Widget& layer, const Tactile::Marker& card, const QByteArray& reason, bool isTwice);
+    void show(Trellis::Widget& layer, const Tactile::Marker& card, const QByteArray& reason, bool isTwice,
+              const QString& language);
 
     std::map<std::int64_t, Sign> m_signs; ///< by the card's id
 };

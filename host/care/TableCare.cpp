@@ -2,6 +2,8 @@
 
 #include "care/CareAttributes.hpp"
 #include "care/DropFlights.hpp"
+#include "care/SpokenLanguage.hpp"
+#include "services/CardLanguages.hpp"
 
 #include <Tactile/Sample.hpp>
 #include <Tavola/Tavola.hpp>
@@ -29,10 +31,29 @@ void addClasses(const CardOpening& opening, const Trellis::GrabManager& grabMana
 }
 }
 
-TableCare::TableCare(const CareSettings& settings, float pixelPitchMm)
-    : m_places(pixelPitchMm), m_clock(settings), m_idle(settings.idleAfterSeconds),
+TableCare::TableCare(const CareSettings& settings, float pixelPitchMm, std::shared_ptr<const CardLanguages> languages)
+    : m_languages(std::move(languages)), m_places(pixelPitchMm), m_clock(settings), m_idle(settings.idleAfterSeconds),
       m_tidy(settings.tidyAfterSeconds, pixelPitchMm)
 {
+}
+
+void TableCare::added(Trellis::Widget& /*widget*/)
+{
+    Tavola::Tavola::instance()->ui()->setKeyboardNeighbours(
+        [this](const Trellis::Widget& carrier) { return m_places.neighboursOf(carrier); });
+}
+
+void TableCare::removed(Trellis::Widget& /*widget*/)
+{
+    if (const auto application = Tavola::Tavola::instance())
+        application->ui()->setKeyboardNeighbours({});
+}
+
+void TableCare::giveLanguage(const CardOpening& opening) const
+{
+    const auto opened = opening.widget.lock();
+    if (opened && m_languages)
+        setLanguage(*opened, m_languages->ofCard(opening.card.code()));
 }
 
 void TableCare::update(Trellis::Widget& widget, const Trellis::FrameInfo& frame)
@@ -43,12 +64,16 @@ void TableCare::update(Trellis::Widget& widget, const Trellis::FrameInfo& frame)
     const float motionSeconds = isMotionReduced ? kAllAtOnceSeconds : frame.dt();
     m_places.update(sample.markers, application.size(), motionSeconds);
     for (const CardOpening& opening : m_openings.find(widget, sample)) {
+        giveLanguage(opening);
+        if (opening.isLaunched)
+            continue;
         addClasses(opening, *application.grabManager());
         m_places.add(opening);
         m_clock.add(opening);
     }
     m_clock.update(widget, sample, frame.dt());
-    m_signs.update(*Tavola::Tavola::instance()->ui()->internalOverlayWidget(), widget, *application.grabManager(), m_openings);
+    m_signs.update(*Tavola::Tavola::instance()->ui()->internalOverlayWidget(), widget, *application.grabManager(), m_openings,
+                   m_languages.get());
     m_drags.update(widget, *application.grabManager());
     m_dragSigns.update(widget, m_drags.all());
     DropFlights::update(widget, isMotionReduced ? nullptr : Tavola::Tavola::instance()->ui()->overlayWidget().get(),

@@ -12,18 +12,28 @@
 
 #include <Trellis/Operator.hpp>
 
+#include <memory>
+
 namespace Host
 {
-/// The host's care for visitors: the places of what opens at cards, closing what was left, answers to cards that nothing took
-/// and to drags, the sign of an idle table, and tidying it. While the root has the pseudo-class
-/// "reduced-motion" nothing glides: it is there at once. An operator of the main widget. Main thread only.
+class CardLanguages;
+
+/// The host's care for visitors: the places and languages of what opens at cards, closing what was left, answers to cards that
+/// nothing took and to drags, the sign of an idle table, and tidying it. While the root has the pseudo-class "reduced-motion"
+/// nothing glides: it is there at once. An operator of the main widget. Main thread only.
 class TableCare final : public Trellis::Operator
 {
 public:
-    TableCare(const CareSettings& settings, float pixelPitchMm);
+    /// `languages`, if any, are those of the cards.
+    TableCare(const CareSettings& settings, float pixelPitchMm, std::shared_ptr<const CardLanguages> languages = nullptr);
+    void added(Trellis::Widget& widget) override;
+    void removed(Trellis::Widget& widget) override;
     void update(Trellis::Widget& widget, const Trellis::FrameInfo& frame) override;
 
 private:
+    void giveLanguage(const CardOpening& opening) const;
+
+    std::shared_ptr<const CardLanguages> m_languages; ///< may be null
     CardOpenings m_openings;
     PlaceKeeper m_places;
     UseClock m_clock;

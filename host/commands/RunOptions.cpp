@@ -1,6 +1,7 @@
 #include "commands/RunOptions.hpp"
 
 #include "presentation/Presentation.hpp"
+#include "services/PeopleFile.hpp"
 #include "table/PluginSearch.hpp"
 
 #include <Lantern/PaintingThreads.hpp>
@@ -106,6 +107,10 @@ void declare(CommandLine& line, RunOptions& options, bool isReplay)
                     QStringLiteral("one of scale, stretch, relayout"), [&table](const QString& value) {
                         table.fit = ScreenView::fitOf(value);
                         return table.fit.has_value();
+                    }});
+    line.addOption({"--language", "TAG", "the table's language, instead of the presentation's",
+                    QStringLiteral("the tag of a language, such as de or pt-BR"), [&table](const QString& value) {
+                        return PeopleFile::parseLanguage(value, table.language) && !table.language.isEmpty();
                     }});
     line.addFlag("--opengl", options.openGL, "draw the window by OpenGL where there is one");
     line.addOption({"--painting-threads", "COUNT", "draw with so many threads (default: one for each core, at most 4)",

@@ -1,6 +1,7 @@
 #include "presentation/Presentation.hpp"
 
 #include "presentation/TextPosition.hpp"
+#include "services/PeopleFile.hpp"
 
 #include <Bedrock/BoundedFile.hpp>
 #include <Bedrock/Trace.hpp>
@@ -63,11 +64,13 @@ public:
                          "places",
                          "shelf",
                          "collections",
+                         "languages",
                          "page"}); // "page" is the media server's (--site)
         m_result.title = root.text("title");
         readTable(root.inner("table"));
         m_result.input = InputSettings::read(object, m_skip);
         readStyleSheets(root.list("styleSheets", "files"));
+        readLanguages(root);
         readPlugins(root.list("plugins", "plug-ins"));
         if (object.contains(QLatin1String("people")))
             m_result.peopleFile = m_components.file(root.value("people").toString(), QStringLiteral("people"));
@@ -92,13 +95,18 @@ private:
 
     void readTable(const JsonEntries& table)
     {
-        table.checkKnown(
-            {"width", "height", "pixelPitchMm", "keyboardLayout", "fit", "reducedMotion", "pictureMegabytes", "paintingThreads"});
+        table.checkKnown({"width", "height", "pixelPitchMm", "keyboardLayout", "language", "fit", "reducedMotion",
+                          "pictureMegabytes", "paintingThreads"});
         m_result.sizePx.x = size(table, "width", m_result.sizePx.x);
         m_result.sizePx.y = size(table, "height", m_result.sizePx.y);
         m_result.pixelPitchMm = size(table, "pixelPitchMm", m_result.pixelPitchMm);
         m_result.reducedMotion = table.flag("reducedMotion", false);
         readKeyboardLayout(table.value("keyboardLayout"));
+        const QString language = table.text("language", m_result.language);
+        if (!PeopleFile::parseLanguage(language, m_result.language) || m_result.language.isEmpty()) {
+            table.skip("language", QStringLiteral("expected the tag of a language, such as de or pt-BR"));
+            m_result.language = Presentation().language;
+        }
         if (table.object().contains(QLatin1String("fit"))) {
             m_result.fit = ScreenView::fitOf(table.value("fit").toString());
             if (!m_result.fit)
@@ -136,6 +144,22 @@ private:
             const QString path = m_components.file(array.at(i).toString(), QStringLiteral("styleSheets[%1]").arg(i));
             if (!path.isEmpty())
                 m_result.styleSheets << path;
+        }
+    }
+
+    void readLanguages(const JsonEntries& root)
+    {
+        const QString key = QStringLiteral("languages");
+        const QDir folder(m_folder);
+        if (!root.object().contains(key) && folder.exists(key))
+            m_result.languageFolders << folder.absoluteFilePath(key);
+        const QJsonArray folders = root.list(key, "folders");
+        for (int i = 0; i < folders.size(); ++i) {
+            const QString path = QDir::cleanPath(folder.absoluteFilePath(folders.at(i).toString()));
+            if (folders.at(i).isString() && QFileInfo(path).isDir())
+                m_result.languageFolders << path;
+            else
+                m_skip(QStringLiteral("languages[%1]").arg(i), QStringLiteral("there is no folder ") + path);
         }
     }
 

@@ -47,11 +47,13 @@ struct Presentation
     std::optional<int> paintingThreads; ///< not set: one for each core, at most four
     bool reducedMotion = false;         ///< style sheets show no motion; `prefers-reduced-motion`
     InputSettings input;
-    QString keyboardLayout;  ///< of the keyboards on the table; empty: the default one, "none": no keyboards
-    QStringList styleSheets; ///< absolute paths
-    QStringList plugins;     ///< library names or absolute paths
-    QString peopleFile;      ///< absolute path; empty without people
-    QString database;        ///< what several tables share, as Storage::Address reads it; empty: files of this table
+    QString keyboardLayout;                  ///< of the keyboards on the table; empty: the default one, "none": no keyboards
+    QString language = QStringLiteral("en"); ///< of the table, a tag in lower case
+    QStringList languageFolders;             ///< absolute paths of the folders with texts (see LanguageTexts)
+    QStringList styleSheets;                 ///< absolute paths
+    QStringList plugins;                     ///< library names or absolute paths
+    QString peopleFile;                      ///< absolute path; empty without people
+    QString database; ///< what several tables share, as Storage::Address reads it; empty: files of this table
     std::vector<MediaServerSettings> mediaServers;
     std::vector<MailSettings> mailServices;        ///< no two of one name
     std::optional<CollectionSettings> collections; ///< nothing: what cards collect ends with the program

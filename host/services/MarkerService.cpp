@@ -27,8 +27,10 @@ struct MarkerService::State
     std::mutex order;
 };
 
-MarkerService::MarkerService(std::shared_ptr<PeopleRegistry> registry, std::shared_ptr<Tavola::TesselServiceCache> cache)
-    : m_registry(std::move(registry)), m_cache(std::move(cache)), m_state(std::make_shared<State>())
+MarkerService::MarkerService(std::shared_ptr<PeopleRegistry> registry, std::shared_ptr<Tavola::TesselServiceCache> cache,
+                             std::shared_ptr<CardLanguages> languages)
+    : m_registry(std::move(registry)), m_cache(std::move(cache)), m_languages(std::move(languages)),
+      m_state(std::make_shared<State>())
 {
 }
 
@@ -44,13 +46,17 @@ MarkerService::Entries MarkerService::entriesOf(const std::vector<Person>& peopl
 {
     Entries entries;
     for (const Person& person : people)
-        entries.emplace(person.code, propertiesOf(person));
+        entries.cards.emplace(person.code, propertiesOf(person));
+    entries.languages = CardLanguages(people);
     return entries;
 }
 
 MarkerService::Entries MarkerService::fillCache(Entries entries)
 {
-    return m_cache->replace(std::move(entries));
+    entries.cards = m_cache->replace(std::move(entries.cards));
+    if (m_languages)
+        m_languages->swapPeople(entries.languages);
+    return entries;
 }
 
 void MarkerService::inOrder(const std::function<void()>& readAndHandOver)
@@ -79,7 +85,11 @@ bool MarkerService::registerPersonalMarker(unsigned long code, const QString& na
     const auto person = m_registry->registerOwner(code, name, email);
     if (!person)
         return false;
-    Facet::Node::invokeAfterUpdate([cache = m_cache, entry = *person] { cache->insert(entry.code, propertiesOf(entry)); });
+    Facet::Node::invokeAfterUpdate([cache = m_cache, languages = m_languages, entry = *person] {
+        cache->insert(entry.code, propertiesOf(entry));
+        if (languages)
+            languages->insert(entry);
+    });
     return true;
 }
 }

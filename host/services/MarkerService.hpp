@@ -1,5 +1,7 @@
 #pragma once
 
+#include "services/CardLanguages.hpp"
+
 #include <Tavola/TesselServiceAPI.hpp>
 #include <Tavola/TesselServiceCache.hpp>
 
@@ -10,13 +12,14 @@
 namespace Host
 {
 class PeopleRegistry;
-struct Person;
 
 /// The marker service of a table: answers from the registry of people, and enters registrations into the cache.
 class MarkerService final : public Tavola::TesselServiceAPI
 {
 public:
-    MarkerService(std::shared_ptr<PeopleRegistry> registry, std::shared_ptr<Tavola::TesselServiceCache> cache);
+    /// `languages`, if any, gets those of the people in the cache.
+    MarkerService(std::shared_ptr<PeopleRegistry> registry, std::shared_ptr<Tavola::TesselServiceCache> cache,
+                  std::shared_ptr<CardLanguages> languages = nullptr);
 
     using PersonalWidget = boost::expected<Bedrock::IntrusivePtr<Trellis::Widget>, QString>;
     /// Sets the function that returns the widget for a content key; without it there are none.
@@ -26,8 +29,13 @@ public:
     /// table opens. False when it cannot be read (logged): the cache then has the people of the table's copy, or stays as it
     /// was where there is none. Main thread.
     bool fillCache();
-    using Entries = Tavola::TesselServiceCache::Entries;
-    /// What the cache holds of these people. Any thread.
+    /// What the table keeps of people in memory.
+    struct Entries
+    {
+        Tavola::TesselServiceCache::Entries cards;
+        CardLanguages languages;
+    };
+    /// What is kept of these people. Any thread.
     [[nodiscard]] static Entries entriesOf(const std::vector<Person>& people);
     /// Puts these entries in the place of everything cached, and gives back what was; a card in both is known at every moment.
     /// Main thread.
@@ -43,7 +51,8 @@ private:
     struct State;
     std::shared_ptr<PeopleRegistry> m_registry;
     std::shared_ptr<Tavola::TesselServiceCache> m_cache;
-    std::shared_ptr<State> m_state; ///< shared with tasks and queued functions
+    std::shared_ptr<CardLanguages> m_languages; ///< may be null
+    std::shared_ptr<State> m_state;             ///< shared with tasks and queued functions
     std::function<PersonalWidget(const QString&)> m_widgetForKey;
 };
 }

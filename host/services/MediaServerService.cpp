@@ -112,6 +112,11 @@ folly::Future<QJsonObject> MediaServerService::request(const QJsonObject& comman
     http.largestBodyBytes = kLargestAnswerBytes;
     http.timeoutSeconds = m_timeoutSeconds;
     http.headers = {{"Content-Type", "application/json"}, {"Accept", "application/json"}, {"Connection", "close"}};
+    const QJsonValue code = command.value(QLatin1String("tessel"));
+    const QString language =
+        m_languageOf && code.isDouble() ? m_languageOf(static_cast<unsigned long>(code.toDouble())) : QString();
+    if (!language.isEmpty())
+        http.headers.append({"Accept-Language", language.toUtf8()});
     const QString credentials =
         m_address.userName(QUrl::FullyDecoded) + QLatin1Char(':') + m_address.password(QUrl::FullyDecoded);
     if (!m_key.isEmpty())

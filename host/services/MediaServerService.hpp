@@ -7,6 +7,7 @@
 #include <QUrl>
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -28,6 +29,10 @@ public:
     /// `timeoutSeconds` bounds a whole exchange, however slowly its bytes arrive. A user name and password in `address` are sent
     /// as Basic credentials; `key`, when there is one, as a bearer token in their place.
     MediaServerService(const QUrl& address, double timeoutSeconds, const QByteArray& key = {});
+    /// Returns the language of a card; empty where it has none. Called in `request`.
+    using LanguageOf = std::function<QString(unsigned long code)>;
+    /// Sets the function for the header "Accept-Language" of commands about a card; without it they have none.
+    void setLanguageOf(LanguageOf languageOf) { m_languageOf = std::move(languageOf); }
     /// Fails the futures of the commands that are under way.
     ~MediaServerService() override;
 
@@ -45,6 +50,7 @@ private:
     QUrl m_address;
     double m_timeoutSeconds;
     QByteArray m_key;
+    LanguageOf m_languageOf;
     bool m_hasWarned = false; ///< of page addresses that no phone can open
     std::uint64_t m_last = 0;
     std::map<std::uint64_t, std::unique_ptr<Exchange>> m_exchanges; ///< by number

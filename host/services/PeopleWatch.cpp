@@ -23,7 +23,7 @@ constexpr int kCheckSharedEveryMs = 250;
 /// The answer in place of people, whose list begins otherwise.
 const QByteArray kUnreadable = QByteArrayLiteral("!");
 
-using Entries = Tavola::TesselServiceCache::Entries;
+using Entries = MarkerService::Entries;
 }
 
 /// Between the main thread and the reader.
@@ -138,7 +138,7 @@ void PeopleWatch::enter(const QByteArray& people)
         if (alive.expired())
             return;
         *entries = m_service->fillCache(std::move(*entries));
-        m_reader.add([entries] { entries->clear(); }); // thousands of entries take their time, too
+        m_reader.add([entries] { *entries = {}; }); // thousands of entries take their time, too
     });
     if (m_received)
         m_received(known);

@@ -18,14 +18,16 @@ const std::pair<ServiceState, QByteArray> kSigns[ServiceStates::kCount] = {
 };
 }
 
-ServiceSigns::ServiceSigns(std::shared_ptr<ServiceStates> states, std::function<bool()> isMailDelayed)
-    : m_states(states), m_mail(std::move(states), std::move(isMailDelayed))
+ServiceSigns::ServiceSigns(std::shared_ptr<ServiceStates> states, std::function<bool()> isMailDelayed,
+                           MediaServerWatch::Ask askMediaServer)
+    : m_states(states), m_mail(states, std::move(isMailDelayed)), m_mediaServer(std::move(states), std::move(askMediaServer))
 {
 }
 
 void ServiceSigns::update(Trellis::Widget& root, const Trellis::FrameInfo& frame)
 {
     m_mail.update(frame.dt());
+    m_mediaServer.update(frame.dt());
     for (const auto& [state, name] : kSigns)
         root.setPseudoClass(name, m_states->is(state));
 }

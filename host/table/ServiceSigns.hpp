@@ -1,6 +1,7 @@
 #pragma once
 
 #include "services/MailDelayWatch.hpp"
+#include "services/MediaServerWatch.hpp"
 
 #include <Trellis/Operator.hpp>
 
@@ -16,12 +17,14 @@ class ServiceStates;
 class ServiceSigns final : public Trellis::Operator
 {
 public:
-    /// `isMailDelayed`: see MailDelayWatch.
-    ServiceSigns(std::shared_ptr<ServiceStates> states, std::function<bool()> isMailDelayed);
+    /// `isMailDelayed`: see MailDelayWatch. `askMediaServer`: see MediaServerWatch.
+    ServiceSigns(std::shared_ptr<ServiceStates> states, std::function<bool()> isMailDelayed,
+                 MediaServerWatch::Ask askMediaServer = {});
     void update(Trellis::Widget& root, const Trellis::FrameInfo& frame) override;
 
 private:
     std::shared_ptr<ServiceStates> m_states; ///< shared with the services
     MailDelayWatch m_mail;
+    MediaServerWatch m_mediaServer;
 };
 }

@@ -7,8 +7,10 @@
 #include "components/PersonalWidgets.hpp"
 #include "input/InputOverlay.hpp"
 #include "input/TableInput.hpp"
+#include "presentation/LanguageTexts.hpp"
 #include "recording/RecordingNote.hpp"
 #include "recording/TreeLog.hpp"
+#include "services/CardLanguages.hpp"
 #include "table/PluginSearch.hpp"
 #include "table/ServiceSigns.hpp"
 #include "table/Shelves.hpp"
@@ -179,6 +181,11 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const Table
     styles.setPixelPitch(double(presentation.pixelPitchMm));
     styles.setMedia({d.view.layout().x, d.view.layout().y, presentation.reducedMotion});
     styles.addStyleSheet(careStyleSheet(presentation.pixelPitchMm), QStringLiteral("care.css"));
+    if (presentation.keyboardLayout != QLatin1String("none"))
+        styles.addStyleSheet(languageKeyboardSheet(), QStringLiteral("care.css"));
+    for (const LanguageSheet& sheet :
+         languageSheets(LanguageTexts::read(presentation.languageFolders), d.services.languages()->usual()))
+        styles.addStyleSheet(sheet.css, sheet.file);
     for (const QString& sheet : presentation.styleSheets)
         styles.loadStyleSheet(sheet);
     if (!d.loadPlugins(options.plugin.isEmpty() ? presentation.plugins : QStringList{options.plugin}, error))
@@ -188,8 +195,13 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const Table
     std::function<bool()> isMailDelayed;
     if (!presentation.mailServices.empty())
         isMailDelayed = [&services = d.services] { return services.isMailDelayed(); };
-    d.application->mainLayer()->addOperator(Bedrock::makeIntrusive<ServiceSigns>(d.services.states(), isMailDelayed));
-    d.tavola->ui()->mainWidget()->addOperator(Bedrock::makeIntrusive<TableCare>(presentation.care, presentation.pixelPitchMm));
+    MediaServerWatch::Ask askMediaServer;
+    if (!presentation.mediaServers.empty() || !options.mediaServer.isEmpty())
+        askMediaServer = [&services = d.services](MediaServerProbe::Done done) { services.askMediaServer(std::move(done)); };
+    d.application->mainLayer()->addOperator(
+        Bedrock::makeIntrusive<ServiceSigns>(d.services.states(), isMailDelayed, askMediaServer));
+    d.tavola->ui()->mainWidget()->addOperator(
+        Bedrock::makeIntrusive<TableCare>(presentation.care, presentation.pixelPitchMm, d.services.languages()));
     if (options.showInput) {
         const auto overlay = Bedrock::makeIntrusive<InputOverlay>(presentation.pixelPitchMm,
                                                                   [&input = d.input->tuio()] { return input.ignoredAreas(); });

@@ -17,6 +17,7 @@ struct TableOptions
     std::optional<QSize> screen;                     ///< that the table fills, in pixels; nothing: the layout is shown as it is
     std::optional<ScreenFit> fit;                    ///< of the layout to the screen
     std::optional<InputSettings::Listener> listener; ///< replaces the presentation's listeners
+    QString language;                                ///< of the table, a tag in lower case; replaces the presentation's
     std::optional<int> pictureMegabytes;             ///< replaces the presentation's
     std::optional<int> paintingThreads;              ///< replaces the presentation's
     bool showInput = false;                          ///< draw contacts over the table

@@ -1,14 +1,17 @@
 #include "table/TableServices.hpp"
 
+#include "care/SpokenLanguage.hpp"
 #include "components/PersonalWidgets.hpp"
 #include "input/TableInput.hpp"
 #include "presentation/DataFolder.hpp"
 #include "presentation/Presentation.hpp"
 #include "recording/RecordingNote.hpp"
+#include "services/CardLanguages.hpp"
 #include "services/InboxEmail.hpp"
 #include "services/InboxMediaServer.hpp"
 #include "services/MarkerService.hpp"
 #include "services/MediaServerService.hpp"
+#include "services/MediaServerWatch.hpp"
 #include "services/PeopleRegistry.hpp"
 #include "services/PeopleWatch.hpp"
 #include "services/ServiceStates.hpp"
@@ -23,6 +26,7 @@
 #include <Tavola/Network.hpp>
 #include <Tavola/ServiceProvider.hpp>
 #include <Tavola/Tavola.hpp>
+#include <Tavola/UserInterface.hpp>
 #include <Trellis/Widget.hpp>
 
 #include <QDir>
@@ -64,7 +68,7 @@ QString collectedPath(const QString& name)
 }
 }
 
-TableServices::TableServices() : m_states(std::make_shared<ServiceStates>()) {}
+TableServices::TableServices() : m_states(std::make_shared<ServiceStates>()), m_languages(std::make_shared<CardLanguages>()) {}
 TableServices::~TableServices() = default;
 
 bool TableServices::openPeople(const Presentation& presentation, const TableOptions& options, const TableInput& input,
@@ -100,6 +104,7 @@ RecordingNote TableServices::recordingNote(const Presentation& presentation, con
 bool TableServices::start(Tavola::ServiceProvider& provider, const std::shared_ptr<PersonalWidgets>& personalWidgets,
                           const Presentation& presentation, const TableOptions& options, const TableInput& input, QString& error)
 {
+    m_languages->setUsual(options.language.isEmpty() ? presentation.language : options.language);
     if (m_people)
         startPeople(provider, personalWidgets, input.isReplay());
     startMediaServers(provider, presentation, options, input);
@@ -110,7 +115,7 @@ bool TableServices::start(Tavola::ServiceProvider& provider, const std::shared_p
 void TableServices::startPeople(Tavola::ServiceProvider& provider, const std::shared_ptr<PersonalWidgets>& personalWidgets,
                                 bool isReplay)
 {
-    auto service = std::make_shared<MarkerService>(m_people, provider.tesselServiceCache());
+    auto service = std::make_shared<MarkerService>(m_people, provider.tesselServiceCache(), m_languages);
     service->setPersonalWidgets(
         [weak = std::weak_ptr(personalWidgets)](const QString& contentKey) -> MarkerService::PersonalWidget {
             if (const auto widgets = weak.lock())
@@ -141,8 +146,12 @@ void TableServices::startMediaServers(Tavola::ServiceProvider& provider, const P
     if (!mediaServers.empty())
         limits.timeoutSeconds = mediaServers.front().timeoutSeconds;
     Tavola::setNetworkLimits(limits);
+    if (!mediaServers.empty())
+        m_mediaServerProbe =
+            std::make_unique<MediaServerProbe>(QUrl(mediaServers.front().address), mediaServers.front().timeoutSeconds);
     for (const MediaServerSettings& settings : mediaServers) {
         auto server = std::make_shared<MediaServerService>(QUrl(settings.address), settings.timeoutSeconds, settings.key);
+        server->setLanguageOf([languages = m_languages](unsigned long code) { return languages->ownOfCard(code); });
         ContentStream::Settings content;
         content.address = QUrl(settings.address);
         content.key = settings.key;
@@ -190,6 +199,13 @@ bool TableServices::startMail(Tavola::ServiceProvider& provider, const Presentat
         if (!service)
             return false;
         m_mailServices.push_back(service);
+        service->setLanguagesOf([languages = m_languages](const QString& address) {
+            const auto application = Tavola::Tavola::instance();
+            QString own = application ? languageOfSender(*application->ui()->mainWidget(), address) : QString();
+            if (own.isEmpty())
+                own = languages->ofOwner(address);
+            return languages->chain(own);
+        });
         const auto email = std::make_shared<InboxEmail>(service);
         email->showDelay([weak = std::weak_ptr(service)] { return keepsMail(weak.lock().get()); }, m_states);
         provider.addService(type, settings.name, email);
@@ -197,8 +213,15 @@ bool TableServices::startMail(Tavola::ServiceProvider& provider, const Presentat
     return true;
 }
 
+void TableServices::askMediaServer(std::function<void(bool isThere)> done) const
+{
+    if (m_mediaServerProbe)
+        m_mediaServerProbe->ask(std::move(done));
+}
+
 void TableServices::stopWatching()
 {
+    m_mediaServerProbe.reset();
     m_peopleWatch.reset();
     // The pictures of what was collected go with the application.
     if (const auto collections = m_collections.lock())

@@ -6,6 +6,7 @@
 #include <QJsonObject>
 #include <QString>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -16,7 +17,9 @@ class ServiceProvider;
 
 namespace Host
 {
+class CardLanguages;
 class CollectionService;
+class MediaServerProbe;
 class OutboxService;
 class PeopleRegistry;
 class PeopleWatch;
@@ -50,6 +53,10 @@ public:
                              QString& error);
     /// What does not work at present. The services keep it.
     [[nodiscard]] const std::shared_ptr<ServiceStates>& states() const noexcept { return m_states; }
+    /// The languages of the cards and their owners. Never null.
+    [[nodiscard]] const std::shared_ptr<CardLanguages>& languages() const noexcept { return m_languages; }
+    /// Asks whether the media server that is used is there; see MediaServerProbe. Without one `done` is never called.
+    void askMediaServer(std::function<void(bool isThere)> done) const;
     /// Whether an outbox keeps mail that no server has yet. Does not block.
     [[nodiscard]] bool isMailDelayed() const;
     /// Ends the watch on the registry, and waits until collections are stored or cannot be. Call when the table begins to close.
@@ -69,9 +76,11 @@ private:
     bool startMail(Tavola::ServiceProvider& provider, const Presentation& presentation, const TableOptions& options,
                    const TableInput& input, QString& error);
 
-    std::shared_ptr<ServiceStates> m_states;  ///< never null
-    std::shared_ptr<PeopleRegistry> m_people; ///< null without people
+    std::shared_ptr<ServiceStates> m_states;    ///< never null
+    std::shared_ptr<CardLanguages> m_languages; ///< never null
+    std::shared_ptr<PeopleRegistry> m_people;   ///< null without people
     std::unique_ptr<PeopleWatch> m_peopleWatch;
+    std::unique_ptr<MediaServerProbe> m_mediaServerProbe; ///< null without a media server
     std::vector<std::weak_ptr<OutboxService>> m_mailServices;
     std::weak_ptr<CollectionService> m_collections;
 };

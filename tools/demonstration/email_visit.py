@@ -148,9 +148,11 @@ class EmailVisit(Visit):
         require(NAME in body, "the letter does not call her by name")
 
     def german(self):
-        self.stage.act(f"at 0.1 card {GERMAN} down 1300 700 angle 0\nat 0.6 card {GERMAN} up", 1.5)
+        self.tap(by_type(self.space(), "CloseHandle")[0])
+        self.stage.play(1)
+        self.stage.act(f"at 0.1 card {GERMAN} down {CARD[0]} {CARD[1]} angle 0\nat 0.6 card {GERMAN} up", 1.5)
         require(self.title().startswith("Hallo, "), f'the title is "{self.title()}"')
-        self.drag("field-lines", (1500, 700))
+        self.drag("field-lines", DROP)
         self.stage.play(1)
         self.settle()
         self.tap(self.child("envelope"))

@@ -87,11 +87,13 @@ class SignLooks(Looks):
 
     def __init__(self, world):
         super().__init__(world)
-        self.open_table(os.path.join(PRESENTATIONS, "gallery"), ["--media-server", "http://127.0.0.1:9/", "--show-input"])
-        self.stage.enter(f"at 0.01 card {STRANGER} down 1180 250 angle 270\nat 200 card {STRANGER} up")
+        gallery = os.path.join(PRESENTATIONS, "gallery")
+        media_server = world.add(MediaServer(world.build, os.path.join(gallery, "media"), world.folder))
+        self.open_table(gallery, ["--media-server", media_server.address, "--show-input"])
+        self.stage.enter(f"at 0.01 card {STRANGER} down 1180 360 angle 270\nat 200 card {STRANGER} up")
         self.stage.enter(f"at 0.01 card {UNREGISTERED} down 960 850 angle 270\nat 200 card {UNREGISTERED} up")
         self.stage.enter(f"at 0.01 card {ANN} down 1690 470 angle 270\nat 200 card {ANN} up")
-        self.stage.enter(f"at 0.01 card {GERMAN} down 960 420 angle 270\nat 200 card {GERMAN} up")
+        self.stage.enter(f"at 0.01 card {GERMAN} down 800 420 angle 270\nat 200 card {GERMAN} up")
         self.stage.play(1)
         self.stage.enter(f"at 0.01 card {GERMAN} down 1330 850 angle 270\nat 200 card {GERMAN} up")
         self.stage.play(0.5)
@@ -99,7 +101,7 @@ class SignLooks(Looks):
         self.stage.enter(f"at 0.01 card {LAYLA} down {space['x'] + 230:.0f} {space['y'] + 250:.0f} angle 270\n"
                          f"at 200 card {LAYLA} up")
         self.stage.play(0.5)
-        self.take("card-signs", *by_type(self.table.tree(), "CardSign"))
+        self.take("card-signs", *by_type(self.table.tree(), "CardSign"), *by_class(self.table.tree(), "card-sign-text"))
         for visitor in list(self.stage.visitors):
             self.stage.leave(visitor)
         self.stage.play(3)
@@ -115,7 +117,7 @@ class SignLooks(Looks):
         self.table.wait_until("the table to notice", lambda: "people-away" in self.table.tree()["pseudoClasses"])
         self.stage.enter(f"at 0.01 card {STRANGER} down 1180 560 angle 270\nat 200 card {STRANGER} up")
         self.stage.play(0.5)
-        self.take("people-away", by_type(self.table.tree(), "CardSign")[0])
+        self.take("people-away", by_type(self.table.tree(), "CardSign")[0], by_class(self.table.tree(), "card-sign-text")[0])
 
 
 class DelayedMailLooks(Looks):

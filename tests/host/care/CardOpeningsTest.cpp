@@ -50,7 +50,17 @@ TEST_CASE("card openings: a new child with its centre or its corner at a card th
     CHECK(found[0].card.code() == 1001);
 }
 
-TEST_CASE("card openings: a child elsewhere, an older one and one in a frame without a new card did not open at a card")
+TEST_CASE("card openings: what opens at a card that has lain there before is found, too")
+{
+    Fixture f;
+    f.add({450.f, 350.f});
+    Tactile::Sample lying = Fixture::cardDown({500.f, 400.f});
+    lying.changes.clear();
+    CHECK(f.openings.find(f.host.mainWidget(), lying).size() == 1);
+    CHECK(f.openings.find(f.host.mainWidget(), lying).empty());
+}
+
+TEST_CASE("card openings: a child elsewhere, an older one and one in a frame without a card did not open at a card")
 {
     Fixture f;
     f.add({450.f, 350.f});
@@ -59,11 +69,19 @@ TEST_CASE("card openings: a child elsewhere, an older one and one in a frame wit
     CHECK(f.openings.find(f.host.mainWidget(), Fixture::cardDown({500.f, 400.f})).empty());
 }
 
-TEST_CASE("card openings: content that opens by itself, and then follows its card, is left alone")
+TEST_CASE("card openings: content that opens by itself, and then follows its card, is found once and not remembered")
 {
     Fixture f;
-    f.add({450.f, 350.f})
-        .addOperator(Bedrock::makeIntrusive<Tavola::LaunchedContentOperator>(false, Vector2f{500.f, 400.f}, 0.3f));
+    auto& launched = f.add({450.f, 350.f});
+    launched.addOperator(Bedrock::makeIntrusive<Tavola::LaunchedContentOperator>(false, Vector2f{500.f, 400.f}, 0.3f));
+    auto& plain = f.add({450.f, 350.f});
+    const auto found = f.openings.find(f.host.mainWidget(), Fixture::cardDown({500.f, 400.f}));
+    REQUIRE(found.size() == 2);
+    CHECK(found[0].widget.lock().get() == &launched);
+    CHECK(found[0].isLaunched);
+    CHECK_FALSE(found[1].isLaunched);
+    CHECK_FALSE(f.openings.codeOf(launched));
+    CHECK(f.openings.codeOf(plain) == 1001);
     CHECK(f.openings.find(f.host.mainWidget(), Fixture::cardDown({500.f, 400.f})).empty());
 }
 

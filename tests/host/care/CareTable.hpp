@@ -38,14 +38,16 @@ public:
 /// A table with an area that opens widgets of 600 × 640 pixels at cards, and the host's care for them.
 struct CareTable
 {
-    explicit CareTable(const Host::CareSettings& settings = {}, Vecta::Vector2f size = {1920.f, 1080.f}) : host(size)
+    explicit CareTable(const Host::CareSettings& settings = {}, Vecta::Vector2f size = {1920.f, 1080.f},
+                       std::shared_ptr<const Host::CardLanguages> languages = nullptr)
+        : host(size)
     {
         host.style(".opened { width: 600px; height: 640px; movable: true; }"
                    ".title { position: absolute; left: 36px; top: 26px; width: 528px; height: 50px; keep-clear: true; }");
         area->postConstruct();
         area->setSize(size);
         host.mainWidget().addChild(area);
-        host.mainWidget().addOperator(Bedrock::makeIntrusive<Host::TableCare>(settings, 0.55f));
+        host.mainWidget().addOperator(Bedrock::makeIntrusive<Host::TableCare>(settings, 0.55f, std::move(languages)));
         host.frame();
     }
 

@@ -48,7 +48,7 @@ TEST_CASE("run options: every option is read, in any order")
     const RunOptions options =
         parsed("--headless --size 800x600 --inspect 0 gallery --manual-clock --opengl --fit stretch --tuio 0.0.0.0:4000 "
                "--plugin lib/one.so --data /var/table --media-server https://media.example/ "
-               "--painting-threads 3 --picture-megabytes 0");
+               "--painting-threads 3 --picture-megabytes 0 --language pt-BR");
     CHECK(options.presentation == "gallery");
     CHECK(options.headless);
     CHECK(options.manualClock);
@@ -63,6 +63,7 @@ TEST_CASE("run options: every option is read, in any order")
     CHECK(options.table.mediaServer == "https://media.example/");
     CHECK(options.table.paintingThreads == 3);
     CHECK(options.table.pictureMegabytes == 0);
+    CHECK(options.table.language == "pt-br");
 }
 
 TEST_CASE("run options: the address of the table's input may be left out, named or of either kind")
@@ -223,9 +224,10 @@ TEST_CASE("run options: the help lists every option, that of a replay all but th
         REQUIRE_FALSE(answer);
         CHECK(answer.error().code == 0);
         const QString help = answer.error().text;
-        for (const char* option : {"--headless", "--trees FILE", "--show-input", "--inspect PORT", "--manual-clock",
-                                   "--fullscreen", "--fit HOW", "--opengl", "--plugin FILE", "--media-server URL",
-                                   "--mail-server URL", "--data DIR", "--painting-threads COUNT", "--picture-megabytes COUNT"})
+        for (const char* option :
+             {"--headless", "--trees FILE", "--show-input", "--inspect PORT", "--manual-clock", "--fullscreen", "--fit HOW",
+              "--language TAG", "--opengl", "--plugin FILE", "--media-server URL", "--mail-server URL", "--data DIR",
+              "--painting-threads COUNT", "--picture-megabytes COUNT"})
             CHECK_MESSAGE(help.contains(QLatin1String("\n  ") + QLatin1String(option)), option);
         for (const char* option : {"--size WxH", "--tuio [tcp:][ADDRESS:]PORT", "--record FILE"})
             CHECK_MESSAGE(help.contains(QLatin1String("\n  ") + QLatin1String(option)) != isReplay, option);

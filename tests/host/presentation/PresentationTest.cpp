@@ -58,7 +58,7 @@ TEST_CASE("presentation: everything that may stand in one is read")
     Written written(R"({
         "title": "Two rooms",
         "page": {"museum": "Two rooms"},
-        "table": {"width": 3840, "height": 2160, "pixelPitchMm": 0.4, "keyboardLayout": "fi", "fit": "stretch", "reducedMotion": true, "pictureMegabytes": 64, "paintingThreads": 3},
+        "table": {"width": 3840, "height": 2160, "pixelPitchMm": 0.4, "keyboardLayout": "fi", "language": "pt-BR", "fit": "stretch", "reducedMotion": true, "pictureMegabytes": 64, "paintingThreads": 3},
         "styleSheets": ["look/rooms.css"],
         "plugins": ["one", "lib/two.so"],
         "people": "people.csv",
@@ -79,6 +79,8 @@ TEST_CASE("presentation: everything that may stand in one is read")
     CHECK(presentation.sizePx.y == 2160.f);
     CHECK(presentation.pixelPitchMm == 0.4f);
     CHECK(presentation.keyboardLayout == "fi");
+    CHECK(presentation.language == "pt-br");
+    CHECK(presentation.languageFolders.isEmpty());
     CHECK(presentation.fit == ScreenFit::Stretch);
     CHECK(presentation.pictureMegabytes == 64);
     CHECK(presentation.paintingThreads == 3);
@@ -104,6 +106,25 @@ TEST_CASE("presentation: everything that may stand in one is read")
           == QJsonObject{{"id", "map"},
                          {"classes", QJsonArray{"large"}},
                          {"attributes", QJsonObject{{"source", map}, {"location", location}}}});
+}
+
+TEST_CASE("presentation: texts in languages lie beside it, or in the folders that it names")
+{
+    Written beside("{}");
+    beside.folder().write("languages/de.json", "{}");
+    CHECK(beside.load().languageFolders == QStringList{beside.folder().path("languages")});
+    CHECK(beside.load().language == "en");
+
+    Written named(R"({"languages": ["../x/none", "words", 5], "table": {"language": "german"}})");
+    named.folder().write("words/de.json", "{}");
+    named.folder().write("languages/de.json", "{}");
+    const QString none = QDir::cleanPath(named.folder().path("../x/none"));
+    named.skips("languages[0]", "there is no folder " + none)
+        .skips("languages[2]", "there is no folder " + named.folder().path());
+    named.skips("table.language", "expected the tag of a language, such as de or pt-BR");
+    const Presentation presentation = named.load();
+    CHECK(presentation.languageFolders == QStringList{named.folder().path("words")});
+    CHECK(presentation.language == "en");
 }
 
 TEST_CASE("presentation: the path of the file itself will do as well")
@@ -197,9 +218,10 @@ TEST_CASE("presentation: unknown entries are reported with their place, the rest
                         "widgets": [{"component": "text", "atributes": {}}],
                         "services": {"mail": [], "media-server-service": [{"address": "http://a", "timeout": 3}]}})");
     TestSupport::expectWarningStartingWith(written.told("titel") + "unknown entry; known are title, table, ");
-    written.skips("table.widht",
-                  QStringLiteral("unknown entry; known are width, height, pixelPitchMm, keyboardLayout, fit, reducedMotion, "
-                                 "pictureMegabytes, paintingThreads"));
+    written.skips(
+        "table.widht",
+        QStringLiteral("unknown entry; known are width, height, pixelPitchMm, keyboardLayout, language, fit, reducedMotion, "
+                       "pictureMegabytes, paintingThreads"));
     written.skips("widgets[0].atributes", QStringLiteral("unknown entry; known are component, id, classes, attributes, slots"));
     written.skips("services.mail", QStringLiteral("unknown kind of service; known are email-service, media-server-service"));
     written.skips("services.media-server-service[0].timeout",

@@ -39,6 +39,22 @@ TEST_CASE("marker service: a registration on another thread reaches the cache af
     CHECK(bo.personalProperties()->email == "bo@museum.example");
 }
 
+TEST_CASE("marker service: the languages of cards and owners follow the registry and registrations")
+{
+    PeopleTable table;
+    CHECK(table.languages->ownOfCard(1001).isEmpty());
+    REQUIRE(
+        table.registry->insert({{1001, QStringLiteral("Ann"), QStringLiteral("ann@museum.example"), {}, 0, QStringLiteral("fi")},
+                                {1007, {}, {}, {}, 3, QStringLiteral("de")}}));
+    REQUIRE(table.service->fillCache());
+    CHECK(table.languages->ownOfCard(1001) == "fi");
+    CHECK(table.languages->ofOwner(QStringLiteral("ann@museum.example")) == "fi");
+    CHECK(table.registerOnAThread(1007, QStringLiteral("Bo"), QStringLiteral("bo@museum.example")));
+    CHECK(PeopleTable::bringIn() == 1);
+    CHECK(table.languages->ownOfCard(1007) == "de");
+    CHECK(table.languages->ofOwner(QStringLiteral("bo@museum.example")) == "de");
+}
+
 TEST_CASE("marker service: a card that is not in the registry is refused and changes nothing")
 {
     PeopleTable table;

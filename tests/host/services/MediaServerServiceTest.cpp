@@ -85,6 +85,25 @@ TEST_CASE("media server service: a command goes out as one JSON object by POST, 
     CHECK(QJsonDocument::fromJson(request.mid(request.indexOf("\r\n\r\n") + 4)).object() == kCommand);
 }
 
+TEST_CASE("media server service: a command about a card with a language says so in its header, and no other field changes")
+{
+    for (const bool hasLanguage : {true, false}) {
+        CAPTURE(hasLanguage);
+        AnsweringServer server(reply("200 OK", R"({"success": true})"));
+        MediaServerService service(addressOf(server.port()), 60.0);
+        service.setLanguageOf([hasLanguage](unsigned long code) {
+            CHECK(code == 1001);
+            return hasLanguage ? QStringLiteral("pt-br") : QString();
+        });
+        const auto outcome = watch(service.request(kCommand));
+        REQUIRE(pumpUntil([&] { return outcome->isThere(); }));
+        const QByteArray request = server.requests().front();
+        CHECK(request.contains("\r\nAccept-Language: pt-br\r\n") == hasLanguage);
+        CHECK(request.contains("Accept-Language") == hasLanguage);
+        CHECK(QJsonDocument::fromJson(request.mid(request.indexOf("\r\n\r\n") + 4)).object() == kCommand);
+    }
+}
+
 TEST_CASE("media server service: an answer in pieces is an answer")
 {
     SUBCASE("chunked")

@@ -26,7 +26,7 @@ struct PeopleTable
         REQUIRE_MESSAGE(registry, error.toStdString());
         REQUIRE(registry->insert({{1001, QStringLiteral("Ann"), QStringLiteral("ann@museum.example"), QStringLiteral("key"), 0},
                                   {1007, QString(), QString(), QString(), 3}}));
-        service = std::make_shared<Host::MarkerService>(registry, cache);
+        service = std::make_shared<Host::MarkerService>(registry, cache, languages);
         service->fillCache();
     }
     ~PeopleTable()
@@ -75,5 +75,6 @@ struct PeopleTable
     Folder folder;
     std::shared_ptr<Host::PeopleRegistry> registry;
     std::shared_ptr<Tavola::TesselServiceCache> cache = std::make_shared<Tavola::TesselServiceCache>();
+    std::shared_ptr<Host::CardLanguages> languages = std::make_shared<Host::CardLanguages>();
     std::shared_ptr<Host::MarkerService> service;
 };

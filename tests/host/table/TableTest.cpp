@@ -17,6 +17,7 @@
 #include <Tavola/TesselServiceCache.hpp>
 #include <Tavola/UserInterface.hpp>
 #include <Trellis/Application.hpp>
+#include <Trellis/TextWidget.hpp>
 #include <Trellis/Widget.hpp>
 
 #include <doctest/doctest.h>
@@ -87,6 +88,21 @@ TEST_CASE("table: the gallery opens with its plug-in, and nothing of either is l
         CHECK_FALSE(Bedrock::Inbox::instance().isWaiting());
         CHECK(Bedrock::Inbox::instance().openJobs() == 0);
         CHECK(Bedrock::ReferenceCounted::liveObjects() == before);
+    }
+}
+
+TEST_CASE("table: it speaks the language of its presentation, or the one that it is opened with")
+{
+    for (const auto& [language, name] :
+         {std::pair("", "The Small Museum"), {"fi", "Pieni museo"}, {"de-ch", "Das Kleine Museum"}}) {
+        CAPTURE(name);
+        TablePlace place;
+        openGallery(place);
+        place.options.language = QLatin1String(language);
+        const auto table = place.open();
+        const auto* const museum = dynamic_cast<Trellis::TextWidget*>(find(*table, "museum"));
+        REQUIRE(museum);
+        CHECK(museum->text() == name);
     }
 }
 

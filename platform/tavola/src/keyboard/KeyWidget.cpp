@@ -44,7 +44,7 @@ KeyColors colorsOf(Action action, ShiftState::Mode lit)
     switch (action) {
     case Action::Text:
     case Action::Space: return {"#4a5563", "#8fa3ba", "#f6f8fa"};
-    case Action::Dead: return {"#4a5563", "#8fa3ba", "#b9c9dc"};
+    case Action::Dead: return {"#4a5563", "#8fa3ba", "#cfdae8"};
     case Action::Enter: return {"#3f82d8", "#8ab9f5", "#ffffff"};
     default: return {"#333c47", "#74879c", "#d5dde6"};
     }
