@@ -53,6 +53,8 @@ TEST_CASE("place keeper: cards and what other cards opened are the neighbours of
         const auto& outline = around[std::size_t(card)];
         CHECK(((outline[0] + outline[2]) / 2.f - Vector2f(card == 0 ? 400.f : 1400.f, 540.f)).length() < 1.f);
     }
+    table.host.mainWidget().removeOperator(*table.host.mainWidget().operators().front());
+    CHECK(table.host.ui().keyboardNeighbours(first).empty());
 }
 
 TEST_CASE("place keeper: the angle stays")

@@ -72,18 +72,21 @@ TEST_CASE("spoken language: a folder's content has the language of the card that
     };
     f.table.area->setInputEnabled(false);
     const auto portuguese = f.table.host.input.markerDown(1001, {300.f, 300.f});
-    f.table.host.input.markerDown(1002, {1500.f, 700.f});
+    const auto german = f.table.host.input.markerDown(1002, {1500.f, 700.f});
     Trellis::Widget& left = launch({310.f, 300.f});
     Trellis::Widget& right = launch({1500.f, 690.f});
     f.table.host.frame();
     CHECK(languageOf(left) == "pt-br");
     CHECK(languageOf(right) == "de");
+    CHECK_FALSE(left.findByType("CloseHandle"));
 
     f.table.host.input.markerUp(portuguese);
     Trellis::Widget& uncovered = launch({300.f, 300.f});
     f.table.host.frame();
     CHECK(languageOf(uncovered) == "pt-br");
 
+    // What a visitor launches while a card moves belongs to no card.
+    f.table.host.input.markerMove(german, {1400.f, 700.f});
     Trellis::Widget& fromMenu = launch({300.f, 300.f});
     f.table.host.frame();
     CHECK(languageOf(fromMenu).isEmpty());

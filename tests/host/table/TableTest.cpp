@@ -12,6 +12,7 @@
 #include <LogCapture.hpp>
 #include <Tactile/TuioEncoder.hpp>
 #include <Tactile/TuioInput.hpp>
+#include <Tavola/InputFieldWidget.hpp>
 #include <Tavola/ServiceProvider.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Tavola/TesselServiceCache.hpp>
@@ -103,6 +104,20 @@ TEST_CASE("table: it speaks the language of its presentation, or the one that it
         const auto* const museum = dynamic_cast<Trellis::TextWidget*>(find(*table, "museum"));
         REQUIRE(museum);
         CHECK(museum->text() == name);
+    }
+}
+
+TEST_CASE("table: the keyboards of what opens at a card follow its language, unless the table has none")
+{
+    for (const auto& [json, layout] : {std::pair("{}", "de"), {R"({"table": {"keyboardLayout": "none"}})", ""}}) {
+        CAPTURE(json);
+        TablePlace place;
+        place.presentation(json);
+        const auto table = place.open();
+        const auto space = Bedrock::makeIntrusive<Trellis::Widget>(Tavola::Tavola::instance()->ui()->mainWidget().get());
+        space->setPseudoClass("lang(de)", true);
+        const auto field = Bedrock::makeIntrusive<Tavola::InputFieldWidget>(space.get(), false);
+        CHECK(field->keyboardLayout().value() == layout);
     }
 }
 
