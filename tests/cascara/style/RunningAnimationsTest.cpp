@@ -447,9 +447,11 @@ TEST_CASE("running animations: a keyframe says how values go on from it, and wor
     CHECK(n.color->toString() == QStringLiteral("#00FF00"));
 }
 
-TEST_CASE("running animations: what a finger took does not move again when a sheet is loaded")
+TEST_CASE("running animations: what a finger took does not move again, but by the next animation")
 {
-    AnimationFixture fixture;
+    AnimationFixture fixture(std::string(kGrow)
+                             + "@keyframes next { from { width: 0 } to { width: 10 } } "
+                               ".go { animation: grow 1s linear } .next { animation: next 1s linear }");
     TestNode& n = fixture.n();
     n.addCSSClass("go");
     fixture.frame();
@@ -460,6 +462,34 @@ TEST_CASE("running animations: what a finger took does not move again when a she
     fixture.frame(0.25);
     CHECK(n.width == 50.f);
     CHECK_FALSE(n.width.hasValue(Facet::kStyleLayer));
+    n.addCSSClass("next");
+    n.width.clearValue(Facet::kUserLayer);
+    fixture.frame();
+    fixture.frame(0.5);
+    CHECK(n.width == 5.f);
+}
+
+TEST_CASE("running animations: one that comes with a sheet in the frame of its node begins")
+{
+    AnimationFixture fixture(kGrow);
+    auto& made = fixture.add("root", "M", "made");
+    fixture.sheet("M { animation: grow 1s linear }");
+    fixture.frame();
+    fixture.frame(0.5);
+    CHECK(made.width == 50.f);
+}
+
+TEST_CASE("running animations: nodes of the same rules have each the animation that its variables say")
+{
+    AnimationFixture fixture(std::string(kGrow)
+                             + "M { animation: var(--name) 1s linear } #a { --name: grow } #b { --name: none }");
+    auto& a = fixture.add("root", "M", "a");
+    auto& b = fixture.add("root", "M", "b");
+    fixture.frame();
+    fixture.frame(0.5);
+    CHECK(a.width == 50.f);
+    CHECK(b.width == 0.f);
+    CHECK_FALSE(b.width.hasValue(Facet::kStyleLayer));
 }
 
 TEST_CASE("running animations: a name may come from a variable, and a wrong value in one is told")

@@ -288,12 +288,15 @@ TEST_CASE("running transitions: no duration for the next one leaves one that run
 {
     MotionFixture fixture;
     TestNode& n = fixture.n();
-    fixture.sheet(".at-once { transition-duration: 0s; transition-delay: 7s } .none { transition-property: none }");
+    fixture.sheet(".at-once { transition-duration: 0s } .again { width: 100 } .none { transition-property: none }");
     n.addCSSClass("far");
     fixture.engine.advance(0.25);
     n.addCSSClass("at-once");
     fixture.engine.advance(0.25);
     CHECK(n.width == 50.f);
+    n.addCSSClass("again"); // the same end
+    fixture.engine.advance(0.25);
+    CHECK(n.width == 75.f);
     n.addCSSClass("none");
     CHECK(n.width == 100.f);
     CHECK_FALSE(fixture.engine.isMoving());

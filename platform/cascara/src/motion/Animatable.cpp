@@ -2,8 +2,6 @@
 
 #include <Facet/NearestWord.hpp>
 
-#include <QStringList>
-
 #include <algorithm>
 #include <iterator>
 
@@ -58,11 +56,16 @@ bool isAnimatable(const QByteArray& attribute)
     return std::any_of(std::begin(kAnimatable), std::end(kAnimatable), [&](const char* name) { return attribute == name; });
 }
 
-QString nearestAnimatable(const QString& written)
+QStringList animatableNames()
 {
     QStringList names;
     for (const char* name : kAnimatable)
         names.append(QString::fromLatin1(name));
-    return Facet::didYouMean(written, names);
+    return names;
+}
+
+QString nearestAnimatable(const QString& written)
+{
+    return Facet::didYouMean(written, animatableNames());
 }
 }

@@ -28,7 +28,6 @@ bool AnimatedNode::setAnimations(std::shared_ptr<const AnimationList> list, bool
         }
     }
     m_isChanged = true;
-    m_held.clear();
     uncoverAll();
     return true;
 }
@@ -102,9 +101,8 @@ void AnimatedNode::addPoint(const Declaration& declaration, double offset, const
                             std::vector<std::pair<int, std::vector<KeyframeTrack::Point>>>& ways)
 {
     const int number = declaration.attributeNumber;
-    const bool isHeld = std::count(m_held.begin(), m_held.end(), number) > 0;
     std::optional<QString> text;
-    if (isHeld || !m_node->owner->node().attributeNumbered(number) || !readText(declaration, text))
+    if (!m_node->owner->node().attributeNumbered(number) || !readText(declaration, text))
         return;
     auto way = std::find_if(ways.begin(), ways.end(), [number](const auto& other) { return other.first == number; });
     if (way == ways.end())
@@ -253,7 +251,6 @@ void AnimatedNode::hold(Facet::Attribute& attribute)
     ++m_round;
     Covered covered = std::move(*found);
     m_covered.erase(found);
-    m_held.push_back(covered.attribute);
     const Progress progress = progressOf(covered);
     if (progress.track && !attribute.hasValue(Facet::kUserLayer))
         (void)attribute.setStyleValue(progress.track->at(progress.share), Facet::kUserLayer, nullptr);

@@ -82,7 +82,6 @@ private:
     std::shared_ptr<const AnimationList> m_list;
     std::vector<Entry> m_entries;
     std::vector<Covered> m_covered;
-    std::vector<int> m_held; ///< attributes that a finger took
     bool m_isChanged = false;
     bool m_jumps = false;
     unsigned m_round = 0; ///< grows when `m_covered` becomes another list
