@@ -174,6 +174,8 @@ TEST_CASE("style motion: opacity, rotation, location, and the scale of an absolu
         {"animated opacity", "@keyframes x { to { opacity: 0 } } .go { animation: x 1s }"},
         {"animated rotation", "@keyframes x { to { rotation: 1 } } .go { animation: x 1s }"},
         {"animated scale", "@keyframes x { to { scale: 2 } } .go { animation: x 1s }"},
+        {"animated scale at far edges",
+         ".t { left: auto; top: auto; right: 9px; bottom: 9px } @keyframes x { to { scale: 2 } } .go { animation: x 1s }"},
         {"animated location", "@keyframes x { to { location: 90px 90px } } .go { animation: x 1s }"},
     };
     for (const Row& row : rows) {
@@ -223,6 +225,13 @@ TEST_CASE("style motion: what stands at a far edge stays there while a transitio
     CHECK(widget.sceneBounds().right() == near(1000));
     CHECK(widget.sceneBounds().bottom() == near(800));
     CHECK(widget.sceneBounds().width == near(75));
+    auto& lower = scene.add("t");
+    style(lower, "right: auto; left: 0px;");
+    scene.frames(2, 0.0);
+    lower.addCSSClass("big");
+    scene.frame(0.5);
+    CHECK(lower.sceneBounds().x == near(0));
+    CHECK(lower.sceneBounds().bottom() == near(800));
 }
 
 // ---- Fingers -----------------------------------------------------------------------------------------------------------
@@ -295,6 +304,31 @@ TEST_CASE("style motion: two fingers that scale go on from the size that shows")
     scene.frame(0.25);
     CHECK(widget.scale() == near(1.f));
     CHECK_POINT(widget.centerLocation(), 400, 400);
+    scene.input.fingerUp(1);
+    scene.input.fingerUp(2);
+    scene.frame();
+}
+
+TEST_CASE("style motion: fingers that lie already take over an animation that comes, with their next move")
+{
+    MotionScene scene("@keyframes shrink { to { scale: 0.5 } } .shrink { animation: shrink 1s linear forwards } "
+                      ".m { position: absolute; left: 200px; top: 200px; width: 400px; height: 400px; scalable: true }");
+    auto& widget = scene.add("m");
+    scene.frames(2, 0.0);
+    scene.input.fingerDown(1, {380.f, 400.f});
+    scene.input.fingerDown(2, {420.f, 400.f});
+    scene.frame(0.0);
+    widget.addCSSClass("shrink");
+    scene.frame(0.0);
+    scene.frame(1.0);
+    CHECK(widget.scale() == 0.5f);
+    scene.input.fingerMove(1, {360.f, 400.f});
+    scene.input.fingerMove(2, {440.f, 400.f});
+    scene.frame(0.25);
+    scene.frame(0.25);
+    CHECK(widget.scale() == near(1.f));
+    CHECK_POINT(widget.centerLocation(), 400, 400);
+    CHECK_POINT(widget.mapToParent({0.f, 0.f}), 200, 200);
     scene.input.fingerUp(1);
     scene.input.fingerUp(2);
     scene.frame();
@@ -382,7 +416,7 @@ TEST_CASE("style motion: a size that changes while the widget grows is damaged w
     MotionScene scene(kGrow);
     auto& widget = scene.add("grow");
     widget.setCenterLocation({300.f, 200.f});
-    auto& inner = box(widget, {0.f, 0.f, 20.f, 20.f}, kRed);
+    auto& inner = box(widget, {-60.f, 0.f, 20.f, 20.f}, kRed);
     scene.frame(0.0);
     Cascara::StyleEngine::instance().addStyleSheet(QStringLiteral(".grow { animation-play-state: paused }"),
                                                    QStringLiteral("test.css"));
