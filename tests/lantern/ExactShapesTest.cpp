@@ -67,6 +67,22 @@ TEST_CASE("exact shapes: each part of a rectangle, an outline, a thin line or an
     }
 }
 
+TEST_CASE("exact shapes: so has a faint rectangle that begins and ends on whole pixels, beyond the picture, in any scale")
+{
+    std::mt19937 random(7);
+    for (const float scale : {1.f, 1.25f, 2.f}) {
+        CAPTURE(scale);
+        const auto draw = [scale](Lantern::RenderContext& context) {
+            context.pushTransform(Vecta::Transform::scaling(scale));
+            context.drawRect({0, 0, 300, 300}, 0.f, Lantern::Style().setFill({0.f, 0.f, 0.5f, 0.5f}));
+            context.drawRect({8, 4, 72, 60}, 0.f, Lantern::Style().setFill({0.3f, 0.f, 0.f, 0.3f}));
+            context.pop();
+        };
+        for (int i = 0; i < 10; ++i)
+            checkParts("faint rectangle", draw, random);
+    }
+}
+
 TEST_CASE("exact shapes: a rectangle on whole pixels has sharp edges, one that is turned has soft ones")
 {
     const auto rectangle = [](const Vecta::Transform& transform) {

@@ -27,11 +27,14 @@ void fillExactRect(PainterContext::Private& context, const QRectF& rect, const Q
     if (context.world.type() <= QTransform::TxScale) {
         const QRectF device = context.world.mapRect(rect);
         if (isWhole(device.x()) && isWhole(device.y()) && isWhole(device.width()) && isWhole(device.height())) {
-            if (context.image && color.alpha() == 255 && context.opacity >= 1.0)
-                context.composition.add(FilledPixels(device.intersected(context.clipBounds).toAlignedRect(), pixelOf(color)));
-            else
+            if (!context.image) {
                 context.readyPainter().fillRect(rect, color);
-            return;
+                return;
+            }
+            if (color.alpha() == 255 && context.opacity >= 1.0) {
+                context.composition.add(FilledPixels(device.intersected(context.clipBounds).toAlignedRect(), pixelOf(color)));
+                return;
+            }
         }
     }
     if (context.image && context.world.isInvertible()) {

@@ -3,9 +3,13 @@
 #include "BoxInterior.hpp"
 #include "CopiedPixels.hpp"
 #include "ExactShapes.hpp"
+#include "FramedBox.hpp"
 #include "GlKeptTexture.hpp"
 #include "GlSurfaces.hpp"
+#include "LayerSurfaces.hpp"
+#include "PainterState.hpp"
 #include "PixelDrawing.hpp"
+#include "PixelMath.hpp"
 #include "SampledPixels.hpp"
 #include "ToQt.hpp"
 
@@ -46,6 +50,24 @@ bool hasScaleOf(const KeptPicture& picture, const QTransform& world)
 unsigned shareOf(qreal opacity)
 {
     return unsigned(qRound(opacity * 255.0));
+}
+
+/// Without the painter, where its pixels can be computed. False where not, whatever is damaged.
+bool drawFramed(PainterContext::Private& context, const Vecta::Rect& rect, float cornerRadius, const Style& style)
+{
+    if (!context.image || !FramedBox::canDraw(context.world))
+        return false;
+    const auto pixel = [&](const Bedrock::Color& color) { return scaledPixel(pixelOf(toQt(color)), shareOf(context.opacity)); };
+    FramedBox::Look look;
+    look.radius = cornerRadius > 0.f ? double(fittingRadius(rect, cornerRadius)) : 0.0;
+    if (style.hasFill && style.fill.alpha > 0.f)
+        look.fill = pixel(style.fill);
+    if (hasVisibleStroke(style)) {
+        look.stroke = pixel(style.stroke);
+        look.strokeWidth = double(style.strokeWidth);
+    }
+    context.composition.add(FramedBox(context.clipRect(), context.world, toQt(rect), look));
+    return true;
 }
 
 /// The painter's sampler rounds from where a line enters the clip, so that a part of a picture would differ from the whole.
@@ -116,6 +138,8 @@ void PainterContext::drawRect(const Vecta::Rect& rect, float cornerRadius, const
     if (rect.isEmpty() || !isFinite(rect))
         return;
     const bool isPlain = !hasVisibleStroke(style) && !(cornerRadius > 0.f);
+    if (!isPlain && drawFramed(*d, rect, cornerRadius, style))
+        return;
     if (!(isPlain && d->image) && fillBoxInterior(*d, rect, cornerRadius, style))
         return;
     if (isPlain) {
