@@ -6,6 +6,7 @@
 #include <QVarLengthArray>
 
 #include <algorithm>
+#include <array>
 
 namespace Lantern
 {
@@ -32,7 +33,23 @@ struct Piece
 {
     int begin, end;
 };
-using Pieces = QVarLengthArray<Piece, kMostPieces + 2>;
+
+/// Of a row. Cutting adds at most one, and is done up to kMostPieces.
+class Pieces
+{
+public:
+    explicit Pieces(const Piece& whole) { append(whole); }
+    void append(const Piece& piece) { m_pieces[std::size_t(m_count++)] = piece; }
+    /// Cuts the columns of `hidden` out.
+    void cut(const Piece& hidden);
+    [[nodiscard]] int count() const { return m_count; }
+    [[nodiscard]] const Piece* begin() const { return m_pieces.data(); }
+    [[nodiscard]] const Piece* end() const { return m_pieces.data() + m_count; }
+
+private:
+    std::array<Piece, kMostPieces + 2> m_pieces;
+    int m_count = 0;
+};
 
 struct Run
 {
@@ -41,17 +58,18 @@ struct Run
     PixelSpan span;
 };
 
-/// Cuts the columns of `hidden` out of `pieces`.
-void cut(Pieces& pieces, const Piece& hidden)
+void Pieces::cut(const Piece& hidden)
 {
-    Pieces rest;
-    for (const Piece& piece : pieces) {
+    Piece rest[kMostPieces + 2];
+    int count = 0;
+    for (const Piece& piece : *this) {
         if (const int end = std::min(piece.end, hidden.begin); piece.begin < end)
-            rest.append({piece.begin, end});
+            rest[count++] = {piece.begin, end};
         if (const int begin = std::max(piece.begin, hidden.end); begin < piece.end)
-            rest.append({begin, piece.end});
+            rest[count++] = {begin, piece.end};
     }
-    pieces = rest;
+    std::copy_n(rest, count, m_pieces.begin());
+    m_count = count;
 }
 
 /// One rectangle, row by row: from the top to the bottom what shows of each source, then drawn from the bottom to the top.
@@ -63,8 +81,7 @@ void drawStrip(const Target& target, const QRect& strip, const Sources& sources)
             candidates.append(source->get());
     QVarLengthArray<Run, 128> runs;
     for (int y = strip.top(); y <= strip.bottom(); ++y) {
-        Pieces open;
-        open.append({strip.left(), strip.right() + 1});
+        Pieces open({strip.left(), strip.right() + 1});
         runs.clear();
         for (const PixelSource* source : candidates) {
             const QRect& area = source->area();
@@ -76,9 +93,9 @@ void drawStrip(const Target& target, const QRect& strip, const Sources& sources)
                 if (const int begin = std::max(piece.begin, left), end = std::min(piece.end, right); begin < end)
                     runs.append({source, begin, end, span});
             const Piece full{std::max(span.fullBegin, left), std::min(span.fullEnd, right)};
-            if (source->isSolid() && full.end - full.begin >= kLeastHiddenPx && open.size() < kMostPieces)
-                cut(open, full);
-            if (open.isEmpty())
+            if (source->isSolid() && full.end - full.begin >= kLeastHiddenPx && open.count() < kMostPieces)
+                open.cut(full);
+            if (open.count() == 0)
                 break;
         }
         auto* const row = reinterpret_cast<QRgb*>(target.bits + y * target.bytesPerLine);

@@ -33,22 +33,23 @@ struct Work
 
 struct PaintingThreads::Private
 {
-    /// Until a work begins after the one numbered `last`.
-    void waitActively(long last) const
+    /// A thread that sleeps takes longer to wake up than most waits are long.
+    template <class Condition>
+    static void waitActively(Condition isMet)
     {
         const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double, std::milli>(kActiveWaitMs);
-        while (generation == last && !isEnding && std::chrono::steady_clock::now() < end)
+        while (!isMet() && std::chrono::steady_clock::now() < end)
             std::this_thread::yield();
     }
 
     std::mutex mutex;
     std::condition_variable workCame;
     std::condition_variable helperLeft;
-    // Under the mutex:
+    // Changed under the mutex; those that wait actively read the last three without it.
     Work* work = nullptr;            ///< helpers may enter it
-    int inside = 0;                  ///< helpers in `work`
     long calls = 0;                  ///< of `prepare` that woke the helpers
     std::atomic<long> generation{0}; ///< counts the works, so that a helper enters each once
+    std::atomic<int> inside{0};      ///< helpers in `work`
     std::atomic<bool> isEnding{false};
 
     std::vector<std::thread> helpers;
@@ -67,7 +68,7 @@ struct PaintingThreads::Private
             if (!work || generation == seen) {
                 const long last = generation;
                 lock.unlock();
-                waitActively(last);
+                waitActively([&] { return generation != last || isEnding; });
                 lock.lock();
                 continue;
             }
@@ -151,6 +152,11 @@ void PaintingThreads::run(int parts, const std::function<void(int)>& part)
     std::unique_lock lock(d->mutex);
     // A helper that wakes up now finds nothing any more; those inside are on their last part.
     d->work = nullptr;
+    if (d->inside > 0) {
+        lock.unlock();
+        Private::waitActively([this] { return d->inside == 0; });
+        lock.lock();
+    }
     d->helperLeft.wait(lock, [this] { return d->inside == 0; });
 }
 }
