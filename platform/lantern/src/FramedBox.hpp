@@ -35,8 +35,8 @@ private:
     BoxEdges m_outer;
     BoxEdges m_wide, m_tall; ///< inside of the border, without what is above and below corners, or beside them
     bool m_hasWide = false, m_hasTall = false;
-    QTransform m_toBox;    ///< from device pixels, around the box's middle
-    double m_scale = 1.0;  ///< device pixels for one of the box's
+    QTransform m_toBox;                          ///< from device pixels, around the box's middle
+    double m_scale = 1.0;                        ///< device pixels for one of the box's
     double m_straightX = 0.0, m_straightY = 0.0; ///< from the middle to where corners begin
 };
 }

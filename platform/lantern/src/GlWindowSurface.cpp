@@ -2,6 +2,8 @@
 #include "GlSurfaces.hpp"
 #include "WindowSurface.hpp"
 
+#include <Lantern/PainterContext.hpp>
+
 #include <QOpenGLContext>
 #include <QOpenGLFramebufferObject>
 #include <QOpenGLFunctions>
@@ -49,19 +51,16 @@ public:
         const QSize pixels = m_window.size() * ratio;
         if (!m_ground || m_ground->pixels() != pixels) {
             m_ground = std::make_unique<GlSurface>(pixels, *m_surfaces);
-            m_ground->setDevicePixelRatio(ratio);
             m_shown = std::make_unique<QOpenGLFramebufferObject>(pixels);
         }
-        const QRegion area = oneRectWhereCheap(damage);
+        const QRegion area = oneRectWhereCheap(devicePixels(damage, ratio, pixels));
         {
             QPainter painter(m_ground.get());
-            draw(painter, area);
+            PainterContext context(painter, area);
+            draw(context);
         }
-        for (const QRect& rect : area) {
-            const QRect inPixels =
-                QRectF(QPointF(rect.topLeft()) * ratio, QSizeF(rect.size()) * ratio).toAlignedRect() & QRect(QPoint(), pixels);
-            m_ground->resolve(inPixels, *m_shown, inPixels.topLeft());
-        }
+        for (const QRect& rect : area)
+            m_ground->resolve(rect, *m_shown, rect.topLeft());
         QOpenGLFramebufferObject::blitFramebuffer(nullptr, m_shown.get());
         m_context.swapBuffers(&m_window);
         m_context.doneCurrent();

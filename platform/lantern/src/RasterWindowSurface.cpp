@@ -1,9 +1,15 @@
+#include "DamageArea.hpp"
 #include "WindowSurface.hpp"
 
+#include <Lantern/PainterContext.hpp>
+
 #include <QBackingStore>
+#include <QImage>
 #include <QPainter>
 #include <QRegion>
 #include <QWindow>
+
+#include <cmath>
 
 namespace Lantern
 {
@@ -18,13 +24,21 @@ public:
     {
         if (m_store.size() != m_window.size())
             m_store.resize(m_window.size());
-        m_store.beginPaint(damage);
-        if (QPaintDevice* device = m_store.paintDevice()) {
-            QPainter painter(device);
-            draw(painter, damage);
+        // Qt rounds to the nearest pixels what it copies to the window.
+        QRegion shown = damage;
+        if (const qreal ratio = m_window.devicePixelRatio(); ratio != std::floor(ratio))
+            for (const QRect& rect : damage)
+                shown += rect.adjusted(-1, -1, 1, 1);
+        m_store.beginPaint(shown);
+        if (auto* image = dynamic_cast<QImage*>(m_store.paintDevice())) {
+            // The same pixels, without their ratio.
+            QImage pixels(image->bits(), image->width(), image->height(), int(image->bytesPerLine()), image->format());
+            QPainter painter(&pixels);
+            PainterContext context(painter, devicePixels(damage, image->devicePixelRatio(), pixels.size()));
+            draw(context);
         }
         m_store.endPaint();
-        m_store.flush(damage);
+        m_store.flush(shown);
     }
 
 private:

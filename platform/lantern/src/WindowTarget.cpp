@@ -8,7 +8,6 @@
 #include <Bedrock/Trace.hpp>
 
 #include <QGuiApplication>
-#include <QPainter>
 #include <QRegion>
 #include <QScreen>
 
@@ -76,10 +75,12 @@ void WindowTarget::paint(const QRegion& damage, const std::function<void(RenderC
     const QRegion area = damage.intersected(QRect(QPoint(0, 0), size()));
     if (area.isEmpty() || !d->window->isExposed())
         return;
-    d->surface->paint(area, [&](QPainter& painter, const QRegion& painted) {
-        PainterContext context(painter, painted);
+    const float ratio = float(d->window->devicePixelRatio());
+    d->surface->paint(area, [&](PainterContext& context) {
         context.clear(Qt::black);
+        context.pushTransform(Vecta::Transform::scaling(ratio));
         draw(context);
+        context.pop();
     });
 }
 }
