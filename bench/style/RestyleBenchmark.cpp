@@ -102,6 +102,25 @@ void everything(benchmark::State& state, int widgets, Bench::Notation notation)
         });
 }
 
+/// The same rules with variables and inherited values, against the rules without.
+void withVariables(benchmark::State& state, int widgets)
+{
+    Bench::StyleScene scene(widgets);
+    scene.root->addCSSClass("all");
+    auto& engine = Cascara::StyleEngine::instance();
+    const auto restyle = [&](long times) {
+        for (long i = 0; i < times; ++i)
+            scene.root->updateStyle();
+    };
+    const auto sheet = [&](const QString& text) {
+        return [&engine, text] {
+            engine.clearStyleSheets();
+            engine.addStyleSheet(text, QStringLiteral("bench.css"));
+        };
+    };
+    Bench::compare(state, {restyle, sheet(Bench::styleSheetWithVariables(kRules))}, {restyle, sheet(Bench::styleSheet(kRules))});
+}
+
 /// A sheet replaced by one with other values: read, applied, and everything that was set before withdrawn.
 void anotherSheet(benchmark::State& state, int widgets)
 {
@@ -136,6 +155,7 @@ const Bench::Row kRow([] {
                    [=](benchmark::State& state) { everything(state, size, Bench::Notation::ClassProperty); });
         Bench::add("row04/types/" + std::to_string(widgets),
                    [=](benchmark::State& state) { everything(state, size, Bench::Notation::TypesAndIds); });
+        Bench::add("row04/variables/" + std::to_string(widgets), [=](benchmark::State& state) { withVariables(state, size); });
         Bench::add("row04/another/" + std::to_string(widgets), [=](benchmark::State& state) { anotherSheet(state, size); });
     }
 });

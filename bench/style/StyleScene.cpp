@@ -35,6 +35,22 @@ QString styleSheet(int rules, int shade)
     return text;
 }
 
+QString styleSheetWithVariables(int rules)
+{
+    QString text = QStringLiteral(".all { color: navy; font-size: 20px; line-height: 1.4; --lit: 3px; --open: 2px;");
+    for (int i = 1; i <= 5; ++i)
+        text += QStringLiteral(" --step%1: %1px;").arg(i);
+    text += QStringLiteral(" }\n.sign.lit { width: var(--lit); }\n.open .sign { width: var(--open); }\n");
+    forEachRule(rules, [&](int kind, int i) {
+        switch (kind) {
+        case 0: text += QStringLiteral(".panel%1 > .tile { padding: var(--step%2); }\n").arg(i).arg(1 + i % 5); break;
+        case 1: text += QStringLiteral("#panel%1 .sign { width: var(--step%2, 9px); }\n").arg(i).arg(1 + i % 3); break;
+        default: text += QStringLiteral(".gone%1 > .tile { padding: var(--step1); }\n").arg(i); break;
+        }
+    });
+    return text;
+}
+
 QString qtStyleSheet(int rules, Notation notation, int shade)
 {
     const bool isTypes = notation == Notation::TypesAndIds;

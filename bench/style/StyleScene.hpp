@@ -15,6 +15,8 @@ namespace Bench
 /// A sheet of `rules` rules of the kinds that presentations have; of each three, one matches nothing. `shade` makes sheets that
 /// differ in their values. The first rule styles what is lit, the second what stands in an open panel.
 [[nodiscard]] QString styleSheet(int rules, int shade = 0);
+/// The same rules with the values of variables, which the root (class "all") defines together with the look of all texts.
+[[nodiscard]] QString styleSheetWithVariables(int rules);
 /// How Qt's sheet names what it styles. A widget there has no classes.
 enum class Notation {
     ClassProperty, ///< by a dynamic property "class": the same selectors

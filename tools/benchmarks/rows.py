@@ -68,6 +68,7 @@ FIGURES = [
     Figure("row03/different/10000", "leaves in random order", 1.6, rival=_FEW),
     Figure("row04/again/10000", "styles computed anew", 0.009, rival=_SHEET),
     Figure("row04/types/10000", "the same", None, rival="QWidgets with a sheet that names types and ids, which is fastest there"),
+    Figure("row04/variables/10000", "with variables and inheritance in use", 1.3, rival="the same rules without"),
     Figure("row04/another/10000", "the sheet replaced by another", None, rival=_SHEET),
     Figure("row05/widget", "a plain widget", 1100, "value", "bytes"),
     Figure("row05/text", "a text", 1900, "value", "bytes"),
