@@ -11,6 +11,7 @@
 #include "recording/RecordingNote.hpp"
 #include "recording/TreeLog.hpp"
 #include "services/CardLanguages.hpp"
+#include "table/HostTypes.hpp"
 #include "table/PluginSearch.hpp"
 #include "table/ServiceSigns.hpp"
 #include "table/Shelves.hpp"
@@ -37,6 +38,7 @@
 #include <QDir>
 #include <QEvent>
 
+#include <optional>
 #include <vector>
 
 namespace Host
@@ -53,6 +55,7 @@ struct Table::Private
     std::shared_ptr<Tavola::Tavola> tavola;
     TableServices services;
     std::unique_ptr<CareAttributes> careAttributes;
+    std::optional<Cascara::StyleVocabulary::Registrant> styleTypes;
     std::unique_ptr<HostComponents> hostComponents;
     std::vector<std::unique_ptr<Tavola::PluginLoader>> plugins;
     std::shared_ptr<PersonalWidgets> personalWidgets;
@@ -134,6 +137,8 @@ void Table::Private::close()
     while (!plugins.empty())
         plugins.pop_back();
     Cascara::StyleEngine::instance().clearStyleSheets();
+    Cascara::StyleEngine::instance().setChecksNames(false);
+    styleTypes.reset();
 }
 
 Table::Table() : d(std::make_unique<Private>()) {}
@@ -180,6 +185,11 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const Table
     auto& styles = Cascara::StyleEngine::instance();
     styles.setPixelPitch(double(presentation.pixelPitchMm));
     styles.setMedia({d.view.layout().x, d.view.layout().y, presentation.reducedMotion});
+    // The plug-ins' packages say which types and attributes the style sheets may name.
+    if (!d.loadPlugins(options.plugin.isEmpty() ? presentation.plugins : QStringList{options.plugin}, error))
+        return nullptr;
+    d.styleTypes.emplace(hostTypes(presentation));
+    styles.setChecksNames(true);
     styles.addStyleSheet(careStyleSheet(presentation.pixelPitchMm), QStringLiteral("care.css"));
     if (presentation.keyboardLayout != QLatin1String("none"))
         styles.addStyleSheet(languageKeyboardSheet(), QStringLiteral("care.css"));
@@ -188,8 +198,6 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const Table
         styles.addStyleSheet(sheet.css, sheet.file);
     for (const QString& sheet : presentation.styleSheets)
         styles.loadStyleSheet(sheet);
-    if (!d.loadPlugins(options.plugin.isEmpty() ? presentation.plugins : QStringList{options.plugin}, error))
-        return nullptr;
     d.tavola->ui()->internalOverlayWidget()->addChild(Bedrock::makeIntrusive<Tavola::MarkerDetectorWidget>());
     d.placeWidgets(presentation);
     std::function<bool()> isMailDelayed;

@@ -441,7 +441,7 @@ TEST_CASE("tavola: files with mistakes are reported with their places, and the r
     };
     CAPTURE(warnings.join(QLatin1Char('\n')).toStdString());
     CHECK(isTold(presentation + QStringLiteral(": colour: unknown entry")));
-    CHECK(isTold(presentation + QStringLiteral(": widgets[1].attributes.source: there is no file")));
+    CHECK(isTold(QStringLiteral(": widgets[1].attributes.source: there is no file")));
     CHECK(isTold(presentation + QStringLiteral(": widgets[2]: there is no component \"volcano\"")));
     CHECK(isTold(sheet + QStringLiteral(":2:")));
     CHECK(isTold(people + QStringLiteral(":2: 'x' is no card code")));

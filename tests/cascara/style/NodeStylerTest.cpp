@@ -214,3 +214,38 @@ TEST_CASE("node styler: what a shorthand resets is not made for it, nor missed, 
     fixture.engine.clearStyleSheets();
     CHECK(bottomWidth == 0.f);
 }
+
+TEST_CASE("node styler: a value with variables is that of each node, in whatever order they are styled")
+{
+    StyleFixture fixture;
+    fixture.add("", "Root", "root");
+    auto& a = fixture.add("root", "N", "a");
+    auto& b = fixture.add("root", "N", "b", "other");
+    auto& c = fixture.add("root", "N", "c", "large");
+    fixture.sheet("Root { --w: 1px } .other { --w: 2px } .large { font-size: 20px }"
+                  "N { width: var(--w); height: calc(var(--w) + 1em) }");
+    const auto widths = [&] {
+        return std::to_string(int(a.width)) + std::to_string(int(b.width)) + std::to_string(int(c.width));
+    };
+    const auto heights = [&] {
+        return std::to_string(int(a.height)) + " " + std::to_string(int(b.height)) + " " + std::to_string(int(c.height));
+    };
+    CHECK(widths() == "121");
+    CHECK(heights() == "17 18 21");
+    a.addCSSClass("other");
+    CHECK(widths() == "221");
+    b.removeCSSClass("other");
+    c.removeCSSClass("large");
+    CHECK(widths() == "211");
+    CHECK(heights() == "18 17 17");
+    a.resetChanges();
+    fixture["root"].updateStyle(); // nothing is written anew
+    CHECK(widths() == "211");
+    CHECK(a.resetChanges() == 0);
+    fixture.sheet("Root { --w: 5px }");
+    CHECK(widths() == "255");
+    a.removeCSSClass("other");
+    CHECK(widths() == "555");
+    fixture.engine.clearStyleSheets();
+    CHECK(widths() == "000");
+}

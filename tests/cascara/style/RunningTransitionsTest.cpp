@@ -342,3 +342,22 @@ TEST_CASE("running transitions: rounded steps reach the end in the frame that th
     CHECK(fixture.n().width == 100.f);
     CHECK_FALSE(fixture.engine.isMoving());
 }
+
+TEST_CASE("running transitions: a value that does not fit leaves one that runs alone")
+{
+    MotionFixture fixture;
+    fixture.sheet(".odd { width: wide }");
+    TestNode& n = fixture.n();
+    n.addCSSClass("far");
+    fixture.engine.advance(1.0);
+    n.removeCSSClass("far");
+    fixture.engine.advance(0.5);
+    expectWarning("StyleEngine # test.css:1:8: width: expected a number, got 'wide'; the declaration is skipped");
+    n.addCSSClass("odd");
+    CHECK(n.width == 50.f);
+    fixture.engine.advance(0.25);
+    CHECK(n.width == 25.f);
+    fixture.engine.advance(0.25);
+    CHECK(n.width == 0.f);
+    CHECK_FALSE(n.width.hasValue(Facet::kStyleLayer));
+}

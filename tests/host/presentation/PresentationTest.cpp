@@ -24,9 +24,11 @@ public:
 
     Folder& folder() { return m_folder; }
     /// Announces the warning that costs `place`.
-    Written& skips(const char* place, const QString& why)
+    /// `position`: ":LINE:COLUMN" where it is told.
+    Written& skips(const char* place, const QString& why, const char* position = "")
     {
-        expectWarning(told(place) + why.toStdString() + "; it is skipped");
+        expectWarning("Presentation # " + m_file.toStdString() + position + ": " + place + ": " + why.toStdString()
+                      + "; it is skipped");
         return *this;
     }
     /// How every warning of `place` begins.
@@ -103,9 +105,12 @@ TEST_CASE("presentation: everything that may stand in one is read")
     CHECK(presentation.widgets[0].component == "picture");
     const QJsonArray location{QJsonObject{{"number", "1"}}, QJsonObject{{"number", "2.50"}}}; // with their digits
     CHECK(presentation.widgets[0].properties
-          == QJsonObject{{"id", "map"},
-                         {"classes", QJsonArray{"large"}},
-                         {"attributes", QJsonObject{{"source", map}, {"location", location}}}});
+          == QJsonObject{
+              {"id", "map"},
+              {"classes", QJsonArray{"large"}},
+              {"attributes", QJsonObject{{"source", map}, {"location", location}}},
+              {"places", QJsonObject{{"source", "widgets[0].attributes.source"}, {"location", "widgets[0].attributes.location"}}},
+              {"file", written.folder().path(QStringLiteral("presentation.json"))}});
 }
 
 TEST_CASE("presentation: texts in languages lie beside it, or in the folders that it names")
@@ -316,9 +321,9 @@ TEST_CASE("presentation: files that are not there are named, and what needs them
     written.skips("styleSheets[0]", missing("none.css"))
         .skips("styleSheets[1]", missing("media"))
         .skips("people", missing("none.csv"));
-    written.skips("widgets[1].attributes.source", missing("none.png"));
-    written.skips("widgets[1].attributes.source-tessel-urls[1]", missing("media/none.pdf"));
-    written.skips("widgets[1].attributes.other", QStringLiteral("expected the name of a file"));
+    written.skips("widgets[1].attributes.source", missing("none.png"), ":3:39");
+    written.skips("widgets[1].attributes.source-tessel-urls[1]", missing("media/none.pdf"), ":4:81");
+    written.skips("widgets[1].attributes.other", QStringLiteral("expected the name of a file"), ":5:38");
 
     const Presentation presentation = written.load();
     CHECK(presentation.styleSheets.isEmpty());

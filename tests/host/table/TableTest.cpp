@@ -343,12 +343,13 @@ TEST_CASE("table: what is wrong in a presentation costs the smallest piece, the 
         {"component": "text", "id": "title", "attributes": {"text": "Rooms"}}]})");
     const std::string people = place.folder.write(QStringLiteral("people.csv"), "code,name\n1,Ann\nx,Bo\n3,Cy\n").toStdString();
     const std::string file = place.folder.path(QStringLiteral("presentation.json")).toStdString();
-    expectWarning("Presentation # " + file + ": widgets[1].attributes.source: there is no file "
+    expectWarning("Presentation # " + file + ":3:72: widgets[1].attributes.source: there is no file "
                   + place.folder.path(QStringLiteral("none.png")).toStdString() + "; it is skipped");
     expectWarning("PeopleFile # " + people + ":3: 'x' is no card code, a whole number is expected; the line is skipped");
     expectWarning("ComponentUse # " + file + ": widgets[0]: there is no component \"no-such-thing\"; it is left out");
-    expectWarningStartingWith("UIComponent # Component 'panel': property \"attributes.no-such-attribute\": ");
-    expectWarningStartingWith("UIComponent # Component 'panel': property \"attributes.rotation\": ");
+    expectWarning("UIComponent # " + file
+                  + ":4:81: widgets[2].attributes.no-such-attribute: component 'panel': a Widget has no such attribute; skipped");
+    expectWarningStartingWith("UIComponent # " + file + ":4:96: widgets[2].attributes.rotation: component 'panel': expected ");
 
     const auto table = place.open();
     table->application().frame(0.0);

@@ -138,3 +138,31 @@ TEST_CASE("package: an entry that declares no component costs itself only")
     for (const char* skipped : {"b", "c", "d", "e", "f"})
         CHECK_FALSE(package->component(skipped));
 }
+
+TEST_CASE("package: declares what style sheets may say of its widgets, and what is wrong there costs one type")
+{
+    const Folder folder;
+    const QString path = folder.write(R"({ "components": {}, "styles": {
+        "Frame": { "is": "Widget", "attributes": ["frame-width", "gilt"], "classes": ["old"], "states": ["empty"] },
+        "Bare": {},
+        "NoObject": 1, "NoList": { "attributes": "gilt" }, "NoNames": { "states": [1] }, "NoType": { "is": 1 },
+        "Unknown": { "atributes": [] } } })");
+    const std::string start = "Package::load # " + path.toStdString() + ": style \"";
+    TestSupport::expectWarning(start
+                               + "NoObject\": expected an object such as { \"is\": \"Widget\", \"attributes\": [] }; skipped");
+    TestSupport::expectWarning(start + "NoList\": \"attributes\" must be a list of names; skipped");
+    TestSupport::expectWarning(start + "NoNames\": \"states\" must be a list of names; skipped");
+    TestSupport::expectWarning(start + "NoType\": \"is\" must be the name of a type; skipped");
+    TestSupport::expectWarning(start
+                               + "Unknown\": unknown entry \"atributes\"; known are is, attributes, classes, states; skipped");
+    const auto package = Package::load(path);
+    REQUIRE(package);
+    REQUIRE(package->styleTypes().size() == 2);
+    CHECK(package->styleTypes()[0].name == "Bare");
+    const Cascara::StyleType& frame = package->styleTypes()[1];
+    CHECK(frame.name == "Frame");
+    CHECK(frame.base == "Widget");
+    CHECK(frame.attributes == QStringList{"frame-width", "gilt"});
+    CHECK(frame.classes == QStringList{"old"});
+    CHECK(frame.states == QStringList{"empty"});
+}

@@ -91,3 +91,14 @@ TEST_CASE("json numbers: a number with its digits is one JSON value, and no othe
                                     QJsonValue(QJsonObject{{"number", "10"}, {"x", 1}}), QJsonValue(QJsonObject{{"number", 10}})})
         CHECK(JsonNumbers::digitsOf(other).isEmpty());
 }
+
+TEST_CASE("json numbers: the position of a value is its line and column in characters")
+{
+    const QByteArray json = "\xEF\xBB\xBF{\"a\": 1,\n \"\xC3\xA4\": [{\"b.c\": 2}, {\"b\":\n\n   null}]}";
+    CHECK(JsonNumbers::positionOf(json, QStringLiteral("a")) == "1:7");
+    CHECK(JsonNumbers::positionOf(json, QString::fromUtf8("\xC3\xA4")) == "2:7");
+    CHECK(JsonNumbers::positionOf(json, QString::fromUtf8("\xC3\xA4[0].b.c")) == "2:16");
+    CHECK(JsonNumbers::positionOf(json, QString::fromUtf8("\xC3\xA4[1].b")) == "4:4");
+    CHECK(JsonNumbers::positionOf(json, QStringLiteral("b")).isEmpty());
+    CHECK(JsonNumbers::positionOf(json, QStringLiteral("a.b")).isEmpty());
+}

@@ -32,6 +32,9 @@ public:
     void addStyleSheet(const QString& text, const QString& name, const QString& baseDirectory = QString());
     /// As above from a UTF-8 file. False, with a warning, when it cannot be read.
     bool loadStyleSheet(const QString& path);
+    /// Whether sheets that are added from then on are compared with StyleVocabulary: names of types, states and attributes that
+    /// no node can have are warnings when the sheet is read. Off by default, for programs that declare no types.
+    void setChecksNames(bool on);
     /// How large a pixel is, for lengths in `mm` in sheets that are added from then on. 0.55 mm as long as it is not set.
     void setPixelPitch(double mmPerPixel);
     /// What `@media` asks for. Restyles everything when some condition holds now and did not before, or the other way round.

@@ -104,6 +104,15 @@ struct Compound
 
 enum class Combinator { Descendant, Child, NextSibling, LaterSibling };
 
+/// A type or a pseudo-class where a selector names it.
+struct SelectorName
+{
+    Feature feature;
+    int type; ///< that the same compound names; 0 for none
+    int line;
+    int column;
+};
+
 /// Compounds joined by combinators, from right to left.
 struct Selector
 {

@@ -140,7 +140,7 @@ bool SelectorParser::parseCompound(Compound& result)
         return fail(QStringLiteral("expected a selector, got '%1'").arg(m_tokens.textBetween(m_position, m_position + 1)));
     }
     if (at(Kind::Ident)) {
-        result.features.push_back(feature(Feature::Kind::Type, token().text));
+        addName(result, Feature::Kind::Type);
         ++m_position;
     } else if (atDelim('*')) {
         ++m_position;
@@ -168,6 +168,15 @@ bool SelectorParser::parseCompound(Compound& result)
         }
     }
     return true;
+}
+
+/// The type stands first in its compound.
+void SelectorParser::addName(Compound& compound, Feature::Kind kind)
+{
+    const Feature named = feature(kind, token().text);
+    const bool hasType = !compound.features.empty() && compound.features.front().kind == Feature::Kind::Type;
+    m_names.push_back({named, hasType ? compound.features.front().name : 0, token().line, token().column});
+    compound.features.push_back(named);
 }
 
 bool SelectorParser::parseAttribute(Compound& result)
@@ -237,7 +246,7 @@ bool SelectorParser::parsePseudo(Compound& result)
         else if (isSame(token().text, "last-child"))
             result.positions.push_back({Feature::Last});
         else
-            result.features.push_back(feature(Feature::Kind::PseudoClass, token().text));
+            addName(result, Feature::Kind::PseudoClass);
         ++m_position;
         return true;
     }

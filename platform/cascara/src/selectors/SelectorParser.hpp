@@ -17,6 +17,8 @@ public:
     /// False when any selector of the list is wrong; then `error()` says which and where.
     [[nodiscard]] bool parseList(std::vector<Selector>& result);
     [[nodiscard]] const StyleSheetError& error() const noexcept { return m_error; }
+    /// The types and pseudo-classes that are named, in their order.
+    [[nodiscard]] const std::vector<SelectorName>& names() const noexcept { return m_names; }
     /// Mistakes in lists of `:is()`, each of which costs one selector of such a list.
     [[nodiscard]] const std::vector<StyleSheetError>& listErrors() const noexcept { return m_listErrors; }
 
@@ -40,6 +42,7 @@ private:
     bool parseAlternatives(Compound& result, bool isNegation);
     bool parseNth(Compound& result);
     bool parseLanguage(Compound& result);
+    void addName(Compound& compound, Feature::Kind kind);
     bool fail(const QString& text);
 
     const Tokens& m_tokens;
@@ -48,5 +51,6 @@ private:
     int m_depth = 0;
     StyleSheetError m_error;
     std::vector<StyleSheetError> m_listErrors;
+    std::vector<SelectorName> m_names;
 };
 }

@@ -1,6 +1,8 @@
 #include "sheet/SheetWarnings.hpp"
 
-#include <Bedrock/Trace.hpp>
+#include "sheet/SheetMessages.hpp"
+
+#include <limits>
 
 namespace Cascara
 {
@@ -15,9 +17,12 @@ void SheetWarnings::log(const QString& sheet, int line, int column, const QStrin
         return;
     m_told.insert(told);
     if (m_told.size() > kMost)
-        Bedrock::Trace::warning("StyleEngine # %s: there are more than %d mistakes; mend these first, further ones are not told",
-                                sheet.toUtf8().constData(), kMost);
+        SheetMessages::warn(sheet, std::numeric_limits<int>::max(), 0,
+                            QStringLiteral("%1: there are more than %2 mistakes; mend these first, further ones are not told")
+                                .arg(sheet)
+                                .arg(kMost)
+                                .toUtf8());
     else
-        Bedrock::Trace::warning("StyleEngine # %s", told.constData());
+        SheetMessages::warn(sheet, line, column, told);
 }
 }

@@ -18,6 +18,7 @@
 namespace Cascara
 {
 struct Rule;
+struct SubstitutedValue;
 
 struct Declaration
 {
@@ -52,6 +53,8 @@ struct Declaration
     [[nodiscard]] bool mayInherit() const noexcept { return isVariable || isInherited || !isConstant(); }
     /// The value as it is written, for tools.
     [[nodiscard]] QString text() const { return tokens ? tokens->source : value.toString(); }
+    /// What its tokens gave last; null for none.
+    mutable std::shared_ptr<const SubstitutedValue> substituted;
     /// Said already; a declaration is complained about once, not once per node.
     mutable bool isReported = false;
 };
@@ -61,6 +64,7 @@ struct StyleSheet;
 struct Rule
 {
     std::vector<Selector> selectors;
+    std::vector<SelectorName> names; ///< in its selectors
     std::vector<Declaration> declarations;
     const StyleSheet* sheet = nullptr;
     std::shared_ptr<const MediaScope> media; ///< null for a rule that is always in force

@@ -75,9 +75,11 @@ void StyleSheetLoader::loadText(const QString& text, const QString& name, const 
     sheet->warnings = m_warnings;
     for (const auto& import : sheet->imports)
         loadImport(import, name, baseDirectory);
+    boundRules(*sheet);
+    if (m_isMadeLater)
+        NameChecker(*sheet, m_isMadeLater).run();
     for (const auto& error : sheet->errors)
         m_warnings->log(name, error.line, error.column, error.text);
-    boundRules(*sheet);
     m_result.push_back(std::move(sheet));
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sheet/NameChecker.hpp"
 #include "sheet/StyleSheet.hpp"
 
 #include <QByteArray>
@@ -7,6 +8,7 @@
 #include <QStringList>
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace Cascara
@@ -15,8 +17,11 @@ namespace Cascara
 class StyleSheetLoader
 {
 public:
-    /// Sheets are put at the end of `result`.
-    explicit StyleSheetLoader(std::vector<std::unique_ptr<StyleSheet>>& result) : m_result(result) {}
+    /// Sheets are put at the end of `result`. Names are compared with StyleVocabulary unless `isMadeLater` is null.
+    StyleSheetLoader(std::vector<std::unique_ptr<StyleSheet>>& result, NameChecker::IsMadeLater isMadeLater)
+        : m_result(result), m_isMadeLater(std::move(isMadeLater))
+    {
+    }
 
     void loadText(const QString& text, const QString& name, const QString& baseDirectory);
     /// False, with a warning, when the file cannot be read.
@@ -33,6 +38,7 @@ private:
     void loadImport(const StyleSheet::Import& import, const QString& importingName, const QString& baseDirectory);
 
     std::vector<std::unique_ptr<StyleSheet>>& m_result;
+    const NameChecker::IsMadeLater m_isMadeLater;
     /// Files in the middle of being loaded, from the outermost to the innermost.
     QStringList m_loading;
     std::shared_ptr<SheetWarnings> m_warnings = std::make_shared<SheetWarnings>();

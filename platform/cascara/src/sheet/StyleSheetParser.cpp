@@ -161,6 +161,7 @@ void StyleSheetParser::parseRule()
     rule->media = m_media;
     SelectorParser selectors(m_reader.tokens(), first, end);
     const bool isSelector = selectors.parseList(rule->selectors);
+    rule->names = selectors.names();
     m_reader.sheet().errors.insert(m_reader.sheet().errors.end(), selectors.listErrors().begin(), selectors.listErrors().end());
     if (!isSelector) {
         m_reader.sheet().errors.push_back(selectors.error());

@@ -28,8 +28,32 @@ DeclaredValue::DeclaredValue(StyleNode& node, const Declaration& declaration)
         resolveFontSize(node);
 }
 
+int nextComputedSerial() noexcept
+{
+    static int last = 0;
+    return --last;
+}
+
+int DeclaredValue::serial() const noexcept
+{
+    return m_substituted ? m_substituted->serial : m_declaration.serial;
+}
+
+bool DeclaredValue::isApplied(StyleNode& node, const Declaration& declaration, int applied)
+{
+    const SubstitutedValue* const known = declaration.substituted.get();
+    if (!known || known->serial != applied || known->usesFontSize)
+        return false;
+    NodeVariables& variables = node.obtainInheritance().variables;
+    if (known->variables != variables.shared())
+        return false;
+    variables.addUses(known->names);
+    return true;
+}
+
 void DeclaredValue::resolveFontSize(StyleNode& node)
 {
+    m_substituted = nullptr;
     NodeInheritance& inheritance = node.obtainInheritance();
     inheritance.usesFontSize = true;
     const bool isFontSize = m_declaration.attributeNumber == fontSizeAttribute();
@@ -43,7 +67,17 @@ void DeclaredValue::resolveFontSize(StyleNode& node)
 void DeclaredValue::substitute(StyleNode& node)
 {
     NodeVariables& variables = node.obtainInheritance().variables;
-    variables.addUses(*m_declaration.tokens);
+    if (m_declaration.substituted && m_declaration.substituted->variables == variables.shared()) {
+        m_substituted = m_declaration.substituted;
+        variables.addUses(m_substituted->names);
+        m_computed = m_substituted->value;
+        m_origin = m_substituted->origin;
+        m_keyword = m_substituted->keyword;
+        return;
+    }
+    std::vector<int> names;
+    collectVariables(*m_declaration.tokens, names);
+    variables.addUses(names);
     VariableSubstitution substitution(variables.set());
     Tokens tokens;
     m_isValid = substitution.run(*m_declaration.tokens, tokens);
@@ -67,6 +101,12 @@ void DeclaredValue::substitute(StyleNode& node)
         reportUnfit(expected);
     m_keyword = wideKeyword(*value);
     m_computed = std::move(value);
+    if (m_isValid) {
+        m_substituted = std::make_shared<const SubstitutedValue>(
+            SubstitutedValue{variables.shared(), std::move(names), m_computed, m_origin, m_keyword,
+                             usesFontSize(m_declaration.attribute, *m_computed), nextComputedSerial()});
+        m_declaration.substituted = m_substituted;
+    }
 }
 
 /// Leaves of the value of a shorthand what it says of the attribute.

@@ -2,6 +2,7 @@
 
 #include "sheet/StyleSheet.hpp"
 #include "style/StyleNode.hpp"
+#include "style/SubstitutedValue.hpp"
 
 #include <QString>
 
@@ -26,6 +27,12 @@ public:
     [[nodiscard]] const Facet::StyleValue& value() const noexcept { return m_computed ? *m_computed : m_declaration.value; }
     /// The same, kept as long as it is used.
     [[nodiscard]] std::shared_ptr<const Facet::StyleValue> sharedValue() const;
+    /// Of the value: nodes for which it is the same have the same value. Of a declaration that is constant it is the
+    /// declaration's.
+    [[nodiscard]] int serial() const noexcept;
+    /// Whether the node has the declaration's value already when that of `applied` is the last one it was given. Notes which
+    /// variables the node uses.
+    [[nodiscard]] static bool isApplied(StyleNode& node, const Declaration& declaration, int applied);
     /// Warns, once for each declaration, that the value does not fit the attribute.
     void reportUnfit(const QString& expected) const;
 
@@ -36,8 +43,9 @@ private:
     [[nodiscard]] QString fallback() const;
 
     const Declaration& m_declaration;
-    std::shared_ptr<const Facet::StyleValue> m_computed; ///< of a declaration that is not constant
-    QString m_origin;                                    ///< for messages: what was put in, and where it is defined
+    std::shared_ptr<const Facet::StyleValue> m_computed;   ///< of a declaration that is not constant
+    std::shared_ptr<const SubstitutedValue> m_substituted; ///< where variables give a value, and nothing else does
+    QString m_origin;                                      ///< for messages: what was put in, and where it is defined
     WideKeyword m_keyword;
     bool m_isValid = true;
 };

@@ -42,6 +42,8 @@ public:
 
     /// The node's styles depend on its font size, or on that of its parent.
     bool usesFontSize = false;
+    /// The values that the node's attributes have by now; null for none. Kept as long as attributes neither come nor go.
+    InheritedValues::Pointer applied;
     /// In px, as style sheets give it to the node or to one above it; nothing when they do not.
     [[nodiscard]] std::optional<double> fontSize() const noexcept { return m_fontSize; }
     /// As it is with these values above and these of the node itself.

@@ -4,6 +4,7 @@
 #include "style/StyleEnginePrivate.hpp"
 
 #include <Cascara/LazyAttributeManager.hpp>
+#include <Cascara/StyleVocabulary.hpp>
 #include <Facet/NearestWord.hpp>
 #include <Facet/Node.hpp>
 
@@ -50,19 +51,17 @@ template <class Change>
 void NodeStyler::changeValue(Facet::Attribute& attribute, Change change)
 {
     if (m_node.isAnimated && restyler().animations().covers(m_node, attribute.nameNumber())) {
-        change();
-        if (isCurrent())
+        if (change() && isCurrent())
             restyler().animations().restWritten(m_node, attribute);
         return;
     }
     RunningTransitions& transitions = restyler().transitions();
     if (!m_transitions && !transitions.isMoving()) {
-        change();
+        (void)change();
         return;
     }
     const QString before = attribute.toText();
-    change();
-    if (isCurrent())
+    if (change() && isCurrent())
         transitions.valueWritten(m_node, attribute, before, m_transitions.get());
 }
 
@@ -81,10 +80,15 @@ void NodeStyler::apply()
     }
     if (!m_node.inheritance)
         return;
-    if (const InheritedValues::Pointer inherited = m_node.inheritance->values())
+    if (m_node.inheritance->applied == m_node.inheritance->values())
+        return;
+    const InheritedValues::Pointer inherited = m_node.inheritance->values();
+    if (inherited)
         for (const InheritedValue& value : inherited->all())
             if (!applyInherited(value))
                 return;
+    if (m_node.inheritance)
+        m_node.inheritance->applied = inherited;
 }
 
 /// False when the node is gone or was restyled by an inner round.
@@ -124,7 +128,10 @@ bool NodeStyler::withdraw()
         m_node.applied.erase(m_node.applied.begin() + i);
         if (Facet::Attribute* attribute = m_node.owner->node().attributeNumbered(number)) {
             changed(number);
-            changeValue(*attribute, [&] { attribute->clearValue(Facet::kStyleLayer); });
+            changeValue(*attribute, [&] {
+                attribute->clearValue(Facet::kStyleLayer);
+                return true;
+            });
             if (!isCurrent())
                 return false;
         }
@@ -138,7 +145,8 @@ void NodeStyler::attributeIsMissing(const Candidate* first, const Candidate* end
         m_node.missing = std::make_unique<std::vector<int>>();
     m_node.missing->push_back(first->declaration->attributeNumber);
     const QByteArray& name = first->declaration->attribute;
-    if (Facet::Attribute::isKnownName(name) || LazyAttributeManager::isRegistered(name))
+    if (Facet::Attribute::isKnownName(name) || LazyAttributeManager::isRegistered(name)
+        || !StyleVocabulary::typesWithAttribute(QString::fromUtf8(name)).isEmpty())
         return;
     if (m_node.isNew) {
         restyler().finishLater(m_node);
@@ -168,6 +176,8 @@ bool NodeStyler::applyAttribute(const Candidate* first, const Candidate* end)
     const int before = appliedDeclaration(m_node, number);
     if (before == first->declaration->serial && first->declaration->isConstant())
         return true;
+    if (before != 0 && DeclaredValue::isApplied(m_node, *first->declaration, before))
+        return true;
     if (isUnmadeReset(*first->declaration))
         return true;
 
@@ -195,7 +205,7 @@ bool NodeStyler::applyAttribute(const Candidate* first, const Candidate* end)
         if (!declared.isValid() || declared.keyword() != WideKeyword::None)
             break;
         QString expected;
-        const bool fits = write(*attribute, declaration.serial, declared.value(), expected);
+        const bool fits = write(*attribute, declared.serial(), declared.value(), expected);
         if (!isCurrent())
             return false;
         if (fits)
@@ -221,7 +231,10 @@ void NodeStyler::takeFromParent(Facet::Attribute& attribute, const Declaration& 
     }
     setApplied(m_node, number, declaration.serial);
     changed(number);
-    changeValue(attribute, [&] { attribute.takeStyledValue(*source); });
+    changeValue(attribute, [&] {
+        attribute.takeStyledValue(*source);
+        return true;
+    });
 }
 
 bool NodeStyler::applyInherited(const InheritedValue& inherited)
@@ -248,7 +261,7 @@ bool NodeStyler::write(Facet::Attribute& attribute, int serial, const Facet::Sty
     setApplied(m_node, number, serial); // before the listeners read it
     changed(number);
     bool fits = true;
-    changeValue(attribute, [&] { fits = attribute.setStyleValue(value, Facet::kStyleLayer, &error); });
+    changeValue(attribute, [&] { return fits = attribute.setStyleValue(value, Facet::kStyleLayer, &error); });
     if (!fits && isCurrent())
         setApplied(m_node, number, before);
     return fits;
@@ -260,7 +273,10 @@ void NodeStyler::clear(Facet::Attribute& attribute)
         return;
     setApplied(m_node, attribute.nameNumber(), 0);
     changed(attribute.nameNumber());
-    changeValue(attribute, [&] { attribute.clearValue(Facet::kStyleLayer); });
+    changeValue(attribute, [&] {
+        attribute.clearValue(Facet::kStyleLayer);
+        return true;
+    });
 }
 
 void NodeStyler::changed(int attribute)

@@ -35,7 +35,8 @@ private:
     bool write(Facet::Attribute& attribute, int serial, const Facet::StyleValue& value, QString& error);
     void clear(Facet::Attribute& attribute);
     void changed(int attribute);
-    /// Lets `change` set or clear the style value of the attribute, which may then move there in steps.
+    /// Lets `change` set or clear the style value of the attribute, which may then move there in steps. It returns false when it
+    /// has changed nothing.
     template <class Change>
     void changeValue(Facet::Attribute& attribute, Change change);
 

@@ -22,8 +22,8 @@ public:
     std::vector<int> define(std::vector<VariableDefinition> own, const VariableSet::Pointer& parent);
 
     void clearUses() noexcept { m_used.clear(); }
-    /// The node's styles depend on the variables that `tokens` name.
-    void addUses(const Tokens& tokens) { collectVariables(tokens, m_used); }
+    /// The node's styles depend on these variables.
+    void addUses(const std::vector<int>& names) { m_used.insert(m_used.end(), names.begin(), names.end()); }
     /// Whether they depend on one of the names, which ascend.
     [[nodiscard]] bool usesAny(const std::vector<int>& names) const;
     [[nodiscard]] bool isEmpty() const noexcept { return !m_set && m_own.empty() && m_used.empty(); }

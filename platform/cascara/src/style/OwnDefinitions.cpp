@@ -12,8 +12,6 @@ namespace Cascara
 {
 namespace
 {
-int g_lastComputedSerial = 0; // of values with variables in them, downwards
-
 /// Of a definition that is one of these words.
 WideKeyword keywordOf(const Declaration& definition)
 {
@@ -102,7 +100,7 @@ bool OwnDefinitions::addValue(const Declaration& declaration, std::vector<Inheri
         declared.reportUnfit(expected);
         return declaration.tokens != nullptr;
     }
-    own.push_back({number, declaration.isConstant() ? declaration.serial : --g_lastComputedSerial, declared.sharedValue()});
+    own.push_back({number, declaration.isConstant() ? declaration.serial : nextComputedSerial(), declared.sharedValue()});
     return true;
 }
 }

@@ -218,7 +218,7 @@ void Restyler::restyleAfterChange(const Styleable& changed, const Feature* first
 
 void Restyler::restyleNodes(Lists& lists)
 {
-    if (lists.nodes.empty())
+    if (lists.nodes.empty() || m_pauses > 0)
         return;
     if (m_depth > kDeepestRound) {
         Bedrock::Trace::error("StyleEngine # Restyling does not settle: attribute listeners keep changing what the style "

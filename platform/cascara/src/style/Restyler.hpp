@@ -49,6 +49,18 @@ public:
     /// What the change reaches is restyled when styles are next finished: values may change often, and the attribute may still
     /// be under construction.
     void attributeChanged(StyleNode& node, int attribute);
+    /// While one lives, no node is styled. For nodes that go before it does.
+    class Pause
+    {
+    public:
+        explicit Pause(Restyler& restyler) : m_restyler(restyler) { ++m_restyler.m_pauses; }
+        Pause(const Pause&) = delete;
+        Pause& operator=(const Pause&) = delete;
+        ~Pause() { --m_restyler.m_pauses; }
+
+    private:
+        Restyler& m_restyler;
+    };
     /// Restyles the nodes that wait for it, whose constructors have ended by now.
     void finish();
     [[nodiscard]] bool isUnfinished() const noexcept { return !m_unfinished.empty() || !m_changedAttributes.empty(); }
@@ -132,6 +144,7 @@ private:
     MotionResolver m_motion;
     bool m_hasMotion = false; ///< some rule says something of it
     unsigned m_frame = 0;
+    int m_pauses = 0;
     int m_stillness = 0; ///< restylings under way in which nothing begins to move
     mutable StyleEngine::Counters m_counters;
 };

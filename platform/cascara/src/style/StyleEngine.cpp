@@ -1,7 +1,10 @@
 #include "style/StyleEnginePrivate.hpp"
 
+#include "sheet/SheetMessages.hpp"
 #include "sheet/StyleSheetLoader.hpp"
 #include "values/ValueParser.hpp"
+
+#include <Cascara/LazyAttributeManager.hpp>
 
 #include <cassert>
 #include <utility>
@@ -24,22 +27,40 @@ Restyler& restyler()
     return StyleEngine::Private::restylerOf(StyleEngine::instance());
 }
 
+NameChecker::IsMadeLater StyleEngine::Private::isMadeLater() const
+{
+    return checksNames ? NameChecker::IsMadeLater(&LazyAttributeManager::isRegistered) : nullptr;
+}
+
 void StyleEngine::addStyleSheet(const QString& text, const QString& name, const QString& baseDirectory)
 {
+    const SheetMessages::Collection inOrder;
     std::vector<std::unique_ptr<StyleSheet>> sheets;
-    StyleSheetLoader(sheets).loadText(text, name, baseDirectory);
+    {
+        const Restyler::Pause forSamples(d->restyler);
+        StyleSheetLoader(sheets, d->isMadeLater()).loadText(text, name, baseDirectory);
+    }
     d->bindFonts(sheets);
     d->restyler.addSheets(std::move(sheets));
 }
 
 bool StyleEngine::loadStyleSheet(const QString& path)
 {
+    const SheetMessages::Collection inOrder;
     std::vector<std::unique_ptr<StyleSheet>> sheets;
-    if (!StyleSheetLoader(sheets).loadFile(path))
-        return false;
+    {
+        const Restyler::Pause forSamples(d->restyler);
+        if (!StyleSheetLoader(sheets, d->isMadeLater()).loadFile(path))
+            return false;
+    }
     d->bindFonts(sheets);
     d->restyler.addSheets(std::move(sheets));
     return true;
+}
+
+void StyleEngine::setChecksNames(bool on)
+{
+    d->checksNames = on;
 }
 
 void StyleEngine::setPixelPitch(double mmPerPixel)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sheet/NameChecker.hpp"
 #include "style/Restyler.hpp"
 
 #include <Cascara/StyleEngine.hpp>
@@ -17,6 +18,10 @@ struct StyleEngine::Private
     std::function<void()> fontListener;
 
     void bindFonts(const std::vector<std::unique_ptr<StyleSheet>>& sheets);
+    bool checksNames = false;
+
+    /// For reading sheets; null when names are not checked.
+    [[nodiscard]] NameChecker::IsMadeLater isMadeLater() const;
 
     [[nodiscard]] static Restyler& restylerOf(StyleEngine& engine) { return engine.d->restyler; }
 };

@@ -76,6 +76,8 @@ void StyleNode::attributeAdded(Facet::Attribute& attribute)
     if (!owner)
         return;
     const int name = attribute.nameNumber();
+    if (inheritance)
+        inheritance->applied = nullptr;
     if ((missing && std::binary_search(missing->begin(), missing->end(), name))
         || (inheritance && inheritance->values() && inheritance->values()->find(name)))
         restyler().finishLater(*this);

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <Bedrock/Export.hpp>
+#include <Cascara/StyleVocabulary.hpp>
 #include <Tavola/Schema.hpp>
 
 #include <QString>
 
 #include <map>
 #include <memory>
+#include <vector>
 
 namespace Tavola
 {
@@ -30,7 +32,9 @@ private:
 
 /// The components that a plug-in declares in the JSON file beside it:
 ///     { "package": "frames", "components": { "picture-frame": { "type": "widget", "slots": ["picture"] } } }
-/// "restrictions" beside "slots" lists the attributes without which the component must not be used; see Schema.
+/// "restrictions" beside "slots" lists the attributes without which the component must not be used; see Schema. What style sheets
+/// may say of the plug-in's widgets stands there, too; see Cascara::StyleType:
+///     "styles": { "FrameWidget": { "is": "Widget", "attributes": ["frame-width"], "classes": ["gilded"], "states": ["empty"] } }
 class TAVOLA_EXPORT Package
 {
 public:
@@ -42,9 +46,11 @@ public:
     [[nodiscard]] const QString& name() const noexcept { return m_name; }
     /// Null for a component that this package does not declare.
     [[nodiscard]] std::shared_ptr<ComponentDefinition> component(const QString& name) const;
+    [[nodiscard]] const std::vector<Cascara::StyleType>& styleTypes() const noexcept { return m_styleTypes; }
 
 private:
     QString m_name;
     std::map<QString, std::shared_ptr<ComponentDefinition>> m_components;
+    std::vector<Cascara::StyleType> m_styleTypes;
 };
 }

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <Bedrock/Export.hpp>
+#include <Cascara/StyleVocabulary.hpp>
 
 #include <QString>
 
 #include <memory>
+#include <optional>
 
 namespace Tavola
 {
@@ -29,5 +31,6 @@ private:
     QString m_path;
     void* m_handle = nullptr;
     std::shared_ptr<Package> m_package;
+    std::optional<Cascara::StyleVocabulary::Registrant> m_styleTypes;
 };
 }

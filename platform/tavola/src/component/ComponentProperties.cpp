@@ -3,9 +3,12 @@
 #include "shared/AttributeDefaults.hpp"
 #include "json/JsonNumbers.hpp"
 
+#include <Bedrock/BoundedFile.hpp>
 #include <Bedrock/Trace.hpp>
 #include <Cascara/LazyAttributeManager.hpp>
+#include <Cascara/StyleVocabulary.hpp>
 #include <Facet/AttributeT.hpp>
+#include <Facet/NearestWord.hpp>
 #include <Tavola/Component.hpp>
 #include <Trellis/Widget.hpp>
 
@@ -25,6 +28,23 @@ void warnOfProperty(const Component& component, const QString& property, const Q
 {
     Bedrock::Trace::warning("UIComponent # Component '%s': property \"%s\": %s; skipped", qUtf8Printable(component.name()),
                             qUtf8Printable(property), qUtf8Printable(what));
+}
+
+/// "UIComponent # presentation.json:4:33: widgets[2].attributes.gap: component 'panel'" where the properties say where the
+/// attribute is written; the file is read again for it.
+QString whereIs(const Component& component, const QString& attribute)
+{
+    constexpr int kLargestFileMiB = 4;
+    const QJsonObject& properties = component.properties();
+    const QString file = properties.value(QLatin1String("file")).toString();
+    const QString place = properties.value(QLatin1String("places")).toObject().value(attribute).toString();
+    if (file.isEmpty() || place.isEmpty())
+        return QStringLiteral("UIComponent # Component '%1': property \"attributes.%2\"").arg(component.name(), attribute);
+    QString reason;
+    const auto text = Bedrock::readBoundedFile(file, kLargestFileMiB, reason);
+    const QString position = text ? JsonNumbers::positionOf(*text, place) : QString();
+    return QStringLiteral("UIComponent # %1:%2 %3: component '%4'")
+        .arg(file, position.isEmpty() ? QString() : position + QLatin1Char(':'), place, component.name());
 }
 
 bool appendJson(const QJsonValue& json, StyleValue& value)
@@ -87,7 +107,9 @@ bool setAttribute(Trellis::Widget& widget, const QString& attribute, const QJson
     if (!found)
         found = Cascara::LazyAttributeManager::create(widget, name);
     if (!found) {
-        error = QStringLiteral("a %1 has no such attribute").arg(QString::fromUtf8(widget.cssType()));
+        const QString type = QString::fromUtf8(widget.cssType());
+        error = QStringLiteral("a %1 has no such attribute").arg(type)
+            + Facet::didYouMean(attribute, Cascara::StyleVocabulary::attributesOf(type));
         return false;
     }
     StyleValue styleValue;
@@ -131,13 +153,12 @@ bool applyAttributes(const Component& component, const QJsonObject& values, Trel
         if (setAttribute(widget, entry.key(), entry.value(), error))
             continue;
         if (!component.schema().restrictions().contains(entry.key())) {
-            warnOfProperty(component, QStringLiteral("attributes.") + entry.key(), error);
+            Bedrock::Trace::warning("%s: %s; skipped", qUtf8Printable(whereIs(component, entry.key())), qUtf8Printable(error));
             continue;
         }
         isWhole = false;
-        Bedrock::Trace::error("UIComponent # Component '%s': property \"attributes.%s\": %s; the component is left out, because "
-                              "it restricts nothing without this",
-                              qUtf8Printable(component.name()), qUtf8Printable(entry.key()), qUtf8Printable(error));
+        Bedrock::Trace::error("%s: %s; the component is left out, because it restricts nothing without this",
+                              qUtf8Printable(whereIs(component, entry.key())), qUtf8Printable(error));
     }
     return isWhole;
 }

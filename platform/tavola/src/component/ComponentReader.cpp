@@ -48,6 +48,11 @@ void ComponentReader::setText(const QByteArray& json)
     m_numbers = std::make_shared<JsonNumbers>(json);
 }
 
+QString ComponentReader::positionOf(const QByteArray& json, const QString& place)
+{
+    return JsonNumbers::positionOf(json, place);
+}
+
 void ComponentReader::readNamed(const QJsonValue& components)
 {
     if (components.isUndefined())
@@ -172,8 +177,11 @@ void ComponentReader::addEntries(const JsonEntries& entries, const QString& plac
     }
     QJsonObject attributes = use.properties.value(QLatin1String("attributes")).toObject();
     const QJsonObject values = entries.inner(QStringLiteral("attributes")).object();
+    QJsonObject places = use.properties.value(QLatin1String("places")).toObject();
     for (auto it = values.begin(); it != values.end(); ++it) {
-        const QJsonValue attribute = resolved(it.value(), QStringLiteral("%1.attributes.%2").arg(place, it.key()));
+        const QString attributePlace = QStringLiteral("%1.attributes.%2").arg(place, it.key());
+        places.insert(it.key(), attributePlace);
+        const QJsonValue attribute = resolved(it.value(), attributePlace);
         use.unusableAttributes.removeAll(it.key());
         if (attribute.isUndefined())
             use.unusableAttributes << it.key();
@@ -181,6 +189,10 @@ void ComponentReader::addEntries(const JsonEntries& entries, const QString& plac
             attributes.insert(it.key(), attribute);
     }
     use.properties.insert(QStringLiteral("attributes"), attributes);
+    if (!places.isEmpty()) {
+        use.properties.insert(QStringLiteral("places"), places);
+        use.properties.insert(QStringLiteral("file"), m_file);
+    }
 
     const QJsonObject slotObject = entries.inner(QStringLiteral("slots")).object();
     for (auto it = slotObject.begin(); it != slotObject.end(); ++it) {

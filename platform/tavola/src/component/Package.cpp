@@ -18,6 +18,40 @@ namespace
 {
 constexpr int kLargestFileMiB = 4;
 
+bool isListOfNames(const QJsonValue& value)
+{
+    const QJsonArray list = value.toArray();
+    return value.isArray() && std::all_of(list.begin(), list.end(), [](const QJsonValue& name) { return name.isString(); });
+}
+
+QStringList namesOf(const QJsonValue& value)
+{
+    QStringList names;
+    for (const QJsonValue& name : value.toArray())
+        names.append(name.toString());
+    return names;
+}
+
+/// What is wrong with the declaration of a type of widgets; empty for a good one.
+QString complaintAboutStyles(const QJsonValue& declaration)
+{
+    static const QStringList kLists{QStringLiteral("attributes"), QStringLiteral("classes"), QStringLiteral("states")};
+    if (!declaration.isObject())
+        return QStringLiteral("expected an object such as { \"is\": \"Widget\", \"attributes\": [] }");
+    const QJsonObject object = declaration.toObject();
+    for (auto entry = object.begin(); entry != object.end(); ++entry) {
+        if (entry.key() == QLatin1String("is")) {
+            if (!entry.value().isString())
+                return QStringLiteral("\"is\" must be the name of a type");
+        } else if (!kLists.contains(entry.key())) {
+            return QStringLiteral("unknown entry \"%1\"; known are is, %2").arg(entry.key(), kLists.join(QStringLiteral(", ")));
+        } else if (!isListOfNames(entry.value())) {
+            return QStringLiteral("\"%1\" must be a list of names").arg(entry.key());
+        }
+    }
+    return {};
+}
+
 /// What is wrong with a component's declaration; empty for a good one.
 QString complaintAbout(const QJsonValue& declaration)
 {
@@ -29,10 +63,7 @@ QString complaintAbout(const QJsonValue& declaration)
         return QStringLiteral("\"type\" must be \"widget\" or \"widget-instance\"");
     for (const char* key : {"slots", "restrictions"}) {
         const QJsonValue names = object.value(QLatin1String(key));
-        const QJsonArray list = names.toArray();
-        if (!names.isUndefined() && (!names.isArray() || !std::all_of(list.begin(), list.end(), [](const QJsonValue& name) {
-                return name.isString();
-            })))
+        if (!names.isUndefined() && !isListOfNames(names))
             return QStringLiteral("\"%1\" must be a list of names").arg(QLatin1String(key));
     }
     return {};
@@ -95,6 +126,20 @@ std::shared_ptr<Package> Package::fromJson(const QJsonObject& json, const QStrin
             continue;
         }
         package->m_components.emplace(entry.key(), std::make_shared<ComponentDefinition>(entry.key(), entry.value().toObject()));
+    }
+    const QJsonObject styles = json.value(QLatin1String("styles")).toObject();
+    for (auto entry = styles.begin(); entry != styles.end(); ++entry) {
+        const QString complaint = complaintAboutStyles(entry.value());
+        if (!complaint.isEmpty()) {
+            Bedrock::Trace::warning("Package::load # %s: style \"%s\": %s; skipped", qUtf8Printable(fileName),
+                                    qUtf8Printable(entry.key()), qUtf8Printable(complaint));
+            continue;
+        }
+        const QJsonObject declaration = entry.value().toObject();
+        package->m_styleTypes.push_back({entry.key().toUtf8(), declaration.value(QLatin1String("is")).toString().toUtf8(),
+                                         namesOf(declaration.value(QLatin1String("attributes"))),
+                                         namesOf(declaration.value(QLatin1String("classes"))),
+                                         namesOf(declaration.value(QLatin1String("states")))});
     }
     return package;
 }

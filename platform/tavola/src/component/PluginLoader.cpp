@@ -48,8 +48,10 @@ std::unique_ptr<PluginLoader> PluginLoader::load(const QString& path, QString& e
     const QString packagePath = packagePathOf(library);
     if (QFileInfo::exists(packagePath)) {
         plugin->m_package = Package::load(packagePath);
-        if (plugin->m_package)
+        if (plugin->m_package) {
             application->addPackage(plugin->m_package);
+            plugin->m_styleTypes.emplace(plugin->m_package->styleTypes());
+        }
     } else {
         Bedrock::Trace::warning("PluginLoader # %s is missing; %s can register no components", qUtf8Printable(packagePath),
                                 qUtf8Printable(plugin->m_path));

@@ -17,7 +17,8 @@ constexpr int kLongestPlace = 4096;
 class JsonNumbers::Scanner
 {
 public:
-    Scanner(const QByteArray& json, QHash<QString, QString>& texts) : m_json(json), m_texts(texts)
+    Scanner(const QByteArray& json, QHash<QString, QString>& texts, QString wanted = QString())
+        : m_json(json), m_texts(texts), m_wanted(std::move(wanted))
     {
         if (m_json.startsWith("\xEF\xBB\xBF"))
             m_at = 3;
@@ -25,7 +26,10 @@ public:
 
     void value(const QString& place)
     {
-        switch (next()) {
+        const char first = next();
+        if (!m_wanted.isEmpty() && place == m_wanted && m_found < 0)
+            m_found = m_at;
+        switch (first) {
         case '{': return object(place);
         case '[': return array(place);
         case '"': static_cast<void>(text()); return;
@@ -38,6 +42,9 @@ public:
         if (!word.isEmpty() && (word.at(0) == '-' || (word.at(0) >= '0' && word.at(0) <= '9')))
             m_texts.insert(place, QString::fromLatin1(word));
     }
+
+    /// Where the wanted place begins; -1 when it was not met.
+    [[nodiscard]] int found() const noexcept { return m_found; }
 
 private:
     /// A place that is too long stays as it is, so that many numbers below long names do not take quadratic time.
@@ -101,12 +108,26 @@ private:
 
     const QByteArray& m_json;
     QHash<QString, QString>& m_texts;
+    QString m_wanted;
+    int m_found = -1;
     int m_at = 0;
 };
 
 JsonNumbers::JsonNumbers(const QByteArray& json)
 {
     Scanner(json, m_texts).value(QString());
+}
+
+QString JsonNumbers::positionOf(const QByteArray& json, const QString& place)
+{
+    QHash<QString, QString> unused;
+    Scanner scanner(json, unused, place);
+    scanner.value(QString());
+    if (scanner.found() < 0)
+        return {};
+    const QByteArray before = json.left(scanner.found());
+    const int lineStart = before.lastIndexOf('\n') + 1;
+    return QStringLiteral("%1:%2").arg(before.count('\n') + 1).arg(QString::fromUtf8(before.mid(lineStart)).size() + 1);
 }
 
 QJsonValue JsonNumbers::withDigits(const QString& digits)

@@ -19,6 +19,9 @@ public:
     /// The digits of the number at a place ("widgets[3].attributes.gap"); empty where the file has no number.
     [[nodiscard]] QString at(const QString& place) const { return m_texts.value(place); }
 
+    /// Line and column of the value at a place, "12:5", both from 1; empty where the text has no such place.
+    [[nodiscard]] static QString positionOf(const QByteArray& json, const QString& place);
+
     /// A number together with its digits, as one JSON value: { "number": "10.50" }.
     [[nodiscard]] static QJsonValue withDigits(const QString& digits);
     /// The digits of what `withDigits` made; empty for every other value.

@@ -1,0 +1,42 @@
+#include "table/HostTypes.hpp"
+
+#include "presentation/Presentation.hpp"
+
+namespace Host
+{
+namespace
+{
+/// The states that switches of the presentation set on the root.
+void addStates(const std::vector<Tavola::ComponentUse>& uses, QStringList& states)
+{
+    for (const Tavola::ComponentUse& use : uses) {
+        const QString state =
+            use.properties.value(QLatin1String("attributes")).toObject().value(QLatin1String("state")).toString();
+        if (!state.isEmpty())
+            states.append(state);
+        for (const auto& slot : use.slotContents)
+            addStates(slot.second, states);
+    }
+}
+}
+
+std::vector<Cascara::StyleType> hostTypes(const Presentation& presentation)
+{
+    QStringList states{"dragging", "outside", "closing", "idle", "mail-delayed", "media-server-away", "people-away"};
+    addStates(presentation.widgets, states);
+    addStates(presentation.shelf, states);
+    return {
+        {"Widget", "", {"placement", "keep-clear", "in-use", "stays", "opened-classes"}, {"would-take", "shelf"}, states},
+        {"InputFieldWidget", "Widget", {"takes-focus"}},
+        {"InvitationWidget", "Widget", {"text", "moving", "card-size", "card-color", "period"}},
+        {"SwitchWidget", "TextWidget", {"state"}},
+        {"InputOverlay", "Widget", {}},
+        {"InputArea", "Widget", {}},
+        {"InputMark", "Widget", {}},
+        {"CardSign", "Widget", {}, {"unknown", "refused", "covered", "other-space", "twice"}},
+        {"CloseHandle", "Widget", {"cross-color", "ring-color"}},
+        {"DragShadow", "Widget", {"shadow-color", "spread", "drop"}},
+        {"FlyingPicture", "Widget", {}},
+    };
+}
+}

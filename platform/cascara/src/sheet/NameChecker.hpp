@@ -1,0 +1,55 @@
+#pragma once
+
+#include "sheet/StyleSheet.hpp"
+
+#include <QHash>
+#include <QStringList>
+
+#include <functional>
+#include <optional>
+
+namespace Cascara
+{
+/// Compares a style sheet with StyleVocabulary: types, states, attributes against every type that the selector of their rule can
+/// match, and values with the attributes of the samples. Main thread only.
+class NameChecker
+{
+public:
+    /// Whether an attribute of that name is made when a style sheet names it.
+    using IsMadeLater = std::function<bool(const QByteArray& name)>;
+
+    NameChecker(StyleSheet& sheet, const IsMadeLater& isMadeLater) : m_sheet(sheet), m_isMadeLater(isMadeLater) {}
+
+    /// Puts what is wrong into the sheet's errors, which are in the order of lines then. A declaration that is reported here is
+    /// not reported again when it is applied.
+    void run();
+
+private:
+    void checkName(const SelectorName& name);
+    void checkState(const SelectorName& name);
+    void checkRule(const Rule& rule);
+    void checkAttribute(const Declaration& declaration, const QString& attribute);
+    void checkValue(const Declaration& declaration);
+    void report(const Declaration& declaration, const QString& text);
+
+    /// What is declared for a type; looked up once.
+    struct Type
+    {
+        bool isDeclared = false;
+        QStringList attributes;
+        QStringList states;
+    };
+    const Type& typeNamed(const QString& name);
+    /// The types that declare the attribute.
+    const QStringList& owners(const QString& attribute);
+    /// As much is wrong as is told.
+    [[nodiscard]] bool isFull() const;
+
+    StyleSheet& m_sheet;
+    QHash<QString, Type> m_types;
+    QHash<QString, QStringList> m_owners;
+    const IsMadeLater& m_isMadeLater;
+    /// Of the rule at hand, for each selector of its list: the declared types that it can match; nothing where it can match any.
+    std::vector<std::optional<QStringList>> m_matched;
+};
+}
