@@ -29,8 +29,9 @@ constexpr char kDescription[] =
     "  remove PRESENTATION CODE ...   cards, and what they have collected; all of them, or none when one\n"
     "                                 is unknown";
 
-/// Many thousands of people may be imported, while tables write.
-constexpr std::chrono::seconds kDeadline{30};
+/// Of a server, in which many thousands of people may be imported while tables write. A file that is locked for longer than its
+/// own deadline is so for good.
+constexpr std::chrono::seconds kServerDeadline{30};
 
 class Request : public CommandLine
 {
@@ -222,8 +223,9 @@ int PeopleCommand::run(const QStringList& arguments)
             QStringLiteral("%1 knows no people; name a file of them as its \"people\", which may hold its first line only")
                 .arg(presentation->folder),
             1);
+    const std::chrono::milliseconds deadline = presentation->database.isEmpty() ? PeopleRegistry::kDeadline : kServerDeadline;
     const auto registry = PeopleRegistry::openFor(presentation->database, dataFolder(presentation->folder, request.data),
-                                                  PeopleRegistry::Copy::None, error, kDeadline);
+                                                  PeopleRegistry::Copy::None, error, deadline);
     if (!registry)
         return request.fail(error, 1);
     // As a table that opens: a registry that is new begins with the presentation's people.
