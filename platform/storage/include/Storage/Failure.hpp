@@ -1,11 +1,13 @@
 #pragma once
 
+#include <Bedrock/Export.hpp>
+
 #include <QString>
 
 namespace Storage
 {
 /// Why a job did not come about. A plain record.
-struct Failure
+struct TAVOLA_EXPORT Failure
 {
     enum class Kind {
         Away,   ///< the server was not reached or did not answer in time; the job was tried again until its deadline
@@ -15,6 +17,7 @@ struct Failure
     QString reason; ///< in the database's words, on one line
     QString remedy; ///< what an operator can do: a part of a sentence
 
-    [[nodiscard]] QString text() const { return reason + QStringLiteral("; ") + remedy; }
+    /// Reason and remedy, as a part of a sentence.
+    [[nodiscard]] QString text() const;
 };
 }

@@ -1,0 +1,9 @@
+#include "Storage/Failure.hpp"
+
+namespace Storage
+{
+QString Failure::text() const
+{
+    return reason + QStringLiteral("; ") + remedy;
+}
+}
