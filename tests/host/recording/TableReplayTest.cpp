@@ -31,7 +31,7 @@ using TestSupport::kPatienceMs;
 /// A table with the plug-in, in the gallery's look.
 void placeTable(const TablePlace& place)
 {
-    for (const char* name : {"gallery.css", "people.csv"})
+    for (const char* name : {"gallery.css", "people.csv", "languages"})
         REQUIRE(QFile::link(QStringLiteral(TAVOLA_GALLERY "/") + QLatin1String(name), place.folder.path(QLatin1String(name))));
     place.folder.write(QStringLiteral("things.css"),
                        ".thing { position: absolute; width: 300px; height: 200px; background-color: #446688;"
