@@ -44,6 +44,29 @@ function(house_precompile target)
     endif()
 endfunction()
 
+option(TAVOLA_COMPILE_TOGETHER "Compile the sources of one folder together, which takes a third of the time of a build from nothing" OFF)
+
+# Lets the sources of each folder of a library be one compilation, where TAVOLA_COMPILE_TOGETHER says so: the builds with
+# sanitizers, of which continuous integration has two. Unnamed namespaces of one folder then share their names. APART names
+# folders whose sources do not.
+function(house_compile_together target)
+    cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "APART")
+    if(NOT TAVOLA_COMPILE_TOGETHER)
+        return()
+    endif()
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+    # A class of one of these sources is in no header.
+    target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
+    get_target_property(sources ${target} SOURCES)
+    foreach(source IN LISTS sources)
+        get_filename_component(folder ${source} DIRECTORY)
+        if(source MATCHES "\\.cpp$" AND NOT folder IN_LIST ARG_APART)
+            string(MAKE_C_IDENTIFIER "folder_${folder}" group)
+            set_source_files_properties(${source} PROPERTIES UNITY_GROUP ${group})
+        endif()
+    endforeach()
+endfunction()
+
 # house_library(name SOURCES ... LINKS ... [PRIVATE_LINKS ...]): a shared library of the platform with
 # include/ (public) and src/. LINKS names the libraries below it whose headers its own public headers include.
 function(house_library name)

@@ -8,7 +8,6 @@
 #include <QUrlQuery>
 
 #include <algorithm>
-#include <sys/stat.h>
 #include <utility>
 
 namespace MediaServer
@@ -22,12 +21,6 @@ using Kind = ContentReceiver::Standing::Kind;
 Http::Response error(int status, const QString& text)
 {
     return jsonResponse(status, {{QStringLiteral("error"), text}});
-}
-
-qint64 sizeOf(const Http::File& file)
-{
-    struct stat status;
-    return ::fstat(file.descriptor(), &status) == 0 ? static_cast<qint64>(status.st_size) : -1;
 }
 
 QString otherFileText(const QString& name)
@@ -74,7 +67,7 @@ ContentReceiver::Standing ContentReceiver::compare(const Asked& asked)
         return file.error().kind == ContentError::Kind::NoSuchFile ? Standing{Kind::Coming}
                                                                    : Standing{Kind::Failed, file.error().reason};
     }
-    if (sizeOf(*file) != asked.size)
+    if (file->size() != asked.size)
         return {Kind::Refused, otherFileText(asked.id.name)};
     const QByteArray hash = m_hashes.known(asked.id.name, *file);
     if (hash.isNull())

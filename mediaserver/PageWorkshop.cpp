@@ -5,23 +5,13 @@
 #include <QDir>
 #include <QFile>
 
-#include <sys/stat.h>
-#include <sys/statvfs.h>
+#include <algorithm>
 #include <utility>
+
+#include <sys/statvfs.h>
 
 namespace MediaServer
 {
-
-namespace
-{
-
-qint64 sizeOf(const Http::File& file)
-{
-    struct stat status;
-    return ::fstat(file.descriptor(), &status) == 0 ? static_cast<qint64>(status.st_size) : 0;
-}
-
-} // namespace
 
 PageWorkshop::PageWorkshop(const ContentFolder& content) : PageWorkshop(content, Limits()) {}
 
@@ -77,7 +67,7 @@ Http::Response PageWorkshop::archive(const std::vector<Item>& items, Refusals& r
         auto file = m_content.open(item.value);
         if (!file)
             continue; // the page shows that it is not there
-        bytes += sizeOf(*file);
+        bytes += std::max(qint64(0), file->size());
         if (bytes > m_limits.archiveBytes)
             return std::move(refusals.tooLarge);
         entries.push_back({item.value, std::move(*file), {}});

@@ -12,11 +12,6 @@ using Vecta::Vector2f;
 /// Table pixels; well above the rounding of coordinates of a table, well below what shows.
 constexpr float kEdgePx = 0.05f;
 
-float cross(Vector2f a, Vector2f b)
-{
-    return a.x * b.y - a.y * b.x;
-}
-
 /// One chain of the hull of points in ascending order, without its last corner.
 template <class Iterator>
 void appendChain(Iterator first, Iterator last, std::vector<Vector2f>& hull)

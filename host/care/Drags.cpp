@@ -10,13 +10,10 @@
 
 namespace Host
 {
-namespace
-{
 bool isMovable(const Trellis::Widget& widget)
 {
     const auto* const movable = dynamic_cast<const Facet::AttributeT<bool>*>(widget.attribute("movable"));
     return movable && movable->value();
-}
 }
 
 void Drags::update(const Trellis::Widget& content, const Trellis::GrabManager& grabManager)

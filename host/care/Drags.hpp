@@ -26,6 +26,9 @@ struct Drag
     std::vector<Bedrock::IntrusiveWeakPtr<Trellis::Widget>> covering;
 };
 
+/// Whether fingers may move the widget, by its attribute "movable".
+[[nodiscard]] bool isMovable(const Trellis::Widget& widget);
+
 /// The movable widgets that fingers hold, as they are in each frame: content of the table, and what lies inside of other widgets,
 /// such as tiles. Main thread only.
 class Drags

@@ -14,13 +14,8 @@ using Vecta::Rect;
 using Vecta::Vector2f;
 using Corners = std::vector<Vector2f>;
 
-constexpr float kEdgePx = 0.01f;
+constexpr float kTouchingSquaredPx = 0.01f;
 constexpr float kApartPx = 0.5f; ///< between two people's widgets, so that rounding makes none cover the other
-
-float cross(Vector2f a, Vector2f b)
-{
-    return a.x * b.y - a.y * b.x;
-}
 
 Corners cornersOf(const PlaceSearch::Outline& outline)
 {
@@ -104,7 +99,7 @@ private:
     void add(Vector2f point)
     {
         const Vector2f inside{std::clamp(point.x, m_room.x, m_room.right()), std::clamp(point.y, m_room.y, m_room.bottom())};
-        if ((inside - point).lengthSquared() <= kEdgePx)
+        if ((inside - point).lengthSquared() <= kTouchingSquaredPx)
             m_candidates.push_back(inside);
     }
 

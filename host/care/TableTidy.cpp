@@ -1,9 +1,9 @@
 #include "care/TableTidy.hpp"
 
 #include "care/CareAttributes.hpp"
+#include "care/Drags.hpp"
 
 #include <Facet/Attribute.hpp>
-#include <Facet/AttributeT.hpp>
 #include <Tavola/Utils.hpp>
 #include <Trellis/Widget.hpp>
 #include <Vecta/Angle.hpp>
@@ -19,12 +19,6 @@ using Trellis::Widget;
 using Vecta::Vector2f;
 
 constexpr std::array<const char*, 3> kPlaceAttributes{"location", "rotation", "scale"};
-
-bool isMovable(const Widget& widget)
-{
-    const auto* const movable = dynamic_cast<const Facet::AttributeT<bool>*>(widget.attribute("movable"));
-    return movable && movable->value();
-}
 
 bool isAtRest(const Widget& widget)
 {

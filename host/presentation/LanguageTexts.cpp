@@ -20,7 +20,7 @@ namespace Host
 {
 namespace
 {
-constexpr int kLargestFileMiB = 1;
+constexpr int kLargestTextsMiB = 1;
 const QLatin1String kLastResort("en");
 
 void warn(const QString& file, int line, const QString& what)
@@ -47,7 +47,7 @@ std::optional<LanguageTexts> readFile(const QFileInfo& info)
         return std::nullopt;
     }
     QString error;
-    const auto bytes = Bedrock::readBoundedFile(result.file, kLargestFileMiB, error);
+    const auto bytes = Bedrock::readBoundedFile(result.file, kLargestTextsMiB, error);
     if (!bytes) {
         warn(result.file, 1, QStringLiteral("it cannot be read (%1); its texts are missing").arg(error));
         return std::nullopt;

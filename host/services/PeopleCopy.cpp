@@ -11,7 +11,7 @@ namespace Host
 namespace
 {
 /// Of a million people.
-constexpr int kLargestFileMiB = 256;
+constexpr int kLargestCopyMiB = 256;
 }
 
 void PeopleCopy::write(const std::vector<Person>& people) const
@@ -30,7 +30,7 @@ std::optional<std::vector<Person>> PeopleCopy::read() const
     if (!QFile::exists(m_path))
         return std::nullopt;
     QString error;
-    const auto bytes = Bedrock::readBoundedFile(m_path, kLargestFileMiB, error);
+    const auto bytes = Bedrock::readBoundedFile(m_path, kLargestCopyMiB, error);
     if (!bytes) {
         Bedrock::Trace::warning("PeopleCopy # Failed to read %s (%s); no card opens until the server is back",
                                 m_path.toUtf8().constData(), error.toUtf8().constData());

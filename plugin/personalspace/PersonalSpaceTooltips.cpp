@@ -13,12 +13,12 @@ namespace Tavola
 {
 namespace
 {
-constexpr float kFadeInSeconds = 0.2f;
-constexpr float kFadeOutSeconds = 0.5f;
+constexpr float kTooltipFadeInSeconds = 0.2f;
+constexpr float kTooltipFadeOutSeconds = 0.5f;
 
 void close(Trellis::Widget& tooltip)
 {
-    Trellis::FadeAnimator::fadeOutAndDelete(tooltip, kFadeOutSeconds, 0.f);
+    Trellis::FadeAnimator::fadeOutAndDelete(tooltip, kTooltipFadeOutSeconds, 0.f);
 }
 }
 
@@ -43,7 +43,7 @@ void PersonalSpaceWidget::D::toggleTooltip(const QString& name, const Vecta::Vec
     opened->raiseToTop();
     opened->addOperator(Bedrock::makeIntrusive<Trellis::AfterIdleApplyLambdaOperator>(
         tooltipTimeout.value(), [](Trellis::Widget& widget) { close(widget); }, false));
-    Trellis::FadeAnimator::fadeIn(*opened, kFadeInSeconds, 0.f);
+    Trellis::FadeAnimator::fadeIn(*opened, kTooltipFadeInSeconds, 0.f);
     tooltip = opened;
 
     auto payload = idPayload(opened->textWidget()->id());

@@ -3,9 +3,20 @@
 #include <doctest/doctest.h>
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 using namespace Http;
+
+TEST_CASE("HTTP file: an open one has a size, none has not")
+{
+    CHECK(File().size() == -1);
+    const File empty(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    CHECK(empty.size() == 0);
+    const File file(::memfd_create("file", MFD_CLOEXEC));
+    REQUIRE(::ftruncate(file.descriptor(), 1234) == 0);
+    CHECK(file.size() == 1234);
+}
 
 TEST_CASE("HTTP message: a plain answer is text that is not to be kept")
 {

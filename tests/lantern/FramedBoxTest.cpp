@@ -36,11 +36,11 @@ QTransform turned(double degrees, double scale = 1.0)
     return transform;
 }
 
-QImage drawn(const QTransform& transform, const FramedBox::Look& look, const std::vector<QRect>& areas = {kPicture})
+QImage drawn(const QTransform& transform, const FramedBox::Shape& shape, const std::vector<QRect>& areas = {kPicture})
 {
     QImage image = gray();
     Composition composition;
-    composition.add(FramedBox(kPicture, transform, kBox, look));
+    composition.add(FramedBox(kPicture, transform, kBox, shape));
     composition.drawInto(image, areas);
     return image;
 }
@@ -56,27 +56,27 @@ QPainterPath rounded(double outwards, double radius)
     return path;
 }
 
-QImage expectedOf(const QTransform& transform, const FramedBox::Look& look)
+QImage expectedOf(const QTransform& transform, const FramedBox::Shape& shape)
 {
     QImage image = gray();
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setTransform(transform);
     const auto color = [](QRgb pixel) { return QColor::fromRgba(qUnpremultiply(pixel)); };
-    if (look.fill != 0)
-        painter.fillPath(rounded(0.0, look.radius), color(look.fill));
-    const double half = look.strokeWidth / 2.0;
-    QPainterPath border = rounded(half, look.radius > 0.0 ? look.radius + half : 0.0);
-    border.addPath(rounded(-half, look.radius - half));
-    if (look.stroke != 0)
-        painter.fillPath(border, color(look.stroke));
+    if (shape.fill != 0)
+        painter.fillPath(rounded(0.0, shape.radius), color(shape.fill));
+    const double half = shape.strokeWidth / 2.0;
+    QPainterPath border = rounded(half, shape.radius > 0.0 ? shape.radius + half : 0.0);
+    border.addPath(rounded(-half, shape.radius - half));
+    if (shape.stroke != 0)
+        painter.fillPath(border, color(shape.stroke));
     return image;
 }
 
 struct Row
 {
     const char* what;
-    FramedBox::Look look;
+    FramedBox::Shape shape;
 };
 const Row kRows[] = {
     {"round", {14.0, 0.0, 0xff50a0f0u, 0}},
@@ -101,7 +101,7 @@ TEST_CASE("framed box: it looks as a painter draws it")
                 CAPTURE(scale);
                 const QTransform transform = turned(degrees, scale);
                 // Shares at edges are rounded another way.
-                CHECK_PICTURE(drawn(transform, row.look), expectedOf(transform, row.look), 60);
+                CHECK_PICTURE(drawn(transform, row.shape), expectedOf(transform, row.shape), 60);
             }
 }
 
@@ -111,9 +111,9 @@ TEST_CASE("framed box: each part shows the pixels of the whole box")
         for (const double degrees : {0.0, 21.0}) {
             CAPTURE(row.what);
             const QTransform transform = turned(degrees);
-            const QImage whole = drawn(transform, row.look);
+            const QImage whole = drawn(transform, row.shape);
             for (const QRect& part : {QRect(20, 20, 9, 70), QRect(50, 45, 20, 20), QRect(0, 75, 120, 3)})
-                CHECK(drawn(transform, row.look, {part}).copy(part) == whole.copy(part));
+                CHECK(drawn(transform, row.shape, {part}).copy(part) == whole.copy(part));
         }
 }
 
@@ -121,13 +121,13 @@ TEST_CASE("framed box: what its inside hides is hidden, and what shows through i
 {
     for (const Row& row : kRows) {
         CAPTURE(row.what);
-        CHECK(FramedBox(kPicture, turned(3), kBox, row.look).isSolid() == (row.look.fill >> 24 == 255u));
-        const FramedBox box(kPicture, turned(3), kBox, row.look);
-        const QImage image = drawn(turned(3), row.look);
+        CHECK(FramedBox(kPicture, turned(3), kBox, row.shape).isSolid() == (row.shape.fill >> 24 == 255u));
+        const FramedBox box(kPicture, turned(3), kBox, row.shape);
+        const QImage image = drawn(turned(3), row.shape);
         for (int y = 0; y < kPicture.height(); ++y)
             if (const PixelSpan span = box.span(y); box.isSolid())
                 for (int x = span.fullBegin; x < span.fullEnd; ++x)
-                    REQUIRE(image.pixel(x, y) == row.look.fill);
+                    REQUIRE(image.pixel(x, y) == row.shape.fill);
     }
 }
 

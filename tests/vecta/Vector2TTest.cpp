@@ -17,6 +17,8 @@ TEST_CASE("vector: adds, subtracts, scales and compares by value")
     CHECK(a != b);
     CHECK(Vector2f() == Vector2f(0.f, 0.f));
     CHECK(dot(a, b) == -5.f);
+    CHECK(cross(a, b) == -10.f);
+    CHECK(cross(b, a) == 10.f);
 }
 
 TEST_CASE("vector: has a length")

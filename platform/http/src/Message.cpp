@@ -1,5 +1,6 @@
 #include "Http/Message.hpp"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace Http
@@ -30,6 +31,12 @@ File::~File()
 {
     if (m_descriptor >= 0)
         ::close(m_descriptor);
+}
+
+qint64 File::size() const
+{
+    struct stat status;
+    return ::fstat(m_descriptor, &status) == 0 ? static_cast<qint64>(status.st_size) : -1;
 }
 
 int File::release()

@@ -13,7 +13,7 @@ namespace Lantern
 class FramedBox final : public PixelSource
 {
 public:
-    struct Look
+    struct Shape
     {
         double radius = 0.0;      ///< fits into the box
         double strokeWidth = 0.0; ///< 0: no border
@@ -23,7 +23,7 @@ public:
 
     /// Nothing for transforms that shear the box, or scale it much more in one direction.
     [[nodiscard]] static bool canDraw(const QTransform& toDevice);
-    FramedBox(const QRect& area, const QTransform& toDevice, const QRectF& box, const Look& look);
+    FramedBox(const QRect& area, const QTransform& toDevice, const QRectF& box, const Shape& shape);
 
     [[nodiscard]] PixelSpan span(int y) const override;
     void draw(QRgb* row, int y, int begin, int end, const PixelSpan& span) const override;
@@ -31,7 +31,7 @@ public:
 private:
     void drawEdge(QRgb* row, int y, int begin, int end) const;
 
-    Look m_look;
+    Shape m_shape;
     BoxEdges m_outer;
     BoxEdges m_wide, m_tall; ///< inside of the border, without what is above and below corners, or beside them
     bool m_hasWide = false, m_hasTall = false;

@@ -58,15 +58,15 @@ bool drawFramed(PainterContext::Private& context, const Vecta::Rect& rect, float
     if (!context.image || !FramedBox::canDraw(context.world))
         return false;
     const auto pixel = [&](const Bedrock::Color& color) { return scaledPixel(pixelOf(toQt(color)), shareOf(context.opacity)); };
-    FramedBox::Look look;
-    look.radius = cornerRadius > 0.f ? double(fittingRadius(rect, cornerRadius)) : 0.0;
+    FramedBox::Shape shape;
+    shape.radius = cornerRadius > 0.f ? double(fittingRadius(rect, cornerRadius)) : 0.0;
     if (style.hasFill && style.fill.alpha > 0.f)
-        look.fill = pixel(style.fill);
+        shape.fill = pixel(style.fill);
     if (hasVisibleStroke(style)) {
-        look.stroke = pixel(style.stroke);
-        look.strokeWidth = double(style.strokeWidth);
+        shape.stroke = pixel(style.stroke);
+        shape.strokeWidth = double(style.strokeWidth);
     }
-    context.composition.add(FramedBox(context.clipRect(), context.world, toQt(rect), look));
+    context.composition.add(FramedBox(context.clipRect(), context.world, toQt(rect), shape));
     return true;
 }
 

@@ -23,6 +23,8 @@ public:
 
     [[nodiscard]] bool isOpen() const { return m_descriptor >= 0; }
     [[nodiscard]] int descriptor() const { return m_descriptor; }
+    /// In bytes; -1 when that cannot be said, as of a file that is not open.
+    [[nodiscard]] qint64 size() const;
     /// Gives the descriptor away; the caller closes it.
     [[nodiscard]] int release();
 

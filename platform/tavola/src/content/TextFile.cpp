@@ -11,11 +11,11 @@ namespace
 {
 /// A text in another encoding has fewer bytes that are no UTF-8 than this part of it; what has more is taken for no text.
 constexpr int kReadablePart = 3;
-
-QString kibibytes(qint64 bytes)
-{
-    return QString::number((bytes + 1023) / 1024) + QStringLiteral(" KiB");
 }
+
+QString TextFile::kibibytes(qint64 bytes)
+{
+    return QString::number((bytes + 1023) / 1024);
 }
 
 TextFile TextFile::read(const QString& path, qint64 mostBytes)
@@ -50,7 +50,7 @@ TextFile TextFile::read(const QString& path, qint64 mostBytes)
         result.complaint = QStringLiteral("it is no text: save it as UTF-8 text, or show it as a picture or a PDF document");
     } else if (result.state == State::Cut) {
         result.complaint =
-            QStringLiteral("it has %1, and the first %2 of them are shown: shorten it, or show it as a PDF document")
+            QStringLiteral("it has %1 KiB, and the first %2 KiB of them are shown: shorten it, or show it as a PDF document")
                 .arg(kibibytes(result.fileBytes), kibibytes(result.shownBytes));
     } else if (wrong > 0) {
         result.complaint =

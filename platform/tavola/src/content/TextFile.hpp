@@ -23,5 +23,7 @@ struct TextFile
     /// Reads up to `mostBytes` bytes: UTF-8, or UTF-8, UTF-16 or UTF-32 with a byte order mark. Bytes that are none of that
     /// become U+FFFD. Any thread; blocks.
     [[nodiscard]] static TextFile read(const QString& path, qint64 mostBytes);
+    /// A size in KiB, rounded up, as digits.
+    [[nodiscard]] static QString kibibytes(qint64 bytes);
 };
 }

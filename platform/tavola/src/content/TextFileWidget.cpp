@@ -33,11 +33,6 @@ void complain(const QString& path, const QString& complaint)
     }
     Bedrock::Trace::warning("TextFileWidget # %s", qUtf8Printable(line));
 }
-
-QString kibibytes(qint64 bytes)
-{
-    return QString::number((bytes + 1023) / 1024);
-}
 }
 
 TextFileWidget::TextFileWidget(Trellis::Widget* parent) : Trellis::TextWidget(parent)
@@ -67,7 +62,8 @@ void TextFileWidget::show(const QString& path, const TextFile& file)
     if (file.state == TextFile::State::NoText)
         shown = m_noTextNote.value();
     else if (file.state == TextFile::State::Cut)
-        shown += QStringLiteral("\n\n") + QString(m_cutNote.value()).arg(kibibytes(file.shownBytes), kibibytes(file.fileBytes));
+        shown += QStringLiteral("\n\n")
+            + QString(m_cutNote.value()).arg(TextFile::kibibytes(file.shownBytes), TextFile::kibibytes(file.fileBytes));
     setPseudoClass("failed", file.state == TextFile::State::NoText);
     setText(shown);
     eventSend(kTextLoaded);

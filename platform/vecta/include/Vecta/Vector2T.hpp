@@ -60,4 +60,11 @@ template <class T>
 {
     return a.x * b.x + a.y * b.y;
 }
+
+/// Cross product's third coordinate: positive where `b` is clockwise of `a` on a screen, by less than half a turn.
+template <class T>
+[[nodiscard]] constexpr T cross(const Vector2T<T>& a, const Vector2T<T>& b)
+{
+    return a.x * b.y - a.y * b.x;
+}
 }
