@@ -1,7 +1,8 @@
 #include "care/DragShadow.hpp"
 
+#include <Lantern/BoxShadow.hpp>
 #include <Lantern/RenderContext.hpp>
-#include <Lantern/Style.hpp>
+#include <Lantern/RoundBox.hpp>
 
 #include <algorithm>
 
@@ -11,7 +12,7 @@ namespace
 {
 using Vecta::Vector2f;
 
-constexpr int kSteps = 12; ///< of the edge that gets fainter outwards
+constexpr float kCornerPx = 6.f;
 }
 
 Bedrock::IntrusivePtr<DragShadow> DragShadow::make()
@@ -45,14 +46,15 @@ void DragShadow::follow(const Trellis::Widget& dragged)
 
 void DragShadow::renderContent(Lantern::RenderContext& context) const
 {
-    Bedrock::Color color = m_color.value();
-    color.alpha /= float(kSteps);
-    const Lantern::Style style = Lantern::Style().setFill(color.premultiplied());
     const float spread = std::max(m_spread.value(), 0.f);
-    for (int step = 0; step < kSteps; ++step) {
-        const float inset = spread * 2.f * float(step) / float(kSteps);
-        context.drawRect({inset, inset, std::max(width() - 2.f * inset, 0.f), std::max(height() - 2.f * inset, 0.f)},
-                         std::max(spread * 1.5f - inset, 6.f), style);
-    }
+    const Vector2f drop = Vector2f(0.f, m_drop.value()).rotated(-rotation());
+    const Vecta::Rect widget{spread - drop.x, spread - drop.y, std::max(width() - 2.f * spread, 0.f),
+                             std::max(height() - 2.f * spread, 0.f)};
+    Lantern::BoxShadow shadow;
+    shadow.offset = drop;
+    shadow.blurPx = 1.f;
+    shadow.blurPx = spread / shadow.blurReachPx();
+    shadow.color = m_color.value();
+    context.drawShadow({widget, Lantern::Corners::all(kCornerPx)}, shadow);
 }
 }

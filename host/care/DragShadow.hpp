@@ -6,9 +6,9 @@
 
 namespace Host
 {
-/// The soft shadow below a widget that is being dragged. Takes no input. CSS type "DragShadow"; attributes "shadow-color",
-/// "spread" and "drop" (how far it reaches beyond the widget, and how far it lies below it; table pixels). Owned by the layer
-/// that it was added to. Main thread only.
+/// The soft shadow around a widget that is being dragged; there is none under the widget itself. Takes no input. CSS type
+/// "DragShadow"; attributes "shadow-color", "spread" and "drop" (how far it reaches beyond the widget, and how far it lies below
+/// it; table pixels). Owned by the layer that it was added to. Main thread only.
 class DragShadow final : public Trellis::Widget
 {
 public:

@@ -26,7 +26,7 @@ TEST_CASE("drag shadow: it reaches beyond the widget on all sides, turned and sc
     CHECK(by.y == doctest::Approx(14.f).epsilon(0.01));
 }
 
-TEST_CASE("drag shadow: it is darkest in the middle and fades to its edge")
+TEST_CASE("drag shadow: it is darkest beside the widget, deeper below it, fades to its edge, and is not under the widget")
 {
     TestSupport::TestHost host;
     host.style(".tavola-background { background-color: #ffffff; } DragShadow { position: absolute; }");
@@ -39,9 +39,15 @@ TEST_CASE("drag shadow: it is darkest in the middle and fades to its edge")
     shadow->follow(*widget);
     host.frame();
     const QImage picture = host.app().renderToImage();
-    const int middle = qGray(picture.pixel(700, 564));
-    const int edge = qGray(picture.pixel(700, 500));
-    CHECK(middle < edge);
-    CHECK(edge < 255);
-    CHECK(qGray(picture.pixel(700, 480)) == 255);
+    const auto gray = [&picture](int x, int y) { return qGray(picture.pixel(x, y)); };
+    CHECK(gray(700, 550) == 255); // under the widget, which draws nothing here
+    const int below = gray(700, 601);
+    CHECK(below < 190);
+    CHECK(gray(700, 610) > below);
+    CHECK(gray(700, 628) > gray(700, 610));
+    CHECK(gray(700, 633) == 255);
+    CHECK(gray(700, 498) > below); // above the widget there is less of it
+    CHECK(gray(700, 480) == 255);
+    for (int y = 602; y < 632; ++y) // without bands
+        CHECK(gray(700, y) - gray(700, y - 1) < 14);
 }
