@@ -77,28 +77,26 @@ folly::Future<std::vector<CollectedItem>> InboxCollections::items(unsigned long 
 
 void InboxCollections::add(unsigned long code, const CollectedItem& item)
 {
-    if (!m_service)
-        return;
-    Change change{Change::Kind::Add, code, item};
-    change.item.key = storedKey(item.key);
-    m_service->change(std::move(change));
+    change({Change::Kind::Add, code, item});
 }
 
 void InboxCollections::update(unsigned long code, const CollectedItem& item)
 {
-    if (!m_service)
-        return;
-    Change change{Change::Kind::Update, code, item};
-    change.item.key = storedKey(item.key);
-    m_service->change(std::move(change));
+    change({Change::Kind::Update, code, item});
 }
 
 void InboxCollections::remove(unsigned long code, const QString& key)
 {
+    Change removal{Change::Kind::Remove, code, {}};
+    removal.item.key = key;
+    change(std::move(removal));
+}
+
+void InboxCollections::change(CollectionFile::Change change)
+{
     if (!m_service)
         return;
-    Change change{Change::Kind::Remove, code, {}};
-    change.item.key = storedKey(key);
+    change.item.key = storedKey(change.item.key);
     m_service->change(std::move(change));
 }
 }

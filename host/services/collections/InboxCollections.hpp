@@ -1,5 +1,7 @@
 #pragma once
 
+#include "services/collections/CollectionFile.hpp"
+
 #include <Tavola/CollectionStoreAPI.hpp>
 #include <Tavola/ServiceInstance.hpp>
 
@@ -27,6 +29,7 @@ public:
     void remove(unsigned long code, const QString& key) override;
 
 private:
+    void change(CollectionFile::Change change);
     [[nodiscard]] QString storedKey(const QString& key) const;
 
     const std::shared_ptr<CollectionService> m_service;
