@@ -110,21 +110,19 @@ void CommandHandler::handle(const QByteArray& body, const Post& post, const Done
     const Step step = firstStep(body, PageTexts::find(acceptLanguage.split(',').first().split(';').first()));
     if (const auto* const answer = std::get_if<CommandAnswer>(&step))
         return done(*answer);
+    if (const auto* const question = std::get_if<PageQuestion>(&step))
+        return getUserPage(*question, post, done);
     run(std::get<Work>(step), post, done);
 }
 
 void CommandHandler::run(const Work& work, const Post& post, const Done& done)
 {
-    const auto answer = std::make_shared<std::optional<CommandAnswer>>();
-    const auto finish = [this, answer, work, post, done](const Result<void>& outcome) {
-        if (!outcome)
-            return done(storeFailed(work.command, outcome.error()));
-        if (*answer)
-            return done(**answer);
-        run({work.command, ItemStore::Kind::Write, work.job}, post, done);
+    const auto answer = std::make_shared<CommandAnswer>();
+    const auto finish = [this, answer, command = work.command, done](const Result<void>& outcome) {
+        done(outcome ? *answer : storeFailed(command, outcome.error()));
     };
     m_store.post(
-        work.kind, [answer, work](Items& items) { *answer = work.job(items, work.kind); },
+        ItemStore::Kind::Write, [answer, job = work.job](Items& items) { *answer = job(items); },
         [post, finish](const Result<void>& outcome) { post([finish, outcome] { finish(outcome); }); });
 }
 
@@ -154,7 +152,7 @@ CommandHandler::Step CommandHandler::firstStep(const QByteArray& body, const Pag
     if (!tessel)
         return notUnderstood(QStringLiteral("\"tessel\" has to be a whole number of 64 bits."));
     if (getUserPageAsked)
-        return getUserPage(*tessel, texts);
+        return PageQuestion{*tessel, texts};
 
     const auto item = itemOf(command);
     if (!item)
@@ -164,16 +162,20 @@ CommandHandler::Step CommandHandler::firstStep(const QByteArray& body, const Pag
     return deleteItem(*tessel, *item);
 }
 
-CommandHandler::Work CommandHandler::getUserPage(qint64 tessel, const PageTexts* texts) const
+void CommandHandler::getUserPage(const PageQuestion& question, const Post& post, const Done& done)
 {
-    return {"getuserpage", ItemStore::Kind::Read,
-            [tessel, texts, addresses = m_addresses](Items& items, ItemStore::Kind kind) -> std::optional<CommandAnswer> {
-                const QString token = kind == ItemStore::Kind::Read ? items.knownToken(tessel) : items.tokenFor(tessel);
-                if (token.isEmpty())
-                    return std::nullopt;
-                return success({{QStringLiteral("userpageurl"), addresses.page(token, texts)},
-                                {QStringLiteral("qrcodeurl"), addresses.qrCode(token, texts)}});
-            }};
+    const auto finish = [this, texts = question.texts, done](const Result<QString>& token) {
+        if (!token)
+            return done(storeFailed("getuserpage", token.error()));
+        done(success({{QStringLiteral("userpageurl"), m_addresses.page(*token, texts)},
+                      {QStringLiteral("qrcodeurl"), m_addresses.qrCode(*token, texts)}}));
+    };
+    // Every card that is put down asks for it.
+    const QString known = m_store.rememberedToken(question.tessel);
+    if (!known.isEmpty())
+        return finish(known);
+    m_store.findToken(question.tessel,
+                      [post, finish](const Result<QString>& token) { post([finish, token] { finish(token); }); });
 }
 
 std::optional<CommandAnswer> CommandHandler::checkFile(const Item& item, const QJsonObject& command, bool& isComing)
@@ -214,8 +216,7 @@ CommandHandler::Step CommandHandler::addItem(qint64 tessel, const Item& item, co
         if (auto refused = checkFile(item, command, isComing))
             return *std::move(refused);
     }
-    return Work{"additem", ItemStore::Kind::Write,
-                [tessel, item, isComing, most = m_mostItems](Items& items, ItemStore::Kind) -> std::optional<CommandAnswer> {
+    return Work{"additem", [tessel, item, isComing, most = m_mostItems](Items& items) -> CommandAnswer {
                     if (!items.hasRoom(tessel, item, most))
                         return full(most);
                     items.add(tessel, item);
@@ -225,7 +226,7 @@ CommandHandler::Step CommandHandler::addItem(qint64 tessel, const Item& item, co
 
 CommandHandler::Work CommandHandler::deleteItem(qint64 tessel, const Item& item)
 {
-    return {"deleteitem", ItemStore::Kind::Write, [tessel, item](Items& items, ItemStore::Kind) -> std::optional<CommandAnswer> {
+    return {"deleteitem", [tessel, item](Items& items) -> CommandAnswer {
                 // What is gone already, because its owner removed it on the page or another table did, is as it should be.
                 (void)items.remove(tessel, item.kind, item.value);
                 return success();

@@ -19,6 +19,7 @@ namespace MediaServer
 class ContentFolder;
 class ContentReceiver;
 struct ContentError;
+struct PageTexts;
 
 /// The answer to one command: {"success": true, ...} or {"success": false, "error": "clear text"}.
 struct CommandAnswer
@@ -34,7 +35,6 @@ struct CommandAnswer
 /// The commands that tables send: "getuserpage", "additem" and "deleteitem". An "additem" may carry "sha256" and "size" of the
 /// file on the table; then the file need not be in the content folder: it is expected, and the answer has "content": "coming".
 /// Commands that wait together are one transaction of the store. Borrows what it is given; on the server's thread.
-struct PageTexts;
 class CommandHandler
 {
 public:
@@ -54,20 +54,23 @@ public:
     void handle(const QByteArray& body, const Post& post, const Done& done, const QByteArray& acceptLanguage = {});
 
 private:
-    /// What a command does in the store.
+    /// What a command changes in the store.
     struct Work
     {
         const char* command; ///< for the log
-        ItemStore::Kind kind;
-        /// The answer; of Kind::Read nothing when something has to be written for it: then the work runs as Kind::Write. Borrows
-        /// nothing: it may run after the server's end.
-        std::function<std::optional<CommandAnswer>(Items& items, ItemStore::Kind kind)> job;
+        /// Returns the answer. Borrows nothing: it may run after the server's end.
+        std::function<CommandAnswer(Items& items)> job;
     };
-    using Step = std::variant<CommandAnswer, Work>;
+    struct PageQuestion
+    {
+        qint64 tessel;
+        const PageTexts* texts; ///< of the language in which the page opens; null: the page's own
+    };
+    using Step = std::variant<CommandAnswer, Work, PageQuestion>;
 
     [[nodiscard]] Step firstStep(const QByteArray& body, const PageTexts* texts);
     void run(const Work& work, const Post& post, const Done& done);
-    [[nodiscard]] Work getUserPage(qint64 tessel, const PageTexts* texts) const;
+    void getUserPage(const PageQuestion& question, const Post& post, const Done& done);
     [[nodiscard]] Step addItem(qint64 tessel, const Item& item, const QJsonObject& command);
     /// Nothing when the item may be added; `isComing`: its file is not there yet.
     [[nodiscard]] std::optional<CommandAnswer> checkFile(const Item& item, const QJsonObject& command, bool& isComing);

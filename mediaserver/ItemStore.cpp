@@ -7,6 +7,7 @@ namespace
 {
 
 constexpr int kTokenCharacters = 22;
+constexpr int kMostTokens = 50000;
 constexpr int kMostRemovedAtOnce = 200;
 
 } // namespace
@@ -34,10 +35,13 @@ Result<std::unique_ptr<ItemStore>> ItemStore::open(const QString& database, std:
         return tl::unexpected(QStringLiteral("The database cannot be used: ") + address.error());
     Storage::Store::Settings settings;
     settings.deadline = deadline;
+    std::unique_ptr<ItemStore> made(new ItemStore(deadline));
+    settings.onEvent = [items = made.get()](Storage::Store::Event) { items->forgetTokens(); };
     auto store = Storage::Store::open(*address, Items::schema(), settings);
     if (!store)
         return refused(store.error());
-    return std::unique_ptr<ItemStore>(new ItemStore(std::move(*store), deadline));
+    made->m_store = std::move(*store);
+    return made;
 }
 
 ItemStore::~ItemStore() = default;
@@ -103,9 +107,46 @@ Result<QString> ItemStore::tokenFor(qint64 tessel)
     return ask(Kind::Write, [tessel](Items& items) { return items.tokenFor(tessel); });
 }
 
+void ItemStore::findToken(qint64 tessel, const std::function<void(const Result<QString>&)>& done)
+{
+    const auto token = std::make_shared<QString>();
+    const auto finish = [token, done](const Result<void>& outcome) {
+        done(outcome ? Result<QString>(*token) : tl::unexpected(outcome.error()));
+    };
+    // Most have one, and reading locks nothing. On the store's thread events come after this, so what is remembered is not older.
+    post(
+        Kind::Read, [token, tessel](Items& items) { *token = items.knownToken(tessel); },
+        [this, token, tessel, finish](const Result<void>& outcome) {
+            if (outcome && token->isEmpty())
+                return post(
+                    Kind::Write, [token, tessel](Items& items) { *token = items.tokenFor(tessel); }, finish);
+            if (outcome) {
+                const std::lock_guard<std::mutex> guard(m_mutex);
+                if (m_tokens.size() >= kMostTokens)
+                    m_tokens.clear();
+                m_tokens.insert(tessel, *token);
+            }
+            finish(outcome);
+        });
+}
+
+QString ItemStore::rememberedToken(qint64 tessel)
+{
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    return m_tokens.value(tessel);
+}
+
+void ItemStore::forgetTokens()
+{
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    m_tokens.clear();
+}
+
 Result<QString> ItemStore::renewToken(qint64 tessel)
 {
-    return ask(Kind::Write, [tessel](Items& items) { return items.renewToken(tessel); });
+    const auto renewed = ask(Kind::Write, [tessel](Items& items) { return items.renewToken(tessel); });
+    forgetTokens();
+    return renewed;
 }
 
 Result<std::optional<qint64>> ItemStore::personOf(const QString& token)
@@ -161,6 +202,7 @@ Result<int> ItemStore::removeOlderThan(int days)
         if (!removed)
             return removed;
         all += *removed;
+        forgetTokens();
         if (*removed < kMostRemovedAtOnce)
             return all;
     }

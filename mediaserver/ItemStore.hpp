@@ -6,6 +6,7 @@
 #include <Storage/Store.hpp>
 
 #include <QDate>
+#include <QHash>
 #include <QString>
 
 #include <chrono>
@@ -61,12 +62,15 @@ public:
     /// A transaction of its own as well, without waiting for it: changes that wait together are committed together. `done` is
     /// called on the store's thread. The job may be called several times.
     void post(Kind kind, std::function<void(Items&)> job, std::function<void(const Result<void>&)> done);
+    /// As tokenFor(), without waiting. `done` is called on the store's thread.
+    void findToken(qint64 tessel, const std::function<void(const Result<QString>&)>& done);
+    /// The person's secret as findToken() has found it; null when it has not, or when anything was changed by another server
+    /// since. Such a change is noticed within a second.
+    [[nodiscard]] QString rememberedToken(qint64 tessel);
 
 private:
-    ItemStore(std::unique_ptr<Storage::Store> store, std::chrono::milliseconds deadline)
-        : m_deadline(deadline), m_store(std::move(store))
-    {
-    }
+    explicit ItemStore(std::chrono::milliseconds deadline) : m_deadline(deadline) {}
+    void forgetTokens();
     /// What `question` returns of the items, in a transaction of its own.
     template <class Question>
     [[nodiscard]] auto ask(Kind kind, const Question& question) -> Result<decltype(question(std::declval<Items&>()))>;
@@ -81,8 +85,9 @@ private:
     };
     std::chrono::milliseconds m_deadline;
     std::mutex m_mutex;
-    std::optional<Outage> m_outage; ///< under the mutex
-    std::unique_ptr<Storage::Store> m_store;
+    std::optional<Outage> m_outage;          ///< under the mutex
+    QHash<qint64, QString> m_tokens;         ///< under the mutex
+    std::unique_ptr<Storage::Store> m_store; ///< last member: its thread ends first
 };
 
 /// Whether the text has the form of a token.

@@ -1,12 +1,15 @@
 #include "ItemStore.hpp"
 
+#include <EventLoop.hpp>
 #include <TestDatabase.hpp>
 
 #include <doctest/doctest.h>
 
 #include <QDateTime>
 
+#include <future>
 #include <limits>
+#include <memory>
 
 using namespace MediaServer;
 
@@ -85,6 +88,34 @@ TEST_CASE("items on any database: an item is one person's, and its id does not c
         CHECK(store->items(0)->empty());
         CHECK(store->items(Limits::max())->empty());
         CHECK(store->items(Limits::min())->size() == 1);
+    }
+}
+
+TEST_CASE("items on any database: a secret is remembered until it changes, here or at another server")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const Place place(kind);
+        CAPTURE(place.database.name());
+        const auto one = place.open();
+        const auto other = place.open();
+        const auto found = [&one] {
+            const auto promise = std::make_shared<std::promise<QString>>();
+            one->findToken(7, [promise](const Result<QString>& token) { promise->set_value(*token); });
+            return promise->get_future().get();
+        };
+        CHECK(one->rememberedToken(7).isNull());
+        const QString token = found(); // made, so it is not known to be kept yet
+        CHECK(isTokenForm(token));
+        CHECK(one->rememberedToken(7).isNull());
+        CHECK(found() == token);
+        CHECK(one->rememberedToken(7) == token);
+        const QString renewed = *one->renewToken(7);
+        CHECK(one->rememberedToken(7).isNull());
+        CHECK(found() == renewed);
+        CHECK(one->rememberedToken(7) == renewed);
+        REQUIRE(other->renewToken(7));
+        CHECK(TestSupport::pumpUntil([&one] { return one->rememberedToken(7).isNull(); }));
+        CHECK(found() == *other->tokenFor(7));
     }
 }
 

@@ -14,10 +14,11 @@
 #include <QRegularExpression>
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
-/// Pages and commands behind real servers, each with a store of its own on one file, as the program has them on two doors.
+/// Pages and commands behind real servers with one store, as the program has them on two doors.
 struct TwoDoors
 {
     static constexpr qint64 kLargestContent = 4'000'000;
@@ -75,14 +76,25 @@ struct TwoDoors
 
     QByteArray picture = QByteArray("\x89PNG\r\n\x1a\n", 8) + QByteArray(3'000'000, 'p');
     Folder folder;
+
+private:
+    std::mutex m_mutex;
+    std::shared_ptr<MediaServer::ItemStore> m_store; ///< before the servers, which use it
+
+public:
     HttpServerThread pages{Http::Limits{}, [this](const QString& url, Http::Server&) { return pagesOf(url); }};
     HttpServerThread commands{Http::Limits{}, [this](const QString&, Http::Server& server) { return commandsOf(server); }};
 
 private:
+    /// Opened by whichever server starts first.
     std::shared_ptr<MediaServer::ItemStore> openStore()
     {
-        auto opened = MediaServer::ItemStore::open(folder.path(QStringLiteral("items.sqlite")));
-        return opened ? std::move(*opened) : nullptr;
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        if (!m_store) {
+            auto opened = MediaServer::ItemStore::open(folder.path(QStringLiteral("items.sqlite")));
+            m_store = opened ? std::move(*opened) : nullptr;
+        }
+        return m_store;
     }
 
     Http::Server::Handler pagesOf(const QString& url)

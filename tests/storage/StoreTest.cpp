@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <future>
 #include <mutex>
 #include <thread>
@@ -284,6 +285,31 @@ TEST_CASE("store: a change by another store is an event, its own changes are non
         const std::lock_guard<std::mutex> guard(events.mutex);
         CHECK(events.changes == 2);
         CHECK(events.outages == 0);
+    }
+}
+
+TEST_CASE("store: a change by another store is noticed although its own jobs never end")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        Events events;
+        std::atomic<bool> isOver{false};
+        std::function<void()> again;
+        auto store = database.store(boats(), events.settings());
+        again = [&] {
+            store->post(
+                Kind::Read, [](Transaction&) { return true; },
+                [&](const Store::Outcome&) {
+                    if (!isOver)
+                        again();
+                });
+        };
+        again();
+        CHECK(database.store(boats())->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Ahti"); }) == true);
+        CHECK(events.waitForChanges(1));
+        isOver = true;
+        CHECK(allBoats(*store) == "Ahti"); // behind the last one of the others
     }
 }
 

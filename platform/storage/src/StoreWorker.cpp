@@ -16,6 +16,8 @@ constexpr auto kPauseBeforeRepeat = 20ms;
 constexpr auto kLongestConnect = 5s;
 
 constexpr std::chrono::milliseconds kLongestPause = 2s;
+/// For a sign of life.
+constexpr std::chrono::milliseconds kLongestProbe = 2s;
 /// For a group that has waited until shortly before its deadline.
 constexpr auto kLeastForGroup = 1s;
 
@@ -82,15 +84,19 @@ bool Store::Worker::work()
         (void)connect();
         return m_connection != nullptr;
     }
-    if (m_group.empty())
-        m_group = m_queue.takeGroup();
-    if (!m_group.empty()) {
-        attempt();
+    // Also while there is always something to do.
+    if (m_settings.onEvent && now >= m_nextCheck) {
+        check();
         return true;
     }
-    if (m_settings.onEvent && now >= m_nextCheck)
-        check();
-    return false;
+    if (m_group.empty())
+        m_group = m_queue.takeGroup();
+    if (m_group.empty())
+        return false;
+    attempt();
+    if (m_connection && m_connection->descriptor() >= 0)
+        readChanges();
+    return true;
 }
 
 void Store::Worker::wait()
@@ -109,8 +115,12 @@ void Store::Worker::wait()
         milliseconds = static_cast<int>(std::clamp<std::chrono::milliseconds>(left, 0ms, 60s).count());
     }
     const int descriptor = m_connection ? m_connection->descriptor() : -1;
-    if (!m_queue.wait(descriptor, milliseconds))
-        return;
+    if (m_queue.wait(descriptor, milliseconds))
+        readChanges();
+}
+
+void Store::Worker::readChanges()
+{
     bool hasChanged = false;
     if (!m_connection->readChanges(hasChanged))
         disconnect();
@@ -165,7 +175,7 @@ void Store::Worker::check()
     {
         std::optional<ConnectionWatch::Guard> guard;
         if (m_watch)
-            guard.emplace(*m_watch, *m_connection, Clock::now() + m_settings.deadline);
+            guard.emplace(*m_watch, *m_connection, Clock::now() + std::min(m_settings.deadline, kLongestProbe));
         isGood = m_connection->probe() && m_connection->readChanges(hasChanged);
     }
     m_nextCheck = Clock::now() + m_connection->checkEvery();

@@ -40,6 +40,7 @@ private:
     [[nodiscard]] QString connect();
     void disconnect();
     void check();
+    void readChanges();
     void failOverdue();
     void failAll(const Failure& failure);
 

@@ -139,6 +139,6 @@ namespace Bench
 {
 void groupCommit()
 {
-    compare("group commit of 64 clients, seconds", throughStore, "bare transactions of 64", bare);
+    compare("group commit of 64 clients", throughStore, "bare transactions of 64", bare);
 }
 }

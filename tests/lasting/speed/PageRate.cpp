@@ -175,6 +175,6 @@ namespace Bench
 {
 void pageRate()
 {
-    compare("getuserpage, seconds each", getUserPage, "Beast echo", echo);
+    compare("getuserpage, each", getUserPage, "Beast echo", echo);
 }
 }

@@ -46,7 +46,7 @@ void compare(const char* what, const std::function<double()>& work, const char* 
     }
     const double own = median(ours);
     const double other = median(theirs);
-    std::printf("%s: %.4f; %s: %.4f; ratio %.2f\n", what, own, rivalName, other, own / other);
+    std::printf("%s: %.3f ms; %s: %.3f ms; ratio %.2f\n", what, 1000 * own, rivalName, 1000 * other, own / other);
     std::fflush(stdout);
 }
 }
