@@ -150,7 +150,7 @@ std::vector<LanguageSheet> languageSheets(const std::vector<LanguageTexts>& lang
     tags.removeDuplicates();
     tags.sort();
     for (const QString& tag : tags)
-        add(tag, QStringLiteral(":lang(%1)").arg(tag));
+        add(tag, QStringLiteral(":lang(%1):not(:lang(%1) > *)").arg(tag)); // where it begins: what is inside inherits them
     return result;
 }
 }

@@ -17,7 +17,7 @@ std::string written(const Compound& compound)
 {
     std::string text;
     for (const Feature& feature : compound.features) {
-        const char* const marks[] = {"", "#", ".", ":"};
+        const char* const marks[] = {"", "#", ".", ":", "attribute ", "position ", ":"};
         text += marks[int(feature.kind)] + Facet::NameTable::instance().name(feature.name).toStdString();
     }
     for (const AttributeTest& test : compound.attributes) {

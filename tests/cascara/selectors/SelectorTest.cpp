@@ -42,6 +42,13 @@ Change move(const char* id, const char* parent)
 {
     return [=](StyleFixture& f) { f[id].setStyleParent(*parent ? &f[parent] : nullptr); };
 }
+Change both(Change first, Change second)
+{
+    return [=](StyleFixture& f) {
+        first(f);
+        second(f);
+    };
+}
 /// Takes the node out and adds it again, as the last child.
 Change addAgain(const char* id, const char* parent)
 {
@@ -170,7 +177,20 @@ TEST_CASE("selector: siblings count in the order in which they were added, as no
         {"Node:first-child", "", setType("attached", "N"), ""},
         {"Root > *", "a attached b c d", destroyA, "attached b c d"},
         {":lang(de) N", "", pseudo("c", "lang(de)", true), "e f"},
-        {":lang(de)", "", pseudo("c", "lang(de)", true), "c"},
+        {":lang(de)", "", pseudo("c", "lang(de)", true), "c e f"},
+        {"N:lang(de)", "", pseudo("root", "lang(de)", true), "a b d e f"},
+        {"N:lang(de) + N", "", pseudo("root", "lang(de)", true), "b f"},
+        {"N:lang(de) + N", "", pseudo("e", "lang(de)", true), "f"},
+        {"N:lang(de) ~ M > N", "", pseudo("a", "lang(de)", true), "e f"},
+        {"M:lang(de) > N", "", pseudo("root", "lang(de)", true), "e f"},
+        {"N:not(:lang(de))", "a b d e f", pseudo("c", "lang(de)", true), "a b d"},
+        {"N:is(.x:lang(de), M > :lang(de))", "", pseudo("root", "lang(de)", true), "b e f"},
+        {"N:lang(de)", "", both(pseudo("c", "lang(de)", true), move("a", "c")), "a e f"},
+        {"N:lang(de)", "", both(pseudo("c", "lang(de)", true), move("e", "root")), "f"},
+        {"N:lang(de)", "", both(pseudo("c", "lang(de)", true), pseudo("e", "lang(fi)", true)), "f"},
+        {"N:lang(de)", "", both(pseudo("c", "lang(de)", true), pseudo("c", "lang(de)", false)), ""},
+        {"N:lang(pt)", "", both(pseudo("c", "lang(pt-br)", true), pseudo("c", "lang(pt)", true)), "e f"},
+        {":lang(de):not(:lang(de) > *)", "", pseudo("c", "lang(de)", true), "c"},
         {":root", "", pseudo("root", "root", true), "root"},
         {":root > N", "", pseudo("root", "root", true), "a b d"},
     };

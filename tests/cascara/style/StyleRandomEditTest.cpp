@@ -14,7 +14,7 @@ namespace
 const char* const kTypes[] = {"Panel", "Button", "Text", "Image"};
 const char* const kIds[] = {"", "", "", "one", "two", "three"};
 const char* const kClasses[] = {"a", "b", "c", "d", "e", "f"};
-const char* const kPseudoClasses[] = {"hover", "drop", "off"};
+const char* const kPseudoClasses[] = {"hover", "drop", "off", "lang(de)", "lang(fi)"};
 
 const char* const kCombinators[] = {" ", " ", " > ", " > ", " + ", " ~ "};
 const char* const kPositions[] = {":first-child", ":last-child", ":nth-child(2n+1)", ":nth-child(3)", ":nth-child(-n+2)"};

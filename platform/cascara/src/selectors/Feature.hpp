@@ -7,7 +7,15 @@ namespace Cascara
 /// What a selector tests of a node, and what of a node can change.
 struct Feature
 {
-    enum class Kind { Type, Id, Class, PseudoClass, Attribute, Position };
+    enum class Kind {
+        Type,
+        Id,
+        Class,
+        PseudoClass,
+        Attribute,
+        Position,
+        Language ///< of the node, or else of the nearest node above it that has one; the name is that of the pseudo-class
+    };
     /// The names of Kind::Position: what of a node's place among its siblings a selector depends on.
     enum Position : int {
         First,    ///< whether it is the first

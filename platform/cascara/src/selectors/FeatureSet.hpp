@@ -54,7 +54,8 @@ public:
             const Combinator fromRight = selector.parts[i - 1].toLeft;
             if (fromRight == Combinator::Descendant || fromRight == Combinator::Child)
                 for (const Feature feature : selector.parts[i].compound.features)
-                    set.add(feature);
+                    set.add(feature.kind == Feature::Kind::Language ? Feature{Feature::Kind::PseudoClass, feature.name}
+                                                                    : feature);
         }
         return set;
     }

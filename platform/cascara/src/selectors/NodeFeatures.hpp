@@ -26,6 +26,7 @@ struct NodeFeatures
     const NodeFeatures* parent = nullptr; ///< null for a root
     Names classes;                        ///< in the order they were added
     Names pseudoClasses;
+    bool hasLanguage = false; ///< some of the pseudo-classes name a language
     /// Among its siblings, from 1; also 1 without a parent. 0 for a node that is no sibling of others.
     int place = 1;
     /// The last collection of nodes to restyle that has this one.
@@ -40,10 +41,20 @@ struct NodeFeatures
         case Feature::Kind::Id: return id == feature.name;
         case Feature::Kind::Class: return contains(classes, feature.name);
         case Feature::Kind::PseudoClass: return contains(pseudoClasses, feature.name);
+        case Feature::Kind::Language: return isInLanguage(feature.name);
         case Feature::Kind::Attribute:
         case Feature::Kind::Position: break;
         }
         return false;
+    }
+
+    /// `language` is the number of a pseudo-class such as "lang(de)".
+    [[nodiscard]] bool isInLanguage(int language) const
+    {
+        const NodeFeatures* node = this;
+        while (node && !node->hasLanguage)
+            node = node->parent;
+        return node && contains(node->pseudoClasses, language);
     }
 
     /// The text of the attribute with that number, as attribute selectors compare it. False when the node has none.

@@ -117,11 +117,25 @@ bool operator==(const Compound& a, const Compound& b)
 
 namespace
 {
-bool hasAll(const Compound& compound, const NodeFeatures& node)
+bool isLanguage(Feature feature)
 {
-    return std::all_of(compound.features.begin(), compound.features.end(), [&node](Feature f) { return node.has(f); })
+    return feature.kind == Feature::Kind::Language;
+}
+
+/// All features but the language, which may be that of a node above.
+bool hasAllOwn(const Compound& compound, const NodeFeatures& node)
+{
+    return std::all_of(compound.features.begin(), compound.features.end(),
+                       [&node](Feature f) { return isLanguage(f) || node.has(f); })
         && std::all_of(compound.attributes.begin(), compound.attributes.end(),
                        [&node](const auto& test) { return test.matches(node); });
+}
+
+bool hasAll(const Compound& compound, const NodeFeatures& node)
+{
+    return hasAllOwn(compound, node) && std::all_of(compound.features.begin(), compound.features.end(), [&node](Feature f) {
+               return !isLanguage(f) || node.has(f);
+           });
 }
 }
 
@@ -138,7 +152,7 @@ bool Compound::matches(const NodeFeatures& node) const
 
 bool Compound::couldMatch(const NodeFeatures& node) const
 {
-    return hasAll(*this, node) && std::all_of(alternatives.begin(), alternatives.end(), [&node](const Alternatives& list) {
+    return hasAllOwn(*this, node) && std::all_of(alternatives.begin(), alternatives.end(), [&node](const Alternatives& list) {
                if (list.isNegation)
                    return std::none_of(list.selectors.begin(), list.selectors.end(), [&node](const Selector& selector) {
                        return selector.parts.size() == 1 && selector.parts.front().compound.matchesAnywhere(node);
@@ -150,7 +164,7 @@ bool Compound::couldMatch(const NodeFeatures& node) const
 
 bool Compound::matchesAnywhere(const NodeFeatures& node) const
 {
-    return positions.empty() && hasAll(*this, node)
+    return positions.empty() && std::none_of(features.begin(), features.end(), isLanguage) && hasAllOwn(*this, node)
         && std::all_of(alternatives.begin(), alternatives.end(), [&node](const Alternatives& list) {
                if (list.isNegation)
                    return std::none_of(list.selectors.begin(), list.selectors.end(), [&node](const Selector& selector) {

@@ -329,7 +329,7 @@ bool SelectorParser::parseNth(Compound& result)
     return true;
 }
 
-/// `:lang(pt-BR)` is a pseudo-class that the code sets under the name "lang(pt-br)".
+/// `:lang(pt-BR)` holds for a node with the pseudo-class "lang(pt-br)", which the code sets, and for what is in it.
 bool SelectorParser::parseLanguage(Compound& result)
 {
     ++m_position; // the function
@@ -341,7 +341,7 @@ bool SelectorParser::parseLanguage(Compound& result)
     if (!isTag || !at(Kind::CloseRound))
         return fail(QStringLiteral("expected one language, as in ':lang(de)'"));
     ++m_position;
-    result.features.push_back(feature(Feature::Kind::PseudoClass, QStringLiteral("lang(%1)").arg(tag)));
+    result.features.push_back(feature(Feature::Kind::Language, QStringLiteral("lang(%1)").arg(tag)));
     return true;
 }
 }

@@ -47,16 +47,38 @@ void InvalidationIndex::add(const Compound& compound, const Compound& around, co
             add(selector, &around, rightmost, path);
 }
 
-/// Completes `reach` with the steps of the path.
 void InvalidationIndex::add(Feature feature, Reach reach, const Path& path)
 {
+    if (feature.kind == Feature::Kind::Language) {
+        addLanguage(*reach.rightmost, path);
+        return;
+    }
     m_testsPositions = m_testsPositions || feature.kind == Feature::Kind::Position;
     if (feature.kind == Feature::Kind::Attribute)
         m_testedAttributes.insert(feature.name);
-    if (path.empty()) {
+    if (path.empty())
         m_rightmost.insert(feature);
-        return;
-    }
+    else
+        addOther(feature, along(reach, path));
+}
+
+/// A node that gets or loses a language changes that of all nodes below it, and which one these had before is not known.
+void InvalidationIndex::addLanguage(const Compound& rightmost, const Path& path)
+{
+    static const Compound kAnyNode;
+    const Reach itself{&kAnyNode, &kAnyNode, &rightmost, 0, 0};
+    if (path.empty())
+        m_rightmost.insert(kAnyLanguage);
+    else
+        addOther(kAnyLanguage, along(itself, path));
+    Reach below = itself;
+    below.levels = Reach::kAny;
+    addOther(kAnyLanguage, below);
+}
+
+/// Completes `reach` with the steps of the path.
+InvalidationIndex::Reach InvalidationIndex::along(Reach reach, const Path& path)
+{
     for (auto step = path.rbegin(); step != path.rend(); ++step) {
         const bool isSibling = *step == Combinator::NextSibling || *step == Combinator::LaterSibling;
         // A step aside further down stays on its level, all of which counts as reached.
@@ -66,6 +88,11 @@ void InvalidationIndex::add(Feature feature, Reach reach, const Path& path)
         else if (!isSibling)
             reach.levels = *step == Combinator::Descendant || reach.levels == Reach::kAny ? Reach::kAny : reach.levels + 1;
     }
+    return reach;
+}
+
+void InvalidationIndex::addOther(Feature feature, const Reach& reach)
+{
     auto& list = m_others[feature];
     const bool isKnown = std::any_of(list.begin(), list.end(), [&reach](const Reach& other) {
         return other.siblings == reach.siblings && other.levels == reach.levels && *other.changed == *reach.changed

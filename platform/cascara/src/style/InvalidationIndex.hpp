@@ -28,11 +28,13 @@ public:
         int levels;
     };
 
+    static constexpr Feature kAnyLanguage{Feature::Kind::Language, 0};
+
     /// Replaces what there is. The sheets must outlive the index or the next call.
     void build(const std::vector<std::unique_ptr<StyleSheet>>& sheets);
 
     [[nodiscard]] bool reachesSelf(Feature feature) const { return m_rightmost.count(feature) > 0; }
-    /// Null when the feature reaches no other node.
+    /// Null when the feature reaches no other node. All languages are one feature, `kAnyLanguage`.
     [[nodiscard]] const std::vector<Reach>* reachOthers(Feature feature) const;
     /// Whether any selector tests the feature.
     [[nodiscard]] bool isTested(Feature feature) const { return reachesSelf(feature) || reachOthers(feature); }
@@ -47,6 +49,9 @@ private:
     void add(const Selector& selector, const Compound* around, const Compound& rightmost, Path& path);
     void add(const Compound& compound, const Compound& around, const Compound& rightmost, Path& path);
     void add(Feature feature, Reach reach, const Path& path);
+    void addLanguage(const Compound& rightmost, const Path& path);
+    void addOther(Feature feature, const Reach& reach);
+    static Reach along(Reach reach, const Path& path);
 
     std::set<Feature> m_rightmost;
     std::map<Feature, std::vector<Reach>> m_others;

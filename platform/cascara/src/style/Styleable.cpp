@@ -1,5 +1,6 @@
 #include <Cascara/Styleable.hpp>
 
+#include "style/InvalidationIndex.hpp"
 #include "style/StyleEnginePrivate.hpp"
 #include "style/StyleNode.hpp"
 
@@ -16,6 +17,11 @@ namespace
 int number(const QByteArray& name)
 {
     return Facet::NameTable::instance().number(name);
+}
+
+bool isLanguageName(const QByteArray& pseudoClass)
+{
+    return pseudoClass.startsWith("lang(");
 }
 
 QList<QByteArray> namesOf(const NodeFeatures::Names& numbers)
@@ -158,7 +164,13 @@ void Styleable::setPseudoClass(const QByteArray& name, bool on)
         d->pseudoClasses.append(changed);
     else
         d->pseudoClasses.erase(found);
-    restyler().restyleAfterChange(*this, {Feature::Kind::PseudoClass, changed});
+    const bool isLanguage = isLanguageName(name);
+    if (isLanguage) {
+        const QList<QByteArray> names = pseudoClasses();
+        d->hasLanguage = std::any_of(names.begin(), names.end(), isLanguageName);
+    }
+    const Feature features[] = {{Feature::Kind::PseudoClass, changed}, InvalidationIndex::kAnyLanguage};
+    restyler().restyleAfterChange(*this, features, features + (isLanguage ? 2 : 1));
 }
 
 bool Styleable::hasPseudoClass(const QByteArray& name) const
