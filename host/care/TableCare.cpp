@@ -6,6 +6,7 @@
 #include "services/CardLanguages.hpp"
 
 #include <Tactile/Sample.hpp>
+#include <Tavola/LaunchedContentOperator.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Tavola/UserInterface.hpp>
 #include <Trellis/Application.hpp>
@@ -29,30 +30,45 @@ void addClasses(const CardOpening& opening, const Trellis::GrabManager& grabMana
         for (const QString& name : CareAttributes::openedClasses(grabber->widget()))
             opened->addCSSClass(name.toUtf8());
 }
+
+/// Content that does not follow its card ends whole on the table; relative content is not moved by this.
+void keepOnTable(const CardOpening& opening)
+{
+    const auto opened = opening.widget.lock();
+    if (!opened)
+        return;
+    for (const auto& op : opened->operators())
+        if (auto* const launch = dynamic_cast<Tavola::LaunchedContentOperator*>(op.get()))
+            launch->keepOnTable();
+}
 }
 
 TableCare::TableCare(const CareSettings& settings, float pixelPitchMm, std::shared_ptr<const CardLanguages> languages)
-    : m_languages(std::move(languages)), m_places(pixelPitchMm), m_clock(settings), m_idle(settings.idleAfterSeconds),
-      m_tidy(settings.tidyAfterSeconds, pixelPitchMm)
+    : m_languages(std::move(languages)), m_places(pixelPitchMm),
+      m_keyboards([this](const Trellis::Widget& carrier) { return m_places.neighboursOf(carrier); }), m_clock(settings),
+      m_idle(settings.idleAfterSeconds), m_tidy(settings.tidyAfterSeconds, pixelPitchMm)
 {
 }
 
 void TableCare::added(Trellis::Widget& /*widget*/)
 {
-    Tavola::Tavola::instance()->ui()->setKeyboardNeighbours(
-        [this](const Trellis::Widget& carrier) { return m_places.neighboursOf(carrier); });
+    Tavola::Tavola::instance()->ui()->setKeyboardPlacer(
+        [this](Trellis::Widget& keyboard, const Trellis::Widget& carrier, const Tavola::KeyboardRequest& request) {
+            return m_keyboards.place(keyboard, carrier, request);
+        });
 }
 
 void TableCare::removed(Trellis::Widget& /*widget*/)
 {
     if (const auto application = Tavola::Tavola::instance())
-        application->ui()->setKeyboardNeighbours({});
+        application->ui()->setKeyboardPlacer({});
 }
 
 void TableCare::giveLanguage(const CardOpening& opening) const
 {
     const auto opened = opening.widget.lock();
-    if (opened && m_languages)
+    // What a menu launched has the language of the menu.
+    if (opened && m_languages && languageOf(*opened).isEmpty())
         setLanguage(*opened, m_languages->ofCard(opening.card.code()));
 }
 
@@ -65,8 +81,10 @@ void TableCare::update(Trellis::Widget& widget, const Trellis::FrameInfo& frame)
     m_places.update(sample.markers, application.size(), motionSeconds);
     for (const CardOpening& opening : m_openings.find(widget, sample)) {
         giveLanguage(opening);
-        if (opening.isLaunched)
+        if (opening.isLaunched) {
+            keepOnTable(opening);
             continue;
+        }
         addClasses(opening, *application.grabManager());
         m_places.add(opening);
         m_clock.add(opening);

@@ -6,6 +6,7 @@
 #include "care/DragSigns.hpp"
 #include "care/Drags.hpp"
 #include "care/IdleSign.hpp"
+#include "care/KeyboardPlaces.hpp"
 #include "care/PlaceKeeper.hpp"
 #include "care/TableTidy.hpp"
 #include "care/UseClock.hpp"
@@ -36,6 +37,7 @@ private:
     std::shared_ptr<const CardLanguages> m_languages; ///< may be null
     CardOpenings m_openings;
     PlaceKeeper m_places;
+    KeyboardPlaces m_keyboards;
     UseClock m_clock;
     CardSigns m_signs;
     Drags m_drags;

@@ -3,6 +3,7 @@
 #include "KeyboardDesk.hpp"
 
 #include <Tavola/DropListener.hpp>
+#include <Tavola/KeyboardRequest.hpp>
 
 #include <cmath>
 
@@ -82,7 +83,7 @@ TEST_CASE("keyboard: it stands below its space, turns and moves with it, and can
     }
 }
 
-TEST_CASE("keyboard: at the table's edge it comes inside and leaves the field in sight")
+TEST_CASE("keyboard: at the table's edge it comes inside")
 {
     const Vector2f places[] = {{600.f, 700.f},  {600.f, 1000.f}, {-200.f, 300.f},
                                {1500.f, 300.f}, {1100.f, 900.f}, {600.f, -100.f}};
@@ -98,29 +99,37 @@ TEST_CASE("keyboard: at the table's edge it comes inside and leaves the field in
             desk.space->setCenterLocation(place);
             host.frame();
             CHECK(isReachable(host, *desk.keyboard()));
-            CHECK_FALSE(desk.keyboard()->intersects(*desk.field));
         }
     }
 }
 
-TEST_CASE("keyboard: it opens where it covers no neighbour, and stays there whatever they do")
+TEST_CASE(
+    "keyboard: where the user interface's placer says, asked only when something has changed, and in its usual place after that")
 {
     TestHost host;
-    Desk desk(host, {600.f, 400.f});
+    Desk desk(host);
     int asked = 0;
-    host.ui().setKeyboardNeighbours([&](const Trellis::Widget& carrier) {
+    host.ui().setKeyboardPlacer([&](const Trellis::Widget& keyboard, const Trellis::Widget& carrier, const auto& request) {
+        ++asked;
+        CHECK(keyboard.parent() == desk.space.get());
         CHECK(&carrier == desk.space.get());
-        const Vector2f corner(600.f, asked++ == 0 ? 760.f : 100.f);
-        return std::vector<Tavola::UserInterface::Outline>{
-            {corner, corner + Vector2f(600.f, 0.f), corner + Vector2f(600.f, 200.f), corner + Vector2f(0.f, 200.f)}};
+        CHECK(request.origin == desk.space->location());
+        CHECK(request.anchor == desk.space->size());
+        return Vector2f(700.f, 10.f);
     });
     desk.open();
-    host.frame();
-    CHECK(desk.keyboard()->sceneBounds().bottom() <= 400.f);
+    const int before = asked;
+    CHECK(before > 0);
+    CHECK((desk.keyboard()->mapToScene({}) - Vector2f(700.f, 10.f)).length() < 0.1f);
+    host.frames(3);
+    CHECK(asked == before);
     desk.space->setLocation({620.f, 400.f});
     host.frames(3);
-    CHECK(desk.keyboard()->sceneBounds().bottom() <= 400.f);
-    CHECK(asked == 1);
+    CHECK(asked == before + 1);
+    host.ui().setKeyboardPlacer({});
+    desk.space->setLocation({600.f, 200.f});
+    host.frame();
+    CHECK(desk.keyboard()->mapToScene({}).y > 500.f);
 }
 
 TEST_CASE("keyboard: in a field that nothing carries it stands beside the field")

@@ -98,6 +98,20 @@ TEST_CASE("content menu: a list has its entries below one another, with icon and
     CHECK(table.host.frameUntil([&] { return table.host.app().pendingImages() == 0; }));
 }
 
+TEST_CASE("content menu: what it launches speaks its language")
+{
+    MenuHost table;
+    const auto menu = table.menu(MenuHost::entriesOf(3));
+    menu->setPseudoClass("lang(de)", true);
+    menu->setPseudoClass("other", true);
+    const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
+    REQUIRE(node);
+    table.host.frame(1.0);
+    table.host.tap(MenuHost::sceneCenter(*MenuHost::withClass(*node, "menu-entry")[0]));
+    REQUIRE(table.launched().size() == 1);
+    CHECK(table.launched()[0]->pseudoClasses() == QList<QByteArray>{"lang(de)"});
+}
+
 TEST_CASE("content menu: an entry launches its content beside it, turned like the menu, as temporary content")
 {
     MenuHost table;

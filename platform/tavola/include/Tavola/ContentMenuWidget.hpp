@@ -14,7 +14,8 @@ struct ComponentUse;
 /// file and the CSS types and classes of the parts.
 ///
 /// Nodes of the first level are children of the menu and can be moved; further nodes are children of the node they were opened
-/// from. Launched content becomes a child of the host's main widget, turned like its node, with the class of temporary content.
+/// from. Launched content becomes a child of the host's main widget, turned like its node, with the class of temporary content
+/// and the pseudo-classes of the menu's language, such as "lang(de)".
 ///
 /// A mistake in the file costs the smallest piece and is a warning with file and place; an entry that opens nothing is left
 /// out. Main thread only.

@@ -11,9 +11,9 @@ class InputFieldWidget;
 
 /// A keyboard on the table that writes into one input field and no other, so that several visitors type at once. It opens
 /// when its field's editor is tapped and belongs to the widget that carries the field: the outermost one that can be moved,
-/// or the field's parent where nothing can. It stands below that widget and turns with it, but is moved to where the table
-/// has room for it and leaves the field in sight; its keys keep their size on the table when the widget is scaled. A host
-/// with "overflow: hidden" clips it.
+/// or the field's parent where nothing can. It stands where the user interface's placer says, else below that widget and
+/// inside the table's edge, and turns with it; its keys keep their size on the table when the widget is scaled. A host with
+/// "overflow: hidden" clips it.
 ///
 /// It closes at the enter key (the reason of the editor's "editing-finished" is "enter"), at its hide key ("escape"), when the
 /// editor ends editing for any other reason, and when the field is hidden or removed.

@@ -7,10 +7,8 @@
 #include <QByteArray>
 #include <QString>
 
-#include <array>
 #include <functional>
 #include <memory>
-#include <vector>
 
 namespace Trellis
 {
@@ -19,6 +17,8 @@ class Widget;
 
 namespace Tavola
 {
+struct KeyboardRequest;
+
 /// The layers of the table, all children of the toolkit's main layer, from the bottom: the background (class
 /// "tavola-background"), the main widget, the overlay, the internal overlay. Main thread only.
 class TAVOLA_EXPORT UserInterface
@@ -53,14 +53,13 @@ public:
     /// The layout of keyboards for which no style sets another one; empty means "en", and "none" that none opens.
     void setKeyboardLayout(const QString& name);
     [[nodiscard]] QString keyboardLayout() const;
-    /// The corners of what lies on the table, in table pixels, in their order around it.
-    using Outline = std::array<Vecta::Vector2T<float>, 4>;
-    using Neighbours = std::function<std::vector<Outline>(const Trellis::Widget& carrier)>;
-    /// Sets the function that is asked when a keyboard opens in `carrier`, for what it covers only where there is no other
-    /// room. An empty function ends that.
-    void setKeyboardNeighbours(Neighbours neighbours);
-    /// Empty without a function.
-    [[nodiscard]] std::vector<Outline> keyboardNeighbours(const Trellis::Widget& carrier) const;
+    /// Says where a keyboard's top left corner stands on the table; asked when it opens and whenever the request changes.
+    using KeyboardPlacer = std::function<Vecta::Vector2T<float>(Trellis::Widget& keyboard, const Trellis::Widget& carrier,
+                                                                const KeyboardRequest& request)>;
+    /// An empty function ends that: keyboards then open in their usual place.
+    void setKeyboardPlacer(KeyboardPlacer placer);
+    [[nodiscard]] Vecta::Vector2T<float> keyboardPlace(Trellis::Widget& keyboard, const Trellis::Widget& carrier,
+                                                       const KeyboardRequest& request) const;
 
 private:
     struct Private;

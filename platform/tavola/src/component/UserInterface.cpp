@@ -4,6 +4,7 @@
 
 #include <Bedrock/Trace.hpp>
 #include <Tavola/Component.hpp>
+#include <Tavola/KeyboardRequest.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Trellis/Application.hpp>
 #include <Trellis/Widget.hpp>
@@ -37,7 +38,7 @@ struct UserInterface::Private
     WidgetPtr internalOverlay;
     float pixelPitchMm = kUsualPixelPitchMm;
     QString keyboardLayout;
-    Neighbours neighbours;
+    KeyboardPlacer keyboardPlacer;
 };
 
 UserInterface::UserInterface() : d(std::make_unique<Private>())
@@ -102,14 +103,15 @@ QString UserInterface::keyboardLayout() const
     return d->keyboardLayout;
 }
 
-void UserInterface::setKeyboardNeighbours(Neighbours neighbours)
+void UserInterface::setKeyboardPlacer(KeyboardPlacer placer)
 {
-    d->neighbours = std::move(neighbours);
+    d->keyboardPlacer = std::move(placer);
 }
 
-std::vector<UserInterface::Outline> UserInterface::keyboardNeighbours(const Trellis::Widget& carrier) const
+Vecta::Vector2f UserInterface::keyboardPlace(Trellis::Widget& keyboard, const Trellis::Widget& carrier,
+                                             const KeyboardRequest& request) const
 {
-    return d->neighbours ? d->neighbours(carrier) : std::vector<Outline>();
+    return d->keyboardPlacer ? d->keyboardPlacer(keyboard, carrier, request) : request.usualPlace();
 }
 
 WidgetPtr UserInterface::createStockWidget(const QString& component, const QByteArray& style)

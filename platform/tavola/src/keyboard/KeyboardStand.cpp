@@ -8,25 +8,11 @@
 #include <Trellis/Widget.hpp>
 #include <Vecta/Transform.hpp>
 
-#include <algorithm>
-
 namespace Tavola
 {
 namespace
 {
 constexpr float kBesidePx = 14.f; ///< between the keyboard and its anchor
-
-Vecta::Rect boundsOf(const Vecta::Transform& transform, const UserInterface::Outline& outline)
-{
-    Vecta::Vector2f least = transform.map(outline.front());
-    Vecta::Vector2f most = least;
-    for (const Vecta::Vector2f corner : outline) {
-        const Vecta::Vector2f there = transform.map(corner);
-        least = {std::min(least.x, there.x), std::min(least.y, there.y)};
-        most = {std::max(most.x, there.x), std::max(most.y, there.y)};
-    }
-    return {least.x, least.y, most.x - least.x, most.y - least.y};
-}
 }
 
 void KeyboardStand::follow(Trellis::Widget& keyboard, const Trellis::Widget& carrier, const Trellis::Widget& anchor,
@@ -37,7 +23,7 @@ void KeyboardStand::follow(Trellis::Widget& keyboard, const Trellis::Widget& car
     const float carrierScale = sceneScale(carrier);
     if (!application || scale <= 0.f || carrierScale <= 0.f)
         return;
-    KeyboardPlacement::Request request;
+    KeyboardRequest request;
     request.origin = anchor.mapToScene({});
     request.angleRadians = sceneRotation(anchor);
     request.anchor = anchor.size() * scale;
@@ -52,15 +38,9 @@ void KeyboardStand::follow(Trellis::Widget& keyboard, const Trellis::Widget& car
     m_last = request;
 
     const auto tavola = Tavola::instance();
-    if (!m_neighbours)
-        m_neighbours = tavola ? tavola->ui()->keyboardNeighbours(carrier) : std::vector<UserInterface::Outline>();
-    std::vector<Vecta::Rect> neighbours;
-    for (const UserInterface::Outline& outline : *m_neighbours)
-        neighbours.push_back(boundsOf(fromTable, outline));
-    const auto found = KeyboardPlacement::find(request, m_side, neighbours);
-    m_side = found.side;
+    const Vecta::Vector2f topLeft = tavola ? tavola->ui()->keyboardPlace(keyboard, carrier, request) : request.usualPlace();
     keyboard.setScale(1.f / carrierScale);
     keyboard.setRotation(request.angleRadians - sceneRotation(carrier));
-    keyboard.setLocation(carrier.mapFromScene(found.topLeft));
+    keyboard.setLocation(carrier.mapFromScene(topLeft));
 }
 }

@@ -1,10 +1,8 @@
 #pragma once
 
-#include "keyboard/KeyboardPlacement.hpp"
+#include <Tavola/KeyboardRequest.hpp>
 
-#include <array>
 #include <optional>
-#include <vector>
 
 namespace Trellis
 {
@@ -18,15 +16,12 @@ namespace Tavola
 class KeyboardStand
 {
 public:
-    /// Puts `keyboard`, a child of `carrier`, beside `anchor` so that `field` stays in sight; all three are on the table. Does
-    /// nothing while nothing has changed since the last call.
+    /// Puts `keyboard`, a child of `carrier`, beside `anchor`, as the user interface says; all are on the table. Does nothing
+    /// while nothing has changed since the last call.
     void follow(Trellis::Widget& keyboard, const Trellis::Widget& carrier, const Trellis::Widget& anchor,
                 const Trellis::Widget& field);
 
 private:
-    std::optional<KeyboardPlacement::Side> m_side;
-    std::optional<KeyboardPlacement::Request> m_last;
-    /// As they lay when the keyboard opened: one that visitors type on does not jump because of others.
-    std::optional<std::vector<std::array<Vecta::Vector2f, 4>>> m_neighbours;
+    std::optional<KeyboardRequest> m_last;
 };
 }

@@ -57,6 +57,14 @@ struct ContentMenuWidget::MenuPrivate
 
 namespace
 {
+/// What a menu launches is not in it, and speaks its language all the same.
+void giveLanguage(const Trellis::Widget& from, Trellis::Widget& to)
+{
+    for (const QByteArray& name : from.pseudoClasses())
+        if (name.startsWith("lang("))
+            to.setPseudoClass(name, true);
+}
+
 void readEntries(MenuFiles& files, const std::vector<MenuEntry>& entries, QStringList& paths);
 
 /// `paths`: those that were read already, since menus may launch one another.
@@ -221,6 +229,7 @@ void ContentMenuWidget::MenuPrivate::launch(const ContentMenuNode& node, std::si
     if (!widget)
         return; // logged
     const auto mainWidget = application->ui()->mainWidget();
+    giveLanguage(host, *widget);
     mainWidget->addChild(widget);
     widget->raiseToTop(false);
     widget->addCSSClass(Utils::temporaryWidgetCSSClass());
