@@ -27,6 +27,9 @@ namespace
 /// A card is held from the side that its rotation points away from.
 constexpr float kToHolder = float(Vecta::kTwoPi) / 4.f;
 
+const QByteArray kCovered = QByteArrayLiteral("covered");
+const QByteArray kOtherSpace = QByteArrayLiteral("other-space");
+
 /// Whether the widget has an instance of a class of its own, as detectors have; content has one of the common class.
 bool hasOwnInstance(const Trellis::Widget& widget)
 {
@@ -44,12 +47,14 @@ QByteArray byRegistry(const Tactile::Marker& card)
 }
 
 /// Why nothing took the card; empty when something did.
-QByteArray reasonOf(const Tactile::Marker& card, const Trellis::Widget& content, const Trellis::GrabManager& grabManager,
-                    const CardOpenings& openings)
+/// `shown`: of the sign that the card has.
+QByteArray reasonOf(const Tactile::Marker& card, const QByteArray& shown, const Trellis::Widget& content,
+                    const Trellis::GrabManager& grabManager, const CardOpenings& openings)
 {
     const Trellis::InputGrabber* const grabber = grabManager.grabber(card.id());
+    // A card that outlasts what it lies on is offered to nothing else until it is put down again.
     if (!grabber)
-        return byRegistry(card);
+        return shown == kCovered || shown == kOtherSpace ? shown : byRegistry(card);
     const Trellis::Widget& holder = grabber->widget();
     if (&holder == Tavola::Tavola::instance()->ui()->background().get()
         || dynamic_cast<const Tavola::MarkerDetectorWidget*>(&holder))
@@ -59,8 +64,8 @@ QByteArray reasonOf(const Tactile::Marker& card, const Trellis::Widget& content,
     const auto* const onTable = holder.nearest([&content](const Trellis::Widget& widget) { return widget.parent() == &content; });
     const auto owner = onTable ? openings.codeOf(*onTable) : std::nullopt;
     if (!owner)
-        return hasOwnInstance(holder) ? QByteArray() : QByteArray("covered");
-    return *owner == card.code() ? QByteArray() : QByteArray("other-space");
+        return hasOwnInstance(holder) ? QByteArray() : kCovered;
+    return *owner == card.code() ? QByteArray() : kOtherSpace;
 }
 }
 
@@ -76,7 +81,9 @@ void CardSigns::update(Trellis::Widget& layer, const Trellis::Widget& content, c
     for (auto& sign : m_signs)
         sign.second.isPresent = false;
     for (auto card = cards.begin(); card != cards.end(); ++card) {
-        const QByteArray reason = reasonOf(*card, content, grabManager, openings);
+        const auto sign = m_signs.find(card->id());
+        const QByteArray reason =
+            reasonOf(*card, sign == m_signs.end() ? QByteArray() : sign->second.reason, content, grabManager, openings);
         const bool isTwice = std::any_of(cards.begin(), card, [card](const auto& other) { return other.code() == card->code(); });
         if (!reason.isEmpty())
             show(layer, *card, reason, isTwice, languages ? languages->ofCard(card->code()) : QString());

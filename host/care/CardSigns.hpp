@@ -25,9 +25,10 @@ class CardOpenings;
 ///   "covered"      it lies on something that takes no card
 ///   "other-space"  it lies on what opened at another person's card
 ///   "twice"        in addition: a card of the same code lies on the table already
-/// Signs take no input, and are gone in the frame in which the card is lifted or taken. A card that lies on what it opened
-/// itself has none. What takes cards are widgets of plug-ins with an instance of their own, and widgets with a listener of
-/// "marker-down". Main thread only.
+/// A card keeps "covered" and "other-space" when what it lies on goes: it is taken only when it is put down again. Signs take no
+/// input, and are gone in the frame in which the card is lifted or taken. A card that lies on what it opened itself has none.
+/// What takes cards are widgets of plug-ins with an instance of their own, and widgets with a listener of "marker-down". Main
+/// thread only.
 class CardSigns
 {
 public:

@@ -127,13 +127,20 @@ private:
     Corners m_candidates;
 };
 
-/// The shapes that a place must be outside of, from the strictest rules to the loosest.
+/// The shapes that a place must be outside of.
+struct Rule
+{
+    std::vector<ConvexShape> shapes;
+    std::vector<ConvexShape> card; ///< in addition, where that leads not too far away: the card itself
+};
+
+/// The rules, from the strictest to the loosest.
 class Rules
 {
 public:
     explicit Rules(const PlaceSearch& search) : m_search(search), m_whole(-search.size.x / 2.f, -search.size.y / 2.f) {}
 
-    [[nodiscard]] std::vector<std::vector<ConvexShape>> all() const
+    [[nodiscard]] std::vector<Rule> all() const
     {
         const PlaceSearch& s = m_search;
         std::vector<ConvexShape> parts;
@@ -147,21 +154,19 @@ public:
                 parts.push_back(ConvexShape::placesOfOverlap(corners, cornersOf(card)));
         }
         const Rect whole{m_whole.x, m_whole.y, s.size.x, s.size.y};
-        std::vector<ConvexShape> withCard = parts;
+        std::vector<ConvexShape> card;
         if (s.placement != Placement::At)
-            withCard.push_back(
-                ConvexShape::placesOfOverlap(turned(withMargin(whole, s.gapPx), s.angleRadians), cornersOf(s.card)));
-        std::vector<std::vector<ConvexShape>> rules;
+            card.push_back(ConvexShape::placesOfOverlap(turned(withMargin(whole, s.gapPx), s.angleRadians), cornersOf(s.card)));
+        std::vector<Rule> rules;
         const Corners apart = turned(withMargin(whole, kApartPx), s.angleRadians);
         for (const float shownPart : {1.f, 0.7f, 0.4f}) {
-            std::vector<ConvexShape> withOthers = withCard;
+            Rule withOthers{parts, card};
             for (const auto& other : s.others)
-                withOthers.push_back(ConvexShape::placesOfOverlap(apart, middleOf(other, shownPart)));
+                withOthers.shapes.push_back(ConvexShape::placesOfOverlap(apart, middleOf(other, shownPart)));
             rules.push_back(std::move(withOthers));
         }
-        rules.push_back(std::move(withCard));
-        rules.push_back(std::move(parts));
-        rules.push_back(std::move(partsAtCard));
+        rules.push_back({parts, card});
+        rules.push_back({partsAtCard, {}});
         rules.emplace_back();
         return rules;
     }
@@ -202,26 +207,47 @@ std::vector<Vector2f> wantedCenters(const PlaceSearch& s)
     }
     return {s.center};
 }
+
+struct Found
+{
+    Vector2f center;
+    float movedPx; ///< from the wanted centre
+};
+
+/// The place outside of the shapes that is nearest to a wanted centre, of several the first one.
+std::optional<Found> nearest(const PlaceSearch& s, std::vector<ConvexShape> shapes)
+{
+    NearestFree search(roomOf(s), std::move(shapes));
+    std::optional<Found> best;
+    for (const Vector2f& wanted : wantedCenters(s))
+        if (const auto found = search.find(wanted)) {
+            const float movedPx = (*found - wanted).length();
+            if (!best || movedPx < best->movedPx - 0.5f)
+                best = Found{*found, movedPx};
+        }
+    return best;
+}
+
+std::optional<Found> nearest(const PlaceSearch& s, const Rule& rule)
+{
+    if (rule.card.empty())
+        return nearest(s, rule.shapes);
+    const float farPx = std::max(s.size.x, s.size.y) / 2.f;
+    std::vector<ConvexShape> shapes = rule.shapes;
+    shapes.insert(shapes.end(), rule.card.begin(), rule.card.end());
+    const auto freeOfCard = nearest(s, std::move(shapes));
+    if (freeOfCard && freeOfCard->movedPx <= farPx)
+        return freeOfCard;
+    const auto atCard = nearest(s, rule.shapes);
+    return freeOfCard && (!atCard || freeOfCard->movedPx <= atCard->movedPx + farPx) ? freeOfCard : atCard;
+}
 }
 
 Vector2f PlaceSearch::find() const
 {
-    const Rect room = roomOf(*this);
-    for (auto& obstacles : Rules(*this).all()) {
-        NearestFree search(room, std::move(obstacles));
-        std::optional<Vector2f> best;
-        float leastMoved = 0.f;
-        for (const Vector2f& wanted : wantedCenters(*this)) {
-            const auto found = search.find(wanted);
-            const float moved = found ? (*found - wanted).length() : 0.f;
-            if (found && (!best || moved < leastMoved - 0.5f)) {
-                best = found;
-                leastMoved = moved;
-            }
-        }
-        if (best)
-            return *best;
-    }
+    for (const Rule& rule : Rules(*this).all())
+        if (const auto found = nearest(*this, rule))
+            return found->center;
     return {table.x / 2.f, table.y / 2.f};
 }
 }

@@ -30,9 +30,10 @@ struct PlaceSearch
 
     /// Returns the centre nearest to the wanted one with which the widget is whole on the table, no card covers its parts, and
     /// it covers no other person's widget. The wanted centre is `center` for `Placement::At`, else next to the card; for
-    /// `Beside` that side of the card where the widget moves less from it. Where there is no such place, the margins of other
-    /// widgets may be covered, then all of them, then the card's own place, then other cards the parts, and at last the card. A
-    /// widget larger than the table is centred on it.
+    /// `Beside` that side of the card where the widget moves less from it. The card may cover what is not kept clear rather than
+    /// that a widget which stands next to it moves far away. Where there is no such place, the margins of other widgets may be
+    /// covered, then all of them, then other cards may cover the parts, and at last the own one. A widget larger than the table
+    /// is centred on it.
     [[nodiscard]] Vecta::Vector2f find() const;
 };
 }

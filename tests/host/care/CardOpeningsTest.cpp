@@ -95,3 +95,25 @@ TEST_CASE("card openings: what opens has the classes that the widget holding its
     CHECK(opened.hasCSSClass("mail"));
     CHECK(opened.hasCSSClass("large"));
 }
+
+TEST_CASE("card openings: what a folder opens at the table's edge ends whole on the table, and what keeps its distance from a "
+          "card exactly there")
+{
+    CareTable table;
+    table.area->setInputEnabled(false);
+    const auto launch = [&](bool isRelative) -> Trellis::Widget& {
+        const auto widget = Bedrock::makeIntrusive<Trellis::Widget>();
+        widget->postConstruct();
+        widget->setSize({300.f, 200.f});
+        table.host.mainWidget().addChild(widget);
+        widget->setLocation({0.f, 0.f});
+        widget->addOperator(Bedrock::makeIntrusive<Tavola::LaunchedContentOperator>(isRelative, Vector2f{1900.f, 1070.f}, 0.3f));
+        return *widget;
+    };
+    table.host.input.markerDown(1001, {1900.f, 1070.f});
+    Trellis::Widget& exact = launch(true);
+    Trellis::Widget& whole = launch(false);
+    table.host.frames(40);
+    CHECK((exact.location() - Vector2f(1900.f, 1070.f)).length() < 0.1f);
+    CHECK((whole.centerLocation() - Vector2f(1770.f, 980.f)).length() < 0.1f);
+}

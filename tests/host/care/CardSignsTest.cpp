@@ -107,6 +107,24 @@ TEST_CASE("card signs: a card on another person's space is told so, and one on i
     CHECK(f.signs().empty());
 }
 
+TEST_CASE("card signs: a card keeps its sign when what it lies on goes, since nothing takes it before it is put down again")
+{
+    Fixture f;
+    f.table.host.addPerson(1002, QStringLiteral("Ben"));
+    f.put(1001, {1400.f, 500.f});
+    Trellis::Widget* const space = f.table.area->last;
+    f.table.host.frames(30);
+    const auto card = f.put(1002, {1400.f, 700.f});
+    REQUIRE(f.shows("other-space"));
+    space->removeFromParent();
+    f.table.host.frames(2);
+    CHECK(f.shows("other-space"));
+    f.table.host.input.markerUp(card);
+    f.table.host.frame();
+    f.put(1002, {300.f, 700.f});
+    CHECK(f.shows("refused"));
+}
+
 TEST_CASE("card signs: a card on another person's space is told so even when a plug-in's component made that space")
 {
     Fixture f;

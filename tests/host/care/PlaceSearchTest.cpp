@@ -188,6 +188,23 @@ TEST_CASE("place search: beside the right edge is the left side of the card")
     CHECK((search.find() - Vector2f(1500.f - 373.f, 540.f)).length() < 0.5f);
 }
 
+TEST_CASE("place search: the own card lies on a margin of the widget rather than that this opens far away")
+{
+    PlaceSearch search = opened({1400.f, 500.f}, 0.f, Placement::Beside);
+    search.size = {460.f, 520.f};
+    search.keepClear = {{28.f, 18.f, 380.f, 40.f}, {328.f, 400.f, 104.f, 104.f}};
+    search.others = {outline({1103.f, 500.f}, search.size, 0.f)};
+    const Vector2f found = search.find();
+    CHECK(isWhole(search, found));
+    CHECK((found - search.center).length() < 320.f);
+    CHECK_FALSE(isCovered(search, found, search.card));
+    CHECK_FALSE(Vecta::quadsIntersect(outline(found, search.size, 0.f), search.others[0]));
+    // Where there is room next to the card, it is used.
+    search.center.x = 1380.f;
+    search.card = outline(search.center, {138.f, 138.f}, 0.f);
+    CHECK_FALSE(Vecta::quadsIntersect(outline(search.find(), search.size, 0.f), search.card));
+}
+
 TEST_CASE("place search: a widget larger than the table is in its middle")
 {
     PlaceSearch search = opened({100.f, 100.f}, 0.f);

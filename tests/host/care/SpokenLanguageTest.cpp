@@ -92,6 +92,19 @@ TEST_CASE("spoken language: a folder's content has the language of the card that
     CHECK(languageOf(fromMenu).isEmpty());
 }
 
+TEST_CASE("spoken language: what a menu launched keeps the menu's language, also when a card comes in that frame")
+{
+    Fixture f;
+    f.table.area->setInputEnabled(false);
+    f.table.host.input.markerDown(1002, {300.f, 300.f});
+    const auto launched = Bedrock::makeIntrusive<Trellis::Widget>();
+    setLanguage(*launched, QStringLiteral("fi"));
+    launched->addOperator(Bedrock::makeIntrusive<Tavola::LaunchedContentOperator>(false, Vector2f{310.f, 300.f}, 0.f));
+    f.add(launched);
+    f.table.host.frame();
+    CHECK(languageOf(*launched) == "fi");
+}
+
 TEST_CASE("spoken language: the halo of a card that nothing took speaks the card's language")
 {
     Fixture f;
