@@ -1,13 +1,16 @@
 """A visit to the table's edges: what opens there becomes whole, cards that nothing took are answered, drags and drops show at
 once, what is used stays open, and the table tidies itself."""
+import json
 import math
 import os
 
+from ease import judge
 from programs import ONLY_HERE, MediaServer, by_class, by_id, by_type, centre, fetch, value
 from visit import PRESENTATIONS, Visit, require
 
 SIZE = (1920, 1080)
-STRANGER, ANN, BEN, CARL = 9009, 1001, 1002, 1003
+STRANGER, ANN, BEN, CARL, NOA = 9009, 1001, 1002, 1003, 1100
+HEBREW_GREETING = "\u05e9\u05dc\u05d5\u05dd, %1"
 PLACES = [(1900, 60), (1000, 1060), (20, 540), (1900, 1060), (30, 30), (900, 20)]
 CLOSING = 15.0
 CLOSE, CLOSE_LIFTED, IDLE, TIDY = 60.0, 45.0, 60.0, 90.0  # the presentation's settings
@@ -20,7 +23,23 @@ class CareVisit(Visit):
         gallery = os.path.join(PRESENTATIONS, "gallery")
         self.media_server = world.add(MediaServer(world.build, os.path.join(gallery, "media"), world.folder))
         self.announced = [ONLY_HERE]
-        self.open_table(gallery, ["--media-server", self.media_server.address, "--show-input"])
+        self.open_table(self.with_hebrew(), ["--media-server", self.media_server.address, "--show-input"])
+
+    def with_hebrew(self):
+        """The gallery with one card more, whose language runs from the right."""
+        def change(presentation):
+            presentation["languages"] = ["../gallery/languages", "hebrew"]
+            presentation["people"] = "people-and-noa.csv"
+
+        place = self.world.copy_of("gallery", change)
+        os.mkdir(os.path.join(place, "hebrew"))
+        with open(os.path.join(place, "hebrew", "he.json"), "w", encoding="utf-8") as file:
+            json.dump({"greeting": HEBREW_GREETING}, file)
+        with open(os.path.join(place, "people.csv"), encoding="utf-8") as people:
+            known = people.read()
+        with open(os.path.join(place, "people-and-noa.csv"), "w", encoding="utf-8") as file:
+            file.write(known + f"{NOA},Noa,noa@museum.example,,personal,he\n")
+        return place
 
     def steps(self):
         return [
@@ -37,6 +56,7 @@ class CareVisit(Visit):
             ("an unused table invites, and a touch ends that", self.invitation),
             ("an unused table tidies itself", self.tidies),
             ("a card's language is that of its space, its halo and its page", self.language),
+            ("the space of a card whose language runs from the right is mirrored", self.mirrored),
             ("a tap makes texts larger, and another one movements fewer", self.switches),
         ]
 
@@ -225,6 +245,21 @@ class CareVisit(Visit):
         require(words == ["Bitte legen Sie Ihre Karte auf eine freie Stelle."], f"seen: {words}")
         self.stage.play(2.8)
         self.lift(self.stage.visitors[-1])
+
+    def mirrored(self):
+        self.stage.enter(f"at 0.01 card {NOA} down 1110 560 angle 270\nat 0.5 card {NOA} up")
+        self.stage.play(1)
+        self.table.wait_until("the page", lambda: by_class(self.space(), "qr-icon")[0]["visible"])
+        middle = centre(self.space())[0]
+        seen = self.see("a Hebrew card", {
+            "title": self.title(), "codeOnTheLeft": centre(self.child("qr-icon"))[0] < middle,
+            "handleOnTheLeft": centre(by_type(self.space(), "CloseHandle")[0])[0] < middle,
+            "hardToRead": judge(self.table.tree(), [self.space()["id"]]).complaints})
+        require(seen == {"title": HEBREW_GREETING.replace("%1", "Noa"), "codeOnTheLeft": True, "handleOnTheLeft": True,
+                         "hardToRead": []}, f"seen: {seen}")
+        self.stage.play(2)
+        self.lift(self.stage.visitors[-1])
+        self.close_by_handle()
 
     def font_size(self, css_id):
         return float(value(by_id(self.table.tree(), css_id)[0], "font-size"))

@@ -147,6 +147,7 @@ TEST_CASE("any screen: the widgets are the same on every screen, and a tap on th
         CHECK(shown.tap(shown.part("help-button")));
         CHECK(shown.tap(shown.part("help-button")));
         CHECK(shown.tap(shown.part("info")));
+        shown.space().addCSSClass("has-content"); // an empty sheet is not sent
         CHECK(shown.tap(shown.part("envelope")));
         CHECK(shown.tap(shown.part("cancel-button")));
         Trellis::Widget* const handle = shown.space().findByType("CloseHandle");
