@@ -46,15 +46,14 @@ Vecta::Vector2f KeyboardPlaces::place(Trellis::Widget& keyboard, const Trellis::
 {
     Open& open = openOf(keyboard, carrier);
     const auto turn = Vecta::Transform::rotation(request.angleRadians);
-    const auto fromTable =
-        Vecta::Transform::rotation(-request.angleRadians) * Vecta::Transform::translation(-request.origin);
+    const auto fromTable = Vecta::Transform::rotation(-request.angleRadians) * Vecta::Transform::translation(-request.origin);
     std::vector<Vecta::Rect> neighbours;
     for (const PlaceSearch::Outline& outline : open.neighbours)
         neighbours.push_back(boundsOf(fromTable, outline));
     const KeyboardSearch::Place found = KeyboardSearch::find(request, open.side, neighbours);
     open.side = found.side;
-    open.outline = (Vecta::Transform::translation(found.topLeft) * turn)
-                       .mapCorners({0.f, 0.f, request.keyboard.x, request.keyboard.y});
+    open.outline =
+        (Vecta::Transform::translation(found.topLeft) * turn).mapCorners({0.f, 0.f, request.keyboard.x, request.keyboard.y});
     return found.topLeft;
 }
 }

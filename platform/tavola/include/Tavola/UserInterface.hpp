@@ -58,8 +58,7 @@ public:
                                                                 const KeyboardRequest& request)>;
     /// An empty function ends that: keyboards then open in their usual place.
     void setKeyboardPlacer(KeyboardPlacer placer);
-    [[nodiscard]] Vecta::Vector2T<float> keyboardPlace(Trellis::Widget& keyboard, const Trellis::Widget& carrier,
-                                                       const KeyboardRequest& request) const;
+    [[nodiscard]] const KeyboardPlacer& keyboardPlacer() const noexcept;
 
 private:
     struct Private;

@@ -4,7 +4,6 @@
 
 #include <Bedrock/Trace.hpp>
 #include <Tavola/Component.hpp>
-#include <Tavola/KeyboardRequest.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Trellis/Application.hpp>
 #include <Trellis/Widget.hpp>
@@ -108,10 +107,9 @@ void UserInterface::setKeyboardPlacer(KeyboardPlacer placer)
     d->keyboardPlacer = std::move(placer);
 }
 
-Vecta::Vector2f UserInterface::keyboardPlace(Trellis::Widget& keyboard, const Trellis::Widget& carrier,
-                                             const KeyboardRequest& request) const
+const UserInterface::KeyboardPlacer& UserInterface::keyboardPlacer() const noexcept
 {
-    return d->keyboardPlacer ? d->keyboardPlacer(keyboard, carrier, request) : request.usualPlace();
+    return d->keyboardPlacer;
 }
 
 WidgetPtr UserInterface::createStockWidget(const QString& component, const QByteArray& style)

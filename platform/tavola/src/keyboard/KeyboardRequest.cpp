@@ -19,8 +19,7 @@ float inwards(float from, float extent, float room)
 
 Vecta::Vector2f KeyboardRequest::movedInwards(Vecta::Vector2f corner) const
 {
-    const Vecta::Rect there =
-        Vecta::Transform::rotation(angleRadians).mapBounds({corner.x, corner.y, keyboard.x, keyboard.y});
+    const Vecta::Rect there = Vecta::Transform::rotation(angleRadians).mapBounds({corner.x, corner.y, keyboard.x, keyboard.y});
     const Vecta::Vector2f move{inwards(origin.x + there.x, there.width, table.x),
                                inwards(origin.y + there.y, there.height, table.y)};
     return corner + move.rotated(-angleRadians);

@@ -38,7 +38,8 @@ void KeyboardStand::follow(Trellis::Widget& keyboard, const Trellis::Widget& car
     m_last = request;
 
     const auto tavola = Tavola::instance();
-    const Vecta::Vector2f topLeft = tavola ? tavola->ui()->keyboardPlace(keyboard, carrier, request) : request.usualPlace();
+    const UserInterface::KeyboardPlacer placer = tavola ? tavola->ui()->keyboardPlacer() : nullptr;
+    const Vecta::Vector2f topLeft = placer ? placer(keyboard, carrier, request) : request.usualPlace();
     keyboard.setScale(1.f / carrierScale);
     keyboard.setRotation(request.angleRadians - sceneRotation(carrier));
     keyboard.setLocation(carrier.mapFromScene(topLeft));
