@@ -132,14 +132,21 @@ class EmailVisit(Visit):
 
     def greeted(self):
         self.tap(self.child("cancel-button"))
-        self.stage.act("at 0.1 card 1004 down 560 620 angle 0\nat 0.6 card 1004 up", 1.5)
+        self.tap(by_type(self.space(), "CloseHandle")[0])
+        self.stage.play(1)
+        require(not self.spaces(), "the space is still open")
+        self.stage.act(f"at 0.1 card 1004 down {CARD[0]} {CARD[1]} angle 0\nat 0.6 card 1004 up", 1.5)
         require(self.title() == f"Hi, {NAME}", f'the title is "{self.title()}"')
         require("no-email" not in self.space()["pseudoClasses"], "the address is not known")
 
     def second_mail(self):
-        self.drag("terraces", (860, 620))
+        self.tap(self.child("envelope"))
+        self.stage.play(0.5)
+        require(self.has_class("initial-view"), "an empty sheet is mailed")
+        self.drag("terraces", DROP)
         self.stage.play(1)
         self.settle()
+        require(len(self.tiles()) == 1, "nothing was collected")
         self.tap(self.child("envelope"))
         self.table.wait_until("the second mail", lambda: len(self.mail.messages) == 2 and self.has_class("email-successful"))
         recipient = self.message(1)["To"].addresses[0]
