@@ -20,8 +20,8 @@ namespace Host
 {
 namespace
 {
+using MailComposer::Fault;
 using MailComposer::Letter;
-using MailComposer::Result;
 using Tavola::EmailMessage;
 
 struct Unref
@@ -101,25 +101,22 @@ QByteArray headerText(const QString& text)
     return words.join(' ');
 }
 
-void add(InternetAddressList* list, const Tavola::EmailAddress& address)
-{
-    const QByteArray name = headerText(address.name);
-    const Owned<InternetAddress> mailbox(internet_address_mailbox_new(name.isEmpty() ? nullptr : name.constData(),
-                                                                      MailText::plainAddress(address.address).constData()));
-    internet_address_list_add(list, mailbox.get());
-}
-
 void addHeader(GMimeMessage* mail, const Letter& letter)
 {
     const std::unique_ptr<GDateTime, void (*)(GDateTime*)> date(g_date_time_new_from_unix_utc(letter.createdMs / 1000),
                                                                 g_date_time_unref);
     g_mime_message_set_date(mail, date.get());
     g_mime_object_set_header(GMIME_OBJECT(mail), "Message-ID", letter.messageId.toLatin1().constData(), nullptr);
-    add(g_mime_message_get_from(mail), letter.sender);
-    InternetAddressList* to = g_mime_message_get_to(mail);
+    const auto add = [mail](GMimeAddressType type, const Tavola::EmailAddress& mailbox) {
+        const QByteArray name = headerText(mailbox.name);
+        const QByteArray address = MailText::plainAddress(mailbox.address);
+        g_mime_message_add_mailbox(mail, type, name.isEmpty() ? nullptr : name.data(), address.data());
+    };
+    add(GMIME_ADDRESS_TYPE_FROM, letter.sender);
     for (const auto& recipient : letter.recipients)
         if (recipient.type != EmailMessage::Bcc)
-            add(recipient.type == EmailMessage::To ? to : g_mime_message_get_cc(mail), recipient.address);
+            add(recipient.type == EmailMessage::To ? GMIME_ADDRESS_TYPE_TO : GMIME_ADDRESS_TYPE_CC, recipient.address);
+    InternetAddressList* const to = g_mime_message_get_to(mail);
     if (internet_address_list_length(to) == 0)
         internet_address_list_add(to, Owned<InternetAddress>(internet_address_group_new("undisclosed-recipients")).get());
     g_mime_message_set_subject(mail, headerText(letter.subject).constData(), "utf-8");
@@ -168,7 +165,7 @@ void addBody(GMimeMultipart* mixed, const Letter& letter)
 }
 
 /// Writes the new file, durably; returns 0 or the system's error number.
-int write(GMimeMessage* mail, const QString& path, qint64& sizeBytes)
+int write(GMimeMessage* mail, const QString& path)
 {
     const int file = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (file < 0)
@@ -180,7 +177,6 @@ int write(GMimeMessage* mail, const QString& path, qint64& sizeBytes)
     errno = 0;
     if (g_mime_object_write_to_stream(GMIME_OBJECT(mail), format.get(), target.get()) < 0)
         return errno != 0 ? errno : EIO;
-    sizeBytes = ::lseek(file, 0, SEEK_END);
     const int folder = ::open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const bool isOnDisk = ::fsync(file) == 0 && ::fsync(folder) == 0;
     const int fault = errno;
@@ -188,17 +184,15 @@ int write(GMimeMessage* mail, const QString& path, qint64& sizeBytes)
     return isOnDisk ? 0 : fault;
 }
 
-/// The first attachment with a fault, if there is one.
-Result unreadable(const std::vector<QString>& faults)
+/// Of the first attachment with a fault, if there is one.
+std::optional<Fault> firstOf(const std::vector<QString>& faults)
 {
-    for (std::size_t i = 0; i < faults.size(); ++i)
-        if (!faults[i].isEmpty())
-            return {Result::Kind::Unreadable, faults[i], i, 0};
-    return {};
+    const auto found = std::find_if_not(faults.begin(), faults.end(), [](const QString& fault) { return fault.isEmpty(); });
+    return found == faults.end() ? std::nullopt : std::optional(Fault{*found, std::size_t(found - faults.begin())});
 }
 }
 
-Result MailComposer::compose(const Letter& letter, const QString& path)
+tl::expected<qint64, Fault> MailComposer::compose(const Letter& letter, const QString& path)
 {
     static const bool isInitialised = (g_mime_init(), true);
     static_cast<void>(isInitialised);
@@ -214,16 +208,14 @@ Result MailComposer::compose(const Letter& letter, const QString& path)
     }
     g_mime_message_set_mime_part(mail.get(), GMIME_OBJECT(mixed.get()));
 
-    Result result = unreadable(faults);
-    if (result.kind != Result::Kind::Done)
-        return result;
-    const int fault = write(mail.get(), path, result.sizeBytes);
-    if (fault == 0)
-        return result;
-    if (fault != EEXIST)
+    if (const auto unreadable = firstOf(faults))
+        return tl::make_unexpected(*unreadable);
+    const int error = write(mail.get(), path);
+    if (error == 0)
+        return QFileInfo(path).size();
+    if (error != EEXIST)
         ::unlink(QFile::encodeName(path).constData());
-    result = unreadable(faults);
-    return result.kind == Result::Kind::Done ? Result{Result::Kind::DiskFault, QString::fromLocal8Bit(std::strerror(fault)), 0, 0}
-                                             : result;
+    const Fault ofDisk{QString::fromLocal8Bit(std::strerror(error)), std::nullopt};
+    return tl::make_unexpected(firstOf(faults).value_or(ofDisk));
 }
 }

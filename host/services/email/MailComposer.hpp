@@ -5,7 +5,10 @@
 #include <QString>
 #include <QStringList>
 
+#include <tl/expected.hpp>
+
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 namespace Host
@@ -32,20 +35,16 @@ struct Letter
     std::vector<Tavola::EmailMessage::Attachment> attachments; ///< read from their beginning, piece by piece
     QStringList languages{};                                   ///< of the recipient, the best first; for the texts of the service
 };
-struct Result
+struct Fault
 {
-    enum class Kind {
-        Done,       ///< the file is on the disk
-        Unreadable, ///< an attachment cannot be read, or could keep the reader waiting, as a pipe could
-        DiskFault   ///< the file cannot be written: the disk is full or broken
-    };
-    Kind kind = Kind::Done;
-    QString words;              ///< why not
-    std::size_t attachment = 0; ///< the index of the one that is unreadable
-    qint64 sizeBytes = 0;       ///< of the file
+    QString words;
+    /// The index of the attachment that cannot be read, or could keep the reader waiting, as a pipe could. Nothing: the file
+    /// cannot be written, since the disk is full or broken.
+    std::optional<std::size_t> attachment;
 };
 
-/// Writes the new file `path`; where that fails no file is left. Blocks for as long as reading and writing take.
-[[nodiscard]] Result compose(const Letter& letter, const QString& path);
+/// Writes the new file `path`, and returns its size in bytes; where that fails no file is left. Blocks for as long as reading and
+/// writing take.
+[[nodiscard]] tl::expected<qint64, Fault> compose(const Letter& letter, const QString& path);
 }
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "LetterSections.hpp"
+#include "LetterTemplate.hpp"
 
 #include <Tavola/EmailAddress.hpp>
 
@@ -30,7 +30,7 @@ struct MailSettings
     QString credentialsFile; ///< absolute path; empty: TAVOLA_SMTP_USER and TAVOLA_SMTP_PASSWORD, if set
     Tavola::EmailAddress sender;
     TextInLanguages subject = QStringLiteral("What you collected");
-    QString textTemplate; ///< may have sections, see LetterSections
+    QString textTemplate; ///< may have sections, see LetterTemplate
     QString htmlTemplate; ///< the same; empty: messages are plain text
     QString folder;       ///< of the presentation
     QString filesAddress; ///< the web address of the presentation's files; ends with a slash; may be empty

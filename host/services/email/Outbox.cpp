@@ -6,13 +6,11 @@
 #include <Bedrock/Trace.hpp>
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QUuid>
 
 #include <algorithm>
-#include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -25,16 +23,6 @@ namespace
 constexpr auto kQueued = int(OutboxMessage::State::Queued);
 constexpr auto kSending = int(OutboxMessage::State::Sending);
 constexpr auto kFailed = int(OutboxMessage::State::Failed);
-
-OutboxMessage messageOf(const QSqlQuery& row)
-{
-    int column = 0;
-    const auto number = [&] { return row.value(column++).toLongLong(); };
-    const auto text = [&] { return row.value(column++).toString(); };
-    // Evaluated from left to right.
-    return {number(), text(), number(), number(), OutboxMessage::State(number()), int(number()), number(), text(),
-            text(),   text(), number(), {}};
-}
 }
 
 QString OutboxMessage::recipientNames() const
@@ -47,60 +35,41 @@ QString OutboxMessage::recipientNames() const
 
 std::chrono::milliseconds OutboxSummary::pause(qint64 nowMs) const
 {
-    if (count() == 0)
-        return kIdlePause;
-    if (queued == 0 || nextAttemptMs <= nowMs)
-        return kReadingPause;
-    return std::min(std::chrono::milliseconds(nextAttemptMs - nowMs), kReadingPause);
-}
-
-Outbox::Outbox(const QString& folder) : m_folder(folder), m_database(folder + QStringLiteral("/outbox.sqlite")) {}
-
-Outbox::~Outbox()
-{
-    unlock();
+    const bool isDueLater = queued > 0 && nextAttemptMs > nowMs;
+    const std::chrono::milliseconds next = isDueLater ? std::chrono::milliseconds(nextAttemptMs - nowMs) : kReadingPause;
+    return count() == 0 ? kIdlePause : std::min(next, kReadingPause);
 }
 
 std::unique_ptr<Outbox> Outbox::open(const QString& folder, QString& error)
 {
+    error.clear();
     std::unique_ptr<Outbox> outbox(new Outbox(folder));
     const QString files = folder + QStringLiteral("/files");
-    if (!QDir().mkpath(files)) {
-        error = QStringLiteral(
-                    "cannot make the folder %1; check that all above it are folders, and let this user write the last of them")
-                    .arg(files);
+    if (!QDir().mkpath(files))
+        error =
+            "cannot make the folder " + files + "; check that all above it are folders, and let this user write the last of them";
+    else if (QFileInfo(files).isSymLink())
+        error = files + " is a link, through which nothing is removed; give the data folder itself another place with --data";
+    if (!error.isEmpty())
         return nullptr;
-    }
-    if (QFileInfo(files).isSymLink()) {
-        error = QStringLiteral("%1 is a link, through which nothing is removed; give the data folder itself another place with "
-                               "--data")
-                    .arg(files);
-        return nullptr;
-    }
     const auto change = [&outbox](SqliteTransaction& transaction, int found, QString& fault) {
         return OutboxSchema::change(transaction, found, *outbox, fault);
     };
     const SqliteSchema schema{"an outbox", OutboxSchema::kVersion, change, SqliteSchema::WhenLocked::Open};
     const bool isReady = schema.prepare(outbox->m_database, error);
-    outbox->unlock();
+    outbox->m_lock.close();
     return isReady ? std::move(outbox) : nullptr;
 }
 
 bool Outbox::lock()
 {
-    if (m_lock >= 0)
+    if (m_lock.isOpen())
         return true;
-    const QByteArray name = QFile::encodeName(m_folder + QStringLiteral("/outbox.lock"));
-    m_lock = ::open(name.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (m_lock >= 0 && ::flock(m_lock, LOCK_EX | LOCK_NB) != 0)
-        unlock();
-    return m_lock >= 0;
-}
-
-void Outbox::unlock()
-{
-    if (m_lock >= 0)
-        ::close(std::exchange(m_lock, -1));
+    const int file = ::open(QFile::encodeName(m_folder + "/outbox.lock").constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    const bool isOpen = file >= 0 && m_lock.open(file, QIODevice::ReadWrite, QFileDevice::AutoCloseHandle);
+    if (isOpen && ::flock(file, LOCK_EX | LOCK_NB) != 0)
+        m_lock.close();
+    return m_lock.isOpen();
 }
 
 bool Outbox::recover()
@@ -115,7 +84,7 @@ void Outbox::removeOrphans() const
     SqliteTransaction transaction = begin(Kind::Read, "read");
     QStringList orphans = QDir(path(QString())).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
     if (transaction.run("SELECT file FROM messages", {},
-                        [&orphans](const QSqlQuery& row) { orphans.removeOne(row.value(0).toString()); }))
+                        [&](const QSqlQuery& row) { orphans.removeOne(row.value(0).toString()); }))
         for (const QString& orphan : orphans)
             removeFile(orphan);
 }
@@ -125,29 +94,20 @@ QString Outbox::newFile()
     return QUuid::createUuid().toString(QUuid::WithoutBraces) + QStringLiteral(".eml");
 }
 
-QString Outbox::path(const QString& file) const
-{
-    return m_folder + QStringLiteral("/files/") + file;
-}
-
 void Outbox::removeFile(const QString& file) const
 {
     static const QRegularExpression own(QStringLiteral("\\A[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}(\\.eml)?\\z"));
-    constexpr int kFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-    const QByteArray name = file.toLatin1();
-    const int files = own.match(file).hasMatch() ? ::open(QFile::encodeName(m_folder + "/files").constData(), kFolder) : -1;
-    if (files < 0)
+    if (!own.match(file).hasMatch() || QFileInfo(m_folder + QStringLiteral("/files")).isSymLink())
         return;
-    if (name.endsWith(".eml")) {
-        ::unlinkat(files, name.constData(), 0);
-    } else if (const int copies = ::openat(files, name.constData(), kFolder); copies >= 0) {
-        // The numbered copies that version 1 had for each message.
-        for (int number = 0; ::unlinkat(copies, QByteArray::number(number).constData(), 0) == 0;)
-            ++number;
-        ::close(copies);
-        ::unlinkat(files, name.constData(), AT_REMOVEDIR);
+    const QFileInfo found(path(file));
+    if (!found.isDir() || found.isSymLink()) {
+        QFile::remove(path(file));
+        return;
     }
-    ::close(files);
+    // The numbered copies that version 1 had for each message.
+    for (int number = 0; QFile::remove(path(file + QLatin1Char('/') + QString::number(number)));)
+        ++number;
+    QDir().rmdir(path(file));
 }
 
 Outbox::Added Outbox::add(OutboxMessage& message, const Limits& limits)
@@ -177,7 +137,23 @@ std::optional<std::vector<OutboxMessage>> Outbox::select(SqliteTransaction& tran
     transaction.run("SELECT id, message_id, created, queued_since, state, attempts, next_attempt, last_error, sender_address, "
                     "file, size FROM messages "
                         + condition,
-                    values, [&result](const QSqlQuery& row) { result.push_back(messageOf(row)); });
+                    values, [&result](const QSqlQuery& row) {
+                        const auto number = [&row](int column) { return row.value(column).toLongLong(); };
+                        const auto text = [&row](int column) { return row.value(column).toString(); };
+                        const auto state = OutboxMessage::State(number(4));
+                        result.push_back({number(0),
+                                          text(1),
+                                          number(2),
+                                          number(3),
+                                          state,
+                                          int(number(5)),
+                                          number(6),
+                                          text(7),
+                                          text(8),
+                                          text(9),
+                                          number(10),
+                                          {}});
+                    });
     for (OutboxMessage& message : result)
         transaction.run("SELECT address, outcome, reply FROM recipients WHERE message = ? ORDER BY position", {message.id},
                         [&message](const QSqlQuery& row) {
@@ -238,11 +214,6 @@ std::optional<int> Outbox::erase(const QString& condition, Values values)
     return files.size();
 }
 
-bool Outbox::remove(const OutboxMessage& message)
-{
-    return erase("id = ?", {message.id}).has_value();
-}
-
 bool Outbox::update(const OutboxMessage& message)
 {
     SqliteTransaction transaction = begin(Kind::Write, "write");
@@ -265,22 +236,20 @@ int Outbox::removeFailed(qint64 beforeMs)
 bool Outbox::retry(qint64 id, qint64 nowMs)
 {
     SqliteTransaction transaction = begin(Kind::Write, "write");
-    if (!transaction.run(
-            "UPDATE messages SET state = ?, attempts = 0, next_attempt = 0, queued_since = ? WHERE id = ? AND state <> ?",
-            {kQueued, nowMs, id, kSending})
-        || transaction.changedRows() != 1)
-        return false;
+    transaction.run("UPDATE messages SET state = ?, attempts = 0, next_attempt = 0, queued_since = ? WHERE id = ? AND state <> ?",
+                    {kQueued, nowMs, id, kSending});
+    const bool isThere = transaction && transaction.changedRows() == 1;
     transaction.run("UPDATE recipients SET outcome = ? WHERE message = ? AND outcome = ?",
                     {int(OutboxMessage::Outcome::Open), id, int(OutboxMessage::Outcome::Refused)});
-    return transaction.commit();
+    return isThere && transaction.commit();
 }
 
 bool Outbox::drop(qint64 id)
 {
-    const bool isIdle = m_lock < 0 && lock(); // no program sends
+    const bool isIdle = !m_lock.isOpen() && lock(); // no program sends
     const bool isDropped = erase("id = ? AND (state <> ? OR ?)", {id, kSending, isIdle}) == 1;
     if (isIdle)
-        unlock();
+        m_lock.close();
     return isDropped;
 }
 
@@ -289,19 +258,17 @@ SqliteTransaction Outbox::begin(Kind kind, const char* what) const
     return {m_database, kind, [this, what](const QString& reason, const QString& remedy) {
                 const QString warning = QStringLiteral("Outbox # Failed to %1 %2 (%3; %4)").arg(what, m_database, reason, remedy);
                 const std::lock_guard lock(m_warningsMutex);
-                if (m_warnings.contains(warning))
-                    return;
-                m_warnings << warning;
-                Bedrock::Trace::warning("%s", warning.toUtf8().constData());
+                if (m_warnings.insert(warning).second)
+                    Bedrock::Trace::warning("%s", qUtf8Printable(warning));
             }};
 }
 
 bool Outbox::commit(SqliteTransaction& transaction) const
 {
-    if (!transaction.commit())
-        return false;
+    const bool isWritten = transaction.commit();
     const std::lock_guard lock(m_warningsMutex);
-    m_warnings.clear();
-    return true;
+    if (isWritten)
+        m_warnings.clear();
+    return isWritten;
 }
 }

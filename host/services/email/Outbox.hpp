@@ -3,14 +3,15 @@
 #include "../SqliteTransaction.hpp"
 #include "OutboxMessage.hpp"
 
+#include <QFile>
 #include <QString>
-#include <QStringList>
 
 #include <chrono>
 #include <initializer_list>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <vector>
 
 namespace Host
@@ -64,9 +65,6 @@ public:
     /// Opens or makes the folder; an outbox of version 1 is brought up to date. Null, with the reason in `error`, when that
     /// fails or the file in it is something else.
     [[nodiscard]] static std::unique_ptr<Outbox> open(const QString& folder, QString& error);
-    ~Outbox();
-    Outbox(const Outbox&) = delete;
-    Outbox& operator=(const Outbox&) = delete;
 
     /// Makes this the one that sends. The lock ends with the object or the process, however that ends.
     [[nodiscard]] bool lock();
@@ -79,7 +77,7 @@ public:
     /// The name of a finished message that is to be written, never used before: "0b5c….eml".
     [[nodiscard]] static QString newFile();
     /// Where the finished message of this name is.
-    [[nodiscard]] QString path(const QString& file) const;
+    [[nodiscard]] QString path(const QString& file) const { return m_folder + QStringLiteral("/files/") + file; }
     /// Removes a finished message. Nothing is removed through a symbolic link.
     void removeFile(const QString& file) const;
 
@@ -94,7 +92,7 @@ public:
     [[nodiscard]] std::optional<OutboxMessage> claimDue(qint64 nowMs);
 
     /// Ends of an attempt; false when they could not be written. A message that was dropped meanwhile stays dropped.
-    [[nodiscard]] bool remove(const OutboxMessage& message);
+    [[nodiscard]] bool remove(const OutboxMessage& message) { return erase("id = ?", {message.id}).has_value(); }
     /// Writes the state, the attempts, the next one's time, since when it is queued, the last error and the recipients' outcomes.
     [[nodiscard]] bool update(const OutboxMessage& message);
 
@@ -111,8 +109,7 @@ private:
     using Kind = SqliteTransaction::Kind;
     using Values = std::initializer_list<QVariant>;
 
-    explicit Outbox(const QString& folder);
-    void unlock();
+    explicit Outbox(const QString& folder) : m_folder(folder), m_database(folder + QStringLiteral("/outbox.sqlite")) {}
     /// `what` is tried, for a warning: "write".
     [[nodiscard]] SqliteTransaction begin(Kind kind, const char* what) const;
     /// Commits; faults that were logged before are over and would be logged again.
@@ -125,8 +122,8 @@ private:
 
     const QString m_folder;
     const QString m_database;
-    int m_lock = -1;
+    QFile m_lock; ///< open: this one sends
     mutable std::mutex m_warningsMutex;
-    mutable QStringList m_warnings; ///< those that were logged already
+    mutable std::set<QString> m_warnings; ///< those that were logged already
 };
 }

@@ -5,7 +5,7 @@
 #include <curl/curl.h>
 
 #include <QFile>
-#include <QStringList>
+#include <QHash>
 
 #include <algorithm>
 #include <utility>
@@ -14,6 +14,8 @@ namespace Host
 {
 namespace
 {
+using Outcome = OutboxMessage::Outcome;
+
 constexpr int kLongestReply = 500;
 constexpr std::chrono::milliseconds kStoppingPause{10};
 
@@ -24,37 +26,51 @@ CURLM* newMulti()
     static_cast<void>(code);
     return curl_multi_init();
 }
+
+/// Why an attempt has failed that has no reply to tell.
+QString explain(CURLcode code, const QString& server, const char* detail)
+{
+    static const QString kBroken = QStringLiteral("the connection to the mail server %1 broke");
+    static const QHash<int, QString> kWords{
+        {CURLE_COULDNT_RESOLVE_HOST, "the name of the mail server %1 is not known"},
+        {CURLE_COULDNT_CONNECT, "the mail server %1 cannot be reached"},
+        {CURLE_OPERATION_TIMEDOUT, "the mail server %1 was too slow"},
+        {CURLE_USE_SSL_FAILED, "the mail server %1 offers no encryption"},
+        {CURLE_PEER_FAILED_VERIFICATION, "the certificate of the mail server %1 is not to be trusted"},
+        {CURLE_SEND_ERROR, kBroken},
+        {CURLE_RECV_ERROR, kBroken},
+        {CURLE_GOT_NOTHING, kBroken},
+        {CURLE_PARTIAL_FILE, kBroken},
+        {CURLE_WEIRD_SERVER_REPLY, kBroken},
+        {CURLE_ABORTED_BY_CALLBACK, "the message's file cannot be read"}};
+    const QString others =
+        "the mail server %1: " + MailText::oneLine(QString::fromUtf8(*detail ? detail : curl_easy_strerror(code)));
+    return QString(kWords.value(code, others)).replace(QLatin1String("%1"), server);
+}
 }
 
-/// One attempt. libcurl keeps the server's last reply only, so the replies are gathered from the traffic that it shows; what was
-/// sent, credentials among it, is not stored.
-struct SmtpSender::Transfer
+/// libcurl keeps the server's last reply only, so the replies are gathered from the traffic that it shows; what was sent,
+/// credentials among it, is not stored.
+struct SmtpSender::Attempt
 {
+    struct Exchange
+    {
+        bool isOfRecipient = false;
+        QString reply; ///< the last complete one: "550 5.1.1 No such user"; empty: none
+    };
+
     OutboxMessage message;
     QFile file;
     qint64 bytesLeft = 0; ///< that are still to be sent
     bool isStopped = false;
-    QString reply;                ///< to what was sent last, in the beginning the greeting: "550 5.1.1 No such user"; empty: none
-    QString firstLines;           ///< of a reply whose last line is still to come
-    QStringList recipientReplies; ///< to each RCPT, in the order of the recipients that are open
-    bool isOfRecipient = false;   ///< a RCPT was sent last
-    bool hasQuit = false;         ///< replies do not count any more
+    bool hasQuit = false;               ///< replies do not count any more
+    std::vector<Exchange> exchanges{1}; ///< the greeting, then one for each command
+    QString firstLines;                 ///< of a reply whose last line is still to come
     char detail[CURL_ERROR_SIZE] = "";
     std::unique_ptr<curl_slist, void (*)(curl_slist*)> recipients{nullptr, curl_slist_free_all};
     std::unique_ptr<CURL, void (*)(CURL*)> handle{curl_easy_init(), curl_easy_cleanup};
 
-    void sent(const QByteArray& command)
-    {
-        hasQuit = hasQuit || command.startsWith("QUIT");
-        if (hasQuit)
-            return;
-        reply.clear();
-        firstLines.clear();
-        isOfRecipient = command.startsWith("RCPT TO:");
-        if (isOfRecipient)
-            recipientReplies << QString();
-    }
-    void received(const QByteArray& line)
+    void addReply(const QByteArray& line)
     {
         const int code = line.left(3).toInt();
         if (hasQuit || code < 200 || code > 599)
@@ -64,38 +80,75 @@ struct SmtpSender::Transfer
         const QString words = MailText::oneLine(QString::fromUtf8(line.mid(4)));
         if (!words.isEmpty() && firstLines.size() < kLongestReply)
             firstLines += QLatin1Char(' ') + words.left(kLongestReply);
-        if (line.mid(3, 1) == "-")
-            return;
-        reply = std::exchange(firstLines, QString());
-        if (isOfRecipient)
-            recipientReplies.last() = reply;
+        if (line.mid(3, 1) != "-")
+            exchanges.back().reply = std::exchange(firstLines, QString());
     }
-
     static int onTraffic(CURL*, curl_infotype type, char* data, std::size_t size, void* user)
     {
-        auto& transfer = *static_cast<Transfer*>(user);
+        auto& attempt = *static_cast<Attempt*>(user);
+        const QByteArray bytes = QByteArray::fromRawData(data, int(size));
         if (type == CURLINFO_HEADER_IN)
-            transfer.received(QByteArray(data, int(size)));
-        else if (type == CURLINFO_HEADER_OUT)
-            transfer.sent(QByteArray(data, int(size)));
-        else if (type == CURLINFO_DATA_OUT)
-            transfer.sent(QByteArray());
+            attempt.addReply(bytes);
+        if (type != CURLINFO_HEADER_OUT)
+            return 0;
+        attempt.hasQuit = attempt.hasQuit || bytes.startsWith("QUIT");
+        if (!attempt.hasQuit)
+            attempt.exchanges.push_back({bytes.startsWith("RCPT TO:"), QString()});
+        attempt.firstLines.clear();
         return 0;
     }
-    /// Ends a stopped transfer, and one that waits for the answer to QUIT: libcurl would wait two minutes for a silent server.
+    /// Ends a stopped attempt, and one that waits for the answer to QUIT: libcurl would wait two minutes for a silent server.
     static int onProgress(void* user, curl_off_t, curl_off_t, curl_off_t, curl_off_t)
     {
-        const auto& transfer = *static_cast<const Transfer*>(user);
-        return transfer.isStopped || transfer.hasQuit ? 1 : 0;
+        const auto& attempt = *static_cast<const Attempt*>(user);
+        return attempt.isStopped || attempt.hasQuit ? 1 : 0;
     }
     static std::size_t read(char* target, std::size_t size, std::size_t count, void* user)
     {
-        auto& transfer = *static_cast<Transfer*>(user);
-        const qint64 wanted = std::min(transfer.bytesLeft, qint64(size * count));
-        const qint64 got = wanted > 0 ? transfer.file.read(target, wanted) : 0;
-        transfer.bytesLeft -= got;
+        auto& attempt = *static_cast<Attempt*>(user);
+        const qint64 wanted = std::min(attempt.bytesLeft, qint64(size * count));
+        const qint64 got = wanted > 0 ? attempt.file.read(target, wanted) : 0;
+        attempt.bytesLeft -= got;
         // An early end would be sent as the end of the message.
         return got < 0 || (got == 0 && wanted > 0) ? std::size_t(CURL_READFUNC_ABORT) : std::size_t(got);
+    }
+
+    /// What became of the message, which goes with it.
+    Ended judge(CURLcode code, const QString& server)
+    {
+        const auto ended = [this](Outcome outcome, const QString& words) { return Ended{std::move(message), outcome, words}; };
+        if (message.recipients.empty())
+            return ended(Outcome::Refused, "the outbox has lost the recipients");
+        const auto isOfRecipient = [](const Exchange& exchange) { return exchange.isOfRecipient; };
+        auto asked = exchanges.cbegin();
+        QString refusal; // the reply for a recipient that is refused
+        QString delay;   // the reply for a recipient that may be reached later
+        bool someAreOpen = false;
+        for (auto& recipient : message.recipients) {
+            if (recipient.outcome == Outcome::Open) {
+                asked = std::find_if(asked, exchanges.cend(), isOfRecipient);
+                const QString answer = asked == exchanges.cend() ? QString() : (asked++)->reply;
+                if (!answer.isEmpty())
+                    recipient.reply = answer;
+                if (answer.startsWith(QLatin1Char('5')))
+                    recipient.outcome = Outcome::Refused;
+                else if (answer.startsWith(QLatin1Char('4')))
+                    delay = answer;
+                else if (code == CURLE_OK)
+                    recipient.outcome = Outcome::Delivered;
+            }
+            someAreOpen = someAreOpen || recipient.outcome == Outcome::Open;
+            if (recipient.outcome == Outcome::Refused)
+                refusal = recipient.reply;
+        }
+        if (!someAreOpen)
+            return ended(refusal.isEmpty() ? Outcome::Delivered : Outcome::Refused, refusal);
+        const auto& [isRecipientsOnly, last] = exchanges.back();
+        if (code != CURLE_OK && last.startsWith(QLatin1Char('5')) && !isRecipientsOnly)
+            return ended(Outcome::Refused, last);
+        if (delay.isEmpty())
+            delay = last.startsWith(QLatin1Char('4')) ? last : explain(code, server, detail);
+        return ended(Outcome::Open, delay);
     }
 };
 
@@ -106,37 +159,35 @@ SmtpSender::SmtpSender(const MailSettings& settings, const MailCredentials& cred
 
 SmtpSender::~SmtpSender()
 {
-    stop();
-    while (count() > 0)
+    for (stop(); count() > 0;)
         static_cast<void>(proceed(kStoppingPause));
 }
 
-void SmtpSender::setUp(Transfer& transfer)
+void SmtpSender::setUp(Attempt& attempt) const
 {
-    CURL* const handle = transfer.handle.get();
-    curl_easy_setopt(handle, CURLOPT_PRIVATE, &transfer);
-    curl_easy_setopt(handle, CURLOPT_URL, m_settings.server.toUtf8().constData());
+    CURL* const handle = attempt.handle.get();
+    curl_easy_setopt(handle, CURLOPT_URL, qUtf8Printable(m_settings.server));
     curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "smtp,smtps");
     curl_easy_setopt(handle, CURLOPT_PROXY, "");
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(handle, CURLOPT_FORBID_REUSE, 1L); // QUIT is part of the transfer, so it has the same limit
+    curl_easy_setopt(handle, CURLOPT_FORBID_REUSE, 1L); // QUIT is part of the attempt, so it has the same limit
     curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, long(m_settings.connectTimeoutSeconds * 1000.0));
     curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, long(m_settings.timeoutSeconds * 1000.0));
-    curl_easy_setopt(handle, CURLOPT_MAIL_FROM, MailText::plainAddress(transfer.message.sender).constData());
-    curl_easy_setopt(handle, CURLOPT_MAIL_RCPT, transfer.recipients.get());
+    curl_easy_setopt(handle, CURLOPT_MAIL_FROM, MailText::plainAddress(attempt.message.sender).constData());
+    curl_easy_setopt(handle, CURLOPT_MAIL_RCPT, attempt.recipients.get());
     curl_easy_setopt(handle, CURLOPT_MAIL_RCPT_ALLLOWFAILS, 1L);
     curl_easy_setopt(handle, CURLOPT_UPLOAD, 1L);
     curl_easy_setopt(handle, CURLOPT_UPLOAD_BUFFERSIZE, 128L * 1024L);
-    curl_easy_setopt(handle, CURLOPT_INFILESIZE_LARGE, curl_off_t(transfer.bytesLeft));
-    curl_easy_setopt(handle, CURLOPT_READFUNCTION, Transfer::read);
-    curl_easy_setopt(handle, CURLOPT_READDATA, &transfer);
+    curl_easy_setopt(handle, CURLOPT_INFILESIZE_LARGE, curl_off_t(attempt.bytesLeft));
+    curl_easy_setopt(handle, CURLOPT_READFUNCTION, Attempt::read);
+    curl_easy_setopt(handle, CURLOPT_READDATA, &attempt);
     curl_easy_setopt(handle, CURLOPT_VERBOSE, 1L);
-    curl_easy_setopt(handle, CURLOPT_DEBUGFUNCTION, Transfer::onTraffic);
-    curl_easy_setopt(handle, CURLOPT_DEBUGDATA, &transfer);
-    curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, transfer.detail);
+    curl_easy_setopt(handle, CURLOPT_DEBUGFUNCTION, Attempt::onTraffic);
+    curl_easy_setopt(handle, CURLOPT_DEBUGDATA, &attempt);
+    curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, attempt.detail);
     curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
-    curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, Transfer::onProgress);
-    curl_easy_setopt(handle, CURLOPT_XFERINFODATA, &transfer);
+    curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, Attempt::onProgress);
+    curl_easy_setopt(handle, CURLOPT_XFERINFODATA, &attempt);
 
     using StartTls = MailSettings::StartTls;
     const bool hasLogin = !m_credentials.user.isEmpty();
@@ -146,58 +197,54 @@ void SmtpSender::setUp(Transfer& transfer)
     curl_easy_setopt(handle, CURLOPT_USE_SSL, encryption);
     curl_easy_setopt(handle, CURLOPT_SSLVERSION, long(CURL_SSLVERSION_TLSv1_2));
     if (!m_settings.caFile.isEmpty())
-        curl_easy_setopt(handle, CURLOPT_CAINFO, m_settings.caFile.toLocal8Bit().constData());
+        curl_easy_setopt(handle, CURLOPT_CAINFO, qPrintable(m_settings.caFile));
     if (hasLogin) {
-        curl_easy_setopt(handle, CURLOPT_USERNAME, m_credentials.user.toUtf8().constData());
-        curl_easy_setopt(handle, CURLOPT_PASSWORD, m_credentials.password.toUtf8().constData());
+        curl_easy_setopt(handle, CURLOPT_USERNAME, qUtf8Printable(m_credentials.user));
+        curl_easy_setopt(handle, CURLOPT_PASSWORD, qUtf8Printable(m_credentials.password));
     }
 }
 
 void SmtpSender::begin(OutboxMessage message, const QString& path)
 {
-    auto transfer = std::make_unique<Transfer>();
-    transfer->message = std::move(message);
-    transfer->bytesLeft = transfer->message.sizeBytes;
-    transfer->file.setFileName(path);
-    for (const auto& recipient : transfer->message.recipients)
-        if (recipient.outcome == OutboxMessage::Outcome::Open)
-            transfer->recipients.reset(
-                curl_slist_append(transfer->recipients.release(), MailText::plainAddress(recipient.address).constData()));
-    if (!transfer->file.open(QIODevice::ReadOnly | QIODevice::Unbuffered) || transfer->file.size() != transfer->bytesLeft) {
-        m_ended.push_back({std::move(transfer->message), Outcome::Refused, "the outbox has lost the message's file"});
-    } else if (!transfer->recipients) { // all recipients have their outcome
-        m_ended.push_back(judge(*transfer, CURLE_OK));
-    } else {
-        setUp(*transfer);
-        if (curl_multi_add_handle(m_multi.get(), transfer->handle.get()) == CURLM_OK)
-            m_transfers.push_back(std::move(transfer));
-        else
-            m_ended.push_back(judge(*transfer, CURLE_OUT_OF_MEMORY));
+    auto attempt = std::make_unique<Attempt>();
+    attempt->message = std::move(message);
+    attempt->bytesLeft = attempt->message.sizeBytes;
+    attempt->file.setFileName(path);
+    for (const auto& recipient : attempt->message.recipients)
+        if (recipient.outcome == Outcome::Open)
+            attempt->recipients.reset(
+                curl_slist_append(attempt->recipients.release(), MailText::plainAddress(recipient.address).constData()));
+    const bool isWhole =
+        attempt->file.open(QIODevice::ReadOnly | QIODevice::Unbuffered) && attempt->file.size() == attempt->bytesLeft;
+    if (isWhole && attempt->recipients) {
+        setUp(*attempt);
+        if (curl_multi_add_handle(m_multi.get(), attempt->handle.get()) == CURLM_OK)
+            return m_attempts.push_back(std::move(attempt));
     }
+    if (isWhole) // all recipients have their outcome, unless libcurl has no memory
+        m_ended.push_back(attempt->judge(attempt->recipients ? CURLE_OUT_OF_MEMORY : CURLE_OK, m_settings.server));
+    else
+        m_ended.push_back({std::move(attempt->message), Outcome::Refused, "the outbox has lost the message's file"});
 }
 
 std::vector<SmtpSender::Ended> SmtpSender::proceed(std::chrono::milliseconds longestWait)
 {
-    if (!m_transfers.empty() && m_transfers.front()->isStopped)
+    if (!m_attempts.empty() && m_attempts.front()->isStopped)
         longestWait = std::min(longestWait, kStoppingPause);
     curl_multi_poll(m_multi.get(), nullptr, 0, m_ended.empty() ? int(longestWait.count()) : 0, nullptr);
     int count = 0;
     curl_multi_perform(m_multi.get(), &count);
     while (const CURLMsg* message = curl_multi_info_read(m_multi.get(), &count)) {
-        Transfer* transfer = nullptr;
-        curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &transfer);
-        end(*transfer, message->data.result);
+        CURL* const handle = message->easy_handle;
+        const CURLcode code = message->data.result;
+        const auto attempt =
+            std::find_if(m_attempts.begin(), m_attempts.end(), [handle](const auto& one) { return one->handle.get() == handle; });
+        curl_multi_remove_handle(m_multi.get(), handle);
+        if (!(*attempt)->isStopped || code != CURLE_ABORTED_BY_CALLBACK)
+            m_ended.push_back((*attempt)->judge(code, m_settings.server));
+        m_attempts.erase(attempt);
     }
     return std::exchange(m_ended, {});
-}
-
-void SmtpSender::end(Transfer& transfer, int code)
-{
-    curl_multi_remove_handle(m_multi.get(), transfer.handle.get());
-    if (!transfer.isStopped || code != CURLE_ABORTED_BY_CALLBACK)
-        m_ended.push_back(judge(transfer, code));
-    m_transfers.erase(
-        std::find_if(m_transfers.begin(), m_transfers.end(), [&](const auto& one) { return one.get() == &transfer; }));
 }
 
 void SmtpSender::wake()
@@ -207,66 +254,9 @@ void SmtpSender::wake()
 
 void SmtpSender::stop()
 {
-    // A transfer that is taken from the set while it sends would end the message there, and half of it would be delivered. One
+    // An attempt that is taken from the set while it sends would end the message there, and half of it would be delivered. One
     // that its own callback ends does not.
-    for (const auto& transfer : m_transfers)
-        transfer->isStopped = true;
-}
-
-SmtpSender::Ended SmtpSender::judge(Transfer& transfer, int code) const
-{
-    using State = OutboxMessage::Outcome;
-    const auto ended = [&](Outcome outcome, const QString& words) { return Ended{std::move(transfer.message), outcome, words}; };
-    if (transfer.message.recipients.empty())
-        return ended(Outcome::Refused, "the outbox has lost the recipients");
-    QString refusal; // the reply for a recipient that is refused
-    QString delay;   // the reply for a recipient that may be reached later
-    bool someAreOpen = false;
-    int asked = 0;
-    for (auto& recipient : transfer.message.recipients) {
-        if (recipient.outcome == State::Open) {
-            const QString reply = transfer.recipientReplies.value(asked++);
-            if (!reply.isEmpty())
-                recipient.reply = reply;
-            if (reply.startsWith(QLatin1Char('5')))
-                recipient.outcome = State::Refused;
-            else if (reply.startsWith(QLatin1Char('4')))
-                delay = reply;
-            else if (code == CURLE_OK)
-                recipient.outcome = State::Delivered;
-        }
-        someAreOpen = someAreOpen || recipient.outcome == State::Open;
-        if (recipient.outcome == State::Refused)
-            refusal = recipient.reply;
-    }
-    if (!someAreOpen)
-        return ended(refusal.isEmpty() ? Outcome::Delivered : Outcome::Refused, refusal);
-    if (code != CURLE_OK && transfer.reply.startsWith(QLatin1Char('5')) && !transfer.isOfRecipient)
-        return ended(Outcome::Refused, transfer.reply);
-    if (delay.isEmpty())
-        delay = transfer.reply.startsWith(QLatin1Char('4')) ? transfer.reply : explain(code, transfer.detail);
-    return ended(Outcome::Later, delay);
-}
-
-QString SmtpSender::explain(int code, const char* detail) const
-{
-    const QString& server = m_settings.server;
-    switch (code) {
-    case CURLE_COULDNT_RESOLVE_HOST: return QStringLiteral("the name of the mail server %1 is not known").arg(server);
-    case CURLE_COULDNT_CONNECT: return QStringLiteral("the mail server %1 cannot be reached").arg(server);
-    case CURLE_OPERATION_TIMEDOUT: return QStringLiteral("the mail server %1 was too slow").arg(server);
-    case CURLE_USE_SSL_FAILED: return QStringLiteral("the mail server %1 offers no encryption").arg(server);
-    case CURLE_PEER_FAILED_VERIFICATION:
-        return QStringLiteral("the certificate of the mail server %1 is not to be trusted").arg(server);
-    case CURLE_SEND_ERROR:
-    case CURLE_RECV_ERROR:
-    case CURLE_GOT_NOTHING:
-    case CURLE_PARTIAL_FILE:
-    case CURLE_WEIRD_SERVER_REPLY: return QStringLiteral("the connection to the mail server %1 broke").arg(server);
-    case CURLE_ABORTED_BY_CALLBACK: return QStringLiteral("the message's file cannot be read");
-    default:
-        return QStringLiteral("the mail server %1: %2")
-            .arg(server, MailText::oneLine(QString::fromUtf8(*detail ? detail : curl_easy_strerror(CURLcode(code)))));
-    }
+    for (const auto& attempt : m_attempts)
+        attempt->isStopped = true;
 }
 }

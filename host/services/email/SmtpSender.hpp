@@ -16,15 +16,12 @@ namespace Host
 class SmtpSender
 {
 public:
-    enum class Outcome {
-        Delivered, ///< to all recipients
-        Later,     ///< a passing failure: another attempt may reach the recipients whose outcome is open
-        Refused    ///< for good, by the server or for one recipient at least; the others have the message
-    };
     struct Ended
     {
         OutboxMessage message; ///< with the outcomes of its recipients
-        Outcome outcome = Outcome::Later;
+        /// Delivered: to all recipients. Refused: for good, by the server or for one recipient at least; the others have the
+        /// message. Open: a passing failure; another attempt may reach the recipients whose outcome is open.
+        OutboxMessage::Outcome outcome = OutboxMessage::Outcome::Open;
         QString words; ///< why not: the server's words, or ours where it had none
     };
 
@@ -38,7 +35,7 @@ public:
     /// is gone or of another size than `message` says is not sent.
     void begin(OutboxMessage message, const QString& path);
     /// The number of messages that were begun and have not ended.
-    [[nodiscard]] std::size_t count() const { return m_transfers.size() + m_ended.size(); }
+    [[nodiscard]] std::size_t count() const { return m_attempts.size() + m_ended.size(); }
     /// Goes on with every message, and returns those that have ended. Waits for the network so long at most; a server that does
     /// not answer a farewell takes a second more.
     [[nodiscard]] std::vector<Ended> proceed(std::chrono::milliseconds longestWait);
@@ -48,16 +45,13 @@ public:
     void stop();
 
 private:
-    struct Transfer;
-    void setUp(Transfer& transfer);
-    void end(Transfer& transfer, int code);
-    [[nodiscard]] Ended judge(Transfer& transfer, int code) const;
-    [[nodiscard]] QString explain(int code, const char* detail) const;
+    struct Attempt;
+    void setUp(Attempt& attempt) const;
 
     const MailSettings m_settings;
     const MailCredentials m_credentials;
-    const std::shared_ptr<void> m_multi; ///< libcurl's set of transfers
-    std::vector<std::unique_ptr<Transfer>> m_transfers;
+    const std::shared_ptr<void> m_multi; ///< libcurl's set of attempts
+    std::vector<std::unique_ptr<Attempt>> m_attempts;
     std::vector<Ended> m_ended;
 };
 }

@@ -108,7 +108,7 @@ TEST_CASE("mode: a change before the first code sets the class and requests the 
     OpenSpace space(false);
     space.mode().setValue(Mode::Upload);
     CHECK(classesOf(*space.widget) == Strings{"initial-view", "upload-mode"});
-    CHECK(space.commands() == Strings{"getuserpage"});
+    REQUIRE(space.commands() == Strings{"getuserpage"});
     CHECK(space.host.mediaServer().commands()[0].value("tessel").toDouble() == 0);
 }
 

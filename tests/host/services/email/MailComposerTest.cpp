@@ -19,14 +19,15 @@ using namespace Host;
 
 namespace
 {
-using Kind = MailComposer::Result::Kind;
 using Tavola::EmailMessage;
+
+enum class Kind { Done, Unreadable, DiskFault };
 
 struct Bench
 {
     Folder folder;
     MailComposer::Letter letter;
-    MailComposer::Result result;
+    tl::expected<qint64, MailComposer::Fault> result = 0;
 
     Bench()
     {
@@ -51,7 +52,9 @@ struct Bench
     Kind compose(const QString& name = "m.eml")
     {
         result = MailComposer::compose(letter, folder.path(name));
-        return result.kind;
+        if (result)
+            return Kind::Done;
+        return result.error().attachment ? Kind::Unreadable : Kind::DiskFault;
     }
     [[nodiscard]] QByteArray bytes() const
     {
@@ -65,7 +68,7 @@ struct Bench
         QFile::remove(folder.path("m.eml"));
         REQUIRE(compose() == Kind::Done);
         const QByteArray data = bytes();
-        CHECK(result.sizeBytes == data.size());
+        CHECK(*result == data.size());
         CHECK(data.endsWith("\r\n"));
         const QJsonObject mail = parseMail(data);
         CHECK(mail.value("defects").toArray().isEmpty());
@@ -304,8 +307,8 @@ TEST_CASE("mail composer: only ordinary files are read, so that a pipe cannot ke
         bench.attach("good", "x");
         bench.attach("bad", std::move(file));
         CHECK(bench.compose() == Kind::Unreadable);
-        CHECK(bench.result.attachment == 1);
-        CHECK(bench.result.words == "it is no ordinary file");
+        CHECK(bench.result.error().attachment == 1);
+        CHECK(bench.result.error().words == "it is no ordinary file");
         CHECK_FALSE(QFileInfo::exists(bench.folder.path("m.eml")));
     }
     Bench bench;
@@ -320,15 +323,15 @@ TEST_CASE("mail composer: an attachment that is closed, or whose disk fails in t
     Bench closed;
     closed.attach("closed", std::make_unique<QFile>(closed.folder.write("a", "x")));
     CHECK(closed.compose() == Kind::Unreadable);
-    CHECK(closed.result.words == "it is not open for reading");
+    CHECK(closed.result.error().words == "it is not open for reading");
 
     Bench broken;
     broken.attach("good", everyByte(1000));
     broken.attach("broken", std::make_unique<BrokenDevice>());
     broken.attach("good too", "x");
     CHECK(broken.compose() == Kind::Unreadable);
-    CHECK(broken.result.attachment == 1);
-    CHECK(broken.result.words == "the disk is gone");
+    CHECK(broken.result.error().attachment == 1);
+    CHECK(broken.result.error().words == "the disk is gone");
     CHECK_FALSE(QFileInfo::exists(broken.folder.path("m.eml")));
 }
 
@@ -336,7 +339,7 @@ TEST_CASE("mail composer: a folder that is not there is the disk's fault")
 {
     Bench bench;
     CHECK(bench.compose("none/m.eml") == Kind::DiskFault);
-    CHECK(bench.result.words == "No such file or directory");
+    CHECK(bench.result.error().words == "No such file or directory");
 }
 
 TEST_CASE("mail composer: a file that is there is neither written nor removed")
@@ -344,7 +347,7 @@ TEST_CASE("mail composer: a file that is there is neither written nor removed")
     Bench bench;
     bench.folder.write("m.eml", "another message");
     CHECK(bench.compose() == Kind::DiskFault);
-    CHECK(bench.result.words == "File exists");
+    CHECK(bench.result.error().words == "File exists");
     CHECK(bench.bytes() == "another message");
 }
 
@@ -362,6 +365,6 @@ TEST_CASE("mail composer: a disk that is full in the middle leaves no file")
     ::setrlimit(RLIMIT_FSIZE, &before);
     std::signal(SIGXFSZ, handler);
     CHECK(kind == Kind::DiskFault);
-    CHECK(bench.result.words == "File too large");
+    CHECK(bench.result.error().words == "File too large");
     CHECK_FALSE(QFileInfo::exists(bench.folder.path("m.eml")));
 }

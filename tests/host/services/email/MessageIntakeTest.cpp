@@ -41,9 +41,9 @@ struct Bench
     }
     [[nodiscard]] bool accept()
     {
-        error.clear();
-        const auto accepted = MessageIntake(settings, *outbox).accept(MessageIntake::letter(mail), 1'790'000'000'000, error);
+        const auto accepted = MessageIntake::accept(MessageIntake::letter(mail), settings, *outbox, 1'790'000'000'000);
         message = accepted.value_or(OutboxMessage());
+        error = accepted ? QString() : accepted.error();
         return accepted.has_value();
     }
     /// What a reader finds in the finished message.

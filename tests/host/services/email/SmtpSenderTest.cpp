@@ -12,7 +12,7 @@ using namespace Host;
 
 namespace
 {
-using Outcome = SmtpSender::Outcome;
+using Outcome = OutboxMessage::Outcome;
 using Encryption = TestSupport::SmtpTestServer::Encryption;
 using TestSupport::SmtpTestServer;
 
@@ -92,7 +92,7 @@ TEST_CASE("smtp sender: a 4xx at any step is worth another attempt, a 5xx is fin
         SmtpTestServer server;
         server.answer(step, "451 4.3.0 Come back later");
         const auto later = send(server);
-        CHECK(later.outcome == Outcome::Later);
+        CHECK(later.outcome == Outcome::Open);
         CHECK(later.words.toStdString() == "451 4.3.0 Come back later");
         server.answer(step, "554-5.7.1 Go away\r\n554 for good");
         const auto refused = send(server);
@@ -140,7 +140,7 @@ TEST_CASE("smtp sender: a server that refuses both greetings is taken at its wor
     CHECK(refused.words == "550 not you");
     server.answer("HELO", "421 too busy");
     const auto later = send(server);
-    CHECK(later.outcome == Outcome::Later);
+    CHECK(later.outcome == Outcome::Open);
     CHECK(later.words == "421 too busy");
 }
 
@@ -153,7 +153,7 @@ TEST_CASE("smtp sender: a connection that ends at any step is worth another atte
         OutboxMessage message = letter();
         // More than the buffers between the two hold.
         const auto result = send(testSettings(server.address()), message, {}, (QByteArray(76, 'x') + "\r\n").repeated(50000));
-        CHECK(result.outcome == Outcome::Later);
+        CHECK(result.outcome == Outcome::Open);
         CHECK(result.words.toStdString() == ("the connection to the mail server " + server.address() + " broke").toStdString());
         CHECK(message.recipients[0].outcome == OutboxMessage::Outcome::Open);
         CHECK(server.mails().empty());
@@ -170,7 +170,7 @@ TEST_CASE("smtp sender: a silent server costs no more than the timeout")
         settings.timeoutSeconds = 0.2;
         OutboxMessage message = letter();
         const auto result = send(settings, message);
-        CHECK(result.outcome == Outcome::Later);
+        CHECK(result.outcome == Outcome::Open);
         CHECK(result.words.toStdString() == ("the mail server " + server.address() + " was too slow").toStdString());
     }
 }
@@ -184,7 +184,7 @@ TEST_CASE("smtp sender: a server that is not there is worth another attempt")
     }
     OutboxMessage message = letter();
     const auto result = send(testSettings(address), message);
-    CHECK(result.outcome == Outcome::Later);
+    CHECK(result.outcome == Outcome::Open);
     CHECK(result.words.toStdString() == ("the mail server " + address + " cannot be reached").toStdString());
 }
 
@@ -192,7 +192,7 @@ TEST_CASE("smtp sender: a server whose name is not known is worth another attemp
 {
     OutboxMessage message = letter();
     const auto result = send(testSettings("smtp://mail.invalid:25"), message);
-    CHECK(result.outcome == Outcome::Later);
+    CHECK(result.outcome == Outcome::Open);
     CHECK(result.words == "the name of the mail server smtp://mail.invalid:25 is not known");
 }
 
@@ -211,7 +211,7 @@ TEST_CASE("smtp sender: each recipient has an outcome of its own")
     server.answer("RCPT cid@example.org", "450 4.2.1 Mailbox busy");
     OutboxMessage message = letter({"ann@example.org", "bob@example.org", "cid@example.org"});
     auto result = send(testSettings(server.address()), message);
-    CHECK(result.outcome == Outcome::Later);
+    CHECK(result.outcome == Outcome::Open);
     CHECK(result.words == "450 4.2.1 Mailbox busy");
     CHECK(message.recipients[0].outcome == OutboxMessage::Outcome::Delivered);
     CHECK(message.recipients[1].outcome == OutboxMessage::Outcome::Refused);
@@ -235,7 +235,7 @@ TEST_CASE("smtp sender: a connection that ends after one recipient was refused i
     server.closeAt("DATA");
     OutboxMessage message = letter({"ann@example.org", "bob@example.org"});
     const auto result = send(testSettings(server.address()), message);
-    CHECK(result.outcome == Outcome::Later);
+    CHECK(result.outcome == Outcome::Open);
     CHECK(result.words.endsWith(" broke"));
     CHECK(message.recipients[0].outcome == OutboxMessage::Outcome::Open);
     CHECK(message.recipients[1].outcome == OutboxMessage::Outcome::Refused);
@@ -248,7 +248,7 @@ TEST_CASE("smtp sender: with recipients refused for now and for good, those for 
     server.answer("RCPT bob@example.org", "550 unknown");
     OutboxMessage message = letter({"ann@example.org", "bob@example.org"});
     const auto result = send(testSettings(server.address()), message);
-    CHECK(result.outcome == Outcome::Later);
+    CHECK(result.outcome == Outcome::Open);
     CHECK(result.words == "450 busy");
 }
 
@@ -362,7 +362,7 @@ TEST_CASE("smtp sender: a file that becomes shorter while it is sent does not ar
     };
     const auto result = sendFile(testSettings(server.address()), message, path, {}, cut);
     CHECK(isCut);
-    CHECK(result.outcome == Outcome::Later);
+    CHECK(result.outcome == Outcome::Open);
     CHECK(message.recipients[0].outcome == OutboxMessage::Outcome::Open);
     CHECK(server.mails().empty());
 }
@@ -421,7 +421,7 @@ TEST_CASE("smtp sender: a certificate of no known authority is not trusted, and 
         settings.startTls = MailSettings::StartTls::IfOffered;
         OutboxMessage message = letter();
         const auto result = send(settings, message, {"user", "s3cret"});
-        CHECK(result.outcome == Outcome::Later);
+        CHECK(result.outcome == Outcome::Open);
         CHECK(result.words.toStdString()
               == ("the certificate of the mail server " + server.address() + " is not to be trusted").toStdString());
         const auto steps = server.steps();
@@ -440,7 +440,7 @@ TEST_CASE("smtp sender: a certificate for another name is not trusted")
     settings.caFile = own.certificate;
     OutboxMessage message = letter();
     const auto result = send(settings, message);
-    CHECK(result.outcome == Outcome::Later);
+    CHECK(result.outcome == Outcome::Open);
     CHECK(result.words.endsWith("is not to be trusted"));
 }
 
@@ -451,12 +451,12 @@ TEST_CASE("smtp sender: where encryption is required, a server without it gets n
     settings.startTls = MailSettings::StartTls::Required;
     OutboxMessage message = letter();
     auto result = send(settings, message, {"user", "s3cret"});
-    CHECK(result.outcome == Outcome::Later);
+    CHECK(result.outcome == Outcome::Open);
     CHECK(result.words.toStdString() == ("the mail server " + server.address() + " offers no encryption").toStdString());
 
     settings.startTls = MailSettings::StartTls::IfOffered;
     result = send(settings, message, {"user", "s3cret"});
-    CHECK(result.outcome == Outcome::Later);
+    CHECK(result.outcome == Outcome::Open);
     const auto steps = server.steps();
     CHECK(std::count(steps.begin(), steps.end(), "AUTH") == 0);
     CHECK(server.mails().empty());
@@ -473,7 +473,7 @@ TEST_CASE("smtp sender: a STARTTLS that is refused counts as any other command")
     settings.startTls = MailSettings::StartTls::Required;
     server.answer("STARTTLS", "454 not now");
     OutboxMessage message = letter();
-    CHECK(send(settings, message).outcome == Outcome::Later);
+    CHECK(send(settings, message).outcome == Outcome::Open);
     server.answer("STARTTLS", "554 never");
     const auto result = send(settings, message);
     CHECK(result.outcome == Outcome::Refused);
@@ -490,6 +490,6 @@ TEST_CASE("smtp sender: a login that is refused is in the server's words, withou
     CHECK(result.words == "535 5.7.8 Wrong");
     server.answer("AUTH", "454 4.7.0 Not now");
     result = send(testSettings(server.address()), message, {"user", "s3cret"});
-    CHECK(result.outcome == Outcome::Later);
+    CHECK(result.outcome == Outcome::Open);
     CHECK(result.words == "454 4.7.0 Not now");
 }

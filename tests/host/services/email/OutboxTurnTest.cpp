@@ -1,8 +1,6 @@
-// Deliveries turn by turn, on the test's own thread.
+// A service turn by turn, on the test's own thread.
 
 #include "MailBench.hpp"
-
-#include "services/email/OutboxDelivery.hpp"
 
 #include <LogCapture.hpp>
 #include <SqliteFault.hpp>
@@ -19,7 +17,7 @@ using namespace Host;
 namespace
 {
 using State = OutboxMessage::State;
-using Status = OutboxDelivery::Status;
+using Status = OutboxService::EmailStatus;
 using TestSupport::SqliteFault;
 
 const QByteArray kMail("Subject: x\r\n\r\nHello\r\n");
@@ -31,8 +29,8 @@ struct Bench
     TestSupport::SmtpTestServer server;
     MailSettings settings = testSettings(server.address());
     qint64 nowMs = 1'790'000'000'000;
-    std::unique_ptr<Outbox> outbox = Outbox::open(folder.path("outbox"), error);
-    std::unique_ptr<OutboxDelivery> delivery;
+    std::shared_ptr<Outbox> outbox = Outbox::open(folder.path("outbox"), error);
+    std::unique_ptr<OutboxService> delivery;
     int count = 0;
     QString path = folder.path("outbox/outbox.sqlite");
     std::string warning = "Outbox # Failed to write " + path.toStdString() + " (";
@@ -43,7 +41,7 @@ struct Bench
     void start()
     {
         delivery.reset();
-        delivery = std::make_unique<OutboxDelivery>(settings, MailCredentials(), *outbox, [this] { return nowMs; });
+        delivery = std::make_unique<OutboxService>(settings, MailCredentials(), outbox, [this] { return nowMs; });
     }
     /// Message 1, 2, ..., with its file.
     OutboxMessage make(State state = State::Queued)
@@ -61,7 +59,7 @@ struct Bench
     }
     folly::Future<Status> add()
     {
-        OutboxDelivery::Promise promise;
+        OutboxService::Promise promise;
         auto future = promise.getFuture();
         delivery->accept(make(), std::move(promise));
         return future;
@@ -96,7 +94,7 @@ void expectFullDisk(const std::string& start)
 }
 }
 
-TEST_CASE("outbox delivery: each message is sent once, its sender answered, and nothing left")
+TEST_CASE("outbox turn: each message is sent once, its sender answered, and nothing left")
 {
     Bench bench;
     const auto first = bench.add();
@@ -111,7 +109,7 @@ TEST_CASE("outbox delivery: each message is sent once, its sender answered, and 
     CHECK(bench.server.connections() == 2);
 }
 
-TEST_CASE("outbox delivery: three messages are sent at a time, and the next one when one of them has ended")
+TEST_CASE("outbox turn: three messages are sent at a time, and the next one when one of them has ended")
 {
     Bench bench;
     bench.server.holdAt("MAIL");
@@ -129,7 +127,7 @@ TEST_CASE("outbox delivery: three messages are sent at a time, and the next one 
     CHECK(bench.server.mails().size() == 5);
 }
 
-TEST_CASE("outbox delivery: of messages that were attempted before one is sent at a time")
+TEST_CASE("outbox turn: of messages that were attempted before one is sent at a time")
 {
     Bench bench;
     bench.server.answer("MAIL", "451 Come back");
@@ -152,7 +150,7 @@ TEST_CASE("outbox delivery: of messages that were attempted before one is sent a
     bench.readUntil([&] { return bench.server.mails().size() == 3; });
 }
 
-TEST_CASE("outbox delivery: a message whose recipients cannot be read stays queued, and goes out whole later")
+TEST_CASE("outbox turn: a message whose recipients cannot be read stays queued, and goes out whole later")
 {
     Bench bench;
     const auto future = bench.add();
@@ -168,7 +166,7 @@ TEST_CASE("outbox delivery: a message whose recipients cannot be read stays queu
     CHECK(bench.server.mails().size() == 1);
 }
 
-TEST_CASE("outbox delivery: a message whose file is lost, or not as long as it was, is kept as failed and not sent")
+TEST_CASE("outbox turn: a message whose file is lost, or not as long as it was, is kept as failed and not sent")
 {
     for (const bool isLost : {true, false}) {
         CAPTURE(isLost);
@@ -184,7 +182,7 @@ TEST_CASE("outbox delivery: a message whose file is lost, or not as long as it w
     }
 }
 
-TEST_CASE("outbox delivery: every attempt sends the same bytes")
+TEST_CASE("outbox turn: every attempt sends the same bytes")
 {
     Bench bench;
     bench.server.closeAt("QUIT");
@@ -199,7 +197,7 @@ TEST_CASE("outbox delivery: every attempt sends the same bytes")
     CHECK(QDir(bench.folder.path("outbox/files")).isEmpty());
 }
 
-TEST_CASE("outbox delivery: a message that has lost its recipients is kept as failed and keeps no other waiting")
+TEST_CASE("outbox turn: a message that has lost its recipients is kept as failed and keeps no other waiting")
 {
     Bench bench;
     const auto damaged = bench.add();
@@ -213,7 +211,7 @@ TEST_CASE("outbox delivery: a message that has lost its recipients is kept as fa
     CHECK(bench.server.connections() == 1);
 }
 
-TEST_CASE("outbox delivery: a full disk that lets no message be claimed is told once, and not taken for an empty outbox")
+TEST_CASE("outbox turn: a full disk that lets no message be claimed is told once, and not taken for an empty outbox")
 {
     Bench bench;
     const auto future = bench.add();
@@ -228,7 +226,7 @@ TEST_CASE("outbox delivery: a full disk that lets no message be claimed is told 
     CHECK(bench.outcome(future).success);
 }
 
-TEST_CASE("outbox delivery: a fault that comes back after it was mended is told again")
+TEST_CASE("outbox turn: a fault that comes back after it was mended is told again")
 {
     Bench bench;
     for (int i = 0; i < 2; ++i) {
@@ -242,7 +240,7 @@ TEST_CASE("outbox delivery: a fault that comes back after it was mended is told 
     }
 }
 
-TEST_CASE("outbox delivery: a delivery that cannot be noted is noted later, and the message is not sent again")
+TEST_CASE("outbox turn: a delivery that cannot be noted is noted later, and the message is not sent again")
 {
     Bench bench;
     const auto first = bench.add();
@@ -265,7 +263,7 @@ TEST_CASE("outbox delivery: a delivery that cannot be noted is noted later, and 
     CHECK(bench.outbox->messages().value().empty());
 }
 
-TEST_CASE("outbox delivery: each delivery that cannot be noted is told")
+TEST_CASE("outbox turn: each delivery that cannot be noted is told")
 {
     Bench bench;
     for (int id = 1; id <= 2; ++id) {
@@ -280,7 +278,7 @@ TEST_CASE("outbox delivery: each delivery that cannot be noted is told")
     CHECK(bench.server.mails().size() == 2);
 }
 
-TEST_CASE("outbox delivery: a delay that cannot be noted strands no message, and the log tells what is so")
+TEST_CASE("outbox turn: a delay that cannot be noted strands no message, and the log tells what is so")
 {
     Bench bench;
     bench.server.answer("MAIL", "451 Come back");
@@ -309,7 +307,7 @@ TEST_CASE("outbox delivery: a delay that cannot be noted strands no message, and
     CHECK(bench.server.mails().size() == 1);
 }
 
-TEST_CASE("outbox delivery: a refusal that cannot be noted is a failure for the sender, and noted later")
+TEST_CASE("outbox turn: a refusal that cannot be noted is a failure for the sender, and noted later")
 {
     Bench bench;
     bench.server.answer("MAIL", "550 Go away");
@@ -328,7 +326,7 @@ TEST_CASE("outbox delivery: a refusal that cannot be noted is a failure for the 
     CHECK(bench.server.connections() == 1);
 }
 
-TEST_CASE("outbox delivery: what an earlier program was sending is queued as soon as that can be written")
+TEST_CASE("outbox turn: what an earlier program was sending is queued as soon as that can be written")
 {
     Bench bench;
     OutboxMessage interrupted = bench.make(State::Sending);
@@ -348,10 +346,11 @@ TEST_CASE("outbox delivery: what an earlier program was sending is queued as soo
     CHECK_FALSE(QFileInfo::exists(orphan));
 }
 
-TEST_CASE("outbox delivery: a message queued under a clock that was far ahead is sent, and its age counts from now")
+TEST_CASE("outbox turn: a message queued under a clock that was far ahead is sent, and its age counts from now")
 {
     Bench bench;
     bench.settings.giveUpHours = 1.0;
+    bench.start();
     bench.server.answer("MAIL", "451 Come back");
     const qint64 rightMs = bench.nowMs;
     bench.nowMs += qint64(10) * 365 * 24 * 3'600'000;
@@ -371,7 +370,7 @@ TEST_CASE("outbox delivery: a message queued under a clock that was far ahead is
     bench.readUntil([&] { return bench.message(1).state == State::Failed; });
 }
 
-TEST_CASE("outbox delivery: once stopped, messages are queued for the next program, and answered as kept")
+TEST_CASE("outbox turn: once stopped, messages are queued for the next program, and answered as kept")
 {
     Bench bench;
     bench.server.holdAt("MAIL");
@@ -390,10 +389,11 @@ TEST_CASE("outbox delivery: once stopped, messages are queued for the next progr
     CHECK(bench.server.connections() == 1);
 }
 
-TEST_CASE("outbox delivery: at its deadline an answer is success, and the attempt goes on")
+TEST_CASE("outbox turn: at its deadline an answer is success, and the attempt goes on")
 {
     Bench bench;
     bench.settings.answerSeconds = 0.0;
+    bench.start();
     bench.server.holdAt("RCPT");
     bench.server.answer("RCPT", "550 unknown");
     const auto future = bench.add();
@@ -407,10 +407,11 @@ TEST_CASE("outbox delivery: at its deadline an answer is success, and the attemp
     bench.readUntil([&] { return bench.number("failed") == 1; });
 }
 
-TEST_CASE("outbox delivery: no answer is completed before its deadline or the end of its attempt")
+TEST_CASE("outbox turn: no answer is completed before its deadline or the end of its attempt")
 {
     Bench bench;
     bench.settings.answerSeconds = 3600.0;
+    bench.start();
     bench.server.answer("RCPT", "550 unknown");
     bench.server.holdAt("RCPT");
     const auto future = bench.add();
@@ -422,11 +423,11 @@ TEST_CASE("outbox delivery: no answer is completed before its deadline or the en
     CHECK(bench.outcome(future).error == "550 unknown");
 }
 
-TEST_CASE("outbox delivery: what depends on an answer may send the next message, and what it throws harms no other")
+TEST_CASE("outbox turn: what depends on an answer may send the next message, and what it throws harms no other")
 {
     Bench bench;
     std::vector<folly::Future<Status>> more;
-    OutboxDelivery::Promise promise;
+    OutboxService::Promise promise;
     auto dependent = promise.getFuture().thenValue([&](const Status& status) {
         more.push_back(bench.add());
         if (status.success)
@@ -440,7 +441,7 @@ TEST_CASE("outbox delivery: what depends on an answer may send the next message,
     CHECK(bench.server.mails().size() == 2);
 }
 
-TEST_CASE("outbox delivery: the state of an empty outbox")
+TEST_CASE("outbox turn: the state of an empty outbox")
 {
     Bench bench;
     bench.read();
@@ -457,7 +458,7 @@ TEST_CASE("outbox delivery: the state of an empty outbox")
                          {"lastErrorAt", QJsonValue()}});
 }
 
-TEST_CASE("outbox delivery: while the outbox cannot be read its state stays as it was")
+TEST_CASE("outbox turn: while the outbox cannot be read its state stays as it was")
 {
     Bench bench;
     bench.server.answer("MAIL", "550 unknown");
