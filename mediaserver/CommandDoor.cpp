@@ -22,8 +22,8 @@ Http::Response refusal(int status, const QString& why)
 } // namespace
 
 CommandDoor::CommandDoor(ItemStore& store, const QString& contentFolder, const QString& publicUrl, const ContentLimits& limits,
-                         const ContentHashes::Post& post)
-    : m_content(contentFolder), m_receiver(store, m_content, contentFolder, limits, post),
+                         const CommandHandler::Post& post)
+    : m_content(contentFolder), m_receiver(store, m_content, contentFolder, limits),
       m_commands(store, m_content, &m_receiver, PageAddresses(publicUrl)), m_post(post)
 {
 }

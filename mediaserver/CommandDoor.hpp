@@ -16,14 +16,17 @@ class ItemStore;
 
 /// What the tables' door answers: POST / with a command, and /content/NAME with content of tables (see ContentReceiver). A
 /// request that a web page has made a browser send is refused with 403, one without a valid key, where the door has keys, with
-/// 401. Borrows the store; on the store's thread.
+/// 401. Borrows the store. On the server's thread, which never waits for the store.
 class CommandDoor
 {
 public:
     /// `contentFolder`: path of the folder with the files; `publicUrl`: where visitors reach their pages.
-    /// `post`: see ContentHashes.
+    /// `post`: see CommandHandler.
     CommandDoor(ItemStore& store, const QString& contentFolder, const QString& publicUrl, const ContentLimits& limits,
-                const ContentHashes::Post& post);
+                const CommandHandler::Post& post);
+    ~CommandDoor() { m_receiver.close(); }
+    CommandDoor(const CommandDoor&) = delete;
+    CommandDoor& operator=(const CommandDoor&) = delete;
 
     /// From here on a request needs one of the keys; with none, no request needs any.
     void setKeys(std::optional<Http::BearerKeys> keys) { m_keys = std::move(keys); }
@@ -39,7 +42,7 @@ private:
     ContentFolder m_content;
     ContentReceiver m_receiver;
     CommandHandler m_commands;
-    ContentHashes::Post m_post;
+    CommandHandler::Post m_post;
     std::optional<Http::BearerKeys> m_keys;
 };
 

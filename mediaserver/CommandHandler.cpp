@@ -87,15 +87,21 @@ Result<Item> itemOf(const QJsonObject& command)
 
 CommandAnswer CommandHandler::storeFailed(const char* command, const QString& reason)
 {
-    m_warnings.log(command + std::string(" failed in the database"), reason.toStdString());
+    warn(command + std::string(" failed in the database"), reason);
     return failure(500, QStringLiteral("The media server could not reach its database; nothing was changed. Try again later."));
+}
+
+void CommandHandler::warn(const std::string& what, const QString& reason)
+{
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    m_warnings.log(what, reason.toStdString());
 }
 
 CommandAnswer CommandHandler::notOpened(const ContentError& error)
 {
     if (error.kind == ContentError::Kind::NoSuchFile)
         return failure(200, error.text);
-    m_warnings.log("A file could not be opened", error.reason.toStdString());
+    warn("A file could not be opened", error.reason);
     return failure(500, error.text);
 }
 
@@ -112,7 +118,13 @@ void CommandHandler::handle(const QByteArray& body, const Post& post, const Done
         return done(*answer);
     if (const auto* const question = std::get_if<PageQuestion>(&step))
         return getUserPage(*question, post, done);
-    run(std::get<Work>(step), post, done);
+    if (const auto* const work = std::get_if<Work>(&step))
+        return run(*work, post, done);
+    const auto add = [this, file = std::get<FileItem>(step), post, done] { addFile(file, post, done); };
+    if (!m_receiver)
+        add();
+    else if (!m_receiver->add(add))
+        done(failure(503, QStringLiteral("Too many files are collected at once. Try again later.")));
 }
 
 void CommandHandler::run(const Work& work, const Post& post, const Done& done)
@@ -157,9 +169,13 @@ CommandHandler::Step CommandHandler::firstStep(const QByteArray& body, const Pag
     const auto item = itemOf(command);
     if (!item)
         return notUnderstood(item.error());
-    if (addItemAsked)
-        return addItem(*tessel, *item, command);
-    return deleteItem(*tessel, *item);
+    if (!addItemAsked)
+        return deleteItem(*tessel, *item);
+    if (item->kind == ItemKind::File)
+        return FileItem{*tessel, *item, command};
+    if (!parseWebLink(item->value))
+        return failure(200, QStringLiteral("\"%1\" is not a web address that begins with http:// or https://.").arg(item->value));
+    return addItem(*tessel, *item, false);
 }
 
 void CommandHandler::getUserPage(const PageQuestion& question, const Post& post, const Done& done)
@@ -196,26 +212,26 @@ std::optional<CommandAnswer> CommandHandler::checkFile(const Item& item, const Q
     case Kind::Refused: return failure(200, standing.text);
     case Kind::Failed: break;
     }
-    m_warnings.log("A file could not be opened", standing.text.toStdString());
+    warn("A file could not be opened", standing.text);
     return failure(500, QStringLiteral("The media server cannot read \"%1\" at the moment. Try again later.").arg(item.value));
 }
 
-CommandHandler::Step CommandHandler::addItem(qint64 tessel, const Item& item, const QJsonObject& command)
+void CommandHandler::addFile(const FileItem& file, const Post& post, const Done& done)
 {
-    if (item.kind == ItemKind::Url && !parseWebLink(item.value)) {
-        return failure(200, QStringLiteral("\"%1\" is not a web address that begins with http:// or https://.").arg(item.value));
-    }
+    // A file is not expected for an item that is refused.
+    const auto hasRoom = m_store.hasRoom(file.tessel, file.item, m_mostItems);
+    if (!hasRoom)
+        return done(storeFailed("additem", hasRoom.error()));
+    if (!*hasRoom)
+        return done(full(m_mostItems));
     bool isComing = false;
-    if (item.kind == ItemKind::File) {
-        // A file is not expected for an item that is refused.
-        const auto hasRoom = m_store.hasRoom(tessel, item, m_mostItems);
-        if (!hasRoom)
-            return storeFailed("additem", hasRoom.error());
-        if (!*hasRoom)
-            return full(m_mostItems);
-        if (auto refused = checkFile(item, command, isComing))
-            return *std::move(refused);
-    }
+    if (const auto refused = checkFile(file.item, file.command, isComing))
+        return done(*refused);
+    run(addItem(file.tessel, file.item, isComing), post, done);
+}
+
+CommandHandler::Work CommandHandler::addItem(qint64 tessel, const Item& item, bool isComing) const
+{
     return Work{"additem", [tessel, item, isComing, most = m_mostItems](Items& items) -> CommandAnswer {
                     if (!items.hasRoom(tessel, item, most))
                         return full(most);

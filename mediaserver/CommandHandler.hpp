@@ -8,7 +8,9 @@
 #include <QJsonObject>
 
 #include <functional>
+#include <mutex>
 #include <optional>
+#include <string>
 #include <variant>
 
 class QByteArray;
@@ -34,7 +36,8 @@ struct CommandAnswer
 
 /// The commands that tables send: "getuserpage", "additem" and "deleteitem". An "additem" may carry "sha256" and "size" of the
 /// file on the table; then the file need not be in the content folder: it is expected, and the answer has "content": "coming".
-/// Commands that wait together are one transaction of the store. Borrows what it is given; on the server's thread.
+/// Commands that wait together are one transaction of the store. Borrows what it is given. On the server's thread, which waits
+/// for nothing: what asks store and disk about a file runs on the receiver's thread.
 class CommandHandler
 {
 public:
@@ -49,8 +52,9 @@ public:
     /// Runs a function on the server's thread, later. Called on any thread.
     using Post = std::function<void(std::function<void()>)>;
     using Done = std::function<void(const CommandAnswer& answer)>;
-    /// `body`: one JSON object, in UTF-8. `done` is called in the call or through `post`. `acceptLanguage`: the header of that
-    /// name; the first language in it is the one in which the addresses of pages that are answered open, where pages have it.
+    /// `body`: one JSON object, in UTF-8. `done` is called in the call, through `post`, or on the receiver's thread, as it is
+    /// with an unreadFile. `acceptLanguage`: the header of that name; the first language in it is the one in which the addresses
+    /// of pages that are answered open, where pages have it.
     void handle(const QByteArray& body, const Post& post, const Done& done, const QByteArray& acceptLanguage = {});
 
 private:
@@ -66,25 +70,34 @@ private:
         qint64 tessel;
         const PageTexts* texts; ///< of the language in which the page opens; null: the page's own
     };
-    using Step = std::variant<CommandAnswer, Work, PageQuestion>;
+    struct FileItem
+    {
+        qint64 tessel;
+        Item item;
+        QJsonObject command;
+    };
+    using Step = std::variant<CommandAnswer, Work, PageQuestion, FileItem>;
 
     [[nodiscard]] Step firstStep(const QByteArray& body, const PageTexts* texts);
     void run(const Work& work, const Post& post, const Done& done);
     void getUserPage(const PageQuestion& question, const Post& post, const Done& done);
-    [[nodiscard]] Step addItem(qint64 tessel, const Item& item, const QJsonObject& command);
+    void addFile(const FileItem& file, const Post& post, const Done& done);
+    [[nodiscard]] Work addItem(qint64 tessel, const Item& item, bool isComing) const;
     /// Nothing when the item may be added; `isComing`: its file is not there yet.
     [[nodiscard]] std::optional<CommandAnswer> checkFile(const Item& item, const QJsonObject& command, bool& isComing);
     [[nodiscard]] static Work deleteItem(qint64 tessel, const Item& item);
     /// The answer says that nothing was done; the reason goes to the log only.
     [[nodiscard]] CommandAnswer storeFailed(const char* command, const QString& reason);
     [[nodiscard]] CommandAnswer notOpened(const ContentError& error);
+    void warn(const std::string& what, const QString& reason);
 
     ItemStore& m_store;
     const ContentFolder& m_content;
     ContentReceiver* m_receiver;
     PageAddresses m_addresses;
     int m_mostItems;
-    Bedrock::RareWarnings m_warnings{"MediaServer"};
+    std::mutex m_mutex;
+    Bedrock::RareWarnings m_warnings{"MediaServer"}; ///< under the mutex
 };
 
 } // namespace MediaServer

@@ -45,8 +45,9 @@ bool isSha256(const QByteArray& text)
 }
 
 ContentReceiver::ContentReceiver(ItemStore& store, const ContentFolder& content, const QString& contentFolder,
-                                 const ContentLimits& limits, const ContentHashes::Post& post)
-    : m_store(store), m_content(content), m_limits(limits), m_post(post), m_files(contentFolder), m_hashes(content, post)
+                                 const ContentLimits& limits)
+    : m_store(store), m_content(content), m_limits(limits), m_files(contentFolder),
+      m_hashes(content, [this](WaitingThread::Task task) { m_thread.post(std::move(task)); })
 {
 }
 
@@ -120,14 +121,22 @@ void ContentReceiver::handle(const Http::Request& request, const QByteArray& enc
     const auto asked = parse(encodedName);
     if (!asked)
         return reply.send(error(400, QStringLiteral("The address has to be /content/NAME?sha256=HEX&size=BYTES.")));
+    if (request.method != "PUT" && request.method != "GET") {
+        Http::Response response = error(405, QStringLiteral("Content is sent by PUT."));
+        response.addHeader("Allow", "GET, PUT");
+        return reply.send(std::move(response));
+    }
     const auto shared = std::make_shared<Http::Reply>(std::move(reply));
+    if (!add([this, request, asked = *asked, shared] { answer(request, asked, shared); }))
+        shared->send(error(503, QStringLiteral("Too many pieces come at once. Try again later.")));
+}
+
+void ContentReceiver::answer(const Http::Request& request, const Asked& asked, const SharedReply& reply)
+{
     if (request.method == "PUT")
-        return takePiece(*asked, request.body, shared);
-    if (request.method == "GET")
-        return answerState(*asked, shared);
-    Http::Response response = error(405, QStringLiteral("Content is sent by PUT."));
-    response.addHeader("Allow", "GET, PUT");
-    shared->send(std::move(response));
+        takePiece(asked, request.body, reply);
+    else
+        answerState(asked, reply);
 }
 
 void ContentReceiver::answerState(const Asked& asked, const SharedReply& reply)
@@ -193,7 +202,7 @@ void ContentReceiver::place(const Asked& asked, const SharedReply& reply)
         const auto file = std::make_shared<Http::File>();
         QString reason;
         const auto ending = m_files.place(asked.id, *file, reason);
-        m_post([this, asked, ending, file, reason, reply] { placed(asked, ending, *file, reason, reply); });
+        m_thread.post([this, asked, ending, file, reason, reply] { placed(asked, ending, *file, reason, reply); });
     });
 }
 

@@ -3,6 +3,7 @@
 #include "ContentFolder.hpp"
 #include "ContentHashes.hpp"
 #include "IncomingFiles.hpp"
+#include "WaitingThread.hpp"
 
 #include <Bedrock/RareWarnings.hpp>
 #include <Bedrock/WorkerPool.hpp>
@@ -11,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <utility>
 
 namespace MediaServer
 {
@@ -30,7 +32,7 @@ struct ContentLimits
 ///
 /// Only a file that an "additem" announced is accepted. Answers are {"state": "there"}, {"state": "coming", "received": BYTES,
 /// "piece": BYTES} and {"error": TEXT}. A piece may be sent again: one that does not begin where the file ends changes nothing.
-/// Borrows store and folder; on the store's thread, with a thread of its own for the disk.
+/// Borrows store and folder, which it asks on a thread of its own, with another one for files that are put into their place.
 class ContentReceiver
 {
 public:
@@ -47,16 +49,24 @@ public:
         QString text = {};
     };
 
-    /// `contentFolder`: the path of `content`; `post`: see ContentHashes.
-    ContentReceiver(ItemStore& store, const ContentFolder& content, const QString& contentFolder, const ContentLimits& limits,
-                    const ContentHashes::Post& post);
+    static constexpr int kMostWaiting = 256;
 
-    /// A table has collected this file: whether it is there, or is expected from now on. `name`: not yet checked.
+    /// `contentFolder`: the path of `content`.
+    ContentReceiver(ItemStore& store, const ContentFolder& content, const QString& contentFolder, const ContentLimits& limits);
+    ~ContentReceiver() { close(); }
+    /// Ends the thread: what waits for it is dropped. Call before what its tasks use is destroyed.
+    void close() { m_thread.close(); }
+
+    /// Runs a task on the thread of this class. False when too many wait. Any thread.
+    [[nodiscard]] bool add(WaitingThread::Task task) { return m_thread.add(std::move(task)); }
+    /// A table has collected this file: whether it is there, or is expected from now on. `name`: not yet checked. On the thread
+    /// of this class.
     [[nodiscard]] Standing announce(const QString& name, const QByteArray& sha256, qint64 size);
 
-    /// A request below /content/. `encodedName`: what follows, with the query.
+    /// A request below /content/. `encodedName`: what follows, with the query. Any thread; returns at once.
     void handle(const Http::Request& request, const QByteArray& encodedName, Http::Reply reply);
 
+    /// On the thread of this class.
     [[nodiscard]] ContentHashes& hashes() { return m_hashes; }
 
 private:
@@ -72,6 +82,7 @@ private:
     [[nodiscard]] static std::optional<Asked> parse(const QByteArray& encodedName);
     [[nodiscard]] Standing compare(const Asked& asked);
     [[nodiscard]] Standing expect(const Asked& asked);
+    void answer(const Http::Request& request, const Asked& asked, const SharedReply& reply);
     void answerState(const Asked& asked, const SharedReply& reply);
     void answerStanding(const Asked& asked, const Standing& standing, const SharedReply& reply);
     void takePiece(const Asked& asked, const QByteArray& piece, const SharedReply& reply);
@@ -84,7 +95,7 @@ private:
     ItemStore& m_store;
     const ContentFolder& m_content;
     ContentLimits m_limits;
-    ContentHashes::Post m_post;
+    WaitingThread m_thread{kMostWaiting}; ///< what follows posts to it; closed first
     IncomingFiles m_files;
     ContentHashes m_hashes;
     std::set<QString> m_placing; ///< names of files whose last piece has come

@@ -12,6 +12,11 @@ void PageExpiry::check(Clock::time_point now)
         return;
     m_hasRun = true;
     m_ranAt = now;
+    m_remover.add([this] { remove(); });
+}
+
+void PageExpiry::remove()
+{
     const auto removed = m_store.removeOlderThan(m_keepDays);
     if (!removed)
         m_warnings.log("Old pages could not be removed", removed.error().toStdString());

@@ -8,9 +8,10 @@
 #include <QFileInfo>
 #include <QStringList>
 #include <QUrl>
-#include <QUrlQuery>
 
 #include <fcntl.h>
+#include <memory>
+#include <utility>
 
 namespace MediaServer
 {
@@ -34,66 +35,64 @@ QByteArray contentDisposition(const char* manner, const QString& name)
     return manner + QByteArray("; filename*=UTF-8''") + QUrl::toPercentEncoding(name);
 }
 
-/// The number in an address. One address for each file: only "7", not "07" or "+7".
-std::optional<qint64> numberIn(const QString& text)
+/// With when to come again.
+Http::Response notNow(Http::Response response)
 {
-    bool isNumber = false;
-    const qint64 number = text.toLongLong(&isNumber);
-    return isNumber && QString::number(number) == text ? std::optional<qint64>(number) : std::nullopt;
+    response.addHeader("Retry-After", "5");
+    return response;
 }
 
 } // namespace
 
-Site::Site(ItemStore& store, const QString& contentFolder, const QString& publicUrl, const SiteSettings& settings)
+Site::Site(ItemStore& store, const QString& contentFolder, const QString& publicUrl, const SiteSettings& settings,
+           int mostWaiting)
     : m_store(store), m_settings(settings), m_content(contentFolder), m_addresses(publicUrl), m_renderer(settings),
-      m_keys(publicUrl), m_workshop(m_content)
+      m_keys(publicUrl), m_workshop(m_content), m_thread(mostWaiting)
 {
 }
 
 void Site::handle(const Http::Request& request, Http::Reply reply)
 {
-    QStringList rest;
-    auto visit = visitOf(request, rest);
-    if (!visit)
-        return reply.send(std::move(visit.error()));
-    if (auto answered = form(*visit, rest))
-        return reply.send(*std::move(answered));
-    if (request.method == "POST")
-        return reply.send(wrongMethod(visit->texts));
-    if (rest.size() == 2 && rest[0] == QLatin1String("thumb"))
-        return sendThumbnail(*visit, rest[1], std::move(reply));
-    if (rest.size() == 1 && rest[0] == QLatin1String("all.zip"))
-        return sendArchive(*visit, std::move(reply));
-    reply.send(read(*visit, rest));
+    const SiteTarget target = SiteTarget::of(request, m_settings.language);
+    if (auto refused = refuse(request, target))
+        return reply.send(*std::move(refused));
+    // A task is copyable, a reply is not.
+    const auto shared = std::make_shared<Http::Reply>(std::move(reply));
+    if (!m_thread.add([this, request, target, shared] { answer(request, target, std::move(*shared)); }))
+        shared->send(notNow(Http::plainResponse(503, "Too many people are here at once. Try again in a few seconds.\n")));
 }
 
-tl::expected<Site::Visit, Http::Response> Site::visitOf(const Http::Request& request, QStringList& rest)
+std::optional<Http::Response> Site::refuse(const Http::Request& request, const SiteTarget& target) const
 {
-    // No address of this server needs encoding, so an encoded one is unknown.
-    const QString target = QString::fromLatin1(request.target);
-    const QString path = target.section(QLatin1Char('?'), 0, 0);
-    const QString language = QUrlQuery(target.section(QLatin1Char('?'), 1)).queryItemValue(QStringLiteral("lang"));
-    const PageTexts* const asked = PageTexts::find(language.toLatin1());
-    const PageTexts& texts = asked ? *asked : PageTexts::choose(request.header("Accept-Language"), m_settings.language);
-    const bool isPost = request.method == "POST";
-    if (request.method != "GET" && request.method != "HEAD" && !isPost)
-        return tl::unexpected(wrongMethod(texts));
-    const QStringList parts = path.split(QLatin1Char('/'));
-    const bool isPersonal = parts.size() >= 3 && parts[0].isEmpty() && parts[1] == QLatin1String("p") && isTokenForm(parts[2]);
-    if (isPost && (!isPersonal || parts.size() == 3))
-        return tl::unexpected(wrongMethod(texts));
-    if (path == QLatin1String("/health"))
-        return tl::unexpected(health());
-    if (!isPersonal)
-        return tl::unexpected(notFound(texts));
-    const auto person = m_store.personOf(parts[2]);
+    const bool mayBeForm = request.method == "POST" && target.isPersonal() && !target.rest().isEmpty();
+    if (request.method != "GET" && request.method != "HEAD" && !mayBeForm)
+        return wrongMethod(*target.texts);
+    if (!target.isPersonal() && !target.isHealth())
+        return notFound(*target.texts);
+    return std::nullopt;
+}
+
+void Site::answer(const Http::Request& request, const SiteTarget& target, Http::Reply reply)
+{
+    if (target.isHealth())
+        return reply.send(health());
+    const PageTexts& texts = *target.texts;
+    const auto person = m_store.personOf(target.token());
     if (!person)
-        return tl::unexpected(storeFailed(texts, person.error()));
+        return reply.send(storeFailed(texts, person.error()));
     if (!*person)
-        return tl::unexpected(notFound(texts));
-    rest = parts.mid(3);
-    return Visit{request, texts, parts[2], **person,
-                 asked ? QLatin1String("?lang=") + QLatin1String(asked->language) : QString()};
+        return reply.send(notFound(texts));
+    const Visit visit{request, texts, target.token(), **person, target.suffix};
+    const QStringList rest = target.rest();
+    if (auto answered = form(visit, rest))
+        return reply.send(*std::move(answered));
+    if (request.method == "POST")
+        return reply.send(wrongMethod(texts));
+    if (rest.size() == 2 && rest[0] == QLatin1String("thumb"))
+        return sendThumbnail(visit, rest[1], std::move(reply));
+    if (rest.size() == 1 && rest[0] == QLatin1String("all.zip"))
+        return sendArchive(visit, std::move(reply));
+    reply.send(read(visit, rest));
 }
 
 Http::Response Site::health()
@@ -102,7 +101,7 @@ Http::Response Site::health()
     if (found)
         return Http::plainResponse(200, "ok\n");
     m_warnings.log("The database cannot be read", found.error().toStdString());
-    return Http::plainResponse(503, "The database cannot be read.\n");
+    return notNow(Http::plainResponse(503, "The database cannot be read.\n"));
 }
 
 Http::Response Site::read(const Visit& visit, const QStringList& rest)
@@ -325,7 +324,9 @@ Http::Response Site::wrongMethod(const PageTexts& texts) const
 Http::Response Site::storeFailed(const PageTexts& texts, const QString& reason)
 {
     m_warnings.log("A page could not be read from the database", reason.toStdString());
-    return notRightNow(texts);
+    Http::Response response = notRightNow(texts);
+    response.status = 503;
+    return notNow(std::move(response));
 }
 
 Http::Response Site::fileFailed(const PageTexts& texts, const QString& reason)

@@ -6,6 +6,8 @@
 #include "PageRenderer.hpp"
 #include "PageWorkshop.hpp"
 #include "SiteSettings.hpp"
+#include "SiteTarget.hpp"
+#include "WaitingThread.hpp"
 
 #include <Bedrock/RareWarnings.hpp>
 #include <Http/Message.hpp>
@@ -31,15 +33,19 @@ class ItemStore;
 ///     POST to one of these       does it, if it comes from that very form (FormKeys), and leads back to the page
 ///     GET  /health               200 while the database can be read, 503 otherwise
 ///
-/// Nothing else that is sent changes anything. HEAD is allowed wherever GET is, "?lang=de" on every page. Borrows the store; on
-/// the store's thread.
+/// Nothing else that is sent changes anything. HEAD is allowed wherever GET is, "?lang=de" on every page. Borrows the store,
+/// which it asks on a thread of its own: a database that hangs is answered with 503 as soon as the store gives up, for a few
+/// seconds at once, and so is a request that finds too many before it. Called on the server's thread.
 class Site
 {
 public:
-    /// `contentFolder`: path of the folder with the files; `publicUrl`: the address under which visitors reach this server.
-    Site(ItemStore& store, const QString& contentFolder, const QString& publicUrl, const SiteSettings& settings = {});
+    static constexpr int kMostWaiting = 256;
 
-    /// Answers at once, but for thumbnails and archives.
+    /// `contentFolder`: path of the folder with the files; `publicUrl`: the address under which visitors reach this server.
+    Site(ItemStore& store, const QString& contentFolder, const QString& publicUrl, const SiteSettings& settings = {},
+         int mostWaiting = kMostWaiting);
+
+    /// Returns at once.
     void handle(const Http::Request& request, Http::Reply reply);
 
 private:
@@ -53,8 +59,10 @@ private:
         QString suffix; ///< "?lang=de" where the address has one
     };
 
-    /// The visit to a person's page that a request is, or its answer.
-    [[nodiscard]] tl::expected<Visit, Http::Response> visitOf(const Http::Request& request, QStringList& rest);
+    /// The answer to a request that needs no store.
+    [[nodiscard]] std::optional<Http::Response> refuse(const Http::Request& request, const SiteTarget& target) const;
+    /// Asks the store. On the thread of this class, as what follows.
+    void answer(const Http::Request& request, const SiteTarget& target, Http::Reply reply);
     [[nodiscard]] Http::Response health();
     [[nodiscard]] Http::Response read(const Visit& visit, const QStringList& rest);
     [[nodiscard]] Http::Response page(const Visit& visit);
@@ -83,6 +91,7 @@ private:
     FormKeys m_keys;
     Bedrock::RareWarnings m_warnings{"MediaServer"};
     PageWorkshop m_workshop;
+    WaitingThread m_thread; ///< last member: it ends first
 };
 
 } // namespace MediaServer

@@ -152,3 +152,28 @@ TEST_CASE_FIXTURE(Door, "command door: during a rotation both keys are good, aft
     CHECK(post("Bearer " + kKey).status == 401);
     CHECK(post("Bearer " + kNextKey).status == 200);
 }
+
+TEST_CASE_FIXTURE(Door, "command door: a file that waits for the database holds no other command up")
+{
+    folder.write(QStringLiteral("content/boat.png"), "picture");
+    std::promise<void> started;
+    std::promise<void> release;
+    store->post(
+        ItemStore::Kind::Read,
+        [&](Items&) {
+            started.set_value();
+            release.get_future().wait();
+        },
+        [](const Result<void>&) {});
+    started.get_future().wait();
+    const auto answerTo = [this](const QByteArray& body) {
+        const auto answer = std::make_shared<std::promise<Http::Response>>();
+        door.handle({"POST", "/", body, {}},
+                    Http::Reply([answer](Http::Response&& response) { answer->set_value(std::move(response)); }));
+        return answer->get_future();
+    };
+    auto file = answerTo(R"({"command":"additem","tessel":7,"filename":"boat.png"})");
+    CHECK(answerTo("nonsense").get().status == 400);
+    release.set_value();
+    CHECK(file.get().status == 200);
+}

@@ -7,6 +7,8 @@
 #include <QImage>
 #include <QRegularExpression>
 
+#include <future>
+
 using namespace MediaServer;
 
 namespace
@@ -192,10 +194,11 @@ TEST_CASE("site: the logo and the day until which a page is kept are those of th
     const QByteArray page = "/p/" + (*store)->tokenFor(7)->toLatin1();
     SiteSettings settings;
     const auto get = [&](const QByteArray& target) {
-        Http::Response answer;
-        Site(**store, folder.path(), QStringLiteral("http://museum.example/"), settings)
-            .handle({"GET", target, {}, {}}, Http::Reply([&answer](Http::Response&& response) { answer = std::move(response); }));
-        return answer;
+        std::promise<Http::Response> answer;
+        Site site(**store, folder.path(), QStringLiteral("http://museum.example/"), settings);
+        site.handle({"GET", target, {}, {}},
+                    Http::Reply([&answer](Http::Response&& response) { answer.set_value(std::move(response)); }));
+        return answer.get_future().get();
     };
     CHECK(get(page + "/logo").status == 404);
     settings.logo = folder.path(QStringLiteral("logo.svg"));

@@ -50,6 +50,7 @@ TEST_CASE_FIXTURE(Fixture, "page expiry: a page goes, with its items, so many da
     const QString kept = *store->tokenFor(8);
     PageExpiry expiry(*store, 30);
     expiry.check(start);
+    expiry.waitUntilIdle();
     CHECK_FALSE(store->personOf(old)->has_value());
     CHECK(store->items(7)->empty());
     CHECK(store->personOf(kept)->has_value());
@@ -63,12 +64,15 @@ TEST_CASE_FIXTURE(Fixture, "page expiry: it looks once an hour, and never where 
     PageExpiry never(*store, 0);
     PageExpiry expiry(*store, 30);
     expiry.check(start);
+    expiry.waitUntilIdle();
     add(7);
     age(40);
     never.check(start);
     expiry.check(start + std::chrono::minutes(59));
+    expiry.waitUntilIdle();
     CHECK(store->items(7)->size() == 1);
     expiry.check(start + std::chrono::minutes(60));
+    expiry.waitUntilIdle();
     CHECK(store->items(7)->empty());
 }
 
@@ -78,9 +82,11 @@ TEST_CASE_FIXTURE(Fixture, "page expiry: a database that fails is logged, and tr
     TestSupport::expectWarningStartingWith("MediaServer # Old pages could not be removed (");
     PageExpiry expiry(*store, 30);
     expiry.check(start);
+    expiry.waitUntilIdle();
     executeBeside(file, QStringLiteral("ALTER TABLE people RENAME TO person"));
     add(7);
     age(31);
     expiry.check(start + std::chrono::hours(1));
+    expiry.waitUntilIdle();
     CHECK(store->items(7)->empty());
 }

@@ -1,6 +1,7 @@
 #include "Site.hpp"
 
 #include "FewerFiles.hpp"
+#include "OtherConnection.hpp"
 #include "QrReader.hpp"
 #include "TwoDoors.hpp"
 
@@ -10,9 +11,33 @@
 #include <QFile>
 #include <QJsonDocument>
 
+#include <future>
+#include <memory>
 #include <vector>
 
 using namespace MediaServer;
+
+namespace
+{
+
+/// The answer to GET, when it has come.
+std::future<Http::Response> answerOf(Site& site, const QByteArray& target)
+{
+    const auto promise = std::make_shared<std::promise<Http::Response>>();
+    site.handle({"GET", target, {}, {}},
+                Http::Reply([promise](Http::Response&& response) { promise->set_value(std::move(response)); }));
+    return promise->get_future();
+}
+
+QByteArray headerOf(const Http::Response& response, const char* name)
+{
+    for (const auto& header : response.headers)
+        if (header.first == name)
+            return header.second;
+    return {};
+}
+
+} // namespace
 
 TEST_CASE_FIXTURE(TwoDoors, "site: a person's page shows what was added and nothing of the card")
 {
@@ -193,11 +218,7 @@ TEST_CASE("site: a file that cannot be read now is logged, answered with 500 and
     }
     Site site(**store, folder.path(), QStringLiteral("http://museum.example/"));
     const QByteArray page = "/p/" + (*store)->tokenFor(7)->toLatin1();
-    const auto get = [&site](const QByteArray& target) {
-        Http::Response answer;
-        site.handle({"GET", target, {}, {}}, Http::Reply([&answer](Http::Response&& response) { answer = std::move(response); }));
-        return answer;
-    };
+    const auto get = [&site](const QByteArray& target) { return answerOf(site, target).get(); };
     const QByteArray file = page + "/file/" + QByteArray::number((*store)->items(7)->front().id);
     REQUIRE(get(page).body.count("Not available") == 0);
     REQUIRE(get(file).status == 200);
@@ -212,4 +233,56 @@ TEST_CASE("site: a file that cannot be read now is logged, answered with 500 and
     const Http::Response shown = get(page);
     CHECK(shown.status == 200);
     CHECK(shown.body.count("Not available at the moment") == 2);
+}
+
+TEST_CASE("site: while the database hangs, what needs none is answered, and requests too many are told to come again")
+{
+    const Folder folder;
+    const auto store = ItemStore::open(folder.path(QStringLiteral("items.sqlite")));
+    REQUIRE(store);
+    const QByteArray page = "/p/" + (*store)->tokenFor(7)->toLatin1();
+    std::promise<void> started;
+    std::promise<void> release;
+    (*store)->post(
+        ItemStore::Kind::Read,
+        [&](Items&) {
+            started.set_value();
+            release.get_future().wait();
+        },
+        [](const Result<void>&) {});
+    started.get_future().wait();
+    Site site(**store, folder.path(), QStringLiteral("http://museum.example/"), {}, 2);
+    auto first = answerOf(site, page);
+    auto second = answerOf(site, "/health");
+    CHECK(answerOf(site, "/nowhere").get().status == 404);
+    const Http::Response refused = answerOf(site, page).get();
+    CHECK(refused.status == 503);
+    CHECK(refused.contentType.startsWith("text/plain"));
+    CHECK(refused.body == "Too many people are here at once. Try again in a few seconds.\n");
+    CHECK(headerOf(refused, "Retry-After") == "5");
+    release.set_value();
+    CHECK(first.get().status == 200);
+    CHECK(second.get().status == 200);
+}
+
+TEST_CASE("site: a database that fails is logged once and answered with 503 and when to come again")
+{
+    const Folder folder;
+    const QString file = folder.path(QStringLiteral("items.sqlite"));
+    const auto store = ItemStore::open(file);
+    REQUIRE(store);
+    Site site(**store, folder.path(), QStringLiteral("http://museum.example/"));
+    const QByteArray page = "/p/" + (*store)->tokenFor(7)->toLatin1();
+    executeBeside(file, QStringLiteral("ALTER TABLE person RENAME TO people"));
+    TestSupport::expectWarningStartingWith("MediaServer # A page could not be read from the database (");
+    TestSupport::expectWarningStartingWith("MediaServer # The database cannot be read (");
+    for (int i = 0; i < 2; ++i) {
+        const Http::Response failed = answerOf(site, page).get();
+        CHECK(failed.status == 503);
+        CHECK(failed.body.contains("Nothing is lost"));
+        CHECK(headerOf(failed, "Retry-After") == "5");
+    }
+    const Http::Response health = answerOf(site, "/health").get();
+    CHECK(health.status == 503);
+    CHECK(headerOf(health, "Retry-After") == "5");
 }
