@@ -3,7 +3,7 @@
 #include "commands/CommandLine.hpp"
 #include "presentation/DataFolder.hpp"
 #include "presentation/Presentation.hpp"
-#include "services/collections/CollectionFile.hpp"
+#include "services/collections/CollectionDatabase.hpp"
 
 #include <QDateTime>
 
@@ -69,12 +69,17 @@ QString time(qint64 seconds)
     return QDateTime::fromSecsSinceEpoch(seconds).toString(QStringLiteral("yyyy-MM-dd hh:mm"));
 }
 
-int listCards(const CollectionFile& file, const Request& request)
+qint64 now()
 {
-    const auto cards = file.cards();
+    return QDateTime::currentSecsSinceEpoch();
+}
+
+int listCards(CollectionDatabase& database, const Request& request)
+{
+    const auto cards = database.cards();
     if (!cards)
         return 1;
-    for (const CollectionFile::Card& card : *cards)
+    for (const CollectionDatabase::Card& card : *cards)
         CommandLine::print(QStringLiteral("%1  %2 kept  first %3  last %4")
                                .arg(QString::number(card.code), QString::number(card.items), time(card.first), time(card.last)));
     if (cards->empty())
@@ -82,10 +87,10 @@ int listCards(const CollectionFile& file, const Request& request)
     return request.printed();
 }
 
-int listItems(const CollectionFile& file, const Request& request)
+int listItems(CollectionDatabase& database, const Request& request)
 {
     for (const unsigned long code : request.codes) {
-        const auto items = file.items(code, 0);
+        const auto items = database.items(code, 0);
         if (!items)
             return 1;
         for (const CollectedItem& item : *items)
@@ -96,9 +101,9 @@ int listItems(const CollectionFile& file, const Request& request)
     return request.printed();
 }
 
-int clear(CollectionFile& file, const Request& request)
+int clear(CollectionDatabase& database, const Request& request)
 {
-    const auto count = request.all ? file.clearAll() : file.clear(request.codes);
+    const auto count = request.all ? database.clearAll(now()) : database.clear(request.codes, now());
     if (!count)
         return request.fail(QStringLiteral("nothing was removed"), 1);
     CommandLine::print(QStringLiteral("%1 removed.").arg(*count));
@@ -117,18 +122,21 @@ int CollectionsCommand::run(const QStringList& arguments)
     const auto presentation = Presentation::load(request.presentation(), error);
     if (!presentation)
         return request.fail(error, 1);
-    CollectionFile file(collectionsFile(dataFolder(presentation->folder, request.data)),
-                        [&request](const QString& what, const QString& reason, const QString& remedy) {
-                            (void)request.fail(QStringLiteral("failed to %1 (%2); %3").arg(what, reason, remedy), 1);
-                        });
-    if (!file.exists()) {
+    const auto place =
+        CollectionPlace::of(presentation->collectionsDatabase(), collectionsFile(dataFolder(presentation->folder, request.data)));
+    if (!place)
+        return request.fail(place.error(), 1);
+    CollectionDatabase database(*place, {}, [&request](const QString& what, const QString& reason, const QString& remedy) {
+        (void)request.fail(QStringLiteral("failed to %1 (%2); %3").arg(what, reason, remedy), 1);
+    });
+    if (!database.exists()) {
         CommandLine::print(QStringLiteral("Nothing is kept."));
         return request.printed();
     }
-    if (!file.open())
+    if (!database.open())
         return 1;
     if (request.action() == QLatin1String("clear"))
-        return clear(file, request);
-    return request.codes.empty() ? listCards(file, request) : listItems(file, request);
+        return clear(database, request);
+    return request.codes.empty() ? listCards(database, request) : listItems(database, request);
 }
 }

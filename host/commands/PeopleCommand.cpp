@@ -5,8 +5,9 @@
 #include "presentation/Presentation.hpp"
 #include "services/MailAddress.hpp"
 #include "services/PeopleRegistry.hpp"
-#include "services/collections/CollectionFile.hpp"
+#include "services/collections/CollectionDatabase.hpp"
 
+#include <QDateTime>
 #include <QSaveFile>
 
 #include <cstdio>
@@ -173,15 +174,15 @@ int exportTo(const PeopleRegistry& registry, const Request& request)
 }
 
 /// Removes what cards without an owner have collected: their next owners do not see it.
-bool clearCollections(const std::vector<unsigned long>& codes, const QString& path, const Request& request)
+bool clearCollections(const std::vector<unsigned long>& codes, const CollectionPlace& place, const Request& request)
 {
-    CollectionFile file(path, [&request](const QString& what, const QString& reason, const QString& remedy) {
+    CollectionDatabase database(place, {}, [&request](const QString& what, const QString& reason, const QString& remedy) {
         (void)request.fail(QStringLiteral("failed to %1 (%2); %3").arg(what, reason, remedy), 1);
     });
-    return !file.exists() || (file.open() && file.clear(codes));
+    return !database.exists() || (database.open() && database.clear(codes, QDateTime::currentSecsSinceEpoch()));
 }
 
-int remove(PeopleRegistry& registry, const QString& collections, const Request& request)
+int remove(PeopleRegistry& registry, const CollectionPlace& collections, const Request& request)
 {
     if (request.words().isEmpty())
         return request.fail(QStringLiteral("remove wants the codes of cards"), 2);
@@ -241,6 +242,8 @@ int PeopleCommand::run(const QStringList& arguments)
         return importFrom(*registry, request);
     if (request.action() == QLatin1String("export"))
         return exportTo(*registry, request);
-    return remove(*registry, collectionsFile(dataFolder(presentation->folder, request.data)), request);
+    const auto collections =
+        CollectionPlace::of(presentation->collectionsDatabase(), collectionsFile(dataFolder(presentation->folder, request.data)));
+    return collections ? remove(*registry, *collections, request) : request.fail(collections.error(), 1);
 }
 }

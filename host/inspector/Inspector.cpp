@@ -11,6 +11,7 @@
 #include <Trellis/Widget.hpp>
 
 #include <QBuffer>
+#include <QElapsedTimer>
 #include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -141,13 +142,16 @@ LoopbackHttpServer::Response Inspector::runFrames(const LoopbackHttpServer::Requ
     const double dt = step.isEmpty() ? 1.0 / 60.0 : step.toDouble(&stepOk);
     if (!countOk || !stepOk || frames < 1 || frames > kMostFrames || !(dt >= 0.0 && dt <= kLongestStep))
         return refusal(400, "count is a whole number from 1 to 100000, dt seconds from 0 to 10");
+    QElapsedTimer taken;
+    taken.start();
     for (int i = 0; i < frames; ++i) {
         if (!m_subject.frame)
             m_subject.application.frame(dt);
         else if (!m_subject.frame(dt))
             break;
     }
-    return {200, "application/json", statusReport()};
+    const double milliseconds = static_cast<double>(taken.nsecsElapsed()) / 1e6;
+    return {200, "application/json", statusReport({{QStringLiteral("milliseconds"), milliseconds}})};
 }
 
 LoopbackHttpServer::Response Inspector::screenshot(const LoopbackHttpServer::Request& request) const
@@ -215,20 +219,23 @@ QByteArray Inspector::inputReport() const
                              {"sources", sources}});
 }
 
-QByteArray Inspector::statusReport() const
+QByteArray Inspector::statusReport(QJsonObject report) const
 {
     const Trellis::Application& application = m_subject.application;
     const Trellis::Application::KeptPictures pictures = application.keptPictures();
     const auto* const threads = Lantern::PaintingThreads::current();
-    return bytes(QJsonObject{{"time", application.time()},
-                             {"frame", qint64(application.frameNumber())},
-                             {"pendingImages", application.pendingImages()},
-                             {"keptPictures",
-                              QJsonObject{{"count", qint64(pictures.count)},
-                                          {"bytes", qint64(pictures.bytes)},
-                                          {"budgetBytes", qint64(pictures.budgetBytes)}}},
-                             {"paintingThreads", threads ? threads->count() : 1},
-                             {"needsFrame", application.needsFrame()},
-                             {"manualClock", m_subject.manualClock}});
+    const QJsonObject known{{"time", application.time()},
+                            {"frame", qint64(application.frameNumber())},
+                            {"pendingImages", application.pendingImages()},
+                            {"keptPictures",
+                             QJsonObject{{"count", qint64(pictures.count)},
+                                         {"bytes", qint64(pictures.bytes)},
+                                         {"budgetBytes", qint64(pictures.budgetBytes)}}},
+                            {"paintingThreads", threads ? threads->count() : 1},
+                            {"needsFrame", application.needsFrame()},
+                            {"manualClock", m_subject.manualClock}};
+    for (auto entry = known.begin(); entry != known.end(); ++entry)
+        report.insert(entry.key(), entry.value());
+    return bytes(report);
 }
 }

@@ -3,6 +3,7 @@
 #include "LoopbackHttpServer.hpp"
 
 #include <QJsonArray>
+#include <QJsonObject>
 
 #include <functional>
 
@@ -49,7 +50,8 @@ private:
     [[nodiscard]] LoopbackHttpServer::Response screenshot(const LoopbackHttpServer::Request& request) const;
     [[nodiscard]] LoopbackHttpServer::Response styles(const LoopbackHttpServer::Request& request) const;
     [[nodiscard]] QByteArray inputReport() const;
-    [[nodiscard]] QByteArray statusReport() const;
+    /// With what `report` has already.
+    [[nodiscard]] QByteArray statusReport(QJsonObject report = {}) const;
 
     Subject m_subject;
     LoopbackHttpServer m_server;

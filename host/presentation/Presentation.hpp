@@ -75,5 +75,8 @@ struct Presentation
     /// is missing or no JSON object. A mistake inside costs the smallest piece: a warning names the file and the place
     /// ("widgets[3].attributes.source"), and the rest is read.
     [[nodiscard]] static std::optional<Presentation> load(const QString& path, QString& error);
+
+    /// Where collections are kept, as Storage::Address reads it; empty: in a file of this table, or not at all.
+    [[nodiscard]] QString collectionsDatabase() const { return collections ? database : QString(); }
 };
 }

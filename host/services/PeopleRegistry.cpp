@@ -101,12 +101,16 @@ struct PeopleRegistry::Private
     PeopleCopy copy{QString()};
     bool hasCopy = false;
     std::atomic<unsigned> events{0}; ///< of a server
+    std::atomic<bool> isAway{false}; ///< a server, by its last event
     std::unique_ptr<Storage::Store> store;
 
     /// Whether a job was committed; failures are logged.
     bool run(Kind kind, const Storage::Store::Job& job) const
     {
-        const auto outcome = store->run(kind, job);
+        // Nothing is read from a server that is known to be away: its people are read when it is back, and the copy is there.
+        const Storage::Failure away{Storage::Failure::Kind::Away, QStringLiteral("the database is away"),
+                                    QStringLiteral("see whether its server runs and this machine reaches it")};
+        const auto outcome = kind == Kind::Read && isAway ? Storage::Store::Outcome(tl::unexpected(away)) : store->run(kind, job);
         if (!outcome)
             Bedrock::Trace::warning("PeopleRegistry # Failed to %s %s (%s); %s", kind == Kind::Read ? "read" : "write",
                                     store->address().shown().toUtf8().constData(), outcome.error().reason.toUtf8().constData(),
@@ -140,7 +144,10 @@ std::unique_ptr<PeopleRegistry> PeopleRegistry::open(const Storage::Address& add
     Storage::Store::Settings settings;
     settings.deadline = deadline;
     if (address.isPostgres() && made->hasCopy) {
-        settings.onEvent = [registry = made.get()](Storage::Store::Event) { ++registry->events; };
+        settings.onEvent = [registry = made.get()](Storage::Store::Event event) {
+            registry->isAway = event == Storage::Store::Event::Away;
+            ++registry->events;
+        };
         if (QFileInfo::exists(copyFile))
             settings.whenAway = Storage::Store::WhenAway::Open;
         else
@@ -182,6 +189,8 @@ bool PeopleRegistry::isShared() const
 
 bool PeopleRegistry::isNew() const
 {
+    if (d->isAway)
+        return false;
     bool isUsed = false;
     const auto outcome = d->store->run(Private::Kind::Read,
                                        [&isUsed](Storage::Transaction& transaction) { return isAnyEver(transaction, isUsed); });

@@ -108,8 +108,8 @@ bool TableServices::start(Tavola::ServiceProvider& provider, const std::shared_p
     if (m_people)
         startPeople(provider, personalWidgets, input.isReplay());
     startMediaServers(provider, presentation, options, input);
-    m_collections = startCollections(provider, presentation, options, input.isReplay());
-    return startMail(provider, presentation, options, input, error);
+    return startCollections(provider, presentation, options, input.isReplay(), error)
+        && startMail(provider, presentation, options, input, error);
 }
 
 void TableServices::startPeople(Tavola::ServiceProvider& provider, const std::shared_ptr<PersonalWidgets>& personalWidgets,
@@ -163,18 +163,27 @@ void TableServices::startMediaServers(Tavola::ServiceProvider& provider, const P
     }
 }
 
-std::shared_ptr<CollectionService> TableServices::startCollections(Tavola::ServiceProvider& provider,
-                                                                   const Presentation& presentation, const TableOptions& options,
-                                                                   bool isReplay)
+bool TableServices::startCollections(Tavola::ServiceProvider& provider, const Presentation& presentation,
+                                     const TableOptions& options, bool isReplay, QString& error)
 {
     if (!presentation.collections)
-        return nullptr;
+        return true;
+    const auto place = CollectionPlace::of(presentation.collectionsDatabase(),
+                                           collectionsFile(dataFolder(presentation.folder, options.dataFolder)));
+    if (!place) {
+        error = place.error();
+        return false;
+    }
     std::shared_ptr<CollectionService> service;
     if (!isReplay)
-        service = std::make_shared<CollectionService>(collectionsFile(dataFolder(presentation.folder, options.dataFolder)),
-                                                      *presentation.collections);
-    provider.addService(QStringLiteral("collection-store"), QString(), std::make_shared<InboxCollections>(service));
-    return service;
+        service = std::make_shared<CollectionService>(*place, *presentation.collections,
+                                                      place->isShared() ? CollectionService::Watch::Others
+                                                                        : CollectionService::Watch::No);
+    provider.addService(QStringLiteral("collection-store"), QString(),
+                        std::make_shared<InboxCollections>(
+                            service, place->isShared() ? InboxCollections::Sharing::Shared : InboxCollections::Sharing::Own));
+    m_collections = service;
+    return true;
 }
 
 bool TableServices::startMail(Tavola::ServiceProvider& provider, const Presentation& presentation, const TableOptions& options,

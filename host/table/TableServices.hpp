@@ -70,9 +70,8 @@ private:
     void startPeople(Tavola::ServiceProvider& provider, const std::shared_ptr<PersonalWidgets>& personalWidgets, bool isReplay);
     void startMediaServers(Tavola::ServiceProvider& provider, const Presentation& presentation, const TableOptions& options,
                            const TableInput& input);
-    static std::shared_ptr<CollectionService> startCollections(Tavola::ServiceProvider& provider,
-                                                               const Presentation& presentation, const TableOptions& options,
-                                                               bool isReplay);
+    bool startCollections(Tavola::ServiceProvider& provider, const Presentation& presentation, const TableOptions& options,
+                          bool isReplay, QString& error);
     bool startMail(Tavola::ServiceProvider& provider, const Presentation& presentation, const TableOptions& options,
                    const TableInput& input, QString& error);
 

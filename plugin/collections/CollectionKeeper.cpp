@@ -5,6 +5,7 @@
 #include <Tavola/ServiceProvider.hpp>
 #include <Tavola/Tavola.hpp>
 
+#include <algorithm>
 #include <utility>
 
 namespace Tavola
@@ -18,38 +19,54 @@ std::shared_ptr<CollectionStoreAPI> findStore()
 }
 }
 
-CollectionKeeper::CollectionKeeper(unsigned long code, Restore restore) : m_code(code), m_restore(std::move(restore)) {}
+CollectionKeeper::CollectionKeeper(unsigned long code, Handlers handlers) : m_code(code), m_handlers(std::move(handlers)) {}
 
 bool CollectionKeeper::hasStore()
 {
     return findStore() != nullptr;
 }
 
-void CollectionKeeper::read()
+bool CollectionKeeper::isShared()
+{
+    const auto store = findStore();
+    return store && store->isShared();
+}
+
+void CollectionKeeper::read(Reason reason)
 {
     const auto store = findStore();
     if (!store)
         return;
     if (m_isReading) {
-        m_readsAgain = true;
+        m_next = std::max(m_next.value_or(reason), reason);
         return;
     }
     m_isReading = true;
+    ++m_reading;
+    store->watch(m_code, [weak = weak_from_this()] {
+        if (const auto self = weak.lock())
+            self->read(Reason::Changed);
+    });
     afterUpdate(folly::makeFutureWith([&] { return store->items(m_code); }),
-                [weak = weak_from_this()](folly::Try<std::vector<Item>>&& items) {
+                [weak = weak_from_this(), reason](folly::Try<std::vector<Item>>&& items) {
                     const auto self = weak.lock();
                     if (!self)
                         return;
                     self->m_isReading = false;
                     if (items.hasValue())
-                        self->restoreMissing(items.value());
-                    if (std::exchange(self->m_readsAgain, false))
-                        self->read();
+                        self->apply(items.value(), reason);
+                    if (const auto next = std::exchange(self->m_next, std::nullopt))
+                        self->read(*next);
                 });
 }
 
-void CollectionKeeper::restoreMissing(const std::vector<Item>& items)
+void CollectionKeeper::apply(const std::vector<Item>& items, Reason reason)
 {
+    std::map<QString, const Item*> stored;
+    for (const Item& item : items)
+        stored.emplace(item.key, &item);
+    removeMissing(stored);
+    refreshChanged(stored);
     std::set<QString> known = m_removed;
     for (const auto& entry : m_items)
         known.insert(entry.second.item.key);
@@ -58,7 +75,42 @@ void CollectionKeeper::restoreMissing(const std::vector<Item>& items)
         if (known.insert(item.key).second)
             missing.push_back(item);
     if (!missing.empty())
-        m_restore(missing);
+        m_handlers.restore(missing, reason);
+}
+
+void CollectionKeeper::removeMissing(const std::map<QString, const Item*>& stored)
+{
+    std::vector<long> gone;
+    for (const auto& [id, kept] : m_items)
+        if (isOlder(kept) && stored.count(kept.item.key) == 0)
+            gone.push_back(id);
+    for (const long id : gone) {
+        const auto node = m_items.extract(id); // a handler may have removed it
+        if (node.empty())
+            continue;
+        m_removed.insert(node.mapped().item.key);
+        m_handlers.remove(id);
+    }
+}
+
+void CollectionKeeper::refreshChanged(const std::map<QString, const Item*>& stored)
+{
+    std::vector<std::pair<long, Item>> changed;
+    for (auto& [id, kept] : m_items) {
+        const auto found = stored.find(kept.item.key);
+        if (!isOlder(kept) || found == stored.end())
+            continue;
+        // The store has a copy of the table's own preview.
+        Item item = *found->second;
+        if (!kept.item.preview.isEmpty())
+            item.preview = kept.item.preview;
+        if (item.status == kept.item.status && item.preview == kept.item.preview)
+            continue;
+        kept.item = item;
+        changed.emplace_back(id, std::move(item));
+    }
+    for (const auto& [id, item] : changed)
+        m_handlers.refresh(id, item);
 }
 
 void CollectionKeeper::added(long id)
@@ -70,7 +122,7 @@ void CollectionKeeper::added(long id)
 
 void CollectionKeeper::restored(long id, const Item& item)
 {
-    m_items[id] = {item, true};
+    m_items[id] = {item, true, m_reading};
 }
 
 void CollectionKeeper::changed(long id, Item item)
@@ -87,7 +139,7 @@ void CollectionKeeper::changed(long id, Item item)
         store->update(m_code, item);
     else
         store->add(m_code, item);
-    kept = {std::move(item), true};
+    kept = {std::move(item), true, m_reading};
 }
 
 void CollectionKeeper::removed(long id)
@@ -105,5 +157,31 @@ void CollectionKeeper::removed(long id)
 void CollectionKeeper::left(long id)
 {
     m_items.erase(id);
+}
+
+folly::Future<std::set<long>> CollectionKeeper::claim(const std::set<long>& ids)
+{
+    QList<QString> keys;
+    std::map<QString, long> byKey;
+    std::set<long> others;
+    for (const long id : ids) {
+        const auto found = m_items.find(id);
+        if (found == m_items.end() || !found->second.isStored) {
+            others.insert(id);
+            continue;
+        }
+        keys.append(found->second.item.key);
+        byKey.emplace(found->second.item.key, id);
+    }
+    const auto store = findStore();
+    if (!store || keys.isEmpty())
+        return folly::makeFuture(ids);
+    return store->claim(keys).thenValue([byKey, others](const QList<QString>& claimed) {
+        std::set<long> result = others;
+        for (const QString& key : claimed)
+            if (const auto found = byKey.find(key); found != byKey.end())
+                result.insert(found->second);
+        return result;
+    });
 }
 }

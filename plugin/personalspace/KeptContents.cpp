@@ -13,6 +13,13 @@ namespace
 {
 using ItemStatus = PersonalSpaceContents::ItemStatus;
 
+/// By the cards' codes. Entries are never removed.
+std::map<std::uint64_t, std::unique_ptr<KeptContents>>& keptByCode()
+{
+    static std::map<std::uint64_t, std::unique_ptr<KeptContents>> known;
+    return known;
+}
+
 /// Nothing waits for an answer of the media server after a restart.
 ItemStatus afterRestart(ItemStatus status)
 {
@@ -24,17 +31,27 @@ void KeptContents::open(unsigned long code)
 {
     if (!CollectionKeeper::hasStore())
         return;
-    static std::map<std::uint64_t, std::unique_ptr<KeptContents>> known;
-    auto& kept = known[code];
+    auto& kept = keptByCode()[code];
     if (!kept)
         kept = std::make_unique<KeptContents>(code);
     kept->m_keeper->read();
 }
 
+folly::Future<std::set<long>> KeptContents::claim(unsigned long code, const std::set<long>& ids)
+{
+    const auto known = keptByCode().find(code);
+    return known == keptByCode().end() ? folly::makeFuture(ids) : known->second->m_keeper->claim(ids);
+}
+
 KeptContents::KeptContents(unsigned long code)
-    : m_contents(PersonalSpaceContents::personalContent(code)),
-      m_keeper(
-          std::make_shared<CollectionKeeper>(code, [this](const std::vector<CollectionKeeper::Item>& items) { restore(items); }))
+    : m_code(code), m_contents(PersonalSpaceContents::personalContent(code)),
+      m_keeper(std::make_shared<CollectionKeeper>(
+          code,
+          CollectionKeeper::Handlers{[this](const std::vector<CollectionKeeper::Item>& items, CollectionKeeper::Reason reason) {
+                                         restore(items, reason);
+                                     },
+                                     [this](long id) { removedElsewhere(id); },
+                                     [this](long id, const CollectionKeeper::Item& item) { refresh(id, item); }}))
 {
     listen();
     for (const auto& entry : m_contents->items()) {
@@ -60,7 +77,7 @@ void KeptContents::listen()
     on("item-removed", &KeptContents::removed);
     on("files-ready", &KeptContents::store);
     on("preview-ready", &KeptContents::store);
-    on("item-status-changed", &KeptContents::store);
+    on("item-status-changed", &KeptContents::statusChanged);
     m_listeners.push_back(m_contents->eventAddListener(
         "user-page-changed",
         [this] {
@@ -72,6 +89,7 @@ void KeptContents::listen()
 
 void KeptContents::removed(long id)
 {
+    m_endings.erase(id);
     if (!m_contents->isSwitchingPage()) {
         m_keeper->removed(id);
         return;
@@ -96,14 +114,49 @@ void KeptContents::store(long id)
     m_keeper->changed(id, std::move(stored));
 }
 
-void KeptContents::restore(const std::vector<CollectionKeeper::Item>& items)
+void KeptContents::statusChanged(long id)
+{
+    store(id);
+    const ItemStatus status = m_contents->item(id).status;
+    if (status == ItemStatus::Uploading || m_endings.count(id) == 0)
+        return;
+    // The server has it by now, and its owner has removed it.
+    PersonalSpaceUploader(m_code).removeItem(id);
+    m_contents->removeItem(id);
+}
+
+void KeptContents::removedElsewhere(long id)
+{
+    if (m_contents->item(id).status == ItemStatus::Uploading)
+        m_endings.insert(id);
+    else
+        m_contents->removeItem(id);
+}
+
+void KeptContents::refresh(long id, const CollectionKeeper::Item& stored)
+{
+    const PersonalSpaceContents::Item item = m_contents->item(id);
+    {
+        const Bedrock::FlagGuard restoring(m_isRestoring);
+        if (item.preview.isEmpty() && !stored.preview.isEmpty())
+            m_contents->previewReady(id, stored.preview);
+        const auto status = static_cast<ItemStatus>(stored.status);
+        // What this table has uploaded, or is uploading, is not undone by another one that failed to.
+        const bool isOwnMatter = item.status == ItemStatus::Uploading || item.status == ItemStatus::Uploaded;
+        if (item.status != status && !isOwnMatter)
+            m_contents->setItemStatus(status, id);
+    }
+    store(id);
+}
+
+void KeptContents::restore(const std::vector<CollectionKeeper::Item>& items, CollectionKeeper::Reason reason)
 {
     long id = PersonalSpaceContents::idsForRestored(items.size());
     for (const CollectionKeeper::Item& item : items)
-        restore(id++, item);
+        restore(id++, item, reason);
 }
 
-void KeptContents::restore(long id, const CollectionKeeper::Item& stored)
+void KeptContents::restore(long id, const CollectionKeeper::Item& stored, CollectionKeeper::Reason reason)
 {
     m_keeper->restored(id, stored);
     {
@@ -116,8 +169,10 @@ void KeptContents::restore(long id, const CollectionKeeper::Item& stored)
         if (!item.preview.isEmpty())
             m_contents->previewReady(id, item.preview);
         // A space in upload mode uploads what is Ready by this event, also what has failed before.
-        if (item.status != ItemStatus::Uploaded)
+        if (item.status != ItemStatus::Uploaded && reason == CollectionKeeper::Reason::Opened)
             m_contents->filesReady(id, item.files);
+        else if (item.status == ItemStatus::Failed)
+            m_contents->setItemStatus(ItemStatus::Failed, id);
         if (m_contents->item(id).status == ItemStatus::Ready && item.status == ItemStatus::Failed)
             m_contents->setItemStatus(ItemStatus::Failed, id);
         if (item.status == ItemStatus::Uploaded)

@@ -4,6 +4,7 @@
 #include "personalspace/PersonalSpaceContents.hpp"
 
 #include <memory>
+#include <set>
 #include <vector>
 
 namespace Tavola
@@ -11,13 +12,17 @@ namespace Tavola
 /// The contents of a card whose items the host's collection store keeps: stored when their files are known and with every change
 /// of their status, removed from the store when they are removed at the table or sent. Items of another user page, which
 /// setUserPage removes, stay in the store, and come back from it. An item that comes back has no widget, and one that was being
-/// uploaded is Ready. There is one object for each card code, kept as long as the plug-in is loaded. Main thread only.
+/// uploaded is Ready. What another table changes in a store that is shared is shown; uploading it is left to that table as long
+/// as no space opens here. There is one object for each card code, kept as long as the plug-in is loaded. Main thread only.
 class KeptContents
 {
 public:
     /// To be called when a space has opened for a card: reads the card's items from the store. Does nothing where the
     /// presentation has no store.
     static void open(unsigned long code);
+    /// Those items of a card that this table may send by e-mail now, so that no two tables send the same; see
+    /// CollectionKeeper::claim. For a card whose space is open, in a store that is shared.
+    [[nodiscard]] static folly::Future<std::set<long>> claim(unsigned long code, const std::set<long>& ids);
 
     explicit KeptContents(unsigned long code);
     ~KeptContents();
@@ -28,12 +33,17 @@ private:
     void listen();
     void removed(long id);
     void store(long id);
-    void restore(const std::vector<CollectionKeeper::Item>& items);
-    void restore(long id, const CollectionKeeper::Item& stored);
+    void statusChanged(long id);
+    void restore(const std::vector<CollectionKeeper::Item>& items, CollectionKeeper::Reason reason);
+    void restore(long id, const CollectionKeeper::Item& stored, CollectionKeeper::Reason reason);
+    void removedElsewhere(long id);
+    void refresh(long id, const CollectionKeeper::Item& stored);
 
+    const unsigned long m_code;
     const std::shared_ptr<PersonalSpaceContents> m_contents;
     const std::shared_ptr<CollectionKeeper> m_keeper; ///< an answer under way may outlive this
     std::vector<Facet::Node::ListenerId> m_listeners;
+    std::set<long> m_endings; ///< items that were removed elsewhere while this table uploads them
     bool m_isRestoring = false;
     bool m_hasLeft = false; ///< items left the table with their user page
 };

@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <vector>
 
 namespace Tavola
@@ -77,10 +78,16 @@ struct PersonalSpaceWidget::D
     void closeTooltip();
 
     // ---- E-mail (PersonalSpaceEmail.cpp) ----
-    /// Sends everything collected to the owner's address; returns at once. The outcome calls one of the next two.
+    struct Mail;
+    /// Sends everything collected to the owner's address; returns at once. Where tables share what cards collect, what no other
+    /// table is sending. The outcome calls one of the next two.
     void emailContents();
-    void emailSuccessful();
+    void emailSuccessful(const Mail& mail);
     void emailFailed();
+    /// These go on when the space has closed meanwhile.
+    static void sendClaimed(Mail mail, const std::set<long>& claimed, const Bedrock::IntrusiveWeakPtr<PersonalSpaceWidget>& weak);
+    static void send(const Mail& mail, const Bedrock::IntrusiveWeakPtr<PersonalSpaceWidget>& weak);
+    static void removeSent(const Mail& mail);
 
     PersonalSpaceWidget& host;
     std::uint64_t code = 0;                           ///< 0 until the first setCode

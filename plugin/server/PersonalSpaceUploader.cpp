@@ -1,5 +1,6 @@
 #include "server/PersonalSpaceUploader.hpp"
 
+#include "collections/CollectionKeeper.hpp"
 #include "personalspace/PersonalSpaceContents.hpp"
 #include "server/IconDownloader.hpp"
 #include "server/JSONRequests.hpp"
@@ -127,7 +128,10 @@ void PersonalSpaceUploader::uploadItem(long id)
 void PersonalSpaceUploader::removeItem(long id)
 {
     const PersonalSpaceContents::Item item = PersonalSpaceContents::personalContent(m_code)->item(id);
-    if (item.status != ItemStatus::Uploaded || !isLastCopy(id))
+    // Where tables share what a card collects, another one may have uploaded it just now.
+    const bool isElsewhere =
+        CollectionKeeper::isShared() && (item.status == ItemStatus::Ready || item.status == ItemStatus::Failed);
+    if ((item.status != ItemStatus::Uploaded && !isElsewhere) || !isLastCopy(id))
         return;
 
     afterUpdate(send(itemCommand("deleteitem", m_code, parseFiles(item))), [code = m_code, id](folly::Try<QJsonObject>&& result) {

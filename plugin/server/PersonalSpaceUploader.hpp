@@ -42,8 +42,8 @@ public:
     void updateUserPage();
     /// Uploads an item that is Ready or Failed; does nothing for other items.
     void uploadItem(long id);
-    /// Deletes an item that is Uploaded from the server, unless another item of the space has the same content.
-    /// Call while the item is still in the contents.
+    /// Deletes an item that is Uploaded from the server, unless another item of the space has the same content. Where tables
+    /// share what a card collects, also one that is Ready or Failed here. Call while the item is still in the contents.
     void removeItem(long id);
     /// Whether no other item of the contents has the same UploadableItem.
     [[nodiscard]] bool isLastCopy(long id) const;

@@ -6,7 +6,9 @@
 #include <Tavola/ServiceInstance.hpp>
 
 #include <algorithm>
+#include <functional>
 #include <map>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -25,6 +27,9 @@ public:
     std::vector<unsigned long> reads;                         ///< the cards that were read, in order
     bool holdsAnswers = false;
     bool throws = false;
+    bool shared = false;
+    std::set<std::string> othersClaims; ///< keys of items that another table sends
+    std::vector<int> claims;            ///< how many items were claimed with each call
 
     /// What was changed since the last call: "add 1 3 name", "update 1 3 name", "remove 1", with key, status and display name.
     std::vector<std::string> changes() { return std::exchange(m_changes, {}); }
@@ -67,6 +72,24 @@ public:
                     items.end());
     }
 
+    [[nodiscard]] bool isShared() const override { return shared; }
+    void watch(unsigned long code, std::function<void()> changed) override { m_watches[code] = std::move(changed); }
+    folly::Future<QList<QString>> claim(const QList<QString>& keys) override
+    {
+        QList<QString> result;
+        for (const QString& key : keys)
+            if (othersClaims.count(key.toStdString()) == 0)
+                result.append(key);
+        claims.push_back(keys.size());
+        return throws ? throw std::runtime_error("the store is closed") : folly::makeFuture(result);
+    }
+    /// As when another table has changed something of a card.
+    void tellOfChange(unsigned long code)
+    {
+        const auto changed = m_watches.at(code);
+        changed();
+    }
+
 private:
     void note(const char* what, const CollectedItem& item)
     {
@@ -76,5 +99,6 @@ private:
 
     std::vector<std::string> m_changes;
     int m_lastKey = 0;
+    std::map<unsigned long, std::function<void()>> m_watches; ///< by the cards' codes
 };
 }

@@ -123,7 +123,8 @@ class ManualTable(Program):
         return json.loads(fetch(self.inspector + path))
 
     def frames(self, count=1, dt=1 / 60):
-        fetch(f"{self.inspector}/frames?count={count}&dt={dt}", b"")
+        """Runs frames. The table's status, with the "milliseconds" that they have taken."""
+        return json.loads(fetch(f"{self.inspector}/frames?count={count}&dt={dt}", b""))
 
     def screenshot(self, path, rect=None):
         part = "?rect=" + ",".join(f"{number:.0f}" for number in rect) if rect else ""

@@ -76,6 +76,11 @@ CollectionPreviews::Copied CollectionPreviews::copy(const QString& picture, cons
     const QByteArray bytes = source.readAll();
     if (source.error() != QFileDevice::NoError)
         return Copied::NoSource;
+    return write(name, bytes, error) ? Copied::Yes : Copied::Failed;
+}
+
+bool CollectionPreviews::write(const QString& name, const QByteArray& bytes, QString& error) const
+{
     const QString aside = path(QStringLiteral("aside-") + name);
     QFile file(aside);
     const bool isWritten = file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(bytes) == bytes.size()
@@ -85,11 +90,11 @@ CollectionPreviews::Copied CollectionPreviews::copy(const QString& picture, cons
     // The file has its name only when its content is on the disk.
     if (isWritten && ::rename(QFile::encodeName(aside).constData(), QFile::encodeName(path(name)).constData()) == 0
         && sync(m_folder, O_DIRECTORY))
-        return Copied::Yes;
+        return true;
     if (isWritten)
         error = reason();
     QFile::remove(aside);
-    return Copied::Failed;
+    return false;
 }
 
 void CollectionPreviews::remove(const QStringList& names) const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
@@ -28,6 +29,8 @@ public:
     [[nodiscard]] bool contains(const QString& path) const;
     /// Copies a picture into the folder, under a name that is `key` and the picture's ending. A file of that name is replaced.
     [[nodiscard]] Copied copy(const QString& picture, const QString& key, QString& name, QString& error) const;
+    /// Writes a picture under that name. False, with the reason in `error`.
+    [[nodiscard]] bool write(const QString& name, const QByteArray& bytes, QString& error) const;
     /// Removes files; those that are missing are ignored.
     void remove(const QStringList& names) const;
     /// Removes files whose name is not in `wanted`: a power cut leaves pictures behind whose items were not stored. One of the

@@ -2,33 +2,59 @@
 
 #include <QDateTime>
 
+#include <algorithm>
 #include <utility>
 
 namespace Host
 {
 namespace
 {
+using Kind = CollectionDatabase::Change::Kind;
+
 constexpr std::chrono::seconds kRetryPause{10};
 constexpr std::chrono::hours kCleaningPause{1};
 
 /// One change in place of two of the same item. An item that is not there yet is added with its newest values.
-CollectionFile::Change merged(const CollectionFile::Change& before, CollectionFile::Change after)
+CollectionDatabase::Change merged(const CollectionDatabase::Change& before, CollectionDatabase::Change after)
 {
-    using Kind = CollectionFile::Change::Kind;
     if (before.kind == Kind::Remove)
         return before;
     if (before.kind == Kind::Add && after.kind == Kind::Update)
         after.kind = Kind::Add;
     return after;
 }
+
+/// Does to a card's items what the change will do to them in the database.
+void applyTo(std::vector<CollectedItem>& items, const CollectionDatabase::Change& change)
+{
+    const auto known =
+        std::find_if(items.begin(), items.end(), [&change](const CollectedItem& item) { return item.key == change.item.key; });
+    if (known == items.end()) {
+        if (change.kind == Kind::Add)
+            items.push_back(change.item);
+    } else if (change.kind == Kind::Remove) {
+        items.erase(known);
+    } else {
+        *known = change.item;
+    }
+}
 }
 
-CollectionService::CollectionService(const QString& path, const CollectionSettings& settings, Clock clock)
+CollectionService::CollectionService(const CollectionPlace& place, const CollectionSettings& settings, Watch watch, Clock clock,
+                                     std::chrono::milliseconds deadline)
     : m_settings(settings), m_clock(clock ? std::move(clock) : [] { return QDateTime::currentSecsSinceEpoch(); }),
-      m_file(path,
-             [this](const QString& what, const QString& reason, const QString& remedy) {
-                 m_warnings.log("Failed to " + what.toStdString() + ": " + reason.toStdString(), remedy.toStdString());
-             }),
+      m_database(place,
+                 {deadline,
+                  watch == Watch::No ? std::function<void()>() :
+                                       [this] {
+                                           const std::lock_guard<std::mutex> guard(m_mutex);
+                                           m_hasNews = true;
+                                           m_nextAttempt = {};
+                                           m_wake.notify_all();
+                                       }},
+                 [this](const QString& what, const QString& reason, const QString& remedy) {
+                     m_warnings.log("Failed to " + what.toStdString() + ": " + reason.toStdString(), remedy.toStdString());
+                 }),
       m_thread([this] { work(); })
 {
 }
@@ -41,6 +67,7 @@ CollectionService::~CollectionService()
     }
     m_wake.notify_all();
     m_thread.join();
+    m_database.close(); // reports no change from here on
 }
 
 void CollectionService::change(Change change)
@@ -63,14 +90,35 @@ void CollectionService::enter(Change change)
         known->second = merged(known->second, std::move(change));
 }
 
-void CollectionService::read(unsigned long code, Answer answer)
+void CollectionService::ask(Request request)
 {
     {
         const std::lock_guard<std::mutex> guard(m_mutex);
-        m_questions.push_back({code, std::move(answer)});
+        m_requests.push_back(std::move(request));
         m_nextAttempt = {};
     }
     m_wake.notify_all();
+}
+
+void CollectionService::read(unsigned long code, Answer answer)
+{
+    ask([this, code, answer = std::move(answer)](bool isUsable) { return answerRead(code, answer, isUsable); });
+}
+
+void CollectionService::claim(const QStringList& keys, const QString& owner, Claimed claimed)
+{
+    ask([this, keys, owner, claimed = std::move(claimed)](bool isUsable) {
+        const auto result = isUsable ? m_database.claim(keys, owner, m_clock()) : std::nullopt;
+        claimed(result);
+        return result.has_value();
+    });
+}
+
+void CollectionService::awaitChange(Changed changed)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed = std::move(changed);
+    tellNews(lock);
 }
 
 QJsonObject CollectionService::state() const
@@ -94,9 +142,14 @@ void CollectionService::waitUntilIdle()
     m_idle.wait(lock, [this] { return !m_isBusy && !isDue(std::chrono::steady_clock::now()); });
 }
 
+bool CollectionService::isWaiting() const
+{
+    return !m_changes.empty() || m_hasNews || m_needsOpening;
+}
+
 bool CollectionService::isDue(Time now) const
 {
-    return !m_questions.empty() || (!m_changes.empty() && now >= m_nextAttempt) || now >= m_nextCleaning;
+    return !m_requests.empty() || (isWaiting() && now >= m_nextAttempt) || now >= m_nextCleaning;
 }
 
 void CollectionService::work()
@@ -110,9 +163,10 @@ void CollectionService::work()
             m_idle.notify_all();
             continue;
         }
-        m_wake.wait_until(lock, m_changes.empty() ? m_nextCleaning : std::min(m_nextCleaning, m_nextAttempt));
+        m_wake.wait_until(lock, isWaiting() ? std::min(m_nextCleaning, m_nextAttempt) : m_nextCleaning);
     }
-    m_questions.clear();
+    m_requests.clear();
+    m_hasNews = false;
     if (!m_changes.empty())
         turn(lock);
 }
@@ -120,49 +174,96 @@ void CollectionService::work()
 void CollectionService::turn(std::unique_lock<std::mutex>& lock)
 {
     const auto now = std::chrono::steady_clock::now();
-    std::map<QString, Change> changes;
-    std::deque<Question> questions;
+    Changes changes;
+    std::deque<Request> requests;
     changes.swap(m_changes);
-    questions.swap(m_questions);
+    requests.swap(m_requests);
     m_writing = changes.size();
+    const bool hasNews = std::exchange(m_hasNews, false);
     const bool isCleaning = now >= m_nextCleaning;
     lock.unlock();
 
-    m_isOpen = m_isOpen || m_file.open();
-    bool isDone = m_isOpen && (changes.empty() || write(changes));
+    m_isOpen = m_isOpen || m_database.open();
+    const bool isWritten = m_isOpen && (changes.empty() || write(changes));
+    bool isDone = isWritten;
+    // A server that is away costs a turn its deadline once.
+    bool isAway = m_isOpen && !isWritten && m_database.wasAway();
     // A file that was moved away is made anew with the next attempt.
-    m_isOpen = m_isOpen && m_file.exists();
-    if (m_isOpen && isCleaning)
+    m_isOpen = m_isOpen && m_database.exists();
+    m_unwritten = isWritten ? Changes() : changes;
+    if (m_isOpen && !isAway && isCleaning)
         removeExpired();
-    for (Question& question : questions) {
-        const auto items = m_isOpen ? m_file.items(question.code, oldestKept()) : std::nullopt;
-        isDone = isDone && items;
-        question.answer(items);
-        question.answer = nullptr; // what it holds is let go without the lock
+    for (Request& request : requests) {
+        isDone = request(m_isOpen && !isAway) && isDone;
+        isAway = isAway || m_database.wasAway();
+        request = nullptr; // what it holds is let go without the lock
     }
+    const bool hasReadNews = !hasNews || (m_isOpen && !isAway && readNews());
 
     lock.lock();
+    isDone = isDone && hasReadNews;
+    m_hasNews = m_hasNews || !hasReadNews;
     m_writing = 0;
     m_hasFailed = !isDone;
+    m_needsOpening = !m_isOpen;
     m_nextAttempt = isDone ? Time() : std::chrono::steady_clock::now() + kRetryPause;
     if (isCleaning)
         m_nextCleaning = now + kCleaningPause;
-    if (isDone)
-        return;
-    // What came meanwhile is the newer change of an item.
-    std::map<QString, Change> newer;
-    newer.swap(m_changes);
-    m_changes = std::move(changes);
-    for (auto& entry : newer)
-        enter(std::move(entry.second));
+    if (!isWritten) {
+        // What came meanwhile is the newer change of an item.
+        Changes newer;
+        newer.swap(m_changes);
+        m_changes = std::move(changes);
+        for (auto& entry : newer)
+            enter(std::move(entry.second));
+    }
+    tellNews(lock);
 }
 
-bool CollectionService::write(const std::map<QString, Change>& changes)
+bool CollectionService::write(const Changes& changes)
 {
     std::vector<Change> list;
     for (const auto& entry : changes)
         list.push_back(entry.second);
-    return m_file.apply(list, m_clock());
+    return m_database.apply(list, m_clock());
+}
+
+bool CollectionService::answerRead(unsigned long code, const Answer& answer, bool isUsable)
+{
+    auto items = isUsable ? m_database.items(code, oldestKept()) : std::nullopt;
+    std::vector<const Change*> own;
+    for (const auto& entry : m_unwritten)
+        if (entry.second.code == code)
+            own.push_back(&entry.second);
+    std::stable_sort(own.begin(), own.end(), [](const Change* a, const Change* b) {
+        return CollectionDatabase::numberOf(a->item.key) < CollectionDatabase::numberOf(b->item.key);
+    });
+    for (const Change* change : own)
+        if (items)
+            applyTo(*items, *change);
+    answer(items);
+    return items.has_value();
+}
+
+bool CollectionService::readNews()
+{
+    const auto cards = m_database.changedCards();
+    if (!cards)
+        return false;
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    m_changedCards.insert(cards->begin(), cards->end());
+    return true;
+}
+
+void CollectionService::tellNews(std::unique_lock<std::mutex>& lock)
+{
+    if (!m_changed || m_changedCards.empty())
+        return;
+    const auto cards = std::exchange(m_changedCards, {});
+    const Changed changed = std::exchange(m_changed, nullptr);
+    lock.unlock();
+    changed(cards);
+    lock.lock();
 }
 
 qint64 CollectionService::oldestKept() const
@@ -172,7 +273,6 @@ qint64 CollectionService::oldestKept() const
 
 void CollectionService::removeExpired()
 {
-    if (m_settings.keepSeconds != 0)
-        (void)m_file.removeBefore(oldestKept());
+    (void)m_database.removeBefore(oldestKept(), m_clock());
 }
 }

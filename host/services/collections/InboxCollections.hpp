@@ -1,12 +1,15 @@
 #pragma once
 
-#include "services/collections/CollectionFile.hpp"
+#include "services/collections/CollectionDatabase.hpp"
 
 #include <Tavola/CollectionStoreAPI.hpp>
 #include <Tavola/ServiceInstance.hpp>
 
 #include <QString>
 
+#include <cstdint>
+#include <functional>
+#include <map>
 #include <memory>
 
 namespace Host
@@ -19,21 +22,35 @@ class CollectionService;
 class InboxCollections final : public Tavola::ServiceInstance, public Tavola::CollectionStoreAPI
 {
 public:
-    /// Null where the inbox has a source, which answers in the service's place.
-    explicit InboxCollections(std::shared_ptr<CollectionService> service);
+    enum class Sharing {
+        Own,   ///< this table's alone
+        Shared ///< other tables change it, too
+    };
+    /// `service`: null where the inbox has a source, which answers in the service's place.
+    explicit InboxCollections(std::shared_ptr<CollectionService> service, Sharing sharing = Sharing::Own);
+    ~InboxCollections() override;
 
     QString makeKey() override;
     folly::Future<std::vector<CollectedItem>> items(unsigned long code) override;
     void add(unsigned long code, const CollectedItem& item) override;
     void update(unsigned long code, const CollectedItem& item) override;
     void remove(unsigned long code, const QString& key) override;
+    [[nodiscard]] bool isShared() const override { return m_sharing == Sharing::Shared; }
+    void watch(unsigned long code, std::function<void()> changed) override;
+    folly::Future<QList<QString>> claim(const QList<QString>& keys) override;
 
 private:
-    void change(CollectionFile::Change change);
+    void change(CollectionDatabase::Change change);
     [[nodiscard]] QString storedKey(const QString& key) const;
+    [[nodiscard]] QString ownPrefix() const;
+    void askForChange();
+    void tellWatches(const QByteArray& codes);
 
     const std::shared_ptr<CollectionService> m_service;
     const QString m_run; ///< a name that no other run has
+    const Sharing m_sharing;
     qint64 m_lastNumber = 0;
+    std::map<std::uint64_t, std::function<void()>> m_watches;     ///< by the cards' codes
+    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true); ///< answers may come later
 };
 }

@@ -2,7 +2,7 @@
 
 #include "Folder.hpp"
 #include "Patience.hpp"
-#include "services/collections/CollectionFile.hpp"
+#include "services/collections/CollectionDatabase.hpp"
 
 #include <doctest/doctest.h>
 
@@ -10,7 +10,7 @@
 #include <QProcess>
 
 using namespace Host;
-using Kind = CollectionFile::Change::Kind;
+using Kind = CollectionDatabase::Change::Kind;
 
 namespace
 {
@@ -25,8 +25,10 @@ struct Answer
 struct Desk
 {
     Folder folder;
-    CollectionFile file{folder.path(QStringLiteral("data/collections/collections.sqlite")),
-                        [](const QString& what, const QString& reason, const QString&) { FAIL((what + reason).toStdString()); }};
+    CollectionDatabase file{
+        *CollectionPlace::of({}, folder.path(QStringLiteral("data/collections/collections.sqlite"))),
+        {},
+        [](const QString& what, const QString& reason, const QString&) { FAIL((what + reason).toStdString()); }};
 
     Desk() { folder.write(QStringLiteral("show/presentation.json"), R"({"people": "people.csv"})"); }
 
@@ -47,7 +49,7 @@ struct Desk
     }
     void keep(unsigned long code, const char* key, const char* name)
     {
-        CollectionFile::Change change{Kind::Add, code, {}};
+        CollectionDatabase::Change change{Kind::Add, code, {}};
         change.item.key = QString::fromUtf8(key);
         change.item.displayName = QString::fromUtf8(name);
         CHECK(file.apply({change}, 1700000000));

@@ -127,6 +127,7 @@ TEST_CASE("inspector: under the manual clock frames run as they are asked for")
     CHECK(reply.status == 200);
     CHECK(reply.json().object().value("time").toDouble() == doctest::Approx(3.0));
     CHECK(reply.json().object().value("frame").toInt() == 30);
+    CHECK(reply.json().object().value("milliseconds").toDouble() > 0.0);
     CHECK(reply.json().object().value("manualClock").toBool());
     CHECK(f.application.time() == doctest::Approx(3.0));
 

@@ -28,13 +28,23 @@ struct Keeping
     unsigned long code = PluginTest::newCode();
     Strings restored; ///< "100 name"
     long nextId = 100;
-    std::shared_ptr<CollectionKeeper> keeper =
-        std::make_shared<CollectionKeeper>(code, [this](const std::vector<CollectionKeeper::Item>& items) {
-            for (const auto& one : items) {
-                restored.push_back(std::to_string(nextId) + " " + one.displayName.toStdString());
-                keeper->restored(nextId++, one);
-            }
-        });
+    Strings gone;      ///< "100"
+    Strings refreshed; ///< "100 name 3"
+    std::vector<CollectionKeeper::Reason> reasons;
+    std::shared_ptr<CollectionKeeper> keeper = std::make_shared<CollectionKeeper>(
+        code,
+        CollectionKeeper::Handlers{[this](const std::vector<CollectionKeeper::Item>& items, CollectionKeeper::Reason reason) {
+                                       reasons.push_back(reason);
+                                       for (const auto& one : items) {
+                                           restored.push_back(std::to_string(nextId) + " " + one.displayName.toStdString());
+                                           keeper->restored(nextId++, one);
+                                       }
+                                   },
+                                   [this](long id) { gone.push_back(std::to_string(id)); },
+                                   [this](long id, const CollectionKeeper::Item& one) {
+                                       refreshed.push_back(std::to_string(id) + " " + one.displayName.toStdString() + " "
+                                                           + std::to_string(one.status));
+                                   }});
 
     explicit Keeping(bool withStore = true)
     {
@@ -175,4 +185,99 @@ TEST_CASE("collection keeper: without a store nothing happens")
     // Nor when there is no application any more.
     table.host.destroyTavola();
     CHECK_FALSE(CollectionKeeper::hasStore());
+}
+
+TEST_CASE("collection keeper: what another table changes is read at once, shown, and not stored again")
+{
+    Keeping table;
+    using Reason = CollectionKeeper::Reason;
+    table.store->keepEarlier(table.code, "x-1", "one", 1);
+    table.keeper->added(7);
+    table.keeper->changed(7, item("two"));
+    table.keeper->read();
+    table.host.frame();
+    CHECK(table.reasons == std::vector<Reason>{Reason::Opened});
+    (void)table.store->changes();
+
+    auto& kept = table.store->kept[table.code];
+    table.store->keepEarlier(table.code, "y-1", "three", 3);
+    for (auto& one : kept)
+        if (one.displayName == "two")
+            one.status = 3;
+    kept.front().preview = "/museum/one.png";
+    table.store->tellOfChange(table.code);
+    table.host.frame();
+    CHECK(table.restored == Strings{"100 one", "101 three"});
+    CHECK(table.reasons.back() == Reason::Changed);
+    CHECK(table.refreshed == Strings{"7 two 3", "100 one 1"});
+    CHECK(table.gone.empty());
+
+    kept.erase(kept.begin());
+    table.store->tellOfChange(table.code);
+    table.host.frame();
+    CHECK(table.gone == Strings{"100"});
+    CHECK(table.refreshed.size() == 2);
+    // It is forgotten, and does not come back.
+    table.keeper->changed(100, item("late"));
+    table.keeper->removed(100);
+    CHECK(table.store->changes().empty());
+}
+
+TEST_CASE("collection keeper: an answer that is older than a change of this table does not undo it")
+{
+    Keeping table;
+    for (const long id : {1, 2}) {
+        table.keeper->added(id);
+        table.keeper->changed(id, item("a"));
+    }
+    table.store->holdsAnswers = true;
+    table.keeper->read();
+    const auto before = table.store->kept[table.code];
+    table.keeper->added(3);
+    table.keeper->changed(3, item("new"));
+    table.keeper->changed(2, item("a", 3));
+    table.keeper->added(4); // not stored
+    table.store->answer(0, before);
+    table.host.frame();
+    CHECK(table.gone.empty());
+    CHECK(table.refreshed.empty());
+    // The next one is newer.
+    table.keeper->read();
+    table.store->answer(1, {});
+    table.host.frame();
+    CHECK(table.gone == Strings{"1", "2", "3"});
+}
+
+TEST_CASE("collection keeper: a space that opens while a change is read is read once more, as one that opens")
+{
+    using Reason = CollectionKeeper::Reason;
+    Keeping table;
+    table.store->holdsAnswers = true;
+    table.keeper->read();
+    table.keeper->read(Reason::Opened);
+    table.store->tellOfChange(table.code);
+    table.store->answer(0, {});
+    table.host.frame();
+    table.store->keepEarlier(table.code, "x-1", "one", 1);
+    table.store->answer(1, table.store->kept[table.code]);
+    table.host.frame();
+    CHECK(table.reasons == std::vector<Reason>{Reason::Opened});
+    CHECK(table.store->reads.size() == 2);
+}
+
+TEST_CASE("collection keeper: items are claimed by their keys; one that is not stored needs no claim")
+{
+    Keeping table;
+    for (const long id : {1, 2, 3})
+        table.keeper->added(id);
+    table.keeper->changed(1, item("a"));
+    table.keeper->changed(2, item("b"));
+    table.store->othersClaims = {"2"};
+    CHECK(table.keeper->claim({1, 2, 3}).value() == std::set<long>{1, 3});
+    CHECK(table.store->claims == std::vector<int>{2});
+    CHECK(table.keeper->claim({3}).value() == std::set<long>{3});
+    CHECK(table.store->claims.size() == 1);
+    CHECK_FALSE(CollectionKeeper::isShared());
+    table.store->shared = true;
+    CHECK(CollectionKeeper::isShared());
 }

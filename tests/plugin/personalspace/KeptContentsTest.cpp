@@ -241,3 +241,92 @@ TEST_CASE("kept contents: without an open space nothing is read, and without a s
     CHECK(table.store->changes().empty());
     CHECK(table.items() == Strings{"one 1", "two 1"});
 }
+
+TEST_CASE("kept contents: what another table collects appears, and is uploaded there and not here")
+{
+    Kept table;
+    table.open();
+    table.mode().setValue(Mode::Upload);
+    table.store->keepEarlier(table.code, "y-1", "one", kReady);
+    table.store->keepEarlier(table.code, "y-2", "two", kFailed);
+    table.store->keepEarlier(table.code, "y-3", "three", kUploaded);
+    table.store->tellOfChange(table.code);
+    table.host.frames(2);
+    CHECK(table.items() == Strings{"one 1", "two 4", "three 3"});
+    CHECK(table.commands() == Strings{"getuserpage"});
+    const auto tiles = table.tiles();
+    REQUIRE(tiles.size() == 3);
+    CHECK(tiles[1]->hasCSSClass("failed"));
+    CHECK(tiles[2]->hasCSSClass("uploaded"));
+    table.store->kept[table.code].front().status = kUploaded;
+    table.store->tellOfChange(table.code);
+    table.host.frame();
+    CHECK(table.items() == Strings{"one 3", "two 4", "three 3"});
+    CHECK(tiles[0]->hasCSSClass("uploaded"));
+    CHECK(table.store->changes().empty());
+}
+
+TEST_CASE("kept contents: what another table removes goes, and is neither removed again nor deleted on the server")
+{
+    Kept table;
+    table.store->keepEarlier(table.code, "x-1", "one", kUploaded);
+    table.store->keepEarlier(table.code, "x-2", "two", kUploaded);
+    table.open();
+    table.mode().setValue(Mode::Upload);
+    table.store->kept[table.code].pop_back();
+    table.store->tellOfChange(table.code);
+    table.host.frame();
+    CHECK(table.items() == Strings{"one 3"});
+    CHECK(table.store->changes().empty());
+    CHECK(table.commands() == Strings{"getuserpage"});
+}
+
+TEST_CASE("kept contents: what is removed at another table while it is uploaded here is deleted on the server after it")
+{
+    Kept table;
+    table.open();
+    table.mode().setValue(Mode::Upload);
+    table.host.mediaServer().holdAnswers(true);
+    const long id = table.collect("one");
+    CHECK(table.contents->item(id).status == ItemStatus::Uploading);
+    (void)table.store->changes();
+    table.store->kept[table.code].clear();
+    table.store->tellOfChange(table.code);
+    table.host.frame();
+    CHECK(table.items().size() == 1);
+    table.answer(table.host.mediaServer().waiting().back(), {{"success", true}});
+    table.host.frame();
+    CHECK(table.items().empty());
+    CHECK(table.commands() == Strings{"getuserpage", "additem", "deleteitem"});
+    CHECK(table.store->changes().empty());
+}
+
+TEST_CASE("kept contents: what was uploaded here is not undone by another table that could not")
+{
+    Kept table;
+    table.open();
+    const long id = table.collect("one");
+    table.contents->setItemStatus(ItemStatus::Uploaded, id);
+    (void)table.store->changes();
+    table.store->kept[table.code].front().status = kFailed;
+    table.store->tellOfChange(table.code);
+    table.host.frame();
+    CHECK(table.items() == Strings{"one 3"});
+    CHECK(table.store->changes() == Strings{"update 1 3 one"});
+}
+
+TEST_CASE("kept contents: what is removed here is deleted on the server, which another table may just have given it")
+{
+    for (const bool isShared : {true, false}) {
+        Kept table;
+        table.store->shared = isShared;
+        table.open();
+        table.mode().setValue(Mode::Upload);
+        table.store->keepEarlier(table.code, "y-1", "one", kReady);
+        table.store->tellOfChange(table.code);
+        table.host.frame();
+        table.contentWidget()->removeItem(table.contents->items().begin()->first);
+        CHECK(table.commands() == (isShared ? Strings{"getuserpage", "deleteitem"} : Strings{"getuserpage"}));
+        CHECK(table.store->changes() == Strings{"remove y-1"});
+    }
+}

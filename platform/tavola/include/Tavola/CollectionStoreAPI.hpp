@@ -8,6 +8,7 @@
 #include <folly/futures/Future.h>
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace Tavola
@@ -49,6 +50,16 @@ public:
     /// Replaces an item that was added. One that was removed meanwhile, by this table or another program, stays removed.
     virtual void update(unsigned long code, const CollectedItem& item) = 0;
     virtual void remove(unsigned long code, const QString& key) = 0;
+
+    /// Whether other tables keep there what cards collect at them. Then a card's items may change at any time: watch() it.
+    [[nodiscard]] virtual bool isShared() const = 0;
+    /// Calls `changed` on the main thread, in the input step of a frame, when a card's items may have been changed by another
+    /// table: read them again. In place of an earlier one for that card; kept as long as the store. Does nothing in a store that
+    /// is not shared.
+    virtual void watch(unsigned long code, std::function<void()> changed) = 0;
+    /// Asks for the right to send items. Completed as items(), with the keys of those that no other table is sending or has sent
+    /// or removed; another table may claim them when they have not been removed after a minute.
+    [[nodiscard]] virtual folly::Future<QList<QString>> claim(const QList<QString>& keys) = 0;
     virtual ~CollectionStoreAPI();
 };
 }

@@ -4,13 +4,21 @@
 #include "LogCapture.hpp"
 #include "SpoiltDatabase.hpp"
 #include "SqliteFault.hpp"
-#include "services/SqliteConnection.hpp"
+
+#include <EventLoop.hpp>
+#include <PostgresProxy.hpp>
+#include <TestDatabase.hpp>
 
 #include <doctest/doctest.h>
 
 #include <QDir>
 
 #include <atomic>
+#include <chrono>
+#include <future>
+#include <memory>
+#include <set>
+#include <utility>
 
 using namespace Host;
 using Kind = CollectionService::Change::Kind;
@@ -35,9 +43,11 @@ struct Kept
     std::atomic<qint64> now{100000};
     std::unique_ptr<CollectionService> service;
 
-    void open(qint64 keepSeconds = 0)
+    void open(qint64 keepSeconds = 0, std::chrono::milliseconds deadline = CollectionDatabase::Settings().deadline)
     {
-        service = std::make_unique<CollectionService>(path, CollectionSettings{keepSeconds}, [this] { return now.load(); });
+        service = std::make_unique<CollectionService>(
+            *CollectionPlace::of({}, path), CollectionSettings{keepSeconds}, CollectionService::Watch::No,
+            [this] { return now.load(); }, deadline);
     }
     /// "name status" of each item of card 7, or "unreadable".
     QStringList items() const
@@ -62,13 +72,6 @@ struct Kept
     {
         return std::string("CollectionService # Failed to ") + what + " " + path.toStdString();
     }
-};
-
-/// Connections wait this long for locks meanwhile.
-struct ShortWait
-{
-    int before = SqliteConnection::setLockWaitMs(20);
-    ~ShortWait() { SqliteConnection::setLockWaitMs(before); }
 };
 }
 
@@ -118,8 +121,8 @@ TEST_CASE("collection service: a full disk is told with its remedy, and what wai
     kept.service->change(change(Kind::Update, "a-0", "zero", 3));
     kept.service->waitUntilIdle();
     kept.isIn(3, true);
-    // What is stored can be read all the same.
-    CHECK(kept.items() == QStringList{"zero 1"});
+    // What is stored can be read all the same, with what waits.
+    CHECK(kept.items() == QStringList{"zero 3", "one 3"});
     full.mend();
     kept.service->retry();
     kept.service->waitUntilIdle();
@@ -129,7 +132,6 @@ TEST_CASE("collection service: a full disk is told with its remedy, and what wai
 
 TEST_CASE("collection service: a file that cannot be used is told with its remedy, and used as soon as it can be")
 {
-    const ShortWait wait;
     for (const auto kind : TestSupport::kSpoiltKinds) {
         CAPTURE(SpoiltDatabase::name(kind));
         // A thread of its own would keep the rights that the test gives up.
@@ -139,7 +141,7 @@ TEST_CASE("collection service: a file that cannot be used is told with its remed
         {
             const SpoiltDatabase spoilt(kept.path, kind);
             TestSupport::expectWarningStartingWith(kept.told("open"));
-            kept.open();
+            kept.open(0, std::chrono::milliseconds(20));
             kept.service->change(change(Kind::Add, "a-1", "one"));
             CHECK(kept.items() == QStringList{"unreadable"});
             kept.isIn(1, true);
@@ -191,4 +193,104 @@ TEST_CASE("collection service: what is older than the settings allow is not read
     kept.service.reset();
     kept.open(0);
     CHECK(kept.items() == QStringList{"new 1"});
+}
+
+namespace
+{
+/// A table of a venue whose tables share a database, behind a proxy where there is a server.
+struct HallTable
+{
+    explicit HallTable(const Storage::Address& address, CollectionService::Clock clock = {})
+    {
+        CollectionPlace place;
+        place.address = address;
+        place.previews = folder.path(QStringLiteral("previews"));
+        service = std::make_unique<CollectionService>(place, CollectionSettings(), CollectionService::Watch::Others,
+                                                      std::move(clock), std::chrono::milliseconds(300));
+    }
+    QStringList names() const
+    {
+        std::promise<QStringList> result;
+        service->read(7, [&result](const std::optional<std::vector<CollectedItem>>& items) {
+            QStringList names;
+            for (const CollectedItem& item : items.value_or(std::vector<CollectedItem>()))
+                names << item.displayName;
+            result.set_value(items ? names : QStringList{"unreadable"});
+        });
+        return result.get_future().get();
+    }
+    std::future<std::set<unsigned long>> nextChange() const
+    {
+        const auto promise = std::make_shared<std::promise<std::set<unsigned long>>>();
+        service->awaitChange([promise](const std::set<unsigned long>& codes) { promise->set_value(codes); });
+        return promise->get_future();
+    }
+
+    Folder folder;
+    std::unique_ptr<CollectionService> service;
+};
+}
+
+TEST_CASE("collection service: what another table changes is reported once, with its cards")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        const HallTable one(database.address());
+        const HallTable other(database.address());
+        CHECK(one.names().isEmpty());
+        auto changed = one.nextChange();
+        CHECK(other.names().isEmpty()); // both are there
+        other.service->change(change(Kind::Add, "a-1", "one"));
+        CHECK(changed.get() == std::set<unsigned long>{7});
+        CHECK(one.names() == QStringList{"one"});
+        // What changes while nothing is asked is reported when it is.
+        other.service->change(change(Kind::Remove, "a-1"));
+        CHECK(TestSupport::pumpUntil([&one] { return one.names().isEmpty(); }));
+        CHECK(one.nextChange().get() == std::set<unsigned long>{7});
+    }
+}
+
+TEST_CASE("collection service: an item is sent by the table that claims it first")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        const HallTable one(database.address());
+        const HallTable other(database.address());
+        one.service->change(change(Kind::Add, "a-1", "one"));
+        const auto claim = [](const HallTable& table, const char* owner) {
+            std::promise<QStringList> result;
+            table.service->claim({"a-1"}, QString::fromUtf8(owner),
+                                 [&result](const std::optional<QStringList>& keys) { result.set_value(keys.value()); });
+            return result.get_future().get();
+        };
+        CHECK(claim(one, "one") == QStringList{"a-1"});
+        CHECK(claim(other, "other").isEmpty());
+        CHECK(claim(one, "one") == QStringList{"a-1"});
+    }
+}
+
+TEST_CASE(
+    "collection service: what is collected while the server hangs is stored after it, and what others did meanwhile reported")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    const TestDatabase database(TestDatabase::Kind::Postgres);
+    PostgresProxy proxy(database.address().port);
+    Storage::Address address = database.address();
+    address.port = proxy.port();
+    const HallTable one(address);
+    CHECK(one.names().isEmpty());
+    auto changed = one.nextChange();
+    TestSupport::expectWarningStartingWith("CollectionService # Failed to write " + address.shown().toStdString() + ": ");
+    proxy.freeze();
+    one.service->change(change(Kind::Add, "a-1", "one"));
+    CHECK(TestSupport::pumpUntil([&one] { return one.service->state().value(QLatin1String("failed")).toBool(); }));
+    const HallTable other(database.address());
+    other.service->change(change(Kind::Add, "b-1", "two"));
+    CHECK(other.names() == QStringList{"two"});
+    proxy.thaw();
+    CHECK(changed.get() == std::set<unsigned long>{7});
+    CHECK(TestSupport::pumpUntil([&] { return other.names().size() == 2; }));
+    CHECK(one.names().size() == 2);
 }

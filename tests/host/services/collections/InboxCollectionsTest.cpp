@@ -8,6 +8,7 @@
 #include "services/collections/CollectionService.hpp"
 
 #include <Bedrock/Inbox.hpp>
+#include <EventLoop.hpp>
 #include <Tavola/CollectedFiles.hpp>
 
 #include <doctest/doctest.h>
@@ -50,8 +51,9 @@ struct Stored
     {
         store.reset();
         service.reset();
-        service = std::make_shared<CollectionService>(path, CollectionSettings());
-        store = std::make_unique<InboxCollections>(service);
+        service = std::make_shared<CollectionService>(*CollectionPlace::of({}, path), CollectionSettings(),
+                                                      CollectionService::Watch::Others);
+        store = std::make_unique<InboxCollections>(service, InboxCollections::Sharing::Shared);
     }
     /// What the store has for a card, as the next frame takes it.
     folly::Future<std::vector<CollectedItem>> read(unsigned long code = 7) const
@@ -146,4 +148,61 @@ TEST_CASE("inbox collections: an answer that does not come any more is a failure
     }
     // The source is gone, and with it the open job.
     CHECK(told(future).rfind("failure: Broken promise", 0) == 0);
+}
+
+TEST_CASE("inbox collections: what another table changes reaches the card's watch in a frame, again and again")
+{
+    Stored stored;
+    CHECK(told(stored.read()).empty());
+    const auto other = std::make_unique<CollectionService>(*CollectionPlace::of({}, stored.path), CollectionSettings(),
+                                                           CollectionService::Watch::No);
+    int calls = 0;
+    stored.store->watch(7, [&calls] { calls = 1000; }); // replaced
+    stored.store->watch(7, [&calls] { ++calls; });
+    stored.store->watch(8, [] { FAIL("of another card"); });
+    for (int expected = 1; expected <= 2; ++expected) {
+        CollectionService::Change change{CollectionService::Change::Kind::Add, 7, item(QStringLiteral("x-1"), "one")};
+        change.item.status = expected;
+        other->change(change);
+        CHECK(TestSupport::pumpUntil([&] {
+            (void)Bedrock::Inbox::instance().deliver();
+            return calls == expected;
+        }));
+    }
+    stored.store.reset();
+    Bedrock::Inbox::instance().clear();
+}
+
+TEST_CASE("inbox collections: a store of one table watches nothing")
+{
+    Stored stored;
+    const int before = Bedrock::Inbox::instance().openJobs();
+    InboxCollections own(stored.service);
+    CHECK_FALSE(own.isShared());
+    CHECK(stored.store->isShared());
+    own.watch(7, [] {});
+    CHECK(Bedrock::Inbox::instance().openJobs() == before);
+}
+
+TEST_CASE("inbox collections: a claim has the keys that the table knows, and fails where the store does")
+{
+    Stored stored;
+    stored.store->add(7, item(stored.store->makeKey(), "one"));
+    stored.store->add(7, item(stored.store->makeKey(), "two"));
+    stored.store->remove(7, QStringLiteral("2"));
+    const auto claimed = [&stored](const QList<QString>& keys) {
+        const auto future = stored.store->claim(keys);
+        stored.service->waitUntilIdle();
+        CHECK(Bedrock::Inbox::instance().deliver() == 1);
+        return outcomeOf(future,
+                         [](const QList<QString>& known) { return QStringList(known).join(QLatin1Char(' ')).toStdString(); });
+    };
+    CHECK(claimed({"1", "2", "x-1"}) == "1");
+    CHECK(claimed({"2"}).empty());
+    stored.restart();
+    const QString key = stored.read().value().front().key;
+    CHECK(claimed({key}).empty()); // the run before has it
+    const TestSupport::SqliteFault lost = TestSupport::SqliteFault::lostTable(stored.path, "items");
+    TestSupport::expectWarningStartingWith("CollectionService # Failed to write " + stored.path.toStdString());
+    CHECK(claimed({key}) == "failure: The store of collections could not be asked");
 }
