@@ -210,7 +210,7 @@ TEST_CASE("OpenGL window: shadows, gradients, pictures and borders of boxes diff
                 c.drawFrame(box, frame);
             c.pop();
         }
-        c.pushClip({150, 10, 80, 40}, 16.f);
+        c.pushClip({150, 10, 80, 40}, Lantern::Corners::all(16.f));
         c.pushOpacity(0.5f);
         c.pushTransform(Vecta::Transform::translation({145, 0}));
         c.drawBox(box, linear);
@@ -259,7 +259,7 @@ TEST_CASE("OpenGL window: only edges differ a little where something is turned, 
     SUBCASE("a rounded clip, and a layer in it")
     {
         draw = [&](RenderContext& c) {
-            c.pushClip({20, 20, 120, 100}, 30.f);
+            c.pushClip({20, 20, 120, 100}, Lantern::Corners::all(30.f));
             c.drawRect({0, 0, 240, 160}, 0.f, fill(kBlue));
             c.pushLayer({0, 0, 240, 160}, 0.5f);
             c.drawRect({0, 0, 60, 160}, 0.f, fill(kWhite));
@@ -288,7 +288,7 @@ TEST_CASE("OpenGL window: what is drawn anew in parts equals what is drawn whole
         c.pushLayer({0, 0, 240, 160}, 0.5f);
         c.drawRect({20, 20, 180, 100}, 20.f, fill(kRed));
         c.pop();
-        c.pushClip({100, 60, 100, 80}, 20.f);
+        c.pushClip({100, 60, 100, 80}, Lantern::Corners::all(20.f));
         c.drawRect({0, 0, 240, 160}, 0.f, fill({0, 0, 1, 0.5f}));
         c.pop();
     };

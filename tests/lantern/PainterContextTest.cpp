@@ -2,9 +2,12 @@
 
 #include <Pictures.hpp>
 
+#include <Lantern/BoxFill.hpp>
+#include <Lantern/BoxShadow.hpp>
 #include <Lantern/ImageTarget.hpp>
 #include <Lantern/PainterContext.hpp>
 #include <Lantern/RenderContext.hpp>
+#include <Lantern/RoundBox.hpp>
 #include <Lantern/Style.hpp>
 #include <Vecta/Angle.hpp>
 
@@ -187,7 +190,7 @@ TEST_CASE("painter context: a clip holds until its pop, and clips intersect")
 TEST_CASE("painter context: a rounded clip looks like a rounded rectangle")
 {
     const QImage clipped = picture([](RenderContext& c) {
-        c.pushClip({10, 10, 60, 60}, 15.f);
+        c.pushClip({10, 10, 60, 60}, Lantern::Corners::all(15.f));
         c.drawRect({0, 0, 100, 100}, 0.f, fill(kRed));
         c.pop();
     });
@@ -195,6 +198,29 @@ TEST_CASE("painter context: a rounded clip looks like a rounded rectangle")
     CHECK(clipped.pixelColor(11, 11) == QColor(Qt::black));
     CHECK_PICTURE(clipped, drawn, 40); // edge pixels round differently
     CHECK(std::abs(pixelsLit(clipped) - pixelsLit(drawn)) < 20);
+}
+
+TEST_CASE("painter context: a clip and a picture are round at each corner as far as it says, as a box is")
+{
+    const Lantern::RoundBox box{{10, 10, 60, 50}, {{30, 30}, {}, {12, 20}, {5, 5}}};
+    Lantern::BoxFill red;
+    red.color = kRed;
+    const QImage drawn = picture([&](RenderContext& c) { c.drawBox(box, red); });
+    CHECK(drawn.pixel(12, 12) == 0xff000000u);
+    CHECK(drawn.pixel(69, 10) == 0xffff0000u);
+    const QImage clipped = picture([&](RenderContext& c) {
+        c.pushClip(box.rect, box.corners);
+        c.drawRect({0, 0, 100, 100}, 0.f, fill(kRed));
+        c.pop();
+    });
+    CHECK_PICTURE(clipped, drawn, 40); // edge pixels round differently
+    CHECK(std::abs(pixelsLit(clipped) - pixelsLit(drawn)) < 20);
+    QImage source(10, 10, QImage::Format_RGB32);
+    source.fill(Qt::red);
+    const QImage image = picture([&](RenderContext& c) { c.drawImage(source, box.rect, {}, box.corners); });
+    CHECK_PICTURE(image, clipped, 1);
+    const QImage negative = picture([&](RenderContext& c) { c.drawImage(source, box.rect, {}, Lantern::Corners::all(-4.f)); });
+    CHECK(pixelsLit(negative) == 60 * 50);
 }
 
 TEST_CASE("painter context: visibility follows damage, clip, transform and opacity")
@@ -300,7 +326,9 @@ TEST_CASE("painter context: a picture with rounded corners looks like a rounded 
 {
     QImage source(10, 10, QImage::Format_RGB32);
     source.fill(Qt::red);
-    const QImage image = picture([&](RenderContext& c) { c.drawImage(source, {10, 10, 60, 60}, {}, 20.f); });
+    const QImage image = picture([&](RenderContext& c) {
+        c.drawImage(source, {10, 10, 60, 60}, {}, Lantern::Corners::all(20.f));
+    });
     const QImage rect = picture([&](RenderContext& c) { c.drawRect({10, 10, 60, 60}, 20.f, fill(kRed)); });
     CHECK(image.pixelColor(11, 11) == QColor(Qt::black));
     CHECK(std::abs(pixelsLit(image) - pixelsLit(rect)) < 20);
@@ -335,7 +363,7 @@ TEST_CASE("painter context: on a painter that is moved or clipped everything loo
         c.drawRect({20, 20, 30, 30}, 0.f, fill(kBlue));
         c.drawImage(icon, {30, 10, 32, 20});
         c.pop();
-        c.pushClip({10, 40, 20, 20}, 6.f);
+        c.pushClip({10, 40, 20, 20}, Lantern::Corners::all(6.f));
         c.drawImage(icon, {5, 35, 40, 40});
         c.pop();
         c.pushClip({50, 50, 10, 30});
@@ -384,4 +412,81 @@ TEST_CASE("painter context: clearing replaces what is inside the damage by the c
         CHECK(image.pixel(at + QPoint(15, 14)) == 0xffff0000u);
         CHECK(image.pixel(at + QPoint(17, 6)) == 0xffff0000u);
     }
+}
+
+namespace
+{
+/// A shadow, a gradient and a border, one over the other.
+void drawBoxes(RenderContext& context)
+{
+    const Lantern::RoundBox box{{20, 20, 50, 40}, Lantern::Corners::all(9.f)};
+    Lantern::BoxFill gradient;
+    gradient.gradient = {Lantern::Gradient::Kind::Linear, {0, 0}, {50, 40}, {{0.f, kRed}, {1.f, {1, 1, 1, 0.5f}}}};
+    gradient.tile = box.rect;
+    context.drawRect({0, 0, 100, 100}, 0.f, fill({0.1f, 0.3f, 0.2f, 1.f}));
+    context.drawShadow(box, {{4, 6}, 10.f, 1.f, {0, 0, 0, 0.7f}, false});
+    context.drawBox(box, gradient);
+    context.drawFrame(box, {2, 4, 6, 8, kBlue, kWhite, kBlue, kRed});
+}
+}
+
+TEST_CASE("painter context: shadows, gradients and borders under a round clip are those without it, cut off")
+{
+    const QImage whole = picture(drawBoxes);
+    const QImage cut = picture([](RenderContext& c) {
+        c.pushClip({10, 10, 70, 60}, Lantern::Corners::all(20.f));
+        drawBoxes(c);
+        c.pop();
+    });
+    for (int y = 30; y < 50; ++y)
+        for (int x = 12; x < 78; ++x)
+            REQUIRE(cut.pixel(x, y) == whole.pixel(x, y));
+    CHECK(cut.pixel(11, 11) == 0xff000000u);
+    CHECK(cut.pixel(85, 40) == 0xff000000u);
+    const QImage parts = picture(
+        [](RenderContext& c) {
+            c.pushClip({10, 10, 70, 60}, Lantern::Corners::all(20.f));
+            drawBoxes(c);
+            c.pop();
+        },
+        QRegion(20, 20, 30, 30) + QRegion(60, 50, 20, 30));
+    CHECK(parts.copy(20, 20, 30, 30) == cut.copy(20, 20, 30, 30));
+    CHECK(parts.copy(60, 50, 20, 30) == cut.copy(60, 50, 20, 30));
+    CHECK(parts.pixel(55, 40) == 0xff000000u);
+}
+
+TEST_CASE("painter context: shadows, gradients and borders fade with what they stand in, and show nothing where that is flat")
+{
+    const QImage faint = picture([](RenderContext& c) {
+        c.pushOpacity(0.5f);
+        drawBoxes(c);
+        c.pop();
+    });
+    CHECK(qRed(faint.pixel(40, 40)) == doctest::Approx(qRed(picture(drawBoxes).pixel(40, 40)) / 2).epsilon(0.35));
+    const QImage flat = picture([](RenderContext& c) {
+        c.pushTransform(Vecta::Transform::scaling(0.f));
+        drawBoxes(c);
+        c.pop();
+        c.pushOpacity(0.f);
+        drawBoxes(c);
+        c.pop();
+        c.drawShadow({{10, 10, -5, 20}, {}}, {{0, 0}, 4.f, 4.f, kWhite, false});
+        c.drawBox({{10, 10, std::numeric_limits<float>::quiet_NaN(), 20}, {}}, {});
+    });
+    CHECK(pixelsLit(flat) == 0);
+}
+
+TEST_CASE("painter context: a painter that scales draws shadows, gradients and borders as large as everything else")
+{
+    QImage large(200, 200, QImage::Format_RGB32);
+    large.fill(Qt::black);
+    QPainter painter(&large);
+    painter.scale(2.0, 2.0);
+    {
+        Lantern::PainterContext context(painter, QRegion(0, 0, 100, 100));
+        drawBoxes(context);
+    }
+    painter.end();
+    const QImage expected = picture([](RenderContext& c) { drawBoxes(c); });
+    CHECK(shareThatDiffers(large.scaled(100, 100, Qt::IgnoreAspectRatio, Qt::SmoothTransformation), expected) < 0.03);
 }

@@ -84,7 +84,7 @@ public:
         ++m_state.layers;
         ++m_layersPushed;
     }
-    void pushClip(const Vecta::Rect& rect, float = 0.f) override
+    void pushClip(const Vecta::Rect& rect, const Lantern::Corners& = {}) override
     {
         m_saved.push_back(m_state);
         m_state.clip = intersection(m_state.clip, m_state.transform.mapBounds(rect));
@@ -137,12 +137,12 @@ public:
         call.segments = segments;
     }
     void drawImage(const QImage& image, const Vecta::Rect& target, const Vecta::Rect& source = Vecta::Rect(),
-                   float cornerRadius = 0.f) override
+                   const Lantern::Corners& corners = {}) override
     {
         Call& call = add(Call::Kind::Image, target);
         call.imageSize = image.size();
         call.source = source;
-        call.cornerRadius = cornerRadius;
+        call.cornerRadius = Lantern::RoundBox{target, corners}.largestRadius();
     }
     void drawText(const QTextLayout& layout, Vecta::Vector2f origin, const Bedrock::Color& color) override
     {

@@ -113,9 +113,9 @@ void PainterContext::pushOpacity(float opacity)
     d->pushOpacity(clampedOpacity(opacity));
 }
 
-void PainterContext::pushClip(const Vecta::Rect& rect, float cornerRadius)
+void PainterContext::pushClip(const Vecta::Rect& rect, const Corners& corners)
 {
-    d->pushClip(rect, cornerRadius);
+    d->pushClip({rect, corners});
 }
 
 void PainterContext::pushLayer(const Vecta::Rect& bounds, float opacity)
@@ -198,20 +198,21 @@ void PainterContext::drawArc(Vecta::Vector2f centre, float radius, float fromRad
         drawExactPath(*d, path, pen, Qt::NoBrush);
 }
 
-void PainterContext::drawImage(const QImage& image, const Vecta::Rect& target, const Vecta::Rect& source, float cornerRadius)
+void PainterContext::drawImage(const QImage& image, const Vecta::Rect& target, const Vecta::Rect& source, const Corners& corners)
 {
     if (image.isNull() || target.isEmpty() || !isFinite(target) || !isFinite(source))
         return;
     const QRectF part = source.isEmpty() ? QRectF(image.rect()) : toQt(source);
-    if (cornerRadius > 0.f)
-        pushClip(target, cornerRadius);
+    const bool isRound = RoundBox{target, corners}.largestRadius() > 0.f;
+    if (isRound)
+        pushClip(target, corners);
     // One pixel for one pixel there is nothing to sample. Other paint engines sample by themselves.
     const bool isPlain = d->world.type() <= QTransform::TxTranslate && part.size() == toQt(target).size();
     if (isPlain || !d->isRaster)
         d->readyPainter().drawImage(toQt(target), image, part);
     else
         drawSampled(*d, image, toQt(target), part);
-    if (cornerRadius > 0.f)
+    if (isRound)
         pop();
 }
 

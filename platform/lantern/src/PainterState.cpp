@@ -181,13 +181,15 @@ void PainterContext::Private::pushEmptyClip()
     clipBounds = {};
 }
 
-void PainterContext::Private::pushClip(const Vecta::Rect& rect, float cornerRadius)
+void PainterContext::Private::pushClip(const RoundBox& box)
 {
+    const Vecta::Rect& rect = box.rect;
     if (rect.isEmpty() || !isFinite(rect)) {
         pushEmptyClip();
         return;
     }
-    const bool isUpright = !(cornerRadius > 0.f) && world.type() <= QTransform::TxScale;
+    const bool isSharp = !(box.largestRadius() > 0.f);
+    const bool isUpright = isSharp && world.type() <= QTransform::TxScale;
     if (isUpright && isRaster && fromDevice.isIdentity()) {
         pushUprightClip(world.mapRect(toQt(rect)));
         return;
@@ -196,10 +198,10 @@ void PainterContext::Private::pushClip(const Vecta::Rect& rect, float cornerRadi
         save(Kind::Clip);
         QPainter& below = readyPainter();
         below.save();
-        if (cornerRadius > 0.f)
-            below.setClipPath(roundedRect(rect, cornerRadius), Qt::IntersectClip);
-        else
+        if (isSharp)
             below.setClipRect(toQt(rect), Qt::IntersectClip);
+        else
+            below.setClipPath(outlineOf(box), Qt::IntersectClip);
         clipBounds = clipBounds.intersected(toDevice(rect));
         return;
     }
@@ -213,17 +215,16 @@ void PainterContext::Private::pushClip(const Vecta::Rect& rect, float cornerRadi
     }
     save(Kind::Layer, 1.0);
     openLayer(pixels);
-    const float radius = std::max(0.f, cornerRadius);
     if (glSurfaces) {
         if (isUpright)
             return;
         QPainterPath& hidden = openLayers.back().hidden;
         hidden.addRect(QRectF(pixels));
-        hidden.addPath(world.map(roundedRect(rect, radius)));
+        hidden.addPath(world.map(outlineOf(box)));
         return;
     }
     painter->setTransform(world);
-    painter->setClipPath(roundedRect(rect, radius), Qt::ReplaceClip);
+    painter->setClipPath(outlineOf(box), Qt::ReplaceClip);
     image = nullptr;
 }
 

@@ -53,7 +53,7 @@ struct PainterContext::Private
     void pushTransform(const QTransform& transform);
     void pushOpacity(qreal factor);
     /// With an empty `rect` nothing shows until `pop`.
-    void pushClip(const Vecta::Rect& rect, float cornerRadius);
+    void pushClip(const RoundBox& box);
     void pushLayer(const Vecta::Rect& bounds, qreal factor);
     void pop();
 

@@ -54,4 +54,34 @@ QPainterPath roundedRect(const Vecta::Rect& rect, float radius)
     path.addRoundedRect(toQt(rect), fitting, fitting);
     return path;
 }
+
+QPainterPath outlineOf(const RoundBox& box)
+{
+    const RoundBox fitted = box.fitted();
+    const Corners& c = fitted.corners;
+    const QRectF r = toQt(fitted.rect);
+    QPainterPath path;
+    if (c == Corners::all(c.topLeft.x)) {
+        if (fitted.isSharp())
+            path.addRect(r);
+        else
+            path.addRoundedRect(r, c.topLeft.x, c.topLeft.x);
+        return path;
+    }
+    // From the end of the top side clockwise. A sharp corner is an arc without extent.
+    const auto corner = [&path](qreal x, qreal y, Vecta::Vector2f radius, qreal fromDegrees) {
+        path.arcTo(QRectF(x, y, 2.0 * qreal(radius.x), 2.0 * qreal(radius.y)), fromDegrees, -90.0);
+    };
+    path.moveTo(r.left() + qreal(c.topLeft.x), r.top());
+    path.lineTo(r.right() - qreal(c.topRight.x), r.top());
+    corner(r.right() - 2.0 * qreal(c.topRight.x), r.top(), c.topRight, 90.0);
+    path.lineTo(r.right(), r.bottom() - qreal(c.bottomRight.y));
+    corner(r.right() - 2.0 * qreal(c.bottomRight.x), r.bottom() - 2.0 * qreal(c.bottomRight.y), c.bottomRight, 0.0);
+    path.lineTo(r.left() + qreal(c.bottomLeft.x), r.bottom());
+    corner(r.left(), r.bottom() - 2.0 * qreal(c.bottomLeft.y), c.bottomLeft, 270.0);
+    path.lineTo(r.left(), r.top() + qreal(c.topLeft.y));
+    corner(r.left(), r.top(), c.topLeft, 180.0);
+    path.closeSubpath();
+    return path;
+}
 }

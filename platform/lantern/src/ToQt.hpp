@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Lantern/RoundBox.hpp>
 #include <Lantern/Style.hpp>
 #include <Vecta/Rect.hpp>
 #include <Vecta/Transform.hpp>
@@ -34,4 +35,6 @@ namespace Lantern
 /// A radius is made to fit.
 [[nodiscard]] float fittingRadius(const Vecta::Rect& rect, float radius);
 [[nodiscard]] QPainterPath roundedRect(const Vecta::Rect& rect, float radius);
+/// The outline of a box, its radii made to fit.
+[[nodiscard]] QPainterPath outlineOf(const RoundBox& box);
 }

@@ -132,6 +132,24 @@ TEST_CASE("scene painter: overflow hidden cuts children off, also at rounded cor
     CHECK(scene.picture().pixelColor(50, 50) == QColor(Qt::red));
 }
 
+TEST_CASE("scene painter: children that are cut off follow each corner by itself")
+{
+    Scene scene(kSmall);
+    Widget& frame = box(scene.root(), {20, 20, 60, 60}, {0, 0, 0, 0});
+    box(frame, {-50, -50, 200, 200}, kRed);
+    setWord(frame, "overflow", "hidden");
+    Cascara::StyleEngine::instance().addStyleSheet(
+        QStringLiteral(".frame { border-radius: 20px; border-top-left-radius: 0; border-bottom-right-radius: 4px }"),
+        QStringLiteral("test.css"));
+    frame.addCSSClass("frame");
+    const QImage picture = scene.picture();
+    CHECK(picture.pixelColor(20, 20) == QColor(Qt::red));
+    CHECK(picture.pixelColor(78, 22) == QColor(Qt::black));
+    CHECK(picture.pixelColor(22, 78) == QColor(Qt::black));
+    CHECK(picture.pixelColor(79, 79) == QColor(Qt::black));
+    CHECK(picture.pixelColor(77, 77) == QColor(Qt::red));
+}
+
 TEST_CASE("scene painter: only what lies in the visible area is drawn")
 {
     Scene scene(kSmall);

@@ -30,6 +30,7 @@ TEST_CASE("shadow list: offsets, blur, spread, a colour and 'inset' are written 
         {"2px 3px", "2px 3px 0px 0px #000000"},
         {"2px -3px 4px red", "2px -3px 4px 0px #FF0000"},
         {"RED 2px 3px 4px -5px", "2px 3px 4px -5px #FF0000"},
+        {"1em calc(1em + 2px)", "16px 18px 0px 0px #000000"},
         {"inset 0 0 9px 1px rgb(0 0 255 / 50%)", "inset 0px 0px 9px 1px #0000FF80"},
         {"0 0 calc(2px * 4) #0003 INSET", "inset 0px 0px 8px 0px #00000033"},
         {"0 1px 2px #000, 0 8px 24px rgba(0, 0, 0, 0.2)", "0px 1px 2px 0px #000000, 0px 8px 24px 0px #00000033"},
@@ -43,8 +44,9 @@ TEST_CASE("shadow list: offsets, blur, spread, a colour and 'inset' are written 
 
 TEST_CASE("shadow list: what is no shadow is reported with what was expected, and leaves none")
 {
-    for (const char* written : {"3px", "1px 2px 3px 4px 5px", "1px 2px -3px", "1px red 2px", "red", "inset 1px 2px inset",
-                                "1px 2px red blue", "1px 2px,", "0 0 501px", "1px 2px, none"}) {
+    for (const char* written :
+         {"3px", "1px 2px 3px 4px 5px", "1px 2px -3px", "1px red 2px", "red", "inset 1px 2px inset", "1px 2px red blue",
+          "1px 2px,", "0 0 501px", "1px 2px, none", "1px 2s", "1px 300ms", "1px 2deg"}) {
         CAPTURE(written);
         TestSupport::expectWarning(
             std::string(

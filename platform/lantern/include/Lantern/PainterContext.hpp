@@ -30,7 +30,7 @@ public:
     void pushTransform(const Vecta::Transform& transform) override;
     void pushOpacity(float opacity) override;
     void pushLayer(const Vecta::Rect& bounds, float opacity) override;
-    void pushClip(const Vecta::Rect& rect, float cornerRadius = 0.f) override;
+    void pushClip(const Vecta::Rect& rect, const Corners& corners = {}) override;
     void pop() override;
     [[nodiscard]] bool isVisible(const Vecta::Rect& rect) const override;
     void drawShadow(const RoundBox& box, const BoxShadow& shadow) override;
@@ -40,7 +40,7 @@ public:
     void drawArc(Vecta::Vector2f centre, float radius, float fromRadians, float toRadians, const Style& style,
                  int segments = 0) override;
     void drawImage(const QImage& image, const Vecta::Rect& target, const Vecta::Rect& source = Vecta::Rect(),
-                   float cornerRadius = 0.f) override;
+                   const Corners& corners = {}) override;
     /// Keeps groups where they come to whole pixels in the scale of their picture.
     void drawKept(KeptPicture& picture, Vecta::Vector2f place, float opacity,
                   const std::function<void(RenderContext&)>& paint) override;

@@ -2,6 +2,7 @@
 
 #include <Bedrock/Color.hpp>
 #include <Bedrock/Export.hpp>
+#include <Lantern/RoundBox.hpp>
 #include <Vecta/Rect.hpp>
 #include <Vecta/Transform.hpp>
 #include <Vecta/Vector2T.hpp>
@@ -17,7 +18,6 @@ class KeptPicture;
 struct BoxFill;
 struct BoxFrame;
 struct BoxShadow;
-struct RoundBox;
 struct Style;
 
 /// Draws shapes, pictures and text in the coordinates of the widget at hand. Lives for one frame; main thread only.
@@ -34,8 +34,8 @@ public:
     /// Everything until `pop` is put together first and faded as one picture, so that what overlaps in it does not shine
     /// through. Nothing outside `bounds` shows. Costs a picture of that size: where things do not overlap use `pushOpacity`.
     virtual void pushLayer(const Vecta::Rect& bounds, float opacity) = 0;
-    /// Nothing is drawn outside `rect` (with rounded corners) until `pop`.
-    virtual void pushClip(const Vecta::Rect& rect, float cornerRadius = 0.f) = 0;
+    /// Nothing is drawn outside `rect` (with round corners, which are made to fit) until `pop`.
+    virtual void pushClip(const Vecta::Rect& rect, const Corners& corners = {}) = 0;
     virtual void pop() = 0;
 
     /// Whether anything inside `rect` could show in this frame; false lets a caller skip drawing.
@@ -53,7 +53,7 @@ public:
                          int segments = 0) = 0;
     /// The part `source` (pixels of the image; empty: all of it) scaled into `target`.
     virtual void drawImage(const QImage& image, const Vecta::Rect& target, const Vecta::Rect& source = Vecta::Rect(),
-                           float cornerRadius = 0.f) = 0;
+                           const Corners& corners = {}) = 0;
     /// Draws a group, which `paint` draws around its origin, at `place` and so faint. A context that can keeps the group in
     /// `picture` and calls `paint` for its damage only; the base calls it each time.
     virtual void drawKept(KeptPicture& picture, Vecta::Vector2f place, float opacity,

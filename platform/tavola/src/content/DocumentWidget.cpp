@@ -29,14 +29,12 @@ constexpr int kStepPx = 128;
 struct DocumentWidget::DocumentPrivate
 {
     explicit DocumentPrivate(DocumentWidget& widget)
-        : host(widget), height(static_cast<const Facet::AttributeT<Trellis::Length>&>(*widget.attribute("height"))),
-          borderRadius(static_cast<const Facet::AttributeT<float>&>(*widget.attribute("border-radius")))
+        : host(widget), height(static_cast<const Facet::AttributeT<Trellis::Length>&>(*widget.attribute("height")))
     {
     }
 
     DocumentWidget& host;
-    const Facet::AttributeT<Trellis::Length>& height; ///< these two belong to the widget
-    const Facet::AttributeT<float>& borderRadius;
+    const Facet::AttributeT<Trellis::Length>& height; ///< the widget's
     Facet::AttributeT<QString> source{&host, "source"};
     Facet::AttributeT<QString> coverFile{&host, "cover"};
     Facet::AttributeT<QString> displayName{&host, "display-name"};
@@ -259,7 +257,7 @@ void DocumentWidget::renderContent(Lantern::RenderContext& context) const
     if (box.isEmpty())
         return;
     const Vecta::Rect target = box.fitting({float(d->image.width()), float(d->image.height())});
-    context.drawImage(d->image, target, Vecta::Rect(), d->borderRadius.value());
+    context.drawImage(d->image, target, Vecta::Rect(), cornerRadii());
 }
 
 void DocumentWidget::sceneSizeChanged()

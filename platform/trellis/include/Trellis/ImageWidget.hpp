@@ -11,7 +11,7 @@ namespace Trellis
 /// widgets; until one is there the widget shows its background. When it cannot be read, there is one warning, and the widget
 /// has the pseudo-class "failed" until it has another source.
 ///
-/// Attributes: "source" (file), "fit" (contain, cover, stretch). Corners follow "border-radius".
+/// Attributes: "source" (file), "fit" (contain, cover, stretch). Its corners are as round as the widget's.
 /// A width or height that is auto follows the picture's proportions.
 /// Events: "image-loaded", each time a picture was read (also again, larger, when the widget has grown); "image-failed".
 class TAVOLA_EXPORT ImageWidget : public Widget

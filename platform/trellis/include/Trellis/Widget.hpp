@@ -20,6 +20,7 @@
 namespace Lantern
 {
 class RenderContext;
+struct Corners;
 }
 
 namespace Trellis
@@ -197,6 +198,8 @@ protected:
     [[nodiscard]] virtual Vecta::Vector2f contentSize(float availableWidth) const;
     /// The widget without its padding, in its own coordinates.
     [[nodiscard]] Vecta::Rect contentBox() const;
+    /// How round style sheets make the corners, in pixels. They may be larger than the widget.
+    [[nodiscard]] Lantern::Corners cornerRadii() const;
     bool makeRareAttributes(int nameNumber) override;
     void attributeChanged(Facet::Attribute& attribute) override;
     void animationCovers(Facet::Attribute& attribute) override;

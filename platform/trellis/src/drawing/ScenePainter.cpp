@@ -39,7 +39,7 @@ void ScenePainter::paintContent(const Widget& widget, Lantern::RenderContext& co
         widget.renderContent(context);
     const bool clips = records.drawing.clips() && hasShownChildren(widget);
     if (clips)
-        context.pushClip(box, records.drawing.border->radius.value());
+        context.pushClip(box, records.drawing.corners());
     for (const auto& child : widget.children())
         paintWidget(*child, context);
     if (clips)

@@ -52,7 +52,7 @@ void ImageTileWidget::renderContent(Lantern::RenderContext& context) const
     const float scaleY = float(d->image.height()) / float(d->fullSize.height());
     const float tileWidth = float(d->pattern.width()) / scaleX;
     const float tileHeight = float(d->pattern.height()) / scaleY;
-    context.pushClip(box, WidgetRecords::of(*this).drawing.border->radius.value());
+    context.pushClip(box, cornerRadii());
     for (float y = box.y; y < box.bottom(); y += tileHeight)
         for (float x = box.x; x < box.right(); x += tileWidth) {
             const float width = std::min(tileWidth, box.right() - x);

@@ -196,7 +196,7 @@ void ImageWidget::renderContent(Lantern::RenderContext& context) const
         source.x = (imageWidth - source.width) / 2.f;
         source.y = (imageHeight - source.height) / 2.f;
     }
-    context.drawImage(d->image, target, source, WidgetRecords::of(*this).drawing.border->radius.value());
+    context.drawImage(d->image, target, source, cornerRadii());
 }
 
 void ImageWidget::sceneSizeChanged()

@@ -16,6 +16,13 @@ using Facet::StyleValue;
 constexpr float kMostBlurPx = 500.f;
 constexpr std::size_t kMostShadows = 16;
 
+bool isPixels(const StyleValue& part)
+{
+    using Kind = Facet::StyleTerm::Kind;
+    const Facet::StyleTerm& term = part.terms.first();
+    return term.kind == Kind::Number || (term.kind == Kind::Dimension && term.unit == "px");
+}
+
 bool readShadow(const std::vector<StyleValue>& parts, Lantern::BoxShadow& result)
 {
     std::vector<float> lengths;
@@ -28,7 +35,7 @@ bool readShadow(const std::vector<StyleValue>& parts, Lantern::BoxShadow& result
                 return false;
             result.isInset = true;
             lengthsEnded = !lengths.empty();
-        } else if (!lengthsEnded && Facet::StyleConversion<float>::read(part, length, nullptr)) {
+        } else if (!lengthsEnded && isPixels(part) && Facet::StyleConversion<float>::read(part, length, nullptr)) {
             lengths.push_back(length);
         } else if (!hasColor && Facet::StyleConversion<Bedrock::Color>::read(part, result.color, nullptr)) {
             hasColor = true;

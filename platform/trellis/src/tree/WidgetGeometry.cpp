@@ -161,6 +161,11 @@ Vecta::Rect Widget::contentBox() const
             std::max(0.f, d->layout.size.y - d->layout.padTop - d->layout.padBottom)};
 }
 
+Lantern::Corners Widget::cornerRadii() const
+{
+    return d->drawing.corners();
+}
+
 bool Widget::isInside(Vector2f point) const
 {
     const Vector2f extent = size();
