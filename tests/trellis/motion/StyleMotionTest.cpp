@@ -170,6 +170,8 @@ TEST_CASE("style motion: opacity, rotation, location, and the scale of an absolu
         {"opacity", ".t.go { opacity: 0.5 }"},
         {"rotation", ".t.go { rotation: 1 }"},
         {"scale", ".t.go { scale: 2 }"},
+        {"scale at far edges", ".t { left: auto; top: auto; right: 9px; bottom: 9px } .t.go { scale: 2 }"},
+        {"scale in the middle", ".t { left: 0; right: 0; margin: auto } .t.go { scale: 2 }"},
         {"location", ".t { location: 1px 1px } .t.go { location: 90px 90px }"},
         {"animated opacity", "@keyframes x { to { opacity: 0 } } .go { animation: x 1s }"},
         {"animated rotation", "@keyframes x { to { rotation: 1 } } .go { animation: x 1s }"},
@@ -194,6 +196,26 @@ TEST_CASE("style motion: opacity, rotation, location, and the scale of an absolu
                   + widget.attribute("rotation")->toText() + widget.attribute("opacity")->toText());
         CHECK(scene.arranged() == before);
     }
+}
+
+TEST_CASE("style motion: a widget at the far edges stays there while its scale moves")
+{
+    MotionScene scene(
+        ".t { position: absolute; right: 10px; bottom: 20px; width: 50px; height: 40px; transition: scale 1s linear } "
+        ".t.go { scale: 2 }");
+    auto& widget = scene.add("t");
+    auto& outer = *widget.parent();
+    scene.frames(2, 0.0);
+    widget.addCSSClass("go");
+    for (const float share : {0.f, 0.5f, 0.5f}) {
+        scene.frame(double(share));
+        CHECK_POINT(widget.mapToParent({50.f, 40.f}), outer.width() - 10.f, outer.height() - 20.f);
+    }
+    CHECK(widget.scale() == 2.f);
+    widget.setScale(3.f);
+    CHECK_POINT(widget.mapToParent({50.f, 40.f}), outer.width() - 10.f, outer.height() - 20.f);
+    widget.attribute("scale")->clearValue(Facet::kUserLayer);
+    CHECK_POINT(widget.mapToParent({50.f, 40.f}), outer.width() - 10.f, outer.height() - 20.f);
 }
 
 TEST_CASE("style motion: in the flow a widget takes the room that its moving scale shows")

@@ -5,6 +5,7 @@
 #include "tree/WidgetRecords.hpp"
 
 #include <algorithm>
+#include <utility>
 
 namespace Trellis
 {
@@ -170,21 +171,24 @@ void LayoutEngine::arrange(Widget& widget)
     const Room room{std::max(0.f, d.size.x - d.padLeft - d.padRight), height, false};
     flow(widget, room, true);
     for (Widget* child : d.flowOrder) {
+        layoutOf(*child).placeDirty = false;
         if (layoutOf(*child).display.value() == Display::None) {
             // Takes no place, but its geometry can be read.
             layOut(*child, room);
             continue;
         }
-        if (layoutOf(*child).isOutOfFlow())
+        if (layoutOf(*child).isOutOfFlow()) {
+            layOut(*child, Room{d.size.x, d.size.y, false});
             placeAbsolute(widget, *child);
+        }
         moveTo(*child, layoutOf(*child).flowLocation);
     }
 }
 
-void LayoutEngine::placeAbsolute(Widget& widget, Widget& child)
+/// By its size as it stands.
+void LayoutEngine::placeAbsolute(const Widget& widget, const Widget& child)
 {
     const Vector2f whole = layoutOf(widget).size;
-    layOut(child, Room{whole.x, whole.y, false});
     LayoutRecord& c = layoutOf(child);
     const Vector2f box = c.size * std::max(0.f, c.placingScale());
     const Edges& margin = c.spacing->margin.value();
@@ -212,6 +216,10 @@ void LayoutEngine::descend(Widget& widget)
     LayoutRecord& d = layoutOf(widget);
     d.belowDirty = false;
     for (Widget* child : d.flowOrder) {
+        if (std::exchange(layoutOf(*child).placeDirty, false) && layoutOf(*child).display.value() != Display::None) {
+            placeAbsolute(widget, *child);
+            moveTo(*child, layoutOf(*child).flowLocation);
+        }
         if (layoutOf(*child).arrangeDirty)
             arrange(*child);
         else if (layoutOf(*child).belowDirty)

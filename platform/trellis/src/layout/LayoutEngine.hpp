@@ -45,7 +45,7 @@ private:
     Vecta::Vector2f flow(Widget& widget, const Room& room, bool place);
     void layOut(Widget& widget, const Room& room);
     void arrange(Widget& widget);
-    void placeAbsolute(Widget& widget, Widget& child);
+    static void placeAbsolute(const Widget& widget, const Widget& child);
     void descend(Widget& widget);
     void moveTo(Widget& child, Vecta::Vector2f location);
     void deliverMoves();

@@ -130,13 +130,8 @@ Vector2f LayoutRecord::cornerShift() const
     return scaleMoves && standsFreely ? size * ((placingScale() - scale.value()) / 2.f) : Vector2f();
 }
 
-bool LayoutRecord::scaleMovesBoxes() const
+bool LayoutRecord::isPlacedByScale() const
 {
-    if (!isOutOfFlow())
-        return true;
-    if (scaleMoves)
-        return false;
-    // What is placed by its far edges, or in the middle between two, stands elsewhere when it grows.
     const Edges& margin = spacing->margin.value();
     return !insets->right.value().isAuto() || !insets->bottom.value().isAuto() || margin.left.isAuto() || margin.top.isAuto();
 }
@@ -188,6 +183,19 @@ void invalidateBox(Widget& widget)
     forgetMeasures(layout);
     if (Widget* parent = widget.parent())
         invalidateContent(*parent);
+}
+
+void invalidateScale(Widget& widget)
+{
+    LayoutRecord& layout = layoutOf(widget);
+    if (!widget.parent())
+        return;
+    if (!layout.isOutOfFlow()) {
+        invalidateBox(widget);
+    } else if (layout.isPlacedByScale()) {
+        layout.placeDirty = true;
+        markBelowDirty(widget.parent());
+    }
 }
 
 bool isLayoutDirty(const Widget& root)

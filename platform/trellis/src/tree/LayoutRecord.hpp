@@ -61,6 +61,7 @@ struct LayoutRecord
     bool heightFromContent = false;
     bool arrangeDirty = true; ///< the children must be placed anew
     bool belowDirty = false;  ///< a widget further down is dirty; set on all its ancestors
+    bool placeDirty = false;  ///< out of the flow, the place in the parent must be computed anew; the size stands
     bool movePending = false; ///< waits for its flow location to be written
     bool scaleMoves = false;  ///< a keyframe animation covers `scale`; written by Widget
     unsigned char nextMeasure = 0;
@@ -95,8 +96,9 @@ struct LayoutRecord
     /// From the corner at rest to the one that shows, before rotation, in the parent's pixels. An animation scales about the
     /// middle, but in the flow, where a widget takes the room that it shows.
     [[nodiscard]] Vecta::Vector2f cornerShift() const;
-    /// Whether a change of the scale changes where this widget or its siblings stand.
-    [[nodiscard]] bool scaleMovesBoxes() const;
+    /// Whether the place that the layout gives the widget follows from the scale: one that is placed by its far edges, or in
+    /// the middle between two.
+    [[nodiscard]] bool isPlacedByScale() const;
     /// The maps, by the layout as it stands.
     [[nodiscard]] Vecta::Vector2f toParent(Vecta::Vector2f point) const;
     [[nodiscard]] Vecta::Vector2f fromParent(Vecta::Vector2f point) const;
@@ -108,6 +110,9 @@ struct LayoutRecord
 void invalidateContent(Widget& widget);
 /// The widget itself takes another size or place among its siblings.
 void invalidateBox(Widget& widget);
+/// What the layout places the widget by is another scale now. In the flow its siblings move along; out of it nothing is laid out
+/// again, and at most the widget is placed anew.
+void invalidateScale(Widget& widget);
 /// Whether anything in the tree below `root` is out of date.
 [[nodiscard]] bool isLayoutDirty(const Widget& root);
 /// Lays out what is dirty in the tree that `widget` belongs to. Nothing while a layout is under way.

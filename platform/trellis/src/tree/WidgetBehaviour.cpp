@@ -168,9 +168,10 @@ void Widget::attributeChanged(Facet::Attribute& attribute)
     // What an overflow shows changes within the widget.
     if (a == &drawing.overflow)
         requestRedraw();
-    // In the flow a widget takes the room that its scale shows.
-    if (layout.shapesBox(attribute) || a == &drawing.overflow || (a == &layout.scale && m_parent && layout.scaleMovesBoxes()))
+    if (layout.shapesBox(attribute) || a == &drawing.overflow)
         invalidateBox(*this);
+    if (a == &layout.scale)
+        invalidateScale(*this);
 }
 
 void Widget::animationCovers(Facet::Attribute& attribute)
@@ -182,7 +183,7 @@ void Widget::animationCovers(Facet::Attribute& attribute)
     layout.scaleAtRest =
         layout.scale.value(layout.scale.hasValue(Facet::kStyleLayer) ? Facet::kStyleLayer : Facet::kDefaultLayer);
     if (std::exchange(layout.scaleMoves, true) && layout.placingScale() != before)
-        invalidateBox(*this);
+        invalidateScale(*this);
 }
 
 void Widget::animationUncovers(Facet::Attribute& attribute)
