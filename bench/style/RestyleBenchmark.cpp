@@ -102,10 +102,10 @@ void everything(benchmark::State& state, int widgets, Bench::Notation notation)
         });
 }
 
-/// The same rules with variables and inherited values, against the rules without.
+/// The same rules with variables, and with a look that all texts inherit, against the rules without.
 void withVariables(benchmark::State& state, int widgets)
 {
-    Bench::StyleScene scene(widgets);
+    Bench::StyleScene scene(widgets, Bench::StyleScene::Leaves::Texts);
     scene.root->addCSSClass("all");
     auto& engine = Cascara::StyleEngine::instance();
     const auto restyle = [&](long times) {
@@ -119,6 +119,25 @@ void withVariables(benchmark::State& state, int widgets)
         };
     };
     Bench::compare(state, {restyle, sheet(Bench::styleSheetWithVariables(kRules))}, {restyle, sheet(Bench::styleSheet(kRules))});
+}
+
+/// A sheet read with its names and values checked, as tables read theirs, against one that is only read.
+void checkedSheet(benchmark::State& state, int rules)
+{
+    auto& engine = Cascara::StyleEngine::instance();
+    const QString text = Bench::styleSheet(rules);
+    const auto read = [&](bool checks) {
+        return [&engine, &text, checks](long times) {
+            engine.setChecksNames(checks);
+            for (long i = 0; i < times; ++i) {
+                engine.clearStyleSheets();
+                engine.addStyleSheet(text, QStringLiteral("bench.css"));
+            }
+        };
+    };
+    Bench::compare(state, read(true), read(false));
+    engine.setChecksNames(false);
+    engine.clearStyleSheets();
 }
 
 /// A sheet replaced by one with other values: read, applied, and everything that was set before withdrawn.
@@ -147,6 +166,8 @@ void anotherSheet(benchmark::State& state, int widgets)
 
 const Bench::Row kRow([] {
     Bench::add("row03/restyled", restyledExactly);
+    const int rules = Bench::options().sizeOr(5000, 50);
+    Bench::add("row04/checked/5000", [rules](benchmark::State& state) { checkedSheet(state, rules); });
     for (const int widgets : {1000, 10000}) {
         const int size = Bench::options().sizeOr(widgets, 100);
         Bench::add("row03/same/" + std::to_string(widgets), [=](benchmark::State& state) { oneLeaf(state, size, false); });

@@ -4,6 +4,8 @@
 
 #include <Cascara/StyleEngine.hpp>
 
+#include <Trellis/TextWidget.hpp>
+
 #include <QVariant>
 
 namespace Bench
@@ -73,7 +75,7 @@ QString qtStyleSheet(int rules, Notation notation, int shade)
     return text;
 }
 
-StyleScene::StyleScene(int widgets) : root(Bedrock::makeIntrusive<Trellis::Widget>())
+StyleScene::StyleScene(int widgets, Leaves leaves) : root(Bedrock::makeIntrusive<Trellis::Widget>())
 {
     for (int made = 0; made < widgets; made += kWidgetsInPanel) {
         auto* panel = new Trellis::Widget(root.get());
@@ -84,7 +86,7 @@ StyleScene::StyleScene(int widgets) : root(Bedrock::makeIntrusive<Trellis::Widge
         for (int i = 0; i < kTilesInPanel; ++i) {
             auto* tile = new Trellis::Widget(panel);
             tile->addCSSClass("tile");
-            signs.push_back(new Trellis::Widget(tile));
+            signs.push_back(leaves == Leaves::Texts ? new Trellis::TextWidget(tile) : new Trellis::Widget(tile));
             signs.back()->addCSSClass("sign");
         }
     }

@@ -28,7 +28,8 @@ enum class Notation {
 /// Panels of ten tiles with a sign each: 21 widgets a panel.
 struct StyleScene
 {
-    explicit StyleScene(int widgets);
+    enum class Leaves { Plain, Texts };
+    explicit StyleScene(int widgets, Leaves leaves = Leaves::Plain);
     ~StyleScene();
     StyleScene(const StyleScene&) = delete;
     StyleScene& operator=(const StyleScene&) = delete;
