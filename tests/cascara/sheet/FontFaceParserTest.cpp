@@ -80,5 +80,6 @@ TEST_CASE("font face: a mistake is reported with its place and costs its descrip
         CHECK(found.find("[1:30 @font-face: src: expected url()s separated by commas, got '") != std::string::npos);
     }
     CHECK(facesOf("@media (width > 3px) { @font-face { font-family: A; src: url(a.ttf) } }")
-          == "[1:24 @font-face is not supported; it is skipped]");
+          == "[1:24 @font-face cannot stand inside @media: put it outside, and name the family inside; it is skipped]");
+    CHECK(facesOf("@font-face;") == "[1:1 @font-face: expected '{' after it; it is skipped]");
 }

@@ -43,10 +43,19 @@ TEST_CASE("font file: what is no font, or is cut off, is refused with the reason
     QByteArray wild = whole;
     wild[12 + 8] = '\x7f'; // the place of the first table
     for (const QByteArray& bytes : {QByteArray(), QByteArray("OTTO"), QByteArray("no font at all, but long enough"),
-                                    whole.left(300), whole.left(whole.size() - 4000), wild, QByteArray("wOFF") + whole.mid(4)}) {
+                                    whole.left(300), whole.left(whole.size() - 4000), wild}) {
         CAPTURE(bytes.size());
         QString error;
         CHECK_FALSE(renamedFont(bytes, {QStringLiteral("X"), 0, false}, error));
         CHECK(error == QStringLiteral("it is no TrueType or OpenType font, or a damaged one"));
+    }
+    const std::pair<const char*, const char*> others[] = {
+        {"wOFF", "it is a WOFF font, which is for the web: save it as TrueType or OpenType (.ttf, .otf)"},
+        {"wOF2", "it is a WOFF font, which is for the web: save it as TrueType or OpenType (.ttf, .otf)"},
+        {"ttcf", "it is a collection of fonts: save the one as TrueType or OpenType (.ttf, .otf)"}};
+    for (const auto& [signature, reason] : others) {
+        QString error;
+        CHECK_FALSE(renamedFont(signature + whole.mid(4), {}, error));
+        CHECK(error.toStdString() == reason);
     }
 }

@@ -86,8 +86,13 @@ void StyleSheetParser::parseAtRule()
         ++m_reader.position;
     if (isNamed(at, "charset") && !hasBlock)
         return; // style sheets are UTF-8 here
-    if (isNamed(at, "font-face") && hasBlock && !m_media) {
-        FontFaceParser(m_reader).parse(at, block, end);
+    if (isNamed(at, "font-face") && hasBlock) {
+        if (m_media)
+            m_reader.error(at,
+                           QStringLiteral("@font-face cannot stand inside @media: put it outside, and name the family inside; "
+                                          "it is skipped"));
+        else
+            FontFaceParser(m_reader).parse(at, block, end);
         return;
     }
     const bool isImport = isNamed(at, "import") && !hasBlock;
@@ -95,8 +100,9 @@ void StyleSheetParser::parseAtRule()
         return;
     if (!isImport)
         m_reader.error(at,
-                       QStringLiteral("@%1 is not supported%2; it is skipped")
-                           .arg(at.text, isNamed(at, "font-face") ? QString() : Facet::didYouMean(at.text.toLower(), kAtRules)));
+                       isNamed(at, "font-face") ? QStringLiteral("@font-face: expected '{' after it; it is skipped")
+                                                : QStringLiteral("@%1 is not supported%2; it is skipped")
+                                                      .arg(at.text, Facet::didYouMean(at.text.toLower(), kAtRules)));
 }
 
 void StyleSheetParser::parseMedia(const Token& at)

@@ -15,6 +15,7 @@ namespace
 constexpr int kHeaderBytes = 12;
 constexpr int kEntryBytes = 16;
 constexpr quint32 kTrueType = 0x00010000u, kAppleTrueType = 0x74727565u, kOpenType = 0x4f54544fu;
+constexpr quint32 kWoff = 0x774f4646u, kWoff2 = 0x774f4632u, kCollection = 0x74746366u;
 constexpr int kWeightAt = 4, kSelectionAt = 62; ///< in the table "OS/2"
 constexpr int kMacStyleAt = 44;                 ///< in the table "head"
 constexpr quint16 kItalicSelection = 0x01, kRegularSelection = 0x40, kItalicMacStyle = 0x02;
@@ -61,6 +62,17 @@ Tables tablesOf(const QByteArray& font)
     return tables;
 }
 
+/// Why the file cannot be used, which has not the tables of a font.
+QString complaintAbout(const QByteArray& font)
+{
+    const auto version = font.size() >= kHeaderBytes ? readAt<quint32>(font, 0) : 0u;
+    if (version == kWoff || version == kWoff2)
+        return QStringLiteral("it is a WOFF font, which is for the web: save it as TrueType or OpenType (.ttf, .otf)");
+    if (version == kCollection)
+        return QStringLiteral("it is a collection of fonts: save the one as TrueType or OpenType (.ttf, .otf)");
+    return QStringLiteral("it is no TrueType or OpenType font, or a damaged one");
+}
+
 QByteArray nameTable(const QString& family)
 {
     // Family, style, unique name, full name, PostScript name.
@@ -104,7 +116,7 @@ std::optional<QByteArray> renamedFont(const QByteArray& font, const FontNaming& 
     Tables tables = tablesOf(font);
     const auto has = [&tables](const char* tag) { return tables.count(tag) > 0; };
     if (!has("cmap") || !has("head") || !has("hmtx") || (!has("glyf") && !has("CFF ") && !has("CFF2"))) {
-        error = QStringLiteral("it is no TrueType or OpenType font, or a damaged one");
+        error = complaintAbout(font);
         return std::nullopt;
     }
     changeStyle(tables, naming);
