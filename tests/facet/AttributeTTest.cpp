@@ -90,6 +90,32 @@ TEST_CASE("typed attribute: a style value that does not fit changes nothing and 
     CHECK(width.value() == 2.f);
 }
 
+TEST_CASE("typed attribute: a number that takes percentages takes them wherever a value is tried")
+{
+    Facet::Node node;
+    using Notation = Facet::ValueNotation<float>;
+    AttributeT<float> opacity(&node, "opacity", {Notation::Percentages::Taken}, 1.f);
+    AttributeT<float> width(&node, "width", 2.f);
+    Facet::StyleValue share;
+    share.terms.append({Facet::StyleTerm::Kind::Percentage, QStringLiteral("30%"), 30.0, {}});
+    QString text;
+    CHECK(opacity.accepts(share, nullptr));
+    CHECK(opacity.textOf(share, text, nullptr));
+    CHECK(text == "0.3");
+    CHECK(Facet::AttributeDeclaration::anyAccepts("opacity", share, nullptr));
+    CHECK(opacity.setStyleValue(share, Facet::kStyleLayer, nullptr));
+    CHECK(opacity.value() == 0.3f);
+    QString error;
+    CHECK_FALSE(opacity.accepts(ident("faint"), &error));
+    CHECK(error == "expected a number or a percentage");
+    CHECK_FALSE(opacity.accepts(ident("faint"), nullptr));
+    share.terms.first().number = 1e30;
+    CHECK_FALSE(opacity.accepts(share, &error));
+    CHECK(error == "expected a number of at most 1000000000");
+    CHECK_FALSE(width.accepts(share, &error));
+    CHECK(error == "expected a number");
+}
+
 TEST_CASE("typed attribute: an enumeration is written by name, in any case of letters")
 {
     Facet::Node node;

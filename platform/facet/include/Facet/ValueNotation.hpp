@@ -28,6 +28,21 @@ struct ValueNotation
     [[nodiscard]] static QString write(Names, const T& value) { return StyleConversion<T>::write(value); }
 };
 
+/// Numbers; of some attributes, such as `opacity`, a percentage is one, too: 30% is 0.3.
+template <>
+struct TAVOLA_EXPORT ValueNotation<float, void>
+{
+    enum class Percentages { Refused, Taken };
+    struct Names
+    {
+        Percentages percentages = Percentages::Refused;
+        friend bool operator==(Names a, Names b) noexcept { return a.percentages == b.percentages; }
+    };
+
+    static bool read(Names names, const StyleValue& value, float& result, QString* error);
+    [[nodiscard]] static QString write(Names, float value) { return StyleConversion<float>::write(value); }
+};
+
 /// The words that a value may be, for the message: "expected one of a, b", and which of them is near to what is written.
 [[nodiscard]] TAVOLA_EXPORT QString expectedOneOf(const QStringList& names, const QString& written);
 

@@ -36,17 +36,6 @@ const Facet::AttributeT<Overflow>::Names kOverflows{{QStringLiteral("visible"), 
 constexpr Bedrock::Color kTransparent{0.f, 0.f, 0.f, 0.f};
 }
 
-bool OpacityAttribute::setStyleValue(const Facet::StyleValue& value, int layer, QString* error)
-{
-    using Kind = Facet::StyleTerm::Kind;
-    if (value.terms.size() != 1 || value.terms.first().kind != Kind::Percentage)
-        return AttributeT::setStyleValue(value, layer, error);
-    Facet::StyleValue number = value;
-    number.terms.first().kind = Kind::Number;
-    number.terms.first().number /= 100.0;
-    return AttributeT::setStyleValue(number, layer, error);
-}
-
 Border::Border(Widget* host)
     : color(host, kBorderColor, kTransparent), width(host, kBorderWidth, 0.f), radius(host, kBorderRadius, 0.f)
 {
@@ -122,8 +111,8 @@ bool BackgroundAttributes::isNamed(int nameNumber)
 }
 
 DrawingRecord::DrawingRecord(Widget* host)
-    : opacity(host, kOpacity, 1.f), backgroundColor(host, kBackgroundColor, kTransparent),
-      overflow(host, kOverflow, kOverflows, Overflow::Visible)
+    : opacity(host, kOpacity, {Facet::ValueNotation<float>::Percentages::Taken}, 1.f),
+      backgroundColor(host, kBackgroundColor, kTransparent), overflow(host, kOverflow, kOverflows, Overflow::Visible)
 {
 }
 }

@@ -29,14 +29,6 @@ enum class Overflow {
     Hidden ///< children are neither drawn nor touched outside the widget
 };
 
-/// A number, which may be written as a percentage.
-class OpacityAttribute final : public Facet::AttributeT<float>
-{
-public:
-    using AttributeT::AttributeT;
-    bool setStyleValue(const Facet::StyleValue& value, int layer, QString* error) override;
-};
-
 struct Border
 {
     explicit Border(Widget* host);
@@ -100,7 +92,7 @@ struct DrawingRecord
 {
     explicit DrawingRecord(Widget* host);
 
-    OpacityAttribute opacity;
+    Facet::AttributeT<float> opacity; ///< may be written as a percentage
     Facet::AttributeT<Bedrock::Color> backgroundColor;
     Facet::AttributeT<Overflow> overflow;
     RareAttributes<Border> border;
