@@ -33,10 +33,7 @@ class Reader
 public:
     Reader(const QString& fileName, const QByteArray& text, Presentation& result)
         : m_folder(result.folder), m_result(result), m_skip([fileName, text](const QString& place, const QString& why) {
-              // Attributes are many, and values deep inside of a line.
-              const bool isAttribute = place.contains(QLatin1String(".attributes."));
-              const QString position = isAttribute ? Tavola::ComponentReader::positionOf(text, place) : QString();
-              const QString where = position.isEmpty() ? fileName : fileName + QLatin1Char(':') + position;
+              const QString where = Tavola::ComponentReader::located(fileName, text, place);
               Bedrock::Trace::warning("Presentation # %s: %s: %s; it is skipped", where.toUtf8().constData(),
                                       place.toUtf8().constData(), why.toUtf8().constData());
           }),

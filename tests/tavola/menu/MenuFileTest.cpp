@@ -65,7 +65,7 @@ TEST_CASE("menu file: a mistake costs the smallest piece, and is reported with i
           "entries[1]: expected one of \"entries\", \"menu\" and \"content\""},
          1},
         {R"({"entries": [{"text": "A", "content": {"component": "panel", "attributes": {"source": {"file": "none.png"}}}}]})",
-         {"entries[0].content.attributes.source: there is no file %FOLDER%/none.png"},
+         {":1:87: entries[0].content.attributes.source: there is no file %FOLDER%/none.png"},
          1},
         {R"({"entries": [{"text": "A", "entries": 3}, {"text": "B", "content": {"component": "panel"}}]})",
          {"entries[0].entries: expected a list of entries", "entries[0]: it leads to no entries"},
@@ -93,9 +93,9 @@ TEST_CASE("menu file: a mistake costs the smallest piece, and is reported with i
         CAPTURE(row.json);
         for (const char* skipped : row.skipped)
             expectWarning(
-                QStringLiteral("ContentMenuWidget # %1: %2; it is skipped")
+                QStringLiteral("ContentMenuWidget # %1%2; it is skipped")
                     .arg(table.path(QStringLiteral("menu.json")),
-                         QString::fromUtf8(skipped)
+                         QString(QLatin1String(*skipped == ':' ? "" : ": ") + QString::fromUtf8(skipped))
                              .replace(QLatin1String("%FOLDER%"), table.folder.path())
                              .replace(QLatin1String("%REASON%"), QString::fromStdString(TestSupport::jsonError(broken))))
                     .toStdString());

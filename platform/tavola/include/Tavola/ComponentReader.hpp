@@ -43,8 +43,9 @@ public:
     /// The text of the file, which QJsonDocument has read without an error. With it, numbers in "attributes" keep their digits:
     /// `10` reaches a text attribute as "10" and `10.50` as "10.50". Call it before everything else.
     void setText(const QByteArray& json);
-    /// "12:5", line and column of the value at a place of the file's text; empty where the text has no such place.
-    [[nodiscard]] static QString positionOf(const QByteArray& json, const QString& place);
+    /// The file for a message about a place of its text; of an attribute, of which there are many, with line and column:
+    /// "presentation.json:12:5".
+    [[nodiscard]] static QString located(const QString& file, const QByteArray& json, const QString& place);
     /// Components for which `isKnown` is false are skipped; without it every name is accepted.
     void setKnown(std::function<bool(const QString& component)> isKnown) { m_isKnown = std::move(isKnown); }
     /// The file's object "components". Read it before everything that may use it.

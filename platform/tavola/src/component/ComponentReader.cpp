@@ -48,9 +48,12 @@ void ComponentReader::setText(const QByteArray& json)
     m_numbers = std::make_shared<JsonNumbers>(json);
 }
 
-QString ComponentReader::positionOf(const QByteArray& json, const QString& place)
+QString ComponentReader::located(const QString& file, const QByteArray& json, const QString& place)
 {
-    return JsonNumbers::positionOf(json, place);
+    if (!place.contains(QLatin1String(".attributes.")))
+        return file;
+    const QString position = JsonNumbers::positionOf(json, place);
+    return position.isEmpty() ? file : file + QLatin1Char(':') + position;
 }
 
 void ComponentReader::readNamed(const QJsonValue& components)

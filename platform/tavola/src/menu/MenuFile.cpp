@@ -72,7 +72,9 @@ private:
             report(QStringLiteral("%1:1:1: expected an object with \"entries\"").arg(path));
             return {};
         }
-        const auto skipHere = [path](const QString& place, const QString& why) { skip(path, place, why); };
+        const auto skipHere = [path, text](const QString& place, const QString& why) {
+            skip(ComponentReader::located(path, text, place), place, why);
+        };
         File here{path, ComponentReader(path, skipHere)};
         here.components.setText(text);
         here.components.setKnown([](const QString& component) {
