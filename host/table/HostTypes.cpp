@@ -26,16 +26,26 @@ std::vector<Cascara::StyleType> hostTypes(const Presentation& presentation)
     addStates(presentation.widgets, states);
     addStates(presentation.shelf, states);
     return {
-        {"Widget", "", {"placement", "keep-clear", "in-use", "stays", "opened-classes"}, {"would-take", "shelf"}, states},
-        {"InputFieldWidget", "Widget", {"takes-focus"}},
-        {"InvitationWidget", "Widget", {"text", "moving", "card-size", "card-color", "period"}},
-        {"SwitchWidget", "TextWidget", {"state"}},
+        {"Widget",
+         "",
+         {{"placement", {"at", "beside", "below", "above"}},
+          {"keep-clear", "yes/no"},
+          {"in-use", "yes/no"},
+          {"stays", "yes/no"},
+          {"opened-classes", "list"}},
+         {"would-take", "shelf"},
+         states},
+        {"InputFieldWidget", "Widget", {{"takes-focus", "yes/no"}}},
+        {"InvitationWidget",
+         "Widget",
+         {{"text", "text"}, {"moving", "yes/no"}, {"card-size", "number"}, {"card-color", "colour"}, {"period", "number"}}},
+        {"SwitchWidget", "TextWidget", {{"state", "text"}}},
         {"InputOverlay", "Widget", {}},
         {"InputArea", "Widget", {}},
         {"InputMark", "Widget", {}},
         {"CardSign", "Widget", {}, {"unknown", "refused", "covered", "other-space", "twice"}},
-        {"CloseHandle", "Widget", {"cross-color", "ring-color"}},
-        {"DragShadow", "Widget", {"shadow-color", "spread", "drop"}},
+        {"CloseHandle", "Widget", {{"cross-color", "colour"}, {"ring-color", "colour"}}},
+        {"DragShadow", "Widget", {{"shadow-color", "colour"}, {"spread", "number"}, {"drop", "number"}}},
         {"FlyingPicture", "Widget", {}},
     };
 }

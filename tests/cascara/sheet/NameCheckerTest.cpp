@@ -26,7 +26,9 @@ struct VocabularyFixture : StyleFixture
          {"Label", "Widget", {"text", "color"}, {}, {"focus"}},
          {"ImageBox", "Widget", {"source", "fit"}, {}, {"failed"}},
          {"PageBox", "ImageBox", {"page"}},
-         {"tracker", "", {"distance"}}}};
+         {"tracker", "", {"distance"}},
+         {"Space", "Widget", {{"mode", {"email", "upload"}}, {"seconds", "number"}}},
+         {"Detector", "Widget", {{"mode", {"off", "on"}}}}}};
 };
 
 struct Row
@@ -105,6 +107,16 @@ TEST_CASE("name checker: a value is tried when the sheet is read, and told once"
            {"Widget { width: wide }", "1:10: width: expected a number, got 'wide'; the declaration is skipped"},
            {"Widget { color: redd }",
             "1:10: color: expected a colour (did you mean 'red'?), got 'redd'; the declaration is skipped"},
+           {"Space { mode: upload } Detector { mode: off } .any { mode: on } Space, Detector { seconds: var(--s) }",
+            "1:83: seconds: a Detector has no 'seconds'; Space has; the declaration is skipped"},
+           {".never Space { mode: on }", "1:16: mode: expected one of email, upload, got 'on'; the declaration is skipped"},
+           {"Space, Detector { mode: off }", "1:19: mode: expected one of email, upload, got 'off'; the declaration is skipped"},
+           {":is(Space, Detector) { mode: off }", nullptr},
+           {".any { mode: uplaod }",
+            "1:8: mode: expected one of email, upload (did you mean 'upload'?), got 'uplaod'; the declaration is skipped"},
+           {".any { mode: ofs }",
+            "1:8: mode: expected one of off, on (did you mean 'off'?), got 'ofs'; the declaration is skipped"},
+           {".any:never, Space { seconds: soon }", "1:21: seconds: expected a number, got 'soon'; the declaration is skipped"},
            {"ImageBox { fit: anything }", nullptr}}); // no sample has it: it shows when a widget is made
 }
 

@@ -47,6 +47,27 @@ TEST_CASE("style vocabulary: what is said of one type alone is not that of types
     CHECK(StyleVocabulary::typesWithAttribute("own") == QStringList{"Base"});
 }
 
+TEST_CASE("style vocabulary: how values are written is what is declared for the type and for those that it is based on")
+{
+    const StyleVocabulary::Registrant types({{"Base", "", {{"size", "number"}, {"mode", {"slow", "fast"}}, "free"}},
+                                             {"Base", "", {{"own", "yes/no"}}, {}, {}, nullptr, false},
+                                             {"Top", "Base", {{"mode", QStringList{"turbo"}}}}});
+    const auto word = [](const char* text) {
+        Facet::StyleValue value;
+        value.terms.append({Facet::StyleTerm::Kind::Ident, QLatin1String(text), 0.0, {}});
+        return value;
+    };
+    REQUIRE(StyleVocabulary::valuesOf("Top", "size").size() == 1);
+    CHECK_FALSE(StyleVocabulary::valuesOf("Top", "size").front().accepts(word("fast"), nullptr));
+    REQUIRE(StyleVocabulary::valuesOf("Base", "mode").size() == 1);
+    CHECK(StyleVocabulary::valuesOf("Base", "mode").front().accepts(word("fast"), nullptr));
+    REQUIRE(StyleVocabulary::valuesOf("Top", "mode").size() == 2);
+    CHECK(StyleVocabulary::valuesOf("Top", "mode").front().accepts(word("turbo"), nullptr));
+    CHECK(StyleVocabulary::valuesOf("Base", "own").size() == 1);
+    for (const char* attribute : {"free", "own", "other"})
+        CHECK(StyleVocabulary::valuesOf("Top", attribute).empty());
+}
+
 TEST_CASE("style vocabulary: types that are based on each other end the search")
 {
     const StyleVocabulary::Registrant types({{"A", "B", {"a"}}, {"B", "A", {"b"}}});

@@ -21,6 +21,18 @@ TEST_CASE("style engine: a declaration writes layer 1, which run time values cov
     CHECK(node.width == 1.f);
 }
 
+TEST_CASE("style engine: a variable that no sheet has is told when all sheets are there, also where nothing matches")
+{
+    StyleFixture fixture;
+    fixture.sheet(".never { width: var(--mine); height: var(--wdth) } .never { width: var(--none, 1px); --own: var(--none) }");
+    fixture.sheet("N { --mine: 3; --width: 4 } .other { width: var(--x, var(--none)) }");
+    expectWarning(
+        "StyleEngine # test.css:1:30: height: there is no variable '--wdth' (did you mean '--width'?); the default is used");
+    fixture.engine.beginAnimations();
+    fixture.engine.beginAnimations();
+    fixture.add("", "N", "n", "never");
+}
+
 TEST_CASE("style engine: a rule that stops matching withdraws its values, down to the next rule or the default")
 {
     StyleFixture fixture;

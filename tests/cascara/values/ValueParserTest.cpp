@@ -123,6 +123,8 @@ TEST_CASE("value parser: what cannot be part of a value is an error at its place
         {"calc(1px+ 2px)", 9, "unexpected '+'"},
         {"calc(2 -(1))", 8, "unexpected '-'"},
         {"1 calc(1px + 2)", 3, "values of different kinds are put together"},
+        {"1px clac(1px + 2px)", 5, "there is no function 'clac' (did you mean 'calc'?)"},
+        {"blur(1 + 2)", 8, "unexpected '+'"},
         {"calc({})", 6, "unexpected '{'"},
         {"'a\n", 1, "the text is not closed on its line"},
         {"url(a b)", 1, "the url() is malformed: put its address in quotes"},

@@ -97,11 +97,18 @@ TEST_CASE("host types: what libraries, host and plug-in declare for style sheets
     (void)Host::FlyingPicture::addTo(main, QImage(2, 2, QImage::Format_RGB32), {}, *field);
     main.addOperator(Bedrock::makeIntrusive<Tavola::LaunchedContentOperator>(false, Vecta::Vector2f{}, 1.f));
 
+    for (const char* made : {"track-tessels-on-widget", "placement", "keep-clear", "in-use", "stays", "opened-classes"})
+        CHECK(Cascara::LazyAttributeManager::create(main, made));
+    CHECK(Cascara::LazyAttributeManager::create(*field, "takes-focus"));
+
     TestSupport::DeclaredTypes types;
     add(types, *open.table->application().mainLayer());
     types.check();
+    for (const char* made : {"track-tessels-on-widget", "placement", "takes-focus", "opened-classes", "menu-style", "card-color"})
+        CHECK_MESSAGE(types.hasCompared(made), made);
     for (const QString& type : StyleVocabulary::types()) {
-        // Made when cards or fingers come; most declare nothing of their own.
+        // Made when cards or fingers come: those of the host declare nothing of their own; the plug-in's own tests have the
+        // others.
         static const QStringList kOthers{"CardSign",
                                          "InputArea",
                                          "InputMark",

@@ -25,6 +25,13 @@ struct Folder
         return path;
     }
 };
+
+Facet::StyleValue wordValue(const char* word)
+{
+    Facet::StyleValue value;
+    value.terms.append({Facet::StyleTerm::Kind::Ident, QLatin1String(word), 0.0, {}});
+    return value;
+}
 }
 
 TEST_CASE("package: declares components by name")
@@ -143,14 +150,21 @@ TEST_CASE("package: declares what style sheets may say of its widgets, and what 
 {
     const Folder folder;
     const QString path = folder.write(R"({ "components": {}, "styles": {
-        "Frame": { "is": "Widget", "attributes": ["frame-width", "gilt"], "classes": ["old"], "states": ["empty"] },
+        "Frame": { "is": "Widget", "attributes": { "frame-width": "number", "material": ["oak", "gilt"] }, "classes": ["old"], "states": ["empty"] },
         "Bare": {},
-        "NoObject": 1, "NoList": { "attributes": "gilt" }, "NoNames": { "states": [1] }, "NoType": { "is": 1 },
+        "NoObject": 1, "NoList": { "classes": "gilt" }, "NoAttributes": { "attributes": ["gilt"] },
+        "NoKind": { "attributes": { "gilt": "numbers" } }, "NoWords": { "attributes": { "gilt": ["a", 1] } }, "NoNames": { "states": [1] }, "NoType": { "is": 1 },
         "Unknown": { "atributes": [] } } })");
     const std::string start = "Package::load # " + path.toStdString() + ": style \"";
     TestSupport::expectWarning(start
-                               + "NoObject\": expected an object such as { \"is\": \"Widget\", \"attributes\": [] }; skipped");
-    TestSupport::expectWarning(start + "NoList\": \"attributes\" must be a list of names; skipped");
+                               + "NoObject\": expected an object such as { \"is\": \"Widget\", \"attributes\": {} }; skipped");
+    TestSupport::expectWarning(start + "NoList\": \"classes\" must be a list of names; skipped");
+    TestSupport::expectWarning(
+        start + "NoAttributes\": \"attributes\" must be an object of names and of how their values are written; skipped");
+    for (const char* type : {"NoKind", "NoWords"})
+        TestSupport::expectWarning(start + type
+                                   + "\": the values of \"gilt\" must be one of yes/no, number, whole number, text, list, "
+                                     "colour, or a list of words; skipped");
     TestSupport::expectWarning(start + "NoNames\": \"states\" must be a list of names; skipped");
     TestSupport::expectWarning(start + "NoType\": \"is\" must be the name of a type; skipped");
     TestSupport::expectWarning(start
@@ -162,7 +176,12 @@ TEST_CASE("package: declares what style sheets may say of its widgets, and what 
     const Cascara::StyleType& frame = package->styleTypes()[1];
     CHECK(frame.name == "Frame");
     CHECK(frame.base == "Widget");
-    CHECK(frame.attributes == QStringList{"frame-width", "gilt"});
+    REQUIRE(frame.attributes.size() == 2);
+    CHECK(frame.attributes[0].name() == "frame-width");
+    CHECK(frame.attributes[0].judges());
+    CHECK_FALSE(frame.attributes[0].accepts(wordValue("oak"), nullptr));
+    CHECK(frame.attributes[1].accepts(wordValue("oak"), nullptr));
+    CHECK_FALSE(frame.attributes[1].accepts(wordValue("pine"), nullptr));
     CHECK(frame.classes == QStringList{"old"});
     CHECK(frame.states == QStringList{"empty"});
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Bedrock/Export.hpp>
+#include <Cascara/StyleAttribute.hpp>
 
 #include <QByteArray>
 #include <QStringList>
@@ -22,7 +23,7 @@ struct StyleType
     QByteArray name;
     /// The type whose attributes, classes and states these nodes have as well; empty for none.
     QByteArray base;
-    QStringList attributes;
+    std::vector<StyleAttribute> attributes;
     /// Classes that the program gives them.
     QStringList classes{};
     /// Pseudo-classes that the program sets on them.
@@ -62,6 +63,8 @@ public:
     [[nodiscard]] static QStringList attributesOf(const QString& type);
     [[nodiscard]] static QStringList classesOf(const QString& type);
     [[nodiscard]] static QStringList statesOf(const QString& type);
+    /// The declarations of the type's attribute that say how values are written: a value is right that one of them accepts.
+    [[nodiscard]] static std::vector<StyleAttribute> valuesOf(const QString& type, const QString& attribute);
     /// The types that declare the name themselves, sorted: types based on them have it, too.
     [[nodiscard]] static QStringList typesWithAttribute(const QString& attribute);
     [[nodiscard]] static QStringList typesWithState(const QString& state);

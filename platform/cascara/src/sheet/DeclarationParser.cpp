@@ -6,6 +6,7 @@
 #include "values/FontSize.hpp"
 #include "values/InheritedValues.hpp"
 #include "values/ValueParser.hpp"
+#include "values/ValueSuggestion.hpp"
 #include "values/Variables.hpp"
 
 #include <Facet/NameTable.hpp>
@@ -126,12 +127,16 @@ void DeclarationParser::parseDeclaration(Rule& rule, int first, int end)
         skipped(name, expected);
     } else if (isShorthand(attribute)) {
         if (!addShorthand(rule, attribute, declaration, expected))
-            skipped(token(position), QStringLiteral("%1: %2, got '%3'").arg(name.text, expected, declaration.value.toString()));
+            skipped(token(position),
+                    QStringLiteral("%1: %2, got '%3'")
+                        .arg(name.text, withSuggestion(expected, declaration.value), declaration.value.toString()));
     } else {
         const int longhand = motionLonghand(attribute);
         const bool isKnown = longhand >= 0 && !declaration.tokens && wideKeyword(declaration.value) == WideKeyword::None;
         if (isKnown && !checkMotionValue(MotionLonghand(longhand), declaration.value, expected))
-            skipped(token(position), QStringLiteral("%1: %2, got '%3'").arg(name.text, expected, declaration.value.toString()));
+            skipped(token(position),
+                    QStringLiteral("%1: %2, got '%3'")
+                        .arg(name.text, withSuggestion(expected, declaration.value), declaration.value.toString()));
         else
             add(rule, attribute, std::move(declaration));
     }

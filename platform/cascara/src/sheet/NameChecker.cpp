@@ -2,6 +2,7 @@
 
 #include "sheet/SheetWarnings.hpp"
 #include "values/InheritedValues.hpp"
+#include "values/ValueSuggestion.hpp"
 
 #include <Cascara/StyleVocabulary.hpp>
 #include <Facet/AttributeDeclaration.hpp>
@@ -118,6 +119,15 @@ const QStringList& NameChecker::owners(const QString& attribute)
     return *found;
 }
 
+const std::vector<StyleAttribute>& NameChecker::valuesOf(const QString& type, const QString& attribute)
+{
+    const QPair<QString, QString> key{type, attribute};
+    auto found = m_values.find(key);
+    if (found == m_values.end())
+        found = m_values.insert(key, StyleVocabulary::valuesOf(type, attribute));
+    return *found;
+}
+
 void NameChecker::checkName(const SelectorName& name)
 {
     if (name.feature.kind == Feature::Kind::PseudoClass) {
@@ -164,7 +174,7 @@ void NameChecker::checkRule(const Rule& rule)
 void NameChecker::checkAttribute(const Declaration& declaration, const QString& attribute)
 {
     if (isInheritedAttribute(declaration.attribute)) { // right on every widget
-        checkValue(declaration);
+        checkValue(declaration, attribute, {});
         return;
     }
     const QStringList& owners = this->owners(attribute);
@@ -177,11 +187,13 @@ void NameChecker::checkAttribute(const Declaration& declaration, const QString& 
                        + Facet::didYouMean(attribute, StyleVocabulary::attributes() + Facet::AttributeDeclaration::knownNames()));
         return;
     }
-    checkValue(declaration);
+    if (m_matched.empty()) // keyframes
+        checkValue(declaration, attribute, owners);
     for (const auto& types : m_matched) {
         const auto mayHaveIt = [&](const QString& type) {
             return !typeNamed(type).isDeclared || typeNamed(type).attributes.contains(attribute);
         };
+        checkValue(declaration, attribute, types && !types->isEmpty() ? *types : owners);
         if (declaration.isReported || !types || types->isEmpty() || std::any_of(types->begin(), types->end(), mayHaveIt))
             continue;
         report(declaration,
@@ -191,13 +203,29 @@ void NameChecker::checkAttribute(const Declaration& declaration, const QString& 
     }
 }
 
-/// A value is wrong when no attribute of that name takes it. What has variables or depends on the font size shows in a node.
-void NameChecker::checkValue(const Declaration& declaration)
+/// A value is wrong when it is the one of no type: by its declaration, or else by the attributes of that name that there are.
+/// What has variables or depends on the font size shows in a node.
+void NameChecker::checkValue(const Declaration& declaration, const QString& attribute, const QStringList& types)
 {
+    if (!declaration.isConstant() || declaration.isReported)
+        return;
     QString expected;
-    if (declaration.isConstant() && !declaration.isReported
-        && !Facet::AttributeDeclaration::anyAccepts(Facet::AttributeName(declaration.attribute), declaration.value, &expected))
-        report(declaration, QStringLiteral("%1, got '%2'").arg(expected, declaration.value.toString()));
+    const auto isAccepted = [&](const QString& type) {
+        QString complaint;
+        const auto& values = valuesOf(type, attribute);
+        const bool accepts = values.empty()
+            ? Facet::AttributeDeclaration::anyAccepts(Facet::AttributeName(declaration.attribute), declaration.value, &complaint)
+            : std::any_of(values.begin(), values.end(),
+                          [&](const StyleAttribute& own) { return own.accepts(declaration.value, &complaint); });
+        // Of several complaints the one that suggests something.
+        if (expected.isEmpty() || complaint.contains(QLatin1String("(did you mean")))
+            expected = complaint;
+        return accepts;
+    };
+    if (types.isEmpty() ? !isAccepted(QString()) : std::none_of(types.begin(), types.end(), isAccepted))
+        report(declaration,
+               QStringLiteral("%1, got '%2'")
+                   .arg(withFunctionSuggestion(expected, declaration.value), declaration.value.toString()));
 }
 
 void NameChecker::report(const Declaration& declaration, const QString& text)

@@ -2,7 +2,10 @@
 
 #include "sheet/StyleSheet.hpp"
 
+#include <Cascara/StyleAttribute.hpp>
+
 #include <QHash>
+#include <QPair>
 #include <QStringList>
 
 #include <functional>
@@ -11,7 +14,7 @@
 namespace Cascara
 {
 /// Compares a style sheet with StyleVocabulary: types, states, attributes against every type that the selector of their rule can
-/// match, and values with the attributes of the samples. Main thread only.
+/// match, and values with what is declared of them or the attributes of the samples. Main thread only.
 class NameChecker
 {
 public:
@@ -29,7 +32,7 @@ private:
     void checkState(const SelectorName& name);
     void checkRule(const Rule& rule);
     void checkAttribute(const Declaration& declaration, const QString& attribute);
-    void checkValue(const Declaration& declaration);
+    void checkValue(const Declaration& declaration, const QString& attribute, const QStringList& types);
     void report(const Declaration& declaration, const QString& text);
 
     /// What is declared for a type; looked up once.
@@ -40,6 +43,8 @@ private:
         QStringList states;
     };
     const Type& typeNamed(const QString& name);
+    /// How values of the type's attribute are written, where that is declared.
+    const std::vector<StyleAttribute>& valuesOf(const QString& type, const QString& attribute);
     /// The types that declare the attribute.
     const QStringList& owners(const QString& attribute);
     /// As much is wrong as is told.
@@ -48,6 +53,7 @@ private:
     StyleSheet& m_sheet;
     QHash<QString, Type> m_types;
     QHash<QString, QStringList> m_owners;
+    QHash<QPair<QString, QString>, std::vector<StyleAttribute>> m_values; ///< by type and attribute
     const IsMadeLater& m_isMadeLater;
     /// Of the rule at hand, for each selector of its list: the declared types that it can match; nothing where it can match any.
     std::vector<std::optional<QStringList>> m_matched;

@@ -29,6 +29,24 @@ QStringList sorted(QStringList names)
     return names;
 }
 
+QStringList attributesIn(const StyleType& type)
+{
+    QStringList names;
+    for (const StyleAttribute& attribute : type.attributes)
+        names.append(attribute.name());
+    return names;
+}
+
+QStringList classesIn(const StyleType& type)
+{
+    return type.classes;
+}
+
+QStringList statesIn(const StyleType& type)
+{
+    return type.states;
+}
+
 template <class List>
 QStringList all(List list)
 {
@@ -38,10 +56,10 @@ QStringList all(List list)
     return sorted(std::move(result));
 }
 
-/// The list of the type and of those it is based on.
-QStringList allOf(const QString& type, QStringList StyleType::*list)
+/// Calls `function` with all that is declared of the type: of itself, and of those it is based on.
+template <class Function>
+void forEachOf(const QString& type, Function function)
 {
-    QStringList names;
     QList<QByteArray> open{type.toUtf8()};
     QList<QByteArray> seen;
     while (!open.isEmpty()) {
@@ -53,17 +71,25 @@ QStringList allOf(const QString& type, QStringList StyleType::*list)
             if (entry.type.name != next)
                 continue;
             if (entry.type.isForOthers || next == type.toUtf8())
-                names += entry.type.*list;
+                function(entry.type);
             open.append(entry.type.base);
         }
     }
+}
+
+template <class List>
+QStringList allOf(const QString& type, List list)
+{
+    QStringList names;
+    forEachOf(type, [&](const StyleType& declared) { names += list(declared); });
     return sorted(std::move(names));
 }
 
-QStringList typesWith(const QString& name, QStringList StyleType::*list)
+template <class List>
+QStringList typesWith(const QString& name, List list)
 {
     return all([&](const StyleType& type) {
-        return (type.*list).contains(name) ? QStringList{QString::fromUtf8(type.name)} : QStringList{};
+        return list(type).contains(name) ? QStringList{QString::fromUtf8(type.name)} : QStringList{};
     });
 }
 }
@@ -87,12 +113,12 @@ QStringList StyleVocabulary::types()
 
 QStringList StyleVocabulary::attributes()
 {
-    return all([](const StyleType& type) { return type.attributes; });
+    return all(attributesIn);
 }
 
 QStringList StyleVocabulary::states()
 {
-    return all([](const StyleType& type) { return type.states; });
+    return all(statesIn);
 }
 
 bool StyleVocabulary::hasType(const QString& type)
@@ -102,22 +128,33 @@ bool StyleVocabulary::hasType(const QString& type)
 
 QStringList StyleVocabulary::attributesOf(const QString& type)
 {
-    return allOf(type, &StyleType::attributes);
+    return allOf(type, attributesIn);
 }
 
 QStringList StyleVocabulary::classesOf(const QString& type)
 {
-    return allOf(type, &StyleType::classes);
+    return allOf(type, classesIn);
 }
 
 QStringList StyleVocabulary::statesOf(const QString& type)
 {
-    return allOf(type, &StyleType::states);
+    return allOf(type, statesIn);
+}
+
+std::vector<StyleAttribute> StyleVocabulary::valuesOf(const QString& type, const QString& attribute)
+{
+    std::vector<StyleAttribute> result;
+    forEachOf(type, [&](const StyleType& declared) {
+        for (const StyleAttribute& own : declared.attributes)
+            if (own.name() == attribute && own.judges())
+                result.push_back(own);
+    });
+    return result;
 }
 
 QStringList StyleVocabulary::typesWithAttribute(const QString& attribute)
 {
-    return typesWith(attribute, &StyleType::attributes);
+    return typesWith(attribute, attributesIn);
 }
 
 std::vector<std::shared_ptr<Facet::Node>> StyleVocabulary::makeSamples()
@@ -132,6 +169,6 @@ std::vector<std::shared_ptr<Facet::Node>> StyleVocabulary::makeSamples()
 
 QStringList StyleVocabulary::typesWithState(const QString& state)
 {
-    return typesWith(state, &StyleType::states);
+    return typesWith(state, statesIn);
 }
 }

@@ -4,6 +4,7 @@
 #include "style/StyleEnginePrivate.hpp"
 #include "values/FontSize.hpp"
 #include "values/ValueParser.hpp"
+#include "values/ValueSuggestion.hpp"
 
 #include <utility>
 
@@ -129,7 +130,7 @@ std::shared_ptr<const Facet::StyleValue> DeclaredValue::sharedValue() const
 void DeclaredValue::reportUnfit(const QString& expected) const
 {
     const QString got = m_declaration.tokens ? m_origin : QStringLiteral(", got '%1'").arg(m_declaration.value.toString());
-    reportDeclaration(m_declaration, expected + got + fallback());
+    reportDeclaration(m_declaration, withFunctionSuggestion(expected, value()) + got + fallback());
 }
 
 QString DeclaredValue::fallback() const

@@ -1,7 +1,9 @@
 #include "style/LoadedSheets.hpp"
 
 #include "motion/AnimationList.hpp"
+#include "sheet/SheetMessages.hpp"
 #include "style/DeclaredValue.hpp"
+#include "values/Variables.hpp"
 
 #include <Facet/NearestWord.hpp>
 
@@ -9,6 +11,34 @@
 
 namespace Cascara
 {
+namespace
+{
+void reportMissingKeyframes(const Declaration& declaration, const QStringList& known)
+{
+    MotionValues values{};
+    values[std::size_t(MotionLonghand::AnimationName)] = &declaration.value;
+    AnimationList list;
+    QString ignored;
+    (void)AnimationList::read(values, list, ignored);
+    for (const Animation& animation : list.all())
+        if (!known.contains(animation.name))
+            reportDeclaration(declaration,
+                              QStringLiteral("there are no @keyframes '%1'%2; nothing moves")
+                                  .arg(animation.name, Facet::didYouMean(animation.name, known)));
+}
+
+void reportMissingVariables(const Declaration& declaration, const QSet<QString>& known)
+{
+    for (const QString& name : requiredVariables(*declaration.tokens))
+        if (!known.contains(name))
+            reportDeclaration(declaration,
+                              QStringLiteral("there is no variable '%1'%2; %3")
+                                  .arg(name, Facet::didYouMean(name, known.values()),
+                                       declaration.isInherited ? QStringLiteral("the inherited value is used")
+                                                               : QStringLiteral("the default is used")));
+}
+}
+
 void LoadedSheets::add(Sheets sheets)
 {
     for (auto& sheet : sheets)
@@ -55,26 +85,31 @@ QStringList LoadedSheets::keyframeNames() const
     return names;
 }
 
-void LoadedSheets::reportMissingKeyframes()
+QSet<QString> LoadedSheets::variableNames() const
+{
+    QSet<QString> names;
+    for (const auto& sheet : m_sheets)
+        for (const auto& rule : sheet->rules)
+            for (const Declaration& declaration : rule->declarations)
+                if (declaration.isVariable)
+                    names << QString::fromUtf8(declaration.attribute);
+    return names;
+}
+
+void LoadedSheets::reportMissing()
 {
     if (std::exchange(m_isChecked, true))
         return;
-    const QStringList known = keyframeNames();
+    const SheetMessages::Collection inOrder;
+    const QStringList keyframes = keyframeNames();
+    const QSet<QString> variables = variableNames();
     for (const auto& sheet : m_sheets)
         for (const auto& rule : sheet->rules)
             for (const Declaration& declaration : rule->declarations) {
-                if (declaration.motionLonghand != int(MotionLonghand::AnimationName) || !declaration.isConstant())
-                    continue;
-                MotionValues values{};
-                values[std::size_t(MotionLonghand::AnimationName)] = &declaration.value;
-                AnimationList list;
-                QString ignored;
-                (void)AnimationList::read(values, list, ignored);
-                for (const Animation& animation : list.all())
-                    if (!known.contains(animation.name))
-                        reportDeclaration(declaration,
-                                          QStringLiteral("there are no @keyframes '%1'%2; nothing moves")
-                                              .arg(animation.name, Facet::didYouMean(animation.name, known)));
+                if (declaration.motionLonghand == int(MotionLonghand::AnimationName) && declaration.isConstant())
+                    reportMissingKeyframes(declaration, keyframes);
+                else if (declaration.tokens && !declaration.isVariable && !declaration.isFollowing)
+                    reportMissingVariables(declaration, variables);
             }
 }
 }

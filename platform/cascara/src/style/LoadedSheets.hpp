@@ -2,6 +2,7 @@
 
 #include "sheet/StyleSheet.hpp"
 
+#include <QSet>
 #include <QStringList>
 
 #include <memory>
@@ -25,12 +26,13 @@ public:
     bool updateRulesInForce(const Media& media);
     /// The last of that name that is in force; null for none.
     [[nodiscard]] std::shared_ptr<const Keyframes> findKeyframes(const QString& name) const;
-    /// Warns, once for each declaration, of names that no sheet has keyframes for. A later sheet may have them: to be called when
-    /// all are there.
-    void reportMissingKeyframes();
+    /// Warns, once for each declaration, of keyframes and variables that no sheet has, also in rules that match nothing yet. A
+    /// later sheet may have them: to be called when all are there.
+    void reportMissing();
 
 private:
     [[nodiscard]] QStringList keyframeNames() const;
+    [[nodiscard]] QSet<QString> variableNames() const;
 
     Sheets m_sheets;
     Sheets m_retired;

@@ -196,7 +196,7 @@ void Restyler::advance(double seconds)
 
 void Restyler::beginAnimations()
 {
-    m_sheets.reportMissingKeyframes();
+    m_sheets.reportMissing();
     m_animations.begin(m_sheets, m_media.reducesMotion);
 }
 

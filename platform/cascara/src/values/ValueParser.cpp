@@ -1,5 +1,7 @@
 #include "values/ValueParser.hpp"
 
+#include "values/ValueSuggestion.hpp"
+
 #include <Facet/StyleMath.hpp>
 
 #include <QDir>
@@ -133,8 +135,13 @@ bool ValueParser::parseFunction(int& position, int end, Facet::StyleValue& resul
     const bool terms = parseTerms(position, end, true, result);
     m_mathDepth -= isMath ? 1 : 0;
     --m_depth;
-    if (!terms)
-        return false;
+    if (!terms) {
+        // What may stand in it is known of no other function.
+        const QString suggestion = isMath ? QString() : functionSuggestion(function.text);
+        return suggestion.isEmpty()
+            ? false
+            : fail(function, QStringLiteral("there is no function '%1'%2").arg(function.text, suggestion));
+    }
     if (function.text.compare(QLatin1String("url"), Qt::CaseInsensitive) == 0) {
         if (result.terms.size() != index + 2 || result.terms[index + 1].kind != StyleTerm::Kind::String)
             return fail(function, QStringLiteral("the url() is malformed: expected one quoted text"));

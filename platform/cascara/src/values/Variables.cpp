@@ -141,56 +141,6 @@ std::vector<int> VariableSet::difference(const VariableSet* a, const VariableSet
     return result;
 }
 
-namespace
-{
-bool isReference(const Token& token)
-{
-    return token.kind == Kind::Function && token.text.compare(QLatin1String("var"), Qt::CaseInsensitive) == 0;
-}
-
-/// The index of the parenthesis that closes the function at `function`, or `end`.
-int closingOf(const Tokens& tokens, int function, int end)
-{
-    int open = 0;
-    for (int i = function; i < end; ++i) {
-        const Kind kind = tokens.list[std::size_t(i)].kind;
-        if (kind == Kind::Function || kind == Kind::OpenRound)
-            ++open;
-        else if (kind == Kind::CloseRound && --open == 0)
-            return i;
-    }
-    return end;
-}
-
-/// The parts of a `var()`.
-struct Reference
-{
-    int name;     ///< index of the token
-    int fallback; ///< index of its first token, -1 for none
-    int close;
-};
-
-Reference referenceAt(const Tokens& tokens, int function, int end)
-{
-    Reference result{function + 1, -1, closingOf(tokens, function, end)};
-    const auto skipBlanks = [&](int i) {
-        while (i < result.close && tokens.list[std::size_t(i)].kind == Kind::Whitespace)
-            ++i;
-        return i;
-    };
-    result.name = skipBlanks(result.name);
-    const int comma = skipBlanks(result.name + 1);
-    if (comma < result.close && tokens.list[std::size_t(comma)].kind == Kind::Comma)
-        result.fallback = comma + 1;
-    return result;
-}
-
-int numberOf(const Token& token)
-{
-    return Facet::NameTable::instance().number(token.text.toUtf8());
-}
-}
-
 bool VariableSubstitution::run(const Tokens& tokens, Tokens& result)
 {
     result.source.clear();
@@ -211,9 +161,9 @@ bool VariableSubstitution::expand(const Tokens& tokens, int first, int end, Toke
                 return false;
             continue;
         }
-        const Reference reference = referenceAt(tokens, i, end);
+        const VariableReference reference = referenceAt(tokens, i, end);
         const Token& name = tokens.list[std::size_t(reference.name)];
-        const Variable* variable = m_variables ? m_variables->find(numberOf(name)) : nullptr;
+        const Variable* variable = m_variables ? m_variables->find(variableNumber(name)) : nullptr;
         i = reference.close;
         if (variable && variable->value) {
             m_sources.append(QStringLiteral("%1 (%2)").arg(name.text, variable->place));
@@ -225,7 +175,7 @@ bool VariableSubstitution::expand(const Tokens& tokens, int first, int end, Toke
             if (!expand(tokens, reference.fallback, reference.close, result))
                 return false;
         } else {
-            m_missing = variable ? variable->missing : numberOf(name);
+            m_missing = variable ? variable->missing : variableNumber(name);
             m_fault = variable
                 ? QStringLiteral("the variable '%1' (%2) is invalid: %3").arg(name.text, variable->place, variable->fault)
                 : QStringLiteral("there is no variable '%1'").arg(name.text)
@@ -255,88 +205,6 @@ bool VariableSubstitution::append(const Tokens& tokens, int index, Tokens& resul
     token.start = start;
     token.end = start + length;
     result.list.push_back(std::move(token));
-    return true;
-}
-
-Tokens cutOut(const Tokens& tokens, int first, int end)
-{
-    Tokens result;
-    const int start = tokens.list[std::size_t(first)].start;
-    const int length = first < end ? tokens.list[std::size_t(end) - 1].end - start : 0;
-    result.source = tokens.source.mid(start, length);
-    result.list.assign(tokens.list.begin() + first, tokens.list.begin() + end);
-    Token last = tokens.list[std::size_t(end)];
-    last.kind = Kind::End;
-    last.start = last.end = start + length;
-    result.list.push_back(last);
-    for (Token& token : result.list) {
-        token.start -= start;
-        token.end -= start;
-    }
-    return result;
-}
-
-bool namesVariables(const Tokens& tokens, int first, int end)
-{
-    return std::any_of(tokens.list.begin() + first, tokens.list.begin() + end, isReference);
-}
-
-void collectVariables(const Tokens& tokens, std::vector<int>& names)
-{
-    const int end = int(tokens.list.size()) - 1;
-    for (int i = 0; i < end; ++i)
-        if (isReference(tokens.list[std::size_t(i)]))
-            names.push_back(numberOf(tokens.list[std::size_t(referenceAt(tokens, i, end).name)]));
-}
-
-bool checkVariableTokens(const Tokens& tokens, int first, int end, StyleSheetError& error)
-{
-    const auto fail = [&error](const Token& where, const QString& text) {
-        error = {where.line, where.column, text};
-        return false;
-    };
-    struct Open
-    {
-        Kind closing;
-        bool isReference;
-    };
-    std::vector<Open> open;
-    for (int i = first; i < end; ++i) {
-        const Token& token = tokens.list[std::size_t(i)];
-        const bool isMark = token.kind == Kind::Delim && token.text == QLatin1String("!");
-        if ((isMark || token.kind == Kind::Semicolon) && (open.empty() || open.back().isReference))
-            return fail(token, QStringLiteral("unexpected '%1'").arg(token.text));
-        switch (token.kind) {
-        case Kind::BadString: return fail(token, QStringLiteral("the text is not closed on its line"));
-        case Kind::BadUrl: return fail(token, QStringLiteral("the url() is malformed: put its address in quotes"));
-        case Kind::OpenCurly: open.push_back({Kind::CloseCurly, false}); break;
-        case Kind::OpenSquare: open.push_back({Kind::CloseSquare, false}); break;
-        case Kind::OpenRound:
-        case Kind::Function: open.push_back({Kind::CloseRound, isReference(token)}); break;
-        case Kind::CloseCurly:
-        case Kind::CloseSquare:
-        case Kind::CloseRound:
-            if (open.empty() || open.back().closing != token.kind)
-                return fail(token, QStringLiteral("unexpected '%1'").arg(tokens.textBetween(i, i + 1)));
-            open.pop_back();
-            break;
-        default: break;
-        }
-        if (int(open.size()) > kDeepestNesting)
-            return fail(token, QStringLiteral("functions are nested too deeply: at most %1").arg(kDeepestNesting));
-        if (!isReference(token))
-            continue;
-        const Reference reference = referenceAt(tokens, i, end);
-        const Token& name = tokens.list[std::size_t(reference.name)];
-        if (reference.name >= reference.close || name.kind != Kind::Ident || name.text.size() < 3
-            || !name.text.startsWith(QLatin1String("--")))
-            return fail(name, QStringLiteral("expected the name of a variable, such as '--name', in 'var()'"));
-        int after = reference.name + 1;
-        while (after < reference.close && tokens.list[std::size_t(after)].kind == Kind::Whitespace)
-            ++after;
-        if (after < reference.close && reference.fallback < 0)
-            return fail(tokens.list[std::size_t(after)], QStringLiteral("expected ',' or ')' in 'var()'"));
-    }
     return true;
 }
 }

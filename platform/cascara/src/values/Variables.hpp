@@ -1,6 +1,7 @@
 #pragma once
 
 #include "syntax/Token.hpp"
+#include "values/VariableReferences.hpp"
 
 #include <QStringList>
 
@@ -75,13 +76,4 @@ private:
     int m_missing = 0;
     QStringList m_sources;
 };
-
-/// The tokens `first` to `end` (exclusive) by themselves.
-[[nodiscard]] Tokens cutOut(const Tokens& tokens, int first, int end);
-/// Whether there is a `var()` among the tokens.
-[[nodiscard]] bool namesVariables(const Tokens& tokens, int first, int end);
-/// The numbers of the variables named by `var()`, those in fallbacks too.
-void collectVariables(const Tokens& tokens, std::vector<int>& names);
-/// Whether the tokens may stand in a definition, or in a value with `var()`. If not, `error` says what is wrong.
-[[nodiscard]] bool checkVariableTokens(const Tokens& tokens, int first, int end, StyleSheetError& error);
 }

@@ -34,7 +34,9 @@ private:
 ///     { "package": "frames", "components": { "picture-frame": { "type": "widget", "slots": ["picture"] } } }
 /// "restrictions" beside "slots" lists the attributes without which the component must not be used; see Schema. What style sheets
 /// may say of the plug-in's widgets stands there, too; see Cascara::StyleType:
-///     "styles": { "FrameWidget": { "is": "Widget", "attributes": ["frame-width"], "classes": ["gilded"], "states": ["empty"] } }
+///     "styles": { "FrameWidget": { "is": "Widget", "attributes": { "frame-width": "number", "material": ["oak", "gilt"] },
+///                                  "classes": ["old"], "states": ["empty"] } }
+/// How values are written is a list of words, or one of Cascara::StyleAttribute::kinds.
 class TAVOLA_EXPORT Package
 {
 public:

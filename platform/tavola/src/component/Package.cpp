@@ -32,19 +32,47 @@ QStringList namesOf(const QJsonValue& value)
     return names;
 }
 
+QString complaintAboutAttributes(const QJsonValue& attributes)
+{
+    if (!attributes.isObject())
+        return QStringLiteral("\"attributes\" must be an object of names and of how their values are written");
+    const QJsonObject object = attributes.toObject();
+    for (auto entry = object.begin(); entry != object.end(); ++entry)
+        if (!isListOfNames(entry.value()) && !Cascara::StyleAttribute::kinds().contains(entry.value().toString()))
+            return QStringLiteral("the values of \"%1\" must be one of %2, or a list of words")
+                .arg(entry.key(), Cascara::StyleAttribute::kinds().join(QStringLiteral(", ")));
+    return {};
+}
+
+std::vector<Cascara::StyleAttribute> attributesOf(const QJsonObject& attributes)
+{
+    std::vector<Cascara::StyleAttribute> result;
+    for (auto entry = attributes.begin(); entry != attributes.end(); ++entry) {
+        if (entry.value().isArray())
+            result.emplace_back(entry.key(), namesOf(entry.value()));
+        else
+            result.emplace_back(entry.key(), entry.value().toString());
+    }
+    return result;
+}
+
 /// What is wrong with the declaration of a type of widgets; empty for a good one.
 QString complaintAboutStyles(const QJsonValue& declaration)
 {
-    static const QStringList kLists{QStringLiteral("attributes"), QStringLiteral("classes"), QStringLiteral("states")};
+    static const QStringList kLists{QStringLiteral("classes"), QStringLiteral("states")};
     if (!declaration.isObject())
-        return QStringLiteral("expected an object such as { \"is\": \"Widget\", \"attributes\": [] }");
+        return QStringLiteral("expected an object such as { \"is\": \"Widget\", \"attributes\": {} }");
     const QJsonObject object = declaration.toObject();
     for (auto entry = object.begin(); entry != object.end(); ++entry) {
         if (entry.key() == QLatin1String("is")) {
             if (!entry.value().isString())
                 return QStringLiteral("\"is\" must be the name of a type");
+        } else if (entry.key() == QLatin1String("attributes")) {
+            if (const QString complaint = complaintAboutAttributes(entry.value()); !complaint.isEmpty())
+                return complaint;
         } else if (!kLists.contains(entry.key())) {
-            return QStringLiteral("unknown entry \"%1\"; known are is, %2").arg(entry.key(), kLists.join(QStringLiteral(", ")));
+            return QStringLiteral("unknown entry \"%1\"; known are is, attributes, %2")
+                .arg(entry.key(), kLists.join(QStringLiteral(", ")));
         } else if (!isListOfNames(entry.value())) {
             return QStringLiteral("\"%1\" must be a list of names").arg(entry.key());
         }
@@ -137,7 +165,7 @@ std::shared_ptr<Package> Package::fromJson(const QJsonObject& json, const QStrin
         }
         const QJsonObject declaration = entry.value().toObject();
         package->m_styleTypes.push_back({entry.key().toUtf8(), declaration.value(QLatin1String("is")).toString().toUtf8(),
-                                         namesOf(declaration.value(QLatin1String("attributes"))),
+                                         attributesOf(declaration.value(QLatin1String("attributes")).toObject()),
                                          namesOf(declaration.value(QLatin1String("classes"))),
                                          namesOf(declaration.value(QLatin1String("states")))});
     }
