@@ -115,10 +115,10 @@ void PlaceKeeper::surround(PlaceSearch& search, const Guest& guest, const std::v
         else
             search.otherCards.push_back(cardOutline(card, m_pixelPitchMm));
     }
-    // Only what opened before: of two widgets one makes room for the other.
+    // Of two that opened in one frame the second one makes room for the first.
     for (const Guest& other : m_guests) {
-        if (&other == &guest)
-            break;
+        if (&other == &guest || (other.isKept && !other.last))
+            continue;
         const auto widget = other.opening.widget.lock();
         if (other.opening.card.code() != guest.opening.card.code())
             search.others.push_back(outlineAt(*widget, other.isKept ? other.to : centerInScene(*widget)));

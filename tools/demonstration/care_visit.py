@@ -10,11 +10,29 @@ from visit import PRESENTATIONS, Visit, require
 
 SIZE = (1920, 1080)
 STRANGER, ANN, BEN, CARL, NOA = 9009, 1001, 1002, 1003, 1100
-HEBREW_GREETING = "\u05e9\u05dc\u05d5\u05dd, %1"
+HEBREW = {"greeting": "שלום, %1", "page-hint": "גררו תמונות וקישורים לדף הזה.<br>הם מחכים לכם בדף שלכם.",
+          "nothing-yet": "אין כאן עדיין כלום"}
 PLACES = [(1900, 60), (1000, 1060), (20, 540), (1900, 1060), (30, 30), (900, 20)]
 CLOSING = 15.0
 CLOSE, CLOSE_LIFTED, IDLE, TIDY = 60.0, 45.0, 60.0, 90.0  # the presentation's settings
 FRAME = 1 / 60
+
+
+def hebrew_gallery(world):
+    """A copy of the gallery with one card more, whose language runs from the right."""
+    def change(presentation):
+        presentation["languages"] = ["../gallery/languages", "hebrew"]
+        presentation["people"] = "people-and-noa.csv"
+
+    place = world.copy_of("gallery", change)
+    os.mkdir(os.path.join(place, "hebrew"))
+    with open(os.path.join(place, "hebrew", "he.json"), "w", encoding="utf-8") as file:
+        json.dump(HEBREW, file)
+    with open(os.path.join(place, "people.csv"), encoding="utf-8") as people:
+        known = people.read()
+    with open(os.path.join(place, "people-and-noa.csv"), "w", encoding="utf-8") as file:
+        file.write(known + f"{NOA},נועה,noa@museum.example,,personal,he\n")
+    return place
 
 
 class CareVisit(Visit):
@@ -23,23 +41,7 @@ class CareVisit(Visit):
         gallery = os.path.join(PRESENTATIONS, "gallery")
         self.media_server = world.add(MediaServer(world.build, os.path.join(gallery, "media"), world.folder))
         self.announced = [ONLY_HERE]
-        self.open_table(self.with_hebrew(), ["--media-server", self.media_server.address, "--show-input"])
-
-    def with_hebrew(self):
-        """The gallery with one card more, whose language runs from the right."""
-        def change(presentation):
-            presentation["languages"] = ["../gallery/languages", "hebrew"]
-            presentation["people"] = "people-and-noa.csv"
-
-        place = self.world.copy_of("gallery", change)
-        os.mkdir(os.path.join(place, "hebrew"))
-        with open(os.path.join(place, "hebrew", "he.json"), "w", encoding="utf-8") as file:
-            json.dump({"greeting": HEBREW_GREETING}, file)
-        with open(os.path.join(place, "people.csv"), encoding="utf-8") as people:
-            known = people.read()
-        with open(os.path.join(place, "people-and-noa.csv"), "w", encoding="utf-8") as file:
-            file.write(known + f"{NOA},Noa,noa@museum.example,,personal,he\n")
-        return place
+        self.open_table(hebrew_gallery(world), ["--media-server", self.media_server.address, "--show-input"])
 
     def steps(self):
         return [
@@ -255,16 +257,16 @@ class CareVisit(Visit):
             "title": self.title(), "codeOnTheLeft": centre(self.child("qr-icon"))[0] < middle,
             "handleOnTheLeft": centre(by_type(self.space(), "CloseHandle")[0])[0] < middle,
             "hardToRead": judge(self.table.tree(), [self.space()["id"]]).complaints})
-        require(seen == {"title": HEBREW_GREETING.replace("%1", "Noa"), "codeOnTheLeft": True, "handleOnTheLeft": True,
+        require(seen == {"title": HEBREW["greeting"].replace("%1", "נועה"), "codeOnTheLeft": True, "handleOnTheLeft": True,
                          "hardToRead": []}, f"seen: {seen}")
-        self.stage.play(2)
-        self.lift(self.stage.visitors[-1])
-        self.close_by_handle()
 
     def font_size(self, css_id):
         return float(value(by_id(self.table.tree(), css_id)[0], "font-size"))
 
     def switches(self):
+        self.stage.play(2)
+        self.lift(self.stage.visitors[-1])
+        self.close_by_handle()
         sizes = [self.font_size("invitation")]
         self.tap(by_id(self.table.tree(), "larger-south")[0])
         self.stage.play(0.3)

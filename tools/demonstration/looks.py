@@ -15,7 +15,7 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from eight_visit import EightVisit  # noqa: E402
 from photographs import DROP, Looks  # noqa: E402
 from programs import Failure, MediaServer, by_class, by_id, by_type, centre  # noqa: E402
-from state_looks import CardsLooks, DelayedMailLooks, GalleryStates, SignLooks  # noqa: E402
+from state_looks import CardsLooks, DelayedMailLooks, GalleryStates, HebrewLooks, SignLooks  # noqa: E402
 from visit import PRESENTATIONS, ROOT, World  # noqa: E402
 
 
@@ -48,6 +48,7 @@ class Films(Looks):
         self.opening()
         self.dropping()
         self.closing()
+        self.inviting()
         self.tidying()
 
     def film(self, name, part, moments):
@@ -82,8 +83,14 @@ class Films(Looks):
             self.stage.play(1, frame=0.25)
         self.film("closing", (1300, 540, 620, 540), (7,))
 
-    def tidying(self):
+    def inviting(self):
         self.stage.play(3)
+        while "idle" not in self.table.tree()["pseudoClasses"]:
+            self.stage.play(1, frame=0.25)
+        self.stage.play(0.5)
+        self.part("invitation", (740, 160, 800, 800))
+
+    def tidying(self):
         self.drag("night-harbour", (1100, 300))
         self.stage.play(1)
         before = centre(by_id(self.table.tree(), "night-harbour")[0])
@@ -228,7 +235,8 @@ def main():
         Looks.options = ["--language", options.language]
     out = os.path.abspath(options.out)
     os.makedirs(out, exist_ok=True)
-    for looks in (UploadLooks, GalleryStates, SignLooks, Films, take_eight, MailLooks, DelayedMailLooks, CardsLooks):
+    for looks in (UploadLooks, GalleryStates, SignLooks, Films, take_eight, HebrewLooks, MailLooks, DelayedMailLooks,
+                  CardsLooks):
         world = World(os.path.abspath(options.build), tempfile.mkdtemp(prefix="tavola-looks-"), out)
         try:
             looks(world)

@@ -1,6 +1,7 @@
 """Photographs of the states that need something to go wrong, or several cards."""
 import os
 
+from care_visit import NOA, hebrew_gallery
 from photographs import CARD, DROP, Looks
 from programs import MediaServer, by_class, by_id, by_type, centre
 from visit import PRESENTATIONS
@@ -118,6 +119,20 @@ class SignLooks(Looks):
         self.stage.enter(f"at 0.01 card {STRANGER} down 1180 560 angle 270\nat 200 card {STRANGER} up")
         self.stage.play(0.5)
         self.take("people-away", by_type(self.table.tree(), "CardSign")[0], by_class(self.table.tree(), "card-sign-text")[0])
+
+
+class HebrewLooks(Looks):
+    """A space whose language runs from the right."""
+
+    def __init__(self, world):
+        super().__init__(world)
+        media = os.path.join(PRESENTATIONS, "gallery", "media")
+        media_server = world.add(MediaServer(world.build, media, world.folder))
+        self.open_table(hebrew_gallery(world), ["--media-server", media_server.address])
+        self.card(NOA)
+        self.collect()
+        self.table.wait_until("uploads", lambda: all("uploaded" in tile["classes"] for tile in self.tiles()))
+        self.take("right-to-left", self.space())
 
 
 class DelayedMailLooks(Looks):

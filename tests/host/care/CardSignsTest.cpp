@@ -199,3 +199,15 @@ TEST_CASE("card signs: a sign takes neither a touch nor a card from what lies be
     REQUIRE(cardHolder);
     CHECK(&cardHolder->widget() == &content);
 }
+
+TEST_CASE("card signs: a card keeps \"covered\" when the picture under it is taken away")
+{
+    Fixture f;
+    f.table.host.addPerson(1001, QStringLiteral("Ann"));
+    Trellis::Widget& content = f.addContent({200.f, 400.f});
+    f.put(1001, {300.f, 500.f});
+    REQUIRE(f.shows("covered"));
+    content.removeFromParent();
+    f.table.host.frames(2);
+    CHECK(f.shows("covered"));
+}

@@ -55,3 +55,15 @@ TEST_CASE("close handle: shows a ring that gets shorter only while it is about t
     CHECK(handle->remaining() < early);
     CHECK(handle->remaining() > 0.f);
 }
+
+TEST_CASE("close handle: its ring goes in steps, so that it is not drawn anew in each frame")
+{
+    CareTable table;
+    const auto handle = Host::CloseHandle::addTo(table.open(1001, {960.f, 540.f}));
+    handle->setRemaining(0.999f);
+    CHECK(handle->remaining() == 1.f);
+    handle->setRemaining(0.981f);
+    CHECK(handle->remaining() == doctest::Approx(59.f / 60.f));
+    handle->setRemaining(-0.5f);
+    CHECK(handle->remaining() == -1.f);
+}

@@ -89,3 +89,28 @@ TEST_CASE("drop flights: with reduced motion nothing flies, and the content lies
     CHECK_FALSE(flying(table));
     CHECK(table.indexOf(*table.content) < table.indexOf(*table.space));
 }
+
+TEST_CASE("drop flights: what nothing took does not fly to a space over which another person's content hovers")
+{
+    DragTable table;
+    Trellis::Widget& other = table.add("content", {300.f, 700.f}); // nothing that can be collected
+    table.host.frame();
+    table.host.drag(1, kOnContent, kOnSpace);
+    REQUIRE(table.space->hasPseudoClass("valid-hover"));
+    table.host.drag(2, {400.f, 750.f}, kOnSpace + Vecta::Vector2f(10.f, 10.f));
+    other.setPseudoClass("valid-drop", false);
+    table.host.input.fingerUp(2);
+    table.host.frame();
+    CHECK_FALSE(flying(table));
+}
+
+TEST_CASE("drop flights: what covered the content covers it again also where the space lies above both")
+{
+    DragTable table;
+    Trellis::Widget& cover = table.add("content", {450.f, 380.f});
+    table.space->raiseToTop();
+    table.host.frame();
+    table.host.dragAndDrop(1, kOnContent, kOnSpace);
+    CHECK(table.indexOf(*table.content) < table.indexOf(cover));
+    CHECK(table.indexOf(cover) < table.indexOf(*table.space));
+}

@@ -52,6 +52,10 @@ TEST_CASE("keyboard places: a keyboard opens where it covers no other person's w
     other.setCenterLocation(before);
     table.host.frames(3);
     CHECK(desk.keyboard()->mapToScene({}) == before);
+    // It goes along with its field, on the same side.
+    desk.space->setLocation(desk.space->location() + Vector2f(4.f, 0.f));
+    table.host.frame();
+    CHECK((desk.keyboard()->mapToScene({}) - before - Vector2f(4.f, 0.f)).length() < 0.1f);
 }
 
 TEST_CASE("keyboard places: of two keyboards none covers the other")
@@ -66,7 +70,7 @@ TEST_CASE("keyboard places: of two keyboards none covers the other")
     // One that closes makes room.
     bo.keyboard()->close();
     ann.keyboard()->close();
-    table.host.frames(30);
+    table.host.frame(); // they still fade
     bo.open();
     CHECK(bo.keyboard()->mapToScene({}).y < 640.f);
 }
@@ -79,4 +83,18 @@ TEST_CASE("keyboard places: without the host's care a keyboard stands in its usu
     desk.open();
     CHECK(desk.keyboard()->intersects(*desk.space));
     CHECK(isOnTable(*desk.keyboard()));
+}
+
+TEST_CASE("keyboard places: a keyboard keeps its side while its field is moved along the table's edge")
+{
+    CareTable table;
+    Desk desk(table.host, {600.f, 700.f});
+    desk.open();
+    REQUIRE(desk.keyboard()->sceneBounds().bottom() < 700.f);
+    desk.space->setLocation({-180.f, 480.f}); // below there is room again, but for a part of the keyboard's width
+    table.host.frame();
+    CHECK(desk.keyboard()->sceneBounds().bottom() < 480.f);
+    desk.space->setLocation({600.f, 200.f});
+    table.host.frame();
+    CHECK(desk.keyboard()->sceneBounds().y > 500.f);
 }

@@ -48,6 +48,7 @@ TEST_CASE("keyboard search: below its space, moved inwards at the edge, elsewher
          {650.f, 486.f}},
         {"at the lower edge, field in the way", requestAt({600.f, 700.f}, 0.f, 240.f), std::nullopt, Side::Above, {650.f, 486.f}},
         {"stays above while it must", requestAt({600.f, 700.f}), Side::Above, Side::Above, {650.f, 486.f}},
+        {"stays above at the left edge", requestAt({-300.f, 400.f}), Side::Above, Side::Above, {0.f, 186.f}},
         {"comes below when there is room", requestAt({600.f, 200.f}), Side::Above, Side::Below, {650.f, 514.f}},
         {"turned by half a turn", requestAt({1200.f, 600.f}, kHalfTurn), std::nullopt, Side::Below, {1150.f, 286.f}},
         {"turned, at the upper edge", requestAt({1200.f, 500.f}, kHalfTurn), std::nullopt, Side::Below, {1150.f, 200.f}},

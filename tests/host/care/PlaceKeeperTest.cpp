@@ -193,3 +193,51 @@ TEST_CASE("place keeper: with reduced motion the widget is whole in its second f
     table.host.frame();
     CHECK(isWhole(opened));
 }
+
+TEST_CASE("place keeper: one that grows makes room for another person's widget, whichever opened first")
+{
+    CareTable table;
+    Trellis::Widget& first = table.open(1001, {400.f, 540.f});
+    const Trellis::Widget& second = table.open(1002, {1100.f, 540.f});
+    table.host.frames(30);
+    const Vector2f location = second.location();
+    REQUIRE_FALSE(first.intersects(second));
+    first.setSize({760.f, 640.f});
+    table.host.frames(40);
+    CHECK_FALSE(first.intersects(second));
+    CHECK(second.location() == location);
+}
+
+TEST_CASE("place keeper: a widget makes room for the place to which another person's still glides")
+{
+    CareTable table;
+    const Trellis::Widget& first = table.open(1001, {1900.f, 540.f});
+    table.host.frame();
+    const Trellis::Widget& second = table.open(1002, {1250.f, 540.f});
+    table.host.frames(60);
+    CHECK_FALSE(first.intersects(second));
+}
+
+TEST_CASE("place keeper: what one person opened need not make room for what the same card opens")
+{
+    CareTable table;
+    table.open(1001, {700.f, 540.f});
+    table.host.frames(30);
+    table.host.input.markerUp(table.card);
+    table.host.frame();
+    const Trellis::Widget& second = table.open(1001, {900.f, 540.f});
+    table.host.frames(30);
+    CHECK(CareTable::center(second) == Vector2f(900.f, 540.f));
+}
+
+TEST_CASE("place keeper: a part that does not show is covered by its card without harm")
+{
+    CareTable table;
+    table.host.style(
+        ".hidden { display: none; keep-clear: true; position: absolute; left: 0px; top: 0px; width: 600px; height: 640px; }");
+    const Trellis::Widget& opened = table.open(1001, {960.f, 540.f});
+    const auto part = Bedrock::makeIntrusive<Trellis::Widget>(const_cast<Trellis::Widget*>(&opened));
+    part->addCSSClass("hidden");
+    table.host.frames(30);
+    CHECK(CareTable::center(opened) == Vector2f(960.f, 540.f));
+}

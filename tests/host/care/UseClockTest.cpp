@@ -187,3 +187,55 @@ TEST_CASE("use clock: a use of one widget leaves the clock of another one runnin
     CHECK_FALSE(f.opened->hasPseudoClass("closing"));
     CHECK(other.hasPseudoClass("closing"));
 }
+
+TEST_CASE("use clock: with less than half a minute the widget shows for half of the time that it closes")
+{
+    Host::CareSettings soon;
+    soon.closeAfterSeconds = 10.f;
+    CareTable table(soon);
+    const Trellis::Widget& opened = table.open(1001, {960.f, 540.f});
+    table.host.frames(16, 0.25);
+    CHECK_FALSE(opened.hasPseudoClass("closing"));
+    table.host.frames(8, 0.25);
+    CHECK(opened.hasPseudoClass("closing"));
+}
+
+TEST_CASE("use clock: a turn of the widget about its middle restarts it")
+{
+    Fixture f;
+    f.checkRestart([&] { f.opened->setRotationAboutCenter(0.4f); });
+}
+
+TEST_CASE("use clock: typing in one widget leaves the clock of another one running")
+{
+    Fixture f;
+    const Trellis::Widget& other = f.table.open(1002, {300.f, 540.f});
+    const auto field = Bedrock::makeIntrusive<Trellis::TextEditWidget>(f.opened);
+    field->postConstruct();
+    f.table.host.app().setFocusWidget(field.get());
+    f.pass(30);
+    REQUIRE(other.hasPseudoClass("closing"));
+    field->setText(QStringLiteral("a"));
+    f.table.host.frame();
+    CHECK_FALSE(f.opened->hasPseudoClass("closing"));
+    CHECK(other.hasPseudoClass("closing"));
+}
+
+TEST_CASE("use clock: a finger on a part that lies outside of the outline, such as a keyboard, restarts it")
+{
+    Fixture f;
+    const auto part = Bedrock::makeIntrusive<Trellis::Widget>(f.opened);
+    part->postConstruct();
+    part->setSize({100.f, 60.f});
+    part->setLocation({700.f, 100.f});
+    f.checkRestart([&] { f.table.host.tap(part->mapToScene({50.f, 30.f})); });
+}
+
+TEST_CASE("use clock: work in a part that does not show keeps nothing open")
+{
+    Fixture f;
+    f.table.host.style(".working { in-use: true; display: none; }");
+    f.opened->children()[0]->addCSSClass("working");
+    f.pass(44);
+    CHECK_FALSE(f.isOpen());
+}
