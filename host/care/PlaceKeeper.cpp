@@ -16,6 +16,7 @@ namespace
 using Vecta::Vector2f;
 
 constexpr float kCheckSeconds = 0.1f;
+constexpr float kSamePlaceSquaredPx = 0.25f;
 constexpr float kGapMm = 2.f; ///< between a card and what it does not cover
 
 Vector2f centerInScene(const Trellis::Widget& widget)
@@ -135,7 +136,9 @@ void PlaceKeeper::check(Guest& guest, Trellis::Widget& widget, const std::vector
     guest.last = search;
     surround(search, guest, cards);
     const Vector2f place = search.find();
-    if (place == guest.to)
+    // One that grew has another centre than the one that it was moved to.
+    const bool isGliding = guest.glideSeconds < kGlideSeconds;
+    if (place == guest.to && (isGliding || (centerInScene(widget) - place).lengthSquared() < kSamePlaceSquaredPx))
         return;
     guest.from = centerInScene(widget);
     guest.to = place;

@@ -94,8 +94,9 @@ class Films(Looks):
         self.drag("night-harbour", (1100, 300))
         self.stage.play(1)
         before = centre(by_id(self.table.tree(), "night-harbour")[0])
+        self.stage.play(85, frame=0.25)
         while centre(by_id(self.table.tree(), "night-harbour")[0]) == before:
-            self.stage.play(0.25, frame=0.05)
+            self.stage.play(0.05, frame=0.05)
         self.film("tidying", (400, 120, 920, 460), (0, 0.1, 0.4))
 
 

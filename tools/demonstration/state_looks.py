@@ -47,7 +47,7 @@ class GalleryStates(Looks):
     def in_languages(self):
         """Two people of different languages, side by side."""
         self.card(GERMAN, (560, 480))
-        self.card(LAYLA, (1120, 480))
+        self.card(LAYLA, (1160, 480))
         self.stage.play(0.5)
         self.take("languages", *self.spaces()[-2:])
         self.close()

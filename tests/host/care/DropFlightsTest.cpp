@@ -90,20 +90,6 @@ TEST_CASE("drop flights: with reduced motion nothing flies, and the content lies
     CHECK(table.indexOf(*table.content) < table.indexOf(*table.space));
 }
 
-TEST_CASE("drop flights: what nothing took does not fly to a space over which another person's content hovers")
-{
-    DragTable table;
-    Trellis::Widget& other = table.add("content", {300.f, 700.f}); // nothing that can be collected
-    table.host.frame();
-    table.host.drag(1, kOnContent, kOnSpace);
-    REQUIRE(table.space->hasPseudoClass("valid-hover"));
-    table.host.drag(2, {400.f, 750.f}, kOnSpace + Vecta::Vector2f(10.f, 10.f));
-    other.setPseudoClass("valid-drop", false);
-    table.host.input.fingerUp(2);
-    table.host.frame();
-    CHECK_FALSE(flying(table));
-}
-
 TEST_CASE("drop flights: what covered the content covers it again also where the space lies above both")
 {
     DragTable table;

@@ -67,10 +67,16 @@ TEST_CASE("keyboard places: of two keyboards none covers the other")
     bo.open();
     REQUIRE(ann.keyboard());
     CHECK_FALSE(bo.keyboard()->intersects(*ann.keyboard()));
-    // One that closes makes room.
-    bo.keyboard()->close();
+}
+
+TEST_CASE("keyboard places: a keyboard that fades away keeps no other one away")
+{
+    CareTable table;
+    Desk ann(table.host, {300.f, 40.f});
+    Desk bo(table.host, {300.f, 640.f});
+    ann.open();
     ann.keyboard()->close();
-    table.host.frame(); // they still fade
+    table.host.frame();
     bo.open();
     CHECK(bo.keyboard()->mapToScene({}).y < 640.f);
 }

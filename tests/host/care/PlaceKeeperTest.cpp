@@ -1,6 +1,7 @@
 #include "care/PlaceKeeper.hpp"
 
 #include "CareTable.hpp"
+#include "care/CardOutline.hpp"
 
 #include <Tactile/Sample.hpp>
 
@@ -225,9 +226,9 @@ TEST_CASE("place keeper: what one person opened need not make room for what the 
     table.host.frames(30);
     table.host.input.markerUp(table.card);
     table.host.frame();
-    const Trellis::Widget& second = table.open(1001, {900.f, 540.f});
+    const Trellis::Widget& second = table.open(1001, {1100.f, 540.f});
     table.host.frames(30);
-    CHECK(CareTable::center(second) == Vector2f(900.f, 540.f));
+    CHECK(CareTable::center(second) == Vector2f(1100.f, 540.f));
 }
 
 TEST_CASE("place keeper: a part that does not show is covered by its card without harm")
@@ -240,4 +241,17 @@ TEST_CASE("place keeper: a part that does not show is covered by its card withou
     part->addCSSClass("hidden");
     table.host.frames(30);
     CHECK(CareTable::center(opened) == Vector2f(960.f, 540.f));
+}
+
+TEST_CASE("place keeper: a widget that grows beside its card keeps beside the card where that lies now")
+{
+    CareTable table;
+    table.host.style(".opened { placement: beside; }");
+    Trellis::Widget& opened = table.open(1001, {600.f, 540.f});
+    table.host.frames(30);
+    table.host.input.markerMove(table.card, {760.f, 540.f});
+    table.host.frames(2);
+    opened.setSize({600.f, 660.f});
+    table.host.frames(40);
+    CHECK(opened.sceneBounds().x > 760.f + Host::kCardSideMm / 0.55f / 2.f);
 }
