@@ -17,7 +17,7 @@ const QRect kArea(0, 0, 120, 100);
 
 unsigned coverageAt(const BoxEdges& edges, int x, int y)
 {
-    return BoxEdges::Row(edges, y).coverage(x);
+    return edges.row(y).coverage(x);
 }
 }
 

@@ -155,4 +155,20 @@ TEST_CASE("composition: what is hidden by something above is not drawn")
     composition.add(Counted(QRect(10, 10, 100, 20)));
     composition.drawInto(image, {kWhole});
     CHECK(rowsDrawn == 20);
+
+    // In a narrow part each source is drawn as a whole, but for what something hides altogether.
+    const QRect narrow(20, 0, 30, 40);
+    const auto countBelow = [&](const QRect& above) {
+        rowsDrawn = 0;
+        composition.add(FilledPixels(kWhole, 0xff000000u));
+        composition.add(Counted(QRect(10, 10, 100, 20)));
+        composition.add(FilledPixels(above, 0xff000000u));
+        composition.drawInto(image, {narrow});
+        return rowsDrawn;
+    };
+    CHECK(countBelow(QRect(0, 0, 200, 200)) == 0);
+    CHECK(countBelow(QRect(0, 0, 200, 31)) == 20);
+    CHECK(countBelow(QRect(0, 5, 200, 200)) == 20);
+    CHECK(countBelow(QRect(21, 0, 200, 200)) == 20);
+    CHECK(countBelow(QRect(0, 0, 49, 200)) == 20);
 }

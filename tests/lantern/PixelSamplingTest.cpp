@@ -25,6 +25,15 @@ struct Picture
     SourcePixels source;
 };
 
+const EdgeRow kCovered{{}, {1.f, 1.f, 1.f, 1.f}};
+
+/// The samples themselves: on a transparent ground, all of each pixel.
+void sampleRow(QRgb* row, int count, const SourcePixels& source, const SourcePlace& place)
+{
+    std::fill(row, row + count, 0u);
+    drawSamples(row, {0, count, 0, count}, source, place, kCovered, 255u);
+}
+
 constexpr int place(double pixels)
 {
     return int(pixels * (1 << kPlaceBits));
@@ -95,21 +104,68 @@ TEST_CASE("pixel sampling: a picture without alpha gives opaque pixels")
 TEST_CASE("pixel sampling: wide registers give the values of single ones, wherever a row begins")
 {
     std::mt19937 random(4);
-    const Picture picture(random);
+    Picture picture(random);
+    for (QRgb& pixel : picture.pixels)
+        pixel = qPremultiply(pixel);
     const auto number = [&](double low, double high) { return low + (high - low) * double(random() % 100000) / 100000.0; };
-    for (int i = 0; i < 2000; ++i) {
-        const SourcePlace begin{place(number(-20, 60)), place(number(-20, 40)), place(number(-3, 3)), place(number(-3, 3))};
-        const int count = 1 + int(random() % 40);
-        std::vector<QRgb> row(std::size_t(count + kSampledAtOnce)), plain(std::size_t(count + kSampledAtOnce));
-        sampleRow(row.data(), count, picture.source, begin);
-        sampleRowPlainly(plain.data(), count, picture.source, begin);
-        row.resize(std::size_t(count));
-        plain.resize(std::size_t(count));
+    constexpr int kRow = 64;
+    for (int i = 0; i < 3000; ++i) {
+        SourcePlace place{::place(number(-20, 60)), ::place(number(-20, 40)), ::place(number(-3, 3)), ::place(number(-3, 3))};
+        place.ahead = i % 2 ? std::ptrdiff_t(random() % 4000) - 2000 : 0;
+        PixelSpan span;
+        span.begin = int(random() % kRow);
+        span.end = span.begin + 1 + int(random() % unsigned(kRow - span.begin));
+        // Edges that cross the row near its ends, and what of it they certainly cover.
+        const EdgeRow edges{
+            {float(number(0.1, 1)), float(number(-1, -0.1)), float(number(-0.02, 0.02)), float(number(-0.02, 0.02))},
+            {float(number(-5, 5)), float(number(0, 60)), float(number(0, 4)), float(number(0, 4))}};
+        while (span.fullBegin < kRow && edges.coverage(span.fullBegin) < 255u)
+            ++span.fullBegin;
+        span.fullEnd = span.fullBegin;
+        while (span.fullEnd < kRow && edges.coverage(span.fullEnd) == 255u)
+            ++span.fullEnd;
+        picture.source.isOpaque = i % 3 == 0;
+        const unsigned opacity = i % 7 ? 255u : unsigned(random() % 256);
+        std::vector<QRgb> ground(kRow);
+        for (QRgb& pixel : ground)
+            pixel = qPremultiply(QRgb(random()));
+        std::vector<QRgb> row = ground, plain = ground;
+        drawSamples(row.data(), span, picture.source, place, edges, opacity);
+        drawSamplesPlainly(plain.data(), span, picture.source, place, edges, opacity);
+        CAPTURE(i);
         REQUIRE(row == plain);
-        const int later = int(random() % unsigned(count));
-        std::vector<QRgb> rest(std::size_t(count - later + kSampledAtOnce));
-        sampleRow(rest.data(), count - later, picture.source,
-                  {begin.x + later * begin.stepX, begin.y + later * begin.stepY, begin.stepX, begin.stepY});
-        REQUIRE(rest.front() == row[std::size_t(later)]);
+        REQUIRE(std::equal(row.begin(), row.begin() + span.begin, ground.begin()));
+        REQUIRE(std::equal(row.begin() + span.end, row.end(), ground.begin() + span.end));
+        // A row that begins later.
+        const int later = int(random() % unsigned(span.end - span.begin));
+        place.x += later * place.stepX;
+        place.y += later * place.stepY;
+        span.begin += later;
+        std::vector<QRgb> rest = ground;
+        drawSamples(rest.data(), span, picture.source, place, edges, opacity);
+        REQUIRE(std::equal(rest.begin() + span.begin, rest.end(), row.begin() + span.begin));
     }
+}
+
+TEST_CASE("pixel sampling: pixels are drawn by their share of the edges, and by the opacity")
+{
+    std::mt19937 random(6);
+    Picture picture(random);
+    picture.source.isOpaque = true;
+    for (QRgb& pixel : picture.pixels)
+        pixel = qRgb(200, 100, 40);
+    std::vector<QRgb> row(32, 0u);
+    // From column 4.5 to column 12.25.
+    const EdgeRow edges{{1.f, -1.f, 0.f, 0.f}, {-3.5f, 12.25f, 1.f, 1.f}};
+    drawSamples(row.data(), {3, 14, 5, 12}, picture.source, {place(2), place(2), place(1), 0}, edges, 255u);
+    CHECK(qAlpha(row[3]) == 0);
+    CHECK(qAlpha(row[4]) == 128);
+    CHECK(qRed(row[4]) == 100);
+    CHECK(row[5] == qRgb(200, 100, 40));
+    CHECK(row[11] == qRgb(200, 100, 40));
+    CHECK(qAlpha(row[12]) == 64);
+    CHECK(qAlpha(row[13]) == 0);
+    std::fill(row.begin(), row.end(), qRgb(0, 0, 0));
+    drawSamples(row.data(), {3, 14, 5, 12}, picture.source, {place(2), place(2), place(1), 0}, edges, 51u);
+    CHECK(row[8] == qRgb(40, 20, 8));
 }

@@ -5,84 +5,107 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace Lantern
 {
 namespace
 {
-/// Columns at which an edge is crossed; beyond that they are of no interest.
-constexpr double kFar = 1e8;
 /// So near to its full share a pixel counts as not full: its share is then computed.
 constexpr double kCareful = 1e-6;
+/// Flatter edges cross a row nowhere.
+constexpr double kLeastSlope = 1e-9;
 
-double clampedColumn(double x)
+int floorOf(double value)
 {
-    return std::clamp(x, -kFar, kFar);
+    const int whole = int(value);
+    return whole - (double(whole) > value ? 1 : 0);
 }
+
+int ceilOf(double value)
+{
+    const int whole = int(value);
+    return whole + (double(whole) < value ? 1 : 0);
+}
+}
+
+BoxEdges::Pair::Pair(double perXOfOne, double perYOfOne, double offsetOfOne, double thickness)
+    : isHorizontal(std::abs(perXOfOne) <= kLeastSlope), perX(isHorizontal ? 0.0 : perXOfOne),
+      perY(perYOfOne), offset{offsetOfOne, thickness - offsetOfOne}
+{
+    if (perX < 0.0) {
+        perX = -perX;
+        perY = -perY;
+        std::swap(offset[0], offset[1]);
+    }
+    if (isHorizontal)
+        return;
+    columns = 1.0 / perX;
+    perRow = -perY * columns;
+    touched = {(-0.5 - offset[0]) * columns, (0.5 + offset[1]) * columns};
 }
 
 BoxEdges::BoxEdges(const QTransform& t, const QRectF& box)
 {
-    const auto edge = [](double perX, double perY, double offset) {
+    const auto pair = [](double perX, double perY, double offset, double size) {
         const double length = std::hypot(perX, perY);
-        Edge result{perX / length, perY / length, (offset + (perX + perY) / 2.0) / length, 0.0};
-        if (std::abs(result.perX) > 1e-9)
-            result.columns = 1.0 / result.perX;
-        else
-            result.perX = 0.0;
-        return result;
+        return Pair(perX / length, perY / length, (offset + (perX + perY) / 2.0) / length, size / length);
     };
-    m_edges = {edge(t.m11(), t.m21(), t.dx() - box.left()), edge(-t.m11(), -t.m21(), box.right() - t.dx()),
-               edge(t.m12(), t.m22(), t.dy() - box.top()), edge(-t.m12(), -t.m22(), box.bottom() - t.dy())};
+    m_pairs = {pair(t.m11(), t.m21(), t.dx() - box.left(), box.width()),
+               pair(t.m12(), t.m22(), t.dy() - box.top(), box.height())};
 }
 
 PixelSpan BoxEdges::span(const QRect& area, int y) const
 {
     double begin = area.left(), end = area.right() + 1.0;
     double fullBegin = begin, fullEnd = end;
-    for (const Edge& edge : m_edges) {
-        const double atColumn0 = edge.perY * y + edge.offset;
-        if (edge.columns == 0.0) {
-            if (atColumn0 <= -0.5)
+    for (const Pair& pair : m_pairs) {
+        if (pair.isHorizontal) {
+            const double inside = std::min(pair.perY * y + pair.offset[0], pair.offset[1] - pair.perY * y);
+            if (inside <= -0.5)
                 return {};
-            if (atColumn0 < 0.5)
+            if (inside < 0.5)
                 fullEnd = fullBegin - 1.0;
             continue;
         }
-        const double touched = clampedColumn((-0.5 - atColumn0) * edge.columns);
-        const double full = clampedColumn((0.5 - atColumn0) * edge.columns);
-        if (edge.columns > 0.0) {
-            begin = std::max(begin, touched);
-            fullBegin = std::max(fullBegin, full + kCareful);
-        } else {
-            end = std::min(end, touched + 1.0);
-            fullEnd = std::min(fullEnd, full + 1.0 - kCareful);
-        }
+        const double moved = pair.perRow * y;
+        const double first = moved + pair.touched[0], second = moved + pair.touched[1];
+        begin = std::max(begin, first);
+        fullBegin = std::max(fullBegin, first + pair.columns + kCareful);
+        end = std::min(end, second + 1.0);
+        fullEnd = std::min(fullEnd, second - pair.columns + 1.0 - kCareful);
     }
-    if (begin >= end)
+    if (!(begin < end))
         return {};
-    PixelSpan span{int(std::floor(begin)), int(std::ceil(end)), int(std::ceil(fullBegin)), int(std::floor(fullEnd))};
-    span.fullBegin = std::clamp(span.fullBegin, span.begin, span.end);
+    fullBegin = std::min(fullBegin, end);
+    PixelSpan span{floorOf(begin), ceilOf(end), ceilOf(fullBegin), floorOf(std::max(fullEnd, fullBegin))};
+    span.fullBegin = std::min(span.fullBegin, span.end);
     span.fullEnd = std::clamp(span.fullEnd, span.fullBegin, span.end);
     return span;
 }
 
-BoxEdges::Row::Row(const BoxEdges& edges, int y)
+EdgeRow BoxEdges::row(int y) const
 {
-    for (std::size_t i = 0; i < 4; ++i) {
-        m_perX[i] = edges.m_edges[i].perX;
+    EdgeRow row;
+    for (std::size_t i = 0; i < m_pairs.size(); ++i) {
+        const Pair& pair = m_pairs[i];
+        const double across = pair.perY * y;
+        row.perX[2 * i] = float(pair.perX);
+        row.perX[2 * i + 1] = -float(pair.perX);
         // From where a pixel is outside of the edge.
-        m_atColumn0[i] = edges.m_edges[i].perY * y + edges.m_edges[i].offset + 0.5;
+        row.atColumn0[2 * i] = float(pair.offset[0] + across + 0.5);
+        row.atColumn0[2 * i + 1] = float(pair.offset[1] - across + 0.5);
     }
+    return row;
 }
 
-unsigned BoxEdges::Row::coverage(int x) const
+unsigned EdgeRow::coverage(int x) const
 {
-    std::array<double, 4> inside;
+    std::array<float, 4> inside;
     for (std::size_t i = 0; i < 4; ++i)
-        inside[i] = std::min(std::max(m_perX[i] * x + m_atColumn0[i], 0.0), 1.0);
-    const double across = std::max(0.0, inside[0] + inside[1] - 1.0);
-    const double along = std::max(0.0, inside[2] + inside[3] - 1.0);
-    return unsigned(int(across * along * 255.0 + 0.5));
+        inside[i] = std::min(std::max(perX[i] * float(x) + atColumn0[i], 0.f), 1.f);
+    const float across = std::max(0.f, inside[0] + inside[1] - 1.f);
+    const float along = std::max(0.f, inside[2] + inside[3] - 1.f);
+    return unsigned(int(across * along * 255.f + 0.5f));
 }
 }

@@ -16,6 +16,8 @@ namespace
 constexpr int kMostPieces = 12;
 /// Narrower things hide too little.
 constexpr int kLeastHiddenPx = 24;
+/// In so few columns it takes longer to find out what is hidden than to draw it.
+constexpr int kNarrowPx = 64;
 constexpr int kStripRows = 32;
 constexpr int kLeastStripRows = 4;
 constexpr int kStripsPerThread = 4;
@@ -72,13 +74,44 @@ void Pieces::cut(const Piece& hidden)
     m_count = count;
 }
 
-/// One rectangle, row by row: from the top to the bottom what shows of each source, then drawn from the bottom to the top.
-void drawStrip(const Target& target, const QRect& strip, const Sources& sources)
+using Candidates = QVarLengthArray<const PixelSource*, 128>;
+
+/// What can show in a strip, from the top to the bottom.
+Candidates candidatesOf(const QRect& strip, const Sources& sources)
 {
-    QVarLengthArray<const PixelSource*, 128> candidates;
+    Candidates candidates;
     for (auto source = sources.rbegin(); source != sources.rend(); ++source)
-        if ((*source)->area().intersects(strip))
+        if ((*source)->area().intersects(strip)) {
             candidates.append(source->get());
+            if ((*source)->hides(strip))
+                break;
+        }
+    return candidates;
+}
+
+QRgb* rowOf(const Target& target, int y)
+{
+    return reinterpret_cast<QRgb*>(target.bits + y * target.bytesPerLine);
+}
+
+/// Each source as a whole, from the bottom to the top.
+void drawNarrow(const Target& target, const QRect& strip, const Candidates& candidates)
+{
+    for (int i = candidates.size() - 1; i >= 0; --i) {
+        const PixelSource& source = *candidates[i];
+        const QRect part = source.area() & strip;
+        for (int y = part.top(); y <= part.bottom(); ++y) {
+            const PixelSpan span = source.span(y);
+            const int begin = std::max(span.begin, part.left()), end = std::min(span.end, part.right() + 1);
+            if (begin < end)
+                source.draw(rowOf(target, y), y, begin, end, span);
+        }
+    }
+}
+
+/// Row by row: from the top to the bottom what shows of each source, then drawn from the bottom to the top.
+void drawWide(const Target& target, const QRect& strip, const Candidates& candidates)
+{
     QVarLengthArray<Run, 128> runs;
     for (int y = strip.top(); y <= strip.bottom(); ++y) {
         Pieces open({strip.left(), strip.right() + 1});
@@ -98,10 +131,18 @@ void drawStrip(const Target& target, const QRect& strip, const Sources& sources)
             if (open.count() == 0)
                 break;
         }
-        auto* const row = reinterpret_cast<QRgb*>(target.bits + y * target.bytesPerLine);
         for (int i = runs.size() - 1; i >= 0; --i)
-            runs[i].source->draw(row, y, runs[i].begin, runs[i].end, runs[i].span);
+            runs[i].source->draw(rowOf(target, y), y, runs[i].begin, runs[i].end, runs[i].span);
     }
+}
+
+void drawStrip(const Target& target, const QRect& strip, const Sources& sources)
+{
+    const Candidates candidates = candidatesOf(strip, sources);
+    if (strip.width() <= kNarrowPx)
+        drawNarrow(target, strip, candidates);
+    else
+        drawWide(target, strip, candidates);
 }
 
 /// Horizontal strips, as many as the threads need to share them evenly.

@@ -10,7 +10,7 @@ namespace Lantern
 {
 FilledPixels::FilledPixels(const QRect& area, QRgb pixel) : PixelSource(area), m_pixel(pixel)
 {
-    m_isSolid = true;
+    m_isSolid = m_isConvex = true;
 }
 
 PixelSpan FilledPixels::span(int) const

@@ -14,11 +14,12 @@ FilledBox::FilledBox(const QRect& area, const QTransform& toDevice, const QRectF
       m_pixel(pixel)
 {
     m_isSolid = pixel >> 24 == 255u;
+    m_isConvex = true;
 }
 
 void FilledBox::draw(QRgb* row, int y, int begin, int end, const PixelSpan& span) const
 {
-    const BoxEdges::Row edges(m_edges, y);
+    const EdgeRow edges = m_edges.row(y);
     const int fullBegin = std::clamp(span.fullBegin, begin, end);
     const int fullEnd = std::clamp(span.fullEnd, fullBegin, end);
     const auto drawEdge = [&](int x) { row[x] = blendedPixel(scaledPixel(m_pixel, edges.coverage(x)), row[x]); };

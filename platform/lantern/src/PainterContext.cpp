@@ -130,7 +130,7 @@ void PainterContext::pop()
 
 bool PainterContext::isVisible(const Vecta::Rect& rect) const
 {
-    return d->opacity > 0.0 && isFinite(rect) && d->isVisible(d->toDevice(rect));
+    return d->opacity > 0.0 && d->isVisible(rect);
 }
 
 void PainterContext::drawRect(const Vecta::Rect& rect, float cornerRadius, const Style& style)

@@ -46,7 +46,8 @@ struct PainterContext::Private
     /// The parts of the damage in which something in `bounds` (device pixels) can show.
     using Parts = QVarLengthArray<QRectF, 16>;
     [[nodiscard]] Parts visibleParts(const QRectF& bounds) const;
-    [[nodiscard]] bool isVisible(const QRectF& bounds) const;
+    /// Whether anything drawn in `rect` can show. The transform is affine.
+    [[nodiscard]] bool isVisible(const Vecta::Rect& rect) const;
 
     /// Before anything else is drawn.
     void clear(const QColor& color);

@@ -84,6 +84,10 @@ int opaqueUntil(const QRgb* row, int begin, int end)
 {
     int i = begin;
 #ifdef __SSE2__
+    while (i + 16 <= end
+           && areOpaque(_mm_and_si128(_mm_and_si128(load(row + i), load(row + i + 4)),
+                                      _mm_and_si128(load(row + i + 8), load(row + i + 12)))))
+        i += 16;
     while (i + 4 <= end && areOpaque(load(row + i)))
         i += 4;
 #endif

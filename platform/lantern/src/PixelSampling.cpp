@@ -1,7 +1,10 @@
 #include "PixelSampling.hpp"
 
+#include "PixelMath.hpp"
+
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 
 #if defined(__x86_64__) && defined(__GNUC__)
 #define LANTERN_HAS_AVX2
@@ -18,17 +21,30 @@ constexpr int kMostDown = 32767;
 #ifdef LANTERN_HAS_AVX2
 #define LANTERN_AVX2 __attribute__((target("avx2")))
 
+/// So many pixels are drawn at once.
+constexpr int kAtOnce = 8;
+
 /// Eight places in one direction: the pixel before each, and how far it is to the one after it, in 1 / 65536.
 struct Places
 {
     __m256i pixel, fraction;
 };
 
-LANTERN_AVX2 inline Places placesIn(__m256i wanted, int first, int last)
+/// The places of one direction that lie in the part.
+struct Limits
 {
-    const __m256i place =
-        _mm256_min_epi32(_mm256_max_epi32(wanted, _mm256_set1_epi32(first << kPlaceBits)), _mm256_set1_epi32(last << kPlaceBits));
-    const __m256i pixel = _mm256_min_epi32(_mm256_srai_epi32(place, kPlaceBits), _mm256_set1_epi32(last - 1));
+    __m256i first, last, lastPixel;
+};
+
+LANTERN_AVX2 inline Limits limitsOf(int first, int last)
+{
+    return {_mm256_set1_epi32(first << kPlaceBits), _mm256_set1_epi32(last << kPlaceBits), _mm256_set1_epi32(last - 1)};
+}
+
+LANTERN_AVX2 inline Places placesIn(__m256i wanted, const Limits& limits)
+{
+    const __m256i place = _mm256_min_epi32(_mm256_max_epi32(wanted, limits.first), limits.last);
+    const __m256i pixel = _mm256_min_epi32(_mm256_srai_epi32(place, kPlaceBits), limits.lastPixel);
     return {pixel, _mm256_sub_epi32(place, _mm256_slli_epi32(pixel, kPlaceBits))};
 }
 
@@ -58,11 +74,12 @@ LANTERN_AVX2 inline __m256i mixedNeighbours(const QRgb* bits, __m128i index, __m
 }
 
 /// Four samples, each component less 128 in 16 bits. `order` picks the shares of the four out of eight, each twice.
-LANTERN_AVX2 inline __m256i fourSamples(const SourcePixels& source, __m128i index, __m256i across, __m256i down, __m256i order)
+LANTERN_AVX2 inline __m256i fourSamples(const QRgb* upperBits, const QRgb* lowerBits, __m128i index, __m256i across, __m256i down,
+                                        __m256i order)
 {
     const __m256i right = _mm256_permutevar8x32_epi32(across, order);
-    const __m256i upper = mixedNeighbours(source.bits, index, right);
-    const __m256i lower = mixedNeighbours(source.bits + source.stride, index, right);
+    const __m256i upper = mixedNeighbours(upperBits, index, right);
+    const __m256i lower = mixedNeighbours(lowerBits, index, right);
     const __m256i change = _mm256_mulhrs_epi16(_mm256_sub_epi16(lower, upper), _mm256_permutevar8x32_epi32(down, order));
     return _mm256_mulhrs_epi16(_mm256_add_epi16(upper, change), _mm256_set1_epi16(256));
 }
@@ -73,7 +90,51 @@ LANTERN_AVX2 inline __m256i placesFrom(int first, int step)
     return _mm256_add_epi32(_mm256_set1_epi32(first), _mm256_mullo_epi32(_mm256_set1_epi32(step), numbers));
 }
 
-LANTERN_AVX2 void sampleRowWidely(QRgb* row, int count, const SourcePixels& source, const SourcePlace& place)
+/// How much of eight pixels is inside of one edge, in 0..1.
+LANTERN_AVX2 inline __m256 insideOfEdge(const EdgeRow& edges, std::size_t i, __m256 column)
+{
+    const __m256 way = _mm256_add_ps(_mm256_mul_ps(_mm256_set1_ps(edges.perX[i]), column), _mm256_set1_ps(edges.atColumn0[i]));
+    return _mm256_min_ps(_mm256_max_ps(way, _mm256_setzero_ps()), _mm256_set1_ps(1.f));
+}
+
+/// As above, between the edge and the one parallel to it.
+LANTERN_AVX2 inline __m256 insideOfPair(const EdgeRow& edges, std::size_t i, __m256 column)
+{
+    const __m256 both = _mm256_add_ps(insideOfEdge(edges, i, column), insideOfEdge(edges, i + 1, column));
+    return _mm256_max_ps(_mm256_setzero_ps(), _mm256_sub_ps(both, _mm256_set1_ps(1.f)));
+}
+
+/// As EdgeRow::coverage, of eight pixels from column `x` on, in each 16 bits.
+LANTERN_AVX2 inline __m256i coverages(const EdgeRow& edges, int x)
+{
+    const __m256 column = _mm256_cvtepi32_ps(placesFrom(x, 1));
+    const __m256 share = _mm256_mul_ps(insideOfPair(edges, 0, column), insideOfPair(edges, 2, column));
+    const __m256i whole = _mm256_cvttps_epi32(_mm256_add_ps(_mm256_mul_ps(share, _mm256_set1_ps(255.f)), _mm256_set1_ps(0.5f)));
+    return _mm256_or_si256(whole, _mm256_slli_epi32(whole, 16));
+}
+
+/// As scaledPixel. `factor`: in each 16 bits.
+LANTERN_AVX2 inline __m256i scaledPixels(__m256i eight, __m256i factor)
+{
+    const __m256i mask = _mm256_set1_epi32(0xff00ff);
+    const __m256i half = _mm256_set1_epi16(0x80);
+    __m256i even = _mm256_mullo_epi16(_mm256_and_si256(eight, mask), factor);
+    __m256i odd = _mm256_mullo_epi16(_mm256_srli_epi16(eight, 8), factor);
+    even = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(even, _mm256_srli_epi16(even, 8)), half), 8);
+    odd = _mm256_add_epi16(_mm256_add_epi16(odd, _mm256_srli_epi16(odd, 8)), half);
+    return _mm256_or_si256(even, _mm256_andnot_si256(mask, odd));
+}
+
+/// As blendedPixel.
+LANTERN_AVX2 inline __m256i blendedPixels(__m256i source, __m256i ground)
+{
+    const __m256i rest = _mm256_sub_epi32(_mm256_set1_epi32(255), _mm256_srli_epi32(source, 24));
+    return _mm256_add_epi8(source, scaledPixels(ground, _mm256_or_si256(rest, _mm256_slli_epi32(rest, 16))));
+}
+
+template <bool isFetching>
+LANTERN_AVX2 void drawSamplesWidely(QRgb* row, const PixelSpan& span, const SourcePixels& source, const SourcePlace& place,
+                                    const EdgeRow& edges, unsigned opacity)
 {
     // Packing two times four samples leaves the first halves of both before the second ones.
     const __m256i order = _mm256_setr_epi32(0, 1, 4, 5, 2, 3, 6, 7);
@@ -82,28 +143,53 @@ LANTERN_AVX2 void sampleRowWidely(QRgb* row, int count, const SourcePixels& sour
     const __m256i stride = _mm256_set1_epi32(source.stride);
     const __m256i middle = _mm256_set1_epi8(-128);
     const __m256i alpha = _mm256_set1_epi32(source.isOpaque ? int(0xff000000u) : 0);
-    const __m256i stepX = _mm256_set1_epi32(int(unsigned(place.stepX) * unsigned(kSampledAtOnce)));
-    const __m256i stepY = _mm256_set1_epi32(int(unsigned(place.stepY) * unsigned(kSampledAtOnce)));
+    const __m256i stepX = _mm256_set1_epi32(int(unsigned(place.stepX) * unsigned(kAtOnce)));
+    const __m256i stepY = _mm256_set1_epi32(int(unsigned(place.stepY) * unsigned(kAtOnce)));
+    // Copies: what is written to the row could be a part of `source` or `span`, as far as the compiler can see.
+    const QRgb* const upperBits = source.bits;
+    const QRgb* const lowerBits = source.bits + source.stride;
+    const Limits limitsX = limitsOf(source.left, source.right);
+    const Limits limitsY = limitsOf(source.top, source.bottom);
+    const int end = span.end, fullBegin = span.fullBegin, fullEnd = std::min(span.fullEnd, end);
+    const bool isSolid = source.isOpaque && opacity == 255u;
+    [[maybe_unused]] const auto aheadBytes = std::uintptr_t(place.ahead) * sizeof(QRgb);
     __m256i nextX = placesFrom(place.x, place.stepX);
     __m256i nextY = placesFrom(place.y, place.stepY);
-    for (int i = 0; i < count; i += kSampledAtOnce) {
-        const Places x = placesIn(nextX, source.left, source.right);
-        const Places y = placesIn(nextY, source.top, source.bottom);
+    for (int column = span.begin; column < end; column += kAtOnce) {
+        const Places x = placesIn(nextX, limitsX);
+        const Places y = placesIn(nextY, limitsY);
         const __m256i across = sharesAcross(x.fraction);
         const __m256i down = sharesDown(y.fraction);
         const __m256i index = _mm256_permutevar8x32_epi32(_mm256_add_epi32(_mm256_mullo_epi32(y.pixel, stride), x.pixel), order);
-        const __m256i first = fourSamples(source, _mm256_castsi256_si128(index), across, down, firstFour);
-        const __m256i last = fourSamples(source, _mm256_extracti128_si256(index, 1), across, down, lastFour);
-        const __m256i samples = _mm256_xor_si256(_mm256_packs_epi16(first, last), middle);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(row + i), _mm256_or_si256(alpha, samples));
+        // One place for eight pixels: the rows between here and there have fetched what lies beside it.
+        if constexpr (isFetching)
+            _mm_prefetch(reinterpret_cast<const char*>(std::uintptr_t(upperBits + _mm256_cvtsi256_si32(index)) + aheadBytes),
+                         _MM_HINT_T0);
+        const __m256i first = fourSamples(upperBits, lowerBits, _mm256_castsi256_si128(index), across, down, firstFour);
+        const __m256i last = fourSamples(upperBits, lowerBits, _mm256_extracti128_si256(index, 1), across, down, lastFour);
+        __m256i samples = _mm256_or_si256(alpha, _mm256_xor_si256(_mm256_packs_epi16(first, last), middle));
         nextX = _mm256_add_epi32(nextX, stepX);
         nextY = _mm256_add_epi32(nextY, stepY);
+        const bool isFull = fullBegin <= column && column + kAtOnce <= fullEnd;
+        if (isFull && isSolid) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(row + column), samples);
+            continue;
+        }
+        if (!isFull)
+            samples = scaledPixels(samples, coverages(edges, column));
+        if (opacity != 255u)
+            samples = scaledPixels(samples, _mm256_set1_epi16(short(opacity)));
+        // Pixels after the end belong to others.
+        const __m256i isWanted = _mm256_cmpgt_epi32(_mm256_set1_epi32(end), placesFrom(column, 1));
+        auto* const pixels = reinterpret_cast<int*>(row + column);
+        _mm256_maskstore_epi32(pixels, isWanted, blendedPixels(samples, _mm256_maskload_epi32(pixels, isWanted)));
     }
 }
 #endif
 }
 
-void sampleRowPlainly(QRgb* row, int count, const SourcePixels& source, const SourcePlace& place)
+void drawSamplesPlainly(QRgb* row, const PixelSpan& span, const SourcePixels& source, const SourcePlace& place,
+                        const EdgeRow& edges, unsigned opacity)
 {
     const auto at = [](int first, int step, int i) { return int(unsigned(first) + unsigned(step) * unsigned(i)); };
     struct Place
@@ -116,9 +202,9 @@ void sampleRowPlainly(QRgb* row, int count, const SourcePixels& source, const So
         return Place{pixel, inside - (pixel << kPlaceBits)};
     };
     const QRgb alpha = source.isOpaque ? 0xff000000u : 0u;
-    for (int i = 0; i < count; ++i) {
-        const Place x = placeIn(at(place.x, place.stepX, i), source.left, source.right);
-        const Place y = placeIn(at(place.y, place.stepY, i), source.top, source.bottom);
+    for (int column = span.begin; column < span.end; ++column) {
+        const Place x = placeIn(at(place.x, place.stepX, column - span.begin), source.left, source.right);
+        const Place y = placeIn(at(place.y, place.stepY, column - span.begin), source.top, source.bottom);
         const int across = (x.fraction + 256) >> 9;
         const int down = std::min(y.fraction >> 1, kMostDown);
         const QRgb* const upper = source.bits + std::ptrdiff_t(y.pixel) * source.stride + x.pixel;
@@ -131,19 +217,25 @@ void sampleRowPlainly(QRgb* row, int count, const SourcePixels& source, const So
             const int above = mixed(upper);
             sample |= QRgb((above + (((mixed(lower) - above) * down + 0x4000) >> 15) + 64) >> 7) << shift;
         }
-        row[i] = sample;
+        if (column < span.fullBegin || column >= span.fullEnd)
+            sample = scaledPixel(sample, edges.coverage(column));
+        row[column] = blendedPixel(scaledPixel(sample, opacity), row[column]);
     }
 }
 
-void sampleRow(QRgb* row, int count, const SourcePixels& source, const SourcePlace& place)
+void drawSamples(QRgb* row, const PixelSpan& span, const SourcePixels& source, const SourcePlace& place, const EdgeRow& edges,
+                 unsigned opacity)
 {
 #ifdef LANTERN_HAS_AVX2
     static const bool isWide = __builtin_cpu_supports("avx2");
     if (isWide) {
-        sampleRowWidely(row, count, source, place);
+        if (place.ahead != 0)
+            drawSamplesWidely<true>(row, span, source, place, edges, opacity);
+        else
+            drawSamplesWidely<false>(row, span, source, place, edges, opacity);
         return;
     }
 #endif
-    sampleRowPlainly(row, count, source, place);
+    drawSamplesPlainly(row, span, source, place, edges, opacity);
 }
 }

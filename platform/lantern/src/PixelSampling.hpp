@@ -1,6 +1,10 @@
 #pragma once
 
+#include "BoxEdges.hpp"
+
 #include <QRgb>
+
+#include <cstddef>
 
 namespace Lantern
 {
@@ -21,14 +25,17 @@ struct SourcePlace
 {
     int x, y;
     int stepX, stepY;
+    /// Where it is not 0, what lies so many pixels further in memory is brought into the cache: a later row needs it.
+    std::ptrdiff_t ahead = 0;
 };
 
-/// So many pixels are written at once.
-inline constexpr int kSampledAtOnce = 8;
-
-/// Bilinear samples of a row; places outside of the part give the pixel at its edge. Writes `count` pixels, and up to
-/// kSampledAtOnce - 1 after them. Any thread.
-void sampleRow(QRgb* row, int count, const SourcePixels& source, const SourcePlace& place);
+/// Draws bilinear samples over the columns of `span` in a row; places outside of the part give the pixel at its edge. `place`: of
+/// the column `span.begin`. Pixels are drawn by their share of `edges`, which is 255
+/// where the span is full; the full part may reach beyond the columns. `opacity` 0..255. `row`: the
+/// pixel in column 0. Any thread.
+void drawSamples(QRgb* row, const PixelSpan& span, const SourcePixels& source, const SourcePlace& place, const EdgeRow& edges,
+                 unsigned opacity);
 /// The same values without the processor's wide registers.
-void sampleRowPlainly(QRgb* row, int count, const SourcePixels& source, const SourcePlace& place);
+void drawSamplesPlainly(QRgb* row, const PixelSpan& span, const SourcePixels& source, const SourcePlace& place,
+                        const EdgeRow& edges, unsigned opacity);
 }

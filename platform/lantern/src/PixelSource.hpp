@@ -23,6 +23,11 @@ public:
     [[nodiscard]] const QRect& area() const noexcept { return m_area; }
     /// Nothing below shows where its span is full.
     [[nodiscard]] bool isSolid() const noexcept { return m_isSolid; }
+    /// Whether nothing below shows in any pixel of `rect`. False where finding out takes long.
+    [[nodiscard]] bool hides(const QRect& rect) const
+    {
+        return m_isSolid && m_isConvex && m_area.contains(rect) && hidesRow(rect, rect.top()) && hidesRow(rect, rect.bottom());
+    }
     /// For a row of the area; may reach beyond the area's columns.
     [[nodiscard]] virtual PixelSpan span(int y) const = 0;
     /// Draws the columns from `begin` to `end`, which are inside the area and inside `span`, that of the row. `row`: the pixel in
@@ -36,5 +41,13 @@ protected:
 
     QRect m_area;
     bool m_isSolid = false;
+    bool m_isConvex = false; ///< what is full in two rows is full in all rows between them
+
+private:
+    [[nodiscard]] bool hidesRow(const QRect& rect, int y) const
+    {
+        const PixelSpan inRow = span(y);
+        return inRow.fullBegin <= rect.left() && rect.right() < inRow.fullEnd;
+    }
 };
 }

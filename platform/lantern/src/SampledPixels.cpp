@@ -1,10 +1,7 @@
 #include "SampledPixels.hpp"
 
-#include "PixelMath.hpp"
-
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 namespace Lantern
 {
@@ -13,8 +10,10 @@ namespace
 /// Places have 16 bits before the point. A pixel at the edge may lie a pixel outside of the picture.
 constexpr int kMostSidePx = 16384;
 constexpr double kMostSourcePxPerPixel = 8192.0;
-/// Pixels of a row that are sampled together.
-constexpr int kChunk = 16 * kSampledAtOnce;
+/// Memory answers long after a row was asked for.
+constexpr int kRowsAhead = 8;
+/// Smaller pictures stay in the fast caches.
+constexpr int kLeastFetchedPx = 256 * 256;
 
 QImage readable(const QImage& image)
 {
@@ -50,8 +49,12 @@ SampledPixels::SampledPixels(const QRect& device, const QRect& area, const QImag
     }
     m_edges = BoxEdges(toTarget, target);
     const QPoint corner = setSource(part);
+    m_isConvex = true;
     m_isSolid = m_source.isOpaque && opacity == 255u;
     setCoordinates(toTarget, target, source.translated(-corner));
+    if (qint64(part.width()) * part.height() >= kLeastFetchedPx)
+        m_ahead = std::ptrdiff_t((m_y.perY * kRowsAhead) >> kPlaceBits) * m_source.stride
+            + std::ptrdiff_t((m_x.perY * kRowsAhead) >> kPlaceBits);
 }
 
 QPoint SampledPixels::setSource(QRect part)
@@ -88,43 +91,9 @@ void SampledPixels::setCoordinates(const QTransform& t, const QRectF& target, co
 
 void SampledPixels::draw(QRgb* row, int y, int begin, int end, const PixelSpan& span) const
 {
-    for (int first = begin; first < end; first += kChunk) {
-        const int last = std::min(first + kChunk, end);
-        // A chunk writes no pixel after it.
-        if (m_isSolid && span.fullBegin <= first && first + kChunk == last && last <= span.fullEnd)
-            sample(row + first, y, first, last);
-        else
-            drawMixed(row, y, first, last, span);
-    }
-}
-
-void SampledPixels::sample(QRgb* pixels, int y, int begin, int end) const
-{
     const QPoint place = QPoint(begin, y) - m_anchor;
-    sampleRow(pixels, end - begin, m_source,
-              {int(m_x.at(place.x(), place.y())), int(m_y.at(place.x(), place.y())), int(m_x.perX), int(m_y.perX)});
-}
-
-void SampledPixels::drawMixed(QRgb* row, int y, int begin, int end, const PixelSpan& span) const
-{
-    QRgb pixels[kChunk + kSampledAtOnce];
-    sample(pixels, y, begin, end);
-    const QRgb* const sampled = pixels - begin;
-    const int fullBegin = std::clamp(span.fullBegin, begin, end);
-    const int fullEnd = std::clamp(span.fullEnd, fullBegin, end);
-    const BoxEdges::Row edges(m_edges, y);
-    const auto drawEdge = [&](int x) {
-        row[x] = blendedPixel(scaledPixel(scaledPixel(sampled[x], edges.coverage(x)), m_opacity), row[x]);
-    };
-    for (int x = begin; x < fullBegin; ++x)
-        drawEdge(x);
-    if (m_isSolid)
-        std::memcpy(row + fullBegin, sampled + fullBegin, std::size_t(fullEnd - fullBegin) * sizeof(QRgb));
-    else if (m_opacity == 255u)
-        blendRow(row + fullBegin, sampled + fullBegin, fullEnd - fullBegin);
-    else
-        blendRow(row + fullBegin, sampled + fullBegin, fullEnd - fullBegin, m_opacity);
-    for (int x = fullEnd; x < end; ++x)
-        drawEdge(x);
+    drawSamples(row, {begin, end, span.fullBegin, span.fullEnd}, m_source,
+                {int(m_x.at(place.x(), place.y())), int(m_y.at(place.x(), place.y())), int(m_x.perX), int(m_y.perX), m_ahead},
+                m_edges.row(y), m_opacity);
 }
 }

@@ -37,14 +37,11 @@ private:
     [[nodiscard]] QPoint setSource(QRect part);
     void setCoordinates(const QTransform& toTarget, const QRectF& target, const QRectF& source);
 
-    /// `pixels`: of column `begin`.
-    void sample(QRgb* pixels, int y, int begin, int end) const;
-    void drawMixed(QRgb* row, int y, int begin, int end, const PixelSpan& span) const;
-
     QImage m_image;
     SourcePixels m_source;
     unsigned m_opacity;
     bool m_canDraw = false;
+    std::ptrdiff_t m_ahead = 0; ///< see SourcePlace
     QPoint m_anchor;
     BoxEdges m_edges;
     Coordinate m_x{}, m_y{};
