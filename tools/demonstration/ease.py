@@ -112,6 +112,10 @@ class Judge:
     def judge_overlaps(self, parent):
         """A text that is longer than its room covers what stands beside it."""
         shown = [child for child in parent["children"] if is_read_or_tapped(child)]
+        for framed in (child for child in parent["children"] if child["type"] in EDGED_TYPES and child["visible"]):
+            for one in shown:
+                if one is not framed and crosses(one["rect"], framed["rect"]):
+                    self.complaints.append(f"{name_of(one)} runs over the edge of {name_of(framed)}")
         for index, one in enumerate(shown):
             for other in shown[index + 1:]:
                 if overlap(one["rect"], other["rect"]) > OVERLAP_PX:
@@ -133,6 +137,13 @@ def overlap(one, other):
     """How far two rectangles stand in one another, in pixels; 0 or less where they do not."""
     return min(min(one["x"] + one["width"], other["x"] + other["width"]) - max(one["x"], other["x"]),
                min(one["y"] + one["height"], other["y"] + other["height"]) - max(one["y"], other["y"]))
+
+
+def crosses(one, framed):
+    """Whether a rectangle stands partly inside another one, and partly outside."""
+    inside = (one["x"] >= framed["x"] and one["y"] >= framed["y"] and one["x"] + one["width"] <= framed["x"] + framed["width"]
+              and one["y"] + one["height"] <= framed["y"] + framed["height"])
+    return not inside and overlap(one, framed) > OVERLAP_PX
 
 
 def judge(tree, judged_ids, pixel_pitch_mm=0.55):

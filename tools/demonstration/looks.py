@@ -1,7 +1,7 @@
 """Photographs every state of a personal space, its tooltips and the e-mail popup, for the documentation, and fails where one is hard
 to read or to touch.
 
-usage: tools/screenshots [--build DIR] [--out DIR] [--language TAG]
+usage: tools/screenshots [--build DIR] [--out DIR] [--language TAG] [--large-text]
 """
 import argparse
 import os
@@ -231,7 +231,9 @@ def main():
     parser.add_argument("--build", metavar="DIR", default=os.path.join(ROOT, "build", "demo"), help="where the programs were built")
     parser.add_argument("--out", metavar="DIR", default=os.path.join(ROOT, "docs", "images"), help="where pictures go")
     parser.add_argument("--language", metavar="TAG", help="photograph tables that speak this language")
+    parser.add_argument("--large-text", action="store_true", help="photograph what visitors see after a tap on \"Larger text\"")
     options = parser.parse_args()
+    Looks.is_large = options.large_text
     if options.language:
         Looks.options = ["--language", options.language]
     out = os.path.abspath(options.out)

@@ -2,6 +2,7 @@
 import os
 
 from ease import judge
+from programs import by_class
 from visit import Visit
 
 CARD = (850, 480)
@@ -16,6 +17,7 @@ class Looks(Visit):
     complaints = []
     measured = []
     options = []  # for each table
+    is_large = False  # whether texts are
 
     def open_table(self, presentation, options=()):
         super().open_table(presentation, [*options, *Looks.options])
@@ -25,7 +27,15 @@ class Looks(Visit):
         Looks.measured.append(seen)
         Looks.complaints += [f"{name}: {what}" for what in seen.complaints]
 
+    def enlarge(self):
+        """Taps the switch for larger texts, where they shall be large; an idle table takes that back."""
+        tree = self.table.tree()
+        if Looks.is_large and "large-text" not in tree["pseudoClasses"]:
+            self.tap(by_class(tree, "larger")[0])
+            self.stage.play(0.3)
+
     def take(self, name, *widgets):
+        self.enlarge()
         self.settle()
         self.measure(name, *widgets)
         rects = [widget["rect"] for widget in widgets]
@@ -42,6 +52,7 @@ class Looks(Visit):
         print(f"  {name}", flush=True)
 
     def card(self, code, point=CARD):
+        self.enlarge()
         self.stage.act(f"at 0.1 card {code} down {point[0]} {point[1]} angle 0\nat 0.6 card {code} up", 1.4)
 
     def collect(self):
