@@ -38,7 +38,7 @@ Letter completeLetter(const Letter& letter, const QString& missing, const MailSe
     QString large;
     qint64 total = 0;
     for (auto attachment : letter.attachments) {
-        const qint64 size = attachment.device->isSequential() ? 0 : attachment.device->size();
+        const qint64 size = attachment.device->size();
         if (total + size > settings.attachmentLimitBytes) {
             large +=
                 QStringLiteral("%1 (%2 MB)\n").arg(linkTo(attachment, settings), QString::number(double(size) / 1e6, 'f', 1));

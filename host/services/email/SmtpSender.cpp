@@ -94,7 +94,6 @@ struct SmtpSender::Attempt
         attempt.hasQuit = attempt.hasQuit || bytes.startsWith("QUIT");
         if (!attempt.hasQuit)
             attempt.exchanges.push_back({bytes.startsWith("RCPT TO:"), QString()});
-        attempt.firstLines.clear();
         return 0;
     }
     /// Ends a stopped attempt, and one that waits for the answer to QUIT: libcurl would wait two minutes for a silent server.

@@ -49,6 +49,12 @@ TEST_CASE("letter template: a text without sections stays as it is, with whateve
     }
 }
 
+TEST_CASE("letter template: an end that ends nothing is text, also in a letter with sections")
+{
+    const QString text = QStringLiteral("[end]\n[language de]\nHallo\n[end]\n[end]\n[language en]\nHello\n[end]\n");
+    CHECK(LetterTemplate::inLanguage(text, {"en"}) == "[end]\n[end]\nHello\n");
+}
+
 TEST_CASE("letter template: marks that do not belong together are told with their line")
 {
     CHECK(LetterTemplate::fault(kLetter).isEmpty());

@@ -105,6 +105,14 @@ TEST_CASE("mail settings: everything can be set")
     CHECK(settings.deleteRefusedDays == 6.0);
 }
 
+TEST_CASE("mail settings: an outbox has room for one message at least")
+{
+    const Reading reading = read("{" + kLeast + R"(, "outboxMessages": 0.5})");
+    REQUIRE(reading.settings);
+    CHECK(reading.complaints.isEmpty());
+    CHECK(reading.settings->mostMessages == 1);
+}
+
 TEST_CASE("mail settings: without a usable server or sender there is no service")
 {
     const Reading server = read(R"({"server": "http://mail.example.org", "sender": {"address": "museum@example.org"}})");

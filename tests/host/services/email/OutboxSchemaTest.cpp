@@ -132,6 +132,17 @@ TEST_CASE("outbox schema: what a queue of version 1 says of its messages stays a
     CHECK(bench.files() == 4); // three finished messages; the copies go when a table takes the outbox over
 }
 
+TEST_CASE("outbox schema: a program that brings a queue of version 1 up to date does not keep its lock")
+{
+    const Version1 bench;
+    QString error;
+    const auto visitor = Outbox::open(bench.outboxPath(), error);
+    REQUIRE(visitor);
+    const auto table = Outbox::open(bench.outboxPath(), error);
+    REQUIRE(table);
+    CHECK(table->lock());
+}
+
 TEST_CASE("outbox schema: a message of version 1 that has lost a part is kept as failed, and the others are sent")
 {
     const struct
@@ -158,6 +169,7 @@ TEST_CASE("outbox schema: a message of version 1 that has lost a part is kept as
         CHECK(kept.at(0).id == 3);
         CHECK(kept.at(0).state == State::Failed);
         CHECK(kept.at(0).lastError == row.words);
+        CHECK_FALSE(QFileInfo::exists(bench.outboxPath() + "/files/" + kFolder));
     }
 }
 
