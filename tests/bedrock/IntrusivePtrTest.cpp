@@ -10,10 +10,10 @@ using Bedrock::makeIntrusive;
 
 namespace
 {
-struct Thing : Bedrock::ReferenceCounted
+struct OwnedThing : Bedrock::ReferenceCounted
 {
-    explicit Thing(bool* isGone = nullptr) : gone(isGone) {}
-    ~Thing() override
+    explicit OwnedThing(bool* isGone = nullptr) : gone(isGone) {}
+    ~OwnedThing() override
     {
         if (gone)
             *gone = true;
@@ -21,9 +21,9 @@ struct Thing : Bedrock::ReferenceCounted
     bool* gone;
 };
 
-struct Special final : Thing
+struct Special final : OwnedThing
 {
-    using Thing::Thing;
+    using OwnedThing::OwnedThing;
     int number = 7;
 };
 
@@ -32,7 +32,7 @@ struct Face
     virtual ~Face() = default;
 };
 
-struct Both final : Thing, Face
+struct Both final : OwnedThing, Face
 {
 };
 }
@@ -40,10 +40,10 @@ struct Both final : Thing, Face
 TEST_CASE("intrusive pointer: the object goes with its last pointer")
 {
     bool isGone = false;
-    auto first = makeIntrusive<Thing>(&isGone);
+    auto first = makeIntrusive<OwnedThing>(&isGone);
     CHECK(first->referenceCount() == 1);
     {
-        const IntrusivePtr<Thing> second = first;
+        const IntrusivePtr<OwnedThing> second = first;
         CHECK(first->referenceCount() == 2);
         CHECK(second == first);
     }
@@ -58,9 +58,9 @@ TEST_CASE("intrusive pointer: the object goes with its last pointer")
 TEST_CASE("intrusive pointer: a pointer made again from a plain reference shares the count")
 {
     bool isGone = false;
-    auto first = makeIntrusive<Thing>(&isGone);
-    Thing& plain = *first;
-    IntrusivePtr<Thing> again(plain);
+    auto first = makeIntrusive<OwnedThing>(&isGone);
+    OwnedThing& plain = *first;
+    IntrusivePtr<OwnedThing> again(plain);
     first.reset();
     CHECK_FALSE(isGone);
     CHECK(again->referenceCount() == 1);
@@ -70,8 +70,8 @@ TEST_CASE("intrusive pointer: a pointer made again from a plain reference shares
 
 TEST_CASE("intrusive pointer: moving hands the reference over")
 {
-    auto first = makeIntrusive<Thing>();
-    IntrusivePtr<Thing> second = std::move(first);
+    auto first = makeIntrusive<OwnedThing>();
+    IntrusivePtr<OwnedThing> second = std::move(first);
     CHECK(first.get() == nullptr);
     CHECK(second->referenceCount() == 1);
     second = std::move(second);
@@ -81,8 +81,8 @@ TEST_CASE("intrusive pointer: moving hands the reference over")
 TEST_CASE("intrusive pointer: assigning to itself keeps the object")
 {
     bool isGone = false;
-    auto pointer = makeIntrusive<Thing>(&isGone);
-    const IntrusivePtr<Thing>& self = pointer;
+    auto pointer = makeIntrusive<OwnedThing>(&isGone);
+    const IntrusivePtr<OwnedThing>& self = pointer;
     pointer = self;
     CHECK_FALSE(isGone);
     CHECK(pointer->referenceCount() == 1);
@@ -91,7 +91,7 @@ TEST_CASE("intrusive pointer: assigning to itself keeps the object")
 TEST_CASE("intrusive pointer: a pointer to a derived class converts to one to its base")
 {
     const auto special = makeIntrusive<Special>();
-    const IntrusivePtr<Thing> thing = special;
+    const IntrusivePtr<OwnedThing> thing = special;
     CHECK(thing == special);
     CHECK(thing->referenceCount() == 2);
     CHECK(Bedrock::dynamicPointerCast<Special>(thing)->number == 7);

@@ -13,7 +13,7 @@ using Bedrock::makeIntrusive;
 
 namespace
 {
-struct Thing : Bedrock::ReferenceCounted
+struct WatchedThing : Bedrock::ReferenceCounted
 {
     int number = 3;
 };
@@ -28,8 +28,8 @@ struct SelfAware final : Bedrock::ReferenceCounted
 
 TEST_CASE("weak pointer: locks while the object lives and is null after")
 {
-    auto thing = makeIntrusive<Thing>();
-    const IntrusiveWeakPtr<Thing> weak = thing;
+    auto thing = makeIntrusive<WatchedThing>();
+    const IntrusiveWeakPtr<WatchedThing> weak = thing;
     CHECK(weak);
     CHECK(weak.lock() == thing);
     CHECK(thing->referenceCount() == 1);
@@ -66,13 +66,13 @@ TEST_CASE("weak pointer: cannot be locked from the object's destructor")
 
 TEST_CASE("weak pointer: knows of the end of an object that was never owned")
 {
-    IntrusiveWeakPtr<Thing> weak;
+    IntrusiveWeakPtr<WatchedThing> weak;
     CHECK_FALSE(weak);
     {
-        struct OnStack final : Thing
+        struct OnStack final : WatchedThing
         {
         } object;
-        weak = IntrusiveWeakPtr<Thing>(&object);
+        weak = IntrusiveWeakPtr<WatchedThing>(&object);
         CHECK(weak);
         CHECK(weak.lock() == nullptr);
     }
@@ -81,10 +81,10 @@ TEST_CASE("weak pointer: knows of the end of an object that was never owned")
 
 TEST_CASE("weak pointer: copies, moves and resets")
 {
-    const auto thing = makeIntrusive<Thing>();
-    IntrusiveWeakPtr<Thing> first(thing.get());
-    IntrusiveWeakPtr<Thing> second = first;
-    IntrusiveWeakPtr<Thing> third = std::move(first);
+    const auto thing = makeIntrusive<WatchedThing>();
+    IntrusiveWeakPtr<WatchedThing> first(thing.get());
+    IntrusiveWeakPtr<WatchedThing> second = first;
+    IntrusiveWeakPtr<WatchedThing> third = std::move(first);
     CHECK_FALSE(first);
     CHECK(second.lock() == thing);
     CHECK(third.lock() == thing);
@@ -97,8 +97,8 @@ TEST_CASE("weak pointer: copies, moves and resets")
 TEST_CASE("weak pointer: copied and destroyed on other threads while the object goes away")
 {
     for (int round = 0; round < 200; ++round) {
-        auto thing = makeIntrusive<Thing>();
-        const IntrusiveWeakPtr<Thing> weak = thing;
+        auto thing = makeIntrusive<WatchedThing>();
+        const IntrusiveWeakPtr<WatchedThing> weak = thing;
         std::atomic<bool> go{false};
         std::vector<std::thread> threads;
         for (int i = 0; i < 3; ++i) {
@@ -106,7 +106,7 @@ TEST_CASE("weak pointer: copied and destroyed on other threads while the object 
                 while (!go)
                     std::this_thread::yield();
                 for (int n = 0; n < 20; ++n) {
-                    const IntrusiveWeakPtr<Thing> another = copy;
+                    const IntrusiveWeakPtr<WatchedThing> another = copy;
                     if (const auto locked = another.lock())
                         CHECK(locked->number == 3);
                 }
@@ -124,15 +124,15 @@ TEST_CASE("weak pointer: copied and destroyed on other threads while the object 
 TEST_CASE("weak pointer: the first ones made on several threads at once share the object")
 {
     for (int round = 0; round < 200; ++round) {
-        auto thing = makeIntrusive<Thing>();
+        auto thing = makeIntrusive<WatchedThing>();
         std::atomic<bool> go{false};
-        std::vector<IntrusiveWeakPtr<Thing>> made(3);
+        std::vector<IntrusiveWeakPtr<WatchedThing>> made(3);
         std::vector<std::thread> threads;
         for (std::size_t i = 0; i < made.size(); ++i) {
             threads.emplace_back([&, i] {
                 while (!go)
                     std::this_thread::yield();
-                made[i] = IntrusiveWeakPtr<Thing>(thing.get());
+                made[i] = IntrusiveWeakPtr<WatchedThing>(thing.get());
             });
         }
         go = true;

@@ -8,7 +8,7 @@
 
 namespace
 {
-struct Thing final : Bedrock::ReferenceCounted
+struct CountedThing final : Bedrock::ReferenceCounted
 {
 };
 }
@@ -16,8 +16,8 @@ struct Thing final : Bedrock::ReferenceCounted
 TEST_CASE("reference counted: live objects are counted")
 {
     const long before = Bedrock::ReferenceCounted::liveObjects();
-    auto first = Bedrock::makeIntrusive<Thing>();
-    auto second = Bedrock::makeIntrusive<Thing>();
+    auto first = Bedrock::makeIntrusive<CountedThing>();
+    auto second = Bedrock::makeIntrusive<CountedThing>();
     CHECK(Bedrock::ReferenceCounted::liveObjects() == before + 2);
     first.reset();
     second.reset();
@@ -28,7 +28,7 @@ TEST_CASE("reference counted: an object that no pointer held belongs to its make
 {
     const long before = Bedrock::ReferenceCounted::liveObjects();
     {
-        const Thing thing;
+        const CountedThing thing;
         CHECK(thing.referenceCount() == 0);
         CHECK_FALSE(thing.addReferenceIfOwned());
         CHECK(Bedrock::ReferenceCounted::liveObjects() == before + 1);
@@ -38,12 +38,12 @@ TEST_CASE("reference counted: an object that no pointer held belongs to its make
 
 TEST_CASE("reference counted: pointers of several threads keep the count")
 {
-    auto thing = Bedrock::makeIntrusive<Thing>();
+    auto thing = Bedrock::makeIntrusive<CountedThing>();
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([copy = thing] {
             for (int i = 0; i < 1000; ++i) {
-                const Bedrock::IntrusivePtr<Thing> another = copy;
+                const Bedrock::IntrusivePtr<CountedThing> another = copy;
                 CHECK(another->referenceCount() >= 2);
             }
         });

@@ -15,7 +15,7 @@ using Bedrock::WeakAnchor;
 
 namespace
 {
-struct Thing final : ReferenceCounted
+struct AnchoredThing final : ReferenceCounted
 {
     int number = 3;
 };
@@ -33,8 +33,8 @@ struct Held
 
 TEST_CASE("weak anchor: an object has one, the same for every caller")
 {
-    const auto thing = makeIntrusive<Thing>();
-    const auto other = makeIntrusive<Thing>();
+    const auto thing = makeIntrusive<AnchoredThing>();
+    const auto other = makeIntrusive<AnchoredThing>();
     const Held first(*thing);
     const Held second(*thing);
     const Held ofOther(*other);
@@ -45,14 +45,14 @@ TEST_CASE("weak anchor: an object has one, the same for every caller")
 
 TEST_CASE("weak anchor: locking gives the object with one reference more, for the caller to give back")
 {
-    auto thing = makeIntrusive<Thing>();
+    auto thing = makeIntrusive<AnchoredThing>();
     const Held held(*thing);
     const ReferenceCounted* locked = held.anchor->lock();
     CHECK(locked == thing.get());
     CHECK(thing->referenceCount() == 2);
     thing.reset();
     CHECK(held.anchor->isAlive());
-    CHECK(static_cast<const Thing*>(locked)->number == 3);
+    CHECK(static_cast<const AnchoredThing*>(locked)->number == 3);
     locked->releaseReference();
     CHECK_FALSE(held.anchor->isAlive());
     CHECK(held.anchor->lock() == nullptr);
@@ -60,7 +60,7 @@ TEST_CASE("weak anchor: locking gives the object with one reference more, for th
 
 TEST_CASE("weak anchor: an object without an owner is alive and cannot be locked")
 {
-    auto thing = std::make_unique<Thing>();
+    auto thing = std::make_unique<AnchoredThing>();
     const Held held(*thing);
     CHECK(held.anchor->isAlive());
     CHECK(held.anchor->lock() == nullptr);
@@ -94,7 +94,7 @@ TEST_CASE("weak anchor: it outlives its object as long as it is referred to")
 {
     WeakAnchor* anchor = nullptr;
     {
-        const auto thing = makeIntrusive<Thing>();
+        const auto thing = makeIntrusive<AnchoredThing>();
         anchor = thing->weakAnchor();
         anchor->addReference();
     }
@@ -108,7 +108,7 @@ TEST_CASE("weak anchor: what another thread locks while the object is let go sta
 {
     const long before = ReferenceCounted::liveObjects();
     for (int round = 0; round < 200; ++round) {
-        auto thing = makeIntrusive<Thing>();
+        auto thing = makeIntrusive<AnchoredThing>();
         const Held held(*thing);
         std::atomic<bool> go{false};
         std::atomic<int> broken{0};
@@ -121,7 +121,7 @@ TEST_CASE("weak anchor: what another thread locks while the object is let go sta
                     const ReferenceCounted* locked = held.anchor->lock();
                     if (!locked)
                         return;
-                    if (static_cast<const Thing*>(locked)->number != 3)
+                    if (static_cast<const AnchoredThing*>(locked)->number != 3)
                         ++broken;
                     locked->releaseReference();
                 }

@@ -1,5 +1,7 @@
 #include "BoxEdges.hpp"
 
+#include "TestColors.hpp"
+
 #include <doctest/doctest.h>
 
 #include <QRectF>
@@ -10,10 +12,10 @@
 
 using Lantern::BoxEdges;
 using Lantern::PixelSpan;
+using LanternTest::kArea;
 
 namespace
 {
-const QRect kArea(0, 0, 120, 100);
 
 unsigned coverageAt(const BoxEdges& edges, int x, int y)
 {

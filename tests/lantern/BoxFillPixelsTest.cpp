@@ -1,6 +1,7 @@
 #include "BoxFillPixels.hpp"
 
 #include "Composition.hpp"
+#include "TestColors.hpp"
 
 #include <Pictures.hpp>
 
@@ -9,13 +10,13 @@
 
 #include <doctest/doctest.h>
 
+using LanternTest::kArea;
+using LanternTest::kBlue;
+using LanternTest::kRed;
 using namespace Lantern;
 
 namespace
 {
-constexpr QRect kArea(0, 0, 120, 100);
-const Bedrock::Color kRed{1.f, 0.f, 0.f, 1.f};
-const Bedrock::Color kBlue{0.f, 0.f, 1.f, 1.f};
 
 struct Filled
 {

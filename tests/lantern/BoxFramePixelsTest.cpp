@@ -1,21 +1,22 @@
 #include "BoxFramePixels.hpp"
 
 #include "Composition.hpp"
+#include "TestColors.hpp"
 
 #include <QImage>
 #include <QTransform>
 
 #include <doctest/doctest.h>
 
+using LanternTest::kArea;
+using LanternTest::kBlue;
+using LanternTest::kRed;
+using LanternTest::kWhite;
 using namespace Lantern;
 
 namespace
 {
-constexpr QRect kArea(0, 0, 120, 100);
-const Bedrock::Color kRed{1.f, 0.f, 0.f, 1.f};
 const Bedrock::Color kGreen{0.f, 1.f, 0.f, 1.f};
-const Bedrock::Color kBlue{0.f, 0.f, 1.f, 1.f};
-const Bedrock::Color kWhite{1.f, 1.f, 1.f, 1.f};
 
 struct Framed
 {

@@ -21,7 +21,7 @@ struct Box
     float opacity = 1.f;
 };
 
-QImage picture(const Box& box, const QRegion& damage)
+QImage pictureOfBox(const Box& box, const QRegion& damage)
 {
     Lantern::ImageTarget target({100, 100});
     target.paint(damage, [&](Lantern::RenderContext& context) {
@@ -68,6 +68,6 @@ TEST_CASE("box interior: each part of a box shows the pixels of the whole box")
         QRegion damage;
         for (unsigned parts = 1 + random() % 3; parts > 0; --parts)
             damage += QRect(int(number(10, 60)), int(number(10, 60)), int(number(1, 25)), int(number(1, 25)));
-        CHECK_PICTURE(picture(box, damage), cutOut(picture(box, QRect(0, 0, 100, 100)), damage), 0);
+        CHECK_PICTURE(pictureOfBox(box, damage), cutOut(pictureOfBox(box, QRect(0, 0, 100, 100)), damage), 0);
     }
 }

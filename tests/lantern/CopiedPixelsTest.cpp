@@ -23,7 +23,7 @@ QImage disc()
     return image;
 }
 
-QImage drawn(const QImage& image, const std::shared_ptr<const PixelRows>& rows, unsigned opacity, const QRect& area)
+QImage drawnCopy(const QImage& image, const std::shared_ptr<const PixelRows>& rows, unsigned opacity, const QRect& area)
 {
     QImage result(90, 80, QImage::Format_RGB32);
     result.fill(0xff405060u);
@@ -46,8 +46,8 @@ TEST_CASE("copied pixels: a picture lies pixel for pixel at its corner, blended,
         for (int y = 5; y < 60; ++y)
             for (int x = 15; x < 65; ++x)
                 expected.setPixel(x, y, blendedPixel(scaledPixel(image.pixel(x - 11, y - 5), opacity), 0xff405060u));
-        CHECK(drawn(image, nullptr, opacity, area) == expected);
-        CHECK(drawn(image, rows, opacity, area) == expected);
+        CHECK(drawnCopy(image, nullptr, opacity, area) == expected);
+        CHECK(drawnCopy(image, rows, opacity, area) == expected);
     }
 }
 

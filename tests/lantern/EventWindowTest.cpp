@@ -20,7 +20,7 @@ using Lantern::WindowTarget;
 
 namespace
 {
-struct Heard final : Lantern::WindowListener
+struct HeardEvents final : Lantern::WindowListener
 {
     std::string log;
     bool isExposed = false;
@@ -33,7 +33,7 @@ struct Heard final : Lantern::WindowListener
     void windowClosed() override { log += "closed;"; }
 };
 
-WindowOptions smallWindow()
+WindowOptions smallEventWindow()
 {
     WindowOptions options;
     options.size = {120, 80};
@@ -43,8 +43,8 @@ WindowOptions smallWindow()
 /// A window that the system shows, and what it received since.
 struct ExposedWindow
 {
-    Heard heard;
-    WindowTarget target{smallWindow(), &heard};
+    HeardEvents heard;
+    WindowTarget target{smallEventWindow(), &heard};
     ExposedWindow()
     {
         REQUIRE(TestSupport::pumpUntil([this] { return heard.isExposed; }));
@@ -116,7 +116,7 @@ TEST_CASE_FIXTURE(ExposedWindow, "event window: a touch is taken, so that it doe
 
 TEST_CASE("event window: without a listener events go nowhere, and do no harm")
 {
-    WindowTarget target(smallWindow(), nullptr);
+    WindowTarget target(smallEventWindow(), nullptr);
     REQUIRE(TestSupport::pumpUntil([&] { return target.window().isExposed(); }));
     QKeyEvent key(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier, QStringLiteral("a"));
     QCoreApplication::sendEvent(&target.window(), &key);

@@ -15,7 +15,7 @@ namespace
 {
 using Draw = std::function<void(Lantern::RenderContext&)>;
 
-QImage picture(const Draw& draw, const QRegion& damage)
+QImage pictureOfShape(const Draw& draw, const QRegion& damage)
 {
     Lantern::ImageTarget target({160, 120});
     target.paint(damage, draw);
@@ -26,11 +26,11 @@ QImage picture(const Draw& draw, const QRegion& damage)
 void checkParts(const char* what, const Draw& draw, std::mt19937& random)
 {
     CAPTURE(what);
-    const QImage whole = picture(draw, QRect(0, 0, 160, 120));
+    const QImage whole = pictureOfShape(draw, QRect(0, 0, 160, 120));
     for (int i = 0; i < 6; ++i) {
         const QRect part = QRect(int(random() % 150), int(random() % 110), 1 + int(random() % 60), 1 + int(random() % 40))
             & QRect(0, 0, 160, 120);
-        const QImage image = picture(draw, part);
+        const QImage image = pictureOfShape(draw, part);
         REQUIRE_MESSAGE(image.copy(part) == whole.copy(part),
                         what << " differs by " << TestSupport::difference(image.copy(part), whole.copy(part)));
     }
@@ -86,7 +86,7 @@ TEST_CASE("exact shapes: so has a faint rectangle that begins and ends on whole 
 TEST_CASE("exact shapes: a rectangle on whole pixels has sharp edges, one that is turned has soft ones")
 {
     const auto rectangle = [](const Vecta::Transform& transform) {
-        return picture(
+        return pictureOfShape(
             [&](Lantern::RenderContext& context) {
                 context.pushTransform(transform);
                 context.drawRect({0, 0, 40, 30}, 0.f, Lantern::Style().setFill({1.f, 1.f, 1.f, 1.f}));

@@ -27,7 +27,7 @@ QImage gray()
     return image;
 }
 
-QTransform turned(double degrees, double scale = 1.0)
+QTransform turnedBy(double degrees, double scale = 1.0)
 {
     QTransform transform;
     transform.translate(60.3, 50.8);
@@ -99,7 +99,7 @@ TEST_CASE("framed box: it looks as a painter draws it")
                 CAPTURE(row.what);
                 CAPTURE(degrees);
                 CAPTURE(scale);
-                const QTransform transform = turned(degrees, scale);
+                const QTransform transform = turnedBy(degrees, scale);
                 // Shares at edges are rounded another way.
                 CHECK_PICTURE(drawn(transform, row.shape), expectedOf(transform, row.shape), 60);
             }
@@ -110,7 +110,7 @@ TEST_CASE("framed box: each part shows the pixels of the whole box")
     for (const Row& row : kRows)
         for (const double degrees : {0.0, 21.0}) {
             CAPTURE(row.what);
-            const QTransform transform = turned(degrees);
+            const QTransform transform = turnedBy(degrees);
             const QImage whole = drawn(transform, row.shape);
             for (const QRect& part : {QRect(20, 20, 9, 70), QRect(50, 45, 20, 20), QRect(0, 75, 120, 3)})
                 CHECK(drawn(transform, row.shape, {part}).copy(part) == whole.copy(part));
@@ -121,9 +121,9 @@ TEST_CASE("framed box: what its inside hides is hidden, and what shows through i
 {
     for (const Row& row : kRows) {
         CAPTURE(row.what);
-        CHECK(FramedBox(kPicture, turned(3), kBox, row.shape).isSolid() == (row.shape.fill >> 24 == 255u));
-        const FramedBox box(kPicture, turned(3), kBox, row.shape);
-        const QImage image = drawn(turned(3), row.shape);
+        CHECK(FramedBox(kPicture, turnedBy(3), kBox, row.shape).isSolid() == (row.shape.fill >> 24 == 255u));
+        const FramedBox box(kPicture, turnedBy(3), kBox, row.shape);
+        const QImage image = drawn(turnedBy(3), row.shape);
         for (int y = 0; y < kPicture.height(); ++y)
             if (const PixelSpan span = box.span(y); box.isSolid())
                 for (int x = span.fullBegin; x < span.fullEnd; ++x)
@@ -133,7 +133,7 @@ TEST_CASE("framed box: what its inside hides is hidden, and what shows through i
 
 TEST_CASE("framed box: it is not drawn sheared, flat, or stretched by more than a screen does")
 {
-    CHECK(FramedBox::canDraw(turned(33, 0.2)));
+    CHECK(FramedBox::canDraw(turnedBy(33, 0.2)));
     CHECK(FramedBox::canDraw(QTransform::fromScale(-1.0, 1.0)));
     CHECK(FramedBox::canDraw(QTransform::fromScale(1.0, 1.02)));
     CHECK_FALSE(FramedBox::canDraw(QTransform::fromScale(1.0, 1.1)));

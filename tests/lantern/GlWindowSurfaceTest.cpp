@@ -3,6 +3,8 @@
 
 #include "EventLoop.hpp"
 
+#include "TestColors.hpp"
+
 #include <Lantern/BoxFill.hpp>
 #include <Lantern/BoxShadow.hpp>
 #include <Lantern/ImageTarget.hpp>
@@ -26,14 +28,14 @@
 using Lantern::RenderContext;
 using Lantern::Style;
 using Lantern::WindowOptions;
+using LanternTest::kBlue;
+using LanternTest::kRed;
+using LanternTest::kWhite;
 
 namespace
 {
 constexpr QSize kSize(240, 160);
 const QRegion kAll(QRect(QPoint(), kSize));
-const Bedrock::Color kRed{1, 0, 0, 1};
-const Bedrock::Color kBlue{0, 0, 1, 1};
-const Bedrock::Color kWhite{1, 1, 1, 1};
 
 Style fill(const Bedrock::Color& color)
 {

@@ -1,13 +1,15 @@
 #include "GradientColors.hpp"
 
+#include "TestColors.hpp"
+
 #include <doctest/doctest.h>
 
+using LanternTest::kBlue;
+using LanternTest::kRed;
 using namespace Lantern;
 
 namespace
 {
-const Bedrock::Color kRed{1.f, 0.f, 0.f, 1.f};
-const Bedrock::Color kBlue{0.f, 0.f, 1.f, 1.f};
 const Bedrock::Color kNothing{0.f, 0.f, 0.f, 0.f};
 
 Gradient across(std::vector<Gradient::Stop> stops)

@@ -5,6 +5,8 @@
 #include <Lantern/BoxFill.hpp>
 #include <Lantern/BoxShadow.hpp>
 #include <Lantern/ImageTarget.hpp>
+
+#include "TestColors.hpp"
 #include <Lantern/PainterContext.hpp>
 #include <Lantern/RenderContext.hpp>
 #include <Lantern/RoundBox.hpp>
@@ -22,12 +24,12 @@
 
 using Lantern::RenderContext;
 using Lantern::Style;
+using LanternTest::kBlue;
+using LanternTest::kRed;
+using LanternTest::kWhite;
 
 namespace
 {
-const Bedrock::Color kRed{1, 0, 0, 1};
-const Bedrock::Color kBlue{0, 0, 1, 1};
-const Bedrock::Color kWhite{1, 1, 1, 1};
 
 QImage picture(const std::function<void(RenderContext&)>& draw, const QRegion& damage = QRegion(0, 0, 100, 100))
 {

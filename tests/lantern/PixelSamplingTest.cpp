@@ -12,9 +12,9 @@ namespace
 {
 constexpr int kWidth = 37, kHeight = 23;
 
-struct Picture
+struct SampledPicture
 {
-    explicit Picture(std::mt19937& random)
+    explicit SampledPicture(std::mt19937& random)
     {
         for (QRgb& pixel : pixels)
             pixel = QRgb(random());
@@ -43,7 +43,7 @@ constexpr int place(double pixels)
 TEST_CASE("pixel sampling: at the centre of a pixel it is that pixel, in the middle between two their mean")
 {
     std::mt19937 random(1);
-    const Picture picture(random);
+    const SampledPicture picture(random);
     std::vector<QRgb> row(64);
     sampleRow(row.data(), kWidth, picture.source, {0, place(5), place(1), 0});
     for (int x = 0; x < kWidth; ++x)
@@ -59,7 +59,7 @@ TEST_CASE("pixel sampling: at the centre of a pixel it is that pixel, in the mid
 TEST_CASE("pixel sampling: outside of the part the pixel at its edge goes on")
 {
     std::mt19937 random(2);
-    Picture picture(random);
+    SampledPicture picture(random);
     picture.source.left = 3;
     picture.source.right = 9;
     picture.source.top = 2;
@@ -76,7 +76,7 @@ TEST_CASE("pixel sampling: outside of the part the pixel at its edge goes on")
 TEST_CASE("pixel sampling: no component of a sample exceeds its alpha where none of the picture does")
 {
     std::mt19937 random(5);
-    Picture picture(random);
+    SampledPicture picture(random);
     for (QRgb& pixel : picture.pixels)
         pixel = qPremultiply(pixel);
     const auto number = [&](double high) { return high * double(random() % 100000) / 100000.0; };
@@ -93,7 +93,7 @@ TEST_CASE("pixel sampling: no component of a sample exceeds its alpha where none
 TEST_CASE("pixel sampling: a picture without alpha gives opaque pixels")
 {
     std::mt19937 random(3);
-    Picture picture(random);
+    SampledPicture picture(random);
     picture.source.isOpaque = true;
     std::vector<QRgb> row(32);
     sampleRow(row.data(), 20, picture.source, {place(1.3), place(2.7), place(0.9), place(0.4)});
@@ -104,7 +104,7 @@ TEST_CASE("pixel sampling: a picture without alpha gives opaque pixels")
 TEST_CASE("pixel sampling: wide registers give the values of single ones, wherever a row begins")
 {
     std::mt19937 random(4);
-    Picture picture(random);
+    SampledPicture picture(random);
     for (QRgb& pixel : picture.pixels)
         pixel = qPremultiply(pixel);
     const auto number = [&](double low, double high) { return low + (high - low) * double(random() % 100000) / 100000.0; };
@@ -150,7 +150,7 @@ TEST_CASE("pixel sampling: wide registers give the values of single ones, wherev
 TEST_CASE("pixel sampling: pixels are drawn by their share of the edges, and by the opacity")
 {
     std::mt19937 random(6);
-    Picture picture(random);
+    SampledPicture picture(random);
     picture.source.isOpaque = true;
     for (QRgb& pixel : picture.pixels)
         pixel = qRgb(200, 100, 40);

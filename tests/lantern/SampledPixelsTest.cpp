@@ -31,7 +31,7 @@ struct Shown
     bool isGroup = false;
 };
 
-QImage picture(const QImage& image, const Shown& shown, const QRegion& damage)
+QImage sampledFrom(const QImage& image, const Shown& shown, const QRegion& damage)
 {
     Lantern::ImageTarget target({420, 330});
     target.paint(damage, [&](Lantern::RenderContext& context) {
@@ -63,11 +63,11 @@ TEST_CASE("sampled pixels: each part of a scaled or turned picture shows the pix
             shown.source = {10.f, 7.f, number(20, 120), number(20, 90)};
         shown.opacity = i % 7 ? 1.f : 0.6f;
         shown.isGroup = i % 11 == 0;
-        const QImage whole = picture(image, shown, QRect(0, 0, 420, 330));
+        const QImage whole = sampledFrom(image, shown, QRect(0, 0, 420, 330));
         QRegion damage;
         for (unsigned parts = 1 + random() % 3; parts > 0; --parts)
             damage += QRect(int(number(0, 380)), int(number(0, 300)), int(number(1, 120)), int(number(1, 80)));
-        const QImage part = picture(image, shown, damage);
+        const QImage part = sampledFrom(image, shown, damage);
         QImage expected(whole.size(), whole.format());
         expected.fill(Qt::black);
         for (const QRect& rect : damage)
@@ -88,7 +88,7 @@ TEST_CASE("sampled pixels: a large picture has no steps")
     Shown shown;
     shown.transform = Vecta::Transform::translation({3.3f, 20.7f}) * Vecta::Transform::rotation(0.05f);
     shown.target = {0, 0, 400, 300};
-    const QImage image = picture(ramp, shown, QRect(0, 0, 420, 330));
+    const QImage image = sampledFrom(ramp, shown, QRect(0, 0, 420, 330));
     for (int x = 20; x < 380; ++x)
         CHECK(std::abs(qRed(image.pixel(x + 1, 150)) - qRed(image.pixel(x, 150))) <= 2);
 }

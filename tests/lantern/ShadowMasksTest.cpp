@@ -8,7 +8,7 @@ using namespace Lantern;
 
 namespace
 {
-RoundBox box(float width, float height, float radius = 0.f)
+RoundBox shadowBox(float width, float height, float radius = 0.f)
 {
     return {{3.f, 4.f, width, height}, Corners::all(radius)};
 }
@@ -17,7 +17,7 @@ RoundBox box(float width, float height, float radius = 0.f)
 TEST_CASE("shadow mask: the blur is a Gaussian whose deviation is half of the blur")
 {
     for (const float blur : {2.f, 8.f, 30.f, 120.f}) {
-        const ShadowMask mask(ShadowMask::keyOf(box(900.f, 900.f), blur));
+        const ShadowMask mask(ShadowMask::keyOf(shadowBox(900.f, 900.f), blur));
         for (double inside = -1.4 * double(blur); inside < 1.4 * double(blur); inside += double(blur) / 7.0) {
             CAPTURE(blur);
             CAPTURE(inside);
@@ -31,7 +31,7 @@ TEST_CASE("shadow mask: the blur is a Gaussian whose deviation is half of the bl
 
 TEST_CASE("shadow mask: a large box has the pixels of a small one with its middle stretched")
 {
-    const RoundBox large = box(300.f, 200.f, 14.f);
+    const RoundBox large = shadowBox(300.f, 200.f, 14.f);
     const ShadowMask shared(ShadowMask::keyOf(large, 20.f));
     const ShadowMask own({{300.f, 200.f}, large.corners, 20.f});
     CHECK(shared.bytes() < own.bytes());
@@ -44,7 +44,7 @@ TEST_CASE("shadow mask: a large box has the pixels of a small one with its middl
 
 TEST_CASE("shadow mask: a box that is smaller than its blur is fainter")
 {
-    const ShadowMask mask(ShadowMask::keyOf(box(10.f, 10.f), 40.f));
+    const ShadowMask mask(ShadowMask::keyOf(shadowBox(10.f, 10.f), 40.f));
     const double side = std::erf(5.0 / (20.0 * std::sqrt(2.0)));
     CHECK(mask.at(5.0, 5.0, 10.0, 10.0) == doctest::Approx(side * side).epsilon(0.02));
 }
@@ -52,23 +52,23 @@ TEST_CASE("shadow mask: a box that is smaller than its blur is fainter")
 TEST_CASE("shadow masks: boxes of many sizes share one, other corners, another blur and small boxes have their own")
 {
     ShadowMasks masks;
-    const auto first = masks.mask(box(200.f, 100.f, 8.f), 20.f);
-    CHECK(masks.mask(box(140.f, 300.5f, 8.f), 20.f) == first);
+    const auto first = masks.mask(shadowBox(200.f, 100.f, 8.f), 20.f);
+    CHECK(masks.mask(shadowBox(140.f, 300.5f, 8.f), 20.f) == first);
     CHECK(masks.built() == 1);
-    CHECK(masks.mask(box(200.f, 100.f, 9.f), 20.f) != first);
-    CHECK(masks.mask(box(200.f, 100.f, 8.f), 21.f) != first);
-    CHECK(masks.mask(box(200.f, 30.f, 8.f), 20.f) != first);
+    CHECK(masks.mask(shadowBox(200.f, 100.f, 9.f), 20.f) != first);
+    CHECK(masks.mask(shadowBox(200.f, 100.f, 8.f), 21.f) != first);
+    CHECK(masks.mask(shadowBox(200.f, 30.f, 8.f), 20.f) != first);
     CHECK(masks.built() == 4);
     CHECK(masks.count() == 4);
-    CHECK(masks.mask(box(200.f, 100.f, 8.f), 20.f) == first);
+    CHECK(masks.mask(shadowBox(200.f, 100.f, 8.f), 20.f) == first);
     CHECK(masks.built() == 4);
 }
 
 TEST_CASE("shadow masks: those that were not used for long make room")
 {
-    const std::size_t bytes = ShadowMask(ShadowMask::keyOf(box(90.f, 90.f, 8.f), 20.f)).bytes();
+    const std::size_t bytes = ShadowMask(ShadowMask::keyOf(shadowBox(90.f, 90.f, 8.f), 20.f)).bytes();
     ShadowMasks masks(3 * bytes + bytes / 2);
-    const auto wide = [&masks](float radius) { return masks.mask(box(90.f, 90.f, radius), 20.f); };
+    const auto wide = [&masks](float radius) { return masks.mask(shadowBox(90.f, 90.f, radius), 20.f); };
     const auto first = wide(8.f);
     (void)wide(7.9f);
     (void)wide(7.8f);

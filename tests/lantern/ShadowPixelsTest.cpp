@@ -1,6 +1,7 @@
 #include "ShadowPixels.hpp"
 
 #include "Composition.hpp"
+#include "TestColors.hpp"
 
 #include <Pictures.hpp>
 
@@ -9,11 +10,11 @@
 
 #include <doctest/doctest.h>
 
+using LanternTest::kArea;
 using namespace Lantern;
 
 namespace
 {
-constexpr QRect kArea(0, 0, 120, 100);
 
 struct Thrown
 {
@@ -42,7 +43,7 @@ struct Thrown
     }
 };
 
-Thrown black(Vecta::Vector2f offset, float blur, float spread, bool isInset = false)
+Thrown blackArea(Vecta::Vector2f offset, float blur, float spread, bool isInset = false)
 {
     Thrown thrown;
     thrown.shadow = {offset, blur, spread, {0.f, 0.f, 0.f, 1.f}, isInset};
@@ -52,7 +53,7 @@ Thrown black(Vecta::Vector2f offset, float blur, float spread, bool isInset = fa
 
 TEST_CASE("shadow: nothing of it shows under the box")
 {
-    const QImage image = black({4.f, 6.f}, 10.f, 3.f).picture();
+    const QImage image = blackArea({4.f, 6.f}, 10.f, 3.f).picture();
     for (int y = 40; y < 60; ++y)
         for (int x = 32; x < 88; ++x)
             REQUIRE(image.pixel(x, y) == 0xffffffffu);
@@ -63,7 +64,7 @@ TEST_CASE("shadow: nothing of it shows under the box")
 
 TEST_CASE("shadow: without blur it is the box itself, moved and so much larger")
 {
-    Thrown thrown = black({10.f, 5.f}, 0.f, 4.f);
+    Thrown thrown = blackArea({10.f, 5.f}, 0.f, 4.f);
     thrown.box.corners = {};
     const QImage image = thrown.picture();
     CHECK(image.pixel(103, 78) == 0xff000000u);
@@ -75,7 +76,7 @@ TEST_CASE("shadow: without blur it is the box itself, moved and so much larger")
 
 TEST_CASE("shadow: inset it lies inside of the box only, at the edges that it comes from")
 {
-    const QImage image = black({6.f, 0.f}, 8.f, 2.f, true).picture();
+    const QImage image = blackArea({6.f, 0.f}, 8.f, 2.f, true).picture();
     CHECK(qGreen(image.pixel(31, 50)) < 20);
     CHECK(qGreen(image.pixel(60, 50)) > 250);
     CHECK(qGreen(image.pixel(88, 50)) > 225);
@@ -83,13 +84,13 @@ TEST_CASE("shadow: inset it lies inside of the box only, at the edges that it co
     CHECK(image.pixel(60, 72) == 0xffffffffu);
     CHECK(image.pixel(31, 31) == 0xffffffffu);
     // It may be so wide that nothing is left free.
-    CHECK(black({}, 0.f, 40.f, true).picture().pixel(60, 50) == 0xff000000u);
-    CHECK(black({}, 6.f, 40.f, true).picture().pixel(60, 50) == 0xff000000u);
+    CHECK(blackArea({}, 0.f, 40.f, true).picture().pixel(60, 50) == 0xff000000u);
+    CHECK(blackArea({}, 6.f, 40.f, true).picture().pixel(60, 50) == 0xff000000u);
 }
 
 TEST_CASE("shadow: a colour shows as strong as it and the shadow are")
 {
-    Thrown thrown = black({0.f, 30.f}, 0.f, 0.f);
+    Thrown thrown = blackArea({0.f, 30.f}, 0.f, 0.f);
     thrown.shadow.color = {1.f, 0.f, 0.f, 0.5f};
     CHECK(qGreen(thrown.picture().pixel(60, 76)) == doctest::Approx(127).epsilon(0.02));
     CHECK(qRed(thrown.picture().pixel(60, 76)) >= 254);
@@ -105,10 +106,10 @@ TEST_CASE("shadow: a part that is drawn alone has the pixels of the whole, howev
         for (const double degrees : {0.0, 12.5, 90.0, 200.0}) {
             CAPTURE(isInset);
             CAPTURE(degrees);
-            Thrown thrown = black({3.f, 5.f}, 12.f, 1.5f, isInset);
+            Thrown thrown = blackArea({3.f, 5.f}, 12.f, 1.5f, isInset);
             thrown.degrees = degrees;
             const QImage whole = thrown.picture();
-            CHECK(whole != black({}, 0.f, -40.f).picture());
+            CHECK(whole != blackArea({}, 0.f, -40.f).picture());
             CHECK(thrown.picture({{0, 0, 43, 51}, {43, 0, 77, 51}, {0, 51, 17, 49}, {17, 51, 103, 49}}) == whole);
         }
 }

@@ -36,9 +36,9 @@ CommandAnswer answerOf(CommandHandler& handler, const QByteArray& body, const QB
     return promise->get_future().get();
 }
 
-struct Fixture
+struct CommandHandlerFixture
 {
-    Fixture()
+    CommandHandlerFixture()
     {
         folder.makeFolder(QStringLiteral("content"));
         folder.write(QStringLiteral("content/boat.png"), "picture");
@@ -73,7 +73,8 @@ struct Fixture
 
 } // namespace
 
-TEST_CASE_FIXTURE(Fixture, "command handler: the page opens in the first language that the command asks for, if pages have it")
+TEST_CASE_FIXTURE(CommandHandlerFixture,
+                  "command handler: the page opens in the first language that the command asks for, if pages have it")
 {
     const QByteArray ask = R"({"command":"getuserpage","tessel":7})";
     const QString page = handle(ask).json.value(QLatin1String("userpageurl")).toString();
@@ -93,7 +94,7 @@ TEST_CASE_FIXTURE(Fixture, "command handler: the page opens in the first languag
     }
 }
 
-TEST_CASE_FIXTURE(Fixture, "command handler: getuserpage answers the page's address and that of its QR code")
+TEST_CASE_FIXTURE(CommandHandlerFixture, "command handler: getuserpage answers the page's address and that of its QR code")
 {
     const QJsonObject answer = handle(R"({"command":"getuserpage","tessel":1234567})").json;
     CHECK(answer.value(QLatin1String("success")) == QJsonValue(true));
@@ -105,7 +106,7 @@ TEST_CASE_FIXTURE(Fixture, "command handler: getuserpage answers the page's addr
     CHECK(handle(R"({"command":"getuserpage","tessel":1234568})").json != answer);
 }
 
-TEST_CASE_FIXTURE(Fixture, "command handler: links and files are added once and deleted")
+TEST_CASE_FIXTURE(CommandHandlerFixture, "command handler: links and files are added once and deleted")
 {
     CHECK(succeeds(R"({"command":"additem","tessel":7,"systemname":"Undefined","url":"https://a.example/","displayname":"A"})"));
     CHECK(succeeds(R"({"command":"additem","tessel":7,"systemname":"Undefined","url":"https://a.example/","displayname":"A2"})"));
@@ -123,14 +124,14 @@ TEST_CASE_FIXTURE(Fixture, "command handler: links and files are added once and 
     CHECK(count(7) == 1);
 }
 
-TEST_CASE_FIXTURE(Fixture, "command handler: a file may be deleted after it has left the content folder")
+TEST_CASE_FIXTURE(CommandHandlerFixture, "command handler: a file may be deleted after it has left the content folder")
 {
     REQUIRE(succeeds(R"({"command":"additem","tessel":7,"filename":"boat.png"})"));
     REQUIRE(QFile::remove(folder.path(QStringLiteral("content/boat.png"))));
     CHECK(succeeds(R"({"command":"deleteitem","tessel":7,"filename":"boat.png"})"));
 }
 
-TEST_CASE_FIXTURE(Fixture, "command handler: files outside the content folder are not added")
+TEST_CASE_FIXTURE(CommandHandlerFixture, "command handler: files outside the content folder are not added")
 {
     CHECK(errorOf(R"({"command":"additem","tessel":7,"filename":"gone.png"})", 200)
           == "There is no file \"gone.png\" in the content folder.");
@@ -142,7 +143,7 @@ TEST_CASE_FIXTURE(Fixture, "command handler: files outside the content folder ar
     CHECK(count(7) == 0);
 }
 
-TEST_CASE_FIXTURE(Fixture, "command handler: addresses that are not of the web are not added")
+TEST_CASE_FIXTURE(CommandHandlerFixture, "command handler: addresses that are not of the web are not added")
 {
     for (const char* url : {"javascript:alert(1)", "data:text/html,x", "file:///etc/passwd", "boat.png"}) {
         CAPTURE(url);
@@ -152,7 +153,7 @@ TEST_CASE_FIXTURE(Fixture, "command handler: addresses that are not of the web a
     CHECK(count(7) == 0);
 }
 
-TEST_CASE_FIXTURE(Fixture, "command handler: what is not understood is answered with the reason")
+TEST_CASE_FIXTURE(CommandHandlerFixture, "command handler: what is not understood is answered with the reason")
 {
     struct Row
     {
@@ -185,7 +186,7 @@ TEST_CASE_FIXTURE(Fixture, "command handler: what is not understood is answered 
     CHECK(count(7) == 0);
 }
 
-TEST_CASE_FIXTURE(Fixture, "command handler: cards above 2^53 are told apart")
+TEST_CASE_FIXTURE(CommandHandlerFixture, "command handler: cards above 2^53 are told apart")
 {
     REQUIRE(succeeds(R"({"command":"additem","tessel":9007199254740993,"filename":"boat.png"})"));
     CHECK(count(9007199254740993) == 1);
@@ -194,7 +195,7 @@ TEST_CASE_FIXTURE(Fixture, "command handler: cards above 2^53 are told apart")
     CHECK(count(std::numeric_limits<qint64>::min()) == 1);
 }
 
-TEST_CASE_FIXTURE(Fixture, "command handler: a failing database is logged and answers without details")
+TEST_CASE_FIXTURE(CommandHandlerFixture, "command handler: a failing database is logged and answers without details")
 {
     {
         QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("beside"));
@@ -208,7 +209,7 @@ TEST_CASE_FIXTURE(Fixture, "command handler: a failing database is logged and an
           == "The media server could not reach its database; nothing was changed. Try again later.");
 }
 
-TEST_CASE_FIXTURE(Fixture, "command handler: a file that cannot be read now is logged and not said to be missing")
+TEST_CASE_FIXTURE(CommandHandlerFixture, "command handler: a file that cannot be read now is logged and not said to be missing")
 {
     REQUIRE(succeeds(R"({"command":"getuserpage","tessel":7})"));
     TestSupport::expectWarning("MediaServer # A file could not be opened (boat.png: Too many open files)");
@@ -221,7 +222,7 @@ TEST_CASE_FIXTURE(Fixture, "command handler: a file that cannot be read now is l
     CHECK(succeeds(R"({"command":"additem","tessel":7,"filename":"boat.png"})"));
 }
 
-TEST_CASE_FIXTURE(Fixture, "command handler: a person has so many items and no more, until one is removed")
+TEST_CASE_FIXTURE(CommandHandlerFixture, "command handler: a person has so many items and no more, until one is removed")
 {
     CommandHandler small(**store, content, nullptr, PageAddresses(QStringLiteral("https://museum.example/table")), 2);
     const auto add = [&](int tessel, int page) {
@@ -245,7 +246,7 @@ TEST_CASE_FIXTURE(Fixture, "command handler: a person has so many items and no m
     CHECK(add(7, 3).json.value(QLatin1String("success")).toBool());
 }
 
-TEST_CASE_FIXTURE(Fixture,
+TEST_CASE_FIXTURE(CommandHandlerFixture,
                   "command handler: commands that are given together are each answered with what is in the store by then")
 {
     constexpr int kCommands = 50;

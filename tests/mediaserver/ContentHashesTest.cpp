@@ -17,7 +17,7 @@ namespace
 const QString kBoat = QStringLiteral("boat.png");
 const QByteArray kSomeHash(64, 'a');
 
-struct Fixture
+struct ContentHashesFixture
 {
     /// Runs the next function that was posted.
     void runPosted()
@@ -46,7 +46,7 @@ struct Fixture
 
 } // namespace
 
-TEST_CASE_FIXTURE(Fixture, "content hashes: a file is read once for all that wait, and again when it has changed")
+TEST_CASE_FIXTURE(ContentHashesFixture, "content hashes: a file is read once for all that wait, and again when it has changed")
 {
     folder.write(kBoat, "picture");
     CHECK(known().isNull());
@@ -69,7 +69,8 @@ TEST_CASE_FIXTURE(Fixture, "content hashes: a file is read once for all that wai
     CHECK(known() != first);
 }
 
-TEST_CASE_FIXTURE(Fixture, "content hashes: the end of reading a file that is not there is reported as well, and may ask again")
+TEST_CASE_FIXTURE(ContentHashesFixture,
+                  "content hashes: the end of reading a file that is not there is reported as well, and may ask again")
 {
     int ended = 0;
     hashes.read(kBoat, [&] {
@@ -85,7 +86,7 @@ TEST_CASE_FIXTURE(Fixture, "content hashes: the end of reading a file that is no
     CHECK_FALSE(known().isNull());
 }
 
-TEST_CASE_FIXTURE(Fixture, "content hashes: a hash that is remembered holds until the file changes")
+TEST_CASE_FIXTURE(ContentHashesFixture, "content hashes: a hash that is remembered holds until the file changes")
 {
     folder.write(kBoat, "picture");
     hashes.remember(kBoat, *content.open(kBoat), kSomeHash);

@@ -66,14 +66,14 @@ struct SendingTable : TwoDoors
     QByteArray map = QByteArray("map ").repeated(800); // 3200 bytes, four pieces
 };
 
-QJsonObject object(const HttpAnswer& answer)
+QJsonObject answerObject(const HttpAnswer& answer)
 {
     return QJsonDocument::fromJson(QByteArray::fromStdString(answer.body)).object();
 }
 
 std::string member(const HttpAnswer& answer, const char* name)
 {
-    return object(answer).value(QLatin1String(name)).toString().toStdString();
+    return answerObject(answer).value(QLatin1String(name)).toString().toStdString();
 }
 
 std::string errorOf(const QJsonObject& answer)
@@ -94,13 +94,13 @@ TEST_CASE_FIXTURE(SendingTable,
     CHECK(get(path).body.find("Coming: it is on its way from the table") != std::string::npos);
     CHECK(files(path).empty());
 
-    CHECK(object(state("map.png", map)).value(QLatin1String("received")).toInt(-1) == 0);
+    CHECK(answerObject(state("map.png", map)).value(QLatin1String("received")).toInt(-1) == 0);
     for (const qint64 from : {0, 1000, 2000}) {
         const HttpAnswer piece = put("map.png", map, from);
         CHECK(piece.status == 200);
         CHECK(member(piece, "state") == "coming");
-        CHECK(object(piece).value(QLatin1String("received")).toInt() == from + 1000);
-        CHECK(object(piece).value(QLatin1String("piece")).toInt() == kPiece);
+        CHECK(answerObject(piece).value(QLatin1String("received")).toInt() == from + 1000);
+        CHECK(answerObject(piece).value(QLatin1String("piece")).toInt() == kPiece);
         CHECK(file("map.png").isEmpty());
     }
     CHECK(member(put("map.png", map, 3000), "state") == "there");
@@ -121,9 +121,9 @@ TEST_CASE_FIXTURE(SendingTable,
 {
     announce("map.png", map);
     put("map.png", map, 0);
-    CHECK(object(put("map.png", map, 0)).value(QLatin1String("received")).toInt() == 1000);
-    CHECK(object(put("map.png", map, 2000)).value(QLatin1String("received")).toInt() == 1000);
-    CHECK(object(state("map.png", map)).value(QLatin1String("received")).toInt() == 1000);
+    CHECK(answerObject(put("map.png", map, 0)).value(QLatin1String("received")).toInt() == 1000);
+    CHECK(answerObject(put("map.png", map, 2000)).value(QLatin1String("received")).toInt() == 1000);
+    CHECK(answerObject(state("map.png", map)).value(QLatin1String("received")).toInt() == 1000);
     put("map.png", map, 1000);
     put("map.png", map, 2000);
     CHECK(member(put("map.png", map, 3000), "state") == "there");

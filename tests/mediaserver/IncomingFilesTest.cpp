@@ -17,9 +17,9 @@ using Ending = IncomingFiles::Ending;
 namespace
 {
 
-struct Fixture
+struct IncomingFilesFixture
 {
-    Fixture() { REQUIRE(files.isWritable()); }
+    IncomingFilesFixture() { REQUIRE(files.isWritable()); }
 
     static IncomingFiles::Id idOf(const char* name, const QByteArray& content)
     {
@@ -43,7 +43,7 @@ struct Fixture
 
 } // namespace
 
-TEST_CASE_FIXTURE(Fixture, "incoming files: pieces make a file, which appears under its name when it is whole")
+TEST_CASE_FIXTURE(IncomingFilesFixture, "incoming files: pieces make a file, which appears under its name when it is whole")
 {
     CHECK(files.received(map) == 0);
     CHECK(*files.append(map, 0, "abc") == 3);
@@ -59,7 +59,8 @@ TEST_CASE_FIXTURE(Fixture, "incoming files: pieces make a file, which appears un
     CHECK(aside().isEmpty());
 }
 
-TEST_CASE_FIXTURE(Fixture, "incoming files: a restart goes on where a transfer ended, and drops what has not grown for a week")
+TEST_CASE_FIXTURE(IncomingFilesFixture,
+                  "incoming files: a restart goes on where a transfer ended, and drops what has not grown for a week")
 {
     (void)files.append(map, 0, "abc");
     const auto old = idOf("old.png", "old");
@@ -75,7 +76,7 @@ TEST_CASE_FIXTURE(Fixture, "incoming files: a restart goes on where a transfer e
     CHECK(again.received(old) == 0);
 }
 
-TEST_CASE_FIXTURE(Fixture,
+TEST_CASE_FIXTURE(IncomingFilesFixture,
                   "incoming files: what has another name stays, however old, and nothing is removed or written through a link")
 {
     const auto makeOld = [this](const QString& name) {
@@ -98,7 +99,7 @@ TEST_CASE_FIXTURE(Fixture,
     CHECK_FALSE(linked.isWritable());
 }
 
-TEST_CASE_FIXTURE(Fixture, "incoming files: a pipe in the place of a file is not waited for")
+TEST_CASE_FIXTURE(IncomingFilesFixture, "incoming files: a pipe in the place of a file is not waited for")
 {
     (void)files.append(map, 0, "abc");
     REQUIRE(aside().size() == 1);
@@ -108,7 +109,7 @@ TEST_CASE_FIXTURE(Fixture, "incoming files: a pipe in the place of a file is not
     CHECK_FALSE(files.append(map, 0, "abc"));
 }
 
-TEST_CASE_FIXTURE(Fixture, "incoming files: a file never takes the place of another one")
+TEST_CASE_FIXTURE(IncomingFilesFixture, "incoming files: a file never takes the place of another one")
 {
     (void)files.append(map, 0, "abcdef");
     folder.write(QStringLiteral("map.png"), "by hand");
@@ -117,7 +118,7 @@ TEST_CASE_FIXTURE(Fixture, "incoming files: a file never takes the place of anot
     CHECK(aside().isEmpty());
 }
 
-TEST_CASE_FIXTURE(Fixture, "incoming files: content with another hash is dropped")
+TEST_CASE_FIXTURE(IncomingFilesFixture, "incoming files: content with another hash is dropped")
 {
     (void)files.append(map, 0, "abcdeF");
     CHECK(files.place(map, placed, reason) == Ending::OtherContent);
@@ -125,7 +126,7 @@ TEST_CASE_FIXTURE(Fixture, "incoming files: content with another hash is dropped
     CHECK(aside().isEmpty());
 }
 
-TEST_CASE_FIXTURE(Fixture, "incoming files: two names may wait for one content")
+TEST_CASE_FIXTURE(IncomingFilesFixture, "incoming files: two names may wait for one content")
 {
     const auto copy = idOf("copy.png", "abcdef");
     (void)files.append(map, 0, "abcdef");
@@ -136,7 +137,7 @@ TEST_CASE_FIXTURE(Fixture, "incoming files: two names may wait for one content")
     CHECK(file("copy.png") == "abcdef");
 }
 
-TEST_CASE_FIXTURE(Fixture, "incoming files: what the system refuses is said in its words")
+TEST_CASE_FIXTURE(IncomingFilesFixture, "incoming files: what the system refuses is said in its words")
 {
     REQUIRE(QDir().rmdir(folder.path(QStringLiteral(".incoming"))));
     CHECK(files.append(map, 0, "abc").error() == QLatin1String("No such file or directory"));

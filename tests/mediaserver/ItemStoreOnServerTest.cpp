@@ -31,7 +31,7 @@ struct Place
     TestDatabase database;
 };
 
-Item link(const QString& address, const QString& name = {})
+Item linkTo(const QString& address, const QString& name = {})
 {
     return {0, ItemKind::Url, address, name, {}};
 }
@@ -46,9 +46,9 @@ TEST_CASE("items on any database: items and tokens are there when it is opened a
         const auto one = place.open();
         const QString token = *one->tokenFor(7);
         CHECK(isTokenForm(token));
-        REQUIRE(one->add(7, link("https://a.example/", "old")));
+        REQUIRE(one->add(7, linkTo("https://a.example/", "old")));
         REQUIRE(one->add(7, {0, ItemKind::File, "boat.png", "Boat", {}}));
-        REQUIRE(one->add(7, link("https://a.example/", "new")));
+        REQUIRE(one->add(7, linkTo("https://a.example/", "new")));
         const auto other = place.open();
         CHECK(*other->tokenFor(7) == token);
         CHECK(*other->personOf(token) == std::optional<qint64>(7));
@@ -74,14 +74,14 @@ TEST_CASE("items on any database: an item is one person's, and its id does not c
         const auto store = place.open();
         using Limits = std::numeric_limits<qint64>;
         for (const qint64 tessel : {Limits::min(), qint64(0), Limits::max()})
-            REQUIRE(store->add(tessel, link("https://a.example/")));
+            REQUIRE(store->add(tessel, linkTo("https://a.example/")));
         const qint64 id = (*store->items(0))[0].id;
         CHECK((*store->item(0, id))->value == "https://a.example/");
         CHECK_FALSE(store->item(Limits::max(), id)->has_value());
         CHECK(*store->remove(0, ItemKind::Url, "https://a.example/"));
         CHECK_FALSE(*store->remove(0, ItemKind::Url, "https://a.example/"));
         CHECK_FALSE(*store->remove(1, ItemKind::Url, "https://a.example/"));
-        REQUIRE(store->add(0, link("https://b.example/")));
+        REQUIRE(store->add(0, linkTo("https://b.example/")));
         CHECK((*store->items(0))[0].id > id);
         REQUIRE(store->remove(0, (*store->items(0))[0].id));
         REQUIRE(store->removeAll(Limits::max()));
@@ -125,11 +125,11 @@ TEST_CASE("items on any database: there is room up to the limit, and for what is
         const Place place(kind);
         CAPTURE(place.database.name());
         const auto store = place.open();
-        CHECK(*store->hasRoom(7, link("https://a.example/"), 1));
-        REQUIRE(store->add(7, link("https://a.example/")));
-        CHECK_FALSE(*store->hasRoom(7, link("https://b.example/"), 1));
-        CHECK(*store->hasRoom(7, link("https://a.example/"), 1));
-        CHECK(*store->hasRoom(7, link("https://b.example/"), 2));
+        CHECK(*store->hasRoom(7, linkTo("https://a.example/"), 1));
+        REQUIRE(store->add(7, linkTo("https://a.example/")));
+        CHECK_FALSE(*store->hasRoom(7, linkTo("https://b.example/"), 1));
+        CHECK(*store->hasRoom(7, linkTo("https://a.example/"), 1));
+        CHECK(*store->hasRoom(7, linkTo("https://b.example/"), 2));
     }
 }
 
@@ -140,8 +140,8 @@ TEST_CASE("items on any database: a web address may be as long as a request")
         const Place place(kind);
         CAPTURE(place.database.name());
         const auto store = place.open();
-        REQUIRE(store->add(7, link(address, "1")));
-        REQUIRE(store->add(7, link(address, "2")));
+        REQUIRE(store->add(7, linkTo(address, "1")));
+        REQUIRE(store->add(7, linkTo(address, "2")));
         REQUIRE(store->items(7)->size() == 1);
         CHECK((*store->items(7))[0].value == address);
         CHECK(*store->remove(7, ItemKind::Url, address));
@@ -155,7 +155,7 @@ TEST_CASE("items on any database: old pages go with their items, others stay")
         CAPTURE(place.database.name());
         const auto store = place.open();
         for (const qint64 tessel : {1, 2, 3})
-            REQUIRE(store->add(tessel, link("https://a.example/")));
+            REQUIRE(store->add(tessel, linkTo("https://a.example/")));
         place.database.execute("UPDATE person SET since = '2020-01-01T00:00:00Z' WHERE tessel <> 3");
         place.database.execute("UPDATE item SET added = '2020-01-02T00:00:00Z' WHERE tessel = 1");
         CHECK(*store->lastAddition(1) == QDate(2020, 1, 2));

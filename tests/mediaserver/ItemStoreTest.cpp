@@ -26,7 +26,7 @@ std::unique_ptr<ItemStore> openStore(const QString& file)
     return std::move(*store);
 }
 
-Item link(const char* address, const char* name = "")
+Item linkItem(const char* address, const char* name = "")
 {
     Item item;
     item.value = QString::fromUtf8(address);
@@ -60,7 +60,7 @@ TEST_CASE("item store: items and tokens are there when it is opened again")
     QString token;
     {
         const auto store = openStore(file);
-        REQUIRE(store->add(7, link("https://a.example/", "First \xe2\x80\x9cname\xe2\x80\x9d")));
+        REQUIRE(store->add(7, linkItem("https://a.example/", "First \xe2\x80\x9cname\xe2\x80\x9d")));
         Item picture;
         picture.kind = ItemKind::File;
         picture.value = QStringLiteral("boat.png");
@@ -115,10 +115,10 @@ TEST_CASE("item store: an item added twice is kept once, with the later name and
 {
     const Folder folder;
     const auto store = openStore(folder.path(QStringLiteral("items.sqlite")));
-    REQUIRE(store->add(7, link("https://a.example/", "old")));
-    REQUIRE(store->add(7, link("https://b.example/", "other")));
+    REQUIRE(store->add(7, linkItem("https://a.example/", "old")));
+    REQUIRE(store->add(7, linkItem("https://b.example/", "other")));
     const qint64 id = (*store->items(7))[0].id;
-    REQUIRE(store->add(7, link("https://a.example/", "new")));
+    REQUIRE(store->add(7, linkItem("https://a.example/", "new")));
     const auto items = *store->items(7);
     REQUIRE(items.size() == 2);
     CHECK(items[0].id == id);
@@ -130,8 +130,8 @@ TEST_CASE("item store: removing takes this person's item of this kind and says w
 {
     const Folder folder;
     const auto store = openStore(folder.path(QStringLiteral("items.sqlite")));
-    REQUIRE(store->add(7, link("https://a.example/")));
-    REQUIRE(store->add(8, link("https://a.example/")));
+    REQUIRE(store->add(7, linkItem("https://a.example/")));
+    REQUIRE(store->add(8, linkItem("https://a.example/")));
     CHECK_FALSE(*store->remove(7, ItemKind::File, QStringLiteral("https://a.example/")));
     CHECK_FALSE(*store->remove(7, ItemKind::Url, QStringLiteral("https://b.example/")));
     CHECK_FALSE(*store->remove(9, ItemKind::Url, QStringLiteral("https://a.example/")));
@@ -145,12 +145,12 @@ TEST_CASE("item store: an id is one person's and does not come back for another 
 {
     const Folder folder;
     const auto store = openStore(folder.path(QStringLiteral("items.sqlite")));
-    REQUIRE(store->add(7, link("https://a.example/")));
+    REQUIRE(store->add(7, linkItem("https://a.example/")));
     const qint64 id = (*store->items(7))[0].id;
     CHECK((*store->item(7, id))->value == QLatin1String("https://a.example/"));
     CHECK_FALSE(*store->item(8, id));
     REQUIRE(*store->remove(7, ItemKind::Url, QStringLiteral("https://a.example/")));
-    REQUIRE(store->add(7, link("https://b.example/")));
+    REQUIRE(store->add(7, linkItem("https://b.example/")));
     CHECK((*store->items(7))[0].id != id);
     CHECK_FALSE(*store->item(7, id));
 }
@@ -175,7 +175,7 @@ TEST_CASE("item store: text is kept as text, whatever it looks like")
     const Folder folder;
     const auto store = openStore(folder.path(QStringLiteral("items.sqlite")));
     const char* const hostile = "'); DROP TABLE item; --";
-    REQUIRE(store->add(7, link(hostile, hostile)));
+    REQUIRE(store->add(7, linkItem(hostile, hostile)));
     CHECK((*store->items(7))[0].displayName == QLatin1String(hostile));
     CHECK(*store->remove(7, ItemKind::Url, QLatin1String(hostile)));
 }
@@ -186,8 +186,8 @@ TEST_CASE("item store: two stores on one file see each other's items")
     const QString file = folder.path(QStringLiteral("items.sqlite"));
     const auto one = openStore(file);
     const auto other = openStore(file);
-    REQUIRE(one->add(7, link("https://a.example/")));
-    REQUIRE(other->add(7, link("https://b.example/")));
+    REQUIRE(one->add(7, linkItem("https://a.example/")));
+    REQUIRE(other->add(7, linkItem("https://b.example/")));
     CHECK(one->items(7)->size() == 2);
     CHECK(*one->tokenFor(7) == *other->tokenFor(7));
 }
@@ -213,7 +213,7 @@ TEST_CASE("item store: a file of format 1 keeps its people and items and is brou
     QString token;
     {
         const auto store = openStore(file);
-        REQUIRE(store->add(7, link("https://a.example/", "A")));
+        REQUIRE(store->add(7, linkItem("https://a.example/", "A")));
         token = *store->tokenFor(7);
     }
     execute(file, QStringLiteral("DROP TABLE expected"));

@@ -10,10 +10,10 @@ namespace
 {
 
 /// Another limit for this process while the test runs. The hard one cannot be raised again and stays.
-struct Fixture
+struct OpenFilesFixture
 {
-    Fixture() { REQUIRE(::getrlimit(RLIMIT_NOFILE, &before) == 0); }
-    ~Fixture() { ::setrlimit(RLIMIT_NOFILE, &before); }
+    OpenFilesFixture() { REQUIRE(::getrlimit(RLIMIT_NOFILE, &before) == 0); }
+    ~OpenFilesFixture() { ::setrlimit(RLIMIT_NOFILE, &before); }
 
     void allow(rlim_t files)
     {
@@ -33,7 +33,7 @@ struct Fixture
 
 } // namespace
 
-TEST_CASE_FIXTURE(Fixture, "open files: the limit is raised as far as the connections need it")
+TEST_CASE_FIXTURE(OpenFilesFixture, "open files: the limit is raised as far as the connections need it")
 {
     REQUIRE(before.rlim_max >= 256);
     allow(128);
@@ -41,7 +41,7 @@ TEST_CASE_FIXTURE(Fixture, "open files: the limit is raised as far as the connec
     CHECK(allowed() == 248);
 }
 
-TEST_CASE_FIXTURE(Fixture, "open files: a limit that is high enough stays")
+TEST_CASE_FIXTURE(OpenFilesFixture, "open files: a limit that is high enough stays")
 {
     REQUIRE(before.rlim_max >= 256);
     allow(256);

@@ -9,7 +9,7 @@ using MediaServer::Options;
 namespace
 {
 
-struct Fixture
+struct OptionsFixture
 {
     /// With what is always needed.
     auto parse(const QStringList& more)
@@ -24,7 +24,7 @@ struct Fixture
 
 } // namespace
 
-TEST_CASE_FIXTURE(Fixture, "options: what is not said has a careful default")
+TEST_CASE_FIXTURE(OptionsFixture, "options: what is not said has a careful default")
 {
     const auto options = parse({});
     REQUIRE(options);
@@ -37,7 +37,7 @@ TEST_CASE_FIXTURE(Fixture, "options: what is not said has a careful default")
     CHECK(options->limits.clients.perAddress == 64);
 }
 
-TEST_CASE_FIXTURE(Fixture, "options: everything can be said")
+TEST_CASE_FIXTURE(OptionsFixture, "options: everything can be said")
 {
     const auto options =
         parse({QStringLiteral("--pages=[::1]:0"), QStringLiteral("--commands"), QStringLiteral("unix:/run/tavola/commands"),
@@ -56,7 +56,7 @@ TEST_CASE_FIXTURE(Fixture, "options: everything can be said")
     CHECK(options->limits.clients.perAddress == 500);
 }
 
-TEST_CASE_FIXTURE(Fixture, "options: what is wrong is told without control characters and secrets")
+TEST_CASE_FIXTURE(OptionsFixture, "options: what is wrong is told without control characters and secrets")
 {
     const auto content = parse({QStringLiteral("--content"), QStringLiteral("/none\x1b[2J\n")});
     REQUIRE_FALSE(content);
@@ -68,7 +68,7 @@ TEST_CASE_FIXTURE(Fixture, "options: what is wrong is told without control chara
     CHECK_FALSE(unknown.error().text.contains(QLatin1Char('\x07')));
 }
 
-TEST_CASE_FIXTURE(Fixture, "options: the last of several values counts, and a leading zero is decimal")
+TEST_CASE_FIXTURE(OptionsFixture, "options: the last of several values counts, and a leading zero is decimal")
 {
     const auto options = parse(
         {QStringLiteral("--max-per-address"), QStringLiteral("7"), QStringLiteral("--max-per-address"), QStringLiteral("010")});
@@ -76,7 +76,7 @@ TEST_CASE_FIXTURE(Fixture, "options: the last of several values counts, and a le
     CHECK(options->limits.clients.perAddress == 10);
 }
 
-TEST_CASE_FIXTURE(Fixture, "options: commands that other machines reach need a key")
+TEST_CASE_FIXTURE(OptionsFixture, "options: commands that other machines reach need a key")
 {
     for (const char* address : {"0.0.0.0:8180", "192.0.2.7:8180", "[::]:8180", "[2001:db8::7]:8180"}) {
         CAPTURE(address);
@@ -95,7 +95,7 @@ TEST_CASE_FIXTURE(Fixture, "options: commands that other machines reach need a k
         CHECK(parse({QStringLiteral("--commands"), QString::fromLatin1(address)}));
 }
 
-TEST_CASE_FIXTURE(Fixture, "options: pages without an address of their own need one to be told")
+TEST_CASE_FIXTURE(OptionsFixture, "options: pages without an address of their own need one to be told")
 {
     for (const char* address : {"0.0.0.0:8090", "[::]:8090", "unix:/run/pages"}) {
         CAPTURE(address);
@@ -108,7 +108,7 @@ TEST_CASE_FIXTURE(Fixture, "options: pages without an address of their own need 
     }
 }
 
-TEST_CASE_FIXTURE(Fixture, "options: those of the server with one door end with what to write instead")
+TEST_CASE_FIXTURE(OptionsFixture, "options: those of the server with one door end with what to write instead")
 {
     for (const char* option : {"--address", "--port"}) {
         CAPTURE(option);
@@ -123,7 +123,7 @@ TEST_CASE_FIXTURE(Fixture, "options: those of the server with one door end with 
     }
 }
 
-TEST_CASE_FIXTURE(Fixture, "options: help is a success and names every option")
+TEST_CASE_FIXTURE(OptionsFixture, "options: help is a success and names every option")
 {
     const auto options = parse({QStringLiteral("--help")});
     REQUIRE_FALSE(options);
@@ -133,7 +133,7 @@ TEST_CASE_FIXTURE(Fixture, "options: help is a success and names every option")
         CHECK(options.error().text.contains(QLatin1String(name)));
 }
 
-TEST_CASE_FIXTURE(Fixture, "options: a mistake is named with its option")
+TEST_CASE_FIXTURE(OptionsFixture, "options: a mistake is named with its option")
 {
     struct Row
     {

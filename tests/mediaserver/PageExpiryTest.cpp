@@ -13,7 +13,7 @@ using namespace MediaServer;
 namespace
 {
 
-struct Fixture
+struct PageExpiryFixture
 {
     void add(qint64 tessel)
     {
@@ -38,7 +38,7 @@ struct Fixture
 
 } // namespace
 
-TEST_CASE_FIXTURE(Fixture, "page expiry: a page goes, with its items, so many days after the last addition")
+TEST_CASE_FIXTURE(PageExpiryFixture, "page expiry: a page goes, with its items, so many days after the last addition")
 {
     add(7);
     add(8);
@@ -59,7 +59,7 @@ TEST_CASE_FIXTURE(Fixture, "page expiry: a page goes, with its items, so many da
     CHECK(*store->tokenFor(7) != old);
 }
 
-TEST_CASE_FIXTURE(Fixture, "page expiry: it looks once an hour, and never where pages are kept for ever")
+TEST_CASE_FIXTURE(PageExpiryFixture, "page expiry: it looks once an hour, and never where pages are kept for ever")
 {
     PageExpiry never(*store, 0);
     PageExpiry expiry(*store, 30);
@@ -76,7 +76,7 @@ TEST_CASE_FIXTURE(Fixture, "page expiry: it looks once an hour, and never where 
     CHECK(store->items(7)->empty());
 }
 
-TEST_CASE_FIXTURE(Fixture, "page expiry: a database that fails is logged, and tried again an hour later")
+TEST_CASE_FIXTURE(PageExpiryFixture, "page expiry: a database that fails is logged, and tried again an hour later")
 {
     executeBeside(file, QStringLiteral("ALTER TABLE person RENAME TO people"));
     TestSupport::expectWarningStartingWith("MediaServer # Old pages could not be removed (");

@@ -14,7 +14,7 @@ using namespace MediaServer;
 namespace
 {
 
-const QString kToken = QStringLiteral("AAAAAAAAAAAAAAAAAAAAAA");
+const QString kPageToken = QStringLiteral("AAAAAAAAAAAAAAAAAAAAAA");
 
 Item item(ItemKind kind, const char* value, const char* name, qint64 id = 5)
 {
@@ -29,7 +29,7 @@ Item item(ItemKind kind, const char* value, const char* name, qint64 id = 5)
 QString pageOf(const std::vector<PageItem>& items, const SiteSettings& settings = {}, const char* language = "en",
                QDate until = {})
 {
-    return QString::fromUtf8(PageRenderer(settings).collection({kToken, PageTexts::find(language), items, until}).document);
+    return QString::fromUtf8(PageRenderer(settings).collection({kPageToken, PageTexts::find(language), items, until}).document);
 }
 
 QString pageOf(const Item& single, PageItem::State state = PageItem::State::There)
@@ -113,14 +113,14 @@ TEST_CASE("page renderer: nothing is loaded from elsewhere and the policy allows
         QRegularExpression(QStringLiteral("(src|srcset|data|poster)=\"([^\"]*)\"")).globalMatch(page);
     REQUIRE(loaded.hasNext());
     while (loaded.hasNext())
-        CHECK(loaded.next().captured(2).startsWith(kToken));
+        CHECK(loaded.next().captured(2).startsWith(kPageToken));
     CHECK_FALSE(page.contains(QLatin1String("url(")));
     CHECK_FALSE(page.contains(QLatin1String("@import")));
 
     // The browser hashes what stands between the tags.
     const QString style = page.section(QLatin1String("<style>"), 1).section(QLatin1String("</style>"), 0, 0);
     const QByteArray hash = QCryptographicHash::hash(style.toUtf8(), QCryptographicHash::Sha256).toBase64();
-    const QByteArray policy = PageRenderer().collection({kToken, PageTexts::find("en"), {}}).securityPolicy;
+    const QByteArray policy = PageRenderer().collection({kPageToken, PageTexts::find("en"), {}}).securityPolicy;
     CHECK(policy.contains("style-src 'sha256-" + hash + "'"));
     CHECK(policy.startsWith("default-src 'none';"));
     const QString script = page.section(QLatin1String("<script>"), 1).section(QLatin1String("</script>"), 0, 0);
@@ -165,7 +165,7 @@ TEST_CASE("page renderer: the version of a page changes with what it shows, in e
 {
     const Item boat = item(ItemKind::File, "boat.png", "The boat");
     const auto version = [](const char* language, const std::vector<PageItem>& items) {
-        return PageRenderer().collection({kToken, PageTexts::find(language), items}).version;
+        return PageRenderer().collection({kPageToken, PageTexts::find(language), items}).version;
     };
     const QByteArray there = version("en", {{&boat, PageItem::State::There}});
     CHECK_FALSE(there.isEmpty());

@@ -30,7 +30,7 @@ private:
     std::shared_ptr<std::promise<Http::Response>> m_promise = std::make_shared<std::promise<Http::Response>>();
 };
 
-struct Fixture
+struct PageWorkshopFixture
 {
     static Item item(ItemKind kind, const char* value, const char* name = "")
     {
@@ -67,7 +67,7 @@ struct Fixture
 
 } // namespace
 
-TEST_CASE_FIXTURE(Fixture, "page workshop: an archive has the files that are there and a list of the links")
+TEST_CASE_FIXTURE(PageWorkshopFixture, "page workshop: an archive has the files that are there and a list of the links")
 {
     folder.write(QStringLiteral("boat.png"), "a boat");
     PageWorkshop shop(content);
@@ -83,7 +83,7 @@ TEST_CASE_FIXTURE(Fixture, "page workshop: an archive has the files that are the
     CHECK_FALSE(bytes.contains("gone.png"));
 }
 
-TEST_CASE_FIXTURE(Fixture, "page workshop: a collection that is too large is refused before anything is packed")
+TEST_CASE_FIXTURE(PageWorkshopFixture, "page workshop: a collection that is too large is refused before anything is packed")
 {
     folder.write(QStringLiteral("one.png"), QByteArray(600, '1'));
     folder.write(QStringLiteral("two.png"), QByteArray(401, '2'));
@@ -92,7 +92,7 @@ TEST_CASE_FIXTURE(Fixture, "page workshop: a collection that is too large is ref
     CHECK(archive(shop, {item(ItemKind::File, "one.png")}).status == 200);
 }
 
-TEST_CASE_FIXTURE(Fixture, "page workshop: an archive leaves room on the disk, or is not made")
+TEST_CASE_FIXTURE(PageWorkshopFixture, "page workshop: an archive leaves room on the disk, or is not made")
 {
     folder.write(QStringLiteral("one.png"), "1");
     PageWorkshop shop(content, {1000, qint64(1) << 60});
@@ -100,7 +100,7 @@ TEST_CASE_FIXTURE(Fixture, "page workshop: an archive leaves room on the disk, o
     CHECK(archive(shop, {item(ItemKind::File, "one.png")}).status == 503);
 }
 
-TEST_CASE_FIXTURE(Fixture, "page workshop: so many archives wait and no more, until one is sent")
+TEST_CASE_FIXTURE(PageWorkshopFixture, "page workshop: so many archives wait and no more, until one is sent")
 {
     PageWorkshop shop(content);
     // The first answer is not accepted before the others are ordered.
@@ -125,7 +125,7 @@ TEST_CASE_FIXTURE(Fixture, "page workshop: so many archives wait and no more, un
     CHECK(sent > PageWorkshop::kMostWaitingArchives);
 }
 
-TEST_CASE_FIXTURE(Fixture, "page workshop: a large picture is sent small, and what cannot be made small as it is")
+TEST_CASE_FIXTURE(PageWorkshopFixture, "page workshop: a large picture is sent small, and what cannot be made small as it is")
 {
     QImage image(1500, 900, QImage::Format_RGB32);
     for (int y = 0; y < image.height(); ++y) {

@@ -13,9 +13,9 @@ using namespace MediaServer;
 namespace
 {
 
-struct Fixture
+struct SiteSettingsFixture
 {
-    Fixture() { folder.write(QStringLiteral("logo.svg"), "<svg xmlns=\"http://www.w3.org/2000/svg\"/>"); }
+    SiteSettingsFixture() { folder.write(QStringLiteral("logo.svg"), "<svg xmlns=\"http://www.w3.org/2000/svg\"/>"); }
 
     Result<SiteSettings> read(const QByteArray& json) const
     {
@@ -28,7 +28,7 @@ struct Fixture
 
 } // namespace
 
-TEST_CASE_FIXTURE(Fixture, "site settings: a venue's page is read from its presentation")
+TEST_CASE_FIXTURE(SiteSettingsFixture, "site settings: a venue's page is read from its presentation")
 {
     const auto settings = read(R"({"title": "Gallery", "widgets": [], "page": {"museum": "Lake Museum",
         "greeting": {"en": "Thank you", "de": "Danke"}, "imprint": "https://lake.example/imprint?a=1&b=2",
@@ -49,7 +49,7 @@ TEST_CASE_FIXTURE(Fixture, "site settings: a venue's page is read from its prese
     CHECK(settings->keepDays == 30);
 }
 
-TEST_CASE_FIXTURE(Fixture, "site settings: everything may be missing, and a greeting may be one for all languages")
+TEST_CASE_FIXTURE(SiteSettingsFixture, "site settings: everything may be missing, and a greeting may be one for all languages")
 {
     const auto none = read(R"({"title": "Gallery"})");
     REQUIRE(none);
@@ -60,7 +60,7 @@ TEST_CASE_FIXTURE(Fixture, "site settings: everything may be missing, and a gree
     CHECK(read(R"({"page": {"greeting": "Hello"}})")->greetingIn("fi") == QLatin1String("Hello"));
 }
 
-TEST_CASE_FIXTURE(Fixture, "site settings: a mistake names the file and the member")
+TEST_CASE_FIXTURE(SiteSettingsFixture, "site settings: a mistake names the file and the member")
 {
     struct Row
     {
@@ -98,7 +98,7 @@ TEST_CASE_FIXTURE(Fixture, "site settings: a mistake names the file and the memb
         SiteSettings::read(folder.path(QStringLiteral("gone.json"))).error().contains(QLatin1String("gone.json: No such file")));
 }
 
-TEST_CASE_FIXTURE(Fixture, "site settings: a pipe and a file that is too large are refused, with what to do")
+TEST_CASE_FIXTURE(SiteSettingsFixture, "site settings: a pipe and a file that is too large are refused, with what to do")
 {
     const QString path = folder.path(QStringLiteral("pipe.json"));
     REQUIRE(::mkfifo(QFile::encodeName(path).constData(), 0600) == 0);

@@ -19,17 +19,17 @@ SiteTarget target(const QByteArray& address, const QByteArray& acceptLanguage = 
     return SiteTarget::of(request, "fi");
 }
 
-const QByteArray kToken = "0123456789abcdefghijkl";
+const QByteArray kAddressToken = "0123456789abcdefghijkl";
 
 } // namespace
 
 TEST_CASE("site target: an address of a person's page has a token and what follows")
 {
-    const SiteTarget file = target("/p/" + kToken + "/file/7");
+    const SiteTarget file = target("/p/" + kAddressToken + "/file/7");
     CHECK(file.isPersonal());
-    CHECK(file.token() == kToken);
+    CHECK(file.token() == kAddressToken);
     CHECK(file.rest() == QStringList{"file", "7"});
-    CHECK(target("/p/" + kToken).rest().isEmpty());
+    CHECK(target("/p/" + kAddressToken).rest().isEmpty());
     for (const char* other :
          {"/", "", "p", "/p/short", "/q/0123456789abcdefghijkl", "x/p/0123456789abcdefghijkl", "/health", "/p"}) {
         CAPTURE(other);
@@ -42,11 +42,11 @@ TEST_CASE("site target: an address of a person's page has a token and what follo
 
 TEST_CASE("site target: the language is that of the address, of the browser, or the venue's, in this order")
 {
-    const SiteTarget named = target("/p/" + kToken + "?lang=de", "fr");
+    const SiteTarget named = target("/p/" + kAddressToken + "?lang=de", "fr");
     CHECK(std::string(named.texts->language) == "de");
     CHECK(named.suffix == "?lang=de");
-    CHECK(named.token() == kToken);
-    const SiteTarget unknown = target("/p/" + kToken + "?lang=xx", "fr");
+    CHECK(named.token() == kAddressToken);
+    const SiteTarget unknown = target("/p/" + kAddressToken + "?lang=xx", "fr");
     CHECK(std::string(unknown.texts->language) == "fr");
     CHECK(unknown.suffix.isEmpty());
     CHECK(std::string(target("/").texts->language) == "fi");

@@ -16,7 +16,7 @@ using namespace MediaServer;
 namespace
 {
 
-struct Fixture
+struct ThumbnailsFixture
 {
     void paint(const char* name, int width, int height, QImage::Format format = QImage::Format_RGB32)
     {
@@ -42,7 +42,7 @@ struct Fixture
 
 } // namespace
 
-TEST_CASE_FIXTURE(Fixture, "thumbnails: a picture is scaled into the square, with its proportions")
+TEST_CASE_FIXTURE(ThumbnailsFixture, "thumbnails: a picture is scaled into the square, with its proportions")
 {
     paint("wide.png", 1440, 360);
     paint("high.jpg", 300, 1500);
@@ -54,7 +54,7 @@ TEST_CASE_FIXTURE(Fixture, "thumbnails: a picture is scaled into the square, wit
     CHECK(of("clear.png").hasAlphaChannel());
 }
 
-TEST_CASE_FIXTURE(Fixture, "thumbnails: what is small enough, is no picture or is too large to decode has none")
+TEST_CASE_FIXTURE(ThumbnailsFixture, "thumbnails: what is small enough, is no picture or is too large to decode has none")
 {
     paint("small.png", 720, 720);
     folder.write(QStringLiteral("text.png"), "no picture");
@@ -77,7 +77,7 @@ TEST_CASE_FIXTURE(Fixture, "thumbnails: what is small enough, is no picture or i
     CHECK(thumbnails.made() == 0);
 }
 
-TEST_CASE_FIXTURE(Fixture, "thumbnails: one is made once, and again when its file has changed")
+TEST_CASE_FIXTURE(ThumbnailsFixture, "thumbnails: one is made once, and again when its file has changed")
 {
     paint("boat.png", 900, 900);
     const QByteArray first = bytesOf("boat.png");
@@ -88,7 +88,7 @@ TEST_CASE_FIXTURE(Fixture, "thumbnails: one is made once, and again when its fil
     CHECK(thumbnails.made() == 2);
 }
 
-TEST_CASE_FIXTURE(Fixture, "thumbnails: within the memory for them the last ones used are kept")
+TEST_CASE_FIXTURE(ThumbnailsFixture, "thumbnails: within the memory for them the last ones used are kept")
 {
     for (const char* name : {"one.png", "two.png", "three.png"})
         paint(name, 900, 900);
@@ -106,7 +106,7 @@ TEST_CASE_FIXTURE(Fixture, "thumbnails: within the memory for them the last ones
     CHECK(two.made() == 4);
 }
 
-TEST_CASE_FIXTURE(Fixture, "thumbnails: a file that was read is at its beginning again")
+TEST_CASE_FIXTURE(ThumbnailsFixture, "thumbnails: a file that was read is at its beginning again")
 {
     paint("large.png", 900, 900);
     paint("small.png", 300, 300);

@@ -7,6 +7,9 @@
 
 namespace PluginTest
 {
+/// On the detector, beside its middle.
+inline constexpr Vecta::Vector2f kOffCenter{700.f, 500.f};
+
 /// A table with a detector, an e-mail service and a person: Ann, who has an address and the card `code`.
 struct PersonTable : Table
 {
@@ -38,11 +41,12 @@ struct PersonTable : Table
     }
 };
 
+inline constexpr const char* kSlot = "custom-tessel-content";
+
 /// A table with a detector, and a person whose card owns the table's folder of one relative item.
 struct FoldersOnDetector : Table
 {
     using Answer = TestSupport::FakeTesselService::WidgetOrError;
-    static constexpr const char* kSlot = "custom-tessel-content";
 
     unsigned long keyed = newCode();
 

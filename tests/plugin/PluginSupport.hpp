@@ -20,6 +20,9 @@ namespace PluginTest
 using Strings = std::vector<std::string>;
 using Vecta::kPi;
 
+/// The message of what needs the media server where the table has none.
+inline constexpr const char* kNoService = "No service configured, please configure a Media server service to use this feature.";
+
 /// Content with files of its own, which completes its futures when the test says so.
 class FakeContent final : public Trellis::Widget, public Tavola::FileRepresentation
 {

@@ -73,6 +73,9 @@ template <class Type>
     return found;
 }
 
+inline constexpr Vecta::Vector2f kCard{600.f, 400.f};      ///< where Table::putCard puts the card
+inline constexpr Vecta::Vector2f kStyledPlace{30.f, 40.f}; ///< of a FolderItem
+
 /// A table whose host has every component of the plug-in. Detector, folder and card are added by the test; fixtures of single
 /// test files derive from this one.
 struct Table
@@ -82,8 +85,6 @@ struct Table
     using Component = Tavola::CustomWidgetInstanceComponent;
     static constexpr const char* kRelative = "content-widget-relative";
     static constexpr const char* kAbsolute = "content-widget-absolute";
-    static constexpr Vecta::Vector2f kCard{600.f, 400.f};      ///< where putCard puts the card
-    static constexpr Vecta::Vector2f kStyledPlace{30.f, 40.f}; ///< of a FolderItem
 
     TestSupport::TestHost host;
     std::optional<Tavola::FactoryRegistrant<Tavola::WidgetComponent>> spaceRegistrant;

@@ -6,6 +6,8 @@ namespace PluginTest
 {
 constexpr double kDegree = kPi / 180.0;
 
+inline constexpr Vecta::Vector2f kCorner{100.f, 50.f}; ///< of an item
+
 struct TrackerOptions
 {
     bool follow = true;
@@ -17,7 +19,6 @@ struct TrackerOptions
 /// A card on the table, an item under the main widget, and trackers made by hand.
 struct TrackerTable : Table
 {
-    static constexpr Vecta::Vector2f kCorner{100.f, 50.f}; ///< of an item
 
     Bedrock::IntrusivePtr<FolderItem> item = Bedrock::makeIntrusive<FolderItem>();
     Bedrock::IntrusivePtr<Tavola::MarkerTrackerOperator> tracker;

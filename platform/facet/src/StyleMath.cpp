@@ -9,7 +9,7 @@ namespace Facet
 {
 namespace
 {
-using Kind = StyleMath::Kind;
+using MathKind = StyleMath::Kind;
 using Quantity = StyleMath::Quantity;
 using Term = StyleTerm::Kind;
 
@@ -120,10 +120,10 @@ private:
             const auto next = operand(position, end);
             if (!next)
                 return std::nullopt;
-            if (divides ? next->kind != Kind::Number : next->kind != Kind::Number && result->kind != Kind::Number)
+            if (divides ? next->kind != MathKind::Number : next->kind != MathKind::Number && result->kind != MathKind::Number)
                 return fail(divides ? "a value is divided by one that is no number"
                                     : "a value is multiplied by one that is no number");
-            if (result->kind == Kind::Number)
+            if (result->kind == MathKind::Number)
                 result->kind = next->kind;
             result->value = divides ? result->value / next->value : result->value * next->value;
             if (std::isnan(result->value))
@@ -138,10 +138,11 @@ private:
             return fail("a value is missing in 'calc()'");
         const StyleTerm& term = m_terms[position];
         switch (term.kind) {
-        case Term::Number: ++position; return Quantity{Kind::Number, term.number};
+        case Term::Number: ++position; return Quantity{MathKind::Number, term.number};
         case Term::Percentage:
             ++position;
-            return m_wholePx ? Quantity{Kind::Length, *m_wholePx * term.number / 100.0} : Quantity{Kind::Percentage, term.number};
+            return m_wholePx ? Quantity{MathKind::Length, *m_wholePx * term.number / 100.0}
+                             : Quantity{MathKind::Percentage, term.number};
         case Term::Dimension: ++position; return dimension(term);
         case Term::Function:
             if (!term.text.isEmpty() && !StyleMath::isFunction(term.text))
@@ -155,28 +156,28 @@ private:
     std::optional<Quantity> dimension(const StyleTerm& term)
     {
         if (term.unit == "px")
-            return Quantity{Kind::Length, term.number};
+            return Quantity{MathKind::Length, term.number};
         if (term.unit == "deg")
-            return Quantity{Kind::Angle, term.number};
+            return Quantity{MathKind::Angle, term.number};
         if (term.unit == "rad")
-            return Quantity{Kind::Angle, term.number * 180.0 / kPi};
+            return Quantity{MathKind::Angle, term.number * 180.0 / kPi};
         if (term.unit == "turn")
-            return Quantity{Kind::Angle, term.number * 360.0};
+            return Quantity{MathKind::Angle, term.number * 360.0};
         if (term.unit == "s")
-            return Quantity{Kind::Time, term.number};
+            return Quantity{MathKind::Time, term.number};
         if (term.unit == "ms")
-            return Quantity{Kind::Time, term.number / 1000.0};
+            return Quantity{MathKind::Time, term.number / 1000.0};
         return fail("expected one of the units px, mm, em, deg, rad, turn, s, ms");
     }
 
     std::optional<Quantity> constant(const StyleTerm& term)
     {
         if (isNamed(term.text, "pi"))
-            return Quantity{Kind::Number, kPi};
+            return Quantity{MathKind::Number, kPi};
         if (isNamed(term.text, "e"))
-            return Quantity{Kind::Number, std::exp(1.0)};
+            return Quantity{MathKind::Number, std::exp(1.0)};
         if (isNamed(term.text, "infinity"))
-            return Quantity{Kind::Number, std::numeric_limits<double>::infinity()};
+            return Quantity{MathKind::Number, std::numeric_limits<double>::infinity()};
         return fail("expected a number");
     }
 
@@ -190,11 +191,11 @@ StyleTerm termOf(const Quantity& quantity)
     StyleTerm term;
     term.number = quantity.value;
     switch (quantity.kind) {
-    case Kind::Number: term.kind = Term::Number; return term;
-    case Kind::Percentage: term.kind = Term::Percentage; return term;
-    case Kind::Length: term.unit = "px"; break;
-    case Kind::Angle: term.unit = "deg"; break;
-    case Kind::Time: term.unit = "s"; break;
+    case MathKind::Number: term.kind = Term::Number; return term;
+    case MathKind::Percentage: term.kind = Term::Percentage; return term;
+    case MathKind::Length: term.unit = "px"; break;
+    case MathKind::Angle: term.unit = "deg"; break;
+    case MathKind::Time: term.unit = "s"; break;
     }
     term.kind = Term::Dimension;
     return term;

@@ -15,7 +15,7 @@ using Cascara::MotionShorthand;
 
 namespace
 {
-Facet::StyleValue parse(const char* css)
+Facet::StyleValue parseShorthand(const char* css)
 {
     const Cascara::Tokens tokens = Cascara::Tokenizer::run(QString::fromUtf8(css));
     Cascara::ValueParser parser(tokens, QString());
@@ -27,7 +27,7 @@ Facet::StyleValue parse(const char* css)
 bool readAnimation(const char* css, AnimationList& list, QString& error)
 {
     std::vector<Cascara::Shorthand::Part> parts;
-    if (!MotionShorthand::expand("animation", parse(css), parts, error))
+    if (!MotionShorthand::expand("animation", parseShorthand(css), parts, error))
         return false;
     Cascara::MotionValues values{};
     for (const auto& part : parts)
@@ -50,14 +50,14 @@ TEST_CASE("motion shorthand: a transition stands for four longhands, each a list
 {
     std::vector<Cascara::Shorthand::Part> parts;
     QString error;
-    REQUIRE(MotionShorthand::expand("transition", parse("opacity 0.2s, 1s width steps(4, start) -300ms"), parts, error));
+    REQUIRE(MotionShorthand::expand("transition", parseShorthand("opacity 0.2s, 1s width steps(4, start) -300ms"), parts, error));
     std::vector<std::string> written;
     for (const auto& part : parts)
         written.push_back(part.attribute.toStdString() + ": " + part.value.toString().toStdString());
     CHECK(written
           == std::vector<std::string>{"transition-property: opacity, width", "transition-duration: 0.2s, 1s",
                                       "transition-timing-function: ease, steps(4, start)", "transition-delay: 0s, -300ms"});
-    REQUIRE(MotionShorthand::expand("transition", parse("inherit"), parts, error));
+    REQUIRE(MotionShorthand::expand("transition", parseShorthand("inherit"), parts, error));
     CHECK(parts.size() == 4);
     CHECK(parts.back().value.toString() == QStringLiteral("inherit"));
 }

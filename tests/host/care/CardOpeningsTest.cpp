@@ -13,7 +13,7 @@ using Vecta::Vector2f;
 
 namespace
 {
-struct Fixture
+struct CardOpeningsFixture
 {
     Trellis::Widget& add(Vector2f location)
     {
@@ -40,10 +40,10 @@ struct Fixture
 
 TEST_CASE("card openings: a new child with its centre or its corner at a card that came down opened there")
 {
-    Fixture f;
+    CardOpeningsFixture f;
     auto& centred = f.add({450.f, 350.f});
     auto& cornered = f.add({500.f, 400.f});
-    const auto found = f.openings.find(f.host.mainWidget(), Fixture::cardDown({500.f, 400.f}));
+    const auto found = f.openings.find(f.host.mainWidget(), CardOpeningsFixture::cardDown({500.f, 400.f}));
     REQUIRE(found.size() == 2);
     CHECK(found[0].widget.lock().get() == &centred);
     CHECK(found[1].widget.lock().get() == &cornered);
@@ -52,9 +52,9 @@ TEST_CASE("card openings: a new child with its centre or its corner at a card th
 
 TEST_CASE("card openings: what opens at a card that has lain there before is found, too")
 {
-    Fixture f;
+    CardOpeningsFixture f;
     f.add({450.f, 350.f});
-    Tactile::Sample lying = Fixture::cardDown({500.f, 400.f});
+    Tactile::Sample lying = CardOpeningsFixture::cardDown({500.f, 400.f});
     lying.changes.clear();
     CHECK(f.openings.find(f.host.mainWidget(), lying).size() == 1);
     CHECK(f.openings.find(f.host.mainWidget(), lying).empty());
@@ -62,27 +62,27 @@ TEST_CASE("card openings: what opens at a card that has lain there before is fou
 
 TEST_CASE("card openings: a child elsewhere, an older one and one in a frame without a card did not open at a card")
 {
-    Fixture f;
+    CardOpeningsFixture f;
     f.add({450.f, 350.f});
     CHECK(f.openings.find(f.host.mainWidget(), {}).empty());
     f.add({0.f, 0.f});
-    CHECK(f.openings.find(f.host.mainWidget(), Fixture::cardDown({500.f, 400.f})).empty());
+    CHECK(f.openings.find(f.host.mainWidget(), CardOpeningsFixture::cardDown({500.f, 400.f})).empty());
 }
 
 TEST_CASE("card openings: content that opens by itself, and then follows its card, is found once and not remembered")
 {
-    Fixture f;
+    CardOpeningsFixture f;
     auto& launched = f.add({450.f, 350.f});
     launched.addOperator(Bedrock::makeIntrusive<Tavola::LaunchedContentOperator>(false, Vector2f{500.f, 400.f}, 0.3f));
     auto& plain = f.add({450.f, 350.f});
-    const auto found = f.openings.find(f.host.mainWidget(), Fixture::cardDown({500.f, 400.f}));
+    const auto found = f.openings.find(f.host.mainWidget(), CardOpeningsFixture::cardDown({500.f, 400.f}));
     REQUIRE(found.size() == 2);
     CHECK(found[0].widget.lock().get() == &launched);
     CHECK(found[0].isLaunched);
     CHECK_FALSE(found[1].isLaunched);
     CHECK_FALSE(f.openings.codeOf(launched));
     CHECK(f.openings.codeOf(plain) == 1001);
-    CHECK(f.openings.find(f.host.mainWidget(), Fixture::cardDown({500.f, 400.f})).empty());
+    CHECK(f.openings.find(f.host.mainWidget(), CardOpeningsFixture::cardDown({500.f, 400.f})).empty());
 }
 
 TEST_CASE("card openings: what opens has the classes that the widget holding its card names for it")

@@ -13,9 +13,9 @@ using Vecta::Vector2f;
 
 namespace
 {
-struct Fixture
+struct CardSignsFixture
 {
-    Fixture()
+    CardSignsFixture()
     {
         table.host.style(Host::careStyleSheet(0.55f));
         // Cards on the right half go to the area, those on the left half to nothing.
@@ -54,7 +54,7 @@ struct Fixture
 
 TEST_CASE("card signs: a card that the registry does not know is answered in its first frame, until it is lifted")
 {
-    Fixture f;
+    CardSignsFixture f;
     const auto card = f.put(5555, {300.f, 500.f});
     CHECK(f.shows("unknown"));
     f.table.host.frames(60);
@@ -66,7 +66,7 @@ TEST_CASE("card signs: a card that the registry does not know is answered in its
 
 TEST_CASE("card signs: a known card that nothing takes here is refused")
 {
-    Fixture f;
+    CardSignsFixture f;
     f.table.host.addPerson(1001, QStringLiteral("Ann"));
     f.put(1001, {300.f, 500.f});
     CHECK(f.shows("refused"));
@@ -74,7 +74,7 @@ TEST_CASE("card signs: a known card that nothing takes here is refused")
 
 TEST_CASE("card signs: a card on something that takes none is covered, and on something that does has no sign")
 {
-    Fixture f;
+    CardSignsFixture f;
     Trellis::Widget& content = f.addContent({200.f, 400.f});
     f.put(1001, {300.f, 500.f});
     CHECK(f.shows("covered"));
@@ -85,7 +85,7 @@ TEST_CASE("card signs: a card on something that takes none is covered, and on so
 
 TEST_CASE("card signs: a card that opens something has none")
 {
-    Fixture f;
+    CardSignsFixture f;
     f.put(1001, {1400.f, 500.f});
     CHECK(f.signs().empty());
     f.table.host.frames(60);
@@ -94,7 +94,7 @@ TEST_CASE("card signs: a card that opens something has none")
 
 TEST_CASE("card signs: a card on another person's space is told so, and one on its own space is not")
 {
-    Fixture f;
+    CardSignsFixture f;
     f.table.host.addPerson(1001, QStringLiteral("Ann"));
     const auto own = f.put(1001, {1400.f, 500.f});
     f.table.host.frames(30);
@@ -109,7 +109,7 @@ TEST_CASE("card signs: a card on another person's space is told so, and one on i
 
 TEST_CASE("card signs: a card keeps its sign when what it lies on goes, since nothing takes it before it is put down again")
 {
-    Fixture f;
+    CardSignsFixture f;
     f.table.host.addPerson(1002, QStringLiteral("Ben"));
     f.put(1001, {1400.f, 500.f});
     Trellis::Widget* const space = f.table.area->last;
@@ -127,7 +127,7 @@ TEST_CASE("card signs: a card keeps its sign when what it lies on goes, since no
 
 TEST_CASE("card signs: a card on another person's space is told so even when a plug-in's component made that space")
 {
-    Fixture f;
+    CardSignsFixture f;
     f.table.area->component = std::make_shared<Tavola::WidgetComponent>([] { return Bedrock::makeIntrusive<Trellis::Widget>(); });
     f.put(1001, {1400.f, 500.f});
     REQUIRE(Tavola::Tavola::instance()->widgetInstance(f.table.area->last->id()));
@@ -138,7 +138,7 @@ TEST_CASE("card signs: a card on another person's space is told so even when a p
 
 TEST_CASE("card signs: content that a component made takes no card, and is answered as covering the table")
 {
-    Fixture f;
+    CardSignsFixture f;
     const auto component = std::make_shared<Tavola::WidgetComponent>([] { return Bedrock::makeIntrusive<Trellis::Widget>(); });
     const auto content = component->createContentWidget();
     REQUIRE(content);
@@ -151,7 +151,7 @@ TEST_CASE("card signs: content that a component made takes no card, and is answe
 
 TEST_CASE("card signs: the second of two cards with one code is marked in addition")
 {
-    Fixture f;
+    CardSignsFixture f;
     f.put(5555, {300.f, 300.f});
     f.put(5555, {300.f, 800.f});
     const auto signs = f.signs();
@@ -163,7 +163,7 @@ TEST_CASE("card signs: the second of two cards with one code is marked in additi
 
 TEST_CASE("card signs: a sign follows its card, turned to its holder")
 {
-    Fixture f;
+    CardSignsFixture f;
     const auto card = f.put(5555, {300.f, 500.f}, 0.5f);
     CHECK((CareTable::center(*f.signs()[0]) - Vector2f(300.f, 500.f)).length() < 0.2f);
     CHECK(f.signs()[0]->rotation() == doctest::Approx(0.5f + 1.5707963f));
@@ -175,7 +175,7 @@ TEST_CASE("card signs: a sign follows its card, turned to its holder")
 
 TEST_CASE("card signs: the author's words stand in the sign")
 {
-    Fixture f;
+    CardSignsFixture f;
     f.table.host.style("CardSign.unknown > .card-sign-text { text: \"Who are you?\"; }");
     f.put(5555, {300.f, 500.f});
     const auto* const text = dynamic_cast<const Trellis::TextWidget*>(f.signs()[0]->children()[0].get());
@@ -185,7 +185,7 @@ TEST_CASE("card signs: the author's words stand in the sign")
 
 TEST_CASE("card signs: a sign takes neither a touch nor a card from what lies below it")
 {
-    Fixture f;
+    CardSignsFixture f;
     const Trellis::Widget& content = f.addContent({200.f, 400.f});
     f.put(1001, {300.f, 500.f});
     REQUIRE(f.shows("covered"));

@@ -8,9 +8,9 @@ using Vecta::Vector2f;
 
 namespace
 {
-struct Fixture
+struct DragsFixture
 {
-    Fixture()
+    DragsFixture()
     {
         host.style(".content { position: absolute; width: 200px; height: 100px; movable: true; inertia: false; }");
         for (int i = 0; i < 3; ++i) {
@@ -36,7 +36,7 @@ struct Fixture
 
 TEST_CASE("drags: a held widget is dragged once it has moved, and its end shows for one frame")
 {
-    Fixture f;
+    DragsFixture f;
     f.host.input.fingerDown(1, {150.f, 150.f});
     f.frame();
     REQUIRE(f.drags.all().size() == 1);
@@ -58,7 +58,7 @@ TEST_CASE("drags: a held widget is dragged once it has moved, and its end shows 
 
 TEST_CASE("drags: what covered a widget before the finger raised it is kept")
 {
-    Fixture f;
+    DragsFixture f;
     f.host.input.fingerDown(1, {450.f, 150.f});
     f.frame();
     REQUIRE(f.drags.all().size() == 1);
@@ -68,7 +68,7 @@ TEST_CASE("drags: what covered a widget before the finger raised it is kept")
 
 TEST_CASE("drags: a widget that cannot be moved, or that leaves the tree, is none")
 {
-    Fixture f;
+    DragsFixture f;
     f.host.style(".content { movable: false; }");
     f.host.input.fingerDown(1, {150.f, 150.f});
     f.frame();

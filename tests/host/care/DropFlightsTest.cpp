@@ -6,7 +6,7 @@
 
 namespace
 {
-constexpr Vecta::Vector2f kOnContent{400.f, 350.f};
+constexpr Vecta::Vector2f kOnTile{400.f, 350.f};
 constexpr Vecta::Vector2f kOnSpace{1500.f, 600.f};
 
 Trellis::Widget* flying(DragTable& table)
@@ -18,7 +18,7 @@ Trellis::Widget* flying(DragTable& table)
 TEST_CASE("drop flights: in the frame of the drop a picture of the content is at the finger, and 0.3 s later at its tile")
 {
     DragTable table;
-    table.host.drag(1, kOnContent, kOnSpace);
+    table.host.drag(1, kOnTile, kOnSpace);
     CHECK_FALSE(flying(table));
     table.host.input.fingerUp(1);
     table.host.frame();
@@ -40,7 +40,7 @@ TEST_CASE("drop flights: the content comes home below what covered it before, an
     Trellis::Widget& cover = table.add("content", {450.f, 380.f});
     Trellis::Widget& later = table.add("content", {700.f, 800.f});
     table.host.frame();
-    table.host.drag(1, kOnContent, kOnSpace);
+    table.host.drag(1, kOnTile, kOnSpace);
     REQUIRE(table.indexOf(*table.content) > table.indexOf(cover));
     table.host.input.fingerUp(1);
     table.host.frame();
@@ -60,7 +60,7 @@ TEST_CASE("drop flights: a space below the content before the drag covers it aft
     table.space->lowerToBottom();
     ground.lowerToBottom();
     table.host.frame();
-    table.host.dragAndDrop(1, kOnContent, kOnSpace);
+    table.host.dragAndDrop(1, kOnTile, kOnSpace);
     CHECK(table.indexOf(ground) < table.indexOf(*table.content));
     CHECK(table.indexOf(*table.content) < table.indexOf(*table.space));
 }
@@ -71,11 +71,11 @@ TEST_CASE("drop flights: nothing flies where the drop is refused, or where nothi
     SUBCASE("refused")
     {
         table.area->refuses = true;
-        table.host.dragAndDrop(1, kOnContent, kOnSpace);
+        table.host.dragAndDrop(1, kOnTile, kOnSpace);
     }
     SUBCASE("beside the space")
     {
-        table.host.dragAndDrop(1, kOnContent, {800.f, 800.f});
+        table.host.dragAndDrop(1, kOnTile, {800.f, 800.f});
     }
     CHECK_FALSE(flying(table));
     CHECK(table.indexOf(*table.content) > table.indexOf(*table.space));
@@ -85,7 +85,7 @@ TEST_CASE("drop flights: with reduced motion nothing flies, and the content lies
 {
     DragTable table;
     table.host.app().mainLayer()->setPseudoClass("reduced-motion", true);
-    table.host.dragAndDrop(1, kOnContent, kOnSpace);
+    table.host.dragAndDrop(1, kOnTile, kOnSpace);
     CHECK_FALSE(flying(table));
     CHECK(table.indexOf(*table.content) < table.indexOf(*table.space));
 }

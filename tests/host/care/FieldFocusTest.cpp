@@ -14,9 +14,9 @@
 
 namespace
 {
-struct Fixture
+struct FieldFocusFixture
 {
-    Fixture()
+    FieldFocusFixture()
     {
         host.style("InputFieldWidget { display: none; } .asks InputFieldWidget { display: block; takes-focus: true; }");
         space->postConstruct();
@@ -38,7 +38,7 @@ struct Fixture
 
 TEST_CASE("field focus: a field that begins to ask has the focus and its keyboard, and only then")
 {
-    Fixture f;
+    FieldFocusFixture f;
     CHECK_FALSE(f.isEditing());
     f.space->addCSSClass("asks");
     f.host.frames(2);
@@ -56,7 +56,7 @@ TEST_CASE("field focus: a field that begins to ask has the focus and its keyboar
 
 TEST_CASE("field focus: what is refused keeps the keyboard")
 {
-    Fixture f;
+    FieldFocusFixture f;
     f.field->setValidator([](const QString& text) { return text == QLatin1String("yes"); });
     f.field->editor()->eventAddListener("editing-finished", [&f] {
         f.field->validate();
@@ -80,7 +80,7 @@ TEST_CASE("field focus: what is refused keeps the keyboard")
 
 TEST_CASE("field focus: a field without the attribute is left alone")
 {
-    Fixture f;
+    FieldFocusFixture f;
     f.host.style(".asks InputFieldWidget { takes-focus: false; }");
     f.space->addCSSClass("asks");
     f.host.frames(10);
@@ -89,7 +89,7 @@ TEST_CASE("field focus: a field without the attribute is left alone")
 
 TEST_CASE("field focus: a field of a space that fades away takes nothing")
 {
-    Fixture f;
+    FieldFocusFixture f;
     Trellis::FadeAnimator::fadeOutAndDelete(*f.space, 1.f, 0.f);
     f.space->addCSSClass("asks");
     f.host.frames(3);

@@ -9,9 +9,9 @@ using Vecta::Vector2f;
 
 namespace
 {
-struct Fixture
+struct FlyingPictureFixture
 {
-    Fixture()
+    FlyingPictureFixture()
     {
         goal->postConstruct();
         host.mainWidget().addChild(goal);
@@ -34,7 +34,7 @@ struct Fixture
 
 TEST_CASE("flying picture: it begins as it is told and ends in its goal, with its own proportions")
 {
-    Fixture f;
+    FlyingPictureFixture f;
     const Bedrock::IntrusivePtr<Trellis::Widget> flying(f.fly());
     CHECK((flying->mapToScene(flying->size() / 2.f) - Vector2f(200.f, 200.f)).length() < 0.1f);
     CHECK(flying->size() == Vector2f(80.f, 40.f));
@@ -49,7 +49,7 @@ TEST_CASE("flying picture: it begins as it is told and ends in its goal, with it
 
 TEST_CASE("flying picture: it shows the picture")
 {
-    Fixture f;
+    FlyingPictureFixture f;
     f.host.style("FlyingPicture { position: absolute; }");
     f.fly();
     CHECK(f.host.app().renderToImage().pixel(200, 200) == 0xffff0000);
@@ -57,7 +57,7 @@ TEST_CASE("flying picture: it shows the picture")
 
 TEST_CASE("flying picture: a goal that moves is followed, and one that goes is remembered")
 {
-    Fixture f;
+    FlyingPictureFixture f;
     const Bedrock::IntrusivePtr<Trellis::Widget> flying(f.fly());
     f.goal->setLocation({400.f, 800.f});
     f.host.frames(1, 0.15);

@@ -6,7 +6,7 @@
 
 namespace
 {
-Host::CareSettings settings()
+Host::CareSettings idleSettings()
 {
     Host::CareSettings result;
     result.idleAfterSeconds = 10.f;
@@ -22,7 +22,7 @@ bool isIdle(CareTable& table)
 
 TEST_CASE("idle sign: an unused table is idle after its time, and not in the frame of a touch")
 {
-    CareTable table(settings());
+    CareTable table(idleSettings());
     table.host.frames(9, 1.0);
     CHECK_FALSE(isIdle(table));
     table.host.frames(2, 1.0);
@@ -39,7 +39,7 @@ TEST_CASE("idle sign: an unused table is idle after its time, and not in the fra
 
 TEST_CASE("idle sign: a card ends it at once, and a card that lies there idly does not keep it away")
 {
-    CareTable table(settings());
+    CareTable table(idleSettings());
     table.host.frames(11, 1.0);
     CHECK(isIdle(table));
     Trellis::Widget& opened = table.open(1001, {960.f, 540.f});

@@ -36,7 +36,7 @@ PlaceSearch opened(Vector2f center, float angle, Placement placement = Placement
     return search;
 }
 
-bool isWhole(const PlaceSearch& search, Vector2f center)
+bool isWholeAt(const PlaceSearch& search, Vector2f center)
 {
     for (const Vector2f& corner : outline(center, search.size, search.angleRadians))
         if (corner.x < -0.1f || corner.y < -0.1f || corner.x > kTable.x + 0.1f || corner.y > kTable.y + 0.1f)
@@ -90,7 +90,7 @@ TEST_CASE("place search: at 40 places along the edges and 8 angles nothing is cu
                 CAPTURE(place.x);
                 CAPTURE(place.y);
                 CAPTURE(eighth);
-                CHECK(isWhole(search, found));
+                CHECK(isWholeAt(search, found));
                 CHECK_FALSE(isCovered(search, found, search.card));
                 if (placement != Placement::At)
                     CHECK_FALSE(Vecta::quadsIntersect(outline(found, search.size, search.angleRadians), search.card));
@@ -112,7 +112,7 @@ TEST_CASE("place search: with seven cards and two other people's widgets around 
             CAPTURE(place.x);
             CAPTURE(place.y);
             CAPTURE(eighth);
-            CHECK(isWhole(search, found));
+            CHECK(isWholeAt(search, found));
             CHECK_FALSE(isCovered(search, found, search.card));
             for (const auto& card : search.otherCards)
                 CHECK_FALSE(isCovered(search, found, card));
@@ -126,7 +126,7 @@ TEST_CASE("place search: where there is no room beside another person's widget, 
     PlaceSearch search = opened({960.f, 540.f}, 0.f);
     search.others = {outline({960.f, 540.f}, {1000.f, 900.f}, 0.f)};
     const Vector2f found = search.find();
-    CHECK(isWhole(search, found));
+    CHECK(isWholeAt(search, found));
     CHECK_FALSE(Vecta::quadsIntersect(outline(found, search.size, 0.f), outline({960.f, 540.f}, {700.f, 630.f}, 0.f)));
 }
 
@@ -145,7 +145,7 @@ TEST_CASE("place search: a full table covers another person's widget rather than
     search.others = {outline({960.f, 540.f}, kTable, 0.f)};
     search.otherCards = {outline({960.f, 270.f}, {138.f, 138.f}, 0.f)};
     const Vector2f found = search.find();
-    CHECK(isWhole(search, found));
+    CHECK(isWholeAt(search, found));
     CHECK_FALSE(isCovered(search, found, search.otherCards[0]));
 }
 
@@ -195,7 +195,7 @@ TEST_CASE("place search: the own card lies on a margin of the widget rather than
     search.keepClear = {{28.f, 18.f, 380.f, 40.f}, {328.f, 400.f, 104.f, 104.f}};
     search.others = {outline({1103.f, 500.f}, search.size, 0.f)};
     const Vector2f found = search.find();
-    CHECK(isWhole(search, found));
+    CHECK(isWholeAt(search, found));
     CHECK((found - search.center).length() < 320.f);
     CHECK_FALSE(isCovered(search, found, search.card));
     CHECK_FALSE(Vecta::quadsIntersect(outline(found, search.size, 0.f), search.others[0]));

@@ -23,9 +23,9 @@ std::shared_ptr<CardLanguages> languages()
         std::vector<Person>{{1001, {}, {}, {}, 0, QStringLiteral("pt-br")}, {1002, {}, {}, {}, 0, QStringLiteral("de")}});
 }
 
-struct Fixture
+struct SpokenLanguageFixture
 {
-    Fixture() { table.host.style("Widget, TextWidget { width: 100px; height: 40px; }"); }
+    SpokenLanguageFixture() { table.host.style("Widget, TextWidget { width: 100px; height: 40px; }"); }
     Trellis::Widget& add(const Bedrock::IntrusivePtr<Trellis::Widget>& widget)
     {
         widget->postConstruct();
@@ -39,7 +39,7 @@ struct Fixture
 
 TEST_CASE("spoken language: a widget has the pseudo-classes of its language and of the language's parents")
 {
-    Fixture f;
+    SpokenLanguageFixture f;
     Trellis::Widget& widget = f.add(Bedrock::makeIntrusive<Trellis::Widget>());
     CHECK(languageOf(widget).isEmpty());
     setLanguage(widget, QStringLiteral("pt-br"));
@@ -56,7 +56,7 @@ TEST_CASE("spoken language: a widget has the pseudo-classes of its language and 
 
 TEST_CASE("spoken language: what opens at a card has the card's language in its first frame, and the table's without one")
 {
-    Fixture f;
+    SpokenLanguageFixture f;
     CHECK(languageOf(f.table.open(1001, {500.f, 500.f})) == "pt-br");
     CHECK(languageOf(f.table.open(1002, {900.f, 500.f})) == "de");
     CHECK(languageOf(f.table.open(7, {1400.f, 500.f})) == "en");
@@ -64,7 +64,7 @@ TEST_CASE("spoken language: what opens at a card has the card's language in its 
 
 TEST_CASE("spoken language: a folder's content has the language of the card that came nearest, and of one that went")
 {
-    Fixture f;
+    SpokenLanguageFixture f;
     const auto launch = [&](Vector2f point) -> Trellis::Widget& {
         const auto widget = Bedrock::makeIntrusive<Trellis::Widget>();
         widget->addOperator(Bedrock::makeIntrusive<Tavola::LaunchedContentOperator>(false, point, 0.f));
@@ -94,7 +94,7 @@ TEST_CASE("spoken language: a folder's content has the language of the card that
 
 TEST_CASE("spoken language: what a menu launched keeps the menu's language, also when a card comes in that frame")
 {
-    Fixture f;
+    SpokenLanguageFixture f;
     f.table.area->setInputEnabled(false);
     f.table.host.input.markerDown(1002, {300.f, 300.f});
     const auto launched = Bedrock::makeIntrusive<Trellis::Widget>();
@@ -107,7 +107,7 @@ TEST_CASE("spoken language: what a menu launched keeps the menu's language, also
 
 TEST_CASE("spoken language: the halo of a card that nothing took speaks the card's language")
 {
-    Fixture f;
+    SpokenLanguageFixture f;
     f.table.area->setInputEnabled(false);
     f.table.host.input.markerDown(1002, {500.f, 500.f});
     f.table.host.frame();
@@ -119,7 +119,7 @@ TEST_CASE("spoken language: the halo of a card that nothing took speaks the card
 TEST_CASE("spoken language: texts are those of the card's language, then of the table's, and a text that reads from the right "
           "stands there")
 {
-    Fixture f;
+    SpokenLanguageFixture f;
     const std::vector<LanguageTexts> texts{{"ar", {}, {{"hi", QString::fromUtf8("مرحبا"), 1}}},
                                            {"en", {}, {{"bye", "Bye", 1}, {"hi", "Hello", 2}}}};
     QString css;
@@ -145,7 +145,7 @@ TEST_CASE("spoken language: texts are those of the card's language, then of the 
 
 TEST_CASE("spoken language: a letter to a typed address has the language of the space that sends it")
 {
-    Fixture f;
+    SpokenLanguageFixture f;
     auto& main = f.table.host.mainWidget();
     Trellis::Widget& first = f.add(Bedrock::makeIntrusive<Trellis::Widget>());
     Trellis::Widget& second = f.add(Bedrock::makeIntrusive<Trellis::Widget>());
@@ -162,7 +162,7 @@ TEST_CASE("spoken language: a letter to a typed address has the language of the 
 
 TEST_CASE("spoken language: keyboards follow it where there is one of that language")
 {
-    Fixture f;
+    SpokenLanguageFixture f;
     f.table.host.style(languageKeyboardSheet());
     Trellis::Widget& space = f.add(Bedrock::makeIntrusive<Trellis::Widget>());
     const auto field = Bedrock::makeIntrusive<Tavola::InputFieldWidget>(&space, false);

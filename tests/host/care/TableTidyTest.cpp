@@ -12,23 +12,23 @@ using Vecta::Vector2f;
 
 namespace
 {
-Host::CareSettings settings()
+Host::CareSettings tidySettings()
 {
     Host::CareSettings result;
     result.tidyAfterSeconds = 10.f;
     return result;
 }
 
-struct Fixture
+struct TableTidyFixture
 {
-    Fixture()
+    TableTidyFixture()
     {
         host.style(
             ".content { position: absolute; width: 200px; height: 100px; movable: true; rotatable: true; scalable: true;"
             " inertia: false; } #first { left: 300px; top: 300px; rotation: 10deg; } #second { left: 900px; top: 300px; }");
         first = add("first");
         second = add("second");
-        host.mainWidget().addOperator(Bedrock::makeIntrusive<Host::TableCare>(settings(), 0.55f));
+        host.mainWidget().addOperator(Bedrock::makeIntrusive<Host::TableCare>(tidySettings(), 0.55f));
         host.frame();
     }
     Bedrock::IntrusivePtr<Trellis::Widget> add(const char* id)
@@ -57,9 +57,9 @@ struct Fixture
 
 TEST_CASE("table tidy: content goes home after an idle time, to its place, angle and size, one after the other")
 {
-    Fixture f;
-    Fixture::moveAway(*f.first);
-    Fixture::moveAway(*f.second);
+    TableTidyFixture f;
+    TableTidyFixture::moveAway(*f.first);
+    TableTidyFixture::moveAway(*f.second);
     f.pass(9);
     CHECK(f.first->location() == Vector2f(1400.f, 800.f));
     bool isSecondUntouched = true;
@@ -80,8 +80,8 @@ TEST_CASE("table tidy: content goes home after an idle time, to its place, angle
 
 TEST_CASE("table tidy: a table in use is not tidied, and a finger keeps what it holds")
 {
-    Fixture f;
-    Fixture::moveAway(*f.first);
+    TableTidyFixture f;
+    TableTidyFixture::moveAway(*f.first);
     for (int i = 0; i < 5; ++i) {
         f.pass(4);
         f.host.tap({50.f, 50.f});
@@ -99,9 +99,9 @@ TEST_CASE("table tidy: a table in use is not tidied, and a finger keeps what it 
 
 TEST_CASE("table tidy: what stays, and what visitors opened, is left where it is")
 {
-    Fixture f;
+    TableTidyFixture f;
     f.host.style("#first { stays: true; }");
-    Fixture::moveAway(*f.first);
+    TableTidyFixture::moveAway(*f.first);
     const auto opened = f.add("opened");
     opened->setLocation({100.f, 700.f});
     f.pass(30);
@@ -128,7 +128,7 @@ TEST_CASE("table tidy: what lies over the edge so far that it can hardly be grab
     };
     for (const Row& row : rows) {
         CAPTURE(row.what);
-        Fixture f;
+        TableTidyFixture f;
         f.host.dragAndDrop(1, f.second->mapToScene(row.held), row.to, 8);
         f.host.frames(30);
         CHECK_MESSAGE((f.second->location() - row.back).length() < 0.5f, f.second->location().x << " " << f.second->location().y);
@@ -146,7 +146,7 @@ TEST_CASE("table tidy: what is smaller than what can be grabbed comes back as a 
 
 TEST_CASE("table tidy: a touch of a single frame on the way back keeps nothing out of reach")
 {
-    Fixture f;
+    TableTidyFixture f;
     f.host.dragAndDrop(1, {905.f, 350.f}, {1915.f, 350.f}, 8);
     while (f.second->location().x > 1905.f)
         f.host.frame();
@@ -161,7 +161,7 @@ TEST_CASE("table tidy: a touch of a single frame on the way back keeps nothing o
 
 TEST_CASE("table tidy: what other code puts over the edge is left there")
 {
-    Fixture f;
+    TableTidyFixture f;
     f.second->setLocation({1915.f, 300.f});
     f.host.frames(60);
     CHECK(f.second->location() == Vector2f(1915.f, 300.f));
@@ -169,7 +169,7 @@ TEST_CASE("table tidy: what other code puts over the edge is left there")
 
 TEST_CASE("table tidy: what a finger holds over the edge is not moved until it is let go")
 {
-    Fixture f;
+    TableTidyFixture f;
     f.host.drag(1, {950.f, 350.f}, {1960.f, 350.f}, 8);
     const Vector2f held = f.second->location();
     REQUIRE(held.x > 1900.f);

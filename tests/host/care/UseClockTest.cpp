@@ -10,7 +10,7 @@ using Vecta::Vector2f;
 
 namespace
 {
-Host::CareSettings settings()
+Host::CareSettings useSettings()
 {
     Host::CareSettings result;
     result.closeAfterSeconds = 40.f;
@@ -18,9 +18,9 @@ Host::CareSettings settings()
     return result;
 }
 
-struct Fixture
+struct UseClockFixture
 {
-    Fixture() : opened(&table.open(1001, {960.f, 540.f})) {}
+    UseClockFixture() : opened(&table.open(1001, {960.f, 540.f})) {}
 
     void pass(int seconds) { table.host.frames(seconds * 4, 0.25); }
     bool isOpen() { return table.host.mainWidget().children().size() == 2; }
@@ -41,14 +41,14 @@ struct Fixture
         CHECK_FALSE(isOpen());
     }
 
-    CareTable table{settings()};
+    CareTable table{useSettings()};
     Trellis::Widget* opened;
 };
 }
 
 TEST_CASE("use clock: what was left shows for 15 s that it closes, and then fades away")
 {
-    Fixture f;
+    UseClockFixture f;
     f.pass(24);
     CHECK_FALSE(f.isClosing());
     f.pass(2);
@@ -62,13 +62,13 @@ TEST_CASE("use clock: what was left shows for 15 s that it closes, and then fade
 
 TEST_CASE("use clock: a touch on the widget restarts it")
 {
-    Fixture f;
+    UseClockFixture f;
     f.checkRestart([&] { f.table.host.tap({800.f, 300.f}); });
 }
 
 TEST_CASE("use clock: a finger inside the outline restarts it even when another widget holds that finger")
 {
-    Fixture f;
+    UseClockFixture f;
     const auto cover = Bedrock::makeIntrusive<Trellis::Widget>();
     cover->postConstruct();
     cover->setSize({1920.f, 1080.f});
@@ -78,19 +78,19 @@ TEST_CASE("use clock: a finger inside the outline restarts it even when another 
 
 TEST_CASE("use clock: a move of the card restarts it")
 {
-    Fixture f;
+    UseClockFixture f;
     f.checkRestart([&] { f.table.host.input.markerMove(f.table.card, {970.f, 540.f}); });
 }
 
 TEST_CASE("use clock: a turn of the card restarts it")
 {
-    Fixture f;
+    UseClockFixture f;
     f.checkRestart([&] { f.table.host.input.markerMove(f.table.card, {960.f, 540.f}, 0.3f); });
 }
 
 TEST_CASE("use clock: the tremor of a card is no use")
 {
-    Fixture f;
+    UseClockFixture f;
     f.pass(30);
     f.table.host.input.markerMove(f.table.card, {961.f, 540.f}, 0.01f);
     f.table.host.frame();
@@ -99,13 +99,13 @@ TEST_CASE("use clock: the tremor of a card is no use")
 
 TEST_CASE("use clock: a move of the widget by whatever means restarts it")
 {
-    Fixture f;
+    UseClockFixture f;
     f.checkRestart([&] { f.opened->setLocation(f.opened->location() + Vector2f(20.f, 0.f)); });
 }
 
 TEST_CASE("use clock: typing restarts it, and a field that merely has the focus does not")
 {
-    Fixture f;
+    UseClockFixture f;
     const auto field = Bedrock::makeIntrusive<Trellis::TextEditWidget>(f.opened);
     field->postConstruct();
     f.table.host.app().setFocusWidget(field.get());
@@ -115,7 +115,7 @@ TEST_CASE("use clock: typing restarts it, and a field that merely has the focus 
 
 TEST_CASE("use clock: work in the widget keeps it open, but not for ever")
 {
-    Fixture f;
+    UseClockFixture f;
     f.table.host.style(".working { in-use: true; }");
     f.opened->children()[0]->addCSSClass("working");
     f.pass(90);
@@ -127,7 +127,7 @@ TEST_CASE("use clock: work in the widget keeps it open, but not for ever")
 
 TEST_CASE("use clock: the end of the work begins the time anew")
 {
-    Fixture f;
+    UseClockFixture f;
     f.table.host.style(".working { in-use: true; }");
     f.opened->children()[0]->addCSSClass("working");
     f.pass(60);
@@ -140,7 +140,7 @@ TEST_CASE("use clock: the end of the work begins the time anew")
 
 TEST_CASE("use clock: when its card is lifted the widget closes after a time of its own, counted from then")
 {
-    Fixture f;
+    UseClockFixture f;
     f.pass(35);
     f.table.host.input.markerUp(f.table.card);
     f.table.host.frame();
@@ -154,7 +154,7 @@ TEST_CASE("use clock: when its card is lifted the widget closes after a time of 
 
 TEST_CASE("use clock: putting the card back keeps the widget open")
 {
-    Fixture f;
+    UseClockFixture f;
     f.table.host.input.markerUp(f.table.card);
     f.pass(15);
     f.table.area->setInputEnabled(false);
@@ -167,7 +167,7 @@ TEST_CASE("use clock: putting the card back keeps the widget open")
 
 TEST_CASE("use clock: temporary content that no card opened closes, too, and what is there to stay stays")
 {
-    CareTable table(settings());
+    CareTable table(useSettings());
     const auto content = Bedrock::makeIntrusive<Trellis::Widget>();
     content->postConstruct();
     content->addCSSClass(Tavola::Utils::temporaryWidgetCSSClass());
@@ -179,7 +179,7 @@ TEST_CASE("use clock: temporary content that no card opened closes, too, and wha
 
 TEST_CASE("use clock: a use of one widget leaves the clock of another one running")
 {
-    Fixture f;
+    UseClockFixture f;
     Trellis::Widget& other = f.table.open(1002, {300.f, 540.f});
     f.pass(20);
     f.table.host.tap({1200.f, 300.f});

@@ -14,7 +14,7 @@ using Kind = CollectionDatabase::Change::Kind;
 
 namespace
 {
-struct Answer
+struct CollectionsAnswer
 {
     int code = -1;
     QString out;
@@ -22,7 +22,7 @@ struct Answer
 };
 
 /// A presentation, and the data of its table.
-struct Desk
+struct CollectionsDesk
 {
     Folder folder;
     CollectionDatabase file{
@@ -30,9 +30,9 @@ struct Desk
         {},
         [](const QString& what, const QString& reason, const QString&) { FAIL((what + reason).toStdString()); }};
 
-    Desk() { folder.write(QStringLiteral("show/presentation.json"), R"({"people": "people.csv"})"); }
+    CollectionsDesk() { folder.write(QStringLiteral("show/presentation.json"), R"({"people": "people.csv"})"); }
 
-    Answer askThe(const QString& command, const QString& action, const QStringList& more = {}) const
+    CollectionsAnswer askThe(const QString& command, const QString& action, const QStringList& more = {}) const
     {
         QProcess program;
         program.start(QStringLiteral(TAVOLA_PROGRAM),
@@ -43,7 +43,7 @@ struct Desk
         return {program.exitCode(), QString::fromUtf8(program.readAllStandardOutput()),
                 QString::fromUtf8(program.readAllStandardError())};
     }
-    Answer ask(const QString& action, const QStringList& more = {}) const
+    CollectionsAnswer ask(const QString& action, const QStringList& more = {}) const
     {
         return askThe(QStringLiteral("collections"), action, more);
     }
@@ -59,7 +59,7 @@ struct Desk
 
 TEST_CASE("tavola collections: lists cards and their things, and removes what it is told to")
 {
-    Desk desk;
+    CollectionsDesk desk;
     CHECK(desk.ask("list").out == "Nothing is kept.\n");
     CHECK(desk.ask("clear", {"--all"}).out == "Nothing is kept.\n");
     CHECK_FALSE(desk.file.exists());
@@ -78,7 +78,7 @@ TEST_CASE("tavola collections: lists cards and their things, and removes what it
 
 TEST_CASE("tavola collections: a command line that makes no sense is refused with what it wants")
 {
-    const Desk desk;
+    const CollectionsDesk desk;
     const struct
     {
         const char* action;
@@ -92,7 +92,7 @@ TEST_CASE("tavola collections: a command line that makes no sense is refused wit
     };
     for (const auto& row : rows) {
         CAPTURE(row.err);
-        const Answer answer = desk.ask(QString::fromUtf8(row.action), row.more);
+        const CollectionsAnswer answer = desk.ask(QString::fromUtf8(row.action), row.more);
         CHECK(answer.code == 2);
         CHECK(answer.err.contains(QString::fromUtf8(row.err)));
         CHECK(answer.out.isEmpty());
@@ -102,16 +102,16 @@ TEST_CASE("tavola collections: a command line that makes no sense is refused wit
 
 TEST_CASE("tavola collections: a file that is no store is an error with its remedy")
 {
-    const Desk desk;
+    const CollectionsDesk desk;
     desk.folder.write(QStringLiteral("data/collections/collections.sqlite"), QByteArray("a letter ").repeated(200));
-    const Answer answer = desk.ask("clear", {"1001"});
+    const CollectionsAnswer answer = desk.ask("clear", {"1001"});
     CHECK(answer.code == 1);
     CHECK(answer.err.contains("move it away to begin a new one"));
 }
 
 TEST_CASE("tavola people: removing a card removes what it has collected")
 {
-    Desk desk;
+    CollectionsDesk desk;
     desk.folder.write(QStringLiteral("show/people.csv"), "code,name\n1001,Ann\n1002,Bo\n");
     REQUIRE(desk.file.open());
     desk.keep(1001, "a-1", "Moon");
@@ -124,7 +124,7 @@ TEST_CASE("tavola people: removing a card removes what it has collected")
     CHECK(desk.file.cards()->front().code == 1002);
     desk.folder.write(QStringLiteral("data/collections/collections.sqlite"), QByteArray("a letter ").repeated(200));
     QFile::remove(desk.folder.path(QStringLiteral("data/collections/collections.sqlite-wal")));
-    const Answer answer = desk.askThe("people", "remove", {"1002"});
+    const CollectionsAnswer answer = desk.askThe("people", "remove", {"1002"});
     CHECK(answer.code == 1);
     CHECK(answer.err.contains("the cards were removed, but not what they have collected; run tavola collections clear"));
 }

@@ -21,7 +21,7 @@ using namespace Host;
 
 namespace
 {
-struct Answer
+struct PeopleAnswer
 {
     int code = -1;
     QString out;
@@ -29,10 +29,10 @@ struct Answer
 };
 
 /// A presentation with people, and the data of its table.
-class Desk
+class PeopleDesk
 {
 public:
-    Desk()
+    PeopleDesk()
     {
         m_folder.write(QStringLiteral("show/presentation.json"), R"({"people": "people.csv"})");
         m_folder.write(QStringLiteral("show/people.csv"),
@@ -41,12 +41,12 @@ public:
 
     const Folder& folder() const { return m_folder; }
     /// `tavola people ACTION show MORE --data DATA`.
-    Answer ask(const QString& action, const QStringList& more = {}, const QString& data = QStringLiteral("data")) const
+    PeopleAnswer ask(const QString& action, const QStringList& more = {}, const QString& data = QStringLiteral("data")) const
     {
         return run(QStringList{action, m_folder.path(QStringLiteral("show"))} + more
                    + QStringList{QStringLiteral("--data"), m_folder.path(data)});
     }
-    static Answer run(const QStringList& arguments, const QString& standardOutput = QString())
+    static PeopleAnswer run(const QStringList& arguments, const QString& standardOutput = QString())
     {
         QProcess program;
         if (!standardOutput.isEmpty())
@@ -98,8 +98,8 @@ QByteArray contents(const QString& path)
 
 TEST_CASE("tavola people: a table that never ran begins with the presentation's people")
 {
-    const Desk desk;
-    const Answer answer = desk.ask(QStringLiteral("list"));
+    const PeopleDesk desk;
+    const PeopleAnswer answer = desk.ask(QStringLiteral("list"));
     CHECK(answer.code == 0);
     CHECK(answer.out == "1001  Ann  ann@museum.example  personal  content key\n1002  (no name)  (no e-mail)  unregistered\n");
     CHECK(answer.err.isEmpty());
@@ -108,7 +108,7 @@ TEST_CASE("tavola people: a table that never ran begins with the presentation's 
 
 TEST_CASE("tavola people: a card is added with what is said of its owner")
 {
-    const Desk desk;
+    const PeopleDesk desk;
     CHECK(desk.ask(QStringLiteral("add"),
                    {"2001", "--name", QString::fromUtf8("Jürgen, \"Åke\" 花子"), "--email", "j@museum.example", "--content-key",
                     "garden"})
@@ -127,8 +127,8 @@ TEST_CASE("tavola people: a card is added with what is said of its owner")
 
 TEST_CASE("tavola people: a card that is there is not added again")
 {
-    const Desk desk;
-    const Answer answer = desk.ask(QStringLiteral("add"), {"1001", "--name", "Bo"});
+    const PeopleDesk desk;
+    const PeopleAnswer answer = desk.ask(QStringLiteral("add"), {"1001", "--name", "Bo"});
     CHECK(answer.code == 1);
     CHECK(answer.err == "tavola people: card 1001 is in the registry already; remove it first, or import a file to replace it\n");
     CHECK(desk.people() == People{kAnn, kUnregistered});
@@ -136,7 +136,7 @@ TEST_CASE("tavola people: a card that is there is not added again")
 
 TEST_CASE("tavola people: the list has one line for each card, whatever its owner is called")
 {
-    const Desk desk;
+    const PeopleDesk desk;
     REQUIRE(desk.ask(QStringLiteral("remove"), {"1001", "1002"}).code == 0);
     REQUIRE(desk.ask(QStringLiteral("add"), {"7", "--name", " two\nlines ", "--content-key", "%1 100%2"}).code == 0);
     CHECK(desk.ask(QStringLiteral("list")).out == "7  two lines  (no e-mail)  personal  content %1 100%2\n");
@@ -145,10 +145,10 @@ TEST_CASE("tavola people: the list has one line for each card, whatever its owne
 
 TEST_CASE("tavola people: a file is imported, and its owners take the place of others")
 {
-    const Desk desk;
+    const PeopleDesk desk;
     const QString file =
         desk.folder().write(QStringLiteral("new.csv"), "code,name,kind\r\n1001,\"Bo, the second\",\r\n2001,Cy,\r\n");
-    const Answer answer = desk.ask(QStringLiteral("import"), {file});
+    const PeopleAnswer answer = desk.ask(QStringLiteral("import"), {file});
     CHECK(answer.code == 0);
     CHECK(answer.out == "2 people imported; cards that were there already have the file's owners now.\n");
     CHECK(answer.err.isEmpty());
@@ -183,10 +183,10 @@ TEST_CASE("tavola people: a mistake in a file is reported with its line, and non
          "were "
          "read\n"},
     };
-    const Desk desk;
+    const PeopleDesk desk;
     for (const Row& row : rows) {
         const QString file = desk.folder().write(QStringLiteral("new.csv"), row.lines);
-        const Answer answer = desk.ask(QStringLiteral("import"), {file});
+        const PeopleAnswer answer = desk.ask(QStringLiteral("import"), {file});
         CAPTURE(row.told);
         CAPTURE(answer.err.toStdString());
         CHECK(answer.code == 1);
@@ -196,21 +196,21 @@ TEST_CASE("tavola people: a mistake in a file is reported with its line, and non
             QStringLiteral("tavola people: nothing was imported; mend what is named above and import again\n")));
         CHECK(desk.people() == People{kAnn, kUnregistered});
     }
-    const Answer missing = desk.ask(QStringLiteral("import"), {QStringLiteral("/none/new.csv")});
+    const PeopleAnswer missing = desk.ask(QStringLiteral("import"), {QStringLiteral("/none/new.csv")});
     CHECK(missing.code == 1);
     CHECK(missing.err.contains(QStringLiteral("/none/new.csv (No such file or directory)")));
 }
 
 TEST_CASE("tavola people: what is exported can be imported elsewhere and is the same there")
 {
-    const Desk desk;
+    const PeopleDesk desk;
     REQUIRE(desk.ask(QStringLiteral("list")).code == 0);
     const People more{kAnn,
                       {1002, QStringLiteral("Smith, \"Bo\""), QStringLiteral(" b@c "), QStringLiteral("two\nlines"), 3},
                       {2001, QString::fromUtf8("花子 Åström"), QString(), QStringLiteral("%1"), 7, QStringLiteral("pt-br")}};
     REQUIRE(desk.registry()->insert(more));
     const QString file = desk.folder().path(QStringLiteral("out.csv"));
-    const Answer answer = desk.ask(QStringLiteral("export"), {file});
+    const PeopleAnswer answer = desk.ask(QStringLiteral("export"), {file});
     CHECK(answer.code == 0);
     CHECK(answer.out.isEmpty());
     CHECK(answer.err.isEmpty());
@@ -224,7 +224,7 @@ TEST_CASE("tavola people: what is exported can be imported elsewhere and is the 
 
 TEST_CASE("tavola people: a card is added with its language, and the list shows it")
 {
-    const Desk desk;
+    const PeopleDesk desk;
     CHECK(desk.ask(QStringLiteral("add"), {"2001", "--language", " PT-br "}).code == 0);
     CHECK(desk.registry()->person(2001)->language == "pt-br");
     CHECK(desk.ask(QStringLiteral("list"))
@@ -233,7 +233,7 @@ TEST_CASE("tavola people: a card is added with its language, and the list shows 
 
 TEST_CASE("tavola people: an export for a spreadsheet has no formulas, and any other has the names as they are")
 {
-    const Desk desk;
+    const PeopleDesk desk;
     REQUIRE(desk.ask(QStringLiteral("list")).code == 0);
     REQUIRE(desk.registry()->insert({{1001, QStringLiteral("=HYPERLINK(\"http://x\",\"y\")"), {}, QStringLiteral("key"), 0}}));
     CHECK(desk.ask(QStringLiteral("export"), {"-", "--for-spreadsheet"}).out
@@ -244,13 +244,14 @@ TEST_CASE("tavola people: an export for a spreadsheet has no formulas, and any o
 
 TEST_CASE("tavola people: an export that cannot be written is reported")
 {
-    const Desk desk;
-    const Answer answer = desk.ask(QStringLiteral("export"), {QStringLiteral("/none/out.csv")});
+    const PeopleDesk desk;
+    const PeopleAnswer answer = desk.ask(QStringLiteral("export"), {QStringLiteral("/none/out.csv")});
     CHECK(answer.code == 1);
     CHECK(answer.err.startsWith(QStringLiteral("tavola people: cannot write /none/out.csv (")));
     for (const QStringList& arguments :
          {QStringList{"export", desk.folder().path("show"), "-"}, QStringList{"list", desk.folder().path("show")}}) {
-        const Answer full = Desk::run(arguments + QStringList{"--data", desk.folder().path("data")}, QStringLiteral("/dev/full"));
+        const PeopleAnswer full =
+            PeopleDesk::run(arguments + QStringList{"--data", desk.folder().path("data")}, QStringLiteral("/dev/full"));
         CHECK(full.code == 1);
         CHECK(full.err == "tavola people: cannot write to standard output\n");
     }
@@ -258,8 +259,8 @@ TEST_CASE("tavola people: an export that cannot be written is reported")
 
 TEST_CASE("tavola people: cards are removed together, or none of them")
 {
-    const Desk desk;
-    const Answer answer = desk.ask(QStringLiteral("remove"), {"1001", "4711"});
+    const PeopleDesk desk;
+    const PeopleAnswer answer = desk.ask(QStringLiteral("remove"), {"1001", "4711"});
     CHECK(answer.code == 1);
     CHECK(answer.err == "tavola people: card 4711 is not in the registry; nothing was removed\n");
     CHECK(desk.people() == People{kAnn, kUnregistered});
@@ -269,7 +270,7 @@ TEST_CASE("tavola people: cards are removed together, or none of them")
 
 TEST_CASE("tavola people: when all people are removed the presentation's people do not come back")
 {
-    const Desk desk;
+    const PeopleDesk desk;
     CHECK(desk.ask(QStringLiteral("remove"), {"1001", "1002"}).code == 0);
     CHECK(desk.ask(QStringLiteral("list")).out == "No people are registered.\n");
     CHECK(desk.people().empty());
@@ -278,7 +279,7 @@ TEST_CASE("tavola people: when all people are removed the presentation's people 
 
 TEST_CASE("tavola people: a command line that makes no sense is exit code 2, says why and changes nothing")
 {
-    const Desk desk;
+    const PeopleDesk desk;
     const QString show = desk.folder().path(QStringLiteral("show"));
     struct Row
     {
@@ -318,27 +319,27 @@ TEST_CASE("tavola people: a command line that makes no sense is exit code 2, say
         QStringList arguments = row.arguments;
         arguments.insert(1, QStringLiteral("--data"));
         arguments.insert(2, desk.folder().path(QStringLiteral("data")));
-        const Answer answer = Desk::run(row.arguments.last() == QLatin1String("--data") ? row.arguments : arguments);
+        const PeopleAnswer answer = PeopleDesk::run(row.arguments.last() == QLatin1String("--data") ? row.arguments : arguments);
         CHECK(answer.code == 2);
         CHECK(answer.err == QStringLiteral("tavola people: ") + row.told + QLatin1Char('\n'));
         CHECK(answer.out.isEmpty());
     }
     CHECK(desk.people() == People{kAnn, kUnregistered});
-    const Answer nothing = Desk::run({});
+    const PeopleAnswer nothing = PeopleDesk::run({});
     CHECK(nothing.code == 2);
     CHECK(nothing.err.startsWith(QStringLiteral("usage: tavola people ACTION PRESENTATION ")));
-    CHECK(Desk::run({QStringLiteral("--help")}).out == nothing.err);
+    CHECK(PeopleDesk::run({QStringLiteral("--help")}).out == nothing.err);
 }
 
 TEST_CASE("tavola people: what keeps the registry from opening is exit code 1 and says why")
 {
-    const Desk desk;
-    const Answer none = Desk::run({"list", desk.folder().path("none")});
+    const PeopleDesk desk;
+    const PeopleAnswer none = PeopleDesk::run({"list", desk.folder().path("none")});
     CHECK(none.code == 1);
     CHECK(none.err.startsWith(QStringLiteral("tavola people: cannot read ") + desk.folder().path("none") + QStringLiteral(" (")));
 
     desk.folder().write(QStringLiteral("empty/presentation.json"), "{}");
-    const Answer empty = Desk::run({"list", desk.folder().path("empty"), "--data", desk.folder().path("other")});
+    const PeopleAnswer empty = PeopleDesk::run({"list", desk.folder().path("empty"), "--data", desk.folder().path("other")});
     CHECK(empty.code == 1);
     CHECK(empty.err
           == QStringLiteral(
@@ -353,7 +354,7 @@ TEST_CASE("tavola people: what keeps the registry from opening is exit code 1 an
     REQUIRE(file.write(letter) == letter.size());
     file.close();
     for (const char* action : {"list", "export"}) {
-        const Answer broken = desk.ask(QLatin1String(action), action[0] == 'e' ? QStringList{"-"} : QStringList());
+        const PeopleAnswer broken = desk.ask(QLatin1String(action), action[0] == 'e' ? QStringList{"-"} : QStringList());
         CHECK(broken.code == 1);
         CHECK(broken.out.isEmpty());
         CHECK(broken.err.startsWith(QStringLiteral("tavola people: ") + desk.registryFile()
@@ -364,7 +365,7 @@ TEST_CASE("tavola people: what keeps the registry from opening is exit code 1 an
 
 TEST_CASE("tavola people: a table that is open follows what the desk does")
 {
-    const Desk desk;
+    const PeopleDesk desk;
     REQUIRE(desk.ask(QStringLiteral("list")).code == 0);
     const auto cache = std::make_shared<Tavola::TesselServiceCache>();
     PeopleWatch watch(desk.registry(), std::make_shared<MarkerService>(desk.registry(), cache));

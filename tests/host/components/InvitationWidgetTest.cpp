@@ -9,9 +9,9 @@ using Host::InvitationWidget;
 
 namespace
 {
-struct Fixture
+struct InvitationWidgetFixture
 {
-    Fixture()
+    InvitationWidgetFixture()
     {
         host.style("InvitationWidget { width: 200px; height: 200px; } :idle InvitationWidget { moving: true; }");
         widget->postConstruct();
@@ -26,7 +26,7 @@ struct Fixture
 
 TEST_CASE("invitation: the card comes down while the table is idle, and nothing moves otherwise")
 {
-    Fixture f;
+    InvitationWidgetFixture f;
     const float still = f.widget->lift();
     f.host.frames(30);
     CHECK(f.widget->lift() == still);
@@ -51,7 +51,7 @@ TEST_CASE("invitation: shows a text that is styled before it is made, or after")
         widget->postConstruct();
         CHECK(dynamic_cast<Trellis::TextWidget&>(*widget->children()[0]).text() == "Your card, please");
     }
-    Fixture f;
+    InvitationWidgetFixture f;
     f.host.style("InvitationWidget { text: \"Put your card here\"; }");
     const auto& text = dynamic_cast<Trellis::TextWidget&>(*f.widget->children()[0]);
     CHECK(text.text() == "Put your card here");
@@ -60,7 +60,7 @@ TEST_CASE("invitation: shows a text that is styled before it is made, or after")
 
 TEST_CASE("invitation: takes no touch from what lies below it")
 {
-    Fixture f;
+    InvitationWidgetFixture f;
     f.host.input.fingerDown(1, {100.f, 100.f});
     f.host.frame();
     CHECK_FALSE(f.widget->isHeld());

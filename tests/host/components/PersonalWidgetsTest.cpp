@@ -18,9 +18,9 @@ using namespace Host;
 
 namespace
 {
-struct Fixture
+struct PersonalWidgetsFixture
 {
-    Fixture()
+    PersonalWidgetsFixture()
     {
         auto factory = std::make_shared<Tavola::ComponentFactory>();
         factory->create = [this] {
@@ -31,7 +31,7 @@ struct Fixture
         };
         entry = tavola->registerFactory(QStringLiteral("folder"), factory);
     }
-    ~Fixture() { tavola->unregisterFactory(entry); }
+    ~PersonalWidgetsFixture() { tavola->unregisterFactory(entry); }
 
     static Tavola::ComponentUse use(const char* component)
     {
@@ -52,10 +52,10 @@ struct Fixture
 
 TEST_CASE("personal widgets: one for each key, made when it is wanted and kept out of sight")
 {
-    Fixture table;
+    PersonalWidgetsFixture table;
     PersonalWidgets widgets;
-    widgets.add(QStringLiteral("garden"), Fixture::use("folder"));
-    widgets.add(QStringLiteral("harbour"), Fixture::use("folder"));
+    widgets.add(QStringLiteral("garden"), PersonalWidgetsFixture::use("folder"));
+    widgets.add(QStringLiteral("harbour"), PersonalWidgetsFixture::use("folder"));
     CHECK(table.made == 0);
     const auto garden = widgets.widget(QStringLiteral("garden"));
     REQUIRE(garden.has_value());
@@ -73,9 +73,9 @@ TEST_CASE("personal widgets: one for each key, made when it is wanted and kept o
 
 TEST_CASE("personal widgets: one that was taken from the table is made anew")
 {
-    Fixture table;
+    PersonalWidgetsFixture table;
     PersonalWidgets widgets;
-    widgets.add(QStringLiteral("garden"), Fixture::use("folder"));
+    widgets.add(QStringLiteral("garden"), PersonalWidgetsFixture::use("folder"));
     const auto first = *widgets.widget(QStringLiteral("garden"));
     first->removeFromParent();
     const auto second = *widgets.widget(QStringLiteral("garden"));
@@ -85,12 +85,12 @@ TEST_CASE("personal widgets: one that was taken from the table is made anew")
 
 TEST_CASE("personal widgets: a failure names the reason")
 {
-    Fixture table;
+    PersonalWidgetsFixture table;
     PersonalWidgets widgets;
     TestSupport::expectWarning(
         "ComponentUse # presentation.json: folders.garden: there is no component \"volcano\"; it is left out");
-    widgets.add(QStringLiteral("lava"), Fixture::use("volcano"));
-    widgets.add(QStringLiteral("garden"), Fixture::use("folder"));
+    widgets.add(QStringLiteral("lava"), PersonalWidgetsFixture::use("volcano"));
+    widgets.add(QStringLiteral("garden"), PersonalWidgetsFixture::use("folder"));
     CHECK(widgets.widget(QStringLiteral("moon")).error()
           == "the presentation has nothing for the content key \"moon\"; add it to \"folders\"");
     CHECK(widgets.widget(QStringLiteral("lava")).error()
@@ -106,11 +106,11 @@ TEST_CASE("personal widgets: a failure names the reason")
 
 TEST_CASE("personal widgets: their widgets leave the table with them")
 {
-    Fixture table;
+    PersonalWidgetsFixture table;
     Bedrock::IntrusivePtr<Trellis::Widget> garden;
     {
         PersonalWidgets widgets;
-        widgets.add(QStringLiteral("garden"), Fixture::use("folder"));
+        widgets.add(QStringLiteral("garden"), PersonalWidgetsFixture::use("folder"));
         garden = *widgets.widget(QStringLiteral("garden"));
         CHECK(garden->parent());
     }

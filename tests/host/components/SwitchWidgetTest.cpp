@@ -6,9 +6,9 @@
 
 namespace
 {
-struct Fixture
+struct SwitchWidgetFixture
 {
-    explicit Fixture(const char* style)
+    explicit SwitchWidgetFixture(const char* style)
     {
         host.style(style);
         widget->postConstruct();
@@ -30,7 +30,7 @@ struct Fixture
 
 TEST_CASE("switch widget: a tap gives the root of the table the state, and the next one takes it away")
 {
-    Fixture f("SwitchWidget { state: large-text; }");
+    SwitchWidgetFixture f("SwitchWidget { state: large-text; }");
     CHECK_FALSE(f.isOn());
     f.tap();
     CHECK(f.isOn());
@@ -42,7 +42,7 @@ TEST_CASE("switch widget: a tap gives the root of the table the state, and the n
 
 TEST_CASE("switch widget: the state ends when the table becomes idle")
 {
-    Fixture f("SwitchWidget { state: large-text; }");
+    SwitchWidgetFixture f("SwitchWidget { state: large-text; }");
     f.tap();
     f.host.app().mainLayer()->setPseudoClass("idle", true);
     f.host.frame();
@@ -54,7 +54,7 @@ TEST_CASE("switch widget: the state ends when the table becomes idle")
 
 TEST_CASE("switch widget: one without a state does nothing")
 {
-    Fixture f("SwitchWidget { }");
+    SwitchWidgetFixture f("SwitchWidget { }");
     f.tap();
     CHECK_FALSE(f.host.app().mainLayer()->hasPseudoClass(""));
 }

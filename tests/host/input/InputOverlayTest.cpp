@@ -14,9 +14,9 @@ using namespace Host;
 
 namespace
 {
-struct Fixture
+struct InputOverlayFixture
 {
-    Fixture()
+    InputOverlayFixture()
     {
         overlay->postConstruct();
         application.mainLayer()->addChild(below);
@@ -25,7 +25,7 @@ struct Fixture
         application.addInputSource(input);
         application.frame(0.0);
     }
-    ~Fixture() { application.removeInputSource(input); }
+    ~InputOverlayFixture() { application.removeInputSource(input); }
 
     QColor at(float x, float y) { return application.renderToImage().pixelColor(int(x), int(y)); }
 
@@ -47,7 +47,7 @@ bool isOrange(const QColor& c)
 
 TEST_CASE("input overlay: a finger has a ring that follows it and goes with it")
 {
-    Fixture f;
+    InputOverlayFixture f;
     f.input.fingerDown(1, {100.f, 100.f});
     f.application.frame(0.02);
     CHECK(isCyan(f.at(109.f, 100.f)));
@@ -67,7 +67,7 @@ TEST_CASE("input overlay: a finger has a ring that follows it and goes with it")
 
 TEST_CASE("input overlay: a card has a larger ring and a line towards its upper edge, which turns with it")
 {
-    Fixture f;
+    InputOverlayFixture f;
     const auto card = f.input.markerDown(1001, {100.f, 100.f}, 0.f);
     f.application.frame(0.02);
     CHECK(isOrange(f.at(138.f, 100.f)));
@@ -82,7 +82,7 @@ TEST_CASE("input overlay: a card has a larger ring and a line towards its upper 
 
 TEST_CASE("input overlay: the id and the code stand beside the ring, longer for a card than for a finger")
 {
-    Fixture f;
+    InputOverlayFixture f;
     f.input.fingerDown(1, {100.f, 50.f});
     f.input.markerDown(1001, {100.f, 200.f}, 0.f);
     f.application.frame(0.02);
@@ -99,7 +99,7 @@ TEST_CASE("input overlay: the id and the code stand beside the ring, longer for 
 
 TEST_CASE("input overlay: ignored areas have an outline, which follows them and is drawn once")
 {
-    Fixture f;
+    InputOverlayFixture f;
     InputOverlay::Areas areas = {Tactile::SurfaceArea::ofRect({50.f, 60.f, 100.f, 80.f})};
     const auto overlay = Bedrock::makeIntrusive<InputOverlay>(1.f, [&areas] { return areas; });
     overlay->postConstruct();
@@ -129,7 +129,7 @@ TEST_CASE("input overlay: ignored areas have an outline, which follows them and 
 
 TEST_CASE("input overlay: it takes no input")
 {
-    Fixture f;
+    InputOverlayFixture f;
     f.input.fingerDown(1, {100.f, 100.f});
     f.application.frame(0.02);
     f.application.frame(0.02);
@@ -142,7 +142,7 @@ TEST_CASE("input overlay: it takes no input")
 
 TEST_CASE("input overlay: where nothing moves nothing is drawn")
 {
-    Fixture f;
+    InputOverlayFixture f;
     f.input.fingerDown(1, {100.f, 100.f});
     f.application.frame(0.02);
     (void)f.application.collectDamage();

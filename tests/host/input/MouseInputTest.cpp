@@ -14,7 +14,7 @@ constexpr bool kShift = true;
 constexpr bool kNoShift = false;
 
 /// A mouse over a table with the cards 1001 to 1003 on the keys 1 to 3.
-struct Fixture
+struct MouseInputFixture
 {
     /// Puts a card down as a person would.
     void putDown(int digit, Vecta::Vector2f point)
@@ -42,7 +42,7 @@ bool isAt(const Tactile::TrackedObject& object, float x, float y)
 
 TEST_CASE("mouse input: the button is a finger that is down as long as the button is")
 {
-    Fixture f;
+    MouseInputFixture f;
     f.mouse.press({10, 20}, kNoShift);
     REQUIRE(f.sample().changes.size() == 1);
     CHECK(f.taken.changes[0].kind == Kind::Down);
@@ -71,7 +71,7 @@ TEST_CASE("mouse input: the button is a finger that is down as long as the butto
 
 TEST_CASE("mouse input: a click within one frame is a down and an up, each with a finger of its own")
 {
-    Fixture f;
+    MouseInputFixture f;
     f.mouse.press({10, 20}, kNoShift);
     f.mouse.release({10, 20});
     f.mouse.press({10, 20}, kNoShift);
@@ -86,7 +86,7 @@ TEST_CASE("mouse input: a click within one frame is a down and an up, each with 
 
 TEST_CASE("mouse input: a move without a button is nothing")
 {
-    Fixture f;
+    MouseInputFixture f;
     f.mouse.move({5, 5});
     f.mouse.release({5, 5});
     f.mouse.wheel({5, 5}, 1);
@@ -95,7 +95,7 @@ TEST_CASE("mouse input: a move without a button is nothing")
 
 TEST_CASE("mouse input: a click while a digit is held puts that card down and leaves it there")
 {
-    Fixture f;
+    MouseInputFixture f;
     f.putDown(2, {300, 200});
     REQUIRE(f.sample().changes.size() == 1);
     CHECK(f.taken.changes[0].kind == Kind::Down);
@@ -109,7 +109,7 @@ TEST_CASE("mouse input: a click while a digit is held puts that card down and le
 
 TEST_CASE("mouse input: a digit without a card is an ordinary click")
 {
-    Fixture f;
+    MouseInputFixture f;
     for (const int digit : {0, 4, 9}) {
         f.mouse.setHeldDigit(digit);
         f.mouse.press({10, 20}, kNoShift);
@@ -121,7 +121,7 @@ TEST_CASE("mouse input: a digit without a card is an ordinary click")
 
 TEST_CASE("mouse input: the same key again moves the card instead of making a second one")
 {
-    Fixture f;
+    MouseInputFixture f;
     f.putDown(1, {300, 200});
     const auto id = f.sample().markers.at(0).id();
     f.putDown(1, {500, 600});
@@ -134,7 +134,7 @@ TEST_CASE("mouse input: the same key again moves the card instead of making a se
 
 TEST_CASE("mouse input: a click with Shift lifts the card under it; put down again it is the same card")
 {
-    Fixture f;
+    MouseInputFixture f;
     f.putDown(1, {300, 200});
     f.putDown(2, {600, 200});
     const auto id = f.sample().markers.at(0).id();
@@ -153,7 +153,7 @@ TEST_CASE("mouse input: a click with Shift lifts the card under it; put down aga
 
 TEST_CASE("mouse input: Shift beside every card is a finger")
 {
-    Fixture f;
+    MouseInputFixture f;
     f.putDown(1, {300, 200});
     (void)f.sample();
     f.mouse.press({300 + kRadiusPx + 1, 200}, kShift);
@@ -163,7 +163,7 @@ TEST_CASE("mouse input: Shift beside every card is a finger")
 
 TEST_CASE("mouse input: the wheel turns the card under it by fifteen degrees a step")
 {
-    Fixture f;
+    MouseInputFixture f;
     f.putDown(1, {300, 200});
     (void)f.sample();
     f.mouse.wheel({310, 200}, 2);
@@ -178,7 +178,7 @@ TEST_CASE("mouse input: the wheel turns the card under it by fifteen degrees a s
 
 TEST_CASE("mouse input: dragging a card moves it without a jump and touches nothing")
 {
-    Fixture f;
+    MouseInputFixture f;
     f.putDown(1, {300, 200});
     (void)f.sample();
     f.mouse.press({310, 190}, kNoShift);
@@ -196,7 +196,7 @@ TEST_CASE("mouse input: dragging a card moves it without a jump and touches noth
 
 TEST_CASE("mouse input: of two cards the nearer one is meant")
 {
-    Fixture f;
+    MouseInputFixture f;
     f.putDown(1, {300, 200});
     f.putDown(2, {340, 200});
     (void)f.sample();
@@ -206,7 +206,7 @@ TEST_CASE("mouse input: of two cards the nearer one is meant")
 
 TEST_CASE("mouse input: fingers and cards have different ids")
 {
-    Fixture f;
+    MouseInputFixture f;
     f.putDown(1, {300, 200});
     f.mouse.press({10, 10}, kNoShift);
     const auto& sample = f.sample();

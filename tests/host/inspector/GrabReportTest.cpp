@@ -14,9 +14,9 @@ using namespace Host;
 namespace
 {
 /// A table with a tray in its upper left corner.
-struct Fixture
+struct GrabReportFixture
 {
-    Fixture()
+    GrabReportFixture()
     {
         application.addInputSource(input);
         tray->setCSSType("TrayWidget");
@@ -26,7 +26,7 @@ struct Fixture
         tray->setSize({100, 100});
         application.frame(0.0);
     }
-    ~Fixture() { application.removeInputSource(input); }
+    ~GrabReportFixture() { application.removeInputSource(input); }
 
     QJsonArray report()
     {
@@ -47,7 +47,7 @@ struct Fixture
 
 TEST_CASE("grab report: a table without cards has none to tell of, whatever fingers do")
 {
-    Fixture f;
+    GrabReportFixture f;
     CHECK(f.report().isEmpty());
     f.input.fingerDown(1, {50, 50});
     CHECK(f.report().isEmpty());
@@ -55,7 +55,7 @@ TEST_CASE("grab report: a table without cards has none to tell of, whatever fing
 
 TEST_CASE("grab report: cards are in the order of the input, with their holders and whole codes")
 {
-    Fixture f;
+    GrabReportFixture f;
     const auto free = f.input.markerDown(7, {200, 150});
     const auto held = f.input.markerDown(18446744073709551615ul, {50, 50});
     CHECK(f.report() == QJsonArray{f.entry(free, "7", QJsonValue()), f.entry(held, "18446744073709551615", f.trayEntry())});
@@ -63,7 +63,7 @@ TEST_CASE("grab report: cards are in the order of the input, with their holders 
 
 TEST_CASE("grab report: a lifted card is not on the table, and a card whose holder was destroyed has none")
 {
-    Fixture f;
+    GrabReportFixture f;
     const auto first = f.input.markerDown(7, {50, 50});
     const auto second = f.input.markerDown(8, {60, 60});
     REQUIRE(f.report().size() == 2);

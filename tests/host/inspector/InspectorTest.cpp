@@ -24,9 +24,9 @@ using namespace Host;
 
 namespace
 {
-struct Fixture
+struct InspectorFixture
 {
-    explicit Fixture(bool manualClock = true) : inspector({application, log, nullptr, manualClock})
+    explicit InspectorFixture(bool manualClock = true) : inspector({application, log, nullptr, manualClock})
     {
         QString error;
         REQUIRE_MESSAGE(inspector.listen(0, error), error.toStdString());
@@ -42,7 +42,7 @@ struct Fixture
 
 TEST_CASE("inspector: the first page lists the others")
 {
-    Fixture f;
+    InspectorFixture f;
     const HttpReply reply = f.get("/");
     CHECK(reply.status == 200);
     CHECK(reply.head.contains("Content-Type: text/plain; charset=utf-8\r\n"));
@@ -54,7 +54,7 @@ TEST_CASE("inspector: the first page lists the others")
 
 TEST_CASE("inspector: the tree is the table's, with everything that is in it")
 {
-    Fixture f;
+    InspectorFixture f;
     auto widget = Bedrock::makeIntrusive<Trellis::Widget>();
     widget->setCSSType("PictureWidget");
     widget->setCSSId("map");
@@ -77,7 +77,7 @@ TEST_CASE("inspector: the tree is the table's, with everything that is in it")
 
 TEST_CASE("inspector: the screenshot is a PNG of the table's size that shows the table")
 {
-    Fixture f;
+    InspectorFixture f;
     auto widget = Bedrock::makeIntrusive<Trellis::Widget>();
     widget->postConstruct();
     f.application.mainLayer()->addChild(widget);
@@ -101,7 +101,7 @@ TEST_CASE("inspector: the screenshot is a PNG of the table's size that shows the
 
 TEST_CASE("inspector: the log has level and text of every line, oldest first")
 {
-    Fixture f;
+    InspectorFixture f;
     Bedrock::Trace::info("Table # opened");
     Bedrock::Trace::warning("Table # \"ü\" is odd");
     Bedrock::Trace::error("Table # broken");
@@ -113,7 +113,7 @@ TEST_CASE("inspector: the log has level and text of every line, oldest first")
 
 TEST_CASE("inspector: analytics are the events that were logged")
 {
-    Fixture f;
+    InspectorFixture f;
     CHECK(f.get("/analytics").json().array().isEmpty());
     Tavola::DataGathering::logEventToService({QStringLiteral("visit"), QJsonObject{{"code", 1001}}});
     CHECK(f.get("/analytics").json().array()
@@ -122,7 +122,7 @@ TEST_CASE("inspector: analytics are the events that were logged")
 
 TEST_CASE("inspector: under the manual clock frames run as they are asked for")
 {
-    Fixture f;
+    InspectorFixture f;
     HttpReply reply = f.post("/frames?count=30&dt=0.1");
     CHECK(reply.status == 200);
     CHECK(reply.json().object().value("time").toDouble() == doctest::Approx(3.0));
@@ -141,7 +141,7 @@ TEST_CASE("inspector: under the manual clock frames run as they are asked for")
 
 TEST_CASE("inspector: frames with arguments that make no sense do not run")
 {
-    Fixture f;
+    InspectorFixture f;
     for (const char* query : {"count=0", "count=-1", "count=x", "count=1.5", "count=100001", "count=99999999999", "dt=-1", "dt=x",
                               "dt=nan", "dt=inf", "dt=11"}) {
         CAPTURE(query);
@@ -156,7 +156,7 @@ TEST_CASE("inspector: frames with arguments that make no sense do not run")
 
 TEST_CASE("inspector: without the manual clock it runs no frames")
 {
-    Fixture f(false);
+    InspectorFixture f(false);
     const HttpReply reply = f.post("/frames?count=1");
     CHECK(reply.status == 403);
     CHECK(reply.body == "frames run by the clock; start the table with --manual-clock to run them by hand\n");
@@ -166,7 +166,7 @@ TEST_CASE("inspector: without the manual clock it runs no frames")
 
 TEST_CASE("inspector: its pages can only be read")
 {
-    Fixture f;
+    InspectorFixture f;
     for (const char* page : {"/", "/tree", "/screenshot.png", "/log", "/analytics", "/input", "/status"}) {
         CAPTURE(page);
         CHECK(f.post(page).status == 405);
@@ -197,7 +197,7 @@ TEST_CASE("inspector: the input's counts name what was dropped")
 
 TEST_CASE("inspector: the cards on the table are reported with their holders")
 {
-    Fixture f;
+    InspectorFixture f;
     TestSupport::ScriptedInput input;
     f.application.addInputSource(input);
     auto tray = Bedrock::makeIntrusive<Trellis::Widget>();
@@ -222,7 +222,7 @@ TEST_CASE("inspector: the cards on the table are reported with their holders")
 
 TEST_CASE("inspector: what the style sheets say about a widget is reported by its id in the tree")
 {
-    Fixture f;
+    InspectorFixture f;
     Cascara::StyleEngine::instance().addStyleSheet(QStringLiteral("#map { width: 30px }"), QStringLiteral("hall.css"));
     auto widget = Bedrock::makeIntrusive<Trellis::Widget>();
     widget->setCSSId("map");
@@ -241,7 +241,7 @@ TEST_CASE("inspector: what the style sheets say about a widget is reported by it
 
 TEST_CASE("inspector: a port that is taken is reported")
 {
-    Fixture f;
+    InspectorFixture f;
     Inspector second({f.application, f.log, nullptr, false});
     QString error;
     CHECK_FALSE(second.listen(f.inspector.port(), error));
@@ -250,7 +250,7 @@ TEST_CASE("inspector: a port that is taken is reported")
 
 TEST_CASE("inspector: the status names the memory of kept pictures, its budget and the painting threads")
 {
-    Fixture f;
+    InspectorFixture f;
     f.application.setPictureBudget(std::size_t(3) << 20);
     const QJsonObject alone = f.get("/status").json().object();
     CHECK(alone.value("paintingThreads").toInt() == 1);

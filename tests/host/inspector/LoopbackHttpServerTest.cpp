@@ -25,9 +25,9 @@ using namespace Host;
 namespace
 {
 /// A server that answers with what it was asked, and remembers it.
-struct Fixture
+struct LoopbackHttpServerFixture
 {
-    explicit Fixture(LoopbackHttpServer::Handler handler = nullptr)
+    explicit LoopbackHttpServerFixture(LoopbackHttpServer::Handler handler = nullptr)
         : server([this, handler](const LoopbackHttpServer::Request& request) {
               requests.push_back(request);
               if (handler)
@@ -68,7 +68,7 @@ const QByteArray kHost = "Host: 127.0.0.1\r\n";
 
 TEST_CASE("loopback server: a request reaches the handler with path, query and body")
 {
-    Fixture f;
+    LoopbackHttpServerFixture f;
     HttpTalk talk(f.server.port());
     talk.send("POST /frames?count=3&dt=0.5&name=%C3%BC HTTP/1.1\r\n" + kHost + "Content-Length: 5\r\n\r\nhello");
     const HttpReply reply = talk.reply();
@@ -85,7 +85,7 @@ TEST_CASE("loopback server: a request reaches the handler with path, query and b
 TEST_CASE("loopback server: waits for requests without a timer of the main thread, ahead of the first one and between them")
 {
     const std::vector<int> before = runningTimers();
-    Fixture f;
+    LoopbackHttpServerFixture f;
     CHECK(runningTimers() == before);
     HttpTalk talk(f.server.port());
     for (int i = 0; i < 2; ++i) {
@@ -100,7 +100,7 @@ TEST_CASE("loopback server: waits for requests without a timer of the main threa
 
 TEST_CASE("loopback server: a connection serves one request after the other")
 {
-    Fixture f;
+    LoopbackHttpServerFixture f;
     HttpTalk talk(f.server.port());
     for (const char* path : {"/a", "/b", "/c"}) {
         talk.send("GET " + QByteArray(path) + " HTTP/1.1\r\n" + kHost + "\r\n");
@@ -112,7 +112,7 @@ TEST_CASE("loopback server: a connection serves one request after the other")
 
 TEST_CASE("loopback server: requests sent in one go are answered in order")
 {
-    Fixture f;
+    LoopbackHttpServerFixture f;
     HttpTalk talk(f.server.port());
     talk.send("GET /a HTTP/1.1\r\n" + kHost + "\r\nPOST /b HTTP/1.1\r\n" + kHost + "Content-Length: 1\r\n\r\nxGET /c HTTP/1.1\r\n"
               + kHost + "\r\n");
@@ -123,7 +123,7 @@ TEST_CASE("loopback server: requests sent in one go are answered in order")
 
 TEST_CASE("loopback server: a request that comes byte by byte is a request")
 {
-    Fixture f;
+    LoopbackHttpServerFixture f;
     HttpTalk talk(f.server.port());
     for (const char c : "POST /slow HTTP/1.1\r\n" + kHost + "Transfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n0\r\n\r\n") {
         talk.send(QByteArray(1, c));
@@ -134,7 +134,7 @@ TEST_CASE("loopback server: a request that comes byte by byte is a request")
 
 TEST_CASE("loopback server: a client that asks for the end of the connection gets it")
 {
-    Fixture f;
+    LoopbackHttpServerFixture f;
     for (const QByteArray& bytes :
          {"GET / HTTP/1.1\r\n" + kHost + "Connection: close\r\n\r\n", "GET / HTTP/1.0\r\n" + kHost + "\r\n"}) {
         HttpTalk talk(f.server.port());
@@ -148,7 +148,7 @@ TEST_CASE("loopback server: a client that asks for the end of the connection get
 
 TEST_CASE("loopback server: HEAD is answered like GET without the body, other methods reach the handler")
 {
-    Fixture f;
+    LoopbackHttpServerFixture f;
     HttpTalk talk(f.server.port());
     talk.send("HEAD /x HTTP/1.1\r\n" + kHost + "\r\nDELETE /y HTTP/1.1\r\n" + kHost + "\r\nFROB /z HTTP/1.1\r\n" + kHost
               + "\r\n");
@@ -161,7 +161,7 @@ TEST_CASE("loopback server: HEAD is answered like GET without the body, other me
 
 TEST_CASE("loopback server: a request under another machine's name is refused unread")
 {
-    Fixture f;
+    LoopbackHttpServerFixture f;
     for (const char* host :
          {"evil.example", "evil.example:80", "127.0.0.1.evil.example", "localhost.evil.example", "192.168.0.1", "", "[::2]:80"}) {
         CAPTURE(host);
@@ -181,7 +181,7 @@ TEST_CASE("loopback server: a request under another machine's name is refused un
 
 TEST_CASE("loopback server: a page of another machine cannot make a browser ask")
 {
-    Fixture f;
+    LoopbackHttpServerFixture f;
     for (const char* origin : {"http://evil.example", "https://127.0.0.1.evil.example", "null"}) {
         CAPTURE(origin);
         CHECK(f.replyTo("POST /frames HTTP/1.1\r\n" + kHost + "Origin: " + origin + "\r\nContent-Length: 0\r\n\r\n").status
@@ -194,7 +194,7 @@ TEST_CASE("loopback server: a page of another machine cannot make a browser ask"
 
 TEST_CASE("loopback server: a request that is no HTTP gets status 400 and the end of the connection")
 {
-    Fixture f;
+    LoopbackHttpServerFixture f;
     for (const QByteArray& bytes :
          {QByteArray("hello\r\n\r\n"), QByteArray("GET /\r\n\r\n"), QByteArray("GET / HTTP/9.9\r\n\r\n"),
           QByteArray("\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03", 11), "GET / HTTP/1.1\r\n" + kHost + "bad header\r\n\r\n",
@@ -211,7 +211,7 @@ TEST_CASE("loopback server: a request that is no HTTP gets status 400 and the en
 
 TEST_CASE("loopback server: a header without an end is cut at its limit")
 {
-    Fixture f;
+    LoopbackHttpServerFixture f;
     HttpTalk talk(f.server.port());
     talk.send("GET / HTTP/1.1\r\n" + kHost + "X: " + QByteArray(int(LoopbackHttpServer::kHeaderLimit), 'x'));
     CHECK(talk.reply().status == 431);
@@ -220,7 +220,7 @@ TEST_CASE("loopback server: a header without an end is cut at its limit")
 
 TEST_CASE("loopback server: a body above the limit is refused before it has come")
 {
-    Fixture f;
+    LoopbackHttpServerFixture f;
     const QByteArray tooMuch = QByteArray::number(LoopbackHttpServer::kBodyLimit + 1);
     CHECK(f.replyTo("POST / HTTP/1.1\r\n" + kHost + "Content-Length: " + tooMuch + "\r\n\r\n").status == 413);
     CHECK(f.replyTo("POST / HTTP/1.1\r\n" + kHost + "Content-Length: 99999999999999999\r\n\r\n").status == 413);
@@ -235,7 +235,7 @@ TEST_CASE("loopback server: a body above the limit is refused before it has come
 
 TEST_CASE("loopback server: a connection beyond the limit ends the one that has waited longest")
 {
-    Fixture f;
+    LoopbackHttpServerFixture f;
     TestSupport::expectWarning(
         "HttpServer # All connections are in use; the one that has waited longest makes room for a new one "
         "(32 connections)");
@@ -251,7 +251,7 @@ TEST_CASE("loopback server: a connection beyond the limit ends the one that has 
 
 TEST_CASE("loopback server: a chunk extension without an end is refused and bounded")
 {
-    Fixture f;
+    LoopbackHttpServerFixture f;
     HttpTalk talk(f.server.port());
     talk.send("POST / HTTP/1.1\r\n" + kHost + "Transfer-Encoding: chunked\r\n\r\n4;" + QByteArray(256 * 1024, 'x'));
     CHECK(talk.reply().status == 431);
@@ -264,8 +264,8 @@ TEST_CASE("loopback server: while one request is answered the others wait, also 
     int depth = 0;
     int deepest = 0;
     std::unique_ptr<HttpTalk> second;
-    Fixture* fixture = nullptr;
-    Fixture f([&](const LoopbackHttpServer::Request& request) {
+    LoopbackHttpServerFixture* fixture = nullptr;
+    LoopbackHttpServerFixture f([&](const LoopbackHttpServer::Request& request) {
         ++depth;
         deepest = std::max(deepest, depth);
         if (request.path == QLatin1String("/first")) {
@@ -287,7 +287,7 @@ TEST_CASE("loopback server: while one request is answered the others wait, also 
 TEST_CASE("loopback server: a client that goes while it is answered does no harm")
 {
     std::unique_ptr<HttpTalk> talk;
-    Fixture f([&](const LoopbackHttpServer::Request& request) {
+    LoopbackHttpServerFixture f([&](const LoopbackHttpServer::Request& request) {
         talk.reset();
         for (int i = 0; i < 50; ++i) {
             QCoreApplication::processEvents();
@@ -306,7 +306,8 @@ TEST_CASE("loopback server: a client that goes while it is answered does no harm
 
 TEST_CASE("loopback server: a handler that throws is a logged error and status 500")
 {
-    Fixture f([](const LoopbackHttpServer::Request&) -> LoopbackHttpServer::Response { throw std::runtime_error("no picture"); });
+    LoopbackHttpServerFixture f(
+        [](const LoopbackHttpServer::Request&) -> LoopbackHttpServer::Response { throw std::runtime_error("no picture"); });
     TestSupport::expectError("LoopbackHttpServer # Answering GET /x failed (no picture)");
     const HttpReply reply = f.replyTo("GET /x HTTP/1.1\r\n" + kHost + "\r\n");
     CHECK(reply.status == 500);
@@ -327,7 +328,7 @@ TEST_CASE("loopback server: an answer that takes long is made on another thread,
 {
     std::atomic<bool> isHeld{true};
     std::thread::id maker;
-    Fixture f([&](const LoopbackHttpServer::Request& request) {
+    LoopbackHttpServerFixture f([&](const LoopbackHttpServer::Request& request) {
         LoopbackHttpServer::Response response{200, "text/plain", "at once"};
         if (request.path == QLatin1String("/long"))
             response.later = [&] {
@@ -363,7 +364,7 @@ TEST_CASE("loopback server: a client that goes while its answer is made elsewher
         };
         return response;
     };
-    auto f = std::make_unique<Fixture>(handler);
+    auto f = std::make_unique<LoopbackHttpServerFixture>(handler);
     {
         HttpTalk talk(f->server.port());
         talk.send("GET / HTTP/1.1\r\n" + kHost + "\r\n");
@@ -381,7 +382,9 @@ TEST_CASE("loopback server: a client that goes while its answer is made elsewher
 TEST_CASE("loopback server: a client that asks without end and reads nothing has to wait, and the event loop turns")
 {
     const QByteArray large(4 * 1024 * 1024, 'x');
-    Fixture f([&](const LoopbackHttpServer::Request&) { return LoopbackHttpServer::Response{200, "text/plain", large}; });
+    LoopbackHttpServerFixture f([&](const LoopbackHttpServer::Request&) {
+        return LoopbackHttpServer::Response{200, "text/plain", large};
+    });
     QTcpSocket greedy;
     greedy.setReadBufferSize(1024);
     greedy.connectToHost(QHostAddress::LocalHost, quint16(f.server.port()));
@@ -398,7 +401,7 @@ TEST_CASE("loopback server: a client that asks without end and reads nothing has
 TEST_CASE("loopback server: an answer whose making fails is a logged error and status 500, and the next one is made")
 {
     bool fails = true;
-    Fixture f([&](const LoopbackHttpServer::Request&) {
+    LoopbackHttpServerFixture f([&](const LoopbackHttpServer::Request&) {
         LoopbackHttpServer::Response response;
         response.later = [fails]() -> LoopbackHttpServer::Response {
             if (fails)

@@ -12,15 +12,15 @@ using namespace Host;
 
 namespace
 {
-struct Fixture
+struct StyleReportFixture
 {
-    Fixture()
+    StyleReportFixture()
     {
         tile->setCSSType("Tile");
         tile->addCSSClass("small");
         application.mainLayer()->addChild(tile);
     }
-    ~Fixture() { Cascara::StyleEngine::instance().clearStyleSheets(); }
+    ~StyleReportFixture() { Cascara::StyleEngine::instance().clearStyleSheets(); }
 
     static void sheet(const char* css, const char* name)
     {
@@ -40,21 +40,22 @@ struct Fixture
 
 TEST_CASE("style report: a widget that no rule speaks of has none")
 {
-    Fixture f;
-    Fixture::sheet("Other { width: 10px }", "hall.css");
+    StyleReportFixture f;
+    StyleReportFixture::sheet("Other { width: 10px }", "hall.css");
     CHECK(styleReport(*f.tile).isEmpty());
 }
 
 TEST_CASE("style report: every declaration that applies is reported with its place, and the last one of an attribute shows")
 {
-    Fixture f;
-    Fixture::sheet("Tile.small { width: 30px }\nTile { width: 10px; height: 20px }\n.large { width: 90px }", "hall.css");
-    Fixture::sheet("Tile { height: 40px }", "evening.css");
+    StyleReportFixture f;
+    StyleReportFixture::sheet("Tile.small { width: 30px }\nTile { width: 10px; height: 20px }\n.large { width: 90px }",
+                              "hall.css");
+    StyleReportFixture::sheet("Tile { height: 40px }", "evening.css");
     CHECK(styleReport(*f.tile)
-          == QJsonArray{Fixture::entry("width", "10px", "Tile", "hall.css", 2, 8),
-                        Fixture::entry("height", "20px", "Tile", "hall.css", 2, 21),
-                        Fixture::entry("height", "40px", "Tile", "evening.css", 1, 8),
-                        Fixture::entry("width", "30px", "Tile.small", "hall.css", 1, 14)});
+          == QJsonArray{StyleReportFixture::entry("width", "10px", "Tile", "hall.css", 2, 8),
+                        StyleReportFixture::entry("height", "20px", "Tile", "hall.css", 2, 21),
+                        StyleReportFixture::entry("height", "40px", "Tile", "evening.css", 1, 8),
+                        StyleReportFixture::entry("width", "30px", "Tile.small", "hall.css", 1, 14)});
     CHECK(f.tile->width() == 30.f);
     CHECK(f.tile->height() == 40.f);
 

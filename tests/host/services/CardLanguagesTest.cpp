@@ -6,7 +6,7 @@ using namespace Host;
 
 namespace
 {
-Person person(unsigned long code, const char* email, const char* language)
+Person personSpeaking(unsigned long code, const char* email, const char* language)
 {
     return {code, {}, QString::fromUtf8(email), {}, 0, QString::fromUtf8(language)};
 }
@@ -14,7 +14,7 @@ Person person(unsigned long code, const char* email, const char* language)
 
 TEST_CASE("card languages: a card without a language has that of the table")
 {
-    CardLanguages languages({person(1, "", "fi"), person(2, "", "")});
+    CardLanguages languages({personSpeaking(1, "", "fi"), personSpeaking(2, "", "")});
     CHECK(languages.ofCard(1) == "fi");
     CHECK(languages.ofCard(2) == "en");
     languages.setUsual(QStringLiteral("de"));
@@ -28,29 +28,30 @@ TEST_CASE("card languages: a card without a language has that of the table")
 
 TEST_CASE("card languages: an address has the language of its owner's lowest card, in any case of its letters")
 {
-    CardLanguages languages({person(7, "a@b.org", "fr"), person(3, " A@B.org", "fi"), person(1, "a@b.org", "")});
+    CardLanguages languages(
+        {personSpeaking(7, "a@b.org", "fr"), personSpeaking(3, " A@B.org", "fi"), personSpeaking(1, "a@b.org", "")});
     CHECK(languages.ofOwner(QStringLiteral("A@b.ORG ")) == "fi");
     CHECK(languages.ofOwner(QStringLiteral("c@b.org")).isEmpty());
     CHECK(languages.ofOwner(QString()).isEmpty());
-    languages.insert(person(3, "c@b.org", "fi"));
+    languages.insert(personSpeaking(3, "c@b.org", "fi"));
     CHECK(languages.ofOwner(QStringLiteral("a@b.org")) == "fr");
     CHECK(languages.ofOwner(QStringLiteral("c@b.org")) == "fi");
-    languages.insert(person(7, "a@b.org", ""));
+    languages.insert(personSpeaking(7, "a@b.org", ""));
     CHECK(languages.ofOwner(QStringLiteral("a@b.org")).isEmpty());
     CHECK(languages.ownOfCard(7).isEmpty());
 }
 
 TEST_CASE("card languages: people without an address share none")
 {
-    const CardLanguages languages({person(1, "", "fi")});
+    const CardLanguages languages({personSpeaking(1, "", "fi")});
     CHECK(languages.ofOwner(QString()).isEmpty());
 }
 
 TEST_CASE("card languages: other people take the place of the known ones, and the table's language stays")
 {
-    CardLanguages languages({person(1, "a@b.org", "fi")});
+    CardLanguages languages({personSpeaking(1, "a@b.org", "fi")});
     languages.setUsual(QStringLiteral("fr"));
-    CardLanguages others({person(2, "c@d.org", "de")});
+    CardLanguages others({personSpeaking(2, "c@d.org", "de")});
     languages.swapPeople(others);
     CHECK(languages.ofCard(1) == "fr");
     CHECK(languages.ofCard(2) == "de");

@@ -36,7 +36,7 @@ Person person(unsigned long code, const char* name = "", const char* email = "",
     return {code, QString::fromUtf8(name), QString::fromUtf8(email), QString::fromUtf8(contentKey), kind};
 }
 
-using People = std::vector<Person>;
+using FilePeople = std::vector<Person>;
 }
 
 TEST_CASE("people file: a line is a person")
@@ -45,15 +45,15 @@ TEST_CASE("people file: a line is a person")
                  "1001,Ann,ann@museum.example,key-1,personal\n"
                  "1002,,,,unregistered\n"
                  "1003,Bo,,,7\n")
-          == People{person(1001, "Ann", "ann@museum.example", "key-1"), person(1002, "", "", "", 3),
-                    person(1003, "Bo", "", "", 7)});
+          == FilePeople{person(1001, "Ann", "ann@museum.example", "key-1"), person(1002, "", "", "", 3),
+                        person(1003, "Bo", "", "", 7)});
 }
 
 TEST_CASE("people file: columns stand in any order, all but the code may be missing")
 {
-    CHECK(parsed("email, Code ,NAME\na@b,5,Ann\n") == People{person(5, "Ann", "a@b")});
-    CHECK(parsed("code\n5\n6") == People{person(5), person(6)});
-    CHECK(parsed("code,name,email\n5\n6,Bo\n") == People{person(5), person(6, "Bo")});
+    CHECK(parsed("email, Code ,NAME\na@b,5,Ann\n") == FilePeople{person(5, "Ann", "a@b")});
+    CHECK(parsed("code\n5\n6") == FilePeople{person(5), person(6)});
+    CHECK(parsed("code,name,email\n5\n6,Bo\n") == FilePeople{person(5), person(6, "Bo")});
     CHECK(parsed("code,name\n").empty());
 }
 
@@ -65,13 +65,13 @@ TEST_CASE("people file: quotes keep commas, quotes and line breaks")
                  "3,\"two\r\nlines\",\n"
                  "\"4\", \"spaced\" ,\n"
                  "5,\"\",\"\"\n")
-          == People{person(1, "Smith, Ann", "a@b"), person(2, "Ann \"Bee\" Smith"), person(3, "two\nlines"), person(4, "spaced"),
-                    person(5)});
+          == FilePeople{person(1, "Smith, Ann", "a@b"), person(2, "Ann \"Bee\" Smith"), person(3, "two\nlines"),
+                        person(4, "spaced"), person(5)});
 }
 
 TEST_CASE("people file: every kind of line end will do, and blank lines do not matter")
 {
-    const People both{person(1, "Ann"), person(2, "Bo")};
+    const FilePeople both{person(1, "Ann"), person(2, "Bo")};
     CHECK(parsed("code,name\r\n1,Ann\r\n2,Bo\r\n") == both);
     CHECK(parsed("code,name\r1,Ann\r2,Bo") == both);
     CHECK(parsed("\n\ncode,name\n\n1,Ann\n   \n2,Bo\n\n") == both);
@@ -79,15 +79,15 @@ TEST_CASE("people file: every kind of line end will do, and blank lines do not m
 
 TEST_CASE("people file: names of all scripts are kept")
 {
-    CHECK(
-        parsed("code,name\n1,Jürgen Åström\n2,山田 花子\n3,ليلى حداد\n4,שלום\n5,😀\n")
-        == People{person(1, "Jürgen Åström"), person(2, "山田 花子"), person(3, "ليلى حداد"), person(4, "שלום"), person(5, "😀")});
+    CHECK(parsed("code,name\n1,Jürgen Åström\n2,山田 花子\n3,ليلى حداد\n4,שלום\n5,😀\n")
+          == FilePeople{person(1, "Jürgen Åström"), person(2, "山田 花子"), person(3, "ليلى حداد"), person(4, "שלום"),
+                        person(5, "😀")});
 }
 
 TEST_CASE("people file: the whole range of codes is read")
 {
     CHECK(parsed("code\n0\n9223372036854775808\n18446744073709551615\n")
-          == People{person(0), person(9223372036854775808ul), person(18446744073709551615ul)});
+          == FilePeople{person(0), person(9223372036854775808ul), person(18446744073709551615ul)});
 }
 
 TEST_CASE("people file: a byte order mark at the beginning is no part of the first column")
@@ -98,7 +98,7 @@ TEST_CASE("people file: a byte order mark at the beginning is no part of the fir
                                         "\xEF\xBB\xBF"
                                         "code,name\r\n7,Jürgen\r\n"),
                            complete)
-          == People{person(7, "Jürgen")});
+          == FilePeople{person(7, "Jürgen")});
     CHECK(complete);
 }
 
@@ -124,20 +124,20 @@ TEST_CASE("people file: a line that cannot be read is reported by number and cos
         CAPTURE(row.line);
         expectWarning(std::string("PeopleFile # p.csv:3: ") + row.why + "; the line is skipped");
         const QByteArray text = QByteArray("code,name,kind\n1,First,\n") + row.line + "\n2,Last,\n";
-        CHECK(partOf(text.constData()) == People{person(1, "First"), person(2, "Last")});
+        CHECK(partOf(text.constData()) == FilePeople{person(1, "First"), person(2, "Last")});
     }
 }
 
 TEST_CASE("people file: line numbers go on counting through quotes and other line ends")
 {
     expectWarning("PeopleFile # p.csv:5: 'x' is no card code, a whole number is expected; the line is skipped");
-    CHECK(partOf("code,name\r\n1,\"a\r\nb\nc\"\r\nx,\r\n2,\n") == People{person(1, "a\nb\nc"), person(2)});
+    CHECK(partOf("code,name\r\n1,\"a\r\nb\nc\"\r\nx,\r\n2,\n") == FilePeople{person(1, "a\nb\nc"), person(2)});
 }
 
 TEST_CASE("people file: two open quotes cost two lines")
 {
     expectWarning("PeopleFile # p.csv:4: a quote is opened and not closed within 4096 characters; the line is skipped");
-    CHECK(partOf("code,name\n1,\"Ann\n2,Bo\"\n3,\"Cy\n4,Di\n") == People{person(1, "Ann\n2,Bo"), person(4, "Di")});
+    CHECK(partOf("code,name\n1,\"Ann\n2,Bo\"\n3,\"Cy\n4,Di\n") == FilePeople{person(1, "Ann\n2,Bo"), person(4, "Di")});
 }
 
 TEST_CASE("people file: without a column of codes no people are read")
@@ -156,7 +156,7 @@ TEST_CASE("people file: a column that is not known is reported, and the rest is 
 {
     expectWarning("PeopleFile # p.csv:1: unknown column 'e-mail', known are code, name, email, content-key, kind, language; the "
                   "column is skipped");
-    CHECK(partOf("code,e-mail,name\n1,a@b,Ann\n") == People{person(1, "Ann")});
+    CHECK(partOf("code,e-mail,name\n1,a@b,Ann\n") == FilePeople{person(1, "Ann")});
 }
 
 TEST_CASE("people file: a text in another encoding is left empty, the card works")
@@ -166,7 +166,7 @@ TEST_CASE("people file: a text in another encoding is left empty, the card works
     expectWarning("PeopleFile # " + path.toStdString()
                   + ":2: the name is no UTF-8 text (save the file as UTF-8); it is left empty");
     bool complete = true;
-    CHECK(PeopleFile::read(path, complete) == People{person(1, "", "j@b"), person(2, "Ann")});
+    CHECK(PeopleFile::read(path, complete) == FilePeople{person(1, "", "j@b"), person(2, "Ann")});
     CHECK_FALSE(complete);
 }
 
@@ -180,14 +180,14 @@ TEST_CASE("people file: a missing file is reported, and no people are read")
 
 TEST_CASE("people file: blanks in quotes belong to a field, those around it do not")
 {
-    CHECK(
-        parsed("code,name,email\n"
-               "1,  Ann\t, a@b \n"
-               "2,\"  Ann \", \" a@b\" \n"
-               "3,\"Ann\"  Smith ,\n"
-               "4,\"\" ,\" \"\n"
-               "\" 5 \",,\n")
-        == People{person(1, "Ann", "a@b"), person(2, "  Ann ", " a@b"), person(3, "Ann  Smith"), person(4, "", " "), person(5)});
+    CHECK(parsed("code,name,email\n"
+                 "1,  Ann\t, a@b \n"
+                 "2,\"  Ann \", \" a@b\" \n"
+                 "3,\"Ann\"  Smith ,\n"
+                 "4,\"\" ,\" \"\n"
+                 "\" 5 \",,\n")
+          == FilePeople{person(1, "Ann", "a@b"), person(2, "  Ann ", " a@b"), person(3, "Ann  Smith"), person(4, "", " "),
+                        person(5)});
 }
 
 TEST_CASE("people file: people that are written are read the same")
@@ -225,7 +225,7 @@ TEST_CASE("people file: people that are written are read the same")
                                  "\xEF\xBB\xBF"
                                  "Ann",
                                  "-"};
-    People people;
+    FilePeople people;
     unsigned long code = 0;
     for (const char* text : texts) {
         CAPTURE(text);
@@ -241,7 +241,7 @@ TEST_CASE("people file: people that are written are read the same")
     // Each alone, too: a mistake in one must not be mended by the next.
     for (const Person& one : people) {
         CAPTURE(one.name.toStdString());
-        CHECK(PeopleFile::parse(PeopleFile::format({one}), QStringLiteral("p.csv"), complete) == People{one});
+        CHECK(PeopleFile::parse(PeopleFile::format({one}), QStringLiteral("p.csv"), complete) == FilePeople{one});
         CHECK(complete);
     }
     CHECK(PeopleFile::parse(PeopleFile::format({}), QStringLiteral("p.csv"), complete).empty());
@@ -259,7 +259,7 @@ TEST_CASE("people file: people of any characters are read as they were written")
         return result;
     };
     for (int round = 0; round < 300; ++round) {
-        People people;
+        FilePeople people;
         for (unsigned long code = 1; code <= 4; ++code)
             people.push_back({code, text(), text(), text(), int(random() % 4)});
         const QString file = PeopleFile::format(people);

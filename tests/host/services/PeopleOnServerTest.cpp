@@ -20,10 +20,10 @@ using namespace Host;
 namespace
 {
 using Copy = PeopleRegistry::Copy;
-using People = std::vector<Person>;
+using ServerPeople = std::vector<Person>;
 
-const Person kAnn{1001, QStringLiteral("Ann"), QStringLiteral("ann@museum.example"), QStringLiteral("key"),
-                  0,    QStringLiteral("fi")};
+const Person kAnnOnServer{1001, QStringLiteral("Ann"), QStringLiteral("ann@museum.example"), QStringLiteral("key"),
+                          0,    QStringLiteral("fi")};
 const Person kBlank{1002, QString(), QString(), QString(), 3};
 
 /// A database for the people of several tables, behind a proxy.
@@ -102,7 +102,7 @@ TEST_CASE("people on a server: an address that cannot be used is refused with th
 TEST_CASE("people on a server: a table that starts while the server is away opens cards from its copy")
 {
     const Folder folder;
-    folder.write(QStringLiteral("people-copy.csv"), PeopleFile::format({kAnn}).toUtf8());
+    folder.write(QStringLiteral("people-copy.csv"), PeopleFile::format({kAnnOnServer}).toUtf8());
     const TestSupport::ReservedPort port;
     const QString away = QStringLiteral("postgres://ann@127.0.0.1:%1/people").arg(port.port());
     QString error;
@@ -124,12 +124,12 @@ TEST_CASE("people on a server: all that a file does, a server does as well")
     const Hall hall;
     const auto registry = hall.registry();
     CHECK(registry->isNew());
-    CHECK(registry->people() == People{});
-    CHECK(registry->beginWith({kBlank, kAnn}));
+    CHECK(registry->people() == ServerPeople{});
+    CHECK(registry->beginWith({kBlank, kAnnOnServer}));
     CHECK(registry->beginWith({{7, {}, {}, {}, 0}})); // it is not new any more
     CHECK_FALSE(registry->isNew());
-    CHECK(registry->people() == People{kAnn, kBlank});
-    CHECK(registry->person(1001) == kAnn);
+    CHECK(registry->people() == ServerPeople{kAnnOnServer, kBlank});
+    CHECK(registry->person(1001) == kAnnOnServer);
     CHECK_FALSE(registry->person(7));
 
     bool isThere = false;
@@ -148,7 +148,7 @@ TEST_CASE("people on a server: all that a file does, a server does as well")
     CHECK(unknown == 4711ul);
     CHECK(registry->people()->size() == 3);
     CHECK(registry->remove({1001, 1002, 18446744073709551615ul}, unknown));
-    CHECK(registry->people() == People{});
+    CHECK(registry->people() == ServerPeople{});
     CHECK_FALSE(registry->isNew());
 }
 
@@ -157,7 +157,7 @@ TEST_CASE("people on a server: thousands are entered at once")
     if (!TestDatabase::hasPostgres())
         return;
     const Hall hall;
-    People many;
+    ServerPeople many;
     for (unsigned long code = 1; code <= 2345; ++code)
         many.push_back({code, QStringLiteral("Visitor %1").arg(code), {}, {}, 0});
     CHECK(hall.registry()->insert(many));
@@ -171,7 +171,7 @@ TEST_CASE("people on a server: what one table registers, another one has in its 
     const Folder folder;
     const Hall hall;
     const auto desk = hall.registry();
-    REQUIRE(desk->beginWith({kAnn, kBlank}));
+    REQUIRE(desk->beginWith({kAnnOnServer, kBlank}));
     HallTable table(hall.registry(folder.path(QStringLiteral("copy.csv"))));
     CHECK(table.nameOf(1001) == "Ann");
     CHECK(desk->registerOwner(1002, QStringLiteral("Bo"), {}));
@@ -188,7 +188,7 @@ TEST_CASE("people on a server: cards keep opening while it hangs, the outage is 
     QString error;
     const auto desk = PeopleRegistry::open(hall.database.address(), {}, error);
     REQUIRE(desk);
-    REQUIRE(desk->beginWith({kAnn}));
+    REQUIRE(desk->beginWith({kAnnOnServer}));
     // "Failed to read", as often as it is tried meanwhile.
     const std::shared_ptr<PeopleRegistry> registry =
         hall.registry(folder.path(QStringLiteral("copy.csv")), std::chrono::milliseconds(300));

@@ -51,7 +51,7 @@ void execute(const QString& path, const QString& statement)
     QSqlDatabase::removeDatabase(QStringLiteral("other"));
 }
 
-using People = std::vector<Person>;
+using RegistryPeople = std::vector<Person>;
 const Person kAnn{1001, QStringLiteral("Ann"), QStringLiteral("ann@museum.example"), QStringLiteral("key"), 0};
 const Person kNobody{1002, QString(), QString(), QString(), 3};
 }
@@ -61,7 +61,7 @@ TEST_CASE("people registry: a new one is empty, and its folder is made")
     const Folder folder;
     const auto registry = opened(folder.path(QStringLiteral("a/b/people.sqlite")));
     CHECK(registry->isNew());
-    CHECK(registry->people() == People{});
+    CHECK(registry->people() == RegistryPeople{});
     CHECK_FALSE(registry->person(1001));
 }
 
@@ -72,7 +72,7 @@ TEST_CASE("people registry: people are there again after a new start")
     CHECK(opened(path)->insert({kNobody, kAnn}));
     const auto registry = opened(path);
     CHECK_FALSE(registry->isNew());
-    CHECK(registry->people() == People{kAnn, kNobody});
+    CHECK(registry->people() == RegistryPeople{kAnn, kNobody});
     CHECK(registry->person(1001) == kAnn);
     CHECK_FALSE(registry->person(7));
 }
@@ -85,7 +85,7 @@ TEST_CASE("people registry: entering a code again replaces its owner")
     Person other = kAnn;
     other.name = QStringLiteral("Bo'; DROP TABLE people; --");
     CHECK(registry->insert({other}));
-    CHECK(registry->people() == People{other});
+    CHECK(registry->people() == RegistryPeople{other});
 }
 
 TEST_CASE("people registry: codes of the whole range are kept and stand in order")
@@ -93,7 +93,7 @@ TEST_CASE("people registry: codes of the whole range are kept and stand in order
     const Folder folder;
     const auto registry = opened(folder.path(QStringLiteral("people.sqlite")));
     const unsigned long codes[] = {18446744073709551615ul, 9223372036854775808ul, 9007199254740993ul, 10, 9, 0};
-    People people;
+    RegistryPeople people;
     for (const unsigned long code : codes)
         people.push_back({code, {}, {}, {}, 0});
     CHECK(registry->insert(people));
@@ -114,7 +114,7 @@ TEST_CASE("people registry: either all people of a list are entered or none")
                            "such card'); END"));
     TestSupport::expectWarningStartingWith("PeopleRegistry # Failed to write " + path.toStdString() + " (");
     CHECK_FALSE(registry->insert({kNobody, {666, {}, {}, {}, 0}, {7, {}, {}, {}, 0}}));
-    CHECK(registry->people() == People{kAnn});
+    CHECK(registry->people() == RegistryPeople{kAnn});
 }
 
 TEST_CASE("people registry: a card gets an owner, and is a personal card from then on")
@@ -132,7 +132,7 @@ TEST_CASE("people registry: a card that is not in the registry cannot be registe
     const auto registry = opened(folder.path(QStringLiteral("people.sqlite")));
     CHECK(registry->insert({kAnn}));
     CHECK_FALSE(registry->registerOwner(77, QStringLiteral("Bo"), QString()));
-    CHECK(registry->people() == People{kAnn});
+    CHECK(registry->people() == RegistryPeople{kAnn});
 }
 
 TEST_CASE("people registry: a file that is something else is refused and left as it was")
@@ -152,7 +152,7 @@ TEST_CASE("people registry: a damaged file is refused or reported, never a crash
     const Folder folder;
     const QString path = folder.path(QStringLiteral("people.sqlite"));
     {
-        People many;
+        RegistryPeople many;
         for (unsigned long code = 1; code <= 500; ++code)
             many.push_back({code, QStringLiteral("Visitor"), QString(), QString(), 0});
         CHECK(opened(path)->insert(many));
@@ -181,7 +181,7 @@ TEST_CASE("people registry: a file of a newer version is refused and left as it 
     execute(path, QStringLiteral("PRAGMA user_version = 99"));
     CHECK(refusal(path) == path + QStringLiteral(" was made by a newer version of this program; use that one"));
     execute(path, QStringLiteral("PRAGMA user_version = 2"));
-    CHECK(opened(path)->people() == People{kAnn});
+    CHECK(opened(path)->people() == RegistryPeople{kAnn});
 }
 
 TEST_CASE("people registry: a file of the first format gets the languages, and keeps its people")
@@ -194,10 +194,10 @@ TEST_CASE("people registry: a file of the first format gets the languages, and k
     execute(path, QStringLiteral("CREATE TABLE emptied (once INTEGER PRIMARY KEY)"));
     execute(path, QStringLiteral("INSERT INTO people VALUES ('1001', 'Ann', 'ann@museum.example', 'key', 0)"));
     execute(path, QStringLiteral("PRAGMA user_version = 1"));
-    CHECK(opened(path)->people() == People{kAnn});
+    CHECK(opened(path)->people() == RegistryPeople{kAnn});
     Person finn{1003, QStringLiteral("Finn"), {}, {}, 0, QStringLiteral("fi")};
     CHECK(opened(path)->insert({finn}));
-    CHECK(opened(path)->people() == People{kAnn, finn});
+    CHECK(opened(path)->people() == RegistryPeople{kAnn, finn});
     CHECK(opened(path)->registerOwner(1003, QStringLiteral("Finn"), QStringLiteral("finn@museum.example"))->language == "fi");
 }
 
@@ -256,8 +256,8 @@ TEST_CASE("people registry: two of them on one file see each other's people")
     const auto other = opened(path);
     CHECK(one->insert({kAnn}));
     CHECK(other->insert({kNobody}));
-    CHECK(one->people() == People{kAnn, kNobody});
-    CHECK(other->people() == People{kAnn, kNobody});
+    CHECK(one->people() == RegistryPeople{kAnn, kNobody});
+    CHECK(other->people() == RegistryPeople{kAnn, kNobody});
 }
 
 TEST_CASE("people registry: threads that write at once all get through")
@@ -278,7 +278,7 @@ TEST_CASE("people registry: threads that write at once all get through")
         (void)registry->people();
     for (std::thread& thread : threads)
         thread.join();
-    const People people = *registry->people();
+    const RegistryPeople people = *registry->people();
     CHECK(people.size() == 3 * kEach);
     CHECK(std::all_of(people.begin(), people.end(), [](const Person& p) { return p.name == "Owner" && p.kind == 0; }));
 }
@@ -291,14 +291,14 @@ TEST_CASE("people registry: a presentation's people come into a new one only")
     CHECK(registry->beginWith({}));
     CHECK(registry->isNew());
     CHECK(registry->beginWith({kAnn}));
-    CHECK(registry->people() == People{kAnn});
+    CHECK(registry->people() == RegistryPeople{kAnn});
     CHECK(registry->beginWith({kNobody}));
-    CHECK(registry->people() == People{kAnn});
+    CHECK(registry->people() == RegistryPeople{kAnn});
     std::optional<unsigned long> unknown;
     CHECK(registry->remove({1001}, unknown));
     CHECK_FALSE(opened(path)->isNew());
     CHECK(opened(path)->beginWith({kAnn}));
-    CHECK(opened(path)->people() == People{});
+    CHECK(opened(path)->people() == RegistryPeople{});
 }
 
 TEST_CASE("people registry: a card that several add at the same time is added once")
@@ -313,7 +313,7 @@ TEST_CASE("people registry: a card that several add at the same time is added on
     other.name = QStringLiteral("Bo");
     CHECK_FALSE(registry->add(other, isThere));
     CHECK(isThere);
-    CHECK(registry->people() == People{kAnn});
+    CHECK(registry->people() == RegistryPeople{kAnn});
 
     std::atomic<int> added{0};
     std::atomic<int> refused{0};
@@ -343,11 +343,11 @@ TEST_CASE("people registry: cards are taken out together, or none of them")
     CHECK(registry->people()->size() == 3);
     CHECK(registry->remove({1001, 7, 1001}, unknown));
     CHECK_FALSE(unknown);
-    CHECK(registry->people() == People{kNobody});
+    CHECK(registry->people() == RegistryPeople{kNobody});
     CHECK_FALSE(registry->remove({1001}, unknown));
     CHECK(unknown == 1001ul);
     CHECK(registry->remove({}, unknown));
-    CHECK(registry->people() == People{kNobody});
+    CHECK(registry->people() == RegistryPeople{kNobody});
 }
 
 TEST_CASE("people registry: what cannot be written is reported and leaves everything as it was")
@@ -371,7 +371,7 @@ TEST_CASE("people registry: what cannot be written is reported and leaves everyt
     TestSupport::expectWarningStartingWith(told);
     CHECK_FALSE(registry->remove({1001}, unknown));
     CHECK_FALSE(unknown);
-    CHECK(registry->people() == People{kAnn, kNobody});
+    CHECK(registry->people() == RegistryPeople{kAnn, kNobody});
 }
 
 TEST_CASE("people registry: registering gives the card as it is then, with the content it had")
@@ -381,7 +381,7 @@ TEST_CASE("people registry: registering gives the card as it is then, with the c
     CHECK(registry->insert({kAnn}));
     const Person bo{1001, QStringLiteral("Bo"), QString(), QStringLiteral("key"), 0};
     CHECK(registry->registerOwner(1001, QStringLiteral("Bo"), QString()) == bo);
-    CHECK(registry->people() == People{bo});
+    CHECK(registry->people() == RegistryPeople{bo});
 }
 
 TEST_CASE("people registry: the stamp shows every write, however close they follow")
@@ -413,7 +413,7 @@ TEST_CASE("people registry: the stamp of one that is not written to stays, also 
     }
     const QByteArray stamp = registry->stamp();
     CHECK(registry->stamp() == stamp);
-    CHECK(registry->people() == People{kAnn});
+    CHECK(registry->people() == RegistryPeople{kAnn});
     CHECK(registry->person(1001) == kAnn);
     CHECK(registry->stamp() == stamp);
     CHECK(registry->insert({kNobody}));

@@ -18,7 +18,7 @@ using namespace Host;
 namespace
 {
 /// A file of cards; its schema's version is as many as the tables, "cards1" and on.
-struct Bench
+struct SqliteSchemaBench
 {
     Folder folder;
     QString path = folder.path("cards.sqlite");
@@ -54,7 +54,7 @@ struct Bench
 
 TEST_CASE("sqlite schema: a new file gets its tables and a write-ahead log, and they are changed once a version")
 {
-    Bench bench;
+    SqliteSchemaBench bench;
     CHECK(bench.prepare(1));
     CHECK(bench.tables() == QStringList{"cards1"});
     CHECK(bench.prepare(1));
@@ -69,7 +69,7 @@ TEST_CASE("sqlite schema: a new file gets its tables and a write-ahead log, and 
 
 TEST_CASE("sqlite schema: a change that cannot be made leaves the file as it was, and says why")
 {
-    Bench bench;
+    SqliteSchemaBench bench;
     REQUIRE(bench.prepare(1));
     bench.fault = QStringLiteral("is still in use");
     CHECK_FALSE(bench.prepare(2));
@@ -91,7 +91,7 @@ TEST_CASE("sqlite schema: a change that cannot be made leaves the file as it was
 
 TEST_CASE("sqlite schema: a file of a higher version is refused and left as it was")
 {
-    Bench bench;
+    SqliteSchemaBench bench;
     REQUIRE(bench.prepare(2));
     CHECK_FALSE(bench.prepare(1));
     CHECK(bench.error == bench.path + " was made by a newer version of this program; use that one");
@@ -102,7 +102,7 @@ TEST_CASE("sqlite schema: a file of a higher version is refused and left as it w
 TEST_CASE("sqlite schema: a file that another program keeps locked is refused, or opened where its tables are right")
 {
     const int waitBefore = SqliteConnection::setLockWaitMs(100);
-    Bench bench;
+    SqliteSchemaBench bench;
     REQUIRE(bench.prepare(1));
     {
         SqliteTransaction other(bench.path, SqliteTransaction::Kind::Write, {});
@@ -119,7 +119,7 @@ TEST_CASE("sqlite schema: a file that another program keeps locked is refused, o
 
 TEST_CASE("sqlite schema: a folder or a pipe in place of the file is refused with its reason, and stays")
 {
-    Bench bench;
+    SqliteSchemaBench bench;
     REQUIRE(QDir().mkpath(bench.path));
     CHECK_FALSE(bench.prepare(1));
     CHECK(bench.error

@@ -17,14 +17,14 @@ namespace
 using Kind = SqliteTransaction::Kind;
 
 /// A file with a table of cards.
-struct Bench
+struct SqliteTransactionBench
 {
     Folder folder;
     QString path = folder.path("cards.sqlite");
     QStringList reasons;
     const SqliteTransaction::Report report = [this](const QString& reason, const QString&) { reasons << reason; };
 
-    Bench()
+    SqliteTransactionBench()
     {
         SqliteTransaction writing(path, Kind::Write, report);
         REQUIRE(writing.run("CREATE TABLE cards (code INTEGER PRIMARY KEY, name TEXT NOT NULL)"));
@@ -45,7 +45,7 @@ const QString kInsert = QStringLiteral("INSERT INTO cards VALUES (?, ?)");
 
 TEST_CASE("sqlite transaction: what is committed is there for the next one")
 {
-    Bench bench;
+    SqliteTransactionBench bench;
     {
         SqliteTransaction writing(bench.path, Kind::Write, bench.report);
         REQUIRE(writing);
@@ -62,7 +62,7 @@ TEST_CASE("sqlite transaction: what is committed is there for the next one")
 
 TEST_CASE("sqlite transaction: what is not committed has not happened")
 {
-    Bench bench;
+    SqliteTransactionBench bench;
     {
         SqliteTransaction writing(bench.path, Kind::Write, bench.report);
         CHECK(writing.run(kInsert, {1, "Ann"}));
@@ -72,7 +72,7 @@ TEST_CASE("sqlite transaction: what is not committed has not happened")
 
 TEST_CASE("sqlite transaction: after a failure nothing more is done, and it is reported once")
 {
-    Bench bench;
+    SqliteTransactionBench bench;
     {
         SqliteTransaction writing(bench.path, Kind::Write, bench.report);
         CHECK(writing.run(kInsert, {1, "Ann"}));
@@ -91,7 +91,7 @@ TEST_CASE("sqlite transaction: after a failure nothing more is done, and it is r
 
 TEST_CASE("sqlite transaction: a statement that makes no sense is reported")
 {
-    Bench bench;
+    SqliteTransactionBench bench;
     SqliteTransaction reading(bench.path, Kind::Read, bench.report);
     CHECK_FALSE(reading.run("SELECT name FROM crads"));
     REQUIRE(bench.reasons.size() == 1);
@@ -100,7 +100,7 @@ TEST_CASE("sqlite transaction: a statement that makes no sense is reported")
 
 TEST_CASE("sqlite transaction: rows that cannot all be read are a failure")
 {
-    Bench bench;
+    SqliteTransactionBench bench;
     SqliteTransaction writing(bench.path, Kind::Write, bench.report);
     REQUIRE(writing.run(kInsert, {1, "7"}));
     REQUIRE(writing.run(kInsert, {2, "-9223372036854775808"}));
@@ -116,7 +116,7 @@ TEST_CASE("sqlite transaction: rows that cannot all be read are a failure")
 
 TEST_CASE("sqlite transaction: an absent text is the empty one")
 {
-    Bench bench;
+    SqliteTransactionBench bench;
     SqliteTransaction writing(bench.path, Kind::Write, bench.report);
     CHECK(writing.run(kInsert, {1, QString()}));
     CHECK(writing.commit());
@@ -125,7 +125,7 @@ TEST_CASE("sqlite transaction: an absent text is the empty one")
 
 TEST_CASE("sqlite transaction: what a writer has read stays true until it writes")
 {
-    Bench bench;
+    SqliteTransactionBench bench;
     std::optional<SqliteTransaction> first(std::in_place, bench.path, Kind::Write, bench.report);
     REQUIRE(first->run("SELECT 1 FROM cards"));
     bool isSecondDone = false;
@@ -146,7 +146,7 @@ TEST_CASE("sqlite transaction: what a writer has read stays true until it writes
 
 TEST_CASE("sqlite transaction: a file that is no database is reported in SQLite's words, and nothing is done")
 {
-    Bench bench;
+    SqliteTransactionBench bench;
     const QString path = bench.folder.write("letter", QByteArray("this is no database, but a letter").repeated(40));
     SqliteTransaction writing(path, Kind::Write, bench.report);
     CHECK_FALSE(writing.run("SELECT 1 FROM sqlite_master"));

@@ -8,6 +8,7 @@
 
 #include <doctest/doctest.h>
 
+using PluginTest::kOffCenter;
 using PluginTest::near;
 using PluginTest::newCode;
 using PluginTest::PersonTable;
@@ -20,8 +21,6 @@ using Mode = Tavola::PersonalTesselDetectorWidget::WidgetCollectionMode;
 
 namespace
 {
-const Vector2f kCard{700.f, 500.f};
-
 std::size_t collected(unsigned long card)
 {
     return PersonalSpaceContents::personalContent(card)->items().size();
@@ -55,10 +54,10 @@ TEST_CASE("popup: its corner stands at the card under the main widget, turned, o
         table.host.mainWidget().setRotation(0.4f);
         table.host.mainWidget().setLocation({30.f, 10.f});
     }
-    table.detector->emailWidget(*content, table.ann, kCard, 0.75f);
+    table.detector->emailWidget(*content, table.ann, kOffCenter, 0.75f);
     auto& popup = table.popup();
-    CHECK(near(popup.location(), table.host.mainWidget().mapFromScene(kCard)));
-    CHECK(near(table.seen(popup), kCard));
+    CHECK(near(popup.location(), table.host.mainWidget().mapFromScene(kOffCenter)));
+    CHECK(near(table.seen(popup), kOffCenter));
     CHECK(popup.rotation() == 0.75f);
     CHECK(table.host.mainWidget().children().back().get() == &popup);
     CHECK(table.spaces().empty());
@@ -81,9 +80,9 @@ TEST_CASE("popup: both coordinates of its place change at once")
     // Out of the flow, whose layout would give it a place first.
     table.host.style("EmailSendingPopupWidget { position: absolute }");
     const auto content = table.content();
-    table.detector->emailWidget(*content, table.ann, kCard, 0.3f);
+    table.detector->emailWidget(*content, table.ann, kOffCenter, 0.3f);
     REQUIRE(places.size() == 1);
-    CHECK(near(places[0], kCard));
+    CHECK(near(places[0], kOffCenter));
 }
 
 TEST_CASE("popup: it asks for a confirmation in the mode email-with-confirmation alone")
@@ -93,7 +92,7 @@ TEST_CASE("popup: it asks for a confirmation in the mode email-with-confirmation
         PersonTable table;
         table.collect(mode);
         const auto content = table.content();
-        table.detector->emailWidget(*content, table.ann, kCard, 0.f);
+        table.detector->emailWidget(*content, table.ann, kOffCenter, 0.f);
         CHECK(table.popup().hasCSSClass("waiting-to-send") == (mode == Mode::EmailWithConfirmation));
         table.host.frames(3);
     }
@@ -103,7 +102,7 @@ TEST_CASE("popup: it comes to the top again after the frame")
 {
     PersonTable table;
     const auto content = table.content();
-    table.detector->emailWidget(*content, table.ann, kCard, 0.f);
+    table.detector->emailWidget(*content, table.ann, kOffCenter, 0.f);
     content->raiseToTop(false);
     CHECK(table.host.mainWidget().children().back() == content);
     table.host.frame();
@@ -118,7 +117,7 @@ TEST_CASE("popup: one that is closed in the same frame is not raised")
 {
     PersonTable table;
     const auto content = table.content();
-    table.detector->emailWidget(*content, table.ann, kCard, 0.f);
+    table.detector->emailWidget(*content, table.ann, kOffCenter, 0.f);
     table.popup().removeFromParent();
     table.host.frames(2);
     CHECK(table.popups().empty());
@@ -133,14 +132,14 @@ TEST_CASE("popup: where none can be created nothing happens")
     SUBCASE("no component")
     {
         TestSupport::expectWarning("UserInterface::createStockWidget # Component 'email-widget-popup' is not registered");
-        table.detector->emailWidget(*content, table.ann, kCard, 0.f);
+        table.detector->emailWidget(*content, table.ann, kOffCenter, 0.f);
     }
     SUBCASE("a component of something else")
     {
         const Tavola::FactoryRegistrant<Tavola::WidgetComponent> other("email-widget-popup", [] {
             return std::make_shared<Tavola::WidgetComponent>([] { return Bedrock::makeIntrusive<Trellis::Widget>(); });
         });
-        table.detector->emailWidget(*content, table.ann, kCard, 0.f);
+        table.detector->emailWidget(*content, table.ann, kOffCenter, 0.f);
     }
     table.host.frames(2);
     CHECK(table.host.mainWidget().children().size() == children);
@@ -156,11 +155,11 @@ TEST_CASE("popup: it stands in its place, raised and turned, before the content 
     content->whenAsked = [&] {
         if (++asked > 1)
             return;
-        CHECK(near(table.popup().location(), kCard));
+        CHECK(near(table.popup().location(), kOffCenter));
         CHECK(table.popup().rotation() == 0.5f);
         CHECK(table.host.mainWidget().children().back().get() == &table.popup());
     };
-    table.detector->emailWidget(*content, table.ann, kCard, 0.5f);
+    table.detector->emailWidget(*content, table.ann, kOffCenter, 0.5f);
     table.host.frames(3);
     CHECK(asked > 0);
 }
@@ -172,7 +171,7 @@ TEST_CASE("collection mode email-with-confirmation: the popup asks, and nothing 
     const auto content = table.content();
     table.putOn(*content, table.code, 1.f);
     CHECK(table.popup().hasCSSClass("waiting-to-send"));
-    CHECK(near(table.seen(table.popup()), kCard));
+    CHECK(near(table.seen(table.popup()), kOffCenter));
     table.host.frames(10);
     CHECK(table.popup().hasCSSClass("waiting-to-send"));
     CHECK(table.mail->sent().empty());

@@ -8,6 +8,8 @@
 #include <string>
 
 using PluginTest::FoldersOnDetector;
+using PluginTest::kCard;
+using PluginTest::kSlot;
 using PluginTest::near;
 using PluginTest::newCode;
 using PluginTest::Strings;
@@ -17,8 +19,6 @@ using Vecta::Vector2f;
 namespace
 {
 using Answer = FoldersOnDetector::Answer;
-constexpr const char* kSlot = FoldersOnDetector::kSlot;
-constexpr Vector2f kCard = FoldersOnDetector::kCard;
 }
 
 // ---- Cards that own a folder -----------------------------------------------------------------------------------------

@@ -11,6 +11,7 @@
 // The order and the layer in which a detector opens widgets, and the owners that it passes to them.
 
 using PluginTest::childOfClass;
+using PluginTest::kOffCenter;
 using PluginTest::newCode;
 using PluginTest::PersonTable;
 using PluginTest::Strings;
@@ -20,8 +21,6 @@ using Mode = Tavola::PersonalTesselDetectorWidget::WidgetCollectionMode;
 
 namespace
 {
-constexpr Vector2f kCard{700.f, 500.f};
-
 /// The layers of the table, from the bottom to the top.
 Strings layers(PersonTable& table)
 {
@@ -69,7 +68,7 @@ TEST_CASE("launch: a personal widget gets its code, then its owner, and is added
     const Tavola::FactoryRegistrant<Tavola::WidgetComponent> watched("personal-space-widget", [&log] {
         return std::make_shared<Tavola::WidgetComponent>([&log] { return Bedrock::makeIntrusive<WatchedPersonalWidget>(log); });
     });
-    const auto launched = table.detector->launchPersonalWidget(table.ann, table.code, kCard, 0.f);
+    const auto launched = table.detector->launchPersonalWidget(table.ann, table.code, kOffCenter, 0.f);
     REQUIRE(launched);
     REQUIRE(log.size() >= 2);
     log.resize(2);
@@ -87,7 +86,7 @@ TEST_CASE("launch: a personal widget is placed, then turned, and is temporary co
     });
     // Out of the flow, whose layout would give it a place as well.
     table.host.style("WatchedPersonalWidget { position: absolute; width: 100px; height: 50px }");
-    const auto launched = table.detector->launchPersonalWidget(table.ann, table.code, kCard, 0.5f);
+    const auto launched = table.detector->launchPersonalWidget(table.ann, table.code, kOffCenter, 0.5f);
     REQUIRE(launched);
     log.erase(log.begin(), log.begin() + 2); // code and owner
     REQUIRE(log.size() >= 2);
@@ -107,7 +106,7 @@ TEST_CASE("launch: what opens comes to the top of the content, the table's layer
     const auto content = table.content();
     SUBCASE("a personal widget")
     {
-        const auto launched = table.detector->launchPersonalWidget(table.ann, table.code, kCard, 0.f);
+        const auto launched = table.detector->launchPersonalWidget(table.ann, table.code, kOffCenter, 0.f);
         CHECK(topmost(table) == launched.get());
         CHECK(layers(table) == before);
     }
@@ -123,7 +122,7 @@ TEST_CASE("launch: what opens comes to the top of the content, the table's layer
     }
     SUBCASE("the popup, also when it is raised after the frame")
     {
-        table.detector->emailWidget(*content, table.ann, kCard, 0.f);
+        table.detector->emailWidget(*content, table.ann, kOffCenter, 0.f);
         REQUIRE(table.popups().size() == 1);
         CHECK(topmost(table) == table.popups()[0]);
         CHECK(layers(table) == before);
@@ -138,8 +137,8 @@ TEST_CASE("launch: a personal widget is temporary content, the popup is not")
 {
     PersonTable table;
     const auto content = table.content();
-    table.detector->emailWidget(*content, table.ann, kCard, 0.f);
-    (void)table.detector->launchPersonalWidget(table.ann, table.code, kCard, 0.f);
+    table.detector->emailWidget(*content, table.ann, kOffCenter, 0.f);
+    (void)table.detector->launchPersonalWidget(table.ann, table.code, kOffCenter, 0.f);
     table.host.frames(2);
     REQUIRE(table.popups().size() == 1);
     CHECK_FALSE(table.popups()[0]->hasCSSClass(Tavola::Utils::temporaryWidgetCSSClass()));

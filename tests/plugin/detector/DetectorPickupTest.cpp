@@ -13,6 +13,8 @@
 // Cards that lie on the table when a detector is added, with folders and with the host's own detector.
 
 using PluginTest::FoldersOnDetector;
+using PluginTest::kCard;
+using PluginTest::kSlot;
 using PluginTest::newCode;
 using PluginTest::Strings;
 using Vecta::Vector2f;
@@ -20,8 +22,6 @@ using Vecta::Vector2f;
 namespace
 {
 using Answer = FoldersOnDetector::Answer;
-constexpr const char* kSlot = FoldersOnDetector::kSlot;
-constexpr Vector2f kCard = FoldersOnDetector::kCard;
 }
 
 namespace

@@ -10,15 +10,11 @@
 // The slot "custom-tessel-content" of a detector.
 
 using PluginTest::FoldersOnDetector;
+using PluginTest::kSlot;
 using PluginTest::Strings;
 using Tavola::PersonalFolderWidget;
 using Tavola::PersonalTesselDetectorInstance;
 using Vecta::Vector2f;
-
-namespace
-{
-constexpr const char* kSlot = FoldersOnDetector::kSlot;
-}
 
 TEST_CASE("slot: the folder is made without a parent, and is kept while it is in the slot")
 {

@@ -155,7 +155,7 @@ TEST_CASE("grab: a known card inside the detector is grabbed where its kind is a
             table.host.addCard(card, row.kind);
         table.attribute<bool>("allow-unregistered-markers").setValue(row.isAllowed);
         table.attribute<QString>("marker-filters").setValue(QString::number(row.isFiltered ? card + 1 : card));
-        const Vecta::Vector2f place = row.isInside ? PersonTable::kCard : Vecta::Vector2f(100.f, 400.f);
+        const Vecta::Vector2f place = row.isInside ? PluginTest::kCard : Vecta::Vector2f(100.f, 400.f);
         CHECK(table.wouldGrab(card, place) == row.isGrabbed);
         const auto id = table.putDown(card, place);
         CHECK((table.holder(id) == table.detector.get()) == row.isGrabbed);

@@ -8,6 +8,8 @@
 // What trackers do to items that still open, and to nodes of menus.
 
 using PluginTest::carried;
+using PluginTest::kCard;
+using PluginTest::kCorner;
 using PluginTest::kDegree;
 using PluginTest::near;
 using PluginTest::operatorsOf;
@@ -16,12 +18,6 @@ using PluginTest::TrackerTable;
 using Tavola::LaunchedContentOperator;
 using Tavola::MarkerTrackerOperator;
 using Vecta::Vector2f;
-
-namespace
-{
-constexpr Vector2f kCard = TrackerTable::kCard;
-constexpr Vector2f kCorner = TrackerTable::kCorner;
-}
 
 // ---- While the item still opens --------------------------------------------------------------------------------------
 

@@ -12,6 +12,8 @@
 #include <vector>
 
 using PluginTest::carried;
+using PluginTest::kCard;
+using PluginTest::kCorner;
 using PluginTest::kDegree;
 using PluginTest::near;
 using PluginTest::operatorsOf;
@@ -20,12 +22,6 @@ using PluginTest::TrackerOptions;
 using PluginTest::TrackerTable;
 using Tavola::MarkerTrackerOperator;
 using Vecta::Vector2f;
-
-namespace
-{
-constexpr Vector2f kCard = TrackerTable::kCard;
-constexpr Vector2f kCorner = TrackerTable::kCorner;
-}
 
 TEST_CASE("tracker: it has its CSS type, and its attribute with the default of its making")
 {

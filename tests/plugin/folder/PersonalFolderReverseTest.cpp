@@ -11,6 +11,8 @@
 
 using PluginTest::CardAndFolder;
 using PluginTest::FolderItem;
+using PluginTest::kCard;
+using PluginTest::kStyledPlace;
 using PluginTest::near;
 using PluginTest::operatorsOf;
 using PluginTest::Strings;
@@ -19,8 +21,6 @@ using Vecta::Vector2f;
 
 namespace
 {
-constexpr Vector2f kCard = CardAndFolder::kCard;
-constexpr Vector2f kStyledPlace = CardAndFolder::kStyledPlace;
 
 /// A folder in reverse mode with two items, and a card that was lifted from it.
 struct ReverseTable : PluginTest::Table

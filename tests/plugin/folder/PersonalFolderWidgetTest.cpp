@@ -10,6 +10,8 @@
 
 using PluginTest::CardAndFolder;
 using PluginTest::FolderItem;
+using PluginTest::kCard;
+using PluginTest::kStyledPlace;
 using PluginTest::near;
 using PluginTest::operatorsOf;
 using PluginTest::sameDirection;
@@ -21,8 +23,6 @@ using Vecta::Vector2f;
 
 namespace
 {
-constexpr Vector2f kCard = CardAndFolder::kCard;
-constexpr Vector2f kStyledPlace = CardAndFolder::kStyledPlace;
 
 bool isTemporary(const Trellis::Widget& widget)
 {

@@ -18,7 +18,7 @@ namespace
 constexpr std::int32_t kReady = 1;
 constexpr std::int32_t kUploading = 2;
 constexpr std::int32_t kUploaded = 3;
-constexpr std::int32_t kFailed = 4;
+constexpr std::int32_t kUploadFailed = 4;
 
 /// A space on a table that has a store of collections.
 struct Kept : OpenSpace
@@ -85,7 +85,7 @@ TEST_CASE("kept contents: an open space shows what the card had collected, befor
     table.store->keepEarlier(table.code, "x-1", "one", kReady);
     table.store->keepEarlier(table.code, "x-2", "two", kUploading);
     table.store->keepEarlier(table.code, "x-3", "three", kUploaded);
-    table.store->keepEarlier(table.code, "x-4", "four", kFailed);
+    table.store->keepEarlier(table.code, "x-4", "four", kUploadFailed);
     table.store->holdsAnswers = true;
     table.open();
     CHECK(table.store->reads == std::vector<unsigned long>{table.code});
@@ -113,7 +113,7 @@ TEST_CASE("kept contents: in upload mode what is not on the server is uploaded w
     Kept table;
     table.store->keepEarlier(table.code, "x-1", "one", kReady);
     table.store->keepEarlier(table.code, "x-2", "two", kUploaded);
-    table.store->keepEarlier(table.code, "x-3", "three", kFailed);
+    table.store->keepEarlier(table.code, "x-3", "three", kUploadFailed);
     TestSupport::expectWarningStartingWith("PersonalSpaceUploader # Failed to fetch user's URL : ");
     TestSupport::expectWarningStartingWith("PersonalSpaceUploader # Failed to upload user item : ");
     table.host.mediaServer().script = [](const QJsonObject& command) {
@@ -248,7 +248,7 @@ TEST_CASE("kept contents: what another table collects appears, and is uploaded t
     table.open();
     table.mode().setValue(Mode::Upload);
     table.store->keepEarlier(table.code, "y-1", "one", kReady);
-    table.store->keepEarlier(table.code, "y-2", "two", kFailed);
+    table.store->keepEarlier(table.code, "y-2", "two", kUploadFailed);
     table.store->keepEarlier(table.code, "y-3", "three", kUploaded);
     table.store->tellOfChange(table.code);
     table.host.frames(2);
@@ -308,7 +308,7 @@ TEST_CASE("kept contents: what was uploaded here is not undone by another table 
     const long id = table.collect("one");
     table.contents->setItemStatus(ItemStatus::Uploaded, id);
     (void)table.store->changes();
-    table.store->kept[table.code].front().status = kFailed;
+    table.store->kept[table.code].front().status = kUploadFailed;
     table.store->tellOfChange(table.code);
     table.host.frame();
     CHECK(table.items() == Strings{"one 3"});

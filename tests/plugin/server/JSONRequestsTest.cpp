@@ -1,5 +1,6 @@
 #include "server/JSONRequests.hpp"
 
+#include "PluginSupport.hpp"
 #include "TestHost.hpp"
 
 #include <QJsonArray>
@@ -7,13 +8,12 @@
 
 #include <doctest/doctest.h>
 
+using PluginTest::kNoService;
 using Tavola::PersonalSpaceContents;
 using Tavola::UploadableItem;
 
 namespace
 {
-const char* const kNoService = "No service configured, please configure a Media server service to use this feature.";
-
 UploadableItem parse(const QList<QString>& sources, const char* file = "", const char* displayName = "")
 {
     PersonalSpaceContents::Item item;

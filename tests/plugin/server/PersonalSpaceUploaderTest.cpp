@@ -20,6 +20,7 @@
 
 using PluginTest::EventLog;
 using PluginTest::ImageServer;
+using PluginTest::kNoService;
 using PluginTest::line;
 using PluginTest::newCode;
 using PluginTest::Strings;
@@ -35,7 +36,6 @@ namespace
 const std::string kUploadFailed = "PersonalSpaceUploader # Failed to upload user item : ";
 const std::string kDeleteFailed = "PersonalSpaceUploader # Failed to delete user item : ";
 const std::string kPageFailed = "PersonalSpaceUploader # Failed to fetch user's URL : ";
-const std::string kNoService = "No service configured, please configure a Media server service to use this feature.";
 const QJsonObject kYes{{"success", true}};
 const QJsonObject kNo{{"success", false}};
 const std::string kNoText = "Unknown JSON\nResponse was : {\"success\":false}";

@@ -15,7 +15,7 @@ std::string written(const OscWriter& writer)
 }
 
 template <std::size_t N>
-std::string bytes(const char (&literal)[N])
+std::string literalBytes(const char (&literal)[N])
 {
     return std::string(literal, N - 1);
 }
@@ -32,7 +32,7 @@ TEST_CASE("osc writer: a message alone has no size ahead of it")
     writer.beginMessage("/a", ",i");
     writer.add(258);
     writer.endMessage();
-    CHECK(written(writer) == bytes("/a\0\0,i\0\0\0\0\1\2"));
+    CHECK(written(writer) == literalBytes("/a\0\0,i\0\0\0\0\1\2"));
 }
 
 TEST_CASE("osc writer: texts end with a zero and are filled up to four bytes")
@@ -42,11 +42,11 @@ TEST_CASE("osc writer: texts end with a zero and are filled up to four bytes")
         const char* text;
         std::string expected;
     };
-    const Row rows[] = {{"", bytes("\0\0\0\0")},
-                        {"a", bytes("a\0\0\0")},
-                        {"abc", bytes("abc\0")},
-                        {"abcd", bytes("abcd\0\0\0\0")},
-                        {"abcde", bytes("abcde\0\0\0")}};
+    const Row rows[] = {{"", literalBytes("\0\0\0\0")},
+                        {"a", literalBytes("a\0\0\0")},
+                        {"abc", literalBytes("abc\0")},
+                        {"abcd", literalBytes("abcd\0\0\0\0")},
+                        {"abcde", literalBytes("abcde\0\0\0")}};
     for (const Row& row : rows) {
         CAPTURE(row.text);
         OscWriter writer;
@@ -66,8 +66,8 @@ TEST_CASE("osc writer: numbers are written big end first, to their limits")
     writer.add(std::numeric_limits<float>::infinity());
     writer.add(Tactile::OscTime{0x0102030405060708u});
     CHECK(written(writer)
-          == bytes("\x80\0\0\0\xff\xff\xff\xff\x7f\xff\xff\xff\xbf\x80\0\0\x80\0\0\0\x7f\x80\0\0"
-                   "\1\2\3\4\5\6\7\x8"));
+          == literalBytes("\x80\0\0\0\xff\xff\xff\xff\x7f\xff\xff\xff\xbf\x80\0\0\x80\0\0\0\x7f\x80\0\0"
+                          "\1\2\3\4\5\6\7\x8"));
 }
 
 TEST_CASE("osc writer: type tags may be left out, which is not the same as none")
@@ -76,11 +76,11 @@ TEST_CASE("osc writer: type tags may be left out, which is not the same as none"
     without.beginMessage("/a", "");
     without.add(1);
     without.endMessage();
-    CHECK(written(without) == bytes("/a\0\0\0\0\0\1"));
+    CHECK(written(without) == literalBytes("/a\0\0\0\0\0\1"));
     OscWriter none;
     none.beginMessage("/a", ",");
     none.endMessage();
-    CHECK(written(none) == bytes("/a\0\0,\0\0\0"));
+    CHECK(written(none) == literalBytes("/a\0\0,\0\0\0"));
 }
 
 TEST_CASE("osc writer: each element of a bundle is led by its size, also a bundle in a bundle")
@@ -98,11 +98,11 @@ TEST_CASE("osc writer: each element of a bundle is led by its size, also a bundl
     writer.endMessage();
     writer.endBundle();
     CHECK(written(writer)
-          == bytes("#bundle\0\0\0\0\0\0\0\0\1"
-                   "\0\0\0\x8/a\0\0,\0\0\0"
-                   "\0\0\0\x20#bundle\0\0\0\0\0\0\0\0\1"
-                   "\0\0\0\xc/b\0\0,i\0\0\0\0\0\7"
-                   "\0\0\0\x8/c\0\0,\0\0\0"));
+          == literalBytes("#bundle\0\0\0\0\0\0\0\0\1"
+                          "\0\0\0\x8/a\0\0,\0\0\0"
+                          "\0\0\0\x20#bundle\0\0\0\0\0\0\0\0\1"
+                          "\0\0\0\xc/b\0\0,i\0\0\0\0\0\7"
+                          "\0\0\0\x8/c\0\0,\0\0\0"));
 }
 
 TEST_CASE("osc writer: an element of more than 255 bytes has its size whole")
@@ -114,7 +114,7 @@ TEST_CASE("osc writer: an element of more than 255 bytes has its size whole")
         writer.add(i);
     writer.endMessage();
     writer.endBundle();
-    CHECK(written(writer).substr(16, 4) == bytes("\0\1\x38\x84")); // 80,004
+    CHECK(written(writer).substr(16, 4) == literalBytes("\0\1\x38\x84")); // 80,004
     CHECK(writer.packet().size() == 16 + 4 + 80004);
 }
 
@@ -128,5 +128,5 @@ TEST_CASE("osc writer: cleared it begins another packet, also in the midst of on
     CHECK(writer.packet().empty());
     writer.beginMessage("/a", ",");
     writer.endMessage();
-    CHECK(written(writer) == bytes("/a\0\0,\0\0\0"));
+    CHECK(written(writer) == literalBytes("/a\0\0,\0\0\0"));
 }

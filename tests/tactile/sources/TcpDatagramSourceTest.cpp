@@ -52,7 +52,7 @@ struct Hall
     double now = 0.0;
 };
 
-NetworkSettings anyPort()
+NetworkSettings anyTcpPort()
 {
     NetworkSettings settings;
     settings.port = 0;
@@ -65,7 +65,7 @@ struct Counter
     std::mutex mutex;
     std::condition_variable arrived;
     std::size_t counts[256] = {};
-    TcpDatagramSource source{anyPort()};
+    TcpDatagramSource source{anyTcpPort()};
 
     Counter()
     {
@@ -94,7 +94,7 @@ std::vector<char> finger(std::int32_t frame, float x, const std::string& source 
     return TestTable::fingersPacket(frame, {{1, x, 0.5f}}, source);
 }
 
-std::string head(std::uint32_t length)
+std::string streamHead(std::uint32_t length)
 {
     std::string bytes;
     for (int shift = 24; shift >= 0; shift -= 8)
@@ -182,8 +182,10 @@ TEST_CASE("tcp source: a length that cannot be ends its connection with a warnin
         std::string bytes;
         const char* length;
     };
-    const Row rows[] = {
-        {head(0), "0"}, {head(0xfffffffcu), "-4"}, {head(65536), "65536"}, {"GET / HTTP/1.1\r\n\r\n", "1195725856"}};
+    const Row rows[] = {{streamHead(0), "0"},
+                        {streamHead(0xfffffffcu), "-4"},
+                        {streamHead(65536), "65536"},
+                        {"GET / HTTP/1.1\r\n\r\n", "1195725856"}};
     std::uint64_t packets = 0;
     for (const Row& row : rows) {
         CAPTURE(row.length);
@@ -209,7 +211,7 @@ TEST_CASE("tcp source: a sender that connects again and again with garbage does 
         TestSupport::expectWarningStartingWith("TcpDatagramSource # Closed the connection of 127.0.0.1:");
     for (int i = 0; i < 20; ++i) {
         const LoopbackStream bad(hall.port());
-        bad.send(head(0));
+        bad.send(streamHead(0));
         CHECK(bad.isClosed());
     }
     const LoopbackStream good(hall.port());
@@ -253,7 +255,7 @@ TEST_CASE("tcp source: a connection that begins in the place of another one begi
     Hall hall;
     for (int i = 1; i <= 40; ++i) {
         LoopbackStream tracker(hall.port());
-        tracker.send(framed(finger(i, 0.01f * float(i), "cam@left")) + head(100) + "a beginning");
+        tracker.send(framed(finger(i, 0.01f * float(i), "cam@left")) + streamHead(100) + "a beginning");
         hall.frame(static_cast<std::uint64_t>(i));
     }
     CHECK(hall.input.datagramsReceived() == 40);
@@ -310,7 +312,7 @@ TEST_CASE("tcp source: beyond sixteen connections the newest is closed, until th
     // Garbage ends the first, whose place the next one takes.
     TestSupport::expectWarningStartingWith("TcpDatagramSource # Closed the connection of 127.0.0.1:"
                                            + std::to_string(trackers.front().port()) + " (a packet of 0 bytes");
-    trackers.front().send(head(0));
+    trackers.front().send(streamHead(0));
     CHECK(trackers.front().isClosed());
     const LoopbackStream next(hall.port());
     next.send(finger(1, 0.9f, "next@one"));
@@ -355,7 +357,7 @@ TEST_CASE("tcp source: bytes that make no whole packet keep no place")
     std::deque<LoopbackStream> beginners;
     for (std::size_t i = 0; i < TcpDatagramSource::kMaxConnections; ++i) {
         beginners.emplace_back(hall.port());
-        beginners.back().send(head(100) + "a beginning");
+        beginners.back().send(streamHead(100) + "a beginning");
     }
     TestSupport::expectWarningStartingWith("TcpDatagramSource # Closed the connection of 127.0.0.1:");
     const LoopbackStream tracker(hall.port());
@@ -479,7 +481,7 @@ TEST_CASE("tcp source: a handler that throws costs one packet")
     std::mutex mutex;
     std::condition_variable arrived;
     int calls = 0;
-    TcpDatagramSource source(anyPort());
+    TcpDatagramSource source(anyTcpPort());
     REQUIRE(source.start([&](const Tactile::Datagram&) {
         const std::lock_guard<std::mutex> lock(mutex);
         ++calls;

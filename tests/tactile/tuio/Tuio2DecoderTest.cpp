@@ -19,7 +19,6 @@ using Tactile::ContactEvent;
 using Tactile::Tuio2Encoder;
 using Tactile::TuioDecoder;
 using Tactile::TuioDrop;
-using Bench = Tuio2Bench;
 
 namespace
 {
@@ -90,7 +89,7 @@ TEST_CASE("tuio 2 decoder: what tokens, pointers, areas and symbols become, fram
     };
     for (const Row& row : rows) {
         CAPTURE(row.claim);
-        Bench bench;
+        Tuio2Bench bench;
         std::int32_t number = 0;
         for (const Frame& frame : row.frames) {
             ++number;
@@ -104,7 +103,7 @@ TEST_CASE("tuio 2 decoder: what tokens, pointers, areas and symbols become, fram
 
 TEST_CASE("tuio 2 decoder: the counters hold how many fingers and cards there are now")
 {
-    Bench bench;
+    Tuio2Bench bench;
     const auto counts = [&bench] {
         const auto& source = bench.decoder.counters().sources.at(0);
         return std::to_string(source.fingers) + " fingers, " + std::to_string(source.markers) + " cards";
@@ -150,7 +149,7 @@ TEST_CASE("tuio 2 decoder: a frame is taken, late, or a restart by its number an
         CAPTURE(row.claim);
         CAPTURE(row.frame);
         CAPTURE(row.seconds);
-        Bench bench;
+        Tuio2Bench bench;
         bench.fingers(500, {1}, 0.5f, tag(row.lastSeconds));
         CHECK(bench.fingers(row.frame, {1}, 0.6f, tag(row.seconds)) == row.outcome);
         CHECK(bench.drops(TuioDrop::Late) == (row.outcome.empty() ? 1 : 0));
@@ -163,7 +162,7 @@ TEST_CASE("tuio 2 decoder: a frame is taken, late, or a restart by its number an
 
 TEST_CASE("tuio 2 decoder: after a loss any lower frame number is a restart")
 {
-    Bench bench;
+    Tuio2Bench bench;
     bench.fingers(500, {1}, 0.5f, at(10));
     bench.decoder.sourceLost(0);
     CHECK(bench.fingers(499, {1}, 0.5f, at(10.5)) == "appear finger 1");
@@ -171,7 +170,7 @@ TEST_CASE("tuio 2 decoder: after a loss any lower frame number is a restart")
 
 TEST_CASE("tuio 2 decoder: a frame split over packets of one number takes effect part by part")
 {
-    Bench bench;
+    Tuio2Bench bench;
     for (const std::int32_t session : {1, 2}) {
         bench.encoder.begin(7, at(1));
         bench.encoder.pointer(session, 0.5f, 0.5f);
@@ -195,7 +194,7 @@ TEST_CASE("tuio 2 decoder: derivatives may be added, all or none")
     for (const Row& row : rows) {
         CAPTURE(row.address);
         CAPTURE(row.tags);
-        Bench bench;
+        Tuio2Bench bench;
         bench.feed(message("/tuio2/frm", "itis"));
         bench.feed(message(row.address, row.tags));
         CHECK(bench.drops(TuioDrop::Malformed) == (row.isGood ? 0 : 1));
@@ -216,7 +215,7 @@ TEST_CASE("tuio 2 decoder: a malformed message drops its packet and leaves the s
     for (const Row& row : rows) {
         CAPTURE(row.name);
         CAPTURE(row.tags);
-        Bench bench;
+        Tuio2Bench bench;
         bench.fingers(1, {1});
         CHECK(bench.feed(message(std::string("/tuio2/") + row.name, row.tags)) == "");
         CHECK(bench.drops(TuioDrop::Malformed) == 1);
@@ -226,7 +225,7 @@ TEST_CASE("tuio 2 decoder: a malformed message drops its packet and leaves the s
 
 TEST_CASE("tuio 2 decoder: single messages take effect at their alv, and one without its frm has no meaning")
 {
-    Bench bench;
+    Tuio2Bench bench;
     const auto send = [&bench](const char* address, const char* tags) { return bench.feed(message(address, tags)); };
     CHECK(send("/tuio2/ptr", "iiiffffff") == "");
     CHECK(send("/tuio2/alv", "i") == "");
@@ -241,7 +240,7 @@ TEST_CASE("tuio 2 decoder: single messages take effect at their alv, and one wit
 
 TEST_CASE("tuio 2 decoder: messages without type tags are read as their name says")
 {
-    Bench bench;
+    Tuio2Bench bench;
     const auto send = [&bench](const char* address, const auto&... arguments) {
         Tactile::OscWriter writer;
         writer.beginMessage(address, "");
@@ -256,7 +255,7 @@ TEST_CASE("tuio 2 decoder: messages without type tags are read as their name say
 
 TEST_CASE("tuio 2 decoder: a frame that never ended is left when the next begins")
 {
-    Bench bench;
+    Tuio2Bench bench;
     bench.feed(message("/tuio2/frm", "itis"));
     bench.feed(message("/tuio2/ptr", "iiiffffff"));
     CHECK(bench.fingers(2, {}) == "");
@@ -271,7 +270,7 @@ TEST_CASE("tuio 2 decoder: a frame that never ended is left when the next begins
 
 TEST_CASE("tuio 2 decoder: a lost source shows its cards anew where they were, and its fingers after they were lifted")
 {
-    Bench bench;
+    Tuio2Bench bench;
     bench.encoder.begin(1);
     bench.encoder.token(1, 1001, 0.25f, 0.5f, 0.f);
     bench.encoder.pointer(2, 0.5f, 0.5f);
@@ -288,7 +287,7 @@ TEST_CASE("tuio 2 decoder: a lost source shows its cards anew where they were, a
 TEST_CASE("tuio 2 decoder: what is no number, beside the surface, negative or not alive is dropped by itself")
 {
     const float nan = std::numeric_limits<float>::quiet_NaN();
-    Bench bench;
+    Tuio2Bench bench;
     bench.encoder.begin(1);
     bench.encoder.token(1, 1001, nan, 0.5f, 0.f);
     bench.encoder.token(2, 1002, 0.5f, 0.5f, std::numeric_limits<float>::infinity());
@@ -306,7 +305,7 @@ TEST_CASE("tuio 2 decoder: what is no number, beside the surface, negative or no
 
 TEST_CASE("tuio 2 decoder: the caps hold for both versions of one source together")
 {
-    Bench bench;
+    Tuio2Bench bench;
     Tactile::TuioEncoder one("cam@a");
     bench.encoder = Tuio2Encoder("cam@a");
     std::vector<std::int32_t> alive;
@@ -328,7 +327,7 @@ TEST_CASE("tuio 2 decoder: the caps hold for both versions of one source togethe
 
 TEST_CASE("tuio 2 decoder: both versions share a port, each with its own sessions")
 {
-    Bench bench;
+    Tuio2Bench bench;
     Tactile::TuioEncoder one("a@b");
     one.begin(Tactile::TuioProfile::Cursors);
     one.alive({1});
@@ -343,7 +342,7 @@ TEST_CASE("tuio 2 decoder: both versions share a port, each with its own session
 
 TEST_CASE("tuio 2 decoder: the size of the sensor and the name of the source are in the counters")
 {
-    Bench bench;
+    Tuio2Bench bench;
     bench.encoder = Tuio2Encoder("camera@10.0.0.7", 1280, 800);
     bench.fingers(1, {});
     CHECK(bench.decoder.counters().sources.at(0).name == "camera@10.0.0.7");
@@ -354,7 +353,7 @@ TEST_CASE("tuio 2 decoder: the size of the sensor and the name of the source are
 
 TEST_CASE("tuio 2 decoder: other messages are skipped and counted, the rest of the packet is used")
 {
-    Bench bench;
+    Tuio2Bench bench;
     Tactile::OscWriter writer;
     writer.beginBundle();
     writer.addMessage("/tuio2/frm", 1, Tactile::OscTime{1}, 0, "");
@@ -386,7 +385,7 @@ TEST_CASE("tuio 2 decoder: damaged packets of both versions never harm it")
     good.push_back(message("/tuio2/ptr", "iiiffffff"));
     good.push_back(message("/tuio2/alv", "i"));
     good.push_back(message("/tuio2/frm", "itis"));
-    Bench bench;
+    Tuio2Bench bench;
     for (int i = 0; i < 100000; ++i) {
         std::vector<char> packet = good[below(good.size())];
         for (std::size_t damage = below(4); damage > 0; --damage)

@@ -14,7 +14,7 @@ using TestTuio::fingers;
 
 namespace
 {
-SenderAddress at(std::uint16_t port)
+SenderAddress atPort(std::uint16_t port)
 {
     return SenderAddress::fromIpv4(10, 0, 0, 1, port);
 }
@@ -86,19 +86,19 @@ TEST_CASE("tuio sources: more senders than it remembers do no harm to the source
 TEST_CASE("tuio sources: an address is known from its first packet on, on its listener only")
 {
     TuioSources sources;
-    CHECK(sources.findSender(0, at(1)) == nullptr);
-    TuioSender& sender = sources.senderOf(0, at(1));
-    CHECK(sources.findSender(0, at(1)) == &sender);
-    CHECK(&sources.senderOf(0, at(1)) == &sender);
-    CHECK(sources.findSender(1, at(1)) == nullptr);
-    CHECK(sources.findSender(0, at(2)) == nullptr);
-    CHECK(&sources.senderOf(1, at(1)) != &sender);
+    CHECK(sources.findSender(0, atPort(1)) == nullptr);
+    TuioSender& sender = sources.senderOf(0, atPort(1));
+    CHECK(sources.findSender(0, atPort(1)) == &sender);
+    CHECK(&sources.senderOf(0, atPort(1)) == &sender);
+    CHECK(sources.findSender(1, atPort(1)) == nullptr);
+    CHECK(sources.findSender(0, atPort(2)) == nullptr);
+    CHECK(&sources.senderOf(1, atPort(1)) != &sender);
 }
 
 TEST_CASE("tuio sources: an address that sends something other than TUIO takes no place of a source")
 {
     TuioSources sources;
-    (void)sources.senderOf(0, at(1));
+    (void)sources.senderOf(0, atPort(1));
     CHECK(sources.size() == 0);
     CHECK(sources.counters.sources.empty());
 }
@@ -107,21 +107,21 @@ TEST_CASE("tuio sources: the address unheard of for longest is forgotten, with w
 {
     TuioSources sources;
     for (std::uint16_t port = 1; port <= 64; ++port)
-        sources.senderOf(0, at(port)).pending[0].hasAlive = true;
-    (void)sources.senderOf(0, at(1)); // heard of again
-    TuioSender& newest = sources.senderOf(0, at(65));
+        sources.senderOf(0, atPort(port)).pending[0].hasAlive = true;
+    (void)sources.senderOf(0, atPort(1)); // heard of again
+    TuioSender& newest = sources.senderOf(0, atPort(65));
     CHECK_FALSE(newest.pending[0].hasAlive);
     CHECK(newest.source == -1);
-    CHECK(sources.findSender(0, at(2)) == nullptr);
-    CHECK(sources.findSender(0, at(1)) != nullptr);
-    CHECK(sources.findSender(0, at(3)) != nullptr);
-    CHECK(sources.senderOf(0, at(3)).pending[0].hasAlive);
+    CHECK(sources.findSender(0, atPort(2)) == nullptr);
+    CHECK(sources.findSender(0, atPort(1)) != nullptr);
+    CHECK(sources.findSender(0, atPort(3)) != nullptr);
+    CHECK(sources.senderOf(0, atPort(3)).pending[0].hasAlive);
 }
 
 TEST_CASE("tuio sources: a sender may call itself by another name, and is another source then")
 {
     TuioSources sources;
-    TuioSender& sender = sources.senderOf(0, at(1));
+    TuioSender& sender = sources.senderOf(0, atPort(1));
     sources.nameSender(sender, "one@cam");
     const int one = sources.touchSourceOf(sender);
     CHECK(one == 0);
@@ -138,10 +138,10 @@ TEST_CASE("tuio sources: a sender may call itself by another name, and is anothe
 TEST_CASE("tuio sources: a sender that gives a known source's name is that source, and leaves the nameless one")
 {
     TuioSources sources;
-    TuioSender& named = sources.senderOf(0, at(1));
+    TuioSender& named = sources.senderOf(0, atPort(1));
     sources.nameSender(named, "one@cam");
     CHECK(sources.touchSourceOf(named) == 0);
-    TuioSender& nameless = sources.senderOf(0, at(2));
+    TuioSender& nameless = sources.senderOf(0, atPort(2));
     CHECK(sources.touchSourceOf(nameless) == 1);
     sources.nameSender(nameless, "one@cam");
     CHECK(sources.touchSourceOf(nameless) == 0);
@@ -151,7 +151,7 @@ TEST_CASE("tuio sources: a sender that gives a known source's name is that sourc
 TEST_CASE("tuio sources: a name is fit for a line of the log, however long or odd it is")
 {
     TuioSources sources;
-    TuioSender& sender = sources.senderOf(0, at(1));
+    TuioSender& sender = sources.senderOf(0, atPort(1));
     sources.nameSender(sender, std::string("a\nb\x7f") + std::string(300, 'c'));
     CHECK(sources.touchSourceOf(sender) == 0);
     CHECK(sources.countersOf(0).name == "a?b?" + std::string(124, 'c') + "@localhost");
@@ -161,12 +161,12 @@ TEST_CASE("tuio sources: the place of the source that was lost longest ago is gi
 {
     TuioSources sources;
     for (std::uint16_t port = 1; port <= 16; ++port)
-        REQUIRE(sources.touchSourceOf(sources.senderOf(0, at(port))) == port - 1);
-    TuioSender& late = sources.senderOf(0, at(17));
+        REQUIRE(sources.touchSourceOf(sources.senderOf(0, atPort(port))) == port - 1);
+    TuioSender& late = sources.senderOf(0, atPort(17));
     CHECK(sources.touchSourceOf(late) == -1);
     CHECK(sources.counters.drops[static_cast<std::size_t>(TuioDrop::SourceCap)] == 1);
 
-    REQUIRE(sources.touchSourceOf(sources.senderOf(0, at(5))) == 4);
+    REQUIRE(sources.touchSourceOf(sources.senderOf(0, atPort(5))) == 4);
     sources.countersOf(4).isLost = true;
     sources.countersOf(9).isLost = true;
     sources.countersOf(9).packets = 7;
@@ -174,15 +174,15 @@ TEST_CASE("tuio sources: the place of the source that was lost longest ago is gi
     CHECK(sources.countersOf(9).name == "10.0.0.1:17");
     CHECK(sources.countersOf(9).packets == 0);
     CHECK_FALSE(sources.countersOf(9).isLost);
-    CHECK(sources.senderOf(0, at(10)).source == -1);
-    CHECK(sources.touchSourceOf(sources.senderOf(0, at(10))) == 4);
+    CHECK(sources.senderOf(0, atPort(10)).source == -1);
+    CHECK(sources.touchSourceOf(sources.senderOf(0, atPort(10))) == 4);
     CHECK(sources.size() == 16);
 }
 
 TEST_CASE("tuio sources: what is dropped counts for its source and for the table, or for the table alone")
 {
     TuioSources sources;
-    REQUIRE(sources.touchSourceOf(sources.senderOf(0, at(1))) == 0);
+    REQUIRE(sources.touchSourceOf(sources.senderOf(0, atPort(1))) == 0);
     sources.count(TuioDrop::Late, 0);
     sources.count(TuioDrop::Late, 0, 3);
     sources.count(TuioDrop::Malformed, -1);
@@ -196,7 +196,7 @@ TEST_CASE("tuio sources: what is dropped counts for its source and for the table
 TEST_CASE("tuio sources: frames without an end count by profile, those in a row until one is closed")
 {
     TuioSources sources;
-    TuioSender& sender = sources.senderOf(0, at(1));
+    TuioSender& sender = sources.senderOf(0, atPort(1));
     sources.countUnclosed(sender, Tactile::TuioChannel::Cursors);
     sources.countUnclosed(sender, Tactile::TuioChannel::Cursors);
     sources.countUnclosed(sender, Tactile::TuioChannel::Objects);

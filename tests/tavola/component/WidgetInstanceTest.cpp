@@ -12,7 +12,7 @@ using TestSupport::TestHost;
 
 namespace
 {
-std::shared_ptr<Tavola::WidgetComponent> makeComponent(const QString& name)
+std::shared_ptr<Tavola::WidgetComponent> makeWidgetComponent(const QString& name)
 {
     auto component = std::make_shared<Tavola::WidgetComponent>([] { return makeIntrusive<Trellis::Widget>(); });
     component->setName(name);
@@ -23,9 +23,9 @@ std::shared_ptr<Tavola::WidgetComponent> makeComponent(const QString& name)
 TEST_CASE("widget instance: makes the widget of a component in a slot, and adds it when asked")
 {
     TestHost host;
-    const auto owner = makeComponent("owner")->createInstance();
+    const auto owner = makeWidgetComponent("owner")->createInstance();
     const auto widget = owner->widget();
-    const auto component = makeComponent("part");
+    const auto component = makeWidgetComponent("part");
 
     const auto free = owner->createInstanceWidget("parts", component, false);
     REQUIRE(free);
@@ -39,7 +39,7 @@ TEST_CASE("widget instance: makes the widget of a component in a slot, and adds 
 TEST_CASE("widget instance: what makes no widget in a slot is a warning")
 {
     TestHost host;
-    const auto owner = makeComponent("owner")->createInstance();
+    const auto owner = makeWidgetComponent("owner")->createInstance();
     const auto plain = std::make_shared<Tavola::Component>();
     plain->setName("action");
     TestSupport::expectWarning(
@@ -53,10 +53,10 @@ TEST_CASE("widget instance: what makes no widget in a slot is a warning")
 TEST_CASE("widget instance: with its own widget gone it still makes widgets, which have no parent")
 {
     TestHost host;
-    const auto owner = makeComponent("owner")->createInstance();
+    const auto owner = makeWidgetComponent("owner")->createInstance();
     host.frame();
     REQUIRE_FALSE(owner->widget());
-    const auto made = owner->createInstanceWidget("parts", makeComponent("part"), true);
+    const auto made = owner->createInstanceWidget("parts", makeWidgetComponent("part"), true);
     REQUIRE(made);
     CHECK_FALSE(made->parent());
 }

@@ -24,7 +24,7 @@ using TestSupport::TestHost;
 
 namespace
 {
-constexpr const char* kRed = "Widget { background-color: #ff0000; width: 200px; height: 100px }";
+constexpr const char* kRedSheet = "Widget { background-color: #ff0000; width: 200px; height: 100px }";
 
 QImage plain(int width, int height, QColor color = Qt::red)
 {
@@ -33,7 +33,7 @@ QImage plain(int width, int height, QColor color = Qt::red)
     return image;
 }
 
-std::string failureOf(const folly::Future<QString>& future)
+std::string writingFailure(const folly::Future<QString>& future)
 {
     try {
         return "no failure: " + future.value().toStdString();
@@ -127,8 +127,8 @@ TEST_CASE("snapshot writer: one that cannot be written says why, and the others 
         futures.push_back(writer.write(plain(20, 10), folder.filePath("good.png")));
     }
     CHECK(Bedrock::Inbox::instance().deliver() == 3);
-    CHECK(failureOf(futures[0]).find("cannot write the snapshot " + folder.path().toStdString() + ": ") == 0);
-    CHECK(failureOf(futures[1]).find("cannot write the snapshot " + folder.filePath("none.png").toStdString() + ": ") == 0);
+    CHECK(writingFailure(futures[0]).find("cannot write the snapshot " + folder.path().toStdString() + ": ") == 0);
+    CHECK(writingFailure(futures[1]).find("cannot write the snapshot " + folder.filePath("none.png").toStdString() + ": ") == 0);
     CHECK(QImage(futures[2].value()).size() == QSize(20, 10));
 }
 
@@ -143,7 +143,7 @@ TEST_CASE("snapshot writer: where no folder can be made, that is said at once")
     const auto future = writer.write(plain(20, 10), QString());
     before.isNull() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", before);
     REQUIRE(future.isReady());
-    CHECK(failureOf(future).find("cannot make a folder for snapshots in " + file.fileName().toStdString() + ": ") == 0);
+    CHECK(writingFailure(future).find("cannot make a folder for snapshots in " + file.fileName().toStdString() + ": ") == 0);
     // The place is there again.
     auto next = writer.write(plain(20, 10), QString());
     REQUIRE(TestHost().frameUntil([&] { return next.isReady(); }));
@@ -157,7 +157,7 @@ TEST_CASE("snapshot writer: snapshots without a name are files named by what the
     QString folder;
     {
         TestHost host;
-        host.style(kRed);
+        host.style(kRedSheet);
         const auto widget = makeIntrusive<Trellis::Widget>(&host.mainWidget());
         auto first = FileRepresentation::takeWidgetSnapshot(*widget, QString(), 500);
         auto second = FileRepresentation::takeWidgetSnapshot(*widget, QString(), 500);
@@ -179,7 +179,7 @@ TEST_CASE("snapshot writer: snapshots without a name are files named by what the
 TEST_CASE("snapshot writer: a snapshot is taken also when the temporary folder was cleared")
 {
     TestHost host;
-    host.style(kRed);
+    host.style(kRedSheet);
     const auto widget = makeIntrusive<Trellis::Widget>(&host.mainWidget());
     auto first = FileRepresentation::takeWidgetSnapshot(*widget, QString(), 500);
     REQUIRE(host.frameUntil([&] { return first.isReady(); }));
@@ -196,7 +196,7 @@ TEST_CASE("snapshot writer: the application waits for its snapshots before it go
     const QTemporaryDir folder;
     {
         TestHost host;
-        host.style(kRed);
+        host.style(kRedSheet);
         const auto widget = makeIntrusive<Trellis::Widget>(&host.mainWidget());
         future = FileRepresentation::takeWidgetSnapshot(*widget, folder.filePath("red.png"), 500);
     }
@@ -207,7 +207,7 @@ TEST_CASE("snapshot writer: the application waits for its snapshots before it go
 TEST_CASE("snapshot writer: a snapshot is written under the name given")
 {
     TestHost host;
-    host.style(kRed);
+    host.style(kRedSheet);
     const QTemporaryDir folder;
     const auto widget = makeIntrusive<Trellis::Widget>(&host.mainWidget());
     auto future = FileRepresentation::takeWidgetSnapshot(*widget, folder.filePath("red.image"), 500);

@@ -6,7 +6,7 @@ using Tavola::DeadKeys;
 
 namespace
 {
-QString u(const char* utf8)
+QString fromUtf8(const char* utf8)
 {
     return QString::fromUtf8(utf8);
 }
@@ -27,32 +27,32 @@ TEST_CASE("dead keys: an accent joins the next letter, and what cannot join is t
     for (const Row& row : rows) {
         CAPTURE(row.accent);
         CAPTURE(row.text);
-        CHECK(DeadKeys::isAccent(u(row.accent)));
+        CHECK(DeadKeys::isAccent(fromUtf8(row.accent)));
         DeadKeys keys;
-        CHECK(keys.press(u(row.accent)).isEmpty());
+        CHECK(keys.press(fromUtf8(row.accent)).isEmpty());
         CHECK(keys.isPending());
-        CHECK(keys.pending() == u(row.accent));
-        CHECK(keys.join(u(row.text)) == u(row.typed));
+        CHECK(keys.pending() == fromUtf8(row.accent));
+        CHECK(keys.join(fromUtf8(row.text)) == fromUtf8(row.typed));
         CHECK_FALSE(keys.isPending());
-        CHECK(keys.join(u(row.text)) == u(row.text));
+        CHECK(keys.join(fromUtf8(row.text)) == fromUtf8(row.text));
     }
     for (const char* other : {"", "a", "'", "´´"})
-        CHECK_FALSE(DeadKeys::isAccent(u(other)));
+        CHECK_FALSE(DeadKeys::isAccent(fromUtf8(other)));
 }
 
 TEST_CASE("dead keys: an accent pressed twice is typed once, and another one types the first")
 {
     DeadKeys keys;
-    CHECK(keys.press(u("´")).isEmpty());
-    CHECK(keys.press(u("´")) == u("´"));
+    CHECK(keys.press(fromUtf8("´")).isEmpty());
+    CHECK(keys.press(fromUtf8("´")) == fromUtf8("´"));
     CHECK_FALSE(keys.isPending());
-    CHECK(keys.press(u("´")).isEmpty());
-    CHECK(keys.press(u("^")) == u("´"));
+    CHECK(keys.press(fromUtf8("´")).isEmpty());
+    CHECK(keys.press(fromUtf8("^")) == fromUtf8("´"));
     CHECK(keys.pending() == "^");
     CHECK(keys.release() == "^");
     CHECK_FALSE(keys.isPending());
     CHECK(keys.release().isEmpty());
-    CHECK(keys.press(u("~")).isEmpty());
+    CHECK(keys.press(fromUtf8("~")).isEmpty());
     keys.forget();
     CHECK(keys.join(QStringLiteral("n")) == "n");
 }

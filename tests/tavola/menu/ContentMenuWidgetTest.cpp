@@ -16,7 +16,7 @@ namespace
 {
 constexpr float kPi = Vecta::kPiOf<float>;
 
-bool isNear(Vector2f a, Vector2f b, float tolerance = 0.5f)
+bool isNearTo(Vector2f a, Vector2f b, float tolerance = 0.5f)
 {
     return (a - b).length() < tolerance;
 }
@@ -45,7 +45,7 @@ TEST_CASE("content menu: a ring stands round the point where it was opened")
         table.host.frame(1.0);
         CHECK(node->cssType() == "ContentMenuNode");
         CHECK(node->hasCSSClass("ring"));
-        CHECK(isNear(node->centerLocation(), {900.f, 540.f}));
+        CHECK(isNearTo(node->centerLocation(), {900.f, 540.f}));
         const auto entries = MenuHost::withClass(*node, "menu-entry");
         REQUIRE(entries.size() == std::size_t(count));
         const float radius = (MenuHost::sceneCenter(*entries[0]) - Vector2f(900.f, 540.f)).length();
@@ -56,7 +56,7 @@ TEST_CASE("content menu: a ring stands round the point where it was opened")
                        || (MenuHost::sceneCenter(*entry) - MenuHost::sceneCenter(*other)).length() >= entry->width()));
         }
         // The first stands at the top, and the middle is free for the card.
-        CHECK(isNear(MenuHost::sceneCenter(*entries[0]), {900.f, 540.f - radius}));
+        CHECK(isNearTo(MenuHost::sceneCenter(*entries[0]), {900.f, 540.f - radius}));
         CHECK(radius - entries[0]->width() / 2.f >= 60.f);
         menu->removeFromParent();
         table.host.frame();
@@ -220,7 +220,7 @@ TEST_CASE("content menu: an entry with entries opens them beside it, and closes 
         // It goes where its opener goes.
         const Vector2f before = MenuHost::sceneCenter(*second);
         node->setLocation(node->location() + Vector2f(30.f, 10.f));
-        CHECK(isNear(MenuHost::sceneCenter(*second), before + Vector2f(30.f, 10.f)));
+        CHECK(isNearTo(MenuHost::sceneCenter(*second), before + Vector2f(30.f, 10.f)));
 
         table.tap(MenuHost::entry(*second, 1));
         REQUIRE(table.launched().size() == 1);
@@ -322,7 +322,7 @@ TEST_CASE("content menu: several hands use it at once")
     CHECK(MenuHost::entry(*node, 1).hasCSSClass("open"));
     REQUIRE(table.launched().size() == 1);
     CHECK(table.launched()[0]->hasCSSClass("map"));
-    CHECK(isNear(node->centerLocation(), {960.f, 540.f})); // pressing moved nothing
+    CHECK(isNearTo(node->centerLocation(), {960.f, 540.f})); // pressing moved nothing
 
     // One hand closes what another has open: the other's goes on.
     menu->closeNode(first + 1);

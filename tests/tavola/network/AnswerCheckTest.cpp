@@ -27,10 +27,10 @@ namespace
 {
 using Answer = std::function<void(QTcpSocket&)>;
 
-class Server
+class AnswerServer
 {
 public:
-    explicit Server(Answer answer)
+    explicit AnswerServer(Answer answer)
     {
         REQUIRE(m_server.listen(QHostAddress::LocalHost));
         QObject::connect(&m_server, &QTcpServer::newConnection, &m_server, [this, answer] {
@@ -71,9 +71,9 @@ QByteArray png(int width, int height)
     return bytes;
 }
 
-struct Fixture
+struct AnswerCheckFixture
 {
-    ~Fixture() { Tavola::setNetworkLimits({}); }
+    ~AnswerCheckFixture() { Tavola::setNetworkLimits({}); }
     QNetworkReply& load(const QUrl& url) { return load(url, manager); }
     static QNetworkReply& load(const QUrl& url, QNetworkAccessManager& by)
     {
@@ -89,14 +89,14 @@ struct Fixture
 };
 }
 
-TEST_CASE_FIXTURE(Fixture, "answer check: an answer at the limit is an answer, one beyond it an error without a body")
+TEST_CASE_FIXTURE(AnswerCheckFixture, "answer check: an answer at the limit is an answer, one beyond it an error without a body")
 {
-    const Server small(sends(QByteArray(1000000, 'x')));
+    const AnswerServer small(sends(QByteArray(1000000, 'x')));
     QNetworkReply& whole = load(small.url());
     CHECK(whole.error() == QNetworkReply::NoError);
     CHECK(whole.bytesAvailable() == 1000000);
 
-    const Server large(sends(QByteArray(1000001, 'x')));
+    const AnswerServer large(sends(QByteArray(1000001, 'x')));
     expectWarning(large.said("the answer has more than 1000000 bytes"));
     QNetworkReply& refused = load(large.url());
     CHECK(refused.error() == QNetworkReply::OperationCanceledError);
@@ -105,10 +105,10 @@ TEST_CASE_FIXTURE(Fixture, "answer check: an answer at the limit is an answer, o
     CHECK(refused.bytesAvailable() == 0);
 }
 
-TEST_CASE_FIXTURE(Fixture, "answer check: an answer without an end is cut at the limit")
+TEST_CASE_FIXTURE(AnswerCheckFixture, "answer check: an answer without an end is cut at the limit")
 {
     qint64 sent = 0;
-    const Server endless([&sent](QTcpSocket& socket) {
+    const AnswerServer endless([&sent](QTcpSocket& socket) {
         socket.write("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n");
         const auto more = [&sent, &socket] {
             if (socket.bytesToWrite() < 1000000)
@@ -122,51 +122,52 @@ TEST_CASE_FIXTURE(Fixture, "answer check: an answer without an end is cut at the
     CHECK(sent < 20000000);
 }
 
-TEST_CASE_FIXTURE(Fixture, "answer check: a picture is judged by what it announces, and a body that is no picture stays as it is")
+TEST_CASE_FIXTURE(AnswerCheckFixture,
+                  "answer check: a picture is judged by what it announces, and a body that is no picture stays as it is")
 {
-    const Server largest(sends(png(2048, 2048)));
+    const AnswerServer largest(sends(png(2048, 2048)));
     CHECK(load(largest.url()).error() == QNetworkReply::NoError);
 
     const QByteArray small = png(12000, 12000);
     REQUIRE(small.size() < 1000000);
-    const Server larger(sends(small));
+    const AnswerServer larger(sends(small));
     expectWarning(larger.said("the picture has 12000 × 12000 pixels, and more than 2048 × 2048 are not decoded"));
     QNetworkReply& refused = load(larger.url());
     CHECK(refused.error() == QNetworkReply::UnknownContentError);
     CHECK(refused.bytesAvailable() == 0);
 
     for (const QSize& size : {QSize(2049, 10), QSize(10, 2049)}) {
-        const Server narrow(sends(png(size.width(), size.height())));
+        const AnswerServer narrow(sends(png(size.width(), size.height())));
         expectWarning(narrow.said("the picture has " + std::to_string(size.width()) + " × " + std::to_string(size.height())
                                   + " pixels, and more than 2048 × 2048 are not decoded"));
         CHECK(load(narrow.url()).error() == QNetworkReply::UnknownContentError);
     }
 
-    const Server icon(sends(TestSupport::iconWith(small)));
+    const AnswerServer icon(sends(TestSupport::iconWith(small)));
     expectWarning(icon.said("the picture has 12000 × 12000 pixels, and more than 2048 × 2048 are not decoded"));
     CHECK(load(icon.url()).error() == QNetworkReply::UnknownContentError);
 
     // Compressed texts, of which a decoder keeps 24 MB each.
     QByteArray texts = png(30, 20);
     texts.insert(33, (QByteArray::fromHex("00001f40") + "zTXt" + QByteArray(8004, 'x')).repeated(6));
-    const Server talkative(sends(texts));
+    const AnswerServer talkative(sends(texts));
     expectWarning(
         talkative.said("the picture is not decoded: the texts in it may take more than 128 MB of memory; save it without them"));
     CHECK(load(talkative.url()).error() == QNetworkReply::UnknownContentError);
 
-    const Server text(sends("no picture"));
+    const AnswerServer text(sends("no picture"));
     QNetworkReply& reply = load(text.url());
     CHECK(reply.error() == QNetworkReply::NoError);
     CHECK(reply.readAll() == "no picture");
 }
 
-TEST_CASE_FIXTURE(Fixture,
+TEST_CASE_FIXTURE(AnswerCheckFixture,
                   "answer check: of pictures only the usual kinds are decoded, whatever kinds the machine has decoders for")
 {
     // As a drawing would be, whose decoder reads the files that it names.
     const QByteArray map = "P6 2 1 255 abcdef";
     REQUIRE_FALSE(QImage::fromData(map).isNull());
-    const Server server(sends(map));
+    const AnswerServer server(sends(map));
     expectWarning(server.said("a picture of this kind (ppm) is not decoded; let the server send PNG or JPEG"));
     QNetworkReply& refused = load(server.url(), pictures);
     CHECK(refused.error() == QNetworkReply::UnknownContentError);
@@ -181,20 +182,21 @@ TEST_CASE_FIXTURE(Fixture,
         QBuffer buffer;
         buffer.open(QIODevice::WriteOnly);
         REQUIRE(image.save(&buffer, format));
-        const Server usual(sends(buffer.data()));
+        const AnswerServer usual(sends(buffer.data()));
         CHECK(load(usual.url(), pictures).error() == QNetworkReply::NoError);
     }
 }
 
-TEST_CASE_FIXTURE(Fixture, "answer check: a picture for which the temporary folder has no room is an error with the remedy")
+TEST_CASE_FIXTURE(AnswerCheckFixture,
+                  "answer check: a picture for which the temporary folder has no room is an error with the remedy")
 {
-    const Server server(sends(png(30, 20)));
+    const AnswerServer server(sends(png(30, 20)));
     const QByteArray before = qgetenv("TMPDIR");
     qputenv("TMPDIR", "/proc"); // a file system without any room
     expectWarning(server.said("there is no room to keep the picture in /proc; make room on that disk"));
     CHECK(load(server.url(), pictures).error() == QNetworkReply::UnknownContentError);
     CHECK(load(server.url()).error() == QNetworkReply::NoError); // which is kept in no file
-    const Server text(sends("no picture"));
+    const AnswerServer text(sends("no picture"));
     TestSupport::expectWarningStartingWith("Network # " + text.url().toString().toStdString()
                                            + " is no picture that can be read");
     CHECK(load(text.url(), pictures).error() == QNetworkReply::NoError);
@@ -207,16 +209,16 @@ TEST_CASE_FIXTURE(Fixture, "answer check: a picture for which the temporary fold
     CHECK(load(server.url(), pictures).error() == QNetworkReply::NoError);
 }
 
-TEST_CASE_FIXTURE(Fixture, "answer check: a server that falls silent, or trickles, is not waited for")
+TEST_CASE_FIXTURE(AnswerCheckFixture, "answer check: a server that falls silent, or trickles, is not waited for")
 {
     Tavola::NetworkLimits limits;
     limits.timeoutSeconds = 0.1;
     Tavola::setNetworkLimits(limits);
-    const Server silent([](QTcpSocket&) {});
+    const AnswerServer silent([](QTcpSocket&) {});
     expectWarning(silent.said("no answer within 0.1 s"));
     CHECK(load(silent.url()).error() == QNetworkReply::OperationCanceledError);
 
-    const Server trickling([](QTcpSocket& socket) {
+    const AnswerServer trickling([](QTcpSocket& socket) {
         socket.write("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n");
         QObject::connect(&socket, &QTcpSocket::bytesWritten, &socket, [&socket] { socket.write("x"); });
         socket.write("x");
@@ -225,12 +227,13 @@ TEST_CASE_FIXTURE(Fixture, "answer check: a server that falls silent, or trickle
     CHECK(load(trickling.url()).error() == QNetworkReply::OperationCanceledError);
 }
 
-TEST_CASE_FIXTURE(Fixture, "answer check: where a picture is expected an answer that is none is logged, and stays an answer")
+TEST_CASE_FIXTURE(AnswerCheckFixture,
+                  "answer check: where a picture is expected an answer that is none is logged, and stays an answer")
 {
-    const Server picture(sends(png(30, 20)));
+    const AnswerServer picture(sends(png(30, 20)));
     CHECK(load(picture.url(), pictures).readAll() == png(30, 20));
 
-    const Server text(sends("<html>Sign in to the network</html>"));
+    const AnswerServer text(sends("<html>Sign in to the network</html>"));
     expectWarning("Network # " + text.url().toString().toStdString()
                   + " is no picture that can be read (35 bytes, status 200): look at what the address answers in a browser");
     QNetworkReply& page = load(text.url(), pictures);
@@ -239,7 +242,7 @@ TEST_CASE_FIXTURE(Fixture, "answer check: where a picture is expected an answer 
 
     for (const char* status : {"301 Moved", "302 Found", "303 See", "307 Temporary", "308 Permanent"}) {
         CAPTURE(status);
-        const Server elsewhere([status](QTcpSocket& socket) {
+        const AnswerServer elsewhere([status](QTcpSocket& socket) {
             socket.write(QByteArray("HTTP/1.1 ") + status
                          + "\r\nLocation: http://museum.example/qr\r\nContent-Length: 0\r\n\r\n");
         });
@@ -252,25 +255,25 @@ TEST_CASE_FIXTURE(Fixture, "answer check: where a picture is expected an answer 
     }
 
     // The caller writes what became of an error.
-    const Server missing([](QTcpSocket& socket) { socket.write("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n"); });
+    const AnswerServer missing([](QTcpSocket& socket) { socket.write("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n"); });
     CHECK(load(missing.url(), pictures).error() == QNetworkReply::ContentNotFoundError);
 }
 
-TEST_CASE_FIXTURE(Fixture, "answer check: a head that is too long, and something that is no HTTP, are errors")
+TEST_CASE_FIXTURE(AnswerCheckFixture, "answer check: a head that is too long, and something that is no HTTP, are errors")
 {
-    const Server endless([](QTcpSocket& socket) {
+    const AnswerServer endless([](QTcpSocket& socket) {
         socket.write("HTTP/1.1 200 OK\r\nX: ");
         socket.write(QByteArray(300000, 'x'));
     });
     expectWarning(endless.said("the head of the answer has more than 65536 bytes"));
     CHECK(load(endless.url()).error() == QNetworkReply::OperationCanceledError);
 
-    const Server other([](QTcpSocket& socket) { socket.write("SSH-2.0-x\r\n"); });
+    const AnswerServer other([](QTcpSocket& socket) { socket.write("SSH-2.0-x\r\n"); });
     expectWarning(other.said("the answer is no HTTP"));
     CHECK(load(other.url()).error() == QNetworkReply::OperationCanceledError);
 }
 
-TEST_CASE_FIXTURE(Fixture, "answer check: nothing but web addresses is loaded")
+TEST_CASE_FIXTURE(AnswerCheckFixture, "answer check: nothing but web addresses is loaded")
 {
     QTemporaryFile file;
     REQUIRE(file.open());

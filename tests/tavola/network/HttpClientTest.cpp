@@ -28,12 +28,12 @@ using End = HttpAnswer::End;
 
 namespace
 {
-class Server
+class ClientTestServer
 {
 public:
     using Answer = std::function<void(QTcpSocket&)>;
 
-    explicit Server(Answer answer)
+    explicit ClientTestServer(Answer answer)
     {
         REQUIRE(m_server.listen(QHostAddress::LocalHost));
         QObject::connect(&m_server, &QTcpServer::newConnection, &m_server, [this, answer] {
@@ -47,8 +47,8 @@ public:
             });
         });
     }
-    explicit Server(const QByteArray& bytes)
-        : Server([bytes](QTcpSocket& socket) {
+    explicit ClientTestServer(const QByteArray& bytes)
+        : ClientTestServer([bytes](QTcpSocket& socket) {
               socket.write(bytes);
               socket.disconnectFromHost();
           })
@@ -143,7 +143,7 @@ const QByteArray kSmall = "HTTP/1.1 200 OK\r\nContent-Length: 5\r\nX-Colour:  re
 
 TEST_CASE_FIXTURE(Client, "http client: a request goes out as it was given, and the answer comes back whole")
 {
-    const Server server(kSmall);
+    const ClientTestServer server(kSmall);
     HttpRequest request = server.request();
     request.headers = {{"X-Sun", "yes"}};
     const HttpAnswer answer = ask(request);
@@ -162,7 +162,7 @@ TEST_CASE_FIXTURE(Client, "http client: a body goes with every method but GET an
 {
     for (const char* method : {"POST", "PUT", "DELETE", "PATCH"}) {
         CAPTURE(method);
-        const Server server(kSmall);
+        const ClientTestServer server(kSmall);
         HttpRequest request = server.request();
         request.method = method;
         request.body = "two suns";
@@ -171,7 +171,7 @@ TEST_CASE_FIXTURE(Client, "http client: a body goes with every method but GET an
         CHECK(server.received.contains("\r\nContent-Length: 8\r\n"));
         CHECK(server.received.endsWith("\r\n\r\ntwo suns"));
     }
-    const Server server("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\n");
+    const ClientTestServer server("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\n");
     HttpRequest request = server.request();
     request.method = "HEAD";
     const HttpAnswer answer = ask(request);
@@ -186,22 +186,25 @@ TEST_CASE_FIXTURE(Client, "http client: everything that an answer has is bounded
     struct Row
     {
         const char* what;
-        Server::Answer answer;
+        ClientTestServer::Answer answer;
         End end;
     };
     const Row rows[] = {
-        {"a head in one line", Server::endless(ok + "X: ", QByteArray(65536, 'x')), End::HeadTooLong},
-        {"a head of many lines", Server::endless(ok, QByteArray("X: yes\r\n").repeated(1000)), End::HeadTooLong},
-        {"interim answers", Server::endless("", QByteArray("HTTP/1.1 100 Continue\r\n\r\n").repeated(500)), End::HeadTooLong},
-        {"a status line", Server::endless("HTTP/1.1 200 ", QByteArray(65536, 'x')), End::HeadTooLong},
-        {"trailers", Server::endless(ok + "Transfer-Encoding: chunked\r\n\r\n0\r\n", QByteArray("X: yes\r\n").repeated(1000)),
+        {"a head in one line", ClientTestServer::endless(ok + "X: ", QByteArray(65536, 'x')), End::HeadTooLong},
+        {"a head of many lines", ClientTestServer::endless(ok, QByteArray("X: yes\r\n").repeated(1000)), End::HeadTooLong},
+        {"interim answers", ClientTestServer::endless("", QByteArray("HTTP/1.1 100 Continue\r\n\r\n").repeated(500)),
          End::HeadTooLong},
-        {"a body", Server::endless(ok + "\r\n", QByteArray(65536, 'x')), End::BodyTooLong},
-        {"a body in chunks", Server::endless(ok + "Transfer-Encoding: chunked\r\n\r\n", "4\r\nsuns\r\n"), End::BodyTooLong},
+        {"a status line", ClientTestServer::endless("HTTP/1.1 200 ", QByteArray(65536, 'x')), End::HeadTooLong},
+        {"trailers",
+         ClientTestServer::endless(ok + "Transfer-Encoding: chunked\r\n\r\n0\r\n", QByteArray("X: yes\r\n").repeated(1000)),
+         End::HeadTooLong},
+        {"a body", ClientTestServer::endless(ok + "\r\n", QByteArray(65536, 'x')), End::BodyTooLong},
+        {"a body in chunks", ClientTestServer::endless(ok + "Transfer-Encoding: chunked\r\n\r\n", "4\r\nsuns\r\n"),
+         End::BodyTooLong},
     };
     for (const Row& row : rows) {
         CAPTURE(row.what);
-        const Server server(row.answer);
+        const ClientTestServer server(row.answer);
         const HttpAnswer answer = ask(server.request());
         CHECK(answer.end == row.end);
         CHECK(answer.body.isEmpty());
@@ -209,14 +212,15 @@ TEST_CASE_FIXTURE(Client, "http client: everything that an answer has is bounded
         CHECK(pumpUntil([&] { return server.ended == 1; }));
     }
     // The library drops such an extension while it arrives; the time bounds it.
-    const Server extension(Server::endless(ok + "Transfer-Encoding: chunked\r\n\r\n4;", QByteArray(65536, 'x')));
+    const ClientTestServer extension(
+        ClientTestServer::endless(ok + "Transfer-Encoding: chunked\r\n\r\n4;", QByteArray(65536, 'x')));
     CHECK(ask(extension.request(0.2)).end == End::Late);
     CHECK(pumpUntil([&] { return extension.ended == 1; }));
 }
 
 TEST_CASE_FIXTURE(Client, "http client: a body at the limit is an answer, one byte more is none")
 {
-    const Server server(kSmall);
+    const ClientTestServer server(kSmall);
     HttpRequest request = server.request();
     request.largestBodyBytes = 5;
     CHECK(ask(request).body == "moons");
@@ -234,15 +238,15 @@ TEST_CASE_FIXTURE(Client,
     CHECK(unreachable.end == End::Unreachable);
     CHECK(unreachable.detail == "Connection refused");
 
-    const Server silent([](QTcpSocket&) {});
+    const ClientTestServer silent([](QTcpSocket&) {});
     CHECK(ask(silent.request(0.05)).end == End::Late);
-    CHECK(ask(Server(QByteArray()).request()).end == End::Cut);
-    CHECK(ask(Server("HTTP/1.1 200 OK\r\nContent-Le").request()).end == End::Cut);
-    CHECK(ask(Server("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n").request()).end == End::Cut);
-    CHECK(ask(Server("HTTP/1.1 100 Continue\r\n\r\n").request()).end == End::Cut);
-    CHECK(ask(Server("HTTP/1.1 200 OK\r\nContent-Length: 50\r\n\r\nmoons").request()).end == End::Cut);
-    CHECK(ask(Server("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n40\r\nmoons").request()).end == End::Cut);
-    CHECK(ask(Server("SSH-2.0-x\r\n").request()).end == End::NoHttp);
+    CHECK(ask(ClientTestServer(QByteArray()).request()).end == End::Cut);
+    CHECK(ask(ClientTestServer("HTTP/1.1 200 OK\r\nContent-Le").request()).end == End::Cut);
+    CHECK(ask(ClientTestServer("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n").request()).end == End::Cut);
+    CHECK(ask(ClientTestServer("HTTP/1.1 100 Continue\r\n\r\n").request()).end == End::Cut);
+    CHECK(ask(ClientTestServer("HTTP/1.1 200 OK\r\nContent-Length: 50\r\n\r\nmoons").request()).end == End::Cut);
+    CHECK(ask(ClientTestServer("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n40\r\nmoons").request()).end == End::Cut);
+    CHECK(ask(ClientTestServer("SSH-2.0-x\r\n").request()).end == End::NoHttp);
 
     // It gets a greeting of TLS, and answers something else.
     QTcpServer plain;
@@ -270,9 +274,9 @@ TEST_CASE_FIXTURE(Client, "http client: a server whose certificate no authority 
 
 TEST_CASE_FIXTURE(Client, "http client: a redirection is an answer")
 {
-    const Server elsewhere(kSmall);
-    const Server server("HTTP/1.1 302 Found\r\nLocation: " + elsewhere.request().url.toEncoded()
-                        + "\r\nContent-Length: 0\r\n\r\n");
+    const ClientTestServer elsewhere(kSmall);
+    const ClientTestServer server("HTTP/1.1 302 Found\r\nLocation: " + elsewhere.request().url.toEncoded()
+                                  + "\r\nContent-Length: 0\r\n\r\n");
     const HttpAnswer answer = ask(server.request());
     CHECK(answer.status == 302);
     CHECK(answer.header("Location") == elsewhere.request().url.toEncoded());
@@ -281,12 +285,12 @@ TEST_CASE_FIXTURE(Client, "http client: a redirection is an answer")
 
 TEST_CASE_FIXTURE(Client, "http client: each request has a connection of its own and is sent once")
 {
-    const Server server([](QTcpSocket& socket) { socket.write(kSmall); }); // which keeps its connections
+    const ClientTestServer server([](QTcpSocket& socket) { socket.write(kSmall); }); // which keeps its connections
     CHECK(ask(server.request()).body == "moons");
     CHECK(ask(server.request()).body == "moons");
     CHECK(server.connections == 2);
 
-    const Server closing([](QTcpSocket& socket) { socket.disconnectFromHost(); });
+    const ClientTestServer closing([](QTcpSocket& socket) { socket.disconnectFromHost(); });
     HttpRequest request = closing.request();
     request.method = "POST";
     request.body = "two suns";
@@ -296,8 +300,8 @@ TEST_CASE_FIXTURE(Client, "http client: each request has a connection of its own
 
 TEST_CASE_FIXTURE(Client, "http client: exchanges run side by side, and one whose handle goes ends without an answer")
 {
-    const Server silent([](QTcpSocket&) {});
-    const Server server(kSmall);
+    const ClientTestServer silent([](QTcpSocket&) {});
+    const ClientTestServer server(kSmall);
     bool isCalled = false;
     auto waiting = client->send(silent.request(), [&](const HttpAnswer&) { isCalled = true; });
     REQUIRE(pumpUntil([&] { return !silent.received.isEmpty(); }));
@@ -306,7 +310,7 @@ TEST_CASE_FIXTURE(Client, "http client: exchanges run side by side, and one whos
     CHECK(pumpUntil([&] { return silent.ended == 1; }));
 
     // Its answer has arrived, and waits for the event loop.
-    const Server other(kSmall);
+    const ClientTestServer other(kSmall);
     auto arrived = client->send(other.request(), [&](const HttpAnswer&) { isCalled = true; });
     REQUIRE(pumpUntil([&] { return other.ended == 1 || isCalled; }));
     arrived.reset();
@@ -315,11 +319,11 @@ TEST_CASE_FIXTURE(Client, "http client: exchanges run side by side, and one whos
 
 TEST_CASE_FIXTURE(Client, "http client: it may go while exchanges are under way, and from inside an answer")
 {
-    const Server silent([](QTcpSocket&) {});
+    const ClientTestServer silent([](QTcpSocket&) {});
     bool isCalled = false;
     const auto waiting = client->send(silent.request(), [&](const HttpAnswer&) { isCalled = true; });
     REQUIRE(pumpUntil([&] { return !silent.received.isEmpty(); }));
-    const Server server(kSmall);
+    const ClientTestServer server(kSmall);
     const auto last = client->send(server.request(), [&](const HttpAnswer&) { client.reset(); });
     REQUIRE(pumpUntil([&] { return !client; }));
     CHECK(pumpUntil([&] { return silent.ended == 1; }));

@@ -23,10 +23,10 @@ using TestSupport::pumpUntil;
 namespace
 {
 /// Answers a request that ends with `end` with these bytes and closes the connection; empty bytes leave the request open.
-class Server
+class NetworkTestServer
 {
 public:
-    explicit Server(QByteArray answer, QByteArray end = "\r\n\r\n")
+    explicit NetworkTestServer(QByteArray answer, QByteArray end = "\r\n\r\n")
     {
         REQUIRE(m_server.listen(QHostAddress::LocalHost));
         QObject::connect(&m_server, &QTcpServer::newConnection, &m_server, [this, answer, end] {
@@ -50,9 +50,9 @@ private:
 
 const char* const kAnswer = "HTTP/1.1 201 Made\r\nContent-Length: 5\r\nX-Colour: red\r\nConnection: close\r\n\r\nmoons";
 
-struct Fixture
+struct NetworkFixture
 {
-    ~Fixture()
+    ~NetworkFixture()
     {
         Inbox::instance().setTap(nullptr);
         Inbox::instance().setSource(nullptr);
@@ -80,8 +80,8 @@ struct Answers final : Bedrock::InboxSource
 
 TEST_CASE("network: a reply is finished in the input step, with the whole answer")
 {
-    Fixture f;
-    const Server server(kAnswer);
+    NetworkFixture f;
+    const NetworkTestServer server(kAnswer);
     std::string order;
     QObject::connect(&f.manager, &QNetworkAccessManager::finished, &f.owner,
                      [&](QNetworkReply* reply) { order += "manager:" + reply->readAll().toStdString(); });
@@ -102,8 +102,8 @@ TEST_CASE("network: a reply is finished in the input step, with the whole answer
 
 TEST_CASE("network: what is posted is sent, and the body can be read in pieces")
 {
-    Fixture f;
-    const Server server(kAnswer, "two suns");
+    NetworkFixture f;
+    const NetworkTestServer server(kAnswer, "two suns");
     QNetworkRequest request(server.url());
     request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArray("text/plain"));
     QNetworkReply& reply = f.finished(f.manager.post(request, QByteArray("two suns")));
@@ -117,7 +117,7 @@ TEST_CASE("network: what is posted is sent, and the body can be read in pieces")
 
 TEST_CASE("network: errors come the same way, with Qt's own words")
 {
-    Fixture f;
+    NetworkFixture f;
     QNetworkAccessManager plain;
     const auto failure = [&](const QUrl& url) {
         const QNetworkReply& reply = f.finished(f.manager.get(QNetworkRequest(url)));
@@ -127,8 +127,8 @@ TEST_CASE("network: errors come the same way, with Qt's own words")
         CHECK(reply.error() == expected->error());
         return reply.error();
     };
-    const Server missing("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
-    const Server cut("HTTP/1.1 200 OK\r\nContent-Length: 4000\r\n\r\nhalf");
+    const NetworkTestServer missing("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+    const NetworkTestServer cut("HTTP/1.1 200 OK\r\nContent-Length: 4000\r\n\r\nhalf");
     CHECK(failure(missing.url()) == QNetworkReply::ContentNotFoundError);
     CHECK(failure(cut.url()) == QNetworkReply::RemoteHostClosedError);
     CHECK(failure(QUrl()) == QNetworkReply::ProtocolUnknownError);
@@ -136,8 +136,8 @@ TEST_CASE("network: errors come the same way, with Qt's own words")
 
 TEST_CASE("network: a redirection is told and not followed")
 {
-    Fixture f;
-    const Server server("HTTP/1.1 302 Found\r\nLocation: /other\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+    NetworkFixture f;
+    const NetworkTestServer server("HTTP/1.1 302 Found\r\nLocation: /other\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
     const QNetworkReply& reply = f.finished(f.manager.get(QNetworkRequest(server.url())));
     CHECK(reply.attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl() == QUrl("/other"));
     CHECK(reply.url() == server.url());
@@ -145,8 +145,8 @@ TEST_CASE("network: a redirection is told and not followed")
 
 TEST_CASE("network: an aborted reply is finished inside the call, once, and nothing is delivered to it")
 {
-    Fixture f;
-    const Server server{QByteArray()};
+    NetworkFixture f;
+    const NetworkTestServer server{QByteArray()};
     int finished = 0;
     QNetworkReply* reply = f.manager.get(QNetworkRequest(server.url()));
     QObject::connect(&f.manager, &QNetworkAccessManager::finished, &f.owner, [&] { ++finished; });
@@ -162,11 +162,11 @@ TEST_CASE("network: an aborted reply is finished inside the call, once, and noth
 
 TEST_CASE("network: a manager may go while requests are under way, or their answers wait")
 {
-    const Server open{QByteArray()};
-    const Server server(kAnswer);
+    const NetworkTestServer open{QByteArray()};
+    const NetworkTestServer server(kAnswer);
     QPointer<QNetworkReply> waiting;
     {
-        Fixture f;
+        NetworkFixture f;
         (void)f.manager.get(QNetworkRequest(open.url()));
         waiting = f.manager.get(QNetworkRequest(server.url()));
         REQUIRE(pumpUntil([] { return Inbox::instance().isWaiting(); }));
@@ -182,16 +182,16 @@ TEST_CASE("network: an answer that a tap has seen comes from a source again, and
     std::vector<Arrival> taken;
     QUrl url;
     {
-        Fixture f;
+        NetworkFixture f;
         Inbox::instance().setTap([&](const Arrival& arrival) { taken.push_back(arrival); });
-        const Server server(kAnswer);
+        const NetworkTestServer server(kAnswer);
         url = server.url();
         f.finished(f.manager.get(QNetworkRequest(url)));
     }
     REQUIRE(taken.size() == 1);
     Answers answers;
     answers.frame = taken;
-    Fixture f;
+    NetworkFixture f;
     Inbox::instance().setSource(&answers);
     QNetworkReply* reply = f.manager.get(QNetworkRequest(url)); // where nothing listens any more
     CHECK(Inbox::instance().deliver() == 1);
@@ -203,7 +203,7 @@ TEST_CASE("network: an answer that a tap has seen comes from a source again, and
 
 TEST_CASE("network: an answer that cannot be read is an error")
 {
-    Fixture f;
+    NetworkFixture f;
     Answers answers;
     answers.frame = {{1, 0, 'n', Arrival::Content::Bytes, "no answer of a network"}};
     Inbox::instance().setSource(&answers);
@@ -215,8 +215,9 @@ TEST_CASE("network: an answer that cannot be read is an error")
 
 TEST_CASE("network: answers are asked for uncompressed")
 {
-    Fixture f;
-    const Server server("HTTP/1.1 200 OK\r\nContent-Length: 2\r\nContent-Encoding: gzip\r\nConnection: close\r\n\r\n\x1f\x8b");
+    NetworkFixture f;
+    const NetworkTestServer server(
+        "HTTP/1.1 200 OK\r\nContent-Length: 2\r\nContent-Encoding: gzip\r\nConnection: close\r\n\r\n\x1f\x8b");
     QNetworkReply& reply = f.finished(f.manager.get(QNetworkRequest(server.url())));
     CHECK(server.received().contains("\r\nAccept-Encoding: identity\r\n"));
     CHECK(reply.readAll() == "\x1f\x8b"); // as it came
@@ -224,7 +225,7 @@ TEST_CASE("network: answers are asked for uncompressed")
 
 TEST_CASE("network: a POST is sent once, also when a kept connection closes without an answer")
 {
-    Fixture f;
+    NetworkFixture f;
     QTcpServer server;
     REQUIRE(server.listen(QHostAddress::LocalHost));
     int posts = 0;

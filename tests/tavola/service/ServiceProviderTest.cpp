@@ -48,6 +48,9 @@ TEST_CASE("service provider: there is a store of collections only where one is c
         void add(unsigned long, const CollectedItem&) override {}
         void update(unsigned long, const CollectedItem&) override {}
         void remove(unsigned long, const QString&) override {}
+        bool isShared() const override { return false; }
+        void watch(unsigned long, std::function<void()>) override {}
+        folly::Future<QList<QString>> claim(const QList<QString>&) override { return folly::makeFuture(QList<QString>()); }
     };
     ServiceProvider provider;
     const auto store = std::make_shared<Store>();

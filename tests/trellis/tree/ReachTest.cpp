@@ -13,7 +13,7 @@ namespace
 {
 constexpr Vecta::Rect kCorner{0, 0, 50, 50};
 
-int drawn(Scene& scene, const Vecta::Rect& area = kCorner)
+int drawnTiles(Scene& scene, const Vecta::Rect& area = kCorner)
 {
     RecordingContext context(area);
     scene.app.render(context);
@@ -50,19 +50,19 @@ TEST_CASE("reach: what moves into the drawn area is drawn, however deep it stand
     Widget& outer = box(scene.root(), {100, 100, 10, 10}, kRed);
     Widget& middle = box(outer, {5, 5, 10, 10}, kRed);
     Widget& inner = box(middle, {5, 5, 10, 10}, kRed);
-    CHECK(drawn(scene) == 0);
+    CHECK(drawnTiles(scene) == 0);
     inner.setLocation({-100, -100});
-    CHECK(drawn(scene) == 1);
+    CHECK(drawnTiles(scene) == 1);
     inner.setLocation({5, 5});
-    CHECK(drawn(scene) == 0);
+    CHECK(drawnTiles(scene) == 0);
     middle.setScale(-10.f);
-    CHECK(drawn(scene) == 2);
+    CHECK(drawnTiles(scene) == 2);
     middle.setScale(1.f);
     outer.setRotation(kPi);
-    CHECK(drawn(scene) == 0);
+    CHECK(drawnTiles(scene) == 0);
     set(inner, "width", Trellis::Length::pixels(90.f));
     set(inner, "height", Trellis::Length::pixels(90.f));
-    CHECK(drawn(scene) == 1);
+    CHECK(drawnTiles(scene) == 1);
 }
 
 TEST_CASE("reach: what changes while it is hidden, cut off or taken away counts when it shows again")
@@ -71,38 +71,38 @@ TEST_CASE("reach: what changes while it is hidden, cut off or taken away counts 
     Widget& outer = box(scene.root(), {100, 100, 10, 10}, kRed);
     Widget& middle = box(outer, {0, 0, 10, 10}, kRed);
     Widget& inner = box(middle, {0, 0, 10, 10}, kRed);
-    CHECK(drawn(scene) == 0);
+    CHECK(drawnTiles(scene) == 0);
 
     setWord(middle, "display", "none");
-    CHECK(drawn(scene) == 0);
+    CHECK(drawnTiles(scene) == 0);
     inner.setLocation({-90, -90});
-    CHECK(drawn(scene) == 0);
+    CHECK(drawnTiles(scene) == 0);
     setWord(middle, "display", "block");
-    CHECK(drawn(scene) == 1);
+    CHECK(drawnTiles(scene) == 1);
 
     middle.setOpacity(0.f);
-    CHECK(drawn(scene) == 0);
+    CHECK(drawnTiles(scene) == 0);
     inner.setLocation({0, 0});
     inner.setLocation({-80, -80});
     middle.setOpacity(1.f);
-    CHECK(drawn(scene) == 1);
+    CHECK(drawnTiles(scene) == 1);
 
     setWord(outer, "overflow", "hidden");
-    CHECK(drawn(scene) == 0);
+    CHECK(drawnTiles(scene) == 0);
     inner.setLocation({-95, -95});
     setWord(outer, "overflow", "visible");
-    CHECK(drawn(scene) == 1);
+    CHECK(drawnTiles(scene) == 1);
 
     const Bedrock::IntrusivePtr<Widget> kept(&middle);
     middle.removeFromParent();
-    CHECK(drawn(scene) == 0);
+    CHECK(drawnTiles(scene) == 0);
     inner.setLocation({0, 0});
     outer.addChild(kept);
-    CHECK(drawn(scene) == 0);
+    CHECK(drawnTiles(scene) == 0);
     middle.removeFromParent();
     inner.setLocation({-90, -90});
     outer.addChild(kept);
-    CHECK(drawn(scene) == 1);
+    CHECK(drawnTiles(scene) == 1);
 }
 
 TEST_CASE("reach: a child whose place is no number hides nothing else")
@@ -111,7 +111,7 @@ TEST_CASE("reach: a child whose place is no number hides nothing else")
     Widget& outer = box(scene.root(), {10, 10, 10, 10}, kRed);
     box(outer, {0, 0, 10, 10}, kRed).setLocation({std::numeric_limits<float>::quiet_NaN(), 0.f});
     box(outer, {5, 5, 10, 10}, kRed);
-    CHECK(drawn(scene) == 2);
+    CHECK(drawnTiles(scene) == 2);
 }
 
 TEST_CASE("reach: after random edits every box in the drawn area is drawn")

@@ -1,5 +1,7 @@
 #include "motion/TimingFunction.hpp"
 
+#include "motion/MotionReading.hpp"
+
 #include <algorithm>
 #include <cmath>
 
@@ -13,11 +15,6 @@ namespace
 bool isNamed(const StyleTerm& term, const char* name)
 {
     return term.text.compare(QLatin1String(name), Qt::CaseInsensitive) == 0;
-}
-
-bool isComma(const StyleTerm& term)
-{
-    return term.kind == Kind::Delimiter && term.text == QLatin1String(",");
 }
 
 /// A coordinate of a curve from 0 to 1 with these two between.
@@ -83,7 +80,7 @@ bool TimingFunction::read(const QVector<StyleTerm>& terms, int& position, Timing
     const auto argument = [&](int i) -> const StyleTerm& { return terms[position + 1 + i]; };
     if (isNamed(term, "cubic-bezier") && count == 7) {
         for (int i = 0; i < count; ++i)
-            if (i % 2 == 0 ? argument(i).kind != Kind::Number : !isComma(argument(i)))
+            if (i % 2 == 0 ? argument(i).kind != Kind::Number : !MotionReading::isComma(argument(i)))
                 return false;
         const Bezier curve{argument(0).number, argument(2).number, argument(4).number, argument(6).number};
         const bool isFunction = curve.x1 >= 0.0 && curve.x1 <= 1.0 && curve.x2 >= 0.0 && curve.x2 <= 1.0;
@@ -94,7 +91,7 @@ bool TimingFunction::read(const QVector<StyleTerm>& terms, int& position, Timing
         const double number = argument(0).number;
         constexpr double kMostSteps = 1e6;
         if (argument(0).kind != Kind::Number || number != std::floor(number) || number < 1.0 || number > kMostSteps
-            || (count == 3 && (!isComma(argument(1)) || argument(2).kind != Kind::Ident)))
+            || (count == 3 && (!MotionReading::isComma(argument(1)) || argument(2).kind != Kind::Ident)))
             return false;
         const int steps = int(number);
         const auto ends = [&](const char* name) { return count == 3 && isNamed(argument(2), name); };

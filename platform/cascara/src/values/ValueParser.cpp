@@ -44,24 +44,23 @@ bool ValueParser::fail(const Token& where, const QString& text)
 
 bool ValueParser::parseTerms(int& position, int end, bool inFunction, Facet::StyleValue& result)
 {
-    using Kind = Token::Kind;
     for (; position < end; ++position) {
         const Token& token = m_tokens.list[std::size_t(position)];
         StyleTerm term;
         term.text = token.text;
         term.number = token.number;
         switch (token.kind) {
-        case Kind::Whitespace: continue;
-        case Kind::Ident: term.kind = StyleTerm::Kind::Ident; break;
-        case Kind::String: term.kind = StyleTerm::Kind::String; break;
-        case Kind::Url:
+        case Token::Kind::Whitespace: continue;
+        case Token::Kind::Ident: term.kind = StyleTerm::Kind::Ident; break;
+        case Token::Kind::String: term.kind = StyleTerm::Kind::String; break;
+        case Token::Kind::Url:
             term.kind = StyleTerm::Kind::Url;
             term.text = resolve(token.text, m_baseDirectory);
             break;
-        case Kind::Hash: term.kind = StyleTerm::Kind::Hash; break;
-        case Kind::Number: term.kind = StyleTerm::Kind::Number; break;
-        case Kind::Percentage: term.kind = StyleTerm::Kind::Percentage; break;
-        case Kind::Dimension:
+        case Token::Kind::Hash: term.kind = StyleTerm::Kind::Hash; break;
+        case Token::Kind::Number: term.kind = StyleTerm::Kind::Number; break;
+        case Token::Kind::Percentage: term.kind = StyleTerm::Kind::Percentage; break;
+        case Token::Kind::Dimension:
             term.kind = StyleTerm::Kind::Dimension;
             term.unit = token.unit.toLower().toUtf8();
             if (term.unit == "mm") {
@@ -69,24 +68,24 @@ bool ValueParser::parseTerms(int& position, int end, bool inFunction, Facet::Sty
                 term.number /= s_mmPerPixel;
             }
             break;
-        case Kind::Comma: term.kind = StyleTerm::Kind::Delimiter; break;
-        case Kind::Function:
+        case Token::Kind::Comma: term.kind = StyleTerm::Kind::Delimiter; break;
+        case Token::Kind::Function:
             if (!parseFunction(position, end, result))
                 return false;
             continue;
-        case Kind::OpenRound:
+        case Token::Kind::OpenRound:
             if (m_mathDepth == 0)
                 return fail(token, QStringLiteral("unexpected '('"));
             if (!parseFunction(position, end, result))
                 return false;
             continue;
-        case Kind::CloseRound:
+        case Token::Kind::CloseRound:
             if (inFunction)
                 return true;
             return fail(token, QStringLiteral("unexpected ')'"));
-        case Kind::BadString: return fail(token, QStringLiteral("the text is not closed on its line"));
-        case Kind::BadUrl: return fail(token, QStringLiteral("the url() is malformed: put its address in quotes"));
-        case Kind::Delim:
+        case Token::Kind::BadString: return fail(token, QStringLiteral("the text is not closed on its line"));
+        case Token::Kind::BadUrl: return fail(token, QStringLiteral("the url() is malformed: put its address in quotes"));
+        case Token::Kind::Delim:
             if (parseDelimiter(position, inFunction, term))
                 break;
             Q_FALLTHROUGH();

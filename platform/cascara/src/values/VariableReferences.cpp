@@ -6,7 +6,7 @@
 
 namespace Cascara
 {
-using Kind = Token::Kind;
+using TokenKind = Token::Kind;
 
 namespace
 {
@@ -15,10 +15,10 @@ int closingOf(const Tokens& tokens, int function, int end)
 {
     int open = 0;
     for (int i = function; i < end; ++i) {
-        const Kind kind = tokens.list[std::size_t(i)].kind;
-        if (kind == Kind::Function || kind == Kind::OpenRound)
+        const TokenKind kind = tokens.list[std::size_t(i)].kind;
+        if (kind == TokenKind::Function || kind == TokenKind::OpenRound)
             ++open;
-        else if (kind == Kind::CloseRound && --open == 0)
+        else if (kind == TokenKind::CloseRound && --open == 0)
             return i;
     }
     return end;
@@ -27,20 +27,20 @@ int closingOf(const Tokens& tokens, int function, int end)
 
 bool isReference(const Token& token)
 {
-    return token.kind == Kind::Function && token.text.compare(QLatin1String("var"), Qt::CaseInsensitive) == 0;
+    return token.kind == TokenKind::Function && token.text.compare(QLatin1String("var"), Qt::CaseInsensitive) == 0;
 }
 
 VariableReference referenceAt(const Tokens& tokens, int function, int end)
 {
     VariableReference result{function + 1, -1, closingOf(tokens, function, end)};
     const auto skipBlanks = [&](int i) {
-        while (i < result.close && tokens.list[std::size_t(i)].kind == Kind::Whitespace)
+        while (i < result.close && tokens.list[std::size_t(i)].kind == TokenKind::Whitespace)
             ++i;
         return i;
     };
     result.name = skipBlanks(result.name);
     const int comma = skipBlanks(result.name + 1);
-    if (comma < result.close && tokens.list[std::size_t(comma)].kind == Kind::Comma)
+    if (comma < result.close && tokens.list[std::size_t(comma)].kind == TokenKind::Comma)
         result.fallback = comma + 1;
     return result;
 }
@@ -58,7 +58,7 @@ Tokens cutOut(const Tokens& tokens, int first, int end)
     result.source = tokens.source.mid(start, length);
     result.list.assign(tokens.list.begin() + first, tokens.list.begin() + end);
     Token last = tokens.list[std::size_t(end)];
-    last.kind = Kind::End;
+    last.kind = TokenKind::End;
     last.start = last.end = start + length;
     result.list.push_back(last);
     for (Token& token : result.list) {
@@ -104,25 +104,25 @@ bool checkVariableTokens(const Tokens& tokens, int first, int end, StyleSheetErr
     };
     struct Open
     {
-        Kind closing;
+        TokenKind closing;
         bool isReference;
     };
     std::vector<Open> open;
     for (int i = first; i < end; ++i) {
         const Token& token = tokens.list[std::size_t(i)];
-        const bool isMark = token.kind == Kind::Delim && token.text == QLatin1String("!");
-        if ((isMark || token.kind == Kind::Semicolon) && (open.empty() || open.back().isReference))
+        const bool isMark = token.kind == TokenKind::Delim && token.text == QLatin1String("!");
+        if ((isMark || token.kind == TokenKind::Semicolon) && (open.empty() || open.back().isReference))
             return fail(token, QStringLiteral("unexpected '%1'").arg(token.text));
         switch (token.kind) {
-        case Kind::BadString: return fail(token, QStringLiteral("the text is not closed on its line"));
-        case Kind::BadUrl: return fail(token, QStringLiteral("the url() is malformed: put its address in quotes"));
-        case Kind::OpenCurly: open.push_back({Kind::CloseCurly, false}); break;
-        case Kind::OpenSquare: open.push_back({Kind::CloseSquare, false}); break;
-        case Kind::OpenRound:
-        case Kind::Function: open.push_back({Kind::CloseRound, isReference(token)}); break;
-        case Kind::CloseCurly:
-        case Kind::CloseSquare:
-        case Kind::CloseRound:
+        case TokenKind::BadString: return fail(token, QStringLiteral("the text is not closed on its line"));
+        case TokenKind::BadUrl: return fail(token, QStringLiteral("the url() is malformed: put its address in quotes"));
+        case TokenKind::OpenCurly: open.push_back({TokenKind::CloseCurly, false}); break;
+        case TokenKind::OpenSquare: open.push_back({TokenKind::CloseSquare, false}); break;
+        case TokenKind::OpenRound:
+        case TokenKind::Function: open.push_back({TokenKind::CloseRound, isReference(token)}); break;
+        case TokenKind::CloseCurly:
+        case TokenKind::CloseSquare:
+        case TokenKind::CloseRound:
             if (open.empty() || open.back().closing != token.kind)
                 return fail(token, QStringLiteral("unexpected '%1'").arg(tokens.textBetween(i, i + 1)));
             open.pop_back();
@@ -135,11 +135,11 @@ bool checkVariableTokens(const Tokens& tokens, int first, int end, StyleSheetErr
             continue;
         const VariableReference reference = referenceAt(tokens, i, end);
         const Token& name = tokens.list[std::size_t(reference.name)];
-        if (reference.name >= reference.close || name.kind != Kind::Ident || name.text.size() < 3
+        if (reference.name >= reference.close || name.kind != TokenKind::Ident || name.text.size() < 3
             || !name.text.startsWith(QLatin1String("--")))
             return fail(name, QStringLiteral("expected the name of a variable, such as '--name', in 'var()'"));
         int after = reference.name + 1;
-        while (after < reference.close && tokens.list[std::size_t(after)].kind == Kind::Whitespace)
+        while (after < reference.close && tokens.list[std::size_t(after)].kind == TokenKind::Whitespace)
             ++after;
         if (after < reference.close && reference.fallback < 0)
             return fail(tokens.list[std::size_t(after)], QStringLiteral("expected ',' or ')' in 'var()'"));

@@ -12,7 +12,7 @@ namespace Cascara
 {
 namespace
 {
-using Kind = Token::Kind;
+using TokenKind = Token::Kind;
 
 /// Variables that name variables that name variables …
 constexpr int kDeepestReference = 32;
@@ -195,7 +195,8 @@ bool VariableSubstitution::append(const Tokens& tokens, int index, Tokens& resul
         return false;
     }
     // Tokens that did not stand side by side stay two.
-    const bool isBlank = token.kind == Kind::Whitespace || result.list.empty() || result.list.back().kind == Kind::Whitespace;
+    const bool isBlank =
+        token.kind == TokenKind::Whitespace || result.list.empty() || result.list.back().kind == TokenKind::Whitespace;
     if (!isBlank && (m_lastOrigin != &tokens || m_lastEnd != token.start))
         result.source += QLatin1Char(' ');
     m_lastOrigin = &tokens;

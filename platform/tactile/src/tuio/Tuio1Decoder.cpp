@@ -11,8 +11,6 @@ namespace
 {
 using Kind = TuioOperation::Kind;
 
-constexpr std::size_t kMaxPendingSets = 4096; // of a frame whose fseq does not come
-
 bool profileOf(std::string_view address, TuioProfile& profile) noexcept
 {
     for (const TuioProfile p : {TuioProfile::Objects, TuioProfile::Cursors, TuioProfile::Blobs}) {

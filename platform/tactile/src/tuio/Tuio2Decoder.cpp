@@ -11,7 +11,6 @@ namespace
 {
 using Kind = TuioOperation::Kind;
 
-constexpr std::size_t kMaxPendingSets = 4096; // of a frame whose alv does not come
 constexpr std::uint64_t kSecond = std::uint64_t(1) << 32;
 
 /// The five derivatives that a sender may add: all or none.

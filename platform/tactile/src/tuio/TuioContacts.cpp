@@ -13,7 +13,7 @@ namespace Tactile
 {
 namespace
 {
-using Kind = ContactEvent::Kind;
+using EventKind = ContactEvent::Kind;
 
 constexpr float kMargin = 0.05f; // calibration may put the rim of the surface slightly outside 0..1
 constexpr std::size_t kMaxSymbols = TuioDecoder::kMaxMarkers;
@@ -57,7 +57,7 @@ void TuioContacts::restart(int source, TuioChannel channel)
     TuioChannelState& state = m_sources.source(source).channel(channel);
     for (const TuioSession& session : state.sessions)
         if (session.isAnnounced)
-            write(Kind::Cancel, source, channel, session);
+            write(EventKind::Cancel, source, channel, session);
     state.sessions.clear();
     state.symbols.clear();
     state.alive.clear();
@@ -76,7 +76,7 @@ void TuioContacts::applyAlive(int source, TuioChannel channel, std::vector<std::
         if (isAlive(state, session.id))
             *kept++ = session;
         else if (session.isAnnounced)
-            write(Kind::Vanish, source, channel, session);
+            write(EventKind::Vanish, source, channel, session);
     }
     state.sessions.erase(kept, state.sessions.end());
     state.symbols.erase(std::remove_if(state.symbols.begin(), state.symbols.end(),
@@ -123,7 +123,7 @@ void TuioContacts::applySet(int source, TuioChannel channel, const TuioSet& give
         return;
     if (session->isAnnounced && session->code != set.code) {
         // The sender read another code: another card.
-        write(Kind::Vanish, source, channel, *session);
+        write(EventKind::Vanish, source, channel, *session);
         session->isAnnounced = false;
     }
     const bool isChanged = session->x != set.x || session->y != set.y || session->angle != set.angle;
@@ -134,7 +134,7 @@ void TuioContacts::applySet(int source, TuioChannel channel, const TuioSet& give
     if (!session->isAnnounced)
         announce(source, channel, *session);
     else if (isChanged)
-        write(Kind::Move, source, channel, *session);
+        write(EventKind::Move, source, channel, *session);
 }
 
 void TuioContacts::applySymbol(int source, TuioChannel channel, const TuioSet& set)
@@ -157,7 +157,7 @@ void TuioContacts::reshape(int source, TuioChannel channel, TuioSession& session
 {
     if (isMarkerShape(shape) != isMarkerShape(session.shape)) {
         if (session.isAnnounced)
-            write(Kind::Cancel, source, channel, session);
+            write(EventKind::Cancel, source, channel, session);
         session.isAnnounced = false;
         session.isVoid = false;
     }
@@ -181,7 +181,7 @@ void TuioContacts::announce(int source, TuioChannel channel, TuioSession& sessio
     if (session.isAnnounced || session.isVoid)
         return;
     session.isAnnounced = true;
-    write(Kind::Appear, source, channel, session);
+    write(EventKind::Appear, source, channel, session);
 }
 
 bool TuioContacts::isFull(int source, bool isMarker) const
@@ -193,7 +193,7 @@ bool TuioContacts::isFull(int source, bool isMarker) const
     return count >= (isMarker ? TuioDecoder::kMaxMarkers : TuioDecoder::kMaxFingers);
 }
 
-void TuioContacts::write(Kind kind, int source, TuioChannel channel, const TuioSession& session)
+void TuioContacts::write(EventKind kind, int source, TuioChannel channel, const TuioSession& session)
 {
     const bool isMarker = isMarkerShape(session.shape);
     ContactEvent event;

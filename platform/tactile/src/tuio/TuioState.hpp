@@ -27,6 +27,9 @@ enum class TuioShape : std::uint8_t { Area, Symbol, Pointer, Token };
     return shape == TuioShape::Symbol || shape == TuioShape::Token;
 }
 
+/// Of a frame whose end (fseq, alv) does not come.
+inline constexpr std::size_t kMaxPendingSets = 4096;
+
 /// One contact's report in a frame. A Symbol has no place.
 struct TuioSet
 {

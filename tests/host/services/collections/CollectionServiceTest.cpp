@@ -27,7 +27,7 @@ using TestSupport::SqliteFault;
 
 namespace
 {
-CollectionService::Change change(Kind kind, const char* key, const char* name = "", int status = 1)
+CollectionService::Change serviceChange(Kind kind, const char* key, const char* name = "", int status = 1)
 {
     CollectionService::Change result{kind, 7, {}};
     result.item.key = QString::fromUtf8(key);
@@ -36,7 +36,7 @@ CollectionService::Change change(Kind kind, const char* key, const char* name = 
     return result;
 }
 
-struct Kept
+struct KeptByService
 {
     Folder folder;
     QString path = folder.path(QStringLiteral("collections.sqlite"));
@@ -77,14 +77,14 @@ struct Kept
 
 TEST_CASE("collection service: what is changed is on the disk, and read after the changes before")
 {
-    Kept kept;
+    KeptByService kept;
     kept.open();
-    kept.service->change(change(Kind::Add, "a-1", "one"));
-    kept.service->change(change(Kind::Add, "a-2", "two"));
-    kept.service->change(change(Kind::Update, "a-1", "one", 3));
+    kept.service->change(serviceChange(Kind::Add, "a-1", "one"));
+    kept.service->change(serviceChange(Kind::Add, "a-2", "two"));
+    kept.service->change(serviceChange(Kind::Update, "a-1", "one", 3));
     CHECK(kept.items() == QStringList{"one 3", "two 1"});
     kept.isIn(0, false);
-    kept.service->change(change(Kind::Remove, "a-1"));
+    kept.service->change(serviceChange(Kind::Remove, "a-1"));
     CHECK(kept.items() == QStringList{"two 1"});
     kept.service.reset();
     kept.open();
@@ -93,10 +93,10 @@ TEST_CASE("collection service: what is changed is on the disk, and read after th
 
 TEST_CASE("collection service: what waits when the table closes is written then")
 {
-    Kept kept;
+    KeptByService kept;
     kept.open();
     for (int i = 1; i <= 50; ++i)
-        kept.service->change(change(Kind::Add, ("a-" + std::to_string(i)).c_str(), "one"));
+        kept.service->change(serviceChange(Kind::Add, ("a-" + std::to_string(i)).c_str(), "one"));
     kept.service.reset();
     kept.open();
     CHECK(kept.items().size() == 50);
@@ -104,21 +104,21 @@ TEST_CASE("collection service: what waits when the table closes is written then"
 
 TEST_CASE("collection service: a full disk is told with its remedy, and what waited for it is written when there is space")
 {
-    Kept kept;
+    KeptByService kept;
     kept.open();
-    kept.service->change(change(Kind::Add, "a-0", "zero"));
+    kept.service->change(serviceChange(Kind::Add, "a-0", "zero"));
     kept.service->waitUntilIdle();
     SqliteFault full = SqliteFault::fullDisk(kept.path, "INSERT", "items");
     TestSupport::expectWarningStartingWith(kept.told("write") + ": database or disk is full");
-    kept.service->change(change(Kind::Add, "a-1", "one"));
+    kept.service->change(serviceChange(Kind::Add, "a-1", "one"));
     kept.service->waitUntilIdle();
     kept.isIn(1, true);
     // Later changes of items that wait are one with them; the warning is not repeated.
-    kept.service->change(change(Kind::Update, "a-1", "one", 3));
-    kept.service->change(change(Kind::Add, "a-2", "two"));
-    kept.service->change(change(Kind::Remove, "a-2"));
-    kept.service->change(change(Kind::Update, "a-2", "two", 4));
-    kept.service->change(change(Kind::Update, "a-0", "zero", 3));
+    kept.service->change(serviceChange(Kind::Update, "a-1", "one", 3));
+    kept.service->change(serviceChange(Kind::Add, "a-2", "two"));
+    kept.service->change(serviceChange(Kind::Remove, "a-2"));
+    kept.service->change(serviceChange(Kind::Update, "a-2", "two", 4));
+    kept.service->change(serviceChange(Kind::Update, "a-0", "zero", 3));
     kept.service->waitUntilIdle();
     kept.isIn(3, true);
     // What is stored can be read all the same, with what waits.
@@ -137,12 +137,12 @@ TEST_CASE("collection service: a file that cannot be used is told with its remed
         // A thread of its own would keep the rights that the test gives up.
         if (kind == SpoiltDatabase::Kind::ReadOnlyFile || kind == SpoiltDatabase::Kind::ReadOnlyFolder)
             continue;
-        Kept kept;
+        KeptByService kept;
         {
             const SpoiltDatabase spoilt(kept.path, kind);
             TestSupport::expectWarningStartingWith(kept.told("open"));
             kept.open(0, std::chrono::milliseconds(20));
-            kept.service->change(change(Kind::Add, "a-1", "one"));
+            kept.service->change(serviceChange(Kind::Add, "a-1", "one"));
             CHECK(kept.items() == QStringList{"unreadable"});
             kept.isIn(1, true);
         }
@@ -156,14 +156,14 @@ TEST_CASE("collection service: a file that cannot be used is told with its remed
 
 TEST_CASE("collection service: a folder that is moved away is made anew, and what waited is stored in it")
 {
-    Kept kept;
+    KeptByService kept;
     kept.path = kept.folder.path(QStringLiteral("data/collections/collections.sqlite"));
     kept.open();
-    kept.service->change(change(Kind::Add, "a-1", "one"));
+    kept.service->change(serviceChange(Kind::Add, "a-1", "one"));
     kept.service->waitUntilIdle();
     REQUIRE(QDir(kept.folder.path()).rename(QStringLiteral("data"), QStringLiteral("away")));
     TestSupport::expectWarningStartingWith(kept.told("write") + ": ");
-    kept.service->change(change(Kind::Add, "a-2", "two"));
+    kept.service->change(serviceChange(Kind::Add, "a-2", "two"));
     kept.service->waitUntilIdle();
     kept.isIn(1, true);
     kept.service->retry();
@@ -173,12 +173,12 @@ TEST_CASE("collection service: a folder that is moved away is made anew, and wha
 
 TEST_CASE("collection service: what is older than the settings allow is not read, and removed when the table opens")
 {
-    Kept kept;
+    KeptByService kept;
     kept.open(1000);
-    kept.service->change(change(Kind::Add, "a-1", "old"));
+    kept.service->change(serviceChange(Kind::Add, "a-1", "old"));
     kept.service->waitUntilIdle();
     kept.now += 600;
-    kept.service->change(change(Kind::Add, "a-2", "new"));
+    kept.service->change(serviceChange(Kind::Add, "a-2", "new"));
     CHECK(kept.items() == QStringList{"old 1", "new 1"});
     kept.now += 401;
     CHECK(kept.items() == QStringList{"new 1"});
@@ -241,11 +241,11 @@ TEST_CASE("collection service: what another table changes is reported once, with
         CHECK(one.names().isEmpty());
         auto changed = one.nextChange();
         CHECK(other.names().isEmpty()); // both are there
-        other.service->change(change(Kind::Add, "a-1", "one"));
+        other.service->change(serviceChange(Kind::Add, "a-1", "one"));
         CHECK(changed.get() == std::set<unsigned long>{7});
         CHECK(one.names() == QStringList{"one"});
         // What changes while nothing is asked is reported when it is.
-        other.service->change(change(Kind::Remove, "a-1"));
+        other.service->change(serviceChange(Kind::Remove, "a-1"));
         CHECK(TestSupport::pumpUntil([&one] { return one.names().isEmpty(); }));
         CHECK(one.nextChange().get() == std::set<unsigned long>{7});
     }
@@ -257,7 +257,7 @@ TEST_CASE("collection service: an item is sent by the table that claims it first
         const TestDatabase database(kind);
         const HallTable one(database.address());
         const HallTable other(database.address());
-        one.service->change(change(Kind::Add, "a-1", "one"));
+        one.service->change(serviceChange(Kind::Add, "a-1", "one"));
         const auto claim = [](const HallTable& table, const char* owner) {
             std::promise<QStringList> result;
             table.service->claim({"a-1"}, QString::fromUtf8(owner),
@@ -284,10 +284,10 @@ TEST_CASE(
     auto changed = one.nextChange();
     TestSupport::expectWarningStartingWith("CollectionService # Failed to write " + address.shown().toStdString() + ": ");
     proxy.freeze();
-    one.service->change(change(Kind::Add, "a-1", "one"));
+    one.service->change(serviceChange(Kind::Add, "a-1", "one"));
     CHECK(TestSupport::pumpUntil([&one] { return one.service->state().value(QLatin1String("failed")).toBool(); }));
     const HallTable other(database.address());
-    other.service->change(change(Kind::Add, "b-1", "two"));
+    other.service->change(serviceChange(Kind::Add, "b-1", "two"));
     CHECK(other.names() == QStringList{"two"});
     proxy.thaw();
     CHECK(changed.get() == std::set<unsigned long>{7});

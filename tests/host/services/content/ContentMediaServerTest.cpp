@@ -17,7 +17,7 @@ using TestSupport::pumpUntil;
 namespace
 {
 /// What became of a command.
-struct Outcome
+struct AskedOutcome
 {
     std::optional<QJsonObject> answer;
     std::string failure;
@@ -25,9 +25,9 @@ struct Outcome
     [[nodiscard]] bool isThere() const { return answer || !failure.empty(); }
 };
 
-struct Fixture
+struct ContentMediaServerFixture
 {
-    Fixture()
+    ContentMediaServerFixture()
     {
         QFile file(path);
         REQUIRE(file.open(QIODevice::WriteOnly));
@@ -45,9 +45,9 @@ struct Fixture
         });
     }
 
-    static std::shared_ptr<Outcome> ask(ContentMediaServer& server, const QJsonObject& command)
+    static std::shared_ptr<AskedOutcome> ask(ContentMediaServer& server, const QJsonObject& command)
     {
-        auto outcome = std::make_shared<Outcome>();
+        auto outcome = std::make_shared<AskedOutcome>();
         (void)server.request(command).thenTry([outcome](folly::Try<QJsonObject>&& result) {
             outcome->thread = std::this_thread::get_id();
             if (result.hasValue())
@@ -69,7 +69,7 @@ struct Fixture
 };
 }
 
-TEST_CASE_FIXTURE(Fixture,
+TEST_CASE_FIXTURE(ContentMediaServerFixture,
                   "content media server: an item goes out with the hash of its file, which follows when the server lacks it")
 {
     fake->script = [](const QJsonObject&) { return QJsonObject{{"success", true}, {"content", "coming"}}; };
@@ -88,7 +88,8 @@ TEST_CASE_FIXTURE(Fixture,
     CHECK(contentServer.content(QStringLiteral("boat.png")) == "boat");
 }
 
-TEST_CASE_FIXTURE(Fixture, "content media server: nothing is sent when the server has the file or refuses the item")
+TEST_CASE_FIXTURE(ContentMediaServerFixture,
+                  "content media server: nothing is sent when the server has the file or refuses the item")
 {
     for (const QJsonObject& answer : {QJsonObject{{"success", true}}, QJsonObject{{"success", false}, {"error", "no"}}}) {
         fake->script = [answer](const QJsonObject&) { return answer; };
@@ -101,7 +102,7 @@ TEST_CASE_FIXTURE(Fixture, "content media server: nothing is sent when the serve
     CHECK(contentServer.requests().empty());
 }
 
-TEST_CASE_FIXTURE(Fixture,
+TEST_CASE_FIXTURE(ContentMediaServerFixture,
                   "content media server: a command that was perhaps carried out is asked about when the server answers again")
 {
     fake->script = [](const QJsonObject&) -> QJsonObject { throw std::runtime_error("The media server cut the connection"); };
@@ -121,7 +122,7 @@ TEST_CASE_FIXTURE(Fixture,
     CHECK(contentServer.content(QStringLiteral("boat.png")) == "boat");
 }
 
-TEST_CASE_FIXTURE(Fixture, "content media server: every other command passes at once and unchanged")
+TEST_CASE_FIXTURE(ContentMediaServerFixture, "content media server: every other command passes at once and unchanged")
 {
     fake->script = [](const QJsonObject&) { return QJsonObject{{"success", true}}; };
     const auto server = make();
@@ -135,7 +136,7 @@ TEST_CASE_FIXTURE(Fixture, "content media server: every other command passes at 
     }
 }
 
-TEST_CASE_FIXTURE(Fixture, "content media server: a file that cannot be read goes out by its name alone")
+TEST_CASE_FIXTURE(ContentMediaServerFixture, "content media server: a file that cannot be read goes out by its name alone")
 {
     QFile::remove(path);
     fake->script = [](const QJsonObject&) { return QJsonObject{{"success", true}}; };
@@ -145,7 +146,8 @@ TEST_CASE_FIXTURE(Fixture, "content media server: a file that cannot be read goe
     CHECK(fake->commands()[0] == addBoat);
 }
 
-TEST_CASE_FIXTURE(Fixture, "content media server: a command whose file is still being read fails when the table closes")
+TEST_CASE_FIXTURE(ContentMediaServerFixture,
+                  "content media server: a command whose file is still being read fails when the table closes")
 {
     auto server = make();
     const auto outcome = ask(*server, addBoat);

@@ -11,9 +11,9 @@ using Outcome = ContentSender::Outcome;
 
 namespace
 {
-struct Fixture
+struct ContentSenderFixture
 {
-    Fixture()
+    ContentSenderFixture()
     {
         QFile file(note.path);
         REQUIRE(file.open(QIODevice::WriteOnly));
@@ -34,7 +34,7 @@ struct Fixture
 };
 }
 
-TEST_CASE_FIXTURE(Fixture, "content sender: a file goes out in the server's pieces, with the key")
+TEST_CASE_FIXTURE(ContentSenderFixture, "content sender: a file goes out in the server's pieces, with the key")
 {
     CHECK(send("0123").outcome == Outcome::Sent);
     CHECK(server.content(note.name) == content);
@@ -46,7 +46,7 @@ TEST_CASE_FIXTURE(Fixture, "content sender: a file goes out in the server's piec
     CHECK(server.lastAuthorization().isEmpty());
 }
 
-TEST_CASE_FIXTURE(Fixture, "content sender: a user name and a password in the address are sent, in the header alone")
+TEST_CASE_FIXTURE(ContentSenderFixture, "content sender: a user name and a password in the address are sent, in the header alone")
 {
     QUrl address = server.address();
     address.setUserInfo(QStringLiteral("ann:se%20cret"));
@@ -54,7 +54,7 @@ TEST_CASE_FIXTURE(Fixture, "content sender: a user name and a password in the ad
     CHECK(server.lastAuthorization() == "Basic " + QByteArray("ann:se cret").toBase64());
 }
 
-TEST_CASE_FIXTURE(Fixture, "content sender: it goes on where the server's part ends")
+TEST_CASE_FIXTURE(ContentSenderFixture, "content sender: it goes on where the server's part ends")
 {
     server.hasReceived(content.left(1500));
     CHECK(send().outcome == Outcome::Sent);
@@ -62,7 +62,7 @@ TEST_CASE_FIXTURE(Fixture, "content sender: it goes on where the server's part e
     CHECK(server.content(note.name) == content);
 }
 
-TEST_CASE_FIXTURE(Fixture, "content sender: what the server answers decides whether it is tried again")
+TEST_CASE_FIXTURE(ContentSenderFixture, "content sender: what the server answers decides whether it is tried again")
 {
     struct Row
     {
@@ -87,7 +87,7 @@ TEST_CASE_FIXTURE(Fixture, "content sender: what the server answers decides whet
     CHECK(server.content(note.name).isEmpty());
 }
 
-TEST_CASE_FIXTURE(Fixture, "content sender: a server that is away, or makes no sense, is asked later")
+TEST_CASE_FIXTURE(ContentSenderFixture, "content sender: a server that is away, or makes no sense, is asked later")
 {
     TestSupport::ReservedPort port;
     const QUrl away(QStringLiteral("http://127.0.0.1:%1/").arg(port.port()));
@@ -104,14 +104,14 @@ TEST_CASE_FIXTURE(Fixture, "content sender: a server that is away, or makes no s
     CHECK(send().outcome == Outcome::Later);
 }
 
-TEST_CASE_FIXTURE(Fixture, "content sender: a server that takes no piece is asked later, and not for ever")
+TEST_CASE_FIXTURE(ContentSenderFixture, "content sender: a server that takes no piece is asked later, and not for ever")
 {
     server.dropPieces();
     CHECK(send().reason == QLatin1String("the server's answer makes no sense"));
     CHECK(server.requests() == std::vector<QByteArray>{"GET 0", "PUT 0"});
 }
 
-TEST_CASE_FIXTURE(Fixture, "content sender: a file that has changed or gone since is given up")
+TEST_CASE_FIXTURE(ContentSenderFixture, "content sender: a file that has changed or gone since is given up")
 {
     QFile file(note.path);
     REQUIRE(file.open(QIODevice::Append));

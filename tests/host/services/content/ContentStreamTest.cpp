@@ -16,7 +16,7 @@ using TestSupport::pumpUntil;
 
 namespace
 {
-struct Fixture
+struct ContentStreamFixture
 {
     QString write(const char* name, const QByteArray& bytes)
     {
@@ -54,7 +54,8 @@ struct Fixture
 };
 }
 
-TEST_CASE_FIXTURE(Fixture, "content stream: a file is described by its hash, kept, sent, and forgotten when it has come")
+TEST_CASE_FIXTURE(ContentStreamFixture,
+                  "content stream: a file is described by its hash, kept, sent, and forgotten when it has come")
 {
     ContentStream stream(settings(server.address()));
     const auto note = describe(stream, write("map.png", content));
@@ -70,7 +71,7 @@ TEST_CASE_FIXTURE(Fixture, "content stream: a file is described by its hash, kep
     CHECK_FALSE(describe(stream, folder.filePath(QStringLiteral("gone.png"))));
 }
 
-TEST_CASE_FIXTURE(Fixture, "content stream: a file that has changed is described anew")
+TEST_CASE_FIXTURE(ContentStreamFixture, "content stream: a file that has changed is described anew")
 {
     ContentStream stream(settings(server.address()));
     const QString path = write("map.png", content);
@@ -81,7 +82,7 @@ TEST_CASE_FIXTURE(Fixture, "content stream: a file that has changed is described
     CHECK(kept() == 1);
 }
 
-TEST_CASE_FIXTURE(Fixture, "content stream: what the server does not need is not kept")
+TEST_CASE_FIXTURE(ContentStreamFixture, "content stream: what the server does not need is not kept")
 {
     ContentStream stream(settings(server.address()));
     stream.forget(*describe(stream, write("map.png", content)));
@@ -89,7 +90,7 @@ TEST_CASE_FIXTURE(Fixture, "content stream: what the server does not need is not
     CHECK(server.requests().empty());
 }
 
-TEST_CASE_FIXTURE(Fixture, "content stream: while the server fails it is asked again and again, with one warning")
+TEST_CASE_FIXTURE(ContentStreamFixture, "content stream: while the server fails it is asked again and again, with one warning")
 {
     TestSupport::expectWarning("ContentStream # Content waits until the media server takes it (map.png: The server says 503.)");
     server.answerNext({503, 503, 503, 503});
@@ -100,7 +101,8 @@ TEST_CASE_FIXTURE(Fixture, "content stream: while the server fails it is asked a
     CHECK(server.requests().size() == 4 + 5);
 }
 
-TEST_CASE_FIXTURE(Fixture, "content stream: a file that the server refuses is told once and given up, and the next one goes out")
+TEST_CASE_FIXTURE(ContentStreamFixture,
+                  "content stream: a file that the server refuses is told once and given up, and the next one goes out")
 {
     TestSupport::expectWarning("ContentStream # \"map.png\" does not go to the media server (The server says 409.)");
     server.answerNext({409});
@@ -113,7 +115,7 @@ TEST_CASE_FIXTURE(Fixture, "content stream: a file that the server refuses is to
     CHECK(server.content(QStringLiteral("map.png")).isEmpty());
 }
 
-TEST_CASE_FIXTURE(Fixture, "content stream: one file that fails does not hold the others back")
+TEST_CASE_FIXTURE(ContentStreamFixture, "content stream: one file that fails does not hold the others back")
 {
     TestSupport::expectWarning("ContentStream # Content waits until the media server takes it (map.png: The server says 507.)");
     server.answerNext({507});
@@ -131,7 +133,7 @@ TEST_CASE_FIXTURE(Fixture, "content stream: one file that fails does not hold th
     CHECK(requests == std::vector<QByteArray>{"GET 0", "GET 0", "PUT 0", "GET 0", "PUT 0", "PUT 1000", "PUT 2000", "PUT 3000"});
 }
 
-TEST_CASE_FIXTURE(Fixture, "content stream: what an outage has delayed is sent after a restart of the table")
+TEST_CASE_FIXTURE(ContentStreamFixture, "content stream: what an outage has delayed is sent after a restart of the table")
 {
     const QString path = write("map.png", content);
     {
@@ -147,7 +149,7 @@ TEST_CASE_FIXTURE(Fixture, "content stream: what an outage has delayed is sent a
     CHECK(server.content(QStringLiteral("map.png")) == content);
 }
 
-TEST_CASE_FIXTURE(Fixture, "content stream: a closing table waits for no large file to be read")
+TEST_CASE_FIXTURE(ContentStreamFixture, "content stream: a closing table waits for no large file to be read")
 {
     const QString path = write("film.mp4", "film");
     REQUIRE(QFile::resize(path, qint64(40) << 30)); // takes no room on the disk, and minutes to read

@@ -23,13 +23,13 @@ using Tavola::EmailMessage;
 
 enum class Kind { Done, Unreadable, DiskFault };
 
-struct Bench
+struct MailComposerBench
 {
     Folder folder;
     MailComposer::Letter letter;
     tl::expected<qint64, MailComposer::Fault> result = 0;
 
-    Bench()
+    MailComposerBench()
     {
         letter.messageId = QStringLiteral("<id-1@example.net>");
         letter.createdMs = 1'790'000'000'000;
@@ -94,7 +94,7 @@ QByteArray everyByte(int size)
 
 TEST_CASE("mail composer: the header has date, id, sender, recipients and subject")
 {
-    Bench bench;
+    MailComposerBench bench;
     const QJsonObject mail = bench.mail();
     CHECK(header(mail, "Date") == "Mon, 21 Sep 2026 14:13:20 +0000");
     CHECK(header(mail, "Message-ID") == "<id-1@example.net>");
@@ -124,7 +124,7 @@ TEST_CASE("mail composer: subjects, names and texts of any letters arrive as the
                              QStringLiteral("A \"quoted\" \\ name, <b@example.org>; (x)")};
     for (const QString& text : texts) {
         CAPTURE(text.toStdString());
-        Bench bench;
+        MailComposerBench bench;
         bench.letter.subject = text;
         bench.letter.recipients[0].address.name = text;
         bench.letter.text = text + "\n";
@@ -139,7 +139,7 @@ TEST_CASE("mail composer: subjects, names and texts of any letters arrive as the
 
 TEST_CASE("mail composer: a name of a few letters is one encoded word, because some readers show a blank between two")
 {
-    Bench bench;
+    MailComposerBench bench;
     bench.letter.recipients[0].address.name = QString::fromUtf8("Lena \u00d6deg\u00e5rd");
     (void)bench.mail();
     CHECK(bench.bytes().contains("=?UTF-8?B?TGVuYSDDlmRlZ8OlcmQ=?= <"));
@@ -147,7 +147,7 @@ TEST_CASE("mail composer: a name of a few letters is one encoded word, because s
 
 TEST_CASE("mail composer: no line end passes from a name, a subject or a file's name into the header")
 {
-    Bench bench;
+    MailComposerBench bench;
     bench.letter.subject = QStringLiteral("Hello\r\nBcc: eve@example.org\r\n\r\nbody");
     bench.letter.recipients[0].address.name = QStringLiteral("Ann\nBcc: eve@example.org");
     bench.letter.sender.name = QStringLiteral("Museum\rX-Evil: 1");
@@ -179,7 +179,7 @@ TEST_CASE("mail composer: an attachment of an invalid type, or of one that base6
         {"multipart/mixed", "application/octet-stream"},
         {"message/rfc822", "application/octet-stream"},
     };
-    Bench bench;
+    MailComposerBench bench;
     for (const auto& row : rows)
         bench.attach("a", "x", row.given);
     const QJsonObject mail = bench.mail();
@@ -192,7 +192,7 @@ TEST_CASE("mail composer: an attachment of an invalid type, or of one that base6
 
 TEST_CASE("mail composer: a message with an html part offers both")
 {
-    Bench bench;
+    MailComposerBench bench;
     bench.letter.html = QString::fromUtf8("<p>Gr\u00fc\u00dfe</p>\n");
     const QJsonObject mail = bench.mail();
     REQUIRE(mail.value("parts").toArray().size() == 2);
@@ -205,7 +205,7 @@ TEST_CASE("mail composer: a message with an html part offers both")
 
 TEST_CASE("mail composer: line ends of any kind become those of a mail")
 {
-    Bench bench;
+    MailComposerBench bench;
     bench.letter.text = QStringLiteral("a\nb\r\nc\rd\n.\n..dots\n");
     CHECK(partBytes(bench.mail(), 0) == "a\r\nb\r\nc\r\nd\r\n.\r\n..dots\r\n");
 }
@@ -221,7 +221,7 @@ TEST_CASE("mail composer: files arrive byte for byte, under their names, in base
                              QString::fromUtf8("\xF0\x9F\x8F\x9B").repeated(40),
                              "plain.bin"};
     const int sizes[] = {100000, 0, 1, 2, 3, 56, 57, 300000};
-    Bench bench;
+    MailComposerBench bench;
     for (int i = 0; i < 8; ++i)
         bench.attach(names[i], everyByte(sizes[i]));
     const QJsonObject mail = bench.mail();
@@ -240,7 +240,7 @@ TEST_CASE("mail composer: files arrive byte for byte, under their names, in base
 
 TEST_CASE("mail composer: an attachment of every length around the edges of lines and pieces decodes to the same bytes")
 {
-    Bench bench;
+    MailComposerBench bench;
     std::vector<int> sizes;
     for (const int edge : {57, 114, 4096, 4104, 8192, 57 * 1024})
         for (int size = edge - 2; size <= edge + 2; ++size)
@@ -257,7 +257,7 @@ TEST_CASE("mail composer: an attachment of every length around the edges of line
 
 TEST_CASE("mail composer: a file is read from its beginning, wherever it was read to")
 {
-    Bench bench;
+    MailComposerBench bench;
     auto file = std::make_unique<QFile>(bench.folder.write("a", everyByte(500000)));
     REQUIRE(file->open(QIODevice::ReadOnly));
     file->seek(1234);
@@ -268,7 +268,7 @@ TEST_CASE("mail composer: a file is read from its beginning, wherever it was rea
 
 TEST_CASE("mail composer: hidden recipients stay hidden")
 {
-    Bench bench;
+    MailComposerBench bench;
     bench.letter.recipients[0].type = EmailMessage::Bcc;
     bench.letter.recipients.push_back({{"bob@example.org", "Bob"}, EmailMessage::Cc});
     bench.letter.recipients.push_back({{"cid@example.org", ""}, EmailMessage::Cc});
@@ -280,7 +280,7 @@ TEST_CASE("mail composer: hidden recipients stay hidden")
 
 TEST_CASE("mail composer: an address has its domain in ASCII")
 {
-    Bench bench;
+    MailComposerBench bench;
     bench.letter.recipients[0].address = {QString::fromUtf8("ann@m\u00fcnchen.example"), ""};
     CHECK(header(bench.mail(), "To") == "ann@xn--mnchen-3ya.example");
 }
@@ -301,7 +301,7 @@ TEST_CASE("mail composer: only ordinary files are read, so that a pipe cannot ke
     };
     for (const auto& row : rows) {
         INFO("path: " << row.path.toStdString());
-        Bench bench;
+        MailComposerBench bench;
         auto file = std::make_unique<QFile>();
         REQUIRE(file->open(::open(row.path.constData(), row.flags), QIODevice::ReadOnly, QFileDevice::AutoCloseHandle));
         bench.attach("good", "x");
@@ -311,7 +311,7 @@ TEST_CASE("mail composer: only ordinary files are read, so that a pipe cannot ke
         CHECK(bench.result.error().words == "it is no ordinary file");
         CHECK_FALSE(QFileInfo::exists(bench.folder.path("m.eml")));
     }
-    Bench bench;
+    MailComposerBench bench;
     auto socket = std::make_unique<QTcpSocket>();
     REQUIRE(socket->open(QIODevice::ReadOnly));
     bench.attach("socket", std::move(socket));
@@ -320,12 +320,12 @@ TEST_CASE("mail composer: only ordinary files are read, so that a pipe cannot ke
 
 TEST_CASE("mail composer: an attachment that is closed, or whose disk fails in the middle, is named, and no file is left")
 {
-    Bench closed;
+    MailComposerBench closed;
     closed.attach("closed", std::make_unique<QFile>(closed.folder.write("a", "x")));
     CHECK(closed.compose() == Kind::Unreadable);
     CHECK(closed.result.error().words == "it is not open for reading");
 
-    Bench broken;
+    MailComposerBench broken;
     broken.attach("good", everyByte(1000));
     broken.attach("broken", std::make_unique<BrokenDevice>());
     broken.attach("good too", "x");
@@ -337,14 +337,14 @@ TEST_CASE("mail composer: an attachment that is closed, or whose disk fails in t
 
 TEST_CASE("mail composer: a folder that is not there is the disk's fault")
 {
-    Bench bench;
+    MailComposerBench bench;
     CHECK(bench.compose("none/m.eml") == Kind::DiskFault);
     CHECK(bench.result.error().words == "No such file or directory");
 }
 
 TEST_CASE("mail composer: a file that is there is neither written nor removed")
 {
-    Bench bench;
+    MailComposerBench bench;
     bench.folder.write("m.eml", "another message");
     CHECK(bench.compose() == Kind::DiskFault);
     CHECK(bench.result.error().words == "File exists");
@@ -353,7 +353,7 @@ TEST_CASE("mail composer: a file that is there is neither written nor removed")
 
 TEST_CASE("mail composer: a disk that is full in the middle leaves no file")
 {
-    Bench bench;
+    MailComposerBench bench;
     bench.attach("a", everyByte(300000));
     // As on a full disk, writing fails beyond so many bytes.
     rlimit before;

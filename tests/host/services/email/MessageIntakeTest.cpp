@@ -14,7 +14,7 @@ using namespace Host;
 
 namespace
 {
-struct Bench
+struct MessageIntakeBench
 {
     Folder folder;
     QString error;
@@ -23,7 +23,7 @@ struct Bench
     Tavola::EmailMessage mail;
     OutboxMessage message;
 
-    Bench()
+    MessageIntakeBench()
     {
         settings.sender = {"museum@example.net", "The Small Museum"};
         settings.subject = QStringLiteral("What you collected");
@@ -61,7 +61,7 @@ struct Bench
 
 TEST_CASE("message intake: what a message does not say itself comes from the settings")
 {
-    Bench bench;
+    MessageIntakeBench bench;
     bench.to("ann@example.org");
     bench.mail.addRecipient({"bob@example.org", "Bob"}, Tavola::EmailMessage::Bcc);
     REQUIRE(bench.accept());
@@ -92,7 +92,7 @@ TEST_CASE("message intake: what a message does not say itself comes from the set
 
 TEST_CASE("message intake: each message has an id of its own, at the sender's host")
 {
-    Bench bench;
+    MessageIntakeBench bench;
     bench.to("ann@example.org");
     REQUIRE(bench.accept());
     const QString first = bench.message.messageId;
@@ -104,7 +104,7 @@ TEST_CASE("message intake: each message has an id of its own, at the sender's ho
 
 TEST_CASE("message intake: attachments are composed in order, and their originals are not needed any more")
 {
-    Bench bench;
+    MessageIntakeBench bench;
     bench.to("ann@example.org");
     bench.attach("a.txt", "first");
     bench.attach("b.txt", "second", "line\r\nend.txt");
@@ -130,7 +130,7 @@ TEST_CASE("message intake: an invalid address refuses the message before anythin
 {
     for (const char* address : {"", "ann", "ann@example.org>", "ann@example.org\r\nRCPT TO:<eve@example.org>"}) {
         INFO("address: " << std::string(address));
-        Bench bench;
+        MessageIntakeBench bench;
         bench.to("bob@example.org");
         bench.to(address);
         bench.attach("a.txt", "first");
@@ -139,7 +139,7 @@ TEST_CASE("message intake: an invalid address refuses the message before anythin
         CHECK_FALSE(bench.error.contains('\n'));
         CHECK(bench.fileCount() == 0);
     }
-    Bench bench;
+    MessageIntakeBench bench;
     CHECK_FALSE(bench.accept());
     CHECK(bench.error == "the message has no recipient");
     bench.to("ann@example.org");
@@ -150,7 +150,7 @@ TEST_CASE("message intake: an invalid address refuses the message before anythin
 
 TEST_CASE("message intake: the limit is one of all files together, and what is beyond it is named with its size")
 {
-    Bench bench;
+    MessageIntakeBench bench;
     bench.settings.attachmentLimitBytes = 10;
     bench.to("ann@example.org");
     bench.attach("a.txt", "123456");
@@ -166,7 +166,7 @@ TEST_CASE("message intake: the limit is one of all files together, and what is b
 
 TEST_CASE("message intake: a file below the presentation's folder is linked with its path, another one with its name")
 {
-    Bench bench;
+    MessageIntakeBench bench;
     bench.settings.attachmentLimitBytes = 0;
     bench.settings.filesAddress = QStringLiteral("https://museum.example/");
     const Folder elsewhere;
@@ -184,7 +184,7 @@ TEST_CASE("message intake: a file below the presentation's folder is linked with
 
 TEST_CASE("message intake: an attachment that cannot be read is named, and costs only itself")
 {
-    Bench bench;
+    MessageIntakeBench bench;
     bench.to("ann@example.org");
     auto socket = std::make_unique<QTcpSocket>();
     socket->open(QIODevice::ReadOnly);
@@ -200,7 +200,7 @@ TEST_CASE("message intake: an attachment that cannot be read is named, and costs
 
 TEST_CASE("message intake: an attachment that fails in the middle is left out, and makes room for those after it")
 {
-    Bench bench;
+    MessageIntakeBench bench;
     bench.settings.attachmentLimitBytes = 1'000'005;
     bench.to("ann@example.org");
     bench.attach("a.txt", "123");
@@ -219,7 +219,7 @@ TEST_CASE("message intake: an attachment that fails in the middle is left out, a
 
 TEST_CASE("message intake: blanks around a typed address are no part of it")
 {
-    Bench bench;
+    MessageIntakeBench bench;
     bench.to("  ann@example.org ");
     REQUIRE(bench.accept());
     CHECK(bench.message.recipientNames() == "ann@example.org");
@@ -228,7 +228,7 @@ TEST_CASE("message intake: blanks around a typed address are no part of it")
 
 TEST_CASE("message intake: bytes in memory are sent too")
 {
-    Bench bench;
+    MessageIntakeBench bench;
     bench.to("ann@example.org");
     auto buffer = std::make_unique<QBuffer>();
     buffer->setData("from memory");
@@ -240,7 +240,7 @@ TEST_CASE("message intake: bytes in memory are sent too")
 
 TEST_CASE("message intake: where the message cannot be written it is refused")
 {
-    Bench bench;
+    MessageIntakeBench bench;
     bench.to("ann@example.org");
     bench.attach("a.txt", "first");
     REQUIRE(QDir().rmdir(bench.folder.path("outbox/files")));
@@ -251,7 +251,7 @@ TEST_CASE("message intake: where the message cannot be written it is refused")
 
 TEST_CASE("message intake: the html part is filled with the text, the name and what is missing")
 {
-    Bench bench;
+    MessageIntakeBench bench;
     bench.settings.textTemplate = QStringLiteral("Dear <name>,<links>");
     bench.settings.htmlTemplate = QStringLiteral("<body>Dear <name><links></body>");
     bench.settings.attachmentLimitBytes = 0;

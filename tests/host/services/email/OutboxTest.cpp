@@ -18,7 +18,7 @@ using State = OutboxMessage::State;
 constexpr Outbox::Limits kLimits{1000, 1'000'000};
 const QString kOldFolder = QStringLiteral("0b5c1a2e-7f3d-4c6b-9a8e-112233445566"); ///< of a message of version 1
 
-struct Bench
+struct OutboxBench
 {
     Folder folder;
     QString error;
@@ -48,7 +48,7 @@ struct Bench
 
 TEST_CASE("outbox: what was added is read by every program that opens it")
 {
-    Bench bench;
+    OutboxBench bench;
     const OutboxMessage added = bench.add();
     const auto other = Outbox::open(bench.folder.path("outbox"), bench.error);
     REQUIRE(other);
@@ -67,7 +67,7 @@ TEST_CASE("outbox: what was added is read by every program that opens it")
 
 TEST_CASE("outbox: the queued message that is due longest is claimed, once")
 {
-    Bench bench;
+    OutboxBench bench;
     const auto late = bench.add(State::Queued, 3000, "<1@x>");
     const auto early = bench.add(State::Queued, 2000, "<2@x>");
     bench.add(State::Failed, 0, "<3@x>");
@@ -84,7 +84,7 @@ TEST_CASE("outbox: the queued message that is due longest is claimed, once")
 
 TEST_CASE("outbox: many threads claim each message once")
 {
-    Bench bench;
+    OutboxBench bench;
     for (int i = 0; i < 40; ++i)
         bench.add(State::Queued, 0, QStringLiteral("<%1@x>").arg(i));
     std::vector<std::vector<qint64>> taken(4);
@@ -105,7 +105,7 @@ TEST_CASE("outbox: many threads claim each message once")
 
 TEST_CASE("outbox: the outcome of an attempt is kept")
 {
-    Bench bench;
+    OutboxBench bench;
     OutboxMessage message = bench.add();
     message.state = State::Queued;
     message.attempts = 2;
@@ -128,7 +128,7 @@ TEST_CASE("outbox: the outcome of an attempt is kept")
 
 TEST_CASE("outbox: a removed message takes its file along")
 {
-    Bench bench;
+    OutboxBench bench;
     const OutboxMessage message = bench.add();
     CHECK(bench.hasFile(message));
     CHECK(bench.outbox->remove(message));
@@ -138,7 +138,7 @@ TEST_CASE("outbox: a removed message takes its file along")
 
 TEST_CASE("outbox: after a crash what was being sent is queued, and files of no message are gone")
 {
-    Bench bench;
+    OutboxBench bench;
     const OutboxMessage sending = bench.add(State::Sending, 5000);
     const OutboxMessage failed = bench.add(State::Failed, 0, "<2@x>");
     const QString orphan = bench.folder.write("outbox/files/" + Outbox::newFile(), "half a mess");
@@ -155,7 +155,7 @@ TEST_CASE("outbox: after a crash what was being sent is queued, and files of no 
 
 TEST_CASE("outbox: one program at a time sends")
 {
-    Bench bench;
+    OutboxBench bench;
     CHECK(bench.outbox->lock());
     CHECK(bench.outbox->lock());
     auto other = Outbox::open(bench.folder.path("outbox"), bench.error);
@@ -167,7 +167,7 @@ TEST_CASE("outbox: one program at a time sends")
 
 TEST_CASE("outbox: a retry makes a failed message due at once, with those recipients that were refused")
 {
-    Bench bench;
+    OutboxBench bench;
     OutboxMessage message = bench.add(State::Failed, 9000);
     message.attempts = 5;
     message.recipients[0].outcome = OutboxMessage::Outcome::Delivered;
@@ -186,7 +186,7 @@ TEST_CASE("outbox: a retry makes a failed message due at once, with those recipi
 
 TEST_CASE("outbox: a message that is being sent is dropped only when no program sends")
 {
-    Bench bench;
+    OutboxBench bench;
     const OutboxMessage message = bench.add(State::Sending);
     const auto visitor = Outbox::open(bench.folder.path("outbox"), bench.error);
     REQUIRE(bench.outbox->lock());
@@ -203,7 +203,7 @@ TEST_CASE("outbox: a message that is being sent is dropped only when no program 
 
 TEST_CASE("outbox: the outcome of a message that was dropped meanwhile brings nothing back")
 {
-    Bench bench;
+    OutboxBench bench;
     OutboxMessage message = bench.add();
     REQUIRE(bench.outbox->drop(message.id));
     message.state = State::Queued;
@@ -213,7 +213,7 @@ TEST_CASE("outbox: the outcome of a message that was dropped meanwhile brings no
 
 TEST_CASE("outbox: the same message is not accepted twice")
 {
-    Bench bench;
+    OutboxBench bench;
     bench.add();
     OutboxMessage again;
     again.messageId = QStringLiteral("<1@x>");
@@ -224,7 +224,7 @@ TEST_CASE("outbox: the same message is not accepted twice")
 
 TEST_CASE("outbox: a message whose recipients cannot be read is not read at all")
 {
-    Bench bench;
+    OutboxBench bench;
     const OutboxMessage message = bench.add();
     const std::string path = bench.folder.path("outbox/outbox.sqlite").toStdString();
     auto fault = TestSupport::SqliteFault::lostTable(QString::fromStdString(path), "recipients");
@@ -239,7 +239,7 @@ TEST_CASE("outbox: a message whose recipients cannot be read is not read at all"
 
 TEST_CASE("outbox: a message that cannot be marked as being sent is not handed out")
 {
-    Bench bench;
+    OutboxBench bench;
     const OutboxMessage message = bench.add();
     const QString path = bench.folder.path("outbox/outbox.sqlite");
     auto fault = TestSupport::SqliteFault::fullDisk(path, "UPDATE", "messages");
@@ -252,7 +252,7 @@ TEST_CASE("outbox: a message that cannot be marked as being sent is not handed o
 
 TEST_CASE("outbox: an outcome is written as a whole or not at all")
 {
-    Bench bench;
+    OutboxBench bench;
     OutboxMessage message = bench.add(State::Sending);
     const QString path = bench.folder.path("outbox/outbox.sqlite");
     auto fault = TestSupport::SqliteFault::fullDisk(path, "UPDATE", "recipients");
@@ -265,7 +265,7 @@ TEST_CASE("outbox: an outcome is written as a whole or not at all")
 
 TEST_CASE("outbox: a message that cannot be removed keeps its file")
 {
-    Bench bench;
+    OutboxBench bench;
     const OutboxMessage message = bench.add();
     const QString path = bench.folder.path("outbox/outbox.sqlite");
     auto fault = TestSupport::SqliteFault::fullDisk(path, "DELETE", "messages");
@@ -279,7 +279,7 @@ TEST_CASE("outbox: a message that cannot be removed keeps its file")
 
 TEST_CASE("outbox: a reason is told once until something has been written again")
 {
-    Bench bench;
+    OutboxBench bench;
     const QString path = bench.folder.path("outbox/outbox.sqlite");
     for (int i = 0; i < 2; ++i) {
         OutboxMessage message = bench.add(State::Queued, 0, QStringLiteral("<%1@x>").arg(i));
@@ -295,7 +295,7 @@ TEST_CASE("outbox: a reason is told once until something has been written again"
 
 TEST_CASE("outbox: a message that is due later than any pause lasts was put off under a wrong clock, and is due")
 {
-    Bench bench;
+    OutboxBench bench;
     const qint64 nowMs = 1'790'000'000'000;
     const auto usual = bench.add(State::Queued, nowMs + Outbox::kLongestPauseMs, "<1@x>");
     CHECK_FALSE(bench.outbox->claimDue(nowMs).has_value());
@@ -308,7 +308,7 @@ TEST_CASE("outbox: a message that is due later than any pause lasts was put off 
 
 TEST_CASE("outbox: while a message is being sent that was attempted before, only those are due that were not")
 {
-    Bench bench;
+    OutboxBench bench;
     const auto addTried = [&](const QString& id) {
         OutboxMessage tried = bench.add(State::Queued, 0, id);
         tried.attempts = 1;
@@ -328,7 +328,7 @@ TEST_CASE("outbox: while a message is being sent that was attempted before, only
 
 TEST_CASE("outbox: no message is accepted beyond the limits, whatever the state of those that are kept")
 {
-    Bench bench;
+    OutboxBench bench;
     const auto failed = bench.add(State::Failed, 0, "<1@x>");
     bench.add(State::Queued, 0, "<2@x>");
     OutboxMessage third;
@@ -347,7 +347,7 @@ TEST_CASE("outbox: no message is accepted beyond the limits, whatever the state 
 
 TEST_CASE("outbox: messages that failed before a time are deleted with their files, and no others")
 {
-    Bench bench;
+    OutboxBench bench;
     const auto early = bench.add(State::Failed, 5000, "<1@x>");
     const auto late = bench.add(State::Failed, 5001, "<2@x>");
     const auto ofEarlierVersion = bench.add(State::Failed, 0, "<3@x>"); // queued at 1000
@@ -370,7 +370,7 @@ TEST_CASE("outbox: each file name is a new one")
 
 TEST_CASE("outbox: it may lie in a folder with percent signs in its name")
 {
-    Bench bench;
+    OutboxBench bench;
     const auto outbox = Outbox::open(bench.folder.path("50%3 %1"), bench.error);
     REQUIRE(outbox);
     CHECK(outbox->path("m") == bench.folder.path("50%3 %1") + "/files/m");
@@ -378,7 +378,7 @@ TEST_CASE("outbox: it may lie in a folder with percent signs in its name")
 
 TEST_CASE("outbox: copies of version 1 that belong to no message are removed, and files of other names never")
 {
-    Bench bench;
+    OutboxBench bench;
     const OutboxMessage kept = bench.add();
     for (const char* copy : {"/0", "/1"})
         bench.folder.write("outbox/files/" + kOldFolder + copy, "x");
@@ -403,7 +403,7 @@ TEST_CASE("outbox: copies of version 1 that belong to no message are removed, an
 
 TEST_CASE("outbox: nothing is removed through a link, whether it is a file's, a folder's or the outbox's own")
 {
-    Bench bench;
+    OutboxBench bench;
     const QString target = bench.folder.write("elsewhere/0", "precious");
     const QString own = Outbox::newFile();
     bench.folder.write("elsewhere/" + own, "precious");
@@ -430,7 +430,7 @@ TEST_CASE("outbox: nothing is removed through a link, whether it is a file's, a 
 TEST_CASE("outbox: it is to be read again when a message is due, and every two seconds while it has any")
 {
     using std::chrono::milliseconds;
-    Bench bench;
+    OutboxBench bench;
     const qint64 nowMs = 1'790'000'000'000;
     const auto pause = [&](qint64 ms) { return bench.outbox->summary(ms).value().pause(ms); };
     CHECK(pause(nowMs) == OutboxSummary::kIdlePause);

@@ -16,7 +16,7 @@ using Outcome = OutboxMessage::Outcome;
 using Encryption = TestSupport::SmtpTestServer::Encryption;
 using TestSupport::SmtpTestServer;
 
-const QByteArray kMail("Subject: What you collected\r\n\r\nHello\r\n.\r\n..dots\r\n");
+const QByteArray kDottedMail("Subject: What you collected\r\n\r\nHello\r\n.\r\n..dots\r\n");
 
 OutboxMessage letter(const QStringList& recipients = {"ann@example.org"})
 {
@@ -48,7 +48,7 @@ SmtpSender::Ended sendFile(
 }
 
 SmtpSender::Ended send(const MailSettings& settings, OutboxMessage& message, const MailCredentials& credentials = {},
-                       const QByteArray& mail = kMail)
+                       const QByteArray& mail = kDottedMail)
 {
     const Folder folder;
     message.sizeBytes = mail.size();
@@ -81,7 +81,7 @@ TEST_CASE("smtp sender: a message arrives as it was written, dots and all")
     REQUIRE(mails.size() == 1);
     CHECK(mails[0].sender == "museum@example.net");
     CHECK(mails[0].recipients == std::vector<QByteArray>{"ann@example.org"});
-    CHECK(mails[0].data == kMail);
+    CHECK(mails[0].data == kDottedMail);
     CHECK(mails[0].login.isEmpty());
 }
 
@@ -258,9 +258,9 @@ TEST_CASE("smtp sender: once stopped it ends, whatever the server does, and retu
     SmtpTestServer server;
     server.holdAt("MAIL");
     OutboxMessage message = letter();
-    message.sizeBytes = kMail.size();
+    message.sizeBytes = kDottedMail.size();
     SmtpSender sender(testSettings(server.address()), {});
-    sender.begin(message, folder.write("m.eml", kMail));
+    sender.begin(message, folder.write("m.eml", kDottedMail));
     while (server.held() == 0)
         CHECK(sender.proceed(std::chrono::milliseconds(10)).empty());
     sender.begin(message, folder.path("none")); // has ended, which `proceed` has not said yet
@@ -295,8 +295,8 @@ TEST_CASE("smtp sender: messages that are sent at once do not wait for each othe
     SmtpSender sender(testSettings(server.address()), {});
     for (const char* recipient : {"ann@example.org", "bob@example.org", "cid@example.org"}) {
         OutboxMessage message = letter({recipient});
-        message.sizeBytes = kMail.size();
-        sender.begin(message, folder.write(recipient, kMail));
+        message.sizeBytes = kDottedMail.size();
+        sender.begin(message, folder.write(recipient, kDottedMail));
     }
     std::vector<SmtpSender::Ended> ended;
     const auto proceed = [&] {
@@ -330,15 +330,15 @@ TEST_CASE("smtp sender: a message whose file is gone, or of another length, is n
     const Folder folder;
     SmtpTestServer server;
     const MailSettings settings = testSettings(server.address());
-    const QString path = folder.write("m.eml", kMail);
+    const QString path = folder.write("m.eml", kDottedMail);
     OutboxMessage message = letter();
     for (const int difference : {-1, 1}) {
-        message.sizeBytes = kMail.size() + difference;
+        message.sizeBytes = kDottedMail.size() + difference;
         const auto result = sendFile(settings, message, path);
         CHECK(result.outcome == Outcome::Refused);
         CHECK(result.words == "the outbox has lost the message's file");
     }
-    message.sizeBytes = kMail.size();
+    message.sizeBytes = kDottedMail.size();
     CHECK(sendFile(settings, message, folder.path("none")).outcome == Outcome::Refused);
     CHECK(sendFile(settings, message, folder.path()).outcome == Outcome::Refused);
     CHECK(server.connections() == 0);
