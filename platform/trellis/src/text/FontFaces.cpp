@@ -16,9 +16,10 @@ namespace
 {
 constexpr int kLargestFileMiB = 32;
 
+/// Of the fastest kind: it has to tell the fonts of a presentation from one another, no more.
 QByteArray digest(const QByteArray& bytes)
 {
-    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex().left(24);
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha1).toHex().left(24);
 }
 
 void warn(const Cascara::FontFace& face, const QString& file, const QString& reason)
@@ -49,8 +50,8 @@ std::vector<FontFaces::Source> FontFaces::readSources(const std::vector<const Ca
         for (const QString& file : face->files) {
             QString error;
             const auto bytes = Bedrock::readBoundedFile(file, kLargestFileMiB, error);
-            if (bytes && renamedFont(*bytes, {}, error)) {
-                sources.push_back({*bytes, face});
+            if (bytes && isFont(*bytes, error)) {
+                sources.push_back({*bytes, face, identity(*bytes, *face)});
                 break;
             }
             warn(*face, file, error);
@@ -69,7 +70,7 @@ void FontFaces::set(const std::vector<Cascara::FontFace>& faces)
         // All faces of a family have one name, so that the one with the right weight is found.
         QByteArray all;
         for (const Source& source : sources)
-            all += identity(source.bytes, *source.face);
+            all += source.identity;
         const QString name = QStringLiteral("sheet-font-") + QString::fromLatin1(digest(all));
         for (const Source& source : sources)
             if (registerFont(source, name))
@@ -79,7 +80,7 @@ void FontFaces::set(const std::vector<Cascara::FontFace>& faces)
 
 bool FontFaces::registerFont(const Source& source, const QString& name)
 {
-    const QByteArray key = name.toLatin1() + identity(source.bytes, *source.face);
+    const QByteArray key = name.toLatin1() + source.identity;
     const auto known = m_names.constFind(key);
     if (known != m_names.constEnd())
         return *known;

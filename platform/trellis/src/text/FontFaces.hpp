@@ -31,6 +31,7 @@ private:
     {
         QByteArray bytes;
         const Cascara::FontFace* face;
+        QByteArray identity; ///< what distinguishes this registration from others
     };
     [[nodiscard]] static std::vector<Source> readSources(const std::vector<const Cascara::FontFace*>& faces);
     bool registerFont(const Source& source, const QString& name);

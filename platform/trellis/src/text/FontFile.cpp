@@ -41,7 +41,7 @@ void append(QByteArray& bytes, T value)
     writeAt(bytes, bytes.size() - int(sizeof(T)), value);
 }
 
-/// Empty for what is no font.
+/// Empty for what is no font. They last as long as `font`.
 Tables tablesOf(const QByteArray& font)
 {
     Tables tables;
@@ -57,7 +57,8 @@ Tables tablesOf(const QByteArray& font)
         const auto offset = readAt<quint32>(font, entry + 8), length = readAt<quint32>(font, entry + 12);
         if (quint64(offset) + length > quint64(font.size()))
             return {};
-        tables[font.mid(entry, 4)] = font.mid(int(offset), int(length));
+        // Without a copy: a font may have tens of megabytes.
+        tables[font.mid(entry, 4)] = QByteArray::fromRawData(font.constData() + offset, int(length));
     }
     return tables;
 }
@@ -111,30 +112,42 @@ void changeStyle(Tables& tables, const FontNaming& naming)
 }
 }
 
+bool isFont(const QByteArray& bytes, QString& error)
+{
+    const Tables tables = tablesOf(bytes);
+    const auto has = [&tables](const char* tag) { return tables.count(tag) > 0; };
+    if (has("cmap") && has("head") && has("hmtx") && (has("glyf") || has("CFF ") || has("CFF2")))
+        return true;
+    error = complaintAbout(bytes);
+    return false;
+}
+
 std::optional<QByteArray> renamedFont(const QByteArray& font, const FontNaming& naming, QString& error)
 {
-    Tables tables = tablesOf(font);
-    const auto has = [&tables](const char* tag) { return tables.count(tag) > 0; };
-    if (!has("cmap") || !has("head") || !has("hmtx") || (!has("glyf") && !has("CFF ") && !has("CFF2"))) {
-        error = complaintAbout(font);
+    if (!isFont(font, error))
         return std::nullopt;
-    }
+    Tables tables = tablesOf(font);
     changeStyle(tables, naming);
     tables["name"] = nameTable(naming.family);
     const int count = int(tables.size());
-    QByteArray result = font.left(4);
+    QByteArray result;
+    result.reserve(font.size() + count * kEntryBytes + tables["name"].size());
+    result += font.left(4);
     for (const int value : {count, 0, 0, 0}) // the fields for a binary search are not used
         append(result, quint16(value));
-    QByteArray contents;
+    int place = kHeaderBytes + count * kEntryBytes;
     for (const auto& [tag, bytes] : tables) {
         result += tag;
         append(result, quint32(0));
-        append(result, quint32(kHeaderBytes + count * kEntryBytes + contents.size()));
+        append(result, quint32(place));
         append(result, quint32(bytes.size()));
-        contents += bytes;
-        while (contents.size() % 4 != 0)
-            contents += '\0';
+        place += (bytes.size() + 3) / 4 * 4;
     }
-    return result + contents;
+    for (const auto& table : tables) {
+        result += table.second;
+        while (result.size() % 4 != 0)
+            result += '\0';
+    }
+    return result;
 }
 }
