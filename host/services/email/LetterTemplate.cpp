@@ -58,7 +58,7 @@ QString filledLinks(const LetterTemplate::Html& parts)
         fixedLength += piece.replace(kName, parts.name).size();
     const int length = (parts.text.size() - fixedLength) / (pieces.size() - 1);
     const QString links = parts.text.mid(pieces.first().size(), length);
-    return length >= 0 && pieces.join(links) == parts.text ? links : parts.text;
+    return pieces.join(links) == parts.text ? links : parts.text;
 }
 }
 

@@ -53,6 +53,7 @@ TEST_CASE("letter template: an end that ends nothing is text, also in a letter w
 {
     const QString text = QStringLiteral("[end]\n[language de]\nHallo\n[end]\n[end]\n[language en]\nHello\n[end]\n");
     CHECK(LetterTemplate::inLanguage(text, {"en"}) == "[end]\n[end]\nHello\n");
+    CHECK(LetterTemplate::inLanguage(text, {"fi"}) == "[end]\nHallo\n[end]\n");
 }
 
 TEST_CASE("letter template: marks that do not belong together are told with their line")

@@ -30,7 +30,9 @@ TEST_CASE("outbox service: after a passing failure the message is safe, and come
     const QString path = bench.folder.write("a.txt", "attached");
     bench.attach(message, path, "a.txt");
     expectDelay(1, "451 Come back", "60");
-    CHECK(bench.send(message).success);
+    const auto status = bench.send(message);
+    CHECK(status.success);
+    CHECK(status.error.isEmpty());
     const auto kept = bench.kept();
     REQUIRE(kept.size() == 1);
     CHECK(kept[0].state == State::Queued);

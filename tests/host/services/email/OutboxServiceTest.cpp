@@ -72,6 +72,7 @@ TEST_CASE("outbox service: a letter keeps the recipient's language, and what was
     CHECK(partBytes(mail, 0).replace("\r", "") == "Hei Ann\n\nhttps://a.example\n\n");
     const QByteArray html = partBytes(mail, 1);
     CHECK(html.contains("<p>Hei Ann</p>"));
+    CHECK(html.count("Hei Ann") == 1); // the links alone stand at the end
     CHECK_FALSE(html.contains("Dear"));
     CHECK(html.contains("href=\"https://a.example\""));
 }
