@@ -202,7 +202,7 @@ TEST_CASE("card signs: a sign takes neither a touch nor a card from what lies be
 
 TEST_CASE("card signs: a card keeps \"covered\" when the picture under it is taken away")
 {
-    Fixture f;
+    CardSignsFixture f;
     f.table.host.addPerson(1001, QStringLiteral("Ann"));
     Trellis::Widget& content = f.addContent({200.f, 400.f});
     f.put(1001, {300.f, 500.f});

@@ -137,7 +137,7 @@ TEST_CASE("table tidy: what lies over the edge so far that it can hardly be grab
 
 TEST_CASE("table tidy: what is smaller than what can be grabbed comes back as a whole, and no further")
 {
-    Fixture f;
+    TableTidyFixture f;
     f.second->setSize({30.f, 30.f});
     f.host.dragAndDrop(1, f.second->mapToScene({28.f, 15.f}), {4.f, 550.f}, 8);
     f.host.frames(30);

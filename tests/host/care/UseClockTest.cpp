@@ -202,13 +202,13 @@ TEST_CASE("use clock: with less than half a minute the widget shows for half of 
 
 TEST_CASE("use clock: a turn of the widget about its middle restarts it")
 {
-    Fixture f;
+    UseClockFixture f;
     f.checkRestart([&] { f.opened->setRotationAboutCenter(0.4f); });
 }
 
 TEST_CASE("use clock: typing in one widget leaves the clock of another one running")
 {
-    Fixture f;
+    UseClockFixture f;
     const Trellis::Widget& other = f.table.open(1002, {300.f, 540.f});
     const auto field = Bedrock::makeIntrusive<Trellis::TextEditWidget>(f.opened);
     field->postConstruct();
@@ -223,7 +223,7 @@ TEST_CASE("use clock: typing in one widget leaves the clock of another one runni
 
 TEST_CASE("use clock: a finger on a part that lies outside of the outline, such as a keyboard, restarts it")
 {
-    Fixture f;
+    UseClockFixture f;
     const auto part = Bedrock::makeIntrusive<Trellis::Widget>(f.opened);
     part->postConstruct();
     part->setSize({100.f, 60.f});
@@ -233,7 +233,7 @@ TEST_CASE("use clock: a finger on a part that lies outside of the outline, such 
 
 TEST_CASE("use clock: work in a part that does not show keeps nothing open")
 {
-    Fixture f;
+    UseClockFixture f;
     f.table.host.style(".working { in-use: true; display: none; }");
     f.opened->children()[0]->addCSSClass("working");
     f.pass(44);
