@@ -22,7 +22,7 @@ using TestSupport::SqliteFault;
 
 const QByteArray kMail("Subject: x\r\n\r\nHello\r\n");
 
-struct OutboxDeliveryBench
+struct OutboxTurnBench
 {
     Folder folder;
     QString error;
@@ -36,7 +36,7 @@ struct OutboxDeliveryBench
     std::string warning = "Outbox # Failed to write " + path.toStdString() + " (";
     std::string claimWarning = "Outbox # Failed to take a message from " + path.toStdString() + " (";
 
-    OutboxDeliveryBench() { start(); }
+    OutboxTurnBench() { start(); }
     /// As a program does at its start.
     void start()
     {
@@ -96,7 +96,7 @@ void expectFullDisk(const std::string& start)
 
 TEST_CASE("outbox turn: each message is sent once, its sender answered, and nothing left")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     const auto first = bench.add();
     const auto second = bench.add();
     CHECK_FALSE(first.isReady());
@@ -111,7 +111,7 @@ TEST_CASE("outbox turn: each message is sent once, its sender answered, and noth
 
 TEST_CASE("outbox turn: three messages are sent at a time, and the next one when one of them has ended")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     bench.server.holdAt("MAIL");
     std::vector<folly::Future<Status>> futures;
     for (int i = 0; i < 5; ++i)
@@ -129,7 +129,7 @@ TEST_CASE("outbox turn: three messages are sent at a time, and the next one when
 
 TEST_CASE("outbox turn: of messages that were attempted before one is sent at a time")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     bench.server.answer("MAIL", "451 Come back");
     for (int i = 1; i <= 2; ++i) {
         TestSupport::expectWarningStartingWith("OutboxService # Message " + std::to_string(i));
@@ -152,7 +152,7 @@ TEST_CASE("outbox turn: of messages that were attempted before one is sent at a 
 
 TEST_CASE("outbox turn: a message whose recipients cannot be read stays queued, and goes out whole later")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     const auto future = bench.add();
     auto fault = SqliteFault::lostTable(bench.path, "recipients");
     // The second time says nothing new.
@@ -170,7 +170,7 @@ TEST_CASE("outbox turn: a message whose file is lost, or not as long as it was, 
 {
     for (const bool isLost : {true, false}) {
         CAPTURE(isLost);
-        OutboxDeliveryBench bench;
+        OutboxTurnBench bench;
         const auto future = bench.add();
         const QString file = bench.outbox->path(bench.message(1).file);
         REQUIRE((isLost ? QFile::remove(file) : QFile::resize(file, kMail.size() - 1)));
@@ -184,7 +184,7 @@ TEST_CASE("outbox turn: a message whose file is lost, or not as long as it was, 
 
 TEST_CASE("outbox turn: every attempt sends the same bytes")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     bench.server.closeAt("QUIT");
     bench.server.answer("BODY", "451 Come back");
     expectDelay(1, "451 Come back", "60");
@@ -199,7 +199,7 @@ TEST_CASE("outbox turn: every attempt sends the same bytes")
 
 TEST_CASE("outbox turn: a message that has lost its recipients is kept as failed and keeps no other waiting")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     const auto damaged = bench.add();
     const auto whole = bench.add();
     SqliteFault::run(bench.path, "DELETE FROM recipients WHERE message = 1");
@@ -213,7 +213,7 @@ TEST_CASE("outbox turn: a message that has lost its recipients is kept as failed
 
 TEST_CASE("outbox turn: a full disk that lets no message be claimed is told once, and not taken for an empty outbox")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     const auto future = bench.add();
     auto fault = SqliteFault::fullDisk(bench.path, "UPDATE", "messages");
     expectFullDisk(bench.claimWarning);
@@ -228,7 +228,7 @@ TEST_CASE("outbox turn: a full disk that lets no message be claimed is told once
 
 TEST_CASE("outbox turn: a fault that comes back after it was mended is told again")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     for (int i = 0; i < 2; ++i) {
         const auto future = bench.add();
         auto fault = SqliteFault::fullDisk(bench.path, "UPDATE", "messages");
@@ -242,7 +242,7 @@ TEST_CASE("outbox turn: a fault that comes back after it was mended is told agai
 
 TEST_CASE("outbox turn: a delivery that cannot be noted is noted later, and the message is not sent again")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     const auto first = bench.add();
     auto fault = SqliteFault::fullDisk(bench.path, "DELETE", "messages");
     expectFullDisk(bench.warning);
@@ -265,7 +265,7 @@ TEST_CASE("outbox turn: a delivery that cannot be noted is noted later, and the 
 
 TEST_CASE("outbox turn: each delivery that cannot be noted is told")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     for (int id = 1; id <= 2; ++id) {
         auto fault = SqliteFault::fullDisk(bench.path, "DELETE", "messages");
         expectFullDisk(bench.warning);
@@ -280,7 +280,7 @@ TEST_CASE("outbox turn: each delivery that cannot be noted is told")
 
 TEST_CASE("outbox turn: a delay that cannot be noted strands no message, and the log tells what is so")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     bench.server.answer("MAIL", "451 Come back");
     bench.server.holdAt("MAIL");
     const auto future = bench.add();
@@ -309,7 +309,7 @@ TEST_CASE("outbox turn: a delay that cannot be noted strands no message, and the
 
 TEST_CASE("outbox turn: a refusal that cannot be noted is a failure for the sender, and noted later")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     bench.server.answer("MAIL", "550 Go away");
     const auto future = bench.add();
     auto fault = SqliteFault::fullDisk(bench.path, "UPDATE", "recipients");
@@ -328,7 +328,7 @@ TEST_CASE("outbox turn: a refusal that cannot be noted is a failure for the send
 
 TEST_CASE("outbox turn: what an earlier program was sending is queued as soon as that can be written")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     OutboxMessage interrupted = bench.make(State::Sending);
     REQUIRE(bench.outbox->add(interrupted, {10, 1000}) == Outbox::Added::Yes);
     const QString orphan = bench.outbox->path(Outbox::newFile());
@@ -348,7 +348,7 @@ TEST_CASE("outbox turn: what an earlier program was sending is queued as soon as
 
 TEST_CASE("outbox turn: a message queued under a clock that was far ahead is sent, and its age counts from now")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     bench.settings.giveUpHours = 1.0;
     bench.start();
     bench.server.answer("MAIL", "451 Come back");
@@ -372,7 +372,7 @@ TEST_CASE("outbox turn: a message queued under a clock that was far ahead is sen
 
 TEST_CASE("outbox turn: once stopped, messages are queued for the next program, and answered as kept")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     bench.server.holdAt("MAIL");
     const auto interrupted = bench.add();
     bench.readUntil([&] { return bench.server.held() == 1; });
@@ -391,7 +391,7 @@ TEST_CASE("outbox turn: once stopped, messages are queued for the next program, 
 
 TEST_CASE("outbox turn: at its deadline an answer is success, and the attempt goes on")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     bench.settings.answerSeconds = 0.0;
     bench.start();
     bench.server.holdAt("RCPT");
@@ -409,7 +409,7 @@ TEST_CASE("outbox turn: at its deadline an answer is success, and the attempt go
 
 TEST_CASE("outbox turn: no answer is completed before its deadline or the end of its attempt")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     bench.settings.answerSeconds = 3600.0;
     bench.start();
     bench.server.answer("RCPT", "550 unknown");
@@ -425,7 +425,7 @@ TEST_CASE("outbox turn: no answer is completed before its deadline or the end of
 
 TEST_CASE("outbox turn: what depends on an answer may send the next message, and what it throws harms no other")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     std::vector<folly::Future<Status>> more;
     OutboxService::Promise promise;
     auto dependent = promise.getFuture().thenValue([&](const Status& status) {
@@ -443,7 +443,7 @@ TEST_CASE("outbox turn: what depends on an answer may send the next message, and
 
 TEST_CASE("outbox turn: the state of an empty outbox")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     bench.read();
     CHECK(bench.delivery->state()
           == QJsonObject{{"name", ""},
@@ -460,7 +460,7 @@ TEST_CASE("outbox turn: the state of an empty outbox")
 
 TEST_CASE("outbox turn: while the outbox cannot be read its state stays as it was")
 {
-    OutboxDeliveryBench bench;
+    OutboxTurnBench bench;
     bench.server.answer("MAIL", "550 unknown");
     TestSupport::expectWarningStartingWith("OutboxService # Message 1 to ann@example.org was refused (550 unknown)");
     CHECK_FALSE(bench.outcome(bench.add()).success);
