@@ -204,8 +204,7 @@ def play(build, folder, changes, seed, within):
         vary(hall, changes, seed, within)
     except Failure as failure:
         logs = "; ".join(table.table.error_text() for table in hall.tables)
-        raise Failure(f"{failure}. Stored are {hall.stored()}, shown {[len(table.shows()) for table in hall.tables]} things. {logs}") \
-            from failure
+        raise Failure(f"{failure}. Stored are {hall.stored()}. {logs}") from failure
     finally:
         hall.stop()
 

@@ -206,3 +206,34 @@ TEST_CASE("inbox collections: a claim has the keys that the table knows, and fai
     TestSupport::expectWarningStartingWith("CollectionService # Failed to write " + stored.path.toStdString());
     CHECK(claimed({key}) == "failure: The store of collections could not be asked");
 }
+
+TEST_CASE("inbox collections: a replay has the changes of other tables and the claims of the day")
+{
+    ReplaySession session;
+    Stored stored;
+    int calls = 0;
+    stored.store->watch(7, [&calls] { ++calls; });
+    CollectionService other(*CollectionPlace::of({}, stored.path), CollectionSettings(), CollectionService::Watch::No);
+    CHECK(told(stored.read()).empty()); // the store is open
+    other.change({CollectionService::Change::Kind::Add, 7, item(QStringLiteral("x-1"), "one")});
+    CHECK(TestSupport::pumpUntil([&] {
+        (void)Bedrock::Inbox::instance().deliver();
+        return calls == 1;
+    }));
+    const auto claimed = stored.store->claim({"x-1"});
+    stored.service->waitUntilIdle();
+    CHECK(Bedrock::Inbox::instance().deliver() == 1);
+    CHECK(claimed.value() == QList<QString>{"x-1"});
+    REQUIRE(session.recorded.size() == 3);
+
+    session.replay();
+    InboxCollections replayed(nullptr, InboxCollections::Sharing::Shared);
+    replayed.watch(7, [&calls] { ++calls; });
+    const auto items = replayed.items(7);
+    CHECK(session.frame({session.recorded[0], session.recorded[1]}) == 2);
+    CHECK(calls == 2);
+    const auto again = replayed.claim({"x-1"});
+    CHECK(session.frame({session.recorded[2]}) == 1);
+    CHECK(again.value() == QList<QString>{"x-1"});
+    CHECK(session.missing == 0);
+}
