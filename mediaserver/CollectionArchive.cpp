@@ -3,19 +3,17 @@
 #include <archive.h>
 #include <archive_entry.h>
 
-#include <QDir>
-#include <QFile>
 #include <QSet>
 
 #include <array>
 #include <cerrno>
 #include <clocale>
 #include <ctime>
-#include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace MediaServer
 {
@@ -25,11 +23,6 @@ namespace
 
 using Archive = std::unique_ptr<archive, int (*)(archive*)>;
 using Entry = std::unique_ptr<archive_entry, void (*)(archive_entry*)>;
-
-tl::unexpected<QString> systemError()
-{
-    return tl::unexpected(QString::fromStdString(std::generic_category().message(errno)));
-}
 
 QString uniqueName(const QString& name, QSet<QString>& used)
 {
@@ -43,67 +36,124 @@ QString uniqueName(const QString& name, QSet<QString>& used)
     return result;
 }
 
-/// Copies the file into the entry that was begun. False with errno, or with the archive's error.
-bool copy(archive* zip, const Http::File& file, qint64 size)
+/// Appends what the library has written.
+la_ssize_t appendBytes(archive*, void* ready, const void* bytes, std::size_t size)
 {
-    std::array<char, 64 * 1024> piece;
-    for (qint64 done = 0; done < size;) {
-        const ssize_t got = ::pread(file.descriptor(), piece.data(), piece.size(), done);
-        // A file that is cut meanwhile would leave an entry that is no file: the archive is given up.
-        if (got <= 0 || archive_write_data(zip, piece.data(), static_cast<std::size_t>(got)) < 0)
-            return false;
-        done += got;
-    }
-    return true;
-}
-
-bool add(archive* zip, const ArchiveEntry& source, const QString& name)
-{
-    struct stat status = {};
-    if (source.file.isOpen() && ::fstat(source.file.descriptor(), &status) != 0)
-        return false;
-    const qint64 size = source.file.isOpen() ? static_cast<qint64>(status.st_size) : source.text.size();
-    const Entry entry(archive_entry_new(), archive_entry_free);
-    archive_entry_set_pathname_utf8(entry.get(), name.toUtf8().constData());
-    archive_entry_set_size(entry.get(), size);
-    archive_entry_set_filetype(entry.get(), AE_IFREG);
-    archive_entry_set_perm(entry.get(), 0644);
-    archive_entry_set_mtime(entry.get(), source.file.isOpen() ? status.st_mtime : std::time(nullptr), 0);
-    if (archive_write_header(zip, entry.get()) != ARCHIVE_OK)
-        return false;
-    if (source.file.isOpen())
-        return copy(zip, source.file, size);
-    return archive_write_data(zip, source.text.constData(), static_cast<std::size_t>(source.text.size())) == size;
+    static_cast<QByteArray*>(ready)->append(static_cast<const char*>(bytes), static_cast<int>(size));
+    return static_cast<la_ssize_t>(size);
 }
 
 } // namespace
 
-Result<Http::File> packCollection(const std::vector<ArchiveEntry>& entries)
+struct CollectionArchive::Private
 {
-    Http::File result(::open(QFile::encodeName(QDir::tempPath()).constData(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
-    if (!result.isOpen())
-        return systemError();
-    const Archive zip(archive_write_new(), archive_write_free);
-    const auto failed = [&zip] {
-        const char* const reason = archive_error_string(zip.get());
-        return reason ? tl::unexpected(QString::fromUtf8(reason)) : systemError();
-    };
-    archive_write_set_format_zip(zip.get());
-    // Names are UTF-8 whatever the locale of the server is.
-    if (archive_write_set_options(zip.get(), "zip:compression=store,hdrcharset=UTF-8") < ARCHIVE_WARN
-        || archive_write_open_fd(zip.get(), result.descriptor()) != ARCHIVE_OK)
-        return failed();
+    enum class Step { Done, Failed };
+
+    std::vector<ArchiveEntry> entries;
+    std::size_t nextEntry = 0;
+    Http::File file; ///< that is being read
+    qint64 read = 0;
+    qint64 size = 0;
+    QByteArray ready; ///< for the next pieces
+    bool hasBegun = false;
+    bool hasEnded = false;
     QSet<QString> used;
-    for (const ArchiveEntry& entry : entries) {
-        errno = 0;
-        if (!add(zip.get(), entry, uniqueName(entry.name, used)))
-            return failed();
+    Archive zip{archive_write_new(), archive_write_free}; ///< last member: it writes into `ready` when it is freed
+
+    Step begin();
+    Step beginEntry(ArchiveEntry& source);
+    Step writeHeader(const QString& name, qint64 bytes, std::time_t changed);
+    Step copyPiece();
+    Step step();
+    [[nodiscard]] static Step stepOf(la_ssize_t result) { return result < ARCHIVE_OK ? Step::Failed : Step::Done; }
+    [[nodiscard]] QString reason() const
+    {
+        const char* const known = archive_error_string(zip.get());
+        return QString::fromStdString(known ? known : std::generic_category().message(errno));
     }
-    if (archive_write_close(zip.get()) != ARCHIVE_OK)
-        return failed();
-    if (::lseek(result.descriptor(), 0, SEEK_SET) != 0)
-        return systemError();
-    return result;
+};
+
+CollectionArchive::Private::Step CollectionArchive::Private::begin()
+{
+    archive_write_set_format_zip(zip.get());
+    // What is written is there at once, and no block is filled up.
+    archive_write_set_bytes_per_block(zip.get(), 0);
+    // Names are UTF-8 whatever the locale of the server is.
+    if (archive_write_set_options(zip.get(), "zip:compression=store,hdrcharset=UTF-8") < ARCHIVE_WARN)
+        return Step::Failed;
+    return stepOf(archive_write_open(zip.get(), &ready, nullptr, &appendBytes, nullptr));
+}
+
+CollectionArchive::Private::Step CollectionArchive::Private::beginEntry(ArchiveEntry& source)
+{
+    if (!source.open) {
+        if (writeHeader(uniqueName(source.name, used), source.text.size(), std::time(nullptr)) == Step::Failed)
+            return Step::Failed;
+        return stepOf(archive_write_data(zip.get(), source.text.constData(), static_cast<std::size_t>(source.text.size())));
+    }
+    file = source.open();
+    struct stat status = {};
+    if (!file.isOpen() || ::fstat(file.descriptor(), &status) != 0) {
+        file = Http::File();
+        return Step::Done;
+    }
+    read = 0;
+    size = static_cast<qint64>(status.st_size);
+    return writeHeader(uniqueName(source.name, used), size, status.st_mtime);
+}
+
+CollectionArchive::Private::Step CollectionArchive::Private::writeHeader(const QString& name, qint64 bytes, std::time_t changed)
+{
+    const Entry entry(archive_entry_new(), archive_entry_free);
+    archive_entry_set_pathname_utf8(entry.get(), name.toUtf8().constData());
+    archive_entry_set_size(entry.get(), bytes);
+    archive_entry_set_filetype(entry.get(), AE_IFREG);
+    archive_entry_set_perm(entry.get(), 0644);
+    archive_entry_set_mtime(entry.get(), changed, 0);
+    return stepOf(archive_write_header(zip.get(), entry.get()));
+}
+
+CollectionArchive::Private::Step CollectionArchive::Private::copyPiece()
+{
+    if (read == size) {
+        file = Http::File();
+        return Step::Done;
+    }
+    std::array<char, 8 * 1024> piece;
+    errno = 0;
+    const ssize_t got = ::pread(file.descriptor(), piece.data(), piece.size(), read);
+    // A file that is cut meanwhile would leave an entry that is no file.
+    if (got <= 0)
+        return Step::Failed;
+    read += got;
+    return stepOf(archive_write_data(zip.get(), piece.data(), static_cast<std::size_t>(got)));
+}
+
+CollectionArchive::Private::Step CollectionArchive::Private::step()
+{
+    if (file.isOpen())
+        return copyPiece();
+    if (nextEntry < entries.size())
+        return beginEntry(entries[nextEntry++]);
+    hasEnded = true;
+    return stepOf(archive_write_close(zip.get()));
+}
+
+CollectionArchive::CollectionArchive(std::vector<ArchiveEntry> entries) : d(std::make_unique<Private>())
+{
+    d->entries = std::move(entries);
+}
+
+CollectionArchive::~CollectionArchive() = default;
+
+Result<QByteArray> CollectionArchive::next()
+{
+    if (!std::exchange(d->hasBegun, true) && d->begin() == Private::Step::Failed)
+        return tl::unexpected(d->reason());
+    while (d->ready.isEmpty() && !d->hasEnded)
+        if (d->step() == Private::Step::Failed)
+            return tl::unexpected(d->reason());
+    return std::exchange(d->ready, QByteArray());
 }
 
 } // namespace MediaServer

@@ -8,53 +8,35 @@
 #include <Bedrock/WorkerPool.hpp>
 #include <Http/Reply.hpp>
 
-#include <atomic>
 #include <memory>
 #include <vector>
 
 namespace MediaServer
 {
 
-/// Makes what takes its time for the visitors' pages, on two threads of its own, which send the answers: small pictures, and
-/// archives of whole collections. Called on the server's thread.
+/// Makes what takes its time for the visitors' pages: small pictures, on a thread of its own, and archives of whole collections,
+/// which are made while they are sent. Called on the pages' thread.
 class PageWorkshop
 {
 public:
-    /// What an archive is answered with when there is none. A plain record.
-    struct Refusals
-    {
-        Http::Response tooLarge;
-        Http::Response failed;
-    };
-    static constexpr int kMostWaitingArchives = 8;
+    /// Of all files of a collection together.
+    static constexpr qint64 kMostArchiveBytes = qint64(1) << 30;
 
-    struct Limits
-    {
-        qint64 archiveBytes = qint64(1) << 30; ///< of all files of a collection together
-        qint64 freeBytes = qint64(1) << 28;    ///< that an archive leaves on the disk of the temporary folder
-    };
-
-    /// With the usual limits.
-    explicit PageWorkshop(const ContentFolder& content);
-    PageWorkshop(const ContentFolder& content, const Limits& limits);
+    explicit PageWorkshop(const ContentFolder& content, qint64 mostArchiveBytes = kMostArchiveBytes);
 
     /// Sends `whole`, the answer with the file of a picture, with a small picture in the place of the file if one can be made.
     void sendThumbnail(Http::Response whole, Http::Reply reply);
 
-    /// Sends the files of the items that are there, and a list of the links, as a ZIP file.
-    void sendArchive(std::vector<Item> items, Refusals refusals, Http::Reply reply);
+    /// The files of the items that are there, and a list of the links, as a ZIP file. `tooLarge` when they are.
+    [[nodiscard]] Http::Response archive(const std::vector<Item>& items, Http::Response tooLarge) const;
 
 private:
-    [[nodiscard]] Http::Response archive(const std::vector<Item>& items, Refusals& refusals);
-    [[nodiscard]] bool hasRoom(qint64 bytes);
-
     const ContentFolder m_content;
-    const Limits m_limits;
-    Thumbnails m_thumbnails;                         ///< on the painter's thread
-    Bedrock::RareWarnings m_warnings{"MediaServer"}; ///< on the packer's thread
-    std::atomic<int> m_waitingArchives{0};
-    Bedrock::WorkerPool m_painter{1};
-    Bedrock::WorkerPool m_packer{1}; ///< last members: the threads end first
+    const qint64 m_mostArchiveBytes;
+    Thumbnails m_thumbnails; ///< on the painter's thread
+    /// On the server's thread, which sends archives, also after the end of this class.
+    const std::shared_ptr<Bedrock::RareWarnings> m_warnings = std::make_shared<Bedrock::RareWarnings>("MediaServer");
+    Bedrock::WorkerPool m_painter{1}; ///< last member: its thread ends first
 };
 
 } // namespace MediaServer

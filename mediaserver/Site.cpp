@@ -226,12 +226,10 @@ void Site::sendThumbnail(const Visit& visit, const QString& id, Http::Reply repl
 void Site::sendArchive(const Visit& visit, Http::Reply reply)
 {
     const PageTexts& texts = visit.texts;
-    auto items = m_store.items(visit.tessel);
+    const auto items = m_store.items(visit.tessel);
     if (!items)
         return reply.send(storeFailed(texts, items.error()));
-    m_workshop.sendArchive(std::move(*items),
-                           {html(413, m_renderer.message(texts, texts.tooMuchTitle, texts.tooMuchText)), notRightNow(texts)},
-                           std::move(reply));
+    reply.send(m_workshop.archive(*items, html(413, m_renderer.message(texts, texts.tooMuchTitle, texts.tooMuchText))));
 }
 
 std::optional<Http::Response> Site::form(const Visit& visit, const QStringList& rest)

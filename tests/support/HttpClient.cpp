@@ -41,6 +41,25 @@ struct HttpClient::Private
         return arrived;
     }
 
+    /// False when the body has not come whole.
+    bool receiveChunks(HttpAnswer& answer, Clock::time_point deadline)
+    {
+        for (;;) {
+            std::size_t end = std::string::npos;
+            while ((end = received.find("\r\n")) == std::string::npos)
+                if (ended || !readSome(deadline))
+                    return false;
+            const std::size_t length = std::strtoul(received.c_str(), nullptr, 16);
+            while (received.size() < end + 2 + length + 2)
+                if (ended || !readSome(deadline))
+                    return false;
+            answer.body += received.substr(end + 2, length);
+            received.erase(0, end + 2 + length + 2);
+            if (length == 0)
+                return true;
+        }
+    }
+
     std::optional<HttpAnswer> receive(bool headOnly)
     {
         const auto deadline = Clock::now() + TestSupport::kPatience;
@@ -64,6 +83,8 @@ struct HttpClient::Private
         }
         if (headOnly)
             return answer;
+        if (answer.header("transfer-encoding") == "chunked")
+            return receiveChunks(answer, deadline) ? std::optional<HttpAnswer>(answer) : std::nullopt;
         const std::size_t length = static_cast<std::size_t>(std::atol(answer.header("content-length").c_str()));
         while (received.size() < length) {
             if (ended || !readSome(deadline))

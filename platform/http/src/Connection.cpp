@@ -221,7 +221,7 @@ void Connection::answered(Response response)
 void Connection::send(Response response, bool keepAlive, bool headOnly)
 {
     m_state = State::Writing;
-    const bool isDownload = !headOnly && (response.file.isOpen() || response.body.size() > kShortAnswerBytes);
+    const bool isDownload = !headOnly && (response.file.isOpen() || response.pieces || response.body.size() > kShortAnswerBytes);
     if (isDownload && !m_door.roster.beginDownload(*this)) {
         m_door.warnings.log("Too many downloads at a time; some were answered with 503",
                             std::to_string(m_door.limits.clients.connections) + " connections");
@@ -231,12 +231,16 @@ void Connection::send(Response response, bool keepAlive, bool headOnly)
     }
     if (response.file.isOpen())
         return sendFile(std::move(response), keepAlive, headOnly);
+    if (response.pieces)
+        return sendPieces(std::move(response), keepAlive, headOnly);
 
     const auto size = static_cast<std::uint64_t>(response.body.size());
     if (headOnly)
         return sendHead(response, size, keepAlive);
     http::response<http::string_body> message;
-    fillHead(message, response, size, keepAlive);
+    fillHead(message, response);
+    message.content_length(size);
+    message.keep_alive(keepAlive);
     message.body() = response.body.toStdString();
     write(std::make_shared<Outgoing<http::string_body>>(std::move(message)), keepAlive);
 }
@@ -256,7 +260,9 @@ void Connection::sendFile(Response response, bool keepAlive, bool headOnly)
     if (headOnly)
         return sendHead(response, body.size(), keepAlive);
     http::response<http::file_body> message;
-    fillHead(message, response, body.size(), keepAlive);
+    fillHead(message, response);
+    message.content_length(body.size());
+    message.keep_alive(keepAlive);
     message.body() = std::move(body);
     write(std::make_shared<Outgoing<http::file_body>>(std::move(message)), keepAlive);
 }
@@ -264,24 +270,23 @@ void Connection::sendFile(Response response, bool keepAlive, bool headOnly)
 void Connection::sendHead(const Response& response, std::uint64_t size, bool keepAlive)
 {
     http::response<http::empty_body> message;
-    fillHead(message, response, size, keepAlive);
+    fillHead(message, response);
+    message.content_length(size);
+    message.keep_alive(keepAlive);
     write(std::make_shared<Outgoing<http::empty_body>>(std::move(message)), keepAlive);
 }
 
-template <class Message>
-void Connection::fillHead(Message& message, const Response& response, std::uint64_t size, bool keepAlive)
+void Connection::fillHead(http::response_header<>& head, const Response& response) const
 {
-    message.version(m_parser->is_header_done() ? std::min(m_parser->get().version(), 11u) : 11u);
-    message.result(static_cast<unsigned>(response.status));
-    message.set(http::field::date, httpDate());
-    message.set(http::field::content_type, toView(response.contentType));
+    head.version(m_parser->is_header_done() ? std::min(m_parser->get().version(), 11u) : 11u);
+    head.result(static_cast<unsigned>(response.status));
+    head.set(http::field::date, httpDate());
+    head.set(http::field::content_type, toView(response.contentType));
     // A browser must not guess another type, nor send the address of a page, which is a secret, to other sites.
-    message.set("X-Content-Type-Options", "nosniff");
-    message.set("Referrer-Policy", "no-referrer");
+    head.set("X-Content-Type-Options", "nosniff");
+    head.set("Referrer-Policy", "no-referrer");
     for (const auto& [name, value] : response.headers)
-        message.set(toView(name), toView(value));
-    message.content_length(size);
-    message.keep_alive(keepAlive);
+        head.set(toView(name), toView(value));
 }
 
 template <class Message>

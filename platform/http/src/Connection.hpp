@@ -6,6 +6,7 @@
 #include <boost/asio/ip/address.hpp>
 #include <boost/beast/core/basic_stream.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http/message.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/string_body.hpp>
 
@@ -53,8 +54,12 @@ private:
     void send(Response response, bool keepAlive, bool headOnly);
     void sendFile(Response response, bool keepAlive, bool headOnly);
     void sendHead(const Response& response, std::uint64_t size, bool keepAlive);
-    template <class Message>
-    void fillHead(Message& message, const Response& response, std::uint64_t size, bool keepAlive);
+    /// Sends what has to be made while it is sent (ConnectionPieces.cpp).
+    void sendPieces(Response response, bool keepAlive, bool headOnly);
+    struct Pieces;
+    void writePiece(const std::shared_ptr<Pieces>& pieces);
+    /// All but what tells the length.
+    void fillHead(boost::beast::http::response_header<>& head, const Response& response) const;
     template <class Outgoing>
     void write(std::shared_ptr<Outgoing> out, bool keepAlive);
     void written(bool keepAlive);

@@ -4,6 +4,8 @@
 
 #include <QByteArray>
 
+#include <functional>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -32,6 +34,12 @@ private:
     int m_descriptor = -1;
 };
 
+/// A body that is made while it is sent, so that it need not be kept. Returns the next piece at each call, an empty one at the
+/// end, and nothing on a failure: then the connection is cut, so that the client does not take the body for whole. A piece should
+/// be small, because a client has the timeout of the door for each. Called on the server's thread; destroyed when the client
+/// goes.
+using BodyPieces = std::function<std::optional<QByteArray>()>;
+
 using Headers = std::vector<std::pair<QByteArray, QByteArray>>;
 
 /// A request, read whole and within the limits of the door it came through.
@@ -52,8 +60,9 @@ struct TAVOLA_EXPORT Response
 {
     int status = 200;
     QByteArray contentType;
-    QByteArray body; ///< ignored when `file` is open
-    File file;       ///< sent piece by piece
+    QByteArray body;   ///< ignored when `file` is open
+    File file;         ///< sent piece by piece
+    BodyPieces pieces; ///< the body, of a length that is not known; only where neither `body` nor `file` is set
     Headers headers;
     bool closeConnection = false; ///< ends the connection after this answer, whatever the client asked for
 
