@@ -31,7 +31,7 @@ QByteArray bytesOf(CollectionArchive& archive, int* pieces = nullptr)
     }
 }
 
-ArchiveEntry file(const ContentFolder& content, const QString& name)
+ArchiveEntry entryOf(const ContentFolder& content, const QString& name)
 {
     return {name,
             [&content, name] {
@@ -74,10 +74,10 @@ TEST_CASE("collection archive: files and texts are packed under their names, in 
     folder.write(QStringLiteral("boat.png"), QByteArray(200'000, 'b'));
     folder.write(QString::fromUtf8("käsityö.pdf"), "%PDF");
     const QString finnish = QString::fromUtf8("käsityö.pdf");
-    CollectionArchive archive({file(content, QStringLiteral("boat.png")),
-                               file(content, finnish),
-                               file(content, QStringLiteral("boat.png")),
-                               file(content, QStringLiteral("gone.png")),
+    CollectionArchive archive({entryOf(content, QStringLiteral("boat.png")),
+                               entryOf(content, finnish),
+                               entryOf(content, QStringLiteral("boat.png")),
+                               entryOf(content, QStringLiteral("gone.png")),
                                {QStringLiteral("links.html"), {}, "<a>"}});
     int pieces = 0;
     const auto files = unpack(bytesOf(archive, &pieces));
@@ -119,7 +119,7 @@ TEST_CASE("collection archive: a file that is cut while it is read fails the arc
     const Folder folder;
     const ContentFolder content(folder.path());
     folder.write(QStringLiteral("boat.png"), QByteArray(100'000, 'b'));
-    CollectionArchive archive({file(content, QStringLiteral("boat.png"))});
+    CollectionArchive archive({entryOf(content, QStringLiteral("boat.png"))});
     REQUIRE(archive.next());
     folder.write(QStringLiteral("boat.png"), "short");
     bool isWhole = true;

@@ -57,21 +57,27 @@ bool CollectionDatabase::open()
         return false;
     }
     m_store = std::move(*opened);
-    std::set<QString> wanted;
     qint64 last = 0;
-    const bool isRead = run(Kind::Read, [&](Storage::Transaction& reading) {
-        wanted.clear();
-        reading.run(QStringLiteral("SELECT last FROM item_changes"), {},
-                    [&](const QSqlQuery& row) { last = row.value(0).toLongLong(); });
-        return reading.run(QStringLiteral("SELECT preview FROM items"), {},
-                           [&](const QSqlQuery& row) { wanted.insert(row.value(0).toString()); });
+    const bool isRead = run(Kind::Read, [&last](Storage::Transaction& reading) {
+        return reading.run(QStringLiteral("SELECT last FROM item_changes"), {},
+                           [&last](const QSqlQuery& row) { last = row.value(0).toLongLong(); });
     });
-    if (!isRead)
-        return false;
-    if (m_seen < 0)
+    if (isRead && m_seen < 0)
         m_seen = last;
-    m_previews.removeAllBut(wanted);
-    return true;
+    return isRead && removeStrayPreviews();
+}
+
+bool CollectionDatabase::removeStrayPreviews()
+{
+    std::set<QString> wanted;
+    const bool isRead = run(Kind::Read, [&wanted](Storage::Transaction& reading) {
+        wanted.clear();
+        return reading.run(QStringLiteral("SELECT preview FROM items"), {},
+                           [&wanted](const QSqlQuery& row) { wanted.insert(row.value(0).toString()); });
+    });
+    if (isRead)
+        m_previews.removeAllBut(wanted);
+    return isRead;
 }
 
 bool CollectionDatabase::run(Kind kind, const Storage::Store::Job& job)
@@ -212,7 +218,8 @@ std::optional<int> CollectionDatabase::removeBefore(qint64 time, qint64 now)
         count && run(Kind::Write, [now](Storage::Transaction& writing) {
             return writing.run(QStringLiteral("DELETE FROM removed_items WHERE removed < ?"), {now - kRemovedKeptSeconds});
         });
-    return isForgotten ? count : std::nullopt;
+    // This table has copies of what others have removed.
+    return isForgotten && (!m_place.isShared() || removeStrayPreviews()) ? count : std::nullopt;
 }
 
 std::optional<int> CollectionDatabase::clear(const std::vector<unsigned long>& codes, qint64 now)

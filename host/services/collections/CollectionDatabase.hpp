@@ -97,6 +97,8 @@ private:
     using Kind = Storage::Store::Kind;
 
     [[nodiscard]] bool run(Kind kind, const Storage::Store::Job& job);
+    /// Removes pictures that no item has.
+    [[nodiscard]] bool removeStrayPreviews();
     [[nodiscard]] bool copyPreview(const Change& change, QString& name) const;
     [[nodiscard]] QByteArray pictureOf(const Change& change, const QString& name) const;
     [[nodiscard]] std::map<QString, QByteArray> missingPictures(Storage::Transaction& reading,

@@ -108,7 +108,13 @@ void CollectionService::read(unsigned long code, Answer answer)
 void CollectionService::claim(const QStringList& keys, const QString& owner, Claimed claimed)
 {
     ask([this, keys, owner, claimed = std::move(claimed)](bool isUsable) {
-        const auto result = isUsable ? m_database.claim(keys, owner, m_clock()) : std::nullopt;
+        auto result = isUsable ? m_database.claim(keys, owner, m_clock()) : std::nullopt;
+        // No other table has what could not be stored yet.
+        for (const QString& key : keys) {
+            const auto unwritten = m_unwritten.find(key);
+            if (result && unwritten != m_unwritten.end() && unwritten->second.kind == Kind::Add)
+                result->append(key);
+        }
         claimed(result);
         return result.has_value();
     });
@@ -199,9 +205,12 @@ void CollectionService::turn(std::unique_lock<std::mutex>& lock)
         request = nullptr; // what it holds is let go without the lock
     }
     const bool hasReadNews = !hasNews || (m_isOpen && !isAway && readNews());
+    isDone = isDone && hasReadNews;
 
     lock.lock();
-    isDone = isDone && hasReadNews;
+    // What could not be read before may be readable now.
+    if (isDone)
+        m_changedCards.merge(std::exchange(m_unread, {}));
     m_hasNews = m_hasNews || !hasReadNews;
     m_writing = 0;
     m_hasFailed = !isDone;
@@ -241,6 +250,10 @@ bool CollectionService::answerRead(unsigned long code, const Answer& answer, boo
     for (const Change* change : own)
         if (items)
             applyTo(*items, *change);
+    if (items)
+        m_unread.erase(code);
+    else
+        m_unread.insert(code);
     answer(items);
     return items.has_value();
 }

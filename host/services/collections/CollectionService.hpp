@@ -58,7 +58,8 @@ public:
     /// CollectionDatabase::claim.
     void claim(const QStringList& keys, const QString& owner, Claimed claimed);
     /// Calls `changed` once, at once or when another program has changed something, with the cards of which anything was changed
-    /// since the last call. On the service's thread or the caller's. Replaces one that was not called. Needs Watch::Others.
+    /// since the last call, and those that could not be read before. On the service's thread or the caller's. Replaces one that
+    /// was not called. Needs Watch::Others.
     void awaitChange(Changed changed);
 
     /// {"waiting": changes that are not on the disk yet, "failed": whether the last attempt to write or read has failed}
@@ -92,10 +93,11 @@ private:
 
     const CollectionSettings m_settings;
     const Clock m_clock;
-    Bedrock::RareWarnings m_warnings{"CollectionService"}; ///< of the thread, as are the next three
+    Bedrock::RareWarnings m_warnings{"CollectionService"}; ///< of the thread, as are the next four
     CollectionDatabase m_database;
     bool m_isOpen = false;
-    Changes m_unwritten; ///< that could not be written in this turn
+    Changes m_unwritten;              ///< that could not be written in this turn
+    std::set<unsigned long> m_unread; ///< cards that could not be read last
 
     mutable std::mutex m_mutex; ///< guards what follows
     std::condition_variable m_wake;

@@ -394,3 +394,22 @@ TEST_CASE("collection database: a name that leads out of the folder is no previe
     SqliteFault::run(kept.path, QStringLiteral("UPDATE items SET preview = '../../secret.png'"));
     CHECK(kept.file->items(7, 0)->front().preview.isEmpty());
 }
+
+TEST_CASE("collection database: a table's copies of pictures go some time after another table has removed their items")
+{
+    onEach([](Kept& kept) {
+        const auto other = kept.table(kept.place.previews);
+        const QString picture = kept.folder.write(QStringLiteral("tmp/shot.png"), "picture");
+        CHECK(kept.apply({change(Kind::Add, 7, "a-1", "one", 1, picture), change(Kind::Add, 7, "a-2", "two", 1, picture)}));
+        CHECK(kept.previews().size() == 2);
+        if (kept.place.isShared())
+            kept.database.execute(QStringLiteral("DELETE FROM items WHERE key = 'a-1'"));
+        for (const QString& name : kept.previews()) {
+            QFile file(kept.place.previews + QLatin1Char('/') + name);
+            REQUIRE(file.open(QIODevice::ReadWrite));
+            REQUIRE(file.setFileTime(QDateTime::currentDateTime().addDays(-1), QFileDevice::FileModificationTime));
+        }
+        CHECK(other->removeBefore(0, 1000) == 0);
+        CHECK(kept.previews() == (kept.place.isShared() ? QStringList{"a-2.png"} : QStringList{"a-1.png", "a-2.png"}));
+    });
+}

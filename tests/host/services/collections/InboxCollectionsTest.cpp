@@ -45,14 +45,15 @@ struct Stored
     QString path = folder.path(QStringLiteral("collections.sqlite"));
     std::shared_ptr<CollectionService> service;
     std::unique_ptr<InboxCollections> store;
+    CollectionService::Watch watch;
 
-    Stored() { restart(); }
+    /// With Watch::Others a fault in the file is noticed, and logged, at any moment.
+    explicit Stored(CollectionService::Watch others = CollectionService::Watch::No) : watch(others) { restart(); }
     void restart()
     {
         store.reset();
         service.reset();
-        service = std::make_shared<CollectionService>(*CollectionPlace::of({}, path), CollectionSettings(),
-                                                      CollectionService::Watch::Others);
+        service = std::make_shared<CollectionService>(*CollectionPlace::of({}, path), CollectionSettings(), watch);
         store = std::make_unique<InboxCollections>(service, InboxCollections::Sharing::Shared);
     }
     /// What the store has for a card, as the next frame takes it.
@@ -152,7 +153,7 @@ TEST_CASE("inbox collections: an answer that does not come any more is a failure
 
 TEST_CASE("inbox collections: what another table changes reaches the card's watch in a frame, again and again")
 {
-    Stored stored;
+    Stored stored(CollectionService::Watch::Others);
     CHECK(told(stored.read()).empty());
     const auto other = std::make_unique<CollectionService>(*CollectionPlace::of({}, stored.path), CollectionSettings(),
                                                            CollectionService::Watch::No);
@@ -210,7 +211,7 @@ TEST_CASE("inbox collections: a claim has the keys that the table knows, and fai
 TEST_CASE("inbox collections: a replay has the changes of other tables and the claims of the day")
 {
     ReplaySession session;
-    Stored stored;
+    Stored stored(CollectionService::Watch::Others);
     int calls = 0;
     stored.store->watch(7, [&calls] { ++calls; });
     CollectionService other(*CollectionPlace::of({}, stored.path), CollectionSettings(), CollectionService::Watch::No);
