@@ -4,6 +4,7 @@
 
 #include <doctest/doctest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
@@ -41,6 +42,27 @@ TEST_CASE("painting threads: parts are done at the same time")
     });
     CHECK(haveMet[0]);
     CHECK(haveMet[1]);
+}
+
+TEST_CASE("painting threads: each begins with parts of its own that are neighbours")
+{
+    PaintingThreads threads(2);
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<std::thread::id> begun;
+    const std::thread::id mainThread = std::this_thread::get_id();
+    int first = -1, firstOfHelper = -1;
+    threads.run(10, [&](int part) {
+        std::unique_lock lock(mutex);
+        if (std::find(begun.begin(), begun.end(), std::this_thread::get_id()) != begun.end())
+            return;
+        begun.push_back(std::this_thread::get_id());
+        (begun.back() == mainThread ? first : firstOfHelper) = part;
+        changed.notify_all();
+        changed.wait_for(lock, TestSupport::kPatience, [&] { return begun.size() == 2; });
+    });
+    CHECK(first == 0);
+    CHECK(firstOfHelper == 5);
 }
 
 TEST_CASE("painting threads: their number is kept in range, and there is one object at a time")

@@ -146,8 +146,6 @@ PainterContext::Private::Parts PainterContext::Private::visibleParts(const QRect
 
 bool PainterContext::Private::isVisible(const Vecta::Rect& rect) const
 {
-    if (rect.isEmpty())
-        return false;
     // As toDevice, in fewer steps, for all that is not drawn. What is no number is not visible.
     const double halfWidth = double(rect.width) / 2.0, halfHeight = double(rect.height) / 2.0;
     const double middleX = rect.x + halfWidth, middleY = rect.y + halfHeight;
@@ -159,7 +157,7 @@ bool PainterContext::Private::isVisible(const Vecta::Rect& rect) const
     const auto isMet = [=](const QRectF& area) {
         return x - reachX < area.right() && x + reachX > area.left() && y - reachY < area.bottom() && y + reachY > area.top();
     };
-    return isMet(clipBounds) && std::any_of(damage.begin(), damage.end(), isMet);
+    return !rect.isEmpty() && isMet(clipBounds) && std::any_of(damage.begin(), damage.end(), isMet);
 }
 
 // ---- Pushing ---------------------------------------------------------------------------------------------------------

@@ -35,8 +35,9 @@ public:
     void prepare();
     static constexpr double kActiveWaitMs = 0.5;
 
-    /// Calls `part` with 0 .. parts-1, each once, on any of the threads in any order, and returns when all have returned.
-    /// `part` must neither throw nor call `run`. Main thread only.
+    /// Calls `part` with 0 .. parts-1, each once, on any of the threads in any order, and returns when all have returned. As far
+    /// as the threads keep pace, each calls neighbouring parts, the same ones in each call with as many parts. `part` must
+    /// neither throw nor call `run`. Main thread only.
     void run(int parts, const std::function<void(int)>& part);
 
 private:
