@@ -54,8 +54,8 @@ TEST_CASE("waiting thread: tasks run in the order of the calls, and a request to
 TEST_CASE("waiting thread: a request that has ended makes room, also one that throws")
 {
     TestSupport::expectErrorStartingWith("WorkerPool # A task failed and is dropped");
-    WaitingThread thread(1);
     std::promise<void> ended;
+    WaitingThread thread(1);
     REQUIRE(thread.add([] { throw std::runtime_error("no disk"); }));
     thread.post([&ended] { ended.set_value(); });
     ended.get_future().wait();

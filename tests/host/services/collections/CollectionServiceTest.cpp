@@ -217,14 +217,15 @@ struct SharingTable
     }
     QStringList names() const
     {
-        std::promise<QStringList> result;
-        service->read(7, [&result](const std::optional<std::vector<CollectedItem>>& items) {
+        // Shared: the service's thread may still be inside of set_value() when this one goes on.
+        const auto result = std::make_shared<std::promise<QStringList>>();
+        service->read(7, [result](const std::optional<std::vector<CollectedItem>>& items) {
             QStringList names;
             for (const CollectedItem& item : items.value_or(std::vector<CollectedItem>()))
                 names << item.displayName;
-            result.set_value(items ? names : QStringList{"unreadable"});
+            result->set_value(items ? names : QStringList{"unreadable"});
         });
-        return result.get_future().get();
+        return result->get_future().get();
     }
     std::future<std::set<unsigned long>> nextChange() const
     {
@@ -280,10 +281,10 @@ TEST_CASE("collection service: an item is sent by the table that claims it first
         const SharingTable other(database.address());
         one.service->change(serviceChange(Kind::Add, "a-1", "one"));
         const auto claim = [](const SharingTable& table, const char* owner) {
-            std::promise<QStringList> result;
+            const auto result = std::make_shared<std::promise<QStringList>>();
             table.service->claim({"a-1"}, QString::fromUtf8(owner),
-                                 [&result](const std::optional<QStringList>& keys) { result.set_value(keys.value()); });
-            return result.get_future().get();
+                                 [result](const std::optional<QStringList>& keys) { result->set_value(keys.value()); });
+            return result->get_future().get();
         };
         CHECK(claim(one, "one") == QStringList{"a-1"});
         CHECK(claim(other, "other").isEmpty());
