@@ -10,6 +10,8 @@
 
 #include <doctest/doctest.h>
 
+#include <cstdlib>
+
 using LanternTest::kArea;
 using LanternTest::kBlue;
 using LanternTest::kRed;
@@ -101,6 +103,10 @@ TEST_CASE("box fill: a picture fills its tile, and repeats across its edges")
     CHECK(image.pixel(31, 31) == 0xffff0000u);
     CHECK(image.pixel(88, 31) == 0xff00ff00u);
     CHECK(image.pixel(31, 68) == 0xff0000ffu);
+    CHECK(std::abs(qRed(image.pixel(60, 31)) - 123) <= 3); // halfway between red and green
+    CHECK(std::abs(qGreen(image.pixel(60, 31)) - 132) <= 3);
+    CHECK(std::abs(qRed(image.pixel(31, 50)) - 123) <= 3); // and between red and blue
+    CHECK(std::abs(qBlue(image.pixel(31, 50)) - 132) <= 6);
     filled.fill.tile = {-30.f, -20.f, 2.f, 2.f};
     filled.fill.repeatsX = filled.fill.repeatsY = true;
     image = filled.picture();
