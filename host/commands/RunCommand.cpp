@@ -19,6 +19,7 @@
 #include <QJsonObject>
 #include <QProcessEnvironment>
 #include <QScreen>
+#include <QStandardPaths>
 
 #include <cstdio>
 #include <memory>
@@ -166,6 +167,8 @@ int RunCommand::run(RunOptions::Command command, const QStringList& arguments, c
     makeApplication(application, programOnly, argv);
     QGuiApplication::setApplicationName(QStringLiteral("tavola"));
     QGuiApplication::setQuitOnLastWindowClosed(false);
+    options->table.decodedFolder =
+        QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) + QStringLiteral("/tavola/decoded");
     if (options->fullScreen && !options->headless)
         options->table.screen = QGuiApplication::primaryScreen()->size();
     return runTable(*options, log);

@@ -119,6 +119,11 @@ void declare(CommandLine& line, RunOptions& options, bool isReplay)
     line.addOption({"--picture-megabytes", "COUNT", "memory of what is kept as pictures (default 256; 0 keeps nothing)",
                     QStringLiteral("a whole number from 0 to %1").arg(Presentation::kMostPictureMegabytes),
                     into(table.pictureMegabytes, 0, Presentation::kMostPictureMegabytes)});
+    line.addOption({"--decoded-megabytes", "COUNT",
+                    "disk space of decoded pictures and pages, which the next start need not decode\n"
+                    "(default 512; 0 keeps nothing)",
+                    QStringLiteral("a whole number from 0 to %1").arg(Presentation::kMostPictureMegabytes),
+                    into(table.decodedMegabytes, 0, Presentation::kMostPictureMegabytes)});
     line.addOption({"--plugin", "FILE", "load this plug-in instead of the presentation's: a name, or a file with a slash",
                     QStringLiteral("the name of a plug-in, or its file with a slash in it, such as ./my-plug-in.so"),
                     [&table](const QString& value) {

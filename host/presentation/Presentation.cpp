@@ -97,7 +97,7 @@ private:
     void readTable(const JsonEntries& table)
     {
         table.checkKnown({"width", "height", "pixelPitchMm", "keyboardLayout", "language", "fit", "reducedMotion",
-                          "pictureMegabytes", "paintingThreads"});
+                          "pictureMegabytes", "decodedMegabytes", "paintingThreads"});
         m_result.sizePx.x = size(table, "width", m_result.sizePx.x);
         m_result.sizePx.y = size(table, "height", m_result.sizePx.y);
         m_result.pixelPitchMm = size(table, "pixelPitchMm", m_result.pixelPitchMm);
@@ -108,13 +108,12 @@ private:
             table.skip("language", QStringLiteral("expected the tag of a language, such as de or pt-BR"));
             m_result.language = Presentation().language;
         }
-        if (table.object().contains(QLatin1String("fit"))) {
-            m_result.fit = ScreenView::fitOf(table.value("fit").toString());
-            if (!m_result.fit)
-                table.skip("fit", QStringLiteral("expected one of scale, stretch, relayout"));
-        }
-        m_result.pictureMegabytes =
-            int(table.number("pictureMegabytes", m_result.pictureMegabytes, Presentation::kMostPictureMegabytes));
+        m_result.fit = ScreenView::fitOf(table.value("fit").toString());
+        if (!m_result.fit && table.object().contains(QLatin1String("fit")))
+            table.skip("fit", QStringLiteral("expected one of scale, stretch, relayout"));
+        constexpr double most = Presentation::kMostPictureMegabytes;
+        m_result.pictureMegabytes = int(table.number("pictureMegabytes", m_result.pictureMegabytes, most));
+        m_result.decodedMegabytes = int(table.number("decodedMegabytes", m_result.decodedMegabytes, most));
         readPaintingThreads(table);
     }
 

@@ -44,6 +44,7 @@ struct Presentation
     float pixelPitchMm = 0.55f;         ///< of a pixel of the layout, as it is shown
     std::optional<ScreenFit> fit;       ///< to the screen; nothing: Scale in full screen, Relayout in a window
     int pictureMegabytes = 256;         ///< memory of what is kept as pictures
+    int decodedMegabytes = 512;         ///< on the disk, of decoded pictures and pages; 0 keeps none
     std::optional<int> paintingThreads; ///< not set: one for each core, at most four
     bool reducedMotion = false;         ///< style sheets show no motion; `prefers-reduced-motion`
     InputSettings input;

@@ -7,6 +7,7 @@
 #include "components/PersonalWidgets.hpp"
 #include "input/InputOverlay.hpp"
 #include "input/TableInput.hpp"
+#include "presentation/DataFolder.hpp"
 #include "presentation/LanguageTexts.hpp"
 #include "recording/RecordingNote.hpp"
 #include "recording/TreeLog.hpp"
@@ -19,6 +20,7 @@
 
 #include <Bedrock/AfterUpdateQueue.hpp>
 #include <Bedrock/BGThread.hpp>
+#include <Bedrock/DecodedFiles.hpp>
 #include <Bedrock/FlagGuard.hpp>
 #include <Bedrock/Inbox.hpp>
 #include <Bedrock/Trace.hpp>
@@ -61,11 +63,26 @@ struct Table::Private
     std::shared_ptr<PersonalWidgets> personalWidgets;
     std::vector<std::shared_ptr<Tavola::UIComponent>> components; ///< what the presentation uses, for as long as it is open
 
+    static void keepDecoded(const Presentation& presentation, const TableOptions& options);
     bool loadPlugins(const QStringList& names, QString& error);
     void placeWidgets(const Presentation& presentation);
     void clearLayers();
     void close();
 };
+
+/// The pictures and pages of this presentation are kept from one start to the next; what visitors bring or leave is not.
+void Table::Private::keepDecoded(const Presentation& presentation, const TableOptions& options)
+{
+    const qint64 megabytes = options.decodedMegabytes.value_or(presentation.decodedMegabytes);
+    if (options.decodedFolder.isEmpty() || megabytes == 0)
+        return;
+    Bedrock::DecodedFiles::Settings settings;
+    settings.folder = options.decodedFolder;
+    settings.mostBytes = megabytes << 20;
+    settings.root = presentation.folder;
+    settings.unkept = QStringList{dataFolder(presentation.folder, options.dataFolder), QDir::tempPath()};
+    Bedrock::DecodedFiles::setShared(std::make_shared<Bedrock::DecodedFiles>(settings));
+}
 
 bool Table::Private::loadPlugins(const QStringList& names, QString& error)
 {
@@ -139,6 +156,7 @@ void Table::Private::close()
     Cascara::StyleEngine::instance().clearStyleSheets();
     Cascara::StyleEngine::instance().setChecksNames(false);
     styleTypes.reset();
+    Bedrock::DecodedFiles::setShared(nullptr);
 }
 
 Table::Table() : d(std::make_unique<Private>()) {}
@@ -182,6 +200,7 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const Table
     d.personalWidgets = std::make_shared<PersonalWidgets>();
     if (!d.services.start(*d.tavola->services(), d.personalWidgets, presentation, options, *d.input, error))
         return nullptr;
+    Private::keepDecoded(presentation, options);
     auto& styles = Cascara::StyleEngine::instance();
     styles.setPixelPitch(double(presentation.pixelPitchMm));
     styles.setMedia({d.view.layout().x, d.view.layout().y, presentation.reducedMotion});

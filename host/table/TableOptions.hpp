@@ -19,6 +19,8 @@ struct TableOptions
     std::optional<InputSettings::Listener> listener; ///< replaces the presentation's listeners
     QString language;                                ///< of the table, a tag in lower case; replaces the presentation's
     std::optional<int> pictureMegabytes;             ///< replaces the presentation's
+    std::optional<int> decodedMegabytes;             ///< replaces the presentation's
+    QString decodedFolder;                           ///< where decoded pictures and pages are kept; empty: nowhere
     std::optional<int> paintingThreads;              ///< replaces the presentation's
     bool showInput = false;                          ///< draw contacts over the table
     QString recordFile;                              ///< record the input into it

@@ -48,7 +48,7 @@ TEST_CASE("run options: every option is read, in any order")
     const RunOptions options =
         parsed("--headless --size 800x600 --inspect 0 gallery --manual-clock --opengl --fit stretch --tuio 0.0.0.0:4000 "
                "--plugin lib/one.so --data /var/table --media-server https://media.example/ "
-               "--painting-threads 3 --picture-megabytes 0 --language pt-BR");
+               "--painting-threads 3 --picture-megabytes 0 --decoded-megabytes 7 --language pt-BR");
     CHECK(options.presentation == "gallery");
     CHECK(options.headless);
     CHECK(options.manualClock);
@@ -63,6 +63,7 @@ TEST_CASE("run options: every option is read, in any order")
     CHECK(options.table.mediaServer == "https://media.example/");
     CHECK(options.table.paintingThreads == 3);
     CHECK(options.table.pictureMegabytes == 0);
+    CHECK(options.table.decodedMegabytes == 7);
     CHECK(options.table.language == "pt-br");
 }
 
@@ -136,6 +137,8 @@ TEST_CASE("run options: arguments that make no sense are refused with what would
         {"a --painting-threads 17", "--painting-threads wants a whole number from 1 to 16"},
         {"a --picture-megabytes -1", "--picture-megabytes wants a whole number from 0 to 65536"},
         {"a --picture-megabytes 65537", "--picture-megabytes wants a whole number from 0 to 65536"},
+        {"a --decoded-megabytes -1", "--decoded-megabytes wants a whole number from 0 to 65536"},
+        {"a --decoded-megabytes 65537", "--decoded-megabytes wants a whole number from 0 to 65536"},
         {"a --media-server", kServer},
         {"a --media-server ftp://media", kServer},
         {"a --media-server httpx", kServer},
@@ -227,7 +230,7 @@ TEST_CASE("run options: the help lists every option, that of a replay all but th
         for (const char* option :
              {"--headless", "--trees FILE", "--show-input", "--inspect PORT", "--manual-clock", "--fullscreen", "--fit HOW",
               "--language TAG", "--opengl", "--plugin FILE", "--media-server URL", "--mail-server URL", "--data DIR",
-              "--painting-threads COUNT", "--picture-megabytes COUNT"})
+              "--painting-threads COUNT", "--picture-megabytes COUNT", "--decoded-megabytes COUNT"})
             CHECK_MESSAGE(help.contains(QLatin1String("\n  ") + QLatin1String(option)), option);
         for (const char* option : {"--size WxH", "--tuio [tcp:][ADDRESS:]PORT", "--record FILE"})
             CHECK_MESSAGE(help.contains(QLatin1String("\n  ") + QLatin1String(option)) != isReplay, option);

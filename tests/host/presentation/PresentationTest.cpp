@@ -60,7 +60,7 @@ TEST_CASE("presentation: everything that may stand in one is read")
     Written written(R"({
         "title": "Two rooms",
         "page": {"museum": "Two rooms"},
-        "table": {"width": 3840, "height": 2160, "pixelPitchMm": 0.4, "keyboardLayout": "fi", "language": "pt-BR", "fit": "stretch", "reducedMotion": true, "pictureMegabytes": 64, "paintingThreads": 3},
+        "table": {"width": 3840, "height": 2160, "pixelPitchMm": 0.4, "keyboardLayout": "fi", "language": "pt-BR", "fit": "stretch", "reducedMotion": true, "pictureMegabytes": 64, "decodedMegabytes": 32, "paintingThreads": 3},
         "styleSheets": ["look/rooms.css"],
         "plugins": ["one", "lib/two.so"],
         "people": "people.csv",
@@ -85,6 +85,7 @@ TEST_CASE("presentation: everything that may stand in one is read")
     CHECK(presentation.languageFolders.isEmpty());
     CHECK(presentation.fit == ScreenFit::Stretch);
     CHECK(presentation.pictureMegabytes == 64);
+    CHECK(presentation.decodedMegabytes == 32);
     CHECK(presentation.paintingThreads == 3);
     CHECK(presentation.reducedMotion);
     CHECK(presentation.styleSheets == QStringList{sheet});
@@ -226,7 +227,7 @@ TEST_CASE("presentation: unknown entries are reported with their place, the rest
     written.skips(
         "table.widht",
         QStringLiteral("unknown entry; known are width, height, pixelPitchMm, keyboardLayout, language, fit, reducedMotion, "
-                       "pictureMegabytes, paintingThreads"));
+                       "pictureMegabytes, decodedMegabytes, paintingThreads"));
     written.skips("widgets[0].atributes", QStringLiteral("unknown entry; known are component, id, classes, attributes, slots"));
     written.skips("services.mail", QStringLiteral("unknown kind of service; known are email-service, media-server-service"));
     written.skips("services.media-server-service[0].timeout",
@@ -272,7 +273,7 @@ TEST_CASE("presentation: an unknown way to fit the screen is reported, and the u
 TEST_CASE("presentation: an element of the wrong kind costs itself only")
 {
     Written written(
-        R"({"table": {"width": -3, "height": "high", "pixelPitchMm": 0, "keyboardLayout": "qwerty", "pictureMegabytes": -1, "paintingThreads": 2.5},
+        R"({"table": {"width": -3, "height": "high", "pixelPitchMm": 0, "keyboardLayout": "qwerty", "pictureMegabytes": -1, "decodedMegabytes": 65537, "paintingThreads": 2.5},
                         "styleSheets": [1, "look.css"], "plugins": [null, "one"], "cards": [1.5, -1, "x", 1e300, 7],
                         "services": {"media-server-service": [7, {"address": "ftp://a"}, {"address": "http://"}, {"address": "http://a", "timeoutSeconds": 0}]},
                         "widgets": [3, {"id": "nameless"}, {"component": "text", "attributes": [], "slots": 1}, {"component": "panel"}]})");
@@ -285,6 +286,7 @@ TEST_CASE("presentation: an element of the wrong kind costs itself only")
     written.skips("table.width", number).skips("table.height", number).skips("table.pixelPitchMm", number);
     written.skips("table.keyboardLayout", QStringLiteral("expected one of en, de, fi, fr, none"));
     written.skips("table.pictureMegabytes", QStringLiteral("expected a number from 0 to 65536"));
+    written.skips("table.decodedMegabytes", QStringLiteral("expected a number from 0 to 65536"));
     written.skips("table.paintingThreads", QStringLiteral("expected a whole number from 1 to 16"));
     written.skips("styleSheets[0]", QStringLiteral("expected the name of a file"));
     written.skips("plugins[0]", QStringLiteral("expected the name of a plug-in"));

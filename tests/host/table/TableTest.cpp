@@ -6,6 +6,7 @@
 #include "services/PeopleRegistry.hpp"
 
 #include <Bedrock/AfterUpdateQueue.hpp>
+#include <Bedrock/DecodedFiles.hpp>
 #include <Bedrock/Inbox.hpp>
 #include <Bedrock/ReferenceCounted.hpp>
 #include <EventLoop.hpp>
@@ -405,4 +406,61 @@ TEST_CASE("table: a port that is taken is reported with the remedy")
     TestSupport::expectErrorStartingWith(told);
     CHECK_FALSE(place.tryToOpen());
     CHECK(place.error.toStdString().compare(0, told.size(), told) == 0);
+}
+
+TEST_CASE("table: decoded pictures of the presentation are kept on the disk while it is open, those of visitors are not")
+{
+    TablePlace place;
+    place.presentation("{}");
+    place.options.decodedFolder = place.folder.path(QStringLiteral("cache"));
+    place.folder.write(QStringLiteral("picture.png"), "a");
+    place.folder.write(QStringLiteral("data/visitor.png"), "a");
+    const auto isKept = [&place](const char* file) {
+        const auto kept = Bedrock::DecodedFiles::shared();
+        return kept && kept->source(place.folder.path(QString::fromLatin1(file)), "large").has_value();
+    };
+    {
+        const auto table = place.open();
+        CHECK(isKept("picture.png"));
+        CHECK_FALSE(isKept("data/visitor.png"));
+        CHECK_FALSE(isKept("../picture.png"));
+    }
+    CHECK_FALSE(Bedrock::DecodedFiles::shared());
+
+    struct Row
+    {
+        const char* what;
+        const char* presentation;
+        std::optional<int> option;
+        bool isKept;
+    };
+    const Row rows[] = {{"off in the presentation", R"({"table": {"decodedMegabytes": 0}})", {}, false},
+                        {"off by the option", "{}", 0, false},
+                        {"on again by the option", R"({"table": {"decodedMegabytes": 0}})", 1, true}};
+    for (const Row& row : rows) {
+        CAPTURE(row.what);
+        place.presentation(row.presentation);
+        place.options.decodedMegabytes = row.option;
+        const auto table = place.open();
+        CHECK(isKept("picture.png") == row.isKept);
+    }
+    place.options.decodedFolder.clear();
+    const auto table = place.open();
+    CHECK_FALSE(isKept("picture.png"));
+}
+
+TEST_CASE("table: decoded pictures take no more of the disk than the presentation allows")
+{
+    TablePlace place;
+    place.presentation(R"({"table": {"decodedMegabytes": 1}})");
+    place.options.decodedFolder = place.folder.path(QStringLiteral("cache"));
+    place.folder.write(QStringLiteral("picture.png"), "a");
+    const auto table = place.open();
+    const auto kept = Bedrock::DecodedFiles::shared();
+    const auto source = kept->source(place.folder.path(QStringLiteral("picture.png")), "large");
+    REQUIRE(source);
+    kept->keep(*source, QByteArray(1 << 20, 'x')); // with its head more than a megabyte
+    CHECK_FALSE(kept->find(*source));
+    kept->keep(*source, QByteArray(1000000, 'x'));
+    CHECK(kept->find(*source));
 }

@@ -5,6 +5,7 @@
 #include "EventLoop.hpp"
 #include "PdfFile.hpp"
 
+#include <Bedrock/DecodedFiles.hpp>
 #include <Bedrock/Inbox.hpp>
 
 #include <QDateTime>
@@ -192,4 +193,51 @@ TEST_CASE("pdf pages: destroyed with requests under way, it answers none of them
     }
     (void)Bedrock::Inbox::instance().deliver();
     CHECK(told == 0);
+}
+
+TEST_CASE("pdf pages: a page that is kept on the disk is not rendered, one of another width or number is")
+{
+    const QTemporaryDir entries;
+    Reader reader;
+    const QString path = reader.pdf("a.pdf", {Qt::red, Qt::green});
+    const auto kept = std::make_shared<Bedrock::DecodedFiles>(
+        Bedrock::DecodedFiles::Settings{entries.path(), 10 << 20, reader.folder.path(), {}});
+    Bedrock::DecodedFiles::setShared(kept);
+    CHECK(Reader::middle(reader.outcome({path, 0, 50}).image) == QColor(Qt::red));
+    const auto source = kept->source(path, "page 0 50");
+    REQUIRE(source);
+    REQUIRE(kept->find(*source));
+    // What is kept is given, even when it is another page.
+    Tavola::RenderedPage other;
+    other.image = QImage(50, 25, QImage::Format_ARGB32_Premultiplied);
+    other.image.fill(Qt::blue);
+    other.pageCount = 9;
+    kept->keep(*source, other.toBytes());
+    const auto outcome = reader.outcome({path, 0, 50});
+    CHECK(Reader::middle(outcome.image) == QColor(Qt::blue));
+    CHECK(outcome.pageCount == 9);
+    CHECK(Reader::middle(reader.outcome({path, 0, 60}).image) == QColor(Qt::red));
+    CHECK(Reader::middle(reader.outcome({path, 1, 50}).image) == QColor(Qt::green));
+    // Bytes that are no page are not shown.
+    kept->keep(*source, "no page");
+    CHECK(Reader::middle(reader.outcome({path, 0, 50}).image) == QColor(Qt::red));
+    Bedrock::DecodedFiles::setShared(nullptr);
+}
+
+TEST_CASE("pdf pages: a page that cannot be rendered is not kept")
+{
+    const QTemporaryDir entries;
+    Reader reader;
+    const auto kept = std::make_shared<Bedrock::DecodedFiles>(
+        Bedrock::DecodedFiles::Settings{entries.path(), 10 << 20, reader.folder.path(), {}});
+    Bedrock::DecodedFiles::setShared(kept);
+    QFile file(reader.path("no.pdf"));
+    REQUIRE(file.open(QIODevice::WriteOnly));
+    file.write("no document");
+    file.close();
+    CHECK_FALSE(reader.outcome({file.fileName(), 0, 50}).error.isEmpty());
+    const auto source = kept->source(file.fileName(), "page 0 50");
+    REQUIRE(source);
+    CHECK_FALSE(kept->find(*source));
+    Bedrock::DecodedFiles::setShared(nullptr);
 }

@@ -1,5 +1,7 @@
 #include "picture/ImageLoader.hpp"
 
+#include "picture/KeptImage.hpp"
+
 #include <Bedrock/Inbox.hpp>
 #include <Bedrock/Trace.hpp>
 
@@ -94,7 +96,7 @@ ImageLoader::Outcome ImageLoader::readIfChanged(const ImageKey& key, qint64 know
     outcome.modifiedMs = info.exists() ? info.lastModified().toMSecsSinceEpoch() : kUnknownTime;
     outcome.isUnchanged = knownModifiedMs != kUnknownTime && outcome.modifiedMs == knownModifiedMs;
     if (!outcome.isUnchanged)
-        outcome.read = readImage(key.path, key.size);
+        outcome.read = readKeptImage(key.path, key.size);
     return outcome;
 }
 

@@ -38,7 +38,7 @@ public:
     void shutDown();
 
     [[nodiscard]] ImageCache& cache() noexcept { return m_cache; }
-    /// Files decoded since the process began.
+    /// Files read since the process began, decoded or kept.
     [[nodiscard]] long filesRead() const noexcept { return m_filesRead; }
 
     ImageLoader(const ImageLoader&) = delete;

@@ -37,6 +37,6 @@ constexpr int kLargestUnknownPx = 2048;
 
 /// Reads a picture, turned as its file says, scaled down to the wanted size and never up. One that would take more than
 /// kMostDecodingBytes is scaled down further where its format is decoded scaled, and refused by its header otherwise, as is one
-/// whose header announces no size. Any thread; blocks. The one place where files become pictures.
+/// whose header announces no size. Any thread; blocks. The one place where files are decoded.
 [[nodiscard]] ReadImage readImage(const QString& path, const ImageSize& wanted);
 }
