@@ -10,9 +10,9 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QRegularExpression>
 
 #include <algorithm>
+#include <cctype>
 #include <map>
 #include <optional>
 
@@ -31,9 +31,24 @@ void warn(const QString& file, int line, const QString& what)
 /// The line on which an object's entry of this name stands.
 int lineOf(const QByteArray& json, const QString& name)
 {
-    const QRegularExpression key(QStringLiteral("\"%1\"\\s*:").arg(QRegularExpression::escape(name)));
-    const QString text = QString::fromUtf8(json);
-    return 1 + text.left(text.indexOf(key)).count(QLatin1Char('\n'));
+    const QByteArray key = '"' + name.toUtf8() + '"';
+    for (int at = json.indexOf(key); at >= 0; at = json.indexOf(key, at + 1)) {
+        int end = at + key.size();
+        while (end < json.size() && std::isspace(static_cast<unsigned char>(json[end])))
+            ++end;
+        if (end < json.size() && json[end] == ':')
+            return 1 + int(std::count(json.begin(), json.begin() + at, '\n'));
+    }
+    return 1 + json.count('\n');
+}
+
+/// A letter, then letters, digits and hyphens, all in lower case.
+bool isNameOfText(const QString& text)
+{
+    const auto isLetter = [](QChar c) { return c >= QLatin1Char('a') && c <= QLatin1Char('z'); };
+    return !text.isEmpty() && isLetter(text[0]) && std::all_of(text.begin(), text.end(), [&isLetter](QChar c) {
+        return isLetter(c) || (c >= QLatin1Char('0') && c <= QLatin1Char('9')) || c == QLatin1Char('-');
+    });
 }
 
 std::optional<LanguageTexts> readFile(const QFileInfo& info)
@@ -60,11 +75,10 @@ std::optional<LanguageTexts> readFile(const QFileInfo& info)
                  .arg(document.isNull() ? fault.errorString() : QStringLiteral("expected an object of names and texts")));
         return std::nullopt;
     }
-    static const QRegularExpression name(QStringLiteral("\\A[a-z][a-z0-9-]*\\z"));
     const QJsonObject object = document.object();
     for (auto entry = object.begin(); entry != object.end(); ++entry) {
         const int line = lineOf(*bytes, entry.key());
-        if (!name.match(entry.key()).hasMatch())
+        if (!isNameOfText(entry.key()))
             warn(result.file, line,
                  QStringLiteral("\"%1\" is no name of a text (a letter, then letters, digits and hyphens, all in lower case); it "
                                 "is skipped")
