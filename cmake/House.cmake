@@ -112,6 +112,17 @@ function(house_check_headers name)
     endif()
 endfunction()
 
+# house_stamp_plugin(target): lets the host bind the functions of a plug-in at their first use, where it runs with the libraries
+# that the plug-in was linked with (PluginStamp.hpp).
+function(house_stamp_plugin target)
+    target_sources(${target} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/StampNote.cpp)
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${CMAKE_SOURCE_DIR}/cmake/stamp-plugin)
+    if(NOT TAVOLA_SANITIZER)
+        add_custom_command(TARGET ${target} POST_BUILD
+            COMMAND ${CMAKE_SOURCE_DIR}/cmake/stamp-plugin $<TARGET_FILE:${target}> $<TARGET_FILE_DIR:bedrock> VERBATIM)
+    endif()
+endfunction()
+
 # house_test(name SOURCES ATest.cpp BTest.cpp ... LINKS ... [THREADS BTest] [LABELS unit]): one test program, one ctest entry
 # per source file, run without a display. A file whose filter finds no test case fails. THREADS names the files whose tests
 # start threads: these entries have the label "threads", and the target "threads" builds their programs, for ThreadSanitizer.

@@ -1,5 +1,7 @@
 #include <Tavola/PluginLoader.hpp>
 
+#include "component/PluginStamp.hpp"
+
 #include <Bedrock/Trace.hpp>
 #include <Tavola/Package.hpp>
 #include <Tavola/Tavola.hpp>
@@ -56,8 +58,10 @@ std::unique_ptr<PluginLoader> PluginLoader::load(const QString& path, QString& e
         Bedrock::Trace::warning("PluginLoader # %s is missing; %s can register no components", qUtf8Printable(packagePath),
                                 qUtf8Printable(plugin->m_path));
     }
-    // Everything is resolved now: a missing symbol is a reason at loading, not a crash at a visitor's touch.
-    plugin->m_handle = dlopen(QFile::encodeName(plugin->m_path).constData(), RTLD_NOW | RTLD_LOCAL);
+    // Everything is resolved now: a missing symbol is a reason at loading, not a crash at a visitor's touch. With the very
+    // libraries that the plug-in was linked with none can be missing, and most are found faster when they are first used.
+    const int binding = isLinkedWithThisProgram(pluginStamp(plugin->m_path)) ? RTLD_LAZY : RTLD_NOW;
+    plugin->m_handle = dlopen(QFile::encodeName(plugin->m_path).constData(), binding | RTLD_LOCAL);
     if (!plugin->m_handle) {
         error = loaderReason();
         return nullptr; // the destructor removes the package

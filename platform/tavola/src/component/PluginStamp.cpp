@@ -1,0 +1,131 @@
+#include "component/PluginStamp.hpp"
+
+#include <QFile>
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+#include <elf.h>
+#include <link.h>
+
+namespace Tavola
+{
+namespace
+{
+constexpr char kOwner[] = "TAVOLA";
+constexpr char kLoaderOwner[] = "GNU";
+constexpr quint32 kStampType = 1;
+/// The notes lie at the beginning of a file.
+constexpr qint64 kReadBytes = 8192;
+
+quint32 padded(quint32 size)
+{
+    return (size + 3u) & ~3u;
+}
+
+/// The content of the first note of that owner and type; empty when there is none. The bytes are not trusted.
+std::string_view noteIn(std::string_view notes, const char* owner, quint32 type)
+{
+    while (notes.size() >= sizeof(ElfW(Nhdr))) {
+        ElfW(Nhdr) head;
+        std::memcpy(&head, notes.data(), sizeof(head));
+        notes.remove_prefix(sizeof(head));
+        if (head.n_namesz > notes.size() || head.n_descsz > notes.size()
+            || padded(head.n_namesz) + padded(head.n_descsz) > notes.size())
+            return {};
+        if (head.n_type == type && head.n_namesz == std::strlen(owner) + 1
+            && std::memcmp(notes.data(), owner, head.n_namesz) == 0)
+            return notes.substr(padded(head.n_namesz), head.n_descsz);
+        notes.remove_prefix(padded(head.n_namesz) + padded(head.n_descsz));
+    }
+    return {};
+}
+
+/// A line of a stamp.
+struct LinkedLibrary
+{
+    std::string_view file;
+    std::string_view build; ///< hexadecimal digits
+};
+
+bool isHexOf(std::string_view digits, std::string_view bytes)
+{
+    constexpr char kDigits[] = "0123456789abcdef";
+    if (bytes.empty() || digits.size() != 2 * bytes.size())
+        return false;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(bytes[i]);
+        if (digits[2 * i] != kDigits[byte >> 4] || digits[2 * i + 1] != kDigits[byte & 15])
+            return false;
+    }
+    return true;
+}
+
+/// Removes a library of the program from those that are missing. Not 0 for another build of one, which ends the search.
+int compareLibrary(dl_phdr_info* library, std::size_t, void* data)
+{
+    auto& missing = *static_cast<std::vector<LinkedLibrary>*>(data);
+    const std::string_view path(library->dlpi_name);
+    const std::string_view file = path.substr(path.rfind('/') + 1);
+    const auto line =
+        std::find_if(missing.begin(), missing.end(), [file](const LinkedLibrary& linked) { return linked.file == file; });
+    if (line == missing.end())
+        return 0;
+    for (int i = 0; i < library->dlpi_phnum; ++i) {
+        const ElfW(Phdr)& part = library->dlpi_phdr[i];
+        if (part.p_type != PT_NOTE)
+            continue;
+        const auto* const notes = reinterpret_cast<const char*>(library->dlpi_addr + part.p_vaddr);
+        if (isHexOf(line->build, noteIn({notes, part.p_memsz}, kLoaderOwner, NT_GNU_BUILD_ID))) {
+            missing.erase(line);
+            return 0;
+        }
+    }
+    return 1;
+}
+}
+
+QByteArray pluginStamp(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return {};
+    const QByteArray start = file.read(kReadBytes);
+    ElfW(Ehdr) head;
+    if (start.size() < int(sizeof(head)))
+        return {};
+    std::memcpy(&head, start.constData(), sizeof(head));
+    if (std::memcmp(head.e_ident, ELFMAG, SELFMAG) != 0 || head.e_phentsize != sizeof(ElfW(Phdr)))
+        return {};
+    const auto size = std::size_t(start.size());
+    for (std::size_t i = 0; i < head.e_phnum; ++i) {
+        ElfW(Phdr) part;
+        if (head.e_phoff > size || size - head.e_phoff < (i + 1) * sizeof(part))
+            return {};
+        std::memcpy(&part, start.constData() + head.e_phoff + i * sizeof(part), sizeof(part));
+        if (part.p_type != PT_NOTE || part.p_offset > size || part.p_filesz > size - part.p_offset)
+            continue;
+        const std::string_view stamp = noteIn({start.constData() + part.p_offset, part.p_filesz}, kOwner, kStampType);
+        if (!stamp.empty())
+            return QByteArray(stamp.data(), int(qstrnlen(stamp.data(), uint(stamp.size()))));
+    }
+    return {};
+}
+
+bool isLinkedWithThisProgram(const QByteArray& stamp)
+{
+    std::vector<LinkedLibrary> missing;
+    std::string_view rest(stamp.constData(), std::size_t(stamp.size()));
+    while (!rest.empty()) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        rest.remove_prefix(std::min(rest.size(), line.size() + 1));
+        const std::size_t space = line.find(' ');
+        if (space == std::string_view::npos)
+            return false;
+        missing.push_back({line.substr(0, space), line.substr(space + 1)});
+    }
+    return !missing.empty() && dl_iterate_phdr(&compareLibrary, &missing) == 0 && missing.empty();
+}
+}
