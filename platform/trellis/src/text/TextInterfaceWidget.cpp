@@ -1,6 +1,7 @@
 #include <Trellis/TextInterfaceWidget.hpp>
 
 #include "text/FontFaces.hpp"
+#include "text/TextMeasures.hpp"
 #include "text/TextPrivate.hpp"
 #include "tree/WidgetRecords.hpp"
 
@@ -124,13 +125,22 @@ const TextBlock& TextInterfaceWidget::TextPrivate::lines(float widthPx)
     return block;
 }
 
+Vecta::Vector2f TextInterfaceWidget::TextPrivate::measure(float widthPx)
+{
+    if (const auto known = TextMeasures::find(text.value(), format(), widthPx))
+        return *known;
+    const Vecta::Vector2f size = lines(widthPx).size();
+    TextMeasures::keep(text.value(), format(), widthPx, size);
+    return size;
+}
+
 Vecta::Vector2f TextInterfaceWidget::TextPrivate::measured(float widthPx)
 {
     widthPx = std::max(0.f, widthPx);
     if (m_measures[0].widthPx != widthPx) {
         std::swap(m_measures[0], m_measures[1]);
         if (m_measures[0].widthPx != widthPx)
-            m_measures[0] = {widthPx, lines(widthPx).size()};
+            m_measures[0] = {widthPx, measure(widthPx)};
     }
     return m_measures[0].size;
 }
@@ -171,6 +181,7 @@ void TextInterfaceWidget::fontsChanged()
 {
     d->forgetMeasures();
     d->forgetFormat();
+    TextMeasures::clear();
     requestLayout();
     requestRedraw();
 }

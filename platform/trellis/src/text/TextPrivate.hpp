@@ -63,6 +63,7 @@ struct TextInterfaceWidget::TextPrivate
 
 private:
     [[nodiscard]] const Facet::AttributeT<Alignment>& widgetAlign() const;
+    [[nodiscard]] Vecta::Vector2f measure(float widthPx);
 
     TextFormat::Pointer m_format; ///< null until it is needed
     KeptTextBlock m_lines;
