@@ -3,6 +3,8 @@
 #include <Bedrock/Inbox.hpp>
 #include <Bedrock/InboxSource.hpp>
 #include <EventLoop.hpp>
+#include <LogCapture.hpp>
+#include <TestHost.hpp>
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -248,4 +250,27 @@ TEST_CASE("network: a POST is sent once, also when a kept connection closes with
     CHECK(f.finished(f.manager.post(request, QByteArray("sun"))).error() == QNetworkReply::NoError);
     CHECK(f.finished(f.manager.post(request, QByteArray("sun"))).error() != QNetworkReply::NoError);
     CHECK(posts == 2);
+}
+
+TEST_CASE("network: a manager made ahead belongs to its parent, and is of the content that its user wants")
+{
+    TestSupport::TestHost host;
+    QObject first;
+    QObject second;
+    auto* const one = Tavola::makeNetworkManager(&first);
+    CHECK(one->parent() == &first);
+    host.frames(2); // the next one is made meanwhile
+    auto* const two = Tavola::makeNetworkManager(&second, Tavola::NetworkContent::Pictures);
+    CHECK(two != one);
+    CHECK(two->parent() == &second);
+    CHECK(first.findChildren<QNetworkAccessManager*>().size() == 1);
+    // A text is no picture, which only the second one has to say.
+    Server server(kAnswer);
+    for (auto* const manager : {one, two}) {
+        if (manager == two)
+            TestSupport::expectWarningStartingWith("Network # ");
+        QNetworkReply* const reply = manager->get(QNetworkRequest(server.url()));
+        REQUIRE(host.frameUntil([&] { return reply->isFinished(); }));
+        CHECK(reply->readAll() == "moons");
+    }
 }

@@ -5,10 +5,12 @@
 
 #include <Bedrock/Inbox.hpp>
 #include <Tavola/HttpClient.hpp>
+#include <Tavola/Tavola.hpp>
 
 #include <QNetworkAccessManager>
 #include <QNetworkRequest>
 #include <QPointer>
+#include <QTimer>
 
 #include <memory>
 #include <utility>
@@ -48,7 +50,13 @@ QByteArray methodOf(QNetworkAccessManager::Operation operation, const QNetworkRe
 class NetworkManager final : public QNetworkAccessManager
 {
 public:
-    NetworkManager(QObject* parent, NetworkContent content) : QNetworkAccessManager(parent), m_content(content) {}
+    /// Hands the manager to its user.
+    QNetworkAccessManager* give(QObject* parent, NetworkContent content)
+    {
+        m_content = content;
+        setParent(parent);
+        return this;
+    }
 
 protected:
     QNetworkReply* createRequest(Operation operation, const QNetworkRequest& request, QIODevice* outgoing) override
@@ -99,8 +107,27 @@ private:
                              });
     }
 
-    NetworkContent m_content;
+    NetworkContent m_content = NetworkContent::Anything;
     HttpClient m_client;
+};
+
+/// The next manager, made while Qt's events are served after the one before was taken: Qt takes a tenth of the time in which a
+/// space opens for it.
+class SpareManager
+{
+public:
+    std::unique_ptr<NetworkManager> take()
+    {
+        QTimer::singleShot(0, &m_context, [this] {
+            if (!m_spare)
+                m_spare = std::make_unique<NetworkManager>();
+        });
+        return m_spare ? std::move(m_spare) : std::make_unique<NetworkManager>();
+    }
+
+private:
+    QObject m_context; ///< ends the timers
+    std::unique_ptr<NetworkManager> m_spare;
 };
 }
 
@@ -116,6 +143,8 @@ const NetworkLimits& networkLimits()
 
 QNetworkAccessManager* makeNetworkManager(QObject* parent, NetworkContent content)
 {
-    return new NetworkManager(parent, content);
+    const auto application = Tavola::instance();
+    auto manager = application ? application->part<SpareManager>().take() : std::make_unique<NetworkManager>();
+    return manager.release()->give(parent, content);
 }
 }
