@@ -1,5 +1,6 @@
 // The real program, as a venue starts it.
 
+#include "AnsweringServer.hpp"
 #include "Folder.hpp"
 #include "HttpTalk.hpp"
 #include "Patience.hpp"
@@ -482,4 +483,42 @@ TEST_CASE("tavola: a recording makes no table load a plug-in by its path, unless
     named.insert(2, presentation);
     Program program(named);
     CHECK(program.told("(is open)") == "is open");
+}
+
+TEST_CASE("tavola: a library that is missing when it is needed is named, and takes away only what needs it")
+{
+    const Folder folder;
+    folder.write(QStringLiteral("libraries/libcurl.so.4"), "no library");
+    const Program::Environment withoutCurl{{QStringLiteral("LD_LIBRARY_PATH"), folder.path(QStringLiteral("libraries"))}};
+    folder.write(
+        QStringLiteral("mail/presentation.json"),
+        R"({"services": {"email-service": [{"server": "smtp://127.0.0.1:9", "sender": {"address": "a@example.org"}}]}})");
+    Program mail(runArguments(folder, folder.path(QStringLiteral("mail"))), withoutCurl);
+    CHECK(mail.exitCode() == 1);
+    CHECK_MESSAGE(mail.errors().contains("e-mail cannot be sent: "), mail.errors().toStdString());
+    CHECK(mail.errors().contains("libcurl.so.4"));
+
+    // A media server that answers cannot be reached, and the table goes on.
+    const AnsweringServer server("HTTP/1.1 200 OK\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+    folder.write(QStringLiteral("server/presentation.json"),
+                 R"({"services": {"media-server-service": [{"address": "http://127.0.0.1:)" + QByteArray::number(server.port())
+                     + R"("}]}})");
+    for (const bool isThere : {true, false}) {
+        CAPTURE(isThere);
+        Program table(runArguments(folder, folder.path(QStringLiteral("server")), {"--manual-clock", "--inspect", "0"}),
+                      isThere ? Program::Environment() : withoutCurl);
+        const int port = table.inspector();
+        const auto isAway = [&] { return ask(port, "GET", "/tree").body.contains("media-server-away"); };
+        if (isThere) {
+            REQUIRE(TestSupport::pumpUntil(
+                [&] { return ask(port, "POST", "/frames?count=20&dt=1").status == 200 && server.requests().size() > 1; }));
+            CHECK_FALSE(isAway());
+        } else {
+            const std::size_t before = server.requests().size();
+            CHECK(TestSupport::pumpUntil([&] { return ask(port, "POST", "/frames?count=20&dt=1").status == 200 && isAway(); }));
+            CHECK(server.requests().size() == before);
+        }
+        table.end(SIGTERM);
+        CHECK(table.exitCode() == 0);
+    }
 }

@@ -1,6 +1,6 @@
 #include "services/content/ContentSender.hpp"
 
-#include <curl/curl.h>
+#include <Tavola/Curl.hpp>
 
 #include <QFile>
 #include <QJsonDocument>
@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 
 namespace Host
 {
@@ -16,14 +17,6 @@ namespace
 {
 constexpr std::size_t kLargestAnswerBytes = 64 * 1024;
 constexpr qint64 kLargestPieceBytes = 1 << 20;
-
-/// libcurl is initialised once, before threads use it.
-CURL* newHandle()
-{
-    static const CURLcode code = curl_global_init(CURL_GLOBAL_DEFAULT);
-    static_cast<void>(code);
-    return curl_easy_init();
-}
 
 std::size_t keepAnswer(char* data, std::size_t size, std::size_t count, void* user)
 {
@@ -79,41 +72,41 @@ QByteArray ContentSender::addressOf(const ContentNote& note, qint64 from) const
 ContentSender::Answer ContentSender::ask(const char* method, const ContentNote& note, qint64 from, const QByteArray& piece,
                                          const std::atomic<bool>& isStopped) const
 {
-    const std::unique_ptr<CURL, void (*)(CURL*)> owned(newHandle(), curl_easy_cleanup);
+    const std::unique_ptr<CURL, Tavola::CurlDelete> owned(Tavola::curl().curl_easy_init());
     CURL* const handle = owned.get();
-    std::unique_ptr<curl_slist, void (*)(curl_slist*)> headers(nullptr, curl_slist_free_all);
+    std::unique_ptr<curl_slist, Tavola::CurlDelete> headers;
     // No "100 Continue" is waited for, and a piece is of no type of its own.
     for (const QByteArray& line : {QByteArray("Expect:"), QByteArray("Content-Type: application/octet-stream"), m_authorization})
         if (!line.isEmpty())
-            headers.reset(curl_slist_append(headers.release(), line.constData()));
+            headers.reset(Tavola::curl().curl_slist_append(headers.release(), line.constData()));
     QByteArray body;
     char detail[CURL_ERROR_SIZE] = "";
-    curl_easy_setopt(handle, CURLOPT_URL, addressOf(note, from).constData());
-    curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(handle, CURLOPT_PROXY, "");
-    curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, m_timeoutMs);
-    curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, m_timeoutMs);
-    curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers.get());
-    curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, method);
+    Tavola::curl().curl_easy_setopt(handle, CURLOPT_URL, addressOf(note, from).constData());
+    Tavola::curl().curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+    Tavola::curl().curl_easy_setopt(handle, CURLOPT_PROXY, "");
+    Tavola::curl().curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+    Tavola::curl().curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, m_timeoutMs);
+    Tavola::curl().curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, m_timeoutMs);
+    Tavola::curl().curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers.get());
+    Tavola::curl().curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, method);
     if (qstrcmp(method, "PUT") == 0) {
-        curl_easy_setopt(handle, CURLOPT_POSTFIELDS, piece.constData());
-        curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE, long(piece.size()));
+        Tavola::curl().curl_easy_setopt(handle, CURLOPT_POSTFIELDS, piece.constData());
+        Tavola::curl().curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE, long(piece.size()));
     }
-    curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, keepAnswer);
-    curl_easy_setopt(handle, CURLOPT_WRITEDATA, &body);
-    curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, detail);
-    curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
-    curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, onProgress);
-    curl_easy_setopt(handle, CURLOPT_XFERINFODATA, &isStopped);
+    Tavola::curl().curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, keepAnswer);
+    Tavola::curl().curl_easy_setopt(handle, CURLOPT_WRITEDATA, &body);
+    Tavola::curl().curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, detail);
+    Tavola::curl().curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
+    Tavola::curl().curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, onProgress);
+    Tavola::curl().curl_easy_setopt(handle, CURLOPT_XFERINFODATA, &isStopped);
 
     Answer answer;
-    const CURLcode code = curl_easy_perform(handle);
+    const CURLcode code = Tavola::curl().curl_easy_perform(handle);
     if (code != CURLE_OK) {
-        answer.reason = QString::fromLocal8Bit(*detail ? detail : curl_easy_strerror(code));
+        answer.reason = QString::fromLocal8Bit(*detail ? detail : Tavola::curl().curl_easy_strerror(code));
         return answer;
     }
-    curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &answer.status);
+    Tavola::curl().curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &answer.status);
     answer.json = QJsonDocument::fromJson(body).object();
     answer.reason = answer.json.value(QLatin1String("error")).toString();
     if (answer.reason.isEmpty())
@@ -123,6 +116,11 @@ ContentSender::Answer ContentSender::ask(const char* method, const ContentNote& 
 
 ContentSender::Result ContentSender::send(const ContentNote& note, const std::atomic<bool>& isStopped) const
 {
+    try {
+        static_cast<void>(Tavola::curl());
+    } catch (const std::runtime_error& fault) {
+        return {Outcome::Later, QString::fromLocal8Bit(fault.what())};
+    }
     Answer answer = ask("GET", note, 0, {}, isStopped);
     for (qint64 before = -1;;) {
         if (answer.status == 404)

@@ -1,5 +1,6 @@
 #include "MailComposer.hpp"
 
+#include "MailLibrary.hpp"
 #include "MailText.hpp"
 
 #include <QFileDevice>
@@ -12,7 +13,6 @@
 #include <memory>
 
 #include <fcntl.h>
-#include <gmime/gmime.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -26,7 +26,7 @@ using Tavola::EmailMessage;
 
 struct Unref
 {
-    void operator()(void* object) const { g_object_unref(object); }
+    void operator()(void* object) const { gmime().g_object_unref(object); }
 };
 /// A GObject, of which one reference is held.
 template <typename T>
@@ -42,10 +42,11 @@ struct DeviceStream
 
     static Owned<GMimeStream> make(QIODevice& device, QString& fault)
     {
-        static const GType type = g_type_register_static_simple(GMIME_TYPE_STREAM, "TavolaDeviceStream", sizeof(GMimeStreamClass),
-                                                                initialiseClass, sizeof(DeviceStream), nullptr, GTypeFlags(0));
-        auto* stream = static_cast<DeviceStream*>(g_object_new(type, nullptr));
-        g_mime_stream_construct(&stream->base, 0, -1);
+        static const GType type = gmime().g_type_register_static_simple(gmime().g_mime_stream_get_type(), "TavolaDeviceStream",
+                                                                        sizeof(GMimeStreamClass), initialiseClass,
+                                                                        sizeof(DeviceStream), nullptr, GTypeFlags(0));
+        auto* stream = static_cast<DeviceStream*>(gmime().g_object_new(type, nullptr));
+        gmime().g_mime_stream_construct(&stream->base, 0, -1);
         stream->device = &device;
         stream->fault = &fault;
         return Owned<GMimeStream>(&stream->base);
@@ -103,32 +104,34 @@ QByteArray headerText(const QString& text)
 
 void addHeader(GMimeMessage* mail, const Letter& letter)
 {
-    const std::unique_ptr<GDateTime, void (*)(GDateTime*)> date(g_date_time_new_from_unix_utc(letter.createdMs / 1000),
-                                                                g_date_time_unref);
-    g_mime_message_set_date(mail, date.get());
-    g_mime_object_set_header(GMIME_OBJECT(mail), "Message-ID", letter.messageId.toLatin1().constData(), nullptr);
+    const std::unique_ptr<GDateTime, void (*)(GDateTime*)> date(gmime().g_date_time_new_from_unix_utc(letter.createdMs / 1000),
+                                                                gmime().g_date_time_unref);
+    gmime().g_mime_message_set_date(mail, date.get());
+    gmime().g_mime_object_set_header(GMIME_OBJECT(mail), "Message-ID", letter.messageId.toLatin1().constData(), nullptr);
     const auto add = [mail](GMimeAddressType type, const Tavola::EmailAddress& mailbox) {
         const QByteArray name = headerText(mailbox.name);
         const QByteArray address = MailText::plainAddress(mailbox.address);
-        g_mime_message_add_mailbox(mail, type, name.isEmpty() ? nullptr : name.data(), address.data());
+        gmime().g_mime_message_add_mailbox(mail, type, name.isEmpty() ? nullptr : name.data(), address.data());
     };
     add(GMIME_ADDRESS_TYPE_FROM, letter.sender);
     for (const auto& recipient : letter.recipients)
         if (recipient.type != EmailMessage::Bcc)
             add(recipient.type == EmailMessage::To ? GMIME_ADDRESS_TYPE_TO : GMIME_ADDRESS_TYPE_CC, recipient.address);
-    InternetAddressList* const to = g_mime_message_get_to(mail);
-    if (internet_address_list_length(to) == 0)
-        internet_address_list_add(to, Owned<InternetAddress>(internet_address_group_new("undisclosed-recipients")).get());
-    g_mime_message_set_subject(mail, headerText(letter.subject).constData(), "utf-8");
-    g_mime_object_set_header(GMIME_OBJECT(mail), "Auto-Submitted", "auto-generated", nullptr);
+    InternetAddressList* const to = gmime().g_mime_message_get_to(mail);
+    if (gmime().internet_address_list_length(to) == 0)
+        gmime().internet_address_list_add(
+            to, Owned<InternetAddress>(gmime().internet_address_group_new("undisclosed-recipients")).get());
+    gmime().g_mime_message_set_subject(mail, headerText(letter.subject).constData(), "utf-8");
+    gmime().g_mime_object_set_header(GMIME_OBJECT(mail), "Auto-Submitted", "auto-generated", nullptr);
 }
 
 Owned<GMimePart> newPart(const QByteArray& type, const QByteArray& subtype, const Owned<GMimeStream>& bytes)
 {
-    Owned<GMimePart> part(g_mime_part_new_with_type(type.constData(), subtype.constData()));
-    const Owned<GMimeDataWrapper> content(g_mime_data_wrapper_new_with_stream(bytes.get(), GMIME_CONTENT_ENCODING_DEFAULT));
-    g_mime_part_set_content(part.get(), content.get());
-    g_mime_part_set_content_encoding(part.get(), GMIME_CONTENT_ENCODING_BASE64);
+    Owned<GMimePart> part(gmime().g_mime_part_new_with_type(type.constData(), subtype.constData()));
+    const Owned<GMimeDataWrapper> content(
+        gmime().g_mime_data_wrapper_new_with_stream(bytes.get(), GMIME_CONTENT_ENCODING_DEFAULT));
+    gmime().g_mime_part_set_content(part.get(), content.get());
+    gmime().g_mime_part_set_content_encoding(part.get(), GMIME_CONTENT_ENCODING_BASE64);
     return part;
 }
 
@@ -136,10 +139,10 @@ void addText(GMimeMultipart* parent, QString text, const char* subtype)
 {
     static const QRegularExpression lineEnd(QStringLiteral("\r\n|\r|\n"));
     const QByteArray lines = text.replace(lineEnd, QStringLiteral("\r\n")).toUtf8();
-    const Owned<GMimeStream> bytes(g_mime_stream_mem_new_with_buffer(lines.constData(), std::size_t(lines.size())));
+    const Owned<GMimeStream> bytes(gmime().g_mime_stream_mem_new_with_buffer(lines.constData(), std::size_t(lines.size())));
     const auto part = newPart("text", subtype, bytes);
-    g_mime_object_set_content_type_parameter(GMIME_OBJECT(part.get()), "charset", "utf-8");
-    g_mime_multipart_add(parent, GMIME_OBJECT(part.get()));
+    gmime().g_mime_object_set_content_type_parameter(GMIME_OBJECT(part.get()), "charset", "utf-8");
+    gmime().g_mime_multipart_add(parent, GMIME_OBJECT(part.get()));
 }
 
 void addFile(GMimeMultipart* parent, const EmailMessage::Attachment& attachment, QString& fault)
@@ -150,18 +153,18 @@ void addFile(GMimeMultipart* parent, const EmailMessage::Attachment& attachment,
     const auto type = given.hasMatch() ? given : form.match(QStringLiteral("application/octet-stream"));
     const auto part =
         newPart(type.captured(1).toLatin1(), type.captured(2).toLatin1(), DeviceStream::make(*attachment.device, fault));
-    g_mime_part_set_filename(part.get(), MailText::oneLine(attachment.fileName).toUtf8().constData());
-    g_mime_multipart_add(parent, GMIME_OBJECT(part.get()));
+    gmime().g_mime_part_set_filename(part.get(), MailText::oneLine(attachment.fileName).toUtf8().constData());
+    gmime().g_mime_multipart_add(parent, GMIME_OBJECT(part.get()));
 }
 
 void addBody(GMimeMultipart* mixed, const Letter& letter)
 {
     if (letter.html.isEmpty())
         return addText(mixed, letter.text, "plain");
-    const Owned<GMimeMultipart> alternative(g_mime_multipart_new_with_subtype("alternative"));
+    const Owned<GMimeMultipart> alternative(gmime().g_mime_multipart_new_with_subtype("alternative"));
     addText(alternative.get(), letter.text, "plain");
     addText(alternative.get(), letter.html, "html");
-    g_mime_multipart_add(mixed, GMIME_OBJECT(alternative.get()));
+    gmime().g_mime_multipart_add(mixed, GMIME_OBJECT(alternative.get()));
 }
 
 /// Writes the new file, durably; returns 0 or the system's error number.
@@ -170,12 +173,12 @@ int write(GMimeMessage* mail, const QString& path)
     const int file = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (file < 0)
         return errno;
-    const Owned<GMimeStream> target(g_mime_stream_fs_new(file)); // closes the file
-    const std::unique_ptr<GMimeFormatOptions, void (*)(GMimeFormatOptions*)> format(g_mime_format_options_new(),
-                                                                                    g_mime_format_options_free);
-    g_mime_format_options_set_newline_format(format.get(), GMIME_NEWLINE_FORMAT_DOS);
+    const Owned<GMimeStream> target(gmime().g_mime_stream_fs_new(file)); // closes the file
+    const std::unique_ptr<GMimeFormatOptions, void (*)(GMimeFormatOptions*)> format(gmime().g_mime_format_options_new(),
+                                                                                    gmime().g_mime_format_options_free);
+    gmime().g_mime_format_options_set_newline_format(format.get(), GMIME_NEWLINE_FORMAT_DOS);
     errno = 0;
-    if (g_mime_object_write_to_stream(GMIME_OBJECT(mail), format.get(), target.get()) < 0)
+    if (gmime().g_mime_object_write_to_stream(GMIME_OBJECT(mail), format.get(), target.get()) < 0)
         return errno != 0 ? errno : EIO;
     const int folder = ::open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const bool isOnDisk = ::fsync(file) == 0 && ::fsync(folder) == 0;
@@ -194,19 +197,16 @@ std::optional<Fault> firstOf(const std::vector<QString>& faults)
 
 tl::expected<qint64, Fault> MailComposer::compose(const Letter& letter, const QString& path)
 {
-    static const bool isInitialised = (g_mime_init(), true);
-    static_cast<void>(isInitialised);
-
-    const Owned<GMimeMessage> mail(g_mime_message_new(FALSE));
+    const Owned<GMimeMessage> mail(gmime().g_mime_message_new(FALSE));
     addHeader(mail.get(), letter);
-    const Owned<GMimeMultipart> mixed(g_mime_multipart_new_with_subtype("mixed"));
+    const Owned<GMimeMultipart> mixed(gmime().g_mime_multipart_new_with_subtype("mixed"));
     addBody(mixed.get(), letter);
     std::vector<QString> faults(letter.attachments.size());
     for (std::size_t i = 0; i < faults.size(); ++i) {
         faults[i] = rewind(*letter.attachments[i].device);
         addFile(mixed.get(), letter.attachments[i], faults[i]);
     }
-    g_mime_message_set_mime_part(mail.get(), GMIME_OBJECT(mixed.get()));
+    gmime().g_mime_message_set_mime_part(mail.get(), GMIME_OBJECT(mixed.get()));
 
     if (const auto unreadable = firstOf(faults))
         return tl::make_unexpected(*unreadable);

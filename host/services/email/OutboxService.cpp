@@ -1,12 +1,15 @@
 #include "OutboxService.hpp"
 
+#include "MailLibrary.hpp"
 #include "MessageIntake.hpp"
 
 #include <Bedrock/Guarded.hpp>
 #include <Bedrock/Trace.hpp>
+#include <Tavola/Curl.hpp>
 
 #include <algorithm>
 #include <cmath>
+#include <stdexcept>
 #include <utility>
 
 namespace Host
@@ -61,6 +64,13 @@ std::shared_ptr<OutboxService> OutboxService::open(const MailSettings& settings,
                     "\"startTls\": \"never\" would send the password to the mail server %1 unencrypted; set it to \"required\", "
                     "or leave out the credentials (the file, or TAVOLA_SMTP_USER)")
                     .arg(settings.server);
+    // Loaded here, so that a library that is missing is a reason, and a visitor's first message waits for none.
+    try {
+        static_cast<void>(Tavola::curl());
+        static_cast<void>(gmime());
+    } catch (const std::runtime_error& fault) {
+        error = QStringLiteral("e-mail cannot be sent: %1").arg(QString::fromLocal8Bit(fault.what()));
+    }
     const std::shared_ptr<Outbox> outbox = error.isEmpty() ? Outbox::open(folder, error) : nullptr;
     if (outbox && !outbox->lock())
         error = QStringLiteral("the outbox in %1 is in use by another table").arg(folder);

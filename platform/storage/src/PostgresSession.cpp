@@ -1,5 +1,7 @@
 #include "PostgresSession.hpp"
 
+#include <Bedrock/LateLibrary.hpp>
+
 #include <QSqlDriver>
 #include <QVariant>
 
@@ -8,6 +10,35 @@
 
 namespace Storage
 {
+namespace
+{
+/// The functions of libpq, under their own names. Used with a connection only, for which Qt's driver has loaded the library.
+struct Libpq
+{
+    Bedrock::LateLibrary library{"libpq.so.5"};
+    decltype(&::PQbackendPID) PQbackendPID = library["PQbackendPID"];
+    decltype(&::PQclear) PQclear = library["PQclear"];
+    decltype(&::PQcmdStatus) PQcmdStatus = library["PQcmdStatus"];
+    decltype(&::PQconsumeInput) PQconsumeInput = library["PQconsumeInput"];
+    decltype(&::PQerrorMessage) PQerrorMessage = library["PQerrorMessage"];
+    decltype(&::PQexec) PQexec = library["PQexec"];
+    decltype(&::PQfreemem) PQfreemem = library["PQfreemem"];
+    decltype(&::PQgetvalue) PQgetvalue = library["PQgetvalue"];
+    decltype(&::PQnotifies) PQnotifies = library["PQnotifies"];
+    decltype(&::PQntuples) PQntuples = library["PQntuples"];
+    decltype(&::PQresultErrorField) PQresultErrorField = library["PQresultErrorField"];
+    decltype(&::PQresultStatus) PQresultStatus = library["PQresultStatus"];
+    decltype(&::PQsocket) PQsocket = library["PQsocket"];
+    decltype(&::PQstatus) PQstatus = library["PQstatus"];
+};
+
+const Libpq& libpq()
+{
+    static const Libpq functions;
+    return functions;
+}
+}
+
 PGconn* PostgresSession::connection() const
 {
     QVariant handle = m_driver.handle();
@@ -19,30 +50,32 @@ PGconn* PostgresSession::connection() const
 bool PostgresSession::isLost() const
 {
     const PGconn* const known = connection();
-    return !known || PQstatus(known) == CONNECTION_BAD;
+    return !known || libpq().PQstatus(known) == CONNECTION_BAD;
 }
 
 int PostgresSession::descriptor() const
 {
     const PGconn* const known = connection();
-    return known ? PQsocket(known) : -1;
+    return known ? libpq().PQsocket(known) : -1;
 }
 
 PostgresSession::Answer PostgresSession::execute(const QByteArray& statements) const
 {
     PGconn* const known = connection();
-    PGresult* const result = known ? PQexec(known, statements.constData()) : nullptr;
     Answer answer;
-    const ExecStatusType status = PQresultStatus(result);
+    if (!known)
+        return answer;
+    PGresult* const result = libpq().PQexec(known, statements.constData());
+    const ExecStatusType status = libpq().PQresultStatus(result);
     answer.isGood = status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK;
-    answer.command = result ? QByteArray(PQcmdStatus(result)) : QByteArray();
+    answer.command = result ? QByteArray(libpq().PQcmdStatus(result)) : QByteArray();
     if (!answer.isGood) {
-        answer.state = result ? QByteArray(PQresultErrorField(result, PG_DIAG_SQLSTATE)) : QByteArray();
-        answer.error = known ? QString::fromUtf8(PQerrorMessage(known)).simplified() : QString();
-    } else if (PQntuples(result) > 0) {
-        answer.value = PQgetvalue(result, 0, 0);
+        answer.state = result ? QByteArray(libpq().PQresultErrorField(result, PG_DIAG_SQLSTATE)) : QByteArray();
+        answer.error = QString::fromUtf8(libpq().PQerrorMessage(known)).simplified();
+    } else if (libpq().PQntuples(result) > 0) {
+        answer.value = libpq().PQgetvalue(result, 0, 0);
     }
-    PQclear(result);
+    libpq().PQclear(result);
     return answer;
 }
 
@@ -50,13 +83,13 @@ bool PostgresSession::readNotifications(bool& hasOthers) const
 {
     hasOthers = false;
     PGconn* const known = connection();
-    if (!known || PQconsumeInput(known) == 0)
+    if (!known || libpq().PQconsumeInput(known) == 0)
         return false;
-    while (PGnotify* const notification = PQnotifies(known)) {
-        hasOthers = hasOthers || notification->be_pid != PQbackendPID(known);
-        PQfreemem(notification);
+    while (PGnotify* const notification = libpq().PQnotifies(known)) {
+        hasOthers = hasOthers || notification->be_pid != libpq().PQbackendPID(known);
+        libpq().PQfreemem(notification);
     }
-    return PQstatus(known) != CONNECTION_BAD;
+    return libpq().PQstatus(known) != CONNECTION_BAD;
 }
 
 void PostgresSession::shutDown() const

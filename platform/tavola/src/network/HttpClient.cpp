@@ -6,8 +6,11 @@
 #include <QSocketNotifier>
 
 #include <algorithm>
+#include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <mutex>
+#include <stdexcept>
 #include <sys/eventfd.h>
 #include <thread>
 #include <unistd.h>
@@ -22,13 +25,6 @@ using Transfers = std::vector<std::shared_ptr<HttpTransfer>>;
 /// The library wakes earlier for what it waits for.
 constexpr int kLongestWaitMs = 60000;
 
-/// libcurl is initialised once, before threads use it.
-CURLM* newMulti()
-{
-    static const CURLcode code = curl_global_init(CURL_GLOBAL_DEFAULT);
-    static_cast<void>(code);
-    return curl_multi_init();
-}
 }
 
 QByteArray HttpAnswer::header(const char* name) const
@@ -46,14 +42,21 @@ struct HttpClient::Private : std::enable_shared_from_this<HttpClient::Private>
     /// Wakes the event loop of the client's user when answers wait.
     int wake = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     QSocketNotifier notifier{wake, QSocketNotifier::Read};
-    CURLM* multi = nullptr; ///< made by the first request: most clients send none
+    /// Made by the client's thread, which loads the library for it. Null until then: what was added before is found afterwards.
+    std::atomic<CURLM*> multi{nullptr};
     std::mutex mutex;
-    Transfers added;         ///< guarded, as the next two are
-    Transfers ended;         ///< their answers wait to be delivered
-    bool isStopping = false; ///< the thread ends
+    Transfers added;                 ///< guarded, as the next two are
+    Transfers ended;                 ///< their answers wait to be delivered
+    bool isStopping = false;         ///< the thread ends
+    std::condition_variable hasWork; ///< for a thread without libcurl
     std::thread thread;
 
     void run();
+    void exchange();
+    /// Ends all transfers without an exchange, until the client ends.
+    void refuse(const QString& reason);
+    void wakeThread();
+    void addEnded(std::shared_ptr<HttpTransfer> transfer);
     void beginAdded(Transfers& running);
     void dropCancelled(Transfers& running);
     void collectEnded(Transfers& running);
@@ -66,7 +69,42 @@ HttpClient::Private::~Private()
     ::close(wake);
 }
 
+void HttpClient::Private::wakeThread()
+{
+    if (CURLM* const known = multi)
+        curl().curl_multi_wakeup(known);
+    hasWork.notify_one();
+}
+
 void HttpClient::Private::run()
+{
+    try {
+        multi = curl().curl_multi_init();
+    } catch (const std::runtime_error& fault) {
+        return refuse(QString::fromLocal8Bit(fault.what()));
+    }
+    exchange();
+}
+
+void HttpClient::Private::refuse(const QString& reason)
+{
+    for (;;) {
+        Transfers refused;
+        {
+            std::unique_lock<std::mutex> lock(mutex);
+            hasWork.wait(lock, [this] { return isStopping || !added.empty(); });
+            if (isStopping)
+                return;
+            refused.swap(added);
+        }
+        for (auto& transfer : refused) {
+            transfer->fail(reason);
+            addEnded(std::move(transfer));
+        }
+    }
+}
+
+void HttpClient::Private::exchange()
 {
     Transfers running;
     for (;;) {
@@ -78,9 +116,9 @@ void HttpClient::Private::run()
         beginAdded(running);
         dropCancelled(running);
         int count = 0;
-        curl_multi_perform(multi, &count);
+        curl().curl_multi_perform(multi, &count);
         collectEnded(running);
-        curl_multi_poll(multi, nullptr, 0, kLongestWaitMs, nullptr);
+        curl().curl_multi_poll(multi, nullptr, 0, kLongestWaitMs, nullptr);
     }
     for (const auto& transfer : running)
         transfer->isCancelled = true;
@@ -97,7 +135,7 @@ void HttpClient::Private::beginAdded(Transfers& running)
     for (auto& transfer : fresh) {
         if (transfer->isCancelled)
             continue;
-        curl_multi_add_handle(multi, transfer->begin());
+        curl().curl_multi_add_handle(multi, transfer->begin());
         running.push_back(std::move(transfer));
     }
 }
@@ -107,7 +145,7 @@ void HttpClient::Private::dropCancelled(Transfers& running)
     const auto drop = [this](const std::shared_ptr<HttpTransfer>& transfer) {
         if (!transfer->isCancelled)
             return false;
-        curl_multi_remove_handle(multi, const_cast<CURL*>(transfer->handle()));
+        curl().curl_multi_remove_handle(multi, const_cast<CURL*>(transfer->handle()));
         transfer->finish(CURLE_ABORTED_BY_CALLBACK);
         return true;
     };
@@ -117,20 +155,25 @@ void HttpClient::Private::dropCancelled(Transfers& running)
 void HttpClient::Private::collectEnded(Transfers& running)
 {
     int left = 0;
-    while (const CURLMsg* message = curl_multi_info_read(multi, &left)) {
+    while (const CURLMsg* message = curl().curl_multi_info_read(multi, &left)) {
         if (message->msg != CURLMSG_DONE)
             continue;
         CURL* const handle = message->easy_handle;
         const CURLcode code = message->data.result;
         const auto found = std::find_if(running.begin(), running.end(), [&](const auto& one) { return one->handle() == handle; });
-        curl_multi_remove_handle(multi, handle);
+        curl().curl_multi_remove_handle(multi, handle);
         (*found)->finish(code);
-        const std::lock_guard<std::mutex> guard(mutex);
-        ended.push_back(std::move(*found));
+        addEnded(std::move(*found));
         running.erase(found);
-        const std::uint64_t one = 1;
-        [[maybe_unused]] const ssize_t written = ::write(wake, &one, sizeof one);
     }
+}
+
+void HttpClient::Private::addEnded(std::shared_ptr<HttpTransfer> transfer)
+{
+    const std::lock_guard<std::mutex> guard(mutex);
+    ended.push_back(std::move(transfer));
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = ::write(wake, &one, sizeof one);
 }
 
 void HttpClient::Private::deliver()
@@ -163,10 +206,11 @@ HttpClient::~HttpClient()
         d->isStopping = true;
     }
     if (d->thread.joinable()) {
-        curl_multi_wakeup(d->multi);
+        d->wakeThread();
         d->thread.join();
     }
-    curl_multi_cleanup(d->multi);
+    if (d->multi)
+        curl().curl_multi_cleanup(d->multi);
 }
 
 HttpClient::Exchange HttpClient::send(HttpRequest request, Done done)
@@ -176,17 +220,15 @@ HttpClient::Exchange HttpClient::send(HttpRequest request, Done done)
         const std::lock_guard<std::mutex> guard(d->mutex);
         d->added.push_back(transfer);
     }
-    if (!d->multi)
-        d->multi = newMulti();
     if (!d->thread.joinable())
         d->thread = std::thread([client = d.get()] { client->run(); });
-    curl_multi_wakeup(d->multi);
+    d->wakeThread();
     // The pointer stands for the exchange alone; what it points to is not used.
     return {transfer.get(), [transfer, client = std::weak_ptr<Private>(d)](void*) {
                 transfer->done = nullptr;
                 transfer->isCancelled = true;
                 if (const auto alive = client.lock())
-                    curl_multi_wakeup(alive->multi);
+                    alive->wakeThread();
             }};
 }
 }

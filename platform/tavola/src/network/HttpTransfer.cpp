@@ -21,45 +21,45 @@ HttpTransfer::HttpTransfer(HttpRequest request, HttpClient::Done doneToCall)
 
 CURL* HttpTransfer::begin()
 {
-    m_handle.reset(curl_easy_init());
+    m_handle.reset(curl().curl_easy_init());
     CURL* const handle = m_handle.get();
-    curl_easy_setopt(handle, CURLOPT_URL, m_request.url.toEncoded(QUrl::RemoveFragment).constData());
-    curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(handle, CURLOPT_PROXY, "");
-    curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, long(CURL_HTTP_VERSION_1_1));
+    curl().curl_easy_setopt(handle, CURLOPT_URL, m_request.url.toEncoded(QUrl::RemoveFragment).constData());
+    curl().curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl().curl_easy_setopt(handle, CURLOPT_PROXY, "");
+    curl().curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+    curl().curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, long(CURL_HTTP_VERSION_1_1));
     // A request on a kept connection would be sent again when the server closes it just then.
-    curl_easy_setopt(handle, CURLOPT_FRESH_CONNECT, 1L);
-    curl_easy_setopt(handle, CURLOPT_FORBID_REUSE, 1L);
-    curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L);
-    curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, long(std::ceil(m_request.timeoutSeconds * 1000.0)));
+    curl().curl_easy_setopt(handle, CURLOPT_FRESH_CONNECT, 1L);
+    curl().curl_easy_setopt(handle, CURLOPT_FORBID_REUSE, 1L);
+    curl().curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L);
+    curl().curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, long(std::ceil(m_request.timeoutSeconds * 1000.0)));
     // The end of the client waits for no name server.
-    curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
-    curl_easy_setopt(handle, CURLOPT_SSLVERSION, long(CURL_SSLVERSION_TLSv1_2));
-    curl_easy_setopt(handle, CURLOPT_USERAGENT, "tavola");
-    curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, m_detail);
-    curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, onHead);
-    curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
-    curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, onBody);
-    curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
+    curl().curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
+    curl().curl_easy_setopt(handle, CURLOPT_SSLVERSION, long(CURL_SSLVERSION_TLSv1_2));
+    curl().curl_easy_setopt(handle, CURLOPT_USERAGENT, "tavola");
+    curl().curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, m_detail);
+    curl().curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, onHead);
+    curl().curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
+    curl().curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, onBody);
+    curl().curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
 
     const auto add = [this](const QByteArray& line) {
-        m_headers.reset(curl_slist_append(m_headers.release(), line.constData()));
+        m_headers.reset(curl().curl_slist_append(m_headers.release(), line.constData()));
     };
     for (const auto& header : qAsConst(m_request.headers))
         add(header.first + ": " + header.second);
     add("Accept-Encoding: identity"); // nothing is decompressed
     add("Expect:");                   // the body is sent at once
-    curl_easy_setopt(handle, CURLOPT_HTTPHEADER, m_headers.get());
+    curl().curl_easy_setopt(handle, CURLOPT_HTTPHEADER, m_headers.get());
     if (hasBody(m_request.method)) {
-        curl_easy_setopt(handle, CURLOPT_POST, 1L);
-        curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t(m_request.body.size()));
-        curl_easy_setopt(handle, CURLOPT_POSTFIELDS, m_request.body.constData());
+        curl().curl_easy_setopt(handle, CURLOPT_POST, 1L);
+        curl().curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t(m_request.body.size()));
+        curl().curl_easy_setopt(handle, CURLOPT_POSTFIELDS, m_request.body.constData());
     }
     if (m_request.method == "HEAD")
-        curl_easy_setopt(handle, CURLOPT_NOBODY, 1L);
+        curl().curl_easy_setopt(handle, CURLOPT_NOBODY, 1L);
     else if (m_request.method != "GET" && m_request.method != "POST")
-        curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, m_request.method.constData());
+        curl().curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, m_request.method.constData());
     return handle;
 }
 
@@ -103,7 +103,7 @@ std::size_t HttpTransfer::onBody(char* data, std::size_t size, std::size_t count
 void HttpTransfer::finish(CURLcode code)
 {
     long status = 0;
-    curl_easy_getinfo(m_handle.get(), CURLINFO_RESPONSE_CODE, &status);
+    curl().curl_easy_getinfo(m_handle.get(), CURLINFO_RESPONSE_CODE, &status);
     HttpAnswer::End end = endOf(code);
     // The library takes a head that is cut off for a whole one.
     if (end == HttpAnswer::End::Whole && !m_hasWholeHead)
@@ -114,15 +114,23 @@ void HttpTransfer::finish(CURLcode code)
         m_answer = {};
         m_answer.end = end;
         if (end == HttpAnswer::End::Unreachable || end == HttpAnswer::End::NotTrusted)
-            m_answer.detail = QString::fromLocal8Bit(m_detail[0] ? m_detail : curl_easy_strerror(code));
+            m_answer.detail = QString::fromLocal8Bit(m_detail[0] ? m_detail : curl().curl_easy_strerror(code));
         long reason = 0;
-        if (code == CURLE_COULDNT_CONNECT && curl_easy_getinfo(m_handle.get(), CURLINFO_OS_ERRNO, &reason) == CURLE_OK && reason)
+        if (code == CURLE_COULDNT_CONNECT && curl().curl_easy_getinfo(m_handle.get(), CURLINFO_OS_ERRNO, &reason) == CURLE_OK
+            && reason)
             m_answer.detail = QString::fromStdString(std::generic_category().message(int(reason)));
         if (code == CURLE_COULDNT_RESOLVE_HOST)
             m_answer.detail = QStringLiteral("Host %1 not found").arg(m_request.url.host());
     }
     m_handle.reset();
     m_headers.reset();
+}
+
+void HttpTransfer::fail(const QString& reason)
+{
+    m_answer = {};
+    m_answer.end = HttpAnswer::End::Unreachable;
+    m_answer.detail = reason;
 }
 
 HttpAnswer::End HttpTransfer::endOf(CURLcode code)

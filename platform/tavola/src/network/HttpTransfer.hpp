@@ -1,8 +1,7 @@
 #pragma once
 
+#include <Tavola/Curl.hpp>
 #include <Tavola/HttpClient.hpp>
-
-#include <curl/curl.h>
 
 #include <atomic>
 #include <memory>
@@ -22,6 +21,8 @@ public:
     [[nodiscard]] CURL* begin();
     /// Takes the outcome from the handle, which has left its multi handle, and destroys it.
     void finish(CURLcode code);
+    /// Ends a transfer that could not begin.
+    void fail(const QString& reason);
     [[nodiscard]] const CURL* handle() const { return m_handle.get(); }
 
     /// After finish().
@@ -41,7 +42,7 @@ private:
     qint64 m_headBytes = 0;
     bool m_hasWholeHead = false;
     char m_detail[CURL_ERROR_SIZE] = "";
-    std::unique_ptr<curl_slist, void (*)(curl_slist*)> m_headers{nullptr, curl_slist_free_all};
-    std::unique_ptr<CURL, void (*)(CURL*)> m_handle{nullptr, curl_easy_cleanup};
+    std::unique_ptr<curl_slist, CurlDelete> m_headers;
+    std::unique_ptr<CURL, CurlDelete> m_handle;
 };
 }
