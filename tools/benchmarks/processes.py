@@ -16,8 +16,8 @@ _ENVIRONMENT = {"QT_QPA_PLATFORM": "offscreen", "QT_HASH_SEED": "0"}
 class Process:
     """A process whose processor time counts, all its threads together."""
 
-    def __init__(self, command):
-        self.process = subprocess.Popen(command, env={**os.environ, **_ENVIRONMENT}, stdout=subprocess.PIPE,
+    def __init__(self, command, environment=None):
+        self.process = subprocess.Popen(command, env={**os.environ, **_ENVIRONMENT, **(environment or {})}, stdout=subprocess.PIPE,
                                         stderr=subprocess.DEVNULL, text=True)
 
     def wait_for(self, pattern):
@@ -40,11 +40,11 @@ class Process:
         return usage.ru_utime + usage.ru_stime
 
 
-def open_table(build, presentation, data, complete):
-    """Opens a presentation, draws the table after its first frame, or when all of its pictures are there, and ends it. Seconds of
-    processor time, and the number of pictures that were still on their way after the first frame."""
+def open_table(build, presentation, data, complete, more=()):
+    """Opens a presentation with `more` options, draws the table after its first frame, or when all of its pictures are there, and
+    ends it. Seconds of processor time, and the number of pictures that were still on their way after the first frame."""
     table = Process([str(build / "bin" / "tavola"), "run", str(presentation), "--headless", "--manual-clock", "--inspect", "0",
-                     "--tuio", "0", "--data", data])
+                     "--tuio", "0", "--data", data, *more], {"XDG_CACHE_HOME": data})
     try:
         address = table.wait_for(r"(http://127\.0\.0\.1:\d+)")[1]
         first = pending = run_frame(address)
@@ -74,12 +74,13 @@ def run_start(build, root, arguments):
     """Row 16; nothing, with the reason printed, when a program fails."""
     rounds = 1 if arguments.smoke else arguments.rounds or ROUNDS
     gallery = root / "presentations" / "gallery"
-    complete, first, bare = [], [], []
+    complete, undecoded, first, bare = [], [], [], []
     try:
         with tempfile.TemporaryDirectory(prefix="tavola-bench-") as data:
             open_table(build, gallery, data, True)  # from here on everything is warm
             for _ in range(rounds):
                 complete.append(open_table(build, gallery, data, True)[0])
+                undecoded.append(open_table(build, gallery, data, True, ["--decoded-megabytes", "0"])[0])
                 seconds, pending = open_table(build, gallery, data, False)
                 first.append(seconds)
                 bare.append(Process([str(build / "bin" / "bare_program")]).end())
@@ -91,5 +92,6 @@ def run_start(build, root, arguments):
         return {"ratio": statistics.median(our / rival for our, rival in zip(seconds, bare)),
                 "ours_ns": statistics.median(seconds) * 1e9, "rival_ns": statistics.median(bare) * 1e9}
 
-    return {"row16/complete": against_bare(complete), "row16/first": against_bare(first),
+    return {"row16/complete": against_bare(complete), "row16/undecoded": against_bare(undecoded),
+            "row16/first": against_bare(first),
             "row16/waits": {"value": 0 if pending > 0 else 1}}

@@ -104,6 +104,7 @@ FIGURES = [
     Figure("row14/mail", "time", 0.5, rival="the curl command composing the same message (wall time)"),
     Figure("row15/load", "loaded and registered, its dependencies loaded", 3, rival="an empty library of Qt"),
     Figure("row16/complete", "to the first complete frame, whole process", 5, rival=_BARE),
+    Figure("row16/undecoded", "the same when no decoded pictures are kept", None, rival=_BARE),
     Figure("row16/first", "to the first frame, whose pictures are on their way", None, rival=_BARE),
     Figure("row16/waits", "first frames that wait for a picture", 0, "value", "frames"),
     Figure("row17/day", "memory grown since the first hundredth, stored contents taken off", 1, "percent", "%"),
