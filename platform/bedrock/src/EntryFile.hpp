@@ -28,7 +28,8 @@ private:
     int m_descriptor;
 };
 
-/// The bytes of an entry, mapped into memory. Entries are never written again under their names, so the bytes do not change.
+/// The bytes of an entry, mapped into memory. An entry is replaced, never written again, so the bytes do not change. A disk that
+/// fails later ends the program, as it does with the program's own libraries.
 class EntryMap
 {
 public:

@@ -24,7 +24,6 @@ namespace
 using Transfers = std::vector<std::shared_ptr<HttpTransfer>>;
 /// The library wakes earlier for what it waits for.
 constexpr int kLongestWaitMs = 60000;
-
 }
 
 QByteArray HttpAnswer::header(const char* name) const
