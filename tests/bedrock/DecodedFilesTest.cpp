@@ -18,7 +18,7 @@ using Bedrock::DecodedFiles;
 
 namespace
 {
-constexpr int kHeadBytes = 56;
+constexpr int kEntryHeadBytes = 56;
 
 /// A presentation's folder, the data of its visitors in it, and a folder of entries that does not exist yet.
 struct Decoding
@@ -87,7 +87,7 @@ void setUsed(const QString& file, std::time_t secondsAgo)
 }
 
 /// Bytes of which no two parts are the same.
-QByteArray pixels(int count)
+QByteArray decodedBytes(int count)
 {
     QByteArray bytes;
     for (int i = 0; i < count; ++i)
@@ -102,8 +102,8 @@ TEST_CASE("decoded files: what was kept of a file is found by the next run, byte
     const QString file = decoding.write("show/a.png", "a");
     for (const int count : {0, 1, 31, 32, 33, 5000}) {
         CAPTURE(count);
-        decoding.keep(file, pixels(count));
-        CHECK(decoding.find(file) == pixels(count));
+        decoding.keep(file, decodedBytes(count));
+        CHECK(decoding.find(file) == decodedBytes(count));
     }
     CHECK(decoding.names().size() == 1); // each replaced the one before
 }
@@ -159,24 +159,25 @@ TEST_CASE("decoded files: a damaged entry is not found, wherever the damage lies
 {
     const Decoding decoding;
     const QString file = decoding.write("show/a.png", "a");
-    for (const int at : {0, 15, 16, 35, 36, 40, 48, 55, kHeadBytes, kHeadBytes + 31, kHeadBytes + 32, kHeadBytes + 99}) {
+    for (const int at :
+         {0, 15, 16, 35, 36, 40, 48, 55, kEntryHeadBytes, kEntryHeadBytes + 31, kEntryHeadBytes + 32, kEntryHeadBytes + 99}) {
         CAPTURE(at);
-        decoding.keep(file, pixels(100));
+        decoding.keep(file, decodedBytes(100));
         REQUIRE(decoding.find(file));
         decoding.damage(at);
         CHECK_FALSE(decoding.find(file));
     }
-    decoding.keep(file, pixels(100));
-    CHECK(decoding.find(file) == pixels(100));
+    decoding.keep(file, decodedBytes(100));
+    CHECK(decoding.find(file) == decodedBytes(100));
 }
 
 TEST_CASE("decoded files: an entry that was cut short or has become longer is not found")
 {
     const Decoding decoding;
     const QString file = decoding.write("show/a.png", "a");
-    for (const int length : {0, 10, kHeadBytes, kHeadBytes + 99, kHeadBytes + 101}) {
+    for (const int length : {0, 10, kEntryHeadBytes, kEntryHeadBytes + 99, kEntryHeadBytes + 101}) {
         CAPTURE(length);
-        decoding.keep(file, pixels(100));
+        decoding.keep(file, decodedBytes(100));
         REQUIRE(QFile::resize(decoding.entry(), length));
         CHECK_FALSE(decoding.find(file));
     }
@@ -282,12 +283,12 @@ TEST_CASE(
 
 TEST_CASE("decoded files: beyond the limit the entry goes whose use lies back furthest")
 {
-    const Decoding decoding(3 * (kHeadBytes + 100));
+    const Decoding decoding(3 * (kEntryHeadBytes + 100));
     std::vector<QString> files;
     for (const char* name : {"show/a", "show/b", "show/c"}) {
         files.push_back(decoding.write(name, name));
         const QStringList before = decoding.names();
-        decoding.keep(files.back(), pixels(100));
+        decoding.keep(files.back(), decodedBytes(100));
         for (const QString& entry : decoding.names())
             if (!before.contains(entry))
                 setUsed(decoding.entries() + QLatin1Char('/') + entry, 90000 - 10000 * int(files.size()));
@@ -295,7 +296,7 @@ TEST_CASE("decoded files: beyond the limit the entry goes whose use lies back fu
     CHECK(decoding.names().size() == 3);
     CHECK(decoding.find(files[0])); // which is a use
     const QString last = decoding.write("show/d", "d");
-    decoding.keep(last, pixels(100));
+    decoding.keep(last, decodedBytes(100));
     CHECK(decoding.names().size() == 3);
     CHECK(decoding.find(files[0]));
     CHECK_FALSE(decoding.find(files[1]));
@@ -305,24 +306,24 @@ TEST_CASE("decoded files: beyond the limit the entry goes whose use lies back fu
 
 TEST_CASE("decoded files: what is larger than the limit is not kept, and removes nothing")
 {
-    const Decoding decoding(kHeadBytes + 100);
+    const Decoding decoding(kEntryHeadBytes + 100);
     const QString a = decoding.write("show/a", "a");
-    decoding.keep(a, pixels(100));
-    decoding.keep(decoding.write("show/b", "b"), pixels(101));
+    decoding.keep(a, decodedBytes(100));
+    decoding.keep(decoding.write("show/b", "b"), decodedBytes(101));
     CHECK(decoding.names().size() == 1);
     CHECK(decoding.find(a));
 }
 
 TEST_CASE("decoded files: an entry that is replaced does not push out another one")
 {
-    const Decoding decoding(2 * (kHeadBytes + 100));
+    const Decoding decoding(2 * (kEntryHeadBytes + 100));
     const QString a = decoding.write("show/a", "a");
     const QString b = decoding.write("show/b", "b");
-    decoding.keep(a, pixels(100));
-    decoding.keep(b, pixels(100));
-    decoding.keep(b, pixels(99));
+    decoding.keep(a, decodedBytes(100));
+    decoding.keep(b, decodedBytes(100));
+    decoding.keep(b, decodedBytes(99));
     CHECK(decoding.find(a));
-    CHECK(decoding.find(b) == pixels(99));
+    CHECK(decoding.find(b) == decodedBytes(99));
 }
 
 TEST_CASE("decoded files: what was given up while it was written is removed, and files of others stay")

@@ -265,7 +265,7 @@ TEST_CASE("network: a manager made ahead belongs to its parent, and is of the co
     CHECK(two->parent() == &second);
     CHECK(first.findChildren<QNetworkAccessManager*>().size() == 1);
     // A text is no picture, which only the second one has to say.
-    Server server(kAnswer);
+    NetworkTestServer server(kAnswer);
     for (auto* const manager : {one, two}) {
         if (manager == two)
             TestSupport::expectWarningStartingWith("Network # ");

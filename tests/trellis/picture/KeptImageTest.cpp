@@ -16,8 +16,8 @@ using TrellisTest::halves;
 
 namespace
 {
-constexpr ImageSize kSmall{ImageSize::Side::Longest, 64};
-constexpr int kHeadBytes = 20;
+constexpr ImageSize kWithin64{ImageSize::Side::Longest, 64};
+constexpr int kKeptHeadBytes = 20;
 
 /// A folder of pictures of which the process keeps what they are decoded to.
 struct Keeping
@@ -63,10 +63,10 @@ TEST_CASE("kept image: a picture is the same whether it was decoded or kept, wit
         QString path;
         ImageSize size;
     };
-    const Row rows[] = {{"scaled down", keeping.save("a.png", halves(200, 100)), kSmall},
+    const Row rows[] = {{"scaled down", keeping.save("a.png", halves(200, 100)), kWithin64},
                         {"filling", keeping.save("b.png", halves(200, 100)), {ImageSize::Side::Shortest, 64}},
                         {"as large as it is", keeping.save("c.png", halves(33, 7)), {}},
-                        {"with alpha", keeping.save("d.png", glass), kSmall}};
+                        {"with alpha", keeping.save("d.png", glass), kWithin64}};
     for (const Row& row : rows) {
         CAPTURE(row.what);
         const int before = keeping.count();
@@ -86,11 +86,11 @@ TEST_CASE("kept image: a picture that is kept is not decoded")
 {
     const Keeping keeping;
     const QString path = keeping.save("a.png", halves(200, 100, Qt::red));
-    REQUIRE(readKeptImage(path, kSmall).image.pixelColor(0, 0) == QColor(Qt::red));
+    REQUIRE(readKeptImage(path, kWithin64).image.pixelColor(0, 0) == QColor(Qt::red));
     QByteArray bytes = keeping.bytes(path);
-    bytes[kHeadBytes + 2] = char(1); // the red of the first pixel
+    bytes[kKeptHeadBytes + 2] = char(1); // the red of the first pixel
     keeping.files->keep(keeping.source(path), bytes);
-    CHECK(readKeptImage(path, kSmall).image.pixelColor(0, 0) == QColor(1, 0, 0));
+    CHECK(readKeptImage(path, kWithin64).image.pixelColor(0, 0) == QColor(1, 0, 0));
     // Another size of it is decoded.
     CHECK(readKeptImage(path, {ImageSize::Side::Longest, 128}).image.pixelColor(0, 0) == QColor(Qt::red));
     CHECK(readKeptImage(path, {ImageSize::Side::Shortest, 64}).image.pixelColor(0, 0) == QColor(Qt::red));
@@ -100,7 +100,7 @@ TEST_CASE("kept image: kept bytes that are no picture are not shown")
 {
     const Keeping keeping;
     const QString path = keeping.save("a.png", halves(200, 100));
-    const QImage expected = readKeptImage(path, kSmall).image;
+    const QImage expected = readKeptImage(path, kWithin64).image;
     const QByteArray bytes = keeping.bytes(path);
     const auto with = [&bytes](int at, char value) {
         QByteArray changed = bytes;
@@ -108,19 +108,19 @@ TEST_CASE("kept image: kept bytes that are no picture are not shown")
         return changed;
     };
     const QByteArray rows[] = {{},
-                               bytes.left(kHeadBytes - 1),
-                               bytes.left(kHeadBytes),
+                               bytes.left(kKeptHeadBytes - 1),
+                               bytes.left(kKeptHeadBytes),
                                bytes.left(bytes.size() - 1),
                                bytes + 'x',
                                with(0, 65),
                                with(3, char(0x80)),
                                with(4, 31),
                                with(7, char(0x80)),
-                               QByteArray(kHeadBytes, '\0')};
+                               QByteArray(kKeptHeadBytes, '\0')};
     for (const QByteArray& row : rows) {
         CAPTURE(row.size());
         keeping.files->keep(keeping.source(path), row);
-        CHECK(readKeptImage(path, kSmall).image == expected);
+        CHECK(readKeptImage(path, kWithin64).image == expected);
         CHECK(keeping.bytes(path) == bytes); // and kept anew
     }
 }
@@ -134,9 +134,9 @@ TEST_CASE("kept image: a file that cannot be decoded gives its reason each time"
     file.write("no picture");
     file.close();
     for (int i = 0; i < 2; ++i) {
-        const auto read = readKeptImage(path, kSmall);
+        const auto read = readKeptImage(path, kWithin64);
         CHECK(read.image.isNull());
-        CHECK(read.error == readImage(path, kSmall).error);
+        CHECK(read.error == readImage(path, kWithin64).error);
     }
     CHECK(keeping.count() == 0);
 }
@@ -147,7 +147,7 @@ TEST_CASE("kept image: a picture outside of the presentation is decoded each tim
     QTemporaryDir elsewhere;
     const QString path = elsewhere.filePath(QStringLiteral("a.png"));
     REQUIRE(halves(20, 10).save(path));
-    CHECK(readKeptImage(path, kSmall).image == readImage(path, kSmall).image);
+    CHECK(readKeptImage(path, kWithin64).image == readImage(path, kWithin64).image);
     CHECK(keeping.count() == 0);
 }
 
@@ -155,9 +155,9 @@ TEST_CASE("kept image: a kept picture shows its new pixels when its file is repl
 {
     const Keeping keeping;
     const QString path = keeping.save("a.png", halves(20, 10, Qt::red));
-    REQUIRE(readKeptImage(path, kSmall).image.pixelColor(0, 0) == QColor(Qt::red));
+    REQUIRE(readKeptImage(path, kWithin64).image.pixelColor(0, 0) == QColor(Qt::red));
     const QString next = keeping.save("next.png", halves(20, 10, Qt::green));
     REQUIRE(QFile::remove(path));
     REQUIRE(QFile::rename(next, path));
-    CHECK(readKeptImage(path, kSmall).image.pixelColor(0, 0) == QColor(Qt::green));
+    CHECK(readKeptImage(path, kWithin64).image.pixelColor(0, 0) == QColor(Qt::green));
 }

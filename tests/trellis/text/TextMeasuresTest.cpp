@@ -13,7 +13,7 @@ using Vecta::Vector2f;
 
 namespace
 {
-TextFormat::Pointer formatOf(int sizePx)
+TextFormat::Pointer formatOfSize(int sizePx)
 {
     TextLook look;
     look.sizePx = sizePx;
@@ -30,8 +30,8 @@ struct EmptyMeasures
 TEST_CASE("text measures: a size is found for its text, its format and its width alone")
 {
     const EmptyMeasures empty;
-    const auto small = formatOf(12);
-    const auto large = formatOf(24);
+    const auto small = formatOfSize(12);
+    const auto large = formatOfSize(24);
     CHECK_FALSE(TextMeasures::find("a", small, 100.f));
     TextMeasures::keep("a", small, 100.f, {7.f, 14.f});
     CHECK(TextMeasures::find("a", small, 100.f) == Vector2f(7.f, 14.f));
@@ -47,7 +47,7 @@ TEST_CASE("text measures: a size is found for its text, its format and its width
 TEST_CASE("text measures: those that were asked for last are kept, and the others go")
 {
     const EmptyMeasures empty;
-    const auto format = formatOf(12);
+    const auto format = formatOfSize(12);
     const auto keep = [&](int number) { TextMeasures::keep(QString::number(number), format, 10.f, {float(number), 1.f}); };
     const auto isKept = [&](int number) { return TextMeasures::find(QString::number(number), format, 10.f).has_value(); };
     const int most = int(TextMeasures::kKept);
