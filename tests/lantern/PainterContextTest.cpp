@@ -492,3 +492,20 @@ TEST_CASE("painter context: a painter that scales draws shadows, gradients and b
     const QImage expected = picture([](RenderContext& c) { drawBoxes(c); });
     CHECK(shareThatDiffers(large.scaled(100, 100, Qt::IgnoreAspectRatio, Qt::SmoothTransformation), expected) < 0.03);
 }
+
+TEST_CASE("painter context: what is scaled is visible half a pixel beside the damage, what is not is not")
+{
+    QImage image(64, 64, QImage::Format_ARGB32_Premultiplied);
+    Lantern::PainterContext context(image, QRect(20, 20, 10, 10));
+    const Vecta::Rect before{10.f, 10.f, 9.75f, 30.f}, above{10.f, 10.f, 30.f, 9.75f};
+    CHECK_FALSE(context.isVisible(before));
+    CHECK_FALSE(context.isVisible(above));
+    CHECK(context.isVisible({10.f, 10.f, 10.25f, 30.f}));
+    context.pushTransform(Vecta::Transform::scaling(0.5f));
+    CHECK(context.isVisible({20.f, 20.f, 19.5f, 60.f}));
+    CHECK(context.isVisible({20.f, 20.f, 60.f, 19.5f}));
+    CHECK_FALSE(context.isVisible({20.f, 20.f, 18.5f, 60.f}));
+    CHECK_FALSE(context.isVisible({20.f, 20.f, 60.f, 18.5f}));
+    CHECK_FALSE(context.isVisible({50.f, 50.f, 0.f, 20.f}));
+    context.pop();
+}
