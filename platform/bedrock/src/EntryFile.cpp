@@ -93,22 +93,22 @@ bool isOurs(const struct stat& status)
     return status.st_uid == ::geteuid() && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
-struct Entry
+struct KeptEntry
 {
     QByteArray name;
     qint64 bytes;
     struct timespec used;
 };
 
-bool isUsedEarlier(const Entry& a, const Entry& b)
+bool isUsedEarlier(const KeptEntry& a, const KeptEntry& b)
 {
     return std::make_pair(a.used.tv_sec, a.used.tv_nsec) < std::make_pair(b.used.tv_sec, b.used.tv_nsec);
 }
 
 /// The entries in a folder. Removes what is left of entries that were never finished.
-std::vector<Entry> entriesIn(int folder)
+std::vector<KeptEntry> entriesIn(int folder)
 {
-    std::vector<Entry> entries;
+    std::vector<KeptEntry> entries;
     const int own = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC); // closedir closes its descriptor
     DIR* const listing = own >= 0 ? ::fdopendir(own) : nullptr;
     if (!listing) {
@@ -162,13 +162,13 @@ EntryFolder::~EntryFolder()
 
 void EntryFolder::shrink(qint64 mostBytes, const QByteArray& replaced) const
 {
-    std::vector<Entry> entries = entriesIn(m_descriptor);
+    std::vector<KeptEntry> entries = entriesIn(m_descriptor);
     qint64 bytes = 0;
-    for (const Entry& entry : entries)
+    for (const KeptEntry& entry : entries)
         if (entry.name != replaced)
             bytes += entry.bytes;
     std::sort(entries.begin(), entries.end(), isUsedEarlier);
-    for (const Entry& entry : entries) {
+    for (const KeptEntry& entry : entries) {
         if (bytes <= mostBytes)
             return;
         if (entry.name != replaced && ::unlinkat(m_descriptor, entry.name.constData(), 0) == 0)
