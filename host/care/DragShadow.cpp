@@ -52,7 +52,7 @@ void DragShadow::renderContent(Lantern::RenderContext& context) const
                              std::max(height() - 2.f * spread, 0.f)};
     Lantern::BoxShadow shadow;
     shadow.offset = drop;
-    shadow.blurPx = 1.f;
+    shadow.blurPx = 1.f; // whose reach says how much blur reaches as far as the shadow spreads
     shadow.blurPx = spread / shadow.blurReachPx();
     shadow.color = m_color.value();
     context.drawShadow({widget, Lantern::Corners::all(kCornerPx)}, shadow);

@@ -1,5 +1,6 @@
 #include "CommandDoor.hpp"
 
+#include "HeldStore.hpp"
 #include "TwoDoors.hpp"
 
 #include <QFile>
@@ -156,16 +157,7 @@ TEST_CASE_FIXTURE(Door, "command door: during a rotation both keys are good, aft
 TEST_CASE_FIXTURE(Door, "command door: a file that waits for the database holds no other command up")
 {
     folder.write(QStringLiteral("content/boat.png"), "picture");
-    std::promise<void> started;
-    std::promise<void> release;
-    store->post(
-        ItemStore::Kind::Read,
-        [&](Items&) {
-            started.set_value();
-            release.get_future().wait();
-        },
-        [](const Result<void>&) {});
-    started.get_future().wait();
+    HeldStore held(*store);
     const auto answerTo = [this](const QByteArray& body) {
         const auto answer = std::make_shared<std::promise<Http::Response>>();
         door.handle({"POST", "/", body, {}},
@@ -174,6 +166,6 @@ TEST_CASE_FIXTURE(Door, "command door: a file that waits for the database holds 
     };
     auto file = answerTo(R"({"command":"additem","tessel":7,"filename":"boat.png"})");
     CHECK(answerTo("nonsense").get().status == 400);
-    release.set_value();
+    held.release();
     CHECK(file.get().status == 200);
 }

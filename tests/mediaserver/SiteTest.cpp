@@ -1,6 +1,7 @@
 #include "Site.hpp"
 
 #include "FewerFiles.hpp"
+#include "HeldStore.hpp"
 #include "OtherConnection.hpp"
 #include "QrReader.hpp"
 #include "TwoDoors.hpp"
@@ -241,16 +242,7 @@ TEST_CASE("site: while the database hangs, what needs none is answered, and requ
     const auto store = ItemStore::open(folder.path(QStringLiteral("items.sqlite")));
     REQUIRE(store);
     const QByteArray page = "/p/" + (*store)->tokenFor(7)->toLatin1();
-    std::promise<void> started;
-    std::promise<void> release;
-    (*store)->post(
-        ItemStore::Kind::Read,
-        [&](Items&) {
-            started.set_value();
-            release.get_future().wait();
-        },
-        [](const Result<void>&) {});
-    started.get_future().wait();
+    HeldStore held(**store);
     Site site(**store, folder.path(), QStringLiteral("http://museum.example/"), {}, 2);
     auto first = answerOf(site, page);
     auto second = answerOf(site, "/health");
@@ -260,7 +252,7 @@ TEST_CASE("site: while the database hangs, what needs none is answered, and requ
     CHECK(refused.contentType.startsWith("text/plain"));
     CHECK(refused.body == "Too many people are here at once. Try again in a few seconds.\n");
     CHECK(headerOf(refused, "Retry-After") == "5");
-    release.set_value();
+    held.release();
     CHECK(first.get().status == 200);
     CHECK(second.get().status == 200);
 }

@@ -68,7 +68,10 @@ class CrowdedVisit(EightVisit):
     def measure(self, seconds):
         """The processor time of each frame with its drawing and the inspector's answers, in ms."""
         spent = []
-        for _ in range(int(seconds * 60)):
+        frames = int(seconds * 60)
+        for frame in range(frames):
+            if frame % 3600 == 0:
+                print(f"  {frame} of {frames} frames", file=sys.stderr, flush=True)
             before = self.table.processor_ms()
             self.stage.play(1 / 60)
             time.sleep(DRAWING)

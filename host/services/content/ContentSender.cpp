@@ -15,6 +15,8 @@ namespace Host
 {
 namespace
 {
+using Tavola::curl;
+
 constexpr std::size_t kLargestAnswerBytes = 64 * 1024;
 constexpr qint64 kLargestPieceBytes = 1 << 20;
 
@@ -72,41 +74,41 @@ QByteArray ContentSender::addressOf(const ContentNote& note, qint64 from) const
 ContentSender::Answer ContentSender::ask(const char* method, const ContentNote& note, qint64 from, const QByteArray& piece,
                                          const std::atomic<bool>& isStopped) const
 {
-    const std::unique_ptr<CURL, Tavola::CurlDelete> owned(Tavola::curl().curl_easy_init());
+    const std::unique_ptr<CURL, Tavola::CurlDelete> owned(curl().curl_easy_init());
     CURL* const handle = owned.get();
     std::unique_ptr<curl_slist, Tavola::CurlDelete> headers;
     // No "100 Continue" is waited for, and a piece is of no type of its own.
     for (const QByteArray& line : {QByteArray("Expect:"), QByteArray("Content-Type: application/octet-stream"), m_authorization})
         if (!line.isEmpty())
-            headers.reset(Tavola::curl().curl_slist_append(headers.release(), line.constData()));
+            headers.reset(curl().curl_slist_append(headers.release(), line.constData()));
     QByteArray body;
     char detail[CURL_ERROR_SIZE] = "";
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_URL, addressOf(note, from).constData());
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_PROXY, "");
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, m_timeoutMs);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, m_timeoutMs);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers.get());
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, method);
+    curl().curl_easy_setopt(handle, CURLOPT_URL, addressOf(note, from).constData());
+    curl().curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl().curl_easy_setopt(handle, CURLOPT_PROXY, "");
+    curl().curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+    curl().curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, m_timeoutMs);
+    curl().curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, m_timeoutMs);
+    curl().curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers.get());
+    curl().curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, method);
     if (qstrcmp(method, "PUT") == 0) {
-        Tavola::curl().curl_easy_setopt(handle, CURLOPT_POSTFIELDS, piece.constData());
-        Tavola::curl().curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE, long(piece.size()));
+        curl().curl_easy_setopt(handle, CURLOPT_POSTFIELDS, piece.constData());
+        curl().curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE, long(piece.size()));
     }
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, keepAnswer);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_WRITEDATA, &body);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, detail);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, onProgress);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_XFERINFODATA, &isStopped);
+    curl().curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, keepAnswer);
+    curl().curl_easy_setopt(handle, CURLOPT_WRITEDATA, &body);
+    curl().curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, detail);
+    curl().curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
+    curl().curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, onProgress);
+    curl().curl_easy_setopt(handle, CURLOPT_XFERINFODATA, &isStopped);
 
     Answer answer;
-    const CURLcode code = Tavola::curl().curl_easy_perform(handle);
+    const CURLcode code = curl().curl_easy_perform(handle);
     if (code != CURLE_OK) {
-        answer.reason = QString::fromLocal8Bit(*detail ? detail : Tavola::curl().curl_easy_strerror(code));
+        answer.reason = QString::fromLocal8Bit(*detail ? detail : curl().curl_easy_strerror(code));
         return answer;
     }
-    Tavola::curl().curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &answer.status);
+    curl().curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &answer.status);
     answer.json = QJsonDocument::fromJson(body).object();
     answer.reason = answer.json.value(QLatin1String("error")).toString();
     if (answer.reason.isEmpty())
@@ -117,7 +119,7 @@ ContentSender::Answer ContentSender::ask(const char* method, const ContentNote& 
 ContentSender::Result ContentSender::send(const ContentNote& note, const std::atomic<bool>& isStopped) const
 {
     try {
-        static_cast<void>(Tavola::curl());
+        static_cast<void>(curl());
     } catch (const std::runtime_error& fault) {
         return {Outcome::Later, QString::fromLocal8Bit(fault.what())};
     }

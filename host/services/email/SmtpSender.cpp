@@ -15,6 +15,7 @@ namespace Host
 namespace
 {
 using Outcome = OutboxMessage::Outcome;
+using Tavola::curl;
 
 constexpr int kLongestReply = 500;
 constexpr std::chrono::milliseconds kStoppingPause{10};
@@ -36,7 +37,7 @@ QString explain(CURLcode code, const QString& server, const char* detail)
         {CURLE_WEIRD_SERVER_REPLY, kBroken},
         {CURLE_ABORTED_BY_CALLBACK, "the message's file cannot be read"}};
     const QString others =
-        "the mail server %1: " + MailText::oneLine(QString::fromUtf8(*detail ? detail : Tavola::curl().curl_easy_strerror(code)));
+        "the mail server %1: " + MailText::oneLine(QString::fromUtf8(*detail ? detail : curl().curl_easy_strerror(code)));
     return QString(kWords.value(code, others)).replace(QLatin1String("%1"), server);
 }
 }
@@ -60,7 +61,7 @@ struct SmtpSender::Attempt
     QString firstLines;                 ///< of a reply whose last line is still to come
     char detail[CURL_ERROR_SIZE] = "";
     std::unique_ptr<curl_slist, Tavola::CurlDelete> recipients;
-    std::unique_ptr<CURL, Tavola::CurlDelete> handle{Tavola::curl().curl_easy_init()};
+    std::unique_ptr<CURL, Tavola::CurlDelete> handle{curl().curl_easy_init()};
 
     void addReply(const QByteArray& line)
     {
@@ -144,8 +145,7 @@ struct SmtpSender::Attempt
 };
 
 SmtpSender::SmtpSender(const MailSettings& settings, const MailCredentials& credentials)
-    : m_settings(settings), m_credentials(credentials),
-      m_multi(Tavola::curl().curl_multi_init(), Tavola::curl().curl_multi_cleanup)
+    : m_settings(settings), m_credentials(credentials), m_multi(curl().curl_multi_init(), curl().curl_multi_cleanup)
 {
 }
 
@@ -158,41 +158,41 @@ SmtpSender::~SmtpSender()
 void SmtpSender::setUp(Attempt& attempt) const
 {
     CURL* const handle = attempt.handle.get();
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_URL, qUtf8Printable(m_settings.server));
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "smtp,smtps");
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_PROXY, "");
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_FORBID_REUSE, 1L); // QUIT is part of the attempt, so it has the same limit
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, long(m_settings.connectTimeoutSeconds * 1000.0));
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, long(m_settings.timeoutSeconds * 1000.0));
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_MAIL_FROM, MailText::plainAddress(attempt.message.sender).constData());
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_MAIL_RCPT, attempt.recipients.get());
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_MAIL_RCPT_ALLLOWFAILS, 1L);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_UPLOAD, 1L);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_UPLOAD_BUFFERSIZE, 128L * 1024L);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_INFILESIZE_LARGE, curl_off_t(attempt.bytesLeft));
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_READFUNCTION, Attempt::read);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_READDATA, &attempt);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_VERBOSE, 1L);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_DEBUGFUNCTION, Attempt::onTraffic);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_DEBUGDATA, &attempt);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, attempt.detail);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, Attempt::onProgress);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_XFERINFODATA, &attempt);
+    curl().curl_easy_setopt(handle, CURLOPT_URL, qUtf8Printable(m_settings.server));
+    curl().curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "smtp,smtps");
+    curl().curl_easy_setopt(handle, CURLOPT_PROXY, "");
+    curl().curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+    curl().curl_easy_setopt(handle, CURLOPT_FORBID_REUSE, 1L); // QUIT is part of the attempt, so it has the same limit
+    curl().curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, long(m_settings.connectTimeoutSeconds * 1000.0));
+    curl().curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, long(m_settings.timeoutSeconds * 1000.0));
+    curl().curl_easy_setopt(handle, CURLOPT_MAIL_FROM, MailText::plainAddress(attempt.message.sender).constData());
+    curl().curl_easy_setopt(handle, CURLOPT_MAIL_RCPT, attempt.recipients.get());
+    curl().curl_easy_setopt(handle, CURLOPT_MAIL_RCPT_ALLLOWFAILS, 1L);
+    curl().curl_easy_setopt(handle, CURLOPT_UPLOAD, 1L);
+    curl().curl_easy_setopt(handle, CURLOPT_UPLOAD_BUFFERSIZE, 128L * 1024L);
+    curl().curl_easy_setopt(handle, CURLOPT_INFILESIZE_LARGE, curl_off_t(attempt.bytesLeft));
+    curl().curl_easy_setopt(handle, CURLOPT_READFUNCTION, Attempt::read);
+    curl().curl_easy_setopt(handle, CURLOPT_READDATA, &attempt);
+    curl().curl_easy_setopt(handle, CURLOPT_VERBOSE, 1L);
+    curl().curl_easy_setopt(handle, CURLOPT_DEBUGFUNCTION, Attempt::onTraffic);
+    curl().curl_easy_setopt(handle, CURLOPT_DEBUGDATA, &attempt);
+    curl().curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, attempt.detail);
+    curl().curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
+    curl().curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, Attempt::onProgress);
+    curl().curl_easy_setopt(handle, CURLOPT_XFERINFODATA, &attempt);
 
     using StartTls = MailSettings::StartTls;
     const bool hasLogin = !m_credentials.user.isEmpty();
     const long encryption = m_settings.startTls == StartTls::Never ? CURLUSESSL_NONE
         : m_settings.startTls == StartTls::IfOffered && !hasLogin  ? CURLUSESSL_TRY
                                                                    : CURLUSESSL_ALL;
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_USE_SSL, encryption);
-    Tavola::curl().curl_easy_setopt(handle, CURLOPT_SSLVERSION, long(CURL_SSLVERSION_TLSv1_2));
+    curl().curl_easy_setopt(handle, CURLOPT_USE_SSL, encryption);
+    curl().curl_easy_setopt(handle, CURLOPT_SSLVERSION, long(CURL_SSLVERSION_TLSv1_2));
     if (!m_settings.caFile.isEmpty())
-        Tavola::curl().curl_easy_setopt(handle, CURLOPT_CAINFO, qPrintable(m_settings.caFile));
+        curl().curl_easy_setopt(handle, CURLOPT_CAINFO, qPrintable(m_settings.caFile));
     if (hasLogin) {
-        Tavola::curl().curl_easy_setopt(handle, CURLOPT_USERNAME, qUtf8Printable(m_credentials.user));
-        Tavola::curl().curl_easy_setopt(handle, CURLOPT_PASSWORD, qUtf8Printable(m_credentials.password));
+        curl().curl_easy_setopt(handle, CURLOPT_USERNAME, qUtf8Printable(m_credentials.user));
+        curl().curl_easy_setopt(handle, CURLOPT_PASSWORD, qUtf8Printable(m_credentials.password));
     }
 }
 
@@ -204,13 +204,13 @@ void SmtpSender::begin(OutboxMessage message, const QString& path)
     attempt->file.setFileName(path);
     for (const auto& recipient : attempt->message.recipients)
         if (recipient.outcome == Outcome::Open)
-            attempt->recipients.reset(Tavola::curl().curl_slist_append(attempt->recipients.release(),
-                                                                       MailText::plainAddress(recipient.address).constData()));
+            attempt->recipients.reset(
+                curl().curl_slist_append(attempt->recipients.release(), MailText::plainAddress(recipient.address).constData()));
     const bool isWhole =
         attempt->file.open(QIODevice::ReadOnly | QIODevice::Unbuffered) && attempt->file.size() == attempt->bytesLeft;
     if (isWhole && attempt->recipients) {
         setUp(*attempt);
-        if (Tavola::curl().curl_multi_add_handle(m_multi.get(), attempt->handle.get()) == CURLM_OK)
+        if (curl().curl_multi_add_handle(m_multi.get(), attempt->handle.get()) == CURLM_OK)
             return m_attempts.push_back(std::move(attempt));
     }
     if (isWhole) // all recipients have their outcome, unless libcurl has no memory
@@ -223,15 +223,15 @@ std::vector<SmtpSender::Ended> SmtpSender::proceed(std::chrono::milliseconds lon
 {
     if (!m_attempts.empty() && m_attempts.front()->isStopped)
         longestWait = std::min(longestWait, kStoppingPause);
-    Tavola::curl().curl_multi_poll(m_multi.get(), nullptr, 0, m_ended.empty() ? int(longestWait.count()) : 0, nullptr);
+    curl().curl_multi_poll(m_multi.get(), nullptr, 0, m_ended.empty() ? int(longestWait.count()) : 0, nullptr);
     int count = 0;
-    Tavola::curl().curl_multi_perform(m_multi.get(), &count);
-    while (const CURLMsg* message = Tavola::curl().curl_multi_info_read(m_multi.get(), &count)) {
+    curl().curl_multi_perform(m_multi.get(), &count);
+    while (const CURLMsg* message = curl().curl_multi_info_read(m_multi.get(), &count)) {
         CURL* const handle = message->easy_handle;
         const CURLcode code = message->data.result;
         const auto attempt =
             std::find_if(m_attempts.begin(), m_attempts.end(), [handle](const auto& one) { return one->handle.get() == handle; });
-        Tavola::curl().curl_multi_remove_handle(m_multi.get(), handle);
+        curl().curl_multi_remove_handle(m_multi.get(), handle);
         if (!(*attempt)->isStopped || code != CURLE_ABORTED_BY_CALLBACK)
             m_ended.push_back((*attempt)->judge(code, m_settings.server));
         m_attempts.erase(attempt);
@@ -241,7 +241,7 @@ std::vector<SmtpSender::Ended> SmtpSender::proceed(std::chrono::milliseconds lon
 
 void SmtpSender::wake()
 {
-    Tavola::curl().curl_multi_wakeup(m_multi.get());
+    curl().curl_multi_wakeup(m_multi.get());
 }
 
 void SmtpSender::stop()
