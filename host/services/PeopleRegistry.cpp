@@ -101,6 +101,7 @@ struct PeopleRegistry::Private
     PeopleCopy copy{QString()};
     bool hasCopy = false;
     std::atomic<unsigned> events{0}; ///< of a server
+    std::atomic<quint64> freshStamps{0};
     std::atomic<bool> isAway{false}; ///< a server, by its last event
     std::unique_ptr<Storage::Store> store;
 
@@ -302,9 +303,10 @@ QByteArray PeopleRegistry::stamp() const
         isFresh = isFresh || changed > now - kFreshMs;
         result += QByteArray::number(file.size()) + ':' + QByteArray::number(changed) + ' ';
     }
-    // The next write may fall into the same tick and keep the sizes, so a stamp of a fresh file differs from every other.
+    // The next write may fall into the same tick and keep the sizes, so a stamp of a fresh file differs from every other. It is
+    // numbered: two stamps may be taken within the clock's millisecond, with a write between them.
     if (isFresh)
-        result += "at " + QByteArray::number(now);
+        result += "fresh " + QByteArray::number(d->freshStamps++);
     return result;
 }
 }

@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <set>
 #include <thread>
 
 using namespace Host;
@@ -398,6 +399,22 @@ TEST_CASE("people registry: the stamp shows every write, however close they foll
         CHECK(desk->insert({ann}));
         CHECK(registry->stamp() != before);
     }
+}
+
+TEST_CASE("people registry: no two stamps of a file that was just written are alike, also within one tick of the clock")
+{
+    const Folder folder;
+    const QString path = folder.path(QStringLiteral("people.sqlite"));
+    const auto registry = opened(path);
+    QFile file(path);
+    REQUIRE(file.open(QIODevice::ReadWrite));
+    REQUIRE(
+        file.setFileTime(QDateTime::currentDateTime().addSecs(60), QFileDevice::FileModificationTime)); // for as long as it takes
+    std::set<QByteArray> stamps;
+    constexpr int kStamps = 50;
+    for (int i = 0; i < kStamps; ++i)
+        stamps.insert(registry->stamp());
+    CHECK(stamps.size() == kStamps);
 }
 
 TEST_CASE("people registry: the stamp of one that is not written to stays, also while people are read")
