@@ -24,6 +24,7 @@ struct Box
     Display display = Display::Block;
     Position position = Position::Flow;
     Alignment align = Alignment::Left;
+    const char* direction = "ltr";
     float gap = 0.f;
     float scale = 1.f;
     bool hasLocation = false;
@@ -35,6 +36,14 @@ template <class T>
 void set(Widget& widget, const char* name, T value)
 {
     static_cast<Facet::AttributeT<T>&>(*widget.attribute(name)).setValue(value);
+}
+
+void setDirection(Widget& widget, const char* word)
+{
+    Facet::StyleValue value;
+    value.terms.append({Facet::StyleTerm::Kind::Ident, QString::fromLatin1(word), 0.0, {}});
+    QString error;
+    REQUIRE(widget.attribute("direction")->setStyleValue(value, Facet::kUserLayer, &error));
 }
 
 void apply(const Box& box, Widget& widget)
@@ -49,6 +58,7 @@ void apply(const Box& box, Widget& widget)
     set(widget, "display", box.display);
     set(widget, "position", box.position);
     set(widget, "align", box.align);
+    setDirection(widget, box.direction);
     set(widget, "gap", box.gap);
     set(widget, "scale", box.scale);
     if (box.hasLocation)
@@ -78,7 +88,7 @@ public:
     }
     void change(Box& box)
     {
-        switch (below(12)) {
+        switch (below(13)) {
         case 0: box.width = length(); break;
         case 1: box.height = length(); break;
         case 2: box.left = length(); break;
@@ -94,6 +104,7 @@ public:
             box.hasLocation = below(2) == 0;
             box.location = {px(300), px(300)};
             break;
+        case 12: box.direction = below(2) == 0 ? "ltr" : "rtl"; break;
         }
     }
 

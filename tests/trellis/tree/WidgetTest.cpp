@@ -235,6 +235,7 @@ TEST_CASE("widget: its attributes can be reached by name")
                              "position",
                              "display",
                              "align",
+                             "direction",
                              "gap",
                              "rotation",
                              "scale",

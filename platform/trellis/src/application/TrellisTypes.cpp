@@ -40,6 +40,7 @@ const Cascara::StyleVocabulary::Registrant kTypes({
       "padding",
       "gap",
       "align",
+      "direction",
       "overflow",
       "background-color",
       "border-color",

@@ -68,13 +68,21 @@ void LayoutEngine::finishLine(const Widget& widget, const Room& room, Line& line
     if (line.isEmpty)
         return;
     const LayoutRecord& d = layoutOf(widget);
-    if (place && d.spacing->align.value() != Alignment::Left) {
-        const float share = d.spacing->align.value() == Alignment::Center ? 0.5f : 1.f;
+    const Alignment align = d.spacing->align.value();
+    const bool isMirrored = d.spacing->direction.value() == FlowDirection::RightToLeft;
+    if (place && (align != Alignment::Left || isMirrored)) {
+        const float share = align == Alignment::Left ? 0.f : align == Alignment::Center ? 0.5f : 1.f;
         const float shift = std::max(0.f, room.width - line.width) * share;
         for (std::size_t i = line.first; i < line.end; ++i) {
-            Widget& child = *d.flowOrder[i];
-            if (layoutOf(child).display.value() == Display::Inline && !layoutOf(child).isOutOfFlow())
-                layoutOf(child).flowLocation.x += shift;
+            LayoutRecord& c = layoutOf(*d.flowOrder[i]);
+            if (c.display.value() != Display::Inline || c.isOutOfFlow())
+                continue;
+            if (isMirrored) {
+                const Edges& margin = c.spacing->margin.value();
+                c.flowLocation.x = 2.f * d.padLeft + line.width - c.flowLocation.x - c.size.x * std::max(0.f, c.scale.value())
+                    + margin.left.resolve(room.width) - margin.right.resolve(room.width);
+            }
+            c.flowLocation.x += shift;
         }
     }
     line.widest = std::max(line.widest, line.width);

@@ -26,6 +26,7 @@ const Facet::AttributeName kMargin("margin");
 const Facet::AttributeName kPosition("position");
 const Facet::AttributeName kDisplay("display");
 const Facet::AttributeName kAlign("align");
+const Facet::AttributeName kDirection("direction");
 const Facet::AttributeName kGap("gap");
 const Facet::AttributeName kRotation("rotation");
 const Facet::AttributeName kScale("scale");
@@ -38,6 +39,8 @@ const Facet::AttributeT<Display>::Names kDisplays{{QStringLiteral("block"), Disp
 const Facet::AttributeT<Alignment>::Names kAlignments{{QStringLiteral("left"), Alignment::Left},
                                                       {QStringLiteral("center"), Alignment::Center},
                                                       {QStringLiteral("right"), Alignment::Right}};
+const Facet::AttributeT<FlowDirection>::Names kDirections{{QStringLiteral("ltr"), FlowDirection::LeftToRight},
+                                                          {QStringLiteral("rtl"), FlowDirection::RightToLeft}};
 
 LayoutRecord& layoutOf(const Widget& widget)
 {
@@ -98,13 +101,14 @@ bool Insets::isNamed(int nameNumber)
 }
 
 Spacing::Spacing(Widget* host)
-    : padding(host, kPadding), margin(host, kMargin), align(host, kAlign, kAlignments, Alignment::Left), gap(host, kGap, 0.f)
+    : padding(host, kPadding), margin(host, kMargin), align(host, kAlign, kAlignments, Alignment::Left),
+      direction(host, kDirection, kDirections, FlowDirection::LeftToRight), gap(host, kGap, 0.f)
 {
 }
 
 bool Spacing::isNamed(int nameNumber)
 {
-    return isOneOf(nameNumber, {kPadding, kMargin, kAlign, kGap});
+    return isOneOf(nameNumber, {kPadding, kMargin, kAlign, kDirection, kGap});
 }
 
 LayoutRecord::LayoutRecord(Widget* host)

@@ -36,11 +36,15 @@ struct Insets
     [[nodiscard]] static bool isNamed(int nameNumber);
 };
 
+/// From which side the inline children of a line follow one another.
+enum class FlowDirection { LeftToRight, RightToLeft };
+
 struct Spacing
 {
     explicit Spacing(Widget* host);
     Facet::AttributeT<Edges> padding, margin;
     Facet::AttributeT<Alignment> align;
+    Facet::AttributeT<FlowDirection> direction;
     Facet::AttributeT<float> gap;
     [[nodiscard]] static bool isNamed(int nameNumber);
 };
