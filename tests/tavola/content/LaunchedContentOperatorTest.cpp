@@ -46,9 +46,10 @@ TEST_CASE_FIXTURE(OneWidget, "launched content: grows out of the point to its ce
     widget->setScale(1.5f);
     widget->addOperator(makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), 0.3f));
     CHECK(widget->opacity() < 0.01f);
-    host.frame(0.01); // the frame of its first update, in which it does not show yet
-    CHECK(widget->opacity() < 0.01f);
-    float scale = 0.f;
+    host.frame(0.01); // the frame of its first update, which shows it already
+    CHECK(widget->opacity() > 0.05f);
+    float scale = widget->scale();
+    CHECK(scale < 0.2f);
     float opacity = widget->opacity();
     for (int i = 0; i < 3; ++i) {
         CHECK(isNear(widget->centerLocation(), {900.f, 500.f}));

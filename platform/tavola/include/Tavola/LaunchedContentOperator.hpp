@@ -9,9 +9,9 @@ namespace Tavola
 /// Opens content that was launched at a point: it grows out of the point to its own size, fading in. Done after its duration.
 /// Main thread.
 ///
-/// Until the end of the first frame that updates it the widget stands, invisible, at its full size in the place where it ends,
-/// so that a widget that inspects its surroundings in its first `update` finds them as they will be; the opening shows from the
-/// next frame on.
+/// During the updates of its first frame the widget stands, invisible, at its full size in the place where it ends, so that a
+/// widget that inspects its surroundings in its first `update` finds them as they will be; the opening shows from the end of that
+/// frame on.
 ///
 /// Points are in the coordinates of the widget's parent. Relative content ends with its styled location taken as an offset from
 /// the point, and the offset turns with the widget. Other content ends with its centre at the point, and the operator waits up
@@ -31,6 +31,9 @@ public:
     /// Content that is not relative ends inside the table's edge, as near to the point as it can.
     void keepOnTable() noexcept { m_keepsOnTable = true; }
 
+    /// Opens in the next update, whatever the duration was.
+    void openAtOnce() noexcept { m_durationSeconds = 0.f; }
+
     [[nodiscard]] Vecta::Vector2T<float> point() const noexcept { return m_point; }
     /// The scale that the widget grows to.
     [[nodiscard]] float scaleAtEnd() const noexcept { return m_scaleAtEnd; }
@@ -47,6 +50,8 @@ private:
 
     void place(Trellis::Widget& widget, float progress);
     void standAtFullSize(Trellis::Widget& widget);
+    /// Shows the opening once all updates of this frame have found the widget at its full size.
+    void showAfterUpdate(Trellis::Widget& widget, float progress);
 
     bool m_relative;
     bool m_keepsOnTable = false;

@@ -65,6 +65,7 @@ void LaunchedContentOperator::update(Trellis::Widget& widget, const Trellis::Fra
         m_stage = Stage::Opening;
         if (progress < 1.f) {
             standAtFullSize(widget);
+            showAfterUpdate(widget, progress);
             return;
         }
     }
@@ -77,6 +78,21 @@ void LaunchedContentOperator::standAtFullSize(Trellis::Widget& widget)
 {
     place(widget, 1.f);
     widget.setOpacity(kUnseen);
+}
+
+void LaunchedContentOperator::showAfterUpdate(Trellis::Widget& widget, float progress)
+{
+    const Bedrock::IntrusiveWeakPtr<Trellis::Widget> opened(&widget);
+    const Bedrock::IntrusiveWeakPtr<LaunchedContentOperator> weak(this);
+    invokeAfterUpdate([opened, weak, progress] {
+        const auto target = opened.lock();
+        const auto self = weak.lock();
+        if (!target || !self)
+            return;
+        const auto& operators = target->operators();
+        if (std::any_of(operators.begin(), operators.end(), [&self](const auto& one) { return one.get() == self.get(); }))
+            self->place(*target, progress);
+    });
 }
 
 void LaunchedContentOperator::place(Trellis::Widget& widget, float progress)
