@@ -1,6 +1,8 @@
 #include "care/CardSigns.hpp"
 
 #include "care/CardOpenings.hpp"
+#include "care/CardOutline.hpp"
+#include "care/SignWords.hpp"
 #include "care/SpokenLanguage.hpp"
 #include "components/PanelInstance.hpp"
 #include "services/CardLanguages.hpp"
@@ -12,6 +14,7 @@
 #include <Tavola/TesselServiceCache.hpp>
 #include <Tavola/UserInterface.hpp>
 #include <Tavola/WidgetInstance.hpp>
+#include <Trellis/Application.hpp>
 #include <Trellis/GrabManager.hpp>
 #include <Trellis/InputGrabber.hpp>
 #include <Trellis/TextWidget.hpp>
@@ -26,6 +29,7 @@ namespace
 {
 /// A card is held from the side that its rotation points away from.
 constexpr float kToHolder = float(Vecta::kTwoPi) / 4.f;
+constexpr float kGapMm = 4.f; ///< between the words and a card
 
 const QByteArray kCovered = QByteArrayLiteral("covered");
 const QByteArray kOtherSpace = QByteArrayLiteral("other-space");
@@ -69,7 +73,7 @@ QByteArray reasonOf(const Tactile::Marker& card, const QByteArray& shown, const 
 }
 }
 
-CardSigns::CardSigns() = default;
+CardSigns::CardSigns(float pixelPitchMm) : m_pixelPitchMm(pixelPitchMm) {}
 CardSigns::~CardSigns() = default;
 
 void CardSigns::update(Trellis::Widget& layer, const Trellis::Widget& content, const Trellis::GrabManager& grabManager,
@@ -85,8 +89,10 @@ void CardSigns::update(Trellis::Widget& layer, const Trellis::Widget& content, c
         const QByteArray reason =
             reasonOf(*card, sign == m_signs.end() ? QByteArray() : sign->second.reason, content, grabManager, openings);
         const bool isTwice = std::any_of(cards.begin(), card, [card](const auto& other) { return other.code() == card->code(); });
-        if (!reason.isEmpty())
-            show(layer, *card, reason, isTwice, languages ? languages->ofCard(card->code()) : QString());
+        if (reason.isEmpty())
+            continue;
+        show(layer, *card, reason, isTwice, languages ? languages->ofCard(card->code()) : QString());
+        placeWords(*card, cards);
     }
     for (auto sign = m_signs.begin(); sign != m_signs.end();) {
         if (sign->second.isPresent) {
@@ -128,5 +134,18 @@ void CardSigns::show(Trellis::Widget& layer, const Tactile::Marker& card, const 
     const Vecta::Vector2f center = layer.mapFromScene(card.centerLocation());
     if ((sign.widget->centerLocation() - center).lengthSquared() > 0.01f)
         sign.widget->setCenterLocation(center);
+}
+
+void CardSigns::placeWords(const Tactile::Marker& card, const std::vector<Tactile::Marker>& cards) const
+{
+    SignSurroundings surroundings;
+    surroundings.card = cardOutline(card, m_pixelPitchMm);
+    for (const Tactile::Marker& other : cards)
+        if (other.id() != card.id())
+            surroundings.otherCards.push_back(cardOutline(other, m_pixelPitchMm));
+    surroundings.table = Trellis::Application::instance()->size();
+    surroundings.gapPx = kGapMm / m_pixelPitchMm;
+    const auto& sign = m_signs.at(card.id()).widget;
+    placeSignWords(*sign->children().front(), *sign, card.centerLocation(), surroundings);
 }
 }

@@ -6,6 +6,7 @@
 #include <QByteArray>
 
 #include <map>
+#include <vector>
 
 namespace Trellis
 {
@@ -25,6 +26,7 @@ class CardOpenings;
 ///   "covered"      it lies on something that takes no card
 ///   "other-space"  it lies on what opened at another person's card
 ///   "twice"        in addition: a card of the same code lies on the table already
+/// The text stands whole on the table and below no card, as near as possible to where style sheets put it.
 /// A card keeps "covered" and "other-space" when what it lies on goes: it is taken only when it is put down again. Signs take no
 /// input, and are gone in the frame in which the card is lifted or taken. A card that lies on what it opened itself has none.
 /// What takes cards are widgets of plug-ins with an instance of their own, and widgets with a listener of "marker-down". Main
@@ -32,7 +34,7 @@ class CardOpenings;
 class CardSigns
 {
 public:
-    CardSigns();
+    explicit CardSigns(float pixelPitchMm);
     ~CardSigns();
     CardSigns(const CardSigns&) = delete;
     CardSigns& operator=(const CardSigns&) = delete;
@@ -51,7 +53,9 @@ private:
     };
     void show(Trellis::Widget& layer, const Tactile::Marker& card, const QByteArray& reason, bool isTwice,
               const QString& language);
+    void placeWords(const Tactile::Marker& card, const std::vector<Tactile::Marker>& cards) const;
 
+    float m_pixelPitchMm;
     std::map<std::int64_t, Sign> m_signs; ///< by the card's id
 };
 }

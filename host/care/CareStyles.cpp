@@ -22,6 +22,7 @@ QString careStyleSheet(float pixelPitchMm)
         // The parts that visitors read and tap first, as the plug-ins name them.
         + QStringLiteral(".title, .qr-icon, .user-page-link, .info, .envelope, .help-button, .send-button, .cancel-button,"
                          " .save-button, InputFieldWidget, CloseHandle { keep-clear: true; }")
+        + QStringLiteral(":reduced-motion ContentMenuWidget { content-opening-duration: 0s !important; } ")
         + QStringLiteral("DragShadow, FlyingPicture { position: absolute; } ")
         + QStringLiteral(
               "CardSign { position: absolute; width: %1px; height: %1px; border-radius: %2px; border-width: 4px;"

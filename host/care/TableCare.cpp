@@ -1,10 +1,11 @@
 #include "care/TableCare.hpp"
 
-#include "care/CareAttributes.hpp"
 #include "care/DropFlights.hpp"
+#include "care/OpenedClasses.hpp"
 #include "care/SpokenLanguage.hpp"
 #include "services/CardLanguages.hpp"
 
+#include <Cascara/StyleEngine.hpp>
 #include <Tactile/Sample.hpp>
 #include <Tavola/LaunchedContentOperator.hpp>
 #include <Tavola/Tavola.hpp>
@@ -12,7 +13,6 @@
 #include <Trellis/Application.hpp>
 #include <Trellis/FrameInfo.hpp>
 #include <Trellis/GrabManager.hpp>
-#include <Trellis/InputGrabber.hpp>
 #include <Trellis/Widget.hpp>
 
 namespace Host
@@ -21,37 +21,42 @@ namespace
 {
 constexpr float kAllAtOnceSeconds = 60.f; ///< longer than any movement
 
-/// Gives what opened the classes that the widget holding its card names for it.
-void addClasses(const CardOpening& opening, const Trellis::GrabManager& grabManager)
-{
-    const Trellis::InputGrabber* const grabber = grabManager.grabber(opening.card.id());
-    const auto opened = opening.widget.lock();
-    if (grabber && opened)
-        for (const QString& name : CareAttributes::openedClasses(grabber->widget()))
-            opened->addCSSClass(name.toUtf8());
-}
-
 /// Content that does not follow its card ends whole on the table; relative content is not moved by this.
-void keepOnTable(const CardOpening& opening)
+void settleLaunched(const CardOpening& opening, bool isMotionReduced)
 {
     const auto opened = opening.widget.lock();
     if (!opened)
         return;
     for (const auto& op : opened->operators())
-        if (auto* const launch = dynamic_cast<Tavola::LaunchedContentOperator*>(op.get()))
+        if (auto* const launch = dynamic_cast<Tavola::LaunchedContentOperator*>(op.get())) {
             launch->keepOnTable();
+            if (isMotionReduced)
+                launch->openAtOnce();
+        }
+}
+
+/// Whether what moves by style sheets stands still.
+void calmStyles(bool isMotionReduced)
+{
+    auto& styles = Cascara::StyleEngine::instance();
+    Cascara::Media media = styles.media();
+    if (media.reducesMotion == isMotionReduced)
+        return;
+    media.reducesMotion = isMotionReduced;
+    styles.setMedia(media);
 }
 }
 
 TableCare::TableCare(const CareSettings& settings, float pixelPitchMm, std::shared_ptr<const CardLanguages> languages)
     : m_languages(std::move(languages)), m_places(pixelPitchMm),
       m_keyboards([this](const Trellis::Widget& carrier) { return m_places.neighboursOf(carrier); }), m_clock(settings),
-      m_idle(settings.idleAfterSeconds), m_tidy(settings.tidyAfterSeconds, pixelPitchMm)
+      m_signs(pixelPitchMm), m_idle(settings.idleAfterSeconds), m_tidy(settings.tidyAfterSeconds, pixelPitchMm)
 {
 }
 
 void TableCare::added(Trellis::Widget& /*widget*/)
 {
+    m_isAlwaysCalm = Cascara::StyleEngine::instance().media().reducesMotion;
     Tavola::Tavola::instance()->ui()->setKeyboardPlacer(
         [this](Trellis::Widget& keyboard, const Trellis::Widget& carrier, const Tavola::KeyboardRequest& request) {
             return m_keyboards.place(keyboard, carrier, request);
@@ -60,6 +65,7 @@ void TableCare::added(Trellis::Widget& /*widget*/)
 
 void TableCare::removed(Trellis::Widget& /*widget*/)
 {
+    calmStyles(m_isAlwaysCalm);
     if (const auto application = Tavola::Tavola::instance())
         application->ui()->setKeyboardPlacer({});
 }
@@ -76,16 +82,17 @@ void TableCare::update(Trellis::Widget& widget, const Trellis::FrameInfo& frame)
 {
     const auto& application = *Trellis::Application::instance();
     const Tactile::Sample& sample = application.grabManager()->currentSample();
-    const bool isMotionReduced = application.mainLayer()->hasPseudoClass("reduced-motion");
+    const bool isMotionReduced = m_isAlwaysCalm || application.mainLayer()->hasPseudoClass("reduced-motion");
+    calmStyles(isMotionReduced);
     const float motionSeconds = isMotionReduced ? kAllAtOnceSeconds : frame.dt();
     m_places.update(sample.markers, application.size(), motionSeconds);
     for (const CardOpening& opening : m_openings.find(widget, sample)) {
         giveLanguage(opening);
+        giveOpenedClasses(opening, *application.mainLayer(), *application.grabManager());
         if (opening.isLaunched) {
-            keepOnTable(opening);
+            settleLaunched(opening, isMotionReduced);
             continue;
         }
-        addClasses(opening, *application.grabManager());
         m_places.add(opening);
         m_clock.add(opening);
     }

@@ -20,8 +20,9 @@ namespace Host
 class CardLanguages;
 
 /// The host's care for visitors: the places and languages of what opens at cards, closing what was left, answers to cards that
-/// nothing took and to drags, the sign of an idle table, and tidying it. While the root has the pseudo-class "reduced-motion"
-/// nothing glides: it is there at once. An operator of the main widget. Main thread only.
+/// nothing took and to drags, the sign of an idle table, and tidying it. While the root has the pseudo-class "reduced-motion", or
+/// always where the style engine reduced motion when this was added, nothing glides, and style sheets move nothing either: it is
+/// there at once. An operator of the main widget. Main thread only.
 class TableCare final : public Trellis::Operator
 {
 public:
@@ -35,6 +36,7 @@ private:
     void giveLanguage(const CardOpening& opening) const;
 
     std::shared_ptr<const CardLanguages> m_languages; ///< may be null
+    bool m_isAlwaysCalm = false;                      ///< no motion, whatever visitors choose
     CardOpenings m_openings;
     PlaceKeeper m_places;
     KeyboardPlaces m_keyboards;

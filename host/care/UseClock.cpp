@@ -60,8 +60,10 @@ void UseClock::watchTyping(Trellis::Widget* focus)
 void UseClock::add(const CardOpening& opening)
 {
     const auto widget = opening.widget.lock();
-    if (!widget || !widget->hasCSSClass(Tavola::Utils::temporaryWidgetCSSClass()))
+    if (!widget)
         return;
+    // A popup that waits for an answer has no such class of its own; it shows a person's address, and that person may have gone.
+    widget->addCSSClass(Tavola::Utils::temporaryWidgetCSSClass());
     Entry& entry = entryOf(*widget);
     entry.card = opening.card;
     entry.handle = CloseHandle::addTo(*widget);

@@ -17,11 +17,12 @@ namespace Host
 {
 class CloseHandle;
 
-/// Closes what visitors opened and left: children of a layer with the class of temporary content. Each of these has a clock of
-/// its own that any use restarts: a finger anywhere inside its outline, a move or turn of the widget or its card, putting down or
-/// lifting that card, typing, and work in it ("in-use", for at most `kLongestWorkSeconds` more than it would stay without).
-/// For the last `kClosingSeconds` it has the pseudo-class "closing"; then it fades out. What opened at a card has a CloseHandle.
-/// Once its card is lifted the time until it closes is a setting of its own. All time is frame time. Main thread only.
+/// Closes what visitors opened and left: children of a layer with the class of temporary content, which everything gets that a
+/// card opened. Each of these has a clock of its own that any use restarts: a finger anywhere inside its outline, a move or turn
+/// of the widget or its card, putting down or lifting that card, typing, and work in it ("in-use", for at most
+/// `kLongestWorkSeconds` more than it would stay without). For the last `kClosingSeconds` it has the pseudo-class "closing"; then
+/// it fades out. What opened at a card has a CloseHandle. Once its card is lifted the time until it closes is a setting of its
+/// own. All time is frame time. Main thread only.
 class UseClock
 {
 public:
@@ -33,7 +34,7 @@ public:
     UseClock(const UseClock&) = delete;
     UseClock& operator=(const UseClock&) = delete;
 
-    /// What opened at a card in this frame. Temporary content gets its handle.
+    /// What opened at a card in this frame. It gets the class of temporary content, and its handle.
     void add(const CardOpening& opening);
     /// Once a frame, after the input.
     void update(const Trellis::Widget& layer, const Tactile::Sample& sample, float dtSeconds);

@@ -85,17 +85,6 @@ TEST_CASE("card openings: content that opens by itself, and then follows its car
     CHECK(f.openings.find(f.host.mainWidget(), CardOpeningsFixture::cardDown({500.f, 400.f})).empty());
 }
 
-TEST_CASE("card openings: what opens has the classes that the widget holding its card names for it")
-{
-    CareTable table;
-    table.host.style("Widget.area { opened-classes: mail, large; }");
-    table.area->addCSSClass("area");
-    table.host.frame();
-    const Trellis::Widget& opened = table.open(1001, {960.f, 540.f});
-    CHECK(opened.hasCSSClass("mail"));
-    CHECK(opened.hasCSSClass("large"));
-}
-
 TEST_CASE("card openings: what a folder opens at the table's edge ends whole on the table, and what keeps its distance from a "
           "card exactly there")
 {

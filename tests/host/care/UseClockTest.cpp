@@ -165,6 +165,22 @@ TEST_CASE("use clock: putting the card back keeps the widget open")
     CHECK(f.isOpen());
 }
 
+TEST_CASE("use clock: what a card opened closes also when nothing marks it as temporary, such as a popup without an answer")
+{
+    UseClockFixture f;
+    const auto popup = Bedrock::makeIntrusive<Trellis::Widget>();
+    popup->postConstruct();
+    popup->setSize({400.f, 200.f});
+    f.table.host.input.markerDown(1002, {300.f, 200.f});
+    f.table.area->setInputEnabled(false);
+    f.table.host.mainWidget().addChild(popup);
+    popup->setLocation({300.f, 200.f});
+    f.table.host.frame();
+    CHECK(popup->children().size() == 1); // the handle
+    f.pass(41);
+    CHECK_FALSE(popup->parent());
+}
+
 TEST_CASE("use clock: temporary content that no card opened closes, too, and what is there to stay stays")
 {
     CareTable table(useSettings());

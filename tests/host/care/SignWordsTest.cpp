@@ -1,0 +1,92 @@
+#include "care/SignWords.hpp"
+
+#include "CareTable.hpp"
+#include "care/CardOutline.hpp"
+#include "care/CareStyles.hpp"
+#include "care/ConvexShape.hpp"
+
+#include <doctest/doctest.h>
+
+using Vecta::Vector2f;
+
+namespace
+{
+using Corners = std::vector<Vector2f>;
+
+struct SignWordsFixture
+{
+    SignWordsFixture()
+    {
+        table.host.style(Host::careStyleSheet(0.55f));
+        table.host.style("CardSign > .card-sign-text { text: 'Please ask us for another card.'; }");
+        table.area->setInputEnabled(false); // nothing takes a card
+        table.host.frame();
+    }
+
+    /// The words of the sign at a card that nothing takes.
+    Trellis::Widget& put(Vector2f point, float angle = 0.f)
+    {
+        table.card = table.host.input.markerDown(9999, point, angle);
+        table.host.frame();
+        return words();
+    }
+    Trellis::Widget& words() { return *table.host.app().mainLayer()->findAllByType("CardSign").front()->children().front(); }
+
+    static Corners cornersOf(const Trellis::Widget& widget)
+    {
+        const auto corners = widget.transformToScene().mapCorners({0.f, 0.f, widget.width(), widget.height()});
+        return {corners.begin(), corners.end()};
+    }
+    bool covers(const Trellis::Widget& widget, const Tactile::Marker& card) const
+    {
+        const auto outline = Host::cardOutline(card, 0.55f);
+        return Host::ConvexShape::placesOfOverlap(cornersOf(widget), {outline.begin(), outline.end()}).contains({});
+    }
+    bool isFreeOfCards(const Trellis::Widget& widget)
+    {
+        const auto& cards = table.host.app().grabManager()->currentSample().markers;
+        return std::none_of(cards.begin(), cards.end(), [&](const auto& card) { return covers(widget, card); });
+    }
+
+    CareTable table;
+};
+}
+
+TEST_CASE("sign words: at every edge and however its card is turned they are whole on the table, and below no card")
+{
+    SignWordsFixture f;
+    const Vecta::Rect table{-0.1f, -0.1f, 1920.2f, 1080.2f};
+    for (const Vector2f point : {Vector2f(25.f, 25.f), Vector2f(960.f, 20.f), Vector2f(1900.f, 1060.f), Vector2f(20.f, 540.f)}) {
+        for (int turn = 0; turn < 8; ++turn) {
+            CAPTURE(point.x);
+            CAPTURE(turn);
+            const Trellis::Widget& words = f.put(point, float(turn) * 0.785f);
+            for (const Vector2f corner : SignWordsFixture::cornersOf(words))
+                CHECK(table.contains(corner));
+            CHECK(f.isFreeOfCards(words));
+            f.table.host.input.markerUp(f.table.card);
+            f.table.host.frame();
+        }
+    }
+}
+
+TEST_CASE("sign words: where there is room they stand where style sheets put them, also after the card was at the edge")
+{
+    SignWordsFixture f;
+    Trellis::Widget& words = f.put({960.f, 20.f}, 4.712f);
+    CHECK(words.attribute("location")->hasValue(Facet::kUserLayer));
+    f.table.host.input.markerMove(f.table.card, {960.f, 540.f}, 4.712f);
+    f.table.host.frame();
+    CHECK_FALSE(words.attribute("location")->hasValue(Facet::kUserLayer));
+    CHECK(words.mapToScene(words.size() / 2.f).y < 540.f - 100.f);
+}
+
+TEST_CASE("sign words: they make room for another card")
+{
+    SignWordsFixture f;
+    f.put({960.f, 540.f}, 4.712f);
+    const Vector2f wanted = f.words().mapToScene(f.words().size() / 2.f);
+    f.table.host.input.markerDown(9998, wanted, 0.f);
+    f.table.host.frame();
+    CHECK(f.isFreeOfCards(f.words()));
+}
