@@ -11,7 +11,9 @@
 
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 /// Services and analytics lines for the tests of e-mailing.
 namespace PluginTest
@@ -58,6 +60,33 @@ private:
 inline folly::Future<Tavola::EmailServiceAPI::EmailStatus> failWithNumber()
 {
     return folly::makeFuture<Tavola::EmailServiceAPI::EmailStatus>(folly::exception_wrapper(std::make_exception_ptr(42)));
+}
+
+/// A way in which an e-mail service does not send.
+struct FailingSend
+{
+    const char* what;
+    folly::Future<Tavola::EmailServiceAPI::EmailStatus> (*send)(const Tavola::EmailMessage&);
+    const char* text; ///< what is logged and counted
+};
+inline std::vector<FailingSend> failingSends()
+{
+    using Status = Tavola::EmailServiceAPI::EmailStatus;
+    return {
+        {"refused",
+         [](const Tavola::EmailMessage&) {
+             return folly::makeFuture(Status{false, "mailbox full: 100%s"});
+         },
+         "mailbox full: 100%s"},
+        {"an exception",
+         [](const Tavola::EmailMessage&) { return folly::makeFuture<Status>(std::runtime_error("getrennt: für immer")); },
+         "getrennt: für immer"},
+        {"an exception object without a text", [](const Tavola::EmailMessage&) { return failWithNumber(); }, ""},
+        {"a broken promise", [](const Tavola::EmailMessage&) { return folly::Promise<Status>().getFuture(); },
+         "Broken promise for type name `Tavola::EmailServiceAPI::EmailStatus`"},
+        {"an exception out of the call",
+         [](const Tavola::EmailMessage&) -> folly::Future<Status> { throw std::runtime_error("disk full"); }, "disk full"},
+    };
 }
 
 /// An analytics event in one line.

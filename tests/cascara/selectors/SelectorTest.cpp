@@ -57,20 +57,35 @@ Change addAgain(const char* id, const char* parent)
         f[id].setStyleParent(&f[parent]);
     };
 }
+
+struct Matches
+{
+    const char* selector;
+    const char* before; ///< the ids
+    Change change;
+    const char* after;
+};
+
+/// Of the nodes that the fixture has.
+void check(const Matches& row, StyleFixture& fixture)
+{
+    INFO(std::string(row.selector));
+    fixture.sheet((std::string(row.selector) + " { width: 1 }").c_str());
+    CHECK(fixture.styled() == row.before);
+    row.change(fixture);
+    CHECK(fixture.styled() == row.after);
+    // Whatever the nodes were before, a fresh computation gives the same.
+    for (const auto& [id, node] : fixture.nodes)
+        node->updateStyle();
+    CHECK(fixture.styled() == row.after);
+}
 }
 
 TEST_CASE("selector: matches what it says, before and after a change")
 {
-    struct Row
-    {
-        const char* selector;
-        const char* matches;
-        Change change;
-        const char* matchesAfter;
-    };
     // root (Root) > tray (Panel .dark) > bar (Panel) > send (Button .big .blue), stop (Button)
     //             > note (Text .big)
-    const Row rows[] = {
+    const Matches rows[] = {
         {"Button", "send stop", setType("stop", "Text"), "send"},
         {"Button", "send stop", setType("note", "Button"), "note send stop"},
         {"button", "", setType("stop", "button"), "stop"},
@@ -110,8 +125,7 @@ TEST_CASE("selector: matches what it says, before and after a change")
         {".dark .dark Button", "", addClass("root", "dark"), "send stop"},
         {"Panel > Panel Button", "send stop", move("send", "note"), "stop"},
     };
-    for (const Row& row : rows) {
-        INFO(std::string(row.selector));
+    for (const Matches& row : rows) {
         StyleFixture fixture;
         fixture.add("", "Root", "root");
         fixture.add("root", "Panel", "tray", "dark");
@@ -119,26 +133,16 @@ TEST_CASE("selector: matches what it says, before and after a change")
         fixture.add("bar", "Button", "send", "big blue");
         fixture.add("bar", "Button", "stop");
         fixture.add("root", "Text", "note", "big");
-        fixture.sheet((std::string(row.selector) + " { width: 1 }").c_str());
-        CHECK(fixture.styled() == row.matches);
-        row.change(fixture);
-        CHECK(fixture.styled() == row.matchesAfter);
+        check(row, fixture);
     }
 }
 
 TEST_CASE("selector: siblings count in the order in which they were added, as nodes come and go")
 {
-    struct Row
-    {
-        const char* selector;
-        const char* matches;
-        Change change;
-        const char* matchesAfter;
-    };
     // root (Root) > a (N), b (N .x), c (M), d (N); c > e (N), f (N); an attached node below root
     const Change destroyB = [](StyleFixture& f) { f.nodes.erase("b"); };
     const Change destroyA = [](StyleFixture& f) { f.nodes.erase("a"); };
-    const Row rows[] = {
+    const Matches rows[] = {
         {"N + N", "b f", destroyA, "f"},
         {"N + N", "b f", move("c", ""), "b d f"},
         {"N + N", "b f", move("e", "root"), "b e"},
@@ -194,8 +198,7 @@ TEST_CASE("selector: siblings count in the order in which they were added, as no
         {":root", "", pseudo("root", "root", true), "root"},
         {":root > N", "", pseudo("root", "root", true), "a b d"},
     };
-    for (const Row& row : rows) {
-        INFO(std::string(row.selector));
+    for (const Matches& row : rows) {
         StyleFixture fixture;
         fixture.add("", "Root", "root");
         fixture.add("root", "N", "a");
@@ -205,28 +208,14 @@ TEST_CASE("selector: siblings count in the order in which they were added, as no
         fixture.add("root", "N", "d");
         fixture.add("c", "N", "e");
         fixture.add("c", "N", "f");
-        fixture.sheet((std::string(row.selector) + " { width: 1 }").c_str());
-        CHECK(fixture.styled() == row.matches);
-        row.change(fixture);
-        CHECK(fixture.styled() == row.matchesAfter);
-        // Whatever the nodes were before, a fresh computation gives the same.
-        for (const auto& [id, node] : fixture.nodes)
-            node->updateStyle();
-        CHECK(fixture.styled() == row.matchesAfter);
+        check(row, fixture);
     }
 }
 
 TEST_CASE("selector: attributes are compared by what the code gave them, and ids as \"id\"")
 {
-    struct Row
-    {
-        const char* selector;
-        const char* matches;
-        Change change;
-        const char* matchesAfter;
-    };
     // root > a (text "one two"), b (text "de-AT"), c (no text given)
-    const Row rows[] = {
+    const Matches rows[] = {
         {"[text]", "a b c root", text("a", ""), "a b c root"},
         {"[nosuch]", "", text("a", "x"), ""},
         {"[text=\"\"]", "c root", text("a", ""), "a c root"},
@@ -253,17 +242,13 @@ TEST_CASE("selector: attributes are compared by what the code gave them, and ids
         {"[id^=a]", "a", setId("b", "ab"), "a b"},
         {"[id=a] + [id]", "b", setId("a", "x"), ""},
     };
-    for (const Row& row : rows) {
-        INFO(std::string(row.selector));
+    for (const Matches& row : rows) {
         StyleFixture fixture;
         fixture.add("", "Root", "root");
         fixture.add("root", "N", "a").text = QStringLiteral("one two");
         fixture.add("root", "N", "b").text = QStringLiteral("de-AT");
         fixture.add("root", "N", "c");
-        fixture.sheet((std::string(row.selector) + " { width: 1 }").c_str());
-        CHECK(fixture.styled() == row.matches);
-        row.change(fixture);
-        CHECK(fixture.styled() == row.matchesAfter);
+        check(row, fixture);
     }
 }
 

@@ -16,7 +16,6 @@ using PluginTest::widgetInEmail;
 using HookedMail = PluginTest::HookedPopupMail;
 using Level = Bedrock::Trace::Level;
 using Mail = PluginTest::PopupMail;
-using Status = Tavola::EmailServiceAPI::EmailStatus;
 
 namespace
 {
@@ -150,23 +149,7 @@ TEST_CASE("failure: it is logged before the view changes")
 
 TEST_CASE("failure: of whatever kind, it is logged, shown and counted by its own text")
 {
-    struct Row
-    {
-        const char* what;
-        folly::Future<Status> (*send)(const Tavola::EmailMessage&);
-        const char* text;
-    };
-    const Row rows[] = {
-        {"an exception",
-         [](const Tavola::EmailMessage&) { return folly::makeFuture<Status>(std::runtime_error("getrennt: für immer")); },
-         "getrennt: für immer"},
-        {"an exception object without a text", [](const Tavola::EmailMessage&) { return PluginTest::failWithNumber(); }, ""},
-        {"a broken promise", [](const Tavola::EmailMessage&) { return folly::Promise<Status>().getFuture(); },
-         "Broken promise for type name `Tavola::EmailServiceAPI::EmailStatus`"},
-        {"an exception out of the call",
-         [](const Tavola::EmailMessage&) -> folly::Future<Status> { throw std::runtime_error("disk full"); }, "disk full"},
-    };
-    for (const Row& row : rows) {
+    for (const PluginTest::FailingSend& row : PluginTest::failingSends()) {
         CAPTURE(row.what);
         HookedMail mail;
         mail.service->onSend = row.send;

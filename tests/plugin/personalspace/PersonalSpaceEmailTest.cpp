@@ -349,28 +349,7 @@ TEST_CASE("outcome: an answer from another thread is shown in the next frame")
 
 TEST_CASE("failure: of whatever kind, it is logged, shown and counted with its text, and all items stay in place")
 {
-    struct Row
-    {
-        const char* what;
-        folly::Future<Status> (*send)(const Tavola::EmailMessage&);
-        const char* text;
-    };
-    const Row rows[] = {
-        {"refused",
-         [](const Tavola::EmailMessage&) {
-             return folly::makeFuture(Status{false, "mailbox full: 100%s"});
-         },
-         "mailbox full: 100%s"},
-        {"an exception",
-         [](const Tavola::EmailMessage&) { return folly::makeFuture<Status>(std::runtime_error("getrennt: für immer")); },
-         "getrennt: für immer"},
-        {"an exception object without a text", [](const Tavola::EmailMessage&) { return PluginTest::failWithNumber(); }, ""},
-        {"a broken promise", [](const Tavola::EmailMessage&) { return folly::Promise<Status>().getFuture(); },
-         "Broken promise for type name `Tavola::EmailServiceAPI::EmailStatus`"},
-        {"an exception out of the call",
-         [](const Tavola::EmailMessage&) -> folly::Future<Status> { throw std::runtime_error("disk full"); }, "disk full"},
-    };
-    for (const Row& row : rows) {
+    for (const PluginTest::FailingSend& row : PluginTest::failingSends()) {
         CAPTURE(row.what);
         HookedMail mail;
         mail.service->onSend = row.send;
