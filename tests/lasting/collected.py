@@ -122,6 +122,9 @@ class CollectionVisit(Visit):
         return [(bytes_of(tile), "uploaded" in tile["classes"]) for tile in self.tiles()]
 
     def remove_first(self):
+        # What the store answers comes late on a busy machine: pictures change the layout, and the space may have to glide.
+        self.settle()
+        self.table.frames(30)
         x, y = centre(self.tiles()[0])
         self.stage.act(f"at 0.05 finger 1 down {x:.0f} {y:.0f}\nat 0.1 finger 1 move 200 100 over 0.2\n"
                        "at 0.4 finger 1 up", 0.8)
