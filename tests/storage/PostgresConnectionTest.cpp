@@ -211,6 +211,34 @@ TEST_CASE("postgres connection: a server that hangs costs a job its deadline, an
     CHECK(allBoats(*store) == "Ahti Otso");
 }
 
+TEST_CASE("postgres connection: the end of a program waits no longer for a server that hangs than it allows")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    Far far;
+    // Far longer than the test's own limit.
+    const auto store = far.store(within(std::chrono::hours(1)));
+    CHECK(store->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Ahti"); }) == true);
+    far.proxy.freeze();
+    std::promise<Store::Outcome> waiting;
+    store->post(
+        Kind::Write, [](Transaction& t) { return addBoat(t, "Ilma"); },
+        [&waiting](const Store::Outcome& outcome) { waiting.set_value(outcome); });
+    std::promise<Store::Outcome> queued;
+    store->post(
+        Kind::Read, [](Transaction&) { return true; }, [&queued](const Store::Outcome& outcome) { queued.set_value(outcome); });
+    store->endWithin(std::chrono::milliseconds(50));
+    for (auto* promise : {&waiting, &queued}) {
+        const auto outcome = promise->get_future().get();
+        REQUIRE_FALSE(outcome);
+        CHECK(outcome.error().kind == Failure::Kind::Away);
+    }
+    // What comes later fails at once, and a server that is back is not used any more.
+    CHECK_FALSE(store->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Otso"); }));
+    far.proxy.thaw();
+    CHECK_FALSE(store->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Otso"); }));
+}
+
 TEST_CASE("postgres connection: a hanging server is noticed although no job is posted")
 {
     if (!TestDatabase::hasPostgres())

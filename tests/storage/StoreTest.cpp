@@ -313,6 +313,15 @@ TEST_CASE("store: a change by another store is noticed although its own jobs nev
     }
 }
 
+TEST_CASE("store: a file goes on although its program is about to end")
+{
+    const TestDatabase database(TestDatabase::Kind::Sqlite);
+    const auto store = database.store(boats());
+    store->endWithin(std::chrono::milliseconds(0));
+    CHECK(store->run(Kind::Write, [](Transaction& transaction) { return addBoat(transaction, "Ahti"); }) == true);
+    CHECK(allBoats(*store) == "Ahti");
+}
+
 TEST_CASE("store: its end runs what was posted")
 {
     for (const TestDatabase::Kind kind : TestDatabase::kinds()) {

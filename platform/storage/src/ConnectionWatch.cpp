@@ -2,6 +2,8 @@
 
 #include "Connection.hpp"
 
+#include <algorithm>
+
 namespace Storage
 {
 ConnectionWatch::ConnectionWatch() : m_thread([this] { run(); }) {}
@@ -16,15 +18,25 @@ ConnectionWatch::~ConnectionWatch()
     m_thread.join();
 }
 
+void ConnectionWatch::endAt(Clock::time_point time)
+{
+    {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        m_end = std::min(m_end, time);
+        m_until = std::min(m_until, m_end);
+    }
+    m_changed.notify_one();
+}
+
 ConnectionWatch::Guard::Guard(ConnectionWatch& watch, Connection& connection, Clock::time_point until) : m_watch(watch)
 {
     bool isEarlier = false;
     {
         const std::lock_guard<std::mutex> guard(watch.m_mutex);
-        // The thread that waits for nothing, or for a later time, has to be told.
-        isEarlier = watch.m_wakesAt > until;
         watch.m_connection = &connection;
-        watch.m_until = until;
+        watch.m_until = std::min(until, watch.m_end);
+        // The thread that waits for nothing, or for a later time, is woken.
+        isEarlier = watch.m_wakesAt > watch.m_until;
     }
     if (isEarlier)
         watch.m_changed.notify_one();

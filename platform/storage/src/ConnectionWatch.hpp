@@ -21,6 +21,9 @@ public:
     ConnectionWatch(const ConnectionWatch&) = delete;
     ConnectionWatch& operator=(const ConnectionWatch&) = delete;
 
+    /// From then on every connection is interrupted. Any thread.
+    void endAt(Clock::time_point time);
+
     /// While one lives the connection is interrupted at `until`; not any more once it is gone.
     class Guard
     {
@@ -41,6 +44,7 @@ private:
     std::condition_variable m_changed;
     Connection* m_connection = nullptr; ///< under the mutex, also while it is interrupted
     Clock::time_point m_until;
+    Clock::time_point m_end = Clock::time_point::max();
     Clock::time_point m_wakesAt = Clock::time_point::max();
     bool m_isEnding = false;
     std::thread m_thread; ///< last member: begins when the others are there

@@ -12,6 +12,7 @@ void JobQueue::add(QueuedJob job)
     {
         const std::lock_guard<std::mutex> guard(m_mutex);
         wasEmpty = m_jobs.empty();
+        job.deadline = std::min(job.deadline, m_end);
         m_jobs.push_back(std::move(job));
     }
     // A queue that has jobs is read again before its reader waits.
@@ -60,6 +61,23 @@ std::optional<JobQueue::Clock::time_point> JobQueue::nextDeadline() const
     const auto first = std::min_element(m_jobs.begin(), m_jobs.end(),
                                         [](const QueuedJob& a, const QueuedJob& b) { return a.deadline < b.deadline; });
     return first == m_jobs.end() ? std::nullopt : std::optional(first->deadline);
+}
+
+void JobQueue::endAt(Clock::time_point time)
+{
+    {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        m_end = std::min(m_end, time);
+        for (QueuedJob& job : m_jobs)
+            job.deadline = std::min(job.deadline, m_end);
+    }
+    m_wake.wake();
+}
+
+JobQueue::Clock::time_point JobQueue::end() const
+{
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    return m_end;
 }
 
 void JobQueue::stop()

@@ -40,6 +40,10 @@ public:
     [[nodiscard]] Group takeOverdue(Clock::time_point now);
     [[nodiscard]] Group takeAll();
     [[nodiscard]] std::optional<Clock::time_point> nextDeadline() const;
+    /// From now on no job's deadline is later.
+    void endAt(Clock::time_point time);
+    /// Clock::time_point::max() before endAt().
+    [[nodiscard]] Clock::time_point end() const;
     void stop();
     [[nodiscard]] bool isStopping() const;
 
@@ -51,6 +55,7 @@ private:
 
     mutable std::mutex m_mutex;
     std::deque<QueuedJob> m_jobs;
+    Clock::time_point m_end = Clock::time_point::max();
     bool m_isStopping = false;
     WakeDescriptor m_wake;
 };

@@ -26,6 +26,11 @@ void Store::post(Kind kind, Job job, Done done)
     m_worker->add(kind, std::move(job), std::move(done));
 }
 
+void Store::endWithin(std::chrono::milliseconds time)
+{
+    m_worker->endAt(Worker::Clock::now() + time);
+}
+
 Store::Outcome Store::run(Kind kind, const Job& job)
 {
     // Shared: the store's thread may still be inside of set_value() when this one goes on.

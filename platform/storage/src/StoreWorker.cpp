@@ -55,6 +55,14 @@ void Store::Worker::add(Kind kind, Job job, Done done)
     m_queue.add({kind, std::move(job), std::move(done), Clock::now() + m_settings.deadline, false});
 }
 
+void Store::Worker::endAt(Clock::time_point time)
+{
+    if (!m_watch)
+        return;
+    m_queue.endAt(time);
+    m_watch->endAt(time);
+}
+
 void Store::Worker::run(std::promise<QString>& opened)
 {
     const QString refused = connect();
@@ -78,7 +86,7 @@ bool Store::Worker::work()
 {
     failOverdue();
     const Clock::time_point now = Clock::now();
-    if (now < m_nextAttempt)
+    if (now < m_nextAttempt || now >= m_queue.end())
         return false;
     if (!m_connection) {
         (void)connect();
@@ -105,7 +113,9 @@ void Store::Worker::wait()
     const auto wakeAt = [&until](Clock::time_point time) { until = std::min(until.value_or(time), time); };
     for (const QueuedJob& job : m_group)
         wakeAt(job.deadline);
-    if (!m_connection || Clock::now() < m_nextAttempt)
+    if (Clock::now() >= m_queue.end())
+        until = m_queue.nextDeadline(); // nothing else is done any more
+    else if (!m_connection || Clock::now() < m_nextAttempt)
         wakeAt(m_nextAttempt);
     else if (m_settings.onEvent)
         wakeAt(m_nextCheck);
@@ -188,6 +198,8 @@ void Store::Worker::check()
 void Store::Worker::failOverdue()
 {
     const Clock::time_point now = Clock::now();
+    for (QueuedJob& job : m_group)
+        job.deadline = std::min(job.deadline, m_queue.end());
     for (const QueuedJob& job : m_queue.takeOverdue(now))
         job.done(tl::unexpected(m_lastFailure));
     if (m_group.empty())

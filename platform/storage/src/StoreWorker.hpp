@@ -31,6 +31,8 @@ public:
     [[nodiscard]] QString start();
     /// Any thread.
     void add(Kind kind, Job job, Done done);
+    /// Any thread. See Store::endWithin.
+    void endAt(Clock::time_point time);
 
 private:
     void run(std::promise<QString>& opened);

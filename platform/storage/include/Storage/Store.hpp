@@ -63,12 +63,15 @@ public:
     /// newer version. A sentence with the remedy on failure.
     [[nodiscard]] static tl::expected<std::unique_ptr<Store>, QString> open(const Address& address, const Schema& schema,
                                                                             const Settings& settings);
-    /// Runs what was posted, or fails it when the database is away.
+    /// Runs what was posted, or fails it when the database is away; see endWithin() for one that hangs.
     ~Store();
     Store(const Store&) = delete;
     Store& operator=(const Store&) = delete;
 
     void post(Kind kind, Job job, Done done);
+    /// For the end of a program whose server hangs: what has not come about in this time from now fails as Away, a job under way
+    /// and later ones as well. For good. A SQLite file's store goes on as before: its waits are short or for another's lock.
+    void endWithin(std::chrono::milliseconds time);
     /// Blocks until the outcome is known: not for the thread of frames.
     [[nodiscard]] Outcome run(Kind kind, const Job& job);
 
