@@ -34,7 +34,14 @@ void KeptContents::open(unsigned long code)
     auto& kept = keptByCode()[code];
     if (!kept)
         kept = std::make_unique<KeptContents>(code);
+    kept->m_uploads.retry();
     kept->m_keeper->read();
+}
+
+SharedUploads* KeptContents::uploads(unsigned long code)
+{
+    const auto known = keptByCode().find(code);
+    return known == keptByCode().end() ? nullptr : &known->second->m_uploads;
 }
 
 folly::Future<std::set<long>> KeptContents::claim(unsigned long code, const std::set<long>& ids)
@@ -51,7 +58,8 @@ KeptContents::KeptContents(unsigned long code)
                                          restore(items, reason);
                                      },
                                      [this](long id) { removedElsewhere(id); },
-                                     [this](long id, const CollectionKeeper::Item& item) { refresh(id, item); }}))
+                                     [this](long id, const CollectionKeeper::Item& item) { refresh(id, item); }})),
+      m_uploads(code)
 {
     listen();
     for (const auto& entry : m_contents->items()) {
@@ -117,7 +125,10 @@ void KeptContents::store(long id)
 void KeptContents::statusChanged(long id)
 {
     store(id);
-    const ItemStatus status = m_contents->item(id).status;
+    const PersonalSpaceContents::Item item = m_contents->item(id);
+    const ItemStatus status = item.status;
+    if (status == ItemStatus::Uploaded && !m_isRestoring)
+        m_uploads.given(parseFiles(item));
     if (status == ItemStatus::Uploading || m_endings.count(id) == 0)
         return;
     // The server has it by now, and its owner has removed it.
@@ -127,10 +138,13 @@ void KeptContents::statusChanged(long id)
 
 void KeptContents::removedElsewhere(long id)
 {
-    if (m_contents->item(id).status == ItemStatus::Uploading)
+    const PersonalSpaceContents::Item item = m_contents->item(id);
+    if (item.status == ItemStatus::Uploading) {
         m_endings.insert(id);
-    else
-        m_contents->removeItem(id);
+        return;
+    }
+    m_contents->removeItem(id);
+    m_uploads.removedElsewhere(parseFiles(item));
 }
 
 void KeptContents::refresh(long id, const CollectionKeeper::Item& stored)
@@ -179,5 +193,6 @@ void KeptContents::restore(long id, const CollectionKeeper::Item& stored, Collec
             m_contents->setItemStatus(ItemStatus::Uploaded, id);
     }
     store(id);
+    m_uploads.appeared(parseFiles(m_contents->item(id)));
 }
 }

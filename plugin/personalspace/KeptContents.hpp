@@ -2,6 +2,7 @@
 
 #include "collections/CollectionKeeper.hpp"
 #include "personalspace/PersonalSpaceContents.hpp"
+#include "personalspace/SharedUploads.hpp"
 
 #include <memory>
 #include <set>
@@ -24,6 +25,10 @@ public:
     /// CollectionKeeper::claim. For a card whose space is open, in a store that is shared.
     [[nodiscard]] static folly::Future<std::set<long>> claim(unsigned long code, const std::set<long>& ids);
 
+    /// What this table has to do on the media server for a card of which other tables collect and remove the same things. Null
+    /// for a card of which nothing is kept. Stays as long as the plug-in is loaded.
+    [[nodiscard]] static SharedUploads* uploads(unsigned long code);
+
     explicit KeptContents(unsigned long code);
     ~KeptContents();
     KeptContents(const KeptContents&) = delete;
@@ -43,6 +48,7 @@ private:
     const std::shared_ptr<PersonalSpaceContents> m_contents;
     const std::shared_ptr<CollectionKeeper> m_keeper; ///< an answer under way may outlive this
     std::vector<Facet::Node::ListenerId> m_listeners;
+    SharedUploads m_uploads;
     std::set<long> m_endings; ///< items that were removed elsewhere while this table uploads them
     bool m_isRestoring = false;
     bool m_hasLeft = false; ///< items left the table with their user page

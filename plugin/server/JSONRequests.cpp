@@ -27,6 +27,23 @@ folly::Future<QJsonObject> requestJSON(const QJsonObject& request)
     return server->request(request);
 }
 
+QJsonValue tesselValue(unsigned long code)
+{
+    return QJsonValue(static_cast<qint64>(code));
+}
+
+folly::Future<QJsonObject> sendItemCommand(const char* command, unsigned long code, const UploadableItem& item)
+{
+    QJsonObject request;
+    request.insert(QLatin1String("command"), QLatin1String(command));
+    request.insert(QLatin1String("tessel"), tesselValue(code));
+    request.insert(QLatin1String("systemname"), QLatin1String("Undefined"));
+    request.insert(item.kind, item.value);
+    if (QLatin1String(command) == QLatin1String("additem"))
+        request.insert(QLatin1String("displayname"), item.displayName);
+    return folly::makeFutureWith([&request] { return requestJSON(request); });
+}
+
 UploadableItem parseFiles(const PersonalSpaceContents::Item& item)
 {
     UploadableItem result;

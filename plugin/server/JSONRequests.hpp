@@ -7,6 +7,7 @@
 #include <QString>
 
 class QJsonObject;
+class QJsonValue;
 
 namespace Tavola
 {
@@ -31,6 +32,13 @@ struct UploadableItem
 /// Chooses the value that is sent for an item's files, and its key. Files are not transferred: the server identifies them by
 /// name.
 [[nodiscard]] UploadableItem parseFiles(const PersonalSpaceContents::Item& item);
+
+/// A JSON number, which is exact up to 2^53. The host's service refuses requests with a larger code.
+[[nodiscard]] QJsonValue tesselValue(unsigned long code);
+
+/// Sends "additem" or "deleteitem" for an item of a card. Every failure, also an exception out of the service's call, is one of
+/// the future.
+[[nodiscard]] folly::Future<QJsonObject> sendItemCommand(const char* command, unsigned long code, const UploadableItem& item);
 
 /// Whether the command of this answer succeeded: "success" is true or the text "true".
 [[nodiscard]] bool isSuccess(const QJsonObject& answer);

@@ -1,6 +1,7 @@
 #include "server/PersonalSpaceUploader.hpp"
 
 #include "collections/CollectionKeeper.hpp"
+#include "personalspace/KeptContents.hpp"
 #include "personalspace/PersonalSpaceContents.hpp"
 #include "server/IconDownloader.hpp"
 #include "server/JSONRequests.hpp"
@@ -11,34 +12,12 @@
 #include <QJsonObject>
 #include <QUrl>
 
+#include <utility>
+
 namespace Tavola
 {
 namespace
 {
-constexpr const char kSystemName[] = "Undefined";
-
-/// A JSON number, which is exact up to 2^53. The host's service refuses requests with a larger code.
-QJsonValue tesselValue(unsigned long code)
-{
-    return QJsonValue(static_cast<qint64>(code));
-}
-
-QJsonObject itemCommand(const char* command, unsigned long code, const UploadableItem& item)
-{
-    QJsonObject request;
-    request.insert(QLatin1String("command"), QLatin1String(command));
-    request.insert(QLatin1String("tessel"), tesselValue(code));
-    request.insert(QLatin1String("systemname"), QLatin1String(kSystemName));
-    request.insert(item.kind, item.value);
-    return request;
-}
-
-/// Sends a command. Every failure, also an exception out of the call, is an exception of the future.
-folly::Future<QJsonObject> send(const QJsonObject& command)
-{
-    return folly::makeFutureWith([&command] { return requestJSON(command); });
-}
-
 void logDeleteFailure(const QByteArray& text)
 {
     Bedrock::Trace::warning("PersonalSpaceUploader # Failed to delete user item : %s", text.constData());
@@ -60,20 +39,21 @@ void PersonalSpaceUploader::updateUserPage()
     request.insert(QLatin1String("command"), QLatin1String("getuserpage"));
     request.insert(QLatin1String("tessel"), tesselValue(m_code));
 
-    afterUpdate(send(request), [code = m_code](folly::Try<QJsonObject>&& result) {
-        if (result.hasException()) {
-            setUserPage(UserPage(), code, QString::fromUtf8(failureText(result)));
-            return;
-        }
-        const QJsonObject& answer = result.value();
-        if (!isSuccess(answer)) {
-            setUserPage(UserPage(), code, getErrorText(answer));
-            return;
-        }
-        const QString url = answer.value(QLatin1String("userpageurl")).toString();
-        setUserPage(UserPage{url, QString()}, code, QString());
-        getUserQR(code, url, answer.value(QLatin1String("qrcodeurl")).toString());
-    });
+    afterUpdate(folly::makeFutureWith([&request] { return requestJSON(request); }),
+                [code = m_code](folly::Try<QJsonObject>&& result) {
+                    if (result.hasException()) {
+                        setUserPage(UserPage(), code, QString::fromUtf8(failureText(result)));
+                        return;
+                    }
+                    const QJsonObject& answer = result.value();
+                    if (!isSuccess(answer)) {
+                        setUserPage(UserPage(), code, getErrorText(answer));
+                        return;
+                    }
+                    const QString url = answer.value(QLatin1String("userpageurl")).toString();
+                    setUserPage(UserPage{url, QString()}, code, QString());
+                    getUserQR(code, url, answer.value(QLatin1String("qrcodeurl")).toString());
+                });
 }
 
 void PersonalSpaceUploader::getUserQR(unsigned long code, const QString& userPageUrl, const QString& qrCodeUrl)
@@ -112,10 +92,7 @@ void PersonalSpaceUploader::uploadItem(long id)
         setContentStatus(ItemStatus::Failed, m_code, id, QLatin1String("Failed to find anything to upload"));
         return;
     }
-    QJsonObject request = itemCommand("additem", m_code, uploadable);
-    request.insert(QLatin1String("displayname"), uploadable.displayName);
-
-    afterUpdate(send(request), [code = m_code, id](folly::Try<QJsonObject>&& result) {
+    afterUpdate(sendItemCommand("additem", m_code, uploadable), [code = m_code, id](folly::Try<QJsonObject>&& result) {
         if (result.hasException())
             setContentStatus(ItemStatus::Failed, code, id, QString::fromUtf8(failureText(result)));
         else if (isSuccess(result.value()))
@@ -131,16 +108,24 @@ void PersonalSpaceUploader::removeItem(long id)
     // Where tables share what a card collects, another one may have uploaded it just now.
     const bool isElsewhere =
         CollectionKeeper::isShared() && (item.status == ItemStatus::Ready || item.status == ItemStatus::Failed);
-    if ((item.status != ItemStatus::Uploaded && !isElsewhere) || !isLastCopy(id))
+    if (item.status != ItemStatus::Uploaded && !isElsewhere)
         return;
-
-    afterUpdate(send(itemCommand("deleteitem", m_code, parseFiles(item))), [code = m_code, id](folly::Try<QJsonObject>&& result) {
+    const UploadableItem uploadable = parseFiles(item);
+    if (!isLastCopy(id)) {
+        if (SharedUploads* const uploads = KeptContents::uploads(m_code))
+            uploads->given(uploadable);
+        return;
+    }
+    auto sent = sendItemCommand("deleteitem", m_code, uploadable);
+    afterUpdate(std::move(sent), [code = m_code, id, uploadable](folly::Try<QJsonObject>&& result) {
         if (result.hasException())
             logDeleteFailure(failureText(result));
         else if (isSuccess(result.value()))
             setContentStatus(ItemStatus::Ready, code, id, QString());
         else
             logDeleteFailure(getErrorText(result.value()).toUtf8());
+        if (SharedUploads* const uploads = KeptContents::uploads(code))
+            uploads->deleted(uploadable);
     });
 }
 

@@ -1,62 +1,20 @@
 #include "personalspace/KeptContents.hpp"
 
-#include "FakeCollectionStore.hpp"
+#include "KeptSpace.hpp"
 #include "LogCapture.hpp"
-#include "OpenSpace.hpp"
 
 #include <doctest/doctest.h>
 
-using PluginTest::FakeCollectionStore;
+using Kept = PluginTest::KeptSpace;
+using PluginTest::kReady;
+using PluginTest::kUploaded;
+using PluginTest::kUploadFailed;
+using PluginTest::kUploading;
 using PluginTest::OpenSpace;
 using PluginTest::Strings;
 using Tavola::PersonalSpaceContents;
 using Mode = OpenSpace::Mode;
 using ItemStatus = PersonalSpaceContents::ItemStatus;
-
-namespace
-{
-constexpr std::int32_t kReady = 1;
-constexpr std::int32_t kUploading = 2;
-constexpr std::int32_t kUploaded = 3;
-constexpr std::int32_t kUploadFailed = 4;
-
-/// A space on a table that has a store of collections.
-struct Kept : OpenSpace
-{
-    std::shared_ptr<FakeCollectionStore> store = std::make_shared<FakeCollectionStore>();
-
-    Kept() : OpenSpace(false) { host.tavola().services()->addService("collection-store", QString(), store); }
-    ~Kept() { store->breakPromises(); }
-
-    void open()
-    {
-        widget->setCode(code);
-        host.frame();
-    }
-    /// "name status" of each item, in order.
-    Strings items() const
-    {
-        Strings result;
-        for (const auto& entry : contents->items())
-            result.push_back(entry.second.files.displayName.toStdString() + " "
-                             + std::to_string(static_cast<int>(entry.second.status)));
-        return result;
-    }
-    /// Collects something whose files are known at once.
-    long collect(const char* name)
-    {
-        PersonalSpaceContents::Item item;
-        item.widgetId = 55;
-        const long id = contents->addItem(item);
-        Tavola::FileRepresentation::FileData files;
-        files.displayName = QString::fromUtf8(name);
-        files.sources = QList<QString>{QStringLiteral("http://") + files.displayName};
-        contents->filesReady(id, files);
-        return id;
-    }
-    std::vector<Trellis::Widget*> tiles() const { return PluginTest::childrenOfClass(*contentWidget(), "container"); }
-};
-}
 
 TEST_CASE("kept contents: what is dropped is stored when its files are known, and with its preview and status")
 {
