@@ -497,6 +497,14 @@ TEST_CASE("tavola: a library that is missing when it is needed is named, and tak
     CHECK(mail.exitCode() == 1);
     CHECK_MESSAGE(mail.errors().contains("e-mail cannot be sent: "), mail.errors().toStdString());
     CHECK(mail.errors().contains("libcurl.so.4"));
+    // Beside everything else that is wrong.
+    folder.write(QStringLiteral("both/presentation.json"),
+                 R"({"services": {"email-service": [{"server": "smtp://127.0.0.1:9", "sender": {"address": "a@example.org"},
+                     "credentials": "missing.json"}]}})");
+    Program both(runArguments(folder, folder.path(QStringLiteral("both"))), withoutCurl);
+    CHECK(both.exitCode() == 1);
+    CHECK(both.errors().contains("libcurl.so.4"));
+    CHECK(both.errors().contains("missing.json"));
 
     // A media server that answers cannot be reached, and the table goes on.
     const AnsweringServer server("HTTP/1.1 200 OK\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");

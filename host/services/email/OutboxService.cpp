@@ -57,20 +57,24 @@ OutboxService::~OutboxService()
 std::shared_ptr<OutboxService> OutboxService::open(const MailSettings& settings, const QString& folder, QString& error,
                                                    Clock clock)
 {
-    error.clear();
+    QStringList faults;
     const auto credentials = MailCredentials::load(settings.credentialsFile, error);
-    if (credentials && !credentials->user.isEmpty() && settings.isOpenToListeners())
-        error = QStringLiteral(
-                    "\"startTls\": \"never\" would send the password to the mail server %1 unencrypted; set it to \"required\", "
-                    "or leave out the credentials (the file, or TAVOLA_SMTP_USER)")
-                    .arg(settings.server);
+    if (!credentials)
+        faults << error;
+    else if (!credentials->user.isEmpty() && settings.isOpenToListeners())
+        faults
+            << QStringLiteral(
+                   "\"startTls\": \"never\" would send the password to the mail server %1 unencrypted; set it to \"required\", "
+                   "or leave out the credentials (the file, or TAVOLA_SMTP_USER)")
+                   .arg(settings.server);
     // Loaded here, so that a library that is missing is a reason, and a visitor's first message waits for none.
     try {
         static_cast<void>(Tavola::curl());
         static_cast<void>(gmime());
     } catch (const std::runtime_error& fault) {
-        error = QStringLiteral("e-mail cannot be sent: %1").arg(QString::fromLocal8Bit(fault.what()));
+        faults << QStringLiteral("e-mail cannot be sent: %1").arg(QString::fromLocal8Bit(fault.what()));
     }
+    error = faults.join(QStringLiteral("; "));
     const std::shared_ptr<Outbox> outbox = error.isEmpty() ? Outbox::open(folder, error) : nullptr;
     if (outbox && !outbox->lock())
         error = QStringLiteral("the outbox in %1 is in use by another table").arg(folder);
