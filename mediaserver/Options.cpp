@@ -109,6 +109,12 @@ const Option kOptions[] = {
          options.database = value;
          return QString();
      }},
+    {"--import", "FILE",
+     "Serve nothing: copy the pages of this SQLite file, of an earlier\n--database, into the database, and end.", nullptr,
+     [](const QString& value, Options& options) {
+         options.importFile = value;
+         return value.isEmpty() ? QStringLiteral("has to be a file.") : QString();
+     }},
     {"--site", "FILE",
      "How pages present the venue: the \"page\" object of this JSON file,\nfor example the table's presentation.json.", nullptr,
      [](const QString& value, Options& options) {

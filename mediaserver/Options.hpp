@@ -19,6 +19,7 @@ struct Options
     QString commandKeyFile; ///< empty: commands need no key. Not empty when other machines reach the commands' door
     QString contentFolder;
     QString database;                      ///< see Storage::Address
+    QString importFile;                    ///< copied into the database in place of serving; empty: none
     QString siteFile;                      ///< see SiteSettings; empty: none
     QString publicUrl;                     ///< empty: the address of the visitors' door
     Http::Limits limits;                   ///< of each door

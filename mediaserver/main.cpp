@@ -4,6 +4,7 @@
 #include "OpenFiles.hpp"
 #include "Options.hpp"
 #include "PageExpiry.hpp"
+#include "PageImport.hpp"
 #include "Site.hpp"
 
 #include <Bedrock/CommandLineSecrets.hpp>
@@ -65,6 +66,17 @@ void readKeysAgain(CommandDoor& door, const QString& file)
         return logWarning(QStringLiteral("The keys stay as they were"), keys.error());
     door.setKeys(std::move(*keys));
     logInfo(QStringLiteral("The keys for commands were read again"));
+}
+
+int importPages(const Options& options)
+{
+    const auto imported = MediaServer::PageImport::run(options.importFile, options.database);
+    if (!imported)
+        return fail(imported.error());
+    std::printf("tavola-mediaserver: %d pages and %d things were imported; %d pages keep the address that they have in the "
+                "database already\n",
+                imported->people, imported->items, imported->otherAddress);
+    return 0;
 }
 
 int serve(const Options& options)
@@ -154,7 +166,7 @@ int main(int argc, char* argv[])
         return options.error().code;
     }
     try {
-        return serve(*options);
+        return options->importFile.isEmpty() ? serve(*options) : importPages(*options);
     } catch (const std::exception& error) {
         return fail(QStringLiteral("The server ended: %1").arg(QString::fromLocal8Bit(error.what())));
     }

@@ -1,11 +1,14 @@
 #include "commands/CollectionsCommand.hpp"
 
 #include "commands/CommandLine.hpp"
+#include "commands/SetAside.hpp"
 #include "presentation/DataFolder.hpp"
 #include "presentation/Presentation.hpp"
 #include "services/collections/CollectionDatabase.hpp"
+#include "services/collections/CollectionImport.hpp"
 
 #include <QDateTime>
+#include <QFileInfo>
 
 #include <optional>
 #include <vector>
@@ -20,7 +23,7 @@ public:
     Request()
         : CommandLine(
             QStringLiteral("collections"),
-            {QStringLiteral("list|clear PRESENTATION [CODE ...] [OPTION ...]"),
+            {QStringLiteral("list|clear|import PRESENTATION [CODE ...] [OPTION ...]"),
              QStringLiteral(
                  "Shows and removes what a presentation's table keeps of what cards have collected (its \"collections\"), "
                  "also while the table runs. A space that is open goes on showing what it shows.\n"
@@ -29,9 +32,11 @@ public:
                  "                                 last of them were stored\n"
                  "  list PRESENTATION CODE ...     the names of the things of these cards\n"
                  "  clear PRESENTATION CODE ...    removes what these cards have collected\n"
-                 "  clear PRESENTATION --all       removes everything"),
+                 "  clear PRESENTATION --all       removes everything\n"
+                 "  import PRESENTATION            copies what the table kept in a file, before the presentation had a\n"
+                 "                                 \"database\", into that; end the table first"),
              QStringLiteral("Exit code: 0, 1 when it could not be done, 2 for a command line that makes no sense.")},
-            {"list", "clear"})
+            {"list", "clear", "import"})
     {
         addOption({"--data", "DIR", "the folder given to tavola run --data (default: the user's data folder)",
                    QStringLiteral("a folder"), [this](const QString& value) {
@@ -59,6 +64,8 @@ std::optional<CommandLine::Exit> parse(const QStringList& arguments, Request& re
     const bool isClear = request.action() == QLatin1String("clear");
     if (request.all && !isClear)
         return CommandLine::Exit{2, QStringLiteral("--all belongs to clear only")};
+    if (request.action() == QLatin1String("import") && !request.codes.empty())
+        return CommandLine::Exit{2, QStringLiteral("import wants a presentation and nothing more")};
     if (isClear && request.all != request.codes.empty())
         return CommandLine::Exit{2, QStringLiteral("clear wants either the codes of cards or --all")};
     return std::nullopt;
@@ -101,6 +108,25 @@ int listItems(CollectionDatabase& database, const Request& request)
     return request.printed();
 }
 
+int importFile(const CollectionPlace& place, const QString& file, const Request& request)
+{
+    if (!place.isShared())
+        return request.fail(QStringLiteral("the presentation has no \"database\" to import into"), 1);
+    if (QFileInfo(file).size() == 0) {
+        CommandLine::print(QStringLiteral("There is nothing to import: %1 is not there.").arg(file));
+        return request.printed();
+    }
+    const auto imported = CollectionImport::run(file, place);
+    if (!imported)
+        return request.fail(imported.error() + QStringLiteral("; when that is mended, import again"), 1);
+    const QString name = setAside(file);
+    if (name.isEmpty())
+        return request.fail(QStringLiteral("everything was imported; move %1 away").arg(file), 1);
+    CommandLine::print(QStringLiteral("%1 imported, %2 were there or had been removed. The file is %3 now.")
+                           .arg(QString::number(imported->added), QString::number(imported->known), name));
+    return request.printed();
+}
+
 int clear(CollectionDatabase& database, const Request& request)
 {
     const auto count = request.all ? database.clearAll(now()) : database.clear(request.codes, now());
@@ -126,6 +152,8 @@ int CollectionsCommand::run(const QStringList& arguments)
         CollectionPlace::of(presentation->collectionsDatabase(), collectionsFile(dataFolder(presentation->folder, request.data)));
     if (!place)
         return request.fail(place.error(), 1);
+    if (request.action() == QLatin1String("import"))
+        return importFile(*place, collectionsFile(dataFolder(presentation->folder, request.data)), request);
     CollectionDatabase database(*place, {}, [&request](const QString& what, const QString& reason, const QString& remedy) {
         (void)request.fail(QStringLiteral("failed to %1 (%2); %3").arg(what, reason, remedy), 1);
     });

@@ -1,6 +1,7 @@
 #include "commands/PeopleCommand.hpp"
 
 #include "commands/CommandLine.hpp"
+#include "commands/SetAside.hpp"
 #include "presentation/DataFolder.hpp"
 #include "presentation/Presentation.hpp"
 #include "services/MailAddress.hpp"
@@ -8,9 +9,11 @@
 #include "services/collections/CollectionDatabase.hpp"
 
 #include <QDateTime>
+#include <QFileInfo>
 #include <QSaveFile>
 
 #include <cstdio>
+#include <map>
 #include <memory>
 
 namespace Host
@@ -25,6 +28,8 @@ constexpr char kDescription[] =
     "                                 are its owner's\n"
     "  import PRESENTATION FILE.csv   people from a file with the columns code,name,email,content-key,kind,language;\n"
     "                                 all of them, or none when a line cannot be read\n"
+    "  import PRESENTATION FILE.sqlite  people of a table's own file, from before the presentation had a \"database\";\n"
+    "                                 owners that cards have in the database already stay. End the table first\n"
     "  export PRESENTATION FILE.csv   the same file; - writes to standard output. With --for-spreadsheet nothing in it is\n"
     "                                 run as a formula: names like =1+1 get an apostrophe in front\n"
     "  remove PRESENTATION CODE ...   cards, and what they have collected; all of them, or none when one\n"
@@ -139,10 +144,47 @@ int add(PeopleRegistry& registry, Request& request)
         1);
 }
 
+/// Of a file that a table had for itself. Cards of several tables may have their owner in any of the files.
+int importRegistry(PeopleRegistry& registry, const QString& file, const Request& request)
+{
+    QString error;
+    if (!registry.isShared())
+        return request.fail(QStringLiteral("the presentation has no \"database\" to import a table's file into"), 1);
+    if (!QFileInfo::exists(file))
+        return request.fail(QStringLiteral("there is no file %1").arg(file), 1);
+    auto source = PeopleRegistry::open(file, error);
+    if (!source)
+        return request.fail(error, 1);
+    const auto people = source->people();
+    source.reset(); // all of it is in the file itself from here on
+    const auto there = registry.people();
+    if (!people || !there)
+        return request.fail(QStringLiteral("nothing was imported"), 1);
+    std::map<unsigned long, bool> hasOwner;
+    for (const Person& person : *there)
+        hasOwner[person.code] = !person.name.isEmpty() || !person.email.isEmpty();
+    std::vector<Person> wanted;
+    for (const Person& person : *people) {
+        const auto known = hasOwner.find(person.code);
+        if (known == hasOwner.end() || (!known->second && (!person.name.isEmpty() || !person.email.isEmpty())))
+            wanted.push_back(person);
+    }
+    if (!wanted.empty() && !registry.insert(wanted))
+        return request.fail(QStringLiteral("nothing was imported"), 1);
+    const QString name = setAside(file);
+    if (name.isEmpty())
+        return request.fail(QStringLiteral("everything was imported; move %1 away").arg(file), 1);
+    request.print(QStringLiteral("%1 people imported, %2 cards stay as they are in the database. The file is %3 now.")
+                      .arg(QString::number(wanted.size()), QString::number(people->size() - wanted.size()), name));
+    return request.printed();
+}
+
 int importFrom(PeopleRegistry& registry, const Request& request)
 {
     if (request.words().size() != 1)
         return request.fail(QStringLiteral("import wants one CSV file"), 2);
+    if (request.words().first().endsWith(QLatin1String(".sqlite")))
+        return importRegistry(registry, request.words().first(), request);
     bool complete = false;
     const auto people = PeopleFile::read(request.words().first(), complete);
     if (!complete)

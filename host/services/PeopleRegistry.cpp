@@ -123,6 +123,11 @@ struct PeopleRegistry::Private
 PeopleRegistry::PeopleRegistry(std::unique_ptr<Private> made) : d(std::move(made)) {}
 PeopleRegistry::~PeopleRegistry() = default;
 
+void PeopleRegistry::endWithin(std::chrono::milliseconds time)
+{
+    d->store->endWithin(time);
+}
+
 std::unique_ptr<PeopleRegistry> PeopleRegistry::open(const QString& path, QString& error, std::chrono::milliseconds deadline)
 {
     if (!QDir().mkpath(QFileInfo(path).absolutePath())) {

@@ -38,6 +38,8 @@ public:
     [[nodiscard]] static std::unique_ptr<PeopleRegistry> openFor(const QString& database, const QString& dataFolder, Copy copy,
                                                                  QString& error, std::chrono::milliseconds deadline = kDeadline);
     ~PeopleRegistry();
+    /// For the end of the program; see Storage::Store::endWithin.
+    void endWithin(std::chrono::milliseconds time);
     PeopleRegistry(const PeopleRegistry&) = delete;
     PeopleRegistry& operator=(const PeopleRegistry&) = delete;
 

@@ -128,6 +128,7 @@ void Table::Private::close()
     // components, continuations of services' futures. Each is destroyed before the objects that it could create.
     if (!application)
         return;
+    services.beginToClose();
     if (takesInput)
         application->removeInputSource(input->tuio());
     Bedrock::BGThread::shutdown();

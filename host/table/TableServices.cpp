@@ -22,6 +22,7 @@
 #include "services/email/OutboxService.hpp"
 #include "table/TableOptions.hpp"
 
+#include <Bedrock/Trace.hpp>
 #include <Tavola/CollectedFiles.hpp>
 #include <Tavola/Network.hpp>
 #include <Tavola/ServiceProvider.hpp>
@@ -30,10 +31,12 @@
 #include <Trellis/Widget.hpp>
 
 #include <QDir>
+#include <QFileInfo>
 #include <QJsonObject>
 #include <QUrl>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace Host
@@ -60,6 +63,9 @@ bool keepsMail(const OutboxService* service)
     return state.value(QLatin1String("queued")).toInt() + state.value(QLatin1String("sending")).toInt() > 0;
 }
 
+/// For what a database still has to do; together with an attempt to connect that has begun it stays below five seconds.
+constexpr std::chrono::seconds kLongestClosing{2};
+
 /// The file of this table that content of that name was described with last.
 QString collectedPath(const QString& name)
 {
@@ -79,6 +85,12 @@ bool TableServices::openPeople(const Presentation& presentation, const TableOpti
     // A replay writes to the registry, which must not be that of other tables.
     m_people = PeopleRegistry::openFor(input.isReplay() ? QString() : presentation.database,
                                        dataFolder(presentation.folder, options.dataFolder), PeopleRegistry::Copy::Kept, error);
+    const QString file = dataFolder(presentation.folder, options.dataFolder) + QStringLiteral("/people.sqlite");
+    if (m_people && m_people->isShared() && QFileInfo::exists(file))
+        Bedrock::Trace::warning(
+            "PeopleRegistry # %s has people from before the presentation had a \"database\", which are not in "
+            "it: end the table, and run tavola people import %s %s",
+            qUtf8Printable(file), qUtf8Printable(presentation.folder), qUtf8Printable(file));
     if (m_people && m_people->isNew()) {
         bool complete = false;
         m_people->beginWith(input.isReplay() ? PeopleFile::parse(input.recordedNote().people, options.replayFile, complete)
@@ -174,6 +186,13 @@ bool TableServices::startCollections(Tavola::ServiceProvider& provider, const Pr
         error = place.error();
         return false;
     }
+    const QString file = collectionsFile(dataFolder(presentation.folder, options.dataFolder));
+    if (place->isShared() && !isReplay && QFileInfo::exists(file))
+        Bedrock::Trace::warning(
+            "CollectionService # %s has what cards collected before the presentation had a \"database\", which "
+            "is not shown: end the table, and run tavola collections import %s --data %s",
+            qUtf8Printable(file), qUtf8Printable(presentation.folder),
+            qUtf8Printable(dataFolder(presentation.folder, options.dataFolder)));
     std::shared_ptr<CollectionService> service;
     if (!isReplay)
         service = std::make_shared<CollectionService>(*place, *presentation.collections,
@@ -226,6 +245,14 @@ void TableServices::askMediaServer(std::function<void(bool isThere)> done) const
 {
     if (m_mediaServerProbe)
         m_mediaServerProbe->ask(std::move(done));
+}
+
+void TableServices::beginToClose()
+{
+    if (m_people)
+        m_people->endWithin(kLongestClosing);
+    if (const auto collections = m_collections.lock())
+        collections->endWithin(kLongestClosing);
 }
 
 void TableServices::stopWatching()

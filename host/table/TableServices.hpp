@@ -59,6 +59,8 @@ public:
     void askMediaServer(std::function<void(bool isThere)> done) const;
     /// Whether an outbox keeps mail that no server has yet. Does not block.
     [[nodiscard]] bool isMailDelayed() const;
+    /// To be called before anything else when the table begins to close: a database that hangs costs it a few seconds altogether.
+    void beginToClose();
     /// Ends the watch on the registry, and waits until collections are stored or cannot be. Call when the table begins to close.
     void stopWatching();
     /// The state of each e-mail service, for the inspector. Does not block.

@@ -2,7 +2,7 @@
 """A card at two tables that share what cards collect: whatever is added and removed at either, both end with the same, and with
 what the visitor's page shows.
 
-usage: postgres.py sharing.py --build DIRECTORY [--changes 200] [--seed 1] [--within SECONDS]
+usage: postgres.py sharing.py --build DIRECTORY [--changes 200] [--races 2] [--seed 1] [--within SECONDS]
 
 Two real tables without a screen and a media server, on a PostgreSQL server of their own. In the middle of it one table is killed in
 the midst of a change, and started again. Exits with 1 when something does not hold, or a change was shown later than --within.
@@ -12,14 +12,16 @@ import json
 import os
 import random
 import re
+import signal
 import sys
 import tempfile
+import threading
 import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, "..", "..", "tools", "demonstration"))
 
-from outages import sql  # noqa: E402
+from outages import server_processes, signal_all, sql  # noqa: E402
 from postgres import POSTGRES  # noqa: E402
 from programs import Failure, MediaServer, by_id, by_type, centre, end_all, fetch, value  # noqa: E402
 from visit import Visit, World, require  # noqa: E402
@@ -137,6 +139,10 @@ class SharedTable(Visit):
         with open(path, "rb") as file:
             return file.read()
 
+    def close(self):
+        self.close_table()
+        self.world.programs.clear()
+
     def wait_for_store(self):
         self.table.wait_until("the store", lambda: self.table.get("/collections") == {"waiting": 0, "failed": False})
 
@@ -148,6 +154,24 @@ def wait_for(what, condition):
         if time.monotonic() - begin > PATIENCE_SECONDS:
             raise Failure(f"waited in vain for {what}")
     return time.monotonic() - begin
+
+
+def at_once(*actions):
+    """Does all of it at the same time."""
+    failures = []
+
+    def run(action):
+        try:
+            action()
+        except Exception as failure:
+            failures.append(failure)
+    threads = [threading.Thread(target=run, args=(action,)) for action in actions]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    if failures:
+        raise failures[0]
 
 
 def are_equal(hall):
@@ -185,6 +209,19 @@ class Changes:
         # What is removed has to be known as uploaded at the table that removes it.
         wait_for("the upload", lambda: all(is_uploaded for _, is_uploaded in table.shows() + other.shows()))
 
+    def race(self):
+        """A thing is removed at one table while it is collected once more at the other one: the page has it, or has it not, as the
+        tables do."""
+        one, other = self.hall.tables
+        one.collect(0)
+        wait_for("what both show", lambda: are_equal(self.hall) and len(self.hall.stored()) == 1)
+        require(len(one.live_tiles()) == 1, "what was removed before is still there")
+        at_once(lambda: one.remove(0), lambda: other.collect(0))
+        wait_for("a page as the tables", lambda: len(self.hall.stored()) == 1 and are_equal(self.hall)
+                 and self.hall.on_the_page() == self.hall.stored())
+        other.remove_all()
+        wait_for("an empty page", lambda: are_equal(self.hall) and not self.hall.stored() and not self.hall.on_the_page())
+
     def kill_in_the_middle(self):
         """One table is killed as soon as something was dropped, and comes back."""
         killed = self.hall.tables[0]
@@ -198,10 +235,30 @@ class Changes:
         wait_for("both tables to show the same", lambda: are_equal(self.hall))
 
 
-def play(build, folder, changes, seed, within):
+    def close_while_the_database_hangs(self):
+        """What was collected then is not lost, and the table is not kept open."""
+        closed = self.hall.tables[1]
+        known = {int(address.rsplit("/", 1)[1]) for address in self.hall.stored()}
+        processes = server_processes()
+        signal_all(processes, signal.SIGSTOP)
+        try:
+            closed.collect(next(number for number in range(SharedTable.THINGS) if number not in known))
+            closed.table.wait_until("a change that waits", lambda: closed.table.get("/collections")["waiting"] > 0)
+            begin = time.monotonic()
+            closed.close()
+            took = time.monotonic() - begin
+        finally:
+            signal_all(reversed(processes), signal.SIGCONT)
+        closed.start()
+        wait_for("both tables to show the same", lambda: are_equal(self.hall))
+        require(len(self.hall.stored()) == len(known) + 1, "what was collected while the database hung is lost")
+        print(f"  a table closed within {took:.1f} s while the database hung, and what had been collected was there after its start")
+
+
+def play(build, folder, changes, races, seed, within):
     hall = Hall(build, folder)
     try:
-        vary(hall, changes, seed, within)
+        vary(hall, changes, races, seed, within)
     except Failure as failure:
         logs = "; ".join(table.table.error_text() for table in hall.tables)
         raise Failure(f"{failure}. Stored are {hall.stored()}. {logs}") from failure
@@ -209,18 +266,21 @@ def play(build, folder, changes, seed, within):
         hall.stop()
 
 
-def vary(hall, changes, seed, within):
+def vary(hall, changes, races, seed, within):
     for name in ("one", "other"):
         SharedTable(hall, name)
     script = Changes(hall, seed)
+    for _ in range(races):
+        script.race()
     for number in range(changes):
         if number == changes // 2:
             script.kill_in_the_middle()
         script.one()
     wait_for("both tables to show the same", lambda: are_equal(hall))
+    script.close_while_the_database_hangs()
     stored, page = hall.stored(), hall.on_the_page()
     require(sorted(set(stored)) == page, f"the page shows {page}, the tables {stored}")
-    print(f"  {script.counts['added']} added and {script.counts['removed']} removed at random, one table killed: both tables and the "
+    print(f"  {races} races; {script.counts['added']} added and {script.counts['removed']} removed at random, one table killed: both tables and the "
           f"page show the same {len(stored)} things; the other table showed a change after {script.longest:.2f} s at most")
     require(script.longest < within, "a change was shown too late")
     hall.end()
@@ -230,12 +290,13 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--build", required=True, help="the build directory, with bin/ in it")
     parser.add_argument("--changes", type=int, default=200)
+    parser.add_argument("--races", type=int, default=2, help="a thing is removed and collected at once, so many times")
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--within", type=float, default=PATIENCE_SECONDS)
     arguments = parser.parse_args()
     with tempfile.TemporaryDirectory(prefix="tavola-sharing-") as folder:
         try:
-            play(os.path.abspath(arguments.build), folder, arguments.changes, arguments.seed,
+            play(os.path.abspath(arguments.build), folder, arguments.changes, arguments.races, arguments.seed,
                  arguments.within)
         except Failure as failure:
             sys.exit(f"sharing: {failure}")

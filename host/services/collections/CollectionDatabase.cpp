@@ -12,7 +12,6 @@ namespace Host
 {
 namespace
 {
-constexpr qint64 kClaimSeconds = 60;
 /// Longer than any table adds anew what it could not store before. Times are those of the tables' clocks.
 constexpr qint64 kRemovedKeptSeconds = qint64(30) * 24 * 3600;
 /// Of a picture that goes to the server; the table's own are far smaller.
@@ -34,9 +33,40 @@ bool CollectionDatabase::exists() const
     return m_place.isShared() || QFileInfo(m_place.address.file).size() > 0;
 }
 
+void CollectionDatabase::close()
+{
+    std::unique_ptr<Storage::Store> ending; // waits for its thread
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    ending.swap(m_store);
+}
+
+void CollectionDatabase::endWithin(std::chrono::milliseconds time)
+{
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    m_end = std::chrono::steady_clock::now() + time;
+    if (m_store)
+        m_store->endWithin(time);
+}
+
+bool CollectionDatabase::isEnding()
+{
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    return m_end && std::chrono::steady_clock::now() >= *m_end;
+}
+
+void CollectionDatabase::use(std::unique_ptr<Storage::Store> store)
+{
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    m_store = std::move(store);
+    if (m_end)
+        m_store->endWithin(std::chrono::duration_cast<std::chrono::milliseconds>(*m_end - std::chrono::steady_clock::now()));
+}
+
 bool CollectionDatabase::open()
 {
-    m_store.reset();
+    close();
+    if (isEnding())
+        return false;
     QString error;
     if (!m_previews.prepare(error)) {
         m_report(QStringLiteral("open ") + path(), error,
@@ -56,7 +86,7 @@ bool CollectionDatabase::open()
                  QStringLiteral("until then what is collected stays on the table only"));
         return false;
     }
-    m_store = std::move(*opened);
+    use(std::move(*opened));
     qint64 last = 0;
     const bool isRead = run(Kind::Read, [&last](Storage::Transaction& reading) {
         return reading.run(QStringLiteral("SELECT last FROM item_changes"), {},
@@ -70,8 +100,8 @@ bool CollectionDatabase::open()
 bool CollectionDatabase::removeStrayPreviews()
 {
     std::set<QString> wanted;
-    const bool isRead = run(Kind::Read, [&wanted](Storage::Transaction& reading) {
-        wanted.clear();
+    const bool isRead = run(Kind::Read, [&](Storage::Transaction& reading) {
+        wanted = m_lastingPreviews;
         return reading.run(QStringLiteral("SELECT preview FROM items"), {},
                            [&wanted](const QSqlQuery& row) { wanted.insert(row.value(0).toString()); });
     });
@@ -113,10 +143,22 @@ bool CollectionDatabase::copyPreview(const Change& change, QString& name) const
 /// For the server, which has those that came from it.
 QByteArray CollectionDatabase::pictureOf(const Change& change, const QString& name) const
 {
-    if (!m_place.isShared() || name.isEmpty() || m_previews.contains(change.item.preview))
+    if (!m_place.isShared() || name.isEmpty() || (m_previews.contains(change.item.preview) && !change.isFromBacklog))
         return {};
     QFile file(m_previews.path(name));
     return file.size() <= kLargestSharedPicture && file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+CollectionDatabase::Change CollectionDatabase::lasting(const Change& change)
+{
+    Change result = change;
+    QString name;
+    if (copyPreview(change, name) && !name.isEmpty()) {
+        result.item.preview = m_previews.path(name);
+        m_lastingPreviews.insert(name);
+    }
+    result.isFromBacklog = true;
+    return result;
 }
 
 bool CollectionDatabase::apply(const std::vector<Change>& changes, qint64 now)
@@ -130,18 +172,19 @@ bool CollectionDatabase::apply(const std::vector<Change>& changes, qint64 now)
         previews.push_back({name, pictureOf(change, name)});
     }
     QStringList removed;
-    qint64 ownRun = 0;
+    CollectionRuns runs;
     const bool isWritten = run(Kind::Write, [&](Storage::Transaction& transaction) {
-        CollectionWrite write(transaction, m_run, now);
+        CollectionWrite write(transaction, m_runs, now);
         for (std::size_t i = 0; i < changes.size() && transaction; ++i)
             write.apply(changes[i], previews[i]);
         removed = write.removedPreviews();
-        ownRun = write.ownRun();
+        runs = write.runs();
         return bool(transaction);
     });
     if (!isWritten)
         return false;
-    m_run = ownRun;
+    m_runs = std::move(runs);
+    m_lastingPreviews.clear();
     m_previews.remove(removed);
     return true;
 }
@@ -200,7 +243,7 @@ std::optional<int> CollectionDatabase::removeWhere(const QString& condition, con
     QStringList previews;
     int count = 0;
     const bool isDone = run(Kind::Write, [&](Storage::Transaction& transaction) {
-        CollectionWrite write(transaction, m_run, now);
+        CollectionWrite write(transaction, m_runs, now);
         count = write.removeWhere(condition, values);
         previews = write.removedPreviews();
         return bool(transaction);
@@ -271,20 +314,19 @@ std::optional<std::set<unsigned long>> CollectionDatabase::changedCards()
     return result;
 }
 
-std::optional<QStringList> CollectionDatabase::claim(const QStringList& keys, const QString& owner, qint64 now)
+std::optional<CollectionClaim> CollectionDatabase::claim(const QStringList& keys, const QString& owner, qint64 now)
 {
-    QStringList claimed;
+    CollectionClaim result;
     const bool isDone = run(Kind::Write, [&](Storage::Transaction& writing) {
-        claimed.clear();
-        for (const QString& key : keys) {
-            writing.run(QStringLiteral("UPDATE items SET claimed_by = ?, claimed_until = ? WHERE key = ? "
-                                       "AND (claimed_by = ? OR claimed_until < ?)"),
-                        {owner, now + kClaimSeconds, key, owner, now});
-            if (writing && writing.changedRows() == 1)
-                claimed << key;
-        }
+        result = {};
+        // The clocks of tables may differ by more than a claim lasts.
+        if (m_place.isShared())
+            writing.run(QStringLiteral("SELECT CAST(EXTRACT(EPOCH FROM now()) AS BIGINT)"), {},
+                        [&now](const QSqlQuery& row) { now = row.value(0).toLongLong(); });
+        for (const QString& key : keys)
+            result.add(writing, key, owner, now);
         return bool(writing);
     });
-    return isDone ? std::optional(claimed) : std::nullopt;
+    return isDone ? std::optional(result) : std::nullopt;
 }
 }

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "services/collections/CollectedItem.hpp"
+#include "services/collections/CollectionClaim.hpp"
 #include "services/collections/CollectionPlace.hpp"
 #include "services/collections/CollectionPreviews.hpp"
+#include "services/collections/CollectionRuns.hpp"
 
 #include <Storage/Store.hpp>
 
@@ -13,6 +15,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <set>
 #include <vector>
@@ -36,7 +39,8 @@ public:
         };
         Kind kind = Kind::Add;
         unsigned long code = 0;
-        CollectedItem item; ///< for Remove the key alone
+        CollectedItem item;         ///< for Remove the key alone
+        bool isFromBacklog = false; ///< its preview is in the folder, and perhaps not on the server
     };
     /// What is kept for one card.
     struct Card
@@ -64,7 +68,9 @@ public:
     /// anything else is. False, reported, when that is not possible.
     [[nodiscard]] bool open();
     /// Ends the connection. Settings::changed is not called afterwards.
-    void close() { m_store.reset(); }
+    void close();
+    /// For the end of the program; see Storage::Store::endWithin. Any thread, at any time.
+    void endWithin(std::chrono::milliseconds time);
     /// Whether there is anything to open.
     [[nodiscard]] bool exists() const;
     /// Whether the last call has failed because the server was not reached.
@@ -72,6 +78,8 @@ public:
 
     /// All of the changes, or on failure (reported) none. `now`: in seconds since 1970.
     [[nodiscard]] bool apply(const std::vector<Change>& changes, qint64 now);
+    /// A change that another program can apply later: its preview is copied into the folder, and stays there.
+    [[nodiscard]] Change lasting(const Change& change);
     /// What a card has collected since a time, in the order of the drops; nothing when it cannot be read (reported). A preview
     /// whose file is missing, also on the server, is empty.
     [[nodiscard]] std::optional<std::vector<CollectedItem>> items(unsigned long code, qint64 since);
@@ -86,9 +94,9 @@ public:
     /// The cards of which something was changed or removed since the last call, or since open(); by this program, too. Nothing
     /// on failure (reported).
     [[nodiscard]] std::optional<std::set<unsigned long>> changedCards();
-    /// Gives `owner` the right to send items for a minute, but not those that are gone or that another owner has. Returns their
-    /// keys; nothing on failure (reported).
-    [[nodiscard]] std::optional<QStringList> claim(const QStringList& keys, const QString& owner, qint64 now);
+    /// Gives `owner` the right to send items for half a minute to a minute, but not those that are gone or that another owner
+    /// has. Nothing on failure (reported). `now`: of a file; a server's tables go by its clock.
+    [[nodiscard]] std::optional<CollectionClaim> claim(const QStringList& keys, const QString& owner, qint64 now);
 
     /// The number of the drop in its run of the program, with which keys end.
     [[nodiscard]] static qint64 numberOf(const QString& key);
@@ -97,6 +105,10 @@ private:
     using Kind = Storage::Store::Kind;
 
     [[nodiscard]] bool run(Kind kind, const Storage::Store::Job& job);
+    /// Whether the time of endWithin() is over.
+    [[nodiscard]] bool isEnding();
+    /// From here on everything is asked of this store.
+    void use(std::unique_ptr<Storage::Store> store);
     /// Removes pictures that no item has.
     [[nodiscard]] bool removeStrayPreviews();
     [[nodiscard]] bool copyPreview(const Change& change, QString& name) const;
@@ -109,9 +121,12 @@ private:
     const Settings m_settings;
     const CollectionPreviews m_previews;
     const Report m_report;
+    std::mutex m_mutex;                      ///< for what another thread needs: where m_store points to, and m_end
     std::unique_ptr<Storage::Store> m_store; ///< null until open() has succeeded
-    qint64 m_run = 0;                        ///< among the programs that have written, counted from 1; 0 until this one has
-    qint64 m_seen = -1;                      ///< number of the last change that changedCards() has read; -1: none
+    std::optional<std::chrono::steady_clock::time_point> m_end;
+    CollectionRuns m_runs;
+    std::set<QString> m_lastingPreviews; ///< of changes that are not written yet
+    qint64 m_seen = -1;                  ///< number of the last change that changedCards() has read; -1: none
     bool m_wasAway = false;
 };
 }

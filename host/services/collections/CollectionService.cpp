@@ -1,6 +1,9 @@
 #include "services/collections/CollectionService.hpp"
 
+#include <Bedrock/Trace.hpp>
+
 #include <QDateTime>
+#include <QFileInfo>
 
 #include <algorithm>
 #include <utility>
@@ -55,7 +58,7 @@ CollectionService::CollectionService(const CollectionPlace& place, const Collect
                  [this](const QString& what, const QString& reason, const QString& remedy) {
                      m_warnings.log("Failed to " + what.toStdString() + ": " + reason.toStdString(), remedy.toStdString());
                  }),
-      m_thread([this] { work(); })
+      m_backlog(QFileInfo(place.previews).absolutePath()), m_thread([this] { work(); })
 {
 }
 
@@ -107,16 +110,9 @@ void CollectionService::read(unsigned long code, Answer answer)
 
 void CollectionService::claim(const QStringList& keys, const QString& owner, Claimed claimed)
 {
-    ask([this, keys, owner, claimed = std::move(claimed)](bool isUsable) {
-        auto result = isUsable ? m_database.claim(keys, owner, m_clock()) : std::nullopt;
-        // No other table has what could not be stored yet.
-        for (const QString& key : keys) {
-            const auto unwritten = m_unwritten.find(key);
-            if (result && unwritten != m_unwritten.end() && unwritten->second.kind == Kind::Add)
-                result->append(key);
-        }
-        claimed(result);
-        return result.has_value();
+    ask([this, keys, owner, claimed = std::move(claimed)](bool) {
+        m_claims.add(keys, owner, claimed);
+        return true;
     });
 }
 
@@ -130,7 +126,7 @@ void CollectionService::awaitChange(Changed changed)
 QJsonObject CollectionService::state() const
 {
     const std::lock_guard<std::mutex> guard(m_mutex);
-    return {{QStringLiteral("waiting"), int(m_changes.size() + m_writing)}, {QStringLiteral("failed"), m_hasFailed}};
+    return {{QStringLiteral("waiting"), int(m_changes.size() + m_writing + m_left)}, {QStringLiteral("failed"), m_hasFailed}};
 }
 
 void CollectionService::retry()
@@ -150,17 +146,19 @@ void CollectionService::waitUntilIdle()
 
 bool CollectionService::isWaiting() const
 {
-    return !m_changes.empty() || m_hasNews || m_needsOpening;
+    return !m_changes.empty() || m_left > 0 || m_hasNews || m_needsOpening;
 }
 
 bool CollectionService::isDue(Time now) const
 {
-    return !m_requests.empty() || (isWaiting() && now >= m_nextAttempt) || now >= m_nextCleaning;
+    return !m_requests.empty() || (isWaiting() && now >= m_nextAttempt) || now >= std::min(m_nextCleaning, m_nextClaim);
 }
 
 void CollectionService::work()
 {
+    readBacklog();
     std::unique_lock<std::mutex> lock(m_mutex);
+    m_left = m_older.size();
     while (!m_isStopped) {
         if (isDue(std::chrono::steady_clock::now())) {
             m_isBusy = true;
@@ -169,12 +167,37 @@ void CollectionService::work()
             m_idle.notify_all();
             continue;
         }
-        m_wake.wait_until(lock, isWaiting() ? std::min(m_nextCleaning, m_nextAttempt) : m_nextCleaning);
+        const Time next = std::min(m_nextCleaning, m_nextClaim);
+        m_wake.wait_until(lock, isWaiting() ? std::min(next, m_nextAttempt) : next);
     }
     m_requests.clear();
     m_hasNews = false;
-    if (!m_changes.empty())
+    if (!m_changes.empty() || m_left > 0)
         turn(lock);
+    if (const std::size_t count = m_changes.size() + m_left; count > 0)
+        Bedrock::Trace::info("CollectionService # %zu changes are not in %s yet; they wait in %s for the next start", count,
+                             qUtf8Printable(m_database.path()), qUtf8Printable(m_backlog.path()));
+}
+
+void CollectionService::readBacklog()
+{
+    int unreadable = 0;
+    for (const Change& change : m_backlog.read(unreadable))
+        m_older.push_back(m_database.lasting(change));
+    if (unreadable > 0)
+        m_warnings.log("Failed to read " + std::to_string(unreadable) + " changes in " + m_backlog.path().toStdString(),
+                       "what they were is lost; see whether the disk is sound");
+}
+
+void CollectionService::keepUnwritten()
+{
+    std::vector<Change> lasting;
+    for (const Change& change : m_unwritten)
+        lasting.push_back(m_database.lasting(change));
+    QString error;
+    if (!m_backlog.write(lasting, error))
+        m_warnings.log("Failed to write " + m_backlog.path().toStdString() + ": " + error.toStdString(),
+                       "free space on the disk, and let this user write there; until then what waits is lost with the program");
 }
 
 void CollectionService::turn(std::unique_lock<std::mutex>& lock)
@@ -190,13 +213,13 @@ void CollectionService::turn(std::unique_lock<std::mutex>& lock)
     lock.unlock();
 
     m_isOpen = m_isOpen || m_database.open();
-    const bool isWritten = m_isOpen && (changes.empty() || write(changes));
+    const bool isWritten = write(changes);
     bool isDone = isWritten;
     // A server that is away costs a turn its deadline once.
     bool isAway = m_isOpen && !isWritten && m_database.wasAway();
     // A file that was moved away is made anew with the next attempt.
     m_isOpen = m_isOpen && m_database.exists();
-    m_unwritten = isWritten ? Changes() : changes;
+    keepUnwritten();
     if (m_isOpen && !isAway && isCleaning)
         removeExpired();
     for (Request& request : requests) {
@@ -204,6 +227,9 @@ void CollectionService::turn(std::unique_lock<std::mutex>& lock)
         isAway = isAway || m_database.wasAway();
         request = nullptr; // what it holds is let go without the lock
     }
+    // In every turn: another table may have removed what it has sent.
+    isDone = askForClaims(m_isOpen && !isAway) && isDone;
+    isAway = isAway || m_database.wasAway();
     const bool hasReadNews = !hasNews || (m_isOpen && !isAway && readNews());
     isDone = isDone && hasReadNews;
 
@@ -213,8 +239,10 @@ void CollectionService::turn(std::unique_lock<std::mutex>& lock)
         m_changedCards.merge(std::exchange(m_unread, {}));
     m_hasNews = m_hasNews || !hasReadNews;
     m_writing = 0;
+    m_left = m_older.size();
     m_hasFailed = !isDone;
     m_needsOpening = !m_isOpen;
+    m_nextClaim = m_claims.nextAttempt();
     m_nextAttempt = isDone ? Time() : std::chrono::steady_clock::now() + kRetryPause;
     if (isCleaning)
         m_nextCleaning = now + kCleaningPause;
@@ -231,31 +259,42 @@ void CollectionService::turn(std::unique_lock<std::mutex>& lock)
 
 bool CollectionService::write(const Changes& changes)
 {
-    std::vector<Change> list;
+    m_unwritten.clear();
     for (const auto& entry : changes)
-        list.push_back(entry.second);
-    return m_database.apply(list, m_clock());
+        m_unwritten.push_back(entry.second);
+    std::stable_sort(m_unwritten.begin(), m_unwritten.end(), [](const Change& a, const Change& b) {
+        return CollectionDatabase::numberOf(a.item.key) < CollectionDatabase::numberOf(b.item.key);
+    });
+    m_unwritten.insert(m_unwritten.begin(), m_older.begin(), m_older.end());
+    if (!m_isOpen || (!m_unwritten.empty() && !m_database.apply(m_unwritten, m_clock())))
+        return false;
+    m_unwritten.clear();
+    m_older.clear();
+    return true;
 }
 
 bool CollectionService::answerRead(unsigned long code, const Answer& answer, bool isUsable)
 {
     auto items = isUsable ? m_database.items(code, oldestKept()) : std::nullopt;
-    std::vector<const Change*> own;
-    for (const auto& entry : m_unwritten)
-        if (entry.second.code == code)
-            own.push_back(&entry.second);
-    std::stable_sort(own.begin(), own.end(), [](const Change* a, const Change* b) {
-        return CollectionDatabase::numberOf(a->item.key) < CollectionDatabase::numberOf(b->item.key);
-    });
-    for (const Change* change : own)
-        if (items)
-            applyTo(*items, *change);
+    for (const Change& change : m_unwritten)
+        if (items && change.code == code)
+            applyTo(*items, change);
     if (items)
         m_unread.erase(code);
     else
         m_unread.insert(code);
     answer(items);
     return items.has_value();
+}
+
+bool CollectionService::askForClaims(bool isUsable)
+{
+    // No other table has what could not be stored yet.
+    const auto isOwn = [this](const QString& key) {
+        return std::any_of(m_unwritten.begin(), m_unwritten.end(),
+                           [&key](const Change& change) { return change.kind == Kind::Add && change.item.key == key; });
+    };
+    return m_claims.nextAttempt() == Time::max() || m_claims.ask(m_database, isUsable, isOwn, m_clock());
 }
 
 bool CollectionService::readNews()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "services/collections/CollectionBacklog.hpp"
+#include "services/collections/CollectionClaims.hpp"
 #include "services/collections/CollectionDatabase.hpp"
 #include "services/collections/CollectionSettings.hpp"
 
@@ -22,18 +24,17 @@
 
 namespace Host
 {
-/// Keeps collections in a CollectionDatabase, on a thread of its own. Changes that cannot be written are kept in memory, one for
-/// each item, and tried again with the next change and after a pause, for as long as the table is open; that is logged with its
-/// remedy, each reason at most once a minute. What is older than the settings allow is removed when the database is opened, and
-/// each hour. Operations return at once and may be called on any thread.
+/// Keeps collections in a CollectionDatabase, on a thread of its own. Changes that cannot be written are kept, one for each item,
+/// in memory and in a file of the table (see CollectionBacklog), and tried again with the next change, after a pause, and when
+/// the table opens again; that is logged with its remedy, each reason at most once a minute. What is older than the settings
+/// allow is removed when the database is opened, and each hour. Operations return at once and may be called on any thread.
 class CollectionService
 {
 public:
     using Change = CollectionDatabase::Change;
     /// Nothing when the store could not be read, which was logged.
     using Answer = std::function<void(const std::optional<std::vector<CollectedItem>>& items)>;
-    /// Nothing when the store could not be asked, which was logged.
-    using Claimed = std::function<void(const std::optional<QStringList>& keys)>;
+    using Claimed = CollectionClaims::Claimed;
     using Changed = std::function<void(const std::set<unsigned long>& codes)>;
     /// Seconds since 1970; called on the service's thread.
     using Clock = std::function<qint64()>;
@@ -45,7 +46,7 @@ public:
     /// `deadline`: for each attempt to reach the database.
     CollectionService(const CollectionPlace& place, const CollectionSettings& settings, Watch watch, Clock clock = {},
                       std::chrono::milliseconds deadline = CollectionDatabase::Settings().deadline);
-    /// Tries once more to write what could not be written. Answers that are owed are dropped.
+    /// Tries once more to write what could not be written; it is in the file otherwise. Answers that are owed are dropped.
     ~CollectionService();
     CollectionService(const CollectionService&) = delete;
     CollectionService& operator=(const CollectionService&) = delete;
@@ -54,8 +55,8 @@ public:
     /// Calls `answer` on the service's thread with what the changes before make of the card's items, also of those that could
     /// not be written.
     void read(unsigned long code, Answer answer);
-    /// Calls `claimed` on the service's thread with those of the items that this owner alone may send from now on; see
-    /// CollectionDatabase::claim.
+    /// Calls `claimed` on the service's thread with those of the items that this owner alone may send from now on, once the
+    /// others are gone; see CollectionClaims. A database that could not be asked was logged.
     void claim(const QStringList& keys, const QString& owner, Claimed claimed);
     /// Calls `changed` once, at once or when another program has changed something, with the cards of which anything was changed
     /// since the last call, and those that could not be read before. On the service's thread or the caller's. Replaces one that
@@ -66,6 +67,8 @@ public:
     [[nodiscard]] QJsonObject state() const;
     /// Has changes that could not be written tried again now.
     void retry();
+    /// For the end of the table: no call of a database on a server takes longer from now on.
+    void endWithin(std::chrono::milliseconds time) { m_database.endWithin(time); }
     /// Blocks until every request has been tried: up to some seconds where another program locks the database.
     void waitUntilIdle();
 
@@ -82,8 +85,12 @@ private:
     [[nodiscard]] bool isWaiting() const;
     [[nodiscard]] bool isDue(Time now) const;
     void ask(Request request);
+    void readBacklog();
+    /// Writes the changes, and before them what an earlier program could not write. False when they are not written.
     [[nodiscard]] bool write(const Changes& changes);
+    void keepUnwritten();
     [[nodiscard]] bool answerRead(unsigned long code, const Answer& answer, bool isUsable);
+    [[nodiscard]] bool askForClaims(bool isUsable);
     /// What other programs have changed. False when it cannot be read.
     [[nodiscard]] bool readNews();
     void tellNews(std::unique_lock<std::mutex>& lock);
@@ -93,10 +100,13 @@ private:
 
     const CollectionSettings m_settings;
     const Clock m_clock;
-    Bedrock::RareWarnings m_warnings{"CollectionService"}; ///< of the thread, as are the next four
+    Bedrock::RareWarnings m_warnings{"CollectionService"}; ///< of the thread, as are the next seven
     CollectionDatabase m_database;
+    CollectionClaims m_claims;
     bool m_isOpen = false;
-    Changes m_unwritten;              ///< that could not be written in this turn
+    CollectionBacklog m_backlog;
+    std::vector<Change> m_older;      ///< that an earlier program could not write
+    std::vector<Change> m_unwritten;  ///< that could not be written in this turn, in order
     std::set<unsigned long> m_unread; ///< cards that could not be read last
 
     mutable std::mutex m_mutex; ///< guards what follows
@@ -108,8 +118,10 @@ private:
     std::set<unsigned long> m_changedCards; ///< that were not reported yet
     Time m_nextAttempt;                     ///< after a failure
     Time m_nextCleaning;
-    std::size_t m_writing = 0; ///< changes that are being written
-    bool m_hasNews = false;    ///< another program may have changed something
+    Time m_nextClaim = Time::max(); ///< when claims that wait are asked for again
+    std::size_t m_writing = 0;      ///< changes that are being written
+    std::size_t m_left = 0;         ///< changes that an earlier program could not write
+    bool m_hasNews = false;         ///< another program may have changed something
     bool m_needsOpening = false;
     bool m_isBusy = false;
     bool m_hasFailed = false;

@@ -1,9 +1,11 @@
 #include "services/collections/CollectionWrite.hpp"
 
+#include <utility>
+
 namespace Host
 {
-CollectionWrite::CollectionWrite(Storage::Transaction& transaction, qint64 ownRun, qint64 now)
-    : m_transaction(transaction), m_ownRun(ownRun), m_now(now)
+CollectionWrite::CollectionWrite(Storage::Transaction& transaction, CollectionRuns runs, qint64 now)
+    : m_transaction(transaction), m_runs(std::move(runs)), m_now(now)
 {
     m_transaction.run(QStringLiteral("UPDATE item_changes SET last = last + 1"));
     m_transaction.run(QStringLiteral("SELECT last FROM item_changes"), {},
@@ -18,6 +20,15 @@ void CollectionWrite::apply(const CollectionDatabase::Change& change, const Prev
     case Kind::Update: return update(change, preview);
     case Kind::Remove: return remove(change);
     }
+}
+
+qint64 CollectionWrite::runOf(const QString& key)
+{
+    qint64& run = m_runs[key.left(key.lastIndexOf(QLatin1Char('-')))];
+    if (run == 0)
+        m_transaction.run(QStringLiteral("SELECT COALESCE(MAX(run), 0) + 1 FROM items WHERE run > 0"), {},
+                          [&run](const QSqlQuery& row) { run = row.value(0).toLongLong(); });
+    return run;
 }
 
 bool CollectionWrite::wasRemoved(const QString& key)
@@ -35,14 +46,11 @@ void CollectionWrite::add(const CollectionDatabase::Change& change, const Previe
         m_removedPreviews << preview.name;
         return;
     }
-    if (m_ownRun == 0)
-        m_transaction.run(QStringLiteral("SELECT COALESCE(MAX(run), 0) + 1 FROM items"), {},
-                          [this](const QSqlQuery& row) { m_ownRun = row.value(0).toLongLong(); });
     m_transaction.run(QStringLiteral("INSERT INTO items (key, code, run, number, stored, content, status, preview, changed) "
                                      "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT (key) DO UPDATE SET "
                                      "content = excluded.content, status = excluded.status, preview = excluded.preview, "
                                      "changed = excluded.changed"),
-                      {item.key, QString::number(change.code), m_ownRun, CollectionDatabase::numberOf(item.key), m_now,
+                      {item.key, QString::number(change.code), runOf(item.key), CollectionDatabase::numberOf(item.key), m_now,
                        QString::fromUtf8(formatContent(item)), item.status, preview.name, m_number});
     keep(item.key, preview);
 }

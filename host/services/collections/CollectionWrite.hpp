@@ -22,8 +22,8 @@ public:
         QByteArray content; ///< for the database; null: it has it, or keeps none
     };
 
-    /// `ownRun`: of this program; 0 when it has none yet. `now`: in seconds since 1970.
-    CollectionWrite(Storage::Transaction& transaction, qint64 ownRun, qint64 now);
+    /// `runs`: that are known. `now`: in seconds since 1970.
+    CollectionWrite(Storage::Transaction& transaction, CollectionRuns runs, qint64 now);
 
     void apply(const CollectionDatabase::Change& change, const Preview& preview);
     /// Removes the items for which a condition with these values holds. Returns how many.
@@ -31,10 +31,11 @@ public:
 
     /// Names of files that no item needs any more.
     [[nodiscard]] const QStringList& removedPreviews() const noexcept { return m_removedPreviews; }
-    /// That of the constructor, or the one that the first new item has got.
-    [[nodiscard]] qint64 ownRun() const noexcept { return m_ownRun; }
+    /// Those of the constructor, and those whose first new item was written.
+    [[nodiscard]] const CollectionRuns& runs() const noexcept { return m_runs; }
 
 private:
+    [[nodiscard]] qint64 runOf(const QString& key);
     [[nodiscard]] bool wasRemoved(const QString& key);
     void add(const CollectionDatabase::Change& change, const Preview& preview);
     void update(const CollectionDatabase::Change& change, const Preview& preview);
@@ -42,7 +43,7 @@ private:
     void keep(const QString& key, const Preview& preview);
 
     Storage::Transaction& m_transaction;
-    qint64 m_ownRun;
+    CollectionRuns m_runs;
     const qint64 m_now;
     qint64 m_number = 0; ///< of this transaction, among those that write
     QStringList m_removedPreviews;

@@ -4,6 +4,8 @@
 #include "Patience.hpp"
 #include "services/collections/CollectionDatabase.hpp"
 
+#include <TestDatabase.hpp>
+
 #include <doctest/doctest.h>
 
 #include <QDateTime>
@@ -107,6 +109,36 @@ TEST_CASE("tavola collections: a file that is no store is an error with its reme
     const CollectionsAnswer answer = desk.ask("clear", {"1001"});
     CHECK(answer.code == 1);
     CHECK(answer.err.contains("move it away to begin a new one"));
+}
+
+TEST_CASE("tavola collections: without a database there is nothing to import into")
+{
+    const CollectionsDesk desk;
+    CHECK(desk.ask("import").code == 1);
+    CHECK(desk.ask("import").err.contains("has no \"database\" to import into"));
+    CHECK(desk.ask("import", {"1001"}).code == 2);
+}
+
+TEST_CASE("tavola collections: what a table kept in its file goes into the database of all tables, once")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    const TestDatabase database(TestDatabase::Kind::Postgres);
+    CollectionsDesk desk;
+    REQUIRE(desk.file.open());
+    desk.keep(1001, "a-1", "Moon");
+    desk.keep(1002, "a-2", "Sea");
+    desk.file.close();
+    desk.folder.write(QStringLiteral("show/presentation.json"),
+                      QStringLiteral(R"({"people": "people.csv", "collections": {"keep": "forever"}, "database": "%1"})")
+                          .arg(database.address().shown())
+                          .toUtf8());
+    const CollectionsAnswer answer = desk.ask("import");
+    CHECK_MESSAGE(answer.code == 0, answer.err.toStdString());
+    CHECK(answer.out.startsWith("2 imported, 0 were there or had been removed. The file is "));
+    CHECK(answer.out.contains("collections-imported.sqlite"));
+    CHECK(desk.ask("list", {"1001"}).out == "1001  Moon\n");
+    CHECK(desk.ask("import").out.startsWith("There is nothing to import: "));
 }
 
 TEST_CASE("tavola people: removing a card removes what it has collected")

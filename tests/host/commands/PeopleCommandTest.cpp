@@ -11,6 +11,8 @@
 #include <Tavola/TesselServiceCache.hpp>
 #include <Trellis/Widget.hpp>
 
+#include <TestDatabase.hpp>
+
 #include <doctest/doctest.h>
 
 #include <QProcess>
@@ -389,4 +391,36 @@ TEST_CASE("tavola people: a table that is open follows what the desk does")
             == 0);
     CHECK(refresh());
     CHECK(cache->markerProperties(2001).personalProperties()->name == "Di");
+}
+
+TEST_CASE("tavola people: the file of a table goes into the database of all tables, whose cards keep the owners that they have")
+{
+    const PeopleDesk desk;
+    const QString file = desk.folder().path(QStringLiteral("data/people.sqlite"));
+    {
+        QString error;
+        QDir().mkpath(desk.folder().path(QStringLiteral("data")));
+        const auto own = PeopleRegistry::open(file, error);
+        REQUIRE_MESSAGE(own, error.toStdString());
+        CHECK(own->insert({{1001, "Anna", "anna@museum.example", {}, 0, {}},
+                           {1002, "Bo", "bo@museum.example", {}, 0, {}},
+                           {1009, {}, {}, "key", 0, {}}}));
+    }
+    CHECK(desk.ask("import", {file}).code == 1);
+    CHECK(desk.ask("import", {file}).err.contains("has no \"database\" to import a table's file into"));
+    if (!TestDatabase::hasPostgres())
+        return;
+    const TestDatabase database(TestDatabase::Kind::Postgres);
+    desk.folder().write(QStringLiteral("show/presentation.json"),
+                        QStringLiteral(R"({"people": "people.csv", "database": "%1"})").arg(database.address().shown()).toUtf8());
+    CHECK(desk.ask("import", {desk.folder().path(QStringLiteral("data/none.sqlite"))}).err.contains("there is no file"));
+    const PeopleAnswer answer = desk.ask("import", {file});
+    CHECK_MESSAGE(answer.code == 0, answer.err.toStdString());
+    CHECK(answer.out.startsWith("2 people imported, 1 cards stay as they are in the database. The file is "));
+    CHECK_FALSE(QFile::exists(file));
+    CHECK(QFile::exists(desk.folder().path(QStringLiteral("data/people-imported.sqlite"))));
+    const QString list = desk.ask("list").out;
+    CHECK(list.contains("1001  Ann  ann@museum.example"));
+    CHECK(list.contains("1002  Bo  bo@museum.example"));
+    CHECK(list.contains("1009"));
 }

@@ -5,10 +5,12 @@
 #include "recording/RecordingNote.hpp"
 
 #include <EventLoop.hpp>
+#include <LogCapture.hpp>
 #include <Tavola/CollectionStoreAPI.hpp>
 #include <Tavola/ServiceProvider.hpp>
 #include <Tavola/Tavola.hpp>
 #include <Tavola/TesselServiceCache.hpp>
+#include <TestDatabase.hpp>
 #include <Trellis/Application.hpp>
 #include <Trellis/Widget.hpp>
 
@@ -97,6 +99,33 @@ TEST_CASE("table services: collections are kept beside the people where the pres
         return items.isReady();
     }));
     CHECK(items.value().size() == 1);
+}
+
+TEST_CASE("table services: files from before there was a database are named with their remedy at each start")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    const TestDatabase database(TestDatabase::Kind::Postgres);
+    TablePlace place;
+    place.presentation(R"({"people": "people.csv", "collections": {"keep": "30d"}})");
+    place.folder.write(QStringLiteral("people.csv"), "code,name\n1001,Ann\n");
+    {
+        const auto table = place.open();
+        const auto store = Tavola::Tavola::instance()->services()->collectionStore();
+        Tavola::CollectionStoreAPI::CollectedItem item;
+        item.key = store->makeKey();
+        store->add(1001, item);
+    }
+    place.presentation(QStringLiteral(R"({"people": "people.csv", "collections": {"keep": "30d"}, "database": "%1"})")
+                           .arg(database.address().shown())
+                           .toUtf8());
+    TestSupport::expectWarningStartingWith("PeopleRegistry # "
+                                           + place.folder.path(QStringLiteral("data/people.sqlite")).toStdString()
+                                           + " has people from before the presentation had a \"database\"");
+    TestSupport::expectWarningStartingWith(
+        "CollectionService # " + place.folder.path(QStringLiteral("data/collections/collections.sqlite")).toStdString()
+        + " has what cards collected before the presentation had a \"database\"");
+    const auto table = place.open();
 }
 
 TEST_CASE("table services: a mail server of the options needs an e-mail service of the presentation")

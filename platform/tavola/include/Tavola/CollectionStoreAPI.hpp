@@ -57,8 +57,9 @@ public:
     /// table: read them again. In place of an earlier one for that card; kept as long as the store. Does nothing in a store that
     /// is not shared.
     virtual void watch(unsigned long code, std::function<void()> changed) = 0;
-    /// Asks for the right to send items. Completed as items(), with the keys of those that no other table is sending or has sent
-    /// or removed; another table may claim them when they have not been removed after a minute.
+    /// Asks for the right to send items. Completed as items(), with the keys of those that this table alone may send, once it
+    /// is certain that the others are sent or removed: at once, or as soon as the table that sends them has removed them, or when
+    /// it has not done so for a minute. Another table may claim them a minute after this one.
     [[nodiscard]] virtual folly::Future<QList<QString>> claim(const QList<QString>& keys) = 0;
     virtual ~CollectionStoreAPI();
 };

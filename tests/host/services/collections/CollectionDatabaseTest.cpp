@@ -338,13 +338,52 @@ TEST_CASE("collection database: items are claimed by one owner at a time, and by
         const QString one = QStringLiteral("one");
         const QString other = QStringLiteral("other");
         CHECK(kept.apply({change(Kind::Add, 7, "a-1"), change(Kind::Add, 7, "a-2"), change(Kind::Add, 7, "a-3")}));
-        CHECK(kept.file->claim({"a-1", "a-2", "a-9"}, one, 1000) == QStringList{"a-1", "a-2"});
-        CHECK(kept.file->claim({"a-1", "a-2", "a-3"}, other, 1060) == QStringList{"a-3"});
-        CHECK(kept.file->claim({"a-1", "a-3"}, one, 1060) == QStringList{"a-1"});
-        CHECK(kept.file->claim({"a-2"}, other, 1061) == QStringList{"a-2"});
+        qint64 now = 1000;
+        const auto claim = [&](const QStringList& keys, const QString& owner) {
+            return kept.file->claim(keys, owner, now).value();
+        };
+        // The time of a file is that of the table, a server has its own.
+        const auto pass = [&](int seconds) {
+            if (kept.place.isShared())
+                kept.database.execute(
+                    QStringLiteral("UPDATE items SET claimed_until = claimed_until - %1 WHERE claimed_until > 0").arg(seconds));
+            else
+                now += seconds;
+        };
+        CHECK(claim({"a-1", "a-2", "a-9"}, one).keys == QStringList{"a-1", "a-2"});
+        CHECK(claim({"a-1", "a-9"}, one).secondsLeft == 0);
+        pass(20);
+        const auto second = claim({"a-1", "a-2", "a-3"}, other);
+        CHECK(second.keys == QStringList{"a-3"});
+        // The server's clock goes on meanwhile.
+        CHECK(second.secondsLeft <= 41);
+        CHECK(second.secondsLeft > (kept.place.isShared() ? 0 : 40));
+        // A claim that is repeated lasts longer, but is not written each time.
+        CHECK(claim({"a-1"}, one).keys == QStringList{"a-1"});
+        pass(15);
+        CHECK(claim({"a-1", "a-3"}, one).keys == QStringList{"a-1"});
+        pass(26);
+        CHECK(claim({"a-1", "a-2"}, other).keys == QStringList{"a-2"});
+        pass(35);
+        CHECK(claim({"a-1"}, other).keys == QStringList{"a-1"});
         CHECK(kept.apply({change(Kind::Remove, 7, "a-1")}));
-        CHECK(kept.file->claim({"a-1"}, one, 1062) == QStringList());
+        CHECK(claim({"a-1"}, one).keys == QStringList());
+        CHECK(claim({"a-1"}, one).secondsLeft == 0);
     });
+}
+
+TEST_CASE("collection database: a claim that is repeated wakes no other table")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    Kept kept(TestDatabase::Kind::Postgres);
+    CHECK(kept.apply({change(Kind::Add, 7, "a-1")}));
+    const auto claims = [&kept] { return kept.database.execute(QStringLiteral("SELECT xmin::text FROM items")).toString(); };
+    CHECK(kept.file->claim({"a-1"}, QStringLiteral("one"), 0)->keys.size() == 1);
+    const QString before = claims();
+    CHECK(kept.file->claim({"a-1"}, QStringLiteral("one"), 0)->keys.size() == 1);
+    CHECK(kept.file->claim({"a-1"}, QStringLiteral("other"), 0)->keys.isEmpty());
+    CHECK(claims() == before);
 }
 
 TEST_CASE("collection database: a file of the first version is brought up to date, with what it has")
@@ -372,7 +411,7 @@ TEST_CASE("collection database: a file of the first version is brought up to dat
         REQUIRE(file->open());
         CHECK(file->apply({change(Kind::Add, 7, "a-1", "two")}, 1000));
         CHECK(Kept::itemsOf(*file, 7) == QStringList{"x-1 one 3", "a-1 two 1"});
-        CHECK(file->claim({"x-1"}, QStringLiteral("one"), 1000) == QStringList{"x-1"});
+        CHECK(file->claim({"x-1"}, QStringLiteral("one"), 1000)->keys == QStringList{"x-1"});
         CHECK(file->apply({change(Kind::Remove, 7, "x-1")}, 1000));
     }
     const auto file = open();

@@ -177,6 +177,52 @@ TEST_CASE("collection service: a folder that is moved away is made anew, and wha
     kept.isIn(0, false);
 }
 
+TEST_CASE("collection service: what could not be written when the table closed is written at its next start, in order")
+{
+    KeptByService kept;
+    kept.open();
+    kept.service->change(serviceChange(Kind::Add, "a-1", "one"));
+    kept.service->waitUntilIdle();
+    const QString picture = kept.folder.write(QStringLiteral("tmp/shot.png"), "picture");
+    {
+        kept.service.reset();
+        const SpoiltDatabase locked(kept.path, SpoiltDatabase::Kind::Locked);
+        TestSupport::expectWarningStartingWith(kept.told("open"));
+        kept.open(0, std::chrono::milliseconds(20));
+        auto second = serviceChange(Kind::Add, "a-3", "three");
+        second.item.preview = picture;
+        kept.service->change(second);
+        kept.service->change(serviceChange(Kind::Add, "a-2", "two"));
+        kept.service->change(serviceChange(Kind::Update, "a-1", "one", 3));
+        kept.service->waitUntilIdle();
+        kept.isIn(3, true);
+        kept.service.reset();
+        REQUIRE(QFile::remove(picture)); // with the table's temporary files
+        // Another start, which cannot write it, either.
+        TestSupport::expectWarningStartingWith(kept.told("open"));
+        kept.open(0, std::chrono::milliseconds(20));
+        kept.service->change(serviceChange(Kind::Add, "b-1", "four"));
+        kept.service->change(serviceChange(Kind::Remove, "a-2"));
+        kept.service->waitUntilIdle();
+        kept.isIn(5, true);
+        kept.service.reset();
+    }
+    kept.open();
+    kept.service->change(serviceChange(Kind::Add, "0-1", "five"));
+    CHECK(kept.items() == QStringList{"one 3", "three 1", "four 1", "five 1"});
+    kept.isIn(0, false);
+    kept.service->read(7, [](const std::optional<std::vector<CollectedItem>>& items) {
+        REQUIRE(items);
+        QFile copy(items->at(1).preview);
+        CHECK(copy.open(QIODevice::ReadOnly));
+        CHECK(copy.readAll() == "picture");
+    });
+    kept.service->waitUntilIdle();
+    kept.service.reset();
+    kept.open();
+    CHECK(kept.items() == QStringList{"one 3", "three 1", "four 1", "five 1"});
+}
+
 TEST_CASE("collection service: what is older than the settings allow is not read, and removed when the table opens")
 {
     KeptByService kept;
@@ -227,6 +273,20 @@ struct SharingTable
         });
         return result->get_future().get();
     }
+    /// Returns after everything that was asked before has been tried: the second reading is of a later turn.
+    void finishTurn() const
+    {
+        (void)names();
+        (void)names();
+    }
+    std::future<QStringList> claim(const QStringList& keys, const char* owner) const
+    {
+        const auto result = std::make_shared<std::promise<QStringList>>();
+        service->claim(keys, QString::fromUtf8(owner), [result](const std::optional<QStringList>& claimed) {
+            result->set_value(claimed.value_or(QStringList{"not asked"}));
+        });
+        return result->get_future();
+    }
     std::future<std::set<unsigned long>> nextChange() const
     {
         const auto promise = std::make_shared<std::promise<std::set<unsigned long>>>();
@@ -273,22 +333,48 @@ TEST_CASE("collection service: a card that could not be read is reported as soon
     CHECK(one.names().isEmpty());
 }
 
-TEST_CASE("collection service: an item is sent by the table that claims it first")
+TEST_CASE("collection service: an item is sent by the table that claims it first, and a second claim waits for it")
 {
     for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
         const TestDatabase database(kind);
         const SharingTable one(database.address());
         const SharingTable other(database.address());
         one.service->change(serviceChange(Kind::Add, "a-1", "one"));
-        const auto claim = [](const SharingTable& table, const char* owner) {
-            const auto result = std::make_shared<std::promise<QStringList>>();
-            table.service->claim({"a-1"}, QString::fromUtf8(owner),
-                                 [result](const std::optional<QStringList>& keys) { result->set_value(keys.value()); });
-            return result->get_future().get();
-        };
-        CHECK(claim(one, "one") == QStringList{"a-1"});
-        CHECK(claim(other, "other").isEmpty());
-        CHECK(claim(one, "one") == QStringList{"a-1"});
+        one.service->change(serviceChange(Kind::Add, "a-2", "two"));
+        CHECK(one.claim({"a-1"}, "one").get() == QStringList{"a-1"});
+        CHECK(one.claim({"a-1"}, "one").get() == QStringList{"a-1"});
+        // What is free is the second one's at once, which answers when the rest is certain.
+        auto second = other.claim({"a-1", "a-2"}, "other");
+        other.finishTurn();
+        auto third = one.claim({"a-2"}, "one");
+        one.finishTurn();
+        CHECK(second.wait_for(std::chrono::seconds(0)) == std::future_status::timeout);
+        CHECK(third.wait_for(std::chrono::seconds(0)) == std::future_status::timeout);
+        one.service->change(serviceChange(Kind::Remove, "a-1"));
+        CHECK(second.get() == QStringList{"a-2"});
+        other.service->change(serviceChange(Kind::Remove, "a-2"));
+        CHECK(third.get().isEmpty());
+    }
+}
+
+TEST_CASE("collection service: what a table had claimed that does not send it is another one's when the claim is over")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        const SharingTable other(database.address());
+        {
+            const SharingTable killed(database.address());
+            killed.service->change(serviceChange(Kind::Add, "a-1", "one"));
+            CHECK(killed.claim({"a-1"}, "killed").get() == QStringList{"a-1"});
+        }
+        auto second = other.claim({"a-1"}, "other");
+        other.finishTurn();
+        CHECK(second.wait_for(std::chrono::seconds(0)) == std::future_status::timeout);
+        database.execute(QStringLiteral("UPDATE items SET claimed_until = 0"));
+        // Any reason to ask for anything is one to ask for it.
+        CHECK(other.names().size() == 1);
+        CHECK(second.get() == QStringList{"a-1"});
     }
 }
 
