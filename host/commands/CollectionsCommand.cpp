@@ -38,11 +38,7 @@ public:
              QStringLiteral("Exit code: 0, 1 when it could not be done, 2 for a command line that makes no sense.")},
             {"list", "clear", "import"})
     {
-        addOption({"--data", "DIR", "the folder given to tavola run --data (default: the user's data folder)",
-                   QStringLiteral("a folder"), [this](const QString& value) {
-                       data = value;
-                       return !value.isEmpty();
-                   }});
+        addDataFolder(data);
         addFlag("--all", all, "clear: of all cards");
     }
 
@@ -51,10 +47,8 @@ public:
     std::vector<unsigned long> codes;
 };
 
-std::optional<CommandLine::Exit> parse(const QStringList& arguments, Request& request)
+std::optional<CommandLine::Exit> checked(Request& request)
 {
-    if (const auto exit = request.parse(arguments))
-        return exit;
     for (const QString& text : request.words()) {
         bool isNumber = false;
         request.codes.push_back(text.toULongLong(&isNumber));
@@ -140,10 +134,8 @@ int clear(CollectionDatabase& database, const Request& request)
 int CollectionsCommand::run(const QStringList& arguments)
 {
     Request request;
-    if (arguments.isEmpty())
-        return request.missingCommand();
-    if (const auto exit = parse(arguments, request))
-        return request.end(*exit);
+    if (const auto exitCode = request.begin(arguments, [&request] { return checked(request); }))
+        return *exitCode;
     QString error;
     const auto presentation = Presentation::load(request.presentation(), error);
     if (!presentation)

@@ -150,6 +150,25 @@ QString CommandLine::help() const
     return QString::fromStdString(d->app.help());
 }
 
+void CommandLine::addDataFolder(QString& folder)
+{
+    addOption({"--data", "DIR", "the folder given to tavola run --data (default: the user's data folder)",
+               QStringLiteral("a folder"), [&folder](const QString& value) {
+                   folder = value;
+                   return !value.isEmpty();
+               }});
+}
+
+std::optional<int> CommandLine::begin(const QStringList& arguments, const std::function<std::optional<Exit>()>& check)
+{
+    if (arguments.isEmpty())
+        return missingCommand();
+    auto exit = parse(arguments);
+    if (!exit)
+        exit = check();
+    return exit ? std::optional(end(*exit)) : std::nullopt;
+}
+
 int CommandLine::missingCommand() const
 {
     std::fputs(help().toUtf8().constData(), stderr);

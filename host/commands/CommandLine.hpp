@@ -54,9 +54,15 @@ public:
     /// An option without a value. `value` outlives the parsing.
     void addFlag(const char* name, bool& value, const char* help);
     void addOption(Option option);
+    /// "--data DIR", the folder of the table that the command works for. `folder` outlives the parsing.
+    void addDataFolder(QString& folder);
 
     /// Nothing when all arguments make sense. `arguments` are those after the command's word. To be called once.
     [[nodiscard]] std::optional<Exit> parse(const QStringList& arguments);
+
+    /// Parses the arguments of a command with actions, and lets `check` judge those that make sense by themselves. The code to
+    /// end the program with, whose reason has been written; nothing when the command is to be carried out.
+    [[nodiscard]] std::optional<int> begin(const QStringList& arguments, const std::function<std::optional<Exit>()>& check);
 
     [[nodiscard]] const QString& action() const noexcept { return m_action; }
     [[nodiscard]] const QString& presentation() const noexcept { return m_presentation; }

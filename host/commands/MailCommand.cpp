@@ -34,11 +34,7 @@ public:
              QStringLiteral("Exit code: 0, 1 when it could not be done, 2 for a command line that makes no sense.")},
             {"list", "retry", "drop"})
     {
-        addOption({"--data", "DIR", "the folder given to tavola run --data (default: the user's data folder)",
-                   QStringLiteral("a folder"), [this](const QString& value) {
-                       data = value;
-                       return !value.isEmpty();
-                   }});
+        addDataFolder(data);
         addOption({"--service", "NAME", "only this e-mail service of several", QStringLiteral("the name of an e-mail service"),
                    [this](const QString& value) {
                        service = value;
@@ -58,10 +54,8 @@ struct Queue
     std::unique_ptr<Outbox> outbox;
 };
 
-std::optional<CommandLine::Exit> parse(const QStringList& arguments, Request& request)
+std::optional<CommandLine::Exit> checked(Request& request)
 {
-    if (const auto exit = request.parse(arguments))
-        return exit;
     if (request.action() == QLatin1String("drop") && request.words().isEmpty())
         return CommandLine::Exit{2, QStringLiteral("which messages? Give their numbers, \"failed\" or \"all\"")};
     for (const QString& one : request.words()) {
@@ -212,10 +206,8 @@ bool change(const Request& request, const std::vector<Queue>& queues)
 int MailCommand::run(const QStringList& arguments)
 {
     Request request;
-    if (arguments.isEmpty())
-        return request.missingCommand();
-    if (const auto exit = parse(arguments, request))
-        return request.end(*exit);
+    if (const auto exitCode = request.begin(arguments, [&request] { return checked(request); }))
+        return *exitCode;
     QString error;
     std::vector<Queue> queues;
     if (!openQueues(request, queues, error))

@@ -48,7 +48,7 @@ public:
                        QStringLiteral("Exit code: 0, 1 when it could not be done, 2 for a command line that makes no sense.")},
                       {"list", "add", "import", "export", "remove"})
     {
-        addText("--data", "DIR", "the folder given to tavola run --data (default: the user's data folder)", data);
+        addDataFolder(data);
         addText("--name", "NAME", "add: the owner's name", person.name);
         addText("--email", "ADDRESS", "add: the owner's e-mail address", person.email);
         addText("--content-key", "KEY", "add: the folder that the card opens", person.contentKey);
@@ -73,10 +73,8 @@ private:
     }
 };
 
-std::optional<CommandLine::Exit> parse(const QStringList& arguments, Request& request)
+std::optional<CommandLine::Exit> checked(Request& request)
 {
-    if (const auto exit = request.parse(arguments))
-        return exit;
     for (const char* option : {"--name", "--email", "--content-key", "--kind", "--language"})
         if (request.isGiven(option) && request.action() != QLatin1String("add"))
             return CommandLine::Exit{2, QStringLiteral("%1 belongs to add only").arg(QLatin1String(option))};
@@ -253,10 +251,8 @@ int remove(PeopleRegistry& registry, const CollectionPlace& collections, const R
 int PeopleCommand::run(const QStringList& arguments)
 {
     Request request;
-    if (arguments.isEmpty())
-        return request.missingCommand();
-    if (const auto exit = parse(arguments, request))
-        return request.end(*exit);
+    if (const auto exitCode = request.begin(arguments, [&request] { return checked(request); }))
+        return *exitCode;
     QString error;
     const auto presentation = Presentation::load(request.presentation(), error);
     if (!presentation)

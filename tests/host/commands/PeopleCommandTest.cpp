@@ -293,7 +293,7 @@ TEST_CASE("tavola people: a command line that makes no sense is exit code 2, say
         {{"list"}, "which presentation? Give its folder, for example: tavola people list presentations/gallery"},
         {{"list", show, "1001"}, "list wants a presentation and nothing more"},
         {{"list", show, "--fast"}, "unknown option --fast; see tavola people --help"},
-        {{"list", show, "--data"}, "--data wants a value; see tavola people --help"},
+        {{"list", show, "--data"}, "--data wants a folder"},
         {{"list", show, "--name", "Ann"}, "--name belongs to add only"},
         {{"remove", show, "1001", "--kind", "personal"}, "--kind belongs to add only"},
         {{"add", show}, "add wants the code of one card"},
