@@ -160,6 +160,50 @@ TEST_CASE("launched content: the opening ends at a point that was moved meanwhil
 }
 
 TEST_CASE_FIXTURE(OneWidget,
+                  "launched content: what is to end elsewhere stands at the point in its first frame and glides from there")
+{
+    const auto opening = makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), 0.3f);
+    widget->addOperator(opening);
+    opening->endAt({1000.f, 500.f});
+    host.frame(0.1);
+    CHECK(isNear(widget->centerLocation(), {900.f, 500.f}));
+    host.frame(0.1);
+    CHECK(widget->centerLocation().x > 950.f);
+    CHECK(widget->centerLocation().x < 999.f);
+    host.frame(0.11);
+    CHECK(isNear(widget->centerLocation(), {1000.f, 500.f}));
+}
+
+TEST_CASE_FIXTURE(OneWidget, "launched content: a point that moves while it opens takes the whole opening along")
+{
+    const auto opening = makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), 0.3f);
+    widget->addOperator(opening);
+    host.frame(0.01);
+    opening->setRelativeLocation({700.f, 400.f});
+    host.frame(0.01);
+    CHECK(isNear(widget->centerLocation(), {700.f, 400.f}));
+}
+
+TEST_CASE_FIXTURE(OneWidget, "launched content: taken away in its first update it stands where it was going")
+{
+    const auto opening = makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), 0.3f);
+    widget->addOperator(opening);
+    opening->endAt({1000.f, 500.f});
+    struct Remover final : Trellis::Operator
+    {
+        void update(Trellis::Widget& target, const Trellis::FrameInfo& /*frame*/) override
+        {
+            target.removeOperator(*target.operators().front());
+            setDone();
+        }
+    };
+    widget->addOperator(makeIntrusive<Remover>());
+    host.frame(0.01);
+    CHECK(widget->scale() == 1.f);
+    CHECK(isNear(widget->centerLocation(), {1000.f, 500.f}));
+}
+
+TEST_CASE_FIXTURE(OneWidget,
                   "launched content: a widget that gets its size while it opens still ends with its centre at the point")
 {
     widget->addOperator(makeIntrusive<LaunchedContentOperator>(false, Vector2f(900.f, 500.f), 0.3f));

@@ -14,9 +14,9 @@ namespace Tavola
 /// frame on.
 ///
 /// Points are in the coordinates of the widget's parent. Relative content ends with its styled location taken as an offset from
-/// the point, and the offset turns with the widget. Other content ends with its centre at the point, and the operator waits up
-/// to `kLongestWaitSeconds` for a size that is not known yet, as of a picture that is being read. A widget that a finger grabs
-/// meanwhile grows on, and is no longer moved.
+/// the point, and the offset turns with the widget. Other content has its centre at the point in its first frame and glides to
+/// where it ends; the operator waits up to `kLongestWaitSeconds` for a size that is not known yet, as of a picture that is being
+/// read. A widget that a finger grabs meanwhile grows on, and is no longer moved.
 class TAVOLA_EXPORT LaunchedContentOperator final : public Trellis::Operator
 {
 public:
@@ -25,8 +25,15 @@ public:
     /// `durationSeconds` of 0 or less opens in the next frame.
     LaunchedContentOperator(bool relative, Vecta::Vector2T<float> point, float durationSeconds);
 
-    /// Moves the point while the widget opens, so that the opening ends at the moved place.
-    void setRelativeLocation(Vecta::Vector2T<float> point) noexcept { m_point = point; }
+    /// Moves the whole opening to another point while the widget opens, so that it ends at the moved place.
+    void setRelativeLocation(Vecta::Vector2T<float> point) noexcept
+    {
+        m_launchedAt += point - m_point;
+        m_point = point;
+    }
+
+    /// Lets content that is not relative end elsewhere: it still opens out of the point of the launch.
+    void endAt(Vecta::Vector2T<float> point) noexcept { m_point = point; }
 
     /// Content that is not relative ends inside the table's edge, as near to the point as it can.
     void keepOnTable() noexcept { m_keepsOnTable = true; }
@@ -57,6 +64,7 @@ private:
     bool m_keepsOnTable = false;
     bool m_isGrabbed = false; ///< grabbed by a finger since the launch
     Stage m_stage = Stage::Launched;
+    Vecta::Vector2T<float> m_launchedAt; ///< the point of the launch
     Vecta::Vector2T<float> m_point;
     float m_durationSeconds;
     float m_elapsedSeconds = 0.f;

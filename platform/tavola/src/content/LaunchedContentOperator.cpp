@@ -36,7 +36,7 @@ bool isSizeKnown(const Trellis::Widget& widget)
 }
 
 LaunchedContentOperator::LaunchedContentOperator(bool relative, Vecta::Vector2T<float> point, float durationSeconds)
-    : m_relative(relative), m_point(point), m_durationSeconds(durationSeconds)
+    : m_relative(relative), m_launchedAt(point), m_point(point), m_durationSeconds(durationSeconds)
 {
     setCSSType("LaunchedContentOperator");
 }
@@ -90,8 +90,11 @@ void LaunchedContentOperator::showAfterUpdate(Trellis::Widget& widget, float pro
         if (!target || !self)
             return;
         const auto& operators = target->operators();
-        if (std::any_of(operators.begin(), operators.end(), [&self](const auto& one) { return one.get() == self.get(); }))
-            self->place(*target, progress);
+        if (std::none_of(operators.begin(), operators.end(), [&self](const auto& one) { return one.get() == self.get(); }))
+            return;
+        self->place(*target, progress);
+        if (!self->m_relative && !self->m_isGrabbed)
+            target->setCenterLocation(self->m_launchedAt);
     });
 }
 
@@ -111,7 +114,8 @@ void LaunchedContentOperator::place(Trellis::Widget& widget, float progress)
         // By the centre as it is now: a picture may get its size while it opens.
         widget.setScale(scale);
         const bool isKept = m_keepsOnTable && widget.parent();
-        widget.setCenterLocation(isKept ? centerOnTable(widget, m_scaleAtEnd, *widget.parent(), m_point) : m_point);
+        const Vecta::Vector2f end = isKept ? centerOnTable(widget, m_scaleAtEnd, *widget.parent(), m_point) : m_point;
+        widget.setCenterLocation(m_launchedAt + (end - m_launchedAt) * grown);
     }
     if (progress < 1.f)
         widget.setOpacity(grown);

@@ -259,6 +259,6 @@ void ContentMenuNode::update(const Trellis::FrameInfo& /*frame*/)
     setUpdating(false);
     for (const auto& op : operators())
         if (auto* opening = dynamic_cast<LaunchedContentOperator*>(op.get()))
-            opening->setRelativeLocation(centerOnTable(*this, opening->scaleAtEnd(), *parent(), opening->point()));
+            opening->endAt(centerOnTable(*this, opening->scaleAtEnd(), *parent(), opening->point()));
 }
 }
