@@ -21,7 +21,7 @@ QString careStyleSheet(float pixelPitchMm)
                .arg(QString::number(handlePx), QString::number(handlePx / 2))
         // The parts that visitors read and tap first, as the plug-ins name them.
         + QStringLiteral(".title, .qr-icon, .user-page-link, .info, .envelope, .help-button, .send-button, .cancel-button,"
-                         " .save-button, InputFieldWidget, CloseHandle { keep-clear: true; }")
+                         " .save-button, .menu-entry, InputFieldWidget, CloseHandle { keep-clear: true; }")
         + QStringLiteral(":reduced-motion ContentMenuWidget { content-opening-duration: 0s !important; } ")
         + QStringLiteral("DragShadow, FlyingPicture { position: absolute; } ")
         + QStringLiteral(

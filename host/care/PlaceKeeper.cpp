@@ -81,6 +81,16 @@ void PlaceKeeper::update(const std::vector<Tactile::Marker>& cards, Vector2f tab
     }
 }
 
+Vector2f PlaceKeeper::findPlace(const CardOpening& opening, const Trellis::Widget& widget, Vector2f table) const
+{
+    Guest guest(opening);
+    guest.openedAt = centerInScene(widget);
+    PlaceSearch search = searchFor(guest, widget);
+    search.table = table;
+    surround(search, guest, m_cards);
+    return search.find();
+}
+
 std::vector<PlaceSearch::Outline> PlaceKeeper::neighboursOf(const Trellis::Widget& widget) const
 {
     std::vector<PlaceSearch::Outline> result;

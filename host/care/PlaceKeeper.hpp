@@ -25,6 +25,9 @@ public:
     /// Once a frame. `cards`: what lies on the table; `table`: its size in pixels.
     void update(const std::vector<Tactile::Marker>& cards, Vecta::Vector2f table, float dtSeconds);
 
+    /// The centre on the table where a widget that opens at a card, a menu's node, has its best place; it is not moved by this.
+    [[nodiscard]] Vecta::Vector2f findPlace(const CardOpening& opening, const Trellis::Widget& widget,
+                                            Vecta::Vector2f table) const;
     /// The outlines on the table of the cards and of what other people's cards opened, seen from a widget that opened at a card.
     [[nodiscard]] std::vector<PlaceSearch::Outline> neighboursOf(const Trellis::Widget& widget) const;
 

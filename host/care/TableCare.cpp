@@ -1,6 +1,7 @@
 #include "care/TableCare.hpp"
 
 #include "care/DropFlights.hpp"
+#include "care/MenuPlaces.hpp"
 #include "care/OpenedClasses.hpp"
 #include "care/SpokenLanguage.hpp"
 #include "services/CardLanguages.hpp"
@@ -91,6 +92,7 @@ void TableCare::update(Trellis::Widget& widget, const Trellis::FrameInfo& frame)
         giveOpenedClasses(opening, *application.mainLayer(), *application.grabManager());
         if (opening.isLaunched) {
             settleLaunched(opening, isMotionReduced);
+            placeMenu(opening, m_places, application.size());
             continue;
         }
         m_places.add(opening);
