@@ -73,3 +73,12 @@ TEST_CASE("style vocabulary: types that are based on each other end the search")
     const StyleVocabulary::Registrant types({{"A", "B", {"a"}}, {"B", "A", {"b"}}});
     CHECK(StyleVocabulary::attributesOf("A") == QStringList{"a", "b"});
 }
+
+TEST_CASE("style vocabulary: a type has its article in messages")
+{
+    using Cascara::StyleVocabulary;
+    CHECK(StyleVocabulary::withArticle("TextWidget") == "a TextWidget");
+    CHECK(StyleVocabulary::withArticle("ImageWidget") == "an ImageWidget");
+    CHECK(StyleVocabulary::withArticle("operator") == "an operator");
+    CHECK(StyleVocabulary::withArticle("") == "a ");
+}

@@ -59,6 +59,8 @@ public:
     [[nodiscard]] static QStringList states();
 
     [[nodiscard]] static bool hasType(const QString& type);
+    /// For messages: "a TextWidget", "an ImageWidget".
+    [[nodiscard]] static QString withArticle(const QString& type);
     /// Of the type and those it is based on, sorted. Empty for a type that is not declared.
     [[nodiscard]] static QStringList attributesOf(const QString& type);
     [[nodiscard]] static QStringList classesOf(const QString& type);

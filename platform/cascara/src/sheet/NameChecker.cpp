@@ -22,13 +22,6 @@ QString textOf(int name)
     return QString::fromUtf8(Facet::NameTable::instance().name(name));
 }
 
-/// "a TextWidget", "an ImageWidget".
-QString withArticle(const QString& type)
-{
-    const bool isVowel = QStringLiteral("AEIOUaeiou").contains(type.at(0));
-    return (isVowel ? QStringLiteral("an ") : QStringLiteral("a ")) + type;
-}
-
 /// "; ImageWidget has", or a name that was probably meant, or nothing.
 QString hint(const QStringList& owners, const QString& written, const QStringList& words)
 {
@@ -155,7 +148,8 @@ void NameChecker::checkState(const SelectorName& name)
             text = QStringLiteral("there is no state ':%1'%2").arg(state, suggestion);
     } else if (typeNamed(type).isDeclared && !typeNamed(type).states.contains(state)) {
         text = QStringLiteral("%1 has no state ':%2'%3")
-                   .arg(withArticle(type), state, hint(StyleVocabulary::typesWithState(state), state, typeNamed(type).states));
+                   .arg(StyleVocabulary::withArticle(type), state,
+                        hint(StyleVocabulary::typesWithState(state), state, typeNamed(type).states));
     }
     if (!text.isEmpty())
         m_sheet.errors.push_back({name.line, name.column, text + QStringLiteral("; the selector matches nothing")});
@@ -174,7 +168,7 @@ void NameChecker::checkRule(const Rule& rule)
 void NameChecker::checkAttribute(const Declaration& declaration, const QString& attribute)
 {
     if (isInheritedAttribute(declaration.attribute)) { // right on every widget
-        checkValue(declaration, attribute, {});
+        report(declaration, complaintAboutValue(declaration, attribute, {QString()}), {});
         return;
     }
     const QStringList& owners = this->owners(attribute);
@@ -184,31 +178,53 @@ void NameChecker::checkAttribute(const Declaration& declaration, const QString& 
             && !m_isMadeLater(declaration.attribute))
             report(declaration,
                    QStringLiteral("no attribute has this name")
-                       + Facet::didYouMean(attribute, StyleVocabulary::attributes() + Facet::AttributeDeclaration::knownNames()));
+                       + Facet::didYouMean(attribute, StyleVocabulary::attributes() + Facet::AttributeDeclaration::knownNames()),
+                   {});
         return;
     }
-    if (m_matched.empty()) // keyframes
-        checkValue(declaration, attribute, owners);
+    if (m_matched.empty()) { // keyframes
+        report(declaration, complaintAboutValue(declaration, attribute, owners), {});
+        return;
+    }
+    QString text;
+    QStringList unfit; // types that do not get the value
+    bool fitsSome = false;
     for (const auto& types : m_matched) {
-        const auto mayHaveIt = [&](const QString& type) {
-            return !typeNamed(type).isDeclared || typeNamed(type).attributes.contains(attribute);
-        };
-        checkValue(declaration, attribute, types && !types->isEmpty() ? *types : owners);
-        if (declaration.isReported || !types || types->isEmpty() || std::any_of(types->begin(), types->end(), mayHaveIt))
+        const QString complaint = complaintAboutTypes(declaration, attribute, types.value_or(QStringList()));
+        fitsSome = fitsSome || complaint.isEmpty();
+        if (complaint.isEmpty())
             continue;
-        report(declaration,
-               QStringLiteral("%1 has no '%2'%3")
-                   .arg(withArticle(types->first()), attribute, hint(owners, attribute, typeNamed(types->first()).attributes)));
-        return;
+        if (text.isEmpty())
+            text = complaint;
+        unfit += types.value_or(QStringList());
     }
+    unfit.removeDuplicates();
+    report(declaration, text, fitsSome ? unfit : QStringList());
+}
+
+/// `types`: those that a selector can match, none where it can match any.
+QString NameChecker::complaintAboutTypes(const Declaration& declaration, const QString& attribute, const QStringList& types)
+{
+    const QStringList& owners = this->owners(attribute);
+    if (types.isEmpty())
+        return complaintAboutValue(declaration, attribute, owners);
+    QStringList having;
+    for (const QString& type : types)
+        if (!typeNamed(type).isDeclared || typeNamed(type).attributes.contains(attribute))
+            having.append(type);
+    if (!having.isEmpty())
+        return complaintAboutValue(declaration, attribute, having);
+    return QStringLiteral("%1 has no '%2'%3")
+        .arg(StyleVocabulary::withArticle(types.first()), attribute,
+             hint(owners, attribute, typeNamed(types.first()).attributes));
 }
 
 /// A value is wrong when it is the one of no type: by its declaration, or else by the attributes of that name that there are.
 /// What has variables or depends on the font size shows in a node.
-void NameChecker::checkValue(const Declaration& declaration, const QString& attribute, const QStringList& types)
+QString NameChecker::complaintAboutValue(const Declaration& declaration, const QString& attribute, const QStringList& types)
 {
-    if (!declaration.isConstant() || declaration.isReported)
-        return;
+    if (!declaration.isConstant())
+        return {};
     QString expected;
     const auto isAccepted = [&](const QString& type) {
         QString complaint;
@@ -222,18 +238,20 @@ void NameChecker::checkValue(const Declaration& declaration, const QString& attr
             expected = complaint;
         return accepts;
     };
-    if (types.isEmpty() ? !isAccepted(QString()) : std::none_of(types.begin(), types.end(), isAccepted))
-        report(declaration,
-               QStringLiteral("%1, got '%2'")
-                   .arg(withFunctionSuggestion(expected, declaration.value), declaration.value.toString()));
+    if (std::any_of(types.begin(), types.end(), isAccepted))
+        return {};
+    return QStringLiteral("%1, got '%2'").arg(withFunctionSuggestion(expected, declaration.value), declaration.value.toString());
 }
 
-void NameChecker::report(const Declaration& declaration, const QString& text)
+void NameChecker::report(const Declaration& declaration, const QString& text, const QStringList& unfit)
 {
+    if (text.isEmpty())
+        return;
     declaration.isReported = true;
     const QByteArray& written = declaration.shorthand.isEmpty() ? declaration.attribute : declaration.shorthand;
+    const QString forWhich = unfit.isEmpty() ? QString() : QStringLiteral(" for ") + unfit.join(QStringLiteral(", "));
     m_sheet.errors.push_back(
         {declaration.line, declaration.column,
-         QString::fromUtf8(written) + QStringLiteral(": ") + text + QStringLiteral("; the declaration is skipped")});
+         QString::fromUtf8(written) + QStringLiteral(": ") + text + QStringLiteral("; the declaration is skipped") + forWhich});
 }
 }

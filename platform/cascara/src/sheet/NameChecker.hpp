@@ -32,8 +32,10 @@ private:
     void checkState(const SelectorName& name);
     void checkRule(const Rule& rule);
     void checkAttribute(const Declaration& declaration, const QString& attribute);
-    void checkValue(const Declaration& declaration, const QString& attribute, const QStringList& types);
-    void report(const Declaration& declaration, const QString& text);
+    [[nodiscard]] QString complaintAboutTypes(const Declaration& declaration, const QString& attribute, const QStringList& types);
+    [[nodiscard]] QString complaintAboutValue(const Declaration& declaration, const QString& attribute, const QStringList& types);
+    /// Nothing for an empty `text`. `unfit`: the types that do not get the value; empty where nothing gets it.
+    void report(const Declaration& declaration, const QString& text, const QStringList& unfit);
 
     /// What is declared for a type; looked up once.
     struct Type

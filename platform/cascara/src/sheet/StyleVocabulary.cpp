@@ -126,6 +126,12 @@ bool StyleVocabulary::hasType(const QString& type)
     return types().contains(type);
 }
 
+QString StyleVocabulary::withArticle(const QString& type)
+{
+    const bool isVowel = !type.isEmpty() && QStringLiteral("AEIOUaeiou").contains(type.at(0));
+    return (isVowel ? QStringLiteral("an ") : QStringLiteral("a ")) + type;
+}
+
 QStringList StyleVocabulary::attributesOf(const QString& type)
 {
     return allOf(type, attributesIn);
