@@ -27,6 +27,25 @@ TEST_CASE("round box: corners that do not fit become smaller by one factor")
     CHECK(box(40.f, 100.f, 999.f).fitted().largestRadius() == doctest::Approx(20.0));
 }
 
+TEST_CASE("round box: two corners that do not fit on one side make all of them smaller, whichever side it is")
+{
+    const Vecta::Vector2f large{30.f, 30.f}, small{4.f, 4.f};
+    const auto fitted = [&](bool isWide, Corners corners) {
+        return RoundBox{{0.f, 0.f, isWide ? 200.f : 40.f, isWide ? 40.f : 200.f}, corners}.fitted().corners;
+    };
+    // topLeft, topRight, bottomRight, bottomLeft; sixty on a side of forty
+    for (const Corners& corners : {Corners{large, small, small, large}, Corners{small, large, large, small}}) { // left, right
+        CHECK(fitted(true, corners).topLeft.x == doctest::Approx(double(corners.topLeft.x) * 2.0 / 3.0));
+        CHECK(fitted(true, corners).topRight.y == doctest::Approx(double(corners.topRight.y) * 2.0 / 3.0));
+        CHECK(fitted(false, corners) == corners);
+    }
+    for (const Corners& corners : {Corners{large, large, small, small}, Corners{small, small, large, large}}) { // top, bottom
+        CHECK(fitted(false, corners).topLeft.y == doctest::Approx(double(corners.topLeft.y) * 2.0 / 3.0));
+        CHECK(fitted(false, corners).bottomRight.x == doctest::Approx(double(corners.bottomRight.x) * 2.0 / 3.0));
+        CHECK(fitted(true, corners) == corners);
+    }
+}
+
 TEST_CASE("round box: round corners grow with the box, and sharp ones stay sharp")
 {
     CHECK(box(100.f, 40.f, 0.f).grown(5.f).isSharp());
