@@ -1,5 +1,6 @@
 #include "table/Shelves.hpp"
 
+#include <Tavola/AttributeCheck.hpp>
 #include <Tavola/Component.hpp>
 #include <Tavola/ContentMenuWidget.hpp>
 #include <Trellis/Widget.hpp>
@@ -25,9 +26,11 @@ void put(Trellis::Widget& widget, const Presentation::Place& place, std::size_t 
 void putShelves(const Presentation& presentation, Trellis::Widget& layer,
                 std::vector<std::shared_ptr<Tavola::UIComponent>>& components)
 {
-    for (const ComponentUse& use : presentation.shelf) {
+    Tavola::AttributeCheck attributes;
+    for (ComponentUse use : presentation.shelf) {
         Tavola::ContentMenuWidget::readFiles(use);
-        const auto component = use.makeComponent();
+        // Once, not for each place.
+        const auto component = attributes.run(use) ? use.makeComponent() : nullptr;
         if (!component)
             continue;
         components.push_back(component);

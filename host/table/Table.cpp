@@ -27,6 +27,7 @@
 #include <Cascara/StyleEngine.hpp>
 #include <Lantern/PaintingThreads.hpp>
 #include <Tactile/TuioInput.hpp>
+#include <Tavola/AttributeCheck.hpp>
 #include <Tavola/Component.hpp>
 #include <Tavola/ContentMenuWidget.hpp>
 #include <Tavola/MarkerDetectorWidget.hpp>
@@ -97,12 +98,15 @@ bool Table::Private::loadPlugins(const QStringList& names, QString& error)
 
 void Table::Private::placeWidgets(const Presentation& presentation)
 {
-    for (const auto& folder : presentation.folders) {
+    Tavola::AttributeCheck attributes; // of what is made when visitors open it
+    for (auto folder : presentation.folders) {
         Tavola::ContentMenuWidget::readFiles(folder.second);
-        personalWidgets->add(folder.first, folder.second);
+        if (attributes.run(folder.second))
+            personalWidgets->add(folder.first, folder.second);
     }
-    for (const ComponentUse& use : presentation.widgets) {
+    for (ComponentUse use : presentation.widgets) {
         Tavola::ContentMenuWidget::readFiles(use);
+        attributes.runOnSlots(use);
         const auto component = use.makeComponent();
         if (!component)
             continue;

@@ -4,6 +4,7 @@
 #include "FuzzSupport.hpp"
 
 #include <Cascara/StyleEngine.hpp>
+#include <Cascara/StyleVocabulary.hpp>
 #include <Cascara/Styleable.hpp>
 #include <Facet/AttributeT.hpp>
 #include <Facet/Node.hpp>
@@ -44,6 +45,21 @@ public:
     Facet::AttributeT<float> fontSize{this, "font-size", 16.f};
     Facet::AttributeT<float> lineHeight{this, "line-height"};
 };
+
+/// What half of the sheets are compared with when they are read.
+std::vector<Cascara::StyleType> types()
+{
+    return {
+        {"Widget",
+         "",
+         {"width", "opacity", "background-color", "border-width", "text", {"movable", "yes/no"}, {"max-lines", "whole number"}},
+         {},
+         {"on", "root"},
+         [] { return std::make_shared<FuzzNode>("Widget", "sample", nullptr); }},
+        {"Panel", "Widget", {{"mode", {"email", "upload"}}}},
+        {"TextWidget", "Widget", {{"mode", {"off", "on"}}}, {}, {"empty"}},
+        {"Button", "", {{"seconds", "number"}}}};
+}
 
 const std::array<const char*, 3> kClasses{"a", "b", "c"};
 const std::array<const char*, 3> kStates{"on", "root", "empty"};
@@ -166,8 +182,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const int lines = 1 + lineEnds.count(QLatin1Char('\n')) + lineEnds.count(QLatin1Char('\f'));
     (void)Bedrock::Trace::setSink([lines](Bedrock::Trace::Level, const std::string& text) { checkWarning(text, lines); });
 
+    static const Cascara::StyleVocabulary::Registrant declared(types());
     Tree tree;
     auto& engine = Cascara::StyleEngine::instance();
+    engine.setChecksNames(size % 2 == 1);
     engine.advance(1.0); // what was made in this frame does not move
     engine.addStyleSheet(sheet, kName, QStringLiteral("/nowhere"));
     checkMatches(tree);

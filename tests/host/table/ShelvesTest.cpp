@@ -28,12 +28,17 @@ TEST_CASE("shelves: each place has its own copy of everything, turned to the per
 {
     TablePlace place;
     place.presentation(R"({"styleSheets": ["a.css"], "shelf": [
-        {"component": "text", "id": "one", "attributes": {"text": "One"}},
+        {"component": "text", "id": "one", "attributes": {"text": "One", "colour": "red"}},
         {"component": "text", "id": "two", "attributes": {"text": "Two"}}],
         "places": [{"x": 960, "y": 1080}, {"x": 960, "y": 0, "angle": 180}, {"x": 0, "y": 540, "angle": 90}]})");
     place.folder.write(QStringLiteral("a.css"),
                        "TextWidget { position: absolute; width: 100px; height: 40px; }"
                        "#one { left: -200px; top: -100px; } #two { left: 50px; top: -100px; rotation: 10deg; }");
+    // Once, not for each place.
+    TestSupport::expectWarning(
+        "UIComponent # " + place.folder.path().toStdString()
+        + "/presentation.json:2:84: shelf[0].attributes.colour: component 'text': a TextWidget has no such "
+          "attribute (did you mean 'color'?); skipped");
     const auto table = place.open();
     table->frame(0.0);
     struct Row

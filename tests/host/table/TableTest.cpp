@@ -262,9 +262,13 @@ TEST_CASE("table: a card with a content key opens the presentation's folder for 
                            "#right { position: absolute; left: 50%; top: 0px; width: 50%; height: 100% }"
                            "#item { width: 100px; height: 100px } PersonalFolderWidget { dismiss-widgets: true }");
         place.presentation(R"({"table": {"width": 800, "height": 600}, "people": "people.csv", "styleSheets": ["table.css"],
-            "folders": {"garden": {"component": "personal-folder", "slots": {"content-widget-relative": [{"component": "panel", "id": "item"}]}}},
+            "folders": {"garden": {"component": "personal-folder", "slots": {"content-widget-relative": [{"component": "panel", "id": "item", "attributes": {"gap": "wide"}}]}}},
             "widgets": [{"component": "tavola-personal-tessel-detector", "id": "left"},
                         {"component": "tavola-personal-tessel-detector", "id": "right"}]})");
+        // Once, although a card brings it twice.
+        expectWarning("UIComponent # " + place.folder.path(QStringLiteral("presentation.json")).toStdString()
+                      + ":2:165: folders.garden.slots.content-widget-relative[0].attributes.gap: component 'panel': "
+                        "expected a number; skipped");
         const auto table = place.open();
         table->application().frame(0.0);
         CHECK(Tavola::Tavola::instance()->ui()->internalOverlayWidget()->findByType("MarkerDetectorWidget"));

@@ -26,12 +26,6 @@ struct Folder
     }
 };
 
-Facet::StyleValue wordValue(const char* word)
-{
-    Facet::StyleValue value;
-    value.terms.append({Facet::StyleTerm::Kind::Ident, QLatin1String(word), 0.0, {}});
-    return value;
-}
 }
 
 TEST_CASE("package: declares components by name")
@@ -119,6 +113,12 @@ TEST_CASE("package: JSON that is no package is a warning")
                                    + ":1:1: expected an object with \"package\" and \"components\"");
         CHECK_FALSE(Package::load(path));
     }
+    SUBCASE("components that are a list")
+    {
+        const QString path = folder.write("{\n  \"components\": [] }");
+        TestSupport::expectWarning("Package::load # " + path.toStdString() + ":2:17: \"components\" is missing or not an object");
+        CHECK_FALSE(Package::load(path));
+    }
     SUBCASE("no components")
     {
         const QString path = folder.write(R"({ "package": "things" })");
@@ -127,61 +127,42 @@ TEST_CASE("package: JSON that is no package is a warning")
     }
 }
 
-TEST_CASE("package: an entry that declares no component costs itself only")
+TEST_CASE("package: a mistake costs one entry, and is a warning with line and column")
 {
     const Folder folder;
-    const QString path = folder.write(R"({ "components": {
-        "a": { "type": "widget" }, "b": 7, "c": { "type": "spoon" }, "d": { "type": "widget", "slots": "x" },
-        "e": { "type": "widget", "slots": [1] }, "f": { "type": "widget", "restrictions": "x" } } })");
-    const std::string start = "Package::load # " + path.toStdString() + ": component ";
-    TestSupport::expectWarning(start + "\"b\": expected an object such as { \"type\": \"widget\" }; skipped");
-    TestSupport::expectWarning(start + "\"c\": \"type\" must be \"widget\" or \"widget-instance\"; skipped");
-    TestSupport::expectWarning(start + "\"d\": \"slots\" must be a list of names; skipped");
-    TestSupport::expectWarning(start + "\"e\": \"slots\" must be a list of names; skipped");
-    TestSupport::expectWarning(start + "\"f\": \"restrictions\" must be a list of names; skipped");
+    const QString path = folder.write(R"({ "package": 7, "stiles": {}, "components": {
+        "a": { "type": "widget" }, "b": 7, "c": { "type": "spoon" },
+        "d": { "type": "widget", "slots": "x" },
+        "e": { "type": "widget", "slots": [1] },
+        "f": { "type": "widget", "restrictions": "x" } },
+    "styles": {
+        "Frame": { "is": "Widget", "attributes": { "frame-width": "numbr", "material": ["oak", "gilt"] } } } })");
+    const std::string start = "Package::load # " + path.toStdString();
+    TestSupport::expectWarning(start + ":1:27: stiles: unknown entry; known are package, components, styles; skipped");
+    TestSupport::expectWarning(start + ":1:14: package: expected a text; skipped");
+    TestSupport::expectWarning(start + ":2:41: components.b: expected an object such as { \"type\": \"widget\" }; skipped");
+    TestSupport::expectWarning(start + ":2:49: components.c: \"type\" must be \"widget\" or \"widget-instance\"; skipped");
+    TestSupport::expectWarning(start + ":3:14: components.d: \"slots\" must be a list of names; skipped");
+    TestSupport::expectWarning(start + ":4:14: components.e: \"slots\" must be a list of names; skipped");
+    TestSupport::expectWarning(start + ":5:14: components.f: \"restrictions\" must be a list of names; skipped");
+    TestSupport::expectWarning(start
+                               + ":7:67: styles.Frame.attributes.frame-width: expected one of yes/no, number, whole number, "
+                                 "text, list, colour, or a list of words (did you mean 'number'?); skipped");
     const auto package = Package::load(path);
     REQUIRE(package);
+    CHECK(package->name() == "thing");
     CHECK(package->component("a"));
     for (const char* skipped : {"b", "c", "d", "e", "f"})
         CHECK_FALSE(package->component(skipped));
+    REQUIRE(package->styleTypes().size() == 1);
+    CHECK(package->styleTypes()[0].name == "Frame");
 }
 
-TEST_CASE("package: declares what style sheets may say of its widgets, and what is wrong there costs one type")
+TEST_CASE("package: JSON without its text has no lines, and names the entry")
 {
-    const Folder folder;
-    const QString path = folder.write(R"({ "components": {}, "styles": {
-        "Frame": { "is": "Widget", "attributes": { "frame-width": "number", "material": ["oak", "gilt"] }, "classes": ["old"], "states": ["empty"] },
-        "Bare": {},
-        "NoObject": 1, "NoList": { "classes": "gilt" }, "NoAttributes": { "attributes": ["gilt"] },
-        "NoKind": { "attributes": { "gilt": "numbers" } }, "NoWords": { "attributes": { "gilt": ["a", 1] } }, "NoNames": { "states": [1] }, "NoType": { "is": 1 },
-        "Unknown": { "atributes": [] } } })");
-    const std::string start = "Package::load # " + path.toStdString() + ": style \"";
-    TestSupport::expectWarning(start
-                               + "NoObject\": expected an object such as { \"is\": \"Widget\", \"attributes\": {} }; skipped");
-    TestSupport::expectWarning(start + "NoList\": \"classes\" must be a list of names; skipped");
     TestSupport::expectWarning(
-        start + "NoAttributes\": \"attributes\" must be an object of names and of how their values are written; skipped");
-    for (const char* type : {"NoKind", "NoWords"})
-        TestSupport::expectWarning(start + type
-                                   + "\": the values of \"gilt\" must be one of yes/no, number, whole number, text, list, "
-                                     "colour, or a list of words; skipped");
-    TestSupport::expectWarning(start + "NoNames\": \"states\" must be a list of names; skipped");
-    TestSupport::expectWarning(start + "NoType\": \"is\" must be the name of a type; skipped");
-    TestSupport::expectWarning(start
-                               + "Unknown\": unknown entry \"atributes\"; known are is, attributes, classes, states; skipped");
-    const auto package = Package::load(path);
+        "Package::load # x.json: components.a: expected an object such as { \"type\": \"widget\" }; skipped");
+    const auto package = Package::fromJson({{"components", QJsonObject{{"a", 1}}}}, "x.json");
     REQUIRE(package);
-    REQUIRE(package->styleTypes().size() == 2);
-    CHECK(package->styleTypes()[0].name == "Bare");
-    const Cascara::StyleType& frame = package->styleTypes()[1];
-    CHECK(frame.name == "Frame");
-    CHECK(frame.base == "Widget");
-    REQUIRE(frame.attributes.size() == 2);
-    CHECK(frame.attributes[0].name() == "frame-width");
-    CHECK(frame.attributes[0].judges());
-    CHECK_FALSE(frame.attributes[0].accepts(wordValue("oak"), nullptr));
-    CHECK(frame.attributes[1].accepts(wordValue("oak"), nullptr));
-    CHECK_FALSE(frame.attributes[1].accepts(wordValue("pine"), nullptr));
-    CHECK(frame.classes == QStringList{"old"});
-    CHECK(frame.states == QStringList{"empty"});
+    CHECK_FALSE(package->component("a"));
 }

@@ -104,6 +104,30 @@ TEST_CASE("menu file: a mistake costs the smallest piece, and is reported with i
     }
 }
 
+TEST_CASE("menu file: an attribute that does not fit is reported when the file is read, and not at each opening")
+{
+    MenuHost table;
+    addComponentOf<Trellis::Widget>(table.host, "locked",
+                                    Tavola::Schema({{"type", "widget"}, {"restrictions", QJsonArray{"gap"}}}));
+    const QByteArray json = R"({"entries": [
+        {"text": "A", "content": {"component": "panel", "classes": ["content"], "attributes": {"gap": "wide"}}},
+        {"text": "B", "content": {"component": "locked", "attributes": {"gap": "wide"}}}]})";
+    const std::string start = "UIComponent # " + table.path(QStringLiteral("menu.json")).toStdString();
+    expectWarning(start + ":2:103: entries[0].content.attributes.gap: component 'panel': expected a number; skipped");
+    TestSupport::expectError(start
+                             + ":3:80: entries[1].content.attributes.gap: component 'locked': expected a number; "
+                               "the component is left out, because it restricts nothing without this");
+    const auto menu = table.menu(json);
+    const auto node = menu->nodeWidget(menu->prepare({960.f, 540.f}));
+    table.host.frames(30);
+    CHECK(MenuHost::withClass(*node, "menu-entry").size() == 1); // what launches nothing is no entry
+    for (std::size_t i = 1; i < 3; ++i) {
+        table.tap(MenuHost::entry(*node, 0));
+        table.host.frames(30);
+        CHECK(table.launched().size() == i);
+    }
+}
+
 TEST_CASE("menu file: files that include one another in a circle are reported, and the rest is there")
 {
     MenuHost table;

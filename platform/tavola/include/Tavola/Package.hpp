@@ -40,8 +40,8 @@ private:
 class TAVOLA_EXPORT Package
 {
 public:
-    /// Null, with a warning that names file and place, when the file cannot be read as a package. An entry that is no
-    /// component declaration is skipped with a warning.
+    /// Null, with a warning that names file and place, when the file cannot be read as a package. What is wrong with a component
+    /// or with a type of widgets costs that entry, with a warning that names its line and column.
     [[nodiscard]] static std::shared_ptr<Package> load(const QString& path);
     [[nodiscard]] static std::shared_ptr<Package> fromJson(const QJsonObject& json, const QString& fileName);
 
@@ -51,6 +51,10 @@ public:
     [[nodiscard]] const std::vector<Cascara::StyleType>& styleTypes() const noexcept { return m_styleTypes; }
 
 private:
+    /// `text`: of the file, for places; may be empty.
+    [[nodiscard]] static std::shared_ptr<Package> fromEntries(const QJsonObject& json, const QString& fileName,
+                                                              const QByteArray& text);
+
     QString m_name;
     std::map<QString, std::shared_ptr<ComponentDefinition>> m_components;
     std::vector<Cascara::StyleType> m_styleTypes;

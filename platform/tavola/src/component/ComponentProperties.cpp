@@ -100,31 +100,52 @@ StyleValue asText(const StyleValue& value)
     return result;
 }
 
-bool setAttribute(Trellis::Widget& widget, const QString& attribute, const QJsonValue& value, QString& error)
+/// Null, with the reason in `error`, when the widget has none of that name.
+Facet::Attribute* findAttribute(Trellis::Widget& widget, const QString& name, QString& error)
 {
-    const QByteArray name = attribute.toUtf8();
-    Facet::Attribute* found = widget.attribute(name);
+    Facet::Attribute* found = widget.attribute(name.toUtf8());
     if (!found)
-        found = Cascara::LazyAttributeManager::create(widget, name);
+        found = Cascara::LazyAttributeManager::create(widget, name.toUtf8());
     if (!found) {
         const QString type = QString::fromUtf8(widget.cssType());
-        error = QStringLiteral("a %1 has no such attribute").arg(type)
-            + Facet::didYouMean(attribute, Cascara::StyleVocabulary::attributesOf(type));
-        return false;
+        error = QStringLiteral("%1 has no such attribute").arg(Cascara::StyleVocabulary::withArticle(type))
+            + Facet::didYouMean(name, Cascara::StyleVocabulary::attributesOf(type));
     }
-    StyleValue styleValue;
-    if (!readJson(value, styleValue)) {
+    return found;
+}
+
+/// What the attribute accepts of a value; false, with the reason in `error`, for none.
+bool fit(const Facet::Attribute& attribute, const QJsonValue& written, StyleValue& value, QString& error)
+{
+    if (!readJson(written, value)) {
         error = QStringLiteral("expected a text, a number, true, false or a list of these");
         return false;
     }
-    const bool hasNumber = std::any_of(styleValue.terms.begin(), styleValue.terms.end(),
+    const bool hasNumber = std::any_of(value.terms.begin(), value.terms.end(),
                                        [](const StyleTerm& term) { return term.kind == StyleTerm::Kind::Number; });
-    if (hasNumber && dynamic_cast<Facet::AttributeT<QString>*>(found))
-        styleValue = asText(styleValue);
-    if (found->setStyleValue(styleValue, Facet::kUserLayer, &error))
+    if (hasNumber && dynamic_cast<const Facet::AttributeT<QString>*>(&attribute))
+        value = asText(value);
+    if (attribute.accepts(value, &error))
         return true;
+    if (!written.isString())
+        return false;
     // A text may hold what JSON has no kind for, a length or a colour.
-    return value.isString() && found->setStyleValue(styleValueOf(value.toString()), Facet::kUserLayer, nullptr);
+    value = styleValueOf(written.toString());
+    return attribute.accepts(value, nullptr);
+}
+
+bool setAttribute(Trellis::Widget& widget, const QString& name, const QJsonValue& written, QString& error)
+{
+    StyleValue value;
+    Facet::Attribute* const attribute = findAttribute(widget, name, error);
+    return attribute && fit(*attribute, written, value, error) && attribute->setStyleValue(value, Facet::kUserLayer, &error);
+}
+
+bool wouldFit(Trellis::Widget& widget, const QString& name, const QJsonValue& written, QString& error)
+{
+    StyleValue value;
+    const Facet::Attribute* const attribute = findAttribute(widget, name, error);
+    return attribute && fit(*attribute, written, value, error);
 }
 
 void applyClasses(const Component& component, const QJsonValue& classes, Trellis::Widget& widget)
@@ -145,20 +166,25 @@ void applyClasses(const Component& component, const QJsonValue& classes, Trellis
     }
 }
 
+/// False for a restriction of the component.
+bool isReportedAsSkipped(const Component& component, const QString& attribute, const QString& error)
+{
+    if (!component.schema().restrictions().contains(attribute)) {
+        Bedrock::Trace::warning("%s: %s; skipped", qUtf8Printable(whereIs(component, attribute)), qUtf8Printable(error));
+        return true;
+    }
+    Bedrock::Trace::error("%s: %s; the component is left out, because it restricts nothing without this",
+                          qUtf8Printable(whereIs(component, attribute)), qUtf8Printable(error));
+    return false;
+}
+
 bool applyAttributes(const Component& component, const QJsonObject& values, Trellis::Widget& widget)
 {
     bool isWhole = true;
     for (auto entry = values.begin(); entry != values.end(); ++entry) {
         QString error;
-        if (setAttribute(widget, entry.key(), entry.value(), error))
-            continue;
-        if (!component.schema().restrictions().contains(entry.key())) {
-            Bedrock::Trace::warning("%s: %s; skipped", qUtf8Printable(whereIs(component, entry.key())), qUtf8Printable(error));
-            continue;
-        }
-        isWhole = false;
-        Bedrock::Trace::error("%s: %s; the component is left out, because it restricts nothing without this",
-                              qUtf8Printable(whereIs(component, entry.key())), qUtf8Printable(error));
+        if (!setAttribute(widget, entry.key(), entry.value(), error))
+            isWhole = isReportedAsSkipped(component, entry.key(), error) && isWhole;
     }
     return isWhole;
 }
@@ -177,5 +203,19 @@ bool applyProperties(const Component& component, Trellis::Widget& widget)
     if (!attributes.isObject() && !attributes.isUndefined())
         warnOfProperty(component, QStringLiteral("attributes"), QStringLiteral("expected an object of names and values"));
     return applyAttributes(component, attributes.toObject(), widget);
+}
+
+bool checkAttributes(const Component& component, Trellis::Widget& sample, QStringList& unfit)
+{
+    bool isWhole = true;
+    const QJsonObject values = component.properties().value(QLatin1String("attributes")).toObject();
+    for (auto entry = values.begin(); entry != values.end(); ++entry) {
+        QString error;
+        if (wouldFit(sample, entry.key(), entry.value(), error))
+            continue;
+        unfit << entry.key();
+        isWhole = isReportedAsSkipped(component, entry.key(), error) && isWhole;
+    }
+    return isWhole;
 }
 }

@@ -1,9 +1,12 @@
 #include <Tavola/Package.hpp>
 
+#include "component/StyleDeclarations.hpp"
+#include "json/JsonNumbers.hpp"
 #include "json/JsonText.hpp"
 
 #include <Bedrock/BoundedFile.hpp>
 #include <Bedrock/Trace.hpp>
+#include <Tavola/JsonEntries.hpp>
 
 #include <QFileInfo>
 #include <QJsonArray>
@@ -24,77 +27,27 @@ bool isListOfNames(const QJsonValue& value)
     return value.isArray() && std::all_of(list.begin(), list.end(), [](const QJsonValue& name) { return name.isString(); });
 }
 
-QStringList namesOf(const QJsonValue& value)
+/// Whether it is a good declaration of a component; what is wrong is reported.
+bool isDeclaration(const QJsonValue& declaration, const JsonEntries& components, const QString& name)
 {
-    QStringList names;
-    for (const QJsonValue& name : value.toArray())
-        names.append(name.toString());
-    return names;
-}
-
-QString complaintAboutAttributes(const QJsonValue& attributes)
-{
-    if (!attributes.isObject())
-        return QStringLiteral("\"attributes\" must be an object of names and of how their values are written");
-    const QJsonObject object = attributes.toObject();
-    for (auto entry = object.begin(); entry != object.end(); ++entry)
-        if (!isListOfNames(entry.value()) && !Cascara::StyleAttribute::kinds().contains(entry.value().toString()))
-            return QStringLiteral("the values of \"%1\" must be one of %2, or a list of words")
-                .arg(entry.key(), Cascara::StyleAttribute::kinds().join(QStringLiteral(", ")));
-    return {};
-}
-
-std::vector<Cascara::StyleAttribute> attributesOf(const QJsonObject& attributes)
-{
-    std::vector<Cascara::StyleAttribute> result;
-    for (auto entry = attributes.begin(); entry != attributes.end(); ++entry) {
-        if (entry.value().isArray())
-            result.emplace_back(entry.key(), namesOf(entry.value()));
-        else
-            result.emplace_back(entry.key(), entry.value().toString());
+    if (!declaration.isObject()) {
+        components.skip(name, QStringLiteral("expected an object such as { \"type\": \"widget\" }"));
+        return false;
     }
-    return result;
-}
-
-/// What is wrong with the declaration of a type of widgets; empty for a good one.
-QString complaintAboutStyles(const QJsonValue& declaration)
-{
-    static const QStringList kLists{QStringLiteral("classes"), QStringLiteral("states")};
-    if (!declaration.isObject())
-        return QStringLiteral("expected an object such as { \"is\": \"Widget\", \"attributes\": {} }");
-    const QJsonObject object = declaration.toObject();
-    for (auto entry = object.begin(); entry != object.end(); ++entry) {
-        if (entry.key() == QLatin1String("is")) {
-            if (!entry.value().isString())
-                return QStringLiteral("\"is\" must be the name of a type");
-        } else if (entry.key() == QLatin1String("attributes")) {
-            if (const QString complaint = complaintAboutAttributes(entry.value()); !complaint.isEmpty())
-                return complaint;
-        } else if (!kLists.contains(entry.key())) {
-            return QStringLiteral("unknown entry \"%1\"; known are is, attributes, %2")
-                .arg(entry.key(), kLists.join(QStringLiteral(", ")));
-        } else if (!isListOfNames(entry.value())) {
-            return QStringLiteral("\"%1\" must be a list of names").arg(entry.key());
-        }
-    }
-    return {};
-}
-
-/// What is wrong with a component's declaration; empty for a good one.
-QString complaintAbout(const QJsonValue& declaration)
-{
-    if (!declaration.isObject())
-        return QStringLiteral("expected an object such as { \"type\": \"widget\" }");
     const QJsonObject object = declaration.toObject();
     const QString type = object.value(QLatin1String("type")).toString();
-    if (type != QLatin1String("widget") && type != QLatin1String("widget-instance"))
-        return QStringLiteral("\"type\" must be \"widget\" or \"widget-instance\"");
+    if (type != QLatin1String("widget") && type != QLatin1String("widget-instance")) {
+        components.skip(name, QStringLiteral("\"type\" must be \"widget\" or \"widget-instance\""));
+        return false;
+    }
     for (const char* key : {"slots", "restrictions"}) {
         const QJsonValue names = object.value(QLatin1String(key));
-        if (!names.isUndefined() && !isListOfNames(names))
-            return QStringLiteral("\"%1\" must be a list of names").arg(QLatin1String(key));
+        if (!names.isUndefined() && !isListOfNames(names)) {
+            components.skip(name, QStringLiteral("\"%1\" must be a list of names").arg(QLatin1String(key)));
+            return false;
+        }
     }
-    return {};
+    return true;
 }
 }
 
@@ -130,45 +83,43 @@ std::shared_ptr<Package> Package::load(const QString& path)
                                 qUtf8Printable(path));
         return nullptr;
     }
-    return fromJson(document.object(), path);
+    return fromEntries(document.object(), path, text);
 }
 
 std::shared_ptr<Package> Package::fromJson(const QJsonObject& json, const QString& fileName)
 {
-    const QJsonValue components = json.value(QLatin1String("components"));
-    if (!components.isObject()) {
-        Bedrock::Trace::warning("Package::load # %s: \"components\" is missing or not an object", qUtf8Printable(fileName));
+    return fromEntries(json, fileName, QByteArray());
+}
+
+std::shared_ptr<Package> Package::fromEntries(const QJsonObject& json, const QString& fileName, const QByteArray& text)
+{
+    const auto located = [&](const QString& place) {
+        const QString position = JsonNumbers::positionOf(text, place);
+        return position.isEmpty() ? fileName : fileName + QLatin1Char(':') + position;
+    };
+    const auto skip = [&](const QString& place, const QString& why) {
+        Bedrock::Trace::warning("Package::load # %s: %s: %s; skipped", qUtf8Printable(located(place)), qUtf8Printable(place),
+                                qUtf8Printable(why));
+    };
+    const QString key = QStringLiteral("components");
+    if (!json.value(key).isObject()) {
+        Bedrock::Trace::warning("Package::load # %s: \"components\" is missing or not an object", qUtf8Printable(located(key)));
         return nullptr;
     }
+    const JsonEntries root(json, QString(), skip);
+    root.checkKnown({QStringLiteral("package"), key, QStringLiteral("styles")});
     auto package = std::make_shared<Package>();
-    package->m_name = json.value(QLatin1String("package")).toString();
+    package->m_name = root.text(QStringLiteral("package"));
     if (package->m_name.isEmpty())
         package->m_name = QFileInfo(fileName).completeBaseName();
 
-    const QJsonObject declarations = components.toObject();
-    for (auto entry = declarations.begin(); entry != declarations.end(); ++entry) {
-        const QString complaint = complaintAbout(entry.value());
-        if (!complaint.isEmpty()) {
-            Bedrock::Trace::warning("Package::load # %s: component \"%s\": %s; skipped", qUtf8Printable(fileName),
-                                    qUtf8Printable(entry.key()), qUtf8Printable(complaint));
-            continue;
-        }
-        package->m_components.emplace(entry.key(), std::make_shared<ComponentDefinition>(entry.key(), entry.value().toObject()));
+    const JsonEntries components = root.inner(key);
+    for (const QString& name : components.object().keys()) {
+        const QJsonValue declaration = components.value(name);
+        if (isDeclaration(declaration, components, name))
+            package->m_components.emplace(name, std::make_shared<ComponentDefinition>(name, declaration.toObject()));
     }
-    const QJsonObject styles = json.value(QLatin1String("styles")).toObject();
-    for (auto entry = styles.begin(); entry != styles.end(); ++entry) {
-        const QString complaint = complaintAboutStyles(entry.value());
-        if (!complaint.isEmpty()) {
-            Bedrock::Trace::warning("Package::load # %s: style \"%s\": %s; skipped", qUtf8Printable(fileName),
-                                    qUtf8Printable(entry.key()), qUtf8Printable(complaint));
-            continue;
-        }
-        const QJsonObject declaration = entry.value().toObject();
-        package->m_styleTypes.push_back({entry.key().toUtf8(), declaration.value(QLatin1String("is")).toString().toUtf8(),
-                                         attributesOf(declaration.value(QLatin1String("attributes")).toObject()),
-                                         namesOf(declaration.value(QLatin1String("classes"))),
-                                         namesOf(declaration.value(QLatin1String("states")))});
-    }
+    package->m_styleTypes = readStyleDeclarations(root.value(QStringLiteral("styles")), skip);
     return package;
 }
 

@@ -4,6 +4,7 @@
 
 #include <Bedrock/BoundedFile.hpp>
 #include <Bedrock/Trace.hpp>
+#include <Tavola/AttributeCheck.hpp>
 #include <Tavola/ComponentReader.hpp>
 #include <Tavola/JsonEntries.hpp>
 #include <Tavola/Tavola.hpp>
@@ -146,7 +147,8 @@ private:
             return refuse(QStringLiteral("expected one of \"entries\", \"menu\" and \"content\""));
         if (hasContent) {
             entry.content = file.components.single(object.value(QLatin1String("content")), place + QStringLiteral(".content"));
-            return entry.content ? std::optional<MenuEntry>(std::move(entry)) : std::nullopt; // reported already
+            // What is wrong is reported already.
+            return entry.content && m_attributes.run(*entry.content) ? std::optional<MenuEntry>(std::move(entry)) : std::nullopt;
         }
         entry.entries = hasMenu ? included(file, written.text(QStringLiteral("menu")), place + QStringLiteral(".menu"))
                                 : readEntries(file, object.value(QLatin1String("entries")), place + QStringLiteral(".entries"));
@@ -173,6 +175,7 @@ private:
         return readFile(path, [&](const QString& why) { skip(file.path, place, why); });
     }
 
+    AttributeCheck m_attributes;
     std::vector<FileSeen> m_files;
     QStringList m_reading; ///< canonical paths, the outermost first
     int m_depth = 0;
