@@ -18,6 +18,8 @@ constexpr float kUnlimited = 1e6f;
 /// Three boxes of a third must fit in a line, whatever the sum of rounded thirds is.
 constexpr float kTolerancePx = 0.05f;
 constexpr int kMostRounds = 4;
+/// Of a thousand moves the first ones have left the processor's caches when they are delivered.
+constexpr std::size_t kMovesAhead = 3;
 
 LayoutRecord& layoutOf(const Widget& widget)
 {
@@ -68,9 +70,9 @@ void LayoutEngine::finishLine(const Widget& widget, const Room& room, Line& line
     if (line.isEmpty)
         return;
     const LayoutRecord& d = layoutOf(widget);
-    const Alignment align = d.spacing->align.value();
-    const bool isMirrored = d.spacing->direction.value() == FlowDirection::RightToLeft;
-    if (place && (align != Alignment::Left || isMirrored)) {
+    if (place) {
+        const Alignment align = d.spacing->align.value();
+        const bool isMirrored = d.spacing->direction.value() == FlowDirection::RightToLeft;
         const float share = align == Alignment::Left ? 0.f : align == Alignment::Center ? 0.5f : 1.f;
         const float shift = std::max(0.f, room.width - line.width) * share;
         for (std::size_t i = line.first; i < line.end; ++i) {
@@ -83,6 +85,7 @@ void LayoutEngine::finishLine(const Widget& widget, const Room& room, Line& line
                     + margin.left.resolve(room.width) - margin.right.resolve(room.width);
             }
             c.flowLocation.x += shift;
+            moveTo(*d.flowOrder[i], c.flowLocation);
         }
     }
     line.widest = std::max(line.widest, line.width);
@@ -98,10 +101,17 @@ Vector2f LayoutEngine::flow(Widget& widget, const Room& room, bool place)
     const float gap = std::max(0.f, d.spacing->gap.value());
     Line line;
     for (std::size_t i = 0; i < d.flowOrder.size(); ++i) {
+        if (place)
+            prefetchAhead(d.flowOrder, i);
         Widget& child = *d.flowOrder[i];
         LayoutRecord& c = layoutOf(child);
-        if (c.display.value() == Display::None || c.isOutOfFlow())
+        if (place)
+            c.placeDirty = false;
+        if (c.display.value() == Display::None || c.isOutOfFlow()) {
+            if (place)
+                placeBesideFlow(widget, child, room);
             continue;
+        }
         if (place)
             layOut(child, room);
         const Vector2f box = (place ? c.size : boxSize(child, room, Sizing::Measure)) * std::max(0.f, c.scale.value());
@@ -121,6 +131,7 @@ Vector2f LayoutEngine::flow(Widget& widget, const Room& room, bool place)
                 if (margin.left.isAuto() && rest > 0.f)
                     x += margin.right.isAuto() ? rest / 2.f : rest;
                 c.flowLocation = {d.padLeft + x, d.padTop + line.top + marginTop};
+                moveTo(child, c.flowLocation);
             }
             line.widest = std::max(line.widest, outerWidth);
             line.top += outerHeight;
@@ -178,19 +189,20 @@ void LayoutEngine::arrange(Widget& widget)
     const float height = d.heightFromContent ? -1.f : std::max(0.f, d.size.y - d.padTop - d.padBottom);
     const Room room{std::max(0.f, d.size.x - d.padLeft - d.padRight), height, false};
     flow(widget, room, true);
-    for (Widget* child : d.flowOrder) {
-        layoutOf(*child).placeDirty = false;
-        if (layoutOf(*child).display.value() == Display::None) {
-            // Takes no place, but its geometry can be read.
-            layOut(*child, room);
-            continue;
-        }
-        if (layoutOf(*child).isOutOfFlow()) {
-            layOut(*child, Room{d.size.x, d.size.y, false});
-            placeAbsolute(widget, *child);
-        }
-        moveTo(*child, layoutOf(*child).flowLocation);
+}
+
+/// `widget` has its size, of which `room` is what the flow has.
+void LayoutEngine::placeBesideFlow(const Widget& widget, Widget& child, const Room& room)
+{
+    if (layoutOf(child).display.value() == Display::None) {
+        // Takes no place, but its geometry can be read.
+        layOut(child, room);
+        return;
     }
+    const Vector2f whole = layoutOf(widget).size;
+    layOut(child, Room{whole.x, whole.y, false});
+    placeAbsolute(widget, child);
+    moveTo(child, layoutOf(child).flowLocation);
 }
 
 /// By its size as it stands.
@@ -250,6 +262,8 @@ void LayoutEngine::deliverMoves()
 {
     // A listener may read geometry, and so start a layout that delivers all the rest itself.
     while (!m_pendingMoves.empty()) {
+        if (m_pendingMoves.size() > kMovesAhead)
+            WidgetRecords::prefetchRecords(*m_pendingMoves[m_pendingMoves.size() - kMovesAhead - 1]);
         const Bedrock::IntrusivePtr<Widget> widget = std::move(m_pendingMoves.back());
         m_pendingMoves.pop_back();
         LayoutRecord& d = layoutOf(*widget);

@@ -41,10 +41,11 @@ public:
 private:
     struct Line;
 
-    static void finishLine(const Widget& widget, const Room& room, Line& line, bool place);
+    void finishLine(const Widget& widget, const Room& room, Line& line, bool place);
     Vecta::Vector2f flow(Widget& widget, const Room& room, bool place);
     void layOut(Widget& widget, const Room& room);
     void arrange(Widget& widget);
+    void placeBesideFlow(const Widget& widget, Widget& child, const Room& room);
     static void placeAbsolute(const Widget& widget, const Widget& child);
     void descend(Widget& widget);
     void moveTo(Widget& child, Vecta::Vector2f location);

@@ -6,6 +6,7 @@
 #include "tree/MotionRecord.hpp"
 #include "tree/UpdateRecord.hpp"
 
+#include <Bedrock/Prefetch.hpp>
 #include <Trellis/Widget.hpp>
 
 namespace Trellis
@@ -26,6 +27,14 @@ struct WidgetRecords
         return widget.contentSize(availableWidth);
     }
 
+    /// For loops over many widgets, which are rarely in the processor's caches: first the object of one that comes later, then,
+    /// when that has arrived, its records.
+    static void prefetch(const Widget& widget) noexcept { Bedrock::prefetch(&widget, sizeof(Widget)); }
+    static void prefetchRecords(const Widget& widget) noexcept
+    {
+        Bedrock::prefetch(widget.d.get(), sizeof(LayoutRecord) + sizeof(DrawingRecord));
+    }
+
     LayoutRecord layout;
     DrawingRecord drawing;
     InputRecord input;
@@ -39,4 +48,32 @@ struct WidgetRecords
     /// Neither hidden nor wholly transparent itself.
     [[nodiscard]] bool isShown() const { return layout.display.value() != Display::None && drawing.opacity.value() > 0.f; }
 };
+
+/// In a loop over pointers to widgets that is at the one with that index.
+template <class Widgets>
+void prefetchAhead(const Widgets& widgets, std::size_t index) noexcept
+{
+    constexpr std::size_t kObjectsAhead = 6, kRecordsAhead = 3;
+    if (index + kObjectsAhead < widgets.size())
+        WidgetRecords::prefetch(*widgets[index + kObjectsAhead]);
+    if (index + kRecordsAhead < widgets.size())
+        WidgetRecords::prefetchRecords(*widgets[index + kRecordsAhead]);
+}
+
+/// As above for loops that also visit what is in each of the widgets.
+template <class Widgets>
+void prefetchAheadWithChildren(const Widgets& widgets, std::size_t index) noexcept
+{
+    constexpr std::size_t kListsAhead = 3, kChildrenAhead = 2, kMostChildren = 3;
+    prefetchAhead(widgets, index);
+    if (index + kListsAhead < widgets.size())
+        Bedrock::prefetch(widgets[index + kListsAhead]->children().data(), 1);
+    const auto each = [&](std::size_t i, auto fetch) {
+        if (i < widgets.size())
+            for (std::size_t k = 0; k < kMostChildren && k < widgets[i]->children().size(); ++k)
+                fetch(*widgets[i]->children()[k]);
+    };
+    each(index + kChildrenAhead, [](const Widget& child) { WidgetRecords::prefetch(child); });
+    each(index + 1, [](const Widget& child) { WidgetRecords::prefetchRecords(child); });
+}
 }
