@@ -12,12 +12,16 @@ struct Reach
 {
     Vecta::Rect inside;   ///< in the widget's own coordinates
     Vecta::Rect inParent; ///< the same, or larger, in its parent's
-    bool isStale = true;  ///< then those of all ancestors are stale as well, unless the widget is hidden or clipped away
+    // With either, what is inside of all ancestors is stale as well, unless the widget is hidden or clipped away.
+    bool isStale = true; ///< both
+    bool isMoved = true; ///< inParent
 };
 
-/// Place, size, visibility or children of the widget changed: its reach and its ancestors' are computed when next read. Goes
-/// up to the first stale ancestor.
+/// Size or children of the widget, or what it draws, changed: its reach and its ancestors' are computed when next read. Goes up
+/// to the first stale ancestor.
 void markReachStale(Widget& widget);
+/// The place of the widget in its parent, or its visibility, changed: as above, but what is in it is not visited.
+void markReachMoved(Widget& widget);
 /// By the layout as it stands. Computes what is stale. The reference is valid until the widget changes.
 [[nodiscard]] const Reach& reachOf(const Widget& widget);
 }

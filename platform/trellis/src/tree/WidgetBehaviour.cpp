@@ -162,12 +162,14 @@ void Widget::attributeChanged(Facet::Attribute& attribute)
     const bool movesAll = a == &layout.location || a == &layout.rotation || a == &layout.scale || a == &layout.display
         || a == &drawing.opacity || a == &drawing.overflow;
     if (movesAll) {
-        markReachStale(*this);
+        markReachMoved(*this);
         WidgetEngines::current().appearanceChanged(*this, Redraw::Subtree);
     }
     // What an overflow shows changes within the widget.
-    if (a == &drawing.overflow)
+    if (a == &drawing.overflow) {
+        markReachStale(*this);
         requestRedraw();
+    }
     if (layout.shapesBox(attribute) || a == &drawing.overflow)
         invalidateBox(*this);
     if (a == &layout.scale)
