@@ -23,9 +23,8 @@ constexpr std::size_t kBudget = 8u << 20;
 class Screen
 {
 public:
-    Screen(Trellis::Application& application, Vecta::Vector2f scale)
-        : m_application(application), m_scale(scale),
-          m_size(int(std::ceil(kTable.x * scale.x)), int(std::ceil(kTable.y * scale.y)))
+    Screen(Trellis::Application& application, Vecta::Vector2f scale, Vecta::Vector2f table = kTable)
+        : m_application(application), m_scale(scale), m_size(int(std::ceil(table.x * scale.x)), int(std::ceil(table.y * scale.y)))
     {
         application.setScreenScale(scale);
         m_toScreen.m11 = scale.x;
@@ -93,6 +92,50 @@ void checkEdits(unsigned seed, Edits::Kept kept, int threads = 1, int steps = 10
     }
     CHECK((mostKept > 2) == (kept == Edits::Kept::Children));
 }
+
+/// As above with a few things so large that the damage around them follows their outlines.
+void checkLargeEdits(unsigned seed, int threads, Vecta::Vector2f scale)
+{
+    constexpr Vecta::Vector2f kLarge{480.f, 360.f};
+    TrellisTest::Scene scene(kLarge);
+    Cascara::StyleEngine::instance().addStyleSheet(QStringLiteral(".round { border-radius: 30px; border-width: 4px; }"),
+                                                   QStringLiteral("edits.css"));
+    auto& main = place(*new Widget(&scene.root()), {0, 0, kLarge.x, kLarge.y});
+    scene.app.keepPicturesOf(main);
+    std::mt19937 random(seed);
+    const auto number = [&](float from, float to) { return from + (to - from) * float(random() % 10000u) / 10000.f; };
+    std::vector<Widget*> roots;
+    for (int i = 0; i < 5; ++i) {
+        Widget& root = i % 2 == 0 ? *new Stripes(&main, unsigned(i)) : *new Widget(&main);
+        set(root, "background-color", i % 2 == 0 ? kGreen : kBlue);
+        place(root, {number(0, 250), number(0, 150), number(150, 300), number(100, 220)}).setRotation(number(0, 6));
+        place(*new Stripes(&root, 7), {10, 10, 60, 50}).setRotation(0.3f);
+        roots.push_back(&root);
+    }
+    Screen screen(scene.app, scale, kLarge);
+    Lantern::ImageTarget shown(screen.size());
+    CAPTURE(seed);
+    for (int step = 0; step < 40; ++step) {
+        CAPTURE(step);
+        Widget& root = *roots[random() % roots.size()];
+        switch (random() % 7) {
+        case 0: root.setRotation(root.rotation() + number(-0.1f, 0.1f)); break;
+        case 1: root.setRotation(random() % 3 == 0 ? 0.f : number(0, 6)); break;
+        case 2: root.setLocation(root.location() + Vecta::Vector2f{number(-30, 30), number(-30, 30)}); break;
+        case 3: root.setScale(number(0.3f, 1.5f)); break;
+        case 4: root.setOpacity(random() % 3 == 0 ? 1.f : number(0, 1)); break;
+        case 5: root.hasCSSClass("round") ? root.removeCSSClass("round") : root.addCSSClass("round"); break;
+        case 6: root.children()[0]->setLocation({number(-40, 150), number(-40, 100)}); break;
+        }
+        scene.frame();
+        {
+            const Lantern::PaintingThreads painting(threads, 1);
+            screen.draw(shown, screen.damage());
+        }
+        const QImage whole = screen.whole();
+        REQUIRE_MESSAGE(shown.image() == whole, "differs by " << difference(shown.image(), whole));
+    }
+}
 }
 
 TEST_CASE("drawing: after random edits the damage drawn alone equals everything drawn anew")
@@ -124,4 +167,12 @@ TEST_CASE("drawing: after random edits the same holds on a screen that shows the
         checkEdits(++seed, Edits::Kept::Children, 1, 250, scale);
         checkEdits(++seed, Edits::Kept::Children, 2, 100, scale);
     }
+}
+
+TEST_CASE("drawing: around large things that turn and move the damage follows them, and equals everything drawn anew")
+{
+    checkLargeEdits(21, 1, {1.f, 1.f});
+    checkLargeEdits(22, 2, {1.f, 1.f});
+    checkLargeEdits(23, 1, {1.25f, 1.25f});
+    checkLargeEdits(24, 2, {0.667f, 0.7f});
 }

@@ -7,7 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
+#include <utility>
 
 namespace Trellis
 {
@@ -15,12 +15,6 @@ namespace
 {
 /// The edges of what is turned or scaled may colour a neighbouring pixel a little.
 constexpr float kSmoothEdgePx = 0.5f;
-constexpr Vecta::Rect kEverywhere{-1e7f, -1e7f, 2e7f, 2e7f};
-
-float areaOf(const Vecta::Rect& r)
-{
-    return r.width * r.height;
-}
 
 /// Scaled places have the accuracy of a float.
 constexpr float kWholePx = 1.f / 64.f;
@@ -43,9 +37,16 @@ Vecta::Rect moved(const Vecta::Rect& r, Vecta::Vector2f by)
     return {r.x + by.x, r.y + by.y, r.width, r.height};
 }
 
-Vecta::Rect grown(const Vecta::Rect& r, float byX, float byY)
+Vecta::Rect grown(const Vecta::Rect& r, Vecta::Vector2f by)
 {
-    return {r.x - byX, r.y - byY, r.width + 2 * byX, r.height + 2 * byY};
+    return {r.x - by.x, r.y - by.y, r.width + 2 * by.x, r.height + 2 * by.y};
+}
+
+/// Its size on the table.
+Vecta::Vector2f screenPixel()
+{
+    const Vecta::Vector2f scale = screenScale();
+    return {1.f / scale.x, 1.f / scale.y};
 }
 
 /// `area`: of the scene, around the layer's place. Nothing for areas that are empty, or no numbers.
@@ -59,22 +60,21 @@ void damageLayer(WidgetLayer* layer, const Vecta::Rect& area)
             .toAlignedRect());
 }
 
-void storeReach(const Widget& root, WidgetLayer& layer)
+/// Of what shows in a layer root, by its direction and scale when last accounted for.
+void storeOutline(const Widget& root, WidgetLayer& layer)
 {
-    const Vecta::Vector2f scale = screenScale();
-    layer.reach = moved(grown(LayerKeeper::sceneReach(root), 1.f / scale.x, 1.f / scale.y), layer.place * -1.f);
+    layer.outline = layer.shows ? LayerKeeper::outline(root, layer) : Outline();
 }
 
-bool covers(const Vecta::Rect& a, const Vecta::Rect& b)
+bool isUnscaled(const Vecta::Transform& onPixels)
 {
-    return a.x <= b.x && a.y <= b.y && a.right() >= b.right() && a.bottom() >= b.bottom();
+    return onPixels.m12 == 0.f && onPixels.m21 == 0.f && onPixels.m11 == 1.f && onPixels.m22 == 1.f;
 }
 }
 
 DamageTracker::DamageTracker(LayoutEngine& layout, LayerKeeper& layers, const Vecta::Rect& scene)
     : m_layout(layout), m_layers(layers)
 {
-    m_areas.reserve(kMostAreas + 1);
     setScene(scene);
 }
 
@@ -110,7 +110,7 @@ void DamageTracker::widgetLeaves(Widget& widget)
 void DamageTracker::forget(Widget& widget, WidgetLayer* layer)
 {
     DrawingRecord& drawing = WidgetRecords::of(widget).drawing;
-    addArea(layer ? moved(drawing.drawnBounds, layer->place) : drawing.drawnBounds);
+    m_areas.add(layer ? moved(drawing.drawnBounds, layer->place) : drawing.drawnBounds);
     damageLayer(layer, drawing.drawnBounds);
     drawing.drawnBounds = {};
     drawing.ownRedrawQueued = drawing.subtreeRedrawQueued = false;
@@ -127,7 +127,7 @@ void DamageTracker::forget(Widget& widget, WidgetLayer* layer)
 void DamageTracker::keepPictures()
 {
     m_layers.store().endFrame();
-    m_layers.settle([this](const Vecta::Rect& area) { addArea(area); });
+    m_layers.settle([this](const Vecta::Rect& area) { m_areas.add(area); });
 }
 
 void DamageTracker::collect()
@@ -135,10 +135,13 @@ void DamageTracker::collect()
     // A layout that is still out of date now damages what it changes in the next frame; made here, its listeners would
     // change the queue and the tree under way.
     const Bedrock::FlagGuard layoutHeld = m_layout.hold();
-    for (Widget* widget : m_queue) {
+    m_parentOfRoots = nullptr;
+    for (std::size_t i = 0; i < m_queue.size(); ++i) {
+        prefetchAheadWithChildren(m_queue, i);
+        Widget* const widget = m_queue[i];
         Widget* const root = layerRootOf(*widget);
         if (root)
-            m_changedRoots.push_back(root);
+            contentChanged(*root);
         if (!WidgetRecords::of(*widget).drawing.redrawQueued)
             continue; // an ancestor has accounted for it already
         // Where a picture lies is known before what changed inside it.
@@ -149,24 +152,35 @@ void DamageTracker::collect()
     }
     m_queue.clear();
     for (Widget* root : m_changedRoots) {
-        if (WidgetLayer* layer = WidgetRecords::of(*root).drawing.layer.get())
-            storeReach(*root, *layer);
+        WidgetLayer& layer = *WidgetRecords::of(*root).drawing.layer;
+        layer.isChanged = false;
+        storeOutline(*root, layer);
         if (LayerKeeper::cover(*root))
-            addArea(LayerKeeper::sceneReach(*root));
+            m_areas.add(LayerKeeper::sceneReach(*root));
     }
     m_changedRoots.clear();
 }
 
+/// A root without a layer is accounted for as a whole in this turn.
+void DamageTracker::contentChanged(Widget& root)
+{
+    WidgetLayer* const layer = WidgetRecords::of(root).drawing.layer.get();
+    if (!layer || layer->isChanged)
+        return;
+    layer->isChanged = true;
+    m_changedRoots.push_back(&root);
+}
+
 bool DamageTracker::isEmpty() const noexcept
 {
-    return m_queue.empty() && m_areas.empty() && !m_layers.isWaiting();
+    return m_queue.empty() && areas().empty() && !m_layers.isWaiting();
 }
 
 DamageTracker::Above DamageTracker::above(const Widget& widget)
 {
     const Widget* const parent = widget.parent();
     if (!parent)
-        return {{}, kEverywhere, true, false, nullptr, {}, {}};
+        return {};
     Above result = above(*parent);
     const WidgetRecords& records = WidgetRecords::of(*parent);
     result.isVisible = result.isVisible && records.isShown();
@@ -180,9 +194,19 @@ DamageTracker::Above DamageTracker::above(const Widget& widget)
     return result;
 }
 
+const DamageTracker::Above& DamageTracker::aboveRoot(const Widget& root)
+{
+    // A root further up is accounted for in between.
+    if (root.parent() != m_parentOfRoots || layerRootOf(*root.parent()))
+        m_aboveRoots = above(root);
+    m_parentOfRoots = root.parent();
+    return m_aboveRoots;
+}
+
 void DamageTracker::accountFor(Widget& widget)
 {
-    account(widget, above(widget), WidgetRecords::of(widget).drawing.subtreeRedrawQueued ? Redraw::Subtree : Redraw::Widget);
+    account(widget, isLayerRoot(widget) ? aboveRoot(widget) : above(widget),
+            WidgetRecords::of(widget).drawing.subtreeRedrawQueued ? Redraw::Subtree : Redraw::Widget);
 }
 
 void DamageTracker::account(Widget& widget, const Above& above, Redraw extent)
@@ -191,103 +215,65 @@ void DamageTracker::account(Widget& widget, const Above& above, Redraw extent)
     DrawingRecord& drawing = records.drawing;
     const bool shows = above.isVisible && records.isShown();
     const Vecta::Transform toScene = above.toScene * drawnTransformToParent(widget);
+    const bool isUpright = isUnscaled(onScreen(toScene));
     const bool isRoot = isLayerRoot(widget);
+    // A widget that clips its children changes what shows of them.
+    const bool isWhole = extent == Redraw::Subtree || drawing.clips();
+    bool isCovered = above.isCovered;
     WidgetLayer* layer = above.layer;
     Vecta::Vector2f placeBefore = above.placeBefore, place = above.placeNow;
     if (isRoot) {
         layer = m_layers.update(widget, toScene, shows, above.clip == kEverywhere && isWholeShift(above.toScene));
-        placeBefore = drawing.layer->place;
-        place = drawing.layer->place = {toScene.dx, toScene.dy};
-        drawing.layer->clips = drawing.clips();
+        WidgetLayer& own = *drawing.layer;
+        placeBefore = std::exchange(own.place, {toScene.dx, toScene.dy});
+        place = own.place;
+        const Outline before = own.outline.moved(placeBefore);
+        // Smooth edges colour the pixels beside them a little.
+        const bool isSharp = widget.children().empty() && isUpright;
+        const bool wasSharp = std::exchange(own.isSharp, isSharp);
+        own.clips = drawing.clips();
+        own.shows = shows;
+        storeOutline(widget, own);
+        if (isWhole && !isCovered)
+            m_areas.addMove(before, own.outline.moved(place), isSharp && wasSharp ? Vecta::Vector2f() : screenPixel());
+        isCovered = isCovered || isWhole;
     }
     // Moving a picture, or fading it, leaves its pixels as they are.
     const bool isRepainted = above.isRepainted || (isRoot ? drawing.ownRedrawQueued : drawing.redrawQueued);
     const bool areChildrenRepainted =
         above.isRepainted || (!isRoot && drawing.subtreeRedrawQueued) || (drawing.clips() && isRepainted);
 
-    const Vecta::Transform matrix = onScreen(toScene);
-    const bool isUpright = matrix.m12 == 0.f && matrix.m21 == 0.f && matrix.m11 == 1.f && matrix.m22 == 1.f;
     const auto inScene = [&](const Vecta::Rect& area) {
         const Vecta::Rect whole = toScene.mapBounds(area);
-        const Vecta::Vector2f scale = screenScale();
-        return isUpright || whole.isEmpty() ? whole : grown(whole, kSmoothEdgePx / scale.x, kSmoothEdgePx / scale.y);
+        return isUpright || whole.isEmpty() ? whole : grown(whole, screenPixel() * kSmoothEdgePx);
     };
     const Vecta::Rect box = records.layout.bounds();
-    addArea(moved(drawing.drawnBounds, placeBefore));
+    if (!isCovered)
+        m_areas.add(moved(drawing.drawnBounds, placeBefore));
     if (isRepainted)
         damageLayer(layer, drawing.drawnBounds);
     drawing.drawnBounds = shows ? moved(inScene(drawing.drawnArea(box)).intersected(above.clip), place * -1.f) : Vecta::Rect{};
-    addArea(moved(drawing.drawnBounds, place));
+    if (!isCovered)
+        m_areas.add(moved(drawing.drawnBounds, place));
     if (isRepainted)
         damageLayer(layer, drawing.drawnBounds);
     drawing.redrawQueued = drawing.ownRedrawQueued = drawing.subtreeRedrawQueued = false;
     if (shows)
         widget.sceneSizeChanged();
     // What is in a picture keeps its place in it. Changes in it have been queued on their own.
-    if (isRoot && layer && extent == Redraw::Subtree && !areChildrenRepainted) {
-        addReach(*layer, placeBefore);
+    if (!isWhole || (isRoot && layer && extent == Redraw::Subtree && !areChildrenRepainted))
         return;
+    const Vecta::Rect inner = drawing.clips() ? inScene(box).intersected(above.clip) : above.clip;
+    const Above below{toScene, inner, shows, areChildrenRepainted, isCovered, layer, placeBefore, place};
+    for (std::size_t i = 0; i < widget.children().size(); ++i) {
+        prefetchAhead(widget.children(), i);
+        account(*widget.children()[i], below, Redraw::Subtree);
     }
-    // A widget that clips its children changes what shows of them.
-    if (extent == Redraw::Subtree || drawing.clips()) {
-        const Vecta::Rect inner = drawing.clips() ? inScene(box).intersected(above.clip) : above.clip;
-        const Above below{toScene, inner, shows, areChildrenRepainted, layer, placeBefore, place};
-        for (const auto& child : widget.children())
-            account(*child, below, Redraw::Subtree);
-    }
-    if (isRoot)
-        storeReach(widget, *drawing.layer);
-}
-
-void DamageTracker::addReach(const WidgetLayer& layer, Vecta::Vector2f placeBefore)
-{
-    addArea(moved(layer.reach, placeBefore));
-    addArea(moved(layer.reach, layer.place));
-}
-
-void DamageTracker::addArea(const Vecta::Rect& wanted)
-{
-    const Vecta::Rect area = wanted.intersected(m_scene);
-    if (area.isEmpty() || !std::isfinite(area.x + area.y + area.width + area.height))
-        return;
-    for (const Vecta::Rect& known : m_areas)
-        if (covers(known, area))
-            return;
-    m_areas.erase(std::remove_if(m_areas.begin(), m_areas.end(), [&](const Vecta::Rect& known) { return covers(area, known); }),
-                  m_areas.end());
-    // Something moved a little: one rectangle around both places is smaller than the two.
-    const auto overlapping = std::find_if(m_areas.begin(), m_areas.end(), [&](const Vecta::Rect& known) {
-        return areaOf(known.united(area)) <= areaOf(known) + areaOf(area);
-    });
-    if (overlapping != m_areas.end()) {
-        const Vecta::Rect both = overlapping->united(area);
-        m_areas.erase(overlapping);
-        addArea(both);
-        return;
-    }
-    m_areas.push_back(area);
-    if (m_areas.size() <= kMostAreas)
-        return;
-    // Too many: the two that waste the least together become one.
-    std::size_t first = 0, second = 1;
-    float leastWaste = std::numeric_limits<float>::max();
-    for (std::size_t i = 0; i < m_areas.size(); ++i)
-        for (std::size_t j = i + 1; j < m_areas.size(); ++j) {
-            const float waste = areaOf(m_areas[i].united(m_areas[j])) - areaOf(m_areas[i]) - areaOf(m_areas[j]);
-            if (waste < leastWaste) {
-                leastWaste = waste;
-                first = i;
-                second = j;
-            }
-        }
-    m_areas[first] = m_areas[first].united(m_areas[second]);
-    m_areas.erase(m_areas.begin() + std::ptrdiff_t(second));
 }
 
 void DamageTracker::setScene(const Vecta::Rect& scene)
 {
-    m_scene = scene;
-    m_areas.clear();
-    addArea(scene);
+    m_areas.setScene(scene);
+    m_areas.add(scene);
 }
 }

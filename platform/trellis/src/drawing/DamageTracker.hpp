@@ -1,5 +1,6 @@
 #pragma once
 
+#include "drawing/DamageAreas.hpp"
 #include "tree/WidgetEngines.hpp"
 
 #include <Vecta/Rect.hpp>
@@ -35,9 +36,8 @@ public:
     void keepPictures();
     /// Turns the queued changes into areas. The layout is used as it is.
     void collect();
-    /// Few rectangles (at most kMostAreas), which may overlap.
-    [[nodiscard]] const std::vector<Vecta::Rect>& areas() const noexcept { return m_areas; }
-    void addArea(const Vecta::Rect& area);
+    /// Few rectangles, which may overlap.
+    [[nodiscard]] const std::vector<Vecta::Rect>& areas() const noexcept { return m_areas.all(); }
     /// Forgets the areas; queued changes go on waiting.
     void clear() noexcept { m_areas.clear(); }
     /// Neither areas nor changes are waiting, nor a widget to be kept as a picture.
@@ -45,34 +45,37 @@ public:
     /// Another scene, damaged as a whole.
     void setScene(const Vecta::Rect& scene);
 
-    static constexpr std::size_t kMostAreas = 12;
-
 private:
     void groupChanged(const Widget& child);
     void forget(Widget& widget, WidgetLayer* layer);
-    /// What shows of a kept widget is drawn anew, where it is and where it was.
-    void addReach(const WidgetLayer& layer, Vecta::Vector2f placeBefore);
-
+    static constexpr Vecta::Rect kEverywhere{-1e7f, -1e7f, 2e7f, 2e7f};
     /// What the ancestors of a widget do to it.
     struct Above
     {
         Vecta::Transform toScene;
-        Vecta::Rect clip;
+        Vecta::Rect clip = kEverywhere;
         bool isVisible = true;
         bool isRepainted = false;     ///< what the kept picture shows of it is out of date
+        bool isCovered = false;       ///< the areas cover what is in it already, where it was and where it is
         WidgetLayer* layer = nullptr; ///< that holds its pixels, if one does
         Vecta::Vector2f placeBefore;  ///< of the layer root around it when that was last accounted for
         Vecta::Vector2f placeNow;
     };
     static Above above(const Widget& widget);
+    /// As above for layer roots, most of which have the same parent.
+    const Above& aboveRoot(const Widget& root);
+    /// Something in the root, or the root itself: what it reaches over is accounted for at the end.
+    void contentChanged(Widget& root);
     void accountFor(Widget& widget);
     void account(Widget& widget, const Above& above, Redraw extent);
 
     LayoutEngine& m_layout;
     LayerKeeper& m_layers;
-    std::vector<Widget*> m_queue;        ///< each has redrawQueued; a widget leaves the queue before it leaves the tree
-    std::vector<Widget*> m_changedRoots; ///< used by collect only
-    std::vector<Vecta::Rect> m_areas;
-    Vecta::Rect m_scene;
+    std::vector<Widget*> m_queue; ///< each has redrawQueued; a widget leaves the queue before it leaves the tree
+    DamageAreas m_areas;
+    // Used by collect only.
+    std::vector<Widget*> m_changedRoots;     ///< whose layers are marked as changed
+    const Widget* m_parentOfRoots = nullptr; ///< of which m_aboveRoots is known
+    Above m_aboveRoots;
 };
 }

@@ -16,6 +16,12 @@ bool hasMatrix(const WidgetLayer& layer, const Vecta::Transform& t)
     return layer.matrix[0] == t.m11 && layer.matrix[1] == t.m12 && layer.matrix[2] == t.m21 && layer.matrix[3] == t.m22;
 }
 
+/// On to pixels of the screen around the layer's place, as last accounted for.
+Vecta::Transform turned(const WidgetLayer& layer)
+{
+    return {layer.matrix[0], layer.matrix[1], 0.f, layer.matrix[2], layer.matrix[3], 0.f};
+}
+
 bool isFinite(const Vecta::Rect& r)
 {
     return std::isfinite(r.x + r.y + r.width + r.height);
@@ -60,9 +66,7 @@ bool LayerKeeper::cover(Widget& root)
     WidgetLayer* const layer = WidgetRecords::of(root).drawing.layer.get();
     if (!layer || !layer->isKept)
         return false;
-    Vecta::Transform turned = onScreen(drawnTransformToParent(root));
-    turned.dx = turned.dy = 0.f;
-    const Vecta::Rect reach = turned.mapBounds(reachOf(root).inside);
+    const Vecta::Rect reach = turned(*layer).mapBounds(reachOf(root).inside);
     // Antialiased edges may colour a neighbouring pixel.
     return layer->picture.cover(QRectF(reach.x, reach.y, reach.width, reach.height).toAlignedRect().adjusted(-1, -1, 1, 1));
 }
@@ -70,6 +74,15 @@ bool LayerKeeper::cover(Widget& root)
 Vecta::Rect LayerKeeper::sceneReach(const Widget& widget)
 {
     return drawnTransformToScene(*widget.parent()).mapBounds(reachOf(widget).inParent);
+}
+
+Outline LayerKeeper::outline(const Widget& root, const WidgetLayer& layer)
+{
+    const Vecta::Vector2f scale = screenScale();
+    Outline result{turned(layer).mapCorners(reachOf(root).inside)};
+    for (Vecta::Vector2f& corner : result.corners)
+        corner = {corner.x / scale.x, corner.y / scale.y};
+    return result;
 }
 
 void LayerKeeper::wait(Widget& widget, WidgetLayer& layer)

@@ -9,6 +9,7 @@
 namespace Trellis
 {
 class Widget;
+struct Outline;
 struct WidgetLayer;
 
 /// Decides which widgets are drawn as one kept picture: the children of the widgets that were named, as long as they are
@@ -46,6 +47,8 @@ public:
     /// when all of it must be drawn anew.
     static bool cover(Widget& root);
     [[nodiscard]] static Vecta::Rect sceneReach(const Widget& widget);
+    /// What shows in a layer root and of itself, around its place, by the direction and scale of the last `update`.
+    [[nodiscard]] static Outline outline(const Widget& root, const WidgetLayer& layer);
     /// The widget leaves the tree.
     void drop(Widget& widget);
     /// A widget waits for the next frame.

@@ -48,11 +48,10 @@ void ScenePainter::paintContent(const Widget& widget, Lantern::RenderContext& co
 
 void ScenePainter::paintKept(const Widget& widget, WidgetLayer& layer, Lantern::RenderContext& context)
 {
-    Vecta::Transform turned = drawnTransformToParent(widget);
-    const Vecta::Vector2f place{turned.dx, turned.dy};
-    turned.dx = turned.dy = 0.f;
-    context.drawKept(layer.picture, place, WidgetRecords::of(widget).drawing.opacity.value(),
-                     [&widget, &turned](Lantern::RenderContext& inPicture) {
+    context.drawKept(layer.picture, drawnCornerInParent(widget), WidgetRecords::of(widget).drawing.opacity.value(),
+                     [&widget](Lantern::RenderContext& inPicture) {
+                         Vecta::Transform turned = drawnTransformToParent(widget);
+                         turned.dx = turned.dy = 0.f;
                          inPicture.pushTransform(turned);
                          paintContent(widget, inPicture);
                          inPicture.pop();

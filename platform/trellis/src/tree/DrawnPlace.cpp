@@ -12,14 +12,21 @@ bool isLayerRoot(const Widget& widget)
     return widget.parent() && WidgetRecords::of(*widget.parent()).drawing.keepsChildren;
 }
 
+Vecta::Vector2f drawnCornerInParent(const Widget& widget)
+{
+    const Vecta::Vector2f corner = WidgetRecords::of(widget).layout.cornerInParent();
+    if (!isLayerRoot(widget))
+        return corner;
+    const Vecta::Vector2f scale = screenScale();
+    return {std::floor(corner.x * scale.x + 0.5f) / scale.x, std::floor(corner.y * scale.y + 0.5f) / scale.y};
+}
+
 Vecta::Transform drawnTransformToParent(const Widget& widget)
 {
     Vecta::Transform transform = WidgetRecords::of(widget).layout.transformToParent();
-    if (isLayerRoot(widget)) {
-        const Vecta::Vector2f scale = screenScale();
-        transform.dx = std::floor(transform.dx * scale.x + 0.5f) / scale.x;
-        transform.dy = std::floor(transform.dy * scale.y + 0.5f) / scale.y;
-    }
+    const Vecta::Vector2f corner = drawnCornerInParent(widget);
+    transform.dx = corner.x;
+    transform.dy = corner.y;
     return transform;
 }
 

@@ -12,6 +12,7 @@ class Widget;
 
 /// Whether the widget is drawn on whole pixels, and may be kept as a picture.
 [[nodiscard]] bool isLayerRoot(const Widget& widget);
+[[nodiscard]] Vecta::Vector2f drawnCornerInParent(const Widget& widget);
 [[nodiscard]] Vecta::Transform drawnTransformToParent(const Widget& widget);
 [[nodiscard]] Vecta::Transform drawnTransformToScene(const Widget& widget);
 /// Pixels of the screen that a pixel of the table takes in each direction.

@@ -3,6 +3,8 @@
 #include "tree/WidgetEngines.hpp"
 #include "tree/WidgetRecords.hpp"
 
+#include <cmath>
+
 namespace Trellis
 {
 using Vecta::Vector2f;
@@ -153,10 +155,26 @@ Vector2f LayoutRecord::fromParent(Vector2f point) const
     return factor != 0.f ? turnedBack / factor : Vector2f();
 }
 
+Vector2f LayoutRecord::cornerInParent() const
+{
+    return scaleMoves ? toParent({}) : location.value();
+}
+
 Vecta::Transform LayoutRecord::transformToParent() const
 {
-    return Vecta::Transform::translation(toParent({})) * Vecta::Transform::rotation(rotation.value().radians)
-        * Vecta::Transform::scaling(scale.value());
+    const Vector2f corner = cornerInParent();
+    const float factor = scale.value();
+    Vecta::Transform result;
+    result.m11 = result.m22 = factor;
+    result.dx = corner.x;
+    result.dy = corner.y;
+    if (const float radians = rotation.value().radians; radians != 0.f) {
+        const float cosine = std::cos(radians), sine = std::sin(radians);
+        result.m11 = result.m22 = cosine * factor;
+        result.m12 = -sine * factor;
+        result.m21 = sine * factor;
+    }
+    return result;
 }
 
 // ---- What is out of date ---------------------------------------------------------------------------------------------

@@ -106,6 +106,7 @@ struct LayoutRecord
     /// The maps, by the layout as it stands.
     [[nodiscard]] Vecta::Vector2f toParent(Vecta::Vector2f point) const;
     [[nodiscard]] Vecta::Vector2f fromParent(Vecta::Vector2f point) const;
+    [[nodiscard]] Vecta::Vector2f cornerInParent() const;
     [[nodiscard]] Vecta::Transform transformToParent() const;
     [[nodiscard]] Vecta::Rect bounds() const { return {0.f, 0.f, size.x, size.y}; }
 };

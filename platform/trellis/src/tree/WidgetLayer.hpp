@@ -1,8 +1,9 @@
 #pragma once
 
+#include "tree/Outline.hpp"
+
 #include <Lantern/KeptPicture.hpp>
 
-#include <Vecta/Rect.hpp>
 #include <Vecta/Vector2T.hpp>
 
 namespace Trellis
@@ -16,8 +17,11 @@ struct WidgetLayer
     Lantern::KeptPicture picture; ///< around the widget's top left corner
     float matrix[4] = {};         ///< direction and scale on the screen when last accounted for
     Vecta::Vector2f place;        ///< of the corner in the scene when last accounted for
-    Vecta::Rect reach;            ///< scene area of all that showed when last accounted for, around `place`
+    Outline outline;              ///< of all that showed in the scene when last accounted for, around `place`
+    bool shows = false;           ///< when last accounted for
+    bool isSharp = false;         ///< one upright box, when last accounted for
     bool clips = false;           ///< the children, when last accounted for
+    bool isChanged = false;       ///< something in it, since what it reaches over was last accounted for
     bool isWaiting = false;       ///< is kept from the next frame on if it is not turned or scaled until then
     bool isKept = false;          ///< is drawn as one picture
 };
