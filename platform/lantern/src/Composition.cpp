@@ -1,5 +1,6 @@
 #include "Composition.hpp"
 
+#include <Bedrock/Prefetch.hpp>
 #include <Lantern/PaintingThreads.hpp>
 
 #include <QImage>
@@ -18,6 +19,12 @@ constexpr int kMostPieces = 12;
 constexpr int kLeastHiddenPx = 24;
 /// In so few columns it takes longer to find out what is hidden than to draw it.
 constexpr int kNarrowPx = 64;
+/// Each row lies in another page, of which the processor knows nothing before it gets there: where drawing will begin and end
+/// there is loaded so many rows before.
+constexpr int kTargetRowsAhead = 4;
+constexpr std::size_t kFirstBytes = 128, kLastBytes = 64;
+/// Of a row.
+constexpr std::size_t kUsualRuns = 64;
 constexpr int kStripRows = 32;
 constexpr int kLeastStripRows = 4;
 constexpr int kStripsPerThread = 4;
@@ -94,6 +101,13 @@ QRgb* rowOf(const Target& target, int y)
     return reinterpret_cast<QRgb*>(target.bits + y * target.bytesPerLine);
 }
 
+/// Some rows further down things begin and end in nearly the same columns.
+void prefetchRun(const QRgb* rowAhead, int begin, int end)
+{
+    Bedrock::prefetch(rowAhead + begin, kFirstBytes);
+    Bedrock::prefetch(rowAhead + end - 1, kLastBytes);
+}
+
 /// Each source as a whole, from the bottom to the top.
 void drawNarrow(const Target& target, const QRect& strip, const Candidates& candidates)
 {
@@ -112,7 +126,8 @@ void drawNarrow(const Target& target, const QRect& strip, const Candidates& cand
 /// Row by row: from the top to the bottom what shows of each source, then drawn from the bottom to the top.
 void drawWide(const Target& target, const QRect& strip, const Candidates& candidates)
 {
-    QVarLengthArray<Run, 128> runs;
+    std::vector<Run> runs;
+    runs.reserve(kUsualRuns);
     for (int y = strip.top(); y <= strip.bottom(); ++y) {
         Pieces open({strip.left(), strip.right() + 1});
         runs.clear();
@@ -124,15 +139,19 @@ void drawWide(const Target& target, const QRect& strip, const Candidates& candid
             const int left = std::max(span.begin, area.left()), right = std::min(span.end, area.right() + 1);
             for (const Piece& piece : open)
                 if (const int begin = std::max(piece.begin, left), end = std::min(piece.end, right); begin < end)
-                    runs.append({source, begin, end, span});
+                    runs.push_back({source, begin, end, span});
             const Piece full{std::max(span.fullBegin, left), std::min(span.fullEnd, right)};
             if (source->isSolid() && full.end - full.begin >= kLeastHiddenPx && open.count() < kMostPieces)
                 open.cut(full);
             if (open.count() == 0)
                 break;
         }
-        for (int i = runs.size() - 1; i >= 0; --i)
-            runs[i].source->draw(rowOf(target, y), y, runs[i].begin, runs[i].end, runs[i].span);
+        QRgb* const row = rowOf(target, y);
+        const QRgb* const rowAhead = rowOf(target, std::min(y + kTargetRowsAhead, strip.bottom()));
+        for (auto run = runs.rbegin(); run != runs.rend(); ++run) {
+            prefetchRun(rowAhead, run->begin, run->end);
+            run->source->draw(row, y, run->begin, run->end, run->span);
+        }
     }
 }
 

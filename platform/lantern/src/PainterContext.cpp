@@ -228,8 +228,7 @@ void PainterContext::drawKept(KeptPicture& picture, Vecta::Vector2f place, float
         return;
     }
     const QRect bounds = picture.bounds().translated(origin);
-    const auto parts = d->visibleParts(QRectF(bounds));
-    if (parts.isEmpty())
+    if (!d->hasVisibleParts(QRectF(bounds)))
         return;
     if (d->glSurfaces) {
         const auto* kept = static_cast<const GlKeptTexture*>(picture.texture(*d->glSurfaces, paint));
@@ -238,7 +237,7 @@ void PainterContext::drawKept(KeptPicture& picture, Vecta::Vector2f place, float
             return;
         }
         QPainter& painter = d->devicePainter(1.0);
-        for (const QRectF& part : parts) {
+        for (const QRectF& part : d->visibleParts(QRectF(bounds))) {
             const QRect rect = part.toAlignedRect();
             d->glSurfaces->draw(painter, kept->texture(), rect.translated(-bounds.topLeft()), rect.topLeft(),
                                 d->opacity * clampedOpacity(opacity));
@@ -249,7 +248,7 @@ void PainterContext::drawKept(KeptPicture& picture, Vecta::Vector2f place, float
     const QImage* pixels = picture.pixels(paint);
     if (!pixels) {
         QRegion area;
-        for (const QRectF& part : parts)
+        for (const QRectF& part : d->visibleParts(QRectF(bounds)))
             area += part.toAlignedRect().translated(-origin);
         passing = QImage(bounds.size(), QImage::Format_ARGB32_Premultiplied);
         picture.paintInto(passing, picture.bounds().topLeft(), area, paint);
@@ -261,7 +260,7 @@ void PainterContext::drawKept(KeptPicture& picture, Vecta::Vector2f place, float
         return;
     }
     QPainter& painter = d->devicePainter(d->opacity * clampedOpacity(opacity));
-    for (const QRectF& part : parts) {
+    for (const QRectF& part : d->visibleParts(QRectF(bounds))) {
         const QRect rect = part.toAlignedRect();
         painter.drawImage(rect.topLeft(), *pixels, rect.translated(-bounds.topLeft()));
     }

@@ -16,9 +16,6 @@ namespace Lantern
 {
 namespace
 {
-/// Edges of what is turned or scaled may colour a neighbouring pixel.
-constexpr qreal kSmoothEdgePx = 0.5;
-
 bool isWritable(const QImage& image)
 {
     return image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32_Premultiplied;
@@ -127,39 +124,6 @@ QPainter& PainterContext::Private::devicePainter(qreal deviceOpacity)
     return *painter;
 }
 
-QRectF PainterContext::Private::toDevice(const Vecta::Rect& rect) const
-{
-    const QRectF bounds = world.mapRect(toQt(rect));
-    if (world.type() <= QTransform::TxTranslate || bounds.isEmpty())
-        return bounds;
-    return bounds.adjusted(-kSmoothEdgePx, -kSmoothEdgePx, kSmoothEdgePx, kSmoothEdgePx);
-}
-
-PainterContext::Private::Parts PainterContext::Private::visibleParts(const QRectF& bounds) const
-{
-    Parts parts;
-    for (const QRectF& rect : damage)
-        if (const QRectF part = rect.intersected(bounds.intersected(clipBounds)); !part.isEmpty())
-            parts.append(part);
-    return parts;
-}
-
-bool PainterContext::Private::isVisible(const Vecta::Rect& rect) const
-{
-    // As toDevice, in fewer steps, for all that is not drawn. What is no number is not visible.
-    const double halfWidth = double(rect.width) / 2.0, halfHeight = double(rect.height) / 2.0;
-    const double middleX = rect.x + halfWidth, middleY = rect.y + halfHeight;
-    const double edge = world.type() <= QTransform::TxTranslate ? 0.0 : kSmoothEdgePx;
-    const double x = world.m11() * middleX + world.m21() * middleY + world.dx();
-    const double y = world.m12() * middleX + world.m22() * middleY + world.dy();
-    const double reachX = std::abs(world.m11()) * halfWidth + std::abs(world.m21()) * halfHeight + edge;
-    const double reachY = std::abs(world.m12()) * halfWidth + std::abs(world.m22()) * halfHeight + edge;
-    const auto isMet = [=](const QRectF& area) {
-        return x - reachX < area.right() && x + reachX > area.left() && y - reachY < area.bottom() && y + reachY > area.top();
-    };
-    return !rect.isEmpty() && isMet(clipBounds) && std::any_of(damage.begin(), damage.end(), isMet);
-}
-
 // ---- Pushing ---------------------------------------------------------------------------------------------------------
 
 void PainterContext::Private::save(Kind kind, qreal layerOpacity)
@@ -265,12 +229,6 @@ void PainterContext::Private::pushLayer(const Vecta::Rect& bounds, qreal factor)
     save(Kind::Layer, factor * opacity);
     openLayer(pixels);
     opacity = 1.0;
-}
-
-QRect PainterContext::Private::pixelsOf(const Vecta::Rect& rect) const
-{
-    const QRectF seen = isFinite(rect) ? toDevice(rect).intersected(clipBounds) : QRectF();
-    return seen.isEmpty() ? QRect() : seen.toAlignedRect().intersected(deviceRect());
 }
 
 void PainterContext::Private::openLayer(const QRect& pixels)

@@ -46,6 +46,8 @@ struct PainterContext::Private
     /// The parts of the damage in which something in `bounds` (device pixels) can show.
     using Parts = QVarLengthArray<QRectF, 16>;
     [[nodiscard]] Parts visibleParts(const QRectF& bounds) const;
+    /// Whether there are any.
+    [[nodiscard]] bool hasVisibleParts(const QRectF& bounds) const;
     /// Whether anything drawn in `rect` can show. The transform is affine.
     [[nodiscard]] bool isVisible(const Vecta::Rect& rect) const;
 
