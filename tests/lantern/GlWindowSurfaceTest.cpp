@@ -16,6 +16,8 @@
 #include <Lantern/WindowListener.hpp>
 #include <Lantern/WindowTarget.hpp>
 
+#include <QOpenGLContext>
+#include <QOpenGLFunctions>
 #include <QPainter>
 #include <QRegion>
 #include <QScreen>
@@ -75,6 +77,16 @@ private:
     Exposure m_exposure;
     Lantern::WindowTarget m_target;
 };
+
+/// Names of framebuffers that the current context has.
+int framebuffers()
+{
+    QOpenGLFunctions& gl = *QOpenGLContext::currentContext()->functions();
+    int count = 0;
+    for (GLuint name = 1; name < 200; ++name)
+        count += gl.glIsFramebuffer(name) != GL_FALSE;
+    return count;
+}
 
 QImage withoutCard(const std::function<void(RenderContext&)>& draw)
 {
@@ -440,4 +452,40 @@ TEST_CASE("OpenGL window: what is larger than the largest texture is drawn witho
         CHECK(paints > before);
     }
     CHECK(store.count() == 0);
+}
+
+TEST_CASE("OpenGL window: surfaces of groups are kept while they are used, and freed when they are not")
+{
+    GlWindow window;
+    const QRegion corner(QRect(0, 0, 20, 20));
+    int count = 0;
+    const auto plain = [&](RenderContext& context) {
+        count = framebuffers();
+        context.drawRect({0, 0, 20, 20}, 0.f, fill(kRed));
+    };
+    const auto groups = [&](RenderContext& context) {
+        context.pushLayer({0, 0, 20, 20}, 0.5f);
+        context.pushLayer({0, 0, 10, 10}, 0.5f);
+        context.drawRect({0, 0, 20, 20}, 0.f, fill(kBlue));
+        context.pop();
+        context.pop();
+        count = framebuffers();
+    };
+    window.paint(kAll, plain);
+    window.paint(corner, plain);
+    const int without = count;
+    window.paint(corner, groups);
+    const int with = count;
+    CHECK(with > without);
+    for (int frame = 0; frame < 30; ++frame)
+        window.paint(corner, plain);
+    window.paint(corner, plain);
+    CHECK(count == with);
+    window.paint(corner, groups);
+    CHECK(count == with);
+    for (int frame = 0; frame < 62; ++frame)
+        window.paint(corner, plain);
+    CHECK(count == without);
+    window.paint(corner, groups);
+    CHECK(count == with);
 }

@@ -34,6 +34,7 @@ GlLayer& GlSurfaces::acquire(QSize pixels, const QRect& area)
     std::unique_ptr<GlLayer>& layer = m_layers[m_inUse++];
     if (!layer || layer->surface.pixels().expandedTo(pixels) != layer->surface.pixels())
         layer = std::make_unique<GlLayer>(layer ? pixels.expandedTo(layer->surface.pixels()) : pixels, *this);
+    layer->framesUnused = 0;
     QPainter& painter = layer->painter;
     painter.begin(&layer->surface);
     painter.setRenderHints(kHints);
@@ -50,6 +51,16 @@ void GlSurfaces::release()
     --m_inUse;
     if (m_layers[m_inUse]->painter.isActive())
         m_layers[m_inUse]->painter.end();
+}
+
+void GlSurfaces::endFrame()
+{
+    assert(m_inUse == 0 && "a layer is still in use");
+    for (const auto& layer : m_layers)
+        ++layer->framesUnused;
+    // The outermost is used whenever one inside it is.
+    while (!m_layers.empty() && m_layers.back()->framesUnused > kFramesKept)
+        m_layers.pop_back();
 }
 
 bool GlSurfaces::canMake(QSize pixels)

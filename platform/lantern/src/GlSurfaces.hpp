@@ -19,6 +19,7 @@ struct GlLayer
     GlSurface surface;
     QOpenGLFramebufferObject texture;
     QPainter painter;
+    int framesUnused = 0;
 };
 
 /// The surfaces of layers inside layers, kept from frame to frame, and the drawing of textures. One for a window; its context
@@ -35,6 +36,12 @@ public:
     [[nodiscard]] GlLayer& acquire(QSize pixels, const QRect& area);
     /// The one that was acquired last.
     void release();
+
+    /// Frees the layers that were not acquired in the last kFramesKept frames. To be called once a painted frame, while none is
+    /// acquired.
+    void endFrame();
+    [[nodiscard]] std::size_t layers() const noexcept { return m_layers.size(); }
+    static constexpr int kFramesKept = 60;
 
     /// Draws the part `source` of a texture, pixel by pixel, at `corner` of the painter's surface and so faint. Clips of
     /// `painter` do not count.

@@ -59,6 +59,7 @@ public:
             PainterContext context(painter, area);
             draw(context);
         }
+        m_surfaces->endFrame();
         for (const QRect& rect : area)
             m_ground->resolve(rect, *m_shown, rect.topLeft());
         QOpenGLFramebufferObject::blitFramebuffer(nullptr, m_shown.get());
