@@ -66,8 +66,12 @@ private:
 
     void sweep()
     {
-        if (m_depth > 0 || !m_needsSweep)
-            return;
+        if (m_depth == 0 && m_needsSweep)
+            removeMarked();
+    }
+    /// Apart, so that a call of listeners, which mostly removes none, saves few registers.
+    [[gnu::noinline]] void removeMarked()
+    {
         m_needsSweep = false;
         // What a function captured may come back here when it is destroyed, so the list is put in order first.
         std::vector<std::unique_ptr<Entry>> removed;
