@@ -1,5 +1,6 @@
 #include "style/Restyler.hpp"
 
+#include "style/NodePrefetch.hpp"
 #include "style/OwnDefinitions.hpp"
 
 #include <Bedrock/Trace.hpp>
@@ -292,6 +293,7 @@ MotionDeclarations Restyler::motionOf(const StyleNode& node) const
 void Restyler::restyleNode(StyleNode& node, Lists& lists)
 {
     ++m_counters.nodesRestyled;
+    prefetchStyledAttribute(node);
     matchRules(node, lists.rules);
     collectCandidates(lists);
     NodeStyler styler(node, lists.candidates, lists.hasMotion ? &lists.motion : nullptr);

@@ -1,6 +1,7 @@
 #include <Cascara/Styleable.hpp>
 
 #include "style/InvalidationIndex.hpp"
+#include "style/NodePrefetch.hpp"
 #include "style/StyleEnginePrivate.hpp"
 #include "style/StyleNode.hpp"
 
@@ -113,6 +114,7 @@ QByteArray Styleable::cssId() const
 
 void Styleable::addCSSClass(const QByteArray& name)
 {
+    prefetchNode(*this);
     const int added = number(name);
     if (StyleNode::contains(d->classes, added))
         return;
@@ -122,6 +124,7 @@ void Styleable::addCSSClass(const QByteArray& name)
 
 void Styleable::removeCSSClass(const QByteArray& name)
 {
+    prefetchNode(*this);
     const int removed = Facet::NameTable::instance().findNumber(name);
     const auto found = std::find(d->classes.begin(), d->classes.end(), removed);
     if (found == d->classes.end())
@@ -156,6 +159,7 @@ QList<QByteArray> Styleable::cssClasses() const
 
 void Styleable::setPseudoClass(const QByteArray& name, bool on)
 {
+    prefetchNode(*this);
     const int changed = number(name);
     const auto found = std::find(d->pseudoClasses.begin(), d->pseudoClasses.end(), changed);
     if (on == (found != d->pseudoClasses.end()))
