@@ -75,11 +75,11 @@ QString qtStyleSheet(int rules, Notation notation, int shade)
     return text;
 }
 
-StyleScene::StyleScene(int widgets, Leaves leaves) : root(Bedrock::makeIntrusive<Trellis::Widget>())
+StyleScene::StyleScene(int widgets, Leaves leaves, int firstPanel) : root(Bedrock::makeIntrusive<Trellis::Widget>())
 {
     for (int made = 0; made < widgets; made += kWidgetsInPanel) {
         auto* panel = new Trellis::Widget(root.get());
-        const QByteArray name = "panel" + QByteArray::number(int(panels.size()));
+        const QByteArray name = "panel" + QByteArray::number(firstPanel + int(panels.size()));
         panel->addCSSClass(name);
         panel->setCSSId(name);
         panels.push_back(panel);

@@ -29,7 +29,8 @@ enum class Notation {
 struct StyleScene
 {
     enum class Leaves { Plain, Texts };
-    explicit StyleScene(int widgets, Leaves leaves = Leaves::Plain);
+    /// The panels have numbers from `firstPanel` on, by which rules name them.
+    explicit StyleScene(int widgets, Leaves leaves = Leaves::Plain, int firstPanel = 0);
     ~StyleScene();
     StyleScene(const StyleScene&) = delete;
     StyleScene& operator=(const StyleScene&) = delete;
