@@ -50,3 +50,20 @@ TEST_CASE("image target: a transparent ground stays transparent and keeps half-t
     CHECK(target.image().pixelColor(5, 5).alpha() == doctest::Approx(128).epsilon(0.02));
     CHECK(target.image().pixelColor(5, 5).red() == doctest::Approx(255).epsilon(0.02));
 }
+
+TEST_CASE("image target: what is not drawn of a large picture is black, whether a part or all of it is drawn first")
+{
+    const QImage black = [] {
+        QImage image(1300, 1000, QImage::Format_RGB32);
+        image.fill(Qt::black);
+        return image;
+    }();
+    CHECK(ImageTarget(black.size()).image() == black);
+    for (const QRect& first : {QRect(600, 300, 1, 1), black.rect()}) {
+        ImageTarget target(black.size());
+        target.paint(first, [](Lantern::RenderContext&) {});
+        CHECK(target.image() == black);
+        for (const QPoint& place : {QPoint(0, 0), QPoint(600, 300), QPoint(1299, 999)})
+            CHECK(reinterpret_cast<const QRgb*>(target.image().constScanLine(place.y()))[place.x()] == 0xff000000u);
+    }
+}

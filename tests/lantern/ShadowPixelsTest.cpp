@@ -1,5 +1,8 @@
 #include "ShadowPixels.hpp"
 
+#include "RoundBoxCoverage.hpp"
+#include "ShadowMasks.hpp"
+
 #include "Composition.hpp"
 #include "TestColors.hpp"
 
@@ -9,6 +12,9 @@
 #include <QTransform>
 
 #include <doctest/doctest.h>
+
+#include <algorithm>
+#include <cmath>
 
 using LanternTest::kArea;
 using namespace Lantern;
@@ -112,4 +118,42 @@ TEST_CASE("shadow: a part that is drawn alone has the pixels of the whole, howev
             CHECK(whole != blackArea({}, 0.f, -40.f).picture());
             CHECK(thrown.picture({{0, 0, 43, 51}, {43, 0, 77, 51}, {0, 51, 17, 49}, {17, 51, 103, 49}}) == whole);
         }
+}
+
+TEST_CASE("shadow: each pixel is the shadow less what the box covers of it, however far from the box it lies")
+{
+    const Corners round = Corners::all(9.f);
+    const Corners flat{{20.f, 3.f}, {4.f, 15.f}, {0.f, 0.f}, {30.f, 2.f}};
+    for (const bool isInset : {false, true})
+        for (const Corners& corners : {round, flat, Corners()})
+            for (const float blur : {0.f, 12.f})
+                for (const double degrees : {0.0, 33.0}) {
+                    CAPTURE(isInset);
+                    CAPTURE(blur);
+                    CAPTURE(degrees);
+                    Thrown thrown = blackArea({5.f, -4.f}, blur, 2.f, isInset);
+                    thrown.box.corners = corners;
+                    thrown.degrees = degrees;
+                    RoundBox shadowBox = thrown.box.grown(isInset ? -2.f : 2.f);
+                    shadowBox.rect.x += 5.f;
+                    shadowBox.rect.y -= 4.f;
+                    const RoundBoxCoverage box(thrown.box, 1.0);
+                    const RoundBoxCoverage sharp(shadowBox, 1.0);
+                    const ShadowMask mask(ShadowMask::keyOf(shadowBox, std::max(blur, 1.f)));
+                    const QTransform toLocal = thrown.transform().inverted();
+                    const QImage image = thrown.picture();
+                    for (int y = 0; y < image.height(); ++y)
+                        for (int x = 0; x < image.width(); ++x) {
+                            const QPointF place = toLocal.map(QPointF(x + 0.5, y + 0.5));
+                            const double clip = box.at(place.x(), place.y());
+                            const QTransform toPlace = QTransform::fromTranslate(place.x() - 0.5, place.y() - 0.5);
+                            const double cast = blur > 0.f
+                                ? ShadowPlaces(mask, toPlace, shadowBox.rect).at(0, 0) / double(ShadowPlaces::kFull)
+                                : sharp.at(place.x(), place.y());
+                            const double share = isInset ? (1.0 - cast) * clip : cast * (1.0 - clip);
+                            CAPTURE(x);
+                            CAPTURE(y);
+                            REQUIRE(std::abs(qGreen(image.pixel(x, y)) - (255.0 - share * 255.0)) <= 1.01);
+                        }
+                }
 }

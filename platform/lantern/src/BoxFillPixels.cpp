@@ -100,14 +100,24 @@ QRgb BoxFillPixels::picturePixel(double x, double y) const
     return m_image.format() == QImage::Format_RGB32 ? result | 0xff000000u : result;
 }
 
-void BoxFillPixels::draw(QRgb* row, int y, int begin, int end, const PixelSpan& span) const
+void BoxFillPixels::drawEdge(QRgb* row, int y, int begin, int end) const
 {
     for (int column = begin; column < end; ++column) {
         const double x = m_places.x(column, y), localY = m_places.y(column, y);
-        QRgb source = pixel(x, localY);
-        if (column < span.fullBegin || column >= span.fullEnd)
-            source = scaledPixel(source, unsigned(int(m_box.at(x, localY) * 255.0 + 0.5)));
+        const QRgb source = scaledPixel(pixel(x, localY), unsigned(int(m_box.at(x, localY) * 255.0 + 0.5)));
         row[column] = blendedPixel(source, row[column]);
     }
+}
+
+void BoxFillPixels::draw(QRgb* row, int y, int begin, int end, const PixelSpan& span) const
+{
+    const int fullBegin = std::clamp(span.fullBegin, begin, end);
+    const int fullEnd = std::clamp(span.fullEnd, fullBegin, end);
+    drawEdge(row, y, begin, fullBegin);
+    for (int column = fullBegin; column < fullEnd; ++column) {
+        const QRgb source = pixel(m_places.x(column, y), m_places.y(column, y));
+        row[column] = m_isSolid ? source : blendedPixel(source, row[column]);
+    }
+    drawEdge(row, y, fullEnd, end);
 }
 }

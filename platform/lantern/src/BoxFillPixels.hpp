@@ -20,6 +20,7 @@ public:
     void draw(QRgb* row, int y, int begin, int end, const PixelSpan& span) const override;
 
 private:
+    void drawEdge(QRgb* row, int y, int begin, int end) const;
     [[nodiscard]] QRgb pixel(double x, double y) const;
     [[nodiscard]] QRgb picturePixel(double x, double y) const;
 

@@ -1,18 +1,11 @@
 #include "GradientColors.hpp"
 
 #include <algorithm>
-#include <cmath>
 
 namespace Lantern
 {
 namespace
 {
-QRgb rounded(const double (&color)[4])
-{
-    const auto component = [&color](int i) { return unsigned(int(color[i] + 0.5)); };
-    return component(0) << 24 | component(1) << 16 | component(2) << 8 | component(3);
-}
-
 double inverse(double value)
 {
     return value > 0.0 ? 1.0 / value : 1e9;
@@ -38,29 +31,6 @@ GradientColors::GradientColors(const Gradient& gradient, double opacity) : m_isR
     const double squared = inverse(dx * dx + dy * dy);
     m_perX = dx * squared;
     m_perY = dy * squared;
-}
-
-double GradientColors::offsetOf(double x, double y) const
-{
-    const double across = (x - m_fromX) * m_perX, along = (y - m_fromY) * m_perY;
-    return m_isRadial ? std::sqrt(across * across + along * along) : across + along;
-}
-
-QRgb GradientColors::at(double x, double y) const
-{
-    const double offset = offsetOf(x, y);
-    // Where two stops lie at one place the later one counts from there on.
-    const auto next = std::find_if(m_stops.begin(), m_stops.end(), [offset](const Stop& stop) { return stop.offset > offset; });
-    if (next == m_stops.begin())
-        return rounded(next->color);
-    const Stop& before = *(next - 1);
-    if (next == m_stops.end())
-        return rounded(before.color);
-    const double part = (offset - before.offset) / (next->offset - before.offset);
-    double mixed[4];
-    for (int i = 0; i < 4; ++i)
-        mixed[i] = before.color[i] + (next->color[i] - before.color[i]) * part;
-    return rounded(mixed);
 }
 
 bool GradientColors::isOpaque() const

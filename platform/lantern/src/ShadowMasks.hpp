@@ -10,7 +10,7 @@
 namespace Lantern
 {
 /// What a blurred box covers, sampled on a grid. A box that is larger than the blur and the corners need has the pixels of a
-/// smaller one with its middle stretched, so that boxes of many sizes share a mask. Immutable; any thread.
+/// smaller one with its middle stretched (ShadowPlaces), so that boxes of many sizes share a mask. Immutable; any thread.
 class ShadowMask
 {
 public:
@@ -29,13 +29,19 @@ public:
     [[nodiscard]] static Key keyOf(const RoundBox& box, float blurPx);
 
     explicit ShadowMask(const Key& key);
-    /// The share, 0..1, at a place that is so far from the top left corner of a box with that size.
-    [[nodiscard]] double at(double x, double y, double width, double height) const;
+    // For ShadowPlaces: the samples row by row, each 0..kFull.
+    static constexpr unsigned kFull = 65535;
+    [[nodiscard]] const std::uint16_t* values() const noexcept { return m_values.data(); }
+    [[nodiscard]] int columns() const noexcept { return m_columns; }
+    [[nodiscard]] int rows() const noexcept { return m_rows; }
+    [[nodiscard]] double samplesPerUnit() const noexcept { return m_samplesPerUnit; }
+    [[nodiscard]] double width() const noexcept { return m_width; }
+    [[nodiscard]] double height() const noexcept { return m_height; }
+    [[nodiscard]] double reach() const noexcept { return m_reach; }
     [[nodiscard]] std::size_t bytes() const noexcept { return m_values.size() * sizeof(std::uint16_t); }
 
 private:
     void blurRows(std::vector<float>& values, double sigma);
-    [[nodiscard]] double value(int column, int row) const;
 
     double m_width, m_height; ///< of the box
     double m_reach;           ///< units around the box

@@ -26,5 +26,6 @@ public:
 private:
     Ground m_ground;
     QImage m_image;
+    bool m_isFilled = false; ///< with the ground, where nothing was drawn
 };
 }

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <QImage>
+
+namespace Lantern
+{
+/// A picture whose bytes are all 0. From some megabytes on its memory is in large pages where the kernel has them: the first
+/// write to each of thousands of small ones would take longer than drawing. Null when there is no memory. Any thread.
+[[nodiscard]] QImage makeLargeImage(QSize size, QImage::Format format);
+}
