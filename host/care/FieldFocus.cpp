@@ -23,7 +23,7 @@ void FieldFocus::update(Trellis::Widget& widget, const Trellis::FrameInfo& /*fra
     const bool isRefused = isInvalid && !m_isInvalid;
     m_isWanted = isWanted;
     m_isInvalid = isInvalid;
-    if (isWanted && (hasBegun || isRefused) && !field->editor()->isEditing())
+    if (isWanted && (hasBegun || isRefused))
         Trellis::Application::instance()->setFocusWidget(field->editor().get());
 }
 }

@@ -27,6 +27,20 @@ TEST_CASE("close handle: a tap closes what opened at the card at once, and only 
     CHECK(handleOf(*table.host.mainWidget().children()[1]));
 }
 
+TEST_CASE("close handle: a second tap does not delay the end")
+{
+    CareTable table;
+    table.host.style(Host::careStyleSheet(0.55f));
+    Trellis::Widget& opened = table.open(1001, {960.f, 540.f});
+    table.host.frames(30);
+    const auto tap = [&] { handleOf(opened)->eventSend("single-tap"); };
+    tap();
+    table.host.frames(20);
+    tap();
+    table.host.frames(20);
+    CHECK(table.host.mainWidget().children().size() == 1);
+}
+
 TEST_CASE("close handle: is at least 12 mm wide, whatever the table's pixels")
 {
     for (const float pitch : {0.2f, 0.55f, 1.f}) {

@@ -51,3 +51,23 @@ TEST_CASE("drag shadow: it is darkest beside the widget, deeper below it, fades 
     for (int y = 602; y < 632; ++y) // without bands
         CHECK(gray(700, y) - gray(700, y - 1) < 14);
 }
+
+TEST_CASE("drag shadow: however the widget is turned, its shadow lies below it on the table")
+{
+    TestSupport::TestHost host;
+    host.style(".tavola-background { background-color: #ffffff; } DragShadow { position: absolute; }");
+    const auto widget = Bedrock::makeIntrusive<Trellis::Widget>();
+    widget->postConstruct();
+    host.mainWidget().addChild(widget);
+    widget->setSize({200.f, 100.f});
+    widget->setLocation({600.f, 500.f});
+    widget->setRotationAboutCenter(3.14159265f);
+    const auto shadow = Host::DragShadow::make();
+    host.mainWidget().addChild(shadow);
+    shadow->follow(*widget);
+    host.frame();
+    const QImage picture = host.app().renderToImage();
+    CHECK(qGray(picture.pixel(700, 550)) == 255);
+    CHECK(qGray(picture.pixel(700, 595)) == 255); // still under the widget
+    CHECK(qGray(picture.pixel(700, 606)) < qGray(picture.pixel(700, 494)) - 20);
+}

@@ -34,6 +34,17 @@ TEST_CASE("drop flights: in the frame of the drop a picture of the content is at
     CHECK_FALSE(flying(table));
 }
 
+TEST_CASE("drop flights: the picture begins as large as the content is shown")
+{
+    DragTable table;
+    table.content->setScale(2.f);
+    table.host.drag(1, kOnContent, kOnSpace);
+    table.host.input.fingerUp(1);
+    table.host.frame();
+    REQUIRE(flying(table));
+    CHECK(flying(table)->width() > 330.f); // of 400, one frame on its way to 60
+}
+
 TEST_CASE("drop flights: the content comes home below what covered it before, and below the space that took it")
 {
     DragTable table;

@@ -4,6 +4,7 @@
 #include "care/CardOutline.hpp"
 
 #include <Tactile/Sample.hpp>
+#include <Trellis/FadeAnimator.hpp>
 
 #include <doctest/doctest.h>
 
@@ -183,6 +184,19 @@ TEST_CASE("place keeper: a widget that closes while it glides is forgotten")
     opened.removeFromParent();
     table.host.frames(30);
     CHECK(table.host.mainWidget().children().size() == 1);
+}
+
+TEST_CASE("place keeper: what is closing keeps nothing else away")
+{
+    CareTable table;
+    Trellis::Widget& closing = table.open(1001, {700.f, 540.f});
+    table.host.frames(30);
+    Trellis::FadeAnimator::fadeOutAndDelete(closing, 5.f, 0.f);
+    closing.setInputEnabled(false); // the card goes to what lies below
+    const Trellis::Widget& opened = table.open(1002, {960.f, 540.f});
+    REQUIRE(&opened != &closing);
+    table.host.frames(30);
+    CHECK(CareTable::center(opened) == Vector2f(960.f, 540.f));
 }
 
 TEST_CASE("place keeper: with reduced motion the widget is whole in its second frame")

@@ -55,6 +55,16 @@ struct TableTidyFixture
 };
 }
 
+TEST_CASE("table tidy: content that was only turned, or only scaled, goes home, too")
+{
+    TableTidyFixture f;
+    f.first->setRotation(1.f);
+    f.second->setScale(2.f);
+    f.pass(12);
+    CHECK(f.first->rotation() == doctest::Approx(0.17453f));
+    CHECK(f.second->scale() == 1.f);
+}
+
 TEST_CASE("table tidy: content goes home after an idle time, to its place, angle and size, one after the other")
 {
     TableTidyFixture f;

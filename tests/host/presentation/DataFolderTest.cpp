@@ -23,6 +23,11 @@ TEST_CASE("data folder: a presentation's own is the user's, has its name, and be
     CHECK(own != dataFolder("/b/show", ""));
 }
 
+TEST_CASE("data folder: its name is the same in each version, so that a table which is updated finds what it has kept")
+{
+    CHECK(QFileInfo(dataFolder("/a/show", "")).fileName() == "show-e914d478");
+}
+
 TEST_CASE("data folder: what cards have collected is in a folder of its own")
 {
     CHECK(collectionsFile("/data") == "/data/collections/collections.sqlite");

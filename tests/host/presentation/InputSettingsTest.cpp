@@ -80,6 +80,7 @@ TEST_CASE("input settings: a listener with anything wrong in it is left out whol
         {R"({})", kTuio},
         {R"({"tuio": "here:3333"})", kTuio},
         {R"({"tuio": "127.0.0.1:70000"})", kTuio},
+        {R"({"tuio": "127.0.0.1:-1"})", kTuio},
         {R"({"tuio": "tcp:127.0.0.1"})", kTuio},
         {R"({"tuio": "TCP:127.0.0.1:3333"})", kTuio},
         {R"({"tuio": 3333})", kTuio},
@@ -141,6 +142,7 @@ TEST_CASE("input settings: ignored areas are rectangles or polygons, and one wit
         [0.9, 0, 0.1, 0.2],
         [[0, 0], [0.1, 0], [0, 0.1]],
         [100, 0, 20, 20],
+        [-0.1, 0, 0.1, 0.1],
         [0, 0, 0.1],
         [0, 0, 0, 0.1],
         [[0, 0], [0.1, 0], [0, 1.1]],
@@ -150,7 +152,7 @@ TEST_CASE("input settings: ignored areas are rectangles or polygons, and one wit
         QStringLiteral(": expected [x, y, width, height] or 3 to 64 corners [x, y], in numbers from 0 to 1 of the "
                        "tracker's surface; this area is not ignored");
     QStringList told;
-    for (int i = 2; i < 8; ++i)
+    for (int i = 2; i < 9; ++i)
         told << QStringLiteral("input[0].ignore[%1]").arg(i) + why;
     CHECK(outcome.skipped == told);
     REQUIRE(outcome.settings.listeners.size() == 1);
@@ -162,4 +164,15 @@ TEST_CASE("input settings: ignored areas are rectangles or polygons, and one wit
     CHECK(read(R"({"input": [{"tuio": "127.0.0.1:1", "ignore": 1}]})").skipped
           == QStringList{"input[0].ignore: expected a list of up to 64 areas; nothing is ignored"});
     CHECK(read(R"({"input": [{"tuio": "127.0.0.1:1", "ignore": []}]})").skipped.isEmpty());
+}
+
+TEST_CASE("input settings: an ignored area has 64 corners at most")
+{
+    for (const int count : {64, 65}) {
+        QByteArray corners;
+        for (int i = 0; i < count; ++i)
+            corners += QByteArray(i > 0 ? ", " : "") + "[0." + QByteArray::number(10 + i) + ", 0.5]";
+        const QByteArray json = R"({"input": [{"tuio": "127.0.0.1:1", "ignore": [[)" + corners + "]]}]}";
+        CHECK(read(json.constData()).skipped.size() == (count > 64 ? 1 : 0));
+    }
 }
