@@ -22,7 +22,7 @@ constexpr int kNarrowPx = 64;
 /// Each row lies in another page, of which the processor knows nothing before it gets there: where drawing will begin and end
 /// there is loaded so many rows before.
 constexpr int kTargetRowsAhead = 4;
-constexpr std::size_t kFirstBytes = 128, kLastBytes = 64;
+constexpr std::size_t kFirstBytes = 256, kLastBytes = 64;
 /// Of a row.
 constexpr std::size_t kUsualRuns = 64;
 constexpr int kStripRows = 32;

@@ -3,20 +3,11 @@
 #include "PixelMath.hpp"
 #include "PixelRows.hpp"
 
-#include <Bedrock/Prefetch.hpp>
-
 #include <algorithm>
 #include <cstring>
 
 namespace Lantern
 {
-namespace
-{
-/// As in Composition: a row of the picture lies in another page than the one above it.
-constexpr int kSourceRowsAhead = 4;
-constexpr std::size_t kFirstSourceBytes = 128, kLastSourceBytes = 64;
-}
-
 FilledPixels::FilledPixels(const QRect& area, QRgb pixel) : PixelSource(area), m_pixel(pixel)
 {
     m_isSolid = m_isConvex = true;
@@ -52,10 +43,6 @@ PixelSpan CopiedPixels::span(int y) const
 
 void CopiedPixels::draw(QRgb* row, int y, int begin, int end, const PixelSpan& span) const
 {
-    const int rowAhead = std::min(y - m_corner.y() + kSourceRowsAhead, m_image.height() - 1);
-    const auto* const ahead = reinterpret_cast<const QRgb*>(m_image.constScanLine(rowAhead)) - m_corner.x();
-    Bedrock::prefetch(ahead + begin, kFirstSourceBytes);
-    Bedrock::prefetch(ahead + end - 1, kLastSourceBytes);
     const auto* const line = reinterpret_cast<const QRgb*>(m_image.constScanLine(y - m_corner.y())) - m_corner.x();
     if (m_opacity < 255u) {
         blendRow(row + begin, line + begin, end - begin, m_opacity);
