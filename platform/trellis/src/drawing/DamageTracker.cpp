@@ -135,7 +135,7 @@ void DamageTracker::collect()
     // A layout that is still out of date now damages what it changes in the next frame; made here, its listeners would
     // change the queue and the tree under way.
     const Bedrock::FlagGuard layoutHeld = m_layout.hold();
-    m_parentOfRoots = nullptr;
+    m_parentOfSiblings = nullptr;
     for (std::size_t i = 0; i < m_queue.size(); ++i) {
         prefetchAheadWithChildren(m_queue, i);
         Widget* const widget = m_queue[i];
@@ -194,18 +194,18 @@ DamageTracker::Above DamageTracker::above(const Widget& widget)
     return result;
 }
 
-const DamageTracker::Above& DamageTracker::aboveRoot(const Widget& root)
+const DamageTracker::Above& DamageTracker::aboveSiblings(const Widget& widget)
 {
-    // A root further up is accounted for in between.
-    if (root.parent() != m_parentOfRoots || layerRootOf(*root.parent()))
-        m_aboveRoots = above(root);
-    m_parentOfRoots = root.parent();
-    return m_aboveRoots;
+    // To account for one changes nothing above it.
+    if (!widget.parent() || widget.parent() != m_parentOfSiblings)
+        m_aboveSiblings = above(widget);
+    m_parentOfSiblings = widget.parent();
+    return m_aboveSiblings;
 }
 
 void DamageTracker::accountFor(Widget& widget)
 {
-    account(widget, isLayerRoot(widget) ? aboveRoot(widget) : above(widget),
+    account(widget, aboveSiblings(widget),
             WidgetRecords::of(widget).drawing.subtreeRedrawQueued ? Redraw::Subtree : Redraw::Widget);
 }
 
@@ -219,6 +219,8 @@ void DamageTracker::account(Widget& widget, const Above& above, Redraw extent)
     const bool isRoot = isLayerRoot(widget);
     // A widget that clips its children changes what shows of them.
     const bool isWhole = extent == Redraw::Subtree || drawing.clips();
+    if (isWhole)
+        prefetchFirst(widget.children(), Prefetched::Objects);
     bool isCovered = above.isCovered;
     WidgetLayer* layer = above.layer;
     Vecta::Vector2f placeBefore = above.placeBefore, place = above.placeNow;
@@ -247,6 +249,8 @@ void DamageTracker::account(Widget& widget, const Above& above, Redraw extent)
         const Vecta::Rect whole = toScene.mapBounds(area);
         return isUpright || whole.isEmpty() ? whole : grown(whole, screenPixel() * kSmoothEdgePx);
     };
+    if (isWhole)
+        prefetchFirst(widget.children(), Prefetched::Records);
     const Vecta::Rect box = records.layout.bounds();
     if (!isCovered)
         m_areas.add(moved(drawing.drawnBounds, placeBefore));

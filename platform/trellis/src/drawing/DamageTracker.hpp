@@ -62,8 +62,8 @@ private:
         Vecta::Vector2f placeNow;
     };
     static Above above(const Widget& widget);
-    /// As above for layer roots, most of which have the same parent.
-    const Above& aboveRoot(const Widget& root);
+    /// As above, and kept for the next one: many that change have the same parent.
+    const Above& aboveSiblings(const Widget& widget);
     /// Something in the root, or the root itself: what it reaches over is accounted for at the end.
     void contentChanged(Widget& root);
     void accountFor(Widget& widget);
@@ -74,8 +74,8 @@ private:
     std::vector<Widget*> m_queue; ///< each has redrawQueued; a widget leaves the queue before it leaves the tree
     DamageAreas m_areas;
     // Used by collect only.
-    std::vector<Widget*> m_changedRoots;     ///< whose layers are marked as changed
-    const Widget* m_parentOfRoots = nullptr; ///< of which m_aboveRoots is known
-    Above m_aboveRoots;
+    std::vector<Widget*> m_changedRoots;        ///< whose layers are marked as changed
+    const Widget* m_parentOfSiblings = nullptr; ///< of which m_aboveSiblings is known
+    Above m_aboveSiblings;
 };
 }

@@ -76,4 +76,14 @@ void prefetchAheadWithChildren(const Widgets& widgets, std::size_t index) noexce
     each(index + kChildrenAhead, [](const Widget& child) { WidgetRecords::prefetch(child); });
     each(index + 1, [](const Widget& child) { WidgetRecords::prefetchRecords(child); });
 }
+
+/// A while before a loop begins: first the objects, then the records.
+enum class Prefetched { Objects, Records };
+template <class Widgets>
+void prefetchFirst(const Widgets& widgets, Prefetched what) noexcept
+{
+    constexpr std::size_t kFirst = 2;
+    for (std::size_t i = 0; i < kFirst && i < widgets.size(); ++i)
+        what == Prefetched::Objects ? WidgetRecords::prefetch(*widgets[i]) : WidgetRecords::prefetchRecords(*widgets[i]);
+}
 }
