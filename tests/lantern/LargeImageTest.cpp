@@ -55,3 +55,14 @@ TEST_CASE("large image: without a size there is none")
     CHECK(makeLargeImage({0, 5}, QImage::Format_RGB32).isNull());
     CHECK(makeLargeImage({5, 0}, QImage::Format_RGB32).isNull());
 }
+
+TEST_CASE("large image: bringing the memory of a picture changes no pixel, wherever its memory lies")
+{
+    for (const QSize& size : {QSize(), QSize(1, 1), QSize(37, 50), QSize(300, 310), QSize(1920, 1080)}) {
+        QImage image(size, QImage::Format_ARGB32_Premultiplied);
+        image.fill(0x80402010u);
+        const QImage before = image.copy();
+        Lantern::bringPages(image);
+        CHECK(image == before);
+    }
+}

@@ -1,6 +1,7 @@
 #include <Lantern/KeptPicture.hpp>
 
 #include "KeptTexture.hpp"
+#include "LargeImage.hpp"
 
 #include <Lantern/PainterContext.hpp>
 #include <Lantern/PictureStore.hpp>
@@ -92,6 +93,7 @@ const QImage* KeptPicture::pixels(const Paint& paint)
         if (!m_store.makeRoom(std::size_t(areaOf(m_bounds)) * 4))
             return nullptr;
         m_image = QImage(m_bounds.size(), QImage::Format_ARGB32_Premultiplied);
+        bringPages(m_image);
         m_rows = std::make_shared<PixelRows>();
         m_store.add(*this, bytes());
         m_damage = m_bounds;

@@ -12,6 +12,7 @@ namespace
 {
 /// Of the processors that tables have; with others, the pages are the usual ones.
 constexpr std::size_t kPageBytes = std::size_t(2) << 20;
+constexpr std::size_t kSmallPageBytes = 4096;
 
 /// Qt counts some of them with int.
 constexpr qint64 kMostBytes = 0x7fffffff;
@@ -33,10 +34,9 @@ void release(void* mapping)
 std::unique_ptr<Mapping> map(std::size_t bytes)
 {
     // The end is in a large page, too, where that takes little more memory.
-    constexpr std::size_t kSmallPage = 4096;
     const auto roundedUp = [bytes](std::size_t page) { return (bytes + page - 1) / page * page; };
     const bool isNearlyWhole = roundedUp(kPageBytes) - bytes <= bytes / 16;
-    const std::size_t kept = roundedUp(isNearlyWhole ? kPageBytes : kSmallPage);
+    const std::size_t kept = roundedUp(isNearlyWhole ? kPageBytes : kSmallPageBytes);
     const std::size_t reserved = kept + kPageBytes;
     void* const begin = ::mmap(nullptr, reserved, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (begin == MAP_FAILED)
@@ -74,5 +74,18 @@ QImage makeLargeImage(QSize size, QImage::Format format)
     else
         ::munmap(mapping->begin, mapping->bytes);
     return image;
+}
+
+void bringPages(QImage& image)
+{
+#ifdef MADV_POPULATE_WRITE // in kernels from 5.14 on
+    const auto begin = reinterpret_cast<std::uintptr_t>(image.bits());
+    const std::uintptr_t first = (begin + kSmallPageBytes - 1) / kSmallPageBytes * kSmallPageBytes;
+    const std::uintptr_t end = (begin + std::uintptr_t(image.sizeInBytes())) / kSmallPageBytes * kSmallPageBytes;
+    if (end > first)
+        ::madvise(reinterpret_cast<void*>(first), end - first, MADV_POPULATE_WRITE);
+#else
+    static_cast<void>(image);
+#endif
 }
 }

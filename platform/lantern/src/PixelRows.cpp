@@ -17,7 +17,12 @@ PixelSpan spanOf(const QRgb* pixels, int width)
         ++span.begin;
     while (span.end > span.begin && pixels[span.end - 1] == 0)
         --span.end;
-    for (int x = span.begin; x < span.end; ++x) {
+    // Around a turned picture thousands of pixels are not opaque: without a call for each of them.
+    for (int x = span.begin; x < span.end;) {
+        if (pixels[x] >> 24 != 255u) {
+            ++x;
+            continue;
+        }
         const int end = opaqueUntil(pixels, x, span.end);
         if (end - x > span.fullEnd - span.fullBegin) {
             span.fullBegin = x;

@@ -129,6 +129,22 @@ TEST_CASE("name checker: a value is tried when the sheet is read, and told once"
          {"ImageBox { fit: anything }", nullptr}}); // no sample has it: it shows when a widget is made
 }
 
+TEST_CASE("name checker: samples are made for sheets that give attributes values, not for variables alone")
+{
+    VocabularyFixture fixture;
+    int made = 0;
+    const Cascara::StyleVocabulary::Registrant counted({{"Counted", "", {"width"}, {}, {}, [&made] {
+                                                             ++made;
+                                                             return std::make_shared<TestNode>();
+                                                         }}});
+    fixture.sheet(":root { --text: \"one\"; } Label { --other: 3px }");
+    CHECK(made == 0);
+    fixture.sheet(":root { --text: \"one\"; } Counted { width: 3px }");
+    CHECK(made == 1);
+    fixture.sheet("@keyframes grow { to { width: 3px } }");
+    CHECK(made == 2);
+}
+
 TEST_CASE("name checker: checking makes no lazy attribute, styles no sample, and knows lazy names")
 {
     VocabularyFixture fixture;

@@ -72,7 +72,12 @@ bool isOfTheEngine(const Declaration& declaration)
 
 void NameChecker::run()
 {
-    const auto samples = StyleVocabulary::makeSamples();
+    // The texts of a language, say, are variables alone.
+    const bool hasAttributes =
+        !m_sheet.keyframes.empty() || std::any_of(m_sheet.rules.begin(), m_sheet.rules.end(), [](const auto& rule) {
+            return !std::all_of(rule->declarations.begin(), rule->declarations.end(), &isOfTheEngine);
+        });
+    const auto samples = hasAttributes ? StyleVocabulary::makeSamples() : std::vector<std::shared_ptr<Facet::Node>>();
     for (const auto& sample : samples)
         (void)sample->attributes(); // also those that are made when they are needed
     for (const auto& rule : m_sheet.rules) {

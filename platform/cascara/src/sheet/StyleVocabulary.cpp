@@ -85,12 +85,26 @@ QStringList allOf(const QString& type, List list)
     return sorted(std::move(names));
 }
 
-template <class List>
-QStringList typesWith(const QString& name, List list)
+bool hasAttribute(const StyleType& type, const QString& name)
 {
-    return all([&](const StyleType& type) {
-        return list(type).contains(name) ? QStringList{QString::fromUtf8(type.name)} : QStringList{};
-    });
+    return std::any_of(type.attributes.begin(), type.attributes.end(),
+                       [&name](const StyleAttribute& attribute) { return attribute.name() == name; });
+}
+
+bool hasState(const StyleType& type, const QString& name)
+{
+    return type.states.contains(name);
+}
+
+/// The names of the types that have something of that name, as `has` says.
+template <class Has>
+QStringList typesWith(const QString& name, Has has)
+{
+    QStringList types;
+    for (const Entry& entry : entries())
+        if (has(entry.type, name))
+            types.append(QString::fromUtf8(entry.type.name));
+    return sorted(std::move(types));
 }
 }
 
@@ -123,7 +137,8 @@ QStringList StyleVocabulary::states()
 
 bool StyleVocabulary::hasType(const QString& type)
 {
-    return types().contains(type);
+    const QByteArray name = type.toUtf8();
+    return std::any_of(entries().begin(), entries().end(), [&name](const Entry& entry) { return entry.type.name == name; });
 }
 
 QString StyleVocabulary::withArticle(const QString& type)
@@ -160,7 +175,7 @@ std::vector<StyleAttribute> StyleVocabulary::valuesOf(const QString& type, const
 
 QStringList StyleVocabulary::typesWithAttribute(const QString& attribute)
 {
-    return typesWith(attribute, attributesIn);
+    return typesWith(attribute, &hasAttribute);
 }
 
 std::vector<std::shared_ptr<Facet::Node>> StyleVocabulary::makeSamples()
@@ -175,6 +190,6 @@ std::vector<std::shared_ptr<Facet::Node>> StyleVocabulary::makeSamples()
 
 QStringList StyleVocabulary::typesWithState(const QString& state)
 {
-    return typesWith(state, statesIn);
+    return typesWith(state, &hasState);
 }
 }

@@ -2,6 +2,7 @@
 
 #include "syntax/Characters.hpp"
 
+#include <algorithm>
 #include <utility>
 
 namespace Cascara
@@ -24,6 +25,9 @@ QString preprocess(QString text)
 Tokenizer::Tokenizer(QString source)
 {
     m_tokens.source = std::move(source);
+    // A token of a usual sheet has three characters, its blanks counted.
+    constexpr int kUsualCharacters = 3, kMostReserved = 1 << 16;
+    m_tokens.list.reserve(std::size_t(std::min(m_tokens.source.size() / kUsualCharacters, kMostReserved)));
 }
 
 Tokens Tokenizer::run(const QString& text)
