@@ -90,13 +90,13 @@ void TableCare::update(Trellis::Widget& widget, const Trellis::FrameInfo& frame)
     for (const CardOpening& opening : m_openings.find(widget, sample)) {
         giveLanguage(opening);
         giveOpenedClasses(opening, *application.mainLayer(), *application.grabManager());
+        m_clock.add(opening);
         if (opening.isLaunched) {
             settleLaunched(opening, isMotionReduced);
             placeMenu(opening, m_places, application.size());
             continue;
         }
         m_places.add(opening);
-        m_clock.add(opening);
     }
     m_clock.update(widget, sample, frame.dt());
     m_signs.update(*Tavola::Tavola::instance()->ui()->internalOverlayWidget(), widget, *application.grabManager(), m_openings,

@@ -62,10 +62,12 @@ void UseClock::add(const CardOpening& opening)
     const auto widget = opening.widget.lock();
     if (!widget)
         return;
-    // A popup that waits for an answer has no such class of its own; it shows a person's address, and that person may have gone.
-    widget->addCSSClass(Tavola::Utils::temporaryWidgetCSSClass());
     Entry& entry = entryOf(*widget);
     entry.card = opening.card;
+    if (opening.isLaunched)
+        return;
+    // A popup that waits for an answer has no such class of its own; it shows a person's address, and that person may have gone.
+    widget->addCSSClass(Tavola::Utils::temporaryWidgetCSSClass());
     entry.handle = CloseHandle::addTo(*widget);
 }
 

@@ -34,7 +34,8 @@ public:
     UseClock(const UseClock&) = delete;
     UseClock& operator=(const UseClock&) = delete;
 
-    /// What opened at a card in this frame. It gets the class of temporary content, and its handle.
+    /// What opened at a card in this frame. It gets the class of temporary content, and its handle; what was launched, such as a
+    /// folder's content, neither.
     void add(const CardOpening& opening);
     /// Once a frame, after the input.
     void update(const Trellis::Widget& layer, const Tactile::Sample& sample, float dtSeconds);

@@ -2,6 +2,7 @@
 
 #include "CareTable.hpp"
 
+#include <Tavola/LaunchedContentOperator.hpp>
 #include <Trellis/TextEditWidget.hpp>
 
 #include <doctest/doctest.h>
@@ -179,6 +180,32 @@ TEST_CASE("use clock: what a card opened closes also when nothing marks it as te
     CHECK(popup->children().size() == 1); // the handle
     f.pass(41);
     CHECK_FALSE(popup->parent());
+}
+
+TEST_CASE("use clock: what a folder opens is kept open by its card, too, and closes after the time of lifted cards")
+{
+    UseClockFixture f;
+    f.table.area->setInputEnabled(false);
+    const auto card = f.table.host.input.markerDown(1002, {300.f, 200.f});
+    const auto launched = Bedrock::makeIntrusive<Trellis::Widget>();
+    launched->postConstruct();
+    launched->addCSSClass(Tavola::Utils::temporaryWidgetCSSClass());
+    launched->setSize({200.f, 100.f});
+    f.table.host.mainWidget().addChild(launched);
+    launched->addOperator(Bedrock::makeIntrusive<Tavola::LaunchedContentOperator>(false, Vector2f{300.f, 200.f}, 0.3f));
+    f.pass(30);
+    CHECK(launched->children().empty()); // no handle
+    CHECK(launched->hasPseudoClass("closing"));
+    f.table.host.input.markerMove(card, {320.f, 200.f});
+    f.table.host.frame();
+    CHECK_FALSE(launched->hasPseudoClass("closing"));
+    f.table.host.input.markerUp(card);
+    f.pass(9);
+    CHECK_FALSE(launched->hasPseudoClass("closing"));
+    f.pass(3);
+    CHECK(launched->hasPseudoClass("closing"));
+    f.pass(10);
+    CHECK_FALSE(launched->parent());
 }
 
 TEST_CASE("use clock: temporary content that no card opened closes, too, and what is there to stay stays")
