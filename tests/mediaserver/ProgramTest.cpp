@@ -342,3 +342,28 @@ TEST_CASE("media server: it goes on when the reader of its log goes away")
     CHECK(program.process().exitStatus() == QProcess::NormalExit);
     CHECK(program.process().exitCode() == 0);
 }
+
+TEST_CASE("media server: the pages of a file are imported into the database, and nothing is served")
+{
+    const Folder former;
+    {
+        Program program(former);
+        CHECK(command(program.commands(), R"({"command": "additem", "tessel": 7, "url": "https://a.example/"})")
+                  .value("success")
+                  .toBool());
+    }
+    const Folder folder;
+    for (const char* file : {"items.sqlite", "missing.sqlite"}) {
+        CAPTURE(file);
+        const bool isThere = former.path(QString::fromUtf8(file)).endsWith(QLatin1String("items.sqlite"));
+        Program program(folder, {QStringLiteral("--import"), former.path(QString::fromUtf8(file))});
+        REQUIRE(program.process().waitForFinished(TestSupport::kPatienceMs));
+        CHECK(program.process().exitCode() == (isThere ? 0 : 1));
+        CHECK(program.process().readAllStandardOutput()
+              == (isThere
+                      ? "tavola-mediaserver: 1 pages and 1 things were imported; 0 pages keep the address that they have in the "
+                        "database already\n"
+                      : ""));
+        CHECK(program.process().readAllStandardError().contains("missing.sqlite") == !isThere);
+    }
+}

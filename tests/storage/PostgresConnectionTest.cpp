@@ -14,6 +14,7 @@
 #include <condition_variable>
 #include <future>
 #include <mutex>
+#include <utility>
 
 using namespace Storage;
 using Kind = Store::Kind;
@@ -188,6 +189,30 @@ TEST_CASE("postgres connection: a commit that the server undid is done again")
     CHECK(database.execute(QStringLiteral("SELECT length FROM boat")).toInt() == 1);
 }
 
+TEST_CASE("postgres connection: a job that another transaction was in the way of runs again on the same connection")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    const TestDatabase database(TestDatabase::Kind::Postgres);
+    const auto store = database.store(boats(), kPatient);
+    // As the server does when two transactions wait for each other, when the boat is long.
+    database.execute(QStringLiteral("CREATE FUNCTION collide() RETURNS trigger LANGUAGE plpgsql AS $$ BEGIN RAISE EXCEPTION "
+                                    "'deadlock detected' USING ERRCODE = '40P01'; END $$"));
+    database.execute(QStringLiteral("CREATE TRIGGER collide BEFORE INSERT ON boat FOR EACH ROW WHEN (NEW.length > 99) "
+                                    "EXECUTE FUNCTION collide()"));
+    int calls = 0;
+    QString connection[2];
+    const auto outcome = store->run(Kind::Write, [&](Transaction& transaction) {
+        transaction.run(QStringLiteral("SELECT pg_backend_pid()"), {},
+                        [&](const QSqlQuery& row) { connection[calls == 0 ? 0 : 1] = row.value(0).toString(); });
+        return addBoat(transaction, "Ahti", ++calls == 1 ? 100 : 1);
+    });
+    REQUIRE_MESSAGE(outcome, outcome.error().text().toStdString());
+    CHECK(calls == 2);
+    CHECK(connection[0] == connection[1]);
+    CHECK(database.execute(QStringLiteral("SELECT length FROM boat")).toInt() == 1);
+}
+
 TEST_CASE("postgres connection: a server that hangs costs a job its deadline, and is used again when it answers")
 {
     if (!TestDatabase::hasPostgres())
@@ -219,15 +244,26 @@ TEST_CASE("postgres connection: the end of a program waits no longer for a serve
     // Far longer than the test's own limit.
     const auto store = far.store(within(std::chrono::hours(1)));
     CHECK(store->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Ahti"); }) == true);
-    far.proxy.freeze();
     std::promise<Store::Outcome> waiting;
+    std::promise<void> isRunning;
+    std::promise<void> isFrozen;
     store->post(
-        Kind::Write, [](Transaction& t) { return addBoat(t, "Ilma"); },
+        Kind::Write,
+        [&isRunning, &isFrozen, isFirst = true](Transaction& t) mutable {
+            if (std::exchange(isFirst, false)) {
+                isRunning.set_value();
+                isFrozen.get_future().wait();
+            }
+            return addBoat(t, "Ilma");
+        },
         [&waiting](const Store::Outcome& outcome) { waiting.set_value(outcome); });
+    isRunning.get_future().wait();
+    far.proxy.freeze();
     std::promise<Store::Outcome> queued;
     store->post(
         Kind::Read, [](Transaction&) { return true; }, [&queued](const Store::Outcome& outcome) { queued.set_value(outcome); });
     store->endWithin(std::chrono::milliseconds(50));
+    isFrozen.set_value();
     for (auto* promise : {&waiting, &queued}) {
         const auto outcome = promise->get_future().get();
         REQUIRE_FALSE(outcome);

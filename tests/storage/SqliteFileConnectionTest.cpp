@@ -59,6 +59,28 @@ TEST_CASE("sqlite file connection: a file that another one replaces is opened an
     CHECK(database.execute(QStringLiteral("SELECT count(*) FROM boat")).toInt() == 2);
 }
 
+TEST_CASE(
+    "sqlite file connection: a job finds at once that a file was replaced by none that can be used, and one that can is used")
+{
+    const TestDatabase database(TestDatabase::Kind::Sqlite);
+    Store::Settings settings;
+    settings.deadline = std::chrono::hours(1); // far longer than the test's own limit
+    const auto store = database.store(boats(), settings);
+    CHECK(store->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Ahti"); }) == true);
+    QFile file(database.address().file);
+    for (const char* ending : {"", "-wal", "-shm"})
+        QFile::remove(file.fileName() + QLatin1String(ending));
+    REQUIRE(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray(5000, 'w'));
+    file.close();
+    const auto outcome = store->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Ilma"); });
+    REQUIRE_FALSE(outcome);
+    CHECK(outcome.error().kind == Failure::Kind::Refused);
+    REQUIRE(file.remove());
+    CHECK(store->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Ilma"); }) == true);
+    CHECK(allBoats(*store) == "Ilma");
+}
+
 TEST_CASE("sqlite file connection: a job that meets a lock is refused after its deadline, and the next one gets through")
 {
     const TestDatabase database(TestDatabase::Kind::Sqlite);

@@ -177,6 +177,32 @@ TEST_CASE("store: jobs come about in the order in which they were posted, readin
     }
 }
 
+TEST_CASE("store: jobs of both kinds that wait together keep their order, also when one of them fails")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        const auto store = database.store(boats());
+        Outcomes outcomes;
+        QString seen;
+        const auto look = [&seen](Transaction& transaction) {
+            seen.clear();
+            return transaction.run(QStringLiteral("SELECT name FROM boat ORDER BY name"), {},
+                                   [&seen](const QSqlQuery& row) { seen += row.value(0).toString() + QLatin1Char(' '); });
+        };
+        Gate gate(*store);
+        store->post(Kind::Read, look, outcomes.note("first look"));
+        store->post(
+            Kind::Write, [](Transaction& transaction) { return addBoat(transaction, "Ahti") && false; }, outcomes.note("bad"));
+        store->post(
+            Kind::Write, [](Transaction& transaction) { return addBoat(transaction, "Ilma"); }, outcomes.note("good"));
+        store->post(Kind::Read, look, outcomes.note("look"));
+        gate.open();
+        CHECK(outcomes.wait(4) == std::vector<std::string>{"first look done", "bad undone", "good done", "look done"});
+        CHECK(seen == "Ilma ");
+    }
+}
+
 TEST_CASE("store: what a writing job reads stays true while others write")
 {
     constexpr int kStores = 3;

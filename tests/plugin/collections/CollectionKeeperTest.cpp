@@ -223,6 +223,29 @@ TEST_CASE("collection keeper: what another table changes is read at once, shown,
     CHECK(table.store->changes().empty());
 }
 
+TEST_CASE("collection keeper: the store's copy of this table's own preview is no change")
+{
+    Keeping table;
+    table.keeper->added(7);
+    auto own = item("moon");
+    own.preview = "/tmp/moon.png";
+    table.keeper->changed(7, own);
+    auto& kept = table.store->kept[table.code];
+    kept.front().preview = "/museum/moon.png";
+    table.keeper->read();
+    table.host.frame();
+    CHECK(table.refreshed.empty());
+    kept.front().status = 3;
+    table.keeper->read();
+    table.host.frame();
+    CHECK(table.refreshed == Strings{"7 moon 3"});
+    // With the preview that the table shows.
+    own.status = 3;
+    (void)table.store->changes();
+    table.keeper->changed(7, own);
+    CHECK(table.store->changes().empty());
+}
+
 TEST_CASE("collection keeper: an answer that is older than a change of this table does not undo it")
 {
     Keeping table;

@@ -93,6 +93,11 @@ TEST_CASE("shared uploads: what another table collects while this one deletes th
         table.addElsewhere("y-2", "one");
         table.addElsewhere("y-3", "two");
         CHECK(table.sent().empty());
+        table.removeElsewhere("y-2");
+        CHECK(table.sent().empty());
+        table.removeElsewhere("y-1");
+        CHECK(table.sent() == Strings{"deleteitem http://one"}); // it has given it
+        table.answerLast();
         CHECK(table.store->changes() == Strings{"remove x-1"});
     }
 }
@@ -146,12 +151,13 @@ TEST_CASE("shared uploads: of two items of one thing that two tables remove at o
 TEST_CASE("shared uploads: what is removed at another table while it is given again is deleted after it")
 {
     SharedSpace table;
-    table.addElsewhere("x-1", "one");
+    table.collect("one");
+    table.answerLast();
     table.removeFirst();
     table.answerLast();
     table.addElsewhere("y-1", "one");
     table.removeElsewhere("y-1");
-    CHECK(table.sent() == Strings{"deleteitem http://one", "additem http://one"});
+    CHECK(table.sent() == Strings{"additem http://one", "deleteitem http://one", "additem http://one"});
     table.answerLast();
     CHECK(table.sent() == Strings{"deleteitem http://one"});
     TestSupport::expectWarningStartingWith("SharedUploads # Failed to delete user item : ");

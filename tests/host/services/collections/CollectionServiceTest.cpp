@@ -255,6 +255,11 @@ struct SharingTable
     /// `deadline`: longer than any statement takes on a busy machine, but where the server is to be given up.
     explicit SharingTable(const Storage::Address& address, std::chrono::milliseconds deadline = std::chrono::minutes(1))
     {
+        restart(address, deadline);
+    }
+    void restart(const Storage::Address& address, std::chrono::milliseconds deadline = std::chrono::minutes(1))
+    {
+        service.reset();
         CollectionPlace place;
         place.address = address;
         place.previews = folder.path(QStringLiteral("previews"));
@@ -402,4 +407,38 @@ TEST_CASE(
     CHECK(changed.get() == std::set<unsigned long>{7});
     CHECK(TestSupport::pumpUntil([&] { return other.names().size() == 2; }));
     CHECK(one.names().size() == 2);
+}
+
+TEST_CASE("collection service: a table closes soon while its server hangs, and its next start has what was collected")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    const TestDatabase database(TestDatabase::Kind::Postgres);
+    PostgresProxy proxy(database.address().port);
+    Storage::Address address = database.address();
+    address.port = proxy.port();
+    // Far longer than the test's own limit.
+    SharingTable one(address, std::chrono::hours(1));
+    CHECK(one.names().isEmpty());
+    const QString picture = one.folder.write(QStringLiteral("tmp/shot.png"), "picture");
+    proxy.freeze();
+    TestSupport::expectWarningStartingWith("CollectionService # Failed to write " + address.shown().toStdString() + ": ");
+    auto change = serviceChange(Kind::Add, "a-1", "one");
+    change.item.preview = picture;
+    one.service->change(change);
+    one.service->endWithin(std::chrono::milliseconds(50));
+    one.service.reset();
+    proxy.thaw();
+    REQUIRE(QFile::remove(picture));
+    one.restart(database.address());
+    CHECK(one.names() == QStringList{"one"});
+    // The others have its picture, too.
+    const SharingTable other(database.address());
+    const auto result = std::make_shared<std::promise<QString>>();
+    other.service->read(7, [result](const std::optional<std::vector<CollectedItem>>& items) {
+        result->set_value(items && items->size() == 1 ? items->front().preview : QString());
+    });
+    QFile copy(result->get_future().get());
+    REQUIRE(copy.open(QIODevice::ReadOnly));
+    CHECK(copy.readAll() == "picture");
 }

@@ -1,0 +1,110 @@
+#include "services/collections/CollectionClaims.hpp"
+
+#include "Folder.hpp"
+
+#include <doctest/doctest.h>
+
+#include <QStringList>
+
+#include <chrono>
+#include <optional>
+
+using namespace Host;
+
+namespace
+{
+using ChangeKind = CollectionDatabase::Change::Kind;
+
+/// A store with the items "a-1" and "a-2", of which another table has claimed the first.
+struct ClaimedStore
+{
+    Folder folder;
+    CollectionDatabase database{
+        *CollectionPlace::of({}, folder.path(QStringLiteral("collections.sqlite"))),
+        {},
+        [](const QString& what, const QString& reason, const QString&) { FAIL((what + reason).toStdString()); }};
+    CollectionClaims claims;
+    QStringList answers; ///< the keys of each, joined
+    qint64 now = 1000;
+
+    ClaimedStore()
+    {
+        REQUIRE(database.open());
+        change(ChangeKind::Add, "a-1");
+        change(ChangeKind::Add, "a-2");
+        CHECK(database.claim({"a-1"}, QStringLiteral("other"), now)->keys == QStringList{"a-1"});
+    }
+    void change(ChangeKind kind, const char* key)
+    {
+        CollectionDatabase::Change result{kind, 7, {}};
+        result.item.key = QString::fromUtf8(key);
+        CHECK(database.apply({result}, now));
+    }
+    void claim(const QStringList& keys)
+    {
+        claims.add(keys, QStringLiteral("one"), [this](const std::optional<QStringList>& claimed) {
+            answers << (claimed ? claimed->join(QLatin1Char(' ')) : QStringLiteral("not asked"));
+        });
+    }
+    bool ask(bool isUsable = true)
+    {
+        return claims.ask(
+            database, isUsable, [](const QString& key) { return key == QLatin1String("new"); }, now);
+    }
+};
+}
+
+TEST_CASE("collection claims: items that no other table sends are answered at once, with those that are not stored yet")
+{
+    ClaimedStore store;
+    CHECK(store.claims.nextAttempt() == CollectionClaims::Clock::time_point::max());
+    store.claim({"a-2", "gone", "new"});
+    CHECK(store.claims.nextAttempt() <= CollectionClaims::Clock::now());
+    CHECK(store.ask());
+    CHECK(store.answers == QStringList{"a-2 new"});
+    CHECK(store.claims.nextAttempt() == CollectionClaims::Clock::time_point::max());
+    CHECK(store.ask());
+    CHECK(store.answers.size() == 1);
+}
+
+TEST_CASE("collection claims: one waits until the other table has removed what it sends")
+{
+    ClaimedStore store;
+    store.claim({"a-1", "a-2"});
+    store.claim({"a-2"});
+    CHECK(store.ask());
+    CHECK(store.answers == QStringList{"a-2"});
+    const auto next = store.claims.nextAttempt();
+    CHECK(next > CollectionClaims::Clock::now());
+    CHECK(next <= CollectionClaims::Clock::now() + std::chrono::seconds(CollectionClaim::kSeconds + 1));
+    store.change(ChangeKind::Remove, "a-1");
+    CHECK(store.ask());
+    CHECK(store.answers == QStringList{"a-2", "a-2"});
+}
+
+TEST_CASE("collection claims: one that waits gets what another table does not send when that one's claim is over")
+{
+    ClaimedStore store;
+    store.claim({"a-1"});
+    store.now += CollectionClaim::kSeconds;
+    CHECK(store.ask());
+    CHECK(store.answers.isEmpty());
+    store.now += 1;
+    CHECK(store.ask());
+    CHECK(store.answers == QStringList{"a-1"});
+}
+
+TEST_CASE("collection claims: an outage fails a new one, and one that knows of another table's waits on")
+{
+    ClaimedStore store;
+    store.claim({"a-1"});
+    CHECK(store.ask());
+    store.claim({"a-2"});
+    CHECK_FALSE(store.ask(false));
+    CHECK(store.answers == QStringList{"not asked"});
+    CHECK(store.claims.nextAttempt() > CollectionClaims::Clock::now());
+    CHECK(store.claims.nextAttempt() < CollectionClaims::Clock::time_point::max());
+    store.change(ChangeKind::Remove, "a-1");
+    CHECK(store.ask());
+    CHECK(store.answers == QStringList{"not asked", ""});
+}
