@@ -33,6 +33,9 @@ public:
     std::optional<Quantity> function(int& position)
     {
         const StyleTerm& name = m_terms[position];
+        const QString outer = m_function;
+        if (!name.text.isEmpty()) // no parenthesis alone
+            m_function = name.text.toLower();
         const int end = position + 1 + int(name.number);
         ++position;
         const bool isClamp = isNamed(name.text, "clamp");
@@ -59,10 +62,18 @@ public:
             return std::nullopt;
         if (position < end || (isClamp && count != 3))
             return fail(isClamp ? "'clamp()' takes three values" : "unexpected ',' in 'calc()'");
+        m_function = outer;
         return result;
     }
 
 private:
+    std::nullopt_t failWithoutValue()
+    {
+        if (m_error)
+            *m_error = QStringLiteral("a value is missing in '%1()'").arg(m_function);
+        return std::nullopt;
+    }
+
     std::nullopt_t fail(const char* reason)
     {
         if (m_error)
@@ -135,7 +146,7 @@ private:
     std::optional<Quantity> operand(int& position, int end)
     {
         if (position >= end)
-            return fail("a value is missing in 'calc()'");
+            return failWithoutValue();
         const StyleTerm& term = m_terms[position];
         switch (term.kind) {
         case Term::Number: ++position; return Quantity{MathKind::Number, term.number};
@@ -149,7 +160,7 @@ private:
                 return fail("expected a number, 'calc()', 'min()', 'max()' or 'clamp()'");
             return function(position);
         case Term::Ident: ++position; return constant(term);
-        default: return fail("a value is missing in 'calc()'");
+        default: return failWithoutValue();
         }
     }
 
@@ -184,6 +195,7 @@ private:
     const QVector<StyleTerm>& m_terms;
     const double* m_wholePx;
     QString* m_error;
+    QString m_function{QStringLiteral("calc")}; ///< the innermost with a name
 };
 
 StyleTerm termOf(const Quantity& quantity)
