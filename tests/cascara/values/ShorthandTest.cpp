@@ -70,6 +70,12 @@ TEST_CASE("shorthand: what each stands for, with initial for what is not named")
          BACKGROUND("red", "url(\"a.png\")", "right 10%", "cover", "repeat-x")},
         {"background", "linear-gradient(red, blue) 0 0 / 20px 30px, url(a.png) center, #fff",
          BACKGROUND("#fff", "linear-gradient(red, blue), url(\"a.png\")", "0 0, center", "20px 30px, auto", "repeat, repeat")},
+        {"background", "red no-repeat", BACKGROUND("red", "initial", "left top", "auto", "no-repeat")},
+        {"background", "12px / 50%", BACKGROUND("initial", "initial", "12px", "50%", "repeat")},
+        {"background", "none #fff", BACKGROUND("#fff", "initial", "initial", "initial", "initial")},
+        {"background", "url(a.png), none no-repeat red", BACKGROUND("red", "url(\"a.png\")", "left top", "auto", "repeat")},
+        {"font", "oblique 20px Inter",
+         "font-style=oblique; font-weight=initial; font-size=20px; line-height=initial; font-family=Inter"},
         {"font", "20px Inter", "font-style=initial; font-weight=initial; font-size=20px; line-height=initial; font-family=Inter"},
         {"font", "italic bold 1.5em/1.4 Inter, 'Noto Sans'",
          "font-style=italic; font-weight=bold; font-size=1.5em; line-height=1.4; font-family=Inter, \"Noto Sans\""},
@@ -93,9 +99,9 @@ TEST_CASE("shorthand: what cannot be parted is an error that says what is expect
         CAPTURE(std::string(css));
         CHECK(expanded("border", css) == border);
     }
-    for (const char* css :
-         {"red blue", "12px", "red, url(a.png)", "url(a.png) url(b.png)", "url(a.png) /", "url(a.png) / cover",
-          "url(a.png) 1px 2px 3px", "url(a.png) left / ", "url(a.png), none", "url(a.png) repeat repeat repeat"}) {
+    for (const char* css : {"red blue", "none none", "red, url(a.png)", "url(a.png),", ", red", "url(a.png) url(b.png)",
+                            "url(a.png) /", "url(a.png) / cover", "url(a.png) 1px 2px 3px", "url(a.png) left / ",
+                            "none url(a.png)", "url(a.png) repeat repeat repeat"}) {
         CAPTURE(std::string(css));
         CHECK(expanded("background", css)
               == "[expected none, or a colour and pictures, each with its position, '/' and size, and repetition]");

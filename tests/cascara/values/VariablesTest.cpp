@@ -141,6 +141,10 @@ TEST_CASE("variables: a value that grows beyond 64 KiB is invalid, and so are va
     CHECK(substituted("var(--v9) var(--v9)", variables) == "[with its variables the value has more than 65536 characters]");
     CHECK(substituted("var(--v10)", variables).find("more than 65536 characters") != std::string::npos);
 
+    const auto exact = resolve({{"--a", std::string(65536, 'x')}, {"--b", std::string(65537, 'x')}});
+    CHECK(substituted("var(--a)", exact).size() == 65536);
+    CHECK(substituted("var(--b)", exact) == "[with its variables the value has more than 65536 characters]");
+
     Definitions many{{"--long", std::string(60000, 'x')}};
     for (int i = 0; i < 40; ++i)
         many.push_back({"--m" + std::to_string(i), "var(--long) y"});
@@ -149,6 +153,18 @@ TEST_CASE("variables: a value that grows beyond 64 KiB is invalid, and so are va
     for (int i = 0; i < 40; ++i)
         valid += substituted("var(--m" + std::to_string(i) + ")", large).front() != '[';
     CHECK(valid == 17);
+}
+
+TEST_CASE("variables: blocks in one another are read 32 deep")
+{
+    for (const int depth : {32, 33}) {
+        CAPTURE(depth);
+        const std::string open(std::size_t(depth), '(');
+        const Tokens tokens = tokensOf(open.c_str());
+        StyleSheetError error;
+        CHECK(checkVariableTokens(tokens, 0, int(tokens.list.size()) - 1, error) == (depth == 32));
+        CHECK(error.column == (depth == 32 ? 1 : 33)); // of the first too many
+    }
 }
 
 TEST_CASE("variables: what may not stand in a definition or a reference has its place")

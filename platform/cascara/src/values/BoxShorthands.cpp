@@ -66,9 +66,10 @@ bool isSize(const StyleTerm& term)
         || isWord(term, "contain");
 }
 
+/// Also `none`, which is a picture that shows nothing.
 bool isPicture(const StyleTerm& term)
 {
-    return term.kind == Kind::Url
+    return term.kind == Kind::Url || isWord(term, "none")
         || (term.kind == Kind::Function && term.text.endsWith(QLatin1String("-gradient"), Qt::CaseInsensitive));
 }
 
@@ -108,7 +109,7 @@ void append(Shorthand::Part& part, const StyleValue& value, const char* word)
     part.value.terms += value.terms;
 }
 
-/// False for a colour that is not that of the last layer, and for a place without a picture.
+/// False for a colour that is not that of the last layer, and for a layer that says nothing.
 bool finishLayer(const BackgroundLayer& layer, bool isLast, std::vector<Shorthand::Part>& parts)
 {
     if (!layer.color.terms.isEmpty()) {
@@ -118,9 +119,13 @@ bool finishLayer(const BackgroundLayer& layer, bool isLast, std::vector<Shorthan
     }
     if (layer.hasSlash && layer.size.terms.isEmpty())
         return false;
-    if (layer.image.terms.isEmpty())
-        return !layer.color.terms.isEmpty() && layer.position.terms.isEmpty() && layer.repeat.terms.isEmpty();
-    append(parts[1], layer.image, "none");
+    const bool isPlaced = !layer.position.terms.isEmpty() || !layer.repeat.terms.isEmpty();
+    const bool hasPicture = !layer.image.terms.isEmpty() && !isWord(layer.image.terms.first(), "none");
+    // Of layers without a picture only the place of a single one counts, for a picture that another rule gives.
+    if (!hasPicture && (!isPlaced || !isLast || !parts[1].value.terms.isEmpty()))
+        return isPlaced || !layer.color.terms.isEmpty() || !layer.image.terms.isEmpty();
+    if (hasPicture)
+        append(parts[1], layer.image, "none");
     append(parts[2], layer.position, "left");
     if (layer.position.terms.isEmpty())
         parts[2].value.terms.push_back({Kind::Ident, QStringLiteral("top"), 0.0, {}});

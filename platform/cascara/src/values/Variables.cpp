@@ -190,7 +190,7 @@ bool VariableSubstitution::append(const Tokens& tokens, int index, Tokens& resul
 {
     Token token = tokens.list[std::size_t(index)];
     const int length = token.end - token.start;
-    if (result.source.size() + length >= kMostCharacters) {
+    if (result.source.size() + length > kMostCharacters) {
         m_fault = QStringLiteral("with its variables the value has more than %1 characters").arg(kMostCharacters);
         return false;
     }
