@@ -66,6 +66,7 @@ struct Table::Private
 
     static void keepDecoded(const Presentation& presentation, const TableOptions& options);
     bool loadPlugins(const QStringList& names, QString& error);
+    void loadSheets(const Presentation& presentation) const;
     void placeWidgets(const Presentation& presentation);
     void clearLayers();
     void close();
@@ -94,6 +95,20 @@ bool Table::Private::loadPlugins(const QStringList& names, QString& error)
         plugins.push_back(std::move(plugin));
     }
     return true;
+}
+
+void Table::Private::loadSheets(const Presentation& presentation) const
+{
+    const Cascara::StyleEngine::Batch sheets;
+    auto& styles = Cascara::StyleEngine::instance();
+    styles.addStyleSheet(careStyleSheet(presentation.pixelPitchMm), QStringLiteral("care.css"));
+    if (presentation.keyboardLayout != QLatin1String("none"))
+        styles.addStyleSheet(languageKeyboardSheet(), QStringLiteral("care.css"));
+    for (const LanguageSheet& sheet :
+         languageSheets(LanguageTexts::read(presentation.languageFolders), services.languages()->usual()))
+        styles.addStyleSheet(sheet.css, sheet.file);
+    for (const QString& sheet : presentation.styleSheets)
+        styles.loadStyleSheet(sheet);
 }
 
 void Table::Private::placeWidgets(const Presentation& presentation)
@@ -209,19 +224,12 @@ std::unique_ptr<Table> Table::open(const Presentation& presentation, const Table
     auto& styles = Cascara::StyleEngine::instance();
     styles.setPixelPitch(double(presentation.pixelPitchMm));
     styles.setMedia({d.view.layout().x, d.view.layout().y, presentation.reducedMotion});
-    // The plug-ins' packages say which types and attributes the style sheets may name.
+    // The plug-ins' packages say which types and attributes the style sheets may name, on the ground of the host's.
+    d.styleTypes.emplace(hostTypes(presentation));
     if (!d.loadPlugins(options.plugin.isEmpty() ? presentation.plugins : QStringList{options.plugin}, error))
         return nullptr;
-    d.styleTypes.emplace(hostTypes(presentation));
     styles.setChecksNames(true);
-    styles.addStyleSheet(careStyleSheet(presentation.pixelPitchMm), QStringLiteral("care.css"));
-    if (presentation.keyboardLayout != QLatin1String("none"))
-        styles.addStyleSheet(languageKeyboardSheet(), QStringLiteral("care.css"));
-    for (const LanguageSheet& sheet :
-         languageSheets(LanguageTexts::read(presentation.languageFolders), d.services.languages()->usual()))
-        styles.addStyleSheet(sheet.css, sheet.file);
-    for (const QString& sheet : presentation.styleSheets)
-        styles.loadStyleSheet(sheet);
+    d.loadSheets(presentation);
     d.tavola->ui()->internalOverlayWidget()->addChild(Bedrock::makeIntrusive<Tavola::MarkerDetectorWidget>());
     d.placeWidgets(presentation);
     std::function<bool()> isMailDelayed;

@@ -17,6 +17,13 @@ MediaQuery parse(const char* css, std::vector<Cascara::StyleSheetError>& errors)
 }
 }
 
+TEST_CASE("media query: a square is upright")
+{
+    std::vector<Cascara::StyleSheetError> errors;
+    CHECK(parse("(orientation: portrait)", errors).matches({500.f, 500.f, false}));
+    CHECK_FALSE(parse("(orientation: landscape)", errors).matches({500.f, 500.f, false}));
+}
+
 TEST_CASE("media query: asks for the table's size, orientation and motion")
 {
     struct Row

@@ -75,6 +75,12 @@ TEST_CASE("name checker: states are those of the type, and without a type nothin
            {"Label:hover { width: 1px }", "1:7: a Label has no state ':hover'; the selector matches nothing"},
            {".a :draging { width: 1px }",
             "1:5: there is no state ':draging' (did you mean 'dragging'?); the selector matches nothing"},
+           {":frist-child { width: 1px }",
+            "1:2: there is no state ':frist-child' (did you mean 'first-child'?); the selector matches nothing"},
+           {"Label:lsat-child { width: 1px }",
+            "1:7: a Label has no state ':lsat-child' (did you mean 'last-child'?); the selector matches nothing"},
+           {".a:first-child, Label:last-child, :root { width: 1px }", nullptr},
+           {".a:hover { width: 1px }", "1:4: there is no state ':hover'; the selector matches nothing"},
            {":not(Label.a:fokus) { width: 1px }",
             "1:14: a Label has no state ':fokus' (did you mean 'focus'?); the selector matches nothing"}});
 }
@@ -100,6 +106,16 @@ TEST_CASE("name checker: an attribute is right when a type that the selector can
          {"tracker { width: 1px }", "1:11: width: a tracker has no 'width'; Widget has; the declaration is skipped"},
          {"Label { widht: 1px }", "1:9: widht: no attribute has this name (did you mean 'width'?); the declaration is skipped"},
          {".none:not(Label) { nosuch-name: 1px }", "1:20: nosuch-name: no attribute has this name; the declaration is skipped"}});
+}
+
+TEST_CASE("name checker: of the types that have an attribute three are named")
+{
+    VocabularyFixture fixture;
+    const Cascara::StyleVocabulary::Registrant types(
+        {{"A", "", {"three", "four"}}, {"B", "", {"three", "four"}}, {"C", "", {"three", "four"}}, {"D", "", {"four"}}});
+    expectWarning("StyleEngine # test.css:1:9: three: a Label has no 'three'; A, B, C have; the declaration is skipped");
+    expectWarning("StyleEngine # test.css:1:19: four: a Label has no 'four'; A, B, C … have; the declaration is skipped");
+    fixture.sheet("Label { three: 1; four: 1 }");
 }
 
 TEST_CASE("name checker: a value is tried when the sheet is read, and told once")

@@ -30,6 +30,21 @@ TEST_CASE("node styler: variables are inherited, and definitions on the way down
     CHECK(node.width == 3.f);
 }
 
+TEST_CASE("node styler: a fallback that stands in for a variable of the tree is no mistake before its node is in the tree")
+{
+    StyleFixture fixture;
+    fixture.add("", "Root", "root").setPseudoClass("root", true);
+    fixture.sheet("Root { --size: 3 } #side { --other: 4 } .x { width: var(--size, wide) } .y { width: var(--other, wide) }");
+    TestNode& x = fixture.add("", "N", "x", "x");
+    CHECK(x.width == 0.f);
+    x.setStyleParent(&fixture["root"]);
+    CHECK(x.width == 3.f);
+    TestNode& y = fixture.add("", "N", "y", "y");
+    expectWarning("StyleEngine # test.css:1:78: width: expected a number, got 'wide'; the default is used");
+    y.setStyleParent(&fixture["root"]);
+    CHECK(y.width == 0.f);
+}
+
 TEST_CASE("node styler: the cascade decides which definition of a variable holds")
 {
     struct Row

@@ -117,6 +117,22 @@ TEST_CASE("font faces: a file that is broken or missing is an error, and texts h
     CHECK(written(scene, "font-family: Brand, 'DejaVu Serif'") == serif);
 }
 
+TEST_CASE("font faces: their mistakes stand among those of their sheet in the order of lines")
+{
+    FontScene scene;
+    const std::vector<std::string> expected = {
+        "StyleEngine # test.css:1:10: width: expected ':' after the attribute name; the declaration is skipped",
+        "StyleEngine # test.css:2:1: @font-face: cannot use '" + scene.folder.path().toStdString()
+            + "/none.font': No such file or directory; texts have the next font"};
+    for (const std::string& text : expected)
+        TestSupport::expectWarning(text);
+    scene.sheet(QStringLiteral("Widget { width? : 1 }\n") + faceRule("Brand", "none.font"));
+    std::vector<std::string> got;
+    for (const auto& line : TestSupport::loggedLines())
+        got.push_back(line.text);
+    CHECK(got == expected);
+}
+
 TEST_CASE("font faces: letters that the font does not have come from the next family, one by one")
 {
     FontScene scene;

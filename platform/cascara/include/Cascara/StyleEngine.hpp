@@ -27,6 +27,21 @@ class TAVOLA_EXPORT StyleEngine
 public:
     [[nodiscard]] static StyleEngine& instance();
 
+    /// While one lives, sheets are added that belong together. Its end logs the warnings about them, those of each sheet in the
+    /// order of lines, with the keyframes and variables that none of them has.
+    class TAVOLA_EXPORT Batch
+    {
+    public:
+        Batch();
+        Batch(const Batch&) = delete;
+        Batch& operator=(const Batch&) = delete;
+        ~Batch();
+
+    private:
+        struct Messages;
+        std::unique_ptr<Messages> m_messages;
+    };
+
     /// Adds a sheet after those there are (and, before it, those it imports) and restyles everything. `name` stands in
     /// messages; relative url()s and @imports are resolved against `baseDirectory`.
     void addStyleSheet(const QString& text, const QString& name, const QString& baseDirectory = QString());
@@ -44,6 +59,8 @@ public:
     [[nodiscard]] const std::vector<FontFace>& fontFaces() const noexcept;
     /// Called when that has changed, before nodes are styled by the sheet. One at a time; empty for none.
     void setFontFaceListener(std::function<void()> listener);
+    /// Warns of a face, at its place in its sheet.
+    static void warnOfFontFace(const FontFace& face, const QString& text);
     /// Takes all sheets away and withdraws what they set.
     void clearStyleSheets();
 

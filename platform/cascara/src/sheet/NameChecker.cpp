@@ -63,6 +63,23 @@ std::optional<QStringList> typesOf(const Selector& selector)
     return typesOf(selector.parts.front().compound);
 }
 
+/// Pseudo-classes of CSS that any widget may have.
+const QStringList& structuralStates()
+{
+    static const QStringList kNames{QStringLiteral("first-child"), QStringLiteral("last-child"), QStringLiteral("root")};
+    return kNames;
+}
+
+/// Those that authors know from browsers, and that no widget has.
+bool isOfBrowsers(const QString& state)
+{
+    static const QStringList kNames{
+        QStringLiteral("hover"),        QStringLiteral("visited"),       QStringLiteral("link"),
+        QStringLiteral("only-child"),   QStringLiteral("first-of-type"), QStringLiteral("last-of-type"),
+        QStringLiteral("only-of-type"), QStringLiteral("focus-within"),  QStringLiteral("focus-visible")};
+    return kNames.contains(state);
+}
+
 /// What the engine itself understands.
 bool isOfTheEngine(const Declaration& declaration)
 {
@@ -139,8 +156,8 @@ void NameChecker::checkName(const SelectorName& name)
                                       .arg(type, Facet::didYouMean(type, StyleVocabulary::types()))});
 }
 
-/// Any state may be set on the root, by a switch of the presentation: without a type only what is nearly a known one is a
-/// mistake.
+/// Any state may be set on the root, by a switch of the presentation: without a type only what is nearly a known one, or one
+/// that browsers have, is a mistake.
 void NameChecker::checkState(const SelectorName& name)
 {
     const QString state = textOf(name.feature.name);
@@ -148,13 +165,13 @@ void NameChecker::checkState(const SelectorName& name)
     QString text;
     if (name.type == 0 || type == QLatin1String("Widget")) {
         const bool isKnown = !StyleVocabulary::typesWithState(state).isEmpty();
-        const QString suggestion = isKnown ? QString() : Facet::didYouMean(state, StyleVocabulary::states());
-        if (!suggestion.isEmpty())
+        const QString suggestion = isKnown ? QString() : Facet::didYouMean(state, StyleVocabulary::states() + structuralStates());
+        if (!suggestion.isEmpty() || (!isKnown && isOfBrowsers(state)))
             text = QStringLiteral("there is no state ':%1'%2").arg(state, suggestion);
     } else if (typeNamed(type).isDeclared && !typeNamed(type).states.contains(state)) {
         text = QStringLiteral("%1 has no state ':%2'%3")
                    .arg(StyleVocabulary::withArticle(type), state,
-                        hint(StyleVocabulary::typesWithState(state), state, typeNamed(type).states));
+                        hint(StyleVocabulary::typesWithState(state), state, typeNamed(type).states + structuralStates()));
     }
     if (!text.isEmpty())
         m_sheet.errors.push_back({name.line, name.column, text + QStringLiteral("; the selector matches nothing")});

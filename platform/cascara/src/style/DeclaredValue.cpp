@@ -6,6 +6,7 @@
 #include "values/ValueParser.hpp"
 #include "values/ValueSuggestion.hpp"
 
+#include <algorithm>
 #include <utility>
 
 namespace Cascara
@@ -21,7 +22,7 @@ void reportDeclaration(const Declaration& declaration, const QString& text)
 }
 
 DeclaredValue::DeclaredValue(StyleNode& node, const Declaration& declaration)
-    : m_declaration(declaration), m_keyword(declaration.keyword)
+    : m_node(node), m_declaration(declaration), m_keyword(declaration.keyword)
 {
     if (declaration.tokens)
         substitute(node);
@@ -127,8 +128,22 @@ std::shared_ptr<const Facet::StyleValue> DeclaredValue::sharedValue() const
     return m_computed ? m_computed : std::make_shared<const Facet::StyleValue>(m_declaration.value);
 }
 
+/// Whether a fallback stands in for a variable that the node may get when it comes to the tree.
+bool DeclaredValue::awaitsVariables() const
+{
+    if (!m_declaration.tokens || m_node.isInTree())
+        return false;
+    std::vector<int> names;
+    collectVariables(*m_declaration.tokens, names);
+    const VariableSet* const set = m_node.inheritance ? m_node.inheritance->variables.set() : nullptr;
+    return std::any_of(names.begin(), names.end(),
+                       [set](int name) { return !(set && set->find(name)) && restyler().isVariableDefined(name); });
+}
+
 void DeclaredValue::reportUnfit(const QString& expected) const
 {
+    if (awaitsVariables())
+        return;
     const QString got = m_declaration.tokens ? m_origin : QStringLiteral(", got '%1'").arg(m_declaration.value.toString());
     reportDeclaration(m_declaration, withFunctionSuggestion(expected, value()) + got + fallback());
 }

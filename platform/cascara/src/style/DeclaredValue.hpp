@@ -33,7 +33,8 @@ public:
     /// Whether the node has the declaration's value already when that of `applied` is the last one it was given. Notes which
     /// variables the node uses.
     [[nodiscard]] static bool isApplied(StyleNode& node, const Declaration& declaration, int applied);
-    /// Warns, once for each declaration, that the value does not fit the attribute.
+    /// Warns, once for each declaration, that the value does not fit the attribute. Not of a node outside of the tree, where
+    /// another value comes into force once the node has the variables of the tree.
     void reportUnfit(const QString& expected) const;
 
 private:
@@ -41,7 +42,9 @@ private:
     void resolveFontSize(StyleNode& node);
     bool pickPart(Facet::StyleValue& value, QString& expected) const;
     [[nodiscard]] QString fallback() const;
+    [[nodiscard]] bool awaitsVariables() const;
 
+    const StyleNode& m_node;
     const Declaration& m_declaration;
     std::shared_ptr<const Facet::StyleValue> m_computed;   ///< of a declaration that is not constant
     std::shared_ptr<const SubstitutedValue> m_substituted; ///< where variables give a value, and nothing else does

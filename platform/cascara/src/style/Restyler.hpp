@@ -79,6 +79,8 @@ public:
     {
         return m_stillness == 0 && node.born != m_frame && !m_media.reducesMotion;
     }
+    /// Warns of keyframes and variables that no sheet has, see LoadedSheets.
+    void reportMissing() { m_sheets.reportMissing(); }
     /// The next frame: transitions and animations move on.
     void advance(double seconds);
     /// The end of a frame: animations that wait begin.

@@ -32,6 +32,18 @@ NameChecker::IsMadeLater StyleEngine::Private::isMadeLater() const
     return checksNames ? NameChecker::IsMadeLater(&LazyAttributeManager::isRegistered) : nullptr;
 }
 
+struct StyleEngine::Batch::Messages
+{
+    SheetMessages::Collection inOrder;
+};
+
+StyleEngine::Batch::Batch() : m_messages(std::make_unique<Messages>()) {}
+
+StyleEngine::Batch::~Batch()
+{
+    restyler().reportMissing();
+}
+
 void StyleEngine::addStyleSheet(const QString& text, const QString& name, const QString& baseDirectory)
 {
     const SheetMessages::Collection inOrder;
@@ -104,6 +116,14 @@ const std::vector<FontFace>& StyleEngine::fontFaces() const noexcept
 void StyleEngine::setFontFaceListener(std::function<void()> listener)
 {
     d->fontListener = std::move(listener);
+}
+
+void StyleEngine::warnOfFontFace(const FontFace& face, const QString& text)
+{
+    SheetMessages::warn(face.sheet, face.line, face.column,
+                        QStringLiteral("%1:%2:%3: @font-face: %4")
+                            .arg(face.sheet, QString::number(face.line), QString::number(face.column), text)
+                            .toUtf8());
 }
 
 void StyleEngine::finishStyling()

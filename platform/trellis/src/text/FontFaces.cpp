@@ -3,7 +3,7 @@
 #include "text/FontFile.hpp"
 
 #include <Bedrock/BoundedFile.hpp>
-#include <Bedrock/Trace.hpp>
+#include <Cascara/StyleEngine.hpp>
 
 #include <QCryptographicHash>
 #include <QFontDatabase>
@@ -24,9 +24,7 @@ QByteArray digest(const QByteArray& bytes)
 
 void warn(const Cascara::FontFace& face, const QString& file, const QString& reason)
 {
-    Bedrock::Trace::warning("StyleEngine # %s:%d:%d: @font-face: cannot use '%s': %s; texts have the next font",
-                            face.sheet.toUtf8().constData(), face.line, face.column, file.toUtf8().constData(),
-                            reason.toUtf8().constData());
+    Cascara::StyleEngine::warnOfFontFace(face, QStringLiteral("cannot use '%1': %2; texts have the next font").arg(file, reason));
 }
 
 /// What distinguishes one registration of a font from another.
