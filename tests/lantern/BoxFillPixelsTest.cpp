@@ -81,6 +81,22 @@ TEST_CASE("box fill: each corner has its own radius, and a colour fills the rest
     CHECK(image.pixel(60, 70) == 0xff000000u);
 }
 
+TEST_CASE("box fill: whichever corner is round, it is left free")
+{
+    const QPoint corners[] = {{31, 31}, {88, 31}, {88, 68}, {31, 68}};
+    for (int round = 0; round < 4; ++round) {
+        CAPTURE(round);
+        Filled filled;
+        filled.fill.color = kRed;
+        Vecta::Vector2f* const radii[] = {&filled.box.corners.topLeft, &filled.box.corners.topRight,
+                                          &filled.box.corners.bottomRight, &filled.box.corners.bottomLeft};
+        *radii[round] = {12.f, 12.f};
+        const QImage image = filled.picture();
+        for (int i = 0; i < 4; ++i)
+            CHECK(image.pixel(corners[i]) == (i == round ? 0xff000000u : 0xffff0000u));
+    }
+}
+
 TEST_CASE("box fill: a gradient lies in its tile, which repeats where it may")
 {
     Filled filled = redToBlue({-30.f, -20.f, 20.f, 10.f});
@@ -107,8 +123,11 @@ TEST_CASE("box fill: a picture fills its tile, and repeats across its edges")
     CHECK(std::abs(qGreen(image.pixel(60, 31)) - 132) <= 3);
     CHECK(std::abs(qRed(image.pixel(31, 50)) - 123) <= 3); // and between red and blue
     CHECK(std::abs(qBlue(image.pixel(31, 50)) - 132) <= 6);
-    filled.fill.tile = {-30.f, -20.f, 2.f, 2.f};
+    filled.fill.tile = {-30.f, -20.f, 8.f, 8.f};
+    CHECK(qGreen(filled.picture().pixel(30, 31)) == 0); // at its edge nothing of the other one
     filled.fill.repeatsX = filled.fill.repeatsY = true;
+    CHECK(qGreen(filled.picture().pixel(30, 31)) > 60);
+    filled.fill.tile = {-30.f, -20.f, 2.f, 2.f};
     image = filled.picture();
     for (int i = 0; i < 30; ++i) {
         REQUIRE(image.pixel(30 + 2 * i, 40) == 0xffff0000u);
@@ -124,6 +143,16 @@ TEST_CASE("box fill: only what is opaque and fills the box hides what is below")
 {
     CHECK(redToBlue().pixels().isSolid());
     CHECK_FALSE(redToBlue({-30.f, -20.f, 20.f, 40.f}).pixels().isSolid());
+    Filled flat = redToBlue({-30.f, -20.f, 60.f, 20.f});
+    CHECK_FALSE(flat.pixels().isSolid());
+    flat.fill.repeatsY = true;
+    CHECK(flat.pixels().isSolid());
+    Filled picture;
+    picture.fill.image = fourPixels();
+    picture.fill.tile = {-30.f, -20.f, 60.f, 40.f};
+    CHECK(picture.pixels().isSolid());
+    picture.opacity = 0.9;
+    CHECK_FALSE(picture.pixels().isSolid());
     Filled faint = redToBlue();
     faint.opacity = 0.9;
     CHECK_FALSE(faint.pixels().isSolid());

@@ -44,6 +44,14 @@ TEST_CASE("gradient: two stops at one place are a sharp edge")
     const GradientColors colors(across({{0.f, kRed}, {0.3f, kRed}, {0.3f, kBlue}, {1.f, kBlue}}), 1.0);
     CHECK(colors.at(29.9, 0.0) == 0xffff0000u);
     CHECK(colors.at(30.1, 0.0) == 0xff0000ffu);
+    const GradientColors quarter(across({{0.25f, kRed}, {0.25f, kBlue}}), 1.0);
+    CHECK(quarter.at(25.0, 0.0) == 0xff0000ffu); // the later one counts from there on
+}
+
+TEST_CASE("gradient: a colour beyond what there is is the nearest one")
+{
+    const Bedrock::Color odd{2.f, -1.f, 0.f, 3.f};
+    CHECK(GradientColors(across({{0.f, odd}, {1.f, odd}}), 1.0).at(10.0, 0.0) == 0xffff0000u);
 }
 
 TEST_CASE("gradient: a radial one grows to its radii, and one without any has its last colour")

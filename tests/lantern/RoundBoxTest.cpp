@@ -2,6 +2,8 @@
 
 #include <doctest/doctest.h>
 
+#include <limits>
+
 using namespace Lantern;
 
 namespace
@@ -25,6 +27,13 @@ TEST_CASE("round box: corners that do not fit become smaller by one factor")
     CHECK(box(100.f, 40.f, 20.f).fitted().corners == Corners::all(20.f));
     CHECK(box(100.f, 40.f, 999.f).fitted().largestRadius() == doctest::Approx(20.0));
     CHECK(box(40.f, 100.f, 999.f).fitted().largestRadius() == doctest::Approx(20.0));
+}
+
+TEST_CASE("round box: a radius without end is as round as the box allows")
+{
+    const float endless = std::numeric_limits<float>::infinity();
+    CHECK(box(100.f, 40.f, endless).fitted().corners == Corners::all(20.f));
+    CHECK(box(100.f, 40.f, 1e30f).fitted().corners == Corners::all(20.f));
 }
 
 TEST_CASE("round box: two corners that do not fit on one side make all of them smaller, whichever side it is")

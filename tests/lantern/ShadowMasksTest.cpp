@@ -94,3 +94,28 @@ TEST_CASE("shadow masks: those that were not used for long make room")
     (void)wide(7.9f);
     CHECK(masks.built() == 5);
 }
+
+TEST_CASE("shadow masks: one that is larger than what they may take is kept alone")
+{
+    ShadowMasks masks(1);
+    const auto first = masks.mask(shadowBox(90.f, 90.f, 8.f), 20.f);
+    CHECK(masks.mask(shadowBox(90.f, 90.f, 8.f), 20.f) == first);
+    CHECK(masks.built() == 1);
+    (void)masks.mask(shadowBox(90.f, 90.f, 7.f), 20.f);
+    CHECK(masks.count() == 1);
+}
+
+TEST_CASE("shadow mask: there is nothing beyond the reach of the blur")
+{
+    for (const float blur : {0.5f, 20.f}) {
+        CAPTURE(blur);
+        const ShadowMask mask(ShadowMask::keyOf(shadowBox(90.f, 60.f), blur));
+        const double far = 1.5 * double(blur) + 2.0;
+        for (const double distance : {far, 1000.0}) {
+            CHECK(mask.at(-distance, 30.0, 90.0, 60.0) == 0.0);
+            CHECK(mask.at(90.0 + distance, 30.0, 90.0, 60.0) == 0.0);
+            CHECK(mask.at(45.0, -distance, 90.0, 60.0) == 0.0);
+            CHECK(mask.at(45.0, 60.0 + distance, 90.0, 60.0) == 0.0);
+        }
+    }
+}

@@ -94,6 +94,18 @@ TEST_CASE("shadow: inset it lies inside of the box only, at the edges that it co
     CHECK(blackArea({}, 6.f, 40.f, true).picture().pixel(60, 50) == 0xff000000u);
 }
 
+TEST_CASE("shadow: it shows beside round corners, and inset it fades towards the middle")
+{
+    Thrown thrown = blackArea({}, 0.f, 6.f);
+    thrown.box.corners = Corners::all(20.f);
+    CHECK(thrown.picture().pixel(32, 32) == 0xff000000u); // inside of the rectangle, outside of its corner
+    CHECK(thrown.picture().pixel(45, 45) == 0xffffffffu);
+    thrown = blackArea({}, 8.f, 0.f, true);
+    // 5.5 px from the edge, with a deviation of 4 px
+    CHECK(qGreen(thrown.picture().pixel(35, 50)) == doctest::Approx(233).epsilon(0.02));
+    CHECK(qGreen(thrown.picture().pixel(60, 64)) == doctest::Approx(233).epsilon(0.02));
+}
+
 TEST_CASE("shadow: a colour shows as strong as it and the shadow are")
 {
     Thrown thrown = blackArea({0.f, 30.f}, 0.f, 0.f);

@@ -56,6 +56,7 @@ TEST_CASE("animation timing: delay, iterations, direction and fill mode give the
         {"the end of the way back", timing(2, 0, 2, Direction::Alternate, FillMode::Forwards), 4.0, 0.0, true},
         {"for ever", timing(2, 0, kForEver, Direction::Normal, FillMode::None), 4001.0, 0.5, false},
         {"no time", timing(0, 0, 1, Direction::Normal, FillMode::Forwards), 0.0, 1.0, true},
+        {"rounded steps reach the end of no time", timing(0, 1, 1, Direction::Normal, FillMode::Forwards), 0.9999999, 1.0, true},
         {"no time leaves nothing", timing(0, 0, 1, Direction::Normal, FillMode::None), 0.0, kNothing, true},
         {"no time for ever", timing(0, 0, kForEver, Direction::Normal, FillMode::Forwards), 0.0, 1.0, true},
     };

@@ -46,6 +46,7 @@ TEST_CASE("value mixer: colours are mixed premultiplied, so that nothing turns g
     CHECK(color("#FF0000", "#00000000", 1.0) == "#00000000");
     CHECK(color("#FFFFFF", "#000000", 0.0) == "#FFFFFF");
     CHECK(color("#808080", "#FFFFFF", 1.5) == "#FFFFFF");
+    CHECK(color("#80808080", "#808080", 1.5) == "#A0A0A0"); // beyond the end nothing is more than opaque
 }
 
 TEST_CASE("value mixer: what cannot be mixed is the first until halfway")
@@ -53,6 +54,7 @@ TEST_CASE("value mixer: what cannot be mixed is the first until halfway")
     CHECK(mixed("10px", "50%", 0.49) == "10px");
     CHECK(mixed("10px", "50%", 0.5) == "50%");
     CHECK(mixed("auto", "5px", 0.4) == "auto");
+    CHECK(mixed("10px", "5em", 0.4) == "10px");
     CHECK(mixed("left", "right", 0.6) == "right");
     CHECK(mixed("#FF0000", "5", 0.4) == "#FF0000");
     CHECK(mixed("1 2", "3 a", 0.2) == "1 2");

@@ -431,6 +431,17 @@ TEST_CASE("running animations: in a delay that shows nothing the node has what r
     CHECK(n.width == 60.f);
 }
 
+TEST_CASE("running animations: unset is the default of what is not inherited, whatever the parent has")
+{
+    AnimationFixture fixture("Root { width: 50 } @keyframes x { from { width: unset } to { width: inherit } } "
+                             ".go { animation: x 1s linear }");
+    fixture.n().addCSSClass("go");
+    fixture.engine.beginAnimations();
+    CHECK(fixture.n().width == 0.f);
+    fixture.frame(0.5);
+    CHECK(fixture.n().width == 25.f);
+}
+
 TEST_CASE("running animations: a keyframe says how values go on from it, and words stand for defaults and for what is inherited")
 {
     AnimationFixture fixture("Root { color: lime } N { width: 30; color: red } "

@@ -107,6 +107,35 @@ TEST_CASE("running transitions: one that is reversed shortens a negative delay, 
     CHECK_FALSE(fixture.engine.isMoving());
 }
 
+TEST_CASE("running transitions: another rule with the same value moves nothing")
+{
+    MotionFixture fixture;
+    TestNode& n = fixture.n();
+    fixture.sheet(".same { width: 100px }");
+    n.addCSSClass("far");
+    fixture.engine.advance(1.0);
+    CHECK_FALSE(fixture.engine.isMoving());
+    n.addCSSClass("same");
+    CHECK_FALSE(fixture.engine.isMoving());
+    CHECK(n.width == 100.f);
+}
+
+TEST_CASE("running transitions: one that is reversed waits its whole delay")
+{
+    MotionFixture fixture("width 1s linear 0.5s");
+    TestNode& n = fixture.n();
+    n.addCSSClass("far");
+    fixture.engine.advance(0.75);
+    CHECK(n.width == 25.f);
+    n.removeCSSClass("far");
+    fixture.engine.advance(0.5);
+    CHECK(n.width == 25.f);
+    fixture.engine.advance(0.125);
+    CHECK(n.width == 12.5f);
+    fixture.engine.advance(0.125);
+    CHECK(n.width == 0.f);
+}
+
 TEST_CASE("running transitions: another end on the way begins at the value that shows, with its whole time")
 {
     MotionFixture fixture;

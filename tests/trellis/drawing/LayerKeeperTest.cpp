@@ -132,6 +132,49 @@ TEST_CASE("layer keeper: what turns, grows, hides or leaves is not kept, and is 
     CHECK(table.kept() == 0);
 }
 
+TEST_CASE("layer keeper: frames are wanted until what stands still is kept")
+{
+    Table table;
+    table.draw();
+    CHECK(table.scene.app.needsFrame());
+    table.draw();
+    CHECK(table.kept() == 1);
+    table.draw();
+    CHECK_FALSE(table.scene.app.needsFrame());
+}
+
+TEST_CASE("layer keeper: children that are cut off, or are not any more, show so in the kept picture")
+{
+    Table table;
+    place(table.child, {50, 10, 25, 20});
+    // The shadow reaches further than the child, so that the picture keeps its size.
+    style(table.group, "box-shadow: 0 0 30px black; overflow: hidden");
+    table.draw();
+    table.draw();
+    CHECK(table.kept() == 1);
+    const QImage cut = table.target.image();
+    for (const char* overflow : {"overflow: visible", "overflow: hidden", "overflow: visible"}) {
+        CAPTURE(overflow);
+        style(table.group, overflow);
+        table.draw();
+        CHECK(table.kept() == 1);
+        CHECK(table.target.image() == table.scene.picture());
+    }
+    CHECK(table.target.image() != cut);
+}
+
+TEST_CASE("layer keeper: an upright box without children that throws a shadow is kept")
+{
+    Table table;
+    table.child.removeFromParent();
+    table.group.setRotation(0.f);
+    style(table.group, "box-shadow: 0 4px 12px black");
+    table.draw();
+    table.draw();
+    CHECK(table.kept() == 1);
+    CHECK(table.target.image() == table.scene.picture());
+}
+
 TEST_CASE("layer keeper: a change in a kept widget repaints what it touches, and the picture shows it")
 {
     Table table;
@@ -165,7 +208,7 @@ TEST_CASE("layer keeper: an upright box without children, and what does not fit 
     table.draw();
     table.draw();
     CHECK(table.kept() == 1);
-    table.scene.app.setPictureBudget(1000);
+    table.scene.app.setPictureBudget(10000);
     table.group.setSize({70, 50});
     table.draw();
     table.draw();
