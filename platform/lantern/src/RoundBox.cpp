@@ -22,10 +22,10 @@ Vecta::Vector2f grownCorner(Vecta::Vector2f corner, float px)
     return {grownRadius(corner.x, px), grownRadius(corner.y, px)};
 }
 
+/// Below zero where the border is wider: a sharp one, once it is fitted.
 Vecta::Vector2f innerCorner(Vecta::Vector2f corner, float across, float along)
 {
-    const Vecta::Vector2f inner{corner.x - across, corner.y - along};
-    return inner.x > 0.f && inner.y > 0.f ? inner : Vecta::Vector2f{};
+    return {corner.x - across, corner.y - along};
 }
 
 /// Beyond it sums of radii are no longer exact.
