@@ -163,6 +163,23 @@ TEST_CASE("layer keeper: children that are cut off, or are not any more, show so
     CHECK(table.target.image() != cut);
 }
 
+TEST_CASE("layer keeper: below a shift by parts of a pixel, and in what cuts its children off, nothing is kept")
+{
+    Table table;
+    const auto settled = [&] {
+        for (int i = 0; i < 3; ++i)
+            table.draw();
+        CHECK(table.target.image() == table.scene.picture());
+        return table.kept();
+    };
+    table.main.setLocation({0.5f, 0.f});
+    CHECK(settled() == 0);
+    table.main.setLocation({1.f, 0.f});
+    CHECK(settled() == 1);
+    style(table.main, "overflow: hidden");
+    CHECK(settled() == 0);
+}
+
 TEST_CASE("layer keeper: an upright box without children that throws a shadow is kept")
 {
     Table table;
