@@ -112,10 +112,10 @@ TEST_CASE("shadow mask: there is nothing beyond the reach of the blur")
         const ShadowMask mask(ShadowMask::keyOf(shadowBox(90.f, 60.f), blur));
         const double far = 1.5 * double(blur) + 2.0;
         for (const double distance : {far, 1000.0}) {
-            CHECK(mask.at(-distance, 30.0, 90.0, 60.0) == 0.0);
-            CHECK(mask.at(90.0 + distance, 30.0, 90.0, 60.0) == 0.0);
-            CHECK(mask.at(45.0, -distance, 90.0, 60.0) == 0.0);
-            CHECK(mask.at(45.0, 60.0 + distance, 90.0, 60.0) == 0.0);
+            CHECK(shareAt(mask, -distance, 30.0, 90.f, 60.f) == 0.0);
+            CHECK(shareAt(mask, 90.0 + distance, 30.0, 90.f, 60.f) == 0.0);
+            CHECK(shareAt(mask, 45.0, -distance, 90.f, 60.f) == 0.0);
+            CHECK(shareAt(mask, 45.0, 60.0 + distance, 90.f, 60.f) == 0.0);
         }
     }
 }
