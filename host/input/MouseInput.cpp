@@ -10,6 +10,8 @@ namespace
 constexpr std::int64_t kFirstCardId = std::int64_t(1) << 40;
 constexpr std::int64_t kFirstFingerId = std::int64_t(1) << 41;
 constexpr float kWheelStepRadians = 0.261799388f;
+/// A person at the lower edge lays a card down with its left edge towards them.
+constexpr float kFromLowerEdge = 18.f * kWheelStepRadians;
 
 using Kind = Tactile::InputChange::Kind;
 }
@@ -55,7 +57,7 @@ void MouseInput::press(Vecta::Vector2f point, bool shift)
             note(Kind::Move, *lies);
             return;
         }
-        m_markers.emplace_back(idOfCode(code), code, point, 0.f);
+        m_markers.emplace_back(idOfCode(code), code, point, kFromLowerEdge);
         note(Kind::Down, m_markers.back());
         return;
     }

@@ -11,8 +11,8 @@ namespace Host
 {
 /// Turns a window's mouse and keys into fingers and cards, for trying a presentation without a tracker. Main thread only.
 ///
-/// The left button is a finger. A click while a digit key is held puts that card down; a click on a card with Shift lifts
-/// it; the wheel over a card turns it; dragging a card moves it.
+/// The left button is a finger. A click while a digit key is held puts that card down as a person at the lower edge does,
+/// its left edge towards them; a click on a card with Shift lifts it; the wheel over a card turns it; dragging a card moves it.
 class MouseInput final : public Tactile::InputSource
 {
 public:

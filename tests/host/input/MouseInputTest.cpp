@@ -93,7 +93,7 @@ TEST_CASE("mouse input: a move without a button is nothing")
     CHECK(f.sample().changes.empty());
 }
 
-TEST_CASE("mouse input: a click while a digit is held puts that card down and leaves it there")
+TEST_CASE("mouse input: a click while a digit is held puts that card down, as from the lower edge, and leaves it there")
 {
     MouseInputFixture f;
     f.putDown(2, {300, 200});
@@ -102,7 +102,7 @@ TEST_CASE("mouse input: a click while a digit is held puts that card down and le
     REQUIRE(f.taken.markers.size() == 1);
     CHECK(f.taken.markers[0].code() == 1002);
     CHECK(isAt(f.taken.markers[0], 300, 200));
-    CHECK(f.taken.markers[0].rotation() == 0.f);
+    CHECK(f.taken.markers[0].rotation() == doctest::Approx(18 * kFifteenDegrees));
     CHECK(f.taken.fingers.empty());
     CHECK(f.sample().markers.size() == 1);
 }
@@ -169,9 +169,9 @@ TEST_CASE("mouse input: the wheel turns the card under it by fifteen degrees a s
     f.mouse.wheel({310, 200}, 2);
     REQUIRE(f.sample().changes.size() == 1);
     CHECK(f.taken.changes[0].kind == Kind::Move);
-    CHECK(f.taken.markers[0].rotation() == doctest::Approx(2 * kFifteenDegrees));
+    CHECK(f.taken.markers[0].rotation() == doctest::Approx(20 * kFifteenDegrees));
     f.mouse.wheel({310, 200}, -3);
-    CHECK(f.sample().markers[0].rotation() == doctest::Approx(23 * kFifteenDegrees));
+    CHECK(f.sample().markers[0].rotation() == doctest::Approx(17 * kFifteenDegrees));
     f.mouse.wheel({900, 900}, 1);
     CHECK(f.sample().changes.empty());
 }

@@ -128,13 +128,13 @@ TEST_CASE("table window: the wheel turns the card under it by 15 degrees a step,
     const double other = double(f.cards()[1].rotation());
 
     f.wheel({210, 210}, 120);
-    CHECK(double(f.cards()[0].rotation()) == doctest::Approx(kStepRadians));
+    CHECK(double(f.cards()[0].rotation()) == doctest::Approx(19 * kStepRadians));
     f.wheel({210, 210}, 60);
-    CHECK(double(f.cards()[0].rotation()) == doctest::Approx(1.5 * kStepRadians));
+    CHECK(double(f.cards()[0].rotation()) == doctest::Approx(19.5 * kStepRadians));
     f.wheel({210, 210}, -240);
-    CHECK(double(f.cards()[0].rotation()) == doctest::Approx(23.5 * kStepRadians));
+    CHECK(double(f.cards()[0].rotation()) == doctest::Approx(17.5 * kStepRadians));
     f.wheel({350, 60}, 120); // where no card lies
-    CHECK(double(f.cards()[0].rotation()) == doctest::Approx(23.5 * kStepRadians));
+    CHECK(double(f.cards()[0].rotation()) == doctest::Approx(17.5 * kStepRadians));
     CHECK(double(f.cards()[1].rotation()) == other);
 }
 
