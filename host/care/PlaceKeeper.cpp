@@ -17,6 +17,7 @@ using Vecta::Vector2f;
 
 constexpr float kCheckSeconds = 0.1f;
 constexpr float kSamePlaceSquaredPx = 0.25f;
+constexpr float kSameAngleRadians = 0.001f;
 constexpr float kGapMm = 2.f; ///< between a card and what it does not cover
 
 Vector2f centerInScene(const Trellis::Widget& widget)
@@ -24,10 +25,18 @@ Vector2f centerInScene(const Trellis::Widget& widget)
     return widget.mapToScene(widget.size() / 2.f);
 }
 
+/// Parts of a widget that moves and grows are measured with rounding.
+bool isSameRect(const Vecta::Rect& a, const Vecta::Rect& b)
+{
+    return (Vector2f(a.x, a.y) - Vector2f(b.x, b.y)).lengthSquared() < kSamePlaceSquaredPx
+        && (Vector2f(a.width, a.height) - Vector2f(b.width, b.height)).lengthSquared() < kSamePlaceSquaredPx;
+}
+
 bool hasSameShape(const PlaceSearch& a, const PlaceSearch& b)
 {
-    return a.placement == b.placement && a.size == b.size && a.angleRadians == b.angleRadians && a.keepClear == b.keepClear
-        && a.table == b.table;
+    return a.placement == b.placement && (a.size - b.size).lengthSquared() < kSamePlaceSquaredPx
+        && std::abs(a.angleRadians - b.angleRadians) < kSameAngleRadians && a.table == b.table
+        && std::equal(a.keepClear.begin(), a.keepClear.end(), b.keepClear.begin(), b.keepClear.end(), isSameRect);
 }
 
 /// From the widget to the scene, but for the place. A widget that comes growing has its whole size at once.
@@ -148,7 +157,8 @@ void PlaceKeeper::check(Guest& guest, Trellis::Widget& widget, const std::vector
     const Vector2f place = search.find();
     // One that grew has another centre than the one that it was moved to.
     const bool isGliding = guest.glideSeconds < kGlideSeconds;
-    if (place == guest.to && (isGliding || (centerInScene(widget) - place).lengthSquared() < kSamePlaceSquaredPx))
+    const bool isSamePlace = (place - guest.to).lengthSquared() < kSamePlaceSquaredPx;
+    if (isSamePlace && (isGliding || (centerInScene(widget) - place).lengthSquared() < kSamePlaceSquaredPx))
         return;
     guest.from = centerInScene(widget);
     guest.to = place;

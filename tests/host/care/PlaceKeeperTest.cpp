@@ -186,6 +186,23 @@ TEST_CASE("place keeper: a widget that closes while it glides is forgotten")
     CHECK(table.host.mainWidget().children().size() == 1);
 }
 
+TEST_CASE("place keeper: one that comes growing at a trembling card ends its glide within 0.3 s, however it is turned")
+{
+    for (const float angle : {0.3f, 1.1f, 2.f, 4.6f}) {
+        CAPTURE(angle);
+        CareTable table;
+        table.host.style("@keyframes open { from { scale: 0.8; } } .opened { placement: beside; animation: open 0.22s; }");
+        const Trellis::Widget& opened = table.open(1001, {960.f, 540.f}, angle);
+        for (int frame = 0; frame < 19; ++frame) {
+            table.host.input.markerMove(table.card, {960.f + 0.02f * float(frame), 540.f}, angle);
+            table.host.frame();
+        }
+        const Vector2f soon = CareTable::center(opened);
+        table.host.frames(60);
+        CHECK((CareTable::center(opened) - soon).length() < 1.f);
+    }
+}
+
 TEST_CASE("place keeper: what is closing keeps nothing else away")
 {
     CareTable table;
