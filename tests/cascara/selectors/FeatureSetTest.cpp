@@ -67,3 +67,20 @@ TEST_CASE("feature set: no selector that matches is ever ruled out")
     CHECK(matched > 1000);
     CHECK(ruledOut > 1000);
 }
+
+TEST_CASE("feature set: of other features than a few it holds, hardly one in fifty seems to be held")
+{
+    int seeming = 0;
+    constexpr int kSets = 50, kOthers = 200;
+    for (int first = 0; first < kSets; ++first) {
+        FeatureSet set;
+        for (int i = 0; i < 7; ++i)
+            set.add(Feature{Kind::Class, 1000 + 7 * first + i});
+        for (int other = 0; other < kOthers; ++other) {
+            FeatureSet one;
+            one.add(Feature{Kind::Id, 100 + other});
+            seeming += set.mayContainAll(one);
+        }
+    }
+    CHECK(seeming < kSets * kOthers / 50);
+}

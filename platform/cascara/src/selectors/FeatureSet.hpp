@@ -16,9 +16,10 @@ public:
     void add(Feature feature) noexcept
     {
         const auto key = std::uint64_t(feature.name) * 4 + std::uint64_t(feature.kind);
-        // Consecutive numbers are spread over all bits.
-        const auto bit = unsigned((key * 0x9E3779B97F4A7C15ull) >> 57);
-        m_bits[bit / 64] |= std::uint64_t(1) << (bit % 64);
+        // Consecutive numbers are spread over all bits. Two bits each: one of few is seldom in a set by chance.
+        const std::uint64_t spread = key * 0x9E3779B97F4A7C15ull;
+        add(unsigned(spread >> 57));
+        add(unsigned(spread >> 50) % 128u);
     }
     /// What a node has, by which its descendants are selected.
     void add(const NodeFeatures& node) noexcept
@@ -61,6 +62,8 @@ public:
     }
 
 private:
+    void add(unsigned bit) noexcept { m_bits[bit / 64] |= std::uint64_t(1) << (bit % 64); }
+
     std::array<std::uint64_t, 2> m_bits{};
 };
 }
