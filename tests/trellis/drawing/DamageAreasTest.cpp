@@ -144,8 +144,11 @@ TEST_CASE("damage areas: the corners around what is large and turned stay out, a
     CHECK(pixelsOf(areas) > double(large.area()));
     CHECK(pixelsOf(areas) < double(large.area()) + 0.35 * (upright - double(large.area())));
 
+    // What showed nowhere adds nothing, wherever it was.
     areas.clear();
-    areas.addMove(Outline(), large, kEdge);
+    const Vector2f inCorner{large.bounds().x + 9.f, large.bounds().y + 9.f};
+    areas.addMove(Outline().moved(inCorner), large, kEdge);
+    CHECK_FALSE(isCovered(areas, inCorner));
     CHECK(pixelsOf(areas) < double(large.area()) + 0.35 * (upright - double(large.area())));
 
     areas.clear();

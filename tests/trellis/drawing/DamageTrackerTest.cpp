@@ -323,3 +323,14 @@ TEST_CASE("damage: listeners to places that answer each other for ever keep no w
     expected += QRect(100, 100, 20, 20);
     CHECK(damageOfFrame(scene) == expected);
 }
+
+TEST_CASE("damage: the ground of the table is damaged as a whole, also after a change of something that stands elsewhere")
+{
+    Scene scene(kSmall);
+    Widget& inner = box(box(scene.root(), {120, 120, 60, 60}, kRed), {5, 5, 10, 10}, kBlue);
+    damageOfFrame(scene);
+    set(inner, "background-color", kGreen);
+    CHECK(damageOfFrame(scene) == QRegion(125, 125, 10, 10));
+    set(scene.root(), "background-color", kBlue);
+    CHECK(damageOfFrame(scene) == QRegion(0, 0, 200, 200));
+}

@@ -154,3 +154,18 @@ TEST_CASE("reach: after random edits every box in the drawn area is drawn")
                                 "step " << step);
     }
 }
+
+TEST_CASE("reach: what stands outside of a widget is drawn again when that no longer cuts it off")
+{
+    Scene scene(kSmall);
+    Widget& group = box(scene.root(), {100, 10, 20, 20}, kRed);
+    box(group, {-80, 0, 10, 10}, kBlue);
+    scene.frame();
+    CHECK(drawnTiles(scene) == 1);
+    setWord(group, "overflow", "hidden");
+    scene.frame();
+    CHECK(drawnTiles(scene) == 0);
+    setWord(group, "overflow", "visible");
+    scene.frame();
+    CHECK(drawnTiles(scene) == 1);
+}
