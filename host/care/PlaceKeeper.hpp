@@ -11,8 +11,8 @@ namespace Host
 {
 /// Lets what opened at cards glide from there to where it is whole on the table and its parts are free of cards
 /// (PlaceSearch says how). In the frame in which it opened it stands exactly where it was put; then it glides for 0.3 s of frame
-/// time. It glides again when its size or its parts change, until a finger touches it or other code moves it: from then on
-/// it stays where it is put. Main thread only.
+/// time. It glides again when its size or its parts change and its place is no longer good for that, until a finger touches it or
+/// other code moves it: from then on it stays where it is put. Main thread only.
 class PlaceKeeper
 {
 public:

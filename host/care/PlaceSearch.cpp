@@ -250,4 +250,13 @@ Vector2f PlaceSearch::find() const
             return found->center;
     return {table.x / 2.f, table.y / 2.f};
 }
+
+bool PlaceSearch::suits(Vector2f middle) const
+{
+    const Rule strictest = Rules(*this).all().front();
+    const auto isIn = [middle](const ConvexShape& shape) { return shape.contains(middle); };
+    return withMargin(roomOf(*this), kApartPx).contains(middle)
+        && std::none_of(strictest.shapes.begin(), strictest.shapes.end(), isIn)
+        && std::none_of(strictest.card.begin(), strictest.card.end(), isIn);
+}
 }

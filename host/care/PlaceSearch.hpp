@@ -35,5 +35,8 @@ struct PlaceSearch
     /// covered, then all of them, then other cards may cover the parts, and at last the own one. A widget larger than the table
     /// is centred on it.
     [[nodiscard]] Vecta::Vector2f find() const;
+    /// Whether the widget with this centre is whole on the table, no card covers its parts, and it covers no other person's
+    /// widget; with a placement next to the card also, whether it stands clear of that card.
+    [[nodiscard]] bool suits(Vecta::Vector2f middle) const;
 };
 }

@@ -203,6 +203,34 @@ TEST_CASE("place keeper: one that comes growing at a trembling card ends its gli
     }
 }
 
+TEST_CASE("place keeper: one whose parts change stays while its place is good, wherever its card has been moved")
+{
+    CareTable table;
+    table.host.style(".opened { placement: beside; }");
+    Trellis::Widget& opened = table.open(1001, {700.f, 540.f});
+    table.host.frames(60);
+    const Vector2f center = CareTable::center(opened);
+    table.host.input.markerMove(table.card, {500.f, 200.f});
+    table.host.frames(30);
+    const auto part = Bedrock::makeIntrusive<Trellis::Widget>(&opened);
+    part->addCSSClass("title");
+    table.host.frames(60);
+    CHECK(CareTable::center(opened) == center);
+}
+
+TEST_CASE("place keeper: one whose new part its card covers makes room for it")
+{
+    CareTable table;
+    Trellis::Widget& opened = table.open(1001, {960.f, 540.f});
+    table.host.frames(60);
+    const Vector2f center = CareTable::center(opened);
+    table.host.style(".late { position: absolute; left: 250px; top: 270px; width: 100px; height: 100px; keep-clear: true; }");
+    const auto part = Bedrock::makeIntrusive<Trellis::Widget>(&opened);
+    part->addCSSClass("late");
+    table.host.frames(60);
+    CHECK((CareTable::center(opened) - center).length() > 50.f);
+}
+
 TEST_CASE("place keeper: what is closing keeps nothing else away")
 {
     CareTable table;
