@@ -136,13 +136,16 @@ TEST_CASE("shadow: each pixel is the shadow less what the box covers of it, howe
 {
     const Corners round = Corners::all(9.f);
     const Corners flat{{20.f, 3.f}, {4.f, 15.f}, {0.f, 0.f}, {30.f, 2.f}};
+    const Corners flattest{{50.f, 1.f}, {}, {}, {}}; // whose pixels reach further than half of one
     for (const bool isInset : {false, true})
-        for (const Corners& corners : {round, flat, Corners()})
+        for (const Corners& corners : {round, flat, flattest, Corners()})
             for (const float blur : {0.f, 12.f})
                 for (const double degrees : {0.0, 33.0}) {
                     CAPTURE(isInset);
                     CAPTURE(blur);
                     CAPTURE(degrees);
+                    if (isInset && corners == flattest)
+                        continue; // it ends at the box's upright sides
                     Thrown thrown = blackArea({5.f, -4.f}, blur, 2.f, isInset);
                     thrown.box.corners = corners;
                     thrown.degrees = degrees;
@@ -165,7 +168,7 @@ TEST_CASE("shadow: each pixel is the shadow less what the box covers of it, howe
                             const double share = isInset ? (1.0 - cast) * clip : cast * (1.0 - clip);
                             CAPTURE(x);
                             CAPTURE(y);
-                            REQUIRE(std::abs(qGreen(image.pixel(x, y)) - (255.0 - share * 255.0)) <= 1.01);
+                            REQUIRE(std::abs(qGreen(image.pixel(x, y)) - (255.0 - share * 255.0)) <= 0.7);
                         }
                 }
 }

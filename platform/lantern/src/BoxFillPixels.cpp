@@ -45,6 +45,11 @@ BoxFillPixels::BoxFillPixels(const QRect& area, const QTransform& toDevice, cons
     m_hasInner = inner.width() > 0.0 && inner.height() > 0.0;
     if (m_hasInner)
         m_inner = BoxEdges(m_places.toLocal(), inner);
+    const QRectF tall = rect.adjusted(double(std::max(c.topLeft.x, c.bottomLeft.x)) + edge, edge,
+                                      -double(std::max(c.topRight.x, c.bottomRight.x)) - edge, -edge);
+    m_hasTall = tall.width() > 0.0 && tall.height() > 0.0;
+    if (m_hasTall)
+        m_tall = BoxEdges(m_places.toLocal(), tall);
     bool isOpaque = false;
     if (!fill.image.isNull()) {
         m_image = fill.image.format() == QImage::Format_RGB32 ? fill.image
@@ -111,8 +116,13 @@ void BoxFillPixels::drawEdge(QRgb* row, int y, int begin, int end) const
 
 void BoxFillPixels::draw(QRgb* row, int y, int begin, int end, const PixelSpan& span) const
 {
-    const int fullBegin = std::clamp(span.fullBegin, begin, end);
-    const int fullEnd = std::clamp(span.fullEnd, fullBegin, end);
+    // Between round corners, the row may be covered further than the box without them is.
+    PixelSpan full = span;
+    if (m_hasTall)
+        if (const PixelSpan tall = m_tall.span(m_area, y); tall.fullEnd - tall.fullBegin > full.fullEnd - full.fullBegin)
+            full = tall;
+    const int fullBegin = std::clamp(full.fullBegin, begin, end);
+    const int fullEnd = std::clamp(full.fullEnd, fullBegin, end);
     drawEdge(row, y, begin, fullBegin);
     for (int column = fullBegin; column < fullEnd; ++column) {
         const QRgb source = pixel(m_places.x(column, y), m_places.y(column, y));

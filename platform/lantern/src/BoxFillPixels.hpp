@@ -29,6 +29,8 @@ private:
     BoxEdges m_edges;
     BoxEdges m_inner; ///< of what is certainly covered
     bool m_hasInner = false;
+    BoxEdges m_tall; ///< of what is covered from the top to the bottom
+    bool m_hasTall = false;
     GradientColors m_gradient;
     QImage m_image;
     SourcePixels m_source;
