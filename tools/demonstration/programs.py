@@ -1,4 +1,5 @@
 """The programs of a demonstration: starts them, reads them through their own interfaces, and ends them."""
+import atexit
 import json
 import os
 import re
@@ -26,6 +27,8 @@ class Program:
         self.errors = tempfile.NamedTemporaryFile("w+", prefix="tavola-demo-", suffix=".log")
         self.process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=self.errors, stdin=subprocess.PIPE,
                                         text=True, env={**os.environ, **(environment or {})})
+        # A script that fails on its way leaves no program running.
+        atexit.register(lambda: self.process.poll() is None and self.process.kill())
         threading.Thread(target=self._read, daemon=True).start()
         self.found = [self._wait(pattern, seconds) for pattern in wait_for]
 
