@@ -74,6 +74,7 @@ TEST_CASE("shorthand: what each stands for, with initial for what is not named")
         {"background", "12px / 50%", BACKGROUND("initial", "initial", "12px", "50%", "repeat")},
         {"background", "none #fff", BACKGROUND("#fff", "initial", "initial", "initial", "initial")},
         {"background", "url(a.png), none no-repeat red", BACKGROUND("red", "url(\"a.png\")", "left top", "auto", "repeat")},
+        {"background", "none 1px repeat-x, url(a.png)", BACKGROUND("initial", "url(\"a.png\")", "left top", "auto", "repeat")},
         {"font", "oblique 20px Inter",
          "font-style=oblique; font-weight=initial; font-size=20px; line-height=initial; font-family=Inter"},
         {"font", "20px Inter", "font-style=initial; font-weight=initial; font-size=20px; line-height=initial; font-family=Inter"},
