@@ -152,18 +152,17 @@ void PlaceKeeper::check(Guest& guest, Trellis::Widget& widget, const std::vector
     search.table = table;
     if (guest.last && hasSameShape(*guest.last, search))
         return;
-    const bool isNew = !guest.last;
     guest.last = search;
     surround(search, guest, cards);
     // One that grew has another centre than the one that it was moved to.
     const bool isGliding = guest.glideSeconds < kGlideSeconds;
-    const Vector2f now = isGliding ? guest.to : centerInScene(widget);
     // One that has its place stays there while that is good, wherever its card has been moved.
-    const Vector2f place = !isNew && search.suits(now) ? now : search.find();
+    const Vector2f now = centerInScene(widget);
+    const Vector2f place = search.suits(now) ? now : search.find();
     const bool isSamePlace = (place - guest.to).lengthSquared() < kSamePlaceSquaredPx;
-    if (isSamePlace && (isGliding || (centerInScene(widget) - place).lengthSquared() < kSamePlaceSquaredPx))
+    if (isSamePlace && (isGliding || (now - place).lengthSquared() < kSamePlaceSquaredPx))
         return;
-    guest.from = centerInScene(widget);
+    guest.from = now;
     guest.to = place;
     guest.glideSeconds = 0.f;
 }
