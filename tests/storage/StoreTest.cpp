@@ -80,6 +80,11 @@ struct Events
         };
         return result;
     }
+    int count()
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        return changes;
+    }
     bool waitForChanges(int count)
     {
         std::unique_lock<std::mutex> lock(mutex);
@@ -303,6 +308,9 @@ TEST_CASE("store: a change by another store is an event, its own changes are non
         const auto store = database.store(boats(), events.settings());
         const auto other = database.store(boats());
         CHECK(store->run(Kind::Write, [](Transaction& transaction) { return addBoat(transaction, "Ahti"); }) == true);
+        // What the server has sent is read before the next job.
+        CHECK(allBoats(*store) == "Ahti");
+        CHECK(events.count() == 0);
         CHECK(other->run(Kind::Write, [](Transaction& transaction) { return addBoat(transaction, "Ilma"); }) == true);
         CHECK(events.waitForChanges(1));
         CHECK(allBoats(*store) == "Ahti Ilma");

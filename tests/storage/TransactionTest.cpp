@@ -59,6 +59,9 @@ TEST_CASE("transaction: the number of changed rows is that of the last statement
         int given = -1;
         const auto outcome = store->run(Kind::Write, [&](Transaction& transaction) {
             CHECK_FALSE(transaction.hasChanged());
+            transaction.run(QStringLiteral("SELECT 1 UNION SELECT 2"), {}, [](const QSqlQuery&) {});
+            CHECK(transaction.changedRows() == 0);
+            CHECK_FALSE(transaction.hasChanged()); // what is only read wakes nothing
             const bool isAdded = addBoat(transaction, "Ahti") && addBoat(transaction, "Ilma");
             CHECK(transaction.hasChanged());
             transaction.run(QStringLiteral("UPDATE boat SET length = 3"));
