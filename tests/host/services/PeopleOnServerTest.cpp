@@ -191,7 +191,7 @@ TEST_CASE("people on a server: cards keep opening while it hangs, the outage is 
     REQUIRE(desk->beginWith({kAnnOnServer}));
     // "Failed to read", as often as it is tried meanwhile.
     const std::shared_ptr<PeopleRegistry> registry =
-        hall.registry(folder.path(QStringLiteral("copy.csv")), std::chrono::milliseconds(300));
+        hall.registry(folder.path(QStringLiteral("copy.csv")), std::chrono::milliseconds(1000));
     HallTable table(registry);
     TestSupport::expectWarningStartingWith("PeopleRegistry # Failed to read " + registry->path().toStdString() + " (");
     hall.proxy.freeze();

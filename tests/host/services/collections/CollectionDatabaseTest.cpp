@@ -329,6 +329,10 @@ TEST_CASE("collection database: the cards of which anything has changed are name
         CHECK(other->changedCards() == Cards{});
         CHECK(kept.file->clearAll(1000) == 2);
         CHECK(other->changedCards() == Cards{7, 18446744073709551615UL});
+        // Also what changed while it was closed.
+        CHECK(kept.apply({change(Kind::Add, 5, "a-5", "five")}));
+        CHECK(other->open());
+        CHECK(other->changedCards() == Cards{5});
     });
 }
 
