@@ -29,7 +29,7 @@ namespace
 {
 /// A card is held from the side that its rotation points away from.
 constexpr float kToHolder = float(Vecta::kTwoPi) / 4.f;
-constexpr float kGapMm = 4.f; ///< between the words and a card
+constexpr float kWordsGapMm = 4.f; ///< between the words and a card
 
 const QByteArray kCovered = QByteArrayLiteral("covered");
 const QByteArray kOtherSpace = QByteArrayLiteral("other-space");
@@ -144,7 +144,7 @@ void CardSigns::placeWords(const Tactile::Marker& card, const std::vector<Tactil
         if (other.id() != card.id())
             surroundings.otherCards.push_back(cardOutline(other, m_pixelPitchMm));
     surroundings.table = Trellis::Application::instance()->size();
-    surroundings.gapPx = kGapMm / m_pixelPitchMm;
+    surroundings.gapPx = kWordsGapMm / m_pixelPitchMm;
     const auto& sign = m_signs.at(card.id()).widget;
     placeSignWords(*sign->children().front(), *sign, card.centerLocation(), surroundings);
 }

@@ -9,7 +9,7 @@ namespace
 {
 using Vecta::Vector2f;
 
-constexpr float kSamePlaceSquaredPx = 0.25f;
+constexpr float kSameWordsPlaceSquaredPx = 0.25f;
 }
 
 void placeSignWords(Trellis::Widget& words, const Trellis::Widget& sign, Vector2f center, const SignSurroundings& surroundings)
@@ -32,12 +32,12 @@ void placeSignWords(Trellis::Widget& words, const Trellis::Widget& sign, Vector2
     search.table = surroundings.table;
     search.gapPx = surroundings.gapPx;
     const Vector2f place = search.find();
-    if ((place - search.center).lengthSquared() < kSamePlaceSquaredPx) {
+    if ((place - search.center).lengthSquared() < kSameWordsPlaceSquaredPx) {
         location->clearValue(Facet::kUserLayer);
         return;
     }
     const Vector2f moved = (place - center).rotated(-search.angleRadians) - fromMiddle;
-    if ((moved - words.location()).lengthSquared() > kSamePlaceSquaredPx)
+    if ((moved - words.location()).lengthSquared() > kSameWordsPlaceSquaredPx)
         words.setLocation(moved);
 }
 }
