@@ -78,11 +78,6 @@ class CollectionVisit(Visit):
                     os.environ[name] = before
         self.stage.act(self.CARD, 0.4)
 
-    def kill(self):
-        self.stage.stop()
-        self.table.process.kill()
-        self.table.process.wait()
-
     def collect(self, css_id):
         """Drags something into the space without waiting for anything."""
         x, y = centre(self.space())
@@ -141,14 +136,14 @@ def play(visit, css_class):
         visit.stored(count, css_class)
     things = visit.things()
     require(things[0][0] != things[1][0], "two pictures look alike")
-    visit.kill()
+    visit.kill_table()
     visit.start()
     visit.stored(3, css_class)
     visit.same_after("a kill", things)
 
     # Something that is not stored yet may be lost, or its picture, but nothing else.
     visit.collect("basalt")
-    visit.kill()
+    visit.kill_table()
     visit.power.cut()
     visit.start()
     visit.table.wait_until("what was collected", lambda: len(visit.tiles()) >= 3)
@@ -158,12 +153,12 @@ def play(visit, css_class):
 
     visit.remove_first()
     visit.stored(len(found) - 1, css_class, 2)
-    visit.kill()
+    visit.kill_table()
     visit.power.cut()
     visit.start()
     visit.stored(len(found) - 1, css_class, 2)
     visit.same_after("a removal and a power cut", found[1:])
-    visit.kill()
+    visit.kill_table()
 
     # A recording has what the store answered.
     visit.world.recordings = visit.world.out

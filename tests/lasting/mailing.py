@@ -69,12 +69,6 @@ class PostTable(Visit):
         self.open_table(self.office.presentation, ["--mail-server", self.office.mail.address])
         self.stage.act(CARD, 1.5)
 
-    def kill(self):
-        self.stage.stop()
-        self.table.process.kill()
-        self.table.process.wait()
-        self.world.programs.clear()
-
     def shows(self, count):
         self.table.frames(30)  # what is removed fades out
         return len(self.tiles()) == count
@@ -126,7 +120,7 @@ def kill_in_the_middle(office, count):
     killed.begin_to_send()
     wait_for("the claim", lambda: sql("SELECT count(*) FROM items WHERE claimed_until > 0") == [str(len(THINGS))])
     other.begin_to_send()
-    killed.kill()
+    killed.kill_table()
     other.table.frames(30)
     require(len(office.mail.messages) == count - 1, "a letter has arrived although another table had claimed everything")
     # A minute passes.

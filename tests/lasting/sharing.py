@@ -97,12 +97,6 @@ class SharedTable(Visit):
         self.open_table(self.hall.presentation, ["--media-server", self.hall.server.address])
         self.stage.act(f"at 0.1 card {CARD} down 1150 560 angle 0\nat 0.3 card {CARD} up", 0.6)
 
-    def kill(self):
-        self.stage.stop()
-        self.table.process.kill()
-        self.table.process.wait()
-        self.world.programs.clear()
-
     def thing(self, number):
         return by_id(self.table.tree(), f"thing-{number}")[0]
 
@@ -227,7 +221,7 @@ class Changes:
         killed = self.hall.tables[0]
         known = {int(address.rsplit("/", 1)[1]) for address in self.hall.stored()}
         killed.collect(next(number for number in range(SharedTable.THINGS) if number not in known))
-        killed.kill()
+        killed.kill_table()
         other = self.hall.tables[1]
         if other.live_tiles():
             other.remove(0)

@@ -86,6 +86,13 @@ class Visit:
         ended = self.table.stop()
         require(ended == 0, f"the table ended with {ended}: {self.table.error_text()}")
 
+    def kill_table(self):
+        """Ends the table as a crash does, so that another one can be opened."""
+        self.stage.stop()
+        self.table.process.kill()
+        self.table.process.wait()
+        self.world.programs.clear()
+
     def settle(self):
         """Runs frames until every picture is loaded."""
         self.table.frames(3)
