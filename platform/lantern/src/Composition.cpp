@@ -24,7 +24,7 @@ constexpr int kNarrowPx = 64;
 constexpr int kTargetRowsAhead = 4;
 constexpr std::size_t kFirstBytes = 256, kLastBytes = 64;
 /// Of a row.
-constexpr std::size_t kUsualRuns = 64;
+constexpr int kUsualRuns = 64;
 constexpr int kStripRows = 32;
 constexpr int kLeastStripRows = 4;
 constexpr int kStripsPerThread = 4;
@@ -126,8 +126,7 @@ void drawNarrow(const Target& target, const QRect& strip, const Candidates& cand
 /// Row by row: from the top to the bottom what shows of each source, then drawn from the bottom to the top.
 void drawWide(const Target& target, const QRect& strip, const Candidates& candidates)
 {
-    std::vector<Run> runs;
-    runs.reserve(kUsualRuns);
+    QVarLengthArray<Run, kUsualRuns> runs;
     for (int y = strip.top(); y <= strip.bottom(); ++y) {
         Pieces open({strip.left(), strip.right() + 1});
         runs.clear();
@@ -139,7 +138,7 @@ void drawWide(const Target& target, const QRect& strip, const Candidates& candid
             const int left = std::max(span.begin, area.left()), right = std::min(span.end, area.right() + 1);
             for (const Piece& piece : open)
                 if (const int begin = std::max(piece.begin, left), end = std::min(piece.end, right); begin < end)
-                    runs.push_back({source, begin, end, span});
+                    runs.append({source, begin, end, span});
             const Piece full{std::max(span.fullBegin, left), std::min(span.fullEnd, right)};
             if (source->isSolid() && full.end - full.begin >= kLeastHiddenPx && open.count() < kMostPieces)
                 open.cut(full);
