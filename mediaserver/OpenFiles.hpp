@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Result.hpp"
+#include "shared/Result.hpp"
 
 #include <cstddef>
 

@@ -1,11 +1,11 @@
-#include "CommandDoor.hpp"
-#include "ItemStore.hpp"
-#include "Log.hpp"
 #include "OpenFiles.hpp"
 #include "Options.hpp"
-#include "PageExpiry.hpp"
-#include "PageImport.hpp"
-#include "Site.hpp"
+#include "commands/CommandDoor.hpp"
+#include "items/ItemStore.hpp"
+#include "items/PageExpiry.hpp"
+#include "items/PageImport.hpp"
+#include "pages/Site.hpp"
+#include "shared/Log.hpp"
 
 #include <Bedrock/CommandLineSecrets.hpp>
 #include <Bedrock/LogText.hpp>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ItemStore.hpp"
+#include "items/ItemStore.hpp"
 
 #include <future>
 #include <memory>

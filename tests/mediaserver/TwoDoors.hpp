@@ -1,11 +1,11 @@
 #pragma once
 
-#include "CommandDoor.hpp"
 #include "Folder.hpp"
 #include "HttpClient.hpp"
 #include "HttpServerThread.hpp"
-#include "ItemStore.hpp"
-#include "Site.hpp"
+#include "commands/CommandDoor.hpp"
+#include "items/ItemStore.hpp"
+#include "pages/Site.hpp"
 
 #include <doctest/doctest.h>
 

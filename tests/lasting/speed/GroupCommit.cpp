@@ -2,7 +2,7 @@
 
 #include "Rows.hpp"
 
-#include "ItemStore.hpp"
+#include "items/ItemStore.hpp"
 
 #include <QSqlDatabase>
 #include <QSqlQuery>

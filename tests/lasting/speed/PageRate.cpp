@@ -2,8 +2,8 @@
 
 #include "Rows.hpp"
 
-#include "CommandDoor.hpp"
-#include "ItemStore.hpp"
+#include "commands/CommandDoor.hpp"
+#include "items/ItemStore.hpp"
 
 #include <Http/Server.hpp>
 
