@@ -80,4 +80,10 @@ std::optional<std::uint64_t> CardOpenings::codeOf(const Trellis::Widget& widget)
             return opening.card.code();
     return std::nullopt;
 }
+
+bool CardOpenings::isOpen(std::uint64_t code) const
+{
+    return std::any_of(m_open.begin(), m_open.end(),
+                       [code](const CardOpening& opening) { return opening.card.code() == code && opening.widget.lock(); });
+}
 }

@@ -2,7 +2,6 @@
 
 #include "care/CardOpenings.hpp"
 #include "care/CardOutline.hpp"
-#include "care/SignWords.hpp"
 #include "care/SpokenLanguage.hpp"
 #include "components/PanelInstance.hpp"
 #include "services/CardLanguages.hpp"
@@ -21,6 +20,7 @@
 #include <Vecta/Angle.hpp>
 
 #include <algorithm>
+#include <iterator>
 #include <typeinfo>
 
 namespace Host
@@ -31,8 +31,18 @@ namespace
 constexpr float kToHolder = float(Vecta::kTwoPi) / 4.f;
 constexpr float kWordsGapMm = 4.f; ///< between the words and a card
 
+const QByteArray kUnknown = QByteArrayLiteral("unknown");
+const QByteArray kRefused = QByteArrayLiteral("refused");
 const QByteArray kCovered = QByteArrayLiteral("covered");
 const QByteArray kOtherSpace = QByteArrayLiteral("other-space");
+const QByteArray kAgain = QByteArrayLiteral("again");
+const QByteArray kTwice = QByteArrayLiteral("twice");
+const QByteArray kNoWords = QByteArrayLiteral("no-words");
+
+bool isSameCard(const Tactile::Marker& a, const Tactile::Marker& b)
+{
+    return a.id() == b.id() && a.centerLocation() == b.centerLocation() && a.rotation() == b.rotation();
+}
 
 /// Whether the widget has an instance of a class of its own, as detectors have; content has one of the common class.
 bool hasOwnInstance(const Trellis::Widget& widget)
@@ -44,32 +54,48 @@ bool hasOwnInstance(const Trellis::Widget& widget)
     return typeid(made) != typeid(Tavola::WidgetInstance);
 }
 
-QByteArray byRegistry(const Tactile::Marker& card)
+/// `shown`: the reason that the card's sign gives, empty without a sign.
+QByteArray byRegistry(const Tactile::Marker& card, const QByteArray& shown)
 {
     const auto cache = Tavola::Tavola::instance()->services()->tesselServiceCache();
-    return cache && cache->isCached(card.code()) ? QByteArray("refused") : QByteArray("unknown");
+    if (!cache || !cache->isCached(card.code()))
+        return kUnknown;
+    // One that became known while it lay there was not offered to anything since.
+    return shown == kUnknown || shown == kAgain ? kAgain : kRefused;
 }
 
-/// Why nothing took the card; empty when something did.
-/// `shown`: of the sign that the card has.
-QByteArray reasonOf(const Tactile::Marker& card, const QByteArray& shown, const Trellis::Widget& content,
-                    const Trellis::GrabManager& grabManager, const CardOpenings& openings)
+bool isBackground(const Trellis::Widget& holder)
 {
-    const Trellis::InputGrabber* const grabber = grabManager.grabber(card.id());
-    // A card that outlasts what it lies on is offered to nothing else until it is put down again.
-    if (!grabber)
-        return shown == kCovered || shown == kOtherSpace ? shown : byRegistry(card);
-    const Trellis::Widget& holder = grabber->widget();
-    if (&holder == Tavola::Tavola::instance()->ui()->background().get()
-        || dynamic_cast<const Tavola::MarkerDetectorWidget*>(&holder))
-        return byRegistry(card);
+    return &holder == Tavola::Tavola::instance()->ui()->background().get()
+        || dynamic_cast<const Tavola::MarkerDetectorWidget*>(&holder);
+}
+
+/// Why a card that no widget holds is not taken. `wasHeld`: by a widget that has gone.
+QByteArray reasonWithoutHolder(const Tactile::Marker& card, const QByteArray& shown, bool wasHeld, const CardOpenings& openings)
+{
+    if (shown == kCovered || shown == kOtherSpace)
+        return shown;
+    if (!wasHeld)
+        return byRegistry(card, shown);
+    return openings.isOpen(card.code()) ? QByteArray() : kAgain;
+}
+
+/// Why nothing took the card that a widget holds; empty when something did.
+QByteArray reasonOf(const Tactile::Marker& card, const QByteArray& shown, const Trellis::Widget& holder,
+                    const Trellis::Widget& content, const CardOpenings& openings)
+{
+    if (isBackground(holder))
+        return byRegistry(card, shown);
     if (holder.eventHasListeners("marker-down"))
         return {};
     const auto* const onTable = holder.nearest([&content](const Trellis::Widget& widget) { return widget.parent() == &content; });
     const auto owner = onTable ? openings.codeOf(*onTable) : std::nullopt;
-    if (!owner)
-        return hasOwnInstance(holder) ? QByteArray() : kCovered;
-    return *owner == card.code() ? QByteArray() : kOtherSpace;
+    if (owner)
+        return *owner == card.code() ? QByteArray() : kOtherSpace;
+    if (!hasOwnInstance(holder))
+        return kCovered;
+    // A detector that opens under a card takes it, and opens nothing.
+    return shown.isEmpty() || openings.isOpen(card.code()) ? QByteArray() : kAgain;
 }
 }
 
@@ -80,19 +106,25 @@ void CardSigns::update(Trellis::Widget& layer, const Trellis::Widget& content, c
                        const CardOpenings& openings, const CardLanguages* languages)
 {
     const auto& cards = grabManager.currentSample().markers;
-    if (cards.empty() && m_signs.empty())
+    if (cards.empty() && m_cards.empty())
         return;
+    const bool isSearchNeeded = noteSurroundings(cards);
     for (auto& sign : m_signs)
         sign.second.isPresent = false;
     for (auto card = cards.begin(); card != cards.end(); ++card) {
-        const auto sign = m_signs.find(card->id());
-        const QByteArray reason =
-            reasonOf(*card, sign == m_signs.end() ? QByteArray() : sign->second.reason, content, grabManager, openings);
+        const auto known = m_signs.find(card->id());
+        const QByteArray shown = known == m_signs.end() ? QByteArray() : known->second.reason;
+        const Trellis::InputGrabber* const grabber = grabManager.grabber(card->id());
+        if (grabber && !isBackground(grabber->widget()))
+            m_held.insert(card->id());
+        const QByteArray reason = grabber ? reasonOf(*card, shown, grabber->widget(), content, openings)
+                                          : reasonWithoutHolder(*card, shown, m_held.count(card->id()) > 0, openings);
         const bool isTwice = std::any_of(cards.begin(), card, [card](const auto& other) { return other.code() == card->code(); });
-        if (reason.isEmpty())
+        if (reason.isEmpty() && !isTwice)
             continue;
-        show(layer, *card, reason, isTwice, languages ? languages->ofCard(card->code()) : QString());
-        placeWords(*card, cards);
+        Sign& sign = signOf(layer, *card);
+        explain(sign, reason, isTwice, languages ? languages->ofCard(card->code()) : QString());
+        placeWords(sign, *card, isSearchNeeded);
     }
     for (auto sign = m_signs.begin(); sign != m_signs.end();) {
         if (sign->second.isPresent) {
@@ -104,8 +136,22 @@ void CardSigns::update(Trellis::Widget& layer, const Trellis::Widget& content, c
     }
 }
 
-void CardSigns::show(Trellis::Widget& layer, const Tactile::Marker& card, const QByteArray& reason, bool isTwice,
-                     const QString& language)
+/// Returns whether anything has changed that the words of signs make room for. Forgets cards that were lifted.
+bool CardSigns::noteSurroundings(const std::vector<Tactile::Marker>& cards)
+{
+    const Vecta::Vector2f table = Trellis::Application::instance()->size();
+    if (table == m_table && std::equal(cards.begin(), cards.end(), m_cards.begin(), m_cards.end(), isSameCard))
+        return false;
+    m_table = table;
+    m_cards = cards;
+    for (auto held = m_held.begin(); held != m_held.end();) {
+        const bool isLying = std::any_of(cards.begin(), cards.end(), [held](const auto& card) { return card.id() == *held; });
+        held = isLying ? std::next(held) : m_held.erase(held);
+    }
+    return true;
+}
+
+CardSigns::Sign& CardSigns::signOf(Trellis::Widget& layer, const Tactile::Marker& card)
 {
     Sign& sign = m_signs[card.id()];
     sign.isPresent = true;
@@ -119,33 +165,51 @@ void CardSigns::show(Trellis::Widget& layer, const Tactile::Marker& card, const 
         text->postConstruct();
         layer.addChild(sign.widget);
     }
-    if (sign.reason != reason) {
-        if (!sign.reason.isEmpty())
-            sign.widget->removeCSSClass(sign.reason);
-        sign.widget->addCSSClass(reason);
-        sign.reason = reason;
-    }
-    if (isTwice)
-        sign.widget->addCSSClass("twice");
-    else
-        sign.widget->removeCSSClass("twice");
-    setLanguage(*sign.widget, language);
     sign.widget->setRotation(card.rotation() + kToHolder);
     const Vecta::Vector2f center = layer.mapFromScene(card.centerLocation());
     if ((sign.widget->centerLocation() - center).lengthSquared() > 0.01f)
         sign.widget->setCenterLocation(center);
+    return sign;
 }
 
-void CardSigns::placeWords(const Tactile::Marker& card, const std::vector<Tactile::Marker>& cards) const
+void CardSigns::explain(Sign& sign, const QByteArray& reason, bool isTwice, const QString& language)
 {
+    if (sign.reason != reason) {
+        if (!sign.reason.isEmpty())
+            sign.widget->removeCSSClass(sign.reason);
+        if (!reason.isEmpty())
+            sign.widget->addCSSClass(reason);
+        sign.reason = reason;
+    }
+    if (sign.isTwice != isTwice) {
+        if (isTwice)
+            sign.widget->addCSSClass(kTwice);
+        else
+            sign.widget->removeCSSClass(kTwice);
+        sign.isTwice = isTwice;
+    }
+    if (sign.language != language) {
+        setLanguage(*sign.widget, language);
+        sign.language = language;
+    }
+}
+
+void CardSigns::placeWords(Sign& sign, const Tactile::Marker& card, bool isSearchNeeded) const
+{
+    auto& words = static_cast<Trellis::TextWidget&>(*sign.widget->children().front());
+    words.setPseudoClass(kNoWords, words.text().isEmpty());
+    const auto shape = signWordsShape(words, *sign.widget);
+    const bool isSame = shape == sign.words;
+    sign.words = shape;
+    if (!shape || (isSame && !isSearchNeeded))
+        return;
     SignSurroundings surroundings;
     surroundings.card = cardOutline(card, m_pixelPitchMm);
-    for (const Tactile::Marker& other : cards)
+    for (const Tactile::Marker& other : m_cards)
         if (other.id() != card.id())
             surroundings.otherCards.push_back(cardOutline(other, m_pixelPitchMm));
-    surroundings.table = Trellis::Application::instance()->size();
+    surroundings.table = m_table;
     surroundings.gapPx = kWordsGapMm / m_pixelPitchMm;
-    const auto& sign = m_signs.at(card.id()).widget;
-    placeSignWords(*sign->children().front(), *sign, card.centerLocation(), surroundings);
+    placeSignWords(words, *shape, card.centerLocation(), surroundings);
 }
 }

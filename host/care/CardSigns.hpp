@@ -1,11 +1,16 @@
 #pragma once
 
+#include "care/SignWords.hpp"
+
 #include <Bedrock/IntrusivePtr.hpp>
 #include <Tactile/Marker.hpp>
 
 #include <QByteArray>
+#include <QString>
 
 #include <map>
+#include <optional>
+#include <set>
 #include <vector>
 
 namespace Trellis
@@ -25,10 +30,12 @@ class CardOpenings;
 ///   "refused"      the registry knows it, and nothing takes it here
 ///   "covered"      it lies on something that takes no card
 ///   "other-space"  it lies on what opened at another person's card
-///   "twice"        in addition: a card of the same code lies on the table already
-/// The text stands whole on the table and below no card, as near as possible to where style sheets put it.
-/// A card keeps "covered" and "other-space" when what it lies on goes: it is taken only when it is put down again. Signs take no
-/// input, and are gone in the frame in which the card is lifted or taken. A card that lies on what it opened itself has none.
+///   "again"        it would be taken, once it is lifted and put down again: it became known while it lay there, or what held it
+///   went "twice"        a card of the same code lies on the table already; in addition, or alone where the card was taken all
+///   the same
+/// The text stands whole on the table and below no card, as near as possible to where style sheets put it; its place is searched
+/// anew only when a card, the text or the table changes. A card keeps "covered" and "other-space" when what it lies on goes: it
+/// is taken only when it is put down again. Signs take no input, and are gone in the frame in which the card is lifted or taken.
 /// What takes cards are widgets of plug-ins with an instance of their own, and widgets with a listener of "marker-down". Main
 /// thread only.
 class CardSigns
@@ -48,14 +55,21 @@ private:
     struct Sign
     {
         Bedrock::IntrusivePtr<Trellis::Widget> widget;
-        QByteArray reason;
+        QByteArray reason; ///< empty for a card that was taken
+        bool isTwice = false;
+        QString language;
+        std::optional<SignWordsShape> words; ///< with which the place of the words was searched last
         bool isPresent = true;
     };
-    void show(Trellis::Widget& layer, const Tactile::Marker& card, const QByteArray& reason, bool isTwice,
-              const QString& language);
-    void placeWords(const Tactile::Marker& card, const std::vector<Tactile::Marker>& cards) const;
+    [[nodiscard]] bool noteSurroundings(const std::vector<Tactile::Marker>& cards);
+    Sign& signOf(Trellis::Widget& layer, const Tactile::Marker& card);
+    static void explain(Sign& sign, const QByteArray& reason, bool isTwice, const QString& language);
+    void placeWords(Sign& sign, const Tactile::Marker& card, bool isSearchNeeded) const;
 
     float m_pixelPitchMm;
     std::map<std::int64_t, Sign> m_signs; ///< by the card's id
+    std::vector<Tactile::Marker> m_cards; ///< of the last update
+    std::set<std::int64_t> m_held;        ///< those of them that a widget has held
+    Vecta::Vector2f m_table;              ///< its size in that update, pixels
 };
 }

@@ -29,7 +29,8 @@ QString careStyleSheet(float pixelPitchMm)
               " border-color: #f2a65a; } "
               ".card-sign-text { position: absolute; left: %3px; bottom: %5px; width: %4px; max-lines: 3; padding: 8px 12px;"
               " background-color: #000000cc; border-radius: 12px;"
-              " text-align: center; font-size: 20px; color: #ffffff; }")
+              " text-align: center; font-size: 20px; color: #ffffff; } "
+              ".card-sign-text:no-words { display: none; }")
               .arg(QString::number(signPx), QString::number(signPx / 2), QString::number((signPx - textPx) / 2),
                    QString::number(textPx), QString::number(signPx + 8));
 }

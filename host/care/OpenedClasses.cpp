@@ -11,13 +11,18 @@ namespace Host
 {
 namespace
 {
-/// The first one below the widget that has a list.
-const Trellis::Widget* firstWithClasses(const Trellis::Widget& widget)
+bool isDetector(const Trellis::Widget& widget)
+{
+    return widget.attribute("marker-filters") != nullptr;
+}
+
+/// The first detector below the widget, in the order of the tree; null when there is none.
+const Trellis::Widget* firstDetector(const Trellis::Widget& widget)
 {
     for (const auto& child : widget.children()) {
-        if (!CareAttributes::openedClasses(*child).isEmpty())
+        if (isDetector(*child))
             return child.get();
-        if (const Trellis::Widget* const found = firstWithClasses(*child))
+        if (const Trellis::Widget* const found = firstDetector(*child))
             return found;
     }
     return nullptr;
@@ -31,9 +36,10 @@ void giveOpenedClasses(const CardOpening& opening, const Trellis::Widget& root, 
     if (!grabber || !opened)
         return;
     const Trellis::Widget* detector = &grabber->widget();
-    const Trellis::Widget* const some = detector->eventHasListeners("marker-down") ? firstWithClasses(root) : nullptr;
-    if (some && some->cssType() != detector->cssType())
-        detector = root.findAllByType(some->cssType()).front();
+    if (!isDetector(*detector) && detector->eventHasListeners("marker-down"))
+        detector = firstDetector(root);
+    if (!detector)
+        return;
     for (const QString& name : CareAttributes::openedClasses(*detector))
         opened->addCSSClass(name.toUtf8());
 }

@@ -11,8 +11,8 @@ namespace Host
 struct CardOpening;
 
 /// Gives what opened at a card the classes that a detector names for it in "opened-classes". They are those of the widget that
-/// holds the card. Content that holds a card of its own has no such list: what takes its cards is the first widget on the table
-/// of the type that detectors with a list have, and the list of that one holds, or none. `root` is the root of the table. Nothing
-/// is given for a card that was lifted. Main thread only.
+/// holds the card. Content that holds a card of its own has no such list: the first detector on the table, a widget with the
+/// attribute "marker-filters", takes its cards, and its list holds. `root` is the root of the table. Nothing is given for a card
+/// that was lifted. Main thread only.
 void giveOpenedClasses(const CardOpening& opening, const Trellis::Widget& root, const Trellis::GrabManager& grabManager);
 }

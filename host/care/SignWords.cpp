@@ -9,31 +9,42 @@ namespace
 {
 using Vecta::Vector2f;
 
+using LocationAttribute = Facet::AttributeT<Vector2f>;
+
 constexpr float kSameWordsPlaceSquaredPx = 0.25f;
+
+LocationAttribute* locationOf(Trellis::Widget& words)
+{
+    return dynamic_cast<LocationAttribute*>(words.attribute(QByteArrayLiteral("location")));
+}
 }
 
-void placeSignWords(Trellis::Widget& words, const Trellis::Widget& sign, Vector2f center, const SignSurroundings& surroundings)
+std::optional<SignWordsShape> signWordsShape(Trellis::Widget& words, const Trellis::Widget& sign)
 {
     const Vector2f size = words.size(); // brings the layout up to date
-    auto* const location = dynamic_cast<Facet::AttributeT<Vector2f>*>(words.attribute("location"));
+    const LocationAttribute* const location = locationOf(words);
     if (!location || !words.isVisible() || size.x <= 0.f || size.y <= 0.f)
-        return;
+        return std::nullopt;
+    const auto layer = location->hasValue(Facet::kStyleLayer) ? Facet::kStyleLayer : Facet::kDefaultLayer;
+    return SignWordsShape{size, sign.size(), location->value(layer), sign.rotation()};
+}
+
+void placeSignWords(Trellis::Widget& words, const SignWordsShape& shape, Vector2f center, const SignSurroundings& surroundings)
+{
     // A sign may come growing; the words have the place of its whole size at once.
-    const Vector2f fromMiddle = (size - sign.size()) / 2.f;
-    const Vector2f styled =
-        location->value(location->hasValue(Facet::kStyleLayer) ? Facet::kStyleLayer : Facet::kDefaultLayer) + fromMiddle;
+    const Vector2f fromMiddle = (shape.size - shape.signSize) / 2.f;
     PlaceSearch search;
-    search.angleRadians = sign.rotation();
-    search.center = center + styled.rotated(search.angleRadians);
-    search.size = size;
-    search.keepClear = {{0.f, 0.f, size.x, size.y}};
+    search.angleRadians = shape.angleRadians;
+    search.center = center + (shape.location + fromMiddle).rotated(search.angleRadians);
+    search.size = shape.size;
+    search.keepClear = {{0.f, 0.f, shape.size.x, shape.size.y}};
     search.card = surroundings.card;
     search.otherCards = surroundings.otherCards;
     search.table = surroundings.table;
     search.gapPx = surroundings.gapPx;
     const Vector2f place = search.find();
     if ((place - search.center).lengthSquared() < kSameWordsPlaceSquaredPx) {
-        location->clearValue(Facet::kUserLayer);
+        locationOf(words)->clearValue(Facet::kUserLayer);
         return;
     }
     const Vector2f moved = (place - center).rotated(-search.angleRadians) - fromMiddle;

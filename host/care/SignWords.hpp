@@ -2,6 +2,9 @@
 
 #include "care/PlaceSearch.hpp"
 
+#include <optional>
+#include <vector>
+
 namespace Trellis
 {
 class Widget;
@@ -18,9 +21,28 @@ struct SignSurroundings
     float gapPx = 0.f; ///< between the words and a card
 };
 
-/// Lets the words of a sign stand where style sheets put them, or, where they would be cut off or below a card, in the place next
-/// to that which is whole on the table and free. `words` is a child of `sign`, whose centre lies at `center` on the table;
-/// neither is scaled at rest. Main thread only.
-void placeSignWords(Trellis::Widget& words, const Trellis::Widget& sign, Vecta::Vector2f center,
+/// What the place of a sign's words depends on besides their surroundings.
+struct SignWordsShape
+{
+    Vecta::Vector2f size;     ///< of the words
+    Vecta::Vector2f signSize; ///< of the sign
+    Vecta::Vector2f location; ///< of the words in the sign, as style sheets put them
+    float angleRadians = 0.f;
+
+    [[nodiscard]] bool operator==(const SignWordsShape& other) const noexcept
+    {
+        return size == other.size && signSize == other.signSize && location == other.location
+            && angleRadians == other.angleRadians;
+    }
+};
+
+/// The shape of `words`, a child of `sign`; neither is scaled at rest. Nothing for words that are not shown or are empty. Brings
+/// the layout up to date. Main thread only.
+[[nodiscard]] std::optional<SignWordsShape> signWordsShape(Trellis::Widget& words, const Trellis::Widget& sign);
+
+/// Lets the words of a sign whose centre lies at `center` on the table stand where style sheets put them, or, where they would be
+/// cut off or below a card, in the place next to that which is whole on the table and free. `shape` is that of the words now.
+/// Main thread only.
+void placeSignWords(Trellis::Widget& words, const SignWordsShape& shape, Vecta::Vector2f center,
                     const SignSurroundings& surroundings);
 }

@@ -22,7 +22,7 @@ void addStates(const std::vector<Tavola::ComponentUse>& uses, QStringList& state
 
 std::vector<Cascara::StyleType> hostTypes(const Presentation& presentation)
 {
-    QStringList states{"dragging", "outside", "closing", "idle", "mail-delayed", "media-server-away", "people-away"};
+    QStringList states{"dragging", "outside", "closing", "idle", "mail-delayed", "media-server-away", "people-away", "no-words"};
     addStates(presentation.widgets, states);
     addStates(presentation.shelf, states);
     return {
@@ -43,7 +43,7 @@ std::vector<Cascara::StyleType> hostTypes(const Presentation& presentation)
         {"InputOverlay", "Widget", {}},
         {"InputArea", "Widget", {}},
         {"InputMark", "Widget", {}},
-        {"CardSign", "Widget", {}, {"unknown", "refused", "covered", "other-space", "twice"}},
+        {"CardSign", "Widget", {}, {"unknown", "refused", "covered", "other-space", "again", "twice"}},
         {"CloseHandle", "Widget", {{"cross-color", "colour"}, {"ring-color", "colour"}}},
         {"DragShadow", "Widget", {{"shadow-color", "colour"}, {"spread", "number"}, {"drop", "number"}}},
         {"FlyingPicture", "Widget", {}},

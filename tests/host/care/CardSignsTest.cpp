@@ -3,6 +3,7 @@
 #include "CareTable.hpp"
 #include "care/CareStyles.hpp"
 
+#include <Tavola/WidgetInstance.hpp>
 #include <Trellis/TextWidget.hpp>
 
 #include <doctest/doctest.h>
@@ -13,6 +14,13 @@ using Vecta::Vector2f;
 
 namespace
 {
+/// As a plug-in gives it to what takes cards.
+class DetectorInstance final : public Tavola::WidgetInstance
+{
+public:
+    using WidgetInstance::WidgetInstance;
+};
+
 struct CardSignsFixture
 {
     CardSignsFixture()
@@ -136,6 +144,72 @@ TEST_CASE("card signs: a card on another person's space is told so even when a p
     CHECK(f.shows("other-space"));
 }
 
+TEST_CASE("card signs: a card that becomes known while it lies there is asked to be put down again")
+{
+    CardSignsFixture f;
+    const auto card = f.put(1001, {300.f, 500.f});
+    REQUIRE(f.shows("unknown"));
+    f.table.host.addPerson(1001, QStringLiteral("Ann"));
+    f.table.host.frames(2);
+    CHECK(f.shows("again"));
+    CHECK_FALSE(f.shows("unknown"));
+    f.table.host.input.markerUp(card);
+    f.table.host.frame();
+    f.put(1001, {300.f, 500.f});
+    CHECK(f.shows("refused"));
+}
+
+TEST_CASE("card signs: a card on its own space is asked to be put down again when that closes")
+{
+    CardSignsFixture f;
+    f.table.host.addPerson(1001, QStringLiteral("Ann"));
+    const auto opener = f.put(1001, {1400.f, 500.f});
+    Trellis::Widget* const space = f.table.area->last;
+    f.table.host.frames(30);
+    f.table.host.input.markerUp(opener);
+    f.table.host.frame();
+    const auto card = f.put(1001, {1400.f, 700.f});
+    REQUIRE(f.signs().empty());
+    space->removeFromParent();
+    f.table.host.frames(2);
+    CHECK(f.shows("again"));
+    f.table.host.input.markerUp(card);
+    f.table.host.frame();
+    f.put(1001, {300.f, 500.f});
+    CHECK(f.shows("refused"));
+}
+
+TEST_CASE("card signs: a card whose detector goes has no sign as long as its space is open")
+{
+    CardSignsFixture f;
+    f.table.host.addPerson(1001, QStringLiteral("Ann"));
+    f.put(1001, {1400.f, 500.f});
+    Trellis::Widget* const space = f.table.area->last;
+    f.table.area->removeFromParent();
+    f.table.host.frames(2);
+    CHECK(f.signs().empty());
+    space->removeFromParent();
+    f.table.host.frames(2);
+    CHECK(f.shows("again"));
+}
+
+TEST_CASE("card signs: a refused card is asked to be put down again when a detector opens under it")
+{
+    CardSignsFixture f;
+    f.table.host.addPerson(1001, QStringLiteral("Ann"));
+    const auto card = f.put(1001, {300.f, 500.f});
+    REQUIRE(f.shows("refused"));
+    const auto component = std::make_shared<Tavola::CustomWidgetInstanceComponent>(
+        [] { return Bedrock::makeIntrusive<Trellis::Widget>(); },
+        [](auto made, auto widget) { return std::make_shared<DetectorInstance>(std::move(made), std::move(widget)); });
+    const auto detector = component->createContentWidget();
+    REQUIRE(detector);
+    f.table.host.mainWidget().addChild(detector);
+    f.table.host.app().grabManager()->transferGrab(card, detector->inputGrabber());
+    f.table.host.frames(2);
+    CHECK(f.shows("again"));
+}
+
 TEST_CASE("card signs: content that a component made takes no card, and is answered as covering the table")
 {
     CardSignsFixture f;
@@ -159,6 +233,55 @@ TEST_CASE("card signs: the second of two cards with one code is marked in additi
     CHECK_FALSE(signs[0]->hasCSSClass("twice"));
     CHECK(signs[1]->hasCSSClass("twice"));
     CHECK(signs[1]->hasCSSClass("unknown"));
+}
+
+TEST_CASE("card signs: the second of two cards with one code is told so where both open something, until the first is lifted")
+{
+    CardSignsFixture f;
+    const auto first = f.put(1001, {1400.f, 200.f});
+    REQUIRE(f.signs().empty());
+    f.put(1001, {1400.f, 800.f});
+    f.table.host.frames(30);
+    const auto signs = f.signs();
+    REQUIRE(signs.size() == 1);
+    CHECK((CareTable::center(*signs[0]) - Vector2f(1400.f, 800.f)).length() < 0.2f);
+    CHECK(signs[0]->cssClasses() == QList<QByteArray>{"twice"});
+    f.table.host.input.markerUp(first);
+    f.table.host.frame();
+    CHECK(f.signs().empty());
+}
+
+TEST_CASE("card signs: the second of two cards with one code is told so on what the first one opened")
+{
+    CardSignsFixture f;
+    f.put(1001, {1400.f, 500.f});
+    f.table.host.frames(30);
+    f.put(1001, {1400.f, 700.f});
+    CHECK(f.shows("twice"));
+}
+
+TEST_CASE("card signs: a sign loses \"twice\" when the other card is lifted, and keeps its reason")
+{
+    CardSignsFixture f;
+    const auto first = f.put(5555, {300.f, 300.f});
+    f.put(5555, {300.f, 800.f});
+    f.table.host.input.markerUp(first);
+    f.table.host.frame();
+    CHECK(f.shows("unknown"));
+    CHECK_FALSE(f.shows("twice"));
+}
+
+TEST_CASE("card signs: a sign without words shows no ground for them")
+{
+    CardSignsFixture f;
+    f.table.host.style("CardSign.again > .card-sign-text { text: \"Once more, please.\"; }");
+    f.put(5555, {300.f, 500.f});
+    const Trellis::Widget& words = *f.signs()[0]->children()[0];
+    CHECK_FALSE(words.isVisible());
+    f.table.host.addPerson(5555, QStringLiteral("Eve"));
+    f.table.host.frame();
+    REQUIRE(f.shows("again"));
+    CHECK(words.isVisible());
 }
 
 TEST_CASE("card signs: a sign follows its card, turned to its holder")

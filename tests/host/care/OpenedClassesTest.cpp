@@ -2,6 +2,7 @@
 
 #include "CareTable.hpp"
 
+#include <Facet/AttributeT.hpp>
 #include <Tavola/LaunchedContentOperator.hpp>
 
 #include <doctest/doctest.h>
@@ -10,7 +11,7 @@ using Vecta::Vector2f;
 
 namespace
 {
-/// Two areas that take cards, the first one on the left, and content that opens something at its cards.
+/// Two detectors, the first one on the left, and content that opens something at its cards.
 struct OpenedClassesFixture
 {
     OpenedClassesFixture()
@@ -42,9 +43,20 @@ struct OpenedClassesFixture
         onContent = widget.get();
     }
 
+    /// Puts a card on the content. What opens there.
+    Trellis::Widget& openedOnContent()
+    {
+        table.host.input.markerDown(1001, kOnContent);
+        table.host.frame();
+        REQUIRE(onContent);
+        return *onContent;
+    }
+
     static constexpr Vector2f kOnContent{1500.f, 500.f};
     CareTable table;
     Bedrock::IntrusivePtr<OpeningArea> right = Bedrock::makeIntrusive<OpeningArea>();
+    Facet::AttributeT<QString> leftFilters{table.area.get(), "marker-filters"};
+    Facet::AttributeT<QString> rightFilters{right.get(), "marker-filters"};
     Bedrock::IntrusivePtr<Trellis::Widget> content = Bedrock::makeIntrusive<Trellis::Widget>();
     Trellis::Widget* onContent = nullptr; ///< what opened at the card on the content
 };
@@ -84,6 +96,33 @@ TEST_CASE("opened classes: what opens at a card on content has none where the fi
     f.table.host.frame();
     REQUIRE(f.onContent);
     CHECK_FALSE(f.onContent->hasCSSClass("mail"));
+}
+
+TEST_CASE("opened classes: a list on what is no detector counts for nothing that opens at a card on content")
+{
+    OpenedClassesFixture f;
+    f.table.host.style(".tavola-background { opened-classes: wrong; } Area.left { opened-classes: page; }");
+    const Trellis::Widget& opened = f.openedOnContent();
+    CHECK(opened.hasCSSClass("page"));
+    CHECK_FALSE(opened.hasCSSClass("wrong"));
+}
+
+TEST_CASE("opened classes: a detector of another class that comes first takes the cards on content")
+{
+    OpenedClassesFixture f;
+    f.table.area->setCSSType("OtherArea");
+    f.table.host.style("OtherArea { opened-classes: other; } Area { opened-classes: page; }");
+    const Trellis::Widget& opened = f.openedOnContent();
+    CHECK(opened.hasCSSClass("other"));
+    CHECK_FALSE(opened.hasCSSClass("page"));
+}
+
+TEST_CASE("opened classes: content gives what opens at its cards nothing of its own")
+{
+    OpenedClassesFixture f;
+    f.content->addCSSClass("content");
+    f.table.host.style(".content { opened-classes: wrong; }");
+    CHECK_FALSE(f.openedOnContent().hasCSSClass("wrong"));
 }
 
 TEST_CASE("opened classes: a detector that something observes has its own list, and no other one's")
