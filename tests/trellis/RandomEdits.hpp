@@ -57,6 +57,9 @@ public:
                            ".large { font-size: 21px; }"
                            ".strong { font-weight: bold; }"
                            ".gone { display: none; }"
+                           ".grid { padding: 3px; }"
+                           ".grid > Widget { display: inline; width: 9px; height: 7px; background-color: #f80b; }"
+                           ".grid > :nth-child(5n) { width: 13px; background-color: #08f; }"
                            ".glass { background-color: rgba(90, 200, 10, 0.4); }"),
             QStringLiteral("edits.css"));
         auto* main = new Widget(&scene.root());
@@ -106,8 +109,14 @@ private:
     {
         Widget& parent = m_widgets.empty() || chance(3) ? *m_main : *m_widgets[m_random() % m_widgets.size()];
         Widget* widget = nullptr;
-        const unsigned kind = m_random() % 4;
-        if (kind == 0) {
+        const unsigned kind = m_random() % 5;
+        if (kind == 4) {
+            // Most of them move when it takes another width.
+            widget = new Widget(&parent);
+            widget->addCSSClass("grid");
+            for (int i = 0; i < 20; ++i)
+                new Widget(widget);
+        } else if (kind == 0) {
             widget = new Stripes(&parent, unsigned(m_random() % 200));
         } else if (kind == 1) {
             auto* text = new Trellis::TextWidget(&parent);
@@ -140,8 +149,23 @@ private:
             stripes->setSeed(unsigned(m_random() % 200));
         else if (auto* text = dynamic_cast<Trellis::TextWidget*>(&widget))
             text->setText(QStringLiteral("Bea %1").arg(m_random() % 1000));
+        else if (widget.hasCSSClass("grid") && chance(2))
+            changeTile(widget);
         else
             set(widget, "background-color", color());
+    }
+    void changeTile(Widget& grid)
+    {
+        Widget& tile = *grid.children()[m_random() % grid.children().size()];
+        switch (m_random() % 4) {
+        case 0: set(tile, "width", Trellis::Length::pixels(5 + number(12))); break;
+        case 1: tile.setOpacity(float(m_random() % 3) / 2.f); break;
+        case 2: tile.setScale(0.5f + number(1)); break;
+        case 3: tile.setRotation(number(1)); break;
+        }
+        // Another width of all of it, in the same frame.
+        if (chance(2))
+            grid.setSize({20 + number(60), 20 + number(40)});
     }
     void moveElsewhere(std::size_t index)
     {

@@ -29,6 +29,28 @@ Widget& keeper(Scene& scene, Vecta::Vector2f size)
     return main;
 }
 
+/// Counts the reports of another size in the scene.
+class Sized final : public Widget
+{
+public:
+    using Widget::Widget;
+    void sceneSizeChanged() override { ++reports; }
+    int reports = 0;
+};
+
+/// A widget of that width with small boxes of two colours, side by side in lines.
+Widget& lines(Widget& parent, const Vecta::Rect& rect, int boxes)
+{
+    Cascara::StyleEngine::instance().addStyleSheet(
+        QStringLiteral(".in-line { display: inline; width: 10px; height: 10px; background-color: #f00 }"
+                       ".in-line:nth-child(3n) { background-color: #00f8 }"),
+        QStringLiteral("lines.css"));
+    auto& result = place(*new Widget(&parent), rect);
+    for (int i = 0; i < boxes; ++i)
+        (new Widget(&result))->addCSSClass("in-line");
+    return result;
+}
+
 double pixelsIn(const QRegion& region)
 {
     double result = 0.0;
@@ -68,11 +90,7 @@ TEST_CASE("damage: what stands in a moving widget is damaged along, also outside
     box(widget, {50, 0, 10, 10}, kBlue);
     damageOfFrame(scene);
     widget.setLocation({10, 100});
-    QRegion expected(10, 10, 20, 20);
-    expected += QRect(60, 10, 10, 10);
-    expected += QRect(10, 100, 20, 20);
-    expected += QRect(60, 100, 10, 10);
-    CHECK(damageOfFrame(scene) == expected);
+    CHECK(damageOfFrame(scene) == QRegion(10, 10, 60, 20) + QRect(10, 100, 60, 20));
 }
 
 TEST_CASE("damage: another colour damages the widget only")
@@ -333,4 +351,106 @@ TEST_CASE("damage: the ground of the table is damaged as a whole, also after a c
     CHECK(damageOfFrame(scene) == QRegion(125, 125, 10, 10));
     set(scene.root(), "background-color", kBlue);
     CHECK(damageOfFrame(scene) == QRegion(0, 0, 200, 200));
+}
+
+TEST_CASE("damage: what is in a widget is told of another size in the scene, and not of another place, direction or opacity")
+{
+    for (const bool isKept : {false, true}) {
+        CAPTURE(isKept);
+        Scene scene(kSmall);
+        Widget& outer = box(isKept ? keeper(scene, kSmall) : scene.root(), {10, 10, 100, 100}, kRed);
+        auto& inner = *new Sized(&place(*new Widget(&outer), {5, 5, 50, 50}));
+        const auto reportsAfter = [&](auto change) {
+            scene.frame();
+            const int before = inner.reports;
+            change();
+            scene.frame();
+            return inner.reports - before;
+        };
+        CHECK(reportsAfter([&] { outer.setLocation({20, 20}); }) == 0);
+        CHECK(reportsAfter([&] { outer.setRotation(1.f); }) == 0);
+        CHECK(reportsAfter([&] { outer.setOpacity(0.5f); }) == 0);
+        CHECK(reportsAfter([&] { set(outer, "background-color", kBlue); }) == 0);
+        CHECK(reportsAfter([&] { outer.setScale(2.f); }) == 1);
+        CHECK(reportsAfter([&] { outer.setOpacity(0.f); }) == 0);
+        CHECK(reportsAfter([&] { outer.setScale(3.f); }) == 0);
+        CHECK(reportsAfter([&] { outer.setOpacity(1.f); }) == 1);
+        // Once, though its parent is reported as well.
+        CHECK(reportsAfter([&] {
+                  outer.setScale(2.f);
+                  inner.parent()->setScale(2.f);
+              })
+              == 1);
+        CHECK(reportsAfter([&] { inner.setSize({7, 7}); }) == 1);
+        CHECK(reportsAfter([&] { inner.setLocation({7, 7}); }) == 0);
+    }
+}
+
+TEST_CASE("damage: many children that are laid out anew are one area, of all that their parent covered and covers")
+{
+    for (const bool isKept : {false, true}) {
+        CAPTURE(isKept);
+        Scene scene(kSmall);
+        Widget& root = box(isKept ? keeper(scene, kSmall) : scene.root(), {10, 10, 180, 180}, kWhite);
+        Widget& area = lines(root, {20, 20, 100, 20}, 40);
+        for (int frame = 0; frame < 3; ++frame)
+            damageOfFrame(scene);
+        set(area, "width", Trellis::Length::pixels(50.f));
+        scene.frame();
+        CHECK(scene.app.damage().size() == 1);
+        // Eight lines now.
+        CHECK(scene.app.collectDamage().boundingRect() == QRect(30, 30, 100, 80));
+        CHECK(damageOfFrame(scene).isEmpty());
+    }
+}
+
+TEST_CASE("damage: few children that are laid out anew damage their own places")
+{
+    Scene scene(kSmall);
+    Widget& area = lines(scene.root(), {20, 20, 100, 100}, 40);
+    damageOfFrame(scene);
+    // Of forty, only those of the last line move on.
+    set(*area.children()[30], "width", Trellis::Length::pixels(20.f));
+    CHECK(damageOfFrame(scene) == QRegion(20, 50, 100, 10) + QRect(20, 60, 10, 10));
+}
+
+TEST_CASE("damage: a child among many that are laid out anew may hide, show, or go somewhere else at the same time")
+{
+    Scene scene(kSmall);
+    Widget& area = lines(scene.root(), {20, 20, 100, 20}, 40);
+    Lantern::ImageTarget shown({200, 200});
+    const auto checkShown = [&] {
+        scene.frame();
+        shown.paint(scene.app.collectDamage(), [&](Lantern::RenderContext& context) { scene.app.render(context); });
+        CHECK(shown.image() == scene.picture());
+    };
+    checkShown();
+    const auto layOut = [&](float width) {
+        set(area, "width", Trellis::Length::pixels(width));
+        (void)area.size();
+    };
+    Widget& first = *area.children()[5];
+    layOut(50.f);
+    first.setOpacity(0.f);
+    checkShown();
+    layOut(100.f);
+    first.setOpacity(1.f);
+    checkShown();
+    first.setLocation({10, 100});
+    checkShown();
+    layOut(60.f);
+    first.setLocation({60, 150});
+    checkShown();
+    first.setLocation({5, 5});
+    checkShown();
+    layOut(100.f);
+    scene.root().addChild(*area.children()[7]);
+    checkShown();
+    layOut(60.f);
+    area.children()[9]->removeFromParent();
+    area.setLocation({40, 40});
+    checkShown();
+    layOut(100.f);
+    area.removeFromParent();
+    checkShown();
 }

@@ -83,7 +83,7 @@ public:
     virtual void renderContent(Lantern::RenderContext& context) const;
 
     /// Called at the end of a frame, after the layout, in which the widget shows and its size in the scene may have changed, or
-    /// it was to be drawn anew; drawn or not. Begins what depends on that size: it may queue work, and changes neither attributes
+    /// its own appearance has; drawn or not. Begins what depends on that size: it may queue work, and changes neither attributes
     /// nor the tree. The base does nothing.
     virtual void sceneSizeChanged();
 

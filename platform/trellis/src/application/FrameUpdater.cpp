@@ -12,7 +12,7 @@ void FrameUpdater::refresh(Widget& widget)
 {
     const WidgetRecords& records = WidgetRecords::of(widget);
     UpdateRecord& update = WidgetRecords::of(widget).update;
-    const bool wanted = records.inTree && (update.updating || records.motion.moving || !update.operators.empty());
+    const bool wanted = records.drawing.inTree && (update.updating || records.motion.moving || !update.operators.empty());
     if (wanted == (update.activeIndex >= 0))
         return;
     if (wanted) {
@@ -60,7 +60,7 @@ void FrameUpdater::updateOperators(Widget& widget, const FrameInfo& frame)
         const Bedrock::IntrusivePtr<Operator> op = d.operators[std::size_t(d.operatorIndex)];
         if (!op->isDone())
             guardedInFrame("Operator::update", [&] { op->update(widget, frame); });
-        if (!WidgetRecords::of(widget).inTree)
+        if (!WidgetRecords::of(widget).drawing.inTree)
             break;
     }
     d.operatorIndex = d.operatorEnd = -1;

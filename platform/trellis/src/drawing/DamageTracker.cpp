@@ -13,9 +13,6 @@ namespace Trellis
 {
 namespace
 {
-/// The edges of what is turned or scaled may colour a neighbouring pixel a little.
-constexpr float kSmoothEdgePx = 0.5f;
-
 /// Scaled places have the accuracy of a float.
 constexpr float kWholePx = 1.f / 64.f;
 
@@ -37,18 +34,6 @@ Vecta::Rect moved(const Vecta::Rect& r, Vecta::Vector2f by)
     return {r.x + by.x, r.y + by.y, r.width, r.height};
 }
 
-Vecta::Rect grown(const Vecta::Rect& r, Vecta::Vector2f by)
-{
-    return {r.x - by.x, r.y - by.y, r.width + 2 * by.x, r.height + 2 * by.y};
-}
-
-/// Its size on the table.
-Vecta::Vector2f screenPixel()
-{
-    const Vecta::Vector2f scale = screenScale();
-    return {1.f / scale.x, 1.f / scale.y};
-}
-
 /// `area`: of the scene, around the layer's place. Nothing for areas that are empty, or no numbers.
 void damageLayer(WidgetLayer* layer, const Vecta::Rect& area)
 {
@@ -66,9 +51,10 @@ void storeOutline(const Widget& root, WidgetLayer& layer)
     layer.outline = layer.shows ? LayerKeeper::outline(root, layer) : Outline();
 }
 
-bool isUnscaled(const Vecta::Transform& onPixels)
+void prefetchEntry(const Widget& widget, const Widget& later)
 {
-    return onPixels.m12 == 0.f && onPixels.m21 == 0.f && onPixels.m11 == 1.f && onPixels.m22 == 1.f;
+    WidgetRecords::prefetchRecords(widget);
+    WidgetRecords::prefetch(later);
 }
 }
 
@@ -80,16 +66,40 @@ DamageTracker::DamageTracker(LayoutEngine& layout, LayerKeeper& layers, const Ve
 
 void DamageTracker::widgetChanged(Widget& widget, Redraw extent)
 {
-    WidgetRecords& records = WidgetRecords::of(widget);
-    if (!records.inTree)
+    DrawingRecord& drawing = WidgetRecords::of(widget).drawing;
+    if (!drawing.inTree)
         return;
-    (extent == Redraw::Subtree ? records.drawing.subtreeRedrawQueued : records.drawing.ownRedrawQueued) = true;
-    if (extent == Redraw::Subtree || records.drawing.drawnBounds.isEmpty())
+    const bool isShown = WidgetRecords::of(widget).isShown();
+    if (extent == Redraw::Place && drawing.wasShown == isShown && isAccountedForByParent(widget))
+        return;
+    switch (extent) {
+    case Redraw::Widget: drawing.ownRedrawQueued = true; break;
+    case Redraw::Scale: drawing.scaleQueued = true; [[fallthrough]];
+    case Redraw::Place: drawing.moveQueued = true; break;
+    case Redraw::Children:
+        if (drawing.holdsKept)
+            return; // these are placed one by one
+        drawing.childrenMoveQueued = true;
+        break;
+    }
+    if (extent == Redraw::Place || extent == Redraw::Scale || !drawing.wasShown)
         groupChanged(widget);
-    if (records.drawing.redrawQueued)
+    if (drawing.redrawQueued)
         return;
-    records.drawing.redrawQueued = true;
-    m_queue.push_back(&widget);
+    drawing.redrawQueued = true;
+    m_queue.push_back({&widget, drawing.wasShown ? int(m_before.size()) : -1});
+    if (drawing.wasShown)
+        m_before.push_back({drawing.reach.inParent, drawing.reach.isSmooth});
+}
+
+DamageTracker::Before DamageTracker::before(const Queued& entry) const
+{
+    return entry.before < 0 ? Before{} : m_before[std::size_t(entry.before)];
+}
+
+bool DamageTracker::isAccountedForByParent(const Widget& widget)
+{
+    return widget.parent() && WidgetRecords::of(*widget.parent()).drawing.childrenMoveQueued;
 }
 
 /// A widget that fades is rounded otherwise alone than with children that show.
@@ -103,23 +113,31 @@ void DamageTracker::groupChanged(const Widget& child)
 void DamageTracker::widgetLeaves(Widget& widget)
 {
     groupChanged(widget);
-    const Widget* const root = layerRootOf(widget);
-    forget(widget, root ? WidgetRecords::of(*root).drawing.layer.get() : nullptr);
+    forget(widget, Surroundings::of(widget));
 }
 
-void DamageTracker::forget(Widget& widget, WidgetLayer* layer)
+void DamageTracker::forget(Widget& widget, const Surroundings& above)
 {
     DrawingRecord& drawing = WidgetRecords::of(widget).drawing;
-    m_areas.add(layer ? moved(drawing.drawnBounds, layer->place) : drawing.drawnBounds);
-    damageLayer(layer, drawing.drawnBounds);
-    drawing.drawnBounds = {};
-    drawing.ownRedrawQueued = drawing.subtreeRedrawQueued = false;
+    Before last;
+    if (drawing.wasShown)
+        last = {drawing.reach.inParent, drawing.reach.isSmooth};
     if (drawing.redrawQueued) {
-        drawing.redrawQueued = false;
-        m_queue.erase(std::find(m_queue.begin(), m_queue.end(), &widget));
+        const auto queued =
+            std::find_if(m_queue.begin(), m_queue.end(), [&](const Queued& entry) { return entry.widget == &widget; });
+        last = before(*queued);
+        m_queue.erase(queued);
     }
+    const WidgetLayer* const layer = drawing.layer.get();
+    if (layer && !above.isCovered)
+        m_areas.addMove(layer->outline.moved(layer->place), {}, layer->isSharp ? Vecta::Vector2f() : screenPixel());
+    else if (!layer)
+        damage(above, areaBefore(last, above));
+    const Surroundings inside = above.within(widget, Surroundings::Covered::All);
+    drawing.wasShown = drawing.redrawQueued = drawing.ownRedrawQueued = drawing.moveQueued = drawing.scaleQueued =
+        drawing.childrenMoveQueued = false;
     for (const auto& child : widget.children())
-        forget(*child, layer);
+        forget(*child, inside);
     if (isLayerRoot(widget))
         m_layers.drop(widget);
 }
@@ -136,21 +154,22 @@ void DamageTracker::collect()
     // change the queue and the tree under way.
     const Bedrock::FlagGuard layoutHeld = m_layout.hold();
     m_parentOfSiblings = nullptr;
+    if (!m_queue.empty())
+        (void)reachOf(*m_queue.front().widget->nearest([](const Widget& widget) { return !widget.parent(); }));
+    constexpr std::size_t kRecordsAhead = 3, kObjectsAhead = 6;
     for (std::size_t i = 0; i < m_queue.size(); ++i) {
-        prefetchAheadWithChildren(m_queue, i);
-        Widget* const widget = m_queue[i];
-        Widget* const root = layerRootOf(*widget);
-        if (root)
-            contentChanged(*root);
-        if (!WidgetRecords::of(*widget).drawing.redrawQueued)
-            continue; // an ancestor has accounted for it already
-        // Where a picture lies is known before what changed inside it.
-        if (root && root != widget && WidgetRecords::of(*root).drawing.redrawQueued)
-            accountFor(*root);
-        if (WidgetRecords::of(*widget).drawing.redrawQueued)
-            accountFor(*widget);
+        if (i + kObjectsAhead < m_queue.size())
+            prefetchEntry(*m_queue[i + kRecordsAhead].widget, *m_queue[i + kObjectsAhead].widget);
+        accountFor(m_queue[i]);
+    }
+    for (const Queued& entry : m_queue) {
+        DrawingRecord& drawing = WidgetRecords::of(*entry.widget).drawing;
+        drawing.wasShown = WidgetRecords::of(*entry.widget).isShown();
+        drawing.redrawQueued = drawing.ownRedrawQueued = drawing.moveQueued = drawing.scaleQueued = drawing.childrenMoveQueued =
+            false;
     }
     m_queue.clear();
+    m_before.clear();
     for (Widget* root : m_changedRoots) {
         WidgetLayer& layer = *WidgetRecords::of(*root).drawing.layer;
         layer.isChanged = false;
@@ -176,102 +195,128 @@ bool DamageTracker::isEmpty() const noexcept
     return m_queue.empty() && areas().empty() && !m_layers.isWaiting();
 }
 
-DamageTracker::Above DamageTracker::above(const Widget& widget)
-{
-    const Widget* const parent = widget.parent();
-    if (!parent)
-        return {};
-    Above result = above(*parent);
-    const WidgetRecords& records = WidgetRecords::of(*parent);
-    result.isVisible = result.isVisible && records.isShown();
-    result.toScene = result.toScene * drawnTransformToParent(*parent);
-    if (records.drawing.clips())
-        result.clip = result.clip.intersected(result.toScene.mapBounds(records.layout.bounds()));
-    if (WidgetLayer* layer = records.drawing.layer.get()) {
-        result.layer = layer->isKept ? layer : nullptr;
-        result.placeBefore = result.placeNow = layer->place;
-    }
-    return result;
-}
-
-const DamageTracker::Above& DamageTracker::aboveSiblings(const Widget& widget)
+const Surroundings& DamageTracker::aboveSiblings(const Widget& widget)
 {
     // To account for one changes nothing above it.
-    if (!widget.parent() || widget.parent() != m_parentOfSiblings)
-        m_aboveSiblings = above(widget);
+    if (!widget.parent() || widget.parent() != m_parentOfSiblings) {
+        m_aboveSiblings = Surroundings::of(widget);
+        m_rootAboveSiblings = widget.parent() ? layerRootOf(*widget.parent()) : nullptr;
+    }
     m_parentOfSiblings = widget.parent();
     return m_aboveSiblings;
 }
 
-void DamageTracker::accountFor(Widget& widget)
+Vecta::Rect DamageTracker::areaBefore(const Before& before, const Surroundings& above)
 {
-    account(widget, aboveSiblings(widget),
-            WidgetRecords::of(widget).drawing.subtreeRedrawQueued ? Redraw::Subtree : Redraw::Widget);
+    if (!above.isVisible)
+        return {};
+    return sceneArea(above.toScene, before.reach, !above.isUpright || before.isSmooth).intersected(above.clip);
 }
 
-void DamageTracker::account(Widget& widget, const Above& above, Redraw extent)
+void DamageTracker::damage(const Surroundings& above, const Vecta::Rect& area)
 {
+    if (!above.isCovered)
+        m_areas.add(area);
+    if (!above.isRepainted)
+        damageLayer(above.layer, moved(area, above.corner * -1.f));
+}
+
+/// The widget itself, whose place is what it was.
+void DamageTracker::damageBox(const Widget& widget, const Surroundings& above, const Vecta::Transform& toScene)
+{
+    const WidgetRecords& records = WidgetRecords::of(widget);
+    const DrawingRecord& drawing = records.drawing;
+    const bool isSmooth = !isUnscaled(onScreen(toScene));
+    if (above.isVisible && drawing.wasShown)
+        damage(above, sceneArea(toScene, drawing.drawnBox, isSmooth).intersected(above.clip));
+    if (above.isVisible && records.isShown())
+        damage(above, sceneArea(toScene, drawing.drawnArea(records.layout.bounds()), isSmooth).intersected(above.clip));
+}
+
+void DamageTracker::accountFor(const Queued& entry)
+{
+    Widget& widget = *entry.widget;
+    const Surroundings& above = aboveSiblings(widget);
     WidgetRecords& records = WidgetRecords::of(widget);
     DrawingRecord& drawing = records.drawing;
-    const bool shows = above.isVisible && records.isShown();
-    const Vecta::Transform toScene = above.toScene * drawnTransformToParent(widget);
-    const bool isUpright = isUnscaled(onScreen(toScene));
     const bool isRoot = isLayerRoot(widget);
-    // A widget that clips its children changes what shows of them.
-    const bool isWhole = extent == Redraw::Subtree || drawing.clips();
-    if (isWhole)
-        prefetchFirst(widget.children(), Prefetched::Objects);
-    bool isCovered = above.isCovered;
-    WidgetLayer* layer = above.layer;
-    Vecta::Vector2f placeBefore = above.placeBefore, place = above.placeNow;
+    if (Widget* const root = isRoot ? &widget : m_rootAboveSiblings)
+        contentChanged(*root);
+    const Vecta::Transform toScene = above.toScene * drawnTransformToParent(widget);
+    const bool isSmooth = drawing.reach.isSmooth || !isUnscaled(onScreen(toScene));
+    const bool shows = above.isVisible && records.isShown();
+    const bool isWhole = drawing.moveQueued || drawing.childrenMoveQueued;
     if (isRoot) {
-        layer = m_layers.update(widget, toScene, shows, above.clip == kEverywhere && isWholeShift(above.toScene));
-        WidgetLayer& own = *drawing.layer;
-        placeBefore = std::exchange(own.place, {toScene.dx, toScene.dy});
-        place = own.place;
-        const Outline before = own.outline.moved(placeBefore);
-        // Smooth edges colour the pixels beside them a little.
-        const bool isSharp = widget.children().empty() && isUpright;
-        const bool wasSharp = std::exchange(own.isSharp, isSharp);
-        own.clips = drawing.clips();
-        own.shows = shows;
-        storeOutline(widget, own);
-        if (isWhole && !isCovered)
-            m_areas.addMove(before, own.outline.moved(place), isSharp && wasSharp ? Vecta::Vector2f() : screenPixel());
-        isCovered = isCovered || isWhole;
+        Surroundings own = above;
+        own.layer = accountForRoot(widget, above, toScene, isWhole || drawing.clips());
+        own.corner = {toScene.dx, toScene.dy};
+        own.isCovered = above.isCovered || isWhole || drawing.clips();
+        own.isRepainted = false;
+        if (own.layer && drawing.childrenMoveQueued)
+            own.layer->picture.damage(own.layer->picture.bounds());
+        if (drawing.ownRedrawQueued)
+            damageBox(widget, own, toScene);
+    } else if (isWhole) {
+        damage(above, areaBefore(before(entry), above));
+        if (shows)
+            damage(above, sceneArea(toScene, drawing.reach.inside, isSmooth).intersected(above.clip));
+    } else {
+        damageBox(widget, above, toScene);
     }
-    // Moving a picture, or fading it, leaves its pixels as they are.
-    const bool isRepainted = above.isRepainted || (isRoot ? drawing.ownRedrawQueued : drawing.redrawQueued);
-    const bool areChildrenRepainted =
-        above.isRepainted || (!isRoot && drawing.subtreeRedrawQueued) || (drawing.clips() && isRepainted);
-
-    const auto inScene = [&](const Vecta::Rect& area) {
-        const Vecta::Rect whole = toScene.mapBounds(area);
-        return isUpright || whole.isEmpty() ? whole : grown(whole, screenPixel() * kSmoothEdgePx);
-    };
-    if (isWhole)
-        prefetchFirst(widget.children(), Prefetched::Records);
-    const Vecta::Rect box = records.layout.bounds();
-    if (!isCovered)
-        m_areas.add(moved(drawing.drawnBounds, placeBefore));
-    if (isRepainted)
-        damageLayer(layer, drawing.drawnBounds);
-    drawing.drawnBounds = shows ? moved(inScene(drawing.drawnArea(box)).intersected(above.clip), place * -1.f) : Vecta::Rect{};
-    if (!isCovered)
-        m_areas.add(moved(drawing.drawnBounds, place));
-    if (isRepainted)
-        damageLayer(layer, drawing.drawnBounds);
-    drawing.redrawQueued = drawing.ownRedrawQueued = drawing.subtreeRedrawQueued = false;
-    if (shows)
+    if (drawing.ownRedrawQueued)
+        drawing.drawnBox = drawing.drawnArea(records.layout.bounds());
+    if (isWhole && drawing.holdsKept)
+        accountForRootsIn(widget, above.within(widget, Surroundings::Covered::Queued));
+    if (shows && reportsSizes(widget))
+        reportSizes(widget);
+    else if (shows && drawing.ownRedrawQueued)
         widget.sceneSizeChanged();
-    // What is in a picture keeps its place in it. Changes in it have been queued on their own.
-    if (!isWhole || (isRoot && layer && extent == Redraw::Subtree && !areChildrenRepainted))
-        return;
-    const Vecta::Rect inner = drawing.clips() ? inScene(box).intersected(above.clip) : above.clip;
-    const Above below{toScene, inner, shows, areChildrenRepainted, isCovered, layer, placeBefore, place};
-    for (std::size_t i = 0; i < widget.children().size(); ++i) {
-        prefetchAhead(widget.children(), i);
-        account(*widget.children()[i], below, Redraw::Subtree);
+}
+
+/// Of a widget that waits to be accounted for.
+bool DamageTracker::reportsSizes(const Widget& widget)
+{
+    const DrawingRecord& drawing = WidgetRecords::of(widget).drawing;
+    return drawing.scaleQueued || (drawing.moveQueued && !drawing.wasShown);
+}
+
+void DamageTracker::reportSizes(Widget& widget)
+{
+    widget.sceneSizeChanged();
+    for (const auto& child : widget.children())
+        if (WidgetRecords::of(*child).isShown() && !reportsSizes(*child))
+            reportSizes(*child);
+}
+
+/// Makes or updates the layer of `root`, and returns it if it is kept.
+WidgetLayer* DamageTracker::accountForRoot(Widget& root, const Surroundings& above, const Vecta::Transform& toScene, bool isWhole)
+{
+    const WidgetRecords& records = WidgetRecords::of(root);
+    const bool shows = above.isVisible && records.isShown();
+    WidgetLayer* const kept =
+        m_layers.update(root, toScene, shows, above.clip == Surroundings::kEverywhere && isWholeShift(above.toScene));
+    WidgetLayer& layer = *records.drawing.layer;
+    const Outline before = layer.outline.moved(layer.place);
+    layer.place = {toScene.dx, toScene.dy};
+    // Smooth edges colour the pixels beside them a little.
+    const bool isSharp = root.children().empty() && isUnscaled(onScreen(toScene));
+    const bool wasSharp = std::exchange(layer.isSharp, isSharp);
+    layer.clips = records.drawing.clips();
+    layer.shows = shows;
+    storeOutline(root, layer);
+    if (isWhole && !above.isCovered)
+        m_areas.addMove(before, layer.outline.moved(layer.place), isSharp && wasSharp ? Vecta::Vector2f() : screenPixel());
+    return kept;
+}
+
+/// What the roots in `widget` stand in has moved.
+void DamageTracker::accountForRootsIn(const Widget& widget, const Surroundings& inside)
+{
+    for (const auto& child : widget.children()) {
+        if (isLayerRoot(*child))
+            accountForRoot(*child, inside, inside.toScene * drawnTransformToParent(*child), true);
+        if (WidgetRecords::of(*child).drawing.holdsKept)
+            accountForRootsIn(*child, inside.within(*child, Surroundings::Covered::Queued));
     }
 }
 

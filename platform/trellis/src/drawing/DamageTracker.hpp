@@ -1,6 +1,7 @@
 #pragma once
 
 #include "drawing/DamageAreas.hpp"
+#include "drawing/Surroundings.hpp"
 #include "tree/WidgetEngines.hpp"
 
 #include <Vecta/Rect.hpp>
@@ -15,8 +16,8 @@ class LayoutEngine;
 struct WidgetLayer;
 
 /// Collects the areas of the scene that must be drawn anew. Changed widgets are queued; once a frame, after the layout,
-/// `collect` damages the area where each of them was last seen and the one where it is now. A frame without changes
-/// allocates nothing.
+/// `collect` damages the area where each of them was last seen and the one where it is now. What is inside of one that moved
+/// is not visited: the reach of that one covers it. A frame without changes allocates nothing.
 class DamageTracker
 {
 public:
@@ -46,36 +47,43 @@ public:
     void setScene(const Vecta::Rect& scene);
 
 private:
-    void groupChanged(const Widget& child);
-    void forget(Widget& widget, WidgetLayer* layer);
-    static constexpr Vecta::Rect kEverywhere{-1e7f, -1e7f, 2e7f, 2e7f};
-    /// What the ancestors of a widget do to it.
-    struct Above
+    /// How a widget was drawn before its first change.
+    struct Before
     {
-        Vecta::Transform toScene;
-        Vecta::Rect clip = kEverywhere;
-        bool isVisible = true;
-        bool isRepainted = false;     ///< what the kept picture shows of it is out of date
-        bool isCovered = false;       ///< the areas cover what is in it already, where it was and where it is
-        WidgetLayer* layer = nullptr; ///< that holds its pixels, if one does
-        Vecta::Vector2f placeBefore;  ///< of the layer root around it when that was last accounted for
-        Vecta::Vector2f placeNow;
+        Vecta::Rect reach; ///< of it and all that was in it, in its parent's coordinates; empty if it did not show
+        bool isSmooth = false;
     };
-    static Above above(const Widget& widget);
-    /// As above, and kept for the next one: many that change have the same parent.
-    const Above& aboveSiblings(const Widget& widget);
+    struct Queued
+    {
+        Widget* widget;
+        int before; ///< index in m_before; -1 if it did not show
+    };
+    void groupChanged(const Widget& child);
+    static bool isAccountedForByParent(const Widget& widget);
+    void forget(Widget& widget, const Surroundings& above);
+    /// Kept for the next one: many that change have the same parent.
+    const Surroundings& aboveSiblings(const Widget& widget);
+    [[nodiscard]] Before before(const Queued& entry) const;
+    static Vecta::Rect areaBefore(const Before& before, const Surroundings& above);
+    void damage(const Surroundings& above, const Vecta::Rect& area);
+    void damageBox(const Widget& widget, const Surroundings& above, const Vecta::Transform& toScene);
     /// Something in the root, or the root itself: what it reaches over is accounted for at the end.
     void contentChanged(Widget& root);
-    void accountFor(Widget& widget);
-    void account(Widget& widget, const Above& above, Redraw extent);
+    void accountFor(const Queued& entry);
+    WidgetLayer* accountForRoot(Widget& root, const Surroundings& above, const Vecta::Transform& toScene, bool isWhole);
+    void accountForRootsIn(const Widget& widget, const Surroundings& inside);
+    static bool reportsSizes(const Widget& widget);
+    static void reportSizes(Widget& widget);
 
     LayoutEngine& m_layout;
     LayerKeeper& m_layers;
-    std::vector<Widget*> m_queue; ///< each has redrawQueued; a widget leaves the queue before it leaves the tree
+    std::vector<Queued> m_queue; ///< each has redrawQueued; a widget leaves the queue before it leaves the tree
+    std::vector<Before> m_before;
     DamageAreas m_areas;
     // Used by collect only.
     std::vector<Widget*> m_changedRoots;        ///< whose layers are marked as changed
     const Widget* m_parentOfSiblings = nullptr; ///< of which m_aboveSiblings is known
-    Above m_aboveSiblings;
+    Widget* m_rootAboveSiblings = nullptr;      ///< the layer root that they are in, if they are
+    Surroundings m_aboveSiblings;
 };
 }

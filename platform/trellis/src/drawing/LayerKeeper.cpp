@@ -38,9 +38,10 @@ bool isPlainBox(const Widget& widget, const Vecta::Transform& t)
 void LayerKeeper::keepChildrenOf(Widget& parent)
 {
     WidgetRecords::of(parent).drawing.keepsChildren = true;
+    markHoldsKept(parent);
     for (const auto& child : parent.children()) {
         markReachStale(*child);
-        WidgetEngines::current().appearanceChanged(*child, Redraw::Subtree);
+        WidgetEngines::current().appearanceChanged(*child, Redraw::Scale);
     }
 }
 

@@ -14,7 +14,7 @@ namespace
 {
 bool isInTree(const Widget& widget)
 {
-    return WidgetRecords::of(widget).inTree;
+    return WidgetRecords::of(widget).drawing.inTree;
 }
 
 /// The widget that a finger on `hit` moves.

@@ -20,6 +20,7 @@ constexpr float kTolerancePx = 0.05f;
 constexpr int kMostRounds = 4;
 /// Of a thousand moves the first ones have left the processor's caches when they are delivered.
 constexpr std::size_t kMovesAhead = 3;
+constexpr std::size_t kManyMoves = 16;
 
 LayoutRecord& layoutOf(const Widget& widget)
 {
@@ -167,7 +168,9 @@ void LayoutEngine::layOut(Widget& widget, const Room& room)
     const bool resized = size != d.size;
     if (resized) {
         // What scales about its middle moves with all that is in it.
-        m_engines.appearanceChanged(widget, d.scaleMoves ? Redraw::Subtree : Redraw::Widget);
+        m_engines.appearanceChanged(widget, Redraw::Widget);
+        if (d.scaleMoves)
+            m_engines.appearanceChanged(widget, Redraw::Place);
         markReachStale(widget);
         d.size = size;
     }
@@ -188,7 +191,12 @@ void LayoutEngine::arrange(Widget& widget)
     // A share of a height that itself follows from the content would be a circle.
     const float height = d.heightFromContent ? -1.f : std::max(0.f, d.size.y - d.padTop - d.padBottom);
     const Room room{std::max(0.f, d.size.x - d.padLeft - d.padRight), height, false};
+    const std::size_t movedAround = std::exchange(m_moved, 0);
     flow(widget, room, true);
+    // To draw all of it anew costs little more than to account for each of them.
+    if (m_moved >= kManyMoves && m_moved * 2 >= d.flowOrder.size())
+        m_engines.appearanceChanged(widget, Redraw::Children);
+    m_moved = movedAround;
 }
 
 /// `widget` has its size, of which `room` is what the flow has.
@@ -255,6 +263,7 @@ void LayoutEngine::moveTo(Widget& child, Vector2f location)
     if (d.movePending || d.location.value(Facet::kDefaultLayer) == location)
         return;
     d.movePending = true;
+    ++m_moved;
     m_pendingMoves.emplace_back(&child);
 }
 

@@ -4,6 +4,7 @@
 #include <Bedrock/IntrusivePtr.hpp>
 #include <Vecta/Vector2T.hpp>
 
+#include <cstddef>
 #include <vector>
 
 namespace Trellis
@@ -54,6 +55,7 @@ private:
     WidgetEngines& m_engines;
     bool m_isRunning = false;
     long m_arranged = 0;
+    std::size_t m_moved = 0; ///< children of the widget that is being arranged
     std::vector<Bedrock::IntrusivePtr<Widget>> m_pendingMoves;
 };
 }

@@ -112,7 +112,9 @@ bool BackgroundAttributes::isNamed(int nameNumber)
 
 DrawingRecord::DrawingRecord(Widget* host)
     : opacity(host, kOpacity, {Facet::ValueNotation<float>::Percentages::Taken}, 1.f),
-      backgroundColor(host, kBackgroundColor, kTransparent), overflow(host, kOverflow, kOverflows, Overflow::Visible)
+      backgroundColor(host, kBackgroundColor, kTransparent), overflow(host, kOverflow, kOverflows, Overflow::Visible),
+      wasShown(false), redrawQueued(false), ownRedrawQueued(false), moveQueued(false), scaleQueued(false),
+      childrenMoveQueued(false), inTree(false), keepsChildren(false), holdsKept(false)
 {
 }
 }

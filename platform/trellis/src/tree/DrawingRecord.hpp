@@ -103,12 +103,18 @@ struct DrawingRecord
     std::unique_ptr<std::vector<BackgroundPicture>> pictures; ///< one for each of `background-image`; null for none
 
     Reach reach;
-    Vecta::Rect drawnBounds; ///< scene area of the widget itself when last accounted for, around the place of its layer, if any
-    bool redrawQueued = false;
-    bool ownRedrawQueued = false;       ///< its own appearance or size changed
-    bool subtreeRedrawQueued = false;   ///< what is in it moved along
-    bool keepsChildren = false;         ///< each child is drawn on whole pixels, and may be kept as a picture
-    std::unique_ptr<WidgetLayer> layer; ///< of a child of such a widget
+    // What is kept of how it was drawn is in the widget's own coordinates, so that it moves along with all around it.
+    Vecta::Rect drawnBox;               ///< the area of the widget itself when last accounted for
+    bool wasShown : 1;                  ///< when last accounted for: then the area of it and what was in it was `reach`
+    bool redrawQueued : 1;              ///< waits to be accounted for, as are the next four
+    bool ownRedrawQueued : 1;           ///< its own appearance or size changed
+    bool moveQueued : 1;                ///< it changed its place, or came or left, with all that is in it
+    bool scaleQueued : 1;               ///< what is in it may have another size in the scene
+    bool childrenMoveQueued : 1;        ///< all that it covers is drawn anew
+    bool inTree : 1;                    ///< the application's main layer or below it; written by Widget
+    bool keepsChildren : 1;             ///< each child is drawn on whole pixels, and may be kept as a picture
+    bool holdsKept : 1;                 ///< the same of it, or of a widget that is or once was in it
+    std::unique_ptr<WidgetLayer> layer; ///< of a child of a widget that keeps its children
 
     /// As it is written: sides may be wider than the widget, corners rounder.
     [[nodiscard]] Lantern::BoxFrame frame() const;

@@ -12,6 +12,12 @@ bool isLayerRoot(const Widget& widget)
     return widget.parent() && WidgetRecords::of(*widget.parent()).drawing.keepsChildren;
 }
 
+void markHoldsKept(Widget& widget)
+{
+    for (Widget* above = &widget; above && !WidgetRecords::of(*above).drawing.holdsKept; above = above->parent())
+        WidgetRecords::of(*above).drawing.holdsKept = true;
+}
+
 Vecta::Vector2f drawnCornerInParent(const Widget& widget)
 {
     const Vecta::Vector2f corner = WidgetRecords::of(widget).layout.cornerInParent();

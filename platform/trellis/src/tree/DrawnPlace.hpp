@@ -12,6 +12,8 @@ class Widget;
 
 /// Whether the widget is drawn on whole pixels, and may be kept as a picture.
 [[nodiscard]] bool isLayerRoot(const Widget& widget);
+/// `widget`, and all that it stands in, hold a widget whose children may be kept as pictures.
+void markHoldsKept(Widget& widget);
 [[nodiscard]] Vecta::Vector2f drawnCornerInParent(const Widget& widget);
 [[nodiscard]] Vecta::Transform drawnTransformToParent(const Widget& widget);
 [[nodiscard]] Vecta::Transform drawnTransformToScene(const Widget& widget);

@@ -7,7 +7,8 @@ namespace Trellis
 class Widget;
 
 /// What a widget and everything in it can draw on, kept until something in it moves. An upright rectangle, which may be
-/// larger than what shows, and is never smaller.
+/// larger than what shows, and is never smaller. Computed between the changes of one frame and those of the next only, so that
+/// what it was before a change is still there when the change is reported.
 struct Reach
 {
     Vecta::Rect inside;   ///< in the widget's own coordinates
@@ -15,6 +16,9 @@ struct Reach
     // With either, what is inside of all ancestors is stale as well, unless the widget is hidden or clipped away.
     bool isStale = true; ///< both
     bool isMoved = true; ///< inParent
+    /// Something in it, or the widget itself in its parent, is turned or scaled.
+    bool isSmooth = false;
+    bool isSmoothInside = false; ///< the same without the widget itself
 };
 
 /// Size or children of the widget, or what it draws, changed: its reach and its ancestors' are computed when next read. Goes up

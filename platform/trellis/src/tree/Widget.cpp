@@ -1,5 +1,6 @@
 #include <Trellis/Widget.hpp>
 
+#include "tree/DrawnPlace.hpp"
 #include "tree/WidgetEngines.hpp"
 #include "tree/WidgetEvents.hpp"
 #include "tree/WidgetRecords.hpp"
@@ -31,7 +32,7 @@ Widget::~Widget()
 {
     beginStyleEnd();
     // A widget without owner (on the stack of a test) may still stand somewhere.
-    if (d->inTree)
+    if (d->drawing.inTree)
         leaveTree();
     auto& operators = d->update.operators;
     while (!operators.empty()) {
@@ -78,10 +79,12 @@ void Widget::attachTo(Widget& parent)
     parent.m_children.emplace_back(this);
     parent.d->layout.flowOrder.push_back(this);
     markReachStale(*this);
+    if (d->drawing.holdsKept)
+        markHoldsKept(parent);
     invalidateBox(*this);
     if (isLayoutDirty(*this))
         invalidateContent(*this);
-    if (parent.d->inTree)
+    if (parent.d->drawing.inTree)
         enterTree();
     setStyleParent(&parent);
 }
@@ -89,7 +92,7 @@ void Widget::attachTo(Widget& parent)
 /// The caller holds a reference.
 void Widget::detachFromParent()
 {
-    if (d->inTree)
+    if (d->drawing.inTree)
         leaveTree();
     Widget& parent = *m_parent;
     invalidateBox(*this);
@@ -120,7 +123,7 @@ void Widget::removeFromParent()
 /// Only the engines' own lists change here, and no listener is called: the tree is whole when the first one runs.
 void Widget::enterTree()
 {
-    d->inTree = true;
+    d->drawing.inTree = true;
     WidgetEngines& engines = WidgetEngines::current();
     engines.activityChanged(*this);
     engines.appearanceChanged(*this, Redraw::Widget);
@@ -134,7 +137,7 @@ void Widget::leaveTree()
     engines.widgetLeaves(*this);
     const auto leave = [&](auto&& self, Widget& widget) -> void {
         widget.d->motion.moving = false;
-        widget.d->inTree = false;
+        widget.d->drawing.inTree = false;
         engines.activityChanged(widget);
         for (const auto& child : widget.m_children)
             self(self, *child);
@@ -151,7 +154,7 @@ void Widget::raiseToTop(bool recursive)
         if (siblings.back() != widget) {
             const auto here = std::find(siblings.begin(), siblings.end(), widget);
             std::rotate(here, here + 1, siblings.end());
-            WidgetEngines::current().appearanceChanged(*widget, Redraw::Subtree);
+            WidgetEngines::current().appearanceChanged(*widget, Redraw::Place);
         }
         if (!recursive)
             return;
@@ -165,7 +168,7 @@ void Widget::lowerToBottom()
     auto& siblings = m_parent->m_children;
     const auto here = std::find(siblings.begin(), siblings.end(), this);
     std::rotate(siblings.begin(), here, here + 1);
-    WidgetEngines::current().appearanceChanged(*this, Redraw::Subtree);
+    WidgetEngines::current().appearanceChanged(*this, Redraw::Place);
 }
 
 Widget* Widget::findByType(const QByteArray& type) const

@@ -163,7 +163,7 @@ void Widget::attributeChanged(Facet::Attribute& attribute)
         || a == &drawing.opacity || a == &drawing.overflow;
     if (movesAll) {
         markReachMoved(*this);
-        WidgetEngines::current().appearanceChanged(*this, Redraw::Subtree);
+        WidgetEngines::current().appearanceChanged(*this, a == &layout.scale ? Redraw::Scale : Redraw::Place);
     }
     // What an overflow shows changes within the widget.
     if (a == &drawing.overflow) {

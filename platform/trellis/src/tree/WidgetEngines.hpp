@@ -4,10 +4,13 @@
 
 namespace Trellis
 {
-/// How much of the picture changes with a widget.
+/// How much of the picture changes with a widget. What is inside keeps its own place in it in any case, unless it is reported
+/// as well.
 enum class Redraw {
-    Widget, ///< the widget's own appearance or size
-    Subtree ///< everything in it moved, faded, came or left along
+    Widget,  ///< the widget's own appearance or size
+    Place,   ///< it moved, turned, faded, came or left, with everything in it
+    Scale,   ///< as Place, and everything in it may have another size in the scene
+    Children ///< most of its children moved: all that it covers is drawn anew, and their moves need not be reported
 };
 
 /// The engines above the tree as the tree sees them: widgets report what changed, and ask for what only an engine can do.

@@ -40,7 +40,6 @@ struct WidgetRecords
     InputRecord input;
     MotionRecord motion;
     UpdateRecord update;
-    bool inTree = false; ///< the application's main layer or below it; written by Widget
 
     /// As Facet::Node::makeRareAttributes.
     bool makeRareAttributes(Widget& host, int nameNumber);
