@@ -13,7 +13,6 @@
 #include <QSaveFile>
 
 #include <cstdio>
-#include <map>
 #include <memory>
 
 namespace Host
@@ -155,25 +154,14 @@ int importRegistry(PeopleRegistry& registry, const QString& file, const Request&
         return request.fail(error, 1);
     const auto people = source->people();
     source.reset(); // all of it is in the file itself from here on
-    const auto there = registry.people();
-    if (!people || !there)
-        return request.fail(QStringLiteral("nothing was imported"), 1);
-    std::map<unsigned long, bool> hasOwner;
-    for (const Person& person : *there)
-        hasOwner[person.code] = !person.name.isEmpty() || !person.email.isEmpty();
-    std::vector<Person> wanted;
-    for (const Person& person : *people) {
-        const auto known = hasOwner.find(person.code);
-        if (known == hasOwner.end() || (!known->second && (!person.name.isEmpty() || !person.email.isEmpty())))
-            wanted.push_back(person);
-    }
-    if (!wanted.empty() && !registry.insert(wanted))
+    const auto imported = people ? registry.insertMissing(*people) : std::nullopt;
+    if (!imported)
         return request.fail(QStringLiteral("nothing was imported"), 1);
     const QString name = setAside(file);
     if (name.isEmpty())
         return request.fail(QStringLiteral("everything was imported; move %1 away").arg(file), 1);
     request.print(QStringLiteral("%1 people imported, %2 cards stay as they are in the database. The file is %3 now.")
-                      .arg(QString::number(wanted.size()), QString::number(people->size() - wanted.size()), name));
+                      .arg(QString::number(*imported), QString::number(int(people->size()) - *imported), name));
     return request.printed();
 }
 

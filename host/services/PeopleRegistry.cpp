@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <map>
 #include <set>
 #include <utility>
 
@@ -39,6 +40,8 @@ Person personOf(const QSqlQuery& query)
 
 const QString kColumns = QStringLiteral("SELECT code, name, email, content_key, kind, language FROM people");
 const QString kAnyEver = QStringLiteral("SELECT 1 FROM people UNION ALL SELECT 1 FROM emptied LIMIT 1");
+const QString kReplace = QStringLiteral(" ON CONFLICT (code) DO UPDATE SET name = excluded.name, email = excluded.email, "
+                                        "content_key = excluded.content_key, kind = excluded.kind, language = excluded.language");
 constexpr int kValuesEach = 6;
 /// A server is asked once for so many rows.
 constexpr std::size_t kRowsAtOnce = 500;
@@ -85,6 +88,11 @@ std::vector<Person> lastOfEachCode(const std::vector<Person>& people)
             result.push_back(*person);
     std::reverse(result.begin(), result.end());
     return result;
+}
+
+bool hasOwner(const Person& person)
+{
+    return !person.name.isEmpty() || !person.email.isEmpty();
 }
 
 bool isAnyEver(Storage::Transaction& transaction, bool& isUsed)
@@ -253,12 +261,28 @@ bool PeopleRegistry::add(const Person& person, bool& isThere)
 
 bool PeopleRegistry::insert(const std::vector<Person>& people)
 {
-    const QString replace = QStringLiteral(" ON CONFLICT (code) DO UPDATE SET name = excluded.name, email = excluded.email, "
-                                           "content_key = excluded.content_key, kind = excluded.kind, language = "
-                                           "excluded.language");
-    return d->run(Private::Kind::Write, [known = lastOfEachCode(people), &replace](Storage::Transaction& writing) {
-        return enter(writing, known, replace);
+    return d->run(Private::Kind::Write,
+                  [known = lastOfEachCode(people)](Storage::Transaction& writing) { return enter(writing, known, kReplace); });
+}
+
+std::optional<int> PeopleRegistry::insertMissing(const std::vector<Person>& people)
+{
+    std::vector<Person> missing;
+    const bool isWritten = d->run(Private::Kind::Write, [&](Storage::Transaction& writing) {
+        std::map<unsigned long, bool> isOwned; // the cards that are there
+        writing.run(kColumns, {}, [&isOwned](const QSqlQuery& row) {
+            const Person known = personOf(row);
+            isOwned[known.code] = hasOwner(known);
+        });
+        missing.clear();
+        for (const Person& person : lastOfEachCode(people)) {
+            const auto known = isOwned.find(person.code);
+            if (known == isOwned.end() || (!known->second && hasOwner(person)))
+                missing.push_back(person);
+        }
+        return enter(writing, missing, kReplace);
     });
+    return isWritten ? std::optional(static_cast<int>(missing.size())) : std::nullopt;
 }
 
 std::optional<Person> PeopleRegistry::registerOwner(unsigned long code, const QString& name, const QString& email)

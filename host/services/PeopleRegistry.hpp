@@ -63,6 +63,9 @@ public:
     bool add(const Person& person, bool& isThere);
     /// Enters people, replacing those of the same code: all of them, or on failure (logged as a warning) none.
     bool insert(const std::vector<Person>& people);
+    /// Enters those whose card is not there, or has no owner there where they have a name or an address. Returns how many: all of
+    /// these, or on failure (logged as a warning) nothing.
+    std::optional<int> insertMissing(const std::vector<Person>& people);
     /// Sets or replaces the owner of an existing card and makes it a personal card; its content key and language stay. Returns
     /// the changed card; nothing for a code that is not in the registry or when it cannot be written (logged).
     std::optional<Person> registerOwner(unsigned long code, const QString& name, const QString& email);

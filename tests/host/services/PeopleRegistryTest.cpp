@@ -57,6 +57,47 @@ const Person kAnn{1001, QStringLiteral("Ann"), QStringLiteral("ann@museum.exampl
 const Person kNobody{1002, QString(), QString(), QString(), 3};
 }
 
+TEST_CASE("people registry: people of another registry get the cards that are not there or have no owner")
+{
+    const Folder folder;
+    const auto registry = opened(folder.path(QStringLiteral("people.sqlite")));
+    const Person named{1002, QStringLiteral("Bo"), QString(), QStringLiteral("new"), 0};
+    const Person reachable{1004, QString(), QStringLiteral("di@museum.example"), QString(), 0};
+    const Person blank{1003, QString(), QString(), QStringLiteral("old"), 3};
+    REQUIRE(registry->insert({kAnn, kNobody, blank, {1004, QString(), QString(), QString(), 3}}));
+    CHECK(registry->insertMissing({{1001, QStringLiteral("Other"), QString(), QString(), 0},
+                                   named,
+                                   {1003, QString(), QString(), QStringLiteral("other"), 3},
+                                   reachable,
+                                   {1005, QString(), QString(), QString(), 3}})
+          == 3);
+    CHECK(registry->people() == RegistryPeople{kAnn, named, blank, reachable, {1005, QString(), QString(), QString(), 3}});
+    // An address is an owner, too.
+    CHECK(registry->insertMissing({{1004, QStringLiteral("Other"), QString(), QString(), 0}}) == 0);
+    CHECK(registry->insertMissing({}) == 0);
+}
+
+TEST_CASE("people registry: of two that bring the same cards at once, each card's owner comes from one")
+{
+    const Folder folder;
+    const QString path = folder.path(QStringLiteral("people.sqlite"));
+    constexpr int kCards = 300;
+    std::atomic<int> entered{0};
+    const auto bring = [&](const char* name) {
+        QString error;
+        const auto registry = PeopleRegistry::open(path, error, std::chrono::minutes(1));
+        std::vector<Person> people;
+        for (int code = 1; code <= kCards; ++code)
+            people.push_back({static_cast<unsigned long>(code), QString::fromUtf8(name), QString(), QString(), 0});
+        entered += registry->insertMissing(people).value();
+    };
+    (void)opened(path);
+    std::thread other([&] { bring("other"); });
+    bring("one");
+    other.join();
+    CHECK(entered == kCards);
+}
+
 TEST_CASE("people registry: a new one is empty, and its folder is made")
 {
     const Folder folder;
