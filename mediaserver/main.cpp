@@ -32,6 +32,7 @@ using MediaServer::logInfo;
 using MediaServer::logWarning;
 using MediaServer::Options;
 using MediaServer::PageExpiry;
+using MediaServer::PageImport;
 using MediaServer::Site;
 using MediaServer::SiteSettings;
 
@@ -70,7 +71,7 @@ void readKeysAgain(CommandDoor& door, const QString& file)
 
 int importPages(const Options& options)
 {
-    const auto imported = MediaServer::PageImport::run(options.importFile, options.database);
+    const auto imported = PageImport::run(options.importFile, options.database);
     if (!imported)
         return fail(imported.error());
     std::printf("tavola-mediaserver: %d pages and %d things were imported; %d pages keep the address that they have in the "
@@ -84,6 +85,9 @@ int serve(const Options& options)
     const auto store = ItemStore::open(options.database);
     if (!store)
         return fail(store.error());
+    const QString advice = PageImport::advice(**store, options.database);
+    if (!advice.isEmpty())
+        logInfo(advice);
     SiteSettings settings;
     if (!options.siteFile.isEmpty()) {
         auto read = SiteSettings::read(options.siteFile);

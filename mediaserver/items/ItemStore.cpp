@@ -189,6 +189,11 @@ Result<std::optional<Item>> ItemStore::item(qint64 tessel, qint64 id)
     return ask(Kind::Read, [tessel, id](Items& items) { return items.item(tessel, id); });
 }
 
+Result<bool> ItemStore::hasPeople()
+{
+    return ask(Kind::Read, [](Items& items) { return items.hasPeople(); });
+}
+
 Result<QDate> ItemStore::lastAddition(qint64 tessel)
 {
     return ask(Kind::Read, [tessel](Items& items) { return items.lastAddition(tessel); });

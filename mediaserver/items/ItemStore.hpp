@@ -50,6 +50,7 @@ public:
     [[nodiscard]] Result<std::vector<Item>> items(qint64 tessel);
     [[nodiscard]] Result<std::optional<Item>> item(qint64 tessel, qint64 id);
 
+    [[nodiscard]] Result<bool> hasPeople();
     [[nodiscard]] Result<QDate> lastAddition(qint64 tessel);
     /// All of them, in several transactions.
     [[nodiscard]] Result<int> removeOlderThan(int days);

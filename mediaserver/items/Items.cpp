@@ -184,6 +184,13 @@ std::optional<Item> Items::item(qint64 tessel, qint64 id)
     return result;
 }
 
+bool Items::hasPeople()
+{
+    bool isAny = false;
+    m_transaction.run(QStringLiteral("SELECT 1 FROM person LIMIT 1"), {}, [&isAny](const QSqlQuery&) { isAny = true; });
+    return isAny;
+}
+
 QDate Items::lastAddition(qint64 tessel)
 {
     QString last;

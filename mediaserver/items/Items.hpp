@@ -67,6 +67,8 @@ public:
     /// The person's item of that id; empty when there is none or it belongs to another person.
     [[nodiscard]] std::optional<Item> item(qint64 tessel, qint64 id);
 
+    /// Whether any person has a page.
+    [[nodiscard]] bool hasPeople();
     /// The day (UTC) on which the person's last item was added first, or on which they got their secret.
     [[nodiscard]] QDate lastAddition(qint64 tessel);
     /// Removes people that got no item for so many days, with their items: `most` of them, so that it does not take long. Returns

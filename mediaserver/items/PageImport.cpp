@@ -128,6 +128,16 @@ Result<int> copyTable(Storage::Store& from, Storage::Store& to, const CopiedTabl
 
 } // namespace
 
+QString PageImport::advice(ItemStore& store, const QString& database)
+{
+    const auto address = Storage::Address::parse(database);
+    if (!address || !address->isPostgres() || store.hasPeople().value_or(true))
+        return {};
+    return QStringLiteral(
+        "There is no page in the database yet; if the server had its pages in a file before, end it and start it "
+        "once with --import FILE");
+}
+
 Result<PageImport> PageImport::run(const QString& file, const QString& database, std::chrono::milliseconds deadline)
 {
     if (QFileInfo(file).size() == 0)

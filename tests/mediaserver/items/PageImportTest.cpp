@@ -75,6 +75,19 @@ TEST_CASE("page import: pages keep their addresses and items, and what the datab
     }
 }
 
+TEST_CASE("page import: a server that starts on another server's database without pages says how those of a file come there")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        const QString name = database.address().shown();
+        const auto store = openItems(name);
+        CHECK(PageImport::advice(*store, name).contains("--import FILE") == (kind == TestDatabase::Kind::Postgres));
+        (void)store->tokenFor(7);
+        CHECK(PageImport::advice(*store, name).isEmpty());
+    }
+}
+
 TEST_CASE("page import: thousands of items come in their order")
 {
     const TestDatabase file(TestDatabase::Kind::Sqlite);
