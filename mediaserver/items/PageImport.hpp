@@ -1,6 +1,6 @@
 #pragma once
 
-#include "items/ItemStore.hpp"
+#include "ItemStore.hpp"
 #include "shared/Result.hpp"
 
 #include <QString>

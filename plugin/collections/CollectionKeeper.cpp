@@ -184,4 +184,14 @@ folly::Future<std::set<long>> CollectionKeeper::claim(const std::set<long>& ids)
         return result;
     });
 }
+
+void CollectionKeeper::release(const std::set<long>& ids)
+{
+    QList<QString> keys;
+    for (const long id : ids)
+        if (const auto found = m_items.find(id); found != m_items.end() && found->second.isStored)
+            keys.append(found->second.item.key);
+    if (const auto store = findStore(); store && !keys.isEmpty())
+        store->release(keys);
+}
 }

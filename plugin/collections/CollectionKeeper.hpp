@@ -60,6 +60,8 @@ public:
     /// Those of the items that this table alone may send now; see CollectionStoreAPI::claim. An item that is not stored is among
     /// them. Fails when the store cannot be asked. Where there is no store, all of them.
     [[nodiscard]] folly::Future<std::set<long>> claim(const std::set<long>& ids);
+    /// Those were not sent: another table may.
+    void release(const std::set<long>& ids);
 
 private:
     struct Kept

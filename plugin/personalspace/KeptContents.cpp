@@ -50,6 +50,12 @@ folly::Future<std::set<long>> KeptContents::claim(unsigned long code, const std:
     return known == keptByCode().end() ? folly::makeFuture(ids) : known->second->m_keeper->claim(ids);
 }
 
+void KeptContents::release(unsigned long code, const std::set<long>& ids)
+{
+    if (const auto known = keptByCode().find(code); known != keptByCode().end())
+        known->second->m_keeper->release(ids);
+}
+
 KeptContents::KeptContents(unsigned long code)
     : m_code(code), m_contents(PersonalSpaceContents::personalContent(code)),
       m_keeper(std::make_shared<CollectionKeeper>(

@@ -24,6 +24,14 @@ struct PersonalSpaceWidget::D::Mail
     bool isClaimed = false; ///< other tables may have more items of the card, and send them
 };
 
+std::set<long> PersonalSpaceWidget::D::idsOf(const Mail& mail)
+{
+    std::set<long> ids;
+    for (const auto& entry : mail.items)
+        ids.insert(entry.first);
+    return ids;
+}
+
 void PersonalSpaceWidget::D::emailContents()
 {
     closeTooltip();
@@ -37,10 +45,7 @@ void PersonalSpaceWidget::D::emailContents()
     const Bedrock::IntrusiveWeakPtr<PersonalSpaceWidget> weak(&host);
     if (mail.items.empty() || !CollectionKeeper::isShared())
         return send(mail, weak);
-    std::set<long> ids;
-    for (const auto& entry : mail.items)
-        ids.insert(entry.first);
-    afterUpdate(folly::makeFutureWith([&] { return KeptContents::claim(code, ids); }),
+    afterUpdate(folly::makeFutureWith([&] { return KeptContents::claim(code, idsOf(mail)); }),
                 [weak, mail](folly::Try<std::set<long>>&& claimed) {
                     // A store that cannot be asked keeps no mail back.
                     if (claimed.hasException())
@@ -73,6 +78,8 @@ void PersonalSpaceWidget::D::send(const Mail& mail, const Bedrock::IntrusiveWeak
     }
     const auto failed = [weak, mail](const QString& error) {
         printEmailError(error, mail.address);
+        if (mail.isClaimed)
+            KeptContents::release(mail.code, idsOf(mail));
         if (const auto widget = weak.lock())
             widget->d->emailFailed();
     };

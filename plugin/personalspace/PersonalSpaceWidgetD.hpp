@@ -88,6 +88,7 @@ struct PersonalSpaceWidget::D
     static void sendClaimed(Mail mail, const std::set<long>& claimed, const Bedrock::IntrusiveWeakPtr<PersonalSpaceWidget>& weak);
     static void send(const Mail& mail, const Bedrock::IntrusiveWeakPtr<PersonalSpaceWidget>& weak);
     static void removeSent(const Mail& mail);
+    [[nodiscard]] static std::set<long> idsOf(const Mail& mail);
 
     PersonalSpaceWidget& host;
     std::uint64_t code = 0;                           ///< 0 until the first setCode

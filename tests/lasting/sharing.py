@@ -137,6 +137,11 @@ class SharedTable(Visit):
         self.close_table()
         self.world.programs.clear()
 
+    def waiting_bytes(self):
+        """The size of what waits on the table's own disk for the database."""
+        path = os.path.join(self.world.folder, "data", "collections", "unwritten")
+        return os.path.getsize(path) if os.path.exists(path) else 0
+
     def wait_for_store(self):
         self.table.wait_until("the store", lambda: self.table.get("/collections") == {"waiting": 0, "failed": False})
 
@@ -228,25 +233,27 @@ class Changes:
         killed.start()
         wait_for("both tables to show the same", lambda: are_equal(self.hall))
 
-
-    def close_while_the_database_hangs(self):
+    def end_while_the_database_hangs(self, end, what):
         """What was collected then is not lost, and the table is not kept open."""
-        closed = self.hall.tables[1]
+        ended = self.hall.tables[1]
         known = {int(address.rsplit("/", 1)[1]) for address in self.hall.stored()}
         processes = server_processes()
         signal_all(processes, signal.SIGSTOP)
         try:
-            closed.collect(next(number for number in range(SharedTable.THINGS) if number not in known))
-            closed.table.wait_until("a change that waits", lambda: closed.table.get("/collections")["waiting"] > 0)
+            ended.collect(next(number for number in range(SharedTable.THINGS) if number not in known))
             begin = time.monotonic()
-            closed.close()
+            wait_for("a change on the table's own disk", ended.waiting_bytes)
+            kept, begin = time.monotonic() - begin, time.monotonic()
+            end(ended)
             took = time.monotonic() - begin
         finally:
             signal_all(reversed(processes), signal.SIGCONT)
-        closed.start()
+        ended.start()
         wait_for("both tables to show the same", lambda: are_equal(self.hall))
         require(len(self.hall.stored()) == len(known) + 1, "what was collected while the database hung is lost")
-        print(f"  a table closed within {took:.1f} s while the database hung, and what had been collected was there after its start")
+        wait_for("nothing to wait on the table's own disk", lambda: not ended.waiting_bytes())
+        print(f"  a table was {what} within {took:.1f} s while the database hung; what had been collected was on its own disk within "
+              f"{kept:.2f} s of its last frame, and there after its start")
 
 
 def play(build, folder, changes, races, seed, within):
@@ -271,7 +278,8 @@ def vary(hall, changes, races, seed, within):
             script.kill_in_the_middle()
         script.one()
     wait_for("both tables to show the same", lambda: are_equal(hall))
-    script.close_while_the_database_hangs()
+    script.end_while_the_database_hangs(SharedTable.close, "closed")
+    script.end_while_the_database_hangs(SharedTable.kill_table, "killed")
     stored, page = hall.stored(), hall.on_the_page()
     require(sorted(set(stored)) == page, f"the page shows {page}, the tables {stored}")
     print(f"  {races} races; {script.counts['added']} added and {script.counts['removed']} removed at random, one table killed: both tables and the "

@@ -31,7 +31,8 @@ public:
     std::set<std::string> othersClaims; ///< keys of items that another table sends
     std::vector<int> claims;            ///< how many items were claimed with each call
 
-    /// What was changed since the last call: "add 1 3 name", "update 1 3 name", "remove 1", with key, status and display name.
+    /// What was changed since the last call: "add 1 3 name", "update 1 3 name", "remove 1", "release 1", with key, status and
+    /// display name.
     std::vector<std::string> changes() { return std::exchange(m_changes, {}); }
     /// Keeps an item as an earlier run of the program did.
     void keepEarlier(unsigned long code, const char* key, const char* name, std::int32_t status)
@@ -82,6 +83,11 @@ public:
                 result.append(key);
         claims.push_back(keys.size());
         return throws ? throw std::runtime_error("the store is closed") : folly::makeFuture(result);
+    }
+    void release(const QList<QString>& keys) override
+    {
+        for (const QString& key : keys)
+            m_changes.push_back("release " + key.toStdString());
     }
     /// As when another table has changed something of a card.
     void tellOfChange(unsigned long code)

@@ -3,7 +3,7 @@
 #include "services/collections/CollectedItem.hpp"
 
 #include <QFile>
-#include <QList>
+#include <QFileInfo>
 
 #include <optional>
 #include <utility>
@@ -40,15 +40,25 @@ std::optional<CollectionBacklog::Change> changeOf(const QByteArray& line)
 }
 }
 
+CollectionBacklog::~CollectionBacklog()
+{
+    if (QFileInfo(path()).size() == 0)
+        QFile::remove(path());
+}
+
 std::vector<CollectionBacklog::Change> CollectionBacklog::read(int& unreadable)
 {
     unreadable = 0;
     QFile file(path());
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadWrite))
         return {};
-    m_written = file.readAll();
+    const QByteArray content = file.readAll();
+    m_isEmpty = content.isEmpty();
+    const int end = content.lastIndexOf('\n') + 1;
+    if (end < content.size())
+        file.resize(end);
     std::vector<Change> result;
-    for (const QByteArray& line : m_written.split('\n')) {
+    for (const QByteArray& line : content.left(end).split('\n')) {
         if (line.isEmpty())
             continue;
         if (auto change = changeOf(line))
@@ -59,19 +69,20 @@ std::vector<CollectionBacklog::Change> CollectionBacklog::read(int& unreadable)
     return result;
 }
 
-bool CollectionBacklog::write(const std::vector<Change>& changes, QString& error)
+bool CollectionBacklog::append(const std::vector<Change>& changes, QString& error)
 {
-    QByteArray content;
+    QByteArray lines;
     for (const Change& change : changes)
-        content += lineOf(change);
-    if (content == m_written)
-        return true;
-    // Emptied first: a power cut may bring back a file that was only removed, and with it what has been done since.
-    if (!m_folder.prepare(error) || !m_folder.write(name(), content, error))
+        lines += lineOf(change);
+    if (!m_folder.append(name(), lines, error))
         return false;
-    if (content.isEmpty())
-        m_folder.remove({name()});
-    m_written = content;
+    m_isEmpty = false;
     return true;
+}
+
+bool CollectionBacklog::clear(QString& error)
+{
+    m_isEmpty = m_isEmpty || m_folder.clear(name(), error);
+    return m_isEmpty;
 }
 }

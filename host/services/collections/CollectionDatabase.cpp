@@ -101,7 +101,7 @@ bool CollectionDatabase::removeStrayPreviews()
 {
     std::set<QString> wanted;
     const bool isRead = run(Kind::Read, [&](Storage::Transaction& reading) {
-        wanted = m_lastingPreviews;
+        wanted = m_waitingPreviews;
         return reading.run(QStringLiteral("SELECT preview FROM items"), {},
                            [&wanted](const QSqlQuery& row) { wanted.insert(row.value(0).toString()); });
     });
@@ -143,22 +143,18 @@ bool CollectionDatabase::copyPreview(const Change& change, QString& name) const
 /// For the server, which has those that came from it.
 QByteArray CollectionDatabase::pictureOf(const Change& change, const QString& name) const
 {
-    if (!m_place.isShared() || name.isEmpty() || (m_previews.contains(change.item.preview) && !change.isFromBacklog))
+    if (!m_place.isShared() || name.isEmpty() || (m_previews.contains(change.item.preview) && !change.isPreviewNew))
         return {};
     QFile file(m_previews.path(name));
     return file.size() <= kLargestSharedPicture && file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-CollectionDatabase::Change CollectionDatabase::lasting(const Change& change)
+void CollectionDatabase::setWaiting(const std::vector<Change>& changes)
 {
-    Change result = change;
-    QString name;
-    if (copyPreview(change, name) && !name.isEmpty()) {
-        result.item.preview = m_previews.path(name);
-        m_lastingPreviews.insert(name);
-    }
-    result.isFromBacklog = true;
-    return result;
+    m_waitingPreviews.clear();
+    for (const Change& change : changes)
+        if (m_previews.contains(change.item.preview))
+            m_waitingPreviews.insert(QFileInfo(change.item.preview).fileName());
 }
 
 bool CollectionDatabase::apply(const std::vector<Change>& changes, qint64 now)
@@ -184,7 +180,6 @@ bool CollectionDatabase::apply(const std::vector<Change>& changes, qint64 now)
     if (!isWritten)
         return false;
     m_runs = std::move(runs);
-    m_lastingPreviews.clear();
     m_previews.remove(removed);
     return true;
 }
@@ -328,5 +323,14 @@ std::optional<CollectionClaim> CollectionDatabase::claim(const QStringList& keys
         return bool(writing);
     });
     return isDone ? std::optional(result) : std::nullopt;
+}
+
+bool CollectionDatabase::release(const QStringList& keys, const QString& owner)
+{
+    return run(Kind::Write, [&](Storage::Transaction& writing) {
+        for (const QString& key : keys)
+            writing.run(QStringLiteral("UPDATE items SET claimed_until = 0 WHERE key = ? AND claimed_by = ?"), {key, owner});
+        return bool(writing);
+    });
 }
 }

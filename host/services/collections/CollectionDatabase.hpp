@@ -39,8 +39,8 @@ public:
         };
         Kind kind = Kind::Add;
         unsigned long code = 0;
-        CollectedItem item;         ///< for Remove the key alone
-        bool isFromBacklog = false; ///< its preview is in the folder, and perhaps not on the server
+        CollectedItem item;        ///< for Remove the key alone
+        bool isPreviewNew = false; ///< its preview is in the folder already, and perhaps not on the server
     };
     /// What is kept for one card.
     struct Card
@@ -78,8 +78,8 @@ public:
 
     /// All of the changes, or on failure (reported) none. `now`: in seconds since 1970.
     [[nodiscard]] bool apply(const std::vector<Change>& changes, qint64 now);
-    /// A change that another program can apply later: its preview is copied into the folder, and stays there.
-    [[nodiscard]] Change lasting(const Change& change);
+    /// Has the previews of changes that wait stay in the folder, in place of those named before.
+    void setWaiting(const std::vector<Change>& changes);
     /// What a card has collected since a time, in the order of the drops; nothing when it cannot be read (reported). A preview
     /// whose file is missing, also on the server, is empty.
     [[nodiscard]] std::optional<std::vector<CollectedItem>> items(unsigned long code, qint64 since);
@@ -97,6 +97,8 @@ public:
     /// Gives `owner` the right to send items for half a minute to a minute, but not those that are gone or that another owner
     /// has. Nothing on failure (reported). `now`: of a file; a server's tables go by its clock.
     [[nodiscard]] std::optional<CollectionClaim> claim(const QStringList& keys, const QString& owner, qint64 now);
+    /// Ends the right of `owner` to send items. False on failure (reported).
+    [[nodiscard]] bool release(const QStringList& keys, const QString& owner);
 
     /// The number of the drop in its run of the program, with which keys end.
     [[nodiscard]] static qint64 numberOf(const QString& key);
@@ -125,7 +127,7 @@ private:
     std::unique_ptr<Storage::Store> m_store; ///< null until open() has succeeded
     std::optional<std::chrono::steady_clock::time_point> m_end;
     CollectionRuns m_runs;
-    std::set<QString> m_lastingPreviews; ///< of changes that are not written yet
+    std::set<QString> m_waitingPreviews; ///< names in the folder
     qint64 m_seen = -1;                  ///< number of the last change that changedCards() has read; -1: none
     bool m_wasAway = false;
 };

@@ -3,7 +3,6 @@
 #include <Bedrock/Trace.hpp>
 
 #include <QDateTime>
-#include <QFileInfo>
 
 #include <algorithm>
 #include <utility>
@@ -16,16 +15,6 @@ using Kind = CollectionDatabase::Change::Kind;
 
 constexpr std::chrono::seconds kRetryPause{10};
 constexpr std::chrono::hours kCleaningPause{1};
-
-/// One change in place of two of the same item. An item that is not there yet is added with its newest values.
-CollectionDatabase::Change merged(const CollectionDatabase::Change& before, CollectionDatabase::Change after)
-{
-    if (before.kind == Kind::Remove)
-        return before;
-    if (before.kind == Kind::Add && after.kind == Kind::Update)
-        after.kind = Kind::Add;
-    return after;
-}
 
 /// Does to a card's items what the change will do to them in the database.
 void applyTo(std::vector<CollectedItem>& items, const CollectionDatabase::Change& change)
@@ -58,12 +47,27 @@ CollectionService::CollectionService(const CollectionPlace& place, const Collect
                  [this](const QString& what, const QString& reason, const QString& remedy) {
                      m_warnings.log("Failed to " + what.toStdString() + ": " + reason.toStdString(), remedy.toStdString());
                  }),
-      m_backlog(QFileInfo(place.previews).absolutePath()), m_thread([this] { work(); })
+      m_intake(place,
+               {[this](const std::vector<Change>& changes) {
+                    const std::lock_guard<std::mutex> guard(m_mutex);
+                    m_older.enter(changes);
+                    m_isLeftKnown = true;
+                    m_wake.notify_all();
+                },
+                [this](const std::vector<Change>& changes, quint64 last) {
+                    const std::lock_guard<std::mutex> guard(m_mutex);
+                    m_changes.enter(changes);
+                    m_last = last;
+                    m_nextAttempt = {};
+                    m_wake.notify_all();
+                }}),
+      m_thread([this] { work(); })
 {
 }
 
 CollectionService::~CollectionService()
 {
+    m_intake.waitUntilIdle();
     {
         const std::lock_guard<std::mutex> guard(m_mutex);
         m_isStopped = true;
@@ -75,32 +79,17 @@ CollectionService::~CollectionService()
 
 void CollectionService::change(Change change)
 {
-    {
-        const std::lock_guard<std::mutex> guard(m_mutex);
-        enter(std::move(change));
-        m_nextAttempt = {};
-    }
-    m_wake.notify_all();
-}
-
-void CollectionService::enter(Change change)
-{
-    const QString key = change.item.key;
-    const auto known = m_changes.find(key);
-    if (known == m_changes.end())
-        m_changes.emplace(key, std::move(change));
-    else
-        known->second = merged(known->second, std::move(change));
+    m_intake.add(std::move(change));
 }
 
 void CollectionService::ask(Request request)
 {
-    {
+    m_intake.afterwards([this, request = std::move(request)]() mutable {
         const std::lock_guard<std::mutex> guard(m_mutex);
         m_requests.push_back(std::move(request));
         m_nextAttempt = {};
-    }
-    m_wake.notify_all();
+        m_wake.notify_all();
+    });
 }
 
 void CollectionService::read(unsigned long code, Answer answer)
@@ -116,6 +105,11 @@ void CollectionService::claim(const QStringList& keys, const QString& owner, Cla
     });
 }
 
+void CollectionService::release(const QStringList& keys, const QString& owner)
+{
+    ask([this, keys, owner](bool isUsable) { return isUsable && m_database.release(keys, owner); });
+}
+
 void CollectionService::awaitChange(Changed changed)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
@@ -126,7 +120,8 @@ void CollectionService::awaitChange(Changed changed)
 QJsonObject CollectionService::state() const
 {
     const std::lock_guard<std::mutex> guard(m_mutex);
-    return {{QStringLiteral("waiting"), int(m_changes.size() + m_writing + m_left)}, {QStringLiteral("failed"), m_hasFailed}};
+    return {{QStringLiteral("waiting"), int(m_older.size() + m_changes.size() + m_writing) + m_intake.waiting()},
+            {QStringLiteral("failed"), m_hasFailed}};
 }
 
 void CollectionService::retry()
@@ -140,13 +135,17 @@ void CollectionService::retry()
 
 void CollectionService::waitUntilIdle()
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_idle.wait(lock, [this] { return !m_isBusy && !isDue(std::chrono::steady_clock::now()); });
+    m_intake.waitUntilIdle();
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_idle.wait(lock, [this] { return !m_isBusy && !isDue(std::chrono::steady_clock::now()); });
+    }
+    m_intake.waitUntilIdle(); // which empties its file
 }
 
 bool CollectionService::isWaiting() const
 {
-    return !m_changes.empty() || m_left > 0 || m_hasNews || m_needsOpening;
+    return !m_changes.isEmpty() || !m_older.isEmpty() || m_hasNews || m_needsOpening;
 }
 
 bool CollectionService::isDue(Time now) const
@@ -156,9 +155,9 @@ bool CollectionService::isDue(Time now) const
 
 void CollectionService::work()
 {
-    readBacklog();
     std::unique_lock<std::mutex> lock(m_mutex);
-    m_left = m_older.size();
+    // When the database is opened, pictures of nothing are removed, but not those of what was left.
+    m_wake.wait(lock, [this] { return m_isLeftKnown; });
     while (!m_isStopped) {
         if (isDue(std::chrono::steady_clock::now())) {
             m_isBusy = true;
@@ -172,54 +171,40 @@ void CollectionService::work()
     }
     m_requests.clear();
     m_hasNews = false;
-    if (!m_changes.empty() || m_left > 0)
+    if (!m_changes.isEmpty() || !m_older.isEmpty())
         turn(lock);
-    if (const std::size_t count = m_changes.size() + m_left; count > 0)
+    if (const std::size_t count = m_changes.size() + m_older.size(); count > 0)
         Bedrock::Trace::info("CollectionService # %zu changes are not in %s yet; they wait in %s for the next start", count,
-                             qUtf8Printable(m_database.path()), qUtf8Printable(m_backlog.path()));
-}
-
-void CollectionService::readBacklog()
-{
-    int unreadable = 0;
-    for (const Change& change : m_backlog.read(unreadable))
-        m_older.push_back(m_database.lasting(change));
-    if (unreadable > 0)
-        m_warnings.log("Failed to read " + std::to_string(unreadable) + " changes in " + m_backlog.path().toStdString(),
-                       "what they were is lost; see whether the disk is sound");
-}
-
-void CollectionService::keepUnwritten()
-{
-    std::vector<Change> lasting;
-    for (const Change& change : m_unwritten)
-        lasting.push_back(m_database.lasting(change));
-    QString error;
-    if (!m_backlog.write(lasting, error))
-        m_warnings.log("Failed to write " + m_backlog.path().toStdString() + ": " + error.toStdString(),
-                       "free space on the disk, and let this user write there; until then what waits is lost with the program");
+                             qUtf8Printable(m_database.path()), qUtf8Printable(m_intake.path()));
 }
 
 void CollectionService::turn(std::unique_lock<std::mutex>& lock)
 {
     const auto now = std::chrono::steady_clock::now();
-    Changes changes;
-    std::deque<Request> requests;
-    changes.swap(m_changes);
-    requests.swap(m_requests);
-    m_writing = changes.size();
+    const CollectionChanges older = std::exchange(m_older, {});
+    const CollectionChanges changes = std::exchange(m_changes, {});
+    std::deque<Request> requests = std::exchange(m_requests, {});
+    const quint64 last = m_last;
+    m_writing = older.size() + changes.size();
     const bool hasNews = std::exchange(m_hasNews, false);
     const bool isCleaning = now >= m_nextCleaning;
     lock.unlock();
 
+    m_unwritten = older.all();
+    m_unwritten.insert(m_unwritten.end(), changes.all().begin(), changes.all().end());
+    m_database.setWaiting(m_unwritten);
     m_isOpen = m_isOpen || m_database.open();
-    const bool isWritten = write(changes);
+    const bool hasChanges = !m_unwritten.empty();
+    const bool isWritten = write();
+    if (!isWritten)
+        m_intake.keep();
+    else if (hasChanges)
+        m_intake.written(last);
     bool isDone = isWritten;
     // A server that is away costs a turn its deadline once.
     bool isAway = m_isOpen && !isWritten && m_database.wasAway();
     // A file that was moved away is made anew with the next attempt.
     m_isOpen = m_isOpen && m_database.exists();
-    keepUnwritten();
     if (m_isOpen && !isAway && isCleaning)
         removeExpired();
     for (Request& request : requests) {
@@ -239,7 +224,6 @@ void CollectionService::turn(std::unique_lock<std::mutex>& lock)
         m_changedCards.merge(std::exchange(m_unread, {}));
     m_hasNews = m_hasNews || !hasReadNews;
     m_writing = 0;
-    m_left = m_older.size();
     m_hasFailed = !isDone;
     m_needsOpening = !m_isOpen;
     m_nextClaim = m_claims.nextAttempt();
@@ -248,28 +232,19 @@ void CollectionService::turn(std::unique_lock<std::mutex>& lock)
         m_nextCleaning = now + kCleaningPause;
     if (!isWritten) {
         // What came meanwhile is the newer change of an item.
-        Changes newer;
-        newer.swap(m_changes);
-        m_changes = std::move(changes);
-        for (auto& entry : newer)
-            enter(std::move(entry.second));
+        const CollectionChanges left = std::exchange(m_older, older);
+        m_older.enter(left.all());
+        const CollectionChanges newer = std::exchange(m_changes, changes);
+        m_changes.enter(newer.all());
     }
     tellNews(lock);
 }
 
-bool CollectionService::write(const Changes& changes)
+bool CollectionService::write()
 {
-    m_unwritten.clear();
-    for (const auto& entry : changes)
-        m_unwritten.push_back(entry.second);
-    std::stable_sort(m_unwritten.begin(), m_unwritten.end(), [](const Change& a, const Change& b) {
-        return CollectionDatabase::numberOf(a.item.key) < CollectionDatabase::numberOf(b.item.key);
-    });
-    m_unwritten.insert(m_unwritten.begin(), m_older.begin(), m_older.end());
     if (!m_isOpen || (!m_unwritten.empty() && !m_database.apply(m_unwritten, m_clock())))
         return false;
     m_unwritten.clear();
-    m_older.clear();
     return true;
 }
 

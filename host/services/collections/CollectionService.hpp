@@ -1,8 +1,9 @@
 #pragma once
 
-#include "services/collections/CollectionBacklog.hpp"
+#include "services/collections/CollectionChanges.hpp"
 #include "services/collections/CollectionClaims.hpp"
 #include "services/collections/CollectionDatabase.hpp"
+#include "services/collections/CollectionIntake.hpp"
 #include "services/collections/CollectionSettings.hpp"
 
 #include <Bedrock/RareWarnings.hpp>
@@ -15,7 +16,6 @@
 #include <condition_variable>
 #include <deque>
 #include <functional>
-#include <map>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -24,10 +24,11 @@
 
 namespace Host
 {
-/// Keeps collections in a CollectionDatabase, on a thread of its own. Changes that cannot be written are kept, one for each item,
-/// in memory and in a file of the table (see CollectionBacklog), and tried again with the next change, after a pause, and when
-/// the table opens again; that is logged with its remedy, each reason at most once a minute. What is older than the settings
-/// allow is removed when the database is opened, and each hour. Operations return at once and may be called on any thread.
+/// Keeps collections in a CollectionDatabase, on a thread of its own. Changes are on the table's own disk within a moment (see
+/// CollectionIntake). Those that cannot be written to the database are kept, one for each item, and tried again with the next
+/// change, after a pause, and when the table opens again; that is logged with its remedy, each reason at most once a minute. What
+/// is older than the settings allow is removed when the database is opened, and each hour. Operations return at once and may be
+/// called on any thread.
 class CollectionService
 {
 public:
@@ -46,7 +47,7 @@ public:
     /// `deadline`: for each attempt to reach the database.
     CollectionService(const CollectionPlace& place, const CollectionSettings& settings, Watch watch, Clock clock = {},
                       std::chrono::milliseconds deadline = CollectionDatabase::Settings().deadline);
-    /// Tries once more to write what could not be written; it is in the file otherwise. Answers that are owed are dropped.
+    /// Tries once more to write what could not be written; it waits on the disk otherwise. Answers that are owed are dropped.
     ~CollectionService();
     CollectionService(const CollectionService&) = delete;
     CollectionService& operator=(const CollectionService&) = delete;
@@ -63,7 +64,10 @@ public:
     /// was not called. Needs Watch::Others.
     void awaitChange(Changed changed);
 
-    /// {"waiting": changes that are not on the disk yet, "failed": whether the last attempt to write or read has failed}
+    /// Ends an owner's right to send items before its time, so that another table need not wait for that.
+    void release(const QStringList& keys, const QString& owner);
+
+    /// {"waiting": changes that are not in the database yet, "failed": whether the last attempt to write or read has failed}
     [[nodiscard]] QJsonObject state() const;
     /// Has changes that could not be written tried again now.
     void retry();
@@ -75,7 +79,6 @@ public:
 private:
     /// Answers a request. False when the database has failed. `isUsable`: whether it is worth asking.
     using Request = std::function<bool(bool isUsable)>;
-    using Changes = std::map<QString, Change>; ///< by the items' keys
     using Time = std::chrono::steady_clock::time_point;
 
     void work();
@@ -85,10 +88,8 @@ private:
     [[nodiscard]] bool isWaiting() const;
     [[nodiscard]] bool isDue(Time now) const;
     void ask(Request request);
-    void readBacklog();
-    /// Writes the changes, and before them what an earlier program could not write. False when they are not written.
-    [[nodiscard]] bool write(const Changes& changes);
-    void keepUnwritten();
+    /// Writes what m_unwritten holds. False when that fails.
+    [[nodiscard]] bool write();
     [[nodiscard]] bool answerRead(unsigned long code, const Answer& answer, bool isUsable);
     [[nodiscard]] bool askForClaims(bool isUsable);
     /// What other programs have changed. False when it cannot be read.
@@ -96,23 +97,22 @@ private:
     void tellNews(std::unique_lock<std::mutex>& lock);
     void removeExpired();
     [[nodiscard]] qint64 oldestKept() const;
-    void enter(Change change);
 
     const CollectionSettings m_settings;
     const Clock m_clock;
-    Bedrock::RareWarnings m_warnings{"CollectionService"}; ///< of the thread, as are the next seven
+    Bedrock::RareWarnings m_warnings{"CollectionService"}; ///< of the thread, as are the next five
     CollectionDatabase m_database;
     CollectionClaims m_claims;
     bool m_isOpen = false;
-    CollectionBacklog m_backlog;
-    std::vector<Change> m_older;      ///< that an earlier program could not write
-    std::vector<Change> m_unwritten;  ///< that could not be written in this turn, in order
+    std::vector<Change> m_unwritten;  ///< that are not written in this turn, in order
     std::set<unsigned long> m_unread; ///< cards that could not be read last
 
     mutable std::mutex m_mutex; ///< guards what follows
     std::condition_variable m_wake;
     std::condition_variable m_idle;
-    Changes m_changes;
+    CollectionChanges m_older; ///< that an earlier program could not write
+    CollectionChanges m_changes;
+    quint64 m_last = 0; ///< number of the last one of these
     std::deque<Request> m_requests;
     Changed m_changed;
     std::set<unsigned long> m_changedCards; ///< that were not reported yet
@@ -120,13 +120,14 @@ private:
     Time m_nextCleaning;
     Time m_nextClaim = Time::max(); ///< when claims that wait are asked for again
     std::size_t m_writing = 0;      ///< changes that are being written
-    std::size_t m_left = 0;         ///< changes that an earlier program could not write
+    bool m_isLeftKnown = false;     ///< m_older has what an earlier program has left
     bool m_hasNews = false;         ///< another program may have changed something
     bool m_needsOpening = false;
     bool m_isBusy = false;
     bool m_hasFailed = false;
     bool m_isStopped = false;
 
-    std::thread m_thread; ///< the last member
+    CollectionIntake m_intake; ///< uses what is before it
+    std::thread m_thread;      ///< the last member
 };
 }

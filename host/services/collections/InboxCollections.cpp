@@ -52,6 +52,14 @@ QString InboxCollections::storedKey(const QString& key) const
     return key.contains(kAfterRun) ? key : ownPrefix() + key;
 }
 
+QStringList InboxCollections::storedKeys(const QList<QString>& keys) const
+{
+    QStringList stored;
+    for (const QString& key : keys)
+        stored << storedKey(key);
+    return stored;
+}
+
 QString InboxCollections::ownPrefix() const
 {
     return m_run + kAfterRun;
@@ -146,9 +154,7 @@ void InboxCollections::tellWatches(const QByteArray& codes)
 folly::Future<QList<QString>> InboxCollections::claim(const QList<QString>& keys)
 {
     const auto promise = std::make_shared<folly::Promise<QList<QString>>>();
-    QStringList stored;
-    for (const QString& key : keys)
-        stored << storedKey(key);
+    const QStringList stored = storedKeys(keys);
     Bedrock::Inbox::instance().ask(
         kClaimJob,
         [&](Bedrock::BytesReply reply) {
@@ -168,6 +174,12 @@ folly::Future<QList<QString>> InboxCollections::claim(const QList<QString>& keys
                 promise->setValue(QString::fromUtf8(bytes).split(kBetween, Qt::SkipEmptyParts));
         });
     return promise->getFuture();
+}
+
+void InboxCollections::release(const QList<QString>& keys)
+{
+    if (m_service)
+        m_service->release(storedKeys(keys), m_run);
 }
 
 void InboxCollections::change(CollectionDatabase::Change change)

@@ -6,6 +6,7 @@
 #include <Tavola/ServiceInstance.hpp>
 
 #include <QString>
+#include <QStringList>
 
 #include <cstdint>
 #include <functional>
@@ -38,10 +39,12 @@ public:
     [[nodiscard]] bool isShared() const override { return m_sharing == Sharing::Shared; }
     void watch(unsigned long code, std::function<void()> changed) override;
     folly::Future<QList<QString>> claim(const QList<QString>& keys) override;
+    void release(const QList<QString>& keys) override;
 
 private:
     void change(CollectionDatabase::Change change);
     [[nodiscard]] QString storedKey(const QString& key) const;
+    [[nodiscard]] QStringList storedKeys(const QList<QString>& keys) const;
     [[nodiscard]] QString ownPrefix() const;
     void askForChange();
     void tellWatches(const QByteArray& codes);

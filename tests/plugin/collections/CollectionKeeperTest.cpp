@@ -300,6 +300,9 @@ TEST_CASE("collection keeper: items are claimed by their keys; one that is not s
     CHECK(table.store->claims == std::vector<int>{2});
     CHECK(table.keeper->claim({3}).value() == std::set<long>{3});
     CHECK(table.store->claims.size() == 1);
+    (void)table.store->changes();
+    table.keeper->release({1, 3, 4});
+    CHECK(table.store->changes() == std::vector<std::string>{"release 1"});
     CHECK_FALSE(CollectionKeeper::isShared());
     table.store->shared = true;
     CHECK(CollectionKeeper::isShared());

@@ -636,6 +636,21 @@ TEST_CASE("sending: of several tables that show a card, the letter of one has wh
     CHECK(mail.store->changes() == Strings{"remove x-2"});
 }
 
+TEST_CASE("sending: what one of several tables fails to send is free for the others at once")
+{
+    SharedMail mail;
+    mail.store->othersClaims = {"x-1"};
+    mail.tapEnvelope();
+    mail.host.frame();
+    REQUIRE(mail.service->sent().size() == 1);
+    TestSupport::expectError(kFailed + "the server is away)");
+    mail.service->answer(0, {false, QStringLiteral("the server is away")});
+    mail.host.frame();
+    CHECK(mail.hasClass("email-failed"));
+    CHECK(mail.names().size() == 2);
+    CHECK(mail.store->changes() == Strings{"release x-2"});
+}
+
 TEST_CASE("sending: a tap at one table while another one sends everything sends nothing more")
 {
     SharedMail mail;

@@ -61,6 +61,8 @@ public:
     /// is certain that the others are sent or removed: at once, or as soon as the table that sends them has removed them, or when
     /// it has not done so for a minute. Another table may claim them a minute after this one.
     [[nodiscard]] virtual folly::Future<QList<QString>> claim(const QList<QString>& keys) = 0;
+    /// Gives up the right to send items, which have not been sent: another table that waits for them may send them at once.
+    virtual void release(const QList<QString>& keys) = 0;
     virtual ~CollectionStoreAPI();
 };
 }

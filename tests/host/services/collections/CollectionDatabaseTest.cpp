@@ -376,6 +376,17 @@ TEST_CASE("collection database: items are claimed by one owner at a time, and by
     });
 }
 
+TEST_CASE("collection database: an owner that does not send items gives up the right to its own ones only")
+{
+    onEach([](Kept& kept) {
+        CHECK(kept.apply({change(Kind::Add, 7, "a-1"), change(Kind::Add, 7, "a-2"), change(Kind::Add, 7, "a-3")}));
+        CHECK(kept.file->claim({"a-1", "a-2"}, QStringLiteral("one"), 1000)->keys.size() == 2);
+        CHECK(kept.file->claim({"a-3"}, QStringLiteral("other"), 1000)->keys.size() == 1);
+        CHECK(kept.file->release({"a-1", "a-3", "gone"}, QStringLiteral("one")));
+        CHECK(kept.file->claim({"a-1", "a-2", "a-3"}, QStringLiteral("third"), 1001)->keys == QStringList{"a-1"});
+    });
+}
+
 TEST_CASE("collection database: a claim that is repeated wakes no other table")
 {
     if (!TestDatabase::hasPostgres())

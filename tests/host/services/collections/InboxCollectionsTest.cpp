@@ -217,6 +217,35 @@ TEST_CASE("inbox collections: a claim has the keys that the table knows, and fai
     CHECK(claimed({key}) == "failure: The store of collections could not be asked");
 }
 
+TEST_CASE("inbox collections: what a table does not send after all is another one's at once")
+{
+    Stored stored;
+    stored.store->add(7, item(stored.store->makeKey(), "one"));
+    const auto own = stored.store->claim({"1"});
+    stored.service->waitUntilIdle();
+    CHECK(Bedrock::Inbox::instance().deliver() == 1);
+    CHECK(own.value() == QList<QString>{"1"});
+    stored.restart();
+    const QString key = stored.read().value().front().key;
+    const auto waiting = stored.store->claim({key});
+    stored.store->release({key}); // has no right to it
+    stored.service->waitUntilIdle();
+    CHECK(Bedrock::Inbox::instance().deliver() == 0);
+    TestSupport::SqliteFault::run(stored.path, QStringLiteral("UPDATE items SET claimed_until = 0"));
+    stored.store->release({key});
+    stored.service->waitUntilIdle();
+    CHECK(Bedrock::Inbox::instance().deliver() == 1);
+    CHECK(waiting.value() == QList<QString>{key});
+    QStringList others;
+    stored.service->claim({key}, QStringLiteral("other"), [&others](const std::optional<QStringList>& keys) { others = *keys; });
+    stored.service->waitUntilIdle();
+    CHECK(others.isEmpty());
+    stored.store->release({key});
+    stored.service->waitUntilIdle();
+    CHECK(others == QStringList{key});
+    InboxCollections(nullptr).release({key}); // as in a replay
+}
+
 TEST_CASE("inbox collections: a replay has the changes of other tables and the claims of the day")
 {
     ReplaySession session;
