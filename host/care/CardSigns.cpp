@@ -80,6 +80,12 @@ QByteArray reasonWithoutHolder(const Tactile::Marker& card, const QByteArray& sh
     return openings.isOpen(card.code()) ? QByteArray() : kAgain;
 }
 
+/// What lies on the table and holds the card; null where that is nothing of the content.
+const Trellis::Widget* onTable(const Trellis::Widget& holder, const Trellis::Widget& content)
+{
+    return holder.nearest([&content](const Trellis::Widget& widget) { return widget.parent() == &content; });
+}
+
 /// Why nothing took the card that a widget holds; empty when something did.
 QByteArray reasonOf(const Tactile::Marker& card, const QByteArray& shown, const Trellis::Widget& holder,
                     const Trellis::Widget& content, const CardOpenings& openings)
@@ -88,8 +94,8 @@ QByteArray reasonOf(const Tactile::Marker& card, const QByteArray& shown, const 
         return byRegistry(card, shown);
     if (holder.eventHasListeners("marker-down"))
         return {};
-    const auto* const onTable = holder.nearest([&content](const Trellis::Widget& widget) { return widget.parent() == &content; });
-    const auto owner = onTable ? openings.codeOf(*onTable) : std::nullopt;
+    const Trellis::Widget* const below = onTable(holder, content);
+    const auto owner = below ? openings.codeOf(*below) : std::nullopt;
     if (owner)
         return *owner == card.code() ? QByteArray() : kOtherSpace;
     if (!hasOwnInstance(holder))
@@ -97,34 +103,55 @@ QByteArray reasonOf(const Tactile::Marker& card, const QByteArray& shown, const 
     // A detector that opens under a card takes it, and opens nothing.
     return shown.isEmpty() || openings.isOpen(card.code()) ? QByteArray() : kAgain;
 }
+
+Trellis::TextWidget& wordsOf(const Trellis::Widget& sign)
+{
+    return static_cast<Trellis::TextWidget&>(*sign.children().front());
+}
+
+std::optional<SignWordsShape> shapeOfWords(const Trellis::Widget& sign)
+{
+    Trellis::TextWidget& words = wordsOf(sign);
+    words.setPseudoClass(kNoWords, words.text().isEmpty());
+    return signWordsShape(words, sign);
+}
+
+bool isSameOutline(const OpenOutline& a, const OpenOutline& b)
+{
+    return a.widget == b.widget && a.outline == b.outline;
+}
 }
 
 CardSigns::CardSigns(float pixelPitchMm) : m_pixelPitchMm(pixelPitchMm) {}
 CardSigns::~CardSigns() = default;
 
-void CardSigns::update(Trellis::Widget& layer, const Trellis::Widget& content, const Trellis::GrabManager& grabManager,
-                       const CardOpenings& openings, const CardLanguages* languages)
+void CardSigns::update(Trellis::Widget& layer, const Trellis::Widget& content, const Surroundings& surroundings)
 {
-    const auto& cards = grabManager.currentSample().markers;
+    const auto& cards = surroundings.grabManager.currentSample().markers;
     if (cards.empty() && m_cards.empty())
         return;
-    const bool isSearchNeeded = noteSurroundings(cards);
+    bool isSearchNeeded = noteSurroundings(cards, surroundings.open);
     for (auto& sign : m_signs)
         sign.second.isPresent = false;
     for (auto card = cards.begin(); card != cards.end(); ++card) {
         const auto known = m_signs.find(card->id());
         const QByteArray shown = known == m_signs.end() ? QByteArray() : known->second.reason;
-        const Trellis::InputGrabber* const grabber = grabManager.grabber(card->id());
+        const Trellis::InputGrabber* const grabber = surroundings.grabManager.grabber(card->id());
         if (grabber && !isBackground(grabber->widget()))
             m_held.insert(card->id());
-        const QByteArray reason = grabber ? reasonOf(*card, shown, grabber->widget(), content, openings)
-                                          : reasonWithoutHolder(*card, shown, m_held.count(card->id()) > 0, openings);
+        const QByteArray reason = grabber
+            ? reasonOf(*card, shown, grabber->widget(), content, surroundings.openings)
+            : reasonWithoutHolder(*card, shown, m_held.count(card->id()) > 0, surroundings.openings);
         const bool isTwice = std::any_of(cards.begin(), card, [card](const auto& other) { return other.code() == card->code(); });
         if (reason.isEmpty() && !isTwice)
             continue;
         Sign& sign = signOf(layer, *card);
-        explain(sign, reason, isTwice, languages ? languages->ofCard(card->code()) : QString());
-        placeWords(sign, *card, isSearchNeeded);
+        explain(sign, reason, isTwice, surroundings.languages ? surroundings.languages->ofCard(card->code()) : QString());
+        const Trellis::Widget* const below = grabber ? onTable(grabber->widget(), content) : nullptr;
+        const auto words = shapeOfWords(*sign.widget);
+        isSearchNeeded |= below != sign.below || !(words == sign.words);
+        sign.below = below;
+        sign.words = words;
     }
     for (auto sign = m_signs.begin(); sign != m_signs.end();) {
         if (sign->second.isPresent) {
@@ -133,17 +160,22 @@ void CardSigns::update(Trellis::Widget& layer, const Trellis::Widget& content, c
         }
         sign->second.widget->removeFromParent();
         sign = m_signs.erase(sign);
+        isSearchNeeded = true;
     }
+    if (isSearchNeeded)
+        placeAllWords();
 }
 
 /// Returns whether anything has changed that the words of signs make room for. Forgets cards that were lifted.
-bool CardSigns::noteSurroundings(const std::vector<Tactile::Marker>& cards)
+bool CardSigns::noteSurroundings(const std::vector<Tactile::Marker>& cards, const std::vector<OpenOutline>& open)
 {
     const Vecta::Vector2f table = Trellis::Application::instance()->size();
-    if (table == m_table && std::equal(cards.begin(), cards.end(), m_cards.begin(), m_cards.end(), isSameCard))
+    if (table == m_table && std::equal(cards.begin(), cards.end(), m_cards.begin(), m_cards.end(), isSameCard)
+        && std::equal(open.begin(), open.end(), m_open.begin(), m_open.end(), isSameOutline))
         return false;
     m_table = table;
     m_cards = cards;
+    m_open = open;
     for (auto held = m_held.begin(); held != m_held.end();) {
         const bool isLying = std::any_of(cards.begin(), cards.end(), [held](const auto& card) { return card.id() == *held; });
         held = isLying ? std::next(held) : m_held.erase(held);
@@ -194,22 +226,27 @@ void CardSigns::explain(Sign& sign, const QByteArray& reason, bool isTwice, cons
     }
 }
 
-void CardSigns::placeWords(Sign& sign, const Tactile::Marker& card, bool isSearchNeeded) const
+/// In the order in which the cards came: the words of the first one stay, and later ones make room.
+void CardSigns::placeAllWords()
 {
-    auto& words = static_cast<Trellis::TextWidget&>(*sign.widget->children().front());
-    words.setPseudoClass(kNoWords, words.text().isEmpty());
-    const auto shape = signWordsShape(words, *sign.widget);
-    const bool isSame = shape == sign.words;
-    sign.words = shape;
-    if (!shape || (isSame && !isSearchNeeded))
-        return;
-    SignSurroundings surroundings;
-    surroundings.card = cardOutline(card, m_pixelPitchMm);
-    for (const Tactile::Marker& other : m_cards)
-        if (other.id() != card.id())
-            surroundings.otherCards.push_back(cardOutline(other, m_pixelPitchMm));
-    surroundings.table = m_table;
-    surroundings.gapPx = kWordsGapMm / m_pixelPitchMm;
-    placeSignWords(words, *shape, card.centerLocation(), surroundings);
+    std::vector<PlaceSearch::Outline> placed;
+    for (const Tactile::Marker& card : m_cards) {
+        const auto found = m_signs.find(card.id());
+        if (found == m_signs.end() || !found->second.words)
+            continue;
+        const Sign& sign = found->second;
+        SignSurroundings surroundings;
+        surroundings.card = cardOutline(card, m_pixelPitchMm);
+        for (const Tactile::Marker& other : m_cards)
+            if (other.id() != card.id())
+                surroundings.otherCards.push_back(cardOutline(other, m_pixelPitchMm));
+        surroundings.others = placed;
+        for (const OpenOutline& open : m_open)
+            if (open.widget != sign.below)
+                surroundings.others.push_back(open.outline);
+        surroundings.table = m_table;
+        surroundings.gapPx = kWordsGapMm / m_pixelPitchMm;
+        placed.push_back(placeSignWords(wordsOf(*sign.widget), *sign.words, card.centerLocation(), surroundings));
+    }
 }
 }

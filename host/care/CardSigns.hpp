@@ -1,5 +1,6 @@
 #pragma once
 
+#include "care/OpenOutline.hpp"
 #include "care/SignWords.hpp"
 
 #include <Bedrock/IntrusivePtr.hpp>
@@ -33,8 +34,9 @@ class CardOpenings;
 ///   "again"        it would be taken, once it is lifted and put down again: it became known while it lay there, or what held it
 ///   went "twice"        a card of the same code lies on the table already; in addition, or alone where the card was taken all
 ///   the same
-/// The text stands whole on the table and below no card, as near as possible to where style sheets put it; its place is searched
-/// anew only when a card, the text or the table changes. A card keeps "covered" and "other-space" when what it lies on goes: it
+/// The text stands whole on the table and below no card, as near as possible to where style sheets put it; while there is room it
+/// covers no text of another sign and nothing that visitors have open, but for what the card lies on. Its place is searched anew
+/// only when one of these changes. A card keeps "covered" and "other-space" when what it lies on goes: it
 /// is taken only when it is put down again. Signs take no input, and are gone in the frame in which the card is lifted or taken.
 /// What takes cards are widgets of plug-ins with an instance of their own, and widgets with a listener of "marker-down". Main
 /// thread only.
@@ -46,10 +48,16 @@ public:
     CardSigns(const CardSigns&) = delete;
     CardSigns& operator=(const CardSigns&) = delete;
 
-    /// Once a frame, after the input. Signs are children of `layer`; `content` is the layer of the table's content. With
-    /// `languages` a sign speaks that of its card.
-    void update(Trellis::Widget& layer, const Trellis::Widget& content, const Trellis::GrabManager& grabManager,
-                const CardOpenings& openings, const CardLanguages* languages = nullptr);
+    /// What signs depend on, as it is in this frame.
+    struct Surroundings
+    {
+        const Trellis::GrabManager& grabManager;
+        const CardOpenings& openings;
+        const std::vector<OpenOutline>& open;     ///< what visitors have open
+        const CardLanguages* languages = nullptr; ///< with these a sign speaks the language of its card
+    };
+    /// Once a frame, after the input. Signs are children of `layer`; `content` is the layer of the table's content.
+    void update(Trellis::Widget& layer, const Trellis::Widget& content, const Surroundings& surroundings);
 
 private:
     struct Sign
@@ -58,18 +66,20 @@ private:
         QByteArray reason; ///< empty for a card that was taken
         bool isTwice = false;
         QString language;
-        std::optional<SignWordsShape> words; ///< with which the place of the words was searched last
+        const Trellis::Widget* below = nullptr; ///< what the card lies on; for comparisons only
+        std::optional<SignWordsShape> words;    ///< with which the place of the words was searched last
         bool isPresent = true;
     };
-    [[nodiscard]] bool noteSurroundings(const std::vector<Tactile::Marker>& cards);
+    [[nodiscard]] bool noteSurroundings(const std::vector<Tactile::Marker>& cards, const std::vector<OpenOutline>& open);
     Sign& signOf(Trellis::Widget& layer, const Tactile::Marker& card);
     static void explain(Sign& sign, const QByteArray& reason, bool isTwice, const QString& language);
-    void placeWords(Sign& sign, const Tactile::Marker& card, bool isSearchNeeded) const;
+    void placeAllWords();
 
     float m_pixelPitchMm;
     std::map<std::int64_t, Sign> m_signs; ///< by the card's id
     std::vector<Tactile::Marker> m_cards; ///< of the last update
     std::set<std::int64_t> m_held;        ///< those of them that a widget has held
+    std::vector<OpenOutline> m_open;      ///< of the last update
     Vecta::Vector2f m_table;              ///< its size in that update, pixels
 };
 }

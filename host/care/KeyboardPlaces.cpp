@@ -21,21 +21,30 @@ Vecta::Rect boundsOf(const Vecta::Transform& transform, const PlaceSearch::Outli
     }
     return {least.x, least.y, most.x - least.x, most.y - least.y};
 }
+
+bool isGone(const Bedrock::IntrusiveWeakPtr<Trellis::Widget>& keyboard)
+{
+    const auto widget = keyboard.lock();
+    return !widget || Trellis::FadeAnimator::isFadingOut(*widget);
+}
+}
+
+void KeyboardPlaces::appendTo(std::vector<OpenOutline>& open) const
+{
+    for (const Open& one : m_open)
+        if (!isGone(one.keyboard))
+            open.push_back({one.carrier, one.outline});
 }
 
 KeyboardPlaces::Open& KeyboardPlaces::openOf(Trellis::Widget& keyboard, const Trellis::Widget& carrier)
 {
-    m_open.erase(std::remove_if(m_open.begin(), m_open.end(),
-                                [](const Open& open) {
-                                    const auto widget = open.keyboard.lock();
-                                    return !widget || Trellis::FadeAnimator::isFadingOut(*widget);
-                                }),
+    m_open.erase(std::remove_if(m_open.begin(), m_open.end(), [](const Open& open) { return isGone(open.keyboard); }),
                  m_open.end());
     const auto known = std::find_if(m_open.begin(), m_open.end(),
                                     [&keyboard](const Open& open) { return open.keyboard.lock().get() == &keyboard; });
     if (known != m_open.end())
         return *known;
-    Open opened{Bedrock::IntrusiveWeakPtr<Trellis::Widget>(&keyboard), m_neighbours(carrier), std::nullopt, {}};
+    Open opened{Bedrock::IntrusiveWeakPtr<Trellis::Widget>(&keyboard), &carrier, m_neighbours(carrier), std::nullopt, {}};
     for (const Open& other : m_open)
         opened.neighbours.push_back(other.outline);
     return m_open.emplace_back(std::move(opened));

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "care/KeyboardSearch.hpp"
-#include "care/PlaceSearch.hpp"
+#include "care/OpenOutline.hpp"
 
 #include <Bedrock/IntrusiveWeakPtr.hpp>
 
@@ -29,11 +29,14 @@ public:
     /// The top left corner on the table of a keyboard in `carrier`. Its place is remembered as long as it exists.
     [[nodiscard]] Vecta::Vector2f place(Trellis::Widget& keyboard, const Trellis::Widget& carrier,
                                         const Tavola::KeyboardRequest& request);
+    /// Appends the keyboards that are open and do not fade away.
+    void appendTo(std::vector<OpenOutline>& open) const;
 
 private:
     struct Open
     {
         Bedrock::IntrusiveWeakPtr<Trellis::Widget> keyboard;
+        const Trellis::Widget* carrier; ///< for comparisons only
         std::vector<PlaceSearch::Outline> neighbours;
         std::optional<KeyboardSearch::Side> side;
         PlaceSearch::Outline outline{}; ///< its own

@@ -68,9 +68,11 @@ void PlaceKeeper::add(const CardOpening& opening)
     m_guests.push_back(std::move(guest));
 }
 
-void PlaceKeeper::update(const std::vector<Tactile::Marker>& cards, Vector2f table, float dtSeconds)
+void PlaceKeeper::update(const std::vector<Tactile::Marker>& cards, const std::vector<OpenOutline>& keyboards, Vector2f table,
+                         float dtSeconds)
 {
     m_cards = cards;
+    m_keyboards = keyboards;
     m_guests.erase(std::remove_if(m_guests.begin(), m_guests.end(),
                                   [](const Guest& guest) {
                                       const auto widget = guest.opening.widget.lock();
@@ -105,12 +107,19 @@ std::vector<PlaceSearch::Outline> PlaceKeeper::neighboursOf(const Trellis::Widge
     std::vector<PlaceSearch::Outline> result;
     for (const Tactile::Marker& card : m_cards)
         result.push_back(cardOutline(card, m_pixelPitchMm));
-    for (const Guest& guest : m_guests) {
-        const auto other = guest.opening.widget.lock();
-        if (other && other.get() != &widget)
-            result.push_back(outlineAt(*other, guest.isKept ? guest.to : centerInScene(*other)));
-    }
+    std::vector<OpenOutline> open;
+    appendTo(open);
+    for (const OpenOutline& other : open)
+        if (other.widget != &widget)
+            result.push_back(other.outline);
     return result;
+}
+
+void PlaceKeeper::appendTo(std::vector<OpenOutline>& open) const
+{
+    for (const Guest& guest : m_guests)
+        if (const auto widget = guest.opening.widget.lock())
+            open.push_back({widget.get(), outlineAt(*widget, guest.isKept ? guest.to : centerInScene(*widget))});
 }
 
 PlaceSearch PlaceKeeper::searchFor(const Guest& guest, const Trellis::Widget& widget) const
@@ -143,6 +152,10 @@ void PlaceKeeper::surround(PlaceSearch& search, const Guest& guest, const std::v
         if (other.opening.card.code() != guest.opening.card.code())
             search.others.push_back(outlineAt(*widget, other.isKept ? other.to : centerInScene(*widget)));
     }
+    const auto own = guest.opening.widget.lock();
+    for (const OpenOutline& keyboard : m_keyboards)
+        if (keyboard.widget != own.get())
+            search.others.push_back(keyboard.outline);
 }
 
 void PlaceKeeper::check(Guest& guest, Trellis::Widget& widget, const std::vector<Tactile::Marker>& cards, Vector2f table)

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "care/CardOpenings.hpp"
-#include "care/PlaceSearch.hpp"
+#include "care/OpenOutline.hpp"
 
 #include <optional>
 #include <utility>
@@ -22,12 +22,15 @@ public:
 
     /// A widget that opened in this frame; it does not move before the next call of `update`.
     void add(const CardOpening& opening);
-    /// Once a frame. `cards`: what lies on the table; `table`: its size in pixels.
-    void update(const std::vector<Tactile::Marker>& cards, Vecta::Vector2f table, float dtSeconds);
+    /// Once a frame. `cards`: what lies on the table; `keyboards`: those that are open; `table`: its size in pixels.
+    void update(const std::vector<Tactile::Marker>& cards, const std::vector<OpenOutline>& keyboards, Vecta::Vector2f table,
+                float dtSeconds);
 
     /// The centre on the table where a widget that opens at a card, a menu's node, has its best place; it is not moved by this.
     [[nodiscard]] Vecta::Vector2f findPlace(const CardOpening& opening, const Trellis::Widget& widget,
                                             Vecta::Vector2f table) const;
+    /// Appends what opened at cards, where it stands or will stand.
+    void appendTo(std::vector<OpenOutline>& open) const;
     /// The outlines on the table of the cards and of what other people's cards opened, seen from a widget that opened at a card.
     [[nodiscard]] std::vector<PlaceSearch::Outline> neighboursOf(const Trellis::Widget& widget) const;
 
@@ -53,7 +56,8 @@ private:
     static void glide(Guest& guest, Trellis::Widget& widget, float dtSeconds);
 
     float m_pixelPitchMm;
-    std::vector<Tactile::Marker> m_cards; ///< of the last update
-    std::vector<Guest> m_guests;          ///< in the order in which they opened
+    std::vector<Tactile::Marker> m_cards; ///< of the last update, as the keyboards
+    std::vector<OpenOutline> m_keyboards;
+    std::vector<Guest> m_guests; ///< in the order in which they opened
 };
 }

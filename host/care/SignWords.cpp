@@ -2,6 +2,7 @@
 
 #include <Facet/AttributeT.hpp>
 #include <Trellis/Widget.hpp>
+#include <Vecta/Transform.hpp>
 
 namespace Host
 {
@@ -29,7 +30,8 @@ std::optional<SignWordsShape> signWordsShape(Trellis::Widget& words, const Trell
     return SignWordsShape{size, sign.size(), location->value(layer), sign.rotation()};
 }
 
-void placeSignWords(Trellis::Widget& words, const SignWordsShape& shape, Vector2f center, const SignSurroundings& surroundings)
+PlaceSearch::Outline placeSignWords(Trellis::Widget& words, const SignWordsShape& shape, Vector2f center,
+                                    const SignSurroundings& surroundings)
 {
     // A sign may come growing; the words have the place of its whole size at once.
     const Vector2f fromMiddle = (shape.size - shape.signSize) / 2.f;
@@ -40,15 +42,20 @@ void placeSignWords(Trellis::Widget& words, const SignWordsShape& shape, Vector2
     search.keepClear = {{0.f, 0.f, shape.size.x, shape.size.y}};
     search.card = surroundings.card;
     search.otherCards = surroundings.otherCards;
+    search.others = surroundings.others;
     search.table = surroundings.table;
     search.gapPx = surroundings.gapPx;
     const Vector2f place = search.find();
+    const Vector2f half = search.size / 2.f;
+    const auto outline = (Vecta::Transform::translation(place) * Vecta::Transform::rotation(search.angleRadians))
+                             .mapCorners({-half.x, -half.y, search.size.x, search.size.y});
     if ((place - search.center).lengthSquared() < kSameWordsPlaceSquaredPx) {
         locationOf(words)->clearValue(Facet::kUserLayer);
-        return;
+        return outline;
     }
     const Vector2f moved = (place - center).rotated(-search.angleRadians) - fromMiddle;
     if ((moved - words.location()).lengthSquared() > kSameWordsPlaceSquaredPx)
         words.setLocation(moved);
+    return outline;
 }
 }

@@ -17,6 +17,7 @@ struct SignSurroundings
 {
     PlaceSearch::Outline card{}; ///< the sign's own
     std::vector<PlaceSearch::Outline> otherCards;
+    std::vector<PlaceSearch::Outline> others; ///< kept free while there is room
     Vecta::Vector2f table;
     float gapPx = 0.f; ///< between the words and a card
 };
@@ -42,7 +43,7 @@ struct SignWordsShape
 
 /// Lets the words of a sign whose centre lies at `center` on the table stand where style sheets put them, or, where they would be
 /// cut off or below a card, in the place next to that which is whole on the table and free. `shape` is that of the words now.
-/// Main thread only.
-void placeSignWords(Trellis::Widget& words, const SignWordsShape& shape, Vecta::Vector2f center,
-                    const SignSurroundings& surroundings);
+/// Returns their outline on the table. Main thread only.
+PlaceSearch::Outline placeSignWords(Trellis::Widget& words, const SignWordsShape& shape, Vecta::Vector2f center,
+                                    const SignSurroundings& surroundings);
 }

@@ -86,7 +86,9 @@ void TableCare::update(Trellis::Widget& widget, const Trellis::FrameInfo& frame)
     const bool isMotionReduced = m_isAlwaysCalm || application.mainLayer()->hasPseudoClass("reduced-motion");
     calmStyles(isMotionReduced);
     const float motionSeconds = isMotionReduced ? kAllAtOnceSeconds : frame.dt();
-    m_places.update(sample.markers, application.size(), motionSeconds);
+    m_open.clear();
+    m_keyboards.appendTo(m_open);
+    m_places.update(sample.markers, m_open, application.size(), motionSeconds);
     for (const CardOpening& opening : m_openings.find(widget, sample)) {
         giveLanguage(opening);
         giveOpenedClasses(opening, *application.mainLayer(), *application.grabManager());
@@ -99,8 +101,9 @@ void TableCare::update(Trellis::Widget& widget, const Trellis::FrameInfo& frame)
         m_places.add(opening);
     }
     m_clock.update(widget, sample, frame.dt());
-    m_signs.update(*Tavola::Tavola::instance()->ui()->internalOverlayWidget(), widget, *application.grabManager(), m_openings,
-                   m_languages.get());
+    m_places.appendTo(m_open);
+    m_signs.update(*Tavola::Tavola::instance()->ui()->internalOverlayWidget(), widget,
+                   {*application.grabManager(), m_openings, m_open, m_languages.get()});
     m_drags.update(widget, *application.grabManager());
     m_dragSigns.update(widget, m_drags.all());
     DropFlights::update(widget, isMotionReduced ? nullptr : Tavola::Tavola::instance()->ui()->overlayWidget().get(),

@@ -14,6 +14,7 @@
 #include <Trellis/Operator.hpp>
 
 #include <memory>
+#include <vector>
 
 namespace Host
 {
@@ -40,6 +41,7 @@ private:
     CardOpenings m_openings;
     PlaceKeeper m_places;
     KeyboardPlaces m_keyboards;
+    std::vector<OpenOutline> m_open; ///< of this frame: keyboards, and then also what opened at cards
     UseClock m_clock;
     CardSigns m_signs;
     Drags m_drags;

@@ -1,6 +1,7 @@
 #include "care/PlaceKeeper.hpp"
 
 #include "CareTable.hpp"
+#include "KeyboardDesk.hpp"
 #include "care/CardOutline.hpp"
 
 #include <Tactile/Sample.hpp>
@@ -54,7 +55,7 @@ TEST_CASE("place keeper: cards and what other cards opened are the neighbours of
     Host::PlaceKeeper places(0.55f);
     places.add({Bedrock::IntrusiveWeakPtr<Trellis::Widget>(&first), cards[0]});
     places.add({Bedrock::IntrusiveWeakPtr<Trellis::Widget>(&second), cards[1]});
-    places.update(cards, {1920.f, 1080.f}, 0.f);
+    places.update(cards, {}, {1920.f, 1080.f}, 0.f);
     const auto around = places.neighboursOf(first);
     REQUIRE(around.size() == 3);
     CHECK((around[2][0] - second.mapToScene({})).length() < 0.1f);
@@ -63,6 +64,35 @@ TEST_CASE("place keeper: cards and what other cards opened are the neighbours of
         const auto& outline = around[std::size_t(card)];
         CHECK(((outline[0] + outline[2]) / 2.f - Vector2f(card == 0 ? 400.f : 1400.f, 540.f)).length() < 1.f);
     }
+}
+
+TEST_CASE("place keeper: what opens makes room for another person's keyboard")
+{
+    CareTable table;
+    KeyboardTests::Desk desk(table.host, {700.f, 250.f});
+    desk.open();
+    const Vector2f keyboard = desk.keyboard()->mapToScene(desk.keyboard()->size() / 2.f);
+    const Trellis::Widget& opened = table.open(1001, keyboard);
+    table.host.frames(30);
+    CHECK(isWhole(opened));
+    CHECK_FALSE(opened.intersects(*desk.keyboard()));
+}
+
+TEST_CASE("place keeper: a widget that grows makes no room for its own keyboard")
+{
+    CareTable table({}, {1000.f, 800.f});
+    Trellis::Widget& opened = table.open(1001, {500.f, 400.f});
+    const auto field = Bedrock::makeIntrusive<Tavola::InputFieldWidget>(&opened, false);
+    field->setLocation({50.f, 300.f});
+    field->setSize({500.f, 40.f});
+    table.host.frames(30);
+    table.host.app().setFocusWidget(field->editor().get());
+    table.host.frames(10);
+    REQUIRE(field->keyboard());
+    REQUIRE(field->keyboard()->intersects(opened)); // there is no room beside it
+    opened.setSize({620.f, 640.f});
+    table.host.frames(30);
+    CHECK((CareTable::center(opened) - Vector2f(510.f, 400.f)).length() < 1.f);
 }
 
 TEST_CASE("place keeper: the angle stays")

@@ -20,6 +20,7 @@ struct SignWordsFixture
         table.host.style(Host::careStyleSheet(0.55f));
         table.host.style("CardSign > .card-sign-text { text: 'Please ask us for another card.'; }");
         table.area->setInputEnabled(false); // nothing takes a card
+        table.area->eventAddListener("marker-down", [] {});
         table.host.frame();
     }
 
@@ -79,6 +80,52 @@ TEST_CASE("sign words: where there is room they stand where style sheets put the
     f.table.host.frame();
     CHECK_FALSE(words.attribute("location")->hasValue(Facet::kUserLayer));
     CHECK(words.mapToScene(words.size() / 2.f).y < 540.f - 100.f);
+}
+
+TEST_CASE("sign words: they make room for what another card has opened, and come back when it goes")
+{
+    SignWordsFixture f;
+    const Vector2f wanted = f.put({960.f, 540.f}, 4.712f).mapToScene(f.words().size() / 2.f);
+    f.table.area->setInputEnabled(true);
+    const Trellis::Widget& space = f.table.open(1001, {1250.f, 300.f});
+    f.table.host.frames(30);
+    REQUIRE(space.isInside(space.mapFromScene(wanted)));
+    CHECK_FALSE(f.words().intersects(space));
+    CHECK((f.words().mapToScene(f.words().size() / 2.f) - Vector2f(960.f, 540.f)).length() < 350.f);
+    f.table.area->last->removeFromParent();
+    f.table.host.frames(2);
+    CHECK((f.words().mapToScene(f.words().size() / 2.f) - wanted).length() < 0.5f);
+}
+
+TEST_CASE("sign words: on another person's space they stay at their card")
+{
+    SignWordsFixture f;
+    f.table.area->setInputEnabled(true);
+    f.table.open(1001, {960.f, 540.f});
+    f.table.host.frames(30);
+    const Vector2f card{1100.f, 820.f};
+    const Trellis::Widget& words = f.put(card, 4.712f);
+    CHECK_FALSE(words.attribute("location")->hasValue(Facet::kUserLayer));
+    CHECK((words.mapToScene(words.size() / 2.f) - card).length() < 200.f);
+}
+
+TEST_CASE("sign words: those of a later card make room for those of an earlier one, until that is lifted")
+{
+    SignWordsFixture f;
+    f.put({960.f, 540.f}, 4.712f);
+    const Vector2f before = f.words().mapToScene({});
+    const auto second = f.table.host.input.markerDown(9998, {1120.f, 540.f}, 4.712f);
+    f.table.host.frame();
+    const auto signs = f.table.host.app().mainLayer()->findAllByType("CardSign");
+    REQUIRE(signs.size() == 2);
+    CHECK(f.words().mapToScene({}) == before);
+    const Trellis::Widget& later = *signs[1]->children().front();
+    CHECK_FALSE(later.intersects(f.words()));
+    CHECK(later.attribute("location")->hasValue(Facet::kUserLayer));
+    f.table.host.input.markerUp(f.table.card);
+    f.table.host.frame();
+    CHECK_FALSE(later.attribute("location")->hasValue(Facet::kUserLayer));
+    f.table.host.input.markerUp(second);
 }
 
 TEST_CASE("sign words: they make room for another card")
