@@ -51,6 +51,7 @@ TEST_CASE("service provider: there is a store of collections only where one is c
         bool isShared() const override { return false; }
         void watch(unsigned long, std::function<void()>) override {}
         folly::Future<QList<QString>> claim(const QList<QString>&) override { return folly::makeFuture(QList<QString>()); }
+        void release(const QList<QString>&) override {}
     };
     ServiceProvider provider;
     const auto store = std::make_shared<Store>();
