@@ -116,3 +116,22 @@ TEST_CASE("painting threads: those that were prepared for work that does not com
         threads.prepare();
     }
 }
+
+TEST_CASE("painting threads: all take part in calls that follow each other closely, and end while they stay awake")
+{
+    for (int round = 0; round < 3; ++round) {
+        PaintingThreads threads(3);
+        for (int call = 0; call < 15; ++call) {
+            std::mutex mutex;
+            std::condition_variable changed;
+            int begun = 0, met = 0;
+            threads.run(3, [&](int) {
+                std::unique_lock lock(mutex);
+                ++begun;
+                changed.notify_all();
+                met += changed.wait_for(lock, TestSupport::kPatience, [&] { return begun == 3; });
+            });
+            REQUIRE(met == 3);
+        }
+    }
+}

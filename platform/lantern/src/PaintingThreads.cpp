@@ -55,13 +55,17 @@ private:
 
 struct PaintingThreads::Private
 {
-    /// A thread that sleeps takes longer to wake up than most waits are long.
+    /// A thread that sleeps takes longer to wake up than most waits are long. False when the time is over.
     template <class Condition>
-    static void waitActively(Condition isMet)
+    static bool waitActively(Condition isMet)
     {
         const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double, std::milli>(kActiveWaitMs);
-        while (!isMet() && std::chrono::steady_clock::now() < end)
+        while (!isMet()) {
+            if (std::chrono::steady_clock::now() >= end)
+                return false;
             std::this_thread::yield();
+        }
+        return true;
     }
 
     std::mutex mutex;
@@ -78,32 +82,37 @@ struct PaintingThreads::Private
     int leastPixels = 0;
     bool hasWorked = false; ///< since `prepare` was last called; main thread only
 
-    /// The life of the helper with that number.
+    /// The life of the helper with that number. After a work it stays awake for the next one: waking it up would cost the main
+    /// thread some 30 µs on a virtual machine, a tenth of a usual work.
     void help(int thread)
     {
         std::unique_lock lock(mutex);
         long seen = 0, answered = 0;
         for (;;) {
             workCame.wait(lock, [&] { return isEnding || calls != answered || (work && generation != seen); });
-            if (isEnding)
-                return;
             answered = calls;
-            if (!work || generation == seen) {
-                const long last = generation;
+            bool isAwake = true;
+            while (isAwake) {
+                if (isEnding)
+                    return;
+                if (work && generation != seen)
+                    enter(thread, lock);
+                seen = generation;
                 lock.unlock();
-                waitActively([&] { return generation != last || isEnding; });
+                isAwake = waitActively([&] { return generation != seen || isEnding; });
                 lock.lock();
-                continue;
             }
-            seen = generation;
-            Work& mine = *work;
-            ++inside;
-            lock.unlock();
-            mine.help(thread);
-            lock.lock();
-            if (--inside == 0)
-                helperLeft.notify_one();
         }
+    }
+    void enter(int thread, std::unique_lock<std::mutex>& lock)
+    {
+        Work& mine = *work;
+        ++inside;
+        lock.unlock();
+        mine.help(thread);
+        lock.lock();
+        if (--inside == 0)
+            helperLeft.notify_one();
     }
 };
 

@@ -37,7 +37,7 @@ public:
 
     /// Calls `part` with 0 .. parts-1, each once, on any of the threads in any order, and returns when all have returned. As far
     /// as the threads keep pace, each calls neighbouring parts, the same ones in each call with as many parts. `part` must
-    /// neither throw nor call `run`. Main thread only.
+    /// neither throw nor call `run`. The other threads stay awake for kActiveWaitMs then, for the next call. Main thread only.
     void run(int parts, const std::function<void(int)>& part);
 
 private:
