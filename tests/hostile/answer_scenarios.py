@@ -192,7 +192,7 @@ class Visitors:
         self.slowest = 0.0
 
     def put(self, card):
-        self.stage.act(f"at 0.05 card {card} down {PLACE[0]} {PLACE[1]} angle 0\nat 1 card {card} up", 1.5)
+        self.stage.act(f"at 0.05 card {card} down {PLACE[0]} {PLACE[1]} angle 270\nat 1 card {card} up", 1.5)
         return by_type(self.table.tree(), "PersonalSpaceWidget")[-1]
 
     def wait(self, what, condition, seconds=60):

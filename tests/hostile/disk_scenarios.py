@@ -97,7 +97,7 @@ def full_table(build, folder):
         table.frames(3)
         table.wait_until("the pictures", lambda: table.get("/status")["pendingImages"] == 0)
         disk.fill()
-        stage.act(f"at 0.05 card 1001 down {CARD[0]} {CARD[1]} angle 0\nat 1 card 1001 up", 1.5)
+        stage.act(f"at 0.05 card 1001 down {CARD[0]} {CARD[1]} angle 270\nat 1 card 1001 up", 1.5)
         assert by_type(table.tree(), "PersonalSpaceWidget"), "no space opens on a full disk"
         for name in ("paper-moons", "field-lines"):
             drop(stage, table, name)

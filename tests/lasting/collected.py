@@ -54,7 +54,7 @@ def unsynced_files_are_lost(build, folder):
 class CollectionVisit(Visit):
     """A table that keeps collections, over kills and power cuts of its machine."""
 
-    CARD = "at 0.1 card 1001 down 1150 560 angle 0\nat 0.3 card 1001 up"
+    CARD = "at 0.1 card 1001 down 1150 560 angle 270\nat 0.3 card 1001 up"
 
     def __init__(self, build, folder, presentation, options):
         super().__init__(World(build, folder, folder))

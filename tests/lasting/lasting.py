@@ -113,7 +113,7 @@ class ContentVisit(Visit):
 def table_sends_content(build, folder):
     """What is collected at a real table is on the page, with its content, in an empty content folder."""
     visit = ContentVisit(build, folder)
-    visit.stage.enter("at 0.2 card 1001 down 1150 560 angle 0\nat 60 card 1001 up\n")
+    visit.stage.enter("at 0.2 card 1001 down 1150 560 angle 270\nat 60 card 1001 up\n")
     visit.stage.play_until(1.0)
     visit.page()
     for count, name in enumerate(("paper-moons", "basalt"), 1):

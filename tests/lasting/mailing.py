@@ -22,7 +22,7 @@ from programs import Failure, centre, end_all  # noqa: E402
 from sharing import at_once, wait_for  # noqa: E402
 from visit import Visit, World, require  # noqa: E402
 
-CARD = "at 0.1 card 1001 down 850 480 angle 0\nat 0.6 card 1001 up"
+CARD = "at 0.1 card 1001 down 850 480 angle 270\nat 0.6 card 1001 up"
 DROP = (1150, 470)
 THINGS = ("paper-moons", "opening-hours")
 MOST_FRAMES = 60

@@ -95,7 +95,7 @@ class SharedTable(Visit):
 
     def start(self):
         self.open_table(self.hall.presentation, ["--media-server", self.hall.server.address])
-        self.stage.act(f"at 0.1 card {CARD} down 1150 560 angle 0\nat 0.3 card {CARD} up", 0.6)
+        self.stage.act(f"at 0.1 card {CARD} down 1150 560 angle 270\nat 0.3 card {CARD} up", 0.6)
 
     def thing(self, number):
         return by_id(self.table.tree(), f"thing-{number}")[0]

@@ -35,7 +35,7 @@ class SharedTable(Visit):
 
     def card(self, code, seconds=0.6):
         """Puts a card down for a moment. The titles of the spaces that are open then."""
-        visitor = self.stage.enter(f"at 0.05 card {code} down 1150 560 angle 0\nat {seconds - 0.1} card {code} up\n")
+        visitor = self.stage.enter(f"at 0.05 card {code} down 1150 560 angle 270\nat {seconds - 0.1} card {code} up\n")
         self.stage.play(seconds)
         self.stage.leave(visitor)
         return self.titles()

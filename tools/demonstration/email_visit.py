@@ -42,7 +42,7 @@ class EmailVisit(Visit):
         ]
 
     def card_opens_space(self):
-        self.stage.act(f"at 0.1 card 1004 down {CARD[0]} {CARD[1]} angle 0\nat 0.6 card 1004 up", 1.5)
+        self.stage.act(f"at 0.1 card 1004 down {CARD[0]} {CARD[1]} angle 270\nat 0.6 card 1004 up", 1.5)
         require({"unregistered-user", "no-email"} <= set(self.space()["pseudoClasses"]), "the card's owner is known")
 
     def collect(self):
@@ -135,7 +135,7 @@ class EmailVisit(Visit):
         self.tap(by_type(self.space(), "CloseHandle")[0])
         self.stage.play(1)
         require(not self.spaces(), "the space is still open")
-        self.stage.act(f"at 0.1 card 1004 down {CARD[0]} {CARD[1]} angle 0\nat 0.6 card 1004 up", 1.5)
+        self.stage.act(f"at 0.1 card 1004 down {CARD[0]} {CARD[1]} angle 270\nat 0.6 card 1004 up", 1.5)
         require(self.title() == f"Hi, {NAME}", f'the title is "{self.title()}"')
         require("no-email" not in self.space()["pseudoClasses"], "the address is not known")
 
@@ -157,7 +157,7 @@ class EmailVisit(Visit):
     def german(self):
         self.tap(by_type(self.space(), "CloseHandle")[0])
         self.stage.play(1)
-        self.stage.act(f"at 0.1 card {GERMAN} down {CARD[0]} {CARD[1]} angle 0\nat 0.6 card {GERMAN} up", 1.5)
+        self.stage.act(f"at 0.1 card {GERMAN} down {CARD[0]} {CARD[1]} angle 270\nat 0.6 card {GERMAN} up", 1.5)
         require(self.title().startswith("Hallo, "), f'the title is "{self.title()}"')
         self.drag("field-lines", DROP)
         self.stage.play(1)

@@ -18,7 +18,7 @@ FAULTS = [("error", "The media server %s answered with status 500"),
 
 
 def script(tree):
-    lines = [f"at 0.2 card 1001 down {CARD[0]} {CARD[1]} angle 0"]
+    lines = [f"at 0.2 card 1001 down {CARD[0]} {CARD[1]} angle 270"]
     for index, name in enumerate(PICTURES):
         x, y = centre(by_id(tree, name)[0])
         begin = 2 + index * 4
@@ -26,7 +26,7 @@ def script(tree):
                   f"at {begin + 0.1:.1f} finger {index + 1} move {DROP[0]} {DROP[1]} over 0.5",
                   f"at {begin + 1} finger {index + 1} up"]
     # Beside the space that is still open: a card put on a space is on that space, not on the table.
-    lines += ["at 25 card 1001 up", f"at 27 card 1001 down {AGAIN[0]} {AGAIN[1]} angle 0",
+    lines += ["at 25 card 1001 up", f"at 27 card 1001 down {AGAIN[0]} {AGAIN[1]} angle 270",
               f"at 30 card 1001 move {AGAIN[0]} {AGAIN[1]}"]
     return "\n".join(lines) + "\n"
 

@@ -14,7 +14,7 @@ def script(tree):
     moons = centre(by_id(tree, "paper-moons")[0])
     link = centre(by_id(tree, "opening-hours")[0])
     return f"""
-at 0.2  card 1001 down {CARD[0]} {CARD[1]} angle 0
+at 0.2  card 1001 down {CARD[0]} {CARD[1]} angle 270
 at 1.5  finger 1 down {moons[0]:.0f} {moons[1]:.0f}
 at 1.6  finger 1 move {DROP[0]} {DROP[1]} over 0.8
 at 3.0  finger 1 up
@@ -22,7 +22,7 @@ at 4.0  finger 2 down {link[0]:.0f} {link[1]:.0f}
 at 4.1  finger 2 move {DROP[0]} {DROP[1] + 30} over 0.8
 at 5.4  finger 2 up
 at 7.0  card 1001 up
-at 90.0 card 1001 down {CARD[0]} {CARD[1]} angle 0
+at 90.0 card 1001 down {CARD[0]} {CARD[1]} angle 270
 at 93.0 card 1001 move {CARD[0]} {CARD[1]}
 """
 

@@ -191,12 +191,12 @@ class MailLooks(Looks):
         self.card(1001)
         self.tap(self.child("help-button"))
         self.stage.play(0.5)
-        self.take("tooltip-help", self.space(), by_type(self.space(), "TooltipWidget")[-1])
+        self.take("tooltip-help", self.space(), by_class(self.space(), "tooltip-text")[-1])
         self.tap(self.child("help-button"))
         self.stage.play(1)
         self.tap(self.child("info"))
         self.stage.play(0.5)
-        self.take("tooltip-email", self.space(), by_type(self.space(), "TooltipWidget")[-1])
+        self.take("tooltip-email", self.space(), by_class(self.space(), "tooltip-text")[-1])
         self.close_space()
 
     def popup(self):

@@ -53,7 +53,7 @@ class Looks(Visit):
 
     def card(self, code, point=CARD):
         self.enlarge()
-        self.stage.act(f"at 0.1 card {code} down {point[0]} {point[1]} angle 0\nat 0.6 card {code} up", 1.4)
+        self.stage.act(f"at 0.1 card {code} down {point[0]} {point[1]} angle 270\nat 0.6 card {code} up", 1.4)
 
     def collect(self):
         self.drag("paper-moons", DROP)

@@ -1,5 +1,6 @@
 """Photographs of the states that need something to go wrong, or several cards."""
 import os
+import subprocess
 
 from care_visit import NOA, hebrew_gallery
 from photographs import CARD, DROP, Looks
@@ -7,7 +8,7 @@ from programs import MediaServer, by_class, by_id, by_type, centre
 from visit import PRESENTATIONS
 
 STRANGER, ANN, GERMAN, NAMELESS, LAYLA, UNREGISTERED = 9009, 1001, 1002, 1004, 1006, 1007
-GARDEN, STAFF = 2001, 3001
+GARDEN, STAFF, NEWCOMER = 2001, 3001, 9010
 
 
 class GalleryStates(Looks):
@@ -103,10 +104,26 @@ class SignLooks(Looks):
                          f"at 200 card {LAYLA} up")
         self.stage.play(0.5)
         self.take("card-signs", *by_type(self.table.tree(), "CardSign"), *by_class(self.table.tree(), "card-sign-text"))
+        self.clear()
+        self.made_known(gallery)
+        self.clear()
+        self.people_away()
+
+    def made_known(self, presentation):
+        """A card that gets an owner while it lies there."""
+        self.stage.enter(f"at 0.01 card {NEWCOMER} down 1180 560 angle 270\nat 200 card {NEWCOMER} up")
+        self.stage.play(0.5)
+        subprocess.run([os.path.join(self.world.build, "bin", "tavola"), "people", "add", presentation, str(NEWCOMER), "--name", "Eve",
+                        "--data", os.path.join(self.world.folder, "data")], check=True, capture_output=True)
+        self.table.wait_until("the registry", lambda: by_class(self.table.tree(), "again"))
+        self.take("card-again", by_class(self.table.tree(), "again")[0], by_class(self.table.tree(), "card-sign-text")[0])
+
+    def clear(self):
+        """Takes all cards away. A table gives up trackers that send nothing more."""
         for visitor in list(self.stage.visitors):
             self.stage.leave(visitor)
-        self.stage.play(3)
-        self.people_away()
+        while by_type(self.table.tree(), "CardSign"):
+            self.stage.play(1, frame=0.25)
 
     def people_away(self):
         path = os.path.join(self.world.folder, "data")
