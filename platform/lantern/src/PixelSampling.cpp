@@ -1,15 +1,11 @@
 #include "PixelSampling.hpp"
 
 #include "PixelMath.hpp"
+#include "WidePixels.hpp"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-
-#if defined(__x86_64__) && defined(__GNUC__)
-#define LANTERN_HAS_AVX2
-#include <immintrin.h>
-#endif
 
 namespace Lantern
 {
@@ -19,11 +15,6 @@ namespace
 constexpr int kMostDown = 32767;
 
 #ifdef LANTERN_HAS_AVX2
-#define LANTERN_AVX2 __attribute__((target("avx2")))
-
-/// So many pixels are drawn at once.
-constexpr int kAtOnce = 8;
-
 /// Eight places in one direction: the pixel before each, and how far it is to the one after it, in 1 / 65536.
 struct Places
 {
@@ -84,12 +75,6 @@ LANTERN_AVX2 inline __m256i fourSamples(const QRgb* upperBits, const QRgb* lower
     return _mm256_mulhrs_epi16(_mm256_add_epi16(upper, change), _mm256_set1_epi16(256));
 }
 
-LANTERN_AVX2 inline __m256i placesFrom(int first, int step)
-{
-    const __m256i numbers = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
-    return _mm256_add_epi32(_mm256_set1_epi32(first), _mm256_mullo_epi32(_mm256_set1_epi32(step), numbers));
-}
-
 /// How much of eight pixels is inside of one edge, in 0..1.
 LANTERN_AVX2 inline __m256 insideOfEdge(const EdgeRow& edges, std::size_t i, __m256 column)
 {
@@ -111,25 +96,6 @@ LANTERN_AVX2 inline __m256i coverages(const EdgeRow& edges, int x)
     const __m256 share = _mm256_mul_ps(insideOfPair(edges, 0, column), insideOfPair(edges, 2, column));
     const __m256i whole = _mm256_cvttps_epi32(_mm256_add_ps(_mm256_mul_ps(share, _mm256_set1_ps(255.f)), _mm256_set1_ps(0.5f)));
     return _mm256_or_si256(whole, _mm256_slli_epi32(whole, 16));
-}
-
-/// As scaledPixel. `factor`: in each 16 bits.
-LANTERN_AVX2 inline __m256i scaledPixels(__m256i eight, __m256i factor)
-{
-    const __m256i mask = _mm256_set1_epi32(0xff00ff);
-    const __m256i half = _mm256_set1_epi16(0x80);
-    __m256i even = _mm256_mullo_epi16(_mm256_and_si256(eight, mask), factor);
-    __m256i odd = _mm256_mullo_epi16(_mm256_srli_epi16(eight, 8), factor);
-    even = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(even, _mm256_srli_epi16(even, 8)), half), 8);
-    odd = _mm256_add_epi16(_mm256_add_epi16(odd, _mm256_srli_epi16(odd, 8)), half);
-    return _mm256_or_si256(even, _mm256_andnot_si256(mask, odd));
-}
-
-/// As blendedPixel.
-LANTERN_AVX2 inline __m256i blendedPixels(__m256i source, __m256i ground)
-{
-    const __m256i rest = _mm256_sub_epi32(_mm256_set1_epi32(255), _mm256_srli_epi32(source, 24));
-    return _mm256_add_epi8(source, scaledPixels(ground, _mm256_or_si256(rest, _mm256_slli_epi32(rest, 16))));
 }
 
 template <bool isFetching>
@@ -227,8 +193,7 @@ void drawSamples(QRgb* row, const PixelSpan& span, const SourcePixels& source, c
                  unsigned opacity)
 {
 #ifdef LANTERN_HAS_AVX2
-    static const bool isWide = __builtin_cpu_supports("avx2");
-    if (isWide) {
+    if (hasWidePixels()) {
         if (place.ahead != 0)
             drawSamplesWidely<true>(row, span, source, place, edges, opacity);
         else

@@ -84,40 +84,33 @@ void ShadowPixels::draw(QRgb* row, int y, int begin, int end, const PixelSpan&) 
             clear = span;
     const int clearBegin = std::clamp(clear.fullBegin, begin, end);
     const int clearEnd = std::clamp(clear.fullEnd, clearBegin, end);
-    drawRun(row, y, begin, clearBegin);
-    drawRun(row, y, clearEnd, end);
-}
-
-template <class Share>
-void ShadowPixels::drawShares(QRgb* row, int begin, int end, Share shareAt) const
-{
-    for (int column = begin; column < end; ++column)
-        if (const unsigned share = shareAt(column); share > 0)
-            row[column] = blendedPixel(scaledPixel(m_pixel, share), row[column]);
+    const PixelSpan near = m_hasNear ? m_near.span(m_area, y) : PixelSpan{begin, end, begin, end};
+    drawRun(row, y, begin, clearBegin, near);
+    drawRun(row, y, clearEnd, end, near);
 }
 
 /// `castAt(column)`: what the shadow covers, 0..1.
 template <class Cast>
 void ShadowPixels::drawAtBox(QRgb* row, int y, int begin, int end, Cast castAt) const
 {
-    drawShares(row, begin, end, [&](int column) {
+    for (int column = begin; column < end; ++column) {
         const double inBox = m_box.at(m_places.x(column, y), m_places.y(column, y));
         const double clip = m_isInset ? inBox : 1.0 - inBox;
         if (clip <= 0.0)
-            return 0u;
+            continue;
         const double cast = castAt(column);
-        return unsigned(int((m_isInset ? 1.0 - cast : cast) * clip * 255.0 + 0.5));
-    });
+        const auto share = unsigned(int((m_isInset ? 1.0 - cast : cast) * clip * 255.0 + 0.5));
+        if (share > 0)
+            row[column] = blendedPixel(scaledPixel(m_pixel, share), row[column]);
+    }
 }
 
-void ShadowPixels::drawRun(QRgb* row, int y, int begin, int end) const
+void ShadowPixels::drawRun(QRgb* row, int y, int begin, int end, const PixelSpan& near) const
 {
-    int nearBegin = begin, nearEnd = end;
-    if (m_hasNear) {
-        const PixelSpan near = m_near.span(m_area, y);
-        nearBegin = std::clamp(near.begin, begin, end);
-        nearEnd = std::clamp(near.end, nearBegin, end);
-    }
+    if (begin >= end)
+        return;
+    const int nearBegin = std::clamp(near.begin, begin, end);
+    const int nearEnd = std::clamp(near.end, nearBegin, end);
     if (!m_mask) {
         const auto castAt = [&](int column) { return m_sharp.at(m_places.x(column, y), m_places.y(column, y)); };
         drawAtBox(row, y, m_isInset ? nearBegin : begin, m_isInset ? nearEnd : end, castAt);
@@ -127,10 +120,7 @@ void ShadowPixels::drawRun(QRgb* row, int y, int begin, int end) const
     drawAtBox(row, y, nearBegin, nearEnd, [&](int column) { return places.at(column, y) / double(ShadowPlaces::kFull); });
     if (m_isInset)
         return;
-    const auto shareAt = [&](int column) {
-        return (places.at(column, y) * 255u + ShadowPlaces::kFull / 2) / ShadowPlaces::kFull;
-    };
-    drawShares(row, begin, nearBegin, shareAt);
-    drawShares(row, nearEnd, end, shareAt);
+    places.draw(row, y, begin, nearBegin, m_pixel);
+    places.draw(row, y, nearEnd, end, m_pixel);
 }
 }

@@ -25,10 +25,8 @@ public:
     void draw(QRgb* row, int y, int begin, int end, const PixelSpan& span) const override;
 
 private:
-    void drawRun(QRgb* row, int y, int begin, int end) const;
-    /// `shareAt(column)`: how much of the shadow shows, 0..255.
-    template <class Share>
-    void drawShares(QRgb* row, int begin, int end, Share shareAt) const;
+    /// `near`: the columns that the box itself may touch.
+    void drawRun(QRgb* row, int y, int begin, int end, const PixelSpan& near) const;
     template <class Cast>
     void drawAtBox(QRgb* row, int y, int begin, int end, Cast castAt) const;
 

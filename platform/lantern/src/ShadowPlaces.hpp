@@ -2,6 +2,8 @@
 
 #include "ShadowMasks.hpp"
 
+#include <QRgb>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -38,16 +40,24 @@ public:
         return (above * (kOne - down) + below * down) >> (2 * kFractionBits);
     }
 
+    /// Lays the shadow over the columns from `begin` to `end` of a row. `row`: the pixel in column 0; `pixel`: premultiplied,
+    /// where the shadow covers everything.
+    void draw(QRgb* row, int y, int begin, int end, QRgb pixel) const;
+    /// The same values without the processor's wide registers.
+    void drawPlainly(QRgb* row, int y, int begin, int end, QRgb pixel) const;
+
 private:
-    static constexpr int kBits = 24;
+    static constexpr int kBits = 18;
 
     /// In one direction; distances in 1 / 2^kBits of those between samples.
     struct Axis
     {
+        /// From the beginning of the box.
+        [[nodiscard]] std::int64_t placeOf(int column, int row) const { return column * perColumn + row * perRow + offset; }
         /// From the first sample. What lies in the middle of a large box is in the middle of the mask's.
         [[nodiscard]] std::int64_t at(int column, int row) const
         {
-            const std::int64_t place = column * perColumn + row * perRow + offset;
+            const std::int64_t place = placeOf(column, row);
             return reach + (place < half ? std::min(place, maskHalf) : std::max(place - longer, maskHalf));
         }
 
@@ -58,6 +68,8 @@ private:
         std::uint64_t end;                      ///< the place of the last sample
         std::int64_t last;                      ///< the number of the sample before it
     };
+
+    struct Wide;
 
     Axis m_across, m_along;
     const std::uint16_t* m_values;
