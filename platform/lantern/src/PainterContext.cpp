@@ -10,6 +10,7 @@
 #include "PainterState.hpp"
 #include "PixelDrawing.hpp"
 #include "PixelMath.hpp"
+#include "RoundPicturePixels.hpp"
 #include "SampledPixels.hpp"
 #include "ToQt.hpp"
 
@@ -83,6 +84,19 @@ void drawSampled(PainterContext::Private& context, const QImage& image, const QR
         return;
     }
     drawPixels(context, std::move(pixels));
+}
+
+/// As above, in a box with round corners, without a clip. False where that cannot be, whatever is damaged.
+bool drawRoundSampled(PainterContext::Private& context, const QImage& image, const RoundBox& box, const QRectF& source)
+{
+    if (!context.image || !FramedBox::canDraw(context.world))
+        return false;
+    SampledPixels pixels(context.deviceRect(), context.clipRect(), image, context.world, toQt(box.rect), source,
+                         shareOf(context.opacity));
+    if (!pixels.canDraw())
+        return false;
+    context.composition.add(RoundPicturePixels(std::move(pixels), context.world, box));
+    return true;
 }
 }
 
@@ -203,11 +217,14 @@ void PainterContext::drawImage(const QImage& image, const Vecta::Rect& target, c
     if (image.isNull() || target.isEmpty() || !isFinite(target) || !isFinite(source))
         return;
     const QRectF part = source.isEmpty() ? QRectF(image.rect()) : toQt(source);
-    const bool isRound = RoundBox{target, corners}.largestRadius() > 0.f;
-    if (isRound)
-        pushClip(target, corners);
+    const RoundBox box{target, corners};
+    const bool isRound = box.largestRadius() > 0.f;
     // One pixel for one pixel there is nothing to sample. Other paint engines sample by themselves.
     const bool isPlain = d->world.type() <= QTransform::TxTranslate && part.size() == toQt(target).size();
+    if (isRound && !isPlain && drawRoundSampled(*d, image, box.fitted(), part))
+        return;
+    if (isRound)
+        pushClip(target, corners);
     if (isPlain || !d->isRaster)
         d->readyPainter().drawImage(toQt(target), image, part);
     else

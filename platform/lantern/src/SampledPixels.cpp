@@ -91,9 +91,22 @@ void SampledPixels::setCoordinates(const QTransform& t, const QRectF& target, co
 
 void SampledPixels::draw(QRgb* row, int y, int begin, int end, const PixelSpan& span) const
 {
-    const QPoint place = QPoint(begin, y) - m_anchor;
-    drawSamples(row, {begin, end, span.fullBegin, span.fullEnd}, m_source,
+    drawRun(row, y, {begin, end, span.fullBegin, span.fullEnd}, m_edges.row(y));
+}
+
+void SampledPixels::drawWhole(QRgb* row, int y, int begin, int end) const
+{
+    EdgeRow farAway;
+    farAway.perX.fill(0.f);
+    farAway.atColumn0.fill(1.f);
+    drawRun(row, y, {begin, end, begin, end}, farAway);
+}
+
+void SampledPixels::drawRun(QRgb* row, int y, const PixelSpan& run, const EdgeRow& edges) const
+{
+    const QPoint place = QPoint(run.begin, y) - m_anchor;
+    drawSamples(row, run, m_source,
                 {int(m_x.at(place.x(), place.y())), int(m_y.at(place.x(), place.y())), int(m_x.perX), int(m_y.perX), m_ahead},
-                m_edges.row(y), m_opacity);
+                edges, m_opacity);
 }
 }

@@ -23,8 +23,12 @@ public:
 
     [[nodiscard]] PixelSpan span(int y) const override { return m_edges.span(m_area, y); }
     void draw(QRgb* row, int y, int begin, int end, const PixelSpan& span) const override;
+    /// As above, each pixel as if the picture covered all of it.
+    void drawWhole(QRgb* row, int y, int begin, int end) const;
 
 private:
+    void drawRun(QRgb* row, int y, const PixelSpan& run, const EdgeRow& edges) const;
+
     /// A coordinate in the picture, 16 bits behind the point, of the pixel at the anchor, and its change
     /// from pixel to pixel.
     struct Coordinate
