@@ -62,8 +62,9 @@ private:
     QSize m_size;
 };
 
-/// What is seen after each edit is what drawing everything would give, by one thread.
-void checkEdits(unsigned seed, Edits::Kept kept, int threads = 1, int steps = 1000, Vecta::Vector2f scale = {1.f, 1.f})
+/// What is seen after each step, of so many edits, is what drawing everything would give, by one thread.
+void checkEdits(unsigned seed, Edits::Kept kept, int threads = 1, int steps = 1000, Vecta::Vector2f scale = {1.f, 1.f},
+                int editsAtOnce = 1)
 {
     Edits edits(seed, kept);
     Screen screen(edits.scene.app, scale);
@@ -72,7 +73,8 @@ void checkEdits(unsigned seed, Edits::Kept kept, int threads = 1, int steps = 10
     std::size_t mostKept = 0;
     for (int step = 0; step < steps; ++step) {
         CAPTURE(step);
-        edits.step();
+        for (int i = 0; i < editsAtOnce; ++i)
+            edits.step();
         edits.scene.frame();
         {
             const Lantern::PaintingThreads painting(threads, 1);
@@ -166,6 +168,15 @@ TEST_CASE("drawing: after random edits the same holds on a screen that shows the
         checkEdits(++seed, Edits::Kept::Nothing, 1, 150, scale);
         checkEdits(++seed, Edits::Kept::Children, 1, 250, scale);
         checkEdits(++seed, Edits::Kept::Children, 2, 100, scale);
+    }
+}
+
+TEST_CASE("drawing: after several random edits in each frame the same holds")
+{
+    for (const int editsAtOnce : {2, 4, 9}) {
+        CAPTURE(editsAtOnce);
+        checkEdits(30 + unsigned(editsAtOnce), Edits::Kept::Nothing, 1, 150, {1.f, 1.f}, editsAtOnce);
+        checkEdits(40 + unsigned(editsAtOnce), Edits::Kept::Children, 1, 200, {1.f, 1.f}, editsAtOnce);
     }
 }
 
