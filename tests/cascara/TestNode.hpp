@@ -25,6 +25,7 @@ public:
     Facet::AttributeT<QString> text{this, "text"};
     Facet::AttributeT<QStringList> list{this, "list"};
     Facet::AttributeT<Bedrock::Color> color{this, "color"};
+    Facet::AttributeT<Bedrock::Color> backgroundColor{this, "background-color"};
     Facet::AttributeT<float> fontSize{this, "font-size", 16.f};
 
     /// Changes of visible values since the last call.

@@ -147,7 +147,7 @@ TEST_CASE("style math: what has no value is an error with its reason")
         {"clamp( 1 , 2 )", "'clamp()' takes three values"},
         {"clamp( 1 )", "'clamp()' takes three values"},
         {"clamp( 1 , 2 , 3 , 4 )", "'clamp()' takes three values"},
-        {"calc( 1kg )", "expected one of the units px, mm, em, deg, rad, turn, s, ms"},
+        {"calc( 1kg )", "expected one of the units px, mm, em, deg, grad, rad, turn, s, ms"},
         {"calc( red )", "expected a number"},
         {"calc( rgb( 1 2 3 ) )", "expected a number, 'calc()', 'min()', 'max()' or 'clamp()'"},
     };

@@ -4,6 +4,8 @@
 
 #include <doctest/doctest.h>
 
+#include <limits>
+
 using LanternTest::kBlue;
 using LanternTest::kRed;
 using namespace Lantern;
@@ -63,4 +65,18 @@ TEST_CASE("gradient: a radial one grows to its radii, and one without any has it
     CHECK(colors.at(50.0, 71.0) == 0xff0000ffu);
     const GradientColors flat({Gradient::Kind::Radial, {50.f, 50.f}, {0.f, 0.f}, {{0.f, kRed}, {1.f, kBlue}}}, 1.0);
     CHECK(flat.at(51.0, 50.0) == 0xff0000ffu);
+}
+
+TEST_CASE("gradient: with an exponent the half between two colours lies earlier or later")
+{
+    const auto at = [](float exponent, double x) {
+        return GradientColors(across({{0.f, kRed}, {1.f, kBlue, exponent}}), 1.0).at(x, 0.0);
+    };
+    CHECK(at(1.f, 50.0) == 0xff800080u);
+    CHECK(at(0.5f, 25.0) == 0xff800080u);
+    CHECK(at(2.f, 50.0) == 0xffbf0040u);
+    CHECK(at(0.f, 0.1) == 0xff0000ffu);
+    CHECK(at(std::numeric_limits<float>::infinity(), 99.9) == 0xffff0000u);
+    CHECK(at(0.5f, 0.0) == 0xffff0000u);
+    CHECK(at(0.5f, 100.0) == 0xff0000ffu);
 }

@@ -172,13 +172,15 @@ private:
             return Quantity{MathKind::Angle, term.number};
         if (term.unit == "rad")
             return Quantity{MathKind::Angle, term.number * 180.0 / kPi};
+        if (term.unit == "grad")
+            return Quantity{MathKind::Angle, term.number * 0.9};
         if (term.unit == "turn")
             return Quantity{MathKind::Angle, term.number * 360.0};
         if (term.unit == "s")
             return Quantity{MathKind::Time, term.number};
         if (term.unit == "ms")
             return Quantity{MathKind::Time, term.number / 1000.0};
-        return fail("expected one of the units px, mm, em, deg, rad, turn, s, ms");
+        return fail("expected one of the units px, mm, em, deg, grad, rad, turn, s, ms");
     }
 
     std::optional<Quantity> constant(const StyleTerm& term)

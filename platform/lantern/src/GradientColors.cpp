@@ -17,8 +17,9 @@ GradientColors::GradientColors(const Gradient& gradient, double opacity) : m_isR
     for (const Gradient::Stop& stop : gradient.stops) {
         const double alpha = std::clamp(double(stop.color.alpha), 0.0, 1.0) * opacity * 255.0;
         const auto component = [alpha](float value) { return std::clamp(double(value), 0.0, 1.0) * alpha; };
-        m_stops.push_back(
-            {double(stop.offset), {alpha, component(stop.color.red), component(stop.color.green), component(stop.color.blue)}});
+        m_stops.push_back({double(stop.offset),
+                           {alpha, component(stop.color.red), component(stop.color.green), component(stop.color.blue)},
+                           double(stop.exponent)});
     }
     m_fromX = double(gradient.from.x);
     m_fromY = double(gradient.from.y);

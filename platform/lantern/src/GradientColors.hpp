@@ -29,7 +29,8 @@ public:
             return rounded(m_stops[next == 0 ? 0 : next - 1].color);
         const Stop& before = m_stops[next - 1];
         const Stop& after = m_stops[next];
-        const double part = (offset - before.offset) / (after.offset - before.offset);
+        const double way = (offset - before.offset) / (after.offset - before.offset);
+        const double part = after.exponent == 1.0 ? way : std::pow(way, after.exponent);
         double mixed[4];
         for (int i = 0; i < 4; ++i)
             mixed[i] = before.color[i] + (after.color[i] - before.color[i]) * part;
@@ -42,6 +43,7 @@ private:
     {
         double offset;
         double color[4]; ///< alpha, red, green, blue, premultiplied, 0..255
+        double exponent; ///< as of Gradient::Stop
     };
     [[nodiscard]] double offsetOf(double x, double y) const
     {

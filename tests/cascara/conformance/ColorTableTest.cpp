@@ -92,7 +92,7 @@ TEST_CASE("color table: what CSS Color says of notations, clamping, alpha and mi
                               {"hsl(100% 0 0)", kInvalid},
                               {"hsl(0px 0% 0%)", kInvalid},
                               {"hsl(0 100%)", kInvalid},
-                              {"currentcolor", "#000000", "no attribute takes the colour of another one"},
+                              {"currentcolor", "#000000", "the node puts a colour in its place: the next table"},
                               {"canvastext", "#000000", "there are no colours of a system"},
                               {"hwb(0 0% 0%)", "#FF0000", kFunctions},
                               {"lab(100 0 0)", "#FFFFFF", kFunctions},
@@ -102,4 +102,30 @@ TEST_CASE("color table: what CSS Color says of notations, clamping, alpha and mi
                               {"color(srgb 1 0 0)", "#FF0000", kFunctions},
                               {"color-mix(in srgb, red, red)", "#FF0000", kFunctions},
                               {"rgb(from red r g b)", "#FF0000", kFunctions}});
+}
+
+TEST_CASE("color table: what CSS Color says of currentcolor")
+{
+    CascaraTest::checkSheets(
+        "currentcolor", "background-color",
+        {{"N { background-color: currentcolor }", "#000000"},
+         {"N { color: red; background-color: currentcolor }", "#FF0000"},
+         {"N { color: red; background-color: currentColor }", "#FF0000"},
+         {"N { background-color: CURRENTCOLOR; color: rgb(0 255 0 / 50%) }", "#00FF0080"},
+         {"Root { color: red } N { background-color: currentcolor }", "#FF0000"},
+         {"Root { color: red } Panel { color: initial } N { background-color: currentcolor }", "#000000"},
+         {"Root { color: red } Panel { color: lime } N { background-color: currentcolor }", "#00FF00"},
+         {"Root { color: red } .n { color: currentcolor; background-color: currentcolor }", "#FF0000"},
+         {"Root { color: red } Panel { color: currentcolor } .n { background-color: currentcolor }", "#FF0000"},
+         {"Root.after { color: red } N { background-color: currentcolor }", "#FF0000"},
+         {"Panel.after { color: red } N { background-color: currentcolor }", "#FF0000"},
+         {".n.after { color: red } N { background-color: currentcolor }", "#FF0000"},
+         {".n.after { background-color: currentcolor } Root { color: red }", "#FF0000"},
+         {"Root { --c: red; color: var(--c) } N { background-color: currentcolor }", "#FF0000"},
+         {"Root { --c: currentcolor; color: red } N { background-color: var(--c); color: lime }", "#00FF00"},
+         {"Root { color: red } N { --c: currentcolor; color: var(--c); background-color: currentcolor }", "#FF0000"},
+         {"Panel { color: lime; background-color: currentcolor } N { background-color: inherit; color: red }", "#FF0000",
+          "the colour is inherited, and not the word"},
+         {"N { background-color: lime } .n { background-color: currentcolor red }", "#00FF00", nullptr, 1},
+         {"N { background-color: lime } .n { background-color: \"currentcolor\" }", "#00FF00", nullptr, 1}});
 }

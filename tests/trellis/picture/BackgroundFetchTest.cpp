@@ -11,7 +11,7 @@ void showFiles(Widget& widget, const QStringList& files)
 {
     const QByteArray name = "bg" + QByteArray::number(qlonglong(widget.id()));
     Cascara::StyleEngine::instance().addStyleSheet(
-        QStringLiteral(".%1 { background-image: url(\"%2\"); background-repeat: no-repeat; }")
+        QStringLiteral(".%1 {\nbackground-image: url(\"%2\"); background-repeat: no-repeat; }")
             .arg(QString::fromLatin1(name), files.join(QStringLiteral("\"), url(\""))),
         QStringLiteral("test.css"));
     widget.addCSSClass(name);
@@ -40,7 +40,8 @@ TEST_CASE("background fetch: the first file lies on top, and one that cannot be 
     const QString large = scene.save("large.png", halves(60, 60));
     Widget& widget = *new Widget(&scene.root());
     place(widget, {0, 0, 100, 100});
-    TestSupport::expectWarning("ImageWidget # Failed to load image " + scene.path("none.png").toStdString() + " (no such file)");
+    TestSupport::expectWarning("ImageWidget # Failed to load image " + scene.path("none.png").toStdString()
+                               + " (no such file; named in test.css:2:1)");
     showFiles(widget, {scene.path("none.png"), small, large});
     scene.settle();
     const QImage image = scene.picture();

@@ -71,11 +71,11 @@ TEST_CASE("background: what is none of these is reported with what was expected"
         {"background-image",
          "expected none or url()s, linear-gradient()s and radial-gradient()s separated by commas",
          {"red", "none, none", "linear-gradient(red)", "linear-gradient()", "linear-gradient(to, red, blue)",
-          "linear-gradient(to left right, red, blue)", "linear-gradient(1px 2px 3px red, blue)", "linear-gradient(red, 5%, blue)",
-          "radial-gradient(circle 50%, red, blue)", "radial-gradient(circle 1px 2px, red, blue)",
-          "radial-gradient(ellipse 1px, red, blue)", "radial-gradient(at, red, blue)",
-          "radial-gradient(circle ellipse, red, blue)", "radial-gradient(closest-side 3px, red, blue)",
-          "conic-gradient(red, blue)"},
+          "linear-gradient(to left right, red, blue)", "linear-gradient(1px 2px 3px red, blue)", "linear-gradient(5%, red, blue)",
+          "linear-gradient(red, 5%)", "linear-gradient(red, 5%, 8%, blue)", "radial-gradient(circle 50%, red, blue)",
+          "radial-gradient(circle 1px 2px, red, blue)", "radial-gradient(ellipse 1px, red, blue)",
+          "radial-gradient(at, red, blue)", "radial-gradient(circle ellipse, red, blue)",
+          "radial-gradient(closest-side 3px, red, blue)", "conic-gradient(red, blue)"},
          "none"},
     };
     for (const Row& row : rows)

@@ -56,6 +56,9 @@ TEST_CASE("gradient spec: directions, shapes and stops are written as in CSS")
         {"radial-gradient(20px, red, blue)", "radial-gradient(circle 20px at 50% 50%, #FF0000, #0000FF)"},
         {"radial-gradient(20px 50% at 10px 20%, red, blue)", "radial-gradient(ellipse 20px 50% at 10px 20%, #FF0000, #0000FF)"},
         {"radial-gradient(at right, red, blue)", "radial-gradient(ellipse farthest-corner at 100% 50%, #FF0000, #0000FF)"},
+        {"linear-gradient(red, 30%, blue)", "linear-gradient(3.141593rad, #FF0000, 30%, #0000FF)"},
+        {"radial-gradient(red, 5px, blue 10% 20%, calc(50% + 1px), lime)",
+         "radial-gradient(ellipse farthest-corner at 50% 50%, #FF0000, 5px, #0000FF 10%, #0000FF 20%, calc(50% + 1px), #00FF00)"},
         {"none", "none"},
     };
     for (const Row& row : rows) {
@@ -141,4 +144,31 @@ TEST_CASE("gradient spec: a radial one reaches the sides or corners that it name
     // Through the corner, in the proportion of the sides.
     CHECK(radii(false, Extent::FarthestCorner).x == near(70.f * std::sqrt(2.f)));
     CHECK(radii(false, Extent::FarthestCorner).y == near(50.f * std::sqrt(2.f)));
+}
+
+TEST_CASE("gradient spec: a hint says where half the way between two colours is")
+{
+    Trellis::GradientSpec spec = redToBlue();
+    const auto exponent = [&](std::optional<Trellis::Length> hint, std::size_t stop = 1) {
+        spec.stops[stop].hint = hint;
+        spec.radians = kPi / 2.f;
+        return double(spec.in({200.f, 10.f}).stops[stop].exponent);
+    };
+    using Trellis::Length;
+    CHECK(exponent(std::nullopt) == 1.0);
+    CHECK(exponent(Length::percent(50.f)) == doctest::Approx(1.0));
+    CHECK(exponent(Length::percent(25.f)) == doctest::Approx(0.5));
+    CHECK(exponent(Length::pixels(50.f)) == doctest::Approx(0.5));
+    CHECK(exponent(Length::percent(0.f)) == 0.0);
+    CHECK(exponent(Length::percent(-20.f)) == 0.0);
+    CHECK(std::isinf(exponent(Length::percent(100.f))));
+    // A stop that comes too early moves on to the hint, so that the colour before goes on to there.
+    spec.stops[1].place = Length::percent(40.f);
+    spec.stops[1].hint = Length::percent(70.f);
+    CHECK(offsets(spec, {200.f, 10.f}) == std::vector<double>{0.0, 0.7});
+    CHECK(std::isinf(exponent(Length::percent(70.f))));
+    // Stops without a place lie as if there were no hint.
+    spec.stops = {{kRed, {}, {}}, {kGreen, {}, Length::percent(10.f)}, {kBlue, {}, {}}};
+    CHECK(offsets(spec, {200.f, 10.f}) == std::vector<double>{0.0, 0.5, 1.0});
+    CHECK(exponent(Length::percent(12.5f)) == doctest::Approx(0.5));
 }

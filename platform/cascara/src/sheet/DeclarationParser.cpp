@@ -3,6 +3,7 @@
 #include "motion/Animatable.hpp"
 #include "motion/MotionLonghand.hpp"
 #include "sheet/Shorthands.hpp"
+#include "values/CurrentColor.hpp"
 #include "values/FontSize.hpp"
 #include "values/InheritedValues.hpp"
 #include "values/ValueParser.hpp"
@@ -164,7 +165,8 @@ void DeclarationParser::add(Rule& rule, const QByteArray& attribute, Declaration
     declaration.motionLonghand = motionLonghand(attribute);
     declaration.isInherited = isInheritedAttribute(attribute);
     declaration.usesFontSize = usesFontSize(attribute, declaration.value);
-    declaration.keyword = wideKeyword(declaration.value);
+    declaration.usesColor = usesCurrentColor(attribute, declaration.value);
+    declaration.keyword = wideKeywordOf(attribute, declaration.value);
     declaration.takesFromParent = !declaration.isVariable && !declaration.isInherited && saysInherit(declaration);
     declaration.attributeNumber = Facet::NameTable::instance().number(attribute);
     declaration.serial = ++g_lastSerial;

@@ -47,8 +47,13 @@ struct Declaration
     const Rule* rule = nullptr;
     /// The value has lengths in `em`, or is a share of the parent's font size.
     bool usesFontSize = false;
+    /// The word `currentcolor` stands in it.
+    bool usesColor = false;
     /// Whether it says the same for every node.
-    [[nodiscard]] bool isConstant() const noexcept { return !tokens && !usesFontSize && keyword == WideKeyword::None; }
+    [[nodiscard]] bool isConstant() const noexcept
+    {
+        return !tokens && !usesFontSize && !usesColor && keyword == WideKeyword::None;
+    }
     /// Whether it has to do with the nodes above or below.
     [[nodiscard]] bool mayInherit() const noexcept { return isVariable || isInherited || !isConstant(); }
     /// The value as it is written, for tools.

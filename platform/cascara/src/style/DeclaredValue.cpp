@@ -2,6 +2,7 @@
 
 #include "sheet/Shorthands.hpp"
 #include "style/StyleEnginePrivate.hpp"
+#include "values/CurrentColor.hpp"
 #include "values/FontSize.hpp"
 #include "values/ValueParser.hpp"
 #include "values/ValueSuggestion.hpp"
@@ -28,6 +29,8 @@ DeclaredValue::DeclaredValue(StyleNode& node, const Declaration& declaration)
         substitute(node);
     if (declaration.usesFontSize || (m_isValid && m_computed && usesFontSize(declaration.attribute, *m_computed)))
         resolveFontSize(node);
+    if (declaration.usesColor || (m_isValid && m_computed && usesCurrentColor(declaration.attribute, *m_computed)))
+        resolveColor(node);
 }
 
 int nextComputedSerial() noexcept
@@ -44,7 +47,7 @@ int DeclaredValue::serial() const noexcept
 bool DeclaredValue::isApplied(StyleNode& node, const Declaration& declaration, int applied)
 {
     const SubstitutedValue* const known = declaration.substituted.get();
-    if (!known || known->serial != applied || known->usesFontSize)
+    if (!known || known->serial != applied || known->dependsOnTexts)
         return false;
     NodeVariables& variables = node.obtainInheritance().variables;
     if (known->variables != variables.shared())
@@ -61,6 +64,15 @@ void DeclaredValue::resolveFontSize(StyleNode& node)
     const bool isFontSize = m_declaration.attributeNumber == fontSizeAttribute();
     auto value = std::make_shared<Facet::StyleValue>(this->value());
     Cascara::resolveFontSize(m_declaration.attribute, *value, isFontSize ? node.parentFontSize() : node.fontSize());
+    m_computed = std::move(value);
+}
+
+void DeclaredValue::resolveColor(StyleNode& node)
+{
+    m_substituted = nullptr;
+    node.obtainInheritance().usesColor = true;
+    auto value = std::make_shared<Facet::StyleValue>(this->value());
+    resolveCurrentColor(*value, node.color());
     m_computed = std::move(value);
 }
 
@@ -101,12 +113,13 @@ void DeclaredValue::substitute(StyleNode& node)
         m_isValid = pickPart(*value, expected);
     if (!m_isValid && !m_declaration.isFollowing)
         reportUnfit(expected);
-    m_keyword = wideKeyword(*value);
+    m_keyword = wideKeywordOf(m_declaration.attribute, *value);
     m_computed = std::move(value);
     if (m_isValid) {
-        m_substituted = std::make_shared<const SubstitutedValue>(
-            SubstitutedValue{variables.shared(), std::move(names), m_computed, m_origin, m_keyword,
-                             usesFontSize(m_declaration.attribute, *m_computed), nextComputedSerial()});
+        m_substituted = std::make_shared<const SubstitutedValue>(SubstitutedValue{
+            variables.shared(), std::move(names), m_computed, m_origin, m_keyword,
+            usesFontSize(m_declaration.attribute, *m_computed) || usesCurrentColor(m_declaration.attribute, *m_computed),
+            nextComputedSerial()});
         m_declaration.substituted = m_substituted;
     }
 }

@@ -8,13 +8,13 @@
 
 namespace Cascara
 {
-/// What a declaration says for a node, with the node's variables put in and its font size in place of `em`. Short-lived; main
-/// thread only.
+/// What a declaration says for a node, with the node's variables put in, its font size in place of `em` and its colour in place
+/// of `currentcolor`. Short-lived; main thread only.
 class DeclaredValue
 {
 public:
-    /// Notes which variables the node uses, and whether its font size. The node's `font-size` must be known by then, that of its
-    /// parent for `font-size` itself.
+    /// Notes which variables the node uses, and whether its font size and colour. The node's `font-size` and `color` must be
+    /// known by then, those of its parent for these themselves.
     DeclaredValue(StyleNode& node, const Declaration& declaration);
     DeclaredValue(const DeclaredValue&) = delete;
     DeclaredValue& operator=(const DeclaredValue&) = delete;
@@ -40,6 +40,7 @@ public:
 private:
     void substitute(StyleNode& node);
     void resolveFontSize(StyleNode& node);
+    void resolveColor(StyleNode& node);
     bool pickPart(Facet::StyleValue& value, QString& expected) const;
     [[nodiscard]] QString fallback() const;
     [[nodiscard]] bool awaitsVariables() const;

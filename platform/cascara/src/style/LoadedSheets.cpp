@@ -3,10 +3,13 @@
 #include "motion/AnimationList.hpp"
 #include "sheet/SheetMessages.hpp"
 #include "style/DeclaredValue.hpp"
+#include "values/ValueParser.hpp"
 #include "values/Variables.hpp"
 
+#include <Bedrock/LocalPath.hpp>
 #include <Facet/NearestWord.hpp>
 
+#include <algorithm>
 #include <utility>
 
 namespace Cascara
@@ -37,6 +40,41 @@ void reportMissingVariables(const Declaration& declaration, const QSet<QString>&
                                        declaration.isInherited ? QStringLiteral("the inherited value is used")
                                                                : QStringLiteral("the default is used")));
 }
+
+bool namesFile(const Declaration& declaration, const QString& path)
+{
+    const auto isIt = [&](const QString& url) {
+        return Bedrock::localPath(ValueParser::resolve(url, declaration.rule->sheet->baseDirectory)) == path;
+    };
+    for (const Facet::StyleTerm& term : declaration.value.terms)
+        if (term.kind == Facet::StyleTerm::Kind::Url && isIt(term.text))
+            return true;
+    if (!declaration.tokens)
+        return false;
+    // `url("file")` is a function with a text.
+    return std::any_of(declaration.tokens->list.begin(), declaration.tokens->list.end(), [&](const Token& token) {
+        return (token.kind == Token::Kind::Url || token.kind == Token::Kind::String) && isIt(token.text);
+    });
+}
+
+const Declaration* findFile(const Rule& rule, const QString& path)
+{
+    const auto found = std::find_if(rule.declarations.begin(), rule.declarations.end(),
+                                    [&path](const Declaration& declaration) { return namesFile(declaration, path); });
+    return found != rule.declarations.end() ? &*found : nullptr;
+}
+}
+
+QString LoadedSheets::placeOfFile(const QString& path) const
+{
+    for (const auto& sheet : m_sheets) {
+        const Declaration* named = nullptr;
+        for (std::size_t i = 0; i < sheet->rules.size() && !named; ++i)
+            named = findFile(*sheet->rules[i], path);
+        if (named)
+            return QStringLiteral("%1:%2:%3").arg(sheet->name).arg(named->line).arg(named->column);
+    }
+    return {};
 }
 
 void LoadedSheets::add(Sheets sheets)

@@ -26,6 +26,8 @@ public:
     bool updateRulesInForce(const Media& media);
     /// The last of that name that is in force; null for none.
     [[nodiscard]] std::shared_ptr<const Keyframes> findKeyframes(const QString& name) const;
+    /// As StyleEngine::placeOfFile.
+    [[nodiscard]] QString placeOfFile(const QString& path) const;
     /// Warns, once for each declaration, of keyframes and variables that no sheet has, also in rules that match nothing yet. A
     /// later sheet may have them: to be called when all are there.
     void reportMissing();

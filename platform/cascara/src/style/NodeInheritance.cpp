@@ -1,5 +1,6 @@
 #include "style/NodeInheritance.hpp"
 
+#include "values/CurrentColor.hpp"
 #include "values/FontSize.hpp"
 
 #include <algorithm>
@@ -7,9 +8,9 @@
 
 namespace Cascara
 {
-bool NodeInheritance::Changes::haveFontSize() const
+bool NodeInheritance::Changes::have(int attribute) const
 {
-    return std::find(values.begin(), values.end(), fontSizeAttribute()) != values.end();
+    return std::find(values.begin(), values.end(), attribute) != values.end();
 }
 
 std::vector<int> NodeInheritance::inheritValues(const InheritedValues::Pointer& parent)
@@ -18,7 +19,7 @@ std::vector<int> NodeInheritance::inheritValues(const InheritedValues::Pointer& 
         return {};
     InheritedValues::Pointer inherited = InheritedValues::merge(parent, m_own);
     std::vector<int> changed = InheritedValues::difference(m_values.get(), inherited.get());
-    updateFontSize(parent.get(), m_own);
+    updateTextStyle(parent.get(), m_own);
     if (!changed.empty())
         m_values = std::move(inherited); // else the one that is shared with the nodes below stays
     return changed;
@@ -35,12 +36,25 @@ NodeInheritance::Changes NodeInheritance::inherit(const NodeInheritance* parent)
     return {variables.inherit(parent ? parent->variables.shared() : nullptr), inheritValues(parent ? parent->values() : nullptr)};
 }
 
-void NodeInheritance::updateFontSize(const InheritedValues* above, const std::vector<InheritedValue>& own)
+bool NodeInheritance::dependsOn(const Changes& changes, const Changes& above) const
 {
-    const InheritedValue* value = above ? above->find(fontSizeAttribute()) : nullptr;
-    for (const InheritedValue& mine : own)
-        if (mine.attribute == fontSizeAttribute())
-            value = &mine;
+    const int fontSize = fontSizeAttribute();
+    return variables.usesAny(changes.variables) || (usesFontSize && (changes.have(fontSize) || above.have(fontSize)))
+        || (usesColor && changes.have(colorAttribute()));
+}
+
+void NodeInheritance::updateTextStyle(const InheritedValues* above, const std::vector<InheritedValue>& own)
+{
+    const auto find = [&](int attribute) {
+        const InheritedValue* value = above ? above->find(attribute) : nullptr;
+        for (const InheritedValue& mine : own)
+            if (mine.attribute == attribute)
+                value = &mine;
+        return value;
+    };
+    const InheritedValue* const color = find(colorAttribute());
+    m_color = color ? color->value : nullptr;
+    const InheritedValue* const value = find(fontSizeAttribute());
     const bool isKnown = value && value->value && value->value->terms.size() == 1;
     m_fontSize = isKnown ? std::optional(value->value->terms.first().number) : std::nullopt;
 }

@@ -17,7 +17,8 @@ public:
     {
         std::vector<int> variables;
         std::vector<int> values;
-        [[nodiscard]] bool haveFontSize() const;
+        /// Among the values.
+        [[nodiscard]] bool have(int attribute) const;
         [[nodiscard]] bool isEmpty() const noexcept { return variables.empty() && values.empty(); }
     };
 
@@ -37,17 +38,23 @@ public:
 
     [[nodiscard]] bool isEmpty() const noexcept
     {
-        return variables.isEmpty() && !m_values && m_own.empty() && fromParent.empty() && !usesFontSize;
+        return variables.isEmpty() && !m_values && m_own.empty() && fromParent.empty() && !usesFontSize && !usesColor;
     }
+
+    /// Whether styles of the node itself depend on what changed for it. `above`: what changed for its parent.
+    [[nodiscard]] bool dependsOn(const Changes& changes, const Changes& above) const;
 
     /// The node's styles depend on its font size, or on that of its parent.
     bool usesFontSize = false;
+    bool usesColor = false; ///< the same of `color`
     /// The values that the node's attributes have by now; null for none. Kept as long as attributes neither come nor go.
     InheritedValues::Pointer applied;
     /// In px, as style sheets give it to the node or to one above it; nothing when they do not.
     [[nodiscard]] std::optional<double> fontSize() const noexcept { return m_fontSize; }
-    /// As it is with these values above and these of the node itself.
-    void updateFontSize(const InheritedValues* above, const std::vector<InheritedValue>& own);
+    /// As above of `color`; null when they do not. Owned by the record.
+    [[nodiscard]] const Facet::StyleValue* color() const noexcept { return m_color.get(); }
+    /// Both as they are with these values above and these of the node itself.
+    void updateTextStyle(const InheritedValues* above, const std::vector<InheritedValue>& own);
     /// Attributes that a declaration `inherit` takes from the parent although children do not inherit them otherwise.
     std::vector<int> fromParent;
 
@@ -55,5 +62,6 @@ private:
     InheritedValues::Pointer m_values;
     std::vector<InheritedValue> m_own;
     std::optional<double> m_fontSize;
+    std::shared_ptr<const Facet::StyleValue> m_color;
 };
 }

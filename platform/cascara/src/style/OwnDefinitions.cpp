@@ -1,6 +1,7 @@
 #include "style/OwnDefinitions.hpp"
 
 #include "style/DeclaredValue.hpp"
+#include "values/CurrentColor.hpp"
 #include "values/FontSize.hpp"
 
 #include <Facet/Node.hpp>
@@ -31,14 +32,16 @@ NodeInheritance::Changes OwnDefinitions::update()
     const NodeInheritance* const parent = m_node.parentInheritance();
     inheritance.variables.clearUses();
     inheritance.fromParent.clear();
-    inheritance.usesFontSize = false;
+    inheritance.usesFontSize = inheritance.usesColor = false;
     NodeInheritance::Changes changes;
     changes.variables = inheritance.variables.define(variables(), parent ? parent->variables.shared() : nullptr);
     const InheritedValues::Pointer above = parent ? parent->values() : nullptr;
     std::vector<InheritedValue> own;
-    addValues(own, [](int attribute) { return attribute == fontSizeAttribute(); });
-    inheritance.updateFontSize(above.get(), own); // the others may depend on it
-    addValues(own, [](int attribute) { return attribute != fontSizeAttribute(); });
+    // The others may depend on these.
+    const auto isBasis = [](int attribute) { return attribute == fontSizeAttribute() || attribute == colorAttribute(); };
+    addValues(own, isBasis);
+    inheritance.updateTextStyle(above.get(), own);
+    addValues(own, [&](int attribute) { return !isBasis(attribute); });
     changes.values = inheritance.defineValues(std::move(own), above);
     return changes;
 }

@@ -326,8 +326,7 @@ void Restyler::inheritBelow(const Styleable& parent, const NodeInheritance::Chan
         NodeInheritance& inheritance = StyleNode::of(*child).obtainInheritance();
         const NodeInheritance::Changes below = inheritance.inherit(StyleNode::of(parent).inheritance.get());
         const auto hasIt = [child](int attribute) { return child->node().attributeNumbered(attribute) != nullptr; };
-        if (inheritance.variables.usesAny(below.variables) || std::any_of(below.values.begin(), below.values.end(), hasIt)
-            || (inheritance.usesFontSize && (changes.haveFontSize() || below.haveFontSize())))
+        if (inheritance.dependsOn(below, changes) || std::any_of(below.values.begin(), below.values.end(), hasIt))
             add(*child, lists);
         if (!below.isEmpty())
             inheritBelow(*child, below, lists);

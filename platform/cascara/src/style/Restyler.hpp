@@ -81,6 +81,7 @@ public:
     }
     /// Warns of keyframes and variables that no sheet has, see LoadedSheets.
     void reportMissing() { m_sheets.reportMissing(); }
+    [[nodiscard]] QString placeOfFile(const QString& path) const { return m_sheets.placeOfFile(path); }
     /// The next frame: transitions and animations move on.
     void advance(double seconds);
     /// The end of a frame: animations that wait begin.

@@ -179,6 +179,11 @@ std::vector<StyleEngine::MatchedDeclaration> StyleEngine::matchedDeclarations(co
     return result;
 }
 
+QString StyleEngine::placeOfFile(const QString& path) const
+{
+    return d->restyler.placeOfFile(path);
+}
+
 StyleEngine::Counters StyleEngine::counters() const noexcept
 {
     return d->restyler.counters();

@@ -1,9 +1,11 @@
 #include "style/StyleNode.hpp"
 
 #include "style/StyleEnginePrivate.hpp"
+#include "values/CurrentColor.hpp"
 #include "values/FontSize.hpp"
 
 #include <Facet/NameTable.hpp>
+#include <Facet/StyleConversion.hpp>
 
 #include <algorithm>
 
@@ -29,6 +31,17 @@ double StyleNode::fontSize() const
 double StyleNode::parentFontSize() const
 {
     return parent ? static_cast<const StyleNode*>(parent)->fontSize() : 16.0;
+}
+
+Bedrock::Color StyleNode::color() const
+{
+    Bedrock::Color result{0.f, 0.f, 0.f, 1.f};
+    if (const Facet::StyleValue* const styled = inheritance ? inheritance->color() : nullptr) {
+        (void)Facet::StyleConversion<Bedrock::Color>::read(*styled, result, nullptr);
+        return result;
+    }
+    const Facet::Attribute* const attribute = owner ? owner->node().attributeNumbered(colorAttribute()) : nullptr;
+    return attribute ? Bedrock::Color::parse(attribute->givenText()).value_or(result) : result;
 }
 
 void StyleNode::link(const Styleable& parentNode)

@@ -3,6 +3,7 @@
 #include "selectors/NodeFeatures.hpp"
 #include "style/NodeInheritance.hpp"
 
+#include <Bedrock/Color.hpp>
 #include <Cascara/Styleable.hpp>
 #include <Facet/Attribute.hpp>
 #include <Facet/Node.hpp>
@@ -76,6 +77,8 @@ struct StyleNode final : NodeFeatures, Facet::AttributeObserver
     /// the next restyling on.
     [[nodiscard]] double fontSize() const;
     [[nodiscard]] double parentFontSize() const;
+    /// What `currentcolor` stands for.
+    [[nodiscard]] Bedrock::Color color() const;
 
     /// Whether it stands below a node that is `:root`, or is one.
     [[nodiscard]] bool isInTree() const;

@@ -18,8 +18,8 @@ struct SubstitutedValue
     std::shared_ptr<const Facet::StyleValue> value;
     QString origin; ///< for messages: what was put in, and where it is defined
     WideKeyword keyword = WideKeyword::None;
-    bool usesFontSize = false;
-    int serial = 0; ///< unique in the process, also among declarations
+    bool dependsOnTexts = false; ///< on the font size or the colour of texts
+    int serial = 0;              ///< unique in the process, also among declarations
 };
 
 /// For values that are no declaration's own; below 0.

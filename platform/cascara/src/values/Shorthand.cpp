@@ -1,6 +1,7 @@
 #include "values/Shorthand.hpp"
 
 #include "values/BoxShorthands.hpp"
+#include "values/FontSize.hpp"
 #include "values/ShorthandParts.hpp"
 #include "values/WideKeyword.hpp"
 
@@ -19,7 +20,7 @@ bool expandFont(const StyleValue& value, std::vector<Shorthand::Part>& parts)
 {
     int position = 0;
     const auto isSize = [](const StyleTerm& term) {
-        return term.kind == Kind::Dimension || term.kind == Kind::Percentage || isMath(term);
+        return term.kind == Kind::Dimension || term.kind == Kind::Percentage || isMath(term) || isFontSizeWord(term);
     };
     while (position < value.terms.size() && !isSize(value.terms[position])) {
         const StyleTerm& term = value.terms[position];

@@ -1,5 +1,7 @@
 #include "values/ShorthandParts.hpp"
 
+#include "values/CurrentColor.hpp"
+
 #include <Facet/StyleConversion.hpp>
 #include <Facet/StyleMath.hpp>
 
@@ -42,7 +44,8 @@ StyleValue readPart(const StyleValue& value, int& position)
 bool isColor(const StyleValue& part)
 {
     Bedrock::Color ignored;
-    return Facet::StyleConversion<Bedrock::Color>::read(part, ignored, nullptr);
+    return (part.terms.size() == 1 && isCurrentColor(part.terms.first()))
+        || Facet::StyleConversion<Bedrock::Color>::read(part, ignored, nullptr);
 }
 
 bool give(std::vector<Shorthand::Part>& parts, const char* attribute, StyleValue value)

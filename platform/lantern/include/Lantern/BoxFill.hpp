@@ -18,6 +18,9 @@ struct Gradient
     {
         float offset = 0.f;   ///< 0 at `from`, 1 at `to`; not smaller than that of the stop before
         Bedrock::Color color; ///< not premultiplied
+        /// On the way here from the stop before, a share `p` of the way has `p` to this power of the colour; 1 is even. From 0
+        /// (this colour all the way) to infinity (that of the stop before).
+        float exponent = 1.f;
     };
     Kind kind = Kind::Linear;
     Vecta::Vector2f from; ///< where the line begins, or the centre

@@ -46,7 +46,7 @@ struct Edges
     }
 };
 
-/// An angle, written in style sheets with deg, rad or turn (a bare number is degrees).
+/// An angle, written in style sheets with deg, grad, rad or turn (a bare number is degrees).
 struct Angle
 {
     float radians = 0.f;

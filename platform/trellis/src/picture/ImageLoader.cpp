@@ -4,6 +4,7 @@
 
 #include <Bedrock/Inbox.hpp>
 #include <Bedrock/Trace.hpp>
+#include <Cascara/StyleEngine.hpp>
 
 #include <QDateTime>
 #include <QFileInfo>
@@ -112,8 +113,10 @@ ImageLoader::Picture ImageLoader::store(const ImageKey& key, const Outcome& outc
     const auto [failure, isNew] = m_failed.emplace(key.path, outcome.modifiedMs);
     if (isNew || failure->second != outcome.modifiedMs) {
         failure->second = outcome.modifiedMs;
-        Bedrock::Trace::warning("ImageWidget # Failed to load image %s (%s)", qUtf8Printable(key.path),
-                                qUtf8Printable(outcome.read.error));
+        const QString place = Cascara::StyleEngine::instance().placeOfFile(key.path);
+        const QString named = place.isEmpty() ? QString() : QStringLiteral("; named in ") + place;
+        Bedrock::Trace::warning("ImageWidget # Failed to load image %s (%s%s)", qUtf8Printable(key.path),
+                                qUtf8Printable(outcome.read.error), qUtf8Printable(named));
     }
     return picture;
 }

@@ -30,8 +30,18 @@ bool readPlace(const StyleValue& part, Length& result)
     return Facet::StyleConversion<Length>::read(part, result, nullptr) && !result.isAuto();
 }
 
-/// A colour and up to two places, each a stop.
-bool readStop(const Parts& parts, std::vector<GradientSpec::Stop>& stops)
+/// A place alone, between two stops.
+bool readHint(const Parts& parts, std::optional<Length>& hint)
+{
+    Length place;
+    if (hint || parts.size() != 1 || !readPlace(parts.front(), place))
+        return false;
+    hint = place;
+    return true;
+}
+
+/// A colour and up to two places, each a stop. Takes the `hint` before it.
+bool readStop(const Parts& parts, std::optional<Length>& hint, std::vector<GradientSpec::Stop>& stops)
 {
     std::vector<Length> places;
     std::optional<Bedrock::Color> color;
@@ -47,10 +57,10 @@ bool readStop(const Parts& parts, std::vector<GradientSpec::Stop>& stops)
     }
     if (!color)
         return false;
-    for (const Length& place : places)
-        stops.push_back({*color, place});
     if (places.empty())
-        stops.push_back({*color, {}});
+        stops.push_back({*color, {}, std::exchange(hint, std::nullopt)});
+    for (const Length& place : places)
+        stops.push_back({*color, place, std::exchange(hint, std::nullopt)});
     return true;
 }
 
@@ -152,10 +162,13 @@ bool GradientSpec::read(const QVector<StyleTerm>& terms, GradientSpec& result)
     bool isFirstTaken = false;
     if (!(isLinear ? readDirection : readShape)(entries.front(), result, isFirstTaken))
         return false;
-    for (std::size_t i = isFirstTaken ? 1 : 0; i < entries.size(); ++i)
-        if (!readStop(entries[i], result.stops))
+    std::optional<Length> hint;
+    for (std::size_t i = isFirstTaken ? 1 : 0; i < entries.size(); ++i) {
+        const bool isHint = !result.stops.empty() && readHint(entries[i], hint);
+        if (!isHint && !readStop(entries[i], hint, result.stops))
             return false;
-    return result.stops.size() >= 2;
+    }
+    return !hint && result.stops.size() >= 2;
 }
 
 QString GradientSpec::write() const
@@ -180,8 +193,11 @@ QString GradientSpec::write() const
             shape += QLatin1Char(' ') + QLatin1String(kExtents[int(extent)].first);
         entries << shape + QStringLiteral(" at ") + LengthText::write(centreX) + QLatin1Char(' ') + LengthText::write(centreY);
     }
-    for (const Stop& stop : stops)
+    for (const Stop& stop : stops) {
+        if (stop.hint)
+            entries << LengthText::write(*stop.hint);
         entries << stop.color.toString() + (stop.place ? QLatin1Char(' ') + LengthText::write(*stop.place) : QString());
+    }
     return (isLinear ? QStringLiteral("linear-gradient(") : QStringLiteral("radial-gradient("))
         + entries.join(QStringLiteral(", ")) + QLatin1Char(')');
 }

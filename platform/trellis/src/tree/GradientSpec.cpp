@@ -2,12 +2,33 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace Trellis
 {
 namespace
 {
 using Lantern::Gradient;
+
+std::optional<float> placeAlong(const std::optional<Length>& place, float lengthPx)
+{
+    if (!place)
+        return std::nullopt;
+    if (place->unit == Length::Unit::Percent)
+        return place->value / 100.f; // also of a line without length
+    return lengthPx > 0.f ? place->resolve(lengthPx) / lengthPx : 0.f;
+}
+
+/// Of a hint between two stops, as CSS Images has it.
+float exponentOf(float hint, float before, float after)
+{
+    if (after <= before)
+        return 1.f;
+    const float share = std::clamp((hint - before) / (after - before), 0.f, 1.f);
+    if (share <= 0.f)
+        return 0.f;
+    return share >= 1.f ? std::numeric_limits<float>::infinity() : std::log(0.5f) / std::log(share);
+}
 
 Vecta::Vector2f ellipseThrough(Vecta::Vector2f corner, Vecta::Vector2f sides)
 {
@@ -71,23 +92,20 @@ Vecta::Vector2f GradientSpec::radiiIn(Vecta::Vector2f size, Vecta::Vector2f cent
 std::vector<Gradient::Stop> GradientSpec::stopsAlong(float lengthPx) const
 {
     const int count = int(stops.size());
-    std::vector<std::optional<float>> places;
+    std::vector<std::optional<float>> places, hints;
     for (const Stop& stop : stops) {
-        if (!stop.place)
-            places.emplace_back();
-        else if (stop.place->unit == Length::Unit::Percent)
-            places.emplace_back(stop.place->value / 100.f); // also of a line without length
-        else
-            places.emplace_back(lengthPx > 0.f ? stop.place->resolve(lengthPx) / lengthPx : 0.f);
+        places.push_back(placeAlong(stop.place, lengthPx));
+        hints.push_back(placeAlong(stop.hint, lengthPx));
     }
     if (!places.front())
         places.front() = 0.f;
     if (!places.back())
         places.back() = 1.f;
     float furthest = *places.front();
-    for (auto& place : places)
-        if (place)
-            place = furthest = std::max(furthest, *place);
+    for (std::size_t i = 0; i < places.size(); ++i)
+        for (auto* const place : {&hints[i], &places[i]})
+            if (*place)
+                *place = furthest = std::max(furthest, **place);
     // What has no place stands evenly between its neighbours.
     for (int i = 1; i < count; ++i) {
         if (places[std::size_t(i)])
@@ -100,8 +118,8 @@ std::vector<Gradient::Stop> GradientSpec::stopsAlong(float lengthPx) const
             places[std::size_t(between)] = before + (after - before) * float(between - i + 1) / float(next - i + 1);
     }
     std::vector<Gradient::Stop> result;
-    for (int i = 0; i < count; ++i)
-        result.push_back({*places[std::size_t(i)], stops[std::size_t(i)].color});
+    for (std::size_t i = 0; i < places.size(); ++i)
+        result.push_back({*places[i], stops[i].color, hints[i] ? exponentOf(*hints[i], *places[i - 1], *places[i]) : 1.f});
     return result;
 }
 }

@@ -18,6 +18,7 @@ struct GradientSpec
     {
         Bedrock::Color color;
         std::optional<Length> place;
+        std::optional<Length> hint{}; ///< where half the way from the stop before is, in colours
     };
 
     Lantern::Gradient::Kind kind = Lantern::Gradient::Kind::Linear;

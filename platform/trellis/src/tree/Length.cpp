@@ -128,11 +128,13 @@ bool StyleConversion<Angle>::read(const StyleValue& value, Angle& result, QStrin
     const StyleTerm& term = value.terms.first();
     if (term.kind == Kind::Number || (term.kind == Kind::Dimension && term.unit == "deg"))
         return toFloat(Vecta::degreesToRadians(term.number), result.radians, error);
+    if (term.kind == Kind::Dimension && term.unit == "grad")
+        return toFloat(Vecta::degreesToRadians(term.number * 0.9), result.radians, error);
     if (term.kind == Kind::Dimension && term.unit == "rad")
         return toFloat(term.number, result.radians, error);
     if (term.kind == Kind::Dimension && term.unit == "turn")
         return toFloat(term.number * Vecta::kTwoPi, result.radians, error);
-    return fail(error, "expected an angle in deg, rad or turn");
+    return fail(error, "expected an angle in deg, grad, rad or turn");
 }
 
 QString StyleConversion<Angle>::write(const Angle& value)
