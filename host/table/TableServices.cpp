@@ -227,6 +227,7 @@ bool TableServices::startMail(Tavola::ServiceProvider& provider, const Presentat
         if (!service)
             return false;
         m_mailServices.push_back(service);
+        removeSent(*service);
         service->setLanguagesOf([languages = m_languages](const QString& address) {
             const auto application = Tavola::Tavola::instance();
             QString own = application ? languageOfSender(*application->ui()->mainWidget(), address) : QString();
@@ -239,6 +240,19 @@ bool TableServices::startMail(Tavola::ServiceProvider& provider, const Presentat
         provider.addService(type, settings.name, email);
     }
     return true;
+}
+
+void TableServices::removeSent(const OutboxService& mail) const
+{
+    const auto collections = m_collections.lock();
+    if (!collections)
+        return;
+    for (const auto& sent : mail.sentItems())
+        for (const QString& key : sent.keys) {
+            CollectionService::Change removal{CollectionService::Change::Kind::Remove, sent.code, {}};
+            removal.item.key = key;
+            collections->change(std::move(removal));
+        }
 }
 
 void TableServices::askMediaServer(std::function<void(bool isThere)> done) const

@@ -74,6 +74,8 @@ private:
                            const TableInput& input);
     bool startCollections(Tavola::ServiceProvider& provider, const Presentation& presentation, const TableOptions& options,
                           bool isReplay, QString& error);
+    /// What a letter has is removed from the collections, should the program have ended before that.
+    void removeSent(const OutboxService& mail) const;
     bool startMail(Tavola::ServiceProvider& provider, const Presentation& presentation, const TableOptions& options,
                    const TableInput& input, QString& error);
 

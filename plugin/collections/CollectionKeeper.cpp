@@ -185,13 +185,29 @@ folly::Future<std::set<long>> CollectionKeeper::claim(const std::set<long>& ids)
     });
 }
 
+QList<QString> CollectionKeeper::lastingKeys(const std::set<long>& ids) const
+{
+    QList<QString> keys;
+    const auto store = findStore();
+    for (const QString& key : storedKeys(ids))
+        if (store)
+            keys.append(store->lastingKey(key));
+    return keys;
+}
+
 void CollectionKeeper::release(const std::set<long>& ids)
+{
+    const QList<QString> keys = storedKeys(ids);
+    if (const auto store = findStore(); store && !keys.isEmpty())
+        store->release(keys);
+}
+
+QList<QString> CollectionKeeper::storedKeys(const std::set<long>& ids) const
 {
     QList<QString> keys;
     for (const long id : ids)
         if (const auto found = m_items.find(id); found != m_items.end() && found->second.isStored)
             keys.append(found->second.item.key);
-    if (const auto store = findStore(); store && !keys.isEmpty())
-        store->release(keys);
+    return keys;
 }
 }

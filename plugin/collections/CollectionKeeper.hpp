@@ -2,6 +2,7 @@
 
 #include <Tavola/CollectionStoreAPI.hpp>
 
+#include <QList>
 #include <QString>
 
 #include <cstdint>
@@ -60,6 +61,8 @@ public:
     /// Those of the items that this table alone may send now; see CollectionStoreAPI::claim. An item that is not stored is among
     /// them. Fails when the store cannot be asked. Where there is no store, all of them.
     [[nodiscard]] folly::Future<std::set<long>> claim(const std::set<long>& ids);
+    /// The keys of those that are stored, as later programs have them.
+    [[nodiscard]] QList<QString> lastingKeys(const std::set<long>& ids) const;
     /// Those were not sent: another table may.
     void release(const std::set<long>& ids);
 
@@ -71,6 +74,7 @@ private:
         int reading = 0; ///< the number of the last reading that had begun then
     };
 
+    [[nodiscard]] QList<QString> storedKeys(const std::set<long>& ids) const;
     void apply(const std::vector<Item>& items, Reason reason);
     void removeMissing(const std::map<QString, const Item*>& stored);
     void refreshChanged(const std::map<QString, const Item*>& stored);

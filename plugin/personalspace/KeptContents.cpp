@@ -50,6 +50,12 @@ folly::Future<std::set<long>> KeptContents::claim(unsigned long code, const std:
     return known == keptByCode().end() ? folly::makeFuture(ids) : known->second->m_keeper->claim(ids);
 }
 
+QList<QString> KeptContents::lastingKeys(unsigned long code, const std::set<long>& ids)
+{
+    const auto known = keptByCode().find(code);
+    return known == keptByCode().end() ? QList<QString>() : known->second->m_keeper->lastingKeys(ids);
+}
+
 void KeptContents::release(unsigned long code, const std::set<long>& ids)
 {
     if (const auto known = keptByCode().find(code); known != keptByCode().end())

@@ -24,6 +24,8 @@ public:
     /// Those items of a card that this table may send by e-mail now, so that no two tables send the same; see
     /// CollectionKeeper::claim. For a card whose space is open, in a store that is shared.
     [[nodiscard]] static folly::Future<std::set<long>> claim(unsigned long code, const std::set<long>& ids);
+    /// See CollectionKeeper::lastingKeys; none where nothing of the card is kept.
+    [[nodiscard]] static QList<QString> lastingKeys(unsigned long code, const std::set<long>& ids);
     /// Those were not sent: another table may.
     static void release(unsigned long code, const std::set<long>& ids);
 

@@ -83,9 +83,10 @@ void PersonalSpaceWidget::D::send(const Mail& mail, const Bedrock::IntrusiveWeak
         if (const auto widget = weak.lock())
             widget->d->emailFailed();
     };
-    const auto message = createMessage(attachments, mail.name, mail.address);
+    auto message = createMessage(attachments, mail.name, mail.address);
     if (!message)
         return failed(message.error());
+    message->setCollected({mail.code, KeptContents::lastingKeys(mail.code, idsOf(mail))});
     const auto service = Tavola::instance()->services()->emailService(QString());
     // An exception out of the call is handled like one in the future.
     auto sent = folly::makeFutureWith([&] { return service->send(*message); });

@@ -1,5 +1,7 @@
 """What cards have collected lasts over kills and power cuts."""
+import contextlib
 import os
+import sqlite3
 import subprocess
 import sys
 
@@ -197,5 +199,25 @@ def mail_survives_power_cuts(build, folder):
     print("  what is to be mailed lasts over kills and power cuts")
 
 
+def waiting_survives_power_cuts(build, folder):
+    """What is collected while the database does not answer is on the table's own disk."""
+    visit = CollectionVisit(build, folder, keeping(build, folder, "mailroom"), [])
+    visit.collect("paper-moons")
+    visit.stored(1)
+    place = os.path.join(visit.world.folder, "data", "collections")
+    waiting = os.path.join(place, "unwritten")
+    with contextlib.closing(sqlite3.connect(os.path.join(place, "collections.sqlite"), isolation_level=None)) as locker:
+        locker.execute("BEGIN IMMEDIATE")
+        visit.collect("basalt")
+        visit.table.wait_until("a change on the disk", lambda: os.path.exists(waiting) and os.path.getsize(waiting) > 0
+                               and visit.power.has(waiting))
+        visit.kill_table()
+    visit.power.cut()
+    visit.start()
+    visit.stored(2, pictures=1)
+    visit.kill_table()
+    print("  what was collected while the database did not answer lasts over a kill and a power cut")
+
+
 SCENARIOS = {scenario.__name__: scenario
-             for scenario in (unsynced_files_are_lost, upload_survives_power_cuts, mail_survives_power_cuts)}
+             for scenario in (unsynced_files_are_lost, upload_survives_power_cuts, mail_survives_power_cuts, waiting_survives_power_cuts)}

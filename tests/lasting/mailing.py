@@ -4,11 +4,15 @@
 usage: postgres.py mailing.py --build DIRECTORY [--rounds 2]
 
 Two real tables without a screen, on a PostgreSQL server and a mail server of their own. In each round the envelope is tapped at both
-tables at once; at last one of them is killed after it has claimed what it sends, and before its letter is in its outbox. Exits with 1
-when something is not sent, or sent twice.
+tables at once; at last one of them is killed after it has claimed what it sends, and before its letter is in its outbox. A table with
+a store of its own is killed when its letter is in the outbox, and before it has removed what it has sent. Exits with 1 when something
+is not sent, or sent twice.
 """
 import argparse
+import contextlib
+import glob
 import os
+import sqlite3
 import sys
 import tempfile
 
@@ -26,19 +30,20 @@ CARD = "at 0.1 card 1001 down 850 480 angle 270\nat 0.6 card 1001 up"
 DROP = (1150, 470)
 THINGS = ("paper-moons", "opening-hours")
 MOST_FRAMES = 60
+STORE, OUTBOX = "collections/collections.sqlite", "mail/outbox*/outbox.sqlite"
 
 
 class PostOffice:
     """What the tables have in common: presentation, mail server, database."""
 
-    def __init__(self, build, folder):
+    def __init__(self, build, folder, database=None):
         self.build, self.folder = build, folder
         self.world = World(build, folder, folder)
         letters = os.path.join(folder, "letters")
         os.makedirs(letters)
         self.mail = self.world.add(MailServer(letters))
         self.presentation = self.world.copy_of("mailroom", lambda presentation: presentation.update(
-            {"database": os.environ[POSTGRES], "collections": {"keep": "30d"}}))
+            {"collections": {"keep": "30d"}, **({"database": database} if database else {})}))
         self.tables = []
 
     def stop(self):
@@ -133,7 +138,7 @@ def kill_in_the_middle(office, count):
 
 
 def play(build, folder, rounds):
-    office = PostOffice(build, folder)
+    office = PostOffice(build, folder, os.environ[POSTGRES])
     try:
         for name in ("one", "other"):
             PostTable(office, name)
@@ -151,6 +156,34 @@ def play(build, folder, rounds):
           f"{rounds + 1} letters")
 
 
+def kill_after_the_letter(build, folder):
+    """What is in a letter is gone after the start of a table that was killed before it has removed that."""
+    office = PostOffice(build, folder)
+    try:
+        table = PostTable(office, "own")
+        table.drag(THINGS[0], DROP)
+        wait_for("what was collected", lambda: table.shows(1) and rows(table, STORE, "items") == 1)
+        table.begin_to_send()
+        # A letter that is on its way is sent again.
+        wait_for("the letter", lambda: len(office.mail.messages) == 1 and rows(table, OUTBOX, "messages") == 0)
+        table.kill_table()
+        require(rows(table, STORE, "items") == 1, "what was sent was removed before the table was killed")
+        table.start()
+        wait_for("what was sent to go", lambda: table.shows(0) and rows(table, STORE, "items") == 0)
+        office.require_letters(1, "after a table was killed when its letter was accepted")
+        end_all(office.programs())
+    finally:
+        office.stop()
+    print("  a table was killed when its letter was in the outbox: what is in it was gone after its start")
+
+
+def rows(table, name, what):
+    """How many rows a database in a table's data folder has."""
+    file = glob.glob(os.path.join(table.world.folder, "data", name))[0]
+    with contextlib.closing(sqlite3.connect(f"file:{file}?mode=ro", uri=True)) as database:
+        return database.execute(f"SELECT count(*) FROM {what}").fetchone()[0]
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--build", required=True, help="the build directory, with bin/ in it")
@@ -158,7 +191,8 @@ def main():
     arguments = parser.parse_args()
     with tempfile.TemporaryDirectory(prefix="tavola-mailing-") as folder:
         try:
-            play(os.path.abspath(arguments.build), folder, arguments.rounds)
+            play(os.path.abspath(arguments.build), os.path.join(folder, "shared"), arguments.rounds)
+            kill_after_the_letter(os.path.abspath(arguments.build), os.path.join(folder, "own"))
         except Failure as failure:
             sys.exit(f"mailing: {failure}")
     print("mailing: holds")

@@ -25,6 +25,14 @@ class Power:
         os.rename(kept, self.root)
         self._settle()
 
+    def has(self, path):
+        """Whether a power cut leaves the file as it is now."""
+        copy = self._copy("f", os.stat(path).st_ino)
+        if not os.path.exists(copy):
+            return False
+        with open(path, "rb") as file, open(copy, "rb") as kept:
+            return file.read() == kept.read()
+
     def _settle(self):
         """All that is there is on the disk."""
         shutil.rmtree(self.copies, ignore_errors=True)

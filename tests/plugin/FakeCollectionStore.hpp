@@ -46,6 +46,7 @@ public:
     }
 
     QString makeKey() override { return QString::number(++m_lastKey); }
+    [[nodiscard]] QString lastingKey(const QString& key) const override { return "run-" + key; }
     folly::Future<std::vector<CollectedItem>> items(unsigned long code) override
     {
         reads.push_back(code);

@@ -38,7 +38,7 @@ int FakeEmailService::created() const
 
 folly::Future<Tavola::EmailServiceAPI::EmailStatus> FakeEmailService::send(const Tavola::EmailMessage& message)
 {
-    Sent sent{message.recipients(), message.subject(), message.sender(), message.content, {}};
+    Sent sent{message.recipients(), message.subject(), message.sender(), message.content, {}, message.collected()};
     for (const auto& attachment : message.attachments())
         sent.attachments.push_back({attachment.fileName, attachment.mimeType, attachment.device->readAll()});
     const std::lock_guard lock(m_mutex);

@@ -40,6 +40,7 @@ public:
         Tavola::EmailAddress sender;
         QString content;
         std::vector<Attachment> attachments;
+        Tavola::EmailMessage::Collected collected;
     };
 
     /// The content of new messages; empty at first.

@@ -47,16 +47,16 @@ QString InboxCollections::makeKey()
     return QString::number(++m_lastNumber);
 }
 
-QString InboxCollections::storedKey(const QString& key) const
+QString InboxCollections::lastingKey(const QString& key) const
 {
     return key.contains(kAfterRun) ? key : ownPrefix() + key;
 }
 
-QStringList InboxCollections::storedKeys(const QList<QString>& keys) const
+QStringList InboxCollections::lastingKeys(const QList<QString>& keys) const
 {
     QStringList stored;
     for (const QString& key : keys)
-        stored << storedKey(key);
+        stored << lastingKey(key);
     return stored;
 }
 
@@ -154,7 +154,7 @@ void InboxCollections::tellWatches(const QByteArray& codes)
 folly::Future<QList<QString>> InboxCollections::claim(const QList<QString>& keys)
 {
     const auto promise = std::make_shared<folly::Promise<QList<QString>>>();
-    const QStringList stored = storedKeys(keys);
+    const QStringList stored = lastingKeys(keys);
     Bedrock::Inbox::instance().ask(
         kClaimJob,
         [&](Bedrock::BytesReply reply) {
@@ -179,14 +179,14 @@ folly::Future<QList<QString>> InboxCollections::claim(const QList<QString>& keys
 void InboxCollections::release(const QList<QString>& keys)
 {
     if (m_service)
-        m_service->release(storedKeys(keys), m_run);
+        m_service->release(lastingKeys(keys), m_run);
 }
 
 void InboxCollections::change(CollectionDatabase::Change change)
 {
     if (!m_service)
         return;
-    change.item.key = storedKey(change.item.key);
+    change.item.key = lastingKey(change.item.key);
     m_service->change(std::move(change));
 }
 }

@@ -32,6 +32,7 @@ public:
     ~InboxCollections() override;
 
     QString makeKey() override;
+    [[nodiscard]] QString lastingKey(const QString& key) const override;
     folly::Future<std::vector<CollectedItem>> items(unsigned long code) override;
     void add(unsigned long code, const CollectedItem& item) override;
     void update(unsigned long code, const CollectedItem& item) override;
@@ -43,8 +44,7 @@ public:
 
 private:
     void change(CollectionDatabase::Change change);
-    [[nodiscard]] QString storedKey(const QString& key) const;
-    [[nodiscard]] QStringList storedKeys(const QList<QString>& keys) const;
+    [[nodiscard]] QStringList lastingKeys(const QList<QString>& keys) const;
     [[nodiscard]] QString ownPrefix() const;
     void askForChange();
     void tellWatches(const QByteArray& codes);

@@ -34,6 +34,7 @@ struct Letter
     QString html;                                              ///< may be empty
     std::vector<Tavola::EmailMessage::Attachment> attachments; ///< read from their beginning, piece by piece
     QStringList languages{};                                   ///< of the recipient, the best first; for the texts of the service
+    Tavola::EmailMessage::Collected collected{};
 };
 struct Fault
 {

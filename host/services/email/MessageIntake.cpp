@@ -66,6 +66,7 @@ Letter MessageIntake::letter(const Tavola::EmailMessage& message)
 {
     Letter letter{
         {}, 0, message.sender(), message.subject(), message.recipients(), message.content, QString(), message.attachments()};
+    letter.collected = message.collected();
     for (auto& recipient : letter.recipients)
         recipient.address.address = recipient.address.address.trimmed();
     for (auto& attachment : letter.attachments)
@@ -90,6 +91,7 @@ tl::expected<OutboxMessage, QString> MessageIntake::accept(Letter letter, const 
     message.createdMs = message.queuedSinceMs = nowMs;
     message.sender = letter.sender.address;
     message.file = Outbox::newFile();
+    message.collected = letter.collected;
     QStringList addresses{message.sender};
     for (const auto& recipient : letter.recipients) {
         message.recipients.push_back({recipient.address.address, OutboxMessage::Outcome::Open, QString()});

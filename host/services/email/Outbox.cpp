@@ -23,6 +23,8 @@ namespace
 constexpr auto kQueued = int(OutboxMessage::State::Queued);
 constexpr auto kSending = int(OutboxMessage::State::Sending);
 constexpr auto kFailed = int(OutboxMessage::State::Failed);
+/// Far longer than a table takes to remove what was sent.
+constexpr qint64 kSentKeptMs = 600'000;
 }
 
 QString OutboxMessage::recipientNames() const
@@ -128,7 +130,30 @@ Outbox::Added Outbox::add(OutboxMessage& message, const Limits& limits)
     for (const auto& recipient : message.recipients)
         transaction.run("INSERT INTO recipients VALUES (?, ?, ?, ?, ?)",
                         {message.id, position++, recipient.address, int(recipient.outcome), recipient.reply});
+    noteCollected(transaction, message);
     return commit(transaction) ? Added::Yes : Added::Fault;
+}
+
+void Outbox::noteCollected(SqliteTransaction& transaction, const OutboxMessage& message)
+{
+    // Those of before have long been removed by this program, or by it at its start.
+    transaction.run("DELETE FROM sent_items WHERE accepted < ?", {message.createdMs - kSentKeptMs});
+    for (const QString& key : message.collected.keys)
+        transaction.run("INSERT OR REPLACE INTO sent_items (key, card, message, accepted) VALUES (?, ?, ?, ?)",
+                        {key, QString::number(message.collected.code), message.id, message.createdMs});
+}
+
+std::vector<Tavola::EmailMessage::Collected> Outbox::sentItems() const
+{
+    std::vector<Tavola::EmailMessage::Collected> result;
+    SqliteTransaction transaction = begin(Kind::Read, "read");
+    transaction.run("SELECT card, key FROM sent_items ORDER BY card, key", {}, [&result](const QSqlQuery& row) {
+        const std::uint64_t code = row.value(0).toString().toULongLong();
+        if (result.empty() || result.back().code != code)
+            result.push_back({code, {}});
+        result.back().keys.append(row.value(1).toString());
+    });
+    return result;
 }
 
 std::optional<std::vector<OutboxMessage>> Outbox::select(SqliteTransaction& transaction, const QString& condition, Values values)
@@ -220,6 +245,9 @@ bool Outbox::update(const OutboxMessage& message)
     transaction.run(
         "UPDATE messages SET state = ?, attempts = ?, next_attempt = ?, queued_since = ?, last_error = ? WHERE id = ?",
         {int(message.state), message.attempts, message.nextAttemptMs, message.queuedSinceMs, message.lastError, message.id});
+    // The visitor is told, and keeps what was to be sent.
+    if (message.state == OutboxMessage::State::Failed)
+        transaction.run("DELETE FROM sent_items WHERE message = ?", {message.id});
     int position = 0;
     for (const auto& recipient : message.recipients)
         transaction.run("UPDATE recipients SET outcome = ?, reply = ? WHERE message = ? AND position = ?",

@@ -83,6 +83,9 @@ public:
 
     /// Accepts a message with a finished file, in the state it has, and gives it its number.
     [[nodiscard]] Added add(OutboxMessage& message, const Limits& limits);
+    /// What messages that were accepted lately carry of collections, but for those that have failed: it is to be removed from
+    /// there, which the end of the program may have prevented. Empty also when it cannot be read.
+    [[nodiscard]] std::vector<Tavola::EmailMessage::Collected> sentItems() const;
     /// Everything, oldest first. Nothing when it cannot all be read.
     [[nodiscard]] std::optional<std::vector<OutboxMessage>> messages() const;
     [[nodiscard]] std::optional<OutboxSummary> summary(qint64 nowMs) const;
@@ -114,6 +117,7 @@ private:
     [[nodiscard]] SqliteTransaction begin(Kind kind, const char* what) const;
     /// Commits; faults that were logged before are over and would be logged again.
     [[nodiscard]] bool commit(SqliteTransaction& transaction) const;
+    static void noteCollected(SqliteTransaction& transaction, const OutboxMessage& message);
     /// The messages that meet a condition, complete. Nothing when any of it cannot be read.
     [[nodiscard]] static std::optional<std::vector<OutboxMessage>> select(SqliteTransaction& transaction,
                                                                           const QString& condition, Values values);

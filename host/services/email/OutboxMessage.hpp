@@ -1,5 +1,7 @@
 #pragma once
 
+#include <Tavola/EmailMessage.hpp>
+
 #include <QString>
 
 #include <vector>
@@ -34,6 +36,7 @@ struct OutboxMessage
     QString file;   ///< the name of the finished message, see OutboxFiles
     qint64 sizeBytes = 0;
     std::vector<Recipient> recipients;
+    Tavola::EmailMessage::Collected collected{}; ///< of a message that is to be added; see Outbox::sentItems
 
     /// "ann@example.org, bob@example.org", for log lines and lists.
     [[nodiscard]] QString recipientNames() const;

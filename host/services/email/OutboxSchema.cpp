@@ -25,6 +25,9 @@ const char* const kTables[] = {
     "last_error TEXT NOT NULL, sender_address TEXT NOT NULL, file TEXT NOT NULL, size INTEGER NOT NULL)",
     "CREATE TABLE recipients (message INTEGER NOT NULL REFERENCES messages(id) ON DELETE CASCADE, position INTEGER NOT NULL, "
     "address TEXT NOT NULL, outcome INTEGER NOT NULL, reply TEXT NOT NULL, PRIMARY KEY (message, position))"};
+// What messages carry of collections, by keys of their stores; a card's code is kept as its decimal text.
+const char* const kSentItems[] = {"CREATE TABLE sent_items (key TEXT PRIMARY KEY, card TEXT NOT NULL, message INTEGER NOT NULL, "
+                                  "accepted INTEGER NOT NULL)"};
 // From version 1. While the messages are composed, the folder with the copies of a message's files stands in `file`.
 const char* const kBefore[] = {"ALTER TABLE messages RENAME COLUMN folder TO file",
                                "ALTER TABLE messages ADD COLUMN size INTEGER NOT NULL DEFAULT 0"};
@@ -80,8 +83,11 @@ bool OutboxSchema::change(SqliteTransaction& transaction, int found, Outbox& out
             transaction.run(statement);
         return bool(transaction);
     };
+    runAll(kSentItems);
     if (found == 0)
         return runAll(kTables);
+    if (found == 2)
+        return bool(transaction);
     if (!outbox.lock()) {
         error = QStringLiteral("was made by an earlier version of this program, which still uses it; end that one");
         return false;

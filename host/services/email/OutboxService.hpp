@@ -57,6 +57,8 @@ public:
     folly::Future<EmailStatus> send(const Tavola::EmailMessage& message) override;
     Tavola::EmailMessage createMessage() override;
 
+    /// See Outbox::sentItems.
+    [[nodiscard]] std::vector<Tavola::EmailMessage::Collected> sentItems() const { return m_outbox->sentItems(); }
     /// {"name", "queued", "sending", "failed", "bytes", "mostMessages", "mostBytes", "oldest" (ISO time or null), "lastError",
     /// "lastErrorAt"}, as of the last reading of the outbox. Any thread; does not block.
     [[nodiscard]] QJsonObject state() const;

@@ -2,7 +2,9 @@
 
 #include "TablePlace.hpp"
 #include "input/TableInput.hpp"
+#include "presentation/DataFolder.hpp"
 #include "recording/RecordingNote.hpp"
+#include "services/email/Outbox.hpp"
 
 #include <EventLoop.hpp>
 #include <LogCapture.hpp>
@@ -99,6 +101,41 @@ TEST_CASE("table services: collections are kept beside the people where the pres
         return items.isReady();
     }));
     CHECK(items.value().size() == 1);
+}
+
+TEST_CASE("table services: what a letter has that was accepted when the table was killed is removed when it starts again")
+{
+    TablePlace place;
+    place.presentation(R"({"collections": {"keep": "30d"}, "services": {"email-service": [{"server": "smtp://127.0.0.1:9",
+        "startTls": "never", "sender": {"address": "museum@example.net"}}]}})");
+    OutboxMessage message;
+    message.messageId = QStringLiteral("<1@x>");
+    message.state = OutboxMessage::State::Failed; // is not sent in this test
+    message.file = Outbox::newFile();
+    message.collected.code = 1001;
+    const auto keep = [](const char* name) {
+        const auto store = Tavola::Tavola::instance()->services()->collectionStore();
+        Tavola::CollectionStoreAPI::CollectedItem item;
+        item.key = store->makeKey();
+        item.displayName = QString::fromUtf8(name);
+        store->add(1001, item);
+        return store->lastingKey(item.key);
+    };
+    {
+        const auto table = place.open();
+        message.collected.keys << keep("sent");
+        keep("new");
+    }
+    REQUIRE(Outbox::open(outboxFolder(place.options.dataFolder, QString()), place.error)->add(message, {10, 10})
+            == Outbox::Added::Yes);
+    const auto table = place.open();
+    auto items = Tavola::Tavola::instance()->services()->collectionStore()->items(1001);
+    CHECK(TestSupport::pumpUntil([&] {
+        table->application().frame(0.0);
+        return items.isReady();
+    }));
+    REQUIRE(items.value().size() == 1);
+    CHECK(items.value().front().displayName == "new");
 }
 
 TEST_CASE("table services: files from before there was a database are named with their remedy at each start")

@@ -301,6 +301,7 @@ TEST_CASE("collection keeper: items are claimed by their keys; one that is not s
     CHECK(table.keeper->claim({3}).value() == std::set<long>{3});
     CHECK(table.store->claims.size() == 1);
     (void)table.store->changes();
+    CHECK(table.keeper->lastingKeys({1, 2, 3, 4}) == QList<QString>{"run-1", "run-2"});
     table.keeper->release({1, 3, 4});
     CHECK(table.store->changes() == std::vector<std::string>{"release 1"});
     CHECK_FALSE(CollectionKeeper::isShared());

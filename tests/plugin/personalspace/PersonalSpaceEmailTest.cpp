@@ -629,6 +629,9 @@ TEST_CASE("sending: of several tables that show a card, the letter of one has wh
     REQUIRE(mail.service->sent().size() == 1);
     CHECK(mail.service->sent().front().content.contains("http://two"));
     CHECK_FALSE(mail.service->sent().front().content.contains("http://one"));
+    // What the program removes at its next start, should it end now.
+    CHECK(mail.service->sent().front().collected.code == mail.code);
+    CHECK(mail.service->sent().front().collected.keys == QList<QString>{"run-x-2"});
     mail.succeed();
     CHECK(mail.hasClass("email-successful"));
     // The other table removes what it sends.

@@ -41,6 +41,7 @@ TEST_CASE("service provider: there is a store of collections only where one is c
     struct Store final : Tavola::ServiceInstance, Tavola::CollectionStoreAPI
     {
         QString makeKey() override { return {}; }
+        QString lastingKey(const QString& key) const override { return key; }
         folly::Future<std::vector<CollectedItem>> items(unsigned long) override
         {
             return folly::makeFuture(std::vector<CollectedItem>());

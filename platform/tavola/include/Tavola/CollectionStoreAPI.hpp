@@ -42,6 +42,8 @@ public:
     /// The identity of a new item, whatever its content. Items are returned in the order in which their keys were made, those of
     /// earlier runs first.
     [[nodiscard]] virtual QString makeKey() = 0;
+    /// The key of an item as later programs have it, in which makeKey() gives the same ones again.
+    [[nodiscard]] virtual QString lastingKey(const QString& key) const = 0;
     /// What the store keeps for a card. Completed on the main thread, in the input step of a later frame; fails when the store
     /// cannot be read, which it logs. A preview is a file of the store, which stays as long as the item.
     [[nodiscard]] virtual folly::Future<std::vector<CollectedItem>> items(unsigned long code) = 0;

@@ -27,6 +27,11 @@ void EmailMessage::addAttachment(const QString& fileName, std::unique_ptr<QIODev
         m_attachments.push_back({fileName, std::move(device), mimeType});
 }
 
+void EmailMessage::setCollected(const Collected& collected)
+{
+    m_collected = collected;
+}
+
 void EmailMessage::setSubject(const QString& subject)
 {
     m_subject = subject;

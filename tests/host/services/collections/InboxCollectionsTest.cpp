@@ -74,6 +74,8 @@ TEST_CASE("inbox collections: this run's items have numbers as keys, those of ot
     Stored stored;
     const QString first = stored.store->makeKey();
     const QString second = stored.store->makeKey();
+    const QString lasting = stored.store->lastingKey(first);
+    CHECK(stored.store->lastingKey(lasting) == lasting);
     CHECK(first == "1");
     CHECK(second == "2");
     stored.store->add(7, item(second, "two"));

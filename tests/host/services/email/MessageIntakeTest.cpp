@@ -64,7 +64,10 @@ TEST_CASE("message intake: what a message does not say itself comes from the set
     MessageIntakeBench bench;
     bench.to("ann@example.org");
     bench.mail.addRecipient({"bob@example.org", "Bob"}, Tavola::EmailMessage::Bcc);
+    bench.mail.setCollected({7, {"a-1"}});
     REQUIRE(bench.accept());
+    CHECK(bench.message.collected.code == 7);
+    CHECK(bench.message.collected.keys == QList<QString>{"a-1"});
     CHECK(bench.message.sender == "museum@example.net");
     CHECK(bench.message.state == OutboxMessage::State::Queued);
     REQUIRE(bench.message.recipients.size() == 2);

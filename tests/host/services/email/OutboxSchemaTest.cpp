@@ -218,6 +218,30 @@ TEST_CASE("outbox schema: a file that is something else is not touched")
     CHECK(QFileInfo(file).size() == 33 * 40);
 }
 
+TEST_CASE("outbox schema: a queue of version 2 keeps its messages, and what later ones carry of collections")
+{
+    const Folder folder;
+    QString error;
+    const auto message = [](const char* id) {
+        OutboxMessage result;
+        result.messageId = QString::fromUtf8(id);
+        result.file = Outbox::newFile();
+        result.collected = {7, {"a-1"}};
+        return result;
+    };
+    OutboxMessage before = message("<1@x>");
+    REQUIRE(Outbox::open(folder.path("outbox"), error)->add(before, {10, 10}) == Outbox::Added::Yes);
+    SqliteFault::run(folder.path("outbox/outbox.sqlite"), "DROP TABLE sent_items");
+    SqliteFault::run(folder.path("outbox/outbox.sqlite"), "PRAGMA user_version=2");
+    const auto outbox = Outbox::open(folder.path("outbox"), error);
+    REQUIRE_MESSAGE(outbox, error.toStdString());
+    CHECK(outbox->messages()->size() == 1);
+    CHECK(outbox->sentItems().empty());
+    OutboxMessage after = message("<2@x>");
+    CHECK(outbox->add(after, {10, 10}) == Outbox::Added::Yes);
+    CHECK(outbox->sentItems().size() == 1);
+}
+
 TEST_CASE("outbox schema: a newer program's outbox is left to it")
 {
     const Folder folder;

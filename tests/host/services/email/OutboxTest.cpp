@@ -126,6 +126,43 @@ TEST_CASE("outbox: the outcome of an attempt is kept")
     CHECK(summary.oldestMs == 1000);
 }
 
+TEST_CASE("outbox: what messages carry of collections is known for ten minutes, whatever becomes of them but a failure")
+{
+    OutboxBench bench;
+    const auto sent = [&bench] {
+        QStringList lines;
+        for (const auto& collected : bench.outbox->sentItems())
+            lines << QStringLiteral("%1: %2").arg(collected.code).arg(QStringList(collected.keys).join(QLatin1Char(' ')));
+        return lines;
+    };
+    const auto add = [&bench](const char* id, qint64 nowMs, const Tavola::EmailMessage::Collected& collected) {
+        OutboxMessage message;
+        message.messageId = QString::fromUtf8(id);
+        message.createdMs = nowMs;
+        message.sender = QStringLiteral("museum@example.net");
+        message.file = Outbox::newFile();
+        message.collected = collected;
+        REQUIRE(bench.outbox->add(message, kLimits) == Outbox::Added::Yes);
+        return message;
+    };
+    const OutboxMessage one = add("<1@x>", 1000, {7, {"a-1", "a-2"}});
+    OutboxMessage other = add("<2@x>", 1000, {18446744073709551615UL, {"b-1"}});
+    CHECK(sent() == QStringList{"18446744073709551615: b-1", "7: a-1 a-2"});
+    CHECK(bench.outbox->remove(one)); // delivered
+    CHECK(bench.outbox->update(other));
+    CHECK(sent().size() == 2);
+    other.state = State::Failed;
+    CHECK(bench.outbox->update(other));
+    CHECK(sent() == QStringList{"7: a-1 a-2"});
+    // What is sent once more counts from then on.
+    (void)add("<3@x>", 400'000, {7, {"a-2"}});
+    (void)add("<4@x>", 601'000, {});
+    CHECK(sent() == QStringList{"7: a-1 a-2"});
+    (void)add("<5@x>", 601'001, {});
+    CHECK(sent() == QStringList{"7: a-2"});
+    CHECK(Outbox::open(bench.folder.path("outbox"), bench.error)->sentItems().size() == 1);
+}
+
 TEST_CASE("outbox: a removed message takes its file along")
 {
     OutboxBench bench;
