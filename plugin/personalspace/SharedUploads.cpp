@@ -52,7 +52,11 @@ void SharedUploads::appeared(const UploadableItem& item)
 
 void SharedUploads::removedElsewhere(const UploadableItem& item)
 {
-    if (m_owed.count(thingOf(item)) > 0)
+    if (m_owed.count(thingOf(item)) == 0)
+        return;
+    if (const auto other = find(thingOf(item)))
+        giveAgain(*other);
+    else
         deleteUnused(item);
 }
 

@@ -16,6 +16,8 @@ namespace Tavola
 /// - A table that has deleted a thing gives it to the server again when another table has collected it meanwhile.
 /// - A table that has given a thing to the server, or left it there for another item, deletes it when another table removes the
 ///   last item of it: that table's command may have been the earlier one, or may have counted on the other item as well.
+/// - It gives it once more when another table removes an item of it that is not the last: that table may have deleted the thing
+///   without knowledge of the others, and may have been killed then.
 ///
 /// So the command that the server carries out last agrees with the items, as long as its table runs. Does nothing in a store
 /// that is not shared. Main thread only.
