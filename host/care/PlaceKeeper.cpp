@@ -3,6 +3,7 @@
 #include "care/CardOutline.hpp"
 #include "care/CareAttributes.hpp"
 
+#include <Tavola/ContentMenuWidget.hpp>
 #include <Trellis/FadeAnimator.hpp>
 #include <Trellis/Widget.hpp>
 
@@ -56,6 +57,22 @@ PlaceSearch::Outline outlineAt(const Trellis::Widget& widget, Vector2f center)
         corner += by;
     return corners;
 }
+
+bool isClosed(const CardOpening& opening)
+{
+    const auto widget = opening.widget.lock();
+    return !widget || !widget->parent() || Trellis::FadeAnimator::isFadingOut(*widget);
+}
+
+void appendNodes(const CardOpening& menu, std::vector<OpenOutline>& open)
+{
+    const auto widget = menu.widget.lock();
+    if (!widget)
+        return;
+    for (const auto& node : widget->children())
+        if (node->isVisible())
+            open.push_back({widget.get(), outlineAt(*node, centerInScene(*node))});
+}
 }
 
 void PlaceKeeper::add(const CardOpening& opening)
@@ -68,17 +85,25 @@ void PlaceKeeper::add(const CardOpening& opening)
     m_guests.push_back(std::move(guest));
 }
 
+void PlaceKeeper::addLaunched(const CardOpening& opening)
+{
+    if (dynamic_cast<const Tavola::ContentMenuWidget*>(opening.widget.lock().get()))
+        m_menus.push_back(opening);
+}
+
+void PlaceKeeper::forgetClosed()
+{
+    m_guests.erase(std::remove_if(m_guests.begin(), m_guests.end(), [](const Guest& guest) { return isClosed(guest.opening); }),
+                   m_guests.end());
+    m_menus.erase(std::remove_if(m_menus.begin(), m_menus.end(), isClosed), m_menus.end());
+}
+
 void PlaceKeeper::update(const std::vector<Tactile::Marker>& cards, const std::vector<OpenOutline>& keyboards, Vector2f table,
                          float dtSeconds)
 {
     m_cards = cards;
     m_keyboards = keyboards;
-    m_guests.erase(std::remove_if(m_guests.begin(), m_guests.end(),
-                                  [](const Guest& guest) {
-                                      const auto widget = guest.opening.widget.lock();
-                                      return !widget || !widget->parent() || Trellis::FadeAnimator::isFadingOut(*widget);
-                                  }),
-                   m_guests.end());
+    forgetClosed();
     for (Guest& guest : m_guests) {
         const auto widget = guest.opening.widget.lock();
         if (widget->isHeld() || widget->isMoving() || (guest.location && widget->location() != *guest.location))
@@ -120,6 +145,8 @@ void PlaceKeeper::appendTo(std::vector<OpenOutline>& open) const
     for (const Guest& guest : m_guests)
         if (const auto widget = guest.opening.widget.lock())
             open.push_back({widget.get(), outlineAt(*widget, guest.isKept ? guest.to : centerInScene(*widget))});
+    for (const CardOpening& menu : m_menus)
+        appendNodes(menu, open);
 }
 
 PlaceSearch PlaceKeeper::searchFor(const Guest& guest, const Trellis::Widget& widget) const
@@ -152,6 +179,12 @@ void PlaceKeeper::surround(PlaceSearch& search, const Guest& guest, const std::v
         if (other.opening.card.code() != guest.opening.card.code())
             search.others.push_back(outlineAt(*widget, other.isKept ? other.to : centerInScene(*widget)));
     }
+    std::vector<OpenOutline> nodes;
+    for (const CardOpening& menu : m_menus)
+        if (menu.card.code() != guest.opening.card.code())
+            appendNodes(menu, nodes);
+    for (const OpenOutline& node : nodes)
+        search.others.push_back(node.outline);
     const auto own = guest.opening.widget.lock();
     for (const OpenOutline& keyboard : m_keyboards)
         if (keyboard.widget != own.get())

@@ -22,6 +22,8 @@ public:
 
     /// A widget that opened in this frame; it does not move before the next call of `update`.
     void add(const CardOpening& opening);
+    /// What was launched in this frame: where it is a menu, what opens at other people's cards makes room for it.
+    void addLaunched(const CardOpening& opening);
     /// Once a frame. `cards`: what lies on the table; `keyboards`: those that are open; `table`: its size in pixels.
     void update(const std::vector<Tactile::Marker>& cards, const std::vector<OpenOutline>& keyboards, Vecta::Vector2f table,
                 float dtSeconds);
@@ -29,7 +31,7 @@ public:
     /// The centre on the table where a widget that opens at a card, a menu's node, has its best place; it is not moved by this.
     [[nodiscard]] Vecta::Vector2f findPlace(const CardOpening& opening, const Trellis::Widget& widget,
                                             Vecta::Vector2f table) const;
-    /// Appends what opened at cards, where it stands or will stand.
+    /// Appends what opened at cards, where it stands or will stand, and the nodes of menus.
     void appendTo(std::vector<OpenOutline>& open) const;
     /// The outlines on the table of the cards and of what other people's cards opened, seen from a widget that opened at a card.
     [[nodiscard]] std::vector<PlaceSearch::Outline> neighboursOf(const Trellis::Widget& widget) const;
@@ -51,6 +53,7 @@ private:
     };
 
     [[nodiscard]] PlaceSearch searchFor(const Guest& guest, const Trellis::Widget& widget) const;
+    void forgetClosed();
     void surround(PlaceSearch& search, const Guest& guest, const std::vector<Tactile::Marker>& cards) const;
     void check(Guest& guest, Trellis::Widget& widget, const std::vector<Tactile::Marker>& cards, Vecta::Vector2f table);
     static void glide(Guest& guest, Trellis::Widget& widget, float dtSeconds);
@@ -59,5 +62,6 @@ private:
     std::vector<Tactile::Marker> m_cards; ///< of the last update, as the keyboards
     std::vector<OpenOutline> m_keyboards;
     std::vector<Guest> m_guests; ///< in the order in which they opened
+    std::vector<CardOpening> m_menus;
 };
 }

@@ -96,6 +96,7 @@ void TableCare::update(Trellis::Widget& widget, const Trellis::FrameInfo& frame)
         if (opening.isLaunched) {
             settleLaunched(opening, isMotionReduced);
             placeMenu(opening, m_places, application.size());
+            m_places.addLaunched(opening);
             continue;
         }
         m_places.add(opening);

@@ -8,6 +8,7 @@
 #include "components/HostComponents.hpp"
 
 #include <Tavola/ContentMenuWidget.hpp>
+#include <Trellis/FadeAnimator.hpp>
 
 #include <doctest/doctest.h>
 
@@ -73,6 +74,28 @@ TEST_CASE("menu places: a menu opens out of its card, and ends beside another pe
     const Vecta::Rect whole{0.f, 0.f, 1920.f, 1080.f};
     CHECK(whole.contains({bounds.x, bounds.y}));
     CHECK(whole.contains({bounds.right(), bounds.bottom()}));
+}
+
+TEST_CASE("menu places: what opens at another person's card makes room for a menu, until that closes")
+{
+    MenuPlacesFixture f;
+    const Trellis::Widget& node = f.open({960.f, 540.f}, true, "ring");
+    f.table.host.frames(30);
+    const Vector2f middle = CareTable::center(node);
+    f.table.area->setInputEnabled(true);
+    Trellis::Widget& space = f.table.open(1001, {1250.f, 540.f});
+    REQUIRE(space.intersects(node));
+    f.table.host.frames(30);
+    CHECK_FALSE(space.intersects(node));
+    CHECK((CareTable::center(node) - middle).length() < 0.1f);
+    Trellis::FadeAnimator::fadeOutAndDelete(*node.parent(), 1.f, 0.f);
+    const Trellis::Widget& later = f.table.open(1002, {330.f, 540.f});
+    f.table.host.frames(3);
+    space.removeFromParent();
+    const Trellis::Widget& last = f.table.open(1003, {960.f, 540.f});
+    f.table.host.frames(30);
+    CHECK((CareTable::center(last) - Vector2f(960.f, 540.f)).length() < 100.f);
+    CHECK_FALSE(last.intersects(later));
 }
 
 TEST_CASE("menu places: no card covers the entries of a list")
