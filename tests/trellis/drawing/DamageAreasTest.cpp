@@ -106,6 +106,23 @@ TEST_CASE("damage areas: too many become few that cover all of them, and near on
     CHECK(std::count(areas.all().begin(), areas.all().end(), Rect{360, 150, 15, 20}) == 1);
 }
 
+TEST_CASE("damage areas: many that leave little out become one, and few or those that leave out much stay apart")
+{
+    // Rows of six squares, in equal steps, so that no two of them can be one without waste.
+    const auto areasAfter = [](int count, float size) {
+        DamageAreas areas = areasOfScene();
+        for (int i = 0; i < count; ++i)
+            areas.add({float(i % 6) * 100.f, float(i / 6) * 100.f, size, size});
+        REQUIRE(areas.all().size() == std::size_t(count));
+        areas.joinMany();
+        return areas.all();
+    };
+    CHECK(areasAfter(24, 94) == std::vector<Rect>{{0, 0, 594, 394}});
+    CHECK(areasAfter(30, 94) == std::vector<Rect>{{0, 0, 594, 494}});
+    CHECK(areasAfter(18, 94).size() == 18);
+    CHECK(areasAfter(24, 90).size() == 24);
+}
+
 TEST_CASE("damage areas: whatever moves is covered with its edges, where it was and where it is")
 {
     std::mt19937 random(5);

@@ -138,6 +138,49 @@ void checkLargeEdits(unsigned seed, int threads, Vecta::Vector2f scale)
         REQUIRE_MESSAGE(shown.image() == whole, "differs by " << difference(shown.image(), whole));
     }
 }
+
+/// Forty things side by side that all move, turn or fade at once. Returns the fewest areas that were damaged in a frame.
+std::size_t checkManyEdits(unsigned seed, int threads)
+{
+    constexpr Vecta::Vector2f kLarge{480.f, 360.f};
+    TrellisTest::Scene scene(kLarge);
+    auto& main = place(*new Widget(&scene.root()), {0, 0, kLarge.x, kLarge.y});
+    scene.app.keepPicturesOf(main);
+    std::mt19937 random(seed);
+    const auto number = [&](float from, float to) { return from + (to - from) * float(random() % 10000u) / 10000.f; };
+    std::vector<Widget*> roots;
+    for (int i = 0; i < 40; ++i) {
+        Widget& root = *new Stripes(&main, unsigned(i));
+        place(root, {float(i % 8) * 60.f, float(i / 8) * 70.f, 58, 68}).setRotation(number(-0.03f, 0.03f));
+        place(*new Stripes(&root, 7), {10, 10, 30, 40});
+        roots.push_back(&root);
+    }
+    Screen screen(scene.app, {1.f, 1.f}, kLarge);
+    Lantern::ImageTarget shown(screen.size());
+    CAPTURE(seed);
+    scene.frame();
+    screen.draw(shown, screen.damage());
+    std::size_t fewest = roots.size();
+    for (int step = 0; step < 20; ++step) {
+        CAPTURE(step);
+        const unsigned kind = random() % 3;
+        for (Widget* root : roots)
+            switch (kind) {
+            case 0: root->setLocation(root->location() + Vecta::Vector2f{number(-2, 2), number(-2, 2)}); break;
+            case 1: root->setRotation(number(-0.05f, 0.05f)); break;
+            case 2: root->setOpacity(random() % 3 == 0 ? 1.f : number(0, 1)); break;
+            }
+        scene.frame();
+        fewest = std::min(fewest, scene.app.damage().size());
+        {
+            const Lantern::PaintingThreads painting(threads, 1);
+            screen.draw(shown, screen.damage());
+        }
+        const QImage whole = screen.whole();
+        REQUIRE_MESSAGE(shown.image() == whole, "differs by " << difference(shown.image(), whole));
+    }
+    return fewest;
+}
 }
 
 TEST_CASE("drawing: after random edits the damage drawn alone equals everything drawn anew")
@@ -186,4 +229,10 @@ TEST_CASE("drawing: around large things that turn and move the damage follows th
     checkLargeEdits(22, 2, {1.f, 1.f});
     checkLargeEdits(23, 1, {1.25f, 1.25f});
     checkLargeEdits(24, 2, {0.667f, 0.7f});
+}
+
+TEST_CASE("drawing: many things that change at once are damaged as one area, which equals everything drawn anew")
+{
+    CHECK(checkManyEdits(31, 1) == 1);
+    CHECK(checkManyEdits(32, 2) == 1);
 }

@@ -13,6 +13,9 @@ namespace
 {
 /// So many pixels take longer to draw than some rectangles more.
 constexpr float kLeastWastePx = 128.f * 128.f;
+/// To draw many areas apart takes longer than the few pixels between them. One thing that is turned has fewer.
+constexpr std::size_t kMany = 24;
+constexpr float kMostWaste = 0.15f; ///< of the pixels that are drawn
 constexpr float kMostStrips = 16.f;
 constexpr float kLeastStripPx = 32.f;
 /// Further out places are not accurate enough for strips.
@@ -107,6 +110,20 @@ void DamageAreas::add(const Rect& wanted)
     const Rect both = partner->united(area);
     m_areas.erase(partner);
     add(both);
+}
+
+void DamageAreas::joinMany()
+{
+    if (m_areas.size() < kMany)
+        return;
+    Rect all;
+    float needed = 0.f;
+    for (const Rect& area : m_areas) {
+        all = all.united(area);
+        needed += sizeOf(area);
+    }
+    if (sizeOf(all) - needed <= kMostWaste * sizeOf(all))
+        m_areas.assign(1, all);
 }
 
 void DamageAreas::addBoth(const Rect& before, const Rect& now)

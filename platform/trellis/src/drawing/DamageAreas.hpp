@@ -24,6 +24,8 @@ public:
     /// What was inside of one outline is inside of another now. Around turned ones that are large the corners in which nothing of
     /// them shows stay out. `edge`: what is drawn reaches so far beyond them in each direction.
     void addMove(const Outline& before, const Outline& now, Vecta::Vector2f edge);
+    /// Many that leave little out between them become one. To be called when all of a frame were added.
+    void joinMany();
 
     [[nodiscard]] const std::vector<Vecta::Rect>& all() const noexcept { return m_areas; }
     void clear() noexcept { m_areas.clear(); }

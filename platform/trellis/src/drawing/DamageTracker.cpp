@@ -178,6 +178,7 @@ void DamageTracker::collect()
             m_areas.add(LayerKeeper::sceneReach(*root));
     }
     m_changedRoots.clear();
+    m_areas.joinMany();
 }
 
 /// A root without a layer is accounted for as a whole in this turn.
