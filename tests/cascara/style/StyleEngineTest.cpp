@@ -182,3 +182,21 @@ TEST_CASE("style engine: mistakes in and around @media cost the smallest piece")
     CHECK(node.height == 1.f);
     CHECK(node.list.value() == QStringList{"a"});
 }
+
+TEST_CASE("style engine: says where a sheet first names a file, relative or whole, with variables or without")
+{
+    StyleFixture fixture;
+    fixture.engine.addStyleSheet(QStringLiteral("N { text: \"a.png\";\n text: url(a.png) }\n.m { --f: url('b.png') } .v { text: "
+                                                "url(c.png) var(--w, 1) }"),
+                                 QStringLiteral("first.css"), QStringLiteral("/media"));
+    fixture.engine.addStyleSheet(QStringLiteral("N { text: url(\"/media/a.png\") } M { text: url(file:///media/d.png) }"),
+                                 QStringLiteral("second.css"), QStringLiteral("/else"));
+    const auto place = [&](const char* path) { return fixture.engine.placeOfFile(QString::fromLatin1(path)).toStdString(); };
+    CHECK(place("/media/a.png") == "first.css:2:2");
+    CHECK(place("/media/b.png") == "first.css:3:6");
+    CHECK(place("/media/c.png") == "first.css:3:31");
+    CHECK(place("/media/d.png") == "second.css:1:37");
+    CHECK(place("/else/a.png").empty());
+    fixture.engine.clearStyleSheets();
+    CHECK(place("/media/a.png").empty());
+}

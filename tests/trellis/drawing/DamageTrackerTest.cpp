@@ -226,6 +226,9 @@ TEST_CASE("damage: around what is large and turned the corners in which nothing 
     const QRegion turned = damageOfFrame(scene);
     CHECK(pixelsIn(turned) > size);
     CHECK(pixelsIn(turned) < size + 0.3 * (upright - size));
+    // It is not kept meanwhile.
+    root.setRotation(0.62f);
+    CHECK(pixelsIn(damageOfFrame(scene)) < size + 0.3 * (upright - size));
 }
 
 TEST_CASE("damage: many small changes are merged to few rectangles that cover them all")
@@ -407,11 +410,11 @@ TEST_CASE("damage: many children that are laid out anew are one area, of all tha
 TEST_CASE("damage: few children that are laid out anew damage their own places")
 {
     Scene scene(kSmall);
-    Widget& area = lines(scene.root(), {20, 20, 100, 100}, 40);
+    Widget& area = lines(scene.root(), {20, 20, 100, 100}, 60);
     damageOfFrame(scene);
-    // Of forty, only those of the last line move on.
-    set(*area.children()[30], "width", Trellis::Length::pixels(20.f));
-    CHECK(damageOfFrame(scene) == QRegion(20, 50, 100, 10) + QRect(20, 60, 10, 10));
+    // Of sixty, only those of the last two lines move on.
+    set(*area.children()[40], "width", Trellis::Length::pixels(20.f));
+    CHECK(damageOfFrame(scene) == QRegion(20, 60, 100, 20) + QRect(20, 80, 10, 10));
 }
 
 TEST_CASE("damage: a child among many that are laid out anew may hide, show, or go somewhere else at the same time")
@@ -453,4 +456,55 @@ TEST_CASE("damage: a child among many that are laid out anew may hide, show, or 
     layOut(100.f);
     area.removeFromParent();
     checkShown();
+}
+
+TEST_CASE("damage: half a pixel counts around what is scaled, also in a widget that moves, and in one that is scaled itself")
+{
+    Scene scene(kSmall);
+    Widget& outer = box(scene.root(), {10, 10, 20, 20}, kRed);
+    box(outer, {10, 0, 10, 10}, kBlue).setScale(2.f);
+    damageOfFrame(scene);
+    outer.setLocation({10, 100});
+    CHECK(damageOfFrame(scene) == QRegion(9, 9, 32, 22) + QRect(9, 99, 32, 22));
+    outer.children()[0]->removeFromParent();
+    outer.setScale(2.f);
+    Widget& inner = box(outer, {0, 0, 10, 10}, kBlue);
+    damageOfFrame(scene);
+    inner.setLocation({0, 20});
+    CHECK(damageOfFrame(scene) == QRegion(9, 99, 22, 22) + QRect(9, 139, 22, 22));
+}
+
+TEST_CASE("damage: a pixel counts around what is kept as a picture where what holds it moves or goes")
+{
+    Scene scene(kSmall);
+    Widget& main = keeper(scene, {10, 10});
+    box(box(main, {20, 20, 30, 30}, kRed), {5, 5, 5, 5}, kBlue);
+    for (int frame = 0; frame < 3; ++frame)
+        damageOfFrame(scene);
+    main.setLocation({100, 0});
+    QRegion damage = damageOfFrame(scene);
+    CHECK(damage.contains(QRect(19, 19, 32, 32)));
+    CHECK(damage.contains(QRect(119, 19, 32, 32)));
+    main.removeFromParent();
+    damage = damageOfFrame(scene);
+    CHECK(damage.contains(QRect(119, 19, 32, 32)));
+    CHECK_FALSE(damage.intersects(QRect(0, 0, 90, 200)));
+}
+
+TEST_CASE("damage: a widget that is given what holds kept pictures has their places in its own moves")
+{
+    Scene scene(kSmall);
+    Widget& main = keeper(scene, kSmall);
+    Widget& root = box(main, {20, 20, 30, 30}, kRed);
+    box(root, {5, 5, 5, 5}, kBlue);
+    auto& outer = place(*new Widget(&scene.root()), {0, 0, 200, 200});
+    outer.addChild(main);
+    for (int frame = 0; frame < 3; ++frame)
+        damageOfFrame(scene);
+    outer.setLocation({100, 0});
+    damageOfFrame(scene);
+    root.setLocation({20, 120});
+    const QRegion damage = damageOfFrame(scene);
+    CHECK(damage.contains(QRect(120, 20, 30, 30)));
+    CHECK(damage.contains(QRect(120, 120, 30, 30)));
 }

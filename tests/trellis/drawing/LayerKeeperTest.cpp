@@ -180,16 +180,19 @@ TEST_CASE("layer keeper: below a shift by parts of a pixel, and in what cuts its
     CHECK(settled() == 0);
 }
 
-TEST_CASE("layer keeper: an upright box without children that throws a shadow is kept")
+TEST_CASE("layer keeper: an upright box without children that throws a shadow or has a picture behind it is kept")
 {
-    Table table;
-    table.child.removeFromParent();
-    table.group.setRotation(0.f);
-    style(table.group, "box-shadow: 0 4px 12px black");
-    table.draw();
-    table.draw();
-    CHECK(table.kept() == 1);
-    CHECK(table.target.image() == table.scene.picture());
+    for (const char* look : {"box-shadow: 0 4px 12px black", "background-image: linear-gradient(red, blue)"}) {
+        CAPTURE(look);
+        Table table;
+        table.child.removeFromParent();
+        table.group.setRotation(0.f);
+        style(table.group, look);
+        table.draw();
+        table.draw();
+        CHECK(table.kept() == 1);
+        CHECK(table.target.image() == table.scene.picture());
+    }
 }
 
 TEST_CASE("layer keeper: a change in a kept widget repaints what it touches, and the picture shows it")
@@ -231,6 +234,27 @@ TEST_CASE("layer keeper: an upright box without children, and what does not fit 
     table.draw();
     CHECK(table.kept() == 0);
     CHECK(table.target.image() == table.scene.picture());
+}
+
+TEST_CASE("layer keeper: what needs more than the budget, at four bytes a pixel, is not waited for, and what needs less is kept")
+{
+    for (const bool fits : {false, true}) {
+        CAPTURE(fits);
+        Table table;
+        table.group.setRotation(0.f);
+        // Until the surfaces of earlier tests are gone, which count, too.
+        for (int i = 0; i < 70; ++i)
+            table.draw();
+        CHECK(table.kept() == 1);
+        table.scene.app.setPictureBudget(fits ? 5 * 60 * 50 : 3 * 60 * 50);
+        table.group.setScale(2.f);
+        table.draw();
+        table.group.setScale(1.f);
+        table.draw();
+        CHECK(table.scene.app.needsFrame() == fits);
+        table.draw();
+        CHECK(table.kept() == std::size_t(fits ? 1 : 0));
+    }
 }
 
 TEST_CASE("layer keeper: surfaces of fading groups count in the memory of kept pictures until they are not used any more")

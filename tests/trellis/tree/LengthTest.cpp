@@ -147,6 +147,8 @@ TEST_CASE("angle: degrees, radians and turns mean the same angle")
     CHECK(angle.radians == doctest::Approx(1.5707963));
     CHECK(reads({term(90, "")}, angle));
     CHECK(angle.radians == doctest::Approx(1.5707963));
+    CHECK(reads({term(100, "grad")}, angle));
+    CHECK(angle.radians == doctest::Approx(double(Vecta::kPiOf<float>) / 2.0));
     CHECK(reads({term(0.25, "turn")}, angle));
     CHECK(angle.radians == doctest::Approx(1.5707963));
     CHECK(reads({term(1.5, "rad")}, angle));

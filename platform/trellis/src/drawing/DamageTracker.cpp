@@ -13,22 +13,6 @@ namespace Trellis
 {
 namespace
 {
-/// Scaled places have the accuracy of a float.
-constexpr float kWholePx = 1.f / 64.f;
-
-bool isWhole(float value)
-{
-    return std::abs(value - std::round(value)) <= kWholePx;
-}
-
-/// Moves by whole pixels of the screen and does nothing else.
-bool isWholeShift(const Vecta::Transform& toScene)
-{
-    const Vecta::Transform onPixels = onScreen(toScene);
-    return toScene.m11 == 1.f && toScene.m22 == 1.f && toScene.m12 == 0.f && toScene.m21 == 0.f && isWhole(onPixels.dx)
-        && isWhole(onPixels.dy);
-}
-
 Vecta::Rect moved(const Vecta::Rect& r, Vecta::Vector2f by)
 {
     return {r.x + by.x, r.y + by.y, r.width, r.height};
@@ -294,8 +278,7 @@ WidgetLayer* DamageTracker::accountForRoot(Widget& root, const Surroundings& abo
 {
     const WidgetRecords& records = WidgetRecords::of(root);
     const bool shows = above.isVisible && records.isShown();
-    WidgetLayer* const kept =
-        m_layers.update(root, toScene, shows, above.clip == Surroundings::kEverywhere && isWholeShift(above.toScene));
+    WidgetLayer* const kept = m_layers.update(root, toScene, shows && above.clip == Surroundings::kEverywhere);
     WidgetLayer& layer = *records.drawing.layer;
     const Outline before = layer.outline.moved(layer.place);
     layer.place = {toScene.dx, toScene.dy};

@@ -60,7 +60,7 @@ Surroundings Surroundings::within(const Widget& parent, Covered covered) const
         result.layer = drawing.layer && drawing.layer->isKept ? drawing.layer.get() : nullptr;
         result.corner = {result.toScene.dx, result.toScene.dy};
         // To move a picture leaves its pixels as they are.
-        result.isRepainted = covered == Covered::All || drawing.childrenMoveQueued;
+        result.isRepainted = false;
     }
     return result;
 }
