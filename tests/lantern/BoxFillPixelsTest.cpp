@@ -110,6 +110,33 @@ TEST_CASE("box fill: a gradient lies in its tile, which repeats where it may")
     CHECK(qRed(filled.picture().pixel(71, 65)) > 220);
 }
 
+TEST_CASE("box fill: the colours of a gradient are those of their places, however the box is turned")
+{
+    // Its tile covers the box, reaches further or leaves a strip free: pixels in the middle have the same colours.
+    for (const Vecta::Rect tile :
+         {Vecta::Rect{-30.f, -20.f, 60.f, 40.f}, Vecta::Rect{-31.f, -22.f, 70.f, 50.f}, Vecta::Rect{-30.f, -20.f, 58.f, 38.f}})
+        for (const auto kind : {Gradient::Kind::Linear, Gradient::Kind::Radial})
+            for (const double degrees : {0.0, 24.0, 180.0}) {
+                CAPTURE(tile.width);
+                CAPTURE(degrees);
+                Filled filled;
+                filled.degrees = degrees;
+                filled.fill.gradient = {
+                    kind, {3.f, -2.f}, {41.f, 30.f}, {{0.f, kRed}, {0.4f, kBlue}, {0.4f, kRed}, {0.9f, kBlue}}};
+                filled.fill.tile = tile;
+                const QImage image = filled.picture();
+                const GradientColors colors(filled.fill.gradient, 1.0);
+                const QTransform toBox = QTransform::fromTranslate(60.0, 50.0).rotate(degrees).inverted();
+                for (const QPoint pixel : {QPoint(60, 50), QPoint(48, 43), QPoint(73, 54), QPoint(52, 57)}) {
+                    const QPointF place = toBox.map(QPointF(pixel) + QPointF(0.5, 0.5));
+                    const QRgb expected = colors.at(place.x() - double(tile.x), place.y() - double(tile.y));
+                    const QRgb drawn = image.pixel(pixel);
+                    CHECK(std::abs(qRed(drawn) - qRed(expected)) <= 1);
+                    CHECK(std::abs(qBlue(drawn) - qBlue(expected)) <= 1);
+                }
+            }
+}
+
 TEST_CASE("box fill: a picture fills its tile, and repeats across its edges")
 {
     Filled filled;

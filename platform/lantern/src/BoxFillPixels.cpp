@@ -64,6 +64,8 @@ BoxFillPixels::BoxFillPixels(const QRect& area, const QTransform& toDevice, cons
         m_color = scaledPixel(pixelOf(toQt(fill.color.premultiplied())), m_opacity);
         isOpaque = m_color >> 24 == 255u;
     }
+    m_isOneGradient = m_hasTile && fill.image.isNull() && m_gradient.isLinear() && fill.tile.x <= box.rect.x
+        && fill.tile.right() >= box.rect.right() && fill.tile.y <= box.rect.y && fill.tile.bottom() >= box.rect.bottom();
     const bool fillsX = m_repeatsX || (fill.tile.x <= box.rect.x && fill.tile.right() >= box.rect.right());
     const bool fillsY = m_repeatsY || (fill.tile.y <= box.rect.y && fill.tile.bottom() >= box.rect.bottom());
     m_isSolid = isOpaque && (!m_hasTile || (fillsX && fillsY));
@@ -124,10 +126,28 @@ void BoxFillPixels::draw(QRgb* row, int y, int begin, int end, const PixelSpan& 
     const int fullBegin = std::clamp(full.fullBegin, begin, end);
     const int fullEnd = std::clamp(full.fullEnd, fullBegin, end);
     drawEdge(row, y, begin, fullBegin);
-    for (int column = fullBegin; column < fullEnd; ++column) {
-        const QRgb source = pixel(m_places.x(column, y), m_places.y(column, y));
-        row[column] = m_isSolid ? source : blendedPixel(source, row[column]);
-    }
+    drawFull(row, y, fullBegin, fullEnd);
     drawEdge(row, y, fullEnd, end);
+}
+
+void BoxFillPixels::drawFull(QRgb* row, int y, int begin, int end) const
+{
+    const auto draw = [&](auto sourceAt) {
+        for (int column = begin; column < end; ++column)
+            row[column] = m_isSolid ? sourceAt(column) : blendedPixel(sourceAt(column), row[column]);
+    };
+    if (!m_hasTile) {
+        draw([this](int) { return m_color; });
+        return;
+    }
+    if (!m_isOneGradient) {
+        draw([&](int column) { return pixel(m_places.x(column, y), m_places.y(column, y)); });
+        return;
+    }
+    const auto offsetOf = [&](int column) {
+        return m_gradient.offsetOf(m_places.x(column, y) - m_tileX, m_places.y(column, y) - m_tileY);
+    };
+    const double first = offsetOf(0), perColumn = offsetOf(1) - first;
+    draw([&](int column) { return m_gradient.atOffset(first + column * perColumn); });
 }
 }

@@ -21,6 +21,8 @@ public:
 
 private:
     void drawEdge(QRgb* row, int y, int begin, int end) const;
+    /// Pixels that the box covers.
+    void drawFull(QRgb* row, int y, int begin, int end) const;
     [[nodiscard]] QRgb pixel(double x, double y) const;
     [[nodiscard]] QRgb picturePixel(double x, double y) const;
 
@@ -37,6 +39,7 @@ private:
     unsigned m_opacity;
     QRgb m_color = 0;
     bool m_hasTile = false;
+    bool m_isOneGradient = false; ///< one copy of a linear gradient covers the box
     bool m_repeatsX, m_repeatsY;
     double m_tileX, m_tileY, m_tileWidth, m_tileHeight;
 };

@@ -19,8 +19,11 @@ GradientColors::GradientColors(const Gradient& gradient, double opacity) : m_isR
         const auto component = [alpha](float value) { return std::clamp(double(value), 0.0, 1.0) * alpha; };
         m_stops.push_back({double(stop.offset),
                            {alpha, component(stop.color.red), component(stop.color.green), component(stop.color.blue)},
-                           double(stop.exponent)});
+                           double(stop.exponent),
+                           0.0});
     }
+    for (std::size_t i = 0; i + 1 < m_stops.size(); ++i)
+        m_stops[i].perOffset = inverse(m_stops[i + 1].offset - m_stops[i].offset);
     m_fromX = double(gradient.from.x);
     m_fromY = double(gradient.from.y);
     if (m_isRadial) {

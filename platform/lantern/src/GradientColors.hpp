@@ -18,9 +18,17 @@ public:
     /// `opacity` 0..1.
     GradientColors(const Gradient& gradient, double opacity);
     /// Premultiplied, at a place of the tile. Called for each pixel, so it is inline.
-    [[nodiscard]] QRgb at(double x, double y) const
+    [[nodiscard]] QRgb at(double x, double y) const { return atOffset(offsetOf(x, y)); }
+    /// Whether offsets change by the same from place to place.
+    [[nodiscard]] bool isLinear() const { return !m_isRadial; }
+    /// How far between the ends of the gradient a place lies, 0..1 and beyond.
+    [[nodiscard]] double offsetOf(double x, double y) const
     {
-        const double offset = offsetOf(x, y);
+        const double across = (x - m_fromX) * m_perX, along = (y - m_fromY) * m_perY;
+        return m_isRadial ? std::sqrt(across * across + along * along) : across + along;
+    }
+    [[nodiscard]] QRgb atOffset(double offset) const
+    {
         // Where two stops lie at one place the later one counts from there on.
         std::size_t next = 0;
         while (next < m_stops.size() && m_stops[next].offset <= offset)
@@ -29,7 +37,7 @@ public:
             return rounded(m_stops[next == 0 ? 0 : next - 1].color);
         const Stop& before = m_stops[next - 1];
         const Stop& after = m_stops[next];
-        const double way = (offset - before.offset) / (after.offset - before.offset);
+        const double way = (offset - before.offset) * before.perOffset;
         const double part = after.exponent == 1.0 ? way : std::pow(way, after.exponent);
         double mixed[4];
         for (int i = 0; i < 4; ++i)
@@ -42,14 +50,10 @@ private:
     struct Stop
     {
         double offset;
-        double color[4]; ///< alpha, red, green, blue, premultiplied, 0..255
-        double exponent; ///< as of Gradient::Stop
+        double color[4];        ///< alpha, red, green, blue, premultiplied, 0..255
+        double exponent;        ///< as of Gradient::Stop
+        double perOffset = 0.0; ///< of the way to the next one
     };
-    [[nodiscard]] double offsetOf(double x, double y) const
-    {
-        const double across = (x - m_fromX) * m_perX, along = (y - m_fromY) * m_perY;
-        return m_isRadial ? std::sqrt(across * across + along * along) : across + along;
-    }
     [[nodiscard]] static QRgb rounded(const double (&color)[4])
     {
         const auto component = [&color](int i) { return unsigned(int(color[i] + 0.5)); };
