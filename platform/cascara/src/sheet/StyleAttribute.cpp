@@ -21,8 +21,9 @@ bool isWrittenAs(const Facet::StyleValue& value, QString* error)
 QStringList StyleAttribute::kinds()
 {
     // In the order of Kind.
-    return {QStringLiteral("yes/no"), QStringLiteral("number"), QStringLiteral("whole number"),
-            QStringLiteral("text"),   QStringLiteral("list"),   QStringLiteral("colour")};
+    static const QStringList all{QStringLiteral("yes/no"), QStringLiteral("number"), QStringLiteral("whole number"),
+                                 QStringLiteral("text"),   QStringLiteral("list"),   QStringLiteral("colour")};
+    return all;
 }
 
 StyleAttribute::StyleAttribute(QString name, const QString& kind) : m_name(std::move(name))

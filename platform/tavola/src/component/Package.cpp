@@ -114,8 +114,9 @@ std::shared_ptr<Package> Package::fromEntries(const QJsonObject& json, const QSt
         package->m_name = QFileInfo(fileName).completeBaseName();
 
     const JsonEntries components = root.inner(key);
-    for (const QString& name : components.object().keys()) {
-        const QJsonValue declaration = components.value(name);
+    for (auto entry = components.object().begin(); entry != components.object().end(); ++entry) {
+        const QString name = entry.key();
+        const QJsonValue declaration = entry.value();
         if (isDeclaration(declaration, components, name))
             package->m_components.emplace(name, std::make_shared<ComponentDefinition>(name, declaration.toObject()));
     }

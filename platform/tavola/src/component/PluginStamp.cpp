@@ -8,7 +8,9 @@
 #include <vector>
 
 #include <elf.h>
+#include <fcntl.h>
 #include <link.h>
+#include <unistd.h>
 
 namespace Tavola
 {
@@ -18,7 +20,20 @@ constexpr char kOwner[] = "TAVOLA";
 constexpr char kLoaderOwner[] = "GNU";
 constexpr quint32 kStampType = 1;
 /// The notes lie at the beginning of a file.
-constexpr qint64 kReadBytes = 8192;
+constexpr int kReadBytes = 8192;
+
+/// Empty for a file that cannot be read.
+QByteArray startOf(const QString& path)
+{
+    const int file = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    if (file < 0)
+        return {};
+    QByteArray start(kReadBytes, Qt::Uninitialized);
+    const ssize_t count = ::read(file, start.data(), std::size_t(start.size()));
+    ::close(file);
+    start.truncate(int(std::max<ssize_t>(count, 0)));
+    return start;
+}
 
 quint32 padded(quint32 size)
 {
@@ -89,10 +104,7 @@ int compareLibrary(dl_phdr_info* library, std::size_t, void* data)
 
 QByteArray pluginStamp(const QString& path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-        return {};
-    const QByteArray start = file.read(kReadBytes);
+    const QByteArray start = startOf(path);
     ElfW(Ehdr) head;
     if (start.size() < int(sizeof(head)))
         return {};

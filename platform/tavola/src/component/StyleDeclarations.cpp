@@ -10,12 +10,13 @@ namespace
 QStringList namesOf(const JsonEntries& entries, const QString& key)
 {
     QStringList names;
-    const QJsonArray list = entries.list(key, "names");
-    for (int i = 0; i < list.size(); ++i) {
-        if (list.at(i).isString())
-            names.append(list.at(i).toString());
+    int index = 0;
+    for (const QJsonValue& name : entries.list(key, "names")) {
+        if (name.isString())
+            names.append(name.toString());
         else
-            entries.skip(QStringLiteral("%1[%2]").arg(key, QString::number(i)), QStringLiteral("expected a name"));
+            entries.skip(QStringLiteral("%1[%2]").arg(key, QString::number(index)), QStringLiteral("expected a name"));
+        ++index;
     }
     return names;
 }
@@ -24,8 +25,10 @@ std::vector<Cascara::StyleAttribute> attributesOf(const JsonEntries& attributes)
 {
     const QStringList kinds = Cascara::StyleAttribute::kinds();
     std::vector<Cascara::StyleAttribute> result;
-    for (const QString& name : attributes.object().keys()) {
-        const QJsonValue values = attributes.value(name);
+    result.reserve(std::size_t(attributes.object().size()));
+    for (auto entry = attributes.object().begin(); entry != attributes.object().end(); ++entry) {
+        const QString name = entry.key();
+        const QJsonValue values = entry.value();
         if (values.isArray()) {
             const QStringList words = namesOf(attributes, name);
             if (!words.isEmpty())
@@ -50,14 +53,18 @@ std::vector<Cascara::StyleType> readStyleDeclarations(const QJsonValue& styles, 
     std::vector<Cascara::StyleType> result;
     const JsonEntries types = JsonEntries::of(styles, QStringLiteral("styles"), skip);
     const QStringList own = types.object().keys();
-    for (const QString& name : own) {
-        if (!types.value(name).isObject()) {
+    const QStringList known{QStringLiteral("is"), QStringLiteral("attributes"), QStringLiteral("classes"),
+                            QStringLiteral("states")};
+    result.reserve(std::size_t(own.size()));
+    for (auto entry = types.object().begin(); entry != types.object().end(); ++entry) {
+        const QString name = entry.key();
+        const QJsonValue declaration = entry.value();
+        if (!declaration.isObject()) {
             types.skip(name, QStringLiteral("expected an object such as { \"is\": \"Widget\", \"attributes\": {} }"));
             continue;
         }
-        const JsonEntries type = types.inner(name);
-        type.checkKnown(
-            {QStringLiteral("is"), QStringLiteral("attributes"), QStringLiteral("classes"), QStringLiteral("states")});
+        const JsonEntries type(declaration.toObject(), types.placeOf(name), skip);
+        type.checkKnown(known);
         const QString base = type.text(QStringLiteral("is"));
         if (!base.isEmpty() && !own.contains(base) && !Cascara::StyleVocabulary::hasType(base))
             type.skip(QStringLiteral("is"),
