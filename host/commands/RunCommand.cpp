@@ -11,6 +11,7 @@
 #include "window/Display.hpp"
 #include "window/TableWindow.hpp"
 
+#include <Bedrock/LargeHeap.hpp>
 #include <Bedrock/LogText.hpp>
 #include <Trellis/Application.hpp>
 
@@ -131,6 +132,8 @@ int runTable(const RunOptions& options, const TableLog& log)
 
 int RunCommand::run(RunOptions::Command command, const QStringList& arguments, char* program)
 {
+    // About what a table with a few pictures and languages has in its heap after its first frames.
+    Bedrock::useLargeHeapPages(std::size_t(8) << 20);
     auto options = RunOptions::parse(arguments, command);
     if (!options) {
         if (options.error().code != 0)
