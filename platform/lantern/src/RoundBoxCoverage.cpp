@@ -22,6 +22,11 @@ RoundBoxCoverage::RoundBoxCoverage(const RoundBox& box, double pixelsPerUnit)
         if (rx > 0.0 && ry > 0.0)
             m_corners[std::size_t(m_cornerCount++)] = {cornerX - signX * rx, cornerY - signY * ry, signX, signY, rx, ry};
     };
+    const auto& c = box.corners;
+    m_straightLeft = m_left + double(std::max(c.topLeft.x, c.bottomLeft.x));
+    m_straightRight = m_right - double(std::max(c.topRight.x, c.bottomRight.x));
+    m_straightTop = m_top + double(std::max(c.topLeft.y, c.topRight.y));
+    m_straightBottom = m_bottom - double(std::max(c.bottomLeft.y, c.bottomRight.y));
     add(box.corners.topLeft, m_left, m_top, -1.0, -1.0);
     add(box.corners.topRight, m_right, m_top, 1.0, -1.0);
     add(box.corners.bottomRight, m_right, m_bottom, 1.0, 1.0);
@@ -30,7 +35,8 @@ RoundBoxCoverage::RoundBoxCoverage(const RoundBox& box, double pixelsPerUnit)
 
 double RoundBoxCoverage::at(double x, double y) const
 {
-    for (int i = 0; i < m_cornerCount; ++i) {
+    const bool isBesideCorners = (x >= m_straightLeft && x <= m_straightRight) || (y >= m_straightTop && y <= m_straightBottom);
+    for (int i = 0; i < (isBesideCorners ? 0 : m_cornerCount); ++i) {
         const Corner& corner = m_corners[std::size_t(i)];
         const double across = (x - corner.centreX) * corner.signX;
         const double along = (y - corner.centreY) * corner.signY;

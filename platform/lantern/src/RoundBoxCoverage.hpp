@@ -24,6 +24,8 @@ private:
         double radiusX, radiusY;
     };
     double m_left = 0.0, m_top = 0.0, m_right = 0.0, m_bottom = 0.0;
+    /// Between these no corner is round.
+    double m_straightLeft = 0.0, m_straightTop = 0.0, m_straightRight = 0.0, m_straightBottom = 0.0;
     double m_scale = 1.0;
     std::array<Corner, 4> m_corners{};
     int m_cornerCount = 0; ///< those that are round
