@@ -118,8 +118,9 @@ TEST_CASE("marker filters: a range keeps its place in the list and both of its b
 TEST_CASE("marker filters: single codes are a set of load factor 1, in which a code is once")
 {
     CHECK(filtersOf("4,4,4").singleCodes.size() == 1);
-    const auto filters = filtersOf("1");
+    const MarkerFilters filters;
     CHECK(filters.singleCodes.max_load_factor() == 1.f);
+    // Before the first code: with one, every set has more.
     CHECK(filters.singleCodes.bucket_count() >= 10);
 }
 

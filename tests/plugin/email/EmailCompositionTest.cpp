@@ -204,6 +204,7 @@ TEST_CASE("body: the links and the name are put into the template")
         {"no links, in their place", "[<links>]", {}, "Ann", "[\n]"},
         {"nothing at all", "", {}, "Ann", "\n"},
         {"places for the links in other letters", "[<Links>][<LINKS>]", {"a"}, "Ann", "[<Links>][<LINKS>]\na\n\n"},
+        {"a place for the links, and one in other letters", "[<LINKS>][<links>]", {"a"}, "Ann", "[<LINKS>][\na\n\n]"},
         {"several names, in other letters, too",
          "<name>, <name>! <Name> <NAME> <links>",
          {},
@@ -288,11 +289,13 @@ TEST_CASE("files: one that cannot be opened is left out with a warning, the rest
     const QString missing = post.folder.filePath("fehlt ä 100%s.png");
     expectWarning("createMessage # Failed to open file " + missing.toStdString() + " for reading");
     expectWarning("createMessage # Failed to open file " + post.folder.path().toStdString() + " for reading");
+    expectWarning("createMessage # Failed to open file :/none.png for reading");
     post.service->setTemplate("Hello.");
     const auto message = post.message({{"http://a", true},
                                        {missing, false},
                                        {post.file("a.txt"), false},
                                        {post.folder.path(), false}, // a folder is no file
+                                       {":/none.png", false},       // an absolute path all the same
                                        {"http://b", true}});
     REQUIRE(message.attachments().size() == 1);
     CHECK(message.attachments()[0].fileName == "a.txt");

@@ -3,6 +3,8 @@
 #include "LogCapture.hpp"
 #include "OpenSpace.hpp"
 
+#include <Trellis/FadeAnimator.hpp>
+
 #include <doctest/doctest.h>
 
 #include <stdexcept>
@@ -212,6 +214,26 @@ TEST_CASE("sending: it closes the open tooltip")
     CHECK(mail.tooltips().size() == 1);
     mail.host.frame(0.02);
     CHECK(mail.tooltips().empty());
+}
+
+TEST_CASE("sending: the tooltip closes, then the address form goes, then the sending view shows")
+{
+    Mail mail;
+    mail.widget->setProperties({"Ann", "", ""});
+    mail.host.style("PersonalSpaceWidget.waiting-to-send-email { space-title: \"Where to?\" }"
+                    "PersonalSpaceWidget.sending-email { space-title: \"Under way\" }");
+    mail.tapEnvelope();
+    mail.write("ann@example.org");
+    mail.tapInfo();
+    REQUIRE(mail.tooltips().size() == 1);
+    const Bedrock::IntrusivePtr<Trellis::Widget> tooltip(mail.tooltips().front());
+    Strings steps;
+    mail.text("space-title").addListener([&] {
+        steps.push_back(mail.text("space-title").value().toStdString()
+                        + (Trellis::FadeAnimator::isFadingOut(*tooltip) ? ", closing" : ", open"));
+    });
+    mail.tapEnvelope();
+    CHECK(steps == Strings{", closing", "Under way, closing"});
 }
 
 TEST_CASE("sending: a finger on the envelope starts it")
@@ -464,6 +486,15 @@ TEST_CASE("closed: on success the stored items of the code are removed all the s
     CHECK(analyticsOf(mail.host) == Strings{widgetInEmail(71, "Ann", "ann@example.org"), emailSent("Ann", "ann@example.org")});
 }
 
+TEST_CASE("closed: on success items that were collected meanwhile are removed as well")
+{
+    SentMail mail;
+    mail.close();
+    mail.addItem("http://two");
+    mail.succeed();
+    CHECK(mail.contents->items().empty());
+}
+
 TEST_CASE("closed: on failure it is logged and counted, and the stored items stay")
 {
     for (const bool isException : {false, true}) {
@@ -536,6 +567,17 @@ TEST_CASE("address: without one the envelope opens the form and sends nothing")
     CHECK(mail.field().text().isEmpty());
     CHECK(mail.service->created() == 0);
     CHECK(mail.host.analytics().empty());
+}
+
+TEST_CASE("address: the form shows when the input is emptied for it")
+{
+    Mail mail;
+    mail.widget->setProperties({"Ann", "", ""});
+    mail.write("half a name");
+    std::vector<Strings> classes;
+    mail.field().editor()->eventAddListener("text-changed", [&] { classes.push_back(classesOf(*mail.widget)); });
+    mail.tapEnvelope();
+    CHECK(classes == std::vector<Strings>{{"email-mode", "waiting-to-send-email"}});
 }
 
 TEST_CASE("address: the envelope sends once it is written, and the form closes")
@@ -686,4 +728,15 @@ TEST_CASE("sending: an empty space of a shared store claims nothing")
     mail.tapEnvelope();
     CHECK(mail.store->claims.empty());
     CHECK(mail.service->sent().size() == 1);
+}
+
+TEST_CASE("sending: a table whose store is its own asks it for nothing, and sends everything with the tap")
+{
+    SharedMail mail;
+    mail.store->shared = false;
+    mail.tapEnvelope();
+    CHECK(mail.store->claims.empty());
+    REQUIRE(mail.service->sent().size() == 1);
+    CHECK(mail.service->sent().front().content.contains("http://one"));
+    CHECK(mail.service->sent().front().content.contains("http://two"));
 }

@@ -90,6 +90,16 @@ TEST_CASE("properties: they are set above the style sheet")
     CHECK(space.shown("title") == "Hi, Style");
 }
 
+TEST_CASE("properties: the name is set before the address")
+{
+    OpenSpace space(false);
+    Strings changes;
+    for (const char* name : {"user-name", "user-email"})
+        space.text(name).addListener([&changes, name] { changes.emplace_back(name); });
+    space.widget->setProperties({"Ann", "ann@example.org", ""});
+    CHECK(changes == Strings{"user-name", "user-email"});
+}
+
 TEST_CASE("info: the link is the owner's address in e-mail mode, breaks are lines")
 {
     OpenSpace space(false);

@@ -83,6 +83,22 @@ TEST_CASE("tile: it does not fade in yet when the space says whether it is empty
     CHECK(area.tile().opacity() == 0.f);
 }
 
+TEST_CASE("tile: the space is empty once the last item is gone, also while tiles are still to go")
+{
+    const auto code = newCode();
+    const auto contents = PersonalSpaceContents::personalContent(code);
+    // Runs before the area's own listener.
+    const auto listener = contents->eventAddListener("item-removed", [&] { contents->removeItems(); });
+    Area area(code);
+    const long first = area.addItem();
+    area.addItem();
+    EventLog log;
+    log.listen(*area.widget, "empty", EventLog::Payload::Int32);
+    contents->removeItem(first);
+    CHECK(log.lines == Strings{"empty 1", "empty 1"});
+    contents->eventRemoveListener(listener);
+}
+
 TEST_CASE("tile: an item that is removed while it is added leaves no tile")
 {
     Area area;

@@ -154,6 +154,17 @@ TEST_CASE("cancel: the classes of the views go at once, and the initial view com
     CHECK(space.hasClass("initial-view"));
 }
 
+TEST_CASE("cancel: the initial view shows when the input is emptied")
+{
+    OpenSpace space;
+    space.tapEnvelope();
+    space.write("half an address");
+    std::vector<Strings> classes;
+    space.field().editor()->eventAddListener("text-changed", [&] { classes.push_back(classesOf(*space.widget)); });
+    space.tapCancel();
+    CHECK(classes == std::vector<Strings>{{"email-mode", "initial-view"}});
+}
+
 TEST_CASE("cancel: the input field goes on to accept what it accepted before")
 {
     Writing space;

@@ -68,6 +68,8 @@ private:
 };
 
 const QByteArray kNotFound = "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
+/// With a reason in Latin-1, the letters of HTTP's heads.
+const QByteArray kGone = "HTTP/1.1 410 Gel\xf6scht\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
 
 /// A downloader, a server of pictures and a folder for them, all new.
 struct Icons
@@ -188,7 +190,7 @@ TEST_CASE("icon downloader: a file that is there counts as the picture, even an 
 
 TEST_CASE("icon downloader: an error of the network fails the future, and a later request tries again")
 {
-    for (const QByteArray& answer : {kNotFound, QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 4000\r\n\r\nhalf")}) {
+    for (const QByteArray& answer : {kNotFound, kGone, QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 4000\r\n\r\nhalf")}) {
         CAPTURE(answer.toStdString());
         Icons icons;
         icons.server.serveRaw("/qr.png", answer);

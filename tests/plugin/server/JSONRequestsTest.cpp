@@ -122,6 +122,7 @@ TEST_CASE("uploadable: the value that is sent for the files of an item, and its 
         {"umlauts stay readable", {"www.example.org/gr\u00fc\u00dfe"}, "", "http://www.example.org/gr\u00fc\u00dfe", "url"},
         {"a text that is no address stays as it is", {"x y"}, "", "x y", "url"},
         {"a relative path counts as an address", {"docs/a"}, "", "http://docs/a", "url"},
+        {"a path into a program's own resources is absolute", {":/pictures/sun.png"}, "", "sun.png", "filename"},
     };
     for (const Row& row : rows) {
         CAPTURE(row.what);
@@ -130,6 +131,15 @@ TEST_CASE("uploadable: the value that is sent for the files of an item, and its 
         CHECK(item.kind == row.kind);
         CHECK(item.displayName == "Sun");
     }
+}
+
+TEST_CASE("uploadable: the files beside the main file are not sent")
+{
+    PersonalSpaceContents::Item item;
+    item.files.file = "/b/main.pdf";
+    item.files.files = QList<QString>{"/b/first.png", "/b/second.png"};
+    item.files.url = "http://example.org/more";
+    CHECK(Tavola::parseFiles(item).value == "main.pdf");
 }
 
 TEST_CASE("uploadable: a record made by default has no kind")

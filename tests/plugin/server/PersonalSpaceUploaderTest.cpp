@@ -308,6 +308,10 @@ TEST_CASE("uploader: texts of the server are logged as UTF-8, percent signs incl
     space.uploader.uploadItem(space.addItem("http://a"));
     expectWarning(kUploadFailed + "100 %s für\nResponse was : {\"error\":\"100 %s für\"}");
     space.answer(0, {{"error", QString::fromUtf8("100 %s für")}});
+
+    space.uploader.removeItem(space.addItem("http://b", ItemStatus::Uploaded));
+    expectWarning(kDeleteFailed + "100 %s für\nResponse was : {\"error\":\"100 %s für\"}");
+    space.answer(1, {{"error", QString::fromUtf8("100 %s für")}});
 }
 
 TEST_CASE("uploader: the answer for an item that was removed meanwhile does not restore it")
