@@ -180,6 +180,28 @@ TEST_CASE("layer keeper: below a shift by parts of a pixel, and in what cuts its
     CHECK(settled() == 0);
 }
 
+TEST_CASE("layer keeper: below a turn, and a shift by parts of a pixel in either direction, nothing waits to be kept")
+{
+    Table table;
+    const auto waits = [&] {
+        table.group.setScale(1.2f);
+        table.draw();
+        table.group.setScale(1.f);
+        table.draw();
+        return table.scene.app.needsFrame();
+    };
+    for (const Vecta::Vector2f place : {Vecta::Vector2f{0.5f, 0.f}, {0.f, 0.5f}, {0.1f, 0.f}, {0.f, 0.9f}}) {
+        CAPTURE(place.x);
+        table.main.setLocation(place);
+        CHECK_FALSE(waits());
+    }
+    // As whole as numbers are that a table has computed.
+    table.main.setLocation({1.f + 1.f / 128.f, -1.f / 128.f});
+    CHECK(waits());
+    table.main.setRotation(0.2f);
+    CHECK_FALSE(waits());
+}
+
 TEST_CASE("layer keeper: an upright box without children that throws a shadow or has a picture behind it is kept")
 {
     for (const char* look : {"box-shadow: 0 4px 12px black", "background-image: linear-gradient(red, blue)"}) {

@@ -13,6 +13,21 @@ namespace Trellis
 {
 namespace
 {
+/// Scaled places have the accuracy of a float.
+constexpr float kWholePx = 1.f / 64.f;
+
+bool isWhole(float value)
+{
+    return std::abs(value - std::round(value)) <= kWholePx;
+}
+
+/// Moves by whole pixels of the screen and does nothing else.
+bool isWholeShift(const Vecta::Transform& toScene)
+{
+    const Vecta::Transform onPixels = onScreen(toScene);
+    return isUnscaled(toScene) && isWhole(onPixels.dx) && isWhole(onPixels.dy);
+}
+
 Vecta::Rect moved(const Vecta::Rect& r, Vecta::Vector2f by)
 {
     return {r.x + by.x, r.y + by.y, r.width, r.height};
@@ -278,7 +293,8 @@ WidgetLayer* DamageTracker::accountForRoot(Widget& root, const Surroundings& abo
 {
     const WidgetRecords& records = WidgetRecords::of(root);
     const bool shows = above.isVisible && records.isShown();
-    WidgetLayer* const kept = m_layers.update(root, toScene, shows && above.clip == Surroundings::kEverywhere);
+    const bool isPlain = above.clip == Surroundings::kEverywhere && isWholeShift(above.toScene);
+    WidgetLayer* const kept = m_layers.update(root, toScene, shows && isPlain);
     WidgetLayer& layer = *records.drawing.layer;
     const Outline before = layer.outline.moved(layer.place);
     layer.place = {toScene.dx, toScene.dy};

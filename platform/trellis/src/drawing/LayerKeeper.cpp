@@ -94,7 +94,7 @@ void LayerKeeper::wait(Widget& widget, WidgetLayer& layer)
     m_waiting.push_back(&widget);
 }
 
-WidgetLayer* LayerKeeper::update(Widget& widget, const Vecta::Transform& toScene, bool showsWhole)
+WidgetLayer* LayerKeeper::update(Widget& widget, const Vecta::Transform& toScene, bool mayBeKept)
 {
     DrawingRecord& drawing = WidgetRecords::of(widget).drawing;
     if (!drawing.layer)
@@ -103,7 +103,7 @@ WidgetLayer* LayerKeeper::update(Widget& widget, const Vecta::Transform& toScene
     const Vecta::Rect& reach = reachOf(widget).inParent;
     const Vecta::Vector2f scale = screenScale();
     const Vecta::Transform matrix = onScreen(toScene);
-    const bool canBeKept = showsWhole && std::isfinite(matrix.dx + matrix.dy) && isFinite(reach) && !reach.isEmpty()
+    const bool canBeKept = mayBeKept && std::isfinite(matrix.dx + matrix.dy) && isFinite(reach) && !reach.isEmpty()
         && !isPlainBox(widget, matrix) && reach.width * scale.x * reach.height * scale.y * 4.f <= float(m_store.budgetBytes());
     if (!canBeKept || !hasMatrix(layer, matrix)) {
         layer.isKept = false;

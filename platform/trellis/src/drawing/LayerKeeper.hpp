@@ -40,9 +40,10 @@ public:
     }
     /// The screen has another scale: nothing in `widget` is kept any more, and all that may be is placed anew.
     static void screenChanged(Widget& widget);
-    /// A layer root was moved, turned or otherwise changed. `showsWhole`: it is visible, and nothing above cuts any of it off.
-    /// Makes its layer, and returns it if it is kept, else null; its place is still the one before.
-    WidgetLayer* update(Widget& widget, const Vecta::Transform& toScene, bool showsWhole);
+    /// A layer root was moved, turned or otherwise changed. `mayBeKept`: it is visible, and what is above it cuts
+    /// nothing off, and moves it by whole pixels of the screen only. Makes its layer, and returns it if it is kept, else null;
+    /// its place is still the one before.
+    WidgetLayer* update(Widget& widget, const Vecta::Transform& toScene, bool mayBeKept);
     /// To be called once the changes in a layer root are accounted for: makes room for them in its picture, if it is kept. True
     /// when all of it must be drawn anew.
     static bool cover(Widget& root);
