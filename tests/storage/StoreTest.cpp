@@ -322,6 +322,26 @@ TEST_CASE("store: a change by another store is an event, its own changes are non
     }
 }
 
+TEST_CASE("store: what any of the jobs of one transaction changes is an event for other stores")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        Events events;
+        const auto store = database.store(boats(), events.settings());
+        const auto other = database.store(boats());
+        Outcomes outcomes;
+        Gate gate(*other);
+        other->post(
+            Kind::Write, [](Transaction& transaction) { return addBoat(transaction, "Ahti"); }, outcomes.note("changes"));
+        other->post(
+            Kind::Write, [](Transaction&) { return true; }, outcomes.note("changes nothing"));
+        gate.open();
+        CHECK(outcomes.wait(2).size() == 2);
+        CHECK(events.waitForChanges(1));
+    }
+}
+
 TEST_CASE("store: a change by another store is noticed although its own jobs never end")
 {
     for (const TestDatabase::Kind kind : TestDatabase::kinds()) {

@@ -18,7 +18,7 @@ void CollectionClaims::add(const QStringList& keys, const QString& owner, Claime
     m_nextAttempt = Clock::now();
 }
 
-bool CollectionClaims::ask(CollectionDatabase& database, bool isUsable, const IsOwn& isOwn, qint64 now)
+bool CollectionClaims::ask(CollectionDatabase& database, bool isUsable, const IsOwn& isOwn, qint64 now, Clock::time_point time)
 {
     m_nextAttempt = Clock::time_point::max();
     bool isGood = true;
@@ -26,19 +26,18 @@ bool CollectionClaims::ask(CollectionDatabase& database, bool isUsable, const Is
     for (Claim& claim : std::exchange(m_claims, {})) {
         const auto answer = isUsable && isGood ? database.claim(claim.keys, claim.owner, now) : std::nullopt;
         isGood = isGood && answer.has_value();
-        if (conclude(claim, answer, isOwn))
+        if (conclude(claim, answer, isOwn, time >= claim.latest))
             continue;
         const auto pause = answer ? std::chrono::seconds(answer->secondsLeft) : kPauseAfterFailedClaim;
-        m_nextAttempt = std::min({m_nextAttempt, claim.latest, Clock::now() + pause});
+        m_nextAttempt = std::min({m_nextAttempt, claim.latest, time + pause});
         waiting.push_back(std::move(claim));
     }
     m_claims = std::move(waiting);
     return isGood;
 }
 
-bool CollectionClaims::conclude(Claim& claim, const std::optional<CollectionClaim>& answer, const IsOwn& isOwn)
+bool CollectionClaims::conclude(Claim& claim, const std::optional<CollectionClaim>& answer, const IsOwn& isOwn, bool isOver)
 {
-    const bool isOver = Clock::now() >= claim.latest;
     // While another table is sending, an outage is no reason to send the same; it is one for a claim that meets it.
     const bool wasAsked = std::exchange(claim.wasAsked, true);
     const bool waits = answer ? answer->secondsLeft > 0 : wasAsked;

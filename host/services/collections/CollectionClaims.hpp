@@ -28,7 +28,8 @@ public:
     /// Asks for everything that was added and is not answered. `isUsable`: whether it is worth asking the database. `isOwn`:
     /// whether an item is not stored yet, so that no other table has it. `now`: in seconds since 1970. False when the database
     /// has failed.
-    [[nodiscard]] bool ask(CollectionDatabase& database, bool isUsable, const IsOwn& isOwn, qint64 now);
+    [[nodiscard]] bool ask(CollectionDatabase& database, bool isUsable, const IsOwn& isOwn, qint64 now,
+                           Clock::time_point time = Clock::now());
     /// When to ask again at the latest; Clock::time_point::max() where nothing waits. A change by another table is a reason, too.
     [[nodiscard]] Clock::time_point nextAttempt() const noexcept { return m_nextAttempt; }
 
@@ -42,7 +43,8 @@ private:
         bool wasAsked = false;
     };
     /// Whether the claim was answered.
-    [[nodiscard]] bool conclude(Claim& claim, const std::optional<CollectionClaim>& answer, const IsOwn& isOwn);
+    [[nodiscard]] static bool conclude(Claim& claim, const std::optional<CollectionClaim>& answer, const IsOwn& isOwn,
+                                       bool isOver);
 
     std::vector<Claim> m_claims;
     Clock::time_point m_nextAttempt = Clock::time_point::max();

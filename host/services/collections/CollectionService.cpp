@@ -231,9 +231,8 @@ void CollectionService::turn(std::unique_lock<std::mutex>& lock)
     if (isCleaning)
         m_nextCleaning = now + kCleaningPause;
     if (!isWritten) {
+        m_older = older;
         // What came meanwhile is the newer change of an item.
-        const CollectionChanges left = std::exchange(m_older, older);
-        m_older.enter(left.all());
         const CollectionChanges newer = std::exchange(m_changes, changes);
         m_changes.enter(newer.all());
     }

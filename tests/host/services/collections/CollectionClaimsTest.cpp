@@ -1,6 +1,7 @@
 #include "services/collections/CollectionClaims.hpp"
 
 #include "Folder.hpp"
+#include "SqliteFault.hpp"
 
 #include <doctest/doctest.h>
 
@@ -19,10 +20,14 @@ using ChangeKind = CollectionDatabase::Change::Kind;
 struct ClaimedStore
 {
     Folder folder;
-    CollectionDatabase database{
-        *CollectionPlace::of({}, folder.path(QStringLiteral("collections.sqlite"))),
-        {},
-        [](const QString& what, const QString& reason, const QString&) { FAIL((what + reason).toStdString()); }};
+    CollectionDatabase database{*CollectionPlace::of({}, folder.path(QStringLiteral("collections.sqlite"))),
+                                {},
+                                [this](const QString& what, const QString& reason, const QString&) {
+                                    CHECK_MESSAGE(isFaultExpected, (what + reason).toStdString());
+                                    ++faults;
+                                }};
+    bool isFaultExpected = false;
+    int faults = 0;
     CollectionClaims claims;
     QStringList answers; ///< the keys of each, joined
     qint64 now = 1000;
@@ -46,10 +51,11 @@ struct ClaimedStore
             answers << (claimed ? claimed->join(QLatin1Char(' ')) : QStringLiteral("not asked"));
         });
     }
-    bool ask(bool isUsable = true)
+    bool ask(bool isUsable = true, std::chrono::seconds later = {})
     {
         return claims.ask(
-            database, isUsable, [](const QString& key) { return key == QLatin1String("new"); }, now);
+            database, isUsable, [](const QString& key) { return key == QLatin1String("new"); }, now,
+            CollectionClaims::Clock::now() + later);
     }
 };
 }
@@ -107,4 +113,31 @@ TEST_CASE("collection claims: an outage fails a new one, and one that knows of a
     store.change(ChangeKind::Remove, "a-1");
     CHECK(store.ask());
     CHECK(store.answers == QStringList{"not asked", ""});
+}
+
+TEST_CASE("collection claims: one is answered with what it has after a little more than a minute, whatever other tables do")
+{
+    ClaimedStore store;
+    store.claim({"a-1", "a-2"});
+    CHECK(store.ask(true, std::chrono::seconds(60)));
+    CHECK(store.answers.isEmpty());
+    CHECK(store.ask(true, std::chrono::seconds(71)));
+    CHECK(store.answers == QStringList{"a-2"});
+    store.claim({"a-1"});
+    CHECK(store.ask());
+    CHECK_FALSE(store.ask(false, std::chrono::seconds(71)));
+    CHECK(store.answers.last() == "not asked");
+}
+
+TEST_CASE("collection claims: a database that fails is asked once for all that wait")
+{
+    ClaimedStore store;
+    const auto lost =
+        TestSupport::SqliteFault::lostTable(store.folder.path(QStringLiteral("collections.sqlite")), QStringLiteral("items"));
+    store.isFaultExpected = true;
+    store.claim({"a-1"});
+    store.claim({"a-2"});
+    CHECK_FALSE(store.ask());
+    CHECK(store.faults == 1);
+    CHECK(store.answers == QStringList{"not asked", "not asked"});
 }

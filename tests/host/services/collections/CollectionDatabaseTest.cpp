@@ -1,6 +1,7 @@
 #include "services/collections/CollectionDatabase.hpp"
 
 #include "Folder.hpp"
+#include "PostgresProxy.hpp"
 #include "SpoiltDatabase.hpp"
 #include "SqliteFault.hpp"
 #include "TestDatabase.hpp"
@@ -466,4 +467,34 @@ TEST_CASE("collection database: a table's copies of pictures go some time after 
         CHECK(other->removeBefore(0, 1000) == 0);
         CHECK(kept.previews() == (kept.place.isShared() ? QStringList{"a-2.png"} : QStringList{"a-1.png", "a-2.png"}));
     });
+}
+
+TEST_CASE("collection database: the end of the program bounds a database that is opened after it was announced, too")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    const Folder folder;
+    const TestDatabase database(TestDatabase::Kind::Postgres);
+    PostgresProxy proxy(database.address().port);
+    CollectionPlace place;
+    place.address = database.address();
+    place.address.port = proxy.port();
+    place.previews = folder.path(QStringLiteral("previews"));
+    int reports = 0;
+    // Far longer than the test's own limit; as long as opening takes on this machine.
+    CollectionDatabase::Settings settings;
+    settings.deadline = std::chrono::hours(1);
+    std::unique_ptr<CollectionDatabase> table;
+    for (std::chrono::milliseconds end(200); !table; end *= 2) {
+        auto opened = std::make_unique<CollectionDatabase>(
+            place, settings, [&reports](const QString&, const QString&, const QString&) { ++reports; });
+        opened->endWithin(end);
+        if (opened->open())
+            table = std::move(opened);
+    }
+    reports = 0;
+    proxy.freeze();
+    CHECK_FALSE(table->apply({change(Kind::Add, 7, "a-1")}, 1000));
+    CHECK(table->wasAway());
+    CHECK(reports == 1);
 }

@@ -185,6 +185,42 @@ TEST_CASE("collection service: a folder that is moved away is made anew, and wha
     kept.isIn(0, false);
 }
 
+TEST_CASE("collection service: a folder that is moved away is made anew for what is read, too")
+{
+    KeptByService kept;
+    kept.path = kept.folder.path(QStringLiteral("data/collections/collections.sqlite"));
+    kept.open();
+    kept.service->change(serviceChange(Kind::Add, "a-1", "one"));
+    kept.service->waitUntilIdle();
+    REQUIRE(QDir(kept.folder.path()).rename(QStringLiteral("data"), QStringLiteral("away")));
+    CHECK(kept.items() == QStringList{"unreadable"});
+    kept.service->retry();
+    CHECK(kept.items().isEmpty());
+    kept.isIn(0, false);
+}
+
+TEST_CASE("collection service: what could not be brought to the table's disk is with each attempt to write it to the database")
+{
+    KeptByService kept;
+    const QString unwritten = kept.folder.path(QStringLiteral("unwritten"));
+    REQUIRE(QDir().mkdir(unwritten));
+    const SpoiltDatabase locked(kept.path, SpoiltDatabase::Kind::Locked);
+    TestSupport::expectWarningStartingWith(kept.told("open"));
+    TestSupport::expectWarningStartingWith("CollectionService # Failed to write " + unwritten.toStdString()
+                                           + ": Is a directory (free space on the disk");
+    kept.open(0, std::chrono::milliseconds(20));
+    kept.service->change(serviceChange(Kind::Add, "a-1", "one"));
+    kept.service->waitUntilIdle();
+    kept.isIn(1, true);
+    REQUIRE(QDir().rmdir(unwritten));
+    kept.service->retry();
+    kept.service->waitUntilIdle();
+    QFile file(unwritten);
+    REQUIRE(file.open(QIODevice::ReadOnly));
+    CHECK(file.readAll().count('\n') == 1);
+    kept.service.reset();
+}
+
 TEST_CASE("collection service: what could not be written when the table closed is written at its next start, in order")
 {
     KeptByService kept;
@@ -466,6 +502,8 @@ TEST_CASE(
     proxy.freeze();
     one.service->change(serviceChange(Kind::Add, "a-1", "one"));
     CHECK(TestSupport::pumpUntil([&one] { return one.service->state().value(QLatin1String("failed")).toBool(); }));
+    // It is waited for once: nothing is read from a server that could not be written.
+    CHECK(one.names() == QStringList{"unreadable"});
     other.service->change(serviceChange(Kind::Add, "b-1", "two"));
     CHECK(other.names() == QStringList{"two"});
     proxy.thaw();
