@@ -184,7 +184,7 @@ void ContentReceiver::takePiece(const Asked& asked, const QByteArray& piece, con
         return answerState(asked, reply);
     if (m_placing.count(asked.id.name) != 0)
         return reply->send(error(503, QStringLiteral("\"%1\" is being checked.").arg(asked.id.name)));
-    if (asked.from > asked.size || piece.size() > asked.size - asked.from)
+    if (piece.size() > asked.size - asked.from)
         return reply->send(error(400, QStringLiteral("The piece goes beyond the end of the file.")));
     const auto received = m_files.append(asked.id, asked.from, piece);
     if (!received)

@@ -1,6 +1,7 @@
 #include "items/ItemStore.hpp"
 
 #include <EventLoop.hpp>
+#include <PostgresProxy.hpp>
 #include <TestDatabase.hpp>
 
 #include <doctest/doctest.h>
@@ -116,6 +117,33 @@ TEST_CASE("items on any database: a secret is remembered until it changes, here 
         REQUIRE(other->renewToken(7));
         CHECK(TestSupport::pumpUntil([&one] { return one->rememberedToken(7).isNull(); }));
         CHECK(found() == *other->tokenFor(7));
+        CHECK(found() == one->rememberedToken(7));
+        CHECK(one->removeOlderThan(-1) == 1); // a page goes with its secret
+        CHECK(one->rememberedToken(7).isNull());
+    }
+}
+
+TEST_CASE("items on any database: a server that has just failed to answer is not asked for as long as that took")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    const TestDatabase database(TestDatabase::Kind::Postgres);
+    // A machine that stands still meanwhile may ask it again, or not open it in time.
+    for (int attempt = 1;; ++attempt) {
+        REQUIRE(attempt < 10);
+        PostgresProxy proxy(database.address().port);
+        Storage::Address address = database.address();
+        address.port = proxy.port();
+        const auto store = ItemStore::open(address.shown(), std::chrono::milliseconds(1000));
+        if (!store)
+            continue;
+        proxy.freeze();
+        CHECK_FALSE((*store)->tokenFor(7));
+        proxy.thaw();
+        if ((*store)->tokenFor(7))
+            continue;
+        CHECK(TestSupport::pumpUntil([&store] { return (*store)->tokenFor(7).has_value(); }));
+        break;
     }
 }
 

@@ -224,6 +224,22 @@ TEST_CASE("kept contents: what another table collects appears, and is uploaded t
     CHECK(table.store->changes().empty());
 }
 
+TEST_CASE("kept contents: a picture that another table has stored later is shown here, too")
+{
+    Kept table;
+    table.open();
+    table.store->keepEarlier(table.code, "x-1", "one", 1);
+    table.store->tellOfChange(table.code);
+    table.host.frame();
+    REQUIRE(table.contents->items().size() == 1);
+    CHECK(table.contents->items().begin()->second.preview.isEmpty());
+    table.store->kept[table.code].front().preview = "/museum/one.png";
+    table.store->tellOfChange(table.code);
+    table.host.frame();
+    CHECK(table.contents->items().begin()->second.preview == "/museum/one.png");
+    CHECK(table.store->changes().empty());
+}
+
 TEST_CASE("kept contents: what another table removes goes, and is neither removed again nor deleted on the server")
 {
     Kept table;
