@@ -546,6 +546,12 @@ TEST_CASE("pickup: unknown cards on the background go to the host's own detector
     const auto inside = table.putDown(newCode(), {600.f, 400.f});
     const auto outside = table.putDown(newCode(), {1500.f, 900.f});
     table.addDetector();
+    // An unknown card is no unregistered one, which the service knows.
+    SUBCASE("where unregistered cards are not allowed") {}
+    SUBCASE("where they are")
+    {
+        table.attribute<bool>("allow-unregistered-markers").setValue(true);
+    }
     table.host.frame();
     CHECK(table.holder(inside) == hostDetector.get());
     CHECK(table.holder(outside) == hostDetector.get());

@@ -521,18 +521,23 @@ TEST_CASE("answer: a refusal is shown, the name stays, nothing is logged")
 
 TEST_CASE("answer: a second one is added to the first")
 {
-    OpenSpace space;
-    space.host.tesselService().acceptRegistrations(false);
-    space.saveName("Ann");
-    space.registrationAnswered();
-    space.host.tesselService().acceptRegistrations(true);
-    space.saveName("Bea");
-    CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "registering", "registering-failed"});
-    space.registrationAnswered();
-    CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "registering-failed", "successfully-registered"});
-    CHECK(space.textChild("title").text() == "Hi, Bea");
-    space.tapCancel();
-    CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view"});
+    for (const bool isFirstAccepted : {false, true}) {
+        CAPTURE(isFirstAccepted);
+        OpenSpace space;
+        space.host.tesselService().acceptRegistrations(isFirstAccepted);
+        space.saveName("Ann");
+        space.registrationAnswered();
+        space.host.tesselService().acceptRegistrations(!isFirstAccepted);
+        space.saveName("Bea");
+        CHECK(classesOf(*space.widget)
+              == Strings{"email-mode", "initial-view", "registering",
+                         isFirstAccepted ? "successfully-registered" : "registering-failed"});
+        space.registrationAnswered();
+        CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view", "registering-failed", "successfully-registered"});
+        CHECK(space.textChild("title").text() == "Hi, Bea");
+        space.tapCancel();
+        CHECK(classesOf(*space.widget) == Strings{"email-mode", "initial-view"});
+    }
 }
 
 TEST_CASE("answer: after a cancel its class is added all the same")

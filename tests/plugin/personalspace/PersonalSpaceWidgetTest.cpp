@@ -82,6 +82,13 @@ TEST_CASE("personal space: its children stand in their order, each with its clas
     CHECK(PluginTest::eventsOf(*space.widget).back() == "stylable-widget-added");
 }
 
+TEST_CASE("personal space: its input has no keyboard when it opens")
+{
+    OpenSpace space;
+    CHECK_FALSE(space.field().editor()->isEditing());
+    CHECK_FALSE(space.host.app().focusWidget());
+}
+
 TEST_CASE("personal space: the stylable texts come in their order")
 {
     OpenSpace space(false);
