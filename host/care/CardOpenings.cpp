@@ -83,7 +83,6 @@ std::optional<std::uint64_t> CardOpenings::codeOf(const Trellis::Widget& widget)
 
 bool CardOpenings::isOpen(std::uint64_t code) const
 {
-    return std::any_of(m_open.begin(), m_open.end(),
-                       [code](const CardOpening& opening) { return opening.card.code() == code && opening.widget.lock(); });
+    return std::any_of(m_open.begin(), m_open.end(), [code](const CardOpening& opening) { return opening.card.code() == code; });
 }
 }

@@ -36,7 +36,7 @@ public:
     /// The code of the card at which the widget opened; none for a widget that did not open at a card,
     /// or that was launched.
     [[nodiscard]] std::optional<std::uint64_t> codeOf(const Trellis::Widget& widget) const;
-    /// Whether a widget that opened at a card of this code, and was not launched, still exists.
+    /// Whether a widget that opened at a card of this code, and was not launched, existed at the last call of `find`.
     [[nodiscard]] bool isOpen(std::uint64_t code) const;
 
 private:

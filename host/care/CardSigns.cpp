@@ -149,7 +149,7 @@ void CardSigns::update(Trellis::Widget& layer, const Trellis::Widget& content, c
         explain(sign, reason, isTwice, surroundings.languages ? surroundings.languages->ofCard(card->code()) : QString());
         const Trellis::Widget* const below = grabber ? onTable(grabber->widget(), content) : nullptr;
         const auto words = shapeOfWords(*sign.widget);
-        isSearchNeeded |= below != sign.below || !(words == sign.words);
+        isSearchNeeded |= !(words == sign.words);
         sign.below = below;
         sign.words = words;
     }

@@ -193,6 +193,50 @@ TEST_CASE("card signs: a card whose detector goes has no sign as long as its spa
     CHECK(f.shows("again"));
 }
 
+TEST_CASE("card signs: a card that was held before it was lifted is new when it is put down again")
+{
+    CardSignsFixture f;
+    f.table.host.addPerson(1001, QStringLiteral("Ann"));
+    f.table.host.input.markerUp(f.put(1001, {1400.f, 500.f}));
+    f.table.area->last->removeFromParent();
+    f.table.host.frame();
+    const auto card = f.put(1001, {300.f, 500.f});
+    auto* const grabber = f.table.host.app().grabManager()->grabber(card);
+    REQUIRE(grabber);
+    f.table.host.app().grabManager()->ungrab(card, *grabber);
+    f.table.host.frame();
+    CHECK(f.shows("refused"));
+}
+
+TEST_CASE("card signs: an unknown card stays unknown when the host's own detector takes it")
+{
+    CardSignsFixture f;
+    const auto card = f.put(5555, {300.f, 500.f});
+    Trellis::Widget* const detector = f.table.host.ui().internalOverlayWidget()->findByType("MarkerDetectorWidget");
+    REQUIRE(detector);
+    f.table.host.app().grabManager()->transferGrab(card, detector->inputGrabber());
+    f.table.host.frame();
+    CHECK(f.shows("unknown"));
+}
+
+TEST_CASE("card signs: a card that a detector takes has none, though nothing opens that is remembered")
+{
+    CardSignsFixture f;
+    f.table.host.addPerson(2001, QStringLiteral("The garden"));
+    f.table.area->removeFromParent();
+    const auto component = std::make_shared<Tavola::CustomWidgetInstanceComponent>(
+        [] { return Bedrock::makeIntrusive<Trellis::Widget>(); },
+        [](auto made, auto widget) { return std::make_shared<DetectorInstance>(std::move(made), std::move(widget)); });
+    const auto detector = component->createContentWidget();
+    REQUIRE(detector);
+    detector->setSize({960.f, 1080.f});
+    f.table.host.mainWidget().addChild(detector);
+    const auto card = f.put(2001, {300.f, 500.f});
+    REQUIRE(&f.table.host.app().grabManager()->grabber(card)->widget() == detector.get());
+    f.table.host.frames(2);
+    CHECK(f.signs().empty());
+}
+
 TEST_CASE("card signs: a refused card is asked to be put down again when a detector opens under it")
 {
     CardSignsFixture f;

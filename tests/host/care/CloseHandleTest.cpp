@@ -70,6 +70,26 @@ TEST_CASE("close handle: shows a ring that gets shorter only while it is about t
     CHECK(handle->remaining() > 0.f);
 }
 
+TEST_CASE("close handle: its ring is what is left, clockwise from the top")
+{
+    CareTable table;
+    table.host.style(Host::careStyleSheet(0.55f));
+    auto* const handle = handleOf(table.open(1001, {960.f, 540.f}));
+    REQUIRE(handle);
+    handle->setRemaining(0.25f);
+    const QImage picture = table.host.app().renderWidgetToImage(*handle, 96);
+    const auto isRing = [&picture](float angle) {
+        const float middle = float(picture.width()) / 2.f;
+        const float radius = middle * 0.91f;
+        const QColor color = picture.pixelColor(int(middle + radius * std::sin(angle)), int(middle - radius * std::cos(angle)));
+        return color.alpha() > 128 && color.red() > color.blue() + 80;
+    };
+    CHECK(isRing(0.785f));
+    CHECK_FALSE(isRing(2.356f));
+    CHECK_FALSE(isRing(3.927f));
+    CHECK_FALSE(isRing(5.498f));
+}
+
 TEST_CASE("close handle: its ring goes in steps, so that it is not drawn anew in each frame")
 {
     CareTable table;

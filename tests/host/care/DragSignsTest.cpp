@@ -66,6 +66,15 @@ TEST_CASE("drag signs: a space that takes nothing, and content that cannot be co
     CHECK_FALSE(table.space->hasCSSClass("would-take"));
 }
 
+TEST_CASE("drag signs: content that stands for other files can be collected, too")
+{
+    DragTable table;
+    table.sources.front()->setValue(QString(), Facet::kUserLayer);
+    const Facet::AttributeT<QStringList> files(table.content, "source-tessel-urls", QStringList{QStringLiteral("a.pdf")});
+    table.host.drag(1, kOnContent, {400.f, 600.f});
+    CHECK(table.space->hasCSSClass("would-take"));
+}
+
 TEST_CASE("drag signs: a space that opens during a drag shows it, too")
 {
     DragTable table;

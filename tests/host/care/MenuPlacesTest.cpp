@@ -98,6 +98,17 @@ TEST_CASE("menu places: what opens at another person's card makes room for a men
     CHECK_FALSE(last.intersects(later));
 }
 
+TEST_CASE("menu places: what one person opened need not make room for the menu of the same card")
+{
+    MenuPlacesFixture f;
+    const Trellis::Widget& node = f.open({960.f, 540.f}, true, "ring");
+    f.table.host.frames(30);
+    f.table.area->setInputEnabled(true);
+    const Trellis::Widget& space = f.table.open(2001, {1250.f, 540.f});
+    f.table.host.frames(30);
+    CHECK(space.intersects(node));
+}
+
 TEST_CASE("menu places: no card covers the entries of a list")
 {
     MenuPlacesFixture f;

@@ -78,6 +78,18 @@ TEST_CASE("place keeper: what opens makes room for another person's keyboard")
     CHECK_FALSE(opened.intersects(*desk.keyboard()));
 }
 
+TEST_CASE("place keeper: what opens makes no room for a keyboard that fades away")
+{
+    CareTable table;
+    KeyboardTests::Desk desk(table.host, {700.f, 250.f});
+    desk.open();
+    const Vector2f keyboard = desk.keyboard()->mapToScene(desk.keyboard()->size() / 2.f);
+    desk.keyboard()->close();
+    const Trellis::Widget& opened = table.open(1001, keyboard);
+    table.host.frames(30);
+    CHECK((CareTable::center(opened) - keyboard).length() < 40.f);
+}
+
 TEST_CASE("place keeper: a widget that grows makes no room for its own keyboard")
 {
     CareTable table({}, {1000.f, 800.f});

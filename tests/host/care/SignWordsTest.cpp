@@ -80,6 +80,7 @@ TEST_CASE("sign words: where there is room they stand where style sheets put the
     f.table.host.frame();
     CHECK_FALSE(words.attribute("location")->hasValue(Facet::kUserLayer));
     CHECK(words.mapToScene(words.size() / 2.f).y < 540.f - 100.f);
+    CHECK(words.mapToScene(words.size() / 2.f).x == doctest::Approx(960.f).epsilon(0.001));
 }
 
 TEST_CASE("sign words: they make room for what another card has opened, and come back when it goes")
@@ -95,6 +96,36 @@ TEST_CASE("sign words: they make room for what another card has opened, and come
     f.table.area->last->removeFromParent();
     f.table.host.frames(2);
     CHECK((f.words().mapToScene(f.words().size() / 2.f) - wanted).length() < 0.5f);
+}
+
+TEST_CASE("sign words: they make room when another card is turned where it lies")
+{
+    SignWordsFixture f;
+    const Trellis::Widget& words = f.put({960.f, 540.f}, 4.712f);
+    const float top = words.sceneBounds().y;
+    // Content that takes a card, so that this one has no sign.
+    const auto content = Bedrock::makeIntrusive<Trellis::Widget>();
+    content->postConstruct();
+    content->setSize({400.f, 300.f});
+    f.table.host.mainWidget().addChild(content);
+    content->setLocation({760.f, top - 310.f});
+    content->eventAddListener("marker-down", [] {});
+    const float halfCardPx = Host::kCardSideMm / 0.55f / 2.f;
+    const auto other = f.table.host.input.markerDown(1001, {960.f, top - halfCardPx - 12.f}, 0.f);
+    f.table.host.frame();
+    CHECK_FALSE(words.attribute("location")->hasValue(Facet::kUserLayer));
+    f.table.host.input.markerMove(other, {960.f, top - halfCardPx - 12.f}, 0.785f);
+    f.table.host.frame();
+    CHECK(f.isFreeOfCards(words));
+}
+
+TEST_CASE("sign words: they are whole on a table that got smaller")
+{
+    SignWordsFixture f;
+    const Trellis::Widget& words = f.put({1500.f, 540.f}, 4.712f);
+    f.table.host.app().resize({1560.f, 1080.f});
+    f.table.host.frame();
+    CHECK(words.sceneBounds().right() <= 1560.1f);
 }
 
 TEST_CASE("sign words: on another person's space they stay at their card")
@@ -126,6 +157,26 @@ TEST_CASE("sign words: those of a later card make room for those of an earlier o
     f.table.host.frame();
     CHECK_FALSE(later.attribute("location")->hasValue(Facet::kUserLayer));
     f.table.host.input.markerUp(second);
+}
+
+TEST_CASE("sign words: they come back when the card whose words they make room for is taken")
+{
+    SignWordsFixture f;
+    const auto content = Bedrock::makeIntrusive<Trellis::Widget>();
+    content->postConstruct();
+    content->setSize({200.f, 200.f});
+    f.table.host.mainWidget().addChild(content);
+    content->setLocation({860.f, 440.f});
+    f.put({960.f, 540.f}, 4.712f);
+    f.table.host.input.markerDown(9998, {1140.f, 540.f}, 4.712f);
+    f.table.host.frame();
+    const auto signs = f.table.host.app().mainLayer()->findAllByType("CardSign");
+    REQUIRE(signs.size() == 2);
+    const Trellis::Widget& later = *signs[1]->children().front();
+    REQUIRE(later.attribute("location")->hasValue(Facet::kUserLayer));
+    content->eventAddListener("marker-down", [] {});
+    f.table.host.frame();
+    CHECK_FALSE(later.attribute("location")->hasValue(Facet::kUserLayer));
 }
 
 TEST_CASE("sign words: they make room for another card")
