@@ -3,6 +3,7 @@
 #include "CareTable.hpp"
 #include "care/CareStyles.hpp"
 
+#include <Tavola/MarkerDetectorWidget.hpp>
 #include <Tavola/WidgetInstance.hpp>
 #include <Trellis/TextWidget.hpp>
 
@@ -211,9 +212,8 @@ TEST_CASE("card signs: a card that was held before it was lifted is new when it 
 TEST_CASE("card signs: an unknown card stays unknown when the host's own detector takes it")
 {
     CardSignsFixture f;
+    const auto detector = Bedrock::makeIntrusive<Tavola::MarkerDetectorWidget>(f.table.host.ui().internalOverlayWidget().get());
     const auto card = f.put(5555, {300.f, 500.f});
-    Trellis::Widget* const detector = f.table.host.ui().internalOverlayWidget()->findByType("MarkerDetectorWidget");
-    REQUIRE(detector);
     f.table.host.app().grabManager()->transferGrab(card, detector->inputGrabber());
     f.table.host.frame();
     CHECK(f.shows("unknown"));

@@ -92,6 +92,21 @@ TEST_CASE("drop flights: nothing flies where the drop is refused, or where nothi
     CHECK(table.indexOf(*table.content) > table.indexOf(*table.space));
 }
 
+TEST_CASE("drop flights: nothing flies where a drop is refused while another finger hovers there")
+{
+    DragTable table;
+    table.addTile();
+    const Trellis::Widget& second = table.add("content", {300.f, 600.f});
+    table.host.drag(1, kOnTile, kOnSpace);
+    table.host.drag(2, second.mapToScene({50.f, 20.f}), {1520.f, 620.f});
+    table.area->refuses = true;
+    table.host.input.fingerUp(2);
+    table.host.input.fingerMove(1, kOnSpace + Vecta::Vector2f(5.f, 0.f));
+    table.host.frame();
+    REQUIRE(table.space->hasPseudoClass("valid-hover"));
+    CHECK_FALSE(flying(table));
+}
+
 TEST_CASE("drop flights: with reduced motion nothing flies, and the content lies below the space all the same")
 {
     DragTable table;

@@ -4,6 +4,8 @@
 
 #include <doctest/doctest.h>
 
+#include <cmath>
+
 using Host::FlyingPicture;
 using Vecta::Vector2f;
 
@@ -45,6 +47,18 @@ TEST_CASE("flying picture: it begins as it is told and ends in its goal, with it
     CHECK(flying->height() == doctest::Approx(50.f).epsilon(0.01));
     f.host.frames(1, 0.02);
     CHECK_FALSE(f.isFlying());
+}
+
+TEST_CASE("flying picture: it turns to its goal the short way")
+{
+    FlyingPictureFixture f;
+    f.goal->setRotationAboutCenter(-2.9f);
+    const Bedrock::IntrusivePtr<Trellis::Widget> flying(f.fly());
+    f.host.frames(1, 0.15);
+    CHECK(flying->rotation() > 1.5f);
+    CHECK(flying->rotation() < 3.f);
+    f.host.frames(1, 0.149);
+    CHECK(std::cos(flying->rotation() + 2.9f) > 0.99f);
 }
 
 TEST_CASE("flying picture: it shows the picture")

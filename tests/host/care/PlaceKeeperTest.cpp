@@ -260,6 +260,17 @@ TEST_CASE("place keeper: one whose parts change stays while its place is good, w
     CHECK(CareTable::center(opened) == center);
 }
 
+TEST_CASE("place keeper: a glide that is under way does not begin anew when a part is added that changes no place")
+{
+    CareTable table;
+    Trellis::Widget& opened = table.open(1001, {1900.f, 540.f});
+    table.host.frames(8);
+    REQUIRE_FALSE(isWhole(opened));
+    Bedrock::makeIntrusive<Trellis::Widget>(&opened)->addCSSClass("title");
+    table.host.frames(12);
+    CHECK(isWhole(opened));
+}
+
 TEST_CASE("place keeper: one whose new part its card covers makes room for it")
 {
     CareTable table;

@@ -166,7 +166,7 @@ TEST_CASE("sign words: they come back when the card whose words they make room f
     content->postConstruct();
     content->setSize({200.f, 200.f});
     f.table.host.mainWidget().addChild(content);
-    content->setLocation({860.f, 440.f});
+    content->setLocation({880.f, 450.f});
     f.put({960.f, 540.f}, 4.712f);
     f.table.host.input.markerDown(9998, {1140.f, 540.f}, 4.712f);
     f.table.host.frame();
