@@ -86,10 +86,8 @@ void CollectionKeeper::removeMissing(const std::map<QString, const Item*>& store
             gone.push_back(id);
     for (const long id : gone) {
         const auto node = m_items.extract(id); // a handler may have removed it
-        if (node.empty())
-            continue;
-        m_removed.insert(node.mapped().item.key);
-        m_handlers.remove(id);
+        if (!node.empty())
+            m_handlers.remove(id);
     }
 }
 

@@ -92,8 +92,11 @@ bool SyncedFolder::append(const QString& name, const QByteArray& bytes, QString&
         ::open(QFile::encodeName(path(name)).constData(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
     struct stat before = {};
     const bool isOpen = descriptor >= 0 && ::fstat(descriptor, &before) == 0;
-    const bool isDone = isOpen && ::write(descriptor, bytes.constData(), size_t(bytes.size())) == ssize_t(bytes.size())
-        && isSynced(descriptor) && (!isNew || syncEntries());
+    const ssize_t written = isOpen ? ::write(descriptor, bytes.constData(), size_t(bytes.size())) : -1;
+    const bool isWhole = written == ssize_t(bytes.size());
+    if (written >= 0 && !isWhole)
+        errno = ENOSPC; // as the next piece would be told
+    const bool isDone = isWhole && isSynced(descriptor) && (!isNew || syncEntries());
     if (!isDone)
         error = QString::fromLocal8Bit(std::strerror(errno));
     if (!isDone && isOpen)

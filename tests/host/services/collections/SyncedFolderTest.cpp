@@ -7,6 +7,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <sys/resource.h>
+
 using namespace Host;
 
 namespace
@@ -57,4 +59,22 @@ TEST_CASE("synced folder: a full disk is the reason of a failure")
     QString error;
     CHECK_FALSE(folder.append(QStringLiteral("one"), "x", error));
     CHECK(error == "No space left on device");
+}
+
+TEST_CASE("synced folder: of what does not fit nothing stays in the file")
+{
+    const Folder place;
+    const SyncedFolder folder(place.path());
+    QString error;
+    REQUIRE(folder.append(QStringLiteral("one"), "0123456789", error));
+    struct rlimit before = {};
+    REQUIRE(::getrlimit(RLIMIT_FSIZE, &before) == 0);
+    struct rlimit narrow = before;
+    narrow.rlim_cur = 14;
+    REQUIRE(::setrlimit(RLIMIT_FSIZE, &narrow) == 0);
+    const bool isDone = folder.append(QStringLiteral("one"), "abcdefgh", error);
+    REQUIRE(::setrlimit(RLIMIT_FSIZE, &before) == 0);
+    CHECK_FALSE(isDone);
+    CHECK(error == "No space left on device");
+    CHECK(contentOf(folder, "one") == "0123456789");
 }
