@@ -1,7 +1,8 @@
 // What it takes to draw a table, against QGraphicsView drawing the same scene with the same smooth sampling into a QImage.
 // Both sides work in this process, in turns; a figure is the median of the ratios of their processor times.
 //     draw_bench --scene groups|table --size 1920x1080 --seed 1 --rounds 15 --frames 8 --only all-moved --json
-// With --threads the table alone is measured: so many painting threads against one, by wall time.
+// With --threads the table alone is measured: so many painting threads against one, by wall time. With --pause the program sleeps
+// between frames, as a table does.
 
 #include "draw/DrawSide.hpp"
 
@@ -14,10 +15,12 @@
 #include <QJsonObject>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <ctime>
 #include <functional>
+#include <thread>
 
 namespace
 {
@@ -156,6 +159,7 @@ int main(int argc, char** argv)
          {"only", "One work", "name"},
          {"scale", "The table is so many times smaller, on a screen that shows it so many times larger", "factor", "1"},
          {"threads", "Painting threads, against one", "number"},
+         {"pause", "Before each frame, not measured", "milliseconds", "0"},
          {"save", "Writes both pictures into a folder", "folder"},
          {"json", "Writes the figures as JSON"}});
     options.process(application);
@@ -166,7 +170,8 @@ int main(int argc, char** argv)
     const int frames = options.value("frames").toInt();
     const int threads = options.isSet("threads") ? options.value("threads").toInt() : 0;
     const double scale = options.value("scale").toDouble();
-    if (!(scale > 0.0) || size.isEmpty() || count < 1 || threads < 0 || rounds < 1 || frames < 1)
+    const int pauseMs = options.value("pause").toInt();
+    if (!(scale > 0.0) || pauseMs < 0 || size.isEmpty() || count < 1 || threads < 0 || rounds < 1 || frames < 1)
         options.showHelp(2);
     const unsigned seed = options.value("seed").toUInt();
     const Bench::DrawScene scene = isTable ? Bench::tableScene(size, 12, count, seed) : Bench::groupsScene(size, count, seed);
@@ -180,8 +185,13 @@ int main(int argc, char** argv)
             continue;
         const clockid_t clock = threads > 0 ? CLOCK_MONOTONIC : CLOCK_THREAD_CPUTIME_ID;
         const auto run = [&](DrawSide& side, int from) {
-            const double begin = secondsOf(clock);
+            double begin = secondsOf(clock);
             for (int frame = 0; frame < frames; ++frame) {
+                if (pauseMs > 0) {
+                    const double pauseBegin = secondsOf(clock);
+                    std::this_thread::sleep_for(std::chrono::milliseconds(pauseMs));
+                    begin += secondsOf(clock) - pauseBegin;
+                }
                 work.step(side, from + frame);
                 side.draw();
             }

@@ -135,3 +135,22 @@ TEST_CASE("painting threads: all take part in calls that follow each other close
         }
     }
 }
+
+TEST_CASE("painting threads: those that wake up by themselves for the next frame do each part once, and end meanwhile")
+{
+    for (int round = 0; round < 5; ++round) {
+        PaintingThreads threads(3);
+        unsigned busy = 1;
+        for (int frame = 0; frame < 10; ++frame) {
+            threads.prepare();
+            std::vector<std::atomic<int>> done(8);
+            threads.run(8, [&](int part) { ++done[std::size_t(part)]; });
+            for (const auto& count : done)
+                REQUIRE(count == 1);
+            // About a millisecond of something else.
+            for (int i = 0; i < 300'000; ++i)
+                busy = busy * 1664525u + 1013904223u;
+        }
+        CHECK(busy != 0);
+    }
+}

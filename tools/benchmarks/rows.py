@@ -55,6 +55,9 @@ _ALONE = "one thread (wall time)"
 _SHEET = "QWidgets with one style sheet"
 _FRAME_MS = 16.7  # at 60 Hz
 
+# What draw_bench measures with two painting threads: scene, work and title.
+SHARED_WORKS = [("groups", "all-moved", "1920×1080: all groups moved"), ("table", "picture-dragged", "3840×2160: a picture dragged")]
+
 # What draw_bench measures of row 8's scene on a screen with another scale, beside the same figures without.
 SCALED_WORKS = [("picture-dragged", "a picture dragged"), ("space-dragged", "a space dragged"), ("all-drawn", "everything drawn")]
 
@@ -90,8 +93,9 @@ FIGURES = [
     Figure("row08/all-drawn", "everything drawn", 0.20, rival=_VIEW),
     *(Figure(f"row08/scaled/{work}", f"the same on a screen that shows the table 1.25 times larger: {title}", None, rival=_VIEW)
       for work, title in SCALED_WORKS),
-    Figure("row09/all-moved", "1920×1080: all groups moved", 0.6, rival=_ALONE),
-    Figure("row09/picture-dragged", "3840×2160: a picture dragged", 0.6, rival=_ALONE),
+    *(Figure(f"row09/{work}", title, 0.6, rival=_ALONE) for _, work, title in SHARED_WORKS),
+    *(Figure(f"row09/paused/{work}", f"{title}, 16 ms between the frames", None, rival=_ALONE)
+      for _, work, title in SHARED_WORKS),
     Figure("row10/fed", "a second of input, datagrams fed in", 0.5, "value", "% of a core"),
     Figure("row10/socket", "a second of input, through a socket", 1.5, "value", "% of a core"),
     Figure("row10/allocations", "allocations in a second of input", 0, "value", "allocations"),
@@ -123,7 +127,6 @@ FIGURES = [
 SCENES = {7: "groups", 8: "table"}
 
 # What draw_bench measures with two painting threads: scene and work.
-SHARED_WORKS = [("groups", "all-moved"), ("table", "picture-dragged")]
 
 # Programs of Google Benchmark in the build's bin/ that hold rows.
 PROGRAMS = ["table_bench", "count_bench", "space_bench", "load_bench", "outbox_bench",

@@ -70,8 +70,10 @@ def measure(arguments):
         for work, _ in SCALED_WORKS:
             measured.update(run_drawing(str(programs / "draw_bench"), "row08/scaled", SCENES[8], arguments, "--scale", "1.25", "--only", work))
     if 9 in rows:
-        for scene, work in SHARED_WORKS:
+        for scene, work, _ in SHARED_WORKS:
             measured.update(run_drawing(str(programs / "draw_bench"), "row09", scene, arguments, "--threads", "2", "--only", work))
+            measured.update(run_drawing(str(programs / "draw_bench"), "row09/paused", scene, arguments,
+                                        "--threads", "2", "--only", work, "--pause", "1" if arguments.smoke else "16"))
     if 16 in rows:
         measured.update(run_start(arguments.build.resolve(), ROOT, arguments))
     return measured

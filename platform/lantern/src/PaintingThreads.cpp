@@ -15,7 +15,12 @@ namespace Lantern
 {
 namespace
 {
+using Clock = std::chrono::steady_clock;
+
 PaintingThreads* currentThreads = nullptr;
+
+/// So long before a frame is due helpers wake up by themselves. Timers are late by a tenth of a millisecond.
+constexpr std::chrono::microseconds kAhead{350};
 
 /// What `run` was called with. Lives on the caller's stack until no helper is inside. Each thread has a range of neighbouring
 /// parts, and takes those of others when it is through: in frame after frame most of what it reads and writes is then in the
@@ -59,9 +64,9 @@ struct PaintingThreads::Private
     template <class Condition>
     static bool waitActively(Condition isMet)
     {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double, std::milli>(kActiveWaitMs);
+        const auto end = Clock::now() + std::chrono::duration<double, std::milli>(kActiveWaitMs);
         while (!isMet()) {
-            if (std::chrono::steady_clock::now() >= end)
+            if (Clock::now() >= end)
                 return false;
             std::this_thread::yield();
         }
@@ -71,9 +76,11 @@ struct PaintingThreads::Private
     std::mutex mutex;
     std::condition_variable workCame;
     std::condition_variable helperLeft;
-    // Changed under the mutex; those that wait actively read the last three without it.
+    // Changed under the mutex; those that wait actively read the atomic ones without it.
     Work* work = nullptr;            ///< helpers may enter it
     long calls = 0;                  ///< of `prepare` that woke the helpers
+    Clock::time_point frame;         ///< of the last call of `prepare`; main thread only
+    Clock::time_point nextFrame;     ///< due as long after that call as the call came after the one before
     std::atomic<long> generation{0}; ///< counts the works, so that a helper enters each once
     std::atomic<int> inside{0};      ///< helpers in `work`
     std::atomic<bool> isEnding{false};
@@ -82,14 +89,18 @@ struct PaintingThreads::Private
     int leastPixels = 0;
     bool hasWorked = false; ///< since `prepare` was last called; main thread only
 
-    /// The life of the helper with that number. After a work it stays awake for the next one: waking it up would cost the main
-    /// thread some 30 µs on a virtual machine, a tenth of a usual work.
+    /// The life of the helper with that number. After a work it stays awake for the next one, and wakes up by itself before the
+    /// next frame: waking it up would cost the main thread some 30 µs on a virtual machine, a tenth of a usual work.
     void help(int thread)
     {
         std::unique_lock lock(mutex);
         long seen = 0, answered = 0;
         for (;;) {
-            workCame.wait(lock, [&] { return isEnding || calls != answered || (work && generation != seen); });
+            const auto isWanted = [&] { return isEnding || calls != answered || (work && generation != seen); };
+            if (Clock::now() < nextFrame - kAhead)
+                workCame.wait_until(lock, nextFrame - kAhead, isWanted);
+            else
+                workCame.wait(lock, isWanted);
             answered = calls;
             bool isAwake = true;
             while (isAwake) {
@@ -159,11 +170,13 @@ int PaintingThreads::leastPixels() const noexcept
 
 void PaintingThreads::prepare()
 {
+    const Clock::time_point before = std::exchange(d->frame, Clock::now());
     if (!std::exchange(d->hasWorked, false) || d->helpers.empty())
         return;
     {
         const std::lock_guard lock(d->mutex);
         ++d->calls;
+        d->nextFrame = d->frame + (d->frame - before);
     }
     d->workCame.notify_all();
 }

@@ -31,7 +31,8 @@ public:
     [[nodiscard]] int leastPixels() const noexcept;
 
     /// A call of `run` may follow soon: where the frame before this one had one, the other threads wake up now, and wait for it
-    /// for at most kActiveWaitMs without going to sleep. To be called once a frame, a little before drawing. Main thread only.
+    /// for at most kActiveWaitMs without going to sleep. To be called once a frame, a little before drawing. Where frames follow
+    /// each other in equal times, the threads have woken up by themselves before. Main thread only.
     void prepare();
     static constexpr double kActiveWaitMs = 0.5;
 
