@@ -165,9 +165,9 @@ private:
 
     void readKeyboardLayout(const QJsonValue& value)
     {
-        const QStringList known = Tavola::KeyboardLayout::names() + QStringList{QStringLiteral("none")};
         if (value.isUndefined())
             return;
+        const QStringList known = Tavola::KeyboardLayout::names() + QStringList{QStringLiteral("none")};
         if (known.contains(value.toString()))
             m_result.keyboardLayout = value.toString();
         else

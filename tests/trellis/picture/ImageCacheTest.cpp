@@ -64,13 +64,33 @@ TEST_CASE("image cache: a picture larger than the limit is not kept, and a lower
     CHECK(cache.bytes() == 0);
 }
 
-TEST_CASE("image cache: wanted sizes come in powers of two that are not below the box")
+TEST_CASE("image cache: wanted sizes come in four steps from a power of two to the next, and are not below the box")
 {
     const auto edge = [](float w, float h) { return ImageSize::forBox(w, h, ImageSize::Side::Longest).edgePx; };
     CHECK(edge(1, 1) == 64);
     CHECK(edge(64, 10) == 64);
-    CHECK(edge(65, 10) == 128);
+    CHECK(edge(65, 10) == 80);
+    CHECK(edge(80, 10) == 80);
+    CHECK(edge(113, 10) == 128);
+    CHECK(edge(298, 224) == 320);
+    CHECK(edge(321, 224) == 384);
     CHECK(edge(10, 1000) == 1024);
+    CHECK(edge(1025, 10) == 1280);
     CHECK(edge(0, 0) == 0);
     CHECK(edge(1e9f, 1) == 32768);
+}
+
+TEST_CASE("image cache: what is being enlarged is wanted in powers of two")
+{
+    const auto grown = [](int edgePx) {
+        const ImageSize size = ImageSize{ImageSize::Side::Shortest, edgePx}.withRoomToGrow();
+        CHECK(size.side == ImageSize::Side::Shortest);
+        return size.edgePx;
+    };
+    CHECK(grown(0) == 0);
+    CHECK(grown(64) == 64);
+    CHECK(grown(80) == 128);
+    CHECK(grown(320) == 512);
+    CHECK(grown(512) == 512);
+    CHECK(grown(32768) == 32768);
 }

@@ -238,7 +238,7 @@ TEST_CASE("image loader: many widgets with one picture read it once")
     for (const auto& child : scene.root().children())
         CHECK(static_cast<ImageWidget&>(*child).isLoaded());
 
-    ImageWidget& later = scene.widget({0, 0, 90, 90});
+    ImageWidget& later = scene.widget({0, 0, 98, 98});
     later.load(path);
     scene.frame();
     CHECK(later.isLoaded()); // from the cache, without waiting

@@ -13,6 +13,9 @@ namespace Trellis
 {
 namespace
 {
+/// Of what is asked for; both are powers of two.
+constexpr int kLeastEdgePx = 64, kMostEdgePx = 1 << 15;
+
 /// The size to decode, of an upright picture.
 QSize scaledSize(const QSize& full, const ImageSize& wanted)
 {
@@ -71,10 +74,22 @@ ImageSize ImageSize::forBox(float widthPx, float heightPx, Side side)
     const float longest = std::max(widthPx, heightPx);
     if (!(longest > 0.f))
         return {side, 0};
-    int edge = 64;
-    while (edge < longest && edge < (1 << 15))
-        edge *= 2;
+    int power = kLeastEdgePx;
+    while (power * 2 < longest && power < kMostEdgePx / 2)
+        power *= 2;
+    const int step = power / 4;
+    int edge = power;
+    while (edge < longest && edge < kMostEdgePx)
+        edge += step;
     return {side, edge};
+}
+
+ImageSize ImageSize::withRoomToGrow() const
+{
+    int power = edgePx > 0 ? kLeastEdgePx : 0;
+    while (power < edgePx)
+        power *= 2;
+    return {side, power};
 }
 
 ReadImage readImage(const QString& path, const ImageSize& wanted)

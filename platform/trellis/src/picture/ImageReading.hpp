@@ -5,8 +5,8 @@
 
 namespace Trellis
 {
-/// How large a picture is wanted. Sizes come in powers of two, so that a widget that grows a little needs no new picture,
-/// and widgets of nearly one size share theirs.
+/// How large a picture is wanted. Sizes come in steps, four from a power of two to the next, so that widgets of nearly one size
+/// share their picture, and a picture has hardly more pixels than show.
 struct ImageSize
 {
     enum class Side {
@@ -16,8 +16,10 @@ struct ImageSize
     Side side = Side::Longest;
     int edgePx = 0; ///< 0: as large as the picture is, within kLargestUnknownPx
 
-    /// The power of two (at least 64) that is not below the longer side of a box.
+    /// The step (at least 64) that is not below the longer side of a box.
     [[nodiscard]] static ImageSize forBox(float widthPx, float heightPx, Side side);
+    /// The power of two that is not below, for a picture that is being enlarged: not each step is read then.
+    [[nodiscard]] ImageSize withRoomToGrow() const;
     friend bool operator==(const ImageSize& a, const ImageSize& b) { return a.side == b.side && a.edgePx == b.edgePx; }
 };
 

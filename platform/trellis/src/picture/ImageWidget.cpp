@@ -131,9 +131,11 @@ ImageSize ImageWidget::ImagePrivate::sizeShown() const
 void ImageWidget::ImagePrivate::request()
 {
     scheduled.reset();
-    const ImageSize size = sizeShown();
+    ImageSize size = sizeShown();
     if (isRequested && size == wanted)
         return;
+    if (isRequested && wanted.edgePx > 0 && size.edgePx > wanted.edgePx)
+        size = size.withRoomToGrow();
     wanted = size;
     isRequested = isLoading = true;
     ++generation;
