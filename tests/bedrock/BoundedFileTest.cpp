@@ -43,6 +43,10 @@ TEST_CASE("bounded file: what has no size ends at the limit, and what cannot be 
     error.clear();
     CHECK(readBoundedFile(QStringLiteral("/proc/self/cmdline"), 1, error));
     CHECK(error.isEmpty());
+    const auto mappings = readBoundedFile(QStringLiteral("/proc/self/smaps"), 64, error);
+    REQUIRE(mappings);
+    CHECK(mappings->size() > 4096); // in many pieces, to its end
+    CHECK(mappings->endsWith('\n'));
     CHECK_FALSE(readBoundedFile(QStringLiteral("/none/list.csv"), 1, error));
     CHECK(error == "No such file or directory");
     CHECK_FALSE(readBoundedFile(QStringLiteral("/"), 1, error));

@@ -225,6 +225,31 @@ TEST_CASE("painter context: a clip and a picture are round at each corner as far
     CHECK(pixelsLit(negative) == 60 * 50);
 }
 
+TEST_CASE("painter context: a round picture that is sheared or drawn pixel for pixel is cut off by its outline")
+{
+    const Lantern::RoundBox box{{5, 20, 40, 30}, Lantern::Corners::all(12.f)};
+    QImage source(40, 30, QImage::Format_RGB32);
+    source.fill(Qt::red);
+    Vecta::Transform sheared;
+    sheared.m21 = 0.6f;
+    for (const Vecta::Transform& transform : {sheared, Vecta::Transform::translation({30, 10})}) {
+        const QImage round = picture([&](RenderContext& c) {
+            c.pushTransform(transform);
+            c.drawImage(source, box.rect, {}, box.corners);
+            c.pop();
+        });
+        const QImage clipped = picture([&](RenderContext& c) {
+            c.pushTransform(transform);
+            c.pushClip(box.rect, box.corners);
+            c.drawImage(source, box.rect);
+            c.pop();
+            c.pop();
+        });
+        CHECK_PICTURE(round, clipped, 0);
+        CHECK(pixelsLit(round) > 900);
+    }
+}
+
 TEST_CASE("painter context: visibility follows damage, clip, transform and opacity")
 {
     picture(
