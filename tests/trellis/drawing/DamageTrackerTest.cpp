@@ -51,6 +51,12 @@ Widget& lines(Widget& parent, const Vecta::Rect& rect, int boxes)
     return result;
 }
 
+/// `QRegion::contains` asks for any part of the rectangle.
+bool covers(const QRegion& region, const QRect& rect)
+{
+    return (QRegion(rect) - region).isEmpty();
+}
+
 double pixelsIn(const QRegion& region)
 {
     double result = 0.0;
@@ -159,18 +165,18 @@ TEST_CASE("damage: what reaches out of a widget is damaged along when that moves
         root.setLocation({20, 120});
         QRegion damage = damageOfFrame(scene);
         for (const QRect& area : {QRect(20, 20, 30, 30), QRect(60, 20, 10, 10), QRect(20, 120, 30, 30), QRect(60, 120, 10, 10)})
-            CHECK(damage.contains(area));
+            CHECK(covers(damage, area));
         child.setLocation({90, 20});
         damage = damageOfFrame(scene);
-        CHECK(damage.contains(QRect(60, 120, 10, 10)));
-        CHECK(damage.contains(QRect(110, 140, 10, 10)));
+        CHECK(covers(damage, QRect(60, 120, 10, 10)));
+        CHECK(covers(damage, QRect(110, 140, 10, 10)));
         CHECK_FALSE(damage.intersects(QRect(0, 0, 200, 100)));
         // Where the child is by now, and where it was.
         root.setLocation({20, 20});
         child.setLocation({0, 90});
         damage = damageOfFrame(scene);
-        CHECK(damage.contains(QRect(110, 140, 10, 10)));
-        CHECK(damage.contains(QRect(20, 110, 10, 10)));
+        CHECK(covers(damage, QRect(110, 140, 10, 10)));
+        CHECK(covers(damage, QRect(20, 110, 10, 10)));
     }
 }
 
@@ -182,14 +188,14 @@ TEST_CASE("damage: what is hidden moves without damage, and counts where it show
     for (int frame = 0; frame < 3; ++frame)
         damageOfFrame(scene);
     root.setOpacity(0.f);
-    CHECK(damageOfFrame(scene).contains(QRect(60, 20, 10, 10)));
+    CHECK(covers(damageOfFrame(scene), QRect(60, 20, 10, 10)));
     root.setLocation({20, 120});
     child.setLocation({60, 0});
     CHECK(damageOfFrame(scene).isEmpty());
     root.setOpacity(1.f);
     const QRegion damage = damageOfFrame(scene);
-    CHECK(damage.contains(QRect(20, 120, 30, 30)));
-    CHECK(damage.contains(QRect(80, 120, 10, 10)));
+    CHECK(covers(damage, QRect(20, 120, 30, 30)));
+    CHECK(covers(damage, QRect(80, 120, 10, 10)));
     CHECK_FALSE(damage.intersects(QRect(0, 0, 200, 110)));
 }
 
@@ -204,7 +210,7 @@ TEST_CASE("damage: of one sharp box every pixel counts and none beside it, and o
     damageOfFrame(scene);
     root.setRotation(0.f);
     // Its tip is smooth.
-    CHECK(damageOfFrame(scene).contains(QRect(99, 141, 2, 2)));
+    CHECK(covers(damageOfFrame(scene), QRect(99, 141, 2, 2)));
 }
 
 TEST_CASE("damage: around what is large and turned the corners in which nothing of it shows are left alone")
@@ -246,7 +252,7 @@ TEST_CASE("damage: many small changes are merged to few rectangles that cover th
     const QRegion damage = scene.app.collectDamage();
     for (int i = 0; i < 10; ++i)
         for (int j = 0; j < 10; ++j)
-            CHECK(damage.contains(QRect(20 * i, 20 * j, 5, 5)));
+            CHECK(covers(damage, QRect(20 * i, 20 * j, 5, 5)));
 }
 
 TEST_CASE("damage: only the widgets in the damage are drawn")
@@ -483,11 +489,11 @@ TEST_CASE("damage: a pixel counts around what is kept as a picture where what ho
         damageOfFrame(scene);
     main.setLocation({100, 0});
     QRegion damage = damageOfFrame(scene);
-    CHECK(damage.contains(QRect(19, 19, 32, 32)));
-    CHECK(damage.contains(QRect(119, 19, 32, 32)));
+    CHECK(covers(damage, QRect(19, 19, 32, 32)));
+    CHECK(covers(damage, QRect(119, 19, 32, 32)));
     main.removeFromParent();
     damage = damageOfFrame(scene);
-    CHECK(damage.contains(QRect(119, 19, 32, 32)));
+    CHECK(covers(damage, QRect(119, 19, 32, 32)));
     CHECK_FALSE(damage.intersects(QRect(0, 0, 90, 200)));
 }
 
@@ -505,6 +511,36 @@ TEST_CASE("damage: a widget that is given what holds kept pictures has their pla
     damageOfFrame(scene);
     root.setLocation({20, 120});
     const QRegion damage = damageOfFrame(scene);
-    CHECK(damage.contains(QRect(120, 20, 30, 30)));
-    CHECK(damage.contains(QRect(120, 120, 30, 30)));
+    CHECK(covers(damage, QRect(120, 20, 30, 30)));
+    CHECK(covers(damage, QRect(120, 120, 30, 30)));
+}
+
+TEST_CASE("damage: a child that begins to show is told its size, also where most of its siblings are laid out anew")
+{
+    Scene scene(kSmall);
+    Widget& area = lines(scene.root(), {20, 20, 100, 20}, 40);
+    auto& child = *new Sized(&area);
+    child.addCSSClass("in-line");
+    child.setOpacity(0.f);
+    damageOfFrame(scene);
+    const int before = child.reports;
+    set(area, "width", Trellis::Length::pixels(50.f));
+    (void)area.size();
+    child.setOpacity(1.f);
+    scene.frame();
+    CHECK(child.reports == before + 1);
+}
+
+TEST_CASE("damage: many kept children that are laid out anew damage their own places")
+{
+    Scene scene(kSmall);
+    Widget& area = lines(scene.root(), {20, 20, 100, 100}, 40);
+    scene.app.keepPicturesOf(area);
+    for (int frame = 0; frame < 3; ++frame)
+        damageOfFrame(scene);
+    set(*area.children()[0], "width", Trellis::Length::pixels(20.f));
+    const QRegion damage = damageOfFrame(scene);
+    CHECK(covers(damage, QRect(20, 20, 100, 40)));
+    CHECK(covers(damage, QRect(20, 60, 10, 10)));
+    CHECK_FALSE(damage.intersects(QRect(20, 75, 100, 40)));
 }
