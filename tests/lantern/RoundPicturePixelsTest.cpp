@@ -2,11 +2,8 @@
 
 #include "Composition.hpp"
 
-#include <Lantern/PainterContext.hpp>
-
 #include <QImage>
 #include <QPainter>
-#include <QPainterPath>
 
 #include <doctest/doctest.h>
 

@@ -10,6 +10,7 @@
 
 namespace Bedrock
 {
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 namespace
 {
 /// Larger blocks are mapped by themselves.
@@ -23,7 +24,6 @@ std::uintptr_t addressOf(const void* place)
 }
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 std::size_t useLargeHeapPages(std::size_t bytes)
 {
     std::vector<void*> blocks(bytes / kBlockBytes + 2);
