@@ -322,6 +322,44 @@ TEST_CASE("store: a change by another store is an event, its own changes are non
     }
 }
 
+TEST_CASE("store: a job that reads sees one state, whatever others write meanwhile")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        const auto store = database.store(boats());
+        const auto other = database.store(boats());
+        std::vector<int> counts;
+        const auto count = [&counts](Transaction& transaction) {
+            return transaction.run(QStringLiteral("SELECT count(*) FROM boat"), {},
+                                   [&counts](const QSqlQuery& row) { counts.push_back(row.value(0).toInt()); });
+        };
+        CHECK(store->run(Kind::Read, [&](Transaction& reading) {
+            counts.clear();
+            return count(reading) && other->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Ahti"); }) == true
+                && count(reading);
+        }) == true);
+        CHECK(counts == std::vector<int>{0, 0});
+        CHECK(allBoats(*store) == "Ahti");
+    }
+}
+
+TEST_CASE("store: a job that may write but changes nothing is no event for other stores")
+{
+    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        Events events;
+        const auto store = database.store(boats(), events.settings());
+        const auto other = database.store(boats());
+        CHECK(other->run(Kind::Write, [](Transaction&) { return true; }) == true);
+        // What the server has sent is read before the next job.
+        CHECK(allBoats(*store).isEmpty());
+        CHECK(allBoats(*store).isEmpty());
+        CHECK(events.count() == 0);
+    }
+}
+
 TEST_CASE("store: what any of the jobs of one transaction changes is an event for other stores")
 {
     for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
