@@ -205,6 +205,27 @@ TEST_CASE("add: a widget without files of its own is described and photographed 
           == area.contents->items().begin()->second.preview);
 }
 
+TEST_CASE("add: a widget without files of its own is kept until its preview is there, and no longer")
+{
+    Area area;
+    auto plain = area.make<PlainContent>();
+    plain->source.setValue("https://example.org/page");
+    plain->setSize({100.f, 60.f});
+    const Bedrock::IntrusiveWeakPtr<PlainContent> weak(plain.get());
+    area.widget->addItem(plain);
+    plain->removeFromParent();
+    plain.reset();
+    area.host.app().destroyRemovedWidgets();
+    CHECK(weak.lock());
+    // Runs after the files were stored, and before the preview is, which comes by a later result.
+    bool isKept = false;
+    Facet::Node::invokeAfterUpdate([&] { isKept = weak.lock() != nullptr && area.status() == ItemStatus::Ready; });
+    area.host.frame();
+    CHECK(isKept);
+    CHECK(area.host.frameUntil([&] { return !weak.lock(); }));
+    CHECK_FALSE(area.contents->items().begin()->second.preview.isEmpty());
+}
+
 TEST_CASE("add: files that fail are logged with the exception's own text and leave the item Pending")
 {
     Area area;

@@ -153,6 +153,14 @@ TEST_CASE("sending: one tap sends one message, however many frames go by")
     CHECK(mail.host.analytics().size() == 2);
 }
 
+TEST_CASE("sending: a second tap while the message is on its way sends another one")
+{
+    SentMail mail;
+    mail.tapEnvelope();
+    REQUIRE(mail.service->sent().size() == 2);
+    CHECK(mail.service->sent()[1].content == mail.service->sent()[0].content);
+}
+
 TEST_CASE("sending: an empty space is sent as the template with an empty list of links, and counts no items")
 {
     Mail mail;

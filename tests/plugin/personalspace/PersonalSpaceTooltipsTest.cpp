@@ -386,7 +386,7 @@ TEST_CASE("closing: a cancel, a change of the contents and sending close it with
     });
 }
 
-TEST_CASE("closing: other attributes and views leave it open")
+TEST_CASE("closing: other attributes, views and cards leave it open")
 {
     Help help;
     help.tapHelp();
@@ -394,6 +394,7 @@ TEST_CASE("closing: other attributes and views leave it open")
     help.widget->setProperties({"Bob", "bob@example.org", ""});
     help.mode().setValue(OpenSpace::Mode::Upload);
     help.write("half");
+    help.widget->setCode(PluginTest::newCode());
     help.pass(1);
     CHECK_FALSE(help.isFadingOut());
     CHECK(help.tooltip().text() == "Help for ann@example.org");

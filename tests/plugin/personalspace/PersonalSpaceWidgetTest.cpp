@@ -172,6 +172,15 @@ TEST_CASE("cancel: the initial view shows when the input is emptied")
     CHECK(classes == std::vector<Strings>{{"email-mode", "initial-view"}});
 }
 
+TEST_CASE("cancel: it asks nothing of the media server")
+{
+    OpenSpace space;
+    space.mode().setValue(Mode::Upload);
+    space.tapEnvelope();
+    space.tapCancel();
+    CHECK(space.commands() == Strings{"getuserpage"});
+}
+
 TEST_CASE("cancel: the input field goes on to accept what it accepted before")
 {
     Writing space;

@@ -247,7 +247,7 @@ TEST_CASE("uploader: a request that fails, in whatever way, is one warning with 
     const auto nothing = [](TestHost&) {};
     const Cause causes[] = {
         {"refused", nothing, [](TestHost& host) { host.mediaServer().answer(0, kNo); }, kNoText},
-        {"an exception", nothing, [](TestHost& host) { host.mediaServer().fail(0, "no route"); }, "no route"},
+        {"an exception", nothing, [](TestHost& host) { host.mediaServer().fail(0, "kein Weg für Daten"); }, "kein Weg für Daten"},
         {"an exception of another thread", nothing, [](TestHost& host) { host.mediaServer().failFromThread(0, "timed out"); },
          "timed out"},
         {"a broken promise", nothing, [](TestHost& host) { host.mediaServer().breakPromises(); },
