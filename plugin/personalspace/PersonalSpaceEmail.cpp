@@ -86,7 +86,9 @@ void PersonalSpaceWidget::D::send(const Mail& mail, const Bedrock::IntrusiveWeak
     auto message = createMessage(attachments, mail.name, mail.address);
     if (!message)
         return failed(message.error());
-    message->setCollected({mail.code, KeptContents::lastingKeys(mail.code, idsOf(mail))});
+    // Without a store the message names neither card nor items.
+    if (const QList<QString> keys = KeptContents::lastingKeys(mail.code, idsOf(mail)); !keys.isEmpty())
+        message->setCollected({mail.code, keys});
     const auto service = Tavola::instance()->services()->emailService(QString());
     // An exception out of the call is handled like one in the future.
     auto sent = folly::makeFutureWith([&] { return service->send(*message); });

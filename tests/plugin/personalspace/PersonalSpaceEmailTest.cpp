@@ -89,6 +89,9 @@ TEST_CASE("sending: everything collected goes into one message to the owner, in 
     CHECK(sent.recipients[0].address.name == "Ann");
     CHECK(sent.recipients[0].type == Tavola::EmailMessage::To);
     CHECK(sent.attachments.empty());
+    // Only what a store keeps has to be removed by a later program.
+    CHECK(sent.collected.code == 0);
+    CHECK(sent.collected.keys.isEmpty());
 }
 
 TEST_CASE("sending: the tap ends the initial view and shows that the mail is on its way")
