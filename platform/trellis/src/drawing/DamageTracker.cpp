@@ -86,14 +86,9 @@ void DamageTracker::widgetChanged(Widget& widget, Redraw extent)
     if (drawing.redrawQueued)
         return;
     drawing.redrawQueued = true;
-    m_queue.push_back({&widget, drawing.wasShown ? int(m_before.size()) : -1});
+    m_queue.push_back(&widget);
     if (drawing.wasShown)
-        m_before.push_back({drawing.reach.inParent, drawing.reach.isSmooth});
-}
-
-DamageTracker::Before DamageTracker::before(const Queued& entry) const
-{
-    return entry.before < 0 ? Before{} : m_before[std::size_t(entry.before)];
+        m_before.push_back({&widget, drawing.reach.inParent, drawing.reach.isSmooth});
 }
 
 bool DamageTracker::isAccountedForByParent(const Widget& widget)
@@ -120,12 +115,13 @@ void DamageTracker::forget(Widget& widget, const Surroundings& above)
     DrawingRecord& drawing = WidgetRecords::of(widget).drawing;
     Before last;
     if (drawing.wasShown)
-        last = {drawing.reach.inParent, drawing.reach.isSmooth};
+        last = {&widget, drawing.reach.inParent, drawing.reach.isSmooth};
     if (drawing.redrawQueued) {
-        const auto queued =
-            std::find_if(m_queue.begin(), m_queue.end(), [&](const Queued& entry) { return entry.widget == &widget; });
-        last = before(*queued);
-        m_queue.erase(queued);
+        m_queue.erase(std::find(m_queue.begin(), m_queue.end(), &widget));
+        const auto known = std::find_if(m_before.begin(), m_before.end(), [&](const Before& b) { return b.widget == &widget; });
+        last = known != m_before.end() ? *known : Before{};
+        if (known != m_before.end())
+            m_before.erase(known);
     }
     const WidgetLayer* const layer = drawing.layer.get();
     if (layer && !above.isCovered)
@@ -154,16 +150,18 @@ void DamageTracker::collect()
     const Bedrock::FlagGuard layoutHeld = m_layout.hold();
     m_parentOfSiblings = nullptr;
     if (!m_queue.empty())
-        (void)reachOf(*m_queue.front().widget->nearest([](const Widget& widget) { return !widget.parent(); }));
+        (void)reachOf(*m_queue.front()->nearest([](const Widget& widget) { return !widget.parent(); }));
     constexpr std::size_t kRecordsAhead = 3, kObjectsAhead = 6;
+    auto before = m_before.cbegin();
     for (std::size_t i = 0; i < m_queue.size(); ++i) {
         if (i + kObjectsAhead < m_queue.size())
-            prefetchEntry(*m_queue[i + kRecordsAhead].widget, *m_queue[i + kObjectsAhead].widget);
-        accountFor(m_queue[i]);
+            prefetchEntry(*m_queue[i + kRecordsAhead], *m_queue[i + kObjectsAhead]);
+        const bool wasShown = before != m_before.cend() && before->widget == m_queue[i];
+        accountFor(*m_queue[i], wasShown ? *before++ : Before{});
     }
-    for (const Queued& entry : m_queue) {
-        DrawingRecord& drawing = WidgetRecords::of(*entry.widget).drawing;
-        drawing.wasShown = WidgetRecords::of(*entry.widget).isShown();
+    for (Widget* const widget : m_queue) {
+        DrawingRecord& drawing = WidgetRecords::of(*widget).drawing;
+        drawing.wasShown = WidgetRecords::of(*widget).isShown();
         drawing.redrawQueued = drawing.ownRedrawQueued = drawing.moveQueued = drawing.scaleQueued = drawing.childrenMoveQueued =
             false;
     }
@@ -233,9 +231,8 @@ void DamageTracker::damageBox(const Widget& widget, const Surroundings& above, c
         damage(above, sceneArea(toScene, drawing.drawnArea(records.layout.bounds()), isSmooth).intersected(above.clip));
 }
 
-void DamageTracker::accountFor(const Queued& entry)
+void DamageTracker::accountFor(Widget& widget, const Before& before)
 {
-    Widget& widget = *entry.widget;
     const Surroundings& above = aboveSiblings(widget);
     WidgetRecords& records = WidgetRecords::of(widget);
     DrawingRecord& drawing = records.drawing;
@@ -257,7 +254,7 @@ void DamageTracker::accountFor(const Queued& entry)
         if (drawing.ownRedrawQueued)
             damageBox(widget, own, toScene);
     } else if (isWhole) {
-        damage(above, areaBefore(before(entry), above));
+        damage(above, areaBefore(before, above));
         if (shows)
             damage(above, sceneArea(toScene, drawing.reach.inside, isSmooth).intersected(above.clip));
     } else {

@@ -47,29 +47,24 @@ public:
     void setScene(const Vecta::Rect& scene);
 
 private:
-    /// How a widget was drawn before its first change.
+    /// How a widget that showed was drawn before its first change.
     struct Before
     {
+        const Widget* widget = nullptr;
         Vecta::Rect reach; ///< of it and all that was in it, in its parent's coordinates; empty if it did not show
         bool isSmooth = false;
-    };
-    struct Queued
-    {
-        Widget* widget;
-        int before; ///< index in m_before; -1 if it did not show
     };
     void groupChanged(const Widget& child);
     static bool isAccountedForByParent(const Widget& widget);
     void forget(Widget& widget, const Surroundings& above);
     /// Kept for the next one: many that change have the same parent.
     const Surroundings& aboveSiblings(const Widget& widget);
-    [[nodiscard]] Before before(const Queued& entry) const;
     static Vecta::Rect areaBefore(const Before& before, const Surroundings& above);
     void damage(const Surroundings& above, const Vecta::Rect& area);
     void damageBox(const Widget& widget, const Surroundings& above, const Vecta::Transform& toScene);
     /// Something in the root, or the root itself: what it reaches over is accounted for at the end.
     void contentChanged(Widget& root);
-    void accountFor(const Queued& entry);
+    void accountFor(Widget& widget, const Before& before);
     WidgetLayer* accountForRoot(Widget& root, const Surroundings& above, const Vecta::Transform& toScene, bool isWhole);
     void accountForRootsIn(const Widget& widget, const Surroundings& inside);
     static bool reportsSizes(const Widget& widget);
@@ -77,8 +72,8 @@ private:
 
     LayoutEngine& m_layout;
     LayerKeeper& m_layers;
-    std::vector<Queued> m_queue; ///< each has redrawQueued; a widget leaves the queue before it leaves the tree
-    std::vector<Before> m_before;
+    std::vector<Widget*> m_queue; ///< each has redrawQueued; a widget leaves the queue before it leaves the tree
+    std::vector<Before> m_before; ///< of those in m_queue that showed, in its order
     DamageAreas m_areas;
     // Used by collect only.
     std::vector<Widget*> m_changedRoots;        ///< whose layers are marked as changed
