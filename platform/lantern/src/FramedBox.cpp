@@ -34,17 +34,7 @@ FramedBox::FramedBox(const QRect& area, const QTransform& toDevice, const QRectF
     const double margin = 1.0 / m_scale;
     const QRectF outer = box.adjusted(-half - margin, -half - margin, half + margin, half + margin);
     m_area = toDevice.mapRect(outer).intersected(QRectF(area)).toAlignedRect() & area;
-    m_outer = BoxEdges(toBox, outer);
-    const double inset = half + margin;
-    const double corner = std::max(inset, shape.radius + margin);
-    const QRectF wide = box.adjusted(inset, corner, -inset, -corner);
-    const QRectF tall = box.adjusted(corner, inset, -corner, -inset);
-    m_hasWide = wide.width() > 0.0 && wide.height() > 0.0;
-    m_hasTall = tall.width() > 0.0 && tall.height() > 0.0;
-    if (m_hasWide)
-        m_wide = BoxEdges(toBox, wide);
-    if (m_hasTall)
-        m_tall = BoxEdges(toBox, tall);
+    m_spans = RoundBoxSpans(toBox, box, half + margin, std::max(half, shape.radius) + margin);
     m_toBox = toBox * QTransform::fromTranslate(-box.center().x(), -box.center().y());
     m_straightX = box.width() / 2.0 - shape.radius;
     m_straightY = box.height() / 2.0 - shape.radius;
@@ -53,14 +43,7 @@ FramedBox::FramedBox(const QRect& area, const QTransform& toDevice, const QRectF
 
 PixelSpan FramedBox::span(int y) const
 {
-    PixelSpan span = m_outer.span(m_area, y);
-    PixelSpan inner = m_hasWide ? m_wide.span(m_area, y) : PixelSpan();
-    if (const PixelSpan tall = m_hasTall ? m_tall.span(m_area, y) : PixelSpan();
-        tall.fullEnd - tall.fullBegin > inner.fullEnd - inner.fullBegin)
-        inner = tall;
-    span.fullBegin = std::clamp(inner.fullBegin, span.begin, span.end);
-    span.fullEnd = std::clamp(inner.fullEnd, span.fullBegin, span.end);
-    return span;
+    return m_spans.span(m_area, y);
 }
 
 void FramedBox::draw(QRgb* row, int y, int begin, int end, const PixelSpan& span) const

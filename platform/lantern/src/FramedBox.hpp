@@ -1,6 +1,7 @@
 #pragma once
 
-#include "BoxEdges.hpp"
+#include "PixelSource.hpp"
+#include "RoundBoxSpans.hpp"
 
 #include <QRectF>
 #include <QRgb>
@@ -32,9 +33,7 @@ private:
     void drawEdge(QRgb* row, int y, int begin, int end) const;
 
     Shape m_shape;
-    BoxEdges m_outer;
-    BoxEdges m_wide, m_tall; ///< inside of the border, without what is above and below corners, or beside them
-    bool m_hasWide = false, m_hasTall = false;
+    RoundBoxSpans m_spans;                       ///< full inside of the border
     QTransform m_toBox;                          ///< from device pixels, around the box's middle
     double m_scale = 1.0;                        ///< device pixels for one of the box's
     double m_straightX = 0.0, m_straightY = 0.0; ///< from the middle to where corners begin

@@ -13,30 +13,13 @@ RoundPicturePixels::RoundPicturePixels(SampledPixels picture, const QTransform& 
     : PixelSource(picture.area()), m_picture(std::move(picture)), m_places(toDevice), m_box(box, m_places.pixelsPerUnit())
 {
     m_isSolid = m_picture.isSolid();
-    const QRectF rect = toQt(box.rect);
     const double edge = 1.0 / m_places.pixelsPerUnit();
-    m_outer = BoxEdges(m_places.toLocal(), rect.adjusted(-edge, -edge, edge, edge));
-    const double corner = double(box.largestRadius()) + edge;
-    const QRectF wide = rect.adjusted(edge, corner, -edge, -corner);
-    const QRectF tall = rect.adjusted(corner, edge, -corner, -edge);
-    m_hasWide = wide.width() > 0.0 && wide.height() > 0.0;
-    m_hasTall = tall.width() > 0.0 && tall.height() > 0.0;
-    if (m_hasWide)
-        m_wide = BoxEdges(m_places.toLocal(), wide);
-    if (m_hasTall)
-        m_tall = BoxEdges(m_places.toLocal(), tall);
+    m_spans = RoundBoxSpans(m_places.toLocal(), toQt(box.rect), edge, double(box.largestRadius()) + edge);
 }
 
 PixelSpan RoundPicturePixels::span(int y) const
 {
-    PixelSpan span = m_outer.span(m_area, y);
-    PixelSpan inner = m_hasWide ? m_wide.span(m_area, y) : PixelSpan();
-    if (const PixelSpan tall = m_hasTall ? m_tall.span(m_area, y) : PixelSpan();
-        tall.fullEnd - tall.fullBegin > inner.fullEnd - inner.fullBegin)
-        inner = tall;
-    span.fullBegin = std::clamp(inner.fullBegin, span.begin, span.end);
-    span.fullEnd = std::clamp(inner.fullEnd, span.fullBegin, span.end);
-    return span;
+    return m_spans.span(m_area, y);
 }
 
 void RoundPicturePixels::draw(QRgb* row, int y, int begin, int end, const PixelSpan& span) const

@@ -2,6 +2,7 @@
 
 #include "LocalPlaces.hpp"
 #include "RoundBoxCoverage.hpp"
+#include "RoundBoxSpans.hpp"
 #include "SampledPixels.hpp"
 
 namespace Lantern
@@ -21,8 +22,6 @@ private:
     SampledPixels m_picture;
     LocalPlaces m_places;
     RoundBoxCoverage m_box;
-    BoxEdges m_outer;
-    BoxEdges m_wide, m_tall; ///< of what is certainly covered
-    bool m_hasWide = false, m_hasTall = false;
+    RoundBoxSpans m_spans;
 };
 }
