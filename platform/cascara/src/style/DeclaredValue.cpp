@@ -27,9 +27,11 @@ DeclaredValue::DeclaredValue(StyleNode& node, const Declaration& declaration)
 {
     if (declaration.tokens)
         substitute(node);
-    if (declaration.usesFontSize || (m_isValid && m_computed && usesFontSize(declaration.attribute, *m_computed)))
+    // Of a value that is shared it is known whether it depends on either.
+    const bool mayDepend = m_isValid && m_computed && !(m_substituted && !m_substituted->dependsOnTexts);
+    if (declaration.usesFontSize || (mayDepend && usesFontSize(declaration.attribute, *m_computed)))
         resolveFontSize(node);
-    if (declaration.usesColor || (m_isValid && m_computed && usesCurrentColor(declaration.attribute, *m_computed)))
+    if (declaration.usesColor || (mayDepend && usesCurrentColor(declaration.attribute, *m_computed)))
         resolveColor(node);
 }
 

@@ -45,16 +45,18 @@ bool NodeInheritance::dependsOn(const Changes& changes, const Changes& above) co
 
 void NodeInheritance::updateTextStyle(const InheritedValues* above, const std::vector<InheritedValue>& own)
 {
-    const auto find = [&](int attribute) {
-        const InheritedValue* value = above ? above->find(attribute) : nullptr;
-        for (const InheritedValue& mine : own)
-            if (mine.attribute == attribute)
-                value = &mine;
-        return value;
-    };
-    const InheritedValue* const color = find(colorAttribute());
-    m_color = color ? color->value : nullptr;
-    const InheritedValue* const value = find(fontSizeAttribute());
+    const InheritedValue* color = above ? above->find(colorAttribute()) : nullptr;
+    const InheritedValue* value = above ? above->find(fontSizeAttribute()) : nullptr;
+    for (const InheritedValue& mine : own) {
+        if (mine.attribute == colorAttribute())
+            color = &mine;
+        else if (mine.attribute == fontSizeAttribute())
+            value = &mine;
+    }
+    if (!color)
+        m_color = nullptr;
+    else if (m_color != color->value)
+        m_color = color->value;
     const bool isKnown = value && value->value && value->value->terms.size() == 1;
     m_fontSize = isKnown ? std::optional(value->value->terms.first().number) : std::nullopt;
 }
