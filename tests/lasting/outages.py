@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Plays outages of a database that two media servers share: nothing that was acknowledged is lost, nothing is there twice.
 
-usage: postgres.py outages.py --build DIRECTORY [--outages 6]
+usage: postgres.py outages.py --build DIRECTORY [--outages 6] [--only KIND]
        outages.py --build DIRECTORY [--outages 6]       on a SQLite file: media servers are killed, nothing else
 
 Clients add and remove links at both servers while the PostgreSQL server is stopped in the middle of its work (SIGSTOP), restarted
@@ -139,7 +139,9 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--build", required=True, help="the build directory, with bin/ in it")
     parser.add_argument("--outages", type=int, default=6)
+    parser.add_argument("--only", choices=[outage.__name__ for outage in OUTAGES], help="this kind of outage instead of each in turn")
     arguments = parser.parse_args()
+    outages = [outage for outage in OUTAGES if arguments.only in (None, outage.__name__)]
     with tempfile.TemporaryDirectory(prefix="tavola-outages-") as folder:
         venue = Venue(arguments.build, folder)
         clients = [threading.Thread(target=venue.client, args=(card,)) for card in range(1, CLIENTS + 1)]
@@ -150,7 +152,7 @@ def main():
                 before = venue.answers["acknowledged"]
                 while venue.answers["acknowledged"] < before + 3 * CLIENTS:  # in the middle of a burst
                     time.sleep(0.01)
-                OUTAGES[number % len(OUTAGES)](venue)
+                outages[number % len(outages)](venue)
         finally:
             venue.is_over.set()
         for client in clients:
