@@ -2,6 +2,7 @@
 import argparse
 import os
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -56,12 +57,13 @@ def open_table(build, headless):
           "  whole address and its QR code.\n"
           "  To end, close the window or press Ctrl-C.\n", flush=True)
     table = subprocess.Popen(command)
+    signal.signal(signal.SIGTERM, lambda *_: table.terminate())
     try:
         while True:
             try:
                 return table.wait()
             except KeyboardInterrupt:
-                continue  # the table has heard it, too, and closes in order
+                continue  # the table has received it, too, and closes in order
     finally:
         media_server.stop()
 
@@ -110,6 +112,8 @@ def main():
     parser.add_argument("--record", metavar="DIR", help="record the visit's tables into this folder, which has no recordings yet")
     parser.add_argument("--build", metavar="DIR", default=os.path.join(ROOT, "build", "demo"), help="where the programs were built")
     options = parser.parse_args()
+    # As Ctrl-C does: programs that were started end, too.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
     build = os.path.abspath(options.build)
     if options.out:
         return play(build, options.visit, os.path.abspath(options.out), ["--tuio-version", options.tuio_version],
