@@ -1,12 +1,11 @@
-#include "EmailSupport.hpp"
-#include "FakeCollectionStore.hpp"
 #include "LogCapture.hpp"
-#include "OpenSpace.hpp"
+#include "MailSpace.hpp"
 
 #include <Trellis/FadeAnimator.hpp>
 
 #include <doctest/doctest.h>
 
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -15,45 +14,20 @@ using PluginTest::analyticsOf;
 using PluginTest::classesOf;
 using PluginTest::emailNotSent;
 using PluginTest::emailSent;
+using PluginTest::expectFailedMail;
 using PluginTest::FakeContent;
 using PluginTest::HookedEmailService;
+using PluginTest::Mail;
 using PluginTest::newCode;
 using PluginTest::OpenSpace;
 using PluginTest::Strings;
 using PluginTest::widgetInEmail;
 using Tavola::PersonalSpaceContents;
-using TestSupport::expectError;
 using TestSupport::expectWarning;
-using TestSupport::FakeEmailService;
 using Status = Tavola::EmailServiceAPI::EmailStatus;
 
 namespace
 {
-const std::string kFailed = "PersonalSpaceWidget::emailContents # Failed to send email to ann@example.org (";
-
-void expectFailure(const std::string& text)
-{
-    expectError(kFailed + text + ")");
-}
-
-/// Ann's space, and an e-mail service that answers when the test says so.
-struct Mail : OpenSpace
-{
-    std::shared_ptr<FakeEmailService> service = addEmailService<FakeEmailService>(host);
-    PluginTest::AnswerAtEnd answerAtEnd{service};
-
-    explicit Mail(bool withCode = true) : OpenSpace(withCode)
-    {
-        widget->setProperties({"Ann", "ann@example.org", ""});
-        service->holdAnswers(true);
-    }
-    void succeed()
-    {
-        service->answer(0, {true, {}});
-        host.frame();
-    }
-};
-
 /// Ann's mail with one item, on its way.
 struct SentMail : Mail
 {
@@ -263,7 +237,7 @@ TEST_CASE("no service: it is logged and shown at once, items are counted, the ma
     OpenSpace space;
     space.widget->setProperties({"Ann", "ann@example.org", ""});
     space.addItem("http://one", 71);
-    expectFailure("No email service configured");
+    expectFailedMail("No email service configured");
     space.tapEnvelope();
     CHECK(classesOf(*space.widget) == Strings{"email-failed", "email-mode", "has-content", "sending-email"});
     space.host.frames(3);
@@ -370,7 +344,7 @@ TEST_CASE("outcome: an answer from another thread is shown in the next frame")
         if (isSuccess) {
             mail.service->answerFromThread(0, {true, {}});
         } else {
-            expectFailure("line is down");
+            expectFailedMail("line is down");
             mail.service->failFromThread(0, "line is down");
         }
         CHECK_FALSE(mail.hasClass(shown));
@@ -393,7 +367,7 @@ TEST_CASE("failure: of whatever kind, it is logged, shown and counted with its t
         mail.write("half");
         CHECK_FALSE(mail.hasClass("email-failed"));
         CHECK(TestSupport::loggedLines().size() == logged);
-        expectFailure(row.text);
+        expectFailedMail(row.text);
         mail.host.frame();
         CHECK(classesOf(*mail.widget) == Strings{"email-failed", "email-mode", "has-content", "sending-email"});
         CHECK(mail.contents->items().size() == 2);
@@ -409,7 +383,7 @@ TEST_CASE("failure: of whatever kind, it is logged, shown and counted with its t
 TEST_CASE("failure: the visitor may try again, and the outcome is added to the one before")
 {
     SentMail mail;
-    expectFailure("no");
+    expectFailedMail("no");
     mail.service->answer(0, {false, "no"});
     mail.host.frame();
     mail.tapEnvelope();
@@ -443,7 +417,7 @@ TEST_CASE("meanwhile: editing name or address does not change what is counted an
         const bool isSuccess = outcome == std::string("success");
         if (isSuccess)
             mail.service->answer(0, {true, {}});
-        else if (expectFailure(outcome); outcome == std::string("failure"))
+        else if (expectFailedMail(outcome); outcome == std::string("failure"))
             mail.service->answer(0, {false, outcome});
         else
             mail.service->fail(0, outcome);
@@ -513,7 +487,7 @@ TEST_CASE("closed: on failure it is logged and counted, and the stored items sta
             CAPTURE(isException);
             CAPTURE(isClosedFirst);
             SentMail mail;
-            expectFailure("no");
+            expectFailedMail("no");
             if (isClosedFirst)
                 mail.close();
             if (isException)
@@ -641,113 +615,4 @@ TEST_CASE("address: one that becomes known while the form is open is sent to, wh
         CHECK(space.field().text() == written);
         CHECK(space.text("user-email").value() == "ann@example.org");
     }
-}
-
-namespace
-{
-/// Ann's space on one of several tables that share what she has collected.
-struct SharedMail : Mail
-{
-    std::shared_ptr<PluginTest::FakeCollectionStore> store = std::make_shared<PluginTest::FakeCollectionStore>();
-
-    SharedMail() : Mail(false)
-    {
-        store->shared = true;
-        store->keepEarlier(code, "x-1", "one", 1);
-        store->keepEarlier(code, "x-2", "two", 1);
-        host.tavola().services()->addService("collection-store", QString(), store);
-        widget->setCode(code);
-        host.frame();
-        REQUIRE(contents->items().size() == 2);
-    }
-    ~SharedMail() { store->breakPromises(); }
-    Strings names() const
-    {
-        Strings result;
-        for (const auto& entry : contents->items())
-            result.push_back(entry.second.files.displayName.toStdString());
-        return result;
-    }
-};
-}
-
-TEST_CASE("sending: of several tables that show a card, the letter of one has what no other one sends")
-{
-    SharedMail mail;
-    mail.store->othersClaims = {"x-1"};
-    mail.tapEnvelope();
-    CHECK(mail.store->claims == std::vector<int>{2});
-    CHECK(mail.service->sent().empty());
-    mail.host.frame();
-    REQUIRE(mail.service->sent().size() == 1);
-    CHECK(mail.service->sent().front().content.contains("http://two"));
-    CHECK_FALSE(mail.service->sent().front().content.contains("http://one"));
-    // What the program removes at its next start, should it end now.
-    CHECK(mail.service->sent().front().collected.code == mail.code);
-    CHECK(mail.service->sent().front().collected.keys == QList<QString>{"run-x-2"});
-    mail.succeed();
-    CHECK(mail.hasClass("email-successful"));
-    // The other table removes what it sends.
-    CHECK(mail.names() == Strings{"one"});
-    CHECK(mail.store->changes() == Strings{"remove x-2"});
-}
-
-TEST_CASE("sending: what one of several tables fails to send is free for the others at once")
-{
-    SharedMail mail;
-    mail.store->othersClaims = {"x-1"};
-    mail.tapEnvelope();
-    mail.host.frame();
-    REQUIRE(mail.service->sent().size() == 1);
-    TestSupport::expectError(kFailed + "the server is away)");
-    mail.service->answer(0, {false, QStringLiteral("the server is away")});
-    mail.host.frame();
-    CHECK(mail.hasClass("email-failed"));
-    CHECK(mail.names().size() == 2);
-    CHECK(mail.store->changes() == Strings{"release x-2"});
-}
-
-TEST_CASE("sending: a tap at one table while another one sends everything sends nothing more")
-{
-    SharedMail mail;
-    mail.store->othersClaims = {"x-1", "x-2"};
-    mail.tapEnvelope();
-    mail.host.frame();
-    CHECK(mail.service->sent().empty());
-    CHECK(mail.hasClass("email-successful"));
-    CHECK(mail.names().size() == 2);
-    CHECK(mail.store->changes().empty());
-}
-
-TEST_CASE("sending: a store that cannot be asked keeps no letter back, nor does a space that closes meanwhile")
-{
-    SharedMail mail;
-    mail.store->throws = true;
-    mail.tapEnvelope();
-    mail.close();
-    mail.host.frame();
-    REQUIRE(mail.service->sent().size() == 1);
-    CHECK(mail.service->sent().front().content.contains("http://one"));
-    mail.succeed();
-    CHECK(mail.names().empty());
-}
-
-TEST_CASE("sending: an empty space of a shared store claims nothing")
-{
-    SharedMail mail;
-    mail.contentWidget()->removeItems();
-    mail.tapEnvelope();
-    CHECK(mail.store->claims.empty());
-    CHECK(mail.service->sent().size() == 1);
-}
-
-TEST_CASE("sending: a table whose store is its own asks it for nothing, and sends everything with the tap")
-{
-    SharedMail mail;
-    mail.store->shared = false;
-    mail.tapEnvelope();
-    CHECK(mail.store->claims.empty());
-    REQUIRE(mail.service->sent().size() == 1);
-    CHECK(mail.service->sent().front().content.contains("http://one"));
-    CHECK(mail.service->sent().front().content.contains("http://two"));
 }
