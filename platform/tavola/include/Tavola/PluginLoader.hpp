@@ -14,7 +14,8 @@ class Package;
 
 /// A plug-in library while it is loaded. Loading reads the package file beside it (the library's name with the ending
 /// .json, without a leading "lib") and then the library, whose static registrants do the rest; destroying unloads.
-/// Main thread only; the application must exist for the registrants to find it.
+/// Main thread only; the application must exist for the registrants to find it. A plug-in need not list the libraries that
+/// libtavola-core needs: they must be visible in the whole program, as those that it is linked with are.
 class TAVOLA_EXPORT PluginLoader
 {
 public:

@@ -58,13 +58,19 @@ std::unique_ptr<PluginLoader> PluginLoader::load(const QString& path, QString& e
         Bedrock::Trace::warning("PluginLoader # %s is missing; %s can register no components", qUtf8Printable(packagePath),
                                 qUtf8Printable(plugin->m_path));
     }
+    const StampCheck stamp = checkStamp(pluginStamp(plugin->m_path));
+    if (!stamp.missing.isEmpty()) {
+        error = QStringLiteral("%1: it was linked with %2, which is not in this program; use the plug-in that was built with it")
+                    .arg(plugin->m_path, stamp.missing);
+        return nullptr; // the destructor removes the package
+    }
     // Everything is resolved now: a missing symbol is a reason at loading, not a crash at a visitor's touch. With the very
     // libraries that the plug-in was linked with none can be missing, and most are found faster when they are first used.
-    const int binding = isLinkedWithThisProgram(pluginStamp(plugin->m_path)) ? RTLD_LAZY : RTLD_NOW;
+    const int binding = stamp.isSame ? RTLD_LAZY : RTLD_NOW;
     plugin->m_handle = dlopen(QFile::encodeName(plugin->m_path).constData(), binding | RTLD_LOCAL);
     if (!plugin->m_handle) {
         error = loaderReason();
-        return nullptr; // the destructor removes the package
+        return nullptr;
     }
     return plugin;
 }

@@ -63,7 +63,16 @@ struct LinkedLibrary
 {
     std::string_view file;
     std::string_view build; ///< hexadecimal digits
+    bool isFromHost;
 };
+
+/// The text up to the next such character, which is taken from `rest` with it.
+std::string_view readUpTo(char end, std::string_view& rest)
+{
+    const std::string_view text = rest.substr(0, rest.find(end));
+    rest.remove_prefix(std::min(rest.size(), text.size() + 1));
+    return text;
+}
 
 bool isHexOf(std::string_view digits, std::string_view bytes)
 {
@@ -78,27 +87,39 @@ bool isHexOf(std::string_view digits, std::string_view bytes)
     return true;
 }
 
-/// Removes a library of the program from those that are missing. Not 0 for another build of one, which ends the search.
+bool isBuild(const dl_phdr_info& library, std::string_view build)
+{
+    for (int i = 0; i < library.dlpi_phnum; ++i) {
+        const ElfW(Phdr)& part = library.dlpi_phdr[i];
+        if (part.p_type != PT_NOTE)
+            continue;
+        const auto* const notes = reinterpret_cast<const char*>(library.dlpi_addr + part.p_vaddr);
+        if (isHexOf(build, noteIn({notes, part.p_memsz}, kLoaderOwner, NT_GNU_BUILD_ID)))
+            return true;
+    }
+    return false;
+}
+
+struct Comparison
+{
+    std::vector<LinkedLibrary> missing; ///< in the libraries of the program that were compared so far
+    bool isSame = true;
+};
+
+/// Compares a library of the program; not 0 when none is missing any more, which ends the search.
 int compareLibrary(dl_phdr_info* library, std::size_t, void* data)
 {
-    auto& missing = *static_cast<std::vector<LinkedLibrary>*>(data);
+    auto& comparison = *static_cast<Comparison*>(data);
+    auto& missing = comparison.missing;
     const std::string_view path(library->dlpi_name);
     const std::string_view file = path.substr(path.rfind('/') + 1);
     const auto line =
         std::find_if(missing.begin(), missing.end(), [file](const LinkedLibrary& linked) { return linked.file == file; });
     if (line == missing.end())
         return 0;
-    for (int i = 0; i < library->dlpi_phnum; ++i) {
-        const ElfW(Phdr)& part = library->dlpi_phdr[i];
-        if (part.p_type != PT_NOTE)
-            continue;
-        const auto* const notes = reinterpret_cast<const char*>(library->dlpi_addr + part.p_vaddr);
-        if (isHexOf(line->build, noteIn({notes, part.p_memsz}, kLoaderOwner, NT_GNU_BUILD_ID))) {
-            missing.erase(line);
-            return 0;
-        }
-    }
-    return 1;
+    comparison.isSame = comparison.isSame && isBuild(*library, line->build);
+    missing.erase(line);
+    return missing.empty() ? 1 : 0;
 }
 }
 
@@ -126,18 +147,24 @@ QByteArray pluginStamp(const QString& path)
     return {};
 }
 
-bool isLinkedWithThisProgram(const QByteArray& stamp)
+StampCheck checkStamp(const QByteArray& stamp)
 {
-    std::vector<LinkedLibrary> missing;
+    Comparison comparison;
     std::string_view rest(stamp.constData(), std::size_t(stamp.size()));
     while (!rest.empty()) {
-        const std::string_view line = rest.substr(0, rest.find('\n'));
-        rest.remove_prefix(std::min(rest.size(), line.size() + 1));
-        const std::size_t space = line.find(' ');
-        if (space == std::string_view::npos)
-            return false;
-        missing.push_back({line.substr(0, space), line.substr(space + 1)});
+        std::string_view line = readUpTo('\n', rest);
+        const std::string_view file = readUpTo(' ', line);
+        const std::string_view build = readUpTo(' ', line);
+        comparison.missing.push_back({file, build, line == "host"});
     }
-    return !missing.empty() && dl_iterate_phdr(&compareLibrary, &missing) == 0 && missing.empty();
+    if (comparison.missing.empty())
+        return {};
+    dl_iterate_phdr(&compareLibrary, &comparison);
+    StampCheck check;
+    check.isSame = comparison.isSame && comparison.missing.empty();
+    for (const LinkedLibrary& library : comparison.missing)
+        if (library.isFromHost && check.missing.isEmpty())
+            check.missing = QString::fromUtf8(library.file.data(), int(library.file.size()));
+    return check;
 }
 }

@@ -5,11 +5,20 @@
 
 namespace Tavola
 {
-/// What a plug-in's file says of the libraries that it was linked with: one line "FILE BUILD-ID" each, as `cmake/stamp-plugin`
-/// writes them. Empty for a file without such a note, or that is no plug-in.
-[[nodiscard]] QByteArray pluginStamp(const QString& file);
+/// What a plug-in's file says of the libraries that it was linked with: one line "FILE BUILD-ID" for each, which
+/// `cmake/stamp-plugin` writes. A line ends with " host" for a library that the host has to bring, because it is not in the list
+/// that the system's loader reads. Empty for a file without a stamp, or that cannot be read. Any thread; blocks.
+[[nodiscard]] QByteArray pluginStamp(const QString& path);
 
-/// Whether each library in the stamp is in this process, and is the very build that the plug-in was linked with. Then no function
-/// that the plug-in calls can be missing, because its linker has found them all in these libraries. False for an empty stamp.
-[[nodiscard]] bool isLinkedWithThisProgram(const QByteArray& stamp);
+/// The libraries of a stamp against those in this program.
+struct StampCheck
+{
+    /// All are here in the very builds, so that none of their functions can be missing. False for an empty stamp.
+    bool isSame = false;
+    /// The first one that the host has to bring and does not; empty for none.
+    QString missing;
+};
+
+/// Any thread.
+[[nodiscard]] StampCheck checkStamp(const QByteArray& stamp);
 }
