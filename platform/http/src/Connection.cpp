@@ -5,10 +5,13 @@
 
 #include <boost/asio/post.hpp>
 #include <boost/asio/write.hpp>
-#include <boost/beast/core/file_posix.hpp>
-#include <boost/beast/http.hpp>
+#include <boost/beast/core/read_size.hpp>
+#include <boost/beast/core/string.hpp>
+#include <boost/beast/http/error.hpp>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <ctime>
 
 namespace Http
@@ -22,48 +25,23 @@ namespace
 {
 constexpr std::chrono::seconds kLingerTime{2};
 constexpr std::size_t kReadAhead = 16 * 1024;
+constexpr std::size_t kMostReadAtOnce = 64 * 1024;
+/// Room for so many is made at once.
+constexpr std::size_t kUsualHeaders = 8;
 /// How much of a refused request is read and dropped, so that the refusal is not lost in a reset of the connection.
 constexpr std::size_t kLingerBytes = 1024 * 1024;
 /// What the system takes at once, however slowly the client reads. A longer answer is a download.
 constexpr int kShortAnswerBytes = 16 * 1024;
-
-std::string httpDate()
-{
-    const std::time_t now = std::time(nullptr);
-    std::tm parts{};
-    ::gmtime_r(&now, &parts);
-    static const char* const days[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
-    static const char* const months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-    std::array<char, 64> text;
-    std::snprintf(text.data(), text.size(), "%s, %02d %s %d %02d:%02d:%02d GMT", days[parts.tm_wday], parts.tm_mday,
-                  months[parts.tm_mon], 1900 + parts.tm_year, parts.tm_hour, parts.tm_min, parts.tm_sec);
-    return text.data();
-}
 
 QByteArray toBytes(boost::beast::string_view text)
 {
     return QByteArray(text.data(), static_cast<int>(text.size()));
 }
 
-boost::beast::string_view toView(const QByteArray& bytes)
-{
-    return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
-}
-
 bool isHttpError(const error_code& error)
 {
     return error.category() == http::make_error_code(http::error::bad_method).category();
 }
-
-/// A message on its way out and the state of its sending. The message is complete before it comes here: a
-/// serializer looks at the body at once.
-template <class Body>
-struct Outgoing
-{
-    explicit Outgoing(http::response<Body>&& complete) : message(std::move(complete)) {}
-    http::response<Body> message;
-    http::response_serializer<Body> serializer{message};
-};
 
 }
 
@@ -86,7 +64,7 @@ std::string Connection::clientAddress(asio::ip::address remote, asio::ip::addres
 }
 
 Connection::Connection(Door& door, Socket socket, std::string address)
-    : Member(std::move(address)), m_door(door), m_stream(std::move(socket)), m_buffer(door.limits.headerBytes + kReadAhead)
+    : Member(std::move(address)), m_door(door), m_socket(std::move(socket)), m_buffer(door.limits.headerBytes + kReadAhead)
 {
 }
 
@@ -97,11 +75,24 @@ Connection::~Connection()
     m_door.connectionEnded();
 }
 
+void Connection::close()
+{
+    error_code ignored;
+    m_socket.close(ignored);
+}
+
 void Connection::giveUp()
 {
-    m_stream.close();
+    close();
     // The last line: this may be the end of the connection.
     m_whileAnswering.reset();
+}
+
+void Connection::endIfOverdue(Clock::time_point now)
+{
+    // What is under way on the socket ends with an error, and the connection with it.
+    if (m_deadline <= now)
+        close();
 }
 
 void Connection::readNext()
@@ -111,46 +102,71 @@ void Connection::readNext()
     m_parser->body_limit(m_door.limits.bodyBytes);
     m_state = State::ReadingHead;
     // One deadline for the whole request: sending a byte now and then does not prolong it.
-    m_stream.expires_after(m_door.limits.timeout);
-    http::async_read_header(m_stream, m_buffer, *m_parser,
-                            [self = shared_from_this()](error_code error, std::size_t) { self->headRead(error); });
+    setDeadline(m_door.limits.timeout);
+    parse();
 }
 
 void Connection::finishUp()
 {
     const bool idle = m_state == State::ReadingHead && !m_parser->got_some() && m_buffer.size() == 0;
     if (idle || m_state == State::Lingering)
-        m_stream.close();
+        close();
 }
 
-void Connection::headRead(const error_code& error)
+void Connection::parse()
 {
+    while (m_state == State::ReadingHead ? !m_parser->is_header_done() : !m_parser->is_done()) {
+        error_code error = http::error::need_more;
+        if (m_buffer.size() > 0)
+            m_buffer.consume(m_parser->put(m_buffer.data(), error));
+        if (error == http::error::need_more)
+            return readSome();
+        if (error)
+            return readFailed(error);
+    }
+    if (m_state == State::ReadingHead)
+        headRead();
+    else
+        answer();
+}
+
+void Connection::readSome()
+{
+    const std::size_t most = beast::read_size(m_buffer, kMostReadAtOnce);
+    if (most == 0)
+        return readFailed(http::error::buffer_overflow);
+    m_socket.async_read_some(m_buffer.prepare(most),
+                             [self = shared_from_this()](error_code error, std::size_t bytes) { self->received(error, bytes); });
+}
+
+void Connection::received(error_code error, std::size_t bytes)
+{
+    if (error == asio::error::eof) {
+        error = http::error::end_of_stream;
+        if (m_parser->got_some())
+            m_parser->put_eof(error);
+    }
     if (error)
         return readFailed(error);
+    m_buffer.commit(bytes);
+    parse();
+}
+
+void Connection::headRead()
+{
     const auto& request = m_parser->get();
     if (request.version() != 10 && request.version() != 11)
         return refuse(505, "This server speaks HTTP/1.1.\n");
     if (request.version() == 11 && request.count(http::field::host) != 1)
         return refuse(400, "The request needs one Host header.\n");
     m_state = State::ReadingBody;
-    if (!m_parser->is_done() && beast::iequals(request[http::field::expect], "100-continue")) {
-        static const std::string answer = "HTTP/1.1 100 Continue\r\n\r\n";
-        asio::async_write(m_stream, asio::buffer(answer), [self = shared_from_this()](error_code written, std::size_t) {
-            if (!written)
-                self->readBody();
-        });
-        return;
-    }
-    readBody();
-}
-
-void Connection::readBody()
-{
-    http::async_read(m_stream, m_buffer, *m_parser, [self = shared_from_this()](error_code error, std::size_t) {
-        if (error)
-            self->readFailed(error);
-        else
-            self->answer();
+    m_parser->eager(true);
+    if (m_parser->is_done() || !beast::iequals(request[http::field::expect], "100-continue"))
+        return parse();
+    static const std::string goOn = "HTTP/1.1 100 Continue\r\n\r\n";
+    asio::async_write(m_socket, asio::buffer(goOn), [self = shared_from_this()](error_code error, std::size_t) {
+        if (!error)
+            self->parse();
     });
 }
 
@@ -164,7 +180,7 @@ void Connection::readFailed(const error_code& error)
         return refuse(413, "The body of the request is too long.\n");
     if (isHttpError(error))
         return refuse(400, "The request is not HTTP.\n");
-    // Out of time (the stream has closed itself) or cut off by the client: there is nothing to answer.
+    // Out of time, or cut off by the client: there is nothing to answer.
 }
 
 void Connection::refuse(int status, const char* text)
@@ -178,13 +194,14 @@ void Connection::answer()
     Request request;
     request.method = toBytes(message.method_string());
     request.target = toBytes(message.target());
-    request.body = QByteArray(message.body().data(), static_cast<int>(message.body().size()));
+    request.body = toBytes(message.body());
+    request.headers.reserve(kUsualHeaders);
     for (const auto& field : message)
         request.headers.emplace_back(toBytes(field.name_string()), toBytes(field.value()));
     message.body() = std::string();
 
     m_state = State::Answering;
-    m_stream.expires_never();
+    m_deadline = Clock::time_point::max();
     m_door.roster.setAnswering(*this, true);
     m_whileAnswering = shared_from_this();
     // A handler that throws has let go of the reply, which answers 500.
@@ -197,13 +214,19 @@ void Connection::answer()
 Reply Connection::makeReply()
 {
     return Reply([gate = m_door.gate, connection = weak_from_this()](Response&& response) {
-        const std::unique_lock<std::mutex> guard(gate->mutex);
+        std::unique_lock<std::mutex> guard(gate->mutex);
         if (!gate->context)
             return;
-        asio::post(*gate->context, [connection, response = std::move(response)]() mutable {
+        auto deliver = [connection, response = std::move(response)]() mutable {
             if (const auto alive = connection.lock())
                 alive->answered(std::move(response));
-        });
+        };
+        if (!gate->context->get_executor().running_in_this_thread())
+            return asio::post(*gate->context, std::move(deliver));
+        guard.unlock();
+        // A reply may be sent by its destructor, which no exception may leave.
+        Bedrock::guarded(
+            deliver, [](const char* reason) { Bedrock::Trace::warning("HttpServer # A connection was dropped (%s)", reason); });
     });
 }
 
@@ -225,91 +248,54 @@ void Connection::send(Response response, bool keepAlive, bool headOnly)
     if (isDownload && !m_door.roster.beginDownload(*this)) {
         m_door.warnings.log("Too many downloads at a time; some were answered with 503",
                             std::to_string(m_door.limits.clients.connections) + " connections");
-        Response later = plainResponse(503, "Many people download something right now. Please try again in a moment.\n");
-        later.addHeader("Retry-After", "5");
-        return send(std::move(later), keepAlive, headOnly);
-    }
-    if (response.file.isOpen())
-        return sendFile(std::move(response), keepAlive, headOnly);
-    if (response.pieces)
-        return sendPieces(std::move(response), keepAlive, headOnly);
-
-    const auto size = static_cast<std::uint64_t>(response.body.size());
-    if (headOnly)
-        return sendHead(response, size, keepAlive);
-    http::response<http::string_body> message;
-    fillHead(message, response);
-    message.content_length(size);
-    message.keep_alive(keepAlive);
-    message.body() = response.body.toStdString();
-    write(std::make_shared<Outgoing<http::string_body>>(std::move(message)), keepAlive);
-}
-
-void Connection::sendFile(Response response, bool keepAlive, bool headOnly)
-{
-    beast::file_posix file;
-    file.native_handle(response.file.release());
-    error_code error;
-    http::file_body::value_type body;
-    body.reset(std::move(file), error);
-    if (error) {
-        Bedrock::Trace::warning("HttpServer # A file could not be read (%s)", error.message().c_str());
+        response = plainResponse(503, "Many people download something right now. Please try again in a moment.\n");
+        response.addHeader("Retry-After", "5");
+    } else if (response.file.isOpen() && response.file.size() < 0) {
+        Bedrock::Trace::warning("HttpServer # A file could not be read (%s)", std::strerror(errno));
         m_door.roster.endDownload(*this);
-        return send(plainResponse(500, "The file cannot be read.\n"), keepAlive, headOnly);
+        response = plainResponse(500, "The file cannot be read.\n");
     }
-    if (headOnly)
-        return sendHead(response, body.size(), keepAlive);
-    http::response<http::file_body> message;
-    fillHead(message, response);
-    message.content_length(body.size());
-    message.keep_alive(keepAlive);
-    message.body() = std::move(body);
-    write(std::make_shared<Outgoing<http::file_body>>(std::move(message)), keepAlive);
+    OutgoingAnswer::Manner manner;
+    manner.version = m_parser->is_header_done() ? std::min(m_parser->get().version(), 11u) : 11u;
+    manner.keepAlive = keepAlive;
+    manner.headOnly = headOnly;
+    m_outgoing.begin(std::move(response), manner, m_door.date.at(std::time(nullptr)));
+    // A deadline for each part that leaves, so that a large file may go to a slow phone but not to one that has gone away.
+    setDeadline(m_door.limits.timeout);
+    writeSome();
 }
 
-void Connection::sendHead(const Response& response, std::uint64_t size, bool keepAlive)
+void Connection::writeSome()
 {
-    http::response<http::empty_body> message;
-    fillHead(message, response);
-    message.content_length(size);
-    message.keep_alive(keepAlive);
-    write(std::make_shared<Outgoing<http::empty_body>>(std::move(message)), keepAlive);
+    m_socket.async_write_some(m_outgoing.buffers(), [self = shared_from_this()](error_code error, std::size_t bytes) {
+        if (!error)
+            self->wrote(bytes);
+    });
 }
 
-void Connection::fillHead(http::response_header<>& head, const Response& response) const
+void Connection::wrote(std::size_t bytes)
 {
-    head.version(m_parser->is_header_done() ? std::min(m_parser->get().version(), 11u) : 11u);
-    head.result(static_cast<unsigned>(response.status));
-    head.set(http::field::date, httpDate());
-    head.set(http::field::content_type, toView(response.contentType));
-    // A browser must not guess another type, nor send the address of a page, which is a secret, to other sites.
-    head.set("X-Content-Type-Options", "nosniff");
-    head.set("Referrer-Policy", "no-referrer");
-    for (const auto& [name, value] : response.headers)
-        head.set(toView(name), toView(value));
+    m_outgoing.wrote(bytes);
+    const bool isPieceLeft = m_outgoing.hasBytes();
+    if (!isPieceLeft) {
+        switch (m_outgoing.next()) {
+        case OutgoingAnswer::Next::Bytes: break;
+        case OutgoingAnswer::Next::End: return written();
+        case OutgoingAnswer::Next::Failed: return close(); // this may be the end of the connection
+        }
+    }
+    // What is made while it is sent has one for each piece.
+    if (!isPieceLeft || !m_outgoing.isMade())
+        setDeadline(m_door.limits.timeout);
+    writeSome();
 }
 
-template <class Message>
-void Connection::write(std::shared_ptr<Message> out, bool keepAlive)
+void Connection::written()
 {
-    // A deadline for each piece, so that a large file may go to a slow phone but not to one that has gone away.
-    m_stream.expires_after(m_door.limits.timeout);
-    auto& serializer = out->serializer;
-    http::async_write_some(m_stream, serializer,
-                           [self = shared_from_this(), out = std::move(out), keepAlive](error_code error, std::size_t) mutable {
-                               if (error)
-                                   return;
-                               if (!out->serializer.is_done())
-                                   return self->write(std::move(out), keepAlive);
-                               self->written(keepAlive);
-                           });
-}
-
-void Connection::written(bool keepAlive)
-{
+    m_outgoing.end();
     m_door.roster.endDownload(*this);
     m_door.roster.waitsAnew(*this);
-    if (keepAlive && !m_door.stopping)
+    if (m_outgoing.keepsConnection() && !m_door.stopping)
         readNext();
     else
         linger();
@@ -318,17 +304,17 @@ void Connection::written(bool keepAlive)
 void Connection::linger()
 {
     error_code ignored;
-    m_stream.socket().shutdown(Socket::shutdown_send, ignored);
+    m_socket.shutdown(Socket::shutdown_send, ignored);
     if (ignored)
         return;
     m_state = State::Lingering;
-    m_stream.expires_after(std::min<std::chrono::milliseconds>(m_door.limits.timeout, kLingerTime));
+    setDeadline(std::min<std::chrono::milliseconds>(m_door.limits.timeout, kLingerTime));
     drain();
 }
 
 void Connection::drain()
 {
-    m_stream.async_read_some(asio::buffer(m_scratch), [self = shared_from_this()](error_code error, std::size_t bytes) {
+    m_socket.async_read_some(asio::buffer(m_scratch), [self = shared_from_this()](error_code error, std::size_t bytes) {
         self->m_drained += bytes;
         if (!error && self->m_drained < kLingerBytes)
             self->drain();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ConnectionRoster.hpp"
+#include "ResponseHead.hpp"
 
 #include <Bedrock/RareWarnings.hpp>
 #include <Http/Server.hpp>
@@ -37,8 +38,10 @@ struct Door
     std::shared_ptr<Gate> gate;
     ConnectionRoster roster;
     std::unordered_set<Connection*> connections;
+    std::function<void()> connectionBegan; ///< called after a connection has come into `connections`
     std::function<void()> connectionEnded; ///< called after a connection has left `connections`
     bool stopping = false;
+    DateText date;
     Bedrock::RareWarnings warnings{"HttpServer"};
 };
 }

@@ -159,7 +159,7 @@ void Listener::accept(error_code error)
     // With many downloads under way it takes a while until the event loop comes back here, so more than one comes in at a
     // time; but only a few, so that they are read before they have to make room for the next.
     for (int i = 0; i < kAcceptedAtOnce && !error; ++i) {
-        Protocol::socket socket(m_context);
+        Socket socket(m_context);
         m_acceptor.accept(socket, error);
         if (!error)
             Bedrock::guarded(
@@ -179,7 +179,7 @@ void Listener::accept(error_code error)
     });
 }
 
-void Listener::letIn(Protocol::socket socket)
+void Listener::letIn(Socket socket)
 {
     std::string client;
     if (m_socketFile.empty()) {
@@ -195,6 +195,7 @@ void Listener::letIn(Protocol::socket socket)
     }
     const auto connection = std::make_shared<Connection>(m_door, std::move(socket), std::move(client));
     m_door.connections.insert(connection.get());
+    m_door.connectionBegan();
     if (m_door.roster.enter(*connection) == ConnectionRoster::Entry::Full) {
         m_door.warnings.log("All connections are in use; the one that has waited longest makes room for a new one",
                             std::to_string(m_door.limits.clients.connections) + " connections");

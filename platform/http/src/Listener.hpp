@@ -25,15 +25,16 @@ public:
 
 private:
     using Protocol = boost::asio::generic::stream_protocol;
+    using Socket = boost::asio::basic_stream_socket<Protocol, boost::asio::io_context::executor_type>;
 
     [[nodiscard]] QString openTcp(const Address& address);
     [[nodiscard]] QString openUnixSocket(const QString& path);
     void accept(boost::system::error_code error);
-    void letIn(Protocol::socket socket);
+    void letIn(Socket socket);
 
     boost::asio::io_context& m_context;
     Door& m_door;
-    boost::asio::basic_socket_acceptor<Protocol> m_acceptor;
+    boost::asio::basic_socket_acceptor<Protocol, boost::asio::io_context::executor_type> m_acceptor;
     boost::asio::steady_timer m_pause;
     /// The file of a Unix socket, to be removed while it is the one that was made.
     std::string m_socketFile;

@@ -59,9 +59,9 @@ Response plainResponse(int status, const QByteArray& text)
 {
     Response response;
     response.status = status;
-    response.contentType = "text/plain; charset=utf-8";
+    response.contentType = QByteArrayLiteral("text/plain; charset=utf-8");
     response.body = text;
-    response.addHeader("Cache-Control", "no-store");
+    response.addHeader(QByteArrayLiteral("Cache-Control"), QByteArrayLiteral("no-store"));
     return response;
 }
 

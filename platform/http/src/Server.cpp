@@ -1,6 +1,7 @@
 #include "Http/Server.hpp"
 
 #include "Connection.hpp"
+#include "DeadlineTimer.hpp"
 #include "Listener.hpp"
 
 #include <Bedrock/Guarded.hpp>
@@ -26,7 +27,8 @@ struct Server::Private
 
     void beginStop();
     void waitForHangup();
-    [[nodiscard]] bool isEmpty() const;
+    /// Whether no connection is left, after which nothing keeps run() any more.
+    bool endWhenEmpty();
 
     const std::shared_ptr<Gate> gate = std::make_shared<Gate>();
     bool isTornDown = false;
@@ -34,6 +36,7 @@ struct Server::Private
     std::vector<std::unique_ptr<Door>> doors;
     asio::io_context io{1};
     std::vector<std::unique_ptr<Listener>> listeners;
+    std::vector<std::unique_ptr<DeadlineTimer>> deadlines; ///< one for each door
     asio::signal_set endSignals{io};
     asio::signal_set hangup{io};
     asio::steady_timer graceTimer{io};
@@ -54,9 +57,14 @@ Server::Private::~Private()
     gate->context = nullptr;
 }
 
-bool Server::Private::isEmpty() const
+bool Server::Private::endWhenEmpty()
 {
-    return std::all_of(doors.begin(), doors.end(), [](const auto& door) { return door->connections.empty(); });
+    if (!std::all_of(doors.begin(), doors.end(), [](const auto& door) { return door->connections.empty(); }))
+        return false;
+    graceTimer.cancel();
+    for (const auto& deadline : deadlines)
+        deadline->stop();
+    return true;
 }
 
 void Server::Private::beginStop()
@@ -77,7 +85,7 @@ void Server::Private::beginStop()
         for (Connection* connection : connections)
             connection->finishUp();
     }
-    if (isEmpty())
+    if (endWhenEmpty())
         return;
     std::chrono::milliseconds grace{0};
     for (const auto& door : doors)
@@ -107,14 +115,17 @@ tl::expected<Server::Listening, QString> Server::listen(const Address& address, 
 {
     auto door = std::make_unique<Door>(limits, std::move(handler), d->gate);
     door->connectionEnded = [this] {
-        if (!d->isTornDown && d->stopping && d->isEmpty())
-            d->graceTimer.cancel();
+        if (!d->isTornDown && d->stopping)
+            (void)d->endWhenEmpty();
     };
+    auto deadline = std::make_unique<DeadlineTimer>(d->io, *door);
+    door->connectionBegan = [timer = deadline.get()] { timer->start(); };
     auto listener = std::make_unique<Listener>(d->io, *door);
     auto listening = listener->open(address);
     if (listening) {
         d->doors.push_back(std::move(door));
         d->listeners.push_back(std::move(listener));
+        d->deadlines.push_back(std::move(deadline));
     }
     return listening;
 }
