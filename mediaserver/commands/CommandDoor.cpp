@@ -1,8 +1,7 @@
 #include "CommandDoor.hpp"
 
 #include "shared/JsonResponse.hpp"
-
-#include <QJsonObject>
+#include "shared/JsonText.hpp"
 
 #include <cstring>
 
@@ -16,7 +15,7 @@ constexpr char kContentPath[] = "/content/";
 
 Http::Response refusal(int status, const QString& why)
 {
-    return jsonResponse(status, {{QStringLiteral("success"), false}, {QStringLiteral("error"), why}});
+    return jsonResponse(status, JsonText().addText("error", why).addFlag("success", false).end());
 }
 
 } // namespace
@@ -56,7 +55,7 @@ void CommandDoor::handleAgain(const QByteArray& body, const QString& file, const
 std::optional<Http::Response> CommandDoor::refuse(const Http::Request& request) const
 {
     const bool isContent = request.target.startsWith(kContentPath);
-    if (!isContent && request.target.split('?').first() != "/")
+    if (!isContent && request.target != "/" && !request.target.startsWith("/?"))
         return Http::plainResponse(404, "Commands are sent to /. Pages have a door of their own (--pages).\n");
     if (!isContent && request.method != "POST") {
         Http::Response response =

@@ -3,11 +3,13 @@
 #include "content/ContentFolder.hpp"
 #include "content/ContentReceiver.hpp"
 #include "pages/PageTexts.hpp"
+#include "shared/JsonText.hpp"
 #include "shared/WebLink.hpp"
 
 #include <QJsonDocument>
 #include <QVariant>
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <utility>
@@ -18,15 +20,14 @@ namespace MediaServer
 namespace
 {
 
-CommandAnswer success(QJsonObject members = {})
+CommandAnswer success()
 {
-    members.insert(QStringLiteral("success"), true);
-    return {200, members};
+    return {200, JsonText().addFlag("success", true).end()};
 }
 
 CommandAnswer failure(int httpStatus, const QString& error)
 {
-    return {httpStatus, {{QStringLiteral("success"), false}, {QStringLiteral("error"), error}}};
+    return {httpStatus, JsonText().addText("error", error).addFlag("success", false).end()};
 }
 
 CommandAnswer full(int mostItems)
@@ -39,6 +40,13 @@ CommandAnswer full(int mostItems)
 CommandAnswer notUnderstood(const QString& error)
 {
     return failure(400, error);
+}
+
+/// Of "fr-CH, de;q=0.5" the first language, which is the one that a table asks for.
+QByteArray firstLanguage(const QByteArray& acceptLanguage)
+{
+    const auto end = std::find_if(acceptLanguage.begin(), acceptLanguage.end(), [](char c) { return c == ',' || c == ';'; });
+    return acceptLanguage.left(static_cast<int>(end - acceptLanguage.begin()));
 }
 
 /// A JSON number that is a whole number of 64 bits.
@@ -113,7 +121,7 @@ CommandHandler::CommandHandler(ItemStore& store, const ContentFolder& content, C
 
 void CommandHandler::handle(const QByteArray& body, const Post& post, const Done& done, const QByteArray& acceptLanguage)
 {
-    const Step step = firstStep(body, PageTexts::find(acceptLanguage.split(',').first().split(';').first()));
+    const Step step = firstStep(body, acceptLanguage.isEmpty() ? nullptr : PageTexts::find(firstLanguage(acceptLanguage)));
     if (const auto* const answer = std::get_if<CommandAnswer>(&step))
         return done(*answer);
     if (const auto* const question = std::get_if<PageQuestion>(&step))
@@ -180,18 +188,25 @@ CommandHandler::Step CommandHandler::firstStep(const QByteArray& body, const Pag
 
 void CommandHandler::getUserPage(const PageQuestion& question, const Post& post, const Done& done)
 {
-    const auto finish = [this, texts = question.texts, done](const Result<QString>& token) {
-        if (!token)
-            return done(storeFailed("getuserpage", token.error()));
-        done(success({{QStringLiteral("userpageurl"), m_addresses.page(*token, texts)},
-                      {QStringLiteral("qrcodeurl"), m_addresses.qrCode(*token, texts)}}));
-    };
     // Every card that is put down asks for it.
     const QString known = m_store.rememberedToken(question.tessel);
     if (!known.isEmpty())
-        return finish(known);
+        return done(pageAnswer(known, question.texts));
+    const auto finish = [this, texts = question.texts, done](const Result<QString>& token) {
+        done(token ? pageAnswer(*token, texts) : storeFailed("getuserpage", token.error()));
+    };
     m_store.findToken(question.tessel,
                       [post, finish](const Result<QString>& token) { post([finish, token] { finish(token); }); });
+}
+
+CommandAnswer CommandHandler::pageAnswer(const QString& token, const PageTexts* texts) const
+{
+    return {200,
+            JsonText()
+                .addText("qrcodeurl", m_addresses.qrCode(token, texts))
+                .addFlag("success", true)
+                .addText("userpageurl", m_addresses.page(token, texts))
+                .end()};
 }
 
 std::optional<CommandAnswer> CommandHandler::checkFile(const Item& item, const QJsonObject& command, bool& isComing)
@@ -236,7 +251,9 @@ CommandHandler::Work CommandHandler::addItem(qint64 tessel, const Item& item, bo
                     if (!items.hasRoom(tessel, item, most))
                         return full(most);
                     items.add(tessel, item);
-                    return isComing ? success({{QStringLiteral("content"), QStringLiteral("coming")}}) : success();
+                    if (!isComing)
+                        return success();
+                    return {200, JsonText().addText("content", QStringLiteral("coming")).addFlag("success", true).end()};
                 }};
 }
 

@@ -5,6 +5,7 @@
 
 #include <Bedrock/RareWarnings.hpp>
 
+#include <QByteArray>
 #include <QJsonObject>
 
 #include <functional>
@@ -12,8 +13,6 @@
 #include <optional>
 #include <string>
 #include <variant>
-
-class QByteArray;
 
 namespace MediaServer
 {
@@ -29,7 +28,7 @@ struct CommandAnswer
     /// 200 whenever the command was understood, also when it failed; 400 when it was not; 500 when the store or the
     /// content folder failed.
     int httpStatus = 200;
-    QJsonObject json;
+    QByteArray json; ///< an object
     /// Not empty: nothing was done; the command is to be given once more when the hash of this file has been read.
     QString unreadFile = {};
 };
@@ -81,6 +80,7 @@ private:
     [[nodiscard]] Step firstStep(const QByteArray& body, const PageTexts* texts);
     void run(const Work& work, const Post& post, const Done& done);
     void getUserPage(const PageQuestion& question, const Post& post, const Done& done);
+    [[nodiscard]] CommandAnswer pageAnswer(const QString& token, const PageTexts* texts) const;
     void addFile(const FileItem& file, const Post& post, const Done& done);
     [[nodiscard]] Work addItem(qint64 tessel, const Item& item, bool isComing) const;
     /// Nothing when the item may be added; `isComing`: its file is not there yet.

@@ -2,8 +2,8 @@
 
 #include "items/ItemStore.hpp"
 #include "shared/JsonResponse.hpp"
+#include "shared/JsonText.hpp"
 
-#include <QJsonObject>
 #include <QUrl>
 #include <QUrlQuery>
 
@@ -20,7 +20,7 @@ using Kind = ContentReceiver::Standing::Kind;
 
 Http::Response error(int status, const QString& text)
 {
-    return jsonResponse(status, {{QStringLiteral("error"), text}});
+    return jsonResponse(status, JsonText().addText("error", text).end());
 }
 
 QString otherFileText(const QString& name)
@@ -153,7 +153,7 @@ void ContentReceiver::answerStanding(const Asked& asked, const Standing& standin
     case Kind::There:
         if (const auto forgotten = m_store.forgetExpected(asked.id.name); !forgotten)
             return fail(500, "What came cannot be noted in the database", forgotten.error(), reply);
-        return reply->send(jsonResponse(200, {{QStringLiteral("state"), QStringLiteral("there")}}));
+        return reply->send(jsonResponse(200, JsonText().addText("state", QStringLiteral("there")).end()));
     case Kind::Refused: return reply->send(error(409, standing.text));
     case Kind::Unread: return fail(503, "A file changes while it is read", asked.id.name, reply);
     case Kind::Failed: return fail(500, "A file could not be opened", standing.text, reply);
@@ -169,10 +169,9 @@ void ContentReceiver::answerStanding(const Asked& asked, const Standing& standin
 
 void ContentReceiver::answerComing(qint64 received, const SharedReply& reply) const
 {
-    reply->send(jsonResponse(200,
-                             {{QStringLiteral("state"), QStringLiteral("coming")},
-                              {QStringLiteral("received"), received},
-                              {QStringLiteral("piece"), m_limits.pieceBytes}}));
+    JsonText json;
+    json.addNumber("piece", m_limits.pieceBytes).addNumber("received", received).addText("state", QStringLiteral("coming"));
+    reply->send(jsonResponse(200, json.end()));
 }
 
 void ContentReceiver::takePiece(const Asked& asked, const QByteArray& piece, const SharedReply& reply)

@@ -2,15 +2,22 @@
 
 #include "PageTexts.hpp"
 
+#include <QStringBuilder>
+
 namespace MediaServer
 {
 
 namespace
 {
 
-QString queryOf(const PageTexts* texts)
+QLatin1String queryOf(const PageTexts* texts)
 {
-    return texts ? QLatin1String("?lang=") + QLatin1String(texts->language) : QString();
+    return texts ? QLatin1String("?lang=") : QLatin1String();
+}
+
+QLatin1String languageOf(const PageTexts* texts)
+{
+    return texts ? QLatin1String(texts->language) : QLatin1String();
 }
 
 } // namespace
@@ -22,12 +29,12 @@ PageAddresses::PageAddresses(const QString& publicUrl)
 
 QString PageAddresses::page(const QString& token, const PageTexts* texts) const
 {
-    return m_base + QLatin1String("p/") + token + queryOf(texts);
+    return m_base % QLatin1String("p/") % token % queryOf(texts) % languageOf(texts);
 }
 
 QString PageAddresses::qrCode(const QString& token, const PageTexts* texts) const
 {
-    return page(token) + QLatin1String("/qr.png") + queryOf(texts);
+    return m_base % QLatin1String("p/") % token % QLatin1String("/qr.png") % queryOf(texts) % languageOf(texts);
 }
 
 } // namespace MediaServer

@@ -1,18 +1,15 @@
 #include "JsonResponse.hpp"
 
-#include <QJsonDocument>
-#include <QJsonObject>
-
 namespace MediaServer
 {
 
-Http::Response jsonResponse(int status, const QJsonObject& object)
+Http::Response jsonResponse(int status, const QByteArray& json)
 {
     Http::Response response;
     response.status = status;
-    response.contentType = "application/json";
-    response.body = QJsonDocument(object).toJson(QJsonDocument::Compact);
-    response.addHeader("Cache-Control", "no-store");
+    response.contentType = QByteArrayLiteral("application/json");
+    response.body = json;
+    response.addHeader(QByteArrayLiteral("Cache-Control"), QByteArrayLiteral("no-store"));
     return response;
 }
 

@@ -2,12 +2,10 @@
 
 #include <Http/Message.hpp>
 
-class QJsonObject;
-
 namespace MediaServer
 {
 
-/// The answer at the tables' door: a JSON object that no cache keeps.
-[[nodiscard]] Http::Response jsonResponse(int status, const QJsonObject& object);
+/// The answer at the tables' door: a JSON object (see JsonText), which no cache keeps.
+[[nodiscard]] Http::Response jsonResponse(int status, const QByteArray& json);
 
 } // namespace MediaServer

@@ -12,6 +12,8 @@
 #include <doctest/doctest.h>
 
 #include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 
@@ -36,6 +38,12 @@ CommandAnswer answerOf(CommandHandler& handler, const QByteArray& body, const QB
     return promise->get_future().get();
 }
 
+/// The members of an answer.
+QJsonObject jsonOf(const CommandAnswer& answer)
+{
+    return QJsonDocument::fromJson(answer.json).object();
+}
+
 struct CommandHandlerFixture
 {
     CommandHandlerFixture()
@@ -53,14 +61,14 @@ struct CommandHandlerFixture
     {
         const CommandAnswer answer = handle(body);
         CHECK(answer.httpStatus == status);
-        CHECK(answer.json.value(QLatin1String("success")) == QJsonValue(false));
-        return answer.json.value(QLatin1String("error")).toString().toStdString();
+        CHECK(jsonOf(answer).value(QLatin1String("success")) == QJsonValue(false));
+        return jsonOf(answer).value(QLatin1String("error")).toString().toStdString();
     }
 
     bool succeeds(const QByteArray& body)
     {
         const CommandAnswer answer = handle(body);
-        return answer.httpStatus == 200 && answer.json.value(QLatin1String("success")) == QJsonValue(true);
+        return answer.httpStatus == 200 && jsonOf(answer).value(QLatin1String("success")) == QJsonValue(true);
     }
 
     std::size_t count(qint64 tessel) { return (*store)->items(tessel)->size(); }
@@ -77,7 +85,7 @@ TEST_CASE_FIXTURE(CommandHandlerFixture,
                   "command handler: the page opens in the first language that the command asks for, if pages have it")
 {
     const QByteArray ask = R"({"command":"getuserpage","tessel":7})";
-    const QString page = handle(ask).json.value(QLatin1String("userpageurl")).toString();
+    const QString page = jsonOf(handle(ask)).value(QLatin1String("userpageurl")).toString();
     struct Row
     {
         const char* acceptLanguage;
@@ -87,7 +95,7 @@ TEST_CASE_FIXTURE(CommandHandlerFixture,
                         {"sv, de", ""}, {"*", ""}};
     for (const Row& row : rows) {
         CAPTURE(row.acceptLanguage);
-        const QJsonObject answer = answerOf(handler, ask, row.acceptLanguage).json;
+        const QJsonObject answer = jsonOf(answerOf(handler, ask, row.acceptLanguage));
         CHECK(answer.value(QLatin1String("userpageurl")).toString() == page + QLatin1String(row.suffix));
         CHECK(answer.value(QLatin1String("qrcodeurl")).toString() == page + QLatin1String("/qr.png") + QLatin1String(row.suffix));
         CHECK(answer.size() == 3);
@@ -96,14 +104,14 @@ TEST_CASE_FIXTURE(CommandHandlerFixture,
 
 TEST_CASE_FIXTURE(CommandHandlerFixture, "command handler: getuserpage answers the page's address and that of its QR code")
 {
-    const QJsonObject answer = handle(R"({"command":"getuserpage","tessel":1234567})").json;
+    const QJsonObject answer = jsonOf(handle(R"({"command":"getuserpage","tessel":1234567})"));
     CHECK(answer.value(QLatin1String("success")) == QJsonValue(true));
     const QString page = answer.value(QLatin1String("userpageurl")).toString();
     CHECK(page == QLatin1String("https://museum.example/table/p/") + *(*store)->tokenFor(1234567));
     CHECK(answer.value(QLatin1String("qrcodeurl")).toString() == page + QLatin1String("/qr.png"));
     CHECK_FALSE(page.contains(QLatin1String("1234567")));
-    CHECK(handle(R"({"command":"getuserpage","tessel":1234567})").json == answer);
-    CHECK(handle(R"({"command":"getuserpage","tessel":1234568})").json != answer);
+    CHECK(jsonOf(handle(R"({"command":"getuserpage","tessel":1234567})")) == answer);
+    CHECK(jsonOf(handle(R"({"command":"getuserpage","tessel":1234568})")) != answer);
 }
 
 TEST_CASE_FIXTURE(CommandHandlerFixture, "command handler: links and files are added once and deleted")
@@ -230,20 +238,19 @@ TEST_CASE_FIXTURE(CommandHandlerFixture, "command handler: a person has so many 
             small,
             QStringLiteral(R"({"command":"additem","tessel":%1,"url":"https://a.example/%2"})").arg(tessel).arg(page).toUtf8());
     };
-    CHECK(add(7, 1).json.value(QLatin1String("success")).toBool());
-    CHECK(add(7, 2).json.value(QLatin1String("success")).toBool());
+    CHECK(jsonOf(add(7, 1)).value(QLatin1String("success")).toBool());
+    CHECK(jsonOf(add(7, 2)).value(QLatin1String("success")).toBool());
     const CommandAnswer refused = add(7, 3);
     CHECK(refused.httpStatus == 200);
-    CHECK(refused.json.value(QLatin1String("error")).toString()
+    CHECK(jsonOf(refused).value(QLatin1String("error")).toString()
           == QLatin1String("This person has 2 items already, which is the most a page can have: remove one first."));
     CHECK(count(7) == 2);
     // What is there already may be sent again, and others have room of their own.
-    CHECK(add(7, 2).json.value(QLatin1String("success")).toBool());
-    CHECK(add(8, 3).json.value(QLatin1String("success")).toBool());
-    CHECK(answerOf(small, R"({"command":"deleteitem","tessel":7,"url":"https://a.example/1"})")
-              .json.value(QLatin1String("success"))
-              .toBool());
-    CHECK(add(7, 3).json.value(QLatin1String("success")).toBool());
+    CHECK(jsonOf(add(7, 2)).value(QLatin1String("success")).toBool());
+    CHECK(jsonOf(add(8, 3)).value(QLatin1String("success")).toBool());
+    const CommandAnswer removed = answerOf(small, R"({"command":"deleteitem","tessel":7,"url":"https://a.example/1"})");
+    CHECK(jsonOf(removed).value(QLatin1String("success")).toBool());
+    CHECK(jsonOf(add(7, 3)).value(QLatin1String("success")).toBool());
 }
 
 TEST_CASE_FIXTURE(CommandHandlerFixture,
@@ -261,7 +268,7 @@ TEST_CASE_FIXTURE(CommandHandlerFixture,
             [](const std::function<void()>& function) { function(); },
             [&](const CommandAnswer& answer) {
                 const std::lock_guard<std::mutex> guard(mutex);
-                ++(answer.json.value(QLatin1String("success")).toBool() ? succeeded : refused);
+                ++(jsonOf(answer).value(QLatin1String("success")).toBool() ? succeeded : refused);
                 changed.notify_one();
             });
     }
