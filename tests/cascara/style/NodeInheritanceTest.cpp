@@ -250,6 +250,51 @@ TEST_CASE("node inheritance: what depends on the font size follows it, and what 
     CHECK(node.width == 20.f);
 }
 
+TEST_CASE("node inheritance: a node is not restyled for what it depended on before")
+{
+    struct Row
+    {
+        const char* uses;    ///< what the class "user" says
+        const char* changed; ///< of the root
+    };
+    const Row rows[] = {
+        {"width: var(--step)", "--step: 7px"},
+        {"width: 2em", "font-size: 21px"},
+        {"background-color: currentcolor", "color: lime"},
+        {"width: inherit", "width: 7px"},
+    };
+    for (const Row& row : rows) {
+        INFO(std::string(row.changed));
+        StyleFixture fixture;
+        auto& root = fixture.add("", "Root", "root");
+        BareNode node("N"); // without the attributes that are inherited
+        Facet::AttributeT<float> width(&node, "width");
+        Facet::AttributeT<Bedrock::Color> background(&node, "background-color");
+        node.setStyleParent(&root);
+        node.addCSSClass("user");
+        fixture.sheet((std::string("Root { --step: 5px; font-size: 20px; color: red; width: 5px } Root.other { ") + row.changed
+                       + "} .user { " + row.uses + " }")
+                          .c_str());
+        CHECK(restyledBy([&] { root.addCSSClass("other"); }) == 1 + 1);
+        node.removeCSSClass("user");
+        CHECK_FALSE((width.hasValue(Facet::kStyleLayer) || background.hasValue(Facet::kStyleLayer)));
+        CHECK(restyledBy([&] { root.removeCSSClass("other"); }) == 1);
+    }
+}
+
+TEST_CASE("node inheritance: a node that no longer defines what its parent defines as well follows the parent")
+{
+    StyleFixture fixture;
+    auto& root = fixture.add("", "Root", "root", "wide");
+    auto& node = fixture.add("root", "N", "n");
+    fixture.sheet(".wide { --step: 5px; font-size: 20px } N { width: var(--step, 1px) }");
+    node.addCSSClass("wide");
+    node.removeCSSClass("wide");
+    root.removeCSSClass("wide");
+    CHECK(node.width == 1.f);
+    CHECK(node.fontSize == 16.f);
+}
+
 TEST_CASE("node inheritance: an em that the parent hands down is that of the parent")
 {
     StyleFixture fixture;

@@ -41,6 +41,20 @@ public:
         return variables.isEmpty() && !m_values && m_own.empty() && fromParent.empty() && !usesFontSize && !usesColor;
     }
 
+    /// Whether the node has the very variables and values of the parent's record, which may be null, and defines none.
+    [[nodiscard]] bool isSharedWith(const NodeInheritance* parent) const noexcept
+    {
+        return m_own.empty() && variables.own().empty() && m_values.get() == (parent ? parent->m_values.get() : nullptr)
+            && variables.set() == (parent ? parent->variables.set() : nullptr);
+    }
+    /// Forgets what the node's styles depend on; the declarations that are applied next note it anew.
+    void clearUses() noexcept
+    {
+        variables.clearUses();
+        fromParent.clear();
+        usesFontSize = usesColor = false;
+    }
+
     /// Whether styles of the node itself depend on what changed for it. `above`: what changed for its parent.
     [[nodiscard]] bool dependsOn(const Changes& changes, const Changes& above) const;
 

@@ -26,6 +26,13 @@ inline void prefetchNode(const Styleable& changed)
     }
 }
 
+/// Before rules are matched: the record of what the node inherits, and the list of its values, where it has grown.
+inline void prefetchInheritance(const StyleNode& node)
+{
+    Bedrock::prefetch(node.inheritance.get(), sizeof(NodeInheritance));
+    Bedrock::prefetch(node.applied.constData(), sizeof(StyleNode::Applied));
+}
+
 /// Before values are written: the first attribute with a value from style sheets, which is the one that most nodes have changed,
 /// of the node and of its parent. What their class keeps of it is beside it.
 inline void prefetchStyledAttribute(const StyleNode& node)

@@ -30,9 +30,7 @@ NodeInheritance::Changes OwnDefinitions::update()
 {
     NodeInheritance& inheritance = m_node.obtainInheritance();
     const NodeInheritance* const parent = m_node.parentInheritance();
-    inheritance.variables.clearUses();
-    inheritance.fromParent.clear();
-    inheritance.usesFontSize = inheritance.usesColor = false;
+    inheritance.clearUses();
     NodeInheritance::Changes changes;
     changes.variables = inheritance.variables.define(variables(), parent ? parent->variables.shared() : nullptr);
     const InheritedValues::Pointer above = parent ? parent->values() : nullptr;

@@ -1,7 +1,6 @@
 #include "style/Restyler.hpp"
 
 #include "style/NodePrefetch.hpp"
-#include "style/OwnDefinitions.hpp"
 
 #include <Bedrock/Trace.hpp>
 #include <Facet/Node.hpp>
@@ -261,7 +260,7 @@ void Restyler::matchRules(const StyleNode& node, std::vector<const RuleIndex::En
 void Restyler::collectCandidates(Lists& lists) const
 {
     lists.candidates.clear();
-    lists.inherits = false;
+    lists.inherits = lists.defines = false;
     lists.motion = {};
     lists.hasMotion = false;
     int rank = 0;
@@ -274,6 +273,7 @@ void Restyler::collectCandidates(Lists& lists) const
                 } else if (declaration.isImportant == important) {
                     lists.candidates.push_back({&declaration, ++rank});
                     lists.inherits = lists.inherits || declaration.mayInherit();
+                    lists.defines = lists.defines || declaration.isVariable || declaration.isInherited;
                 }
     std::sort(lists.candidates.begin(), lists.candidates.end(), [](const Candidate& a, const Candidate& b) {
         if (a.declaration->attributeNumber != b.declaration->attributeNumber)
@@ -293,56 +293,19 @@ MotionDeclarations Restyler::motionOf(const StyleNode& node) const
 void Restyler::restyleNode(StyleNode& node, Lists& lists)
 {
     ++m_counters.nodesRestyled;
-    prefetchStyledAttribute(node);
+    if (node.inheritance)
+        prefetchInheritance(node);
+    if (lists.nodes.size() == 1) // of many most keep their values
+        prefetchStyledAttribute(node);
     matchRules(node, lists.rules);
     collectCandidates(lists);
     NodeStyler styler(node, lists.candidates, lists.hasMotion ? &lists.motion : nullptr);
-    if (m_mayInherit && (lists.inherits || node.inheritance || node.parentInheritance())) {
-        const NodeInheritance::Changes changes = OwnDefinitions(node, lists.candidates).update();
-        if (!changes.isEmpty())
-            inheritBelow(*node.owner, changes, lists);
-    }
+    if (m_mayInherit)
+        updateInheritance(node, lists);
     styler.apply();
     if (!styler.changedForChildren().empty() && node.owner)
         takeBelow(*node.owner, styler.changedForChildren(), lists);
     if (node.inheritance && node.inheritance->isEmpty())
         node.inheritance.reset();
-}
-
-/// Has the node restyled in this round.
-void Restyler::add(const Styleable& styleable, Lists& lists)
-{
-    const auto& node = StyleNode::shared(styleable);
-    if (node->collection == lists.collection)
-        return;
-    node->collection = lists.collection;
-    lists.nodes.push_back(node);
-}
-
-/// Gives the nodes below what has changed of what they inherit of `parent`, and has those restyled that it reaches.
-void Restyler::inheritBelow(const Styleable& parent, const NodeInheritance::Changes& changes, Lists& lists)
-{
-    for (const Styleable* child : parent.styleChildren()) {
-        NodeInheritance& inheritance = StyleNode::of(*child).obtainInheritance();
-        const NodeInheritance::Changes below = inheritance.inherit(StyleNode::of(parent).inheritance.get());
-        const auto hasIt = [child](int attribute) { return child->node().attributeNumbered(attribute) != nullptr; };
-        if (inheritance.dependsOn(below, changes) || std::any_of(below.values.begin(), below.values.end(), hasIt))
-            add(*child, lists);
-        if (!below.isEmpty())
-            inheritBelow(*child, below, lists);
-    }
-}
-
-/// Has the children restyled that take one of the attributes from `parent`.
-void Restyler::takeBelow(const Styleable& parent, const std::vector<int>& changed, Lists& lists)
-{
-    for (const Styleable* child : parent.styleChildren()) {
-        const auto& inheritance = StyleNode::of(*child).inheritance;
-        const auto takes = [&inheritance](int attribute) {
-            return std::count(inheritance->fromParent.begin(), inheritance->fromParent.end(), attribute) > 0;
-        };
-        if (inheritance && std::any_of(changed.begin(), changed.end(), takes))
-            add(*child, lists);
-    }
 }
 }

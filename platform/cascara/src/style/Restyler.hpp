@@ -107,6 +107,7 @@ private:
         MotionDeclarations motion{};
         bool hasMotion = false;  ///< some declaration is one of motion
         bool inherits = false;   ///< some candidate is a variable, or has to do with the nodes above or below
+        bool defines = false;    ///< some candidate is a variable, or a value that children inherit
         unsigned collection = 0; ///< of the nodes, each of which has it until its turn comes
     };
     class Round;
@@ -116,6 +117,7 @@ private:
     void begin(Lists& lists);
     void restyleNodes(Lists& lists);
     void restyleNode(StyleNode& node, Lists& lists);
+    void updateInheritance(StyleNode& node, Lists& lists);
     void markBorn(const Styleable& root);
     void collectCandidates(Lists& lists) const;
     static void add(const Styleable& styleable, Lists& lists);

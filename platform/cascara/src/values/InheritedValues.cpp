@@ -40,13 +40,6 @@ InheritedValues::Pointer InheritedValues::merge(const Pointer& inherited, const 
     return values.empty() ? nullptr : Pointer(std::move(result));
 }
 
-const InheritedValue* InheritedValues::find(int attribute) const
-{
-    const auto found = std::find_if(m_values.begin(), m_values.end(),
-                                    [attribute](const InheritedValue& value) { return value.attribute == attribute; });
-    return found != m_values.end() ? &*found : nullptr;
-}
-
 std::vector<int> InheritedValues::difference(const InheritedValues* a, const InheritedValues* b)
 {
     static const std::vector<InheritedValue> kNone;

@@ -34,7 +34,13 @@ public:
     /// Ascending by attribute.
     [[nodiscard]] const std::vector<InheritedValue>& all() const noexcept { return m_values; }
     /// Null when there is none.
-    [[nodiscard]] const InheritedValue* find(int attribute) const;
+    [[nodiscard]] const InheritedValue* find(int attribute) const noexcept
+    {
+        for (const InheritedValue& value : m_values) // a handful
+            if (value.attribute >= attribute)
+                return value.attribute == attribute ? &value : nullptr;
+        return nullptr;
+    }
     /// The attributes of which two sets, either of which may be null, do not have the same value; ascending.
     [[nodiscard]] static std::vector<int> difference(const InheritedValues* a, const InheritedValues* b);
 
