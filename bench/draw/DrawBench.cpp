@@ -1,10 +1,13 @@
 // What it takes to draw a table, against QGraphicsView drawing the same scene with the same smooth sampling into a QImage.
 // Both sides work in this process, in turns; a figure is the median of the ratios of their processor times.
-//     draw_bench --scene groups|table --size 1920x1080 --seed 1 --rounds 15 --frames 8 --only all-moved --json
+//     draw_bench --scene groups|table --size 1920x1080 --seed 1 --rounds 15 --frames 16 --only all-moved --json
+// After each work the two pictures are compared on its way, all over and where the work has changed them.
 // With --threads the table alone is measured: so many painting threads against one, by wall time. With --pause the program sleeps
 // between frames, as a table does.
 
 #include "draw/DrawSide.hpp"
+#include "draw/DrawWork.hpp"
+#include "draw/PictureComparison.hpp"
 
 #include <Lantern/PaintingThreads.hpp>
 
@@ -16,30 +19,37 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 #include <ctime>
-#include <functional>
+#include <optional>
 #include <thread>
 
 namespace
 {
 using Bench::DrawSide;
+using Bench::DrawWork;
 
-struct Work
+struct Settings
 {
-    const char* name;
-    double target; ///< of the ratio
-    std::function<void(DrawSide&, int frame)> step;
+    bool isTable = false;
+    QSize size;
+    int count = 0;
+    int rounds = 0;
+    int frames = 0;
+    int threads = 0; ///< 0: against the rival
+    int pauseMs = 0;
+    double scale = 1.0;
+    unsigned seed = 1;
+    Bench::RivalCache cache = Bench::RivalCache::None;
 };
 
-/// Of CLOCK_THREAD_CPUTIME_ID or CLOCK_MONOTONIC.
-double secondsOf(clockid_t clock)
+struct Figure
 {
-    timespec now{};
-    clock_gettime(clock, &now);
-    return double(now.tv_sec) + 1e-9 * double(now.tv_nsec);
-}
+    double ratio = 0.0;
+    double seconds = 0.0; ///< of a frame
+    double rivalSeconds = 0.0;
+    Bench::PictureDifference difference;
+};
 
 double median(std::vector<double> values)
 {
@@ -47,98 +57,183 @@ double median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-/// There and back again, so that the scene stays where it is: 8 frames one way, 8 the other.
-double swing(int frame)
+/// One work on both sides. The sides stand where the work begins, and are left there.
+class Measurement
 {
-    return frame % 16 < 8 ? 1.0 : -1.0;
-}
-
-std::vector<Work> groupsWork(int groups)
-{
-    const auto all = [groups](const std::function<void(int)>& each) {
-        for (int i = 0; i < groups; ++i)
-            each(i);
-    };
-    const int middle = groups / 2;
-    return {
-        {"tile-moved", 0.35,
-         [=](DrawSide& s, int f) {
-             s.move(middle, 12, {3.0 * swing(f), 2.0 * swing(f)});
-         }},
-        {"tile-turned", 0.40, [=](DrawSide& s, int f) { s.turn(middle, 12, 0.03 * swing(f)); }},
-        {"group-moved", 0.45,
-         [=](DrawSide& s, int f) {
-             s.move(middle, -1, {3.0 * swing(f), 2.0 * swing(f)});
-         }},
-        {"all-moved", 0.33,
-         [=](DrawSide& s, int f) { all([&](int i) {
-                                       s.move(i, -1, {3.0 * swing(f), (i % 3 - 1.0) * swing(f)});
-                                   }); }},
-        {"all-turned", 1.0, [=](DrawSide& s, int f) { all([&](int i) { s.turn(i, -1, 0.01 * swing(f)); }); }},
-    };
-}
-
-std::vector<Work> tableWork(const Bench::DrawScene& scene)
-{
-    const int first = int(scene.items.size()) - scene.spaces;
-    const int picture = first / 2;
-    const int space = first + scene.spaces / 2;
-    const auto each = [=, spaces = scene.spaces](const std::function<void(int)>& visit) {
-        for (int i = first; i < first + spaces; ++i)
-            visit(i);
-    };
-    // Within 16 frames up and down again; the last frame is whole.
-    const auto ramp = [](int f) { return 0.2 + 0.1 * (f % 16 < 8 ? f % 16 + 1 : 15 - f % 16); };
-    return {
-        {"picture-dragged", 0.14,
-         [=](DrawSide& s, int f) {
-             s.move(picture, -1, {9.0 * swing(f), 5.0 * swing(f)});
-         }},
-        {"picture-turned", 0.22, [=](DrawSide& s, int f) { s.turn(picture, -1, 0.01 * swing(f)); }},
-        {"space-dragged", 0.15,
-         [=](DrawSide& s, int f) {
-             s.move(space, -1, {9.0 * swing(f), 5.0 * swing(f)});
-         }},
-        {"space-turned", 0.35, [=](DrawSide& s, int f) { s.turn(space, -1, 0.01 * swing(f)); }},
-        {"eight-fade", 0.18,
-         [=](DrawSide& s, int f) { each([&](int i) { s.setOpacity(i, f % 16 == 15 ? 1.0 : std::min(0.95, ramp(f))); }); }},
-        {"eight-grow", 0.45, [=](DrawSide& s, int f) { each([&](int i) { s.setScale(i, f % 16 == 15 ? 1.0 : ramp(f)); }); }},
-        {"tile-moved", 0.5,
-         [=](DrawSide& s, int f) {
-             s.move(space, 10, {3.0 * swing(f), 2.0 * swing(f)});
-         }},
-        {"all-drawn", 0.20, [=](DrawSide& s, int) { s.damageAll(); }},
-    };
-}
-
-/// The share of pixels that clearly differ. Edges are blended in another order by the two sides.
-double shareThatDiffers(const QImage& a, const QImage& b)
-{
-    long count = 0;
-    for (int y = 0; y < a.height(); ++y) {
-        const auto* lineA = reinterpret_cast<const QRgb*>(a.constScanLine(y));
-        const auto* lineB = reinterpret_cast<const QRgb*>(b.constScanLine(y));
-        for (int x = 0; x < a.width(); ++x)
-            count += std::max({std::abs(qRed(lineA[x]) - qRed(lineB[x])), std::abs(qGreen(lineA[x]) - qGreen(lineB[x])),
-                               std::abs(qBlue(lineA[x]) - qBlue(lineB[x]))})
-                > 40;
+public:
+    Measurement(const Settings& settings, const DrawWork& work, DrawSide& ours, DrawSide& theirs)
+        : m_settings(settings), m_work(work), m_ours(ours), m_theirs(theirs)
+    {
     }
-    return double(count) / (double(a.width()) * a.height());
-}
 
-/// Everything drawn anew by so many threads.
-QImage pictureOf(DrawSide& side, int threads = 1)
-{
-    const Lantern::PaintingThreads painting(threads);
-    side.damageAll();
-    side.draw();
-    return side.picture().copy();
-}
+    [[nodiscard]] Figure take()
+    {
+        const QImage oursBefore = pictureBefore(m_ours);
+        const QImage theirsBefore = pictureBefore(m_theirs);
+        (void)runOurs(1);
+        (void)runRival();
+        std::vector<double> ratios, ours, theirs;
+        for (int round = 0; round < m_settings.rounds; ++round) {
+            ours.push_back(runOurs(std::max(1, m_settings.threads)));
+            theirs.push_back(m_settings.threads > 0 ? runOurs(1) : runRival());
+            ratios.push_back(ours.back() / theirs.back());
+        }
+        Figure figure{median(ratios), median(ours), median(theirs), {}};
+        goTo(kFramesToCompareAt);
+        figure.difference = m_settings.threads > 0
+            ? Bench::compare(wholePicture(m_settings.threads), oursBefore, wholePicture(1), oursBefore)
+            : Bench::compare(m_ours.picture(), oursBefore, m_theirs.picture(), theirsBefore);
+        goTo(0);
+        return figure;
+    }
+
+private:
+    static constexpr int kFramesToCompareAt = 4;
+
+    /// Of all threads, or of the clock on the wall where threads are compared.
+    [[nodiscard]] double now() const
+    {
+        timespec time{};
+        clock_gettime(m_settings.threads > 0 ? CLOCK_MONOTONIC : CLOCK_PROCESS_CPUTIME_ID, &time);
+        return double(time.tv_sec) + 1e-9 * double(time.tv_nsec);
+    }
+    /// Seconds of a frame.
+    [[nodiscard]] double run(DrawSide& side, int& frame) const
+    {
+        double begin = now();
+        for (int i = 0; i < m_settings.frames; ++i) {
+            if (m_settings.pauseMs > 0) {
+                const double pauseBegin = now();
+                std::this_thread::sleep_for(std::chrono::milliseconds(m_settings.pauseMs));
+                begin += now() - pauseBegin;
+            }
+            m_work.step(side, frame++);
+            side.draw();
+        }
+        return (now() - begin) / m_settings.frames;
+    }
+    [[nodiscard]] double runOurs(int threads)
+    {
+        std::optional<Lantern::PaintingThreads> painting;
+        if (m_settings.threads > 0)
+            painting.emplace(threads);
+        return run(m_ours, m_oursFrame);
+    }
+    [[nodiscard]] double runRival() { return m_settings.threads > 0 ? 0.0 : run(m_theirs, m_theirsFrame); }
+
+    /// Both sides, drawn so many frames after the work's beginning.
+    void goTo(int frame)
+    {
+        goTo(m_ours, m_oursFrame, frame);
+        goTo(m_theirs, m_theirsFrame, frame);
+    }
+    void goTo(DrawSide& side, int& at, int frame) const
+    {
+        if (m_work.isAll)
+            side.clear();
+        do
+            m_work.step(side, at++);
+        while (at % Bench::kFramesThereAndBack != frame);
+        side.draw();
+    }
+    /// What the work changes; black where it draws everything, as clear() leaves it.
+    [[nodiscard]] QImage pictureBefore(const DrawSide& side) const
+    {
+        QImage picture = side.picture().copy();
+        if (m_work.isAll)
+            picture.fill(Qt::black);
+        return picture;
+    }
+    /// Everything drawn anew by so many threads.
+    [[nodiscard]] QImage wholePicture(int threads) const
+    {
+        const Lantern::PaintingThreads painting(threads);
+        m_ours.damageAll();
+        m_ours.draw();
+        return m_ours.picture().copy();
+    }
+
+    const Settings& m_settings;
+    const DrawWork& m_work;
+    DrawSide& m_ours;
+    DrawSide& m_theirs;
+    int m_oursFrame = 0;
+    int m_theirsFrame = 0;
+};
 
 QSize sizeOf(const QString& text)
 {
     const QStringList parts = text.split(QLatin1Char('x'));
     return parts.size() == 2 ? QSize(parts[0].toInt(), parts[1].toInt()) : QSize();
+}
+
+std::optional<Bench::RivalCache> cacheOf(const QString& name)
+{
+    if (name == QLatin1String("none"))
+        return Bench::RivalCache::None;
+    if (name == QLatin1String("items"))
+        return Bench::RivalCache::Items;
+    if (name == QLatin1String("groups"))
+        return Bench::RivalCache::Groups;
+    return {};
+}
+
+void addOptions(QCommandLineParser& options)
+{
+    options.addHelpOption();
+    options.addOptions(
+        {{"scene", "groups or table", "name", "groups"},
+         {"size", "Pixels (1920x1080, 3840x2160)", "size"},
+         {"count", "Groups, or spaces", "number"},
+         {"seed", "Of the scene", "number", "1"},
+         {"rounds", "Ratios of which the median counts", "number", "15"},
+         {"frames", "Frames a round", "number", "16"},
+         {"only", "One work; may be given several times", "name"},
+         {"rival-cache", "What the rival keeps: none, items (each by itself), groups (each with what is in it)", "name", "none"},
+         {"scale", "The table is so many times smaller, on a screen that shows it so many times larger", "factor", "1"},
+         {"threads", "Painting threads, against one", "number"},
+         {"pause", "Before each frame, not measured", "milliseconds", "0"},
+         {"save", "Writes both pictures into a folder", "folder"},
+         {"json", "Writes the figures as JSON"}});
+}
+
+std::optional<Settings> settingsOf(const QCommandLineParser& options)
+{
+    const QString scene = options.value("scene");
+    const auto cache = cacheOf(options.value("rival-cache"));
+    Settings settings;
+    settings.isTable = scene == QLatin1String("table");
+    settings.size =
+        sizeOf(options.isSet("size") ? options.value("size") : QLatin1String(settings.isTable ? "3840x2160" : "1920x1080"));
+    settings.count = options.isSet("count") ? options.value("count").toInt() : settings.isTable ? 8 : 40;
+    settings.rounds = options.value("rounds").toInt();
+    settings.frames = options.value("frames").toInt();
+    settings.threads = options.isSet("threads") ? options.value("threads").toInt() : 0;
+    settings.pauseMs = options.value("pause").toInt();
+    settings.scale = options.value("scale").toDouble();
+    settings.seed = options.value("seed").toUInt();
+    const bool isRight = (settings.isTable || scene == QLatin1String("groups")) && cache && settings.scale > 0.0
+        && settings.pauseMs >= 0 && !settings.size.isEmpty() && settings.count >= 1 && settings.threads >= 0
+        && settings.rounds >= 1 && settings.frames >= 1;
+    if (!isRight)
+        return {};
+    settings.cache = *cache;
+    return settings;
+}
+
+/// The works named by --only, or all; none where there is no such work.
+std::vector<DrawWork> worksOf(std::vector<DrawWork> all, const QStringList& only)
+{
+    if (only.isEmpty())
+        return all;
+    std::vector<DrawWork> works;
+    for (const QString& name : only) {
+        const auto work = std::find_if(all.begin(), all.end(), [&](const DrawWork& w) { return name == QLatin1String(w.name); });
+        if (work == all.end())
+            return {};
+        works.push_back(*work);
+    }
+    return works;
 }
 }
 
@@ -148,90 +243,46 @@ int main(int argc, char** argv)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argc, argv);
     QCommandLineParser options;
-    options.addHelpOption();
-    options.addOptions(
-        {{"scene", "groups or table", "name", "groups"},
-         {"size", "Pixels (1920x1080, 3840x2160)", "size"},
-         {"count", "Groups, or spaces", "number"},
-         {"seed", "Of the scene", "number", "1"},
-         {"rounds", "Ratios of which the median counts", "number", "15"},
-         {"frames", "Frames a round", "number", "16"},
-         {"only", "One work", "name"},
-         {"scale", "The table is so many times smaller, on a screen that shows it so many times larger", "factor", "1"},
-         {"threads", "Painting threads, against one", "number"},
-         {"pause", "Before each frame, not measured", "milliseconds", "0"},
-         {"save", "Writes both pictures into a folder", "folder"},
-         {"json", "Writes the figures as JSON"}});
+    addOptions(options);
     options.process(application);
-    const bool isTable = options.value("scene") == QLatin1String("table");
-    const QSize size = sizeOf(options.isSet("size") ? options.value("size") : isTable ? "3840x2160" : "1920x1080");
-    const int count = options.isSet("count") ? options.value("count").toInt() : isTable ? 8 : 40;
-    const int rounds = options.value("rounds").toInt();
-    const int frames = options.value("frames").toInt();
-    const int threads = options.isSet("threads") ? options.value("threads").toInt() : 0;
-    const double scale = options.value("scale").toDouble();
-    const int pauseMs = options.value("pause").toInt();
-    if (!(scale > 0.0) || pauseMs < 0 || size.isEmpty() || count < 1 || threads < 0 || rounds < 1 || frames < 1)
+    const auto settings = settingsOf(options);
+    if (!settings)
         options.showHelp(2);
-    const unsigned seed = options.value("seed").toUInt();
-    const Bench::DrawScene scene = isTable ? Bench::tableScene(size, 12, count, seed) : Bench::groupsScene(size, count, seed);
-    const auto ours = Bench::makeTrellisSide(scene, scale);
-    const auto theirs = Bench::makeGraphicsViewSide(scene);
+    const Bench::DrawScene scene = settings->isTable ? Bench::tableScene(settings->size, 12, settings->count, settings->seed)
+                                                     : Bench::groupsScene(settings->size, settings->count, settings->seed);
+    const auto works =
+        worksOf(settings->isTable ? Bench::tableWork(scene) : Bench::groupsWork(settings->count), options.values("only"));
+    if (works.empty())
+        options.showHelp(2);
+    const auto ours = Bench::makeTrellisSide(scene, settings->scale);
+    const auto theirs = Bench::makeGraphicsViewSide(scene, settings->cache);
 
+    const char* const sceneName = settings->isTable ? "table" : "groups";
     QJsonArray figures;
     bool isSame = true;
-    for (const Work& work : isTable ? tableWork(scene) : groupsWork(count)) {
-        if (options.isSet("only") && options.value("only") != QLatin1String(work.name))
-            continue;
-        const clockid_t clock = threads > 0 ? CLOCK_MONOTONIC : CLOCK_THREAD_CPUTIME_ID;
-        const auto run = [&](DrawSide& side, int from) {
-            double begin = secondsOf(clock);
-            for (int frame = 0; frame < frames; ++frame) {
-                if (pauseMs > 0) {
-                    const double pauseBegin = secondsOf(clock);
-                    std::this_thread::sleep_for(std::chrono::milliseconds(pauseMs));
-                    begin += secondsOf(clock) - pauseBegin;
-                }
-                work.step(side, from + frame);
-                side.draw();
-            }
-            return (secondsOf(clock) - begin) / frames;
-        };
-        const auto runThreads = [&](int from) {
-            const Lantern::PaintingThreads painting(threads);
-            return run(*ours, from);
-        };
-        std::vector<double> ratios, our, their;
-        int frame = 0;
-        run(*ours, frame);
-        run(*theirs, frame);
-        for (int round = 0; round < rounds; ++round) {
-            frame += frames;
-            our.push_back(threads > 0 ? runThreads(frame) : run(*ours, frame));
-            their.push_back(run(threads > 0 ? *ours : *theirs, frame));
-            ratios.push_back(our.back() / their.back());
-        }
-        const QImage compared = threads > 0 ? pictureOf(*ours) : theirs->picture();
-        const double differs = shareThatDiffers(threads > 0 ? pictureOf(*ours, threads) : ours->picture(), compared);
-        isSame = isSame && differs < 0.01;
-        std::fprintf(stderr, "%-8s %-16s ratio %6.3f  target %5.2f  ours %8.3f ms  theirs %8.3f ms  pictures differ in %.3f %%\n",
-                     isTable ? "table" : "groups", work.name, median(ratios), work.target, 1e3 * median(our), 1e3 * median(their),
-                     100 * differs);
-        figures.append(QJsonObject{{"scene", isTable ? "table" : "groups"},
+    for (const DrawWork& work : works) {
+        const Figure figure = Measurement(*settings, work, *ours, *theirs).take();
+        isSame = isSame && figure.difference.isSameChange();
+        std::fprintf(stderr,
+                     "%-8s %-16s ratio %6.3f  ours %8.3f ms  theirs %8.3f ms  %.3f %% of the pixels differ, %.3f %% of the %ld "
+                     "that changed\n",
+                     sceneName, work.name, figure.ratio, 1e3 * figure.seconds, 1e3 * figure.rivalSeconds,
+                     100 * figure.difference.ofAll, 100 * figure.difference.ofChanged, figure.difference.changed);
+        figures.append(QJsonObject{{"scene", sceneName},
                                    {"work", work.name},
-                                   {"ratio", median(ratios)},
-                                   {"target", work.target},
-                                   {"milliseconds", 1e3 * median(our)},
-                                   {"rivalMilliseconds", 1e3 * median(their)},
-                                   {"pixelsThatDiffer", differs}});
+                                   {"ratio", figure.ratio},
+                                   {"milliseconds", 1e3 * figure.seconds},
+                                   {"rivalMilliseconds", 1e3 * figure.rivalSeconds},
+                                   {"pixelsThatDiffer", figure.difference.ofAll},
+                                   {"changedPixelsThatDiffer", figure.difference.ofChanged}});
     }
     if (options.isSet("save")) {
         ours->picture().save(options.value("save") + "/ours.png");
         theirs->picture().save(options.value("save") + "/theirs.png");
     }
     if (options.isSet("json"))
-        std::puts(QJsonDocument(QJsonObject{{"seed", int(seed)}, {"figures", figures}}).toJson().constData());
+        std::puts(QJsonDocument(QJsonObject{{"seed", int(settings->seed)}, {"figures", figures}}).toJson().constData());
     if (!isSame)
-        std::fputs("The two pictures are not the same: the figures compare different work\n", stderr);
+        std::fputs("The two pictures do not show the same change: the figures compare different work\n", stderr);
     return isSame ? 0 : 1;
 }

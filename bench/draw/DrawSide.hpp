@@ -23,6 +23,8 @@ public:
     /// Everything in the item fades as one picture.
     virtual void setOpacity(int item, double opacity) = 0;
     virtual void damageAll() = 0;
+    /// Loses the picture: what is not drawn anew is black.
+    virtual void clear() = 0;
     virtual void draw() = 0;
     [[nodiscard]] virtual const QImage& picture() const = 0;
 };
@@ -31,5 +33,12 @@ public:
 [[nodiscard]] std::unique_ptr<DrawSide> makeTrellisSide(const DrawScene& scene, double screenScale = 1.0);
 /// On a target of its own, of which there is no picture.
 [[nodiscard]] std::unique_ptr<DrawSide> makeTrellisSide(const DrawScene& scene, std::unique_ptr<Lantern::PaintTarget> target);
-[[nodiscard]] std::unique_ptr<DrawSide> makeGraphicsViewSide(const DrawScene& scene);
+
+/// What the rival keeps as pixels, in as much memory as the table may use.
+enum class RivalCache {
+    None,
+    Items, ///< each item by itself (QGraphicsItem::DeviceCoordinateCache)
+    Groups ///< each item on the table with what is in it, by a QGraphicsEffect
+};
+[[nodiscard]] std::unique_ptr<DrawSide> makeGraphicsViewSide(const DrawScene& scene, RivalCache cache = RivalCache::None);
 }

@@ -2,12 +2,13 @@
 
 #include <QCoreApplication>
 #include <QEvent>
+#include <QGraphicsEffect>
 #include <QGraphicsItem>
-#include <QGraphicsOpacityEffect>
 #include <QGraphicsScene>
 #include <QGraphicsView>
 #include <QPainter>
 #include <QPainterPath>
+#include <QPixmapCache>
 #include <QTextLayout>
 
 #include <cmath>
@@ -17,13 +18,32 @@ namespace Bench
 namespace
 {
 constexpr int kMostRects = 50;
+constexpr int kCacheKibibytes = 256 * 1024; ///< as the table may use for pictures
 constexpr double kDegrees = 180.0 / 3.14159265358979323846;
+
+/// Draws its item, with what is in it, as one picture, which Qt keeps until something in it or its transform changes.
+class KeptEffect final : public QGraphicsEffect
+{
+    void draw(QPainter* painter) override
+    {
+        QPoint place;
+        const QPixmap picture = sourcePixmap(Qt::DeviceCoordinates, &place, NoPad);
+        painter->save();
+        painter->setWorldTransform({});
+        painter->drawPixmap(place, picture);
+        painter->restore();
+    }
+};
 
 class Item final : public QGraphicsObject
 {
 public:
-    Item(const DrawItem& item, QGraphicsItem* parent) : QGraphicsObject(parent), m_item(item)
+    Item(const DrawItem& item, QGraphicsItem* parent, RivalCache cache) : QGraphicsObject(parent), m_item(item)
     {
+        if (cache == RivalCache::Items)
+            setCacheMode(DeviceCoordinateCache);
+        if (cache == RivalCache::Groups && !parent)
+            setGraphicsEffect(new KeptEffect);
         setPos(item.rect.topLeft());
         setRotation(item.angleRadians * kDegrees);
         if (!item.text.isEmpty()) {
@@ -38,7 +58,7 @@ public:
             m_text.endLayout();
         }
         for (const DrawItem& inner : item.items)
-            new Item(inner, this);
+            new Item(inner, this, cache);
     }
     [[nodiscard]] QRectF boundingRect() const override { return {QPointF(), m_item.rect.size()}; }
     void paint(QPainter* painter, const QStyleOptionGraphicsItem*, QWidget*) override
@@ -70,12 +90,13 @@ private:
 class GraphicsViewSide final : public DrawSide
 {
 public:
-    explicit GraphicsViewSide(const DrawScene& scene) : m_image(scene.size, QImage::Format_RGB32)
+    GraphicsViewSide(const DrawScene& scene, RivalCache cache) : m_cache(cache), m_image(scene.size, QImage::Format_RGB32)
     {
+        QPixmapCache::setCacheLimit(kCacheKibibytes);
         m_scene.setSceneRect(QRectF(QPointF(), scene.size));
         m_scene.setBackgroundBrush(Qt::black);
         for (const DrawItem& item : scene.items) {
-            m_items.push_back(new Item(item, nullptr));
+            m_items.push_back(new Item(item, nullptr, cache));
             m_scene.addItem(m_items.back());
         }
         m_view.setScene(&m_scene);
@@ -103,15 +124,16 @@ public:
     {
         QGraphicsItem& which = find(item, -1);
         if (opacity >= 1.0) {
-            which.setGraphicsEffect(nullptr);
+            which.setGraphicsEffect(m_cache == RivalCache::Groups ? new KeptEffect : nullptr);
             return;
         }
-        auto* effect = static_cast<QGraphicsOpacityEffect*>(which.graphicsEffect());
+        auto* effect = dynamic_cast<QGraphicsOpacityEffect*>(which.graphicsEffect());
         if (!effect)
             which.setGraphicsEffect(effect = new QGraphicsOpacityEffect);
         effect->setOpacity(opacity);
     }
     void damageAll() override { m_damage = m_image.rect(); }
+    void clear() override { m_image.fill(Qt::black); }
     void draw() override
     {
         QCoreApplication::sendPostedEvents(&m_scene, QEvent::MetaCall);
@@ -131,6 +153,7 @@ private:
         return tile < 0 ? *whole : *whole->childItems().at(tile);
     }
 
+    RivalCache m_cache;
     QGraphicsScene m_scene;
     QGraphicsView m_view;
     std::vector<QGraphicsItem*> m_items;
@@ -139,8 +162,8 @@ private:
 };
 }
 
-std::unique_ptr<DrawSide> makeGraphicsViewSide(const DrawScene& scene)
+std::unique_ptr<DrawSide> makeGraphicsViewSide(const DrawScene& scene, RivalCache cache)
 {
-    return std::make_unique<GraphicsViewSide>(scene);
+    return std::make_unique<GraphicsViewSide>(scene, cache);
 }
 }

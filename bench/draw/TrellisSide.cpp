@@ -57,6 +57,11 @@ public:
     void setScale(int item, double scale) override { find(item, -1).setScale(float(scale)); }
     void setOpacity(int item, double opacity) override { find(item, -1).setOpacity(float(opacity)); }
     void damageAll() override { m_everything = true; }
+    void clear() override
+    {
+        if (auto* target = dynamic_cast<Lantern::ImageTarget*>(m_target.get()))
+            target->resize(target->size());
+    }
     void draw() override
     {
         m_application.frame(0.016);
