@@ -8,7 +8,12 @@
 
 namespace
 {
-void sendEvent(benchmark::State& state, int listeners)
+enum class Payload {
+    Values, ///< written only for a listener (eventSendValues)
+    Written ///< by the sender in any case (eventSend)
+};
+
+void sendEvent(benchmark::State& state, int listeners, Payload payload)
 {
     static const Facet::EventName kEvent("item-added");
     Facet::Node node;
@@ -23,22 +28,32 @@ void sendEvent(benchmark::State& state, int listeners)
         });
         QObject::connect(&sender, &Bench::SignalSender::added, [&rival](qint64 item, qint64 widget) { rival += item + widget; });
     }
-    Bench::compare(
-        state,
-        [&](long times) {
-            for (long i = 0; i < times; ++i)
-                node.eventSendValues(kEvent, std::int64_t(i), std::int64_t(2));
-        },
-        [&](long times) {
-            for (long i = 0; i < times; ++i)
-                Q_EMIT sender.added(i, 2);
-        });
+    const auto sendValues = [&](long times) {
+        for (long i = 0; i < times; ++i)
+            node.eventSendValues(kEvent, std::int64_t(i), std::int64_t(2));
+    };
+    const auto sendWritten = [&](long times) {
+        for (long i = 0; i < times; ++i) {
+            Bedrock::BinaryData data;
+            data.writeInt64(i);
+            data.writeInt64(2);
+            node.eventSend(kEvent, data);
+        }
+    };
+    Bench::compare(state, payload == Payload::Values ? Bench::Side(sendValues) : Bench::Side(sendWritten), [&](long times) {
+        for (long i = 0; i < times; ++i)
+            Q_EMIT sender.added(i, 2);
+    });
     benchmark::DoNotOptimize(ours);
     benchmark::DoNotOptimize(rival);
 }
 
 const Bench::Row kRow([] {
     for (const int listeners : {0, 1, 10, 100})
-        Bench::add("row01/listeners/" + std::to_string(listeners), [=](benchmark::State& state) { sendEvent(state, listeners); });
+        Bench::add("row01/listeners/" + std::to_string(listeners),
+                   [=](benchmark::State& state) { sendEvent(state, listeners, Payload::Values); });
+    for (const int listeners : {0, 1})
+        Bench::add("row01/written-" + std::to_string(listeners),
+                   [=](benchmark::State& state) { sendEvent(state, listeners, Payload::Written); });
 });
 }

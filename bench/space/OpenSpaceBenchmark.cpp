@@ -12,6 +12,8 @@
 #include <QVariant>
 #include <QWidget>
 
+#include <algorithm>
+#include <stdexcept>
 #include <vector>
 
 namespace
@@ -19,7 +21,8 @@ namespace
 /// What Qt's side needs to know of a widget.
 struct Outline
 {
-    QString classes; ///< the type among them
+    QString joinedClasses; ///< the first is the type
+    QString name;          ///< the one of these that the sheet names
     QString text;
     bool isText = false;
     QRect place;
@@ -29,9 +32,11 @@ struct Outline
 Outline outlineOf(const Trellis::Widget& widget)
 {
     Outline outline;
-    outline.classes = QString::fromLatin1(widget.cssType());
+    QStringList classes{QString::fromLatin1(widget.cssType())};
     for (const QByteArray& name : widget.cssClasses())
-        outline.classes += QLatin1Char(' ') + QString::fromLatin1(name);
+        classes << QString::fromLatin1(name);
+    outline.joinedClasses = classes.join(QLatin1Char(' '));
+    outline.name = Bench::styledName(classes);
     if (const auto* text = dynamic_cast<const Trellis::TextInterfaceWidget*>(&widget)) {
         outline.isText = true;
         outline.text = text->text();
@@ -50,7 +55,7 @@ int countOf(const Outline& outline)
     return count;
 }
 
-QWidget* makeRival(const Outline& outline, QWidget* parent)
+QWidget* makeRival(const Outline& outline, QWidget* parent, Bench::QtNames names)
 {
     QWidget* widget = nullptr;
     if (outline.isText) {
@@ -60,14 +65,26 @@ QWidget* makeRival(const Outline& outline, QWidget* parent)
     } else {
         widget = new QWidget(parent);
     }
-    widget->setProperty("class", outline.classes);
+    if (names == Bench::QtNames::ObjectName)
+        widget->setObjectName(outline.name);
+    else
+        widget->setProperty("class", outline.joinedClasses);
     widget->setGeometry(outline.place);
     for (const Outline& child : outline.children)
-        makeRival(child, widget);
+        makeRival(child, widget, names);
     return widget;
 }
 
-void cardDown(benchmark::State& state)
+/// A rival whose sheet names nothing would be no rival.
+void requireStyled(const QWidget& desk)
+{
+    constexpr int kTitlePx = 38;
+    const auto labels = desk.findChildren<QLabel*>();
+    if (std::none_of(labels.begin(), labels.end(), [](const QLabel* label) { return label->font().pixelSize() == kTitlePx; }))
+        throw std::runtime_error("the rival's title is not styled");
+}
+
+void cardDown(benchmark::State& state, Bench::QtNames names)
 {
     Bench::SpaceTable table;
     table.putDown(table.newCard());
@@ -75,7 +92,7 @@ void cardDown(benchmark::State& state)
 
     QWidget desk;
     desk.resize(1920, 1080);
-    desk.setStyleSheet(Bench::qtSpaceSheet());
+    desk.setStyleSheet(Bench::qtSpaceSheet(names));
     desk.show();
     desk.setUpdatesEnabled(false); // neither side paints
     unsigned long card = 0;
@@ -94,12 +111,16 @@ void cardDown(benchmark::State& state)
                    {[&](long) {
                         // A child that is shown is polished, and so are those inside it. Our frame pumps Qt's events, so this
                         // side does, too: what is left over would be done in our turn.
-                        makeRival(outline, &desk)->show();
+                        makeRival(outline, &desk, names)->show();
                         QCoreApplication::processEvents();
                     },
                     clearDesk, 1});
+    requireStyled(desk);
     state.counters["widgets"] = countOf(outline);
 }
 
-const Bench::Row kRow([] { Bench::add("row12/space", cardDown); });
+const Bench::Row kRow([] {
+    Bench::add("row12/space", [](benchmark::State& state) { cardDown(state, Bench::QtNames::ClassProperty); });
+    Bench::add("row12/names", [](benchmark::State& state) { cardDown(state, Bench::QtNames::ObjectName); });
+});
 }

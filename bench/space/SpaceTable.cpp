@@ -58,18 +58,29 @@ QString spaceSheet()
     return text;
 }
 
-QString qtSpaceSheet()
+QString qtSpaceSheet(QtNames names)
 {
-    QString text =
-        QStringLiteral("*[class~=\"PersonalSpaceWidget\"] { min-width: 600px; padding: 20px; background-color: #f7f1e6 }\n"
-                       "*[class~=\"PersonalSpaceContentWidget\"] { min-width: 528px }\n");
+    const auto named = [names](const char* name) {
+        return QString::fromLatin1(names == QtNames::ObjectName ? "#%1" : "*[class~=\"%1\"]").arg(QLatin1String(name));
+    };
+    QString text = named("PersonalSpaceWidget")
+        + QStringLiteral(" { min-width: 600px; padding: 20px; background-color: #f7f1e6 }\n")
+        + named("PersonalSpaceContentWidget") + QStringLiteral(" { min-width: 528px }\n");
     for (const Rule& rule : kRules)
-        text += QStringLiteral("*[class~=\"PersonalSpaceWidget\"] *[class~=\"%1\"] { %2 }\n")
-                    .arg(QLatin1String(rule.cssClass), QLatin1String(rule.qt));
+        text += QStringLiteral("%1 %2 { %3 }\n").arg(named("PersonalSpaceWidget"), named(rule.cssClass), QLatin1String(rule.qt));
     for (int i = 0; i < kOtherRules; ++i)
-        text +=
-            QStringLiteral("*[class~=\"other%1\"] > *[class~=\"part\"] { min-width: %2px; padding: 3px }\n").arg(i).arg(i + 10);
+        text += QStringLiteral("%1 > %2 { min-width: %3px; padding: 3px }\n")
+                    .arg(named(QByteArray("other" + QByteArray::number(i)).constData()), named("part"))
+                    .arg(i + 10);
     return text;
+}
+
+QString styledName(const QStringList& typeAndClasses)
+{
+    for (const Rule& rule : kRules)
+        if (typeAndClasses.contains(QLatin1String(rule.cssClass)))
+            return QLatin1String(rule.cssClass);
+    return typeAndClasses.front();
 }
 
 SpaceTable::SpaceTable() : m_tavola(Tavola::Tavola::create())

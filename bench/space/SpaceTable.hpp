@@ -10,6 +10,7 @@
 #include <Trellis/Application.hpp>
 
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 #include <optional>
@@ -69,6 +70,13 @@ private:
 
 /// The sheet of the table: the rules of a space, and as many for other things as a presentation has.
 [[nodiscard]] QString spaceSheet();
-/// The same for Qt's widgets, which name their classes in a dynamic property "class".
-[[nodiscard]] QString qtSpaceSheet();
+/// How a sheet of Qt's names widgets, which have no classes.
+enum class QtNames {
+    ClassProperty, ///< by a dynamic property "class": the same selectors
+    ObjectName     ///< by their object names, which Qt matches fastest
+};
+/// The same for Qt's widgets.
+[[nodiscard]] QString qtSpaceSheet(QtNames names);
+/// The one of a widget's type and classes that the sheet names; otherwise the first. Fits as an object name.
+[[nodiscard]] QString styledName(const QStringList& typeAndClasses);
 }
