@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <exception>
 #include <vector>
 
 namespace Bench
@@ -115,7 +116,15 @@ void measure(benchmark::State& state, const Side& ours, int pieces)
 
 void add(const std::string& name, std::function<void(benchmark::State&)> function)
 {
-    benchmark::RegisterBenchmark(name.c_str(), std::move(function))->Iterations(1);
+    // A figure that cannot be measured costs that figure alone.
+    const auto guarded = [function = std::move(function)](benchmark::State& state) {
+        try {
+            function(state);
+        } catch (const std::exception& failure) {
+            state.SkipWithError(failure.what());
+        }
+    };
+    benchmark::RegisterBenchmark(name.c_str(), guarded)->Iterations(1);
 }
 
 Row::Row(void (*registerBenchmarks)())

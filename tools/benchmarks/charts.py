@@ -20,8 +20,8 @@ def bar(value, target, met):
             f'<path class="target" d="M{scale:.0f} 0v16"/></svg>')
 
 
-def growth(points, lines):
-    """Times over size, both axes logarithmic. `points`: [(size, counters)]; `lines`: {counter: caption}."""
+def growth(points, lines, what):
+    """Times over size, both axes logarithmic. `points`: [(size, counters)]; `lines`: {counter: caption}; `what` the size counts."""
     left, top, width, height = 70, 14, WIDTH - 90, 180
     values = [counters[name] for _, counters in points for name in lines if counters.get(name, 0) > 0]
     if not values:
@@ -43,6 +43,7 @@ def growth(points, lines):
                      f'<text x="{left - 8}" y="{y(10 ** power) + 4:.1f}" text-anchor="end">{nanoseconds(10 ** power)}</text>')
     for size, _ in points:
         parts.append(f'<text x="{x(size):.1f}" y="{top + height + 18}" text-anchor="middle">{size:,}</text>')
+    parts.append(f'<text x="{left + width}" y="{top + height + 36}" text-anchor="end">{html.escape(what)}</text>')
     for index, (name, caption) in enumerate(lines.items()):
         dots = [(x(size), y(counters[name])) for size, counters in points if counters.get(name, 0) > 0]
         if not dots:
@@ -50,18 +51,26 @@ def growth(points, lines):
         path = " ".join(f"{'L' if i else 'M'}{dx:.1f} {dy:.1f}" for i, (dx, dy) in enumerate(dots))
         parts.append(f'<path class="line{index}" d="{path}"/>')
         parts += [f'<circle class="dot{index}" cx="{dx:.1f}" cy="{dy:.1f}" r="3.5"/>' for dx, dy in dots]
-        parts.append(f'<text class="key{index}" x="{left + index * 220}" y="{top + height + 36}">● {html.escape(caption)}</text>')
+        parts.append(f'<text class="key{index}" x="{left + index * 100}" y="{top + height + 36}">● {html.escape(caption)}</text>')
     return "".join(parts) + "</svg>"
 
 
-def number(value):
+def number(value, more_digits=0):
     """Short, and never rounded to nothing."""
     if value == 0:
         return "0"
-    if abs(value) >= 100:
+    if abs(value) >= 100 and more_digits == 0:
         return f"{value:,.0f}"
     digits = 2 if abs(value) >= 1 else 2 - math.floor(math.log10(abs(value)))
-    return f"{value:.{min(digits, 6)}f}".rstrip("0").rstrip(".")
+    text = f"{value:,.{min(digits + more_digits, 6)}f}"
+    return text.rstrip("0").rstrip(".") if "." in text else text
+
+
+def beside(value, target):
+    """A value that is shown beside its target, with as many digits as it takes to see on which side it is."""
+    if target is None or value == target:
+        return number(value)
+    return next((text for text in (number(value, more) for more in range(4)) if text != number(target)), number(value, 4))
 
 
 def nanoseconds(value):

@@ -46,6 +46,9 @@ def run_google_benchmark(program, rows, arguments):
             benchmarks = []
     if done.returncode != 0:
         print(f"{done.stderr}{os.path.basename(program)} ended with code {done.returncode}", file=sys.stderr)
+    for entry in benchmarks:
+        if "error_message" in entry:
+            print(f"{base_name(entry['name'])}: {entry['error_message']}", file=sys.stderr)
     return {base_name(entry["name"]): counters_of(entry) for entry in benchmarks if "error_message" not in entry}
 
 
@@ -68,7 +71,8 @@ def run_drawing(program, prefix, scene, arguments, *more):
         return {}
     return {f"{prefix}/{figure['work']}": {"ratio": figure["ratio"], "ours_ns": figure["milliseconds"] * 1e6,
                                                "rival_ns": figure["rivalMilliseconds"] * 1e6,
-                                               "pixels_that_differ": figure["pixelsThatDiffer"]}
+                                               "pixels_that_differ": figure["pixelsThatDiffer"],
+                                               "changed_pixels_that_differ": figure["changedPixelsThatDiffer"]}
             for figure in json.loads(done.stdout)["figures"]}
 
 

@@ -51,9 +51,16 @@ _NOTIFY = "a setter with NOTIFY and one slot"
 _FEW = "the same among 100 widgets"
 _BARE = "a QGuiApplication that starts and ends"
 _VIEW = "QGraphicsView, same scene, same smooth sampling"
+_KEPT_VIEW = "QGraphicsView that keeps all that lies on the table as pictures, by an effect on each"
 _ALONE = "one thread (wall time)"
 _SHEET = "QWidgets with one style sheet"
 _FRAME_MS = 16.7  # at 60 Hz
+
+# What draw_bench measures on the large table.
+TABLE_WORKS = [("picture-dragged", "a picture dragged", 0.14), ("picture-turned", "a picture turned", 0.22),
+               ("space-dragged", "a space dragged", 0.15), ("space-turned", "a space turned", 0.35),
+               ("eight-fade", "eight spaces fade in at once", 0.18), ("eight-grow", "eight spaces grow", 0.45),
+               ("tile-moved", "a tile in a space moved", 0.5), ("all-drawn", "everything drawn", 0.20)]
 
 # What draw_bench measures with two painting threads: scene, work and title.
 SHARED_WORKS = [("groups", "all-moved", "1920×1080: all groups moved"), ("table", "picture-dragged", "3840×2160: a picture dragged")]
@@ -62,8 +69,10 @@ SHARED_WORKS = [("groups", "all-moved", "1920×1080: all groups moved"), ("table
 SCALED_WORKS = [("picture-dragged", "a picture dragged"), ("space-dragged", "a space dragged"), ("all-drawn", "everything drawn")]
 
 FIGURES = [
-    Figure("row01/listeners/1", "eventSend, one listener", 0.45, rival=_SIGNAL),
-    Figure("row01/listeners/0", "eventSend, no listener", 0.5, rival=_SIGNAL),
+    Figure("row01/written-1", "eventSend, one listener", 0.45, rival=_SIGNAL),
+    Figure("row01/written-0", "eventSend, no listener", 0.5, rival=_SIGNAL),
+    Figure("row01/listeners/1", "eventSendValues, one listener", 0.45, rival=_SIGNAL),
+    Figure("row01/listeners/0", "eventSendValues, no listener", 0.5, rival=_SIGNAL),
     Figure("row02/handle/1", "set by handle", 0.25, rival=_NOTIFY),
     Figure("row02/name", "set by name", 0.3, rival="setProperty of a widget's property, with one slot"),
     Figure("row03/restyled", "widgets restyled", 1, "value", "widgets"),
@@ -83,14 +92,8 @@ FIGURES = [
     Figure("row07/group-moved", "one group moved", 0.45, rival=_VIEW),
     Figure("row07/all-moved", "all moved", 0.33, rival=_VIEW),
     Figure("row07/all-turned", "all turned", 1.0, rival=_VIEW),
-    Figure("row08/picture-dragged", "a picture dragged", 0.14, rival=_VIEW),
-    Figure("row08/picture-turned", "a picture turned", 0.22, rival=_VIEW),
-    Figure("row08/space-dragged", "a space dragged", 0.15, rival=_VIEW),
-    Figure("row08/space-turned", "a space turned", 0.35, rival=_VIEW),
-    Figure("row08/eight-fade", "eight spaces fade in at once", 0.18, rival=_VIEW),
-    Figure("row08/eight-grow", "eight spaces grow", 0.45, rival=_VIEW),
-    Figure("row08/tile-moved", "a tile in a space moved", 0.5, rival=_VIEW),
-    Figure("row08/all-drawn", "everything drawn", 0.20, rival=_VIEW),
+    *(Figure(f"row08/{work}", title, target, rival=_VIEW) for work, title, target in TABLE_WORKS),
+    *(Figure(f"row08/kept/{work}", title, None, rival=_KEPT_VIEW) for work, title, _ in TABLE_WORKS),
     *(Figure(f"row08/scaled/{work}", f"the same on a screen that shows the table 1.25 times larger: {title}", None, rival=_VIEW)
       for work, title in SCALED_WORKS),
     *(Figure(f"row09/{work}", title, 0.6, rival=_ALONE) for _, work, title in SHARED_WORKS),
@@ -101,6 +104,7 @@ FIGURES = [
     Figure("row10/allocations", "allocations in a second of input", 0, "value", "allocations"),
     Figure("row11/frames", "frames until the picture shows it", 1, "value", "frames"),
     Figure("row12/space", "a space opens", 0.15, rival="the same children as QWidgets with one style sheet"),
+    Figure("row12/names", "the same", None, rival="QWidgets with a sheet that names them by object names, which is fastest there"),
     Figure("row13/add-growth", "an item added (all tiles are scaled anew)", 10, rival="the same among 100 items"),
     Figure("row13/remove-growth", "an item removed (all tiles are scaled anew)", 10, rival="the same among 100 items"),
     Figure("row13/lay-out-growth", "laid out anew, each item", 1.1, rival="the same among 100 items"),
@@ -126,14 +130,32 @@ FIGURES = [
 # The scenes of draw_bench, by row.
 SCENES = {7: "groups", 8: "table"}
 
-# What draw_bench measures with two painting threads: scene and work.
+# The row whose scene is measured against a rival that keeps pictures, and on a screen with another scale, too.
+KEPT_SCENE_ROW = 8
 
-# Programs of Google Benchmark in the build's bin/ that hold rows.
-PROGRAMS = ["table_bench", "count_bench", "space_bench", "load_bench", "outbox_bench",
-            "day_bench", "gl_bench"]
+# Programs of Google Benchmark in the build's bin/, and the rows that they hold.
+PROGRAMS = {"table_bench": {1, 2, 3, 4, 6, 10, 11, 19}, "count_bench": {5, 6, 10}, "space_bench": {12, 13}, "load_bench": {15},
+            "outbox_bench": {14}, "day_bench": {17}, "gl_bench": {18}}
 
 # Of these, the ones that need a screen with OpenGL: they get one in memory.
 ON_A_SCREEN = {"gl_bench"}
+
+
+# Growth over size: what is measured, and what the size counts.
+SERIES = {
+    "row01/listeners": ("eventSendValues", "listeners"),
+    "row02/handle": ("set by handle", "listeners"),
+    "row03/same": ("one leaf all the time", "widgets; the rival: 100"),
+    "row03/different": ("leaves in random order", "widgets; the rival: 100"),
+    "row04/again": ("styles computed anew", "widgets"),
+    "row04/types": ("styles computed anew, against types and ids", "widgets"),
+    "row04/variables": ("with variables, against none", "widgets"),
+    "row04/another": ("the sheet replaced by another", "widgets"),
+    "row06/idle": ("an idle frame, against an empty table", "tiles"),
+    "row13/add": ("an item added", "items"),
+    "row13/remove": ("an item removed", "items"),
+    "row13/lay-out": ("laid out anew, each item", "items"),
+}
 
 
 def figures_of(rows):

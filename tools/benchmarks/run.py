@@ -5,14 +5,16 @@ import datetime
 import json
 import os
 import platform
+import shutil
+import subprocess
 import sys
 from pathlib import Path
 
-from charts import nanoseconds, number
+from charts import beside, nanoseconds, number
 from page import page
 from processes import run_start
 from programs import run_drawing, run_google_benchmark, series_of
-from rows import PROGRAMS, ROW_TITLES, SCALED_WORKS, SCENES, SHARED_WORKS, figures_of
+from rows import KEPT_SCENE_ROW, PROGRAMS, ROW_TITLES, SCALED_WORKS, SCENES, SHARED_WORKS, figures_of
 
 ROOT = Path(__file__).resolve().parents[2]
 
@@ -21,7 +23,7 @@ def read_arguments(words):
     parser = argparse.ArgumentParser(
         prog="tools/bench", description="Builds the release preset, measures every figure against its rival, and writes figures.json "
         "and index.html.", epilog="Exit code: 0 when every figure was measured (missed targets are shown in the page and on the "
-        "terminal), 1 when one was not, 2 for a wrong command line. How to read the page: docs/performance.md.")
+        "terminal), 1 when one was not or the build fails, 2 for a wrong command line. How to read the page: docs/performance.md.")
     parser.add_argument("--only", metavar="ROW", action="append", type=int, default=[],
                         help="measure this row only; may be given several times")
     parser.add_argument("--out", metavar="DIR", type=Path, default=ROOT / "build" / "figures",
@@ -29,10 +31,10 @@ def read_arguments(words):
     parser.add_argument("--smoke", action="store_true", help="run everything once in small sizes, to see that it runs; judges nothing")
     parser.add_argument("--seed", type=int, default=1, help="of everything that is drawn by lot (1)")
     parser.add_argument("--scene", choices=sorted(SCENES.values()), help="measure the drawing of this scene only")
-    parser.add_argument("--size", type=int, default=0, help="widgets, items or contacts instead of each figure's own; judges nothing")
+    parser.add_argument("--size", type=int, default=0,
+                        help="widgets, items, contacts, groups or spaces instead of each figure's own; judges nothing")
     parser.add_argument("--rounds", type=int, default=0, help="ratios of which the median counts (21)")
-    parser.add_argument("--build", metavar="DIR", type=Path, default=ROOT / "build" / "release",
-                        help="measure what was built there, and build nothing")
+    parser.add_argument("--build", metavar="DIR", type=Path, help="measure what was built there, and build nothing")
     arguments = parser.parse_args(words)
     if arguments.scene:
         arguments.only += [row for row, scene in SCENES.items() if scene == arguments.scene]
@@ -41,7 +43,21 @@ def read_arguments(words):
         parser.error(f"there is no row {unknown[0]}; rows are {', '.join(map(str, sorted(ROW_TITLES)))}")
     if min(arguments.seed, arguments.size, arguments.rounds) < 0:
         parser.error("--seed, --size and --rounds are not negative")
+    if arguments.build and not (arguments.build / "bin").is_dir():
+        parser.error(f"nothing was built in {arguments.build}: leave --build out, or give the folder of a build with "
+                     "-DTAVOLA_BENCHMARKS=ON")
     return arguments
+
+
+def build():
+    """Builds the release preset with everything that measures, and returns its folder. Raises CalledProcessError."""
+    folder = ROOT / "build" / "release"
+    launcher = ["-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"] if shutil.which("ccache") else []
+    subprocess.run([ROOT / "tools" / "setup"], check=True)
+    print("Building …", flush=True)
+    subprocess.run(["cmake", "--preset", "release", "-DTAVOLA_BENCHMARKS=ON", *launcher], cwd=ROOT, stdout=subprocess.DEVNULL, check=True)
+    subprocess.run(["cmake", "--build", folder], check=True)
+    return folder
 
 
 def machine():
@@ -61,14 +77,17 @@ def measure(arguments):
     rows = arguments.only or sorted(ROW_TITLES)
     measured = {}
     programs = arguments.build.resolve() / "bin"
-    for program in PROGRAMS:
-        measured.update(run_google_benchmark(str(programs / program), rows, arguments))
+    for program, held in PROGRAMS.items():
+        if wanted := sorted(held.intersection(rows)):
+            measured.update(run_google_benchmark(str(programs / program), wanted, arguments))
     for row, scene in SCENES.items():
         if row in rows:
             measured.update(run_drawing(str(programs / "draw_bench"), f"row{row:02d}", scene, arguments))
-    if 8 in rows:
-        for work, _ in SCALED_WORKS:
-            measured.update(run_drawing(str(programs / "draw_bench"), "row08/scaled", SCENES[8], arguments, "--scale", "1.25", "--only", work))
+    if KEPT_SCENE_ROW in rows:
+        scene = SCENES[KEPT_SCENE_ROW]
+        scaled = [word for work, _ in SCALED_WORKS for word in ("--only", work)]
+        measured.update(run_drawing(str(programs / "draw_bench"), "row08/kept", scene, arguments, "--rival-cache", "groups"))
+        measured.update(run_drawing(str(programs / "draw_bench"), "row08/scaled", scene, arguments, "--scale", "1.25", *scaled))
     if 9 in rows:
         for scene, work, _ in SHARED_WORKS:
             measured.update(run_drawing(str(programs / "draw_bench"), "row09", scene, arguments, "--threads", "2", "--only", work))
@@ -95,7 +114,7 @@ def judge(measured, arguments):
 def print_table(figures):
     print("\n| row | work | rival | figure | target | |\n|---|---|---|---|---|---|")
     for figure in figures:
-        value = "not measured" if figure["value"] is None else f"{number(figure['value'])} {figure['unit']}".strip()
+        value = "not measured" if figure["value"] is None else f"{beside(figure['value'], figure['target'])} {figure['unit']}".strip()
         if figure["counter"] == "ratio" and "rival_ns" in figure["counters"]:
             value += f" ({nanoseconds(figure['counters']['ours_ns'])} / {nanoseconds(figure['counters']['rival_ns'])})"
         target = "" if figure["target"] is None else f"≤ {number(figure['target'])}"
@@ -105,10 +124,14 @@ def print_table(figures):
 
 def main(words):
     arguments = read_arguments(words)
+    if not arguments.build:
+        arguments.build = build()
     measured = measure(arguments)
     figures = judge(measured, arguments)
+    # The names of benchmarks say the sizes that figures have of their own.
+    has_own_sizes = not arguments.smoke and not arguments.size
     result = {"date": datetime.date.today().isoformat(), "machine": machine(), "seed": arguments.seed, "smoke": arguments.smoke,
-              "figures": figures, "series": series_of(measured)}
+              "size": arguments.size, "figures": figures, "series": series_of(measured) if has_own_sizes else {}}
     arguments.out.mkdir(parents=True, exist_ok=True)
     (arguments.out / "figures.json").write_text(json.dumps(result, indent=1, ensure_ascii=False) + "\n", encoding="utf-8")
     (arguments.out / "index.html").write_text(page(result, ROW_TITLES), encoding="utf-8")
@@ -123,4 +146,11 @@ def main(words):
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))
+    try:
+        sys.exit(main(sys.argv[1:]))
+    except KeyboardInterrupt:
+        print("\ntools/bench: interrupted; nothing was written", file=sys.stderr)
+        sys.exit(130)
+    except subprocess.CalledProcessError as failure:
+        print(f"tools/bench: {failure}; nothing was measured", file=sys.stderr)
+        sys.exit(1)
