@@ -11,7 +11,8 @@ QStringList namesOf(const JsonEntries& entries, const QString& key)
 {
     QStringList names;
     int index = 0;
-    for (const QJsonValue& name : entries.list(key, "names")) {
+    const QJsonArray list = entries.list(key, "names"); // constant, so that it is not copied
+    for (const QJsonValue& name : list) {
         if (name.isString())
             names.append(name.toString());
         else
@@ -23,7 +24,6 @@ QStringList namesOf(const JsonEntries& entries, const QString& key)
 
 std::vector<Cascara::StyleAttribute> attributesOf(const JsonEntries& attributes)
 {
-    const QStringList kinds = Cascara::StyleAttribute::kinds();
     std::vector<Cascara::StyleAttribute> result;
     result.reserve(std::size_t(attributes.object().size()));
     for (auto entry = attributes.object().begin(); entry != attributes.object().end(); ++entry) {
@@ -38,11 +38,13 @@ std::vector<Cascara::StyleAttribute> attributesOf(const JsonEntries& attributes)
             continue;
         }
         const QString kind = values.toString();
-        if (!kinds.contains(kind))
+        result.emplace_back(name, kind);
+        if (!result.back().judges()) {
+            const QStringList kinds = Cascara::StyleAttribute::kinds();
             attributes.skip(name,
                             QStringLiteral("expected one of %1, or a list of words%2")
                                 .arg(kinds.join(QStringLiteral(", ")), Facet::didYouMean(kind, kinds)));
-        result.emplace_back(name, kind);
+        }
     }
     return result;
 }
@@ -52,11 +54,11 @@ std::vector<Cascara::StyleType> readStyleDeclarations(const QJsonValue& styles, 
 {
     std::vector<Cascara::StyleType> result;
     const JsonEntries types = JsonEntries::of(styles, QStringLiteral("styles"), skip);
-    const QStringList own = types.object().keys();
+    const QJsonObject& own = types.object();
     const QStringList known{QStringLiteral("is"), QStringLiteral("attributes"), QStringLiteral("classes"),
                             QStringLiteral("states")};
     result.reserve(std::size_t(own.size()));
-    for (auto entry = types.object().begin(); entry != types.object().end(); ++entry) {
+    for (auto entry = own.begin(); entry != own.end(); ++entry) {
         const QString name = entry.key();
         const QJsonValue declaration = entry.value();
         if (!declaration.isObject()) {
@@ -69,7 +71,7 @@ std::vector<Cascara::StyleType> readStyleDeclarations(const QJsonValue& styles, 
         if (!base.isEmpty() && !own.contains(base) && !Cascara::StyleVocabulary::hasType(base))
             type.skip(QStringLiteral("is"),
                       QStringLiteral("there is no type '%1'%2")
-                          .arg(base, Facet::didYouMean(base, Cascara::StyleVocabulary::types() + own)));
+                          .arg(base, Facet::didYouMean(base, Cascara::StyleVocabulary::types() + own.keys())));
         result.push_back({name.toUtf8(), base.toUtf8(), attributesOf(type.inner(QStringLiteral("attributes"))),
                           namesOf(type, QStringLiteral("classes")), namesOf(type, QStringLiteral("states"))});
     }

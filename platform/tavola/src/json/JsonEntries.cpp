@@ -16,7 +16,14 @@ JsonEntries JsonEntries::of(const QJsonValue& value, const QString& place, const
 
 QString JsonEntries::joined(const QString& place, const QString& key)
 {
-    return place.isEmpty() ? key : place + QLatin1Char('.') + key;
+    if (place.isEmpty())
+        return key;
+    QString result;
+    result.reserve(place.size() + 1 + key.size());
+    result += place;
+    result += QLatin1Char('.');
+    result += key;
+    return result;
 }
 
 void JsonEntries::checkKnown(const QStringList& known) const
