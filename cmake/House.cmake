@@ -120,6 +120,7 @@ function(house_stamp_plugin target)
     target_link_options(${target} PRIVATE -Wl,-z,noseparate-code)
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${CMAKE_SOURCE_DIR}/cmake/stamp-plugin)
     if(NOT TAVOLA_SANITIZER)
+        find_program(TAVOLA_PATCHELF patchelf REQUIRED DOC "Edits the list of libraries of a plug-in")
         add_custom_command(TARGET ${target} POST_BUILD
             COMMAND ${CMAKE_SOURCE_DIR}/cmake/stamp-plugin $<TARGET_FILE:${target}> $<TARGET_FILE_DIR:bedrock> VERBATIM)
     endif()
