@@ -76,7 +76,8 @@ int main(int argc, char** argv)
                         "  mail list|retry|drop ...       work on undelivered e-mail; more: tavola mail --help\n"
                         "  people list|add|import|export|remove ...\n"
                         "                                 the people a table knows; more: tavola people --help\n"
-                        "  collections list|clear ...     what cards have collected; more: tavola collections --help"),
+                        "  collections list|clear|import ...\n"
+                        "                                 what cards have collected; more: tavola collections --help"),
          QStringLiteral("Exit code: 0 after a table that was closed, 1 when it could not open, 2 for a command line that makes "
                         "no sense.")});
     bool wantsVersion = false;

@@ -1,60 +1,53 @@
 #include "commands/CollectionsCommand.hpp"
 
-#include "commands/CommandLine.hpp"
 #include "commands/SetAside.hpp"
+#include "commands/TableCommandLine.hpp"
 #include "presentation/DataFolder.hpp"
-#include "presentation/Presentation.hpp"
-#include "services/collections/CollectionDatabase.hpp"
 #include "services/collections/CollectionImport.hpp"
 
 #include <QDateTime>
 #include <QFileInfo>
 
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace Host
 {
 namespace
 {
-class Request : public CommandLine
+class Request : public TableCommandLine
 {
 public:
     Request()
-        : CommandLine(
-            QStringLiteral("collections"),
-            {QStringLiteral("list|clear|import PRESENTATION [CODE ...] [OPTION ...]"),
-             QStringLiteral(
-                 "Shows and removes what a presentation's table keeps of what cards have collected (its \"collections\"), "
-                 "also while the table runs. A space that is open goes on showing what it shows.\n"
-                 "\n"
-                 "  list PRESENTATION              each card with the number of its things, and when the first and the\n"
-                 "                                 last of them were stored\n"
-                 "  list PRESENTATION CODE ...     the names of the things of these cards\n"
-                 "  clear PRESENTATION CODE ...    removes what these cards have collected\n"
-                 "  clear PRESENTATION --all       removes everything\n"
-                 "  import PRESENTATION            copies what the table kept in a file, before the presentation had a\n"
-                 "                                 \"database\", into that; end the table first"),
-             QStringLiteral("Exit code: 0, 1 when it could not be done, 2 for a command line that makes no sense.")},
+        : TableCommandLine(
+            QStringLiteral("collections"), QStringLiteral("list|clear|import PRESENTATION [CODE ...] [OPTION ...]"),
+            QStringLiteral(
+                "Shows and removes what a presentation's table keeps of what cards have collected (its \"collections\"),\n"
+                "also while the table runs. A space that is open goes on showing what it shows.\n"
+                "\n"
+                "  list PRESENTATION              each card with the number of its things, and when the first and the\n"
+                "                                 last of them were stored\n"
+                "  list PRESENTATION CODE ...     the names of the things of these cards\n"
+                "  clear PRESENTATION CODE ...    removes what these cards have collected\n"
+                "  clear PRESENTATION --all       removes everything\n"
+                "  import PRESENTATION            copies what the table kept in a file, before the presentation had a\n"
+                "                                 \"database\", into that; end the table first"),
             {"list", "clear", "import"})
     {
-        addDataFolder(data);
         addFlag("--all", all, "clear: of all cards");
     }
 
-    QString data;
     bool all = false;
     std::vector<unsigned long> codes;
 };
 
 std::optional<CommandLine::Exit> checked(Request& request)
 {
-    for (const QString& text : request.words()) {
-        bool isNumber = false;
-        request.codes.push_back(text.toULongLong(&isNumber));
-        if (!isNumber)
-            return CommandLine::Exit{2, QStringLiteral("\"%1\" is no card code, a whole number is expected").arg(text)};
-    }
+    auto codes = request.cardCodes();
+    if (!codes)
+        return codes.error();
+    request.codes = std::move(*codes);
     const bool isClear = request.action() == QLatin1String("clear");
     if (request.all && !isClear)
         return CommandLine::Exit{2, QStringLiteral("--all belongs to clear only")};
@@ -136,19 +129,15 @@ int CollectionsCommand::run(const QStringList& arguments)
     Request request;
     if (const auto exitCode = request.begin(arguments, [&request] { return checked(request); }))
         return *exitCode;
-    QString error;
-    const auto presentation = Presentation::load(request.presentation(), error);
+    const auto presentation = request.loadPresentation();
     if (!presentation)
-        return request.fail(error, 1);
-    const auto place =
-        CollectionPlace::of(presentation->collectionsDatabase(), collectionsFile(dataFolder(presentation->folder, request.data)));
+        return 1;
+    const auto place = request.collectionPlace(*presentation);
     if (!place)
         return request.fail(place.error(), 1);
     if (request.action() == QLatin1String("import"))
-        return importFile(*place, collectionsFile(dataFolder(presentation->folder, request.data)), request);
-    CollectionDatabase database(*place, {}, [&request](const QString& what, const QString& reason, const QString& remedy) {
-        (void)request.fail(QStringLiteral("failed to %1 (%2); %3").arg(what, reason, remedy), 1);
-    });
+        return importFile(*place, collectionsFile(request.tableFolder(*presentation)), request);
+    CollectionDatabase database(*place, {}, request.collectionErrors());
     if (!database.exists()) {
         CommandLine::print(QStringLiteral("Nothing is kept."));
         return request.printed();

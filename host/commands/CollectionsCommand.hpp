@@ -4,8 +4,8 @@
 
 namespace Host
 {
-/// `tavola collections list|clear PRESENTATION [CODE ...] [OPTION ...]`: what a presentation's table keeps of what cards have
-/// collected.
+/// `tavola collections list|clear|import PRESENTATION [CODE ...] [OPTION ...]`: what a presentation's table keeps of what cards
+/// have collected.
 class CollectionsCommand
 {
 public:

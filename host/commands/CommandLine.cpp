@@ -150,15 +150,6 @@ QString CommandLine::help() const
     return QString::fromStdString(d->app.help());
 }
 
-void CommandLine::addDataFolder(QString& folder)
-{
-    addOption({"--data", "DIR", "the folder given to tavola run --data (default: the user's data folder)",
-               QStringLiteral("a folder"), [&folder](const QString& value) {
-                   folder = value;
-                   return !value.isEmpty();
-               }});
-}
-
 std::optional<int> CommandLine::begin(const QStringList& arguments, const std::function<std::optional<Exit>()>& check)
 {
     if (arguments.isEmpty())

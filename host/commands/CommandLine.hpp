@@ -54,8 +54,6 @@ public:
     /// An option without a value. `value` outlives the parsing.
     void addFlag(const char* name, bool& value, const char* help);
     void addOption(Option option);
-    /// "--data DIR", the folder of the table that the command works for. `folder` outlives the parsing.
-    void addDataFolder(QString& folder);
 
     /// Nothing when all arguments make sense. `arguments` are those after the command's word. To be called once.
     [[nodiscard]] std::optional<Exit> parse(const QStringList& arguments);

@@ -1,8 +1,7 @@
 #include "commands/MailCommand.hpp"
 
-#include "commands/CommandLine.hpp"
+#include "commands/TableCommandLine.hpp"
 #include "presentation/DataFolder.hpp"
-#include "presentation/Presentation.hpp"
 #include "services/email/MailText.hpp"
 #include "services/email/Outbox.hpp"
 
@@ -18,23 +17,20 @@ namespace Host
 {
 namespace
 {
-class Request : public CommandLine
+class Request : public TableCommandLine
 {
 public:
     Request()
-        : CommandLine(
-            QStringLiteral("mail"),
-            {QStringLiteral("list|retry|drop PRESENTATION [MESSAGE ...] [OPTION ...]"),
-             QStringLiteral("Works on the e-mail that a presentation's table has accepted and not yet delivered, also while the "
-                            "table runs.\n"
-                            "\n"
-                            "  list    the messages that are queued, being sent, or failed for good\n"
-                            "  retry   send these messages again, at once: numbers, \"failed\" or \"all\" (the default)\n"
-                            "  drop    delete these messages and their files: numbers, \"failed\" or \"all\""),
-             QStringLiteral("Exit code: 0, 1 when it could not be done, 2 for a command line that makes no sense.")},
+        : TableCommandLine(
+            QStringLiteral("mail"), QStringLiteral("list|retry|drop PRESENTATION [MESSAGE ...] [OPTION ...]"),
+            QStringLiteral("Works on the e-mail that a presentation's table has accepted and not yet delivered, also while the "
+                           "table runs.\n"
+                           "\n"
+                           "  list    the messages that are queued, being sent, or failed for good\n"
+                           "  retry   send these messages again, at once: numbers, \"failed\" or \"all\" (the default)\n"
+                           "  drop    delete these messages and their files: numbers, \"failed\" or \"all\""),
             {"list", "retry", "drop"})
     {
-        addDataFolder(data);
         addOption({"--service", "NAME", "only this e-mail service of several", QStringLiteral("the name of an e-mail service"),
                    [this](const QString& value) {
                        service = value;
@@ -42,7 +38,6 @@ public:
                    }});
     }
 
-    QString data;
     QString service;
 };
 
@@ -66,17 +61,14 @@ std::optional<CommandLine::Exit> checked(Request& request)
     return std::nullopt;
 }
 
-bool openQueues(const Request& request, std::vector<Queue>& queues, QString& error)
+bool openQueues(const Request& request, const Presentation& presentation, std::vector<Queue>& queues, QString& error)
 {
-    const auto presentation = Presentation::load(request.presentation(), error);
-    if (!presentation)
-        return false;
-    if (presentation->mailServices.empty()) {
+    if (presentation.mailServices.empty()) {
         error = QStringLiteral("the presentation has no e-mail service");
         return false;
     }
-    const QString data = dataFolder(presentation->folder, request.data);
-    for (const MailSettings& settings : presentation->mailServices) {
+    const QString data = request.tableFolder(presentation);
+    for (const MailSettings& settings : presentation.mailServices) {
         if (!request.service.isEmpty() && settings.name != request.service)
             continue;
         const QString folder = outboxFolder(data, settings.name);
@@ -208,9 +200,12 @@ int MailCommand::run(const QStringList& arguments)
     Request request;
     if (const auto exitCode = request.begin(arguments, [&request] { return checked(request); }))
         return *exitCode;
+    const auto presentation = request.loadPresentation();
+    if (!presentation)
+        return 1;
     QString error;
     std::vector<Queue> queues;
-    if (!openQueues(request, queues, error))
+    if (!openQueues(request, *presentation, queues, error))
         return request.fail(error, 1);
     if (request.action() == QLatin1String("list"))
         return list(request, queues) ? 0 : 1;

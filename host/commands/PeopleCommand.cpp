@@ -1,12 +1,9 @@
 #include "commands/PeopleCommand.hpp"
 
-#include "commands/CommandLine.hpp"
 #include "commands/SetAside.hpp"
-#include "presentation/DataFolder.hpp"
-#include "presentation/Presentation.hpp"
+#include "commands/TableCommandLine.hpp"
 #include "services/MailAddress.hpp"
 #include "services/PeopleRegistry.hpp"
-#include "services/collections/CollectionDatabase.hpp"
 
 #include <QDateTime>
 #include <QFileInfo>
@@ -38,16 +35,13 @@ constexpr char kDescription[] =
 /// own deadline is so for good.
 constexpr std::chrono::seconds kServerDeadline{30};
 
-class Request : public CommandLine
+class Request : public TableCommandLine
 {
 public:
     Request()
-        : CommandLine(QStringLiteral("people"),
-                      {QStringLiteral("ACTION PRESENTATION ... [OPTION ...]"), QString::fromUtf8(kDescription),
-                       QStringLiteral("Exit code: 0, 1 when it could not be done, 2 for a command line that makes no sense.")},
-                      {"list", "add", "import", "export", "remove"})
+        : TableCommandLine(QStringLiteral("people"), QStringLiteral("ACTION PRESENTATION ... [OPTION ...]"),
+                           QString::fromUtf8(kDescription), {"list", "add", "import", "export", "remove"})
     {
-        addDataFolder(data);
         addText("--name", "NAME", "add: the owner's name", person.name);
         addText("--email", "ADDRESS", "add: the owner's e-mail address", person.email);
         addText("--content-key", "KEY", "add: the folder that the card opens", person.contentKey);
@@ -56,7 +50,6 @@ public:
         addFlag("--for-spreadsheet", forSpreadsheet, "export: no text is a formula");
     }
 
-    QString data;
     QString kind;
     QString language;
     bool forSpreadsheet = false;
@@ -92,15 +85,6 @@ std::optional<CommandLine::Exit> checked(Request& request)
     return std::nullopt;
 }
 
-bool parseCode(const QString& text, unsigned long& code, QString& error)
-{
-    bool isNumber = false;
-    code = text.toULongLong(&isNumber);
-    if (!isNumber)
-        error = QStringLiteral("\"%1\" is no card code, a whole number is expected").arg(text);
-    return isNumber;
-}
-
 int list(const PeopleRegistry& registry, const Request& request)
 {
     if (!request.words().isEmpty())
@@ -126,11 +110,12 @@ int list(const PeopleRegistry& registry, const Request& request)
 
 int add(PeopleRegistry& registry, Request& request)
 {
-    QString error;
     if (request.words().size() != 1)
         return request.fail(QStringLiteral("add wants the code of one card"), 2);
-    if (!parseCode(request.words().first(), request.person.code, error))
-        return request.fail(error, 2);
+    const auto codes = request.cardCodes();
+    if (!codes)
+        return request.end(codes.error());
+    request.person.code = codes->front();
     bool isThere = false;
     if (registry.add(request.person, isThere))
         return 0;
@@ -204,9 +189,7 @@ int exportTo(const PeopleRegistry& registry, const Request& request)
 /// Removes what cards without an owner have collected: their next owners do not see it.
 bool clearCollections(const std::vector<unsigned long>& codes, const CollectionPlace& place, const Request& request)
 {
-    CollectionDatabase database(place, {}, [&request](const QString& what, const QString& reason, const QString& remedy) {
-        (void)request.fail(QStringLiteral("failed to %1 (%2); %3").arg(what, reason, remedy), 1);
-    });
+    CollectionDatabase database(place, {}, request.collectionErrors());
     return !database.exists() || (database.open() && database.clear(codes, QDateTime::currentSecsSinceEpoch()));
 }
 
@@ -214,17 +197,12 @@ int remove(PeopleRegistry& registry, const CollectionPlace& collections, const R
 {
     if (request.words().isEmpty())
         return request.fail(QStringLiteral("remove wants the codes of cards"), 2);
-    std::vector<unsigned long> codes;
-    QString error;
-    for (const QString& text : request.words()) {
-        unsigned long code = 0;
-        if (!parseCode(text, code, error))
-            return request.fail(error, 2);
-        codes.push_back(code);
-    }
+    const auto codes = request.cardCodes();
+    if (!codes)
+        return request.end(codes.error());
     std::optional<unsigned long> unknown;
-    if (registry.remove(codes, unknown)) {
-        if (clearCollections(codes, collections, request))
+    if (registry.remove(*codes, unknown)) {
+        if (clearCollections(*codes, collections, request))
             return 0;
         return request.fail(QStringLiteral("the cards were removed, but not what they have collected; "
                                            "run tavola collections clear when the above is mended"),
@@ -241,17 +219,17 @@ int PeopleCommand::run(const QStringList& arguments)
     Request request;
     if (const auto exitCode = request.begin(arguments, [&request] { return checked(request); }))
         return *exitCode;
-    QString error;
-    const auto presentation = Presentation::load(request.presentation(), error);
+    const auto presentation = request.loadPresentation();
     if (!presentation)
-        return request.fail(error, 1);
+        return 1;
     if (presentation->peopleFile.isEmpty())
         return request.fail(
             QStringLiteral("%1 knows no people; name a file of them as its \"people\", which may hold its first line only")
                 .arg(presentation->folder),
             1);
     const std::chrono::milliseconds deadline = presentation->database.isEmpty() ? PeopleRegistry::kDeadline : kServerDeadline;
-    const auto registry = PeopleRegistry::openFor(presentation->database, dataFolder(presentation->folder, request.data),
+    QString error;
+    const auto registry = PeopleRegistry::openFor(presentation->database, request.tableFolder(*presentation),
                                                   PeopleRegistry::Copy::None, error, deadline);
     if (!registry)
         return request.fail(error, 1);
@@ -268,8 +246,7 @@ int PeopleCommand::run(const QStringList& arguments)
         return importFrom(*registry, request);
     if (request.action() == QLatin1String("export"))
         return exportTo(*registry, request);
-    const auto collections =
-        CollectionPlace::of(presentation->collectionsDatabase(), collectionsFile(dataFolder(presentation->folder, request.data)));
+    const auto collections = request.collectionPlace(*presentation);
     return collections ? remove(*registry, *collections, request) : request.fail(collections.error(), 1);
 }
 }

@@ -9,9 +9,7 @@ using Kind = Store::Kind;
 
 TEST_CASE("transaction: texts of all kinds come back as they were")
 {
-    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
-        const TestDatabase database(kind);
-        CAPTURE(database.name());
+    TestDatabase::onEach([](const TestDatabase& database) {
         const auto store = database.store(boats());
         const QString texts[] = {QStringLiteral("Bo'; DROP TABLE boat; --"), QStringLiteral("a\\b\\'c\"d"),
                                  QStringLiteral("山田 😀"), QStringLiteral("? $1 :name %1"), QStringLiteral("line\nbreak\ttab")};
@@ -29,14 +27,12 @@ TEST_CASE("transaction: texts of all kinds come back as they were")
             CHECK(read == text);
         }
         CHECK(database.execute(QStringLiteral("SELECT count(*) FROM boat")).toInt() == 5);
-    }
+    });
 }
 
 TEST_CASE("transaction: a text without a value is the empty text, and one with a NUL does no harm")
 {
-    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
-        const TestDatabase database(kind);
-        CAPTURE(database.name());
+    TestDatabase::onEach([](const TestDatabase& database) {
         const auto store = database.store(boats());
         const QString withNul = QStringLiteral("a") + QChar::Null + QStringLiteral("b");
         const auto outcome = store->run(Kind::Write, [&](Transaction& transaction) {
@@ -45,14 +41,12 @@ TEST_CASE("transaction: a text without a value is the empty text, and one with a
         REQUIRE_MESSAGE(outcome, outcome.error().text().toStdString());
         CHECK(database.execute(QStringLiteral("SELECT length FROM boat WHERE name = ''")).toInt() == 7);
         CHECK(database.execute(QStringLiteral("SELECT count(*) FROM boat")).toInt() == 2);
-    }
+    });
 }
 
 TEST_CASE("transaction: the number of changed rows is that of the last statement")
 {
-    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
-        const TestDatabase database(kind);
-        CAPTURE(database.name());
+    TestDatabase::onEach([](const TestDatabase& database) {
         const auto store = database.store(boats());
         int updated = -1;
         int removed = -1;
@@ -77,14 +71,12 @@ TEST_CASE("transaction: the number of changed rows is that of the last statement
         CHECK(removed == 0);
         CHECK(given == 4);
         CHECK(allBoats(*store) == "Ahti Ilma Otso");
-    }
+    });
 }
 
 TEST_CASE("transaction: after a failure every call fails, and the first reason is kept")
 {
-    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
-        const TestDatabase database(kind);
-        CAPTURE(database.name());
+    TestDatabase::onEach([](const TestDatabase& database) {
         const auto store = database.store(boats());
         const auto outcome = store->run(Kind::Write, [&](Transaction& transaction) {
             CHECK(addBoat(transaction, "Ahti"));
@@ -99,7 +91,7 @@ TEST_CASE("transaction: after a failure every call fails, and the first reason i
         CHECK(outcome.error().reason.contains(QLatin1String("pier")));
         CHECK_FALSE(outcome.error().remedy.isEmpty());
         CHECK(allBoats(*store).isEmpty());
-    }
+    });
 }
 
 TEST_CASE("transaction: many rows go into the database at once")
@@ -107,9 +99,7 @@ TEST_CASE("transaction: many rows go into the database at once")
     constexpr int kRows = 400;
     CHECK(Transaction::rows(1, 1) == "(?)");
     CHECK(Transaction::rows(2, 3) == "(?, ?, ?), (?, ?, ?)");
-    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
-        const TestDatabase database(kind);
-        CAPTURE(database.name());
+    TestDatabase::onEach([&](const TestDatabase& database) {
         const auto store = database.store(boats());
         const auto outcome = store->run(Kind::Write, [](Transaction& transaction) {
             QVariantList values;
@@ -122,5 +112,5 @@ TEST_CASE("transaction: many rows go into the database at once")
         REQUIRE_MESSAGE(outcome, outcome.error().text().toStdString());
         CHECK(outcome == true);
         CHECK(database.execute(QStringLiteral("SELECT sum(length) FROM boat")).toInt() == kRows * (kRows - 1) / 2);
-    }
+    });
 }

@@ -54,6 +54,15 @@ std::vector<TestDatabase::Kind> TestDatabase::kinds()
     return hasPostgres() ? std::vector<Kind>{Kind::Sqlite, Kind::Postgres} : std::vector<Kind>{Kind::Sqlite};
 }
 
+void TestDatabase::onEach(const std::function<void(const TestDatabase& database)>& test)
+{
+    for (const Kind kind : kinds()) {
+        const TestDatabase database(kind);
+        CAPTURE(database.name());
+        test(database);
+    }
+}
+
 TestDatabase::TestDatabase(Kind kind)
 {
     if (kind == Kind::Sqlite) {

@@ -5,6 +5,7 @@
 #include <QTemporaryDir>
 #include <QVariant>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,6 +18,8 @@ public:
     enum class Kind { Sqlite, Postgres };
     [[nodiscard]] static std::vector<Kind> kinds();
     [[nodiscard]] static bool hasPostgres();
+    /// Calls `test` with a new database of each kind, which is named beside a failure.
+    static void onEach(const std::function<void(const TestDatabase& database)>& test);
 
     explicit TestDatabase(Kind kind);
     ~TestDatabase();

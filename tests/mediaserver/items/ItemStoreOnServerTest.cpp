@@ -17,40 +17,30 @@ using namespace MediaServer;
 namespace
 {
 
-/// The items of people on each kind of database that the tests can reach.
-struct Place
+std::unique_ptr<ItemStore> openOn(const TestDatabase& database)
 {
-    explicit Place(TestDatabase::Kind kind) : database(kind) {}
-
-    [[nodiscard]] std::unique_ptr<ItemStore> open() const
-    {
-        auto opened = ItemStore::open(database.address().shown());
-        REQUIRE_MESSAGE(opened, opened.error().toStdString());
-        return std::move(*opened);
-    }
-
-    TestDatabase database;
-};
+    auto opened = ItemStore::open(database.address().shown());
+    REQUIRE_MESSAGE(opened, opened.error().toStdString());
+    return std::move(*opened);
+}
 
 Item linkTo(const QString& address, const QString& name = {})
 {
     return {0, ItemKind::Url, address, name, {}};
 }
 
-} // namespace
+}
 
 TEST_CASE("items on any database: items and tokens are there when it is opened again")
 {
-    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
-        const Place place(kind);
-        CAPTURE(place.database.name());
-        const auto one = place.open();
+    TestDatabase::onEach([](const TestDatabase& database) {
+        const auto one = openOn(database);
         const QString token = *one->tokenFor(7);
         CHECK(isTokenForm(token));
         REQUIRE(one->add(7, linkTo("https://a.example/", "old")));
         REQUIRE(one->add(7, {0, ItemKind::File, "boat.png", "Boat", {}}));
         REQUIRE(one->add(7, linkTo("https://a.example/", "new")));
-        const auto other = place.open();
+        const auto other = openOn(database);
         CHECK(*other->tokenFor(7) == token);
         CHECK(*other->personOf(token) == std::optional<qint64>(7));
         CHECK_FALSE(other->personOf("0000000000000000000000")->has_value());
@@ -64,15 +54,13 @@ TEST_CASE("items on any database: items and tokens are there when it is opened a
         const QString renewed = *other->renewToken(7);
         CHECK(renewed != token);
         CHECK(*one->tokenFor(7) == renewed);
-    }
+    });
 }
 
 TEST_CASE("items on any database: an item is one person's, and its id does not come back")
 {
-    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
-        const Place place(kind);
-        CAPTURE(place.database.name());
-        const auto store = place.open();
+    TestDatabase::onEach([](const TestDatabase& database) {
+        const auto store = openOn(database);
         using Limits = std::numeric_limits<qint64>;
         for (const qint64 tessel : {Limits::min(), qint64(0), Limits::max()})
             REQUIRE(store->add(tessel, linkTo("https://a.example/")));
@@ -89,16 +77,14 @@ TEST_CASE("items on any database: an item is one person's, and its id does not c
         CHECK(store->items(0)->empty());
         CHECK(store->items(Limits::max())->empty());
         CHECK(store->items(Limits::min())->size() == 1);
-    }
+    });
 }
 
 TEST_CASE("items on any database: a secret is remembered until it changes, here or at another server")
 {
-    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
-        const Place place(kind);
-        CAPTURE(place.database.name());
-        const auto one = place.open();
-        const auto other = place.open();
+    TestDatabase::onEach([](const TestDatabase& database) {
+        const auto one = openOn(database);
+        const auto other = openOn(database);
         const auto found = [&one] {
             const auto promise = std::make_shared<std::promise<QString>>();
             one->findToken(7, [promise](const Result<QString>& token) { promise->set_value(*token); });
@@ -120,7 +106,7 @@ TEST_CASE("items on any database: a secret is remembered until it changes, here 
         CHECK(found() == one->rememberedToken(7));
         CHECK(one->removeOlderThan(-1) == 1); // a page goes with its secret
         CHECK(one->rememberedToken(7).isNull());
-    }
+    });
 }
 
 TEST_CASE("items on any database: a server that has just failed to answer is not asked for as long as that took")
@@ -149,83 +135,73 @@ TEST_CASE("items on any database: a server that has just failed to answer is not
 
 TEST_CASE("items on any database: there is room up to the limit, and for what is there already")
 {
-    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
-        const Place place(kind);
-        CAPTURE(place.database.name());
-        const auto store = place.open();
+    TestDatabase::onEach([](const TestDatabase& database) {
+        const auto store = openOn(database);
         CHECK(*store->hasRoom(7, linkTo("https://a.example/"), 1));
         REQUIRE(store->add(7, linkTo("https://a.example/")));
         CHECK_FALSE(*store->hasRoom(7, linkTo("https://b.example/"), 1));
         CHECK(*store->hasRoom(7, linkTo("https://a.example/"), 1));
         CHECK(*store->hasRoom(7, linkTo("https://b.example/"), 2));
-    }
+    });
 }
 
 TEST_CASE("items on any database: a web address may be as long as a request")
 {
     const QString address = QStringLiteral("https://a.example/") + QString(60000, QLatin1Char('a'));
-    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
-        const Place place(kind);
-        CAPTURE(place.database.name());
-        const auto store = place.open();
+    TestDatabase::onEach([&](const TestDatabase& database) {
+        const auto store = openOn(database);
         REQUIRE(store->add(7, linkTo(address, "1")));
         REQUIRE(store->add(7, linkTo(address, "2")));
         REQUIRE(store->items(7)->size() == 1);
         CHECK((*store->items(7))[0].value == address);
         CHECK(*store->remove(7, ItemKind::Url, address));
-    }
+    });
 }
 
 TEST_CASE("items on any database: old pages go with their items, others stay")
 {
-    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
-        const Place place(kind);
-        CAPTURE(place.database.name());
-        const auto store = place.open();
+    TestDatabase::onEach([](const TestDatabase& database) {
+        const auto store = openOn(database);
         for (const qint64 tessel : {1, 2, 3})
             REQUIRE(store->add(tessel, linkTo("https://a.example/")));
-        place.database.execute("UPDATE person SET since = '2020-01-01T00:00:00Z' WHERE tessel <> 3");
-        place.database.execute("UPDATE item SET added = '2020-01-02T00:00:00Z' WHERE tessel = 1");
+        database.execute("UPDATE person SET since = '2020-01-01T00:00:00Z' WHERE tessel <> 3");
+        database.execute("UPDATE item SET added = '2020-01-02T00:00:00Z' WHERE tessel = 1");
         CHECK(*store->lastAddition(1) == QDate(2020, 1, 2));
         CHECK(*store->removeOlderThan(30) == 1);
         CHECK(store->items(1)->empty());
         CHECK(store->items(2)->size() == 1);
         CHECK(store->items(3)->size() == 1);
-        CHECK(place.database.execute("SELECT count(*) FROM item").toInt() == 2);
-    }
+        CHECK(database.execute("SELECT count(*) FROM item").toInt() == 2);
+    });
 }
 
 TEST_CASE("items on any database: hundreds of old pages go at once")
 {
-    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
-        const Place place(kind);
-        CAPTURE(place.database.name());
-        const auto store = place.open();
-        place.database.execute(
+    TestDatabase::onEach([](const TestDatabase& database) {
+        const auto store = openOn(database);
+        database.execute(
             "WITH RECURSIVE card (n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM card WHERE n < 450) INSERT INTO person "
             "(tessel, token, since) SELECT n, 'token ' || n, '2020-01-01T00:00:00Z' FROM card");
         (void)*store->tokenFor(1000);
         CHECK(*store->removeOlderThan(30) == 450);
-        CHECK(place.database.execute("SELECT count(*) FROM person").toInt() == 1);
-    }
+        CHECK(database.execute("SELECT count(*) FROM person").toInt() == 1);
+    });
 }
 
 TEST_CASE("items on any database: an expected file gives way to another one after a day")
 {
     const ExpectedFile map{QStringLiteral("map.png"), QByteArray(64, 'a'), qint64(5) << 32};
     const ExpectedFile other{QStringLiteral("map.png"), QByteArray(64, 'b'), 4};
-    for (const TestDatabase::Kind kind : TestDatabase::kinds()) {
-        const Place place(kind);
-        CAPTURE(place.database.name());
-        const auto store = place.open();
+    TestDatabase::onEach([&](const TestDatabase& database) {
+        const auto store = openOn(database);
         CHECK(*store->expect(map));
         CHECK(*store->expect(map));
         CHECK_FALSE(*store->expect(other));
         CHECK((*store->expected(map.name))->size == map.size);
-        place.database.execute("UPDATE expected SET announced = '2020-01-01T00:00:00Z'");
+        database.execute("UPDATE expected SET announced = '2020-01-01T00:00:00Z'");
         CHECK(*store->expect(other));
         CHECK((*store->expected(map.name))->sha256 == other.sha256);
         REQUIRE(store->forgetExpected(map.name));
         CHECK_FALSE(store->expected(map.name)->has_value());
-    }
+    });
 }
