@@ -32,4 +32,14 @@ struct Mail : OpenSpace
         host.frame();
     }
 };
+
+/// Ann's mail with one item, on its way.
+struct SentMail : Mail
+{
+    SentMail()
+    {
+        addItem("http://one", 71);
+        tapEnvelope();
+    }
+};
 }

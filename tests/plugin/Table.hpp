@@ -13,6 +13,7 @@
 #include <Tavola/ContentMenuWidget.hpp>
 #include <Tavola/LaunchedContentOperator.hpp>
 #include <Tavola/MarkerReceiver.hpp>
+#include <Tavola/Utils.hpp>
 #include <Trellis/FrameInfo.hpp>
 #include <Trellis/InputGrabber.hpp>
 
@@ -75,6 +76,12 @@ template <class Type>
 
 inline constexpr Vecta::Vector2f kCard{600.f, 400.f};      ///< where Table::putCard puts the card
 inline constexpr Vecta::Vector2f kStyledPlace{30.f, 40.f}; ///< of a FolderItem
+
+/// Whether the host closes the widget when it is not used.
+inline bool isTemporary(const Trellis::Widget& widget)
+{
+    return widget.hasCSSClass(Tavola::Utils::temporaryWidgetCSSClass());
+}
 
 /// A table whose host has every component of the plug-in. Detector, folder and card are added by the test; fixtures of single
 /// test files derive from this one.

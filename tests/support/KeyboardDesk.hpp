@@ -3,6 +3,7 @@
 #include "TestHost.hpp"
 
 #include <Tavola/InputFieldWidget.hpp>
+#include <Tavola/KeyboardRequest.hpp>
 #include <Tavola/KeyboardWidget.hpp>
 #include <Trellis/TextEditWidget.hpp>
 
@@ -14,6 +15,24 @@ namespace KeyboardTests
 {
 using Action = Tavola::KeyboardKey::Action;
 using TestSupport::TestHost;
+
+/// Centres of a sheet at which its keyboard would stick out of the table, or would without another side.
+inline constexpr Vecta::Vector2f kEdgePlaces[] = {{600.f, 700.f},  {600.f, 1000.f}, {-200.f, 300.f},
+                                                  {1500.f, 300.f}, {1100.f, 900.f}, {600.f, -100.f}};
+
+/// A space of 600 by 300 with a field of 500 by 40 in it, and a keyboard of 500 by 200, on a table of 1920 by 1080.
+inline Tavola::KeyboardRequest keyboardRequest(Vecta::Vector2f origin, float angleRadians = 0.f, float fieldTop = 120.f)
+{
+    Tavola::KeyboardRequest made;
+    made.origin = origin;
+    made.angleRadians = angleRadians;
+    made.anchor = {600.f, 300.f};
+    made.field = {50.f, fieldTop, 500.f, 40.f};
+    made.keyboard = {500.f, 200.f};
+    made.table = {1920.f, 1080.f};
+    made.gap = 14.f;
+    return made;
+}
 
 /// A sheet that a visitor moves about, with one field in it.
 struct Desk

@@ -63,4 +63,31 @@ inline QByteArray locked()
                " /U <2222222222222222222222222222222222222222222222222222222222222222> >>"},
               "/Encrypt 4 0 R /ID [<33> <33>]");
 }
+
+/// A file that cannot be shown.
+struct Unusable
+{
+    const char* name;
+    QByteArray bytes; ///< null: there is no such file
+    const char* why;
+};
+
+/// One of each kind.
+inline std::vector<Unusable> unusable()
+{
+    return {{"none.pdf", {}, "No such file or directory"},
+            {"text.pdf", "this is no PDF", "it is no PDF file, or is damaged"},
+            {"blank.pdf", " ", "it is no PDF file, or is damaged"},
+            {"cut.pdf", "%PDF-1.4\n", "it is no PDF file, or is damaged"},
+            {"locked.pdf", locked(), "it is protected by a password"}};
+}
+
+/// Writes the file into the folder, if there is one; returns its path.
+inline QString write(const Unusable& file, const QString& folder)
+{
+    const QString path = folder + QLatin1Char('/') + QLatin1String(file.name);
+    if (!file.bytes.isNull())
+        writeBytes(path, file.bytes);
+    return path;
+}
 }

@@ -34,7 +34,7 @@ struct FlyingPictureFixture
 };
 }
 
-TEST_CASE("flying picture: it begins as it is told and ends in its goal, with its own proportions")
+TEST_CASE("flying picture: it begins where it is put and ends in its goal, with its own proportions")
 {
     FlyingPictureFixture f;
     const Bedrock::IntrusivePtr<Trellis::Widget> flying(f.fly());

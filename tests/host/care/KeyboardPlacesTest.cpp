@@ -19,9 +19,7 @@ bool isOnTable(const Trellis::Widget& widget)
 
 TEST_CASE("keyboard places: at the table's edge a keyboard is whole and leaves the field in sight")
 {
-    const Vector2f places[] = {{600.f, 700.f},  {600.f, 1000.f}, {-200.f, 300.f},
-                               {1500.f, 300.f}, {1100.f, 900.f}, {600.f, -100.f}};
-    for (const Vector2f place : places) {
+    for (const Vector2f place : KeyboardTests::kEdgePlaces) {
         for (const float angle : {0.f, 0.4f, 3.1416f}) {
             CAPTURE(place.x);
             CAPTURE(place.y);

@@ -1,31 +1,20 @@
 #include "care/KeyboardSearch.hpp"
 
+#include "KeyboardDesk.hpp"
+
 #include <Vecta/Angle.hpp>
 
 #include <doctest/doctest.h>
 
 using Host::KeyboardSearch;
 using Side = Host::KeyboardSearch::Side;
+using KeyboardTests::keyboardRequest;
 using Tavola::KeyboardRequest;
 using Vecta::Vector2f;
 
 namespace
 {
 constexpr float kHalfTurn = Vecta::kPiOf<float>;
-
-/// A space of 600 by 300 with a field of 500 by 40 in it, and a keyboard of 500 by 200, on a table of 1920 by 1080.
-KeyboardRequest requestAt(Vector2f origin, float angleRadians = 0.f, float fieldTop = 120.f)
-{
-    KeyboardRequest made;
-    made.origin = origin;
-    made.angleRadians = angleRadians;
-    made.anchor = {600.f, 300.f};
-    made.field = {50.f, fieldTop, 500.f, 40.f};
-    made.keyboard = {500.f, 200.f};
-    made.table = {1920.f, 1080.f};
-    made.gap = 14.f;
-    return made;
-}
 }
 
 TEST_CASE("keyboard search: below its space, moved inwards at the edge, elsewhere only where that would cover the space")
@@ -39,19 +28,23 @@ TEST_CASE("keyboard search: below its space, moved inwards at the edge, elsewher
         Vector2f topLeft;
     };
     const Row rows[] = {
-        {"room below", requestAt({600.f, 200.f}), std::nullopt, Side::Below, {650.f, 514.f}},
-        {"at the left edge", requestAt({-300.f, 200.f}), std::nullopt, Side::Below, {0.f, 514.f}},
+        {"room below", keyboardRequest({600.f, 200.f}), std::nullopt, Side::Below, {650.f, 514.f}},
+        {"at the left edge", keyboardRequest({-300.f, 200.f}), std::nullopt, Side::Below, {0.f, 514.f}},
         {"at the lower edge, where it would cover the space",
-         requestAt({600.f, 700.f}),
+         keyboardRequest({600.f, 700.f}),
          std::nullopt,
          Side::Above,
          {650.f, 486.f}},
-        {"at the lower edge, field in the way", requestAt({600.f, 700.f}, 0.f, 240.f), std::nullopt, Side::Above, {650.f, 486.f}},
-        {"stays above while it must", requestAt({600.f, 700.f}), Side::Above, Side::Above, {650.f, 486.f}},
-        {"stays above at the left edge", requestAt({-300.f, 400.f}), Side::Above, Side::Above, {0.f, 186.f}},
-        {"comes below when there is room", requestAt({600.f, 200.f}), Side::Above, Side::Below, {650.f, 514.f}},
-        {"turned by half a turn", requestAt({1200.f, 600.f}, kHalfTurn), std::nullopt, Side::Below, {1150.f, 286.f}},
-        {"turned, at the upper edge", requestAt({1200.f, 500.f}, kHalfTurn), std::nullopt, Side::Below, {1150.f, 200.f}},
+        {"at the lower edge, field in the way",
+         keyboardRequest({600.f, 700.f}, 0.f, 240.f),
+         std::nullopt,
+         Side::Above,
+         {650.f, 486.f}},
+        {"stays above while it must", keyboardRequest({600.f, 700.f}), Side::Above, Side::Above, {650.f, 486.f}},
+        {"stays above at the left edge", keyboardRequest({-300.f, 400.f}), Side::Above, Side::Above, {0.f, 186.f}},
+        {"comes below when there is room", keyboardRequest({600.f, 200.f}), Side::Above, Side::Below, {650.f, 514.f}},
+        {"turned by half a turn", keyboardRequest({1200.f, 600.f}, kHalfTurn), std::nullopt, Side::Below, {1150.f, 286.f}},
+        {"turned, at the upper edge", keyboardRequest({1200.f, 500.f}, kHalfTurn), std::nullopt, Side::Below, {1150.f, 200.f}},
     };
     for (const Row& row : rows) {
         CAPTURE(row.what);
@@ -65,7 +58,7 @@ TEST_CASE("keyboard search: below its space, moved inwards at the edge, elsewher
 TEST_CASE("keyboard search: where the field is covered on every side, the side that covers least")
 {
     // A table hardly higher than the space, whose field goes over all of it but a strip at the right.
-    auto tight = requestAt({10.f, 10.f});
+    auto tight = keyboardRequest({10.f, 10.f});
     tight.table = {700.f, 320.f};
     tight.field = {0.f, 0.f, 400.f, 300.f};
     const auto place = KeyboardSearch::find(tight, std::nullopt);
@@ -76,7 +69,7 @@ TEST_CASE("keyboard search: where the field is covered on every side, the side t
 TEST_CASE(
     "keyboard search: where a part of the space is covered on every side, the field stays in sight and the least is covered")
 {
-    auto tight = requestAt({10.f, 10.f});
+    auto tight = keyboardRequest({10.f, 10.f});
     tight.table = {700.f, 420.f};
     const auto place = KeyboardSearch::find(tight, std::nullopt);
     CHECK(place.side == Side::Below);
@@ -86,7 +79,7 @@ TEST_CASE(
 TEST_CASE("keyboard search: on a side where it covers no neighbour, and else where it covers least of them")
 {
     const auto at = [](std::vector<Vecta::Rect> neighbours) {
-        return KeyboardSearch::find(requestAt({600.f, 400.f}), std::nullopt, neighbours);
+        return KeyboardSearch::find(keyboardRequest({600.f, 400.f}), std::nullopt, neighbours);
     };
     const Vecta::Rect below{0.f, 400.f, 600.f, 300.f};
     const Vecta::Rect above{0.f, -300.f, 600.f, 250.f};
@@ -96,13 +89,13 @@ TEST_CASE("keyboard search: on a side where it covers no neighbour, and else whe
     CHECK(at({below, above}).side == Side::Right);
     CHECK(at({below, above, {620.f, 0.f, 600.f, 300.f}}).side == Side::Left);
     CHECK(at({below, {0.f, -30.f, 600.f, 20.f}, {620.f, 0.f, 600.f, 300.f}, {-400.f, 0.f, 200.f, 300.f}}).side == Side::Above);
-    CHECK(KeyboardSearch::find(requestAt({600.f, 400.f}), Side::Right, {below, above}).side == Side::Right);
-    CHECK(KeyboardSearch::find(requestAt({600.f, 400.f}), Side::Above, {below, above}).side == Side::Right);
+    CHECK(KeyboardSearch::find(keyboardRequest({600.f, 400.f}), Side::Right, {below, above}).side == Side::Right);
+    CHECK(KeyboardSearch::find(keyboardRequest({600.f, 400.f}), Side::Above, {below, above}).side == Side::Right);
 }
 
 TEST_CASE("keyboard search: the space itself counts more than its neighbours")
 {
-    auto low = requestAt({600.f, 770.f});
+    auto low = keyboardRequest({600.f, 770.f});
     CHECK(KeyboardSearch::find(low, std::nullopt,
                                {{0.f, -300.f, 600.f, 290.f}, {610.f, -300.f, 900.f, 900.f}, {-900.f, -300.f, 890.f, 900.f}})
               .side

@@ -6,7 +6,6 @@
 #include <doctest/doctest.h>
 
 #include <memory>
-#include <stdexcept>
 #include <string>
 
 using PluginTest::addEmailService;
@@ -20,6 +19,7 @@ using PluginTest::HookedEmailService;
 using PluginTest::Mail;
 using PluginTest::newCode;
 using PluginTest::OpenSpace;
+using PluginTest::SentMail;
 using PluginTest::Strings;
 using PluginTest::widgetInEmail;
 using Tavola::PersonalSpaceContents;
@@ -28,16 +28,6 @@ using Status = Tavola::EmailServiceAPI::EmailStatus;
 
 namespace
 {
-/// Ann's mail with one item, on its way.
-struct SentMail : Mail
-{
-    SentMail()
-    {
-        addItem("http://one", 71);
-        tapEnvelope();
-    }
-};
-
 /// Ann's space, and an e-mail service that runs a function of the test in each call.
 struct HookedMail : OpenSpace
 {
@@ -445,174 +435,5 @@ TEST_CASE(
         CHECK(mail.contents->items().size() == (isClosed ? 0 : 1));
         if (!isClosed)
             CHECK(mail.hasClass("email-successful"));
-    }
-}
-
-// ---- Closed meanwhile ------------------------------------------------------------------------------------------------
-
-TEST_CASE("closed: on success the stored items of the code are removed all the same, and the mail is counted")
-{
-    SentMail mail;
-    SUBCASE("in flight")
-    {
-        mail.close();
-        mail.host.frame();
-        CHECK(mail.contents->items().size() == 1);
-        mail.service->answer(0, {true, {}});
-    }
-    SUBCASE("between the answer and the frame")
-    {
-        mail.service->answer(0, {true, {}});
-        mail.close();
-    }
-    CHECK(mail.contents->items().size() == 1);
-    mail.host.frame();
-    CHECK(mail.contents->items().empty());
-    CHECK(analyticsOf(mail.host) == Strings{widgetInEmail(71, "Ann", "ann@example.org"), emailSent("Ann", "ann@example.org")});
-}
-
-TEST_CASE("closed: on success items that were collected meanwhile are removed as well")
-{
-    SentMail mail;
-    mail.close();
-    mail.addItem("http://two");
-    mail.succeed();
-    CHECK(mail.contents->items().empty());
-}
-
-TEST_CASE("closed: on failure it is logged and counted, and the stored items stay")
-{
-    for (const bool isException : {false, true}) {
-        for (const bool isClosedFirst : {false, true}) {
-            CAPTURE(isException);
-            CAPTURE(isClosedFirst);
-            SentMail mail;
-            expectFailedMail("no");
-            if (isClosedFirst)
-                mail.close();
-            if (isException)
-                mail.service->fail(0, "no");
-            else
-                mail.service->answer(0, {false, "no"});
-            if (!isClosedFirst)
-                mail.close();
-            mail.host.frame();
-            CHECK(mail.contents->items().size() == 1);
-            CHECK(analyticsOf(mail.host).back() == emailNotSent("Ann", "ann@example.org", "no"));
-            CHECK(mail.host.analytics().size() == 2);
-        }
-    }
-}
-
-TEST_CASE("closed: a space opened anew for the card loses its items with the success, and shows no outcome")
-{
-    SentMail mail;
-    mail.close();
-    const auto reopened = Bedrock::makeIntrusive<Tavola::PersonalSpaceWidget>();
-    reopened->setCode(mail.code);
-    CHECK(classesOf(*reopened) == Strings{"email-mode", "has-content", "initial-view"});
-    mail.succeed();
-    CHECK(classesOf(*reopened) == Strings{"email-mode", "initial-view"});
-}
-
-TEST_CASE("closed: a space that was removed from the table and is still referenced shows the outcome")
-{
-    Mail mail;
-    mail.tapEnvelope();
-    mail.widget->removeFromParent();
-    mail.host.frame();
-    mail.succeed();
-    CHECK(mail.hasClass("email-successful"));
-}
-
-TEST_CASE("closed: a listener may close the space while a success empties it")
-{
-    SentMail mail;
-    mail.contents->eventAddListener("item-removed", [&] {
-        if (!mail.widget)
-            return;
-        mail.widget->removeFromParent();
-        mail.widget.reset();
-    });
-    mail.service->answer(0, {true, {}});
-    mail.host.frames(2);
-    CHECK(mail.contents->items().empty());
-    CHECK(analyticsOf(mail.host).back() == emailSent("Ann", "ann@example.org"));
-}
-
-// ---- The address form ------------------------------------------------------------------------------------------------
-
-TEST_CASE("address: without one the envelope opens the form and sends nothing")
-{
-    Mail mail;
-    mail.widget->setProperties({"Ann", "", ""});
-    mail.write("left over");
-    mail.tapEnvelope();
-    CHECK(classesOf(*mail.widget) == Strings{"email-mode", "waiting-to-send-email"});
-    CHECK(mail.field().text().isEmpty());
-    CHECK(mail.service->created() == 0);
-    CHECK(mail.host.analytics().empty());
-}
-
-TEST_CASE("address: the form shows when the input is emptied for it")
-{
-    Mail mail;
-    mail.widget->setProperties({"Ann", "", ""});
-    mail.write("half a name");
-    std::vector<Strings> classes;
-    mail.field().editor()->eventAddListener("text-changed", [&] { classes.push_back(classesOf(*mail.widget)); });
-    mail.tapEnvelope();
-    CHECK(classes == std::vector<Strings>{{"email-mode", "waiting-to-send-email"}});
-}
-
-TEST_CASE("address: the envelope sends once it is written, and the form closes")
-{
-    Mail mail;
-    mail.widget->setProperties({"Ann", "", ""});
-    mail.addItem("http://one", 71);
-    mail.tapEnvelope();
-    mail.write("new@example.org");
-    mail.tapEnvelope();
-    CHECK(classesOf(*mail.widget) == Strings{"email-mode", "has-content", "sending-email"});
-    REQUIRE(mail.service->sent().size() == 1);
-    CHECK(mail.service->sent()[0].recipients[0].address.address == "new@example.org");
-    CHECK(mail.text("user-email").value(Facet::kUserLayer) == "new@example.org");
-    CHECK(mail.field().text().isEmpty());
-    mail.succeed();
-    CHECK(analyticsOf(mail.host) == Strings{widgetInEmail(71, "Ann", "new@example.org"), emailSent("Ann", "new@example.org")});
-}
-
-TEST_CASE("address: a cancel closes the form, and the next tap opens it again")
-{
-    Mail mail;
-    mail.widget->setProperties({"Ann", "", ""});
-    mail.tapEnvelope();
-    mail.write("new@example.org");
-    mail.tapCancel();
-    CHECK(classesOf(*mail.widget) == Strings{"email-mode", "initial-view"});
-    CHECK(mail.field().text().isEmpty());
-    mail.tapEnvelope();
-    CHECK(mail.hasClass("waiting-to-send-email"));
-    CHECK(mail.service->sent().empty());
-}
-
-TEST_CASE("address: one that becomes known while the form is open is sent to, whatever is written")
-{
-    for (const char* written : {"", "ann@", "written@example.org"}) {
-        CAPTURE(written);
-        Mail space;
-        space.widget->setProperties({"Ann", "", ""});
-        space.tapEnvelope();
-        REQUIRE(space.hasClass("waiting-to-send-email"));
-        space.write(written);
-        space.widget->setProperties({"Ann", "ann@example.org", ""});
-        space.tapEnvelope();
-        REQUIRE(space.service->sent().size() == 1);
-        CHECK(space.service->sent()[0].recipients[0].address.address == "ann@example.org");
-        CHECK(space.hasClass("sending-email"));
-        CHECK(space.field().isValid());
-        CHECK_FALSE(space.field().hasPseudoClass("invalid"));
-        CHECK(space.field().text() == written);
-        CHECK(space.text("user-email").value() == "ann@example.org");
     }
 }

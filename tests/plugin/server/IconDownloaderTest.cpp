@@ -159,7 +159,8 @@ TEST_CASE("icon path: where the folder cannot be made the paths are the same, an
     CHECK(inTheWay.size() == 6);
 }
 
-TEST_CASE("icon downloader: a picture is fetched once, stored, and its path told, then at once, even when the server has another")
+TEST_CASE(
+    "icon downloader: a picture is fetched once, stored, and its path reported, then at once, even when the server has another")
 {
     Icons icons;
     icons.server.serve("/qr.png", ImageServer::png(21, 21));
@@ -285,7 +286,7 @@ TEST_CASE("icon downloader: addresses are fetched side by side")
     CHECK(QImage(std::move(b).get()).width() == 4);
 }
 
-TEST_CASE("icon downloader: an answer that is no picture is never told, a redirect not followed, and the address stays taken")
+TEST_CASE("icon downloader: an answer that is no picture is never reported, a redirect not followed, and the address stays taken")
 {
     struct Row
     {
@@ -318,7 +319,7 @@ TEST_CASE("icon downloader: the format of a picture is found in its bytes, that 
     CHECK(file.read(2) == QByteArray("\xff\xd8"));
 }
 
-TEST_CASE("icon downloader: a path is told also where the picture could not be stored")
+TEST_CASE("icon downloader: a path is reported also where the picture could not be stored")
 {
     Icons icons;
     icons.server.serve("/qr.svg", ImageServer::png(8, 8));

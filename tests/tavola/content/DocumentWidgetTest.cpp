@@ -152,25 +152,11 @@ TEST_CASE("document: the cover shows until the first page is there")
 
 TEST_CASE("document: a file that cannot be shown is one warning, and a note that visitors can read")
 {
-    struct Row
-    {
-        const char* name;
-        QByteArray bytes;
-        const char* why;
-    };
-    const Row rows[] = {
-        {"none.pdf", {}, "No such file or directory"},
-        {"text.pdf", "this is no PDF", "it is no PDF file, or is damaged"},
-        {"empty.pdf", " ", "it is no PDF file, or is damaged"},
-        {"locked.pdf", PdfFile::locked(), "it is protected by a password"},
-    };
     Documents table;
-    for (const Row& row : rows) {
-        CAPTURE(row.name);
-        const QString path = table.path(QLatin1String(row.name));
-        if (!row.bytes.isEmpty())
-            PdfFile::writeBytes(path, row.bytes);
-        expectWarning("DocumentWidget # Cannot show " + path.toStdString() + ": " + row.why + "; a note stands in its place");
+    for (const PdfFile::Unusable& file : PdfFile::unusable()) {
+        CAPTURE(file.name);
+        const QString path = PdfFile::write(file, table.folder.path());
+        expectWarning("DocumentWidget # Cannot show " + path.toStdString() + ": " + file.why + "; a note stands in its place");
         for (int i = 0; i < 2; ++i) { // the second one warns of nothing any more
             const auto widget = table.widget(path);
             CHECK(table.host.frameUntil([&] { return widget->hasPseudoClass("failed"); }));

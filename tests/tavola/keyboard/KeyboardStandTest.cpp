@@ -85,9 +85,7 @@ TEST_CASE("keyboard: it stands below its space, turns and moves with it, and can
 
 TEST_CASE("keyboard: at the table's edge it comes inside")
 {
-    const Vector2f places[] = {{600.f, 700.f},  {600.f, 1000.f}, {-200.f, 300.f},
-                               {1500.f, 300.f}, {1100.f, 900.f}, {600.f, -100.f}};
-    for (const Vector2f place : places) {
+    for (const Vector2f place : KeyboardTests::kEdgePlaces) {
         for (const float angle : {0.f, 0.4f, 3.1416f}) {
             CAPTURE(place.x);
             CAPTURE(place.y);
