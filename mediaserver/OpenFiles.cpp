@@ -16,7 +16,7 @@ constexpr rlim_t kFilesPerConnection = 2;
 constexpr rlim_t kOtherFiles = 48;
 constexpr rlim_t kFewestConnections = 16;
 
-} // namespace
+}
 
 Result<std::size_t> connectionsWithinOpenFiles(std::size_t wanted)
 {
@@ -44,4 +44,4 @@ Result<std::size_t> connectionsWithinOpenFiles(std::size_t wanted)
     return static_cast<std::size_t>(connections);
 }
 
-} // namespace MediaServer
+}

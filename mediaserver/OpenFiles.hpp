@@ -12,4 +12,4 @@ namespace MediaServer
 /// system allows too few files for a single connection.
 [[nodiscard]] Result<std::size_t> connectionsWithinOpenFiles(std::size_t wanted);
 
-} // namespace MediaServer
+}

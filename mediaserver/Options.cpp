@@ -205,7 +205,7 @@ void add(CLI::App& app, const Option& option, Options& options)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
 }
 
-} // namespace
+}
 
 tl::expected<Options, Options::Exit> Options::parse(const QStringList& arguments)
 {
@@ -246,4 +246,4 @@ tl::expected<Options, Options::Exit> Options::parse(const QStringList& arguments
     return options;
 }
 
-} // namespace MediaServer
+}

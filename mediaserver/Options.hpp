@@ -37,4 +37,4 @@ struct Options
     [[nodiscard]] static tl::expected<Options, Exit> parse(const QStringList& arguments);
 };
 
-} // namespace MediaServer
+}

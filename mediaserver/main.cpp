@@ -149,7 +149,7 @@ int serve(const Options& options)
     return 0;
 }
 
-} // namespace
+}
 
 int main(int argc, char* argv[])
 {

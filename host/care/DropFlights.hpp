@@ -11,7 +11,7 @@ namespace Host
 {
 struct Drag;
 
-/// Makes an accepted drop seen in the frame in which the finger leaves: a picture of the content flies from the finger to its
+/// Shows an accepted drop in the frame in which the finger leaves: a picture of the content flies from the finger to its
 /// tile, and the content itself lies below everything that covered it before it was dragged, and below what took it.
 /// Main thread only.
 class DropFlights

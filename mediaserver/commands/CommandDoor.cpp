@@ -18,7 +18,7 @@ Http::Response refusal(int status, const QString& why)
     return jsonResponse(status, JsonText().addText("error", why).addFlag("success", false).end());
 }
 
-} // namespace
+}
 
 CommandDoor::CommandDoor(ItemStore& store, const QString& contentFolder, const QString& publicUrl, const ContentLimits& limits,
                          const CommandHandler::Post& post)
@@ -80,4 +80,4 @@ std::optional<Http::Response> CommandDoor::refuse(const Http::Request& request) 
     return std::nullopt;
 }
 
-} // namespace MediaServer
+}

@@ -46,4 +46,4 @@ private:
     std::optional<Http::BearerKeys> m_keys;
 };
 
-} // namespace MediaServer
+}

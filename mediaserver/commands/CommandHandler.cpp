@@ -91,7 +91,7 @@ Result<Item> itemOf(const QJsonObject& command)
     return item;
 }
 
-} // namespace
+}
 
 CommandAnswer CommandHandler::storeFailed(const char* command, const QString& reason)
 {
@@ -260,10 +260,10 @@ CommandHandler::Work CommandHandler::addItem(qint64 tessel, const Item& item, bo
 CommandHandler::Work CommandHandler::deleteItem(qint64 tessel, const Item& item)
 {
     return {"deleteitem", [tessel, item](Items& items) -> CommandAnswer {
-                // What is gone already, because its owner removed it on the page or another table did, is as it should be.
+                // Success as well for an item that its owner, or another table, has removed before.
                 (void)items.remove(tessel, item.kind, item.value);
                 return success();
             }};
 }
 
-} // namespace MediaServer
+}

@@ -100,4 +100,4 @@ private:
     Bedrock::RareWarnings m_warnings{"MediaServer"}; ///< under the mutex
 };
 
-} // namespace MediaServer
+}

@@ -43,7 +43,7 @@ la_ssize_t appendBytes(archive*, void* ready, const void* bytes, std::size_t siz
     return static_cast<la_ssize_t>(size);
 }
 
-} // namespace
+}
 
 struct CollectionArchive::Private
 {
@@ -156,4 +156,4 @@ Result<QByteArray> CollectionArchive::next()
     return std::exchange(d->ready, QByteArray());
 }
 
-} // namespace MediaServer
+}

@@ -42,4 +42,4 @@ private:
     std::unique_ptr<Private> d;
 };
 
-} // namespace MediaServer
+}

@@ -64,7 +64,7 @@ tl::unexpected<ContentError> unreadable(const QString& name, const QString& what
                      QStringLiteral("%1: %2").arg(what, words)});
 }
 
-} // namespace
+}
 
 ContentFolder::ContentFolder(const QString& path) : m_path(QFile::encodeName(path)) {}
 
@@ -121,4 +121,4 @@ bool ContentFolder::isPicture(const QString& name)
     return contentType(name).startsWith("image/");
 }
 
-} // namespace MediaServer
+}

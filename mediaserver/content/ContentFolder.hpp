@@ -43,4 +43,4 @@ private:
     QByteArray m_path; ///< in the file system's encoding
 };
 
-} // namespace MediaServer
+}

@@ -76,4 +76,4 @@ void ContentHashes::remember(const QString& name, const Http::File& file, const 
     m_known[name] = {identityOf(file), sha256};
 }
 
-} // namespace MediaServer
+}

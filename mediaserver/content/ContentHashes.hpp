@@ -51,4 +51,4 @@ private:
 /// The SHA-256 of an open file, read from its beginning; null when it cannot be read. Any thread; takes as long as the disk.
 [[nodiscard]] QByteArray sha256Of(const Http::File& file);
 
-} // namespace MediaServer
+}

@@ -36,7 +36,7 @@ std::optional<qint64> bytesIn(const QString& text)
     return isNumber && number >= 0 && QString::number(number) == text ? std::optional<qint64>(number) : std::nullopt;
 }
 
-} // namespace
+}
 
 bool isSha256(const QByteArray& text)
 {
@@ -225,4 +225,4 @@ void ContentReceiver::fail(int status, const char* what, const QString& reason, 
     reply->send(error(status, QStringLiteral("The media server cannot take this now. Try again later.")));
 }
 
-} // namespace MediaServer
+}

@@ -25,7 +25,7 @@ struct ContentLimits
     qint64 pieceBytes = 64 * 1024;      ///< of one request
 };
 
-/// Takes content that tables have and the content folder lacks:
+/// Receives content that tables have and the content folder lacks:
 ///
 ///     GET /content/NAME?sha256=HEX&size=BYTES           what is there of it
 ///     PUT /content/NAME?sha256=HEX&size=BYTES&from=N    a piece, which begins at byte N
@@ -106,4 +106,4 @@ private:
 /// Whether the text is a SHA-256 as 64 hexadecimal digits in small letters.
 [[nodiscard]] bool isSha256(const QByteArray& text);
 
-} // namespace MediaServer
+}

@@ -52,7 +52,7 @@ bool syncFolder(const QByteArray& path)
     return folder.isOpen() && ::fsync(folder.descriptor()) == 0;
 }
 
-} // namespace
+}
 
 IncomingFiles::IncomingFiles(const QString& contentFolder)
     : m_folder(QFile::encodeName(contentFolder)), m_aside(m_folder + "/.incoming")
@@ -147,4 +147,4 @@ IncomingFiles::Ending IncomingFiles::place(const Id& id, Http::File& file, QStri
     return Ending::Placed;
 }
 
-} // namespace MediaServer
+}

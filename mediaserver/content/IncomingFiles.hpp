@@ -57,4 +57,4 @@ private:
     QByteArray m_aside;
 };
 
-} // namespace MediaServer
+}

@@ -68,4 +68,4 @@ QByteArray Thumbnails::make(const Http::File& file)
     return isWritten && bytes.size() < device.size() ? bytes : QByteArray();
 }
 
-} // namespace MediaServer
+}

@@ -47,4 +47,4 @@ private:
     int m_made = 0;
 };
 
-} // namespace MediaServer
+}

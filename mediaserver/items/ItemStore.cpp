@@ -10,7 +10,7 @@ constexpr int kTokenCharacters = 22;
 constexpr int kMostTokens = 50000;
 constexpr int kMostRemovedAtOnce = 200;
 
-} // namespace
+}
 
 bool isTokenForm(const QString& text)
 {
@@ -231,4 +231,4 @@ Result<void> ItemStore::forgetExpected(const QString& name)
     return change([&name](Items& items) { items.forgetExpected(name); });
 }
 
-} // namespace MediaServer
+}

@@ -94,4 +94,4 @@ private:
 /// Whether the text has the form of a token.
 [[nodiscard]] bool isTokenForm(const QString& text);
 
-} // namespace MediaServer
+}

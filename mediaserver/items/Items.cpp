@@ -46,7 +46,7 @@ Item readItem(const QSqlQuery& row)
     return item;
 }
 
-} // namespace
+}
 
 Storage::Schema Items::schema()
 {
@@ -235,4 +235,4 @@ void Items::forgetExpected(const QString& name)
     m_transaction.run(QStringLiteral("DELETE FROM expected WHERE name = ?"), {name});
 }
 
-} // namespace MediaServer
+}

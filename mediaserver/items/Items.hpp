@@ -48,7 +48,7 @@ public:
     /// The person's secret, made at the first call: 128 random bits as 22 characters of base64url. It is not derived from the
     /// card.
     [[nodiscard]] QString tokenFor(qint64 tessel);
-    /// Another secret for a person who has one: the former one opens nothing any more.
+    /// Gives a person another secret in place of theirs, which opens nothing any more.
     [[nodiscard]] QString renewToken(qint64 tessel);
     /// The card of that token; empty for a token that was not given out.
     [[nodiscard]] std::optional<qint64> personOf(const QString& token);
@@ -85,4 +85,4 @@ private:
     Storage::Transaction& m_transaction;
 };
 
-} // namespace MediaServer
+}

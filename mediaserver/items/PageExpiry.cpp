@@ -24,4 +24,4 @@ void PageExpiry::remove()
         logInfo(QStringLiteral("Removed %1 pages after %2 days without an addition").arg(*removed).arg(m_keepDays));
 }
 
-} // namespace MediaServer
+}

@@ -37,4 +37,4 @@ private:
     Bedrock::WorkerPool m_remover{1};                ///< last member: its thread ends first
 };
 
-} // namespace MediaServer
+}

@@ -126,7 +126,7 @@ Result<int> copyTable(Storage::Store& from, Storage::Store& to, const CopiedTabl
     }
 }
 
-} // namespace
+}
 
 QString PageImport::advice(ItemStore& store, const QString& database)
 {
@@ -163,4 +163,4 @@ Result<PageImport> PageImport::run(const QString& file, const QString& database,
     return result;
 }
 
-} // namespace MediaServer
+}

@@ -19,12 +19,12 @@ struct PageImport
     int otherAddress = 0; ///< cards whose page has another address there
     int items = 0;        ///< that were not there
 
-    /// For the log of a server that starts on a database on another server in which there is no page yet: how those of a file
-    /// come there. Empty otherwise. Blocks.
+    /// A line for the log of a media server whose PostgreSQL database has no page yet: how to import the pages of a file. Empty
+    /// otherwise. Blocks.
     [[nodiscard]] static QString advice(ItemStore& store, const QString& database);
     /// `database`: see Storage::Address. The error names the reason and the remedy; what was copied before stays.
     [[nodiscard]] static Result<PageImport> run(const QString& file, const QString& database,
                                                 std::chrono::milliseconds deadline = std::chrono::seconds(30));
 };
 
-} // namespace MediaServer
+}

@@ -31,7 +31,7 @@ bool isEqual(const QByteArray& one, const QByteArray& other)
     return difference == 0;
 }
 
-} // namespace
+}
 
 FormKeys::FormKeys(const QString& publicUrl) : m_origin(originOf(QUrl(publicUrl)))
 {
@@ -63,4 +63,4 @@ bool FormKeys::accepts(const Http::Request& request, const QString& token, const
     return isOwnSite(request) && isEqual(form.queryItemValue(QStringLiteral("key")).toLatin1(), key(token, action));
 }
 
-} // namespace MediaServer
+}

@@ -32,4 +32,4 @@ private:
     QByteArray m_secret;
 };
 
-} // namespace MediaServer
+}

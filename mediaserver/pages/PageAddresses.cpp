@@ -20,7 +20,7 @@ QLatin1String languageOf(const PageTexts* texts)
     return texts ? QLatin1String(texts->language) : QLatin1String();
 }
 
-} // namespace
+}
 
 PageAddresses::PageAddresses(const QString& publicUrl)
     : m_base(publicUrl.endsWith(QLatin1Char('/')) ? publicUrl : publicUrl + QLatin1Char('/'))
@@ -37,4 +37,4 @@ QString PageAddresses::qrCode(const QString& token, const PageTexts* texts) cons
     return m_base % QLatin1String("p/") % token % QLatin1String("/qr.png") % queryOf(texts) % languageOf(texts);
 }
 
-} // namespace MediaServer
+}

@@ -24,4 +24,4 @@ private:
     QString m_base;
 };
 
-} // namespace MediaServer
+}

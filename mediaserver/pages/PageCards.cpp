@@ -103,7 +103,7 @@ QString fileCard(const QString& token, const PageItem& entry, const PageTexts& t
     return html(card, "plain", texts);
 }
 
-} // namespace
+}
 
 QString escaped(const QString& text)
 {
@@ -134,4 +134,4 @@ QString cardOf(const QString& token, const PageItem& entry, const PageTexts& tex
                                              : fileCard(token, entry, texts, suffix);
 }
 
-} // namespace MediaServer
+}

@@ -21,4 +21,4 @@ struct PageTexts;
 [[nodiscard]] QString escaped(const QString& text);
 [[nodiscard]] QString escaped(const char* text);
 
-} // namespace MediaServer
+}

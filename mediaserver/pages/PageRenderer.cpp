@@ -43,7 +43,7 @@ QString link(const QString& href, const QString& label, const char* more = "")
         + QLatin1String("</a>");
 }
 
-} // namespace
+}
 
 PageRenderer::PageRenderer(const SiteSettings& settings) : m_settings(settings), m_style(kPageStyle)
 {
@@ -159,4 +159,4 @@ Page PageRenderer::question(const PageTexts& texts, const Question& question) co
     return page(texts, question.title, body, Script::None);
 }
 
-} // namespace MediaServer
+}

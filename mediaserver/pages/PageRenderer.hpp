@@ -81,4 +81,4 @@ private:
     QByteArray m_style;
 };
 
-} // namespace MediaServer
+}

@@ -29,4 +29,4 @@ const char* const kPageScript = R"js(
 })();
 )js";
 
-} // namespace MediaServer
+}

@@ -7,4 +7,4 @@ namespace MediaServer
 /// and puts its <main> in the place of the one that is shown. It is part of the page's HTML, so it must never contain "</".
 extern const char* const kPageScript;
 
-} // namespace MediaServer
+}

@@ -107,4 +107,4 @@ nav { margin-top: 1.5rem; padding-top: 1rem; border-top: 1px solid var(--line); 
 }
 )css";
 
-} // namespace MediaServer
+}

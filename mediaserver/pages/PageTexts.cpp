@@ -228,7 +228,7 @@ const PageTexts kTexts[] = {
      "%1 %2 %3"},
 };
 
-} // namespace
+}
 
 QString PageTexts::date(const QDate& day) const
 {
@@ -274,4 +274,4 @@ const PageTexts& PageTexts::choose(const QByteArray& acceptLanguage, const QByte
     return usual ? *usual : *begin();
 }
 
-} // namespace MediaServer
+}

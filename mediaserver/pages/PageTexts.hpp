@@ -71,4 +71,4 @@ struct PageTexts
     [[nodiscard]] static const PageTexts* end();
 };
 
-} // namespace MediaServer
+}

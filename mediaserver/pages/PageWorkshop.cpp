@@ -70,4 +70,4 @@ Http::Response PageWorkshop::archive(const std::vector<Item>& items, Http::Respo
     return response;
 }
 
-} // namespace MediaServer
+}

@@ -39,4 +39,4 @@ private:
     Bedrock::WorkerPool m_painter{1}; ///< last member: its thread ends first
 };
 
-} // namespace MediaServer
+}

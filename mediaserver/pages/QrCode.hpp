@@ -9,4 +9,4 @@ namespace MediaServer
 /// 4 modules that scanners need. Empty when the text is too long for a QR code (about 2300 bytes).
 [[nodiscard]] QByteArray qrCodePng(const QByteArray& text);
 
-} // namespace MediaServer
+}

@@ -42,7 +42,7 @@ Http::Response notNow(Http::Response response)
     return response;
 }
 
-} // namespace
+}
 
 Site::Site(ItemStore& store, const QString& contentFolder, const QString& publicUrl, const SiteSettings& settings,
            int mostWaiting)
@@ -338,4 +338,4 @@ Http::Response Site::notRightNow(const PageTexts& texts) const
     return html(500, m_renderer.message(texts, texts.laterTitle, texts.laterText));
 }
 
-} // namespace MediaServer
+}

@@ -94,4 +94,4 @@ private:
     WaitingThread m_thread; ///< last member: it ends first
 };
 
-} // namespace MediaServer
+}

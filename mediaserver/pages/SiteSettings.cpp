@@ -100,7 +100,7 @@ const Member kMembers[] = {
      }},
 };
 
-} // namespace
+}
 
 QString SiteSettings::greetingIn(const QByteArray& wanted) const
 {
@@ -139,4 +139,4 @@ Result<SiteSettings> SiteSettings::read(const QString& path)
     return settings;
 }
 
-} // namespace MediaServer
+}

@@ -35,4 +35,4 @@ struct SiteSettings
     [[nodiscard]] static Result<SiteSettings> read(const QString& file);
 };
 
-} // namespace MediaServer
+}

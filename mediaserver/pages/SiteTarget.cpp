@@ -31,4 +31,4 @@ std::optional<qint64> numberIn(const QString& text)
     return isNumber && QString::number(number) == text ? std::optional<qint64>(number) : std::nullopt;
 }
 
-} // namespace MediaServer
+}

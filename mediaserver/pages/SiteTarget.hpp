@@ -33,4 +33,4 @@ struct SiteTarget
 /// The number in an address. One address for each file: only "7", not "07" or "+7".
 [[nodiscard]] std::optional<qint64> numberIn(const QString& text);
 
-} // namespace MediaServer
+}

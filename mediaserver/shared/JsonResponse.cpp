@@ -13,4 +13,4 @@ Http::Response jsonResponse(int status, const QByteArray& json)
     return response;
 }
 
-} // namespace MediaServer
+}

@@ -16,7 +16,7 @@ QByteArray line(const QString& what, const QString& detail)
     return (detail.isEmpty() ? text : QStringLiteral("%1 (%2)").arg(text, detail)).toUtf8();
 }
 
-} // namespace
+}
 
 void logInfo(const QString& what, const QString& detail)
 {
@@ -28,4 +28,4 @@ void logWarning(const QString& what, const QString& detail)
     Bedrock::Trace::warning("%s", line(what, detail).constData());
 }
 
-} // namespace MediaServer
+}

@@ -12,4 +12,4 @@ void logInfo(const QString& what, const QString& detail = {});
 /// As logInfo, for what an operator has to act upon.
 void logWarning(const QString& what, const QString& detail = {});
 
-} // namespace MediaServer
+}

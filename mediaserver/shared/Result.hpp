@@ -10,4 +10,4 @@ namespace MediaServer
 template <class T>
 using Result = tl::expected<T, QString>;
 
-} // namespace MediaServer
+}

@@ -40,4 +40,4 @@ void WaitingThread::close()
     m_pool.shutdown();
 }
 
-} // namespace MediaServer
+}

@@ -22,4 +22,4 @@ std::optional<WebLink> parseWebLink(const QString& text)
     return link;
 }
 
-} // namespace MediaServer
+}

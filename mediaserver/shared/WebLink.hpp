@@ -16,4 +16,4 @@ struct WebLink
 /// Empty for everything else: other schemes ("javascript:", "data:", "file:"), relative addresses, bad syntax.
 [[nodiscard]] std::optional<WebLink> parseWebLink(const QString& text);
 
-} // namespace MediaServer
+}

@@ -31,7 +31,7 @@ public:
     /// Called after an update, with the differences between the store and the table.
     struct Handlers
     {
-        /// Items that the table has not, in their order. Calls `restored` for each.
+        /// Items that the table lacks, in their order. Calls `restored` for each.
         std::function<void(const std::vector<Item>& items, Reason reason)> restore;
         /// An item that is no longer in the store, which the keeper has forgotten.
         std::function<void(long id)> remove;
@@ -58,12 +58,12 @@ public:
     void removed(long id);
     /// The item left the table, but stays in the store.
     void left(long id);
-    /// Those of the items that this table alone may send now; see CollectionStoreAPI::claim. An item that is not stored is among
-    /// them. Fails when the store cannot be asked. Where there is no store, all of them.
+    /// Answers with those of the items that this table alone may send now; see CollectionStoreAPI::claim. An item that is not
+    /// stored is among them. Fails when the store does not answer. Without a store, all of them.
     [[nodiscard]] folly::Future<std::set<long>> claim(const std::set<long>& ids);
     /// The keys of those that are stored, as later programs have them.
     [[nodiscard]] QList<QString> lastingKeys(const std::set<long>& ids) const;
-    /// Those were not sent: another table may.
+    /// These items were not sent: another table may send them.
     void release(const std::set<long>& ids);
 
 private:

@@ -31,7 +31,7 @@ struct OpenFilesFixture
     rlimit before{};
 };
 
-} // namespace
+}
 
 TEST_CASE_FIXTURE(OpenFilesFixture, "open files: the limit is raised as far as the connections need it")
 {

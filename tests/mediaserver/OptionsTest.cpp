@@ -22,7 +22,7 @@ struct OptionsFixture
     Folder folder;
 };
 
-} // namespace
+}
 
 TEST_CASE_FIXTURE(OptionsFixture, "options: what is not said has a careful default")
 {

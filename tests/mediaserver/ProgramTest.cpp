@@ -99,7 +99,7 @@ QJsonObject command(std::uint16_t port, const char* json)
     return QJsonDocument::fromJson(QByteArray::fromStdString(ask(port, "POST", "/", json).body)).object();
 }
 
-} // namespace
+}
 
 TEST_CASE("media server: an item survives the kill of the program right after its answer")
 {

@@ -11,7 +11,7 @@ namespace Storage
 {
 namespace
 {
-/// A program has a few dozen statements; one that makes them up as it goes must not keep them all.
+/// A program has a few dozen statements; those of one that composes them while it runs are not all kept.
 constexpr int kMostPrepared = 100;
 
 QString newName()
@@ -35,7 +35,7 @@ Connection::Connection(const QString& driver, const Address& address)
 
 Connection::~Connection()
 {
-    // The driver goes before its queries, each of which would otherwise ask a server that may be gone to forget it.
+    // The driver is destroyed before its queries: each of them would otherwise send a request to a server that may be gone.
     m_database = QSqlDatabase();
     QSqlDatabase::removeDatabase(m_name);
 }

@@ -45,7 +45,7 @@ public:
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    /// Connects and brings the tables up to date. On failure, with a fault, `sentence` tells the operator why.
+    /// Connects and brings the tables up to date. On failure, with a fault, `sentence` says why, for the operator.
     [[nodiscard]] virtual bool open(const Schema& schema, QString& sentence) = 0;
 
     /// These end with a fault when they return false.

@@ -15,7 +15,7 @@ void JobQueue::add(QueuedJob job)
         job.deadline = std::min(job.deadline, m_end);
         m_jobs.push_back(std::move(job));
     }
-    // A queue that has jobs is read again before its reader waits.
+    // The store's thread reads a queue that has jobs again before it waits.
     if (wasEmpty)
         m_wake.wake();
 }

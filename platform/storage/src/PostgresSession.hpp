@@ -31,7 +31,7 @@ public:
     };
     /// Runs statements joined by ";" until one fails.
     [[nodiscard]] Answer execute(const QByteArray& statements) const;
-    /// Takes what has arrived. False when the connection is lost. `hasOthers`: a notification of another connection was there.
+    /// Reads what has arrived. False when the connection is lost. `hasOthers`: a notification of another connection was there.
     [[nodiscard]] bool readNotifications(bool& hasOthers) const;
     /// Ends both directions of the socket: calls that wait for the server fail. Any thread, while such a call is under way.
     void shutDown() const;

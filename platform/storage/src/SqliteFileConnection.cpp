@@ -110,7 +110,7 @@ bool SqliteFileConnection::change(const Schema& schema, QString& sentence)
     if (value.toInt() > schema.version())
         return refuseNewer(address().file, sentence);
     const bool isCurrent = value.toInt() == schema.version();
-    // A file that is up to date is written to as well, which tells whether it can be, but stays as it is.
+    // A file that is up to date is written to and rolled back, to find out whether it can be written to.
     return runStatements(schema, value.toInt()) && execute(QStringLiteral("PRAGMA user_version=%1").arg(schema.version()))
         && execute(isCurrent ? QStringLiteral("ROLLBACK") : QStringLiteral("COMMIT"));
 }

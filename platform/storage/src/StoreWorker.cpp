@@ -21,7 +21,7 @@ constexpr std::chrono::milliseconds kLongestProbe = 2s;
 /// For a group that has waited until shortly before its deadline.
 constexpr auto kLeastForGroup = 1s;
 
-/// What a job is told that has waited too long while nothing else was wrong.
+/// The failure of a job that has waited too long while nothing else was wrong.
 Failure tooSlow()
 {
     return {Failure::Kind::Away, QStringLiteral("it did not answer in time"), QStringLiteral("see what keeps the database busy")};

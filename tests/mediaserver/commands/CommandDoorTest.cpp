@@ -59,7 +59,7 @@ struct Door
                      [](const std::function<void()>& function) { function(); }};
 };
 
-} // namespace
+}
 
 TEST_CASE_FIXTURE(TwoDoors, "command door: a page is answered in the language that the command's header asks for")
 {

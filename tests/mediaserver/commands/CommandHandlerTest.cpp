@@ -79,7 +79,7 @@ struct CommandHandlerFixture
     CommandHandler handler{**store, content, nullptr, PageAddresses(QStringLiteral("https://museum.example/table"))};
 };
 
-} // namespace
+}
 
 TEST_CASE_FIXTURE(CommandHandlerFixture,
                   "command handler: the page opens in the first language that the command asks for, if pages have it")

@@ -65,7 +65,7 @@ QMap<QString, QByteArray> unpack(const QByteArray& zip)
     return result;
 }
 
-} // namespace
+}
 
 TEST_CASE("collection archive: files and texts are packed under their names, in any script, and twins get numbers")
 {

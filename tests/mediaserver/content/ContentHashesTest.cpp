@@ -44,7 +44,7 @@ struct ContentHashesFixture
                          }};
 };
 
-} // namespace
+}
 
 TEST_CASE_FIXTURE(ContentHashesFixture, "content hashes: a file is read once for all that wait, and again when it has changed")
 {

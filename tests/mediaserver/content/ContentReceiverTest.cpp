@@ -82,7 +82,7 @@ std::string errorOf(const QJsonObject& answer)
     return answer.value(QLatin1String("error")).toString().toStdString();
 }
 
-} // namespace
+}
 
 TEST_CASE_FIXTURE(SendingTable,
                   "content receiver: an item whose file comes later succeeds at once, is coming on the page, and then is there")

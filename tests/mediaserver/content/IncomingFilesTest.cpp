@@ -41,7 +41,7 @@ struct IncomingFilesFixture
     QString reason;
 };
 
-} // namespace
+}
 
 TEST_CASE_FIXTURE(IncomingFilesFixture, "incoming files: pieces make a file, which appears under its name when it is whole")
 {

@@ -40,7 +40,7 @@ struct ThumbnailsFixture
     Thumbnails thumbnails;
 };
 
-} // namespace
+}
 
 TEST_CASE_FIXTURE(ThumbnailsFixture, "thumbnails: a picture is scaled into the square, with its proportions")
 {

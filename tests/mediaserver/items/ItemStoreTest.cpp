@@ -51,7 +51,7 @@ QVariant execute(const QString& file, const QString& statement)
     return result;
 }
 
-} // namespace
+}
 
 TEST_CASE("item store: items and tokens are there when it is opened again")
 {

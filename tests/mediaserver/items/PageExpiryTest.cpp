@@ -36,7 +36,7 @@ struct PageExpiryFixture
     PageExpiry::Clock::time_point start = PageExpiry::Clock::now();
 };
 
-} // namespace
+}
 
 TEST_CASE_FIXTURE(PageExpiryFixture, "page expiry: a page goes, with its items, so many days after the last addition")
 {

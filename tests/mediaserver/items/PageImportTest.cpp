@@ -36,7 +36,7 @@ QStringList pageOf(ItemStore& store, qint64 tessel)
     return lines;
 }
 
-} // namespace
+}
 
 TEST_CASE("page import: pages keep their addresses and items, and what the database has already stays")
 {

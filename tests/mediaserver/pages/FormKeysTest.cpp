@@ -23,7 +23,7 @@ Http::Request request(const QByteArray& key, const char* origin, const char* sit
     return result;
 }
 
-} // namespace
+}
 
 TEST_CASE("form keys: a form counts if it has its key and comes from this site")
 {

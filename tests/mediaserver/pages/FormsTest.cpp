@@ -56,7 +56,7 @@ struct Visitor : TwoDoors
     std::string path;
 };
 
-} // namespace
+}
 
 TEST_CASE_FIXTURE(Visitor, "site: an item is removed when its question is answered, and the browser is led back to the page")
 {

@@ -37,7 +37,7 @@ QString pageOf(const Item& single, PageItem::State state = PageItem::State::Ther
     return pageOf(std::vector<PageItem>{{&single, state}});
 }
 
-} // namespace
+}
 
 TEST_CASE("page renderer: a picture is shown, a document and a link are opened")
 {

@@ -59,7 +59,7 @@ struct PageWorkshopFixture
     ContentFolder content{folder.path()};
 };
 
-} // namespace
+}
 
 TEST_CASE_FIXTURE(PageWorkshopFixture, "page workshop: an archive has the files that are there and a list of the links")
 {

@@ -26,7 +26,7 @@ struct SiteSettingsFixture
     Folder folder;
 };
 
-} // namespace
+}
 
 TEST_CASE_FIXTURE(SiteSettingsFixture, "site settings: a venue's page is read from its presentation")
 {

@@ -21,7 +21,7 @@ SiteTarget target(const QByteArray& address, const QByteArray& acceptLanguage = 
 
 const QByteArray kAddressToken = "0123456789abcdefghijkl";
 
-} // namespace
+}
 
 TEST_CASE("site target: an address of a person's page has a token and what follows")
 {

@@ -38,7 +38,7 @@ QByteArray headerOf(const Http::Response& response, const char* name)
     return {};
 }
 
-} // namespace
+}
 
 TEST_CASE_FIXTURE(TwoDoors, "site: a person's page shows what was added and nothing of the card")
 {

@@ -32,7 +32,7 @@ struct Busy
     WaitingThread thread;
 };
 
-} // namespace
+}
 
 TEST_CASE("waiting thread: tasks run in the order of the calls, and a request too many is refused")
 {

@@ -17,7 +17,7 @@ struct SchemaStatement
 /// The tables that a program expects, and how those of every earlier version become them.
 struct Schema
 {
-    QString name;    ///< "people": tells several schemas of one PostgreSQL database apart. Lower-case letters
+    QString name;    ///< "people"; distinguishes the schemas of one PostgreSQL database. Lower-case letters
     QString purpose; ///< for messages: "the registry of people"
     std::vector<SchemaStatement> statements; ///< by `since`, ascending
 
