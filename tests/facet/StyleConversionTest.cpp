@@ -202,7 +202,7 @@ TEST_CASE("style conversion: colours as functions, in both notations")
     CHECK(color({function("rgb", 3), numberTerm(1), numberTerm(2), numberTerm(3), identTerm("red")}) == no);
 }
 
-TEST_CASE("style conversion: a word that is a slip away from another is told with it")
+TEST_CASE("style conversion: a word that is a slip away from another is reported with it")
 {
     CHECK(convert<Bedrock::Color>({identTerm("darkgren")}) == "[expected a colour (did you mean 'darkgreen'?)]");
     CHECK(convert<Bedrock::Color>({function("rgbb", 3), numberTerm(1), numberTerm(2), numberTerm(3)})

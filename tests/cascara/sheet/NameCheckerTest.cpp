@@ -118,7 +118,7 @@ TEST_CASE("name checker: of the types that have an attribute three are named")
     fixture.sheet("Label { three: 1; four: 1 }");
 }
 
-TEST_CASE("name checker: a value is tried when the sheet is read, and told once")
+TEST_CASE("name checker: a value is tried when the sheet is read, and reported once")
 {
     check(
         {{".never { width: 5px; color: var(--x); font-size: 2em }", nullptr},

@@ -166,7 +166,7 @@ TEST_CASE_FIXTURE(FolderAndNode, "style sheet loader: a NUL byte is told with it
     CHECK(node.height == 3.f);
 }
 
-TEST_CASE("style sheet loader: sheets that import each other twice are read up to a bound, which is told once")
+TEST_CASE("style sheet loader: sheets that import each other twice are read up to a bound, which is reported once")
 {
     StyleFixture fixture;
     Folder folder;
@@ -239,7 +239,7 @@ TEST_CASE_FIXTURE(FolderAndNode, "style sheet loader: of very many mistakes a hu
     for (int line = 1; line <= 100; ++line)
         TestSupport::expectWarningStartingWith("StyleEngine # " + path.toStdString() + ':' + std::to_string(line) + ":5: ");
     expectWarning("StyleEngine # " + path.toStdString()
-                  + ": there are more than 100 mistakes; mend these first, further ones are not told");
+                  + ": there are more than 100 mistakes; mend these first, further ones are not reported");
     CHECK(fixture.engine.loadStyleSheet(path));
     CHECK(node.width == 2.f);
 }

@@ -191,7 +191,7 @@ TEST_CASE("node styler: files in a value with variables are those beside the sty
     CHECK(declarations[1].value == QStringLiteral("var( --file )"));
 }
 
-TEST_CASE("node styler: variables in a shorthand, and a mistake in them is told once")
+TEST_CASE("node styler: variables in a shorthand, and a mistake in them is reported once")
 {
     StyleFixture fixture;
     auto& node = fixture.add("", "N", "n");

@@ -345,7 +345,7 @@ TEST_CASE("running animations: keyframes take variables, shorthands, colours, an
     CHECK(n.color->toString() == QStringLiteral("#008080"));
 }
 
-TEST_CASE("running animations: mistakes are told with their place, once, and cost what is wrong")
+TEST_CASE("running animations: mistakes are reported with their place, once, and cost what is wrong")
 {
     AnimationFixture fixture(kGrow);
     expectWarning(
@@ -503,7 +503,7 @@ TEST_CASE("running animations: nodes of the same rules have each the animation t
     CHECK_FALSE(b.width.hasValue(Facet::kStyleLayer));
 }
 
-TEST_CASE("running animations: a name may come from a variable, and a wrong value in one is told")
+TEST_CASE("running animations: a name may come from a variable, and a wrong value in one is reported")
 {
     AnimationFixture fixture(std::string(kGrow)
                              + "Root { --name: grow; --time: soon } .go { animation: 1s linear var(--name) } ");

@@ -243,7 +243,7 @@ TEST_CASE("running transitions: colours and inherited values move, settings and 
     CHECK(n.color->toString() == QStringLiteral("#0000FF"));
 }
 
-TEST_CASE("running transitions: they come from variables, and a mistake is told and moves nothing")
+TEST_CASE("running transitions: they come from variables, and a mistake is reported and moves nothing")
 {
     MotionFixture fixture("var(--t, none)");
     TestNode& n = fixture.n();

@@ -21,7 +21,7 @@ TEST_CASE("style engine: a declaration writes layer 1, which run time values cov
     CHECK(node.width == 1.f);
 }
 
-TEST_CASE("style engine: a variable that no sheet has is told when all sheets are there, also where nothing matches")
+TEST_CASE("style engine: a variable that no sheet has is reported when all sheets are there, also where nothing matches")
 {
     StyleFixture fixture;
     fixture.sheet(".never { width: var(--mine); height: var(--wdth) } .never { width: var(--none, 1px); --own: var(--none) }");

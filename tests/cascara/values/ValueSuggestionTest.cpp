@@ -18,7 +18,7 @@ Facet::StyleValue valueOf(const char* css)
 }
 }
 
-TEST_CASE("value suggestion: the first function that there is not is told with the one that was probably meant")
+TEST_CASE("value suggestion: the first function that there is not is reported with the one that was probably meant")
 {
     struct Row
     {

@@ -74,7 +74,7 @@ TEST_CASE("tavola mail: a table that never ran has no messages, and looking make
     CHECK_FALSE(QFileInfo::exists(bench.folder.path("data")));
 }
 
-TEST_CASE("tavola mail: the list tells what waits and why")
+TEST_CASE("tavola mail: the list shows what waits and why")
 {
     CommandBench bench;
     bench.openService();
@@ -127,7 +127,7 @@ TEST_CASE("tavola mail: what is dropped is gone, one by one, the failed or all")
     CHECK(bench.ask("list").out == "no messages\n");
 }
 
-TEST_CASE("tavola mail: a message that is not there is told, and the others are done")
+TEST_CASE("tavola mail: a message that is not there is reported, and the others are done")
 {
     CommandBench bench;
     bench.openService();

@@ -54,7 +54,7 @@ TEST_CASE("language texts: the files of each folder are read in the order of the
     CHECK(languages[1].file == folder.path("one/pt-BR.json"));
 }
 
-TEST_CASE("language texts: a text that one language has and another lacks is told with both files and the line")
+TEST_CASE("language texts: a text that one language has and another lacks is reported with both files and the line")
 {
     const Folder folder;
     folder.write("de.json", "{ \"back\": \"Zurück\",\n \"sent\": \"Gesendet.\" }");

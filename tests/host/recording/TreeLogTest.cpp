@@ -37,7 +37,7 @@ Facet::AttributeT<bool>& switchOf(const Trellis::Widget& widget, const char* nam
 }
 }
 
-TEST_CASE("tree log: a line for each frame tells what changed and what is gone, and equal widgets have equal hashes")
+TEST_CASE("tree log: a line for each frame names what changed and what is gone, and equal widgets have equal hashes")
 {
     const Folder folder;
     const QString file = folder.path(QStringLiteral("a.trees"));
@@ -75,7 +75,7 @@ TEST_CASE("tree log: a line for each frame tells what changed and what is gone, 
     CHECK(hash(4) == hash(0));
 }
 
-TEST_CASE("tree log: whatever the report of a widget tells is compared")
+TEST_CASE("tree log: everything in the report of a widget is compared")
 {
     const Folder folder;
     const QString file = folder.path(QStringLiteral("facts.trees"));

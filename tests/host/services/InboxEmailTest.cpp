@@ -69,7 +69,7 @@ TEST_CASE("inbox e-mail: recipients are shortened in lines that leave the progra
     Inbox::instance().clear();
 }
 
-TEST_CASE("inbox e-mail: a source tells what became of each message, and none is sent")
+TEST_CASE("inbox e-mail: a source reports what became of each message, and none is sent")
 {
     ReplaySession session;
     const auto mail = std::make_shared<TestSupport::FakeEmailService>();

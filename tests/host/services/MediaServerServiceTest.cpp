@@ -398,7 +398,7 @@ TEST_CASE("media server service: a page address that is no web address, or too l
     CHECK(failure(start + QString(2000 - start.size(), QLatin1Char('x'))).empty());
 }
 
-TEST_CASE("media server service: a page that no phone can open is told at the first one")
+TEST_CASE("media server service: a page that no phone can open is reported at the first one")
 {
     const QByteArray answer = R"({"success": true, "userpageurl": "http://127.0.0.1:8090/p/AAAAAAAAAAAAAAAAAAAAAA"})";
     AnsweringServer server(reply("200 OK", answer, "Connection: close\r\n"));

@@ -270,7 +270,7 @@ TEST_CASE("people file: people of any characters are read as they were written")
     }
 }
 
-TEST_CASE("people file: a kind is a word or a number, and the number of a word is told by the word")
+TEST_CASE("people file: a kind is a word or a number, and a number that has a word is written as that")
 {
     struct Row
     {
@@ -346,7 +346,7 @@ TEST_CASE("people file: a NUL byte costs its line and ends nothing")
     CHECK_FALSE(complete);
 }
 
-TEST_CASE("people file: a NUL byte in the line of columns is told, and no people are read")
+TEST_CASE("people file: a NUL byte in the line of columns is reported, and no people are read")
 {
     expectWarning("PeopleFile # p.csv:1: it has a NUL byte (save the file as UTF-8 text); no people were read");
     bool complete = true;
@@ -354,7 +354,7 @@ TEST_CASE("people file: a NUL byte in the line of columns is told, and no people
     CHECK_FALSE(complete);
 }
 
-TEST_CASE("people file: of very many mistakes the first hundred are told, and how many more there are")
+TEST_CASE("people file: of very many mistakes the first hundred are reported, and how many more there are")
 {
     QString text = QStringLiteral("code,name\n");
     for (int line = 2; line < 202; ++line) {
@@ -370,7 +370,7 @@ TEST_CASE("people file: of very many mistakes the first hundred are told, and ho
     CHECK_FALSE(complete);
 }
 
-TEST_CASE("people file: semicolons in place of commas are told with the remedy")
+TEST_CASE("people file: semicolons in place of commas are reported with the remedy")
 {
     expectWarning(
         "PeopleFile # p.csv:1: the columns are separated by semicolons, as some spreadsheets save them: save the file with "
@@ -380,7 +380,7 @@ TEST_CASE("people file: semicolons in place of commas are told with the remedy")
     CHECK_FALSE(complete);
 }
 
-TEST_CASE("people file: an address that is none is told with line and remedy and left empty, the card works")
+TEST_CASE("people file: an address that is none is reported with line and remedy and left empty, the card works")
 {
     const Folder folder;
     const QByteArray text = "code,name,email\n1,Uma,umamuseum.example\n2,Bo, bo@museum.example\n3,Cy,\n";

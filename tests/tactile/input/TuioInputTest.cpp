@@ -133,7 +133,7 @@ TEST_CASE("tuio input: lost, doubled and swapped packets end in the state of the
     CHECK(table.drops(TuioDrop::Late) == 1);
 }
 
-TEST_CASE("tuio input: a sender that falls silent is told, its finger is cancelled and its card leaves")
+TEST_CASE("tuio input: a sender that falls silent is reported, its finger is cancelled and its card leaves")
 {
     TestTable table;
     table.cards({{1, 1001, 0.5f, 0.5f}});

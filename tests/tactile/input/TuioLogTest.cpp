@@ -68,7 +68,7 @@ TEST_CASE("tuio log: a torn packet changes nothing, the first is logged, and the
     CHECK(table.sample.fingers.size() == 1);
 }
 
-TEST_CASE("tuio log: a message of another kind is told once and is no warning")
+TEST_CASE("tuio log: a message of another kind is reported once and is no warning")
 {
     TestTable table;
     Tactile::OscWriter writer;
@@ -131,7 +131,7 @@ TEST_CASE("tuio log: while nothing is dropped nothing is said")
     CHECK(direct.report(100.0) == 0);
 }
 
-TEST_CASE("tuio log: datagrams dropped beside the first one are told ten seconds later, once")
+TEST_CASE("tuio log: datagrams dropped beside the first one are reported ten seconds later, once")
 {
     Direct direct;
     direct.feed({'x'});
@@ -156,7 +156,7 @@ TEST_CASE("tuio log: after a long calm the next line comes at once")
     CHECK(direct.report(3600.0) == 1);
 }
 
-TEST_CASE("tuio log: datagrams that found no room are told with those that were malformed")
+TEST_CASE("tuio log: datagrams that found no room are reported with those that were malformed")
 {
     Direct direct;
     direct.decoder.countUnread(TuioDrop::QueueFull);
@@ -172,7 +172,7 @@ TEST_CASE("tuio log: datagrams that found no room are told with those that were 
     CHECK(direct.report(10.0) == 1);
 }
 
-TEST_CASE("tuio log: late frames and positions beside the surface are counted, not told")
+TEST_CASE("tuio log: late frames and positions beside the surface are counted, not reported")
 {
     Direct direct;
     direct.feed(TestTable::fingersPacket(9, {{1, 0.5f, 0.5f}}));
@@ -196,7 +196,7 @@ std::vector<char> unclosedFingers()
 }
 }
 
-TEST_CASE("tuio log: a sender that closes no frame is told once, and one that lost the end of some is not")
+TEST_CASE("tuio log: a sender that closes no frame is reported once, and one that lost the end of some is not")
 {
     Direct direct;
     direct.feed(TestTable::fingersPacket(1, {{1, 0.5f, 0.5f}}, "cam@left"));

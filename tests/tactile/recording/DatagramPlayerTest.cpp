@@ -431,7 +431,7 @@ TEST_CASE("datagram player: a pipe without a writer is refused at once, with the
               + " (a pipe or a device); save what it gives in a file and name that");
 }
 
-TEST_CASE("datagram player: a recording without a note has none, and settings that are damaged are told")
+TEST_CASE("datagram player: a recording without a note has none, and settings that are damaged are reported")
 {
     const Folder folder;
     const QByteArray bytes = recordQuietTable(folder);

@@ -93,7 +93,7 @@ TEST_CASE("packet stream: the largest packet fits, whatever came before it")
     CHECK(packets[2] == "y");
 }
 
-TEST_CASE("packet stream: a length of zero, below it or above the largest packet is told")
+TEST_CASE("packet stream: a length of zero, below it or above the largest packet is reported")
 {
     struct Row
     {

@@ -102,7 +102,7 @@ TEST_CASE("udp source: the largest datagram comes whole, and an empty one is cou
     CHECK(input.counters().drops[static_cast<std::size_t>(Tactile::TuioDrop::Malformed)] == 1);
 }
 
-TEST_CASE("udp source: datagrams from senders that are not allowed are thrown away, and told once")
+TEST_CASE("udp source: datagrams from senders that are not allowed are thrown away, and reported once")
 {
     TuioInput input(TestTable::plainSettings());
     NetworkSettings settings = anyPort();

@@ -239,7 +239,7 @@ TEST_CASE("tuio contacts: a restart of one channel leaves the others")
     CHECK(direct.frame({}, {}) == "vanish finger 1");
 }
 
-TEST_CASE("tuio contacts: of several shapes of a session the best known tells its place, whichever comes first")
+TEST_CASE("tuio contacts: of several shapes of a session the best known gives its place, whichever comes first")
 {
     Direct direct;
     CHECK(direct.frame({1}, {set(TuioShape::Token, 1, 0.25f), set(TuioShape::Pointer, 1, 0.9f), set(TuioShape::Area, 1, 0.8f)})

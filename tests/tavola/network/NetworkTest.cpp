@@ -136,7 +136,7 @@ TEST_CASE("network: errors come the same way, with Qt's own words")
     CHECK(failure(QUrl()) == QNetworkReply::ProtocolUnknownError);
 }
 
-TEST_CASE("network: a redirection is told and not followed")
+TEST_CASE("network: a redirection is reported and not followed")
 {
     NetworkFixture f;
     const NetworkTestServer server("HTTP/1.1 302 Found\r\nLocation: /other\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");

@@ -15,7 +15,7 @@ struct AnimationTiming
     MotionReading::Direction direction = MotionReading::Direction::Normal;
     MotionReading::FillMode fillMode = MotionReading::FillMode::None;
 
-    /// The share of the keyframes that is reached, 0 to 1, that long after the animation has begun. Nothing before and behind it,
+    /// The share of the keyframes that is reached, 0 to 1, that long after the animation has begun. Nothing before and after it,
     /// unless it fills these times.
     [[nodiscard]] std::optional<double> at(double passedSeconds) const;
     /// Whether it has come to its end by then.

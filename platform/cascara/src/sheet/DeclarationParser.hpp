@@ -13,7 +13,7 @@ public:
 
     DeclarationParser(SheetReader& reader, Block block) : m_reader(reader), m_block(block) {}
 
-    /// Reads the block that opens at the token at hand, to behind its end, into `rule`.
+    /// Reads the block that opens at the token at hand, up to its end, into `rule`.
     void parseBlock(Rule& rule);
 
 private:

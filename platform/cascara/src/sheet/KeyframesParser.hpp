@@ -14,7 +14,7 @@ public:
     /// `media` are the conditions around it, or null.
     KeyframesParser(SheetReader& reader, std::shared_ptr<const MediaScope> media) : m_reader(reader), m_media(std::move(media)) {}
 
-    /// Reads what follows `at` to behind its block, and adds it to the sheet.
+    /// Reads what follows `at`, up to the end of its block, and adds it to the sheet.
     void parse(const Token& at);
 
 private:

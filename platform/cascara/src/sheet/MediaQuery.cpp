@@ -256,7 +256,7 @@ private:
             QStringLiteral("%1: expected %2%3").arg(name, names.join(QStringLiteral(" or ")), Facet::didYouMean(written, names)));
     }
 
-    /// A feature without a value: whether it is anything at all.
+    /// A feature without a value: true where it is anything but none.
     Condition alone(const QString& name, int place)
     {
         if (name == QLatin1String("prefers-reduced-motion"))

@@ -70,7 +70,7 @@ const QStringList& structuralStates()
     return kNames;
 }
 
-/// Those that authors know from browsers, and that no widget has.
+/// Pseudo-classes of browsers that no widget has.
 bool isOfBrowsers(const QString& state)
 {
     static const QStringList kNames{
@@ -195,7 +195,7 @@ void NameChecker::checkAttribute(const Declaration& declaration, const QString& 
     }
     const QStringList& owners = this->owners(attribute);
     if (owners.isEmpty()) {
-        // One that a library made without declaring it is none of the vocabulary's business.
+        // An attribute that a library made without declaring it is not compared.
         if (!Facet::AttributeDeclaration::isKnownName(Facet::AttributeName(declaration.attribute))
             && !m_isMadeLater(declaration.attribute))
             report(declaration,

@@ -23,7 +23,7 @@ public:
 
     NameChecker(StyleSheet& sheet, const IsMadeLater& isMadeLater) : m_sheet(sheet), m_isMadeLater(isMadeLater) {}
 
-    /// Puts what is wrong into the sheet's errors, which are in the order of lines then. A declaration that is reported here is
+    /// Adds what is wrong to the sheet's errors, and puts these into the order of lines. A declaration that is reported here is
     /// not reported again when it is applied.
     void run();
 
@@ -49,7 +49,7 @@ private:
     const std::vector<StyleAttribute>& valuesOf(const QString& type, const QString& attribute);
     /// The types that declare the attribute.
     const QStringList& owners(const QString& attribute);
-    /// As much is wrong as is told.
+    /// Whether as many mistakes were found as are reported.
     [[nodiscard]] bool isFull() const;
 
     StyleSheet& m_sheet;

@@ -17,6 +17,6 @@ public:
     void log(const QString& sheet, int line, int column, const QString& text);
 
 private:
-    QSet<QByteArray> m_told;
+    QSet<QByteArray> m_logged;
 };
 }

@@ -60,7 +60,7 @@ struct Declaration
     [[nodiscard]] QString text() const { return tokens ? tokens->source : value.toString(); }
     /// What its tokens gave last; null for none.
     mutable std::shared_ptr<const SubstitutedValue> substituted;
-    /// Said already; a declaration is complained about once, not once per node.
+    /// A mistake in it was reported: once for a declaration, not once per node.
     mutable bool isReported = false;
 };
 

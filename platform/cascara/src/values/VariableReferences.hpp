@@ -18,7 +18,7 @@ struct VariableReference
     int fallback; ///< index of its first token, -1 for none
     int close;
 };
-/// That of the `var()` at the index `function`; `close` is `end` where its parenthesis is left open.
+/// The parts of the `var()` at the index `function`; `close` is `end` where its parenthesis is left open.
 [[nodiscard]] VariableReference referenceAt(const Tokens& tokens, int function, int end);
 /// The number of the variable's name in Facet::NameTable::instance().
 [[nodiscard]] int variableNumber(const Token& name);

@@ -100,7 +100,7 @@ TEST_CASE("collection claims: one that waits gets what another table does not se
     CHECK(store.answers == QStringList{"a-1"});
 }
 
-TEST_CASE("collection claims: an outage fails a new one, and one that knows of another table's waits on")
+TEST_CASE("collection claims: an outage fails a new one, and one that waits for another table's goes on waiting")
 {
     ClaimedStore store;
     store.claim({"a-1"});

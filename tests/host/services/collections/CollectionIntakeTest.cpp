@@ -143,7 +143,7 @@ TEST_CASE("collection intake: a step is done after the changes before it were pa
 }
 
 TEST_CASE(
-    "collection intake: a disk that cannot be written is told with its remedy once, and what was meant for it written later")
+    "collection intake: a disk that cannot be written is reported with its remedy once, and what was meant for it written later")
 {
     TakenIn table;
     table.folder.write(QStringLiteral("data"), "no folder");

@@ -56,7 +56,7 @@ TEST_CASE("letter template: an end that ends nothing is text, also in a letter w
     CHECK(LetterTemplate::inLanguage(text, {"fi"}) == "[end]\nHallo\n[end]\n");
 }
 
-TEST_CASE("letter template: marks that do not belong together are told with their line")
+TEST_CASE("letter template: marks that do not belong together are reported with their line")
 {
     CHECK(LetterTemplate::fault(kLetter).isEmpty());
     CHECK(LetterTemplate::fault(QStringLiteral("Hello\n")).isEmpty());

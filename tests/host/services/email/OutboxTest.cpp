@@ -314,7 +314,7 @@ TEST_CASE("outbox: a message that cannot be removed keeps its file")
     CHECK(bench.outbox->remove(message));
 }
 
-TEST_CASE("outbox: a reason is told once until something has been written again")
+TEST_CASE("outbox: a reason is reported once until something has been written again")
 {
     OutboxBench bench;
     const QString path = bench.folder.path("outbox/outbox.sqlite");

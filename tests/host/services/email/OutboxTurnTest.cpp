@@ -211,7 +211,7 @@ TEST_CASE("outbox turn: a message that has lost its recipients is kept as failed
     CHECK(bench.server.connections() == 1);
 }
 
-TEST_CASE("outbox turn: a full disk that lets no message be claimed is told once, and not taken for an empty outbox")
+TEST_CASE("outbox turn: a full disk that lets no message be claimed is reported once, and not taken for an empty outbox")
 {
     OutboxTurnBench bench;
     const auto future = bench.add();
@@ -226,7 +226,7 @@ TEST_CASE("outbox turn: a full disk that lets no message be claimed is told once
     CHECK(bench.outcome(future).success);
 }
 
-TEST_CASE("outbox turn: a fault that comes back after it was mended is told again")
+TEST_CASE("outbox turn: a fault that comes back after it was mended is reported again")
 {
     OutboxTurnBench bench;
     for (int i = 0; i < 2; ++i) {
@@ -263,7 +263,7 @@ TEST_CASE("outbox turn: a delivery that cannot be noted is noted later, and the 
     CHECK(bench.outbox->messages().value().empty());
 }
 
-TEST_CASE("outbox turn: each delivery that cannot be noted is told")
+TEST_CASE("outbox turn: each delivery that cannot be noted is reported")
 {
     OutboxTurnBench bench;
     for (int id = 1; id <= 2; ++id) {
@@ -278,7 +278,7 @@ TEST_CASE("outbox turn: each delivery that cannot be noted is told")
     CHECK(bench.server.mails().size() == 2);
 }
 
-TEST_CASE("outbox turn: a delay that cannot be noted strands no message, and the log tells what is so")
+TEST_CASE("outbox turn: a delay that cannot be noted strands no message, and the log says what is so")
 {
     OutboxTurnBench bench;
     bench.server.answer("MAIL", "451 Come back");
