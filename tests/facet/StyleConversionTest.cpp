@@ -62,7 +62,7 @@ std::string convert(QVector<StyleTerm> terms)
 }
 }
 
-TEST_CASE("style conversion: truth values")
+TEST_CASE("style conversion: a truth value is one of two words, in any case")
 {
     CHECK(convert<bool>({identTerm("true")}) == "true");
     CHECK(convert<bool>({identTerm("FALSE")}) == "false");
@@ -91,7 +91,7 @@ TEST_CASE("style conversion: numbers with the units that mean the number itself,
     CHECK(convert<Vecta::Vector2f>({numberTerm(1), numberTerm(1e39)}) == "[expected a number of at most 1000000000]");
 }
 
-TEST_CASE("style conversion: whole numbers")
+TEST_CASE("style conversion: a whole number has no fraction, and no more than 32 bits")
 {
     CHECK(convert<int>({numberTerm(7)}) == "7");
     CHECK(convert<int>({dimension(-7, "px")}) == "-7");
@@ -100,7 +100,7 @@ TEST_CASE("style conversion: whole numbers")
     CHECK(convert<int>({identTerm("seven")}) == "[expected a whole number]");
 }
 
-TEST_CASE("style conversion: texts")
+TEST_CASE("style conversion: a text is quoted, a single word or a file")
 {
     CHECK(convert<QString>({string("Hi, Ann")}) == "Hi, Ann");
     CHECK(convert<QString>({string("")}) == "");
@@ -123,7 +123,7 @@ TEST_CASE("style conversion: a run of numbers is the text that stands in the sty
     CHECK(convert<QString>({{Kind::Number, "9007199254740993", 9007199254740992.0, {}}}) == "9007199254740993");
 }
 
-TEST_CASE("style conversion: lists of texts")
+TEST_CASE("style conversion: a list of texts has commas or blanks between them")
 {
     CHECK(convert<QStringList>({string("a b"), comma(), identTerm("c")}) == "a b, c");
     CHECK(convert<QStringList>({identTerm("a"), identTerm("b")}) == "a, b");
@@ -137,7 +137,7 @@ TEST_CASE("style conversion: lists of texts")
     CHECK(convert<QStringList>({}) == "[expected texts separated by commas]");
 }
 
-TEST_CASE("style conversion: vectors")
+TEST_CASE("style conversion: a vector is two numbers with blanks between them")
 {
     CHECK(convert<Vecta::Vector2f>({numberTerm(1), dimension(2.5, "px")}) == "1 2.5");
     CHECK(convert<Vecta::Vector2f>({numberTerm(1)}) == "[expected two numbers]");
@@ -145,7 +145,7 @@ TEST_CASE("style conversion: vectors")
     CHECK(convert<Vecta::Vector2f>({numberTerm(1), dimension(2, "s")}) == "[expected two numbers]");
 }
 
-TEST_CASE("style conversion: colours")
+TEST_CASE("style conversion: a colour is written in digits, by its name or as its parts")
 {
     CHECK(convert<Bedrock::Color>({hash("000000AA")}) == Bedrock::Color::fromString("#000000AA").toString().toStdString());
     CHECK(convert<Bedrock::Color>({hash("f00")}) == convert<Bedrock::Color>({hash("FF0000")}));
@@ -172,7 +172,7 @@ TEST_CASE("style conversion: colours")
     CHECK(convert<Bedrock::Color>({}) == no);
 }
 
-TEST_CASE("style conversion: colours as functions, in both notations")
+TEST_CASE("style conversion: functions of colours take commas or blanks, and all units")
 {
     const auto color = [](std::initializer_list<StyleTerm> terms) { return convert<Bedrock::Color>(QVector<StyleTerm>(terms)); };
     const auto turn = [](double turns) { return dimension(turns, "turn"); };

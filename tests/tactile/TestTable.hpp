@@ -83,8 +83,8 @@ struct TestTable
         return sample;
     }
 
-    /// The changes of the last frame in short: "down 1 up 1".
-    [[nodiscard]] std::string changes() const
+    /// The changes of a frame in short: "down 1 up 1".
+    static std::string changesOf(const Tactile::Sample& sample)
     {
         static const char* const kNames[] = {"down", "move", "up", "cancel"};
         std::string text;
@@ -93,6 +93,8 @@ struct TestTable
                 + std::to_string(change.object.id());
         return text;
     }
+    /// Those of the last frame.
+    [[nodiscard]] std::string changes() const { return changesOf(sample); }
     [[nodiscard]] std::uint64_t drops(Tactile::TuioDrop cause) const
     {
         return input.counters().drops[static_cast<std::size_t>(cause)];

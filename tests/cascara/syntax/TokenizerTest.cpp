@@ -35,7 +35,7 @@ TEST_CASE("tokens: strings, their escapes and continued lines")
     CHECK(styledBy("N { text: \"\xE5\x8F\xB0 \xF0\x9F\x98\x80\" }") == "\xE5\x8F\xB0 \xF0\x9F\x98\x80");
 }
 
-TEST_CASE("tokens: identifiers and their escapes")
+TEST_CASE("tokens: an identifier has the characters that its escapes stand for")
 {
     CHECK(styledBy("N { text: Sans }") == "Sans");
     CHECK(styledBy("N { text: -moved }") == "-moved");

@@ -1,4 +1,5 @@
 #include "LogCapture.hpp"
+#include "TestTable.hpp"
 
 #include <Tactile/ContactTracker.hpp>
 #include <Tactile/Sample.hpp>
@@ -60,16 +61,11 @@ struct Bench
 {
     explicit Bench(const Tactile::TrackerSettings& settings = plainSettings()) : tracker(settings) {}
 
-    /// The changes of a frame in short: "down 1 move 2".
+    /// The changes of a frame in short.
     std::string frame(double now, const std::vector<ContactEvent>& events = {})
     {
         tracker.update(now, events, sample);
-        static const char* const kNames[] = {"down", "move", "up", "cancel"};
-        std::string text;
-        for (const Tactile::InputChange& change : sample.changes)
-            text += (text.empty() ? "" : " ") + std::string(kNames[static_cast<int>(change.kind)]) + ' '
-                + std::to_string(change.object.id());
-        return text;
+        return TestTable::changesOf(sample);
     }
 
     Tactile::ContactTracker tracker;
@@ -146,7 +142,7 @@ void check(const std::vector<Row>& rows, const Tactile::TrackerSettings& setting
 }
 }
 
-TEST_CASE("contact tracker: fingers")
+TEST_CASE("contact tracker: fingers come, move and go as their tracker sees them")
 {
     check({
         {"a finger has a new id at each touch, never one that another thing had",
@@ -198,7 +194,7 @@ TEST_CASE("contact tracker: the place of a move and an up within one frame is th
     CHECK(bench.sample.changes[2].object.centerLocation() == Vecta::Vector2f(300, 10));
 }
 
-TEST_CASE("contact tracker: cards that drop out, are held, lifted and put back")
+TEST_CASE("contact tracker: a card that drops out is held for a while, and is the same when it is put back")
 {
     check({
         {"a card's dropout is not seen",
@@ -267,7 +263,7 @@ TEST_CASE("contact tracker: the time of the hold and the pixel pitch are setting
           finePitch);
 }
 
-TEST_CASE("contact tracker: one code seen twice")
+TEST_CASE("contact tracker: one code at two places is two cards, unless they are near")
 {
     check({
         {"far apart it is two cards: the first stays, and it is logged once",

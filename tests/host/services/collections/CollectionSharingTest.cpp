@@ -167,8 +167,8 @@ TEST_CASE("collections of several tables: what a table had claimed that does not
     });
 }
 
-TEST_CASE(
-    "collections of several tables: what is collected while the server hangs is stored after it, and what others did meanwhile reported")
+TEST_CASE("collections of several tables: what is collected while the server hangs is stored after it, and what others did "
+          "meanwhile reported")
 {
     if (!TestDatabase::hasPostgres())
         return;
