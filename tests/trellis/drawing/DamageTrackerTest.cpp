@@ -480,6 +480,17 @@ TEST_CASE("damage: half a pixel counts around what is scaled, also in a widget t
     CHECK(damageOfFrame(scene) == QRegion(9, 99, 22, 22) + QRect(9, 139, 22, 22));
 }
 
+TEST_CASE("damage: half a pixel counts around a widget in which one child is scaled, whatever stands above that")
+{
+    Scene scene(kSmall);
+    Widget& outer = box(scene.root(), {10, 10, 20, 20}, kRed);
+    box(outer, {10, 0, 10, 10}, kBlue).setScale(2.f);
+    box(outer, {0, 0, 5, 5}, kGreen);
+    damageOfFrame(scene);
+    outer.setLocation({10, 100});
+    CHECK(damageOfFrame(scene) == QRegion(9, 9, 32, 22) + QRect(9, 99, 32, 22));
+}
+
 TEST_CASE("damage: a pixel counts around what is kept as a picture where what holds it moves or goes")
 {
     Scene scene(kSmall);

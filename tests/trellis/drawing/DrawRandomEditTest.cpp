@@ -204,7 +204,7 @@ TEST_CASE("drawing: after random edits the damage drawn by two threads equals ev
 
 TEST_CASE("drawing: after random edits the same holds on a screen that shows the table larger or smaller, kept or not")
 {
-    constexpr std::array<Vecta::Vector2f, 4> kScales{{{2.f, 2.f}, {1.25f, 1.25f}, {0.667f, 0.667f}, {1.5f, 1.52f}}};
+    constexpr std::array<Vecta::Vector2f, 4> kScales{{{2.f, 2.f}, {1.25f, 1.25f}, {0.667f, 0.667f}, {1.3f, 1.8f}}};
     unsigned seed = 10;
     for (const Vecta::Vector2f scale : kScales) {
         CAPTURE(scale.x);

@@ -105,6 +105,21 @@ TEST_CASE("reach: what changes while it is hidden, cut off or taken away counts 
     CHECK(drawnTiles(scene) == 1);
 }
 
+TEST_CASE("reach: a hidden child reaches nowhere, until it shows")
+{
+    Scene scene(kSmall);
+    Widget& group = box(scene.root(), {100, 100, 10, 10}, kRed);
+    Widget& hidden = box(group, {-90, -90, 10, 10}, kBlue);
+    setWord(hidden, "display", "none");
+    scene.frame();
+    RecordingContext context(kCorner);
+    scene.app.render(context);
+    // The root and its box, and the group.
+    CHECK(context.visibilityTests() == 3);
+    setWord(hidden, "display", "block");
+    CHECK(drawnTiles(scene) == 1);
+}
+
 TEST_CASE("reach: a child whose place is no number hides nothing else")
 {
     Scene scene(kSmall);
