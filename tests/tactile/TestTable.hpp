@@ -24,8 +24,11 @@ struct TestTable
         return settings;
     }
 
-    explicit TestTable(const Tactile::TuioSettings& settings = plainSettings()) : input(settings)
+    /// `recorder`, if any, outlives the table.
+    explicit TestTable(const Tactile::TuioSettings& settings = plainSettings(), Tactile::InputRecorder* recorder = nullptr)
+        : input(settings)
     {
+        input.setRecorder(recorder);
         auto source = std::make_unique<TestSupport::ScriptedDatagrams>();
         datagrams = source.get();
         isAdded = input.addSource(std::move(source));

@@ -24,6 +24,11 @@ struct MotionFixture : StyleFixture
         engine.advance(0.0);
     }
     TestNode& n() { return (*this)["n"]; }
+    float widthAfter(double seconds)
+    {
+        engine.advance(seconds);
+        return n().width;
+    }
 };
 }
 
@@ -34,18 +39,13 @@ TEST_CASE("running transitions: a change moves from the value that shows to its 
     n.addCSSClass("far");
     CHECK(n.width == 0.f);
     CHECK(fixture.engine.isMoving());
-    fixture.engine.advance(0.25);
-    CHECK(n.width == 25.f);
-    fixture.engine.advance(0.5);
-    CHECK(n.width == 75.f);
-    fixture.engine.advance(0.25);
-    CHECK(n.width == 100.f);
+    CHECK(fixture.widthAfter(0.25) == 25.f);
+    CHECK(fixture.widthAfter(0.5) == 75.f);
+    CHECK(fixture.widthAfter(0.25) == 100.f);
     CHECK_FALSE(fixture.engine.isMoving());
     n.removeCSSClass("far"); // and back to the default
-    fixture.engine.advance(0.75);
-    CHECK(n.width == 25.f);
-    fixture.engine.advance(0.5);
-    CHECK(n.width == 0.f);
+    CHECK(fixture.widthAfter(0.75) == 25.f);
+    CHECK(fixture.widthAfter(0.5) == 0.f);
     CHECK_FALSE(n.width.hasValue(Facet::kStyleLayer));
     CHECK_FALSE(fixture.engine.isMoving());
 }
@@ -65,10 +65,8 @@ TEST_CASE("running transitions: delays wait, and negative ones begin on the way"
 {
     MotionFixture fixture("width 1s linear 0.5s");
     fixture.n().addCSSClass("far");
-    fixture.engine.advance(0.5);
-    CHECK(fixture.n().width == 0.f);
-    fixture.engine.advance(0.1);
-    CHECK(fixture.n().width == doctest::Approx(10.f));
+    CHECK(fixture.widthAfter(0.5) == 0.f);
+    CHECK(fixture.widthAfter(0.1) == doctest::Approx(10.f));
     MotionFixture begun("width 1s linear -0.5s");
     begun.n().addCSSClass("far");
     CHECK(begun.n().width == 50.f); // at once
@@ -82,14 +80,11 @@ TEST_CASE("running transitions: one that is reversed takes the time of the way i
     fixture.engine.advance(0.25);
     n.removeCSSClass("far");
     CHECK(n.width == 25.f);
-    fixture.engine.advance(0.125);
-    CHECK(n.width == 12.5f);
+    CHECK(fixture.widthAfter(0.125) == 12.5f);
     n.addCSSClass("far"); // and once more: of a quarter of the way half has been gone back
     CHECK(n.width == 12.5f);
-    fixture.engine.advance(0.4375);
-    CHECK(n.width == doctest::Approx(56.25f));
-    fixture.engine.advance(0.4375);
-    CHECK(n.width == 100.f);
+    CHECK(fixture.widthAfter(0.4375) == doctest::Approx(56.25f));
+    CHECK(fixture.widthAfter(0.4375) == 100.f);
     CHECK_FALSE(fixture.engine.isMoving());
 }
 
@@ -98,12 +93,10 @@ TEST_CASE("running transitions: one that is reversed shortens a negative delay, 
     MotionFixture fixture("width 1s linear -0.5s");
     TestNode& n = fixture.n();
     n.addCSSClass("far");
-    fixture.engine.advance(0.25);
-    CHECK(n.width == 75.f);
+    CHECK(fixture.widthAfter(0.25) == 75.f);
     n.removeCSSClass("far"); // three quarters of the time and of the delay
     CHECK(n.width == 37.5f);
-    fixture.engine.advance(0.375);
-    CHECK(n.width == 0.f);
+    CHECK(fixture.widthAfter(0.375) == 0.f);
     CHECK_FALSE(fixture.engine.isMoving());
 }
 
@@ -125,15 +118,11 @@ TEST_CASE("running transitions: one that is reversed waits its whole delay")
     MotionFixture fixture("width 1s linear 0.5s");
     TestNode& n = fixture.n();
     n.addCSSClass("far");
-    fixture.engine.advance(0.75);
-    CHECK(n.width == 25.f);
+    CHECK(fixture.widthAfter(0.75) == 25.f);
     n.removeCSSClass("far");
-    fixture.engine.advance(0.5);
-    CHECK(n.width == 25.f);
-    fixture.engine.advance(0.125);
-    CHECK(n.width == 12.5f);
-    fixture.engine.advance(0.125);
-    CHECK(n.width == 0.f);
+    CHECK(fixture.widthAfter(0.5) == 25.f);
+    CHECK(fixture.widthAfter(0.125) == 12.5f);
+    CHECK(fixture.widthAfter(0.125) == 0.f);
 }
 
 TEST_CASE("running transitions: another end on the way begins at the value that shows, with its whole time")
@@ -145,10 +134,8 @@ TEST_CASE("running transitions: another end on the way begins at the value that 
     fixture.engine.advance(0.25);
     n.addCSSClass("other");
     CHECK(n.width == 25.f);
-    fixture.engine.advance(0.5);
-    CHECK(n.width == 35.f);
-    fixture.engine.advance(0.5);
-    CHECK(n.width == 45.f);
+    CHECK(fixture.widthAfter(0.5) == 35.f);
+    CHECK(fixture.widthAfter(0.5) == 45.f);
 }
 
 TEST_CASE("running transitions: nothing moves because a node was made, came to a parent, or a sheet was loaded")
@@ -179,8 +166,7 @@ TEST_CASE("running transitions: another time leaves one that runs alone, another
     n.addCSSClass("far");
     fixture.engine.advance(0.25);
     n.addCSSClass("slow");
-    fixture.engine.advance(0.25);
-    CHECK(n.width == 50.f);
+    CHECK(fixture.widthAfter(0.25) == 50.f);
     n.addCSSClass("none");
     CHECK(n.width == 100.f);
     CHECK_FALSE(fixture.engine.isMoving());
@@ -193,15 +179,13 @@ TEST_CASE("running transitions: what the code sets stays above, and holding keep
     n.addCSSClass("far");
     fixture.engine.advance(0.25);
     n.width = 7.f;
-    fixture.engine.advance(0.25);
-    CHECK(n.width == 7.f);
+    CHECK(fixture.widthAfter(0.25) == 7.f);
     n.width.clearValue(Facet::kUserLayer);
     CHECK(n.width == 50.f);
     fixture.engine.hold(n, {"width", "height"});
     CHECK(n.width == 50.f);
     CHECK_FALSE(fixture.engine.isMoving());
-    fixture.engine.advance(1.0);
-    CHECK(n.width == 50.f);
+    CHECK(fixture.widthAfter(1.0) == 50.f);
     n.width.clearValue(Facet::kUserLayer);
     CHECK(n.width == 100.f);
     n.width = 3.f;
@@ -217,8 +201,7 @@ TEST_CASE("running transitions: with reduced motion nothing moves, and what move
     media.reducesMotion = true;
     fixture.n().addCSSClass("far");
     fixture.engine.setMedia(media);
-    fixture.engine.advance(0.1);
-    CHECK(fixture.n().width == 100.f);
+    CHECK(fixture.widthAfter(0.1) == 100.f);
     fixture.n().removeCSSClass("far");
     CHECK(fixture.n().width == 0.f);
     CHECK_FALSE(fixture.engine.isMoving());
@@ -249,8 +232,7 @@ TEST_CASE("running transitions: they come from variables, and a mistake is repor
     TestNode& n = fixture.n();
     fixture.sheet("N { --t: width 2s linear } ");
     n.addCSSClass("far");
-    fixture.engine.advance(1.0);
-    CHECK(n.width == 50.f);
+    CHECK(fixture.widthAfter(1.0) == 50.f);
     fixture.engine.clearStyleSheets();
     expectWarning("StyleEngine # test.css:1:16: transition: expected an attribute or all, a time, a timing function and a delay, "
                   "got 'width 1px'; the declaration is skipped");
@@ -309,8 +291,7 @@ TEST_CASE("running transitions: the longhands say the same one by one, and each 
     fixture.sheet("N { transition-property: width; transition-delay: 0.5s } .n { transition-duration: 1s }");
     n.addCSSClass("n");
     n.addCSSClass("far");
-    fixture.engine.advance(1.0);
-    CHECK(n.width == 50.f);
+    CHECK(fixture.widthAfter(1.0) == 50.f);
 }
 
 TEST_CASE("running transitions: no duration for the next one leaves one that runs alone, a property that is not named ends it")
@@ -321,11 +302,9 @@ TEST_CASE("running transitions: no duration for the next one leaves one that run
     n.addCSSClass("far");
     fixture.engine.advance(0.25);
     n.addCSSClass("at-once");
-    fixture.engine.advance(0.25);
-    CHECK(n.width == 50.f);
+    CHECK(fixture.widthAfter(0.25) == 50.f);
     n.addCSSClass("again"); // the same end
-    fixture.engine.advance(0.25);
-    CHECK(n.width == 75.f);
+    CHECK(fixture.widthAfter(0.25) == 75.f);
     n.addCSSClass("none");
     CHECK(n.width == 100.f);
     CHECK_FALSE(fixture.engine.isMoving());
@@ -340,14 +319,12 @@ TEST_CASE("running transitions: a wrong longhand costs itself, and a list may be
         "'soon'; the declaration is skipped");
     fixture.sheet("N { transition-duration: soon; transition-delay: 0.5s }");
     n.addCSSClass("far");
-    fixture.engine.advance(1.0);
-    CHECK(n.width == 50.f);
+    CHECK(fixture.widthAfter(1.0) == 50.f);
     fixture.engine.advance(1.0);
     fixture.sheet("Root { transition: width 4s linear } N { transition: inherit } ");
     fixture.engine.advance(0.0);
     n.removeCSSClass("far");
-    fixture.engine.advance(1.0);
-    CHECK(n.width == 75.f);
+    CHECK(fixture.widthAfter(1.0) == 75.f);
 }
 
 TEST_CASE("running transitions: holding leaves a run-time value that hides the motion as it is")
@@ -367,8 +344,7 @@ TEST_CASE("running transitions: rounded steps reach the end in the frame that th
     MotionFixture fixture;
     fixture.n().addCSSClass("far");
     for (int i = 0; i < 10; ++i)
-        fixture.engine.advance(0.1);
-    CHECK(fixture.n().width == 100.f);
+        CHECK(fixture.widthAfter(0.1) == 100.f);
     CHECK_FALSE(fixture.engine.isMoving());
 }
 
@@ -384,9 +360,7 @@ TEST_CASE("running transitions: a value that does not fit leaves one that runs a
     expectWarning("StyleEngine # test.css:1:8: width: expected a number, got 'wide'; the declaration is skipped");
     n.addCSSClass("odd");
     CHECK(n.width == 50.f);
-    fixture.engine.advance(0.25);
-    CHECK(n.width == 25.f);
-    fixture.engine.advance(0.25);
-    CHECK(n.width == 0.f);
+    CHECK(fixture.widthAfter(0.25) == 25.f);
+    CHECK(fixture.widthAfter(0.25) == 0.f);
     CHECK_FALSE(n.width.hasValue(Facet::kStyleLayer));
 }

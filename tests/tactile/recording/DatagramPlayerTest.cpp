@@ -343,17 +343,10 @@ TEST_CASE("datagram player: what a crash leaves is played up to the last whole f
     std::vector<std::string> recorded;
     {
         const auto recorder = folder.record();
-        TestTable table;
-        Tactile::TuioInput input(TestTable::plainSettings());
-        input.setRecorder(recorder.get());
-        auto source = std::make_unique<TestSupport::ScriptedDatagrams>();
-        auto* datagrams = source.get();
-        REQUIRE(input.addSource(std::move(source)));
-        Tactile::Sample sample;
+        TestTable table(TestTable::plainSettings(), recorder.get());
         for (int i = 1; i <= 3; ++i) {
-            datagrams->send(TestTable::fingersPacket(i, {{1, 0.1f * float(i), 0.5f}}));
-            input.readSample(0.1 * i, sample);
-            recorded.push_back(describe(sample));
+            table.fingers({{1, 0.1f * float(i), 0.5f}});
+            recorded.push_back(describe(table.frame(0.1)));
         }
     }
     const QByteArray whole = folder.bytes();
@@ -451,26 +444,19 @@ TEST_CASE("datagram player: areas that were ignored are ignored in the replay, f
     std::vector<std::string> recorded;
     {
         const auto recorder = folder.record();
-        Tactile::TuioInput input(TestTable::plainSettings());
-        input.setRecorder(recorder.get());
-        auto source = std::make_unique<TestSupport::ScriptedDatagrams>();
-        auto* datagrams = source.get();
-        REQUIRE(input.addSource(std::move(source)));
-        input.setIgnoredAreas(0,
-                              {Tactile::SurfaceArea::ofRect({0.f, 0.f, 0.2f, 0.2f}),
-                               Tactile::SurfaceArea{{{0.8f, 0.8f}, {1.f, 0.8f}, {0.9f, 1.f}}}});
-        Tactile::Sample sample;
-        const auto frame = [&](double now, std::int32_t number, std::int32_t session) {
-            datagrams->send(
-                TestTable::fingersPacket(number, {{session, 0.1f, 0.1f}, {session + 1, 0.9f, 0.9f}, {99, 0.5f, 0.5f}}));
-            input.readSample(now, sample);
-            recorded.push_back(describe(sample));
+        TestTable table(TestTable::plainSettings(), recorder.get());
+        table.input.setIgnoredAreas(0,
+                                    {Tactile::SurfaceArea::ofRect({0.f, 0.f, 0.2f, 0.2f}),
+                                     Tactile::SurfaceArea{{{0.8f, 0.8f}, {1.f, 0.8f}, {0.9f, 1.f}}}});
+        const auto frame = [&table, &recorded](std::int32_t session) {
+            table.fingers({{session, 0.1f, 0.1f}, {session + 1, 0.9f, 0.9f}, {99, 0.5f, 0.5f}});
+            recorded.push_back(describe(table.frame(0.5)));
         };
-        frame(0.5, 1, 1);
-        CHECK(sample.fingers.size() == 1);
-        input.setIgnoredAreas(0, {});
-        frame(1.0, 2, 3);
-        CHECK(sample.fingers.size() == 3);
+        frame(1);
+        CHECK(table.sample.fingers.size() == 1);
+        table.input.setIgnoredAreas(0, {});
+        frame(3);
+        CHECK(table.sample.fingers.size() == 3);
     }
     CHECK(folder.replay() == recorded);
 }

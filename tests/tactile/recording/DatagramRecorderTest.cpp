@@ -18,12 +18,9 @@ TEST_CASE("datagram recorder: without steps the frames' times are recorded by th
     const Folder folder;
     {
         const auto recorder = folder.record();
-        TestTable table;
-        Tactile::TuioInput input(TestTable::plainSettings());
-        input.setRecorder(recorder.get());
-        Tactile::Sample sample;
-        input.readSample(0.5, sample);
-        input.readSample(0.75, sample);
+        TestTable table(TestTable::plainSettings(), recorder.get());
+        table.frame(0.5);
+        table.frame(0.25);
     }
     std::string error;
     auto player = DatagramPlayer::open(folder.file, error);
@@ -68,20 +65,14 @@ TEST_CASE("datagram recorder: when the disk takes no more the recording ends, wi
     REQUIRE(setrlimit(RLIMIT_FSIZE, &small) == 0);
     TestSupport::expectError("DatagramRecorder # Failed to write " + folder.file
                              + " (File too large); the recording ends here, make room and begin another one");
-    TestTable table;
     {
         const auto recorder = folder.record();
-        Tactile::TuioInput input(TestTable::plainSettings());
-        input.setRecorder(recorder.get());
-        auto source = std::make_unique<TestSupport::ScriptedDatagrams>();
-        auto* datagrams = source.get();
-        REQUIRE(input.addSource(std::move(source)));
-        Tactile::Sample sample;
+        TestTable table(TestTable::plainSettings(), recorder.get());
         for (int i = 1; i <= 300; ++i) {
-            datagrams->send(TestTable::fingersPacket(i, {{1, 0.001f * float(i), 0.5f}}));
-            input.readSample(0.1 * i, sample);
+            table.fingers({{1, 0.001f * float(i), 0.5f}});
+            table.frame(0.1);
         }
-        CHECK(sample.fingers.at(0).centerLocation().x == 300.f);
+        CHECK(table.sample.fingers.at(0).centerLocation().x == 300.f);
     }
     setrlimit(RLIMIT_FSIZE, &before);
     TestSupport::expectWarningStartingWith("DatagramPlayer # The recording " + folder.file + " is cut off or damaged at byte ");
@@ -141,10 +132,7 @@ TEST_CASE("datagram recorder: records of several threads stand in it whole")
     const Folder folder;
     {
         const auto recorder = folder.record();
-        Tactile::TuioInput input(TestTable::plainSettings());
-        input.setRecorder(recorder.get());
-        auto source = std::make_unique<TestSupport::ScriptedDatagrams>();
-        REQUIRE(input.addSource(std::move(source)));
+        TestTable table(TestTable::plainSettings(), recorder.get());
         std::vector<std::thread> threads;
         for (int t = 0; t < 3; ++t)
             threads.emplace_back([&recorder, t] {
@@ -152,12 +140,11 @@ TEST_CASE("datagram recorder: records of several threads stand in it whole")
                 for (int i = 0; i < 500; ++i)
                     recorder->datagram(0, {packet.data(), packet.size(), Tactile::SenderAddress::fromIpv4(10, 0, 0, 1, 1)});
             });
-        Tactile::Sample sample;
         for (int i = 1; i <= 100; ++i)
-            input.readSample(0.01 * i, sample);
+            table.frame(0.01);
         for (std::thread& thread : threads)
             thread.join();
-        input.readSample(1.01, sample);
+        table.frame(0.01);
     }
     std::string error;
     const auto player = DatagramPlayer::open(folder.file, error);
