@@ -6,12 +6,26 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
 #include <vector>
 
 using Lantern::PaintingThreads;
+
+namespace
+{
+/// False after TestSupport::kPatience.
+template <class Condition>
+bool comesTrue(Condition condition)
+{
+    const auto end = std::chrono::steady_clock::now() + TestSupport::kPatience;
+    while (!condition() && std::chrono::steady_clock::now() < end)
+        std::this_thread::yield();
+    return condition();
+}
+}
 
 TEST_CASE("painting threads: each part is done once, and all are when the call returns")
 {
@@ -153,4 +167,55 @@ TEST_CASE("painting threads: those that wake up by themselves for the next frame
         }
         CHECK(busy != 0);
     }
+}
+
+TEST_CASE("painting threads: one that sleeps is woken up by work, and by the end")
+{
+    std::atomic<int> begun{0}, met{0};
+    PaintingThreads threads(2);
+    REQUIRE(comesTrue([&] { return threads.activity().asleep == 1; }));
+    const long before = threads.activity().wakeUps;
+    threads.run(2, [&](int) {
+        ++begun;
+        met += comesTrue([&] { return begun == 2; });
+    });
+    CHECK(met == 2);
+    CHECK(threads.activity().wakeUps == before + 1);
+    CHECK(comesTrue([&] { return threads.activity().asleep == 1; }));
+}
+
+TEST_CASE(
+    "painting threads: those that sleep are woken up when a frame is prepared after one with work, and not after one without")
+{
+    PaintingThreads threads(3);
+    REQUIRE(comesTrue([&] { return threads.activity().asleep == 2; }));
+    const long before = threads.activity().wakeUps;
+    threads.prepare();
+    CHECK(threads.activity().wakeUps == before);
+    threads.run(1, [](int) {}); // which wakes none up
+    CHECK(threads.activity().wakeUps == before);
+    threads.prepare();
+    CHECK(comesTrue([&] { return threads.activity().wakeUps >= before + 2; }));
+    CHECK(comesTrue([&] { return threads.activity().asleep == 2; }));
+}
+
+TEST_CASE("painting threads: a call does not return before the last part, however long that takes")
+{
+    std::atomic<int> begun{0};
+    std::atomic<bool> hasReturned{false}, isDone{false}, wasWaitedFor{false};
+    const std::thread::id mainThread = std::this_thread::get_id();
+    PaintingThreads threads(2);
+    threads.run(2, [&](int) {
+        ++begun;
+        comesTrue([&] { return begun == 2; });
+        if (std::this_thread::get_id() == mainThread)
+            return;
+        // The main thread is the only one that can sleep now.
+        comesTrue([&] { return threads.activity().asleep == 1 || hasReturned; });
+        wasWaitedFor = !hasReturned;
+        isDone = true;
+    });
+    hasReturned = true;
+    CHECK(isDone);
+    CHECK(wasWaitedFor);
 }

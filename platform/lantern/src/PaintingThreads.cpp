@@ -84,6 +84,8 @@ struct PaintingThreads::Private
     std::atomic<long> generation{0}; ///< counts the works, so that a helper enters each once
     std::atomic<int> inside{0};      ///< helpers in `work`
     std::atomic<bool> isEnding{false};
+    std::atomic<int> asleep{0}; ///< counted before the mutex is given up, so that a notification reaches what is counted
+    std::atomic<long> wakeUps{0};
 
     std::vector<std::thread> helpers;
     int leastPixels = 0;
@@ -97,10 +99,13 @@ struct PaintingThreads::Private
         long seen = 0, answered = 0;
         for (;;) {
             const auto isWanted = [&] { return isEnding || calls != answered || (work && generation != seen); };
+            ++asleep;
             if (Clock::now() < nextFrame - kAhead)
                 workCame.wait_until(lock, nextFrame - kAhead, isWanted);
             else
                 workCame.wait(lock, isWanted);
+            --asleep;
+            ++wakeUps;
             answered = calls;
             bool isAwake = true;
             while (isAwake) {
@@ -168,6 +173,11 @@ int PaintingThreads::leastPixels() const noexcept
     return d->leastPixels;
 }
 
+PaintingThreads::Activity PaintingThreads::activity() const noexcept
+{
+    return {d->asleep, d->wakeUps};
+}
+
 void PaintingThreads::prepare()
 {
     const Clock::time_point before = std::exchange(d->frame, Clock::now());
@@ -183,6 +193,7 @@ void PaintingThreads::prepare()
 
 void PaintingThreads::run(int parts, const std::function<void(int)>& part)
 {
+    assert(!d->work && "one call at a time");
     Work work(part, parts, this->count());
     d->hasWorked = true;
     if (!d->helpers.empty() && parts > 1) {
@@ -202,6 +213,8 @@ void PaintingThreads::run(int parts, const std::function<void(int)>& part)
         Private::waitActively([this] { return d->inside == 0; });
         lock.lock();
     }
+    ++d->asleep;
     d->helperLeft.wait(lock, [this] { return d->inside == 0; });
+    --d->asleep;
 }
 }

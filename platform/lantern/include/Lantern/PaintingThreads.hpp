@@ -29,6 +29,15 @@ public:
     [[nodiscard]] static int usualCount();
     [[nodiscard]] int count() const noexcept;
     [[nodiscard]] int leastPixels() const noexcept;
+    struct Activity
+    {
+        /// Threads that wait without running: those without work, and the main thread while it waits for the last parts.
+        int asleep = 0;
+        /// How often another thread stopped to sleep, since the object was made.
+        long wakeUps = 0;
+    };
+    /// Any thread.
+    [[nodiscard]] Activity activity() const noexcept;
 
     /// A call of `run` may follow soon: where the frame before this one had one, the other threads wake up now, and wait for it
     /// for at most kActiveWaitMs without going to sleep. To be called once a frame, a little before drawing. Where frames follow
