@@ -9,8 +9,9 @@ namespace Lantern
 {
 namespace
 {
-/// Pixels at the edge that antialiasing may leave half covered.
-constexpr qreal kEdgePx = 1.5;
+/// A part that reaches over the box's edge ends there: this far from it a part is inside. The painter rounds places to smaller
+/// parts of a pixel.
+constexpr qreal kEdgePx = 0.25;
 }
 
 bool fillBoxInterior(PainterContext::Private& context, const Vecta::Rect& rect, float cornerRadius, const Style& style)
