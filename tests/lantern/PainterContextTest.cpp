@@ -534,3 +534,20 @@ TEST_CASE("painter context: what is scaled is visible half a pixel beside the da
     CHECK_FALSE(context.isVisible({50.f, 50.f, 0.f, 20.f}));
     context.pop();
 }
+
+TEST_CASE("painter context: what holds turned things is visible half a pixel beside the damage, too, and so large is its layer")
+{
+    QImage image(64, 64, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    Lantern::PainterContext context(image, QRect(20, 20, 10, 10));
+    constexpr Vecta::Rect kBefore{10.f, 22.f, 9.75f, 2.f};
+    CHECK(context.isVisible(kBefore, Lantern::Edges::Smooth));
+    CHECK_FALSE(context.isVisible({10.f, 22.f, 9.25f, 2.f}, Lantern::Edges::Smooth));
+    context.pushLayer(kBefore, 1.f, Lantern::Edges::Smooth);
+    CHECK(context.isVisible({20.f, 22.f, 1.f, 1.f}));
+    CHECK_FALSE(context.isVisible({21.f, 22.f, 1.f, 1.f}));
+    context.pop();
+    context.pushLayer(kBefore, 1.f);
+    CHECK_FALSE(context.isVisible({20.f, 22.f, 1.f, 1.f}));
+    context.pop();
+}

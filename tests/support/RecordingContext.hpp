@@ -76,7 +76,7 @@ public:
         m_saved.push_back(m_state);
         m_state.opacity *= opacity;
     }
-    void pushLayer(const Vecta::Rect& bounds, float opacity) override
+    void pushLayer(const Vecta::Rect& bounds, float opacity, Lantern::Edges) override
     {
         pushClip(bounds);
         --m_state.clips;
@@ -96,7 +96,7 @@ public:
         m_state = m_saved.back();
         m_saved.pop_back();
     }
-    [[nodiscard]] bool isVisible(const Vecta::Rect& rect) const override
+    [[nodiscard]] bool isVisible(const Vecta::Rect& rect, Lantern::Edges) const override
     {
         ++m_visibilityTests;
         return m_state.opacity > 0.f && m_state.transform.mapBounds(rect).intersects(m_state.clip);

@@ -17,6 +17,7 @@
 #include <QRegion>
 #include <QString>
 
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -80,6 +81,19 @@ inline Trellis::Widget& box(Trellis::Widget& parent, const Vecta::Rect& rect, co
     place(*widget, rect);
     set(*widget, "background-color", color);
     return *widget;
+}
+
+/// A new widget in `parent`, an eighth of a turn around `centre`, the middle of a pixel: a framed square each of whose tips
+/// colours a pixel that lies outside of its bounds, the 14th from the centre.
+inline Trellis::Widget& framedTips(Trellis::Widget& parent, Vecta::Vector2f centre, const Bedrock::Color& color = kWhite)
+{
+    constexpr float kToTip = 13.48f;
+    const float side = kToTip * std::sqrt(2.f);
+    Trellis::Widget& widget = box(parent, {centre.x, centre.y - kToTip, side, side}, {0, 0, 0, 0});
+    set(widget, "border-width", 3.f);
+    set(widget, "border-color", color);
+    widget.setRotation(kPi / 4.f);
+    return widget;
 }
 
 /// A table with a scripted input, cranked by hand. Style sheets and what waits for an update end with it.

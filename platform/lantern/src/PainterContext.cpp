@@ -132,9 +132,9 @@ void PainterContext::pushClip(const Vecta::Rect& rect, const Corners& corners)
     d->pushClip({rect, corners});
 }
 
-void PainterContext::pushLayer(const Vecta::Rect& bounds, float opacity)
+void PainterContext::pushLayer(const Vecta::Rect& bounds, float opacity, Edges edges)
 {
-    d->pushLayer(bounds, clampedOpacity(opacity));
+    d->pushLayer(bounds, clampedOpacity(opacity), edges);
 }
 
 void PainterContext::pop()
@@ -142,9 +142,9 @@ void PainterContext::pop()
     d->pop();
 }
 
-bool PainterContext::isVisible(const Vecta::Rect& rect) const
+bool PainterContext::isVisible(const Vecta::Rect& rect, Edges edges) const
 {
-    return d->opacity > 0.0 && d->isVisible(rect);
+    return d->opacity > 0.0 && d->isVisible(rect, edges);
 }
 
 void PainterContext::drawRect(const Vecta::Rect& rect, float cornerRadius, const Style& style)

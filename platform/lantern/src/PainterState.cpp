@@ -219,9 +219,9 @@ void PainterContext::Private::pushUprightClip(const QRectF& rect)
     isPainterStale = true;
 }
 
-void PainterContext::Private::pushLayer(const Vecta::Rect& bounds, qreal factor)
+void PainterContext::Private::pushLayer(const Vecta::Rect& bounds, qreal factor, Edges edges)
 {
-    const QRect pixels = pixelsOf(bounds);
+    const QRect pixels = pixelsOf(bounds, edges);
     if (pixels.isEmpty()) {
         pushEmptyClip();
         return;

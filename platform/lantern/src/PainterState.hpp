@@ -42,14 +42,14 @@ struct PainterContext::Private
     [[nodiscard]] QRect deviceRect() const { return QRect(QPoint(), deviceSize); }
     /// What waits in `composition` is drawn.
     void flush();
-    [[nodiscard]] QRectF toDevice(const Vecta::Rect& rect) const;
+    [[nodiscard]] QRectF toDevice(const Vecta::Rect& rect, Edges edges = Edges::Sharp) const;
     /// The parts of the damage in which something in `bounds` (device pixels) can show.
     using Parts = QVarLengthArray<QRectF, 16>;
     [[nodiscard]] Parts visibleParts(const QRectF& bounds) const;
     /// Whether there are any.
     [[nodiscard]] bool hasVisibleParts(const QRectF& bounds) const;
     /// Whether anything drawn in `rect` can show. The transform is affine.
-    [[nodiscard]] bool isVisible(const Vecta::Rect& rect) const;
+    [[nodiscard]] bool isVisible(const Vecta::Rect& rect, Edges edges) const;
 
     /// Before anything else is drawn.
     void clear(const QColor& color);
@@ -57,7 +57,7 @@ struct PainterContext::Private
     void pushOpacity(qreal factor);
     /// With an empty `rect` nothing shows until `pop`.
     void pushClip(const RoundBox& box);
-    void pushLayer(const Vecta::Rect& bounds, qreal factor);
+    void pushLayer(const Vecta::Rect& bounds, qreal factor, Edges edges);
     void pop();
 
     enum class Kind { Transform, Opacity, Clip, Layer };
@@ -114,7 +114,7 @@ private:
     /// `rect`: device pixels.
     void pushUprightClip(const QRectF& rect);
     /// What can show of `rect`, as whole device pixels.
-    [[nodiscard]] QRect pixelsOf(const Vecta::Rect& rect) const;
+    [[nodiscard]] QRect pixelsOf(const Vecta::Rect& rect, Edges edges = Edges::Sharp) const;
     void openLayer(const QRect& pixels);
     void drawLayerBelow(const Saved& state);
     void useOuterPainter();

@@ -13,6 +13,11 @@ namespace
 /// Edges of what is turned or scaled may colour a neighbouring pixel.
 constexpr qreal kSmoothEdgePx = 0.5;
 
+qreal edgePx(const QTransform& world, Edges edges)
+{
+    return edges == Edges::Smooth || world.type() > QTransform::TxTranslate ? kSmoothEdgePx : 0.0;
+}
+
 /// As QRectF::intersects for what is not empty, without a call.
 bool overlap(const QRectF& a, const QRectF& b)
 {
@@ -20,17 +25,16 @@ bool overlap(const QRectF& a, const QRectF& b)
 }
 }
 
-QRectF PainterContext::Private::toDevice(const Vecta::Rect& rect) const
+QRectF PainterContext::Private::toDevice(const Vecta::Rect& rect, Edges edges) const
 {
     const QRectF bounds = world.mapRect(toQt(rect));
-    if (world.type() <= QTransform::TxTranslate || bounds.isEmpty())
-        return bounds;
-    return bounds.adjusted(-kSmoothEdgePx, -kSmoothEdgePx, kSmoothEdgePx, kSmoothEdgePx);
+    const qreal edge = bounds.isEmpty() ? 0.0 : edgePx(world, edges);
+    return bounds.adjusted(-edge, -edge, edge, edge);
 }
 
-QRect PainterContext::Private::pixelsOf(const Vecta::Rect& rect) const
+QRect PainterContext::Private::pixelsOf(const Vecta::Rect& rect, Edges edges) const
 {
-    const QRectF seen = isFinite(rect) ? toDevice(rect).intersected(clipBounds) : QRectF();
+    const QRectF seen = isFinite(rect) ? toDevice(rect, edges).intersected(clipBounds) : QRectF();
     return seen.isEmpty() ? QRect() : seen.toAlignedRect().intersected(deviceRect());
 }
 
@@ -53,12 +57,12 @@ bool PainterContext::Private::hasVisibleParts(const QRectF& bounds) const
         && std::any_of(damage.begin(), damage.end(), [&seen](const QRectF& rect) { return overlap(rect, seen); });
 }
 
-bool PainterContext::Private::isVisible(const Vecta::Rect& rect) const
+bool PainterContext::Private::isVisible(const Vecta::Rect& rect, Edges edges) const
 {
     // As toDevice, in fewer steps, for all that is not drawn. What is no number is not visible.
     const double halfWidth = double(rect.width) / 2.0, halfHeight = double(rect.height) / 2.0;
     const double middleX = rect.x + halfWidth, middleY = rect.y + halfHeight;
-    const double edge = world.type() <= QTransform::TxTranslate ? 0.0 : kSmoothEdgePx;
+    const double edge = edgePx(world, edges);
     const double x = world.m11() * middleX + world.m21() * middleY + world.dx();
     const double y = world.m12() * middleX + world.m22() * middleY + world.dy();
     const double reachX = std::abs(world.m11()) * halfWidth + std::abs(world.m21()) * halfHeight + edge;

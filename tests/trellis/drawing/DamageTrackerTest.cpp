@@ -555,3 +555,43 @@ TEST_CASE("damage: many kept children that are laid out anew damage their own pl
     CHECK(covers(damage, QRect(20, 60, 10, 10)));
     CHECK_FALSE(damage.intersects(QRect(20, 75, 100, 40)));
 }
+
+TEST_CASE("damage: of what leaves a pixel that its clip cuts through, that pixel counts")
+{
+    // Both colour shares of the row of pixels in which they meet only as shares. The same at each side, and on a finer screen.
+    for (const float scale : {1.f, 2.f})
+        for (const Vecta::Vector2f place : {Vecta::Vector2f{20, 50.6f}, {20, -30.1f}, {50.6f, 20}, {-30.1f, 20}}) {
+            CAPTURE(scale);
+            CAPTURE(place.x);
+            CAPTURE(place.y);
+            Scene scene(kSmall);
+            scene.app.setScreenScale({scale, scale});
+            Widget& group = box(scene.root(), {70.2f / scale, 70.2f / scale, 50.f / scale, 50.f / scale}, {0, 0, 0, 0});
+            style(group, "overflow: hidden; border-radius: 4px");
+            const auto inGroup = [&](Vecta::Vector2f at) {
+                return Vecta::Rect{at.x / scale, at.y / scale, 30.f / scale, 30.f / scale};
+            };
+            Widget& child = box(group, inGroup(place), kWhite);
+            const auto paint = [&](const QRegion& damage, Lantern::ImageTarget& target) {
+                target.paint(damage, [&](Lantern::RenderContext& context) {
+                    context.pushTransform(Vecta::Transform::scaling(scale));
+                    scene.app.render(context);
+                    context.pop();
+                });
+            };
+            scene.frame();
+            (void)scene.app.collectDamage();
+            const QRect all(0, 0, 200, 200);
+            Lantern::ImageTarget shown(all.size()), whole(all.size());
+            paint(all, shown);
+            REQUIRE(litBounds(shown.image()).isValid());
+            TrellisTest::place(child, inGroup({10, 10}));
+            scene.frame();
+            QRegion damage;
+            for (const Vecta::Rect& area : scene.app.damage())
+                damage += QRectF(area.x * scale, area.y * scale, area.width * scale, area.height * scale).toAlignedRect();
+            paint(damage, shown);
+            paint(all, whole);
+            CHECK_PICTURE(shown.image(), whole.image(), 0);
+        }
+}

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <string>
 
 using namespace TrellisTest;
 
@@ -235,4 +236,24 @@ TEST_CASE("drawing: many things that change at once are damaged as one area, whi
 {
     CHECK(checkManyEdits(31, 1) == 1);
     CHECK(checkManyEdits(32, 2) == 1);
+}
+
+// Not among the usual tests: TAVOLA_TEST_SEEDS=1000-1499 trellis_tests --no-skip -tc="drawing: for many seeds*"
+TEST_CASE("drawing: for many seeds all of that holds in every way of drawing" * doctest::skip())
+{
+    const QList<QByteArray> range = qgetenv("TAVOLA_TEST_SEEDS").split('-');
+    REQUIRE(range.size() == 2);
+    for (unsigned seed = range[0].toUInt(); seed <= range[1].toUInt(); ++seed)
+        SUBCASE(std::to_string(seed).c_str())
+        {
+            for (const auto kept : {Edits::Kept::Nothing, Edits::Kept::Children}) {
+                checkEdits(seed, kept);
+                checkEdits(seed, kept, 2, 300);
+                checkEdits(seed, kept, 1, 300, {1.25f, 1.25f});
+                checkEdits(seed, kept, 2, 300, {1.5f, 1.52f});
+                checkEdits(seed, kept, 1, 300, {1.f, 1.f}, 4);
+            }
+            checkLargeEdits(seed, 1, {1.f, 1.f});
+            checkLargeEdits(seed, 2, {1.25f, 1.25f});
+        }
 }

@@ -3,6 +3,7 @@
 #include "RecordingContext.hpp"
 #include "Scene.hpp"
 
+#include <Lantern/ImageTarget.hpp>
 #include <Trellis/Application.hpp>
 
 using namespace TestSupport;
@@ -207,4 +208,32 @@ TEST_CASE("scene painter: a border radius beyond half the size makes a circle, n
     CHECK_PICTURE(withRadius(1000.f), withRadius(25.f), 0);
     CHECK(withRadius(1000.f).pixelColor(2, 2) == QColor(Qt::black));
     CHECK(difference(withRadius(25.f), withRadius(10.f)) > 100);
+}
+
+TEST_CASE("scene painter: the tip of a turned box is drawn where only the pixels beyond its bounds are damaged")
+{
+    Scene scene(kSmall);
+    Widget& turned = box(scene.root(), {70.46f, 70.98f, 24.79f, 16.78f}, {0, 0, 0, 0});
+    set(turned, "border-width", 3.f);
+    set(turned, "border-color", kWhite);
+    turned.setRotation(3.9018f);
+    turned.setOpacity(1.f / 3.f);
+    const QImage whole = scene.picture();
+    const QRect damage(50, 71, 29, 49);
+    REQUIRE(whole.pixelColor(70, 71).red() > 0);
+    Lantern::ImageTarget target(whole.size());
+    target.paint(damage, [&scene](Lantern::RenderContext& context) { scene.app.render(context); });
+    CHECK_PICTURE(target.image().copy(damage), whole.copy(damage), 0);
+}
+
+TEST_CASE("scene painter: a fading group shows the tips of what is turned in it")
+{
+    Scene scene(kSmall);
+    Widget& group = box(scene.root(), {20, 20, 20, 20}, {0, 0, 0, 0});
+    framedTips(group, {60.5f, 60.5f});
+    const QRect lit = litBounds(scene.picture());
+    CHECK(lit == QRect(66, 66, 29, 29));
+    group.setOpacity(0.5f);
+    REQUIRE(recorded(scene).layersPushed() == 1);
+    CHECK(litBounds(scene.picture()) == lit);
 }

@@ -29,10 +29,10 @@ public:
     void clear(const QColor& color);
     void pushTransform(const Vecta::Transform& transform) override;
     void pushOpacity(float opacity) override;
-    void pushLayer(const Vecta::Rect& bounds, float opacity) override;
+    void pushLayer(const Vecta::Rect& bounds, float opacity, Edges edges = Edges::Sharp) override;
     void pushClip(const Vecta::Rect& rect, const Corners& corners = {}) override;
     void pop() override;
-    [[nodiscard]] bool isVisible(const Vecta::Rect& rect) const override;
+    [[nodiscard]] bool isVisible(const Vecta::Rect& rect, Edges edges = Edges::Sharp) const override;
     void drawShadow(const RoundBox& box, const BoxShadow& shadow) override;
     void drawBox(const RoundBox& box, const BoxFill& fill) override;
     void drawFrame(const RoundBox& box, const BoxFrame& frame) override;

@@ -20,6 +20,11 @@ struct BoxFrame;
 struct BoxShadow;
 struct Style;
 
+/// Whether something of what is drawn inside of a rectangle is turned or scaled: such edges colour the pixels beside them, which
+/// may lie outside of the rectangle by less than half a pixel. With a transform that turns or scales the rectangle itself, all
+/// are smooth.
+enum class Edges { Sharp, Smooth };
+
 /// Draws shapes, pictures and text in the coordinates of the widget at hand. Lives for one frame; main thread only.
 /// See PainterContext for the one that draws; tests record the calls instead.
 class TAVOLA_EXPORT RenderContext
@@ -32,14 +37,15 @@ public:
     /// Everything until `pop` is drawn that much fainter; 0..1.
     virtual void pushOpacity(float opacity) = 0;
     /// Everything until `pop` is put together first and faded as one picture, so that what overlaps in it does not shine
-    /// through. Nothing outside `bounds` shows. Costs a picture of that size: where things do not overlap use `pushOpacity`.
-    virtual void pushLayer(const Vecta::Rect& bounds, float opacity) = 0;
+    /// through. Nothing outside `bounds` and their edges shows. Costs a picture of that size: where things do not overlap use
+    /// `pushOpacity`.
+    virtual void pushLayer(const Vecta::Rect& bounds, float opacity, Edges edges = Edges::Sharp) = 0;
     /// Nothing is drawn outside `rect` (with round corners, which are made to fit) until `pop`.
     virtual void pushClip(const Vecta::Rect& rect, const Corners& corners = {}) = 0;
     virtual void pop() = 0;
 
-    /// Whether anything inside `rect` could show in this frame; false lets a caller skip drawing.
-    [[nodiscard]] virtual bool isVisible(const Vecta::Rect& rect) const = 0;
+    /// Whether anything inside `rect`, or at its edges, could show in this frame; false lets a caller skip drawing.
+    [[nodiscard]] virtual bool isVisible(const Vecta::Rect& rect, Edges edges = Edges::Sharp) const = 0;
 
     /// Outside of the box, under which nothing of it shows, or inset: inside of it. The blurred shape is kept, and shared by
     /// boxes of other sizes and places.

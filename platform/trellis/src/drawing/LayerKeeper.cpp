@@ -1,5 +1,6 @@
 #include "drawing/LayerKeeper.hpp"
 
+#include "drawing/Surroundings.hpp"
 #include "tree/DrawnPlace.hpp"
 #include "tree/WidgetEngines.hpp"
 #include "tree/WidgetRecords.hpp"
@@ -74,7 +75,9 @@ bool LayerKeeper::cover(Widget& root)
 
 Vecta::Rect LayerKeeper::sceneReach(const Widget& widget)
 {
-    return drawnTransformToScene(*widget.parent()).mapBounds(reachOf(widget).inParent);
+    const Vecta::Transform toScene = drawnTransformToScene(*widget.parent());
+    const Reach& reach = reachOf(widget);
+    return sceneArea(toScene, reach.inParent, reach.isSmooth || !isUnscaled(onScreen(toScene)));
 }
 
 Outline LayerKeeper::outline(const Widget& root, const WidgetLayer& layer)

@@ -47,6 +47,7 @@ public:
     /// To be called once the changes in a layer root are accounted for: makes room for them in its picture, if it is kept. True
     /// when all of it must be drawn anew.
     static bool cover(Widget& root);
+    /// The area of the scene that the widget is drawn in, with its edges.
     [[nodiscard]] static Vecta::Rect sceneReach(const Widget& widget);
     /// What shows in a layer root and of itself, around its place, by the direction and scale of the last `update`.
     [[nodiscard]] static Outline outline(const Widget& root, const WidgetLayer& layer);

@@ -9,6 +9,14 @@
 
 namespace Trellis
 {
+namespace
+{
+Lantern::Edges edgesOf(bool isSmooth)
+{
+    return isSmooth ? Lantern::Edges::Smooth : Lantern::Edges::Sharp;
+}
+}
+
 void ScenePainter::paint(const Widget& root, Lantern::RenderContext& context)
 {
     (void)root.size(); // reading a geometry lays the tree out
@@ -61,7 +69,10 @@ void ScenePainter::paintKept(const Widget& widget, WidgetLayer& layer, Lantern::
 void ScenePainter::paintWidget(const Widget& widget, Lantern::RenderContext& context)
 {
     // Before anything is pushed: most widgets are outside of the area that is drawn.
-    if (!isShown(widget) || !context.isVisible(reachOf(widget).inParent))
+    if (!isShown(widget))
+        return;
+    const Reach& reach = reachOf(widget);
+    if (!context.isVisible(reach.inParent, edgesOf(reach.isSmooth)))
         return;
     const WidgetRecords& records = WidgetRecords::of(widget);
     if (records.drawing.layer && records.drawing.layer->isKept) {
@@ -73,7 +84,7 @@ void ScenePainter::paintWidget(const Widget& widget, Lantern::RenderContext& con
     const bool fades = opacity < 1.f;
     // Only what overlaps needs to be put together before it is faded.
     if (fades && hasShownChildren(widget))
-        context.pushLayer(reachOf(widget).inside, opacity);
+        context.pushLayer(reach.inside, opacity, edgesOf(reach.isSmoothInside));
     else if (fades)
         context.pushOpacity(opacity);
     paintContent(widget, context);

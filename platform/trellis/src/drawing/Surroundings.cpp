@@ -3,12 +3,24 @@
 #include "tree/DrawnPlace.hpp"
 #include "tree/WidgetRecords.hpp"
 
+#include <cmath>
+
 namespace Trellis
 {
 namespace
 {
 /// The edges of what is turned or scaled may colour a neighbouring pixel a little.
 constexpr float kSmoothEdgePx = 0.5f;
+
+/// The pixels of the screen that `area` touches. What is cut off shows in them wherever it lies in the pixel, since both are
+/// shares of it.
+Vecta::Rect wholePixels(const Vecta::Rect& area)
+{
+    const Vecta::Vector2f scale = screenScale();
+    const float left = std::floor(area.x * scale.x), top = std::floor(area.y * scale.y);
+    const float right = std::ceil(area.right() * scale.x), bottom = std::ceil(area.bottom() * scale.y);
+    return {left / scale.x, top / scale.y, (right - left) / scale.x, (bottom - top) / scale.y};
+}
 }
 
 bool isUnscaled(const Vecta::Transform& transform)
@@ -51,7 +63,7 @@ Surroundings Surroundings::within(const Widget& parent, Covered covered) const
     result.toScene = result.toScene * drawnTransformToParent(parent);
     result.isUpright = isUnscaled(onScreen(result.toScene));
     if (drawing.clips())
-        result.clip = result.clip.intersected(sceneArea(result.toScene, records.layout.bounds(), !result.isUpright));
+        result.clip = result.clip.intersected(wholePixels(sceneArea(result.toScene, records.layout.bounds(), !result.isUpright)));
     const bool isWhole = covered == Covered::All || drawing.moveQueued || drawing.childrenMoveQueued;
     // Kept pictures reach a little beyond what they show: each of them is accounted for.
     result.isCovered = result.isCovered || (isWhole && !drawing.holdsKept);
