@@ -13,6 +13,9 @@
 #include <QImage>
 #include <QRegion>
 
+#include <algorithm>
+#include <atomic>
+#include <memory>
 #include <random>
 
 using namespace Lantern;
@@ -71,6 +74,41 @@ int addDrawings(Composition& composition, unsigned seed, int only = -1)
         }
     }
     return count;
+}
+
+/// Fills its area, and counts how often it is asked where it draws: once for each row, and once more for the first and for the
+/// last row of each strip.
+class Counted final : public PixelSource
+{
+public:
+    Counted(const QRect& area, std::shared_ptr<std::atomic<int>> questions) : PixelSource(area), m_questions(std::move(questions))
+    {
+        m_isSolid = m_isConvex = true;
+    }
+    [[nodiscard]] PixelSpan span(int) const override
+    {
+        ++*m_questions;
+        return {m_area.left(), m_area.right() + 1, m_area.left(), m_area.right() + 1};
+    }
+    void draw(QRgb* row, int, int begin, int end, const PixelSpan&) const override
+    {
+        std::fill(row + begin, row + end, 0xffffffffu);
+    }
+
+private:
+    std::shared_ptr<std::atomic<int>> m_questions;
+};
+
+/// In how many strips an area is drawn by so many threads, of which one alone draws what has fewer pixels.
+int stripsOf(const QRect& area, int threads, int leastPixels)
+{
+    const PaintingThreads painting(threads, leastPixels);
+    const auto questions = std::make_shared<std::atomic<int>>(0);
+    Composition composition;
+    composition.add(Counted(area, questions));
+    QImage image(kSize, QImage::Format_RGB32);
+    composition.drawInto(image, {area});
+    return (*questions - area.height()) / 2;
 }
 
 QImage ground()
@@ -133,6 +171,21 @@ TEST_CASE("composition: two and more threads draw the pixels of one")
             REQUIRE_MESSAGE(shared == alone, count << " threads, seed " << seed);
         }
     }
+}
+
+TEST_CASE("composition: each of several threads has four strips or more, of four rows or more, and one thread has large ones")
+{
+    CHECK(stripsOf({0, 0, 100, 64}, 1, 1) == 2);
+    CHECK(stripsOf({0, 0, 100, 64}, 2, 1) == 8);
+    CHECK(stripsOf({0, 0, 100, 66}, 3, 1) >= 12);
+    CHECK(stripsOf({0, 0, 100, 320}, 2, 1) == 10);
+    CHECK(stripsOf({0, 0, 100, 16}, 2, 1) == 4);
+}
+
+TEST_CASE("composition: what has few pixels is drawn by one thread")
+{
+    CHECK(stripsOf({0, 0, 100, 64}, 2, 6400) == 8);
+    CHECK(stripsOf({0, 0, 100, 64}, 2, 6401) == 2);
 }
 
 TEST_CASE("composition: what is hidden by something above is not drawn")
