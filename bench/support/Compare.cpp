@@ -38,9 +38,9 @@ double secondsOf(const Side& side, long times)
 {
     if (side.prepare)
         side.prepare();
-    const double begin = threadSeconds();
+    const double begin = processSeconds();
     side.work(times);
-    return threadSeconds() - begin;
+    return processSeconds() - begin;
 }
 
 /// How often a work is done in a block. Warms up caches on the way.

@@ -29,8 +29,8 @@ struct Side
 };
 
 /// Runs work and its rival in turns, a few milliseconds each, and reports the counters "ratio" (the median of the ratios of
-/// their processor times), "ours_ns" and "rival_ns" (medians, a piece of work). The benchmark's own time means nothing. With
-/// `pieces`, the work done once counts as so many pieces.
+/// their processor times, of all threads), "ours_ns" and "rival_ns" (medians, a piece of work). The benchmark's own time means
+/// nothing. With `pieces`, the work done once counts as so many pieces.
 void compare(benchmark::State& state, const Side& ours, const Side& rival, int pieces = 1);
 
 /// As above without a rival: reports "ours_ns" alone.
