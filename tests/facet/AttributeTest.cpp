@@ -139,6 +139,64 @@ TEST_CASE("attribute: a listener may destroy the attribute, whose other listener
     CHECK(node.attributes().empty());
 }
 
+TEST_CASE(
+    "attribute: what a listener captured lives until its own call has ended, also when the attribute goes in a change within it")
+{
+    Facet::Node node;
+    auto attribute = std::make_unique<AttributeT<int>>(&node, "count", 0);
+    auto captured = std::make_shared<int>(1);
+    const std::weak_ptr<int> watched = captured;
+    bool wasThere = false;
+    int calls = 0;
+    attribute->addListener([&, captured] {
+        if (attribute->value() == 1)
+            attribute->setValue(2);
+        else
+            attribute.reset();
+        wasThere = *captured == 1;
+        ++calls;
+    });
+    captured.reset();
+    attribute->setValue(1);
+    CHECK(wasThere);
+    CHECK(calls == 2);
+    CHECK(attribute == nullptr);
+    CHECK(watched.expired());
+}
+
+TEST_CASE("attribute: a listener that owns the attribute takes it along when it is removed")
+{
+    Facet::Node node;
+    auto attribute = std::make_shared<AttributeT<int>>(&node, "count", 0);
+    AttributeT<int>* const bare = attribute.get();
+    const std::weak_ptr<AttributeT<int>> watched = attribute;
+    const auto id = attribute->addListener([attribute] { (void)attribute; });
+    attribute.reset();
+    CHECK_FALSE(watched.expired());
+    bare->removeListener(id);
+    CHECK(watched.expired());
+    CHECK(node.attributes().empty());
+}
+
+TEST_CASE("attribute: one that is destroyed frees its listeners, and those of the other attributes stay")
+{
+    Facet::Node node;
+    auto first = std::make_unique<AttributeT<int>>(&node, "count", 0);
+    AttributeT<int> second(&node, "width", 0);
+    int calls = 0;
+    auto captured = std::make_shared<int>(0);
+    const std::weak_ptr<int> watched = captured;
+    first->addListener([captured] { ++*captured; });
+    captured.reset();
+    second.addListener([&calls] { ++calls; });
+    first->setValue(1);
+    CHECK_FALSE(watched.expired());
+    first.reset();
+    CHECK(watched.expired());
+    second.setValue(1);
+    CHECK(calls == 1);
+}
+
 TEST_CASE("attribute: clearing may destroy the attribute")
 {
     Facet::Node node;

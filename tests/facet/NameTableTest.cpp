@@ -75,6 +75,9 @@ TEST_CASE("name table: names that the table's hash cannot tell apart have differ
         {"tkxb-the-end", "seaf-the-end"},
         {"the-headwufbba", "the-headdjhtca"},
         {"the-headhfoaaabc-the-end", "the-headwhoeaabc-the-end"},
+        // Of the same length and with the same hash in all of its bits.
+        {"a-head-Athe-tail", "ahzefolnpZ+KphT."},
+        {"a-head-Athe-tail", "jdqnydwdalFM&ENx"},
     };
     for (const auto& [first, second] : pairs) {
         CAPTURE(first);

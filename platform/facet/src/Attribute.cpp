@@ -3,16 +3,12 @@
 #include "AttributeExtras.hpp"
 #include "NodeExtras.hpp"
 
-#include <Bedrock/Guarded.hpp>
-#include <Bedrock/Trace.hpp>
 #include <Facet/Node.hpp>
 
 #include <utility>
 
 namespace Facet
 {
-using Bedrock::IntrusivePtr;
-
 Attribute::Attribute(Node* host, unsigned declaration)
     : m_host(host), m_declaration(declaration), m_layersSet(1u << kDefaultLayer), m_hasListeners(0), m_hidesValue(0),
       m_hasOwnDefault(0)
@@ -23,8 +19,6 @@ Attribute::Attribute(Node* host, unsigned declaration)
 
 Attribute::~Attribute()
 {
-    if (m_hasListeners)
-        extras().find(*this)->listeners->attributeIsAlive = false;
     // What a listener captured may use the node when it is destroyed: the attribute is no part of it any more by then.
     if (m_host)
         m_host->removeAttribute(*this);
@@ -44,24 +38,22 @@ Attribute::ListenerId Attribute::addListener(std::function<void()> listener, int
 {
     auto& listeners = extras().obtain(*this).listeners;
     if (!listeners)
-        listeners = IntrusivePtr<AttributeListeners>(new AttributeListeners(declaration().name()));
+        listeners = AttributeListeners::make(declaration().name());
     m_hasListeners = 1;
     const ListenerId id = nextListenerId();
-    listeners->list.add(id, std::move(listener));
+    listeners->add(id, std::move(listener));
     return id;
 }
 
 void Attribute::removeListener(ListenerId id)
 {
-    if (!m_hasListeners)
-        return;
-    const auto listeners = extras().find(*this)->listeners; // what the listener captured may own this attribute
-    listeners->list.remove(id);
+    if (m_hasListeners)
+        extras().entry(*this).listeners->remove(id); // what the listener captured may own this attribute
 }
 
 void* Attribute::hiddenValue() const noexcept
 {
-    return m_hidesValue ? extras().find(*this)->hiddenValue : nullptr;
+    return m_hidesValue ? extras().entry(*this).hiddenValue : nullptr;
 }
 
 void Attribute::setHiddenValue(void* value)
@@ -69,7 +61,7 @@ void Attribute::setHiddenValue(void* value)
     if (value)
         extras().obtain(*this).hiddenValue = value;
     else if (m_hasListeners)
-        extras().find(*this)->hiddenValue = nullptr;
+        extras().entry(*this).hiddenValue = nullptr;
     else
         extras().remove(*this);
     m_hidesValue = value ? 1 : 0;
@@ -90,15 +82,12 @@ void Attribute::notifyChanged()
             m_host->attributeChanged(*this);
         return;
     }
-    // Outlives the attribute if the node or a listener destroys it.
-    const IntrusivePtr<AttributeListeners> listeners = extras().find(*this)->listeners;
+    // What has listeners has an entry.
+    AttributeExtras& extras = m_host ? m_host->m_extras->attributes : AttributeExtras::ofHostless();
+    // The node or a listener may destroy the attribute.
+    AttributeListeners::Change change(*extras.entry(*this).listeners);
     if (m_host)
         m_host->attributeChanged(*this);
-    const auto failed = [&listeners](const char* reason) {
-        Bedrock::Trace::error("Attribute::notifyChanged # A listener of attribute '%s' failed: %s",
-                              listeners->attributeName.text().constData(), reason);
-    };
-    listeners->list.forEach([&listeners] { return listeners->attributeIsAlive; },
-                            [&failed](const std::function<void()>& listener) { Bedrock::guarded(listener, failed); });
+    change.notify();
 }
 }

@@ -17,7 +17,8 @@ public:
         return table;
     }
 
-    [[nodiscard]] AttributeDeclaration& numbered(unsigned number) noexcept { return *m_declarations[number]; }
+    /// Each attribute that is made asks several times: there is one of them by then, and the table exists.
+    [[nodiscard]] static AttributeDeclaration& numbered(unsigned number) noexcept { return *s_declarations[number]; }
     [[nodiscard]] unsigned newest(AttributeName name) const noexcept
     {
         const auto number = std::size_t(name.number());
@@ -40,6 +41,7 @@ public:
         if (m_unused.empty()) {
             number = unsigned(m_declarations.size());
             m_declarations.emplace_back();
+            s_declarations = m_declarations.data();
         } else {
             number = m_unused.back();
             m_unused.pop_back();
@@ -76,7 +78,8 @@ private:
         unsigned newest = 0;
         bool isKnown = false;
     };
-    std::vector<std::unique_ptr<AttributeDeclaration>> m_declarations{1}; ///< number 0 is none
+    static inline const std::unique_ptr<AttributeDeclaration>* s_declarations = nullptr; ///< those of the one table
+    std::vector<std::unique_ptr<AttributeDeclaration>> m_declarations{1};                ///< number 0 is none
     std::vector<unsigned> m_unused;
     std::vector<Name> m_names; ///< by number of the name
 };
@@ -85,13 +88,13 @@ AttributeDeclaration::~AttributeDeclaration() = default;
 
 AttributeDeclaration& AttributeDeclaration::numbered(unsigned number) noexcept
 {
-    return AttributeDeclarationTable::instance().numbered(number);
+    return AttributeDeclarationTable::numbered(number);
 }
 
 unsigned AttributeDeclaration::next(AttributeName name, unsigned number) noexcept
 {
-    auto& table = AttributeDeclarationTable::instance();
-    return number == 0 ? table.newest(name) : table.after(table.numbered(number));
+    using Table = AttributeDeclarationTable;
+    return number == 0 ? Table::instance().newest(name) : Table::after(Table::numbered(number));
 }
 
 bool AttributeDeclaration::anyAccepts(AttributeName name, const StyleValue& value, QString* error)
@@ -111,15 +114,15 @@ unsigned AttributeDeclaration::add(std::unique_ptr<AttributeDeclaration> declara
 
 void AttributeDeclaration::addUse(unsigned number) noexcept
 {
-    auto& table = AttributeDeclarationTable::instance();
-    ++table.uses(table.numbered(number));
+    using Table = AttributeDeclarationTable;
+    ++Table::uses(Table::numbered(number));
 }
 
 void AttributeDeclaration::removeUse(unsigned number) noexcept
 {
-    auto& table = AttributeDeclarationTable::instance();
-    if (--table.uses(table.numbered(number)) == 0)
-        table.remove(number);
+    using Table = AttributeDeclarationTable;
+    if (--Table::uses(Table::numbered(number)) == 0)
+        Table::instance().remove(number);
 }
 
 QStringList AttributeDeclaration::knownNames()

@@ -1,27 +1,12 @@
 #pragma once
 
-#include "Counted.hpp"
-#include "ListenerList.hpp"
+#include "AttributeListeners.hpp"
 
-#include <Bedrock/IntrusivePtr.hpp>
-#include <Facet/AttributeName.hpp>
-
-#include <functional>
 #include <vector>
 
 namespace Facet
 {
 class Attribute;
-
-/// The listeners of one attribute; outlive it during a change in which a listener destroys it.
-struct AttributeListeners final : Counted<AttributeListeners>
-{
-    explicit AttributeListeners(AttributeName name) : attributeName(name) {}
-
-    AttributeName attributeName;
-    bool attributeIsAlive = true;
-    ListenerList<std::function<void()>> list;
-};
 
 /// What few attributes have: for the attributes of one node, or for those without a node.
 class AttributeExtras
@@ -31,7 +16,7 @@ public:
     {
         const Attribute* attribute;
         void* hiddenValue = nullptr; ///< owned by the attribute
-        Bedrock::IntrusivePtr<AttributeListeners> listeners{};
+        AttributeListeners::Pointer listeners{};
     };
 
     /// For attributes without a node.
@@ -44,6 +29,14 @@ public:
             if (entry.attribute == &attribute)
                 return &entry;
         return nullptr;
+    }
+    /// The entry of an attribute that has one. Valid as above.
+    [[nodiscard]] Entry& entry(const Attribute& attribute) noexcept
+    {
+        Entry* entry = m_entries.data();
+        while (entry->attribute != &attribute)
+            ++entry;
+        return *entry;
     }
     /// Made if there is none.
     [[nodiscard]] Entry& obtain(const Attribute& attribute);

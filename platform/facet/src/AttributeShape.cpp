@@ -9,7 +9,6 @@ namespace
 {
 /// Further apart than the members of a class are.
 constexpr std::ptrdiff_t kFarthest = 2048;
-constexpr int kNoName = -1;
 }
 
 const AttributeShape& AttributeShape::empty()
@@ -37,22 +36,6 @@ const AttributeShape& AttributeShape::with(int name, std::ptrdiff_t offset) cons
     return *m_next.back();
 }
 
-const AttributeShape::Step* AttributeShape::find(int name) const
-{
-    if (segments() == 0)
-        return nullptr;
-    if (m_index.empty())
-        buildIndex();
-    const std::size_t mask = m_index.size() - 1;
-    for (std::size_t place = std::size_t(name) & mask;; place = (place + 1) & mask) {
-        const Step& step = m_index[place];
-        if (step.name == name)
-            return &step;
-        if (step.name == kNoName)
-            return nullptr;
-    }
-}
-
 void AttributeShape::buildIndex() const
 {
     std::size_t count = 0;
@@ -61,12 +44,13 @@ void AttributeShape::buildIndex() const
     std::size_t size = 2;
     while (size < 2 * count)
         size *= 2;
-    m_index.resize(size);
+    m_index = std::make_unique<Step[]>(size);
+    m_mask = size - 1;
     for (const AttributeShape* shape = this; shape->m_before; shape = shape->m_before) {
         const Step& step = shape->m_last;
-        std::size_t place = std::size_t(step.name) & (size - 1);
+        std::size_t place = std::size_t(step.name) & m_mask;
         while (m_index[place].name != kNoName && m_index[place].name != step.name)
-            place = (place + 1) & (size - 1);
+            place = (place + 1) & m_mask;
         m_index[place] = step; // of two with one name the first one stays, which comes last here
     }
 }

@@ -13,9 +13,11 @@ namespace Facet
 class AttributeShape
 {
 public:
+    static constexpr int kNoName = -1;
+
     struct Step
     {
-        int name = -1; ///< its number
+        int name = kNoName; ///< its number
         int segment = -1;
         std::ptrdiff_t offset = 0; ///< bytes from the beginning of the segment
     };
@@ -29,7 +31,18 @@ public:
     [[nodiscard]] const Step& last() const noexcept { return m_last; }
     [[nodiscard]] int segments() const noexcept { return m_last.segment + 1; }
     /// The first step with that name, or null.
-    [[nodiscard]] const Step* find(int name) const;
+    [[nodiscard]] const Step* find(int name) const
+    {
+        if (!m_index)
+            buildIndex();
+        for (std::size_t place = std::size_t(name) & m_mask;; place = (place + 1) & m_mask) {
+            const Step& step = m_index[place];
+            if (step.name == name)
+                return &step;
+            if (step.name == kNoName)
+                return nullptr;
+        }
+    }
 
     /// The sequence with one attribute more, at that distance from the beginning of the last segment. It belongs to that segment
     /// if it always is at this distance, as far as one can see, and else begins a new one.
@@ -42,6 +55,7 @@ private:
     Step m_last;
     // Filled as they are needed.
     mutable std::vector<std::unique_ptr<const AttributeShape>> m_next;
-    mutable std::vector<Step> m_index; ///< by hash of the name; a power of two, at most half full
+    mutable std::unique_ptr<Step[]> m_index; ///< by hash of the name; a power of two, at most half full
+    mutable std::size_t m_mask = 0;          ///< its size less one
 };
 }

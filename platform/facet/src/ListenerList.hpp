@@ -45,15 +45,45 @@ public:
     template <class Call, class IsAlive>
     void forEach(IsAlive isAlive, Call call)
     {
-        ++m_depth;
+        beginCall();
+        callAll(isAlive, call);
+        if (endCall())
+            removeMarked();
+    }
+
+protected:
+    /// Until `endCall` every function stays in place.
+    void beginCall() noexcept { ++m_depth; }
+    /// Whether the outermost call has ended and `removeMarked` is to follow.
+    [[nodiscard]] bool endCall() noexcept { return --m_depth == 0 && m_needsSweep; }
+    template <class Call, class IsAlive>
+    void callAll(IsAlive isAlive, Call call)
+    {
         const std::size_t count = m_entries.size();
         for (std::size_t i = 0; i < count && isAlive(); ++i) {
             Entry& entry = *m_entries[i];
             if (!entry.isRemoved)
                 call(entry.function);
         }
-        --m_depth;
-        sweep();
+    }
+    [[nodiscard]] bool isBeingCalled() const noexcept { return m_depth != 0; }
+    /// As if each were removed, but frees none before the outermost call has ended.
+    void markAllRemoved() noexcept
+    {
+        for (const auto& entry : m_entries)
+            entry->isRemoved = true;
+        m_needsSweep = true;
+    }
+    /// Apart, so that a call of listeners, which mostly removes none, saves few registers.
+    [[gnu::noinline]] void removeMarked()
+    {
+        m_needsSweep = false;
+        // What a function captured may come back here when it is destroyed, so the list is put in order first.
+        std::vector<std::unique_ptr<Entry>> removed;
+        std::vector<std::unique_ptr<Entry>> kept;
+        for (auto& entry : m_entries)
+            (entry->isRemoved ? removed : kept).push_back(std::move(entry));
+        m_entries = std::move(kept);
     }
 
 private:
@@ -68,17 +98,6 @@ private:
     {
         if (m_depth == 0 && m_needsSweep)
             removeMarked();
-    }
-    /// Apart, so that a call of listeners, which mostly removes none, saves few registers.
-    [[gnu::noinline]] void removeMarked()
-    {
-        m_needsSweep = false;
-        // What a function captured may come back here when it is destroyed, so the list is put in order first.
-        std::vector<std::unique_ptr<Entry>> removed;
-        std::vector<std::unique_ptr<Entry>> kept;
-        for (auto& entry : m_entries)
-            (entry->isRemoved ? removed : kept).push_back(std::move(entry));
-        m_entries = std::move(kept);
     }
 
     std::vector<std::unique_ptr<Entry>> m_entries;

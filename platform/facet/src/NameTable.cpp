@@ -37,26 +37,14 @@ std::uint64_t read(const char* from) noexcept
     return word;
 }
 
-/// Names are short: this costs less than a call of memcmp.
-inline bool isSame(std::string_view a, std::string_view b) noexcept
+/// The words of a name that stand before its last 8 characters or fewer.
+constexpr std::size_t headBytes(std::size_t size) noexcept
 {
-    const std::size_t size = a.size();
-    if (b.size() != size)
-        return false;
-    const char* const x = a.data();
-    const char* const y = b.data();
-    if (size < 4)
-        return size == 0 || (x[0] == y[0] && x[size / 2] == y[size / 2] && x[size - 1] == y[size - 1]);
-    if (size < 8)
-        return read<std::uint32_t>(x) == read<std::uint32_t>(y)
-            && read<std::uint32_t>(x + size - 4) == read<std::uint32_t>(y + size - 4);
-    for (std::size_t at = 0; at < size - 8; at += 8)
-        if (read<std::uint64_t>(x + at) != read<std::uint64_t>(y + at))
-            return false;
-    return read<std::uint64_t>(x + size - 8) == read<std::uint64_t>(y + size - 8);
+    return size <= 8 ? 0 : (size - 1) / 8 * 8;
 }
 
-inline std::uint32_t hashOf(std::string_view name) noexcept
+/// Each step can be undone: of two names of one length and one hash the last characters are equal if those before are.
+inline std::uint64_t hashOf(std::string_view name) noexcept
 {
     constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15ull;
     const char* at = name.data();
@@ -71,31 +59,47 @@ inline std::uint32_t hashOf(std::string_view name) noexcept
         rest = read<std::uint32_t>(at) | read<std::uint32_t>(at + left - 4) << 32;
     else if (left > 0)
         rest = read<std::uint8_t>(at) | read<std::uint8_t>(at + left / 2) << 8 | read<std::uint8_t>(at + left - 1) << 16;
-    hash = (hash ^ rest) * kFactor;
-    return std::uint32_t(hash >> 32);
+    return (hash ^ rest) * kFactor;
 }
 }
 
-/// Numbers by hash of the name: open addressing, a power of two, at most half full. Entries are added and never change.
+/// A name with what it is found by. Does not change once it is in an index.
+struct NameTable::Entry
+{
+    std::uint64_t hash = 0;
+    int size = 0;
+    int number = 0;
+    QByteArray name;
+
+    [[nodiscard]] bool isNamed(std::string_view text, std::uint64_t itsHash) const noexcept
+    {
+        if (hash != itsHash || std::size_t(size) != text.size())
+            return false;
+        const char* const characters = name.constData();
+        for (std::size_t at = 0, end = headBytes(text.size()); at < end; at += 8)
+            if (read<std::uint64_t>(characters + at) != read<std::uint64_t>(text.data() + at))
+                return false;
+        return true;
+    }
+};
+
+/// Entries by hash of the name: open addressing, a power of two, at most half full. They are added and never removed.
 struct NameTable::Index
 {
-    explicit Index(std::size_t size) : mask(size - 1), slots(std::make_unique<std::atomic<std::uint64_t>[]>(size)) {}
+    explicit Index(std::size_t size) : mask(size - 1), slots(std::make_unique<std::atomic<const Entry*>[]>(size)) {}
 
-    /// Hash above, number plus one below; 0 is free.
-    [[nodiscard]] static std::uint64_t slotOf(int number, std::uint32_t hash) noexcept
+    /// The upper half of the hash depends on all characters.
+    [[nodiscard]] std::size_t placeOf(std::uint64_t hash) const noexcept { return std::size_t(hash >> 32) & mask; }
+    void add(const Entry& entry) noexcept
     {
-        return std::uint64_t(hash) << 32 | (std::uint32_t(number) + 1);
-    }
-    void add(std::uint64_t slot) noexcept
-    {
-        std::size_t place = std::size_t(slot >> 32) & mask;
-        while (slots[place].load(std::memory_order_relaxed) != 0)
+        std::size_t place = placeOf(entry.hash);
+        while (slots[place].load(std::memory_order_relaxed))
             place = (place + 1) & mask;
-        slots[place].store(slot, std::memory_order_release);
+        slots[place].store(&entry, std::memory_order_release);
     }
 
     std::size_t mask;
-    std::unique_ptr<std::atomic<std::uint64_t>[]> slots;
+    std::unique_ptr<std::atomic<const Entry*>[]> slots;
 };
 
 NameTable& NameTable::instance()
@@ -118,67 +122,65 @@ NameTable::~NameTable()
         delete[] block.load();
 }
 
-int NameTable::find(std::string_view name) const noexcept
+inline const NameTable::Entry* NameTable::find(std::string_view name) const noexcept
 {
-    const std::uint32_t hash = hashOf(name);
+    const std::uint64_t hash = hashOf(name);
     const Index& index = *m_index.load(std::memory_order_acquire);
-    for (std::size_t place = hash & index.mask;; place = (place + 1) & index.mask) {
-        const std::uint64_t slot = index.slots[place].load(std::memory_order_acquire);
-        if (slot == 0)
-            return kNone;
-        if (std::uint32_t(slot >> 32) != hash)
-            continue;
-        const int number = int(std::uint32_t(slot) - 1);
-        if (isSame(view(this->name(number)), name))
-            return number;
+    for (std::size_t place = index.placeOf(hash);; place = (place + 1) & index.mask) {
+        const Entry* const entry = index.slots[place].load(std::memory_order_acquire);
+        if (!entry || entry->isNamed(name, hash))
+            return entry;
     }
 }
 
 int NameTable::number(std::string_view name)
 {
-    const int known = find(name);
-    if (known != kNone)
-        return known;
+    if (const Entry* const known = find(name))
+        return known->number;
     const std::lock_guard<std::mutex> guard(m_mutex);
-    const int enteredMeanwhile = find(name);
-    return enteredMeanwhile != kNone ? enteredMeanwhile : add(name);
+    const Entry* const enteredMeanwhile = find(name);
+    return enteredMeanwhile ? enteredMeanwhile->number : add(name);
 }
 
 int NameTable::findNumber(const QByteArray& name) const noexcept
 {
-    const int number = find(view(name));
-    return number == kNone ? 0 : number;
+    const Entry* const found = find(view(name));
+    return found ? found->number : 0;
 }
 
 const QByteArray& NameTable::name(int number) const noexcept
 {
     const Place place = placeIn(number);
-    return m_blocks[place.block].load(std::memory_order_acquire)[place.index];
+    return m_blocks[place.block].load(std::memory_order_acquire)[place.index].name;
 }
 
-QByteArray& NameTable::placeOf(int number)
+NameTable::Entry& NameTable::entry(int number)
 {
     const Place place = placeIn(number);
-    std::atomic<QByteArray*>& block = m_blocks.at(place.block);
+    std::atomic<Entry*>& block = m_blocks.at(place.block);
     if (!block.load(std::memory_order_relaxed))
-        block.store(new QByteArray[place.blockSize], std::memory_order_release);
+        block.store(new Entry[place.blockSize], std::memory_order_release);
     return block.load(std::memory_order_relaxed)[place.index];
 }
 
 int NameTable::add(std::string_view name)
 {
     const int number = m_count;
-    placeOf(number) = QByteArray(name.data(), int(name.size()));
+    Entry& added = entry(number);
+    added.hash = hashOf(name);
+    added.size = int(name.size());
+    added.number = number;
+    added.name = QByteArray(name.data(), int(name.size()));
     Index* index = m_indices.back().get();
     if (2 * std::size_t(m_count + 1) > index->mask + 1) {
         auto larger = std::make_unique<Index>(2 * (index->mask + 1));
         for (std::size_t place = 0; place <= index->mask; ++place)
-            if (const std::uint64_t slot = index->slots[place].load(std::memory_order_relaxed))
-                larger->add(slot);
+            if (const Entry* const known = index->slots[place].load(std::memory_order_relaxed))
+                larger->add(*known);
         index = larger.get();
         m_indices.push_back(std::move(larger));
     }
-    index->add(Index::slotOf(number, hashOf(name)));
+    index->add(added);
     m_index.store(index, std::memory_order_release);
     ++m_count;
     return number;

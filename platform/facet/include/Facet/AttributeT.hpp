@@ -61,15 +61,15 @@ public:
             return;
         }
         const bool changes = !(m_value == newValue);
-        if (layer == before && !changes)
-            return;
-        // The layout gives widgets their places as defaults: one that shows is kept like any value.
-        if (layer == kDefaultLayer)
-            setHasOwnDefault(true);
-        else if (layer != before)
+        if (layer != before) {
             hideValue(before);
+            markSet(layer);
+        } else if (!changes) {
+            return;
+        } else if (layer == kDefaultLayer) {
+            setHasOwnDefault(true); // the layout gives widgets their places as defaults: one that shows is kept like any value
+        }
         m_value = std::move(newValue);
-        markSet(layer);
         layerChanged(layer);
         if (changes)
             notifyChanged();

@@ -37,20 +37,21 @@ public:
     [[nodiscard]] const QByteArray& name(int number) const noexcept;
 
 private:
+    struct Entry;
     struct Index;
-    static constexpr int kNone = -1;
     static constexpr std::size_t kBlocks = 24;
 
     [[nodiscard]] static std::string_view view(const QByteArray& name)
     {
         return {name.constData(), static_cast<std::size_t>(name.size())};
     }
-    [[nodiscard]] int find(std::string_view name) const noexcept;
+    /// Null for a name that is not in the table.
+    [[nodiscard]] const Entry* find(std::string_view name) const noexcept;
     int add(std::string_view name);
-    QByteArray& placeOf(int number);
+    [[nodiscard]] Entry& entry(int number);
 
     /// The names by number, in blocks of which each is as large as all before it: a name keeps its address.
-    std::array<std::atomic<QByteArray*>, kBlocks> m_blocks{};
+    std::array<std::atomic<Entry*>, kBlocks> m_blocks{};
     std::atomic<const Index*> m_index{nullptr};
     std::mutex m_mutex; ///< of what follows, and of every change
     int m_count = 0;
