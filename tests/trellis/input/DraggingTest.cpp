@@ -1,5 +1,7 @@
 #include "Scene.hpp"
 
+#include <utility>
+
 using Trellis::Widget;
 using Vecta::Vector2f;
 using namespace TrellisTest;
@@ -208,6 +210,38 @@ TEST_CASE("dragging: several widgets are dragged and pinched at once, each by it
     scene.frames();
     CHECK(a.scale() == near(2));
     CHECK_POINT(b.location(), 600, 200);
+}
+
+TEST_CASE("dragging: a listener that moves a held widget elsewhere, or takes one away, keeps no other from its finger")
+{
+    Scene scene;
+    auto& first = scene.box(0, 0, 100, 100, "movable: true;");
+    auto& gone = scene.box(200, 0, 100, 100, "movable: true;");
+    auto& moved = scene.box(400, 0, 100, 100, "movable: true;");
+    auto& last = scene.box(600, 0, 100, 100, "movable: true;");
+    Widget* const parent = moved.parent();
+    auto* const inner = new Widget(parent);
+    style(*inner, "width: 2000px; height: 10px;");
+    for (int i = 0; i < 4; ++i)
+        scene.input.fingerDown(i + 1, {50.f + 200.f * float(i), 50});
+    scene.frames();
+    bool isDone = false;
+    first.attribute("location")->addListener([&] {
+        if (std::exchange(isDone, true))
+            return;
+        inner->addChild(moved);
+        parent->removeChild(gone);
+    });
+    for (int i = 0; i < 4; ++i)
+        scene.input.fingerMove(i + 1, {50.f + 200.f * float(i), 150});
+    scene.frames();
+    CHECK(isDone);
+    CHECK_POINT(first.location(), 0, 100);
+    CHECK_POINT(last.location(), 600, 100);
+    for (int i = 0; i < 4; ++i)
+        scene.input.fingerMove(i + 1, {50.f + 200.f * float(i), 250});
+    scene.frames();
+    CHECK_POINT(last.location(), 600, 200);
 }
 
 TEST_CASE("dragging: a tile held inside a space that is dragged stays under its finger")

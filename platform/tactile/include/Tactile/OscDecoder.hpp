@@ -46,6 +46,8 @@ public:
     [[nodiscard]] bool readInt(std::int32_t& value) noexcept;
     [[nodiscard]] bool readFloat(float& value) noexcept;
     [[nodiscard]] bool readString(std::string_view& value) noexcept;
+    /// Reads floats that are not used.
+    [[nodiscard]] bool skipFloats(std::size_t count) noexcept;
     /// A time tag: seconds since 1900 in the upper 32 bits, their fraction in the lower; 1 means "now".
     [[nodiscard]] bool readTime(std::uint64_t& value) noexcept;
 

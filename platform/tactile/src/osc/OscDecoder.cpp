@@ -123,6 +123,23 @@ bool OscArgumentReader::readFloat(float& value) noexcept
     return true;
 }
 
+bool OscArgumentReader::skipFloats(std::size_t count) noexcept
+{
+    m_refusal = OscRefusal::ArgumentMismatch;
+    if (static_cast<std::size_t>(m_message.end - m_message.arguments) < 4 * count)
+        return false;
+    if (m_message.hasTypeTags) {
+        if (m_message.typeTags.size() - m_tag < count)
+            return false;
+        for (std::size_t i = 0; i < count; ++i)
+            if (m_message.typeTags[m_tag + i] != 'f')
+                return false;
+    }
+    m_message.arguments += 4 * count;
+    m_tag += count;
+    return true;
+}
+
 bool OscArgumentReader::readTime(std::uint64_t& value) noexcept
 {
     if (!isNext('t') || m_message.end - m_message.arguments < 8)

@@ -5,21 +5,33 @@
 
 #include <Tactile/TuioDecoder.hpp>
 
+#include <cstddef>
+#include <cstring>
+
 namespace Tactile
 {
 namespace
 {
 using Kind = TuioOperation::Kind;
 
+/// Of a text of known length, which costs less than a call of memcmp.
+template <std::size_t size>
+bool isText(std::string_view text, const char (&expected)[size]) noexcept
+{
+    return text.size() == size - 1 && std::memcmp(text.data(), expected, size - 1) == 0;
+}
+
 bool profileOf(std::string_view address, TuioProfile& profile) noexcept
 {
-    for (const TuioProfile p : {TuioProfile::Objects, TuioProfile::Cursors, TuioProfile::Blobs}) {
-        if (address == tuioAddress(p)) {
-            profile = p;
-            return true;
-        }
-    }
-    return false;
+    if (isText(address, "/tuio/2Dcur"))
+        profile = TuioProfile::Cursors;
+    else if (isText(address, "/tuio/2Dobj"))
+        profile = TuioProfile::Objects;
+    else if (isText(address, "/tuio/2Dblb"))
+        profile = TuioProfile::Blobs;
+    else
+        return false;
+    return true;
 }
 
 TuioChannel channelOf(TuioProfile profile) noexcept
@@ -32,13 +44,14 @@ bool readSet(OscArgumentReader& reader, TuioProfile profile, TuioSet& set)
     if (!reader.readInt(set.session))
         return false;
     switch (profile) {
+    // Sizes, and derivatives, which are computed here instead, are not read.
     case TuioProfile::Objects:
         set.shape = TuioShape::Token;
-        return reader.readInt(set.code) && readPose(reader, set) && skipFloats(reader, 5);
+        return reader.readInt(set.code) && readPose(reader, set) && reader.skipFloats(5);
     case TuioProfile::Cursors:
         set.shape = TuioShape::Pointer;
-        return reader.readFloat(set.x) && reader.readFloat(set.y) && skipFloats(reader, 3);
-    case TuioProfile::Blobs: set.shape = TuioShape::Area; return readPose(reader, set) && skipFloats(reader, 8);
+        return reader.readFloat(set.x) && reader.readFloat(set.y) && reader.skipFloats(3);
+    case TuioProfile::Blobs: set.shape = TuioShape::Area; return readPose(reader, set) && reader.skipFloats(8);
     }
     return false;
 }
@@ -57,15 +70,15 @@ bool Tuio1Decoder::readArguments(const OscMessage& message, OscArgumentReader& r
     isKnown = profileOf(message.address, operation.profile);
     if (!isKnown || !reader.readString(command))
         return false;
-    if (command == "set")
+    if (isText(command, "set"))
         return readSet(reader, operation.profile, operation.set);
-    if (command == "alive")
+    if (isText(command, "alive"))
         return m_messages.readAlive(reader, operation);
-    if (command == "fseq") {
+    if (isText(command, "fseq")) {
         operation.kind = Kind::EndFrame;
         return reader.readInt(operation.frame);
     }
-    if (command == "source") {
+    if (isText(command, "source")) {
         operation.kind = Kind::Source;
         return reader.readString(operation.source);
     }

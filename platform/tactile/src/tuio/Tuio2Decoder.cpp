@@ -16,7 +16,7 @@ constexpr std::uint64_t kSecond = std::uint64_t(1) << 32;
 /// The five derivatives that a sender may add: all or none.
 bool skipDerivatives(OscArgumentReader& reader)
 {
-    return reader.atEnd() || skipFloats(reader, 5);
+    return reader.atEnd() || reader.skipFloats(5);
 }
 
 bool hasTime(std::uint64_t tag) noexcept
@@ -45,11 +45,11 @@ bool Tuio2Decoder::readArguments(std::string_view name, OscArgumentReader& reade
     if (name == "ptr") {
         set.shape = TuioShape::Pointer;
         return reader.readInt(set.session) && reader.readInt(ignored) && reader.readInt(ignored) && readPose(reader, set)
-            && skipFloats(reader, 3) && skipDerivatives(reader);
+            && reader.skipFloats(3) && skipDerivatives(reader);
     }
     if (name == "bnd") {
         set.shape = TuioShape::Area;
-        return reader.readInt(set.session) && readPose(reader, set) && skipFloats(reader, 3) && skipDerivatives(reader);
+        return reader.readInt(set.session) && readPose(reader, set) && reader.skipFloats(3) && skipDerivatives(reader);
     }
     if (name == "sym") {
         set.shape = TuioShape::Symbol;

@@ -93,7 +93,9 @@ void TuioContacts::applySet(int source, TuioChannel channel, const TuioSet& give
     const auto isNear = [](float v) { return v >= -kMargin && v <= 1.f + kMargin; };
     if (!isNear(set.x) || !isNear(set.y) || set.code < 0)
         return m_sources.count(TuioDrop::OutOfRange, source);
-    if (!isAlive(state, set.session))
+    // What has a session is alive.
+    TuioSession* session = findSession(state, set.session);
+    if (!session && !isAlive(state, set.session))
         return m_sources.count(TuioDrop::NotAlive, source);
     if (set.shape == TuioShape::Symbol)
         return applySymbol(source, channel, set);
@@ -107,7 +109,6 @@ void TuioContacts::applySet(int source, TuioChannel channel, const TuioSet& give
     set.angle = Vecta::wrappedAngle(set.angle);
     const bool isMarker = isMarkerShape(set.shape);
     const TuioDrop cap = isMarker ? TuioDrop::MarkerCap : TuioDrop::FingerCap;
-    TuioSession* session = findSession(state, set.session);
     if (!session) {
         if (isFull(source, isMarker))
             return m_sources.count(cap, source);

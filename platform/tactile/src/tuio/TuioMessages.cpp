@@ -32,13 +32,4 @@ bool readPose(OscArgumentReader& reader, TuioSet& set)
 {
     return reader.readFloat(set.x) && reader.readFloat(set.y) && reader.readFloat(set.angle);
 }
-
-bool skipFloats(OscArgumentReader& reader, int count)
-{
-    float ignored = 0.f;
-    for (int i = 0; i < count; ++i)
-        if (!reader.readFloat(ignored))
-            return false;
-    return true;
-}
 }

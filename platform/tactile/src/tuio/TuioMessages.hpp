@@ -73,6 +73,4 @@ private:
 
 /// Reads x, y and angle.
 [[nodiscard]] bool readPose(OscArgumentReader& reader, TuioSet& set);
-/// Reads `count` numbers that are not used: sizes, and derivatives, which are computed here instead.
-[[nodiscard]] bool skipFloats(OscArgumentReader& reader, int count);
 }

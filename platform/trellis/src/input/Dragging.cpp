@@ -7,6 +7,8 @@
 
 #include <Trellis/DragObserver.hpp>
 
+#include <algorithm>
+
 namespace Trellis
 {
 using Bedrock::IntrusivePtr;
@@ -91,21 +93,31 @@ void Dragging::stepAll()
 {
     for (Hold& hold : m_held.holds())
         hold.stepped = false;
-    for (;;) {
-        Hold* next = nullptr;
-        int nextDepth = 0;
-        for (Hold& hold : m_held.holds()) {
-            const int depth = hold.stepped ? 0 : depthOf(*hold.receiver);
-            if (!hold.stepped && (!next || depth < nextDepth)) {
-                next = &hold;
-                nextDepth = depth;
-            }
+    while (orderUnstepped()) {
+        for (std::size_t i = 0; i < m_order.size(); ++i) {
+            // Listeners may end holds, begin others, and move receivers elsewhere: then the rest is ordered anew.
+            Hold* const hold = m_held.findHoldOf(m_order[i].receiver);
+            if (!hold || hold->stepped)
+                continue;
+            if (depthOf(*hold->receiver) != m_order[i].depth)
+                break;
+            hold->stepped = true;
+            guardedInFrame("A listener to a drag", [&] { step(*hold->receiver); });
         }
-        if (!next)
-            return;
-        next->stepped = true;
-        guardedInFrame("A listener to a drag", [&] { step(*next->receiver); });
     }
+}
+
+/// Fills the order with the receivers that were not moved in this frame. False when there are none.
+bool Dragging::orderUnstepped()
+{
+    m_order.clear();
+    for (const Hold& hold : m_held.holds())
+        if (!hold.stepped)
+            m_order.push_back({depthOf(*hold.receiver), m_order.size(), hold.receiver});
+    const auto isBefore = [](const Place& a, const Place& b) { return a.depth != b.depth ? a.depth < b.depth : a.held < b.held; };
+    if (!std::is_sorted(m_order.begin(), m_order.end(), isBefore))
+        std::sort(m_order.begin(), m_order.end(), isBefore);
+    return !m_order.empty();
 }
 
 void Dragging::finishFrame(double dtSeconds)

@@ -2,6 +2,7 @@
 
 #include <Vecta/Vector2T.hpp>
 
+#include <cstddef>
 #include <vector>
 
 namespace Trellis
@@ -38,10 +39,20 @@ public:
     void end(Widget& receiver, const Hold& hold, Vecta::Vector2f scenePoint, bool cancelled, double dtSeconds);
 
 private:
+    /// A receiver that is to be moved. It may be gone by then: only its address is used.
+    struct Place
+    {
+        int depth;        ///< in the tree
+        std::size_t held; ///< its place among all holds
+        const Widget* receiver;
+    };
+    [[nodiscard]] bool orderUnstepped();
+
     HeldFingers& m_held;
     MotionController& m_motion;
     DragObserver* m_observer = nullptr;
     std::vector<Vecta::Vector2f> m_from; ///< reused
     std::vector<Vecta::Vector2f> m_to;
+    std::vector<Place> m_order;
 };
 }

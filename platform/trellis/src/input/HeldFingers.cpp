@@ -9,6 +9,23 @@ namespace Trellis
 {
 namespace
 {
+/// The one element of which `test` holds, or null. Frames move fingers in the same order again and again, and each several times:
+/// the search begins with the last one found, whose index `last` is. Any index is right.
+template <class Element, class Test>
+Element* findFrom(std::vector<Element>& elements, std::size_t& last, Test test)
+{
+    const std::size_t count = elements.size();
+    std::size_t at = last < count ? last : 0;
+    for (std::size_t tried = 0; tried < count; ++tried) {
+        if (test(elements[at])) {
+            last = at;
+            return &elements[at];
+        }
+        at = at + 1 < count ? at + 1 : 0;
+    }
+    return nullptr;
+}
+
 void countFinger(const Finger& finger, int change)
 {
     if (finger.hit)
@@ -20,18 +37,12 @@ void countFinger(const Finger& finger, int change)
 
 Finger* HeldFingers::findFinger(std::int64_t id)
 {
-    for (Finger& finger : m_fingers)
-        if (finger.id == id)
-            return &finger;
-    return nullptr;
+    return findFrom(m_fingers, m_lastFinger, [id](const Finger& finger) { return finger.id == id; });
 }
 
-Hold* HeldFingers::findHold(const Widget& receiver)
+Hold* HeldFingers::findHoldOf(const Widget* receiver)
 {
-    for (Hold& hold : m_holds)
-        if (hold.receiver == &receiver)
-            return &hold;
-    return nullptr;
+    return findFrom(m_holds, m_lastHold, [receiver](const Hold& hold) { return hold.receiver == receiver; });
 }
 
 int HeldFingers::fingersOn(const Widget& receiver) const

@@ -2,6 +2,7 @@
 
 #include <Vecta/Vector2T.hpp>
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -46,7 +47,9 @@ public:
     [[nodiscard]] std::vector<Finger>& fingers() noexcept { return m_fingers; }
     [[nodiscard]] std::vector<Hold>& holds() noexcept { return m_holds; }
     [[nodiscard]] Finger* findFinger(std::int64_t id);
-    [[nodiscard]] Hold* findHold(const Widget& receiver);
+    [[nodiscard]] Hold* findHold(const Widget& receiver) { return findHoldOf(&receiver); }
+    /// As above of a widget that may be gone.
+    [[nodiscard]] Hold* findHoldOf(const Widget* receiver);
     [[nodiscard]] int fingersOn(const Widget& receiver) const;
 
     /// The finger is held by its hit widget from now on.
@@ -64,5 +67,8 @@ private:
     GrabTable& m_grabs;
     std::vector<Finger> m_fingers;
     std::vector<Hold> m_holds;
+    // Likely the ones that are looked for next.
+    std::size_t m_lastFinger = 0;
+    std::size_t m_lastHold = 0;
 };
 }
