@@ -9,13 +9,22 @@ set(HOUSE_PRECOMPILED_HEADERS
 
 # house_options(target): language level, warnings, visibility, sanitizers.
 function(house_options target)
+    # The loader searches all of these folders for each library of the system, too.
+    get_target_property(type ${target} TYPE)
+    if(type STREQUAL "EXECUTABLE")
+        set(places "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+    elseif(type STREQUAL "SHARED_LIBRARY")
+        set(places "$ORIGIN")
+    else()
+        set(places "$ORIGIN;$ORIGIN/..;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+    endif()
     target_compile_features(${target} PUBLIC cxx_std_17)
     set_target_properties(${target} PROPERTIES
         CXX_EXTENSIONS OFF
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON
         POSITION_INDEPENDENT_CODE ON
-        INSTALL_RPATH "$ORIGIN;$ORIGIN/..;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+        INSTALL_RPATH "${places}")
     target_compile_definitions(${target} PRIVATE QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII QT_DEPRECATED_WARNINGS)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wno-psabi)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
