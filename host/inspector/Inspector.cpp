@@ -1,6 +1,7 @@
 #include "Inspector.hpp"
 
 #include "GrabReport.hpp"
+#include "PngWriting.hpp"
 #include "StyleReport.hpp"
 #include "TableLog.hpp"
 #include "WidgetReport.hpp"
@@ -10,7 +11,6 @@
 #include <Trellis/Application.hpp>
 #include <Trellis/Widget.hpp>
 
-#include <QBuffer>
 #include <QElapsedTimer>
 #include <QImage>
 #include <QJsonArray>
@@ -172,10 +172,8 @@ LoopbackHttpServer::Response Inspector::screenshot(const LoopbackHttpServer::Req
     LoopbackHttpServer::Response response;
     // Packing takes far longer than drawing.
     response.later = [image]() -> LoopbackHttpServer::Response {
-        QByteArray png;
-        QBuffer buffer(&png);
-        buffer.open(QIODevice::WriteOnly);
-        if (!image.save(&buffer, "PNG"))
+        const QByteArray png = pngOf(image);
+        if (png.isEmpty())
             return refusal(500, "the picture of the table cannot be made");
         return {200, "image/png", png};
     };
