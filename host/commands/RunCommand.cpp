@@ -14,6 +14,7 @@
 #include <Bedrock/LargeHeap.hpp>
 #include <Bedrock/LogText.hpp>
 #include <Trellis/Application.hpp>
+#include <Trellis/FontRules.hpp>
 
 #include <QGuiApplication>
 #include <QJsonArray>
@@ -163,6 +164,7 @@ int RunCommand::run(RunOptions::Command command, const QStringList& arguments, c
     if (command == RunOptions::Command::Replay && options->table.dataFolder.isEmpty())
         options->table.dataFolder = temporary.path() + QStringLiteral("/data");
 
+    Trellis::useTableFontRules();
     std::optional<QGuiApplication> application;
     // Qt would take some of the table's options for its own.
     int programOnly = 1;

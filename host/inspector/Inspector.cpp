@@ -9,6 +9,7 @@
 #include <Lantern/PaintingThreads.hpp>
 #include <Tactile/TuioInput.hpp>
 #include <Trellis/Application.hpp>
+#include <Trellis/FontRules.hpp>
 #include <Trellis/Widget.hpp>
 
 #include <QElapsedTimer>
@@ -230,6 +231,7 @@ QByteArray Inspector::statusReport(QJsonObject report) const
                                          {"bytes", qint64(pictures.bytes)},
                                          {"budgetBytes", qint64(pictures.budgetBytes)}}},
                             {"paintingThreads", threads ? threads->count() : 1},
+                            {"fontRules", Trellis::fontRules() == Trellis::FontRules::Table ? "table" : "machine"},
                             {"needsFrame", application.needsFrame()},
                             {"manualClock", m_subject.manualClock}};
     for (auto entry = known.begin(); entry != known.end(); ++entry)

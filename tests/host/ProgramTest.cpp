@@ -396,6 +396,19 @@ TEST_CASE("tavola: by the clock frames run by themselves")
     CHECK(program.exitCode() == 0);
 }
 
+TEST_CASE("tavola: a table chooses fonts by its own rules, unless the environment names others")
+{
+    for (const auto& [named, rules] : {std::pair("", "table"), std::pair("/etc/fonts/fonts.conf", "machine")}) {
+        const Folder data;
+        Program program(
+            runArguments(data, QStringLiteral(TAVOLA_GALLERY), {"--plugin", TAVOLA_PLUGIN, "--manual-clock", "--inspect", "0"}),
+            {{QStringLiteral("FONTCONFIG_FILE"), QString::fromLatin1(named)},
+             {QStringLiteral("FONTCONFIG_PATH"), QString()},
+             {QStringLiteral("FONTCONFIG_SYSROOT"), QString()}});
+        CHECK(ask(program.inspector(), "GET", "/status").json().object().value("fontRules").toString() == QLatin1String(rules));
+    }
+}
+
 TEST_CASE("tavola: what it keeps of visitors is its user's alone, whatever the caller allows")
 {
     const Folder folder;

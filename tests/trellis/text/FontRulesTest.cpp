@@ -1,0 +1,261 @@
+#include <Trellis/FontRules.hpp>
+
+#include <doctest/doctest.h>
+
+#include <QByteArray>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <fontconfig/fontconfig.h>
+#include <memory>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace
+{
+using Configuration = std::unique_ptr<FcConfig, decltype(&FcConfigDestroy)>;
+using Pattern = std::unique_ptr<FcPattern, decltype(&FcPatternDestroy)>;
+using FontSet = std::unique_ptr<FcFontSet, decltype(&FcFontSetDestroy)>;
+
+const FcChar8* bytes(const char* text)
+{
+    return reinterpret_cast<const FcChar8*>(text); // NOLINT
+}
+
+Configuration tableRules()
+{
+    Configuration rules(FcConfigCreate(), FcConfigDestroy);
+    REQUIRE(FcConfigParseAndLoadFromMemory(rules.get(), bytes(Trellis::kTableFontRules), FcTrue));
+    REQUIRE(FcConfigBuildFonts(rules.get()));
+    return rules;
+}
+
+Configuration machineRules()
+{
+    return {FcInitLoadConfigAndFonts(), FcConfigDestroy};
+}
+
+std::string fileOf(const FcPattern& font)
+{
+    FcChar8* file = nullptr;
+    int index = 0;
+    FcPatternGetString(&font, FC_FILE, 0, &file);
+    FcPatternGetInteger(&font, FC_INDEX, 0, &index);
+    return file ? std::string(reinterpret_cast<const char*>(file)) + ' ' + std::to_string(index) : "none"; // NOLINT
+}
+
+/// What a text asks for; zeros and null are left open.
+struct Wanted
+{
+    const char* family;
+    int weight = 0;
+    int slant = 0;
+    const char* language = nullptr;
+    FcChar32 character = 0;
+};
+
+Pattern pattern(FcConfig& rules, const Wanted& wanted)
+{
+    Pattern made(FcPatternCreate(), FcPatternDestroy);
+    FcPatternAddString(made.get(), FC_FAMILY, bytes(wanted.family));
+    if (wanted.weight > 0)
+        FcPatternAddInteger(made.get(), FC_WEIGHT, wanted.weight);
+    if (wanted.slant > 0)
+        FcPatternAddInteger(made.get(), FC_SLANT, wanted.slant);
+    if (wanted.language) {
+        FcLangSet* const languages = FcLangSetCreate();
+        FcLangSetAdd(languages, bytes(wanted.language));
+        FcPatternAddLangSet(made.get(), FC_LANG, languages);
+        FcLangSetDestroy(languages);
+    }
+    if (wanted.character != 0) {
+        FcCharSet* const characters = FcCharSetCreate();
+        FcCharSetAddChar(characters, wanted.character);
+        FcPatternAddCharSet(made.get(), FC_CHARSET, characters);
+        FcCharSetDestroy(characters);
+    }
+    FcConfigSubstitute(&rules, made.get(), FcMatchPattern);
+    FcDefaultSubstitute(made.get());
+    return made;
+}
+
+/// The chosen font, and how Qt would draw it.
+std::string chosen(FcConfig& rules, const Wanted& wanted)
+{
+    FcResult result = FcResultNoMatch;
+    const Pattern font(FcFontMatch(&rules, pattern(rules, wanted).get(), &result), FcPatternDestroy);
+    if (!font)
+        return "none";
+    std::string text = fileOf(*font);
+    for (const char* number : {FC_HINT_STYLE, FC_LCD_FILTER, FC_RGBA}) {
+        int value = -1;
+        FcPatternGetInteger(font.get(), number, 0, &value);
+        text += ' ' + std::to_string(value);
+    }
+    for (const char* flag : {FC_ANTIALIAS, FC_AUTOHINT}) {
+        FcBool value = -1;
+        FcPatternGetBool(font.get(), flag, 0, &value);
+        text += ' ' + std::to_string(value);
+    }
+    return text;
+}
+
+/// All fonts by how well they suit, as Qt asks for letters that the first one lacks.
+std::vector<std::string> sorted(FcConfig& rules, const Wanted& wanted)
+{
+    FcResult result = FcResultNoMatch;
+    const FontSet fonts(FcFontSort(&rules, pattern(rules, wanted).get(), FcTrue, nullptr, &result), FcFontSetDestroy);
+    std::vector<std::string> files;
+    for (int i = 0; i < fonts->nfont; ++i)
+        files.push_back(fileOf(*fonts->fonts[i]));
+    return files;
+}
+
+std::set<std::string> found(FcConfig& rules)
+{
+    const FcFontSet& fonts = *FcConfigGetFonts(&rules, FcSetSystem);
+    std::set<std::string> files;
+    for (int i = 0; i < fonts.nfont; ++i)
+        files.insert(fileOf(*fonts.fonts[i]));
+    return files;
+}
+
+/// Sets a variable of the environment for its lifetime.
+class Variable
+{
+public:
+    Variable(const char* name, const QByteArray& value)
+        : m_name(name), m_wasSet(qEnvironmentVariableIsSet(name)), m_before(qgetenv(name))
+    {
+        qputenv(name, value);
+    }
+    ~Variable()
+    {
+        if (m_wasSet)
+            qputenv(m_name, m_before);
+        else
+            qunsetenv(m_name);
+    }
+    Variable(const Variable&) = delete;
+    Variable& operator=(const Variable&) = delete;
+
+private:
+    const char* m_name;
+    bool m_wasSet;
+    QByteArray m_before;
+};
+
+/// Fonts that differ in what is compared below, which are those that tables are set up with.
+bool hasFonts(FcConfig& rules)
+{
+    const std::set<std::string> files = found(rules);
+    const auto has = [&files](const char* name) {
+        return std::any_of(files.begin(), files.end(), [name](const std::string& file) { return file.find(name) != file.npos; });
+    };
+    return has("/Inter-Regular") && has("/NotoSans-Regular") && has("/NotoSerif-Regular") && has("/NotoSansCJK-Regular");
+}
+
+const std::vector<const char*> kFamilies{"sans-serif",  "serif",  "monospace",     "sans",      "system-ui", "cursive",
+                                         "emoji",       "math",   "Inter",         "Noto Sans", "Arial",     "Georgia",
+                                         "Courier New", "Times",  "Comic Sans MS", "Consolas",  "Verdana",   "Nothing Like It",
+                                         "Lato",        "Impact", "sans serif"};
+}
+
+TEST_CASE("font rules: the table finds the fonts that the machine finds")
+{
+    const Configuration table = tableRules();
+    const Configuration machine = machineRules();
+    REQUIRE(hasFonts(*machine));
+    CHECK(found(*table) == found(*machine));
+}
+
+TEST_CASE("font rules: a name, weight and slant is the same font by the table's rules as by the machine's")
+{
+    const Configuration table = tableRules();
+    const Configuration machine = machineRules();
+    for (const char* family : kFamilies)
+        for (const auto& [weight, slant] :
+             {std::pair(0, 0), std::pair(50, 0), std::pair(100, 100), std::pair(200, 0), std::pair(210, 110)}) {
+            CAPTURE(family);
+            CAPTURE(weight);
+            CAPTURE(slant);
+            CHECK(chosen(*table, {family, weight, slant}) == chosen(*machine, {family, weight, slant}));
+        }
+}
+
+TEST_CASE("font rules: each language and letter has the same font by the table's rules as by the machine's")
+{
+    const Configuration table = tableRules();
+    const Configuration machine = machineRules();
+    for (const char* family : {"sans-serif", "serif", "monospace", "Inter", "Georgia"}) {
+        CAPTURE(family);
+        for (const char* language : {"en", "de", "fi", "fr", "ru", "el", "ar", "fa", "he", "hi", "th", "ka", "am", "ja", "ko",
+                                     "zh-cn", "zh-tw", "zh-hk"}) {
+            CAPTURE(language);
+            CHECK(chosen(*table, {family, 0, 0, language}) == chosen(*machine, {family, 0, 0, language}));
+        }
+        for (const FcChar32 character :
+             {0x416u, 0x3a9u, 0x5d0u, 0x627u, 0x905u, 0xe01u, 0x10d0u, 0x3042u, 0x4e2du, 0xac00u, 0x1f600u, 0x2192u}) {
+            CAPTURE(character);
+            CHECK(chosen(*table, {family, 0, 0, nullptr, character}) == chosen(*machine, {family, 0, 0, nullptr, character}));
+        }
+    }
+}
+
+TEST_CASE("font rules: letters that a font lacks come from the same fonts in the same order")
+{
+    const Configuration table = tableRules();
+    const Configuration machine = machineRules();
+    for (const char* family : {"sans-serif", "serif", "monospace"})
+        for (const char* language : {"en", "ar", "ja", "zh-tw", "th"}) {
+            CAPTURE(family);
+            CAPTURE(language);
+            const std::vector<std::string> files = sorted(*table, {family, 0, 0, language});
+            CHECK(files.size() > 10);
+            CHECK(files == sorted(*machine, {family, 0, 0, language}));
+        }
+}
+
+TEST_CASE("font rules: fonts that are not there have those of the same widths in their place")
+{
+    const Configuration table = tableRules();
+    const auto second = [&table](const char* family) {
+        const Pattern filled = pattern(*table, {family});
+        FcChar8* name = nullptr;
+        FcPatternGetString(filled.get(), FC_FAMILY, 1, &name);
+        return std::string(reinterpret_cast<const char*>(name)); // NOLINT
+    };
+    CHECK(second("Arial") == "Arimo");
+    CHECK(second("Times New Roman") == "Tinos");
+    CHECK(second("Courier New") == "Cousine");
+    CHECK(second("Calibri") == "Carlito");
+    CHECK(second("Bitstream Vera Sans Mono") == "DejaVu Sans Mono");
+}
+
+TEST_CASE("font rules: what the user has set is added to the table's rules, and goes before its preferences")
+{
+    const QTemporaryDir folder;
+    REQUIRE(QDir(folder.path()).mkpath(QStringLiteral("fontconfig")));
+    QFile file(folder.filePath(QStringLiteral("fontconfig/fonts.conf")));
+    REQUIRE(file.open(QIODevice::WriteOnly));
+    file.write("<fontconfig><alias><family>sans-serif</family><prefer><family>Noto Serif</family></prefer></alias></fontconfig>");
+    file.close();
+    CHECK(chosen(*tableRules(), {"sans-serif"}).find("/NotoSans-Regular") != std::string::npos);
+    const Variable home("XDG_CONFIG_HOME", QFile::encodeName(folder.path()));
+    CHECK(chosen(*tableRules(), {"sans-serif"}).find("/NotoSerif-Regular") != std::string::npos);
+}
+
+TEST_CASE("font rules: rules that the environment names stay in force")
+{
+    REQUIRE(Trellis::fontRules() == Trellis::FontRules::Machine);
+    for (const char* name : {"FONTCONFIG_FILE", "FONTCONFIG_PATH", "FONTCONFIG_SYSROOT"}) {
+        CAPTURE(name);
+        const Variable named(name, "/etc/fonts/fonts.conf");
+        CHECK(Trellis::useTableFontRules() == Trellis::FontRules::Machine);
+        CHECK(Trellis::fontRules() == Trellis::FontRules::Machine);
+    }
+}
