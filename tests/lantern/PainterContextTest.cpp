@@ -551,3 +551,24 @@ TEST_CASE("painter context: what holds turned things is visible half a pixel bes
     CHECK_FALSE(context.isVisible({20.f, 22.f, 1.f, 1.f}));
     context.pop();
 }
+
+TEST_CASE("painter context: in an empty clip nothing shows, not the pixel either at which the painter's coordinates begin")
+{
+    const QImage image = picture([](RenderContext& c) {
+        const auto drawDisc = [&c] { c.drawArc({0.f, 0.f}, 8.f, 0.f, 7.f, Lantern::Style().setFill({1.f, 1.f, 1.f, 1.f})); };
+        c.pushTransform(Vecta::Transform::translation({20.4f, 20.4f}));
+        c.pushClip({30.f, 30.f, 10.f, 10.f});
+        drawDisc(); // cut off as a whole, with a painter that is moved
+        for (const Vecta::Rect& clip : {Vecta::Rect{}, Vecta::Rect{-50.f, -50.f, 10.f, 10.f}}) {
+            c.pushClip(clip);
+            drawDisc();
+            c.pop();
+        }
+        c.pop();
+        c.pushClip({0.f, 0.f, 4.f, 0.f});
+        drawDisc();
+        c.pop();
+        c.pop();
+    });
+    CHECK(pixelsLit(image) == 0);
+}

@@ -150,8 +150,11 @@ void PainterContext::Private::pushEmptyClip()
     save(Kind::Clip);
     prepareGround();
     painter->save();
+    // An empty rectangle that a transform moves by parts of a pixel is rounded to one pixel.
+    painter->setTransform(QTransform());
     painter->setClipRect(QRectF(), Qt::IntersectClip);
     clipBounds = {};
+    isPainterStale = true;
 }
 
 void PainterContext::Private::pushClip(const RoundBox& box)
