@@ -20,6 +20,7 @@
 #include <Vecta/Angle.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 #include <typeinfo>
 
@@ -39,9 +40,13 @@ const QByteArray kAgain = QByteArrayLiteral("again");
 const QByteArray kTwice = QByteArrayLiteral("twice");
 const QByteArray kNoWords = QByteArrayLiteral("no-words");
 
-bool isSameCard(const Tactile::Marker& a, const Tactile::Marker& b)
+/// The same one, none of whose corners is more than so far from where it was.
+bool isSameCard(const Tactile::Marker& a, const Tactile::Marker& b, float pixelPitchMm)
 {
-    return a.id() == b.id() && a.centerLocation() == b.centerLocation() && a.rotation() == b.rotation();
+    const auto turned = float(std::abs(std::remainder(a.rotation() - b.rotation(), float(Vecta::kTwoPi))));
+    const float byTurnMm = turned * kCardSideMm * 0.71f;
+    const float byMoveMm = (a.centerLocation() - b.centerLocation()).length() * pixelPitchMm;
+    return a.id() == b.id() && byMoveMm + byTurnMm <= kTrembleMm;
 }
 
 /// Whether the widget has an instance of a class of its own, as detectors have; content has one of the common class.
@@ -149,7 +154,8 @@ void CardSigns::update(Trellis::Widget& layer, const Trellis::Widget& content, c
         explain(sign, reason, isTwice, surroundings.languages ? surroundings.languages->ofCard(card->code()) : QString());
         const Trellis::Widget* const below = grabber ? onTable(grabber->widget(), content) : nullptr;
         const auto words = shapeOfWords(*sign.widget);
-        isSearchNeeded |= !(words == sign.words);
+        const bool hadWords = sign.words.has_value();
+        isSearchNeeded |= below != sign.below || words.has_value() != hadWords || (words && !words->isSameUnturned(*sign.words));
         sign.below = below;
         sign.words = words;
     }
@@ -163,18 +169,18 @@ void CardSigns::update(Trellis::Widget& layer, const Trellis::Widget& content, c
         isSearchNeeded = true;
     }
     if (isSearchNeeded)
-        placeAllWords();
+        placeAllWords(cards);
 }
 
 /// Returns whether anything has changed that the words of signs make room for. Forgets cards that were lifted.
 bool CardSigns::noteSurroundings(const std::vector<Tactile::Marker>& cards, const std::vector<OpenOutline>& open)
 {
     const Vecta::Vector2f table = Trellis::Application::instance()->size();
-    if (table == m_table && std::equal(cards.begin(), cards.end(), m_cards.begin(), m_cards.end(), isSameCard)
+    const auto isSame = [this](const auto& a, const auto& b) { return isSameCard(a, b, m_pixelPitchMm); };
+    if (table == m_table && std::equal(cards.begin(), cards.end(), m_cards.begin(), m_cards.end(), isSame)
         && std::equal(open.begin(), open.end(), m_open.begin(), m_open.end(), isSameOutline))
         return false;
     m_table = table;
-    m_cards = cards;
     m_open = open;
     for (auto held = m_held.begin(); held != m_held.end();) {
         const bool isLying = std::any_of(cards.begin(), cards.end(), [held](const auto& card) { return card.id() == *held; });
@@ -227,17 +233,18 @@ void CardSigns::explain(Sign& sign, const QByteArray& reason, bool isTwice, cons
 }
 
 /// In the order in which the cards came: the words of the first one stay, and later ones make room.
-void CardSigns::placeAllWords()
+void CardSigns::placeAllWords(const std::vector<Tactile::Marker>& cards)
 {
+    m_cards = cards;
     std::vector<PlaceSearch::Outline> placed;
-    for (const Tactile::Marker& card : m_cards) {
+    for (const Tactile::Marker& card : cards) {
         const auto found = m_signs.find(card.id());
         if (found == m_signs.end() || !found->second.words)
             continue;
-        const Sign& sign = found->second;
+        Sign& sign = found->second;
         SignSurroundings surroundings;
         surroundings.card = cardOutline(card, m_pixelPitchMm);
-        for (const Tactile::Marker& other : m_cards)
+        for (const Tactile::Marker& other : cards)
             if (other.id() != card.id())
                 surroundings.otherCards.push_back(cardOutline(other, m_pixelPitchMm));
         surroundings.others = placed;
@@ -246,7 +253,8 @@ void CardSigns::placeAllWords()
                 surroundings.others.push_back(open.outline);
         surroundings.table = m_table;
         surroundings.gapPx = kWordsGapMm / m_pixelPitchMm;
-        placed.push_back(placeSignWords(wordsOf(*sign.widget), *sign.words, card.centerLocation(), surroundings));
+        surroundings.tremblePx = kTrembleMm / m_pixelPitchMm;
+        placed.push_back(sign.wordsPlace.place(wordsOf(*sign.widget), *sign.words, card.centerLocation(), surroundings));
     }
 }
 }

@@ -36,10 +36,10 @@ class CardOpenings;
 ///   the same
 /// The text stands whole on the table and below no card, as near as possible to where style sheets put it; while there is room it
 /// covers no text of another sign and nothing that visitors have open, but for what the card lies on. Its place is searched anew
-/// only when one of these changes. A card keeps "covered" and "other-space" when what it lies on goes: it
-/// is taken only when it is put down again. Signs take no input, and are gone in the frame in which the card is lifted or taken.
-/// What takes cards are widgets of plug-ins with an instance of their own, and widgets with a listener of "marker-down". Main
-/// thread only.
+/// only when one of these changes that it depends on, by more than a card trembles (`SignWords`). A card keeps "covered" and
+/// "other-space" when what it lies on goes: it is taken only when it is put down again. Signs take no input, and are gone in the
+/// frame in which the card is lifted or taken. What takes cards are widgets of plug-ins with an instance of their own, and
+/// widgets with a listener of "marker-down". Main thread only.
 class CardSigns
 {
 public:
@@ -67,17 +67,18 @@ private:
         bool isTwice = false;
         QString language;
         const Trellis::Widget* below = nullptr; ///< what the card lies on; for comparisons only
-        std::optional<SignWordsShape> words;    ///< with which the place of the words was searched last
+        std::optional<SignWordsShape> words;    ///< in the last update
+        SignWords wordsPlace;
         bool isPresent = true;
     };
     [[nodiscard]] bool noteSurroundings(const std::vector<Tactile::Marker>& cards, const std::vector<OpenOutline>& open);
     Sign& signOf(Trellis::Widget& layer, const Tactile::Marker& card);
     static void explain(Sign& sign, const QByteArray& reason, bool isTwice, const QString& language);
-    void placeAllWords();
+    void placeAllWords(const std::vector<Tactile::Marker>& cards);
 
     float m_pixelPitchMm;
     std::map<std::int64_t, Sign> m_signs; ///< by the card's id
-    std::vector<Tactile::Marker> m_cards; ///< of the last update
+    std::vector<Tactile::Marker> m_cards; ///< when words were placed last
     std::set<std::int64_t> m_held;        ///< those of them that a widget has held
     std::vector<OpenOutline> m_open;      ///< of the last update
     Vecta::Vector2f m_table;              ///< its size in that update, pixels

@@ -14,6 +14,8 @@ using Vecta::Rect;
 using Vecta::Vector2f;
 using Corners = std::vector<Vector2f>;
 
+long placeSearchCount = 0;
+
 constexpr float kTouchingSquaredPx = 0.01f;
 constexpr float kApartPx = 0.5f; ///< between two people's widgets, so that rounding makes none cover the other
 
@@ -243,8 +245,14 @@ std::optional<Found> nearest(const PlaceSearch& s, const Rule& rule)
 }
 }
 
+long PlaceSearch::searchesMade() noexcept
+{
+    return placeSearchCount;
+}
+
 Vector2f PlaceSearch::find() const
 {
+    ++placeSearchCount;
     for (const Rule& rule : Rules(*this).all())
         if (const auto found = nearest(*this, rule))
             return found->center;

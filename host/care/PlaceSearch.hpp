@@ -38,5 +38,7 @@ struct PlaceSearch
     /// Whether the widget with this centre is whole on the table, no card covers its parts, and it covers no other person's
     /// widget; with a placement next to the card also, whether it stands clear of that card.
     [[nodiscard]] bool suits(Vecta::Vector2f middle) const;
+    /// How often any place was searched since the process began. Main thread only.
+    [[nodiscard]] static long searchesMade() noexcept;
 };
 }

@@ -7,6 +7,9 @@
 
 #include <doctest/doctest.h>
 
+#include <cmath>
+#include <vector>
+
 using Vecta::Vector2f;
 
 namespace
@@ -49,7 +52,24 @@ struct SignWordsFixture
         return std::none_of(cards.begin(), cards.end(), [&](const auto& card) { return covers(widget, card); });
     }
 
+    /// 24 cards in three rows, so near that the words of many stand elsewhere than style sheets put them.
+    void putMany()
+    {
+        for (int i = 0; i < 24; ++i)
+            many.push_back(table.host.input.markerDown(9000u + unsigned(i), placeOf(i), 4.712f));
+        table.host.frames(2);
+    }
+    static Vector2f placeOf(int i) { return {150.f + 230.f * float(i % 8), 200.f + 320.f * float(i / 8)}; }
+    int movedWords()
+    {
+        int count = 0;
+        for (const Trellis::Widget* sign : table.host.app().mainLayer()->findAllByType("CardSign"))
+            count += sign->children().front()->attribute("location")->hasValue(Facet::kUserLayer);
+        return count;
+    }
+
     CareTable table;
+    std::vector<std::int64_t> many;
 };
 }
 
@@ -187,4 +207,95 @@ TEST_CASE("sign words: they make room for another card")
     f.table.host.input.markerDown(9998, wanted, 0.f);
     f.table.host.frame();
     CHECK(f.isFreeOfCards(f.words()));
+}
+
+TEST_CASE("sign words: while cards tremble no place is searched anew, and the words follow their cards")
+{
+    SignWordsFixture f;
+    f.putMany();
+    REQUIRE(f.movedWords() > 5);
+    const long before = Host::PlaceSearch::searchesMade();
+    for (int frame = 0; frame < 20; ++frame) {
+        for (int i = 0; i < 24; ++i) {
+            const Vector2f by{0.6f * std::sin(float(frame * 7 + i)), 0.6f * std::cos(float(frame * 5 + i))};
+            f.table.host.input.markerMove(f.many[std::size_t(i)], SignWordsFixture::placeOf(i) + by, 4.712f + 0.005f * by.x);
+        }
+        f.table.host.frame();
+    }
+    CHECK(Host::PlaceSearch::searchesMade() == before);
+    f.table.host.input.markerMove(f.many[0], SignWordsFixture::placeOf(0) + Vector2f(1.f, 1.f), 4.712f);
+    f.table.host.frame();
+    CHECK(Host::PlaceSearch::searchesMade() == before);
+    for (const Trellis::Widget* sign : f.table.host.app().mainLayer()->findAllByType("CardSign"))
+        CHECK(f.isFreeOfCards(*sign->children().front()));
+}
+
+TEST_CASE("sign words: a card that creeps by less than a tremble in each frame has the place of its words searched in time")
+{
+    SignWordsFixture f;
+    const Trellis::Widget& words = f.put({960.f, 540.f}, 4.712f);
+    const long before = Host::PlaceSearch::searchesMade();
+    for (int i = 1; i <= 480; ++i) {
+        f.table.host.input.markerMove(f.table.card, {960.f, 540.f - float(i)}, 4.712f);
+        f.table.host.frame();
+    }
+    CHECK(Host::PlaceSearch::searchesMade() - before > 150);
+    CHECK(words.sceneBounds().y > -2.f);
+    CHECK(f.isFreeOfCards(words));
+}
+
+TEST_CASE(
+    "sign words: a card that is turned where it lies has the place of its words searched anew, one that trembles so has not")
+{
+    SignWordsFixture f;
+    f.put({960.f, 540.f}, 4.712f);
+    const long before = Host::PlaceSearch::searchesMade();
+    f.table.host.input.markerMove(f.table.card, {960.f, 540.f}, 4.712f + 0.01f);
+    f.table.host.frame();
+    CHECK(Host::PlaceSearch::searchesMade() == before);
+    f.table.host.input.markerMove(f.table.card, {960.f, 540.f}, 4.712f + 0.05f);
+    f.table.host.frame();
+    CHECK(Host::PlaceSearch::searchesMade() == before + 1);
+}
+
+TEST_CASE("sign words: a card and a space that move far from the words of other cards have no place searched but their own")
+{
+    SignWordsFixture f;
+    f.put({400.f, 300.f}, 4.712f);
+    const Vector2f words = f.words().mapToScene({});
+    const auto other = f.table.host.input.markerDown(9998, {1500.f, 300.f}, 4.712f);
+    f.table.host.frame();
+    long before = Host::PlaceSearch::searchesMade();
+    for (int i = 1; i <= 10; ++i) {
+        f.table.host.input.markerMove(other, {1500.f, 300.f + 20.f * float(i)}, 4.712f);
+        f.table.host.frame();
+    }
+    CHECK(Host::PlaceSearch::searchesMade() == before + 10);
+    f.table.area->setInputEnabled(true);
+    Trellis::Widget& space = f.table.open(1001, {960.f, 760.f});
+    f.table.host.frames(30);
+    f.table.host.input.markerUp(other);
+    f.table.host.input.markerUp(f.table.card);
+    f.table.host.frame();
+    before = Host::PlaceSearch::searchesMade();
+    for (int i = 0; i < 10; ++i) {
+        space.setLocation(space.location() + Vector2f(20.f, 0.f));
+        f.table.host.frame();
+    }
+    CHECK(Host::PlaceSearch::searchesMade() == before);
+    CHECK(f.words().mapToScene({}) == words);
+}
+
+TEST_CASE("sign words: they come back when the space that they make room for is what the card lies on")
+{
+    SignWordsFixture f;
+    f.put({960.f, 540.f}, 4.712f);
+    const auto card = f.table.card;
+    f.table.area->setInputEnabled(true);
+    Trellis::Widget& space = f.table.open(1001, {1250.f, 300.f});
+    f.table.host.frames(30);
+    REQUIRE(f.words().attribute("location")->hasValue(Facet::kUserLayer));
+    f.table.host.app().grabManager()->transferGrab(card, space.inputGrabber());
+    f.table.host.frames(2);
+    CHECK_FALSE(f.words().attribute("location")->hasValue(Facet::kUserLayer));
 }
