@@ -34,6 +34,19 @@ TEST_CASE("attribute declaration: attributes of one name, type and default share
     CHECK(AttributeDeclaration::isKnownName(name));
 }
 
+TEST_CASE("attribute declaration: the number of one that is gone is used again")
+{
+    const Facet::AttributeName name("declaration-again");
+    unsigned first = 0;
+    for (int i = 0; i < 5; ++i) {
+        AttributeT<int> attribute(nullptr, name, i);
+        if (i == 0)
+            first = AttributeDeclaration::next(name, 0);
+        CHECK(AttributeDeclaration::next(name, 0) == first);
+        CHECK(attribute == i);
+    }
+}
+
 TEST_CASE("attribute declaration: each attribute has the default it was made with, however many differ")
 {
     std::vector<std::unique_ptr<AttributeT<int>>> attributes;

@@ -6,7 +6,9 @@
 #include <Facet/AttributeT.hpp>
 
 #include <algorithm>
+#include <array>
 #include <memory>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -62,6 +64,33 @@ TEST_CASE("attribute list: attributes that are members of one class need no memo
     second.addTo(list);
     CHECK(FacetTest::allocations() == before);
     CHECK(list.find(number("members-depth")) == &second.depth);
+}
+
+TEST_CASE(
+    "attribute list: an attribute whose distance differs from list to list takes memory of its list, and none that all share")
+{
+    constexpr int kCount = 30;
+    // One beside the other.
+    struct
+    {
+        FloatAttribute first{nullptr, "apart-first"};
+        std::array<std::optional<FloatAttribute>, kCount> others;
+    } node;
+    for (auto& other : node.others)
+        other.emplace(nullptr, "apart-second");
+    const int secondName = number("apart-second");
+    const auto allocationsOfAll = [&] {
+        const long before = FacetTest::allocations();
+        for (auto& other : node.others) {
+            AttributeList list;
+            list.add(node.first);
+            list.add(*other);
+            CHECK(list.find(secondName) == &*other);
+        }
+        return FacetTest::allocations() - before;
+    };
+    (void)allocationsOfAll(); // what lists like these share
+    CHECK(allocationsOfAll() >= kCount - 1);
 }
 
 TEST_CASE("attribute list: of two attributes with one name the first is found, and the second after it is gone")
