@@ -26,7 +26,7 @@ rect.met{fill:var(--met)}rect.missed{fill:var(--missed)}rect.plain{fill:var(--pl
 .target{stroke:var(--ink);stroke-width:2}.cut{stroke:var(--ground);stroke-width:2;fill:none}.grid{stroke:var(--line)}
 .line0{stroke:var(--plain)}.line1{stroke:var(--rival)}.line0,.line1{fill:none;stroke-width:2}
 .dot0,svg .key0{fill:var(--plain)}.dot1,svg .key1{fill:var(--rival)}
-@media(max-width:44rem){th:nth-child(4),td.chart{display:none}.charts{grid-template-columns:1fr}}
+@media(max-width:44rem){table{table-layout:auto}th:nth-child(n){width:auto}th:nth-child(4),td.chart{display:none}.charts{grid-template-columns:1fr}}
 """
 
 _VERDICTS = {True: ("met", "✓ met"), False: ("missed", "✗ missed"), None: ("", "–")}
