@@ -37,6 +37,8 @@ InputScene::InputScene(int fingers, int cards) : m_fingers(fingers), m_cards(car
         set(*thing, "movable");
         if (i < fingers)
             m_things.push_back(thing);
+        else
+            thing->eventAddListener("marker-down", [this] { ++m_cardsHeld; });
     }
     application.frame(kFrameSeconds);
 }
@@ -81,5 +83,7 @@ void InputScene::requireAllHeld() const
     for (const Trellis::Widget* thing : m_things)
         if (!thing->isHeld())
             throw std::runtime_error("a finger holds nothing");
+    if (m_cardsHeld != m_cards)
+        throw std::runtime_error("a card is held by nothing, or came more than once");
 }
 }

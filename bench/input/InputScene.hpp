@@ -28,7 +28,7 @@ public:
     [[nodiscard]] Packets nextPackets();
     /// The packets of so many steps, made beforehand: encoding is the sender's work.
     [[nodiscard]] std::vector<Packets> packetsOf(int steps);
-    /// Throws std::runtime_error unless every finger holds a thing.
+    /// Throws std::runtime_error unless every finger holds a thing, and each card was given to one, once.
     void requireAllHeld() const;
 
     Trellis::Application application{{3840.f, 2160.f}};
@@ -37,6 +37,7 @@ public:
 private:
     int m_fingers;
     int m_cards;
+    int m_cardsHeld = 0;
     std::int32_t m_step = 0;
     std::vector<Trellis::Widget*> m_things; ///< under the fingers
     Tactile::TuioEncoder m_fingerEncoder{"benchmark@localhost"};
