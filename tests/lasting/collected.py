@@ -68,16 +68,8 @@ class CollectionVisit(Visit):
 
     def start(self):
         """Opens the table, and the space of a card."""
-        kept = {name: os.environ.get(name) for name in self.power.environment()}
-        os.environ.update(self.power.environment())
-        try:
+        with self.power.over_programs():
             self.open_table(self.presentation, self.options)
-        finally:
-            for name, before in kept.items():
-                if before is None:
-                    del os.environ[name]
-                else:
-                    os.environ[name] = before
         self.stage.act(self.CARD, 0.4)
 
     def collect(self, css_id):

@@ -22,6 +22,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, "..", "..", "tools", "demonstration"))
 
 from collected import SCENARIOS as COLLECTED  # noqa: E402
+from power import Power  # noqa: E402
 from programs import Failure, MediaServer, centre, fetch, value  # noqa: E402
 from visit import PRESENTATIONS, Visit, World, require  # noqa: E402
 
@@ -81,6 +82,43 @@ def transfer_survives_kills(build, folder):
     print(f"  a file of {len(content)} bytes arrived over {kills} kills")
 
 
+def pages_survive_power_cuts(build, folder):
+    """What a media server has acknowledged, commands and content, outlasts a power cut."""
+    content = random.Random(17).randbytes(100_000)
+    power = Power(build, os.path.join(folder, "machine"), os.path.join(folder, "copies"))
+    os.makedirs(os.path.join(power.root, "content"))
+
+    def start():
+        with power.over_programs():
+            return MediaServer(build, os.path.join(power.root, "content"), power.root)
+
+    def cut(server):
+        server.process.kill()
+        server.process.wait()
+        power.cut()
+
+    cut(start())  # the folders are on the disk
+    server = start()
+    question = {"command": "getuserpage", "tessel": 7}
+    address = server.command_answer(question)["userpageurl"].rsplit("/", 1)[1]
+    server.command_answer(announced("film.mp4", content))
+    state = ask_content(server, "GET", "film.mp4", content)
+    while state["state"] != "there":
+        state = ask_content(server, "PUT", "film.mp4", content, state["received"], state["received"] + state["piece"])
+    # The last command: that of the content has synced no more than the content.
+    server.command_answer({"command": "additem", "tessel": 7, "url": "https://museum.example/last"})
+    cut(server)
+    server = start()
+    require(read(power.root, "content", "film.mp4") == content, "a power cut has changed the content")
+    after = server.command_answer(question)["userpageurl"].rsplit("/", 1)[1]
+    require(after == address, "after a power cut the page has another address")
+    text = fetch(server.pages + "p/" + address).decode()
+    require("film.mp4" in text and "museum.example" in text and "Coming" not in text, "a power cut has changed the page")
+    complaint = server.end()
+    require(not complaint, complaint)
+    print("  acknowledged commands and content last over a power cut")
+
+
 class ContentVisit(Visit):
     """A table whose media server has an empty folder."""
 
@@ -129,7 +167,8 @@ def table_sends_content(build, folder):
     print("  two pictures of a table reached an empty content folder")
 
 
-SCENARIOS = {"transfer_survives_kills": transfer_survives_kills, "table_sends_content": table_sends_content, **COLLECTED}
+SCENARIOS = {"transfer_survives_kills": transfer_survives_kills, "table_sends_content": table_sends_content,
+             "pages_survive_power_cuts": pages_survive_power_cuts, **COLLECTED}
 
 
 def play(name, build):

@@ -1,4 +1,5 @@
 """Power cuts: what a program has not brought to the disk is lost."""
+import contextlib
 import os
 import shutil
 
@@ -15,6 +16,20 @@ class Power:
 
     def environment(self):
         return {"LD_PRELOAD": self.library, "SYNCED_ROOT": self.root, "SYNCED_COPY": self.copies}
+
+    @contextlib.contextmanager
+    def over_programs(self):
+        """Programs that are started inside are given to the library."""
+        kept = {name: os.environ.get(name) for name in self.environment()}
+        os.environ.update(self.environment())
+        try:
+            yield
+        finally:
+            for name, before in kept.items():
+                if before is None:
+                    del os.environ[name]
+                else:
+                    os.environ[name] = before
 
     def cut(self):
         """To be called when the programs are killed."""

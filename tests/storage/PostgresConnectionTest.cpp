@@ -1,4 +1,5 @@
 #include "Boats.hpp"
+#include "Connection.hpp"
 
 #include <Patience.hpp>
 #include <PostgresProxy.hpp>
@@ -169,6 +170,33 @@ TEST_CASE("postgres connection: a commit whose acknowledgement is lost is looked
     CHECK(allBoats(*store) == "Boat1");
 }
 
+TEST_CASE(
+    "postgres connection: a commit whose acknowledgement is lost with the server may have been saved, and is not the next job's")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    Far far;
+    const auto store = far.store(within(std::chrono::milliseconds(400)));
+    far.proxy.cutAnswerTo("COMMIT", PostgresProxy::Then::Freeze);
+    const auto outcome = store->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Ahti"); });
+    REQUIRE_FALSE(outcome);
+    CHECK(outcome.error().kind == Failure::Kind::Away);
+    CHECK(outcome.error().reason.endsWith(QLatin1String("; whether it was saved is not known")));
+    far.proxy.thaw();
+    // On a busy machine a job may miss so short a deadline.
+    bool isDone = false;
+    for (int attempt = 0; attempt < 1000 && !isDone; ++attempt) {
+        const auto next = store->run(Kind::Write, [](Transaction& t) {
+            return t.run(QStringLiteral("INSERT INTO boat (name, length) VALUES ('Ilma', 1) ON CONFLICT DO NOTHING"));
+        });
+        isDone = next.has_value();
+        if (!isDone)
+            CHECK_FALSE(next.error().reason.isEmpty());
+    }
+    CHECK(isDone);
+    CHECK(far.database.execute(QStringLiteral("SELECT count(*) FROM boat WHERE name = 'Ilma'")).toInt() == 1);
+}
+
 TEST_CASE("postgres connection: a commit that the server undid is done again")
 {
     if (!TestDatabase::hasPostgres())
@@ -318,4 +346,52 @@ TEST_CASE("postgres connection: a program that stops in a transaction does not k
     mayGo.set_value();
     CHECK(ends.waitFor(1));
     CHECK(allBoats(*patient) == "Ahti");
+}
+
+TEST_CASE("postgres connection: a commit that the server answers with a rollback is a failure")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    const TestDatabase database(TestDatabase::Kind::Postgres);
+    const auto connection = Connection::make(database.address(), TestSupport::kPatience, false);
+    QString sentence;
+    REQUIRE(connection->open(boats(), sentence));
+    REQUIRE(connection->begin(Kind::Write));
+    REQUIRE_FALSE(connection->execute(QStringLiteral("SELECT 1 / 0")));
+    // The server rolls back what has failed, and calls that a success.
+    CHECK_FALSE(connection->commit(Kind::Write, false));
+    CHECK(connection->fault().kind == Fault::Kind::Statement);
+    CHECK(connection->fault().reason == "the server rolled the transaction back");
+    REQUIRE(connection->begin(Kind::Write));
+    CHECK(connection->commit(Kind::Write, false));
+}
+
+TEST_CASE("postgres connection: what is acknowledged is on the disk where the database would not wait for it, and waits end")
+{
+    if (!TestDatabase::hasPostgres())
+        return;
+    struct Row
+    {
+        const char* inDatabase;
+        const char* inSession;
+    };
+    for (const Row& row : {Row{"off", "on"}, Row{"on", "on"}, Row{"local", "local"}}) {
+        const TestDatabase database(TestDatabase::Kind::Postgres);
+        database.execute(QStringLiteral("ALTER DATABASE %1 SET synchronous_commit = '%2'")
+                             .arg(database.address().database, QLatin1String(row.inDatabase)));
+        const auto store = database.store(boats(), within(std::chrono::milliseconds(61001)));
+        const auto setting = [&store](const char* name) {
+            QString value;
+            CHECK(store->run(Kind::Read, [&](Transaction& transaction) {
+                return transaction.run(QStringLiteral("SELECT current_setting(?)"), {QLatin1String(name)},
+                                       [&value](const QSqlQuery& line) { value = line.value(0).toString(); });
+            }) == true);
+            return value.toStdString();
+        };
+        CHECK(setting("synchronous_commit") == row.inSession);
+        CHECK(setting("statement_timeout") == "61001ms");
+        CHECK(setting("lock_timeout") == "61001ms");
+        CHECK(setting("idle_in_transaction_session_timeout") == "61001ms");
+        CHECK(setting("application_name") == "tavola");
+    }
 }

@@ -9,6 +9,9 @@
 #include <QElapsedTimer>
 #include <QFile>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 using namespace Storage;
 using Kind = Store::Kind;
 
@@ -21,6 +24,39 @@ bool isDoneAtLast(Store& store, const char* boat)
     for (int attempt = 0; attempt < 1000 && !isDone; ++attempt)
         isDone = store.run(Kind::Write, [boat](Transaction& t) { return addBoat(t, boat); }).value_or(false);
     return isDone;
+}
+
+/// The bytes of a file from a place on. What writes and reads them replaces no file: it stays the one that a connection has open.
+QByteArray bytesOf(const QString& name, qint64 from)
+{
+    QFile file(name);
+    REQUIRE(file.open(QIODevice::ReadOnly));
+    REQUIRE(file.seek(from));
+    return file.readAll();
+}
+
+void setBytes(const QString& name, qint64 from, const QByteArray& bytes)
+{
+    QFile file(name);
+    REQUIRE(file.open(QIODevice::ReadWrite));
+    REQUIRE(file.seek(from));
+    REQUIRE(file.write(bytes) == bytes.size());
+}
+
+/// From now on every reading and writing through the open descriptors of that file fails, as on a disk that has gone.
+void breakDescriptors(const QString& name)
+{
+    const int folder = ::open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    REQUIRE(folder >= 0);
+    int broken = 0;
+    for (const QString& entry : QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System)) {
+        if (QFile::symLinkTarget(QStringLiteral("/proc/self/fd/") + entry) == name) {
+            REQUIRE(::dup2(folder, entry.toInt()) >= 0);
+            ++broken;
+        }
+    }
+    ::close(folder);
+    REQUIRE(broken > 0);
 }
 }
 
@@ -109,4 +145,67 @@ TEST_CASE("sqlite file connection: a job that meets a lock is refused after its 
     // On a busy machine a job may miss so short a deadline for another reason.
     CHECK(isDoneAtLast(*store, "Ilma"));
     CHECK(allBoats(*database.store(boats())) == "Ilma");
+}
+
+TEST_CASE("sqlite file connection: what is damaged or no database for a while is read from its beginning when it is whole again")
+{
+    struct Row
+    {
+        const char* what;
+        qint64 from;
+        int bytes; ///< -1: to the end
+    };
+    constexpr qint64 kHeader = 100;
+    for (const Row& row : {Row{"damaged", kHeader, -1}, Row{"no database", 0, 16}}) {
+        CAPTURE(row.what);
+        const TestDatabase database(TestDatabase::Kind::Sqlite);
+        const auto store = database.store(boats());
+        CHECK(store->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Ahti"); }) == true);
+        // What another program has written the store has to read, and all is in the file itself.
+        database.execute(QStringLiteral("INSERT INTO boat (name, length) VALUES ('Otso', 1)"));
+        database.execute(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)"));
+        const QString file = database.address().file;
+        const QByteArray whole = bytesOf(file, row.from).mid(0, row.bytes);
+        setBytes(file, row.from, QByteArray(whole.size(), '\x5a'));
+        const auto outcome = store->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Ilma"); });
+        REQUIRE_FALSE(outcome);
+        CHECK(outcome.error().kind == Failure::Kind::Refused);
+        CHECK(outcome.error().remedy == "move it away to begin a new one");
+        setBytes(file, row.from, whole);
+        // An attempt to open the damaged file may be under way.
+        CHECK(isDoneAtLast(*store, "Ilma"));
+        CHECK(allBoats(*store) == "Ahti Otso Ilma");
+    }
+}
+
+TEST_CASE("sqlite file connection: a file whose disk has failed is opened anew")
+{
+    const TestDatabase database(TestDatabase::Kind::Sqlite);
+    const auto store = database.store(boats());
+    CHECK(store->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Ahti"); }) == true);
+    database.execute(QStringLiteral("INSERT INTO boat (name, length) VALUES ('Otso', 1)"));
+    database.execute(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)"));
+    breakDescriptors(database.address().file);
+    const auto outcome = store->run(Kind::Write, [](Transaction& t) { return addBoat(t, "Ilma"); });
+    REQUIRE_FALSE(outcome);
+    CHECK(outcome.error().remedy.startsWith(QLatin1String("make room on the disk, or check it")));
+    CHECK(isDoneAtLast(*store, "Ilma"));
+    CHECK(allBoats(*store) == "Ahti Otso Ilma");
+}
+
+TEST_CASE("sqlite file connection: each commit goes to the disk, into a log beside the file, and references are checked")
+{
+    const TestDatabase database(TestDatabase::Kind::Sqlite);
+    const auto store = database.store(boats());
+    const auto setting = [&store](const char* name) {
+        QString value;
+        CHECK(store->run(Kind::Read, [&](Transaction& transaction) {
+            return transaction.run(QStringLiteral("SELECT * FROM pragma_%1").arg(QLatin1String(name)), {},
+                                   [&value](const QSqlQuery& row) { value = row.value(0).toString(); });
+        }) == true);
+        return value.toStdString();
+    };
+    CHECK(setting("synchronous") == "2"); // FULL
+    CHECK(setting("journal_mode") == "wal");
+    CHECK(setting("foreign_keys") == "1");
 }

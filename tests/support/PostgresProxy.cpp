@@ -89,9 +89,10 @@ PostgresProxy::~PostgresProxy()
     ::close(m_listener);
 }
 
-void PostgresProxy::cutAnswerTo(const QByteArray& command)
+void PostgresProxy::cutAnswerTo(const QByteArray& command, Then then)
 {
     m_cutCommand = command;
+    m_afterCut = then;
     m_cutsAnswer = true;
 }
 
@@ -140,6 +141,8 @@ void PostgresProxy::run()
         for (std::size_t i = lines.size(); i-- > 0;) {
             if (serve(lines[i], m_cutsAnswer, m_cutCommand))
                 continue;
+            if (lines[i].isCutAtAnswer && m_afterCut == Then::Freeze)
+                m_isFrozen = true;
             ::close(lines[i].program);
             ::close(lines[i].server);
             lines.erase(lines.begin() + static_cast<std::ptrdiff_t>(i));

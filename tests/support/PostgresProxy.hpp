@@ -17,8 +17,10 @@ public:
 
     [[nodiscard]] int port() const { return m_port; }
 
+    enum class Then { GoOn, Freeze };
     /// The connection that sends this next is cut once the server has answered it: before the answer reaches the program.
-    void cutAnswerTo(const QByteArray& command);
+    /// `then`: what happens before the program can see that.
+    void cutAnswerTo(const QByteArray& command, Then then = Then::GoOn);
     /// From now on nothing is passed on, and new connections are not answered. Connections stay.
     void freeze() { m_isFrozen = true; }
     /// Frozen connections are cut.
@@ -36,6 +38,7 @@ private:
     std::atomic<bool> m_isFrozen{false};
     std::atomic<bool> m_isEnding{false};
     std::atomic<bool> m_cutsAnswer{false};
-    QByteArray m_cutCommand; ///< written before m_cutsAnswer
+    QByteArray m_cutCommand; ///< written before m_cutsAnswer, and so is the next
+    Then m_afterCut = Then::GoOn;
     std::thread m_thread;
 };

@@ -12,6 +12,9 @@ namespace Storage
 namespace
 {
 constexpr int kBusy = 5;
+constexpr int kDiskError = 10;
+constexpr int kDamaged = 11;
+constexpr int kNoDatabase = 26;
 /// How often another connection may get hold of the file between the wait for its lock and the change of mode.
 constexpr int kMostModeAttempts = 5;
 
@@ -164,9 +167,9 @@ bool SqliteFileConnection::readChanges(bool& hasChanged)
 Fault SqliteFileConnection::faultOf(const QSqlError& error) const
 {
     const int code = error.nativeErrorCode().toInt();
-    // Damage, a disk that fails and the like: a restored file has to be read from its beginning.
+    // A disk that fails, damage, no database: a restored file has to be read from its beginning.
     const int primary = code & 0xFF;
-    const bool spoils = primary == 10 || primary == 11 || primary == 14 || primary == 26;
+    const bool spoils = primary == kDiskError || primary == kDamaged || primary == kNoDatabase;
     return {Fault::Kind::Statement, error.text().simplified(), Bedrock::sqliteRemedy(code), spoils};
 }
 }

@@ -10,12 +10,10 @@ namespace
 {
 using namespace std::chrono_literals;
 
-constexpr std::chrono::milliseconds kPauseAfterFailedConnect = 250ms;
 constexpr auto kPauseBeforeRepeat = 20ms;
 /// For connecting, which libpq bounds itself but for the first questions of the driver.
 constexpr auto kLongestConnect = 5s;
 
-constexpr std::chrono::milliseconds kLongestPause = 2s;
 /// For a sign of life.
 constexpr std::chrono::milliseconds kLongestProbe = 2s;
 /// For a group that has waited until shortly before its deadline.
@@ -30,8 +28,7 @@ Failure tooSlow()
 
 Store::Worker::Worker(const Address& address, const Schema& schema, const Settings& settings)
     : m_address(address), m_schema(schema), m_settings(settings),
-      m_watch(address.isPostgres() ? std::make_unique<ConnectionWatch>() : nullptr), m_lastFailure(tooSlow()),
-      m_pause(kPauseAfterFailedConnect)
+      m_watch(address.isPostgres() ? std::make_unique<ConnectionWatch>() : nullptr), m_lastFailure(tooSlow())
 {
 }
 
@@ -149,9 +146,9 @@ QString Store::Worker::connect()
             guard.emplace(*m_watch, *made, Clock::now() + kLongestConnect);
         isOpen = made->open(m_schema, sentence);
     }
-    m_nextAttempt = Clock::now() + (isOpen ? 0ms : m_pause);
-    m_pause = isOpen ? kPauseAfterFailedConnect : std::min(2 * m_pause, kLongestPause);
     if (isOpen) {
+        m_pause.reset();
+        m_nextAttempt = Clock::now();
         m_lastFailure = tooSlow();
         m_connection = std::move(made);
         m_nextCheck = Clock::now() + m_connection->checkEvery();
@@ -160,12 +157,13 @@ QString Store::Worker::connect()
             m_settings.onEvent(Event::Changed);
         return {};
     }
+    m_nextAttempt = Clock::now() + m_pause.afterFailure();
     m_lastFailure = made->fault().failure();
     m_wasLost = true;
     if (!std::exchange(m_isAway, true) && m_settings.onEvent)
         m_settings.onEvent(Event::Away);
-    // A file either opens or does not; waiting for locks is a part of it.
-    if (!m_address.isPostgres() || m_lastFailure.kind == Failure::Kind::Refused)
+    // A file either opens or is refused; waiting for locks is a part of opening it.
+    if (m_lastFailure.kind == Failure::Kind::Refused)
         failAll(m_lastFailure);
     return sentence;
 }

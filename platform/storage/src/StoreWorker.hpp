@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ConnectPause.hpp"
 #include "Connection.hpp"
 #include "ConnectionWatch.hpp"
 #include "JobQueue.hpp"
@@ -65,7 +66,7 @@ private:
     QString m_unknown; ///< number of the transaction in which the group may have been committed
     Failure m_lastFailure;
     Clock::time_point m_nextAttempt;
-    std::chrono::milliseconds m_pause; ///< after the next failure to connect
+    ConnectPause m_pause;
     Clock::time_point m_nextCheck;
     bool m_wasLost = false;
     bool m_isAway = false;
