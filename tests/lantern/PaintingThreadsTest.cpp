@@ -199,6 +199,32 @@ TEST_CASE(
     CHECK(comesTrue([&] { return threads.activity().asleep == 2; }));
 }
 
+TEST_CASE("painting threads: they stay awake after a work only where frames with work follow each other")
+{
+    PaintingThreads threads(2);
+    const auto workTogether = [&threads] {
+        std::atomic<int> begun{0};
+        threads.run(2, [&](int) {
+            ++begun;
+            comesTrue([&] { return begun == 2; });
+        });
+    };
+    const auto waitsAfterWork = [&] {
+        REQUIRE(comesTrue([&] { return threads.activity().asleep == 1; }));
+        const long before = threads.activity().activeWaits;
+        workTogether();
+        REQUIRE(comesTrue([&] { return threads.activity().asleep == 1; }));
+        return threads.activity().activeWaits - before;
+    };
+    CHECK(waitsAfterWork() == 0);
+    CHECK(waitsAfterWork() == 0);
+    threads.prepare(); // wakes the other thread up
+    CHECK(waitsAfterWork() > 0);
+    threads.prepare(); // again; then comes a frame without work
+    threads.prepare();
+    CHECK(waitsAfterWork() == 0);
+}
+
 TEST_CASE("painting threads: a call does not return before the last part, however long that takes")
 {
     std::atomic<int> begun{0};

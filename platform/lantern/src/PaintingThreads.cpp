@@ -86,13 +86,16 @@ struct PaintingThreads::Private
     std::atomic<bool> isEnding{false};
     std::atomic<int> asleep{0}; ///< counted before the mutex is given up, so that a notification reaches what is counted
     std::atomic<long> wakeUps{0};
+    std::atomic<long> activeWaits{0};
+    std::atomic<bool> framesFollow{false}; ///< the last call of `prepare` woke the helpers
 
     std::vector<std::thread> helpers;
     int leastPixels = 0;
     bool hasWorked = false; ///< since `prepare` was last called; main thread only
 
-    /// The life of the helper with that number. After a work it stays awake for the next one, and wakes up by itself before the
-    /// next frame: waking it up would cost the main thread some 30 µs on a virtual machine, a tenth of a usual work.
+    /// The life of the helper with that number. While frames with work follow each other it stays awake after a work for the next
+    /// one, and wakes up by itself before the next frame: waking it up would cost the main thread some 30 µs on a virtual
+    /// machine, a tenth of a usual work.
     void help(int thread)
     {
         std::unique_lock lock(mutex);
@@ -114,6 +117,9 @@ struct PaintingThreads::Private
                 if (work && generation != seen)
                     enter(thread, lock);
                 seen = generation;
+                if (!framesFollow)
+                    break;
+                ++activeWaits;
                 lock.unlock();
                 isAwake = waitActively([&] { return generation != seen || isEnding; });
                 lock.lock();
@@ -175,13 +181,14 @@ int PaintingThreads::leastPixels() const noexcept
 
 PaintingThreads::Activity PaintingThreads::activity() const noexcept
 {
-    return {d->asleep, d->wakeUps};
+    return {d->asleep, d->wakeUps, d->activeWaits};
 }
 
 void PaintingThreads::prepare()
 {
     const Clock::time_point before = std::exchange(d->frame, Clock::now());
-    if (!std::exchange(d->hasWorked, false) || d->helpers.empty())
+    d->framesFollow = std::exchange(d->hasWorked, false) && !d->helpers.empty();
+    if (!d->framesFollow)
         return;
     {
         const std::lock_guard lock(d->mutex);

@@ -35,6 +35,8 @@ public:
         int asleep = 0;
         /// How often another thread stopped to sleep, since the object was made.
         long wakeUps = 0;
+        /// How often another thread began to wait for work without sleeping, since the object was made.
+        long activeWaits = 0;
     };
     /// Any thread.
     [[nodiscard]] Activity activity() const noexcept;
@@ -47,7 +49,8 @@ public:
 
     /// Calls `part` with 0 .. parts-1, each once, on any of the threads in any order, and returns when all have returned. As far
     /// as the threads keep pace, each calls neighbouring parts, the same ones in each call with as many parts. `part` must
-    /// neither throw nor call `run`. The other threads stay awake for kActiveWaitMs then, for the next call. Main thread only.
+    /// neither throw nor call `run`. Where `prepare` woke the other threads for this frame, they stay awake for kActiveWaitMs
+    /// then, for the next call; a picture now and then, such as the inspector's, is not worth that. Main thread only.
     void run(int parts, const std::function<void(int)>& part);
 
 private:
