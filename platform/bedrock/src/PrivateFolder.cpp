@@ -7,6 +7,7 @@
 #include <cctype>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
@@ -47,7 +48,9 @@ private:
     int m_descriptor;
 };
 
-std::vector<QByteArray> namesIn(int folder)
+/// The names in an open folder that `isWanted`; a folder for temporary files may have thousands of others.
+template <class IsWanted>
+std::vector<QByteArray> namesIn(int folder, IsWanted isWanted)
 {
     std::vector<QByteArray> names;
     const int copy = ::fcntl(folder, F_DUPFD_CLOEXEC, 0); // closedir closes its descriptor
@@ -59,12 +62,17 @@ std::vector<QByteArray> namesIn(int folder)
     }
     ::rewinddir(listing);
     while (const dirent* entry = ::readdir(listing)) {
-        const QByteArray name(entry->d_name);
-        if (name != "." && name != "..")
-            names.push_back(name);
+        const auto name = QByteArray::fromRawData(entry->d_name, int(std::strlen(entry->d_name)));
+        if (name != "." && name != ".." && isWanted(name))
+            names.emplace_back(entry->d_name);
     }
     ::closedir(listing);
     return names;
+}
+
+std::vector<QByteArray> namesIn(int folder)
+{
+    return namesIn(folder, [](const QByteArray&) { return true; });
 }
 
 /// Removes what is in an open folder of this user on the given file system.
@@ -139,9 +147,8 @@ void removeLeftovers(const QByteArray& base, const QByteArray& start)
     const Descriptor folder(::open(base.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder.isOpen())
         return;
-    for (const QByteArray& name : namesIn(folder.get()))
-        if (isMadeName(name, start))
-            removeLeftover(folder.get(), name);
+    for (const QByteArray& name : namesIn(folder.get(), [&start](const QByteArray& name) { return isMadeName(name, start); }))
+        removeLeftover(folder.get(), name);
 }
 }
 
