@@ -104,6 +104,27 @@ std::string chosen(FcConfig& rules, const Wanted& wanted)
     return text;
 }
 
+/// The families that stand for one, in the order in which they are looked for.
+std::vector<std::string> familiesFor(FcConfig& rules, const char* family)
+{
+    const Pattern filled = pattern(rules, {family});
+    std::vector<std::string> families;
+    FcChar8* name = nullptr;
+    for (int i = 0; FcPatternGetString(filled.get(), FC_FAMILY, i, &name) == FcResultMatch; ++i)
+        families.emplace_back(reinterpret_cast<const char*>(name)); // NOLINT
+    return families;
+}
+
+/// What a list has, which it takes.
+std::set<std::string> texts(FcStrList* list)
+{
+    std::set<std::string> result;
+    while (const FcChar8* text = FcStrListNext(list))
+        result.emplace(reinterpret_cast<const char*>(text)); // NOLINT
+    FcStrListDone(list);
+    return result;
+}
+
 /// All fonts by how well they suit, as Qt asks for letters that the first one lacks.
 std::vector<std::string> sorted(FcConfig& rules, const Wanted& wanted)
 {
@@ -220,33 +241,97 @@ TEST_CASE("font rules: letters that a font lacks come from the same fonts in the
         }
 }
 
-TEST_CASE("font rules: fonts that are not there have those of the same widths in their place")
+TEST_CASE("font rules: fonts that are not there have those of the same widths in their place, and then those of their kind")
 {
     const Configuration table = tableRules();
-    const auto second = [&table](const char* family) {
-        const Pattern filled = pattern(*table, {family});
-        FcChar8* name = nullptr;
-        FcPatternGetString(filled.get(), FC_FAMILY, 1, &name);
-        return std::string(reinterpret_cast<const char*>(name)); // NOLINT
-    };
-    CHECK(second("Arial") == "Arimo");
-    CHECK(second("Times New Roman") == "Tinos");
-    CHECK(second("Courier New") == "Cousine");
-    CHECK(second("Calibri") == "Carlito");
-    CHECK(second("Bitstream Vera Sans Mono") == "DejaVu Sans Mono");
+    const struct
+    {
+        const char* family;
+        const char* sameWidths; ///< null: none is known
+        const char* kind;
+    } rows[] = {{"Arial", "Arimo", "sans-serif"},
+                {"Arial Narrow", "Liberation Sans Narrow", "sans-serif"},
+                {"Helvetica", "Nimbus Sans", "sans-serif"},
+                {"Calibri", "Carlito", "sans-serif"},
+                {"Bitstream Vera Sans", "DejaVu Sans", "sans-serif"},
+                {"Times New Roman", "Tinos", "serif"},
+                {"Times", "Nimbus Roman", "serif"},
+                {"Palatino Linotype", "Palatino", "serif"},
+                {"Palatino", "P052", "serif"},
+                {"Georgia", "Gelasio", "serif"},
+                {"Cambria", "Caladea", "serif"},
+                {"Bitstream Vera Serif", "DejaVu Serif", "serif"},
+                {"Constantia", nullptr, "serif"},
+                {"Garamond", nullptr, "serif"},
+                {"Liberation Serif", nullptr, "serif"},
+                {"Nimbus Roman", nullptr, "serif"},
+                {"Courier New", "Cousine", "monospace"},
+                {"Courier", "Nimbus Mono PS", "monospace"},
+                {"Bitstream Vera Sans Mono", "DejaVu Sans Mono", "monospace"},
+                {"Consolas", nullptr, "monospace"},
+                {"Inconsolata", nullptr, "monospace"},
+                {"Andale Mono", nullptr, "monospace"},
+                {"Liberation Mono", nullptr, "monospace"},
+                {"Nimbus Mono PS", nullptr, "monospace"},
+                {"Comic Sans MS", nullptr, "cursive"},
+                {"Zapfino", nullptr, "cursive"},
+                {"Impact", nullptr, "fantasy"},
+                {"Cantarell", nullptr, "system-ui"},
+                {"Segoe UI", nullptr, "system-ui"}};
+    for (const auto& row : rows) {
+        CAPTURE(row.family);
+        const std::vector<std::string> families = familiesFor(*table, row.family);
+        REQUIRE(families.size() > 1);
+        CHECK(families[0] == row.family);
+        if (row.sameWidths)
+            CHECK(families[1] == row.sameWidths);
+        CHECK(std::count(families.begin(), families.end(), row.kind) > 0);
+    }
+}
+
+TEST_CASE("font rules: generic names have a first choice, and other spellings")
+{
+    const Configuration table = tableRules();
+    const struct
+    {
+        const char* name;
+        const char* first;
+    } rows[] = {{"sans-serif", "Noto Sans"}, {"sans", "Noto Sans"},           {"sans serif", "Noto Sans"},
+                {"serif", "Noto Serif"},     {"monospace", "Noto Sans Mono"}, {"mono", "Noto Sans Mono"},
+                {"cursive", "Zapfino"},      {"fantasy", "Impact"},           {"system-ui", "Cantarell"},
+                {"system ui", "Cantarell"},  {"emoji", "Noto Color Emoji"}};
+    for (const auto& row : rows) {
+        CAPTURE(row.name);
+        CHECK(familiesFor(*table, row.name).front() == row.first);
+    }
+}
+
+TEST_CASE("font rules: the lists of fonts are kept where Debian keeps them, and read once")
+{
+    const Configuration table = tableRules();
+    CHECK(FcConfigGetRescanInterval(table.get()) == 0);
+    const std::set<std::string> kept = texts(FcConfigGetCacheDirs(table.get()));
+    CHECK(kept.size() == 2);
+    CHECK(kept.count("/var/cache/fontconfig") == 1);
+    const std::set<std::string> folders = texts(FcConfigGetFontDirs(table.get()));
+    CHECK(folders == texts(FcConfigGetFontDirs(machineRules().get())));
 }
 
 TEST_CASE("font rules: what the user has set is added to the table's rules, and goes before its preferences")
 {
-    const QTemporaryDir folder;
-    REQUIRE(QDir(folder.path()).mkpath(QStringLiteral("fontconfig")));
-    QFile file(folder.filePath(QStringLiteral("fontconfig/fonts.conf")));
-    REQUIRE(file.open(QIODevice::WriteOnly));
-    file.write("<fontconfig><alias><family>sans-serif</family><prefer><family>Noto Serif</family></prefer></alias></fontconfig>");
-    file.close();
     CHECK(chosen(*tableRules(), {"sans-serif"}).find("/NotoSans-Regular") != std::string::npos);
-    const Variable home("XDG_CONFIG_HOME", QFile::encodeName(folder.path()));
-    CHECK(chosen(*tableRules(), {"sans-serif"}).find("/NotoSerif-Regular") != std::string::npos);
+    for (const char* name : {"fontconfig/fonts.conf", "fontconfig/conf.d/20-own.conf"}) {
+        CAPTURE(name);
+        const QTemporaryDir folder;
+        REQUIRE(QDir(folder.path()).mkpath(QStringLiteral("fontconfig/conf.d")));
+        QFile file(folder.filePath(QLatin1String(name)));
+        REQUIRE(file.open(QIODevice::WriteOnly));
+        file.write(
+            "<fontconfig><alias><family>sans-serif</family><prefer><family>Noto Serif</family></prefer></alias></fontconfig>");
+        file.close();
+        const Variable home("XDG_CONFIG_HOME", QFile::encodeName(folder.path()));
+        CHECK(chosen(*tableRules(), {"sans-serif"}).find("/NotoSerif-Regular") != std::string::npos);
+    }
 }
 
 TEST_CASE("font rules: rules that the environment names stay in force")
