@@ -289,6 +289,21 @@ TEST_CASE("font rules: fonts that are not there have those of the same widths in
     }
 }
 
+TEST_CASE("font rules: the twin of a font that is not there goes before the fonts of its kind")
+{
+    const Configuration table = tableRules();
+    for (const auto& [one, other] :
+         {std::pair("Arial", "Helvetica"), std::pair("Times New Roman", "Times"), std::pair("Courier New", "Courier")})
+        for (const auto& [family, twin] : {std::pair(one, other), std::pair(other, one)}) {
+            CAPTURE(family);
+            const std::vector<std::string> families = familiesFor(*table, family);
+            const auto preferred = std::find_if(families.begin(), families.end(),
+                                                [](const std::string& name) { return name.compare(0, 4, "Noto") == 0; });
+            CHECK(preferred != families.end());
+            CHECK(std::count(families.begin(), preferred, twin) == 1);
+        }
+}
+
 TEST_CASE("font rules: generic names have a first choice, and other spellings")
 {
     const Configuration table = tableRules();

@@ -111,7 +111,6 @@ const char* const kTableFontRules = R"xml(<?xml version="1.0"?>
 <alias><family>Courier</family><default><family>Courier New</family></default></alias>
 
 <!-- The kinds of well-known fonts, where they are missing. Others are sans-serif. -->
-<alias><family>Times New Roman</family><default><family>serif</family></default></alias>
 <alias><family>Times</family><default><family>serif</family></default></alias>
 <alias><family>Georgia</family><default><family>serif</family></default></alias>
 <alias><family>Cambria</family><default><family>serif</family></default></alias>
@@ -121,14 +120,12 @@ const char* const kTableFontRules = R"xml(<?xml version="1.0"?>
 <alias><family>DejaVu Serif</family><default><family>serif</family></default></alias>
 <alias><family>Liberation Serif</family><default><family>serif</family></default></alias>
 <alias><family>Nimbus Roman</family><default><family>serif</family></default></alias>
-<alias><family>Courier New</family><default><family>monospace</family></default></alias>
 <alias><family>Courier</family><default><family>monospace</family></default></alias>
 <alias><family>Consolas</family><default><family>monospace</family></default></alias>
 <alias><family>Inconsolata</family><default><family>monospace</family></default></alias>
 <alias><family>Andale Mono</family><default><family>monospace</family></default></alias>
 <alias><family>DejaVu Sans Mono</family><default><family>monospace</family></default></alias>
 <alias><family>Liberation Mono</family><default><family>monospace</family></default></alias>
-<alias><family>Bitstream Vera Sans Mono</family><default><family>monospace</family></default></alias>
 <alias><family>Nimbus Mono PS</family><default><family>monospace</family></default></alias>
 <alias><family>Comic Sans MS</family><default><family>cursive</family></default></alias>
 <alias><family>Zapfino</family><default><family>cursive</family></default></alias>
