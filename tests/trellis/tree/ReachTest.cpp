@@ -120,6 +120,19 @@ TEST_CASE("reach: a hidden child reaches nowhere, until it shows")
     CHECK(drawnTiles(scene) == 1);
 }
 
+TEST_CASE("reach: what a widget cuts off reaches nowhere")
+{
+    Scene scene(kSmall);
+    Widget& group = box(scene.root(), {100, 100, 10, 10}, kRed);
+    box(group, {-90, -90, 10, 10}, kBlue);
+    setWord(group, "overflow", "hidden");
+    scene.frame();
+    RecordingContext context(kCorner);
+    scene.app.render(context);
+    // The root and its box, and the group.
+    CHECK(context.visibilityTests() == 3);
+}
+
 TEST_CASE("reach: a child whose place is no number hides nothing else")
 {
     Scene scene(kSmall);
