@@ -21,16 +21,17 @@ bool differs(QRgb a, QRgb b)
 
 PictureDifference compare(const QImage& ours, const QImage& oursBefore, const QImage& theirs, const QImage& theirsBefore)
 {
-    const bool hasBefore = !oursBefore.isNull();
     long all = 0;
     long changed = 0;
     long ofChanged = 0;
     for (int y = 0; y < ours.height(); ++y) {
         const QRgb* const our = rowOf(ours, y);
         const QRgb* const their = rowOf(theirs, y);
-        const QRgb* const ourBefore = hasBefore ? rowOf(oursBefore, y) : our;
-        const QRgb* const theirBefore = hasBefore ? rowOf(theirsBefore, y) : their;
+        const QRgb* const ourBefore = rowOf(oursBefore, y);
+        const QRgb* const theirBefore = rowOf(theirsBefore, y);
         for (int x = 0; x < ours.width(); ++x) {
+            if (our[x] == their[x] && our[x] == ourBefore[x] && our[x] == theirBefore[x])
+                continue; // most of them
             const bool isChanged = differs(our[x], ourBefore[x]) || differs(their[x], theirBefore[x]);
             const bool isDifferent = differs(our[x], their[x]);
             all += isDifferent;

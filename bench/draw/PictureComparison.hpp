@@ -16,7 +16,7 @@ struct PictureDifference
     [[nodiscard]] bool isSameChange() const { return changed > 0 && ofAll < 0.005 && ofChanged < 0.08; }
 };
 
-/// Four pictures of one size. Null pictures of before: nothing counts as changed.
+/// Four pictures of one size, of 32 bits a pixel.
 [[nodiscard]] PictureDifference compare(const QImage& ours, const QImage& oursBefore, const QImage& theirs,
                                         const QImage& theirsBefore);
 }
