@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -46,11 +47,12 @@ void setBytes(const QString& name, qint64 from, const QByteArray& bytes)
 /// From now on every reading and writing through the open descriptors of that file fails, as on a disk that has gone.
 void breakDescriptors(const QString& name)
 {
+    const QString path = QFileInfo(name).canonicalFilePath();
     const int folder = ::open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     REQUIRE(folder >= 0);
     int broken = 0;
     for (const QString& entry : QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System)) {
-        if (QFile::symLinkTarget(QStringLiteral("/proc/self/fd/") + entry) == name) {
+        if (QFile::symLinkTarget(QStringLiteral("/proc/self/fd/") + entry) == path) {
             REQUIRE(::dup2(folder, entry.toInt()) >= 0);
             ++broken;
         }
