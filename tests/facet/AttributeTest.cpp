@@ -164,6 +164,24 @@ TEST_CASE(
     CHECK(watched.expired());
 }
 
+TEST_CASE("attribute: a listener that is removed within a call is freed when the outermost call has ended")
+{
+    Facet::Node node;
+    AttributeT<int> attribute(&node, "count", 0);
+    auto captured = std::make_shared<int>(0);
+    const std::weak_ptr<int> watched = captured;
+    Facet::Attribute::ListenerId id = 0;
+    bool wasThere = false;
+    id = attribute.addListener([&, captured] {
+        attribute.removeListener(id);
+        wasThere = !watched.expired() && *captured == 0;
+    });
+    captured.reset();
+    attribute = 1;
+    CHECK(wasThere);
+    CHECK(watched.expired());
+}
+
 TEST_CASE("attribute: a listener that owns the attribute takes it along when it is removed")
 {
     Facet::Node node;

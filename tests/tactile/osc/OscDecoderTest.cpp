@@ -157,27 +157,28 @@ TEST_CASE("osc decoder: floats are skipped all together or not at all")
     struct Row
     {
         const char* what;
-        const char* tags;
+        const char* tags; ///< of which the first `named` are the message's
+        std::size_t named;
         int floats; ///< whose bytes are there
         std::size_t skipped;
         bool fits;
     };
     const Row rows[] = {
-        {"as many as there are", ",fff", 3, 3, true},
-        {"fewer than there are", ",fff", 3, 2, true},
-        {"more than there are", ",fff", 3, 4, false},
-        {"more than tags name", ",ff", 3, 3, false},
-        {"more than bytes follow", ",fff", 2, 3, false},
-        {"another type among them", ",fif", 3, 3, false},
-        {"another type first", ",iff", 3, 3, false},
-        {"another type last", ",ffi", 3, 3, false},
-        {"without tags", "", 3, 3, true},
+        {"as many as there are", ",fff", 3, 3, 3, true},
+        {"fewer than there are", ",fff", 3, 3, 2, true},
+        {"more than there are", ",fff", 3, 3, 4, false},
+        {"more than tags name", ",fff", 2, 3, 3, false},
+        {"more than bytes follow", ",fff", 3, 2, 3, false},
+        {"another type among them", ",fif", 3, 3, 3, false},
+        {"another type first", ",iff", 3, 3, 3, false},
+        {"another type last", ",ffi", 3, 3, 3, false},
+        {"without tags", "", 0, 3, 3, true},
     };
     for (const Row& row : rows) {
         CAPTURE(row.what);
         const std::vector<char> bytes(std::size_t(row.floats) * 4);
         const std::string_view tags(row.tags);
-        const Tactile::OscMessage message{"/m", tags.empty() ? tags : tags.substr(1), !tags.empty(), bytes.data(),
+        const Tactile::OscMessage message{"/m", tags.empty() ? tags : tags.substr(1, row.named), !tags.empty(), bytes.data(),
                                           bytes.data() + bytes.size()};
         Tactile::OscArgumentReader reader(message);
         CHECK(reader.skipFloats(row.skipped) == row.fits);

@@ -95,12 +95,10 @@ void Dragging::stepAll()
         hold.stepped = false;
     while (orderUnstepped()) {
         for (std::size_t i = 0; i < m_order.size(); ++i) {
-            // Listeners may end holds, begin others, and move receivers elsewhere: then the rest is ordered anew.
+            // Listeners may end holds, and begin others, which have their turn after these. What is moved elsewhere is let go.
             Hold* const hold = m_held.findHoldOf(m_order[i].receiver);
-            if (!hold || hold->stepped)
+            if (!hold)
                 continue;
-            if (depthOf(*hold->receiver) != m_order[i].depth)
-                break;
             hold->stepped = true;
             guardedInFrame("A listener to a drag", [&] { step(*hold->receiver); });
         }
