@@ -13,10 +13,18 @@ bool NodeInheritance::Changes::have(int attribute) const
     return std::find(values.begin(), values.end(), attribute) != values.end();
 }
 
+/// A serial belongs to one attribute.
+bool NodeInheritance::isSame(const std::vector<InheritedValue>& a, const std::vector<InheritedValue>& b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](const InheritedValue& x, const InheritedValue& y) { return x.serial == y.serial; });
+}
+
 std::vector<int> NodeInheritance::inheritValues(const InheritedValues::Pointer& parent)
 {
     if (m_own.empty() && m_values == parent)
         return {};
+    m_above = parent;
     InheritedValues::Pointer inherited = InheritedValues::merge(parent, m_own);
     std::vector<int> changed = InheritedValues::difference(m_values.get(), inherited.get());
     updateTextStyle(parent.get(), m_own);
@@ -27,6 +35,8 @@ std::vector<int> NodeInheritance::inheritValues(const InheritedValues::Pointer& 
 
 std::vector<int> NodeInheritance::defineValues(std::vector<InheritedValue> own, const InheritedValues::Pointer& parent)
 {
+    if (m_above == parent && isSame(m_own, own))
+        return {}; // most restylings
     m_own = std::move(own);
     return inheritValues(parent);
 }

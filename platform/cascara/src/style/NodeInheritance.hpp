@@ -73,7 +73,10 @@ public:
     std::vector<int> fromParent;
 
 private:
+    [[nodiscard]] static bool isSame(const std::vector<InheritedValue>& a, const std::vector<InheritedValue>& b);
+
     InheritedValues::Pointer m_values;
+    InheritedValues::Pointer m_above; ///< of which the values were merged last
     std::vector<InheritedValue> m_own;
     std::optional<double> m_fontSize;
     std::shared_ptr<const Facet::StyleValue> m_color;

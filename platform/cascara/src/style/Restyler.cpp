@@ -125,7 +125,8 @@ void Restyler::finishLater(StyleNode& node)
     m_unfinished.push_back(StyleNode::shared(*node.owner));
 }
 
-void Restyler::attributeChanged(StyleNode& node, int attribute)
+/// Some attribute is tested, perhaps this one.
+void Restyler::testedAttributeChanged(StyleNode& node, int attribute)
 {
     if (m_invalidation.testedAttributes().count(attribute) == 0)
         return;

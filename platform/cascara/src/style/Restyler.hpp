@@ -48,7 +48,11 @@ public:
     void finishLater(StyleNode& node);
     /// What the change reaches is restyled when styles are next finished: values may change often, and the attribute may still
     /// be under construction.
-    void attributeChanged(StyleNode& node, int attribute);
+    void attributeChanged(StyleNode& node, int attribute)
+    {
+        if (!m_invalidation.testedAttributes().empty())
+            testedAttributeChanged(node, attribute);
+    }
     /// While one lives, no node is styled. For nodes that go before it does.
     class Pause
     {
@@ -113,6 +117,7 @@ private:
     class Round;
 
     void rebuildAndRestyle();
+    void testedAttributeChanged(StyleNode& node, int attribute);
     /// Begins to collect nodes in the lists.
     void begin(Lists& lists);
     void restyleNodes(Lists& lists);

@@ -94,7 +94,7 @@ void StyleNode::attributeAdded(Facet::Attribute& attribute)
     if ((missing && std::binary_search(missing->begin(), missing->end(), name))
         || (inheritance && inheritance->values() && inheritance->values()->find(name)))
         restyler().finishLater(*this);
-    attributeValueGiven(attribute);
+    restyler().attributeChanged(*this, name);
 }
 
 void StyleNode::attributeValueGiven(Facet::Attribute& attribute)
