@@ -84,6 +84,20 @@ TEST_CASE("kept picture: many small damages become one area, near ones at once")
     const QImage* image = f.pixels();
     CHECK(f.paints == 2);
     CHECK(image->pixel(100, 100) == 0xff00ff00u);
+    CHECK(image->pixel(103, 103) == 0xff00ff00u); // between two of them
+}
+
+TEST_CASE("kept picture: a few small damages stay apart, and what lies between them is not painted")
+{
+    Fixture f;
+    f.picture.cover(QRect(-100, -100, 300, 300));
+    (void)f.pixels();
+    for (int i = 0; i < 12; ++i)
+        f.picture.damage(QRect(i * 5, i * 5, 2, 2));
+    f.color = {0.f, 1.f, 0.f, 1.f};
+    const QImage* image = f.pixels();
+    CHECK(image->pixel(100, 100) == 0xff00ff00u);
+    CHECK(image->pixel(103, 103) == 0xffff0000u);
 }
 
 TEST_CASE("kept picture: it grows in steps, keeps its bounds while they suffice, and shrinks when they are mostly waste")
