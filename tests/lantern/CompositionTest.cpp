@@ -83,7 +83,8 @@ class Counted final : public PixelSource
 public:
     Counted(const QRect& area, std::shared_ptr<std::atomic<int>> questions) : PixelSource(area), m_questions(std::move(questions))
     {
-        m_isSolid = m_isConvex = true;
+        m_isSolid = true;
+        m_between = Between::Convex;
     }
     [[nodiscard]] PixelSpan span(int) const override
     {

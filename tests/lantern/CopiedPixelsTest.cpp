@@ -62,6 +62,27 @@ TEST_CASE("copied pixels: only an opaque picture whose rows are known hides what
     CHECK(CopiedPixels({0, 0, 90, 80}, image, rows, {40, 30}, 255).area() == QRect(40, 30, 50, 50));
 }
 
+TEST_CASE("copied pixels: a part is hidden when each of its rows is covered, those between the first and the last as well")
+{
+    QImage image(60, 60, QImage::Format_ARGB32_Premultiplied);
+    image.fill(0xff102030u);
+    image.setPixel(20, 30, 0x80102030u);
+    const auto rows = std::make_shared<PixelRows>();
+    rows->update(image, image.rect());
+    const CopiedPixels pixels({0, 0, 90, 80}, image, rows, {10, 5}, 255);
+    CHECK(pixels.hides({10, 5, 60, 30}));
+    CHECK(pixels.hides({10, 36, 60, 29}));
+    CHECK(pixels.hides({31, 5, 39, 60})); // beside the pixel that is not opaque
+    CHECK_FALSE(pixels.hides({10, 5, 60, 31}));
+    CHECK_FALSE(pixels.hides({10, 35, 60, 2}));
+    CHECK_FALSE(pixels.hides({20, 30, 30, 10}));
+    CHECK_FALSE(pixels.hides({10, 5, 61, 10}));
+    CHECK_FALSE(CopiedPixels({0, 0, 90, 80}, image, rows, {10, 5}, 254).hides({10, 5, 60, 30}));
+    CHECK_FALSE(CopiedPixels({0, 0, 90, 80}, image, nullptr, {10, 5}, 255).hides({10, 5, 60, 30}));
+    // The longest run counts: left of the pixel there are fewer.
+    CHECK_FALSE(pixels.hides({10, 35, 10, 1}));
+}
+
 TEST_CASE("filled pixels: replace what is there, also by nothing")
 {
     QImage image(20, 10, QImage::Format_ARGB32_Premultiplied);

@@ -163,17 +163,20 @@ void drawStrip(const Target& target, const QRect& strip, const Sources& sources)
         drawWide(target, strip, candidates);
 }
 
+/// Of a small change there are few.
+using Rects = QVarLengthArray<QRect, 16>;
+
 /// Horizontal strips, as many as the threads need to share them evenly.
-std::vector<QRect> stripsOf(const std::vector<QRect>& areas, int threads)
+Rects stripsOf(const Rects& areas, int threads)
 {
     int rows = 0;
     for (const QRect& area : areas)
         rows += area.height();
     const int height = threads > 1 ? std::clamp(rows / (threads * kStripsPerThread), kLeastStripRows, kStripRows) : kStripRows;
-    std::vector<QRect> strips;
+    Rects strips;
     for (const QRect& area : areas)
         for (int y = area.top(); y <= area.bottom(); y += height)
-            strips.push_back(QRect(area.left(), y, area.width(), std::min(height, area.bottom() + 1 - y)));
+            strips.append(QRect(area.left(), y, area.width(), std::min(height, area.bottom() + 1 - y)));
     return strips;
 }
 }
@@ -187,21 +190,21 @@ void Composition::drawInto(QImage& target, const std::vector<QRect>& areas)
     QRect drawn;
     for (const auto& source : m_sources)
         drawn |= source->area();
-    std::vector<QRect> parts;
+    Rects parts;
     for (const QRect& area : areas)
         if (const QRect part = area & drawn & target.rect(); !part.isEmpty()) {
-            parts.push_back(part);
+            parts.append(part);
             size += qint64(part.width()) * part.height();
         }
     PaintingThreads* threads = PaintingThreads::current();
     if (threads && size < threads->leastPixels())
         threads = nullptr;
-    const std::vector<QRect> strips = stripsOf(parts, threads ? threads->count() : 1);
-    const auto drawPart = [&](int i) { drawStrip(pixels, strips[std::size_t(i)], m_sources); };
+    const Rects strips = stripsOf(parts, threads ? threads->count() : 1);
+    const auto drawPart = [&](int i) { drawStrip(pixels, strips[i], m_sources); };
     if (threads)
-        threads->run(int(strips.size()), drawPart);
+        threads->run(strips.size(), drawPart);
     else
-        for (int i = 0; i < int(strips.size()); ++i)
+        for (int i = 0; i < strips.size(); ++i)
             drawPart(i);
     m_sources.clear();
 }

@@ -10,7 +10,8 @@ namespace Lantern
 {
 FilledPixels::FilledPixels(const QRect& area, QRgb pixel) : PixelSource(area), m_pixel(pixel)
 {
-    m_isSolid = m_isConvex = true;
+    m_isSolid = true;
+    m_between = Between::Convex;
 }
 
 PixelSpan FilledPixels::span(int) const
@@ -30,6 +31,7 @@ CopiedPixels::CopiedPixels(const QRect& area, const QImage& image, std::shared_p
       m_opacity(opacity)
 {
     m_isSolid = m_rows && opacity == 255u;
+    m_between = Between::Listed;
 }
 
 PixelSpan CopiedPixels::span(int y) const

@@ -14,7 +14,7 @@ FilledBox::FilledBox(const QRect& area, const QTransform& toDevice, const QRectF
       m_pixel(pixel)
 {
     m_isSolid = pixel >> 24 == 255u;
-    m_isConvex = true;
+    m_between = Between::Convex;
 }
 
 void FilledBox::draw(QRgb* row, int y, int begin, int end, const PixelSpan& span) const

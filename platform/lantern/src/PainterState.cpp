@@ -59,6 +59,7 @@ PainterContext::Private::Private(QImage& target, const QRegion& damaged)
     : unopened(&target), ground(own), groundDamage(damaged), painter(&own), clipBounds(damaged.boundingRect()), image(&target),
       damageRects(damaged.begin(), damaged.end()), deviceSize(target.size())
 {
+    saved.reserve(16);
     assert(isWritable(target) && target.devicePixelRatio() == 1.0 && "a picture with 32 bits a pixel");
     for (const QRect& rect : damaged)
         damage.append(QRectF(rect));

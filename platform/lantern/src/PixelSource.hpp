@@ -26,7 +26,13 @@ public:
     /// Whether nothing below shows in any pixel of `rect`. False where finding out takes long.
     [[nodiscard]] bool hides(const QRect& rect) const
     {
-        return m_isSolid && m_isConvex && m_area.contains(rect) && hidesRow(rect, rect.top()) && hidesRow(rect, rect.bottom());
+        if (!m_isSolid || m_between == Between::Unknown || !m_area.contains(rect) || !hidesRow(rect, rect.top())
+            || !hidesRow(rect, rect.bottom()))
+            return false;
+        for (int y = rect.top() + 1; m_between == Between::Listed && y < rect.bottom(); ++y)
+            if (!hidesRow(rect, y))
+                return false;
+        return true;
     }
     /// For a row of the area; may reach beyond the area's columns.
     [[nodiscard]] virtual PixelSpan span(int y) const = 0;
@@ -41,7 +47,13 @@ protected:
 
     QRect m_area;
     bool m_isSolid = false;
-    bool m_isConvex = false; ///< what is full in two rows is full in all rows between them
+    /// What is known of the rows between two whose spans are full in some columns.
+    enum class Between {
+        Unknown,
+        Convex, ///< they are full in the same columns
+        Listed  ///< nothing, but to ask for a span takes no time
+    };
+    Between m_between = Between::Unknown;
 
 private:
     [[nodiscard]] bool hidesRow(const QRect& rect, int y) const

@@ -49,7 +49,7 @@ SampledPixels::SampledPixels(const QRect& device, const QRect& area, const QImag
     }
     m_edges = BoxEdges(toTarget, target);
     const QPoint corner = setSource(part);
-    m_isConvex = true;
+    m_between = Between::Convex;
     m_isSolid = m_source.isOpaque && opacity == 255u;
     setCoordinates(toTarget, target, source.translated(-corner));
     if (qint64(part.width()) * part.height() >= kLeastFetchedPx)
