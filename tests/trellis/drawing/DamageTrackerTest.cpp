@@ -491,6 +491,17 @@ TEST_CASE("damage: half a pixel counts around a widget in which one child is sca
     CHECK(damageOfFrame(scene) == QRegion(9, 9, 32, 22) + QRect(9, 99, 32, 22));
 }
 
+TEST_CASE("damage: half a pixel is one of the screen, which may be larger than one of the table")
+{
+    Scene scene(kSmall);
+    scene.app.setScreenScale({0.5f, 0.5f});
+    Widget& outer = box(scene.root(), {10.6f, 10.6f, 20, 20}, kRed);
+    box(outer, {10, 0, 10, 10}, kBlue).setScale(2.f);
+    damageOfFrame(scene);
+    outer.setLocation({10.6f, 100.6f});
+    CHECK(damageOfFrame(scene).boundingRect() == QRect(QPoint(9, 9), QPoint(41, 121)));
+}
+
 TEST_CASE("damage: a pixel counts around what is kept as a picture where what holds it moves or goes")
 {
     Scene scene(kSmall);
