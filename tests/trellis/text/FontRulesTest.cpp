@@ -34,9 +34,50 @@ Configuration tableRules()
     return rules;
 }
 
+/// The rules that Debian installs with fontconfig and the fonts that tables are set up with. Others that a machine has beside
+/// them, such as those of further fonts, are its own matter.
+const std::vector<const char*> kDebianRules{"10-hinting-slight",
+                                            "10-scale-bitmap-fonts",
+                                            "10-yes-antialias",
+                                            "11-lcdfilter-default",
+                                            "20-unhint-small-vera",
+                                            "30-metric-aliases",
+                                            "40-nonlatin",
+                                            "45-generic",
+                                            "45-latin",
+                                            "48-spacing",
+                                            "49-sansserif",
+                                            "50-user",
+                                            "51-local",
+                                            "57-dejavu-sans-mono",
+                                            "57-dejavu-sans",
+                                            "57-dejavu-serif",
+                                            "60-generic",
+                                            "60-latin",
+                                            "65-fonts-persian",
+                                            "65-nonlatin",
+                                            "69-unifont",
+                                            "70-fonts-noto-cjk",
+                                            "70-no-bitmaps",
+                                            "80-delicious",
+                                            "90-synthetic"};
+
+/// What fontconfig reads by itself, with kDebianRules in place of all files of the folder.
 Configuration machineRules()
 {
-    return {FcInitLoadConfigAndFonts(), FcConfigDestroy};
+    QFile file(QStringLiteral("/etc/fonts/fonts.conf"));
+    REQUIRE(file.open(QIODevice::ReadOnly));
+    QByteArray text = file.readAll();
+    const QByteArray folder = "<include ignore_missing=\"yes\">conf.d</include>";
+    REQUIRE(text.count(folder) == 1);
+    QByteArray files;
+    for (const char* name : kDebianRules)
+        files += QByteArray("<include ignore_missing=\"yes\">/etc/fonts/conf.d/") + name + ".conf</include>\n";
+    text.replace(folder, files);
+    Configuration rules(FcConfigCreate(), FcConfigDestroy);
+    REQUIRE(FcConfigParseAndLoadFromMemory(rules.get(), bytes(text.constData()), FcTrue));
+    REQUIRE(FcConfigBuildFonts(rules.get()));
+    return rules;
 }
 
 std::string fileOf(const FcPattern& font)
