@@ -43,8 +43,7 @@ const QByteArray kNoWords = QByteArrayLiteral("no-words");
 /// The same one, none of whose corners is more than so far from where it was.
 bool isSameCard(const Tactile::Marker& a, const Tactile::Marker& b, float pixelPitchMm)
 {
-    const auto turned = float(std::abs(std::remainder(a.rotation() - b.rotation(), float(Vecta::kTwoPi))));
-    const float byTurnMm = turned * kCardSideMm * 0.71f;
+    const float byTurnMm = std::abs(a.rotation() - b.rotation()) * kCardSideMm * 0.71f;
     const float byMoveMm = (a.centerLocation() - b.centerLocation()).length() * pixelPitchMm;
     return a.id() == b.id() && byMoveMm + byTurnMm <= kTrembleMm;
 }

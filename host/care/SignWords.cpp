@@ -99,7 +99,7 @@ bool SignWords::isStillRight(const SignWordsShape& shape, const PlaceSearch& now
 {
     const PlaceSearch& before = m_searched->search;
     if (!shape.isSameUnturned(m_searched->shape) || now.table != before.table || now.gapPx != before.gapPx
-        || !isNearOutline(now.card, before.card, tremblePx) || (now.center - before.center).length() > 2.f * tremblePx)
+        || !isNearOutline(now.card, before.card, tremblePx))
         return false;
     PlaceSearch reached = now;
     keepReached(reached, m_searched->reachPx);

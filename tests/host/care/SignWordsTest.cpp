@@ -7,6 +7,7 @@
 
 #include <doctest/doctest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -298,4 +299,86 @@ TEST_CASE("sign words: they come back when the space that they make room for is 
     f.table.host.app().grabManager()->transferGrab(card, space.inputGrabber());
     f.table.host.frames(2);
     CHECK_FALSE(f.words().attribute("location")->hasValue(Facet::kUserLayer));
+}
+
+TEST_CASE("sign words: those that get longer, or appear, at an edge of the table are whole on it and below no card")
+{
+    constexpr const char* kLong = "CardSign > .card-sign-text { text: 'Please ask us for another card, which is free. It takes a "
+                                  "minute, and you keep all that you have collected with this one.'; }";
+    constexpr const char* kShort = "CardSign > .card-sign-text { text: 'Please.'; }";
+    const Vecta::Rect table{-0.1f, -0.1f, 1920.2f, 1080.2f};
+    for (const Vector2f point : {Vector2f(960.f, 20.f), Vector2f(960.f, 1060.f), Vector2f(20.f, 540.f), Vector2f(20.f, 100.f)})
+        for (const float angle : {4.712f, 1.571f}) {
+            CAPTURE(point.x);
+            CAPTURE(point.y);
+            CAPTURE(angle);
+            SignWordsFixture f;
+            const auto areRight = [&] {
+                const auto corners = SignWordsFixture::cornersOf(f.words());
+                return f.words().isVisible() && f.isFreeOfCards(f.words())
+                    && std::all_of(corners.begin(), corners.end(), [&table](Vector2f corner) { return table.contains(corner); });
+            };
+            const auto show = [&f](const char* style) {
+                f.table.host.style(style);
+                f.table.host.frame();
+                return f.words().height();
+            };
+            f.table.host.style(kShort);
+            f.put(point, angle);
+            const float height = show(kShort);
+            CHECK(areRight());
+            CHECK(show(kLong) > height + 20.f);
+            CHECK(areRight());
+            show("CardSign > .card-sign-text { text: ''; }");
+            REQUIRE_FALSE(f.words().isVisible());
+            f.table.host.input.markerMove(f.table.card, {1920.f - point.x, 1080.f - point.y}, angle);
+            f.table.host.frame();
+            show(kShort);
+            CHECK(areRight());
+        }
+}
+
+TEST_CASE("sign words: far from where style sheets put them they make room for a card, too")
+{
+    SignWordsFixture f;
+    f.put({960.f, 540.f}, 4.712f);
+    const auto wanted = f.words().mapToScene(f.words().size() / 2.f);
+    f.table.area->setInputEnabled(true);
+    f.table.open(1001, {960.f, 395.f});
+    f.table.host.frames(30);
+    f.table.area->setInputEnabled(false);
+    const auto place = f.words().mapToScene(f.words().size() / 2.f);
+    REQUIRE((place - wanted).length() > 200.f);
+    f.table.host.input.markerDown(9998, place + (place - wanted) * 0.2f, 4.712f);
+    f.table.host.frame();
+    CHECK(f.isFreeOfCards(f.words()));
+}
+
+TEST_CASE("sign words: a card whose angle passes a whole turn only trembles")
+{
+    SignWordsFixture f;
+    f.put({960.f, 540.f}, 0.004f);
+    const long before = Host::PlaceSearch::searchesMade();
+    f.table.host.input.markerMove(f.table.card, {960.f, 540.f}, 6.279f);
+    f.table.host.frame();
+    CHECK(Host::PlaceSearch::searchesMade() == before);
+}
+
+TEST_CASE("sign words: later ones make room for those of a card that has crept with its words")
+{
+    SignWordsFixture f;
+    f.put({960.f, 540.f}, 4.712f);
+    f.table.host.input.markerMove(f.table.card, {960.8f, 540.8f}, 4.712f);
+    f.table.host.frame();
+    f.table.host.input.markerDown(9998, {500.f, 540.f}, 4.712f);
+    f.table.host.frame();
+    const auto third = f.table.host.input.markerDown(9997, {500.f, 900.f}, 4.712f);
+    f.table.host.frame();
+    for (const float x : {1250.f, 1200.f, 1150.f, 1120.f}) {
+        f.table.host.input.markerMove(third, {x, 540.f}, 4.712f);
+        f.table.host.frame();
+        const auto signs = f.table.host.app().mainLayer()->findAllByType("CardSign");
+        REQUIRE(signs.size() == 3);
+        CHECK_FALSE(signs[2]->children().front()->intersects(f.words()));
+    }
 }

@@ -391,12 +391,13 @@ TEST_CASE("layer keeper: a kept picture has the pixels that the tips of what is 
 {
     Table table;
     table.group.removeFromParent();
-    Widget& upright = box(table.main, {20, 20, 20, 20}, {0, 0, 0, 0});
+    Widget& upright = box(table.main, {80, 80, 20, 20}, {0, 0, 0, 0});
     framedTips(upright, {60.5f, 60.5f});
+    framedTips(upright, {-39.5f, -39.5f});
     table.scene.frame();
     const QImage direct = table.whole();
     REQUIRE(table.kept() == 0);
-    REQUIRE(litBounds(direct) == QRect(66, 66, 29, 29));
+    REQUIRE(litBounds(direct) == QRect(26, 26, 129, 129));
     table.scene.frame();
     const QImage kept = table.whole();
     CHECK(table.kept() == 1);
