@@ -120,12 +120,12 @@ class Bench(unittest.TestCase):
         build.assert_called_once_with()
         self.assertEqual(measure.call_args.args[0].build, self.out)
 
-    def test_only_programs_that_hold_a_wanted_row_run(self):
+    def test_each_wanted_row_runs_in_a_process_of_its_own_of_the_programs_that_hold_it(self):
         with mock.patch.object(run, "run_google_benchmark", return_value={}) as programs_run, \
                 mock.patch.object(run, "run_drawing", return_value={}) as drawing:
             run.measure(mock.Mock(only=[5, 6], build=self.out, smoke=False))
         self.assertEqual([(Path(call.args[0]).name, call.args[1]) for call in programs_run.call_args_list],
-                         [("table_bench", [6]), ("count_bench", [5, 6])])
+                         [("table_bench", 6), ("count_bench", 5), ("count_bench", 6)])
         drawing.assert_not_called()
 
     def test_the_page_needs_nothing_from_elsewhere(self):
@@ -145,7 +145,7 @@ class Bench(unittest.TestCase):
 
     def test_a_program_that_was_not_built_is_named(self):
         with contextlib.redirect_stderr(io.StringIO()) as errors:
-            self.assertEqual(programs.run_google_benchmark("/nowhere/table_bench", [1], run.read_arguments([])), {})
+            self.assertEqual(programs.run_google_benchmark("/nowhere/table_bench", 1, run.read_arguments([])), {})
         self.assertIn("/nowhere/table_bench does not exist", errors.getvalue())
 
     def test_a_benchmark_that_fails_is_printed_with_its_reason_and_has_no_figure(self):
@@ -157,7 +157,7 @@ class Bench(unittest.TestCase):
                            f"cat >\"${{word#*=}}\" <<'END'\n{report}\nEND\n;; esac; done\n", encoding="utf-8")
         program.chmod(0o755)
         with contextlib.redirect_stderr(io.StringIO()) as errors:
-            figures = programs.run_google_benchmark(str(program), [1, 2], run.read_arguments([]))
+            figures = programs.run_google_benchmark(str(program), 1, run.read_arguments([]))
         self.assertEqual(figures, {"row02/name": {"ratio": 0.5}})
         self.assertIn("row01/x: no listener was called", errors.getvalue())
 

@@ -78,8 +78,9 @@ def measure(arguments):
     measured = {}
     programs = arguments.build.resolve() / "bin"
     for program, held in PROGRAMS.items():
-        if wanted := sorted(held.intersection(rows)):
-            measured.update(run_google_benchmark(str(programs / program), wanted, arguments))
+        # Each row has a process of its own, whose heap no other row has used.
+        for row in sorted(held.intersection(rows)):
+            measured.update(run_google_benchmark(str(programs / program), row, arguments))
     for row, scene in SCENES.items():
         if row in rows:
             measured.update(run_drawing(str(programs / "draw_bench"), f"row{row:02d}", scene, arguments))
