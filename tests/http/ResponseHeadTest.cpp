@@ -55,6 +55,18 @@ TEST_CASE("HTTP head: a header of the response takes the place of the server's a
              "x-content-type-options: none\r\nx-thing: second\r\nContent-Length: 0\r\n\r\n");
 }
 
+TEST_CASE("HTTP head: a value cannot begin another line")
+{
+    Response response;
+    response.contentType = "text/plain\r\nSet-Cookie: a=b";
+    response.addHeader("X-Name", QByteArray("one\r\n\r\ntwo\nthree\0four\tfive", 26));
+    HeadFacts facts;
+    facts.length = 0;
+    const std::string text = headOf(response, facts);
+    CHECK(text.find("Content-Type: text/plain  Set-Cookie: a=b\r\n") != text.npos);
+    CHECK(text.find("X-Name: one    two three four\tfive\r\nContent-Length: 0\r\n\r\n") != text.npos);
+}
+
 TEST_CASE("HTTP head: says how the body ends and whether the connection is kept, as the version of the client has it")
 {
     struct Row

@@ -20,9 +20,14 @@ std::string_view view(const QByteArray& bytes)
     return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
 }
 
+/// RFC 9110, 5.5: CR, LF and NUL are replaced by spaces. What comes from a visitor's file adds no header and no second answer.
 void appendLine(std::string& text, std::string_view name, std::string_view value)
 {
-    text.append(name).append(": ").append(value).append("\r\n");
+    text.append(name).append(": ");
+    const auto begin = text.insert(text.end(), value.begin(), value.end());
+    std::replace_if(
+        begin, text.end(), [](char c) { return c == '\r' || c == '\n' || c == '\0'; }, ' ');
+    text.append("\r\n");
 }
 
 bool isNamed(const std::pair<QByteArray, QByteArray>& header, const char* name)

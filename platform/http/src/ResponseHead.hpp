@@ -30,6 +30,6 @@ struct HeadFacts
 };
 
 /// Appends status line, headers and the empty line after them. A header of the response takes the place of one that the server
-/// adds, and of an earlier one of its name. Any thread.
+/// adds, and of an earlier one of its name. Ends of lines in a value become spaces. Any thread.
 void appendHead(std::string& text, const Response& response, const HeadFacts& facts, const std::string& date);
 }
